@@ -1,0 +1,55 @@
+# SPDX-License-Identifier: Apache-2.0
+# How every target of this tree is compiled. Nothing here touches a project that embeds this one.
+
+add_library(cabinaudio-build INTERFACE)
+target_compile_features(cabinaudio-build INTERFACE cxx_std_20)
+target_include_directories(cabinaudio-build INTERFACE "${PROJECT_SOURCE_DIR}")
+target_compile_options(cabinaudio-build INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+    # clang counts sign conversions to -Wconversion, g++ does not; hold both to the same rules.
+    $<$<CXX_COMPILER_ID:Clang>:-Wno-sign-conversion>
+    # The 32-bit ARM ABI note of g++ about its own versions before 7.
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-psabi>)
+if(CABINAUDIO_WERROR)
+    target_compile_options(cabinaudio-build INTERFACE -Werror)
+endif()
+if(CABINAUDIO_SANITIZE)
+    target_compile_options(cabinaudio-build INTERFACE
+        -fsanitize=${CABINAUDIO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(cabinaudio-build INTERFACE -fsanitize=${CABINAUDIO_SANITIZE})
+endif()
+
+# Imports a library that brings neither a CMake package nor a usable .pc file.
+#   cabinaudio_import(<target> LIBRARY <name> HEADER <header> PACKAGE <Debian package>)
+function(cabinaudio_import target)
+    cmake_parse_arguments(arg "OPTIONAL" "LIBRARY;HEADER;PACKAGE" "" ${ARGN})
+    find_library(${target}_LIBRARY NAMES ${arg_LIBRARY})
+    find_path(${target}_INCLUDE_DIR NAMES ${arg_HEADER})
+    mark_as_advanced(${target}_LIBRARY ${target}_INCLUDE_DIR)
+    if(NOT ${target}_LIBRARY OR NOT ${target}_INCLUDE_DIR)
+        if(arg_OPTIONAL)
+            message(STATUS "${arg_LIBRARY}: not found (Debian: ${arg_PACKAGE}), built without it")
+            return()
+        endif()
+        message(FATAL_ERROR "${arg_LIBRARY} not found: install ${arg_PACKAGE}")
+    endif()
+    add_library(${target} UNKNOWN IMPORTED GLOBAL)
+    set_target_properties(${target} PROPERTIES
+        IMPORTED_LOCATION "${${target}_LIBRARY}"
+        INTERFACE_INCLUDE_DIRECTORIES "${${target}_INCLUDE_DIR}")
+endfunction()
+
+# One layer of the library as an object library.
+#   cabinaudio_add_layer(<layer> SOURCES <file>...)
+function(cabinaudio_add_layer layer)
+    cmake_parse_arguments(arg "" "" "SOURCES" ${ARGN})
+    add_library(cabinaudio-${layer} OBJECT ${arg_SOURCES})
+    target_include_directories(cabinaudio-${layer} PUBLIC "${PROJECT_SOURCE_DIR}/include")
+    target_include_directories(cabinaudio-${layer} PRIVATE
+        $<TARGET_PROPERTY:cabinaudio-log,INTERFACE_INCLUDE_DIRECTORIES>)
+    target_link_libraries(cabinaudio-${layer} PRIVATE cabinaudio-build)
+    set_target_properties(cabinaudio-${layer} PROPERTIES
+        POSITION_INDEPENDENT_CODE ON
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON)
+endfunction()

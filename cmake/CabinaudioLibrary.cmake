@@ -1,0 +1,29 @@
+# SPDX-License-Identifier: Apache-2.0
+# libcabinaudio.so.2, made of the layers.
+
+add_library(cabinaudio SHARED)
+add_library(cabinaudio::cabinaudio ALIAS cabinaudio)
+foreach(layer foundation link shm diag client)
+    target_link_libraries(cabinaudio PRIVATE cabinaudio-${layer})
+    target_sources(cabinaudio PRIVATE $<TARGET_OBJECTS:cabinaudio-${layer}>)
+endforeach()
+target_include_directories(cabinaudio PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+target_compile_features(cabinaudio INTERFACE cxx_std_17)
+target_link_libraries(cabinaudio PRIVATE $<BUILD_INTERFACE:cabinaudio-build> cabinaudio-log
+                                         Threads::Threads)
+set(cabinaudio_map "${PROJECT_SOURCE_DIR}/cmake/cabinaudio.map")
+target_link_options(cabinaudio PRIVATE "LINKER:--version-script=${cabinaudio_map}")
+if(NOT CABINAUDIO_SANITIZE)
+    target_link_options(cabinaudio PRIVATE "LINKER:-z,defs" "LINKER:-z,relro" "LINKER:--as-needed")
+endif()
+set_target_properties(cabinaudio PROPERTIES
+    LINKER_LANGUAGE CXX
+    LINK_DEPENDS "${cabinaudio_map}"
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    INSTALL_RPATH "${AndroidLog_RPATH}")
+
+install(TARGETS cabinaudio LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(DIRECTORY include/cabinaudio DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/foundation/AudioExport.h>
+
+#include <cstdint>
+#include <pthread.h>
+
+class AudioMutex;
+
+/// A condition variable on CLOCK_MONOTONIC. Wake-ups may be spurious: re-test the predicate.
+class CABINAUDIO_API AudioCondition {
+public:
+    /// @param shared  true when the object lies in memory that several processes map
+    explicit AudioCondition(bool shared);
+    ~AudioCondition();
+    AudioCondition(const AudioCondition&) = delete;
+    AudioCondition& operator=(const AudioCondition&) = delete;
+
+    /// Releases `mutex`, blocks without a time limit, and takes `mutex` again.
+    void wait(AudioMutex& mutex);
+
+    /// As wait(), for at most `ms` milliseconds.
+    /// @retval 0     woken
+    /// @retval -110  (-ETIMEDOUT) the time is over
+    /// Any other platform error comes back negated as well.
+    [[nodiscard]] std::int32_t waitRelative(AudioMutex& mutex, std::uint64_t ms);
+
+    /// Wakes one waiter, if there is any.
+    void signal();
+    /// Wakes every waiter.
+    void broadcast();
+
+private:
+    pthread_cond_t mCond;
+};

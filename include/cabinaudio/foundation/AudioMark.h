@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/foundation/AudioExport.h>
+
+#include <cstdint>
+
+/// Marks scopes for an external tracer. The marks of this library are empty and cost nothing; they
+/// stay exported because programs built against them expect the symbols.
+class CABINAUDIO_API AudioMark {
+public:
+    /// Marks the scope that it lives in. Any thread.
+    class CABINAUDIO_API AutoMark {
+    public:
+        AutoMark(const char* file, const char* function, std::uint32_t line);
+        ~AutoMark();
+        AutoMark(const AutoMark&) = delete;
+        AutoMark& operator=(const AutoMark&) = delete;
+    };
+
+    /// Marks one point in time. Any thread.
+    static void mark(const char* file, const char* function);
+};

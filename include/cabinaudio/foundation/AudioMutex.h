@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/foundation/AudioExport.h>
+
+#include <cstdint>
+#include <pthread.h>
+
+/// A plain lock: not recursive, no owner check. Failures of the platform are logged and ignored.
+class CABINAUDIO_API AudioMutex {
+public:
+    /// Holds the mutex for as long as it lives.
+    class CABINAUDIO_API AutoLock {
+    public:
+        explicit AutoLock(AudioMutex& mutex);
+        ~AutoLock();
+        AutoLock(const AutoLock&) = delete;
+        AutoLock& operator=(const AutoLock&) = delete;
+
+    private:
+        AudioMutex& mMutex;
+    };
+
+    /// @param shared  true when the object lies in memory that several processes map
+    explicit AudioMutex(bool shared);
+    ~AudioMutex();
+    AudioMutex(const AudioMutex&) = delete;
+    AudioMutex& operator=(const AudioMutex&) = delete;
+
+    /// Blocks without a time limit. Locking twice from one thread blocks for ever.
+    void lock();
+    void unlock();
+
+    /// @return 0 when the lock was taken, else the negated error number (-EBUSY). Never blocks.
+    [[nodiscard]] std::int32_t tryLock();
+
+private:
+    friend class AudioCondition;
+    pthread_mutex_t mMutex;
+};

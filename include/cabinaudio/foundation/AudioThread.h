@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/foundation/AudioExport.h>
+#include <cabinaudio/foundation/AudioMutex.h>
+
+#include <atomic>
+#include <cstdint>
+#include <pthread.h>
+
+/// A named real-time thread; subclasses supply the body, run().
+///
+/// start(), prepareStop(), join() and stop() may be called from any thread. All signals are blocked
+/// in the new thread, so that an application's handlers never run on it. A subclass whose body can
+/// block must wake it and join in its own destructor, before the parts that the body uses are gone.
+class CABINAUDIO_API AudioThread {
+public:
+    enum Policy : std::int32_t { POLICY_RR = 0, POLICY_FIFO = 1, POLICY_OTHER = 2 };
+
+    /// @param name      cut so that "AS-" + name fits in 15 characters; null means "Default"
+    /// @param priority  of the policy; -1 means the policy's maximum
+    AudioThread(const char* name, std::int32_t priority, Policy policy);
+    AudioThread(const AudioThread&) = delete;
+    AudioThread& operator=(const AudioThread&) = delete;
+
+    /// Stops and joins; blocks until the body has returned.
+    virtual ~AudioThread();
+
+    /// The body. It should poll running() and return soon once that is false.
+    virtual void run() = 0;
+
+    /// Starts the thread. Logged and without effect when it runs already. A process that may not
+    /// use the policy gets a log line and no thread; a later start() may try again.
+    void start();
+
+    /// Asks the body to return; does not wait.
+    void prepareStop();
+
+    /// Waits, without a time limit, until the body has returned; at once when there is nothing to
+    /// wait for. Called from the body itself it logs an error and returns.
+    void join();
+
+    /// prepareStop() and join().
+    void stop();
+
+protected:
+    /// @return false once a stop was asked for, or when the thread could not be started
+    [[nodiscard]] bool running() const { return mRunning.load(std::memory_order_acquire); }
+
+private:
+    static void* _run(void* self);
+    static int _getPolicyId(Policy policy);
+
+    // The body polls the flag without the lock.
+    std::atomic<bool> mRunning;
+    char mName[16];
+    Policy mPolicy;
+    std::int32_t mPriority;
+    pthread_t mThread;
+    AudioMutex mLock;
+    bool mJoined;
+
+    static_assert(sizeof(std::atomic<bool>) == 1, "the running flag is one byte");
+};
