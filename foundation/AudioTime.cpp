@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cabinaudio/foundation/AudioTime.h>
+
+#include "foundation/Log.h"
+#include "foundation/WeakLibc.h"
+
+#include <sys/select.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <limits>
+
+namespace {
+
+constexpr std::int64_t kMicrosecondsPerSecond = 1'000'000;
+constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
+constexpr time_t kLastSecond = std::numeric_limits<time_t>::max();
+constexpr time_t kFirstSecond = std::numeric_limits<time_t>::min();
+
+// Chosen once: every time stamp of a process must be of the same clock.
+constexpr clockid_t kNotChosen = -1;
+constinit std::atomic<clockid_t> gClock{kNotChosen};
+
+bool semaphoresCanWaitOnTheMonotonicClock() {
+    if (sem_clockwait == nullptr || gnu_get_libc_version == nullptr) return false;
+    const char* const version = gnu_get_libc_version();
+    // Deliberate: compared as text, so that "2.4" counts as newer than "2.30".
+    return version != nullptr && std::strcmp(version, "2.30") >= 0;
+}
+
+clockid_t chooseClock() {
+    const clockid_t clock =
+        semaphoresCanWaitOnTheMonotonicClock() ? CLOCK_MONOTONIC : CLOCK_REALTIME;
+    gClock.store(clock, std::memory_order_relaxed);
+    return clock;
+}
+
+clockid_t chosenClock() {
+    const clockid_t clock = gClock.load(std::memory_order_relaxed);
+    return clock != kNotChosen ? clock : chooseClock();
+}
+
+}  // namespace
+
+AudioTime::AudioTime() : mTime() {
+    now(&mTime);
+}
+
+void AudioTime::now(struct timespec* ts) {
+    if (clock_gettime(chosenClock(), ts) == 0) return;
+    const int error = errno;
+    AUDIO_LOGE("Fail to get clock time, error:%s(%d).\n", std::strerror(error), error);
+}
+
+std::uint64_t AudioTime::now() {
+    struct timespec ts = {};
+    now(&ts);
+    return static_cast<std::uint64_t>(ts.tv_sec) * kMicrosecondsPerSecond +
+           static_cast<std::uint64_t>(ts.tv_nsec / 1000);
+}
+
+// Seconds and the rest are kept apart, so that no span overflows; what the clock's type cannot
+// hold (a 32-bit time_t) becomes its last or first second.
+void AudioTime::travel(std::int64_t us) {
+    std::int64_t seconds = us / kMicrosecondsPerSecond;
+    std::int64_t nanoseconds = us % kMicrosecondsPerSecond * 1000 + mTime.tv_nsec;
+    seconds += nanoseconds / kNanosecondsPerSecond;
+    nanoseconds %= kNanosecondsPerSecond;
+    if (nanoseconds < 0) {
+        seconds -= 1;
+        nanoseconds += kNanosecondsPerSecond;
+    }
+    if (__builtin_add_overflow(mTime.tv_sec, seconds, &mTime.tv_sec))
+        mTime.tv_sec = us > 0 ? kLastSecond : kFirstSecond;
+    mTime.tv_nsec = static_cast<long>(nanoseconds);
+}
+
+struct timespec* AudioTime::getTimespec() {
+    return &mTime;
+}
+
+std::int32_t AudioTime::sleep(std::uint64_t us) {
+    const std::uint64_t seconds = us / kMicrosecondsPerSecond;
+    struct timeval span = {};
+    span.tv_sec = static_cast<time_t>(std::min<std::uint64_t>(seconds, kLastSecond));
+    span.tv_usec = static_cast<suseconds_t>(us % kMicrosecondsPerSecond);
+    return select(0, nullptr, nullptr, nullptr, &span);
+}
+
+bool AudioTime::advancedTimeoutPolicy() {
+    return chosenClock() == CLOCK_MONOTONIC;
+}

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <android/log.h>
+
+#include <cstddef>
+#include <cstdlib>
+
+namespace cabinaudio {
+
+/// Name of a source file without directory and extension, cut out at compile time.
+struct SourceStem {
+    char text[48] = {};
+
+    consteval SourceStem(const char* path) {
+        const char* name = path;
+        for (const char* at = path; *at != '\0'; ++at)
+            if (*at == '/') name = at + 1;
+        for (std::size_t i = 0; name[i] != '\0' && name[i] != '.'; ++i) text[i] = name[i];
+    }
+};
+
+/// Where a log line says that it comes from. A helper that several operations share takes one, so
+/// that its lines carry the operation's own name. Make it with AUDIO_LOG_SITE.
+struct LogSite {
+    const char* file;
+    const char* function;
+    unsigned line;
+};
+
+}  // namespace cabinaudio
+
+/// The LogSite of the place that it stands in.
+#define AUDIO_LOG_SITE                                                          \
+    ([](const char* audioLogFunction) {                                         \
+        static constexpr ::cabinaudio::SourceStem audioLogFile(__FILE__);       \
+        return ::cabinaudio::LogSite{audioLogFile.text, audioLogFunction,       \
+                                     static_cast<unsigned>(__LINE__)};          \
+    }(__func__))
+
+/// Writes one line for a site. The format is a literal and says for itself whether the line ends.
+#define AUDIO_LOG_AT(priority, site, format, ...)                                           \
+    ((void)__android_log_print((priority), "AS", "[%s][%s][%04u]" format, (site).file,      \
+                               (site).function, (site).line __VA_OPT__(, ) __VA_ARGS__))
+
+#define AUDIO_LOG(priority, format, ...)                                               \
+    do {                                                                               \
+        const ::cabinaudio::LogSite audioLogSite = AUDIO_LOG_SITE;                     \
+        AUDIO_LOG_AT(priority, audioLogSite, format __VA_OPT__(, ) __VA_ARGS__);       \
+    } while (false)
+
+#define AUDIO_LOGD(...) AUDIO_LOG(ANDROID_LOG_DEBUG, __VA_ARGS__)
+#define AUDIO_LOGI(...) AUDIO_LOG(ANDROID_LOG_INFO, __VA_ARGS__)
+#define AUDIO_LOGW(...) AUDIO_LOG(ANDROID_LOG_WARN, __VA_ARGS__)
+#define AUDIO_LOGE(...) AUDIO_LOG(ANDROID_LOG_ERROR, __VA_ARGS__)
+
+/// Logs a condition that should hold, and goes on.
+#define AUDIO_IGNORE(expression)                                      \
+    do {                                                              \
+        if (!(expression)) AUDIO_LOGD("AUDIO IGNORE(%s)!\n", #expression); \
+    } while (false)
+
+/// Logs a broken invariant and ends the process.
+#define AUDIO_ASSERT(expression)                                      \
+    do {                                                              \
+        if (!(expression)) {                                          \
+            AUDIO_LOGE("AUDIO ASSERT(%s)!\n", #expression);           \
+            std::abort();                                             \
+        }                                                             \
+    } while (false)

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/foundation/AudioCondition.h>
+#include <cabinaudio/foundation/AudioMutex.h>
+
+#include <cstdint>
+
+namespace cabinaudio {
+
+/// Counts the threads that use an object which another thread may take away. The owner first makes
+/// the object unreachable for newcomers (an atomic exchange of the pointer to it), then drains the
+/// gate, then deletes. Users enter before they load the pointer.
+class UseGate {
+public:
+    /// In the gate for as long as it lives.
+    class Visit {
+    public:
+        explicit Visit(UseGate& gate) : mGate(gate) { mGate.enter(); }
+        ~Visit() { mGate.leave(); }
+        Visit(const Visit&) = delete;
+        Visit& operator=(const Visit&) = delete;
+
+    private:
+        UseGate& mGate;
+    };
+
+    /// Waits, without a time limit, until nobody is in the gate.
+    void drain() {
+        const AudioMutex::AutoLock lock(mLock);
+        while (mCount != 0) mEmpty.wait(mLock);
+    }
+
+    /// Whether nobody is in the gate right now.
+    [[nodiscard]] bool empty() {
+        const AudioMutex::AutoLock lock(mLock);
+        return mCount == 0;
+    }
+
+private:
+    void enter() {
+        const AudioMutex::AutoLock lock(mLock);
+        ++mCount;
+    }
+    void leave() {
+        const AudioMutex::AutoLock lock(mLock);
+        if (--mCount == 0) mEmpty.broadcast();
+    }
+
+    AudioMutex mLock{false};
+    AudioCondition mEmpty{false};
+    std::uint32_t mCount = 0;  // guarded by mLock
+};
+
+}  // namespace cabinaudio
