@@ -1,0 +1,370 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cabinaudio/foundation/AudioAlert.h>
+#include <cabinaudio/foundation/AudioCondition.h>
+#include <cabinaudio/foundation/AudioMark.h>
+#include <cabinaudio/foundation/AudioMutex.h>
+#include <cabinaudio/foundation/AudioSemaphore.h>
+#include <cabinaudio/foundation/AudioTime.h>
+#include <cabinaudio/link/AudioConnection.h>
+
+#include "foundation/Log.h"
+#include "foundation/UseGate.h"
+#include "link/AudioSocket.h"
+#include "link/Make.h"
+#include "link/SktWorker.h"
+#include "wire/Frame.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+using cabinaudio::LogSite;
+using cabinaudio::UseGate;
+
+namespace {
+
+constexpr int MAX_ATTEMPTS = 11;
+constexpr int MAX_RETRIES = MAX_ATTEMPTS - 1;
+constexpr std::uint64_t RETRY_PAUSE_US = 10000;
+constexpr std::uint32_t SLOW_FRAME_US = 3000;
+constexpr time_t SEND_TIMEOUT_S = 10;
+
+/// The abstract name: a zero byte, then the path without its terminator.
+bool socket_make_sockaddr_un(const char* path, sockaddr_un& address, socklen_t& length) {
+    const std::size_t name = path != nullptr ? std::strlen(path) : 0;
+    address = {};
+    address.sun_family = AF_UNIX;
+    if (name + 1 > sizeof address.sun_path) {
+        AUDIO_LOGE("namelen > sun_path's size\n");
+        return false;
+    }
+    std::memcpy(address.sun_path + 1, path, name);
+    length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name);
+    return true;
+}
+
+bool connectSocket(int descriptor, const char* path, const LogSite& site) {
+    sockaddr_un address;
+    socklen_t length = 0;
+    if (!socket_make_sockaddr_un(path, address, length)) {
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "socket_make_sockaddr_un failed\n");
+        return false;
+    }
+    if (::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), length) != 0) {
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "connect failed\n");
+        return false;
+    }
+    return true;
+}
+
+/// One attempt. @return a connected descriptor, or -1
+int openSocket(const char* path, const LogSite& site) {
+    const int descriptor = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    if (descriptor <= STDERR_FILENO) {
+        // 0 to 2 are refused deliberately: a process that closed its standard streams would find
+        // what it prints on the socket.
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "create socket failed, fd=%d\n", descriptor);
+        if (descriptor >= 0) ::close(descriptor);
+        return -1;
+    }
+    if (connectSocket(descriptor, path, site)) return descriptor;
+    ::close(descriptor);
+    return -1;
+}
+
+void prepareSocket(int descriptor, const LogSite& site) {
+    ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+    const timeval timeout = {SEND_TIMEOUT_S, 0};
+    if (::setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout) != 0)
+        AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "set send timeout time failed\n");
+}
+
+/// send(2) and recv(2) with lengths as callers give them: a negative one must not become a huge
+/// one, which would send or overwrite what lies behind the block.
+std::int32_t sendOnce(int descriptor, const std::uint8_t* data, std::int32_t length) {
+    if (length < 0) {
+        errno = EINVAL;
+        return -1;
+    }
+    return static_cast<std::int32_t>(
+        ::send(descriptor, data, static_cast<std::size_t>(length), MSG_NOSIGNAL));
+}
+
+std::int32_t receiveOnce(int descriptor, void* data, std::int32_t length) {
+    if (length < 0) {
+        errno = EINVAL;
+        return -1;
+    }
+    return static_cast<std::int32_t>(
+        ::recv(descriptor, data, static_cast<std::size_t>(length), MSG_NOSIGNAL));
+}
+
+/// After a result below 1: whether the same call may do better.
+bool worthRetrying(std::int32_t result, int error) {
+    return result == 0 || (result == -1 && error == EAGAIN);
+}
+
+/// Reads the body of a reply. @return the last attempt's result, with its errno
+std::int32_t readBody(int descriptor, std::uint8_t* data, std::int32_t length,
+                      const LogSite& site) {
+    std::int32_t result = -1;
+    for (int attempt = 0; attempt < MAX_ATTEMPTS; ++attempt) {
+        result = receiveOnce(descriptor, data, length);
+        const int error = errno;
+        if (attempt > 0)
+            AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "recv(%d) reTry:%d\n", result, attempt);
+        if (result > 0) break;
+        AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "recv failed(%d) errno:%s %d, reTry=%d\n", result,
+                     std::strerror(error), error, attempt);
+        AudioTime::sleep(RETRY_PAUSE_US);
+        errno = error;
+        if (!worthRetrying(result, error)) break;
+    }
+    return result;
+}
+
+}  // namespace
+
+// ---- AudioConnection ----------------------------------------------------------------------------
+
+AudioConnection::AudioConnection(const char* path, std::int32_t port, Callback callback,
+                                 void* opaque)
+    : mPath(path),
+      mPort(port),
+      mSocketRecord(nullptr),
+      mCallback(callback),
+      mOpaque(opaque),
+      mUsers(cabinaudio::make<UseGate>()) {
+    const AudioMark::AutoMark mark("AudioConnection", __func__, __LINE__);
+    connect();
+}
+
+AudioConnection::~AudioConnection() {
+    const AudioMark::AutoMark mark("AudioConnection", __func__, __LINE__);
+    disconnect();
+    delete mUsers;
+}
+
+std::int32_t AudioConnection::connect() {
+    const AudioMark::AutoMark mark("AudioConnection", __func__, __LINE__);
+    if (mSocketRecord.load() != nullptr) return 0;
+    void* const memory = std::malloc(sizeof(AudioSocket));
+    if (memory == nullptr) {
+        AUDIO_LOGE("alloc socket memory failed\n");
+        return 1;
+    }
+    AudioSocket* const pSocket = new (memory) AudioSocket;
+    if (!pSocket->create(mCallback, mOpaque)) {
+        AUDIO_LOGE("create mutex failed\n");
+        AudioSocket::destroy(pSocket);
+        return 1;
+    }
+    for (int attempt = 0; attempt < MAX_ATTEMPTS; ++attempt) {
+        pSocket->mSocket = openSocket(mPath, AUDIO_LOG_SITE);
+        if (pSocket->mSocket < 0) continue;
+        AUDIO_LOGD("connect ok\n");
+        prepareSocket(pSocket->mSocket, AUDIO_LOG_SITE);
+        pSocket->mWorker->start();
+        pSocket->mWorkerStarted = pSocket->mWorker->started();
+        mSocketRecord = pSocket;
+        return 0;
+    }
+    AudioSocket::destroy(pSocket);
+    return 2;
+}
+
+std::int32_t AudioConnection::send(const std::uint8_t* data, std::int32_t length) {
+    const AudioMark::AutoMark mark("AudioConnection", __func__, __LINE__);
+    const UseGate::Visit visit(*mUsers);
+    const AudioSocket* const pSocket = mSocketRecord.load();
+    if (pSocket == nullptr) {
+        AUDIO_LOGE("pSocket is null\n");
+        return 1;
+    }
+    std::int32_t result = -1;
+    for (int retry = 0; retry <= MAX_RETRIES; ++retry) {
+        result = sendOnce(pSocket->mSocket, data, length);
+        const int error = errno;
+        if (retry > 0) AUDIO_LOGD("send(%d) reTry:%d\n", result, retry);
+        if (result > 0) break;
+        AUDIO_LOGW("send failed(%d) errno:%s %d, reTry=%d\n", result, std::strerror(error), error,
+                   retry);
+        AudioTime::sleep(RETRY_PAUSE_US);
+        if (!worthRetrying(result, error)) break;
+    }
+    return result < 0 ? 1 : 0;
+}
+
+std::int32_t AudioConnection::recv(std::uint8_t* data, std::int32_t length) {
+    const AudioMark::AutoMark mark("AudioConnection", __func__, __LINE__);
+    const UseGate::Visit visit(*mUsers);
+    AudioSocket* const pSocket = mSocketRecord.load();
+    if (pSocket == nullptr) {
+        AUDIO_LOGE("pSocket is null\n");
+        return 1;
+    }
+    const AudioMutex::AutoLock lock(*pSocket->mReplyLock);
+    if (!pSocket->waitForReply()) {
+        AUDIO_LOGD("exit\n");
+        return 1;
+    }
+    pSocket->mReplyReady = 0;
+    const std::int32_t result = readBody(pSocket->mSocket, data, length, AUDIO_LOG_SITE);
+    const int error = errno;
+    pSocket->mReplySem->signal();
+    if (result >= 0) return 0;
+    AUDIO_LOGE("recv failed(%d) %s %d\n", result, std::strerror(error), error);
+    return 1;
+}
+
+std::int32_t AudioConnection::disconnect() {
+    const AudioMark::AutoMark mark("AudioConnection", __func__, __LINE__);
+    AudioSocket* const pSocket = mSocketRecord.exchange(nullptr);
+    if (pSocket == nullptr) {
+        AUDIO_LOGE("pSocket is null\n");
+        return 1;
+    }
+    AUDIO_ASSERT(0 <= pSocket->mSocket);
+    pSocket->mIsStall = 1;
+    pSocket->mWorker->prepareStop();
+    AUDIO_LOGD("close socket fd:%d", pSocket->mSocket);
+    ::shutdown(pSocket->mSocket, SHUT_RDWR);
+    pSocket->wakeRequester();
+    pSocket->mReplySem->signal();
+    pSocket->mWorker->join();
+    // A requester may be about to use the descriptor once more, and its number could belong to
+    // somebody else by then.
+    mUsers->drain();
+    ::close(pSocket->mSocket);
+    pSocket->mSocket = -1;
+    AudioSocket::destroy(pSocket);
+    return 0;
+}
+
+void AudioConnection::_abandon() {
+    const UseGate::Visit visit(*mUsers);
+    AudioSocket* const pSocket = mSocketRecord.load();
+    if (pSocket == nullptr) return;
+    pSocket->mAbandoned = true;
+    // With the receive thread alive there is nobody to wake now, and it will do so at its end. Only
+    // then would the lock be worth waiting for as well: while the thread lives, a requester can
+    // hold it for as long as a body does not come; afterwards there is no body to wait for.
+    if (pSocket->mWorkerGone) pSocket->wakeRequester();
+}
+
+void AudioConnection::_interrupt() {
+    const UseGate::Visit visit(*mUsers);
+    AudioSocket* const pSocket = mSocketRecord.load();
+    if (pSocket == nullptr) return;
+    pSocket->mIsStall = 1;
+    ::shutdown(pSocket->mSocket, SHUT_RDWR);
+    pSocket->wakeRequester();
+}
+
+// ---- SktWorker ----------------------------------------------------------------------------------
+
+SktWorker::SktWorker(AudioSocket* record, AudioConnection::Callback callback, void* opaque)
+    : AudioThread("SktWorker", -1, POLICY_RR),
+      mRecord(record),
+      mCallback(callback),
+      mOpaque(opaque) {}
+
+void SktWorker::run() {
+    if (mRecord == nullptr) {
+        AUDIO_LOGE("als is null\n");
+        return;
+    }
+    _readFrames(AUDIO_LOG_SITE);
+    const AudioMutex::AutoLock lock(*mRecord->mReplyLock);
+    mRecord->mWorkerGone = true;
+    mRecord->mReplyCond->broadcast();
+}
+
+void SktWorker::_readFrames(const LogSite& site) {
+    while (running()) {
+        SocketFrameHeader header = {};
+        std::int32_t result = _readHeader(header, site);
+        if (result == 0 && mRecord->mIsStall != 0) result = -1;
+        const bool framed = result > 0 && header.magic == FRAME_MAGIC;
+        const bool goesOn =
+            framed ? _takeFrame(header, site) : _mayReadAgain(result, header.magic, site);
+        if (!goesOn) return;
+    }
+}
+
+/// One receive: what comes short stays short. errno is that of the last failing call.
+std::int32_t SktWorker::_readHeader(SocketFrameHeader& header, const LogSite& site) {
+    std::int32_t result = -1;
+    for (int attempt = 0; attempt < MAX_ATTEMPTS; ++attempt) {
+        result = receiveOnce(mRecord->mSocket, &header, sizeof header);
+        if (result >= 0) break;
+        const int error = errno;
+        AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "recv socket:%d ret:%d errno:%s %d, reTry=%d\n",
+                     mRecord->mSocket, result, std::strerror(error), error, attempt);
+        AudioTime::sleep(RETRY_PAUSE_US);
+        errno = error;
+        if (!worthRetrying(result, error)) break;
+    }
+    return result;
+}
+
+/// @return false when the frame is none that this side knows
+bool SktWorker::_takeFrame(const SocketFrameHeader& header, const LogSite& site) {
+    AudioAlert::alert("S->C", static_cast<std::uint32_t>(AudioTime::now() - header.sendTimeUs),
+                      SLOW_FRAME_US, site.file, site.function, site.line);
+    switch (header.headerId) {
+        case HEADER_NOTIFY:
+            if (mCallback == nullptr)
+                AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "connection cbk is null\n");
+            else
+                mCallback(mOpaque, header.event, header.param);
+            return true;
+        case HEADER_REPLY:
+            _handOverReply();
+            return true;
+        default:
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "unknown header id(%d)\n",
+                         static_cast<int>(header.headerId));
+            return false;
+    }
+}
+
+/// Blocks until the requester has read the body, or until a disconnect.
+void SktWorker::_handOverReply() {
+    {
+        const AudioMutex::AutoLock lock(*mRecord->mReplyLock);
+        mRecord->mReplyReady = 1;
+        mRecord->mReplyCond->signal();
+    }
+    mRecord->mReplySem->wait();
+}
+
+/// After a receive that brought no frame. errno is whatever the last failing call of this thread
+/// left, also after a result of 0; the order of the tests decides what is reported.
+bool SktWorker::_mayReadAgain(std::int32_t result, std::uint32_t magic, const LogSite& site) {
+    const int error = errno;
+    const int stall = mRecord->mIsStall;
+    const bool serverGone = stall == 0 && error != EAGAIN;
+    if (serverGone && mCallback != nullptr) {
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "service may be crash!!! mIsStall:%d, errno:%s %d\n",
+                     stall, std::strerror(error), error);
+        mCallback(mOpaque, cabinaudio::wire::EVENT_SERVER_GONE, 0);
+    }
+    // What was received and is no frame is shown as well.
+    if (serverGone && result <= 0) return false;
+    if (stall != 0 || magic != FRAME_MAGIC) {
+        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site,
+                     "disconnect return from recv,recv failed(%d) magic=0x%x\n", result, magic);
+        return false;
+    }
+    AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "recv again\n");
+    return true;
+}

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/link/AudioConnection.h>
+
+#include <atomic>
+#include <cstdint>
+
+class AudioCondition;
+class AudioMutex;
+class AudioSemaphore;
+class SktWorker;
+
+/// What a connection has while it is connected. The receive thread and the requesting thread hand
+/// a reply over through it: the receive thread reads the frame header, raises mReplyReady, and does
+/// not touch the socket again until the requester has read the body and posted mReplySem.
+struct AudioSocket {
+    std::int32_t mSocket = 0;              // -1 when closed
+    AudioSemaphore* mReplySem = nullptr;   // posted when a reply's body has been read
+    AudioMutex* mReplyLock = nullptr;      // held by the requester for its whole recv()
+    AudioCondition* mReplyCond = nullptr;  // something that waitForReply() tests has changed
+    SktWorker* mWorker = nullptr;
+    std::uint8_t mReplyReady = 0;            // guarded by mReplyLock
+    std::atomic<std::uint8_t> mIsStall = 0;  // a failing recv is the expected end
+    bool mWorkerStarted = false;             // constant once the record is shared
+    std::atomic<bool> mWorkerGone = false;   // changed under mReplyLock
+    std::atomic<bool> mAbandoned = false;
+
+    /// Makes the lock objects and the worker, which is not started yet.
+    /// @return false when memory is short; destroy() then releases what was made
+    [[nodiscard]] bool create(AudioConnection::Callback callback, void* opaque);
+
+    /// Releases the lock objects, the worker and the record itself. Nobody may use them any more.
+    static void destroy(AudioSocket* record);
+
+    /// Waits on mReplyCond, with mReplyLock held, until a reply's body can be read or no reply can
+    /// be expected any more. @return whether there is one
+    [[nodiscard]] bool waitForReply();
+
+    /// Lets a requester look again. Takes mReplyLock, so that it cannot miss the wake-up between
+    /// its test and its wait.
+    void wakeRequester();
+};

@@ -1,0 +1,269 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cabinaudio/foundation/AudioMemory.h>
+#include <cabinaudio/foundation/AudioTime.h>
+#include <cabinaudio/link/AudioConnection.h>
+#include <cabinaudio/link/RemoteCall.h>
+
+#include "foundation/Log.h"
+#include "foundation/UseGate.h"
+#include "link/Make.h"
+#include "link/RemoteCallNotifierWorker.h"
+#include "wire/Frame.h"
+
+#include <cinttypes>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+
+using cabinaudio::LogSite;
+using cabinaudio::UseGate;
+
+namespace {
+
+constexpr std::uint32_t HEADER_SIZE = sizeof(audio_param);
+constexpr std::uint32_t MAX_LENGTH = std::numeric_limits<std::int32_t>::max();
+
+/// Stands in mReqPayload while one thread allocates or releases the blocks; nobody's payload.
+std::uint8_t gClaimed;
+std::uint8_t* const CLAIMED = &gClaimed;
+
+/// Header and payload. What no message can hold becomes -1, which send() refuses.
+std::int32_t messageLength(std::uint32_t payload) {
+    if (payload > MAX_LENGTH - HEADER_SIZE) return -1;
+    return static_cast<std::int32_t>(HEADER_SIZE + payload);
+}
+
+std::uint32_t word(std::int32_t number) {
+    return static_cast<std::uint32_t>(number);
+}
+
+std::int32_t bodyLength(std::uint32_t wanted) {
+    return static_cast<std::int32_t>(wanted < MAX_LENGTH ? wanted : MAX_LENGTH);
+}
+
+}  // namespace
+
+RemoteCall::RemoteCall(audio_connect_type type, Notify notify, void* opaque, const char* name)
+    : mConn(nullptr),
+      mType(type),
+      mHandle(0),
+      mReqPayload(nullptr),
+      mReqBlock(nullptr),
+      mRetBlock(nullptr),
+      mNotifier(cabinaudio::make<RemoteCallNotifierWorker>(notify, opaque)),
+      mCalls(cabinaudio::make<UseGate>()) {
+    mNotifier->start();
+    std::uint8_t registration[HEADER_SIZE];
+    init_audio_param(registration, AUDIO_CMD_REGISTER, type, AUDIO_REGISTER_WORD,
+                     sizeof(audio_param::name), name);
+    AudioConnection* const conn = cabinaudio::make<AudioConnection>(
+        cabinaudio::wire::SERVER_SOCKET, cabinaudio::wire::SERVER_PORT, &notifyCbk, this);
+    mConn = conn;
+    if (conn->send(registration, sizeof registration) != 0) AUDIO_LOGW("send fail\n");
+    std::uint8_t reply[sizeof(cabinaudio::wire::RegistrationReply)] = {};
+    if (conn->recv(reply, sizeof reply) != 0) AUDIO_LOGW("recv fail\n");
+    cabinaudio::wire::RegistrationReply registered;
+    std::memcpy(&registered, reply, sizeof registered);
+    mHandle = registered.handle;
+}
+
+RemoteCall::~RemoteCall() {
+    // From here on requests of the notifier, which still delivers its queue, find no connection.
+    AudioConnection* const conn = mConn.exchange(nullptr);
+    if (!mCalls->empty()) {
+        conn->_interrupt();
+        mCalls->drain();
+    }
+    delete conn;
+    delete mNotifier;
+    delete mCalls;
+}
+
+std::int32_t RemoteCall::initCheck() const {
+    return mHandle != 0 ? AUDIO_NO_ERROR : AUDIO_NOT_CONNECTED;
+}
+
+std::int32_t RemoteCall::rcalloc(std::uint8_t** req, std::uint32_t reqLen, std::uint8_t** ret,
+                                 std::uint32_t retLen) {
+    std::uint8_t* idle = nullptr;
+    if (!mReqPayload.compare_exchange_strong(idle, CLAIMED)) {
+        AUDIO_LOGE("bad sequence\n");
+        return AUDIO_BAD_SEQUENCE;
+    }
+    if (reqLen > std::numeric_limits<std::uint32_t>::max() - HEADER_SIZE) {
+        mReqPayload = nullptr;
+        AUDIO_LOGE("AudioNormalMalloc failed\n");
+        return AUDIO_NO_MEMORY;
+    }
+    mReqBlock = static_cast<std::uint8_t*>(AudioNormalMalloc(HEADER_SIZE + reqLen));
+    // No bytes are one byte: malloc may answer 0 with null, which the allocator takes for failure.
+    mRetBlock = static_cast<std::uint8_t*>(AudioNormalMalloc(retLen != 0 ? retLen : 1));
+    *req = mReqBlock + HEADER_SIZE;
+    *ret = mRetBlock;
+    mReqPayload = mReqBlock + HEADER_SIZE;
+    return AUDIO_NO_ERROR;
+}
+
+std::int32_t RemoteCall::call(std::uint8_t* req, std::uint32_t reqLen, std::uint8_t* ret,
+                              std::uint32_t retLen, bool flag) {
+    const UseGate::Visit visit(*mCalls);
+    AudioConnection* const conn = mConn;
+    const std::uint32_t handle = mHandle;
+    if (conn == nullptr || handle == 0) {
+        AUDIO_LOGE("mConn=0x%" PRIxPTR ", mHandle=0x%x\n", reinterpret_cast<std::uintptr_t>(conn),
+                   handle);
+        return 1;
+    }
+    if (req == nullptr || req == CLAIMED || req != mReqPayload) {
+        AUDIO_LOGE("bad param\n");
+        return AUDIO_BAD_VALUE;
+    }
+    std::uint8_t* const block = req - HEADER_SIZE;
+    init_audio_param(block, flag ? AUDIO_CMD_CALL_FLAG : AUDIO_CMD_CALL, mType,
+                     static_cast<std::int32_t>(handle), static_cast<std::int32_t>(reqLen),
+                     cabinaudio::wire::NAME_UNKNOWN);
+    if (conn->send(block, messageLength(reqLen)) != 0) return 1;
+    return conn->recv(ret, bodyLength(retLen));
+}
+
+std::int32_t RemoteCall::rcfree(void* req, void* ret) {
+    if (req == nullptr || ret == nullptr) {
+        AUDIO_LOGE("rcfree bad param\n");
+        return AUDIO_BAD_SEQUENCE;
+    }
+    // Claimed while it is compared and released, so that of two threads only one releases.
+    std::uint8_t* outstanding = static_cast<std::uint8_t*>(req);
+    const bool mine = req != CLAIMED && mReqPayload.compare_exchange_strong(outstanding, CLAIMED);
+    if (!mine || ret != mRetBlock) {
+        if (mine) mReqPayload = outstanding;
+        AUDIO_LOGE("rcfree bad addr\n");
+        return AUDIO_BAD_SEQUENCE;
+    }
+    AudioNormalFree(mReqBlock);
+    AudioNormalFree(mRetBlock);
+    mReqBlock = nullptr;
+    mRetBlock = nullptr;
+    mReqPayload = nullptr;
+    return AUDIO_NO_ERROR;
+}
+
+// ---- callFuncId ---------------------------------------------------------------------------------
+
+std::int32_t RemoteCall::callFuncId(std::uint32_t id, bool flag) {
+    return _callWords(AUDIO_LOG_SITE, {id}, false, nullptr, flag);
+}
+
+std::int32_t RemoteCall::callFuncId(std::uint32_t id, std::int32_t a, bool flag) {
+    return _callWords(AUDIO_LOG_SITE, {id, word(a)}, false, nullptr, flag);
+}
+
+std::int32_t RemoteCall::callFuncId(std::uint32_t id, std::int32_t a, std::int32_t b, bool flag) {
+    return _callWords(AUDIO_LOG_SITE, {id, word(a), word(b)}, false, nullptr, flag);
+}
+
+std::int32_t RemoteCall::callFuncId(std::uint32_t id, std::int32_t a, std::int32_t b,
+                                    std::int32_t c, bool flag) {
+    return _callWords(AUDIO_LOG_SITE, {id, word(a), word(b), word(c)}, false, nullptr, flag);
+}
+
+std::int32_t RemoteCall::callFuncId(std::uint32_t id, std::int32_t* out, bool flag) {
+    return _callWords(AUDIO_LOG_SITE, {id}, true, out, flag);
+}
+
+std::int32_t RemoteCall::_callWords(const LogSite& site, std::initializer_list<std::uint32_t> words,
+                                    bool wantsValue, std::int32_t* value, bool flag) {
+    const auto size = static_cast<std::uint32_t>(words.size() * sizeof(std::uint32_t));
+    std::int32_t reply[2] = {};  // status and value
+    const std::uint32_t replySize = wantsValue ? sizeof reply : sizeof reply[0];
+    std::uint8_t* req = nullptr;
+    std::uint8_t* ret = nullptr;
+    if (rcalloc(&req, size, &ret, replySize) != AUDIO_NO_ERROR) return AUDIO_NO_MEMORY;
+    std::memcpy(req, words.begin(), size);
+    std::memset(ret, 0, replySize);
+    std::int32_t status = call(req, size, ret, replySize, flag);
+    if (status == 0) {
+        std::memcpy(reply, ret, replySize);
+        status = reply[0];
+        if (wantsValue && value != nullptr) *value = reply[1];
+    }
+    if (rcfree(req, ret) != AUDIO_NO_ERROR)
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "rcfree error.\n");
+    return status;
+}
+
+// ---- Notifications and headers ------------------------------------------------------------------
+
+void RemoteCall::notifyCbk(void* opaque, std::uint32_t event, std::uint32_t param) {
+    AUDIO_ASSERT(NULL != opaque);
+    static_cast<RemoteCall*>(opaque)->mNotifier->post(event, param);
+}
+
+void RemoteCall::init_audio_param(std::uint8_t* record, std::int32_t cmd, audio_connect_type type,
+                                  std::int32_t handle, std::int32_t length, const char* name) {
+    audio_param param = {};
+    param.cmd = static_cast<std::uint32_t>(cmd);
+    param.type = type;
+    param.handle = static_cast<std::uint32_t>(handle);
+    param.length = static_cast<std::uint32_t>(length);
+    param.timestamp = AudioTime::now();
+    std::snprintf(param.name, sizeof param.name, "%s",
+                  name != nullptr ? name : cabinaudio::wire::NAME_UNKNOWN);
+    std::memcpy(record, &param, sizeof param);
+}
+
+void RemoteCall::_abandon() {
+    const UseGate::Visit visit(*mCalls);
+    AudioConnection* const conn = mConn;
+    if (conn != nullptr) conn->_abandon();
+}
+
+// ---- RemoteCallNotifierWorker -------------------------------------------------------------------
+
+RemoteCall::RemoteCallNotifierWorker::RemoteCallNotifierWorker(Notify notify, void* opaque)
+    : AudioThread("RCNotifier", -1, POLICY_RR),
+      mLock(false),
+      mWakeUps(false),
+      mNotify(notify),
+      mOpaque(opaque) {}
+
+RemoteCall::RemoteCallNotifierWorker::~RemoteCallNotifierWorker() {
+    prepareStop();
+    mWakeUps.signal();
+    join();
+    while (Message* const message = _takeFirst()) {
+        AUDIO_LOGW("[%p]drop msg:%p\n", mOpaque, static_cast<void*>(message));
+        AudioNormalFree(message);
+    }
+}
+
+void RemoteCall::RemoteCallNotifierWorker::post(std::uint32_t event, std::uint32_t param) noexcept {
+    auto* const message = static_cast<Message*>(AudioNormalMalloc(sizeof(Message)));
+    *message = {event, param};
+    {
+        const AudioMutex::AutoLock lock(mLock);
+        mMessages.push_back(message);
+    }
+    mWakeUps.signal();
+}
+
+void RemoteCall::RemoteCallNotifierWorker::run() {
+    if (!running()) return;
+    for (;;) {
+        // A stop is noticed only with an empty queue: what has arrived is delivered.
+        while (Message* const message = _takeFirst()) {
+            if (mNotify != nullptr) mNotify(mOpaque, message->event, message->param);
+            AudioNormalFree(message);
+        }
+        mWakeUps.wait();
+        if (!running()) return;
+    }
+}
+
+RemoteCall::RemoteCallNotifierWorker::Message* RemoteCall::RemoteCallNotifierWorker::_takeFirst() {
+    const AudioMutex::AutoLock lock(mLock);
+    if (mMessages.empty()) return nullptr;
+    Message* const first = mMessages.front();
+    mMessages.pop_front();
+    return first;
+}

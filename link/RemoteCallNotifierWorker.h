@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/foundation/AudioMutex.h>
+#include <cabinaudio/foundation/AudioSemaphore.h>
+#include <cabinaudio/foundation/AudioThread.h>
+#include <cabinaudio/link/RemoteCall.h>
+
+#include <cstdint>
+#include <list>
+
+/// The thread that delivers notifications to the owner, AS-RCNotifier: in order of arrival, one at
+/// a time, without a lock held. The queue has no limit.
+class CABINAUDIO_LOCAL RemoteCall::RemoteCallNotifierWorker : public AudioThread {
+public:
+    RemoteCallNotifierWorker(Notify notify, void* opaque);
+    /// Stops the thread once it has delivered what it took and finds its queue empty; what is still
+    /// queued then is dropped, with a line each.
+    ~RemoteCallNotifierWorker() override;
+
+    /// Queues one notification. Any thread; never blocks for long.
+    void post(std::uint32_t event, std::uint32_t param) noexcept;
+
+    void run() override;
+
+private:
+    struct Message {
+        std::uint32_t event;
+        std::uint32_t param;
+    };
+
+    Message* _takeFirst();
+
+    AudioMutex mLock;
+    AudioSemaphore mWakeUps;        // counts wake-ups, not messages
+    std::list<Message*> mMessages;  // guarded by mLock
+    const Notify mNotify;
+    void* const mOpaque;
+};
