@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/foundation/AudioExport.h>
+
+#include <cstdint>
+
+/// Where the data of a ring lies.
+enum shm_type_t : std::uint32_t {
+    /// Physical memory, mapped through "/dev/mem" and kept coherent through "/dev/cache".
+    SHM_TYPE_PHYS_MEM = 1,
+    /// Behind the header in one POSIX shared-memory object.
+    SHM_TYPE_POSIX_SHM = 2,
+};
+
+/// Bits of a ring's mode.
+constexpr unsigned SHM_MODE_CREATOR = 1;  ///< this side initialises the header
+constexpr unsigned SHM_MODE_READER = 2;   ///< wake this side when the other one has written
+constexpr unsigned SHM_MODE_WRITER = 4;   ///< wake this side when the other one has read
+
+/// A view of readable bytes in a ring.
+struct audio_buffer_provider_t {
+    unsigned char* data;   ///< first readable byte
+    std::uint32_t length;  ///< bytes that lie in one piece
+};
+
+/// Told about the other side's updates of a ring.
+class ShareMemoryUpdateNotificationCallback {
+public:
+    virtual ~ShareMemoryUpdateNotificationCallback() = default;
+
+    /// Called on the ring's receiver thread, once per post of the other side, also when nothing
+    /// has changed. Must not destroy the ring.
+    virtual void notify() = 0;
+};
+
+struct ShareMemoryHandle;
+
+/// A byte ring for one writer and one reader, normally in two processes. One byte always stays
+/// free, so a ring of S bytes holds S - 1.
+///
+/// Threads   One thread writes and one reads; nothing here locks and nothing blocks, but for the
+///           destructor, which waits for the receiver thread and thus for a notify() under way.
+/// Failure   An object that could not be mapped is inert: its operations return 0 and do nothing.
+///           It cannot be retried. What the other side scribbles into the header never leads
+///           outside the mapping: an impossible header reads as a ring without data and space.
+class CABINAUDIO_API ShareMemoryEx {
+public:
+    /// Maps or creates the ring. Failures are logged and leave the object inert.
+    ///
+    /// @param type      where the data lies
+    /// @param name      of the shared-memory object; with a physical address "_<address>" is added
+    /// @param addr      physical address of the data, or null for SHM_TYPE_POSIX_SHM
+    /// @param size      capacity in bytes. A client may map before the creator has written it
+    ///                  into the header; the ring then has neither data nor space
+    /// @param mode      SHM_MODE_* bits; READER and WRITER count with a callback only, and READER
+    ///                  wins
+    /// @param callback  not owned, must outlive the object; null for no receiver thread
+    ShareMemoryEx(shm_type_t type, const char* name, const unsigned char* addr, unsigned size,
+                  unsigned mode, ShareMemoryUpdateNotificationCallback* callback);
+
+    /// Joins the receiver thread, unmaps, and removes the object's name. The other side may go on
+    /// with its mapping.
+    ~ShareMemoryEx();
+    ShareMemoryEx(const ShareMemoryEx&) = delete;
+    ShareMemoryEx& operator=(const ShareMemoryEx&) = delete;
+
+    /// @return the capacity in bytes as the creator has stored it
+    [[nodiscard]] unsigned getTotalSize() const;
+    /// @return bytes that can be read
+    [[nodiscard]] unsigned getUsedSize() const;
+    /// @return bytes that can be written
+    [[nodiscard]] unsigned getFreeSize() const;
+    [[nodiscard]] unsigned getReadOffset() const;
+    [[nodiscard]] unsigned getWriteOffset() const;
+
+    /// Copies out up to `len` bytes and wakes a writing side that asked for it, also when nothing
+    /// was there. @return bytes copied
+    int read(unsigned char* dst, unsigned len);
+
+    /// Copies in up to `len` bytes, stamps the time, and wakes a reading side that asked for it.
+    /// @return bytes copied; fewer than `len` is normal when the ring is nearly full
+    int write(const unsigned char* src, unsigned len);
+
+    /// Sets the read offset after a zero-copy transfer; wakes the writing side only if it waits.
+    /// An offset outside the ring makes it one without data and space.
+    void updateReadOffset(unsigned offset);
+    /// Sets the write offset after a zero-copy transfer and wakes the reading side.
+    void updateWriteOffset(unsigned offset);
+
+    /// Shows the readable bytes up to the end of the ring, without copying. `buffer` is left as
+    /// it was when the object is inert.
+    void getNextBuffer(audio_buffer_provider_t& buffer);
+    /// Takes `buffer.length` bytes as read. Nobody is woken; see updateReadOffset().
+    void releaseBuffer(const audio_buffer_provider_t& buffer);
+
+    /// Empties the ring. Only while no data moves.
+    void clear();
+
+    /// Whether header and data are mapped. The three operations below may only be called then.
+    [[nodiscard]] bool isUsable() const;
+    /// @return time of the last write or offset update in milliseconds, clock of AudioTime::now()
+    [[nodiscard]] std::uint64_t getUpdateTime() const;
+    /// The writing side says that it is blocked for free space. Look at the free space again
+    /// afterwards, then wait: the reading side frees first and looks at this flag then.
+    void setWait(bool wait);
+    [[nodiscard]] bool getWait() const;
+
+private:
+    ShareMemoryHandle* mHandle;
+};

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "shm/Mapping.h"
+
+#include "shm/RingCore.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
+namespace cabinaudio {
+namespace {
+
+constexpr const char* kMemoryDevice = "/dev/mem";
+
+std::uint64_t roundedUp(std::uint64_t length, std::uint64_t pageSize) {
+    return (length + pageSize - 1) / pageSize * pageSize;
+}
+
+/// The whole pages that the data of a ring in physical memory lies in.
+struct PhysicalPages {
+    unsigned pageSize;
+    std::uint32_t dataAt;  // in the first page
+    std::uint64_t length;
+
+    explicit PhysicalPages(const ShareMemoryHandle& hdl)
+        : pageSize(static_cast<unsigned>(getpagesize())),
+          dataAt(hdl.phys % pageSize),
+          length(roundedUp(std::uint64_t{hdl.len} + dataAt, pageSize)) {}
+};
+
+void closeKeepingErrno(int fd) {
+    const int error = errno;
+    close(fd);
+    errno = error;
+}
+
+/// @return null, with errno set, on failure
+void* mapShared(int fd, std::uint64_t length, off_t offset) {
+    if (length > std::numeric_limits<std::size_t>::max()) {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    void* const at = mmap(nullptr, static_cast<std::size_t>(length), PROT_READ | PROT_WRITE,
+                          MAP_SHARED, fd, offset);
+    return at != MAP_FAILED ? at : nullptr;
+}
+
+/// Sets memory aside for the object, so that a full file system shows now and not as SIGBUS at the
+/// first touch. Whoever cannot do that is taken as he is.
+bool reserve(int fd, off_t length) {
+    int result = 0;
+    do {
+        result = fallocate(fd, 0, 0, length);
+    } while (result != 0 && errno == EINTR);
+    return result == 0 || (errno != ENOSPC && errno != EDQUOT && errno != ENOMEM && errno != EFBIG);
+}
+
+void* mapReserved(int fd, off_t length) {
+    if (length > off_t{std::numeric_limits<std::uint32_t>::max()}) {
+        errno = EOVERFLOW;
+        return nullptr;
+    }
+    void* const at = mapShared(fd, static_cast<std::uint64_t>(length), 0);
+    if (at == nullptr || reserve(fd, length)) return at;
+    const int error = errno;
+    munmap(at, static_cast<std::size_t>(length));
+    errno = error;
+    return nullptr;
+}
+
+/// What to unmap at the header. The shared size says it, as long as that is the mapping's length in
+/// pages; the other side may have written anything there.
+std::size_t headerLength(const ShareMemoryHandle* hdl) {
+    constexpr std::uint64_t header = sizeof(*hdl->hdr);
+    if (hdl->type == SHM_TYPE_PHYS_MEM) return header;
+    const auto pageSize = static_cast<std::uint64_t>(getpagesize());
+    const std::uint64_t mapped = hdl->len + header;
+    const std::uint64_t shared = loadRelaxed(hdl->hdr->size) + header;
+    const bool same = roundedUp(shared, pageSize) == roundedUp(mapped, pageSize);
+    return static_cast<std::size_t>(same ? shared : mapped);
+}
+
+}  // namespace
+
+bool mapPhysicalMemory(ShareMemoryHandle* hdl, const LogSite& site) {
+    const int fd = open(kMemoryDevice, O_RDWR | O_CLOEXEC);
+    if (fd < 0) {
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "open(%s) failed:%s\n", kMemoryDevice,
+                     std::strerror(errno));
+        return false;
+    }
+    const PhysicalPages pages(*hdl);
+    void* const at = mapShared(fd, pages.length, off_t{hdl->phys} - off_t{pages.dataAt});
+    closeKeepingErrno(fd);
+    if (at == nullptr) {
+        const int error = errno;
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
+                     "mmap for phys memory failed(errno=%d/%s),phys:%p size:%u pagesize:%u\n",
+                     error, std::strerror(error),
+                     reinterpret_cast<void*>(std::uintptr_t{hdl->phys}), hdl->len, pages.pageSize);
+        return false;
+    }
+    hdl->data = static_cast<unsigned char*>(at) + pages.dataAt;
+    return true;
+}
+
+int openObject(const ShareMemoryHandle* hdl, const LogSite& site) {
+    const int fd = shm_open(hdl->name, O_RDWR | O_CREAT, 0600);
+    if (fd < 0)
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "shm_open(%s) failed:%s\n", hdl->name,
+                     std::strerror(errno));
+    return fd;
+}
+
+bool mapHeader(ShareMemoryHandle* hdl, int fd, off_t len, const LogSite& site) {
+    void* const at = mapReserved(fd, len);
+    closeKeepingErrno(fd);
+    if (at == nullptr) {
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "mmap(%s, %u) failed:%s\n", hdl->name,
+                     static_cast<unsigned>(len), std::strerror(errno));
+        return false;
+    }
+    hdl->hdr = static_cast<wire::RingHeader*>(at);
+    return true;
+}
+
+void unmapPhysicalMemory(const ShareMemoryHandle* hdl, const LogSite& site) {
+    const PhysicalPages pages(*hdl);
+    void* const at = hdl->data - pages.dataAt;
+    if (munmap(at, static_cast<std::size_t>(pages.length)) != 0)
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "munmap failed virt=[%p/%p], size=[%d/%d]\n",
+                     static_cast<void*>(hdl->data), at, static_cast<int>(hdl->len),
+                     static_cast<int>(pages.length));
+}
+
+void unmapHeader(const ShareMemoryHandle* hdl, const LogSite& site) {
+    const std::size_t length = headerLength(hdl);
+    if (munmap(hdl->hdr, length) != 0)
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "munmap(%p, %u) failed:%s\n",
+                     static_cast<void*>(hdl->hdr), static_cast<unsigned>(length),
+                     std::strerror(errno));
+}
+
+}  // namespace cabinaudio

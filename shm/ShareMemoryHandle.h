@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/shm/ShareMemory.h>
+
+#include "shm/SharedSemaphore.h"
+#include "wire/Ring.h"
+
+#include <cstdint>
+
+class ShmUpdateNotificationRecevier;
+
+/// One side's view of a ring. Constant between construction and destruction.
+struct ShareMemoryHandle {
+    // For transfers: never null, a header of zeros when nothing is mapped.
+    cabinaudio::wire::RingHeader* ring;
+    // Largest ring size whose data lies behind the header and needs no cache maintenance, or 0.
+    std::uint32_t plainLimit;
+
+    cabinaudio::wire::RingHeader* hdr;  // null when the mapping failed
+    unsigned char* data;                // null when the mapping failed
+    std::uint32_t len;                  // ring size given by the caller, the most that is touched
+    std::uint32_t phys;                 // physical address of the data, or 0
+    std::uint32_t mode;
+    shm_type_t type;
+    char name[64];
+    bool needCache;
+    int cacheFd;
+
+    ShmUpdateNotificationRecevier* receiver;
+    cabinaudio::sem_t* recevierSem;
+    ShareMemoryUpdateNotificationCallback* callback;
+};

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "shm/ShmUpdateNotificationRecevier.h"
+
+#include "foundation/Log.h"
+#include "shm/Futex.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstring>
+
+using cabinaudio::futexWait;
+using cabinaudio::futexWake;
+
+namespace {
+
+std::uint32_t* wordOf(std::atomic<std::uint32_t>& value) {
+    static_assert(sizeof(value) == sizeof(std::uint32_t));
+    return reinterpret_cast<std::uint32_t*>(&value);
+}
+
+}  // namespace
+
+ShmUpdateNotificationRecevier::ShmUpdateNotificationRecevier(
+    const char* name, cabinaudio::sem_t* sem, ShareMemoryUpdateNotificationCallback* callback)
+    : AudioThread(name, -1, POLICY_RR), mSem(sem), mCallback(callback) {}
+
+void ShmUpdateNotificationRecevier::launch() {
+    mBodyRuns = 1;
+    start();
+    if (!running()) mBodyRuns = 0;
+}
+
+void ShmUpdateNotificationRecevier::run() {
+    mBody = pthread_self();
+    receive();
+    mBodyRuns = 0;
+    futexWake(wordOf(mBodyRuns), FUTEX_WAKE_PRIVATE, INT_MAX);
+}
+
+void ShmUpdateNotificationRecevier::receive() {
+    if (!running()) return;
+    while (waitForPost()) {
+        if (mCallback != nullptr) {
+            // The post may be the owner's, which only ends the wait.
+            if (!running()) return;
+            mCallback->notify();
+        }
+        if (!running()) return;
+    }
+}
+
+bool ShmUpdateNotificationRecevier::waitForPost() {
+    if (cabinaudio::sem_wait(mSem) == 0) return true;
+    AUDIO_LOGE("sem_wait failed:%s\n", std::strerror(errno));
+    return false;
+}
+
+bool ShmUpdateNotificationRecevier::waitForBodysEnd(long ms) {
+    const struct timespec timeout = {static_cast<time_t>(ms / 1000), ms % 1000 * 1000000};
+    if (mBodyRuns != 0) futexWait(wordOf(mBodyRuns), FUTEX_WAIT_PRIVATE, 1, &timeout);
+    return mBodyRuns == 0;
+}
+
+bool ShmUpdateNotificationRecevier::isCaller() const {
+    return mBodyRuns != 0 && pthread_equal(mBody, pthread_self()) != 0;
+}

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/foundation/AudioThread.h>
+#include <cabinaudio/shm/ShareMemory.h>
+
+#include "shm/SharedSemaphore.h"
+
+#include <pthread.h>
+
+#include <atomic>
+#include <cstdint>
+
+/// Sleeps on a ring's semaphore and calls the callback once per post. The ring makes, starts, stops
+/// and deletes it.
+class ShmUpdateNotificationRecevier : public AudioThread {
+public:
+    /// @param name      of the thread
+    /// @param sem       not owned; in shared memory, posted by the other process
+    /// @param callback  not owned; null calls nobody
+    ShmUpdateNotificationRecevier(const char* name, cabinaudio::sem_t* sem,
+                                  ShareMemoryUpdateNotificationCallback* callback);
+
+    void run() override;
+
+    /// start(), and remembers whether there is a body to wait for.
+    void launch();
+
+    /// Waits, for at most `ms` milliseconds, until the body neither sleeps on the semaphore nor
+    /// calls the callback any more. @return whether it is so
+    [[nodiscard]] bool waitForBodysEnd(long ms);
+
+    /// Whether the caller is the body, that is, inside notify().
+    [[nodiscard]] bool isCaller() const;
+
+private:
+    void receive();
+    [[nodiscard]] bool waitForPost();
+
+    cabinaudio::sem_t* mSem;
+    ShareMemoryUpdateNotificationCallback* mCallback;
+    std::atomic<std::uint32_t> mBodyRuns{0};  // sleepers wait on it
+    std::atomic<pthread_t> mBody{};
+};
