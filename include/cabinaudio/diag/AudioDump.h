@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/diag/AudioConfig.h>
+#include <cabinaudio/diag/AudioOfstream.h>
+#include <cabinaudio/foundation/AudioExport.h>
+#include <cabinaudio/foundation/AudioMutex.h>
+#include <cabinaudio/foundation/AudioTypes.h>
+
+/// Copies a stream's bytes into a raw file for diagnosis, when the diagnostics settings ask for it:
+/// "<directory>/<tag>_<name>_<usage>_<microseconds>.pcm".
+///
+/// Threads   write() from one thread at a time; resume() from any thread, but not during a write().
+/// Failure   Nothing is reported but in the log; a dump that cannot be written drops the bytes.
+class CABINAUDIO_API AudioDump {
+public:
+    /// Dumps when the settings have an item for the tag's text and `usage`. The settings are read
+    /// here, once. The usage "driver" starts paused and opens its file with resume(true).
+    /// @param append  add to an existing file of the same name instead of truncating it
+    AudioDump(AudioTagType tag, const char* name, const char* usage, bool append);
+
+    /// Dumps into the directory `dumpFullPath` (its last level is created) whatever the settings
+    /// say; `desc` opens the file's name.
+    AudioDump(const char* dumpFullPath, const char* desc, bool append);
+
+    /// Writes what is left to the disk and closes the file.
+    ~AudioDump();
+    AudioDump(const AudioDump&) = delete;
+    AudioDump& operator=(const AudioDump&) = delete;
+
+    /// Adds `len` bytes; ignored while there is no file, while paused, and for null or no data.
+    void write(const unsigned char* data, unsigned len);
+
+    /// Pauses (false) or resumes (true). Resuming opens a new file without closing one that is
+    /// open, which ends that dump: use it to start a paused "driver" dump.
+    void resume(bool on);
+
+private:
+    CABINAUDIO_LOCAL void _init(const char* dir, const char* tag, const char* name,
+                                const char* usage, bool append);
+    CABINAUDIO_LOCAL void _deinit();
+
+    char mTag[64];
+    char mName[64];
+    char mUsage[64];
+    bool mAppend;
+    AudioConfig mConfig;
+    bool mEnabled;
+    bool mRunning;
+    AudioOfstream mFile;
+    AudioMutex mLock;
+};
