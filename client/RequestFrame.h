@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "foundation/Log.h"
+
+#include <cstdint>
+
+class RemoteCall;
+
+namespace cabinaudio {
+
+/// How a request ended.
+struct Answer {
+    bool arrived;         // the server has answered, and the reply holds what it sent
+    std::int32_t status;  // the server's, or why there is no answer
+};
+
+/// One whole request: allocates the blocks, sends `request`, waits for the reply without a time
+/// limit, and stores it in `reply`, which begins with the server's status word. What a short reply
+/// leaves out reads as zeros. `reply` is left as it was when nothing arrived.
+///
+/// A request that is outstanding already is refused with AUDIO_NO_MEMORY, without a log line.
+/// `site` is the public operation, whose name stands in the log.
+Answer exchange(RemoteCall& rc, const LogSite& site, const void* request, std::uint32_t requestSize,
+                void* reply, std::uint32_t replySize, bool flag);
+
+template <typename Request, typename Reply>
+Answer exchange(RemoteCall& rc, const LogSite& site, const Request& request, Reply& reply,
+                bool flag) {
+    static_assert(sizeof(reply.status) == sizeof(std::int32_t));
+    return exchange(rc, site, &request, sizeof(Request), &reply, sizeof(Reply), flag);
+}
+
+}  // namespace cabinaudio

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+namespace audio {
+
+/// What an application wants to hear of its playback stream.
+class QVAudioTrackCallback {
+public:
+    virtual ~QVAudioTrackCallback() = default;
+
+    /// The data written before writeDone() has been played. Called on the stream's notifier thread
+    /// with false. Must not destroy the stream, and must not block for long: later notifications
+    /// wait behind it.
+    virtual void finish(bool) {}
+};
+
+/// A playback stream as applications see it. ClientTrack tells threads, waits and states.
+///
+/// Statuses are those of AudioStatus.h, or what the server answered.
+class QVAudioTrack {
+public:
+    /// Drops what is queued but not played. Only while stopped.
+    virtual int clear() = 0;
+    /// Begins to play.
+    virtual int start() = 0;
+    /// Stops; what is queued stays queued.
+    virtual int stop() = 0;
+    /// Sets who is told about the end of playback; null for nobody. Not owned.
+    virtual int setCallback(QVAudioTrackCallback* callback) = 0;
+    /// Deprecated, without effect: see QVAudioSetting::Volume.
+    virtual int setVolume(int volume) = 0;
+    /// Deprecated, always 0: see QVAudioSetting::Volume.
+    virtual int getVolume() = 0;
+    /// @return bytes per write step that suit the server, one period
+    virtual int getPerLoopSize() = 0;
+    /// @return capacity of the stream's buffer in bytes, 0 while there is none
+    virtual int getTotalBufferSize() = 0;
+    /// @return bytes that a write would take at once
+    virtual int bytesFree() = 0;
+    /// Deprecated, without effect.
+    virtual int getOutPutSamples(unsigned long long* samples, long long* timeUs) = 0;
+    /// Deprecated, without effect: see QVAudioSetting::Volume.
+    virtual int duck(int percent) = 0;
+    /// Deprecated, without effect: see QVAudioSetting::Volume.
+    virtual int unduck() = 0;
+    /// Queues `bytes` bytes of PCM. @return bytes queued, or a negative status
+    virtual int write(unsigned char* buffer, int bytes, bool isBlock) = 0;
+    /// Announces the end of the data; finish() of the callback follows when it has been played.
+    virtual int writeDone() = 0;
+    /// Changes pitch, 0.8 to 1.2; 1.0 is the original.
+    virtual int setKeyShift(float key) = 0;
+
+    virtual ~QVAudioTrack() = default;
+};
+
+}  // namespace audio

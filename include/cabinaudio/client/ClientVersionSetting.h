@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/foundation/AudioExport.h>
+#include <cabinaudio/foundation/AudioStatus.h>
+
+class RemoteCall;
+
+/// A version query as applications see it.
+class CABINAUDIO_API AudioVersionSetting {
+public:
+    virtual ~AudioVersionSetting() = default;
+    virtual int initCheck() = 0;
+    virtual int getServerVersions(int* first, int* second, int* third) = 0;
+};
+
+/// Asks the server for its version. Not thread-safe: one thread at a time.
+class CABINAUDIO_API ClientVersionSetting : public AudioVersionSetting {
+public:
+    /// Connects to the server; blocks until it has answered. Reports nothing: see initCheck().
+    ClientVersionSetting() noexcept;
+    ~ClientVersionSetting() override;
+    ClientVersionSetting(const ClientVersionSetting&) = delete;
+    ClientVersionSetting& operator=(const ClientVersionSetting&) = delete;
+
+    /// @retval AUDIO_NO_ERROR       the server knows this client
+    /// @retval AUDIO_NOT_CONNECTED  it does not, or there is none
+    int initCheck() override;
+
+    /// Blocks for the server's reply, without a time limit.
+    /// @param first   three numbers, laid out as those of getClientVersions()
+    /// @param second  three numbers
+    /// @param third   one number
+    /// No argument may be null. All are filled whenever the server answered, whatever its status.
+    /// @return the server's status; 1 when the request did not go through; AUDIO_NO_MEMORY when
+    ///         another request of this object is under way
+    int getServerVersions(int* first, int* second, int* third) override;
+
+    /// The library's own version; needs no server.
+    /// @param first   three numbers: 2, 24, 25
+    /// @param second  three numbers: 0, 0, 0
+    void getClientVersions(int* first, int* second);
+
+private:
+    RemoteCall* mRc;
+};
