@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/client/TrackFixture.h"
+#include "tests/support/ProcessState.h"
+
+#include <dlfcn.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <new>
+#include <thread>
+
+namespace {
+
+/// A thread that sets this is held up in its next timed wait, whatever signals come, as if the
+/// scheduler had forgotten it.
+thread_local bool tHoldUp = false;
+std::atomic<bool> gHeldUp{false};
+
+}  // namespace
+
+// Stands in front of the C library's function (and of a sanitizer's, which is reached by its
+// second name).
+extern "C" int __interceptor_pthread_cond_timedwait(pthread_cond_t*, pthread_mutex_t*,
+                                                    const struct timespec*) __attribute__((weak));
+extern "C" int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                      const struct timespec* deadline) {
+    using TimedWait = int (*)(pthread_cond_t*, pthread_mutex_t*, const struct timespec*);
+    static const TimedWait next =
+        __interceptor_pthread_cond_timedwait != nullptr
+            ? __interceptor_pthread_cond_timedwait
+            : reinterpret_cast<TimedWait>(dlsym(RTLD_NEXT, "pthread_cond_timedwait"));
+    if (!tHoldUp) return next(condition, mutex, deadline);
+    pthread_mutex_unlock(mutex);
+    gHeldUp = true;
+    for (;;) pause();
+}
+
+namespace cabinaudio::test {
+namespace {
+
+class ATracksDestruction : public ATrack {};
+
+TEST_F(ATracksDestruction, SendsNoStopRequest) {
+    makeAlternative();
+    start();
+    track.reset();
+    EXPECT_EQ(log.count(DEBUG, "ClientTrack", "~ClientTrack", "[trk]destroy client\n"), 1U)
+        << log.dump();
+    EXPECT_TRUE(server.requests(STOP).empty());
+    EXPECT_TRUE(server.waitForEndOf());
+}
+
+TEST_F(ATracksDestruction, EndsAWriteThatWaitsForSpace) {
+    makeAlternative();
+    start();
+    fillRing();
+    std::future<int> writer = blockedWrite(10);
+    track.reset();
+    EXPECT_EQ(writer.get(), AUDIO_INVALID_STATE);
+    EXPECT_EQ(log.count(WARN, "ClientTrack", "~ClientTrack",
+                        "[trk] destroy with out stop finish\n"),
+              1U)
+        << log.dump();
+    EXPECT_EQ(log.count(ERROR, "[trk]waiting free space, exit has requested mState[0]\n"), 1U)
+        << log.dump();
+    EXPECT_EQ(log.countMatching(ERROR, ".*waitting exit timeout.*\n"), 0U) << log.dump();
+}
+
+TEST_F(ATracksDestruction, EndsAWriteThatWaitsForTheRing) {
+    makeAuxiliary();
+    start();
+    std::future<int> writer = blockedWrite(10);
+    track.reset();
+    EXPECT_EQ(writer.get(), AUDIO_TIMED_OUT);
+    EXPECT_EQ(log.count(ERROR, "[trk]state[NO_INIT] invalid, expect[ACTIVE]\n"), 1U) << log.dump();
+    EXPECT_EQ(log.countMatching(ERROR, ".*waitting exit timeout.*\n"), 0U) << log.dump();
+}
+
+TEST_F(ATracksDestruction, WaitsForTheWriterEvenWhenTheServerPostsAllTheTime) {
+    makeAlternative();
+    start();
+    fillRing();
+    std::future<int> writer = blockedWrite(10);
+    std::atomic<bool> end{false};
+    std::thread poster([&] {
+        while (!end) serverRing->read(data.data(), 0);  // posts without freeing anything
+    });
+    track.reset();
+    EXPECT_EQ(writer.get(), AUDIO_INVALID_STATE) << log.dump();
+    end = true;
+    poster.join();
+}
+
+TEST_F(ATracksDestruction, GivesUpOnAWriterAfterTwoSeconds) {
+    makeAlternative();
+    start();
+    fillRing();
+    // The stuck writer never leaves, so the track's memory has to stay.
+    alignas(ClientTrack) static unsigned char place[sizeof(ClientTrack)];
+    AudioFormatDesc format = cdFormat();
+    serverRing = std::make_unique<ShareMemoryEx>(SHM_TYPE_POSIX_SHM, "stuck", nullptr, ringSize,
+                                                 SHM_MODE_CREATOR, nullptr);
+    auto* const stuck = new (place) ClientTrack("stuck", AUDIO_TAG_ALTERNATIVE, format, 0);
+    ASSERT_EQ(stuck->start(), AUDIO_NO_ERROR);
+    ASSERT_EQ(stuck->write(data.data(), 4095, false), 4095);
+    static unsigned char byte = 1;
+    std::thread([stuck] {
+        tHoldUp = true;
+        (void)stuck->write(&byte, 1, true);
+    }).detach();
+    ASSERT_TRUE(eventually([] { return gHeldUp.load(); }));
+    const auto begin = std::chrono::steady_clock::now();
+    stuck->~ClientTrack();
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(2000));
+    EXPECT_EQ(log.countMatching(ERROR, "\\[stuck\\] waitting exit timeout\\[2[0-9]{3,} ms\\]\n"),
+              1U)
+        << log.dump();
+}
+
+/// A request that waits for a server that has died holds the lock, which the destructor needs.
+TEST_F(ATracksDestruction, EndsARequestThatADeadServerWillNeverAnswer) {
+    makeAuxiliary();
+    server.on(START, Answer::none());
+    std::future<int> starter = std::async(std::launch::async, [&] { return track->start(); });
+    ASSERT_TRUE(server.waitForRequest(START));
+    server.stop();
+    ASSERT_TRUE(log.waitForMatching(ERROR, "service may be crash.*\n")) << log.dump();
+    track.reset();
+    EXPECT_EQ(starter.get(), 1);
+    EXPECT_EQ(log.count(ERROR, "[trk]start RPC failed status[1], Out\n"), 1U) << log.dump();
+}
+
+TEST_F(ATracksDestruction, EndsARingRequestThatADeadServerWillNeverAnswer) {
+    makeAuxiliary();
+    server.on(GET_RING, Answer::none());
+    server.notify(RING_READY, 0);
+    ASSERT_TRUE(server.waitForRequest(GET_RING));
+    server.stop();
+    track.reset();
+    EXPECT_EQ(log.count(ERROR, "[trk] mRc->call return error(1), ret->status:0.\n"), 1U)
+        << log.dump();
+}
+
+TEST_F(ATracksDestruction, LeavesNothingBehind) {
+    const ProcessState before = ProcessState::now();
+    for (int round = 0; round < 5; ++round) {
+        makeAlternative();
+        start();
+        ASSERT_EQ(write(100, true), 100);
+        track.reset();
+        serverRing.reset();
+        makeAuxiliary();
+        announceRing();
+        start();
+        ASSERT_EQ(write(100, true), 100);
+        track.reset();
+        serverRing.reset();
+        log.clear();
+    }
+    EXPECT_TRUE(returnsTo(before));
+}
+
+TEST_F(ATracksDestruction, RunsExactlyThreeThreadsUntilThen) {
+    makeAlternative();
+    std::size_t known = 0;
+    for (const std::string& name : threadNames())
+        if (name.rfind("AS-", 0) == 0) ++known;
+    EXPECT_EQ(known, 3U) << ::testing::PrintToString(threadNames());
+    track.reset();
+    EXPECT_TRUE(eventually([] {
+        for (const std::string& name : threadNames())
+            if (name.rfind("AS-", 0) == 0) return false;
+        return true;
+    })) << ::testing::PrintToString(threadNames());
+}
+
+TEST_F(ATracksDestruction, SurvivesAStormOfNotifications) {
+    acceptStreams(4096, 1024);
+    AudioFormatDesc format = cdFormat();
+    serverRing = std::make_unique<ShareMemoryEx>(
+        SHM_TYPE_PHYS_MEM, "trk",
+        reinterpret_cast<const unsigned char*>(std::uintptr_t{RING_ADDRESS}), ringSize,
+        SHM_MODE_CREATOR, nullptr);
+    const ProcessState before = ProcessState::now();
+    for (std::size_t round = 0; round < 20; ++round) {
+        ClientTrack storm("trk", AUDIO_TAG_AUXILIARY, format, 0);
+        for (std::uint32_t i = 0; i < 30; ++i) {
+            server.notify(RING_READY, i, round);
+            server.notify(i % 2 == 0 ? FINISHED : 9, i, round);
+        }
+        if (round % 4 == 0) server.notify(REMOVED, 0, round);
+    }
+    EXPECT_EQ(log.countMatching(DEBUG, "\\[trk\\]destroy client\n"), 20U);
+    EXPECT_TRUE(eventually([&] { return ProcessState::now().threads == before.threads; }));
+}
+
+}  // namespace
+}  // namespace cabinaudio::test

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/support/ProcessState.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+
+namespace cabinaudio::test {
+
+namespace {
+
+std::size_t entries(const char* directory) {
+    std::error_code gone;
+    std::size_t count = 0;
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(directory, gone))
+        ++count;
+    return count;
+}
+
+std::size_t countSharedMappings() {
+    std::ifstream maps("/proc/self/maps");
+    std::size_t count = 0;
+    for (std::string line; std::getline(maps, line);)
+        if (line.find("/dev/shm/") != std::string::npos) ++count;
+    return count;
+}
+
+std::vector<std::string> instanceShmNames() {
+    std::vector<std::string> names;
+    const char* const instance = std::getenv("CABINAUDIO_INSTANCE");
+    const std::string start = "cabinaudio." + std::string(instance != nullptr ? instance : "") + ".";
+    std::error_code gone;
+    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", gone)) {
+        const std::string name = entry.path().filename();
+        if (name.rfind(start, 0) == 0) names.push_back(name);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+}  // namespace
+
+ProcessState ProcessState::now() {
+    return {entries("/proc/self/task"), entries("/proc/self/fd"), countSharedMappings(),
+            instanceShmNames()};
+}
+
+std::vector<std::string> threadNames() {
+    std::vector<std::string> names;
+    std::error_code gone;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task", gone)) {
+        std::ifstream comm(entry.path() / "comm");
+        std::string name;
+        if (std::getline(comm, name)) names.push_back(name);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+bool pollUntil(bool (*condition)(void*), void* context, std::chrono::milliseconds bound) {
+    const auto deadline = std::chrono::steady_clock::now() + bound;
+    while (!condition(context)) {
+        if (std::chrono::steady_clock::now() >= deadline) return false;
+        const struct timespec pause = {0, 1000000};
+        nanosleep(&pause, nullptr);
+    }
+    return true;
+}
+
+bool returnsTo(const ProcessState& expected) {
+    return eventually([&] { return ProcessState::now() == expected; });
+}
+
+}  // namespace cabinaudio::test

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace cabinaudio::test {
+
+/// The development server as a child process, on this test's own instance. Started and ready when
+/// the constructor returns (it throws std::runtime_error when the server does not come up); ended
+/// with SIGTERM by the destructor.
+class RealServer {
+public:
+    /// @param arguments  of cabinaudio-server, for example {"--output", "null", "--fast"}
+    explicit RealServer(std::vector<std::string> arguments = {"--output", "null"});
+    ~RealServer();
+    RealServer(const RealServer&) = delete;
+    RealServer& operator=(const RealServer&) = delete;
+
+    [[nodiscard]] pid_t pid() const { return mPid; }
+
+    /// Sends one command line to the server's control socket and returns its answer line.
+    [[nodiscard]] std::string command(const std::string& line) const;
+
+    void kill(int signal) const;
+
+    /// Ends it with SIGTERM and waits. @return the wait status
+    int stop();
+
+    /// What the server has printed so far (stdout and stderr).
+    [[nodiscard]] std::string output() const;
+
+private:
+    int waitForEnd();
+
+    pid_t mPid = -1;
+    int mLifeFd = -1;  // readable once the server has ended
+    int mWaitStatus = 0;
+    std::string mOutputFile;
+};
+
+}  // namespace cabinaudio::test
