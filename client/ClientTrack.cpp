@@ -458,12 +458,15 @@ void ClientTrack::setRingWait(bool wait) {
 }
 
 void ClientTrack::notify() {
-    const AudioMutex::AutoLock lock(mLock);
-    if (!mIsBlocked) return;
-    mCond.signal();
-    const ShareMemoryEx* const ring = mShareMemory;
-    if (ring == nullptr || !ring->isUsable()) return;
-    const std::uint64_t lag = nowMs() - ring->getUpdateTime();
+    std::uint64_t updated = 0;
+    {
+        const AudioMutex::AutoLock lock(mLock);
+        if (!mIsBlocked) return;
+        const ShareMemoryEx* const ring = mShareMemory;
+        updated = ring != nullptr && ring->isUsable() ? ring->getUpdateTime() : nowMs();
+    }
+    mCond.signal();  // unlocked, so that the writer does not wake up only to wait for the lock
+    const std::uint64_t lag = nowMs() - updated;
     if (lag >= LAG_WARNING_MS)
         AUDIO_LOGW("[%s] update share memory IPC interVal:%llu ms > 1 ms\n", mName, llu(lag));
 }

@@ -39,7 +39,8 @@ constexpr time_t SEND_TIMEOUT_S = 10;
 
 /// The abstract name: a zero byte, then the path without its terminator.
 bool socket_make_sockaddr_un(const char* path, sockaddr_un& address, socklen_t& length) {
-    const std::size_t name = path != nullptr ? std::strlen(path) : 0;
+    if (path == nullptr) path = "";
+    const std::size_t name = std::strlen(path);
     address = {};
     address.sun_family = AF_UNIX;
     if (name + 1 > sizeof address.sun_path) {
@@ -103,6 +104,8 @@ std::int32_t receiveOnce(int descriptor, void* data, std::int32_t length) {
         errno = EINVAL;
         return -1;
     }
+    // The platform would wait for bytes even where none are wanted.
+    if (length == 0) return 0;
     return static_cast<std::int32_t>(
         ::recv(descriptor, data, static_cast<std::size_t>(length), MSG_NOSIGNAL));
 }

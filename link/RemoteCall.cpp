@@ -176,6 +176,8 @@ std::int32_t RemoteCall::_callWords(const LogSite& site, std::initializer_list<s
     const auto size = static_cast<std::uint32_t>(words.size() * sizeof(std::uint32_t));
     std::int32_t reply[2] = {};  // status and value
     const std::uint32_t replySize = wantsValue ? sizeof reply : sizeof reply[0];
+    // To the end, because the destructor may be waiting for call() to return.
+    const UseGate::Visit visit(*mCalls);
     std::uint8_t* req = nullptr;
     std::uint8_t* ret = nullptr;
     if (rcalloc(&req, size, &ret, replySize) != AUDIO_NO_ERROR) return AUDIO_NO_MEMORY;

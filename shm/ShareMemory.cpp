@@ -20,6 +20,7 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <type_traits>
 
 namespace cabinaudio {
 namespace {
@@ -39,6 +40,15 @@ constinit std::atomic<clockid_t> gClock{CLOCK_MONOTONIC};
 
 bool mapped(const ShareMemoryHandle* hdl) {
     return hdl->hdr != nullptr && hdl->data != nullptr;
+}
+
+void openEmpty(RingHeader& ring, std::uint32_t size) {
+    storeRelaxed<std::uint32_t>(ring.readOffset, 0);
+    storeRelaxed<std::uint32_t>(ring.writeOffset, 0);
+    storeRelaxed<std::uint64_t>(ring.updateTime, 0);
+    storeRelaxed<std::uint8_t>(ring.wait, 0);
+    // Last: without a size the ring has neither data nor space.
+    storeRelease(ring.size, size);
 }
 
 // The conditions in AUDIO_IGNORE are part of its texts.
@@ -63,17 +73,12 @@ bool createShmMap(ShareMemoryHandle* hdl, const char* name) {
         return false;
     }
     if ((hdl->mode & SHM_MODE_CREATOR) != 0) {
-        storeRelaxed<std::uint32_t>(hdl->hdr->readOffset, 0);
-        storeRelaxed<std::uint32_t>(hdl->hdr->writeOffset, 0);
-        storeRelaxed<std::uint64_t>(hdl->hdr->updateTime, 0);
-        storeRelaxed<std::uint8_t>(hdl->hdr->wait, 0);
         AUDIO_IGNORE(0==sem_init((sem_t *)&hdl->hdr->readSem, 1, 0));
         AUDIO_IGNORE(0==sem_init((sem_t *)&hdl->hdr->writeSem, 1, 0));
         // The other side may have mapped first and sleep already, forgotten by the new semaphores.
         semaphoreStirSleepers((sem_t *)&hdl->hdr->readSem);
         semaphoreStirSleepers((sem_t *)&hdl->hdr->writeSem);
-        // Last: without a size the ring has neither data nor space.
-        storeRelease(hdl->hdr->size, hdl->len);
+        openEmpty(*hdl->hdr, hdl->len);
     }
     if (hdl->needCache) {
         hdl->cacheFd = open(kCacheDevice, O_RDWR | O_CLOEXEC);
@@ -117,6 +122,7 @@ void initShmNotificationReceiver(ShareMemoryHandle* hdl) {
         AUDIO_LOGE("invalid mode:0x%x\n", hdl->mode);
         return;
     }
+    semaphoreShare(hdl->recevierSem);
     hdl->receiver = new (std::nothrow)
         ShmUpdateNotificationRecevier(hdl->name, hdl->recevierSem, hdl->callback);
     if (hdl->receiver != nullptr) hdl->receiver->launch();
@@ -127,8 +133,9 @@ void uninitShmNotificationReceiver(ShareMemoryHandle* hdl) {
     receiver->prepareStop();
     AUDIO_IGNORE(!sem_post(hdl->recevierSem));
     if (receiver->isCaller()) {
-        // Called out of notify(): join() says so. The body must find its object when it returns.
+        // Called out of notify(): join() says so. The body needs the object until it returns.
         receiver->join();
+        receiver->leaveToBody();
         return;
     }
     // The other side may have initialised the semaphore under the sleeping receiver, which no post
@@ -263,14 +270,14 @@ inline int finishWrite(RingHeader& ring, std::uint32_t count) {
     return finishWrite(*hdl->hdr, writeInPieces(hdl, RingState::of(*hdl->hdr), src, len));
 }
 
-/// The value, behind the compiler's back, which would otherwise compute its lower half anew after
-/// the copy.
+/// The value as it is. The compiler does not see how it came about, and so keeps it over the copy
+/// instead of computing its lower half a second time.
 inline std::uint64_t computedOnce(std::uint64_t value) {
     asm("" : "+r"(value));
     return value;
 }
 
-/// Data of a ring that it lies behind its header.
+/// Data of a ring whose data lies behind its header.
 inline unsigned char* dataBehind(RingHeader& ring) {
     return reinterpret_cast<unsigned char*>(&ring + 1);
 }
@@ -313,6 +320,7 @@ ShareMemoryEx::~ShareMemoryEx() {
     AUDIO_LOGD("delete shared memory name:%s\n", hdl->name);
     if (hdl->receiver != nullptr) uninitShmNotificationReceiver(hdl);
     destroyShmMap(hdl);
+    static_assert(std::is_trivially_destructible_v<ShareMemoryHandle>);
     AudioNormalFree(hdl);
 }
 
@@ -338,15 +346,17 @@ unsigned ShareMemoryEx::getWriteOffset() const {
     return loadAcquire(mHandle->ring->writeOffset);
 }
 
-int ShareMemoryEx::read(unsigned char* dst, unsigned len) {
+// Here and in write(): a copy of 0 bytes may have no address.
+__attribute__((no_sanitize("nonnull-attribute"))) int ShareMemoryEx::read(unsigned char* dst,
+                                                                          unsigned len) {
     const ShareMemoryHandle* const hdl = mHandle;
     RingHeader& ring = *hdl->ring;
-    const std::uint32_t size = loadRelaxed(ring.size);
-    const std::uint32_t r = loadRelaxed(ring.readOffset);
-    const std::uint32_t w = loadAcquire(ring.writeOffset);
+    const std::uint64_t size = loadRelaxed(ring.size);
+    const std::uint64_t r = loadRelaxed(ring.readOffset);
+    const std::uint64_t w = loadAcquire(ring.writeOffset);
     // The short way: a plain ring, and all of `len` lies in one piece between the offsets. This
     // also shows that they are possible ones.
-    const std::uint64_t end = computedOnce(std::uint64_t{r} + len);
+    const std::uint64_t end = computedOnce(r + len);
     if (end > w || w >= size || size > hdl->plainLimit) [[unlikely]]
         return readAnyhow(hdl, dst, len);
     std::memcpy(dst, dataBehind(ring) + r, len);
@@ -354,14 +364,15 @@ int ShareMemoryEx::read(unsigned char* dst, unsigned len) {
     return finishRead(ring, len);
 }
 
-int ShareMemoryEx::write(const unsigned char* src, unsigned len) {
+__attribute__((no_sanitize("nonnull-attribute"))) int ShareMemoryEx::write(const unsigned char* src,
+                                                                           unsigned len) {
     const ShareMemoryHandle* const hdl = mHandle;
     RingHeader& ring = *hdl->ring;
-    const std::uint32_t size = loadRelaxed(ring.size);
-    const std::uint32_t r = loadAcquire(ring.readOffset);
-    const std::uint32_t w = loadRelaxed(ring.writeOffset);
+    const std::uint64_t size = loadRelaxed(ring.size);
+    const std::uint64_t r = loadAcquire(ring.readOffset);
+    const std::uint64_t w = loadRelaxed(ring.writeOffset);
     // The short way: a plain ring, and `len` fits behind the data, short of the ring's end.
-    const std::uint64_t end = computedOnce(std::uint64_t{w} + len);
+    const std::uint64_t end = computedOnce(w + len);
     if (r > w || end >= size || size > hdl->plainLimit) [[unlikely]]
         return writeAnyhow(hdl, src, len);
     std::memcpy(dataBehind(ring) + w, src, len);

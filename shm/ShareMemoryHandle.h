@@ -6,6 +6,7 @@
 #include "shm/SharedSemaphore.h"
 #include "wire/Ring.h"
 
+#include <cstddef>
 #include <cstdint>
 
 class ShmUpdateNotificationRecevier;
@@ -15,7 +16,7 @@ struct ShareMemoryHandle {
     // For transfers: never null, a header of zeros when nothing is mapped.
     cabinaudio::wire::RingHeader* ring;
     // Largest ring size whose data lies behind the header and needs no cache maintenance, or 0.
-    std::uint32_t plainLimit;
+    std::size_t plainLimit;
 
     cabinaudio::wire::RingHeader* hdr;  // null when the mapping failed
     unsigned char* data;                // null when the mapping failed

@@ -39,6 +39,10 @@ int sem_wait(sem_t* semaphore);
 
 #endif
 
+/// Before the first wait: the creator, whose sem_init shares the semaphore between processes, may
+/// still be to come, and the C library takes zeros for one that nobody else can post.
+void semaphoreShare(sem_t* semaphore);
+
 /// Whether a post is waiting to be taken.
 [[nodiscard]] bool semaphoreHasPost(sem_t* semaphore);
 

@@ -33,6 +33,10 @@ void ShmUpdateNotificationRecevier::launch() {
 void ShmUpdateNotificationRecevier::run() {
     mBody = pthread_self();
     receive();
+    if (mLeftToBody) {
+        delete this;
+        return;
+    }
     mBodyRuns = 0;
     futexWake(wordOf(mBodyRuns), FUTEX_WAKE_PRIVATE, INT_MAX);
 }
@@ -63,4 +67,9 @@ bool ShmUpdateNotificationRecevier::waitForBodysEnd(long ms) {
 
 bool ShmUpdateNotificationRecevier::isCaller() const {
     return mBodyRuns != 0 && pthread_equal(mBody, pthread_self()) != 0;
+}
+
+void ShmUpdateNotificationRecevier::leaveToBody() {
+    mLeftToBody = true;
+    AUDIO_IGNORE(pthread_detach(pthread_self()) == 0);
 }

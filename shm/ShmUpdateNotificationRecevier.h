@@ -33,6 +33,9 @@ public:
     /// Whether the caller is the body, that is, inside notify().
     [[nodiscard]] bool isCaller() const;
 
+    /// Called by the body: it deletes this object when it ends.
+    void leaveToBody();
+
 private:
     void receive();
     [[nodiscard]] bool waitForPost();
@@ -41,4 +44,5 @@ private:
     ShareMemoryUpdateNotificationCallback* mCallback;
     std::atomic<std::uint32_t> mBodyRuns{0};  // sleepers wait on it
     std::atomic<pthread_t> mBody{};
+    bool mLeftToBody = false;  // the body's own
 };

@@ -111,5 +111,5 @@ private:
     std::uint8_t* mReqBlock;                 // mReqPayload - 88; of whoever holds the slot
     std::uint8_t* mRetBlock;                 // the same
     RemoteCallNotifierWorker* mNotifier;
-    cabinaudio::UseGate* mCalls;  // who is in call() at present
+    cabinaudio::UseGate* mCalls;  // who is in call() or callFuncId() at present
 };
