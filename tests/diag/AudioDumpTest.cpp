@@ -1,0 +1,461 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cabinaudio/diag/AudioDump.h>
+#include <cabinaudio/foundation/AudioTime.h>
+
+#include "tests/diag/ConfigDirectory.h"
+#include "tests/diag/FrozenClock.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/ProcessState.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+#include <filesystem>
+#include <regex>
+#include <string>
+#include <vector>
+
+using cabinaudio::test::ConfigDirectory;
+using cabinaudio::test::contentsOf;
+using cabinaudio::test::FrozenClock;
+using cabinaudio::test::LogCapture;
+using cabinaudio::test::ProcessState;
+
+namespace {
+
+constexpr int kDebug = 3;
+constexpr int kInfo = 4;
+constexpr int kWarning = 5;
+constexpr int kError = 6;
+constexpr char kFlushFailed[] = "AUDIO IGNORE(mFile.flush())!\n";
+constexpr char kSyncFailed[] = "AUDIO IGNORE(fsync(mFile.fd()) == 0)!\n";
+
+std::string pointerText(const void* pointer) {
+    char text[32];
+    std::snprintf(text, sizeof(text), "%" PRIXPTR, reinterpret_cast<std::uintptr_t>(pointer));
+    return text;
+}
+
+void write(AudioDump& dump, const std::string& bytes) {
+    dump.write(reinterpret_cast<const unsigned char*>(bytes.data()),
+               static_cast<unsigned>(bytes.size()));
+}
+
+class ADump : public testing::Test {
+protected:
+    /// The directory that dumps go to; it does not exist at first.
+    [[nodiscard]] std::string dir() const { return directory.top() / "d"; }
+
+    void configure(const std::string& tag, const std::string& usage, const std::string& path) {
+        directory.write(directory.text() + "Dump\n tag=" + tag + "\n usage=" + usage +
+                        "\n outPath=" + path + "\n");
+    }
+
+    /// Names of the dump files, sorted.
+    [[nodiscard]] std::vector<std::string> files() const {
+        std::vector<std::string> names;
+        std::error_code missing;
+        for (const auto& entry : std::filesystem::directory_iterator(dir(), missing))
+            names.push_back(entry.path().filename());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    /// What the only dump file holds.
+    [[nodiscard]] std::string dumped() const {
+        const auto names = files();
+        return names.size() == 1 ? contentsOf(dir() + "/" + names[0])
+                                 : std::to_string(names.size()) + " files";
+    }
+
+    [[nodiscard]] std::size_t linesOfTheDump() const {
+        const auto lines = log.lines();
+        return static_cast<std::size_t>(std::count_if(lines.begin(), lines.end(), [](auto& line) {
+            return line.text.rfind("[AudioDump]", 0) == 0;
+        }));
+    }
+
+    const ConfigDirectory directory;
+    const LogCapture log;
+};
+
+using ADumpInADirectory = ADump;
+using ADriverDump = ADump;
+
+}  // namespace
+
+TEST_F(ADump, WritesTheBytesOfAConfiguredStream) {
+    configure("uplink", "client", dir());
+    {
+        AudioDump dump(AUDIO_TAG_UPLINK, "mic", "client", false);
+        write(dump, "abc");
+        write(dump, std::string("\0\xff\n", 3));
+    }
+    EXPECT_EQ(dumped(), std::string("abc\0\xff\n", 6));
+    EXPECT_EQ(
+        log.count(kInfo, "AudioDump", "AudioDump",
+                  "AUDIO DUMP INIT, tag=uplink, name=mic, usage=client, outPath=" + dir() + ".\n"),
+        1U)
+        << log.dump();
+}
+
+TEST_F(ADump, NamesItsFileAfterTheStreamAndTheClock) {
+    configure("main", "client", dir());
+    {
+        const FrozenClock clock(5000000);
+        const AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
+    }
+    EXPECT_EQ(files(), std::vector<std::string>{"main_nav_client_5000000.pcm"});
+}
+
+TEST_F(ADump, PrintsLargeClockValuesInFull) {
+    configure("main", "client", dir());
+    {
+        const FrozenClock clock(1234567890123456);
+        const AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
+    }
+    EXPECT_EQ(files(), std::vector<std::string>{"main_nav_client_1234567890123456.pcm"});
+}
+
+TEST_F(ADump, ReadsTheClockWhenItOpensTheFile) {
+    configure("main", "client", dir());
+    const std::uint64_t before = AudioTime::now();
+    { const AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false); }
+    const std::uint64_t after = AudioTime::now();
+    ASSERT_EQ(files().size(), 1U);
+    std::smatch name;
+    const std::string file = files()[0];
+    ASSERT_TRUE(std::regex_match(file, name, std::regex("main_nav_client_([0-9]+)\\.pcm"))) << file;
+    EXPECT_GE(std::stoull(name[1]), before);
+    EXPECT_LE(std::stoull(name[1]), after);
+}
+
+TEST_F(ADump, DoesNothingForAStreamThatIsNotConfigured) {
+    configure("uplink", "client", dir());
+    {
+        AudioDump otherTag(AUDIO_TAG_INPUT0, "mic", "client", false);
+        AudioDump otherUsage(AUDIO_TAG_UPLINK, "mic", "server", false);
+        write(otherTag, "abc");
+        write(otherUsage, "abc");
+    }
+    EXPECT_TRUE(files().empty());
+    EXPECT_EQ(linesOfTheDump(), 0U) << log.dump();
+}
+
+TEST_F(ADump, DoesNothingForAnEmptyPath) {
+    configure("uplink", "client", "");
+    {
+        AudioDump dump(AUDIO_TAG_UPLINK, "mic", "client", false);
+        write(dump, "abc");
+    }
+    EXPECT_EQ(linesOfTheDump(), 0U) << log.dump();
+}
+
+TEST_F(ADump, OfAnUnknownTagHasAnEmptyTagText) {
+    configure("", "client", dir());
+    {
+        const FrozenClock clock(7);
+        const AudioDump dump(AUDIO_TAG_UNKNOWN, "x", "client", false);
+    }
+    EXPECT_EQ(files(), std::vector<std::string>{"_x_client_7.pcm"});
+}
+
+TEST_F(ADump, CutsItsTextsTo63Characters) {
+    const std::string usage(70, 'u');
+    const std::string name(70, 'n');
+    configure("main", usage, dir());
+    {
+        const FrozenClock clock(7);
+        const AudioDump dump(AUDIO_TAG_MAIN, name.c_str(), usage.c_str(), false);
+    }
+    EXPECT_EQ(files(), std::vector<std::string>{"main_" + name.substr(0, 63) + "_" +
+                                                usage.substr(0, 63) + "_7.pcm"});
+}
+
+TEST_F(ADump, RefusesMissingNames) {
+    configure("main", "client", dir());
+    const char* const usage = "client";
+    {
+        AudioDump noName(AUDIO_TAG_MAIN, nullptr, usage, false);
+        AudioDump noUsage(AUDIO_TAG_MAIN, usage, nullptr, false);
+        write(noName, "abc");
+        write(noUsage, "abc");
+    }
+    EXPECT_TRUE(files().empty());
+    const std::string text = pointerText(usage);
+    EXPECT_EQ(log.count(kError, "AudioDump", "AudioDump",
+                        "Invalid params, name=0, usage=" + text + ".\n"),
+              1U)
+        << log.dump();
+    EXPECT_EQ(log.count(kError, "Invalid params, name=" + text + ", usage=0.\n"), 1U) << log.dump();
+}
+
+TEST_F(ADump, RefusedForMissingNamesCannotBeResumedEither) {
+    configure("main", "client", dir());
+    AudioDump dump(AUDIO_TAG_MAIN, nullptr, "client", false);
+    dump.resume(true);
+    write(dump, "abc");
+    EXPECT_EQ(log.count(kError, "Failed to resume dump cause NULL item/outPath.\n"), 1U)
+        << log.dump();
+    EXPECT_TRUE(files().empty());
+}
+
+TEST_F(ADump, MakesItsDirectoryAndLogsThatAsIfItHadFailed) {
+    configure("main", "client", dir());
+    { const AudioDump first(AUDIO_TAG_MAIN, "a", "client", false); }
+    struct stat made = {};
+    ASSERT_EQ(stat(dir().c_str(), &made), 0);
+    EXPECT_EQ(made.st_mode & 0777, 0700U);
+    const std::string expression = "Failed to mkdir:" + dir() + "\\(strerror=.*\\)\n";
+    EXPECT_EQ(log.countMatching(kDebug, expression), 1U) << log.dump();
+    EXPECT_EQ(log.countMatching(kWarning, ".*"), 0U) << log.dump();
+    { const AudioDump second(AUDIO_TAG_MAIN, "b", "client", false); }
+    EXPECT_EQ(log.countMatching(kDebug, expression), 1U) << log.dump();
+    EXPECT_EQ(files().size(), 2U);
+}
+
+TEST_F(ADump, MakesOnlyTheLastLevelAndSaysThatItCouldNotOpenItsFile) {
+    const std::string deep = dir() + "/missing";
+    configure("main", "client", deep);
+    {
+        const FrozenClock clock(5000000);
+        AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
+        write(dump, "abc");
+    }
+    EXPECT_FALSE(std::filesystem::exists(dir()));
+    EXPECT_EQ(log.count(kWarning, "AudioDump", "_init",
+                        "Failed to open dump out file:" + deep +
+                            "/main_nav_client_5000000.pcm,error:No such file or directory(2)\n"),
+              1U)
+        << log.dump();
+    EXPECT_EQ(log.countMatching(kDebug, ".*"), 0U) << log.dump();
+}
+
+TEST_F(ADump, IgnoresWritesOfNothing) {
+    configure("main", "client", dir());
+    {
+        AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
+        const unsigned char byte = 1;
+        dump.write(&byte, 0);
+        dump.write(nullptr, 10);
+        dump.write(nullptr, 0);
+    }
+    EXPECT_EQ(dumped(), "");
+}
+
+TEST_F(ADump, KeepsTheOrderOfManyWrites) {
+    configure("main", "client", dir());
+    std::string expected;
+    {
+        AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
+        for (unsigned i = 0; i < 2000; ++i) {
+            const std::string piece(i % 700, static_cast<char>(i));
+            write(dump, piece);
+            expected += piece;
+        }
+    }
+    EXPECT_EQ(dumped(), expected);
+}
+
+TEST_F(ADump, OfTheSameMicrosecondTruncatesTheEarlierFile) {
+    configure("main", "client", dir());
+    const FrozenClock clock(5000000);
+    for (const char* const bytes : {"first", "2nd"}) {
+        AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
+        write(dump, bytes);
+    }
+    EXPECT_EQ(dumped(), "2nd");
+}
+
+TEST_F(ADump, OfTheSameMicrosecondAppendsWhenAsked) {
+    configure("main", "client", dir());
+    const FrozenClock clock(5000000);
+    for (const char* const bytes : {"first", "2nd"}) {
+        AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", true);
+        write(dump, bytes);
+    }
+    EXPECT_EQ(dumped(), "first2nd");
+}
+
+TEST_F(ADump, CutsTheFileNameTo255Characters) {
+    std::string longDir = directory.top();
+    while (longDir.size() < 200)
+        longDir += "/" + std::string(20, 'l');
+    longDir += "/" + std::string(245 - longDir.size() - 1, 'e');
+    std::filesystem::create_directories(longDir);
+    {
+        const FrozenClock clock(5000000);
+        AudioDump dump(longDir.c_str(), "description", false);
+        write(dump, "abc");
+    }
+    EXPECT_EQ(contentsOf(longDir + "/descripti"), "abc");  // 245 + 1 + 9
+}
+
+TEST_F(ADump, ClosesItsFile) {
+    configure("main", "client", dir());
+    const ProcessState before = ProcessState::now();
+    {
+        const AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
+        EXPECT_EQ(ProcessState::now().descriptors, before.descriptors + 1);
+    }
+    EXPECT_EQ(ProcessState::now().descriptors, before.descriptors);
+}
+
+TEST_F(ADump, FlushesAndSyncsWithoutAWordWhenAllIsWell) {
+    configure("main", "client", dir());
+    {
+        AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
+        write(dump, "abc");
+    }
+    EXPECT_EQ(log.count(kDebug, kFlushFailed), 0U) << log.dump();
+    EXPECT_EQ(log.count(kDebug, kSyncFailed), 0U) << log.dump();
+}
+
+TEST_F(ADump, LogsThatItCouldNotSync) {
+    std::filesystem::create_directory(dir());
+    const std::string pipe = dir() + "/desc_ignored_ignored_5000000.pcm";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const int reader = open(pipe.c_str(), O_RDWR | O_CLOEXEC);  // keeps the dump from blocking
+    ASSERT_GE(reader, 0);
+    {
+        const FrozenClock clock(5000000);
+        AudioDump dump(dir().c_str(), "desc", false);
+        write(dump, "abc");
+    }
+    char bytes[4] = {};
+    EXPECT_EQ(read(reader, bytes, 3), 3);
+    EXPECT_STREQ(bytes, "abc");
+    close(reader);
+    EXPECT_EQ(log.count(kDebug, "AudioDump", "_deinit", kSyncFailed), 1U) << log.dump();
+    EXPECT_EQ(log.count(kDebug, kFlushFailed), 0U) << log.dump();
+}
+
+TEST_F(ADump, DropsWhatIsWrittenWhileItIsPaused) {
+    configure("main", "client", dir());
+    {
+        AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
+        write(dump, "before");
+        dump.resume(false);
+        write(dump, "paused");
+    }
+    EXPECT_EQ(dumped(), "before");
+}
+
+TEST_F(ADump, ThatIsOpenIsEndedByAResume) {
+    configure("main", "client", dir());
+    {
+        AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
+        write(dump, "before");
+        dump.resume(false);
+        dump.resume(true);
+        write(dump, "after");
+    }
+    EXPECT_EQ(dumped(), "before");  // no second file, and the failed stream drops the rest
+    EXPECT_EQ(log.countMatching(kWarning, ".*"), 0U) << log.dump();
+    EXPECT_EQ(log.count(kDebug, "AudioDump", "_deinit", kFlushFailed), 1U) << log.dump();
+    EXPECT_EQ(log.count(kDebug, kSyncFailed), 0U) << log.dump();
+}
+
+TEST_F(ADump, UsesTheSettingsAsTheyWereWhenItWasMade) {
+    configure("main", "driver", dir());
+    AudioDump dump(AUDIO_TAG_MAIN, "nav", "driver", false);
+    directory.write("");
+    dump.resume(true);
+    EXPECT_EQ(files().size(), 1U);
+    AudioDump later(AUDIO_TAG_MAIN, "nav", "driver", false);
+    later.resume(true);
+    EXPECT_EQ(files().size(), 1U);
+    EXPECT_EQ(log.count(kError, "Failed to resume dump cause NULL item/outPath.\n"), 1U);
+}
+
+TEST_F(ADriverDump, WaitsForItsResume) {
+    configure("main", "driver", dir());
+    {
+        AudioDump dump(AUDIO_TAG_MAIN, "nav", "driver", false);
+        EXPECT_TRUE(log.lines().size() == 1 && log.has(kInfo, "Parse dump item success.\n"))
+            << log.dump();
+        write(dump, "early");
+        EXPECT_TRUE(files().empty());
+        dump.resume(true);
+        write(dump, "now");
+    }
+    EXPECT_EQ(dumped(), "now");
+}
+
+TEST_F(ADriverDump, StaysPausedWithoutAnItem) {
+    AudioDump dump(AUDIO_TAG_MAIN, "nav", "driver", false);
+    dump.resume(true);
+    write(dump, "abc");
+    EXPECT_EQ(log.count(kError, "AudioDump", "resume",
+                        "Failed to resume dump cause NULL item/outPath.\n"),
+              1U)
+        << log.dump();
+}
+
+TEST_F(ADriverDump, StaysPausedWithAnEmptyPath) {
+    configure("main", "driver", "");
+    AudioDump dump(AUDIO_TAG_MAIN, "nav", "driver", false);
+    dump.resume(true);
+    EXPECT_EQ(log.count(kError, "Failed to resume dump cause NULL item/outPath.\n"), 1U)
+        << log.dump();
+}
+
+TEST_F(ADriverDump, AppendsWhenAsked) {
+    configure("main", "driver", dir());
+    const FrozenClock clock(5000000);
+    for (const char* const bytes : {"first", "2nd"}) {
+        AudioDump dump(AUDIO_TAG_MAIN, "nav", "driver", true);
+        dump.resume(true);
+        write(dump, bytes);
+    }
+    EXPECT_EQ(dumped(), "first2nd");
+}
+
+TEST_F(ADumpInADirectory, NeedsNoSettings) {
+    {
+        const FrozenClock clock(5000000);
+        AudioDump dump(dir().c_str(), "desc", false);
+        write(dump, "abc");
+    }
+    EXPECT_EQ(files(), std::vector<std::string>{"desc_ignored_ignored_5000000.pcm"});
+    EXPECT_EQ(dumped(), "abc");
+    EXPECT_EQ(log.count(kInfo, "AudioDump", "AudioDump",
+                        "AUDIO DUMP INIT, dumpFullPath=" + dir() + ".\n"),
+              1U)
+        << log.dump();
+}
+
+TEST_F(ADumpInADirectory, RefusesMissingArguments) {
+    const char* const text = "desc";
+    {
+        AudioDump noPath(nullptr, text, false);
+        AudioDump noText(text, nullptr, false);
+        write(noPath, "abc");
+        write(noText, "abc");
+    }
+    const std::string pointer = pointerText(text);
+    EXPECT_EQ(log.count(kError, "AudioDump", "AudioDump",
+                        "Invalid params, dumpFullPath=0, desc=" + pointer + ".\n"),
+              1U)
+        << log.dump();
+    EXPECT_EQ(log.count(kError, "Invalid params, dumpFullPath=" + pointer + ", desc=0.\n"), 1U)
+        << log.dump();
+    EXPECT_EQ(linesOfTheDump(), 2U) << log.dump();
+}
+
+TEST_F(ADumpInADirectory, GoesOnWhenItCannotBeResumed) {
+    {
+        AudioDump dump(dir().c_str(), "desc", false);
+        write(dump, "one");
+        dump.resume(true);  // there is no item for the empty texts
+        write(dump, "two");
+    }
+    EXPECT_EQ(log.count(kError, "Failed to resume dump cause NULL item/outPath.\n"), 1U)
+        << log.dump();
+    EXPECT_EQ(dumped(), "onetwo");
+}

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cabinaudio/diag/AudioOfstream.h>
+
+#include "tests/diag/ConfigDirectory.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+using cabinaudio::test::ConfigDirectory;
+using cabinaudio::test::contentsOf;
+
+TEST(AnOutputFile, AddsNoDataToTheStandardStream) {
+    EXPECT_EQ(sizeof(AudioOfstream), sizeof(std::ofstream));
+}
+
+TEST(AnOutputFile, HasNoDescriptorUnlessItIsOpen) {
+    const ConfigDirectory directory;
+    AudioOfstream file;
+    EXPECT_EQ(file.fd(), -1);
+    file.open(directory.top() / "out");
+    EXPECT_GE(file.fd(), 0);
+    file.close();
+    EXPECT_EQ(file.fd(), -1);
+    file.open(directory.top() / "missing" / "out");
+    EXPECT_EQ(file.fd(), -1);
+}
+
+TEST(AnOutputFile, NamesTheDescriptorOfItsFile) {
+    const ConfigDirectory directory;
+    AudioOfstream file;
+    file.open(directory.top() / "out");
+    const std::string link = "/proc/self/fd/" + std::to_string(file.fd());
+    EXPECT_EQ(std::filesystem::read_symlink(link).filename(), "out");
+    ASSERT_EQ(::write(file.fd(), "abc", 3), 3);
+    EXPECT_EQ(contentsOf(directory.top() / "out"), "abc");
+}

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cabinaudio/foundation/AudioMutex.h>
+
+#include "tests/foundation/Platform.h"
+#include "tests/foundation/SharedObject.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+using cabinaudio::test::exitStatusOf;
+using cabinaudio::test::forkAndRun;
+using cabinaudio::test::lastSharing;
+using cabinaudio::test::SharedObject;
+
+namespace {
+
+constexpr int kBusy = -16;
+
+std::int32_t tryLockOnAnotherThread(AudioMutex& mutex) {
+    std::int32_t result = 1;
+    std::thread([&] {
+        result = mutex.tryLock();
+        if (result == 0) mutex.unlock();
+    }).join();
+    return result;
+}
+
+struct SharedMutex {
+    AudioMutex lock{true};
+    long value = 0;
+};
+
+}  // namespace
+
+TEST(AMutex, IsNothingButThePlatformsMutex) {
+    EXPECT_EQ(sizeof(AudioMutex), sizeof(pthread_mutex_t));
+    EXPECT_EQ(sizeof(AudioMutex::AutoLock), sizeof(void*));
+}
+
+TEST(AMutex, IsSharedBetweenProcessesOnlyWhenAsked) {
+    const AudioMutex own(false);
+    EXPECT_EQ(lastSharing(), PTHREAD_PROCESS_PRIVATE);
+    const AudioMutex shared(true);
+    EXPECT_EQ(lastSharing(), PTHREAD_PROCESS_SHARED);
+}
+
+TEST(AMutex, IsRefusedToAnotherThreadWhileItIsHeld) {
+    AudioMutex mutex(false);
+    EXPECT_EQ(tryLockOnAnotherThread(mutex), 0);
+    mutex.lock();
+    EXPECT_EQ(tryLockOnAnotherThread(mutex), kBusy);
+    mutex.unlock();
+    EXPECT_EQ(tryLockOnAnotherThread(mutex), 0);
+}
+
+TEST(AMutex, IsNotRecursive) {
+    AudioMutex mutex(false);
+    ASSERT_EQ(mutex.tryLock(), 0);
+    EXPECT_EQ(mutex.tryLock(), kBusy);
+    mutex.unlock();
+}
+
+TEST(AMutex, IsHeldForTheLifeOfAnAutoLock) {
+    AudioMutex mutex(false);
+    {
+        const AudioMutex::AutoLock lock(mutex);
+        EXPECT_EQ(tryLockOnAnotherThread(mutex), kBusy);
+    }
+    EXPECT_EQ(tryLockOnAnotherThread(mutex), 0);
+}
+
+TEST(AMutex, LetsOneThreadInAtATime) {
+    AudioMutex mutex(false);
+    long value = 0;
+    const auto count = [&] {
+        for (int i = 0; i < 20000; ++i) {
+            const AudioMutex::AutoLock lock(mutex);
+            value = value + 1;
+        }
+    };
+    std::thread other(count);
+    count();
+    other.join();
+    EXPECT_EQ(value, 40000);
+}
+
+TEST(ASharedMutex, LetsOneProcessInAtATime) {
+    SharedObject<SharedMutex> shared;
+    const auto count = [&] {
+        for (int i = 0; i < 20000; ++i) {
+            const AudioMutex::AutoLock lock(shared->lock);
+            volatile long& value = shared->value;
+            value = value + 1;
+        }
+        return 0;
+    };
+    const pid_t child = forkAndRun(count);
+    count();
+    EXPECT_EQ(exitStatusOf(child), 0);
+    EXPECT_EQ(shared->value, 40000);
+}

@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "foundation/Log.h"
+#include "tests/foundation/Child.h"
+#include "tests/support/LogCapture.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <string>
+
+using cabinaudio::test::ChildEnd;
+using cabinaudio::test::LogCapture;
+using cabinaudio::test::runInChild;
+
+namespace {
+
+constexpr int kDebug = 3;
+constexpr int kInfo = 4;
+constexpr int kWarning = 5;
+constexpr int kError = 6;
+
+std::string padded(int line) {
+    std::string digits = std::to_string(line);
+    while (digits.size() < 4)
+        digits.insert(0, "0");
+    return digits;
+}
+
+struct Speaker {
+    Speaker() { AUDIO_LOGI("up\n"); }
+    ~Speaker() { AUDIO_LOGI("down\n"); }
+};
+
+}  // namespace
+
+TEST(ALogLine, StartsWithFileFunctionAndLineInFourDigits) {
+    const LogCapture log;
+    const int line = __LINE__ + 1;
+    AUDIO_LOGD("value %d\n", 5);
+    ASSERT_EQ(log.lines().size(), 1U);
+    EXPECT_EQ(log.lines()[0].text, "[LogTest][TestBody][" + padded(line) + "]value 5\n");
+    EXPECT_EQ(log.lines()[0].tag, "AS");
+}
+
+TEST(ALogLine, PadsShortLineNumbersAndKeepsLongOnes) {
+    const LogCapture log;
+    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, (cabinaudio::LogSite{"File", "function", 7}), "text\n");
+    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, (cabinaudio::LogSite{"File", "function", 12345}), "text\n");
+    ASSERT_EQ(log.lines().size(), 2U);
+    EXPECT_EQ(log.lines()[0].text, "[File][function][0007]text\n");
+    EXPECT_EQ(log.lines()[1].text, "[File][function][12345]text\n");
+}
+
+TEST(ALogLine, HasThePriorityOfItsMacro) {
+    const LogCapture log;
+    AUDIO_LOGD("d\n");
+    AUDIO_LOGI("i\n");
+    AUDIO_LOGW("w\n");
+    AUDIO_LOGE("e\n");
+    EXPECT_EQ(log.count(kDebug, "d\n"), 1U);
+    EXPECT_EQ(log.count(kInfo, "i\n"), 1U);
+    EXPECT_EQ(log.count(kWarning, "w\n"), 1U);
+    EXPECT_EQ(log.count(kError, "e\n"), 1U);
+}
+
+TEST(ALogLine, EndsAsItsTextDoes) {
+    const LogCapture log;
+    AUDIO_LOGD("close socket fd:%d", 3);
+    EXPECT_EQ(log.count(kDebug, "close socket fd:3"), 1U);
+}
+
+TEST(ALogLine, NamesConstructorsAndDestructorsAfterTheClass) {
+    const LogCapture log;
+    { const Speaker speaker; }
+    EXPECT_EQ(log.count(kInfo, "LogTest", "Speaker", "up\n"), 1U) << log.dump();
+    EXPECT_EQ(log.count(kInfo, "LogTest", "~Speaker", "down\n"), 1U) << log.dump();
+}
+
+TEST(ALogLine, OfASharedHelperNamesItsCaller) {
+    const LogCapture log;
+    const auto helper = [](const cabinaudio::LogSite& site) {
+        AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "shared\n");
+    };
+    helper(AUDIO_LOG_SITE);
+    EXPECT_EQ(log.count(kWarning, "LogTest", "TestBody", "shared\n"), 1U) << log.dump();
+}
+
+TEST(AnIgnoredFailure, IsLoggedWithItsSourceText) {
+    const LogCapture log;
+    const int seven = 7;
+    AUDIO_IGNORE(seven == 8);
+    AUDIO_IGNORE(seven == 9);
+    EXPECT_EQ(log.count(kDebug, "LogTest", "TestBody", "AUDIO IGNORE(seven == 8)!\n"), 1U);
+    EXPECT_EQ(log.count(kDebug, "AUDIO IGNORE(seven == 9)!\n"), 1U) << log.dump();
+}
+
+TEST(AnIgnoredFailure, IsNotLoggedWhenThereIsNone) {
+    const LogCapture log;
+    int evaluated = 0;
+    AUDIO_IGNORE(++evaluated == 1);
+    EXPECT_EQ(evaluated, 1);
+    EXPECT_TRUE(log.lines().empty()) << log.dump();
+}
+
+TEST(ABrokenInvariant, IsLoggedAndEndsTheProcess) {
+    const ChildEnd end = runInChild([] {
+        const void* const opaque = nullptr;
+        AUDIO_ASSERT(nullptr != opaque);
+    });
+    EXPECT_TRUE(end.killedBy(SIGABRT)) << end.status;
+    EXPECT_NE(end.output.find("6 [LogTest][operator()]["), std::string::npos) << end.output;
+    EXPECT_NE(end.output.find("]AUDIO ASSERT(nullptr != opaque)!\n"), std::string::npos)
+        << end.output;
+}
+
+TEST(AnInvariantThatHolds, IsSilent) {
+    const LogCapture log;
+    int evaluated = 0;
+    AUDIO_ASSERT(++evaluated == 1);
+    EXPECT_EQ(evaluated, 1);
+    EXPECT_TRUE(log.lines().empty()) << log.dump();
+}
