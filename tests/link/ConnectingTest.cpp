@@ -1,0 +1,283 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/link/LinkFixture.h"
+#include "tests/support/ProcessState.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+namespace cabinaudio::test {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+
+constexpr char NOBODY[] = "nobody listens here";
+
+/// Names are the kernel's: a process may have a longest one only once.
+std::string nameOfLength(std::size_t length) {
+    std::string name = "link-test-" + std::to_string(getpid()) + "-";
+    name.resize(length, 'x');
+    return name;
+}
+
+TEST(Connecting, SaysSoAndStartsTheReceiveThread) {
+    LogCapture log;
+    ScriptedServer server;
+    AudioConnection connection(wire::SERVER_SOCKET, wire::SERVER_PORT, nullptr, nullptr);
+    EXPECT_TRUE(server.waitForClients(1));
+    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "connect", "connect ok\n"), 1u) << log.dump();
+    EXPECT_TRUE(eventually([] {
+        const auto names = threadNames();
+        return std::count(names.begin(), names.end(), "AS-SktWorker") == 1;
+    }));
+}
+
+TEST(Connecting, AsksForALocalStreamSocketAndItsAbstractName) {
+    ScriptedServer server("abstract");
+    std::vector<int> asked;
+    std::vector<std::uint8_t> address;
+    socklen_t given = 0;
+    platform::Replace socket(platform::socketSlot, [&](int domain, int type, int protocol) {
+        asked = {domain, type, protocol};
+        return platform::real::socket(domain, type, protocol);
+    });
+    platform::Replace connect(
+        platform::connectSlot, [&](int descriptor, const sockaddr* to, socklen_t length) {
+            const auto* const bytes = reinterpret_cast<const std::uint8_t*>(to);
+            address.assign(bytes, bytes + sizeof(sockaddr_un));
+            given = length;
+            return platform::real::connect(descriptor, to, length);
+        });
+    AudioConnection connection("abstract", 1, nullptr, nullptr);
+    EXPECT_TRUE(server.waitForClients(1));
+    EXPECT_THAT(asked, ElementsAre(AF_UNIX, SOCK_STREAM, 0));
+    // Family 1, a zero byte, the name without a terminator, zeros.
+    std::array<std::uint8_t, 110> expected = {1, 0, 0, 'a', 'b', 's', 't', 'r', 'a', 'c', 't'};
+    EXPECT_THAT(address, ElementsAreArray(expected));
+    EXPECT_EQ(given, 11u);
+}
+
+TEST(Connecting, GivesTheDescriptorASendTimeoutAndCloseOnExec) {
+    ScriptedServer server;
+    int descriptor = -1;
+    platform::Replace connect(platform::connectSlot,
+                              [&](int fd, const sockaddr* to, socklen_t length) {
+                                  descriptor = fd;
+                                  return platform::real::connect(fd, to, length);
+                              });
+    AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+    timeval timeout = {};
+    socklen_t length = sizeof timeout;
+    ASSERT_EQ(::getsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &timeout, &length), 0);
+    EXPECT_EQ(timeout.tv_sec, 10);
+    EXPECT_EQ(timeout.tv_usec, 0);
+    EXPECT_EQ(::fcntl(descriptor, F_GETFD), FD_CLOEXEC);
+}
+
+TEST(Connecting, GoesOnWithoutASendTimeout) {
+    LogCapture log;
+    ScriptedServer server;
+    platform::Replace setsockopt(
+        platform::setsockoptSlot,
+        [](int, int, int, const void*, socklen_t) { return platform::failWith(EDOM); });
+    AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+    EXPECT_EQ(log.count(WARN, "AudioConnection", "connect", "set send timeout time failed\n"), 1u)
+        << log.dump();
+    const std::uint8_t byte = 1;
+    EXPECT_EQ(connection.send(&byte, 1), 0);
+}
+
+TEST(Connecting, CreatesItsThreadForRoundRobinAtTheHighestPriority) {
+    ScriptedServer server;
+    int policy = -1;
+    sched_param param = {};
+    platform::Replace create(
+        platform::pthreadCreateSlot,
+        [&](pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*), void* to) {
+            if (platform::isLibraryThread(attributes)) {
+                pthread_attr_getschedpolicy(attributes, &policy);
+                pthread_attr_getschedparam(attributes, &param);
+            }
+            return platform::real::pthread_create(thread, attributes, entry, to);
+        });
+    AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+    EXPECT_EQ(policy, SCHED_RR);
+    EXPECT_EQ(param.sched_priority, sched_get_priority_max(SCHED_RR));
+}
+
+TEST(Connecting, TriesElevenTimesWithoutAPauseWhenNobodyListens) {
+    LogCapture log;
+    NoSleeping sleeping;
+    const ProcessState before = ProcessState::now();
+    AudioConnection connection(NOBODY, 0, nullptr, nullptr);
+    EXPECT_EQ(log.count(ERROR, "AudioConnection", "connect", "connect failed\n"), 11u)
+        << log.dump();
+    EXPECT_EQ(connection.connect(), 2);
+    EXPECT_EQ(log.count(ERROR, "connect failed\n"), 22u);
+    EXPECT_TRUE(sleeping.sleeps().empty());
+    EXPECT_EQ(ProcessState::now(), before);
+}
+
+TEST(Connecting, FailsEveryLaterOperationWhenNobodyListens) {
+    LogCapture log;
+    AudioConnection connection(NOBODY, 0, nullptr, nullptr);
+    std::uint8_t byte = 77;
+    EXPECT_EQ(connection.send(&byte, 1), 1);
+    EXPECT_EQ(log.count(ERROR, "AudioConnection", "send", "pSocket is null\n"), 1u);
+    EXPECT_EQ(connection.recv(&byte, 1), 1);
+    EXPECT_EQ(log.count(ERROR, "AudioConnection", "recv", "pSocket is null\n"), 1u);
+    EXPECT_EQ(connection.disconnect(), 1);
+    EXPECT_EQ(log.count(ERROR, "AudioConnection", "disconnect", "pSocket is null\n"), 1u);
+    EXPECT_EQ(byte, 77);
+}
+
+TEST(Connecting, SucceedsWithItsLastAttempt) {
+    LogCapture log;
+    ScriptedServer server;
+    const ProcessState before = ProcessState::now();
+    int attempts = 0;
+    platform::Replace connect(platform::connectSlot,
+                              [&](int descriptor, const sockaddr* to, socklen_t length) {
+                                  if (++attempts < 11) return platform::failWith(ECONNREFUSED);
+                                  return platform::real::connect(descriptor, to, length);
+                              });
+    {
+        AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+        EXPECT_EQ(log.count(ERROR, "connect failed\n"), 10u);
+        EXPECT_EQ(log.count(DEBUG, "connect ok\n"), 1u);
+        const std::uint8_t byte = 1;
+        EXPECT_EQ(connection.send(&byte, 1), 0);
+    }
+    EXPECT_TRUE(returnsTo(before));
+}
+
+TEST(Connecting, CountsARefusedSocketAsAnAttempt) {
+    LogCapture log;
+    int attempts = 0;
+    platform::Replace socket(platform::socketSlot, [&](int, int, int) {
+        ++attempts;
+        return platform::failWith(EMFILE);
+    });
+    AudioConnection connection(NOBODY, 0, nullptr, nullptr);
+    EXPECT_EQ(attempts, 11);
+    EXPECT_EQ(log.count(ERROR, "AudioConnection", "connect", "create socket failed, fd=-1\n"), 11u)
+        << log.dump();
+    EXPECT_EQ(connection.connect(), 2);
+}
+
+TEST(Connecting, RefusesTheStandardDescriptors) {
+    LogCapture log;
+    ScriptedServer server;
+    std::vector<int> closed;
+    int next = 0;
+    platform::Replace socket(platform::socketSlot, [&](int domain, int type, int protocol) {
+        return next <= 2 ? next++ : platform::real::socket(domain, type, protocol);
+    });
+    platform::Replace close(platform::closeSlot, [&](int descriptor) {
+        if (descriptor > 2) return platform::real::close(descriptor);
+        closed.push_back(descriptor);
+        return 0;
+    });
+    AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+    for (const char* const text : {"create socket failed, fd=0\n", "create socket failed, fd=1\n",
+                                   "create socket failed, fd=2\n"})
+        EXPECT_EQ(log.count(ERROR, "AudioConnection", "connect", text), 1u) << log.dump();
+    EXPECT_THAT(closed, ElementsAre(0, 1, 2));
+    EXPECT_EQ(log.count(DEBUG, "connect ok\n"), 1u);
+}
+
+TEST(Connecting, AcceptsANameOf107Characters) {
+    LogCapture log;
+    const std::string name = nameOfLength(107);
+    ScriptedServer server(name);
+    AudioConnection connection(name.c_str(), 0, nullptr, nullptr);
+    EXPECT_TRUE(server.waitForClients(1));
+    EXPECT_EQ(log.count(DEBUG, "connect ok\n"), 1u) << log.dump();
+}
+
+TEST(Connecting, RefusesANameOf108Characters) {
+    LogCapture log;
+    const std::string name = nameOfLength(108);
+    const ProcessState before = ProcessState::now();
+    AudioConnection connection(name.c_str(), 0, nullptr, nullptr);
+    EXPECT_EQ(log.count(ERROR, "AudioConnection", "socket_make_sockaddr_un",
+                        "namelen > sun_path's size\n"),
+              11u)
+        << log.dump();
+    EXPECT_EQ(log.count(ERROR, "AudioConnection", "connect", "socket_make_sockaddr_un failed\n"),
+              11u);
+    EXPECT_EQ(connection.connect(), 2);
+    EXPECT_EQ(ProcessState::now(), before);
+}
+
+TEST(Connecting, FailsWithoutAName) {
+    AudioConnection connection(nullptr, 0, nullptr, nullptr);
+    EXPECT_EQ(connection.connect(), 2);
+}
+
+TEST(Connecting, KeepsThePointerToTheNameAndNotACopy) {
+    std::string name = nameOfLength(40);
+    AudioConnection connection(name.c_str(), 0, nullptr, nullptr);
+    name[39] = 'y';
+    ScriptedServer server(name);
+    EXPECT_EQ(connection.connect(), 0);
+    EXPECT_TRUE(server.waitForClients(1));
+}
+
+TEST(Connecting, IsDoneOnlyOnce) {
+    ScriptedServer server;
+    AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+    ASSERT_TRUE(server.waitForClients(1));
+    const ProcessState before = ProcessState::now();
+    EXPECT_EQ(connection.connect(), 0);
+    EXPECT_EQ(ProcessState::now(), before);
+    EXPECT_EQ(server.clients(), 1u);
+}
+
+TEST(Connecting, KeepsItsArgumentsInOrder) {
+    struct Fields {
+        const char* path;
+        std::int32_t port;
+        void* record;
+        AudioConnection::Callback callback;
+        void* opaque;
+    } fields;
+    int owner = 0;
+    const AudioConnection connection(NOBODY, 4003, &Mailbox::take, &owner);
+    static_assert(sizeof connection >= sizeof fields);
+    std::memcpy(static_cast<void*>(&fields), static_cast<const void*>(&connection), sizeof fields);
+    EXPECT_EQ(fields.path, NOBODY);
+    EXPECT_EQ(fields.port, 4003);
+    EXPECT_EQ(fields.record, nullptr);
+    EXPECT_EQ(fields.callback, &Mailbox::take);
+    EXPECT_EQ(fields.opaque, &owner);
+}
+
+TEST(Connecting, WithoutAReceiveThreadLeavesNothingToWaitFor) {
+    LogCapture log;
+    ScriptedServer server;
+    platform::Replace create(
+        platform::pthreadCreateSlot,
+        [](pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*), void* to) {
+            if (platform::isLibraryThread(attributes)) return EPERM;
+            return platform::real::pthread_create(thread, attributes, entry, to);
+        });
+    AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+    EXPECT_EQ(log.count(DEBUG, "connect ok\n"), 1u);
+    std::uint8_t byte = 1;
+    EXPECT_EQ(connection.send(&byte, 1), 0);
+    EXPECT_EQ(connection.recv(&byte, 1), 1);
+    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "recv", "exit\n"), 1u) << log.dump();
+    EXPECT_EQ(connection.disconnect(), 0);
+}
+
+}  // namespace
+}  // namespace cabinaudio::test

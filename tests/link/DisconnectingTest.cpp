@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/link/LinkFixture.h"
+#include "tests/support/ProcessState.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace cabinaudio::test {
+namespace {
+
+using ::testing::ElementsAre;
+
+TEST(Disconnecting, ShutsDownSaysSoAndCloses) {
+    LogCapture log;
+    ScriptedServer server;
+    AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+    std::mutex lock;
+    std::vector<std::string> steps;
+    int descriptor = -1;
+    platform::Replace shutdown(platform::shutdownSlot, [&](int fd, int how) {
+        const std::lock_guard hold(lock);
+        descriptor = fd;
+        steps.push_back(how == SHUT_RDWR ? "shutdown" : "half a shutdown");
+        return platform::real::shutdown(fd, how);
+    });
+    platform::Replace close(platform::closeSlot, [&](int fd) {
+        const std::lock_guard hold(lock);
+        if (fd == descriptor) steps.push_back("close");
+        return platform::real::close(fd);
+    });
+    EXPECT_EQ(connection.disconnect(), 0);
+    EXPECT_THAT(steps, ElementsAre("shutdown", "close"));
+    // Deliberately without a line end: peers of the log know this line so.
+    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "disconnect",
+                        "close socket fd:" + std::to_string(descriptor)),
+              1u)
+        << log.dump();
+    EXPECT_TRUE(server.waitForEndOf());
+}
+
+TEST(Disconnecting, HasNothingToDoTwice) {
+    LogCapture log;
+    ScriptedServer server;
+    AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+    EXPECT_EQ(connection.disconnect(), 0);
+    EXPECT_EQ(connection.disconnect(), 1);
+    EXPECT_EQ(log.count(ERROR, "AudioConnection", "disconnect", "pSocket is null\n"), 1u);
+}
+
+TEST(Disconnecting, IsDoneByTheDestructorAndLeavesNothing) {
+    LogCapture log;
+    ScriptedServer server;
+    const ProcessState before = ProcessState::now();
+    for (int i = 0; i < 20; ++i)
+        const AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+    EXPECT_EQ(log.countMatching(DEBUG, "close socket fd:[0-9]+"), 20u);
+    EXPECT_TRUE(returnsTo(before));
+}
+
+TEST(Disconnecting, EndsAReceiveThreadThatWaitsForAReader) {
+    ScriptedServer server;
+    AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+    ASSERT_TRUE(server.waitForClients(1));
+    const ProcessState connected = ProcessState::now();
+    server.send(ScriptedServer::frame(HEADER_REPLY) + Bytes{1, 2, 3, 4});
+    EXPECT_EQ(connection.disconnect(), 0);
+    EXPECT_TRUE(eventually([&] { return ProcessState::now().threads == connected.threads - 1; }));
+}
+
+TEST(Disconnecting, FromTwoThreadsHappensOnce) {
+    for (int round = 0; round < 20; ++round) {
+        ScriptedServer server;
+        AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+        std::int32_t results[2] = {};
+        std::thread other([&] { results[0] = connection.disconnect(); });
+        results[1] = connection.disconnect();
+        other.join();
+        EXPECT_EQ(results[0] + results[1], 1);
+    }
+}
+
+TEST(Disconnecting, AtAnyMomentOfARequestEndsTheRequest) {
+    for (int round = 0; round < 50; ++round) {
+        ScriptedServer server;
+        server.onOther(Answer::status(0));
+        AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+        Counter exchanges;
+        std::thread requester([&] {
+            audio_param message = {};
+            message.cmd = AUDIO_CMD_CALL;
+            std::uint8_t reply[4];
+            const auto* const bytes = reinterpret_cast<const std::uint8_t*>(&message);
+            while (connection.send(bytes, sizeof message) == 0 &&
+                   connection.recv(reply, sizeof reply) == 0)
+                exchanges.add();
+        });
+        EXPECT_TRUE(exchanges.waitFor(static_cast<std::size_t>(round % 5)));
+        EXPECT_EQ(connection.disconnect(), 0);
+        requester.join();
+    }
+}
+
+TEST(Disconnecting, WaitsForASendThatTheServerDoesNotRead) {
+    LogCapture log;
+    ScriptedServer server;
+    AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+    ASSERT_TRUE(server.waitForClients(1));
+    server.pauseReading();
+    std::atomic<int> sent = 0;
+    std::thread sender([&] {
+        const Bytes block(100000);
+        while (connection.send(block.data(), static_cast<std::int32_t>(block.size())) == 0)
+            ++sent;
+    });
+    // Until the socket is full; a sender that is on its way in then finds it shut down as well.
+    EXPECT_TRUE(eventually([&] { return sent >= 1; }));
+    EXPECT_EQ(connection.disconnect(), 0);
+    sender.join();
+    EXPECT_GE(log.count(ERROR, "pSocket is null\n") +
+                  log.count(WARN, "send failed(-1) errno:Broken pipe 32, reTry=0\n"),
+              1u)
+        << log.dump();
+}
+
+}  // namespace
+}  // namespace cabinaudio::test

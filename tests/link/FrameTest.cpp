@@ -1,0 +1,284 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the receive thread makes of what the server sends.
+#include "tests/link/LinkFixture.h"
+#include "tests/support/ProcessState.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <string>
+
+namespace cabinaudio::test {
+namespace {
+
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::SizeIs;
+
+constexpr Notification SERVER_GONE = {255, 0};
+constexpr char ANY_CRASH[] = "service may be crash!!! mIsStall:0, errno:.* [0-9]+\n";
+constexpr char ANY_END[] = "disconnect return from recv,recv failed.*\n";
+
+bool receiveThreadEnds() {
+    return eventually([] {
+        const auto names = threadNames();
+        return std::count(names.begin(), names.end(), "AS-SktWorker") == 0;
+    });
+}
+
+class AFrame : public AConnection {};
+
+TEST_F(AFrame, OfANotificationReachesTheCallback) {
+    // magic, id, event, spare, send time (long ago), param, spare
+    server.send({0x33, 0x22, 0x11, 0x00, 0, 0, 0, 0, 0x78, 0x56, 0x34, 0x12, 9, 9, 9, 9,
+                 1,    0,    0,    0,    0, 0, 0, 0, 0xef, 0xcd, 0xab, 0x89, 9, 9, 9, 9});
+    ASSERT_TRUE(box.waitFor(1));
+    EXPECT_THAT(box.taken(), ElementsAre(Notification{0x12345678, 0x89abcdef}));
+}
+
+TEST_F(AFrame, AfterAnotherIsReadByItself) {
+    server.send(ScriptedServer::frame(HEADER_NOTIFY, 1, 10) +
+                ScriptedServer::frame(HEADER_NOTIFY, 2, 20));
+    ASSERT_TRUE(box.waitFor(2));
+    EXPECT_THAT(box.taken(), ElementsAre(Notification{1, 10}, Notification{2, 20}));
+}
+
+TEST_F(AFrame, OfFourBytesIsANotificationOfZeros) {
+    server.send({0x33, 0x22, 0x11, 0x00});
+    ASSERT_TRUE(box.waitFor(1));
+    EXPECT_THAT(box.taken(), ElementsAre(Notification{0, 0}));
+}
+
+TEST_F(AFrame, ThatTookLongIsWarnedAbout) {
+    // Sent 2^31 us from now, which in 32 bits is as long ago.
+    Bytes frame = ScriptedServer::frame(HEADER_NOTIFY, 1, 1);
+    frame[19] = static_cast<std::uint8_t>(frame[19] ^ 0x80);
+    server.send(frame);
+    ASSERT_TRUE(box.waitFor(1));
+    EXPECT_EQ(log.countMatching(WARN, "'S->C' overtime\\(2[12][0-9]{8}us > 3000us\\)\\.\n"), 1u)
+        << log.dump();
+    const auto lines = log.lines();
+    EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [](const LogLine& line) {
+        return line.text.rfind("[AudioConnection][run][", 0) == 0 &&
+               line.text.find("]'S->C' overtime(") != std::string::npos;
+    })) << log.dump();
+}
+
+TEST_F(AFrame, WithAWrongMagicEndsTheThreadAndTellsTheOwner) {
+    server.send(Bytes{0xef, 0xbe, 0xad, 0xde} + Bytes(28, 0));
+    ASSERT_TRUE(
+        log.waitFor(DEBUG, "disconnect return from recv,recv failed(32) magic=0xdeadbeef\n"))
+        << log.dump();
+    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 1u) << log.dump();
+    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "run",
+                        "disconnect return from recv,recv failed(32) magic=0xdeadbeef\n"),
+              1u);
+    EXPECT_TRUE(receiveThreadEnds());
+    EXPECT_THAT(box.taken(), ElementsAre(SERVER_GONE));
+}
+
+TEST_F(AFrame, WithAnUnknownIdEndsTheThreadSilentlyForTheOwner) {
+    server.send(ScriptedServer::frame(2));
+    ASSERT_TRUE(log.waitFor(ERROR, "unknown header id(2)\n"));
+    EXPECT_EQ(log.count(ERROR, "AudioConnection", "run", "unknown header id(2)\n"), 1u);
+    EXPECT_TRUE(receiveThreadEnds());
+    EXPECT_THAT(box.taken(), SizeIs(0));
+}
+
+TEST_F(AFrame, ThatNeverComesBecauseTheServerClosedIsACrash) {
+    server.close();
+    ASSERT_TRUE(box.waitFor(1));
+    EXPECT_TRUE(receiveThreadEnds());
+    EXPECT_THAT(box.taken(), ElementsAre(SERVER_GONE));
+    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 1u) << log.dump();
+    EXPECT_EQ(log.countMatching(DEBUG, ANY_END), 0u);
+    EXPECT_EQ(connection.disconnect(), 0);
+    EXPECT_THAT(box.taken(), SizeIs(1));
+}
+
+TEST_F(AFrame, IsNotExpectedAnyMoreAfterADisconnect) {
+    EXPECT_EQ(connection.disconnect(), 0);
+    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "run",
+                        "disconnect return from recv,recv failed(-1) magic=0x0\n"),
+              1u)
+        << log.dump();
+    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 0u);
+    EXPECT_THAT(box.taken(), SizeIs(0));
+}
+
+TEST_F(AFrame, FindsTheCallbackOnTheReceiveThread) {
+    std::atomic<bool> elsewhere = false;
+    const pthread_t self = pthread_self();
+    box.onTake = [&](const Notification&) { elsewhere = pthread_equal(pthread_self(), self) == 0; };
+    server.notify(1, 1);
+    ASSERT_TRUE(box.waitFor(1));
+    EXPECT_TRUE(elsewhere);
+}
+
+// ---- Without a callback ------------------------------------------------------------------------
+
+class WithoutACallback : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(server.waitForClients(1)); }
+
+    LogCapture log;
+    ScriptedServer server;
+    AudioConnection connection{wire::SERVER_SOCKET, wire::SERVER_PORT, nullptr, nullptr};
+};
+
+TEST_F(WithoutACallback, ANotificationIsLoggedAndDropped) {
+    server.notify(1, 1);
+    server.notify(2, 2);
+    EXPECT_TRUE(log.waitFor(WARN, "connection cbk is null\n", 2)) << log.dump();
+    EXPECT_EQ(log.count(WARN, "AudioConnection", "run", "connection cbk is null\n"), 2u);
+}
+
+TEST_F(WithoutACallback, ACrashGoesUnmentioned) {
+    server.close();
+    EXPECT_TRUE(receiveThreadEnds());
+    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 0u) << log.dump();
+    EXPECT_EQ(log.countMatching(DEBUG, ANY_END), 0u);
+}
+
+TEST_F(WithoutACallback, AWrongMagicIsStillShown) {
+    server.send(Bytes(32, 1));
+    EXPECT_TRUE(receiveThreadEnds());
+    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 0u);
+    EXPECT_EQ(log.count(DEBUG, "disconnect return from recv,recv failed(32) magic=0x1010101\n"), 1u)
+        << log.dump();
+}
+
+// ---- Receives that fail ------------------------------------------------------------------------
+
+/// The connection is made after the receive function was replaced, because its thread is in there
+/// from then on.
+class AFailingReceive : public ::testing::Test {
+protected:
+    void connect() {
+        connection = std::make_unique<AudioConnection>(wire::SERVER_SOCKET, wire::SERVER_PORT,
+                                                       &Mailbox::take, &box);
+        ASSERT_TRUE(server.waitForClients(1));
+    }
+    std::string line(int error, const char* text, int retry) const {
+        return "recv socket:[0-9]+ ret:-1 errno:" + std::string(text) + " " +
+               std::to_string(error) + ", reTry=" + std::to_string(retry) + "\n";
+    }
+
+    LogCapture log;
+    ScriptedServer server;
+    Mailbox box;
+    NoSleeping sleeping;
+    std::atomic<int> calls = 0;
+    std::unique_ptr<AudioConnection> connection;
+};
+
+TEST_F(AFailingReceive, IsACrashAtOnceForAnyErrorButEagain) {
+    platform::Replace recv(platform::recvSlot, [&](int, void*, std::size_t, int) {
+        ++calls;
+        return ssize_t{platform::failWith(ECONNRESET)};
+    });
+    connect();
+    ASSERT_TRUE(box.waitFor(1));
+    EXPECT_TRUE(receiveThreadEnds());
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(log.countMatching(WARN, line(104, "Connection reset by peer", 0)), 1u) << log.dump();
+    EXPECT_EQ(log.count(ERROR, "AudioConnection", "run",
+                        "service may be crash!!! mIsStall:0, errno:Connection reset by peer 104\n"),
+              1u);
+    EXPECT_EQ(log.countMatching(DEBUG, ANY_END), 0u);
+    EXPECT_THAT(box.taken(), ElementsAre(SERVER_GONE));
+    EXPECT_THAT(sleeping.sleeps(), ElementsAre(10000));
+}
+
+TEST_F(AFailingReceive, OfElevenAttemptsEndsTheThreadWithoutACrash) {
+    platform::Replace recv(platform::recvSlot, [&](int, void*, std::size_t, int) {
+        ++calls;
+        return ssize_t{platform::failWith(EAGAIN)};
+    });
+    connect();
+    ASSERT_TRUE(log.waitFor(DEBUG, "disconnect return from recv,recv failed(-1) magic=0x0\n"));
+    EXPECT_TRUE(receiveThreadEnds());
+    EXPECT_EQ(calls, 11);
+    for (int retry = 0; retry <= 10; ++retry)
+        EXPECT_EQ(log.countMatching(WARN, line(11, "Resource temporarily unavailable", retry)), 1u)
+            << log.dump();
+    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 0u);
+    EXPECT_THAT(box.taken(), SizeIs(0));
+    EXPECT_THAT(sleeping.sleeps(), SizeIs(11));
+    EXPECT_THAT(sleeping.sleeps(), Each(10000));
+}
+
+TEST_F(AFailingReceive, IsRetriedAndTheNextFrameComesThrough) {
+    platform::Replace recv(platform::recvSlot,
+                           [&](int descriptor, void* data, std::size_t length, int flags) {
+                               if (++calls <= 10) return ssize_t{platform::failWith(EAGAIN)};
+                               return platform::real::recv(descriptor, data, length, flags);
+                           });
+    connect();
+    server.notify(4, 5);
+    ASSERT_TRUE(box.waitFor(1));
+    EXPECT_THAT(box.taken(), ElementsAre(Notification{4, 5}));
+}
+
+TEST_F(AFailingReceive, WithAValidMagicInTheBufferIsStartedOver) {
+    platform::Replace recv(platform::recvSlot,
+                           [&](int descriptor, void* data, std::size_t length, int flags) {
+                               if (++calls > 11)
+                                   return platform::real::recv(descriptor, data, length, flags);
+                               const std::uint32_t magic = 0x00112233;
+                               std::memcpy(data, &magic, sizeof magic);
+                               return ssize_t{platform::failWith(EAGAIN)};
+                           });
+    connect();
+    server.notify(4, 5);
+    ASSERT_TRUE(box.waitFor(1));
+    EXPECT_EQ(log.count(WARN, "AudioConnection", "run", "recv again\n"), 1u) << log.dump();
+    EXPECT_THAT(box.taken(), ElementsAre(Notification{4, 5}));
+}
+
+TEST_F(AFailingReceive, OfAClosedSocketIsJudgedByTheLastErrno) {
+    platform::Replace recv(platform::recvSlot, [&](int, void*, std::size_t, int) {
+        errno = EAGAIN;
+        return ssize_t{0};
+    });
+    connect();
+    EXPECT_TRUE(log.waitFor(DEBUG, "disconnect return from recv,recv failed(0) magic=0x0\n"));
+    EXPECT_TRUE(receiveThreadEnds());
+    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 0u) << log.dump();
+    EXPECT_THAT(box.taken(), SizeIs(0));
+}
+
+TEST_F(AFailingReceive, BelowMinusOneIsNotRetried) {
+    platform::Replace recv(platform::recvSlot, [&](int, void*, std::size_t, int) {
+        ++calls;
+        errno = EIO;
+        return ssize_t{-2};
+    });
+    connect();
+    ASSERT_TRUE(box.waitFor(1));
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(
+        log.countMatching(WARN, "recv socket:[0-9]+ ret:-2 errno:Input/output error 5, reTry=0\n"),
+        1u);
+}
+
+TEST_F(AFailingReceive, HasAskedForOneHeaderWithoutASignal) {
+    std::size_t asked = 0;
+    int how = 0;
+    platform::Replace recv(platform::recvSlot, [&](int, void*, std::size_t length, int flags) {
+        asked = length;
+        how = flags;
+        return ssize_t{platform::failWith(EIO)};
+    });
+    connect();
+    ASSERT_TRUE(box.waitFor(1));
+    EXPECT_EQ(asked, 32u);
+    EXPECT_EQ(how, MSG_NOSIGNAL);
+}
+
+}  // namespace
+}  // namespace cabinaudio::test

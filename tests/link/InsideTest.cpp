@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the library keeps to itself: the record behind a connection, the receive thread's class, and
+// what the clients' destructors use.
+#include <cabinaudio/foundation/AudioCondition.h>
+#include <cabinaudio/foundation/AudioMutex.h>
+#include <cabinaudio/link/RemoteCall.h>
+
+#include "link/AudioSocket.h"
+#include "link/SktWorker.h"
+#include "tests/link/LinkFixture.h"
+#include "tests/support/ProcessState.h"
+
+#include <android/log.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string>
+
+namespace cabinaudio::test {
+namespace {
+
+using ::testing::Each;
+
+/// The record of a connected object: the third field, behind the name and the port.
+AudioSocket* recordOf(const AudioConnection& connection) {
+    struct Front {
+        const char* path;
+        std::int32_t port;
+        AudioSocket* record;
+    } front;
+    std::memcpy(static_cast<void*>(&front), static_cast<const void*>(&connection), sizeof front);
+    return front.record;
+}
+
+// ---- The record
+// ----------------------------------------------------------------------------------
+
+TEST(TheSocketRecord, HasItsFieldsInOrder) {
+    const AudioSocket record;
+    const void* const fields[] = {&record.mSocket,    &record.mReplySem,     &record.mReplyLock,
+                                  &record.mReplyCond, &record.mWorker,       &record.mReplyReady,
+                                  &record.mIsStall,   &record.mWorkerStarted};
+    EXPECT_TRUE(std::is_sorted(std::begin(fields), std::end(fields)));
+    EXPECT_EQ(static_cast<const void*>(&record), fields[0]);
+    EXPECT_EQ(record.mSocket, 0);
+    EXPECT_EQ(record.mReplyReady, 0);
+    EXPECT_EQ(record.mIsStall, 0);
+    EXPECT_EQ(sizeof record.mIsStall, 1u);
+}
+
+TEST(TheSocketRecordDeathTest, WithoutADescriptorIsABrokenInvariant) {
+    // A process under an emulator cannot execute itself; nothing else runs in it here.
+    GTEST_FLAG_SET(death_test_style, "fast");
+    EXPECT_DEATH(
+        {
+            // The process that dies is another one and needs a name of its own.
+            const std::string name = "record-test-" + std::to_string(getpid());
+            ScriptedServer server(name);
+            AudioConnection connection(name.c_str(), 0, nullptr, nullptr);
+            __android_log_set_logger(__android_log_stderr_logger);
+            recordOf(connection)->mSocket = -1;
+            connection.disconnect();
+        },
+        "\\[AudioConnection\\]\\[disconnect\\]\\[[0-9]+\\]"
+        "AUDIO ASSERT\\(0 <= pSocket->mSocket\\)!");
+}
+
+TEST_F(AConnection, IsNotFooledByWakeUpsWithoutAReply) {
+    Bytes body(4);
+    auto result = receivingInBackground(body);
+    AudioSocket* const record = recordOf(connection);
+    for (int i = 0; i < 1000; ++i) {
+        record->mReplyCond->broadcast();
+        record->wakeRequester();
+    }
+    EXPECT_EQ(result.wait_for(WHILE), std::future_status::timeout);
+    server.send(ScriptedServer::frame(HEADER_REPLY) + Bytes{1, 2, 3, 4});
+    EXPECT_EQ(result.get(), 0);
+    EXPECT_THAT(body, ::testing::ElementsAre(1, 2, 3, 4));
+}
+
+// ---- The receive thread's class
+// --------------------------------------------------------------------
+
+TEST(TheReceiveThread, WithoutARecordSaysSoAndReturns) {
+    LogCapture log;
+    SktWorker worker(nullptr, nullptr, nullptr);
+    worker.run();
+    EXPECT_EQ(log.count(ERROR, "AudioConnection", "run", "als is null\n"), 1u) << log.dump();
+}
+
+TEST(TheReceiveThread, ReturnsAtOnceWhenItIsNotRunning) {
+    LogCapture log;
+    AudioSocket* const record = new (std::malloc(sizeof(AudioSocket))) AudioSocket;
+    ASSERT_TRUE(record->create(nullptr, nullptr));
+    record->mSocket = -1;  // a receive would fail and be logged
+    record->mWorker->run();
+    EXPECT_TRUE(record->mWorkerGone);
+    EXPECT_TRUE(log.lines().empty()) << log.dump();
+    AudioSocket::destroy(record);
+}
+
+// ---- A client's destructor
+// ---------------------------------------------------------------------------
+
+/// A request under way, and an owner that is about to be destroyed and needs the request to end.
+class AnAbandonedRequest : public ::testing::Test {
+protected:
+    void request() {
+        result = std::async(std::launch::async, [this] { return call.callFuncId(1, false); });
+        ASSERT_TRUE(server.waitForRequest(1));
+    }
+    bool stillWaiting() const { return result.wait_for(WHILE) == std::future_status::timeout; }
+
+    LogCapture log;
+    ScriptedServer server;
+    Mailbox box;
+    RemoteCall call{AUDIO_CONNECT_MAIN, &Mailbox::take, &box, nullptr};
+    std::future<std::int32_t> result;
+};
+
+TEST_F(AnAbandonedRequest, EndsWhenTheServerIsGoneAlready) {
+    server.on(1, Answer::close());
+    request();
+    ASSERT_TRUE(box.waitFor(1));
+    EXPECT_TRUE(stillWaiting());
+    call._abandon();
+    EXPECT_EQ(result.get(), 1);
+    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "recv", "exit\n"), 1u) << log.dump();
+}
+
+TEST_F(AnAbandonedRequest, EndsWhenTheServerGoesLater) {
+    server.on(1, Answer::none());
+    request();
+    call._abandon();
+    EXPECT_TRUE(stillWaiting());
+    server.close();
+    EXPECT_EQ(result.get(), 1);
+}
+
+TEST_F(AnAbandonedRequest, StillGetsItsReplyFromALivingServer) {
+    server.on(1, Answer::status(17).held());
+    request();
+    call._abandon();
+    EXPECT_TRUE(stillWaiting());
+    server.release();
+    EXPECT_EQ(result.get(), 17);
+    EXPECT_EQ(log.count(DEBUG, "exit\n"), 0u);
+}
+
+TEST_F(AnAbandonedRequest, DoesNotHoldTheOwnerUpWhileItsBodyIsMissing) {
+    server.on(1, Answer::status(17).bodyHeld());
+    request();
+    EXPECT_TRUE(stillWaiting());
+    call._abandon();
+    EXPECT_TRUE(stillWaiting());
+    server.release();
+    EXPECT_EQ(result.get(), 17);
+}
+
+TEST_F(AnAbandonedRequest, EndsAtWhateverMomentTheServerGoes) {
+    for (std::size_t round = 1; round <= 100; ++round) {
+        server.on(2, Answer::close());
+        RemoteCall own(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
+        auto answer = std::async(std::launch::async, [&] { return own.callFuncId(2, false); });
+        ASSERT_TRUE(server.waitForRequest(2, round));
+        own._abandon();
+        EXPECT_EQ(answer.get(), 1);
+    }
+}
+
+TEST_F(AnAbandonedRequest, NeedsNoConnection) {
+    server.stop();
+    RemoteCall unconnected(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
+    unconnected._abandon();
+    EXPECT_EQ(unconnected.initCheck(), -1000);
+}
+
+}  // namespace
+}  // namespace cabinaudio::test

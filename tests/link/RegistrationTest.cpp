@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cabinaudio/foundation/AudioTime.h>
+#include <cabinaudio/link/RemoteCall.h>
+
+#include "tests/link/LinkFixture.h"
+#include "tests/support/ProcessState.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <thread>
+
+namespace cabinaudio::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+
+class Registering : public ::testing::Test {
+protected:
+    std::string nameOf(std::size_t request) const {
+        return server.requests().at(request).header.name;
+    }
+
+    LogCapture log;
+    ScriptedServer server;
+};
+
+TEST_F(Registering, SendsTheseBytesInOnePiece) {
+    const std::uint64_t before = AudioTime::now();
+    const RemoteCall call(AUDIO_CONNECT_AUXILIARY, nullptr, nullptr, "navigation");
+    const std::uint64_t after = AudioTime::now();
+    Bytes sent = server.received();
+    ASSERT_EQ(sent.size(), 88u);
+    std::uint64_t built = 0;
+    std::memcpy(&built, sent.data() + 16, sizeof built);
+    EXPECT_GE(built, before);
+    EXPECT_LE(built, after);
+    std::fill_n(sent.begin() + 16, 8, std::uint8_t{0xaa});
+    EXPECT_THAT(sent,
+                ElementsAreArray(Bytes{
+                    196,  0,    0,    0,                             // register
+                    2,    0,    0,    0,                             // type
+                    0x02, 0x18, 0x19, 0x00,                          // in place of a handle
+                    64,   0,    0,    0,                             // size of the name
+                    0xaa, 0xaa, 0xaa, 0xaa, 0xaa, 0xaa, 0xaa, 0xaa,  // time
+                    'n',  'a',  'v',  'i',  'g',  'a',  't',  'i',  'o', 'n', 0, 0, 0, 0, 0, 0,
+                    0,    0,    0,    0,    0,    0,    0,    0,    0,   0,   0, 0, 0, 0, 0, 0,
+                    0,    0,    0,    0,    0,    0,    0,    0,    0,   0,   0, 0, 0, 0, 0, 0,
+                    0,    0,    0,    0,    0,    0,    0,    0,    0,   0,   0, 0, 0, 0, 0, 0}));
+    EXPECT_THAT(server.pieces(), ElementsAre(88u));
+}
+
+TEST_F(Registering, WithoutANameIsDoneAsUnkn) {
+    const RemoteCall call(AUDIO_CONNECT_VERSION_SETTING, nullptr, nullptr, nullptr);
+    EXPECT_EQ(nameOf(0), "unkn");
+    EXPECT_EQ(server.requests().at(0).header.type, 132u);
+}
+
+TEST_F(Registering, CutsTheNameTo63Characters) {
+    const RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, std::string(70, 'n').c_str());
+    EXPECT_EQ(nameOf(0), std::string(63, 'n'));
+}
+
+TEST_F(Registering, PassesEveryTypeOn) {
+    for (const std::uint32_t type :
+         {0u, 1u, 2u, 3u, 64u, 65u, 66u, 67u, 68u, 128u, 129u, 130u, 131u, 132u, 133u, 255u}) {
+        const RemoteCall call(static_cast<audio_connect_type>(type), nullptr, nullptr, "t");
+        EXPECT_EQ(server.requests().back().header.type, type);
+    }
+}
+
+TEST_F(Registering, TakesTheSecondWordForTheHandle) {
+    server.onRegistration(Answer::words(77, 0x12345678));
+    RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
+    EXPECT_EQ(call.initCheck(), 0);
+    EXPECT_EQ(call.callFuncId(1, false), 0);
+    EXPECT_EQ(server.requests(1).at(0).header.handle, 0x12345678u);
+}
+
+TEST_F(Registering, IsRefusedWithAHandleOfZero) {
+    server.onRegistration(Answer::words(77, 0));
+    const RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
+    EXPECT_EQ(call.initCheck(), -1000);
+}
+
+TEST_F(Registering, IsRefusedWithAReplyThatEndsBeforeTheHandle) {
+    server.onRegistration(Answer::words(77));
+    const RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
+    EXPECT_EQ(call.initCheck(), -1000);
+    EXPECT_FALSE(log.has(WARN, "recv fail\n"));
+}
+
+TEST_F(Registering, WaitsForABodyThatComesAfterItsHeader) {
+    server.onRegistration(Answer::handle(5).bodyHeld());
+    std::thread releaser([&] {
+        EXPECT_TRUE(server.waitForRequest([](const Request& r) { return r.isRegistration(); }));
+        server.release();
+    });
+    const RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
+    EXPECT_EQ(call.initCheck(), 0);
+    releaser.join();
+}
+
+TEST_F(Registering, WaitsForTheAnswer) {
+    server.onRegistration(Answer::handle(5).held());
+    std::atomic<bool> released = false;
+    std::thread releaser([&] {
+        EXPECT_TRUE(server.waitForRequest([](const Request& r) { return r.isRegistration(); }));
+        released = true;
+        server.release();
+    });
+    const RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
+    EXPECT_TRUE(released);
+    EXPECT_EQ(call.initCheck(), 0);
+    releaser.join();
+}
+
+TEST_F(Registering, StartsOneThreadForNotificationsAndOneToReceive) {
+    const RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
+    EXPECT_TRUE(eventually([] {
+        const auto names = threadNames();
+        return std::count(names.begin(), names.end(), "AS-RCNotifier") == 1 &&
+               std::count(names.begin(), names.end(), "AS-SktWorker") == 1;
+    }));
+}
+
+TEST_F(Registering, DeliversANotificationThatComesBeforeTheAnswer) {
+    server.onRegistration(Answer::handle(5).after(3, 9));
+    Mailbox box;
+    const RemoteCall call(AUDIO_CONNECT_MAIN, &Mailbox::take, &box, nullptr);
+    ASSERT_TRUE(box.waitFor(1));
+    EXPECT_THAT(box.taken(), ElementsAre(Notification{3, 9}));
+    EXPECT_EQ(call.initCheck(), 0);
+}
+
+TEST_F(Registering, AwaitsTheAnswerEvenWhenTheMessageWasNotSent) {
+    const platform::Replace send(platform::sendSlot, [](int, const void*, std::size_t, int) {
+        return ssize_t{platform::failWith(EPIPE)};
+    });
+    std::thread answering([&] {
+        EXPECT_TRUE(server.waitForClients(1));
+        server.send(ScriptedServer::frame(HEADER_REPLY) + Bytes{0, 0, 0, 0, 9, 0, 0, 0});
+    });
+    const RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
+    answering.join();
+    EXPECT_EQ(log.count(WARN, "RemoteCall", "RemoteCall", "send fail\n"), 1u) << log.dump();
+    EXPECT_FALSE(log.has(WARN, "recv fail\n"));
+    EXPECT_EQ(call.initCheck(), 0);
+}
+
+TEST(RegisteringWithoutAServer, ReportsItAndLeavesAUselessObject) {
+    std::thread([] {}).join();  // a sanitizer's own thread starts along with the first
+    LogCapture log;
+    const ProcessState before = ProcessState::now();
+    {
+        RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
+        EXPECT_EQ(log.count(WARN, "RemoteCall", "RemoteCall", "send fail\n"), 1u) << log.dump();
+        EXPECT_EQ(log.count(WARN, "RemoteCall", "RemoteCall", "recv fail\n"), 1u);
+        EXPECT_EQ(call.initCheck(), -1000);
+        std::int32_t out = 4711;
+        EXPECT_EQ(call.callFuncId(1, &out, true), 1);
+        EXPECT_EQ(out, 4711);
+        EXPECT_EQ(log.countMatching(ERROR, "mConn=0x[0-9a-f]+, mHandle=0x0\n"), 1u) << log.dump();
+    }
+    EXPECT_TRUE(returnsTo(before));
+}
+
+TEST(RegisteringWithoutRealTimeThreads, ReturnsUnregistered) {
+    LogCapture log;
+    ScriptedServer server;
+    server.onRegistration(Answer::none());
+    const ProcessState before = ProcessState::now();
+    const platform::Replace create(
+        platform::pthreadCreateSlot,
+        [](pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*), void* to) {
+            if (platform::isLibraryThread(attributes)) return EPERM;
+            return platform::real::pthread_create(thread, attributes, entry, to);
+        });
+    {
+        RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
+        EXPECT_EQ(call.initCheck(), -1000);
+        EXPECT_EQ(log.count(DEBUG, "AudioConnection", "recv", "exit\n"), 1u) << log.dump();
+        EXPECT_EQ(log.count(WARN, "recv fail\n"), 1u);
+        EXPECT_EQ(call.callFuncId(1, false), 1);
+    }
+    EXPECT_TRUE(returnsTo(before));
+}
+
+}  // namespace
+}  // namespace cabinaudio::test

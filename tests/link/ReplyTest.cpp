@@ -1,0 +1,285 @@
+// SPDX-License-Identifier: Apache-2.0
+// How a reply's body goes from the receive thread to the requesting one.
+#include "tests/link/LinkFixture.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <cerrno>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace cabinaudio::test {
+namespace {
+
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::SizeIs;
+
+constexpr std::size_t HEADER = 32;
+
+Bytes reply(const Bytes& body) {
+    return ScriptedServer::frame(HEADER_REPLY) + body;
+}
+
+bool stillWaiting(const std::future<std::int32_t>& result) {
+    return result.wait_for(WHILE) == std::future_status::timeout;
+}
+
+/// The result, or a number that recv() never returns when it does not come.
+std::int32_t resultOf(std::future<std::int32_t>& result) {
+    return result.wait_for(BOUND) == std::future_status::ready ? result.get() : -1;
+}
+
+class AReply : public AConnection {
+protected:
+    std::int32_t receive() {
+        return connection.recv(body.data(), static_cast<std::int32_t>(body.size()));
+    }
+    Bytes body = Bytes(4, 0xee);
+};
+
+TEST_F(AReply, IsReadIntoTheBufferOfTheRequester) {
+    server.send(reply({1, 2, 3, 4}));
+    EXPECT_EQ(receive(), 0);
+    EXPECT_THAT(body, ElementsAre(1, 2, 3, 4));
+}
+
+TEST_F(AReply, WakesARequesterThatWaits) {
+    auto result = receivingInBackground(body);
+    EXPECT_TRUE(stillWaiting(result));
+    server.send(reply({1, 2, 3, 4}));
+    EXPECT_EQ(resultOf(result), 0);
+    EXPECT_THAT(body, ElementsAre(1, 2, 3, 4));
+}
+
+TEST_F(AReply, ThatIsShortLeavesTheRestOfTheBuffer) {
+    server.send(reply({1, 2}));
+    EXPECT_EQ(receive(), 0);
+    EXPECT_THAT(body, ElementsAre(1, 2, 0xee, 0xee));
+}
+
+TEST_F(AReply, WhoseBodyComesLaterIsWaitedFor) {
+    server.send(ScriptedServer::frame(HEADER_REPLY));
+    auto result = receivingInBackground(body);
+    EXPECT_TRUE(stillWaiting(result));
+    server.send({5, 6, 7, 8});
+    EXPECT_EQ(resultOf(result), 0);
+    EXPECT_THAT(body, ElementsAre(5, 6, 7, 8));
+}
+
+TEST_F(AReply, MayFollowAnother) {
+    for (std::uint8_t i = 0; i < 100; ++i) {
+        server.send(reply({i, i, i, i}));
+        ASSERT_EQ(receive(), 0);
+        ASSERT_THAT(body, Each(i));
+    }
+}
+
+TEST_F(AReply, FailsAfterADisconnect) {
+    EXPECT_EQ(connection.disconnect(), 0);
+    EXPECT_EQ(receive(), 1);
+    EXPECT_EQ(log.count(ERROR, "AudioConnection", "recv", "pSocket is null\n"), 1u);
+}
+
+TEST_F(AReply, IsNotExpectedAnyMoreOnceADisconnectHasCome) {
+    auto result = receivingInBackground(body);
+    EXPECT_TRUE(stillWaiting(result));
+    EXPECT_EQ(connection.disconnect(), 0);
+    EXPECT_EQ(resultOf(result), 1);
+    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "recv", "exit\n"), 1u) << log.dump();
+    EXPECT_THAT(body, Each(0xee));
+}
+
+TEST_F(AReply, IsWaitedForEvenWhenTheServerIsGone) {
+    auto result = receivingInBackground(body);
+    server.close();
+    ASSERT_TRUE(box.waitFor(1));
+    EXPECT_TRUE(stillWaiting(result));
+    EXPECT_EQ(connection.disconnect(), 0);
+    EXPECT_EQ(resultOf(result), 1);
+    EXPECT_EQ(log.count(DEBUG, "exit\n"), 1u);
+}
+
+TEST_F(AReply, IsNotExpectedAnyMoreByTwoRequestersEither) {
+    Bytes other(4);
+    auto first = receivingInBackground(body);
+    auto second = receivingInBackground(other);
+    EXPECT_TRUE(stillWaiting(first));
+    EXPECT_TRUE(stillWaiting(second));
+    EXPECT_EQ(connection.disconnect(), 0);
+    EXPECT_EQ(resultOf(first), 1);
+    EXPECT_EQ(resultOf(second), 1);
+}
+
+TEST_F(AReply, WhoseBodyNeverComesEndsWithTheConnection) {
+    NoSleeping sleeping;
+    server.send(ScriptedServer::frame(HEADER_REPLY));
+    auto result = receivingInBackground(body);
+    EXPECT_TRUE(stillWaiting(result));
+    EXPECT_EQ(connection.disconnect(), 0);
+    // Nothing read at the end of the stream is a result of 0, which counts as success; whether the
+    // request got through to the read at all is a race.
+    EXPECT_THAT(resultOf(result), ::testing::AnyOf(0, 1));
+    EXPECT_THAT(body, Each(0xee));
+}
+
+TEST_F(AReply, OfWhichNothingIsWantedReadsNothing) {
+    NoSleeping sleeping;
+    server.send(ScriptedServer::frame(HEADER_REPLY));
+    EXPECT_EQ(connection.recv(body.data(), 0), 0);
+    EXPECT_EQ(log.countMatching(WARN, "recv failed\\(0\\) errno:.* [0-9]+, reTry=[0-9]+\n"), 11u)
+        << log.dump();
+}
+
+TEST_F(AReply, IsRefusedANegativeLength) {
+    NoSleeping sleeping;
+    server.send(ScriptedServer::frame(HEADER_REPLY));
+    EXPECT_EQ(connection.recv(body.data(), -1), 1);
+    EXPECT_EQ(log.count(ERROR, "recv failed(-1) Invalid argument 22\n"), 1u) << log.dump();
+    EXPECT_THAT(body, Each(0xee));
+}
+
+// ---- Who reads what
+// ------------------------------------------------------------------------------
+
+/// Lengths of all receives, in the order in which they brought something.
+class TheOrderOfReceives : public ::testing::Test {
+protected:
+    std::vector<std::size_t> lengths() const {
+        const std::lock_guard lock(mLock);
+        return mLengths;
+    }
+
+    LogCapture log;
+    ScriptedServer server;
+    Mailbox box;
+
+private:
+    mutable std::mutex mLock;
+    std::vector<std::size_t> mLengths;
+    platform::Replace mReplace{
+        platform::recvSlot, [this](int descriptor, void* data, std::size_t length, int flags) {
+            const ssize_t got = platform::real::recv(descriptor, data, length, flags);
+            const std::lock_guard lock(mLock);
+            if (got > 0) mLengths.push_back(length);
+            return got;
+        }};
+
+protected:
+    AudioConnection connection{wire::SERVER_SOCKET, wire::SERVER_PORT, &Mailbox::take, &box};
+};
+
+TEST_F(TheOrderOfReceives, LeavesANotificationBehindABodyUntilTheBodyIsRead) {
+    ASSERT_TRUE(server.waitForClients(1));
+    server.send(reply(Bytes(200, 7)) + ScriptedServer::frame(HEADER_NOTIFY, 3, 4));
+    EXPECT_FALSE(box.waitFor(1, WHILE));
+    Bytes body(200);
+    EXPECT_EQ(connection.recv(body.data(), 200), 0);
+    EXPECT_THAT(body, Each(7));
+    ASSERT_TRUE(box.waitFor(1));
+    EXPECT_THAT(box.taken(), ElementsAre(Notification{3, 4}));
+    EXPECT_THAT(lengths(), ElementsAre(HEADER, 200, HEADER));
+}
+
+// ---- Bodies that cannot be read
+// ------------------------------------------------------------------
+
+/// Receives of the requester, which asks for four bytes, are the test's; headers come through.
+class ABodyThatCannotBeRead : public AConnection {
+protected:
+    using Receive = std::function<ssize_t(int, void*, std::size_t, int)>;
+
+    /// With one reply header on its way.
+    std::int32_t receiveThrough(Receive receive) {
+        const platform::Replace replace(
+            platform::recvSlot, [&](int descriptor, void* data, std::size_t length, int flags) {
+                if (length == HEADER) return platform::real::recv(descriptor, data, length, flags);
+                ++calls;
+                return receive(descriptor, data, length, flags);
+            });
+        server.send(ScriptedServer::frame(HEADER_REPLY));
+        return connection.recv(body, sizeof body);
+    }
+    /// Nothing of the body was on the socket, so the next frame is in its place.
+    void expectThatTheReceiveThreadGoesOn() {
+        server.notify(6, 7);
+        ASSERT_TRUE(box.waitFor(1));
+        EXPECT_THAT(box.taken(), ElementsAre(Notification{6, 7}));
+    }
+
+    NoSleeping sleeping;
+    std::uint8_t body[4] = {};
+    int calls = 0;
+};
+
+TEST_F(ABodyThatCannotBeRead, IsTriedElevenTimes) {
+    EXPECT_EQ(receiveThrough(
+                  [](int, void*, std::size_t, int) { return ssize_t{platform::failWith(EAGAIN)}; }),
+              1);
+    EXPECT_EQ(calls, 11);
+    for (int retry = 0; retry <= 10; ++retry)
+        EXPECT_EQ(log.count(WARN, "AudioConnection", "recv",
+                            "recv failed(-1) errno:Resource temporarily unavailable 11, reTry=" +
+                                std::to_string(retry) + "\n"),
+                  1u)
+            << log.dump();
+    EXPECT_EQ(log.count(DEBUG, "recv(-1) reTry:0\n"), 0u);
+    for (int retry = 1; retry <= 10; ++retry)
+        EXPECT_EQ(log.count(DEBUG, "AudioConnection", "recv",
+                            "recv(-1) reTry:" + std::to_string(retry) + "\n"),
+                  1u);
+    EXPECT_EQ(log.count(ERROR, "AudioConnection", "recv",
+                        "recv failed(-1) Resource temporarily unavailable 11\n"),
+              1u);
+    EXPECT_THAT(sleeping.sleeps(), SizeIs(11));
+    EXPECT_THAT(sleeping.sleeps(), Each(10000));
+    expectThatTheReceiveThreadGoesOn();
+}
+
+TEST_F(ABodyThatCannotBeRead, FailsAtOnceWithAnyOtherError) {
+    EXPECT_EQ(receiveThrough([](int, void*, std::size_t, int) {
+                  return ssize_t{platform::failWith(ECONNRESET)};
+              }),
+              1);
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(log.count(WARN, "recv failed(-1) errno:Connection reset by peer 104, reTry=0\n"), 1u);
+    EXPECT_EQ(log.count(ERROR, "recv failed(-1) Connection reset by peer 104\n"), 1u);
+    expectThatTheReceiveThreadGoesOn();
+}
+
+TEST_F(ABodyThatCannotBeRead, FailsAtOnceBelowMinusOne) {
+    EXPECT_EQ(receiveThrough([](int, void*, std::size_t, int) {
+                  errno = EAGAIN;
+                  return ssize_t{-2};
+              }),
+              1);
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(log.count(ERROR, "recv failed(-2) Resource temporarily unavailable 11\n"), 1u);
+    expectThatTheReceiveThreadGoesOn();
+}
+
+TEST_F(ABodyThatCannotBeRead, CountsAsReadWhenElevenAttemptsBringNothing) {
+    EXPECT_EQ(receiveThrough([](int, void*, std::size_t, int) { return ssize_t{0}; }), 0);
+    EXPECT_EQ(calls, 11);
+    EXPECT_EQ(log.count(DEBUG, "recv(0) reTry:10\n"), 1u);
+    expectThatTheReceiveThreadGoesOn();
+}
+
+TEST_F(ABodyThatCannotBeRead, IsReadWithALaterAttempt) {
+    EXPECT_EQ(receiveThrough([&](int, void* data, std::size_t length, int flags) {
+                  EXPECT_EQ(length, 4u);
+                  EXPECT_EQ(flags, MSG_NOSIGNAL);
+                  if (calls < 3) return ssize_t{platform::failWith(EAGAIN)};
+                  static_cast<std::uint8_t*>(data)[0] = 9;
+                  return ssize_t{1};
+              }),
+              0);
+    EXPECT_EQ(body[0], 9);
+    EXPECT_EQ(log.count(DEBUG, "recv(1) reTry:2\n"), 1u) << log.dump();
+    expectThatTheReceiveThreadGoesOn();
+}
+
+}  // namespace
+}  // namespace cabinaudio::test

@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: Apache-2.0
+// A ring between two processes, the other one perhaps of another build: every byte arrives, in
+// order and unchanged.
+#include "tests/shm/Stream.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <sstream>
+
+namespace cabinaudio::test {
+namespace {
+
+/// The peer as a child process.
+class Peer {
+public:
+    Peer(std::vector<std::string> command, const StreamPlan& plan, StreamEnd::Direction direction) {
+        for (const std::string& argument :
+             {std::string(direction == StreamEnd::kReads ? "read" : "write"),
+              std::to_string(plan.type), plan.name, std::to_string(plan.size),
+              std::to_string(plan.creator), std::to_string(plan.bytes), std::to_string(plan.seed)})
+            command.push_back(argument);
+        std::vector<char*> arguments;
+        for (std::string& argument : command)
+            arguments.push_back(argument.data());
+        arguments.push_back(nullptr);
+
+        int ends[2];
+        EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+        const int error =
+            posix_spawnp(&mPid, arguments[0], &actions, nullptr, arguments.data(), environ);
+        EXPECT_EQ(error, 0) << arguments[0] << ": " << std::strerror(error);
+        if (error != 0) mPid = -1;
+        posix_spawn_file_actions_destroy(&actions);
+        close(ends[1]);
+        mOutput = ends[0];
+    }
+    ~Peer() {
+        if (mPid > 0) {
+            kill(mPid, SIGKILL);
+            waitpid(mPid, nullptr, 0);
+        }
+        close(mOutput);
+    }
+    Peer(const Peer&) = delete;
+    Peer& operator=(const Peer&) = delete;
+
+    [[nodiscard]] bool runs() const { return mPid > 0; }
+
+    /// Waits for its end. @return what it printed, or nothing when it failed
+    std::optional<std::uint64_t> checksum() {
+        std::string text;
+        char buffer[64];
+        for (ssize_t count; (count = ::read(mOutput, buffer, sizeof(buffer))) > 0;)
+            text.append(buffer, static_cast<std::size_t>(count));
+        int status = 0;
+        EXPECT_EQ(waitpid(mPid, &status, 0), mPid);
+        mPid = -1;
+        EXPECT_EQ(status, 0);
+        if (status != 0) return {};
+        return std::strtoull(text.c_str(), nullptr, 16);
+    }
+
+private:
+    pid_t mPid = -1;
+    int mOutput = -1;
+};
+
+struct Case {
+    const char* name;
+    const char* peer;  // command, words with blanks between them
+    StreamEnd::Direction direction;
+    bool creator;
+    shm_type_t type;
+};
+
+std::ostream& operator<<(std::ostream& out, const Case& one) {
+    return out << one.name;
+}
+
+class AStream : public Ring, public ::testing::WithParamInterface<Case> {};
+
+std::vector<std::string> wordsOf(const std::string& text) {
+    std::istringstream in(text);
+    std::vector<std::string> words;
+    for (std::string word; in >> word;)
+        words.push_back(word);
+    return words;
+}
+
+}  // namespace
+
+TEST_P(AStream, ArrivesAsItWasSent) {
+    const Case& one = GetParam();
+    const auto command = wordsOf(one.peer);
+    ASSERT_EQ(access(command.back().c_str(), X_OK), 0)
+        << command.back() << " is not built: the native build comes before this one";
+    StreamPlan plan = {.type = one.type,
+                       .name = "stream",
+                       .size = 10007,
+                       .creator = one.creator,
+                       .bytes = RING_STREAM_BYTES,
+                       .seed = 77};
+    StreamEnd end(plan, one.direction);
+    plan.creator = !plan.creator;
+    Peer peer(command, plan,
+              one.direction == StreamEnd::kReads ? StreamEnd::kWrites : StreamEnd::kReads);
+    ASSERT_TRUE(peer.runs());
+    const auto here = end.run();
+    EXPECT_TRUE(here.has_value());
+    EXPECT_EQ(here, peer.checksum());
+}
+
+namespace {
+
+constexpr auto kIn = StreamEnd::kReads;
+constexpr auto kOut = StreamEnd::kWrites;
+
+constexpr Case kSame[] = {
+    {"InFromACreator", RING_PEER, kIn, false, SHM_TYPE_POSIX_SHM},
+    {"InAsTheCreator", RING_PEER, kIn, true, SHM_TYPE_POSIX_SHM},
+    {"OutToACreator", RING_PEER, kOut, false, SHM_TYPE_POSIX_SHM},
+    {"OutAsTheCreator", RING_PEER, kOut, true, SHM_TYPE_POSIX_SHM},
+    {"InThroughPhysicalMemory", RING_PEER, kIn, false, SHM_TYPE_PHYS_MEM},
+    {"OutThroughPhysicalMemory", RING_PEER, kOut, false, SHM_TYPE_PHYS_MEM},
+};
+
+std::string nameOf(const ::testing::TestParamInfo<Case>& one) {
+    return one.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(BetweenTwoProcesses, AStream, ::testing::ValuesIn(kSame), nameOf);
+
+#ifdef RING_NATIVE_PEER
+constexpr Case kOther[] = {
+    {"InFromACreator", RING_NATIVE_PEER, kIn, false, SHM_TYPE_POSIX_SHM},
+    {"InAsTheCreator", RING_NATIVE_PEER, kIn, true, SHM_TYPE_POSIX_SHM},
+    {"OutToACreator", RING_NATIVE_PEER, kOut, false, SHM_TYPE_POSIX_SHM},
+    {"OutAsTheCreator", RING_NATIVE_PEER, kOut, true, SHM_TYPE_POSIX_SHM},
+    {"InThroughPhysicalMemory", RING_NATIVE_PEER, kIn, false, SHM_TYPE_PHYS_MEM},
+    {"OutThroughPhysicalMemory", RING_NATIVE_PEER, kOut, false, SHM_TYPE_PHYS_MEM},
+};
+INSTANTIATE_TEST_SUITE_P(BetweenTwoMachines, AStream, ::testing::ValuesIn(kOther), nameOf);
+#endif
+
+}  // namespace
+}  // namespace cabinaudio::test

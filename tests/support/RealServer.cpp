@@ -1,0 +1,213 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/support/RealServer.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+extern char** environ;
+
+namespace cabinaudio::test {
+namespace {
+
+// Under an emulator, and with sanitizers, on a busy machine.
+constexpr int PATIENCE_MS = 60000;
+// Where the child finds its end of the pipe; below are only its standard streams.
+constexpr int READY_FD = 3;
+constexpr int LIFE_FD = 4;
+
+[[noreturn]] void fail(const std::string& what) {
+    throw std::runtime_error("development server: " + what + ": " + std::strerror(errno));
+}
+
+class Descriptor {
+public:
+    explicit Descriptor(int fd = -1) : mFd(fd) {}
+    ~Descriptor() { close(); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    [[nodiscard]] int get() const { return mFd; }
+    void set(int fd) {
+        close();
+        mFd = fd;
+    }
+    void close() {
+        if (mFd >= 0) ::close(mFd);
+        mFd = -1;
+    }
+
+private:
+    int mFd;
+};
+
+// A pipe whose descriptors lie above those that the child gets.
+void makePipe(Descriptor& readEnd, Descriptor& writeEnd) {
+    std::array<int, 2> ends = {};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0) fail("pipe");
+    readEnd.set(fcntl(ends[0], F_DUPFD_CLOEXEC, 10));
+    writeEnd.set(fcntl(ends[1], F_DUPFD_CLOEXEC, 10));
+    close(ends[0]);
+    close(ends[1]);
+}
+
+std::string serverPath() {
+    const char* path = std::getenv("CABINAUDIO_SERVER");
+    return path != nullptr && *path != '\0' ? path : CABINAUDIO_TEST_SERVER;
+}
+
+pid_t spawn(std::vector<std::string> words, int output, int ready, int life) {
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&files, output, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&files, output, STDERR_FILENO);
+    posix_spawn_file_actions_adddup2(&files, ready, READY_FD);
+    posix_spawn_file_actions_adddup2(&files, life, LIFE_FD);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    sigset_t none;
+    sigemptyset(&none);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+
+    std::vector<char*> argv;
+    for (std::string& word : words) {
+        argv.push_back(word.data());
+    }
+    argv.push_back(nullptr);
+    pid_t pid = -1;
+    errno = posix_spawn(&pid, argv[0], &files, &attributes, argv.data(), environ);
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&files);
+    if (errno != 0) fail(words.front());
+    return pid;
+}
+
+bool isReadable(int fd, int timeoutMs) {
+    pollfd entry = {fd, POLLIN, 0};
+    int result = 0;
+    do {
+        result = poll(&entry, 1, timeoutMs);
+    } while (result < 0 && errno == EINTR);
+    return result > 0;
+}
+
+std::string contents(const std::string& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+// A server that was killed leaves the file that stands for its physical memory.
+void removePhysicalMemory() {
+    const char* instance = std::getenv("CABINAUDIO_INSTANCE");
+    if (instance == nullptr || *instance == '\0') return;
+    const std::string file = "/dev/shm/cabinaudio-physmem-" + std::to_string(geteuid()) + "-";
+    unlink((file + instance).c_str());
+}
+
+void connectToControlSocket(int fd) {
+    constexpr char name[] = "/tmp/cabinaudio_control";
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path + 1, name, sizeof name - 1);
+    const auto length =
+        static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + sizeof name - 1);
+    if (connect(fd, reinterpret_cast<const sockaddr*>(&address), length) != 0) {
+        fail("control socket");
+    }
+}
+
+}  // namespace
+
+RealServer::RealServer(std::vector<std::string> arguments) {
+    const char* directory = std::getenv("TMPDIR");
+    mOutputFile =
+        std::string(directory != nullptr ? directory : "/tmp") + "/cabinaudio-server.XXXXXX";
+    const Descriptor output(mkostemp(mOutputFile.data(), O_CLOEXEC));
+    if (output.get() < 0) fail(mOutputFile);
+    Descriptor ready;
+    Descriptor readyOfChild;
+    Descriptor life;
+    Descriptor lifeOfChild;
+    makePipe(ready, readyOfChild);
+    makePipe(life, lifeOfChild);
+    arguments.insert(arguments.begin(), {serverPath(), "--ready-fd", std::to_string(READY_FD)});
+    mPid = spawn(std::move(arguments), output.get(), readyOfChild.get(), lifeOfChild.get());
+    readyOfChild.close();
+    mLifeFd = fcntl(life.get(), F_DUPFD_CLOEXEC, 0);
+
+    std::array<char, 8> text = {};
+    if (!isReadable(ready.get(), PATIENCE_MS) || read(ready.get(), text.data(), text.size()) <= 0) {
+        ::kill(mPid, SIGKILL);
+        const std::string said = this->output();
+        waitForEnd();
+        unlink(mOutputFile.c_str());
+        throw std::runtime_error("development server: did not come up: " + said);
+    }
+}
+
+RealServer::~RealServer() {
+    if (mPid > 0) stop();
+    unlink(mOutputFile.c_str());
+}
+
+std::string RealServer::command(const std::string& line) const {
+    const Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (socket.get() < 0) fail("socket");
+    connectToControlSocket(socket.get());
+    const std::string request = line + "\n";
+    if (send(socket.get(), request.data(), request.size(), MSG_NOSIGNAL) < 0) fail("send");
+    std::string answer;
+    while (answer.empty() || answer.back() != '\n') {
+        std::array<char, 4096> chunk = {};
+        if (!isReadable(socket.get(), PATIENCE_MS)) throw std::runtime_error("no answer: " + line);
+        const ssize_t count = recv(socket.get(), chunk.data(), chunk.size(), 0);
+        if (count <= 0) throw std::runtime_error("no answer: " + line);
+        answer.append(chunk.data(), static_cast<std::size_t>(count));
+    }
+    answer.pop_back();
+    return answer;
+}
+
+void RealServer::kill(int signal) const {
+    if (mPid > 0) ::kill(mPid, signal);
+}
+
+int RealServer::stop() {
+    if (mPid <= 0) return mWaitStatus;
+    ::kill(mPid, SIGTERM);
+    return waitForEnd();
+}
+
+// The server holds the other end of a pipe until it is gone. One that does not end is killed, which
+// its wait status then says.
+int RealServer::waitForEnd() {
+    if (!isReadable(mLifeFd, PATIENCE_MS)) ::kill(mPid, SIGKILL);
+    while (waitpid(mPid, &mWaitStatus, 0) < 0 && errno == EINTR) {
+    }
+    mPid = -1;
+    close(mLifeFd);
+    if (!WIFEXITED(mWaitStatus)) removePhysicalMemory();
+    return mWaitStatus;
+}
+
+std::string RealServer::output() const {
+    return contents(mOutputFile);
+}
+
+}  // namespace cabinaudio::test
