@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <dlfcn.h>
+
+#include <cstdint>
+
+/// What the board stand-in (`libcabinaudio-board.so`) offers, and the names it
+/// is steered by. A program gets the stand-in in one of two ways:
+/// - `cabinaudio-run PROGRAM` preloads it into a program that knows nothing of it;
+/// - the program links the CMake target `cabinaudio-board` (our server and tests).
+///
+/// The stand-in does nothing until one of the board's own names is used: the two
+/// devices, the diagnostics file, the two sockets, a shared-memory object, or a
+/// real-time thread that the process may not create.
+namespace cabinaudio::board {
+
+/// Version that cabinaudio_board_active() returns; it grows when the stand-in
+/// learns to stand in for something more.
+constexpr int kVersion = 1;
+
+/// File name and soname of the stand-in.
+constexpr char kLibraryName[] = "libcabinaudio-board.so";
+
+/// Physical addresses are offsets into one sparse file of this many bytes. It is
+/// below 2 GiB because a 32-bit program without large-file support cannot open
+/// a larger one; every physical address that is handed out must lie below it.
+constexpr std::uint64_t kPhysicalMemorySize = 0x7f000000;
+
+/// Environment: instance name, 1 to 32 of A-Z a-z 0-9 _ and - ("audio_config" is
+/// taken). Processes of one instance share sockets, physical memory, object names
+/// and the diagnostics file; processes of two instances share none of them.
+/// Unset or empty: the common instance, whose names are the board's own.
+///
+/// It is read at each use, so a program may set it at the start of main(). With
+/// any other value each call that needs the name fails with EINVAL, and one line
+/// on stderr says why: nothing is ever shared by mistake.
+///
+/// No dot is allowed, because "a" with an object "b.x" and "a.b" with an object
+/// "x" would meet in one name.
+constexpr char kInstanceVariable[] = "CABINAUDIO_INSTANCE";
+
+/// Environment: directory that holds `audio_config`, instead of
+/// `${XDG_CONFIG_HOME:-$HOME/.config}/cabinaudio[/<instance>]`.
+constexpr char kConfigDirectoryVariable[] = "CABINAUDIO_CONFIG_DIR";
+
+/// Environment: "<descriptor>:<process id>", set by the launcher for one exec. The
+/// library answers on the descriptor, closes it and removes the variable before
+/// main() is entered.
+constexpr char kHandshakeVariable[] = "CABINAUDIO_HANDSHAKE";
+
+/// The board's paths and abstract socket names that are stood in for.
+constexpr char kMemoryDevice[] = "/dev/mem";
+constexpr char kCacheDevice[] = "/dev/cache";
+constexpr char kConfigDirectory[] = "/media/flash/nvm/as_server";
+constexpr char kConfigFile[] = "/media/flash/nvm/as_server/audio_config";
+constexpr char kServerSocket[] = "/tmp/as_internal_file";
+constexpr char kControlSocket[] = "/tmp/cabinaudio_control";
+
+/// The two requests that the cache device accepts.
+constexpr std::uint32_t kCacheClean = 0x40084303;
+constexpr std::uint32_t kCacheInvalidate = 0x40084304;
+
+}  // namespace cabinaudio::board
+
+extern "C" {
+
+/// @return cabinaudio::board::kVersion. That it can be called at all says that the
+///         stand-in is in this process. Any thread, never blocks.
+int cabinaudio_board_active(void) noexcept;
+
+/// @return the instance name that this process uses now, "" for the common one,
+///         nullptr when the environment holds a name that is not allowed. The text
+///         belongs to the environment: it is valid until the variable is changed.
+const char* cabinaudio_board_instance(void) noexcept;
+}
+
+namespace cabinaudio::board {
+
+/// @return the version of the stand-in in this process, 0 when there is none.
+///         For programs that do not link it and want to know whether they were
+///         started through the launcher.
+inline int activeVersion() noexcept {
+    using Active = int();
+    auto* active = reinterpret_cast<Active*>(dlsym(RTLD_DEFAULT, "cabinaudio_board_active"));
+    return active != nullptr ? active() : 0;
+}
+
+}  // namespace cabinaudio::board

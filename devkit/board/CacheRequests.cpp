@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+// Cache maintenance: a desktop's memory is coherent, so the requests have nothing to do.
+#include "devkit/board/Board.h"
+#include "devkit/board/Devices.h"
+#include "devkit/board/Export.h"
+#include "devkit/board/Libc.h"
+
+#include <sys/ioctl.h>
+
+#include <cerrno>
+#include <cstdarg>
+
+namespace cabinaudio::board {
+namespace {
+
+int request(libc::Ioctl* next, int descriptor, unsigned long number, void* argument) noexcept {
+    const auto low = static_cast<std::uint32_t>(number);  // all that the kernel looks at
+    if ((low == kCacheClean || low == kCacheInvalidate) && isCache(descriptor)) {
+        return 0;
+    }
+    const int result = next(descriptor, number, argument);
+    // An emulator knows only the requests of its tables and gives ENOSYS for others.
+    if (result == -1 && errno == ENOSYS && isCache(descriptor)) {
+        errno = ENOTTY;
+    }
+    return result;
+}
+
+}  // namespace
+}  // namespace cabinaudio::board
+
+using namespace cabinaudio::board;
+
+extern "C" {
+
+BOARD_EXPORT int ioctl(int descriptor, unsigned long number, ...) noexcept {
+    va_list arguments;
+    va_start(arguments, number);
+    void* argument = va_arg(arguments, void*);
+    va_end(arguments);
+    return request(libc::ioctl.find(), descriptor, number, argument);
+}
+
+// What a 32-bit program built with 64-bit time calls instead.
+BOARD_EXPORT int __ioctl_time64(int descriptor, unsigned long number, ...) noexcept;
+int __ioctl_time64(int descriptor, unsigned long number, ...) noexcept {
+    va_list arguments;
+    va_start(arguments, number);
+    void* argument = va_arg(arguments, void*);
+    va_end(arguments);
+    libc::Ioctl* next = libc::ioctlTime64.find();
+    return request(next != nullptr ? next : libc::ioctl.find(), descriptor, number, argument);
+}
+}

@@ -1,0 +1,227 @@
+// SPDX-License-Identifier: Apache-2.0
+// The devices and the diagnostics file, however a program opens them.
+#include "devkit/board/Board.h"
+#include "devkit/board/Devices.h"
+#include "devkit/board/Export.h"
+#include "devkit/board/Instance.h"
+#include "devkit/board/Libc.h"
+#include "devkit/board/Names.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+
+namespace cabinaudio::board {
+namespace {
+
+enum class Place { elsewhere, memoryDevice, cacheDevice, configFile };
+
+// A null path must reach the kernel, which answers EFAULT. The headers declare that there
+// is none, and compilers drop a plain test of it.
+bool isNull(const char* path) noexcept {
+    asm("" : "+r"(path));
+    return path == nullptr;
+}
+
+Place placeOf(const char* path) noexcept {
+    if (isNull(path) || path[0] != '/') {
+        return Place::elsewhere;
+    }
+    if (strcmp(path, kMemoryDevice) == 0) {
+        return Place::memoryDevice;
+    }
+    if (strcmp(path, kCacheDevice) == 0) {
+        return Place::cacheDevice;
+    }
+    return strcmp(path, kConfigFile) == 0 ? Place::configFile : Place::elsewhere;
+}
+
+bool isConfigDirectory(const char* path) noexcept {
+    if (isNull(path)) {
+        return false;
+    }
+    constexpr std::size_t length = sizeof kConfigDirectory - 1;
+    if (strncmp(path, kConfigDirectory, length) != 0) {
+        return false;
+    }
+    const char* rest = path + length;
+    return rest[strspn(rest, "/")] == '\0';
+}
+
+bool mappedConfigDirectory(PathText& path) noexcept {
+    const char* instance = instanceOrRefuse();
+    return instance != nullptr && configDirectory(instance, path);
+}
+
+bool mappedConfigFile(PathText& path) noexcept {
+    if (!mappedConfigDirectory(path)) {
+        return false;
+    }
+    if (!path.append(kConfigFile + sizeof kConfigDirectory - 1).fits()) {
+        errno = ENAMETOOLONG;
+    }
+    return path.fits();
+}
+
+// `openThere` opens the path it is given, in the way in which the program asked.
+template <typename OpenThere>
+int openPlace(const char* path, int flags, OpenThere openThere) noexcept {
+    switch (placeOf(path)) {
+        case Place::memoryDevice:
+            return openPhysicalMemory(flags);
+        case Place::cacheDevice:
+            return openCache(flags);
+        case Place::configFile: {
+            PathText mapped;
+            return mappedConfigFile(mapped) ? openThere(mapped.c_str()) : -1;
+        }
+        case Place::elsewhere:
+            break;
+    }
+    return openThere(path);
+}
+
+// A device cannot be truncated, so its stand-in must not be: fopen(..., "w") would.
+FILE* streamOf(int descriptor, const char* mode) noexcept {
+    if (descriptor < 0) {
+        return nullptr;
+    }
+    FILE* stream = fdopen(descriptor, mode);
+    if (stream == nullptr) {
+        const int error = errno;
+        close(descriptor);
+        errno = error;
+    }
+    return stream;
+}
+
+FILE* openStream(const char* path, const char* mode, libc::Fopen* next) noexcept {
+    switch (placeOf(path)) {
+        case Place::memoryDevice:
+            return streamOf(openPhysicalMemory(O_RDWR), mode);
+        case Place::cacheDevice:
+            return streamOf(openCache(O_RDWR), mode);
+        case Place::configFile: {
+            PathText mapped;
+            return mappedConfigFile(mapped) ? next(mapped.c_str(), mode) : nullptr;
+        }
+        case Place::elsewhere:
+            break;
+    }
+    return next(path, mode);
+}
+
+// On the board these directories are part of the system; here they may have to be
+// made. Errors show when the directory itself is made.
+void makeParents(PathText& path) noexcept {
+    for (char* end = path.data() + 1; *end != '\0'; ++end) {
+        if (*end == '/') {
+            *end = '\0';
+            libc::mkdir.find()(path.c_str(), 0700);
+            *end = '/';
+        }
+    }
+}
+
+mode_t modeArgument(int flags, va_list arguments) noexcept {
+    const bool creates = (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
+    return creates ? va_arg(arguments, mode_t) : 0;
+}
+
+int openAs(Next<libc::Open>& next, const char* path, int flags, mode_t mode) noexcept {
+    return openPlace(path, flags,
+                     [&](const char* there) { return next.find()(there, flags, mode); });
+}
+
+int openAtAs(Next<libc::OpenAt>& next, int directory, const char* path, int flags,
+             mode_t mode) noexcept {
+    return openPlace(path, flags,
+                     [&](const char* there) { return next.find()(directory, there, flags, mode); });
+}
+
+int openAs(Next<libc::CheckedOpen>& next, const char* path, int flags) noexcept {
+    return openPlace(path, flags, [&](const char* there) { return next.find()(there, flags); });
+}
+
+int openAtAs(Next<libc::CheckedOpenAt>& next, int directory, const char* path, int flags) noexcept {
+    return openPlace(path, flags,
+                     [&](const char* there) { return next.find()(directory, there, flags); });
+}
+
+}  // namespace
+}  // namespace cabinaudio::board
+
+using namespace cabinaudio::board;
+
+extern "C" {
+
+BOARD_EXPORT int open(const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = modeArgument(flags, arguments);
+    va_end(arguments);
+    return openAs(libc::open, path, flags, mode);
+}
+
+BOARD_EXPORT int open64(const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = modeArgument(flags, arguments);
+    va_end(arguments);
+    return openAs(libc::open64, path, flags, mode);
+}
+
+BOARD_EXPORT int openat(int directory, const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = modeArgument(flags, arguments);
+    va_end(arguments);
+    return openAtAs(libc::openat, directory, path, flags, mode);
+}
+
+BOARD_EXPORT int openat64(int directory, const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = modeArgument(flags, arguments);
+    va_end(arguments);
+    return openAtAs(libc::openat64, directory, path, flags, mode);
+}
+
+// What a program built with _FORTIFY_SOURCE calls instead of the four above.
+BOARD_EXPORT int __open_2(const char* path, int flags) {
+    return openAs(libc::checkedOpen, path, flags);
+}
+BOARD_EXPORT int __open64_2(const char* path, int flags) {
+    return openAs(libc::checkedOpen64, path, flags);
+}
+BOARD_EXPORT int __openat_2(int directory, const char* path, int flags) {
+    return openAtAs(libc::checkedOpenat, directory, path, flags);
+}
+BOARD_EXPORT int __openat64_2(int directory, const char* path, int flags) {
+    return openAtAs(libc::checkedOpenat64, directory, path, flags);
+}
+
+BOARD_EXPORT FILE* fopen(const char* path, const char* mode) {
+    return openStream(path, mode, libc::fopen.find());
+}
+
+BOARD_EXPORT FILE* fopen64(const char* path, const char* mode) {
+    return openStream(path, mode, libc::fopen64.find());
+}
+
+BOARD_EXPORT int mkdir(const char* path, mode_t mode) noexcept {
+    if (!isConfigDirectory(path)) {
+        return libc::mkdir.find()(path, mode);
+    }
+    PathText mapped;
+    if (!mappedConfigDirectory(mapped)) {
+        return -1;
+    }
+    makeParents(mapped);
+    return libc::mkdir.find()(mapped.c_str(), mode);
+}
+}

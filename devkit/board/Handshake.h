@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/board/Board.h"
+
+#include <elf.h>
+
+#include <cstdint>
+
+namespace cabinaudio::board {
+
+/// The machine that this code was compiled for, as ELF headers name it.
+constexpr std::uint16_t kThisMachine =
+#if defined(__x86_64__)
+    EM_X86_64;
+#elif defined(__i386__)
+    EM_386;
+#elif defined(__aarch64__)
+    EM_AARCH64;
+#elif defined(__arm__)
+    EM_ARM;
+#else
+    EM_NONE;
+#endif
+
+/// What the library sends to the launcher: one message. The machine tells an
+/// emulated program's library from one that got into the emulator itself.
+struct HandshakeAnswer {
+    char magic[4] = {'C', 'A', 'B', 'O'};  // 0
+    std::uint16_t version = kVersion;      // 4
+    std::uint16_t machine = kThisMachine;  // 6
+};
+static_assert(sizeof(HandshakeAnswer) == 8);
+
+}  // namespace cabinaudio::board

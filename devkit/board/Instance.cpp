@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/board/Instance.h"
+
+#include "devkit/board/Board.h"
+#include "devkit/board/Names.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+
+namespace cabinaudio::board {
+namespace {
+
+constinit std::atomic<bool> gHasEnvironment{false};
+
+void sayOnce(const char* instance, const char* why) noexcept {
+    static constinit std::atomic<bool> said{false};
+    if (said.exchange(true)) {
+        return;
+    }
+    Text<160> line;
+    line.append(kLibraryName).append(": ").append(kInstanceVariable).append("=");
+    line.append(instance, strnlen(instance, 2 * kInstanceLength)).append(why).append("\n");
+    const ssize_t written = write(STDERR_FILENO, line.c_str(), line.length());
+    static_cast<void>(written);  // stderr is all there is to complain to
+}
+
+// A program's .preinit_array runs before the C library has its environment: taking that for
+// "no instance" would share the common one by mistake.
+bool isTooEarly() noexcept {
+    return environ == nullptr && !gHasEnvironment;
+}
+
+}  // namespace
+
+void environmentIsThere() noexcept {
+    gHasEnvironment = true;
+}
+
+const char* instanceOrRefuse() noexcept {
+    const char* instance = isTooEarly() ? nullptr : instanceInEnvironment();
+    if (instance != nullptr) {
+        return instance;
+    }
+    const char* refused = getenv(kInstanceVariable);
+    if (refused == nullptr) {
+        sayOnce("?", " cannot be read yet");
+    } else {
+        sayOnce(refused, " is not an instance name");
+    }
+    errno = EINVAL;
+    return nullptr;
+}
+
+}  // namespace cabinaudio::board

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+// How others learn that the stand-in is here: the launcher by an answer on a socket,
+// programs by two functions.
+#include "devkit/board/Board.h"
+#include "devkit/board/Export.h"
+#include "devkit/board/Handshake.h"
+#include "devkit/board/Instance.h"
+#include "devkit/board/Libc.h"
+#include "devkit/board/Names.h"
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+namespace cabinaudio::board {
+namespace {
+
+// The launcher execs the program, so its process id is the program's. A child that
+// found the variable because its parent never saw it must not answer in its place.
+void answerTheLauncher() noexcept {
+    const char* offer = getenv(kHandshakeVariable);
+    if (offer == nullptr) {
+        return;
+    }
+    char* end = nullptr;
+    const long descriptor = strtol(offer, &end, 10);
+    const bool forUs = *end == ':' && strtol(end + 1, nullptr, 10) == getpid();
+    unsetenv(kHandshakeVariable);
+    if (forUs) {
+        const HandshakeAnswer answer;
+        send(static_cast<int>(descriptor), &answer, sizeof answer, MSG_NOSIGNAL);
+        close(static_cast<int>(descriptor));
+    }
+}
+
+__attribute__((constructor)) void arrive() noexcept {
+    const int error = errno;
+    environmentIsThere();
+    findAllOfLibc();
+    answerTheLauncher();
+    errno = error;
+}
+
+}  // namespace
+}  // namespace cabinaudio::board
+
+extern "C" {
+
+BOARD_EXPORT int cabinaudio_board_active(void) noexcept {
+    return cabinaudio::board::kVersion;
+}
+
+BOARD_EXPORT const char* cabinaudio_board_instance(void) noexcept {
+    return cabinaudio::board::instanceInEnvironment();
+}
+}

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace cabinaudio::run {
+
+/// What the launcher must know of a program or a library.
+struct ElfFile {
+    int bits = 0;               // 32 or 64
+    std::uint16_t machine = 0;  // EM_...
+    std::string loader;         // program interpreter, empty in static programs and libraries
+    std::string soname;
+
+    bool fits(const ElfFile& other) const { return bits == other.bits && machine == other.machine; }
+};
+
+/// Reads the headers of a file.
+/// @return nothing when it is no complete little-endian ELF file
+/// @throws Refusal when it cannot be read
+std::optional<ElfFile> readElf(const std::string& path);
+
+/// "64-bit x86", "32-bit ARM" ...
+std::string describe(const ElfFile& elf);
+
+/// Directory under lib of the libraries for such files, "" when it has none.
+std::string debianTriplet(const ElfFile& elf);
+
+}  // namespace cabinaudio::run

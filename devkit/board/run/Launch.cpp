@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/board/run/Launch.h"
+
+#include "devkit/board/Board.h"
+#include "devkit/board/Names.h"
+#include "devkit/board/run/Command.h"
+#include "devkit/board/run/DryRun.h"
+#include "devkit/board/run/Leftovers.h"
+#include "devkit/board/run/Library.h"
+#include "devkit/board/run/PreloadList.h"
+#include "devkit/board/run/Program.h"
+#include "devkit/board/run/Refusal.h"
+#include "devkit/board/run/Watcher.h"
+
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+namespace cabinaudio::run {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string newInstance() {
+    std::uint32_t random = 0;
+    if (getrandom(&random, sizeof random, 0) != sizeof random) {
+        throw Refusal(withReason("cannot name a private instance"));
+    }
+    char name[board::kInstanceLength + 1];
+    std::snprintf(name, sizeof name, "run-%d-%08x", static_cast<int>(getpid()),
+                  static_cast<unsigned>(random));
+    return name;
+}
+
+// Leaves the instance in the environment and gives it back.
+std::string chooseInstance(const Options& options) {
+    const std::string chosen = options.isPrivate ? newInstance() : options.instance;
+    if (!chosen.empty()) {
+        setenv(board::kInstanceVariable, chosen.c_str(), 1);
+    }
+    const char* instance = board::instanceInEnvironment();
+    if (instance == nullptr) {
+        throw Refusal(std::string(board::kInstanceVariable) + "=" +
+                      std::getenv(board::kInstanceVariable) + " is not an instance name");
+    }
+    return instance;
+}
+
+void chooseConfigDirectory(const Options& options) {
+    if (!options.configDirectory.empty()) {
+        const fs::path path = fs::absolute(options.configDirectory);
+        setenv(board::kConfigDirectoryVariable, path.c_str(), 1);
+    }
+}
+
+// In secure mode the loader drops LD_PRELOAD without a word.
+std::string whySkipped(const Program& program, const LoadedObjects& objects) {
+    struct stat64 status;
+    if (stat64(program.binary.c_str(), &status) == 0 &&
+        (status.st_mode & (S_ISUID | S_ISGID)) != 0) {
+        return "it is set-user-id or set-group-id";
+    }
+    if (getxattr(program.binary.c_str(), "security.capability", nullptr, 0) > 0) {
+        return "it has file capabilities";
+    }
+    if (!objects.complaints.empty()) {
+        return "the loader said: " + objects.complaints.substr(0, objects.complaints.find('\n'));
+    }
+    return "the loader left it out";
+}
+
+void checkObjects(const Program& program, const LoadedObjects& objects,
+                  const std::string& library) {
+    if (!objects.contains(library)) {
+        throw Refusal("the board library cannot be preloaded into " + program.binary + ": " +
+                      whySkipped(program, objects));
+    }
+    if (!objects.missing.empty()) {
+        throw Refusal(program.binary + " needs " + objects.missing + ", which is not found",
+                      kNotFound);
+    }
+}
+
+// Settles what is preloaded, in an order that the program's loader really accepts.
+void arrangePreloads(Command& command, const Program& program, const std::string& library,
+                     std::chrono::seconds timeout) {
+    std::vector<std::string> preloads;
+    if (!command.isEmulated()) {
+        preloads = foreignPreloads();
+    }
+    preloads.push_back(library);
+    command.preload(preloads);
+    LoadedObjects objects = dryRun(command, timeout);
+    checkObjects(program, objects, library);
+    const std::string sanitizer = objects.sanitizer();
+    if (!sanitizer.empty()) {
+        // Its run time insists on being the first of all objects.
+        preloads.insert(preloads.begin(), loadablePath(sanitizer));
+        command.preload(preloads);
+        objects = dryRun(command, timeout);
+        checkObjects(program, objects, library);
+    }
+}
+
+void sayWhatIsDone(const Program& program, const Command& command, const std::string& library,
+                   const std::string& instance) {
+    std::fprintf(stderr, "cabinaudio-run: %s%s, instance %s, %s\n", program.path.c_str(),
+                 command.isEmulated() ? " in qemu-arm" : "",
+                 instance.empty() ? "(common)" : instance.c_str(), library.c_str());
+}
+
+}  // namespace
+
+void launch(const Options& options) {
+    const std::string instance = chooseInstance(options);
+    chooseConfigDirectory(options);
+    const Program program = inspectProgram(options.program);
+    Command command(program);
+    const std::string library = loadablePath(findBoardLibrary(options.boardLibrary, program.elf));
+    arrangePreloads(command, program, library, options.timeout);
+    if (options.verbose) {
+        sayWhatIsDone(program, command, library, instance);
+    }
+    const Watcher watcher({program.path, program.elf.machine, options.timeout,
+                           options.isPrivate ? instance : std::string()});
+    watcher.offer();
+    command.execute();
+    const int error = errno;
+    watcher.dismiss();
+    errno = error;
+    throw Refusal(withReason("cannot execute " + program.path), kNotExecutable);
+}
+
+void clean(const Options& options) {
+    const std::string instance = chooseInstance(options);
+    for (const std::string& removed : removeLeftovers(instance)) {
+        if (options.verbose) {
+            std::fprintf(stderr, "cabinaudio-run: removed %s\n", removed.c_str());
+        }
+    }
+}
+
+}  // namespace cabinaudio::run

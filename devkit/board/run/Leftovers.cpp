@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/board/run/Leftovers.h"
+
+#include "devkit/board/Board.h"
+#include "devkit/board/Names.h"
+#include "devkit/board/run/PreloadList.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace cabinaudio::run {
+namespace {
+
+namespace fs = std::filesystem;
+
+void removeFile(const fs::path& path, std::vector<std::string>& removed) {
+    if (unlink(path.c_str()) == 0) {
+        removed.push_back(path);
+    }
+}
+
+}  // namespace
+
+std::vector<std::string> removeLeftovers(const std::string& instance) {
+    std::vector<std::string> removed;
+    board::PathText memory;
+    board::physicalMemoryPath(instance.c_str(), geteuid(), memory);
+    removeFile(memory.c_str(), removed);
+    board::NameText prefix;
+    board::sharedMemoryPrefix(instance.c_str(), prefix);
+    std::error_code failed;
+    for (const auto& entry : fs::directory_iterator(board::kObjectDirectory, failed)) {
+        const std::string name = entry.path().filename();
+        const bool ofInstance = !instance.empty() && name.starts_with(prefix.c_str());
+        if (ofInstance || (isLoadableLink(name) && !fs::exists(entry.path(), failed))) {
+            removeFile(entry.path(), removed);
+        }
+    }
+    return removed;
+}
+
+void removeConfiguration(const std::string& instance) {
+    board::PathText directory;
+    const char* given = std::getenv(board::kConfigDirectoryVariable);
+    if ((given != nullptr && given[0] != '\0') ||
+        !board::configDirectory(instance.c_str(), directory)) {
+        return;
+    }
+    const fs::path path(directory.c_str());
+    unlink((path / fs::path(board::kConfigFile).filename()).c_str());
+    rmdir(path.c_str());
+}
+
+}  // namespace cabinaudio::run

@@ -1,0 +1,172 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/board/run/Options.h"
+
+#include "devkit/board/Names.h"
+#include "devkit/board/run/Refusal.h"
+
+#include <getopt.h>
+
+#include <charconv>
+#include <cstdio>
+#include <string_view>
+
+namespace cabinaudio::run {
+namespace {
+
+constexpr char kHelp[] =
+    R"(Usage: cabinaudio-run [options] [--] PROGRAM [ARGUMENT...]
+
+Runs PROGRAM on a desktop as if it were on the board: physical memory, cache
+device, diagnostics file, real-time threads. 32-bit ARM programs run in qemu-arm.
+
+  -i, --instance NAME    share sockets, memory and names only with programs of the
+                         same instance (A-Z a-z 0-9 _ -, at most 32; default: the
+                         environment's CABINAUDIO_INSTANCE, or the common one)
+      --private          a new instance for this run; what it leaves behind is
+                         removed when PROGRAM ends
+      --config-dir DIR   directory of the diagnostics file audio_config
+      --board-lib PATH   use this libcabinaudio-board.so
+      --timeout SECONDS  how long PROGRAM may take to load its libraries (default 30)
+      --clean            remove what programs of the instance have left in /dev/shm;
+                         run no program
+  -v, --verbose          say what is done
+  -h, --help             this text
+      --version          the version
+
+The exit status is PROGRAM's; 1: refused, 2: wrong usage, 126: PROGRAM is not
+executable, 127: PROGRAM or a library of it is not found.
+)";
+
+constexpr int kPrivate = 256;
+constexpr int kConfigDirectory = 257;
+constexpr int kBoardLibrary = 258;
+constexpr int kTimeout = 259;
+constexpr int kClean = 260;
+constexpr int kVersion = 261;
+
+const option kLongOptions[] = {
+    {"instance", required_argument, nullptr, 'i'},
+    {"private", no_argument, nullptr, kPrivate},
+    {"config-dir", required_argument, nullptr, kConfigDirectory},
+    {"board-lib", required_argument, nullptr, kBoardLibrary},
+    {"timeout", required_argument, nullptr, kTimeout},
+    {"clean", no_argument, nullptr, kClean},
+    {"verbose", no_argument, nullptr, 'v'},
+    {"help", no_argument, nullptr, 'h'},
+    {"version", no_argument, nullptr, kVersion},
+    {nullptr, 0, nullptr, 0},
+};
+
+[[noreturn]] void refuseUsage(const std::string& what) {
+    throw Refusal(what + " (try 'cabinaudio-run --help')", kUsage);
+}
+
+std::string instanceArgument(const char* name) {
+    if (!board::isInstanceName(name)) {
+        refuseUsage(std::string("'") + name + "' is not an instance name");
+    }
+    return name;
+}
+
+std::string pathArgument(const char* option, const char* path) {
+    if (path[0] == '\0') {
+        refuseUsage(std::string(option) + " needs a path");
+    }
+    return path;
+}
+
+std::chrono::seconds timeoutArgument(std::string_view text) {
+    int seconds = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+    if (error != std::errc() || end != text.data() + text.size() || seconds < 1 ||
+        seconds > 86400) {
+        refuseUsage("--timeout needs a number of seconds from 1 to 86400");
+    }
+    return std::chrono::seconds(seconds);
+}
+
+void take(int found, const char* argument, Options& options) {
+    switch (found) {
+        case 'i':
+            options.instance = instanceArgument(argument);
+            break;
+        case kPrivate:
+            options.isPrivate = true;
+            break;
+        case kConfigDirectory:
+            options.configDirectory = pathArgument("--config-dir", argument);
+            break;
+        case kBoardLibrary:
+            options.boardLibrary = pathArgument("--board-lib", argument);
+            break;
+        case kTimeout:
+            options.timeout = timeoutArgument(argument);
+            break;
+        case kClean:
+            options.task = Options::Task::clean;
+            break;
+        case 'v':
+            options.verbose = true;
+            break;
+        case 'h':
+            options.task = Options::Task::help;
+            break;
+        case kVersion:
+            options.task = Options::Task::version;
+            break;
+    }
+}
+
+// getopt moves on past a bad long option but stays inside a group of short ones.
+std::string badOption(char** argv) {
+    if (optopt != 0 && optopt < kPrivate) {
+        return std::string("-") + static_cast<char>(optopt);
+    }
+    return argv[optind - 1];
+}
+
+void check(const Options& options) {
+    if (options.isPrivate && !options.instance.empty()) {
+        refuseUsage("--private and --instance exclude each other");
+    }
+    if (options.task == Options::Task::clean && (options.isPrivate || !options.program.empty())) {
+        refuseUsage("--clean takes an instance and nothing else");
+    }
+    if (options.task == Options::Task::runProgram && options.program.empty()) {
+        refuseUsage("no program given");
+    }
+}
+
+}  // namespace
+
+Options parseOptions(int argc, char** argv) {
+    Options options;
+    opterr = 0;
+    int found;
+    // '+': the first word that is no option is the program. ':': tell a missing argument.
+    while ((found = getopt_long(argc, argv, "+:i:vh", kLongOptions, nullptr)) != -1) {
+        if (found == '?') {
+            refuseUsage("unknown option '" + badOption(argv) + "'");
+        }
+        if (found == ':') {
+            refuseUsage("option '" + std::string(argv[optind - 1]) + "' needs an argument");
+        }
+        take(found, optarg, options);
+        if (options.task == Options::Task::help || options.task == Options::Task::version) {
+            return options;
+        }
+    }
+    options.program.assign(argv + optind, argv + argc);
+    check(options);
+    return options;
+}
+
+void printHelp() {
+    std::fputs(kHelp, stdout);
+}
+
+void printVersion() {
+    std::puts("cabinaudio-run " CABINAUDIO_VERSION);
+}
+
+}  // namespace cabinaudio::run

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace cabinaudio::run {
+
+/// What the command line asks for.
+struct Options {
+    enum class Task { runProgram, clean, help, version };
+
+    Task task = Task::runProgram;
+    std::string instance;
+    bool isPrivate = false;
+    std::string configDirectory;
+    std::string boardLibrary;
+    std::chrono::seconds timeout{30};
+    bool verbose = false;
+    std::vector<std::string> program;  // with its arguments
+};
+
+/// @throws Refusal with kUsage
+Options parseOptions(int argc, char** argv);
+
+void printHelp();
+void printVersion();
+
+}  // namespace cabinaudio::run

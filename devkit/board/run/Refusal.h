@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace cabinaudio::run {
+
+/// Exit codes of the launcher itself; the others are the program's.
+constexpr int kDone = 0;
+constexpr int kRefused = 1;
+constexpr int kUsage = 2;
+constexpr int kNotExecutable = 126;  // as shells do
+constexpr int kNotFound = 127;
+
+/// Why the program is not started: one line for the user, and the exit code.
+class Refusal : public std::runtime_error {
+public:
+    explicit Refusal(const std::string& line, int exitCode = kRefused)
+        : std::runtime_error(line), mExitCode(exitCode) {}
+
+    int exitCode() const noexcept { return mExitCode; }
+
+private:
+    int mExitCode;
+};
+
+/// "FAILED: the system's words for errno".
+std::string withReason(const std::string& failed);
+
+}  // namespace cabinaudio::run

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: Apache-2.0
+// cabinaudio-run: starts a program with the board stand-in preloaded.
+#include "devkit/board/run/Launch.h"
+#include "devkit/board/run/Options.h"
+#include "devkit/board/run/Refusal.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <exception>
+
+namespace {
+
+using namespace cabinaudio::run;
+
+// Where the caller has closed stdin, stdout or stderr, nothing of ours may get its place.
+// The program finds it closed again.
+void occupyClosedStreams() {
+    int descriptor;
+    do {
+        descriptor = open("/dev/null", O_RDWR | O_CLOEXEC);
+    } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    close(descriptor);
+}
+
+int run(int argc, char** argv) {
+    const Options options = parseOptions(argc, argv);
+    switch (options.task) {
+        case Options::Task::help:
+            printHelp();
+            break;
+        case Options::Task::version:
+            printVersion();
+            break;
+        case Options::Task::clean:
+            clean(options);
+            break;
+        case Options::Task::runProgram:
+            launch(options);
+    }
+    return kDone;
+}
+
+int refuse(const char* why, int exitCode) {
+    std::fprintf(stderr, "cabinaudio-run: %s\n", why);
+    return exitCode;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    occupyClosedStreams();
+    try {
+        return run(argc, argv);
+    } catch (const Refusal& refusal) {
+        return refuse(refusal.what(), refusal.exitCode());
+    } catch (const std::exception& failure) {
+        return refuse(failure.what(), kRefused);
+    }
+}

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Apache-2.0
+// The library as an object that gets into foreign programs.
+#include "devkit/board/Board.h"
+#include "tests/board/Process.h"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+namespace cabinaudio::test {
+namespace {
+
+std::string linesWith(const std::string& word, const std::string& text) {
+    std::string found;
+    std::size_t begin = 0;
+    while (begin < text.size()) {
+        const std::size_t end = text.find('\n', begin) + 1;
+        const std::string line = text.substr(begin, end - begin);
+        if (line.find(word) != std::string::npos) {
+            found += line;
+        }
+        begin = end == 0 ? text.size() : end;
+    }
+    return found;
+}
+
+TEST(TheStandIn, SaysThatItIsHere) {
+    EXPECT_EQ(cabinaudio_board_active(), board::kVersion);
+    EXPECT_EQ(board::activeVersion(), board::kVersion);
+}
+
+TEST(TheStandIn, NeedsNothingButTheCLibrary) {
+    const Outcome read = runProgram({{BOARD_TEST_READELF, "-dW", BOARD_TEST_LIBRARY}});
+    ASSERT_EQ(read.exitCode, 0) << read.err;
+    std::string needed = linesWith("(NEEDED)", read.out);
+    ASSERT_NE(needed, "");
+    for (const char* allowed : {"[libc.so.6]", "[libdl.so.2]", "[ld-linux"}) {
+        const std::string line = linesWith(allowed, needed);
+        if (!line.empty()) {
+            needed.erase(needed.find(line), line.size());
+        }
+    }
+    EXPECT_EQ(needed, "");
+    EXPECT_NE(linesWith("(SONAME)", read.out).find("[libcabinaudio-board.so]"), std::string::npos);
+}
+
+TEST(TheStandIn, ExportsWhatItStandsInForAndNothingElse) {
+    const Outcome read = runProgram({{BOARD_TEST_READELF, "--dyn-syms", "-W", BOARD_TEST_LIBRARY}});
+    ASSERT_EQ(read.exitCode, 0) << read.err;
+    const std::string allowed[] = {"__ioctl_time64",
+                                   "__open64_2",
+                                   "__open_2",
+                                   "__openat64_2",
+                                   "__openat_2",
+                                   "bind",
+                                   "cabinaudio_board_active",
+                                   "cabinaudio_board_instance",
+                                   "connect",
+                                   "fopen",
+                                   "fopen64",
+                                   "ioctl",
+                                   "mkdir",
+                                   "open",
+                                   "open64",
+                                   "openat",
+                                   "openat64",
+                                   "pthread_create",
+                                   "shm_open",
+                                   "shm_unlink"};
+    std::string defined;
+    for (const std::string& name : allowed) {
+        const std::string line = linesWith(" " + name + "\n", read.out);
+        EXPECT_NE(line.find(" FUNC "), std::string::npos) << name;
+        EXPECT_EQ(line.find(" UND "), std::string::npos) << name;
+        defined += line;
+    }
+    const auto count = [](const std::string& text) {
+        return std::count(text.begin(), text.end(), '\n');
+    };
+    const std::string global = linesWith(" DEFAULT ", linesWith(" GLOBAL ", read.out));
+    EXPECT_EQ(count(global) - count(linesWith(" UND ", global)), count(defined)) << global;
+}
+
+TEST(TheStandIn, StandsBehindTheProgramAndBeforeTheCLibrary) {
+    Dl_info where{};
+    void* libc = dlopen("libc.so.6", RTLD_NOLOAD | RTLD_LAZY);
+    ASSERT_NE(dladdr(dlsym(RTLD_DEFAULT, "shm_unlink"), &where), 0);
+    const std::string file = where.dli_fname;
+    EXPECT_NE(file.find("libcabinaudio-board.so"), std::string::npos) << file;
+    EXPECT_NE(dlsym(libc, "shm_unlink"), dlsym(RTLD_DEFAULT, "shm_unlink"));
+}
+
+}  // namespace
+}  // namespace cabinaudio::test

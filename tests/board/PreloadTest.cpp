@@ -1,0 +1,370 @@
+// SPDX-License-Identifier: Apache-2.0
+// That the stand-in gets into programs of every kind, and that nothing runs without it.
+#include "tests/board/Launcher.h"
+
+#include <elf.h>
+#include <grp.h>
+#include <linux/capability.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
+
+namespace cabinaudio::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+// ---- programs of every kind ---------------------------------------------------
+
+struct Kind {
+    const char* name;
+    const char* program;
+    const char* library;  // for a foreign machine, else ""
+};
+
+void PrintTo(const Kind& kind, std::ostream* out) {
+    *out << kind.name;
+}
+
+class AProgram : public WithTheLauncher, public ::testing::WithParamInterface<Kind> {
+protected:
+    Start start(std::vector<std::string> words) const {
+        words.insert(words.begin(), GetParam().program);
+        Start started = launching(words);
+        started.variables.emplace_back("CABINAUDIO_ARMHF_BOARD_LIB", GetParam().library);
+        // Leaks cannot be looked for where the emulator or a tracer stands in between.
+        started.variables.emplace_back("ASAN_OPTIONS", "detect_leaks=0");
+        return started;
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(BuiltAs, AProgram,
+                         ::testing::ValuesIn(std::vector<Kind>{{"Plain", BOARD_TEST_PROBE, ""},
+                                                               BOARD_TEST_KINDS}),
+                         [](const auto& kind) { return std::string(kind.param.name); });
+
+TEST_P(AProgram, FindsTheWholeBoardUnderTheLauncher) {
+    const Outcome outcome = runProgram(start({"check"}));
+    EXPECT_EQ(outcome.out, "ok\n");
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(outcome.exitCode, 0);
+}
+
+TEST_P(AProgram, KeepsItsExitStatusAndItsSignals) {
+    EXPECT_EQ(runProgram(start({"exit", "17"})).exitCode, 17);
+    EXPECT_EQ(runProgram(start({"raise", std::to_string(SIGTERM)})).signal, SIGTERM);
+}
+
+TEST_P(AProgram, KeepsItsArgumentsAndItsName) {
+    EXPECT_EQ(runProgram(start({"words", "a b", "$c", ",:"})).out, "[a b]\n[$c]\n[,:]\n");
+    const std::string report = runProgram(start({"report"})).out;
+    EXPECT_NE(report.find("name: " + std::string(GetParam().program) + "\n"), std::string::npos);
+    EXPECT_EQ(report.find("CABINAUDIO_HANDSHAKE"), std::string::npos) << report;
+}
+
+TEST_P(AProgram, IsReachedThroughAPathThatTheLoaderWouldMisread) {
+    const fs::path odd = directory() / "a b:$LIB,c";
+    fs::create_directory(odd);
+    const char* library = GetParam().library;
+    const fs::path source = *library != '\0' ? library : BOARD_TEST_LIBRARY;
+    fs::copy_file(source, odd / "libcabinaudio-board.so");
+    fs::copy_file(GetParam().program, odd / "the program");
+    Start started = start({"check"});
+    started.words = {mLauncher, "--board-lib", odd / "libcabinaudio-board.so", odd / "the program",
+                     "check"};
+    const Outcome outcome = runProgram(started);
+    EXPECT_EQ(outcome.out, "ok\n") << outcome.err;
+    EXPECT_EQ(outcome.err, "");
+    fs::remove_all(odd);
+    launch({"--clean"});  // takes the links that lead nowhere
+    for (const auto& entry : fs::directory_iterator("/dev/shm")) {
+        std::error_code failed;
+        const std::string target = fs::read_symlink(entry.path(), failed);
+        EXPECT_NE(target.rfind(odd.string(), 0), 0U) << entry.path();
+    }
+}
+
+class ALinkedProgram : public AProgram {};
+
+INSTANTIATE_TEST_SUITE_P(BuiltAs, ALinkedProgram,
+                         ::testing::ValuesIn(std::vector<Kind>{
+                             {"Plain", BOARD_TEST_LINKED_PROBE, ""}, BOARD_TEST_LINKED_KINDS}),
+                         [](const auto& kind) { return std::string(kind.param.name); });
+
+TEST_P(ALinkedProgram, FindsTheWholeBoardWithoutTheLauncher) {
+    Start started = start({"check"});
+    started.words.erase(started.words.begin());
+    const Outcome outcome = runProgram(started);
+    EXPECT_EQ(outcome.out, "ok\n") << outcome.err;
+    EXPECT_EQ(outcome.exitCode, 0);
+}
+
+TEST_P(ALinkedProgram, RunsUnderTheLauncherAsWell) {
+    const Outcome outcome = runProgram(start({"check"}));
+    EXPECT_EQ(outcome.out, "ok\n") << outcome.err;
+}
+
+// ---- what else is preloaded ---------------------------------------------------
+
+class ThePreloads : public WithTheLauncher {
+protected:
+    std::string valueAfter(const std::string& before) const {
+        Start start = launching({kProbe, "report"});
+        start.variables.emplace_back("LD_PRELOAD", before);
+        const std::string report = runProgram(start).out;
+        const std::string variable = "variable: LD_PRELOAD=";
+        const std::size_t begin = report.find(variable) + variable.size();
+        return report.substr(begin, report.find('\n', begin) - begin);
+    }
+};
+
+TEST_F(ThePreloads, OfTheUserComeFirst) {
+    EXPECT_EQ(valueAfter(""), BOARD_TEST_LIBRARY);
+    EXPECT_EQ(valueAfter(BOARD_TEST_OTHER_PRELOAD),
+              std::string(BOARD_TEST_OTHER_PRELOAD) + ":" + BOARD_TEST_LIBRARY);
+}
+
+TEST_F(ThePreloads, HoldTheStandInOnce) {
+    const fs::path copies = copyOfAll("copy");
+    EXPECT_EQ(valueAfter((copies / "libcabinaudio-board.so").string() + " " + BOARD_TEST_LIBRARY),
+              BOARD_TEST_LIBRARY);
+    const Outcome nested = launch({mLauncher, kProbe, "check"});
+    EXPECT_EQ(nested.out, "ok\n") << nested.err;
+}
+
+// ---- where the library lies ---------------------------------------------------
+
+class ALauncherInATree : public WithTheLauncher {
+protected:
+    // A launcher in `bin` and a library in another directory of the same tree.
+    Outcome checkIn(const std::string& bin, const std::string& lib, const std::string& library,
+                    const std::string& program) {
+        const fs::path root = directory() / std::to_string(++mTrees);
+        fs::create_directories(root / bin);
+        fs::create_directories(root / lib);
+        fs::copy_file(mLauncher, root / bin / "cabinaudio-run");
+        fs::copy_file(library, root / lib / "libcabinaudio-board.so");
+        Start start = launching({program, "check"});
+        start.words[0] = root / bin / "cabinaudio-run";
+        return runProgram(start);
+    }
+
+    int mTrees = 0;
+};
+
+TEST_F(ALauncherInATree, FindsTheLibraryWhereItIsInstalled) {
+    for (const char* lib : {"usr/lib/cabinaudio", "usr/lib"}) {
+        const Outcome outcome = checkIn("usr/bin", lib, BOARD_TEST_LIBRARY, kProbe);
+        EXPECT_EQ(outcome.out, "ok\n") << lib << outcome.err;
+    }
+}
+
+TEST_F(ALauncherInATree, FindsTheLibraryInADirectoryOfItsMachine) {
+    if (*BOARD_TEST_TRIPLET == '\0') {
+        GTEST_SKIP() << "this system has one directory for all machines";
+    }
+    const std::string lib = "usr/lib/" BOARD_TEST_TRIPLET;
+    for (const std::string& directory : {lib, lib + "/cabinaudio"}) {
+        const Outcome outcome = checkIn("usr/bin", directory, BOARD_TEST_LIBRARY, kProbe);
+        EXPECT_EQ(outcome.out, "ok\n") << directory << outcome.err;
+    }
+}
+
+TEST_F(ALauncherInATree, FindsTheLibraryForThe32BitArmInTheNeighbouringBuild) {
+    if (*BOARD_TEST_ARM_PROBE == '\0') {
+        GTEST_SKIP() << "no compiler for it, or no emulator";
+    }
+    const Outcome outcome = checkIn("build/native/devkit/board", "build/armhf/devkit/board",
+                                    BOARD_TEST_ARM_LIBRARY, BOARD_TEST_ARM_PROBE);
+    EXPECT_EQ(outcome.out, "ok\n") << outcome.err;
+}
+
+// ---- refusals -----------------------------------------------------------------
+
+class ALauncherThatCannotPreload : public WithTheLauncher {
+protected:
+    fs::path trace() const { return directory() / "work" / "trace"; }
+
+    // Runs the program so that it would leave a trace, if it ran.
+    Outcome tryToRun(const std::string& program, std::vector<std::string> options = {}) {
+        fs::create_directory(trace().parent_path());
+        chmod(trace().parent_path().c_str(), 0777);
+        options.insert(options.end(), {program, "touch", trace()});
+        Start start = launching(options);
+        start.variables.insert(start.variables.end(), mMoreVariables.begin(), mMoreVariables.end());
+        start.inChild = mInChild;
+        return runProgram(start);
+    }
+
+    void expectRefused(const Outcome& outcome, const std::string& reason) const {
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_EQ(outcome.signal, 0);
+        EXPECT_TRUE(isOneLine(outcome.err)) << outcome.err;
+        EXPECT_NE(outcome.err.find(reason), std::string::npos) << outcome.err;
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_FALSE(fs::exists(trace()));
+    }
+
+    std::vector<std::pair<std::string, std::string>> mMoreVariables;
+    std::function<void()> mInChild;
+};
+
+TEST_F(ALauncherThatCannotPreload, LeavesATraceWhenItCanForOnce) {
+    EXPECT_EQ(tryToRun(kProbe).exitCode, 0);
+    EXPECT_TRUE(fs::exists(trace()));
+}
+
+TEST_F(ALauncherThatCannotPreload, RefusesStaticPrograms) {
+    expectRefused(tryToRun(BOARD_TEST_STATIC_PROBE), "static");
+    expectRefused(tryToRun(BOARD_TEST_STATIC_PIE_PROBE), "static");
+}
+
+TEST_F(ALauncherThatCannotPreload, RefusesWithoutItsLibrary) {
+    const fs::path alone = directory() / "alone";
+    fs::create_directory(alone);
+    fs::copy_file(mLauncher, alone / "cabinaudio-run");
+    mLauncher = alone / "cabinaudio-run";
+    expectRefused(tryToRun(kProbe), "no libcabinaudio-board.so");
+    expectRefused(tryToRun(kProbe, {"--board-lib", alone / "nothing.so"}), "cannot read");
+}
+
+TEST_F(ALauncherThatCannotPreload, RefusesALibraryThatIsAnother) {
+    expectRefused(tryToRun(kProbe, {"--board-lib", BOARD_TEST_OTHER_PRELOAD}), "is not a");
+    const fs::path text = directory() / "libcabinaudio-board.so";
+    std::ofstream(text) << "text";
+    expectRefused(tryToRun(kProbe, {"--board-lib", text}), "is not a");
+}
+
+// The library with another machine in its header.
+fs::path foreignLibrary(const fs::path& directory) {
+    fs::path foreign = directory / "libcabinaudio-board.so";
+    fs::copy_file(BOARD_TEST_LIBRARY, foreign);
+    std::fstream file(foreign, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(offsetof(Elf64_Ehdr, e_machine));
+    const Elf64_Half machine = EM_S390;
+    file.write(reinterpret_cast<const char*>(&machine), sizeof machine);
+    return foreign;
+}
+
+TEST_F(ALauncherThatCannotPreload, RefusesALibraryForAnotherMachine) {
+    const fs::path foreign = foreignLibrary(directory());
+    expectRefused(tryToRun(kProbe, {"--board-lib", foreign}), "is for");
+}
+
+TEST_F(ALauncherThatCannotPreload, RefusesAProgramForAnotherMachine) {
+    const fs::path program = directory() / "program";
+    fs::copy_file(kProbe, program);
+    std::fstream file(program, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(offsetof(Elf64_Ehdr, e_machine));
+    const Elf64_Half machine = EM_S390;
+    file.write(reinterpret_cast<const char*>(&machine), sizeof machine);
+    file.close();
+    expectRefused(tryToRun(program), "does not run on this machine");
+}
+
+TEST_F(ALauncherThatCannotPreload, PassesOverALibraryThatDoesNotFitInItsSearch) {
+    mMoreVariables = {{"CABINAUDIO_BOARD_LIB", foreignLibrary(directory())}};
+    EXPECT_EQ(tryToRun(kProbe).exitCode, 0);
+    EXPECT_TRUE(fs::exists(trace()));
+}
+
+TEST_F(ALauncherThatCannotPreload, SaysWhichLibraryTheProgramMisses) {
+    const fs::path program = directory() / "program";
+    fs::copy_file(BOARD_TEST_NEEDY_PROBE, program);
+    const Outcome outcome = tryToRun(program);
+    EXPECT_EQ(outcome.exitCode, 127);
+    EXPECT_TRUE(isOneLine(outcome.err)) << outcome.err;
+    EXPECT_NE(outcome.err.find("libcabinaudio-board-missing.so"), std::string::npos) << outcome.err;
+}
+
+// ---- programs with more rights than their caller ------------------------------
+
+constexpr uid_t kNobody = 65534;
+
+void becomeNobody() {
+    if (setgroups(0, nullptr) != 0 || setgid(kNobody) != 0 || setuid(kNobody) != 0) {
+        _exit(97);
+    }
+}
+
+bool rightsAreIgnoredHere(const fs::path& directory) {
+    struct statvfs status {};
+    return statvfs(directory.c_str(), &status) != 0 || (status.f_flag & ST_NOSUID) != 0 ||
+           prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 1;
+}
+
+class AProgramWithRights : public ALauncherThatCannotPreload {
+protected:
+    void SetUp() override {
+        if (rightsAreIgnoredHere(directory())) {
+            GTEST_SKIP() << "this place gives no program more rights";
+        }
+        if (geteuid() == 0) {
+            mCopies = copyOfAll("copies");
+            mLauncher = mCopies / "cabinaudio-run";
+            mInChild = becomeNobody;
+        }
+    }
+
+    fs::path mCopies;  // set for root only, who can give rights
+};
+
+TEST_F(AProgramWithRights, OfItsOwnerIsRefused) {
+    std::string program = "/usr/bin/passwd";
+    if (geteuid() == 0) {
+        program = mCopies / "probe";
+        ASSERT_EQ(chmod(program.c_str(), 04755), 0);
+    } else if (!fs::exists(program)) {
+        GTEST_SKIP() << "an ordinary user cannot make such a program, and there is none";
+    }
+    expectRefused(tryToRun(program), "set-user-id");
+}
+
+TEST_F(AProgramWithRights, OfAFileCapabilityIsRefused) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can give a file a capability";
+    }
+    const fs::path program = mCopies / "probe";
+    vfs_cap_data capability{};
+    capability.magic_etc = VFS_CAP_REVISION_2 | VFS_CAP_FLAGS_EFFECTIVE;
+    capability.data[0].permitted = 1U << CAP_SYS_NICE;
+    if (setxattr(program.c_str(), "security.capability", &capability, XATTR_CAPS_SZ_2, 0) != 0) {
+        GTEST_SKIP() << "files cannot be given capabilities here";
+    }
+    expectRefused(tryToRun(program), "file capabilities");
+    mInChild = {};  // root gains nothing by them, and the loader preloads
+    EXPECT_EQ(tryToRun(program).exitCode, 0);
+    EXPECT_TRUE(fs::exists(trace()));
+}
+
+TEST_F(AProgramWithRights, IsStartedOnceItHasNoneForTheSameUser) {
+    const std::string program = geteuid() == 0 ? (mCopies / "probe").string() : kProbe;
+    EXPECT_EQ(tryToRun(program).exitCode, 0);
+    EXPECT_TRUE(fs::exists(trace()));
+}
+
+// ---- a preload that the dry run promised and the run did not keep --------------
+
+class ALibraryThatDoesNotAnswer : public WithTheLauncher {};
+
+TEST_F(ALibraryThatDoesNotAnswer, EndsTheProgramInTime) {
+    const Outcome outcome =
+        launch({"--board-lib", BOARD_TEST_IMPOSTOR, "--timeout", "1", kProbe, "pause"});
+    EXPECT_EQ(outcome.signal, SIGKILL);
+    EXPECT_TRUE(isOneLine(outcome.err)) << outcome.err;
+    EXPECT_NE(outcome.err.find("did not answer within 1 s"), std::string::npos) << outcome.err;
+}
+
+TEST_F(ALibraryThatDoesNotAnswer, IsComplainedOfEvenIfTheProgramWasFaster) {
+    const Outcome outcome = launch({"--board-lib", BOARD_TEST_IMPOSTOR, kProbe, "exit", "0"});
+    EXPECT_TRUE(isOneLine(outcome.err)) << outcome.err;
+    EXPECT_NE(outcome.err.find("did not answer"), std::string::npos) << outcome.err;
+}
+
+}  // namespace
+}  // namespace cabinaudio::test
