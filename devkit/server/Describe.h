@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "wire/Settings.h"
+#include "wire/Stream.h"
+
+#include <cstdint>
+#include <string>
+
+/// Requests, replies and notifications in words, for trace lines. Requests without arguments and
+/// replies without results are empty.
+namespace cabinaudio::server {
+
+std::string describe(const wire::FunctionRequest& request);
+std::string describe(const wire::CreateRequest& request);
+std::string describe(const wire::KeyShiftRequest& request);
+
+std::string describe(const wire::StatusReply& reply);
+std::string describe(const wire::CreateReply& reply);
+std::string describe(const wire::ShareMemoryReply& reply);
+std::string describe(const wire::VersionReply& reply);
+
+std::string describe(const AudioFormatDesc& format);
+
+/// A notification to a client of this type.
+std::string describeEvent(audio_connect_type type, std::uint32_t event, std::uint32_t param);
+
+/// The status' name, or its number when it has none.
+std::string statusName(std::int32_t status);
+
+}  // namespace cabinaudio::server

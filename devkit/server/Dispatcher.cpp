@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/Dispatcher.h"
+
+#include <cabinaudio/foundation/AudioStatus.h>
+
+#include "devkit/server/Log.h"
+#include "devkit/server/Operation.h"
+#include "devkit/server/Text.h"
+#include "wire/Stream.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <vector>
+
+namespace cabinaudio::server {
+
+void Dispatcher::dispatch(Client& client, std::span<const std::uint8_t> payload) {
+    std::uint32_t function = 0;
+    std::memcpy(&function, payload.data(), sizeof function);
+    const auto operations = operationsOf(client.type());
+    const auto operation =
+        std::find_if(operations.begin(), operations.end(),
+                     [&](const Operation& candidate) { return candidate.id == function; });
+    if (operation == operations.end()) {
+        refuse(client, function);
+    } else if (payload.size() < operation->requestSize) {
+        client.fail(format("%s with a payload of %zu bytes", operation->name, payload.size()));
+    } else {
+        run(client, *operation, payload);
+    }
+}
+
+void Dispatcher::refuse(Client& client, std::uint32_t function) {
+    wire::StatusReply reply = {};
+    reply.status = AUDIO_INVALID_OPERATION;
+    log::warning("%s: unknown function %u on connection type %u", client.title().c_str(), function,
+                 static_cast<unsigned>(client.type()));
+    client.reply({reinterpret_cast<const std::uint8_t*>(&reply), sizeof reply});
+    mTrace.unknownRequest(client, function, reply.status);
+}
+
+void Dispatcher::run(Client& client, const Operation& operation,
+                     std::span<const std::uint8_t> payload) {
+    const auto begin = std::chrono::steady_clock::now();
+    std::vector<std::uint8_t> reply(operation.replySize);
+    Call call{client, mServices};
+    operation.run(call, payload, reply.data());
+    client.reply(reply);
+    const auto duration = std::chrono::steady_clock::now() - begin;
+    mTrace.request(client, operation, payload, reply,
+                   std::chrono::duration_cast<std::chrono::microseconds>(duration));
+}
+
+}  // namespace cabinaudio::server

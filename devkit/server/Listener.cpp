@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/Listener.h"
+
+#include "devkit/server/Log.h"
+#include "devkit/server/SystemError.h"
+
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+#include <utility>
+
+namespace cabinaudio::server {
+namespace {
+
+// Abstract names are counted, not terminated.
+void bindAbstract(int fd, const char* name) {
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    const std::size_t length = std::strlen(name);
+    std::memcpy(address.sun_path + 1, name, length);
+    const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + length);
+    if (bind(fd, reinterpret_cast<const sockaddr*>(&address), size) != 0) throw systemError(name);
+}
+
+bool outOfResources(int error) {
+    return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
+}
+
+}  // namespace
+
+Listener::Listener(EventLoop& loop, const char* name, Handler handler)
+    : mLoop(loop),
+      mHandler(std::move(handler)),
+      mSocket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
+    if (!mSocket) throw systemError("socket");
+    bindAbstract(mSocket.get(), name);
+    // Clients give up after a few attempts without a pause, so many may be waiting at once.
+    if (listen(mSocket.get(), SOMAXCONN) != 0) throw systemError(name);
+    watch();
+}
+
+Listener::~Listener() {
+    mLoop.remove(mSocket.get());
+}
+
+void Listener::watch() {
+    mLoop.add(mSocket.get(), EPOLLIN, [this](std::uint32_t) { acceptOne(); });
+}
+
+void Listener::acceptOne() {
+    UniqueFd connection(accept4(mSocket.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (connection) {
+        mHandler(std::move(connection));
+    } else if (outOfResources(errno)) {
+        // The connection stays in the backlog, so watching on would mean spinning.
+        log::warning("accept: %s; new clients wait until another one leaves", strerror(errno));
+        mLoop.remove(mSocket.get());
+        mPaused = true;
+    }
+}
+
+void Listener::resume() {
+    if (std::exchange(mPaused, false)) watch();
+}
+
+}  // namespace cabinaudio::server

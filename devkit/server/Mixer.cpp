@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/Mixer.h"
+
+#include "devkit/server/Period.h"
+
+#include <algorithm>
+
+namespace cabinaudio::server {
+namespace {
+
+// After a longer pause of the whole machine the lost time is not made up for.
+constexpr std::uint64_t MAXIMUM_CATCH_UP = 8;
+
+bool anyActive(const StreamRegistry& streams) {
+    return std::any_of(streams.streams().begin(), streams.streams().end(),
+                       [](const auto& stream) { return stream->isActive(); });
+}
+
+}  // namespace
+
+Mixer::Mixer(EventLoop& loop, StreamRegistry& streams, Output& output, const OutputFormat& format,
+             Pace pace)
+    : mLoop(loop),
+      mStreams(streams),
+      mOutput(output),
+      mFormat(format),
+      mLargest(largest(format.type)),
+      mPace(pace),
+      mClock(loop, [this](std::uint64_t deadlines) { tick(deadlines); }) {}
+
+void Mixer::update() {
+    if (mPace == Pace::Steady) {
+        updateClock();
+    } else if (!mIsPosted) {
+        mIsPosted = true;
+        mLoop.post([this] { mixRound(); });
+    }
+}
+
+void Mixer::updateClock() {
+    if (mStreams.streams().empty() && mIsRunning) {
+        mIsRunning = false;
+        mClock.stop();
+        mOutput.pause();
+    } else if (anyActive(mStreams) && !mIsRunning) {
+        mIsRunning = true;
+        mClock.every(PERIOD);
+    }
+}
+
+void Mixer::tick(std::uint64_t deadlines) {
+    mCounters.latePeriods += deadlines - 1;
+    const auto periods = mOutput.periodsDue(std::min(deadlines, MAXIMUM_CATCH_UP));
+    for (std::uint64_t i = 0; i < periods; ++i) {
+        mixPeriod();
+    }
+}
+
+void Mixer::mixPeriod() {
+    const auto frames =
+        static_cast<std::size_t>(framesOfPeriods(mFormat.rate, mCounters.periods + 1) -
+                                 framesOfPeriods(mFormat.rate, mCounters.periods));
+    addStreams(frames, true);
+    handOver(frames);
+}
+
+void Mixer::mixRound() {
+    mIsPosted = false;
+    const std::size_t frames = addStreams(framesOfPeriod(mFormat.rate), false);
+    handOver(frames);
+    if (frames > 0) update();  // after whatever else waits
+}
+
+// @return the longest that a stream has added
+std::size_t Mixer::addStreams(std::size_t frames, bool isSteady) {
+    mMix.assign(frames * mFormat.channels, 0.0F);
+    std::size_t longest = 0;
+    for (const auto& stream : mStreams.streams()) {
+        longest = std::max(longest, stream->addTo(mMix, mCounters.frames, isSteady));
+    }
+    return longest;
+}
+
+void Mixer::handOver(std::size_t frames) {
+    const auto mix = std::span<const float>(mMix).first(frames * mFormat.channels);
+    if (frames > 0) {
+        mCounters.clippedSamples +=
+            static_cast<std::uint64_t>(std::count_if(mix.begin(), mix.end(), [this](float sample) {
+                return sample > mLargest || sample < -1.0F;
+            }));
+        mOutput.write(mix);
+        ++mCounters.periods;
+        mCounters.frames += frames;
+    }
+    for (const auto& stream : mStreams.streams()) {
+        stream->played();
+    }
+}
+
+}  // namespace cabinaudio::server

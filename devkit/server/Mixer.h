@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/server/EventLoop.h"
+#include "devkit/server/Output.h"
+#include "devkit/server/StreamRegistry.h"
+#include "devkit/server/Timer.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace cabinaudio::server {
+
+/// Adds the active streams up and hands the sum to the output, a period at a time.
+///
+/// At a steady pace a period is mixed at every tick of the clock, from the first start of a stream
+/// until no stream exists. Without a pace (fast) a round is mixed whenever there is data; it is as
+/// long as the longest that a stream has, a period at most, so nothing waits and nothing is
+/// missing.
+class Mixer {
+public:
+    enum class Pace { Steady, Fast };
+
+    struct Counters {
+        std::uint64_t periods = 0;         // handed to the output
+        std::uint64_t frames = 0;          // in them
+        std::uint64_t latePeriods = 0;     // mixed after the deadline of the next one
+        std::uint64_t clippedSamples = 0;  // beyond full scale
+    };
+
+    Mixer(EventLoop& loop, StreamRegistry& streams, Output& output, const OutputFormat& format,
+          Pace pace);
+
+    /// Streams were added, removed, started, stopped or written to.
+    void update();
+
+    [[nodiscard]] const Counters& counters() const { return mCounters; }
+
+private:
+    void updateClock();
+    void tick(std::uint64_t deadlines);
+    void mixPeriod();
+    void mixRound();
+    std::size_t addStreams(std::size_t frames, bool isSteady);
+    void handOver(std::size_t frames);
+
+    EventLoop& mLoop;
+    StreamRegistry& mStreams;
+    Output& mOutput;
+    OutputFormat mFormat;
+    float mLargest;
+    Pace mPace;
+    Timer mClock;
+    bool mIsRunning = false;  // the clock
+    bool mIsPosted = false;   // a round of the fast pace
+    Counters mCounters;
+    std::vector<float> mMix;
+};
+
+}  // namespace cabinaudio::server

@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/SoundCard.h"
+
+#include <stdexcept>
+
+namespace cabinaudio::server {
+
+std::unique_ptr<SoundCard> openPulse(const OutputFormat&) {
+    throw std::runtime_error("pulse: this server was built without it");
+}
+
+}  // namespace cabinaudio::server

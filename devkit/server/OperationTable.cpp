@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/Operation.h"
+#include "devkit/server/PlaybackOperations.h"
+#include "devkit/server/VersionOperations.h"
+
+namespace cabinaudio::server {
+
+std::span<const Operation> operationsOf(audio_connect_type type) {
+    switch (type) {
+        case AUDIO_CONNECT_ALTERNATIVE:
+        case AUDIO_CONNECT_AUXILIARY:
+        case AUDIO_CONNECT_OUTPUT_INVOCATION:
+            return playbackOperations();
+        case AUDIO_CONNECT_VERSION_SETTING:
+            return versionOperations();
+        default:
+            return {};
+    }
+}
+
+}  // namespace cabinaudio::server

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/server/Log.h"
+#include "devkit/server/Output.h"
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+
+namespace cabinaudio::server {
+
+/// What the command line says.
+struct Options {
+    std::string output = "auto";  // kind[:argument], see OutputFactory.h
+    OutputFormat format;
+    bool isFast = false;
+    std::uint32_t ringPeriods = 8;
+    std::chrono::milliseconds ringDelay{0};
+    std::string stemDirectory;
+    std::string reportFile;
+    bool isTraced = false;
+    std::string instance;  // empty: as in the environment
+    int readyFd = -1;
+    log::Level logLevel = log::Level::Info;
+};
+
+/// The options, or the exit status when the program is to end at once: help and version have been
+/// printed then, or a one-line hint about what is wrong.
+std::variant<Options, int> parseOptions(int argc, const char* const* argv);
+
+}  // namespace cabinaudio::server

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/PlaybackOperations.h"
+
+#include <cabinaudio/foundation/AudioStatus.h>
+
+#include "devkit/server/PlaybackStream.h"
+#include "devkit/server/Services.h"
+#include "devkit/server/StreamRegistry.h"
+#include "wire/Stream.h"
+
+#include <array>
+
+namespace cabinaudio::server {
+namespace {
+
+PlaybackStream* streamOf(const Call& call) {
+    return call.services.streams.find(call.client);
+}
+
+std::int32_t create(Call& call, const wire::CreateRequest& request, wire::CreateReply& reply) {
+    return call.services.streams.create(call.client, request, reply);
+}
+
+std::int32_t initCheck(Call& call, const wire::FunctionRequest&, wire::StatusReply&) {
+    return streamOf(call) != nullptr ? AUDIO_NO_ERROR : AUDIO_INVALID_STATE;
+}
+
+std::int32_t start(Call& call, const wire::FunctionRequest&, wire::StatusReply&) {
+    PlaybackStream* stream = streamOf(call);
+    return stream != nullptr ? stream->start() : AUDIO_INVALID_STATE;
+}
+
+std::int32_t stop(Call& call, const wire::FunctionRequest&, wire::StatusReply&) {
+    PlaybackStream* stream = streamOf(call);
+    return stream != nullptr ? stream->stop() : AUDIO_INVALID_STATE;
+}
+
+std::int32_t writeDone(Call& call, const wire::FunctionRequest&, wire::StatusReply&) {
+    PlaybackStream* stream = streamOf(call);
+    return stream != nullptr ? stream->writeDone() : AUDIO_INVALID_STATE;
+}
+
+std::int32_t getShareMemory(Call& call, const wire::FunctionRequest&,
+                            wire::ShareMemoryReply& reply) {
+    PlaybackStream* stream = streamOf(call);
+    return stream != nullptr ? stream->getShareMemory(reply) : AUDIO_INVALID_STATE;
+}
+
+std::int32_t setKeyShift(Call& call, const wire::KeyShiftRequest& request, wire::StatusReply&) {
+    PlaybackStream* stream = streamOf(call);
+    return stream != nullptr ? stream->setKeyShift(request.key) : AUDIO_INVALID_STATE;
+}
+
+using Id = wire::StreamFunction;
+constexpr std::array OPERATIONS = {
+    operation<&start>(Id::Start, "start"),
+    operation<&stop>(Id::Stop, "stop"),
+    operation<&initCheck>(Id::InitCheck, "initCheck"),
+    operation<&writeDone>(Id::WriteDone, "writeDone"),
+    operation<&getShareMemory>(Id::GetShareMemory, "getShareMemory"),
+    operation<&create>(Id::Create, "create"),
+    operation<&setKeyShift>(Id::SetKeyShift, "setKeyShift"),
+};
+
+}  // namespace
+
+std::span<const Operation> playbackOperations() {
+    return OPERATIONS;
+}
+
+}  // namespace cabinaudio::server

@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/foundation/AudioTypes.h>
+
+#include "devkit/server/ChannelMatrix.h"
+#include "devkit/server/Client.h"
+#include "devkit/server/RateConverter.h"
+#include "devkit/server/StreamFormat.h"
+#include "devkit/server/StreamRecord.h"
+#include "devkit/server/StreamRing.h"
+#include "devkit/server/Timer.h"
+#include "devkit/server/WavFile.h"
+#include "wire/Stream.h"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace cabinaudio::server {
+
+/// A stream that a client plays: its ring, its state, and the way of its samples to the mix.
+///
+///     IDLE --start--> ACTIVE --stop--> IDLE
+///     ACTIVE --writeDone, then the last sample has been played--> ACTIVE, client told "finished"
+///
+/// The requests return the status that the client gets. Nothing is read from the ring in IDLE: the
+/// client may clear it then, and what it leaves there is played after the next start.
+class PlaybackStream {
+public:
+    struct Parts {
+        std::shared_ptr<StreamRecord> record;
+        std::unique_ptr<StreamRing> ring;
+        std::unique_ptr<WavFile> stem;  // or null
+        std::uint32_t outputRate;
+        unsigned outputChannels;
+        /// Called when the stream may have something new to be played, or nothing any more.
+        std::function<void()> onChange;
+    };
+
+    PlaybackStream(Client& client, Parts parts);
+    PlaybackStream(const PlaybackStream&) = delete;
+    PlaybackStream& operator=(const PlaybackStream&) = delete;
+
+    // Requests -------------------------------------------------------------------
+    std::int32_t start();
+    std::int32_t stop();
+    std::int32_t writeDone();
+    std::int32_t setKeyShift(float key);
+    /// Tells where a physical ring lies; refused before it was announced.
+    std::int32_t getShareMemory(wire::ShareMemoryReply& reply) const;
+
+    /// Tells the client after `delay`, and after the reply to the present request, that its
+    /// physical ring is there.
+    void announceRing(EventLoop& loop, std::chrono::milliseconds delay);
+    /// Tells the client that the stream is gone.
+    void sayRemoved();
+
+    // Mixing ---------------------------------------------------------------------
+    /// Adds the next frames to `mix`, at most as many as fit. At a steady pace a stream that has
+    /// run dry comes back with a whole period, or with less when nothing more came for a period.
+    /// @param mix          whole frames of the output
+    /// @param outputFrame  position of the mix in the output
+    /// @param isSteady     whether the output goes on when the stream does not
+    /// @return frames added
+    std::size_t addTo(std::span<float> mix, std::uint64_t outputFrame, bool isSteady);
+    /// What was added last has been played: tells the client if that was the end.
+    void played();
+
+    // For everybody who looks -------------------------------------------------------
+    [[nodiscard]] Client& client() const { return mClient; }
+    [[nodiscard]] const StreamRecord& record() const { return *mRecord; }
+    [[nodiscard]] const StreamRing& ring() const { return *mRing; }
+    [[nodiscard]] bool isActive() const { return mState == ACTIVE; }
+    [[nodiscard]] bool isWriteDone() const { return mIsWriteDone; }
+    [[nodiscard]] float keyShift() const { return mKeyShift; }
+
+private:
+    enum class Flow { Dry, Filling, Flowing };
+
+    bool isReady(std::size_t wantedFrames);
+    std::size_t addDue(std::span<float> mix, std::size_t wanted, std::uint64_t outputFrame);
+    std::size_t pull(std::size_t frames);
+    std::size_t pullDirectly(std::size_t frames);
+    std::size_t pullConverted(std::size_t frames);
+    void take(const StreamRing::View& view, std::size_t frames);
+    void account(std::uint64_t outputFrame, std::uint64_t streamFrame, std::size_t frames);
+    void beginSound();
+
+    // Set at construction.
+    Client& mClient;
+    std::shared_ptr<StreamRecord> mRecord;
+    std::unique_ptr<StreamRing> mRing;
+    std::unique_ptr<WavFile> mStem;
+    std::uint32_t mOutputRate;
+    unsigned mOutputChannels;
+    ChannelMatrix mMatrix;
+    std::function<void()> mOnChange;
+    std::unique_ptr<Timer> mRingTimer;
+
+    std::optional<RateConverter> mConverter;  // where the rates differ
+    AudioStreamState mState = IDLE;
+    bool mIsRingAnnounced = false;
+    bool mIsWriteDone = false;
+    bool mIsEnded = false;     // the last sample has been added to the mix
+    bool mIsFinished = false;  // and the client has been told
+    Flow mFlow = Flow::Dry;
+    bool mHasSounded = false;            // since start
+    bool mIsContinued = false;           // nothing was lost since the last run of frames
+    std::uint64_t mSoundStart = 0;       // frame of the stream that was the first after start
+    std::uint64_t mConvertedFrames = 0;  // output frames since then
+    float mKeyShift = 1.0F;
+    std::vector<float> mInput;   // one piece of the ring, decoded
+    std::vector<float> mPulled;  // in the output's rate and the stream's channels
+};
+
+}  // namespace cabinaudio::server

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <samplerate.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace cabinaudio::server {
+
+/// Converts the frames of one stream to the output's rate, piece by piece.
+class RateConverter {
+public:
+    struct Progress {
+        std::size_t taken;    // input frames
+        std::size_t written;  // output frames
+    };
+
+    /// @throws std::runtime_error when libsamplerate refuses
+    RateConverter(unsigned channels, std::uint32_t inputRate, std::uint32_t outputRate);
+    ~RateConverter();
+    RateConverter(const RateConverter&) = delete;
+    RateConverter& operator=(const RateConverter&) = delete;
+
+    /// Takes and writes as much as it can of both.
+    Progress convert(const float* in, std::size_t inFrames, float* out, std::size_t outFrames);
+    /// After the last input: writes what the filter still holds; 0 when nothing is left.
+    std::size_t flush(float* out, std::size_t outFrames);
+    /// Forgets everything: the next frame is the first of a new sound.
+    void reset();
+
+private:
+    Progress process(const float* in, std::size_t inFrames, float* out, std::size_t outFrames,
+                     bool isEnd);
+
+    SRC_STATE* mState;
+    double mRatio;
+};
+
+}  // namespace cabinaudio::server

@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/Report.h"
+
+#include <cabinaudio/foundation/AudioTypes.h>
+
+#include "devkit/server/ConnectType.h"
+#include "devkit/server/Text.h"
+#include "devkit/server/Version.h"
+
+#include <nlohmann/json.hpp>
+
+#include <fstream>
+#include <stdexcept>
+
+namespace cabinaudio::server {
+namespace {
+
+using nlohmann::json;
+
+const char* nameOf(SampleType type) {
+    switch (type) {
+        case SampleType::S16:
+            return "s16";
+        case SampleType::S24:
+            return "s24";
+        case SampleType::S32:
+            return "s32";
+        case SampleType::Float:
+            break;
+    }
+    return "float";
+}
+
+json describeOutput(const Reported& reported) {
+    const Mixer::Counters& counters = reported.mixer.counters();
+    return {{"name", reported.output.name()},
+            {"rate_hz", reported.format.rate},
+            {"channels", reported.format.channels},
+            {"format", nameOf(reported.format.type)},
+            {"frames", counters.frames},
+            {"periods", counters.periods},
+            {"late_periods", counters.latePeriods},
+            {"clipped_samples", counters.clippedSamples},
+            {"errors", reported.output.errors()}};
+}
+
+json describeRecord(const StreamRecord& record) {
+    return {{"name", record.name},
+            {"tag", AudioTypes::getTag(static_cast<AudioTagType>(record.tag))},
+            {"tag_number", record.tag},
+            {"process", record.pid},
+            {"rate_hz", record.format.rate},
+            {"channels", record.format.channels},
+            {"bits", record.format.bytesPerSample * 8},
+            {"frames", record.frames},
+            {"underruns", record.underruns},
+            {"finishes", record.finishes}};
+}
+
+json describeStream(const PlaybackStream& stream) {
+    json result = describeRecord(stream.record());
+    result["state"] = stream.isActive() ? "active" : "idle";
+    result["write_done"] = stream.isWriteDone();
+    result["key_shift"] = stream.keyShift();
+    result["ring_bytes"] = stream.ring().size();
+    result["queued_frames"] = stream.ring().usedFrames();
+    result["queued_ms"] = stream.ring().usedFrames() * 1000 / stream.record().format.rate;
+    if (stream.ring().isPhysical()) result["ring_address"] = stream.ring().address();
+    return result;
+}
+
+json describeSegments(const StreamRecord& record) {
+    json result = json::array();
+    for (const Segment& segment : record.segments) {
+        result.push_back({{"output_frame", segment.outputFrame},
+                          {"stream_frame", segment.streamFrame},
+                          {"frames", segment.outputFrames}});
+    }
+    return result;
+}
+
+}  // namespace
+
+json stateOf(const Reported& reported, const std::vector<std::unique_ptr<Client>>& clients) {
+    json result;
+    result["version"] = format("%d.%d.%d", SERVER_VERSION[0], SERVER_VERSION[1], SERVER_VERSION[2]);
+    result["output"] = describeOutput(reported);
+    result["clients"] = json::array();
+    for (const auto& client : clients) {
+        result["clients"].push_back({{"handle", client->handle()},
+                                     {"type", static_cast<std::uint32_t>(client->type())},
+                                     {"type_name", connectTypeName(client->type())},
+                                     {"name", client->name()}});
+    }
+    result["streams"] = json::array();
+    for (const auto& stream : reported.streams.streams()) {
+        result["streams"].push_back(describeStream(*stream));
+    }
+    return result;
+}
+
+json reportOf(const Reported& reported) {
+    json result;
+    result["output"] = describeOutput(reported);
+    result["streams"] = json::array();
+    for (const auto& record : reported.streams.records()) {
+        json stream = describeRecord(*record);
+        if (!record->stem.empty()) stream["stem"] = record->stem;
+        stream["segments"] = describeSegments(*record);
+        result["streams"].push_back(std::move(stream));
+    }
+    return result;
+}
+
+void writeFile(const std::string& path, const json& json) {
+    std::ofstream file(path);
+    file << json.dump(2, ' ', false, json::error_handler_t::replace) << '\n';
+    file.close();
+    if (!file) throw std::runtime_error(path + " cannot be written");
+}
+
+std::string textOf(const json& json) {
+    return json.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+}  // namespace cabinaudio::server

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/server/Client.h"
+#include "devkit/server/Mixer.h"
+#include "devkit/server/Output.h"
+#include "devkit/server/StreamRegistry.h"
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace cabinaudio::server {
+
+/// What the two texts below are made of.
+struct Reported {
+    const StreamRegistry& streams;
+    const Mixer& mixer;
+    const Output& output;
+    const OutputFormat& format;
+};
+
+/// The server as it is now: output, clients, streams.
+nlohmann::json stateOf(const Reported& reported,
+                       const std::vector<std::unique_ptr<Client>>& clients);
+
+/// What has been played since the start, with the place in the output of every run of frames.
+nlohmann::json reportOf(const Reported& reported);
+
+/// @throws std::runtime_error when the file cannot be written
+void writeFile(const std::string& path, const nlohmann::json& json);
+
+/// On one line; names that are not UTF-8 are made so.
+std::string textOf(const nlohmann::json& json);
+
+}  // namespace cabinaudio::server

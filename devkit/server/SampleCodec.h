@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace cabinaudio::server {
+
+/// Samples of the output, little-endian; s24 is packed into 3 bytes.
+enum class SampleType { S16, S24, S32, Float };
+
+/// Bytes of a sample.
+std::size_t sizeOf(SampleType type);
+
+/// The largest value below full scale 1.0 that the type can hold; the smallest is -1.0. Float has
+/// no limit of its own and counts as 1.0.
+float largest(SampleType type);
+
+/// Client samples to floats between -1 and 1. 8 (unsigned) to 24 bits come through exactly.
+/// @param bytesPerSample  1 to 4
+/// @param in              aligned for the sample, unless it has 3 bytes
+void decodeSamples(unsigned bytesPerSample, const std::uint8_t* in, std::span<float> out);
+
+/// Floats to output samples; what is beyond full scale is clipped, but not in floats. The inverse
+/// of decodeSamples() where both have the same width.
+void encodeSamples(SampleType type, std::span<const float> in, std::vector<std::uint8_t>& out);
+
+}  // namespace cabinaudio::server

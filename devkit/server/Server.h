@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/server/Client.h"
+#include "devkit/server/Commands.h"
+#include "devkit/server/ControlSocket.h"
+#include "devkit/server/Dispatcher.h"
+#include "devkit/server/EndSignals.h"
+#include "devkit/server/EventLoop.h"
+#include "devkit/server/Listener.h"
+#include "devkit/server/Mixer.h"
+#include "devkit/server/Options.h"
+#include "devkit/server/Output.h"
+#include "devkit/server/Report.h"
+#include "devkit/server/StreamRegistry.h"
+#include "devkit/server/Trace.h"
+#include "devkit/server/Waker.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace cabinaudio::server {
+
+/// The whole server, put together. Everything happens on the thread that calls run(), but for the
+/// threads that wake it: a sound card's, and those of the rings when there is no clock.
+class Server : private ClientOwner {
+public:
+    /// Clients can connect when it returns, and are served once run() is called.
+    /// @throws std::system_error, EADDRINUSE when there is a server of this instance already
+    /// @throws std::runtime_error when the output does not work
+    explicit Server(const Options& options);
+    ~Server();
+
+    /// Serves until SIGTERM or SIGINT, then ends the streams and completes all files.
+    /// @throws std::runtime_error when the report cannot be written
+    void run();
+
+private:
+    // ClientOwner
+    std::uint32_t registerClient(Client& client) override;
+    void request(Client& client, std::span<const std::uint8_t> payload) override;
+    void notified(const Client& client, std::uint32_t event, std::uint32_t param) override;
+    void disconnected(Client& client) override;
+
+    void addClient(UniqueFd socket);
+    void addCommands();
+    std::string removeStream(const std::string& name);
+    void erase(const Client& client);
+    void sayReady() const;
+    [[nodiscard]] Reported reported() const {
+        return {mStreams, mMixer, *mOutput, mOptions.format};
+    }
+
+    // In the order in which they need each other.
+    Options mOptions;
+    EventLoop mLoop;
+    EndSignals mEndSignals;  // before there is any other thread
+    Trace mTrace;
+    std::vector<std::unique_ptr<Client>> mClients;
+    Listener mListener;
+    Commands mCommands;
+    ControlSocket mControl;
+    std::unique_ptr<Output> mOutput;
+    std::optional<Waker> mWaker;  // when there is no clock
+    StreamRegistry mStreams;
+    Mixer mMixer;
+    Dispatcher mDispatcher;
+    std::uint32_t mLastHandle = 0;
+};
+
+}  // namespace cabinaudio::server

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cerrno>
+#include <string>
+#include <system_error>
+
+namespace cabinaudio::server {
+
+/// The exception for a system call that has just failed.
+inline std::system_error systemError(const std::string& what) {
+    return std::system_error(errno, std::generic_category(), what);
+}
+
+}  // namespace cabinaudio::server

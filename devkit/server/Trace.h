@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/server/Client.h"
+#include "devkit/server/Operation.h"
+
+#include <chrono>
+#include <cstdint>
+#include <span>
+
+namespace cabinaudio::server {
+
+/// Shows on stdout, one line each, what clients ask and what they are told. Does nothing unless
+/// enabled.
+class Trace {
+public:
+    explicit Trace(bool isEnabled);
+
+    void registration(const Client& client, std::uint32_t handle) const;
+    void request(const Client& client, const Operation& operation,
+                 std::span<const std::uint8_t> payload, std::span<const std::uint8_t> reply,
+                 std::chrono::microseconds duration) const;
+    void unknownRequest(const Client& client, std::uint32_t function, std::int32_t status) const;
+    void notification(const Client& client, std::uint32_t event, std::uint32_t param) const;
+    void disconnection(const Client& client) const;
+
+private:
+    void print(const Client& client, const std::string& text) const;
+    void print(std::uint32_t handle, const Client& client, const std::string& text) const;
+
+    bool mIsEnabled;
+    std::chrono::steady_clock::time_point mStart;
+};
+
+}  // namespace cabinaudio::server

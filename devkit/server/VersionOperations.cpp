@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/VersionOperations.h"
+
+#include <cabinaudio/foundation/AudioStatus.h>
+
+#include "devkit/server/Version.h"
+#include "wire/Settings.h"
+#include "wire/Stream.h"
+
+#include <algorithm>
+#include <array>
+
+namespace cabinaudio::server {
+namespace {
+
+std::int32_t getServerVersions(Call&, const wire::FunctionRequest&, wire::VersionReply& reply) {
+    std::copy(SERVER_VERSION.begin(), SERVER_VERSION.end(), reply.first);
+    return AUDIO_NO_ERROR;
+}
+
+constexpr std::array OPERATIONS = {
+    operation<&getServerVersions>(wire::VersionFunction::GetServerVersions, "getServerVersions"),
+};
+
+}  // namespace
+
+std::span<const Operation> versionOperations() {
+    return OPERATIONS;
+}
+
+}  // namespace cabinaudio::server

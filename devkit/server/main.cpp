@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/board/Board.h"
+#include "devkit/server/ExitStatus.h"
+#include "devkit/server/LibraryLog.h"
+#include "devkit/server/Log.h"
+#include "devkit/server/MemoryFault.h"
+#include "devkit/server/Options.h"
+#include "devkit/server/Server.h"
+
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <string>
+#include <system_error>
+#include <variant>
+
+namespace cabinaudio::server {
+namespace {
+
+std::string instanceText() {
+    const std::string instance = cabinaudio_board_instance();
+    return instance.empty() ? "" : " of instance \"" + instance + "\"";
+}
+
+// Every client takes a descriptor.
+void raiseDescriptorLimit() {
+    struct rlimit limit = {};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+    limit.rlim_cur = std::max<rlim_t>(limit.rlim_cur, std::min<rlim_t>(limit.rlim_max, 65536));
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+int serve(const Options& options) {
+    try {
+        Server server(options);
+        server.run();
+        return EXIT_DONE;
+    } catch (const std::system_error& error) {
+        if (error.code().value() == EADDRINUSE) {
+            log::error("there is a server%s already", instanceText().c_str());
+        } else {
+            log::error("%s", error.what());
+        }
+    } catch (const std::exception& error) {
+        log::error("%s", error.what());
+    }
+    return EXIT_FAILED;
+}
+
+int run(int argc, const char* const* argv) {
+    const auto parsed = parseOptions(argc, argv);
+    if (const int* status = std::get_if<int>(&parsed)) return *status;
+    const auto& options = std::get<Options>(parsed);
+    log::setLevel(options.logLevel);
+    // Every name on this machine depends on the instance.
+    if (!options.instance.empty()) {
+        setenv(board::kInstanceVariable, options.instance.c_str(), 1);
+    } else if (cabinaudio_board_instance() == nullptr) {
+        log::error("%s=%s is not an instance name", board::kInstanceVariable,
+                   getenv(board::kInstanceVariable));
+        return EXIT_USAGE;
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+    raiseDescriptorLimit();
+    captureLibraryLog();
+    memory_fault::install();
+    return serve(options);
+}
+
+}  // namespace
+}  // namespace cabinaudio::server
+
+int main(int argc, char** argv) {
+    return cabinaudio::server::run(argc, argv);
+}

@@ -1,0 +1,387 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Parts of the server without the server.
+#include "devkit/server/CardOutput.h"
+#include "devkit/server/ChannelMatrix.h"
+#include "devkit/server/Commands.h"
+#include "devkit/server/ConnectType.h"
+#include "devkit/server/EventLoop.h"
+#include "devkit/server/OutputFactory.h"
+#include "devkit/server/Period.h"
+#include "devkit/server/PhysicalMemory.h"
+#include "devkit/server/SampleCodec.h"
+#include "devkit/server/StreamFormat.h"
+#include "devkit/server/StreamRecord.h"
+#include "devkit/server/StreamRing.h"
+#include "devkit/server/Text.h"
+#include "devkit/server/Timer.h"
+#include "devkit/server/Waker.h"
+#include "tests/support/ProcessState.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/epoll.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+namespace cabinaudio::server {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::FloatNear;
+
+TEST(APeriod, IsSixteenMillisecondsInWholeFrames) {
+    EXPECT_EQ(framesOfPeriod(48000), 768U);
+    EXPECT_EQ(framesOfPeriod(44100), 706U);
+    EXPECT_EQ(framesOfPeriod(8000), 128U);
+    EXPECT_EQ(framesOfPeriod(192000), 3072U);
+}
+
+TEST(PeriodsOnEnd, HoldEveryFrameOfTheirTime) {
+    EXPECT_EQ(framesOfPeriods(44100, 0), 0U);
+    EXPECT_EQ(framesOfPeriods(44100, 1), 705U);
+    EXPECT_EQ(framesOfPeriods(44100, 1000), 705600U);
+    // A hundred years without a wrap-around.
+    EXPECT_EQ(framesOfPeriods(192000, 197109000000), 605518848000000U);
+}
+
+std::vector<float> decoded(unsigned bytesPerSample, const std::vector<std::uint8_t>& bytes) {
+    std::vector<float> samples(bytes.size() / bytesPerSample);
+    decodeSamples(bytesPerSample, bytes.data(), samples);
+    return samples;
+}
+
+TEST(Samples, OfEveryWidthAreDecodedToFullScaleOne) {
+    EXPECT_THAT(decoded(1, {0, 128, 255}), ElementsAre(-1.0F, 0.0F, 127.0F / 128));
+    EXPECT_THAT(decoded(2, {0, 0x80, 0, 0, 0xff, 0x7f}),
+                ElementsAre(-1.0F, 0.0F, 32767.0F / 32768));
+    EXPECT_THAT(decoded(3, {0, 0, 0x80, 1, 0, 0, 0xff, 0xff, 0x7f}),
+                ElementsAre(-1.0F, 1.0F / 8388608, 8388607.0F / 8388608));
+    EXPECT_THAT(decoded(4, {0, 0, 0, 0x80, 0, 0, 0, 0x40}), ElementsAre(-1.0F, 0.5F));
+}
+
+TEST(Samples, OfSixteenAndTwentyFourBitsComeBackAsTheyWere) {
+    std::vector<std::uint8_t> all16;
+    for (unsigned value = 0; value < 65536; ++value) {
+        all16.push_back(static_cast<std::uint8_t>(value));
+        all16.push_back(static_cast<std::uint8_t>(value >> 8));
+    }
+    std::vector<std::uint8_t> encoded;
+    encodeSamples(SampleType::S16, decoded(2, all16), encoded);
+    EXPECT_EQ(encoded, all16);
+
+    std::vector<std::uint8_t> some24;
+    for (unsigned value = 0; value < 1U << 24; value += 97) {
+        for (const unsigned shift : {0U, 8U, 16U}) {
+            some24.push_back(static_cast<std::uint8_t>(value >> shift));
+        }
+    }
+    encodeSamples(SampleType::S24, decoded(3, some24), encoded);
+    EXPECT_EQ(encoded, some24);
+}
+
+TEST(Samples, BeyondFullScaleAreClipped) {
+    std::vector<std::uint8_t> bytes;
+    encodeSamples(SampleType::S16, std::array{1.5F, -1.5F, 1.0F, -1.0F}, bytes);
+    EXPECT_THAT(bytes, ElementsAre(0xff, 0x7f, 0, 0x80, 0xff, 0x7f, 0, 0x80));
+    encodeSamples(SampleType::S24, std::array{1.5F, -1.5F}, bytes);
+    EXPECT_THAT(bytes, ElementsAre(0xff, 0xff, 0x7f, 0, 0, 0x80));
+    encodeSamples(SampleType::S32, std::array{1.5F, -1.5F}, bytes);
+    EXPECT_THAT(bytes, ElementsAre(0xff, 0xff, 0xff, 0x7f, 0, 0, 0, 0x80));
+    encodeSamples(SampleType::Float, std::array{1.5F}, bytes);
+    EXPECT_THAT(bytes, ElementsAre(0, 0, 0xc0, 0x3f)) << "floats have room above";
+}
+
+std::vector<float> mixed(std::size_t inputs, std::size_t outputs, std::vector<float> frame) {
+    std::vector<float> out(outputs, 0.0F);
+    ChannelMatrix(inputs, outputs).add(frame.data(), 1, out.data());
+    return out;
+}
+
+TEST(AChannelMatrix, LeavesEqualChannelsAsTheyAre) {
+    EXPECT_THAT(mixed(2, 2, {0.25F, -0.5F}), ElementsAre(0.25F, -0.5F));
+    EXPECT_THAT(mixed(1, 1, {0.3F}), ElementsAre(0.3F));
+}
+
+TEST(AChannelMatrix, PlaysMonoInFrontOnly) {
+    EXPECT_THAT(mixed(1, 2, {0.5F}), ElementsAre(0.5F, 0.5F));
+    EXPECT_THAT(mixed(1, 4, {0.5F}), ElementsAre(0.5F, 0.5F, 0.0F, 0.0F));
+}
+
+TEST(AChannelMatrix, AveragesStereoToMono) {
+    EXPECT_THAT(mixed(2, 1, {0.5F, 0.25F}), ElementsAre(0.375F));
+}
+
+TEST(AChannelMatrix, FoldsSurroundIntoTheSameSide) {
+    const auto left = mixed(4, 2, {0.0F, 0.0F, 1.0F, 0.0F});
+    EXPECT_THAT(left, ElementsAre(FloatNear(0.4142F, 0.001F), 0.0F));
+    EXPECT_THAT(mixed(6, 2, {0, 0, 0, 0, 1.0F, 0}),
+                ElementsAre(FloatNear(0.2265F, 0.001F), FloatNear(0.2265F, 0.001F)));
+}
+
+TEST(AChannelMatrix, NeverMakesFullScaleLouder) {
+    for (std::size_t inputs = 1; inputs <= 6; ++inputs) {
+        for (std::size_t outputs = 1; outputs <= 8; ++outputs) {
+            for (const float sample : mixed(inputs, outputs, std::vector<float>(inputs, 1.0F))) {
+                EXPECT_LE(sample, 1.0001F) << inputs << " to " << outputs;
+            }
+        }
+    }
+}
+
+TEST(AChannelMatrix, AddsToWhatIsThere) {
+    std::vector<float> out = {0.5F, 0.5F};
+    ChannelMatrix(2, 2).add(std::array{0.25F, -0.25F}.data(), 1, out.data());
+    EXPECT_THAT(out, ElementsAre(0.75F, 0.25F));
+}
+
+TEST(ThePhysicalMemory, GivesOutPagesThatDoNotOverlap) {
+    PhysicalMemory memory;
+    const auto first = memory.allocate(1);
+    const auto second = memory.allocate(5000);
+    const auto third = memory.allocate(4096);
+    ASSERT_TRUE(first && second && third);
+    EXPECT_EQ(first->address() % 4096, 0U);
+    EXPECT_EQ(second->address() - first->address(), 4096U);
+    EXPECT_EQ(third->address() - second->address(), 8192U);
+}
+
+TEST(ThePhysicalMemory, UsesWhatWasGivenBack) {
+    PhysicalMemory memory;
+    const auto first = memory.allocate(4096);
+    auto second = memory.allocate(8192);
+    const auto third = memory.allocate(4096);
+    const std::uint32_t hole = second->address();
+    second.reset();
+    const auto tooLarge = memory.allocate(8193);
+    ASSERT_TRUE(tooLarge);
+    EXPECT_GT(tooLarge->address(), third->address());
+    const auto fitting = memory.allocate(8192);
+    ASSERT_TRUE(fitting);
+    EXPECT_EQ(fitting->address(), hole);
+    PhysicalMemory::remove();
+}
+
+TEST(ThePhysicalMemory, EndsBelowTheBoardsFile) {
+    PhysicalMemory memory;
+    EXPECT_FALSE(memory.allocate(0x3f000001));
+    EXPECT_FALSE(memory.allocate(0xffffffff));
+    const auto all = memory.allocate(0x3f000000);
+    ASSERT_TRUE(all);
+    EXPECT_FALSE(memory.allocate(1));
+}
+
+TEST(ThePhysicalMemory, IsZeroForItsNextOwner) {
+    PhysicalMemory memory;
+    auto range = memory.allocate(4096);
+    ASSERT_TRUE(range);
+    const auto address = static_cast<off_t>(range->address());
+    const int device = open("/dev/mem", O_RDWR | O_CLOEXEC);
+    ASSERT_GE(device, 0);
+    ASSERT_EQ(pwrite(device, "x", 1, address), 1);
+    range.reset();
+    char byte = 'y';
+    ASSERT_EQ(pread(device, &byte, 1, address), 1);
+    EXPECT_EQ(byte, 0);
+    close(device);
+    PhysicalMemory::remove();
+}
+
+TEST(AStreamRing, HasTheLibrarysObjectName) {
+    PhysicalMemory memory;
+    const StreamRing::Place physical = memory.allocate(4096);
+    EXPECT_EQ(StreamRing::objectName("trk", {}), "trk");
+    EXPECT_EQ(StreamRing::objectName("//trk", {}), "trk");
+    EXPECT_EQ(StreamRing::objectName("/", {}), "");
+    EXPECT_EQ(StreamRing::objectName("trk", physical), "trk_0x40000000");
+    EXPECT_EQ(StreamRing::objectName(std::string(63, 'x'), physical), std::string(63, 'x'));
+}
+
+TEST(AStreamRecord, JoinsRunsThatTouch) {
+    StreamRecord record;
+    record.addRun(100, 0, 10, false);
+    record.addRun(110, 10, 5, true);
+    record.addRun(115, 15, 0, true);   // nothing
+    record.addRun(120, 15, 5, true);   // a gap in the output
+    record.addRun(125, 50, 5, false);  // a gap in the stream
+    ASSERT_EQ(record.segments.size(), 3U);
+    EXPECT_EQ(record.segments[0].outputFrame, 100U);
+    EXPECT_EQ(record.segments[0].outputFrames, 15U);
+    EXPECT_EQ(record.segments[1].streamFrame, 15U);
+    EXPECT_EQ(record.segments[2].streamFrame, 50U);
+}
+
+TEST(Commands, TakeTheRestOfTheLineAsTheirArgument) {
+    Commands commands;
+    commands.add("say", [](const std::string& text) { return "<" + text + ">"; });
+    commands.add("say it", [](const std::string&) { return std::string("never"); });
+    EXPECT_EQ(commands.run("say a b  c "), "<a b  c >");
+    EXPECT_EQ(commands.run("say"), "<>");
+    EXPECT_EQ(commands.run("say it"), "<it>") << "the first that fits";
+    EXPECT_EQ(commands.run("saying"), "error: no such command: saying");
+}
+
+TEST(AClientsName, IsShownWithoutControlCharacters) {
+    EXPECT_EQ(printable("a\n\"b\"\x7f"), "a??b??");
+    EXPECT_EQ(fileName("../a b"), "_.._a_b");
+    EXPECT_EQ(fileName(""), "_");
+    EXPECT_EQ(fileName(std::string(100, 'x')).size(), 64U);
+}
+
+TEST(ConnectTypes, HaveNames) {
+    EXPECT_EQ(connectTypeName(AUDIO_CONNECT_MAIN), "main");
+    EXPECT_EQ(connectTypeName(AUDIO_CONNECT_RECORD_CONTROL), "record control");
+    EXPECT_EQ(connectTypeName(static_cast<audio_connect_type>(200)), "type 200");
+    EXPECT_TRUE(isKnown(AUDIO_CONNECT_UPLINK));
+    EXPECT_FALSE(isKnown(AUDIO_CONNECT_UNKNOWN));
+}
+
+TEST(OutputTexts, AreChecked) {
+    for (const char* right : {"auto", "null", "pulse", "alsa", "alsa:hw:0,0", "wav:x:y.wav"}) {
+        EXPECT_EQ(checkOutput(right), "") << right;
+    }
+    for (const char* wrong : {"", "wav", "wav:", "null:", "auto:x", "pulse:x", "oss", "alsa2"}) {
+        EXPECT_NE(checkOutput(wrong), "") << wrong;
+    }
+    EXPECT_TRUE(runsWithoutClock("null"));
+    EXPECT_TRUE(runsWithoutClock("wav:x"));
+    EXPECT_FALSE(runsWithoutClock("auto"));
+    EXPECT_FALSE(runsWithoutClock("alsa"));
+}
+
+TEST(ATimer, TicksWithoutDrift) {
+    EventLoop loop;
+    using Clock = std::chrono::steady_clock;
+    const auto begin = Clock::now();
+    std::uint64_t ticks = 0;
+    Timer timer(loop, [&](std::uint64_t deadlines) {
+        ticks += deadlines;
+        if (ticks >= 10) loop.stop();
+    });
+    timer.every(std::chrono::milliseconds(4));
+    loop.run();
+    // The tenth deadline has passed, the one behind the counted ones has not, when it was counted.
+    EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(40));
+}
+
+TEST(ATimer, RunsOnceWhenAsked) {
+    EventLoop loop;
+    int runs = 0;
+    Timer once(loop, [&](std::uint64_t) { ++runs; });
+    once.once(std::chrono::milliseconds(0));
+    Timer end(loop, [&](std::uint64_t) { loop.stop(); });
+    end.once(std::chrono::milliseconds(20));
+    loop.run();
+    EXPECT_EQ(runs, 1);
+}
+
+TEST(AnEventLoop, DropsEventsOfWhatAHandlerHasRemoved) {
+    EventLoop loop;
+    std::array<int, 2> one = {};
+    std::array<int, 2> two = {};
+    ASSERT_EQ(pipe2(one.data(), O_CLOEXEC), 0);
+    ASSERT_EQ(pipe2(two.data(), O_CLOEXEC), 0);
+    ASSERT_EQ(write(one[1], "x", 1), 1);
+    ASSERT_EQ(write(two[1], "x", 1), 1);
+    int handled = 0;
+    const auto handler = [&](std::uint32_t) {
+        ++handled;
+        loop.remove(one[0]);
+        loop.remove(two[0]);
+        loop.post([&] { loop.stop(); });
+    };
+    loop.add(one[0], EPOLLIN, handler);
+    loop.add(two[0], EPOLLIN, handler);
+    loop.run();
+    EXPECT_EQ(handled, 1);
+    for (const int fd : {one[0], one[1], two[0], two[1]}) {
+        close(fd);
+    }
+}
+
+TEST(AWaker, BringsAnotherThreadsNewsToTheLoop) {
+    EventLoop loop;
+    std::thread::id handledBy;
+    Waker waker(loop, [&] {
+        handledBy = std::this_thread::get_id();
+        loop.stop();
+    });
+    std::thread other([&] { waker.notify(); });
+    loop.run();
+    other.join();
+    EXPECT_EQ(handledBy, std::this_thread::get_id());
+}
+
+/// A sound card that takes a period when the test allows it.
+class ControlledCard : public SoundCard {
+public:
+    struct Log {
+        std::mutex lock;
+        std::condition_variable changed;
+        int allowed = 0;
+        std::vector<std::size_t> written;
+        int drains = 0;
+    };
+    explicit ControlledCard(Log& log) : mLog(log) {}
+
+    std::string write(std::span<const std::uint8_t> frames) override {
+        std::unique_lock lock(mLog.lock);
+        mLog.changed.wait(lock, [this] { return mLog.allowed > 0; });
+        --mLog.allowed;
+        mLog.written.push_back(frames.size());
+        mLog.changed.notify_all();
+        return mLog.written.size() == 2 ? "second write" : "";
+    }
+    void drain() override {
+        const std::lock_guard lock(mLog.lock);
+        ++mLog.drains;
+    }
+    [[nodiscard]] std::string name() const override { return "controlled"; }
+
+private:
+    Log& mLog;
+};
+
+TEST(ACardOutput, QueuesWhileTheCardIsBusyAndPlaysAllOfIt) {
+    ControlledCard::Log log;
+    const std::vector<float> period(2 * 768);
+    {
+        CardOutput output(std::make_unique<ControlledCard>(log), OutputFormat());
+        for (int i = 0; i < 4; ++i) {
+            output.write(period);
+        }
+        EXPECT_EQ(output.periodsDue(1), 0U) << "four periods wait";
+        const auto allow = [&](int periods) {
+            const std::lock_guard lock(log.lock);
+            log.allowed += periods;
+            log.changed.notify_all();
+        };
+        allow(2);
+        EXPECT_TRUE(test::eventually([&] { return output.periodsDue(1) == 1; }));
+        EXPECT_TRUE(test::eventually([&] { return output.errors() == 1; }));
+        allow(2);
+    }
+    EXPECT_EQ(log.written, std::vector<std::size_t>(4, 768 * 4));
+    EXPECT_EQ(log.drains, 1);
+}
+
+TEST(ACardOutput, AsksForMoreNowAndThenWhenTheCardIsFaster) {
+    ControlledCard::Log log;
+    log.allowed = 1000;
+    CardOutput output(std::make_unique<ControlledCard>(log), OutputFormat());
+    std::uint64_t periods = 0;
+    for (int tick = 0; tick < 320; ++tick) {
+        periods += output.periodsDue(1);
+    }
+    EXPECT_EQ(periods, 330U);
+}
+
+}  // namespace
+}  // namespace cabinaudio::server

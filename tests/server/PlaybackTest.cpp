@@ -1,0 +1,427 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What is heard of what the library's tracks play.
+#include <cabinaudio/shm/ShareMemory.h>
+
+#include "tests/server/Playing.h"
+#include "tests/server/RawClient.h"
+#include "tests/server/Sound.h"
+#include "tests/support/ProcessState.h"
+
+#include <gtest/gtest.h>
+#include <sndfile.h>
+#include <sys/wait.h>
+
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+namespace cabinaudio::test {
+namespace {
+
+class ATrackThroughTheServer : public ::testing::TestWithParam<AudioTagType> {};
+
+TEST_P(ATrackThroughTheServer, IsHeardToTheLastSampleInTheOutputsOwnFormat) {
+    RecordingServer recording;
+    const auto samples = noise16(2 * 24000);
+    const auto begin = std::chrono::steady_clock::now();
+    {
+        Player player("music", GetParam(), pcm(48000, 2, 16));
+        EXPECT_EQ(player.track().getPerLoopSize(), 768 * 4);
+        ASSERT_TRUE(player.write(samples));
+        ASSERT_TRUE(player.end());
+    }
+    const auto duration = std::chrono::steady_clock::now() - begin;
+    ASSERT_TRUE(recording.stop());
+    EXPECT_EQ(recording.wav().rate, 48000U);
+    EXPECT_EQ(recording.wav().channels, 2U);
+    EXPECT_EQ(recording.wav().subformat, SF_FORMAT_PCM_16);
+    EXPECT_TRUE(recording.heard("music", wide(samples)));
+    EXPECT_EQ(recording.stream("music").at("frames"), 24000);
+    EXPECT_EQ(recording.report().at("output").at("clipped_samples"), 0);
+    // Half a second of sound, less what one period and the start of a period make up.
+    EXPECT_GE(duration, std::chrono::milliseconds(500 - 2 * 16));
+}
+
+TEST_P(ATrackThroughTheServer, IsHeardAsFastAsItWritesWithoutAClock) {
+    RecordingServer recording({"--fast"});
+    const auto samples = noise16(2 * 48000 * 20);
+    {
+        Player player("music", GetParam(), pcm(48000, 2, 16));
+        ASSERT_TRUE(player.write(samples));
+        ASSERT_TRUE(player.end());
+    }
+    ASSERT_TRUE(recording.stop());
+    EXPECT_TRUE(recording.heard("music", wide(samples)));
+    EXPECT_EQ(recording.wav().frames(), samples.size() / 2) << "nothing else is in the file";
+    EXPECT_EQ(recording.stream("music").at("segments").size(), 1U);
+    EXPECT_EQ(recording.stream("music").at("underruns"), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Tags, ATrackThroughTheServer,
+                         ::testing::Values(AUDIO_TAG_ALTERNATIVE, AUDIO_TAG_AUXILIARY,
+                                           AUDIO_TAG_OUTPUT_INVOCATION));
+
+TEST(TheFinishMessage, ComesOnceAndOnlyAfterTheLastSample) {
+    RecordingServer recording;
+    Player player("prompt", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
+    const auto samples = noise16(2 * 768 * 20 + 2 * 100);
+    ASSERT_TRUE(player.write(samples));
+    ASSERT_EQ(player.track().writeDone(), AUDIO_NO_ERROR);
+    // The ring is nearly full now; its seven periods last longer than a hundred milliseconds.
+    const auto announced = std::chrono::steady_clock::now();
+    ASSERT_TRUE(player.finished().wait());
+    EXPECT_GE(std::chrono::steady_clock::now() - announced, std::chrono::milliseconds(90));
+    const auto state = nlohmann::json::parse(recording.server().command("state"));
+    EXPECT_EQ(state.at("streams").at(0).at("queued_frames"), 0);
+    EXPECT_GE(state.at("output").at("frames"), samples.size() / 2);
+    EXPECT_EQ(player.track().stop(), AUDIO_NO_ERROR);
+    EXPECT_EQ(player.finished().count(), 1);
+    ASSERT_TRUE(recording.stop());
+    EXPECT_TRUE(recording.heard("prompt", wide(samples)));
+}
+
+TEST(TheFinishMessage, ComesAtOnceWhenNothingWasWritten) {
+    RecordingServer recording;
+    Player player("prompt", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
+    EXPECT_TRUE(player.end());
+}
+
+TEST(TheFinishMessage, ComesForEveryRoundOfAStream) {
+    RecordingServer recording({"--fast"});
+    Player player("prompt", AUDIO_TAG_AUXILIARY, pcm(16000, 1, 16));
+    for (int round = 1; round <= 3; ++round) {
+        ASSERT_TRUE(player.write(noise16(1000)));
+        ASSERT_TRUE(player.end(round));
+        ASSERT_EQ(player.track().stop(), AUDIO_NO_ERROR);
+        ASSERT_EQ(player.track().start(), AUDIO_NO_ERROR);
+    }
+    ASSERT_TRUE(recording.stop());
+    EXPECT_EQ(recording.stream("prompt").at("finishes"), 3);
+    EXPECT_EQ(recording.stream("prompt").at("frames"), 3000);
+}
+
+TEST(WhatAStoppedStreamLeavesInItsRing, IsPlayedAfterTheNextStart) {
+    RecordingServer recording;
+    const auto samples = noise16(2 * 768 * 4);
+    {
+        Player player("music", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
+        ASSERT_TRUE(player.write(samples));
+        ASSERT_EQ(player.track().stop(), AUDIO_NO_ERROR);
+        ASSERT_EQ(player.track().start(), AUDIO_NO_ERROR);
+        ASSERT_TRUE(player.end());
+    }
+    ASSERT_TRUE(recording.stop());
+    EXPECT_TRUE(recording.heard("music", wide(samples)));
+}
+
+TEST(WhatIsClearedFromTheRing, IsNotHeard) {
+    RecordingServer recording({"--fast"});
+    const auto first = noise16(2 * 768, 1);
+    const auto second = noise16(2 * 768, 2);
+    {
+        AudioFormatDesc format = pcm(48000, 2, 16);
+        ClientTrack idle("music", AUDIO_TAG_ALTERNATIVE, format, 0);
+        ASSERT_EQ(idle.initCheck(), AUDIO_NO_ERROR);
+        ASSERT_EQ(idle.start(), AUDIO_NO_ERROR);
+        ASSERT_EQ(idle.stop(), AUDIO_NO_ERROR);
+        // Only started tracks write, so the ring is filled as another process would fill it.
+        ShareMemoryEx ring(SHM_TYPE_POSIX_SHM, "music", nullptr,
+                           static_cast<unsigned>(idle.getTotalBufferSize()), 0, nullptr);
+        auto bytes = first;
+        ASSERT_EQ(ring.write(bytesPointer(bytes), static_cast<unsigned>(byteCount(bytes))),
+                  byteCount(bytes));
+        ASSERT_EQ(idle.clear(), AUDIO_NO_ERROR);
+        ASSERT_EQ(idle.start(), AUDIO_NO_ERROR);
+        bytes = second;
+        ASSERT_EQ(idle.write(bytesPointer(bytes), byteCount(bytes), true), byteCount(bytes));
+        ASSERT_TRUE(eventually([&] { return idle.bytesFree() == idle.getTotalBufferSize() - 1; }));
+    }
+    ASSERT_TRUE(recording.stop());
+    EXPECT_TRUE(recording.heard("music", wide(second)));
+}
+
+TEST(TwoStreams, AreHeardAsTheirSum) {
+    RecordingServer recording;
+    auto first = noise16(2 * 9600, 3);
+    auto second = noise16(2 * 9600, 4);
+    for (std::size_t i = 0; i < first.size(); ++i) {
+        first[i] = static_cast<std::int16_t>(first[i] / 2);
+        second[i] = static_cast<std::int16_t>(second[i] / 2);
+    }
+    {
+        Player one("one", AUDIO_TAG_ALTERNATIVE, pcm(48000, 2, 16));
+        Player two("two", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
+        // Both fit their rings only in part, so they really play at once.
+        std::thread other([&] { EXPECT_TRUE(two.write(second) && two.end()); });
+        EXPECT_TRUE(one.write(first) && one.end());
+        other.join();
+    }
+    ASSERT_TRUE(recording.stop());
+    // The report says where each lies; what is left after taking both away is silence.
+    auto rest = recording.wav().samples;
+    const auto subtract = [&](const std::string& name, const std::vector<std::int16_t>& samples) {
+        std::size_t frames = 0;
+        for (const auto& segment : recording.stream(name).at("segments")) {
+            const std::size_t output = segment.at("output_frame").get<std::size_t>() * 2;
+            const std::size_t start = segment.at("stream_frame").get<std::size_t>() * 2;
+            const std::size_t length = segment.at("frames").get<std::size_t>() * 2;
+            for (std::size_t i = 0; i < length; ++i) {
+                rest.at(output + i) -= samples.at(start + i) * 65536;
+            }
+            frames += length / 2;
+        }
+        EXPECT_EQ(frames, samples.size() / 2);
+    };
+    subtract("one", first);
+    subtract("two", second);
+    EXPECT_EQ(rest, std::vector<std::int32_t>(rest.size(), 0));
+    EXPECT_EQ(recording.report().at("output").at("clipped_samples"), 0);
+}
+
+TEST(AMixBeyondFullScale, IsClippedAndCounted) {
+    RecordingServer recording({"--fast"});
+    const std::vector<std::int16_t> loud(2 * 768, 30000);
+    {
+        Player one("one", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
+        Player two("two", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
+        ASSERT_TRUE(one.hasRing() && two.hasRing());
+        // Held back until both have their data, so that they meet.
+        recording.server().kill(SIGSTOP);
+        int status = 0;
+        ASSERT_EQ(waitpid(recording.server().pid(), &status, WUNTRACED), recording.server().pid());
+        ASSERT_TRUE(WIFSTOPPED(status));
+        EXPECT_TRUE(one.write(loud));
+        EXPECT_TRUE(two.write(loud));
+        recording.server().kill(SIGCONT);
+        EXPECT_TRUE(one.end());
+        EXPECT_TRUE(two.end());
+    }
+    ASSERT_TRUE(recording.stop());
+    EXPECT_EQ(recording.report().at("output").at("clipped_samples"), 2 * 768);
+    const std::vector<std::int32_t> expected(2 * 768, 32767 * 65536);
+    EXPECT_EQ(recording.wav().samples, expected);
+}
+
+TEST(MonoSound, IsHeardOnBothSides) {
+    RecordingServer recording({"--fast"});
+    const auto samples = noise16(4800);
+    {
+        Player player("voice", AUDIO_TAG_AUXILIARY, pcm(48000, 1, 16));
+        ASSERT_TRUE(player.write(samples) && player.end());
+    }
+    ASSERT_TRUE(recording.stop());
+    EXPECT_TRUE(recording.heard("voice", wide(repeated(samples, 2))));
+}
+
+TEST(StereoSound, IsHeardAsItsAverageFromAMonoOutput) {
+    RecordingServer recording({"--fast", "--channels", "1"});
+    const std::vector<std::int16_t> samples = {100, 200, -100, -300, 32767, 32767, 8, -8};
+    {
+        Player player("music", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
+        ASSERT_TRUE(player.write(samples) && player.end());
+    }
+    ASSERT_TRUE(recording.stop());
+    EXPECT_EQ(recording.wav().channels, 1U);
+    EXPECT_TRUE(recording.heard("music", wide({150, -200, 32767, 0})));
+}
+
+TEST(EightBitSound, IsUnsigned) {
+    RecordingServer recording({"--fast"});
+    const std::vector<std::uint8_t> samples = {0, 1, 127, 128, 129, 255};
+    {
+        Player player("beep", AUDIO_TAG_AUXILIARY, pcm(48000, 1, 8));
+        ASSERT_TRUE(player.write(samples) && player.end());
+    }
+    ASSERT_TRUE(recording.stop());
+    EXPECT_TRUE(recording.heard(
+        "beep", wide(repeated<std::int16_t>({-32768, -32512, -256, 0, 256, 32512}, 2))));
+}
+
+TEST(TwentyFourBitSound, IsPackedAndKeepsAllItsBits) {
+    RecordingServer recording({"--fast", "--format", "s24"});
+    const std::vector<std::int32_t> values = {0, 1, -1, 8388607, -8388608, 1193046, -1193046};
+    std::vector<std::uint8_t> packed;
+    std::vector<std::int32_t> expected;
+    for (const std::int32_t value : values) {
+        for (const int shift : {0, 8, 16}) {
+            packed.push_back(static_cast<std::uint8_t>(value >> shift));
+        }
+        expected.push_back(value * 256);
+    }
+    {
+        Player player("studio", AUDIO_TAG_AUXILIARY, pcm(48000, 1, 24));
+        ASSERT_TRUE(player.write(packed) && player.end());
+    }
+    ASSERT_TRUE(recording.stop());
+    EXPECT_EQ(recording.wav().subformat, SF_FORMAT_PCM_24);
+    EXPECT_TRUE(recording.heard("studio", repeated(expected, 2)));
+}
+
+TEST(ThirtyTwoBitSound, KeepsTheUpperTwentyFourBits) {
+    RecordingServer recording({"--fast", "--format", "s32"});
+    const std::vector<std::int32_t> samples = {0,        256, -256, 2147483392, -2147483647 - 1,
+                                               305419776};
+    {
+        Player player("studio", AUDIO_TAG_AUXILIARY, pcm(48000, 1, 32));
+        ASSERT_TRUE(player.write(samples) && player.end());
+    }
+    ASSERT_TRUE(recording.stop());
+    EXPECT_EQ(recording.wav().subformat, SF_FORMAT_PCM_32);
+    EXPECT_TRUE(recording.heard("studio", repeated(samples, 2)));
+}
+
+class SoundOfAnotherRate : public ::testing::TestWithParam<unsigned> {};
+
+TEST_P(SoundOfAnotherRate, KeepsItsPitchLoudnessAndLength) {
+    RecordingServer recording({"--fast"});
+    const unsigned rate = GetParam();
+    constexpr double frequency = 1000;
+    {
+        Player player("tone", AUDIO_TAG_AUXILIARY, pcm(rate, 1, 16));
+        ASSERT_TRUE(player.write(sine16(frequency, rate, rate)) && player.end());
+    }
+    ASSERT_TRUE(recording.stop());
+    const auto left = recording.wav().channel(0);
+    // A second of sound; the filter may add or lose some samples at the ends.
+    EXPECT_NEAR(static_cast<double>(left.size()), 48000, 100);
+    ASSERT_GT(left.size(), 2 * 4800U);
+    const float* middle = left.data() + 4800;
+    const std::size_t count = 33600;  // whole waves
+    EXPECT_NEAR(amplitudeOf(frequency, 48000, middle, count), 0.5, 0.002);
+    double energy = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        energy += static_cast<double>(middle[i]) * static_cast<double>(middle[i]);
+    }
+    EXPECT_NEAR(energy / count, 0.125, 0.001) << "there is something beside the tone";
+    EXPECT_EQ(recording.stream("tone").at("segments").size(), 1U);
+    EXPECT_EQ(recording.wav().channel(0), recording.wav().channel(1));
+}
+
+INSTANTIATE_TEST_SUITE_P(Rates, SoundOfAnotherRate,
+                         ::testing::Values(8000U, 16000U, 22050U, 44100U, 96000U, 192000U));
+
+TEST(SoundOfAnotherRate, IsHeardWithoutGapsAtTheServersPace) {
+    RecordingServer recording;
+    {
+        Player player("tone", AUDIO_TAG_ALTERNATIVE, pcm(44100, 2, 16));
+        ASSERT_TRUE(player.write(repeated(sine16(441, 44100, 22050), 2)) && player.end());
+    }
+    ASSERT_TRUE(recording.stop());
+    EXPECT_EQ(recording.stream("tone").at("frames"), 22050);
+    // However late this machine is: what was heard is the tone wherever the report says so.
+    for (const auto& segment : recording.stream("tone").at("segments")) {
+        const auto first = segment.at("output_frame").get<std::size_t>();
+        const auto count = segment.at("frames").get<std::size_t>() / 4800 * 4800;
+        if (count == 0) continue;
+        const auto left = recording.wav().channel(0);
+        EXPECT_NEAR(amplitudeOf(441, 48000, left.data() + first, count), 0.5, 0.02);
+    }
+}
+
+TEST(AnOutputOf44100Hz, DoesNotDriftAgainstTheClock) {
+    RecordingServer recording({"--rate", "44100"});
+    const auto samples = noise16(44100);
+    {
+        Player player("music", AUDIO_TAG_AUXILIARY, pcm(44100, 1, 16));
+        ASSERT_TRUE(player.write(samples) && player.end());
+    }
+    ASSERT_TRUE(recording.stop());
+    EXPECT_TRUE(recording.heard("music", wide(repeated(samples, 2))));
+    const auto& output = recording.report().at("output");
+    EXPECT_EQ(output.at("frames"), output.at("periods").get<std::uint64_t>() * 44100 * 16 / 1000);
+}
+
+TEST(AStem, HoldsTheFramesOfOneStreamAsTheyWere) {
+    const TemporaryDirectory stems;
+    RecordingServer recording({"--fast", "--stems", stems.path()});
+    const auto samples = noise16(3000);
+    const std::vector<std::uint8_t> bytes(500, 17);
+    {
+        Player voice("voice", AUDIO_TAG_AUXILIARY, pcm(16000, 1, 16));
+        ASSERT_TRUE(voice.write(samples) && voice.end());
+        Player odd("a:b\nc", AUDIO_TAG_ALTERNATIVE, pcm(8000, 1, 8));
+        ASSERT_TRUE(odd.write(bytes) && odd.end());
+    }
+    {
+        Player again("voice", AUDIO_TAG_AUXILIARY, pcm(16000, 1, 16));
+        ASSERT_TRUE(again.write(samples) && again.end());
+    }
+    ASSERT_TRUE(recording.stop());
+    const Wav voice = readWav(stems.file("auxiliary-voice.wav"));
+    EXPECT_EQ(voice.rate, 16000U);
+    EXPECT_EQ(voice.channels, 1U);
+    EXPECT_EQ(voice.samples, wide(samples));
+    EXPECT_EQ(readWav(stems.file("auxiliary-voice-2.wav")).samples, wide(samples));
+    const Wav odd = readWav(stems.file("alternative-a_b_c.wav"));
+    EXPECT_EQ(odd.subformat, SF_FORMAT_PCM_U8);
+    EXPECT_EQ(odd.frames(), 500U);
+    EXPECT_EQ(recording.stream("voice").at("stem"), stems.file("auxiliary-voice.wav"));
+}
+
+TEST(TheOutputFile, HoldsSilenceWhileAStreamExistsAndNothingOfTheTimeWithout) {
+    RecordingServer recording;
+    const auto frames = [&] {
+        const auto state = nlohmann::json::parse(recording.server().command("state"));
+        return state.at("output").at("frames").get<std::uint64_t>();
+    };
+    EXPECT_EQ(frames(), 0U);
+    {
+        AudioFormatDesc format = pcm(48000, 2, 16);
+        ClientTrack idle("music", AUDIO_TAG_ALTERNATIVE, format, 0);
+        EXPECT_EQ(idle.initCheck(), AUDIO_NO_ERROR);
+        EXPECT_EQ(frames(), 0U) << "begins with the first start";
+        ASSERT_EQ(idle.start(), AUDIO_NO_ERROR);
+        EXPECT_TRUE(eventually([&] { return frames() > 0; }));
+        ASSERT_EQ(idle.stop(), AUDIO_NO_ERROR);
+        const std::uint64_t stopped = frames();
+        EXPECT_TRUE(eventually([&] { return frames() > stopped; }));
+    }
+    const auto hasNoStreams = [&] {
+        return nlohmann::json::parse(recording.server().command("state")).at("streams").empty();
+    };
+    ASSERT_TRUE(eventually(hasNoStreams));
+    const std::uint64_t before = frames();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));  // three ticks that must not be
+    EXPECT_EQ(frames(), before);
+    ASSERT_TRUE(recording.stop());
+    EXPECT_EQ(recording.wav().frames(), before);
+}
+
+TEST(TheOutputFile, IsAValidWavFileWhileTheServerRuns) {
+    RecordingServer recording({"--fast"});
+    Player player("music", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
+    ASSERT_TRUE(player.write(noise16(2 * 48000 * 3)) && player.end());
+    recording.server().kill(SIGKILL);
+    // Two whole seconds at least are in the header already.
+    EXPECT_GE(readWav(recording.directory().file("heard.wav")).frames(), 2 * 48000U);
+}
+
+TEST(AGapInTheMiddle, IsSilenceAndCountedOnce) {
+    RecordingServer recording;
+    const auto samples = noise16(2 * 768 * 6);
+    const std::vector<std::int16_t> first(samples.begin(), samples.begin() + 2 * 768 * 3);
+    const std::vector<std::int16_t> second(samples.begin() + 2 * 768 * 3, samples.end());
+    Player player("music", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
+    ASSERT_TRUE(player.write(first));
+    const auto queued = [&] {
+        const auto state = nlohmann::json::parse(recording.server().command("state"));
+        return state.at("streams").at(0).at("queued_frames").get<int>();
+    };
+    ASSERT_TRUE(eventually([&] { return queued() == 0; }));
+    const auto now = [&] {
+        const auto state = nlohmann::json::parse(recording.server().command("state"));
+        return state.at("output").at("frames").get<std::uint64_t>();
+    };
+    const std::uint64_t dry = now();
+    ASSERT_TRUE(eventually([&] { return now() > dry + 768; }));
+    ASSERT_TRUE(player.write(second) && player.end());
+    ASSERT_TRUE(recording.stop());
+    EXPECT_TRUE(recording.heard("music", wide(samples)));
+    EXPECT_GE(recording.stream("music").at("segments").size(), 2U);
+    EXPECT_EQ(recording.stream("music").at("underruns"),
+              recording.stream("music").at("segments").size() - 1);
+}
+
+}  // namespace
+}  // namespace cabinaudio::test

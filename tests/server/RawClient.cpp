@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/server/RawClient.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+
+namespace cabinaudio::test {
+namespace {
+
+constexpr int PATIENCE_MS = 60000;
+
+bool isReadable(int fd, int timeoutMs) {
+    pollfd entry = {fd, POLLIN, 0};
+    int result = 0;
+    do {
+        result = poll(&entry, 1, timeoutMs);
+    } while (result < 0 && errno == EINTR);
+    return result > 0;
+}
+
+}  // namespace
+
+RawClient::RawClient() : mFd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path + 1, wire::SERVER_SOCKET, sizeof wire::SERVER_SOCKET - 1);
+    const auto length =
+        static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + sizeof wire::SERVER_SOCKET);
+    if (connect(mFd, reinterpret_cast<const sockaddr*>(&address), length) != 0) {
+        close(mFd);
+        throw std::runtime_error(std::string("connect: ") + std::strerror(errno));
+    }
+}
+
+RawClient::RawClient(audio_connect_type type, const std::string& name) : RawClient() {
+    registerAs(type, name);
+}
+
+RawClient::~RawClient() {
+    close(mFd);
+}
+
+void RawClient::send(const Bytes& bytes) {
+    const ssize_t sent = ::send(mFd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (sent != static_cast<ssize_t>(bytes.size())) throw std::runtime_error("send");
+}
+
+audio_param RawClient::registration(audio_connect_type type, const std::string& name) {
+    audio_param header = {};
+    header.cmd = AUDIO_CMD_REGISTER;
+    header.type = type;
+    header.handle = AUDIO_REGISTER_WORD;
+    header.length = sizeof header.name;
+    name.copy(header.name, sizeof header.name - 1);
+    return header;
+}
+
+audio_param RawClient::requestHeader(std::size_t length) const {
+    audio_param header = {};
+    header.cmd = AUDIO_CMD_CALL_FLAG;
+    header.type = mType;
+    header.handle = mHandle;
+    header.length = static_cast<std::uint32_t>(length);
+    std::memcpy(header.name, wire::NAME_UNKNOWN, sizeof wire::NAME_UNKNOWN);
+    return header;
+}
+
+std::uint32_t RawClient::registerAs(audio_connect_type type, const std::string& name) {
+    mType = type;
+    send(bytesOf(registration(type, name)));
+    if (receiveHeader().headerId != HEADER_REPLY) throw std::runtime_error("not a reply");
+    mHandle = recordOf<wire::RegistrationReply>(receive(sizeof(wire::RegistrationReply))).handle;
+    return mHandle;
+}
+
+Bytes RawClient::call(const Bytes& payload, std::size_t size) {
+    Bytes message = bytesOf(requestHeader(payload.size()));
+    message.insert(message.end(), payload.begin(), payload.end());
+    send(message);
+    while (true) {
+        const SocketFrameHeader header = receiveHeader();
+        if (header.headerId == HEADER_REPLY) return receive(size);
+        mNotifications.push_back(header);
+    }
+}
+
+std::int32_t RawClient::status(wire::StreamFunction function) {
+    wire::FunctionRequest request = {};
+    request.function = static_cast<std::uint32_t>(function);
+    return call<wire::StatusReply>(request).status;
+}
+
+wire::CreateReply RawClient::create(std::uint32_t tag, const AudioFormatDesc& format) {
+    wire::CreateRequest request = {};
+    request.function = static_cast<std::uint32_t>(wire::StreamFunction::Create);
+    request.tag = tag;
+    request.format = format;
+    request.pid = getpid();
+    return call<wire::CreateReply>(request);
+}
+
+SocketFrameHeader RawClient::notification() {
+    if (mNotifications.empty()) {
+        const SocketFrameHeader header = receiveHeader();
+        if (header.headerId != HEADER_NOTIFY) throw std::runtime_error("not a notification");
+        return header;
+    }
+    const SocketFrameHeader header = mNotifications.front();
+    mNotifications.pop_front();
+    return header;
+}
+
+bool RawClient::hasNotification(int timeoutMs) {
+    return !mNotifications.empty() || isReadable(mFd, timeoutMs);
+}
+
+bool RawClient::isClosedByServer() {
+    std::array<char, 4096> chunk;
+    while (isReadable(mFd, PATIENCE_MS)) {
+        const ssize_t count = recv(mFd, chunk.data(), chunk.size(), 0);
+        if (count == 0 || (count < 0 && errno == ECONNRESET)) return true;
+        if (count < 0) return false;
+    }
+    return false;
+}
+
+SocketFrameHeader RawClient::receiveHeader() {
+    const auto header = recordOf<SocketFrameHeader>(receive(sizeof(SocketFrameHeader)));
+    if (header.magic != FRAME_MAGIC) throw std::runtime_error("frame without magic");
+    return header;
+}
+
+Bytes RawClient::receive(std::size_t size) {
+    Bytes bytes(size);
+    std::size_t done = 0;
+    while (done < size) {
+        if (!isReadable(mFd, PATIENCE_MS)) throw std::runtime_error("nothing received");
+        const ssize_t count = recv(mFd, bytes.data() + done, size - done, 0);
+        if (count <= 0) throw std::runtime_error("connection closed");
+        done += static_cast<std::size_t>(count);
+    }
+    return bytes;
+}
+
+AudioFormatDesc pcm(std::uint32_t rate, unsigned channels, unsigned bits) {
+    AudioFormatDesc format = {};
+    format.sampleRate = rate;
+    format.channelMap = static_cast<AudioChannelMapType>(channels);
+    format.bitDepth = static_cast<AudioBitDepthType>(bits);
+    return format;
+}
+
+}  // namespace cabinaudio::test

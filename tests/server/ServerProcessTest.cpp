@@ -1,0 +1,310 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The server as a program: its start and end, its commands, its trace.
+#include <cabinaudio/foundation/AudioStatus.h>
+
+#include "tests/server/Playing.h"
+#include "tests/server/RawClient.h"
+#include "tests/server/Sound.h"
+#include "tests/support/ProcessState.h"
+#include "tests/support/RealServer.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <atomic>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+namespace cabinaudio::test {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::ContainsRegex;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+std::vector<std::string> objectsOfThisInstance() {
+    const std::string instance = std::getenv("CABINAUDIO_INSTANCE");
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm")) {
+        const std::string name = entry.path().filename();
+        const bool isRing = name.rfind("cabinaudio." + instance + ".", 0) == 0;
+        const std::string memory = "cabinaudio-physmem-";
+        const bool isMemory = name.rfind(memory, 0) == 0 && name.size() > instance.size() &&
+                              name.substr(name.size() - instance.size() - 1) == "-" + instance;
+        if (isRing || isMemory) names.push_back(name);
+    }
+    return names;
+}
+
+/// Runs the server to its end. @return its wait status and what it has said
+std::pair<int, std::string> outcome(const std::string& arguments) {
+    const char* path = std::getenv("CABINAUDIO_SERVER");
+    const std::string command =
+        std::string(path != nullptr ? path : CABINAUDIO_TEST_SERVER) + " " + arguments + " 2>&1";
+    FILE* pipe = popen(command.c_str(), "re");
+    std::string said;
+    char chunk[256];
+    while (std::fgets(chunk, sizeof chunk, pipe) != nullptr) {
+        said += chunk;
+    }
+    return {pclose(pipe), said};
+}
+
+int exitStatus(int waitStatus) {
+    return WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : -1;
+}
+
+class AnEndingServer : public ::testing::TestWithParam<int> {};
+
+TEST_P(AnEndingServer, TellsItsStreamsCompletesItsFilesAndLeavesNothingBehind) {
+    RecordingServer recording;
+    RawClient physical(AUDIO_CONNECT_AUXILIARY, "physical");
+    RawClient posix(AUDIO_CONNECT_ALTERNATIVE, "posix");
+    ASSERT_EQ(physical.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
+    ASSERT_EQ(posix.create(1, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
+    EXPECT_EQ(physical.notification().event, 3U);
+    ASSERT_EQ(posix.status(wire::StreamFunction::Start), AUDIO_NO_ERROR);
+    ASSERT_TRUE(eventually([&] {
+        const auto state = nlohmann::json::parse(recording.server().command("state"));
+        return state.at("output").at("periods").get<int>() >= 3;
+    }));
+    EXPECT_EQ(objectsOfThisInstance().size(), 3U) << "two headers and the memory";
+
+    recording.server().kill(GetParam());
+    EXPECT_EQ(physical.notification().event, 255U);
+    EXPECT_EQ(posix.notification().event, 255U);
+    EXPECT_TRUE(physical.isClosedByServer());
+    EXPECT_TRUE(recording.stop());
+    EXPECT_EQ(objectsOfThisInstance(), std::vector<std::string>());
+    EXPECT_EQ(recording.wav().frames() % 768, 0U);
+    EXPECT_GE(recording.wav().frames(), 3 * 768U);
+    EXPECT_EQ(recording.report().at("output").at("frames"), recording.wav().frames());
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, AnEndingServer, ::testing::Values(SIGTERM, SIGINT));
+
+TEST(AnEndingServer, LeavesTheTracksOfTheLibraryRemoved) {
+    RealServer server;
+    Player player("music", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
+    ASSERT_TRUE(player.hasRing());
+    EXPECT_EQ(exitStatus(server.stop()), 0);
+    EXPECT_TRUE(eventually([&] { return player.track().start() == AUDIO_INVALID_STATE; }));
+}
+
+TEST(ASecondServer, OfTheSameInstanceIsRefusedAndHarmsNothing) {
+    RecordingServer recording({"--fast"});
+    const auto samples = noise16(2 * 768);
+    Player player("music", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
+    ASSERT_TRUE(player.write(samples));
+    const auto [status, said] = outcome("--output wav:" + recording.directory().file("heard.wav"));
+    EXPECT_EQ(exitStatus(status), 1);
+    EXPECT_EQ(said, "cabinaudio-server: there is a server of instance \"" +
+                        std::string(std::getenv("CABINAUDIO_INSTANCE")) + "\" already\n");
+    ASSERT_TRUE(player.end());
+    ASSERT_TRUE(recording.stop());
+    EXPECT_TRUE(recording.heard("music", wide(samples)));
+}
+
+TEST(ASecondServer, OfAnotherInstanceRunsBeside) {
+    const RealServer one;
+    const RealServer other({"--output", "null", "--instance", "other" + std::to_string(getpid())});
+    EXPECT_THAT(one.command("state"), HasSubstr("\"version\":\"2.24.25\""));
+}
+
+TEST(AServerAfterAKilledOne, StartsAfresh) {
+    {
+        RealServer killed;
+        RawClient client(AUDIO_CONNECT_AUXILIARY, "left");
+        ASSERT_EQ(client.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
+        killed.kill(SIGKILL);
+        EXPECT_TRUE(client.isClosedByServer());
+        EXPECT_TRUE(WIFSIGNALED(killed.stop()));
+    }
+    {
+        RecordingServer recording({"--fast"});
+        Player player("left", AUDIO_TAG_AUXILIARY, pcm(48000, 1, 16));
+        const auto samples = noise16(768);
+        ASSERT_TRUE(player.write(samples) && player.end());
+        ASSERT_TRUE(recording.stop());
+        EXPECT_TRUE(recording.heard("left", wide(repeated(samples, 2))));
+    }
+    EXPECT_EQ(objectsOfThisInstance(), std::vector<std::string>());
+}
+
+TEST(ManyClients, AreServedAtOnce) {
+    constexpr std::size_t COUNT = 50;
+    RecordingServer recording({"--fast", "--format", "float"});
+    std::vector<std::thread> threads;
+    std::atomic<std::size_t> done{0};
+    for (std::size_t i = 0; i < COUNT; ++i) {
+        threads.emplace_back([&done, i] {
+            const auto tag = i % 2 == 0 ? AUDIO_TAG_AUXILIARY : AUDIO_TAG_ALTERNATIVE;
+            Player player("client" + std::to_string(i), tag, pcm(48000, 1, 16));
+            if (player.write(noise16(5000, static_cast<std::uint32_t>(i))) && player.end()) ++done;
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(done, COUNT);
+    ASSERT_TRUE(recording.stop());
+    EXPECT_EQ(recording.report().at("streams").size(), COUNT);
+    for (const auto& stream : recording.report().at("streams")) {
+        EXPECT_EQ(stream.at("frames"), 5000) << stream;
+    }
+    EXPECT_EQ(objectsOfThisInstance(), std::vector<std::string>());
+}
+
+TEST(ARemovedStream, IsGoneAndItsClientTold) {
+    const RealServer server;
+    Player player("music", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
+    ASSERT_TRUE(player.hasRing());
+    EXPECT_EQ(server.command("stream remove noise"), "error: no stream \"noise\"");
+    EXPECT_EQ(server.command("stream remove music"), "ok");
+    EXPECT_TRUE(eventually([&] { return player.track().start() == AUDIO_INVALID_STATE; }));
+    const auto state = nlohmann::json::parse(server.command("state"));
+    EXPECT_TRUE(state.at("streams").empty());
+    EXPECT_EQ(state.at("clients").size(), 1U) << "the connection stays";
+    EXPECT_EQ(server.command("stream remove music"), "error: no stream \"music\"");
+}
+
+TEST(TheState, ShowsOutputClientsAndStreams) {
+    const RealServer server({"--output", "null", "--rate", "44100", "--channels", "1"});
+    RawClient client(AUDIO_CONNECT_AUXILIARY, "voice \"x\"\t");
+    ASSERT_EQ(client.create(2, pcm(16000, 1, 16)).status, AUDIO_NO_ERROR);
+    client.notification();
+    const auto state = nlohmann::json::parse(server.command("state"));
+    EXPECT_EQ(state.at("output").at("name"), "nothing");
+    EXPECT_EQ(state.at("output").at("rate_hz"), 44100);
+    EXPECT_EQ(state.at("output").at("channels"), 1);
+    EXPECT_EQ(state.at("output").at("format"), "s16");
+    ASSERT_EQ(state.at("clients").size(), 1U);
+    EXPECT_EQ(state.at("clients")[0].at("handle"), client.handle());
+    EXPECT_EQ(state.at("clients")[0].at("type"), 2);
+    EXPECT_EQ(state.at("clients")[0].at("type_name"), "auxiliary");
+    EXPECT_EQ(state.at("clients")[0].at("name"), "voice \"x\"\t");
+    ASSERT_EQ(state.at("streams").size(), 1U);
+    const auto& stream = state.at("streams")[0];
+    EXPECT_EQ(stream.at("tag"), "auxiliary");
+    EXPECT_EQ(stream.at("state"), "idle");
+    EXPECT_EQ(stream.at("rate_hz"), 16000);
+    EXPECT_EQ(stream.at("bits"), 16);
+    EXPECT_EQ(stream.at("process"), getpid());
+    EXPECT_EQ(stream.at("ring_bytes"), 8 * 256 * 2);
+    EXPECT_EQ(stream.at("queued_ms"), 0);
+}
+
+TEST(TheControlSocket, RefusesWhatItDoesNotKnow) {
+    const RealServer server;
+    EXPECT_EQ(server.command("sing"), "error: no such command: sing");
+    EXPECT_EQ(server.command(""), "error: no such command: ");
+    EXPECT_EQ(server.command("stream"), "error: no such command: stream");
+    EXPECT_EQ(server.command("stream remove"), "error: no stream \"\"");
+    EXPECT_THROW(static_cast<void>(server.command(std::string(100000, 'x'))), std::runtime_error);
+    EXPECT_THAT(server.command("state"), HasSubstr("\"streams\":[]"));
+}
+
+TEST(TheTrace, ShowsRequestsRepliesAndNotificationsInWords) {
+    RealServer server({"--output", "null", "--trace", "--fast"});
+    {
+        RawClient client(AUDIO_CONNECT_AUXILIARY, "voice");
+        ASSERT_EQ(client.create(2, pcm(16000, 1, 16)).status, AUDIO_NO_ERROR);
+        client.notification();
+        client.call<wire::ShareMemoryReply>(wire::FunctionRequest{
+            static_cast<std::uint32_t>(wire::StreamFunction::GetShareMemory)});
+        client.status(wire::StreamFunction::WriteDone);
+        client.status(wire::StreamFunction::Start);
+        client.status(wire::StreamFunction::WriteDone);
+        client.notification();
+        client.call<wire::StatusReply>(wire::FunctionRequest{99});
+    }
+    RawClient version(AUDIO_CONNECT_VERSION_SETTING, "unkn");
+    version.call(bytesOf(wire::FunctionRequest{0}), 32);
+    EXPECT_EQ(exitStatus(server.stop()), 0);
+    const std::string trace = server.output();
+    const std::string who = "#1 auxiliary \"voice\" ";
+    EXPECT_THAT(trace, HasSubstr(who + "registered\n"));
+    EXPECT_THAT(trace, ContainsRegex(who + "create\\(tag 2, 16000 Hz, channel map 1, 16 bits, "
+                                           "parameter 0, process [0-9]+\\) -> ok, ring 4096 bytes, "
+                                           "per loop 512 bytes \\[[0-9]+ us\\]\n"));
+    EXPECT_THAT(trace, HasSubstr(who + "<- ring ready\n"));
+    EXPECT_THAT(trace, ContainsRegex(who + "getShareMemory\\(\\) -> ok, address 0x40000000, "
+                                           "4096 bytes \\[[0-9]+ us\\]\n"));
+    EXPECT_THAT(trace, ContainsRegex(who + "writeDone\\(\\) -> invalid state \\[[0-9]+ us\\]\n"));
+    EXPECT_THAT(trace, ContainsRegex(who + "start\\(\\) -> ok \\[[0-9]+ us\\]\n"));
+    EXPECT_THAT(trace, HasSubstr(who + "<- finished\n"));
+    EXPECT_THAT(trace, HasSubstr(who + "function 99 -> invalid operation\n"));
+    EXPECT_THAT(trace, HasSubstr(who + "disconnected\n"));
+    EXPECT_THAT(trace, ContainsRegex("#2 version \"unkn\" getServerVersions\\(\\) -> ok, 2.24.25, "
+                                     "0.0.0, 0 \\[[0-9]+ us\\]\n"));
+}
+
+TEST(TheCommandLine, IsExplainedAndChecked) {
+    const auto [helped, help] = outcome("--help");
+    EXPECT_EQ(exitStatus(helped), 0);
+    for (const char* option : {"--output", "--fast", "--stems", "--report", "--trace"}) {
+        EXPECT_THAT(help, HasSubstr(option));
+    }
+    EXPECT_EQ(outcome("--version"), std::make_pair(0, std::string("cabinaudio-server 2.24.25\n")));
+    for (const char* wrong :
+         {"--output tape", "--output wav:", "--output null:x", "--rate 7999", "--channels 0",
+          "--format s17", "--ring-periods 1", "--ring-delay -1", "--instance a.b", "--fast",
+          "--fast --output alsa", "--stems /no/such/directory", "--nothing", "word"}) {
+        const auto [status, said] = outcome(wrong);
+        EXPECT_EQ(exitStatus(status), 2) << wrong;
+        EXPECT_THAT(said, AllOf(testing::StartsWith("cabinaudio-server: "),
+                                testing::EndsWith("(try --help)\n")));
+        EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+    }
+}
+
+TEST(TheServer, EndsWithOneLineWhenItsOutputDoesNotWork) {
+    for (const char* output : {"wav:/no/such/directory/x.wav", "alsa:no_such_device"}) {
+        const auto [status, said] = outcome(std::string("--output ") + output);
+        EXPECT_EQ(exitStatus(status), 1) << output;
+        EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+    }
+}
+
+TEST(AQuietServer, SaysNothingWhenAllIsWell) {
+    RealServer server({"--output", "null", "--quiet"});
+    {
+        Player player("music", AUDIO_TAG_ALTERNATIVE, pcm(48000, 2, 16));
+        EXPECT_TRUE(player.write(noise16(100)) && player.end());
+    }
+    EXPECT_EQ(exitStatus(server.stop()), 0);
+    EXPECT_EQ(server.output(), "");
+}
+
+TEST(AVerboseServer, ShowsTheLibrarysLogToo) {
+    RealServer server({"--output", "null", "--verbose"});
+    { Player player("music", AUDIO_TAG_ALTERNATIVE, pcm(48000, 2, 16)); }
+    EXPECT_EQ(exitStatus(server.stop()), 0);
+    EXPECT_THAT(server.output(), HasSubstr("shared memory mmap success"));
+}
+
+TEST(ASoundCardOutput, PlaysThroughAlsa) {
+    if (outcome("--output alsa:no_such_device").second.find("built without") != std::string::npos) {
+        GTEST_SKIP() << "the server has no ALSA";
+    }
+    // ALSA's own null device: the whole way but the card.
+    RealServer server({"--output", "alsa:null"});
+    {
+        Player player("music", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
+        ASSERT_TRUE(player.write(noise16(2 * 4800)));
+        EXPECT_TRUE(player.end());
+    }
+    const auto state = nlohmann::json::parse(server.command("state"));
+    EXPECT_EQ(state.at("output").at("name"), "alsa device null");
+    EXPECT_EQ(state.at("output").at("errors"), 0);
+    EXPECT_GE(state.at("output").at("frames"), 4800);
+    EXPECT_EQ(exitStatus(server.stop()), 0);
+}
+
+}  // namespace
+}  // namespace cabinaudio::test
