@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "tests/support/ScriptedServer.h"
+
+namespace cabinaudio::test {
+
+/// Takes every connection and never answers anything.
+class SilentServer {
+public:
+    SilentServer() {
+        mServer.onRegistration(Answer::none());
+        mServer.onOther(Answer::none());
+    }
+
+    [[nodiscard]] ScriptedServer& server() { return mServer; }
+
+private:
+    ScriptedServer mServer;
+};
+
+}  // namespace cabinaudio::test

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "tools/CommonOptions.h"
+#include "tools/StandardDescriptors.h"
+
+#include <string>
+
+namespace cabinaudio::tool {
+
+/// How this process was started, noted before anything is opened.
+struct Start {
+    ClosedDescriptors closedDescriptors;  // as the user's shell left them
+    bool launched = false;                // by this program itself, through the launcher
+};
+
+[[nodiscard]] Start noteStart();
+
+/// The board's two devices, or what stands in for them.
+struct Devices {
+    static constexpr char kMemory[] = "/dev/mem";
+    static constexpr char kCache[] = "/dev/cache";
+};
+
+/// @return whether the stand-in is in this process
+[[nodiscard]] bool boardIsActive();
+
+/// @return the instance name of this process, "" for the common one or without the stand-in
+[[nodiscard]] std::string boardInstance();
+
+/// On a desktop, replaces this process by the launcher, which runs the same program with the same
+/// arguments and the stand-in loaded. Returns when the stand-in is there already, when the board's
+/// own devices are, or when the options forbid it.
+/// @throws Failure when it is needed but cannot be had
+void enterBoard(const Start& start, const CommonOptions& options, char** argv);
+
+}  // namespace cabinaudio::tool

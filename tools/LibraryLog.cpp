@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/LibraryLog.h"
+
+#include "tools/Failure.h"
+
+#include <android/log.h>
+#include <fcntl.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+
+namespace cabinaudio::tool {
+
+namespace {
+
+// Written before the library is used; lines come from several threads.
+std::atomic<int> gFile{-1};
+std::atomic<bool> gOnTerminal{false};
+std::atomic<bool> gSilenced{false};
+
+char priorityLetter(int priority) {
+    constexpr char kLetters[] = "??VDIWEF";
+    return priority >= 2 && priority <= 7 ? kLetters[priority] : '?';
+}
+
+std::string formatted(int priority, const char* tag, const char* text) {
+    struct timeval now;
+    gettimeofday(&now, nullptr);
+    struct tm local;
+    localtime_r(&now.tv_sec, &local);
+    char head[48];
+    const std::size_t length = std::strftime(head, sizeof head, "%H:%M:%S", &local);
+    std::string line(head, length);
+    const std::string micros = std::to_string(1000000 + now.tv_usec);
+    line += "." + micros.substr(1, 3) + " " + priorityLetter(priority) + " " +
+            (tag != nullptr ? tag : "-") + " " + (text != nullptr ? text : "");
+    if (line.back() != '\n') line += '\n';
+    return line;
+}
+
+// One write for a line: lines of several threads and of probing children stay whole.
+void put(int descriptor, const std::string& line) {
+    [[maybe_unused]] const ssize_t written = write(descriptor, line.data(), line.size());
+}
+
+void take(int priority, const char* tag, const char* text) {
+    const int file = gFile;
+    if (gSilenced || (file < 0 && !gOnTerminal)) return;
+    const std::string line = formatted(priority, tag, text);
+    if (file >= 0) put(file, line);
+    if (gOnTerminal) put(STDERR_FILENO, line);
+}
+
+// The log library has changed what it hands to a logger between its releases.
+template <typename Function>
+struct Logger;
+template <typename Data>
+struct Logger<void (*)(const Data*, const char*)> {
+    static void log(const Data* data, const char* text) { take(data->priority, data->tag, text); }
+};
+template <typename Message>
+struct Logger<void (*)(const Message*)> {
+    static void log(const Message* message) {
+        take(message->priority, message->tag, message->message);
+    }
+};
+
+}  // namespace
+
+void routeLibraryLog(const CommonOptions& options) {
+    if (!options.logFile.empty()) {
+        gFile = open(options.logFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+        if (gFile < 0)
+            throw Failure("cannot open log file " + options.logFile + ": " + std::strerror(errno));
+    }
+    gOnTerminal = options.verbose;
+    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+    __android_log_set_logger(&Logger<__android_logger_function>::log);
+}
+
+SilencedLibraryLog::SilencedLibraryLog() {
+    gSilenced = true;
+}
+SilencedLibraryLog::~SilencedLibraryLog() {
+    gSilenced = false;
+}
+
+}  // namespace cabinaudio::tool

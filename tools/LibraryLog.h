@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "tools/CommonOptions.h"
+
+namespace cabinaudio::tool {
+
+/// Sends the library's log lines to stderr (-v), to the end of a file (--log), to both, or, which
+/// is the default, nowhere. For the whole life of the process.
+/// @throws Failure when the file cannot be opened
+void routeLibraryLog(const CommonOptions& options);
+
+/// Drops the library's log lines while it lives. One at a time, one thread.
+class SilencedLibraryLog {
+public:
+    SilencedLibraryLog();
+    ~SilencedLibraryLog();
+    SilencedLibraryLog(const SilencedLibraryLog&) = delete;
+    SilencedLibraryLog& operator=(const SilencedLibraryLog&) = delete;
+};
+
+}  // namespace cabinaudio::tool

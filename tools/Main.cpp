@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/board/Board.h"
+#include "tools/BoardLaunch.h"
+#include "tools/CommandLine.h"
+#include "tools/Failure.h"
+#include "tools/LibraryLog.h"
+#include "tools/Terminal.h"
+
+#include <cstdlib>
+#include <exception>
+
+namespace cabinaudio::tool {
+
+namespace {
+
+/// Brings this process to where the library works: onto the board or its stand-in.
+void prepare(const Start& start, const Command& command, char** argv) {
+    const CommonOptions& common = command.common;
+    if (!common.instance.empty()) setenv(board::kInstanceVariable, common.instance.c_str(), 1);
+    try {
+        enterBoard(start, common, argv);
+    } catch (const Failure&) {
+        // The doctor's patient may be just that.
+        if (!std::holds_alternative<DoctorOptions>(command.options)) throw;
+    }
+    if (!common.instance.empty() && !boardIsActive())
+        throw Failure("--instance needs the board stand-in, which is not in use here",
+                      ExitCode::Usage);
+    fillStandardDescriptors();
+    routeLibraryLog(common);
+}
+
+ExitCode runTool(int argc, char** argv) {
+    const Start start = noteStart();
+    std::optional<Command> command = parseCommandLine(argc, argv);
+    if (!command) return ExitCode::Done;
+    prepare(start, *command, argv);
+    if (auto* doctor = std::get_if<DoctorOptions>(&command->options))
+        doctor->closedDescriptors = start.closedDescriptors;
+    return std::visit([&](const auto& options) { return run(options, command->common); },
+                      command->options);
+}
+
+}  // namespace
+
+}  // namespace cabinaudio::tool
+
+int main(int argc, char** argv) {
+    using namespace cabinaudio::tool;
+    ExitCode code = ExitCode::Failed;
+    try {
+        code = runTool(argc, argv);
+    } catch (const Failure& failure) {
+        complain(failure.what());
+        code = failure.code();
+    } catch (const std::exception& error) {
+        complain(error.what());
+    }
+    return static_cast<int>(code);
+}

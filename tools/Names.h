@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/foundation/AudioTypes.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace cabinaudio::tool {
+
+/// Name of a library status such as "AUDIO_TIMED_OUT"; empty for a number that is the server's own.
+[[nodiscard]] std::string statusName(std::int32_t status);
+
+/// The name and the number, or the number alone: for people.
+[[nodiscard]] std::string statusText(std::int32_t status);
+
+/// Name of a tag, or its number when it has none.
+[[nodiscard]] std::string tagText(AudioTagType tag);
+
+/// The tag names that a track can have, preferred one first.
+[[nodiscard]] const std::vector<std::string>& trackTagNames();
+
+}  // namespace cabinaudio::tool

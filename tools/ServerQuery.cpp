@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/ServerQuery.h"
+
+#include <cabinaudio/client/ClientVersionSetting.h>
+
+#include "tools/ChildProcess.h"
+#include "tools/LibraryLog.h"
+#include "tools/ServerSocket.h"
+
+#include <sys/resource.h>
+
+namespace cabinaudio::tool {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// What the child says, in this order.
+struct ServerRecord {
+    bool registered;
+    bool listens;  // looked at when not registered
+    std::int32_t status;
+    ServerVersions versions;
+    std::int64_t tookUs;
+};
+
+// While no descriptor can be opened, a client cannot connect: its constructor returns at once,
+// whatever the server does.
+class NoNewDescriptors {
+public:
+    NoNewDescriptors() {
+        getrlimit(RLIMIT_NOFILE, &mLimit);
+        const struct rlimit none = {0, mLimit.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &none);
+    }
+    ~NoNewDescriptors() { setrlimit(RLIMIT_NOFILE, &mLimit); }
+    NoNewDescriptors(const NoNewDescriptors&) = delete;
+    NoNewDescriptors& operator=(const NoNewDescriptors&) = delete;
+
+private:
+    struct rlimit mLimit = {};
+};
+
+ClientVersions askLibrary() {
+    const SilencedLibraryLog silenced;
+    const NoNewDescriptors unconnected;
+    ClientVersionSetting setting;
+    ClientVersions versions = {};
+    setting.getClientVersions(versions.first.data(), versions.second.data());
+    return versions;
+}
+
+ServerRecord askServer() {
+    ServerRecord record = {};
+    const Clock::time_point start = Clock::now();
+    ClientVersionSetting setting;
+    record.status = setting.initCheck();
+    record.registered = record.status == AUDIO_NO_ERROR;
+    if (record.registered)
+        record.status = setting.getServerVersions(
+            record.versions.first.data(), record.versions.second.data(), &record.versions.third);
+    else
+        record.listens = serverListens();
+    record.tookUs =
+        std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count();
+    return record;
+}
+
+void ask(int answers) {
+    const ClientVersions client = askLibrary();
+    answer(answers, &client, sizeof client);
+    const ServerRecord server = askServer();
+    answer(answers, &server, sizeof server);
+}
+
+Reach reached(const ServerRecord& record) {
+    if (!record.registered) return record.listens ? Reach::Refused : Reach::NoServer;
+    return record.status == AUDIO_NO_ERROR ? Reach::Answered : Reach::Failed;
+}
+
+}  // namespace
+
+ServerQuery queryServer(std::chrono::milliseconds bound) {
+    ChildResult child = runInChild(bound, ask);
+    ServerQuery query;
+    query.reach = child.end == ChildEnd::Overdue ? Reach::Silent : Reach::Crashed;
+    ClientVersions client;
+    if (takeRecord(child.said, client)) query.client = client;
+    ServerRecord server;
+    if (takeRecord(child.said, server)) {
+        query.reach = reached(server);
+        query.status = server.status;
+        query.took = std::chrono::microseconds(server.tookUs);
+        // A request that did not go through leaves the versions as they were.
+        if (server.registered && server.status != 1) query.server = server.versions;
+    }
+    return query;
+}
+
+}  // namespace cabinaudio::tool

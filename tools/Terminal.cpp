@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/Terminal.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace cabinaudio::tool {
+
+void complain(const std::string& text) {
+    std::fflush(stdout);
+    std::fputs(("cabinaudio: " + text + "\n").c_str(), stderr);
+}
+
+void say(const std::string& text) {
+    std::fputs((text + "\n").c_str(), stdout);
+    std::fflush(stdout);
+}
+
+bool mayColour(int descriptor) {
+    const char* none = std::getenv("NO_COLOR");
+    const char* terminal = std::getenv("TERM");
+    return isatty(descriptor) == 1 && (none == nullptr || *none == '\0') && terminal != nullptr &&
+           std::strcmp(terminal, "dumb") != 0;
+}
+
+ProgressLine::ProgressLine(bool wanted) : mIsShown(wanted && isatty(STDERR_FILENO) == 1) {}
+
+ProgressLine::~ProgressLine() {
+    clear();
+}
+
+std::size_t ProgressLine::width() {
+    struct winsize size = {};
+    // The last column stays free: some terminals wrap as soon as it is written.
+    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1) return size.ws_col - 1u;
+    return 79;
+}
+
+void ProgressLine::show(std::string text) {
+    if (!mIsShown) return;
+    text.resize(std::min(text.size(), width()));
+    const std::size_t columns = text.size();
+    // Blanks instead of an escape sequence: every terminal knows them.
+    if (columns < mColumns) text.append(mColumns - columns, ' ');
+    mColumns = columns;
+    std::fputs(("\r" + text).c_str(), stderr);
+}
+
+void ProgressLine::clear() {
+    if (!mIsShown || mColumns == 0) return;
+    std::fputs(("\r" + std::string(mColumns, ' ') + "\r").c_str(), stderr);
+    mColumns = 0;
+}
+
+}  // namespace cabinaudio::tool

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+namespace cabinaudio::tool {
+
+/// Prints "cabinaudio: <text>" and a line end on stderr.
+void complain(const std::string& text);
+
+/// Prints a line on stdout and flushes.
+void say(const std::string& text);
+
+/// @return whether colour may go to this descriptor: a terminal that knows it, and no NO_COLOR
+[[nodiscard]] bool mayColour(int descriptor);
+
+/// One line on stderr that is written over and over; nothing at all where stderr is no terminal.
+/// Leaves no trace when it is destroyed.
+class ProgressLine {
+public:
+    /// @param wanted  false: show nothing, whatever stderr is
+    explicit ProgressLine(bool wanted);
+    ~ProgressLine();
+    ProgressLine(const ProgressLine&) = delete;
+    ProgressLine& operator=(const ProgressLine&) = delete;
+
+    [[nodiscard]] bool isShown() const { return mIsShown; }
+    /// Columns that a line may have now.
+    [[nodiscard]] static std::size_t width();
+
+    /// Shows ASCII text, cut to the terminal's width.
+    void show(std::string text);
+    void clear();
+
+private:
+    bool mIsShown;
+    std::size_t mColumns = 0;  // on the screen
+};
+
+}  // namespace cabinaudio::tool

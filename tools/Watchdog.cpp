@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/Watchdog.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace cabinaudio::tool {
+
+namespace {
+
+/// For a call that is under way, or made to end in good order, when the user wants to end.
+constexpr std::chrono::milliseconds kGrace{1000};
+
+}  // namespace
+
+Watchdog::Watchdog(const Interruption& interruption, Overdue overdue)
+    : mInterruption(interruption), mOverdue(std::move(overdue)), mThread(&Watchdog::run, this) {}
+
+Watchdog::~Watchdog() {
+    mEnd.set();
+    mThread.join();
+}
+
+Watchdog::Watch::Watch(Watchdog& dog, const char* what, std::chrono::milliseconds bound)
+    : mDog(dog) {
+    if (dog.mInterruption.hasHappened()) bound = std::min(bound, kGrace);
+    const std::lock_guard lock(dog.mLock);
+    dog.mWhat = what;
+    dog.mDeadline = Clock::now() + bound;
+    if (dog.mDeadline < dog.mNextLook) dog.mRearmed.set();
+}
+
+Watchdog::Watch::~Watch() {
+    // Held for ever by the watchdog's thread once the call is overdue.
+    const std::lock_guard lock(mDog.mLock);
+    mDog.mWhat = nullptr;
+}
+
+void Watchdog::run() {
+    Interruption::receiveHere();
+    bool interrupted = false;
+    while (!mEnd.isSet()) {
+        const bool nowInterrupted = mInterruption.hasHappened();
+        const Clock::time_point next = look(nowInterrupted && !interrupted);
+        interrupted = nowInterrupted;
+        const auto pause = std::min<Clock::duration>(next - Clock::now(), std::chrono::hours(1));
+        if (interrupted)
+            waitForAny({&mEnd, &mRearmed}, pause);
+        else
+            waitForAny({&mEnd, &mRearmed, &mInterruption.event()}, pause);
+        mRearmed.clear();
+    }
+}
+
+/// @param interrupted  the interruption has been seen for the first time
+/// @return when to look again at the latest
+Watchdog::Clock::time_point Watchdog::look(bool interrupted) {
+    const std::lock_guard lock(mLock);
+    const Clock::time_point now = Clock::now();
+    if (interrupted) mDeadline = std::min(mDeadline, now + kGrace);
+    if (mWhat != nullptr && now >= mDeadline) mOverdue(mWhat);
+    mNextLook = mWhat != nullptr ? mDeadline : Clock::time_point::max();
+    return mNextLook;
+}
+
+}  // namespace cabinaudio::tool

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/play/Play.h"
+
+#include <cabinaudio/foundation/AudioStatus.h>
+
+#include "tools/Duration.h"
+#include "tools/Failure.h"
+#include "tools/ServerSocket.h"
+#include "tools/Terminal.h"
+#include "tools/play/AudioFile.h"
+#include "tools/play/PlayReport.h"
+#include "tools/play/Playback.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <optional>
+
+namespace cabinaudio::tool {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// What was found wrong before any stream was made.
+ExitCode reportBadFile(PlayReport report, const Failure& failure, const CommonOptions& common) {
+    report.end = PlayEnd::Failed;
+    report.text = failure.what();
+    printReport(report, common.json);
+    return failure.code();
+}
+
+// The name is also that of the stream's shared memory: two streams must not have the same.
+std::string streamName(const PlayOptions& options, std::size_t index) {
+    std::string name =
+        options.name.empty() ? "cabinaudio-play-" + std::to_string(getpid()) : options.name;
+    return index == 0 ? name : name + "-" + std::to_string(index + 1);
+}
+
+PlayReport blankReport(const PlayOptions& options, std::size_t index) {
+    PlayReport report;
+    report.file = options.files[index] == "-" ? "standard input" : options.files[index];
+    report.name = streamName(options, index);
+    report.tag = options.tag;
+    report.block = options.block;
+    return report;
+}
+
+void describe(const AudioFile& file, PlayReport& report) {
+    report.format = file.format();
+    report.channels = file.channels();
+    if (const auto frames = file.frames())
+        report.durationMs = 1000.0 * static_cast<double>(*frames) / file.format().sampleRate;
+}
+
+/// Anything else, such as a pipe, can be read only once.
+bool isRegular(const std::string& path) {
+    struct stat found = {};
+    return stat(path.c_str(), &found) == 0 && S_ISREG(found.st_mode);
+}
+
+/// Nothing is played when a later file is bad.
+std::optional<ExitCode> lookAtAll(const PlayOptions& options, const CommonOptions& common) {
+    for (std::size_t index = 0; index < options.files.size(); ++index) {
+        const bool exists = access(options.files[index].c_str(), F_OK) == 0;
+        if (options.files[index] == "-" || (exists && !isRegular(options.files[index]))) continue;
+        try {
+            const AudioFile file(options.files[index]);
+        } catch (const Failure& failure) {
+            return reportBadFile(blankReport(options, index), failure, common);
+        }
+    }
+    return std::nullopt;
+}
+
+class Session {
+public:
+    Session(const PlayOptions& options, const CommonOptions& common)
+        : mOptions(options),
+          mCommon(common),
+          mLine(!common.verbose),
+          mWatchdog(mInterruption, [this](const std::string& what) { endOverdue(what); }) {}
+
+    ExitCode play(std::size_t index) {
+        mReport = blankReport(mOptions, index);
+        std::optional<AudioFile> file;
+        try {
+            mWatchdog.limit("the file's header", 1h, [&] { file.emplace(mOptions.files[index]); });
+        } catch (const Failure& failure) {
+            return reportBadFile(mReport, failure, mCommon);
+        }
+        describe(*file, mReport);
+        Playback(*file, mOptions, mInterruption, mWatchdog, mReport, mLine).run();
+        printReport(mReport, mCommon.json);
+        return exitCode(mReport.end);
+    }
+
+private:
+    /// A request to the server got no answer in time. The thread that plays is stuck in it.
+    [[noreturn]] void endOverdue(const std::string& what) {
+        const bool hasEndedBadly = !mReport.text.empty() && mReport.end != PlayEnd::Played;
+        if (hasEndedBadly) {
+            // The verdict stands; only the taking down hangs.
+        } else if (mInterruption.hasHappened()) {
+            mReport.end = PlayEnd::Interrupted;
+            mReport.text =
+                "interrupted by " + mInterruption.signalName() + " while waiting for " + what;
+        } else if (!serverListens()) {
+            // A request that was on its way when the server died is never answered.
+            mReport.end = PlayEnd::Removed;
+            mReport.waitedFor = what;
+            mReport.text = "the server is gone; waited for " + what;
+        } else {
+            mReport.end = PlayEnd::TimedOut;
+            mReport.waitedFor = what;
+            mReport.status = AUDIO_TIMED_OUT;
+            mReport.text =
+                "timed out after " + secondsText(mOptions.timeout) + " waiting for " + what;
+        }
+        mLine.clear();
+        printReport(mReport, mCommon.json);
+        std::fflush(nullptr);
+        _exit(static_cast<int>(exitCode(mReport.end)));
+    }
+
+    const PlayOptions& mOptions;
+    const CommonOptions& mCommon;
+    Interruption mInterruption;
+    PlayReport mReport;
+    ProgressLine mLine;
+    Watchdog mWatchdog;
+};
+
+}  // namespace
+
+ExitCode run(const PlayOptions& options, const CommonOptions& common) {
+    if (const auto bad = lookAtAll(options, common)) return *bad;
+    Session session(options, common);
+    for (std::size_t index = 0; index < options.files.size(); ++index) {
+        const ExitCode code = session.play(index);
+        if (code != ExitCode::Done) return code;
+    }
+    return ExitCode::Done;
+}
+
+}  // namespace cabinaudio::tool

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/foundation/AudioTypes.h>
+
+#include "tools/CommonOptions.h"
+#include "tools/ExitCode.h"
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace cabinaudio::tool {
+
+struct PlayOptions {
+    std::vector<std::string> files;  // "-" is standard input
+    AudioTagType tag = AUDIO_TAG_ALTERNATIVE;
+    std::string name;  // of the stream; empty: one that no other process has
+    bool block = true;
+    std::optional<float> keyShift;
+    int streamParam = 0;
+    std::chrono::milliseconds timeout{5000};  // for each wait that makes no progress
+};
+
+/// Plays the files, one after the other; ends with the first one that does not reach its end.
+[[nodiscard]] ExitCode run(const PlayOptions& options, const CommonOptions& common);
+
+}  // namespace cabinaudio::tool
