@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+// ring-instructions VARIANT CHUNK SIZE ROUNDS: writes and reads one chunk as often as asked. To be
+// run under callgrind with two numbers of rounds; the difference is free of set-up. See
+// instructions.sh.
+#include "bench/ring/Rings.h"
+#include "bench/ring/Yardstick.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+using namespace cabinaudio::bench;
+
+template <typename Ring>
+[[gnu::noinline]] void writeAndRead(Ring& ring, const unsigned char* src, unsigned char* dst,
+                                    std::uint32_t chunk, long rounds) {
+    for (long i = 0; i < rounds; ++i) {
+        ring.write(src, chunk);
+        ring.read(dst, chunk);
+        asm volatile("" : : : "memory");
+    }
+}
+
+template <typename Ring>
+int run(std::uint32_t chunk, std::uint32_t size, long rounds) {
+    std::vector<unsigned char> src(chunk, 0x5a);
+    std::vector<unsigned char> dst(chunk);
+    Ring ring(size);
+    writeAndRead(ring, src.data(), dst.data(), chunk, rounds);
+    return src == dst ? 0 : 1;
+}
+
+struct Variant {
+    std::string_view name;
+    int (*run)(std::uint32_t chunk, std::uint32_t size, long rounds);
+};
+
+constexpr Variant kVariants[] = {
+    {"memcpy", run<Copies>},
+    {"memcpy+clock", run<Stamped<Copies>>},
+    {"yardstick+clock", run<Yardstick>},
+    {"cabinaudio", run<Ours>},
+    {"spa", run<Spa>},
+    {"spa+clock", run<Stamped<Spa>>},
+    {"jack", run<Jack>},
+    {"jack+clock", run<Stamped<Jack>>},
+    {"boost", run<Boost>},
+    {"boost+clock", run<Stamped<Boost>>},
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc == 5)
+        for (const Variant& variant : kVariants)
+            if (variant.name == argv[1])
+                return variant.run(static_cast<std::uint32_t>(std::atol(argv[2])),
+                                   static_cast<std::uint32_t>(std::atol(argv[3])),
+                                   std::atol(argv[4]));
+    std::fprintf(stderr, "usage: ring-instructions VARIANT CHUNK SIZE ROUNDS, VARIANT one of");
+    for (const Variant& variant : kVariants)
+        std::fprintf(stderr, " %s", variant.name.data());
+    std::fprintf(stderr, "\n");
+    return 2;
+}

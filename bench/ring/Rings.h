@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/shm/ShareMemory.h>
+
+#include <boost/lockfree/spsc_queue.hpp>
+#include <jack/ringbuffer.h>
+#include <spa/utils/ringbuffer.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <string>
+
+// Our ring, its limit and its peers behind one interface: write(src, length), read(dst, length).
+// All of them are used from one thread, and a chunk that was written is read at once.
+
+namespace cabinaudio::bench {
+
+inline void takeTime() {
+    struct timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    asm volatile("" : : "r"(&now) : "memory");
+}
+
+/// The limit: the same bytes into a buffer of the same size and out again.
+class Copies {
+public:
+    explicit Copies(std::uint32_t size) : mBuffer(new unsigned char[size]()), mSize(size) {}
+
+    void write(const unsigned char* src, std::uint32_t length) {
+        std::memcpy(&mBuffer[mAt], src, length);
+    }
+    void read(unsigned char* dst, std::uint32_t length) {
+        std::memcpy(dst, &mBuffer[mAt], length);
+        mAt += length;
+        if (mAt + length > mSize) mAt = 0;
+    }
+
+private:
+    std::unique_ptr<unsigned char[]> mBuffer;
+    std::uint32_t mSize;
+    std::uint32_t mAt = 0;
+};
+
+/// Our ring, in one process and without receivers.
+class Ours {
+public:
+    explicit Ours(std::uint32_t size)
+        : mRing(SHM_TYPE_POSIX_SHM, ("cabinaudio-bench-" + std::to_string(getpid())).c_str(),
+                nullptr, size, SHM_MODE_CREATOR, nullptr) {}
+
+    void write(const unsigned char* src, std::uint32_t length) { mRing.write(src, length); }
+    void read(unsigned char* dst, std::uint32_t length) { mRing.read(dst, length); }
+
+private:
+    ShareMemoryEx mRing;
+};
+
+class Jack {
+public:
+    explicit Jack(std::uint32_t size) : mRing(jack_ringbuffer_create(size)) {}
+    ~Jack() { jack_ringbuffer_free(mRing); }
+    Jack(const Jack&) = delete;
+    Jack& operator=(const Jack&) = delete;
+
+    void write(const unsigned char* src, std::uint32_t length) {
+        jack_ringbuffer_write(mRing, reinterpret_cast<const char*>(src), length);
+    }
+    void read(unsigned char* dst, std::uint32_t length) {
+        jack_ringbuffer_read(mRing, reinterpret_cast<char*>(dst), length);
+    }
+
+private:
+    jack_ringbuffer_t* mRing;
+};
+
+/// Used as its documentation says; the size is a power of two.
+class Spa {
+public:
+    explicit Spa(std::uint32_t size) : mBuffer(new unsigned char[size]()), mSize(size) {
+        spa_ringbuffer_init(&mRing);
+    }
+
+    void write(const unsigned char* src, std::uint32_t length) {
+        std::uint32_t index;
+        const std::int32_t filled = spa_ringbuffer_get_write_index(&mRing, &index);
+        const std::uint32_t count = std::min(length, mSize - static_cast<std::uint32_t>(filled));
+        spa_ringbuffer_write_data(&mRing, mBuffer.get(), mSize, index & (mSize - 1), src, count);
+        spa_ringbuffer_write_update(&mRing, static_cast<std::int32_t>(index + count));
+    }
+    void read(unsigned char* dst, std::uint32_t length) {
+        std::uint32_t index;
+        const std::int32_t filled = spa_ringbuffer_get_read_index(&mRing, &index);
+        const std::uint32_t count = std::min(length, static_cast<std::uint32_t>(filled));
+        spa_ringbuffer_read_data(&mRing, mBuffer.get(), mSize, index & (mSize - 1), dst, count);
+        spa_ringbuffer_read_update(&mRing, static_cast<std::int32_t>(index + count));
+    }
+
+private:
+    std::unique_ptr<unsigned char[]> mBuffer;
+    std::uint32_t mSize;
+    struct spa_ringbuffer mRing;
+};
+
+class Boost {
+public:
+    explicit Boost(std::uint32_t size) : mQueue(size) {}
+
+    void write(const unsigned char* src, std::uint32_t length) { mQueue.push(src, length); }
+    void read(unsigned char* dst, std::uint32_t length) { mQueue.pop(dst, length); }
+
+private:
+    boost::lockfree::spsc_queue<unsigned char> mQueue;
+};
+
+/// Takes the time once per write, as our ring does for its header.
+template <typename Ring>
+class Stamped {
+public:
+    explicit Stamped(std::uint32_t size) : mRing(size) {}
+
+    void write(const unsigned char* src, std::uint32_t length) {
+        mRing.write(src, length);
+        takeTime();
+    }
+    void read(unsigned char* dst, std::uint32_t length) { mRing.read(dst, length); }
+
+private:
+    Ring mRing;
+};
+
+}  // namespace cabinaudio::bench

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "bench/support/Options.h"
+#include "bench/support/Rounds.h"
+
+#include <nlohmann/json.hpp>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace cabinaudio::bench {
+
+/// A column of a table: one counter of all programs.
+struct Column {
+    std::string heading;
+    std::string counter;
+    bool withRange = false;  ///< "median [min..max]" instead of the median alone
+    double unit = 1;         ///< what the values are divided by
+    int digits = 0;          ///< behind the point
+};
+
+/// Prints what was measured and keeps it for the JSON file. Goals are only shown: no figure makes a
+/// program fail.
+class Report {
+public:
+    /// Prints the title and the machine with its load.
+    Report(const std::string& title, const Options& options);
+
+    /// One line about how was measured.
+    void setting(const std::string& name, const std::string& value);
+    /// One line per program.
+    void table(const std::string& title, const Results& results,
+               const std::vector<Column>& columns);
+    /// Ratio of two programs' medians; the range is that of the ratios within single rounds.
+    void ratio(const Results& results, const std::string& counter, const std::string& numerator,
+               const std::string& denominator, std::optional<double> atMost = std::nullopt);
+    /// A figure that has a goal of its own.
+    void figure(const std::string& name, double value, const std::string& unit, double goal,
+                bool exactly);
+    /// Prints the load at the end and writes the JSON file if one is wanted.
+    void finish();
+
+private:
+    nlohmann::ordered_json mDocument;
+    std::string mJson;
+};
+
+}  // namespace cabinaudio::bench
