@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "client/RequestFrame.h"
-#include "foundation/Log.h"
-#include "foundation/UseGate.h"
-#include "wire/Stream.h"
-
 #include <cabinaudio/client/ClientTrack.h>
 #include <cabinaudio/diag/AudioDump.h>
 #include <cabinaudio/foundation/AudioTime.h>
 #include <cabinaudio/link/RemoteCall.h>
+
+#include "client/RequestFrame.h"
+#include "foundation/Log.h"
+#include "foundation/Make.h"
+#include "foundation/UseGate.h"
+#include "wire/Stream.h"
 
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -17,6 +18,8 @@
 #include <cstring>
 
 namespace wire = cabinaudio::wire;
+using cabinaudio::make;
+using cabinaudio::UseGate;
 using wire::StreamFunction;
 using wire::TrackEvent;
 
@@ -68,12 +71,12 @@ ClientTrack::ClientTrack(const char* name, AudioTagType tag, AudioFormatDesc& fo
       mCond(false),
       mLock(false),
       mIsBeingDestroyed(false),
-      mRingVisitors(new cabinaudio::UseGate) {
+      mRingVisitors(make<UseGate>()) {
     std::snprintf(mName, sizeof mName, "%s", name != nullptr ? name : "");
     {
         // Notifications can arrive before `new` has returned; they find mRc once the lock is free.
         const AudioMutex::AutoLock lock(mLock);
-        mRc = new RemoteCall(AudioTypes::getConnectType(tag), notifierCallbackFunc, this, name);
+        mRc = make<RemoteCall>(AudioTypes::getConnectType(tag), notifierCallbackFunc, this, name);
     }
     init(streamParam);
 }
@@ -107,8 +110,8 @@ void ClientTrack::init(int streamParam) {
     }
     mPerLoopSize = reply.perLoopSize;
     if (!mIsAuxiliary)
-        mShareMemory = new ShareMemoryEx(SHM_TYPE_POSIX_SHM, mName, nullptr, reply.ringSize,
-                                         SHM_MODE_WRITER, this);
+        mShareMemory = make<ShareMemoryEx>(SHM_TYPE_POSIX_SHM, mName, nullptr, reply.ringSize,
+                                           SHM_MODE_WRITER, this);
     // clang-format off
     AUDIO_IGNORE(AUDIO_NO_ERROR==mRc->rcfree(param, ret));  // the log line is spelled without blanks
     // clang-format on
@@ -139,8 +142,8 @@ void ClientTrack::initShareMemory() {
         AUDIO_IGNORE(AUDIO_NO_ERROR == mRc->rcfree(param, ret));
         return;
     }
-    auto* const ring = new ShareMemoryEx(SHM_TYPE_PHYS_MEM, mName, physicalAddress(reply.address),
-                                         reply.size, SHM_MODE_WRITER, this);
+    auto* const ring = make<ShareMemoryEx>(SHM_TYPE_PHYS_MEM, mName, physicalAddress(reply.address),
+                                           reply.size, SHM_MODE_WRITER, this);
     mShareMemory = ring;
     AUDIO_LOGI("[%s]share memory ready size[%d] [cast:%llu ms]\n", mName,
                static_cast<int>(ring->getTotalSize()), llu(sinceCreation()));
@@ -159,7 +162,7 @@ int ClientTrack::initCheck() {
         return status;
     }
     delete mDump;  // of an earlier initCheck
-    mDump = new AudioDump(mTag, mName, "client", false);
+    mDump = make<AudioDump>(mTag, mName, "client", false);
     AUDIO_LOGI("Create %s track[%s] Done cast:%llu ms\n",
                mIsAuxiliary ? "auxiliary" : "alternative", mName, llu(sinceCreation()));
     return AUDIO_NO_ERROR;
@@ -278,41 +281,45 @@ int ClientTrack::getPerLoopSize() {
 }
 
 int ClientTrack::getTotalBufferSize() {
-    const cabinaudio::UseGate::Visit visit(*mRingVisitors);
+    const UseGate::Visit visit(*mRingVisitors);
     const ShareMemoryEx* const ring = mShareMemory;
     return ring != nullptr ? static_cast<int>(ring->getTotalSize()) : 0;
 }
 
 int ClientTrack::bytesFree() {
-    const cabinaudio::UseGate::Visit visit(*mRingVisitors);
+    const UseGate::Visit visit(*mRingVisitors);
     return ringFreeSize();
 }
 
 int ClientTrack::setVolume(int /*volume*/) {
-    AUDIO_LOGW("Deprecated API(ClientTrack::%s) is called. please try "
-               "QVAudioSetting::Volume::setTrackVolume/setVolumeByStreamType.\n",
-               __func__);
+    AUDIO_LOGW(
+        "Deprecated API(ClientTrack::%s) is called. please try "
+        "QVAudioSetting::Volume::setTrackVolume/setVolumeByStreamType.\n",
+        __func__);
     return AUDIO_NO_ERROR;
 }
 
 int ClientTrack::getVolume() {
-    AUDIO_LOGW("Deprecated API(ClientTrack::%s) is called. please try "
-               "QVAudioSetting::Volume::getTrackVolume/getVolumeByStreamType.\n",
-               __func__);
+    AUDIO_LOGW(
+        "Deprecated API(ClientTrack::%s) is called. please try "
+        "QVAudioSetting::Volume::getTrackVolume/getVolumeByStreamType.\n",
+        __func__);
     return AUDIO_NO_ERROR;
 }
 
 int ClientTrack::duck(int /*percent*/) {
-    AUDIO_LOGW("Deprecated API(ClientTrack::%s) is called. please try "
-               "QVAudioSetting::Volume::duck.\n",
-               __func__);
+    AUDIO_LOGW(
+        "Deprecated API(ClientTrack::%s) is called. please try "
+        "QVAudioSetting::Volume::duck.\n",
+        __func__);
     return AUDIO_NO_ERROR;
 }
 
 int ClientTrack::unduck() {
-    AUDIO_LOGW("Deprecated API(ClientTrack::%s) is called. please try "
-               "QVAudioSetting::Volume::unduck.\n",
-               __func__);
+    AUDIO_LOGW(
+        "Deprecated API(ClientTrack::%s) is called. please try "
+        "QVAudioSetting::Volume::unduck.\n",
+        __func__);
     return AUDIO_NO_ERROR;
 }
 

@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "client/RequestFrame.h"
-#include "wire/Settings.h"
-#include "wire/Stream.h"
-
 #include <cabinaudio/client/ClientVersionSetting.h>
 #include <cabinaudio/link/RemoteCall.h>
+
+#include "client/RequestFrame.h"
+#include "foundation/Make.h"
+#include "wire/Settings.h"
+#include "wire/Stream.h"
 
 #include <algorithm>
 
 namespace wire = cabinaudio::wire;
 
 ClientVersionSetting::ClientVersionSetting() noexcept
-    : mRc(new RemoteCall(AUDIO_CONNECT_VERSION_SETTING, nullptr, nullptr, nullptr)) {}
+    : mRc(cabinaudio::make<RemoteCall>(AUDIO_CONNECT_VERSION_SETTING, nullptr, nullptr, nullptr)) {}
 
 ClientVersionSetting::~ClientVersionSetting() {
     delete mRc;
@@ -24,8 +25,8 @@ int ClientVersionSetting::initCheck() {
 int ClientVersionSetting::getServerVersions(int* first, int* second, int* third) {
     const auto function = static_cast<std::uint32_t>(wire::VersionFunction::GetServerVersions);
     wire::VersionReply reply{};
-    const cabinaudio::Answer answer = cabinaudio::exchange(
-        *mRc, AUDIO_LOG_SITE, wire::FunctionRequest{function}, reply, true);
+    const cabinaudio::Answer answer =
+        cabinaudio::exchange(*mRc, AUDIO_LOG_SITE, wire::FunctionRequest{function}, reply, true);
     if (answer.arrived) {
         std::copy_n(reply.first, 3, first);
         std::copy_n(reply.second, 3, second);

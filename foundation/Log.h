@@ -16,7 +16,8 @@ struct SourceStem {
         const char* name = path;
         for (const char* at = path; *at != '\0'; ++at)
             if (*at == '/') name = at + 1;
-        for (std::size_t i = 0; name[i] != '\0' && name[i] != '.'; ++i) text[i] = name[i];
+        for (std::size_t i = 0; name[i] != '\0' && name[i] != '.'; ++i)
+            text[i] = name[i];
     }
 };
 
@@ -31,22 +32,22 @@ struct LogSite {
 }  // namespace cabinaudio
 
 /// The LogSite of the place that it stands in.
-#define AUDIO_LOG_SITE                                                          \
-    ([](const char* audioLogFunction) {                                         \
-        static constexpr ::cabinaudio::SourceStem audioLogFile(__FILE__);       \
-        return ::cabinaudio::LogSite{audioLogFile.text, audioLogFunction,       \
-                                     static_cast<unsigned>(__LINE__)};          \
+#define AUDIO_LOG_SITE                                                    \
+    ([](const char* audioLogFunction) {                                   \
+        static constexpr ::cabinaudio::SourceStem audioLogFile(__FILE__); \
+        return ::cabinaudio::LogSite{audioLogFile.text, audioLogFunction, \
+                                     static_cast<unsigned>(__LINE__)};    \
     }(__func__))
 
 /// Writes one line for a site. The format is a literal and says for itself whether the line ends.
-#define AUDIO_LOG_AT(priority, site, format, ...)                                           \
-    ((void)__android_log_print((priority), "AS", "[%s][%s][%04u]" format, (site).file,      \
+#define AUDIO_LOG_AT(priority, site, format, ...)                                      \
+    ((void)__android_log_print((priority), "AS", "[%s][%s][%04u]" format, (site).file, \
                                (site).function, (site).line __VA_OPT__(, ) __VA_ARGS__))
 
-#define AUDIO_LOG(priority, format, ...)                                               \
-    do {                                                                               \
-        const ::cabinaudio::LogSite audioLogSite = AUDIO_LOG_SITE;                     \
-        AUDIO_LOG_AT(priority, audioLogSite, format __VA_OPT__(, ) __VA_ARGS__);       \
+#define AUDIO_LOG(priority, format, ...)                                         \
+    do {                                                                         \
+        const ::cabinaudio::LogSite audioLogSite = AUDIO_LOG_SITE;               \
+        AUDIO_LOG_AT(priority, audioLogSite, format __VA_OPT__(, ) __VA_ARGS__); \
     } while (false)
 
 #define AUDIO_LOGD(...) AUDIO_LOG(ANDROID_LOG_DEBUG, __VA_ARGS__)
@@ -55,16 +56,16 @@ struct LogSite {
 #define AUDIO_LOGE(...) AUDIO_LOG(ANDROID_LOG_ERROR, __VA_ARGS__)
 
 /// Logs a condition that should hold, and goes on.
-#define AUDIO_IGNORE(expression)                                      \
-    do {                                                              \
+#define AUDIO_IGNORE(expression)                                           \
+    do {                                                                   \
         if (!(expression)) AUDIO_LOGD("AUDIO IGNORE(%s)!\n", #expression); \
     } while (false)
 
 /// Logs a broken invariant and ends the process.
-#define AUDIO_ASSERT(expression)                                      \
-    do {                                                              \
-        if (!(expression)) {                                          \
-            AUDIO_LOGE("AUDIO ASSERT(%s)!\n", #expression);           \
-            std::abort();                                             \
-        }                                                             \
+#define AUDIO_ASSERT(expression)                            \
+    do {                                                    \
+        if (!(expression)) {                                \
+            AUDIO_LOGE("AUDIO ASSERT(%s)!\n", #expression); \
+            std::abort();                                   \
+        }                                                   \
     } while (false)

@@ -28,7 +28,8 @@ public:
     /// Waits, without a time limit, until nobody is in the gate.
     void drain() {
         const AudioMutex::AutoLock lock(mLock);
-        while (mCount != 0) mEmpty.wait(mLock);
+        while (mCount != 0)
+            mEmpty.wait(mLock);
     }
 
     /// Whether nobody is in the gate right now.

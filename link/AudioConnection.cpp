@@ -10,7 +10,7 @@
 #include "foundation/Log.h"
 #include "foundation/UseGate.h"
 #include "link/AudioSocket.h"
-#include "link/Make.h"
+#include "foundation/Make.h"
 #include "link/SktWorker.h"
 #include "wire/Frame.h"
 

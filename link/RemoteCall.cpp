@@ -6,7 +6,7 @@
 
 #include "foundation/Log.h"
 #include "foundation/UseGate.h"
-#include "link/Make.h"
+#include "foundation/Make.h"
 #include "link/RemoteCallNotifierWorker.h"
 #include "wire/Frame.h"
 

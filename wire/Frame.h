@@ -10,13 +10,13 @@
 
 /// In front of everything that the server sends.
 struct SocketFrameHeader {
-    std::uint32_t magic;            // 0   FRAME_MAGIC, else it is no frame
-    std::uint32_t headerId;         // 4   HEADER_NOTIFY or HEADER_REPLY
-    std::uint32_t event;            // 8   notification: first value
-    std::uint32_t spare12;          // 12  sent as 0, not read
+    std::uint32_t magic;                  // 0   FRAME_MAGIC, else it is no frame
+    std::uint32_t headerId;               // 4   HEADER_NOTIFY or HEADER_REPLY
+    std::uint32_t event;                  // 8   notification: first value
+    std::uint32_t spare12;                // 12  sent as 0, not read
     alignas(8) std::uint64_t sendTimeUs;  // 16  clock of AudioTime::now()
-    std::uint32_t param;            // 24  notification: second value
-    std::uint32_t spare28;          // 28  sent as 0, not read
+    std::uint32_t param;                  // 24  notification: second value
+    std::uint32_t spare28;                // 28  sent as 0, not read
 };
 static_assert(cabinaudio::wire::Layout<SocketFrameHeader>);
 static_assert(sizeof(SocketFrameHeader) == 32);
@@ -36,12 +36,12 @@ constexpr std::uint32_t HEADER_REPLY = 1;
 
 /// In front of everything that a client sends; a registration is this record alone.
 struct audio_param {
-    std::uint32_t cmd;              // 0   AUDIO_CMD_*
-    std::uint32_t type;             // 4   audio_connect_type
-    std::uint32_t handle;           // 8   registration: AUDIO_REGISTER_WORD
-    std::uint32_t length;           // 12  payload bytes; registration: size of name
+    std::uint32_t cmd;                   // 0   AUDIO_CMD_*
+    std::uint32_t type;                  // 4   audio_connect_type
+    std::uint32_t handle;                // 8   registration: AUDIO_REGISTER_WORD
+    std::uint32_t length;                // 12  payload bytes; registration: size of name
     alignas(8) std::uint64_t timestamp;  // 16  when it was built, clock of AudioTime::now()
-    char name[64];                  // 24  zero-terminated; requests say NAME_UNKNOWN
+    char name[64];                       // 24  zero-terminated; requests say NAME_UNKNOWN
 };
 static_assert(cabinaudio::wire::Layout<audio_param>);
 static_assert(sizeof(audio_param) == 88);

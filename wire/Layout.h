@@ -10,7 +10,7 @@ namespace cabinaudio::wire {
 /// padding that the compiler chose. All numbers are little-endian.
 template <typename T>
 concept Layout = std::is_standard_layout_v<T> && std::is_trivially_copyable_v<T> &&
-                 std::has_unique_object_representations_v<T>;
+    std::has_unique_object_representations_v<T>;
 
 static_assert(std::endian::native == std::endian::little, "the wire is little-endian");
 

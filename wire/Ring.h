@@ -19,17 +19,17 @@ static_assert(sizeof(SemaphoreSlot) == 16 && alignof(SemaphoreSlot) == 4);
 /// Head of a ring in shared memory. Written by two processes: whoever reads a field must expect any
 /// value in it. One writer per offset; both are stored with release and loaded with acquire order.
 struct RingHeader {
-    std::uint32_t size;         // 0   capacity in bytes, written by the creator
-    std::uint32_t readOffset;   // 4   next byte to read, below size
-    std::uint32_t writeOffset;  // 8   next byte to write, below size
-    SemaphoreSlot readSem;      // 12  posted after data was written
-    SemaphoreSlot writeSem;     // 28  posted after data was read
-    std::uint8_t readNotify;    // 44  1: the reading side waits on readSem
-    std::uint8_t writeNotify;   // 45  1: the writing side waits on writeSem
-    std::uint8_t spare46[2];    // 46
+    std::uint32_t size;                   // 0   capacity in bytes, written by the creator
+    std::uint32_t readOffset;             // 4   next byte to read, below size
+    std::uint32_t writeOffset;            // 8   next byte to write, below size
+    SemaphoreSlot readSem;                // 12  posted after data was written
+    SemaphoreSlot writeSem;               // 28  posted after data was read
+    std::uint8_t readNotify;              // 44  1: the reading side waits on readSem
+    std::uint8_t writeNotify;             // 45  1: the writing side waits on writeSem
+    std::uint8_t spare46[2];              // 46
     alignas(8) std::uint64_t updateTime;  // 48  last write or offset update, ms
-    std::uint8_t wait;          // 56  1: the writing side is blocked for free space
-    std::uint8_t spare57[7];    // 57
+    std::uint8_t wait;                    // 56  1: the writing side is blocked for free space
+    std::uint8_t spare57[7];              // 57
 };
 static_assert(Layout<RingHeader>);
 static_assert(sizeof(RingHeader) == 64);

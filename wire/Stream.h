@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "wire/Layout.h"
-
 #include <cabinaudio/foundation/AudioTypes.h>
+
+#include "wire/Layout.h"
 
 #include <cstddef>
 #include <cstdint>

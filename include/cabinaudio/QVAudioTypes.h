@@ -64,13 +64,13 @@ enum audio_channel_idx_e : std::int32_t {
 
 /// Describes a playback stream. Zero what you do not use.
 struct audio_decoder_parameter_t {
-    audio_codec_e codec;        ///< 0
-    std::int32_t channels;      ///< 4   channel count
-    std::uint32_t sampleRate;   ///< 8   frames per second
-    std::int32_t bitsPerSample; ///< 12  linear PCM only
-    std::uint8_t opaque16[8];   ///< 16  for the server
-    std::uint16_t flag;         ///< 24  non-zero means set; coded streams only
-    std::uint8_t opaque26[2];   ///< 26  for the server
+    audio_codec_e codec;         ///< 0
+    std::int32_t channels;       ///< 4   channel count
+    std::uint32_t sampleRate;    ///< 8   frames per second
+    std::int32_t bitsPerSample;  ///< 12  linear PCM only
+    std::uint8_t opaque16[8];    ///< 16  for the server
+    std::uint16_t flag;          ///< 24  non-zero means set; coded streams only
+    std::uint8_t opaque26[2];    ///< 26  for the server
 };
 static_assert(sizeof(audio_decoder_parameter_t) == 28, "shared with the server");
 static_assert(offsetof(audio_decoder_parameter_t, codec) == 0, "shared with the server");
@@ -81,12 +81,12 @@ static_assert(offsetof(audio_decoder_parameter_t, flag) == 24, "shared with the 
 
 /// Describes an uplink capture stream. Zero what you do not use.
 struct audio_uplink_parameter_t {
-    audio_codec_e codec;          ///< 0
-    std::uint32_t sampleRate;     ///< 4   frames per second
-    multi_audio_fmt sampleFormat; ///< 8   linear PCM only
-    multi_audio_chl channelLayout;///< 12
-    std::uint8_t opaque16[8];     ///< 16  for the server
-    std::uint32_t codecParam;     ///< 24  meaning depends on the codec
+    audio_codec_e codec;            ///< 0
+    std::uint32_t sampleRate;       ///< 4   frames per second
+    multi_audio_fmt sampleFormat;   ///< 8   linear PCM only
+    multi_audio_chl channelLayout;  ///< 12
+    std::uint8_t opaque16[8];       ///< 16  for the server
+    std::uint32_t codecParam;       ///< 24  meaning depends on the codec
 };
 static_assert(sizeof(audio_uplink_parameter_t) == 28, "shared with the server");
 static_assert(offsetof(audio_uplink_parameter_t, codec) == 0, "shared with the server");

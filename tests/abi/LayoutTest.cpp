@@ -1,9 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "wire/Frame.h"
-#include "wire/Ring.h"
-#include "wire/Settings.h"
-#include "wire/Stream.h"
-
 #include <cabinaudio/client/ClientTrack.h>
 #include <cabinaudio/client/ClientVersionSetting.h>
 #include <cabinaudio/diag/AudioConfig.h>
@@ -17,6 +12,11 @@
 #include <cabinaudio/link/AudioConnection.h>
 #include <cabinaudio/link/RemoteCall.h>
 #include <cabinaudio/shm/ShareMemory.h>
+
+#include "wire/Frame.h"
+#include "wire/Ring.h"
+#include "wire/Settings.h"
+#include "wire/Stream.h"
 
 #include <gtest/gtest.h>
 
@@ -72,9 +72,9 @@ TEST(AStreamState, HasItsNumber) {
 TEST(ACreateRequest, LiesInMemoryAsItTravels) {
     const cabinaudio::wire::CreateRequest request{
         21, 2, {1, 48000, 3, AUDIO_CHANNEL_MAP_2, 5, AUDIO_BIT_DEPTH_16}, -2, 4711};
-    const unsigned char expected[40] = {21, 0, 0, 0, 2, 0, 0, 0, 1,    0,    0,    0,    0x80, 0xbb,
-                                        0,  0, 3, 0, 0, 0, 2, 0, 0,    0,    5,    0,    0,    0,
-                                        16, 0, 0, 0, 0xfe, 0xff, 0xff, 0xff, 0x67, 0x12, 0,    0};
+    const unsigned char expected[40] = {
+        21, 0, 0, 0, 2, 0, 0, 0, 1,  0, 0, 0, 0x80, 0xbb, 0,    0,    3,    0,    0, 0,
+        2,  0, 0, 0, 5, 0, 0, 0, 16, 0, 0, 0, 0xfe, 0xff, 0xff, 0xff, 0x67, 0x12, 0, 0};
     static_assert(sizeof request == sizeof expected);
     EXPECT_EQ(std::memcmp(&request, expected, sizeof expected), 0);
 }

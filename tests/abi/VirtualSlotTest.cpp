@@ -65,11 +65,13 @@ public:
 
 TEST(ATracksVirtualTable, HasTheOperationsInTheirSlots) {
     RecordingTrack track;
-    const char* const order[] = {"clear",     "start",          "stop",
-                                 "setCallback", "setVolume",    "getVolume",
-                                 "getPerLoopSize", "getTotalBufferSize", "bytesFree",
-                                 "getOutPutSamples", "duck",    "unduck",
-                                 "write",     "writeDone"};
+    const char* const order[] = {"clear",          "start",
+                                 "stop",           "setCallback",
+                                 "setVolume",      "getVolume",
+                                 "getPerLoopSize", "getTotalBufferSize",
+                                 "bytesFree",      "getOutPutSamples",
+                                 "duck",           "unduck",
+                                 "write",          "writeDone"};
     for (std::size_t i = 0; i < std::size(order); ++i) {
         slot<Plain>(&track, i)(&track);
         EXPECT_EQ(gCalled, order[i]) << "slot " << i;
@@ -142,10 +144,11 @@ TEST(AVersionQuerysVirtualTable, HasItsOperationsBehindTheDestructors) {
     ClientVersionSetting query;
     EXPECT_EQ(slot<Plain>(&query, 2)(&query), AUDIO_NOT_CONNECTED);
     int numbers[7] = {1, 1, 1, 1, 1, 1, 1};
-    EXPECT_EQ((slot<int(void*, int*, int*, int*)>(&query, 3)(&query, numbers, numbers + 3,
-                                                             numbers + 6)),
-              1);
-    for (const int number : numbers) EXPECT_EQ(number, 1);
+    EXPECT_EQ(
+        (slot<int(void*, int*, int*, int*)>(&query, 3)(&query, numbers, numbers + 3, numbers + 6)),
+        1);
+    for (const int number : numbers)
+        EXPECT_EQ(number, 1);
 }
 
 class RecordingCallback : public audio::QVAudioTrackCallback {

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/client/TrackFixture.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <cstring>
-#include <unistd.h>
 
 namespace cabinaudio::test {
 namespace {
@@ -39,16 +40,15 @@ TEST_F(ATrackUnderConstruction, RegistersAnUnknownTagAsUnknownAndSendsTheTagAsIt
 
 TEST_F(ATrackUnderConstruction, SendsTheCreateRequestToTheByte) {
     acceptStreams(4096, 1024);
-    AudioFormatDesc format{64, 44100, 7, AUDIO_CHANNEL_MAP_MONO_253, 2,
-                           static_cast<AudioBitDepthType>(1)};
+    AudioFormatDesc format{
+        64, 44100, 7, AUDIO_CHANNEL_MAP_MONO_253, 2, static_cast<AudioBitDepthType>(1)};
     const ClientTrack created("trk", AUDIO_TAG_AUXILIARY, format, -5);
     const std::vector<Request> create = server.requests(CREATE);
     ASSERT_EQ(create.size(), 1U);
     EXPECT_EQ(create[0].header.cmd, 198U);
     EXPECT_EQ(create[0].header.length, 40U);
-    EXPECT_EQ(create[0].payload,
-              bytesOf({21, 2, 64, 44100, 7, 253, 2, 1, 0xfffffffbU,
-                       static_cast<std::uint32_t>(getpid())}));
+    EXPECT_EQ(create[0].payload, bytesOf({21, 2, 64, 44100, 7, 253, 2, 1, 0xfffffffbU,
+                                          static_cast<std::uint32_t>(getpid())}));
 }
 
 TEST_F(ATrackUnderConstruction, TakesOverStepAndRingFromTheReplyAndBecomesIdle) {
@@ -202,9 +202,8 @@ protected:
 
     [[nodiscard]] Bytes dumped() const {
         Bytes bytes;
-        std::FILE* const pipe = popen(("cat '" + directory + "'/pcm/alternative_trk_client_*.pcm")
-                                          .c_str(),
-                                      "r");
+        std::FILE* const pipe =
+            popen(("cat '" + directory + "'/pcm/alternative_trk_client_*.pcm").c_str(), "r");
         for (int byte = std::fgetc(pipe); byte != EOF; byte = std::fgetc(pipe))
             bytes.push_back(static_cast<std::uint8_t>(byte));
         pclose(pipe);
@@ -218,7 +217,8 @@ TEST_F(ADumpedTrack, LeavesTheBytesThatItWroteInAFile) {
     makeAlternative();
     ASSERT_EQ(track->initCheck(), AUDIO_NO_ERROR);
     start();
-    for (std::size_t i = 0; i < 1000; ++i) data[i] = static_cast<unsigned char>(i * 7);
+    for (std::size_t i = 0; i < 1000; ++i)
+        data[i] = static_cast<unsigned char>(i * 7);
     ASSERT_EQ(write(600, true), 600);
     ASSERT_EQ(track->write(data.data() + 600, 400, false), 400);
     track.reset();

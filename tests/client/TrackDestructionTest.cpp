@@ -33,7 +33,8 @@ extern "C" int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t
     if (!tHoldUp) return next(condition, mutex, deadline);
     pthread_mutex_unlock(mutex);
     gHeldUp = true;
-    for (;;) pause();
+    for (;;)
+        pause();
 }
 
 namespace cabinaudio::test {
@@ -58,9 +59,8 @@ TEST_F(ATracksDestruction, EndsAWriteThatWaitsForSpace) {
     std::future<int> writer = blockedWrite(10);
     track.reset();
     EXPECT_EQ(writer.get(), AUDIO_INVALID_STATE);
-    EXPECT_EQ(log.count(WARN, "ClientTrack", "~ClientTrack",
-                        "[trk] destroy with out stop finish\n"),
-              1U)
+    EXPECT_EQ(
+        log.count(WARN, "ClientTrack", "~ClientTrack", "[trk] destroy with out stop finish\n"), 1U)
         << log.dump();
     EXPECT_EQ(log.count(ERROR, "[trk]waiting free space, exit has requested mState[0]\n"), 1U)
         << log.dump();
@@ -84,7 +84,8 @@ TEST_F(ATracksDestruction, WaitsForTheWriterEvenWhenTheServerPostsAllTheTime) {
     std::future<int> writer = blockedWrite(10);
     std::atomic<bool> end{false};
     std::thread poster([&] {
-        while (!end) serverRing->read(data.data(), 0);  // posts without freeing anything
+        while (!end)
+            serverRing->read(data.data(), 0);  // posts without freeing anything
     });
     track.reset();
     EXPECT_EQ(writer.get(), AUDIO_INVALID_STATE) << log.dump();

@@ -2,10 +2,10 @@
 //
 // Failures of the layers below that no server can produce: this program's versions of three
 // exported operations come before the library's own.
-#include "tests/client/TrackFixture.h"
-
 #include <cabinaudio/client/ClientVersionSetting.h>
 #include <cabinaudio/link/RemoteCall.h>
+
+#include "tests/client/TrackFixture.h"
 
 #include <dlfcn.h>
 
@@ -13,8 +13,8 @@
 
 namespace {
 
-std::atomic<bool> gNoBlocks{false};       // rcalloc refuses
-std::atomic<bool> gFreeingFails{false};   // rcfree frees, but reports a failure
+std::atomic<bool> gNoBlocks{false};      // rcalloc refuses
+std::atomic<bool> gFreeingFails{false};  // rcfree frees, but reports a failure
 std::atomic<bool> gRingTakesNothing{false};
 
 template <typename Function>
@@ -26,8 +26,8 @@ Function next(const char* symbol) {
 
 std::int32_t RemoteCall::rcalloc(std::uint8_t** req, std::uint32_t reqLen, std::uint8_t** ret,
                                  std::uint32_t retLen) {
-    using Rcalloc = std::int32_t (*)(RemoteCall*, std::uint8_t**, std::uint32_t, std::uint8_t**,
-                                     std::uint32_t);
+    using Rcalloc =
+        std::int32_t (*)(RemoteCall*, std::uint8_t**, std::uint32_t, std::uint8_t**, std::uint32_t);
     static const auto real = next<Rcalloc>("_ZN10RemoteCall7rcallocEPPhjS1_j");
     return gNoBlocks ? static_cast<std::int32_t>(AUDIO_NO_MEMORY)
                      : real(this, req, reqLen, ret, retLen);
@@ -74,8 +74,8 @@ TEST_F(ATrackWithAFaultBelow, StaysUnusableWithoutBlocksForItsCreateRequest) {
     gNoBlocks = true;
     AudioFormatDesc format = cdFormat();
     ClientTrack lost("trk", AUDIO_TAG_ALTERNATIVE, format, 0);
-    EXPECT_EQ(log.count(ERROR, "ClientTrack", "init", "[trk]mRc->rcalloc return failed, ret:-1990\n"),
-              1U)
+    EXPECT_EQ(
+        log.count(ERROR, "ClientTrack", "init", "[trk]mRc->rcalloc return failed, ret:-1990\n"), 1U)
         << log.dump();
     EXPECT_EQ(lost.initCheck(), AUDIO_INVALID_STATE);
 }
@@ -122,7 +122,8 @@ TEST_F(ATrackWithAFaultBelow, ShowsWhatAVersionQueryDoesWithoutBlocks) {
     log.clear();
     int numbers[7] = {-1, -1, -1, -1, -1, -1, -1};
     EXPECT_EQ(query.getServerVersions(numbers, numbers + 3, numbers + 6), AUDIO_NO_MEMORY);
-    for (const int number : numbers) EXPECT_EQ(number, -1);
+    for (const int number : numbers)
+        EXPECT_EQ(number, -1);
     EXPECT_TRUE(log.lines().empty()) << log.dump();
     gNoBlocks = false;
     gFreeingFails = true;

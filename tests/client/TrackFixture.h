@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cabinaudio/client/ClientTrack.h>
+
 #include "tests/support/LogCapture.h"
 #include "tests/support/ScriptedServer.h"
-
-#include <cabinaudio/client/ClientTrack.h>
 
 #include <gtest/gtest.h>
 

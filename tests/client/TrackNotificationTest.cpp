@@ -62,7 +62,8 @@ TEST_F(ATracksNotification, OfAnotherReadyRingReplacesTheFirstOne) {
 TEST_F(ATracksNotification, OfAReadyRingSaysWhenItsRequestCannotBeMade) {
     makeAuxiliary();
     server.on(KEY_SHIFT, Answer::status(0).held());
-    std::future<int> shift = std::async(std::launch::async, [&] { return track->setKeyShift(1.0F); });
+    std::future<int> shift =
+        std::async(std::launch::async, [&] { return track->setKeyShift(1.0F); });
     ASSERT_TRUE(server.waitForRequest(KEY_SHIFT));
     server.notify(RING_READY, 0);
     EXPECT_TRUE(log.waitFor(ERROR, "[trk]mRc->rcalloc return failed, ret:-2992\n")) << log.dump();

@@ -101,8 +101,7 @@ TEST_F(AnActiveTrack, TakesNoWriteAfterTheEndUntilItIsStopped) {
     announceRing();
     ASSERT_EQ(track->writeDone(), AUDIO_NO_ERROR);
     EXPECT_EQ(write(4, true), AUDIO_INVALID_OPERATION);
-    EXPECT_EQ(log.count(ERROR,
-                        "[trk]Can not write,writeDone has been called [mIsWriteDone=1]\n"),
+    EXPECT_EQ(log.count(ERROR, "[trk]Can not write,writeDone has been called [mIsWriteDone=1]\n"),
               1U)
         << log.dump();
     server.notify(FINISHED, 0);
@@ -175,7 +174,8 @@ TEST_F(AnIdleTrack, HandsTheServersWordAboutAKeyShiftOn) {
 
 TEST_F(AnIdleTrack, RefusesAKeyShiftWhileAnotherOneIsUnderWay) {
     server.on(KEY_SHIFT, Answer::status(0).held());
-    std::future<int> first = std::async(std::launch::async, [&] { return track->setKeyShift(1.0F); });
+    std::future<int> first =
+        std::async(std::launch::async, [&] { return track->setKeyShift(1.0F); });
     ASSERT_TRUE(server.waitForRequest(KEY_SHIFT));
     EXPECT_EQ(track->setKeyShift(1.1F), AUDIO_NO_MEMORY);
     EXPECT_EQ(log.count(ERROR, "RemoteCall", "rcalloc", "bad sequence\n"), 1U) << log.dump();

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The track against the development server: a real process with real rings.
+#include <cabinaudio/client/ClientTrack.h>
+#include <cabinaudio/client/ClientVersionSetting.h>
+
 #include "tests/support/LogCapture.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
-
-#include <cabinaudio/client/ClientTrack.h>
-#include <cabinaudio/client/ClientVersionSetting.h>
 
 #include <gtest/gtest.h>
 
@@ -83,10 +83,8 @@ TEST_F(ATrackOfARealServer, PlaysAtTheServersPace) {
     const int half = 48000 * 4 / 2;
     play(track, half);
     // All but what the ring and one period still hold has been played in real time.
-    const double seconds =
-        0.5 - track.getTotalBufferSize() / (48000.0 * 4) - 2 * 0.016;
-    EXPECT_GE(std::chrono::steady_clock::now() - begin,
-              std::chrono::duration<double>(seconds));
+    const double seconds = 0.5 - track.getTotalBufferSize() / (48000.0 * 4) - 2 * 0.016;
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::duration<double>(seconds));
 }
 
 TEST_F(ATrackOfARealServer, KnowsTheServersVersion) {
@@ -95,7 +93,8 @@ TEST_F(ATrackOfARealServer, KnowsTheServersVersion) {
     ASSERT_EQ(query.initCheck(), AUDIO_NO_ERROR) << server.output();
     int numbers[7] = {-1, -1, -1, -1, -1, -1, -1};
     EXPECT_EQ(query.getServerVersions(numbers, numbers + 3, numbers + 6), AUDIO_NO_ERROR);
-    for (const int number : numbers) EXPECT_GE(number, 0);
+    for (const int number : numbers)
+        EXPECT_GE(number, 0);
 }
 
 TEST_F(ATrackOfARealServer, IsRefusedACodedFormat) {
@@ -108,8 +107,8 @@ TEST_F(ATrackOfARealServer, IsRefusedACodedFormat) {
     EXPECT_EQ(track.initCheck(), AUDIO_INVALID_STATE);
 }
 
-class AKilledServer : public ATrackOfARealServer, public ::testing::WithParamInterface<AudioTagType> {
-};
+class AKilledServer : public ATrackOfARealServer,
+                      public ::testing::WithParamInterface<AudioTagType> {};
 
 TEST_P(AKilledServer, EndsTheWriteAndLeavesNothingBehind) {
     const ProcessState before = ProcessState::now();
@@ -164,8 +163,8 @@ TEST_F(ATrackOfARealServer, IsOneOfManyAtTheSameTime) {
         players.push_back(std::async(std::launch::async, [i] {
             AudioFormatDesc format = stereo();
             const std::string name = "song" + std::to_string(i);
-            ClientTrack track(name.c_str(), i % 2 == 0 ? AUDIO_TAG_ALTERNATIVE : AUDIO_TAG_AUXILIARY,
-                              format, 0);
+            ClientTrack track(name.c_str(),
+                              i % 2 == 0 ? AUDIO_TAG_ALTERNATIVE : AUDIO_TAG_AUXILIARY, format, 0);
             std::vector<unsigned char> pcm(48000, 3);
             int status = track.initCheck();
             if (status == AUDIO_NO_ERROR) status = track.start();
@@ -173,7 +172,8 @@ TEST_F(ATrackOfARealServer, IsOneOfManyAtTheSameTime) {
             if (status == 48000) status = track.stop();
             return status;
         }));
-    for (auto& player : players) EXPECT_EQ(player.get(), AUDIO_NO_ERROR) << log.dump();
+    for (auto& player : players)
+        EXPECT_EQ(player.get(), AUDIO_NO_ERROR) << log.dump();
 }
 
 }  // namespace

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/client/TrackFixture.h"
-
-#include "tests/support/ProcessState.h"
-
 #include <cabinaudio/foundation/AudioTime.h>
+
+#include "tests/client/TrackFixture.h"
+#include "tests/support/ProcessState.h"
 
 #include <chrono>
 
@@ -22,8 +21,9 @@ TEST_F(AWrite, IsLoggedTheFirstTimeOnlyAndBeforeAnyCheck) {
     makeAlternative();
     EXPECT_EQ(track->write(nullptr, 7, true), AUDIO_BAD_VALUE);
     EXPECT_EQ(write(4, false), AUDIO_INVALID_STATE);
-    const char* const text = "\\[trk\\] first write construct->nowTime:[0-9]+ ms  want write "
-                             "bytes:7 isBlock:1\n";
+    const char* const text =
+        "\\[trk\\] first write construct->nowTime:[0-9]+ ms  want write "
+        "bytes:7 isBlock:1\n";
     EXPECT_EQ(log.countMatching(INFO, text), 1U) << log.dump();
     EXPECT_EQ(log.countMatching(INFO, ".*first write.*\n"), 1U);
 }
@@ -43,15 +43,15 @@ TEST_F(AWrite, NeedsABufferAndBytes) {
 TEST_F(AWrite, NeedsAStartedTrack) {
     makeAlternative();
     EXPECT_EQ(write(4, true), AUDIO_INVALID_STATE);
-    EXPECT_EQ(log.count(ERROR, "ClientTrack", "write", "[trk]Current mState[1] [not ACTIVE]\n"),
-              1U)
+    EXPECT_EQ(log.count(ERROR, "ClientTrack", "write", "[trk]Current mState[1] [not ACTIVE]\n"), 1U)
         << log.dump();
 }
 
 TEST_F(AWrite, ReachesTheServersEndOfTheRing) {
     makeAlternative();
     start();
-    for (std::size_t i = 0; i < 256; ++i) data[i] = static_cast<unsigned char>(i);
+    for (std::size_t i = 0; i < 256; ++i)
+        data[i] = static_cast<unsigned char>(i);
     EXPECT_EQ(write(256, true), 256);
     unsigned char heard[256];
     ASSERT_EQ(serverRing->read(heard, 256), 256);
@@ -63,14 +63,14 @@ TEST_F(AWrite, TakesWhatFitsWhenItMayNotBlock) {
     start();
     ASSERT_EQ(write(899, false), 899);
     EXPECT_EQ(write(400, false), 100);
-    EXPECT_EQ(log.count(WARN,
-                        "[trk] no enough space to write len[400], actually write[100] [unblock]\n"),
-              1U)
+    EXPECT_EQ(
+        log.count(WARN, "[trk] no enough space to write len[400], actually write[100] [unblock]\n"),
+        1U)
         << log.dump();
     EXPECT_EQ(write(400, false), 0);
-    EXPECT_EQ(log.count(WARN,
-                        "[trk] no enough space to write len[400], actually write[0] [unblock]\n"),
-              1U);
+    EXPECT_EQ(
+        log.count(WARN, "[trk] no enough space to write len[400], actually write[0] [unblock]\n"),
+        1U);
 }
 
 TEST_F(AWrite, WaitsForSpaceAndGoesOnWhenTheServerHasRead) {
@@ -139,8 +139,7 @@ TEST_F(AWrite, IsRefusedWhileAnotherOneWaits) {
     start();
     fillRing();
     std::future<int> writer = blockedWrite(10);
-    EXPECT_EQ(log.count(ERROR,
-                        "[trk]Can not write,the last write did not exit [mIsBlocked=1]\n"),
+    EXPECT_EQ(log.count(ERROR, "[trk]Can not write,the last write did not exit [mIsBlocked=1]\n"),
               1U)
         << log.dump();
     ASSERT_EQ(track->stop(), AUDIO_NO_ERROR);
@@ -204,8 +203,8 @@ TEST_F(AWrite, IsToldOfSlowWakeUps) {
     Bytes heard(2000);
     serverRing->read(heard.data(), 2000);
     EXPECT_EQ(writer.get(), 10);
-    EXPECT_TRUE(log.waitForMatching(
-        WARN, "\\[trk\\] update share memory IPC interVal:[0-9]+ ms > 1 ms\n"))
+    EXPECT_TRUE(
+        log.waitForMatching(WARN, "\\[trk\\] update share memory IPC interVal:[0-9]+ ms > 1 ms\n"))
         << log.dump();
 }
 
@@ -215,8 +214,8 @@ TEST_F(AWrite, WaitsASecondForTheRingOfAnAuxiliaryTrack) {
     const auto begin = Clock::now();
     EXPECT_EQ(write(10, false), AUDIO_TIMED_OUT) << "even when it may not block";
     EXPECT_GE(since(begin).count(), 1000);
-    EXPECT_EQ(log.countMatching(ERROR, "\\[trk\\]share buffer not ready timeout\\[[0-9]+\\] Out \n"),
-              1U)
+    EXPECT_EQ(
+        log.countMatching(ERROR, "\\[trk\\]share buffer not ready timeout\\[[0-9]+\\] Out \n"), 1U)
         << log.dump();
     announceRing();
     EXPECT_EQ(write(10, false), 10);
@@ -264,8 +263,7 @@ TEST_F(AWrite, EndsWithATimeOutWhenTheServerRemovesTheTrackBeforeTheRingCame) {
     std::future<int> writer = blockedWrite(10);
     server.notify(REMOVED, 0);
     EXPECT_EQ(writer.get(), AUDIO_TIMED_OUT);
-    EXPECT_EQ(log.count(ERROR, "[trk]state[STOPPING] invalid, expect[ACTIVE]\n"), 1U)
-        << log.dump();
+    EXPECT_EQ(log.count(ERROR, "[trk]state[STOPPING] invalid, expect[ACTIVE]\n"), 1U) << log.dump();
 }
 
 TEST_F(AWrite, FindsNoSpaceInARingWithAnImpossibleHeader) {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <cabinaudio/client/ClientVersionSetting.h>
+
 #include "tests/support/LogCapture.h"
 #include "tests/support/ScriptedServer.h"
-
-#include <cabinaudio/client/ClientVersionSetting.h>
 
 #include <gtest/gtest.h>
 
@@ -19,8 +19,8 @@ protected:
         return query.getServerVersions(numbers, numbers + 3, numbers + 6);
     }
     void expectNumbers(std::initializer_list<int> expected) const {
-        EXPECT_TRUE(std::equal(std::begin(numbers), std::end(numbers), expected.begin(),
-                               expected.end()))
+        EXPECT_TRUE(
+            std::equal(std::begin(numbers), std::end(numbers), expected.begin(), expected.end()))
             << ::testing::PrintToString(numbers);
     }
 

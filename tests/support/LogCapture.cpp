@@ -59,8 +59,8 @@ std::vector<LogLine> LogCapture::lines() const {
 
 std::size_t LogCapture::count(int priority, std::string_view message) const {
     const std::lock_guard lock(mLock);
-    return static_cast<std::size_t>(std::count_if(
-        mLines.begin(), mLines.end(), [&](const LogLine& line) {
+    return static_cast<std::size_t>(
+        std::count_if(mLines.begin(), mLines.end(), [&](const LogLine& line) {
             return line.priority == priority && messageOf(line.text) == message;
         }));
 }
@@ -69,8 +69,8 @@ std::size_t LogCapture::count(int priority, std::string_view file, std::string_v
                               std::string_view message) const {
     const std::string start = "[" + std::string(file) + "][" + std::string(function) + "][";
     const std::lock_guard lock(mLock);
-    return static_cast<std::size_t>(std::count_if(
-        mLines.begin(), mLines.end(), [&](const LogLine& line) {
+    return static_cast<std::size_t>(
+        std::count_if(mLines.begin(), mLines.end(), [&](const LogLine& line) {
             return line.priority == priority && line.text.rfind(start, 0) == 0 &&
                    messageOf(line.text) == message;
         }));
@@ -79,8 +79,8 @@ std::size_t LogCapture::count(int priority, std::string_view file, std::string_v
 std::size_t LogCapture::countMatching(int priority, const std::string& expression) const {
     const std::regex pattern(expression, std::regex::extended);
     const std::lock_guard lock(mLock);
-    return static_cast<std::size_t>(std::count_if(
-        mLines.begin(), mLines.end(), [&](const LogLine& line) {
+    return static_cast<std::size_t>(
+        std::count_if(mLines.begin(), mLines.end(), [&](const LogLine& line) {
             return line.priority == priority &&
                    std::regex_match(std::string(messageOf(line.text)), pattern);
         }));
@@ -93,8 +93,8 @@ bool LogCapture::waitUntil(Enough enough, std::chrono::milliseconds bound) const
         std::unique_lock lock(mLock);
         const std::size_t seen = mLines.size();
         // Short turns: a line may have come between the test and this lock.
-        const auto turn = std::min(deadline, std::chrono::steady_clock::now() +
-                                                 std::chrono::milliseconds(50));
+        const auto turn =
+            std::min(deadline, std::chrono::steady_clock::now() + std::chrono::milliseconds(50));
         mChanged.wait_until(lock, turn, [&] { return mLines.size() != seen; });
         lock.unlock();
         if (std::chrono::steady_clock::now() >= deadline) return enough();

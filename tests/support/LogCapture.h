@@ -13,9 +13,9 @@ namespace cabinaudio::test {
 
 /// One line as the log library was given it.
 struct LogLine {
-    int priority;          // 3 debug, 4 info, 5 warning, 6 error
+    int priority;  // 3 debug, 4 info, 5 warning, 6 error
     std::string tag;
-    std::string text;      // prefix, message and line end
+    std::string text;  // prefix, message and line end
 };
 
 /// Takes over the process's log for as long as it lives; one at a time. Debug lines included.

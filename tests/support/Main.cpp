@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <android/log.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <string>
-#include <unistd.h>
 
 /// Gives every test process a server name, physical memory and object names of its own, unless the
 /// caller chose them, and keeps the library's log off the test's output.

@@ -30,7 +30,8 @@ std::size_t countSharedMappings() {
 std::vector<std::string> instanceShmNames() {
     std::vector<std::string> names;
     const char* const instance = std::getenv("CABINAUDIO_INSTANCE");
-    const std::string start = "cabinaudio." + std::string(instance != nullptr ? instance : "") + ".";
+    const std::string start =
+        "cabinaudio." + std::string(instance != nullptr ? instance : "") + ".";
     std::error_code gone;
     for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", gone)) {
         const std::string name = entry.path().filename();

@@ -12,7 +12,7 @@ namespace cabinaudio::test {
 struct ProcessState {
     std::size_t threads;
     std::size_t descriptors;
-    std::size_t sharedMappings;        // mappings of shared-memory objects and of physical memory
+    std::size_t sharedMappings;         // mappings of shared-memory objects and of physical memory
     std::vector<std::string> shmNames;  // of this test instance, sorted
 
     [[nodiscard]] static ProcessState now();

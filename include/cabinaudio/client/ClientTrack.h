@@ -155,6 +155,6 @@ private:
     AudioCondition mCond;
     AudioMutex mLock;
 
-    bool mIsBeingDestroyed;                // guarded by mLock
-    cabinaudio::UseGate* mRingVisitors;    // who looks at the ring without mLock
+    bool mIsBeingDestroyed;              // guarded by mLock
+    cabinaudio::UseGate* mRingVisitors;  // who looks at the ring without mLock
 };

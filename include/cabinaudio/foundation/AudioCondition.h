@@ -3,8 +3,9 @@
 
 #include <cabinaudio/foundation/AudioExport.h>
 
-#include <cstdint>
 #include <pthread.h>
+
+#include <cstdint>
 
 class AudioMutex;
 

@@ -3,8 +3,9 @@
 
 #include <cabinaudio/foundation/AudioExport.h>
 
-#include <cstdint>
 #include <pthread.h>
+
+#include <cstdint>
 
 /// A plain lock: not recursive, no owner check. Failures of the platform are logged and ignored.
 class CABINAUDIO_API AudioMutex {

@@ -3,8 +3,9 @@
 
 #include <cabinaudio/foundation/AudioExport.h>
 
-#include <cstdint>
 #include <semaphore.h>
+
+#include <cstdint>
 
 /// A counting semaphore that starts at 0. Any thread may post and wait.
 class CABINAUDIO_API AudioSemaphore {

@@ -4,9 +4,10 @@
 #include <cabinaudio/foundation/AudioExport.h>
 #include <cabinaudio/foundation/AudioMutex.h>
 
+#include <pthread.h>
+
 #include <atomic>
 #include <cstdint>
-#include <pthread.h>
 
 /// A named real-time thread; subclasses supply the body, run().
 ///
