@@ -93,3 +93,11 @@ TEST(AnExhaustedAllocator, EndsTheProcessWhenItResizes) {
               std::string::npos)
         << end.output;
 }
+
+TEST(TheAllocator, TakesABlockResizedToNothingForExhaustion) {
+    const ChildEnd end =
+        runInChild([] { AudioNormalFree(AudioNormalRealloc(AudioNormalMalloc(16), 0)); });
+    EXPECT_TRUE(end.killedBy(SIGABRT)) << end.status;
+    EXPECT_NE(end.output.find("[AudioNormalRealloc][0022]AUDIO ASSERT(buf)!\n"), std::string::npos)
+        << end.output;
+}

@@ -100,16 +100,6 @@ TEST_F(AFrame, ThatNeverComesBecauseTheServerClosedIsACrash) {
     EXPECT_THAT(box.taken(), SizeIs(1));
 }
 
-TEST_F(AFrame, IsNotExpectedAnyMoreAfterADisconnect) {
-    EXPECT_EQ(connection.disconnect(), 0);
-    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "run",
-                        "disconnect return from recv,recv failed(-1) magic=0x0\n"),
-              1u)
-        << log.dump();
-    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 0u);
-    EXPECT_THAT(box.taken(), SizeIs(0));
-}
-
 TEST_F(AFrame, FindsTheCallbackOnTheReceiveThread) {
     std::atomic<bool> elsewhere = false;
     const pthread_t self = pthread_self();
@@ -264,6 +254,24 @@ TEST_F(AFailingReceive, BelowMinusOneIsNotRetried) {
     EXPECT_EQ(
         log.countMatching(WARN, "recv socket:[0-9]+ ret:-2 errno:Input/output error 5, reTry=0\n"),
         1u);
+}
+
+TEST_F(AFailingReceive, IsTheExpectedEndOfADisconnect) {
+    Counter entered;
+    platform::Replace recv(platform::recvSlot,
+                           [&](int descriptor, void* data, std::size_t length, int flags) {
+                               entered.add();
+                               return platform::real::recv(descriptor, data, length, flags);
+                           });
+    connect();
+    ASSERT_TRUE(entered.waitFor(1));
+    EXPECT_EQ(connection->disconnect(), 0);
+    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "run",
+                        "disconnect return from recv,recv failed(-1) magic=0x0\n"),
+              1u)
+        << log.dump();
+    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 0u);
+    EXPECT_THAT(box.taken(), SizeIs(0));
 }
 
 TEST_F(AFailingReceive, HasAskedForOneHeaderWithoutASignal) {

@@ -59,8 +59,9 @@ RecordingServer::RecordingServer(std::vector<std::string> arguments) {
     mServer = std::make_unique<RealServer>(std::move(arguments));
 }
 
-bool RecordingServer::stop() {
-    const int status = mServer->stop();
+bool RecordingServer::stop(int signal) {
+    mServer->kill(signal);
+    const int status = mServer->wait();
     std::ifstream(mDirectory.file("report.json")) >> mReport;
     mWav = readWav(mDirectory.file("heard.wav"));
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;

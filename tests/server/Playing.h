@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include <condition_variable>
+#include <csignal>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -69,8 +70,8 @@ public:
     [[nodiscard]] RealServer& server() { return *mServer; }
     [[nodiscard]] const TemporaryDirectory& directory() const { return mDirectory; }
 
-    /// Ends the server. @return whether it ended well
-    bool stop();
+    /// Ends the server with a signal. @return whether it ended well
+    bool stop(int signal = SIGTERM);
 
     // After stop()
     [[nodiscard]] const Wav& wav() const { return mWav; }

@@ -75,11 +75,10 @@ TEST_P(AnEndingServer, TellsItsStreamsCompletesItsFilesAndLeavesNothingBehind) {
     }));
     EXPECT_EQ(objectsOfThisInstance().size(), 3U) << "two headers and the memory";
 
-    recording.server().kill(GetParam());
+    EXPECT_TRUE(recording.stop(GetParam()));
     EXPECT_EQ(physical.notification().event, 255U);
     EXPECT_EQ(posix.notification().event, 255U);
     EXPECT_TRUE(physical.isClosedByServer());
-    EXPECT_TRUE(recording.stop());
     EXPECT_EQ(objectsOfThisInstance(), std::vector<std::string>());
     EXPECT_EQ(recording.wav().frames() % 768, 0U);
     EXPECT_GE(recording.wav().frames(), 3 * 768U);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/shm/RingFixture.h"
 
+#include "tests/support/ProcessState.h"
+
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -108,6 +110,9 @@ std::vector<unsigned char> pattern(std::size_t count, unsigned start) {
 }
 
 Ring::Ring() {
+    // Threads that the test before has joined stay visible for a moment.
+    static const std::size_t threads = ProcessState::now().threads;
+    EXPECT_TRUE(eventually([] { return ProcessState::now().threads == threads; }));
     const auto* const info = ::testing::UnitTest::GetInstance()->current_test_info();
     mName = std::string(info->name()).substr(0, 40);
     for (char& letter : mName)

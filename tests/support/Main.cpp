@@ -1,17 +1,41 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <android/log.h>
 #include <gtest/gtest.h>
+
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <string>
+
+namespace {
+
+/// Removes what the instance has left in shared memory: the stand-in's physical memory, and the
+/// rings of peers that were killed.
+void removeLeftovers(const std::string& instance) {
+    const std::string memory =
+        "cabinaudio-physmem-" + std::to_string(geteuid()) + "-" + instance;
+    const std::string objects = "cabinaudio." + instance + ".";
+    std::error_code gone;
+    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", gone)) {
+        const std::string name = entry.path().filename();
+        if (name == memory || name.rfind(objects, 0) == 0)
+            std::filesystem::remove(entry.path(), gone);
+    }
+}
+
+}  // namespace
 
 /// Gives every test process a server name, physical memory and object names of its own, unless the
 /// caller chose them, and keeps the library's log off the test's output.
 int main(int argc, char** argv) {
-    setenv("CABINAUDIO_INSTANCE", ("test" + std::to_string(getpid())).c_str(), 0);
+    const bool chosen = std::getenv("CABINAUDIO_INSTANCE") != nullptr;
+    const std::string own = "test" + std::to_string(getpid());
+    setenv("CABINAUDIO_INSTANCE", own.c_str(), 0);
     __android_log_set_logger([](const struct __android_logger_data*, const char*) {});
     testing::InitGoogleTest(&argc, argv);
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    return RUN_ALL_TESTS();
+    const int result = RUN_ALL_TESTS();
+    if (!chosen) removeLeftovers(own);
+    return result;
 }

@@ -155,7 +155,7 @@ RealServer::RealServer(std::vector<std::string> arguments) {
     if (!isReadable(ready.get(), PATIENCE_MS) || read(ready.get(), text.data(), text.size()) <= 0) {
         ::kill(mPid, SIGKILL);
         const std::string said = this->output();
-        waitForEnd();
+        wait();
         unlink(mOutputFile.c_str());
         throw std::runtime_error("development server: did not come up: " + said);
     }
@@ -189,14 +189,14 @@ void RealServer::kill(int signal) const {
 }
 
 int RealServer::stop() {
-    if (mPid <= 0) return mWaitStatus;
-    ::kill(mPid, SIGTERM);
-    return waitForEnd();
+    kill(SIGTERM);
+    return wait();
 }
 
 // The server holds the other end of a pipe until it is gone. One that does not end is killed, which
 // its wait status then says.
-int RealServer::waitForEnd() {
+int RealServer::wait() {
+    if (mPid <= 0) return mWaitStatus;
     if (!isReadable(mLifeFd, PATIENCE_MS)) ::kill(mPid, SIGKILL);
     while (waitpid(mPid, &mWaitStatus, 0) < 0 && errno == EINTR) {
     }

@@ -29,13 +29,13 @@ public:
 
     /// Ends it with SIGTERM and waits. @return the wait status
     int stop();
+    /// Waits for it to end; one that does not is killed. @return the wait status
+    int wait();
 
     /// What the server has printed so far (stdout and stderr).
     [[nodiscard]] std::string output() const;
 
 private:
-    int waitForEnd();
-
     pid_t mPid = -1;
     int mLifeFd = -1;  // readable once the server has ended
     int mWaitStatus = 0;

@@ -107,7 +107,6 @@ TEST(TheDoctor, GivesTheServerTwoSeconds) {
 }
 
 TEST(TheDoctor, SeesADescriptorThatWasClosedAtTheStart) {
-    if (toolIsEmulated()) GTEST_SKIP() << "emulator and launcher open what is closed";
     ToolSetup setup;
     setup.closed = {0};
     const json descriptors = checkNamed(examined({}, setup), "descriptors");

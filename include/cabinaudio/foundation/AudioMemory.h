@@ -11,7 +11,8 @@
 [[nodiscard]] CABINAUDIO_API void* AudioNormalMalloc(std::uint32_t size);
 
 /// Resizes a block of AudioNormalMalloc (or null) to `size` bytes; aborts on exhaustion like
-/// AudioNormalMalloc. `ptr` is invalid afterwards.
+/// AudioNormalMalloc. `ptr` is invalid afterwards. Not for resizing a block to 0 bytes, which the C
+/// library answers with null and which therefore counts as exhaustion.
 [[nodiscard]] CABINAUDIO_API void* AudioNormalRealloc(void* ptr, std::uint32_t size);
 
 /// Releases a block of AudioNormalMalloc or AudioNormalRealloc; null is allowed.
