@@ -118,13 +118,15 @@ TEST_P(AKilledServer, EndsTheWriteAndLeavesNothingBehind) {
         ClientTrack track("song", GetParam(), format, 0);
         ASSERT_EQ(track.initCheck(), AUDIO_NO_ERROR) << log.dump() << server.output();
         ASSERT_EQ(track.start(), AUDIO_NO_ERROR);
+        // A request that a server leaves unanswered by dying waits on (the owner decides how long),
+        // so the ring has to be there before the server is killed.
+        play(track, 4096);
         std::future<int> writer = std::async(std::launch::async, [&] {
             for (;;) {
                 const int status = track.write(pcm.data(), static_cast<int>(pcm.size()), true);
                 if (status < 0) return status;
             }
         });
-        ASSERT_TRUE(log.waitForMatching(4, "\\[song\\] first write.*\n"));
         server.kill(SIGKILL);
         const int status = writer.get();
         EXPECT_TRUE(status == AUDIO_INVALID_STATE || status == AUDIO_TIMED_OUT) << status;
@@ -141,8 +143,8 @@ TEST_P(AKilledServer, EndsTheWriteAndLeavesNothingBehind) {
 
 INSTANTIATE_TEST_SUITE_P(ForEveryKindOfTrack, AKilledServer,
                          ::testing::Values(AUDIO_TAG_ALTERNATIVE, AUDIO_TAG_AUXILIARY),
-                         [](const auto& info) {
-                             return info.param == AUDIO_TAG_ALTERNATIVE ? "alternative"
+                         [](const auto& kind) {
+                             return kind.param == AUDIO_TAG_ALTERNATIVE ? "alternative"
                                                                         : "auxiliary";
                          });
 
@@ -165,10 +167,10 @@ TEST_F(ATrackOfARealServer, IsOneOfManyAtTheSameTime) {
             const std::string name = "song" + std::to_string(i);
             ClientTrack track(name.c_str(),
                               i % 2 == 0 ? AUDIO_TAG_ALTERNATIVE : AUDIO_TAG_AUXILIARY, format, 0);
-            std::vector<unsigned char> pcm(48000, 3);
+            std::vector<unsigned char> second(48000, 3);
             int status = track.initCheck();
             if (status == AUDIO_NO_ERROR) status = track.start();
-            if (status == AUDIO_NO_ERROR) status = track.write(pcm.data(), 48000, true);
+            if (status == AUDIO_NO_ERROR) status = track.write(second.data(), 48000, true);
             if (status == 48000) status = track.stop();
             return status;
         }));
