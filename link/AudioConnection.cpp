@@ -8,9 +8,9 @@
 #include <cabinaudio/link/AudioConnection.h>
 
 #include "foundation/Log.h"
+#include "foundation/Make.h"
 #include "foundation/UseGate.h"
 #include "link/AudioSocket.h"
-#include "foundation/Make.h"
 #include "link/SktWorker.h"
 #include "wire/Frame.h"
 

@@ -5,8 +5,8 @@
 #include <cabinaudio/link/RemoteCall.h>
 
 #include "foundation/Log.h"
-#include "foundation/UseGate.h"
 #include "foundation/Make.h"
+#include "foundation/UseGate.h"
 #include "link/RemoteCallNotifierWorker.h"
 #include "wire/Frame.h"
 

@@ -6,8 +6,9 @@
 #include "tools/ChildProcess.h"
 #include "tools/LibraryLog.h"
 #include "tools/ServerSocket.h"
+#include "tools/StandardDescriptors.h"
 
-#include <sys/resource.h>
+#include <unistd.h>
 
 namespace cabinaudio::tool {
 
@@ -24,26 +25,19 @@ struct ServerRecord {
     std::int64_t tookUs;
 };
 
-// While no descriptor can be opened, a client cannot connect: its constructor returns at once,
-// whatever the server does.
-class NoNewDescriptors {
+// The library takes no socket whose number is that of a standard descriptor. While the first one is
+// closed a client cannot connect: its constructor returns at once, whatever the server does.
+class NoConnections {
 public:
-    NoNewDescriptors() {
-        getrlimit(RLIMIT_NOFILE, &mLimit);
-        const struct rlimit none = {0, mLimit.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &none);
-    }
-    ~NoNewDescriptors() { setrlimit(RLIMIT_NOFILE, &mLimit); }
-    NoNewDescriptors(const NoNewDescriptors&) = delete;
-    NoNewDescriptors& operator=(const NoNewDescriptors&) = delete;
-
-private:
-    struct rlimit mLimit = {};
+    NoConnections() { close(STDIN_FILENO); }
+    ~NoConnections() { fillStandardDescriptors(); }
+    NoConnections(const NoConnections&) = delete;
+    NoConnections& operator=(const NoConnections&) = delete;
 };
 
 ClientVersions askLibrary() {
     const SilencedLibraryLog silenced;
-    const NoNewDescriptors unconnected;
+    const NoConnections unconnected;
     ClientVersionSetting setting;
     ClientVersions versions = {};
     setting.getClientVersions(versions.first.data(), versions.second.data());

@@ -155,6 +155,15 @@ TEST_F(AnAbandonedRequest, StillGetsItsReplyFromALivingServer) {
     EXPECT_EQ(log.count(DEBUG, "exit\n"), 0u);
 }
 
+TEST_F(AnAbandonedRequest, IsServedEvenWhenItComesLate) {
+    server.on(1, Answer::status(17).held());
+    call._abandon();
+    request();
+    EXPECT_TRUE(stillWaiting());
+    server.release();
+    EXPECT_EQ(result.get(), 17);
+}
+
 TEST_F(AnAbandonedRequest, DoesNotHoldTheOwnerUpWhileItsBodyIsMissing) {
     server.on(1, Answer::status(17).bodyHeld());
     request();

@@ -36,7 +36,7 @@ constexpr std::int32_t kPerLoop = 3072;
 class APlayback : public testing::Test {
 protected:
     void SetUp() override {
-        writeSound(mLong, {SF_FORMAT_WAV | SF_FORMAT_PCM_16, 8000, 1, 8000 * 60});
+        writeSound(mLong, {SF_FORMAT_WAV | SF_FORMAT_PCM_16, 8000, 1, 480000});
     }
 
     TemporaryDirectory mDirectory;

@@ -13,8 +13,6 @@ public:
         mServer.onOther(Answer::none());
     }
 
-    [[nodiscard]] ScriptedServer& server() { return mServer; }
-
 private:
     ScriptedServer mServer;
 };

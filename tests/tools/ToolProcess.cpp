@@ -89,6 +89,7 @@ public:
 private:
     static std::vector<char*> pointers(std::vector<std::string>& texts) {
         std::vector<char*> all;
+        all.reserve(texts.size() + 1);
         for (std::string& text : texts)
             all.push_back(text.data());
         all.push_back(nullptr);

@@ -56,7 +56,8 @@ Check checkDevice(const char* name, const char* path) {
         check.detail = std::string(path) + ": " + std::strerror(error);
         check.cure = boardIsActive() ? "make room and rights in /dev/shm, or try another --instance"
                      : error == ENOENT
-                         ? "on a desktop install cabinaudio-run beside this program, on the board load the driver"
+                         ? "on a desktop install cabinaudio-run beside this program, on the board "
+                           "load the driver"
                          : "give this user the right to it, or run through cabinaudio-run";
     } else {
         check.detail = std::string(path) +

@@ -100,7 +100,8 @@ public:
     /// @retval AUDIO_BAD_VALUE  outside 0.8 to 1.2
     /// @retval AUDIO_NO_MEMORY  another request of this track is under way
     /// Any other status is the server's, or 1 when the request did not go through. Takes no lock
-    /// and needs no state.
+    /// and needs no state: call it once the ring is there (getTotalBufferSize() is not 0), because
+    /// while it is under way the track cannot ask for an announced ring and stays without.
     int setKeyShift(float key) override;
 
     /// Ends a blocked write, releases the ring, leaves the server. Sends no stop request.
