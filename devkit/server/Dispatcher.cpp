@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <exception>
 #include <vector>
 
 namespace cabinaudio::server {
@@ -45,7 +46,13 @@ void Dispatcher::run(Client& client, const Operation& operation,
     const auto begin = std::chrono::steady_clock::now();
     std::vector<std::uint8_t> reply(operation.replySize);
     Call call{client, mServices};
-    operation.run(call, payload, reply.data());
+    try {
+        operation.run(call, payload, reply.data());
+    } catch (const std::exception& error) {
+        log::error("%s: %s: %s", client.title().c_str(), operation.name, error.what());
+        constexpr std::int32_t status = AUDIO_NO_MEMORY;
+        std::memcpy(reply.data(), &status, sizeof status);
+    }
     client.reply(reply);
     const auto duration = std::chrono::steady_clock::now() - begin;
     mTrace.request(client, operation, payload, reply,

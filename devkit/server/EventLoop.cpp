@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/server/EventLoop.h"
 
+#include "devkit/server/Log.h"
 #include "devkit/server/SystemError.h"
 
 #include <sys/epoll.h>
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <exception>
 #include <utility>
 
 namespace cabinaudio::server {
@@ -47,7 +49,15 @@ void EventLoop::run() {
 void EventLoop::runTasks() {
     const auto tasks = std::exchange(mTasks, {});
     for (const Task& task : tasks) {
+        call(task);
+    }
+}
+
+void EventLoop::call(const Task& task) {
+    try {
         task();
+    } catch (const std::exception& error) {
+        log::error("%s", error.what());
     }
 }
 
@@ -63,7 +73,7 @@ void EventLoop::wait() {
         const auto watch = mWatches.find(number);
         if (watch == mWatches.end()) continue;          // removed by a handler before it
         const Handler handler = watch->second.handler;  // a copy outlives its removal of itself
-        handler(event.events);
+        call([&] { handler(event.events); });
     }
 }
 

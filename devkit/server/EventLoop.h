@@ -12,7 +12,8 @@ namespace cabinaudio::server {
 
 /// The server's one thread waits here. Requests, the mixing clock and commands are handled one
 /// after the other, which is why nothing in the server needs a lock. Not thread-safe; handlers must
-/// not block.
+/// not block. An exception of a handler is logged and ends that handler only: one client's trouble
+/// must not become everybody's.
 class EventLoop {
 public:
     /// Gets the descriptor's EPOLL* events.
@@ -44,6 +45,7 @@ private:
         Handler handler;
     };
 
+    static void call(const Task& task);
     void runTasks();
     void wait();
 

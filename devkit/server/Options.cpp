@@ -11,7 +11,6 @@
 #include <CLI/Formatter.hpp>
 
 #include <cstdio>
-#include <map>
 
 namespace cabinaudio::server {
 namespace {
@@ -26,9 +25,10 @@ std::string checkInstance(const std::string& name) {
 }
 
 void describeOutput(CLI::App& app, Options& options) {
-    app.add_option("--output", options.output,
-                   "Where to play: auto, pulse, alsa[:DEVICE], wav:FILE or null. auto is the first "
-                   "of pulse, alsa and null that works")
+    app.add_option(
+           "--output", options.output,
+           "Where to play: auto, pulse, alsa[:DEVICE], wav:FILE or null. auto, the default, "
+           "is the first of pulse, alsa and null that works")
         ->type_name("WHERE")
         ->check([](const std::string& text) { return checkOutput(text); });
     app.add_option("--rate", options.format.rate, "Sample rate of the output (48000)")
@@ -37,13 +37,14 @@ void describeOutput(CLI::App& app, Options& options) {
     app.add_option("--channels", options.format.channels, "Channels of the output (2)")
         ->type_name("N")
         ->check(CLI::Range(1, 8));
-    const std::map<std::string, SampleType> types = {{"s16", SampleType::S16},
-                                                     {"s24", SampleType::S24},
-                                                     {"s32", SampleType::S32},
-                                                     {"float", SampleType::Float}};
-    app.add_option("--format", options.format.type, "Samples of the output: s16, s24, s32 or float")
+    app.add_option_function<std::string>(
+           "--format",
+           [&options](const std::string& name) { options.format.type = *sampleTypeOf(name); },
+           "Samples of the output: s16, s24, s32 or float (s16)")
         ->type_name("TYPE")
-        ->transform(CLI::CheckedTransformer(types).description(""));
+        ->check([](const std::string& name) {
+            return sampleTypeOf(name) ? "" : "no such samples: " + name;
+        });
 }
 
 void describeStreams(CLI::App& app, Options& options) {

@@ -73,6 +73,7 @@ std::unique_ptr<Output> makeAuto(const std::string&, const OutputFormat& format)
             log::debug("%s", error.what());
         }
     }
+    log::info("no sound card works (-v says why)");
     return makeNull("", format);
 }
 

@@ -143,27 +143,39 @@ std::size_t PlaybackStream::pullDirectly(std::size_t frames) {
     return done;
 }
 
+// The converter swallows all that it is offered and keeps what it cannot use yet. So it is asked
+// for what it still holds, then given what the rest of the output needs, and the ring drains
+// evenly.
 std::size_t PlaybackStream::pullConverted(std::size_t frames) {
-    const StreamFormat& format = mRecord->format;
+    const unsigned channels = mRecord->format.channels;
     std::size_t done = 0;
     StreamRing::View view = mRing->readable();
-    while (done < frames && view.frames > 0) {
-        const std::size_t count = std::min(view.frames, PIECE_FRAMES);
-        decodeSamples(format.bytesPerSample, view.data,
-                      std::span(mInput).first(count * format.channels));
-        const auto progress = mConverter->convert(mInput.data(), count,
-                                                  &mPulled[done * format.channels], frames - done);
-        if (progress.taken == 0 && progress.written == 0) break;
+    while (done < frames) {
+        const std::size_t held = mConverter->takeOut(&mPulled[done * channels], frames - done);
+        done += held;
+        if (done == frames || (held == 0 && view.frames == 0)) break;
+        const std::size_t count = std::min({view.frames, PIECE_FRAMES, inputFor(frames - done)});
+        decodeSamples(mRecord->format.bytesPerSample, view.data,
+                      std::span(mInput).first(count * channels));
+        const auto progress =
+            mConverter->convert(mInput.data(), count, &mPulled[done * channels], frames - done);
+        if (held + progress.taken + progress.written == 0) break;  // or this would go on for ever
         take(view, progress.taken);
         done += progress.written;
         view = mRing->readable();
     }
     if (done < frames && view.frames == 0 && mIsWriteDone) {
-        done += mConverter->flush(&mPulled[done * format.channels], frames - done);
+        done += mConverter->flush(&mPulled[done * channels], frames - done);
         mIsEnded = done < frames;
     }
     mConvertedFrames += done;
     return done;
+}
+
+// Input frames for so many output frames, rounded up.
+std::size_t PlaybackStream::inputFor(std::size_t outputFrames) const {
+    const std::uint64_t scaled = std::uint64_t{outputFrames} * mRecord->format.rate;
+    return static_cast<std::size_t>((scaled + mOutputRate - 1) / mOutputRate);
 }
 
 void PlaybackStream::take(const StreamRing::View& view, std::size_t frames) {

@@ -88,6 +88,7 @@ private:
     std::size_t pull(std::size_t frames);
     std::size_t pullDirectly(std::size_t frames);
     std::size_t pullConverted(std::size_t frames);
+    [[nodiscard]] std::size_t inputFor(std::size_t outputFrames) const;
     void take(const StreamRing::View& view, std::size_t frames);
     void account(std::uint64_t outputFrame, std::uint64_t streamFrame, std::size_t frames);
     void beginSound();

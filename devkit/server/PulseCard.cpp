@@ -35,7 +35,7 @@ public:
         pa_buffer_attr buffer = {};
         buffer.maxlength = buffer.prebuf = buffer.minreq = buffer.fragsize = automatic;
         buffer.tlength =
-            static_cast<std::uint32_t>(pa_usec_to_bytes(CARD_LATENCY_MS * 1000, &spec));
+            static_cast<std::uint32_t>(pa_usec_to_bytes(pa_usec_t{CARD_LATENCY_MS} * 1000, &spec));
         int error = 0;
         mStream.reset(pa_simple_new(nullptr, "cabinaudio-server", PA_STREAM_PLAYBACK, nullptr,
                                     "mix", &spec, nullptr, &buffer, &error));

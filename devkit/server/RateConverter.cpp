@@ -23,6 +23,11 @@ RateConverter::Progress RateConverter::convert(const float* in, std::size_t inFr
     return process(in, inFrames, out, outFrames, false);
 }
 
+std::size_t RateConverter::takeOut(float* out, std::size_t outFrames) {
+    constexpr float none = 0.0F;
+    return process(&none, 0, out, outFrames, false).written;
+}
+
 std::size_t RateConverter::flush(float* out, std::size_t outFrames) {
     constexpr float none = 0.0F;
     return process(&none, 0, out, outFrames, true).written;

@@ -22,8 +22,10 @@ public:
     RateConverter(const RateConverter&) = delete;
     RateConverter& operator=(const RateConverter&) = delete;
 
-    /// Takes and writes as much as it can of both.
+    /// Takes input, also what it cannot use yet, and writes as much as it can.
     Progress convert(const float* in, std::size_t inFrames, float* out, std::size_t outFrames);
+    /// Writes what can be made of input taken before. @return output frames
+    std::size_t takeOut(float* out, std::size_t outFrames);
     /// After the last input: writes what the filter still holds; 0 when nothing is left.
     std::size_t flush(float* out, std::size_t outFrames);
     /// Forgets everything: the next frame is the first of a new sound.

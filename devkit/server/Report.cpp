@@ -17,20 +17,6 @@ namespace {
 
 using nlohmann::json;
 
-const char* nameOf(SampleType type) {
-    switch (type) {
-        case SampleType::S16:
-            return "s16";
-        case SampleType::S24:
-            return "s24";
-        case SampleType::S32:
-            return "s32";
-        case SampleType::Float:
-            break;
-    }
-    return "float";
-}
-
 json describeOutput(const Reported& reported) {
     const Mixer::Counters& counters = reported.mixer.counters();
     return {{"name", reported.output.name()},

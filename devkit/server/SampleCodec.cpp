@@ -29,6 +29,27 @@ void pack24(std::span<const std::int32_t> in, std::uint8_t* out) {
 
 }  // namespace
 
+const char* nameOf(SampleType type) {
+    switch (type) {
+        case SampleType::S16:
+            return "s16";
+        case SampleType::S24:
+            return "s24";
+        case SampleType::S32:
+            return "s32";
+        case SampleType::Float:
+            break;
+    }
+    return "float";
+}
+
+std::optional<SampleType> sampleTypeOf(const std::string& name) {
+    for (const auto type : {SampleType::S16, SampleType::S24, SampleType::S32, SampleType::Float}) {
+        if (name == nameOf(type)) return type;
+    }
+    return std::nullopt;
+}
+
 std::size_t sizeOf(SampleType type) {
     switch (type) {
         case SampleType::S16:

@@ -3,13 +3,20 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace cabinaudio::server {
 
 /// Samples of the output, little-endian; s24 is packed into 3 bytes.
 enum class SampleType { S16, S24, S32, Float };
+
+/// "s16", "s24", "s32", "float".
+const char* nameOf(SampleType type);
+/// The type of such a name.
+std::optional<SampleType> sampleTypeOf(const std::string& name);
 
 /// Bytes of a sample.
 std::size_t sizeOf(SampleType type);

@@ -64,7 +64,9 @@ Server::~Server() {
 }
 
 void Server::run() {
-    log::info("plays to %s", mOutput->name().c_str());
+    const OutputFormat& format = mOptions.format;
+    log::info("plays to %s, %u Hz, %u channel%s, %s", mOutput->name().c_str(), format.rate,
+              format.channels, format.channels == 1 ? "" : "s", nameOf(format.type));
     sayReady();
     mLoop.run();
     mStreams.removeAll();

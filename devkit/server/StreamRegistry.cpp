@@ -35,18 +35,13 @@ std::int32_t StreamRegistry::create(Client& client, const wire::CreateRequest& r
     const auto perLoop =
         static_cast<std::uint32_t>(framesOfPeriod(format->rate) * format->frameBytes());
     const std::uint32_t size = perLoop * mSettings.ringPeriods;
-    const bool isAlternative = request.tag == AUDIO_TAG_ALTERNATIVE;
     StreamRing::Place place;
-    if (!isAlternative) {
+    if (request.tag != AUDIO_TAG_ALTERNATIVE) {
         place = mMemory.allocate(size);
         if (!place) return AUDIO_NO_MEMORY;
     }
-    const std::string object = StreamRing::objectName(client.name(), place);
-    if (isReserved(object) || isTaken(object)) {
-        log::warning("%s: refused, there is a ring \"%s\" already", client.title().c_str(),
-                     printable(object).c_str());
-        return AUDIO_INVALID_OPERATION;
-    }
+    const std::int32_t status = checkRingName(client, StreamRing::objectName(client.name(), place));
+    if (status != AUDIO_NO_ERROR) return status;
     auto ring = std::make_unique<StreamRing>(client.name(), std::move(place), size,
                                              format->frameBytes(), mSettings.onWrite);
     if (!ring->isUsable()) return AUDIO_NO_MEMORY;
@@ -57,6 +52,20 @@ std::int32_t StreamRegistry::create(Client& client, const wire::CreateRequest& r
     return AUDIO_NO_ERROR;
 }
 
+std::int32_t StreamRegistry::checkRingName(const Client& client, const std::string& object) const {
+    if (isReserved(object)) {
+        log::warning("%s: no ring can have this name", client.title().c_str());
+        return AUDIO_BAD_VALUE;
+    }
+    const bool isTaken = std::any_of(mStreams.begin(), mStreams.end(), [&](const auto& stream) {
+        return stream->ring().objectName() == object;
+    });
+    if (!isTaken) return AUDIO_NO_ERROR;
+    log::warning("%s: refused, there is a ring \"%s\" already", client.title().c_str(),
+                 printable(object).c_str());
+    return AUDIO_INVALID_OPERATION;
+}
+
 void StreamRegistry::add(Client& client, const wire::CreateRequest& request,
                          const StreamFormat& format, std::unique_ptr<StreamRing> ring) {
     auto record = std::make_shared<StreamRecord>();
@@ -64,20 +73,16 @@ void StreamRegistry::add(Client& client, const wire::CreateRequest& request,
     record->tag = request.tag;
     record->format = format;
     record->pid = request.pid;
-    auto stem = makeStem(*record);
-    if (mSettings.keepsRecords) mRecords.push_back(record);
     const bool isPhysical = ring->isPhysical();
-    mStreams.push_back(std::make_unique<PlaybackStream>(
-        client, PlaybackStream::Parts{std::move(record), std::move(ring), std::move(stem),
-                                      mSettings.outputRate, mSettings.outputChannels,
-                                      [this] { mOnChange(); }}));
-    if (isPhysical) mStreams.back()->announceRing(mLoop, mSettings.ringDelay);
+    auto stem = makeStem(*record);
+    auto stream = std::make_unique<PlaybackStream>(
+        client,
+        PlaybackStream::Parts{record, std::move(ring), std::move(stem), mSettings.outputRate,
+                              mSettings.outputChannels, [this] { mOnChange(); }});
+    if (isPhysical) stream->announceRing(mLoop, mSettings.ringDelay);
+    mStreams.push_back(std::move(stream));
+    if (mSettings.keepsRecords) mRecords.push_back(std::move(record));
     log::info("%s plays %s", client.title().c_str(), format.text().c_str());
-}
-
-bool StreamRegistry::isTaken(const std::string& object) const {
-    return std::any_of(mStreams.begin(), mStreams.end(),
-                       [&](const auto& stream) { return stream->ring().objectName() == object; });
 }
 
 std::unique_ptr<WavFile> StreamRegistry::makeStem(StreamRecord& record) {

@@ -63,7 +63,7 @@ public:
     }
 
 private:
-    [[nodiscard]] bool isTaken(const std::string& object) const;
+    [[nodiscard]] std::int32_t checkRingName(const Client& client, const std::string& object) const;
     void add(Client& client, const wire::CreateRequest& request, const StreamFormat& format,
              std::unique_ptr<StreamRing> ring);
     std::unique_ptr<WavFile> makeStem(StreamRecord& record);

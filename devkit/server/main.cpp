@@ -34,21 +34,11 @@ void raiseDescriptorLimit() {
     setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-int serve(const Options& options) {
-    try {
-        Server server(options);
-        server.run();
-        return EXIT_DONE;
-    } catch (const std::system_error& error) {
-        if (error.code().value() == EADDRINUSE) {
-            log::error("there is a server%s already", instanceText().c_str());
-        } else {
-            log::error("%s", error.what());
-        }
-    } catch (const std::exception& error) {
-        log::error("%s", error.what());
-    }
-    return EXIT_FAILED;
+void prepareProcess() {
+    std::signal(SIGPIPE, SIG_IGN);
+    raiseDescriptorLimit();
+    captureLibraryLog();
+    memory_fault::install();
 }
 
 int run(int argc, const char* const* argv) {
@@ -64,16 +54,27 @@ int run(int argc, const char* const* argv) {
                    getenv(board::kInstanceVariable));
         return EXIT_USAGE;
     }
-    std::signal(SIGPIPE, SIG_IGN);
-    raiseDescriptorLimit();
-    captureLibraryLog();
-    memory_fault::install();
-    return serve(options);
+    prepareProcess();
+    Server server(options);
+    server.run();
+    return EXIT_DONE;
 }
 
 }  // namespace
 }  // namespace cabinaudio::server
 
 int main(int argc, char** argv) {
-    return cabinaudio::server::run(argc, argv);
+    using namespace cabinaudio::server;
+    try {
+        return run(argc, argv);
+    } catch (const std::system_error& error) {
+        if (error.code().value() == EADDRINUSE) {
+            log::error("there is a server%s already", instanceText().c_str());
+        } else {
+            log::error("%s", error.what());
+        }
+    } catch (const std::exception& error) {
+        log::error("%s", error.what());
+    }
+    return EXIT_FAILED;
 }

@@ -140,7 +140,7 @@ class AMalformedClient : public ::testing::TestWithParam<Offence> {};
 
 TEST_P(AMalformedClient, IsDisconnectedWhileOthersGoOn) {
     RecordingServer recording({"--fast"});
-    const auto samples = noise16(2 * 20000);
+    const auto samples = noise16(40000);
     const auto middle = samples.begin() + 20000;
     Player player("music", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
     RawClient neighbour(AUDIO_CONNECT_VERSION_SETTING, "unkn");

@@ -351,7 +351,7 @@ private:
 
 TEST(ACardOutput, QueuesWhileTheCardIsBusyAndPlaysAllOfIt) {
     ControlledCard::Log log;
-    const std::vector<float> period(2 * 768);
+    const std::vector<float> period(1536);
     {
         CardOutput output(std::make_unique<ControlledCard>(log), OutputFormat());
         for (int i = 0; i < 4; ++i) {
@@ -368,7 +368,7 @@ TEST(ACardOutput, QueuesWhileTheCardIsBusyAndPlaysAllOfIt) {
         EXPECT_TRUE(test::eventually([&] { return output.errors() == 1; }));
         allow(2);
     }
-    EXPECT_EQ(log.written, std::vector<std::size_t>(4, 768 * 4));
+    EXPECT_EQ(log.written, std::vector<std::size_t>(4, 3072));
     EXPECT_EQ(log.drains, 1);
 }
 

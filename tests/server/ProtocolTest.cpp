@@ -262,7 +262,10 @@ TEST_F(AStream, WhoseNameIsNoObjectNameGetsNoRing) {
     RawClient slashes(AUDIO_CONNECT_ALTERNATIVE, "no/such/directory");
     EXPECT_EQ(slashes.create(1, pcm(48000, 2, 16)).status, AUDIO_NO_MEMORY);
     RawClient nameless(AUDIO_CONNECT_ALTERNATIVE, "");
-    EXPECT_NE(nameless.create(1, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
+    EXPECT_EQ(nameless.create(1, pcm(48000, 2, 16)).status, AUDIO_BAD_VALUE);
+    RawClient memory(AUDIO_CONNECT_ALTERNATIVE, "cabinaudio-physmem-0");
+    EXPECT_EQ(memory.create(1, pcm(48000, 2, 16)).status, AUDIO_BAD_VALUE)
+        << "the board's memory lies there";
 }
 
 TEST(TheServersRings, AreAsLongAndAsLateAsItIsTold) {
