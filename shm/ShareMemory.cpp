@@ -64,6 +64,7 @@ bool createShmMap(ShareMemoryHandle* hdl, const char* name) {
     } else if (hdl->type == SHM_TYPE_POSIX_SHM) {
         const int fd = openObject(hdl, AUDIO_LOG_SITE);
         if (fd < 0) return false;
+        // Deliberate: either side sets the length, and the last one's holds.
         const off_t len = off_t{hdl->len} + off_t{sizeof(RingHeader)};
         AUDIO_IGNORE(0==ftruncate(fd, len));
         if (!mapHeader(hdl, fd, len, AUDIO_LOG_SITE)) return false;
@@ -270,9 +271,9 @@ inline int finishWrite(RingHeader& ring, std::uint32_t count) {
     return finishWrite(*hdl->hdr, writeInPieces(hdl, RingState::of(*hdl->hdr), src, len));
 }
 
-/// The value as it is. The compiler does not see how it came about, and so keeps it over the copy
-/// instead of computing its lower half a second time.
-inline std::uint64_t computedOnce(std::uint64_t value) {
+/// The value. The compiler does not see how it came about, and so keeps it over a call instead of
+/// keeping its parts and computing it, or its lower half, a second time.
+inline std::uint64_t asItIs(std::uint64_t value) {
     asm("" : "+r"(value));
     return value;
 }
@@ -351,33 +352,35 @@ __attribute__((no_sanitize("nonnull-attribute"))) int ShareMemoryEx::read(unsign
                                                                           unsigned len) {
     const ShareMemoryHandle* const hdl = mHandle;
     RingHeader& ring = *hdl->ring;
-    const std::uint64_t size = loadRelaxed(ring.size);
-    const std::uint64_t r = loadRelaxed(ring.readOffset);
-    const std::uint64_t w = loadAcquire(ring.writeOffset);
+    const std::uint64_t count = asItIs(len);
+    const std::uint32_t size = loadRelaxed(ring.size);
+    const std::uint32_t r = loadRelaxed(ring.readOffset);
+    const std::uint32_t w = loadAcquire(ring.writeOffset);
     // The short way: a plain ring, and all of `len` lies in one piece between the offsets. This
     // also shows that they are possible ones.
-    const std::uint64_t end = computedOnce(r + len);
+    const std::uint64_t end = asItIs(r + count);
     if (end > w || w >= size || size > hdl->plainLimit) [[unlikely]]
-        return readAnyhow(hdl, dst, len);
-    std::memcpy(dst, dataBehind(ring) + r, len);
+        return readAnyhow(hdl, dst, static_cast<std::uint32_t>(count));
+    std::memcpy(dst, dataBehind(ring) + r, static_cast<std::size_t>(count));
     storeRelease(ring.readOffset, static_cast<std::uint32_t>(end));
-    return finishRead(ring, len);
+    return finishRead(ring, static_cast<std::uint32_t>(count));
 }
 
 __attribute__((no_sanitize("nonnull-attribute"))) int ShareMemoryEx::write(const unsigned char* src,
                                                                            unsigned len) {
     const ShareMemoryHandle* const hdl = mHandle;
     RingHeader& ring = *hdl->ring;
-    const std::uint64_t size = loadRelaxed(ring.size);
-    const std::uint64_t r = loadAcquire(ring.readOffset);
-    const std::uint64_t w = loadRelaxed(ring.writeOffset);
+    const std::uint64_t count = asItIs(len);
+    const std::uint32_t size = loadRelaxed(ring.size);
+    const std::uint32_t r = loadAcquire(ring.readOffset);
+    const std::uint32_t w = loadRelaxed(ring.writeOffset);
     // The short way: a plain ring, and `len` fits behind the data, short of the ring's end.
-    const std::uint64_t end = computedOnce(w + len);
+    const std::uint64_t end = asItIs(w + count);
     if (r > w || end >= size || size > hdl->plainLimit) [[unlikely]]
-        return writeAnyhow(hdl, src, len);
-    std::memcpy(dataBehind(ring) + w, src, len);
+        return writeAnyhow(hdl, src, static_cast<std::uint32_t>(count));
+    std::memcpy(dataBehind(ring) + w, src, static_cast<std::size_t>(count));
     storeRelease(ring.writeOffset, static_cast<std::uint32_t>(end));
-    return finishWrite(ring, len);
+    return finishWrite(ring, static_cast<std::uint32_t>(count));
 }
 
 void ShareMemoryEx::updateReadOffset(unsigned offset) {

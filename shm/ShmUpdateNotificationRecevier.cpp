@@ -32,7 +32,7 @@ void ShmUpdateNotificationRecevier::launch() {
 
 void ShmUpdateNotificationRecevier::run() {
     mBody = pthread_self();
-    receive();
+    if (!receive()) AUDIO_LOGE("sem_wait failed:%s\n", std::strerror(errno));
     if (mLeftToBody) {
         delete this;
         return;
@@ -41,22 +41,13 @@ void ShmUpdateNotificationRecevier::run() {
     futexWake(wordOf(mBodyRuns), FUTEX_WAKE_PRIVATE, INT_MAX);
 }
 
-void ShmUpdateNotificationRecevier::receive() {
-    if (!running()) return;
-    while (waitForPost()) {
-        if (mCallback != nullptr) {
-            // The post may be the owner's, which only ends the wait.
-            if (!running()) return;
-            mCallback->notify();
-        }
-        if (!running()) return;
+bool ShmUpdateNotificationRecevier::receive() {
+    while (running()) {
+        if (cabinaudio::sem_wait(mSem) != 0) return false;
+        // The post may be the owner's, which only ends the wait.
+        if (running() && mCallback != nullptr) mCallback->notify();
     }
-}
-
-bool ShmUpdateNotificationRecevier::waitForPost() {
-    if (cabinaudio::sem_wait(mSem) == 0) return true;
-    AUDIO_LOGE("sem_wait failed:%s\n", std::strerror(errno));
-    return false;
+    return true;
 }
 
 bool ShmUpdateNotificationRecevier::waitForBodysEnd(long ms) {

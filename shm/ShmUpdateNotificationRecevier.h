@@ -37,8 +37,8 @@ public:
     void leaveToBody();
 
 private:
-    void receive();
-    [[nodiscard]] bool waitForPost();
+    /// @return whether it was asked to end; false with errno set when a wait failed
+    bool receive();
 
     cabinaudio::sem_t* mSem;
     ShareMemoryUpdateNotificationCallback* mCallback;

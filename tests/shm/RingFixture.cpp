@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
+#include <thread>
 
 namespace cabinaudio::test {
 
@@ -109,9 +110,22 @@ std::vector<unsigned char> pattern(std::size_t count, unsigned start) {
     return bytes;
 }
 
+namespace {
+
+/// Threads of the process when none of ours runs. A sanitizer adds its own at the first one, and a
+/// joined thread stays visible for a moment.
+std::size_t threadsAtRest() {
+    pid_t id = 0;
+    std::thread([&] { id = gettid(); }).join();
+    const std::string entry = "/proc/self/task/" + std::to_string(id);
+    EXPECT_TRUE(eventually([&] { return access(entry.c_str(), F_OK) != 0; }));
+    return ProcessState::now().threads;
+}
+
+}  // namespace
+
 Ring::Ring() {
-    // Threads that the test before has joined stay visible for a moment.
-    static const std::size_t threads = ProcessState::now().threads;
+    static const std::size_t threads = threadsAtRest();
     EXPECT_TRUE(eventually([] { return ProcessState::now().threads == threads; }));
     const auto* const info = ::testing::UnitTest::GetInstance()->current_test_info();
     mName = std::string(info->name()).substr(0, 40);

@@ -1,29 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cabinaudio/shm/ShareMemory.h>
-
 #include <boost/lockfree/spsc_queue.hpp>
 #include <jack/ringbuffer.h>
 #include <spa/utils/ringbuffer.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <ctime>
 #include <memory>
-#include <string>
 
-// Our ring, its limit and its peers behind one interface: write(src, length), read(dst, length).
-// All of them are used from one thread, and a chunk that was written is read at once.
+// Our ring's limit and its peers behind one interface: write(src, length), read(dst, length). They
+// are used from one thread, and a chunk that was written is read at once.
 
 namespace cabinaudio::bench {
-
-inline void takeTime() {
-    struct timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    asm volatile("" : : "r"(&now) : "memory");
-}
 
 /// The limit: the same bytes into a buffer of the same size and out again.
 class Copies {
@@ -43,20 +33,6 @@ private:
     std::unique_ptr<unsigned char[]> mBuffer;
     std::uint32_t mSize;
     std::uint32_t mAt = 0;
-};
-
-/// Our ring, in one process and without receivers.
-class Ours {
-public:
-    explicit Ours(std::uint32_t size)
-        : mRing(SHM_TYPE_POSIX_SHM, ("cabinaudio-bench-" + std::to_string(getpid())).c_str(),
-                nullptr, size, SHM_MODE_CREATOR, nullptr) {}
-
-    void write(const unsigned char* src, std::uint32_t length) { mRing.write(src, length); }
-    void read(unsigned char* dst, std::uint32_t length) { mRing.read(dst, length); }
-
-private:
-    ShareMemoryEx mRing;
 };
 
 class Jack {
@@ -114,22 +90,6 @@ public:
 
 private:
     boost::lockfree::spsc_queue<unsigned char> mQueue;
-};
-
-/// Takes the time once per write, as our ring does for its header.
-template <typename Ring>
-class Stamped {
-public:
-    explicit Stamped(std::uint32_t size) : mRing(size) {}
-
-    void write(const unsigned char* src, std::uint32_t length) {
-        mRing.write(src, length);
-        takeTime();
-    }
-    void read(unsigned char* dst, std::uint32_t length) { mRing.read(dst, length); }
-
-private:
-    Ring mRing;
 };
 
 }  // namespace cabinaudio::bench

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "bench/ring/Peers.h"
+#include "bench/ring/Stamped.h"
+
+#include <cstdint>
+
+namespace cabinaudio::bench {
+
+/// A stamped ring behind two functions of a shared library, which is how programs reach ours. The
+/// rings of Peers.h are made for it; that of Copies is the least that such a pair of functions can
+/// do.
+template <typename Ring>
+class Called {
+public:
+    explicit Called(std::uint32_t size) : mRing(size) {}
+
+    int write(const unsigned char* src, std::uint32_t length);
+    int read(unsigned char* dst, std::uint32_t length);
+
+private:
+    Stamped<Ring> mRing;
+};
+
+}  // namespace cabinaudio::bench
