@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -33,6 +34,9 @@ int main(int argc, char** argv) {
     const std::string own = "test" + std::to_string(getpid());
     setenv("CABINAUDIO_INSTANCE", own.c_str(), 0);
     __android_log_set_logger([](const struct __android_logger_data*, const char*) {});
+    // A sanitizer starts a thread of its own with the first one of the program; tests that count
+    // threads want it to be there already.
+    std::thread([] {}).join();
     testing::InitGoogleTest(&argc, argv);
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const int result = RUN_ALL_TESTS();
