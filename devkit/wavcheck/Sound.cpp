@@ -30,7 +30,9 @@ int bitsOf(int format) {
 
 Sound readSound(const std::string& path) {
     SndfileHandle file(path);
-    if (!file) throw std::runtime_error(path + ": " + file.strError());
+    // Its operator! does not tell of a file that could not be opened.
+    if (file.error() != SF_ERR_NO_ERROR) throw std::runtime_error(path + ": " + file.strError());
+    if (file.frames() == 0) throw std::runtime_error(path + ": no sound in it");
     Sound sound{file.samplerate(), file.channels(), bitsOf(file.format()), {}};
     const auto samples = static_cast<std::size_t>(file.frames() * file.channels());
     sound.samples.resize(samples);

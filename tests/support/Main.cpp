@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <android/log.h>
 #include <gtest/gtest.h>
-
 #include <unistd.h>
 
 #include <cstdlib>
@@ -14,8 +13,7 @@ namespace {
 /// Removes what the instance has left in shared memory: the stand-in's physical memory, and the
 /// rings of peers that were killed.
 void removeLeftovers(const std::string& instance) {
-    const std::string memory =
-        "cabinaudio-physmem-" + std::to_string(geteuid()) + "-" + instance;
+    const std::string memory = "cabinaudio-physmem-" + std::to_string(geteuid()) + "-" + instance;
     const std::string objects = "cabinaudio." + instance + ".";
     std::error_code gone;
     for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", gone)) {
