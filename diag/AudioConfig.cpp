@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/diag/AudioConfig.h>
+#include <cabinaudio/foundation/AudioMark.h>
 
 #include "diag/ConfigItems.h"
 #include "diag/LineReader.h"
@@ -33,11 +34,13 @@ std::int32_t toNumber(const char* text) {
 
 AudioConfig::AudioConfig(bool readOnly)
     : mReadOnly(readOnly), mLogLevel(AUDIO_LOG_LEVEL_INFO), mEnMark(false), mLock(false) {
+    const AudioMark::AutoMark mark("AudioConfig", __func__, __LINE__);
     const AudioMutex::AutoLock lock(mLock);
     _parseConfigItems();
 }
 
 AudioConfig::~AudioConfig() {
+    const AudioMark::AutoMark mark("AudioConfig", __func__, __LINE__);
     const AudioMutex::AutoLock lock(mLock);
     if (!mReadOnly) _storeConfigItems();
     cabinaudio::clearItems(mDumpItems);
@@ -45,61 +48,73 @@ AudioConfig::~AudioConfig() {
 }
 
 void AudioConfig::setLogLevel(AudioLogLevel level) {
+    const AudioMark::AutoMark mark("AudioConfig", __func__, __LINE__);
     const AudioMutex::AutoLock lock(mLock);
     mLogLevel = level;
 }
 
 AudioLogLevel AudioConfig::getLogLevel() {
+    const AudioMark::AutoMark mark("AudioConfig", __func__, __LINE__);
     const AudioMutex::AutoLock lock(mLock);
     return mLogLevel;
 }
 
 void AudioConfig::setEnMark(bool enMark) {
+    const AudioMark::AutoMark mark("AudioConfig", __func__, __LINE__);
     const AudioMutex::AutoLock lock(mLock);
     mEnMark = enMark;
 }
 
 bool AudioConfig::getEnMark() {
+    const AudioMark::AutoMark mark("AudioConfig", __func__, __LINE__);
     const AudioMutex::AutoLock lock(mLock);
     return mEnMark;
 }
 
 AudioDumpItem* AudioConfig::getDumpItem(const char* tag, const char* usage) {
+    const AudioMark::AutoMark mark("AudioConfig", __func__, __LINE__);
     const AudioMutex::AutoLock lock(mLock);
     return cabinaudio::getItem(mDumpItems, tag, usage, AUDIO_LOG_SITE);
 }
 
 AudioTraceItem* AudioConfig::getTraceItem(const char* tag, const char* usage) {
+    const AudioMark::AutoMark mark("AudioConfig", __func__, __LINE__);
     const AudioMutex::AutoLock lock(mLock);
     return cabinaudio::getItem(mTraceItems, tag, usage, AUDIO_LOG_SITE);
 }
 
 void AudioConfig::addDumpItem(AudioDumpItem& item) noexcept {
+    const AudioMark::AutoMark mark("AudioConfig", __func__, __LINE__);
     const AudioMutex::AutoLock lock(mLock);
     cabinaudio::addItem(mDumpItems, item);
 }
 
 void AudioConfig::addTraceItem(AudioTraceItem& item) noexcept {
+    const AudioMark::AutoMark mark("AudioConfig", __func__, __LINE__);
     const AudioMutex::AutoLock lock(mLock);
     cabinaudio::addItem(mTraceItems, item);
 }
 
 void AudioConfig::removeDumpItem(AudioDumpItem& item) {
+    const AudioMark::AutoMark mark("AudioConfig", __func__, __LINE__);
     const AudioMutex::AutoLock lock(mLock);
     cabinaudio::removeItem(mDumpItems, item);
 }
 
 void AudioConfig::removeTraceItem(AudioTraceItem& item) {
+    const AudioMark::AutoMark mark("AudioConfig", __func__, __LINE__);
     const AudioMutex::AutoLock lock(mLock);
     cabinaudio::removeItem(mTraceItems, item);
 }
 
 void AudioConfig::clearDumpItem() {
+    const AudioMark::AutoMark mark("AudioConfig", __func__, __LINE__);
     const AudioMutex::AutoLock lock(mLock);
     cabinaudio::clearItems(mDumpItems);
 }
 
 void AudioConfig::clearTraceItem() {
+    const AudioMark::AutoMark mark("AudioConfig", __func__, __LINE__);
     const AudioMutex::AutoLock lock(mLock);
     cabinaudio::clearItems(mTraceItems);
 }

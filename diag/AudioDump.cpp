@@ -13,7 +13,7 @@
 #include <cstring>
 #include <new>
 
-AudioDump::AudioDump(AudioTagType tag, const char* name, const char* usage, bool append)
+AudioDump::AudioDump(bool append)
     : mTag{},
       mName{},
       mUsage{},
@@ -21,7 +21,10 @@ AudioDump::AudioDump(AudioTagType tag, const char* name, const char* usage, bool
       mConfig(true),
       mEnabled(false),
       mRunning(true),
-      mLock(false) {
+      mLock(false) {}
+
+AudioDump::AudioDump(AudioTagType tag, const char* name, const char* usage, bool append)
+    : AudioDump(append) {
     const AudioMutex::AutoLock lock(mLock);
     if (name == nullptr || usage == nullptr) {
         AUDIO_LOGE("Invalid params, name=%" PRIXPTR ", usage=%" PRIXPTR ".\n",
@@ -42,15 +45,7 @@ AudioDump::AudioDump(AudioTagType tag, const char* name, const char* usage, bool
     _init(item->outPath, mTag, mName, mUsage, mAppend);
 }
 
-AudioDump::AudioDump(const char* dumpFullPath, const char* desc, bool append)
-    : mTag{},
-      mName{},
-      mUsage{},
-      mAppend(append),
-      mConfig(true),
-      mEnabled(false),
-      mRunning(true),
-      mLock(false) {
+AudioDump::AudioDump(const char* dumpFullPath, const char* desc, bool append) : AudioDump(append) {
     const AudioMutex::AutoLock lock(mLock);
     if (dumpFullPath == nullptr || desc == nullptr) {
         AUDIO_LOGE("Invalid params, dumpFullPath=%" PRIXPTR ", desc=%" PRIXPTR ".\n",

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cabinaudio/foundation/AudioExport.h>
+
 namespace audio {
 
 /// What an application wants to hear of its playback stream.
-class QVAudioTrackCallback {
+class CABINAUDIO_API QVAudioTrackCallback {
 public:
     virtual ~QVAudioTrackCallback() = default;
 
@@ -17,7 +19,7 @@ public:
 /// A playback stream as applications see it. ClientTrack tells threads, waits and states.
 ///
 /// Statuses are those of AudioStatus.h, or what the server answered.
-class QVAudioTrack {
+class CABINAUDIO_API QVAudioTrack {
 public:
     /// Drops what is queued but not played. Only while stopped.
     virtual int clear() = 0;

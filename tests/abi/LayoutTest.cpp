@@ -37,18 +37,6 @@ static_assert(!std::has_virtual_destructor_v<ShareMemoryEx>);
 static_assert(sizeof(ClientVersionSetting) == 2 * sizeof(void*));
 static_assert(sizeof(gmic_gain_table) == 568);
 
-TEST(AStatus, IsThirtyTwoBitsWide) {
-    EXPECT_EQ(sizeof(AudioStatus), 4U);
-    EXPECT_EQ(AUDIO_NO_ERROR, 0);
-    EXPECT_EQ(AUDIO_NOT_CONNECTED, -1000);
-    EXPECT_EQ(AUDIO_NO_MEMORY, -1990);
-    EXPECT_EQ(AUDIO_TIMED_OUT, -2000);
-    EXPECT_EQ(AUDIO_BAD_SEQUENCE, -2992);
-    EXPECT_EQ(AUDIO_BAD_VALUE, -3000);
-    EXPECT_EQ(AUDIO_INVALID_OPERATION, -8000);
-    EXPECT_EQ(AUDIO_INVALID_STATE, -9998);
-}
-
 TEST(AnEnumerationOnTheWire, IsThirtyTwoBitsWide) {
     EXPECT_EQ(sizeof(AudioStreamState), 4U);
     EXPECT_EQ(sizeof(AudioTagType), 4U);

@@ -36,6 +36,8 @@ public:
     void resume(bool on);
 
 private:
+    /// Inert, with the settings read.
+    CABINAUDIO_LOCAL explicit AudioDump(bool append);
     CABINAUDIO_LOCAL void _init(const char* dir, const char* tag, const char* name,
                                 const char* usage, bool append);
     CABINAUDIO_LOCAL void _deinit();

@@ -25,7 +25,7 @@ struct audio_buffer_provider_t {
 };
 
 /// Told about the other side's updates of a ring.
-class ShareMemoryUpdateNotificationCallback {
+class CABINAUDIO_API ShareMemoryUpdateNotificationCallback {
 public:
     virtual ~ShareMemoryUpdateNotificationCallback() = default;
 
