@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "tests/support/ProcessState.h"
+
 #include <android/log.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -23,6 +25,16 @@ void removeLeftovers(const std::string& instance) {
     }
 }
 
+/// A sanitizer starts a thread of its own with the first one of the program; tests that count
+/// threads want it to be there already, and this first one to be gone: in an emulator a thread is
+/// listed for some time after it was joined.
+void startFirstThread() {
+    std::string task;
+    std::thread([&task] { task = "/proc/self/task/" + std::to_string(gettid()); }).join();
+    if (!cabinaudio::test::eventually([&task] { return access(task.c_str(), F_OK) != 0; }))
+        std::abort();
+}
+
 }  // namespace
 
 /// Gives every test process a server name, physical memory and object names of its own, unless the
@@ -32,9 +44,7 @@ int main(int argc, char** argv) {
     const std::string own = "test" + std::to_string(getpid());
     setenv("CABINAUDIO_INSTANCE", own.c_str(), 0);
     __android_log_set_logger([](const struct __android_logger_data*, const char*) {});
-    // A sanitizer starts a thread of its own with the first one of the program; tests that count
-    // threads want it to be there already.
-    std::thread([] {}).join();
+    startFirstThread();
     testing::InitGoogleTest(&argc, argv);
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const int result = RUN_ALL_TESTS();
