@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/client/TrackFixture.h"
+#include "tests/support/ConfigDirectory.h"
 
 #include <unistd.h>
 
-#include <cstdlib>
-#include <cstring>
+#include <filesystem>
+#include <string>
 
 namespace cabinaudio::test {
 namespace {
@@ -187,30 +188,23 @@ TEST_F(AnInitCheck, IsOnlyForAnIdleTrack) {
 class ADumpedTrack : public ATrack {
 protected:
     ADumpedTrack() {
-        char pattern[] = "/tmp/cabinaudio-dump-XXXXXX";
-        directory = mkdtemp(pattern);
-        setenv("CABINAUDIO_CONFIG_DIR", directory.c_str(), 1);
-        std::FILE* const file = std::fopen((directory + "/audio_config").c_str(), "w");
-        std::fprintf(file, "Dump\n tag=alternative\n usage=client\n outPath=%s/pcm\n",
-                     directory.c_str());
-        std::fclose(file);
-    }
-    ~ADumpedTrack() override {
-        unsetenv("CABINAUDIO_CONFIG_DIR");
-        std::system(("rm -r '" + directory + "'").c_str());
+        settings.write("Dump\n tag=alternative\n usage=client\n outPath=" + dumps().string() +
+                       "\n");
     }
 
-    [[nodiscard]] Bytes dumped() const {
-        Bytes bytes;
-        std::FILE* const pipe =
-            popen(("cat '" + directory + "'/pcm/alternative_trk_client_*.pcm").c_str(), "r");
-        for (int byte = std::fgetc(pipe); byte != EOF; byte = std::fgetc(pipe))
-            bytes.push_back(static_cast<std::uint8_t>(byte));
-        pclose(pipe);
+    [[nodiscard]] std::filesystem::path dumps() const { return settings.top() / "pcm"; }
+
+    /// All dumps of the track, one behind the other.
+    [[nodiscard]] std::string dumped() const {
+        std::string bytes;
+        for (const auto& entry : std::filesystem::directory_iterator(dumps())) {
+            EXPECT_EQ(entry.path().filename().string().rfind("alternative_trk_client_", 0), 0U);
+            bytes += contentsOf(entry.path());
+        }
         return bytes;
     }
 
-    std::string directory;
+    ConfigDirectory settings;
 };
 
 TEST_F(ADumpedTrack, LeavesTheBytesThatItWroteInAFile) {
@@ -222,7 +216,7 @@ TEST_F(ADumpedTrack, LeavesTheBytesThatItWroteInAFile) {
     ASSERT_EQ(write(600, true), 600);
     ASSERT_EQ(track->write(data.data() + 600, 400, false), 400);
     track.reset();
-    EXPECT_EQ(dumped(), Bytes(data.begin(), data.begin() + 1000)) << log.dump();
+    EXPECT_EQ(dumped(), std::string(data.begin(), data.begin() + 1000)) << log.dump();
 }
 
 TEST_F(ADumpedTrack, IsDumpedFromItsInitCheckOnOnly) {

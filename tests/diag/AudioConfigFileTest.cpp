@@ -2,7 +2,7 @@
 // What is read from the diagnostics file, and what is written to it.
 #include <cabinaudio/diag/AudioConfig.h>
 
-#include "tests/diag/ConfigDirectory.h"
+#include "tests/support/ConfigDirectory.h"
 #include "tests/support/LogCapture.h"
 
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 // The settings once they are read.
 #include <cabinaudio/diag/AudioConfig.h>
 
-#include "tests/diag/ConfigDirectory.h"
+#include "tests/support/ConfigDirectory.h"
 #include "tests/support/LogCapture.h"
 
 #include <gtest/gtest.h>

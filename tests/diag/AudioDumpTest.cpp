@@ -2,7 +2,7 @@
 #include <cabinaudio/diag/AudioDump.h>
 #include <cabinaudio/foundation/AudioTime.h>
 
-#include "tests/diag/ConfigDirectory.h"
+#include "tests/support/ConfigDirectory.h"
 #include "tests/diag/FrozenClock.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ProcessState.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/diag/AudioOfstream.h>
 
-#include "tests/diag/ConfigDirectory.h"
+#include "tests/support/ConfigDirectory.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

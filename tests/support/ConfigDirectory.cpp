@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/diag/ConfigDirectory.h"
+#include "tests/support/ConfigDirectory.h"
 
 #include "devkit/board/Board.h"
 
