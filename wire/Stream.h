@@ -8,8 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 
-// Requests and notifications of playback streams. Every request payload begins with the function
-// id, every reply body with the status.
+// Requests and notifications of streams. Every request payload begins with the function id, every
+// reply body with the status. Playback and capture number their requests differently.
 namespace cabinaudio::wire {
 
 /// Function ids on the connection of a playback stream.
@@ -18,15 +18,42 @@ enum class StreamFunction : std::uint32_t {
     Stop = 7,
     InitCheck = 8,
     WriteDone = 12,
+    SourceDeactivated = 19,  // a sink has let go of its ring
     GetShareMemory = 20,
     Create = 21,
     SetKeyShift = 22,
+};
+
+/// Function ids on the connection of a capture stream.
+enum class CaptureFunction : std::uint32_t {
+    Create = 2,
+    Start = 6,
+    Stop = 7,
+    SetVolume = 8,
+    GetVolume = 9,
+    InitCheck = 10,
+    GetShareMemory = 18,     // uplink
+    RemoveShareMemory = 19,  // uplink
 };
 
 /// Notifications to a track.
 enum class TrackEvent : std::uint32_t {
     RingReady = 3,
     Finished = 4,
+    Removed = 255,
+};
+
+/// Notifications to a sink. Numbered unlike a track's.
+enum class SinkEvent : std::uint32_t {
+    SourceActivated = 3,
+    SourceDeactivated = 4,
+    Finished = 5,
+    Removed = 255,
+};
+
+/// Notifications to a capture stream.
+enum class CaptureEvent : std::uint32_t {
+    RingState = 2,  // uplink; value 0: the ring is gone, else it is ready
     Removed = 255,
 };
 
@@ -45,7 +72,7 @@ static_assert(Layout<StatusReply>);
 static_assert(sizeof(StatusReply) == 4);
 
 struct CreateRequest {
-    std::uint32_t function;    // 0   StreamFunction::Create
+    std::uint32_t function;    // 0   StreamFunction::Create or CaptureFunction::Create
     std::uint32_t tag;         // 4   AudioTagType
     AudioFormatDesc format;    // 8
     std::int32_t streamParam;  // 32  the application's, forwarded as it is
@@ -60,11 +87,13 @@ static_assert(offsetof(CreateRequest, streamParam) == 32);
 static_assert(offsetof(CreateRequest, pid) == 36);
 
 struct CreateReply {
-    std::int32_t status;       // 0   0 = accepted
-    std::uint32_t spare4;      // 4
-    std::uint32_t ringSize;    // 8   bytes; read by alternative tracks
-    std::int32_t perLoopSize;  // 12  bytes per write step
-    std::uint32_t spare16[3];  // 16
+    std::int32_t status;          // 0   0 = accepted
+    std::uint32_t spare4;         // 4
+    std::uint32_t ringSize;       // 8   bytes; of a ring that needs no announcement
+    std::int32_t perLoopSize;     // 12  bytes per server period
+    std::int32_t perLoopTime;     // 16  capture only
+    std::int32_t perLoopSamples;  // 20  capture only
+    std::uint32_t spare24;        // 24
 };
 static_assert(Layout<CreateReply>);
 static_assert(sizeof(CreateReply) == 28);
@@ -72,9 +101,11 @@ static_assert(offsetof(CreateReply, status) == 0);
 static_assert(offsetof(CreateReply, spare4) == 4);
 static_assert(offsetof(CreateReply, ringSize) == 8);
 static_assert(offsetof(CreateReply, perLoopSize) == 12);
-static_assert(offsetof(CreateReply, spare16) == 16);
+static_assert(offsetof(CreateReply, perLoopTime) == 16);
+static_assert(offsetof(CreateReply, perLoopSamples) == 20);
+static_assert(offsetof(CreateReply, spare24) == 24);
 
-/// Reply to GetShareMemory.
+/// Reply to GetShareMemory of playback and capture.
 struct ShareMemoryReply {
     std::int32_t status;    // 0
     std::uint32_t address;  // 4   physical address of the ring's data

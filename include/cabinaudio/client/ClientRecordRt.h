@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/client/AudioRecord.h>
+#include <cabinaudio/foundation/AudioCondition.h>
+#include <cabinaudio/foundation/AudioExport.h>
+#include <cabinaudio/foundation/AudioMutex.h>
+#include <cabinaudio/foundation/AudioStatus.h>
+#include <cabinaudio/foundation/AudioTypes.h>
+#include <cabinaudio/shm/ShareMemory.h>
+
+#include <atomic>
+#include <cstdint>
+
+class AudioDump;
+class RemoteCall;
+namespace cabinaudio {
+class UseGate;
+}
+
+/// The uplink of a call: linear PCM or coded frames that the server places in a physical ring.
+///
+///     construct -> initCheck -> start -> read ... -> stop -> [clear] -> start ... -> destroy
+///
+/// The ring comes and goes as the server says. A reader never waits for it: while it is away reads
+/// are paced by the clock and give silence (noise of very low level for PCM, stored packets for
+/// mSBC and Opus, nothing for AAC), and once it has delivered they give its data.
+///
+/// AudioFormatDesc::codecType selects what a read gives:
+///
+///     0   linear PCM      as many bytes as asked for
+///     16  AAC             one frame: 3 bytes of LOAS header with the length, then the body
+///     32  Opus            one packet: 8 bytes of header (length, big-endian, and 4 more bytes)
+///                         and the packet
+///     65  mSBC            silence in frames of 57 bytes; live data is refused
+///
+/// **Buffers must hold getTotalBufferSize() bytes, 456 at least, when the stream is coded.** The
+/// byte count of a read says how much has to be there before a frame is taken; it does not limit
+/// the frame, which may be longer.
+///
+/// Threads    Any thread may call; one lock serialises the operations, requests to the server
+///            included. Only one read may wait at a time. The ring is mapped and unmapped on
+///            the notifier thread. The object runs AS-SktWorker, AS-RCNotifier and, while there is
+///            a ring, one named after it.
+/// Blocking   Requests wait for the server's reply without a time limit. A blocking read waits as
+///            long as `bytes` take at the server's pace, and up to 1000 ms for each new piece of
+///            live data. The destructor ends a blocked read and waits up to 500 ms for it.
+/// Errors     No call throws. Every refusal is logged and returned.
+/// A record that the server has removed stays STOPPING: destroy it and build a new one.
+class CABINAUDIO_API ClientRecordRt : public AudioRecord,
+                                      public ShareMemoryUpdateNotificationCallback {
+public:
+    /// Registers with the server and creates the stream; blocks until the server has answered.
+    /// Reports nothing: call initCheck() next.
+    ///
+    /// @param name    of the stream, cut to 63 characters; also names its ring
+    /// @param tag     AUDIO_TAG_UPLINK
+    /// @param format  what will be read
+    ClientRecordRt(const char* name, AudioTagType tag, AudioFormatDesc& format) noexcept;
+    ClientRecordRt(const ClientRecordRt&) = delete;
+    ClientRecordRt& operator=(const ClientRecordRt&) = delete;
+
+    /// Drops what was captured but not read. @retval AUDIO_INVALID_STATE not stopped
+    int clear() override;
+
+    /// Also the origin of the paced silence.
+    /// @retval AUDIO_NO_ERROR       started, or was started already (nothing is sent then)
+    /// @retval AUDIO_INVALID_STATE  not created, or removed by the server
+    /// Any other status is the server's, or 1 when the request did not go through.
+    int start() override;
+
+    /// Ends a blocked read, which then returns AUDIO_INVALID_STATE. Statuses as for start().
+    int stop() override;
+
+    /// Not supported. @return 0
+    int setVolume(int volume) override;
+    /// Not supported. @return 0
+    int getVolume() override;
+
+    /// @return bytes per read step. Takes no lock.
+    int getPerLoopSize() override;
+    /// @return the ring's size in bytes, 0 without a ring. Takes no lock.
+    int getTotalBufferSize() override;
+
+    /// Takes captured data, or silence while there is none.
+    ///
+    /// Blocking: waits until `bytes` bytes are due. Not blocking: takes what is due.
+    ///
+    /// @param buffer  for coded streams see above
+    /// @param bytes   1 or more. A request larger than the ring holds is never met by live data
+    /// @return bytes stored in `buffer`. PCM: `bytes` when blocking, 0 to `bytes` when not. Coded:
+    ///         one frame, or 0
+    /// @retval AUDIO_BAD_VALUE      null buffer or no bytes; live data of a codec that cannot be
+    /// read
+    /// @retval AUDIO_INVALID_STATE  not started, another read waits, live data stayed away for
+    ///                              1000 ms, or stopped, removed or destroyed meanwhile
+    int read(unsigned char* buffer, int bytes, bool isBlock) override;
+
+    /// @return bytes that are due: in the ring, or of silence (two server periods at most); 0 while
+    ///         not started
+    int bytesUsed() override;
+
+    /// Ends a blocked read, releases the ring, leaves the server. Sends no stop request.
+    ~ClientRecordRt() override;
+
+    /// Confirms the stream with the server and begins its diagnostic dump, if one is set up.
+    /// @retval AUDIO_NO_ERROR       usable
+    /// @retval AUDIO_INVALID_STATE  no server, the server refused the stream, or it was started
+    /// Any other status is the server's, or 1 when the request did not go through.
+    int initCheck() override;
+
+    /// The ring's receiver thread calls this after the server has written.
+    void notify() override;
+
+    /// What the server's notifications run into, on the notifier thread: `record` is a
+    /// ClientRecordRt, and null ends the process.
+    static void notifierCallbackFunc(void* record, unsigned msg, unsigned value);
+
+private:
+    CABINAUDIO_LOCAL void init(AudioTagType tag);
+    CABINAUDIO_LOCAL bool createStream(AudioTagType tag);
+    CABINAUDIO_LOCAL bool setUpCodec();
+    CABINAUDIO_LOCAL void onRingState(bool isReady);
+    CABINAUDIO_LOCAL void onRemoved();
+    CABINAUDIO_LOCAL void removeRing();
+    CABINAUDIO_LOCAL void deleteRing(ShareMemoryEx* ring);
+    CABINAUDIO_LOCAL std::int32_t request(std::uint32_t function, bool flag);
+    CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
+
+    // All of these are called with mLock held.
+    CABINAUDIO_LOCAL void initShareMem();
+    CABINAUDIO_LOCAL ShareMemoryEx* unInitShareMem();
+    CABINAUDIO_LOCAL std::int32_t _prepareData(unsigned want, bool isBlock, unsigned& ready);
+    CABINAUDIO_LOCAL std::int32_t waitForData(std::uint64_t timeoutMs, bool forRing, bool& isWoken);
+    CABINAUDIO_LOCAL std::int32_t interruptedWait();
+    CABINAUDIO_LOCAL unsigned pacedBacklog();
+    CABINAUDIO_LOCAL int take(unsigned char* buffer, unsigned ready);
+    CABINAUDIO_LOCAL unsigned _readRawData(unsigned char* buffer, unsigned bytes);
+    CABINAUDIO_LOCAL unsigned _readCodecData(unsigned char* buffer, unsigned bytes);
+    CABINAUDIO_LOCAL unsigned fillSilentData(void* buffer, unsigned bytes);
+    CABINAUDIO_LOCAL unsigned fillNoise(unsigned char* buffer, unsigned bytes);
+
+    AudioDump* mDump;
+    std::uint64_t mCreateTime;     // ms
+    std::uint64_t mUnInitShmTime;  // ms; when the ring went last, 0: never
+    char mName[64];
+    RemoteCall* mRc;
+    AudioStreamState mState;
+    std::atomic<bool> mFirstReadLogged;
+    AudioMutex mLock;
+    AudioFormatDesc mFormat;
+    std::atomic<ShareMemoryEx*> mShareMemory;  // changed under mLock, read without it
+    bool mSourceReady;                         // the ring has met a whole request
+    AudioCondition mCond;
+    bool mIsBlocked;  // a read waits
+    std::uint32_t mBytesPerMSec;
+    std::atomic<std::uint64_t> mTotalReadBytes;  // ever
+    std::atomic<std::uint64_t> mStartTime;       // ms; origin of the pacing
+    std::uint32_t mCacheSizeMax;                 // bytes; cap of the paced backlog
+    std::uint32_t mFrameSize;                    // bytes; 0: each frame tells its own
+    std::uint32_t mPerLoopSamples;
+    std::atomic<std::uint32_t> mPerLoopBytes;
+    std::uint32_t mPerLoopTime;
+    std::uint32_t mHeaderSize;  // bytes
+    std::uint32_t mCodecExtra1;
+    std::uint32_t mCodecExtra2;
+
+    bool mIsBeingDestroyed;              // guarded by mLock
+    AudioMutex mRequestLock;             // one request at a time; taken after mLock, never before
+    cabinaudio::UseGate* mRingVisitors;  // who looks at the ring without mLock
+};
