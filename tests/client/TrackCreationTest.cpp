@@ -12,15 +12,6 @@ namespace {
 
 using ATrackUnderConstruction = ATrack;
 
-/// Little-endian bytes of 32-bit words.
-Bytes bytesOf(std::initializer_list<std::uint32_t> words) {
-    Bytes bytes;
-    for (const std::uint32_t word : words)
-        for (int shift = 0; shift < 32; shift += 8)
-            bytes.push_back(static_cast<std::uint8_t>(word >> shift));
-    return bytes;
-}
-
 TEST_F(ATrackUnderConstruction, RegistersWithItsNameAndTheTypeOfItsTag) {
     makeAuxiliary();
     const std::vector<Request> all = server.requests();

@@ -1,41 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "tests/client/HeldUp.h"
 #include "tests/client/TrackFixture.h"
 #include "tests/support/ProcessState.h"
-
-#include <dlfcn.h>
-#include <pthread.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <new>
 #include <thread>
-
-namespace {
-
-/// A thread that sets this is held up in its next timed wait, whatever signals come, as if the
-/// scheduler had forgotten it.
-thread_local bool tHoldUp = false;
-std::atomic<bool> gHeldUp{false};
-
-}  // namespace
-
-// Stands in front of the C library's function (and of a sanitizer's, which is reached by its
-// second name).
-extern "C" int __interceptor_pthread_cond_timedwait(pthread_cond_t*, pthread_mutex_t*,
-                                                    const struct timespec*) __attribute__((weak));
-extern "C" int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
-                                      const struct timespec* deadline) {
-    using TimedWait = int (*)(pthread_cond_t*, pthread_mutex_t*, const struct timespec*);
-    static const TimedWait next =
-        __interceptor_pthread_cond_timedwait != nullptr
-            ? __interceptor_pthread_cond_timedwait
-            : reinterpret_cast<TimedWait>(dlsym(RTLD_NEXT, "pthread_cond_timedwait"));
-    if (!tHoldUp) return next(condition, mutex, deadline);
-    pthread_mutex_unlock(mutex);
-    gHeldUp = true;
-    for (;;)
-        pause();
-}
 
 namespace cabinaudio::test {
 namespace {
@@ -100,17 +70,16 @@ TEST_F(ATracksDestruction, GivesUpOnAWriterAfterTwoSeconds) {
     // The stuck writer never leaves, so the track's memory has to stay.
     alignas(ClientTrack) static unsigned char place[sizeof(ClientTrack)];
     AudioFormatDesc format = cdFormat();
-    serverRing = std::make_unique<ShareMemoryEx>(SHM_TYPE_POSIX_SHM, "stuck", nullptr, ringSize,
-                                                 SHM_MODE_CREATOR, nullptr);
+    serverRing = posixRing("stuck", ringSize);
     auto* const stuck = new (place) ClientTrack("stuck", AUDIO_TAG_ALTERNATIVE, format, 0);
     ASSERT_EQ(stuck->start(), AUDIO_NO_ERROR);
     ASSERT_EQ(stuck->write(data.data(), 4095, false), 4095);
     static unsigned char byte = 1;
     std::thread([stuck] {
-        tHoldUp = true;
+        holdUpInNextWait();
         (void)stuck->write(&byte, 1, true);
     }).detach();
-    ASSERT_TRUE(eventually([] { return gHeldUp.load(); }));
+    ASSERT_TRUE(eventually(isHeldUp));
     const auto begin = std::chrono::steady_clock::now();
     stuck->~ClientTrack();
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(2000));
@@ -179,10 +148,7 @@ TEST_F(ATracksDestruction, RunsExactlyThreeThreadsUntilThen) {
 TEST_F(ATracksDestruction, SurvivesAStormOfNotifications) {
     acceptStreams(4096, 1024);
     AudioFormatDesc format = cdFormat();
-    serverRing = std::make_unique<ShareMemoryEx>(
-        SHM_TYPE_PHYS_MEM, "trk",
-        reinterpret_cast<const unsigned char*>(std::uintptr_t{RING_ADDRESS}), ringSize,
-        SHM_MODE_CREATOR, nullptr);
+    serverRing = physicalRing("trk", ringSize);
     const ProcessState before = ProcessState::now();
     for (std::size_t round = 0; round < 20; ++round) {
         ClientTrack storm("trk", AUDIO_TAG_AUXILIARY, format, 0);

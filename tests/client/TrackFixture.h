@@ -3,20 +3,14 @@
 
 #include <cabinaudio/client/ClientTrack.h>
 
-#include "tests/support/LogCapture.h"
-#include "tests/support/ScriptedServer.h"
-
-#include <gtest/gtest.h>
+#include "tests/client/StreamFixture.h"
 
 #include <future>
 #include <memory>
-#include <vector>
 
 namespace cabinaudio::test {
 
 constexpr int CREATE = 21;
-constexpr int START = 6;
-constexpr int STOP = 7;
 constexpr int INIT_CHECK = 8;
 constexpr int WRITE_DONE = 12;
 constexpr int GET_RING = 20;
@@ -24,20 +18,9 @@ constexpr int KEY_SHIFT = 22;
 
 constexpr std::uint32_t RING_READY = 3;
 constexpr std::uint32_t FINISHED = 4;
-constexpr std::uint32_t REMOVED = 255;
 
-constexpr int DEBUG = 3;
-constexpr int INFO = 4;
-constexpr int WARN = 5;
-constexpr int ERROR = 6;
-
-constexpr unsigned RING_ADDRESS = 0x100000;
-
-/// Stereo, 16 bits, 48 kHz.
-[[nodiscard]] AudioFormatDesc cdFormat();
-
-/// A track against a scripted server, with the server's end of the ring in the test's hands.
-class ATrack : public ::testing::Test {
+/// A track against a scripted server.
+class ATrack : public AStream {
 protected:
     /// Tells the server how to answer a create request.
     void acceptStreams(unsigned ringSize, int perLoopSize);
@@ -56,16 +39,10 @@ protected:
     /// Fills the ring to the last byte.
     void fillRing();
 
-    /// Starts a blocking write that has to wait, and returns once it does. Of two writes at the
-    /// same time one is refused, which proves that the other one is waiting.
+    /// Starts a blocking write that has to wait, and returns once it does.
     [[nodiscard]] std::future<int> blockedWrite(int bytes);
 
-    ScriptedServer server;
-    LogCapture log;
-    unsigned ringSize = 0;
-    std::unique_ptr<ShareMemoryEx> serverRing;
     std::unique_ptr<ClientTrack> track;
-    std::vector<unsigned char> data = std::vector<unsigned char>(64 * 1024, 0x5a);
 };
 
 }  // namespace cabinaudio::test

@@ -8,13 +8,7 @@ class AnIdleTrack : public ATrack {
 protected:
     AnIdleTrack() { makeAuxiliary(); }
 
-    /// How often a bare request with this id and the flag went out.
-    [[nodiscard]] std::size_t sent(int function) const {
-        std::size_t count = 0;
-        for (const Request& one : server.requests(static_cast<std::uint32_t>(function)))
-            if (one.header.cmd == 198U && one.payload.size() == 4) ++count;
-        return count;
-    }
+    [[nodiscard]] std::size_t sent(int function) const { return ATrack::sent(function, FLAGGED); }
 };
 
 class AnActiveTrack : public AnIdleTrack {

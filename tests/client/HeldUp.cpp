@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/client/HeldUp.h"
+
+#include <dlfcn.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <atomic>
+
+namespace {
+
+thread_local bool tHoldUp = false;
+std::atomic<bool> gHeldUp{false};
+
+}  // namespace
+
+namespace cabinaudio::test {
+
+void holdUpInNextWait() {
+    tHoldUp = true;
+}
+
+bool isHeldUp() {
+    return gHeldUp;
+}
+
+}  // namespace cabinaudio::test
+
+// Stands in front of the C library's function (and of a sanitizer's, which is reached by its
+// second name).
+extern "C" int __interceptor_pthread_cond_timedwait(pthread_cond_t*, pthread_mutex_t*,
+                                                    const struct timespec*) __attribute__((weak));
+extern "C" int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                      const struct timespec* deadline) {
+    using TimedWait = int (*)(pthread_cond_t*, pthread_mutex_t*, const struct timespec*);
+    static const TimedWait next =
+        __interceptor_pthread_cond_timedwait != nullptr
+            ? __interceptor_pthread_cond_timedwait
+            : reinterpret_cast<TimedWait>(dlsym(RTLD_NEXT, "pthread_cond_timedwait"));
+    if (!tHoldUp) return next(condition, mutex, deadline);
+    pthread_mutex_unlock(mutex);
+    gHeldUp = true;
+    for (;;)
+        pause();
+}

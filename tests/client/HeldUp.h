@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+namespace cabinaudio::test {
+
+/// From the next timed wait on a condition on, this thread stands still for good, whatever signals
+/// come, as if the scheduler had forgotten it. It has released the wait's mutex by then.
+void holdUpInNextWait();
+
+/// Whether a thread stands still.
+[[nodiscard]] bool isHeldUp();
+
+}  // namespace cabinaudio::test

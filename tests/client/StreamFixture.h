@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/foundation/AudioTypes.h>
+
+#include "tests/support/LogCapture.h"
+#include "tests/support/ScriptedServer.h"
+#include "tests/support/ServerRing.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <future>
+#include <memory>
+#include <vector>
+
+namespace cabinaudio::test {
+
+constexpr int START = 6;
+constexpr int STOP = 7;
+
+constexpr std::uint32_t REMOVED = 255;
+
+constexpr int DEBUG = 3;
+constexpr int INFO = 4;
+constexpr int WARN = 5;
+constexpr int ERROR = 6;
+
+/// Command words of a request without and with the flag.
+constexpr std::uint32_t PLAIN = 195;
+constexpr std::uint32_t FLAGGED = 198;
+
+/// Stereo, 16 bits, 48 kHz.
+[[nodiscard]] AudioFormatDesc cdFormat();
+
+/// Runs a call that has to wait, and returns once it does. Of two such calls at the same time one
+/// is refused with `refusal`, which proves that the other one is waiting.
+[[nodiscard]] std::future<int> blocked(const std::function<int()>& call, int refusal);
+
+/// Time that goes by.
+class Stopwatch {
+public:
+    [[nodiscard]] long long ms() const {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - mBegin).count();
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    Clock::time_point mBegin = Clock::now();
+};
+
+/// Tests of a stream against a scripted server, with the server's end of the ring in their hands.
+class AStream : public ::testing::Test {
+protected:
+    /// How often a request of this function and payload length went out with this command word.
+    [[nodiscard]] std::size_t sent(int function, std::uint32_t command,
+                                   std::size_t length = 4) const;
+
+    ScriptedServer server;
+    LogCapture log;
+    unsigned ringSize = 0;
+    std::unique_ptr<ShareMemoryEx> serverRing;
+    std::vector<unsigned char> data = std::vector<unsigned char>(64 * 1024, 0x5a);
+};
+
+}  // namespace cabinaudio::test
