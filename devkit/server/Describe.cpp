@@ -7,6 +7,26 @@
 #include "wire/Frame.h"
 
 namespace cabinaudio::server {
+namespace {
+
+// Null for an unknown event.
+const char* wordsOf(wire::TrackEvent event) {
+    if (event == wire::TrackEvent::RingReady) return "ring ready";
+    return event == wire::TrackEvent::Finished ? "finished" : nullptr;
+}
+
+const char* wordsOf(wire::SinkEvent event) {
+    if (event == wire::SinkEvent::SourceActivated) return "source activated";
+    if (event == wire::SinkEvent::SourceDeactivated) return "source deactivated";
+    return event == wire::SinkEvent::Finished ? "finished" : nullptr;
+}
+
+const char* wordsOf(wire::CaptureEvent event, std::uint32_t value) {
+    if (event != wire::CaptureEvent::RingState) return nullptr;
+    return value != 0 ? "ring ready" : "ring gone";
+}
+
+}  // namespace
 
 std::string describe(const wire::FunctionRequest&) {
     return {};
@@ -48,16 +68,24 @@ std::string describe(const AudioFormatDesc& desc) {
 }
 
 std::string describeEvent(audio_connect_type type, std::uint32_t event, std::uint32_t param) {
-    const bool isTrack = type == AUDIO_CONNECT_ALTERNATIVE || type == AUDIO_CONNECT_AUXILIARY ||
-                         type == AUDIO_CONNECT_OUTPUT_INVOCATION;
     if (event == wire::EVENT_SERVER_GONE) return "removed";
-    if (isTrack && event == static_cast<std::uint32_t>(wire::TrackEvent::RingReady)) {
-        return "ring ready";
+    const char* words = nullptr;
+    switch (type) {
+        case AUDIO_CONNECT_MAIN:
+            words = wordsOf(static_cast<wire::SinkEvent>(event));
+            break;
+        case AUDIO_CONNECT_ALTERNATIVE:
+        case AUDIO_CONNECT_AUXILIARY:
+        case AUDIO_CONNECT_OUTPUT_INVOCATION:
+            words = wordsOf(static_cast<wire::TrackEvent>(event));
+            break;
+        case AUDIO_CONNECT_UPLINK:
+            words = wordsOf(static_cast<wire::CaptureEvent>(event), param);
+            break;
+        default:
+            break;
     }
-    if (isTrack && event == static_cast<std::uint32_t>(wire::TrackEvent::Finished)) {
-        return "finished";
-    }
-    return format("notification %u, %u", event, param);
+    return words != nullptr ? words : format("notification %u, %u", event, param);
 }
 
 std::string statusName(std::int32_t status) {

@@ -7,10 +7,12 @@ namespace cabinaudio::server {
 
 std::span<const Operation> operationsOf(audio_connect_type type) {
     switch (type) {
+        case AUDIO_CONNECT_MAIN:
+            return sinkOperations();
         case AUDIO_CONNECT_ALTERNATIVE:
         case AUDIO_CONNECT_AUXILIARY:
         case AUDIO_CONNECT_OUTPUT_INVOCATION:
-            return playbackOperations();
+            return trackOperations();
         case AUDIO_CONNECT_VERSION_SETTING:
             return versionOperations();
         default:

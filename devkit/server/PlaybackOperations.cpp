@@ -51,8 +51,15 @@ std::int32_t setKeyShift(Call& call, const wire::KeyShiftRequest& request, wire:
     return stream != nullptr ? stream->setKeyShift(request.key) : AUDIO_INVALID_STATE;
 }
 
+std::int32_t sourceDeactivated(Call& call, const wire::FunctionRequest&, wire::StatusReply&) {
+    PlaybackStream* stream = streamOf(call);
+    if (stream == nullptr) return AUDIO_INVALID_STATE;
+    call.services.streams.sources().letGo(*stream);
+    return AUDIO_NO_ERROR;
+}
+
 using Id = wire::StreamFunction;
-constexpr std::array OPERATIONS = {
+constexpr std::array TRACK_OPERATIONS = {
     operation<&start>(Id::Start, "start"),
     operation<&stop>(Id::Stop, "stop"),
     operation<&initCheck>(Id::InitCheck, "initCheck"),
@@ -62,10 +69,23 @@ constexpr std::array OPERATIONS = {
     operation<&setKeyShift>(Id::SetKeyShift, "setKeyShift"),
 };
 
+constexpr std::array SINK_OPERATIONS = {
+    operation<&start>(Id::Start, "start"),
+    operation<&stop>(Id::Stop, "stop"),
+    operation<&writeDone>(Id::WriteDone, "writeDone"),
+    operation<&sourceDeactivated>(Id::SourceDeactivated, "sourceDeactivated"),
+    operation<&getShareMemory>(Id::GetShareMemory, "getShareMemory"),
+    operation<&create>(Id::Create, "create"),
+};
+
 }  // namespace
 
-std::span<const Operation> playbackOperations() {
-    return OPERATIONS;
+std::span<const Operation> trackOperations() {
+    return TRACK_OPERATIONS;
+}
+
+std::span<const Operation> sinkOperations() {
+    return SINK_OPERATIONS;
 }
 
 }  // namespace cabinaudio::server

@@ -8,6 +8,7 @@
 namespace cabinaudio::server {
 
 /// Requests of playback streams. Each belongs to the one stream of the client that sends it.
-std::span<const Operation> playbackOperations();
+std::span<const Operation> trackOperations();
+std::span<const Operation> sinkOperations();
 
 }  // namespace cabinaudio::server

@@ -14,12 +14,19 @@ namespace {
 
 constexpr std::size_t PIECE_FRAMES = 1024;
 
+constexpr RingOffer::Notification RING_READY = {
+    static_cast<std::uint32_t>(wire::TrackEvent::RingReady), 0};
+static_assert(RING_READY.event == static_cast<std::uint32_t>(wire::SinkEvent::SourceActivated));
+constexpr RingOffer::Notification RING_GONE = {
+    static_cast<std::uint32_t>(wire::SinkEvent::SourceDeactivated), 0};
+
 }  // namespace
 
-PlaybackStream::PlaybackStream(Client& client, Parts parts)
+PlaybackStream::PlaybackStream(EventLoop& loop, Client& client, Parts parts)
     : mClient(client),
       mRecord(std::move(parts.record)),
       mRing(std::move(parts.ring)),
+      mMakeRing(std::move(parts.makeRing)),
       mStem(std::move(parts.stem)),
       mOutputRate(parts.outputRate),
       mOutputChannels(parts.outputChannels),
@@ -28,6 +35,13 @@ PlaybackStream::PlaybackStream(Client& client, Parts parts)
     const StreamFormat& format = mRecord->format;
     if (format.rate != mOutputRate) mConverter.emplace(format.channels, format.rate, mOutputRate);
     mInput.resize(PIECE_FRAMES * format.channels);
+    if (!mRing->isPhysical()) return;
+    const auto make = [this] {
+        if (!mRing) mRing = mMakeRing();
+        return mRing != nullptr;
+    };
+    mOffer.emplace(loop, mClient, RING_READY, RING_GONE,
+                   RingOffer::Owner{make, [this] { dropRing(); }});
 }
 
 std::int32_t PlaybackStream::start() {
@@ -63,18 +77,32 @@ std::int32_t PlaybackStream::setKeyShift(float key) {
 }
 
 std::int32_t PlaybackStream::getShareMemory(wire::ShareMemoryReply& reply) const {
-    if (!mIsRingAnnounced) return AUDIO_INVALID_STATE;
+    if (!mOffer || !mOffer->canBeShown()) return AUDIO_INVALID_STATE;
     reply.address = mRing->address();
     reply.size = mRing->size();
     return AUDIO_NO_ERROR;
 }
 
-void PlaybackStream::announceRing(EventLoop& loop, std::chrono::milliseconds delay) {
-    mRingTimer = std::make_unique<Timer>(loop, [this](std::uint64_t) {
-        mIsRingAnnounced = true;
-        mClient.notify(static_cast<std::uint32_t>(wire::TrackEvent::RingReady), 0);
-    });
-    mRingTimer->once(delay);
+void PlaybackStream::offerRing(std::chrono::milliseconds delay) {
+    mOffer->offer(delay);
+}
+
+void PlaybackStream::withdrawRing() {
+    mOffer->withdraw();
+    mOnChange();
+}
+
+void PlaybackStream::ringLetGo() {
+    mOffer->letGo();
+    mOnChange();
+}
+
+// After the client has gone from it, so that nothing is queued any more that is not counted.
+void PlaybackStream::dropRing() {
+    mRecord->discardedFrames += mRing->usedFrames();
+    mRing.reset();
+    mHasSounded = false;  // the gap that follows is no underrun
+    beginSound();
 }
 
 void PlaybackStream::sayRemoved() {
@@ -83,6 +111,7 @@ void PlaybackStream::sayRemoved() {
 
 std::size_t PlaybackStream::addTo(std::span<float> mix, std::uint64_t outputFrame, bool isSteady) {
     if (!isActive() || mIsEnded) return 0;
+    if (isCutOff()) return beSilent();
     memory_fault::take();  // one that was not of this stream's making
     const std::size_t wanted = mix.size() / mOutputChannels;
     const bool isDue = !isSteady || isReady(wanted);
@@ -93,6 +122,13 @@ std::size_t PlaybackStream::addTo(std::span<float> mix, std::uint64_t outputFram
         mClient.fail(damage);
     }
     return frames;
+}
+
+// The client was told to throw away what it would still write, so there is nothing to wait for.
+std::size_t PlaybackStream::beSilent() {
+    mFlow = Flow::Dry;
+    mIsEnded = mIsWriteDone;
+    return 0;
 }
 
 std::size_t PlaybackStream::addDue(std::span<float> mix, std::size_t wanted,
@@ -196,7 +232,9 @@ void PlaybackStream::played() {
     if (!mIsEnded || mIsFinished) return;
     mIsFinished = true;
     ++mRecord->finishes;
-    mClient.notify(static_cast<std::uint32_t>(wire::TrackEvent::Finished), 0);
+    mClient.notify(isSink() ? static_cast<std::uint32_t>(wire::SinkEvent::Finished)
+                            : static_cast<std::uint32_t>(wire::TrackEvent::Finished),
+                   0);
 }
 
 // The filter starts anew, so that a sound does not begin with the end of the one before it.

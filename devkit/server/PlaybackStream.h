@@ -6,10 +6,10 @@
 #include "devkit/server/ChannelMatrix.h"
 #include "devkit/server/Client.h"
 #include "devkit/server/RateConverter.h"
+#include "devkit/server/RingOffer.h"
 #include "devkit/server/StreamFormat.h"
 #include "devkit/server/StreamRecord.h"
 #include "devkit/server/StreamRing.h"
-#include "devkit/server/Timer.h"
 #include "devkit/server/WavFile.h"
 #include "wire/Stream.h"
 
@@ -30,12 +30,16 @@ namespace cabinaudio::server {
 ///     ACTIVE --writeDone, then the last sample has been played--> ACTIVE, client told "finished"
 ///
 /// The requests return the status that the client gets. Nothing is read from the ring in IDLE: the
-/// client may clear it then, and what it leaves there is played after the next start.
+/// client may clear it then, and what it leaves there is played after the next start. A sink's ring
+/// comes and goes (see SourceRouting.h); without one the stream is silent, and has nothing left to
+/// be played.
 class PlaybackStream {
 public:
     struct Parts {
         std::shared_ptr<StreamRecord> record;
         std::unique_ptr<StreamRing> ring;
+        /// Makes another ring after a withdrawal; null when there is no memory for it.
+        std::function<std::unique_ptr<StreamRing>()> makeRing;
         std::unique_ptr<WavFile> stem;  // or null
         std::uint32_t outputRate;
         unsigned outputChannels;
@@ -43,7 +47,7 @@ public:
         std::function<void()> onChange;
     };
 
-    PlaybackStream(Client& client, Parts parts);
+    PlaybackStream(EventLoop& loop, Client& client, Parts parts);
     PlaybackStream(const PlaybackStream&) = delete;
     PlaybackStream& operator=(const PlaybackStream&) = delete;
 
@@ -55,9 +59,13 @@ public:
     /// Tells where a physical ring lies; refused before it was announced.
     std::int32_t getShareMemory(wire::ShareMemoryReply& reply) const;
 
-    /// Tells the client after `delay`, and after the reply to the present request, that its
+    /// The client is told after `delay`, and after the reply to the present request, that its
     /// physical ring is there.
-    void announceRing(EventLoop& loop, std::chrono::milliseconds delay);
+    void offerRing(std::chrono::milliseconds delay);
+    /// The client has to let go of its physical ring. What it has queued there is lost.
+    void withdrawRing();
+    /// The client has done so.
+    void ringLetGo();
     /// Tells the client that the stream is gone.
     void sayRemoved();
 
@@ -75,7 +83,11 @@ public:
     // For everybody who looks -------------------------------------------------------
     [[nodiscard]] Client& client() const { return mClient; }
     [[nodiscard]] const StreamRecord& record() const { return *mRecord; }
-    [[nodiscard]] const StreamRing& ring() const { return *mRing; }
+    [[nodiscard]] bool isSink() const { return mRecord->tag == AUDIO_TAG_MAIN; }
+    /// Null while the client has none.
+    [[nodiscard]] const StreamRing* ring() const { return mRing.get(); }
+    /// Null for a POSIX ring, which is no matter of offers.
+    [[nodiscard]] const RingOffer* ringOffer() const { return mOffer ? &*mOffer : nullptr; }
     [[nodiscard]] bool isActive() const { return mState == ACTIVE; }
     [[nodiscard]] bool isWriteDone() const { return mIsWriteDone; }
     [[nodiscard]] float keyShift() const { return mKeyShift; }
@@ -83,6 +95,8 @@ public:
 private:
     enum class Flow { Dry, Filling, Flowing };
 
+    void dropRing();
+    [[nodiscard]] bool isCutOff() const { return !mRing || (mOffer && mOffer->isLettingGo()); }
     bool isReady(std::size_t wantedFrames);
     std::size_t addDue(std::span<float> mix, std::size_t wanted, std::uint64_t outputFrame);
     std::size_t pull(std::size_t frames);
@@ -92,21 +106,22 @@ private:
     void take(const StreamRing::View& view, std::size_t frames);
     void account(std::uint64_t outputFrame, std::uint64_t streamFrame, std::size_t frames);
     void beginSound();
+    std::size_t beSilent();
 
     // Set at construction.
     Client& mClient;
     std::shared_ptr<StreamRecord> mRecord;
     std::unique_ptr<StreamRing> mRing;
+    std::function<std::unique_ptr<StreamRing>()> mMakeRing;
     std::unique_ptr<WavFile> mStem;
     std::uint32_t mOutputRate;
     unsigned mOutputChannels;
     ChannelMatrix mMatrix;
     std::function<void()> mOnChange;
-    std::unique_ptr<Timer> mRingTimer;
+    std::optional<RingOffer> mOffer;  // of a physical ring
 
     std::optional<RateConverter> mConverter;  // where the rates differ
     AudioStreamState mState = IDLE;
-    bool mIsRingAnnounced = false;
     bool mIsWriteDone = false;
     bool mIsEnded = false;     // the last sample has been added to the mix
     bool mIsFinished = false;  // and the client has been told

@@ -39,19 +39,30 @@ json describeRecord(const StreamRecord& record) {
             {"channels", record.format.channels},
             {"bits", record.format.bytesPerSample * 8},
             {"frames", record.frames},
+            {"discarded_frames", record.discardedFrames},
             {"underruns", record.underruns},
             {"finishes", record.finishes}};
 }
 
-json describeStream(const PlaybackStream& stream) {
+void describeRing(const ServerRing* ring, const RingOffer* offer, json& result) {
+    result["ring_bytes"] = ring != nullptr ? ring->size() : 0;
+    if (ring != nullptr && ring->isPhysical()) result["ring_address"] = ring->address();
+    if (offer != nullptr) result["ring"] = offer->stateName();
+}
+
+json describeStream(const Reported& reported, const PlaybackStream& stream) {
     json result = describeRecord(stream.record());
+    result["kind"] = stream.isSink() ? "sink" : "track";
     result["state"] = stream.isActive() ? "active" : "idle";
     result["write_done"] = stream.isWriteDone();
     result["key_shift"] = stream.keyShift();
-    result["ring_bytes"] = stream.ring().size();
-    result["queued_frames"] = stream.ring().usedFrames();
-    result["queued_ms"] = stream.ring().usedFrames() * 1000 / stream.record().format.rate;
-    if (stream.ring().isPhysical()) result["ring_address"] = stream.ring().address();
+    const std::size_t queued = stream.ring() != nullptr ? stream.ring()->usedFrames() : 0;
+    result["queued_frames"] = queued;
+    result["queued_ms"] = queued * 1000 / stream.record().format.rate;
+    describeRing(stream.ring(), stream.ringOffer(), result);
+    if (stream.isSink()) {
+        result["source"] = reported.streams.sources().active() == &stream ? "active" : "withdrawn";
+    }
     return result;
 }
 
@@ -80,7 +91,7 @@ json stateOf(const Reported& reported, const std::vector<std::unique_ptr<Client>
     }
     result["streams"] = json::array();
     for (const auto& stream : reported.streams.streams()) {
-        result["streams"].push_back(describeStream(*stream));
+        result["streams"].push_back(describeStream(reported, *stream));
     }
     return result;
 }

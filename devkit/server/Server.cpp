@@ -5,6 +5,7 @@
 #include "devkit/server/Log.h"
 #include "devkit/server/OutputFactory.h"
 #include "devkit/server/PhysicalMemory.h"
+#include "devkit/server/Text.h"
 #include "wire/Frame.h"
 
 #include <nlohmann/json.hpp>
@@ -46,7 +47,7 @@ Server::Server(const Options& options)
       mOutput(makeOutput(options.output, options.format)),
       mWaker(options.isFast ? std::make_optional<Waker>(mLoop, [this] { mMixer.update(); })
                             : std::nullopt),
-      mStreams(mLoop, streamSettings(options, mWaker ? &*mWaker : nullptr)),
+      mStreams(mLoop, mPlaces, streamSettings(options, mWaker ? &*mWaker : nullptr)),
       mMixer(mLoop, mStreams, *mOutput, options.format,
              options.isFast ? Mixer::Pace::Fast : Mixer::Pace::Steady),
       mDispatcher({mStreams}, mTrace) {
@@ -86,6 +87,20 @@ void Server::addCommands() {
     mCommands.add("state",
                   [this](const std::string&) { return textOf(stateOf(reported(), mClients)); });
     mCommands.add("stream remove", [this](const std::string& name) { return removeStream(name); });
+    mCommands.add("source activate", [this](const std::string& name) {
+        return withSink(name, [this](PlaybackStream& sink) { mStreams.sources().activate(sink); });
+    });
+    mCommands.add("source withdraw", [this](const std::string& name) {
+        return withSink(name, [this](PlaybackStream& sink) { mStreams.sources().withdraw(sink); });
+    });
+}
+
+std::string Server::withSink(const std::string& name,
+                             const std::function<void(PlaybackStream& sink)>& act) {
+    PlaybackStream* sink = mStreams.findSink(name);
+    if (sink == nullptr) return "error: no sink \"" + printable(name) + "\"";
+    act(*sink);
+    return "ok";
 }
 
 std::string Server::removeStream(const std::string& name) {

@@ -12,11 +12,13 @@
 #include "devkit/server/Options.h"
 #include "devkit/server/Output.h"
 #include "devkit/server/Report.h"
+#include "devkit/server/RingPlaces.h"
 #include "devkit/server/StreamRegistry.h"
 #include "devkit/server/Trace.h"
 #include "devkit/server/Waker.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -48,6 +50,8 @@ private:
     void addClient(UniqueFd socket);
     void addCommands();
     std::string removeStream(const std::string& name);
+    std::string withSink(const std::string& name,
+                         const std::function<void(PlaybackStream& sink)>& act);
     void erase(const Client& client);
     void sayReady() const;
     [[nodiscard]] Reported reported() const {
@@ -65,6 +69,7 @@ private:
     ControlSocket mControl;
     std::unique_ptr<Output> mOutput;
     std::optional<Waker> mWaker;  // when there is no clock
+    RingPlaces mPlaces;
     StreamRegistry mStreams;
     Mixer mMixer;
     Dispatcher mDispatcher;

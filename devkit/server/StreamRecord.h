@@ -22,11 +22,12 @@ struct StreamRecord {
     std::uint32_t tag;
     StreamFormat format;
     std::int32_t pid;
-    std::string stem;               // file that got its frames, if any
-    std::uint64_t frames = 0;       // taken from the ring
-    std::uint64_t underruns = 0;    // gaps with sound on both sides
-    std::uint32_t finishes = 0;     // times the end of the data was reached
-    std::vector<Segment> segments;  // neighbours that touch are one
+    std::string stem;                   // file that got its frames, if any
+    std::uint64_t frames = 0;           // taken from the ring
+    std::uint64_t discardedFrames = 0;  // left in rings that were withdrawn
+    std::uint64_t underruns = 0;        // gaps with sound on both sides
+    std::uint32_t finishes = 0;         // times the end of the data was reached
+    std::vector<Segment> segments;      // neighbours that touch are one
 
     /// `outputFrames` frames of the stream lie at `outputFrame` now.
     /// @param isContinued  they follow in the stream what was added before

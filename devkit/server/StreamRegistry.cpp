@@ -14,17 +14,9 @@
 #include <utility>
 
 namespace cabinaudio::server {
-namespace {
 
-// The board stand-in keeps the physical memory beside the rings.
-bool isReserved(const std::string& object) {
-    return object.empty() || object.rfind("cabinaudio-physmem", 0) == 0;
-}
-
-}  // namespace
-
-StreamRegistry::StreamRegistry(EventLoop& loop, Settings settings)
-    : mLoop(loop), mSettings(std::move(settings)) {}
+StreamRegistry::StreamRegistry(EventLoop& loop, RingPlaces& places, Settings settings)
+    : mLoop(loop), mSettings(std::move(settings)), mPlaces(places), mSources(mSettings.ringDelay) {}
 
 std::int32_t StreamRegistry::create(Client& client, const wire::CreateRequest& request,
                                     wire::CreateReply& reply) {
@@ -35,16 +27,9 @@ std::int32_t StreamRegistry::create(Client& client, const wire::CreateRequest& r
     const auto perLoop =
         static_cast<std::uint32_t>(framesOfPeriod(format->rate) * format->frameBytes());
     const std::uint32_t size = perLoop * mSettings.ringPeriods;
-    StreamRing::Place place;
-    if (request.tag != AUDIO_TAG_ALTERNATIVE) {
-        place = mMemory.allocate(size);
-        if (!place) return AUDIO_NO_MEMORY;
-    }
-    const std::int32_t status = checkRingName(client, StreamRing::objectName(client.name(), place));
+    std::unique_ptr<StreamRing> ring;
+    const std::int32_t status = makeRing(client, size, format->frameBytes(), ring);
     if (status != AUDIO_NO_ERROR) return status;
-    auto ring = std::make_unique<StreamRing>(client.name(), std::move(place), size,
-                                             format->frameBytes(), mSettings.onWrite);
-    if (!ring->isUsable()) return AUDIO_NO_MEMORY;
 
     add(client, request, *format, std::move(ring));
     reply.ringSize = size;
@@ -52,18 +37,17 @@ std::int32_t StreamRegistry::create(Client& client, const wire::CreateRequest& r
     return AUDIO_NO_ERROR;
 }
 
-std::int32_t StreamRegistry::checkRingName(const Client& client, const std::string& object) const {
-    if (isReserved(object)) {
-        log::warning("%s: no ring can have this name", client.title().c_str());
-        return AUDIO_BAD_VALUE;
-    }
-    const bool isTaken = std::any_of(mStreams.begin(), mStreams.end(), [&](const auto& stream) {
-        return stream->ring().objectName() == object;
-    });
-    if (!isTaken) return AUDIO_NO_ERROR;
-    log::warning("%s: refused, there is a ring \"%s\" already", client.title().c_str(),
-                 printable(object).c_str());
-    return AUDIO_INVALID_OPERATION;
+std::int32_t StreamRegistry::makeRing(const Client& client, std::uint32_t size,
+                                      std::size_t frameBytes, std::unique_ptr<StreamRing>& ring) {
+    const RingKind kind =
+        client.type() == AUDIO_CONNECT_ALTERNATIVE ? RingKind::Posix : RingKind::Physical;
+    std::optional<RingPlace> place;
+    const std::int32_t status = mPlaces.reserve(client, kind, size, place);
+    if (status != AUDIO_NO_ERROR) return status;
+    auto made = std::make_unique<StreamRing>(std::move(*place), frameBytes, mSettings.onWrite);
+    if (!made->isUsable()) return AUDIO_NO_MEMORY;
+    ring = std::move(made);
+    return AUDIO_NO_ERROR;
 }
 
 void StreamRegistry::add(Client& client, const wire::CreateRequest& request,
@@ -73,16 +57,28 @@ void StreamRegistry::add(Client& client, const wire::CreateRequest& request,
     record->tag = request.tag;
     record->format = format;
     record->pid = request.pid;
-    const bool isPhysical = ring->isPhysical();
+    auto makeAnother = [this, &client, size = ring->size(), frameBytes = format.frameBytes()] {
+        std::unique_ptr<StreamRing> another;
+        makeRing(client, size, frameBytes, another);
+        return another;
+    };
     auto stem = makeStem(*record);
-    auto stream = std::make_unique<PlaybackStream>(
-        client,
-        PlaybackStream::Parts{record, std::move(ring), std::move(stem), mSettings.outputRate,
-                              mSettings.outputChannels, [this] { mOnChange(); }});
-    if (isPhysical) stream->announceRing(mLoop, mSettings.ringDelay);
-    mStreams.push_back(std::move(stream));
+    mStreams.push_back(std::make_unique<PlaybackStream>(
+        mLoop, client,
+        PlaybackStream::Parts{record, std::move(ring), std::move(makeAnother), std::move(stem),
+                              mSettings.outputRate, mSettings.outputChannels,
+                              [this] { mOnChange(); }}));
+    offerRing(*mStreams.back());
     if (mSettings.keepsRecords) mRecords.push_back(std::move(record));
     log::info("%s plays %s", client.title().c_str(), format.text().c_str());
+}
+
+void StreamRegistry::offerRing(PlaybackStream& stream) {
+    if (stream.isSink()) {
+        mSources.activate(stream);
+    } else if (stream.ringOffer() != nullptr) {
+        stream.offerRing(mSettings.ringDelay);
+    }
 }
 
 std::unique_ptr<WavFile> StreamRegistry::makeStem(StreamRecord& record) {
@@ -117,6 +113,13 @@ PlaybackStream* StreamRegistry::find(const std::string& name) const {
     return found != mStreams.end() ? found->get() : nullptr;
 }
 
+PlaybackStream* StreamRegistry::findSink(const std::string& name) const {
+    const auto found = std::find_if(mStreams.begin(), mStreams.end(), [&](const auto& stream) {
+        return stream->isSink() && stream->record().name == name;
+    });
+    return found != mStreams.end() ? found->get() : nullptr;
+}
+
 void StreamRegistry::clientGone(const Client& client) {
     if (const PlaybackStream* stream = find(client)) erase(*stream);
 }
@@ -134,7 +137,13 @@ void StreamRegistry::removeAll() {
 }
 
 void StreamRegistry::erase(const PlaybackStream& stream) {
-    std::erase_if(mStreams, [&](const auto& candidate) { return candidate.get() == &stream; });
+    const auto found = std::find_if(mStreams.begin(), mStreams.end(), [&](const auto& candidate) {
+        return candidate.get() == &stream;
+    });
+    // Kept until the routing has told the others.
+    const std::unique_ptr<PlaybackStream> gone = std::move(*found);
+    mStreams.erase(found);
+    if (gone->isSink()) mSources.forget(*gone);
     mOnChange();
 }
 

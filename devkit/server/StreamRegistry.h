@@ -4,8 +4,9 @@
 #include <cabinaudio/shm/ShareMemory.h>
 
 #include "devkit/server/EventLoop.h"
-#include "devkit/server/PhysicalMemory.h"
 #include "devkit/server/PlaybackStream.h"
+#include "devkit/server/RingPlaces.h"
+#include "devkit/server/SourceRouting.h"
 #include "devkit/server/StreamRecord.h"
 #include "wire/Stream.h"
 
@@ -35,7 +36,7 @@ public:
         ShareMemoryUpdateNotificationCallback* onWrite = nullptr;
     };
 
-    StreamRegistry(EventLoop& loop, Settings settings);
+    StreamRegistry(EventLoop& loop, RingPlaces& places, Settings settings);
 
     /// Called whenever there may be something new to be played, or nothing any more.
     void setOnChange(std::function<void()> onChange) { mOnChange = std::move(onChange); }
@@ -48,6 +49,11 @@ public:
     [[nodiscard]] PlaybackStream* find(const Client& client) const;
     /// The oldest stream of a client of this name, or null.
     [[nodiscard]] PlaybackStream* find(const std::string& name) const;
+
+    /// The oldest sink of a client of this name, or null.
+    [[nodiscard]] PlaybackStream* findSink(const std::string& name) const;
+    [[nodiscard]] SourceRouting& sources() { return mSources; }
+    [[nodiscard]] const SourceRouting& sources() const { return mSources; }
 
     /// The client has gone: its stream goes too, if it has one.
     void clientGone(const Client& client);
@@ -63,16 +69,19 @@ public:
     }
 
 private:
-    [[nodiscard]] std::int32_t checkRingName(const Client& client, const std::string& object) const;
+    std::int32_t makeRing(const Client& client, std::uint32_t size, std::size_t frameBytes,
+                          std::unique_ptr<StreamRing>& ring);
     void add(Client& client, const wire::CreateRequest& request, const StreamFormat& format,
              std::unique_ptr<StreamRing> ring);
+    void offerRing(PlaybackStream& stream);
     std::unique_ptr<WavFile> makeStem(StreamRecord& record);
     void erase(const PlaybackStream& stream);
 
     EventLoop& mLoop;
     Settings mSettings;
     std::function<void()> mOnChange;
-    PhysicalMemory mMemory;  // outlives the rings
+    RingPlaces& mPlaces;
+    SourceRouting mSources;
     Streams mStreams;
     std::vector<std::shared_ptr<StreamRecord>> mRecords;
     std::set<std::string> mStemNames;

@@ -9,10 +9,10 @@
 #include "devkit/server/OutputFactory.h"
 #include "devkit/server/Period.h"
 #include "devkit/server/PhysicalMemory.h"
+#include "devkit/server/RingPlaces.h"
 #include "devkit/server/SampleCodec.h"
 #include "devkit/server/StreamFormat.h"
 #include "devkit/server/StreamRecord.h"
-#include "devkit/server/StreamRing.h"
 #include "devkit/server/Text.h"
 #include "devkit/server/Timer.h"
 #include "devkit/server/Waker.h"
@@ -194,14 +194,14 @@ TEST(ThePhysicalMemory, IsZeroForItsNextOwner) {
     PhysicalMemory::remove();
 }
 
-TEST(AStreamRing, HasTheLibrarysObjectName) {
+TEST(ARing, HasTheLibrarysObjectName) {
     PhysicalMemory memory;
-    const StreamRing::Place physical = memory.allocate(4096);
-    EXPECT_EQ(StreamRing::objectName("trk", {}), "trk");
-    EXPECT_EQ(StreamRing::objectName("//trk", {}), "trk");
-    EXPECT_EQ(StreamRing::objectName("/", {}), "");
-    EXPECT_EQ(StreamRing::objectName("trk", physical), "trk_0x40000000");
-    EXPECT_EQ(StreamRing::objectName(std::string(63, 'x'), physical), std::string(63, 'x'));
+    const RingPlace::Memory physical = memory.allocate(4096);
+    EXPECT_EQ(RingPlace::objectName("trk", {}), "trk");
+    EXPECT_EQ(RingPlace::objectName("//trk", {}), "trk");
+    EXPECT_EQ(RingPlace::objectName("/", {}), "");
+    EXPECT_EQ(RingPlace::objectName("trk", physical), "trk_0x40000000");
+    EXPECT_EQ(RingPlace::objectName(std::string(63, 'x'), physical), std::string(63, 'x'));
 }
 
 TEST(AStreamRecord, JoinsRunsThatTouch) {

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/server/Client.h"
+#include "devkit/server/PhysicalMemory.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+
+namespace cabinaudio::server {
+
+enum class RingKind {
+    Posix,     // the client opens it by its name
+    Physical,  // announced to the client, which asks for its address
+};
+
+/// Where a ring is to be: its object's name and its memory, both given back at the end.
+class RingPlace {
+public:
+    using Memory = std::optional<PhysicalMemory::Range>;
+    using Names = std::set<std::string>;
+
+    RingPlace(std::string name, std::uint32_t size, Memory memory, Names& names);
+    RingPlace(RingPlace&&) = default;
+    RingPlace& operator=(RingPlace&&) = delete;
+
+    /// As the client gave it; objectName() is made of it.
+    [[nodiscard]] const std::string& name() const { return mName; }
+    /// Bytes.
+    [[nodiscard]] std::uint32_t size() const { return mSize; }
+    [[nodiscard]] const std::string& objectName() const { return *mObjectName; }
+    [[nodiscard]] bool isPhysical() const { return mMemory.has_value(); }
+    /// Physical address of the data, 0 for a POSIX ring.
+    [[nodiscard]] std::uint32_t address() const { return mMemory ? mMemory->address() : 0; }
+
+    /// Name of the shared-memory object of such a ring, without leading slashes. Two rings with one
+    /// object name would destroy each other.
+    [[nodiscard]] static std::string objectName(const std::string& name, const Memory& memory);
+
+private:
+    struct Release {
+        Names* names;
+        void operator()(const std::string* name) const;
+    };
+
+    std::string mName;
+    std::uint32_t mSize;
+    Memory mMemory;
+    std::unique_ptr<const std::string, Release> mObjectName;
+};
+
+/// Finds places for the rings of all streams. Outlives the rings.
+class RingPlaces {
+public:
+    /// @return the status; `place` is set when it is AUDIO_NO_ERROR
+    std::int32_t reserve(const Client& client, RingKind kind, std::uint32_t size,
+                         std::optional<RingPlace>& place);
+
+private:
+    PhysicalMemory mMemory;
+    RingPlace::Names mNames;
+};
+
+}  // namespace cabinaudio::server

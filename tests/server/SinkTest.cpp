@@ -1,0 +1,290 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Sinks as the server routes them: who is the source of the main output, and what becomes of rings
+// that are withdrawn.
+#include <cabinaudio/foundation/AudioStatus.h>
+#include <cabinaudio/foundation/AudioTime.h>
+#include <cabinaudio/shm/ShareMemory.h>
+
+#include "tests/server/Playing.h"
+#include "tests/server/RawClient.h"
+#include "tests/support/ProcessState.h"
+#include "tests/support/RealServer.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace cabinaudio::test {
+namespace {
+
+using Function = wire::StreamFunction;
+using ::testing::HasSubstr;
+
+constexpr std::uint32_t ACTIVATED = 3;
+constexpr std::uint32_t DEACTIVATED = 4;
+constexpr std::uint32_t FINISHED = 5;
+constexpr std::uint32_t REMOVED = 255;
+
+/// A sink without the library.
+class RawSink {
+public:
+    explicit RawSink(const std::string& name, const AudioFormatDesc& format = pcm(48000, 2, 16))
+        : mName(name), mClient(AUDIO_CONNECT_MAIN, name) {
+        mStatus = mClient.create(AUDIO_TAG_MAIN, format).status;
+    }
+
+    RawClient& client() { return mClient; }
+    std::int32_t creation() const { return mStatus; }
+    std::uint32_t event() { return mClient.notification().event; }
+
+    wire::ShareMemoryReply memory() {
+        return mClient.call<wire::ShareMemoryReply>(
+            wire::FunctionRequest{static_cast<std::uint32_t>(Function::GetShareMemory)});
+    }
+    /// Asks for the ring and maps it. @return whether there is one
+    bool map() {
+        const auto reply = memory();
+        if (reply.status != AUDIO_NO_ERROR) return false;
+        const auto address = static_cast<std::uintptr_t>(reply.address);
+        mRing = std::make_unique<ShareMemoryEx>(SHM_TYPE_PHYS_MEM, mName.c_str(),
+                                                reinterpret_cast<const unsigned char*>(address),
+                                                reply.size, 0, nullptr);
+        return mRing->isUsable();
+    }
+    /// @return frames of 4 bytes taken
+    std::size_t write(std::vector<std::int16_t> samples) {
+        return static_cast<std::size_t>(
+                   mRing->write(bytesPointer(samples), static_cast<unsigned>(byteCount(samples)))) /
+               4;
+    }
+    std::int32_t letGo() {
+        mRing.reset();
+        return mClient.status(Function::SourceDeactivated);
+    }
+
+private:
+    std::string mName;
+    RawClient mClient;
+    std::int32_t mStatus;
+    std::unique_ptr<ShareMemoryEx> mRing;
+};
+
+nlohmann::json streamOf(const RealServer& server, const std::string& name) {
+    const auto state = nlohmann::json::parse(server.command("state"));
+    for (const auto& stream : state.at("streams")) {
+        if (stream.at("name") == name) return stream;
+    }
+    throw std::runtime_error("no stream " + name);
+}
+
+class ASink : public ::testing::Test {
+protected:
+    RealServer server{{"--output", "null"}};
+};
+
+TEST_F(ASink, IsToldThatItIsTheSourceAndShownItsRing) {
+    RawSink sink("music");
+    ASSERT_EQ(sink.creation(), AUDIO_NO_ERROR);
+    const SocketFrameHeader told = sink.client().notification();
+    EXPECT_EQ(told.event, ACTIVATED);
+    EXPECT_EQ(told.param, 0U);
+    const auto memory = sink.memory();
+    EXPECT_EQ(memory.status, AUDIO_NO_ERROR);
+    EXPECT_EQ(memory.size, 8 * 768 * 4U);
+    const auto state = streamOf(server, "music");
+    EXPECT_EQ(state.at("kind"), "sink");
+    EXPECT_EQ(state.at("source"), "active");
+    EXPECT_EQ(state.at("ring"), "offered");
+    EXPECT_EQ(state.at("ring_address"), memory.address);
+}
+
+TEST_F(ASink, KnowsNeitherInitCheckNorKeyShift) {
+    RawSink sink("music");
+    EXPECT_EQ(sink.client().status(Function::InitCheck), AUDIO_INVALID_OPERATION);
+    EXPECT_EQ(sink.client().status(Function::SetKeyShift), AUDIO_INVALID_OPERATION);
+}
+
+TEST_F(ASink, IsTheSourceWhenItIsTheNewest) {
+    RawSink first("first");
+    ASSERT_EQ(first.event(), ACTIVATED);
+    {
+        RawSink second("second");
+        EXPECT_EQ(first.event(), DEACTIVATED);
+        EXPECT_EQ(second.event(), ACTIVATED);
+        EXPECT_EQ(streamOf(server, "first").at("source"), "withdrawn");
+        EXPECT_EQ(streamOf(server, "second").at("source"), "active");
+        EXPECT_EQ(first.letGo(), AUDIO_NO_ERROR);
+        EXPECT_FALSE(first.map());
+    }
+    EXPECT_EQ(first.event(), ACTIVATED) << "the newest one has gone";
+    EXPECT_TRUE(first.map());
+}
+
+TEST_F(ASink, KeepsItsRingUntilItHasLetGo) {
+    RawSink sink("music");
+    ASSERT_EQ(sink.event(), ACTIVATED);
+    ASSERT_TRUE(sink.map());
+    const auto address = sink.memory().address;
+    ASSERT_EQ(server.command("source withdraw music"), "ok");
+    EXPECT_EQ(sink.event(), DEACTIVATED);
+    EXPECT_EQ(streamOf(server, "music").at("ring"), "letting go");
+    EXPECT_EQ(sink.memory().address, address) << "the answer to a question asked before";
+
+    RawClient other(AUDIO_CONNECT_AUXILIARY, "prompt");
+    ASSERT_EQ(other.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
+    EXPECT_NE(streamOf(server, "prompt").at("ring_address"), address);
+
+    EXPECT_EQ(sink.letGo(), AUDIO_NO_ERROR);
+    const auto state = streamOf(server, "music");
+    EXPECT_EQ(state.at("ring"), "away");
+    EXPECT_EQ(state.at("ring_bytes"), 0);
+    RawClient third(AUDIO_CONNECT_AUXILIARY, "third");
+    ASSERT_EQ(third.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
+    EXPECT_EQ(streamOf(server, "third").at("ring_address"), address) << "free again";
+}
+
+TEST_F(ASink, IsActivatedAgainOnlyWhenItHasLetGo) {
+    RawSink sink("music");
+    ASSERT_EQ(sink.event(), ACTIVATED);
+    ASSERT_EQ(server.command("source withdraw music"), "ok");
+    ASSERT_EQ(server.command("source activate music"), "ok");
+    EXPECT_EQ(sink.event(), DEACTIVATED);
+    ASSERT_EQ(sink.client().status(Function::Start), AUDIO_NO_ERROR);
+    EXPECT_FALSE(sink.client().hasNotification(50));
+    EXPECT_EQ(sink.letGo(), AUDIO_NO_ERROR);
+    EXPECT_EQ(sink.event(), ACTIVATED);
+    EXPECT_TRUE(sink.map());
+}
+
+TEST_F(ASink, ThatLetsGoUnaskedHandsTheSourceOn) {
+    RawSink first("first");
+    RawSink second("second");
+    ASSERT_EQ(first.event(), ACTIVATED);
+    ASSERT_EQ(first.event(), DEACTIVATED);
+    ASSERT_EQ(first.letGo(), AUDIO_NO_ERROR);
+    ASSERT_EQ(second.event(), ACTIVATED);
+    EXPECT_EQ(second.letGo(), AUDIO_NO_ERROR);
+    EXPECT_EQ(first.event(), ACTIVATED);
+    EXPECT_EQ(streamOf(server, "second").at("source"), "withdrawn");
+    EXPECT_EQ(second.letGo(), AUDIO_NO_ERROR) << "nothing to let go of";
+    EXPECT_EQ(server.command("source activate second"), "ok");
+    EXPECT_EQ(second.event(), ACTIVATED);
+    EXPECT_EQ(first.event(), DEACTIVATED);
+}
+
+TEST_F(ASink, CanBeSelected) {
+    std::vector<std::unique_ptr<RawSink>> sinks;
+    for (const char* name : {"one", "two", "three"}) {
+        sinks.push_back(std::make_unique<RawSink>(name));
+        EXPECT_EQ(sinks.back()->event(), ACTIVATED);
+    }
+    EXPECT_EQ(sinks[0]->event(), DEACTIVATED);
+    EXPECT_EQ(sinks[1]->event(), DEACTIVATED);
+    sinks[0]->letGo();
+    EXPECT_EQ(server.command("source activate one"), "ok");
+    EXPECT_EQ(sinks[0]->event(), ACTIVATED);
+    EXPECT_EQ(sinks[2]->event(), DEACTIVATED);
+    EXPECT_EQ(server.command("source activate one"), "ok") << "it is already";
+    EXPECT_EQ(server.command("source withdraw two"), "ok") << "it has nothing";
+    sinks[2]->letGo();
+    EXPECT_EQ(server.command("source withdraw one"), "ok");
+    EXPECT_EQ(sinks[2]->event(), ACTIVATED) << "two is not wanted any more";
+    EXPECT_FALSE(sinks[1]->client().hasNotification(0));
+}
+
+TEST_F(ASink, IsNamedInTheCommands) {
+    RawClient track(AUDIO_CONNECT_AUXILIARY, "track");
+    ASSERT_EQ(track.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
+    EXPECT_EQ(server.command("source activate track"), "error: no sink \"track\"");
+    EXPECT_EQ(server.command("source withdraw"), "error: no sink \"\"");
+    EXPECT_EQ(server.command("source switch x"), "error: no such command: source switch x");
+}
+
+TEST_F(ASink, IsRemoved) {
+    RawSink first("first");
+    RawSink second("second");
+    ASSERT_EQ(first.event(), ACTIVATED);
+    ASSERT_EQ(second.event(), ACTIVATED);
+    ASSERT_EQ(first.event(), DEACTIVATED);
+    first.letGo();
+    EXPECT_EQ(server.command("stream remove second"), "ok");
+    EXPECT_EQ(second.event(), REMOVED);
+    EXPECT_EQ(second.client().status(Function::Start), AUDIO_INVALID_STATE);
+    EXPECT_EQ(first.event(), ACTIVATED);
+}
+
+TEST_F(ASink, ThatIsWithdrawnHasNothingLeftToPlay) {
+    RawSink sink("music");
+    ASSERT_EQ(sink.event(), ACTIVATED);
+    ASSERT_TRUE(sink.map());
+    ASSERT_EQ(sink.client().status(Function::Start), AUDIO_NO_ERROR);
+    ASSERT_EQ(server.command("source withdraw music"), "ok");
+    ASSERT_EQ(sink.event(), DEACTIVATED);
+    ASSERT_EQ(sink.client().status(Function::WriteDone), AUDIO_NO_ERROR);
+    EXPECT_EQ(sink.event(), FINISHED);
+}
+
+TEST(TheServersSinks, AreToldOfTheirSourceAfterTheRingDelay) {
+    const RealServer server({"--output", "null", "--ring-delay", "50"});
+    const std::uint64_t before = AudioTime::now();
+    RawSink sink("music");
+    EXPECT_FALSE(sink.map());
+    EXPECT_EQ(sink.event(), ACTIVATED);
+    EXPECT_GE(AudioTime::now() - before, 50000U);
+}
+
+TEST(TheServersSinks, ThatWereNotToldOfTheirSourceAreNotToldOfItsEnd) {
+    const RealServer server({"--output", "null", "--ring-delay", "60000"});
+    RawSink first("first");
+    RawSink second("second");
+    EXPECT_EQ(streamOf(server, "first").at("ring"), "away");
+    EXPECT_EQ(streamOf(server, "second").at("ring"), "waiting");
+    EXPECT_FALSE(first.client().hasNotification(50));
+}
+
+TEST(ASinkThroughTheServer, IsHeardToTheLastSampleThenFinished) {
+    RecordingServer recording({"--fast"});
+    const auto samples = noise16(2 * 3000);
+    {
+        RawSink sink("music");
+        ASSERT_EQ(sink.event(), ACTIVATED);
+        ASSERT_TRUE(sink.map());
+        ASSERT_EQ(sink.write(samples), 3000U);
+        ASSERT_EQ(sink.client().status(Function::Start), AUDIO_NO_ERROR);
+        ASSERT_EQ(sink.client().status(Function::WriteDone), AUDIO_NO_ERROR);
+        EXPECT_EQ(sink.event(), FINISHED);
+    }
+    ASSERT_TRUE(recording.stop());
+    EXPECT_TRUE(recording.heard("music", wide(samples)));
+}
+
+// What a withdrawn ring still holds is dropped and counted, so that nothing is unaccounted for.
+TEST(ASinkThroughTheServer, LosesWhatItsWithdrawnRingHolds) {
+    RecordingServer recording({"--fast"});
+    const auto samples = noise16(2 * 1000);
+    {
+        RawSink sink("music");
+        ASSERT_EQ(sink.event(), ACTIVATED);
+        ASSERT_TRUE(sink.map());
+        ASSERT_EQ(sink.write(noise16(2 * 3000, 7)), 3000U);
+        ASSERT_EQ(recording.server().command("source withdraw music"), "ok");
+        ASSERT_EQ(sink.event(), DEACTIVATED);
+        ASSERT_EQ(sink.client().status(Function::Start), AUDIO_NO_ERROR);
+        ASSERT_EQ(sink.letGo(), AUDIO_NO_ERROR);
+        EXPECT_EQ(streamOf(recording.server(), "music").at("discarded_frames"), 3000);
+        ASSERT_EQ(recording.server().command("source activate music"), "ok");
+        ASSERT_EQ(sink.event(), ACTIVATED);
+        ASSERT_TRUE(sink.map());
+        ASSERT_EQ(sink.write(samples), 1000U);
+        ASSERT_EQ(sink.client().status(Function::WriteDone), AUDIO_NO_ERROR);
+        EXPECT_EQ(sink.event(), FINISHED);
+    }
+    ASSERT_TRUE(recording.stop());
+    EXPECT_TRUE(recording.heard("music", wide(samples)));
+    EXPECT_EQ(recording.stream("music").at("underruns"), 0);
+}
+
+}  // namespace
+}  // namespace cabinaudio::test
