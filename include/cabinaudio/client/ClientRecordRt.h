@@ -117,23 +117,27 @@ public:
     static void notifierCallbackFunc(void* record, unsigned msg, unsigned value);
 
 private:
+    struct Supply;
+
     CABINAUDIO_LOCAL void init(AudioTagType tag);
-    CABINAUDIO_LOCAL bool createStream(AudioTagType tag);
     CABINAUDIO_LOCAL bool setUpCodec();
-    CABINAUDIO_LOCAL void onRingState(bool isReady);
+    CABINAUDIO_LOCAL void onRingReady();
+    CABINAUDIO_LOCAL void onRingGone();
     CABINAUDIO_LOCAL void onRemoved();
-    CABINAUDIO_LOCAL void removeRing();
     CABINAUDIO_LOCAL void deleteRing(ShareMemoryEx* ring);
     CABINAUDIO_LOCAL std::int32_t request(std::uint32_t function, bool flag);
     CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
+    CABINAUDIO_LOCAL void logFirstRead(int bytes, bool isBlock);
 
     // All of these are called with mLock held.
     CABINAUDIO_LOCAL void initShareMem();
     CABINAUDIO_LOCAL ShareMemoryEx* unInitShareMem();
+    CABINAUDIO_LOCAL void logSourceReady();
     CABINAUDIO_LOCAL std::int32_t _prepareData(unsigned want, bool isBlock, unsigned& ready);
-    CABINAUDIO_LOCAL std::int32_t waitForData(std::uint64_t timeoutMs, bool forRing, bool& isWoken);
-    CABINAUDIO_LOCAL std::int32_t interruptedWait();
+    CABINAUDIO_LOCAL Supply supplyOf(unsigned want);
     CABINAUDIO_LOCAL unsigned pacedBacklog();
+    CABINAUDIO_LOCAL std::int32_t interruptedWait();
+    CABINAUDIO_LOCAL void endReader();
     CABINAUDIO_LOCAL int take(unsigned char* buffer, unsigned ready);
     CABINAUDIO_LOCAL unsigned _readRawData(unsigned char* buffer, unsigned bytes);
     CABINAUDIO_LOCAL unsigned _readCodecData(unsigned char* buffer, unsigned bytes);
@@ -168,4 +172,5 @@ private:
     bool mIsBeingDestroyed;              // guarded by mLock
     AudioMutex mRequestLock;             // one request at a time; taken after mLock, never before
     cabinaudio::UseGate* mRingVisitors;  // who looks at the ring without mLock
+    cabinaudio::UseGate* mReaders;       // who is in read()
 };

@@ -132,7 +132,6 @@ private:
     CABINAUDIO_LOCAL std::int32_t request(std::uint32_t function);
     CABINAUDIO_LOCAL bool letGoOfSource(ShareMemoryEx* ring);
     CABINAUDIO_LOCAL ShareMemoryEx* detachRing();
-    CABINAUDIO_LOCAL void deleteRing(ShareMemoryEx* ring);
     CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
 
     // All of these are called with mLock held.
@@ -147,7 +146,7 @@ private:
     AudioFormatDesc mFormat;
     RemoteCall* mRc;
     std::atomic<audio::QVAudioTrackCallback*> mCallback;
-    AudioStreamState mState;
+    std::atomic<AudioStreamState> mState;  // changed under mLock
     AudioTagType mTag;
     bool mIsWriteDone;
     std::atomic<std::uint64_t> mWriteDoneTime;  // ms

@@ -15,8 +15,9 @@
 class AudioDump;
 class RemoteCall;
 namespace cabinaudio {
+struct Playback;
 class UseGate;
-}
+}  // namespace cabinaudio
 
 /// A playback stream of the tags "alternative" (1) or "auxiliary" (every other tag).
 ///
@@ -120,23 +121,21 @@ public:
     static void notifierCallbackFunc(void* track, unsigned msg, unsigned value);
 
 private:
+    friend struct cabinaudio::Playback;
+
     CABINAUDIO_LOCAL void init(int streamParam);
     CABINAUDIO_LOCAL void initShareMemory();
     CABINAUDIO_LOCAL void onRingReady();
     CABINAUDIO_LOCAL void onFinished();
-    CABINAUDIO_LOCAL void onRemoved();
+    CABINAUDIO_LOCAL std::int32_t request(std::uint32_t function);
     CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
-    CABINAUDIO_LOCAL void deleteRing(ShareMemoryEx* ring);
 
     // All of these are called with mLock held.
     CABINAUDIO_LOCAL bool checkAndWaitShareBufferReady();
     CABINAUDIO_LOCAL int checkAndWaitShareBufferFree(int need);
-    CABINAUDIO_LOCAL void logInterruptedWait();
     CABINAUDIO_LOCAL int blockWrite(unsigned char* buffer, int bytes);
     CABINAUDIO_LOCAL int nonblockWrite(unsigned char* buffer, int bytes);
     CABINAUDIO_LOCAL int writeOnce(unsigned char* buffer, int len);
-    CABINAUDIO_LOCAL int ringFreeSize() const;
-    CABINAUDIO_LOCAL void setRingWait(bool wait);
 
     char mName[64];
     AudioFormatDesc mFormat;

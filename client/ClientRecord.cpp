@@ -1,0 +1,306 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cabinaudio/client/ClientRecord.h>
+#include <cabinaudio/diag/AudioDump.h>
+#include <cabinaudio/link/RemoteCall.h>
+
+#include "client/Stream.h"
+#include "foundation/Log.h"
+#include "foundation/Make.h"
+#include "wire/Stream.h"
+
+#include <algorithm>
+#include <cstdio>
+
+using cabinaudio::id;
+using cabinaudio::llu;
+using cabinaudio::make;
+using cabinaudio::nowMs;
+using cabinaudio::wire::CaptureEvent;
+using cabinaudio::wire::CaptureFunction;
+
+namespace {
+
+constexpr std::uint64_t DATA_WAIT_MS = 1000;
+constexpr std::uint64_t READER_EXIT_WAIT_MS = 500;
+constexpr unsigned VOLUME_MAX = 100;
+
+}  // namespace
+
+ClientRecord::ClientRecord(const char* name, AudioTagType tag, AudioFormatDesc& format,
+                           int streamParam) noexcept
+    : mRc(nullptr),
+      mState(NO_INIT),
+      mFormat(format),
+      mTag(tag),
+      mCreateTime(nowMs()),
+      mFrameBytes(AudioTypes::getChannelNumber(format.channelMap) *
+                  AudioTypes::getBytesPerSample(format.bitDepth)),
+      mPerLoopSize(0),
+      mPerLoopTime(0),
+      mPerLoopSamples(0),
+      mShareMemory(nullptr),
+      mLock(false),
+      mIsBlocked(false),
+      mCond(false),
+      mVolume(-1),
+      mDump(nullptr) {
+    std::snprintf(mName, sizeof mName, "%s", name != nullptr ? name : "");
+    // Notifications can arrive before this has returned; they do not look at mRc.
+    mRc = make<RemoteCall>(AudioTypes::getConnectType(tag), notifierCallbackFunc, this, name);
+    init(tag, streamParam);
+}
+
+void ClientRecord::init(AudioTagType tag, int streamParam) {
+    if (mRc->initCheck() != AUDIO_NO_ERROR) {
+        AUDIO_LOGE("Fail to check RemoteCall.\n");
+        return;
+    }
+    const auto [steps, reply] =
+        cabinaudio::createStream(*mRc, id(CaptureFunction::Create), tag, mFormat, streamParam);
+    if (steps.allocated != AUDIO_NO_ERROR) return;
+    if (steps.called != AUDIO_NO_ERROR || reply.status != AUDIO_NO_ERROR) {
+        AUDIO_LOGE("[%s] RPC data transfer failure, status:%d  ret_status:%d\n", mName,
+                   steps.called, reply.status);
+    } else {
+        mPerLoopSamples = reply.perLoopSamples;
+        mPerLoopSize = reply.perLoopSize;
+        mPerLoopTime = reply.perLoopTime;
+        auto* const ring = make<ShareMemoryEx>(SHM_TYPE_POSIX_SHM, mName, nullptr, reply.ringSize,
+                                               SHM_MODE_READER, this);
+        const AudioMutex::AutoLock lock(mLock);
+        mShareMemory = ring;
+        if (mState == NO_INIT) mState = IDLE;  // the server may have removed it by now
+        AUDIO_LOGD("[%s] ShareMemoryEx create ok: mShareMemorySize:%u [cast:%llu ms]\n", mName,
+                   reply.ringSize, llu(sinceCreation()));
+    }
+    if (!steps.isFreed) AUDIO_LOGD("AUDIO IGNORE(mRc->rcfree(param, ret) == AUDIO_NO_ERROR)!\n");
+}
+
+int ClientRecord::initCheck() {
+    const AudioMutex::AutoLock lock(mLock);
+    if (mState != IDLE) {
+        AUDIO_LOGE("[%s]state is not IDLE, init failed\n", mName);
+        return AUDIO_INVALID_STATE;
+    }
+    const std::int32_t status = mRc->callFuncId(id(CaptureFunction::InitCheck), false);
+    // Whatever the server says: a dump of a stream in trouble is the one that is wanted.
+    delete mDump;  // of an earlier initCheck
+    mDump = make<AudioDump>(mTag, mName, "client", false);
+    AUDIO_LOGI("Create rawMic record[%s] Done [cast:%llu ms]\n", mName, llu(sinceCreation()));
+    return status;
+}
+
+int ClientRecord::start() {
+    const AudioMutex::AutoLock lock(mLock);
+    if (mState == ACTIVE) {
+        AUDIO_LOGW("[%s]current is start state, not need to repeat start\n", mName);
+        return AUDIO_NO_ERROR;
+    }
+    if (mState != IDLE) {
+        AUDIO_LOGE("[%s]state is not IDLE, start failed\n", mName);
+        return AUDIO_INVALID_STATE;
+    }
+    const std::int32_t status = mRc->callFuncId(id(CaptureFunction::Start), true);
+    if (status != AUDIO_NO_ERROR) {
+        AUDIO_LOGE("[%s]start failed\n", mName);
+        return status;
+    }
+    mState = ACTIVE;
+    AUDIO_LOGD("[%s]start done\n", mName);
+    return AUDIO_NO_ERROR;
+}
+
+int ClientRecord::stop() {
+    const AudioMutex::AutoLock lock(mLock);
+    if (mState == IDLE) {
+        AUDIO_LOGW("[%s]current is stop state, not need to repeat stop\n", mName);
+        return AUDIO_NO_ERROR;
+    }
+    if (mState != ACTIVE) {
+        AUDIO_LOGE("[%s]state is not ACTIVE, stop failed\n", mName);
+        return AUDIO_INVALID_STATE;
+    }
+    const std::int32_t status = mRc->callFuncId(id(CaptureFunction::Stop), true);
+    if (status != AUDIO_NO_ERROR) {
+        AUDIO_LOGE("[%s]stop failed\n", mName);
+        return status;
+    }
+    mState = IDLE;
+    AUDIO_LOGD("[%s]stop done\n", mName);
+    return AUDIO_NO_ERROR;
+}
+
+int ClientRecord::clear() {
+    const AudioMutex::AutoLock lock(mLock);
+    return cabinaudio::clearCapture(mState, mShareMemory, mName, AUDIO_LOG_SITE);
+}
+
+int ClientRecord::setVolume(int volume) {
+    const AudioMutex::AutoLock lock(mLock);
+    if (static_cast<unsigned>(volume) > VOLUME_MAX) {
+        AUDIO_LOGE("[%s]invalid input param\n", mName);
+        return AUDIO_BAD_VALUE;
+    }
+    if (!isIdleOrActive()) {
+        AUDIO_LOGE("[%s]state is not ACTIVE or IDLE\n", mName);
+        return AUDIO_INVALID_STATE;
+    }
+    if (volume == mVolume) {
+        AUDIO_LOGD("[%s]setVolume done(dont update)\n", mName);
+        return AUDIO_NO_ERROR;
+    }
+    const std::int32_t status = mRc->callFuncId(id(CaptureFunction::SetVolume), volume, true);
+    if (status != AUDIO_NO_ERROR) {
+        AUDIO_LOGE("[%s]set volume(%d->%d) failed\n", mName, mVolume, volume);
+        return status;
+    }
+    mVolume = volume;
+    AUDIO_LOGD("[%s]setVolume done\n", mName);
+    return AUDIO_NO_ERROR;
+}
+
+int ClientRecord::getVolume() {
+    const AudioMutex::AutoLock lock(mLock);
+    if (!isIdleOrActive()) {
+        AUDIO_LOGE("[%s]state is not ACTIVE or IDLE\n", mName);
+        return mVolume;
+    }
+    if (mVolume >= 0) {
+        AUDIO_LOGD("[%s]use local volume(%d).\n", mName, mVolume);
+        return mVolume;
+    }
+    std::int32_t value = 0;
+    if (mRc->callFuncId(id(CaptureFunction::GetVolume), &value, false) != AUDIO_NO_ERROR) {
+        AUDIO_LOGE("[%s]get volume form server failed.\n", mName);
+        return mVolume;
+    }
+    mVolume = value;
+    AUDIO_LOGD("[%s]getVolume done\n", mName);
+    return mVolume;
+}
+
+bool ClientRecord::isIdleOrActive() const {
+    return mState == IDLE || mState == ACTIVE;
+}
+
+int ClientRecord::getPerLoopSize() {
+    return mPerLoopSize;
+}
+
+int ClientRecord::getTotalBufferSize() {
+    const ShareMemoryEx* const ring = mShareMemory;
+    return ring != nullptr ? static_cast<int>(ring->getTotalSize()) : 0;
+}
+
+int ClientRecord::bytesUsed() {
+    const AudioMutex::AutoLock lock(mLock);
+    if (mState != ACTIVE) {
+        AUDIO_LOGE("[%s]Abnormal state:%d.\n", mName, mState);
+        return 0;
+    }
+    const ShareMemoryEx* const ring = mShareMemory;
+    return ring != nullptr ? static_cast<int>(ring->getUsedSize()) : 0;
+}
+
+int ClientRecord::read(unsigned char* buffer, int bytes, bool isBlock) {
+    const int bufferSize = getTotalBufferSize();
+    if (buffer == nullptr || bytes <= 0 || bytes > bufferSize) {
+        AUDIO_LOGE("[%s]invalid input param, bufferSize:%d bytes:%d\n", mName, bufferSize, bytes);
+        return AUDIO_BAD_VALUE;
+    }
+    const AudioMutex::AutoLock lock(mLock);
+    if (mState != ACTIVE) {
+        AUDIO_LOGE("[%s]state is not ACTIVE mState:%d \n", mName, mState);
+        return AUDIO_INVALID_STATE;
+    }
+    if (mIsBlocked) {
+        AUDIO_LOGE("[%s]Can not read,the last write did not exit [mIsBlocked=%d]\n", mName,
+                   mIsBlocked);
+        return AUDIO_INVALID_STATE;
+    }
+    return readLoop(buffer, bytes, isBlock);
+}
+
+/// @return bytes stored in `buffer`
+int ClientRecord::readLoop(unsigned char* buffer, int bytes, bool isBlock) {
+    ShareMemoryEx* const ring = mShareMemory;
+    const auto wanted = static_cast<unsigned>(bytes);
+    unsigned done = 0;
+    while (done < wanted) {
+        const unsigned used = waitForData(isBlock);
+        if (used == 0) break;
+        const unsigned count = std::min(wanted - done, used);
+        const auto got = static_cast<unsigned>(ring->read(buffer + done, count));
+        if (got == 0) {
+            AUDIO_LOGE("[%s] read from shm return:%u\n", mName, got);
+            break;
+        }
+        if (mDump != nullptr) mDump->write(buffer + done, got);
+        done += got;
+    }
+    return static_cast<int>(done);
+}
+
+/// @return bytes in the ring; 0 when none came, or none are wanted any more
+unsigned ClientRecord::waitForData(bool isBlock) {
+    const ShareMemoryEx* const ring = mShareMemory;
+    unsigned used = 0;
+    while ((used = ring->getUsedSize()) == 0 && isBlock) {
+        mIsBlocked = true;
+        const bool isWoken = mCond.waitRelative(mLock, DATA_WAIT_MS) == 0;
+        if (!isWoken)
+            AUDIO_LOGW("[%s] waitting share memory data update timeout[%d ms]\n", mName,
+                       static_cast<int>(DATA_WAIT_MS));
+        mIsBlocked = false;
+        if (!isWoken || mState != ACTIVE) return 0;
+    }
+    return used;
+}
+
+void ClientRecord::notify() {
+    const std::uint64_t lag = cabinaudio::wakeAfterUpdate({mLock, mCond, mIsBlocked, mShareMemory});
+    if (lag >= cabinaudio::LAG_WARNING_MS)
+        AUDIO_LOGW("update share memory IPC interVal:%llu ms > 1 ms\n", llu(lag));
+}
+
+void ClientRecord::notifierCallbackFunc(void* record, unsigned msg, unsigned value) {
+    AUDIO_ASSERT(NULL != record);
+    auto* const self = static_cast<ClientRecord*>(record);
+    if (static_cast<CaptureEvent>(msg) == CaptureEvent::Removed)
+        self->onRemoved();
+    else
+        AUDIO_LOGD("[%s]unknown msg(%d), value=%d\n", self->mName, static_cast<int>(msg),
+                   static_cast<int>(value));
+}
+
+void ClientRecord::onRemoved() {
+    AUDIO_LOGD("[%s]server record has be deleted, disconnect.\n", mName);
+    const AudioMutex::AutoLock lock(mLock);
+    mState = STOPPING;
+    if (mIsBlocked) mCond.signal();
+}
+
+std::uint64_t ClientRecord::sinceCreation() const {
+    return nowMs() - mCreateTime;
+}
+
+ClientRecord::~ClientRecord() {
+    delete mRc;  // first: no notification arrives any more
+    {
+        const AudioMutex::AutoLock lock(mLock);
+        mState = NO_INIT;
+        if (mIsBlocked) {
+            // The reader does not signal back, so this is the time that it has to leave.
+            const std::uint64_t begin = nowMs();
+            std::uint64_t waited = 0;
+            for (; waited < READER_EXIT_WAIT_MS; waited = nowMs() - begin) {
+                if (mIsBlocked) mCond.signal();
+                (void)mCond.waitRelative(mLock, READER_EXIT_WAIT_MS - waited);
+            }
+            AUDIO_LOGW("[%s] waitting exit read timeout[%d ms]\n", mName,
+                       static_cast<int>(READER_EXIT_WAIT_MS));
+        }
+    }
+    delete mShareMemory;
+    delete mDump;
+}

@@ -1,0 +1,638 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cabinaudio/client/ClientRecordRt.h>
+#include <cabinaudio/diag/AudioDump.h>
+#include <cabinaudio/foundation/AudioMath.h>
+#include <cabinaudio/link/RemoteCall.h>
+
+#include "client/SilentFrames.h"
+#include "client/Stream.h"
+#include "foundation/Log.h"
+#include "foundation/Make.h"
+#include "foundation/UseGate.h"
+#include "wire/Stream.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+namespace wire = cabinaudio::wire;
+using cabinaudio::id;
+using cabinaudio::llu;
+using cabinaudio::make;
+using cabinaudio::msbc_silent;
+using cabinaudio::nowMs;
+using cabinaudio::UseGate;
+using wire::CaptureEvent;
+using wire::CaptureFunction;
+
+namespace {
+
+constexpr std::uint32_t CODEC_PCM = 0;
+constexpr std::uint32_t CODEC_LOAS = 16;
+constexpr std::uint32_t CODEC_OPUS = 32;
+constexpr std::uint32_t CODEC_MSBC = 65;
+
+constexpr std::uint32_t LOAS_HEADER_BYTES = 3;
+constexpr std::uint32_t LOAS_LENGTH_MASK = 0x1FFF;
+constexpr std::uint32_t OPUS_HEADER_BYTES = 8;
+constexpr std::uint32_t MSBC_BLOCK_BYTES = 456;  // eight frames
+
+constexpr std::uint32_t PERIOD_SHIFT = 4;  // the server's period counts as 16 ms, whatever it says
+constexpr std::uint64_t RING_WAIT_MS = 1000;
+constexpr std::uint64_t UNPACED_WAIT_MS = 16;
+constexpr std::uint64_t LATE_MS = 2;
+constexpr std::uint64_t READER_EXIT_WAIT_MS = 500;
+
+std::uint64_t ceilDiv(std::uint64_t dividend, std::uint64_t divisor) {
+    return (dividend + divisor - 1) / divisor;
+}
+
+/// Bytes that follow a frame's header.
+std::uint32_t frameLength(std::uint32_t codec, const unsigned char* header) {
+    if (codec == CODEC_OPUS)
+        return std::uint32_t{header[0]} << 24 | std::uint32_t{header[1]} << 16 |
+               std::uint32_t{header[2]} << 8 | header[3];
+    return (std::uint32_t{header[1]} << 8 | header[2]) & LOAS_LENGTH_MASK;
+}
+
+/// Fills `count` samples from `at` with noise, each the upper bits of one random number.
+template <typename Sample>
+void noise(unsigned char* at, std::uint64_t count, unsigned shift) {
+    for (; count > 0; --count, at += sizeof(Sample)) {
+        const auto sample = static_cast<Sample>(audioMathRandn() >> shift);
+        std::memcpy(at, &sample, sizeof sample);
+    }
+}
+
+}  // namespace
+
+/// What a read can have, and how long it has to wait for the rest.
+struct ClientRecordRt::Supply {
+    unsigned bytes;
+    bool isLive;           // from the ring, not from the clock
+    std::uint64_t waitMs;  // when `bytes` are too few
+};
+
+ClientRecordRt::ClientRecordRt(const char* name, AudioTagType tag, AudioFormatDesc& format) noexcept
+    : mDump(nullptr),
+      mCreateTime(nowMs()),
+      mUnInitShmTime(0),
+      mRc(nullptr),
+      mState(NO_INIT),
+      mFirstReadLogged(false),
+      mLock(false),
+      mFormat(format),
+      mShareMemory(nullptr),
+      mSourceReady(false),
+      mCond(false),
+      mIsBlocked(false),
+      mBytesPerMSec(0),
+      mTotalReadBytes(0),
+      mStartTime(0),
+      mCacheSizeMax(0),
+      mFrameSize(0),
+      mPerLoopSamples(0),
+      mPerLoopBytes(0),
+      mPerLoopTime(0),
+      mHeaderSize(0),
+      mCodecExtra1(0),
+      mCodecExtra2(0),
+      mIsBeingDestroyed(false),
+      mRequestLock(false),
+      mRingVisitors(make<UseGate>()),
+      mReaders(make<UseGate>()) {
+    std::snprintf(mName, sizeof mName, "%s", name != nullptr ? name : "");
+    {
+        // Notifications can arrive before `new` has returned; they find mRc once the lock is free.
+        const AudioMutex::AutoLock lock(mLock);
+        mRc = make<RemoteCall>(AudioTypes::getConnectType(tag), notifierCallbackFunc, this, name);
+    }
+    init(tag);
+}
+
+// ---- Creation -----------------------------------------------------------------------------------
+
+void ClientRecordRt::init(AudioTagType tag) {
+    if (mRc->initCheck() != AUDIO_NO_ERROR) {
+        AUDIO_LOGE("[%s] Fail to check RemoteCall.\n", mName);
+        return;
+    }
+    AUDIO_LOGI("[%s] record init.\n", mName);
+    const AudioMutex::AutoLock lock(mLock);
+    const auto [steps, reply] =
+        cabinaudio::createStream(*mRc, id(CaptureFunction::Create), tag, mFormat, 0);
+    if (steps.allocated != AUDIO_NO_ERROR) return;
+    const bool isGranted = steps.called == AUDIO_NO_ERROR && reply.status == AUDIO_NO_ERROR;
+    if (!isGranted)
+        AUDIO_LOGE("[%s] RPC data transfer failure, status:%d  ret_status:%d\n", mName,
+                   steps.called, reply.status);
+    if (!steps.isFreed) AUDIO_LOGD("AUDIO IGNORE(mRc->rcfree(initPrm, ret) == AUDIO_NO_ERROR)!\n");
+    if (!isGranted) return;
+
+    const auto perLoopBytes = static_cast<std::uint32_t>(reply.perLoopSize);
+    mState = IDLE;
+    mPerLoopSamples = static_cast<std::uint32_t>(reply.perLoopSamples);
+    mPerLoopBytes = perLoopBytes;
+    mBytesPerMSec = perLoopBytes >> PERIOD_SHIFT;
+    mCacheSizeMax = perLoopBytes << 1;
+    mPerLoopTime = static_cast<std::uint32_t>(reply.perLoopTime);
+    if (!setUpCodec()) {
+        AUDIO_LOGE("[%s] unsupport CODEC type:%d.\n", mName, static_cast<int>(mFormat.codecType));
+        return;
+    }
+    AUDIO_LOGI(
+        "[%s] init done[cast:%llu ms] mPerLoopSamples = %u, mPerLoopBytes = %u, mPerLoopTime = %u "
+        "mBytesPerMSec = %u mCacheSizeMax = %u\n",
+        mName, llu(sinceCreation()), mPerLoopSamples, mPerLoopBytes.load(), mPerLoopTime,
+        mBytesPerMSec, mCacheSizeMax);
+}
+
+/// What the codec asks for instead of the server's numbers. @return whether the codec is known
+bool ClientRecordRt::setUpCodec() {
+    const std::uint32_t rate = mFormat.sampleRate;
+    switch (mFormat.codecType) {
+        case CODEC_PCM:
+            return true;
+        case CODEC_LOAS:
+            mHeaderSize = LOAS_HEADER_BYTES;
+            mPerLoopSamples = 480;
+            return true;
+        case CODEC_OPUS:
+            mHeaderSize = OPUS_HEADER_BYTES;
+            mPerLoopSamples = rate / 1000 * 20;
+            mPerLoopBytes = rate / 1000 * 40;
+            if (rate == 8000 || rate == 16000 || rate == 24000) {
+                mCodecExtra1 = rate == 24000 ? 2 : 1;
+                mCodecExtra2 = 4;
+            }
+            return true;
+        case CODEC_MSBC:
+            mFrameSize = MSBC_BLOCK_BYTES;
+            mPerLoopSamples = 120;
+            mPerLoopBytes = MSBC_BLOCK_BYTES;
+            return true;
+        default:
+            return false;
+    }
+}
+
+int ClientRecordRt::initCheck() {
+    const AudioMutex::AutoLock lock(mLock);
+    if (mState != IDLE) {
+        AUDIO_LOGE("[%s] state is not IDLE init failed\n", mName);
+        return AUDIO_INVALID_STATE;
+    }
+    const std::int32_t status = request(id(CaptureFunction::InitCheck), false);
+    // Whatever the server says: a dump of a stream in trouble is the one that is wanted.
+    delete mDump;  // of an earlier initCheck
+    mDump = make<AudioDump>(AUDIO_TAG_UPLINK, mName, "client", false);
+    AUDIO_LOGI("Create uplink record[%s] Done cast:%llu ms\n", mName, llu(sinceCreation()));
+    return status;
+}
+
+// ---- State --------------------------------------------------------------------------------------
+
+int ClientRecordRt::start() {
+    const AudioMutex::AutoLock lock(mLock);
+    if (mState == ACTIVE) {
+        AUDIO_LOGW("[%s]current is start state, not need to repeat start\n", mName);
+        return AUDIO_NO_ERROR;
+    }
+    if (mState != IDLE) {
+        AUDIO_LOGE("[%s] state is not IDLE\n", mName);
+        return AUDIO_INVALID_STATE;
+    }
+    mStartTime = nowMs();
+    const std::int32_t status = request(id(CaptureFunction::Start), true);
+    if (status != AUDIO_NO_ERROR) {
+        AUDIO_LOGE("[%s] start failed\n", mName);
+        return status;
+    }
+    mState = ACTIVE;
+    AUDIO_LOGD("[%s] start done [cast:%llu]\n", mName, llu(sinceCreation()));
+    return AUDIO_NO_ERROR;
+}
+
+int ClientRecordRt::stop() {
+    const AudioMutex::AutoLock lock(mLock);
+    if (mState == IDLE) {
+        AUDIO_LOGW("[%s]current is stop state, not need to repeat stop\n", mName);
+        return AUDIO_NO_ERROR;
+    }
+    if (mState != ACTIVE) {
+        AUDIO_LOGE("[%s] state is not ACTIVE\n", mName);
+        return AUDIO_INVALID_STATE;
+    }
+    const std::int32_t status = request(id(CaptureFunction::Stop), false);
+    if (status != AUDIO_NO_ERROR) {
+        AUDIO_LOGE("[%s] stop failed status:%d\n", mName, status);
+        return status;
+    }
+    mState = IDLE;
+    if (mIsBlocked) mCond.signal();
+    AUDIO_LOGD("[%s] stop done\n", mName);
+    return AUDIO_NO_ERROR;
+}
+
+int ClientRecordRt::clear() {
+    const AudioMutex::AutoLock lock(mLock);
+    return cabinaudio::clearCapture(mState, mShareMemory, mName, AUDIO_LOG_SITE);
+}
+
+int ClientRecordRt::setVolume(int volume) {
+    AUDIO_LOGW("[%s]not surpport, ignore op set volume:%d\n", mName, volume);
+    return AUDIO_NO_ERROR;
+}
+
+int ClientRecordRt::getVolume() {
+    AUDIO_LOGW("[%s]not surpport, ignore op\n", mName);
+    return 0;
+}
+
+int ClientRecordRt::getPerLoopSize() {
+    return static_cast<int>(mPerLoopBytes.load());
+}
+
+int ClientRecordRt::getTotalBufferSize() {
+    const UseGate::Visit visit(*mRingVisitors);
+    const ShareMemoryEx* const ring = mShareMemory;
+    return ring != nullptr ? static_cast<int>(ring->getTotalSize()) : 0;
+}
+
+int ClientRecordRt::bytesUsed() {
+    const AudioMutex::AutoLock lock(mLock);
+    if (mState != ACTIVE) {
+        AUDIO_LOGE("[%s] client record state is not active:%d.\n", mName, mState);
+        return 0;
+    }
+    return static_cast<int>(mSourceReady ? mShareMemory.load()->getUsedSize() : pacedBacklog());
+}
+
+// ---- Reading ------------------------------------------------------------------------------------
+
+int ClientRecordRt::read(unsigned char* buffer, int bytes, bool isBlock) {
+    const UseGate::Visit visit(*mReaders);
+    if (!mFirstReadLogged.load(std::memory_order_relaxed) && !mFirstReadLogged.exchange(true))
+        logFirstRead(bytes, isBlock);
+    if (buffer == nullptr || bytes <= 0) {
+        AUDIO_LOGE("[%s]invalid input param bytes:%d\n", mName, bytes);
+        return AUDIO_BAD_VALUE;
+    }
+    unsigned ready = 0;
+    int result = 0;
+    {
+        const AudioMutex::AutoLock lock(mLock);
+        if (mState != ACTIVE) {
+            AUDIO_LOGE("[%s] state[%d] is not ACTIVE\n", mName, mState);
+            return AUDIO_INVALID_STATE;
+        }
+        if (mIsBlocked) {
+            AUDIO_LOGE("[%s]Can not read,the last write did not exit [mIsBlocked=%d]\n", mName,
+                       mIsBlocked);
+            return AUDIO_INVALID_STATE;
+        }
+        if (_prepareData(static_cast<unsigned>(bytes), isBlock, ready) != AUDIO_NO_ERROR) {
+            // Deliberate: live data that stayed away is told as a wrong state, too.
+            AUDIO_LOGE("[%s] client read data error state:%d\n", mName, mState);
+            return AUDIO_INVALID_STATE;
+        }
+        if (ready == 0) return 0;
+        result = take(buffer, ready);
+    }
+    if (result < 0) return result;
+    mTotalReadBytes += static_cast<unsigned>(result);
+    if (mDump != nullptr) mDump->write(buffer, ready);
+    return result;
+}
+
+void ClientRecordRt::logFirstRead(int bytes, bool isBlock) {
+    const auto wanted = static_cast<unsigned>(bytes);
+    AUDIO_LOGI("[%s] first read start->nowTime:%llu ms  want read bytes:%u(%u) ms isBlock:%d\n",
+               mName, llu(nowMs() - mStartTime), wanted,
+               mBytesPerMSec != 0 ? wanted / mBytesPerMSec : 0, isBlock);
+}
+
+/// Waits until `want` bytes are due, or takes what is due. @param ready  bytes that may be taken
+/// @retval AUDIO_TIMED_OUT      live data stayed away
+/// @retval AUDIO_INVALID_STATE  the stream did not survive the wait
+std::int32_t ClientRecordRt::_prepareData(unsigned want, bool isBlock, unsigned& ready) {
+    for (;;) {
+        const Supply supply = supplyOf(want);
+        ready = std::min(supply.bytes, want);
+        if (ready == want || !isBlock) return AUDIO_NO_ERROR;
+
+        mIsBlocked = true;
+        const std::uint64_t begin = nowMs();
+        const bool isWoken = mCond.waitRelative(mLock, supply.waitMs) == 0;
+        const std::uint64_t waited = nowMs() - begin;
+        mIsBlocked = false;
+        if (supply.isLive && !isWoken) {
+            AUDIO_LOGE("[%s]wait shm data timeOut:%llu expect:%llu\n", mName, llu(waited),
+                       llu(supply.waitMs));
+            if (mState == NO_INIT) mCond.signal();  // the destructor came at the last moment
+            return AUDIO_TIMED_OUT;
+        }
+        if (!isWoken && waited > supply.waitMs + LATE_MS)
+            AUDIO_LOGW("[%s]wait silence data timeOut:%llu expect:%llu\n", mName, llu(waited),
+                       llu(supply.waitMs));
+        if (mState != ACTIVE) return interruptedWait();
+        if (!supply.isLive) {
+            ready =
+                want;  // early when woken: the ring may be there now, and silence must not delay it
+            return AUDIO_NO_ERROR;
+        }
+    }
+}
+
+/// What there is for a read of `want` bytes. Data is live once the ring has met a whole request.
+ClientRecordRt::Supply ClientRecordRt::supplyOf(unsigned want) {
+    if (const ShareMemoryEx* const ring = mShareMemory) {
+        const unsigned used = ring->getUsedSize();
+        if (used >= want && !mSourceReady) {
+            mSourceReady = true;
+            AUDIO_LOGI("[%s]start read from shm(dsp) at %llu ms readBytes:%u\n", mName,
+                       llu(sinceCreation()), want);
+        }
+        if (mSourceReady) return {used, true, RING_WAIT_MS};
+    }
+    const unsigned due = pacedBacklog();
+    if (due >= want) return {due, false, 0};
+    return {due, false, mBytesPerMSec != 0 ? ceilDiv(want - due, mBytesPerMSec) : UNPACED_WAIT_MS};
+}
+
+/// Bytes of silence that are due. Time that nobody read for is dropped: never more than two of the
+/// server's periods.
+unsigned ClientRecordRt::pacedBacklog() {
+    if (mBytesPerMSec == 0) return 0;
+    const std::uint64_t now = nowMs();
+    const std::uint64_t total = mTotalReadBytes;
+    // Deliberate: counts in 32 bits, so that a read ahead of the clock is a large backlog.
+    const auto due = static_cast<std::uint32_t>((now - mStartTime) * mBytesPerMSec - total);
+    if (due <= mCacheSizeMax) return due;
+    mStartTime = now - (total + mCacheSizeMax) / mBytesPerMSec;
+    return mCacheSizeMax;
+}
+
+std::int32_t ClientRecordRt::interruptedWait() {
+    if (mState == NO_INIT) {
+        mCond.signal();  // the destructor waits for this
+        AUDIO_LOGE("[%s]after waiting ,status:NO_INIT, may have destroy\n", mName);
+    } else {
+        AUDIO_LOGE("[%s]after waiting ,status:%s\n", mName, cabinaudio::endOfWait(mState));
+    }
+    return AUDIO_INVALID_STATE;
+}
+
+/// @return bytes stored in `buffer`, or AUDIO_BAD_VALUE
+int ClientRecordRt::take(unsigned char* buffer, unsigned ready) {
+    if (!mSourceReady) return static_cast<int>(fillSilentData(buffer, ready));
+    switch (mFormat.codecType) {
+        case CODEC_PCM:
+            return static_cast<int>(_readRawData(buffer, ready));
+        case CODEC_LOAS:
+        case CODEC_OPUS:
+            return static_cast<int>(_readCodecData(buffer, ready));
+        default:
+            AUDIO_LOGE("[%s] please input right mCodecTag,current mCodecTag(%d)\n", mName,
+                       static_cast<int>(mFormat.codecType));
+            return AUDIO_BAD_VALUE;
+    }
+}
+
+unsigned ClientRecordRt::_readRawData(unsigned char* buffer, unsigned bytes) {
+    return static_cast<unsigned>(mShareMemory.load()->read(buffer, bytes));
+}
+
+/// One frame, whatever `bytes` says: the caller's buffer holds a whole one. Silence when there is
+/// none, or a header that promises more than there is; that header is lost then.
+unsigned ClientRecordRt::_readCodecData(unsigned char* buffer, unsigned bytes) {
+    ShareMemoryEx* const ring = mShareMemory;
+    std::uint32_t frameSize = mFrameSize;
+    if (frameSize == 0) {
+        if (mHeaderSize > ring->getUsedSize()) return fillSilentData(buffer, bytes);
+        const auto got = static_cast<std::uint32_t>(ring->read(buffer, mHeaderSize));
+        // Deliberate: says so when it went well.
+        if (got != 0) AUDIO_LOGD("AUDIO IGNORE(0==mShareMemory->read(buffer, mHeaderSize))!\n");
+        if (got < mHeaderSize) return fillSilentData(buffer, bytes);
+        frameSize = frameLength(mFormat.codecType, buffer);
+    }
+    if (frameSize >= ring->getUsedSize()) return fillSilentData(buffer, bytes);
+    if (ring->read(buffer + mHeaderSize, frameSize) == 0)
+        AUDIO_LOGD("AUDIO IGNORE(mShareMemory->read(buffer + mHeaderSize, frameSize))!\n");
+    return mHeaderSize + frameSize;
+}
+
+// ---- Silence ------------------------------------------------------------------------------------
+
+/// Silence in the stream's form. @return bytes of it, at most `bytes`
+unsigned ClientRecordRt::fillSilentData(void* buffer, unsigned bytes) {
+    auto* const out = static_cast<unsigned char*>(buffer);
+    switch (mFormat.codecType) {
+        case CODEC_PCM:
+            return fillNoise(out, bytes);
+        case CODEC_MSBC:
+            AUDIO_ASSERT(sizeof(msbc_silent) <= bytes);
+            std::memcpy(out, msbc_silent, sizeof msbc_silent);
+            return sizeof msbc_silent;
+        case CODEC_OPUS: {
+            const auto packet = cabinaudio::opusSilence(mFormat.sampleRate);
+            if (packet.empty()) {
+                AUDIO_LOGW("[%s] not support samplerate(%d)!!!\n", mName,
+                           static_cast<int>(mFormat.sampleRate));
+                return 0;
+            }
+            const auto readSize = static_cast<unsigned>(packet.size());
+            AUDIO_ASSERT(readSize <= bytes);
+            std::memcpy(out, packet.data(), readSize);
+            return readSize;
+        }
+        default:
+            return 0;
+    }
+}
+
+/// One value per frame at the stream's rate, whatever the channels: the rest of the buffer stays as
+/// it is, and counts. A period that is not 16 ms would make it more than fits.
+unsigned ClientRecordRt::fillNoise(unsigned char* buffer, unsigned bytes) {
+    const int bits = AudioTypes::getBitsPerSample(mFormat.bitDepth);
+    const unsigned width = bits == 8 ? 1 : bits == 32 ? 4 : 2;
+    const std::uint64_t room = bytes / width;
+    const std::uint64_t wanted = mBytesPerMSec != 0
+                                     ? ceilDiv(std::uint64_t{mFormat.sampleRate} * bytes,
+                                               std::uint64_t{1000} * mBytesPerMSec)
+                                     : room;
+    const std::uint64_t count = std::min(wanted, room);
+    switch (bits) {
+        case 8:
+            noise<std::int8_t>(buffer, count, 24);
+            break;
+        case 32:
+            noise<std::int32_t>(buffer, count, 0);
+            break;
+        default:
+            noise<std::int16_t>(buffer, count, 16);
+            if (bits != 16)
+                AUDIO_LOGW("[%s] Unsupported bit depth:%d, default to 16.\n", mName, bits);
+            break;
+    }
+    return bytes;
+}
+
+// ---- The ring -----------------------------------------------------------------------------------
+
+/// Asks where the announced ring lies and maps it. Called with mLock held.
+void ClientRecordRt::initShareMem() {
+    if (mState == NO_INIT) {
+        AUDIO_LOGW("[%s] can not init share memory.\n", mName);
+        return;
+    }
+    cabinaudio::Asked<wire::ShareMemoryReply> asked{};
+    {
+        const AudioMutex::AutoLock lock(mRequestLock);
+        asked = cabinaudio::findRing(*mRc, id(CaptureFunction::GetShareMemory), false);
+    }
+    if (!asked.isGranted()) {
+        AUDIO_LOGE("[%s] remote call return error(%d), ret->status:%d.\n", mName,
+                   asked.isSent() ? asked.steps.called : asked.steps.allocated, asked.reply.status);
+        if (!asked.steps.isFreed)
+            AUDIO_LOGD("AUDIO IGNORE(AUDIO_NO_ERROR == mRc->rcfree(param, ret))!\n");
+        return;
+    }
+    ShareMemoryEx* const ring = cabinaudio::mapRing(asked.reply, mName, SHM_MODE_READER, this);
+    mShareMemory = ring;
+    AUDIO_LOGI("[%s] record initShareMem OK, shm_size = %d\n", mName,
+               static_cast<int>(ring->getTotalSize()));
+    logSourceReady();
+    if (!asked.steps.isFreed) AUDIO_LOGD("AUDIO IGNORE(0 == mRc->rcfree(param, ret))!\n");
+}
+
+void ClientRecordRt::logSourceReady() {
+    const bool isFirst = mUnInitShmTime == 0;
+    AUDIO_LOGI(
+        "[%s] source already now,%s[cast:%llums]", mName,
+        isFirst ? "constructTime--->SourceReadyTime" : "unInitShareMemTime--->SourceReadyTime",
+        llu(nowMs() - (isFirst ? mCreateTime : mUnInitShmTime)));
+}
+
+/// Takes the ring away from readers, who get silence from now on. Called with mLock held.
+/// @return the ring, to be deleted without the lock
+ShareMemoryEx* ClientRecordRt::unInitShareMem() {
+    AUDIO_LOGI("[%s] record unInitShareMem\n", mName);
+    mSourceReady = false;
+    mUnInitShmTime = nowMs();
+    return mShareMemory.exchange(nullptr);
+}
+
+void ClientRecordRt::notify() {
+    const std::uint64_t lag = cabinaudio::wakeAfterUpdate({mLock, mCond, mIsBlocked, mShareMemory});
+    if (lag >= cabinaudio::LAG_WARNING_MS)
+        AUDIO_LOGW("[%s] update share memory IPC interVal:%llu ms > 1 ms\n", mName, llu(lag));
+}
+
+void ClientRecordRt::notifierCallbackFunc(void* record, unsigned msg, unsigned value) {
+    AUDIO_ASSERT(NULL != record);
+    auto* const self = static_cast<ClientRecordRt*>(record);
+    switch (static_cast<CaptureEvent>(msg)) {
+        case CaptureEvent::RingState:
+            value != 0 ? self->onRingReady() : self->onRingGone();
+            break;
+        case CaptureEvent::Removed:
+            self->onRemoved();
+            break;
+        default:
+            AUDIO_LOGD("[%s] unknown msg(%d), value=%d\n", self->mName, static_cast<int>(msg),
+                       static_cast<int>(value));
+            break;
+    }
+}
+
+void ClientRecordRt::onRingReady() {
+    // An earlier ring goes first, and without the lock: its receiver thread may be in notify().
+    ShareMemoryEx* old = nullptr;
+    {
+        const AudioMutex::AutoLock lock(mLock);
+        if (mIsBeingDestroyed) return;
+        old = mShareMemory.exchange(nullptr);
+        mSourceReady = false;
+    }
+    deleteRing(old);
+
+    const AudioMutex::AutoLock lock(mLock);
+    if (mIsBeingDestroyed) return;
+    initShareMem();
+    if (mIsBlocked) mCond.signal();
+}
+
+void ClientRecordRt::onRingGone() {
+    ShareMemoryEx* ring = nullptr;
+    {
+        const AudioMutex::AutoLock lock(mLock);
+        if (mIsBeingDestroyed) return;
+        ring = unInitShareMem();
+        if (mIsBlocked) mCond.signal();
+    }
+    deleteRing(ring);
+    // The server may use the memory again from here on.
+    if (request(id(CaptureFunction::RemoveShareMemory), false) != AUDIO_NO_ERROR)
+        AUDIO_LOGE("remove[%s] share memory failed\n", mName);
+}
+
+void ClientRecordRt::onRemoved() {
+    AUDIO_LOGD("[%s]server record has be deleted, disconnect.\n", mName);
+    const AudioMutex::AutoLock lock(mLock);
+    // NO_INIT is what a reader on its way out has to see.
+    if (mIsBeingDestroyed) return;
+    mState = STOPPING;
+    if (mIsBlocked) mCond.signal();
+}
+
+/// Deletes a ring that was taken out of mShareMemory, once nobody looks at it any more. Without
+/// mLock: joins the ring's receiver thread.
+void ClientRecordRt::deleteRing(ShareMemoryEx* ring) {
+    if (ring == nullptr) return;
+    mRingVisitors->drain();
+    delete ring;
+}
+
+/// A ring that is gone is acknowledged without mLock, so that lock does not keep requests apart.
+std::int32_t ClientRecordRt::request(std::uint32_t function, bool flag) {
+    const AudioMutex::AutoLock lock(mRequestLock);
+    return mRc->callFuncId(function, flag);
+}
+
+std::uint64_t ClientRecordRt::sinceCreation() const {
+    return nowMs() - mCreateTime;
+}
+
+ClientRecordRt::~ClientRecordRt() {
+    // A request that waits for a dead server holds a lock; it would never give it up.
+    mRc->_abandon();
+    ShareMemoryEx* ring = nullptr;
+    {
+        const AudioMutex::AutoLock lock(mLock);
+        mIsBeingDestroyed = true;
+        mState = NO_INIT;
+        if (mIsBlocked) endReader();
+        ring = mShareMemory.exchange(nullptr);
+    }
+    mReaders->drain();  // a read that has its data may still be writing the dump
+    delete mRc;
+    deleteRing(ring);
+    delete mDump;
+    delete mReaders;
+    delete mRingVisitors;
+    AUDIO_LOGD("[%s] destroy\n", mName);
+}
+
+/// Ends a blocked read. Called with mLock held.
+void ClientRecordRt::endReader() {
+    mCond.signal();
+    const std::uint64_t begin = nowMs();
+    // notify() may wake this instead of the reader: wait for what the reader does.
+    for (std::uint64_t waited = 0; mIsBlocked && waited < READER_EXIT_WAIT_MS;
+         waited = nowMs() - begin)
+        (void)mCond.waitRelative(mLock, READER_EXIT_WAIT_MS - waited);
+    if (mIsBlocked)
+        AUDIO_LOGW("[%s] waitting exit read timeout[%d ms]\n", mName,
+                   static_cast<int>(READER_EXIT_WAIT_MS));
+}

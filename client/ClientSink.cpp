@@ -1,0 +1,386 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cabinaudio/client/ClientSink.h>
+#include <cabinaudio/diag/AudioDump.h>
+#include <cabinaudio/foundation/AudioTime.h>
+#include <cabinaudio/link/RemoteCall.h>
+
+#include "client/Playback.h"
+#include "client/Stream.h"
+#include "foundation/Log.h"
+#include "foundation/Make.h"
+#include "foundation/UseGate.h"
+#include "wire/Stream.h"
+
+#include <cstdio>
+
+namespace wire = cabinaudio::wire;
+using cabinaudio::id;
+using cabinaudio::llu;
+using cabinaudio::LogSite;
+using cabinaudio::make;
+using cabinaudio::nowMs;
+using cabinaudio::Playback;
+using cabinaudio::UseGate;
+using wire::SinkEvent;
+using wire::StreamFunction;
+
+namespace {
+
+constexpr std::uint64_t SOURCE_WAIT_MS = 2000;
+constexpr std::uint64_t REMOVED_PAUSE_US = 500'000;
+constexpr std::uint64_t MISSING_RING_PAUSE_US = 1'000'000;
+
+/// Counts on over the largest number, as a stream of days does.
+void add(int& total, int count) {
+    total = static_cast<int>(static_cast<unsigned>(total) + static_cast<unsigned>(count));
+}
+
+}  // namespace
+
+ClientSink::ClientSink(const char* name, AudioTagType tag, AudioFormatDesc& format,
+                       int streamParam) noexcept
+    : mFormat(format),
+      mRc(nullptr),
+      mCallback(nullptr),
+      mState(NO_INIT),
+      mTag(tag),
+      mIsWriteDone(false),
+      mWriteDoneTime(0),
+      mDump(nullptr),
+      mCreateTime(nowMs()),
+      mShareMemory(nullptr),
+      mPerLoopSize(0),
+      mIsBlocked(false),
+      mCond(false),
+      mLock(false),
+      mIsRealtime(format.codecType != 0 || streamParam > 0),
+      mSourceActive(false),
+      mSourceRemoved(false),
+      mTotalWritedLen(0),
+      mIneffectiveLen(0),
+      mIsBeingDestroyed(false),
+      mTurn(false),
+      mRequestLock(false),
+      mRingVisitors(make<UseGate>()) {
+    std::snprintf(mName, sizeof mName, "%s", name != nullptr ? name : "");
+    {
+        // Notifications can arrive before `new` has returned; they find mRc once the lock is free.
+        const AudioMutex::AutoLock lock(mLock);
+        mRc = make<RemoteCall>(AudioTypes::getConnectType(tag), notifierCallbackFunc, this, name);
+    }
+    init(tag, streamParam);
+}
+
+void ClientSink::init(AudioTagType /*tag*/, int streamParam) {
+    const std::int32_t connected = mRc->initCheck();
+    if (connected != AUDIO_NO_ERROR) {
+        AUDIO_LOGE("[%s]new RemoteCall failed, ret:%d\n", mName, connected);
+        return;
+    }
+    const AudioMutex::AutoLock lock(mLock);
+    const auto asked = Playback::create(*this, streamParam, AUDIO_LOG_SITE);
+    if (!asked.isGranted()) return;
+    mPerLoopSize = asked.reply.perLoopSize;
+    if (!asked.steps.isFreed)
+        AUDIO_LOGD("AUDIO IGNORE(AUDIO_NO_ERROR==mRc->rcfree(param, ret))!\n");
+    mState = IDLE;
+}
+
+/// Asks where the source's ring lies and maps it. Called with mLock held.
+void ClientSink::initShareMemory() {
+    cabinaudio::Asked<wire::ShareMemoryReply> asked{};
+    {
+        const AudioMutex::AutoLock lock(mRequestLock);
+        asked = cabinaudio::findRing(*mRc, id(StreamFunction::GetShareMemory), true);
+    }
+    if (!asked.isSent()) {
+        AUDIO_LOGE("[%s]mRc->rcalloc return failed, ret:%d, mState[NO_INIT]\n", mName,
+                   asked.steps.allocated);
+        return;
+    }
+    const LogSite site = AUDIO_LOG_SITE;
+    Playback::adoptRing(*this, asked, site, [&](unsigned size) {
+        AUDIO_LOG_AT(ANDROID_LOG_INFO, site, "[%s]main init shareMemory OK size:%u cast:%llu ms\n",
+                     mName, size, llu(sinceCreation()));
+    });
+}
+
+int ClientSink::initCheck() {
+    if (const AudioStreamState state = mState; state != IDLE) {
+        AUDIO_LOGE("[%s]initCheck failed state[%d] not IDLE, Out\n", mName, state);
+        return AUDIO_INVALID_STATE;
+    }
+    delete mDump;  // of an earlier initCheck
+    mDump = make<AudioDump>(mTag, mName, "client", false);
+    AUDIO_LOGI("Create %s track[%s] Done cast:%llu ms\n", mName,
+               mIsRealtime ? "realtime" : "buffered", llu(sinceCreation()));
+    return AUDIO_NO_ERROR;
+}
+
+int ClientSink::start() {
+    return Playback::start(*this, AUDIO_LOG_SITE);
+}
+
+int ClientSink::stop() {
+    const LogSite site = AUDIO_LOG_SITE;
+    return Playback::stop(*this, site, [&] {
+        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]stop Success, mTotalWritedLen:%d Out\n", mName,
+                     mTotalWritedLen);
+    });
+}
+
+int ClientSink::clear() {
+    return Playback::clear(*this, AUDIO_LOG_SITE, [](ShareMemoryEx& ring) { ring.clear(); });
+}
+
+int ClientSink::writeDone() {
+    const LogSite site = AUDIO_LOG_SITE;
+    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]writeDone In\n", mName);
+    const AudioMutex::AutoLock lock(mLock);
+    return Playback::writeDone(*this, site, [&] {
+        if (!mSourceActive)
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
+                         "[%s]Source is cut away early,writeDone failed Out\n", mName);
+        return mSourceActive.load();
+    });
+}
+
+int ClientSink::setCallback(audio::QVAudioTrackCallback* callback) {
+    const AudioMutex::AutoLock lock(mLock);
+    mCallback = callback;
+    return AUDIO_NO_ERROR;
+}
+
+int ClientSink::getPerLoopSize() {
+    return mPerLoopSize;
+}
+
+int ClientSink::getTotalBufferSize() {
+    const UseGate::Visit visit(*mRingVisitors);
+    const ShareMemoryEx* const ring = mShareMemory;
+    return ring != nullptr ? static_cast<int>(ring->getTotalSize()) : 0;
+}
+
+int ClientSink::bytesFree() {
+    const UseGate::Visit visit(*mRingVisitors);
+    return Playback::freeSize(*this);
+}
+
+int ClientSink::setVolume(int /*volume*/) {
+    return Playback::deprecated(AUDIO_LOG_SITE, "setTrackVolume/setVolumeByStreamType");
+}
+
+int ClientSink::getVolume() {
+    return Playback::deprecated(AUDIO_LOG_SITE, "getTrackVolume/getVolumeByStreamType");
+}
+
+int ClientSink::duck(int /*percent*/) {
+    return Playback::deprecated(AUDIO_LOG_SITE, "duck");
+}
+
+int ClientSink::unduck() {
+    return Playback::deprecated(AUDIO_LOG_SITE, "unduck");
+}
+
+int ClientSink::getOutPutSamples(unsigned long long* /*samples*/, long long* /*timeUs*/) {
+    return Playback::deprecated(AUDIO_LOG_SITE, nullptr);
+}
+
+int ClientSink::write(unsigned char* buffer, int len, bool isBlock) {
+    if (buffer == nullptr) {
+        AUDIO_LOGE("[%s]buffer is NULL\n", mName);
+        return AUDIO_BAD_VALUE;
+    }
+    if (len < 1) {
+        AUDIO_LOGE("[%s]len[%d]<=0\n", mName, len);
+        return AUDIO_BAD_VALUE;
+    }
+    // An application that writes again and again would hardly ever let go of mLock while the
+    // source is missing. A notification that waits for it has its turn before the next write.
+    mTurn.lock();
+    const AudioMutex::AutoLock lock(mLock);
+    mTurn.unlock();
+    const int refusal = Playback::refusal(*this, AUDIO_LOG_SITE);
+    if (refusal != AUDIO_NO_ERROR) return refusal;
+    if (checkAndWaitSourceReady(isBlock, len) == 0) return 0;
+    return isBlock ? blockWrite(buffer, len) : nonblockWrite(buffer, len);
+}
+
+/// @return 1 when there is a ring to write to, else 0
+int ClientSink::checkAndWaitSourceReady(bool isBlock, int len) {
+    while (mShareMemory == nullptr) {
+        AUDIO_LOGW("[%s]source is not ready mode[%s]\n", mName, isBlock ? "block" : "unblock");
+        if (mSourceActive) {
+            AUDIO_LOGE("[%s]Source is ready,because of mShareMemory new failed\n", mName);
+            AudioTime::sleep(MISSING_RING_PAUSE_US);
+            return 0;
+        }
+        // Deliberate: coded formats wait even when asked not to block.
+        if (!isBlock && mFormat.codecType == 0) return 0;
+        if (mSourceRemoved) {
+            add(mIneffectiveLen, len);
+            AUDIO_LOGW("track[%s], status[active], source [removed], write ineffective, size[%d]\n",
+                       mName, mIneffectiveLen);
+            AudioTime::sleep(REMOVED_PAUSE_US);
+            return 0;
+        }
+        if (!waitForSource()) return 0;
+    }
+    return 1;
+}
+
+/// Waits once for the source to come or go. @return whether the stream is still ACTIVE
+bool ClientSink::waitForSource() {
+    mIsBlocked = true;
+    const std::uint64_t begin = nowMs();
+    if (mCond.waitRelative(mLock, SOURCE_WAIT_MS) != 0)
+        AUDIO_LOGE("[%s]waiting Source ready timeout[%llu]\n", mName, llu(nowMs() - begin));
+    mIsBlocked = false;
+    if (mState == ACTIVE) return true;
+    mCond.signal();  // the destructor may be waiting for this
+    Playback::logInvalidState(*this, AUDIO_LOG_SITE);
+    return false;
+}
+
+int ClientSink::blockWrite(unsigned char* buffer, int bytes) {
+    int remaining = bytes;
+    while (remaining > 0) {
+        const int chunk = Playback::step(*this, remaining);
+        const int ready = checkAndWaitShareBufferFree(chunk);
+        if (ready < 1) return ready;
+        (void)Playback::writeOnce(*this, buffer, chunk, AUDIO_LOG_SITE);
+        add(mTotalWritedLen, chunk);
+        buffer += chunk;
+        remaining -= chunk;
+    }
+    return bytes;
+}
+
+/// @return `need` when that much is free; 0 when the source went away; or a status
+int ClientSink::checkAndWaitShareBufferFree(int need) {
+    const LogSite site = AUDIO_LOG_SITE;
+    return Playback::waitForSpace(*this, need, site, [&] {
+        if (!mSourceRemoved) return false;
+        add(mIneffectiveLen, need);
+        AUDIO_LOG_AT(ANDROID_LOG_WARN, site,
+                     "[%s] status[active], source [removed], write ineffective, size[%d]\n", mName,
+                     mIneffectiveLen);
+        return true;
+    });
+}
+
+int ClientSink::nonblockWrite(unsigned char* buffer, int bytes) {
+    const int count = Playback::fitting(*this, bytes, AUDIO_LOG_SITE);
+    if (count < 1) return 0;
+    (void)Playback::writeOnce(*this, buffer, count, AUDIO_LOG_SITE);
+    add(mTotalWritedLen, count);
+    return count;
+}
+
+void ClientSink::notify() {
+    Playback::notify(*this, AUDIO_LOG_SITE);
+}
+
+void ClientSink::notifierCallbackFunc(void* sink, unsigned msg, unsigned value) {
+    auto* const self = static_cast<ClientSink*>(sink);
+    switch (static_cast<SinkEvent>(msg)) {
+        case SinkEvent::SourceActivated:
+            self->onSourceActivated();
+            break;
+        case SinkEvent::SourceDeactivated:
+            self->onSourceDeactivated();
+            break;
+        case SinkEvent::Finished:
+            self->onFinished();
+            break;
+        case SinkEvent::Removed: {
+            const AudioMutex::AutoLock turn(self->mTurn);
+            Playback::onRemoved(*self, AUDIO_LOG_SITE);
+            break;
+        }
+        default:
+            AUDIO_LOGD("unknown msg(%d), value=%d\n", static_cast<int>(msg),
+                       static_cast<int>(value));
+            break;
+    }
+}
+
+void ClientSink::onSourceActivated() {
+    ShareMemoryEx* old = nullptr;
+    {
+        const AudioMutex::AutoLock turn(mTurn);
+        const AudioMutex::AutoLock lock(mLock);
+        if (mIsBeingDestroyed) return;
+        old = mShareMemory.exchange(nullptr);
+        if (old != nullptr) mSourceActive = false;  // writers wait for the new ring
+    }
+    // Without the lock: the old ring's receiver thread may be in notify().
+    Playback::deleteRing(*this, old);
+    {
+        const AudioMutex::AutoLock turn(mTurn);
+        const AudioMutex::AutoLock lock(mLock);
+        if (mIsBeingDestroyed) return;
+        mSourceActive = true;
+        mSourceRemoved = false;
+        initShareMemory();
+        if (mIsBlocked) mCond.signal();
+    }
+    AUDIO_LOGI("[%s]Source is actived duration[%llu] ms\n", mName, llu(sinceCreation()));
+}
+
+void ClientSink::onSourceDeactivated() {
+    ShareMemoryEx* ring = nullptr;
+    {
+        const AudioMutex::AutoLock turn(mTurn);
+        const AudioMutex::AutoLock lock(mLock);
+        if (mIsBeingDestroyed) return;
+        ring = detachRing();
+        if (mIsBlocked) mCond.signal();
+    }
+    const bool isTold = letGoOfSource(ring);
+    AUDIO_LOGI("[%s]Source is deactived %s\n", mName, isTold ? "done" : "failed");
+}
+
+void ClientSink::deactived() {
+    const bool isTold = letGoOfSource(detachRing());
+    AUDIO_LOGD("[%s]Source is deactived %s\n", mName, isTold ? "done" : "failed");
+}
+
+ShareMemoryEx* ClientSink::detachRing() {
+    mSourceActive = false;
+    mSourceRemoved = true;
+    return mShareMemory.exchange(nullptr);
+}
+
+/// Deletes the ring and tells the server, which may use the memory again from then on. Without
+/// mLock. @return whether the server has taken note
+bool ClientSink::letGoOfSource(ShareMemoryEx* ring) {
+    Playback::deleteRing(*this, ring);
+    return request(id(StreamFunction::SourceDeactivated)) == AUDIO_NO_ERROR;
+}
+
+void ClientSink::onFinished() {
+    if (audio::QVAudioTrackCallback* const callback = mCallback) callback->finish(false);
+    AUDIO_LOGI("[%s]play finish duration[%llu] ms\n", mName, llu(nowMs() - mWriteDoneTime));
+}
+
+/// A withdrawn source is acknowledged without mLock, so that lock does not keep requests apart.
+std::int32_t ClientSink::request(std::uint32_t function) {
+    const AudioMutex::AutoLock lock(mRequestLock);
+    return mRc->callFuncId(function, true);
+}
+
+std::uint64_t ClientSink::sinceCreation() const {
+    return nowMs() - mCreateTime;
+}
+
+ClientSink::~ClientSink() {
+    // A request that waits for a dead server holds a lock; it would never give it up.
+    mRc->_abandon();
+    ShareMemoryEx* const ring = Playback::endWriter(*this, AUDIO_LOG_SITE);
+    delete mDump;
+    Playback::deleteRing(*this, ring);
+    delete mRc;
+    delete mRingVisitors;
+    AUDIO_LOGD("[%s]destroy client\n", mName);
+}

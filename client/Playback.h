@@ -1,0 +1,369 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/QVAudioTrack.h>
+#include <cabinaudio/diag/AudioDump.h>
+#include <cabinaudio/foundation/AudioMutex.h>
+#include <cabinaudio/foundation/AudioStatus.h>
+#include <cabinaudio/shm/ShareMemory.h>
+
+#include "client/Stream.h"
+#include "foundation/Log.h"
+#include "foundation/UseGate.h"
+#include "wire/Stream.h"
+
+#include <algorithm>
+#include <cstdint>
+
+namespace cabinaudio {
+
+/// What tracks and sinks do alike. They are classes of their own with fields of their own, so this
+/// is a friend of both and works on either. `site` is the operation, whose name stands in the log.
+struct Playback {
+    static constexpr std::uint64_t SPACE_WAIT_MS = 600;
+    static constexpr std::uint64_t WRITER_EXIT_WAIT_MS = 2000;
+
+    /// The create request of a playback stream. Called with mLock held.
+    /// @return what the server has answered; when it did not grant the stream the log says why
+    template <typename Stream>
+    static Asked<wire::CreateReply> create(Stream& stream, int streamParam, const LogSite& site) {
+        const auto asked = createStream(*stream.mRc, id(wire::StreamFunction::Create), stream.mTag,
+                                        stream.mFormat, streamParam);
+        if (!asked.isSent()) {
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]mRc->rcalloc return failed, ret:%d\n",
+                         stream.mName, asked.steps.allocated);
+        } else if (!asked.isGranted()) {
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
+                         "[%s] mRc->call failure, status:%d  ret_status:%d\n", stream.mName,
+                         asked.steps.called, asked.reply.status);
+            logFree(asked.steps, site);
+        }
+        return asked;
+    }
+
+    /// Maps the ring that the server has announced. Called with mLock held.
+    /// @param asked      the answer of findRing()
+    /// @param logMapped  writes the stream's own line about the new ring
+    template <typename Stream, typename LogMapped>
+    static void adoptRing(Stream& stream, const Asked<wire::ShareMemoryReply>& asked,
+                          const LogSite& site, LogMapped logMapped) {
+        if (!asked.isGranted()) {
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
+                         "[%s] mRc->call return error(%d), ret->status:%d.\n", stream.mName,
+                         asked.steps.called, asked.reply.status);
+        } else {
+            ShareMemoryEx* const ring =
+                mapRing(asked.reply, stream.mName, SHM_MODE_WRITER, &stream);
+            stream.mShareMemory = ring;
+            logMapped(ring->getTotalSize());
+        }
+        logFree(asked.steps, site);
+    }
+
+    template <typename Stream>
+    static int start(Stream& stream, const LogSite& site) {
+        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]start In\n", stream.mName);
+        const AudioMutex::AutoLock lock(stream.mLock);
+        if (stream.mState == ACTIVE) {
+            AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "[%s]Current start state [is ACTIVE], Out\n",
+                         stream.mName);
+            return AUDIO_NO_ERROR;
+        }
+        if (stream.mState != IDLE) {
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]start failed, state[%d] [not IDLE], Out\n",
+                         stream.mName, state(stream));
+            return AUDIO_INVALID_STATE;
+        }
+        const std::int32_t status = stream.request(id(wire::StreamFunction::Start));
+        if (status != AUDIO_NO_ERROR) {
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]start RPC failed status[%d], Out\n",
+                         stream.mName, status);
+            return status;
+        }
+        stream.mIsWriteDone = false;
+        stream.mState = ACTIVE;
+        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]start Success, Out\n", stream.mName);
+        return AUDIO_NO_ERROR;
+    }
+
+    /// @param logSuccess  writes the stream's own last line
+    template <typename Stream, typename LogSuccess>
+    static int stop(Stream& stream, const LogSite& site, LogSuccess logSuccess) {
+        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]stop In\n", stream.mName);
+        const AudioMutex::AutoLock lock(stream.mLock);
+        if (stream.mState == IDLE) {
+            AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "[%s]Current stop state [is IDLE], Out\n",
+                         stream.mName);
+            return AUDIO_NO_ERROR;
+        }
+        if (stream.mState != ACTIVE) {
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]stop failed,state[%d] [not ACTIVE], Out\n",
+                         stream.mName, state(stream));
+            return AUDIO_INVALID_STATE;
+        }
+        const std::int32_t status = stream.request(id(wire::StreamFunction::Stop));
+        if (status != AUDIO_NO_ERROR) {
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]stop RPC failed status[%d], Out\n",
+                         stream.mName, status);
+            return status;
+        }
+        stream.mIsWriteDone = false;
+        stream.mState = IDLE;
+        if (stream.mIsBlocked) stream.mCond.signal();
+        logSuccess();
+        return AUDIO_NO_ERROR;
+    }
+
+    /// @param empty  empties a ring
+    template <typename Stream, typename Empty>
+    static int clear(Stream& stream, const LogSite& site, Empty empty) {
+        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]clear In\n", stream.mName);
+        const AudioMutex::AutoLock lock(stream.mLock);
+        if (stream.mState != IDLE) {
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]clear failed, state[%d] not IDLE, Out\n",
+                         stream.mName, state(stream));
+            return AUDIO_INVALID_STATE;
+        }
+        if (ShareMemoryEx* const ring = stream.mShareMemory) empty(*ring);
+        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]clear Success, Out\n", stream.mName);
+        return AUDIO_NO_ERROR;
+    }
+
+    /// Called with mLock held. @param isReady  the stream's own last condition; says why not
+    template <typename Stream, typename IsReady>
+    static int writeDone(Stream& stream, const LogSite& site, IsReady isReady) {
+        if (stream.mIsWriteDone) {
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]Currently in writDone[%d], Out\n",
+                         stream.mName, stream.mIsWriteDone);
+            return AUDIO_INVALID_STATE;
+        }
+        if (stream.mState != ACTIVE) {
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]writeDone failed, state[%d] Out\n",
+                         stream.mName, state(stream));
+            return AUDIO_INVALID_STATE;
+        }
+        if (!isReady()) return AUDIO_INVALID_STATE;
+        stream.mWriteDoneTime = nowMs();
+        const std::int32_t status = stream.request(id(wire::StreamFunction::WriteDone));
+        if (status != AUDIO_NO_ERROR) {
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]writeDone RPC failed status[%d], Out\n",
+                         stream.mName, status);
+            return status;
+        }
+        stream.mIsWriteDone = true;
+        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]writeDone Success, Out.\n", stream.mName);
+        return AUDIO_NO_ERROR;
+    }
+
+    /// Why no write is taken now, or AUDIO_NO_ERROR. Called with mLock held.
+    template <typename Stream>
+    static int refusal(const Stream& stream, const LogSite& site) {
+        if (stream.mIsBlocked) {
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
+                         "[%s]Can not write,the last write did not exit [mIsBlocked=%d]\n",
+                         stream.mName, stream.mIsBlocked);
+            return AUDIO_INVALID_OPERATION;
+        }
+        if (stream.mIsWriteDone) {
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
+                         "[%s]Can not write,writeDone has been called [mIsWriteDone=%d]\n",
+                         stream.mName, stream.mIsWriteDone);
+            return AUDIO_INVALID_OPERATION;
+        }
+        if (stream.mState != ACTIVE) {
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]Current mState[%d] [not ACTIVE]\n",
+                         stream.mName, state(stream));
+            return AUDIO_INVALID_STATE;
+        }
+        return AUDIO_NO_ERROR;
+    }
+
+    /// Bytes that the next step of a blocking write takes. Called with mLock held.
+    template <typename Stream>
+    static int step(const Stream& stream, int remaining) {
+        const int free = freeSize(stream);
+        // A server that names no step size must not make this spin on a full ring.
+        return std::min(free > 0 ? free : std::max(stream.mPerLoopSize.load(), 1), remaining);
+    }
+
+    /// Waits until `need` bytes are free. Called with mLock held.
+    /// @param isGivenUp  asked after each wake-up of a stream that is still ACTIVE
+    /// @return `need`, 0 when given up, or a status
+    template <typename Stream, typename IsGivenUp>
+    static int waitForSpace(Stream& stream, int need, const LogSite& site, IsGivenUp isGivenUp) {
+        while (freeSize(stream) < need) {
+            stream.mIsBlocked = true;
+            setRingWait(stream, true);
+            // The server frees first and looks at the flag then, so look once more after setting
+            // it.
+            if (freeSize(stream) >= need) {
+                setRingWait(stream, false);
+                break;
+            }
+            const std::uint64_t begin = nowMs();
+            if (stream.mCond.waitRelative(stream.mLock, SPACE_WAIT_MS) != 0) {
+                AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "[%s]wait free space timeout %llu\n",
+                             stream.mName, llu(nowMs() - begin));
+                // The destructor came at the last moment, and waits.
+                if (stream.mState == NO_INIT) stream.mCond.signal();
+                stream.mIsBlocked = false;
+                return AUDIO_TIMED_OUT;
+            }
+            if (stream.mState != ACTIVE) {
+                logInterruptedWait(stream, site);
+                stream.mIsBlocked = false;
+                return AUDIO_INVALID_STATE;
+            }
+            if (isGivenUp()) {
+                stream.mIsBlocked = false;
+                return 0;
+            }
+            setRingWait(stream, false);
+        }
+        stream.mIsBlocked = false;
+        return need;
+    }
+
+    /// Bytes that a write takes without waiting, at most `bytes`. Called with mLock held.
+    template <typename Stream>
+    static int fitting(const Stream& stream, int bytes, const LogSite& site) {
+        const int count = std::min(freeSize(stream), bytes);
+        if (count < bytes)
+            AUDIO_LOG_AT(ANDROID_LOG_WARN, site,
+                         "[%s] no enough space to write len[%d], actually write[%d] [unblock]\n",
+                         stream.mName, bytes, count);
+        return std::max(count, 0);
+    }
+
+    /// Called with mLock held and a ring that has the space.
+    template <typename Stream>
+    static int writeOnce(Stream& stream, unsigned char* buffer, int len, const LogSite& site) {
+        ShareMemoryEx* const ring = stream.mShareMemory;
+        if (ring->write(buffer, static_cast<unsigned>(len)) == 0)
+            AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site,
+                         "AUDIO IGNORE(mShareMemory->write(buffer, len))!\n");
+        if (stream.mDump != nullptr) stream.mDump->write(buffer, static_cast<unsigned>(len));
+        return len;
+    }
+
+    template <typename Stream>
+    static int freeSize(const Stream& stream) {
+        const ShareMemoryEx* const ring = stream.mShareMemory;
+        return ring != nullptr ? static_cast<int>(ring->getFreeSize()) : 0;
+    }
+
+    template <typename Stream>
+    static void notify(Stream& stream, const LogSite& site) {
+        const std::uint64_t lag =
+            wakeAfterUpdate({stream.mLock, stream.mCond, stream.mIsBlocked, stream.mShareMemory});
+        if (lag >= LAG_WARNING_MS)
+            AUDIO_LOG_AT(ANDROID_LOG_WARN, site,
+                         "[%s] update share memory IPC interVal:%llu ms > 1 ms\n", stream.mName,
+                         llu(lag));
+    }
+
+    template <typename Stream>
+    static void onRemoved(Stream& stream, const LogSite& site) {
+        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]server track has be deleted, disconnect.\n",
+                     stream.mName);
+        const AudioMutex::AutoLock lock(stream.mLock);
+        // NO_INIT is what a writer on its way out has to see.
+        if (stream.mIsBeingDestroyed) return;
+        stream.mState = STOPPING;
+        if (stream.mIsBlocked) stream.mCond.signal();
+    }
+
+    /// Deletes a ring that was taken out of mShareMemory, once nobody looks at it any more. Without
+    /// mLock: joins the ring's receiver thread.
+    template <typename Stream>
+    static void deleteRing(Stream& stream, ShareMemoryEx* ring) {
+        if (ring == nullptr) return;
+        stream.mRingVisitors->drain();
+        delete ring;
+    }
+
+    /// The first step of destruction: ends a blocked write. @return the ring, to be deleted
+    template <typename Stream>
+    static ShareMemoryEx* endWriter(Stream& stream, const LogSite& site) {
+        const AudioMutex::AutoLock lock(stream.mLock);
+        stream.mIsBeingDestroyed = true;
+        stream.mState = NO_INIT;
+        if (stream.mIsBlocked) waitForWriter(stream, site);
+        return stream.mShareMemory.exchange(nullptr);
+    }
+
+    /// What an operation without effect says. It names the track for a sink too, as it always has:
+    /// log filters look for that. @param instead  what to call, or null for nothing
+    static int deprecated(const LogSite& site, const char* instead) {
+        if (instead == nullptr)
+            AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "Deprecated API(ClientTrack::%s) is called.\n",
+                         site.function);
+        else
+            AUDIO_LOG_AT(ANDROID_LOG_WARN, site,
+                         "Deprecated API(ClientTrack::%s) is called. please try "
+                         "QVAudioSetting::Volume::%s.\n",
+                         site.function, instead);
+        return AUDIO_NO_ERROR;
+    }
+
+    /// Says that a wait for the ring or the source ended because the stream is not ACTIVE any more.
+    template <typename Stream>
+    static void logInvalidState(const Stream& stream, const LogSite& site) {
+        if (stream.mState == NO_INIT)
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]state[NO_INIT] invalid, expect[ACTIVE]\n",
+                         stream.mName);
+        else
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]state[%s] invalid, expect[ACTIVE]\n",
+                         stream.mName, stream.mState == STOPPING ? "STOPPING" : "IDEL");
+    }
+
+private:
+    template <typename Stream>
+    static AudioStreamState state(const Stream& stream) {
+        return stream.mState;
+    }
+
+    static void logFree(const Steps& steps, const LogSite& site) {
+        if (!steps.isFreed)
+            AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site,
+                         "AUDIO IGNORE(AUDIO_NO_ERROR == mRc->rcfree(param, ret))!\n");
+    }
+
+    template <typename Stream>
+    static void waitForWriter(Stream& stream, const LogSite& site) {
+        AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "[%s] destroy with out stop finish\n", stream.mName);
+        stream.mCond.signal();
+        const std::uint64_t begin = nowMs();
+        std::uint64_t waited = 0;
+        // notify() may wake this instead of the writer: wait for what the writer does.
+        while (stream.mIsBlocked && waited < WRITER_EXIT_WAIT_MS) {
+            (void)stream.mCond.waitRelative(stream.mLock, WRITER_EXIT_WAIT_MS - waited);
+            waited = nowMs() - begin;
+        }
+        if (stream.mIsBlocked)
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s] waitting exit timeout[%llu ms]\n",
+                         stream.mName, llu(waited));
+    }
+
+    template <typename Stream>
+    static void logInterruptedWait(Stream& stream, const LogSite& site) {
+        if (stream.mState == NO_INIT) {
+            stream.mCond.signal();  // the destructor waits for this
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
+                         "[%s]waiting free space, exit has requested mState[%d]\n", stream.mName,
+                         state(stream));
+        } else {
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]after waiting ,status:%s\n", stream.mName,
+                         endOfWait(stream.mState));
+        }
+    }
+
+    /// A ring that could not be mapped has no flag.
+    template <typename Stream>
+    static void setRingWait(Stream& stream, bool wait) {
+        ShareMemoryEx* const ring = stream.mShareMemory;
+        if (ring != nullptr && ring->isUsable()) ring->setWait(wait);
+    }
+};
+
+}  // namespace cabinaudio
