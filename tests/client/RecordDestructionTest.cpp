@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/client/HeldUp.h"
+#include "tests/client/RecordFixture.h"
+#include "tests/support/ProcessState.h"
+
+#include <algorithm>
+#include <new>
+#include <thread>
+
+namespace cabinaudio::test {
+namespace {
+
+class ACapturesDestruction : public ACapture {
+protected:
+    /// Position in the log of the first line that ends with this; the log's end without one.
+    [[nodiscard]] std::size_t positionOf(const std::string& line) const {
+        const std::vector<LogLine> lines = log.lines();
+        return static_cast<std::size_t>(
+            std::find_if(lines.begin(), lines.end(),
+                         [&](const LogLine& one) { return one.text.ends_with(line); }) -
+            lines.begin());
+    }
+    /// A read of the active stream that waits for longer than any of these tests takes.
+    [[nodiscard]] std::future<int> waitingRead() {
+        if (kind == Kind::RAW_MIC) return blockedRead(10);
+        return blockedRead(32 * 60'000);  // a minute's worth of silence
+    }
+    void makeActive() {
+        make();
+        data.resize(32 * 60'000);
+        start();
+    }
+
+    static constexpr const char* TIMEOUT = "[rec] waitting exit read timeout[500 ms]\n";
+};
+
+INSTANTIATE_TEST_SUITE_P(ForBoth, ACapturesDestruction,
+                         ::testing::Values(Kind::RAW_MIC, Kind::UPLINK), nameOf);
+
+TEST_P(ACapturesDestruction, SendsNoStopRequest) {
+    makeActive();
+    record.reset();
+    EXPECT_TRUE(server.requests(STOP).empty());
+    EXPECT_TRUE(server.waitForEndOf());
+    EXPECT_EQ(log.count(DEBUG, file(), text("~ClientRecord", "~ClientRecordRt"), "[rec] destroy\n"),
+              kind == Kind::RAW_MIC ? 0U : 1U)
+        << log.dump();
+}
+
+TEST_P(ACapturesDestruction, SaysNothingOfATimeOutWhenNobodyReads) {
+    makeActive();
+    record.reset();
+    EXPECT_EQ(log.count(WARN, TIMEOUT), 0U) << log.dump();
+}
+
+TEST_P(ACapturesDestruction, EndsABlockedRead) {
+    makeActive();
+    std::future<int> reader = waitingRead();
+    const Stopwatch watch;
+    record.reset();
+    if (kind == Kind::RAW_MIC) {
+        // The reader leaves without a word, so the wait for it takes its time.
+        EXPECT_EQ(reader.get(), 0);
+        EXPECT_GE(watch.ms(), 500);
+        EXPECT_EQ(log.count(WARN, "ClientRecord", "~ClientRecord", TIMEOUT), 1U) << log.dump();
+    } else {
+        EXPECT_EQ(reader.get(), AUDIO_INVALID_STATE);
+        EXPECT_EQ(log.count(WARN, TIMEOUT), 0U) << log.dump();
+        EXPECT_EQ(log.count(ERROR, "[rec]after waiting ,status:NO_INIT, may have destroy\n"), 1U);
+        EXPECT_EQ(log.count(ERROR, "[rec] client read data error state:0\n"), 1U);
+    }
+}
+
+TEST_P(ACapturesDestruction, GivesUpOnAReaderAfterHalfASecond) {
+    // The stuck reader never leaves, so the record's memory has to stay.
+    constexpr std::size_t SIZE = std::max(sizeof(ClientRecord), sizeof(ClientRecordRt));
+    alignas(std::max_align_t) static unsigned char places[2][SIZE];
+    unsigned char* const place = places[kind == Kind::RAW_MIC ? 0 : 1];
+    server.on(CREATE, Answer::words(0, 0, 4096, 512, 16, 256, 0));
+    AudioFormatDesc format = speech();
+    serverRing = posixRing("rec", 4096);
+    AudioRecord* stuck = nullptr;
+    if (kind == Kind::RAW_MIC)
+        stuck = new (place) ClientRecord("rec", AUDIO_TAG_INPUT0, format, 0);
+    else
+        stuck = new (place) ClientRecordRt("rec", AUDIO_TAG_UPLINK, format);
+    ASSERT_EQ(stuck->start(), AUDIO_NO_ERROR);
+    static unsigned char buffer[4096];
+    std::thread([stuck] {
+        holdUpInNextWait();
+        (void)stuck->read(buffer, sizeof buffer, true);
+    }).detach();
+    ASSERT_TRUE(eventually(isHeldUp));
+    const Stopwatch watch;
+    stuck->~AudioRecord();
+    EXPECT_GE(watch.ms(), 500);
+    EXPECT_EQ(log.count(WARN, file(), text("~ClientRecord", "~ClientRecordRt"), TIMEOUT), 1U)
+        << log.dump();
+    // The connection goes before the wait or after it, and the ring last of all.
+    const std::size_t closed = [&] {
+        const std::vector<LogLine> lines = log.lines();
+        return static_cast<std::size_t>(std::find_if(lines.begin(), lines.end(),
+                                                     [](const LogLine& one) {
+                                                         return one.text.find("close socket fd:") !=
+                                                                std::string::npos;
+                                                     }) -
+                                        lines.begin());
+    }();
+    ASSERT_LT(closed, log.lines().size()) << log.dump();
+    if (kind == Kind::RAW_MIC) {
+        EXPECT_LT(closed, positionOf(TIMEOUT)) << log.dump();
+        EXPECT_LT(positionOf(TIMEOUT), positionOf("delete shared memory name:rec\n"));
+    } else {
+        EXPECT_GT(closed, positionOf(TIMEOUT)) << log.dump();
+        EXPECT_LT(closed, positionOf("[rec] destroy\n"));
+    }
+}
+
+TEST_P(ACapturesDestruction, LetsGoOfItsRingAfterItsConnection) {
+    makeActive();
+    if (kind == Kind::UPLINK) giveRing();
+    log.clear();
+    record.reset();
+    const std::vector<LogLine> lines = log.lines();
+    const auto closed = std::find_if(lines.begin(), lines.end(), [](const LogLine& one) {
+        return one.text.find("close socket fd:") != std::string::npos;
+    });
+    const auto deleted = std::find_if(lines.begin(), lines.end(), [](const LogLine& one) {
+        return one.text.find("delete shared memory name:rec") != std::string::npos;
+    });
+    ASSERT_NE(closed, lines.end()) << log.dump();
+    ASSERT_NE(deleted, lines.end()) << log.dump();
+    EXPECT_LT(closed, deleted) << log.dump();
+}
+
+/// A request that waits for a server that has died holds the lock, which the destructor needs.
+TEST_P(ACapturesDestruction, EndsARequestThatADeadServerWillNeverAnswer) {
+    make();
+    server.on(START, Answer::none());
+    std::future<int> starter = std::async(std::launch::async, [&] { return record->start(); });
+    ASSERT_TRUE(server.waitForRequest(START));
+    server.stop();
+    ASSERT_TRUE(log.waitForMatching(ERROR, "service may be crash.*\n")) << log.dump();
+    record.reset();
+    EXPECT_EQ(starter.get(), 1);
+    EXPECT_EQ(log.count(ERROR, text("[rec]start failed\n", "[rec] start failed\n")), 1U)
+        << log.dump();
+}
+
+TEST_P(ACapturesDestruction, LeavesNothingBehind) {
+    const ProcessState before = ProcessState::now();
+    for (int round = 0; round < 5; ++round) {
+        make();
+        ASSERT_EQ(record->initCheck(), AUDIO_NO_ERROR);
+        start();
+        if (kind == Kind::UPLINK) giveRing();
+        ASSERT_TRUE(put(*serverRing, pattern(100)));
+        ASSERT_EQ(read(100, true), 100);
+        if (kind == Kind::UPLINK && round % 2 == 0) takeRing();
+        record.reset();
+        serverRing.reset();
+        log.clear();
+    }
+    EXPECT_TRUE(returnsTo(before));
+}
+
+TEST_P(ACapturesDestruction, EndsTheThreadsOfTheStream) {
+    make();
+    if (kind == Kind::UPLINK) giveRing();
+    const auto ownThreads = [] {
+        const std::vector<std::string> names = threadNames();
+        return std::count_if(names.begin(), names.end(),
+                             [](const std::string& name) { return name.rfind("AS-", 0) == 0; });
+    };
+    EXPECT_EQ(ownThreads(), 3) << ::testing::PrintToString(threadNames());
+    record.reset();
+    EXPECT_TRUE(eventually([&] { return ownThreads() == 0; }))
+        << ::testing::PrintToString(threadNames());
+}
+
+TEST_P(ACapturesDestruction, SurvivesAStormOfNotifications) {
+    const ProcessState before = ProcessState::now();
+    server.on(CREATE, Answer::words(0, 0, 4096, 512, 16, 256, 0));
+    server.on(GET_RING, Answer::words(0, RING_ADDRESS, 4096));
+    for (std::size_t round = 0; round < 20; ++round) {
+        AudioFormatDesc format = speech();
+        if (kind == Kind::RAW_MIC)
+            record = std::make_unique<ClientRecord>("rec", AUDIO_TAG_INPUT0, format, 0);
+        else
+            record = std::make_unique<ClientRecordRt>("rec", AUDIO_TAG_UPLINK, format);
+        for (std::uint32_t i = 0; i < 30; ++i)
+            server.notify(i % 5 == 4 ? 9 : RING_STATE, i % 2, round);
+        if (round % 4 == 0) server.notify(REMOVED, 0, round);
+        record.reset();
+    }
+    EXPECT_TRUE(eventually([&] { return ProcessState::now().threads == before.threads; }));
+    EXPECT_TRUE(
+        eventually([&] { return ProcessState::now().sharedMappings == before.sharedMappings; }));
+}
+
+}  // namespace
+}  // namespace cabinaudio::test

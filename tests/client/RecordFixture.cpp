@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/client/RecordFixture.h"
+
+namespace cabinaudio::test {
+
+AudioFormatDesc speech(std::uint32_t codec) {
+    return {codec, 16000, 0, AUDIO_CHANNEL_MAP_1, 0, AUDIO_BIT_DEPTH_16};
+}
+
+void ACaptureStream::makeRawMic(unsigned size, int perLoopSize) {
+    ringSize = size;
+    kind = Kind::RAW_MIC;
+    server.on(CREATE, Answer::words(0, 0, size, perLoopSize, 16, 512, 0));
+    record.reset();
+    serverRing.reset();  // removes the name
+    serverRing = posixRing("rec", size);
+    AudioFormatDesc format = speech();
+    record = std::make_unique<ClientRecord>("rec", AUDIO_TAG_INPUT0, format, 0);
+    ASSERT_EQ(record->getTotalBufferSize(), static_cast<int>(size)) << log.dump();
+}
+
+void ACaptureStream::makeUplink(int perLoopSize, AudioFormatDesc format) {
+    kind = Kind::UPLINK;
+    server.on(CREATE, Answer::words(0, 0, 0, perLoopSize, 16, perLoopSize / 2, 0));
+    record = std::make_unique<ClientRecordRt>("rec", AUDIO_TAG_UPLINK, format);
+    ASSERT_EQ(log.countMatching(ERROR, ".*\n"), 0U) << log.dump();
+}
+
+void ACaptureStream::make(Kind which) {
+    if (which == Kind::RAW_MIC)
+        makeRawMic();
+    else
+        makeUplink();
+}
+
+void ACaptureStream::giveRing(unsigned size) {
+    ringSize = size;
+    server.on(GET_RING, Answer::words(0, RING_ADDRESS, size));
+    serverRing.reset();  // removes the name
+    serverRing = physicalRing("rec", size);
+    ASSERT_TRUE(serverRing->isUsable()) << log.dump();
+    const std::string line = "[rec] record initShareMem OK, shm_size = " + std::to_string(size);
+    const std::size_t before = log.count(INFO, line + "\n");
+    server.notify(RING_STATE, 1, newest());
+    ASSERT_TRUE(log.waitFor(INFO, line + "\n", before + 1)) << log.dump();
+    settle();
+}
+
+void ACaptureStream::takeRing() {
+    const std::size_t before = server.requests(REMOVE_RING).size();
+    server.notify(RING_STATE, 0, newest());
+    ASSERT_TRUE(server.waitForRequest(REMOVE_RING, before + 1)) << log.dump();
+    settle();
+}
+
+void ACaptureStream::settle() {
+    const char* const line = kind == Kind::RAW_MIC ? "[rec]unknown msg(9999), value=0\n"
+                                                   : "[rec] unknown msg(9999), value=0\n";
+    const std::size_t before = log.count(DEBUG, line);
+    server.notify(9999, 0, newest());
+    ASSERT_TRUE(log.waitFor(DEBUG, line, before + 1)) << log.dump();
+}
+
+void ACaptureStream::removeByServer() {
+    server.notify(REMOVED, 0, newest());
+    settle();
+}
+
+void ACaptureStream::start() {
+    ASSERT_EQ(record->start(), AUDIO_NO_ERROR) << log.dump();
+}
+
+std::future<int> ACaptureStream::blockedRead(int bytes) {
+    return blocked([this, bytes] { return read(bytes, true); }, AUDIO_INVALID_STATE);
+}
+
+}  // namespace cabinaudio::test
