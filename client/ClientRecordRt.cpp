@@ -337,8 +337,8 @@ std::int32_t ClientRecordRt::_prepareData(unsigned want, bool isBlock, unsigned&
                        llu(supply.waitMs));
         if (mState != ACTIVE) return interruptedWait();
         if (!supply.isLive) {
-            ready =
-                want;  // early when woken: the ring may be there now, and silence must not delay it
+            // Also when woken early: a ring may be there now, and silence must not delay it.
+            ready = want;
             return AUDIO_NO_ERROR;
         }
     }
