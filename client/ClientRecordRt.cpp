@@ -608,14 +608,18 @@ ClientRecordRt::~ClientRecordRt() {
     // A request that waits for a dead server holds a lock; it would never give it up.
     mRc->_abandon();
     ShareMemoryEx* ring = nullptr;
+    bool isGivenUp = false;
     {
         const AudioMutex::AutoLock lock(mLock);
         mIsBeingDestroyed = true;
         mState = NO_INIT;
         if (mIsBlocked) endReader();
+        isGivenUp = mIsBlocked;
         ring = mShareMemory.exchange(nullptr);
     }
-    mReaders->drain();  // a read that has its data may still be writing the dump
+    // A read that has its data may still be writing the dump. One that never woke up is not waited
+    // for.
+    if (!isGivenUp) mReaders->drain();
     delete mRc;
     deleteRing(ring);
     delete mDump;
