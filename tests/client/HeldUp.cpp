@@ -10,7 +10,7 @@
 namespace {
 
 thread_local bool tHoldUp = false;
-std::atomic<bool> gHeldUp{false};
+std::atomic<int> gHeldUp{0};
 
 }  // namespace
 
@@ -20,7 +20,7 @@ void holdUpInNextWait() {
     tHoldUp = true;
 }
 
-bool isHeldUp() {
+int heldUp() {
     return gHeldUp;
 }
 
@@ -39,7 +39,7 @@ extern "C" int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t
             : reinterpret_cast<TimedWait>(dlsym(RTLD_NEXT, "pthread_cond_timedwait"));
     if (!tHoldUp) return next(condition, mutex, deadline);
     pthread_mutex_unlock(mutex);
-    gHeldUp = true;
+    ++gHeldUp;
     for (;;)
         pause();
 }

@@ -7,7 +7,7 @@ namespace cabinaudio::test {
 /// come, as if the scheduler had forgotten it. It has released the wait's mutex by then.
 void holdUpInNextWait();
 
-/// Whether a thread stands still.
-[[nodiscard]] bool isHeldUp();
+/// How many threads stand still.
+[[nodiscard]] int heldUp();
 
 }  // namespace cabinaudio::test

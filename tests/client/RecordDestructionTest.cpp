@@ -62,7 +62,7 @@ TEST_P(ACapturesDestruction, EndsABlockedRead) {
         // The reader leaves without a word, so the wait for it takes its time.
         EXPECT_EQ(reader.get(), 0);
         EXPECT_GE(watch.ms(), 500);
-        EXPECT_EQ(log.count(WARN, "ClientRecord", "~ClientRecord", TIMEOUT), 1U) << log.dump();
+        EXPECT_EQ(log.count(WARN, TIMEOUT), 1U) << log.dump();
     } else {
         EXPECT_EQ(reader.get(), AUDIO_INVALID_STATE);
         EXPECT_EQ(log.count(WARN, TIMEOUT), 0U) << log.dump();
@@ -86,16 +86,16 @@ TEST_P(ACapturesDestruction, GivesUpOnAReaderAfterHalfASecond) {
         stuck = new (place) ClientRecordRt("rec", AUDIO_TAG_UPLINK, format);
     ASSERT_EQ(stuck->start(), AUDIO_NO_ERROR);
     static unsigned char buffer[4096];
+    const int before = heldUp();
     std::thread([stuck] {
         holdUpInNextWait();
         (void)stuck->read(buffer, sizeof buffer, true);
     }).detach();
-    ASSERT_TRUE(eventually(isHeldUp));
+    ASSERT_TRUE(eventually([&] { return heldUp() > before; }));
     const Stopwatch watch;
     stuck->~AudioRecord();
     EXPECT_GE(watch.ms(), 500);
-    EXPECT_EQ(log.count(WARN, file(), text("~ClientRecord", "~ClientRecordRt"), TIMEOUT), 1U)
-        << log.dump();
+    EXPECT_EQ(log.count(WARN, TIMEOUT), 1U) << log.dump();
     // The connection goes before the wait or after it, and the ring last of all.
     const std::size_t closed = [&] {
         const std::vector<LogLine> lines = log.lines();

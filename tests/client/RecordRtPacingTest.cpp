@@ -216,7 +216,7 @@ TEST_F(PacedSilence, LogsTheFirstReadOnlyAndBeforeAnyCheck) {
     time.pass(7);
     EXPECT_EQ(record->read(nullptr, 100, true), AUDIO_BAD_VALUE);
     EXPECT_EQ(read(100, false), 100);
-    EXPECT_EQ(log.count(INFO, "ClientRecordRt", "read",
+    EXPECT_EQ(log.count(INFO,
                         "[rec] first read start->nowTime:7 ms  want read bytes:100(3) ms "
                         "isBlock:1\n"),
               1U)

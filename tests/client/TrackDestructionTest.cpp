@@ -75,11 +75,12 @@ TEST_F(ATracksDestruction, GivesUpOnAWriterAfterTwoSeconds) {
     ASSERT_EQ(stuck->start(), AUDIO_NO_ERROR);
     ASSERT_EQ(stuck->write(data.data(), 4095, false), 4095);
     static unsigned char byte = 1;
+    const int before = heldUp();
     std::thread([stuck] {
         holdUpInNextWait();
         (void)stuck->write(&byte, 1, true);
     }).detach();
-    ASSERT_TRUE(eventually(isHeldUp));
+    ASSERT_TRUE(eventually([&] { return heldUp() > before; }));
     const auto begin = std::chrono::steady_clock::now();
     stuck->~ClientTrack();
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(2000));

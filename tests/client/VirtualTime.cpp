@@ -96,6 +96,7 @@ namespace cabinaudio::test {
 VirtualTime::VirtualTime() {
     gNowUs = 1'000'000'000;
     (void)takeWaits();
+    (void)takeNoise();
 }
 
 VirtualTime::~VirtualTime() {
