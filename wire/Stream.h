@@ -127,4 +127,24 @@ static_assert(offsetof(KeyShiftRequest, function) == 0);
 static_assert(offsetof(KeyShiftRequest, key) == 4);
 static_assert(sizeof(float) == 4);
 
+/// CaptureFunction::SetVolume; its reply is a status.
+struct VolumeRequest {
+    std::uint32_t function;  // 0
+    std::int32_t volume;     // 4   0 to 100
+};
+static_assert(Layout<VolumeRequest>);
+static_assert(sizeof(VolumeRequest) == 8);
+static_assert(offsetof(VolumeRequest, function) == 0);
+static_assert(offsetof(VolumeRequest, volume) == 4);
+
+/// Reply to CaptureFunction::GetVolume.
+struct VolumeReply {
+    std::int32_t status;  // 0
+    std::int32_t volume;  // 4
+};
+static_assert(Layout<VolumeReply>);
+static_assert(sizeof(VolumeReply) == 8);
+static_assert(offsetof(VolumeReply, status) == 0);
+static_assert(offsetof(VolumeReply, volume) == 4);
+
 }  // namespace cabinaudio::wire

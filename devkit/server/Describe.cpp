@@ -41,12 +41,23 @@ std::string describe(const wire::KeyShiftRequest& request) {
     return format("%g", static_cast<double>(request.key));
 }
 
+std::string describe(const wire::VolumeRequest& request) {
+    return format("%d", request.volume);
+}
+
 std::string describe(const wire::StatusReply&) {
     return {};
 }
 
 std::string describe(const wire::CreateReply& reply) {
-    return format("ring %u bytes, per loop %d bytes", reply.ringSize, reply.perLoopSize);
+    const std::string sizes =
+        format("ring %u bytes, per loop %d bytes", reply.ringSize, reply.perLoopSize);
+    if (reply.perLoopTime == 0) return sizes;
+    return sizes + format(", %d ms, %d frames", reply.perLoopTime, reply.perLoopSamples);
+}
+
+std::string describe(const wire::VolumeReply& reply) {
+    return format("%d", reply.volume);
 }
 
 std::string describe(const wire::ShareMemoryReply& reply) {

@@ -14,10 +14,12 @@ namespace cabinaudio::server {
 std::string describe(const wire::FunctionRequest& request);
 std::string describe(const wire::CreateRequest& request);
 std::string describe(const wire::KeyShiftRequest& request);
+std::string describe(const wire::VolumeRequest& request);
 
 std::string describe(const wire::StatusReply& reply);
 std::string describe(const wire::CreateReply& reply);
 std::string describe(const wire::ShareMemoryReply& reply);
+std::string describe(const wire::VolumeReply& reply);
 std::string describe(const wire::VersionReply& reply);
 
 std::string describe(const AudioFormatDesc& format);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/Microphone.h"
 #include "devkit/server/SoundCard.h"
 
 #include <stdexcept>
@@ -6,6 +7,10 @@
 namespace cabinaudio::server {
 
 std::unique_ptr<SoundCard> openPulse(const OutputFormat&) {
+    throw std::runtime_error("pulse: this server was built without it");
+}
+
+std::unique_ptr<Microphone> openPulseMicrophone() {
     throw std::runtime_error("pulse: this server was built without it");
 }
 

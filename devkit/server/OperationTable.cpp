@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/CaptureOperations.h"
 #include "devkit/server/Operation.h"
 #include "devkit/server/PlaybackOperations.h"
 #include "devkit/server/VersionOperations.h"
@@ -13,6 +14,13 @@ std::span<const Operation> operationsOf(audio_connect_type type) {
         case AUDIO_CONNECT_AUXILIARY:
         case AUDIO_CONNECT_OUTPUT_INVOCATION:
             return trackOperations();
+        case AUDIO_CONNECT_INPUT0:
+        case AUDIO_CONNECT_INPUT1:
+        case AUDIO_CONNECT_INPUT2:
+        case AUDIO_CONNECT_INPUT_FRONT_FEEDBACK:
+            return captureOperations();
+        case AUDIO_CONNECT_UPLINK:
+            return uplinkOperations();
         case AUDIO_CONNECT_VERSION_SETTING:
             return versionOperations();
         default:

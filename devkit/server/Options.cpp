@@ -10,10 +10,14 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
+#include <charconv>
 #include <cstdio>
+#include <vector>
 
 namespace cabinaudio::server {
 namespace {
+
+constexpr int LONGEST_DELAY_MS = 60000;
 
 std::string versionText() {
     return "cabinaudio-server " + std::to_string(SERVER_VERSION[0]) + "." +
@@ -57,9 +61,47 @@ void describeStreams(CLI::App& app, Options& options) {
     app.add_option_function<int>(
            "--ring-delay",
            [&options](const int& ms) { options.ringDelay = std::chrono::milliseconds(ms); },
-           "Wait before a physical ring is announced to its client (0)")
+           "Wait before the ring of a track or sink is announced to its client (0)")
         ->type_name("MS")
-        ->check(CLI::Range(0, 60000));
+        ->check(CLI::Range(0, LONGEST_DELAY_MS));
+}
+
+void addInput(Options& options, const std::string& text) {
+    if (const std::string problem = options.inputs.add(text); !problem.empty()) {
+        throw CLI::ValidationError("--input", problem);
+    }
+}
+
+void setUplinkDelay(Options& options, const std::string& text) {
+    if (text == "never") {
+        options.uplinkDelay.reset();
+        return;
+    }
+    int ms = 0;
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, ms);
+    if (error != std::errc() || rest != end || ms < 0 || ms > LONGEST_DELAY_MS) {
+        throw CLI::ValidationError("--uplink-delay", "neither 0 to 60000 nor never: " + text);
+    }
+    options.uplinkDelay = std::chrono::milliseconds(ms);
+}
+
+void describeCapture(CLI::App& app, Options& options) {
+    app.add_option_function<std::vector<std::string>>(
+           "--input",
+           [&options](const std::vector<std::string>& texts) {
+               for (const std::string& text : texts)
+                   addInput(options, text);
+           },
+           "What is recorded: a sound file, which is looped, tone:HZ, silence or mic; with TAG= in "
+           "front, only by streams of that tag. May be repeated (tone:440)")
+        ->type_name("[TAG=]WHAT")
+        ->allow_extra_args(false);
+    app.add_option_function<std::string>(
+           "--uplink-delay", [&options](const std::string& text) { setUplinkDelay(options, text); },
+           "Wait between the start of an uplink and the announcement of its ring; never: it is "
+           "announced on command only (0)")
+        ->type_name("MS|never");
 }
 
 void describeRecords(CLI::App& app, Options& options) {
@@ -99,10 +141,11 @@ int usage(const std::string& problem) {
 
 std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
     Options options;
-    CLI::App app("A small audio server for the programs that play through cabinaudio.",
+    CLI::App app("A small audio server for the programs that play and record through cabinaudio.",
                  "cabinaudio-server");
     describeOutput(app, options);
     describeStreams(app, options);
+    describeCapture(app, options);
     describeRecords(app, options);
     describeProgram(app, options);
     try {

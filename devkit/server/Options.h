@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "devkit/server/InputChoice.h"
 #include "devkit/server/Log.h"
 #include "devkit/server/Output.h"
 
@@ -19,6 +20,9 @@ struct Options {
     bool isFast = false;
     std::uint32_t ringPeriods = 8;
     std::chrono::milliseconds ringDelay{0};
+    InputChoice inputs;
+    /// From the start of an uplink to the announcement of its ring; nothing: on command only.
+    std::optional<std::chrono::milliseconds> uplinkDelay = std::chrono::milliseconds(0);
     std::string stemDirectory;
     std::string reportFile;
     bool isTraced = false;

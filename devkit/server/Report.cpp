@@ -66,6 +66,31 @@ json describeStream(const Reported& reported, const PlaybackStream& stream) {
     return result;
 }
 
+json describeCapture(const CaptureStream& stream) {
+    const CaptureStream::Parts& parts = stream.parts();
+    const CaptureStream::Counters& counters = stream.counters();
+    json result = {{"name", stream.client().name()},
+                   {"kind", stream.isUplink() ? "uplink" : "capture"},
+                   {"tag", AudioTypes::getTag(static_cast<AudioTagType>(parts.tag))},
+                   {"tag_number", parts.tag},
+                   {"process", parts.pid},
+                   {"rate_hz", parts.format.rate},
+                   {"channels", parts.format.channels},
+                   {"bits", parts.format.bytesPerSample * 8},
+                   {"codec", nameOf(parts.codec)},
+                   {"input", parts.input},
+                   {"state", stream.isActive() ? "active" : "idle"},
+                   {"volume", stream.volume()},
+                   {"frames", counters.frames},
+                   {"bytes", counters.bytes},
+                   {"packets", counters.packets},
+                   {"overruns", counters.overruns},
+                   {"discarded_bytes", counters.discardedBytes},
+                   {"queued_bytes", stream.ring() != nullptr ? stream.ring()->usedBytes() : 0}};
+    describeRing(stream.ring(), stream.ringOffer(), result);
+    return result;
+}
+
 json describeSegments(const StreamRecord& record) {
     json result = json::array();
     for (const Segment& segment : record.segments) {
@@ -92,6 +117,9 @@ json stateOf(const Reported& reported, const std::vector<std::unique_ptr<Client>
     result["streams"] = json::array();
     for (const auto& stream : reported.streams.streams()) {
         result["streams"].push_back(describeStream(reported, *stream));
+    }
+    for (const auto& stream : reported.captures.streams()) {
+        result["streams"].push_back(describeCapture(*stream));
     }
     return result;
 }

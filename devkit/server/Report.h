@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "devkit/server/CaptureRegistry.h"
 #include "devkit/server/Client.h"
 #include "devkit/server/Mixer.h"
 #include "devkit/server/Output.h"
@@ -17,6 +18,7 @@ namespace cabinaudio::server {
 /// What the two texts below are made of.
 struct Reported {
     const StreamRegistry& streams;
+    const CaptureRegistry& captures;
     const Mixer& mixer;
     const Output& output;
     const OutputFormat& format;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cabinaudio/foundation/AudioStatus.h>
+
 #include "devkit/server/Client.h"
 #include "devkit/server/PhysicalMemory.h"
 
@@ -9,6 +11,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 
 namespace cabinaudio::server {
 
@@ -63,5 +66,19 @@ private:
     PhysicalMemory mMemory;
     RingPlace::Names mNames;
 };
+
+/// Makes a ring of the class Ring, whose constructor takes a place and `arguments`.
+/// @return the status; `ring` is set when it is AUDIO_NO_ERROR
+template <typename Ring, typename... Arguments>
+std::int32_t makeRing(RingPlaces& places, const Client& client, RingKind kind, std::uint32_t size,
+                      std::unique_ptr<Ring>& ring, Arguments... arguments) {
+    std::optional<RingPlace> place;
+    const std::int32_t status = places.reserve(client, kind, size, place);
+    if (status != AUDIO_NO_ERROR) return status;
+    auto made = std::make_unique<Ring>(std::move(*place), arguments...);
+    if (!made->isUsable()) return AUDIO_NO_MEMORY;
+    ring = std::move(made);
+    return AUDIO_NO_ERROR;
+}
 
 }  // namespace cabinaudio::server

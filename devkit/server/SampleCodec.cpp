@@ -4,6 +4,7 @@
 #include <samplerate.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace cabinaudio::server {
@@ -11,6 +12,10 @@ namespace {
 
 float fromUnsigned8(std::uint8_t sample) {
     return static_cast<float>(sample - 128) / 128.0F;
+}
+
+std::uint8_t toUnsigned8(float sample) {
+    return static_cast<std::uint8_t>(std::clamp(std::lrint(sample * 128.0F) + 128, 0L, 255L));
 }
 
 float fromPacked24(const std::uint8_t* sample) {
@@ -115,6 +120,25 @@ void encodeSamples(SampleType type, std::span<const float> in, std::vector<std::
             break;
         case SampleType::Float:
             std::memcpy(out.data(), in.data(), in.size_bytes());
+            break;
+    }
+}
+
+void encodeSamples(unsigned bytesPerSample, std::span<const float> in,
+                   std::vector<std::uint8_t>& out) {
+    switch (bytesPerSample) {
+        case 1:
+            out.resize(in.size());
+            std::transform(in.begin(), in.end(), out.begin(), toUnsigned8);
+            break;
+        case 2:
+            encodeSamples(SampleType::S16, in, out);
+            break;
+        case 3:
+            encodeSamples(SampleType::S24, in, out);
+            break;
+        default:
+            encodeSamples(SampleType::S32, in, out);
             break;
     }
 }

@@ -34,4 +34,9 @@ void decodeSamples(unsigned bytesPerSample, const std::uint8_t* in, std::span<fl
 /// of decodeSamples() where both have the same width.
 void encodeSamples(SampleType type, std::span<const float> in, std::vector<std::uint8_t>& out);
 
+/// Floats to client samples; what is beyond full scale is clipped.
+/// @param bytesPerSample  1 to 4
+void encodeSamples(unsigned bytesPerSample, std::span<const float> in,
+                   std::vector<std::uint8_t>& out);
+
 }  // namespace cabinaudio::server

@@ -5,7 +5,6 @@
 #include "devkit/server/Log.h"
 #include "devkit/server/OutputFactory.h"
 #include "devkit/server/PhysicalMemory.h"
-#include "devkit/server/Text.h"
 #include "wire/Frame.h"
 
 #include <nlohmann/json.hpp>
@@ -30,6 +29,16 @@ StreamRegistry::Settings streamSettings(const Options& options,
     return settings;
 }
 
+CaptureRegistry::Settings captureSettings(const Options& options,
+                                          ShareMemoryUpdateNotificationCallback* onRead) {
+    CaptureRegistry::Settings settings;
+    settings.inputs = options.inputs;
+    settings.ringPeriods = options.ringPeriods;
+    settings.uplinkDelay = options.uplinkDelay;
+    settings.onRead = onRead;
+    return settings;
+}
+
 }  // namespace
 
 Server::Server(const Options& options)
@@ -45,16 +54,21 @@ Server::Server(const Options& options)
                 [this](UniqueFd socket) { addClient(std::move(socket)); }),
       mControl(mLoop, [this](const std::string& line) { return mCommands.run(line); }),
       mOutput(makeOutput(options.output, options.format)),
-      mWaker(options.isFast ? std::make_optional<Waker>(mLoop, [this] { mMixer.update(); })
-                            : std::nullopt),
+      mWaker(options.isFast ? std::make_optional<Waker>(mLoop, [this] { wake(); }) : std::nullopt),
       mStreams(mLoop, mPlaces, streamSettings(options, mWaker ? &*mWaker : nullptr)),
       mMixer(mLoop, mStreams, *mOutput, options.format,
              options.isFast ? Mixer::Pace::Fast : Mixer::Pace::Steady),
-      mDispatcher({mStreams}, mTrace) {
+      mCaptures(mLoop, mPlaces, captureSettings(options, mWaker ? &*mWaker : nullptr)),
+      mCaptureClock(mLoop, mCaptures,
+                    options.isFast ? CaptureClock::Pace::Fast : CaptureClock::Pace::Steady),
+      mDispatcher({mStreams, mCaptures}, mTrace),
+      mRemoteControl(mLoop, mStreams, mCaptures) {
+    options.inputs.check();
     // What a killed server has left may still be mapped by its clients: they must not write into
     // the rings of this one.
     PhysicalMemory::remove();
     mStreams.setOnChange([this] { mMixer.update(); });
+    mCaptures.setOnChange([this] { mCaptureClock.update(); });
     addCommands();
 }
 
@@ -71,6 +85,7 @@ void Server::run() {
     sayReady();
     mLoop.run();
     mStreams.removeAll();
+    mCaptures.removeAll();
     if (!mOptions.reportFile.empty()) writeFile(mOptions.reportFile, reportOf(reported()));
 }
 
@@ -83,31 +98,16 @@ void Server::sayReady() const {
     close(mOptions.readyFd);
 }
 
+// A client has written to or read from its ring; nobody says which.
+void Server::wake() {
+    mMixer.update();
+    mCaptureClock.update();
+}
+
 void Server::addCommands() {
     mCommands.add("state",
                   [this](const std::string&) { return textOf(stateOf(reported(), mClients)); });
-    mCommands.add("stream remove", [this](const std::string& name) { return removeStream(name); });
-    mCommands.add("source activate", [this](const std::string& name) {
-        return withSink(name, [this](PlaybackStream& sink) { mStreams.sources().activate(sink); });
-    });
-    mCommands.add("source withdraw", [this](const std::string& name) {
-        return withSink(name, [this](PlaybackStream& sink) { mStreams.sources().withdraw(sink); });
-    });
-}
-
-std::string Server::withSink(const std::string& name,
-                             const std::function<void(PlaybackStream& sink)>& act) {
-    PlaybackStream* sink = mStreams.findSink(name);
-    if (sink == nullptr) return "error: no sink \"" + printable(name) + "\"";
-    act(*sink);
-    return "ok";
-}
-
-std::string Server::removeStream(const std::string& name) {
-    PlaybackStream* stream = mStreams.find(name);
-    if (stream == nullptr) return "error: no stream \"" + name + "\"";
-    mStreams.remove(*stream);
-    return "ok";
+    mRemoteControl.addTo(mCommands);
 }
 
 void Server::addClient(UniqueFd socket) {
@@ -143,6 +143,7 @@ void Server::disconnected(Client& client) {
 
 void Server::erase(const Client& client) {
     mStreams.clientGone(client);
+    mCaptures.clientGone(client);
     std::erase_if(mClients, [&](const auto& candidate) { return candidate.get() == &client; });
     mListener.resume();
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "devkit/server/CaptureClock.h"
+#include "devkit/server/CaptureRegistry.h"
 #include "devkit/server/Client.h"
 #include "devkit/server/Commands.h"
 #include "devkit/server/ControlSocket.h"
@@ -11,6 +13,7 @@
 #include "devkit/server/Mixer.h"
 #include "devkit/server/Options.h"
 #include "devkit/server/Output.h"
+#include "devkit/server/RemoteControl.h"
 #include "devkit/server/Report.h"
 #include "devkit/server/RingPlaces.h"
 #include "devkit/server/StreamRegistry.h"
@@ -18,7 +21,6 @@
 #include "devkit/server/Waker.h"
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -49,13 +51,11 @@ private:
 
     void addClient(UniqueFd socket);
     void addCommands();
-    std::string removeStream(const std::string& name);
-    std::string withSink(const std::string& name,
-                         const std::function<void(PlaybackStream& sink)>& act);
+    void wake();
     void erase(const Client& client);
     void sayReady() const;
     [[nodiscard]] Reported reported() const {
-        return {mStreams, mMixer, *mOutput, mOptions.format};
+        return {mStreams, mCaptures, mMixer, *mOutput, mOptions.format};
     }
 
     // In the order in which they need each other.
@@ -72,7 +72,10 @@ private:
     RingPlaces mPlaces;
     StreamRegistry mStreams;
     Mixer mMixer;
+    CaptureRegistry mCaptures;
+    CaptureClock mCaptureClock;
     Dispatcher mDispatcher;
+    RemoteControl mRemoteControl;
     std::uint32_t mLastHandle = 0;
 };
 

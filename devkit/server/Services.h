@@ -3,11 +3,13 @@
 
 namespace cabinaudio::server {
 
+class CaptureRegistry;
 class StreamRegistry;
 
 /// What the operations work on.
 struct Services {
     StreamRegistry& streams;
+    CaptureRegistry& captures;
 };
 
 }  // namespace cabinaudio::server

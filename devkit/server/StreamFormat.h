@@ -19,6 +19,8 @@ struct StreamFormat {
 
     /// @return nothing for coded formats and for rates outside 8000 to 192000 Hz
     static std::optional<StreamFormat> of(const AudioFormatDesc& desc);
+    /// What goes into the encoder of a coded stream: 16 bits, whatever the description says.
+    static std::optional<StreamFormat> beforeCoding(const AudioFormatDesc& desc);
 
     [[nodiscard]] std::size_t frameBytes() const { return std::size_t{channels} * bytesPerSample; }
     /// "48000 Hz, 2 channels, s16"

@@ -41,13 +41,7 @@ std::int32_t StreamRegistry::makeRing(const Client& client, std::uint32_t size,
                                       std::size_t frameBytes, std::unique_ptr<StreamRing>& ring) {
     const RingKind kind =
         client.type() == AUDIO_CONNECT_ALTERNATIVE ? RingKind::Posix : RingKind::Physical;
-    std::optional<RingPlace> place;
-    const std::int32_t status = mPlaces.reserve(client, kind, size, place);
-    if (status != AUDIO_NO_ERROR) return status;
-    auto made = std::make_unique<StreamRing>(std::move(*place), frameBytes, mSettings.onWrite);
-    if (!made->isUsable()) return AUDIO_NO_MEMORY;
-    ring = std::move(made);
-    return AUDIO_NO_ERROR;
+    return server::makeRing(mPlaces, client, kind, size, ring, frameBytes, mSettings.onWrite);
 }
 
 void StreamRegistry::add(Client& client, const wire::CreateRequest& request,

@@ -91,14 +91,29 @@ Bytes RawClient::call(const Bytes& payload, std::size_t size) {
 }
 
 std::int32_t RawClient::status(wire::StreamFunction function) {
-    wire::FunctionRequest request = {};
-    request.function = static_cast<std::uint32_t>(function);
-    return call<wire::StatusReply>(request).status;
+    return statusOf(static_cast<std::uint32_t>(function));
+}
+
+std::int32_t RawClient::status(wire::CaptureFunction function) {
+    return statusOf(static_cast<std::uint32_t>(function));
+}
+
+std::int32_t RawClient::statusOf(std::uint32_t function) {
+    return call<wire::StatusReply>(wire::FunctionRequest{function}).status;
 }
 
 wire::CreateReply RawClient::create(std::uint32_t tag, const AudioFormatDesc& format) {
+    return createWith(static_cast<std::uint32_t>(wire::StreamFunction::Create), tag, format);
+}
+
+wire::CreateReply RawClient::createCapture(std::uint32_t tag, const AudioFormatDesc& format) {
+    return createWith(static_cast<std::uint32_t>(wire::CaptureFunction::Create), tag, format);
+}
+
+wire::CreateReply RawClient::createWith(std::uint32_t function, std::uint32_t tag,
+                                        const AudioFormatDesc& format) {
     wire::CreateRequest request = {};
-    request.function = static_cast<std::uint32_t>(wire::StreamFunction::Create);
+    request.function = function;
     request.tag = tag;
     request.format = format;
     request.pid = getpid();

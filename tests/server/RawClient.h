@@ -65,7 +65,9 @@ public:
     }
     /// A request without arguments whose reply is a status.
     std::int32_t status(wire::StreamFunction function);
+    std::int32_t status(wire::CaptureFunction function);
     wire::CreateReply create(std::uint32_t tag, const AudioFormatDesc& format);
+    wire::CreateReply createCapture(std::uint32_t tag, const AudioFormatDesc& format);
 
     /// The next notification, also one that came before a reply.
     SocketFrameHeader notification();
@@ -78,6 +80,9 @@ public:
     [[nodiscard]] int fd() const { return mFd; }
 
 private:
+    std::int32_t statusOf(std::uint32_t function);
+    wire::CreateReply createWith(std::uint32_t function, std::uint32_t tag,
+                                 const AudioFormatDesc& format);
     SocketFrameHeader receiveHeader();
     Bytes receive(std::size_t size);
 

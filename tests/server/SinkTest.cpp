@@ -8,6 +8,7 @@
 
 #include "tests/server/Playing.h"
 #include "tests/server/RawClient.h"
+#include "tests/server/RawRecorder.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
 
@@ -70,14 +71,6 @@ private:
     std::int32_t mStatus;
     std::unique_ptr<ShareMemoryEx> mRing;
 };
-
-nlohmann::json streamOf(const RealServer& server, const std::string& name) {
-    const auto state = nlohmann::json::parse(server.command("state"));
-    for (const auto& stream : state.at("streams")) {
-        if (stream.at("name") == name) return stream;
-    }
-    throw std::runtime_error("no stream " + name);
-}
 
 class ASink : public ::testing::Test {
 protected:

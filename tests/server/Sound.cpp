@@ -3,6 +3,7 @@
 
 #include <sndfile.h>
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <numbers>
@@ -31,6 +32,60 @@ Wav readWav(const std::string& path) {
     sf_close(file);
     if (frames != info.frames) throw std::runtime_error(path + ": shorter than its header says");
     return wav;
+}
+
+void writeWav(const std::string& path, unsigned rate, unsigned channels,
+              const std::vector<std::int16_t>& samples) {
+    SF_INFO info = {};
+    info.samplerate = static_cast<int>(rate);
+    info.channels = static_cast<int>(channels);
+    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+    SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
+    if (file == nullptr) throw std::runtime_error(path + ": " + sf_strerror(nullptr));
+    const auto count = static_cast<sf_count_t>(samples.size());
+    const sf_count_t written = sf_write_short(file, samples.data(), count);
+    sf_close(file);
+    if (written != count) throw std::runtime_error(path + ": not written");
+}
+
+std::vector<std::int16_t> speech16(unsigned rate, std::size_t count) {
+    constexpr double SYLLABLES_PER_SECOND = 4;
+    std::vector<std::int16_t> samples(count);
+    double turn = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const double time = static_cast<double>(i) / rate;
+        turn += (140 + 30 * std::sin(2 * std::numbers::pi * 0.7 * time)) / rate;
+        double voice = 0;
+        for (int harmonic = 1; harmonic <= 12; ++harmonic) {
+            const double distance = (harmonic - 4) / 3.0;  // from the formant
+            voice +=
+                std::exp(-distance * distance) * std::sin(2 * std::numbers::pi * harmonic * turn);
+        }
+        const double loudness =
+            0.5 - 0.5 * std::cos(2 * std::numbers::pi * SYLLABLES_PER_SECOND * time);
+        samples[i] = static_cast<std::int16_t>(std::lround(4000 * loudness * voice));
+    }
+    return samples;
+}
+
+double correlation(const std::vector<std::int16_t>& sooner, const std::vector<std::int16_t>& later,
+                   std::size_t maximumLag) {
+    double best = 0;
+    for (std::size_t lag = 0; lag <= maximumLag && lag < later.size(); ++lag) {
+        const std::size_t count = std::min(sooner.size(), later.size() - lag);
+        double product = 0;
+        double left = 0;
+        double right = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            const double a = sooner[i];
+            const double b = later[i + lag];
+            product += a * b;
+            left += a * a;
+            right += b * b;
+        }
+        if (left > 0 && right > 0) best = std::max(best, product / std::sqrt(left * right));
+    }
+    return best;
 }
 
 std::vector<std::int16_t> noise16(std::size_t count, std::uint32_t seed) {

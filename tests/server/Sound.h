@@ -24,12 +24,24 @@ struct Wav {
 /// @throws std::runtime_error when it is no WAV file
 Wav readWav(const std::string& path);
 
+/// Writes 16-bit samples. @throws std::runtime_error
+void writeWav(const std::string& path, unsigned rate, unsigned channels,
+              const std::vector<std::int16_t>& samples);
+
 /// Samples that never repeat in a test, so that a lost or doubled one is seen.
 std::vector<std::int16_t> noise16(std::size_t count, std::uint32_t seed = 1);
 
 /// A sine of half full scale.
 std::vector<std::int16_t> sine16(double frequency, unsigned rate, std::size_t count,
                                  double amplitude = 0.5);
+
+/// Voiced syllables with gliding pitch, as good as speech for a codec.
+std::vector<std::int16_t> speech16(unsigned rate, std::size_t count);
+
+/// How alike two sounds are at the best shift of `later` by 0 to `maximumLag` samples: 1 for equal
+/// shapes, 0 for unrelated ones.
+double correlation(const std::vector<std::int16_t>& sooner, const std::vector<std::int16_t>& later,
+                   std::size_t maximumLag);
 
 /// Interleaves one channel into several that are the same.
 template <typename Sample>
