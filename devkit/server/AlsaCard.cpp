@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "devkit/server/Log.h"
+#include "devkit/server/AlsaLog.h"
 #include "devkit/server/SoundCard.h"
-#include "devkit/server/Text.h"
 
 #include <alsa/asoundlib.h>
 
 #include <cerrno>
-#include <cstdarg>
-#include <cstdio>
 #include <stdexcept>
 
 namespace cabinaudio::server {
@@ -27,22 +24,11 @@ snd_pcm_format_t alsaFormat(SampleType type) {
     return SND_PCM_FORMAT_FLOAT_LE;
 }
 
-// The library would print to stderr itself; what matters comes back as a result.
-void logAlsa(const char*, int, const char* function, int error, const char* text, ...) {
-    char message[256];
-    std::va_list arguments;
-    va_start(arguments, text);
-    std::vsnprintf(message, sizeof message, text, arguments);
-    va_end(arguments);
-    log::debug("alsa: %s: %s%s%s", function, message, error != 0 ? ": " : "",
-               error != 0 ? snd_strerror(error) : "");
-}
-
 class AlsaCard : public SoundCard {
 public:
     AlsaCard(const std::string& device, const OutputFormat& format)
         : mDevice(device), mFrameBytes(format.channels * sizeOf(format.type)) {
-        snd_lib_error_set_handler(logAlsa);
+        captureAlsaLog();
         check(snd_pcm_open(&mPcm, device.c_str(), SND_PCM_STREAM_PLAYBACK, 0));
         try {
             check(snd_pcm_set_params(mPcm, alsaFormat(format.type), SND_PCM_ACCESS_RW_INTERLEAVED,

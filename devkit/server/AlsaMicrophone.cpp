@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/AlsaLog.h"
 #include "devkit/server/Microphone.h"
 #include "devkit/server/SoundCard.h"
 
@@ -12,6 +13,7 @@ namespace {
 class AlsaMicrophone : public Microphone {
 public:
     AlsaMicrophone() {
+        captureAlsaLog();
         check(snd_pcm_open(&mPcm, "default", SND_PCM_STREAM_CAPTURE, 0));
         try {
             check(snd_pcm_set_params(mPcm, SND_PCM_FORMAT_S16_LE, SND_PCM_ACCESS_RW_INTERLEAVED,

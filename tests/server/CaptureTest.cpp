@@ -274,17 +274,5 @@ TEST(AFastServer, AlsoFillsRingsThatAreReadWithoutTellingIt) {
     }));
 }
 
-TEST(AWrongInput, EndsTheServerWithOneLine) {
-    for (const auto& [input, said] : {std::pair("/no/such/file.wav", "/no/such/file.wav: "),
-                                      {"uplink=/dev/null", "/dev/null: "}}) {
-        try {
-            const RealServer server({"--output", "null", "--input", input});
-            ADD_FAILURE() << input;
-        } catch (const std::runtime_error& error) {
-            EXPECT_THAT(error.what(), HasSubstr(said));
-        }
-    }
-}
-
 }  // namespace
 }  // namespace cabinaudio::test

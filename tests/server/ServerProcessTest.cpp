@@ -14,6 +14,7 @@
 #include <sys/wait.h>
 
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -250,10 +251,28 @@ TEST(TheCommandLine, IsExplainedAndChecked) {
         EXPECT_THAT(help, HasSubstr(option));
     }
     EXPECT_EQ(outcome("--version"), std::make_pair(0, std::string("cabinaudio-server 2.24.25\n")));
-    for (const char* wrong :
-         {"--output tape", "--output wav:", "--output null:x", "--rate 7999", "--channels 0",
-          "--format s17", "--ring-periods 1", "--ring-delay -1", "--instance a.b", "--fast",
-          "--fast --output alsa", "--stems /no/such/directory", "--nothing", "word"}) {
+    for (const char* wrong : {"--output tape",
+                              "--output wav:",
+                              "--output null:x",
+                              "--rate 7999",
+                              "--channels 0",
+                              "--format s17",
+                              "--ring-periods 1",
+                              "--ring-delay -1",
+                              "--instance a.b",
+                              "--fast",
+                              "--fast --output alsa",
+                              "--input tone:",
+                              "--input tone:0.5",
+                              "--input tone:440Hz",
+                              "--input input0=",
+                              "--uplink-delay -1",
+                              "--uplink-delay 60001",
+                              "--uplink-delay soon",
+                              "--input silence silence",
+                              "--stems /no/such/directory",
+                              "--nothing",
+                              "word"}) {
         const auto [status, said] = outcome(wrong);
         EXPECT_EQ(exitStatus(status), 2) << wrong;
         EXPECT_THAT(said, AllOf(testing::StartsWith("cabinaudio-server: "),
@@ -268,6 +287,41 @@ TEST(TheServer, EndsWithOneLineWhenItsOutputDoesNotWork) {
         EXPECT_EQ(exitStatus(status), 1) << output;
         EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
     }
+}
+
+TEST(TheServer, EndsWithOneLineWhenAnInputDoesNotWork) {
+    for (const auto& [input, words] : {std::pair("/no/such/file.wav", "/no/such/file.wav: "),
+                                       {"uplink=/dev/null", "/dev/null: "}}) {
+        const auto [status, said] = outcome(std::string("--output null --input ") + input);
+        EXPECT_EQ(exitStatus(status), 1) << input;
+        EXPECT_THAT(said, testing::StartsWith(std::string("cabinaudio-server: ") + words));
+        EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+    }
+}
+
+TEST(AStalledServer, AnswersNobodyUntilItsTimeIsOver) {
+    const RealServer server;
+    RawClient client(AUDIO_CONNECT_AUXILIARY, "track");
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(server.command("stall 300"), "ok");
+    EXPECT_EQ(client.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(290));
+    for (const char* wrong : {"stall", "stall 0", "stall 60001", "stall 5s", "stall x"}) {
+        EXPECT_EQ(server.command(wrong), "error: stall MS, 1 to 60000") << wrong;
+    }
+}
+
+TEST(ACrash, LooksLikeAKilledServer) {
+    RealServer server;
+    RawClient client(AUDIO_CONNECT_AUXILIARY, "track");
+    ASSERT_EQ(client.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
+    EXPECT_EQ(server.command("crash now"), "error: crash takes no argument");
+    EXPECT_EQ(server.command("crash"), "ok");
+    EXPECT_TRUE(client.isClosedByServer()) << "without a word";
+    const int status = server.wait();
+    ASSERT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(WTERMSIG(status), SIGKILL);
+    const RealServer another;
 }
 
 TEST(AQuietServer, SaysNothingWhenAllIsWell) {

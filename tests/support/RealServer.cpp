@@ -149,6 +149,7 @@ RealServer::RealServer(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), {serverPath(), "--ready-fd", std::to_string(READY_FD)});
     mPid = spawn(std::move(arguments), output.get(), readyOfChild.get(), lifeOfChild.get());
     readyOfChild.close();
+    lifeOfChild.close();
     mLifeFd = fcntl(life.get(), F_DUPFD_CLOEXEC, 0);
 
     std::array<char, 8> text = {};
