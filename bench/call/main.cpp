@@ -62,7 +62,7 @@ void addProgram(const char* name, int repeats, RoundTrip roundTrip) {
 }
 
 void measure(const Options& options) {
-    usePrivateInstance();
+    const PrivateInstance instance;
     setLogLines(LogLines::Dropped);
     const int cpu = options.anyCpu ? -1 : stayOnOneCpu(options.cpu);
     const AnsweringServer server(4);  // one for each of the programs

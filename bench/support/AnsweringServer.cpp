@@ -27,27 +27,70 @@ struct Request {
     std::uint32_t payload[42];
 };
 
-/// A frame header and the longest body behind it.
+/// A frame header, and behind it the longest body, or a status and a notification.
 struct Answer {
     SocketFrameHeader header;
-    std::uint8_t body[sizeof(wire::VersionReply)];
+    std::uint8_t rest[sizeof(wire::StatusReply) + sizeof(SocketFrameHeader)];
 };
 
 template <typename Reply>
 std::size_t put(Answer& answer, const Reply& reply) {
-    static_assert(sizeof reply <= sizeof answer.body);
-    std::memcpy(answer.body, &reply, sizeof reply);
+    static_assert(sizeof reply <= sizeof answer.rest);
+    std::memcpy(answer.rest, &reply, sizeof reply);
     return sizeof(SocketFrameHeader) + sizeof reply;
 }
 
-/// Fills the body. @return bytes of the whole answer
+/// Success, and in the same piece the news that the stream's ring is there.
+std::size_t putWithNotification(Answer& answer, std::uint32_t event, std::uint32_t value) {
+    const std::size_t length = put(answer, wire::StatusReply{0});
+    SocketFrameHeader notification{};
+    notification.magic = FRAME_MAGIC;
+    notification.headerId = HEADER_NOTIFY;
+    notification.event = event;
+    notification.sendTimeUs = nowUs();
+    notification.param = value;
+    std::memcpy(answer.rest + sizeof(wire::StatusReply), &notification, sizeof notification);
+    return length + sizeof notification;
+}
+
+template <typename Function>
+constexpr std::uint32_t id(Function function) {
+    return static_cast<std::uint32_t>(function);
+}
+
+std::size_t answerPlayback(std::uint32_t function, std::uint32_t type, Answer& answer) {
+    using wire::StreamFunction;
+    if (function == id(StreamFunction::Create))
+        return put(answer, wire::CreateReply{0, 0, RING_BYTES, PER_LOOP_BYTES, 0, 0, 0});
+    if (function == id(StreamFunction::GetShareMemory))
+        return put(answer, wire::ShareMemoryReply{0, ringAddress(type), RING_BYTES});
+    if (function == id(StreamFunction::Start) && type == AUDIO_CONNECT_MAIN)
+        return putWithNotification(answer, id(wire::SinkEvent::SourceActivated), 0);
+    return put(answer, wire::StatusReply{0});
+}
+
+std::size_t answerCapture(std::uint32_t function, std::uint32_t type, Answer& answer) {
+    using wire::CaptureFunction;
+    if (function == id(CaptureFunction::Create))
+        return put(answer, wire::CreateReply{0, 0, RING_BYTES, PER_LOOP_BYTES, PER_LOOP_MS,
+                                             PER_LOOP_SAMPLES, 0});
+    if (function == id(CaptureFunction::GetShareMemory))
+        return put(answer, wire::ShareMemoryReply{0, ringAddress(type), RING_BYTES});
+    if (function == id(CaptureFunction::Start) && type == AUDIO_CONNECT_UPLINK)
+        return putWithNotification(answer, id(wire::CaptureEvent::RingState), 1);
+    return put(answer, wire::StatusReply{0});
+}
+
+/// Fills what is behind the header. @return bytes of the whole answer
 std::size_t answerTo(const Request& request, Answer& answer) {
+    const std::uint32_t type = request.header.type;
     if (request.header.cmd == AUDIO_CMD_REGISTER) return put(answer, wire::RegistrationReply{0, 1});
-    if (request.header.type == AUDIO_CONNECT_VERSION_SETTING)
+    if (type == AUDIO_CONNECT_VERSION_SETTING)
         return put(answer, wire::VersionReply{0, {1, 2, 3}, {4, 5, 6}, 7});
-    const bool isStream = request.header.type <= AUDIO_CONNECT_OUTPUT_INVOCATION;
-    if (isStream && request.payload[0] == static_cast<std::uint32_t>(wire::StreamFunction::Create))
-        return put(answer, wire::CreateReply{0, 0, RING_BYTES, PER_LOOP_BYTES, {}});
+    if (type <= AUDIO_CONNECT_OUTPUT_INVOCATION)
+        return answerPlayback(request.payload[0], type, answer);
+    if (type >= AUDIO_CONNECT_INPUT0 && type <= AUDIO_CONNECT_INPUT_FRONT_FEEDBACK)
+        return answerCapture(request.payload[0], type, answer);
     return put(answer, wire::StatusReply{0});
 }
 

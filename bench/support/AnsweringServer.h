@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <vector>
 
 namespace cabinaudio::bench {
@@ -26,8 +27,16 @@ private:
     std::vector<pid_t> mProcesses;
 };
 
-/// What the ring of a created stream holds, and its step.
+/// What the ring of a created stream holds, and its step: 16 ms of two channels at 48 kHz.
 constexpr unsigned RING_BYTES = 64 * 1024;
 constexpr int PER_LOOP_BYTES = 3072;
+constexpr int PER_LOOP_MS = 16;
+constexpr int PER_LOOP_SAMPLES = 768;
+
+/// Where a ring in physical memory lies that a connection of this type is told of: a sink's or an
+/// uplink's, announced with the answer to its start. Nobody fills it or empties it.
+constexpr std::uint32_t ringAddress(std::uint32_t connectType) {
+    return 0x100'0000 + connectType * 0x10'0000;
+}
 
 }  // namespace cabinaudio::bench

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 
 namespace cabinaudio::bench {
@@ -35,9 +36,19 @@ std::string processorName() {
 
 }  // namespace
 
-void usePrivateInstance() {
-    const std::string name = "bench-" + std::to_string(getpid());
-    setenv(board::kInstanceVariable, name.c_str(), 1);
+PrivateInstance::PrivateInstance() : mName("bench-" + std::to_string(getpid())) {
+    setenv(board::kInstanceVariable, mName.c_str(), 1);
+}
+
+PrivateInstance::~PrivateInstance() {
+    const std::string memory = "cabinaudio-physmem-" + std::to_string(geteuid()) + "-" + mName;
+    const std::string objects = "cabinaudio." + mName + ".";
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", ignored)) {
+        const std::string name = entry.path().filename();
+        if (name == memory || name.rfind(objects, 0) == 0)
+            std::filesystem::remove(entry.path(), ignored);
+    }
 }
 
 int stayOnOneCpu(int cpu) {

@@ -6,8 +6,18 @@
 namespace cabinaudio::bench {
 
 /// Gives this program, and what it executes, socket and object names of its own, so that it meets
-/// no server that runs on this machine. Needs the board stand-in in the program.
-void usePrivateInstance();
+/// no server that runs on this machine. Needs the board stand-in in the program. Its end removes
+/// what has been left in shared memory under these names.
+class PrivateInstance {
+public:
+    PrivateInstance();
+    ~PrivateInstance();
+    PrivateInstance(const PrivateInstance&) = delete;
+    PrivateInstance& operator=(const PrivateInstance&) = delete;
+
+private:
+    std::string mName;
+};
 
 /// Keeps this process, and all that it starts from now on, on one CPU. Where every wake-up stays on
 /// one CPU the figures repeat; across CPUs they vary by several times from round to round.

@@ -99,7 +99,7 @@ void reportFirst(Report& report, const Results& first) {
 }
 
 void measure(const Options& options) {
-    usePrivateInstance();
+    const PrivateInstance instance;
     const int cpu = options.anyCpu ? -1 : stayOnOneCpu(options.cpu);
     const AnsweringServer server(1);
 

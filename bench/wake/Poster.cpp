@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "bench/wake/Poster.h"
+
+#include "bench/support/Clock.h"
+#include "bench/support/Errors.h"
+#include "bench/support/Machine.h"
+#include "shm/Futex.h"
+
+#include <semaphore.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <memory>
+
+namespace cabinaudio::bench {
+
+struct Poster::Shared {
+    sem_t ordered;
+    sem_t done;  // posted for orders that are awaited
+    // The order; the poster does not look at it any more once it has begun.
+    Deed deed;
+    int ring;
+    bool isAwaited;
+    std::uint32_t address;
+    std::uint32_t size;
+    char name[64];
+
+    std::uint64_t postedAt;
+    alignas(64) std::uint32_t word;
+};
+
+/// What runs in the other process.
+class Poster::Process {
+public:
+    explicit Process(Shared& shared) : mShared(shared) {}
+
+    [[noreturn]] void obeyForEver() {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        prctl(PR_SET_TIMERSLACK, 1);
+        becomeRealTime();  // whoever measures says whether that is permitted
+        for (;;) {
+            while (sem_wait(&mShared.ordered) != 0) {
+            }
+            obey();
+        }
+    }
+
+private:
+    void obey() {
+        const bool isAwaited = mShared.isAwaited;
+        const Deed deed = mShared.deed;
+        const int ring = mShared.ring;
+        if (deed == Deed::MapRing) {
+            map(ring);
+        } else {
+            if (!isAwaited) letTheOtherSleep();
+            mShared.postedAt = nowNs();
+            post(deed, ring);
+        }
+        if (isAwaited) sem_post(&mShared.done);
+    }
+
+    void map(int ring) {
+        const auto address = static_cast<std::uintptr_t>(mShared.address);
+        const auto type = address != 0 ? SHM_TYPE_PHYS_MEM : SHM_TYPE_POSIX_SHM;
+        mRings.at(static_cast<std::size_t>(ring)) = std::make_unique<ShareMemoryEx>(
+            type, mShared.name, reinterpret_cast<const unsigned char*>(address), mShared.size,
+            SHM_MODE_CREATOR, nullptr);
+        mSizes.at(static_cast<std::size_t>(ring)) = mShared.size;
+    }
+
+    void post(Deed deed, int ring) {
+        if (deed == Deed::WakeWord) {
+            std::atomic_ref(mShared.word).fetch_add(1, std::memory_order_release);
+            futexWake(&mShared.word, FUTEX_WAKE, 1);
+            return;
+        }
+        ShareMemoryEx& target = *mRings[static_cast<std::size_t>(ring)];
+        const std::uint32_t size = mSizes[static_cast<std::size_t>(ring)];
+        if (deed == Deed::FillChunk)
+            target.updateWriteOffset((target.getWriteOffset() + CHUNK) % size);
+        else
+            target.updateReadOffset((target.getReadOffset() + CHUNK) % size);
+    }
+
+    static void letTheOtherSleep() {
+        const timespec pause{0, 100'000};
+        clock_nanosleep(CLOCK_MONOTONIC, 0, &pause, nullptr);
+    }
+
+    Shared& mShared;
+    std::array<std::unique_ptr<ShareMemoryEx>, MOST_RINGS> mRings;
+    std::array<std::uint32_t, MOST_RINGS> mSizes{};
+};
+
+Poster::Poster() {
+    void* const page =
+        mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (page == MAP_FAILED) raise(errno, "mmap");
+    mShared = static_cast<Shared*>(page);
+    sem_init(&mShared->ordered, 1, 0);
+    sem_init(&mShared->done, 1, 0);
+    mProcess = checked(fork(), "fork");
+    if (mProcess == 0) Process(*mShared).obeyForEver();
+}
+
+Poster::~Poster() {
+    kill(mProcess, SIGKILL);
+    waitpid(mProcess, nullptr, 0);
+    munmap(mShared, sizeof(Shared));
+}
+
+void Poster::mapRing(int ring, const char* name, std::uint32_t address, std::uint32_t size) {
+    mShared->address = address;
+    mShared->size = size;
+    std::snprintf(mShared->name, sizeof mShared->name, "%s", name);
+    order(Deed::MapRing, ring, true);
+}
+
+void Poster::doNow(Deed deed, int ring) {
+    order(deed, ring, true);
+}
+
+void Poster::doSoon(Deed deed, int ring) {
+    order(deed, ring, false);
+}
+
+void Poster::order(Deed deed, int ring, bool isAwaited) {
+    mShared->deed = deed;
+    mShared->ring = ring;
+    mShared->isAwaited = isAwaited;
+    sem_post(&mShared->ordered);
+    if (!isAwaited) return;
+    while (sem_wait(&mShared->done) != 0) {
+    }
+}
+
+std::uint64_t Poster::postedAt() const {
+    return mShared->postedAt;
+}
+
+std::uint32_t* Poster::word() {
+    return &mShared->word;
+}
+
+}  // namespace cabinaudio::bench
