@@ -2,6 +2,9 @@
 //
 // Programs built with other compilers call virtual operations by their place in the table. These
 // tests do the same.
+#include <cabinaudio/client/ClientRecord.h>
+#include <cabinaudio/client/ClientRecordRt.h>
+#include <cabinaudio/client/ClientSink.h>
 #include <cabinaudio/client/ClientTrack.h>
 #include <cabinaudio/client/ClientVersionSetting.h>
 #include <cabinaudio/foundation/AudioThread.h>
@@ -10,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <new>
 #include <string>
 
@@ -31,17 +35,23 @@ int called(const char* name) {
     return 0;
 }
 
-AudioFormatDesc format() {
-    return {0, 48000, 0, AUDIO_CHANNEL_MAP_2, 0, AUDIO_BIT_DEPTH_16};
-}
+AudioFormatDesc gFormat = {0, 48000, 0, AUDIO_CHANNEL_MAP_2, 0, AUDIO_BIT_DEPTH_16};
 
-AudioFormatDesc gFormat = format();
+/// Streams of each class as the library makes them, without a server.
+template <typename Stream>
+struct Making : Stream {
+    Making() : Stream("slots", AUDIO_TAG_ALTERNATIVE, gFormat, 0) {}
+};
+template <>
+struct Making<ClientRecordRt> : ClientRecordRt {
+    Making() : ClientRecordRt("slots", AUDIO_TAG_UPLINK, gFormat) {}
+};
 
 /// Says which operation was reached.
-class RecordingTrack : public ClientTrack {
+template <typename Stream>
+class RecordingPlayback : public Making<Stream> {
 public:
-    RecordingTrack() : ClientTrack("slots", AUDIO_TAG_ALTERNATIVE, gFormat, 0) {}
-    ~RecordingTrack() override { called("destructor"); }
+    ~RecordingPlayback() override { called("destructor"); }
     int clear() override { return called("clear"); }
     int start() override { return called("start"); }
     int stop() override { return called("stop"); }
@@ -61,50 +71,104 @@ public:
     int setKeyShift(float) override { return called("setKeyShift"); }
     int initCheck() override { return called("initCheck"); }
     void notify() override { called("notify"); }
+
+    static constexpr std::size_t DESTRUCTOR = 15;
+    static constexpr const char* ORDER[] = {"clear",
+                                            "start",
+                                            "stop",
+                                            "setCallback",
+                                            "setVolume",
+                                            "getVolume",
+                                            "getPerLoopSize",
+                                            "getTotalBufferSize",
+                                            "bytesFree",
+                                            "getOutPutSamples",
+                                            "duck",
+                                            "unduck",
+                                            "write",
+                                            "writeDone",
+                                            "setKeyShift",
+                                            "",
+                                            "",
+                                            "initCheck",
+                                            "notify"};
 };
 
-TEST(ATracksVirtualTable, HasTheOperationsInTheirSlots) {
-    RecordingTrack track;
-    const char* const order[] = {"clear",          "start",
-                                 "stop",           "setCallback",
-                                 "setVolume",      "getVolume",
-                                 "getPerLoopSize", "getTotalBufferSize",
-                                 "bytesFree",      "getOutPutSamples",
-                                 "duck",           "unduck",
-                                 "write",          "writeDone"};
-    for (std::size_t i = 0; i < std::size(order); ++i) {
-        slot<Plain>(&track, i)(&track);
-        EXPECT_EQ(gCalled, order[i]) << "slot " << i;
+/// The same for streams that capture.
+template <typename Stream>
+class RecordingCapture : public Making<Stream> {
+public:
+    ~RecordingCapture() override { called("destructor"); }
+    int clear() override { return called("clear"); }
+    int start() override { return called("start"); }
+    int stop() override { return called("stop"); }
+    int setVolume(int) override { return called("setVolume"); }
+    int getVolume() override { return called("getVolume"); }
+    int getPerLoopSize() override { return called("getPerLoopSize"); }
+    int getTotalBufferSize() override { return called("getTotalBufferSize"); }
+    int read(unsigned char*, int, bool) override { return called("read"); }
+    int bytesUsed() override { return called("bytesUsed"); }
+    int initCheck() override { return called("initCheck"); }
+    void notify() override { called("notify"); }
+
+    static constexpr std::size_t DESTRUCTOR = 9;
+    static constexpr const char* ORDER[] = {"clear",
+                                            "start",
+                                            "stop",
+                                            "setVolume",
+                                            "getVolume",
+                                            "getPerLoopSize",
+                                            "getTotalBufferSize",
+                                            "read",
+                                            "bytesUsed",
+                                            "",
+                                            "",
+                                            "initCheck",
+                                            "notify"};
+};
+
+template <typename Recording>
+class AStreamsVirtualTable : public ::testing::Test {};
+
+using EveryStream =
+    ::testing::Types<RecordingPlayback<ClientTrack>, RecordingPlayback<ClientSink>,
+                     RecordingCapture<ClientRecord>, RecordingCapture<ClientRecordRt>>;
+TYPED_TEST_SUITE(AStreamsVirtualTable, EveryStream);
+
+TYPED_TEST(AStreamsVirtualTable, HasTheOperationsInTheirSlots) {
+    TypeParam stream;
+    for (std::size_t i = 0; i < std::size(TypeParam::ORDER); ++i) {
+        const std::string expected = TypeParam::ORDER[i];
+        if (expected.empty()) continue;  // a destructor
+        if (expected == "setKeyShift")
+            slot<int(void*, float)>(&stream, i)(&stream, 1.0F);
+        else
+            slot<Plain>(&stream, i)(&stream);
+        EXPECT_EQ(gCalled, expected) << "slot " << i;
     }
-    slot<int(void*, float)>(&track, 14)(&track, 1.0F);
-    EXPECT_EQ(gCalled, "setKeyShift");
-    slot<Plain>(&track, 17)(&track);
-    EXPECT_EQ(gCalled, "initCheck");
-    slot<void(void*)>(&track, 18)(&track);
-    EXPECT_EQ(gCalled, "notify");
 }
 
-TEST(ATracksVirtualTable, HasItsDestructorsInSlotsFifteenAndSixteen) {
-    void* const place = ::operator new(sizeof(RecordingTrack));
-    auto* const first = new (place) RecordingTrack;
-    slot<Plain>(first, 15)(first);  // the complete object, without its memory
+TYPED_TEST(AStreamsVirtualTable, HasItsDestructorsSideBySide) {
+    void* const place = ::operator new(sizeof(TypeParam));
+    auto* const first = new (place) TypeParam;
+    slot<Plain>(first, TypeParam::DESTRUCTOR)(first);  // the complete object, without its memory
     EXPECT_EQ(gCalled, "destructor");
     gCalled.clear();
-    auto* const second = new (place) RecordingTrack;
-    slot<Plain>(second, 16)(second);  // gives the memory back, too
+    auto* const second = new (place) TypeParam;
+    slot<Plain>(second, TypeParam::DESTRUCTOR + 1)(second);  // gives the memory back, too
     EXPECT_EQ(gCalled, "destructor");
 }
 
-TEST(ATrack, HasTheNotificationInterfaceAsItsSecondBase) {
-    RecordingTrack track;
-    auto* const second = static_cast<ShareMemoryUpdateNotificationCallback*>(&track);
-    const auto distance = reinterpret_cast<char*>(second) - reinterpret_cast<char*>(&track);
+TYPED_TEST(AStreamsVirtualTable, HasTheNotificationInterfaceAsItsSecondBase) {
+    TypeParam stream;
+    auto* const second = static_cast<ShareMemoryUpdateNotificationCallback*>(&stream);
+    const auto distance = reinterpret_cast<char*>(second) - reinterpret_cast<char*>(&stream);
     EXPECT_EQ(distance, static_cast<std::ptrdiff_t>(sizeof(void*)));
     slot<void(void*)>(second, 2)(second);
     EXPECT_EQ(gCalled, "notify");
 }
 
-// The library's own table, not one that this test compiled.
+// The library's own tables, not ones that this test compiled.
 TEST(ATrackOfTheLibrary, AnswersCallsBySlot) {
     LogCapture log;
     ClientTrack track("slots", AUDIO_TAG_ALTERNATIVE, gFormat, 0);
@@ -125,6 +189,75 @@ TEST(ATrackOfTheLibrary, AnswersCallsBySlot) {
               1U)
         << log.dump();
     EXPECT_EQ(log.count(6, "[slots]initCheck failed state[0] not IDLE, Out\n"), 1U) << log.dump();
+}
+
+TEST(ASinkOfTheLibrary, AnswersCallsBySlot) {
+    LogCapture log;
+    ClientSink sink("slots", AUDIO_TAG_MAIN, gFormat, 0);
+    EXPECT_EQ(slot<Plain>(&sink, 0)(&sink), AUDIO_INVALID_STATE);
+    EXPECT_EQ(slot<Plain>(&sink, 1)(&sink), AUDIO_INVALID_STATE);
+    EXPECT_EQ(slot<Plain>(&sink, 2)(&sink), AUDIO_INVALID_STATE);
+    EXPECT_EQ((slot<int(void*, void*)>(&sink, 3)(&sink, nullptr)), AUDIO_NO_ERROR);
+    EXPECT_EQ(slot<Plain>(&sink, 11)(&sink), AUDIO_NO_ERROR);
+    EXPECT_EQ((slot<int(void*, void*, int, bool)>(&sink, 12)(&sink, nullptr, 1, true)),
+              AUDIO_BAD_VALUE);
+    EXPECT_EQ(slot<Plain>(&sink, 13)(&sink), AUDIO_INVALID_STATE);
+    EXPECT_EQ((slot<int(void*, float)>(&sink, 14)(&sink, 9.0F)), AUDIO_NO_ERROR);
+    EXPECT_EQ(slot<Plain>(&sink, 17)(&sink), AUDIO_INVALID_STATE);
+    for (const char* const line :
+         {"[slots]clear In\n", "[slots]start In\n", "[slots]stop In\n", "[slots]writeDone In\n"})
+        EXPECT_EQ(log.count(3, line), 1U) << log.dump();
+    EXPECT_EQ(log.count(5,
+                        "Deprecated API(ClientTrack::unduck) is called. please try "
+                        "QVAudioSetting::Volume::unduck.\n"),
+              1U)
+        << log.dump();
+    EXPECT_EQ(log.count(6, "[slots]initCheck failed state[0] not IDLE, Out\n"), 1U) << log.dump();
+}
+
+TEST(ARecordOfTheLibrary, AnswersCallsBySlot) {
+    LogCapture log;
+    ClientRecord record("slots", AUDIO_TAG_INPUT0, gFormat, 0);
+    EXPECT_EQ(slot<Plain>(&record, 0)(&record), AUDIO_INVALID_STATE);
+    EXPECT_EQ(slot<Plain>(&record, 1)(&record), AUDIO_INVALID_STATE);
+    EXPECT_EQ(slot<Plain>(&record, 2)(&record), AUDIO_INVALID_STATE);
+    EXPECT_EQ((slot<int(void*, int)>(&record, 3)(&record, 101)), AUDIO_BAD_VALUE);
+    EXPECT_EQ(slot<Plain>(&record, 4)(&record), -1);
+    EXPECT_EQ(slot<Plain>(&record, 5)(&record), 0);
+    EXPECT_EQ(slot<Plain>(&record, 6)(&record), 0);
+    EXPECT_EQ((slot<int(void*, void*, int, bool)>(&record, 7)(&record, nullptr, 1, true)),
+              AUDIO_BAD_VALUE);
+    EXPECT_EQ(slot<Plain>(&record, 8)(&record), 0);
+    EXPECT_EQ(slot<Plain>(&record, 11)(&record), AUDIO_INVALID_STATE);
+    for (const char* const line :
+         {"[slots]state is not IDLE, clear failed, mstate:0\n",
+          "[slots]state is not IDLE, start failed\n", "[slots]state is not ACTIVE, stop failed\n",
+          "[slots]invalid input param, bufferSize:0 bytes:1\n", "[slots]Abnormal state:0.\n",
+          "[slots]state is not IDLE, init failed\n"})
+        EXPECT_EQ(log.count(6, line), 1U) << log.dump();
+}
+
+TEST(AnUplinkOfTheLibrary, AnswersCallsBySlot) {
+    LogCapture log;
+    ClientRecordRt record("slots", AUDIO_TAG_UPLINK, gFormat);
+    EXPECT_EQ(slot<Plain>(&record, 0)(&record), AUDIO_INVALID_STATE);
+    EXPECT_EQ(slot<Plain>(&record, 1)(&record), AUDIO_INVALID_STATE);
+    EXPECT_EQ(slot<Plain>(&record, 2)(&record), AUDIO_INVALID_STATE);
+    EXPECT_EQ((slot<int(void*, int)>(&record, 3)(&record, 101)), AUDIO_NO_ERROR);
+    EXPECT_EQ(slot<Plain>(&record, 4)(&record), 0);
+    EXPECT_EQ(slot<Plain>(&record, 5)(&record), 0);
+    EXPECT_EQ(slot<Plain>(&record, 6)(&record), 0);
+    EXPECT_EQ((slot<int(void*, void*, int, bool)>(&record, 7)(&record, nullptr, 1, true)),
+              AUDIO_BAD_VALUE);
+    EXPECT_EQ(slot<Plain>(&record, 8)(&record), 0);
+    EXPECT_EQ(slot<Plain>(&record, 11)(&record), AUDIO_INVALID_STATE);
+    EXPECT_EQ(log.count(5, "[slots]not surpport, ignore op set volume:101\n"), 1U) << log.dump();
+    for (const char* const line :
+         {"[slots]state is not IDLE, clear failed, mstate:0\n", "[slots] state is not IDLE\n",
+          "[slots] state is not ACTIVE\n", "[slots]invalid input param bytes:1\n",
+          "[slots] client record state is not active:0.\n",
+          "[slots] state is not IDLE init failed\n"})
+        EXPECT_EQ(log.count(6, line), 1U) << log.dump();
 }
 
 class RecordingThread : public AudioThread {
