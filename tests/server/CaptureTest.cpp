@@ -9,8 +9,11 @@
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -224,6 +227,20 @@ TEST_F(ARecorder, ThatScribblesIntoItsRingLosesItsConnection) {
     recorder.ring().updateReadOffset(100000);
     EXPECT_TRUE(recorder.client().isClosedByServer());
     EXPECT_THAT(server.output(), HasSubstr("set its ring's read offset to 100000"));
+}
+
+TEST_F(ARecorder, ThatCutsItsRingOffLosesItsConnection) {
+    RawClient client(AUDIO_CONNECT_INPUT1, "short");
+    ASSERT_EQ(client.createCapture(AUDIO_TAG_INPUT1, pcm(16000, 1, 16)).status, AUDIO_NO_ERROR);
+    const int fd = shm_open("short", O_RDWR, 0);
+    ASSERT_GE(fd, 0);
+    EXPECT_EQ(ftruncate(fd, 0), 0);
+    close(fd);
+    ASSERT_EQ(client.status(Function::Start), AUDIO_NO_ERROR);
+    EXPECT_TRUE(client.isClosedByServer());
+    EXPECT_THAT(server.output(), HasSubstr("cut off its ring's memory"));
+    ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);
+    recorder.readSamples(PERIOD);
 }
 
 TEST_F(ARecorder, IsCreatedOnceAndNeedsItsName) {

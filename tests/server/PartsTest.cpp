@@ -6,6 +6,7 @@
 #include "devkit/server/Commands.h"
 #include "devkit/server/ConnectType.h"
 #include "devkit/server/EventLoop.h"
+#include "devkit/server/InputChoice.h"
 #include "devkit/server/OutputFactory.h"
 #include "devkit/server/Period.h"
 #include "devkit/server/PhysicalMemory.h"
@@ -24,6 +25,7 @@
 #include <sys/epoll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -85,6 +87,20 @@ TEST(Samples, OfSixteenAndTwentyFourBitsComeBackAsTheyWere) {
     }
     encodeSamples(SampleType::S24, decoded(3, some24), encoded);
     EXPECT_EQ(encoded, some24);
+}
+
+TEST(Samples, OfEveryWidthGoBackToClients) {
+    for (const unsigned width : {1U, 2U, 3U, 4U}) {
+        std::vector<std::uint8_t> bytes;
+        encodeSamples(width, std::vector<float>{-1.0F, 0.0F, 0.5F}, bytes);
+        ASSERT_EQ(bytes.size(), 3 * width);
+        std::vector<float> samples(3);
+        decodeSamples(width, bytes.data(), samples);
+        EXPECT_EQ(samples, (std::vector<float>{-1.0F, 0.0F, 0.5F})) << width;
+    }
+    std::vector<std::uint8_t> bytes;
+    encodeSamples(1, std::vector<float>{-2.0F, 2.0F}, bytes);
+    EXPECT_EQ(bytes, (std::vector<std::uint8_t>{0, 255}));
 }
 
 TEST(Samples, BeyondFullScaleAreClipped) {
@@ -254,6 +270,39 @@ TEST(OutputTexts, AreChecked) {
     EXPECT_TRUE(runsWithoutClock("wav:x"));
     EXPECT_FALSE(runsWithoutClock("auto"));
     EXPECT_FALSE(runsWithoutClock("alsa"));
+}
+
+TEST(InputTexts, AreCheckedAndKeptForTheirTags) {
+    InputChoice choice;
+    EXPECT_EQ(choice.of(AUDIO_TAG_INPUT0), "tone:440");
+    EXPECT_EQ(choice.add("silence"), "");
+    EXPECT_EQ(choice.add("uplink=tone:1000.5"), "");
+    EXPECT_EQ(choice.add("input_front_feedback=a=b.wav"), "");
+    EXPECT_EQ(choice.add("main=file"), "") << "a file's name: nothing is recorded there";
+    EXPECT_EQ(choice.of(AUDIO_TAG_INPUT1), "main=file");
+    EXPECT_EQ(choice.of(AUDIO_TAG_UPLINK), "tone:1000.5");
+    EXPECT_EQ(choice.of(AUDIO_TAG_INPUT_FRONT_FEEDBACK), "a=b.wav");
+    EXPECT_EQ(choice.add("uplink=mic"), "") << "a later one counts";
+    EXPECT_EQ(choice.of(AUDIO_TAG_UPLINK), "mic");
+    for (const char* wrong :
+         {"", "input0=", "tone:", "tone:x", "tone:0", "tone:96001", "tone:nan"}) {
+        EXPECT_NE(choice.add(wrong), "") << wrong;
+    }
+    EXPECT_EQ(choice.of(AUDIO_TAG_INPUT1), "main=file");
+}
+
+TEST(AnInput, IsInTheRateAndChannelsAskedFor) {
+    for (const unsigned channels : {1U, 2U, 6U}) {
+        const auto input = openInput("tone:1000", 44100, channels);
+        EXPECT_EQ(input->rate(), 44100U);
+        EXPECT_EQ(input->channels(), channels);
+        std::vector<float> samples(std::size_t{441} * channels);
+        input->read(samples);
+        EXPECT_FLOAT_EQ(samples[0], 0.0F);
+        EXPECT_GT(*std::max_element(samples.begin(), samples.end()), 0.49F);
+    }
+    EXPECT_THROW(openInput("/no/such/file", 48000, 2), std::runtime_error);
+    EXPECT_THROW(openInput("tone:", 48000, 2), std::runtime_error);
 }
 
 TEST(ATimer, TicksWithoutDrift) {

@@ -15,7 +15,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <memory>
+#include <thread>
 
 namespace cabinaudio::test {
 namespace {
@@ -277,6 +279,50 @@ TEST(ASinkThroughTheServer, LosesWhatItsWithdrawnRingHolds) {
     ASSERT_TRUE(recording.stop());
     EXPECT_TRUE(recording.heard("music", wide(samples)));
     EXPECT_EQ(recording.stream("music").at("underruns"), 0);
+}
+
+// The client writes whenever it has a ring; the routing changes as fast as it can.
+TEST(ASinkThroughTheServer, AccountsForEveryFrameInAStormOfRoutings) {
+    constexpr int ROUTINGS = 1000;
+    RecordingServer recording({"--fast"});
+    std::size_t written = 0;
+    int activations = 0;
+    {
+        RawSink sink("music");
+        ASSERT_EQ(sink.client().status(Function::Start), AUDIO_NO_ERROR);
+        std::atomic<bool> isOver{false};
+        std::thread router([&] {
+            for (int i = 0; i < ROUTINGS; ++i) {
+                EXPECT_EQ(recording.server().command("source withdraw music"), "ok");
+                EXPECT_EQ(recording.server().command("source activate music"), "ok");
+            }
+            isOver = true;
+        });
+        const auto samples = noise16(2 * 100);
+        bool hasRing = false;
+        while (!isOver || sink.client().hasNotification(200)) {
+            if (hasRing) written += sink.write(samples);
+            if (!sink.client().hasNotification(0)) continue;
+            const std::uint32_t event = sink.event();
+            hasRing = event == ACTIVATED && sink.map();
+            if (event == ACTIVATED) ++activations;
+            if (event == DEACTIVATED) {
+                EXPECT_EQ(sink.letGo(), AUDIO_NO_ERROR);
+            }
+        }
+        router.join();
+        EXPECT_TRUE(hasRing) << "the last command was to activate";
+        ASSERT_EQ(recording.server().command("source withdraw music"), "ok");
+        ASSERT_EQ(sink.event(), DEACTIVATED);
+        ASSERT_EQ(sink.letGo(), AUDIO_NO_ERROR);
+    }
+    ASSERT_TRUE(recording.stop());
+    const auto& stream = recording.stream("music");
+    EXPECT_GT(activations, 10);
+    EXPECT_EQ(
+        stream.at("frames").get<std::size_t>() + stream.at("discarded_frames").get<std::size_t>(),
+        written);
+    EXPECT_GT(written, 0U);
 }
 
 }  // namespace
