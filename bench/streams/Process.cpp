@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "bench/track/Process.h"
+#include "bench/streams/Process.h"
 
 #include "bench/support/Errors.h"
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "bench/streams/Kinds.h"
 #include "bench/support/AnsweringServer.h"
 #include "bench/support/HandOver.h"
 #include "bench/support/WorkerThread.h"
@@ -29,18 +30,18 @@ private:
     std::optional<WorkerThread> mThread;
 };
 
-/// What an "alternative" track is made of, and nothing else: a registered connection with its
-/// receive thread, a notifier thread, a created stream, its ring mapped from a shared-memory
-/// object, and a thread that waits for the ring. What the construction of the library's track is
-/// measured against.
-class MinimalTrack {
+/// What a stream client is made of, and nothing else: a registered connection with its receive
+/// thread, a notifier thread and a created stream; if it has a ring from the start, also that ring,
+/// mapped from a shared-memory object, and a thread that waits for it. What the construction of the
+/// library's streams is measured against.
+class MinimalStream {
 public:
-    explicit MinimalTrack(const char* name);
-    ~MinimalTrack();
-    MinimalTrack(const MinimalTrack&) = delete;
-    MinimalTrack& operator=(const MinimalTrack&) = delete;
+    explicit MinimalStream(const StreamKind& kind);
+    ~MinimalStream();
+    MinimalStream(const MinimalStream&) = delete;
+    MinimalStream& operator=(const MinimalStream&) = delete;
 
-    /// Confirms the stream with the server. @return its status
+    /// Confirms the stream with the server, if its kind does. @return the status
     int initCheck();
 
 private:
@@ -52,7 +53,7 @@ private:
     void createStream();
     void mapRing();
 
-    const char* mName;
+    const StreamKind& mKind;
     sem_t mNotifierSemaphore;
     std::optional<Sleeper> mNotifier;
     std::optional<HandOver> mLink;

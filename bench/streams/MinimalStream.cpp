@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "bench/track/MinimalTrack.h"
+#include "bench/streams/MinimalStream.h"
 
 #include "bench/support/Errors.h"
-#include "wire/Stream.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -26,39 +25,41 @@ void* Sleeper::sleep(void* self) {
     return nullptr;
 }
 
-MinimalTrack::MinimalTrack(const char* name) : mName(name) {
+MinimalStream::MinimalStream(const StreamKind& kind) : mKind(kind) {
     sem_init(&mNotifierSemaphore, 0, 0);
     mNotifier.emplace("Notifier", &mNotifierSemaphore);
-    mLink.emplace(AUDIO_CONNECT_ALTERNATIVE, name);
+    mLink.emplace(static_cast<audio_connect_type>(kind.tag), STREAM_NAME);
     createStream();
+    if (!kind.hasRing) return;
     mapRing();
     mReceiver.emplace("Ring", &mRing->semaphore);
 }
 
-MinimalTrack::~MinimalTrack() {
-    mReceiver.reset();
-    munmap(mRing, OBJECT_BYTES);
-    shm_unlink(mName);
+MinimalStream::~MinimalStream() {
+    if (mRing != nullptr) {
+        mReceiver.reset();
+        munmap(mRing, OBJECT_BYTES);
+        shm_unlink(STREAM_NAME);
+    }
     mLink.reset();
     mNotifier.reset();
     sem_destroy(&mNotifierSemaphore);
 }
 
-int MinimalTrack::initCheck() {
-    return mLink->request({static_cast<std::uint32_t>(wire::StreamFunction::InitCheck)},
-                          sizeof(wire::StatusReply));
+int MinimalStream::initCheck() {
+    if (mKind.initCheck == 0) return 0;
+    return mLink->request({mKind.initCheck}, sizeof(wire::StatusReply));
 }
 
-void MinimalTrack::createStream() {
+void MinimalStream::createStream() {
     const auto pid = static_cast<std::uint32_t>(getpid());
-    const auto create = static_cast<std::uint32_t>(wire::StreamFunction::Create);
-    if (mLink->request({create, AUDIO_TAG_ALTERNATIVE, 0, 0, 0, 0, 0, 0, 0, pid},
+    if (mLink->request({mKind.create, mKind.tag, 0, 0, 0, 0, 0, 0, 0, pid},
                        sizeof(wire::CreateReply)) != 0)
         raise(EPROTO, "creation of a stream");
 }
 
-void MinimalTrack::mapRing() {
-    const int object = checked(shm_open(mName, O_RDWR | O_CREAT, 0600), "shm_open");
+void MinimalStream::mapRing() {
+    const int object = checked(shm_open(STREAM_NAME, O_RDWR | O_CREAT, 0600), "shm_open");
     checked(ftruncate(object, OBJECT_BYTES), "ftruncate");
     checked(fallocate(object, 0, 0, OBJECT_BYTES), "fallocate");
     void* const mapping =

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace cabinaudio::bench {
+
+/// A server program that runs as long as this object, or this process, lives.
+class Daemon {
+public:
+    /// @param environment  NAME=value, besides the own one
+    /// @param logFile      for what the program writes
+    Daemon(const std::vector<std::string>& command, const std::vector<std::string>& environment,
+           const std::string& logFile);
+    ~Daemon();
+    Daemon(const Daemon&) = delete;
+    Daemon& operator=(const Daemon&) = delete;
+
+    /// Tries until it succeeds.
+    /// @throws std::runtime_error when the program has ended, or after 5 s; with its last words
+    void await(const std::function<bool()>& isReady);
+
+private:
+    [[nodiscard]] std::string lastWords() const;
+
+    std::string mName;
+    std::string mLogFile;
+    pid_t mProcess;
+};
+
+/// Writes a file for a server to read.
+void writeFile(const std::string& path, const std::string& text);
+
+}  // namespace cabinaudio::bench

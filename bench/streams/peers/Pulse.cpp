@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "bench/streams/peers/Daemon.h"
+#include "bench/streams/peers/Peer.h"
+
+#include <pulse/simple.h>
+
+namespace cabinaudio::bench {
+
+namespace {
+
+class Pulse : public Peer {
+public:
+    explicit Pulse(const std::string& directory)
+        : mSocket(directory + "/socket"),
+          mDaemon({"pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1",
+                   "--disallow-module-loading=no", "--log-target=stderr",
+                   "--load=module-native-protocol-unix auth-anonymous=1 socket=" + mSocket,
+                   "--load=module-null-sink"},
+                  {"HOME=" + directory, "XDG_RUNTIME_DIR=" + directory,
+                   "PULSE_RUNTIME_PATH=" + directory, "PULSE_STATE_PATH=" + directory},
+                  directory + "/log") {
+        mDaemon.await([this] {
+            const bool isOpen = open();
+            close();
+            return isOpen;
+        });
+    }
+    ~Pulse() override { close(); }
+
+    bool open() override {
+        pa_sample_spec format{};
+        format.format = PA_SAMPLE_S16LE;
+        format.rate = 48000;
+        format.channels = 2;
+        mStream = pa_simple_new(("unix:" + mSocket).c_str(), "bench", PA_STREAM_PLAYBACK, nullptr,
+                                "bench", &format, nullptr, nullptr, nullptr);
+        return mStream != nullptr;
+    }
+    void close() override {
+        if (mStream != nullptr) pa_simple_free(mStream);
+        mStream = nullptr;
+    }
+
+private:
+    std::string mSocket;
+    Daemon mDaemon;
+    pa_simple* mStream = nullptr;
+};
+
+}  // namespace
+
+std::unique_ptr<Peer> startPulse(const std::string& directory) {
+    return std::make_unique<Pulse>(directory);
+}
+
+}  // namespace cabinaudio::bench
