@@ -24,11 +24,13 @@ pcm.hw {
 }
 )";
 
+/// The device stays open (-a), as other servers keep theirs.
 class Sndio : public Peer {
 public:
     explicit Sndio(const std::string& directory)
-        : mDevice("snd@unix," + std::to_string(unitOfThisProcess()) + "/0"),
-          mDaemon({"sndiod", "-dd", "-U", std::to_string(unitOfThisProcess()), "-f", "rsnd/0"},
+        : mDevice("snd," + std::to_string(unitOfThisProcess()) + "/0"),
+          mDaemon({"sndiod", "-dd", "-U", std::to_string(unitOfThisProcess()), "-a", "on", "-f",
+                   "rsnd/0"},
                   {"ALSA_CONFIG_PATH=" + alsaConfiguration(directory)}, directory + "/log") {
         mDaemon.await([this] {
             const bool isOpen = open();
@@ -36,11 +38,25 @@ public:
             return isOpen;
         });
     }
-    ~Sndio() override { close(); }
+    ~Sndio() override {
+        close();
+        // Killed servers leave it, and those that gave up being root cannot remove it.
+        const std::string socket = "/sock" + std::to_string(unitOfThisProcess());
+        unlink(("/tmp/sndio" + socket).c_str());
+        unlink(("/tmp/sndio-" + std::to_string(getuid()) + socket).c_str());
+    }
 
     bool open() override {
         mStream = sio_open(mDevice.c_str(), SIO_PLAY, 0);
-        return mStream != nullptr;
+        if (mStream == nullptr) return false;
+        sio_par format{};
+        sio_initpar(&format);
+        format.bits = 16;
+        format.sig = 1;
+        format.pchan = 2;
+        format.rate = 48000;
+        return sio_setpar(mStream, &format) != 0 && sio_getpar(mStream, &format) != 0 &&
+               sio_start(mStream) != 0;
     }
     void close() override {
         if (mStream != nullptr) sio_close(mStream);
