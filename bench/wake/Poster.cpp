@@ -33,6 +33,7 @@ struct Poster::Shared {
 
     std::uint64_t postedAt;
     alignas(64) std::uint32_t word;
+    alignas(64) sem_t semaphore;
 };
 
 /// What runs in the other process.
@@ -81,6 +82,10 @@ private:
             futexWake(&mShared.word, FUTEX_WAKE, 1);
             return;
         }
+        if (deed == Deed::PostSem) {
+            sem_post(&mShared.semaphore);
+            return;
+        }
         ShareMemoryEx& target = *mRings[static_cast<std::size_t>(ring)];
         const std::uint32_t size = mSizes[static_cast<std::size_t>(ring)];
         if (deed == Deed::FillChunk)
@@ -106,6 +111,7 @@ Poster::Poster() {
     mShared = static_cast<Shared*>(page);
     sem_init(&mShared->ordered, 1, 0);
     sem_init(&mShared->done, 1, 0);
+    sem_init(&mShared->semaphore, 1, 0);
     mProcess = checked(fork(), "fork");
     if (mProcess == 0) Process(*mShared).obeyForEver();
 }
@@ -147,6 +153,10 @@ std::uint64_t Poster::postedAt() const {
 
 std::uint32_t* Poster::word() {
     return &mShared->word;
+}
+
+sem_t* Poster::semaphore() {
+    return &mShared->semaphore;
 }
 
 }  // namespace cabinaudio::bench

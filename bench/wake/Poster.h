@@ -3,6 +3,7 @@
 
 #include <cabinaudio/shm/ShareMemory.h>
 
+#include <semaphore.h>
 #include <sys/types.h>
 
 #include <cstdint>
@@ -20,6 +21,7 @@ public:
         FillChunk,  ///< move a ring's write offset on, and post
         TakeChunk,  ///< move a ring's read offset on, and post
         WakeWord,   ///< count up word() and wake who sleeps on it
+        PostSem,    ///< post semaphore()
     };
 
     /// How far an offset moves, bytes. Nothing is copied: the time to the post is not of interest.
@@ -44,8 +46,9 @@ public:
     /// When the last deed began, nowNs().
     [[nodiscard]] std::uint64_t postedAt() const;
 
-    /// In memory that is shared with the poster; begins with 0.
+    /// In memory that is shared with the poster; both begin with 0.
     [[nodiscard]] std::uint32_t* word();
+    [[nodiscard]] sem_t* semaphore();
 
 private:
     struct Shared;

@@ -8,15 +8,20 @@
 
 #include "bench/support/AnsweringServer.h"
 #include "bench/support/Clock.h"
+#include "bench/support/Errors.h"
 #include "bench/support/LogSink.h"
 #include "bench/support/Machine.h"
 #include "bench/support/Options.h"
 #include "bench/support/Report.h"
 #include "bench/support/Rounds.h"
 #include "bench/wake/FutexChain.h"
+#include "bench/wake/MinimalWait.h"
 #include "bench/wake/Poster.h"
+#include "wire/Ring.h"
 
 #include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -31,6 +36,8 @@ using namespace cabinaudio::bench;
 namespace {
 
 constexpr char CHAIN[] = "futex chain";
+constexpr char MINIMAL[] = "minimal";
+constexpr char MINIMAL_CACHE[] = "minimal+cache";
 constexpr char TRACK_WRITE[] = "ClientTrack::write";
 constexpr char SINK_WRITE[] = "ClientSink::write";
 constexpr char RECORD_READ[] = "ClientRecord::read";
@@ -104,6 +111,24 @@ void awaitRing(Stream& stream) {
         usleep(1000);
     }
 }
+
+/// A ring in physical memory asks the cache device before each piece that is copied out, and after
+/// each that was copied in.
+class CacheDevice {
+public:
+    CacheDevice() : mDescriptor(checked(open("/dev/cache", O_RDWR | O_CLOEXEC), "/dev/cache")) {}
+    ~CacheDevice() { close(mDescriptor); }
+    CacheDevice(const CacheDevice&) = delete;
+    CacheDevice& operator=(const CacheDevice&) = delete;
+
+    bool invalidate() {
+        cabinaudio::wire::CacheRange range{0, CHUNK};
+        return ioctl(mDescriptor, cabinaudio::wire::CACHE_INVALIDATE, &range) == 0;
+    }
+
+private:
+    int mDescriptor;
+};
 
 AudioFormatDesc pcm() {
     AudioFormatDesc format{};
@@ -188,7 +213,12 @@ void report(const Options& options, int cpu) {
     std::printf("\nRatios of the medians [within one round]\n");
     for (const char* program : {TRACK_WRITE, SINK_WRITE, RECORD_READ, UPLINK_READ})
         report.ratio(results, "p50", program, CHAIN, MOST_RATIO);
-    for (const char* program : {TRACK_WRITE, SINK_WRITE, RECORD_READ, UPLINK_READ})
+    report.ratio(results, "p50", MINIMAL, CHAIN);
+    for (const char* program : {TRACK_WRITE, RECORD_READ})
+        report.ratio(results, "p50", program, MINIMAL);
+    for (const char* program : {SINK_WRITE, UPLINK_READ})
+        report.ratio(results, "p50", program, MINIMAL_CACHE);
+    for (const char* program : {MINIMAL, TRACK_WRITE, SINK_WRITE, RECORD_READ, UPLINK_READ})
         report.ratio(results, "p99", program, CHAIN);
     report.finish();
 }
@@ -200,12 +230,19 @@ void measure(const Options& options) {
     const AnsweringServer server(4);  // one for each stream
     Poster poster;
     FutexChain chain(poster.word());
+    MinimalWait minimal(poster.semaphore());
+    CacheDevice cache;
     Streams streams(poster);
 
     addProgram(CHAIN, options.repeats, {poster, Poster::Deed::WakeWord, 0, [&] {
                                             chain.wait();
                                             return true;
                                         }});
+    addProgram(MINIMAL, options.repeats,
+               {poster, Poster::Deed::PostSem, 0, [&] { return minimal.wait(); }});
+    addProgram(MINIMAL_CACHE, options.repeats, {poster, Poster::Deed::PostSem, 0, [&] {
+                                                    return minimal.wait() && cache.invalidate();
+                                                }});
     streams.addPrograms(options.repeats);
     report(options, cpu);
 }
