@@ -5,7 +5,9 @@
 
 #include "tests/server/Playing.h"
 #include "tests/server/RawClient.h"
+#include "tests/server/RawRecorder.h"
 #include "tests/server/Sound.h"
+#include "tests/server/TemporaryDirectory.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
 
@@ -244,10 +246,48 @@ TEST(TheTrace, ShowsRequestsRepliesAndNotificationsInWords) {
                                      "0.0.0, 0 \\[[0-9]+ us\\]\n"));
 }
 
+TEST(TheTrace, NamesWhatSinksAndUplinksAskAndAreTold) {
+    RealServer server({"--output", "null", "--trace", "--fast"});
+    {
+        RawClient sink(AUDIO_CONNECT_MAIN, "music");
+        ASSERT_EQ(sink.create(0, pcm(16000, 1, 16)).status, AUDIO_NO_ERROR);
+        ASSERT_EQ(sink.notification().event, 3U);
+        ASSERT_EQ(server.command("source withdraw music"), "ok");
+        ASSERT_EQ(sink.notification().event, 4U);
+        sink.status(wire::StreamFunction::SourceDeactivated);
+        sink.status(wire::StreamFunction::Start);
+        sink.status(wire::StreamFunction::WriteDone);
+        ASSERT_EQ(sink.notification().event, 5U);
+
+        RawRecorder uplink("call", AUDIO_TAG_UPLINK, pcm(16000, 1, 16));
+        ASSERT_EQ(uplink.start(), AUDIO_NO_ERROR);
+        ASSERT_TRUE(uplink.mapWhenReady());
+        ASSERT_EQ(server.command("uplink ring off"), "ok");
+        ASSERT_EQ(uplink.client().notification().param, 0U);
+        uplink.letGo();
+
+        RawRecorder input("voice", AUDIO_TAG_INPUT0, pcm(16000, 1, 16));
+        ASSERT_EQ(input.setVolume(70), AUDIO_NO_ERROR);
+        ASSERT_EQ(input.volume().volume, 70);
+    }
+    EXPECT_EQ(exitStatus(server.stop()), 0);
+    const std::string trace = server.output();
+    for (const char* line :
+         {"main \"music\" <- source activated\n", "main \"music\" <- source deactivated\n",
+          "main \"music\" sourceDeactivated() -> ok [", "main \"music\" <- finished\n",
+          "uplink \"call\" <- ring ready\n", "uplink \"call\" getShareMemory() -> ok, address 0x",
+          "uplink \"call\" <- ring gone\n", "uplink \"call\" removeShareMemory() -> ok [",
+          " -> ok, ring 4096 bytes, per loop 512 bytes, 16 ms, 256 frames [",
+          "input0 \"voice\" setVolume(70) -> ok [", "input0 \"voice\" getVolume() -> ok, 70 ["}) {
+        EXPECT_THAT(trace, HasSubstr(line));
+    }
+}
+
 TEST(TheCommandLine, IsExplainedAndChecked) {
     const auto [helped, help] = outcome("--help");
     EXPECT_EQ(exitStatus(helped), 0);
-    for (const char* option : {"--output", "--fast", "--stems", "--report", "--trace"}) {
+    for (const char* option :
+         {"--output", "--fast", "--input", "--uplink-delay", "--stems", "--report", "--trace"}) {
         EXPECT_THAT(help, HasSubstr(option));
     }
     EXPECT_EQ(outcome("--version"), std::make_pair(0, std::string("cabinaudio-server 2.24.25\n")));
@@ -339,6 +379,44 @@ TEST(AVerboseServer, ShowsTheLibrarysLogToo) {
     { Player player("music", AUDIO_TAG_ALTERNATIVE, pcm(48000, 2, 16)); }
     EXPECT_EQ(exitStatus(server.stop()), 0);
     EXPECT_THAT(server.output(), HasSubstr("shared memory mmap success"));
+}
+
+/// No sound server, and ALSA's null device as the default one.
+class AMachineWithoutSound : public ::testing::Test {
+protected:
+    AMachineWithoutSound() {
+        std::ofstream(mDirectory.file("asound.conf")) << "pcm.!default { type null }\n";
+        setenv("ALSA_CONFIG_PATH", mDirectory.file("asound.conf").c_str(), 1);
+        setenv("PULSE_SERVER", mDirectory.file("no-socket").c_str(), 1);
+    }
+    ~AMachineWithoutSound() override {
+        unsetenv("ALSA_CONFIG_PATH");
+        unsetenv("PULSE_SERVER");
+    }
+
+    TemporaryDirectory mDirectory;
+};
+
+TEST_F(AMachineWithoutSound, IsListenedToThroughAlsa) {
+    if (outcome("--output alsa:no_such_device").second.find("built without") != std::string::npos) {
+        GTEST_SKIP() << "the server has no ALSA";
+    }
+    RealServer server({"--output", "null", "--input", "mic"});
+    {
+        RawRecorder recorder("voice", AUDIO_TAG_INPUT0, pcm(16000, 1, 16));
+        ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);
+        EXPECT_THAT(recorder.readSamples(2000), testing::Each(0));
+        EXPECT_EQ(streamOf(server, "voice").at("input"), "mic");
+    }
+    EXPECT_EQ(exitStatus(server.stop()), 0);
+}
+
+TEST_F(AMachineWithoutSound, HasNoMicrophone) {
+    std::ofstream(mDirectory.file("asound.conf")) << "# nothing\n";
+    const auto [status, said] = outcome("--output null --input mic");
+    EXPECT_EQ(exitStatus(status), 1);
+    EXPECT_THAT(said, testing::StartsWith("cabinaudio-server: no microphone works: pulse: "));
+    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
 }
 
 TEST(ASoundCardOutput, PlaysThroughAlsa) {
