@@ -2,6 +2,7 @@
 //
 // Sinks as the server routes them: who is the source of the main output, and what becomes of rings
 // that are withdrawn.
+#include <cabinaudio/client/ClientSink.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 #include <cabinaudio/foundation/AudioTime.h>
 #include <cabinaudio/shm/ShareMemory.h>
@@ -16,6 +17,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <thread>
 
@@ -279,6 +281,37 @@ TEST(ASinkThroughTheServer, LosesWhatItsWithdrawnRingHolds) {
     ASSERT_TRUE(recording.stop());
     EXPECT_TRUE(recording.heard("music", wide(samples)));
     EXPECT_EQ(recording.stream("music").at("underruns"), 0);
+}
+
+TEST(TwoSinksOfTheLibrary, TakeTurnsAsTheyComeAndGo) {
+    RecordingServer recording;
+    const auto play = [](ClientSink& sink, std::vector<std::int16_t> samples) {
+        return sink.write(bytesPointer(samples), byteCount(samples), true);
+    };
+    AudioFormatDesc format = pcm(48000, 2, 16);
+    const auto prompt = noise16(2 * 5000);
+    {
+        ClientSink music("music", AUDIO_TAG_MAIN, format, 0);
+        ASSERT_EQ(music.initCheck(), AUDIO_NO_ERROR);
+        ASSERT_EQ(music.start(), AUDIO_NO_ERROR);
+        EXPECT_EQ(play(music, noise16(2 * 10000, 2)), 40000);
+        {
+            ClientSink newer("prompt", AUDIO_TAG_MAIN, format, 0);
+            FinishWaiter finished;
+            newer.setCallback(&finished);
+            ASSERT_EQ(newer.initCheck(), AUDIO_NO_ERROR);
+            ASSERT_EQ(newer.start(), AUDIO_NO_ERROR);
+            EXPECT_EQ(play(newer, prompt), 20000);
+            EXPECT_TRUE(eventually([&] { return play(music, noise16(2 * 100)) == 0; }));
+            EXPECT_EQ(newer.writeDone(), AUDIO_NO_ERROR);
+            EXPECT_TRUE(finished.wait());
+        }
+        EXPECT_TRUE(eventually([&] { return play(music, noise16(2 * 100)) == 400; },
+                               std::chrono::minutes(1)));
+        EXPECT_EQ(music.stop(), AUDIO_NO_ERROR);
+    }
+    ASSERT_TRUE(recording.stop());
+    EXPECT_TRUE(recording.heard("prompt", wide(prompt)));
 }
 
 // The client writes whenever it has a ring; the routing changes as fast as it can.
