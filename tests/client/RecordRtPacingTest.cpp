@@ -184,6 +184,7 @@ TEST_F(PacedSilence, EndsWithAStop) {
     EXPECT_EQ(log.count(ERROR, "ClientRecordRt", "read", "[rec] client read data error state:1\n"),
               1U)
         << log.dump();
+    EXPECT_LT(log.dump().find("after waiting"), log.dump().find("client read data error"));
     start();
     EXPECT_EQ(read(512, true), 512) << "nobody is blocked any more";
 }
@@ -199,9 +200,11 @@ TEST_F(PacedSilence, EndsWithTheServer) {
 
 TEST_F(PacedSilence, NoticesAtTheEndOfAWaitThatItWasStoppedMeanwhile) {
     makeActive();
-    // Stopped, but the wait ends by its time-out: the server's notification comes when it is over.
-    time.wakeAfter(16, [&] { EXPECT_EQ(record->stop(), AUDIO_NO_ERROR); });
+    time.timeOutAfter([&] { EXPECT_EQ(record->stop(), AUDIO_NO_ERROR); });
     EXPECT_EQ(read(512, true), AUDIO_INVALID_STATE);
+    EXPECT_EQ(log.count(ERROR, "[rec]after waiting ,status:IDLE, may have stop\n"), 1U)
+        << log.dump();
+    EXPECT_EQ(takeNoise().size(), 0U);
 }
 
 TEST_F(PacedSilence, WaitsExactlyForTheLargestRequest) {

@@ -207,6 +207,14 @@ TEST_F(LiveData, ThatStaysAwayForASecondIsToldAsAWrongState) {
     EXPECT_EQ(heard(512), pattern(512));
 }
 
+TEST_F(LiveData, ThatStaysAwayIsToldSoEvenWhenTheStreamWasStoppedMeanwhile) {
+    makeLive();
+    time.timeOutAfter([&] { EXPECT_EQ(record->stop(), AUDIO_NO_ERROR); });
+    EXPECT_EQ(read(512, true), AUDIO_INVALID_STATE);
+    EXPECT_EQ(log.count(ERROR, "[rec]wait shm data timeOut:1000 expect:1000\n"), 1U) << log.dump();
+    EXPECT_EQ(log.countMatching(ERROR, ".*after waiting.*\n"), 0U) << log.dump();
+}
+
 TEST_F(LiveData, GivesWayToSilenceWhenTheRingIsTaken) {
     makeLive();
     time.wakeAfter(5, [&] { takeRing(); });

@@ -1,12 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The server dies at every stage in the life of each kind of stream.
-#include <cabinaudio/client/ClientRecord.h>
-#include <cabinaudio/client/ClientRecordRt.h>
-#include <cabinaudio/client/ClientSink.h>
-#include <cabinaudio/client/ClientTrack.h>
-
 #include "tests/client/StreamFixture.h"
+#include "tests/client/StreamKinds.h"
 #include "tests/support/ProcessState.h"
 
 #include <string>
@@ -17,70 +13,6 @@ namespace {
 
 enum class Stage { CREATED, CHECKED, STARTED, MOVING, BLOCKED, STOPPED };
 
-/// One kind of stream behind one interface.
-class Client {
-public:
-    virtual ~Client() = default;
-    virtual int initCheck() = 0;
-    virtual int start() = 0;
-    virtual int stop() = 0;
-    /// Moves this many bytes.
-    virtual int move(unsigned char* bytes, int count) = 0;
-};
-
-template <typename Stream>
-class ClientOf : public Client {
-public:
-    template <typename... Arguments>
-    explicit ClientOf(Arguments&&... arguments) : mStream(arguments...) {}
-    int initCheck() override { return mStream.initCheck(); }
-    int start() override { return mStream.start(); }
-    int stop() override { return mStream.stop(); }
-    int move(unsigned char* bytes, int count) override {
-        if constexpr (requires { mStream.write(bytes, count, true); })
-            return mStream.write(bytes, count, true);
-        else
-            return mStream.read(bytes, count, true);
-    }
-
-private:
-    Stream mStream;
-};
-
-struct StreamKind {
-    const char* name;
-    bool writes;
-    bool posix;             // the ring comes with the stream
-    std::uint32_t event;    // announces the ring otherwise
-    const char* announced;  // and this line says that it was taken
-    std::unique_ptr<Client> (*create)();
-};
-
-AudioFormatDesc gFormat = cdFormat();
-
-const StreamKind KINDS[] = {
-    {"alternativeTrack", true, true, 0, "",
-     []() -> std::unique_ptr<Client> {
-         return std::make_unique<ClientOf<ClientTrack>>("str", AUDIO_TAG_ALTERNATIVE, gFormat, 0);
-     }},
-    {"auxiliaryTrack", true, false, 3, "\\[str\\]share memory ready.*\n",
-     []() -> std::unique_ptr<Client> {
-         return std::make_unique<ClientOf<ClientTrack>>("str", AUDIO_TAG_AUXILIARY, gFormat, 0);
-     }},
-    {"sink", true, false, 3, "\\[str\\]Source is actived.*\n",
-     []() -> std::unique_ptr<Client> {
-         return std::make_unique<ClientOf<ClientSink>>("str", AUDIO_TAG_MAIN, gFormat, 0);
-     }},
-    {"record", false, true, 0, "",
-     []() -> std::unique_ptr<Client> {
-         return std::make_unique<ClientOf<ClientRecord>>("str", AUDIO_TAG_INPUT0, gFormat, 0);
-     }},
-    {"uplink", false, false, 2, "\\[str\\] record initShareMem OK.*\n",
-     []() -> std::unique_ptr<Client> {
-         return std::make_unique<ClientOf<ClientRecordRt>>("str", AUDIO_TAG_UPLINK, gFormat);
-     }},
-};
-
 class AServersDeath : public AStream,
                       public ::testing::WithParamInterface<std::tuple<std::size_t, Stage>> {
 protected:
@@ -90,18 +22,18 @@ protected:
             server.on(create, Answer::words(0, 0, 4096, 1024, 16, 256, 0));
         for (const std::uint32_t place : {18U, 20U})
             server.on(place, Answer::words(0, RING_ADDRESS, 4096));
-        serverRing = kind().posix ? posixRing("str", 4096) : physicalRing("str", 4096);
+        serverRing = kind().isPosix ? posixRing("str", 4096) : physicalRing("str", 4096);
     }
 
-    [[nodiscard]] static const StreamKind& kind() { return KINDS[std::get<0>(GetParam())]; }
+    [[nodiscard]] static const StreamKind& kind() { return streamKinds()[std::get<0>(GetParam())]; }
     [[nodiscard]] static bool reaches(Stage stage) { return std::get<1>(GetParam()) >= stage; }
     [[nodiscard]] static bool stopsAt(Stage stage) { return std::get<1>(GetParam()) == stage; }
 
-    int move(int count) { return client->move(data.data(), count); }
+    int move(int count) { return client->move(data.data(), count, true); }
 
     /// The first bytes go through.
     void moveSome() {
-        if (!kind().posix) {
+        if (!kind().isPosix) {
             server.notify(kind().event, 1);
             ASSERT_TRUE(log.waitForMatching(INFO, kind().announced)) << log.dump();
         }
@@ -111,12 +43,12 @@ protected:
         ASSERT_EQ(move(100), 100) << log.dump();
     }
 
-    std::unique_ptr<Client> client;
+    std::unique_ptr<AnyStream> client;
 };
 
 TEST_P(AServersDeath, NeitherCrashesNorHangsTheClient) {
     const ProcessState before = ProcessState::now();
-    client = kind().create();
+    client = kind().create(cdFormat());
     if (reaches(Stage::CHECKED)) {
         ASSERT_EQ(client->initCheck(), AUDIO_NO_ERROR);
     }
@@ -156,11 +88,11 @@ std::string caseName(const ::testing::TestParamInfo<AServersDeath::ParamType>& r
     constexpr const char* STAGES[] = {"WasCreated",   "WasChecked", "WasStarted",
                                       "HasMovedData", "IsBlocked",  "WasStopped"};
     const auto [kind, stage] = row.param;
-    return std::string(KINDS[kind].name) + "That" + STAGES[static_cast<std::size_t>(stage)];
+    return std::string(streamKinds()[kind].name) + "That" + STAGES[static_cast<std::size_t>(stage)];
 }
 
 INSTANTIATE_TEST_SUITE_P(AtEveryStage, AServersDeath,
-                         ::testing::Combine(::testing::Range<std::size_t>(0, std::size(KINDS)),
+                         ::testing::Combine(::testing::Range<std::size_t>(0, 5),
                                             ::testing::Values(Stage::CREATED, Stage::CHECKED,
                                                               Stage::STARTED, Stage::MOVING,
                                                               Stage::BLOCKED, Stage::STOPPED)),

@@ -50,6 +50,7 @@ protected:
     ~ASourceStorm() override {
         mEnd = true;
         if (mPlayer.joinable()) mPlayer.join();
+        sink.reset();  // the server's rules use what is in this class
     }
 
     /// A server that makes a fresh ring whenever it is asked for one, and plays what is in it.

@@ -21,6 +21,7 @@ namespace {
 struct Wake {
     std::uint64_t ms;
     std::function<void()> event;
+    bool isTimeOut;
 };
 
 std::atomic<std::uint64_t> gNowUs{0};  // 0: the real clock
@@ -71,7 +72,7 @@ std::int32_t AudioCondition::waitRelative(AudioMutex& mutex, std::uint64_t ms) {
         gNowUs += (ms + gLateMs) * 1000;
         return -ETIMEDOUT;
     }
-    gNowUs += wake.ms * 1000;
+    gNowUs += (wake.isTimeOut ? ms : wake.ms) * 1000;
     if (wake.event) {
         tVirtual = false;
         mutex.unlock();
@@ -79,7 +80,7 @@ std::int32_t AudioCondition::waitRelative(AudioMutex& mutex, std::uint64_t ms) {
         mutex.lock();
         tVirtual = true;
     }
-    return 0;
+    return wake.isTimeOut ? -ETIMEDOUT : 0;
 }
 
 std::int32_t audioMathRandn() {
@@ -120,7 +121,12 @@ void VirtualTime::beLate(std::uint64_t ms) {
 
 void VirtualTime::wakeAfter(std::uint64_t ms, std::function<void()> event) {
     const std::lock_guard lock(gLock);
-    gWakes.push_back({ms, std::move(event)});
+    gWakes.push_back({ms, std::move(event), false});
+}
+
+void VirtualTime::timeOutAfter(std::function<void()> event) {
+    const std::lock_guard lock(gLock);
+    gWakes.push_back({0, std::move(event), true});
 }
 
 int VirtualTime::during(const std::function<int()>& call) {

@@ -25,6 +25,8 @@ public:
     /// The next wait does not time out but is woken after `ms`, by this event or just so. The event
     /// runs without the wait's mutex.
     void wakeAfter(std::uint64_t ms, std::function<void()> event = {});
+    /// The next wait times out, and this event has come just before.
+    void timeOutAfter(std::function<void()> event);
 
     /// Makes the call, whose waits take no time.
     int during(const std::function<int()>& call);
