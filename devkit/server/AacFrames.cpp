@@ -107,8 +107,9 @@ Owned<AVCodecContext> openEncoder(const StreamFormat& format, std::uint32_t bitR
     av_channel_layout_default(&context->ch_layout, static_cast<int>(format.channels));
     context->time_base = {1, static_cast<int>(format.rate)};
     context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;  // the muxer wants it there
-    // The codec takes at most six bits a sample.
-    const std::int64_t own = std::min(std::int64_t{format.rate} * 4, HIGHEST_BIT_RATE_OF_A_CHANNEL);
+    // Two bits a sample: a frame is then about as long as a period of linear PCM, which clients
+    // read at once.
+    const std::int64_t own = std::min(std::int64_t{format.rate} * 2, HIGHEST_BIT_RATE_OF_A_CHANNEL);
     context->bit_rate = bitRate != 0 ? bitRate : own * format.channels;
     check(avcodec_open2(context.get(), codec, nullptr));
     return context;
