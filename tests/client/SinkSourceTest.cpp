@@ -290,6 +290,25 @@ TEST_F(AWriteWithoutASource, IsThrownAwayWhenTheSourceIsWithdrawnMeanwhile) {
     EXPECT_EQ(thrownAwayInAll(), 100) << log.dump();
 }
 
+/// The lock is held for half a second out of half a second.
+TEST_F(AWriteWithoutASource, LetsOtherOperationsInWhenItIsRepeatedAgainAndAgain) {
+    makeWithSource();
+    withdraw();
+    std::atomic<bool> end{false};
+    std::thread writer([&] {
+        while (!end)
+            (void)write(10, true);
+    });
+    ASSERT_TRUE(log.waitFor(WARN, std::string(REMOVED_LINE) + "20]\n")) << log.dump();
+    const Stopwatch watch;
+    EXPECT_EQ(sink->setCallback(nullptr), AUDIO_NO_ERROR);
+    EXPECT_EQ(sink->stop(), AUDIO_NO_ERROR);
+    const long long took = watch.ms();
+    end = true;
+    writer.join();
+    EXPECT_LT(took, 10'000);
+}
+
 TEST_F(AWriteWithoutASource, EndsWithAStop) {
     makeActive();
     std::future<int> writer = blockedWrite(100);
