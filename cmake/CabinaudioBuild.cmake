@@ -17,7 +17,9 @@ if(CABINAUDIO_SANITIZE)
     target_compile_options(cabinaudio-build INTERFACE
         -fsanitize=${CABINAUDIO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
         # Tests reach the library's operations by symbol and by slot, as foreign programs do.
-        $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>)
+        $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>
+        # And they put their own in front of it: an exported operation must not be inlined.
+        $<$<CXX_COMPILER_ID:Clang>:-fsemantic-interposition>)
     target_link_options(cabinaudio-build INTERFACE -fsanitize=${CABINAUDIO_SANITIZE})
 endif()
 
