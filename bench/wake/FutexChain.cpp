@@ -3,6 +3,8 @@
 
 #include "shm/Futex.h"
 
+#include <cerrno>
+
 namespace cabinaudio::bench {
 
 namespace {
@@ -11,9 +13,11 @@ std::uint32_t valueOf(std::uint32_t& word) {
     return std::atomic_ref(word).load(std::memory_order_acquire);
 }
 
-void sleepWhile(std::uint32_t& word, int operation, std::uint32_t value) {
+/// @return false when a sleep has taken longer than the limit
+bool sleepWhile(std::uint32_t& word, int operation, std::uint32_t value, const timespec* limit) {
     while (valueOf(word) == value)
-        futexWait(&word, operation, value, nullptr);
+        if (futexWait(&word, operation, value, limit) != 0 && errno == ETIMEDOUT) return false;
+    return true;
 }
 
 }  // namespace
@@ -28,16 +32,17 @@ FutexChain::~FutexChain() {
     futexWake(mWord, FUTEX_WAKE, 1);
 }
 
-void FutexChain::wait() {
-    sleepWhile(mPassed, FUTEX_WAIT_PRIVATE, mSeen);
+bool FutexChain::wait(const timespec* limit) {
+    if (!sleepWhile(mPassed, FUTEX_WAIT_PRIVATE, mSeen, limit)) return false;
     mSeen = valueOf(mPassed);
+    return true;
 }
 
 void* FutexChain::pass(void* self) {
     auto& chain = *static_cast<FutexChain*>(self);
     std::uint32_t seen = 0;  // what the word begins with
     for (;;) {
-        sleepWhile(*chain.mWord, FUTEX_WAIT, seen);
+        sleepWhile(*chain.mWord, FUTEX_WAIT, seen, nullptr);
         seen = valueOf(*chain.mWord);
         if (!chain.mRunning) return nullptr;
         std::atomic_ref(chain.mPassed).fetch_add(1, std::memory_order_release);

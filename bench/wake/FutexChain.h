@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <ctime>
 #include <optional>
 
 namespace cabinaudio::bench {
@@ -23,7 +24,10 @@ public:
     FutexChain& operator=(const FutexChain&) = delete;
 
     /// Sleeps until the poster's next wake-up has come through.
-    void wait();
+    /// @param limit  for a sleep, as the library's have one: the kernel sets a timer for it and
+    ///               takes it back. Null for none
+    /// @return false when it is over
+    bool wait(const timespec* limit);
 
 private:
     static void* pass(void* self);

@@ -36,7 +36,8 @@ using namespace cabinaudio::bench;
 namespace {
 
 constexpr char CHAIN[] = "futex chain";
-constexpr char CHAIN_CACHE[] = "futex chain+cache";
+constexpr char CHAIN_LIMIT[] = "futex chain+limit";
+constexpr char CHAIN_LIMIT_CACHE[] = "futex chain+limit+cache";
 constexpr char MINIMAL[] = "minimal";
 constexpr char TRACK_WRITE[] = "ClientTrack::write";
 constexpr char SINK_WRITE[] = "ClientSink::write";
@@ -45,6 +46,7 @@ constexpr char UPLINK_READ[] = "ClientRecordRt::read";
 
 constexpr int WARM_UP = 50;
 constexpr double MOST_RATIO = 1.10;
+constexpr timespec LIMIT{2, 0};
 constexpr int CHUNK = Poster::CHUNK;
 
 enum Ring { TRACK_RING, SINK_RING, RECORD_RING, UPLINK_RING };
@@ -213,11 +215,12 @@ void report(const Options& options, int cpu) {
     std::printf("\nRatios of the medians [within one round]\n");
     for (const char* program : {TRACK_WRITE, SINK_WRITE, RECORD_READ, UPLINK_READ})
         report.ratio(results, "p50", program, CHAIN, MOST_RATIO);
-    report.ratio(results, "p50", MINIMAL, CHAIN);
+    for (const char* program : {CHAIN_LIMIT, MINIMAL})
+        report.ratio(results, "p50", program, CHAIN);
     for (const char* program : {TRACK_WRITE, RECORD_READ})
-        report.ratio(results, "p50", program, MINIMAL);
+        report.ratio(results, "p50", program, CHAIN_LIMIT);
     for (const char* program : {SINK_WRITE, UPLINK_READ})
-        report.ratio(results, "p50", program, CHAIN_CACHE);
+        report.ratio(results, "p50", program, CHAIN_LIMIT_CACHE);
     for (const char* program : {MINIMAL, TRACK_WRITE, SINK_WRITE, RECORD_READ, UPLINK_READ})
         report.ratio(results, "p99", program, CHAIN);
     report.finish();
@@ -234,13 +237,13 @@ void measure(const Options& options) {
     CacheDevice cache;
     Streams streams(poster);
 
-    const auto passed = [&] {
-        chain.wait();
-        return true;
-    };
-    addProgram(CHAIN, options.repeats, {poster, Poster::Deed::WakeWord, 0, passed});
-    addProgram(CHAIN_CACHE, options.repeats,
-               {poster, Poster::Deed::WakeWord, 0, [&] { return passed() && cache.invalidate(); }});
+    addProgram(CHAIN, options.repeats,
+               {poster, Poster::Deed::WakeWord, 0, [&] { return chain.wait(nullptr); }});
+    addProgram(CHAIN_LIMIT, options.repeats,
+               {poster, Poster::Deed::WakeWord, 0, [&] { return chain.wait(&LIMIT); }});
+    addProgram(CHAIN_LIMIT_CACHE, options.repeats,
+               {poster, Poster::Deed::WakeWord, 0,
+                [&] { return chain.wait(&LIMIT) && cache.invalidate(); }});
     addProgram(MINIMAL, options.repeats,
                {poster, Poster::Deed::PostSem, 0, [&] { return minimal.wait(); }});
     streams.addPrograms(options.repeats);
