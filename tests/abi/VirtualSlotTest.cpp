@@ -142,6 +142,8 @@ TYPED_TEST(AStreamsVirtualTable, HasTheOperationsInTheirSlots) {
         if (expected.empty()) continue;  // a destructor
         if (expected == "setKeyShift")
             slot<int(void*, float)>(&stream, i)(&stream, 1.0F);
+        else if (expected == "notify")
+            slot<void(void*)>(&stream, i)(&stream);
         else
             slot<Plain>(&stream, i)(&stream);
         EXPECT_EQ(gCalled, expected) << "slot " << i;
