@@ -36,13 +36,22 @@ std::string instanceFault(const std::string& name) {
     return "must be 1 to 32 of A-Z a-z 0-9 _ -";
 }
 
-std::string tagFault(const std::string& tag) {
-    const auto& names = trackTagNames();
-    if (std::find(names.begin(), names.end(), tag) != names.end()) return "";
-    std::string all;
-    for (const std::string& name : names)
-        all += (all.empty() ? "" : ", ") + name;
-    return "must be one of " + all;
+/// A command is a line, and its argument reaches to the line's end.
+std::string argumentFault(const std::string& name) {
+    if (name.empty() || name.size() > 63) return "must have 1 to 63 characters";
+    if (name.find('\n') != std::string::npos) return "must not contain a line end";
+    return "";
+}
+
+CLI::Validator oneOf(const std::vector<std::string>& names) {
+    const auto fault = [names](const std::string& text) {
+        if (std::find(names.begin(), names.end(), text) != names.end()) return std::string();
+        std::string all;
+        for (const std::string& name : names)
+            all += (all.empty() ? "" : ", ") + name;
+        return "must be one of " + all;
+    };
+    return CLI::Validator(fault, "", "one of");
 }
 
 CLI::Validator check(std::string (*fault)(const std::string&), const char* name) {
@@ -88,41 +97,212 @@ void addTimeout(CLI::App& command, std::chrono::milliseconds& timeout, const cha
         ->default_str(std::to_string(timeout.count() / 1000));
 }
 
+void addTag(CLI::App& command, AudioTagType& tag, const std::vector<std::string>& names,
+            const char* what) {
+    command
+        .add_option_function<std::string>(
+            "--tag",
+            [&tag](const std::string& name) {
+                std::string text = name;
+                tag = AudioTypes::getTagType(text);
+            },
+            what)
+        ->type_name("TAG")
+        ->check(oneOf(names))
+        ->default_str(names.front());
+}
+
+void addName(CLI::App& command, std::string& name) {
+    command.add_option("--name", name, "Name of the stream; must be unique on the machine")
+        ->type_name("NAME")
+        ->check(check(streamNameFault, "name"));
+}
+
+void addBlock(CLI::App& command, bool& block, const char* ifBlocking, const char* ifNot) {
+    command.add_flag_callback(
+        "--block", [&block] { block = true; }, ifBlocking);
+    command.add_flag_callback(
+        "--no-block", [&block] { block = false; }, ifNot);
+}
+
+void addStreamParam(CLI::App& command, int& streamParam) {
+    command
+        .add_option("--stream-param", streamParam,
+                    "Stream parameter, handed to the server as it is")
+        ->type_name("NUMBER");
+}
+
 void addPlay(CLI::App& app, PlayOptions& options, CommonOptions& common) {
     CLI::App& command = *app.add_subcommand("play", "Play audio files: WAV, FLAC, Ogg and more");
     command.add_option("FILE", options.files, "What to play, in this order; - is standard input")
         ->type_name("")
         ->required();
+    addTag(command, options.tag, playbackTagNames(),
+           "What the stream is for: alternative, auxiliary,\nmain, output_input0_invocation or "
+           "output_uplink_invocation.\nOn main the server may withdraw the source; what the files\n"
+           "hold for that time is discarded, and counted");
+    addName(command, options.name);
+    addBlock(command, options.block, "Let the library wait for free space (this is the default)",
+             "Write what fits and sleep half of what is queued");
     command
-        .add_option_function<std::string>(
-            "--tag",
-            [&options](const std::string& tag) {
-                std::string text = tag;
-                options.tag = AudioTypes::getTagType(text);
-            },
-            "What the stream is for: alternative, auxiliary,\noutput_input0_invocation or "
-            "output_uplink_invocation")
-        ->type_name("TAG")
-        ->check(check(tagFault, "tag"))
-        ->default_str("alternative");
-    command.add_option("--name", options.name, "Name of the stream; must be unique on the machine")
-        ->type_name("NAME")
-        ->check(check(streamNameFault, "name"));
-    command.add_flag_callback(
-        "--block", [&options] { options.block = true; },
-        "Let the library wait for free space (this is the default)");
-    command.add_flag_callback(
-        "--no-block", [&options] { options.block = false; },
-        "Write what fits and sleep half of what is queued");
-    command.add_option("--key-shift", options.keyShift, "Pitch, 0.8 to 1.2; not on alternative")
+        .add_option("--key-shift", options.keyShift,
+                    "Pitch, 0.8 to 1.2; not on alternative or main")
         ->type_name("KEY")
         ->check(range(0.8, 1.2));
-    command
-        .add_option("--stream-param", options.streamParam,
-                    "Stream parameter, handed to the server as it is")
-        ->type_name("NUMBER");
+    addStreamParam(command, options.streamParam);
     addTimeout(command, options.timeout, "How long to wait for anything that does not move");
     addCommon(command, common);
+}
+
+constexpr std::pair<const char*, RecordCodec> kCodecs[] = {{"pcm", RecordCodec::Pcm},
+                                                           {"opus", RecordCodec::Opus},
+                                                           {"msbc", RecordCodec::Msbc},
+                                                           {"aac", RecordCodec::Aac}};
+constexpr std::pair<const char*, AudioBitDepthType> kDepths[] = {{"s16", AUDIO_BIT_DEPTH_16},
+                                                                 {"u8", AUDIO_BIT_DEPTH_8},
+                                                                 {"s24", AUDIO_BIT_DEPTH_24},
+                                                                 {"s32", AUDIO_BIT_DEPTH_32}};
+
+/// An option whose value is one of the names of a table; the first one is the default.
+template <typename Value, std::size_t Size>
+void addChoice(CLI::App& command, const char* option, Value& value,
+               const std::pair<const char*, Value> (&table)[Size], const char* what) {
+    std::vector<std::string> names;
+    for (const auto& row : table)
+        names.emplace_back(row.first);
+    command
+        .add_option_function<std::string>(
+            option,
+            [&value, &table](const std::string& name) {
+                value = std::find_if(std::begin(table), std::end(table), [&](const auto& row) {
+                            return name == row.first;
+                        })->second;
+            },
+            what)
+        ->type_name("NAME")
+        ->check(oneOf(names))
+        ->default_str(names.front());
+}
+
+void addRecordFormat(CLI::App& command, RecordFormat& format) {
+    command.add_option("--rate", format.rate, "Sample rate (48000; of an uplink 16000)")
+        ->type_name("HZ")
+        ->check(range(8000, 192000));
+    command.add_option("--channels", format.channels, "Channels (2; of an uplink 1)")
+        ->type_name("N")
+        ->check(range(1, 6));
+    addChoice(command, "--format", format.depth, kDepths, "Samples of PCM: s16, u8, s24 or s32");
+    addChoice(command, "--codec", format.codec, kCodecs,
+              "How an uplink is coded: pcm, opus, msbc or aac");
+    command
+        .add_option(
+            "--codec-param", format.codecParam,
+            "Codec parameter, handed to the server as it is;\nfor cabinaudio-server the bit "
+            "rate")
+        ->type_name("NUMBER");
+}
+
+void addRecord(CLI::App& app, RecordOptions& options, CommonOptions& common) {
+    CLI::App& command =
+        *app.add_subcommand("record", "Record what the server captures, or the uplink of a call");
+    command
+        .add_option(
+            "FILE", options.file,
+            "Where to: .wav or .flac, for Opus .opus, for AAC .loas;\n- is standard output, "
+            "as it comes")
+        ->type_name("")
+        ->required();
+    addTag(command, options.tag, captureTagNames(),
+           "What to record: input0, input1, input2, input_front_feedback\nor uplink");
+    command.add_option("--seconds", options.seconds, "How much; without it until SIGINT")
+        ->type_name("N")
+        ->check(range(0.001, 1e6));
+    addRecordFormat(command, options.format);
+    command.add_flag("--raw", options.raw, "Store what the stream delivers as it is");
+    command.add_option("--volume", options.volume, "Capture volume, 0 to 100; not of an uplink")
+        ->type_name("N")
+        ->check(range(0, 100));
+    addName(command, options.name);
+    addBlock(command, options.block, "Let the library wait for data (this is the default)",
+             "Take what is there, and sleep; PCM only");
+    addStreamParam(command, options.streamParam);
+    addTimeout(command, options.timeout, "How long to wait for anything that does not move");
+    addCommon(command, common);
+}
+
+/// What was not asked for depends on the tag and the codec.
+void completeFormat(const CLI::App& command, RecordOptions& options) {
+    const bool isUplink = options.tag == AUDIO_TAG_UPLINK;
+    if (command.count("--rate") == 0) options.format.rate = isUplink ? 16000 : 48000;
+    if (command.count("--channels") == 0) options.format.channels = isUplink ? 1 : 2;
+}
+
+/// One command of the server: the words, and an argument unless `argument` is null.
+CLI::App& addServerCommand(CLI::App& parent, const std::string& word, const std::string& words,
+                           const char* what, ServerOptions& options, CommonOptions& common) {
+    CLI::App& command = *parent.add_subcommand(word, what);
+    command.callback([&options, words] { options.command.insert(0, words); });
+    addTimeout(command, options.timeout, "How long to wait for the server's answer");
+    addCommon(command, common);
+    return command;
+}
+
+CLI::Option& addArgument(CLI::App& command, ServerOptions& options, const char* what) {
+    return *command
+                .add_option_function<std::string>(
+                    "NAME", [&options](const std::string& name) { options.command = " " + name; },
+                    what)
+                ->type_name("")
+                ->check(check(argumentFault, "name"));
+}
+
+void addServerStreams(CLI::App& server, ServerOptions& options, CommonOptions& common) {
+    CLI::App& source = *server.add_subcommand("source", "Who plays on the main output");
+    source.require_subcommand(1);
+    for (const auto& [word, what] : {std::pair{"activate", "Make a sink the main source"},
+                                     std::pair{"withdraw", "Take the main output from a sink"}})
+        addArgument(
+            addServerCommand(source, word, std::string("source ") + word, what, options, common),
+            options, "The sink's name")
+            .required();
+    CLI::App& stream = *server.add_subcommand("stream", "The streams of the clients");
+    stream.require_subcommand(1);
+    addArgument(
+        addServerCommand(stream, "remove", "stream remove", "Take a stream away", options, common),
+        options, "The stream's name")
+        .required();
+    CLI::App& uplink = *server.add_subcommand("uplink", "The uplink of a call");
+    uplink.require_subcommand(1);
+    CLI::App& ring = *uplink.add_subcommand("ring", "Its ring, without which there is silence");
+    ring.require_subcommand(1);
+    for (const auto& [word, what] :
+         {std::pair{"on", "Let uplinks have their rings"}, std::pair{"off", "Take the rings back"}})
+        addArgument(
+            addServerCommand(ring, word, std::string("uplink ring ") + word, what, options, common),
+            options, "Of this uplink only");
+}
+
+void addServer(CLI::App& app, ServerOptions& options, CommonOptions& common) {
+    CLI::App& server =
+        *app.add_subcommand("server", "Have a running cabinaudio-server do something");
+    server.require_subcommand(1);
+    addServerCommand(server, "state", "state", "Show its streams; --json shows all of it", options,
+                     common)
+        .callback([&options] {
+            options.command = "state";
+            options.isState = true;
+        });
+    addServerStreams(server, options, common);
+    CLI::App& stall = addServerCommand(server, "stall", "stall", "Have it stand still for a while",
+                                       options, common);
+    stall
+        .add_option_function<int>(
+            "MS", [&options](const int& ms) { options.command = " " + std::to_string(ms); },
+            "Milliseconds, 1 to 60000")
+        ->type_name("")
+        ->required()
+        ->check(range(1, 60000));
+    addServerCommand(server, "crash", "crash", "Have it die at once", options, common);
 }
 
 void addVersion(CLI::App& app, VersionOptions& options, CommonOptions& common) {
@@ -173,15 +353,19 @@ void configure(CLI::App& app) {
 }  // namespace
 
 std::optional<Command> parseCommandLine(int argc, char** argv) {
-    CLI::App app("Plays sound through the cabin audio server and looks after it.");
+    CLI::App app("Plays and records sound through the cabin audio server and looks after it.");
     configure(app);
     Command command;
     PlayOptions play;
+    RecordOptions record;
     VersionOptions version;
     DoctorOptions doctor;
+    ServerOptions server;
     addPlay(app, play, command.common);
+    addRecord(app, record, command.common);
     addVersion(app, version, command.common);
     addDoctor(app, doctor, command.common);
+    addServer(app, server, command.common);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& asked) {  // help or version
@@ -191,9 +375,15 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
         refuse(app, explain(app, error));
     }
     if (app.got_subcommand("play")) {
-        if (play.keyShift && play.tag == AUDIO_TAG_ALTERNATIVE)
-            refuse(app, "--key-shift does nothing on an alternative stream; add --tag auxiliary");
+        if (const std::string fault = optionFault(play); !fault.empty()) refuse(app, fault);
         command.options = play;
+    } else if (app.got_subcommand("record")) {
+        completeFormat(*app.get_subcommand("record"), record);
+        if (const std::string fault = optionFault(record, command.common); !fault.empty())
+            refuse(app, fault);
+        command.options = record;
+    } else if (app.got_subcommand("server")) {
+        command.options = server;
     } else if (app.got_subcommand("version")) {
         command.options = version;
     } else {

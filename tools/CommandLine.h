@@ -4,6 +4,8 @@
 #include "tools/CommonOptions.h"
 #include "tools/doctor/Doctor.h"
 #include "tools/play/Play.h"
+#include "tools/record/Record.h"
+#include "tools/server/Server.h"
 #include "tools/version/Version.h"
 
 #include <optional>
@@ -15,7 +17,7 @@ namespace cabinaudio::tool {
 /// words in CommandLine.cpp.
 struct Command {
     CommonOptions common;
-    std::variant<PlayOptions, VersionOptions, DoctorOptions> options;
+    std::variant<PlayOptions, RecordOptions, VersionOptions, DoctorOptions, ServerOptions> options;
 };
 
 /// @return none when help or version was asked for and has been printed

@@ -1,10 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/Json.h"
 
+#include <cmath>
 #include <cstdio>
-#include <string>
 
 namespace cabinaudio::tool {
+
+Json orNull(const std::string& text) {
+    return text.empty() ? Json(nullptr) : Json(text);
+}
+
+Json orNull(const std::optional<double>& ms) {
+    return ms ? Json(roundedMs(*ms)) : Json(nullptr);
+}
+
+double roundedMs(double ms) {
+    return std::round(ms * 1000) / 1000;
+}
 
 void printJson(const Json& value) {
     // File names are bytes; those that are no UTF-8 must not cost the user the whole report.

@@ -3,10 +3,20 @@
 
 #include <nlohmann/json.hpp>
 
+#include <optional>
+#include <string>
+
 namespace cabinaudio::tool {
 
 /// Keys keep their order, so that outputs compare as texts.
 using Json = nlohmann::ordered_json;
+
+/// null for an empty text, or for no time.
+[[nodiscard]] Json orNull(const std::string& text);
+[[nodiscard]] Json orNull(const std::optional<double>& ms);
+
+/// Milliseconds are given to the microsecond; more digits would be noise.
+[[nodiscard]] double roundedMs(double ms);
 
 /// Prints one value as one line on stdout and flushes.
 void printJson(const Json& value);

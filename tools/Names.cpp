@@ -41,9 +41,15 @@ std::string tagText(AudioTagType tag) {
     return name.empty() ? std::to_string(tag) : name;
 }
 
-const std::vector<std::string>& trackTagNames() {
+const std::vector<std::string>& playbackTagNames() {
     static const std::vector<std::string> names = {
-        "alternative", "auxiliary", "output_input0_invocation", "output_uplink_invocation"};
+        "alternative", "auxiliary", "main", "output_input0_invocation", "output_uplink_invocation"};
+    return names;
+}
+
+const std::vector<std::string>& captureTagNames() {
+    static const std::vector<std::string> names = {"input0", "input1", "input2",
+                                                   "input_front_feedback", "uplink"};
     return names;
 }
 

@@ -18,7 +18,8 @@ namespace cabinaudio::tool {
 /// Name of a tag, or its number when it has none.
 [[nodiscard]] std::string tagText(AudioTagType tag);
 
-/// The tag names that a track can have, preferred one first.
-[[nodiscard]] const std::vector<std::string>& trackTagNames();
+/// The tag names of what can be played and of what can be recorded, preferred one first.
+[[nodiscard]] const std::vector<std::string>& playbackTagNames();
+[[nodiscard]] const std::vector<std::string>& captureTagNames();
 
 }  // namespace cabinaudio::tool

@@ -28,7 +28,8 @@ bool mayColour(int descriptor) {
            std::strcmp(terminal, "dumb") != 0;
 }
 
-ProgressLine::ProgressLine(bool wanted) : mIsShown(wanted && isatty(STDERR_FILENO) == 1) {}
+ProgressLine::ProgressLine(bool wanted)
+    : mIsShown(wanted && isatty(STDERR_FILENO) == 1), mMayColour(mayColour(STDERR_FILENO)) {}
 
 ProgressLine::~ProgressLine() {
     clear();
@@ -41,13 +42,14 @@ std::size_t ProgressLine::width() {
     return 79;
 }
 
-void ProgressLine::show(std::string text) {
+void ProgressLine::show(std::string text, const std::string& colour) {
     if (!mIsShown) return;
     text.resize(std::min(text.size(), width()));
     const std::size_t columns = text.size();
     // Blanks instead of an escape sequence: every terminal knows them.
     if (columns < mColumns) text.append(mColumns - columns, ' ');
     mColumns = columns;
+    if (mMayColour && !colour.empty()) text = colour + text + "\033[0m";
     std::fputs(("\r" + text).c_str(), stderr);
 }
 

@@ -29,11 +29,13 @@ public:
     [[nodiscard]] static std::size_t width();
 
     /// Shows ASCII text, cut to the terminal's width.
-    void show(std::string text);
+    /// @param colour  escape sequence; used only where colour is welcome
+    void show(std::string text, const std::string& colour = "");
     void clear();
 
 private:
     bool mIsShown;
+    bool mMayColour;
     std::size_t mColumns = 0;  // on the screen
 };
 

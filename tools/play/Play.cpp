@@ -1,11 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/play/Play.h"
 
-#include <cabinaudio/foundation/AudioStatus.h>
-
-#include "tools/Duration.h"
 #include "tools/Failure.h"
-#include "tools/ServerSocket.h"
 #include "tools/Terminal.h"
 #include "tools/play/AudioFile.h"
 #include "tools/play/PlayReport.h"
@@ -25,8 +21,7 @@ namespace {
 
 /// What was found wrong before any stream was made.
 ExitCode reportBadFile(PlayReport report, const Failure& failure, const CommonOptions& common) {
-    report.end = PlayEnd::Failed;
-    report.text = failure.what();
+    report.ending = {StreamEnd::Failed, failure.what()};
     printReport(report, common.json);
     return failure.code();
 }
@@ -93,35 +88,21 @@ public:
         describe(*file, mReport);
         Playback(*file, mOptions, mInterruption, mWatchdog, mReport, mLine).run();
         printReport(mReport, mCommon.json);
-        return exitCode(mReport.end);
+        return exitCode(mReport.ending.how);
     }
 
 private:
     /// A request to the server got no answer in time. The thread that plays is stuck in it.
     [[noreturn]] void endOverdue(const std::string& what) {
-        const bool hasEndedBadly = !mReport.text.empty() && mReport.end != PlayEnd::Played;
-        if (hasEndedBadly) {
-            // The verdict stands; only the taking down hangs.
-        } else if (mInterruption.hasHappened()) {
-            mReport.end = PlayEnd::Interrupted;
-            mReport.text =
-                "interrupted by " + mInterruption.signalName() + " while waiting for " + what;
-        } else if (!serverListens()) {
-            // A request that was on its way when the server died is never answered.
-            mReport.end = PlayEnd::Removed;
-            mReport.waitedFor = what;
-            mReport.text = "the server is gone; waited for " + what;
-        } else {
-            mReport.end = PlayEnd::TimedOut;
-            mReport.waitedFor = what;
-            mReport.status = AUDIO_TIMED_OUT;
-            mReport.text =
-                "timed out after " + secondsText(mOptions.timeout) + " waiting for " + what;
-        }
+        const bool hasEndedBadly =
+            !mReport.ending.text.empty() && mReport.ending.how != StreamEnd::Done;
+        // Else the verdict stands; only the taking down hangs.
+        if (!hasEndedBadly)
+            mReport.ending = StreamControl::overdue(mInterruption, mOptions.timeout, what);
         mLine.clear();
         printReport(mReport, mCommon.json);
         std::fflush(nullptr);
-        _exit(static_cast<int>(exitCode(mReport.end)));
+        _exit(static_cast<int>(exitCode(mReport.ending.how)));
     }
 
     const PlayOptions& mOptions;
@@ -133,6 +114,15 @@ private:
 };
 
 }  // namespace
+
+std::string optionFault(const PlayOptions& options) {
+    if (!options.keyShift) return "";
+    if (options.tag == AUDIO_TAG_ALTERNATIVE || options.tag == AUDIO_TAG_MAIN)
+        return "--key-shift does nothing on " +
+               std::string(options.tag == AUDIO_TAG_MAIN ? "a main" : "an alternative") +
+               " stream; add --tag auxiliary";
+    return "";
+}
 
 ExitCode run(const PlayOptions& options, const CommonOptions& common) {
     if (const auto bad = lookAtAll(options, common)) return *bad;

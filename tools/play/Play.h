@@ -23,6 +23,9 @@ struct PlayOptions {
     std::chrono::milliseconds timeout{5000};  // for each wait that makes no progress
 };
 
+/// @return why these options do not go together; empty when they do
+[[nodiscard]] std::string optionFault(const PlayOptions& options);
+
 /// Plays the files, one after the other; ends with the first one that does not reach its end.
 [[nodiscard]] ExitCode run(const PlayOptions& options, const CommonOptions& common);
 

@@ -3,25 +3,14 @@
 
 #include <cabinaudio/foundation/AudioTypes.h>
 
-#include "tools/ExitCode.h"
 #include "tools/Json.h"
+#include "tools/StreamEnd.h"
 
 #include <cstdint>
 #include <optional>
 #include <string>
 
 namespace cabinaudio::tool {
-
-/// How playing a file came to its end.
-enum class PlayEnd {
-    Played,       // to the last sample
-    TimedOut,     // waiting for something
-    Removed,      // by the server, or the server is gone
-    Interrupted,  // by the user
-    NoServer,
-    Refused,  // the server answered an operation with a status
-    Failed,   // the file, or a misuse of the library
-};
 
 /// What is said about a file that was played, or was not.
 struct PlayReport {
@@ -39,6 +28,9 @@ struct PlayReport {
     int perLoopBytes = 0;
     int ringBytes = 0;
     std::uint64_t bytesWritten = 0;
+    std::uint64_t bytesDiscarded = 0;  // offered while a sink's source was withdrawn
+    std::uint32_t withdrawals = 0;     // of a sink's source
+    bool isWithdrawn = false;          // a sink's source, now
     double writtenMs = 0;
     double queuedMs = 0;
     std::uint32_t ringTimeouts = 0;         // writes that ended without a ring
@@ -48,15 +40,10 @@ struct PlayReport {
     std::optional<double> finishedAfterMs;  // from the end of the data to the finish event
     double elapsedMs = 0;                   // from the start to the end
 
-    PlayEnd end = PlayEnd::Failed;
-    std::int32_t status = 0;  // of the library or server, behind the end
-    std::string waitedFor;    // when it timed out
-    std::string text;         // the end, for people; without the file
+    Ending ending;
 
     [[nodiscard]] double playedMs() const { return writtenMs - queuedMs; }
 };
-
-[[nodiscard]] ExitCode exitCode(PlayEnd end);
 
 /// Prints the report: JSON on stdout, or one line; on stderr when the file was not played.
 void printReport(const PlayReport& report, bool json);

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/play/Playback.h"
 
+#include <cabinaudio/client/ClientSink.h>
+#include <cabinaudio/client/ClientTrack.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 
-#include "tools/Duration.h"
 #include "tools/Failure.h"
-#include "tools/Names.h"
-#include "tools/ServerSocket.h"
 #include "tools/play/ProgressText.h"
 
 #include <algorithm>
@@ -21,12 +20,13 @@ namespace {
 /// How long data may stand still before it is asked whether the stream still exists.
 constexpr auto kSuspicion = 500ms;
 
-/// The shortest and the longest sleep between two looks at a ring that nobody waits on.
-constexpr std::chrono::nanoseconds kShortestRest = 1ms;
-constexpr std::chrono::nanoseconds kLongestRest = 100ms;
-
 /// A write waits up to a second for the ring and then for space; with room for a busy machine.
 constexpr std::chrono::milliseconds kLongestWrite = 3000ms;
+
+/// What a withdrawn sink is given at once: the library takes this long to throw it away, and one
+/// that does not block has to take the time itself.
+constexpr auto kDiscardedBlocking = 500ms;
+constexpr auto kDiscardedElse = 100ms;
 
 constexpr auto kProgressInterval = 100ms;
 
@@ -34,43 +34,34 @@ double milliseconds(std::chrono::nanoseconds duration) {
     return std::chrono::duration<double, std::milli>(duration).count();
 }
 
-bool isAuxiliary(AudioTagType tag) {
+/// Whether the server tells when all has been played.
+bool tellsItsEnd(AudioTagType tag) {
     return tag != AUDIO_TAG_ALTERNATIVE;
 }
 
 }  // namespace
 
-struct Playback::End {
-    PlayEnd how;
-    std::string text;
-    std::int32_t status = AUDIO_NO_ERROR;
-    std::string waitedFor = {};
-};
-
 Playback::Playback(AudioFile& file, const PlayOptions& options, const Interruption& interruption,
                    Watchdog& watchdog, PlayReport& report, ProgressLine& line)
     : mFile(file),
       mOptions(options),
-      mInterruption(interruption),
-      mWatchdog(watchdog),
+      mControl(interruption, watchdog, options.timeout),
       mReport(report),
-      mLine(line) {}
+      mLine(line),
+      mIsSink(options.tag == AUDIO_TAG_MAIN) {}
 
 void Playback::run() {
-    End end{PlayEnd::Played, "played to the end"};
+    Ending ending{StreamEnd::Done, "played to the end"};
     try {
         play();
-    } catch (const End& early) {
-        end = early;
+    } catch (const Ending& early) {
+        ending = early;
     } catch (const Failure& failure) {
-        end = {PlayEnd::Failed, failure.what()};
+        ending = {StreamEnd::Failed, failure.what()};
     }
     updateReport();
     mLine.clear();
-    mReport.end = end.how;
-    mReport.text = end.text;
-    mReport.status = end.status;
-    mReport.waitedFor = end.waitedFor;
+    mReport.ending = ending;
     takeDown();
 }
 
@@ -78,7 +69,7 @@ void Playback::play() {
     create();
     begin();
     feed();
-    if (isAuxiliary(mOptions.tag))
+    if (tellsItsEnd(mOptions.tag))
         awaitFinish();
     else
         awaitEmptyRing();
@@ -86,31 +77,31 @@ void Playback::play() {
 
 void Playback::create() {
     AudioFormatDesc format = mFile.format();
-    mWatchdog.limit("the server to create the stream", mOptions.timeout, [&] {
-        mTrack = std::make_unique<ClientTrack>(mReport.name.c_str(), mOptions.tag, format,
-                                               mOptions.streamParam);
-    });
-    const int status = mWatchdog.limit("the server to confirm the stream", mOptions.timeout,
-                                       [&] { return mTrack->initCheck(); });
-    if (status != AUDIO_NO_ERROR) endByCreation(status);
+    const int status = confirm(format);
+    if (status != AUDIO_NO_ERROR) mControl.endByCreation(status);
     mReport.perLoopBytes = mTrack->getPerLoopSize();
-    endIfInterrupted();
+    mControl.endIfInterrupted();
 }
 
-// A track that could not be created has one status for all reasons.
-void Playback::endByCreation(int status) const {
-    if (!serverListens()) throw End{PlayEnd::NoServer, noServerText(), status};
-    throw End{PlayEnd::Refused,
-              "the server has not accepted the stream: " + statusText(status) +
-                  "; see its log, -v, or 'cabinaudio doctor'",
-              status};
+/// @return the status of the stream that was made
+int Playback::confirm(AudioFormatDesc& format) {
+    const auto make = [&]<typename Stream>(std::unique_ptr<Stream> stream) {
+        mControl.limit("the server to create the stream", [&] {
+            stream = std::make_unique<Stream>(mReport.name.c_str(), mOptions.tag, format,
+                                              mOptions.streamParam);
+        });
+        Stream& made = *stream;
+        mTrack = std::move(stream);
+        return mControl.limit("the server to confirm the stream", [&] { return made.initCheck(); });
+    };
+    return mIsSink ? make(std::unique_ptr<ClientSink>()) : make(std::unique_ptr<ClientTrack>());
 }
 
 void Playback::begin() {
-    if (isAuxiliary(mOptions.tag)) mTrack->setCallback(&mFinish);
-    demand(mWatchdog.limit("the server to start the stream", mOptions.timeout,
-                           [&] { return mTrack->start(); }),
-           "start the stream");
+    if (tellsItsEnd(mOptions.tag)) mTrack->setCallback(&mFinish);
+    mControl.demand(
+        mControl.limit("the server to start the stream", [&] { return mTrack->start(); }),
+        "start the stream");
     mIsStarted = true;
     mStartTime = mLastProgress = Clock::now();
     if (mOptions.keyShift) shiftKey();
@@ -120,45 +111,58 @@ void Playback::begin() {
 // is being handed over it is refused, and before that it could take the ring's turn away.
 void Playback::shiftKey() {
     while (mTrack->getTotalBufferSize() == 0) {
-        rest(kShortestRest);
-        endIfStalled(mStartTime, "the ring");
+        mControl.rest(StreamControl::kShortestRest);
+        mControl.endIfStalled(mStartTime, "the ring");
     }
     const auto shift = [&] { return mTrack->setKeyShift(*mOptions.keyShift); };
     for (;;) {
-        const int status = mWatchdog.limit("the server to shift the key", mOptions.timeout, shift);
-        if (status != AUDIO_NO_MEMORY) return demand(status, "shift the key");
-        rest(kShortestRest);
-        endIfStalled(mStartTime, "the track to be free for a request");
+        const int status = mControl.limit("the server to shift the key", shift);
+        if (status != AUDIO_NO_MEMORY) return mControl.demand(status, "shift the key");
+        mControl.rest(StreamControl::kShortestRest);
+        mControl.endIfStalled(mStartTime, "the track to be free for a request");
     }
 }
 
 void Playback::feed() {
-    const auto period = static_cast<std::size_t>(std::max(mReport.perLoopBytes, 0));
-    const std::size_t frame = mFile.frameBytes();
-    std::vector<unsigned char> chunk(std::max(period - period % frame, frame));
+    std::vector<unsigned char> chunk;
     for (;;) {
+        if (mIsSink) awaitSource();
+        chunk.resize(chunkBytes());
         // A pipe may have no data for a long time, and the user may lose patience.
         const std::size_t bytes =
-            mWatchdog.limit("data of the file", 1h, [&] { return mFile.read(chunk); });
+            mControl.limit("data of the file", 1h, [&] { return mFile.read(chunk); });
         if (bytes == 0) break;
         feedChunk(Bytes(chunk).first(bytes));
     }
-    if (mReport.bytesWritten == 0) throw Failure("holds no sound");
+    if (mReport.bytesWritten + mReport.bytesDiscarded == 0) throw Failure("holds no sound");
+}
+
+/// One period of the server, or what a withdrawn source takes at once; whole frames.
+std::size_t Playback::chunkBytes() const {
+    const std::size_t frame = mFile.frameBytes();
+    const auto away = mOptions.block ? kDiscardedBlocking : kDiscardedElse;
+    const std::size_t bytes =
+        mReport.isWithdrawn ? mFile.bytesPerSecond() * static_cast<std::size_t>(away.count()) / 1000
+                            : static_cast<std::size_t>(std::max(mReport.perLoopBytes, 0));
+    return std::max(bytes - bytes % frame, frame);
 }
 
 void Playback::feedChunk(Bytes chunk) {
-    if (mReport.bytesWritten != 0 && queuedBytes() == 0) ++mReport.ringRanEmpty;
+    if (mReport.bytesWritten != 0 && !mReport.isWithdrawn && queuedBytes() == 0)
+        ++mReport.ringRanEmpty;
     noteProgress();
     while (!chunk.empty()) {
-        endIfInterrupted();
-        const std::size_t taken = mOptions.block ? writeWaiting(chunk) : writeWithoutWaiting(chunk);
+        mControl.endIfInterrupted();
+        if (mIsSink) lookAtSource();
+        const std::size_t taken = mReport.isWithdrawn ? discard(chunk)
+                                  : mOptions.block    ? writeWaiting(chunk)
+                                                      : writeWithoutWaiting(chunk);
         chunk = chunk.subspan(taken);
-        mReport.bytesWritten += taken;
         if (taken != 0)
             noteProgress();
         else
-            endIfStalled(mLastProgress,
-                         mReport.ringBytes == 0 ? "the ring" : "free space in the ring");
+            mControl.endIfStalled(mLastProgress,
+                                  mReport.ringBytes == 0 ? "the ring" : "free space in the ring");
         showProgress();
     }
 }
@@ -170,17 +174,20 @@ std::size_t Playback::writeWaiting(Bytes bytes) {
     const std::size_t frame = mFile.frameBytes();
     const auto free = static_cast<std::size_t>(std::max(mTrack->bytesFree(), 0));
     const std::size_t fitting = std::min(free, bytes.size());
-    const std::size_t wanted = fitting >= frame ? fitting : std::min(frame, bytes.size());
+    const std::size_t wanted =
+        fitting >= frame ? fitting - fitting % frame : std::min(frame, bytes.size());
     const int status = write(bytes.first(wanted));
     if (status == AUDIO_TIMED_OUT) return timedOutWrite(fitting);
+    if (status == 0 && mIsSink) return noteDiscarded(wanted);
     return static_cast<std::size_t>(status);
 }
 
 std::size_t Playback::writeWithoutWaiting(Bytes bytes) {
-    const auto free = static_cast<std::size_t>(std::max(mTrack->bytesFree(), 0));
+    auto free = static_cast<std::size_t>(std::max(mTrack->bytesFree(), 0));
+    if (mIsSink) free -= free % mFile.frameBytes();
     if (free == 0 && mTrack->getTotalBufferSize() != 0) {
         if (Clock::now() - mLastProgress >= kSuspicion) endIfRemoved();
-        rest(queuedTime() / 2);
+        mControl.rest(queuedTime() / 2);
         return 0;
     }
     // Without a ring even this write waits for one.
@@ -194,39 +201,91 @@ std::size_t Playback::writeWithoutWaiting(Bytes bytes) {
 /// @return bytes queued, or AUDIO_TIMED_OUT; every other status ends the playback
 int Playback::write(Bytes bytes) {
     // Bounded by itself, but for a notification that asks the server meanwhile.
-    const int status = mWatchdog.limit(
+    const int status = mControl.limit(
         "the server to hand over the ring", std::max(mOptions.timeout, kLongestWrite), [&] {
             return mTrack->write(bytes.data(), static_cast<int>(bytes.size()), mOptions.block);
         });
-    if (status == AUDIO_INVALID_STATE) endByRemoval(status);
-    if (status < 0 && status != AUDIO_TIMED_OUT) demand(status, "write");
+    if (status == AUDIO_INVALID_STATE) mControl.endByRemoval(status);
+    if (status < 0 && status != AUDIO_TIMED_OUT) mControl.demand(status, "write");
     mReport.ringBytes = mTrack->getTotalBufferSize();
+    mReport.bytesWritten += static_cast<std::uint64_t>(std::max(status, 0));
     return status;
 }
 
 std::size_t Playback::timedOutWrite(std::size_t taken) {
     ++(mReport.ringBytes == 0 ? mReport.ringTimeouts : mReport.spaceTimeouts);
+    mReport.bytesWritten += taken;
     return taken;
+}
+
+// The library throws away what a withdrawn sink is given, in its own time, but only when it may
+// block. The source may come back meanwhile; then the data is queued.
+std::size_t Playback::discard(Bytes bytes) {
+    // The next ring begins with a whole frame.
+    if (const std::size_t odd = bytes.size() % mFile.frameBytes(); odd != 0)
+        return noteDiscarded(odd);
+    if (!mOptions.block) {
+        mControl.rest(duration(bytes.size()));
+        return noteDiscarded(bytes.size());
+    }
+    const int status = write(bytes);
+    // A time-out says nothing about how much was queued; doing it again would double that.
+    if (status <= 0) return noteDiscarded(bytes.size());
+    return static_cast<std::size_t>(status);
+}
+
+std::size_t Playback::noteDiscarded(std::size_t bytes) {
+    mReport.bytesDiscarded += bytes;
+    return bytes;
+}
+
+// A write would wait for the first source for ever.
+void Playback::awaitSource() {
+    for (lookAtSource(); !mHasHadSource; lookAtSource()) {
+        showProgress();
+        mControl.rest(10ms);
+        if (Clock::now() - mStartTime >= kSuspicion) endIfRemoved();
+        mControl.endIfStalled(mStartTime, "the source");
+    }
+}
+
+/// The ring of a sink is there for as long as its source is active.
+void Playback::lookAtSource() {
+    const bool isActive = mTrack->getTotalBufferSize() != 0;
+    if (isActive) mHasHadSource = true;
+    const bool isWithdrawn = mHasHadSource && !isActive;
+    if (isWithdrawn && !mReport.isWithdrawn) ++mReport.withdrawals;
+    mReport.isWithdrawn = isWithdrawn;
+}
+
+/// A sink without its source is never told the end of the playback.
+void Playback::endWithoutSource() {
+    lookAtSource();
+    if (mReport.isWithdrawn) throw Ending{StreamEnd::Done, "ended while the source was withdrawn"};
 }
 
 void Playback::awaitFinish() {
     const Clock::time_point done = Clock::now();
     const Clock::time_point allowance = done + 2 * queuedTime();
-    demand(mWatchdog.limit("the server to take the end of the data", mOptions.timeout,
-                           [&] { return mTrack->writeDone(); }),
-           "announce the end of the data");
+    if (mIsSink) endWithoutSource();
+    const int status = mControl.limit("the server to take the end of the data",
+                                      [&] { return mTrack->writeDone(); });
+    if (mIsSink) endWithoutSource();
+    mControl.demand(status, "announce the end of the data");
     std::size_t queued = queuedBytes();
     noteProgress();
     while (!mFinish.event().isSet()) {
-        waitForAny({&mFinish.event(), &mInterruption.event()}, kLongestRest);
-        endIfInterrupted();
+        waitForAny({&mFinish.event(), &mControl.interruption().event()},
+                   StreamControl::kLongestRest);
+        mControl.endIfInterrupted();
         if (const std::size_t now = queuedBytes(); now != std::exchange(queued, now))
             noteProgress();
         showProgress();
         if (mFinish.event().isSet()) break;
+        if (mIsSink) endWithoutSource();
         if (Clock::now() - mLastProgress >= kSuspicion) endIfRemoved();
-        endIfStalled(mLastProgress, "the end of playback");
-        endIfStalled(allowance, "the end of playback");
+        mControl.endIfStalled(mLastProgress, "the end of playback");
+        mControl.endIfStalled(allowance, "the end of playback");
     }
     mReport.finishedAfterMs = milliseconds(Clock::now() - done);
 }
@@ -238,60 +297,32 @@ void Playback::awaitEmptyRing() {
     const Clock::time_point allowance = Clock::now() + 2 * queuedTime();
     noteProgress();
     while (queued != 0) {
-        rest(queuedTime() / 2);
+        mControl.rest(queuedTime() / 2);
         if (const std::size_t now = queuedBytes(); now != std::exchange(queued, now))
             noteProgress();
         showProgress();
         if (Clock::now() - mLastProgress >= kSuspicion) endIfRemoved();
-        endIfStalled(mLastProgress, "the end of playback");
-        endIfStalled(allowance, "the end of playback");
+        mControl.endIfStalled(mLastProgress, "the end of playback");
+        mControl.endIfStalled(allowance, "the end of playback");
     }
-    rest(duration(static_cast<std::size_t>(std::max(mReport.perLoopBytes, 0))));
+    mControl.rest(duration(static_cast<std::size_t>(std::max(mReport.perLoopBytes, 0))));
 }
 
 void Playback::takeDown() {
     if (mTrack == nullptr) return;
-    if (mIsStarted && mReport.end != PlayEnd::Removed)
-        mWatchdog.limit("the server to stop the stream", mOptions.timeout,
-                        [&] { return mTrack->stop(); });
-    mWatchdog.limit("the stream to be taken down", mOptions.timeout + 2000ms,
-                    [&] { mTrack.reset(); });
-}
-
-void Playback::rest(std::chrono::nanoseconds bound) const {
-    waitForAny({&mInterruption.event()},
-               std::clamp<std::chrono::nanoseconds>(bound, kShortestRest, kLongestRest));
-    endIfInterrupted();
-}
-
-void Playback::endIfInterrupted() const {
-    if (mInterruption.hasHappened())
-        throw End{PlayEnd::Interrupted, "interrupted by " + mInterruption.signalName()};
+    const StreamEnd end = mReport.ending.how;
+    const bool isGone = end == StreamEnd::Removed || end == StreamEnd::Lost;
+    if (mIsStarted && !isGone)
+        mControl.limit("the server to stop the stream", [&] { return mTrack->stop(); });
+    mControl.limit("the stream to be taken down", mOptions.timeout + 2000ms,
+                   [&] { mTrack.reset(); });
 }
 
 // While data is played nothing tells that the server is gone. Starting a started track sends
 // nothing; it is refused once the stream does not exist any more.
 void Playback::endIfRemoved() {
-    const int status =
-        mWatchdog.limit("the stream's state", mOptions.timeout, [&] { return mTrack->start(); });
-    if (status == AUDIO_INVALID_STATE) endByRemoval(status);
-}
-
-void Playback::endByRemoval(int status) const {
-    throw End{PlayEnd::Removed,
-              serverListens() ? "the server has removed the stream" : "the server is gone", status};
-}
-
-void Playback::endIfStalled(Clock::time_point since, const char* what) const {
-    if (Clock::now() - since < mOptions.timeout) return;
-    throw End{PlayEnd::TimedOut,
-              "timed out after " + secondsText(mOptions.timeout) + " waiting for " + what,
-              AUDIO_TIMED_OUT, what};
-}
-
-void Playback::demand(int status, const std::string& operation) const {
-    if (status == AUDIO_NO_ERROR) return;
-    throw End{PlayEnd::Refused, "cannot " + operation + ": " + statusText(status), status};
+    const int status = mControl.limit("the stream's state", [&] { return mTrack->start(); });
+    if (status == AUDIO_INVALID_STATE) mControl.endByRemoval(status);
 }
 
 void Playback::noteProgress() {

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cabinaudio/client/ClientTrack.h>
+#include <cabinaudio/QVAudioTrack.h>
 
-#include "tools/Interruption.h"
+#include "tools/StreamEnd.h"
 #include "tools/Terminal.h"
-#include "tools/Watchdog.h"
 #include "tools/play/AudioFile.h"
 #include "tools/play/FinishListener.h"
 #include "tools/play/Play.h"
@@ -18,7 +17,10 @@
 
 namespace cabinaudio::tool {
 
-/// Plays one file on a track of its own.
+/// Plays one file on a track or sink of its own.
+///
+/// A sink may lose its source while it plays. What the file holds for that time is discarded, half
+/// a second in half a second, as a broadcast that nobody hears.
 ///
 /// Every wait has a deadline and ends at an interruption. Requests to the server have no deadline
 /// of their own: the watchdog gives them one, and the process ends there.
@@ -28,36 +30,35 @@ public:
     Playback(AudioFile& file, const PlayOptions& options, const Interruption& interruption,
              Watchdog& watchdog, PlayReport& report, ProgressLine& line);
 
-    /// Plays to some end, which the report then tells, and takes the track down in good order.
+    /// Plays to some end, which the report then tells, and takes the stream down in good order.
     void run();
 
 private:
-    using Clock = std::chrono::steady_clock;
+    using Clock = StreamControl::Clock;
     using Bytes = std::span<unsigned char>;
-
-    struct End;  // thrown to leave the playback
 
     void play();
     void create();
+    int confirm(AudioFormatDesc& format);
     void begin();
     void shiftKey();
     void feed();
     void feedChunk(Bytes chunk);
+    [[nodiscard]] std::size_t chunkBytes() const;
     std::size_t writeWaiting(Bytes bytes);
     std::size_t writeWithoutWaiting(Bytes bytes);
     int write(Bytes bytes);
     std::size_t timedOutWrite(std::size_t taken);
+    std::size_t discard(Bytes bytes);
+    std::size_t noteDiscarded(std::size_t bytes);
+    void awaitSource();
+    void lookAtSource();
     void awaitFinish();
     void awaitEmptyRing();
     void takeDown();
 
-    void rest(std::chrono::nanoseconds bound) const;
-    void endIfInterrupted() const;
     void endIfRemoved();
-    void endIfStalled(Clock::time_point since, const char* what) const;
-    void demand(int status, const std::string& operation) const;
-    [[noreturn]] void endByCreation(int status) const;
-    [[noreturn]] void endByRemoval(int status) const;
+    void endWithoutSource();
 
     void noteProgress();
     void updateReport();
@@ -69,14 +70,15 @@ private:
 
     AudioFile& mFile;
     const PlayOptions& mOptions;
-    const Interruption& mInterruption;
-    Watchdog& mWatchdog;
+    StreamControl mControl;
     PlayReport& mReport;
     ProgressLine& mLine;
 
-    FinishListener mFinish;  // outlives the track
-    std::unique_ptr<ClientTrack> mTrack;
+    const bool mIsSink;
+    FinishListener mFinish;  // outlives the stream
+    std::unique_ptr<audio::QVAudioTrack> mTrack;
     bool mIsStarted = false;
+    bool mHasHadSource = false;  // a sink
     Clock::time_point mStartTime;
     Clock::time_point mLastProgress;  // of the data
     Clock::time_point mLastShown;

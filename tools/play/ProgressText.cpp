@@ -24,7 +24,8 @@ std::string bar(double part, std::size_t columns) {
 std::string progressText(const PlayReport& report, std::size_t width) {
     std::string text = clockText(report.playedMs() / 1000);
     if (report.durationMs) text += " / " + clockText(*report.durationMs / 1000);
-    text += "  queued " + std::to_string(std::lround(report.queuedMs)) + " ms";
+    text += report.isWithdrawn ? "  source withdrawn"
+                               : "  queued " + std::to_string(std::lround(report.queuedMs)) + " ms";
     constexpr std::size_t kFrame = 3;
     const std::size_t room = width > text.size() + kFrame ? width - text.size() - kFrame : 0;
     if (report.durationMs && room >= kNarrowestBar)

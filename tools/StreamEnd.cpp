@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/StreamEnd.h"
+
+#include <cabinaudio/foundation/AudioStatus.h>
+
+#include "tools/Duration.h"
+#include "tools/Names.h"
+#include "tools/ServerSocket.h"
+
+#include <algorithm>
+
+namespace cabinaudio::tool {
+
+ExitCode exitCode(StreamEnd end) {
+    switch (end) {
+        case StreamEnd::Done:
+            return ExitCode::Done;
+        case StreamEnd::TimedOut:
+            return ExitCode::TimedOut;
+        case StreamEnd::NoServer:
+        case StreamEnd::Lost:
+            return ExitCode::NoServer;
+        case StreamEnd::Removed:
+        case StreamEnd::Interrupted:
+        case StreamEnd::Refused:
+        case StreamEnd::Failed:
+            break;
+    }
+    return ExitCode::Failed;
+}
+
+const char* endName(StreamEnd end, const char* done) {
+    switch (end) {
+        case StreamEnd::Done:
+            return done;
+        case StreamEnd::TimedOut:
+            return "timed_out";
+        case StreamEnd::Removed:
+            return "removed";
+        case StreamEnd::Lost:
+            return "lost";
+        case StreamEnd::Interrupted:
+            return "interrupted";
+        case StreamEnd::NoServer:
+            return "no_server";
+        case StreamEnd::Refused:
+            return "refused";
+        case StreamEnd::Failed:
+            break;
+    }
+    return "failed";
+}
+
+void StreamControl::rest(std::chrono::nanoseconds bound) const {
+    waitForAny({&mInterruption.event()}, std::clamp(bound, kShortestRest, kLongestRest));
+    endIfInterrupted();
+}
+
+void StreamControl::endIfInterrupted() const {
+    if (mInterruption.hasHappened())
+        throw Ending{StreamEnd::Interrupted, "interrupted by " + mInterruption.signalName()};
+}
+
+void StreamControl::endIfStalled(Clock::time_point since, const char* what) const {
+    if (Clock::now() - since < mTimeout) return;
+    throw Ending{StreamEnd::TimedOut,
+                 "timed out after " + secondsText(mTimeout) + " waiting for " + what,
+                 AUDIO_TIMED_OUT, what};
+}
+
+void StreamControl::demand(std::int32_t status, const std::string& operation) const {
+    if (status == AUDIO_NO_ERROR) return;
+    throw Ending{StreamEnd::Refused, "cannot " + operation + ": " + statusText(status), status};
+}
+
+void StreamControl::endByCreation(std::int32_t status) const {
+    if (!serverListens()) throw Ending{StreamEnd::NoServer, noServerText(), status};
+    throw Ending{StreamEnd::Refused,
+                 "the server has not accepted the stream: " + statusText(status) +
+                     "; see its log, -v, or 'cabinaudio doctor'",
+                 status};
+}
+
+void StreamControl::endByRemoval(std::int32_t status) const {
+    if (!serverListens()) throw Ending{StreamEnd::Lost, "the server is gone", status};
+    throw Ending{StreamEnd::Removed, "the server has removed the stream", status};
+}
+
+Ending StreamControl::overdue(const Interruption& interruption, std::chrono::milliseconds timeout,
+                              const std::string& what) {
+    if (interruption.hasHappened())
+        return {StreamEnd::Interrupted,
+                "interrupted by " + interruption.signalName() + " while waiting for " + what};
+    // A request that was on its way when the server died is never answered.
+    if (!serverListens())
+        return {StreamEnd::Lost, "the server is gone; waited for " + what, 0, what};
+    return {StreamEnd::TimedOut, "timed out after " + secondsText(timeout) + " waiting for " + what,
+            AUDIO_TIMED_OUT, what};
+}
+
+}  // namespace cabinaudio::tool

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/record/OpusPacket.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
+namespace cabinaudio::tool {
+
+namespace {
+
+/// Of one frame, by the packet's configuration: its first five bits.
+std::uint32_t frameSamples(unsigned configuration) {
+    constexpr std::array<std::uint32_t, 4> kSpeech = {480, 960, 1920, 2880};
+    constexpr std::array<std::uint32_t, 2> kHybrid = {480, 960};
+    constexpr std::array<std::uint32_t, 4> kMusic = {120, 240, 480, 960};
+    if (configuration < 12) return kSpeech[configuration % 4];
+    if (configuration < 16) return kHybrid[configuration % 2];
+    return kMusic[configuration % 4];
+}
+
+/// How many there are, by the first byte's last two bits.
+std::uint32_t frames(std::span<const std::uint8_t> packet) {
+    switch (packet[0] & 3u) {
+        case 0:
+            return 1;
+        case 3:
+            return packet.size() > 1 ? packet[1] & 63u : 0;
+        default:
+            return 2;
+    }
+}
+
+/// The length, and four bytes that are the server's.
+constexpr std::size_t kHeader = 8;
+
+}  // namespace
+
+std::span<const std::uint8_t> opusPayload(std::span<const std::uint8_t> frame) {
+    return frame.subspan(std::min(frame.size(), kHeader));
+}
+
+bool isOpusSilence(std::span<const std::uint8_t> frame) {
+    constexpr std::array<std::uint8_t, 2> kEmptyFrame = {0xFF, 0xFE};
+    // The silence of 24000 Hz is a longer one, with a mark of its own.
+    constexpr std::array<std::uint8_t, 4> kMark = {'s', 'u', 'p', 'o'};
+    const auto payload = opusPayload(frame);
+    if (payload.size() == 3) return std::equal(kEmptyFrame.begin(), kEmptyFrame.end(), &payload[1]);
+    return payload.size() == 223 && std::equal(kMark.begin(), kMark.end(), &frame[4]);
+}
+
+std::uint32_t opusSamples(std::span<const std::uint8_t> packet) {
+    constexpr std::uint32_t kLongest = kOpusClock * 120 / 1000;
+    if (packet.empty()) return 0;
+    const std::uint32_t samples = frames(packet) * frameSamples(packet[0] >> 3);
+    return samples <= kLongest ? samples : 0;
+}
+
+}  // namespace cabinaudio::tool

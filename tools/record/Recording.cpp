@@ -1,0 +1,289 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/record/Recording.h"
+
+#include <cabinaudio/client/ClientRecord.h>
+#include <cabinaudio/client/ClientRecordRt.h>
+#include <cabinaudio/foundation/AudioStatus.h>
+
+#include "tools/Failure.h"
+#include "tools/record/OpusPacket.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace cabinaudio::tool {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// How long data may stay away before it is asked whether the stream still exists.
+constexpr auto kSuspicion = 500ms;
+
+/// A read waits up to a second for each piece of data; with room for a busy machine.
+constexpr std::chrono::milliseconds kLongestRead = 3000ms;
+
+constexpr auto kMeterInterval = 100ms;
+
+/// A frame is stored whole, whatever the byte count of the read.
+constexpr std::size_t kLargestFrame = std::size_t{1} << 20;
+
+constexpr std::size_t kMsbcFrame = 57;
+constexpr double kMsbcFrameMs = 7.5;
+constexpr std::size_t kLongestOpusSilence = 231;
+
+// As many bytes must be queued before the library takes a frame: the largest one and one byte more.
+// A frame that is not complete by then is lost, and all that follow are out of step.
+constexpr std::size_t kLargestOpusFrame = 8 + 1275 + 1;
+constexpr std::size_t kLargestAacFrame = 2 * 768 + 64;
+
+double milliseconds(std::chrono::nanoseconds duration) {
+    return std::chrono::duration<double, std::milli>(duration).count();
+}
+
+}  // namespace
+
+Recording::Recording(const RecordOptions& options, const Interruption& interruption,
+                     Watchdog& watchdog, RecordReport& report, TargetHolder& target,
+                     ProgressLine& line)
+    : mOptions(options),
+      mControl(interruption, watchdog, options.timeout),
+      mReport(report),
+      mTarget(target),
+      mLine(line) {}
+
+void Recording::run() {
+    Ending ending{StreamEnd::Done, "recorded"};
+    try {
+        record();
+    } catch (const Ending& early) {
+        ending = userEnd(early);
+    } catch (const Failure& failure) {
+        ending = {StreamEnd::Failed, failure.what()};
+    }
+    updateReport();
+    mLine.clear();
+    try {
+        mTarget.close();
+    } catch (const Failure& failure) {
+        if (ending.how == StreamEnd::Done) ending = {StreamEnd::Failed, failure.what()};
+    }
+    mReport.ending = ending;
+    takeDown();
+}
+
+void Recording::record() {
+    create();
+    openFile();
+    begin();
+    if (mOptions.format.codec == RecordCodec::Pcm)
+        capturePcm();
+    else
+        captureFrames();
+}
+
+void Recording::create() {
+    AudioFormatDesc format = mOptions.format.description();
+    mControl.limit("the server to create the stream", [&] {
+        const char* const name = mReport.name.c_str();
+        if (isUplink())
+            mRecord = std::make_unique<ClientRecordRt>(name, mOptions.tag, format);
+        else
+            mRecord =
+                std::make_unique<ClientRecord>(name, mOptions.tag, format, mOptions.streamParam);
+    });
+    const int status =
+        mControl.limit("the server to confirm the stream", [&] { return mRecord->initCheck(); });
+    if (status != AUDIO_NO_ERROR) mControl.endByCreation(status);
+    mReport.perLoopBytes = mRecord->getPerLoopSize();
+    mControl.endIfInterrupted();
+}
+
+// Not earlier: what was recorded before must survive an attempt without a server.
+void Recording::openFile() {
+    // Somebody may have to open the other end of a pipe.
+    mControl.limit("the file to open", 1h,
+                   [&] { mTarget.set(openTarget(mOptions.file, mOptions.format, mOptions.raw)); });
+}
+
+void Recording::begin() {
+    if (mOptions.volume)
+        mControl.demand(mControl.limit("the server to set the volume",
+                                       [&] { return mRecord->setVolume(*mOptions.volume); }),
+                        "set the volume");
+    mControl.demand(
+        mControl.limit("the server to start the stream", [&] { return mRecord->start(); }),
+        "start the stream");
+    mIsStarted = true;
+    mStartTime = mLastProgress = Clock::now();
+}
+
+void Recording::capturePcm() {
+    const RecordFormat& format = mOptions.format;
+    const std::size_t frame = format.frameBytes();
+    const auto period = static_cast<std::size_t>(std::max(mReport.perLoopBytes, 0));
+    mBuffer.resize(std::max(period - period % frame, frame));
+    const auto all =
+        mReport.wantedMs
+            ? static_cast<std::uint64_t>(std::llround(*mReport.wantedMs * format.rate / 1000.0)) *
+                  frame
+            : UINT64_MAX;
+    std::size_t odd = 0;  // bytes of a frame that is not complete yet, at the buffer's begin
+    while (mReport.bytesRecorded < all) {
+        const auto room = std::min<std::uint64_t>(mBuffer.size(), all - mReport.bytesRecorded);
+        const int got = read(odd, static_cast<std::size_t>(room) - odd);
+        const std::size_t there = odd + static_cast<std::size_t>(std::max(got, 0));
+        odd = there % frame;
+        store(Bytes(mBuffer).first(there - odd));
+        std::memmove(mBuffer.data(), mBuffer.data() + there - odd, odd);
+        waitForMore(got);
+    }
+}
+
+void Recording::captureFrames() {
+    while (!isComplete()) {
+        const auto ring = static_cast<std::size_t>(std::max(mRecord->getTotalBufferSize(), 0));
+        mBuffer.resize(std::max(ring, kLargestFrame));
+        const int got = read(0, frameRequest());
+        if (got > 0) storeFrame(Bytes(mBuffer).first(static_cast<std::size_t>(got)));
+        if (mOptions.format.codec == RecordCodec::Aac) updateReport();
+        if (mIsSilent) {
+            mLastProgress = Clock::now();  // no sound is no fault
+            pace();
+        }
+        waitForMore(got);
+    }
+}
+
+/// Bytes that have to be there before a frame is taken. Silence ends the process where it does not
+/// fit them.
+std::size_t Recording::frameRequest() const {
+    const auto ring = static_cast<std::size_t>(std::max(mRecord->getTotalBufferSize(), 0));
+    switch (mOptions.format.codec) {
+        case RecordCodec::Opus:
+            return std::max(kLongestOpusSilence, std::min(kLargestOpusFrame, ring / 2));
+        case RecordCodec::Aac:
+            return std::max<std::size_t>(1, std::min(kLargestAacFrame, ring / 2));
+        default:
+            return kMsbcFrame;
+    }
+}
+
+/// @return bytes that are in the buffer at `offset` now; every failure ends the recording
+int Recording::read(std::size_t offset, std::size_t bytes) {
+    mControl.endIfInterrupted();
+    const bool hasRing = mRecord->getTotalBufferSize() != 0;
+    const int status = mControl.limit("data", std::max(mOptions.timeout, kLongestRead), [&] {
+        return mRecord->read(mBuffer.data() + offset, static_cast<int>(bytes), mOptions.block);
+    });
+    mIsSilent = isUplink() && !hasRing;
+    mReport.ringBytes = mRecord->getTotalBufferSize();
+    if (status == AUDIO_INVALID_STATE) return dataStayedAway(status);
+    if (status == AUDIO_BAD_VALUE && mOptions.format.codec == RecordCodec::Msbc)
+        throw Ending{StreamEnd::Refused,
+                     "the library does not deliver live mSBC data; record the call with another "
+                     "--codec",
+                     status};
+    if (status < 0) mControl.demand(status, "read");
+    return status;
+}
+
+// One status for two reasons: the stream is gone, or live data stayed away for a second.
+int Recording::dataStayedAway(int status) {
+    mControl.endIfInterrupted();
+    if (mControl.limit("the stream's state", [&] { return mRecord->start(); }) != AUDIO_NO_ERROR)
+        mControl.endByRemoval(status);
+    ++mReport.readTimeouts;
+    return 0;
+}
+
+void Recording::waitForMore(int got) {
+    showMeter();
+    const bool isDue = got == 0 && !mIsSilent;
+    if (got > 0) mLastProgress = Clock::now();
+    if (isDue && mOptions.block && !isUplink()) ++mReport.readTimeouts;
+    if (Clock::now() - mLastProgress >= kSuspicion) endIfRemoved();
+    if (isDue) mControl.endIfStalled(mLastProgress, "data");
+    if (got == 0) mControl.rest(8ms);
+}
+
+void Recording::store(Bytes bytes) {
+    if (bytes.empty()) return;
+    mControl.limit("the file to take the data", 1h, [&] { mTarget.write(bytes); });
+    mReport.bytesRecorded += bytes.size();
+    if (mOptions.format.codec != RecordCodec::Pcm) return;
+    const double duration = mOptions.format.milliseconds(bytes.size());
+    mReport.recordedMs += duration;
+    if (mIsSilent) mReport.silentMs += duration;
+}
+
+void Recording::storeFrame(Bytes frame) {
+    store(frame);
+    ++mReport.frames;
+    double duration = 0;
+    if (mOptions.format.codec == RecordCodec::Msbc) {
+        duration = kMsbcFrameMs;
+        mIsSilent = true;  // nothing else is ever delivered
+    } else if (mOptions.format.codec == RecordCodec::Opus) {
+        duration = 1000.0 * opusSamples(opusPayload(frame)) / kOpusClock;
+        mIsSilent = mIsSilent || isOpusSilence(frame);
+    }
+    mReport.recordedMs += duration;
+    if (mIsSilent) mReport.silentMs += duration;
+}
+
+// The library hands out a silent frame whenever it is asked for one, however long that lasts.
+void Recording::pace() const {
+    const auto recorded = std::chrono::duration<double, std::milli>(mReport.recordedMs);
+    const auto due =
+        mStartTime + std::chrono::duration_cast<Clock::duration>(recorded) - Clock::now();
+    if (due > StreamControl::kShortestRest) mControl.rest(due);
+}
+
+void Recording::takeDown() {
+    if (mRecord == nullptr) return;
+    const StreamEnd end = mReport.ending.how;
+    if (mIsStarted && end != StreamEnd::Removed && end != StreamEnd::Lost)
+        mControl.limit("the server to stop the stream", [&] { return mRecord->stop(); });
+    mControl.limit("the stream to be taken down", mOptions.timeout + 2000ms,
+                   [&] { mRecord.reset(); });
+}
+
+// While data stays away nothing tells that the server is gone. Starting a started stream sends
+// nothing; it is refused once the stream does not exist any more.
+void Recording::endIfRemoved() {
+    const int status = mControl.limit("the stream's state", [&] { return mRecord->start(); });
+    if (status == AUDIO_INVALID_STATE) mControl.endByRemoval(status);
+}
+
+/// A recording without a time to end at is ended by the user.
+Ending Recording::userEnd(const Ending& ending) const {
+    if (ending.how != StreamEnd::Interrupted || mReport.wantedMs || !mIsStarted) return ending;
+    return {StreamEnd::Done, "recorded until " + mControl.interruption().signalName()};
+}
+
+bool Recording::isComplete() const {
+    return mReport.wantedMs && mReport.recordedMs >= *mReport.wantedMs;
+}
+
+// An AAC stream has no silent frames; there the clock tells how much was recorded.
+void Recording::updateReport() {
+    if (!mIsStarted) return;
+    mReport.elapsedMs = milliseconds(Clock::now() - mStartTime);
+    if (mOptions.format.codec != RecordCodec::Aac) return;
+    if (mIsSilent) mReport.silentMs += mReport.elapsedMs - mReport.recordedMs;
+    mReport.recordedMs = mReport.elapsedMs;
+}
+
+void Recording::showMeter() {
+    const Clock::time_point now = Clock::now();
+    if (now - mLastShown < kMeterInterval) return;
+    mLastShown = now;
+    const Level level = mTarget.takeLevel();
+    if (level) mReport.peak = std::max(mReport.peak.value_or(0), *level);
+    if (!mLine.isShown()) return;
+    mLine.show(meterText(mReport, level, ProgressLine::width()), levelColour(level));
+}
+
+}  // namespace cabinaudio::tool

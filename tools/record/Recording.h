@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/client/AudioRecord.h>
+
+#include "tools/StreamEnd.h"
+#include "tools/Terminal.h"
+#include "tools/record/Record.h"
+#include "tools/record/RecordReport.h"
+#include "tools/record/TargetHolder.h"
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace cabinaudio::tool {
+
+/// Records a capture stream into a target.
+///
+/// Every wait has a deadline and ends at an interruption. Requests to the server have no deadline
+/// of their own: the watchdog gives them one, and the process ends there.
+class Recording {
+public:
+    /// @param report  filled as far as the recording gets; also read by the watchdog's owner
+    /// @param target  opened once the server has accepted the stream, and closed at the end
+    Recording(const RecordOptions& options, const Interruption& interruption, Watchdog& watchdog,
+              RecordReport& report, TargetHolder& target, ProgressLine& line);
+
+    /// Records to some end, which the report then tells, and takes the stream down in good order.
+    void run();
+
+private:
+    using Clock = StreamControl::Clock;
+    using Bytes = std::span<const std::uint8_t>;
+
+    void record();
+    void create();
+    void openFile();
+    void begin();
+    void capturePcm();
+    void captureFrames();
+    [[nodiscard]] std::size_t frameRequest() const;
+    int read(std::size_t offset, std::size_t bytes);
+    int dataStayedAway(int status);
+    void waitForMore(int got);
+    void store(Bytes bytes);
+    void storeFrame(Bytes frame);
+    void pace() const;
+    void takeDown();
+    void endIfRemoved();
+    [[nodiscard]] Ending userEnd(const Ending& ending) const;
+
+    [[nodiscard]] bool isUplink() const { return mOptions.tag == AUDIO_TAG_UPLINK; }
+    [[nodiscard]] bool isComplete() const;
+    void updateReport();
+    void showMeter();
+
+    const RecordOptions& mOptions;
+    StreamControl mControl;
+    RecordReport& mReport;
+    TargetHolder& mTarget;
+    ProgressLine& mLine;
+
+    std::unique_ptr<AudioRecord> mRecord;
+    bool mIsStarted = false;
+    bool mIsSilent = false;  // what was read last is the library's own silence
+    std::vector<std::uint8_t> mBuffer;
+    Clock::time_point mStartTime;
+    Clock::time_point mLastProgress;  // of the data
+    Clock::time_point mLastShown;
+};
+
+}  // namespace cabinaudio::tool

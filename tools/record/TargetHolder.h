@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "tools/record/Target.h"
+
+#include <atomic>
+#include <memory>
+#include <utility>
+
+namespace cabinaudio::tool {
+
+/// A recording's target, which the watchdog's thread completes when the recording thread is stuck
+/// in a request. Else only the recording thread uses it.
+class TargetHolder {
+public:
+    void set(std::unique_ptr<Target> target) { mTarget = std::move(target); }
+
+    void write(Target::Bytes frame) {
+        mIsWriting = true;
+        mTarget->write(frame);
+        mIsWriting = false;
+    }
+    [[nodiscard]] Level takeLevel() { return mTarget->takeLevel(); }
+
+    /// Does nothing without a target, a second time, and while a write is stuck.
+    /// @throws Failure
+    void close() {
+        if (mTarget == nullptr || mIsWriting) return;
+        const std::unique_ptr<Target> target = std::move(mTarget);
+        target->close();
+    }
+
+private:
+    std::unique_ptr<Target> mTarget;
+    std::atomic<bool> mIsWriting{false};
+};
+
+}  // namespace cabinaudio::tool

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/server/ControlLine.h"
+
+#include "tools/Duration.h"
+#include "tools/Failure.h"
+#include "tools/ServerSocket.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+
+namespace cabinaudio::tool {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr char kName[] = "/tmp/cabinaudio_control";
+
+class ControlLine {
+public:
+    explicit ControlLine(std::chrono::milliseconds bound)
+        : mBound(bound),
+          mDeadline(Clock::now() + bound),
+          mSocket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
+        if (mSocket < 0) throw Failure(std::string("no socket: ") + std::strerror(errno));
+    }
+    ~ControlLine() { close(mSocket); }
+    ControlLine(const ControlLine&) = delete;
+    ControlLine& operator=(const ControlLine&) = delete;
+
+    void open() const {
+        struct sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        // Abstract: the first byte is zero and the name is not terminated.
+        std::memcpy(address.sun_path + 1, kName, sizeof kName - 1);
+        constexpr auto length =
+            static_cast<socklen_t>(offsetof(struct sockaddr_un, sun_path) + sizeof kName);
+        if (connect(mSocket, reinterpret_cast<const struct sockaddr*>(&address), length) == 0)
+            return;
+        // The head unit's server has no such socket.
+        if (serverListens())
+            throw Failure("the server takes no commands; it is not cabinaudio-server");
+        throw Failure(noServerText(), ExitCode::NoServer);
+    }
+
+    // A line is shorter than any socket's buffer.
+    void send(const std::string& line) const {
+        if (::send(mSocket, line.data(), line.size(), MSG_NOSIGNAL) !=
+            static_cast<ssize_t>(line.size()))
+            throw Failure(std::string("cannot send the command: ") + std::strerror(errno));
+    }
+
+    [[nodiscard]] std::string receiveLine() const {
+        std::string line;
+        while (line.empty() || line.back() != '\n')
+            line += receiveSome();
+        line.pop_back();
+        return line;
+    }
+
+private:
+    [[nodiscard]] std::string receiveSome() const {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(mDeadline - Clock::now());
+        struct pollfd entry = {mSocket, POLLIN, 0};
+        if (left.count() <= 0 || poll(&entry, 1, static_cast<int>(left.count())) == 0)
+            throw Failure(
+                "timed out after " + secondsText(mBound) + " waiting for the server's answer",
+                ExitCode::TimedOut);
+        std::array<char, 4096> part;
+        const ssize_t got = recv(mSocket, part.data(), part.size(), 0);
+        if (got > 0) return {part.data(), static_cast<std::size_t>(got)};
+        if (got < 0 && (errno == EINTR || errno == EAGAIN)) return {};
+        throw Failure("the server is gone; it has not answered", ExitCode::NoServer);
+    }
+
+    const std::chrono::milliseconds mBound;
+    const Clock::time_point mDeadline;
+    const int mSocket;
+};
+
+}  // namespace
+
+std::string askServer(const std::string& line, std::chrono::milliseconds bound) {
+    const ControlLine control(bound);
+    control.open();
+    control.send(line + "\n");
+    return control.receiveLine();
+}
+
+}  // namespace cabinaudio::tool

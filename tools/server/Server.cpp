@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/server/Server.h"
+
+#include "tools/Failure.h"
+#include "tools/Json.h"
+#include "tools/Terminal.h"
+#include "tools/server/ControlLine.h"
+#include "tools/server/StateText.h"
+
+namespace cabinaudio::tool {
+
+namespace {
+
+constexpr char kDone[] = "ok";
+constexpr char kError[] = "error: ";
+
+Json parsedState(const std::string& answer) {
+    Json state = Json::parse(answer, nullptr, false);
+    if (!state.is_object()) throw Failure("the server's answer is no state: " + answer);
+    return state;
+}
+
+}  // namespace
+
+ExitCode run(const ServerOptions& options, const CommonOptions& common) {
+    const std::string answer = askServer(options.command, options.timeout);
+    if (answer.rfind(kError, 0) == 0) throw Failure(answer.substr(sizeof kError - 1));
+    if (options.isState) {
+        const Json state = parsedState(answer);
+        if (common.json)
+            printJson(state);
+        else
+            say(stateText(state));
+        return ExitCode::Done;
+    }
+    if (answer != kDone) throw Failure("the server answered '" + answer + "'");
+    if (common.json) printJson({{"command", options.command}, {"ended", "done"}});
+    return ExitCode::Done;
+}
+
+}  // namespace cabinaudio::tool

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "tools/CommonOptions.h"
+#include "tools/ExitCode.h"
+
+#include <chrono>
+#include <string>
+
+namespace cabinaudio::tool {
+
+/// A command to a running development server.
+struct ServerOptions {
+    std::string command;   // as the server takes it, without the line end
+    bool isState = false;  // the answer is the server's state
+    std::chrono::milliseconds timeout{5000};
+};
+
+/// Has the server do it. Prints nothing but its state.
+[[nodiscard]] ExitCode run(const ServerOptions& options, const CommonOptions& common);
+
+}  // namespace cabinaudio::tool

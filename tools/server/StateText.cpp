@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/server/StateText.h"
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+namespace cabinaudio::tool {
+
+namespace {
+
+using Row = std::array<std::string, 8>;
+
+std::string valueOf(const Json& object, const char* key) {
+    const auto found = object.find(key);
+    if (found == object.end() || found->is_null()) return "-";
+    return found->is_string() ? found->get<std::string>() : found->dump();
+}
+
+std::string formatOf(const Json& stream) {
+    std::string text = valueOf(stream, "rate_hz") + " Hz x" + valueOf(stream, "channels");
+    const std::string codec = valueOf(stream, "codec");
+    if (codec != "-" && codec != "pcm") return text + " " + codec;
+    return text + " " + valueOf(stream, "bits") + " bit";
+}
+
+/// Where its sound comes from, or whether its own is what the output plays.
+std::string sourceOf(const Json& stream) {
+    return valueOf(stream, stream.contains("input") ? "input" : "source");
+}
+
+Row rowOf(const Json& stream) {
+    return {valueOf(stream, "name"), valueOf(stream, "kind"),
+            valueOf(stream, "tag"),  valueOf(stream, "state"),
+            formatOf(stream),        valueOf(stream, "frames"),
+            sourceOf(stream),        valueOf(stream, "ring_bytes")};
+}
+
+std::string tableOf(const std::vector<Row>& rows) {
+    std::array<std::size_t, std::tuple_size_v<Row>> widths = {};
+    for (const Row& row : rows)
+        for (std::size_t i = 0; i < row.size(); ++i)
+            widths[i] = std::max(widths[i], row[i].size());
+    std::string text;
+    for (const Row& row : rows) {
+        text += '\n';
+        for (std::size_t i = 0; i + 1 < row.size(); ++i)
+            text += row[i] + std::string(widths[i] - row[i].size() + 2, ' ');
+        text += row.back();
+    }
+    return text;
+}
+
+}  // namespace
+
+std::string stateText(const Json& state) {
+    const Json output = state.value("output", Json::object());
+    std::string text = "output  " + valueOf(output, "name") + ", " + valueOf(output, "rate_hz") +
+                       " Hz x" + valueOf(output, "channels") + " " + valueOf(output, "format") +
+                       ", late periods " + valueOf(output, "late_periods") + ", clipped samples " +
+                       valueOf(output, "clipped_samples");
+    const Json streams = state.value("streams", Json::array());
+    if (streams.empty()) return text + "\nno streams";
+    std::vector<Row> rows = {
+        {"stream", "kind", "tag", "state", "format", "frames", "source", "ring bytes"}};
+    for (const Json& stream : streams)
+        rows.push_back(rowOf(stream));
+    return text + tableOf(rows);
+}
+
+}  // namespace cabinaudio::tool
