@@ -164,7 +164,8 @@ TEST_P(NoiseOfADepth, IsOfThatWidthOrOfSixteenBits) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, NoiseOfADepth,
-                         ::testing::Values(8, 16, 17, 24, 25, 32, 33, 12));
+                         ::testing::Values(8, 16, 17, 24, 25, 32, 33, 12),
+                         [](const auto& bits) { return "of" + std::to_string(bits.param); });
 
 class StoredSilence : public AnUplinkInTime {
 protected:

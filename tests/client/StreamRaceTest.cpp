@@ -126,6 +126,27 @@ TEST_P(AnOddServer, MayNameAnySize) {
     }
 }
 
+TEST_P(AnOddServer, MayRemoveAStreamThatItIsStillMaking) {
+    for (int round = 0; round < 5; ++round) {
+        for (const std::uint32_t create : {2U, 21U})
+            server.on(create, Answer::words(0, 0, SIZE, 1024, 16, 256, 0).after(REMOVED, 0));
+        stream = kind().create(format);
+        EXPECT_TRUE(eventually([&] { return stream->start() == AUDIO_INVALID_STATE; }))
+            << log.dump();
+        EXPECT_EQ(stream->stop(), AUDIO_INVALID_STATE);
+        stream.reset();
+    }
+}
+
+TEST_P(AnOddServer, MayAnnounceTheRingOfAStreamThatItIsStillMaking) {
+    if (kind().isPosix) return;
+    for (const std::uint32_t create : {2U, 21U})
+        server.on(create, Answer::words(0, 0, 0, 1024, 16, 256, 0).after(kind().event, 1));
+    stream = kind().create(format);
+    EXPECT_TRUE(eventually([&] { return stream->getTotalBufferSize() == static_cast<int>(SIZE); }))
+        << log.dump();
+}
+
 TEST_P(AnOddServer, MayHaveNoRingBehindItsAnnouncement) {
     if (kind().isPosix) return;
     for (const Answer& place : {Answer::status(0), Answer::words(0, 0xfffff000U, 0xffffffffU),
