@@ -247,13 +247,13 @@ TEST_P(ALostServer, EndsThePlayback) {
     ASSERT_TRUE(tool.waitForErr("start Success"));
     server.kill(SIGKILL);
     const ToolResult result = tool.wait();
-    EXPECT_EQ(result.exitCode, 1) << result.text();
-    EXPECT_EQ(json::parse(result.out)["ended"], "removed");
+    EXPECT_EQ(result.exitCode, 3) << result.text();
+    EXPECT_EQ(json::parse(result.out)["ended"], "lost");
     EXPECT_THAT(result.err, HasSubstr("the server is gone"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Any, ALostServer,
-                         testing::Values("--block", "--no-block", "--tag=auxiliary"),
+                         testing::Values("--block", "--no-block", "--tag=auxiliary", "--tag=main"),
                          [](const auto& test) { return wordsOf(test.param); });
 
 TEST_F(APlayback, EndsWhenTheServerRemovesTheStream) {

@@ -16,7 +16,8 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-constexpr char kHelp[] = R"(Plays sound through the cabin audio server and looks after it.
+constexpr char kHelp[] =
+    R"(Plays and records sound through the cabin audio server and looks after it.
 Usage: cabinaudio [options] sub-command
 
 Options:
@@ -25,8 +26,10 @@ Options:
 
 Subcommands:
   play                      Play audio files: WAV, FLAC, Ogg and more
+  record                    Record what the server captures, or the uplink of a call
   version                   Print the versions of library and server side by side
   doctor                    Look for whatever could keep sound from playing, and name the cure
+  server                    Have a running cabinaudio-server do something
 
 Exit status: 0 done, 1 failed, 2 wrong usage, 3 no server, 4 timed out,
 5 a check was not met.
@@ -71,7 +74,7 @@ TEST_P(ASubCommand, ExplainsItselfWithoutAServer) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Any, ASubCommand, testing::Values("play", "version", "doctor"),
+INSTANTIATE_TEST_SUITE_P(Any, ASubCommand, testing::Values("play", "record", "version", "doctor"),
                          [](const auto& test) { return wordsOf(test.param); });
 
 class AWrongCommandLine : public testing::TestWithParam<Wrong> {};
@@ -103,8 +106,56 @@ INSTANTIATE_TEST_SUITE_P(
                           "--key-shift does nothing on an alternative stream"},
                     Wrong{{"play", "a.wav", "--timeout", "soon"}, "--timeout: must be a number"},
                     Wrong{{"play", "a.wav", "--instance", "a.b"}, "--instance: must be 1 to 32 of"},
+                    Wrong{{"play", "a.wav", "--key-shift", "1.1", "--tag", "main"},
+                          "--key-shift does nothing on a main stream"},
                     Wrong{{"version", "surplus"}, "unknown argument 'surplus'"},
                     Wrong{{"doctor", "-x"}, "unknown option '-x'"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    OfRecord, AWrongCommandLine,
+    testing::Values(
+        Wrong{{"record"}, "FILE is required"},
+        Wrong{{"record", "a.wav", "--nonsense"}, "unknown option '--nonsense'"},
+        Wrong{{"record", "a.wav", "--tag", "main"}, "--tag: must be one of input0"},
+        Wrong{{"record", "a.mp3"}, "cannot tell how to store pcm in 'a.mp3'; use FILE.wav"},
+        Wrong{{"record", "a"}, "cannot tell how to store pcm in 'a'"},
+        Wrong{{"record", "a.opus"}, "cannot tell how to store pcm in 'a.opus'"},
+        Wrong{{"record", "a.wav", "--tag", "uplink", "--codec", "opus"},
+              "cannot tell how to store opus in 'a.wav'; use FILE.opus"},
+        Wrong{{"record", "a.wav", "--tag", "uplink", "--codec", "aac"},
+              "cannot tell how to store aac in 'a.wav'; use FILE.loas"},
+        Wrong{{"record", "a.flac", "--format", "s32"}, "FLAC has 24 bits at most"},
+        Wrong{{"record", "a.wav", "--format", "float"}, "--format: must be one of s16, u8"},
+        Wrong{{"record", "a.wav", "--codec", "mp3"}, "--codec: must be one of pcm, opus"},
+        Wrong{{"record", "a.opus", "--codec", "opus"}, "--codec opus needs --tag uplink"},
+        Wrong{{"record", "a.opus", "--codec", "opus", "--tag", "uplink", "--rate", "44100"},
+              "--codec opus goes with a --rate of 8000, 16000, 24000 or 48000"},
+        Wrong{{"record", "a.opus", "--codec", "opus", "--tag", "uplink", "--channels", "3"},
+              "--codec opus has 2 channels at most"},
+        Wrong{{"record", "a.opus", "--codec", "opus", "--tag", "uplink", "--no-block"},
+              "--codec opus does not go with --no-block"},
+        Wrong{{"record", "a.wav", "--codec", "msbc", "--tag", "uplink", "--rate", "8000"},
+              "--codec msbc is 16000 Hz in one channel"},
+        Wrong{{"record", "a.wav", "--tag", "uplink", "--volume", "3"}, "an uplink has no --volume"},
+        Wrong{{"record", "a.wav", "--volume", "101"}, "--volume: must be a number from 0 to 100"},
+        Wrong{{"record", "a.wav", "--seconds", "0"}, "--seconds: must be a number from 0.001"},
+        Wrong{{"record", "a.wav", "--rate", "7999"}, "--rate: must be a number from 8000"},
+        Wrong{{"record", "a.wav", "--channels", "7"}, "--channels: must be a number from 1 to 6"},
+        Wrong{{"record", "-", "--json"}, "--json and the recording both want stdout"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    OfServer, AWrongCommandLine,
+    testing::Values(Wrong{{"server"}, "A subcommand is required"},
+                    Wrong{{"server", "explode"}, "unknown argument 'explode'"},
+                    Wrong{{"server", "source"}, "A subcommand is required"},
+                    Wrong{{"server", "source", "activate"}, "NAME is required"},
+                    Wrong{{"server", "source", "activate", ""}, "NAME: must have 1 to 63"},
+                    Wrong{{"server", "stream", "remove", "a\nb"},
+                          "NAME: must not contain a line end"},
+                    Wrong{{"server", "uplink", "ring"}, "A subcommand is required"},
+                    Wrong{{"server", "stall"}, "MS is required"},
+                    Wrong{{"server", "stall", "0"}, "MS: must be a number from 1 to 60000"},
+                    Wrong{{"server", "crash", "now"}, "unknown argument 'now'"}));
 
 TEST(TheTool, SaysThatASubCommandIsMissing) {
     const ToolResult result = runTool({});
