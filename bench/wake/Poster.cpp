@@ -53,6 +53,12 @@ public:
     }
 
 private:
+    struct Ring {
+        std::unique_ptr<ShareMemoryEx> memory;
+        std::uint32_t size = 0;
+        unsigned char* data = nullptr;
+    };
+
     void obey() {
         const bool isAwaited = mShared.isAwaited;
         const Deed deed = mShared.deed;
@@ -61,19 +67,44 @@ private:
             map(ring);
         } else {
             if (!isAwaited) letTheOtherSleep();
+            handle(deed, ring);
             mShared.postedAt = nowNs();
             post(deed, ring);
         }
         if (isAwaited) sem_post(&mShared.done);
     }
 
-    void map(int ring) {
+    void map(int number) {
         const auto address = static_cast<std::uintptr_t>(mShared.address);
         const auto type = address != 0 ? SHM_TYPE_PHYS_MEM : SHM_TYPE_POSIX_SHM;
-        mRings.at(static_cast<std::size_t>(ring)) = std::make_unique<ShareMemoryEx>(
+        Ring& ring = mRings.at(static_cast<std::size_t>(number));
+        ring.size = mShared.size;
+        ring.memory = std::make_unique<ShareMemoryEx>(
             type, mShared.name, reinterpret_cast<const unsigned char*>(address), mShared.size,
             SHM_MODE_CREATOR, nullptr);
-        mSizes.at(static_cast<std::size_t>(ring)) = mShared.size;
+        // A ring shows where its data lies only when there is some.
+        ring.memory->write(mChunk.data(), CHUNK);
+        audio_buffer_provider_t view{};
+        ring.memory->getNextBuffer(view);
+        ring.data = view.data;
+        ring.memory->clear();
+    }
+
+    /// A server posts when it has just had the bytes in its hands, so they are in the cache.
+    void handle(Deed deed, int number) {
+        const Ring& ring = mRings[static_cast<std::size_t>(number)];
+        if (deed == Deed::FillChunk)
+            forEachByte(ring, ring.memory->getWriteOffset(),
+                        [](unsigned char& byte, unsigned char& kept) { byte = kept; });
+        else if (deed == Deed::TakeChunk)
+            forEachByte(ring, ring.memory->getReadOffset(),
+                        [](unsigned char& byte, unsigned char& kept) { kept = byte; });
+    }
+
+    template <typename Use>
+    void forEachByte(const Ring& ring, std::uint32_t offset, Use use) {
+        for (std::uint32_t i = 0; i < CHUNK; ++i)
+            use(ring.data[(offset + i) % ring.size], mChunk[i]);
     }
 
     void post(Deed deed, int ring) {
@@ -86,12 +117,12 @@ private:
             sem_post(&mShared.semaphore);
             return;
         }
-        ShareMemoryEx& target = *mRings[static_cast<std::size_t>(ring)];
-        const std::uint32_t size = mSizes[static_cast<std::size_t>(ring)];
+        const Ring& target = mRings[static_cast<std::size_t>(ring)];
+        ShareMemoryEx& memory = *target.memory;
         if (deed == Deed::FillChunk)
-            target.updateWriteOffset((target.getWriteOffset() + CHUNK) % size);
+            memory.updateWriteOffset((memory.getWriteOffset() + CHUNK) % target.size);
         else
-            target.updateReadOffset((target.getReadOffset() + CHUNK) % size);
+            memory.updateReadOffset((memory.getReadOffset() + CHUNK) % target.size);
     }
 
     static void letTheOtherSleep() {
@@ -100,8 +131,8 @@ private:
     }
 
     Shared& mShared;
-    std::array<std::unique_ptr<ShareMemoryEx>, MOST_RINGS> mRings;
-    std::array<std::uint32_t, MOST_RINGS> mSizes{};
+    std::array<Ring, MOST_RINGS> mRings;
+    std::array<unsigned char, CHUNK> mChunk{};
 };
 
 Poster::Poster() {

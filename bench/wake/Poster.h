@@ -24,7 +24,8 @@ public:
         PostSem,    ///< post semaphore()
     };
 
-    /// How far an offset moves, bytes. Nothing is copied: the time to the post is not of interest.
+    /// How far an offset moves, bytes. They are filled or taken before the time is taken: how long
+    /// a server copies is not of interest.
     static constexpr std::uint32_t CHUNK = 64;
     static constexpr int MOST_RINGS = 8;
 

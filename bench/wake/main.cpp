@@ -253,7 +253,7 @@ void measure(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    Options options{.rounds = 9, .repeats = 2000};
+    Options options{.rounds = 45, .repeats = 400};
     if (const auto status =
             readCommandLine(argc, argv, "Wake-up of a blocked read or write.", options))
         return *status;
