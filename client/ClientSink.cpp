@@ -118,10 +118,12 @@ int ClientSink::initCheck() {
 }
 
 int ClientSink::start() {
+    const AudioMutex::AutoLock turn(mTurn);
     return Playback::start(*this, AUDIO_LOG_SITE);
 }
 
 int ClientSink::stop() {
+    const AudioMutex::AutoLock turn(mTurn);
     const LogSite site = AUDIO_LOG_SITE;
     return Playback::stop(*this, site, [&] {
         AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]stop Success, mTotalWritedLen:%d Out\n", mName,
@@ -130,12 +132,14 @@ int ClientSink::stop() {
 }
 
 int ClientSink::clear() {
+    const AudioMutex::AutoLock turn(mTurn);
     return Playback::clear(*this, AUDIO_LOG_SITE, [](ShareMemoryEx& ring) { ring.clear(); });
 }
 
 int ClientSink::writeDone() {
     const LogSite site = AUDIO_LOG_SITE;
     AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]writeDone In\n", mName);
+    const AudioMutex::AutoLock turn(mTurn);
     const AudioMutex::AutoLock lock(mLock);
     return Playback::writeDone(*this, site, [&] {
         if (!mSourceActive)
@@ -146,6 +150,7 @@ int ClientSink::writeDone() {
 }
 
 int ClientSink::setCallback(audio::QVAudioTrackCallback* callback) {
+    const AudioMutex::AutoLock turn(mTurn);
     const AudioMutex::AutoLock lock(mLock);
     mCallback = callback;
     return AUDIO_NO_ERROR;
@@ -196,7 +201,7 @@ int ClientSink::write(unsigned char* buffer, int len, bool isBlock) {
         return AUDIO_BAD_VALUE;
     }
     // An application that writes again and again would hardly ever let go of mLock while the
-    // source is missing. A notification that waits for it has its turn before the next write.
+    // source is missing. Whatever waits for it has its turn before the next write.
     mTurn.lock();
     const AudioMutex::AutoLock lock(mLock);
     mTurn.unlock();

@@ -164,7 +164,7 @@ private:
     int mIneffectiveLen;  // bytes thrown away, ever
 
     bool mIsBeingDestroyed;              // guarded by mLock
-    AudioMutex mTurn;                    // lets a notification in between two writes
+    AudioMutex mTurn;                    // lets others in between two writes
     AudioMutex mRequestLock;             // one request at a time; taken after mLock, never before
     cabinaudio::UseGate* mRingVisitors;  // who looks at the ring without mLock
 };
