@@ -2,8 +2,10 @@
 # SPDX-License-Identifier: Apache-2.0
 # run.sh BUILD-DIRECTORY [FILE [FILE]]: plays two sound files at once through library and server,
 # one as an alternative track (ring in shared memory) and one as an auxiliary track (ring in
-# physical memory), and compares what the server heard with the files. Leaves heard.wav and
-# heard.png beside this script. The exit status is 0 only if everything was heard.
+# physical memory), and compares what the server heard with the files. At the same time records an
+# input of the server, and the uplink of a call that is coded in Opus and whose ring comes late, and
+# compares both with what was said. Leaves heard.wav, recorded.wav, call.opus and heard.png beside
+# this script. The exit status is 0 only if everything was heard and recorded.
 set -eu
 
 demo=$(dirname -- "$(readlink -f -- "$0")")
@@ -11,8 +13,10 @@ build=$(readlink -f -- "$1")
 speech=/usr/share/sounds/alsa
 first=${2:-$speech/Front_Center.wav}
 second=${3:-$speech/Rear_Left.wav}
+input=$speech/Front_Left.wav
+said=$speech/Side_Right.wav
 
-PATH=$build/devkit/server:$build/devkit/board:$build/devkit/wavcheck:$build/tools:$PATH
+PATH=$build/demo:$build/devkit/server:$build/devkit/board:$build/devkit/wavcheck:$build/tools:$PATH
 
 fail() {
     printf '%s\n' "demo: $*" >&2
@@ -30,8 +34,10 @@ export CABINAUDIO_CONFIG_DIR="$work"
 server=
 first_player=
 second_player=
+recorder=
+caller=
 clean_up() {
-    for process in $first_player $second_player $server; do
+    for process in $first_player $second_player $recorder $caller $server; do
         kill "$process" 2>/dev/null && wait "$process" 2>/dev/null
     done
     cabinaudio-run --clean >/dev/null 2>&1
@@ -45,6 +51,7 @@ start_server() {
     mkdir "$work/stems"
     mkfifo "$work/ready"
     cabinaudio-server --output "wav:$work/heard.wav" --stems "$work/stems" \
+        --input "input0=$input" --input "uplink=$said" --uplink-delay 700 \
         --report "$work/report.json" --ready-fd 3 >"$work/server.log" 2>&1 3>"$work/ready" &
     server=$!
     [ "$(timeout 20 cat "$work/ready")" = ready ] || {
@@ -75,37 +82,69 @@ play() {
     exec cabinaudio-run -- cabinaudio play --tag "$1" "--name=$2" -- "$3" </dev/null
 }
 
+# record TAG FILE SECONDS OPTION...: the same for what is recorded.
+record() {
+    tag=$1
+    file=$2
+    seconds=$3
+    shift 3
+    exec cabinaudio-run -- cabinaudio record --tag "$tag" --seconds "$seconds" "$@" -- "$file" \
+        </dev/null
+}
+
 first_name=$(name_of "$first")
 second_name=$(name_of "$second")
 [ "$first_name" != "$second_name" ] || second_name=${second_name}-2
 
 start_server
-say "server of instance $CABINAUDIO_INSTANCE is up; two players begin"
+say "server of instance $CABINAUDIO_INSTANCE is up; two players and two recorders begin"
 play alternative "$first_name" "$first" &
 first_player=$!
 play auxiliary "$second_name" "$second" &
 second_player=$!
+record input0 "$work/recorded.wav" 2.5 --channels 1 &
+recorder=$!
+record uplink "$work/call.opus" 3.5 --codec opus &
+caller=$!
 first_status=0
 second_status=0
 wait "$first_player" || first_status=$?
 first_player=
 wait "$second_player" || second_status=$?
 second_player=
+recorder_status=0
+caller_status=0
+wait "$recorder" || recorder_status=$?
+recorder=
+wait "$caller" || caller_status=$?
+caller=
 stop_server
-[ "$first_status$second_status" = 00 ] || {
+[ "$first_status$second_status$recorder_status$caller_status" = 0000 ] || {
     cat "$work/server.log" >&2
-    fail "the players ended with status $first_status and $second_status"
+    fail "the players ended with status $first_status and $second_status, the recorders with" \
+        "$recorder_status and $caller_status"
 }
 
 say "what the server heard, against the files:"
 heard=0
 cabinaudio-wavcheck --report "$work/report.json" --heard "$work/heard.wav" \
     --envelopes "$work/envelopes" "$first_name=$first" "$second_name=$second" || heard=$?
+say "what was recorded, against what was said:"
+recorded=0
+cabinaudio-recordcheck "$input" "$work/recorded.wav" "$said" "$work/call.opus" \
+    "$work/recorded" || recorded=$?
 
-mv -f "$work/heard.wav" "$demo/heard.wav"
-gnuplot -c "$demo/picture.gp" "$work/envelopes" "$demo/heard.png" \
-    "$(basename -- "$first"), alternative" "$(basename -- "$second"), auxiliary" ||
-    fail "the picture could not be drawn"
-say "left $demo/heard.wav and $demo/heard.png"
+for file in heard.wav recorded.wav call.opus; do
+    mv -f "$work/$file" "$demo/$file"
+done
+if [ -e "$work/recorded" ]; then
+    gnuplot -c "$demo/picture.gp" "$work/envelopes" "$demo/heard.png" \
+        "$(basename -- "$first"), alternative" "$(basename -- "$second"), auxiliary" \
+        "$work/recorded" "$(basename -- "$input"), recorded from input0" \
+        "$(basename -- "$said"), uplink of a call in Opus, its ring 0.7 s late" ||
+        fail "the picture could not be drawn"
+fi
+say "left heard.wav, recorded.wav, call.opus and heard.png in $demo"
 [ "$heard" -eq 0 ] || fail "not everything was heard as it was played"
-say "all of it was heard"
+[ "$recorded" -eq 0 ] || fail "not everything was recorded as it was said"
+say "all of it was heard and recorded"

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: Apache-2.0
+// recordcheck INPUT RECORDED CALL-INPUT CALL ENVELOPES: the recording of an input has to be the
+// server's file, sample for sample, again and again from its beginning; what is heard of a coded
+// call has to correlate with the file that was said. Writes data for a picture of both recordings.
+// The exit status is 0 when both are met, 5 when one is not, 1 when they cannot be compared.
+#include "devkit/wavcheck/Envelope.h"
+#include "devkit/wavcheck/Sound.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <exception>
+#include <fstream>
+#include <stdexcept>
+
+namespace {
+
+using cabinaudio::wavcheck::Sound;
+
+constexpr int EXIT_USAGE = 2;
+constexpr int EXIT_NOT_MET = 5;
+constexpr double REQUIRED = 0.9;
+constexpr int COMPARED_RATE = 16000;
+constexpr std::size_t PICTURE_COLUMNS = 1200;
+
+bool say(bool isMet, const char* what, const std::string& text) {
+    std::printf("%s%s: %s\n", isMet ? "ok      " : "NOT MET ", what, text.c_str());
+    return isMet;
+}
+
+bool isLooped(const Sound& input, const Sound& recorded) {
+    if (input.rate != recorded.rate || input.channels != recorded.channels ||
+        input.bits != recorded.bits)
+        return say(false, "input", "recorded in another form than the file has");
+    for (std::size_t i = 0; i < recorded.samples.size(); ++i)
+        if (recorded.samples[i] != input.samples[i % input.samples.size()])
+            return say(false, "input", "differs from sample " + std::to_string(i) + " on");
+    return say(true, "input",
+               "recorded sample for sample, " + std::to_string(recorded.frames()) + " frames");
+}
+
+/// The first sample that is loud, compared with the loudest.
+std::size_t onset(const Sound& sound) {
+    double peak = 0;
+    for (const double sample : sound.samples)
+        peak = std::max(peak, std::abs(sample));
+    const auto loud = std::find_if(sound.samples.begin(), sound.samples.end(),
+                                   [&](double sample) { return std::abs(sample) > peak / 10; });
+    return static_cast<std::size_t>(loud - sound.samples.begin());
+}
+
+/// Of `heard` from `begin` on, with the endless repetition of `said` from `shift` on.
+double correlation(const Sound& heard, std::size_t begin, const Sound& said, std::size_t shift) {
+    double both = 0;
+    double ofHeard = 0;
+    double ofSaid = 0;
+    for (std::size_t i = begin; i < heard.samples.size(); ++i) {
+        const double a = heard.samples[i];
+        const double b = said.samples[(shift + i - begin) % said.samples.size()];
+        both += a * b;
+        ofHeard += a * a;
+        ofSaid += b * b;
+    }
+    return both / std::sqrt(std::max(ofHeard * ofSaid, 1e-12));
+}
+
+bool isUnderstood(const Sound& input, const Sound& call) {
+    if (input.channels != 1 || call.channels != 1)
+        return say(false, "call", "more than one channel");
+    const Sound said = atRate(input, COMPARED_RATE);
+    const Sound heard = atRate(call, COMPARED_RATE);
+    const std::size_t begin = onset(heard);
+    const std::size_t middle = onset(said);
+    constexpr std::size_t slack = COMPARED_RATE / 20;
+    double best = 0;
+    for (std::size_t shift = middle > slack ? middle - slack : 0; shift < middle + slack; ++shift)
+        best = std::max(best, correlation(heard, begin, said, shift));
+    char text[120];
+    std::snprintf(text, sizeof text,
+                  "%.3f s, the voice begins at %.3f s, correlation with what was said %.3f "
+                  "(required: %.1f)",
+                  static_cast<double>(call.frames()) / call.rate,
+                  static_cast<double>(begin) / COMPARED_RATE, best, REQUIRED);
+    const bool isLongEnough = heard.frames() > begin + COMPARED_RATE;
+    return say(best > REQUIRED && isLongEnough, "call", text);
+}
+
+void writeEnvelopes(const char* path, const Sound& recorded, const Sound& call) {
+    std::ofstream file(path);
+    writeEnvelope(file, recorded, PICTURE_COLUMNS);
+    writeEnvelope(file, call, PICTURE_COLUMNS);
+    file.close();
+    if (!file) throw std::runtime_error(std::string(path) + " cannot be written");
+}
+
+int check(char** files) {
+    using cabinaudio::wavcheck::readSound;
+    const Sound recorded = readSound(files[2]);
+    const Sound call = readSound(files[4]);
+    const bool isRecorded = isLooped(readSound(files[1]), recorded);
+    const bool isHeard = isUnderstood(readSound(files[3]), call);
+    writeEnvelopes(files[5], recorded, call);
+    return isRecorded && isHeard ? 0 : EXIT_NOT_MET;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 6) {
+        std::fprintf(stderr,
+                     "usage: cabinaudio-recordcheck INPUT RECORDED CALL-INPUT CALL ENVELOPES\n");
+        return EXIT_USAGE;
+    }
+    try {
+        return check(argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "cabinaudio-recordcheck: %s\n", error.what());
+        return 1;
+    }
+}
