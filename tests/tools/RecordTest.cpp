@@ -2,14 +2,17 @@
 // What becomes of the server's inputs when they are recorded.
 #include "tests/server/TemporaryDirectory.h"
 #include "tests/support/RealServer.h"
+#include "tests/support/ScriptedServer.h"
 #include "tests/tools/Sounds.h"
 #include "tests/tools/ToolProcess.h"
+#include "wire/Stream.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -265,6 +268,82 @@ TEST_F(ARecording, EndsWhenTheServerStandsStill) {
     EXPECT_EQ(report["ended"], "timed_out");
     EXPECT_GE(report["read_timeouts"], 1);
     EXPECT_GE(readSound(file("a.wav")).info.frames, 0);
+}
+
+// ---- requests without an answer, and refusals -----------------------------------
+
+/// A server that takes a capture stream and does with it what the test says.
+class AScriptedRecording : public ARecording {
+protected:
+    void SetUp() override {
+        mScripted.on(id(wire::CaptureFunction::Create),
+                     Answer::words(0, 0, 65536, 3072, 16, 768, 0));
+    }
+
+    static std::uint32_t id(wire::CaptureFunction function) {
+        return static_cast<std::uint32_t>(function);
+    }
+
+    [[nodiscard]] ToolResult record(std::vector<std::string> more) const {
+        std::vector<std::string> words = {"record", file("a.wav"), "--json", "--timeout", "1"};
+        words.insert(words.end(), more.begin(), more.end());
+        return runTool(words);
+    }
+
+    ScriptedServer mScripted;
+};
+
+class AnUnansweredRecording : public AScriptedRecording,
+                              public testing::WithParamInterface<wire::CaptureFunction> {};
+
+TEST_P(AnUnansweredRecording, TimesOut) {
+    mScripted.on(id(GetParam()), Answer::none());
+    const ToolResult result = record({"--volume", "50"});
+    EXPECT_EQ(result.exitCode, 4) << result.text();
+    const json report = json::parse(result.out);
+    EXPECT_EQ(report["ended"], "timed_out");
+    EXPECT_THAT(report["waited_for"].get<std::string>(), testing::StartsWith("the server to "));
+    EXPECT_EQ(report["bytes_recorded"], 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Any, AnUnansweredRecording,
+    testing::Values(wire::CaptureFunction::Create, wire::CaptureFunction::InitCheck,
+                    wire::CaptureFunction::SetVolume, wire::CaptureFunction::Start),
+    [](const auto& test) {
+        return "Request" + std::to_string(static_cast<std::uint32_t>(test.param));
+    });
+
+TEST_F(AScriptedRecording, CompletesTheFileWhenTheStartIsNotAnswered) {
+    mScripted.on(id(wire::CaptureFunction::Start), Answer::none());
+    EXPECT_EQ(record({}).exitCode, 4);
+    EXPECT_EQ(readSound(file("a.wav")).info.frames, 0);
+}
+
+TEST_F(AScriptedRecording, ThatIsRefusedEndsWithStatusOne) {
+    mScripted.on(id(wire::CaptureFunction::Create), Answer::words(-5, 0, 0, 0, 0, 0, 0));
+    const ToolResult result = record({});
+    EXPECT_EQ(result.exitCode, 1) << result.text();
+    EXPECT_EQ(json::parse(result.out)["ended"], "refused");
+    EXPECT_THAT(result.err, HasSubstr("the server has not accepted the stream"));
+}
+
+TEST_F(AScriptedRecording, ThatIsNotStartedTellsTheStatus) {
+    mScripted.on(id(wire::CaptureFunction::Start), Answer::status(-4711));
+    const ToolResult result = record({});
+    EXPECT_EQ(result.exitCode, 1) << result.text();
+    EXPECT_THAT(result.err, HasSubstr("cannot start the stream: status -4711\n"));
+}
+
+TEST_F(AScriptedRecording, IsInterruptedDuringARequestToo) {
+    mScripted.on(id(wire::CaptureFunction::Start), Answer::none());
+    ToolProcess tool({"record", file("a.wav"), "--timeout", "600"});
+    ASSERT_TRUE(mScripted.waitForRequest(id(wire::CaptureFunction::Start)));
+    tool.send(SIGINT);
+    const ToolResult result = tool.wait();
+    EXPECT_EQ(result.exitCode, 1) << result.text();
+    EXPECT_THAT(result.err, HasSubstr("interrupted by SIGINT while waiting for the server to "
+                                      "start the stream\n"));
 }
 
 TEST_F(ARecording, WithoutAServerLeavesTheFileAlone) {

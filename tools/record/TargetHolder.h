@@ -16,9 +16,8 @@ public:
     void set(std::unique_ptr<Target> target) { mTarget = std::move(target); }
 
     void write(Target::Bytes frame) {
-        mIsWriting = true;
+        const Writing writing(mIsWriting);
         mTarget->write(frame);
-        mIsWriting = false;
     }
     [[nodiscard]] Level takeLevel() { return mTarget->takeLevel(); }
 
@@ -31,6 +30,18 @@ public:
     }
 
 private:
+    /// A write that throws has ended, too.
+    class Writing {
+    public:
+        explicit Writing(std::atomic<bool>& flag) : mFlag(flag) { mFlag = true; }
+        ~Writing() { mFlag = false; }
+        Writing(const Writing&) = delete;
+        Writing& operator=(const Writing&) = delete;
+
+    private:
+        std::atomic<bool>& mFlag;
+    };
+
     std::unique_ptr<Target> mTarget;
     std::atomic<bool> mIsWriting{false};
 };
