@@ -71,6 +71,41 @@ TEST_F(AnUplinkRecording, InPcmIsSampleForSampleBehindTheSilence) {
     EXPECT_TRUE(std::equal(live, recorded.end(), input.begin()));
 }
 
+class AnUplinkOfPcm : public AnUplinkRecording,
+                      public testing::WithParamInterface<std::pair<const char*, const char*>> {};
+
+// Also behind live data, which must not be heard again.
+TEST_P(AnUplinkOfPcm, IsQuietWithoutItsRing) {
+    serve("0");
+    mOut = mDirectory.file("a.wav");
+    ToolProcess tool({"record", mOut, "--tag", "uplink", "--seconds", "2", "--json", "-v",
+                      "--format", GetParam().first, "--channels", GetParam().second});
+    ASSERT_TRUE(tool.waitForErr("start read from shm"));
+    EXPECT_EQ(mServer->command("uplink ring off"), "ok");
+    const ToolResult result = tool.wait();
+    EXPECT_EQ(result.exitCode, 0) << result.text();
+    const Sound recorded = readSound(mOut);
+    ASSERT_GE(recorded.samples.size(), 32000u);
+    for (std::size_t i = recorded.samples.size() - 8000; i < recorded.samples.size(); ++i)
+        ASSERT_LT(std::abs(recorded.samples[i] / 65536), 200) << "sample " << i;
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, AnUplinkOfPcm,
+                         testing::Values(std::pair{"s16", "1"}, std::pair{"s16", "2"},
+                                         std::pair{"s32", "2"}));
+
+TEST_F(AnUplinkRecording, WithoutBlockingIsSampleForSampleToo) {
+    serve("200");
+    const json report = record("a.wav", {"--seconds", "1", "--no-block"});
+    EXPECT_GE(report["live_ms"].get<double>(), 300.0);
+    const std::vector<std::int32_t> input = readSound(mInput).samples;
+    const std::vector<std::int32_t> recorded = readSound(mOut).samples;
+    const auto live =
+        std::search(recorded.begin(), recorded.end(), input.begin(), input.begin() + 100);
+    ASSERT_GT(recorded.end() - live, 4000);
+    EXPECT_TRUE(std::equal(live, recorded.end(), input.begin()));
+}
+
 class AnOpusRecording : public AnUplinkRecording, public testing::WithParamInterface<int> {};
 
 TEST_P(AnOpusRecording, PlaysLikeTheInput) {

@@ -80,6 +80,10 @@ std::string optionFault(const RecordOptions& options, const CommonOptions& commo
     if (isCoded && !isUplink) return codec + " needs --tag uplink";
     if (isCoded && !options.block) return codec + " does not go with --no-block";
     if (isUplink && options.volume) return "an uplink has no --volume";
+    // It makes its noise of 16-bit or 32-bit numbers; as 8-bit or 24-bit samples they are loud.
+    const AudioBitDepthType depth = options.format.depth;
+    if (isUplink && !isCoded && depth != AUDIO_BIT_DEPTH_16 && depth != AUDIO_BIT_DEPTH_32)
+        return "the library's silence of an uplink is loud in this format; use --format s16 or s32";
     if (common.json && options.file == "-") return "--json and the recording both want stdout";
     if (std::string fault = formatFault(options.format); !fault.empty()) return fault;
     return targetFault(options.file, options.format, options.raw);

@@ -131,6 +131,9 @@ void Recording::capturePcm() {
             : UINT64_MAX;
     std::size_t odd = 0;  // bytes of a frame that is not complete yet, at the buffer's begin
     while (mReport.bytesRecorded < all) {
+        // The library's silence covers one channel's worth of samples and leaves the rest as it
+        // was.
+        if (isUplink()) std::fill(&mBuffer[odd], mBuffer.data() + mBuffer.size(), std::uint8_t{0});
         const auto room = std::min<std::uint64_t>(mBuffer.size(), all - mReport.bytesRecorded);
         const int got = read(odd, static_cast<std::size_t>(room) - odd);
         const std::size_t there = odd + static_cast<std::size_t>(std::max(got, 0));
