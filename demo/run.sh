@@ -52,6 +52,7 @@ start_server() {
     mkfifo "$work/ready"
     cabinaudio-server --output "wav:$work/heard.wav" --stems "$work/stems" \
         --input "input0=$input" --input "uplink=$said" --uplink-delay 700 \
+        --ring-periods 64 \
         --report "$work/report.json" --ready-fd 3 >"$work/server.log" 2>&1 3>"$work/ready" &
     server=$!
     [ "$(timeout 20 cat "$work/ready")" = ready ] || {
