@@ -10,7 +10,9 @@ constexpr unsigned kLastStep = 255;
 constexpr float kLowestDb = -103.5F;
 constexpr float kDbPerStep = 0.5F;
 
+// std::lround() is no constant expression.
 constexpr double roundedTo8Decimals(double amplitude) {
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings): of positive numbers, far below 2^52
     return static_cast<double>(static_cast<std::int64_t>(amplitude * 1e8 + 0.5)) / 1e8;
 }
 

@@ -36,7 +36,7 @@ bool AudioSocket::waitForReply() {
     return mReplyReady != 0;
 }
 
-void AudioSocket::wakeRequester() {
+void AudioSocket::wakeRequester() const {
     const AudioMutex::AutoLock lock(*mReplyLock);
     mReplyCond->broadcast();
 }

@@ -39,5 +39,5 @@ struct AudioSocket {
 
     /// Lets a requester look again. Takes mReplyLock, so that it cannot miss the wake-up between
     /// its test and its wait.
-    void wakeRequester();
+    void wakeRequester() const;
 };

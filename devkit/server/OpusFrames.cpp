@@ -24,7 +24,7 @@ constexpr std::size_t HEADER = 4 + MARK.size();
 class OpusFrames : public BlockEncoder {
 public:
     OpusFrames(const StreamFormat& format, std::uint32_t bitRate)
-        : BlockEncoder(format.rate / PACKETS_PER_SECOND * format.channels),
+        : BlockEncoder(std::size_t{format.rate / PACKETS_PER_SECOND} * format.channels),
           mFrames(static_cast<int>(format.rate / PACKETS_PER_SECOND)) {
         int error = OPUS_OK;
         mEncoder.reset(opus_encoder_create(static_cast<opus_int32>(format.rate),

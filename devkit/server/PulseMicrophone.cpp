@@ -18,7 +18,7 @@ public:
         pa_buffer_attr buffer = {};
         buffer.maxlength = buffer.tlength = buffer.prebuf = buffer.minreq = automatic;
         buffer.fragsize =
-            static_cast<std::uint32_t>(framesOfPeriod(RATE) * CHANNELS * sizeof(std::int16_t));
+            static_cast<std::uint32_t>(sizeof(std::int16_t) * CHANNELS * framesOfPeriod(RATE));
         int error = 0;
         mStream.reset(pa_simple_new(nullptr, "cabinaudio-server", PA_STREAM_RECORD, nullptr,
                                     "input", &spec, nullptr, &buffer, &error));

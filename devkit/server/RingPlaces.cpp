@@ -56,7 +56,7 @@ std::int32_t RingPlaces::reserve(const Client& client, RingKind kind, std::uint3
         log::warning("%s: no ring can have this name", client.title().c_str());
         return AUDIO_BAD_VALUE;
     }
-    if (mNames.count(object) != 0) {
+    if (mNames.contains(object)) {
         log::warning("%s: refused, there is a ring \"%s\" already", client.title().c_str(),
                      printable(object).c_str());
         return AUDIO_INVALID_OPERATION;

@@ -2,8 +2,8 @@
 #include <cabinaudio/diag/AudioDump.h>
 #include <cabinaudio/foundation/AudioTime.h>
 
-#include "tests/support/ConfigDirectory.h"
 #include "tests/diag/FrozenClock.h"
+#include "tests/support/ConfigDirectory.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ProcessState.h"
 

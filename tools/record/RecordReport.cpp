@@ -7,6 +7,7 @@
 #include "tools/Terminal.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace cabinaudio::tool {
@@ -81,7 +82,7 @@ constexpr double kQuietest = -60;  // dB, an empty meter
 
 std::string meter(double peak, std::size_t columns) {
     const double part = std::max(0.0, 1 - decibels(peak) / kQuietest);
-    const auto full = static_cast<std::size_t>(part * static_cast<double>(columns) + 0.5);
+    const auto full = static_cast<std::size_t>(std::lround(part * static_cast<double>(columns)));
     return "[" + std::string(full, '=') + std::string(columns - full, ' ') + "]";
 }
 
