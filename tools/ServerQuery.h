@@ -39,8 +39,8 @@ struct ServerQuery {
     std::chrono::microseconds took{};      // connection, registration and query; when answered
 };
 
-/// Asks library and server for their versions, in a child process: a server may take a connection
-/// and never answer. Only while this process has one thread.
+/// Asks library and server for their versions, each in a child process: a server may take a
+/// connection and never answer. Only while this process has one thread.
 /// @throws Failure when there can be no child
 [[nodiscard]] ServerQuery queryServer(std::chrono::milliseconds bound);
 
