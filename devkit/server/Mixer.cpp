@@ -18,15 +18,17 @@ bool anyActive(const StreamRegistry& streams) {
 
 }  // namespace
 
-Mixer::Mixer(EventLoop& loop, StreamRegistry& streams, Output& output, const OutputFormat& format,
-             Pace pace)
+Mixer::Mixer(EventLoop& loop, StreamRegistry& streams, const Settings& settings, Output& output,
+             const OutputFormat& format, Pace pace)
     : mLoop(loop),
       mStreams(streams),
+      mSettings(settings),
       mOutput(output),
       mFormat(format),
       mLargest(largest(format.type)),
       mPace(pace),
-      mClock(loop, [this](std::uint64_t deadlines) { tick(deadlines); }) {}
+      mClock(loop, [this](std::uint64_t deadlines) { tick(deadlines); }),
+      mMeter(format.rate, format.channels) {}
 
 void Mixer::update() {
     if (mPace == Pace::Steady) {
@@ -42,6 +44,7 @@ void Mixer::updateClock() {
         mIsRunning = false;
         mClock.stop();
         mOutput.pause();
+        mMeter.clear();
     } else if (anyActive(mStreams) && !mIsRunning) {
         mIsRunning = true;
         mClock.every(PERIOD);
@@ -89,6 +92,7 @@ void Mixer::handOver(std::size_t frames) {
                 return sample > mLargest || sample < -1.0F;
             }));
         mOutput.write(mix);
+        mMeter.add(mix);
         ++mCounters.periods;
         mCounters.frames += frames;
     }

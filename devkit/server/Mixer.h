@@ -5,6 +5,8 @@
 #include "devkit/server/Output.h"
 #include "devkit/server/StreamRegistry.h"
 #include "devkit/server/Timer.h"
+#include "devkit/server/mix/Meter.h"
+#include "devkit/server/settings/Settings.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -29,13 +31,15 @@ public:
         std::uint64_t clippedSamples = 0;  // beyond full scale
     };
 
-    Mixer(EventLoop& loop, StreamRegistry& streams, Output& output, const OutputFormat& format,
-          Pace pace);
+    Mixer(EventLoop& loop, StreamRegistry& streams, const Settings& settings, Output& output,
+          const OutputFormat& format, Pace pace);
 
-    /// Streams were added, removed, started, stopped or written to.
+    /// Streams were added, removed, started, stopped or written to, or the settings changed.
     void update();
 
     [[nodiscard]] const Counters& counters() const { return mCounters; }
+    /// Of what is heard.
+    [[nodiscard]] Meter& meter() { return mMeter; }
 
 private:
     void updateClock();
@@ -47,6 +51,7 @@ private:
 
     EventLoop& mLoop;
     StreamRegistry& mStreams;
+    const Settings& mSettings;
     Output& mOutput;
     OutputFormat mFormat;
     float mLargest;
@@ -55,6 +60,7 @@ private:
     bool mIsRunning = false;  // the clock
     bool mIsPosted = false;   // a round of the fast pace
     Counters mCounters;
+    Meter mMeter;
     std::vector<float> mMix;
 };
 

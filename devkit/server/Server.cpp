@@ -56,7 +56,7 @@ Server::Server(const Options& options)
       mOutput(makeOutput(options.output, options.format)),
       mWaker(options.isFast ? std::make_optional<Waker>(mLoop, [this] { wake(); }) : std::nullopt),
       mStreams(mLoop, mPlaces, streamSettings(options, mWaker ? &*mWaker : nullptr)),
-      mMixer(mLoop, mStreams, *mOutput, options.format,
+      mMixer(mLoop, mStreams, mSettings, *mOutput, options.format,
              options.isFast ? Mixer::Pace::Fast : Mixer::Pace::Steady),
       mCaptures(mLoop, mPlaces, captureSettings(options, mWaker ? &*mWaker : nullptr)),
       mCaptureClock(mLoop, mCaptures,
@@ -68,6 +68,7 @@ Server::Server(const Options& options)
     // the rings of this one.
     PhysicalMemory::remove();
     mStreams.setOnChange([this] { mMixer.update(); });
+    mSettings.watch([this] { mMixer.update(); });
     mCaptures.setOnChange([this] { mCaptureClock.update(); });
     addCommands();
 }

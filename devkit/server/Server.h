@@ -19,6 +19,7 @@
 #include "devkit/server/StreamRegistry.h"
 #include "devkit/server/Trace.h"
 #include "devkit/server/Waker.h"
+#include "devkit/server/settings/Settings.h"
 
 #include <cstdint>
 #include <memory>
@@ -70,6 +71,7 @@ private:
     std::unique_ptr<Output> mOutput;
     std::optional<Waker> mWaker;  // when there is no clock
     RingPlaces mPlaces;
+    Settings mSettings;
     StreamRegistry mStreams;
     Mixer mMixer;
     CaptureRegistry mCaptures;
