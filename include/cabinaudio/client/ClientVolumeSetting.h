@@ -18,6 +18,12 @@ public:
     ClientVolumeSetting(const ClientVolumeSetting&) = delete;
     ClientVolumeSetting& operator=(const ClientVolumeSetting&) = delete;
 
+    using Volume::setAlterAudioVolume;
+    using Volume::setMainAudioDunkingTargetGain;
+    using Volume::setMasterVolume;
+    using Volume::setSecondAudioVolume;
+    using Volume::setTrackVolume;
+
     int setMainAudioDunkingMode(unsigned mode) override;
     int setMainAudioDunkingTargetGain(unsigned char volume) override;
     int setMainAudioDunkingTargetGain(float dB) override;
@@ -71,9 +77,13 @@ public:
 
     ~ClientVolumeSetting() override;
 
-    /// As by tag. @param path  audio_out_path_id_e, as `unsigned`: a literal 0 could be a tag, too
+    /// As by tag. @param path  audio_out_path_id_e
     int mute(unsigned path, bool option);
     int demute(unsigned path, bool option);
+    /// A literal, which could be a null tag if it is 0, and an enumerator.
+    int mute(int path, bool option) { return mute(static_cast<unsigned>(path), option); }
+    int demute(int path, bool option) { return demute(static_cast<unsigned>(path), option); }
+    /// @param path  an enumerator, or a number that is cast to one: a literal 0 is a null tag
     int getMuteState(audio::audio_out_path_id_e path, bool& muted);
 
 private:

@@ -5,16 +5,40 @@
 #include <cabinaudio/foundation/AudioExport.h>
 
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace audio::QVAudioSetting {
+
+/// Numbers of a type that is neither `unsigned char` nor `float`; `bool` is no volume.
+template <typename Number>
+using OtherNumber =
+    std::enable_if_t<std::is_arithmetic_v<Number> && !std::is_same_v<Number, bool>, int>;
+
+/// What such a number means: a whole one steps, any other dB. Whole numbers that are no
+/// `unsigned char` become 255, which every operation refuses.
+template <typename Number>
+constexpr auto volumeOf(Number number) {
+    if constexpr (std::is_floating_point_v<Number>)
+        return static_cast<float>(number);
+    else
+        return static_cast<unsigned char>(static_cast<unsigned long long>(number) > 255 ? 255
+                                                                                        : number);
+}
 
 /// Volumes, mutes, ducking, fade and balance, and the microphone's gains. Statuses, waits and
 /// threads: QVAudioSetting.h.
 ///
 /// Volumes come in steps (0 to 148) and in dB (-103.5 to 24.0, a step is half a dB and 0 is
-/// silence). `unsigned char` means steps, `float` means dB. Output paths are named "main",
-/// "second", "alternative" and "auxiliary"; texts are shorter than 64 bytes.
+/// silence). `unsigned char` means steps, `float` means dB. Where both are taken, a whole number of
+/// any type means steps and any other number dB: setMasterVolume(100), setMasterVolume(-10.5).
+/// Operations by stream type have two names instead, and convert as the language does: cast what
+/// may lie outside 0 to 255. Pointers to results are never converted, and a literal null for one
+/// has to be cast: `static_cast<float*>(nullptr)`.
+///
+/// Output paths are named "main", "second", "alternative" and "auxiliary"; texts are shorter than
+/// 64 bytes. A class that overrides one of several operations of a name hides the others:
+/// `using Volume::setMasterVolume;` brings them back.
 class CABINAUDIO_API Volume {
 public:
     /// How the main audio gives way. @param mode  the server's number
@@ -23,11 +47,21 @@ public:
     virtual int setMainAudioDunkingTargetGain(unsigned char volume) = 0;
     /// As above. @param dB  -103.5 to 0.0
     virtual int setMainAudioDunkingTargetGain(float dB) = 0;
+    /// As above. @param volume  whole numbers are 0 to 100, others dB
+    template <typename Number, OtherNumber<Number> = 0>
+    int setMainAudioDunkingTargetGain(Number volume) {
+        return setMainAudioDunkingTargetGain(volumeOf(volume));
+    }
 
     /// @param volume  0 to 148 steps
     virtual int setMasterVolume(unsigned char volume) = 0;
     /// @param dB  -103.5 to 24.0
     virtual int setMasterVolume(float dB) = 0;
+    /// As above. @param volume  whole numbers are steps, others dB
+    template <typename Number, OtherNumber<Number> = 0>
+    int setMasterVolume(Number volume) {
+        return setMasterVolume(volumeOf(volume));
+    }
     /// @param volume  gets the steps; null is refused
     virtual int getMasterVolume(unsigned char* volume) = 0;
     /// @param dB  gets the gain; null is refused
@@ -49,6 +83,11 @@ public:
     virtual int setTrackVolume(const char* tag, const char* name, unsigned char volume) = 0;
     /// As above. @param dB  -103.5 to 24.0
     virtual int setTrackVolume(const char* tag, const char* name, float dB) = 0;
+    /// As above. @param volume  whole numbers are steps, others dB
+    template <typename Number, OtherNumber<Number> = 0>
+    int setTrackVolume(const char* tag, const char* name, Number volume) {
+        return setTrackVolume(tag, name, volumeOf(volume));
+    }
     /// @param volume  gets the steps; no pointer may be null
     virtual int getTrackVolume(const char* tag, const char* name, unsigned char* volume) = 0;
     /// @param dB  gets the gain; no pointer may be null
@@ -93,6 +132,11 @@ public:
     virtual int setSecondAudioVolume(unsigned char volume) = 0;
     /// As above. @param dB  -103.5 to 24.0
     virtual int setSecondAudioVolume(float dB) = 0;
+    /// As above. @param volume  whole numbers are steps, others dB
+    template <typename Number, OtherNumber<Number> = 0>
+    int setSecondAudioVolume(Number volume) {
+        return setSecondAudioVolume(volumeOf(volume));
+    }
     /// @param volume  gets the steps; null is refused
     virtual int getSecondAudioVolume(unsigned char* volume) = 0;
     /// @param dB  gets the gain; null is refused
@@ -102,6 +146,11 @@ public:
     virtual int setAlterAudioVolume(unsigned char volume) = 0;
     /// As above. @param dB  -103.5 to 24.0
     virtual int setAlterAudioVolume(float dB) = 0;
+    /// As above. @param volume  whole numbers are steps, others dB
+    template <typename Number, OtherNumber<Number> = 0>
+    int setAlterAudioVolume(Number volume) {
+        return setAlterAudioVolume(volumeOf(volume));
+    }
     /// @param volume  gets the steps; null is refused
     virtual int getAlterAudioVolume(unsigned char* volume) = 0;
     /// @param dB  gets the gain; null is refused
