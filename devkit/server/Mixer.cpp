@@ -28,9 +28,11 @@ Mixer::Mixer(EventLoop& loop, StreamRegistry& streams, const Settings& settings,
       mLargest(largest(format.type)),
       mPace(pace),
       mClock(loop, [this](std::uint64_t deadlines) { tick(deadlines); }),
-      mMeter(format.rate, format.channels) {}
+      mDucking(format.rate),
+      mLoudspeakers(format.rate, format.channels) {}
 
 void Mixer::update() {
+    mAreSettingsDue = true;
     if (mPace == Pace::Steady) {
         updateClock();
     } else if (!mIsPosted) {
@@ -40,12 +42,14 @@ void Mixer::update() {
 }
 
 void Mixer::updateClock() {
-    if (mStreams.streams().empty() && mIsRunning) {
+    const bool isOver = mStreams.streams().empty() && !isTested();
+    if (mIsRunning && isOver && mLoudspeakers.heldFrames() == 0) {
         mIsRunning = false;
         mClock.stop();
         mOutput.pause();
-        mMeter.clear();
-    } else if (anyActive(mStreams) && !mIsRunning) {
+        mLoudspeakers.clear();
+        mDucking.reset();
+    } else if (!mIsRunning && (anyActive(mStreams) || isTested())) {
         mIsRunning = true;
         mClock.every(PERIOD);
     }
@@ -57,6 +61,7 @@ void Mixer::tick(std::uint64_t deadlines) {
     for (std::uint64_t i = 0; i < periods; ++i) {
         mixPeriod();
     }
+    updateClock();
 }
 
 void Mixer::mixPeriod() {
@@ -69,7 +74,8 @@ void Mixer::mixPeriod() {
 
 void Mixer::mixRound() {
     mIsPosted = false;
-    const std::size_t frames = addStreams(framesOfPeriod(mFormat.rate), false);
+    const std::size_t period = framesOfPeriod(mFormat.rate);
+    const std::size_t frames = std::max(addStreams(period, false), remainingFrames(period));
     handOver(frames);
     if (frames > 0) update();  // after whatever else waits
 }
@@ -77,22 +83,41 @@ void Mixer::mixRound() {
 // @return the longest that a stream has added
 std::size_t Mixer::addStreams(std::size_t frames, bool isSteady) {
     mMix.assign(frames * mFormat.channels, 0.0F);
+    if (mAreSettingsDue) applySettings();
     std::size_t longest = 0;
+    bool isPromptHeard = false;
     for (const auto& stream : mStreams.streams()) {
-        longest = std::max(longest, stream->addTo(mMix, mCounters.frames, isSteady));
+        const std::size_t added = stream->addTo(mMix, mCounters.frames, isSteady);
+        longest = std::max(longest, added);
+        isPromptHeard |= added > 0 && isPrompt(stream->record()) && !stream->isSilenced();
     }
+    if (mDucking.mixed(isPromptHeard, isSteady ? frames : longest)) mAreSettingsDue = true;
     return longest;
 }
 
+void Mixer::applySettings() {
+    mAreSettingsDue = false;
+    const RampFrames ramp = rampOf(*mSettings, mFormat.rate);
+    for (const auto& stream : mStreams.streams()) {
+        stream->setGains(gainsOf(stream->record(), *mSettings, mDucking.isPromptHeard()), ramp);
+    }
+    mLoudspeakers.set(*mSettings);
+}
+
+// Once no stream is left, the delays give back what they hold.
+std::size_t Mixer::remainingFrames(std::size_t most) const {
+    return mStreams.streams().empty() ? std::min(most, mLoudspeakers.heldFrames()) : 0;
+}
+
 void Mixer::handOver(std::size_t frames) {
-    const auto mix = std::span<const float>(mMix).first(frames * mFormat.channels);
+    const auto mix = std::span(mMix).first(frames * mFormat.channels);
+    mLoudspeakers.process(mix);
     if (frames > 0) {
         mCounters.clippedSamples +=
             static_cast<std::uint64_t>(std::count_if(mix.begin(), mix.end(), [this](float sample) {
                 return sample > mLargest || sample < -1.0F;
             }));
         mOutput.write(mix);
-        mMeter.add(mix);
         ++mCounters.periods;
         mCounters.frames += frames;
     }
