@@ -3,6 +3,7 @@
 #include "devkit/server/Operation.h"
 #include "devkit/server/PlaybackOperations.h"
 #include "devkit/server/VersionOperations.h"
+#include "devkit/server/settings/VolumeOperations.h"
 
 namespace cabinaudio::server {
 
@@ -21,6 +22,8 @@ std::span<const Operation> operationsOf(audio_connect_type type) {
             return captureOperations();
         case AUDIO_CONNECT_UPLINK:
             return uplinkOperations();
+        case AUDIO_CONNECT_VOLUME_SETTING:
+            return volumeOperations();
         case AUDIO_CONNECT_VERSION_SETTING:
             return versionOperations();
         default:

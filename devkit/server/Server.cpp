@@ -61,7 +61,11 @@ Server::Server(const Options& options)
       mCaptures(mLoop, mPlaces, captureSettings(options, mWaker ? &*mWaker : nullptr)),
       mCaptureClock(mLoop, mCaptures,
                     options.isFast ? CaptureClock::Pace::Fast : CaptureClock::Pace::Steady),
-      mDispatcher({mStreams, mCaptures}, mTrace),
+      mCalibration(mLoop,
+                   [microphone = options.inputs.of(AUDIO_TAG_UPLINK)] {
+                       return openInput(microphone, Calibration::RATE, 1);
+                   }),
+      mDispatcher({mStreams, mCaptures, mSettings, mMixer, mCalibration}, mTrace),
       mRemoteControl(mLoop, mStreams, mCaptures) {
     options.inputs.check();
     // What a killed server has left may still be mapped by its clients: they must not write into

@@ -19,6 +19,7 @@
 #include "devkit/server/StreamRegistry.h"
 #include "devkit/server/Trace.h"
 #include "devkit/server/Waker.h"
+#include "devkit/server/settings/Calibration.h"
 #include "devkit/server/settings/Settings.h"
 
 #include <cstdint>
@@ -76,6 +77,7 @@ private:
     Mixer mMixer;
     CaptureRegistry mCaptures;
     CaptureClock mCaptureClock;
+    Calibration mCalibration;
     Dispatcher mDispatcher;
     RemoteControl mRemoteControl;
     std::uint32_t mLastHandle = 0;
