@@ -3,13 +3,23 @@
 
 #include "devkit/server/Operation.h"
 
+#include <cstdint>
 #include <span>
 
 namespace cabinaudio::server {
 
-/// Requests about effects: of playback streams on application-setting connections, of capture
-/// streams on record-control connections.
-std::span<const Operation> playbackEffectOperations();
-std::span<const Operation> captureEffectOperations();
+// Requests about the effects of playback streams, on application-setting connections. An effect has
+// a name and belongs to a tag.
+std::int32_t setPlaybackEffectEnabled(Call& call, const wire::EffectSwitchRequest& request,
+                                      wire::StatusReply& reply);
+std::int32_t getPlaybackEffectEnabled(Call& call, const wire::TwoNamesRequest& request,
+                                      wire::SwitchReply& reply);
+std::int32_t setPlaybackEffect(Call& call, const wire::EffectRequest& request,
+                               std::span<const std::uint8_t> parameter, wire::StatusReply& reply);
+std::int32_t getPlaybackEffect(Call& call, const wire::EffectRequest& request,
+                               wire::EffectReply& reply, std::span<std::uint8_t> parameter);
+
+/// Requests of record-control connections: the effects of capture streams.
+std::span<const Operation> recordControlOperations();
 
 }  // namespace cabinaudio::server
