@@ -21,6 +21,7 @@
 #include "devkit/server/Waker.h"
 #include "devkit/server/settings/Calibration.h"
 #include "devkit/server/settings/Settings.h"
+#include "devkit/server/settings/StateFile.h"
 
 #include <cstdint>
 #include <memory>
@@ -57,7 +58,7 @@ private:
     void erase(const Client& client);
     void sayReady() const;
     [[nodiscard]] Reported reported() const {
-        return {mStreams, mCaptures, mMixer, *mOutput, mOptions.format};
+        return {mStreams, mCaptures, mMixer, *mOutput, mOptions.format, mSettings};
     }
 
     // In the order in which they need each other.
@@ -73,6 +74,7 @@ private:
     std::optional<Waker> mWaker;  // when there is no clock
     RingPlaces mPlaces;
     Settings mSettings;
+    std::optional<StateFile> mStateFile;
     StreamRegistry mStreams;
     Mixer mMixer;
     CaptureRegistry mCaptures;

@@ -17,8 +17,8 @@ namespace {
 constexpr std::array LOUDSPEAKERS = {"LF", "RF", "LS", "RS", "CF", "L1"};
 constexpr std::array PATHS = {"main", "alternative", "second", "auxiliary"};
 
-constexpr std::uint32_t ALL_LOUDSPEAKERS = (1U << LOUDSPEAKERS.size()) - 1;
-constexpr std::uint32_t ALL_PATHS = (1U << PATHS.size()) - 1;
+static_assert(ALL_LOUDSPEAKERS == (1U << LOUDSPEAKERS.size()) - 1);
+static_assert(ALL_PATHS == (1U << PATHS.size()) - 1);
 
 std::string namesOf(std::uint32_t mask, std::span<const char* const> names) {
     if (mask >> names.size() != 0) return format("0x%x", mask);

@@ -27,6 +27,9 @@ void put(std::string_view text, wire::Name& name);
 [[nodiscard]] bool isTrackTag(const std::string& text);
 [[nodiscard]] bool isStreamType(const std::string& text);
 
+inline constexpr std::uint32_t ALL_LOUDSPEAKERS = 0x3F;  // of audio_channel_idx_e
+inline constexpr std::uint32_t ALL_PATHS = 0x0F;         // of audio_out_path_id_e
+
 /// Whether it is a mask of loudspeakers (audio_channel_idx_e), and of one at least.
 [[nodiscard]] bool isLoudspeakers(std::uint32_t mask);
 /// The number of one loudspeaker; nothing when it is none, or several.
