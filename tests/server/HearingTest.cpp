@@ -684,5 +684,78 @@ TEST(ALoudspeaker, IsTestedWithATone) {
         EXPECT_EQ(levelOf(server.wav().channel(channel), 0, RATE / 4), SILENT);
 }
 
+TEST(TheMeters, ShowWhatIsHeardUntilItIsOver) {
+    const RealServer server({"--output", "null", "--channels", "2"});
+    Settings settings;
+    const auto energy = [&] {
+        audio_out_data_energy_t result = {};
+        EXPECT_EQ(settings.app.getOutPutDataEnergy(&result), 0);
+        return result;
+    };
+    EXPECT_EQ(energy().opaque0[0], 0U);
+    ASSERT_EQ(settings.source.setMainAudioSpeakerTestPattern(AUDIO_CHANNEL_LF, 600), 0);
+    const double rms = 0.1 / std::numbers::sqrt2;
+    const auto isThere = [&] { return energy().opaque0[0] > 0.999e6 * rms; };
+    EXPECT_TRUE(eventually(isThere, std::chrono::minutes(1)));
+    EXPECT_NEAR(energy().opaque0[0], 1e6 * rms, 500);
+    EXPECT_EQ(energy().opaque0[1], 0U);
+
+    audio_eq_spectrum_t spectrum = {};
+    ASSERT_EQ(settings.app.getEqualizerSpectrum(&spectrum), 0);
+    EXPECT_NEAR(spectrum.opaque0[1], 1e6 * rms / std::numbers::sqrt2, 500)
+        << "250 to 1000 Hz, the mean of two loudspeakers";
+    for (const std::size_t band : {0U, 2U, 3U})
+        EXPECT_LT(spectrum.opaque0[band], 500U) << band;
+
+    const auto none = static_cast<audio_speaker_test_pattern_e>(0);
+    ASSERT_EQ(settings.source.setMainAudioSpeakerTestPattern(AUDIO_CHANNEL_LF, none), 0);
+    EXPECT_TRUE(eventually([&] { return energy().opaque0[0] == 0; }, std::chrono::minutes(1)));
+}
+
+// What is recorded ------------------------------------------------------------------------------
+
+struct RecordedRow {
+    AudioTagType tag;
+    std::function<int(Settings&)> set;
+    std::array<double, 2> levels;  // against the tone of half full scale
+};
+
+TEST(WhatIsRecorded, HasTheGainOfItsInput) {
+    const auto mux0 = AUDIO_INPUT_MUX_0;
+    const RecordedRow rows[] = {
+        {AUDIO_TAG_UPLINK, [](Settings&) { return 0; }, {0, 0}},
+        {AUDIO_TAG_UPLINK, [](Settings& s) { return s.volume.setUpLinkGain(-12.0F); }, {-12, -12}},
+        {AUDIO_TAG_UPLINK,
+         [](Settings& s) { return s.volume.setAdcPgaGain(mux0, -6.0F, 3.0F); },
+         {-6, 3}},
+        {AUDIO_TAG_UPLINK,
+         [](Settings& s) { return s.volume.setMicAnalogGain(-10, -20); },
+         {-10, -20}},
+        {AUDIO_TAG_INPUT0,
+         [](Settings& s) { return s.volume.setAdcOpGain(mux0, -9.0F, 0.0F); },
+         {-9, 0}},
+        {AUDIO_TAG_INPUT0, [](Settings& s) { return s.volume.setUpLinkGain(-12.0F); }, {0, 0}},
+    };
+    for (const RecordedRow& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        const RealServer server({"--output", "null", "--fast", "--input", "tone:1000"});
+        Settings settings;
+        ASSERT_EQ(row.set(settings), 0);
+        RawRecorder recorder("recorder", row.tag, pcm(RATE, 2, 16));
+        ASSERT_EQ(recorder.start(), 0);
+        if (row.tag == AUDIO_TAG_UPLINK) {
+            ASSERT_TRUE(recorder.mapWhenReady());
+        }
+        const auto samples = recorder.readSamples(2 * 100 * PERIOD);
+        for (std::size_t channel = 0; channel < 2; ++channel) {
+            std::vector<float> one;
+            for (std::size_t i = channel; i < samples.size(); i += 2)
+                one.push_back(static_cast<float>(samples[i]) / 32768.0F);
+            const double amplitude = amplitudeOf(FREQUENCY, RATE, one.data(), one.size());
+            EXPECT_NEAR(20 * std::log10(amplitude / 0.5), row.levels[channel], TOLERANCE);
+        }
+    }
+}
+
 }  // namespace
 }  // namespace cabinaudio::test

@@ -7,6 +7,7 @@
 #include "devkit/server/mix/DelayLine.h"
 #include "devkit/server/mix/Ducking.h"
 #include "devkit/server/mix/GainMatrix.h"
+#include "devkit/server/mix/InputGain.h"
 #include "devkit/server/mix/LoudspeakerPath.h"
 #include "devkit/server/mix/Meter.h"
 #include "devkit/server/mix/Ramp.h"
@@ -250,6 +251,26 @@ TEST(ARampsLength, IsBoundedWhateverIsSet) {
     EXPECT_EQ(rampOf(settings, RATE).down, 0U);
     settings.volume.rampUpMs = -1;
     EXPECT_EQ(rampOf(settings, RATE).up, 0U);
+}
+
+// Gains of what is recorded ---------------------------------------------------------------------
+
+TEST(WhatIsRecorded, HasTheGainOfItsInput) {
+    VolumeSettings volume;
+    for (const AudioTagType tag : {AUDIO_TAG_UPLINK, AUDIO_TAG_INPUT0, AUDIO_TAG_INPUT1,
+                                   AUDIO_TAG_INPUT2, AUDIO_TAG_INPUT_FRONT_FEEDBACK}) {
+        EXPECT_EQ(inputGainOf(tag, 0, volume), 1.0F);
+    }
+    volume.uplink = 20;
+    volume.inputs[0] = {{HALF, 20}, {HALF, 0}};
+    volume.inputs[1] = {{0, -20}, {0, -103.5F}};
+    EXPECT_NEAR(inputGainOf(AUDIO_TAG_UPLINK, 0, volume), 2.5F, 1e-4F);
+    EXPECT_NEAR(inputGainOf(AUDIO_TAG_UPLINK, 1, volume), 100, 1e-3F);
+    EXPECT_NEAR(inputGainOf(AUDIO_TAG_UPLINK, 2, volume), 2.5F, 1e-4F);
+    EXPECT_NEAR(inputGainOf(AUDIO_TAG_INPUT0, 0, volume), 0.25F, 1e-5F);
+    EXPECT_EQ(inputGainOf(AUDIO_TAG_INPUT1, 0, volume), 1.0F);
+    EXPECT_EQ(inputGainOf(AUDIO_TAG_INPUT1, 1, volume), SILENT);
+    EXPECT_EQ(inputGainOf(AUDIO_TAG_INPUT2, 0, volume), 1.0F);
 }
 
 // Ramps -----------------------------------------------------------------------------------------
