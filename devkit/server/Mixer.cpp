@@ -47,8 +47,7 @@ void Mixer::updateClock() {
         mIsRunning = false;
         mClock.stop();
         mOutput.pause();
-        mLoudspeakers.clear();
-        mDucking.reset();
+        beSilent();
     } else if (!mIsRunning && (anyActive(mStreams) || isTested())) {
         mIsRunning = true;
         mClock.every(PERIOD);
@@ -77,7 +76,11 @@ void Mixer::mixRound() {
     const std::size_t period = framesOfPeriod(mFormat.rate);
     const std::size_t frames = std::max(addStreams(period, false), remainingFrames(period));
     handOver(frames);
-    if (frames > 0) update();  // after whatever else waits
+    if (frames > 0) {
+        update();  // after whatever else waits
+    } else if (mStreams.streams().empty()) {
+        beSilent();
+    }
 }
 
 // @return the longest that a stream has added
@@ -107,6 +110,12 @@ void Mixer::applySettings() {
 // Once no stream is left, the delays give back what they hold.
 std::size_t Mixer::remainingFrames(std::size_t most) const {
     return mStreams.streams().empty() ? std::min(most, mLoudspeakers.heldFrames()) : 0;
+}
+
+// Nothing of the sound until now is left.
+void Mixer::beSilent() {
+    mLoudspeakers.clear();
+    mDucking.reset();
 }
 
 void Mixer::handOver(std::size_t frames) {

@@ -52,6 +52,7 @@ private:
     void mixRound();
     std::size_t addStreams(std::size_t frames, bool isSteady);
     void applySettings();
+    void beSilent();
     void handOver(std::size_t frames);
 
     EventLoop& mLoop;

@@ -229,6 +229,7 @@ TEST(APrompt, IsAlternativeOrNavigation) {
     EXPECT_TRUE(isPrompt(streamOf(AUDIO_TAG_ALTERNATIVE, "media")));
     EXPECT_TRUE(isPrompt(streamOf(AUDIO_TAG_AUXILIARY, "navigation")));
     EXPECT_FALSE(isPrompt(MUSIC));
+    EXPECT_FALSE(isPrompt(streamOf(AUDIO_TAG_MAIN, "navigation"))) << "it gives way itself";
     EXPECT_FALSE(isPrompt(CHIME));
 }
 

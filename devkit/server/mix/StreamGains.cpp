@@ -108,6 +108,7 @@ float duckingOf(const VolumeSettings& volume, bool isPromptHeard) {
 }
 
 bool isPrompt(const StreamRecord& stream) {
+    if (stream.tag == AUDIO_TAG_MAIN) return false;  // it would give way to itself
     return stream.tag == AUDIO_TAG_ALTERNATIVE || stream.type == NAVIGATION;
 }
 
