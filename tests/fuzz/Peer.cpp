@@ -149,23 +149,22 @@ bool Peer::isClosing() const {
 void Peer::run(const Listener& listener) {
     const int connection = listener.accept();
     audio_param header{};
-    Bytes payload;
-    while (!isClosing() && receiveMessage(connection, header, payload)) {
-        Bytes bytes;
+    while (!isClosing() && receiveMessage(connection, header, mPayload)) {
+        mAnswer.clear();
         if (header.cmd == AUDIO_CMD_REGISTER) {
             std::uint32_t seed = 1;
-            appendFrame(bytes, HEADER_REPLY, seed);
-            append(bytes, wire::RegistrationReply{0, 1});
+            appendFrame(mAnswer, HEADER_REPLY, seed);
+            append(mAnswer, wire::RegistrationReply{0, 1});
         } else {
-            bytes = next();
+            answer();
         }
-        if (::send(connection, bytes.data(), bytes.size(), MSG_NOSIGNAL) < 0) break;
+        if (::send(connection, mAnswer.data(), mAnswer.size(), MSG_NOSIGNAL) < 0) break;
     }
     ::close(connection);
 }
 
-/// The answer to a request, with what comes before and behind it.
-Bytes Peer::next() {
+/// Answers a request, with what comes before and behind.
+void Peer::answer() {
     const std::lock_guard lock(mLock);
     ++mAnswered;
     Manner manner = mScript.manner;
@@ -173,15 +172,13 @@ Bytes Peer::next() {
     mIsClosing = closes(manner);
 
     std::uint32_t seed = mScript.seed;
-    Bytes bytes;
     if (manner == Manner::Notified)
         for (std::uint32_t left = 1 + step(seed) % 3; left != 0; --left)
-            appendFrame(bytes, HEADER_NOTIFY, seed);
-    appendFrame(bytes, HEADER_REPLY, seed);
-    if (manner == Manner::ClosedBeforeBody) return bytes;
-    appendBody(bytes, mScript, manner == Manner::Short ? 1 + step(seed) % mSize : mSize, seed);
-    if (manner == Manner::ThenNoise) appendBody(bytes, mScript, sizeof(SocketFrameHeader), seed);
-    return bytes;
+            appendFrame(mAnswer, HEADER_NOTIFY, seed);
+    appendFrame(mAnswer, HEADER_REPLY, seed);
+    if (manner == Manner::ClosedBeforeBody) return;
+    appendBody(mAnswer, mScript, manner == Manner::Short ? 1 + step(seed) % mSize : mSize, seed);
+    if (manner == Manner::ThenNoise) appendBody(mAnswer, mScript, sizeof(SocketFrameHeader), seed);
 }
 
 }  // namespace cabinaudio::fuzz

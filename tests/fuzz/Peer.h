@@ -69,7 +69,7 @@ public:
 
 private:
     void run(const Listener& listener);
-    [[nodiscard]] std::vector<std::uint8_t> next();
+    void answer();
 
     mutable std::mutex mLock;
     Script mScript;
@@ -77,6 +77,8 @@ private:
     bool mMayClose = false;
     bool mIsClosing = false;
     unsigned mAnswered = 0;
+    std::vector<std::uint8_t> mPayload;  // of the thread; here, where leak checks find them
+    std::vector<std::uint8_t> mAnswer;
     std::thread mThread;  // the last member: it uses the others
 };
 
