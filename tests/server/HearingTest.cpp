@@ -74,11 +74,14 @@ public:
             tag == AUDIO_TAG_MAIN ? make<ClientSink>(name, type) : make<ClientTrack>(name, type);
         mTrack->setCallback(&mFinished);
         if (mTrack->start() != AUDIO_NO_ERROR) throw std::runtime_error(name + ": start");
-        const auto hasRing = [this] { return mTrack->getTotalBufferSize() > 0; };
-        if (!eventually(hasRing, std::chrono::minutes(1)))
-            throw std::runtime_error(name + ": ring");
+        if (!hasRing(true)) throw std::runtime_error(name + ": ring");
     }
 
+    /// Waits until it has a ring, or none. @return whether that happened
+    bool hasRing(bool expected) {
+        return eventually([&] { return (mTrack->getTotalBufferSize() > 0) == expected; },
+                          std::chrono::minutes(1));
+    }
     bool write(Samples samples) {
         return mTrack->write(bytesPointer(samples), byteCount(samples), true) == byteCount(samples);
     }
@@ -567,8 +570,8 @@ TEST_F(AChange, IsMadeAtOnceWhenRampsAreSwitchedOff) {
 
 // Ducking by mode -------------------------------------------------------------------------------
 
-/// Music of two seconds at the server's own pace, with a prompt of half a second in it. Rings hold
-/// all of it, so that a slow machine tears nothing.
+/// Music at the server's own pace, with a prompt of half a second in it. Rings hold all of it, and
+/// more music than is needed, so that a slow machine tears nothing.
 class MusicUnderAPrompt : public ::testing::Test {
 protected:
     static constexpr std::size_t PROMPT_FRAMES = RATE / 2;
@@ -576,13 +579,11 @@ protected:
 
     void hear(AudioTagType tag, int type) {
         Stream music("music", MAIN, 2);
-        ASSERT_TRUE(music.write(tone(std::size_t{2} * RATE, 2)));
-        ASSERT_TRUE(eventually(
-            [this] { return streamOf(server.server(), "music").at("frames") > RATE / 2; },
-            std::chrono::minutes(1)));
+        ASSERT_TRUE(music.write(tone(std::size_t{4} * RATE, 2)));
+        waitForMusic(RATE / 4);
         Stream prompt("prompt", tag, 2, type);
         ASSERT_TRUE(prompt.play(tone(PROMPT_FRAMES, 2, PROMPT_FREQUENCY)));
-        ASSERT_TRUE(music.end());
+        waitForMusic(musicFrames() + RATE * 2 / 5);
         ASSERT_TRUE(server.stop());
         mSamples = server.wav().channel(1);
         mPrompt = server.startOf("prompt");
@@ -596,6 +597,12 @@ protected:
     Settings settings;
 
 private:
+    [[nodiscard]] std::size_t musicFrames() {
+        return streamOf(server.server(), "music").at("frames").get<std::size_t>();
+    }
+    void waitForMusic(std::size_t frames) {
+        EXPECT_TRUE(eventually([&] { return musicFrames() >= frames; }, std::chrono::minutes(1)));
+    }
     [[nodiscard]] double levelAt(int ms, double frequency) const {
         const auto from = static_cast<std::ptrdiff_t>(mPrompt) + ms * std::ptrdiff_t{PERIOD};
         return levelOf(mSamples, static_cast<std::size_t>(from), 20 * PERIOD, frequency);
@@ -640,6 +647,28 @@ TEST_F(MusicUnderAPrompt, StaysAsItIsInModeZero) {
     EXPECT_NEAR(promptAt(240), 0, TOLERANCE);
 }
 
+// Sources ---------------------------------------------------------------------------------------
+
+TEST(AMainOutput, PlaysTheSourceThatIsSelected) {
+    MeasuredServer server(2);
+    Settings settings;
+    Stream radio("radio", MAIN, 2);
+    Stream music("music", MAIN, 2);  // takes the source
+    EXPECT_TRUE(radio.hasRing(false));
+    ASSERT_TRUE(music.play(tone(200 * PERIOD, 2, 3000)));
+    ASSERT_EQ(settings.source.setOutPutSource("radio", "main"), 0);
+    EXPECT_TRUE(radio.hasRing(true));
+    EXPECT_TRUE(music.hasRing(false));
+    ASSERT_TRUE(radio.play(tone(200 * PERIOD, 2)));
+    ASSERT_TRUE(server.stop());
+    const auto heard = server.wav().channel(0);
+    const std::size_t start = server.startOf("radio");
+    EXPECT_EQ(start, server.startOf("music") + 200 * PERIOD);
+    EXPECT_NEAR(levelOf(heard, start, 200 * PERIOD), 0, TOLERANCE);
+    EXPECT_LT(levelOf(heard, start, 200 * PERIOD, 3000), -100);
+    EXPECT_NEAR(levelOf(heard, start - 200 * PERIOD, 200 * PERIOD, 3000), 0, TOLERANCE);
+}
+
 // Loudspeakers ----------------------------------------------------------------------------------
 
 TEST(ALoudspeaker, IsHeardLaterWithADelay) {
@@ -667,6 +696,20 @@ TEST(ALoudspeaker, IsHeardLaterWithADelay) {
     right[1239] = 0.25F;
     EXPECT_EQ(server.wav().channel(0), left);
     EXPECT_EQ(server.wav().channel(1), right);
+}
+
+TEST(ALoudspeaker, IsNotDelayedWhenItIsBypassed) {
+    MeasuredServer server(2);
+    Settings settings;
+    ASSERT_EQ(settings.app.setSpeakerDelay(AUDIO_CHANNEL_RF, 5.0F), 0);
+    ASSERT_EQ(settings.app.enableByPassMode(), 0);
+    Stream stream("click", MAIN, 2);
+    Samples click(2000);
+    click[100] = click[101] = 1 << 30;
+    ASSERT_TRUE(stream.play(click));
+    ASSERT_TRUE(server.stop());
+    EXPECT_EQ(server.wav().channel(0), server.wav().channel(1));
+    EXPECT_EQ(server.wav().channel(1)[50], 0.5F);
 }
 
 TEST(ALoudspeaker, IsTestedWithATone) {
