@@ -13,24 +13,20 @@ namespace cabinaudio::server {
 
 /// What the settings do to the sound of one stream, in factors.
 struct StreamGains {
-    float common = 1.0F;  // of all of it
-    std::array<float, VolumeSettings::TRACK_CHANNELS> inputs =
-        ones<VolumeSettings::TRACK_CHANNELS>();
-    std::array<float, VolumeSettings::CHANNELS> loudspeakers = ones<VolumeSettings::CHANNELS>();
+    float common = 1.0F;                                       // of all of it
+    std::array<float, VolumeSettings::TRACK_CHANNELS> inputs;  // of the stream's channels
+    std::array<float, VolumeSettings::CHANNELS> loudspeakers;
     bool isUpMixed = false;  // one or two channels also play at the back
+
+    /// Nothing is changed.
+    StreamGains() {
+        inputs.fill(1.0F);
+        loudspeakers.fill(1.0F);
+    }
 
     /// From a channel of the stream to a channel of an output with so many. A mono output takes the
     /// mean of the front loudspeakers. Channels without a loudspeaker have no gain of their own.
     [[nodiscard]] float factor(std::size_t input, std::size_t output, std::size_t outputs) const;
-
-private:
-    template <std::size_t COUNT>
-    static constexpr std::array<float, COUNT> ones() {
-        std::array<float, COUNT> result{};
-        for (float& value : result)
-            value = 1.0F;
-        return result;
-    }
 };
 
 /// @param isPromptHeard  see duckingOf()
