@@ -18,7 +18,7 @@ constexpr std::size_t LONGEST = 160;
 
 TEST(EveryOperationOfTheSettings, SurvivesPseudoRandomReplies) {
     SettingsDriver driver;
-    std::mt19937 random(20251121);  // NOLINT(cert-msc51-cpp): the same in each run
+    std::mt19937 random(20251121);  // the same in each run
     std::vector<std::uint8_t> bytes;
     for (int i = 0; i < INPUTS; ++i) {
         bytes.resize(1 + random() % LONGEST);
