@@ -779,6 +779,18 @@ TEST_F(ASettingsConnection, GivesEffectsOfAllSizesBack) {
     }
 }
 
+TEST_F(ASettingsConnection, ShowsAllEffectsInTheState) {
+    for (int i = 0; i < 40; ++i) {
+        const std::string name = "effect" + std::to_string(i);
+        ASSERT_EQ(tell(APP, Message(4098).text("main").text(name).block(pattern(32768))),
+                  AUDIO_NO_ERROR);
+    }
+    const json effects = state().at("app").at("effects");
+    EXPECT_EQ(effects.size(), 40U);
+    for (const json& effect : effects)
+        EXPECT_EQ(effect.at("parameter").get<std::string>().size(), 65536U);
+}
+
 TEST_F(ASettingsConnection, KeepsEffectsApartByTagAndName) {
     for (const EffectStore& store : STORES) {
         const auto get = [&](const char* tag, const char* name) {
