@@ -95,13 +95,11 @@ int ClientAppSetting::setDownlinkDelayEstimation() {
 }
 
 int ClientAppSetting::getDownlinkDelayEstimation(short* delay) {
-    if (delay == nullptr) return mRc->callFuncId(id(Function::GetDelayEstimation), nullptr, true);
-    // Deliberate: a whole word, of which the caller's `short` is the lower half.
     std::int32_t word = 0;
-    std::memcpy(&word, delay, sizeof word);
-    const std::int32_t status = mRc->callFuncId(id(Function::GetDelayEstimation), &word, true);
-    std::memcpy(delay, &word, sizeof word);
-    return status;
+    const auto answer = ask(*mRc, AUDIO_LOG_SITE, Function::GetDelayEstimation, sent(), word);
+    // Deliberate: a whole word, of which the caller's `short` is the lower half.
+    if (answer.arrived && delay != nullptr) std::memcpy(delay, &word, sizeof word);
+    return answer.status;
 }
 
 // ---- Calls --------------------------------------------------------------------------------------
@@ -173,21 +171,25 @@ int ClientAppSetting::setDACGainControl(audio::audio_dacgain_ctrl_t* control) {
 // ---- Effects by name ----------------------------------------------------------------------------
 
 int ClientAppSetting::setEffectEnabled(const char* tag, const char* effect, bool on) {
+    if (tag == nullptr || effect == nullptr) return refuse(AUDIO_LOG_SITE);
     return set(*mRc, AUDIO_LOG_SITE, Function::SetEffectEnabled, Text{tag}, Text{effect}, Byte{on});
 }
 
 int ClientAppSetting::getEffectEnabled(const char* tag, const char* effect, bool& on) {
+    if (tag == nullptr || effect == nullptr) return refuse(AUDIO_LOG_SITE);
     return get(*mRc, AUDIO_LOG_SITE, Function::GetEffectEnabled, sent(Text{tag}, Text{effect}), on);
 }
 
 int ClientAppSetting::setEffectParameter(const char* tag, const char* effect,
                                          const audio::effect_param_t& parameter) {
+    if (tag == nullptr || effect == nullptr) return refuse(AUDIO_LOG_SITE);
     return setEffect(*mRc, AUDIO_LOG_SITE, id(Function::SetEffectParameter), tag, effect,
                      parameter);
 }
 
 int ClientAppSetting::getEffectParameter(const char* tag, const char* effect,
                                          audio::effect_param_t& parameter) {
+    if (tag == nullptr || effect == nullptr) return refuse(AUDIO_LOG_SITE);
     return getEffect(*mRc, AUDIO_LOG_SITE, id(Function::GetEffectParameter), tag, effect,
                      parameter);
 }
