@@ -272,6 +272,7 @@ TEST_F(ASettingsConnection, HasChannelGainsOfTracks) {
     EXPECT_EQ(tell(VOLUME, good), AUDIO_NO_ERROR);
     EXPECT_EQ(state().at("volume").at("tracks").at(0).at("channels_db"),
               json({0, -1, -2, -3, -4, -5, -6, -7}));
+    EXPECT_EQ(tell(VOLUME, Message(43).text("main").text("nav").filledTo(164)), AUDIO_BAD_VALUE);
     for (const float wrong : {24.5F, -104.0F, NOT_A_NUMBER}) {
         Message bad = Message(43).text("auxiliary").text("nav");
         for (int i = 0; i < 7; ++i)

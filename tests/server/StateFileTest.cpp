@@ -237,6 +237,8 @@ TEST_F(AStateFile, WithAWrongValueIsRefusedWithItsName) {
          "app.effects.0.parameter is not in hexadecimal digits"},
         {R"({"app": {"effects": [{"tag": "main", "name": "a", "parameter": "012"}]}})",
          "app.effects.0.parameter is not in pairs of hexadecimal digits"},
+        {R"({"app": {"effects": [{"tag": "uplink", "name": "a"}]}})",
+         "app.effects is out of range"},
         {R"({"mixer": {"navigation_db": [0, 0, 0, 1]}})", "mixer.navigation_db is out of range"},
         {R"({"capture_effects": {}})", "capture_effects is not a list"},
     };

@@ -29,12 +29,12 @@ struct Store {
 constexpr Store PLAYBACK = {
     [](SettingsData& settings) -> Effects& { return settings.app.effects; },
     [](const SettingsData& settings) -> const Effects& { return settings.app.effects; },
-    [](const std::string& tag) { return tag == "second" || playbackTagOf(tag).has_value(); }};
+    &hasPlaybackEffects};
 
 constexpr Store CAPTURE = {
     [](SettingsData& settings) -> Effects& { return settings.captureEffects; },
     [](const SettingsData& settings) -> const Effects& { return settings.captureEffects; },
-    [](const std::string& tag) { return captureTagOf(tag).has_value(); }};
+    &hasCaptureEffects};
 
 // Nothing for an unknown tag, and for an effect without a name.
 template <typename Text>

@@ -58,6 +58,14 @@ std::optional<AudioTagType> captureTagOf(const std::string& text) {
     return std::nullopt;
 }
 
+bool hasPlaybackEffects(const std::string& tag) {
+    return tag == "second" || playbackTagOf(tag).has_value();
+}
+
+bool hasCaptureEffects(const std::string& tag) {
+    return captureTagOf(tag).has_value();
+}
+
 bool isTrackTag(const std::string& text) {
     return text == "main" || text == "alternative" || text == "auxiliary";
 }

@@ -23,6 +23,9 @@ void put(std::string_view text, wire::Name& name);
 [[nodiscard]] std::optional<AudioTagType> playbackTagOf(const std::string& text);
 /// The same of capture streams.
 [[nodiscard]] std::optional<AudioTagType> captureTagOf(const std::string& text);
+/// Whether playback or capture streams of this tag can have effects.
+[[nodiscard]] bool hasPlaybackEffects(const std::string& tag);
+[[nodiscard]] bool hasCaptureEffects(const std::string& tag);
 /// Whether a track of this tag can have a volume of its own.
 [[nodiscard]] bool isTrackTag(const std::string& text);
 [[nodiscard]] bool isStreamType(const std::string& text);

@@ -66,6 +66,12 @@ bool areTracks(const std::map<VolumeSettings::TrackName, VolumeSettings::Track>&
            });
 }
 
+bool areEffects(const Effects& effects, bool (*isTag)(const std::string& tag)) {
+    return isFewEnough(effects) &&
+           std::all_of(effects.begin(), effects.end(),
+                       [isTag](const auto& row) { return isTag(row.first.first); });
+}
+
 }  // namespace
 
 // ---- The fields ---------------------------------------------------------------------------------
@@ -150,7 +156,8 @@ void visit(Fields& fields, Is<AppSettings> auto& app) {
     fields("non_linear", app.nonLinear, areRecords<sizeof(audio::audio_nlp_config_t)>);
     fields("handsfree_equalizers", app.handsfreeEqualizers,
            areRecords<sizeof(audio::audio_handsfree_eq_t)>);
-    fields("effects", app.effects, [](const auto& all) { return isFewEnough(all); });
+    fields("effects", app.effects,
+           [](const Effects& all) { return areEffects(all, hasPlaybackEffects); });
 }
 
 template <typename Fields>
@@ -170,7 +177,7 @@ void visit(Fields& fields, Is<SettingsData> auto& settings) {
     fields("app", settings.app, isAny);
     fields("mixer", settings.mixer, isAny);
     fields("capture_effects", settings.captureEffects,
-           [](const auto& all) { return isFewEnough(all); });
+           [](const Effects& all) { return areEffects(all, hasCaptureEffects); });
 }
 
 }  // namespace json_fields

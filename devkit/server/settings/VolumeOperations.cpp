@@ -172,7 +172,7 @@ std::int32_t setTrackChannels(Call& call, const wire::TrackChannelsRequest& requ
                               wire::StatusReply&) {
     const bool areGains = std::all_of(std::begin(request.gains), std::end(request.gains),
                                       [](float dB) { return GAIN_RANGE.holds(dB); });
-    if (!areGains) return AUDIO_BAD_VALUE;
+    if (!areGains || textOf(request.tag) != "auxiliary") return AUDIO_BAD_VALUE;
     return changeTrack(call, trackOf(request), [&](VolumeSettings::Track& track) {
         std::copy(std::begin(request.gains), std::end(request.gains), track.channels.begin());
     });
