@@ -70,8 +70,7 @@ auto sent(const Fields&... fields) {
     return request;
 }
 
-// ---- Results of a reply
-// -----------------------------------------------------------------------------
+// ---- Results of a reply -------------------------------------------------------------------------
 
 template <typename Result>
 struct ResultSize {
@@ -93,8 +92,7 @@ void take(const std::uint8_t* at, Result& result) {
     }
 }
 
-// ---- Operations
-// -------------------------------------------------------------------------------------
+// ---- Operations ---------------------------------------------------------------------------------
 
 /// An operation with results. They are stored whenever the server has answered.
 template <typename Function, std::size_t SIZE, typename... Results>

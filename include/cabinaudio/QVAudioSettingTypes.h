@@ -143,8 +143,7 @@ inline const std::uint8_t* effectData(const effect_param_t& block) {
     return reinterpret_cast<const std::uint8_t*>(&block) + sizeof block;
 }
 
-// ---- Mixer
-// ----------------------------------------------------------------------------------------
+// ---- Mixer --------------------------------------------------------------------------------------
 
 /// A channel beyond those of the main output; 65534 at most.
 enum audio_ext_channel_idx_e : std::int32_t {};
@@ -165,8 +164,7 @@ struct audio_mixer_matrix_t {
 static_assert(sizeof(audio_mixer_matrix_t) == 20, "shared with the server");
 static_assert(offsetof(audio_mixer_matrix_t, gain) == 4, "shared with the server");
 
-// ---- Of operations that are kept without effect
-// -----------------------------------------------------
+// ---- Of operations that are kept without effect -------------------------------------------------
 
 struct audio_filter_parameter_t;
 struct audio_bt_parameter_t;

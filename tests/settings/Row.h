@@ -36,10 +36,6 @@ constexpr std::uint32_t SOURCE = 130;
 constexpr std::uint32_t VOLUME = 131;
 constexpr std::uint32_t RECORD_CONTROL = 133;
 
-// Command words.
-constexpr std::uint32_t PLAIN = 195;
-constexpr std::uint32_t FLAGGED = 198;
-
 // ---- Bytes of requests and replies, least significant first -------------------------------------
 
 [[nodiscard]] Bytes word(std::uint32_t value);
@@ -49,8 +45,7 @@ constexpr std::uint32_t FLAGGED = 198;
 [[nodiscard]] Bytes byte(std::uint8_t value);
 /// A text, and zeros up to 64 bytes.
 [[nodiscard]] Bytes text(const std::string& value);
-/// `size` bytes that differ from their neighbours, and none is 0 or 0xee. Words are small, positive
-/// numbers at no place.
+/// `size` bytes that differ from their neighbours; none is 0 or 0xee.
 [[nodiscard]] Bytes pattern(std::size_t size);
 [[nodiscard]] Bytes joined(std::initializer_list<Bytes> parts);
 
@@ -127,7 +122,7 @@ enum class Result {
 /// One operation with one set of arguments.
 struct Row {
     const char* test;         // what its test is called
-    std::uint32_t command;    // command word
+    std::uint32_t command;    // command word: 198, or 195 without the flag
     Bytes request;            // everything behind the header
     std::uint32_t replySize;  // what it has room for
     Call call;                // on the object

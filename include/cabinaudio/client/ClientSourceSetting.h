@@ -17,9 +17,12 @@ public:
                        audio::audio_input_select_pin_e* pin) override;
 
     /// Selects what a seat hears. Does nothing and returns 0 where the environment variable
-    /// USE_NEW_MAIN_AUDIO_SOURCE_MANAGEMENT is 1: call setOutPutSource() there.
+    /// USE_NEW_MAIN_AUDIO_SOURCE_MANAGEMENT reads as the number 1, which is looked up on every
+    /// call: call setOutPutSource() there. @param source  the server's number, as of seats
     virtual int selectSource(audio_seat_id_e seat, audio_source_id_e source) = 0;
+    /// What the front seats' audio does. @param state  the server's number
     virtual int setFrontAudioState(audio_seat_state_e state) = 0;
+    /// What the rear seats' audio does. @param state  the server's number
     virtual int setRearAudioState(audio_seat_state_e state) = 0;
     /// Selects the pin of a converter's input.
     virtual int setAdcMuxPin(audio::audio_input_mux_id_e input,
@@ -29,8 +32,8 @@ public:
                              audio::audio_input_select_pin_e* pin) = 0;
     /// What the server tells about the tracks of outputs.
     /// @param tag         mask; without its two low bits nothing is asked, and 0 returned
-    /// @param parameters  room for 20 records; null is refused
-    /// @param count       gets the number of records that are filled
+    /// @param parameters  room for 20 records, all of which are overwritten; null is refused
+    /// @param count       gets how many the server says there are, unchecked; null drops it
     virtual int getOutputTrackInfo(audio::audio_output_src_tag_e tag,
                                    audio::audio_output_src_parameter_t* parameters, int* count) = 0;
 };

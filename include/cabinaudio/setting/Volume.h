@@ -69,7 +69,7 @@ public:
 
     /// @param gain  channel and steps, 0 to 148; null is refused
     virtual int setChannelGain(audio_channel_gain_t* gain) = 0;
-    /// @param dB  -103.5 to 24.0
+    /// Gain of a channel. @param dB  -103.5 to 24.0
     virtual int setChannelGain(audio_channel_idx_e channel, float dB) = 0;
     /// @param gain  says which channel and gets channel and steps; null and channel 65535 are
     /// refused
@@ -78,7 +78,7 @@ public:
     virtual int getChannelGain(audio_channel_idx_e channel, float* dB) = 0;
 
     /// @param tag     "main", "alternative" or "auxiliary"
-    /// @param name    of the track
+    /// @param name    of the track; texts of 64 bytes or more and null ones are refused
     /// @param volume  0 to 148 steps
     virtual int setTrackVolume(const char* tag, const char* name, unsigned char volume) = 0;
     /// As above. @param dB  -103.5 to 24.0
@@ -98,7 +98,8 @@ public:
     /// Deprecated, without effect. @return 0
     virtual int getSourceLevel(const char* tag, const char* name, float* level) = 0;
 
-    /// Mutes an output path. @param option  forwarded to the server
+    /// Mutes an output path. @param tag  one of the four; others and null are refused
+    /// @param option  forwarded to the server
     virtual int mute(const char* tag, bool option) = 0;
     /// Makes it heard again. @param option  forwarded to the server
     virtual int demute(const char* tag, bool option) = 0;
@@ -111,21 +112,24 @@ public:
     /// @return 0, or the bitwise OR of the four statuses: good for a test against 0 only
     virtual int setFadeBalance(int fade, int balance, unsigned stepMax) = 0;
 
-    /// Gain of the telephone's uplink in dB.
+    /// Gain of the telephone's uplink in dB, which only the server checks.
     virtual int setUpLinkGain(float dB) = 0;
 
-    /// Programmable gain of a converter's input, in dB for left and right.
+    /// Programmable gain of a converter's input, in dB for left and right, which only the server
+    /// checks. @param input  0 or 1
     virtual int setAdcPgaGain(audio_input_mux_id_e input, float left, float right) = 0;
+    /// A null pointer drops its side; the same below.
     virtual int getAdcPgaGain(audio_input_mux_id_e input, float* left, float* right) = 0;
     /// Gain of the operational amplifier in front of it.
     virtual int setAdcOpGain(audio_input_mux_id_e input, float left, float right) = 0;
     virtual int getAdcOpGain(audio_input_mux_id_e input, float* left, float* right) = 0;
 
-    /// Gain of the microphones in whole dB, -24 to 46 (fractions are cut off upwards from -24),
-    /// split over both amplifiers by gmic_gain_table. Two requests; nothing is rolled back when the
-    /// second fails.
+    /// Gain of the microphones in whole dB, -24 to 46, rounded down and split over both amplifiers
+    /// by gmic_gain_table. Two requests; the second one is not sent when the first one fails, and
+    /// nothing is rolled back when the second fails.
     virtual int setMicAnalogGain(float left, float right) = 0;
-    /// The sum of both amplifiers, rounded up to whole dB. Two requests.
+    /// The sum of both amplifiers, rounded up to whole dB. Two requests; nothing is stored when one
+    /// fails, and the status is that one's.
     virtual int getMicAnalogGain(float* left, float* right) = 0;
 
     /// Volume of the second audio. @param volume  0 to 148 steps
@@ -159,17 +163,21 @@ public:
     /// @param dB  gets the gain; null is refused
     virtual int getUpLinkGain(float* dB) = 0;
 
-    /// Whether an output path is muted.
+    /// @param muted  gets whether an output path is muted
     virtual int getMuteState(const char* tag, bool& muted) = 0;
 
-    /// Volume of all streams of a type. @param volume  0 to 148 steps
+    /// Volume of all streams of a type.
+    /// @param type    null is refused. Setters send 64 bytes at most, getters 63
+    /// @param volume  0 to 148 steps
     virtual int setVolumeByStreamType(const char* type, unsigned char volume) = 0;
+    /// @param volume  gets the steps
     virtual int getVolumeByStreamType(const char* type, unsigned char& volume) = 0;
     /// Appends the names of the stream types to `list`, 32 at most.
     virtual int getStreamTypeList(std::vector<std::string>& list) = 0;
 
     /// Lowers what is not a prompt. @param percent  0 to 100
     virtual int duck(int percent) = 0;
+    /// Brings it back.
     virtual int unduck() = 0;
 
     /// mute() or demute() of a path. @param path  audio_out_path_id_e
@@ -177,6 +185,7 @@ public:
 
     /// Gain of all streams of a type. @param dB  -103.5 to 24.0
     virtual int setGainByStreamType(const char* type, float dB) = 0;
+    /// @param dB  gets the gain
     virtual int getGainByStreamType(const char* type, float& dB) = 0;
 
     /// Begins to measure the microphone's gain; ask for the result later.
@@ -185,8 +194,8 @@ public:
     /// @param gain    dB
     virtual int getMicGainCalibrationResult(int& result, float& gain) = 0;
 
-    /// @param tag    "auxiliary"
-    /// @param name   of the track
+    /// @param tag    "auxiliary"; all others are refused
+    /// @param name   of the track, cut to 63 bytes; null is refused
     /// @param gains  eight, one for each channel, -103.5 to 24.0 dB
     virtual int setTrackChannelGain(const char* tag, const char* name, float* gains) = 0;
 
