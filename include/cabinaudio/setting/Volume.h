@@ -32,8 +32,8 @@ constexpr auto volumeOf(Number number) {
 /// Volumes come in steps (0 to 148) and in dB (-103.5 to 24.0, a step is half a dB and 0 is
 /// silence). `unsigned char` means steps, `float` means dB. Where both are taken, a whole number of
 /// any type means steps and any other number dB: setMasterVolume(100), setMasterVolume(-10.5).
-/// Operations by stream type have two names instead, and convert as the language does: cast what
-/// may lie outside 0 to 255. Pointers to results are never converted, and a literal null for one
+/// Operations by stream type have two names instead and convert as the language does, unchecked:
+/// keep steps within 0 to 255. Pointers to results are never converted, and a literal null for one
 /// has to be cast: `static_cast<float*>(nullptr)`.
 ///
 /// Output paths are named "main", "second", "alternative" and "auxiliary"; texts are shorter than
