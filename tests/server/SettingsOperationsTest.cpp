@@ -689,6 +689,21 @@ TEST_F(ASettingsConnection, MeasuresNothingWhileNothingSounds) {
     EXPECT_EQ(ask(APP, Message(38), 8).number(4), 0);
 }
 
+// The tone has a peak of 0.1, and the output two loudspeakers.
+TEST_F(ASettingsConnection, MeasuresWhatSounds) {
+    ASSERT_EQ(tell(SOURCE, Message(19).word(1).number(500)), AUDIO_NO_ERROR);
+    for (int i = 0; i < 600 && ask(APP, Message(34), 20).word(4) < 70000; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    const Answer energy = ask(APP, Message(34), 20);
+    EXPECT_NEAR(energy.word(4), 70711, 700);
+    EXPECT_TRUE(energy.isZeroFrom(8)) << "the other loudspeakers";
+    const Answer spectrum = ask(APP, Message(11), 20);
+    EXPECT_NEAR(spectrum.word(8), 50000, 500) << "250 Hz to 1 kHz";
+    for (const std::size_t other : {4U, 12U, 16U})
+        EXPECT_LT(spectrum.word(other), 1000U);
+    EXPECT_NEAR(ask(SOURCE, Message(37).number(0), 8).word(4), 70711, 700);
+}
+
 TEST_F(SomeStreams, HaveADelayThatIsAPeriodAtLeast) {
     EXPECT_EQ(tell(APP, Message(37)), AUDIO_NO_ERROR);
     EXPECT_EQ(ask(APP, Message(38), 8).number(4), 16) << "the rings are empty";

@@ -63,7 +63,7 @@ FileWriter::~FileWriter() {
     mThread.join();
 }
 
-void FileWriter::write(std::string content) {
+void FileWriter::write(Content content) {
     {
         const std::lock_guard lock(mLock);
         mContent = std::move(content);
@@ -76,10 +76,10 @@ void FileWriter::work() {
     while (true) {
         mChanged.wait(lock, [this] { return mContent || mIsOver; });
         if (!mContent) return;
-        const std::string content = *std::exchange(mContent, std::nullopt);
+        const Content content = std::exchange(mContent, {});
         lock.unlock();
         try {
-            replace(mPath, content);
+            replace(mPath, content());
         } catch (const std::system_error& error) {
             log::error("%s cannot be written: %s", mPath.c_str(), error.what());
         }

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <condition_variable>
+#include <functional>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <thread>
 
@@ -20,8 +20,11 @@ public:
     FileWriter(const FileWriter&) = delete;
     FileWriter& operator=(const FileWriter&) = delete;
 
+    /// Makes a content, on the thread.
+    using Content = std::function<std::string()>;
+
     /// Returns at once. A content that has not been begun with is left out for a newer one.
-    void write(std::string content);
+    void write(Content content);
 
 private:
     void work();
@@ -29,7 +32,7 @@ private:
     const std::string mPath;
     std::mutex mLock;
     std::condition_variable mChanged;
-    std::optional<std::string> mContent;  // to be written
+    Content mContent;  // to be written; empty for nothing
     bool mIsOver = false;
     std::thread mThread;
 };

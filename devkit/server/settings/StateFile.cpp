@@ -60,7 +60,9 @@ void StateFile::changed() {
 
 void StateFile::save() {
     mIsDue = false;
-    mWriter.write(jsonOf(*mSettings).dump(2, ' ', false, json::error_handler_t::replace) + "\n");
+    mWriter.write([settings = *mSettings] {
+        return jsonOf(settings).dump(2, ' ', false, json::error_handler_t::replace) + "\n";
+    });
 }
 
 }  // namespace cabinaudio::server
