@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
 #include <optional>
 
 namespace cabinaudio::test {
@@ -60,6 +62,19 @@ protected:
         EXPECT_EQ(outputs.texts, row.textsOnFailure);
     }
 
+    /// Whether one line names the operation, or the one that sends requests of numbers.
+    [[nodiscard]] bool isNamed(const std::vector<LogLine>& lines) const {
+        return std::any_of(lines.begin(), lines.end(), [&](const LogLine& line) {
+            if (line.text.rfind("rcfree error.\n") == std::string::npos) return false;
+            if (line.text.rfind("[RemoteCall][callFuncId][", 0) == 0) return true;
+            const std::size_t begin = line.text.find("][") + 2;
+            std::string name = line.text.substr(begin, line.text.find(']', begin) - begin);
+            if (row.logged != nullptr) return name == row.logged;
+            name[0] = static_cast<char>(std::toupper(name[0]));
+            return std::string(row.test).rfind(name, 0) == 0;
+        });
+    }
+
     const Row row;
     LogCapture log;
     std::optional<ScriptedServer> server;
@@ -106,6 +121,7 @@ TEST_P(ASetting, TellsWhatGoesWrongOnTheWay) {
     EXPECT_EQ(call(*clients), resultOf(0));
     expectResults();
     EXPECT_EQ(log.count(ERROR, "rcfree error.\n"), 1U) << log.dump();
+    EXPECT_TRUE(isNamed(log.lines())) << log.dump();
     blocks.failFreeing(false);
 
     blocks.loseReplies(true);

@@ -131,6 +131,8 @@ struct Row {
     Result result = Result::STATUS;
     std::vector<std::string> texts = {};  // the same, of operations with texts
     std::vector<std::string> textsOnFailure = {};
+    /// The operation as log lines name it, where the test's name does not begin with it.
+    const char* logged = nullptr;
     std::uint32_t type = 0;  // connection type; of the table
 };
 

@@ -169,14 +169,20 @@ std::vector<Row> trackRows() {
              },
          .results = joined({word(2), Bytes(52, 'a'), Bytes(52, 'b')}),
          .texts = {std::string(52, '\0'), std::string(52, 'a'), std::string(52, 'b')},
-         .textsOnFailure = {std::string(52, '\0')}},
+         .textsOnFailure = {std::string(52, '\0')},
+         .logged = "getOutputTrackInfo"},
     };
 }
 
 std::vector<Row> hardwareRows() {
     return {
-        {"SetInputMuxPin", 198, joined({word(5), word(1), number(-6)}), 4,
-         [](const Clients& c, Outputs&) { return c.source().setInputMuxPin(Mux{1}, Pin{-6}); }},
+        {.test = "SetInputMuxPin",
+         .command = 198,
+         .request = joined({word(5), word(1), number(-6)}),
+         .replySize = 4,
+         .call = [](const Clients& c,
+                    Outputs&) { return c.source().setInputMuxPin(Mux{1}, Pin{-6}); },
+         .logged = "setAdcMuxPin"},
         {"SetAdcMuxPin", 198, joined({word(5), word(9), word(6)}), 4,
          [](const Clients& c, Outputs&) { return c.seats().setAdcMuxPin(Mux{9}, Pin{6}); }},
         {.test = "GetInputMuxPin",
@@ -186,7 +192,8 @@ std::vector<Row> hardwareRows() {
          .call = [](const Clients& c,
                     Outputs& out) { return c.source().getInputMuxPin(Mux{1}, out.at<Pin>()); },
          .results = word(5),
-         .stored = word(5)},
+         .stored = word(5),
+         .logged = "getAdcMuxPin"},
         {.test = "GetAdcMuxPin",
          .command = 198,
          .request = joined({word(6), word(0)}),
