@@ -146,7 +146,9 @@ TEST_F(ARefusedArgument, OfATracksVolumeIsLoggedAndNothingIsSent) {
         {nullptr, "radio"}, {"main", nullptr},      {"second", "radio"},    {"Main", "radio"},
         {"", "radio"},      {"main", FULL.c_str()}, {FULL.c_str(), "radio"}};
     std::vector<Refusal> refusals;
-    for (const auto [tag, name] : all) {
+    for (const Names& names : all) {
+        const char* const tag = names.tag;
+        const char* const name = names.name;
         refusals.push_back({"setTrackVolume", INVALID, [=](const Clients& c) {
                                 return c.volume().setTrackVolume(tag, name, U8{1});
                             }});
