@@ -494,6 +494,7 @@ protected:
         ASSERT_TRUE(server.stop());
         const auto samples = server.wav().channel(0);
         const std::size_t start = server.startOf("tone");
+        ASSERT_GE(samples.size(), start + (BEFORE + AFTER) * PERIOD);
         for (std::size_t i = 0; i < BEFORE + AFTER; ++i) {
             const float* const period = samples.data() + start + i * PERIOD;
             mAmplitudes.push_back(amplitudeOf(FREQUENCY, RATE, period, PERIOD) / AMPLITUDE);
@@ -720,7 +721,7 @@ TEST(ALoudspeaker, IsTestedWithATone) {
         const auto state = nlohmann::json::parse(server.server().command("state"));
         return state.at("output").at("frames") >= RATE / 2;
     };
-    EXPECT_TRUE(eventually(hasSounded, std::chrono::minutes(1))) << "no stream is needed";
+    ASSERT_TRUE(eventually(hasSounded, std::chrono::minutes(1))) << "no stream is needed";
     ASSERT_TRUE(server.stop());
     EXPECT_NEAR(amplitudeOf(440, RATE, server.wav().channel(2).data(), RATE / 4), 0.1, 0.0005);
     for (const unsigned channel : {0U, 1U, 3U})
@@ -739,7 +740,7 @@ TEST(TheMeters, ShowWhatIsHeardUntilItIsOver) {
     ASSERT_EQ(settings.source.setMainAudioSpeakerTestPattern(AUDIO_CHANNEL_LF, 600), 0);
     const double rms = 0.1 / std::numbers::sqrt2;
     const auto isThere = [&] { return energy().opaque0[0] > 0.999e6 * rms; };
-    EXPECT_TRUE(eventually(isThere, std::chrono::minutes(1)));
+    ASSERT_TRUE(eventually(isThere, std::chrono::minutes(1)));
     EXPECT_NEAR(energy().opaque0[0], 1e6 * rms, 500);
     EXPECT_EQ(energy().opaque0[1], 0U);
 
