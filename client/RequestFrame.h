@@ -1,13 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cabinaudio/foundation/AudioStatus.h>
+#include <cabinaudio/link/RemoteCall.h>
+
 #include "foundation/Log.h"
 
 #include <cstdint>
-
-class RemoteCall;
+#include <cstring>
 
 namespace cabinaudio {
+
+/// A function's number on the wire.
+template <typename Function>
+constexpr std::uint32_t id(Function function) {
+    return static_cast<std::uint32_t>(function);
+}
 
 /// How each step of a request went. Who asks has texts of its own for what went wrong.
 struct Steps {
@@ -16,10 +24,29 @@ struct Steps {
     bool isFreed;
 };
 
-/// One whole request: allocates the blocks, sends `request`, waits for the reply without a time
-/// limit, and frees the blocks. Logs nothing.
-/// @param reply  gets what arrived, with zeros for what is missing; left as it was when no block
-///               could be had, which is so while another request of this client is outstanding
+/// One whole request: allocates the blocks, has the request filled in, sends it, waits for the
+/// reply without a time limit, shows what arrived, and frees the blocks. Logs nothing. Sends
+/// nothing while another request of this client is outstanding.
+/// @param fill  gets the request's bytes, all 0
+/// @param take  gets the reply's bytes, with zeros for what is missing; called when one arrived
+template <typename Fill, typename Take>
+Steps exchangeBlocks(RemoteCall& rc, std::uint32_t requestSize, std::uint32_t replySize, bool flag,
+                     Fill fill, Take take) {
+    std::uint8_t* param = nullptr;
+    std::uint8_t* ret = nullptr;
+    Steps steps{rc.rcalloc(&param, requestSize, &ret, replySize), AUDIO_NOT_CONNECTED, true};
+    if (steps.allocated != AUDIO_NO_ERROR) return steps;
+
+    std::memset(param, 0, requestSize);
+    fill(param);
+    std::memset(ret, 0, replySize);
+    steps.called = rc.call(param, requestSize, ret, replySize, flag);
+    if (steps.called == AUDIO_NO_ERROR) take(static_cast<const std::uint8_t*>(ret));
+    steps.isFreed = rc.rcfree(param, ret) == AUDIO_NO_ERROR;
+    return steps;
+}
+
+/// As above, with a request and a reply of the caller's. `reply` is left as it was when none came.
 Steps ask(RemoteCall& rc, const void* request, std::uint32_t requestSize, void* reply,
           std::uint32_t replySize, bool flag);
 
@@ -33,6 +60,10 @@ struct Answer {
     bool arrived;         // the server has answered, and the reply holds what it sent
     std::int32_t status;  // the server's, or why there is no answer
 };
+
+/// What the steps of a request come to, given the status that arrived. A block that could not be
+/// freed is logged.
+Answer answerOf(const Steps& steps, std::int32_t replied, const LogSite& site);
 
 /// A request whose reply begins with the server's status word. `reply` is left as it was when
 /// nothing arrived.

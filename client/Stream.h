@@ -27,11 +27,6 @@ inline unsigned long long llu(std::uint64_t value) {
     return value;
 }
 
-template <typename Function>
-constexpr std::uint32_t id(Function function) {
-    return static_cast<std::uint32_t>(function);
-}
-
 /// A stream's request that has been made.
 template <typename Reply>
 struct Asked {

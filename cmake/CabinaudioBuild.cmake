@@ -22,6 +22,10 @@ if(CABINAUDIO_SANITIZE)
         $<$<CXX_COMPILER_ID:Clang>:-fsemantic-interposition>)
     target_link_options(cabinaudio-build INTERFACE -fsanitize=${CABINAUDIO_SANITIZE})
 endif()
+if(CABINAUDIO_BUILD_FUZZERS)
+    target_compile_options(cabinaudio-build INTERFACE -fsanitize=fuzzer-no-link)
+    target_link_options(cabinaudio-build INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
 # Imports a library that brings neither a CMake package nor a usable .pc file.
 #   cabinaudio_import(<target> LIBRARY <name> HEADER <header> PACKAGE <Debian package>)

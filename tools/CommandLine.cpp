@@ -305,6 +305,85 @@ void addServer(CLI::App& app, ServerOptions& options, CommonOptions& common) {
     addServerCommand(server, "crash", "crash", "Have it die at once", options, common);
 }
 
+constexpr char kNames[] =
+    "Names of settings, or patterns such as 'volume.*'; see\n'cabinaudio list'";
+
+CLI::App& addSettings(CLI::App& app, const char* word, const char* what, SettingsOptions& options,
+                      CommonOptions& common) {
+    CLI::App& command = *app.add_subcommand(word, what);
+    addTimeout(command, options.timeout, "How long to wait for each of the server's answers");
+    addCommon(command, common);
+    return command;
+}
+
+void addGet(CLI::App& app, GetOptions& options, CommonOptions& common) {
+    CLI::App& command =
+        addSettings(app, "get", "Print settings as lines that set takes", options, common);
+    command.add_option("NAME", options.names, std::string(kNames) + "; all without any")
+        ->type_name("");
+    command.add_flag("--steps", options.inSteps, "Volumes in steps, where servers tell them");
+    command.add_flag("--value", options.valueOnly, "Print the values only");
+}
+
+void addSet(CLI::App& app, SetOptions& options, CommonOptions& common) {
+    CLI::App& command =
+        addSettings(app, "set", "Change settings; nothing is changed if a name or value is wrong",
+                    options, common);
+    CLI::Option* assignments =
+        command
+            .add_option("NAME=VALUE", options.assignments,
+                        "In this order; - takes lines from standard input.\nWhat begins with '#' "
+                        "is passed over")
+            ->type_name("");
+    CLI::Option* file =
+        command.add_option("--file", options.files, "Take lines from a file, after all others")
+            ->type_name("FILE")
+            ->expected(1);
+    command.callback([assignments, file] {
+        if (assignments->count() + file->count() == 0)
+            throw CLI::RequiredError("NAME=VALUE or --file");
+    });
+}
+
+void addList(CLI::App& app, ListOptions& options, CommonOptions& common) {
+    CLI::App& command =
+        addSettings(app, "list", "List the settings, or find them by a word such as navigation",
+                    options, common);
+    command
+        .add_option("WORD", options.words,
+                    "Only those with this in their name or description,\nor whose name matches "
+                    "the pattern")
+        ->type_name("");
+    command.add_flag("--names", options.namesOnly, "Print the names only");
+    command.add_flag("--readable", options.readable, "Only those that can be read");
+    command.add_flag("--settable", options.settable, "Only those that can be set");
+}
+
+void addDescribe(CLI::App& app, DescribeOptions& options, CommonOptions& common) {
+    CLI::App& command =
+        addSettings(app, "describe", "Say what settings are: range, unit, functions, an example",
+                    options, common);
+    command.add_option("NAME", options.names, kNames)->type_name("")->required();
+}
+
+void addMonitor(CLI::App& app, MonitorOptions& options, CommonOptions& common) {
+    CLI::App& command = addSettings(app, "monitor", "Print settings when they change, until Ctrl-C",
+                                    options, common);
+    command.add_option("NAME", options.names, std::string(kNames) + "; all but meters without any")
+        ->type_name("");
+    command
+        .add_option_function<int>(
+            "--interval",
+            [&options](const int& ms) { options.interval = std::chrono::milliseconds(ms); },
+            "Milliseconds between two looks")
+        ->type_name("MS")
+        ->check(range(1, 3600000))
+        ->default_str(std::to_string(options.interval.count()));
+    command.add_option("--count", options.count, "End after so many changes")
+        ->type_name("N")
+        ->check(range(1, 1e9));
+}
+
 void addVersion(CLI::App& app, VersionOptions& options, CommonOptions& common) {
     CLI::App& command =
         *app.add_subcommand("version", "Print the versions of library and server side by side");
@@ -358,11 +437,21 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
     Command command;
     PlayOptions play;
     RecordOptions record;
+    GetOptions get;
+    SetOptions set;
+    ListOptions list;
+    DescribeOptions describe;
+    MonitorOptions monitor;
     VersionOptions version;
     DoctorOptions doctor;
     ServerOptions server;
     addPlay(app, play, command.common);
     addRecord(app, record, command.common);
+    addGet(app, get, command.common);
+    addSet(app, set, command.common);
+    addList(app, list, command.common);
+    addDescribe(app, describe, command.common);
+    addMonitor(app, monitor, command.common);
     addVersion(app, version, command.common);
     addDoctor(app, doctor, command.common);
     addServer(app, server, command.common);
@@ -384,6 +473,16 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
         command.options = record;
     } else if (app.got_subcommand("server")) {
         command.options = server;
+    } else if (app.got_subcommand("get")) {
+        command.options = get;
+    } else if (app.got_subcommand("set")) {
+        command.options = set;
+    } else if (app.got_subcommand("list")) {
+        command.options = list;
+    } else if (app.got_subcommand("describe")) {
+        command.options = describe;
+    } else if (app.got_subcommand("monitor")) {
+        command.options = monitor;
     } else if (app.got_subcommand("version")) {
         command.options = version;
     } else {

@@ -6,6 +6,11 @@
 #include "tools/play/Play.h"
 #include "tools/record/Record.h"
 #include "tools/server/Server.h"
+#include "tools/settings/Describe.h"
+#include "tools/settings/Get.h"
+#include "tools/settings/List.h"
+#include "tools/settings/Monitor.h"
+#include "tools/settings/Set.h"
 #include "tools/version/Version.h"
 
 #include <optional>
@@ -17,7 +22,9 @@ namespace cabinaudio::tool {
 /// words in CommandLine.cpp.
 struct Command {
     CommonOptions common;
-    std::variant<PlayOptions, RecordOptions, VersionOptions, DoctorOptions, ServerOptions> options;
+    std::variant<PlayOptions, RecordOptions, GetOptions, SetOptions, ListOptions, DescribeOptions,
+                 MonitorOptions, VersionOptions, DoctorOptions, ServerOptions>
+        options;
 };
 
 /// @return none when help or version was asked for and has been printed

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a request costs its client: the library against the bare exchange of the same bytes and
-// against the least program that hands a reply from a receive thread to the requester.
+// against the least program that hands a reply from a receive thread to the requester; and
+// operations of the settings against bare requests of as many bytes.
 #include <cabinaudio/client/ClientVersionSetting.h>
+#include <cabinaudio/client/ClientVolumeSetting.h>
 #include <cabinaudio/link/RemoteCall.h>
 
+#include "bench/call/HeapBlocks.h"
 #include "bench/call/PingPong.h"
 #include "bench/support/AnsweringServer.h"
 #include "bench/support/Clock.h"
@@ -13,6 +16,7 @@
 #include "bench/support/Options.h"
 #include "bench/support/Report.h"
 #include "bench/support/Rounds.h"
+#include "wire/Settings.h"
 
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>
@@ -27,7 +31,19 @@ namespace {
 
 constexpr std::uint32_t FUNCTION = 1;
 constexpr std::int32_t ARGUMENT = 2;
+constexpr auto GET_FUNCTION =
+    static_cast<std::uint32_t>(cabinaudio::wire::VolumeFunction::GetMasterGain);
+constexpr float GAIN_DB = -20.0F;
 constexpr int WARM_UP = 200;
+
+/// An operation of the settings, and the bare request that sends and receives as many bytes.
+struct Pair {
+    const char* operation;
+    const char* bare;
+};
+constexpr Pair SETTINGS[] = {{"setMasterVolume", "callFuncId"},
+                             {"getMasterVolume", "callFuncId+value"},
+                             {"setChannelGain", "callFuncId 2 arguments"}};
 
 std::uint64_t contextSwitches() {
     rusage usage{};
@@ -45,6 +61,7 @@ void addProgram(const char* name, int repeats, RoundTrip roundTrip) {
         std::vector<std::uint64_t> samples;
         samples.reserve(static_cast<std::size_t>(repeats));
         const std::uint64_t switchesBefore = contextSwitches();
+        const std::uint64_t blocksBefore = heapBlocks();
         const std::uint64_t cpuBefore = nanoseconds(CLOCK_PROCESS_CPUTIME_ID);
         for (auto _ : state) {
             const std::uint64_t before = nowNs();
@@ -52,10 +69,12 @@ void addProgram(const char* name, int repeats, RoundTrip roundTrip) {
             samples.push_back(nowNs() - before);
         }
         const std::uint64_t cpu = nanoseconds(CLOCK_PROCESS_CPUTIME_ID) - cpuBefore;
+        const std::uint64_t blocks = heapBlocks() - blocksBefore;
         const std::uint64_t switches = contextSwitches() - switchesBefore;
         state.counters["p50"] = quantile(samples, 0.5);
         state.counters["p99"] = quantile(samples, 0.99);
         state.counters["cpu"] = static_cast<double>(cpu) / repeats;
+        state.counters["blocks"] = static_cast<double>(blocks) / repeats;
         state.counters["switches"] = static_cast<double>(switches) / repeats;
     };
     benchmark::RegisterBenchmark(name, measure)->Iterations(repeats)->UseRealTime();
@@ -65,12 +84,13 @@ void measure(const Options& options) {
     const PrivateInstance instance;
     setLogLines(LogLines::Dropped);
     const int cpu = options.anyCpu ? -1 : stayOnOneCpu(options.cpu);
-    const AnsweringServer server(4);  // one for each of the programs
+    const AnsweringServer server(5);  // one for each of the programs
 
     PingPong raw;
     HandOver handOver(AUDIO_CONNECT_VOLUME_SETTING, "bench");
     RemoteCall library(AUDIO_CONNECT_VOLUME_SETTING, nullptr, nullptr, "bench");
     ClientVersionSetting version;
+    ClientVolumeSetting volume;
     if (library.initCheck() != AUDIO_NO_ERROR || version.initCheck() != AUDIO_NO_ERROR)
         throw std::runtime_error("the library does not reach the answering server");
 
@@ -84,6 +104,22 @@ void measure(const Options& options) {
         int first[3], second[3], third;
         return version.getServerVersions(first, second, &third) == AUDIO_NO_ERROR;
     });
+    addProgram("callFuncId+value", options.repeats, [&] {
+        std::int32_t value = 0;
+        return library.callFuncId(GET_FUNCTION, &value, true) == AUDIO_NO_ERROR;
+    });
+    addProgram("callFuncId 2 arguments", options.repeats, [&] {
+        return library.callFuncId(FUNCTION, ARGUMENT, ARGUMENT, true) == AUDIO_NO_ERROR;
+    });
+    addProgram("setMasterVolume", options.repeats,
+               [&] { return volume.setMasterVolume(GAIN_DB) == AUDIO_NO_ERROR; });
+    addProgram("getMasterVolume", options.repeats, [&] {
+        float gain = 0;
+        return volume.getMasterVolume(&gain) == AUDIO_NO_ERROR;
+    });
+    addProgram("setChannelGain", options.repeats, [&] {
+        return volume.setChannelGain(audio::AUDIO_CHANNEL_LF, GAIN_DB) == AUDIO_NO_ERROR;
+    });
 
     Report report("Round trip of one request", options);
     report.setting("processor", cpu < 0 ? "all of them, nothing is pinned"
@@ -93,19 +129,28 @@ void measure(const Options& options) {
                                                      : "ordinary scheduling: SCHED_RR is refused");
     const Results results = runInRounds(options.rounds);
     report.table(
-        "Medians of the rounds [min..max], ns; per request: CPU time and context switches "
-        "of the client",
+        "Medians of the rounds [min..max], ns; per request: CPU time, context switches and "
+        "heap blocks of the client",
         results,
         {{"p50", "p50", true},
          {"p99", "p99", true},
          {"CPU", "cpu"},
-         {"switches", "switches", false, 1, 1}});
+         {"switches", "switches", false, 1, 1},
+         {"blocks", "blocks", false, 1, 1}});
     std::printf("\nRatios of the medians [within one round]\n");
     report.ratio(results, "p50", "callFuncId", "handover", 1.05);
     report.ratio(results, "cpu", "callFuncId", "handover");
     report.ratio(results, "p50", "handover", "raw");
     report.ratio(results, "p50", "callFuncId", "raw");
     report.ratio(results, "p50", "getServerVersions", "callFuncId");
+    for (const auto& [operation, bare] : SETTINGS) {
+        report.ratio(results, "p50", operation, bare, 1.03);
+        report.ratio(results, "cpu", operation, bare);
+    }
+    std::printf("\nHeap blocks of one operation, request and reply\n");
+    for (const auto& [operation, bare] : SETTINGS)
+        if (results.has(operation))
+            report.figure(operation, results.spread(operation, "blocks").max, "", 2, true);
     report.finish();
 }
 

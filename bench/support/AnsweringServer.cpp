@@ -81,12 +81,24 @@ std::size_t answerCapture(std::uint32_t function, std::uint32_t type, Answer& an
     return put(answer, wire::StatusReply{0});
 }
 
+/// A status and a value.
+struct ValueReply {
+    std::int32_t status;
+    std::int32_t value;
+};
+
+std::size_t answerVolume(std::uint32_t function, Answer& answer) {
+    if (function == id(wire::VolumeFunction::GetMasterGain)) return put(answer, ValueReply{0, 0});
+    return put(answer, wire::StatusReply{0});
+}
+
 /// Fills what is behind the header. @return bytes of the whole answer
 std::size_t answerTo(const Request& request, Answer& answer) {
     const std::uint32_t type = request.header.type;
     if (request.header.cmd == AUDIO_CMD_REGISTER) return put(answer, wire::RegistrationReply{0, 1});
     if (type == AUDIO_CONNECT_VERSION_SETTING)
         return put(answer, wire::VersionReply{0, {1, 2, 3}, {4, 5, 6}, 7});
+    if (type == AUDIO_CONNECT_VOLUME_SETTING) return answerVolume(request.payload[0], answer);
     if (type <= AUDIO_CONNECT_OUTPUT_INVOCATION)
         return answerPlayback(request.payload[0], type, answer);
     if (type >= AUDIO_CONNECT_INPUT0 && type <= AUDIO_CONNECT_INPUT_FRONT_FEEDBACK)

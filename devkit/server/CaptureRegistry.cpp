@@ -96,6 +96,11 @@ CaptureStream::Parts CaptureRegistry::partsOf(Client& client, const wire::Create
     parts.makeEncoder = [desc = request.format, format] {
         return server::makeEncoder(desc, format);
     };
+    if (mSettings.gain) {
+        parts.gain = [this, tag = static_cast<AudioTagType>(request.tag)](std::size_t channel) {
+            return mSettings.gain(tag, channel);
+        };
+    }
     parts.ringDelay = mSettings.uplinkDelay;
     parts.onChange = [this] { mOnChange(); };
     return parts;

@@ -27,6 +27,8 @@ public:
         std::uint32_t ringPeriods = 8;
         /// Nothing: uplinks get their rings on command only.
         std::optional<std::chrono::milliseconds> uplinkDelay;
+        /// Factor of a channel of what streams of a tag record; null for 1.
+        std::function<float(AudioTagType tag, std::size_t channel)> gain;
         /// Told when a client has read from a ring; null for not at all.
         ShareMemoryUpdateNotificationCallback* onRead = nullptr;
     };

@@ -141,10 +141,13 @@ void CaptureStream::record() {
 }
 
 void CaptureStream::applyVolume() {
-    if (mVolume == FULL_VOLUME) return;
-    const float factor = static_cast<float>(mVolume) / FULL_VOLUME;
-    for (float& sample : mSamples) {
-        sample *= factor;
+    const std::size_t channels = mParts.format.channels;
+    for (std::size_t channel = 0; channel < channels; ++channel) {
+        const float gain = mParts.gain ? mParts.gain(channel) : 1.0F;
+        const float factor = static_cast<float>(mVolume) / FULL_VOLUME * gain;
+        if (factor == 1.0F) continue;
+        for (std::size_t i = channel; i < mSamples.size(); i += channels)
+            mSamples[i] *= factor;
     }
 }
 

@@ -25,7 +25,7 @@ namespace cabinaudio::server {
 
 /// A stream that a client records: the way of an input's samples to its ring.
 ///
-///     input -> volume -> encoder -> ring
+///     input -> gain, volume -> encoder -> ring
 ///
 /// The input is at its beginning after every start. It stands still while the client has no ring
 /// (uplink only: the ring comes and goes). What does not fit the ring is lost, in whole frames of
@@ -46,6 +46,8 @@ public:
         /// Both throw std::exception saying what does not work.
         std::function<std::unique_ptr<InputSource>()> openInput;
         std::function<std::unique_ptr<FrameEncoder>()> makeEncoder;
+        /// Factor of a channel, asked for every period; null for 1.
+        std::function<float(std::size_t channel)> gain;
         /// After a start, before an uplink's ring is announced; nothing: it is not.
         std::optional<std::chrono::milliseconds> ringDelay;
         /// Called when there may be something to be filled, or nothing any more.

@@ -13,7 +13,7 @@ constexpr float THREE_DB_DOWN = 0.70710678F;
 
 }  // namespace
 
-ChannelMatrix::ChannelMatrix(std::size_t inputs, std::size_t outputs)
+ChannelMatrix::ChannelMatrix(std::size_t inputs, std::size_t outputs, bool isUpMixed)
     : mInputs(inputs), mOutputs(outputs), mFactors(inputs * outputs, 0.0F) {
     for (std::size_t input = 0; input < mInputs; ++input) {
         if (input < mOutputs) {
@@ -23,6 +23,7 @@ ChannelMatrix::ChannelMatrix(std::size_t inputs, std::size_t outputs)
         }
     }
     if (mInputs == 1 && mOutputs > 1) at(LeftFront, RightFront) = 1.0F;
+    if (isUpMixed && mInputs <= 2) upMix();
     limitRows();
     mIsIdentity = isIdentity();
 }
@@ -47,6 +48,11 @@ void ChannelMatrix::fold(std::size_t input) {
         default:
             break;
     }
+}
+
+void ChannelMatrix::upMix() {
+    if (mOutputs > LeftSurround) at(LeftFront, LeftSurround) = 1.0F;
+    if (mOutputs > RightSurround) at(mInputs - 1, RightSurround) = 1.0F;
 }
 
 void ChannelMatrix::limitRows() {

@@ -13,13 +13,14 @@ namespace cabinaudio::server {
 /// surround, centre, low-frequency; more than six are numbered and nothing else. A channel goes
 /// to the loudspeaker of its place. Where the output lacks it, it is folded: a surround channel
 /// into the front one of its side, centre and low-frequency into both front ones, each 3 dB down.
-/// One channel alone plays in both front loudspeakers at full level. Then each output channel is
+/// One channel alone plays in both front loudspeakers at full level. Up-mixed, one or two channels
+/// play in the surround loudspeakers as they do in front. Then each output channel is
 /// scaled so that its factors add up to 1 at most: folding never clips, and stereo becomes the
 /// average in a mono output.
 class ChannelMatrix {
 public:
     /// Both at least 1.
-    ChannelMatrix(std::size_t inputs, std::size_t outputs);
+    ChannelMatrix(std::size_t inputs, std::size_t outputs, bool isUpMixed = false);
 
     /// Adds `frames` interleaved input frames to as many output frames. A channel that passes
     /// unchanged is added as it is, to the last bit.
@@ -33,6 +34,7 @@ public:
 private:
     float& at(std::size_t input, std::size_t output) { return mFactors[output * mInputs + input]; }
     void fold(std::size_t input);
+    void upMix();
     void limitRows();
     [[nodiscard]] bool isIdentity() const;
 

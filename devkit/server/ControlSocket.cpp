@@ -28,28 +28,58 @@ void ControlSocket::accept(UniqueFd socket) {
 }
 
 void ControlSocket::onReadable(int fd) {
-    Connection& connection = mConnections.at(fd);
     std::array<char, 1024> chunk;
     const ssize_t count = recv(fd, chunk.data(), chunk.size(), 0);
     if (count < 0 && (errno == EAGAIN || errno == EINTR)) return;
-    if (count > 0) {
-        connection.input.append(chunk.data(), static_cast<std::size_t>(count));
-        if (answerLines(connection) && connection.input.size() <= MAXIMUM_LINE) return;
+    if (count <= 0) {
+        close(fd);
+        return;
     }
-    close(fd);
+    mConnections.at(fd).input.append(chunk.data(), static_cast<std::size_t>(count));
+    serve(fd);
 }
 
-// @return false when the answers are not read
-bool ControlSocket::answerLines(Connection& connection) {
-    std::size_t end = 0;
-    while ((end = connection.input.find('\n')) != std::string::npos) {
-        const std::string answer = mHandler(connection.input.substr(0, end)) + "\n";
-        connection.input.erase(0, end + 1);
-        const ssize_t sent = send(connection.socket.get(), answer.data(), answer.size(),
-                                  MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (sent != static_cast<ssize_t>(answer.size())) return false;
+void ControlSocket::serve(int fd) {
+    Connection& connection = mConnections.at(fd);
+    if (answerLines(connection) && connection.input.size() <= MAXIMUM_LINE) {
+        watch(fd, connection);
+    } else {
+        close(fd);
     }
+}
+
+// As far as the answers are taken. @return false when the other side has gone
+bool ControlSocket::answerLines(Connection& connection) {
+    while (send(connection)) {
+        const std::size_t end = connection.input.find('\n');
+        if (!connection.output.empty() || end == std::string::npos) return true;
+        connection.output = mHandler(connection.input.substr(0, end)) + "\n";
+        connection.input.erase(0, end + 1);
+    }
+    return false;
+}
+
+bool ControlSocket::send(Connection& connection) {
+    std::string& output = connection.output;
+    if (output.empty()) return true;
+    const ssize_t sent =
+        ::send(connection.socket.get(), output.data(), output.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (sent < 0) return errno == EAGAIN || errno == EINTR;
+    output.erase(0, static_cast<std::size_t>(sent));
     return true;
+}
+
+// For what it needs next.
+void ControlSocket::watch(int fd, Connection& connection) {
+    const bool isSending = !connection.output.empty();
+    if (isSending == connection.isSending) return;
+    connection.isSending = isSending;
+    mLoop.remove(fd);
+    if (isSending) {
+        mLoop.add(fd, EPOLLOUT, [this, fd](std::uint32_t) { serve(fd); });
+    } else {
+        mLoop.add(fd, EPOLLIN, [this, fd](std::uint32_t) { onReadable(fd); });
+    }
 }
 
 void ControlSocket::close(int fd) {

@@ -11,7 +11,8 @@
 
 namespace cabinaudio::server {
 
-/// Takes commands to the running server: one line each, answered by one line, in order.
+/// Takes commands to the running server: one line each, answered by one line, in
+/// order. Nothing more is read from who does not take an answer.
 class ControlSocket {
 public:
     /// Abstract name, without the leading zero byte.
@@ -32,11 +33,16 @@ private:
     struct Connection {
         UniqueFd socket;
         std::string input;
+        std::string output;      // that the other side has not taken yet
+        bool isSending = false;  // and is waited for
     };
 
     void accept(UniqueFd socket);
     void onReadable(int fd);
+    void serve(int fd);
     bool answerLines(Connection& connection);
+    static bool send(Connection& connection);
+    void watch(int fd, Connection& connection);
     void close(int fd);
 
     EventLoop& mLoop;

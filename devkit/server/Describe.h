@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "devkit/server/settings/DescribeSettings.h"
 #include "wire/Settings.h"
 #include "wire/Stream.h"
 

@@ -15,6 +15,22 @@
 #include <vector>
 
 namespace cabinaudio::server {
+namespace {
+
+// Bytes behind the record of a request, by the last word of it.
+std::size_t blockSize(const Operation& operation, std::span<const std::uint8_t> payload) {
+    if (operation.block == Block::None) return 0;
+    std::uint32_t size = 0;
+    std::memcpy(&size, payload.data() + operation.requestSize - sizeof size, sizeof size);
+    return size;
+}
+
+bool isComplete(const Operation& operation, std::span<const std::uint8_t> payload) {
+    return payload.size() >= operation.requestSize &&
+           payload.size() - operation.requestSize >= blockSize(operation, payload);
+}
+
+}  // namespace
 
 void Dispatcher::dispatch(Client& client, std::span<const std::uint8_t> payload) {
     std::uint32_t function = 0;
@@ -25,7 +41,7 @@ void Dispatcher::dispatch(Client& client, std::span<const std::uint8_t> payload)
                      [&](const Operation& candidate) { return candidate.id == function; });
     if (operation == operations.end()) {
         refuse(client, function);
-    } else if (payload.size() < operation->requestSize) {
+    } else if (!isComplete(*operation, payload)) {
         client.fail(format("%s with a payload of %zu bytes", operation->name, payload.size()));
     } else {
         run(client, *operation, payload);
@@ -44,10 +60,12 @@ void Dispatcher::refuse(Client& client, std::uint32_t function) {
 void Dispatcher::run(Client& client, const Operation& operation,
                      std::span<const std::uint8_t> payload) {
     const auto begin = std::chrono::steady_clock::now();
-    std::vector<std::uint8_t> reply(operation.replySize);
+    const bool returnsBlock = operation.block == Block::Returned;
+    std::vector<std::uint8_t> reply(operation.replySize +
+                                    (returnsBlock ? blockSize(operation, payload) : 0));
     Call call{client, mServices};
     try {
-        operation.run(call, payload, reply.data());
+        operation.run(call, payload, reply);
     } catch (const std::exception& error) {
         log::error("%s: %s: %s", client.title().c_str(), operation.name, error.what());
         constexpr std::int32_t status = AUDIO_NO_MEMORY;

@@ -18,17 +18,21 @@ bool anyActive(const StreamRegistry& streams) {
 
 }  // namespace
 
-Mixer::Mixer(EventLoop& loop, StreamRegistry& streams, Output& output, const OutputFormat& format,
-             Pace pace)
+Mixer::Mixer(EventLoop& loop, StreamRegistry& streams, const Settings& settings, Output& output,
+             const OutputFormat& format, Pace pace)
     : mLoop(loop),
       mStreams(streams),
+      mSettings(settings),
       mOutput(output),
       mFormat(format),
       mLargest(largest(format.type)),
       mPace(pace),
-      mClock(loop, [this](std::uint64_t deadlines) { tick(deadlines); }) {}
+      mClock(loop, [this](std::uint64_t deadlines) { tick(deadlines); }),
+      mDucking(format.rate),
+      mLoudspeakers(format.rate, format.channels) {}
 
 void Mixer::update() {
+    mAreSettingsDue = true;
     if (mPace == Pace::Steady) {
         updateClock();
     } else if (!mIsPosted) {
@@ -38,11 +42,13 @@ void Mixer::update() {
 }
 
 void Mixer::updateClock() {
-    if (mStreams.streams().empty() && mIsRunning) {
+    const bool isOver = mStreams.streams().empty() && !isTested();
+    if (mIsRunning && isOver && mLoudspeakers.heldFrames() == 0) {
         mIsRunning = false;
         mClock.stop();
         mOutput.pause();
-    } else if (anyActive(mStreams) && !mIsRunning) {
+        beSilent();
+    } else if (!mIsRunning && (anyActive(mStreams) || isTested())) {
         mIsRunning = true;
         mClock.every(PERIOD);
     }
@@ -54,6 +60,7 @@ void Mixer::tick(std::uint64_t deadlines) {
     for (std::uint64_t i = 0; i < periods; ++i) {
         mixPeriod();
     }
+    updateClock();
 }
 
 void Mixer::mixPeriod() {
@@ -66,23 +73,54 @@ void Mixer::mixPeriod() {
 
 void Mixer::mixRound() {
     mIsPosted = false;
-    const std::size_t frames = addStreams(framesOfPeriod(mFormat.rate), false);
+    const std::size_t period = framesOfPeriod(mFormat.rate);
+    const std::size_t frames = std::max(addStreams(period, false), remainingFrames(period));
     handOver(frames);
-    if (frames > 0) update();  // after whatever else waits
+    if (frames > 0) {
+        update();  // after whatever else waits
+    } else if (mStreams.streams().empty()) {
+        beSilent();
+    }
 }
 
 // @return the longest that a stream has added
 std::size_t Mixer::addStreams(std::size_t frames, bool isSteady) {
     mMix.assign(frames * mFormat.channels, 0.0F);
+    if (mAreSettingsDue) applySettings();
     std::size_t longest = 0;
+    bool isPromptHeard = false;
     for (const auto& stream : mStreams.streams()) {
-        longest = std::max(longest, stream->addTo(mMix, mCounters.frames, isSteady));
+        const std::size_t added = stream->addTo(mMix, mCounters.frames, isSteady);
+        longest = std::max(longest, added);
+        isPromptHeard |= added > 0 && isPrompt(stream->record()) && !stream->isSilenced();
     }
+    if (mDucking.mixed(isPromptHeard, isSteady ? frames : longest)) mAreSettingsDue = true;
     return longest;
 }
 
+void Mixer::applySettings() {
+    mAreSettingsDue = false;
+    const RampFrames ramp = rampOf(*mSettings, mFormat.rate);
+    for (const auto& stream : mStreams.streams()) {
+        stream->setGains(gainsOf(stream->record(), *mSettings, mDucking.isPromptHeard()), ramp);
+    }
+    mLoudspeakers.set(*mSettings);
+}
+
+// Once no stream is left, the delays give back what they hold.
+std::size_t Mixer::remainingFrames(std::size_t most) const {
+    return mStreams.streams().empty() ? std::min(most, mLoudspeakers.heldFrames()) : 0;
+}
+
+// Nothing of the sound until now is left.
+void Mixer::beSilent() {
+    mLoudspeakers.clear();
+    mDucking.reset();
+}
+
 void Mixer::handOver(std::size_t frames) {
-    const auto mix = std::span<const float>(mMix).first(frames * mFormat.channels);
+    const auto mix = std::span(mMix).first(frames * mFormat.channels);
+    mLoudspeakers.process(mix);
     if (frames > 0) {
         mCounters.clippedSamples +=
             static_cast<std::uint64_t>(std::count_if(mix.begin(), mix.end(), [this](float sample) {

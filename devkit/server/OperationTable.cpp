@@ -3,6 +3,11 @@
 #include "devkit/server/Operation.h"
 #include "devkit/server/PlaybackOperations.h"
 #include "devkit/server/VersionOperations.h"
+#include "devkit/server/settings/AppOperations.h"
+#include "devkit/server/settings/EffectOperations.h"
+#include "devkit/server/settings/MixerOperations.h"
+#include "devkit/server/settings/SourceOperations.h"
+#include "devkit/server/settings/VolumeOperations.h"
 
 namespace cabinaudio::server {
 
@@ -21,6 +26,16 @@ std::span<const Operation> operationsOf(audio_connect_type type) {
             return captureOperations();
         case AUDIO_CONNECT_UPLINK:
             return uplinkOperations();
+        case AUDIO_CONNECT_APP_SETTING:
+            return appOperations();
+        case AUDIO_CONNECT_MIXER_SETTING:
+            return mixerOperations();
+        case AUDIO_CONNECT_SOURCE_SETTING:
+            return sourceOperations();
+        case AUDIO_CONNECT_RECORD_CONTROL:
+            return recordControlOperations();
+        case AUDIO_CONNECT_VOLUME_SETTING:
+            return volumeOperations();
         case AUDIO_CONNECT_VERSION_SETTING:
             return versionOperations();
         default:

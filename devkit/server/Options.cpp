@@ -112,6 +112,9 @@ void describeRecords(CLI::App& app, Options& options) {
     app.add_option("--report", options.reportFile,
                    "At the end write what was played, and where in the output it lies, as JSON")
         ->type_name("FILE");
+    app.add_option("--state", options.stateFile,
+                   "Keep the settings in FILE, as JSON: read at the start, written after changes")
+        ->type_name("FILE");
     app.add_flag("--trace", options.isTraced, "Show every request and notification on stdout");
 }
 

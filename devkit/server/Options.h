@@ -25,6 +25,7 @@ struct Options {
     std::optional<std::chrono::milliseconds> uplinkDelay = std::chrono::milliseconds(0);
     std::string stemDirectory;
     std::string reportFile;
+    std::string stateFile;  // empty: settings are not kept
     bool isTraced = false;
     std::string instance;  // empty: as in the environment
     int readyFd = -1;

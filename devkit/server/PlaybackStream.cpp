@@ -30,7 +30,7 @@ PlaybackStream::PlaybackStream(EventLoop& loop, Client& client, Parts parts)
       mStem(std::move(parts.stem)),
       mOutputRate(parts.outputRate),
       mOutputChannels(parts.outputChannels),
-      mMatrix(mRecord->format.channels, parts.outputChannels),
+      mGains(mRecord->format.channels, parts.outputChannels),
       mOnChange(std::move(parts.onChange)) {
     const StreamFormat& format = mRecord->format;
     if (format.rate != mOutputRate) mConverter.emplace(format.channels, format.rate, mOutputRate);
@@ -137,7 +137,7 @@ std::size_t PlaybackStream::addDue(std::span<float> mix, std::size_t wanted,
     const std::uint64_t streamFrame =
         mConverter ? mSoundStart + mConvertedFrames * format.rate / mOutputRate : mRecord->frames;
     const std::size_t frames = pull(wanted);
-    mMatrix.add(mPulled.data(), frames, mix.data());
+    mGains.add(mPulled.data(), frames, mix.data());
     account(outputFrame, streamFrame, frames);
     if (frames < wanted) mFlow = Flow::Dry;
     return frames;

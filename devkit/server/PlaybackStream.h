@@ -3,7 +3,6 @@
 
 #include <cabinaudio/foundation/AudioTypes.h>
 
-#include "devkit/server/ChannelMatrix.h"
 #include "devkit/server/Client.h"
 #include "devkit/server/RateConverter.h"
 #include "devkit/server/RingOffer.h"
@@ -11,6 +10,7 @@
 #include "devkit/server/StreamRecord.h"
 #include "devkit/server/StreamRing.h"
 #include "devkit/server/WavFile.h"
+#include "devkit/server/mix/GainMatrix.h"
 #include "wire/Stream.h"
 
 #include <chrono>
@@ -70,6 +70,12 @@ public:
     void sayRemoved();
 
     // Mixing ---------------------------------------------------------------------
+    /// At once before the first sound after a start.
+    void setGains(const StreamGains& gains, const RampFrames& ramp) {
+        mGains.set(gains, mHasSounded ? ramp : RampFrames());
+    }
+    /// Whether the gains leave nothing of it.
+    [[nodiscard]] bool isSilenced() const { return mGains.isSilent(); }
     /// Adds the next frames to `mix`, at most as many as fit. At a steady pace a stream that has
     /// run dry comes back with a whole period, or with less when nothing more came for a period.
     /// @param mix          whole frames of the output
@@ -116,7 +122,7 @@ private:
     std::unique_ptr<WavFile> mStem;
     std::uint32_t mOutputRate;
     unsigned mOutputChannels;
-    ChannelMatrix mMatrix;
+    GainMatrix mGains;
     std::function<void()> mOnChange;
     std::optional<RingOffer> mOffer;  // of a physical ring
 

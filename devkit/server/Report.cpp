@@ -6,6 +6,7 @@
 #include "devkit/server/ConnectType.h"
 #include "devkit/server/Text.h"
 #include "devkit/server/Version.h"
+#include "devkit/server/settings/SettingsJson.h"
 
 #include <nlohmann/json.hpp>
 
@@ -53,6 +54,7 @@ void describeRing(const ServerRing* ring, const RingOffer* offer, json& result) 
 json describeStream(const Reported& reported, const PlaybackStream& stream) {
     json result = describeRecord(stream.record());
     result["kind"] = stream.isSink() ? "sink" : "track";
+    result["type"] = stream.record().type;
     result["state"] = stream.isActive() ? "active" : "idle";
     result["write_done"] = stream.isWriteDone();
     result["key_shift"] = stream.keyShift();
@@ -121,6 +123,7 @@ json stateOf(const Reported& reported, const std::vector<std::unique_ptr<Client>
     for (const auto& stream : reported.captures.streams()) {
         result["streams"].push_back(describeCapture(*stream));
     }
+    result["settings"] = jsonOf(*reported.settings);
     return result;
 }
 

@@ -6,6 +6,7 @@
 #include "devkit/server/Mixer.h"
 #include "devkit/server/Output.h"
 #include "devkit/server/StreamRegistry.h"
+#include "devkit/server/settings/Settings.h"
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -22,9 +23,10 @@ struct Reported {
     const Mixer& mixer;
     const Output& output;
     const OutputFormat& format;
+    const Settings& settings;
 };
 
-/// The server as it is now: output, clients, streams.
+/// The server as it is now: output, clients, streams, settings.
 nlohmann::json stateOf(const Reported& reported,
                        const std::vector<std::unique_ptr<Client>>& clients);
 

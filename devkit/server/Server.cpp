@@ -5,6 +5,7 @@
 #include "devkit/server/Log.h"
 #include "devkit/server/OutputFactory.h"
 #include "devkit/server/PhysicalMemory.h"
+#include "devkit/server/mix/InputGain.h"
 #include "wire/Frame.h"
 
 #include <nlohmann/json.hpp>
@@ -29,9 +30,12 @@ StreamRegistry::Settings streamSettings(const Options& options,
     return settings;
 }
 
-CaptureRegistry::Settings captureSettings(const Options& options,
+CaptureRegistry::Settings captureSettings(const Options& options, const Settings& set,
                                           ShareMemoryUpdateNotificationCallback* onRead) {
     CaptureRegistry::Settings settings;
+    settings.gain = [&set](AudioTagType tag, std::size_t channel) {
+        return inputGainOf(tag, channel, set->volume);
+    };
     settings.inputs = options.inputs;
     settings.ringPeriods = options.ringPeriods;
     settings.uplinkDelay = options.uplinkDelay;
@@ -56,18 +60,24 @@ Server::Server(const Options& options)
       mOutput(makeOutput(options.output, options.format)),
       mWaker(options.isFast ? std::make_optional<Waker>(mLoop, [this] { wake(); }) : std::nullopt),
       mStreams(mLoop, mPlaces, streamSettings(options, mWaker ? &*mWaker : nullptr)),
-      mMixer(mLoop, mStreams, *mOutput, options.format,
+      mMixer(mLoop, mStreams, mSettings, *mOutput, options.format,
              options.isFast ? Mixer::Pace::Fast : Mixer::Pace::Steady),
-      mCaptures(mLoop, mPlaces, captureSettings(options, mWaker ? &*mWaker : nullptr)),
+      mCaptures(mLoop, mPlaces, captureSettings(options, mSettings, mWaker ? &*mWaker : nullptr)),
       mCaptureClock(mLoop, mCaptures,
                     options.isFast ? CaptureClock::Pace::Fast : CaptureClock::Pace::Steady),
-      mDispatcher({mStreams, mCaptures}, mTrace),
+      mCalibration(mLoop,
+                   [microphone = options.inputs.of(AUDIO_TAG_UPLINK)] {
+                       return openInput(microphone, Calibration::RATE, 1);
+                   }),
+      mDispatcher({mStreams, mCaptures, mSettings, mMixer, mCalibration}, mTrace),
       mRemoteControl(mLoop, mStreams, mCaptures) {
     options.inputs.check();
+    if (!options.stateFile.empty()) mStateFile.emplace(mLoop, options.stateFile, mSettings);
     // What a killed server has left may still be mapped by its clients: they must not write into
     // the rings of this one.
     PhysicalMemory::remove();
     mStreams.setOnChange([this] { mMixer.update(); });
+    mSettings.watch([this] { mMixer.update(); });
     mCaptures.setOnChange([this] { mCaptureClock.update(); });
     addCommands();
 }

@@ -19,6 +19,9 @@
 #include "devkit/server/StreamRegistry.h"
 #include "devkit/server/Trace.h"
 #include "devkit/server/Waker.h"
+#include "devkit/server/settings/Calibration.h"
+#include "devkit/server/settings/Settings.h"
+#include "devkit/server/settings/StateFile.h"
 
 #include <cstdint>
 #include <memory>
@@ -55,7 +58,7 @@ private:
     void erase(const Client& client);
     void sayReady() const;
     [[nodiscard]] Reported reported() const {
-        return {mStreams, mCaptures, mMixer, *mOutput, mOptions.format};
+        return {mStreams, mCaptures, mMixer, *mOutput, mOptions.format, mSettings};
     }
 
     // In the order in which they need each other.
@@ -70,10 +73,13 @@ private:
     std::unique_ptr<Output> mOutput;
     std::optional<Waker> mWaker;  // when there is no clock
     RingPlaces mPlaces;
+    Settings mSettings;
+    std::optional<StateFile> mStateFile;
     StreamRegistry mStreams;
     Mixer mMixer;
     CaptureRegistry mCaptures;
     CaptureClock mCaptureClock;
+    Calibration mCalibration;
     Dispatcher mDispatcher;
     RemoteControl mRemoteControl;
     std::uint32_t mLastHandle = 0;

@@ -3,13 +3,19 @@
 
 namespace cabinaudio::server {
 
+class Calibration;
 class CaptureRegistry;
+class Mixer;
+class Settings;
 class StreamRegistry;
 
 /// What the operations work on.
 struct Services {
     StreamRegistry& streams;
     CaptureRegistry& captures;
+    Settings& settings;
+    Mixer& mixer;
+    Calibration& calibration;
 };
 
 }  // namespace cabinaudio::server

@@ -20,6 +20,7 @@ struct Segment {
 struct StreamRecord {
     std::string name;
     std::uint32_t tag;
+    std::string type;  // of the stream, see settings/StreamTypes.h
     StreamFormat format;
     std::int32_t pid;
     std::string stem;                   // file that got its frames, if any

@@ -8,6 +8,7 @@
 #include "devkit/server/Log.h"
 #include "devkit/server/Period.h"
 #include "devkit/server/Text.h"
+#include "devkit/server/settings/StreamTypes.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -49,6 +50,7 @@ void StreamRegistry::add(Client& client, const wire::CreateRequest& request,
     auto record = std::make_shared<StreamRecord>();
     record->name = client.name();
     record->tag = request.tag;
+    record->type = streamTypeOf(static_cast<AudioTagType>(request.tag), request.streamParam);
     record->format = format;
     record->pid = request.pid;
     auto makeAnother = [this, &client, size = ring->size(), frameBytes = format.frameBytes()] {

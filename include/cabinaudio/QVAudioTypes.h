@@ -13,6 +13,7 @@ enum audio_out_path_id_e : std::int32_t {
     AUDIO_OUT_PATH_NONE = 0,
     AUDIO_OUT_PATH_MAIN = 1,
     AUDIO_OUT_PATH_ALTERNATIVE = 2,
+    AUDIO_OUT_PATH_SECOND = 4,
     AUDIO_OUT_PATH_AUXILIARY = 8,
 };
 

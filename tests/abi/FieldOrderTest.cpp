@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The private fields of the capture streams lie in memory in an order that debuggers' scripts and
-// crash dumps know.
+// The private fields of the capture streams and of the settings lie in memory in an order that
+// debuggers' scripts and crash dumps know.
+#include <cabinaudio/client/ClientAppSetting.h>
+#include <cabinaudio/client/ClientMixerSetting.h>
 #include <cabinaudio/client/ClientRecord.h>
+#include <cabinaudio/client/ClientRecordControl.h>
 #include <cabinaudio/client/ClientRecordRt.h>
+#include <cabinaudio/client/ClientSourceSetting.h>
+#include <cabinaudio/client/ClientVolumeSetting.h>
 
 #include <gtest/gtest.h>
 
@@ -55,6 +60,14 @@ template struct Look<
     &ClientRecordRt::mPerLoopTime, &ClientRecordRt::mHeaderSize, &ClientRecordRt::mCodecExtra1,
     &ClientRecordRt::mCodecExtra2>;
 
+template struct Look<ClientSourceSetting, &ClientSourceSetting::mRc,
+                     &ClientSourceSetting::mOutPutSourceName,
+                     &ClientSourceSetting::mInputDestinationName>;
+template struct Look<ClientVolumeSetting, &ClientVolumeSetting::mRc>;
+template struct Look<ClientAppSetting, &ClientAppSetting::mRc>;
+template struct Look<ClientMixerSetting, &ClientMixerSetting::mRc>;
+template struct Look<ClientAudioRecordControl, &ClientAudioRecordControl::mRc>;
+
 TEST(ARecordsFields, LieInTheirOrderBehindTheTwoBases) {
     const std::vector<std::ptrdiff_t>& at = offsetsOf<ClientRecord>();
     ASSERT_EQ(at.size(), 16U);
@@ -67,6 +80,17 @@ TEST(AnUplinksFields, LieInTheirOrderBehindTheTwoBases) {
     ASSERT_EQ(at.size(), 24U);
     EXPECT_TRUE(std::is_sorted(at.begin(), at.end())) << ::testing::PrintToString(at);
     EXPECT_EQ(at.front(), static_cast<std::ptrdiff_t>(2 * sizeof(void*)));
+}
+
+TEST(ASettingsFields, LieInTheirOrderBehindTheVirtualTable) {
+    constexpr std::ptrdiff_t POINTER = sizeof(void*);
+    const std::vector<std::ptrdiff_t> onlyConnection = {POINTER};
+    const std::vector<std::ptrdiff_t> ofSources = {POINTER, 2 * POINTER, 2 * POINTER + 64};
+    EXPECT_EQ(offsetsOf<ClientVolumeSetting>(), onlyConnection);
+    EXPECT_EQ(offsetsOf<ClientAppSetting>(), onlyConnection);
+    EXPECT_EQ(offsetsOf<ClientMixerSetting>(), onlyConnection);
+    EXPECT_EQ(offsetsOf<ClientAudioRecordControl>(), onlyConnection);
+    EXPECT_EQ(offsetsOf<ClientSourceSetting>(), ofSources);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <cabinaudio/client/ClientVersionSetting.h>
 #include <cabinaudio/foundation/AudioThread.h>
 
+#include "tests/abi/Slots.h"
 #include "tests/support/LogCapture.h"
 
 #include <gtest/gtest.h>
@@ -19,21 +20,11 @@
 
 namespace {
 
+using cabinaudio::test::called;
+using cabinaudio::test::gCalled;
 using cabinaudio::test::LogCapture;
-
-template <typename Function>
-Function* slot(void* object, std::size_t index) {
-    return reinterpret_cast<Function*>((*static_cast<void***>(object))[index]);
-}
-
-using Plain = int(void*);
-
-std::string gCalled;
-
-int called(const char* name) {
-    gCalled = name;
-    return 0;
-}
+using cabinaudio::test::Plain;
+using cabinaudio::test::slot;
 
 AudioFormatDesc gFormat = {0, 48000, 0, AUDIO_CHANNEL_MAP_2, 0, AUDIO_BIT_DEPTH_16};
 

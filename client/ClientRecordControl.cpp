@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cabinaudio/client/ClientRecordControl.h>
+#include <cabinaudio/link/RemoteCall.h>
+
+#include "client/EffectBlock.h"
+#include "client/Setting.h"
+#include "foundation/Make.h"
+#include "wire/Settings.h"
+
+using namespace cabinaudio::setting;
+using cabinaudio::id;
+using Function = cabinaudio::wire::RecordControlFunction;
+
+ClientAudioRecordControl::ClientAudioRecordControl() noexcept
+    : mRc(cabinaudio::make<RemoteCall>(AUDIO_CONNECT_RECORD_CONTROL, nullptr, nullptr, nullptr)) {}
+
+ClientAudioRecordControl::~ClientAudioRecordControl() {
+    delete mRc;
+}
+
+int ClientAudioRecordControl::set(const char* tag, const char* effect,
+                                  const audio::effect_param_t& parameter) {
+    if (tag == nullptr || effect == nullptr) return refuse(AUDIO_LOG_SITE);
+    return setEffect(*mRc, AUDIO_LOG_SITE, id(Function::Set), tag, effect, parameter);
+}
+
+int ClientAudioRecordControl::get(const char* tag, const char* effect,
+                                  audio::effect_param_t& parameter) {
+    if (tag == nullptr || effect == nullptr) return refuse(AUDIO_LOG_SITE);
+    return getEffect(*mRc, AUDIO_LOG_SITE, id(Function::Get), tag, effect, parameter);
+}

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/server/mix/DelayLine.h"
+#include "devkit/server/mix/Meter.h"
+#include "devkit/server/mix/SpeakerTest.h"
+#include "devkit/server/settings/Settings.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace cabinaudio::server {
+
+/// The way of the sum to the loudspeakers.
+///
+///     sum -> speaker test -> delays -> meter
+class LoudspeakerPath {
+public:
+    LoudspeakerPath(std::uint32_t rate, unsigned channels);
+
+    void set(const SettingsData& settings);
+    /// @param mix  whole frames
+    void process(std::span<float> mix);
+    /// There is a pause: what was on its way is forgotten.
+    void clear();
+
+    /// Frames of sound that the delays still hold.
+    [[nodiscard]] std::size_t heldFrames() const;
+    [[nodiscard]] Meter& meter() { return mMeter; }
+
+private:
+    void delay(std::span<float> mix);
+
+    std::uint32_t mRate;
+    SpeakerTest mTest;
+    std::vector<DelayLine> mDelays;  // one for each channel
+    std::size_t mLongestDelay = 0;   // frames
+    std::size_t mSilentFrames;       // since sound came in
+    Meter mMeter;
+};
+
+}  // namespace cabinaudio::server

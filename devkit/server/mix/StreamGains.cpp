@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/mix/StreamGains.h"
+
+#include <cabinaudio/foundation/AudioTypes.h>
+
+#include "devkit/server/mix/Loudspeaker.h"
+#include "devkit/server/settings/GainCurve.h"
+
+#include <algorithm>
+#include <string>
+
+namespace cabinaudio::server {
+namespace {
+
+constexpr const char* NAVIGATION = "navigation";
+constexpr float LONGEST_RAMP_MS = 60'000;
+
+AudioTagType tagOf(const StreamRecord& stream) {
+    return static_cast<AudioTagType>(stream.tag);
+}
+
+audio::audio_out_path_id_e pathOf(AudioTagType tag) {
+    switch (tag) {
+        case AUDIO_TAG_MAIN:
+            return audio::AUDIO_OUT_PATH_MAIN;
+        case AUDIO_TAG_ALTERNATIVE:
+            return audio::AUDIO_OUT_PATH_ALTERNATIVE;
+        case AUDIO_TAG_OUTPUT_INVOCATION:
+            return audio::AUDIO_OUT_PATH_SECOND;
+        default:
+            return audio::AUDIO_OUT_PATH_AUXILIARY;
+    }
+}
+
+float pathFactor(AudioTagType tag, const VolumeSettings& volume) {
+    const auto path = static_cast<std::uint32_t>(pathOf(tag));
+    if ((volume.mutedPaths & path) != 0) return 0.0F;
+    if (tag == AUDIO_TAG_ALTERNATIVE) return gain::factorOf(volume.alternative);
+    return tag == AUDIO_TAG_OUTPUT_INVOCATION ? gain::factorOf(volume.second) : 1.0F;
+}
+
+float typeFactor(const std::string& type, const SettingsData& settings) {
+    if (type == NAVIGATION && settings.mixer.navigationMode == 0) return 0.0F;
+    const auto found = settings.volume.streamTypes.find(type);
+    return found != settings.volume.streamTypes.end() ? gain::factorOf(found->second) : 1.0F;
+}
+
+void applyTrack(const StreamRecord& stream, const VolumeSettings& volume, StreamGains& gains) {
+    const auto found = volume.tracks.find({AudioTypes::getTag(tagOf(stream)), stream.name});
+    if (found == volume.tracks.end()) return;
+    gains.common *= gain::factorOf(found->second.gain);
+    std::transform(found->second.channels.begin(), found->second.channels.end(),
+                   gains.inputs.begin(), gain::factorOf);
+}
+
+void applyMixer(const MixerSettings::Gains& mixer, StreamGains& gains) {
+    for (std::size_t i = 0; i < mixer.size(); ++i)
+        gains.loudspeakers[i] *= gain::factorOf(mixer[i]);
+}
+
+void applyChannels(const VolumeSettings& volume, StreamGains& gains) {
+    for (std::size_t i = 0; i < volume.channels.size(); ++i)
+        gains.loudspeakers[i] *= gain::factorOf(volume.channels[i]);
+}
+
+void applyMask(std::uint32_t speakers, StreamGains& gains) {
+    for (std::size_t i = 0; i < gains.loudspeakers.size(); ++i) {
+        if ((speakers & maskOf(i)) == 0) gains.loudspeakers[i] = 0.0F;
+    }
+}
+
+// Not-a-number is no time at all.
+std::size_t framesOf(float ms, std::uint32_t rate) {
+    if (!(ms > 0.0F)) return 0;
+    return static_cast<std::size_t>(std::min(ms, LONGEST_RAMP_MS) * static_cast<float>(rate) /
+                                    1000.0F);
+}
+
+}  // namespace
+
+float StreamGains::factor(std::size_t input, std::size_t output, std::size_t outputs) const {
+    const float ofInput = input < inputs.size() ? common * inputs[input] : common;
+    if (outputs == 1) return ofInput * (loudspeakers[0] + loudspeakers[1]) / 2.0F;
+    return output < loudspeakers.size() ? ofInput * loudspeakers[output] : ofInput;
+}
+
+StreamGains gainsOf(const StreamRecord& stream, const SettingsData& settings, bool isPromptHeard) {
+    const AudioTagType tag = tagOf(stream);
+    StreamGains gains;
+    gains.isUpMixed = settings.mixer.upMixMode == 1;
+    gains.common = gain::factorOf(settings.volume.master) * pathFactor(tag, settings.volume) *
+                   typeFactor(stream.type, settings);
+    applyTrack(stream, settings.volume, gains);
+    if (stream.type == NAVIGATION) applyMixer(settings.mixer.navigation, gains);
+    if (tag == AUDIO_TAG_ALTERNATIVE) applyMixer(settings.mixer.alternative, gains);
+    if (tag == AUDIO_TAG_MAIN) {
+        gains.common *= duckingOf(settings.volume, isPromptHeard);
+        applyChannels(settings.volume, gains);
+    }
+    applyMask(settings.source.speakers, gains);
+    return gains;
+}
+
+float duckingOf(const VolumeSettings& volume, bool isPromptHeard) {
+    const float asked = static_cast<float>(100 - std::min(volume.duckPercent, 100U)) / 100.0F;
+    if (volume.duckingMode != 1 || !isPromptHeard) return asked;
+    return std::min(asked, gain::factorOf(volume.duckingTarget));
+}
+
+bool isPrompt(const StreamRecord& stream) {
+    if (stream.tag == AUDIO_TAG_MAIN) return false;  // it would give way to itself
+    return stream.tag == AUDIO_TAG_ALTERNATIVE || stream.type == NAVIGATION;
+}
+
+RampFrames rampOf(const SettingsData& settings, std::uint32_t rate) {
+    if (!settings.source.isAutoRamped) return {};
+    return {framesOf(settings.volume.rampUpMs, rate), framesOf(settings.volume.rampDownMs, rate)};
+}
+
+}  // namespace cabinaudio::server

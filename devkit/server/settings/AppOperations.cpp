@@ -1,0 +1,172 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/settings/AppOperations.h"
+
+#include <cabinaudio/foundation/AudioStatus.h>
+
+#include "devkit/server/Mixer.h"
+#include "devkit/server/Period.h"
+#include "devkit/server/PlaybackStream.h"
+#include "devkit/server/Services.h"
+#include "devkit/server/StreamRegistry.h"
+#include "devkit/server/settings/EffectOperations.h"
+#include "devkit/server/settings/Level.h"
+#include "devkit/server/settings/Limits.h"
+#include "devkit/server/settings/Names.h"
+#include "devkit/server/settings/Settings.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <iterator>
+#include <vector>
+
+namespace cabinaudio::server {
+namespace {
+
+const AppSettings& appOf(const Call& call) {
+    return call.services.settings->app;
+}
+
+// @return the status of a request that is accepted
+template <typename Change>
+std::int32_t change(Call& call, Change make) {
+    call.services.settings.change([&](SettingsData& data) { make(data.app); });
+    return AUDIO_NO_ERROR;
+}
+
+template <std::int32_t AppSettings::*VALUE>
+std::int32_t setNumber(Call& call, const wire::NumberRequest& request, wire::StatusReply&) {
+    return change(call, [&](AppSettings& app) { app.*VALUE = request.value; });
+}
+
+template <std::int32_t AppSettings::*VALUE>
+std::int32_t getNumber(Call& call, const wire::FunctionRequest&, wire::NumberReply& reply) {
+    reply.value = appOf(call).*VALUE;
+    return AUDIO_NO_ERROR;
+}
+
+// ---- What is heard ------------------------------------------------------------------------------
+
+template <std::array<float, 4> Levels::*LEVELS>
+std::int32_t getLevels(Call& call, const wire::FunctionRequest&, wire::LevelsReply& reply) {
+    const auto levels = call.services.mixer.meter().levels();
+    std::transform((levels.*LEVELS).begin(), (levels.*LEVELS).end(), std::begin(reply.levels),
+                   millionths);
+    return AUDIO_NO_ERROR;
+}
+
+// ---- Delays -------------------------------------------------------------------------------------
+
+std::int32_t setSpeakerDelay(Call& call, const wire::ChannelNumberRequest& request,
+                             wire::StatusReply&) {
+    const std::int32_t us = request.value;
+    if (!isLoudspeakers(request.channels) || us < 0 || us > SPEAKER_DELAY_MAX_US)
+        return AUDIO_BAD_VALUE;
+    return change(call, [&](AppSettings& app) {
+        for (std::size_t i = 0; i < app.speakerDelaysUs.size(); ++i)
+            if ((request.channels >> i & 1) != 0)
+                app.speakerDelaysUs[i] = static_cast<std::uint32_t>(us);
+    });
+}
+
+std::int32_t getSpeakerDelay(Call& call, const wire::ChannelRequest& request,
+                             wire::DelayReply& reply) {
+    const auto loudspeaker = loudspeakerOf(request.channels);
+    if (!loudspeaker) return AUDIO_BAD_VALUE;
+    reply.delay = static_cast<float>(appOf(call).speakerDelaysUs[*loudspeaker]) / 1000.0F;
+    return AUDIO_NO_ERROR;
+}
+
+// How long what a client writes now takes to be handed to the output: what is queued before it, and
+// the period that it waits for. 0 when nothing plays.
+std::int32_t downlinkDelayMs(const StreamRegistry& streams) {
+    std::uint64_t longest = 0;
+    for (const auto& stream : streams.streams()) {
+        if (!stream->isActive() || stream->ring() == nullptr) continue;
+        const std::uint64_t queued = stream->ring()->usedFrames();
+        const auto period = static_cast<std::uint64_t>(PERIOD.count());
+        longest = std::max(longest, queued * 1000 / stream->record().format.rate + period);
+    }
+    return static_cast<std::int32_t>(longest);
+}
+
+std::int32_t setDelayEstimation(Call& call, const wire::FunctionRequest&, wire::StatusReply&) {
+    const std::int32_t ms = downlinkDelayMs(call.services.streams);
+    return change(call, [&](AppSettings& app) { app.downlinkDelayMs = ms; });
+}
+
+template <bool IS_ON>
+std::int32_t switchBypass(Call& call, const wire::FunctionRequest&, wire::StatusReply&) {
+    return change(call, [](AppSettings& app) { app.isBypassed = IS_ON; });
+}
+
+std::int32_t setDacGain(Call& call, const wire::NumberRequest& request, wire::StatusReply&) {
+    return change(
+        call, [&](AppSettings& app) { app.dacGain = static_cast<std::uint32_t>(request.value); });
+}
+
+// ---- Records that are remembered whole, by their first word -------------------------------------
+
+template <auto RECORDS, typename Request>
+std::int32_t setRecord(Call& call, const Request& request, wire::StatusReply&) {
+    const auto& records = appOf(call).*RECORDS;
+    const std::uint32_t selector = request.value.selector;
+    if (records.size() >= MOST_REMEMBERED && records.count(selector) == 0) return AUDIO_NO_MEMORY;
+    const auto* begin = reinterpret_cast<const std::uint8_t*>(&request.value);
+    return change(call, [&](AppSettings& app) {
+        (app.*RECORDS)[selector].assign(begin, begin + sizeof request.value);
+    });
+}
+
+// One that was never set is zeros behind its selector.
+template <auto RECORDS, typename Reply>
+std::int32_t getRecord(Call& call, const wire::NumberRequest& request, Reply& reply) {
+    const auto& records = appOf(call).*RECORDS;
+    const auto selector = static_cast<std::uint32_t>(request.value);
+    const auto found = records.find(selector);
+    reply.value.selector = selector;
+    if (found != records.end()) std::memcpy(&reply.value, found->second.data(), sizeof reply.value);
+    return AUDIO_NO_ERROR;
+}
+
+using Id = wire::AppFunction;
+using A = AppSettings;
+constexpr std::array OPERATIONS = {
+    operation<&getLevels<&Levels::bands>>(Id::GetSpectrum, "getEqualizerSpectrum"),
+    operation<&getLevels<&Levels::rms>>(Id::GetOutputEnergy, "getOutPutDataEnergy"),
+    operation<&setSpeakerDelay>(Id::SetSpeakerDelay, "setSpeakerDelay"),
+    operation<&getSpeakerDelay>(Id::GetSpeakerDelay, "getSpeakerDelay"),
+    operation<&setNumber<&A::echoQuality>>(Id::SetEchoQuality, "setQualityOfAEC"),
+    operation<&getNumber<&A::echoQuality>>(Id::GetEchoQuality, "getQualityOfAEC"),
+    operation<&switchBypass<true>>(Id::EnableBypass, "enableByPassMode"),
+    operation<&switchBypass<false>>(Id::DisableBypass, "disableByPassMode"),
+    operation<&setRecord<&A::equalizers, wire::EqualizerRequest>>(Id::SetEqualizer, "setEqualizer"),
+    operation<&getRecord<&A::equalizers, wire::EqualizerReply>>(Id::GetEqualizer, "getEqualizer"),
+    operation<&setDelayEstimation>(Id::SetDelayEstimation, "setDownlinkDelayEstimation"),
+    operation<&getNumber<&A::downlinkDelayMs>>(Id::GetDelayEstimation,
+                                               "getDownlinkDelayEstimation"),
+    operation<&setNumber<&A::duplex>>(Id::SetDuplex, "setDuplexOfAEC"),
+    operation<&getNumber<&A::duplex>>(Id::GetDuplex, "getDuplexOfAEC"),
+    operation<&setNumber<&A::noiseReduction>>(Id::SetNoiseReduction, "setNRAttenuation"),
+    operation<&getNumber<&A::noiseReduction>>(Id::GetNoiseReduction, "getNRAttenuation"),
+    operation<&setRecord<&A::nonLinear, wire::NonLinearRequest>>(Id::SetNonLinear, "setNLPConfig"),
+    operation<&getRecord<&A::nonLinear, wire::NonLinearReply>>(Id::GetNonLinear, "getNLPConfig"),
+    operation<&setRecord<&A::handsfreeEqualizers, wire::HandsfreeEqualizerRequest>>(
+        Id::SetHandsfreeEqualizer, "setHandsfreeEQ"),
+    operation<&getRecord<&A::handsfreeEqualizers, wire::HandsfreeEqualizerReply>>(
+        Id::GetHandsfreeEqualizer, "getHandsfreeEQ"),
+    operation<&setDacGain>(Id::SetDacGain, "setDACGainControl"),
+    operation<&setNumber<&A::reverbMode>>(Id::SetReverbMode, "setReverbMode"),
+    operation<&setPlaybackEffectEnabled>(Id::SetEffectEnabled, "setEffectEnabled"),
+    operation<&getPlaybackEffectEnabled>(Id::GetEffectEnabled, "getEffectEnabled"),
+    operation<&setPlaybackEffect>(Id::SetEffectParameter, "setEffectParameter"),
+    operation<&getPlaybackEffect>(Id::GetEffectParameter, "getEffectParameter"),
+};
+
+}  // namespace
+
+std::span<const Operation> appOperations() {
+    return OPERATIONS;
+}
+
+}  // namespace cabinaudio::server

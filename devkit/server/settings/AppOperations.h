@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/server/Operation.h"
+
+#include <span>
+
+namespace cabinaudio::server {
+
+/// Requests of application-setting connections.
+std::span<const Operation> appOperations();
+
+}  // namespace cabinaudio::server

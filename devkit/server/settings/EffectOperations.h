@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/server/Operation.h"
+
+#include <cstdint>
+#include <span>
+
+namespace cabinaudio::server {
+
+// Requests about the effects of playback streams, on application-setting connections. An effect has
+// a name and belongs to a tag.
+std::int32_t setPlaybackEffectEnabled(Call& call, const wire::EffectSwitchRequest& request,
+                                      wire::StatusReply& reply);
+std::int32_t getPlaybackEffectEnabled(Call& call, const wire::TwoNamesRequest& request,
+                                      wire::SwitchReply& reply);
+std::int32_t setPlaybackEffect(Call& call, const wire::EffectRequest& request,
+                               std::span<const std::uint8_t> parameter, wire::StatusReply& reply);
+std::int32_t getPlaybackEffect(Call& call, const wire::EffectRequest& request,
+                               wire::EffectReply& reply, std::span<std::uint8_t> parameter);
+
+/// Requests of record-control connections: the effects of capture streams.
+std::span<const Operation> recordControlOperations();
+
+}  // namespace cabinaudio::server

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/server/Operation.h"
+
+#include <span>
+
+namespace cabinaudio::server {
+
+/// Requests of mixer connections.
+std::span<const Operation> mixerOperations();
+
+}  // namespace cabinaudio::server

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace cabinaudio::server {
+
+/// What a mixer connection sets.
+struct MixerSettings {
+    /// Gains with which something is mixed into LF, RF, LS and RS, in dB.
+    using Gains = std::array<float, 4>;
+
+    std::uint32_t upMixMode = 0;       // 1: stereo also plays at the back
+    std::uint32_t navigationMode = 1;  // 0: navigation streams are not heard
+    Gains navigation{};                // of the stream type "navigation"
+    Gains alternative{};               // of the tag "alternative"
+    std::uint32_t hardwareMix = 0;     // mask of channels; remembered only
+};
+
+}  // namespace cabinaudio::server

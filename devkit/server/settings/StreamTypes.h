@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/foundation/AudioTypes.h>
+
+#include <array>
+#include <cstdint>
+
+namespace cabinaudio::server {
+
+/// Stream types have names here. A client chooses one with its stream parameter: the number of the
+/// row, counted from 1. Any other number leaves it to the stream's tag.
+constexpr std::array STREAM_TYPES = {"media", "navigation", "call", "voice", "alarm", "system"};
+
+[[nodiscard]] constexpr const char* streamTypeOf(AudioTagType tag, std::int32_t parameter) {
+    if (parameter >= 1 && parameter <= static_cast<std::int32_t>(STREAM_TYPES.size()))
+        return STREAM_TYPES[static_cast<std::size_t>(parameter) - 1];
+    switch (tag) {
+        case AUDIO_TAG_ALTERNATIVE:
+            return "navigation";
+        case AUDIO_TAG_AUXILIARY:
+            return "system";
+        case AUDIO_TAG_MAIN:
+            return "media";
+        default:
+            return "voice";
+    }
+}
+
+}  // namespace cabinaudio::server

@@ -1,0 +1,209 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/QVAudioSettingTypes.h>
+#include <cabinaudio/foundation/AudioExport.h>
+
+#include <string>
+#include <type_traits>
+#include <vector>
+
+namespace audio::QVAudioSetting {
+
+/// Numbers of a type that is neither `unsigned char` nor `float`; `bool` is no volume.
+template <typename Number>
+using OtherNumber =
+    std::enable_if_t<std::is_arithmetic_v<Number> && !std::is_same_v<Number, bool>, int>;
+
+/// What such a number means: a whole one steps, any other dB. Whole numbers that are no
+/// `unsigned char` become 255, which every operation refuses.
+template <typename Number>
+constexpr auto volumeOf(Number number) {
+    if constexpr (std::is_floating_point_v<Number>)
+        return static_cast<float>(number);
+    else
+        return static_cast<unsigned char>(static_cast<unsigned long long>(number) > 255 ? 255
+                                                                                        : number);
+}
+
+/// Volumes, mutes, ducking, fade and balance, and the microphone's gains. Statuses, waits and
+/// threads: QVAudioSetting.h.
+///
+/// Volumes come in steps (0 to 148) and in dB (-103.5 to 24.0, a step is half a dB and 0 is
+/// silence). `unsigned char` means steps, `float` means dB. Where both are taken, a whole number of
+/// any type means steps and any other number dB: setMasterVolume(100), setMasterVolume(-10.5).
+/// Operations by stream type have two names instead and convert as the language does, unchecked:
+/// keep steps within 0 to 255. Pointers to results are never converted, and a literal null for one
+/// has to be cast: `static_cast<float*>(nullptr)`.
+///
+/// Output paths are named "main", "second", "alternative" and "auxiliary"; texts are shorter than
+/// 64 bytes. A class that overrides one of several operations of a name hides the others:
+/// `using Volume::setMasterVolume;` brings them back.
+class CABINAUDIO_API Volume {
+public:
+    /// How the main audio gives way. @param mode  the server's number
+    virtual int setMainAudioDunkingMode(unsigned mode) = 0;
+    /// How far it gives way. @param volume  0 to 100
+    virtual int setMainAudioDunkingTargetGain(unsigned char volume) = 0;
+    /// As above. @param dB  -103.5 to 0.0
+    virtual int setMainAudioDunkingTargetGain(float dB) = 0;
+    /// As above. @param volume  whole numbers are 0 to 100, others dB
+    template <typename Number, OtherNumber<Number> = 0>
+    int setMainAudioDunkingTargetGain(Number volume) {
+        return setMainAudioDunkingTargetGain(volumeOf(volume));
+    }
+
+    /// @param volume  0 to 148 steps
+    virtual int setMasterVolume(unsigned char volume) = 0;
+    /// @param dB  -103.5 to 24.0
+    virtual int setMasterVolume(float dB) = 0;
+    /// As above. @param volume  whole numbers are steps, others dB
+    template <typename Number, OtherNumber<Number> = 0>
+    int setMasterVolume(Number volume) {
+        return setMasterVolume(volumeOf(volume));
+    }
+    /// @param volume  gets the steps; null is refused
+    virtual int getMasterVolume(unsigned char* volume) = 0;
+    /// @param dB  gets the gain; null is refused
+    virtual int getMasterVolume(float* dB) = 0;
+
+    /// @param gain  channel and steps, 0 to 148; null is refused
+    virtual int setChannelGain(audio_channel_gain_t* gain) = 0;
+    /// Gain of a channel. @param dB  -103.5 to 24.0
+    virtual int setChannelGain(audio_channel_idx_e channel, float dB) = 0;
+    /// @param gain  says which channel and gets channel and steps; null and channel 65535 are
+    /// refused
+    virtual int getChannelGain(audio_channel_gain_t* gain) = 0;
+    /// @param dB  gets the gain; null is refused
+    virtual int getChannelGain(audio_channel_idx_e channel, float* dB) = 0;
+
+    /// @param tag     "main", "alternative" or "auxiliary"
+    /// @param name    of the track; texts of 64 bytes or more and null ones are refused
+    /// @param volume  0 to 148 steps
+    virtual int setTrackVolume(const char* tag, const char* name, unsigned char volume) = 0;
+    /// As above. @param dB  -103.5 to 24.0
+    virtual int setTrackVolume(const char* tag, const char* name, float dB) = 0;
+    /// As above. @param volume  whole numbers are steps, others dB
+    template <typename Number, OtherNumber<Number> = 0>
+    int setTrackVolume(const char* tag, const char* name, Number volume) {
+        return setTrackVolume(tag, name, volumeOf(volume));
+    }
+    /// @param volume  gets the steps; no pointer may be null
+    virtual int getTrackVolume(const char* tag, const char* name, unsigned char* volume) = 0;
+    /// @param dB  gets the gain; no pointer may be null
+    virtual int getTrackVolume(const char* tag, const char* name, float* dB) = 0;
+
+    /// Deprecated, without effect. @return 0
+    virtual int setSourceLevel(const char* tag, const char* name, float level) = 0;
+    /// Deprecated, without effect. @return 0
+    virtual int getSourceLevel(const char* tag, const char* name, float* level) = 0;
+
+    /// Mutes an output path. @param tag  one of the four; others and null are refused
+    /// @param option  forwarded to the server
+    virtual int mute(const char* tag, bool option) = 0;
+    /// Makes it heard again. @param option  forwarded to the server
+    virtual int demute(const char* tag, bool option) = 0;
+
+    /// Distributes the sound over the seats. Sends four channel gains; nothing is rolled back when
+    /// one fails.
+    /// @param fade     -stepMax (all at the back) to stepMax (all at the front)
+    /// @param balance  -stepMax (all at the left) to stepMax (all at the right)
+    /// @param stepMax  2 to 100
+    /// @return 0, or the bitwise OR of the four statuses: good for a test against 0 only
+    virtual int setFadeBalance(int fade, int balance, unsigned stepMax) = 0;
+
+    /// Gain of the telephone's uplink in dB, which only the server checks.
+    virtual int setUpLinkGain(float dB) = 0;
+
+    /// Programmable gain of a converter's input, in dB for left and right, which only the server
+    /// checks. @param input  0 or 1
+    virtual int setAdcPgaGain(audio_input_mux_id_e input, float left, float right) = 0;
+    /// A null pointer drops its side; the same below.
+    virtual int getAdcPgaGain(audio_input_mux_id_e input, float* left, float* right) = 0;
+    /// Gain of the operational amplifier in front of it.
+    virtual int setAdcOpGain(audio_input_mux_id_e input, float left, float right) = 0;
+    virtual int getAdcOpGain(audio_input_mux_id_e input, float* left, float* right) = 0;
+
+    /// Gain of the microphones in whole dB, -24 to 46, rounded down and split over both amplifiers
+    /// by gmic_gain_table. Two requests; the second one is not sent when the first one fails, and
+    /// nothing is rolled back when the second fails.
+    virtual int setMicAnalogGain(float left, float right) = 0;
+    /// The sum of both amplifiers, rounded up to whole dB. Two requests; nothing is stored when one
+    /// fails, and the status is that one's.
+    virtual int getMicAnalogGain(float* left, float* right) = 0;
+
+    /// Volume of the second audio. @param volume  0 to 148 steps
+    virtual int setSecondAudioVolume(unsigned char volume) = 0;
+    /// As above. @param dB  -103.5 to 24.0
+    virtual int setSecondAudioVolume(float dB) = 0;
+    /// As above. @param volume  whole numbers are steps, others dB
+    template <typename Number, OtherNumber<Number> = 0>
+    int setSecondAudioVolume(Number volume) {
+        return setSecondAudioVolume(volumeOf(volume));
+    }
+    /// @param volume  gets the steps; null is refused
+    virtual int getSecondAudioVolume(unsigned char* volume) = 0;
+    /// @param dB  gets the gain; null is refused
+    virtual int getSecondAudioVolume(float* dB) = 0;
+
+    /// Volume of the alternative audio. @param volume  0 to 148 steps
+    virtual int setAlterAudioVolume(unsigned char volume) = 0;
+    /// As above. @param dB  -103.5 to 24.0
+    virtual int setAlterAudioVolume(float dB) = 0;
+    /// As above. @param volume  whole numbers are steps, others dB
+    template <typename Number, OtherNumber<Number> = 0>
+    int setAlterAudioVolume(Number volume) {
+        return setAlterAudioVolume(volumeOf(volume));
+    }
+    /// @param volume  gets the steps; null is refused
+    virtual int getAlterAudioVolume(unsigned char* volume) = 0;
+    /// @param dB  gets the gain; null is refused
+    virtual int getAlterAudioVolume(float* dB) = 0;
+
+    /// @param dB  gets the gain; null is refused
+    virtual int getUpLinkGain(float* dB) = 0;
+
+    /// @param muted  gets whether an output path is muted
+    virtual int getMuteState(const char* tag, bool& muted) = 0;
+
+    /// Volume of all streams of a type.
+    /// @param type    null is refused. Setters send 64 bytes at most, getters 63
+    /// @param volume  0 to 148 steps
+    virtual int setVolumeByStreamType(const char* type, unsigned char volume) = 0;
+    /// @param volume  gets the steps
+    virtual int getVolumeByStreamType(const char* type, unsigned char& volume) = 0;
+    /// Appends the names of the stream types to `list`, 32 at most.
+    virtual int getStreamTypeList(std::vector<std::string>& list) = 0;
+
+    /// Lowers what is not a prompt. @param percent  0 to 100
+    virtual int duck(int percent) = 0;
+    /// Brings it back.
+    virtual int unduck() = 0;
+
+    /// mute() or demute() of a path. @param path  audio_out_path_id_e
+    virtual int setMute(unsigned path, bool muted) = 0;
+
+    /// Gain of all streams of a type. @param dB  -103.5 to 24.0
+    virtual int setGainByStreamType(const char* type, float dB) = 0;
+    /// @param dB  gets the gain
+    virtual int getGainByStreamType(const char* type, float& dB) = 0;
+
+    /// Begins to measure the microphone's gain; ask for the result later.
+    virtual int startMicGainCalibration() = 0;
+    /// @param result  the server's number of how it went
+    /// @param gain    dB
+    virtual int getMicGainCalibrationResult(int& result, float& gain) = 0;
+
+    /// @param tag    "auxiliary"; all others are refused
+    /// @param name   of the track, cut to 63 bytes; null is refused
+    /// @param gains  eight, one for each channel, -103.5 to 24.0 dB
+    virtual int setTrackChannelGain(const char* tag, const char* name, float* gains) = 0;
+
+    /// How long the master volume takes to change; two numbers of the server.
+    virtual int setMasterVolumeRampDuration(float first, float second) = 0;
+    virtual int getMasterVolumeRampDuration(float& first, float& second) = 0;
+
+    virtual ~Volume() = default;
+};
+
+}  // namespace audio::QVAudioSetting

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/client/ClientAppSetting.h>
+#include <cabinaudio/client/ClientMixerSetting.h>
+#include <cabinaudio/client/ClientRecordControl.h>
+#include <cabinaudio/client/ClientSourceSetting.h>
+#include <cabinaudio/client/ClientVolumeSetting.h>
+
+#include "tests/fuzz/Input.h"
+#include "tests/fuzz/Peer.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+namespace cabinaudio::fuzz {
+
+/// One operation with arguments out of the input.
+template <typename Client>
+struct Operation {
+    const char* name;
+    std::uint32_t reply;  ///< bytes of each reply's body; 0: the operation or invoke() tells
+    bool single;          ///< at most one request
+    void (*invoke)(Client& client, Input& input, Peer& peer);
+};
+
+/// Every operation of each class.
+const std::vector<Operation<ClientVolumeSetting>>& operationsOf(const ClientVolumeSetting*);
+const std::vector<Operation<ClientSourceSetting>>& operationsOf(const ClientSourceSetting*);
+const std::vector<Operation<ClientAppSetting>>& operationsOf(const ClientAppSetting*);
+const std::vector<Operation<ClientMixerSetting>>& operationsOf(const ClientMixerSetting*);
+const std::vector<Operation<ClientAudioRecordControl>>& operationsOf(
+    const ClientAudioRecordControl*);
+
+/// Ends the process, which the fuzzer takes for a find.
+inline void demand(bool condition, const char* what) {
+    if (condition) return;
+    std::fprintf(stderr, "not met: %s\n", what);
+    std::abort();
+}
+
+}  // namespace cabinaudio::fuzz

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace cabinaudio::fuzz {
+
+class Input;
+
+/// The socket that the library's clients connect to.
+class Listener {
+public:
+    Listener();
+    ~Listener();
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+
+    [[nodiscard]] int accept() const;
+
+private:
+    int mSocket;
+};
+
+/// What a peer does with a request, besides the bytes of its answer. Whatever it does, a frame of a
+/// reply comes: the library waits for one without a time limit.
+enum class Manner {
+    Whole,             ///< as many bytes as the client wants
+    Short,             ///< fewer, but some
+    Notified,          ///< with notifications in front
+    ThenClosed,        ///< and closes the connection
+    ThenNoise,         ///< sends what is no frame, and closes the connection
+    ClosedBeforeBody,  ///< closes the connection behind the frame
+};
+
+/// How one operation is answered. The body begins with `head`; all other bytes that do not decide
+/// over the conversation are pseudo-random ones that `seed` chooses.
+struct Script {
+    Script() = default;
+    explicit Script(Input& input);
+
+    Manner manner = Manner::Whole;
+    std::uint8_t head[12] = {};  ///< status, and behind it the count of a list or values
+    std::uint32_t seed = 0;
+};
+
+/// The server's side of one connection: a thread that answers by its script.
+class Peer {
+public:
+    /// Waits for a client in its thread.
+    explicit Peer(const Listener& listener);
+    /// Waits for the end of the connection: destroy the client first.
+    ~Peer();
+    Peer(const Peer&) = delete;
+    Peer& operator=(const Peer&) = delete;
+
+    /// What comes next, for an operation that wants bodies of `size` bytes.
+    /// @param mayClose  only after the operation's last request: the next one would wait for ever
+    void prepare(const Script& script, std::uint32_t size, bool mayClose);
+    /// Changes the size, where the operation's arguments decide it.
+    void wants(std::uint32_t size);
+
+    /// Requests that were answered since prepare().
+    [[nodiscard]] unsigned answered() const;
+    /// Whether the connection has ended, or ends without further ado.
+    [[nodiscard]] bool isClosing() const;
+
+private:
+    void run(const Listener& listener);
+    void answer();
+
+    mutable std::mutex mLock;
+    Script mScript;
+    std::uint32_t mSize = 0;
+    bool mMayClose = false;
+    bool mIsClosing = false;
+    unsigned mAnswered = 0;
+    std::vector<std::uint8_t> mPayload;  // of the thread; here, where leak checks find them
+    std::vector<std::uint8_t> mAnswer;
+    std::thread mThread;  // the last member: it uses the others
+};
+
+}  // namespace cabinaudio::fuzz

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What the fuzzer does, with pseudo-random bytes and on every platform: the same ones in each run.
+#include "tests/fuzz/SettingsDriver.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <random>
+#include <vector>
+
+namespace {
+
+using cabinaudio::fuzz::SettingsDriver;
+
+constexpr int INPUTS = 20000;
+constexpr std::size_t LONGEST = 160;
+
+TEST(EveryOperationOfTheSettings, SurvivesPseudoRandomReplies) {
+    SettingsDriver driver;
+    std::mt19937 random(20251121);  // the same in each run
+    std::vector<std::uint8_t> bytes;
+    for (int i = 0; i < INPUTS; ++i) {
+        bytes.resize(1 + random() % LONGEST);
+        for (std::uint8_t& byte : bytes)
+            byte = static_cast<std::uint8_t>(random() >> 24);
+        driver.run(bytes.data(), bytes.size());
+    }
+    const std::vector<std::uint64_t> answers = driver.answers();
+    ASSERT_GE(answers.size(), 140U);
+    for (std::size_t i = 0; i < answers.size(); ++i) {
+        if (driver.hasEffect(i))
+            EXPECT_GE(answers[i], 10U) << driver.nameOf(i);
+        else
+            EXPECT_EQ(answers[i], 0U) << driver.nameOf(i);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/settings/Row.h"
+#include "tests/support/LogCapture.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <future>
+
+namespace cabinaudio::test {
+namespace {
+
+/// A request of the object is under way, and the server takes its time.
+class AnObjectInUse : public ::testing::TestWithParam<Row> {};
+
+TEST_P(AnObjectInUse, RefusesASecondRequest) {
+    const Row& row = GetParam();
+    ScriptedServer server;
+    LogCapture log;
+    const auto function = static_cast<std::uint32_t>(row.request[0] + 256 * row.request[1]);
+    server.on(row.type, function, Answer::bytes(joined({word(0), row.results})).held());
+    const Clients clients(row.type);
+    Outputs first;
+    std::future<int> answered =
+        std::async(std::launch::async, [&] { return row.call(clients, first); });
+    ASSERT_TRUE(server.waitForRequest(function));
+
+    Outputs second;
+    EXPECT_EQ(row.call(clients, second), row.result == Result::NAME ? 1 : NO_MEMORY);
+    EXPECT_TRUE(second.isUntouched());
+    EXPECT_EQ(second.texts, row.textsOnFailure);
+    EXPECT_EQ(log.count(ERROR, "RemoteCall", "rcalloc", "bad sequence\n"), 1U) << log.dump();
+    EXPECT_EQ(server.requests().size(), 2U) << "registration and first request";
+
+    server.release();
+    EXPECT_EQ(answered.get(), 0);
+    EXPECT_TRUE(first.holds(row.stored));
+    EXPECT_EQ(first.texts, row.texts);
+}
+
+/// Its server has gone in between.
+class AnObjectLeftAlone : public ::testing::TestWithParam<Row> {};
+
+TEST_P(AnObjectLeftAlone, SaysThatNothingWentThrough) {
+    const Row& row = GetParam();
+    ScriptedServer server;
+    const Clients clients(row.type);
+    server.stop();
+    ASSERT_TRUE(server.waitForEndOf());
+    Outputs outputs;
+    EXPECT_EQ(row.call(clients, outputs), row.result == Result::NAME ? 1 : NOT_SENT);
+    EXPECT_TRUE(outputs.isUntouched());
+    EXPECT_EQ(outputs.texts, row.textsOnFailure);
+}
+
+/// One of each kind: with and without results, of numbers only, with texts, of any length.
+std::vector<Row> oneOfEachKind() {
+    const std::vector<std::string> names = {"SetMasterVolumeInSteps",  "GetChannelGainInSteps",
+                                            "StartMicGainCalibration", "GetStreamTypeList",
+                                            "GetOutPutSource",         "GetActiveTracksInfo",
+                                            "GetDuplexOfAEC",          "GetEffectParameter",
+                                            "SetDACGainControl",       "SetUpMixMode"};
+    std::vector<Row> chosen;
+    for (const auto& rows :
+         {volumeRows(), sourceRows(), appRows(), mixerRows(), recordControlRows()})
+        for (const Row& row : rows)
+            if (row.type == RECORD_CONTROL ||
+                std::find(names.begin(), names.end(), row.test) != names.end())
+                chosen.push_back(row);
+    return chosen;
+}
+
+INSTANTIATE_TEST_SUITE_P(For, AnObjectInUse, ::testing::ValuesIn(oneOfEachKind()),
+                         [](const ::testing::TestParamInfo<Row>& one) {
+                             return std::string(one.param.test);
+                         });
+
+INSTANTIATE_TEST_SUITE_P(For, AnObjectLeftAlone, ::testing::ValuesIn(oneOfEachKind()),
+                         [](const ::testing::TestParamInfo<Row>& one) {
+                             return std::string(one.param.test);
+                         });
+
+}  // namespace
+}  // namespace cabinaudio::test

@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Gains: both ends are sent as they are, what lies just outside is refused, and so is what is no
+// number.
+#include "tests/settings/Row.h"
+#include "tests/support/LogCapture.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <limits>
+
+namespace cabinaudio::test {
+namespace {
+
+constexpr float INFINITE = std::numeric_limits<float>::infinity();
+constexpr float NO_NUMBER = std::numeric_limits<float>::quiet_NaN();
+
+struct Gain {
+    const char* test;
+    std::uint32_t type;
+    const char* file;
+    const char* operation;  // as its log line calls it
+    const char* format;     // of its message, for the value
+    float high;
+    std::uint32_t function;
+    std::size_t offset;  // of the value in the request
+    std::function<int(const Clients&, float)> call;
+};
+
+void PrintTo(const Gain& gain, std::ostream* stream) {
+    *stream << gain.test;
+}
+
+std::string formatted(const char* format, float value) {
+    char message[200];
+    std::snprintf(message, sizeof message, format, static_cast<double>(value));
+    return message;
+}
+
+class AGain : public ::testing::TestWithParam<Gain> {
+protected:
+    const Gain gain = GetParam();
+    ScriptedServer server;
+    LogCapture log;
+};
+
+TEST_P(AGain, IsSentUpToBothEndsOfItsRange) {
+    const Clients clients(gain.type);
+    log.clear();
+    std::size_t sent = 0;
+    for (const float value : {-103.5F, gain.high, std::nextafter(-103.5F, 0.0F),
+                              std::nextafter(gain.high, -1.0F), -0.0F}) {
+        EXPECT_EQ(gain.call(clients, value), 0) << value;
+        const std::vector<Request> requests = server.requests(gain.type, gain.function);
+        ASSERT_EQ(requests.size(), ++sent) << value;
+        const Bytes& payload = requests.back().payload;
+        ASSERT_GE(payload.size(), gain.offset + 4);
+        const auto begin = payload.begin() + static_cast<std::ptrdiff_t>(gain.offset);
+        EXPECT_EQ(Bytes(begin, begin + 4), real(value));
+    }
+    EXPECT_TRUE(log.lines().empty()) << log.dump();
+}
+
+TEST_P(AGain, IsRefusedBeyondItsRange) {
+    const Clients clients(gain.type);
+    for (const float value :
+         {std::nextafter(-103.5F, -200.0F), -104.0F, std::nextafter(gain.high, 200.0F),
+          gain.high + 0.1F, INFINITE, -INFINITE, NO_NUMBER, -NO_NUMBER,
+          std::numeric_limits<float>::max(), std::numeric_limits<float>::lowest()}) {
+        log.clear();
+        EXPECT_EQ(gain.call(clients, value), REFUSED) << value;
+        EXPECT_EQ(log.lines().size(), 1U) << log.dump();
+        EXPECT_EQ(log.count(ERROR, gain.file, gain.operation, formatted(gain.format, value)), 1U)
+            << value << "\n"
+            << log.dump();
+    }
+    EXPECT_EQ(server.requests().size(), 1U) << "sent more than the registration";
+}
+
+constexpr const char* INVALID = "invalid input param\n";
+
+std::vector<Gain> volumeGains() {
+    const char* const file = "ClientVolumeSetting";
+    return {
+        {"MainAudioDunkingTarget", 131, file, "setMainAudioDunkingTargetGain", INVALID, 0.0F, 26, 4,
+         [](const Clients& c, float dB) { return c.volume().setMainAudioDunkingTargetGain(dB); }},
+        {"MasterVolume", 131, file, "setMasterVolume", INVALID, 24.0F, 20, 4,
+         [](const Clients& c, float dB) { return c.volume().setMasterVolume(dB); }},
+        {"SecondAudioVolume", 131, file, "setSecondAudioVolume", INVALID, 24.0F, 22, 4,
+         [](const Clients& c, float dB) { return c.volume().setSecondAudioVolume(dB); }},
+        {"AlterAudioVolume", 131, file, "setAlterAudioVolume", INVALID, 24.0F, 31, 4,
+         [](const Clients& c, float dB) { return c.volume().setAlterAudioVolume(dB); }},
+        {"ChannelGain", 131, file, "setChannelGain", INVALID, 24.0F, 27, 8,
+         [](const Clients& c, float dB) {
+             return c.volume().setChannelGain(audio::AUDIO_CHANNEL_LF, dB);
+         }},
+        {"TrackVolume", 131, file, "setTrackVolume", INVALID, 24.0F, 24, 132,
+         [](const Clients& c, float dB) { return c.volume().setTrackVolume("main", "radio", dB); }},
+        {"GainByStreamType", 131, file, "setGainByStreamType",
+         "Invalid input param(gain:%f, streamtype:music)\n", 24.0F, 39, 68,
+         [](const Clients& c, float dB) { return c.volume().setGainByStreamType("music", dB); }},
+    };
+}
+
+/// The channel gain at a place, the others being fine.
+Gain channelOfATrack(std::size_t at, const char* test, const char* format) {
+    return {test,
+            131,
+            "ClientVolumeSetting",
+            "setTrackChannelGain",
+            format,
+            24.0F,
+            43,
+            132 + 4 * at,
+            [at](const Clients& c, float dB) {
+                float gains[8] = {};
+                gains[at] = dB;
+                return c.volume().setTrackChannelGain("auxiliary", "radio", gains);
+            }};
+}
+
+std::vector<Gain> trackChannelGains() {
+    return {
+        channelOfATrack(0, "FirstTrackChannel", "invalid channelGain[0]:%.1f\n"),
+        channelOfATrack(4, "FifthTrackChannel", "invalid channelGain[4]:%.1f\n"),
+        channelOfATrack(7, "LastTrackChannel", "invalid channelGain[7]:%.1f\n"),
+    };
+}
+
+Gain mixerWord(bool isGps, std::size_t at, const char* test) {
+    return {test,
+            129,
+            "ClientMixerSetting",
+            isGps ? "setGpsMixerGain" : "setAlternativeAudioMixerGain",
+            INVALID,
+            0.0F,
+            isGps ? 8U : 10U,
+            8 + 4 * at,
+            [=](const Clients& c, float dB) {
+                audio::audio_mixer_matrix_t matrix{};
+                matrix.gain[at] = dB;
+                return isGps ? c.mixer().setGpsMixerGain(&matrix)
+                             : c.mixer().setAlternativeAudioMixerGain(&matrix);
+            }};
+}
+
+std::vector<Gain> mixerGains() {
+    return {
+        mixerWord(true, 0, "FirstOfGps"),          mixerWord(true, 1, "SecondOfGps"),
+        mixerWord(true, 2, "ThirdOfGps"),          mixerWord(true, 3, "FourthOfGps"),
+        mixerWord(false, 0, "FirstOfAlternative"), mixerWord(false, 1, "SecondOfAlternative"),
+        mixerWord(false, 2, "ThirdOfAlternative"), mixerWord(false, 3, "FourthOfAlternative"),
+    };
+}
+
+std::string nameOf(const ::testing::TestParamInfo<Gain>& info) {
+    return info.param.test;
+}
+
+INSTANTIATE_TEST_SUITE_P(OfVolumes, AGain, ::testing::ValuesIn(volumeGains()), nameOf);
+INSTANTIATE_TEST_SUITE_P(OfTracks, AGain, ::testing::ValuesIn(trackChannelGains()), nameOf);
+INSTANTIATE_TEST_SUITE_P(OfTheMixer, AGain, ::testing::ValuesIn(mixerGains()), nameOf);
+
+TEST(TheGainsOfATrack, AreRefusedForTheFirstBadOne) {
+    ScriptedServer server;
+    ClientVolumeSetting volume;
+    const LogCapture log;
+    float gains[8] = {0, 0, 30, 40, 0, 0, 0, NO_NUMBER};
+    EXPECT_EQ(volume.setTrackChannelGain("auxiliary", "radio", gains), REFUSED);
+    EXPECT_EQ(log.count(ERROR, "ClientVolumeSetting", "setTrackChannelGain",
+                        "invalid channelGain[2]:30.0\n"),
+              1U)
+        << log.dump();
+    EXPECT_EQ(log.lines().size(), 1U) << log.dump();
+}
+
+}  // namespace
+}  // namespace cabinaudio::test

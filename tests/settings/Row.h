@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/client/ClientAppSetting.h>
+#include <cabinaudio/client/ClientMixerSetting.h>
+#include <cabinaudio/client/ClientRecordControl.h>
+#include <cabinaudio/client/ClientSourceSetting.h>
+#include <cabinaudio/client/ClientVolumeSetting.h>
+
+#include "tests/support/ScriptedServer.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace cabinaudio::test {
+
+constexpr int INFO = 4;
+constexpr int WARN = 5;
+constexpr int ERROR = 6;
+
+constexpr int NOT_SENT = 1;
+constexpr int REFUSED = -3000;
+constexpr int NO_MEMORY = -1990;
+
+// Connection types.
+constexpr std::uint32_t APP = 128;
+constexpr std::uint32_t MIXER = 129;
+constexpr std::uint32_t SOURCE = 130;
+constexpr std::uint32_t VOLUME = 131;
+constexpr std::uint32_t RECORD_CONTROL = 133;
+
+// ---- Bytes of requests and replies, least significant first -------------------------------------
+
+[[nodiscard]] Bytes word(std::uint32_t value);
+[[nodiscard]] Bytes number(std::int32_t value);
+[[nodiscard]] Bytes real(float value);
+/// One byte and three zeros.
+[[nodiscard]] Bytes byte(std::uint8_t value);
+/// A text, and zeros up to 64 bytes.
+[[nodiscard]] Bytes text(const std::string& value);
+/// `size` bytes that differ from their neighbours; none is 0 or 0xee.
+[[nodiscard]] Bytes pattern(std::size_t size);
+[[nodiscard]] Bytes joined(std::initializer_list<Bytes> parts);
+
+/// A record made of these bytes.
+template <typename Record>
+[[nodiscard]] Record recordOf(const Bytes& bytes) {
+    Record record{};
+    if (bytes.size() >= sizeof record) std::memcpy(&record, bytes.data(), sizeof record);
+    return record;
+}
+
+// ---- One operation ------------------------------------------------------------------------------
+
+/// The settings object of one connection type, as applications hold it.
+class Clients {
+public:
+    explicit Clients(std::uint32_t type);
+
+    [[nodiscard]] audio::QVAudioSetting::Volume& volume() const { return *mVolume; }
+    [[nodiscard]] audio::QVAudioSetting::Source& source() const { return *mSource; }
+    [[nodiscard]] audio::QVAudioSetting::App& app() const { return *mApp; }
+    [[nodiscard]] audio::QVAudioSetting::Mixer& mixer() const { return *mMixer; }
+    [[nodiscard]] audio::QVAudioRecordControl::AudioRecordControl& record() const {
+        return *mRecord;
+    }
+    /// With the operations that the public interface does not have.
+    [[nodiscard]] ClientVolumeSetting& paths() const { return *mVolume; }
+    [[nodiscard]] ClientSourceSetting& seats() const { return *mSource; }
+
+private:
+    std::unique_ptr<ClientVolumeSetting> mVolume;
+    std::unique_ptr<ClientSourceSetting> mSource;
+    std::unique_ptr<ClientAppSetting> mApp;
+    std::unique_ptr<ClientMixerSetting> mMixer;
+    std::unique_ptr<ClientAudioRecordControl> mRecord;
+};
+
+/// Where an operation stores its results. Every byte is 0xee at first.
+class Outputs {
+public:
+    Outputs();
+
+    /// Memory for a result.
+    template <typename Result>
+    [[nodiscard]] Result* at(std::size_t offset = 0) {
+        return reinterpret_cast<Result*>(mBytes + offset);
+    }
+    /// What the caller puts there before the operation.
+    void prepare(std::size_t offset, const Bytes& bytes);
+
+    /// The first bytes are these, and nothing else has changed since prepare().
+    [[nodiscard]] bool holds(const Bytes& stored) const;
+    [[nodiscard]] bool isUntouched() const { return holds({}); }
+    [[nodiscard]] Bytes first(std::size_t size) const;
+
+    /// Texts that the caller has after the operation.
+    std::vector<std::string> texts;
+
+private:
+    alignas(16) unsigned char mBytes[2048];
+    Bytes mBefore;
+};
+
+using Call = std::function<int(const Clients&, Outputs&)>;
+
+/// What an operation makes of the reply's status word.
+enum class Result {
+    STATUS,   // its result
+    IGNORED,  // nothing: its result is that of the call
+    COUNT,    // its result, unless it is 0: then the word behind it
+    NAME,     // nothing: a pointer, shown as 0, or as 1 when it is null
+};
+
+/// One operation with one set of arguments.
+struct Row {
+    const char* test;         // what its test is called
+    std::uint32_t command;    // command word: 198, or 195 without the flag
+    Bytes request;            // everything behind the header
+    std::uint32_t replySize;  // what it has room for
+    Call call;                // on the object
+    Bytes results = {};       // what the server answers behind its status
+    Bytes stored = {};        // what the caller then has
+    Result result = Result::STATUS;
+    std::vector<std::string> texts = {};  // the same, of operations with texts
+    std::vector<std::string> textsOnFailure = {};
+    /// The operation as log lines name it, where the test's name does not begin with it.
+    const char* logged = nullptr;
+    std::uint32_t type = 0;  // connection type; of the table
+};
+
+void PrintTo(const Row& row, std::ostream* stream);
+
+[[nodiscard]] std::vector<Row> volumeRows();
+[[nodiscard]] std::vector<Row> sourceRows();
+[[nodiscard]] std::vector<Row> appRows();
+[[nodiscard]] std::vector<Row> mixerRows();
+[[nodiscard]] std::vector<Row> recordControlRows();
+
+}  // namespace cabinaudio::test

@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/settings/Describe.h"
+
+#include "tools/Terminal.h"
+
+#include <algorithm>
+
+namespace cabinaudio::tool {
+
+namespace {
+
+const char* connectionName(audio_connect_type connection) {
+    switch (connection) {
+        case AUDIO_CONNECT_APP_SETTING:
+            return "application settings";
+        case AUDIO_CONNECT_MIXER_SETTING:
+            return "mixer settings";
+        case AUDIO_CONNECT_SOURCE_SETTING:
+            return "source settings";
+        case AUDIO_CONNECT_VOLUME_SETTING:
+            return "volume settings";
+        default:
+            return "record control";
+    }
+}
+
+std::string accessText(const Setting& setting) {
+    if (!setting.set) return "can only be read";
+    if (!setting.get) return "can only be set: servers have no operation that tells it";
+    return "can be read and set";
+}
+
+std::string valueHelp(const Type& type) {
+    const std::string range = rangeText(type);
+    switch (type.kind) {
+        case Kind::Gain:
+            return range +
+                   "\n            with dB a gain, such as -6.5dB; without a volume step: "
+                   "half a dB each,\n            100 is 0dB and 0 is silence";
+        case Kind::Text:
+            return range +
+                   "; other than letters, digits and ._-+/: may be\n            written as "
+                   "% and two hex digits";
+        default:
+            return range;
+    }
+}
+
+std::string exampleValue(const Type& type) {
+    const auto repeated = [&](const std::string& value) {
+        std::string text = value;
+        for (std::size_t i = 1; i < type.count; ++i)
+            text += "," + value;
+        return text;
+    };
+    switch (type.kind) {
+        case Kind::Gain:
+            return repeated("-6dB");
+        case Kind::Real:
+            return repeated(std::string("10") + type.unit);
+        case Kind::Integer:
+            return type.low > type.high ? type.words.front().first : repeated("1");
+        case Kind::Loudspeakers:
+            return "LF+RF";
+        case Kind::Switch:
+            return "on";
+        case Kind::Text:
+            return "radio";
+        default:
+            return "0a1b";
+    }
+}
+
+std::string functionsText(const Functions& functions) {
+    std::string ids;
+    for (const std::uint32_t id : functions.ids)
+        ids += (ids.empty() ? "" : ", ") + std::to_string(id);
+    return ids + " of the " + connectionName(functions.connection) + " (connection type " +
+           std::to_string(functions.connection) + ")";
+}
+
+void print(const Named& named) {
+    const Setting& setting = *named.setting;
+    say(named.name);
+    say(std::string("  what      ") + setting.what);
+    say(std::string("  type      ") + kindName(setting.type.kind));
+    say("  range     " + valueHelp(setting.type));
+    if (*setting.type.unit != '\0') say(std::string("  unit      ") + setting.type.unit);
+    say("  access    " + accessText(setting));
+    say("  functions " + functionsText(setting.functions));
+    if (setting.set)
+        say("  example   cabinaudio set " + named.name + "=" + exampleValue(setting.type));
+}
+
+std::vector<Named> selected(const Directory& directory, const std::vector<std::string>& names) {
+    std::vector<Named> all;
+    for (const std::string& name : names) {
+        const auto row = std::find_if(settings().begin(), settings().end(),
+                                      [&](const Setting& setting) { return setting.name == name; });
+        if (row != settings().end()) {
+            all.push_back({&*row, {}, row->name, true});
+            continue;
+        }
+        const std::vector<Named> found = directory.select(name);
+        all.insert(all.end(), found.begin(), found.end());
+    }
+    return all;
+}
+
+void describe(Session& session, const DescribeOptions& options) {
+    const std::vector<Named> all = selected(session.directoryOrFixed(), options.names);
+    if (session.wantsJson()) session.report("settings") = Json::array();
+    for (const Named& named : all) {
+        if (session.wantsJson())
+            session.report("settings").push_back(descriptionJson(named));
+        else
+            print(named);
+        if (!session.wantsJson() && &named != &all.back()) say("");
+    }
+}
+
+}  // namespace
+
+const char* accessLetters(const Setting& setting) {
+    if (!setting.set) return "r-";
+    return setting.get ? "rw" : "-w";
+}
+
+std::string shortRangeText(const Type& type) {
+    if (type.kind == Kind::Bytes) return "bytes";
+    if (type.kind == Kind::Text) return "text";
+    if (type.kind == Kind::List) return "list";
+    if (type.kind == Kind::Loudspeakers) return "loudspeakers";
+    // All that 32 bits hold: the server's own numbers.
+    if (type.kind == Kind::Integer && type.high > 1e9)
+        return (type.count > 1 ? std::to_string(type.count) + " " : "") +
+               std::string(type.count > 1 ? "integers" : "integer");
+    return rangeText(type);
+}
+
+Json descriptionJson(const Named& named) {
+    const Setting& setting = *named.setting;
+    Json json;
+    json["name"] = named.name;
+    json["what"] = setting.what;
+    json["type"] = kindName(setting.type.kind);
+    json["count"] = setting.type.kind == Kind::Bytes ? 1 : setting.type.count;
+    json["range"] = rangeText(setting.type);
+    json["unit"] = orNull(std::string(setting.type.unit));
+    json["readable"] = static_cast<bool>(setting.get);
+    json["settable"] = static_cast<bool>(setting.set);
+    json["connection"] = static_cast<unsigned>(setting.functions.connection);
+    json["functions"] = setting.functions.ids;
+    return json;
+}
+
+ExitCode run(const DescribeOptions& options, const CommonOptions& common) {
+    Session session(options, common);
+    return session.run([&] { describe(session, options); });
+}
+
+}  // namespace cabinaudio::tool

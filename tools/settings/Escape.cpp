@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/settings/Escape.h"
+
+#include <array>
+#include <string_view>
+
+namespace cabinaudio::tool {
+
+namespace {
+
+constexpr std::string_view kDigits = "0123456789ABCDEF";
+
+// Beyond ASCII are letters of all kinds.
+bool isPlain(unsigned char byte) {
+    constexpr std::string_view kOthers = "._-+/:";
+    return byte >= 0x80 || (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') ||
+           (byte >= 'a' && byte <= 'z') ||
+           kOthers.find(static_cast<char>(byte)) != std::string_view::npos;
+}
+
+int digitOf(char letter) {
+    if (letter >= 'a' && letter <= 'f') letter = static_cast<char>(letter - 'a' + 'A');
+    const std::size_t digit = kDigits.find(letter);
+    return digit == std::string_view::npos ? -1 : static_cast<int>(digit);
+}
+
+}  // namespace
+
+std::string escaped(const std::string& text) {
+    std::string word;
+    for (const char letter : text) {
+        const auto byte = static_cast<unsigned char>(letter);
+        if (isPlain(byte))
+            word += letter;
+        else
+            word += {'%', kDigits[byte / 16], kDigits[byte % 16]};
+    }
+    return word;
+}
+
+std::string unescaped(const std::string& word) {
+    std::string text;
+    for (std::size_t i = 0; i < word.size(); ++i) {
+        const bool mayBeCode = word[i] == '%' && i + 2 < word.size();
+        const int high = mayBeCode ? digitOf(word[i + 1]) : -1;
+        const int low = mayBeCode ? digitOf(word[i + 2]) : -1;
+        if (high < 0 || low < 0) {
+            text += word[i];
+            continue;
+        }
+        text += static_cast<char>(high * 16 + low);
+        i += 2;
+    }
+    return text;
+}
+
+}  // namespace cabinaudio::tool

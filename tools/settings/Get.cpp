@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/settings/Get.h"
+
+#include <cabinaudio/foundation/AudioStatus.h>
+
+#include "tools/Names.h"
+#include "tools/Terminal.h"
+#include "tools/settings/Line.h"
+
+#include <cstdio>
+
+namespace cabinaudio::tool {
+
+namespace {
+
+class Getting {
+public:
+    Getting(Session& session, const GetOptions& options) : mSession(session), mOptions(options) {}
+
+    void getAll() {
+        if (mSession.wantsJson()) mSession.report("settings") = Json::array();
+        for (const Named& named : mSession.directory().select(mOptions.names))
+            get(named);
+        if (!mFaults.empty()) throw Failure(mFaults);
+        if (!mUntold.empty()) complain("this server does not tell" + mUntold);
+    }
+
+private:
+    void get(const Named& named) {
+        if (!named.setting->get) {
+            if (named.isByName) note(mFaults, "; ", onlySetText(named));
+            return;
+        }
+        const Reading reading = mSession.get(named, mOptions.inSteps);
+        if (reading.status == AUDIO_NO_ERROR)
+            print(named, reading.value);
+        else if (named.isByName)
+            note(mFaults, "; ", "cannot read " + named.name + ": " + reason(named, reading.status));
+        else if (!isUnclear(named, reading.status))
+            note(mUntold, ",", " " + named.name);
+    }
+
+    /// Fade and balance are found from other settings, which need not be of any.
+    static bool isUnclear(const Named& named, std::int32_t status) {
+        return named.setting->partner != nullptr && status == AUDIO_INVALID_STATE;
+    }
+
+    static std::string reason(const Named& named, std::int32_t status) {
+        if (isUnclear(named, status)) return "the loudspeakers' volumes are of no fade and balance";
+        if (status == AUDIO_INVALID_OPERATION) return "this server does not have it";
+        return statusText(status);
+    }
+
+    void print(const Named& named, const Value& value) {
+        if (mSession.wantsJson())
+            mSession.report("settings").push_back(jsonOf(named, value));
+        else
+            say(mOptions.valueOnly ? valueText(named.setting->type, value) : lineOf(named, value));
+    }
+
+    static void note(std::string& all, const char* separator, const std::string& what) {
+        all += (all.empty() ? "" : separator) + what;
+    }
+
+    Session& mSession;
+    const GetOptions& mOptions;
+    std::string mFaults;  // told at the end: what can be told comes first
+    std::string mUntold;
+};
+
+}  // namespace
+
+ExitCode run(const GetOptions& options, const CommonOptions& common) {
+    Session session(options, common);
+    return session.run([&] { Getting(session, options).getAll(); });
+}
+
+}  // namespace cabinaudio::tool

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "tools/settings/Session.h"
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace cabinaudio::tool {
+
+struct MonitorOptions : SettingsOptions {
+    std::vector<std::string> names;  // or patterns; none: all but meters
+    std::chrono::milliseconds interval{500};
+    std::optional<std::uint64_t> count;  // of changes to end after
+};
+
+/// Looks at settings over and over and prints those that change, until a signal.
+[[nodiscard]] ExitCode run(const MonitorOptions& options, const CommonOptions& common);
+
+}  // namespace cabinaudio::tool

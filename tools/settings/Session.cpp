@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/settings/Session.h"
+
+#include <cabinaudio/foundation/AudioStatus.h>
+
+#include "tools/Duration.h"
+#include "tools/ServerSocket.h"
+#include "tools/Terminal.h"
+#include "tools/settings/TrackRecords.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+
+namespace cabinaudio::tool {
+
+namespace {
+
+/// What the library says where the request has not reached the server, or its answer not us.
+constexpr std::int32_t kNotSent = 1;
+
+const char* endName(ExitCode code) {
+    switch (code) {
+        case ExitCode::Done:
+            return "done";
+        case ExitCode::Usage:
+            return "wrong_usage";
+        case ExitCode::NoServer:
+            return "no_server";
+        case ExitCode::TimedOut:
+            return "timed_out";
+        case ExitCode::Failed:
+        case ExitCode::CheckNotMet:
+            break;
+    }
+    return "failed";
+}
+
+}  // namespace
+
+Session::Session(const SettingsOptions& options, const CommonOptions& common)
+    : mOptions(options),
+      mCommon(common),
+      mWatchdog(mInterruption, [this](const std::string& what) { endOverdue(what); }) {}
+
+ExitCode Session::run(const std::function<void()>& command) {
+    try {
+        command();
+    } catch (const Failure& failure) {
+        finish(failure.code(), failure.what());
+        return failure.code();
+    }
+    finish(ExitCode::Done, "");
+    return ExitCode::Done;
+}
+
+void Session::finish(ExitCode code, const std::string& why) {
+    if (mCommon.json) {
+        mReport["ended"] = endName(code);
+        mReport["error"] = orNull(why);
+        printJson(mReport);
+    }
+    if (code != ExitCode::Done) complain(why);
+}
+
+/// The server does not answer. The thread that asks is stuck for good.
+void Session::endOverdue(const std::string& what) {
+    const bool isInterrupted = mInterruption.hasHappened();
+    const ExitCode code = isInterrupted ? ExitCode::Failed : ExitCode::TimedOut;
+    finish(code, isInterrupted ? "interrupted by " + mInterruption.signalName()
+                               : "timed out after " + secondsText(mOptions.timeout) +
+                                     " waiting for the server's answer about " + what);
+    std::fflush(nullptr);
+    _exit(static_cast<int>(code));
+}
+
+void Session::endIfInterrupted() const {
+    if (mInterruption.hasHappened()) throw Failure("interrupted by " + mInterruption.signalName());
+}
+
+void Session::demandServer() const {
+    if (!serverListens()) throw Failure(noServerText(), ExitCode::NoServer);
+}
+
+void Session::check(std::int32_t status) const {
+    if (status == AUDIO_NOT_CONNECTED)
+        throw Failure("the server did not register this client; see 'cabinaudio doctor'");
+    if (status != kNotSent) return;
+    if (!serverListens()) throw Failure("the server went away", ExitCode::NoServer);
+    throw Failure("the request did not go through; see -v or 'cabinaudio doctor'");
+}
+
+Directory Session::directory() {
+    demandServer();
+    LiveNames live;
+    // A server without these lists has no such names; that is not the end.
+    check(ask("the stream types", [&] { return mClients.volume().getStreamTypeList(live.types); }));
+    std::vector<audio::audio_track_info_t> records;
+    check(ask("the streams", [&] { return mClients.source().getActiveTracksInfo(records); }));
+    for (const auto& record : records) {
+        const wire::TrackInfo track = trackOf(record);
+        const std::string name = textOf(track.name);
+        if (!name.empty()) live.tracks.emplace_back(textOf(track.tag), name);
+    }
+    return Directory(live);
+}
+
+Directory Session::directoryOrFixed() {
+    return serverListens() ? directory() : Directory(std::nullopt);
+}
+
+Reading Session::get(const Named& named, bool inSteps) {
+    const Setting::Get& get =
+        inSteps && named.setting->getSteps ? named.setting->getSteps : named.setting->get;
+    Reading reading = ask(named.name.c_str(), [&] { return get(mClients, named.names); });
+    check(reading.status);
+    return reading;
+}
+
+std::int32_t Session::set(const Named& named, const Value& value) {
+    const std::int32_t status =
+        ask(named.name.c_str(), [&] { return named.setting->set(mClients, named.names, value); });
+    check(status);
+    return status;
+}
+
+std::int32_t Session::set(const Named& named, const Value& value, const Value& partner) {
+    const std::int32_t status =
+        ask(named.name.c_str(), [&] { return named.setting->setBoth(mClients, value, partner); });
+    check(status);
+    return status;
+}
+
+}  // namespace cabinaudio::tool

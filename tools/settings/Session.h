@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "tools/CommonOptions.h"
+#include "tools/ExitCode.h"
+#include "tools/Failure.h"
+#include "tools/Interruption.h"
+#include "tools/Json.h"
+#include "tools/Watchdog.h"
+#include "tools/settings/Clients.h"
+#include "tools/settings/Directory.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace cabinaudio::tool {
+
+/// What the commands of settings have in common.
+struct SettingsOptions {
+    std::chrono::milliseconds timeout{5000};  // for each of the server's answers
+};
+
+/// A conversation with the server: requests that end in time, and a report in JSON that is printed
+/// however it ends.
+class Session {
+public:
+    Session(const SettingsOptions& options, const CommonOptions& common);
+
+    /// Runs a command and tells how it ended: on stderr unless well, in JSON when wanted.
+    [[nodiscard]] ExitCode run(const std::function<void()>& command);
+
+    /// A part of what is printed in JSON at the end.
+    [[nodiscard]] Json& report(const char* key) { return mReport[key]; }
+    [[nodiscard]] bool wantsJson() const { return mCommon.json; }
+    [[nodiscard]] const Interruption& interruption() const { return mInterruption; }
+
+    // All of these throw a Failure when the server is not there or does not answer, and when the
+    // user wants to end.
+    /// The names that the server knows.
+    [[nodiscard]] Directory directory();
+    /// The same, without the server's names when there is no server.
+    [[nodiscard]] Directory directoryOrFixed();
+    /// One request. @return the answer, whose status is the server's
+    [[nodiscard]] Reading get(const Named& named, bool inSteps = false);
+    /// @return the server's status
+    [[nodiscard]] std::int32_t set(const Named& named, const Value& value);
+    /// Two settings in one request.
+    [[nodiscard]] std::int32_t set(const Named& named, const Value& value, const Value& partner);
+
+private:
+    template <typename Call>
+    auto ask(const char* what, Call call) {
+        endIfInterrupted();
+        return mWatchdog.limit(what, mOptions.timeout, call);
+    }
+    void demandServer() const;
+    void endIfInterrupted() const;
+    /// Throws unless the request went through.
+    void check(std::int32_t status) const;
+    void finish(ExitCode code, const std::string& why);
+    [[noreturn]] void endOverdue(const std::string& what);
+
+    const SettingsOptions& mOptions;
+    const CommonOptions& mCommon;
+    Json mReport = Json::object();
+    Clients mClients;
+    Interruption mInterruption;
+    Watchdog mWatchdog;
+};
+
+}  // namespace cabinaudio::tool

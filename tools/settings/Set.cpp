@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/settings/Set.h"
+
+#include <cabinaudio/foundation/AudioStatus.h>
+
+#include "tools/Names.h"
+#include "tools/settings/Assignments.h"
+
+namespace cabinaudio::tool {
+
+namespace {
+
+/// What has become of all of them, for the sentence about the one that went wrong.
+std::string rest(const std::vector<Assignment>& all, std::size_t failed) {
+    std::string done;
+    std::string left;
+    for (std::size_t i = 0; i < all.size(); ++i)
+        if (i != failed) (i < failed ? done : left) += " " + all[i].text;
+    std::string text = done.empty() ? "; nothing was set" : "; set:" + done;
+    if (!left.empty()) text += "; not set:" + left;
+    return text;
+}
+
+std::string reason(std::int32_t status) {
+    if (status == AUDIO_INVALID_OPERATION) return "this server does not have it";
+    return "the server refused it: " + statusText(status);
+}
+
+void set(Session& session, const std::vector<Assignment>& all, std::size_t index) {
+    const Assignment& one = all[index];
+    std::int32_t status = AUDIO_NO_ERROR;
+    try {
+        status = one.partner ? session.set(one.named, one.value, *one.partner)
+                             : session.set(one.named, one.value);
+    } catch (const Failure& failure) {
+        throw Failure("cannot set " + one.text + ": " + failure.what() + rest(all, index),
+                      failure.code());
+    }
+    if (status != AUDIO_NO_ERROR)
+        throw Failure("cannot set " + one.text + ": " + reason(status) + rest(all, index));
+    if (session.wantsJson()) session.report("set").push_back(one.text);
+}
+
+void setAll(Session& session, const SetOptions& options) {
+    if (session.wantsJson()) session.report("set") = Json::array();
+    const std::vector<std::string> words = readAssignments(options.assignments, options.files);
+    const std::vector<Assignment> all = parseAssignments(session.directory(), words);
+    for (std::size_t i = 0; i < all.size(); ++i)
+        set(session, all, i);
+}
+
+}  // namespace
+
+ExitCode run(const SetOptions& options, const CommonOptions& common) {
+    Session session(options, common);
+    return session.run([&] { setAll(session, options); });
+}
+
+}  // namespace cabinaudio::tool

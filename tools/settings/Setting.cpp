@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/settings/Setting.h"
+
+namespace cabinaudio::tool {
+
+const std::vector<Setting>& settings() {
+    static const std::vector<Setting> kTable = [] {
+        std::vector<Setting> table;
+        addVolumeSettings(table);
+        addMixerSettings(table);
+        addSourceSettings(table);
+        addAppSettings(table);
+        return table;
+    }();
+    return kTable;
+}
+
+}  // namespace cabinaudio::tool

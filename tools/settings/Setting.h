@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/foundation/AudioConnectType.h>
+
+#include "tools/settings/Clients.h"
+#include "tools/settings/Value.h"
+#include "wire/Settings.h"
+
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+namespace cabinaudio::tool {
+
+/// What stands for the placeholders of a setting's name, unescaped.
+using Names = std::vector<std::string>;
+
+/// What the server has answered. The value counts when the status is 0.
+struct Reading {
+    std::int32_t status = 0;
+    Value value = {};
+};
+
+/// The server's functions behind a setting.
+struct Functions {
+    audio_connect_type connection = AUDIO_CONNECT_UNKNOWN;
+    std::vector<std::uint32_t> ids = {};
+};
+
+constexpr audio_connect_type connectionOf(wire::VolumeFunction) {
+    return AUDIO_CONNECT_VOLUME_SETTING;
+}
+constexpr audio_connect_type connectionOf(wire::SourceFunction) {
+    return AUDIO_CONNECT_SOURCE_SETTING;
+}
+constexpr audio_connect_type connectionOf(wire::AppFunction) {
+    return AUDIO_CONNECT_APP_SETTING;
+}
+constexpr audio_connect_type connectionOf(wire::MixerFunction) {
+    return AUDIO_CONNECT_MIXER_SETTING;
+}
+constexpr audio_connect_type connectionOf(wire::RecordControlFunction) {
+    return AUDIO_CONNECT_RECORD_CONTROL;
+}
+
+template <typename Function, typename... Others>
+Functions functions(Function function, Others... others) {
+    return {connectionOf(function),
+            {static_cast<std::uint32_t>(function), static_cast<std::uint32_t>(others)...}};
+}
+
+/// A row of the table of settings: all that the tool knows about one, or about all of a kind.
+struct Setting {
+    using Get = std::function<Reading(Clients&, const Names&)>;
+    using Set = std::function<int(Clients&, const Names&, const Value&)>;
+    using SetBoth = std::function<int(Clients&, const Value& own, const Value& partner)>;
+
+    /// `<placeholders>` stand for the names of a kind, see Directory.h.
+    std::string name = {};
+    Type type = {};
+    /// A line without a full stop.
+    const char* what = "";
+    Functions functions = {};
+    Get get = {};       // none: it can only be set
+    Set set = {};       // none: it can only be read
+    Get getSteps = {};  // of gains that also come in steps
+    /// A meter changes all the time, and says nothing about what was set.
+    bool isMeter = false;
+    /// A setting that the server takes together with this one, and the operation for both.
+    const char* partner = nullptr;
+    SetBoth setBoth = {};
+};
+
+/// All settings, in the order in which they are shown and set: what follows may correct what comes
+/// before.
+[[nodiscard]] const std::vector<Setting>& settings();
+
+// The parts of it.
+void addVolumeSettings(std::vector<Setting>& table);
+void addSourceSettings(std::vector<Setting>& table);
+void addAppSettings(std::vector<Setting>& table);
+void addMixerSettings(std::vector<Setting>& table);
+
+}  // namespace cabinaudio::tool

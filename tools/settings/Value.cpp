@@ -1,0 +1,348 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/settings/Value.h"
+
+#include "tools/settings/Escape.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string_view>
+
+namespace cabinaudio::tool {
+
+const char* const kLoudspeakers[6] = {"LF", "RF", "LS", "RS", "CF", "L1"};
+
+namespace {
+
+[[noreturn]] void refuse(const std::string& why) {
+    throw std::invalid_argument(why);
+}
+
+template <typename Number>
+std::string numberText(Number number) {
+    char text[64];
+    return {text, std::to_chars(text, text + sizeof text, number).ptr};
+}
+
+/// Of the table of types: -103.5, not -103.500000.
+std::string limitText(const Type& type, double limit) {
+    const std::string number = type.kind == Kind::Integer
+                                   ? numberText(static_cast<std::int64_t>(limit))
+                                   : numberText(limit);
+    return number + type.unit;
+}
+
+std::vector<std::string> split(const std::string& text, char separator) {
+    std::vector<std::string> parts;
+    std::size_t begin = 0;
+    for (;;) {
+        const std::size_t end = text.find(separator, begin);
+        parts.push_back(text.substr(begin, end - begin));
+        if (end == std::string::npos) return parts;
+        begin = end + 1;
+    }
+}
+
+template <typename Items, typename Text>
+std::string joined(const Items& items, const char* separator, Text textOf) {
+    std::string text;
+    for (const auto& item : items)
+        text += (text.empty() ? "" : separator) + textOf(item);
+    return text;
+}
+
+std::string expected(const Type& type) {
+    return "must be " + rangeText(type);
+}
+
+/// Takes a unit away, in whatever case it is written. @return whether it was there
+bool takeUnit(std::string_view& text, std::string_view unit) {
+    if (unit.empty() || text.size() < unit.size()) return false;
+    const std::string_view end = text.substr(text.size() - unit.size());
+    const auto isSame = [](unsigned char left, unsigned char right) {
+        return std::tolower(left) == std::tolower(right);
+    };
+    if (!std::equal(end.begin(), end.end(), unit.begin(), isSame)) return false;
+    text.remove_suffix(unit.size());
+    return true;
+}
+
+template <typename Number>
+bool parseNumber(std::string_view text, Number& number) {
+    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size() && !text.empty();
+}
+
+bool parseInteger(std::string_view text, std::int64_t& number) {
+    if (text.rfind("0x", 0) != 0) return parseNumber(text, number);
+    const auto [end, error] =
+        std::from_chars(text.data() + 2, text.data() + text.size(), number, 16);
+    return error == std::errc() && end == text.data() + text.size() && text.size() > 2 &&
+           number >= 0;
+}
+
+float parseReal(const Type& type, std::string_view text) {
+    takeUnit(text, type.unit);
+    float number = 0;
+    // Not a number is in no range.
+    if (!parseNumber(text, number) || !(number >= type.low && number <= type.high))
+        refuse(expected(type));
+    return number;
+}
+
+Value parseGains(const Type& type, const std::vector<std::string>& parts) {
+    Reals gains;
+    Steps steps;
+    for (const std::string& part : parts) {
+        std::string_view bare = part;
+        if (takeUnit(bare, type.unit)) {
+            gains.push_back(parseReal(type, part));
+            continue;
+        }
+        int step = 0;
+        if (!parseNumber(bare, step) || step < 0 || step > largestStep(type)) {
+            float number = 0;
+            if (parseNumber(bare, number))
+                refuse(expected(type) + "; a number without dB is a volume step");
+            refuse(expected(type));
+        }
+        steps.steps.push_back(static_cast<std::uint8_t>(step));
+    }
+    if (!gains.empty() && !steps.steps.empty()) refuse("must be all gains in dB, or all steps");
+    if (!gains.empty()) return gains;
+    return steps;
+}
+
+std::int64_t parseWordOrInteger(const Type& type, const std::string& part) {
+    for (const auto& [word, number] : type.words)
+        if (part == word) return number;
+    std::string_view bare = part;
+    takeUnit(bare, type.unit);
+    std::int64_t number = 0;
+    if (!parseInteger(bare, number) || static_cast<double>(number) < type.low ||
+        static_cast<double>(number) > type.high)
+        refuse(expected(type));
+    return number;
+}
+
+std::int64_t parseLoudspeakers(const Type& type, const std::string& text) {
+    if (text == "none") return 0;
+    std::int64_t mask = 0;
+    for (const std::string& name : split(text, '+')) {
+        const auto found = std::find(std::begin(kLoudspeakers), std::end(kLoudspeakers), name);
+        if (found == std::end(kLoudspeakers)) refuse(expected(type));
+        mask |= std::int64_t{1} << (found - std::begin(kLoudspeakers));
+    }
+    return mask;
+}
+
+std::string loudspeakersText(std::int64_t mask) {
+    Texts names;
+    for (std::size_t i = 0; i < std::size(kLoudspeakers); ++i)
+        if ((mask >> i & 1) != 0) names.emplace_back(kLoudspeakers[i]);
+    return names.empty() ? "none"
+                         : joined(names, "+", [](const std::string& name) { return name; });
+}
+
+Octets parseHex(const std::string& text) {
+    if (text.size() % 2 != 0) refuse("has an odd number of hex digits");
+    Octets bytes(text.size() / 2);
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        const char* digits = text.data() + 2 * i;
+        if (std::from_chars(digits, digits + 2, bytes[i], 16).ptr != digits + 2)
+            refuse("must be hex digits, or @ and the name of a file");
+    }
+    return bytes;
+}
+
+Octets readFile(const std::string& name) {
+    std::ifstream file(name, std::ios::binary);
+    if (!file) refuse("cannot open file " + name);
+    Octets bytes{std::istreambuf_iterator<char>(file), {}};
+    if (file.bad()) refuse("cannot read file " + name);
+    return bytes;
+}
+
+Octets parseBytes(const Type& type, const std::string& text) {
+    const bool isFile = !text.empty() && text.front() == '@';
+    Octets bytes = isFile ? readFile(text.substr(1)) : parseHex(text);
+    if (bytes.size() > type.count)
+        refuse("has " + std::to_string(bytes.size()) + " bytes; " + std::to_string(type.count) +
+               " is the most");
+    return bytes;
+}
+
+std::string hexText(const Octets& bytes) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    std::string text;
+    for (const std::uint8_t byte : bytes)
+        text += {kDigits[byte / 16], kDigits[byte % 16]};
+    return text;
+}
+
+std::string integerText(const Type& type, std::int64_t number) {
+    if (type.kind == Kind::Loudspeakers) return loudspeakersText(number);
+    for (const auto& [word, meant] : type.words)
+        if (number == meant) return word;
+    return numberText(number) + type.unit;
+}
+
+/// What a float says, not the double next to it.
+double decimal(float number) {
+    const std::string text = numberText(number);
+    double result = 0;
+    std::from_chars(text.data(), text.data() + text.size(), result);
+    return result;
+}
+
+template <typename Items, typename Convert>
+Json listJson(const Type& type, const Items& items, Convert convert) {
+    if (type.count == 1 && items.size() == 1) return convert(items.front());
+    Json list = Json::array();
+    for (const auto& item : items)
+        list.push_back(convert(item));
+    return list;
+}
+
+}  // namespace
+
+int largestStep(const Type& type) {
+    return type.high > 0 ? 148 : 100;
+}
+
+const char* kindName(Kind kind) {
+    switch (kind) {
+        case Kind::Gain:
+            return "gain";
+        case Kind::Real:
+            return "number";
+        case Kind::Integer:
+            return "integer";
+        case Kind::Loudspeakers:
+            return "loudspeakers";
+        case Kind::Switch:
+            return "switch";
+        case Kind::Text:
+            return "text";
+        case Kind::Bytes:
+            return "bytes";
+        case Kind::List:
+            break;
+    }
+    return "list";
+}
+
+std::string rangeText(const Type& type) {
+    const std::string times = type.count > 1 ? std::to_string(type.count) + " x " : "";
+    switch (type.kind) {
+        case Kind::Gain:
+            return times + limitText(type, type.low) + " to " + limitText(type, type.high) +
+                   ", or 0 to " + std::to_string(largestStep(type));
+        case Kind::Real:
+            return times + limitText(type, type.low) + " to " + limitText(type, type.high);
+        case Kind::Integer: {
+            std::string text = joined(type.words, " or ",
+                                      [](const auto& word) { return std::string(word.first); });
+            if (type.low > type.high) return text;
+            if (!text.empty()) text += ", or ";
+            return text + times + limitText(type, type.low) + " to " + limitText(type, type.high);
+        }
+        case Kind::Loudspeakers:
+            return "none, or some of LF+RF+LS+RS+CF+L1";
+        case Kind::Switch:
+            return "on or off";
+        case Kind::Text:
+            return "a text of at most 63 bytes";
+        case Kind::Bytes:
+            return "hex digits of at most " + std::to_string(type.count) + " bytes, or @FILE";
+        case Kind::List:
+            break;
+    }
+    return "a list";
+}
+
+std::string valueText(const Type& type, const Value& value) {
+    struct Writer {
+        const Type& type;
+        std::string operator()(const Reals& numbers) const {
+            return joined(numbers, ",", [&](float n) { return numberText(n) + type.unit; });
+        }
+        std::string operator()(const Steps& steps) const {
+            return joined(steps.steps, ",",
+                          [](std::uint8_t step) { return std::to_string(unsigned{step}); });
+        }
+        std::string operator()(const Integers& numbers) const {
+            return joined(numbers, ",", [&](std::int64_t n) { return integerText(type, n); });
+        }
+        std::string operator()(bool on) const { return on ? "on" : "off"; }
+        std::string operator()(const std::string& text) const { return escaped(text); }
+        std::string operator()(const Octets& bytes) const { return hexText(bytes); }
+        std::string operator()(const Texts& texts) const { return joined(texts, ",", escaped); }
+    };
+    return std::visit(Writer{type}, value);
+}
+
+Json valueJson(const Type& type, const Value& value) {
+    struct Writer {
+        const Type& type;
+        Json operator()(const Reals& numbers) const { return listJson(type, numbers, decimal); }
+        Json operator()(const Steps& steps) const {
+            return listJson(type, steps.steps, [](std::uint8_t step) { return unsigned{step}; });
+        }
+        Json operator()(const Integers& numbers) const {
+            return listJson(type, numbers, [&](std::int64_t n) {
+                const std::string text = integerText(type, n);
+                return text == numberText(n) + type.unit ? Json(n) : Json(text);
+            });
+        }
+        Json operator()(bool on) const { return on; }
+        Json operator()(const std::string& text) const { return text; }
+        Json operator()(const Octets& bytes) const { return hexText(bytes); }
+        Json operator()(const Texts& texts) const { return texts; }
+    };
+    return std::visit(Writer{type}, value);
+}
+
+Value parsedValue(const Type& type, const std::string& text) {
+    const std::vector<std::string> parts = split(text, ',');
+    const bool isCounted =
+        type.kind == Kind::Gain || type.kind == Kind::Real || type.kind == Kind::Integer;
+    if (isCounted && parts.size() != type.count) refuse(expected(type));
+    switch (type.kind) {
+        case Kind::Gain:
+            return parseGains(type, parts);
+        case Kind::Real: {
+            Reals numbers;
+            for (const std::string& part : parts)
+                numbers.push_back(parseReal(type, part));
+            return numbers;
+        }
+        case Kind::Integer: {
+            Integers numbers;
+            for (const std::string& part : parts)
+                numbers.push_back(parseWordOrInteger(type, part));
+            return numbers;
+        }
+        case Kind::Loudspeakers:
+            return Integers{parseLoudspeakers(type, text)};
+        case Kind::Switch:
+            if (text != "on" && text != "off") refuse(expected(type));
+            return text == "on";
+        case Kind::Text: {
+            std::string plain = unescaped(text);
+            if (plain.size() > 63 || plain.find('\0') != std::string::npos) refuse(expected(type));
+            return plain;
+        }
+        case Kind::Bytes:
+            return parseBytes(type, text);
+        case Kind::List:
+            break;
+    }
+    refuse("is a list, which can only be read");
+}
+
+}  // namespace cabinaudio::tool
