@@ -54,7 +54,8 @@ ExitCode Session::run(const std::function<void()>& command) {
     return ExitCode::Done;
 }
 
-void Session::finish(ExitCode code, const std::string& why) {
+void Session::finish(ExitCode code, std::string why) {
+    if (code != ExitCode::Done) why += mAside;
     if (mCommon.json) {
         mReport["ended"] = endName(code);
         mReport["error"] = orNull(why);

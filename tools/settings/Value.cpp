@@ -265,6 +265,16 @@ std::string rangeText(const Type& type) {
     return "a list";
 }
 
+std::string limitsText(const Type& type) {
+    std::string text =
+        joined(type.words, ", ", [](const auto& word) { return std::string(word.first); });
+    // Words alone, or numbers that only the server knows.
+    if (type.low > type.high || (!text.empty() && type.high > 1e9)) return text;
+    if (!text.empty()) text += ", ";
+    if (type.count > 1) text += std::to_string(type.count) + " x ";
+    return text + numberText(type.low) + ".." + limitText(type, type.high);
+}
+
 std::string valueText(const Type& type, const Value& value) {
     struct Writer {
         const Type& type;
