@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <csignal>
 
 namespace cabinaudio::test {
 
@@ -131,6 +132,19 @@ TEST(Settings, OfAServerThatFallsSilentEndWithStatusFourAndWhatWasSet) {
               "cabinaudio: timed out after 0.5 s waiting for the server's answer about "
               "volume.second; set: volume.master=-1dB; not set: mute.main=on\n");
     EXPECT_EQ(json::parse(result.out)["set"], json({"volume.master=-1dB"}));
+}
+
+TEST(Settings, OfAServerThatDiesInTheMiddleEndWithStatusThree) {
+    RealServer server;
+    // The server's own word: it stands still, and is killed while the tool waits.
+    ASSERT_EQ(runTool({"server", "stall", "60000"}).exitCode, 0);
+    ToolProcess tool({"set", "volume.master=-1dB", "--timeout", "3", "-v"});
+    ASSERT_TRUE(tool.waitForErr("connect ok"));
+    server.kill(SIGKILL);
+    (void)server.wait();
+    const ToolResult result = tool.wait();
+    EXPECT_EQ(result.exitCode, 3) << result.text();
+    EXPECT_THAT(result.err, HasSubstr("cabinaudio: the server went away"));
 }
 
 TEST(Settings, AreNotSetBehindTheOneThatAServerRefuses) {
