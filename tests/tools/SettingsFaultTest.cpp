@@ -82,7 +82,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"volume.second=1dB,2dB", std::string("volume.second: ") + kGainRange},
         Wrong{"ducking.target=0.5dB", "ducking.target: must be -103.5dB to 0dB, or 0 to 100"},
         Wrong{"ducking.target=101", "ducking.target: must be -103.5dB to 0dB, or 0 to 100"},
-        Wrong{"mixer.navigation=-1dB", "mixer.navigation: must be 4 x -103.5dB to 0dB"},
+        Wrong{"mixer.navigation=-1dB,-2dB", "mixer.navigation: must be 4 x -103.5dB to 0dB"},
         Wrong{"mixer.navigation=-1dB,5,5,5", "mixer.navigation: must be all gains in dB, or all"},
         Wrong{"duck=101", "duck: must be off, or 0% to 100%"},
         Wrong{"duck=-1", "duck: must be off, or 0% to 100%"},

@@ -267,7 +267,9 @@ TEST_F(TheSettings, ThatServersDoNotTellReachThem) {
     EXPECT_EQ(all["app"]["bypass"], true);
     EXPECT_EQ(all["app"]["reverb_mode"], 2);
     EXPECT_EQ(all["app"]["dac_gain"], 6);
-    set({"duck=off", "bypass=off"});
+    set({"duck=off", "bypass=off", "mixer.navigation=-7dB", "mixer.alternative=50"});
+    EXPECT_EQ(state()["mixer"]["navigation_db"], json({-7, -7, -7, -7}));
+    EXPECT_EQ(state()["mixer"]["alternative_db"], json({-25, -25, -25, -25}));
     EXPECT_EQ(state()["volume"]["duck_percent"], 0);
     EXPECT_EQ(state()["app"]["bypass"], false);
 }

@@ -31,7 +31,8 @@ std::string accessText(const Setting& setting) {
 }
 
 std::string valueHelp(const Type& type) {
-    const std::string range = rangeText(type);
+    const bool mayBeOne = type.count > 1 && (type.kind == Kind::Gain || type.kind == Kind::Real);
+    const std::string range = rangeText(type) + (mayBeOne ? "; or one for all" : "");
     switch (type.kind) {
         case Kind::Gain:
             return range +
@@ -55,9 +56,9 @@ std::string exampleValue(const Type& type) {
     };
     switch (type.kind) {
         case Kind::Gain:
-            return repeated("-6dB");
+            return "-6dB";
         case Kind::Real:
-            return repeated(std::string("10") + type.unit);
+            return std::string("10") + type.unit;
         case Kind::Integer:
             return type.low > type.high ? type.words.front().first : repeated("1");
         case Kind::Loudspeakers:

@@ -318,9 +318,10 @@ Json valueJson(const Type& type, const Value& value) {
 }
 
 Value parsedValue(const Type& type, const std::string& text) {
-    const std::vector<std::string> parts = split(text, ',');
-    const bool isCounted =
-        type.kind == Kind::Gain || type.kind == Kind::Real || type.kind == Kind::Integer;
+    std::vector<std::string> parts = split(text, ',');
+    const bool isMeasure = type.kind == Kind::Gain || type.kind == Kind::Real;
+    if (isMeasure && parts.size() == 1) parts.resize(type.count, parts.front());  // one for all
+    const bool isCounted = isMeasure || type.kind == Kind::Integer;
     if (isCounted && parts.size() != type.count) refuse(expected(type));
     switch (type.kind) {
         case Kind::Gain:
