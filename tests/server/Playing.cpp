@@ -41,7 +41,8 @@ bool Player::hasRing() {
 }
 
 bool Player::writeBytes(unsigned char* bytes, int count) {
-    return mTrack.write(bytes, count, true) == count;
+    // The track alone waits a second for its ring: too short where fifty clients share two cores.
+    return hasRing() && mTrack.write(bytes, count, true) == count;
 }
 
 bool Player::end(int round) {

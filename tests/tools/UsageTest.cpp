@@ -27,6 +27,11 @@ Options:
 Subcommands:
   play                      Play audio files: WAV, FLAC, Ogg and more
   record                    Record what the server captures, or the uplink of a call
+  get                       Print settings as lines that set takes
+  set                       Change settings; nothing is changed if a name or value is wrong
+  list                      List the settings, or find them by a word such as navigation
+  describe                  Say what settings are: range, unit, functions, an example
+  monitor                   Print settings when they change, until Ctrl-C
   version                   Print the versions of library and server side by side
   doctor                    Look for whatever could keep sound from playing, and name the cure
   server                    Have a running cabinaudio-server do something
@@ -74,7 +79,9 @@ TEST_P(ASubCommand, ExplainsItselfWithoutAServer) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Any, ASubCommand, testing::Values("play", "record", "version", "doctor"),
+INSTANTIATE_TEST_SUITE_P(Any, ASubCommand,
+                         testing::Values("play", "record", "get", "set", "list", "describe",
+                                         "monitor", "version", "doctor"),
                          [](const auto& test) { return wordsOf(test.param); });
 
 class AWrongCommandLine : public testing::TestWithParam<Wrong> {};
@@ -160,6 +167,15 @@ INSTANTIATE_TEST_SUITE_P(
                     Wrong{{"server", "stall"}, "MS is required"},
                     Wrong{{"server", "stall", "0"}, "MS: must be a number from 1 to 60000"},
                     Wrong{{"server", "crash", "now"}, "unknown argument 'now'"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    OfSettings, AWrongCommandLine,
+    testing::Values(Wrong{{"set"}, "NAME=VALUE or --file is required"},
+                    Wrong{{"describe"}, "NAME is required"},
+                    Wrong{{"monitor", "--interval", "0"}, "--interval: must be a number from 1"},
+                    Wrong{{"monitor", "--count", "0"}, "--count: must be a number from 1"},
+                    Wrong{{"get", "--timeout", "never"}, "--timeout: must be a number"},
+                    Wrong{{"list", "--nonsense"}, "unknown option '--nonsense'"}));
 
 TEST(TheTool, SaysThatASubCommandIsMissing) {
     const ToolResult result = runTool({});

@@ -31,6 +31,9 @@ Setting record(const char* name, const char* what, Functions functions, int (App
                     Octets data(sizeof value - kHead);
                     std::memcpy(data.data(), reinterpret_cast<const std::uint8_t*>(&value) + kHead,
                                 data.size());
+                    // Unused bytes at the end are zeros, and there are many of them.
+                    while (data.size() > 1 && data.back() == 0)
+                        data.pop_back();
                     return Reading{status, data};
                 },
             .set =

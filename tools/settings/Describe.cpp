@@ -31,7 +31,8 @@ std::string accessText(const Setting& setting) {
 }
 
 std::string valueHelp(const Type& type) {
-    const std::string range = rangeText(type);
+    const bool mayBeOne = type.count > 1 && (type.kind == Kind::Gain || type.kind == Kind::Real);
+    const std::string range = rangeText(type) + (mayBeOne ? "; or one for all" : "");
     switch (type.kind) {
         case Kind::Gain:
             return range +
@@ -55,9 +56,9 @@ std::string exampleValue(const Type& type) {
     };
     switch (type.kind) {
         case Kind::Gain:
-            return repeated("-6dB");
+            return "-6dB";
         case Kind::Real:
-            return repeated(std::string("10") + type.unit);
+            return std::string("10") + type.unit;
         case Kind::Integer:
             return type.low > type.high ? type.words.front().first : repeated("1");
         case Kind::Loudspeakers:
@@ -127,15 +128,25 @@ const char* accessLetters(const Setting& setting) {
 }
 
 std::string shortRangeText(const Type& type) {
-    if (type.kind == Kind::Bytes) return "bytes";
-    if (type.kind == Kind::Text) return "text";
-    if (type.kind == Kind::List) return "list";
-    if (type.kind == Kind::Loudspeakers) return "loudspeakers";
-    // All that 32 bits hold: the server's own numbers.
-    if (type.kind == Kind::Integer && type.high > 1e9)
-        return (type.count > 1 ? std::to_string(type.count) + " " : "") +
-               std::string(type.count > 1 ? "integers" : "integer");
-    return rangeText(type);
+    const auto isServersOwn = [](const Type& integers) { return integers.high > 1e9; };
+    switch (type.kind) {
+        case Kind::Bytes:
+        case Kind::Text:
+        case Kind::List:
+        case Kind::Loudspeakers:
+            return kindName(type.kind);
+        case Kind::Switch:
+            return "on, off";
+        case Kind::Integer:
+            if (!type.words.empty()) break;
+            if (isServersOwn(type))
+                return type.count > 1 ? std::to_string(type.count) + " integers" : "integer";
+            break;
+        case Kind::Gain:
+        case Kind::Real:
+            break;
+    }
+    return limitsText(type);
 }
 
 Json descriptionJson(const Named& named) {

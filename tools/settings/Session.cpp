@@ -54,7 +54,8 @@ ExitCode Session::run(const std::function<void()>& command) {
     return ExitCode::Done;
 }
 
-void Session::finish(ExitCode code, const std::string& why) {
+void Session::finish(ExitCode code, std::string why) {
+    if (code != ExitCode::Done) why += mAside;
     if (mCommon.json) {
         mReport["ended"] = endName(code);
         mReport["error"] = orNull(why);
@@ -63,13 +64,19 @@ void Session::finish(ExitCode code, const std::string& why) {
     if (code != ExitCode::Done) complain(why);
 }
 
-/// The server does not answer. The thread that asks is stuck for good.
+/// The server does not answer, or went away meanwhile. The thread that asks is stuck for good.
 void Session::endOverdue(const std::string& what) {
-    const bool isInterrupted = mInterruption.hasHappened();
-    const ExitCode code = isInterrupted ? ExitCode::Failed : ExitCode::TimedOut;
-    finish(code, isInterrupted ? "interrupted by " + mInterruption.signalName()
-                               : "timed out after " + secondsText(mOptions.timeout) +
-                                     " waiting for the server's answer about " + what);
+    ExitCode code = ExitCode::TimedOut;
+    std::string why = "timed out after " + secondsText(mOptions.timeout) +
+                      " waiting for the server's answer about " + what;
+    if (mInterruption.hasHappened()) {
+        code = ExitCode::Failed;
+        why = "interrupted by " + mInterruption.signalName();
+    } else if (!serverListens()) {
+        code = ExitCode::NoServer;
+        why = "the server went away without an answer about " + what;
+    }
+    finish(code, why);
     std::fflush(nullptr);
     _exit(static_cast<int>(code));
 }

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 
 namespace cabinaudio::tool {
 
@@ -33,6 +34,8 @@ public:
 
     /// A part of what is printed in JSON at the end.
     [[nodiscard]] Json& report(const char* key) { return mReport[key]; }
+    /// What else is said if the command ends badly.
+    void setAside(std::string text) { mAside = std::move(text); }
     [[nodiscard]] bool wantsJson() const { return mCommon.json; }
     [[nodiscard]] const Interruption& interruption() const { return mInterruption; }
 
@@ -59,12 +62,13 @@ private:
     void endIfInterrupted() const;
     /// Throws unless the request went through.
     void check(std::int32_t status) const;
-    void finish(ExitCode code, const std::string& why);
+    void finish(ExitCode code, std::string why);
     [[noreturn]] void endOverdue(const std::string& what);
 
     const SettingsOptions& mOptions;
     const CommonOptions& mCommon;
     Json mReport = Json::object();
+    std::string mAside;
     Clients mClients;
     Interruption mInterruption;
     Watchdog mWatchdog;

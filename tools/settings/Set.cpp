@@ -26,18 +26,10 @@ std::string reason(std::int32_t status) {
     return "the server refused it: " + statusText(status);
 }
 
-void set(Session& session, const std::vector<Assignment>& all, std::size_t index) {
-    const Assignment& one = all[index];
-    std::int32_t status = AUDIO_NO_ERROR;
-    try {
-        status = one.partner ? session.set(one.named, one.value, *one.partner)
-                             : session.set(one.named, one.value);
-    } catch (const Failure& failure) {
-        throw Failure("cannot set " + one.text + ": " + failure.what() + rest(all, index),
-                      failure.code());
-    }
-    if (status != AUDIO_NO_ERROR)
-        throw Failure("cannot set " + one.text + ": " + reason(status) + rest(all, index));
+void set(Session& session, const Assignment& one) {
+    const std::int32_t status = one.partner ? session.set(one.named, one.value, *one.partner)
+                                            : session.set(one.named, one.value);
+    if (status != AUDIO_NO_ERROR) throw Failure("cannot set " + one.text + ": " + reason(status));
     if (session.wantsJson()) session.report("set").push_back(one.text);
 }
 
@@ -45,8 +37,10 @@ void setAll(Session& session, const SetOptions& options) {
     if (session.wantsJson()) session.report("set") = Json::array();
     const std::vector<std::string> words = readAssignments(options.assignments, options.files);
     const std::vector<Assignment> all = parseAssignments(session.directory(), words);
-    for (std::size_t i = 0; i < all.size(); ++i)
-        set(session, all, i);
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        session.setAside(rest(all, i));
+        set(session, all[i]);
+    }
 }
 
 }  // namespace

@@ -265,6 +265,16 @@ std::string rangeText(const Type& type) {
     return "a list";
 }
 
+std::string limitsText(const Type& type) {
+    std::string text =
+        joined(type.words, ", ", [](const auto& word) { return std::string(word.first); });
+    // Words alone, or numbers that only the server knows.
+    if (type.low > type.high || (!text.empty() && type.high > 1e9)) return text;
+    if (!text.empty()) text += ", ";
+    if (type.count > 1) text += std::to_string(type.count) + " x ";
+    return text + numberText(type.low) + ".." + limitText(type, type.high);
+}
+
 std::string valueText(const Type& type, const Value& value) {
     struct Writer {
         const Type& type;
@@ -308,9 +318,10 @@ Json valueJson(const Type& type, const Value& value) {
 }
 
 Value parsedValue(const Type& type, const std::string& text) {
-    const std::vector<std::string> parts = split(text, ',');
-    const bool isCounted =
-        type.kind == Kind::Gain || type.kind == Kind::Real || type.kind == Kind::Integer;
+    std::vector<std::string> parts = split(text, ',');
+    const bool isMeasure = type.kind == Kind::Gain || type.kind == Kind::Real;
+    if (isMeasure && parts.size() == 1) parts.resize(type.count, parts.front());  // one for all
+    const bool isCounted = isMeasure || type.kind == Kind::Integer;
     if (isCounted && parts.size() != type.count) refuse(expected(type));
     switch (type.kind) {
         case Kind::Gain:

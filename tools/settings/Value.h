@@ -64,6 +64,9 @@ extern const char* const kLoudspeakers[6];
 /// "-103.5dB to 24dB, or 0 to 148", "on or off", "4 x -103.5dB to 0dB, or ...".
 [[nodiscard]] std::string rangeText(const Type& type);
 
+/// The same of numbers, as short as it can be: "-103.5..24dB", "4 x 0..10ms", "off, 0..100%".
+[[nodiscard]] std::string limitsText(const Type& type);
+
 /// "gain", "integer" ...
 [[nodiscard]] const char* kindName(Kind kind);
 

@@ -140,7 +140,7 @@ void addVolumes(std::vector<Setting>& table) {
              }});
     table.push_back({.name = "volume.type.<type>",
                      .type = gain(),
-                     .what = "Volume of all streams of a type, such as media (music) or navigation",
+                     .what = "Volume of all streams of a type, such as media (music), navigation",
                      .functions = functions(F::SetStreamTypeGain, F::GetStreamTypeGain,
                                             F::SetStreamTypeStep, F::GetStreamTypeStep),
                      .get =

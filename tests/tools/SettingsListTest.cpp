@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the tool says about settings.
+#include "tests/support/RealServer.h"
+#include "tests/tools/ToolProcess.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace cabinaudio::test {
+
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+using Words = std::vector<std::string>;
+
+}  // namespace
+
+TEST(TheListOfSettings, LeadsToHowLoudNavigationIs) {
+    const RealServer server;
+    const ToolResult list = runTool({"list", "navigation"});
+    EXPECT_EQ(list.exitCode, 0) << list.text();
+    EXPECT_THAT(list.out, HasSubstr("volume.type.navigation "));
+    EXPECT_THAT(list.out, HasSubstr("volume.type.media "));
+    EXPECT_THAT(list.out, HasSubstr("mixer.navigation "));
+    EXPECT_THAT(list.out, HasSubstr("-103.5..24dB"));
+    EXPECT_THAT(list.out, testing::Not(HasSubstr("mute.main")));
+}
+
+TEST(TheListOfSettings, HasNoNamesOfTheServerWithoutOne) {
+    const ToolResult list = runTool({"list"});
+    EXPECT_EQ(list.exitCode, 0) << list.text();
+    EXPECT_THAT(list.err, IsEmpty());
+    EXPECT_THAT(list.out, HasSubstr("volume.master "));
+    EXPECT_THAT(list.out, HasSubstr("volume.type.<type> "));
+    EXPECT_THAT(list.out, HasSubstr("effect.<tag>.<effect>.parameter "));
+    const ToolResult names = runTool({"list", "--names"});
+    EXPECT_THAT(names.out, HasSubstr("volume.channel.LF\n"));
+    EXPECT_THAT(names.out, testing::Not(HasSubstr("<")));
+}
+
+TEST(TheListOfSettings, SaysThatItHasNothingOfThat) {
+    const ToolResult list = runTool({"list", "nonsense"});
+    EXPECT_EQ(list.exitCode, 1) << list.text();
+    EXPECT_THAT(list.err, HasSubstr("cabinaudio: no setting has that"));
+}
+
+TEST(EverySetting, IsDescribed) {
+    const RealServer server;
+    const json list = json::parse(runTool({"list", "--json"}).out);
+    ASSERT_EQ(list["ended"], "done");
+    Words words = {"describe", "--json"};
+    for (const json& setting : list["settings"])
+        words.push_back(setting["name"]);
+    ASSERT_GT(words.size(), 80u);
+    const ToolResult result = runTool(words);
+    EXPECT_EQ(result.exitCode, 0) << result.text();
+    const json described = json::parse(result.out)["settings"];
+    EXPECT_EQ(described, list["settings"]);
+    for (const json& setting : described) {
+        EXPECT_FALSE(setting["what"].get<std::string>().empty()) << setting;
+        EXPECT_FALSE(setting["range"].get<std::string>().empty()) << setting;
+        EXPECT_FALSE(setting["functions"].empty()) << setting;
+        EXPECT_TRUE(setting["readable"] || setting["settable"]) << setting;
+        EXPECT_TRUE(setting["connection"] >= 128 && setting["connection"] <= 133) << setting;
+    }
+}
+
+TEST(ADescription, SaysAllThatOneHasToKnow) {
+    const ToolResult result = runTool({"describe", "volume.master", "duck"});
+    EXPECT_EQ(result.exitCode, 0) << result.text();
+    EXPECT_EQ(result.out,
+              "volume.master\n"
+              "  what      Volume of everything that is heard\n"
+              "  type      gain\n"
+              "  range     -103.5dB to 24dB, or 0 to 148\n"
+              "            with dB a gain, such as -6.5dB; without a volume step: half a dB each,\n"
+              "            100 is 0dB and 0 is silence\n"
+              "  unit      dB\n"
+              "  access    can be read and set\n"
+              "  functions 20, 21, 4, 5 of the volume settings (connection type 131)\n"
+              "  example   cabinaudio set volume.master=-6dB\n"
+              "\n"
+              "duck\n"
+              "  what      Lowers music and all else that is no prompt by so much, until off\n"
+              "  type      integer\n"
+              "  range     off, or 0% to 100%\n"
+              "  unit      %\n"
+              "  access    can only be set: servers have no operation that tells it\n"
+              "  functions 37, 38 of the volume settings (connection type 131)\n"
+              "  example   cabinaudio set duck=1\n");
+}
+
+TEST(ADescription, OfWhatDoesNotExistNamesTheNearest) {
+    const ToolResult result = runTool({"describe", "volume.mastr"});
+    EXPECT_EQ(result.exitCode, 2) << result.text();
+    EXPECT_THAT(result.err, HasSubstr("did you mean volume.master"));
+}
+
+}  // namespace cabinaudio::test
