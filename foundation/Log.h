@@ -21,6 +21,10 @@ struct SourceStem {
     }
 };
 
+/// One of each name, however many places have it.
+template <SourceStem NAME>
+inline constexpr SourceStem STEM = NAME;
+
 /// Where a log line says that it comes from. A helper that several operations share takes one, so
 /// that its lines carry the operation's own name. Make it with AUDIO_LOG_SITE.
 struct LogSite {
@@ -32,12 +36,9 @@ struct LogSite {
 }  // namespace cabinaudio
 
 /// The LogSite of the place that it stands in.
-#define AUDIO_LOG_SITE                                                    \
-    ([](const char* audioLogFunction) {                                   \
-        static constexpr ::cabinaudio::SourceStem audioLogFile(__FILE__); \
-        return ::cabinaudio::LogSite{audioLogFile.text, audioLogFunction, \
-                                     static_cast<unsigned>(__LINE__)};    \
-    }(__func__))
+#define AUDIO_LOG_SITE                                                                            \
+    (::cabinaudio::LogSite{::cabinaudio::STEM<::cabinaudio::SourceStem(__FILE__)>.text, __func__, \
+                           static_cast<unsigned>(__LINE__)})
 
 /// Writes one line for a site. The format is a literal and says for itself whether the line ends.
 #define AUDIO_LOG_AT(priority, site, format, ...)                                      \
