@@ -29,9 +29,10 @@ constexpr auto volumeOf(Number number) {
 /// Volumes, mutes, ducking, fade and balance, and the microphone's gains. Statuses, waits and
 /// threads: QVAudioSetting.h.
 ///
-/// Volumes come in steps (0 to 148) and in dB (-103.5 to 24.0, a step is half a dB and 0 is
-/// silence). `unsigned char` means steps, `float` means dB. Where both are taken, a whole number of
-/// any type means steps and any other number dB: setMasterVolume(100), setMasterVolume(-10.5).
+/// Volumes come in steps (0 to 148) and in dB (-103.5 to 24.0). What a step is in dB, the server
+/// knows; in the development server it is half a dB, step 100 is 0 dB and step 0 is silence.
+/// `unsigned char` means steps, `float` means dB. Where both are taken, a whole number of any type
+/// means steps and any other number dB: setMasterVolume(100), setMasterVolume(-10.5).
 /// Operations by stream type have two names instead and convert as the language does, unchecked:
 /// keep steps within 0 to 255. Pointers to results are never converted, and a literal null for one
 /// has to be cast: `static_cast<float*>(nullptr)`.
