@@ -75,9 +75,9 @@ TEST(TheMonitor, SeesStreamsComeAndGo) {
     EXPECT_THAT(gone.out, HasSubstr(" volume.track.auxiliary.a%20beep is gone\n"));
 }
 
-class ASignal : public testing::TestWithParam<int> {};
+class AMonitorSignal : public testing::TestWithParam<int> {};
 
-TEST_P(ASignal, EndsTheMonitorWell) {
+TEST_P(AMonitorSignal, EndsItWell) {
     const RealServer server;
     ToolProcess monitor({"monitor", "volume.master"});
     ASSERT_TRUE(monitor.waitForErr("watching 1 settings"));
@@ -87,7 +87,7 @@ TEST_P(ASignal, EndsTheMonitorWell) {
     EXPECT_THAT(result.out, IsEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Any, ASignal, testing::Values(SIGINT, SIGTERM),
+INSTANTIATE_TEST_SUITE_P(Any, AMonitorSignal, testing::Values(SIGINT, SIGTERM),
                          [](const auto& test) { return test.param == SIGINT ? "Int" : "Term"; });
 
 TEST(TheMonitor, EndsWhenTheServerDies) {
