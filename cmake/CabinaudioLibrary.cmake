@@ -11,8 +11,9 @@ target_include_directories(cabinaudio PUBLIC
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_compile_features(cabinaudio INTERFACE cxx_std_17)
-target_link_libraries(cabinaudio PRIVATE $<BUILD_INTERFACE:cabinaudio-build> cabinaudio-log
-                                         Threads::Threads)
+# Nothing that it is made of or uses itself reaches its users.
+target_link_libraries(cabinaudio PRIVATE
+    $<BUILD_INTERFACE:cabinaudio-build> $<BUILD_INTERFACE:cabinaudio-log> Threads::Threads)
 set(cabinaudio_map "${PROJECT_SOURCE_DIR}/cmake/cabinaudio.map")
 target_link_options(cabinaudio PRIVATE "LINKER:--version-script=${cabinaudio_map}")
 if(NOT CABINAUDIO_SANITIZE)
@@ -25,5 +26,8 @@ set_target_properties(cabinaudio PROPERTIES
     SOVERSION ${PROJECT_VERSION_MAJOR}
     INSTALL_RPATH "${AndroidLog_RPATH}")
 
-install(TARGETS cabinaudio LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY include/cabinaudio DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+if(CABINAUDIO_INSTALL)
+    install(TARGETS cabinaudio EXPORT cabinaudio-targets
+        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT library
+        NAMELINK_COMPONENT development)
+endif()

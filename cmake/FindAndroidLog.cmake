@@ -18,7 +18,7 @@ if(AndroidLog_LIBRARY AND AndroidLog_INCLUDE_DIR)
     message(STATUS "Log library: ${AndroidLog_LIBRARY}")
 else()
     add_subdirectory("${PROJECT_SOURCE_DIR}/devkit/log" "${PROJECT_BINARY_DIR}/devkit/log")
-    set(AndroidLog_RPATH "")
+    set(AndroidLog_RPATH "$ORIGIN")  # it is installed beside the library
     message(STATUS "Log library: not found (Debian: android-liblog-dev), using the stderr stand-in")
 endif()
 set(AndroidLog_FOUND TRUE)

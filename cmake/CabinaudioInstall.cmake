@@ -1,0 +1,47 @@
+# SPDX-License-Identifier: Apache-2.0
+# What another project finds of an installed cabinaudio: headers, the CMake package and
+# cabinaudio.pc. All of it is found relative to itself, so that the tree may be moved, packed, or
+# unpacked below a sysroot.
+#
+# Components: `library` is what programs need to run, `development` what they need to be built;
+# `tools` and `devkit` have the programs.
+include(CMakePackageConfigHelpers)
+
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/cabinaudio"
+    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development)
+
+set(cabinaudio_package "${CMAKE_INSTALL_LIBDIR}/cmake/cabinaudio")
+install(EXPORT cabinaudio-targets
+    FILE cabinaudioTargets.cmake NAMESPACE cabinaudio::
+    DESTINATION "${cabinaudio_package}" COMPONENT development)
+configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/cabinaudioConfig.cmake.in"
+    "${PROJECT_BINARY_DIR}/cabinaudioConfig.cmake"
+    INSTALL_DESTINATION "${cabinaudio_package}" NO_SET_AND_CHECK_MACRO)
+# The major version is the ABI's.
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/cabinaudioConfigVersion.cmake"
+    COMPATIBILITY SameMajorVersion)
+install(FILES
+    "${PROJECT_BINARY_DIR}/cabinaudioConfig.cmake"
+    "${PROJECT_BINARY_DIR}/cabinaudioConfigVersion.cmake"
+    DESTINATION "${cabinaudio_package}" COMPONENT development)
+
+# cabinaudio_pc_directory(<variable> <directory>): the directory as the .pc file names it.
+function(cabinaudio_pc_directory variable directory)
+    if(NOT IS_ABSOLUTE "${directory}")
+        string(PREPEND directory "\${prefix}/")
+    endif()
+    set(${variable} "${directory}" PARENT_SCOPE)
+endfunction()
+
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+    set(cabinaudio_pc_prefix "${CMAKE_INSTALL_PREFIX}")
+else()
+    file(RELATIVE_PATH cabinaudio_pc_prefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+    string(REGEX REPLACE "/$" "" cabinaudio_pc_prefix "\${pcfiledir}/${cabinaudio_pc_prefix}")
+endif()
+cabinaudio_pc_directory(cabinaudio_pc_libdir "${CMAKE_INSTALL_LIBDIR}")
+cabinaudio_pc_directory(cabinaudio_pc_includedir "${CMAKE_INSTALL_INCLUDEDIR}")
+configure_file("${PROJECT_SOURCE_DIR}/cmake/cabinaudio.pc.in" "${PROJECT_BINARY_DIR}/cabinaudio.pc"
+    @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/cabinaudio.pc"
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)

@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: Apache-2.0
+// diagnostics: shows versions and dumps, and has the library keep a copy of what is played.
+//
+//     diagnostics                   versions, time of a request, what is dumped
+//     diagnostics dump TAG DIR      streams of the tag that are created from now on leave their
+//                                   PCM in DIR, an absolute path; "auxiliary" is what most
+//                                   programs play
+//     diagnostics off               ends all of that
+//
+// Works without a server; the settings are a file of the board, where cabinaudio-run puts one on a
+// desktop.
+//
+// Exit status: 0 done, 1 failed, 2 wrong usage, 3 no server (its version is not known).
+#include <cabinaudio/client/ClientVersionSetting.h>
+#include <cabinaudio/diag/AudioConfig.h>
+#include <cabinaudio/foundation/AudioTime.h>
+#include <cabinaudio/foundation/AudioTypes.h>
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+namespace {
+
+/// Streams of applications. The server's own dumps have other usages.
+constexpr char kUsage[] = "client";
+
+constexpr const char* kTags[] = {"main",   "alternative", "auxiliary", "uplink",
+                                 "input0", "input1",      "input2",    "input_front_feedback"};
+
+int show() {
+    ClientVersionSetting version;
+    int library[3] = {}, build[3] = {};
+    version.getClientVersions(library, build);
+    std::printf("library %d.%d.%d\n", library[0], library[1], library[2]);
+
+    AudioConfig config(true);  // read only
+    for (const char* tag : kTags)
+        if (const AudioDumpItem* const item = config.getDumpItem(tag, kUsage))
+            std::printf("dump %s %s\n", tag, item->outPath);
+
+    int server[3] = {}, serverBuild[3] = {}, other[1] = {};
+    const auto begin = AudioTime::now();
+    if (version.initCheck() != AUDIO_NO_ERROR ||
+        version.getServerVersions(server, serverBuild, other) != AUDIO_NO_ERROR) {
+        std::fprintf(stderr, "diagnostics: no server\n");
+        return 3;
+    }
+    std::printf("server %d.%d.%d, answered after %llu us\n", server[0], server[1], server[2],
+                static_cast<unsigned long long>(AudioTime::now() - begin));
+    return 0;
+}
+
+int dump(const char* tag, const char* directory) {
+    std::string name(tag);
+    if (AudioTypes::getTagType(name) == AUDIO_TAG_UNKNOWN) {
+        std::fprintf(stderr, "diagnostics: no tag is called %s\n", tag);
+        return 2;
+    }
+    AudioDumpItem item{};
+    // The streams of all programs come here, whatever directory those stand in.
+    if (directory[0] != '/' || std::strlen(directory) >= sizeof item.outPath) {
+        std::fprintf(stderr, "diagnostics: no absolute path: %s\n", directory);
+        return 2;
+    }
+    std::strcpy(item.tag, tag);
+    std::strcpy(item.usage, kUsage);
+    std::strcpy(item.outPath, directory);
+    AudioConfig(false).addDumpItem(item);  // written when the object goes
+
+    // That cannot fail aloud: see whether it is there.
+    if (AudioConfig(true).getDumpItem(tag, kUsage) == nullptr) {
+        std::fprintf(stderr, "diagnostics: cannot write the settings; see the log\n");
+        return 1;
+    }
+    std::printf("dump %s %s\n", tag, directory);
+    return 0;
+}
+
+int off() {
+    AudioConfig config(false);
+    config.clearDumpItem();
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc == 1) return show();
+    if (argc == 4 && std::strcmp(argv[1], "dump") == 0) return dump(argv[2], argv[3]);
+    if (argc == 2 && std::strcmp(argv[1], "off") == 0) return off();
+    std::fprintf(stderr, "usage: diagnostics [dump TAG DIR | off]\n");
+    return 2;
+}

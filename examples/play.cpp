@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: Apache-2.0
+// play: plays a tone, to its very end.
+//
+//     play [HZ [SECONDS]]        440 Hz, 1 s
+//
+// Exit status: 0 played, 1 failed, 2 wrong usage, 3 no server or it went away, 4 timed out.
+#include <cabinaudio/client/ClientTrack.h>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <condition_variable>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int kRate = 48000;  // frames per second; a frame is one sample here
+
+/// Where the sound comes from. What you play takes its place.
+class Tone {
+public:
+    Tone(double hz, double seconds)
+        : mStep(2 * 3.14159265358979 * hz / kRate), mFrames(std::llround(seconds * kRate)) {}
+
+    /// Fills the block. @return frames in it, 0 at the end
+    std::size_t read(std::vector<std::int16_t>& block) {
+        const auto count = std::min<long long>(static_cast<long long>(block.size()), mFrames - mAt);
+        for (long long i = 0; i < count; ++i, ++mAt)
+            block[static_cast<std::size_t>(i)] =
+                static_cast<std::int16_t>(8000 * std::sin(mStep * static_cast<double>(mAt)));
+        return static_cast<std::size_t>(count);
+    }
+
+private:
+    double mStep;
+    long long mFrames;
+    long long mAt = 0;
+};
+
+/// Tells when the last frame has been heard. finish() is called on a thread of the stream, which
+/// delivers all its notifications: it says so and returns.
+class End : public audio::QVAudioTrackCallback {
+public:
+    void finish(bool) override {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mHasCome = true;
+        mChange.notify_all();
+    }
+
+    bool waitFor(std::chrono::milliseconds limit) {
+        std::unique_lock<std::mutex> lock(mMutex);
+        return mChange.wait_for(lock, limit, [this] { return mHasCome; });
+    }
+
+private:
+    std::mutex mMutex;
+    std::condition_variable mChange;
+    bool mHasCome = false;
+};
+
+/// Says what went wrong. @return the exit status that goes with it
+int failed(const char* what, int status) {
+    // 1: the request found no server. A stream whose server goes away allows nothing any more.
+    const bool isAway = status == 1 || status == AUDIO_INVALID_STATE;
+    const bool isLate = status == AUDIO_TIMED_OUT;
+    std::fprintf(stderr, "play: cannot %s: %s (status %d)\n", what,
+                 isAway   ? "no server, or it has let go of the stream"
+                 : isLate ? "the server takes no data"
+                          : "refused",
+                 status);
+    return isAway ? 3 : isLate ? 4 : 1;
+}
+
+int play(Tone& tone) {
+    AudioFormatDesc format{};  // codec 0: linear PCM
+    format.sampleRate = kRate;
+    format.channelMap = AUDIO_CHANNEL_MAP_1;
+    format.bitDepth = AUDIO_BIT_DEPTH_16;
+
+    End end;  // outlives the track, which calls it
+    // Two streams of one name at a time disturb each other.
+    const std::string name = "play-" + std::to_string(getpid());
+    ClientTrack track(name.c_str(), AUDIO_TAG_AUXILIARY, format, 0);
+    if (const int status = track.initCheck(); status != AUDIO_NO_ERROR)
+        return failed("create the stream", status);
+    track.setCallback(&end);
+    if (const int status = track.start(); status != AUDIO_NO_ERROR)
+        return failed("start the stream", status);
+
+    // The server's period is the size in which it takes data.
+    constexpr int kFrameBytes = sizeof(std::int16_t);
+    std::vector<std::int16_t> block(
+        static_cast<std::size_t>(std::max(track.getPerLoopSize() / kFrameBytes, 1)));
+    while (const std::size_t frames = tone.read(block)) {
+        const int bytes = static_cast<int>(frames) * kFrameBytes;
+        // Waits for space, which is what keeps the pace.
+        const int written =
+            track.write(reinterpret_cast<unsigned char*>(block.data()), bytes, true);
+        if (written != bytes) return failed("write", written);
+    }
+
+    // The ring is full of sound that has not been heard yet: without this its end would be cut off.
+    if (const int status = track.writeDone(); status != AUDIO_NO_ERROR)
+        return failed("announce the end", status);
+    const int queued = track.getTotalBufferSize() / kFrameBytes * 1000 / kRate;
+    if (!end.waitFor(std::chrono::milliseconds(queued + 2000)))
+        return failed("hear the end",
+                      track.start() == AUDIO_INVALID_STATE ? AUDIO_INVALID_STATE : AUDIO_TIMED_OUT);
+    track.stop();
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const double hz = argc > 1 ? std::atof(argv[1]) : 440;
+    const double seconds = argc > 2 ? std::atof(argv[2]) : 1;
+    if (argc > 3 || !(hz > 0 && hz < kRate / 2) || !(seconds > 0 && seconds <= 3600)) {
+        std::fprintf(stderr, "usage: play [HZ [SECONDS]]\n");
+        return 2;
+    }
+    Tone tone(hz, seconds);
+    const int status = play(tone);
+    if (status == 0) std::printf("played %g s of %g Hz\n", seconds, hz);
+    return status;
+}

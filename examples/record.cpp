@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: Apache-2.0
+// record: records an input into a WAV file.
+//
+//     record FILE.wav [SECONDS]        5 s
+//
+// Exit status: 0 recorded, 1 failed, 2 wrong usage, 3 no server or it went away, 4 timed out.
+// Whatever has been recorded by then is in the file.
+#include <cabinaudio/client/ClientRecord.h>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr std::uint32_t kRate = 48000;
+constexpr std::uint16_t kChannels = 2;
+constexpr std::uint16_t kFrameBytes = kChannels * sizeof(std::int16_t);
+
+/// A WAV file of 16-bit PCM. Written as it lies in memory: on a little-endian machine.
+class WavFile {
+public:
+    explicit WavFile(const char* path) : mFile(std::fopen(path, "wb")) { writeHead(); }
+    ~WavFile() {
+        if (mFile != nullptr) std::fclose(mFile);
+    }
+    WavFile(const WavFile&) = delete;
+    WavFile& operator=(const WavFile&) = delete;
+
+    bool isGood() const { return mFile != nullptr && std::ferror(mFile) == 0; }
+
+    void write(const unsigned char* data, std::size_t bytes) {
+        mBytes += static_cast<std::uint32_t>(std::fwrite(data, 1, bytes, mFile));
+    }
+
+    /// Completes the head, which tells the length. @return whether all of it is in the file
+    bool close() {
+        std::rewind(mFile);
+        writeHead();
+        const bool isWritten = isGood();
+        const bool isClosed = std::fclose(mFile) == 0;
+        mFile = nullptr;
+        return isWritten && isClosed;
+    }
+
+private:
+    void writeHead() {
+        if (mFile == nullptr) return;
+        struct {
+            char riff[4] = {'R', 'I', 'F', 'F'};
+            std::uint32_t rest;
+            char wave[8] = {'W', 'A', 'V', 'E', 'f', 'm', 't', ' '};
+            std::uint32_t formatBytes = 16;
+            std::uint16_t pcm = 1, channels = kChannels;
+            std::uint32_t rate = kRate, bytesPerSecond = kRate * kFrameBytes;
+            std::uint16_t frameBytes = kFrameBytes, bits = 16;
+            char data[4] = {'d', 'a', 't', 'a'};
+            std::uint32_t bytes;
+        } head;
+        static_assert(sizeof head == 44, "no gaps");
+        head.rest = static_cast<std::uint32_t>(sizeof head - 8 + mBytes);
+        head.bytes = mBytes;
+        std::fwrite(&head, sizeof head, 1, mFile);
+    }
+
+    std::FILE* mFile;
+    std::uint32_t mBytes = 0;
+};
+
+int failed(const char* what, int status) {
+    // 1: the request found no server. A stream whose server goes away allows nothing any more.
+    const bool isAway = status == 1 || status == AUDIO_INVALID_STATE;
+    const bool isLate = status == AUDIO_TIMED_OUT;
+    std::fprintf(stderr, "record: cannot %s: %s (status %d)\n", what,
+                 isAway   ? "no server, or it has let go of the stream"
+                 : isLate ? "the server sends no data"
+                          : "refused",
+                 status);
+    return isAway ? 3 : isLate ? 4 : 1;
+}
+
+double peakOf(const std::vector<unsigned char>& data, std::size_t bytes) {
+    int peak = 0;
+    for (std::size_t i = 0; i + 1 < bytes; i += 2) {
+        std::int16_t sample;
+        std::memcpy(&sample, &data[i], sizeof sample);
+        peak = std::max(peak, std::abs(int{sample}));
+    }
+    return peak / 32768.0;
+}
+
+/// Reads until `wanted` bytes are in the file. @return the exit status
+int fill(WavFile& file, ClientRecord& record, std::uint64_t wanted) {
+    std::uint64_t bytes = 0;
+    double peak = 0;
+    int patience = 5;
+    std::vector<unsigned char> block(
+        static_cast<std::size_t>(std::max<int>(record.getPerLoopSize(), kFrameBytes)));
+    while (bytes < wanted) {
+        const auto room = std::min<std::uint64_t>(block.size(), wanted - bytes);
+        const int got = record.read(block.data(), static_cast<int>(room), true);
+        if (got < 0) return failed("read", got);
+        // Lack of data is no error: a read that waited a second for nothing gives nothing.
+        if (got == 0 && --patience == 0) return failed("read", AUDIO_TIMED_OUT);
+        if (got > 0) patience = 5;
+        file.write(block.data(), static_cast<std::size_t>(got));
+        if (!file.isGood()) {
+            std::perror("record: cannot write");
+            return 1;
+        }
+        bytes += static_cast<std::uint64_t>(got);
+        peak = std::max(peak, peakOf(block, static_cast<std::size_t>(got)));
+    }
+    std::printf("recorded %.2f s, peak %.1f dB\n", static_cast<double>(bytes) / kFrameBytes / kRate,
+                20 * std::log10(std::max(peak, 1.0 / 32768)));
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const double seconds = argc > 2 ? std::atof(argv[2]) : 5;
+    if (argc < 2 || argc > 3 || !(seconds > 0 && seconds <= 3600)) {
+        std::fprintf(stderr, "usage: record FILE.wav [SECONDS]\n");
+        return 2;
+    }
+    AudioFormatDesc format{};  // codec 0: linear PCM
+    format.sampleRate = kRate;
+    format.channelMap = AUDIO_CHANNEL_MAP_2;
+    format.bitDepth = AUDIO_BIT_DEPTH_16;
+    // Two streams of one name at a time disturb each other.
+    const std::string name = "record-" + std::to_string(getpid());
+    ClientRecord record(name.c_str(), AUDIO_TAG_INPUT0, format, 0);
+    if (const int status = record.initCheck(); status != AUDIO_NO_ERROR)
+        return failed("create the stream", status);
+
+    WavFile file(argv[1]);  // not before: an attempt without a server leaves an old file as it is
+    if (!file.isGood()) {
+        std::perror(argv[1]);
+        return 1;
+    }
+    if (const int status = record.start(); status != AUDIO_NO_ERROR)
+        return failed("start the stream", status);
+    int status = fill(file, record, static_cast<std::uint64_t>(seconds * kRate) * kFrameBytes);
+    record.stop();
+    if (!file.close()) {
+        std::perror(argv[1]);
+        status = 1;
+    }
+    return status;
+}

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: Apache-2.0
+// uplink: takes the microphone's side of a call as Opus packets, one every 20 ms.
+//
+//     uplink FILE [SECONDS]        5 s
+//
+// The server opens and closes the way of the sound as calls come and go. Packets come all the same:
+// while it is closed they are silent ones. FILE gets the packets as the library hands them out,
+// each with its 8 bytes of header: the length, big-endian, and four bytes of the server's.
+//
+// Exit status: 0 done, 1 failed, 2 wrong usage, 3 no server or it went away, 4 timed out.
+#include <cabinaudio/client/ClientRecordRt.h>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr std::uint32_t kOpus = 32;     // AudioFormatDesc::codecType
+constexpr std::uint32_t kRate = 16000;  // silent packets exist for 8000, 16000, 24000 and 48000
+constexpr auto kPacketTime = std::chrono::milliseconds(20);
+
+constexpr int kHeaderBytes = 8;
+constexpr int kSilenceBytes = kHeaderBytes + 3;  // at this rate
+constexpr int kLargestBytes = kHeaderBytes + 1275;
+
+int failed(const char* what, int status) {
+    // 1: the request found no server. A stream whose server goes away allows nothing any more.
+    const bool isAway = status == 1 || status == AUDIO_INVALID_STATE;
+    const bool isLate = status == AUDIO_TIMED_OUT;
+    std::fprintf(stderr, "uplink: cannot %s: %s (status %d)\n", what,
+                 isAway   ? "no server, or it has let go of the stream"
+                 : isLate ? "the server sends no data"
+                          : "refused",
+                 status);
+    return isAway ? 3 : isLate ? 4 : 1;
+}
+
+/// Takes packets until `wanted` of them are in the file. @return the exit status
+int fill(std::FILE* file, ClientRecordRt& record, long wanted) {
+    const auto begin = std::chrono::steady_clock::now();
+    long packets = 0, silent = 0;
+    int patience = 5;
+    std::vector<unsigned char> packet;
+    while (packets < wanted) {
+        // The byte count says how much has to be there before a packet is taken; it does not limit
+        // the packet, so the buffer has to hold whatever is in the ring. With one byte more than
+        // the largest packet there is always a whole one. What that costs is delay: these bytes are
+        // a third of a second of speech at 32 kbit/s.
+        const int ring = record.getTotalBufferSize();  // 0 while the way is closed
+        const int enough = ring > 0 ? std::min(kLargestBytes + 1, ring / 2) : kLargestBytes + 1;
+        packet.resize(static_cast<std::size_t>(std::max(ring, 2 * kLargestBytes)));
+        const int got = record.read(packet.data(), enough, true);
+
+        if (got == AUDIO_INVALID_STATE) {
+            // Sound stayed away for a second, or the stream is gone. It is started already, so
+            // starting it sends nothing and only tells which.
+            if (const int status = record.start(); status != AUDIO_NO_ERROR)
+                return failed("read", status);
+            if (--patience == 0) return failed("read", AUDIO_TIMED_OUT);
+            continue;
+        }
+        if (got < 0) return failed("read", got);
+        patience = 5;
+        ++packets;
+        if (got <= kSilenceBytes) ++silent;
+        if (std::fwrite(packet.data(), 1, static_cast<std::size_t>(got), file) !=
+            static_cast<std::size_t>(got)) {
+            std::perror("uplink: cannot write");
+            return 1;
+        }
+        // Sound comes when it is there; silence as often as one asks for it.
+        if (got <= kSilenceBytes) std::this_thread::sleep_until(begin + packets * kPacketTime);
+    }
+    std::printf("took %ld packets, %ld of them silent\n", packets, silent);
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const double seconds = argc > 2 ? std::atof(argv[2]) : 5;
+    if (argc < 2 || argc > 3 || !(seconds > 0 && seconds <= 3600)) {
+        std::fprintf(stderr, "usage: uplink FILE [SECONDS]\n");
+        return 2;
+    }
+    AudioFormatDesc format{};
+    format.codecType = kOpus;
+    format.sampleRate = kRate;
+    format.channelMap = AUDIO_CHANNEL_MAP_1;
+    // Two streams of one name at a time disturb each other.
+    const std::string name = "uplink-" + std::to_string(getpid());
+    ClientRecordRt record(name.c_str(), AUDIO_TAG_UPLINK, format);
+    if (const int status = record.initCheck(); status != AUDIO_NO_ERROR)
+        return failed("create the stream", status);
+
+    std::FILE* const file = std::fopen(argv[1], "wb");
+    if (file == nullptr) {
+        std::perror(argv[1]);
+        return 1;
+    }
+    int status = record.start();
+    if (status != AUDIO_NO_ERROR)
+        status = failed("start the stream", status);
+    else
+        status = fill(file, record, static_cast<long>(seconds * 1000 / kPacketTime.count()));
+    record.stop();
+    if (std::fclose(file) != 0) {
+        std::perror(argv[1]);
+        status = 1;
+    }
+    return status;
+}
