@@ -1,0 +1,154 @@
+# SPDX-License-Identifier: Apache-2.0
+"""The pages of docs/: their commands, their programs, and where they lead to.
+
+A fenced block of the kind "console" is a terminal (see shell.py). One of the kind "cpp" that has a
+main() is a program: it is compiled, and runs through the launcher with a server. Its first line may
+say "// NAME.cpp"; then the terminals of the page find it compiled as ./NAME. Other "cpp" blocks are
+inside of functions or show a declaration; they are compiled when their first line is
+"// in a function".
+"""
+
+import re
+import unittest
+
+from shell import run_session
+from surroundings import COMPILER, LIBDIR, PREFIX, SOURCE, fresh_directory, run
+
+PAGES = [SOURCE / "docs" / "README.md", *sorted((SOURCE / "docs").glob("[a-z]*.md"))]
+
+_FENCE = re.compile(r"^```(\w*)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
+
+# What blocks that are inside of functions may use.
+_INCLUDES = [
+    "cabinaudio/QVAudioRecordControl.h",
+    "cabinaudio/client/ClientAppSetting.h",
+    "cabinaudio/client/ClientMixerSetting.h",
+    "cabinaudio/client/ClientRecord.h",
+    "cabinaudio/client/ClientRecordControl.h",
+    "cabinaudio/client/ClientRecordRt.h",
+    "cabinaudio/client/ClientSink.h",
+    "cabinaudio/client/ClientSourceSetting.h",
+    "cabinaudio/client/ClientTrack.h",
+    "cabinaudio/client/ClientVersionSetting.h",
+    "cabinaudio/client/ClientVolumeSetting.h",
+    "cabinaudio/diag/AudioConfig.h",
+    "cabinaudio/diag/AudioDump.h",
+    "cstdio",
+    "cstring",
+    "vector",
+]
+
+# What they may take as given.
+_GIVEN = """
+[[maybe_unused]] AudioFormatDesc format{0, 48000, 0, AUDIO_CHANNEL_MAP_2, 0, AUDIO_BIT_DEPTH_16};
+[[maybe_unused]] std::vector<unsigned char> data(192000);
+[[maybe_unused]] int status = 0;
+"""
+
+_WARNINGS = ["-std=c++17", "-Wall", "-Wextra", "-Wpedantic", "-Wconversion", "-Werror"]
+
+
+def blocks(page, kind):
+    return [text for found, text in _FENCE.findall(page.read_text()) if found == kind]
+
+
+def compile_program(source, program):
+    library = PREFIX / LIBDIR
+    run(COMPILER, *_WARNINGS, "-I", PREFIX / "include", source, "-o", program, "-L", library,
+        f"-Wl,-rpath,{library}", "-lcabinaudio", "-pthread")
+
+
+def compile_programs(page, directory):
+    """The programs of a page. Returns their paths."""
+    programs = []
+    for index, text in enumerate(blocks(page, "cpp")):
+        if "int main(" not in text:
+            continue
+        named = re.match(r"// (\S+)\.cpp\n", text)
+        program = directory / (named.group(1) if named else f"{page.stem}-{index}")
+        source = program.with_suffix(".cpp")
+        source.write_text(text)
+        compile_program(source, program)
+        programs.append(program)
+    return programs
+
+
+class Commands(unittest.TestCase):
+    def test_do_what_they_say(self):
+        for page in PAGES:
+            lines = "\n".join(blocks(page, "console")).splitlines()
+            if not lines:
+                continue
+            with self.subTest(page.name):
+                programs = compile_programs(page, fresh_directory(f"programs-{page.stem}"))
+                run_session(self, page.name, lines, programs)
+
+    def test_are_all_of_a_kind_that_is_tested(self):
+        """No page shows commands in a way that nothing looks at."""
+        for page in PAGES:
+            for kind, text in _FENCE.findall(page.read_text()):
+                if "$ " in text or "cabinaudio " in text:
+                    with self.subTest(page.name, block=text):
+                        self.assertIn(kind, ("console", "cpp", "cmake", ""))
+                if kind == "":
+                    with self.subTest(page.name, block=text):
+                        self.assertNotRegex(text, r"(?m)^\$? ?cabinaudio(-run|-server)? ")
+
+
+class Snippets(unittest.TestCase):
+    def test_that_are_programs_run_to_their_end(self):
+        programs = []
+        for page in PAGES:
+            programs += compile_programs(page, fresh_directory(f"snippets-{page.stem}"))
+        self.assertTrue(programs)
+        lines = ["$ cabinaudio-server --output null &"]
+        lines += [f"$ cabinaudio-run ./{program.name}" for program in programs]
+        run_session(self, "snippets", lines, programs)
+
+    def test_that_are_parts_of_programs_compile(self):
+        text = "".join(f"#include <{header}>\n" for header in _INCLUDES)
+        count = 0
+        for page in PAGES:
+            for index, block in enumerate(blocks(page, "cpp")):
+                if not block.startswith("// in a function\n"):
+                    continue
+                count += 1
+                name = f"{page.stem}_{index}".replace("-", "_")
+                text += f"\nint {name}();\nint {name}() {{{_GIVEN}\n{block}\nreturn status;\n}}\n"
+        self.assertGreater(count, 0)
+        directory = fresh_directory("parts")
+        source = directory / "parts.cpp"
+        source.write_text(text)
+        run(COMPILER, *_WARNINGS, "-I", PREFIX / "include", "-fsyntax-only", source)
+
+
+class Links(unittest.TestCase):
+    def test_lead_somewhere(self):
+        for page in [*PAGES, SOURCE / "README.md"]:
+            text = re.sub(_FENCE, "", page.read_text())
+            for target in re.findall(r"\]\(([^)\s]+)\)", text):
+                if re.match(r"[a-z]+:", target):
+                    continue
+                path, _, anchor = target.partition("#")
+                file = (page.parent / path).resolve() if path else page
+                with self.subTest(page.name, target=target):
+                    self.assertTrue(file.exists())
+                    if anchor and file.suffix == ".md":
+                        self.assertIn(anchor, anchors(file))
+
+    def test_lead_to_every_page_from_the_index(self):
+        index = (SOURCE / "docs" / "README.md").read_text()
+        for page in PAGES[1:]:
+            self.assertIn(f"]({page.name})", index)
+
+
+def anchors(page):
+    found = set()
+    for heading in re.findall(r"^#+ (.*)$", page.read_text(), re.MULTILINE):
+        words = re.sub(r"\[([^]]*)\]\([^)]*\)", r"\1", heading).lower()
+        found.add(re.sub(r"[^\w\- ]", "", words).replace(" ", "-"))
+    return found
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,183 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Runs what a document shows of a terminal.
+
+Lines that begin with "$ " are commands, a backslash at the end continues one. The lines below a
+command are what it prints, in which "..." stands for anything; without such lines it may print what
+it likes. A command has to succeed, unless the next one is "echo $?". All commands of a document
+are one session, in a directory and with a server instance of its own.
+
+Two things are different from a user's terminal. A server that is not told where to play plays
+nowhere. And a command in the background is given the time to come up before the next one.
+"""
+
+import itertools
+import os
+import re
+import shutil
+import signal
+import subprocess
+import time
+
+from surroundings import PREFIX, clean_environment, fresh_directory, write_tone
+
+_SESSIONS = itertools.count()
+_MARK = "@@command@@"
+_BOUND = 240  # seconds for a whole session; nothing takes nearly as long on an idle machine
+
+# Names of sound files that documents play without having made them.
+_SOUNDS = ["news.wav", "song.flac", "voice.wav", "music.wav", "prompt.wav"]
+
+# Stands in front of the server: no test makes a noise, and a trace is not what a command prints.
+_QUIET_SERVER = """#!/bin/sh
+case " $* " in
+    *" --output "* | *" --output="* | *" --help "* | *" --version "*) ;;
+    *) set -- --output null "$@" ;;
+esac
+exec {program} "$@"
+"""
+
+_PROLOGUE = """
+exec 2>&1
+mark() { printf '%s %s %s\\n' '@@command@@' "$1" "$2"; }
+# Until the server answers and, with a name, has such a stream.
+up() {
+    for _ in $(seq 300); do
+        state=$(cabinaudio server state --json --timeout 2 2>/dev/null) &&
+            case $state in *"\\"name\\":\\"$1\\""* | *"\\"name\\": \\"$1\\""*) return ;; esac
+        [ -n "$state" ] && [ -z "$1" ] && return
+        sleep 0.1
+    done
+    echo "nothing came up"
+}
+"""
+
+
+class Command:
+    def __init__(self, text):
+        self.text = text
+        self.expected = []  # lines
+
+    def matches(self, printed):
+        """Whether it has printed what the document says."""
+        if not self.expected:
+            return True
+        pattern = re.escape("\n".join(self.expected)).replace(re.escape("..."), ".*?")
+        return re.fullmatch(pattern, printed.rstrip("\n"), re.DOTALL) is not None
+
+
+def parse(lines):
+    """The commands in the lines of a document's terminal."""
+    commands = []
+    unfinished = False
+    for line in lines:
+        if unfinished:
+            commands[-1].text += "\n" + line
+        elif line.startswith("$ "):
+            commands.append(Command(line[2:]))
+        elif commands:
+            commands[-1].expected.append(line)
+            continue
+        elif line.strip():
+            raise AssertionError(f"output without a command: {line}")
+        unfinished = line.endswith("\\")
+    for command in commands:
+        while command.expected and not command.expected[-1].strip():
+            command.expected.pop()
+    return commands
+
+
+def _in_background(text):
+    return re.search(r"(?<!&)&\s*(#.*)?$", text) is not None
+
+
+def _script(commands):
+    script = _PROLOGUE
+    for index, command in enumerate(commands):
+        text = command.text
+        script += f"mark {index} begin\n"
+        if _in_background(text):
+            bare = re.sub(r"&\s*(#.*)?$", "", text)
+            name = re.search(r"--name[ =](\S+)", bare)
+            script += f"{{ {bare}; }} >background.{index} 2>&1 &\n"
+            script += f"up {name.group(1) if name else ''}\n"
+            script += f"mark {index} 0\n"
+            continue
+        if "until Ctrl-C" in text:
+            text = f"timeout --signal=INT --preserve-status 3 {text}"
+        follows = index > 0 and command.text == "echo $?"
+        script += "(exit $status)\n" if follows else ""
+        script += f"{text}\nstatus=$?\n"
+        script += f"mark {index} $status\n"
+    return script
+
+
+def _started_environment(directory, programs):
+    shims = directory / ".shims"
+    shims.mkdir()
+    server = shims / "cabinaudio-server"
+    server.write_text(_QUIET_SERVER.format(program=programs / "cabinaudio-server"))
+    server.chmod(0o755)
+    home = directory / ".home"
+    home.mkdir()
+    return clean_environment(
+        PATH=f"{shims}:{programs}:{os.environ['PATH']}",
+        HOME=home,
+        CABINAUDIO_INSTANCE=f"docs-{os.getpid()}-{next(_SESSIONS)}")
+
+
+def run_session(case, name, lines, files=(), tree=PREFIX):
+    """Runs the commands in the lines, with copies of the files beside them and the programs of an
+    installed tree; the test case gets the failures."""
+    commands = parse(lines)
+    case.assertTrue(commands, f"{name} has no commands")
+    directory = fresh_directory(f"session-{name}")
+    for sound in _SOUNDS:
+        write_tone(directory / sound)
+    for file in files:
+        shutil.copy(file, directory)
+    environment = _started_environment(directory, tree / "bin")
+    with open(directory / ".output", "w+b") as output:
+        shell = subprocess.Popen(
+            ["bash", "-c", _script(commands)], cwd=directory, env=environment,
+            stdin=subprocess.DEVNULL, stdout=output, start_new_session=True)
+        try:
+            shell.wait(_BOUND)
+        except subprocess.TimeoutExpired:
+            pass
+        overdue = shell.poll() is None
+        _end_group(shell.pid)
+        shell.wait()
+        output.seek(0)
+        printed = output.read().decode(errors="replace")
+    subprocess.run([tree / "bin" / "cabinaudio-run", "--clean"], env=environment, check=False,
+                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    case.assertFalse(overdue, f"{name} does not come to an end:\n{printed}")
+    _judge(case, name, commands, printed)
+
+
+def _end_group(group):
+    """Ends what is left in the background; the server gets the time to remove its memory."""
+    for number, patience in ((signal.SIGTERM, 10), (signal.SIGKILL, 10)):
+        end = time.monotonic() + patience
+        try:
+            os.killpg(group, number)
+            while time.monotonic() < end:
+                os.killpg(group, 0)
+                time.sleep(0.05)
+        except ProcessLookupError:
+            return
+
+
+def _judge(case, name, commands, printed):
+    for index, command in enumerate(commands):
+        found = re.search(
+            rf"{_MARK} {index} begin\n(.*?){_MARK} {index} (\d+)\n", printed, re.DOTALL)
+        where = f"{name}: {command.text}"
+        case.assertIsNotNone(found, f"{where}\nwas not reached:\n{printed}")
+        text, status = found.group(1), int(found.group(2))
+        last = index + 1 == len(commands)
+        if last or commands[index + 1].text != "echo $?":
+            case.assertEqual(status, 0, f"{where}\nprinted:\n{text}")
+        expected = "\n".join(command.expected)
+        case.assertTrue(
+            command.matches(text), f"{where}\nprinted:\n{text}\nthe document says:\n{expected}")
