@@ -36,9 +36,13 @@ enum audio_input_mux_id_e : std::uint32_t {
 
 // ---- Sources and routing ----------------------------------------------------------------------
 
+/// Pins of the converter's inputs; the server's numbers.
 enum audio_input_select_pin_e : std::int32_t {};
+/// Sounds of a loudspeaker test; the server's numbers.
 enum audio_speaker_test_pattern_e : std::int32_t {};
+/// Which settings of the serial bus; the server's numbers.
 enum audio_i2s_select_param_e : std::uint32_t {};
+/// Pieces of hardware whose signal energy is asked for; the server's numbers.
 enum audio_hw_type_e : std::uint32_t {};
 
 /// Which outputs to ask for; a mask of its two low bits.
@@ -86,7 +90,9 @@ static_assert(sizeof(audio_track_info_t) == 200, "shared with the server");
 
 // ---- Sound effects ------------------------------------------------------------------------------
 
+/// Quality of the echo canceller; the server's numbers.
 enum audio_aec_quality_e : std::int32_t {};
+/// Reverberation; the server's numbers.
 enum audio_reverb_mode_e : std::int32_t {};
 
 /// Extended equaliser. Its first word selects which one a getter asks for.
@@ -139,6 +145,7 @@ static_assert(sizeof(effect_param_t) == 4, "shared with the server");
 inline std::uint8_t* effectData(effect_param_t& block) {
     return reinterpret_cast<std::uint8_t*>(&block) + sizeof block;
 }
+/// The data behind the head, to be read.
 inline const std::uint8_t* effectData(const effect_param_t& block) {
     return reinterpret_cast<const std::uint8_t*>(&block) + sizeof block;
 }
@@ -176,8 +183,11 @@ struct audio_eq_cf_table_t;
 struct audio_dps_user_eq_parameter_t;
 struct audio_sound_quality_t;
 struct audio_uplink_config_t;
+/// Of an operation without effect.
 enum audio_dps_profile_id_e : std::int32_t {};
+/// Of an operation without effect.
 enum audio_eq_type : std::int32_t {};
+/// Of an operation without effect.
 enum audio_int_dac_sample_rate_e : std::int32_t {};
 
 }  // namespace audio

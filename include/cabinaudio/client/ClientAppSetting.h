@@ -18,16 +18,27 @@ public:
     ClientAppSetting(const ClientAppSetting&) = delete;
     ClientAppSetting& operator=(const ClientAppSetting&) = delete;
 
+    /// Without effect. @return 0
     int setFilter(audio::audio_filter_parameter_t* parameter) override;
+    /// Without effect. @return 0
     int getFilter(audio::audio_filter_parameter_t* parameter) override;
+    /// Without effect. @return 0
     int setBassTreble(audio::audio_bt_parameter_t* parameter) override;
+    /// Without effect. @return 0
     int getBassTreble(audio::audio_bt_parameter_t* parameter) override;
+    /// Without effect. @return 0
     int setLoudness(audio::audio_loudness_parameter_t* parameter) override;
+    /// Without effect. @return 0
     int setLoudness(audio::audio_ext_loudness_parameter_t* parameter) override;
+    /// Without effect. @return 0
     int getLoudness(audio::audio_loudness_parameter_t* parameter) override;
+    /// Without effect. @return 0
     int setEqualizer(audio::audio_eq_parameter_t* parameter) override;
+    /// Without effect. @return 0
     int getEqualizer(audio::audio_eq_parameter_t* parameter) override;
+    /// Without effect. @return 0
     int getEqualizerQValueTable(audio::audio_eq_qvalue_table_t* table) override;
+    /// Without effect. @return 0
     int getEqualizerCfTable(audio::audio_eq_cf_table_t* table) override;
     int getEqualizerSpectrum(audio::audio_eq_spectrum_t* spectrum) override;
     int enableDps() override;
@@ -37,14 +48,19 @@ public:
     int disableDpsStereoCtrl() override;
     int setDpsUserGain(float gain) override;
     int getDpsUserGain(float* gain) override;
+    /// Without effect. @return 0
     int setDpsUserEq(audio::audio_dps_user_eq_parameter_t* parameter) override;
+    /// Without effect. @return 0
     int getDpsUserEq(audio::audio_dps_user_eq_parameter_t* parameter) override;
+    /// Without effect. @return 0
     int setQualityOfSound(audio::audio_sound_quality_t* quality) override;
+    /// Without effect. @return 0
     int getQualityOfSound(audio::audio_sound_quality_t* quality) override;
     int setSpeakerDelay(audio::audio_channel_idx_e channel, float ms) override;
     int getSpeakerDelay(audio::audio_channel_idx_e channel, float* delay) override;
     int setQualityOfAEC(audio::audio_aec_quality_e quality) override;
     int getQualityOfAEC(audio::audio_aec_quality_e* quality) override;
+    /// Without effect. @return 0
     int setUplinkConfig(audio::audio_uplink_config_t* configuration) override;
     int setEqualizerType(audio::audio_eq_type type) override;
     int enableByPassMode() override;
@@ -73,6 +89,8 @@ public:
     int getEffectParameter(const char* tag, const char* effect,
                            audio::effect_param_t& parameter) override;
 
+    /// Disconnects. Ends a request that another thread still waits in, and waits for that thread to
+    /// have left it, and for both of the object's own threads.
     ~ClientAppSetting() override;
 
 private:

@@ -31,6 +31,8 @@ public:
                                            bool on) override;
     int getUpMixMode(unsigned* mode) override;
 
+    /// Disconnects. Ends a request that another thread still waits in, and waits for that thread to
+    /// have left it, and for both of the object's own threads.
     ~ClientMixerSetting() override;
 
 private:

@@ -77,7 +77,9 @@ public:
     /// stream was stopped, removed or destroyed meanwhile, with what there is by then.
     /// Not blocking: takes what is there.
     ///
-    /// @param bytes  1 to getTotalBufferSize()
+    /// @param buffer   room for `bytes` bytes
+    /// @param bytes    1 to getTotalBufferSize()
+    /// @param isBlock  whether to wait
     /// @return bytes stored in `buffer`, 0 to `bytes`
     /// @retval AUDIO_BAD_VALUE      null buffer, or `bytes` out of range
     /// @retval AUDIO_INVALID_STATE  not started, or another read waits

@@ -20,6 +20,8 @@ public:
     int set(const char* tag, const char* effect, const audio::effect_param_t& parameter) override;
     int get(const char* tag, const char* effect, audio::effect_param_t& parameter) override;
 
+    /// Disconnects. Ends a request that another thread still waits in, and waits for that thread to
+    /// have left it, and for both of the object's own threads.
     ~ClientAudioRecordControl() override;
 
 private:

@@ -86,8 +86,9 @@ public:
     ///
     /// Blocking: waits until `bytes` bytes are due. Not blocking: takes what is due.
     ///
-    /// @param buffer  for coded streams see above
-    /// @param bytes   1 or more. A request larger than the ring holds is never met by live data
+    /// @param buffer   for coded streams see above
+    /// @param bytes    1 or more. A request larger than the ring holds is never met by live data
+    /// @param isBlock  whether to wait
     /// @return bytes stored in `buffer`. PCM: `bytes` when blocking, 0 to `bytes` when not. Coded:
     ///         one frame, or 0
     /// @retval AUDIO_BAD_VALUE      null buffer or no bytes; live data of a codec that cannot be

@@ -85,8 +85,9 @@ public:
     /// While the source is removed the data is thrown away and the call takes 0.5 s; when its ring
     /// could not be mapped, 1 s. Other operations wait meanwhile.
     ///
-    /// @param buffer  may be reused as soon as the call returns
-    /// @param len     1 or more, bytes
+    /// @param buffer   may be reused as soon as the call returns
+    /// @param len      1 or more, bytes
+    /// @param isBlock  whether to wait
     /// @return bytes queued: `len` when blocking; 0 to `len` when not; 0 when the source is
     /// missing,
     ///         removed, or the stream was stopped, removed or destroyed while it waited for one

@@ -18,7 +18,9 @@ public:
 
     /// Selects what a seat hears. Does nothing and returns 0 where the environment variable
     /// USE_NEW_MAIN_AUDIO_SOURCE_MANAGEMENT reads as the number 1, which is looked up on every
-    /// call: call setOutPutSource() there. @param source  the server's number, as of seats
+    /// call: call setOutPutSource() there.
+    /// @param seat    the server's number
+    /// @param source  the server's number
     virtual int selectSource(audio_seat_id_e seat, audio_source_id_e source) = 0;
     /// What the front seats' audio does. @param state  the server's number
     virtual int setFrontAudioState(audio_seat_state_e state) = 0;
@@ -27,7 +29,8 @@ public:
     /// Selects the pin of a converter's input.
     virtual int setAdcMuxPin(audio::audio_input_mux_id_e input,
                              audio::audio_input_select_pin_e pin) = 0;
-    /// @param pin  null is refused
+    /// @param input  which one
+    /// @param pin    gets the server's number; null is refused
     virtual int getAdcMuxPin(audio::audio_input_mux_id_e input,
                              audio::audio_input_select_pin_e* pin) = 0;
     /// What the server tells about the tracks of outputs.
@@ -82,6 +85,8 @@ public:
     int getSpeakerOutPut(audio::audio_channel_idx_e* channel) override;
     int getActiveTracksInfo(std::vector<audio::audio_track_info_t>& list) override;
 
+    /// Disconnects. Ends a request that another thread still waits in, and waits for that thread to
+    /// have left it, and for both of the object's own threads.
     ~ClientSourceSetting() override;
 
     int selectSource(audio_seat_id_e seat, audio_source_id_e source) override;

@@ -83,6 +83,7 @@ public:
     ///
     /// @param buffer   may be reused as soon as the call returns
     /// @param bytes    1 or more
+    /// @param isBlock  whether to wait until everything is queued
     /// @return bytes queued: `bytes` when blocking; 0 to `bytes` when not
     /// @retval AUDIO_BAD_VALUE          null buffer or no bytes
     /// @retval AUDIO_INVALID_OPERATION  another write waits, or writeDone() was called

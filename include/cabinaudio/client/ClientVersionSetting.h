@@ -10,7 +10,9 @@ class RemoteCall;
 class CABINAUDIO_API AudioVersionSetting {
 public:
     virtual ~AudioVersionSetting() = default;
+    /// See ClientVersionSetting::initCheck().
     virtual int initCheck() = 0;
+    /// See ClientVersionSetting::getServerVersions().
     virtual int getServerVersions(int* first, int* second, int* third) = 0;
 };
 
@@ -19,6 +21,8 @@ class CABINAUDIO_API ClientVersionSetting : public AudioVersionSetting {
 public:
     /// Connects to the server; blocks until it has answered. Reports nothing: see initCheck().
     ClientVersionSetting() noexcept;
+    /// Disconnects. Ends a request that another thread still waits in, and waits for that thread to
+    /// have left it, and for both of the object's own threads.
     ~ClientVersionSetting() override;
     ClientVersionSetting(const ClientVersionSetting&) = delete;
     ClientVersionSetting& operator=(const ClientVersionSetting&) = delete;

@@ -75,15 +75,22 @@ public:
     int setMasterVolumeRampDuration(float first, float second) override;
     int getMasterVolumeRampDuration(float& first, float& second) override;
 
+    /// Disconnects. Ends a request that another thread still waits in, and waits for that thread to
+    /// have left it, and for both of the object's own threads.
     ~ClientVolumeSetting() override;
 
-    /// As by tag. @param path  audio_out_path_id_e
+    /// As by tag.
+    /// @param path    audio_out_path_id_e, or a mask of them
+    /// @param option  forwarded to the server
     int mute(unsigned path, bool option);
+    /// As mute() by path.
     int demute(unsigned path, bool option);
     /// A literal, which could be a null tag if it is 0, and an enumerator.
     int mute(int path, bool option) { return mute(static_cast<unsigned>(path), option); }
+    /// As mute() by such a path.
     int demute(int path, bool option) { return demute(static_cast<unsigned>(path), option); }
-    /// @param path  an enumerator, or a number that is cast to one: a literal 0 is a null tag
+    /// @param path   an enumerator, or a number that is cast to one: a literal 0 is a null tag
+    /// @param muted  gets whether the path is muted
     int getMuteState(audio::audio_out_path_id_e path, bool& muted);
 
 private:

@@ -13,17 +13,17 @@ class LineReader;
 
 /// Says where a stream's PCM is dumped to. Items are identified by tag and usage together.
 struct AudioDumpItem {
-    char tag[64];
-    char usage[64];
-    char outPath[256];
+    char tag[64];       ///< text of the stream's tag, see AudioTypes::getTag()
+    char usage[64];     ///< who dumps; "client" is this library
+    char outPath[256];  ///< directory of the dump files
 };
 static_assert(sizeof(AudioDumpItem) == 384, "shared with other users of the file");
 
 /// Says where a stream is traced to; laid out as AudioDumpItem.
 struct AudioTraceItem {
-    char tag[64];
-    char usage[64];
-    char outPath[256];
+    char tag[64];       ///< text of the stream's tag
+    char usage[64];     ///< who traces
+    char outPath[256];  ///< where to
 };
 static_assert(sizeof(AudioTraceItem) == 384, "shared with other users of the file");
 
@@ -48,32 +48,42 @@ public:
     /// Reads the file; creates its directory (last level only) when it is missing.
     /// @param readOnly  false writes the settings back in the destructor
     explicit AudioConfig(bool readOnly);
+    /// Unless read-only, replaces the file by what is set now. A failure is logged.
     ~AudioConfig();
     AudioConfig(const AudioConfig&) = delete;
     AudioConfig& operator=(const AudioConfig&) = delete;
 
+    /// @param level  any number; it is stored as it is
     void setLogLevel(AudioLogLevel level);
+    /// @return the stored level, 4 unless the file or setLogLevel() says otherwise
     [[nodiscard]] AudioLogLevel getLogLevel();
 
+    /// @param enMark  the mark switch; only stored
     void setEnMark(bool enMark);
+    /// @return the mark switch
     [[nodiscard]] bool getEnMark();
 
     /// @return the stored item of this tag and usage (each cut to 63 characters), or null; null too
     ///         when tag or usage is null.
     ///         It stays valid until it is removed, or the list cleared, or the object destroyed.
     [[nodiscard]] AudioDumpItem* getDumpItem(const char* tag, const char* usage);
+    /// As getDumpItem(), of the traces.
     [[nodiscard]] AudioTraceItem* getTraceItem(const char* tag, const char* usage);
 
     /// Adds a copy at the end; where tag and usage are known already, replaces the path only. Each
     /// text counts up to its zero or to the last but one character. Out of memory ends the process.
     void addDumpItem(AudioDumpItem& item) noexcept;
+    /// As addDumpItem(), of the traces.
     void addTraceItem(AudioTraceItem& item) noexcept;
 
     /// Removes the stored item of the same tag and usage, if there is one.
     void removeDumpItem(AudioDumpItem& item);
+    /// As removeDumpItem(), of the traces.
     void removeTraceItem(AudioTraceItem& item);
 
+    /// Removes all dump items.
     void clearDumpItem();
+    /// Removes all trace items.
     void clearTraceItem();
 
 private:

@@ -16,6 +16,9 @@ class CABINAUDIO_API AudioDump {
 public:
     /// Dumps when the settings have an item for the tag's text and `usage`. The settings are read
     /// here, once. The usage "driver" starts paused and opens its file with resume(true).
+    /// @param tag     of the stream
+    /// @param name    of the stream, a part of the file's name
+    /// @param usage   who dumps, "client" for this library's streams
     /// @param append  add to an existing file of the same name instead of truncating it
     AudioDump(AudioTagType tag, const char* name, const char* usage, bool append);
 

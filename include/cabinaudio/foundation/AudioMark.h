@@ -12,6 +12,7 @@ public:
     /// Marks the scope that it lives in. Any thread.
     class CABINAUDIO_API AutoMark {
     public:
+        /// Does nothing; so does the destructor. The texts and the number are not looked at.
         AutoMark(const char* file, const char* function, std::uint32_t line);
         ~AutoMark();
         AutoMark(const AutoMark&) = delete;

@@ -13,7 +13,9 @@ public:
     /// Holds the mutex for as long as it lives.
     class CABINAUDIO_API AutoLock {
     public:
+        /// Locks; blocks as lock() does.
         explicit AutoLock(AudioMutex& mutex);
+        /// Unlocks.
         ~AutoLock();
         AutoLock(const AutoLock&) = delete;
         AutoLock& operator=(const AutoLock&) = delete;
@@ -30,6 +32,7 @@ public:
 
     /// Blocks without a time limit. Locking twice from one thread blocks for ever.
     void lock();
+    /// Releases the lock; to be called by the thread that has it. Never blocks.
     void unlock();
 
     /// @return 0 when the lock was taken, else the negated error number (-EBUSY). Never blocks.

@@ -16,10 +16,13 @@
 /// block must wake it and join in its own destructor, before the parts that the body uses are gone.
 class CABINAUDIO_API AudioThread {
 public:
+    /// Scheduling: round-robin, first in first out, or the system's ordinary one. Real-time
+    /// policies need permission.
     enum Policy : std::int32_t { POLICY_RR = 0, POLICY_FIFO = 1, POLICY_OTHER = 2 };
 
     /// @param name      cut so that "AS-" + name fits in 15 characters; null means "Default"
     /// @param priority  of the policy; -1 means the policy's maximum
+    /// @param policy    of its scheduling
     AudioThread(const char* name, std::int32_t priority, Policy policy);
     AudioThread(const AudioThread&) = delete;
     AudioThread& operator=(const AudioThread&) = delete;

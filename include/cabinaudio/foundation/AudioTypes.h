@@ -60,12 +60,12 @@ enum AudioChannelMapType : std::uint32_t {
 
 /// Format of a stream; travels as it is in every request that creates one.
 struct AudioFormatDesc {
-    std::uint32_t codecType;   ///< 0 is linear PCM; other numbers are the server's
-    std::uint32_t sampleRate;  ///< frames per second
-    std::uint32_t codecParam;  ///< uplink codecs only, otherwise 0
-    AudioChannelMapType channelMap;
-    std::uint32_t usage;         ///< the server's business
-    AudioBitDepthType bitDepth;  ///< linear PCM; codecs 64 and 65 keep a flag in its first byte
+    std::uint32_t codecType;         ///< 0 is linear PCM; other numbers are the server's
+    std::uint32_t sampleRate;        ///< frames per second
+    std::uint32_t codecParam;        ///< uplink codecs only, otherwise 0
+    AudioChannelMapType channelMap;  ///< channels
+    std::uint32_t usage;             ///< the server's business
+    AudioBitDepthType bitDepth;      ///< linear PCM; codecs 64 and 65 keep a flag in its first byte
 };
 static_assert(sizeof(AudioFormatDesc) == 24, "travels on the wire");
 static_assert(offsetof(AudioFormatDesc, codecType) == 0, "travels on the wire");

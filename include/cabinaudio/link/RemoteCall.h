@@ -59,7 +59,11 @@ public:
 
     /// Sends the first `reqLen` bytes of the outstanding request block and waits for the reply, of
     /// which at most `retLen` bytes are stored. May be repeated on one block.
-    /// @param flag  selects the command word; the reply is awaited either way
+    /// @param req     the block of rcalloc()
+    /// @param reqLen  bytes of it to send, at most those of rcalloc()
+    /// @param ret     gets the reply, from its status on
+    /// @param retLen  bytes of the reply
+    /// @param flag    selects the command word; the reply is awaited either way
     /// @retval 0                done; `ret` holds the reply
     /// @retval 1                not connected, not sent, or no reply
     /// @retval AUDIO_BAD_VALUE  `req` is not the outstanding block
@@ -75,9 +79,12 @@ public:
     /// @return the server's status; 1 when the request did not go through; AUDIO_NO_MEMORY when a
     ///         request is outstanding already
     [[nodiscard]] std::int32_t callFuncId(std::uint32_t id, bool flag);
+    /// As above, with a number.
     [[nodiscard]] std::int32_t callFuncId(std::uint32_t id, std::int32_t a, bool flag);
+    /// As above, with two numbers.
     [[nodiscard]] std::int32_t callFuncId(std::uint32_t id, std::int32_t a, std::int32_t b,
                                           bool flag);
+    /// As above, with three numbers.
     [[nodiscard]] std::int32_t callFuncId(std::uint32_t id, std::int32_t a, std::int32_t b,
                                           std::int32_t c, bool flag);
     /// As above; stores the number that the server answers through `out` whenever the request went

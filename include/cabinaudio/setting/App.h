@@ -10,41 +10,70 @@ namespace audio::QVAudioSetting {
 /// Statuses, waits and threads: QVAudioSetting.h.
 class CABINAUDIO_API App {
 public:
-    // Deprecated, without effect. They return 0.
+    /// @name Deprecated
+    /// @{
+
+    /// Without effect. @return 0
     virtual int setFilter(audio_filter_parameter_t* parameter) = 0;
+    /// Without effect. @return 0
     virtual int getFilter(audio_filter_parameter_t* parameter) = 0;
+    /// Without effect. @return 0
     virtual int setBassTreble(audio_bt_parameter_t* parameter) = 0;
+    /// Without effect. @return 0
     virtual int getBassTreble(audio_bt_parameter_t* parameter) = 0;
+    /// Without effect. @return 0
     virtual int setLoudness(audio_loudness_parameter_t* parameter) = 0;
+    /// Without effect. @return 0
     virtual int setLoudness(audio_ext_loudness_parameter_t* parameter) = 0;
+    /// Without effect. @return 0
     virtual int getLoudness(audio_loudness_parameter_t* parameter) = 0;
+    /// Without effect. @return 0
     virtual int setEqualizer(audio_eq_parameter_t* parameter) = 0;
+    /// Without effect. @return 0
     virtual int getEqualizer(audio_eq_parameter_t* parameter) = 0;
+    /// Without effect. @return 0
     virtual int getEqualizerQValueTable(audio_eq_qvalue_table_t* table) = 0;
+    /// Without effect. @return 0
     virtual int getEqualizerCfTable(audio_eq_cf_table_t* table) = 0;
+    /// @}
 
     /// @param spectrum  gets the spectrum of the main output; null is refused
     virtual int getEqualizerSpectrum(audio_eq_spectrum_t* spectrum) = 0;
 
-    // Deprecated, without effect. They return 0.
+    /// @name Deprecated
+    /// @{
+
+    /// Without effect. @return 0
     virtual int enableDps() = 0;
+    /// Without effect. @return 0
     virtual int disableDps() = 0;
+    /// Without effect. @return 0
     virtual int setDpsProfile(audio_dps_profile_id_e profile) = 0;
+    /// Without effect. @return 0
     virtual int enableDpsStereoCtrl() = 0;
+    /// Without effect. @return 0
     virtual int disableDpsStereoCtrl() = 0;
+    /// Without effect. @return 0
     virtual int setDpsUserGain(float gain) = 0;
+    /// Without effect. @return 0
     virtual int getDpsUserGain(float* gain) = 0;
+    /// Without effect. @return 0
     virtual int setDpsUserEq(audio_dps_user_eq_parameter_t* parameter) = 0;
+    /// Without effect. @return 0
     virtual int getDpsUserEq(audio_dps_user_eq_parameter_t* parameter) = 0;
+    /// Without effect. @return 0
     virtual int setQualityOfSound(audio_sound_quality_t* quality) = 0;
+    /// Without effect. @return 0
     virtual int getQualityOfSound(audio_sound_quality_t* quality) = 0;
+    /// @}
 
     /// Delays a loudspeaker.
-    /// @param ms  milliseconds, sent in whole microseconds of 32 bits: fractions are cut off,
-    /// higher
-    ///            bits are lost, and what is no number or beyond 64 bits goes out as 0
+    /// @param channel  which ones, a mask
+    /// @param ms       milliseconds, sent in whole microseconds of 32 bits: fractions are cut off,
+    ///                 higher bits are lost, and what is no number or beyond 64 bits goes out as 0
     virtual int setSpeakerDelay(audio_channel_idx_e channel, float ms) = 0;
-    /// @param delay  gets the server's number, which need not be in milliseconds; null is refused
+    /// @param channel  which one
+    /// @param delay    gets the server's number, which need not be in milliseconds; null is refused
     /// @return whether the request went through; the server's status is not looked at
     virtual int getSpeakerDelay(audio_channel_idx_e channel, float* delay) = 0;
     /// Quality of the echo canceller. @param quality  the server's number
@@ -100,15 +129,22 @@ public:
     /// for the following operations, too.
     /// @param tag     of the stream, "main" for instance
     /// @param effect  its name
+    /// @param on      whether it shall work
     virtual int setEffectEnabled(const char* tag, const char* effect, bool on) = 0;
-    /// @param on  gets whether the effect is on
+    /// @param tag     of the stream
+    /// @param effect  its name
+    /// @param on      gets whether the effect is on
     virtual int getEffectEnabled(const char* tag, const char* effect, bool& on) = 0;
     /// Sets an effect's parameters.
+    /// @param tag        of the stream
+    /// @param effect     its name
     /// @param parameter  head of a block of `size` + 4 bytes
     /// @retval AUDIO_NO_MEMORY  also for a `size` that no request can hold
     virtual int setEffectParameter(const char* tag, const char* effect,
                                    const effect_param_t& parameter) = 0;
     /// Sends the block and has it overwritten by the server's, head included.
+    /// @param tag        of the stream
+    /// @param effect     its name
     /// @param parameter  head of a block of `size` + 4 bytes, `size` as it is before the call
     /// @retval AUDIO_NO_MEMORY  also for a `size` that no request can hold
     virtual int getEffectParameter(const char* tag, const char* effect,

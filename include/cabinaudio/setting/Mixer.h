@@ -30,6 +30,7 @@ public:
     virtual int mixRearAudioWithFrontAudio(bool on) = 0;
     /// Mixes alternative with main audio in hardware.
     /// @param channel  65534 at most; negative ones are left to the server
+    /// @param on       whether to mix
     virtual int setHwAlternativeAudioMixerWithMain(audio_ext_channel_idx_e channel, bool on) = 0;
     /// @param mode  gets the server's number; null drops it
     virtual int getUpMixMode(unsigned* mode) = 0;

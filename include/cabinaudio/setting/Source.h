@@ -23,11 +23,12 @@ public:
     ///         The server's status is not looked at: the name is empty when it refuses.
     virtual const char* getOutPutSource(const char* tag) = 0;
     /// Appends the names of the active tracks of an output to `names`, 32 at most.
-    /// @param tag  of the output; null is refused, and 63 bytes are sent at most
+    /// @param tag    of the output; null is refused, and 63 bytes are sent at most
+    /// @param names  32 at most are added; what it has stays
     /// @return whether the request went through; the server's status is not looked at
     virtual int getActiveTracksName(const char* tag, std::vector<std::string>& names) = 0;
-    /// @param tag   of the output, and `name` of the track: null is refused, and 63 bytes are sent
-    ///              at most
+    /// @param tag   of the output; null is refused, and 63 bytes are sent at most
+    /// @param name  of the track; as the tag
     /// @param type  gets the stream type of the track
     /// @return whether the request went through; the server's status is not looked at
     virtual int getTrackStreamType(const char* tag, const char* name, std::string& type) = 0;
@@ -41,9 +42,12 @@ public:
     /// Has the server write the destinations of an input into its log.
     /// @param tag  shorter than 64 bytes
     virtual int dumpInputDestinationList(const char* tag) = 0;
-    /// Selects the pin of a converter's input. @param pin  the server's number
+    /// Selects the pin of a converter's input.
+    /// @param input  which one
+    /// @param pin    the server's number
     virtual int setInputMuxPin(audio_input_mux_id_e input, audio_input_select_pin_e pin) = 0;
-    /// @param pin  gets the server's number; null is refused
+    /// @param input  which one
+    /// @param pin    gets the server's number; null is refused
     virtual int getInputMuxPin(audio_input_mux_id_e input, audio_input_select_pin_e* pin) = 0;
     /// Deprecated, without effect. @return 0
     virtual int setExtAdcEnable(audio_input_mux_id_e input, char on) = 0;
@@ -58,10 +62,14 @@ public:
     virtual int getI2sOutPutMapping(audio_i2s_output_mapping_tbl_t* table) = 0;
     /// Exchanges left and right of the converter's input.
     virtual int setAdcLeftRightSwitch(bool on) = 0;
-    /// Plays a test pattern on a loudspeaker. @param pattern  the server's number
+    /// Plays a test pattern on a loudspeaker.
+    /// @param channel  which ones, a mask
+    /// @param pattern  the server's number
     virtual int setMainAudioSpeakerTestPattern(audio_channel_idx_e channel,
                                                audio_speaker_test_pattern_e pattern) = 0;
-    /// Plays a tone on a loudspeaker. @param frequency  1 to 47999 Hz
+    /// Plays a tone on a loudspeaker.
+    /// @param channel    which ones, a mask
+    /// @param frequency  1 to 47999 Hz
     virtual int setMainAudioSpeakerTestPattern(audio_channel_idx_e channel, int frequency) = 0;
     /// Settings of the PCM hardware interface. @param configuration  null is refused
     virtual int configurePcmHwInterface(audio_pcm_hw_intf_cfg_t* configuration) = 0;
@@ -79,16 +87,20 @@ public:
     virtual int setSamplerateCapability(audio_samplerate_capability_e capability) = 0;
     /// Deprecated, without effect. @return 0
     virtual int setAdcPrcMode(bool on) = 0;
-    /// Format of the serial bus. @param format  null is refused
+    /// Format of the serial bus.
+    /// @param select  which settings, the server's number
+    /// @param format  null is refused
     virtual int setI2sFormatAndConfig(audio_i2s_select_param_e select,
                                       audio_i2s_format_parameter_t* format) = 0;
     /// Deprecated, without effect. @return 0
     virtual int setAdcPinIntoGPIO(bool on) = 0;
     /// Appends what the server tells about the tracks of outputs, 20 at most.
-    /// @param tag  mask; without its two low bits nothing is asked, and 0 returned
+    /// @param tag   mask; without its two low bits nothing is asked, and 0 returned
+    /// @param list  20 at most are added; what it has stays
     virtual int getOutPutTrackInfoList(audio_output_src_tag_e tag,
                                        std::vector<audio_output_src_parameter_t>& list) = 0;
-    /// @param energy  gets the signal energy of a piece of hardware; null is refused
+    /// @param hardware  which piece, the server's number
+    /// @param energy    gets the energy of its signal; null is refused
     virtual int getHWSignalEnergy(audio_hw_type_e hardware, unsigned* energy) = 0;
     /// Deprecated, without effect. @return 0
     virtual int setAlterLatency(int latency) = 0;

@@ -70,28 +70,41 @@ public:
 
     /// @param gain  channel and steps, 0 to 148; null is refused
     virtual int setChannelGain(audio_channel_gain_t* gain) = 0;
-    /// Gain of a channel. @param dB  -103.5 to 24.0
+    /// Gain of a channel.
+    /// @param channel  which one
+    /// @param dB       -103.5 to 24.0
     virtual int setChannelGain(audio_channel_idx_e channel, float dB) = 0;
     /// @param gain  says which channel and gets channel and steps; null and channel 65535 are
     /// refused
     virtual int getChannelGain(audio_channel_gain_t* gain) = 0;
-    /// @param dB  gets the gain; null is refused
+    /// @param channel  which one
+    /// @param dB       gets the gain; null is refused
     virtual int getChannelGain(audio_channel_idx_e channel, float* dB) = 0;
 
     /// @param tag     "main", "alternative" or "auxiliary"
     /// @param name    of the track; texts of 64 bytes or more and null ones are refused
     /// @param volume  0 to 148 steps
     virtual int setTrackVolume(const char* tag, const char* name, unsigned char volume) = 0;
-    /// As above. @param dB  -103.5 to 24.0
+    /// As above.
+    /// @param tag   as above
+    /// @param name  of the track
+    /// @param dB    -103.5 to 24.0
     virtual int setTrackVolume(const char* tag, const char* name, float dB) = 0;
-    /// As above. @param volume  whole numbers are steps, others dB
+    /// As above.
+    /// @param tag     as above
+    /// @param name    of the track
+    /// @param volume  whole numbers are steps, others dB
     template <typename Number, OtherNumber<Number> = 0>
     int setTrackVolume(const char* tag, const char* name, Number volume) {
         return setTrackVolume(tag, name, volumeOf(volume));
     }
-    /// @param volume  gets the steps; no pointer may be null
+    /// @param tag     "main", "alternative" or "auxiliary"; no pointer may be null
+    /// @param name    of the track
+    /// @param volume  gets the steps
     virtual int getTrackVolume(const char* tag, const char* name, unsigned char* volume) = 0;
-    /// @param dB  gets the gain; no pointer may be null
+    /// @param tag   "main", "alternative" or "auxiliary"; no pointer may be null
+    /// @param name  of the track
+    /// @param dB    gets the gain
     virtual int getTrackVolume(const char* tag, const char* name, float* dB) = 0;
 
     /// Deprecated, without effect. @return 0
@@ -99,10 +112,13 @@ public:
     /// Deprecated, without effect. @return 0
     virtual int getSourceLevel(const char* tag, const char* name, float* level) = 0;
 
-    /// Mutes an output path. @param tag  one of the four; others and null are refused
+    /// Mutes an output path.
+    /// @param tag     one of the four; others and null are refused
     /// @param option  forwarded to the server
     virtual int mute(const char* tag, bool option) = 0;
-    /// Makes it heard again. @param option  forwarded to the server
+    /// Makes it heard again.
+    /// @param tag     as above
+    /// @param option  forwarded to the server
     virtual int demute(const char* tag, bool option) = 0;
 
     /// Distributes the sound over the seats. Sends four channel gains; nothing is rolled back when
@@ -116,13 +132,16 @@ public:
     /// Gain of the telephone's uplink in dB, which only the server checks.
     virtual int setUpLinkGain(float dB) = 0;
 
-    /// Programmable gain of a converter's input, in dB for left and right, which only the server
-    /// checks. @param input  0 or 1
+    /// Programmable gain of a converter's input, which only the server checks.
+    /// @param input  0 or 1
+    /// @param left   dB
+    /// @param right  dB
     virtual int setAdcPgaGain(audio_input_mux_id_e input, float left, float right) = 0;
     /// A null pointer drops its side; the same below.
     virtual int getAdcPgaGain(audio_input_mux_id_e input, float* left, float* right) = 0;
     /// Gain of the operational amplifier in front of it.
     virtual int setAdcOpGain(audio_input_mux_id_e input, float left, float right) = 0;
+    /// As getAdcPgaGain().
     virtual int getAdcOpGain(audio_input_mux_id_e input, float* left, float* right) = 0;
 
     /// Gain of the microphones in whole dB, -24 to 46, rounded down and split over both amplifiers
@@ -164,6 +183,7 @@ public:
     /// @param dB  gets the gain; null is refused
     virtual int getUpLinkGain(float* dB) = 0;
 
+    /// @param tag    one of the four; others and null are refused
     /// @param muted  gets whether an output path is muted
     virtual int getMuteState(const char* tag, bool& muted) = 0;
 
@@ -171,6 +191,7 @@ public:
     /// @param type    null is refused. Setters send 64 bytes at most, getters 63
     /// @param volume  0 to 148 steps
     virtual int setVolumeByStreamType(const char* type, unsigned char volume) = 0;
+    /// @param type    as above
     /// @param volume  gets the steps
     virtual int getVolumeByStreamType(const char* type, unsigned char& volume) = 0;
     /// Appends the names of the stream types to `list`, 32 at most.
@@ -181,12 +202,17 @@ public:
     /// Brings it back.
     virtual int unduck() = 0;
 
-    /// mute() or demute() of a path. @param path  audio_out_path_id_e
+    /// mute() or demute() of a path.
+    /// @param path   audio_out_path_id_e, or a mask of them
+    /// @param muted  which of both
     virtual int setMute(unsigned path, bool muted) = 0;
 
-    /// Gain of all streams of a type. @param dB  -103.5 to 24.0
+    /// Gain of all streams of a type.
+    /// @param type  as setVolumeByStreamType()
+    /// @param dB    -103.5 to 24.0
     virtual int setGainByStreamType(const char* type, float dB) = 0;
-    /// @param dB  gets the gain
+    /// @param type  as setVolumeByStreamType()
+    /// @param dB    gets the gain
     virtual int getGainByStreamType(const char* type, float& dB) = 0;
 
     /// Begins to measure the microphone's gain; ask for the result later.
@@ -202,6 +228,8 @@ public:
 
     /// How long the master volume takes to change; two numbers of the server.
     virtual int setMasterVolumeRampDuration(float first, float second) = 0;
+    /// @param first   gets the first number
+    /// @param second  gets the second one
     virtual int getMasterVolumeRampDuration(float& first, float& second) = 0;
 
     virtual ~Volume() = default;

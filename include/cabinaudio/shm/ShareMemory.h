@@ -71,7 +71,9 @@ public:
     [[nodiscard]] unsigned getUsedSize() const;
     /// @return bytes that can be written
     [[nodiscard]] unsigned getFreeSize() const;
+    /// @return where the next byte is read, as the header says
     [[nodiscard]] unsigned getReadOffset() const;
+    /// @return where the next byte is written, as the header says
     [[nodiscard]] unsigned getWriteOffset() const;
 
     /// Copies out up to `len` bytes and wakes a writing side that asked for it, also when nothing
@@ -104,6 +106,7 @@ public:
     /// The writing side says that it is blocked for free space. Look at the free space again
     /// afterwards, then wait: the reading side frees first and looks at this flag then.
     void setWait(bool wait);
+    /// @return whether the writing side says that it is blocked
     [[nodiscard]] bool getWait() const;
 
 private:
