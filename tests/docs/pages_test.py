@@ -122,6 +122,24 @@ class Snippets(unittest.TestCase):
         run(COMPILER, *_WARNINGS, "-I", PREFIX / "include", "-fsyntax-only", source)
 
 
+class Volumes(unittest.TestCase):
+    """The table of steps, dB and percent, asked of the server."""
+
+    def test_are_what_the_server_makes_of_steps(self):
+        rows = re.findall(r"^\| (\d+) \| (-?[\d.]+) \| ([\d.]+) \|$",
+                          (SOURCE / "docs" / "settings.md").read_text(), re.MULTILINE)
+        self.assertGreater(len(rows), 10)
+        lines = ["$ cabinaudio-server &"]
+        for step, decibel, percent in rows:
+            lines += [f"$ cabinaudio set volume.master={step}",
+                      "$ cabinaudio get volume.master",
+                      f"volume.master={decibel}dB"]
+            left = 0 if step == "0" else 100 * 10 ** (float(decibel) / 20)
+            with self.subTest(step):
+                self.assertAlmostEqual(float(percent), left, delta=left * 0.003)
+        run_session(self, "volumes", lines)
+
+
 class Links(unittest.TestCase):
     def test_lead_somewhere(self):
         for page in [*PAGES, SOURCE / "README.md"]:

@@ -1,10 +1,11 @@
 # SPDX-License-Identifier: Apache-2.0
 """Runs what a document shows of a terminal.
 
-Lines that begin with "$ " are commands, a backslash at the end continues one. The lines below a
-command are what it prints, in which "..." stands for anything; without such lines it may print what
-it likes. A command has to succeed, unless the next one is "echo $?". All commands of a document
-are one session, in a directory and with a server instance of its own.
+Lines that begin with "$ " are commands; a backslash at the end continues one, and so do lines that
+begin with "> ". The lines below a command are what it prints, in which "..." stands for anything;
+without such lines it may print what it likes. A command has to succeed, unless the next one is
+"echo $?". All commands of a document are one session, in a directory and with a server instance of
+its own.
 
 Two things are different from a user's terminal. A server that is not told where to play plays
 nowhere. And a command in the background is given the time to come up before the next one.
@@ -18,7 +19,7 @@ import signal
 import subprocess
 import time
 
-from surroundings import PREFIX, clean_environment, fresh_directory, write_tone
+from surroundings import LIBDIR, PREFIX, clean_environment, fresh_directory, write_tone
 
 _SESSIONS = itertools.count()
 _MARK = "@@command@@"
@@ -72,6 +73,9 @@ def parse(lines):
     for line in lines:
         if unfinished:
             commands[-1].text += "\n" + line
+        elif commands and not commands[-1].expected and re.match(r">( |$)", line):
+            commands[-1].text += "\n" + line[2:]
+            continue
         elif line.startswith("$ "):
             commands.append(Command(line[2:]))
         elif commands:
@@ -122,6 +126,9 @@ def _started_environment(directory, programs):
     return clean_environment(
         PATH=f"{shims}:{programs}:{os.environ['PATH']}",
         HOME=home,
+        # As if it were installed where the system looks.
+        LD_LIBRARY_PATH=programs.parent / LIBDIR if programs.parent == PREFIX else "",
+        PKG_CONFIG_PATH=programs.parent / LIBDIR / "pkgconfig",
         CABINAUDIO_INSTANCE=f"docs-{os.getpid()}-{next(_SESSIONS)}")
 
 
