@@ -3,7 +3,7 @@
 //
 //     settings                      all that follows
 //     settings master DB            master volume, -103.5 to 24.0
-//     settings TYPE DB              volume of a type of stream, "music" for instance
+//     settings TYPE DB              volume of a type of stream, "media" for instance
 //     settings mute PATH            main, second, alternative or auxiliary
 //     settings unmute PATH
 //

@@ -11,7 +11,7 @@ from surroundings import CMAKE, SOURCE, configure, fresh_directory, run
 
 PROJECT = """
 cmake_minimum_required(VERSION 3.22)
-project(someone LANGUAGES CXX)
+project(someone VERSION 1.5 LANGUAGES CXX)
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
@@ -23,7 +23,8 @@ function(state variable)
         get_property(value DIRECTORY PROPERTY ${name})
         string(APPEND ${variable} "${name}=${value}\\n")
     endforeach()
-    foreach(name CMAKE_CXX_FLAGS CMAKE_CXX_STANDARD CMAKE_CXX_VISIBILITY_PRESET CMAKE_MODULE_PATH
+    foreach(name PROJECT_NAME PROJECT_VERSION CMAKE_PROJECT_NAME CMAKE_PROJECT_VERSION
+            CMAKE_CXX_FLAGS CMAKE_CXX_STANDARD CMAKE_CXX_VISIBILITY_PRESET CMAKE_MODULE_PATH
             CMAKE_POSITION_INDEPENDENT_CODE CMAKE_SHARED_LINKER_FLAGS CMAKE_EXE_LINKER_FLAGS
             CMAKE_BUILD_TYPE CMAKE_INSTALL_RPATH BUILD_SHARED_LIBS BUILD_TESTING)
         string(APPEND ${variable} "${name}=${${name}}\\n")

@@ -2,6 +2,7 @@
 """The examples do what they say, with the development server."""
 
 import array
+import json
 import math
 import os
 import re
@@ -13,8 +14,8 @@ import time
 import unittest
 import wave
 
-from surroundings import BUILT, LAUNCHER, LIBDIR, MOVED, SERVER, VERSION, clean_environment, \
-    fresh_directory
+from surroundings import BUILT, LAUNCHER, LIBDIR, MOVED, SERVER, TOOL, VERSION, \
+    clean_environment, fresh_directory
 
 # Nothing here takes as long on an idle machine.
 BOUND = 90  # seconds
@@ -103,6 +104,18 @@ class Server(Child):
             self.send(signal.SIGKILL)
             raise AssertionError(f"no server: {self.err}")
 
+    def wait_for_sound(self):
+        """Waits until a stream has carried a fifth of a second."""
+        end = time.monotonic() + BOUND
+        while time.monotonic() < end:
+            state = subprocess.run([TOOL, "server", "state", "--json"], env=ENVIRONMENT, check=True,
+                                   stdout=subprocess.PIPE, timeout=BOUND).stdout
+            streams = json.loads(state)["streams"]
+            if any(stream["frames"] >= stream["rate_hz"] / 5 for stream in streams):
+                return
+            time.sleep(0.05)
+        raise AssertionError(f"no sound: {streams}")
+
     def stop(self):
         self.send(signal.SIGTERM)
         return self.end()
@@ -145,8 +158,8 @@ class Sound:
         self.samples = samples[::self.channels]
 
     def level(self, hz):
-        """Amplitude of one frequency in the frames that are not silent, of 32768."""
-        loud = [sample for sample in self.samples if sample != 0]
+        """Amplitude of one frequency, of 32768."""
+        loud = self._loud()
         if not loud:
             return 0.0
         step = 2 * math.pi * hz / self.rate
@@ -155,9 +168,12 @@ class Sound:
         return 2 * math.hypot(real, imaginary) / len(loud)
 
     def loud_frames(self):
-        """Frames from the first one with sound to the last one."""
+        return len(self._loud())
+
+    def _loud(self):
+        """From the first frame with sound to the last one."""
         places = [i for i, sample in enumerate(self.samples) if abs(sample) > 100]
-        return places[-1] - places[0] + 1 if places else 0
+        return self.samples[places[0]:places[-1] + 1] if places else []
 
 
 class ExampleTest(unittest.TestCase):
@@ -197,7 +213,7 @@ class Play(ExampleTest):
 
     def testSaysThatTheServerHasGone(self):
         with Server("--output", "null") as server, example("play", 440, 3600) as player:
-            time.sleep(1)  # into the sound, or at least into the beginning
+            server.wait_for_sound()
             server.die()
             self.assertEqual(player.end(), 3, player.err)
             self.assertIn("play: cannot", player.err)
@@ -254,9 +270,9 @@ class Settings(ExampleTest):
             self.assertIn("master +0.0 dB, step 100 of 148\n", self.show())
             self.assert_ended(Result("settings", "master", "-6"), 0)
             self.assertIn("master -6.0 dB, step 88 of 148\n", self.show())
-            self.assertIn("type music +0.0 dB\n", self.show())
-            self.assert_ended(Result("settings", "music", "-12.5"), 0)
-            self.assertIn("type music -12.5 dB\n", self.show())
+            self.assertIn("type media +0.0 dB\n", self.show())
+            self.assert_ended(Result("settings", "media", "-12.5"), 0)
+            self.assertIn("type media -12.5 dB\n", self.show())
 
     def testMutesAPath(self):
         with Server("--output", "null"):
@@ -271,6 +287,7 @@ class Settings(ExampleTest):
         with Server("--output", "null"):
             self.assert_ended(Result("settings", "master", "24.5"), 1, "master: out of range")
             self.assert_ended(Result("settings", "mute", "roof"), 1, "mute: out of range")
+            self.assert_ended(Result("settings", "media", "-110"), 1, "media: out of range")
 
     def testSaysThatThereIsNoServer(self):
         self.assert_ended(Result("settings"), 3, "settings: master: no server")
@@ -285,13 +302,13 @@ class Reconnect(ExampleTest):
         with example("reconnect") as player:
             with Server("--output", "null") as server:
                 player.wait_for("playing from 0.00 s\n")
-                time.sleep(1)
+                server.wait_for_sound()
                 server.die()
             player.wait_for("server lost\n")
             heard = WORK / "heard.wav"
             with Server("--output", f"wav:{heard}") as server:
                 player.wait_for("playing from", times=2)
-                time.sleep(1)
+                server.wait_for_sound()
                 player.send(signal.SIGINT)
                 self.assertEqual(player.end(), 0, player.err)
                 server.stop()
@@ -351,7 +368,7 @@ class Uplink(ExampleTest):
     def testSaysThatTheServerHasGone(self):
         with Server("--output", "null") as server, \
                 example("uplink", WORK / "cut.packets", 3600) as recorder:
-            time.sleep(1)
+            server.wait_for_sound()
             server.die()
             self.assertEqual(recorder.end(), 3, recorder.err)
             self.assertIn("uplink: cannot", recorder.err)

@@ -53,8 +53,7 @@ class Installed(unittest.TestCase):
 class AMovedTree(Installed):
     @classmethod
     def setUpClass(cls):
-        # The blank is part of the test.
-        first = fresh_directory("moved") / "first place"
+        first = fresh_directory("moved") / "place"
         install(first)
         first.rename(MOVED)
 

@@ -22,12 +22,13 @@ TOOLCHAIN = _SURROUNDINGS["toolchain"]
 EXAMPLES = ["play", "record", "settings", "reconnect", "uplink", "diagnostics"]
 
 # Where the tests leave what they have made, for the tests of the examples among others.
-MOVED = WORK / "moved" / "elsewhere"
+MOVED = WORK / "moved" / "another place"  # the blank is part of the tests
 BUILT = WORK / "moved" / "examples"
 
 # Programs of this machine; on the target's build they come from the native one.
 LAUNCHER = Path(_SURROUNDINGS["launcher"] or MOVED / "bin" / "cabinaudio-run")
 SERVER = Path(_SURROUNDINGS["server"] or MOVED / "bin" / "cabinaudio-server")
+TOOL = Path(_SURROUNDINGS["tool"] or MOVED / "bin" / "cabinaudio")
 
 
 def clean_environment(**more):
