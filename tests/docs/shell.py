@@ -102,7 +102,9 @@ def _script(commands):
         if _in_background(text):
             bare = re.sub(r"&\s*(#.*)?$", "", text)
             name = re.search(r"--name[ =](\S+)", bare)
-            script += f"{{ {bare}; }} >background.{index} 2>&1 &\n"
+            # In front: the command may redirect its output itself. Nothing stands between the shell
+            # and the program, so that a signal to the job reaches it.
+            script += f">background.{index} 2>&1 {bare} &\n"
             script += f"up {name.group(1) if name else ''}\n"
             script += f"mark {index} 0\n"
             continue
@@ -112,7 +114,8 @@ def _script(commands):
         script += "(exit $status)\n" if follows else ""
         script += f"{text}\nstatus=$?\n"
         script += f"mark {index} $status\n"
-    return script
+    # In order: the server removes its memory.
+    return script + "kill $(jobs -p) 2>/dev/null\nwait\n"
 
 
 def _started_environment(directory, programs):
@@ -152,8 +155,9 @@ def run_session(case, name, lines, files=(), tree=PREFIX):
         except subprocess.TimeoutExpired:
             pass
         overdue = shell.poll() is None
-        _end_group(shell.pid)
-        shell.wait()
+        if overdue:
+            _end_group(shell.pid)
+            shell.wait()
         output.seek(0)
         printed = output.read().decode(errors="replace")
     subprocess.run([tree / "bin" / "cabinaudio-run", "--clean"], env=environment, check=False,
@@ -163,16 +167,13 @@ def run_session(case, name, lines, files=(), tree=PREFIX):
 
 
 def _end_group(group):
-    """Ends what is left in the background; the server gets the time to remove its memory."""
-    for number, patience in ((signal.SIGTERM, 10), (signal.SIGKILL, 10)):
-        end = time.monotonic() + patience
-        try:
-            os.killpg(group, number)
-            while time.monotonic() < end:
-                os.killpg(group, 0)
-                time.sleep(0.05)
-        except ProcessLookupError:
-            return
+    """Ends what is left of a session that does not come to an end."""
+    try:
+        os.killpg(group, signal.SIGTERM)
+        time.sleep(2)
+        os.killpg(group, signal.SIGKILL)
+    except ProcessLookupError:
+        pass
 
 
 def _judge(case, name, commands, printed):
