@@ -10,7 +10,7 @@ failed=
 
 # Directories with sources of ours.
 library='foundation wire link shm diag client include'
-others='devkit tools tests bench demo'
+others='devkit tools tests bench demo examples'
 
 sources() {
     for directory; do
@@ -21,24 +21,35 @@ sources() {
 scripts() {
     echo cabin
     echo .ci/run
+    find debian/tests -type f ! -name control
     # shellcheck disable=SC2086  # a list of directories
-    find $others cmake -name '*.sh' 2>/dev/null
+    find $others abi cmake examples packaging -name '*.sh' 2>/dev/null
 }
 
-# Files that cannot hold a comment or are texts for people are left out.
+# Left out: files that cannot hold a comment, texts for people, and Debian's, whose form is given.
+# For these .reuse/dep5 tells the licence.
 licensed() {
-    # shellcheck disable=SC2086  # lists of directories
-    sources $library $others
-    scripts
-    # shellcheck disable=SC2086
-    find CMakeLists.txt cmake $library $others \
-        \( -name CMakeLists.txt -o -name '*.cmake' -o -name '*.py' -o -name '*.gp' \) 2>/dev/null
+    find . \( -path ./build -o -path ./.git -o -path ./LICENSES -o -path ./demo/stems \) -prune -o \
+        -type f ! -name LICENSE ! -name '*.md' ! -name '*.json' ! -name '*.png' ! -name '*.wav' \
+        ! -name '*.opus' ! -name '*.abi' ! -name '*.hash' ! -name '*.desc' ! -name '*.install' \
+        ! -name '*.docs' ! -name '*.manpages' ! -name '*.links' ! -name '*.pyc' \
+        ! -path './tests/abi/exports-*.txt' ! -path './.git' ! -path './.reuse/dep5' \
+        ! -path ./debian/changelog ! -path './debian/*control' ! -path ./debian/copyright \
+        ! -path './debian/source/*' -print
 }
 
 without_licence() {
+    tag=SPDX-License-
     licensed | sort -u | while read -r file; do
-        head -n 2 "$file" | grep -q 'SPDX-License-Identifier: Apache-2.0' || echo "$file"
-    done | complain 'no SPDX-License-Identifier in the first two lines'
+        head -n 2 "$file" | grep -q "${tag}Identifier: Apache-2.0" || echo "$file"
+    done | complain "no ${tag}Identifier in the first two lines"
+}
+
+# All files have a licence, all licences have their text. It talks only when something is wrong.
+reuse_rules() {
+    report=$(reuse lint 2>&1) && ! printf '%s\n' "$report" | grep 'ERROR' && return 0
+    printf '%s\n' "$report"
+    return 1
 }
 
 # Fails if there is input, which are the places where something is wrong.
@@ -78,7 +89,7 @@ upward_includes() {
 }
 
 # shellcheck disable=SC2046  # file names without blanks
-shell_scripts() { shellcheck $(scripts); }
+shell_scripts() { shellcheck -x $(scripts); }
 
 layout() {
     # shellcheck disable=SC2046,SC2086
@@ -93,12 +104,46 @@ tidy() {
         xargs -P "$jobs" -n 1 clang-tidy -p "$build" --quiet 2>/dev/null
 }
 
+# What is delivered, too: it follows values where the compilers do not.
+cpp_check() {
+    # shellcheck disable=SC2046,SC2086  # file names without blanks, a list of directories
+    cppcheck --quiet --std=c++20 --language=c++ --enable=warning,performance,portability \
+        --suppressions-list=devkit/cppcheck/suppressions.txt --inline-suppr -j "$jobs" \
+        -Idevkit/cppcheck -I. -Iinclude --error-exitcode=1 \
+        $library devkit/board devkit/log devkit/server devkit/wavcheck tools
+}
+
+# Each public header needs no other one before it, for either compiler.
+# shellcheck disable=SC2016  # the inner shell's parameters
+headers_alone() {
+    (cd include && find cabinaudio -name '*.h') | xargs -P "$jobs" -n 1 sh -c '
+        for compiler in g++ clang++; do
+            printf "#include <%s>\n" "$0" | "$compiler" -std=c++17 -Wall -Wextra -Wpedantic \
+                -Wconversion -Wno-sign-conversion -Wshadow -Werror -Iinclude -fsyntax-only \
+                -x c++ - || exit 1
+        done'
+}
+
+# Yocto's and Buildroot's files; with what this build would install, that all of it is packaged.
+recipes() {
+    installed=$(mktemp -d)
+    status=0
+    DESTDIR=$installed cmake --install "$build" --prefix /usr >/dev/null || status=1
+    packaging/yocto/check.py . "$installed" || status=1
+    packaging/buildroot/check.py . || status=1
+    rm -rf "$installed"
+    return $status
+}
+
 # The program in the README is one that works.
 # shellcheck disable=SC2016  # the quotes are Markdown
 readme_program() {
     sed -n '/^```cpp$/,/^```$/p' README.md | grep -v '^```' |
         c++ -std=c++17 -Wall -Wextra -Werror -Iinclude -fsyntax-only -x c++ -
 }
+
+# What others compile, by more than the build's compiler.
+public_headers() { devkit/headers.sh "$jobs"; }
 
 # Relative links in the documents lead to something.
 links() {
@@ -117,9 +162,14 @@ check() {
 check without_licence
 check upward_includes
 check links
+check reuse_rules
 check layout
+check recipes
+check cpp_check
 check shell_scripts
 check readme_program
+check public_headers
+check headers_alone
 check tidy
 
 [ -z "$failed" ] || {
