@@ -11,9 +11,11 @@ target_include_directories(cabinaudio PUBLIC
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_compile_features(cabinaudio INTERFACE cxx_std_17)
-# Nothing that it is made of or uses itself reaches its users.
+# Nothing that it is made of or uses itself reaches its users. The log library is named by its file:
+# where it is built here, its target would have to be installed for them.
 target_link_libraries(cabinaudio PRIVATE
-    $<BUILD_INTERFACE:cabinaudio-build> $<BUILD_INTERFACE:cabinaudio-log> Threads::Threads)
+    $<BUILD_INTERFACE:cabinaudio-build> $<TARGET_LINKER_FILE:cabinaudio-log> Threads::Threads)
+add_dependencies(cabinaudio cabinaudio-log)
 set(cabinaudio_map "${PROJECT_SOURCE_DIR}/cmake/cabinaudio.map")
 target_link_options(cabinaudio PRIVATE "LINKER:--version-script=${cabinaudio_map}")
 if(NOT CABINAUDIO_SANITIZE)

@@ -7,7 +7,7 @@ import shlex
 import unittest
 from pathlib import Path
 
-from surroundings import CMAKE, SOURCE, configure, fresh_directory, run
+from surroundings import CMAKE, SOURCE, TOOLCHAIN, configure, fresh_directory, libraries_of, run
 
 PROJECT = """
 cmake_minimum_required(VERSION 3.22)
@@ -70,6 +70,15 @@ message("tests=${tests}")
 add_executable(app app.cpp)
 target_link_libraries(app PRIVATE cabinaudio::cabinaudio)
 install(TARGETS app)
+"""
+
+USER = """
+cmake_minimum_required(VERSION 3.22)
+project(user LANGUAGES CXX)
+set(CMAKE_CXX_STANDARD 17)
+find_package(cabinaudio 2 CONFIG REQUIRED)
+add_executable(app app.cpp)
+target_link_libraries(app PRIVATE cabinaudio::cabinaudio)
 """
 
 PROGRAM = """
@@ -155,6 +164,26 @@ class AnEmbeddedTreeBuilds(unittest.TestCase):
         installed = [path.relative_to(source / "prefix").as_posix()
                      for path in (source / "prefix").rglob("*") if not path.is_dir()]
         self.assertEqual(installed, ["bin/app"])
+
+    def testWithoutALogLibraryAndInstallsItsOwn(self):
+        source = someones_project("embedded-log")
+        configure(source, source / "build", "-DHOW=add", f"-DCABINAUDIO={SOURCE}",
+                  "-DCABINAUDIO_INSTALL=ON", "-DCMAKE_INSTALL_LIBDIR=lib",
+                  "-DAndroidLog_LIBRARY=OFF", "-DAndroidLog_INCLUDE_DIR=OFF")
+        run(CMAKE, "--build", source / "build")
+        prefix = source / "prefix"
+        run(CMAKE, "--install", source / "build", "--prefix", prefix)
+        self.assertIn("libcabinaudio-log.so.0", libraries_of(prefix / "lib/libcabinaudio.so.2")["NEEDED"])
+        self.assertTrue((prefix / "lib/libcabinaudio-log.so.0").exists())
+
+        # Another project needs to know of one library only.
+        user = fresh_directory("embedded-log-user")
+        (user / "CMakeLists.txt").write_text(USER, encoding="utf-8")
+        (user / "app.cpp").write_text(PROGRAM, encoding="utf-8")
+        configure(user, user / "build", f"-DCMAKE_PREFIX_PATH={prefix}")
+        run(CMAKE, "--build", user / "build")
+        emulator = ["qemu-arm", "-L", "/"] if TOOLCHAIN else []
+        self.assertTrue(run(*emulator, user / "build" / "app").endswith("2\n"))
 
 
 if __name__ == "__main__":
