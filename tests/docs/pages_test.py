@@ -2,17 +2,16 @@
 """The pages of docs/: their commands, their programs, and where they lead to.
 
 A fenced block of the kind "console" is a terminal (see shell.py). One of the kind "cpp" that has a
-main() is a program: it is compiled, and runs through the launcher with a server. Its first line may
-say "// NAME.cpp"; then the terminals of the page find it compiled as ./NAME. Other "cpp" blocks are
-inside of functions or show a declaration; they are compiled when their first line is
-"// in a function".
+main() is a program, with "// NAME.cpp" in its first line: the page's terminals find it compiled as
+./NAME, and run it. One whose first line is "// in a function" is compiled inside of one; others are
+excerpts. One of the kind "cmake" is a project that builds the page's programs.
 """
 
 import re
 import unittest
 
 from shell import run_session
-from surroundings import COMPILER, LIBDIR, PREFIX, SOURCE, fresh_directory, run
+from surroundings import CMAKE, COMPILER, LIBDIR, PREFIX, SOURCE, fresh_directory, run
 
 PAGES = [SOURCE / "docs" / "README.md", *sorted((SOURCE / "docs").glob("[a-z]*.md"))]
 
@@ -58,14 +57,17 @@ def compile_program(source, program):
         f"-Wl,-rpath,{library}", "-lcabinaudio", "-pthread")
 
 
+def program_name(text):
+    return re.match(r"// (\S+)\.cpp\n", text).group(1)
+
+
 def compile_programs(page, directory):
     """The programs of a page. Returns their paths."""
     programs = []
-    for index, text in enumerate(blocks(page, "cpp")):
+    for text in blocks(page, "cpp"):
         if "int main(" not in text:
             continue
-        named = re.match(r"// (\S+)\.cpp\n", text)
-        program = directory / (named.group(1) if named else f"{page.stem}-{index}")
+        program = directory / program_name(text)
         source = program.with_suffix(".cpp")
         source.write_text(text)
         compile_program(source, program)
@@ -96,14 +98,29 @@ class Commands(unittest.TestCase):
 
 
 class Snippets(unittest.TestCase):
-    def test_that_are_programs_run_to_their_end(self):
-        programs = []
+    def test_that_are_programs_run_in_their_page(self):
+        count = 0
         for page in PAGES:
-            programs += compile_programs(page, fresh_directory(f"snippets-{page.stem}"))
-        self.assertTrue(programs)
-        lines = ["$ cabinaudio-server --output null &"]
-        lines += [f"$ cabinaudio-run ./{program.name}" for program in programs]
-        run_session(self, "snippets", lines, programs)
+            terminal = "\n".join(blocks(page, "console"))
+            for text in blocks(page, "cpp"):
+                if "int main(" in text:
+                    count += 1
+                    with self.subTest(page.name, program=text.splitlines()[0]):
+                        self.assertIn(f"cabinaudio-run ./{program_name(text)}", terminal)
+        self.assertGreater(count, 0)
+
+    def test_that_are_projects_build(self):
+        count = 0
+        for page in PAGES:
+            for project in blocks(page, "cmake"):
+                count += 1
+                directory = fresh_directory(f"project-{page.stem}")
+                compile_programs(page, directory)  # leaves their sources
+                (directory / "CMakeLists.txt").write_text(project)
+                run(CMAKE, "-S", directory, "-B", directory / "build",
+                    f"-DCMAKE_PREFIX_PATH={PREFIX}", f"-DCMAKE_CXX_COMPILER={COMPILER}")
+                run(CMAKE, "--build", directory / "build")
+        self.assertGreater(count, 0)
 
     def test_that_are_parts_of_programs_compile(self):
         text = "".join(f"#include <{header}>\n" for header in _INCLUDES)

@@ -74,15 +74,19 @@ class Readme(unittest.TestCase):
 
     def test_builds_and_runs_a_program(self):
         text = section("In a program")
-        directory = fresh_directory("readme-program")
-        (directory / "my-app.cpp").write_text(blocks(text, "cpp")[0])
-        flags = re.search(r"`(-I ~/\.local/include [^`]*)`", text).group(1)
-        subprocess.run(
-            ["sh", "-c", f'"$CXX" -std=c++17 -Wall -Werror my-app.cpp -o my-app {flags}'],
-            cwd=directory, env=clean_environment(HOME=self.home, CXX=COMPILER), check=True)
-        self.assertIn("`cabinaudio-run ./my-app`", text)
-        run_session(self, "readme-program", ["$ cabinaudio-server &", "$ cabinaudio-run ./my-app"],
-                    [directory / "my-app"], tree=self.prefix)
+        source = fresh_directory("readme-program") / "my-app.cpp"
+        source.write_text(blocks(text, "cpp")[0])
+        settings = re.findall(r"`((?:PKG_CONFIG|LD_LIBRARY)_PATH=[^`]*)`", text)
+        self.assertEqual(len(settings), 2)
+        flags = re.search(r"`(pkg-config [^`]*)`", text).group(1)
+        run_program = re.search(r"`(cabinaudio-run [^`]*)`", text).group(1)
+        lines = [
+            f"$ export {' '.join(settings)}",
+            f"$ {COMPILER} -std=c++17 -Wall -Werror my-app.cpp -o my-app $({flags})",
+            "$ cabinaudio-server &",
+            f"$ {run_program}",
+        ]
+        run_session(self, "readme-program", lines, [source], tree=self.prefix, home=self.home)
 
     def test_shows_settings_that_compile(self):
         block = blocks(section("In a program"), "cpp")[1]

@@ -7,8 +7,9 @@ without such lines it may print what it likes. A command has to succeed, unless 
 "echo $?". All commands of a document are one session, in a directory and with a server instance of
 its own.
 
-Two things are different from a user's terminal. A server that is not told where to play plays
-nowhere. And a command in the background is given the time to come up before the next one.
+Three things are different from a user's terminal. A server that is not told where to play plays
+nowhere. The instance "work" is one that nobody else has. And a command in the background is given
+the time to come up before the next one.
 """
 
 import itertools
@@ -40,12 +41,14 @@ exec {program} "$@"
 _PROLOGUE = """
 exec 2>&1
 mark() { printf '%s %s %s\\n' '@@command@@' "$1" "$2"; }
-# Until the server answers and, with a name, has such a stream.
+# up NAME OPTION...: until the server answers and, with a name, has such a stream.
 up() {
+    name=$1
+    shift
     for _ in $(seq 300); do
-        state=$(cabinaudio server state --json --timeout 2 2>/dev/null) &&
-            case $state in *"\\"name\\":\\"$1\\""* | *"\\"name\\": \\"$1\\""*) return ;; esac
-        [ -n "$state" ] && [ -z "$1" ] && return
+        state=$(cabinaudio server state --json --timeout 2 "$@" 2>/dev/null) &&
+            case $state in *"\\"name\\":\\"$name\\""*) return ;; esac
+        [ -n "$state" ] && [ -z "$name" ] && return
         sleep 0.1
     done
     echo "nothing came up"
@@ -105,11 +108,12 @@ def _script(commands):
             # In front: the command may redirect its output itself. Nothing stands between the shell
             # and the program, so that a signal to the job reaches it.
             script += f">background.{index} 2>&1 {bare} &\n"
-            script += f"up {name.group(1) if name else ''}\n"
+            instance = re.search(r"--instance \S+", bare)
+            script += f"up '{name.group(1) if name else ''}' {instance.group() if instance else ''}\n"
             script += f"mark {index} 0\n"
             continue
         if "until Ctrl-C" in text:
-            text = f"timeout --signal=INT --preserve-status 3 {text}"
+            text = f"timeout --foreground --signal=INT --preserve-status 3 {text}"
         follows = index > 0 and command.text == "echo $?"
         script += "(exit $status)\n" if follows else ""
         script += f"{text}\nstatus=$?\n"
@@ -118,14 +122,15 @@ def _script(commands):
     return script + "kill $(jobs -p) 2>/dev/null\nwait\n"
 
 
-def _started_environment(directory, programs):
+def _started_environment(directory, programs, home):
     shims = directory / ".shims"
     shims.mkdir()
     server = shims / "cabinaudio-server"
     server.write_text(_QUIET_SERVER.format(program=programs / "cabinaudio-server"))
     server.chmod(0o755)
-    home = directory / ".home"
-    home.mkdir()
+    if home is None:
+        home = directory / ".home"
+        home.mkdir()
     return clean_environment(
         PATH=f"{shims}:{programs}:{os.environ['PATH']}",
         HOME=home,
@@ -135,7 +140,7 @@ def _started_environment(directory, programs):
         CABINAUDIO_INSTANCE=f"docs-{os.getpid()}-{next(_SESSIONS)}")
 
 
-def run_session(case, name, lines, files=(), tree=PREFIX):
+def run_session(case, name, lines, files=(), tree=PREFIX, home=None):
     """Runs the commands in the lines, with copies of the files beside them and the programs of an
     installed tree; the test case gets the failures."""
     commands = parse(lines)
@@ -145,7 +150,10 @@ def run_session(case, name, lines, files=(), tree=PREFIX):
         write_tone(directory / sound)
     for file in files:
         shutil.copy(file, directory)
-    environment = _started_environment(directory, tree / "bin")
+    environment = _started_environment(directory, tree / "bin", home)
+    work = environment["CABINAUDIO_INSTANCE"] + "-work"
+    for command in commands:
+        command.text = command.text.replace("--instance work", f"--instance {work}")
     with open(directory / ".output", "w+b") as output:
         shell = subprocess.Popen(
             ["bash", "-c", _script(commands)], cwd=directory, env=environment,
@@ -160,8 +168,10 @@ def run_session(case, name, lines, files=(), tree=PREFIX):
             shell.wait()
         output.seek(0)
         printed = output.read().decode(errors="replace")
-    subprocess.run([tree / "bin" / "cabinaudio-run", "--clean"], env=environment, check=False,
-                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    for instance in (environment["CABINAUDIO_INSTANCE"], work):
+        subprocess.run([tree / "bin" / "cabinaudio-run", "--instance", instance, "--clean"],
+                       env=environment, check=False, stdout=subprocess.DEVNULL,
+                       stderr=subprocess.DEVNULL)
     case.assertFalse(overdue, f"{name} does not come to an end:\n{printed}")
     _judge(case, name, commands, printed)
 
