@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+/// @file
 /// The settings as applications see them: audio::QVAudioSetting::Volume, Source, App and Mixer.
 ///
 /// Every operation is one request to the server unless it says otherwise, and blocks for the reply

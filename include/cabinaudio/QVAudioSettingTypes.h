@@ -6,13 +6,16 @@
 #include <cstddef>
 #include <cstdint>
 
+/// @file
 /// Records and numbers of the settings. They travel as they are: "opaque" bytes are the server's
 /// business and are carried unchanged; zero what you do not use. Enumerations without names here
 /// have numbers that only the server knows: cast them, `static_cast<audio_hw_type_e>(2)`.
 
-/// Seats, sources and their states, in the server's numbers.
+/// Seats, in the server's numbers.
 enum audio_seat_id_e : std::int32_t {};
+/// Sources of seats, in the server's numbers.
 enum audio_source_id_e : std::int32_t {};
+/// States of seats, in the server's numbers.
 enum audio_seat_state_e : std::int32_t {};
 
 namespace audio {
@@ -30,8 +33,8 @@ static_assert(offsetof(audio_channel_gain_t, volume) == 4, "shared with the serv
 
 /// Inputs of the analogue-to-digital converter.
 enum audio_input_mux_id_e : std::uint32_t {
-    AUDIO_INPUT_MUX_0 = 0,
-    AUDIO_INPUT_MUX_1 = 1,
+    AUDIO_INPUT_MUX_0 = 0,  ///< the first one
+    AUDIO_INPUT_MUX_1 = 1,  ///< the second one
 };
 
 // ---- Sources and routing ----------------------------------------------------------------------

@@ -4,8 +4,11 @@
 #include <cstddef>
 #include <cstdint>
 
+/// @file
 /// Parameter types that applications share with the audio server. All enumerations are 32 bits wide
 /// in records.
+
+/// What applications see of cabinaudio without naming a client class.
 namespace audio {
 
 /// Where a playback stream goes.

@@ -43,7 +43,8 @@ public:
     ClientRecord(const ClientRecord&) = delete;
     ClientRecord& operator=(const ClientRecord&) = delete;
 
-    /// Drops what was captured but not read. @retval AUDIO_INVALID_STATE not stopped
+    /// Drops what was captured but not read. @return AUDIO_NO_ERROR, or AUDIO_INVALID_STATE when it
+    /// is not stopped
     int clear() override;
 
     /// @retval AUDIO_NO_ERROR       started, or was started already (nothing is sent then)
@@ -91,7 +92,8 @@ public:
     /// Ends a blocked read, releases the ring, leaves the server. Sends no stop request.
     ~ClientRecord() override;
 
-    /// Confirms the stream with the server and begins its diagnostic dump, if one is set up.
+    /// Confirms the stream with the server and begins its diagnostic dump, if one is set up, also
+    /// when the server does not confirm it.
     /// @retval AUDIO_NO_ERROR       usable
     /// @retval AUDIO_INVALID_STATE  no server, the server refused the stream, or it was started
     /// Any other status is the server's, or 1 when the request did not go through.

@@ -60,7 +60,8 @@ public:
     ClientRecordRt(const ClientRecordRt&) = delete;
     ClientRecordRt& operator=(const ClientRecordRt&) = delete;
 
-    /// Drops what was captured but not read. @retval AUDIO_INVALID_STATE not stopped
+    /// Drops what was captured but not read. @return AUDIO_NO_ERROR, or AUDIO_INVALID_STATE when it
+    /// is not stopped
     int clear() override;
 
     /// Also the origin of the paced silence.
@@ -104,7 +105,8 @@ public:
     /// Ends a blocked read, releases the ring, leaves the server. Sends no stop request.
     ~ClientRecordRt() override;
 
-    /// Confirms the stream with the server and begins its diagnostic dump, if one is set up.
+    /// Confirms the stream with the server and begins its diagnostic dump, if one is set up, also
+    /// when the server does not confirm it.
     /// @retval AUDIO_NO_ERROR       usable
     /// @retval AUDIO_INVALID_STATE  no server, the server refused the stream, or it was started
     /// Any other status is the server's, or 1 when the request did not go through.

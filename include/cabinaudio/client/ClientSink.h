@@ -51,7 +51,8 @@ public:
     ClientSink(const ClientSink&) = delete;
     ClientSink& operator=(const ClientSink&) = delete;
 
-    /// Drops what is queued. @retval AUDIO_INVALID_STATE not stopped
+    /// Drops what is queued. @return AUDIO_NO_ERROR, or AUDIO_INVALID_STATE when it
+    /// is not stopped
     int clear() override;
 
     /// @retval AUDIO_NO_ERROR       started, or was started already (nothing is sent then)

@@ -34,7 +34,8 @@ class UseGate;
 /// Blocking   Requests wait for the server's reply without a time limit. write() waits up to
 ///            1000 ms for the ring and up to 600 ms each time that it needs space. The destructor
 ///            ends a blocked write and waits for it for up to 2000 ms.
-/// Errors     No call throws. Every refusal is logged and returned.
+/// Errors     No call throws. Every refusal is logged and returned. Requests return AUDIO_NO_MEMORY
+///            while a setKeyShift() of the same track is under way.
 /// A track that the server has removed stays STOPPING: destroy it and build a new one.
 class CABINAUDIO_API ClientTrack : public AudioTrack, public ShareMemoryUpdateNotificationCallback {
 public:
@@ -50,7 +51,8 @@ public:
     ClientTrack(const ClientTrack&) = delete;
     ClientTrack& operator=(const ClientTrack&) = delete;
 
-    /// Drops what is queued. @retval AUDIO_INVALID_STATE not stopped
+    /// Drops what is queued. @return AUDIO_NO_ERROR, or AUDIO_INVALID_STATE when it
+    /// is not stopped
     int clear() override;
 
     /// @retval AUDIO_NO_ERROR       started, or was started already (nothing is sent then)
@@ -111,7 +113,7 @@ public:
 
     /// Confirms the stream with the server and begins its diagnostic dump, if one is set up.
     /// @retval AUDIO_NO_ERROR       usable
-    /// @retval AUDIO_INVALID_STATE  no server, or the server refused the stream
+    /// @retval AUDIO_INVALID_STATE  no server, the server refused the stream, or it was started
     /// Any other status is the server's, or 1 when the request did not go through.
     int initCheck() override;
 

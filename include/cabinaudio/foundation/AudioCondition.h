@@ -10,6 +10,7 @@
 class AudioMutex;
 
 /// A condition variable on CLOCK_MONOTONIC. Wake-ups may be spurious: re-test the predicate.
+/// Any thread may wait, with the mutex held, and any thread may wake; waking never blocks.
 class CABINAUDIO_API AudioCondition {
 public:
     /// @param shared  true when the object lies in memory that several processes map

@@ -8,6 +8,7 @@
 #include <cstdint>
 
 /// A plain lock: not recursive, no owner check. Failures of the platform are logged and ignored.
+/// Any thread.
 class CABINAUDIO_API AudioMutex {
 public:
     /// Holds the mutex for as long as it lives.

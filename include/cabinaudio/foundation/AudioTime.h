@@ -10,7 +10,8 @@
 /// the waits of the other classes are in milliseconds.
 ///
 /// The clock is CLOCK_MONOTONIC, but CLOCK_REALTIME on C libraries that cannot wait for a semaphore
-/// on the monotonic clock (see advancedTimeoutPolicy()).
+/// on the monotonic clock (see advancedTimeoutPolicy()). The static functions may be called by any
+/// thread, those of an object by one at a time; none but sleep() blocks.
 class CABINAUDIO_API AudioTime {
 public:
     /// Holds the time of its construction.
