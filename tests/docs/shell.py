@@ -109,7 +109,8 @@ def _script(commands):
             # and the program, so that a signal to the job reaches it.
             script += f">background.{index} 2>&1 {bare} &\n"
             instance = re.search(r"--instance \S+", bare)
-            script += f"up '{name.group(1) if name else ''}' {instance.group() if instance else ''}\n"
+            script += f"up '{name.group(1) if name else ''}'"
+            script += f" {instance.group() if instance else ''}\n"
             script += f"mark {index} 0\n"
             continue
         if "until Ctrl-C" in text:

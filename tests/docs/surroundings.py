@@ -30,7 +30,7 @@ def clean_environment(**more):
     environment = {
         name: value
         for name, value in os.environ.items()
-        if not name.startswith(("PKG_CONFIG_", "CABINAUDIO_", "LD_")) and name != "CMAKE_PREFIX_PATH"
+        if not name.startswith(("PKG_CONFIG_", "CABINAUDIO_", "LD_", "CMAKE_PREFIX_PATH"))
     }
     environment.update({name: str(value) for name, value in more.items()})
     return environment
