@@ -26,8 +26,9 @@ _SESSIONS = itertools.count()
 _MARK = "@@command@@"
 _BOUND = 240  # seconds for a whole session; nothing takes nearly as long on an idle machine
 
-# Names of sound files that documents play without having made them.
-_SOUNDS = ["news.wav", "song.flac", "voice.wav", "music.wav", "prompt.wav"]
+# Sound files that documents play without having made them, and their seconds. Music does not come
+# to its end before something is done to it.
+_SOUNDS = {"news.wav": 1, "song.flac": 1, "voice.wav": 1, "prompt.wav": 1, "music.wav": 120}
 
 # Stands in front of the server: no test makes a noise, and a trace is not what a command prints.
 _QUIET_SERVER = """#!/bin/sh
@@ -147,8 +148,9 @@ def run_session(case, name, lines, files=(), tree=PREFIX, home=None):
     commands = parse(lines)
     case.assertTrue(commands, f"{name} has no commands")
     directory = fresh_directory(f"session-{name}")
-    for sound in _SOUNDS:
-        write_tone(directory / sound)
+    for sound, seconds in _SOUNDS.items():
+        if any(sound in command.text for command in commands):
+            write_tone(directory / sound, seconds)
     for file in files:
         shutil.copy(file, directory)
     environment = _started_environment(directory, tree / "bin", home)

@@ -54,14 +54,14 @@ def fresh_directory(name):
     return directory
 
 
-def write_tone(path, seconds=1.0, rate=48000, channels=2):
+def write_tone(path, seconds=1, rate=48000, channels=2):
     """A sine of a quarter of full scale. Players look at the content, not at the name."""
-    frames = bytearray()
-    for i in range(int(seconds * rate)):
+    second = bytearray()
+    for i in range(rate):
         sample = int(8192 * math.sin(2 * math.pi * 440 * i / rate))
-        frames += struct.pack("<h", sample) * channels
+        second += struct.pack("<h", sample) * channels
     with wave.open(str(path), "wb") as sound:
         sound.setnchannels(channels)
         sound.setsampwidth(2)
         sound.setframerate(rate)
-        sound.writeframes(bytes(frames))
+        sound.writeframes(bytes(second) * seconds)
