@@ -32,7 +32,7 @@ licensed() {
     find . \( -path ./build -o -path ./.git -o -path ./LICENSES -o -path ./demo/stems \) -prune -o \
         -type f ! -name LICENSE ! -name '*.md' ! -name '*.json' ! -name '*.png' ! -name '*.wav' \
         ! -name '*.opus' ! -name '*.abi' ! -name '*.hash' ! -name '*.desc' ! -name '*.install' \
-        ! -name '*.docs' ! -name '*.manpages' ! -name '*.links' ! -name '*.pyc' \
+        ! -name '*.docs' ! -name '*.lintian-overrides' ! -name '*.examples' ! -name '*.pyc' \
         ! -path './tests/abi/exports-*.txt' ! -path './.git' ! -path './.reuse/dep5' \
         ! -path ./debian/changelog ! -path './debian/*control' ! -path ./debian/copyright \
         ! -path './debian/source/*' -print
