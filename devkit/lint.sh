@@ -92,8 +92,8 @@ upward_includes() {
 shell_scripts() { shellcheck -x $(scripts); }
 
 layout() {
-    # shellcheck disable=SC2046,SC2086
-    clang-format --dry-run -Werror $(sources $library $others)
+    # shellcheck disable=SC2086
+    sources $library $others | xargs -P "$jobs" -n 40 clang-format --dry-run -Werror
 }
 
 # What is delivered, as far as this build compiles it: clang-tidy goes by its command lines. On
