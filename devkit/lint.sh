@@ -104,6 +104,13 @@ tidy() {
         xargs -P "$jobs" -n 1 clang-tidy -p "$build" --quiet 2>/dev/null
 }
 
+# Each check that .clang-tidy switches off is spoken of in its comments.
+switched_off() {
+    sed -n 's/^  -\([a-z].*[^,]\),\{0,1\}$/\1/p' .clang-tidy | while read -r name; do
+        sed -n 's/^#/ /p' .clang-tidy | tr ',' ' ' | grep -qE " $name( |\$)" || echo ".clang-tidy: $name"
+    done | complain 'switched off without a reason'
+}
+
 # What is delivered, too: it follows values where the compilers do not.
 cpp_check() {
     # shellcheck disable=SC2046,SC2086  # file names without blanks, a list of directories
@@ -164,6 +171,7 @@ check upward_includes
 check links
 check reuse_rules
 check layout
+check switched_off
 check recipes
 check cpp_check
 check shell_scripts
