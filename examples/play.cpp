@@ -67,11 +67,11 @@ private:
 
 /// Says what went wrong. @return the exit status that goes with it
 int failed(const char* what, int status) {
-    // 1: the request found no server. A stream whose server goes away allows nothing any more.
+    // 1: the request found no server. A stream that has none, or has lost it, allows nothing.
     const bool isAway = status == 1 || status == AUDIO_INVALID_STATE;
     const bool isLate = status == AUDIO_TIMED_OUT;
     std::fprintf(stderr, "play: cannot %s: %s (status %d)\n", what,
-                 isAway   ? "no server, or it has let go of the stream"
+                 isAway   ? "no server, or it has refused or removed the stream"
                  : isLate ? "the server takes no data"
                           : "refused",
                  status);
@@ -113,7 +113,7 @@ int play(Tone& tone) {
     if (!end.waitFor(std::chrono::milliseconds(queued + 2000)))
         return failed("hear the end",
                       track.start() == AUDIO_INVALID_STATE ? AUDIO_INVALID_STATE : AUDIO_TIMED_OUT);
-    track.stop();
+    track.stop();  // whatever comes of it: all has been heard
     return 0;
 }
 

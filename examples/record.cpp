@@ -75,11 +75,11 @@ private:
 };
 
 int failed(const char* what, int status) {
-    // 1: the request found no server. A stream whose server goes away allows nothing any more.
+    // 1: the request found no server. A stream that has none, or has lost it, allows nothing.
     const bool isAway = status == 1 || status == AUDIO_INVALID_STATE;
     const bool isLate = status == AUDIO_TIMED_OUT;
     std::fprintf(stderr, "record: cannot %s: %s (status %d)\n", what,
-                 isAway   ? "no server, or it has let go of the stream"
+                 isAway   ? "no server, or it has refused or removed the stream"
                  : isLate ? "the server sends no data"
                           : "refused",
                  status);
@@ -149,7 +149,7 @@ int main(int argc, char** argv) {
     if (const int status = record.start(); status != AUDIO_NO_ERROR)
         return failed("start the stream", status);
     int status = fill(file, record, static_cast<std::uint64_t>(seconds * kRate) * kFrameBytes);
-    record.stop();
+    record.stop();  // whatever comes of it: no more is wanted
     if (!file.close()) {
         std::perror(argv[1]);
         status = 1;

@@ -32,11 +32,11 @@ constexpr int kSilenceBytes = kHeaderBytes + 3;  // at this rate
 constexpr int kLargestBytes = kHeaderBytes + 1275;
 
 int failed(const char* what, int status) {
-    // 1: the request found no server. A stream whose server goes away allows nothing any more.
+    // 1: the request found no server. A stream that has none, or has lost it, allows nothing.
     const bool isAway = status == 1 || status == AUDIO_INVALID_STATE;
     const bool isLate = status == AUDIO_TIMED_OUT;
     std::fprintf(stderr, "uplink: cannot %s: %s (status %d)\n", what,
-                 isAway   ? "no server, or it has let go of the stream"
+                 isAway   ? "no server, or it has refused or removed the stream"
                  : isLate ? "the server sends no data"
                           : "refused",
                  status);
@@ -111,7 +111,7 @@ int main(int argc, char** argv) {
         status = failed("start the stream", status);
     else
         status = fill(file, record, static_cast<long>(seconds * 1000 / kPacketTime.count()));
-    record.stop();
+    record.stop();  // whatever comes of it: no more is wanted
     if (std::fclose(file) != 0) {
         std::perror(argv[1]);
         status = 1;

@@ -104,13 +104,16 @@ class Server(Child):
             self.send(signal.SIGKILL)
             raise AssertionError(f"no server: {self.err}")
 
+    @staticmethod
+    def command(*words):
+        return subprocess.run([TOOL, "server", *words], env=ENVIRONMENT, check=True, timeout=BOUND,
+                              stdout=subprocess.PIPE, text=True).stdout
+
     def wait_for_sound(self):
         """Waits until a stream has carried a fifth of a second."""
         end = time.monotonic() + BOUND
         while time.monotonic() < end:
-            state = subprocess.run([TOOL, "server", "state", "--json"], env=ENVIRONMENT, check=True,
-                                   stdout=subprocess.PIPE, timeout=BOUND).stdout
-            streams = json.loads(state)["streams"]
+            streams = json.loads(self.command("state", "--json"))["streams"]
             if any(stream["frames"] >= stream["rate_hz"] / 5 for stream in streams):
                 return
             time.sleep(0.05)
@@ -332,6 +335,21 @@ class Reconnect(ExampleTest):
         self.assert_usage("reconnect", ["10"])
 
 
+class ReconnectWithoutEnd(ExampleTest):
+    """What takes half a minute."""
+
+    def testGivesUpWithoutAServer(self):
+        self.assert_ended(Result("reconnect"), 3, "reconnect: no server")
+
+    def testIsEndedWhenTheServerNeverAnswers(self):
+        with Server("--output", "null") as server:
+            server.send(signal.SIGSTOP)
+            result = Result("reconnect")
+            server.send(signal.SIGCONT)
+        # As a shell has it, or as its parent.
+        self.assertIn(result.status, (128 + signal.SIGALRM, -signal.SIGALRM), str(result))
+
+
 class Uplink(ExampleTest):
     def packets(self, file):
         """Lengths of the packets in the file; the framing has to come out even."""
@@ -364,6 +382,20 @@ class Uplink(ExampleTest):
             self.assert_ended(Result("uplink", file, 1), 0, "took 50 packets, 50 of them silent")
             self.assertGreater(time.monotonic() - began, 0.9)
         self.assertEqual(self.packets(file), 50 * [3])
+
+    def testGoesOnWhileTheWayIsClosedAndOpened(self):
+        file = WORK / "on-and-off.packets"
+        with Server("--output", "null", "--input", "uplink=tone:440") as server, \
+                example("uplink", file, 4) as recorder:
+            server.wait_for_sound()
+            server.command("uplink", "ring", "off")
+            time.sleep(0.5)
+            server.command("uplink", "ring", "on")
+            self.assertEqual(recorder.end(), 0, recorder.err)
+        lengths = self.packets(file)
+        self.assertEqual(len(lengths), 200)
+        heard = "".join("-" if length == 3 else "#" for length in lengths)
+        self.assertRegex(heard, "#-+#")
 
     def testSaysThatTheServerHasGone(self):
         with Server("--output", "null") as server, \
