@@ -48,15 +48,14 @@ int fill(std::FILE* file, ClientRecordRt& record, long wanted) {
     const auto begin = std::chrono::steady_clock::now();
     long packets = 0, silent = 0;
     int patience = 5;
-    std::vector<unsigned char> packet;
+    // A packet may be as long as what is in the ring, whatever a read asks for; and the ring may
+    // come while a read waits. So this is more than any ring has.
+    std::vector<unsigned char> packet(1 << 20);
     while (packets < wanted) {
-        // The byte count says how much has to be there before a packet is taken; it does not limit
-        // the packet, so the buffer has to hold whatever is in the ring. With one byte more than
-        // the largest packet there is always a whole one. What that costs is delay: these bytes are
-        // a third of a second of speech at 32 kbit/s.
+        // How much has to be there before a packet is taken: with one byte more than the largest
+        // packet there is always a whole one. What that costs is delay, about 0.3 s at 32 kbit/s.
         const int ring = record.getTotalBufferSize();  // 0 while the way is closed
         const int enough = ring > 0 ? std::min(kLargestBytes + 1, ring / 2) : kLargestBytes + 1;
-        packet.resize(static_cast<std::size_t>(std::max(ring, 2 * kLargestBytes)));
         const int got = record.read(packet.data(), enough, true);
 
         if (got == AUDIO_INVALID_STATE) {
@@ -67,7 +66,7 @@ int fill(std::FILE* file, ClientRecordRt& record, long wanted) {
             if (--patience == 0) return failed("read", AUDIO_TIMED_OUT);
             continue;
         }
-        if (got < 0) return failed("read", got);
+        if (got <= 0) return failed("read", got);
         patience = 5;
         ++packets;
         if (got <= kSilenceBytes) ++silent;

@@ -18,7 +18,7 @@ from surroundings import BUILT, LAUNCHER, LIBDIR, MOVED, SERVER, TOOL, VERSION, 
     clean_environment, fresh_directory
 
 # Nothing here takes as long on an idle machine.
-BOUND = 90  # seconds
+BOUND = 180  # seconds
 
 # Of one test program: servers and clients of other tests stay apart.
 INSTANCE = f"consumer-{os.getpid()}"
