@@ -105,6 +105,7 @@ int main(int argc, char** argv) {
         std::perror(argv[1]);
         return 1;
     }
+    std::setvbuf(file, nullptr, _IONBF, 0);  // a call goes on at once, also into a pipe
     int status = record.start();
     if (status != AUDIO_NO_ERROR)
         status = failed("start the stream", status);

@@ -57,10 +57,10 @@ class Child:
         with self._change:
             return self._text["err"]
 
-    def wait_for(self, text, times=1):
+    def wait_for(self, text, times=1, where="out"):
         """Waits until it has printed the text so many times."""
         with self._change:
-            has_come = self._change.wait_for(lambda: self._text["out"].count(text) >= times, BOUND)
+            has_come = self._change.wait_for(lambda: self._text[where].count(text) >= times, BOUND)
         if not has_come:
             raise AssertionError(f"no {text!r}: {self.out}\n{self.err}")
 
@@ -161,14 +161,18 @@ class Sound:
         self.samples = samples[::self.channels]
 
     def level(self, hz):
-        """Amplitude of one frequency, of 32768."""
+        """Amplitude of one frequency, of 32768, in the twentieth of a second that has most of it:
+        on a busy machine sound has gaps."""
         loud = self._loud()
-        if not loud:
-            return 0.0
+        size = self.rate // 20
         step = 2 * math.pi * hz / self.rate
-        real = sum(sample * math.cos(step * i) for i, sample in enumerate(loud))
-        imaginary = sum(sample * math.sin(step * i) for i, sample in enumerate(loud))
-        return 2 * math.hypot(real, imaginary) / len(loud)
+        most = 0.0
+        for at in range(0, len(loud) - size + 1, size):
+            piece = loud[at:at + size]
+            real = sum(sample * math.cos(step * i) for i, sample in enumerate(piece))
+            imaginary = sum(sample * math.sin(step * i) for i, sample in enumerate(piece))
+            most = max(most, 2 * math.hypot(real, imaginary) / size)
+        return most
 
     def loud_frames(self):
         return len(self._loud())
@@ -316,8 +320,7 @@ class Reconnect(ExampleTest):
                 self.assertEqual(player.end(), 0, player.err)
                 server.stop()
         sound = Sound(heard)
-        self.assertGreater(sound.loud_frames(), 0)
-        self.assertGreater(sound.level(440), 1000)
+        self.assertGreater(sound.level(440), 7000)
         lines = player.out.splitlines()
         self.assertEqual(len(lines), 4, player.out)
         places = [float(re.search(r"([0-9.]+) s$", line)[1]) for line in lines if " s" in line]
@@ -326,7 +329,7 @@ class Reconnect(ExampleTest):
 
     def testEndsByTheUserWithoutAServer(self):
         with example("reconnect") as player:
-            time.sleep(1)
+            player.wait_for("connect failed", where="err")  # from the library's log
             player.send(signal.SIGTERM)
             self.assertEqual(player.end(), 0, player.err)
             self.assertEqual(player.out, "interrupted at 0.00 s\n")
@@ -353,27 +356,45 @@ class ReconnectWithoutEnd(ExampleTest):
 class Uplink(ExampleTest):
     def packets(self, file):
         """Lengths of the packets in the file; the framing has to come out even."""
-        data = file.read_bytes()
+        lengths, rest = self.complete_packets(file)
+        self.assertEqual(rest, 0)
+        return lengths
+
+    @staticmethod
+    def complete_packets(file):
+        """Lengths of the packets in a file that may be written just now, and what is left."""
+        data = file.read_bytes() if file.exists() else b""
         lengths = []
         at = 0
-        while at < len(data):
-            self.assertLessEqual(at + 8, len(data))
+        while at + 8 <= len(data):
             length = int.from_bytes(data[at:at + 4], "big")
+            if at + 8 + length > len(data):
+                break
             at += 8 + length
             lengths.append(length)
-        self.assertEqual(at, len(data))
-        return lengths
+        return lengths, len(data) - at
+
+    def wait_for_packets(self, file, like):
+        """Waits until the silent ones (-) and the others (#) are as the expression says."""
+        end = time.monotonic() + BOUND
+        while time.monotonic() < end:
+            lengths, _ = self.complete_packets(file)
+            heard = "".join("-" if length == 3 else "#" for length in lengths)
+            if re.search(like, heard):
+                return
+            time.sleep(0.05)
+        raise AssertionError(f"no {like}: {heard}")
 
     def testTakesSpeech(self):
         file = WORK / "call.packets"
         with Server("--output", "null", "--input", "uplink=tone:440"):
-            result = Result("uplink", file, 2)
-        self.assert_ended(result, 0, "took 100 packets, ")
+            result = Result("uplink", file, 4)
+        self.assert_ended(result, 0, "took 200 packets, ")
         silent = int(re.search(r", (\d+) of them silent", result.out)[1])
         lengths = self.packets(file)
-        self.assertEqual(len(lengths), 100)
+        self.assertEqual(len(lengths), 200)
         self.assertEqual(len([length for length in lengths if length == 3]), silent)
-        self.assertLess(silent, 100)
+        self.assertLess(silent, 200)
 
     def testTakesSilenceInRealTimeWhileTheWayIsClosed(self):
         file = WORK / "silence.packets"
@@ -386,16 +407,12 @@ class Uplink(ExampleTest):
     def testGoesOnWhileTheWayIsClosedAndOpened(self):
         file = WORK / "on-and-off.packets"
         with Server("--output", "null", "--input", "uplink=tone:440") as server, \
-                example("uplink", file, 4) as recorder:
-            server.wait_for_sound()
+                example("uplink", file, 3600):
+            self.wait_for_packets(file, "#$")
             server.command("uplink", "ring", "off")
-            time.sleep(0.5)
+            self.wait_for_packets(file, "#-+$")
             server.command("uplink", "ring", "on")
-            self.assertEqual(recorder.end(), 0, recorder.err)
-        lengths = self.packets(file)
-        self.assertEqual(len(lengths), 200)
-        heard = "".join("-" if length == 3 else "#" for length in lengths)
-        self.assertRegex(heard, "#-+#")
+            self.wait_for_packets(file, "#-+#")
 
     def testSaysThatTheServerHasGone(self):
         with Server("--output", "null") as server, \
