@@ -40,12 +40,15 @@ if ls /packages/armhf/*.deb >/dev/null 2>&1; then
 fi
 
 say "purging it"
-apt-get -q -y purge 'libcabinaudio*' 'cabinaudio-*' >/tmp/apt.log 2>&1 || {
+ours() {
+    dpkg-query -W -f '${Package}:${Architecture} ${db:Status-Status}\n' | grep cabinaudio
+}
+# shellcheck disable=SC2046  # names are words
+apt-get -q -y purge $(ours | cut -d ' ' -f 1) >/tmp/apt.log 2>&1 || {
     cat /tmp/apt.log >&2
     fail "cannot purge"
 }
-! dpkg-query -W -f '${Package}:${Architecture} ${db:Status-Status}\n' | grep cabinaudio ||
-    fail "packages are left"
+! ours || fail "packages are left"
 left=$(find / -xdev \( -path /packages -o -path /proc -o -path /sys \) -prune -o \
     -name '*cabinaudio*' -print)
 [ -z "$left" ] || fail "left behind: $left"
