@@ -48,7 +48,7 @@ failed=
 # Only what the public headers declare; nothing that depends on where or when it was built.
 describe() {
     abidw --headers-dir "$root/include/cabinaudio" --drop-private-types \
-        --exported-interfaces-only --no-corpus-path --no-comp-dir-path --no-show-locs \
+        --exported-interfaces-only --no-corpus-path --no-comp-dir-path --no-show-locs --short-locs \
         --no-parameter-names --type-id-style hash --out-file "$fresh" "$library"
     # Without debug information abidw describes nothing, and nothing differs from nothing.
     grep -q "<class-decl name='ClientTrack'" "$fresh" || {
