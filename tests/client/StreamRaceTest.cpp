@@ -30,7 +30,8 @@ protected:
                 serverRing = physicalRing("str", SIZE);
                 return Answer::words(0, RING_ADDRESS, SIZE);
             });
-        // In full: what a short answer lacks, the client would take from the notification behind it.
+        // In full: what a short answer lacks, the client would take from the notification behind
+        // it.
         if (!kind().writes) server.on(GET_VOLUME, Answer::words(0, 70));
         if (kind().isPosix) serverRing = posixRing("str", SIZE);
     }
