@@ -6,9 +6,11 @@
 #include <cabinaudio/link/RemoteCall.h>
 #include <cabinaudio/shm/ShareMemory.h>
 
-#include <dlfcn.h>
+#include "tests/support/RealCall.h"
 
 #include <atomic>
+
+namespace real = cabinaudio::test::real;
 
 namespace {
 
@@ -17,39 +19,29 @@ std::atomic<bool> gFreeingFails{false};
 std::atomic<bool> gRingTakesNothing{false};
 std::atomic<bool> gRingGivesNothing{false};
 
-template <typename Function>
-Function next(const char* symbol) {
-    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, symbol));
-}
-
 }  // namespace
 
 std::int32_t RemoteCall::rcalloc(std::uint8_t** req, std::uint32_t reqLen, std::uint8_t** ret,
                                  std::uint32_t retLen) {
-    using Rcalloc =
-        std::int32_t (*)(RemoteCall*, std::uint8_t**, std::uint32_t, std::uint8_t**, std::uint32_t);
-    static const auto real = next<Rcalloc>("_ZN10RemoteCall7rcallocEPPhjS1_j");
     return gNoBlocks ? static_cast<std::int32_t>(AUDIO_NO_MEMORY)
-                     : real(this, req, reqLen, ret, retLen);
+                     : real::rcalloc(this, req, reqLen, ret, retLen);
 }
 
 std::int32_t RemoteCall::rcfree(void* req, void* ret) {
-    using Rcfree = std::int32_t (*)(RemoteCall*, void*, void*);
-    static const auto real = next<Rcfree>("_ZN10RemoteCall6rcfreeEPvS0_");
-    const std::int32_t freed = real(this, req, ret);
+    const std::int32_t freed = real::rcfree(this, req, ret);
     return gFreeingFails ? static_cast<std::int32_t>(AUDIO_BAD_SEQUENCE) : freed;
 }
 
 int ShareMemoryEx::write(const unsigned char* src, unsigned len) {
     using Write = int (*)(ShareMemoryEx*, const unsigned char*, unsigned);
-    static const auto real = next<Write>("_ZN13ShareMemoryEx5writeEPKhj");
-    return gRingTakesNothing ? 0 : real(this, src, len);
+    static const auto function = real::next<Write>("_ZN13ShareMemoryEx5writeEPKhj");
+    return gRingTakesNothing ? 0 : function(this, src, len);
 }
 
 int ShareMemoryEx::read(unsigned char* dst, unsigned len) {
     using Read = int (*)(ShareMemoryEx*, unsigned char*, unsigned);
-    static const auto real = next<Read>("_ZN13ShareMemoryEx4readEPhj");
-    return gRingGivesNothing ? 0 : real(this, dst, len);
+    static const auto function = real::next<Read>("_ZN13ShareMemoryEx4readEPhj");
+    return gRingGivesNothing ? 0 : function(this, dst, len);
 }
 
 namespace cabinaudio::test {

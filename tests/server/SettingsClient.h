@@ -12,6 +12,12 @@
 
 namespace cabinaudio::test {
 
+inline constexpr auto VOLUME = AUDIO_CONNECT_VOLUME_SETTING;
+inline constexpr auto SOURCE = AUDIO_CONNECT_SOURCE_SETTING;
+inline constexpr auto APP = AUDIO_CONNECT_APP_SETTING;
+inline constexpr auto MIXER = AUDIO_CONNECT_MIXER_SETTING;
+inline constexpr auto RECORD = AUDIO_CONNECT_RECORD_CONTROL;
+
 /// A request of a settings connection, field by field.
 class Message {
 public:

@@ -28,12 +28,6 @@ namespace {
 using nlohmann::json;
 using ::testing::HasSubstr;
 
-constexpr auto VOLUME = AUDIO_CONNECT_VOLUME_SETTING;
-constexpr auto SOURCE = AUDIO_CONNECT_SOURCE_SETTING;
-constexpr auto APP = AUDIO_CONNECT_APP_SETTING;
-constexpr auto MIXER = AUDIO_CONNECT_MIXER_SETTING;
-constexpr auto RECORD = AUDIO_CONNECT_RECORD_CONTROL;
-
 class AStateFile : public ::testing::Test {
 protected:
     [[nodiscard]] std::unique_ptr<RealServer> start() const {
