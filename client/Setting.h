@@ -136,8 +136,8 @@ inline std::int32_t deprecated(const LogSite& site) {
 }
 
 /// False for a value that is no number, too.
-inline bool isWithin(float value, float low, float high) {
-    return value >= low && value <= high;
+inline bool isWithin(float value, float least, float most) {
+    return value >= least && value <= most;
 }
 
 constexpr float GAIN_MIN_DB = -103.5F;

@@ -21,6 +21,7 @@
 namespace {
 
 using cabinaudio::test::called;
+using cabinaudio::test::expectDestructorsSideBySide;
 using cabinaudio::test::gCalled;
 using cabinaudio::test::LogCapture;
 using cabinaudio::test::Plain;
@@ -571,15 +572,7 @@ TYPED_TEST(ASettingsVirtualTable, HasTheOperationsInTheirSlots) {
 }
 
 TYPED_TEST(ASettingsVirtualTable, HasItsDestructorsSideBySide) {
-    EXPECT_STREQ(TypeParam::ORDER[TypeParam::DESTRUCTOR], "");
-    void* const place = ::operator new(sizeof(TypeParam));
-    auto* const first = new (place) TypeParam;
-    slot<Plain>(first, TypeParam::DESTRUCTOR)(first);  // the complete object, without its memory
-    EXPECT_EQ(gCalled, "destructor");
-    gCalled.clear();
-    auto* const second = new (place) TypeParam;
-    slot<Plain>(second, TypeParam::DESTRUCTOR + 1)(second);  // gives the memory back, too
-    EXPECT_EQ(gCalled, "destructor");
+    expectDestructorsSideBySide<TypeParam>();
 }
 
 // The interfaces are the only base, at the beginning: one pointer serves all of them.

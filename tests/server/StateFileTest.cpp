@@ -5,6 +5,7 @@
 
 #include "tests/server/SettingsClient.h"
 #include "tests/server/TemporaryDirectory.h"
+#include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
 
 #include <gmock/gmock.h>
@@ -17,7 +18,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
-#include <functional>
 #include <iterator>
 #include <memory>
 #include <thread>
@@ -33,14 +33,6 @@ constexpr auto SOURCE = AUDIO_CONNECT_SOURCE_SETTING;
 constexpr auto APP = AUDIO_CONNECT_APP_SETTING;
 constexpr auto MIXER = AUDIO_CONNECT_MIXER_SETTING;
 constexpr auto RECORD = AUDIO_CONNECT_RECORD_CONTROL;
-
-bool comesTrue(const std::function<bool()>& condition) {
-    for (int i = 0; i < 6000; ++i) {
-        if (condition()) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return false;
-}
 
 class AStateFile : public ::testing::Test {
 protected:
@@ -124,7 +116,7 @@ TEST_F(AStateFile, IsThereAMomentAfterAChange) {
     const auto server = start();
     setALot();
     const json settings = settingsOf(*server);
-    EXPECT_TRUE(comesTrue([&] { return json::parse(content(), nullptr, false) == settings; }));
+    EXPECT_TRUE(eventually([&] { return json::parse(content(), nullptr, false) == settings; }));
     server->kill(SIGKILL);
     server->wait();
     EXPECT_EQ(settingsOf(*start()), settings);
@@ -250,7 +242,7 @@ TEST_F(AStateFile, ThatCannotBeWrittenIsAnErrorInTheLog) {
     path = directory.file("nowhere/state.json");
     const auto server = start();
     setALot();
-    EXPECT_TRUE(comesTrue([&] {
+    EXPECT_TRUE(eventually([&] {
         return server->output().find("state.json cannot be written: ") != std::string::npos;
     }));
     EXPECT_EQ(settingsOf(*server).at("volume").at("duck_percent"), 30) << "it serves on";

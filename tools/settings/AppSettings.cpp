@@ -16,13 +16,13 @@ using audio::QVAudioSetting::App;
 
 // Records of the server: a selector, which is a part of the setting's name, and the bytes behind.
 template <typename Record>
-Setting record(const char* name, const char* what, Functions functions, int (App::*set)(Record*),
-               int (App::*get)(Record*)) {
+Setting record(const char* name, const char* what, const Functions& functions,
+               int (App::*set)(Record*), int (App::*get)(Record*)) {
     constexpr std::size_t kHead = sizeof(Record::selector);
     return {.name = name,
             .type = bytes(sizeof(Record) - kHead),
             .what = what,
-            .functions = std::move(functions),
+            .functions = functions,
             .get =
                 [get](Clients& c, const Names& names) {
                     Record value{};

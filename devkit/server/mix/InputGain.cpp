@@ -11,9 +11,9 @@ const VolumeSettings::Input* amplifiersOf(AudioTagType tag, const VolumeSettings
     switch (tag) {
         case AUDIO_TAG_UPLINK:
         case AUDIO_TAG_INPUT0:
-            return &volume.inputs[0];
+            return &volume.inputs.front();
         case AUDIO_TAG_INPUT1:
-            return &volume.inputs[1];
+            return &volume.inputs.back();
         default:
             return nullptr;
     }

@@ -111,7 +111,7 @@ template <auto RECORDS, typename Request>
 std::int32_t setRecord(Call& call, const Request& request, wire::StatusReply&) {
     const auto& records = appOf(call).*RECORDS;
     const std::uint32_t selector = request.value.selector;
-    if (records.size() >= MOST_REMEMBERED && records.count(selector) == 0) return AUDIO_NO_MEMORY;
+    if (records.size() >= MOST_REMEMBERED && !records.contains(selector)) return AUDIO_NO_MEMORY;
     const auto* begin = reinterpret_cast<const std::uint8_t*>(&request.value);
     return change(call, [&](AppSettings& app) {
         (app.*RECORDS)[selector].assign(begin, begin + sizeof request.value);

@@ -55,7 +55,7 @@ const Effect& find(const Call& call, const Store& store, const EffectName& name)
 template <typename Change>
 std::int32_t change(Call& call, const Store& store, const EffectName& name, Change make) {
     const Effects& effects = store.in(*call.services.settings);
-    if (effects.size() >= MOST_REMEMBERED && effects.count(name) == 0) return AUDIO_NO_MEMORY;
+    if (effects.size() >= MOST_REMEMBERED && !effects.contains(name)) return AUDIO_NO_MEMORY;
     call.services.settings.change([&](SettingsData& settings) { make(store.of(settings)[name]); });
     return AUDIO_NO_ERROR;
 }

@@ -3,12 +3,10 @@
 
 #include <cstdint>
 
-namespace cabinaudio::server {
-
 /// The one curve between volume steps and gains: a step is half a dB, step 100 is 0 dB, step 148
 /// is 24 dB, and step 0 is silence. Ducking, fade and balance, and mixer gains, whose steps end at
 /// 100, use it, too.
-namespace gain {
+namespace cabinaudio::server::gain {
 
 constexpr float SILENCE_DB = -103.5F;  // and whatever is below
 constexpr float MAXIMUM_DB = 24.0F;
@@ -22,5 +20,4 @@ constexpr std::uint8_t MAXIMUM_STEP = 148;
 /// What samples are multiplied with; exactly 0 for silence and exactly 1 for 0 dB.
 [[nodiscard]] float factorOf(float dB);
 
-}  // namespace gain
-}  // namespace cabinaudio::server
+}  // namespace cabinaudio::server::gain

@@ -98,7 +98,7 @@ public:
     void reportUnknown() {
         const std::string prefix = mReading.path.empty() ? "" : mReading.path + ".";
         for (const auto& [key, value] : mJson.items())
-            if (mKnown.count(key) == 0) mReading.unknown.push_back(prefix + key);
+            if (!mKnown.contains(key)) mReading.unknown.push_back(prefix + key);
     }
 
 private:

@@ -120,7 +120,7 @@ std::int32_t dumpInputDestinations(Call& call, const wire::NameRequest& request,
 
 std::int32_t selectSource(Call& call, const wire::TwoNumbersRequest& request, wire::StatusReply&) {
     const auto& seats = sourceOf(call).seatSources;
-    if (seats.size() >= MOST_REMEMBERED && seats.count(request.first) == 0) return AUDIO_NO_MEMORY;
+    if (seats.size() >= MOST_REMEMBERED && !seats.contains(request.first)) return AUDIO_NO_MEMORY;
     return change(
         call, [&](SourceSettings& source) { source.seatSources[request.first] = request.second; });
 }
@@ -260,7 +260,7 @@ std::int32_t configurePcmInterface(Call& call, const wire::PcmInterfaceRequest& 
 
 std::int32_t setI2sFormat(Call& call, const wire::I2sFormatRequest& request, wire::StatusReply&) {
     const auto& formats = sourceOf(call).i2sFormats;
-    if (formats.size() >= MOST_REMEMBERED && formats.count(request.selection) == 0)
+    if (formats.size() >= MOST_REMEMBERED && !formats.contains(request.selection))
         return AUDIO_NO_MEMORY;
     return change(call, [&](SourceSettings& source) {
         source.i2sFormats[request.selection] = {request.first, request.second};

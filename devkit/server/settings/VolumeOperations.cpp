@@ -131,7 +131,7 @@ std::int32_t changeTrack(Call& call, const std::optional<VolumeSettings::TrackNa
                          Change make) {
     if (!name) return AUDIO_BAD_VALUE;
     const auto& tracks = volumeOf(call).tracks;
-    if (tracks.size() >= MOST_REMEMBERED && tracks.count(*name) == 0) return AUDIO_NO_MEMORY;
+    if (tracks.size() >= MOST_REMEMBERED && !tracks.contains(*name)) return AUDIO_NO_MEMORY;
     return change(call, [&](VolumeSettings& volume) { make(volume.tracks[*name]); });
 }
 
