@@ -9,8 +9,10 @@
 #include "foundation/Log.h"
 #include "foundation/Make.h"
 #include "foundation/UseGate.h"
+#include "link/ReplyDeadline.h"
 #include "wire/Stream.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace wire = cabinaudio::wire;
@@ -20,6 +22,7 @@ using cabinaudio::LogSite;
 using cabinaudio::make;
 using cabinaudio::nowMs;
 using cabinaudio::Playback;
+using cabinaudio::ReplyDeadline;
 using cabinaudio::UseGate;
 using wire::SinkEvent;
 using wire::StreamFunction;
@@ -207,12 +210,14 @@ int ClientSink::write(unsigned char* buffer, int len, bool isBlock) {
     mTurn.unlock();
     const int refusal = Playback::refusal(*this, AUDIO_LOG_SITE);
     if (refusal != AUDIO_NO_ERROR) return refusal;
-    if (checkAndWaitSourceReady(isBlock, len) == 0) return 0;
+    const int ready = checkAndWaitSourceReady(isBlock, len);
+    if (ready != 1) return ready;
     return isBlock ? blockWrite(buffer, len) : nonblockWrite(buffer, len);
 }
 
-/// @return 1 when there is a ring to write to, else 0
+/// @return 1 when there is a ring to write to, else what write() returns
 int ClientSink::checkAndWaitSourceReady(bool isBlock, int len) {
+    const ReplyDeadline deadline;
     while (mShareMemory == nullptr) {
         AUDIO_LOGW("[%s]source is not ready mode[%s]\n", mName, isBlock ? "block" : "unblock");
         if (mSourceActive) {
@@ -229,16 +234,17 @@ int ClientSink::checkAndWaitSourceReady(bool isBlock, int len) {
             AudioTime::sleep(REMOVED_PAUSE_US);
             return 0;
         }
-        if (!waitForSource()) return 0;
+        if (deadline.isOver()) return AUDIO_TIMED_OUT;
+        if (!waitForSource(deadline.isSet() ? deadline.remainingMs() : SOURCE_WAIT_MS)) return 0;
     }
     return 1;
 }
 
 /// Waits once for the source to come or go. @return whether the stream is still ACTIVE
-bool ClientSink::waitForSource() {
+bool ClientSink::waitForSource(std::uint64_t ms) {
     mIsBlocked = true;
     const std::uint64_t begin = nowMs();
-    if (mCond.waitRelative(mLock, SOURCE_WAIT_MS) != 0)
+    if (mCond.waitRelative(mLock, std::min(ms, SOURCE_WAIT_MS)) != 0)
         AUDIO_LOGE("[%s]waiting Source ready timeout[%llu]\n", mName, llu(nowMs() - begin));
     mIsBlocked = false;
     if (mState == ACTIVE) return true;

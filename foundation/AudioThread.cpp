@@ -2,6 +2,7 @@
 #include <cabinaudio/foundation/AudioThread.h>
 
 #include "foundation/Log.h"
+#include "foundation/OrdinaryThreads.h"
 
 #include <sched.h>
 
@@ -21,6 +22,17 @@ int createDeafToSignals(pthread_t& thread, const pthread_attr_t& attr, void* (*e
     AUDIO_IGNORE(pthread_sigmask(SIG_SETMASK, &all, &before) == 0);
     const int ret = pthread_create(&thread, &attr, entry, argument);
     AUDIO_IGNORE(pthread_sigmask(SIG_SETMASK, &before, nullptr) == 0);
+    return ret;
+}
+
+/// The same as an ordinary thread, which any process may have.
+int createOrdinary(pthread_t& thread, void* (*entry)(void*), void* argument) {
+    pthread_attr_t attr;
+    AUDIO_IGNORE(pthread_attr_init(&attr) == 0);
+    AUDIO_IGNORE(pthread_attr_setinheritsched(&attr, PTHREAD_EXPLICIT_SCHED) == 0);
+    AUDIO_IGNORE(pthread_attr_setschedpolicy(&attr, SCHED_OTHER) == 0);
+    const int ret = createDeafToSignals(thread, attr, entry, argument);
+    AUDIO_IGNORE(pthread_attr_destroy(&attr) == 0);
     return ret;
 }
 
@@ -62,7 +74,11 @@ void AudioThread::start() {
     AUDIO_IGNORE(pthread_attr_setinheritsched(&attr, PTHREAD_EXPLICIT_SCHED) == 0);
     AUDIO_IGNORE(pthread_attr_setschedpolicy(&attr, policy) == 0);
     AUDIO_IGNORE(pthread_attr_setschedparam(&attr, &param) == 0);
-    const int ret = createDeafToSignals(mThread, attr, _run, this);
+    int ret = createDeafToSignals(mThread, attr, _run, this);
+    if (ret == EPERM && cabinaudio::gAllowsOrdinaryThreads.load(std::memory_order_relaxed)) {
+        AUDIO_LOGW("Thread(%s) may not be a real-time one.\n", mName);
+        ret = createOrdinary(mThread, _run, this);
+    }
     const int error = errno;  // whatever was there: the result says why, this only helps
     AUDIO_IGNORE(pthread_attr_destroy(&attr) == 0);
 

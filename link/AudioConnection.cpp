@@ -11,22 +11,27 @@
 #include "foundation/Make.h"
 #include "foundation/UseGate.h"
 #include "link/AudioSocket.h"
+#include "link/ReplyDeadline.h"
 #include "link/SktWorker.h"
 #include "wire/Frame.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
 using cabinaudio::LogSite;
+using cabinaudio::ReplyDeadline;
 using cabinaudio::UseGate;
 
 namespace {
@@ -35,7 +40,7 @@ constexpr int MAX_ATTEMPTS = 11;
 constexpr int MAX_RETRIES = MAX_ATTEMPTS - 1;
 constexpr std::uint64_t RETRY_PAUSE_US = 10000;
 constexpr std::uint32_t SLOW_FRAME_US = 3000;
-constexpr time_t SEND_TIMEOUT_S = 10;
+constexpr std::uint64_t SEND_TIMEOUT_MS = 10000;
 
 /// The abstract name: a zero byte, then the path without its terminator.
 bool socket_make_sockaddr_un(const char* path, sockaddr_un& address, socklen_t& length) {
@@ -66,8 +71,14 @@ bool connectSocket(int descriptor, const char* path, const LogSite& site) {
     return true;
 }
 
+bool limitSending(int descriptor, std::uint64_t ms) {
+    const timeval timeout = {static_cast<time_t>(ms / 1000),
+                             static_cast<suseconds_t>(ms % 1000 * 1000)};
+    return ::setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout) == 0;
+}
+
 /// One attempt. @return a connected descriptor, or -1
-int openSocket(const char* path, const LogSite& site) {
+int openSocket(const char* path, const ReplyDeadline& deadline, const LogSite& site) {
     const int descriptor = ::socket(AF_UNIX, SOCK_STREAM, 0);
     if (descriptor <= STDERR_FILENO) {
         // 0 to 2 are refused deliberately: a process that closed its standard streams would find
@@ -76,6 +87,9 @@ int openSocket(const char* path, const LogSite& site) {
         if (descriptor >= 0) ::close(descriptor);
         return -1;
     }
+    // A server that does not accept makes connect(2) wait as well, once enough others do.
+    if (deadline.isSet())
+        limitSending(descriptor, std::max<std::uint64_t>(deadline.remainingMs(), 1));
     if (connectSocket(descriptor, path, site)) return descriptor;
     ::close(descriptor);
     return -1;
@@ -83,8 +97,7 @@ int openSocket(const char* path, const LogSite& site) {
 
 void prepareSocket(int descriptor, const LogSite& site) {
     ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
-    const timeval timeout = {SEND_TIMEOUT_S, 0};
-    if (::setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout) != 0)
+    if (!limitSending(descriptor, SEND_TIMEOUT_MS))
         AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "set send timeout time failed\n");
 }
 
@@ -108,6 +121,23 @@ std::int32_t receiveOnce(int descriptor, void* data, std::int32_t length) {
     if (length == 0) return 0;
     return static_cast<std::int32_t>(
         ::recv(descriptor, data, static_cast<std::size_t>(length), MSG_NOSIGNAL));
+}
+
+/// What is left of the deadline, within what one attempt may take. 0 would mean no limit.
+std::uint64_t sendingLimit(const ReplyDeadline& deadline) {
+    return std::clamp<std::uint64_t>(deadline.remainingMs(), 1, SEND_TIMEOUT_MS);
+}
+
+/// Waits until a body, or the connection's end, can be read. @return false when the time is over
+bool waitForBody(int descriptor, const ReplyDeadline& deadline) {
+    while (deadline.isSet()) {
+        const std::uint64_t ms = deadline.remainingMs();
+        pollfd body = {descriptor, POLLIN, 0};
+        const int ready = ::poll(&body, 1, static_cast<int>(std::min<std::uint64_t>(ms, INT_MAX)));
+        if (ready > 0) return true;
+        if (ms == 0) return false;
+    }
+    return true;
 }
 
 /// After a result below 1: whether the same call may do better.
@@ -170,8 +200,9 @@ std::int32_t AudioConnection::connect() {
         AudioSocket::destroy(pSocket);
         return 1;
     }
-    for (int attempt = 0; attempt < MAX_ATTEMPTS; ++attempt) {
-        pSocket->mSocket = openSocket(mPath, AUDIO_LOG_SITE);
+    const ReplyDeadline deadline;
+    for (int attempt = 0; attempt < MAX_ATTEMPTS && !deadline.isOver(); ++attempt) {
+        pSocket->mSocket = openSocket(mPath, deadline, AUDIO_LOG_SITE);
         if (pSocket->mSocket < 0) continue;
         AUDIO_LOGD("connect ok\n");
         prepareSocket(pSocket->mSocket, AUDIO_LOG_SITE);
@@ -192,8 +223,14 @@ std::int32_t AudioConnection::send(const std::uint8_t* data, std::int32_t length
         AUDIO_LOGE("pSocket is null\n");
         return 1;
     }
+    if (pSocket->mBroken) {
+        AUDIO_LOGE("connection is broken\n");
+        return 1;
+    }
+    const ReplyDeadline deadline;
     std::int32_t result = -1;
-    for (int retry = 0; retry <= MAX_RETRIES; ++retry) {
+    for (int retry = 0; retry <= MAX_RETRIES && !deadline.isOver(); ++retry) {
+        if (deadline.isSet()) limitSending(pSocket->mSocket, sendingLimit(deadline));
         result = sendOnce(pSocket->mSocket, data, length);
         const int error = errno;
         if (retry > 0) AUDIO_LOGD("send(%d) reTry:%d\n", result, retry);
@@ -214,9 +251,21 @@ std::int32_t AudioConnection::recv(std::uint8_t* data, std::int32_t length) {
         AUDIO_LOGE("pSocket is null\n");
         return 1;
     }
+    const ReplyDeadline deadline;
     const AudioMutex::AutoLock lock(*pSocket->mReplyLock);
-    if (!pSocket->waitForReply()) {
+    if (pSocket->mBroken) {
+        AUDIO_LOGE("connection is broken\n");
+        return 1;
+    }
+    const bool isReady = pSocket->waitForReply(deadline);
+    if (!isReady && !deadline.isOver()) {
         AUDIO_LOGD("exit\n");
+        return 1;
+    }
+    if (!isReady || !waitForBody(pSocket->mSocket, deadline)) {
+        AUDIO_LOGE("no answer in %lld ms, connection is broken\n",
+                   static_cast<long long>(deadline.timeout().count()));
+        pSocket->breakOff();
         return 1;
     }
     pSocket->mReplyReady = 0;
@@ -295,6 +344,10 @@ void SktWorker::_readFrames(const LogSite& site) {
     while (running()) {
         SocketFrameHeader header = {};
         std::int32_t result = _readHeader(header, site);
+        if (mRecord->mBroken) {
+            _reportLoss();
+            return;
+        }
         if (result == 0 && mRecord->mIsStall != 0) result = -1;
         const bool framed = result > 0 && header.magic == FRAME_MAGIC;
         const bool goesOn =
@@ -344,10 +397,17 @@ bool SktWorker::_takeFrame(const SocketFrameHeader& header, const LogSite& site)
 void SktWorker::_handOverReply() {
     {
         const AudioMutex::AutoLock lock(*mRecord->mReplyLock);
+        if (mRecord->mBroken) return;  // nobody will read it
         mRecord->mReplyReady = 1;
         mRecord->mReplyCond->signal();
     }
     mRecord->mReplySem->wait();
+}
+
+/// A requester has given the connection up: for the client that is a server that is gone.
+void SktWorker::_reportLoss() {
+    if (mRecord->mIsStall == 0 && mCallback != nullptr)
+        mCallback(mOpaque, cabinaudio::wire::EVENT_SERVER_GONE, 0);
 }
 
 /// After a receive that brought no frame. errno is whatever the last failing call of this thread

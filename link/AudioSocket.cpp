@@ -5,7 +5,10 @@
 #include <cabinaudio/foundation/AudioMutex.h>
 #include <cabinaudio/foundation/AudioSemaphore.h>
 
+#include "link/ReplyDeadline.h"
 #include "link/SktWorker.h"
+
+#include <sys/socket.h>
 
 #include <cstdlib>
 #include <new>
@@ -28,12 +31,32 @@ void AudioSocket::destroy(AudioSocket* record) {
     std::free(record);
 }
 
-bool AudioSocket::waitForReply() {
+bool AudioSocket::mayStillBeAnswered() const {
+    // Only a thread that never ran can never answer.
+    if (mIsStall != 0 || !mWorkerStarted) return false;
+    if (!mWorkerGone) return true;
     // A server that dies leaves the requester waiting (deliberate: the owner decides, by
-    // disconnecting or by its own destruction); only a thread that never ran can never answer.
-    while (mReplyReady == 0 && mIsStall == 0 && mWorkerStarted && !(mWorkerGone && mAbandoned))
-        mReplyCond->wait(*mReplyLock);
+    // disconnecting, by its own destruction, or once for all by the policy).
+    return !mAbandoned && !cabinaudio::linkPolicy().wakesOnServerLoss;
+}
+
+bool AudioSocket::waitForReply(const cabinaudio::ReplyDeadline& deadline) {
+    while (mReplyReady == 0 && mayStillBeAnswered()) {
+        if (!deadline.isSet())
+            mReplyCond->wait(*mReplyLock);
+        else if (const std::uint64_t ms = deadline.remainingMs(); ms != 0)
+            (void)mReplyCond->waitRelative(*mReplyLock, ms);
+        else
+            break;
+    }
     return mReplyReady != 0;
+}
+
+void AudioSocket::breakOff() {
+    mBroken = true;
+    ::shutdown(mSocket, SHUT_RDWR);
+    // The receive thread may be waiting for somebody to read a body.
+    mReplySem->signal();
 }
 
 void AudioSocket::wakeRequester() const {

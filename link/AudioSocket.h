@@ -6,6 +6,9 @@
 #include <atomic>
 #include <cstdint>
 
+namespace cabinaudio {
+class ReplyDeadline;
+}
 class AudioCondition;
 class AudioMutex;
 class AudioSemaphore;
@@ -25,6 +28,7 @@ struct AudioSocket {
     bool mWorkerStarted = false;             // constant once the record is shared
     std::atomic<bool> mWorkerGone = false;   // changed under mReplyLock
     std::atomic<bool> mAbandoned = false;
+    std::atomic<bool> mBroken = false;  // a requester has given up; changed under mReplyLock
 
     /// Makes the lock objects and the worker, which is not started yet.
     /// @return false when memory is short; destroy() then releases what was made
@@ -34,10 +38,16 @@ struct AudioSocket {
     static void destroy(AudioSocket* record);
 
     /// Waits on mReplyCond, with mReplyLock held, until a reply's body can be read or no reply can
-    /// be expected any more. @return whether there is one
-    [[nodiscard]] bool waitForReply();
+    /// be expected any more, or the time is over. @return whether there is one
+    [[nodiscard]] bool waitForReply(const cabinaudio::ReplyDeadline& deadline);
+
+    /// Gives the connection up, with mReplyLock held: what the server still sends answers nothing.
+    void breakOff();
 
     /// Lets a requester look again. Takes mReplyLock, so that it cannot miss the wake-up between
     /// its test and its wait.
     void wakeRequester() const;
+
+private:
+    [[nodiscard]] bool mayStillBeAnswered() const;
 };

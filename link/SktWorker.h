@@ -30,6 +30,7 @@ private:
     std::int32_t _readHeader(SocketFrameHeader& header, const cabinaudio::LogSite& site);
     bool _takeFrame(const SocketFrameHeader& header, const cabinaudio::LogSite& site);
     void _handOverReply();
+    void _reportLoss();
     bool _mayReadAgain(std::int32_t result, std::uint32_t magic, const cabinaudio::LogSite& site);
 
     AudioSocket* mRecord;

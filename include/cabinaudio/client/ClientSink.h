@@ -96,7 +96,8 @@ public:
     /// @retval AUDIO_INVALID_OPERATION  another write waits, or writeDone() was called
     /// @retval AUDIO_INVALID_STATE      not started; stopped, removed or destroyed while it waited
     ///                                  for space
-    /// @retval AUDIO_TIMED_OUT          no space within 600 ms
+    /// @retval AUDIO_TIMED_OUT          no space within 600 ms; or no word of the source within
+    ///                                  LinkPolicy::replyTimeout, if there is one
     /// When a blocking write ends early, part of the data may have been queued already.
     int write(unsigned char* buffer, int len, bool isBlock) override;
 
@@ -139,7 +140,7 @@ private:
     // All of these are called with mLock held.
     CABINAUDIO_LOCAL void initShareMemory();
     CABINAUDIO_LOCAL int checkAndWaitSourceReady(bool isBlock, int len);
-    CABINAUDIO_LOCAL bool waitForSource();
+    CABINAUDIO_LOCAL bool waitForSource(std::uint64_t ms);
     CABINAUDIO_LOCAL int checkAndWaitShareBufferFree(int need);
     CABINAUDIO_LOCAL int blockWrite(unsigned char* buffer, int bytes);
     CABINAUDIO_LOCAL int nonblockWrite(unsigned char* buffer, int bytes);

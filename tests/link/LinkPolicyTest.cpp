@@ -1,0 +1,288 @@
+// SPDX-License-Identifier: Apache-2.0
+// What an application gets that has asked for an end of every wait.
+#include <cabinaudio/foundation/AudioStatus.h>
+#include <cabinaudio/link/LinkPolicy.h>
+#include <cabinaudio/link/RemoteCall.h>
+
+#include "tests/link/LinkFixture.h"
+#include "tests/support/PolicyGuard.h"
+
+#include <gmock/gmock.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <thread>
+
+namespace cabinaudio::test {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::Each;
+
+constexpr auto TIMEOUT = 200ms;
+/// What a wait of TIMEOUT must not exceed: it shows only that the wait has an end.
+constexpr auto LONGEST = 20s;
+
+class Watch {
+public:
+    [[nodiscard]] std::chrono::milliseconds elapsed() const {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - mBegin);
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    Clock::time_point mBegin = Clock::now();
+};
+
+TEST(TheLinkPolicy, IsOffAtFirst) {
+    const LinkPolicy policy = linkPolicy();
+    EXPECT_EQ(policy.replyTimeout, 0ms);
+    EXPECT_FALSE(policy.wakesOnServerLoss);
+    EXPECT_FALSE(policy.allowsOrdinaryThreads);
+}
+
+TEST(TheLinkPolicy, IsWhatWasSetLast) {
+    const PolicyGuard guard({1500ms, true, true});
+    EXPECT_EQ(linkPolicy().replyTimeout, 1500ms);
+    EXPECT_TRUE(linkPolicy().wakesOnServerLoss);
+    EXPECT_TRUE(linkPolicy().allowsOrdinaryThreads);
+    setLinkPolicy({-1ms, false, true});
+    EXPECT_EQ(linkPolicy().replyTimeout, 0ms);
+    EXPECT_FALSE(linkPolicy().wakesOnServerLoss);
+}
+
+/// A remote call that is registered, under a policy with a time-out alone.
+class ATimeout : public ::testing::Test {
+protected:
+    ATimeout() : guard({TIMEOUT, false, false}) {}
+
+    int request() { return call->callFuncId(7, true); }
+    /// A request that nobody answers in time.
+    void expectTimeout() {
+        const Watch watch;
+        EXPECT_EQ(request(), 1);
+        EXPECT_GE(watch.elapsed(), TIMEOUT);
+        EXPECT_LT(watch.elapsed(), LONGEST);
+        EXPECT_EQ(log.count(ERROR, "AudioConnection", "recv",
+                            "no answer in 200 ms, connection is broken\n"),
+                  1U)
+            << log.dump();
+    }
+
+    LogCapture log;
+    ScriptedServer server;
+    Mailbox box;
+    PolicyGuard guard;
+    std::unique_ptr<RemoteCall> call =
+        std::make_unique<RemoteCall>(AUDIO_CONNECT_AUXILIARY, &Mailbox::take, &box, "str");
+};
+
+TEST_F(ATimeout, EndsARequestThatIsNotAnswered) {
+    server.onOther(Answer::none());
+    expectTimeout();
+}
+
+TEST_F(ATimeout, EndsARequestWhoseBodyDoesNotCome) {
+    server.onOther(Answer::status(0).bodyHeld());
+    expectTimeout();
+}
+
+TEST_F(ATimeout, DoesNotTouchAnAnswerInTime) {
+    for (int i = 0; i < 100; ++i)
+        ASSERT_EQ(request(), 0);
+    EXPECT_EQ(log.count(ERROR, "connection is broken\n"), 0U) << log.dump();
+}
+
+TEST_F(ATimeout, BreaksTheConnectionForGood) {
+    server.onOther(Answer::status(0).held());
+    expectTimeout();
+    server.onOther(Answer::status(0));
+    server.release();  // the late answer
+    const std::size_t sent = server.requests().size();
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(request(), 1);
+    EXPECT_EQ(server.requests().size(), sent);
+    EXPECT_EQ(log.count(ERROR, "AudioConnection", "send", "connection is broken\n"), 3U)
+        << log.dump();
+}
+
+TEST_F(ATimeout, TellsTheClientAsIfTheServerWereGone) {
+    server.onOther(Answer::none());
+    expectTimeout();
+    ASSERT_TRUE(box.waitFor(1));
+    EXPECT_EQ(box.taken().front(), (Notification{255, 0}));
+    EXPECT_TRUE(server.waitForEndOf());
+}
+
+TEST_F(ATimeout, TellsTheClientAlsoWhenTheAnswerWasOnItsWay) {
+    for (int round = 0; round < 20; ++round) {
+        call.reset();
+        call = std::make_unique<RemoteCall>(AUDIO_CONNECT_AUXILIARY, &Mailbox::take, &box, "str");
+        const auto index = static_cast<std::size_t>(round) + 1;
+        server.onOther(Answer::status(0).held());
+        std::thread late([&, index] {
+            std::this_thread::sleep_for(TIMEOUT + std::chrono::microseconds(100 * round - 1000));
+            server.release(index);
+        });
+        const int result = request();
+        late.join();
+        EXPECT_TRUE(result == 0 || result == 1);
+        if (result == 1) {
+            EXPECT_TRUE(server.waitForEndOf(index));
+            EXPECT_EQ(request(), 1);
+        }
+    }
+}
+
+TEST_F(ATimeout, EndsARegistration) {
+    server.onRegistration(Answer::none());
+    const Watch watch;
+    RemoteCall other(AUDIO_CONNECT_MAIN, nullptr, nullptr, "other");
+    EXPECT_GE(watch.elapsed(), TIMEOUT);
+    EXPECT_LT(watch.elapsed(), LONGEST);
+    EXPECT_EQ(other.initCheck(), AUDIO_NOT_CONNECTED);
+}
+
+TEST_F(ATimeout, EndsASendThatTheServerDoesNotTake) {
+    server.pauseReading();
+    Bytes much(8 << 20);
+    std::uint8_t* request = nullptr;
+    std::uint8_t* reply = nullptr;
+    ASSERT_EQ(call->rcalloc(&request, static_cast<std::uint32_t>(much.size()), &reply, 4), 0);
+    const Watch watch;
+    EXPECT_EQ(call->call(request, static_cast<std::uint32_t>(much.size()), reply, 4, true), 1);
+    EXPECT_GE(watch.elapsed(), TIMEOUT);
+    EXPECT_LT(watch.elapsed(), LONGEST);
+    EXPECT_EQ(call->rcfree(request, reply), 0);
+    server.resumeReading();
+}
+
+TEST_F(ATimeout, EndsAConnectionThatNobodyAccepts) {
+    const std::string path = "deaf" + std::to_string(getpid());
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path + 1, path.data(), path.size());
+    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + path.size());
+    const int listening = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ASSERT_EQ(::bind(listening, reinterpret_cast<const sockaddr*>(&address), length), 0);
+    ASSERT_EQ(::listen(listening, 0), 0);
+    const int first = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ASSERT_EQ(::connect(first, reinterpret_cast<const sockaddr*>(&address), length), 0);
+
+    const Watch watch;
+    AudioConnection connection(path.c_str(), 0, nullptr, nullptr);
+    EXPECT_GE(watch.elapsed(), TIMEOUT);
+    EXPECT_LT(watch.elapsed(), LONGEST);
+    EXPECT_EQ(connection.disconnect(), 1);
+    ::close(first);
+    ::close(listening);
+}
+
+TEST_F(ATimeout, LeavesADestructorFree) {
+    server.onOther(Answer::none());
+    expectTimeout();
+    const Watch watch;
+    call.reset();
+    EXPECT_LT(watch.elapsed(), LONGEST);
+}
+
+/// A request under way when the connection is lost, under a policy that wakes it alone.
+class AWake : public ::testing::Test {
+protected:
+    AWake() : guard({0ms, true, false}) {}
+
+    /// The result of a request, during which the server does this.
+    int resultWhile(const std::function<void()>& act) {
+        server.onOther(Answer::none());
+        const std::size_t before = server.requests().size();
+        auto result = std::async(std::launch::async, [&] { return call.callFuncId(7, true); });
+        EXPECT_TRUE(server.waitForRequest([](const Request&) { return true; }, before + 1));
+        act();
+        const bool ends = result.wait_for(BOUND) == std::future_status::ready;
+        EXPECT_TRUE(ends);
+        if (!ends) server.stop();
+        return result.get();
+    }
+
+    LogCapture log;
+    ScriptedServer server;
+    PolicyGuard guard;
+    RemoteCall call{AUDIO_CONNECT_AUXILIARY, nullptr, nullptr, "str"};
+};
+
+TEST_F(AWake, EndsARequestOfAServerThatCloses) {
+    EXPECT_EQ(resultWhile([&] { server.close(); }), 1);
+    EXPECT_EQ(call.callFuncId(7, true), 1);
+}
+
+TEST_F(AWake, EndsARequestOfAServerThatDies) {
+    EXPECT_EQ(resultWhile([&] { server.stop(); }), 1);
+}
+
+TEST_F(AWake, EndsARequestOfAServerThatSendsNoMessage) {
+    EXPECT_EQ(resultWhile([&] { server.send(Bytes(32, 0x11)); }), 1);
+    EXPECT_EQ(call.callFuncId(7, true), 1);
+}
+
+TEST_F(AWake, EndsARequestOfAServerThatSendsAnUnknownMessage) {
+    EXPECT_EQ(resultWhile([&] { server.send(ScriptedServer::frame(77)); }), 1);
+}
+
+TEST_F(AWake, EndsARegistrationOfAServerThatCloses) {
+    server.onRegistration(Answer::close());
+    RemoteCall other(AUDIO_CONNECT_MAIN, nullptr, nullptr, "other");
+    EXPECT_EQ(other.initCheck(), AUDIO_NOT_CONNECTED);
+}
+
+/// Refuses real-time threads, and counts the others of the library.
+class NoRealTime {
+public:
+    NoRealTime()
+        : mReplace(platform::pthreadCreateSlot,
+                   [this](pthread_t* thread, const pthread_attr_t* attributes,
+                          void* (*entry)(void*), void* argument) {
+                       int policy = SCHED_OTHER;
+                       if (attributes != nullptr) pthread_attr_getschedpolicy(attributes, &policy);
+                       if (policy != SCHED_OTHER) return EPERM;
+                       if (platform::isLibraryThread(attributes)) mOrdinary.add();
+                       return platform::real::pthread_create(thread, attributes, entry, argument);
+                   }) {}
+
+    [[nodiscard]] std::size_t ordinary() const { return mOrdinary.count(); }
+
+private:
+    Counter mOrdinary;
+    platform::Replace mReplace;
+};
+
+TEST(AnOrdinaryThread, DoesWhereNoRealTimeOneIsGranted) {
+    const LogCapture log;
+    ScriptedServer server;
+    const PolicyGuard guard({0ms, false, true});
+    const NoRealTime refused;
+    RemoteCall call(AUDIO_CONNECT_AUXILIARY, nullptr, nullptr, "str");
+    EXPECT_EQ(call.initCheck(), 0);
+    EXPECT_EQ(call.callFuncId(7, true), 0);
+    EXPECT_EQ(refused.ordinary(), 2U);
+    EXPECT_EQ(log.count(WARN, "Thread(AS-SktWorker) may not be a real-time one.\n"), 1U);
+    EXPECT_EQ(log.count(WARN, "Thread(AS-RCNotifier) may not be a real-time one.\n"), 1U);
+    EXPECT_EQ(log.count(ERROR, "Fail to start thread"), 0U) << log.dump();
+}
+
+TEST(AnOrdinaryThread, IsNotMadeUnasked) {
+    const LogCapture log;
+    ScriptedServer server;
+    const NoRealTime refused;
+    RemoteCall call(AUDIO_CONNECT_AUXILIARY, nullptr, nullptr, "str");
+    EXPECT_EQ(call.initCheck(), AUDIO_NOT_CONNECTED);
+    EXPECT_EQ(refused.ordinary(), 0U);
+}
+
+}  // namespace
+}  // namespace cabinaudio::test
