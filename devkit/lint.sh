@@ -120,17 +120,6 @@ cpp_check() {
         $library devkit/board devkit/log devkit/server devkit/wavcheck tools
 }
 
-# Each public header needs no other one before it, for either compiler.
-# shellcheck disable=SC2016  # the inner shell's parameters
-headers_alone() {
-    (cd include && find cabinaudio -name '*.h') | xargs -P "$jobs" -n 1 sh -c '
-        for compiler in g++ clang++; do
-            printf "#include <%s>\n" "$0" | "$compiler" -std=c++17 -Wall -Wextra -Wpedantic \
-                -Wconversion -Wno-sign-conversion -Wshadow -Werror -Iinclude -fsyntax-only \
-                -x c++ - || exit 1
-        done'
-}
-
 # Yocto's and Buildroot's files; with what this build would install, that all of it is packaged.
 recipes() {
     installed=$(mktemp -d)
@@ -140,13 +129,6 @@ recipes() {
     packaging/buildroot/check.py . || status=1
     rm -rf "$installed"
     return $status
-}
-
-# The program in the README is one that works.
-# shellcheck disable=SC2016  # the quotes are Markdown
-readme_program() {
-    sed -n '/^```cpp$/,/^```$/p' README.md | grep -v '^```' |
-        c++ -std=c++17 -Wall -Wextra -Werror -Iinclude -fsyntax-only -x c++ -
 }
 
 # What others compile, by more than the build's compiler.
@@ -175,9 +157,7 @@ check switched_off
 check recipes
 check cpp_check
 check shell_scripts
-check readme_program
 check public_headers
-check headers_alone
 check tidy
 
 [ -z "$failed" ] || {

@@ -86,12 +86,9 @@ class Readme(unittest.TestCase):
         run_session(self, "readme-program", lines, [source], tree=self.prefix, home=self.home)
 
     def test_shows_settings_that_compile(self):
-        block = blocks(section("In a program"), "cpp")[1]
-        includes = "".join(re.findall(r"^#include .*\n", block, re.MULTILINE))
-        body = re.sub(r"^#include .*\n", "", block, flags=re.MULTILINE)
         source = fresh_directory("readme-settings-program") / "settings.cpp"
-        source.write_text(f"{includes}int main() {{\n{body}\nreturn 0;\n}}\n")
-        run(COMPILER, "-std=c++17", "-Wall", "-Werror", "-fsyntax-only",
+        source.write_text(blocks(section("In a program"), "cpp")[1])
+        run(COMPILER, "-std=c++17", "-Wall", "-Wextra", "-Werror", "-fsyntax-only",
             "-I", self.prefix / "include", source)
 
 
