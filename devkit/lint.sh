@@ -97,11 +97,24 @@ layout() {
 }
 
 # What is delivered, as far as this build compiles it: clang-tidy goes by its command lines. On
-# stderr it counts what it does not show.
+# stderr it counts what it does not show. A source that was clean is not looked at again before it,
+# any header of ours, its command line, the checks or clang-tidy have changed.
+# shellcheck disable=SC2016  # the inner shell's parameters
 tidy() {
+    clean=${XDG_CACHE_HOME:-$HOME/.cache}/cabinaudio/tidy
+    mkdir -p "$clean" && find "$clean" -type f -mtime +30 -delete
+    # shellcheck disable=SC2086  # a list of directories
+    checks=$({ clang-tidy --version && cat .clang-tidy &&
+        find $library $others -name '*.h' | sort | xargs cat; } | sha256sum)
     sed -n 's/^ *"file": "\(.*\)",\{0,1\}$/\1/p' "$build/compile_commands.json" |
         grep -E "^$PWD/(foundation|link|shm|diag|client|devkit|tools)/" | sort -u |
-        xargs -P "$jobs" -n 1 clang-tidy -p "$build" --quiet 2>/dev/null
+        CLEAN=$clean CHECKS=$checks xargs -P "$jobs" -n 1 sh -c '
+            command=$(grep -F -B 1 "\"file\": \"$2\"" "$1/compile_commands.json" |
+                sed "s|$PWD||g")
+            key=$({ echo "$CHECKS $command" && cat "$2"; } | sha256sum | cut -d " " -f 1)
+            [ -e "$CLEAN/$key" ] || {
+                clang-tidy -p "$1" --quiet "$2" 2>/dev/null && : >"$CLEAN/$key"
+            }' sh "$build"
 }
 
 # Each check that .clang-tidy switches off is spoken of in its comments.
