@@ -5,6 +5,7 @@
 // the same behind two functions of a shared library, as ours is; without it the compiler puts the
 // peer into the loop.
 #include "bench/ring/Called.h"
+#include "bench/ring/Copies.h"
 #include "bench/ring/Ours.h"
 #include "bench/ring/Peers.h"
 #include "bench/ring/Stamped.h"
