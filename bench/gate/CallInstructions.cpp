@@ -42,8 +42,7 @@ void open(Stream& stream) {
 /// receiver thread sleeps, and what is counted is the same in each run.
 class OtherSide {
 public:
-    OtherSide()
-        : mRing(SHM_TYPE_POSIX_SHM, NAME, nullptr, RING_BYTES, SHM_MODE_CREATOR, nullptr) {}
+    OtherSide() : mRing(SHM_TYPE_POSIX_SHM, NAME, nullptr, RING_BYTES, SHM_MODE_CREATOR, nullptr) {}
 
     void fill() {
         const std::vector<unsigned char> silence(RING_BYTES / 2);
