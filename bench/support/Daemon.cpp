@@ -19,7 +19,7 @@ namespace cabinaudio::bench {
 namespace {
 
 constexpr std::uint64_t START_LIMIT_NS = 5'000'000'000;
-constexpr std::uint64_t END_LIMIT_NS = 1'000'000'000;
+constexpr std::uint64_t END_LIMIT_NS = 5'000'000'000;
 constexpr useconds_t TRY_PAUSE_US = 20'000;
 
 std::vector<char*> pointers(std::vector<std::string>& words) {

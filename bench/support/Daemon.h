@@ -27,6 +27,8 @@ public:
     /// @throws std::runtime_error when the program has ended, or after 5 s; with its last words
     void await(const std::function<bool()>& isReady);
 
+    [[nodiscard]] pid_t process() const { return mProcess; }
+
 private:
     [[nodiscard]] std::string lastWords() const;
 

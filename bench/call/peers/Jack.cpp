@@ -6,6 +6,10 @@
 #include <jack/jack.h>
 #include <unistd.h>
 
+#include <filesystem>
+#include <optional>
+#include <utility>
+
 namespace cabinaudio::bench {
 
 namespace {
@@ -16,10 +20,10 @@ class Jack : public Requester {
 public:
     explicit Jack(const std::string& directory)
         : mServer("cabinaudio-bench-" + std::to_string(getpid())),
-          mDaemon(jackServer(directory, mServer)) {
+          mDaemon(std::in_place, jackServer(directory, mServer)) {
         jack_set_error_function([](const char*) {});
         jack_set_info_function([](const char*) {});
-        mDaemon.await([this] {
+        mDaemon->await([this] {
             mClient = jack_client_open(
                 CLIENT, static_cast<jack_options_t>(JackNoStartServer | JackServerName), nullptr,
                 mServer.c_str());
@@ -28,6 +32,8 @@ public:
     }
     ~Jack() override {
         if (mClient != nullptr) jack_client_close(mClient);
+        mDaemon.reset();
+        removeWhatItHasLeft();
     }
 
     bool request() override {
@@ -38,8 +44,16 @@ public:
     }
 
 private:
+    /// Its semaphores in shared memory have the server's name in theirs.
+    void removeWhatItHasLeft() const {
+        std::error_code ignored;
+        for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", ignored))
+            if (entry.path().filename().string().find(mServer) != std::string::npos)
+                std::filesystem::remove(entry.path(), ignored);
+    }
+
     std::string mServer;
-    Daemon mDaemon;
+    std::optional<Daemon> mDaemon;
     jack_client_t* mClient = nullptr;
 };
 
