@@ -221,6 +221,10 @@ def draw(name, commands, blocks):
               f"set output '{PLOTS}/{name}.svg'\nset grid\nset key outside right top\n"
               f"{data}\n{commands}\n")
     subprocess.run(["gnuplot"], input=script, text=True, check=True)
+    with open(f"{PLOTS}/{name}.svg", encoding="utf-8") as file:
+        first, _, rest = file.read().partition("\n")
+    with open(f"{PLOTS}/{name}.svg", "w", encoding="utf-8") as file:
+        file.write(f"{first}\n<!-- SPDX-License-Identifier: Apache-2.0 -->\n{rest}")
 
 
 def sizes_plot(results, name, series, pattern, counter="time"):
