@@ -10,6 +10,7 @@ The page's text is bench/page.md. Lines of the form {{what: arguments}} are repl
     {{settings: NAME}}        how was measured
     {{plot: NAME}}            the picture
     {{missed}}                all goals that were missed, with their reasons (bench/reasons.txt)
+    {{machine}}               what it ran on
     {{counts}}                the counts of the gate
 What was not measured is said in its place.
 """
@@ -201,6 +202,18 @@ def overview(results):
     return lines
 
 
+def machine(results):
+    """What all of it ran on, and how busy it was."""
+    settings_of = [program["settings"] for program in results.programs.values()
+                   if "settings" in program]
+    lines = sorted({f"- {each['machine']}" for each in settings_of if "machine" in each})
+    loads = sorted(float(each["load before"].split()[0]) for each in settings_of
+                   if "load before" in each)
+    if loads:
+        lines.append(f"- load before the programs: {loads[0]} to {loads[-1]}")
+    return lines + [f"- {datetime.date.today().isoformat()}"]
+
+
 def absent(results):
     """Peers that did not start."""
     lines = [f"- `{name}`, {key}: {value}" for name, program in results.programs.items()
@@ -292,7 +305,7 @@ def plot(results, name):
 
 PIECES = {"table": table, "grid": grid, "goals": goals, "ratios": ratios, "settings": settings,
           "counts": counts, "figures": figures, "plot": plot}
-WHOLE = {"missed": missed, "overview": overview, "absent": absent}
+WHOLE = {"machine": machine, "missed": missed, "overview": overview, "absent": absent}
 
 
 def piece(results, text):
