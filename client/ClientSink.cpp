@@ -256,9 +256,12 @@ bool ClientSink::waitForSource(std::uint64_t ms) {
 int ClientSink::blockWrite(unsigned char* buffer, int bytes) {
     int remaining = bytes;
     while (remaining > 0) {
-        const int chunk = Playback::step(*this, remaining);
-        const int ready = checkAndWaitShareBufferFree(chunk);
-        if (ready < 1) return ready;
+        const int free = Playback::freeSize(*this);
+        const int chunk = Playback::step(*this, free, remaining);
+        if (chunk > free) {
+            const int ready = checkAndWaitShareBufferFree(chunk);
+            if (ready < 1) return ready;
+        }
         (void)Playback::writeOnce(*this, buffer, chunk, AUDIO_LOG_SITE);
         add(mTotalWritedLen, chunk);
         buffer += chunk;

@@ -237,9 +237,12 @@ bool ClientTrack::checkAndWaitShareBufferReady() {
 int ClientTrack::blockWrite(unsigned char* buffer, int bytes) {
     int remaining = bytes;
     while (remaining > 0) {
-        const int chunk = Playback::step(*this, remaining);
-        const int status = checkAndWaitShareBufferFree(chunk);
-        if (status < 0) return status;
+        const int free = Playback::freeSize(*this);
+        const int chunk = Playback::step(*this, free, remaining);
+        if (chunk > free) {
+            const int status = checkAndWaitShareBufferFree(chunk);
+            if (status < 0) return status;
+        }
         writeOnce(buffer, chunk);
         buffer += chunk;
         remaining -= chunk;

@@ -178,10 +178,10 @@ struct Playback {
         return AUDIO_NO_ERROR;
     }
 
-    /// Bytes that the next step of a blocking write takes. Called with mLock held.
+    /// Bytes that the next step of a blocking write takes, with `free` ones in the ring: more than
+    /// those only when there are none. Called with mLock held.
     template <typename Stream>
-    static int step(const Stream& stream, int remaining) {
-        const int free = freeSize(stream);
+    static int step(const Stream& stream, int free, int remaining) {
         // A server that names no step size must not make this spin on a full ring.
         return std::min(free > 0 ? free : std::max(stream.mPerLoopSize.load(), 1), remaining);
     }

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a request costs its client: the library against the bare exchange of the same bytes and
-// against the least program that hands a reply from a receive thread to the requester; and
-// operations of the settings against bare requests of as many bytes.
+// against the least program that hands a reply from a receive thread to the requester; operations
+// of the settings against bare requests of as many bytes; and requests of other systems.
 #include <cabinaudio/client/ClientVersionSetting.h>
 #include <cabinaudio/client/ClientVolumeSetting.h>
 #include <cabinaudio/link/RemoteCall.h>
 
 #include "bench/call/HeapBlocks.h"
 #include "bench/call/PingPong.h"
+#include "bench/call/peers/Requesters.h"
 #include "bench/support/AnsweringServer.h"
 #include "bench/support/Clock.h"
 #include "bench/support/HandOver.h"
@@ -21,6 +22,7 @@
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <stdexcept>
@@ -35,6 +37,9 @@ constexpr auto GET_FUNCTION =
     static_cast<std::uint32_t>(cabinaudio::wire::VolumeFunction::GetMasterGain);
 constexpr float GAIN_DB = -20.0F;
 constexpr int WARM_UP = 200;
+constexpr int MOST_PEER_REPEATS = 2000;
+constexpr double MOST_P99 = 1.5;
+constexpr double MOST_OF_PEERS = 0.85;
 
 /// An operation of the settings, and the bare request that sends and receives as many bytes.
 struct Pair {
@@ -122,6 +127,15 @@ void measure(const Options& options) {
     });
 
     Report report("Round trip of one request", options);
+    const Requesters peers;
+    for (const Requesters::Entry& entry : peers.all()) {
+        report.setting(entry.name,
+                       entry.requester ? "its own server" : "not measured: " + entry.whyNot);
+        Requester* const requester = entry.requester.get();
+        if (requester != nullptr)
+            addProgram(entry.name.c_str(), std::min(options.repeats, MOST_PEER_REPEATS),
+                       [requester] { return requester->request(); });
+    }
     report.setting("processor", cpu < 0 ? "all of them, nothing is pinned"
                                         : "everything on CPU " + std::to_string(cpu));
     report.setting("server and receive threads", mayBeRealTime()
@@ -139,6 +153,9 @@ void measure(const Options& options) {
          {"blocks", "blocks", false, 1, 1}});
     std::printf("\nRatios of the medians [within one round]\n");
     report.ratio(results, "p50", "callFuncId", "handover", 1.05);
+    report.quotient(results, "callFuncId", "p99", "p50", MOST_P99);
+    for (const Requesters::Entry& entry : peers.all())
+        report.ratio(results, "p50", "callFuncId", entry.name, MOST_OF_PEERS);
     report.ratio(results, "cpu", "callFuncId", "handover");
     report.ratio(results, "p50", "handover", "raw");
     report.ratio(results, "p50", "callFuncId", "raw");
@@ -157,7 +174,7 @@ void measure(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    Options options{.rounds = 9, .repeats = 5000};
+    Options options{.rounds = 9, .repeats = 3000};
     if (const auto status = readCommandLine(argc, argv, "Round trip of one request.", options))
         return *status;
     try {

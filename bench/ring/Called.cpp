@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "bench/ring/Called.h"
 
+#include "bench/ring/Peers.h"
+
 namespace cabinaudio::bench {
 
 template <typename Ring>

@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "bench/ring/Peers.h"
+#include "bench/ring/Copies.h"
 #include "bench/ring/Stamped.h"
 
 #include <cstdint>
 
 namespace cabinaudio::bench {
 
-/// A stamped ring behind two functions of a shared library, which is how programs reach ours. The
-/// rings of Peers.h are made for it; that of Copies is the least that such a pair of functions can
-/// do.
+/// A stamped ring behind two functions of a shared library, which is how programs reach ours. That
+/// of Copies is the least that such a pair of functions can do.
 template <typename Ring>
 class Called {
 public:

@@ -7,33 +7,11 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 
-// Our ring's limit and its peers behind one interface: write(src, length), read(dst, length). They
-// are used from one thread, and a chunk that was written is read at once.
+// Our ring's peers behind the interface of Copies: write(src, length), read(dst, length).
 
 namespace cabinaudio::bench {
-
-/// The limit: the same bytes into a buffer of the same size and out again.
-class Copies {
-public:
-    explicit Copies(std::uint32_t size) : mBuffer(new unsigned char[size]()), mSize(size) {}
-
-    void write(const unsigned char* src, std::uint32_t length) {
-        std::memcpy(&mBuffer[mAt], src, length);
-    }
-    void read(unsigned char* dst, std::uint32_t length) {
-        std::memcpy(dst, &mBuffer[mAt], length);
-        mAt += length;
-        if (mAt + length > mSize) mAt = 0;
-    }
-
-private:
-    std::unique_ptr<unsigned char[]> mBuffer;
-    std::uint32_t mSize;
-    std::uint32_t mAt = 0;
-};
 
 class Jack {
 public:

@@ -1,182 +1,156 @@
 // SPDX-License-Identifier: Apache-2.0
-// ring-bench: time of write+read of one chunk in one thread, for our ring, for the same bytes moved
-// by memcpy, and for its peers. Prints the medians of interleaved repetitions, and the others'
-// ratio to ours in the same run. "+clock": takes the time once per write, as ours does. "called":
-// the same behind two functions of a shared library, as ours is; without it the compiler puts the
-// peer into the loop.
+// Time of write and read of one chunk in one thread: our ring, the same bytes moved by memcpy, and
+// the rings of other libraries. "+clock" takes the time once per write, as ours does. "called": the
+// same behind two functions of a shared library, as ours is; without it the compiler puts the peer
+// into the loop.
 #include "bench/ring/Called.h"
+#include "bench/ring/Copies.h"
 #include "bench/ring/Ours.h"
 #include "bench/ring/Peers.h"
 #include "bench/ring/Stamped.h"
+#include "bench/support/Clock.h"
+#include "bench/support/LogSink.h"
+#include "bench/support/Machine.h"
+#include "bench/support/Options.h"
+#include "bench/support/Report.h"
+#include "bench/support/Rounds.h"
 
-#include <android/log.h>
 #include <benchmark/benchmark.h>
 #include <sched.h>
 
 #include <cstdio>
-#include <cstring>
-#include <map>
+#include <exception>
 #include <string>
 #include <vector>
 
-namespace {
-
 using namespace cabinaudio::bench;
+
+namespace {
 
 struct alignas(64) Line {
     unsigned char bytes[64];
     bool operator==(const Line&) const = default;
 };
 
-template <typename Ring>
-void writeAndRead(benchmark::State& state) {
-    const auto chunk = static_cast<std::uint32_t>(state.range(1));
-    // Whole cache lines, or it would be chance what memcpy does with them.
-    std::vector<Line> src(chunk / sizeof(Line), Line{{0x5a}});
-    std::vector<Line> dst(src.size());
-    Ring ring(static_cast<std::uint32_t>(state.range(0)));
-    for (auto round : state) {
-        ring.write(src.data()->bytes, chunk);
-        ring.read(dst.data()->bytes, chunk);
-        benchmark::ClobberMemory();
-    }
-    if (src != dst) state.SkipWithError("the bytes did not come back");
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * chunk);
+constexpr std::uint32_t RING_SIZES[] = {64 << 10, 1 << 20};
+constexpr std::uint32_t CHUNKS[] = {64, 192, 960, 3840, 16 << 10, 64 << 10};
+constexpr const char* STAMPED_PEERS[] = {"spa+clock", "jack+clock", "boost+clock"};
+constexpr const char* LIMIT = "memcpy+clock";
+constexpr double MOST_OF_PEERS = 1.00;
+/// 0.95 or 0.93 of the limit's speed.
+double mostOfLimit(std::uint32_t chunk) {
+    return 1 / (chunk == 3840 || chunk == 16 << 10 ? 0.93 : 0.95);
 }
 
-struct Variant {
-    const char* name;
-    void (*run)(benchmark::State&);
-};
+/// One value of a round is the time of as many chunks as hide the clock, divided by their number.
+constexpr std::uint32_t BYTES_PER_SAMPLE = 1 << 19;
+constexpr std::uint32_t MOST_CHUNKS_PER_SAMPLE = 2048;
 
-constexpr const char* kOurs = "ours";
-constexpr Variant kVariants[] = {
-    {kOurs, writeAndRead<Ours>},
-    {"memcpy", writeAndRead<Copies>},
-    {"memcpy+clock", writeAndRead<Stamped<Copies>>},
-    {"memcpy+clock,called", writeAndRead<Called<Copies>>},
-    {"spa", writeAndRead<Spa>},
-    {"spa+clock", writeAndRead<Stamped<Spa>>},
-    {"spa+clock,called", writeAndRead<Called<Spa>>},
-    {"jack", writeAndRead<Jack>},
-    {"jack+clock", writeAndRead<Stamped<Jack>>},
-    {"boost", writeAndRead<Boost>},
-    {"boost+clock", writeAndRead<Stamped<Boost>>},
-    {"boost+clock,called", writeAndRead<Called<Boost>>},
-};
-constexpr int kRings[] = {64 << 10, 1 << 20};
-constexpr int kChunks[] = {64, 192, 960, 3840, 16 << 10, 64 << 10};
+std::string nameOf(const char* ring, std::uint32_t size, std::uint32_t chunk) {
+    return std::string(ring) + " " + std::to_string(chunk) + " B, ring " +
+           std::to_string(size >> 10) + " KiB";
+}
 
-struct Size {
-    int ring;
-    int chunk;
-    bool operator<(const Size& other) const {
-        return ring != other.ring ? ring < other.ring : chunk < other.chunk;
-    }
-};
-
-/// Collects the medians, and prints them side by side at the end.
-class Table : public benchmark::BenchmarkReporter {
-public:
-    bool ReportContext(const Context& /*context*/) override { return true; }
-
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            if (run.error_occurred)
-                std::printf("%s: %s\n", run.run_name.str().c_str(), run.error_message.c_str());
-            mFailed |= run.error_occurred;
-            if (run.run_type != Run::RT_Aggregate || run.aggregate_name != "median") continue;
-            char name[32] = {};
-            Size size = {};
-            if (std::sscanf(run.run_name.function_name.c_str(), "%31s", name) == 1 &&
-                std::sscanf(run.run_name.args.c_str(), "ring:%d/chunk:%d", &size.ring,
-                            &size.chunk) == 2)
-                mMedians[size][name] = run.GetAdjustedRealTime();
-        }
-    }
-
-    void print() const {
-        std::printf("write+read of one chunk, ns, median\n");
-        printRows("%20.1f", [](double /*ours*/, double other) { return other; });
-        std::printf("\nthe others' time : ours, in this run\n");
-        printRows("%20.2f", [](double ours, double other) { return other / ours; });
-    }
-
-    [[nodiscard]] bool failed() const { return mFailed || mMedians.empty(); }
-
-private:
-    template <typename Value>
-    void printRows(const char* format, Value value) const {
-        std::printf("%8s %6s", "ring", "chunk");
-        for (const Variant& variant : kVariants)
-            std::printf("%20s", variant.name);
-        std::printf("\n");
-        for (const auto& [size, medians] : mMedians) {
-            std::printf("%8d %6d", size.ring, size.chunk);
-            const auto ours = medians.find(kOurs);
-            for (const Variant& variant : kVariants) {
-                const auto other = medians.find(variant.name);
-                if (other == medians.end() || ours == medians.end())
-                    std::printf("%20s", "-");
-                else
-                    std::printf(format, value(ours->second, other->second));
+template <typename Ring>
+void addProgram(const char* name, std::uint32_t size, std::uint32_t chunk, int repeats) {
+    const auto measure = [size, chunk](benchmark::State& state) {
+        // Whole cache lines, or it would be chance what memcpy does with them.
+        std::vector<Line> source(chunk / sizeof(Line), Line{{0x5a}});
+        std::vector<Line> destination(source.size());
+        Ring ring(size);
+        const std::uint32_t perSample = std::min(BYTES_PER_SAMPLE / chunk, MOST_CHUNKS_PER_SAMPLE);
+        const auto pass = [&] {
+            for (std::uint32_t i = 0; i < perSample; ++i) {
+                ring.write(source.data()->bytes, chunk);
+                ring.read(destination.data()->bytes, chunk);
+                benchmark::ClobberMemory();
             }
-            std::printf("\n");
+        };
+        // Once around: from then on no page is touched for the first time.
+        for (std::uint32_t done = 0; done <= size; done += perSample * chunk)
+            pass();
+        std::vector<std::uint64_t> samples;
+        for (auto _ : state) {
+            const std::uint64_t before = nowNs();
+            pass();
+            samples.push_back(nowNs() - before);
         }
-    }
+        if (source != destination) return state.SkipWithError("the bytes did not come back");
+        state.counters["time"] = quantile(samples, 0.5) / perSample;
+    };
+    benchmark::RegisterBenchmark(nameOf(name, size, chunk).c_str(), measure)
+        ->Iterations(repeats)
+        ->UseRealTime();
+}
 
-    std::map<Size, std::map<std::string, double>> mMedians;
-    bool mFailed = false;
-};
+template <typename Visit>
+void forAllSizes(Visit visit) {
+    for (const std::uint32_t size : RING_SIZES)
+        for (const std::uint32_t chunk : CHUNKS)
+            if (chunk < size) visit(size, chunk);  // one byte stays free
+}
 
-void registerAll() {
-    for (const int ring : kRings)
-        for (const int chunk : kChunks) {
-            if (chunk >= ring) continue;  // one byte stays free
-            for (const Variant& variant : kVariants)
-                benchmark::RegisterBenchmark(variant.name, variant.run)
-                    ->Args({ring, chunk})
-                    ->ArgNames({"ring", "chunk"})
-                    ->ReportAggregatesOnly();
-        }
+void addPrograms(int repeats) {
+    forAllSizes([&](std::uint32_t size, std::uint32_t chunk) {
+        addProgram<Ours>("ours", size, chunk, repeats);
+        addProgram<Copies>("memcpy", size, chunk, repeats);
+        addProgram<Stamped<Copies>>("memcpy+clock", size, chunk, repeats);
+        addProgram<Called<Copies>>("memcpy+clock,called", size, chunk, repeats);
+        addProgram<Spa>("spa", size, chunk, repeats);
+        addProgram<Stamped<Spa>>("spa+clock", size, chunk, repeats);
+        addProgram<Called<Spa>>("spa+clock,called", size, chunk, repeats);
+        addProgram<Jack>("jack", size, chunk, repeats);
+        addProgram<Stamped<Jack>>("jack+clock", size, chunk, repeats);
+        addProgram<Boost>("boost", size, chunk, repeats);
+        addProgram<Stamped<Boost>>("boost+clock", size, chunk, repeats);
+        addProgram<Called<Boost>>("boost+clock,called", size, chunk, repeats);
+    });
 }
 
 /// Keeps other programs from coming between, where that is allowed.
-void askForQuiet() {
-    cpu_set_t one;
-    CPU_ZERO(&one);
-    CPU_SET(sched_getcpu(), &one);
-    sched_setaffinity(0, sizeof(one), &one);
-    const struct sched_param priority = {10};
-    if (sched_setscheduler(0, SCHED_RR, &priority) != 0)
-        std::printf("no real-time scheduling: expect more noise\n");
+bool askForQuiet() {
+    const sched_param priority{10};
+    return sched_setscheduler(0, SCHED_RR, &priority) == 0;
 }
 
-bool isGiven(int argc, char** argv, const char* option) {
-    for (int i = 1; i < argc; ++i)
-        if (std::strncmp(argv[i], option, std::strlen(option)) == 0) return true;
-    return false;
+void measure(const Options& options) {
+    const PrivateInstance instance;
+    setLogLines(LogLines::Dropped);
+    const int cpu = options.anyCpu ? -1 : stayOnOneCpu(options.cpu);
+    Report report("Write and read of one chunk, one thread", options);
+    report.setting("processor",
+                   cpu < 0 ? "all of them, nothing is pinned" : "CPU " + std::to_string(cpu));
+    report.setting("scheduling",
+                   askForQuiet() ? "SCHED_RR" : "ordinary: SCHED_RR is refused, expect more noise");
+    addPrograms(options.repeats);
+    const Results results = runInRounds(options.rounds);
+    report.table("Medians of the rounds [min..max], ns", results, {{"time", "time", true, 1, 1}});
+    std::printf("\nRatios of the medians [within one round]\n");
+    forAllSizes([&](std::uint32_t size, std::uint32_t chunk) {
+        const auto compare = [&](const char* other, std::optional<double> goal) {
+            report.ratio(results, "time", nameOf("ours", size, chunk), nameOf(other, size, chunk),
+                         goal);
+        };
+        compare(LIMIT, mostOfLimit(chunk));
+        compare("memcpy+clock,called", std::nullopt);
+        for (const char* const peer : STAMPED_PEERS)
+            compare(peer, MOST_OF_PEERS);
+    });
+    report.finish();
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::vector<char*> arguments(argv, argv + argc);
-    char repetitions[] = "--benchmark_repetitions=15";
-    char interleaved[] = "--benchmark_enable_random_interleaving=true";
-    char time[] = "--benchmark_min_time=0.02";
-    for (char* const standard : {repetitions, interleaved, time})
-        if (!isGiven(argc, argv, std::string(standard, std::strchr(standard, '=')).c_str()))
-            arguments.push_back(standard);
-    int count = static_cast<int>(arguments.size());
-    benchmark::Initialize(&count, arguments.data());
-    if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 2;
-
-    __android_log_set_logger([](const struct __android_logger_data*, const char*) {});
-    askForQuiet();
-    registerAll();
-    Table table;
-    benchmark::RunSpecifiedBenchmarks(&table);
-    table.print();
-    return table.failed() ? 1 : 0;
+    Options options{.rounds = 25, .repeats = 20};
+    if (const auto status =
+            readCommandLine(argc, argv, "Write and read of one chunk, one thread.", options))
+        return *status;
+    try {
+        measure(options);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "ring-bench: %s\n", error.what());
+        return 1;
+    }
+    return 0;
 }

@@ -3,7 +3,9 @@
 // run under callgrind with two numbers of rounds; the difference is free of set-up. See
 // instructions.sh.
 #include "bench/ring/Called.h"
+#include "bench/ring/Copies.h"
 #include "bench/ring/Ours.h"
+#include "bench/ring/Peers.h"
 
 #include <android/log.h>
 

@@ -1,6 +1,6 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# settings.sh BUILD: what the settings add to the library of this build, in bytes of text: code,
+# settings.sh BUILD [--json FILE]: what the settings add to the library of this build, in bytes of text: code,
 # constants, unwind tables, and for the library its dynamic symbols with their names.
 #
 # The objects' sum counts a piece twice that several of them hold; the library holds it once. What
@@ -8,7 +8,8 @@
 # The exit status is 1 when that is more than LIMIT (61440) bytes.
 set -eu
 
-build=${1:?usage: settings.sh BUILD}
+build=${1:?usage: settings.sh BUILD [--json FILE]}
+json=${3:-}
 limit=${LIMIT:-61440}
 root=$(dirname -- "$(readlink -f -- "$0")")/../..
 compiler=$(sed -n 's/^set(CMAKE_CXX_COMPILER "\(.*\)")$/\1/p' \
@@ -52,4 +53,8 @@ printf '  %-26s %6d\n' 'sum of the objects' "$sum"
 verdict=reached
 [ "$added" -le "$limit" ] || verdict=MISSED
 printf '  %-26s %6d  (goal: at most %d, %s)\n' 'added to the library' "$added" "$limit" "$verdict"
+if [ -n "$json" ]; then
+    printf '{"title": "Text of the settings, armhf", "figures": [{"name": "%s", "value": %d, "atMost": %d}]}\n' \
+        'text that the settings add, bytes' "$added" "$limit" >"$json"
+fi
 [ "$verdict" = reached ]

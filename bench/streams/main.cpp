@@ -119,9 +119,10 @@ void reportLives(Report& report, const Results& lives, const Peers& peers) {
         report.ratio(lives, "construct", logged(*kind), minimal(*kind));
     for (const StreamKind* const kind : KINDS)
         report.ratio(lives, "destroy", library(*kind), minimal(*kind), MOST_DESTROY);
-    for (const Peers::Entry& entry : peers.all())
-        for (const char* counter : {"construct", "destroy"})
-            report.ratio(lives, counter, library(ALTERNATIVE), entry.name);
+    for (const Peers::Entry& entry : peers.all()) {
+        report.ratio(lives, "construct", library(ALTERNATIVE), entry.name, entry.mostConstruct);
+        report.ratio(lives, "destroy", library(ALTERNATIVE), entry.name);
+    }
 }
 
 void reportFirst(Report& report, const Results& first) {

@@ -106,6 +106,26 @@ void Report::ratio(const Results& results, const std::string& counter, const std
     mDocument["ratios"].push_back(entry);
 }
 
+void Report::quotient(const Results& results, const std::string& program, const std::string& above,
+                      const std::string& below, double atMost) {
+    if (!results.has(program)) return;  // left out by a filter
+    const double value =
+        results.spread(program, above).median / results.spread(program, below).median;
+    std::vector<double> single;
+    const std::vector<double>& denominators = results.values(program, below);
+    for (std::size_t i = 0; i < denominators.size(); ++i)
+        single.push_back(results.values(program, above)[i] / denominators[i]);
+    std::printf("  %s: %s / %s: %s %s  (goal: at most %s, %s)\n", program.c_str(), above.c_str(),
+                below.c_str(), number(value, 2).c_str(), range(spreadOf(single), 1, 2).c_str(),
+                number(atMost, 2).c_str(), verdict(value <= atMost));
+    mDocument["ratios"].push_back({{"counter", above + " / " + below},
+                                   {"numerator", program},
+                                   {"denominator", "itself"},
+                                   {"ratio", value},
+                                   {"rounds", single},
+                                   {"atMost", atMost}});
+}
+
 void Report::figure(const std::string& name, double value, const std::string& unit, double goal,
                     bool exactly) {
     std::printf("  %s: %s%s  (goal: %s %s, %s)\n", name.c_str(), number(value, 0).c_str(),

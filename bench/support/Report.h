@@ -36,6 +36,9 @@ public:
     /// Ratio of two programs' medians; the range is that of the ratios within single rounds.
     void ratio(const Results& results, const std::string& counter, const std::string& numerator,
                const std::string& denominator, std::optional<double> atMost = std::nullopt);
+    /// One counter of a program : another one of the same.
+    void quotient(const Results& results, const std::string& program, const std::string& above,
+                  const std::string& below, double atMost);
     /// A figure that has a goal of its own.
     void figure(const std::string& name, double value, const std::string& unit, double goal,
                 bool exactly);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "bench/streams/peers/Daemon.h"
 #include "bench/streams/peers/Peer.h"
+#include "bench/support/Daemon.h"
+#include "bench/support/PeerServers.h"
 
 #include <pipewire/pipewire.h>
 #include <spa/param/audio/format-utils.h>
@@ -11,47 +12,9 @@ namespace cabinaudio::bench {
 
 namespace {
 
-constexpr char CORE_NAME[] = "cabinaudio-bench";
-
-/// What a stream needs, and a sink that plays nothing. No session manager: the stream is ready when
-/// the server has made its node; nothing links it to the sink.
-constexpr char CONFIGURATION[] = R"(
-context.properties = {
-    core.daemon = true
-    core.name = cabinaudio-bench
-    support.dbus = false
-    default.clock.rate = 48000
-}
-context.spa-libs = {
-    audio.convert.* = audioconvert/libspa-audioconvert
-    support.*       = support/libspa-support
-}
-context.modules = [
-    { name = libpipewire-module-protocol-native }
-    { name = libpipewire-module-metadata }
-    { name = libpipewire-module-spa-node-factory }
-    { name = libpipewire-module-client-node }
-    { name = libpipewire-module-access args = { } }
-    { name = libpipewire-module-adapter }
-    { name = libpipewire-module-link-factory }
-]
-context.objects = [
-    { factory = adapter
-      args = {
-          factory.name     = support.null-audio-sink
-          node.name        = nothing
-          media.class      = Audio/Sink
-          audio.position   = [ FL FR ]
-          object.linger    = true
-      }
-    }
-]
-)";
-
 class PipeWire : public Peer {
 public:
-    explicit PipeWire(const std::string& directory)
-        : mDaemon({"pipewire", "-c", "pipewire.conf"}, environment(directory), directory + "/log") {
+    explicit PipeWire(const std::string& directory) : mDaemon(pipeWireServer(directory)) {
         setenv("PIPEWIRE_RUNTIME_DIR", directory.c_str(), 1);
         pw_init(nullptr, nullptr);
         mDaemon.await([this] {
@@ -71,7 +34,7 @@ public:
         mStream = pw_stream_new_simple(
             pw_thread_loop_get_loop(mLoop), "bench",
             pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Playback",
-                              PW_KEY_REMOTE_NAME, CORE_NAME, nullptr),
+                              PW_KEY_REMOTE_NAME, PIPEWIRE_CORE, nullptr),
             &EVENTS, this);
         if (mStream == nullptr || pw_thread_loop_start(mLoop) != 0) return false;
         pw_thread_loop_lock(mLoop);
@@ -124,12 +87,6 @@ private:
         events.version = PW_VERSION_STREAM_EVENTS;
         events.state_changed = onState;
         return events;
-    }
-
-    static std::vector<std::string> environment(const std::string& directory) {
-        writeFile(directory + "/pipewire.conf", CONFIGURATION);
-        return {"PIPEWIRE_CONFIG_DIR=" + directory, "PIPEWIRE_RUNTIME_DIR=" + directory,
-                "HOME=" + directory};
     }
 
     static constexpr int STATE_LIMIT_S = 2;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "bench/streams/peers/Daemon.h"
 #include "bench/streams/peers/Peer.h"
+#include "bench/support/Daemon.h"
+#include "bench/support/PeerServers.h"
 
 #include <pulse/simple.h>
 
@@ -11,14 +12,7 @@ namespace {
 class Pulse : public Peer {
 public:
     explicit Pulse(const std::string& directory)
-        : mSocket(directory + "/socket"),
-          mDaemon({"pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1",
-                   "--disallow-module-loading=no", "--log-target=stderr",
-                   "--load=module-native-protocol-unix auth-anonymous=1 socket=" + mSocket,
-                   "--load=module-null-sink"},
-                  {"HOME=" + directory, "XDG_RUNTIME_DIR=" + directory,
-                   "PULSE_RUNTIME_PATH=" + directory, "PULSE_STATE_PATH=" + directory},
-                  directory + "/log") {
+        : mAddress(pulseAddress(directory)), mDaemon(pulseServer(directory)) {
         mDaemon.await([this] {
             const bool isOpen = open();
             close();
@@ -32,8 +26,8 @@ public:
         format.format = PA_SAMPLE_S16LE;
         format.rate = 48000;
         format.channels = 2;
-        mStream = pa_simple_new(("unix:" + mSocket).c_str(), "bench", PA_STREAM_PLAYBACK, nullptr,
-                                "bench", &format, nullptr, nullptr, nullptr);
+        mStream = pa_simple_new(mAddress.c_str(), "bench", PA_STREAM_PLAYBACK, nullptr, "bench",
+                                &format, nullptr, nullptr, nullptr);
         return mStream != nullptr;
     }
     void close() override {
@@ -42,7 +36,7 @@ public:
     }
 
 private:
-    std::string mSocket;
+    std::string mAddress;
     Daemon mDaemon;
     pa_simple* mStream = nullptr;
 };

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "bench/streams/peers/Daemon.h"
 #include "bench/streams/peers/Peer.h"
+#include "bench/support/Daemon.h"
 
 #include <sndio.h>
 #include <unistd.h>
@@ -29,9 +29,10 @@ class Sndio : public Peer {
 public:
     explicit Sndio(const std::string& directory)
         : mDevice("snd," + std::to_string(unitOfThisProcess()) + "/0"),
-          mDaemon({"sndiod", "-dd", "-U", std::to_string(unitOfThisProcess()), "-a", "on", "-f",
-                   "rsnd/0"},
-                  {"ALSA_CONFIG_PATH=" + alsaConfiguration(directory)}, directory + "/log") {
+          mDaemon({{"sndiod", "-dd", "-U", std::to_string(unitOfThisProcess()), "-a", "on", "-f",
+                    "rsnd/0"},
+                   {"ALSA_CONFIG_PATH=" + alsaConfiguration(directory)},
+                   directory + "/log"}) {
         mDaemon.await([this] {
             const bool isOpen = open();
             close();

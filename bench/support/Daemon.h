@@ -12,10 +12,13 @@ namespace cabinaudio::bench {
 /// A server program that runs as long as this object, or this process, lives.
 class Daemon {
 public:
-    /// @param environment  NAME=value, besides the own one
-    /// @param logFile      for what the program writes
-    Daemon(const std::vector<std::string>& command, const std::vector<std::string>& environment,
-           const std::string& logFile);
+    struct Start {
+        std::vector<std::string> command;
+        std::vector<std::string> environment;  ///< NAME=value, besides the own one
+        std::string logFile;                   ///< for what the program writes
+    };
+
+    explicit Daemon(const Start& start);
     ~Daemon();
     Daemon(const Daemon&) = delete;
     Daemon& operator=(const Daemon&) = delete;
@@ -23,6 +26,8 @@ public:
     /// Tries until it succeeds.
     /// @throws std::runtime_error when the program has ended, or after 5 s; with its last words
     void await(const std::function<bool()>& isReady);
+
+    [[nodiscard]] pid_t process() const { return mProcess; }
 
 private:
     [[nodiscard]] std::string lastWords() const;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "bench/streams/peers/Daemon.h"
+#include "bench/support/Daemon.h"
 
 #include "bench/support/Clock.h"
 #include "bench/support/Errors.h"
@@ -19,6 +19,7 @@ namespace cabinaudio::bench {
 namespace {
 
 constexpr std::uint64_t START_LIMIT_NS = 5'000'000'000;
+constexpr std::uint64_t END_LIMIT_NS = 5'000'000'000;
 constexpr useconds_t TRY_PAUSE_US = 20'000;
 
 std::vector<char*> pointers(std::vector<std::string>& words) {
@@ -42,14 +43,12 @@ std::vector<char*> pointers(std::vector<std::string>& words) {
 
 }  // namespace
 
-Daemon::Daemon(const std::vector<std::string>& command, const std::vector<std::string>& environment,
-               const std::string& logFile)
-    : mName(command.front()), mLogFile(logFile) {
-    std::vector<std::string> words = command;
-    std::vector<std::string> variables = environment;
+Daemon::Daemon(const Start& start) : mName(start.command.front()), mLogFile(start.logFile) {
+    std::vector<std::string> words = start.command;
+    std::vector<std::string> variables = start.environment;
     const std::vector<char*> arguments = pointers(words);
     const int output =
-        checked(open(logFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), "open");
+        checked(open(mLogFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), "open");
     mProcess = checked(fork(), "fork");
     if (mProcess == 0) become(arguments, variables, output);
     ::close(output);
@@ -57,8 +56,12 @@ Daemon::Daemon(const std::vector<std::string>& command, const std::vector<std::s
 
 Daemon::~Daemon() {
     if (mProcess < 0) return;
-    kill(mProcess, SIGKILL);
-    waitpid(mProcess, nullptr, 0);
+    kill(mProcess, SIGTERM);  // some remove what they have left in shared memory
+    const std::uint64_t limit = nowNs() + END_LIMIT_NS;
+    while (waitpid(mProcess, nullptr, WNOHANG) == 0) {
+        if (nowNs() > limit) kill(mProcess, SIGKILL);
+        usleep(TRY_PAUSE_US);
+    }
 }
 
 void Daemon::await(const std::function<bool()>& isReady) {

@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "bench/call/peers/Requester.h"
+
+#include <stdexcept>
+
+std::unique_ptr<cabinaudio::bench::Requester> cabinaudio::bench::requestPulse(
+    const std::string& /*directory*/) {
+    throw std::runtime_error("built without libpulse-dev");
+}

@@ -1,0 +1,346 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""report.py DIRECTORY: makes bench/results.json, docs/performance.md and its plots out of what the
+benchmarks have written into DIRECTORY, one file NAME.json each.
+
+The page's text is bench/page.md. Lines of the form {{what: arguments}} are replaced:
+    {{table: NAME counter}}   medians [min..max] of a program's counter
+    {{goals: NAME [pattern]}} what has a goal: reached or missed, by how much
+    {{ratios: NAME [pattern]}} ratios without a goal
+    {{settings: NAME}}        how was measured
+    {{plot: NAME}}            the picture
+    {{missed}}                all goals that were missed, with their reasons (bench/reasons.txt)
+    {{machine}}               what it ran on
+    {{counts}}                the counts of the gate
+What was not measured is said in its place.
+"""
+import datetime
+import json
+import os
+import re
+import statistics
+import subprocess
+import sys
+
+HERE = os.path.dirname(os.path.realpath(__file__))
+ROOT = os.path.dirname(HERE)
+PAGE = f"{ROOT}/docs/performance.md"
+PLOTS = f"{ROOT}/docs/performance"
+
+
+def spread(values):
+    return statistics.median(values), min(values), max(values)
+
+
+def number(value):
+    return f"{value:.0f}" if abs(value) >= 1000 else f"{value:.1f}" if abs(value) >= 10 else f"{value:.3g}"
+
+
+def with_range(values, unit=1):
+    return "{} [{}..{}]".format(*(number(value / unit) for value in spread(values)))
+
+
+class Goal:
+    """A figure that has one."""
+
+    def __init__(self, source, what, value, goal, is_exact=False, rounds=None):
+        self.source, self.what, self.value, self.goal = source, what, value, goal
+        self.is_exact, self.rounds = is_exact, rounds
+        # The verdict is about what is shown: two digits behind the point.
+        self.reached = value == goal if is_exact else round(value, 2) <= round(goal, 2)
+
+    def row(self):
+        text = f"{self.value:.2f}" if self.value < 100 else f"{self.value:.0f}"
+        if self.rounds:
+            text += " [{:.2f}..{:.2f}]".format(min(self.rounds), max(self.rounds))
+        goal = f"{'exactly' if self.is_exact else 'at most'} {self.goal:.4g}"
+        verdict = "reached" if self.reached else "**missed**"
+        if not self.reached and self.goal:
+            verdict += f" by {100 * (self.value / self.goal - 1):.0f} %"
+        return f"| {self.what} | {text} | {goal} | {verdict} |"
+
+
+class Results:
+    """What the programs have written, by name."""
+
+    def __init__(self, directory):
+        self.programs = {}
+        for name in sorted(os.listdir(directory)):
+            if name.endswith(".json"):
+                with open(f"{directory}/{name}", encoding="utf-8") as file:
+                    self.programs[name[:-5]] = json.load(file)
+
+    def failure(self, name):
+        """Why there are no figures, or None."""
+        program = self.programs.get(name)
+        if program is None:
+            return "It was not run."
+        return f"It could not be measured: {program['failed']}" if "failed" in program else None
+
+    def goals(self, name):
+        program = self.programs.get(name, {})
+        for ratio in program.get("ratios") or []:
+            if "atMost" in ratio:
+                yield Goal(name, ratio_name(ratio), ratio["ratio"], ratio["atMost"],
+                           rounds=ratio["rounds"])
+        for figure in program.get("figures") or []:
+            is_exact = "exactly" in figure
+            yield Goal(name, figure["name"], figure["value"],
+                       figure["exactly" if is_exact else "atMost"], is_exact)
+        for count, entry in (program.get("counts") or {}).items():
+            if entry.get("goal") is not None:
+                yield Goal(name, count, entry["count"], entry["goal"])
+
+
+def ratio_name(ratio):
+    if ratio["denominator"] == "itself":
+        return f"{ratio['numerator']}: {ratio['counter']}"
+    # Ours and the other in the same place are told apart by their first words.
+    return f"{ratio['counter']}: {ratio['numerator']} / {ratio['denominator']}"
+
+
+# Pieces of the page -----------------------------------------------------------------------------
+
+
+def table(results, name, counter, unit=1, pattern=""):
+    counter = counter.replace("_", " ")
+    lines = [f"| | {counter} |", "|---|---|"]
+    for program, counters in results.programs[name]["rounds"].items():
+        if counter in counters and re.search(pattern, program):
+            lines.append(f"| {program} | {with_range(counters[counter], float(unit))} |")
+    return lines
+
+
+def grid(results, name, counter, pattern="ring 64 KiB"):
+    """Programs against chunk sizes."""
+    cells, chunks = {}, []
+    for program, counters in results.programs[name]["rounds"].items():
+        parts = re.match(r"(.*) (\d+) B(.*)$", program)
+        if not parts or not re.search(pattern, program):
+            continue
+        if parts[2] not in chunks:
+            chunks.append(parts[2])
+        cells.setdefault(parts[1], {})[parts[2]] = with_range(counters[counter])
+    lines = ["| | " + " | ".join(f"{chunk} B" for chunk in chunks) + " |",
+             "|---" * (len(chunks) + 1) + "|"]
+    return lines + [f"| {row} | " + " | ".join(of.get(chunk, "-") for chunk in chunks) + " |"
+                    for row, of in cells.items()]
+
+
+def goals(results, name, pattern=""):
+    rows = [goal.row() for goal in results.goals(name) if re.search(pattern, goal.what)]
+    return ["| | measured [within one round] | goal | |", "|---|---|---|---|"] + rows
+
+
+def ratios(results, name, pattern=""):
+    lines = ["| | ratio [within one round] |", "|---|---|"]
+    for ratio in results.programs[name]["ratios"]:
+        if "atMost" not in ratio and re.search(pattern, ratio_name(ratio)):
+            low, high = min(ratio["rounds"]), max(ratio["rounds"])
+            lines.append(f"| {ratio_name(ratio)} | {ratio['ratio']:.2f} [{low:.2f}..{high:.2f}] |")
+    return lines
+
+
+def settings(results, name):
+    return [f"- {key}: {value}" for key, value in results.programs[name]["settings"].items()]
+
+
+def counts(results, name="gate"):
+    lines = ["| | counted | limit | goal | |", "|---|---|---|---|---|"]
+    for what, entry in results.programs[name]["counts"].items():
+        goal = entry.get("goal")
+        verdict = "" if goal is None else "reached" if entry["count"] <= goal else "**missed**"
+        lines.append(f"| {what} | {number(entry['count'])} | {entry.get('limit', 0):.0f} | "
+                     f"{'' if goal is None else format(goal, '.0f')} | {verdict} |")
+    return lines
+
+
+def figures(results, name):
+    """Values of one run, such as bytes."""
+    lines = ["| | |", "|---|---|"]
+    return lines + [f"| {what} | {value} |" for what, value in results.programs[name]["values"].items()]
+
+
+def read_reasons():
+    reasons = []
+    with open(f"{HERE}/reasons.txt", encoding="utf-8") as lines:
+        for line in lines:
+            pattern, found, reason = line.rstrip("\n").partition(" => ")
+            if found and not line.startswith("#"):
+                reasons.append((pattern, reason))
+    return reasons
+
+
+def missed(results):
+    reasons = read_reasons()
+    by_reason = {}
+    for name in results.programs:
+        for goal in results.goals(name):
+            if not goal.reached:
+                text = next((reason for pattern, reason in reasons
+                             if re.search(pattern, f"{name}: {goal.what}")), "Not explained yet.")
+                by_reason.setdefault(text, []).append(goal)
+    if not by_reason:
+        return ["None."]
+    lines = []
+    for reason, all_missed in by_reason.items():
+        lines += ["| | measured [within one round] | goal | |", "|---|---|---|---|"]
+        lines += [goal.row() for goal in all_missed] + ["", reason, ""]
+    return lines
+
+
+def overview(results):
+    lines = ["| | goals | reached | missed |", "|---|---|---|---|"]
+    for name in results.programs:
+        verdicts = [goal.reached for goal in results.goals(name)]
+        why = results.failure(name)
+        if why:
+            lines.append(f"| {name} | {why} | | |")
+        elif verdicts:
+            lines.append(f"| {name} | {len(verdicts)} | {sum(verdicts)} | "
+                         f"{len(verdicts) - sum(verdicts)} |")
+    return lines
+
+
+def machine(results):
+    """What all of it ran on, and how busy it was."""
+    settings_of = [program["settings"] for program in results.programs.values()
+                   if "settings" in program]
+    lines = sorted({f"- {each['machine']}" for each in settings_of if "machine" in each})
+    loads = sorted(float(each["load before"].split()[0]) for each in settings_of
+                   if "load before" in each)
+    if loads:
+        lines.append(f"- load before the programs: {loads[0]} to {loads[-1]}")
+    return lines + [f"- {datetime.date.today().isoformat()}"]
+
+
+def absent(results):
+    """Peers that did not start."""
+    lines = [f"- `{name}`, {key}: {value}" for name, program in results.programs.items()
+             for key, value in program.get("settings", {}).items() if "not measured" in value]
+    lines += [f"- `{name}`: {results.failure(name)}" for name in results.programs
+              if results.failure(name)]
+    return lines or ["Everything was measured."]
+
+
+# Plots ------------------------------------------------------------------------------------------
+
+
+def draw(name, commands, blocks):
+    """blocks: (name, rows) of data."""
+    data = "\n".join(f"${block} << END\n" + "\n".join(" ".join(map(str, row)) for row in rows) +
+                     "\nEND" for block, rows in blocks)
+    script = (f"set terminal svg size 800,420 dynamic background rgb 'white' font 'sans,12'\n"
+              f"set output '{PLOTS}/{name}.svg'\nset grid\nset key outside right top\n"
+              f"{data}\n{commands}\n")
+    subprocess.run(["gnuplot"], input=script, text=True, check=True)
+    with open(f"{PLOTS}/{name}.svg", encoding="utf-8") as file:
+        first, _, rest = file.read().partition("\n")
+    with open(f"{PLOTS}/{name}.svg", "w", encoding="utf-8") as file:
+        file.write(f"{first}\n<!-- SPDX-License-Identifier: Apache-2.0 -->\n{rest}")
+
+
+def sizes_plot(results, name, series, pattern, counter="time"):
+    blocks = []
+    for index, title in enumerate(series):
+        rows = []
+        for program, counters in results.programs[name]["rounds"].items():
+            parts = re.match(r"(.*) (\d+) B(.*)$", program)
+            if parts and parts[1] == title and re.search(pattern, parts[3] or " "):
+                rows.append((parts[2], *spread(counters[counter])))
+        if rows:
+            blocks.append((f"d{index}", title, rows))
+    plots = ", ".join(f"${block} using 1:2:3:4 with yerrorlines lw 2 title '{title}'"
+                      for block, title, _ in blocks)
+    draw(name, "set logscale xy\nset xlabel 'bytes of a chunk'\nset ylabel 'ns'\n"
+         "set xtics (64, 192, 960, 3840, '16 Ki' 16384, '64 Ki' 65536)\nplot " + plots,
+         [(block, rows) for block, _, rows in blocks])
+
+
+def bars_plot(results, name, counter, unit, label, pattern=""):
+    rows = []
+    for program, counters in results.programs[name]["rounds"].items():
+        if counter in counters and re.search(pattern, program):
+            low_to_high = [value / unit for value in spread(counters[counter])]
+            rows.append((f'"{program}"', *low_to_high))
+    draw(name, f"set style fill solid 0.6\nset boxwidth 0.7\nset ylabel '{label}'\n"
+         "set yrange [0:*]\nset xtics rotate by -35\nset nokey\n"
+         "plot $d using 0:2:xtic(1) with boxes, $d using 0:2:3:4 with yerrorbars lc black", [("d", rows)])
+
+
+def scale_plot(results, name):
+    rounds = results.programs[name]["rounds"]
+    blocks = []
+    for index, (counter, title) in enumerate((("server cpu", "server"), ("client cpu", "clients"))):
+        rows = [(program.split()[0], *spread(counters[counter]))
+                for program, counters in rounds.items() if counter in counters]
+        blocks.append((f"d{index}", title, rows))
+    draw(name, "set logscale x\nset xlabel 'streams'\nset ylabel 'CPU per stream, us per second'\n"
+         "set xtics (1, 8, 64, 256)\nset yrange [0:*]\nplot " +
+         ", ".join(f"${block} using 1:2:3:4 with yerrorlines lw 2 title '{title}'"
+                   for block, title, _ in blocks), [(block, rows) for block, _, rows in blocks])
+
+
+PICTURES = {
+    "ring": lambda results: sizes_plot(results, "ring", (
+        "ours", "memcpy+clock", "spa+clock", "jack+clock", "boost+clock"), "ring 64 KiB"),
+    "processes": lambda results: sizes_plot(results, "processes", (
+        "ours", "ours in place", "spa+clock", "jack+clock", "boost+clock"), ""),
+    "view": lambda results: sizes_plot(results, "view", (
+        "copy", "view", "copy+sum", "view+sum"), "ring 1024 KiB"),
+    "call": lambda results: bars_plot(results, "call", "p50", 1000, "us"),
+    "wake": lambda results: bars_plot(results, "wake", "p50", 1000, "us"),
+    "streams": lambda results: bars_plot(results, "streams", "construct", 1000, "us", r"^(?!.*\+log)"),
+    "scale": lambda results: scale_plot(results, "scale"),
+}
+
+
+def plot(results, name):
+    os.makedirs(PLOTS, exist_ok=True)
+    PICTURES[name](results)
+    return [f"![{name}](performance/{name}.svg)"]
+
+
+# ------------------------------------------------------------------------------------------------
+
+PIECES = {"table": table, "grid": grid, "goals": goals, "ratios": ratios, "settings": settings,
+          "counts": counts, "figures": figures, "plot": plot}
+WHOLE = {"machine": machine, "missed": missed, "overview": overview, "absent": absent}
+
+
+def piece(results, text):
+    what, _, rest = text.partition(":")
+    what = what.strip()
+    if what in WHOLE:
+        return WHOLE[what](results)
+    words = [word.strip() for word in rest.split(",") if word.strip()]
+    if what == "counts":
+        words = ["gate"]
+    why = results.failure(words[0])
+    return [why] if why else PIECES[what](results, *words)
+
+
+def page(results):
+    lines = []
+    with open(f"{HERE}/page.md", encoding="utf-8") as template:
+        for line in template.read().split("\n"):
+            found = re.fullmatch(r"\{\{(.*)\}\}", line)
+            lines += piece(results, found[1]) if found else [line]
+    return "\n".join(lines)
+
+
+def main():
+    if len(sys.argv) != 2:
+        sys.exit("usage: report.py DIRECTORY")
+    results = Results(sys.argv[1])
+    when = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
+    with open(f"{HERE}/results.json", "w", encoding="utf-8") as file:
+        json.dump({"date": when, "programs": results.programs}, file, indent=1)
+        file.write("\n")
+    with open(PAGE, "w", encoding="utf-8") as file:
+        file.write(page(results))
+    print(f"made {HERE}/results.json, {PAGE} and its plots")
+
+
+if __name__ == "__main__":
+    main()

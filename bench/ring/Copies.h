@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+namespace cabinaudio::bench {
+
+/// A ring's limit: the same bytes into a buffer of the same size and out again. Used from one
+/// thread; a chunk that was written is read at once.
+class Copies {
+public:
+    explicit Copies(std::uint32_t size) : mBuffer(new unsigned char[size]()), mSize(size) {}
+
+    void write(const unsigned char* src, std::uint32_t length) {
+        std::memcpy(&mBuffer[mAt], src, length);
+    }
+    void read(unsigned char* dst, std::uint32_t length) {
+        std::memcpy(dst, &mBuffer[mAt], length);
+        mAt += length;
+        if (mAt + length > mSize) mAt = 0;
+    }
+
+private:
+    std::unique_ptr<unsigned char[]> mBuffer;
+    std::uint32_t mSize;
+    std::uint32_t mAt = 0;
+};
+
+}  // namespace cabinaudio::bench

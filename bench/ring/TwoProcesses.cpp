@@ -1,0 +1,283 @@
+// SPDX-License-Identifier: Apache-2.0
+// Time per chunk from one process to another: our ring, copied out and looked at in place, and the
+// rings of other libraries in shared memory, which take the time once per write as ours does. The
+// writer waits for space and the reader for bytes without sleeping: what is measured is the ring.
+#include <cabinaudio/shm/ShareMemory.h>
+
+#include "bench/ring/Stamped.h"
+#include "bench/support/Clock.h"
+#include "bench/support/Errors.h"
+#include "bench/support/LogSink.h"
+#include "bench/support/Machine.h"
+#include "bench/support/Options.h"
+#include "bench/support/Report.h"
+#include "bench/support/Rounds.h"
+
+#include <benchmark/benchmark.h>
+#include <boost/lockfree/spsc_queue.hpp>
+#include <jack/ringbuffer.h>
+#include <sched.h>
+#include <spa/utils/ringbuffer.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <string>
+#include <vector>
+
+using namespace cabinaudio::bench;
+
+namespace {
+
+constexpr std::uint32_t RING_BYTES = 1 << 16;
+constexpr std::uint32_t CHUNKS[] = {64, 192, 960, 3840, 16 << 10};
+constexpr std::uint32_t LEAST_WITH_GOAL = 960;
+constexpr double MOST_OF_PEERS = 1 / 0.95;
+constexpr std::uint32_t BYTES_PER_SAMPLE = 32 << 20;
+constexpr std::uint32_t MOST_CHUNKS = 20000;
+
+/// Memory that a child shares, at the same address.
+template <typename Content>
+class Shared {
+public:
+    template <typename... Arguments>
+    explicit Shared(Arguments... arguments) {
+        void* const at = mmap(nullptr, sizeof(Content), PROT_READ | PROT_WRITE,
+                              MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        if (at == MAP_FAILED) raise(errno, "mmap");
+        mContent = new (at) Content(arguments...);
+    }
+    ~Shared() { munmap(mContent, sizeof(Content)); }
+    Shared(const Shared&) = delete;
+    Shared& operator=(const Shared&) = delete;
+    Content* operator->() { return mContent; }
+
+private:
+    Content* mContent;
+};
+
+// Rings: made before the fork; then one process writes and the other one reads. Both return how
+// many bytes they moved: all of `length`, or none or a part when there is not more.
+
+class OursCopied {
+public:
+    std::uint32_t write(const unsigned char* from, std::uint32_t length) {
+        if (mRing.getFreeSize() < length) return 0;
+        return static_cast<std::uint32_t>(mRing.write(from, length));
+    }
+    std::uint32_t read(unsigned char* to, std::uint32_t length) {
+        return static_cast<std::uint32_t>(mRing.read(to, length));
+    }
+
+protected:
+    ShareMemoryEx mRing{SHM_TYPE_POSIX_SHM, "two", nullptr, RING_BYTES, SHM_MODE_CREATOR, nullptr};
+};
+
+/// The reader leaves the bytes where they are.
+class OursInPlace : public OursCopied {
+public:
+    std::uint32_t read(unsigned char*, std::uint32_t length) {
+        audio_buffer_provider_t view{};
+        mRing.getNextBuffer(view);
+        view.length = std::min(view.length, length);
+        if (view.length == 0) return 0;
+        benchmark::DoNotOptimize(*view.data);
+        mRing.releaseBuffer(view);
+        return view.length;
+    }
+};
+
+class SpaShared {
+public:
+    SpaShared() { spa_ringbuffer_init(&mContent->ring); }
+    std::uint32_t write(const unsigned char* from, std::uint32_t length) {
+        std::uint32_t index;
+        const std::int32_t filled = spa_ringbuffer_get_write_index(&mContent->ring, &index);
+        if (RING_BYTES - static_cast<std::uint32_t>(filled) < length) return 0;
+        spa_ringbuffer_write_data(&mContent->ring, mContent->data, RING_BYTES,
+                                  index & (RING_BYTES - 1), from, length);
+        spa_ringbuffer_write_update(&mContent->ring, static_cast<std::int32_t>(index + length));
+        takeTime();
+        return length;
+    }
+    std::uint32_t read(unsigned char* to, std::uint32_t length) {
+        std::uint32_t index;
+        const std::int32_t filled = spa_ringbuffer_get_read_index(&mContent->ring, &index);
+        const std::uint32_t count = std::min(length, static_cast<std::uint32_t>(filled));
+        if (count == 0) return 0;
+        spa_ringbuffer_read_data(&mContent->ring, mContent->data, RING_BYTES,
+                                 index & (RING_BYTES - 1), to, count);
+        spa_ringbuffer_read_update(&mContent->ring, static_cast<std::int32_t>(index + count));
+        return count;
+    }
+
+private:
+    struct Content {
+        spa_ringbuffer ring;
+        alignas(64) unsigned char data[RING_BYTES];
+    };
+    Shared<Content> mContent;
+};
+
+class JackShared {
+public:
+    JackShared() {
+        jack_ringbuffer_t* const made = jack_ringbuffer_create(RING_BYTES);
+        mContent->ring = *made;
+        mContent->ring.buf = mContent->data;
+        jack_ringbuffer_free(made);
+    }
+    std::uint32_t write(const unsigned char* from, std::uint32_t length) {
+        if (jack_ringbuffer_write_space(&mContent->ring) < length) return 0;
+        jack_ringbuffer_write(&mContent->ring, reinterpret_cast<const char*>(from), length);
+        takeTime();
+        return length;
+    }
+    std::uint32_t read(unsigned char* to, std::uint32_t length) {
+        return static_cast<std::uint32_t>(
+            jack_ringbuffer_read(&mContent->ring, reinterpret_cast<char*>(to), length));
+    }
+
+private:
+    struct Content {
+        jack_ringbuffer_t ring;
+        alignas(64) char data[RING_BYTES];
+    };
+    Shared<Content> mContent;
+};
+
+class BoostShared {
+public:
+    std::uint32_t write(const unsigned char* from, std::uint32_t length) {
+        if (mQueue->write_available() < length) return 0;
+        const auto count = static_cast<std::uint32_t>(mQueue->push(from, length));
+        takeTime();
+        return count;
+    }
+    std::uint32_t read(unsigned char* to, std::uint32_t length) {
+        return static_cast<std::uint32_t>(mQueue->pop(to, length));
+    }
+
+private:
+    using Queue =
+        boost::lockfree::spsc_queue<unsigned char, boost::lockfree::capacity<RING_BYTES - 1>>;
+    Shared<Queue> mQueue;
+};
+
+/// Lets the other process go on: also where both share one CPU.
+class Patience {
+public:
+    void wait() {
+        if (++mTries % 64 == 0) sched_yield();
+    }
+
+private:
+    unsigned mTries = 0;
+};
+
+struct Signals {
+    std::atomic<bool> isReady{false};
+    std::atomic<bool> isDone{false};
+};
+
+template <typename Ring>
+[[noreturn]] void readAll(Ring& ring, Signals& signals, std::uint64_t bytes, std::uint32_t chunk) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    std::vector<unsigned char> to(chunk);
+    signals.isReady = true;
+    Patience patience;
+    while (bytes > 0) {
+        const std::uint32_t got =
+            ring.read(to.data(), static_cast<std::uint32_t>(std::min<std::uint64_t>(bytes, chunk)));
+        if (got == 0) patience.wait();
+        bytes -= got;
+    }
+    signals.isDone = true;
+    _exit(0);
+}
+
+template <typename Ring>
+double nsPerChunk(std::uint32_t chunk) {
+    const std::uint32_t chunks = std::min(BYTES_PER_SAMPLE / chunk, MOST_CHUNKS);
+    Ring ring;
+    Shared<Signals> signals;
+    const pid_t reader = checked(fork(), "fork");
+    if (reader == 0) readAll(ring, *signals.operator->(), std::uint64_t{chunks} * chunk, chunk);
+    const std::vector<unsigned char> from(chunk, 0x5a);
+    Patience patience;
+    while (!signals->isReady)
+        patience.wait();
+    const std::uint64_t before = nowNs();
+    for (std::uint32_t i = 0; i < chunks; ++i)
+        while (ring.write(from.data(), chunk) == 0)
+            patience.wait();
+    while (!signals->isDone)
+        patience.wait();
+    const std::uint64_t time = nowNs() - before;
+    waitpid(reader, nullptr, 0);
+    return static_cast<double>(time) / chunks;
+}
+
+std::string nameOf(const char* ring, std::uint32_t chunk) {
+    return std::string(ring) + " " + std::to_string(chunk) + " B";
+}
+
+template <typename Ring>
+void addProgram(const char* name, std::uint32_t chunk, int repeats) {
+    const auto measure = [chunk](benchmark::State& state) {
+        std::vector<std::uint64_t> picoseconds;
+        for (auto _ : state)
+            picoseconds.push_back(static_cast<std::uint64_t>(nsPerChunk<Ring>(chunk) * 1000));
+        state.counters["time"] = quantile(picoseconds, 0.5) / 1000;
+    };
+    benchmark::RegisterBenchmark(nameOf(name, chunk).c_str(), measure)
+        ->Iterations(repeats)
+        ->UseRealTime();
+}
+
+void measure(const Options& options) {
+    const PrivateInstance instance;
+    setLogLines(LogLines::Dropped);
+    Report report("From one process to another, ring of 64 KiB", options);
+    report.setting("processor", "all of them, nothing is pinned");
+    for (const std::uint32_t chunk : CHUNKS) {
+        addProgram<OursCopied>("ours", chunk, options.repeats);
+        addProgram<OursInPlace>("ours in place", chunk, options.repeats);
+        addProgram<SpaShared>("spa+clock", chunk, options.repeats);
+        addProgram<JackShared>("jack+clock", chunk, options.repeats);
+        addProgram<BoostShared>("boost+clock", chunk, options.repeats);
+    }
+    const Results results = runInRounds(options.rounds);
+    report.table("Medians of the rounds [min..max], ns per chunk", results,
+                 {{"time", "time", true, 1, 1}});
+    std::printf("\nRatios of the medians [within one round]\n");
+    for (const std::uint32_t chunk : CHUNKS) {
+        for (const char* const peer : {"spa+clock", "jack+clock", "boost+clock"})
+            report.ratio(results, "time", nameOf("ours", chunk), nameOf(peer, chunk),
+                         chunk >= LEAST_WITH_GOAL ? std::optional(MOST_OF_PEERS) : std::nullopt);
+        report.ratio(results, "time", nameOf("ours in place", chunk), nameOf("ours", chunk));
+    }
+    report.finish();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Options options{.rounds = 25, .repeats = 1};
+    if (const auto status = readCommandLine(argc, argv, "From one process to another.", options))
+        return *status;
+    try {
+        measure(options);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "cabinaudio-bench-processes: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}

@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "bench/support/PeerServers.h"
+
+#include <dlfcn.h>
+
+namespace cabinaudio::bench {
+
+namespace {
+
+/// What a stream needs, and a sink that plays nothing. No session manager: the stream is ready when
+/// the server has made its node; nothing links it to the sink.
+constexpr char PIPEWIRE_CONFIGURATION[] = R"(
+context.properties = {
+    core.daemon = true
+    core.name = cabinaudio-bench
+    support.dbus = false
+    default.clock.rate = 48000
+}
+context.spa-libs = {
+    audio.convert.* = audioconvert/libspa-audioconvert
+    support.*       = support/libspa-support
+}
+context.modules = [
+    { name = libpipewire-module-protocol-native }
+    { name = libpipewire-module-metadata }
+    { name = libpipewire-module-spa-node-factory }
+    { name = libpipewire-module-client-node }
+    { name = libpipewire-module-access args = { } }
+    { name = libpipewire-module-adapter }
+    { name = libpipewire-module-link-factory }
+]
+context.objects = [
+    { factory = adapter
+      args = {
+          factory.name     = support.null-audio-sink
+          node.name        = nothing
+          media.class      = Audio/Sink
+          audio.position   = [ FL FR ]
+          object.linger    = true
+      }
+    }
+]
+)";
+
+std::string socketIn(const std::string& directory) {
+    return directory + "/socket";
+}
+
+/// The board stand-in of this program: it gives shared memory names of its own, and a server has to
+/// use the same.
+std::string boardLibrary() {
+    Dl_info where{};
+    void* const function = dlsym(RTLD_DEFAULT, "cabinaudio_board_active");
+    return function != nullptr && dladdr(function, &where) != 0 ? where.dli_fname : "";
+}
+
+std::string busConfiguration(const std::string& directory) {
+    return "<busconfig><type>custom</type><listen>" + busAddress(directory) +
+           "</listen><auth>EXTERNAL</auth><policy context='default'>"
+           "<allow send_destination='*' eavesdrop='true'/><allow eavesdrop='true'/>"
+           "<allow own='*'/></policy></busconfig>";
+}
+
+}  // namespace
+
+Daemon::Start pulseServer(const std::string& directory) {
+    return {{"pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1",
+             "--disallow-module-loading=no", "--log-target=stderr",
+             "--load=module-native-protocol-unix auth-anonymous=1 socket=" + socketIn(directory),
+             "--load=module-null-sink"},
+            {"HOME=" + directory, "XDG_RUNTIME_DIR=" + directory, "PULSE_RUNTIME_PATH=" + directory,
+             "PULSE_STATE_PATH=" + directory},
+            directory + "/log"};
+}
+
+std::string pulseAddress(const std::string& directory) {
+    return "unix:" + socketIn(directory);
+}
+
+Daemon::Start pipeWireServer(const std::string& directory) {
+    writeFile(directory + "/pipewire.conf", PIPEWIRE_CONFIGURATION);
+    return {{"pipewire", "-c", "pipewire.conf"},
+            {"PIPEWIRE_CONFIG_DIR=" + directory, "PIPEWIRE_RUNTIME_DIR=" + directory,
+             "HOME=" + directory},
+            directory + "/log"};
+}
+
+Daemon::Start busServer(const std::string& directory) {
+    writeFile(directory + "/bus.conf", busConfiguration(directory));
+    return {{"dbus-daemon", "--config-file=" + directory + "/bus.conf", "--nofork", "--nopidfile",
+             "--nosyslog"},
+            {"HOME=" + directory},
+            directory + "/log"};
+}
+
+std::string busAddress(const std::string& directory) {
+    return "unix:path=" + socketIn(directory);
+}
+
+Daemon::Start jackServer(const std::string& directory, const std::string& name) {
+    return {{"jackd", "--no-realtime", "--temporary", "--name", name, "-d", "dummy", "-r", "48000",
+             "-p", "1024"},
+            {"JACK_NO_AUDIO_RESERVATION=1", "HOME=" + directory, "LD_PRELOAD=" + boardLibrary()},
+            directory + "/log"};
+}
+
+}  // namespace cabinaudio::bench

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace cabinaudio::bench {
+
+/// A directory that goes with its owner.
+class ScratchDirectory {
+public:
+    ScratchDirectory();
+    ~ScratchDirectory();
+    ScratchDirectory(const ScratchDirectory&) = delete;
+    ScratchDirectory& operator=(const ScratchDirectory&) = delete;
+
+    /// A new directory in it.
+    [[nodiscard]] std::string make(const std::string& name) const;
+
+private:
+    std::filesystem::path mPath;
+};
+
+}  // namespace cabinaudio::bench
