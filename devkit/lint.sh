@@ -23,7 +23,7 @@ scripts() {
     echo .ci/run
     find debian/tests -type f ! -name control
     # shellcheck disable=SC2086  # a list of directories
-    find $others abi cmake examples packaging -name '*.sh' 2>/dev/null
+    find $others abi cmake examples models packaging -name '*.sh' 2>/dev/null
 }
 
 # Left out: files that cannot hold a comment, texts for people, and Debian's, whose form is given.
