@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 namespace wire = cabinaudio::wire;
 using cabinaudio::id;
@@ -346,6 +347,7 @@ void ClientRecordRt::logFirstRead(int bytes, bool isBlock) {
 /// @retval AUDIO_TIMED_OUT      live data stayed away
 /// @retval AUDIO_INVALID_STATE  the stream did not survive the wait
 std::int32_t ClientRecordRt::_prepareData(unsigned want, bool isBlock, unsigned& ready) {
+    std::optional<cabinaudio::RingPatience> patience;
     for (;;) {
         const Supply supply = supplyOf(want);
         ready = std::min(supply.bytes, supply.needed);
@@ -355,12 +357,14 @@ std::int32_t ClientRecordRt::_prepareData(unsigned want, bool isBlock, unsigned&
             return AUDIO_NO_ERROR;
         }
 
+        if (!patience) patience.emplace(RING_WAIT_MS);
         mIsBlocked = true;
         const std::uint64_t begin = nowMs();
         const bool isWoken = mCond.waitRelative(mLock, supply.waitMs) == 0;
         const std::uint64_t waited = nowMs() - begin;
         mIsBlocked = false;
-        if (supply.isLive && !isWoken) {
+        const bool isInVain = mState == ACTIVE && patience->isOver() && supplyOf(want).bytes < want;
+        if (supply.isLive && (!isWoken || isInVain)) {
             AUDIO_LOGE("[%s]wait shm data timeOut:%llu expect:%llu\n", mName, llu(waited),
                        llu(supply.waitMs));
             if (mState == NO_INIT) mCond.signal();  // the destructor came at the last moment
