@@ -289,6 +289,16 @@ struct Playback {
         delete ring;
     }
 
+    /// A ring that another one has replaced: a server may announce one to a track that has its own,
+    /// at any time. Declared before the lock, and so deleted without it.
+    template <typename Stream>
+    struct ReplacedRing {
+        Stream& stream;
+        ShareMemoryEx* ring = nullptr;
+
+        ~ReplacedRing() { deleteRing(stream, ring); }
+    };
+
     /// The first step of destruction: ends a blocked write. @return the ring, to be deleted
     template <typename Stream>
     static ShareMemoryEx* endWriter(Stream& stream, const LogSite& site) {

@@ -209,6 +209,29 @@ TEST(AReplyThatNobodyAskedFor, IsTakenForThatOfTheNextRequest) {
     EXPECT_EQ(volume.setMasterVolume(0.0F), 0);
 }
 
+TEST(ARingThatIsAnnouncedTooEarly, IsNotLeftBehindByATrackThatHasItsOwn) {
+    const ProcessState before = ProcessState::now();
+    {
+        const PolicyGuard guard({60s, true, true});
+        HostileServer server;
+        server.planOthers([](std::size_t message, const Bytes& good) -> Move {
+            Bytes all;
+            for (int i = 0; message < 3 && i < 3; ++i)
+                append(all, ScriptedServer::frame(HEADER_NOTIFY, 3, 0));
+            append(all, good);
+            return {all};
+        });
+        // Whether the announcement or the constructor comes first, is up to the scheduler.
+        const unsigned tracks = scaled(300);
+        inParallel(tracks, 3, [](std::size_t i) {
+            const auto stream = namedKinds()[0].create("early" + std::to_string(i));
+            (void)stream->initCheck();
+            (void)stream->start();
+        });
+    }
+    EXPECT_TRUE(returnsTo(before));
+}
+
 TEST(AFloodOfNotifications, LeavesAStreamAsItWas) {
     const PolicyGuard guard({60s, true, true});
     HostileServer server;
