@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 
 using cabinaudio::id;
 using cabinaudio::llu;
@@ -245,9 +246,12 @@ int ClientRecord::readLoop(unsigned char* buffer, int bytes, bool isBlock) {
 unsigned ClientRecord::waitForData(bool isBlock) {
     const ShareMemoryEx* const ring = mShareMemory;
     unsigned used = 0;
+    std::optional<cabinaudio::RingPatience> patience;
     while ((used = ring->getUsedSize()) == 0 && isBlock) {
+        if (!patience) patience.emplace(DATA_WAIT_MS);
         mIsBlocked = true;
-        const bool isWoken = mCond.waitRelative(mLock, DATA_WAIT_MS) == 0;
+        bool isWoken = mCond.waitRelative(mLock, DATA_WAIT_MS) == 0;
+        if (patience->isOver() && ring->getUsedSize() == 0) isWoken = false;  // in vain
         if (!isWoken)
             AUDIO_LOGW("[%s] waitting share memory data update timeout[%d ms]\n", mName,
                        static_cast<int>(DATA_WAIT_MS));

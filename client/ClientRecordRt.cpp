@@ -14,10 +14,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 namespace wire = cabinaudio::wire;
 using cabinaudio::id;
 using cabinaudio::llu;
+using cabinaudio::LogSite;
 using cabinaudio::make;
 using cabinaudio::msbc_silent;
 using cabinaudio::nowMs;
@@ -35,7 +37,12 @@ constexpr std::uint32_t CODEC_MSBC = 65;
 constexpr std::uint32_t LOAS_HEADER_BYTES = 3;
 constexpr std::uint32_t LOAS_LENGTH_MASK = 0x1FFF;
 constexpr std::uint32_t OPUS_HEADER_BYTES = 8;
-constexpr std::uint32_t MSBC_BLOCK_BYTES = 456;  // eight frames
+constexpr std::uint32_t LONGEST_HEADER_BYTES = OPUS_HEADER_BYTES;
+constexpr std::size_t LONGEST_SILENCE_BYTES = 231;  // Opus at 24 kHz
+constexpr std::uint32_t MSBC_BLOCK_BYTES = 456;     // eight frames
+
+// Wanted bytes of a read that takes the next frame, however long it is. No caller can ask for none.
+constexpr unsigned WHOLE_FRAME = 0;
 
 constexpr std::uint32_t PERIOD_SHIFT = 4;  // the server's period counts as 16 ms, whatever it says
 constexpr std::uint64_t RING_WAIT_MS = 1000;
@@ -69,8 +76,16 @@ void noise(unsigned char* at, std::uint64_t count, unsigned shift) {
 /// What a read can have, and how long it has to wait for the rest.
 struct ClientRecordRt::Supply {
     unsigned bytes;
+    unsigned needed;
     bool isLive;           // from the ring, not from the clock
     std::uint64_t waitMs;  // when `bytes` are too few
+};
+
+/// What came of a read.
+struct ClientRecordRt::Taken {
+    int result;        // bytes stored, or a status
+    unsigned counted;  // bytes, for the pacing
+    unsigned dumped;   // bytes
 };
 
 ClientRecordRt::ClientRecordRt(const char* name, AudioTagType tag, AudioFormatDesc& format) noexcept
@@ -271,38 +286,52 @@ int ClientRecordRt::bytesUsed() {
 // ---- Reading ------------------------------------------------------------------------------------
 
 int ClientRecordRt::read(unsigned char* buffer, int bytes, bool isBlock) {
+    return readAs(buffer, bytes, isBlock, false, AUDIO_LOG_SITE);
+}
+
+int ClientRecordRt::readFrame(unsigned char* buffer, int capacity, bool isBlock) {
+    const bool isCoded = mFormat.codecType != CODEC_PCM;
+    return readAs(buffer, capacity, isBlock, isCoded, AUDIO_LOG_SITE);
+}
+
+/// @param isFrame  `bytes` limit what is stored, instead of telling what has to be there
+int ClientRecordRt::readAs(unsigned char* buffer, int bytes, bool isBlock, bool isFrame,
+                           const LogSite& site) {
     const UseGate::Visit visit(*mReaders);
     if (!mFirstReadLogged.load(std::memory_order_relaxed) && !mFirstReadLogged.exchange(true))
         logFirstRead(bytes, isBlock);
     if (buffer == nullptr || bytes <= 0) {
-        AUDIO_LOGE("[%s]invalid input param bytes:%d\n", mName, bytes);
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]invalid input param bytes:%d\n", mName, bytes);
         return AUDIO_BAD_VALUE;
     }
-    unsigned ready = 0;
-    int result = 0;
+    const auto limit = static_cast<unsigned>(bytes);
+    Taken taken{};
     {
         const AudioMutex::AutoLock lock(mLock);
         if (mState != ACTIVE) {
-            AUDIO_LOGE("[%s] state[%d] is not ACTIVE\n", mName, mState);
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s] state[%d] is not ACTIVE\n", mName, mState);
             return AUDIO_INVALID_STATE;
         }
         if (mIsBlocked) {
-            AUDIO_LOGE("[%s]Can not read,the last write did not exit [mIsBlocked=%d]\n", mName,
-                       mIsBlocked);
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
+                         "[%s]Can not read,the last write did not exit [mIsBlocked=%d]\n", mName,
+                         mIsBlocked);
             return AUDIO_INVALID_STATE;
         }
-        if (_prepareData(static_cast<unsigned>(bytes), isBlock, ready) != AUDIO_NO_ERROR) {
+        unsigned ready = 0;
+        if (_prepareData(isFrame ? WHOLE_FRAME : limit, isBlock, ready) != AUDIO_NO_ERROR) {
             // Deliberate: live data that stayed away is told as a wrong state, too.
-            AUDIO_LOGE("[%s] client read data error state:%d\n", mName, mState);
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s] client read data error state:%d\n", mName,
+                         mState);
             return AUDIO_INVALID_STATE;
         }
         if (ready == 0) return 0;
-        result = take(buffer, ready);
+        taken = isFrame ? takeFrame(buffer, limit, ready) : take(buffer, ready);
     }
-    if (result < 0) return result;
-    mTotalReadBytes += static_cast<unsigned>(result);
-    if (mDump != nullptr) mDump->write(buffer, ready);
-    return result;
+    if (taken.result < 0) return taken.result;
+    mTotalReadBytes += taken.counted;
+    if (mDump != nullptr && taken.dumped != 0) mDump->write(buffer, taken.dumped);
+    return taken.result;
 }
 
 void ClientRecordRt::logFirstRead(int bytes, bool isBlock) {
@@ -312,21 +341,30 @@ void ClientRecordRt::logFirstRead(int bytes, bool isBlock) {
                mBytesPerMSec != 0 ? wanted / mBytesPerMSec : 0, isBlock);
 }
 
-/// Waits until `want` bytes are due, or takes what is due. @param ready  bytes that may be taken
+/// Waits until `want` bytes, or a WHOLE_FRAME, are due, or takes what is due, but no part of a
+/// frame.
+/// @param ready  bytes that may be taken
 /// @retval AUDIO_TIMED_OUT      live data stayed away
 /// @retval AUDIO_INVALID_STATE  the stream did not survive the wait
 std::int32_t ClientRecordRt::_prepareData(unsigned want, bool isBlock, unsigned& ready) {
+    std::optional<cabinaudio::RingPatience> patience;
     for (;;) {
         const Supply supply = supplyOf(want);
-        ready = std::min(supply.bytes, want);
-        if (ready == want || !isBlock) return AUDIO_NO_ERROR;
+        ready = std::min(supply.bytes, supply.needed);
+        if (ready == supply.needed) return AUDIO_NO_ERROR;
+        if (!isBlock) {
+            if (want == WHOLE_FRAME) ready = 0;
+            return AUDIO_NO_ERROR;
+        }
 
+        if (!patience) patience.emplace(RING_WAIT_MS);
         mIsBlocked = true;
         const std::uint64_t begin = nowMs();
         const bool isWoken = mCond.waitRelative(mLock, supply.waitMs) == 0;
         const std::uint64_t waited = nowMs() - begin;
         mIsBlocked = false;
-        if (supply.isLive && !isWoken) {
+        const bool isInVain = mState == ACTIVE && patience->isOver() && supplyOf(want).bytes < want;
+        if (supply.isLive && (!isWoken || isInVain)) {
             AUDIO_LOGE("[%s]wait shm data timeOut:%llu expect:%llu\n", mName, llu(waited),
                        llu(supply.waitMs));
             if (mState == NO_INIT) mCond.signal();  // the destructor came at the last moment
@@ -338,26 +376,31 @@ std::int32_t ClientRecordRt::_prepareData(unsigned want, bool isBlock, unsigned&
         if (mState != ACTIVE) return interruptedWait();
         if (!supply.isLive) {
             // Also when woken early: a ring may be there now, and silence must not delay it.
-            ready = want;
+            ready = supply.needed;
             return AUDIO_NO_ERROR;
         }
     }
 }
 
-/// What there is for a read of `want` bytes. Data is live once the ring has met a whole request.
+/// What there is for a read of `want` bytes, or of a WHOLE_FRAME. Data is live once the ring has
+/// met a whole request.
 ClientRecordRt::Supply ClientRecordRt::supplyOf(unsigned want) {
+    const bool isFrame = want == WHOLE_FRAME;
     if (const ShareMemoryEx* const ring = mShareMemory) {
         const unsigned used = ring->getUsedSize();
+        if (isFrame) want = neededForFrame(*ring);
         if (used >= want && !mSourceReady) {
             mSourceReady = true;
             AUDIO_LOGI("[%s]start read from shm(dsp) at %llu ms readBytes:%u\n", mName,
                        llu(sinceCreation()), want);
         }
-        if (mSourceReady) return {used, true, RING_WAIT_MS};
+        if (mSourceReady) return {used, want, true, RING_WAIT_MS};
     }
+    if (isFrame) want = frameStep();
     const unsigned due = pacedBacklog();
-    if (due >= want) return {due, false, 0};
-    return {due, false, mBytesPerMSec != 0 ? ceilDiv(want - due, mBytesPerMSec) : UNPACED_WAIT_MS};
+    if (due >= want) return {due, want, false, 0};
+    return {due, want, false,
+            mBytesPerMSec != 0 ? ceilDiv(want - due, mBytesPerMSec) : UNPACED_WAIT_MS};
 }
 
 /// Bytes of silence that are due. Time that nobody read for is dropped: never more than two of the
@@ -383,20 +426,26 @@ std::int32_t ClientRecordRt::interruptedWait() {
     return AUDIO_INVALID_STATE;
 }
 
-/// @return bytes stored in `buffer`, or AUDIO_BAD_VALUE
-int ClientRecordRt::take(unsigned char* buffer, unsigned ready) {
-    if (!mSourceReady) return static_cast<int>(fillSilentData(buffer, ready));
-    switch (mFormat.codecType) {
-        case CODEC_PCM:
-            return static_cast<int>(_readRawData(buffer, ready));
-        case CODEC_LOAS:
-        case CODEC_OPUS:
-            return static_cast<int>(_readCodecData(buffer, ready));
-        default:
-            AUDIO_LOGE("[%s] please input right mCodecTag,current mCodecTag(%d)\n", mName,
-                       static_cast<int>(mFormat.codecType));
-            return AUDIO_BAD_VALUE;
+/// Takes what read() gives for `ready` bytes.
+ClientRecordRt::Taken ClientRecordRt::take(unsigned char* buffer, unsigned ready) {
+    unsigned stored = 0;
+    if (!mSourceReady) {
+        stored = fillSilentData(buffer, ready);
+    } else if (mFormat.codecType == CODEC_PCM) {
+        stored = _readRawData(buffer, ready);
+    } else if (isFramed()) {
+        stored = _readCodecData(buffer, ready);
+    } else {
+        AUDIO_LOGE("[%s] please input right mCodecTag,current mCodecTag(%d)\n", mName,
+                   static_cast<int>(mFormat.codecType));
+        return {AUDIO_BAD_VALUE, 0, 0};
     }
+    return {static_cast<int>(stored), stored, ready};
+}
+
+/// Whether frames in the ring tell their lengths.
+bool ClientRecordRt::isFramed() const {
+    return mFormat.codecType == CODEC_LOAS || mFormat.codecType == CODEC_OPUS;
 }
 
 unsigned ClientRecordRt::_readRawData(unsigned char* buffer, unsigned bytes) {
@@ -420,6 +469,66 @@ unsigned ClientRecordRt::_readCodecData(unsigned char* buffer, unsigned bytes) {
     if (ring->read(buffer + mHeaderSize, frameSize) == 0)
         AUDIO_LOGD("AUDIO IGNORE(mShareMemory->read(buffer + mHeaderSize, frameSize))!\n");
     return mHeaderSize + frameSize;
+}
+
+// ---- Frames within a capacity -------------------------------------------------------------------
+
+/// Bytes of silence that count as one frame.
+unsigned ClientRecordRt::frameStep() const {
+    return std::max(mPerLoopBytes.load(), 1U);
+}
+
+/// Bytes that have to be in the ring before a frame, or the word that there is none, can be taken.
+unsigned ClientRecordRt::neededForFrame(const ShareMemoryEx& ring) const {
+    if (!isFramed()) return frameStep();
+    unsigned char header[LONGEST_HEADER_BYTES];
+    if (ring._peek(header, mHeaderSize) < mHeaderSize) return mHeaderSize;
+    const std::uint64_t whole = mHeaderSize + std::uint64_t{frameLength(mFormat.codecType, header)};
+    return whole < ring.getTotalSize() ? static_cast<unsigned>(whole) : mHeaderSize;
+}
+
+/// Takes what readFrame() gives once `ready` bytes are there.
+ClientRecordRt::Taken ClientRecordRt::takeFrame(unsigned char* buffer, unsigned capacity,
+                                                unsigned ready) {
+    if (!mSourceReady) return takeSilentFrame(buffer, capacity, ready);
+    return isFramed() ? takeLiveFrame(buffer, capacity) : take(buffer, ready);
+}
+
+/// It counts as `ready` bytes, so that silence comes at the pace of frames.
+ClientRecordRt::Taken ClientRecordRt::takeSilentFrame(unsigned char* buffer, unsigned capacity,
+                                                      unsigned ready) {
+    unsigned char frame[LONGEST_SILENCE_BYTES];
+    const unsigned length = fillSilentData(frame, sizeof frame);
+    if (length > capacity) return refuseFrame(length, capacity);
+    std::memcpy(buffer, frame, length);
+    return {static_cast<int>(length), ready, length};
+}
+
+/// The server may store anything into the ring at any time, into this header as well: what counts
+/// is what it says here.
+ClientRecordRt::Taken ClientRecordRt::takeLiveFrame(unsigned char* buffer, unsigned capacity) {
+    ShareMemoryEx* const ring = mShareMemory;
+    unsigned char header[LONGEST_HEADER_BYTES];
+    if (ring->_peek(header, mHeaderSize) < mHeaderSize) return {};
+    const std::uint32_t length = frameLength(mFormat.codecType, header);
+    const std::uint64_t whole = mHeaderSize + std::uint64_t{length};
+    if (whole >= ring->getTotalSize()) {
+        AUDIO_LOGE("[%s]frame of %u bytes is longer than the ring, its header is dropped\n", mName,
+                   length);
+        (void)ring->read(header, mHeaderSize);
+        return {AUDIO_BAD_VALUE, 0, 0};
+    }
+    if (whole > capacity) return refuseFrame(static_cast<unsigned>(whole), capacity);
+    if (whole > ring->getUsedSize()) return {};
+    const auto stored = static_cast<unsigned>(ring->read(buffer, static_cast<unsigned>(whole)));
+    if (stored < whole) return {};
+    std::memcpy(buffer, header, mHeaderSize);
+    return {static_cast<int>(stored), stored, stored};
+}
+
+ClientRecordRt::Taken ClientRecordRt::refuseFrame(unsigned length, unsigned capacity) const {
+    AUDIO_LOGE("[%s]frame of %u bytes does not fit into %u\n", mName, length, capacity);
+    return {AUDIO_NO_MEMORY, 0, 0};
 }
 
 // ---- Silence ------------------------------------------------------------------------------------

@@ -177,7 +177,7 @@ int ClientSourceSetting::getTrackStreamType(const char* tag, const char* name, s
     wire::Name reply{};
     const auto answer =
         ask(*mRc, AUDIO_LOG_SITE, Function::GetTrackStreamType, sent(Text{tag}, Text{name}), reply);
-    if (answer.arrived) type = textOf(reply);
+    if (answer.arrived) assign(type, reply);
     return transport(answer);
 }
 
@@ -214,7 +214,7 @@ int ClientSourceSetting::getOutPutTrackInfoList(
     audio::audio_output_src_parameter_t tracks[OUTPUT_TRACKS] = {};
     int count = 0;
     const int status = getOutputTrackInfo(tag, tracks, &count);
-    list.insert(list.end(), tracks, tracks + std::clamp(count, 0, OUTPUT_TRACKS));
+    append(tracks, count, list);
     return status;
 }
 

@@ -68,13 +68,16 @@ void ClientTrack::init(int streamParam) {
         AUDIO_LOGE("[%s] Fail to check RemoteCall.\n", mName);
         return;
     }
+    Playback::ReplacedRing<ClientTrack> early{*this};
     const AudioMutex::AutoLock lock(mLock);
     const auto asked = Playback::create(*this, streamParam, AUDIO_LOG_SITE);
     if (!asked.isGranted()) return;
     mPerLoopSize = asked.reply.perLoopSize;
-    if (!mIsAuxiliary)
-        mShareMemory = make<ShareMemoryEx>(SHM_TYPE_POSIX_SHM, mName, nullptr, asked.reply.ringSize,
-                                           SHM_MODE_WRITER, this);
+    if (!mIsAuxiliary) {
+        auto* const ring = make<ShareMemoryEx>(SHM_TYPE_POSIX_SHM, mName, nullptr,
+                                               asked.reply.ringSize, SHM_MODE_WRITER, this);
+        early.ring = mShareMemory.exchange(ring);
+    }
     if (!asked.steps.isFreed)
         AUDIO_LOGD("AUDIO IGNORE(AUDIO_NO_ERROR==mRc->rcfree(param, ret))!\n");
     mState = IDLE;
@@ -301,8 +304,10 @@ void ClientTrack::onRingReady() {
     }
     Playback::deleteRing(*this, old);
 
+    Playback::ReplacedRing<ClientTrack> between{*this};
     const AudioMutex::AutoLock lock(mLock);
     if (mIsBeingDestroyed) return;
+    between.ring = mShareMemory.exchange(nullptr);
     initShareMemory();
     if (mIsBlocked) mCond.signal();
 }

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 
 namespace cabinaudio {
 
@@ -191,7 +192,9 @@ struct Playback {
     /// @return `need`, 0 when given up, or a status
     template <typename Stream, typename IsGivenUp>
     static int waitForSpace(Stream& stream, int need, const LogSite& site, IsGivenUp isGivenUp) {
+        std::optional<RingPatience> patience;
         while (freeSize(stream) < need) {
+            if (!patience) patience.emplace(SPACE_WAIT_MS);
             stream.mIsBlocked = true;
             setRingWait(stream, true);
             // The server frees first and looks at the flag then, so look once more after setting
@@ -202,8 +205,7 @@ struct Playback {
             }
             const std::uint64_t begin = nowMs();
             if (stream.mCond.waitRelative(stream.mLock, SPACE_WAIT_MS) != 0) {
-                AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "[%s]wait free space timeout %llu\n",
-                             stream.mName, llu(nowMs() - begin));
+                logNoSpace(stream, nowMs() - begin, site);
                 // The destructor came at the last moment, and waits.
                 if (stream.mState == NO_INIT) stream.mCond.signal();
                 stream.mIsBlocked = false;
@@ -217,6 +219,11 @@ struct Playback {
             if (isGivenUp()) {
                 stream.mIsBlocked = false;
                 return 0;
+            }
+            if (patience->isOver() && freeSize(stream) < need) {
+                logNoSpace(stream, nowMs() - begin, site);
+                stream.mIsBlocked = false;
+                return AUDIO_TIMED_OUT;
             }
             setRingWait(stream, false);
         }
@@ -282,6 +289,16 @@ struct Playback {
         delete ring;
     }
 
+    /// A ring that another one has replaced: a server may announce one to a track that has its own,
+    /// at any time. Declared before the lock, and so deleted without it.
+    template <typename Stream>
+    struct ReplacedRing {
+        Stream& stream;
+        ShareMemoryEx* ring = nullptr;
+
+        ~ReplacedRing() { deleteRing(stream, ring); }
+    };
+
     /// The first step of destruction: ends a blocked write. @return the ring, to be deleted
     template <typename Stream>
     static ShareMemoryEx* endWriter(Stream& stream, const LogSite& site) {
@@ -321,6 +338,12 @@ private:
     template <typename Stream>
     static AudioStreamState state(const Stream& stream) {
         return stream.mState;
+    }
+
+    template <typename Stream>
+    static void logNoSpace(const Stream& stream, std::uint64_t waitedMs, const LogSite& site) {
+        AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "[%s]wait free space timeout %llu\n", stream.mName,
+                     llu(waitedMs));
     }
 
     static void logFree(const Steps& steps, const LogSite& site) {

@@ -5,6 +5,7 @@
 #include <cabinaudio/link/RemoteCall.h>
 
 #include "foundation/Log.h"
+#include "foundation/UseGate.h"
 
 #include <cstdint>
 #include <cstring>
@@ -32,6 +33,8 @@ struct Steps {
 template <typename Fill, typename Take>
 Steps exchangeBlocks(RemoteCall& rc, std::uint32_t requestSize, std::uint32_t replySize, bool flag,
                      Fill fill, Take take) {
+    // To the end, because the destructor may be waiting for call() to return.
+    const UseGate::Visit visit(rc._calls());
     std::uint8_t* param = nullptr;
     std::uint8_t* ret = nullptr;
     Steps steps{rc.rcalloc(&param, requestSize, &ret, replySize), AUDIO_NOT_CONNECTED, true};

@@ -4,6 +4,7 @@
 #include "wire/Settings.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -20,14 +21,22 @@ const Record& textOf(const Record& record) {
     return record;
 }
 
-/// Appends what a reply lists. A server that counts more than the reply has room for is not
-/// believed.
-template <typename Slot, std::uint32_t SLOTS, typename Item>
-void append(const wire::List<Slot, SLOTS>& from, std::vector<Item>& to) {
-    const std::int32_t count =
-        std::clamp(from.count, std::int32_t{0}, static_cast<std::int32_t>(SLOTS));
+/// Appends slots of a reply. A server that counts more than the reply has room for is not believed.
+/// Exhausted memory ends the process here, as it does in make(); no exception leaves the library.
+template <typename Slot, std::size_t SLOTS, typename Item>
+void append(const Slot (&slots)[SLOTS], std::int32_t count, std::vector<Item>& to) noexcept {
+    count = std::clamp(count, std::int32_t{0}, static_cast<std::int32_t>(SLOTS));
     for (std::int32_t i = 0; i < count; ++i)
-        to.push_back(textOf(from.slots[i]));
+        to.push_back(textOf(slots[i]));
+}
+template <typename Slot, std::uint32_t SLOTS, typename Item>
+void append(const wire::List<Slot, SLOTS>& from, std::vector<Item>& to) noexcept {
+    append(from.slots, from.count, to);
+}
+
+/// Replaces a text by that of a field, on the same terms.
+inline void assign(std::string& to, const wire::Name& from) noexcept {
+    to = textOf(from);
 }
 
 }  // namespace cabinaudio::setting

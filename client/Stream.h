@@ -9,6 +9,7 @@
 
 #include "client/RequestFrame.h"
 #include "foundation/Log.h"
+#include "link/ReplyDeadline.h"
 #include "wire/Stream.h"
 
 #include <atomic>
@@ -50,6 +51,20 @@ Asked<wire::ShareMemoryReply> findRing(RemoteCall& rc, std::uint32_t function, b
 /// Maps a ring whose place the server has told.
 ShareMemoryEx* mapRing(const wire::ShareMemoryReply& place, const char* name, unsigned mode,
                        ShareMemoryUpdateNotificationCallback* callback);
+
+/// How long one call waits for the other side of its ring. Each wake-up begins the wait anew, as
+/// often as the server likes; where a policy limits the waits for a server, they end together.
+class RingPatience {
+public:
+    /// @param waitMs  of a single wait; together they last as long at least
+    explicit RingPatience(std::uint64_t waitMs) : mEndMs(nowMs() + waitMs) {}
+
+    [[nodiscard]] bool isOver() const { return mDeadline.isOver() && nowMs() >= mEndMs; }
+
+private:
+    ReplyDeadline mDeadline;
+    std::uint64_t mEndMs;
+};
 
 /// The part of a stream that its ring's receiver thread works on.
 struct RingWaiter {

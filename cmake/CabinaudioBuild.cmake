@@ -26,6 +26,9 @@ if(CABINAUDIO_BUILD_FUZZERS)
     target_compile_options(cabinaudio-build INTERFACE -fsanitize=fuzzer-no-link)
     target_link_options(cabinaudio-build INTERFACE -fsanitize=fuzzer-no-link)
 endif()
+if(CABINAUDIO_COVERAGE)
+    target_link_options(cabinaudio-build INTERFACE --coverage)
+endif()
 
 # Imports a library that brings neither a CMake package nor a usable .pc file.
 #   cabinaudio_import(<target> LIBRARY <name> HEADER <header> PACKAGE <Debian package>)
@@ -56,6 +59,10 @@ function(cabinaudio_add_layer layer)
     target_include_directories(cabinaudio-${layer} PRIVATE
         $<TARGET_PROPERTY:cabinaudio-log,INTERFACE_INCLUDE_DIRECTORIES>)
     target_link_libraries(cabinaudio-${layer} PRIVATE cabinaudio-build)
+    if(CABINAUDIO_COVERAGE)
+        target_compile_options(cabinaudio-${layer} PRIVATE
+            --coverage -fprofile-update=atomic -O0)
+    endif()
     set_target_properties(cabinaudio-${layer} PROPERTIES
         POSITION_INDEPENDENT_CODE ON
         CXX_VISIBILITY_PRESET hidden

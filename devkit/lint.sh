@@ -23,7 +23,7 @@ scripts() {
     echo .ci/run
     find debian/tests -type f ! -name control
     # shellcheck disable=SC2086  # a list of directories
-    find $others abi cmake examples packaging -name '*.sh' 2>/dev/null
+    find $others abi cmake examples models packaging -name '*.sh' 2>/dev/null
 }
 
 # Left out: files that cannot hold a comment, texts for people, and Debian's, whose form is given.
@@ -33,7 +33,8 @@ licensed() {
         -type f ! -name LICENSE ! -name '*.md' ! -name '*.json' ! -name '*.png' ! -name '*.wav' \
         ! -name '*.opus' ! -name '*.abi' ! -name '*.hash' ! -name '*.desc' ! -name '*.install' \
         ! -name '*.docs' ! -name '*.lintian-overrides' ! -name '*.examples' ! -name '*.pyc' \
-        ! -path './tests/abi/exports-*.txt' ! -path './.git' ! -path './.reuse/dep5' \
+        ! -path './tests/abi/exports-*.txt' ! -path './tests/fuzz/corpus/*' \
+        ! -path './.git' ! -path './.reuse/dep5' \
         ! -path ./debian/changelog ! -path './debian/*control' ! -path ./debian/copyright \
         ! -path './debian/source/*' -print
 }

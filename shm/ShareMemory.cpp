@@ -210,9 +210,10 @@ inline void stampUpdate(RingHeader& ring) {
     AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "sem_post failed:%s\n", std::strerror(errno));
 }
 
-/// Copies out of any ring.
-std::uint32_t readInPieces(const ShareMemoryHandle* hdl, RingState state, unsigned char* dst,
-                           std::uint32_t len) {
+/// Copies out of any ring. taken(offset) is called with each piece's end once it has been copied.
+template <typename Taken>
+inline std::uint32_t copyOut(const ShareMemoryHandle* hdl, RingState state, unsigned char* dst,
+                             std::uint32_t len, Taken taken) {
     if (!state.possible(hdl->len)) return 0;
     const std::uint32_t count = std::min(state.used(), len);
     forEachPiece(state.read, count, state.size,
@@ -221,9 +222,15 @@ std::uint32_t readInPieces(const ShareMemoryHandle* hdl, RingState state, unsign
                      if (hdl->needCache) cache_invalidate(hdl, from, bytes);
                      copyBytes(dst, from, bytes);
                      dst += bytes;
-                     storeRelease(hdl->hdr->readOffset, next);
+                     taken(next);
                  });
     return count;
+}
+
+std::uint32_t readInPieces(const ShareMemoryHandle* hdl, RingState state, unsigned char* dst,
+                           std::uint32_t len) {
+    return copyOut(hdl, state, dst, len,
+                   [hdl](std::uint32_t next) { storeRelease(hdl->hdr->readOffset, next); });
 }
 
 /// Copies into any ring.
@@ -381,6 +388,11 @@ __attribute__((no_sanitize("nonnull-attribute"))) int ShareMemoryEx::write(const
     std::memcpy(dataBehind(ring) + w, src, static_cast<std::size_t>(count));
     storeRelease(ring.writeOffset, static_cast<std::uint32_t>(end));
     return finishWrite(ring, static_cast<std::uint32_t>(count));
+}
+
+unsigned ShareMemoryEx::_peek(unsigned char* dst, unsigned len) const {
+    if (!mapped(mHandle)) return 0;
+    return copyOut(mHandle, RingState::of(*mHandle->ring), dst, len, [](std::uint32_t) {});
 }
 
 void ShareMemoryEx::updateReadOffset(unsigned offset) {

@@ -7,12 +7,11 @@
 #include <cabinaudio/client/ClientSourceSetting.h>
 #include <cabinaudio/client/ClientVolumeSetting.h>
 
+#include "tests/fuzz/Demand.h"
 #include "tests/fuzz/Input.h"
 #include "tests/fuzz/Peer.h"
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <vector>
 
 namespace cabinaudio::fuzz {
@@ -33,12 +32,5 @@ const std::vector<Operation<ClientAppSetting>>& operationsOf(const ClientAppSett
 const std::vector<Operation<ClientMixerSetting>>& operationsOf(const ClientMixerSetting*);
 const std::vector<Operation<ClientAudioRecordControl>>& operationsOf(
     const ClientAudioRecordControl*);
-
-/// Ends the process, which the fuzzer takes for a find.
-inline void demand(bool condition, const char* what) {
-    if (condition) return;
-    std::fprintf(stderr, "not met: %s\n", what);
-    std::abort();
-}
 
 }  // namespace cabinaudio::fuzz

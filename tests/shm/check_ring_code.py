@@ -4,8 +4,9 @@
 
 The target's cores reorder stores, which no test on this machine ever shows. So in each function that
 copies bytes, every store of an offset must have a barrier between it and the call before it, the
-copy; and every copy a barrier before it, behind the load of the other side's offset. Divisions of
-64 bits would be calls into the compiler's library.
+copy; and every copy a barrier before it, behind the load of the other side's offset. Where the
+caller copies, the offsets that he sets and gets have theirs. The wait flag has a full one on either
+side. Divisions of 64 bits would be calls into the compiler's library.
 """
 import re
 import subprocess
@@ -18,6 +19,18 @@ TRANSFERS = {
     "::readAnyhow(": 4,
     "::writeAnyhow(": 8,
 }
+# Operations around a copy that the caller makes: function, and what must stand in it in this order.
+BARRIER = ("barrier",)
+READ_OFFSET, WRITE_OFFSET, WAIT = 4, 8, 56
+SEQUENCES = {
+    "::updateReadOffset(": [BARRIER, ("str", READ_OFFSET), BARRIER, ("ldrb", WAIT)],
+    "::updateWriteOffset(": [BARRIER, ("str", WRITE_OFFSET)],
+    "::getNextBuffer(": [("ldr", READ_OFFSET), BARRIER, ("ldr", WRITE_OFFSET), BARRIER],
+    "::releaseBuffer(": [BARRIER, ("str", READ_OFFSET)],
+    "::clear(": [BARRIER, ("str", READ_OFFSET), BARRIER, ("str", WRITE_OFFSET)],
+    "::setWait(": [("strb", WAIT), BARRIER],
+}
+# What would be calls into the compiler's library, slow ones, on the way of every transfer.
 LONG_DIVISION = re.compile(r"__aeabi_u?ldivmod|__u?divdi3|__u?moddi3")
 
 
@@ -58,8 +71,25 @@ def has_barrier_behind_last_call(instructions):
     return False
 
 
+def access(kind, offset):
+    """A load or store of the header's field at this offset."""
+    return re.compile(r"%s(\.w)?\s+\w+, \[(?!sp|pc)\w+, #%d\]" % (kind, offset))
+
+
+def missing_step(instructions, steps):
+    """Looks for the steps from the function's end on. @return the one that is not there, or None"""
+    at = len(instructions)
+    for step in reversed(steps):
+        wanted = is_barrier if step == BARRIER else access(*step).match
+        found = [n for n in range(at) if wanted(instructions[n])]
+        if not found:
+            return step
+        at = found[-1]
+    return None
+
+
 def faults(name, instructions, offset):
-    store = re.compile(r"str(\.w)?\s+\w+, \[(?!sp|pc)\w+, #%d\]" % offset)
+    store = access("str", offset)
     stores = [i for i, text in enumerate(instructions) if store.match(text)]
     copies = [i for i, text in enumerate(instructions) if is_copy(text)]
     if not copies:
@@ -84,6 +114,14 @@ def main():
             found.append(f"{wanted}...) is not there")
         for name in names:
             found.extend(faults(name, functions[name], offset))
+    for wanted, steps in SEQUENCES.items():
+        names = [name for name in functions if wanted in name]
+        if not names:
+            found.append(f"{wanted}...) is not there")
+        for name in names:
+            missing = missing_step(functions[name], steps)
+            if missing:
+                found.append(f"{name}: not there in its place: {' '.join(map(str, missing))}")
     for name, instructions in functions.items():
         if any(LONG_DIVISION.search(text) for text in instructions):
             found.append(f"{name}: divides 64 bits")

@@ -15,8 +15,9 @@
 class AudioDump;
 class RemoteCall;
 namespace cabinaudio {
+struct LogSite;
 class UseGate;
-}
+}  // namespace cabinaudio
 
 /// The uplink of a call: linear PCM or coded frames that the server places in a physical ring.
 ///
@@ -36,7 +37,7 @@ class UseGate;
 ///
 /// **Buffers must hold getTotalBufferSize() bytes, 456 at least, when the stream is coded.** The
 /// byte count of a read says how much has to be there before a frame is taken; it does not limit
-/// the frame, which may be longer.
+/// the frame, which may be longer. readFrame() is for buffers with a limit.
 ///
 /// Threads    Any thread may call; one lock serialises the operations, requests to the server
 ///            included. Only one read may wait at a time. The ring is mapped and unmapped on
@@ -98,6 +99,33 @@ public:
     ///                              1000 ms, or stopped, removed or destroyed meanwhile
     int read(unsigned char* buffer, int bytes, bool isBlock) override;
 
+    /// Takes the next frame of a coded stream, whole or not at all, and never stores more than
+    /// `capacity` bytes. Unlike read() it takes a frame as soon as all of it is there, and silent
+    /// frames come at the pace of the stream: one for each getPerLoopSize() bytes at the server's
+    /// pace (20 ms of Opus). Linear PCM: the same as read().
+    ///
+    /// A frame that does not fit is refused and stays in the ring: a later call with a larger
+    /// buffer, or read(), gets it. getTotalBufferSize() bytes, 456 at least, are always enough.
+    /// While it stays the server's further frames fill the ring, and are lost once it is full.
+    ///
+    /// Blocking: waits until a frame is due; for silence at most one such step, for live frames up
+    /// to 1000 ms for each new piece of data. Not blocking: takes a frame that is due. Requests of
+    /// other threads are waited for without a time limit, as by every operation.
+    /// Any thread; one read or readFrame may wait at a time.
+    ///
+    /// @param buffer    where the frame goes, its header included
+    /// @param capacity  bytes that `buffer` holds, 1 or more
+    /// @param isBlock   whether to wait
+    /// @return bytes stored in `buffer`: one frame. 0: none is due, or there is no silence of this
+    ///         codec (AAC, and Opus at other rates than 8, 16, 24 and 48 kHz)
+    /// @retval AUDIO_NO_MEMORY      the frame is longer than `capacity`; nothing was taken
+    /// @retval AUDIO_BAD_VALUE      null buffer or no capacity; live data of a codec that cannot be
+    ///                              read; a header with a length that the ring cannot hold: it is
+    ///                              dropped
+    /// @retval AUDIO_INVALID_STATE  not started, another read waits, live data stayed away for
+    ///                              1000 ms, or stopped, removed or destroyed meanwhile
+    int readFrame(unsigned char* buffer, int capacity, bool isBlock);
+
     /// @return bytes that are due: in the ring, or of silence (two server periods at most); 0 while
     ///         not started
     int bytesUsed() override;
@@ -121,7 +149,13 @@ public:
 
 private:
     struct Supply;
+    struct Taken;
 
+    CABINAUDIO_LOCAL int readAs(unsigned char* buffer, int bytes, bool isBlock, bool isFrame,
+                                const cabinaudio::LogSite& site);
+    CABINAUDIO_LOCAL bool isFramed() const;
+    CABINAUDIO_LOCAL unsigned frameStep() const;
+    CABINAUDIO_LOCAL Taken refuseFrame(unsigned length, unsigned capacity) const;
     CABINAUDIO_LOCAL void init(AudioTagType tag);
     CABINAUDIO_LOCAL bool setUpCodec();
     CABINAUDIO_LOCAL void onRingReady();
@@ -141,7 +175,12 @@ private:
     CABINAUDIO_LOCAL unsigned pacedBacklog();
     CABINAUDIO_LOCAL std::int32_t interruptedWait();
     CABINAUDIO_LOCAL void endReader();
-    CABINAUDIO_LOCAL int take(unsigned char* buffer, unsigned ready);
+    CABINAUDIO_LOCAL Taken take(unsigned char* buffer, unsigned ready);
+    CABINAUDIO_LOCAL unsigned neededForFrame(const ShareMemoryEx& ring) const;
+    CABINAUDIO_LOCAL Taken takeFrame(unsigned char* buffer, unsigned capacity, unsigned ready);
+    CABINAUDIO_LOCAL Taken takeSilentFrame(unsigned char* buffer, unsigned capacity,
+                                           unsigned ready);
+    CABINAUDIO_LOCAL Taken takeLiveFrame(unsigned char* buffer, unsigned capacity);
     CABINAUDIO_LOCAL unsigned _readRawData(unsigned char* buffer, unsigned bytes);
     CABINAUDIO_LOCAL unsigned _readCodecData(unsigned char* buffer, unsigned bytes);
     CABINAUDIO_LOCAL unsigned fillSilentData(void* buffer, unsigned bytes);

@@ -101,6 +101,8 @@ public:
 
     /// The owner is about to be destroyed: requests stop waiting for a server that is gone.
     CABINAUDIO_LOCAL void _abandon();
+    /// The destructor waits for whoever is in there: whole requests of more than one step enter.
+    CABINAUDIO_LOCAL cabinaudio::UseGate& _calls() const { return *mCalls; }
 
 private:
     class CABINAUDIO_LOCAL RemoteCallNotifierWorker;
@@ -118,5 +120,5 @@ private:
     std::uint8_t* mReqBlock;                 // mReqPayload - 88; of whoever holds the slot
     std::uint8_t* mRetBlock;                 // the same
     RemoteCallNotifierWorker* mNotifier;
-    cabinaudio::UseGate* mCalls;  // who is in call() or callFuncId() at present
+    cabinaudio::UseGate* mCalls;  // who is in the midst of a request at present
 };

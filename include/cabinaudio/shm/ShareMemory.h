@@ -109,6 +109,10 @@ public:
     /// @return whether the writing side says that it is blocked
     [[nodiscard]] bool getWait() const;
 
+    /// For a reader that has to know what comes before it takes it: copies out as read() does, but
+    /// leaves the bytes in the ring and wakes nobody. @return bytes copied
+    CABINAUDIO_LOCAL unsigned _peek(unsigned char* dst, unsigned len) const;
+
 private:
     ShareMemoryHandle* mHandle;
 };

@@ -1,0 +1,188 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""mutate.py --tests DIRECTORY [--work DIRECTORY] [--only TEXT] [--from N] [--tsan DIRECTORY]:
+takes the library's locks, barriers, bounds and checks away, one at a time, and looks whether a
+test fails.
+
+mutants.py lists them. Each is put into a copy of the library's sources, which is built and then
+stands before the tests' own library. A mutant is caught when it does not compile, when one of the
+tests that belong to its file fails or does not end, or when the check of the target's object code
+objects. --tests is a build with the test programs; --tsan one with the thread sanitizer, whose
+tests see what the others let through.
+
+Fails when less than 95 % are caught, or when one survives that mutants.py gives no reason for.
+"""
+import argparse
+import os
+import shutil
+import signal
+import subprocess
+import sys
+import time
+
+import mutants
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+ROOT = os.path.dirname(os.path.dirname(HERE))
+PARTS = ["CMakeLists.txt", "cmake", "include", "wire", "foundation", "link", "shm", "diag", "client"]
+RING_CHECK = os.path.join(ROOT, "tests", "shm", "check_ring_code.py")
+LEAST = 95.0  # per cent
+TEST_SECONDS = 150
+CROSS = "arm-linux-gnueabihf-"
+
+
+class Library:
+    """A copy of the library's sources and a build of it."""
+
+    def __init__(self, work, sanitizer):
+        self.tree = os.path.join(work, "tree")
+        self.build = os.path.join(work, "build-" + (sanitizer or "plain"))
+        self.sanitizer = sanitizer
+        for part in PARTS:
+            self.restore(part)
+        options = ["-DCMAKE_BUILD_TYPE=RelWithDebInfo", "-DCABINAUDIO_BUILD_TESTS=OFF",
+                   "-DCABINAUDIO_BUILD_DEVKIT=OFF", "-DCABINAUDIO_BUILD_TOOLS=OFF",
+                   "-DCABINAUDIO_INSTALL=OFF"]
+        if sanitizer:
+            options += ["-DCMAKE_CXX_COMPILER=clang++", "-DCABINAUDIO_SANITIZE=" + sanitizer]
+        subprocess.run(["cmake", "-G", "Ninja", "-S", self.tree, "-B", self.build, *options],
+                       check=True, stdout=subprocess.DEVNULL)
+
+    def restore(self, part):
+        source, copy = os.path.join(ROOT, part), os.path.join(self.tree, part)
+        if os.path.isdir(source):
+            shutil.copytree(source, copy, dirs_exist_ok=True)
+        else:
+            os.makedirs(os.path.dirname(copy), exist_ok=True)
+            shutil.copy2(source, copy)
+
+    def put(self, path, text):
+        with open(os.path.join(self.tree, path), "w", encoding="utf-8") as file:
+            file.write(text)
+
+    def compiles(self):
+        run = subprocess.run(["ninja", "-C", self.build, "cabinaudio"], check=False,
+                             stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+        self.said = run.stdout
+        return run.returncode == 0
+
+
+def ends_well(command, environment, seconds):
+    """Runs it in a process group of its own, so that nothing is left of one that hangs."""
+    process = subprocess.Popen(command, env=environment, stdout=subprocess.DEVNULL,
+                               stderr=subprocess.DEVNULL, start_new_session=True)
+    try:
+        return process.wait(seconds) == 0
+    except subprocess.TimeoutExpired:
+        return False
+    finally:
+        try:
+            os.killpg(process.pid, signal.SIGKILL)
+        except ProcessLookupError:
+            pass
+        process.wait()
+
+
+def program(directory, name):
+    for place, _, files in os.walk(os.path.join(directory, "tests")):
+        if name in files and os.access(os.path.join(place, name), os.X_OK):
+            return os.path.join(place, name)
+    sys.exit(f"no test program {name} below {directory}/tests")
+
+
+def failing_test(library, directory, tests):
+    """The first of the tests that fails with this library, or None."""
+    environment = dict(os.environ, LD_LIBRARY_PATH=library.build, CABINAUDIO_RACE_ROUNDS="300",
+                       TSAN_OPTIONS="halt_on_error=1")
+    for test in tests:
+        name, *arguments = test.split()
+        command = [program(directory, name), "--gtest_brief=1", "--gtest_fail_fast", *arguments]
+        if not ends_well(command, environment, TEST_SECONDS):
+            return test
+    return None
+
+
+def ring_code_objects(library):
+    """Whether check_ring_code.py objects to what the target's compiler makes of the ring."""
+    target = os.path.join(library.build, "ring-arm.o")
+    subprocess.run([CROSS + "g++", "-std=c++20", "-O2", "-g", "-fPIC", "-mthumb",
+                    "-march=armv7-a+fp", "-D_FILE_OFFSET_BITS=64", "-fvisibility=hidden",
+                    "-I" + library.tree, "-I" + os.path.join(library.tree, "include"),
+                    "-idirafter", "/usr/include/android-liblog", "-isystem", "/usr/include/android",
+                    "-c", os.path.join(library.tree, "shm/ShareMemory.cpp"), "-o", target],
+                   check=True)
+    return subprocess.run([sys.executable, RING_CHECK, CROSS + "objdump", target], check=False,
+                          stdout=subprocess.DEVNULL).returncode != 0
+
+
+def text_with(mutant):
+    with open(os.path.join(ROOT, mutant.file), encoding="utf-8") as file:
+        text = file.read()
+    if text.count(mutant.old) != 1:
+        return None
+    return text.replace(mutant.old, mutant.new)
+
+
+def what_catches(mutant, plain, sanitized, options):
+    """Says what, or None."""
+    if not plain.compiles():
+        return "compiler"
+    if mutant.file in mutants.RING_CODE and shutil.which(CROSS + "g++") and \
+            ring_code_objects(plain):
+        return "check_ring_code.py"
+    failed = failing_test(plain, options.tests, mutants.tests_of(mutant.file))
+    if failed or sanitized is None:
+        return failed
+    sanitized.compiles()
+    failed = failing_test(sanitized, options.tsan, mutants.sanitized_tests_of(mutant.file))
+    return failed and failed + " (thread sanitizer)"
+
+
+def arguments():
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--tests", required=True)
+    parser.add_argument("--tsan")
+    parser.add_argument("--work", default="/tmp/cabinaudio-mutation")
+    parser.add_argument("--only", default="", help="mutants whose file or name has this text")
+    parser.add_argument("--from", dest="first", type=int, default=1)
+    return parser.parse_args()
+
+
+def main():
+    options = arguments()
+    chosen = [(number, mutant) for number, mutant in enumerate(mutants.ALL, 1)
+              if number >= options.first and options.only in mutant.file + ": " + mutant.name]
+    stale = [mutant for _, mutant in chosen if text_with(mutant) is None]
+    for mutant in stale:
+        print(f"{mutant.file}: {mutant.name}: its text is not there exactly once: {mutant.old!r}")
+    if stale:
+        sys.exit(1)
+    plain = Library(options.work, "")
+    if not plain.compiles():
+        sys.exit("the library as it is does not compile:\n" + plain.said)
+    sanitized = Library(options.work, "thread") if options.tsan else None
+    caught = excused = 0
+    unexplained = []
+    for number, mutant in chosen:
+        begin = time.monotonic()
+        plain.put(mutant.file, text_with(mutant))
+        by = what_catches(mutant, plain, sanitized, options)
+        plain.restore(mutant.file)
+        caught += by is not None
+        verdict = f"caught by {by}" if by else "SURVIVES"
+        if by is None and mutant.reason:
+            excused += 1
+            verdict += f" ({mutant.reason})"
+        elif by is None:
+            unexplained.append(mutant)
+        print(f"{number:3} {mutant.file}: {mutant.name}: {verdict} "
+              f"[{time.monotonic() - begin:.0f} s]", flush=True)
+    share = 100.0 * caught / max(len(chosen), 1)
+    print(f"{caught} of {len(chosen)} caught ({share:.1f} %), {excused} survive with a reason, "
+          f"{len(unexplained)} without")
+    sys.exit(1 if unexplained or share < LEAST else 0)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,166 @@
+/* SPDX-License-Identifier: Apache-2.0
+ *
+ * A stream's destructor and a call that is blocked in it (client/Playback.h: endWriter(),
+ * waitForWriter(), waitForSpace(), onRemoved(); with UPLINK client/ClientRecordRt.cpp: ~ClientRecordRt(),
+ * endReader(), _prepareData()). The call leaves before anything is released, and the destructor's
+ * own limit of time is not needed for that, although notify() of the ring's receiver thread uses the
+ * same condition and may wake the wrong one. The call's time may be over once, at any moment. */
+
+#include "locks.pml"
+
+mtype = { ACTIVE, STOPPING, NO_INIT };
+mtype state = ACTIVE;           /* guarded by the lock, like isBlocked */
+bool isBlocked, isBeingDestroyed;
+bool hasBegun;                  /* a call may not begin once the destructor runs */
+bool isReleased;
+byte readers;                   /* in mReaders */
+byte posts;
+byte timeouts;
+bool isReceiving = true, hasReceiverEnded, hasNotifierEnded;
+
+#define CALLER 0
+#define DESTRUCTOR 1
+#define use() assert(!isReleased)
+
+inline answer() {
+#ifndef CALLER_KEEPS_SILENT
+    if
+    :: state == NO_INIT -> signal()
+    :: else
+    fi
+#else
+    skip
+#endif
+}
+
+active proctype Caller() {
+    bool isTimedOut;
+    if
+    :: timeouts = 1
+    :: skip
+    fi;
+#ifdef UPLINK
+    readers++;
+    hasBegun = true;
+#endif
+    lock();
+    hasBegun = true;
+    if
+    :: state != ACTIVE -> goto leave
+    :: else
+    fi;
+    do
+    :: break                    /* what it wants is there */
+    :: isBlocked = true;
+        sleepOn(CALLER);
+        if
+        :: wakeUp(CALLER); isTimedOut = false
+        :: atomic { timeouts > 0 && sleeps[CALLER] -> timeouts--; sleeps[CALLER] = false }
+            isTimedOut = true;
+            lock()
+        fi;
+        use();
+        if
+        :: isTimedOut ->
+#ifndef TIMED_OUT_CALLER_KEEPS_SILENT
+            answer();
+#endif
+            isBlocked = false;
+            break
+        :: !isTimedOut && state != ACTIVE ->
+            answer();
+            isBlocked = false;
+            break
+        :: else
+        fi;
+        isBlocked = false
+    od;
+leave:
+    use();
+    unlock();
+#ifdef UPLINK
+    use();                      /* the dump */
+    readers--
+#endif
+}
+
+/* The ring's receiver thread. */
+active proctype Receiver() {
+    do
+    :: atomic { posts > 0 -> posts-- }
+        if
+        :: !isReceiving -> break
+        :: else
+        fi;
+        use();
+        lock();
+        if
+        :: isBlocked -> unlock(); use(); signal()
+        :: else -> unlock()
+        fi
+    od;
+    hasReceiverEnded = true
+}
+
+active proctype Server() {
+    byte times;
+end:
+    do
+    :: times < 2 -> times++; posts++
+    od
+}
+
+/* The notifier thread: the server is gone. */
+active proctype Notifier() {
+    if
+    :: skip                     /* or not */
+    :: use();
+        lock();
+        if
+#ifndef REMOVED_OVERWRITES
+        :: isBeingDestroyed
+#endif
+        :: else ->
+            state = STOPPING;
+            if
+            :: isBlocked -> signal()
+            :: else
+            fi
+        fi;
+        unlock()
+    fi;
+    hasNotifierEnded = true
+}
+
+active proctype Destructor() {
+    hasBegun;
+    lock();
+    isBeingDestroyed = true;
+    state = NO_INIT;
+    if
+    :: isBlocked ->
+#ifndef DOES_NOT_WAKE
+        signal();
+#endif
+#ifdef WAITS_ONCE
+        wait(DESTRUCTOR)
+#else
+        do
+        :: isBlocked -> wait(DESTRUCTOR)
+        :: else -> break
+        od
+#endif
+    :: else
+    fi;
+    unlock();
+#ifdef UPLINK
+#ifndef NO_DRAIN
+    readers == 0;
+#endif
+#endif
+    isReceiving = false;
+    posts++;
+    hasReceiverEnded;
+    hasNotifierEnded;
+    isReleased = true
+}

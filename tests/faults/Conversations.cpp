@@ -1,0 +1,452 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/faults/Conversations.h"
+
+#include <cabinaudio/client/ClientAppSetting.h>
+#include <cabinaudio/client/ClientMixerSetting.h>
+#include <cabinaudio/client/ClientRecordControl.h>
+#include <cabinaudio/client/ClientSourceSetting.h>
+#include <cabinaudio/client/ClientVersionSetting.h>
+#include <cabinaudio/client/ClientVolumeSetting.h>
+#include <cabinaudio/diag/AudioConfig.h>
+#include <cabinaudio/diag/AudioDump.h>
+#include <cabinaudio/foundation/AudioMemory.h>
+#include <cabinaudio/foundation/AudioSemaphore.h>
+#include <cabinaudio/foundation/AudioStatus.h>
+#include <cabinaudio/foundation/AudioThread.h>
+#include <cabinaudio/foundation/AudioTime.h>
+#include <cabinaudio/link/LinkPolicy.h>
+
+#include "tests/client/StreamFixture.h"
+#include "tests/client/StreamKinds.h"
+#include "tests/support/ConfigDirectory.h"
+#include "tests/support/ProcessState.h"
+#include "tests/support/ScriptedServer.h"
+#include "tests/support/ServerRing.h"
+#include "wire/Settings.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <mutex>
+
+namespace cabinaudio::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr unsigned SIZE = 4096;
+constexpr unsigned GET_VOLUME = 5;  // gives -1 when there is none
+constexpr auto TIMEOUT = 1500ms;
+constexpr auto LONG_WAIT = 20s;    // for what comes
+constexpr auto SHORT_WAIT = 50ms;  // for what may not come, because something has failed
+
+/// Whether an operation may give this.
+bool isDocumented(int result) {
+    constexpr int STATUSES[] = {AUDIO_NOT_CONNECTED, AUDIO_NO_MEMORY, AUDIO_TIMED_OUT,
+                                AUDIO_BAD_SEQUENCE,  AUDIO_BAD_VALUE, AUDIO_INVALID_OPERATION,
+                                AUDIO_INVALID_STATE};
+    return result >= 0 ||
+           std::find(std::begin(STATUSES), std::end(STATUSES), result) != std::end(STATUSES);
+}
+
+/// One conversation under way.
+class Talk {
+public:
+    Talk(Record& record, const Fault& fault, bool hasPolicy) : mRecord(record), mFault(fault) {
+        if (hasPolicy) setLinkPolicy({TIMEOUT, true, true});
+    }
+
+    /// Runs what is to be observed. What it leaves behind counts, but not what the server has.
+    template <typename Body>
+    void observe(
+        Body body, const std::function<void()>& begin = [] {},
+        const std::function<void()>& end = [] {}) {
+        (void)physicalRing("str", SIZE);  // the board's descriptor stays
+        const ProcessState before = ProcessState::now();
+        begin();
+        arm(mRecord, mFault);
+        try {
+            body();
+        } catch (...) {
+            disarm();
+            say("an exception has left the library");
+        }
+        disarm();
+        end();
+        if (!givesBack(before)) say("something was not given back");
+    }
+
+    void check(const char* operation, int result) {
+        if (isDocumented(result)) return;
+        const Exempt exempt;
+        say(operation + (" gave " + std::to_string(result)));
+    }
+    void check(bool holds, const char* what) {
+        if (!holds) say(what);
+    }
+
+    /// Waits for what the library does on its own; not for long once something has failed.
+    template <typename Condition>
+    void await(Condition condition) {
+        const Exempt exempt;
+        const bool hasCome =
+            eventually([&] { return condition() || mRecord.failures != 0; }, LONG_WAIT);
+        if (!hasCome && mFault.occurrence == Fault::NEVER)
+            say("nothing fails, and it does not come");
+        (void)eventually(condition, SHORT_WAIT);
+    }
+
+    [[nodiscard]] const std::string& verdict() const { return mVerdict; }
+
+private:
+    void say(const std::string& what) {
+        const Exempt exempt;
+        mVerdict += (mVerdict.empty() ? "" : "; ") + what;
+    }
+
+    /// Mappings and names that could not be given back are the fault's, not the library's.
+    bool givesBack(const ProcessState& before) {
+        const bool mayLeak =
+            mRecord.failures != 0 && faultyFunctions()[mFault.site.function].mayLeak;
+        const bool isBack = eventually([&] {
+            ProcessState now = ProcessState::now();
+            if (mayLeak) now.sharedMappings = before.sharedMappings;
+            return now == before;
+        });
+        if (!isBack) {
+            const ProcessState now = ProcessState::now();
+            say("threads " + std::to_string(before.threads) + "->" + std::to_string(now.threads) +
+                ", descriptors " + std::to_string(before.descriptors) + "->" +
+                std::to_string(now.descriptors) + ", mappings " +
+                std::to_string(before.sharedMappings) + "->" + std::to_string(now.sharedMappings) +
+                ", names " + std::to_string(before.shmNames.size()) + "->" +
+                std::to_string(now.shmNames.size()));
+        }
+        return isBack;
+    }
+
+    Record& mRecord;
+    const Fault& mFault;
+    std::string mVerdict;
+};
+
+// ---- Streams ------------------------------------------------------------------------------------
+
+/// A server that plays along with a stream called "str".
+class StreamServer {
+public:
+    explicit StreamServer(const StreamKind& kind) : mKind(kind) {
+        for (const std::uint32_t create : {2U, 21U})
+            server.on(create, Answer::words(0, 0, SIZE, 1024, 16, 256, 0));
+        for (const std::uint32_t place : {18U, 20U})
+            server.on(place, [this](const Request&) {
+                const std::lock_guard lock(mLock);
+                mRing.reset();  // removes the name
+                mRing = physicalRing("str", SIZE);
+                return Answer::words(0, RING_ADDRESS, SIZE);
+            });
+    }
+
+    void makeRing() {
+        if (mKind.isPosix) mRing = posixRing("str", SIZE);
+    }
+    void dropRing() {
+        const std::lock_guard lock(mLock);
+        mRing.reset();
+    }
+
+    /// Gives a reader something to read.
+    void fill() {
+        const std::lock_guard lock(mLock);
+        if (!mKind.writes && mRing != nullptr) (void)put(*mRing, pattern(2048));
+    }
+    /// Takes what was written, and wakes who wrote it.
+    void drain() {
+        const std::lock_guard lock(mLock);
+        if (mKind.writes && mRing != nullptr) mRing->updateReadOffset(mRing->getWriteOffset());
+    }
+
+    ScriptedServer server;
+
+private:
+    const StreamKind& mKind;
+    std::mutex mLock;
+    std::unique_ptr<ShareMemoryEx> mRing;
+};
+
+void useStream(Talk& talk, AnyStream& stream, const StreamKind& kind, StreamServer& peer) {
+    unsigned char data[SIZE] = {};
+    talk.check("initCheck", stream.initCheck());
+    talk.check("start", stream.start());
+    if (!kind.isPosix) {
+        {
+            const Exempt exempt;
+            if (peer.server.clients() > 0) peer.server.notify(kind.event, 1);
+        }
+        talk.await([&] { return stream.getTotalBufferSize() != 0; });
+    }
+    for (int i = 0; i < 3; ++i) {
+        {
+            const Exempt exempt;
+            peer.fill();
+            peer.drain();
+        }
+        const int moved = stream.move(data, 1024, true);
+        talk.check("move", moved);
+        talk.check(moved <= 1024, "more than asked for");
+    }
+    for (unsigned which = 0; which < 10; ++which)
+        if (const int result = stream.operate(which, data); which != GET_VOLUME || result != -1)
+            talk.check("an operation", result);
+    if (!kind.isPosix) {
+        {
+            const Exempt exempt;
+            if (peer.server.clients() > 0) peer.server.notify(kind.event, 0);
+        }
+        talk.check("move", stream.move(data, 512, false));
+    }
+    talk.check("stop", stream.stop());
+}
+
+void converse(Talk& talk, const StreamKind& kind) {
+    StreamServer peer(kind);
+    talk.observe(
+        [&] {
+            const std::unique_ptr<AnyStream> stream = kind.create(cdFormat());
+            useStream(talk, *stream, kind, peer);
+        },
+        [&peer] { peer.makeRing(); }, [&peer] { peer.dropRing(); });
+}
+
+template <std::size_t KIND, bool HAS_POLICY>
+std::string stream(Record& record, const Fault& fault) {
+    Talk talk(record, fault, HAS_POLICY);
+    converse(talk, streamKinds()[KIND]);
+    return talk.verdict();
+}
+
+/// A record whose bytes go into a file as well.
+std::string dumpedRecord(Record& record, const Fault& fault) {
+    Talk talk(record, fault, true);
+    const ConfigDirectory directory;
+    {
+        AudioConfig config(false);
+        AudioDumpItem item = {"input0", "client", ""};
+        std::snprintf(item.outPath, sizeof item.outPath, "%s", directory.top().c_str());
+        config.addDumpItem(item);
+    }
+    converse(talk, streamKinds()[3]);
+    return talk.verdict();
+}
+
+// ---- Settings -----------------------------------------------------------------------------------
+
+Answer listOf(std::size_t slots) {
+    Bytes body(8 + slots, 'x');
+    std::fill(body.begin(), body.begin() + 8, static_cast<std::uint8_t>(0));
+    body[4] = 20;  // of them
+    return Answer::bytes(body);
+}
+
+template <typename Slot, std::uint32_t SLOTS>
+Answer listFor() {
+    return listOf(sizeof(wire::List<Slot, SLOTS>::slots));
+}
+
+void useSources(Talk& talk) {
+    ClientSourceSetting sources;
+    talk.check("setOutPutSource", sources.setOutPutSource("main", "tuner"));
+    (void)sources.getOutPutSource("main");
+    std::vector<std::string> names;
+    talk.check("getActiveTracksName", sources.getActiveTracksName("main", names));
+    std::string type;
+    talk.check("getTrackStreamType", sources.getTrackStreamType("main", "track", type));
+    std::vector<audio::audio_track_info_t> tracks;
+    talk.check("getActiveTracksInfo", sources.getActiveTracksInfo(tracks));
+    std::vector<audio::audio_output_src_parameter_t> outputs;
+    talk.check(
+        "getOutPutTrackInfoList",
+        sources.getOutPutTrackInfoList(static_cast<audio::audio_output_src_tag_e>(1), outputs));
+    talk.check("setAlterLatency", sources.setAlterLatency(10));
+}
+
+void useVolumes(Talk& talk) {
+    ClientVolumeSetting volumes;
+    unsigned char volume = 0;
+    talk.check("setMasterVolume", volumes.setMasterVolume(static_cast<unsigned char>(50)));
+    talk.check("getMasterVolume", volumes.getMasterVolume(&volume));
+    talk.check("mute", volumes.mute("main", true));
+    bool muted = false;
+    talk.check("getMuteState", volumes.getMuteState("main", muted));
+    std::vector<std::string> types;
+    talk.check("getStreamTypeList", volumes.getStreamTypeList(types));
+}
+
+void useOtherSettings(Talk& talk) {
+    unsigned mode = 0;
+    ClientMixerSetting mixer;
+    talk.check("setUpMixMode", mixer.setUpMixMode(1));
+    talk.check("getUpMixMode", mixer.getUpMixMode(&mode));
+    ClientAppSetting app;
+    talk.check("setEffectEnabled", app.setEffectEnabled("main", "bass", true));
+    bool on = false;
+    talk.check("getEffectEnabled", app.getEffectEnabled("main", "bass", on));
+    ClientAudioRecordControl control;
+    audio::effect_param_t nothing = {0};
+    talk.check("set", control.set("input0", "agc", nothing));
+}
+
+void useVersion(Talk& talk) {
+    ClientVersionSetting version;
+    int numbers[3] = {};
+    talk.check("initCheck", version.initCheck());
+    talk.check("getServerVersions", version.getServerVersions(numbers, numbers + 1, numbers + 2));
+}
+
+template <bool HAS_POLICY>
+std::string settings(Record& record, const Fault& fault) {
+    Talk talk(record, fault, HAS_POLICY);
+    ScriptedServer server;
+    constexpr std::uint32_t SOURCE = 130;
+    constexpr std::uint32_t VOLUME = 131;
+    using wire::SourceFunction;
+    const auto on = [&server](auto type, auto function, const Answer& answer) {
+        server.on(type, static_cast<std::uint32_t>(function), answer);
+    };
+    on(SOURCE, SourceFunction::GetActiveTrackNames, listFor<wire::Name, 32>());
+    on(SOURCE, SourceFunction::GetActiveTracks, listFor<audio::audio_track_info_t, 32>());
+    on(SOURCE, SourceFunction::GetTrackStreamType, Answer::bytes(Bytes(4 + 64, 'x')));
+    on(SOURCE, SourceFunction::GetOutputTrackInfo,
+       listFor<audio::audio_output_src_parameter_t, 20>());
+    on(VOLUME, wire::VolumeFunction::GetStreamTypes, listFor<wire::Name, 32>());
+    talk.observe([&talk] {
+        useSources(talk);
+        useVolumes(talk);
+        useOtherSettings(talk);
+        useVersion(talk);
+    });
+    return talk.verdict();
+}
+
+// ---- The rest -----------------------------------------------------------------------------------
+
+std::string diagnostics(Record& record, const Fault& fault) {
+    Talk talk(record, fault, false);
+    const ConfigDirectory directory;
+    directory.write(
+        "Dump\n tag=main\n usage=client\n outPath=/tmp\nTrace\n tag=main\n usage=client\n"
+        " outPath=/tmp\nLog\n level=3\n enMark=1\n");
+    const std::string path = directory.top() / "dump";
+    unsigned char data[20'000] = {};
+    talk.observe([&] {
+        {
+            AudioConfig config(false);
+            AudioDumpItem dump = {"input0", "client", "/tmp"};
+            AudioTraceItem trace = {"input0", "client", "/tmp"};
+            config.addDumpItem(dump);
+            config.addTraceItem(trace);
+            config.removeDumpItem(dump);
+        }
+        {
+            AudioDump dump(path.c_str(), "desc", false);
+            dump.write(data, 100);
+            dump.write(data, sizeof data);
+        }
+        AudioDump paused(AUDIO_TAG_MAIN, "name", "driver", false);
+        paused.resume(true);
+    });
+    return talk.verdict();
+}
+
+/// Waits for a word to end.
+class Sleeper : public AudioThread {
+public:
+    Sleeper() : AudioThread("sleeper", -1, POLICY_RR) {}
+    ~Sleeper() override {
+        prepareStop();
+        mEnd.signal();
+        stop();
+    }
+    void run() override {
+        while (running())
+            (void)mEnd.waitRelative(1000);
+    }
+
+private:
+    AudioSemaphore mEnd{false};
+};
+
+std::string foundation(Record& record, const Fault& fault) {
+    Talk talk(record, fault, false);
+    talk.observe([&talk] {
+        AudioNormalFree(AudioNormalRealloc(AudioNormalMalloc(10), 1000));
+        Sleeper().start();
+        AudioSemaphore semaphore(false);
+        const int waited = semaphore.waitRelative(1);
+        talk.check(waited == 1 || waited == -1, "a wait that nobody ends has ended");
+        AudioTime::sleep(1000);
+        (void)AudioTypes::getTag(AUDIO_TAG_INPUT_FRONT_FEEDBACK);
+        (void)AudioTypes::getTag(static_cast<audio::audio_out_path_id_e>(1));
+    });
+    return talk.verdict();
+}
+
+/// Is told of a ring's updates.
+class Ear : public ShareMemoryUpdateNotificationCallback {
+public:
+    void notify() override { ++calls; }
+    std::atomic<unsigned> calls{0};
+};
+
+/// Both ends of rings of both kinds, in one process.
+std::string rings(Record& record, const Fault& fault) {
+    Talk talk(record, fault, false);
+    talk.observe([&talk] {
+        Ear ear;
+        for (const bool isPhysical : {false, true}) {
+            const auto type = isPhysical ? SHM_TYPE_PHYS_MEM : SHM_TYPE_POSIX_SHM;
+            const auto* const address = reinterpret_cast<const unsigned char*>(
+                std::uintptr_t{isPhysical ? RING_ADDRESS : 0U});
+            ShareMemoryEx writer(type, "ring", address, 1000, SHM_MODE_CREATOR, nullptr);
+            ShareMemoryEx reader(type, "ring", address, 1000, SHM_MODE_READER, &ear);
+            unsigned char bytes[100] = {1, 2, 3};
+            for (int i = 0; i < 15; ++i) {
+                const int put = writer.write(bytes, sizeof bytes);
+                const int got = reader.read(bytes, sizeof bytes);
+                talk.check(put == 0 || put == 100, "a write gave something odd");
+                talk.check(got >= 0 && got <= 100, "a read gave something odd");
+            }
+            if (reader.isUsable()) talk.await([&ear] { return ear.calls != 0; });
+            ear.calls = 0;
+        }
+    });
+    return talk.verdict();
+}
+
+}  // namespace
+
+const std::vector<Conversation>& conversations() {
+    static const std::vector<Conversation> all = {
+        {"a track of alternative sound", true, stream<0, true>},
+        {"a track of auxiliary sound", true, stream<1, true>},
+        {"a sink", true, stream<2, true>},
+        {"a record", true, stream<3, true>},
+        {"an uplink", true, stream<4, true>},
+        {"a record with a dump", true, dumpedRecord},
+        {"settings", true, settings<true>},
+        {"diagnostics", false, diagnostics},
+        {"threads and memory", false, foundation},
+        {"rings", false, rings},
+        {"a track of alternative sound, without a policy", false, stream<0, false>},
+        {"a track of auxiliary sound, without a policy", false, stream<1, false>},
+        {"a sink, without a policy", false, stream<2, false>},
+        {"a record, without a policy", false, stream<3, false>},
+        {"an uplink, without a policy", false, stream<4, false>},
+        {"settings, without a policy", false, settings<false>},
+    };
+    return all;
+}
+
+}  // namespace cabinaudio::test

@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: Apache-2.0
+// A server whose conversation ends at any byte of it: it closes the connection there, or says no
+// more. Under a policy every call comes back, and none succeeds on what was never said.
+#include <cabinaudio/client/ClientSourceSetting.h>
+#include <cabinaudio/client/ClientVersionSetting.h>
+#include <cabinaudio/client/ClientVolumeSetting.h>
+#include <cabinaudio/foundation/AudioStatus.h>
+
+#include "tests/hostile/HostileServer.h"
+#include "tests/hostile/NamedStreams.h"
+#include "tests/support/PolicyGuard.h"
+#include "tests/support/ProcessState.h"
+
+#include <gtest/gtest.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace cabinaudio::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::size_t FRAME = 32;
+constexpr std::size_t REGISTERED = FRAME + 8;
+constexpr std::size_t CREATED = REGISTERED + FRAME + 28;
+/// A frame counts as a reply with its first five bytes, magic and id, and what is missing of a body
+/// as 0: a server that closes behind them has said yes. Deliberate: so it has always been.
+constexpr std::size_t TOLD = 5;
+constexpr unsigned AT_ONCE = 32;
+
+/// How many bytes a server has said when an operation of a kind can have succeeded.
+struct Ends {
+    std::size_t checked;  // 0: without the server
+    std::size_t started;
+    std::size_t all;
+
+    explicit Ends(const NamedKind& kind)
+        : checked(kind.checksAtServer ? CREATED + FRAME + 4 : CREATED),
+          started(checked + FRAME + 4),
+          all(started + (kind.isPosix ? 0 : FRAME + FRAME + 12) + FRAME + 4) {}
+};
+
+/// What a stream's calls have returned.
+struct Outcome {
+    std::size_t cut = 0;
+    int check = 0;
+    int start = 0;
+    int moved = 0;
+    int stop = 0;
+};
+
+Outcome liveWith(const NamedKind& kind, const std::string& name, std::size_t cut) {
+    unsigned char bytes[64] = {};
+    Outcome outcome;
+    outcome.cut = cut;
+    const auto stream = kind.create(name);
+    outcome.check = stream->initCheck();
+    outcome.start = stream->start();
+    outcome.moved = kind.isCoded ? 0 : stream->move(bytes, sizeof bytes, false);
+    (void)stream->available();
+    outcome.stop = stream->stop();
+    return outcome;
+}
+
+/// The calls with a server that is cut after 0, 1, 2, ... bytes.
+std::vector<Outcome> outcomes(const NamedKind& kind, Move::End end) {
+    const std::size_t step = stride(1);
+    std::vector<Outcome> all(Ends(kind).all / step + 1);
+    HostileServer server;
+    for (std::size_t i = 0; i < all.size(); ++i)
+        server.plan("cut" + std::to_string(i), cutAfter(i * step, end));
+    inParallel(all.size(), AT_ONCE, [&](std::size_t i) {
+        all[i] = liveWith(kind, "cut" + std::to_string(i), i * step);
+    });
+    return all;
+}
+
+class AConversation : public ::testing::TestWithParam<std::size_t> {
+protected:
+    static std::size_t withoutBody(std::size_t end, std::size_t body) {
+        return end - FRAME - body + TOLD;
+    }
+
+    const NamedKind& kind = namedKinds()[GetParam()];
+    const Ends ends{kind};
+
+    void expectNothingOutOfNothing(const Outcome& outcome) const {
+        const std::size_t cut = outcome.cut;
+        EXPECT_TRUE(cut >= withoutBody(CREATED, 28) || outcome.check != AUDIO_NO_ERROR) << cut;
+        if (kind.checksAtServer) {
+            EXPECT_TRUE(cut >= withoutBody(ends.checked, 4) || outcome.check != AUDIO_NO_ERROR)
+                << cut;
+        }
+        EXPECT_TRUE(cut >= withoutBody(ends.started, 4) || outcome.start != AUDIO_NO_ERROR) << cut;
+        EXPECT_LE(outcome.moved, 64) << cut;
+    }
+};
+
+TEST_P(AConversation, ThatIsClosedAtAnyByteFailsFromThereOn) {
+    const ProcessState before = ProcessState::now();
+    {
+        const PolicyGuard guard({60s, true, true});
+        for (const Outcome& outcome : outcomes(kind, Move::End::CLOSES)) {
+            expectNothingOutOfNothing(outcome);
+            EXPECT_TRUE(outcome.cut < ends.checked || outcome.check == AUDIO_NO_ERROR)
+                << outcome.cut;
+            EXPECT_TRUE(outcome.cut < ends.started || outcome.start == AUDIO_NO_ERROR)
+                << outcome.cut;
+        }
+    }
+    EXPECT_TRUE(returnsTo(before));
+}
+
+TEST_P(AConversation, ThatFallsSilentAtAnyByteFailsFromThereOn) {
+    const ProcessState before = ProcessState::now();
+    {
+        const PolicyGuard guard({40ms, true, true});
+        for (const Outcome& outcome : outcomes(kind, Move::End::STALLS))
+            expectNothingOutOfNothing(outcome);
+    }
+    EXPECT_TRUE(returnsTo(before));
+}
+
+INSTANTIATE_TEST_SUITE_P(OfEachKind, AConversation, ::testing::Range<std::size_t>(0, 5),
+                         [](const auto& test) {
+                             return std::string(namedKinds()[test.param].name);
+                         });
+
+// ---- Settings, which all use one kind of request --------------------------------------------
+
+/// @return whether the operation succeeded, with a server that is cut
+template <typename Operation>
+bool succeeds(std::size_t cut, Move::End end, Operation operation) {
+    HostileServer server;
+    server.planOthers(cutAfter(cut, end));
+    return operation() == AUDIO_NO_ERROR;
+}
+
+TEST(ASettingsConversation, ThatIsClosedAtAnyByteFails) {
+    const ProcessState before = ProcessState::now();
+    {
+        const PolicyGuard guard({60s, true, true});
+        const auto getVolume = [] {
+            float gain = 1;
+            return ClientVolumeSetting().getMasterVolume(&gain);
+        };
+        const auto getVersions = [] {
+            int numbers[9] = {};
+            ClientVersionSetting setting;
+            return setting.getServerVersions(numbers, numbers + 3, numbers + 6);
+        };
+        const auto getNames = [] {
+            std::vector<std::string> names;
+            const int result = ClientSourceSetting().getActiveTracksName("main", names);
+            EXPECT_TRUE(names.empty());
+            return result;
+        };
+        for (std::size_t cut = 0; cut <= REGISTERED + FRAME; cut += stride(1)) {
+            const bool isTold = cut >= REGISTERED + TOLD;
+            EXPECT_EQ(succeeds(cut, Move::End::CLOSES, getVolume), isTold) << cut;
+            EXPECT_EQ(succeeds(cut, Move::End::CLOSES, getVersions), isTold) << cut;
+            EXPECT_EQ(succeeds(cut, Move::End::CLOSES, getNames), isTold) << cut;
+        }
+        EXPECT_TRUE(succeeds(REGISTERED + FRAME + 4, Move::End::CLOSES, getVolume));
+    }
+    EXPECT_TRUE(returnsTo(before));
+}
+
+TEST(ASettingsConversation, ThatFallsSilentAtAnyByteFails) {
+    const PolicyGuard guard({20ms, true, true});
+    for (std::size_t cut = 0; cut < REGISTERED + FRAME; cut += stride(3)) {
+        EXPECT_FALSE(succeeds(cut, Move::End::STALLS, [] {
+            float gain = 1;
+            return ClientVolumeSetting().getMasterVolume(&gain);
+        })) << cut;
+    }
+}
+
+}  // namespace
+}  // namespace cabinaudio::test

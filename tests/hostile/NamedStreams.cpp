@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/hostile/NamedStreams.h"
+
+#include <cabinaudio/client/ClientRecord.h>
+#include <cabinaudio/client/ClientRecordRt.h>
+#include <cabinaudio/client/ClientSink.h>
+#include <cabinaudio/client/ClientTrack.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <thread>
+#include <type_traits>
+
+namespace cabinaudio::test {
+
+namespace {
+
+#if defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+constexpr unsigned SLOWNESS = 4;
+#elif __has_feature(address_sanitizer)
+constexpr unsigned SLOWNESS = 2;
+#else
+constexpr unsigned SLOWNESS = 1;
+#endif
+#elif defined(__arm__)
+constexpr unsigned SLOWNESS = 6;  // mostly in an emulator
+#else
+constexpr unsigned SLOWNESS = 1;
+#endif
+
+template <typename Stream>
+constexpr bool PLAYS = std::is_base_of_v<audio::QVAudioTrack, Stream>;
+
+template <typename Stream>
+class StreamOf : public NamedStream {
+public:
+    template <typename... Arguments>
+    explicit StreamOf(Arguments&&... arguments) : mStream(arguments...) {}
+
+    int initCheck() override { return mStream.initCheck(); }
+    int start() override { return mStream.start(); }
+    int stop() override { return mStream.stop(); }
+    int clear() override { return mStream.clear(); }
+    int getTotalBufferSize() override { return mStream.getTotalBufferSize(); }
+    int move(unsigned char* bytes, int count, bool isBlock) override {
+        if constexpr (PLAYS<Stream>)
+            return mStream.write(bytes, count, isBlock);
+        else
+            return mStream.read(bytes, count, isBlock);
+    }
+    int available() override {
+        if constexpr (PLAYS<Stream>)
+            return mStream.bytesFree();
+        else
+            return mStream.bytesUsed();
+    }
+    int ask() override {
+        if constexpr (PLAYS<Stream>)
+            return mStream.writeDone();
+        else
+            return mStream.getVolume();
+    }
+
+private:
+    Stream mStream;
+};
+
+template <typename Stream, AudioTagType TAG>
+std::unique_ptr<NamedStream> create(const std::string& name) {
+    AudioFormatDesc format = {0, 48000, 0, AUDIO_CHANNEL_MAP_2, 0, AUDIO_BIT_DEPTH_16};
+    return std::make_unique<StreamOf<Stream>>(name.c_str(), TAG, format, 0);
+}
+
+template <std::uint32_t CODEC>
+std::unique_ptr<NamedStream> createUplink(const std::string& name) {
+    AudioFormatDesc format = {CODEC, 16000, 0, AUDIO_CHANNEL_MAP_1, 0, AUDIO_BIT_DEPTH_16};
+    return std::make_unique<StreamOf<ClientRecordRt>>(name.c_str(), AUDIO_TAG_UPLINK, format);
+}
+
+}  // namespace
+
+const std::vector<NamedKind>& namedKinds() {
+    static const std::vector<NamedKind> kinds = {
+        {"alternativeTrack", true, true, true, false, create<ClientTrack, AUDIO_TAG_ALTERNATIVE>},
+        {"auxiliaryTrack", true, false, true, false, create<ClientTrack, AUDIO_TAG_AUXILIARY>},
+        {"sink", true, false, false, false, create<ClientSink, AUDIO_TAG_MAIN>},
+        {"record", false, true, true, false, create<ClientRecord, AUDIO_TAG_INPUT0>},
+        {"uplink", false, false, true, false, createUplink<0>},
+        {"uplinkLoas", false, false, true, true, createUplink<16>},
+        {"uplinkOpus", false, false, true, true, createUplink<32>},
+        {"uplinkMsbc", false, false, true, true, createUplink<65>},
+    };
+    return kinds;
+}
+
+void inParallel(std::size_t count, unsigned threads, const std::function<void(std::size_t)>& body) {
+    std::atomic<std::size_t> next{0};
+    std::vector<std::thread> running;
+    for (unsigned i = 0; i < threads; ++i)
+        running.emplace_back([&] {
+            for (std::size_t at = next++; at < count; at = next++)
+                body(at);
+        });
+    for (std::thread& thread : running)
+        thread.join();
+}
+
+unsigned scaled(unsigned rounds) {
+    const char* const percent = std::getenv("CABINAUDIO_TEST_SCALE");
+    const unsigned wanted = percent != nullptr ? static_cast<unsigned>(std::atoi(percent)) : 100;
+    return std::max(1U, rounds / SLOWNESS * wanted / 100);
+}
+
+std::size_t stride(std::size_t here) {
+    return SLOWNESS == 1 ? here : here * SLOWNESS;
+}
+
+}  // namespace cabinaudio::test
