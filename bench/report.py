@@ -150,8 +150,9 @@ def counts(results, name="gate"):
     for what, entry in results.programs[name]["counts"].items():
         goal = entry.get("goal")
         verdict = "" if goal is None else "reached" if entry["count"] <= goal else "**missed**"
-        lines.append(f"| {what} | {number(entry['count'])} | {entry.get('limit', 0):.0f} | "
-                     f"{'' if goal is None else format(goal, '.0f')} | {verdict} |")
+        limit = entry.get("limit")
+        shown = ["" if value is None else format(value, ".0f") for value in (limit, goal)]
+        lines.append(f"| {what} | {number(entry['count'])} | {shown[0]} | {shown[1]} | {verdict} |")
     return lines
 
 

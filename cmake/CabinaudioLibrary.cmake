@@ -28,7 +28,7 @@ if(NOT CABINAUDIO_SANITIZE)
     # The entries that only move with the library take one bit each instead of 24 bytes, where
     # linker and C library know how.
     include(CheckLinkerFlag)
-    check_linker_flag(CXX "LINKER:-z,pack-relative-relocs,--fatal-warnings"
+    check_linker_flag(CXX "LINKER:--fatal-warnings,-z,pack-relative-relocs"
                       CABINAUDIO_PACKS_RELOCATIONS)
     if(CABINAUDIO_PACKS_RELOCATIONS)
         target_link_options(cabinaudio PRIVATE "LINKER:-z,pack-relative-relocs")

@@ -12,7 +12,6 @@
 
 #include <cinttypes>
 #include <cstddef>
-#include <cstdio>
 #include <cstring>
 #include <limits>
 
@@ -209,8 +208,9 @@ void RemoteCall::init_audio_param(std::uint8_t* record, std::int32_t cmd, audio_
     param.handle = static_cast<std::uint32_t>(handle);
     param.length = static_cast<std::uint32_t>(length);
     param.timestamp = AudioTime::now();
-    std::snprintf(param.name, sizeof param.name, "%s",
-                  name != nullptr ? name : cabinaudio::wire::NAME_UNKNOWN);
+    if (name == nullptr) name = cabinaudio::wire::NAME_UNKNOWN;
+    // As much as fits before the last byte, which stays 0.
+    std::memcpy(param.name, name, strnlen(name, sizeof param.name - 1));
     std::memcpy(record, &param, sizeof param);
 }
 

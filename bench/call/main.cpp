@@ -154,8 +154,10 @@ void measure(const Options& options) {
     std::printf("\nRatios of the medians [within one round]\n");
     report.ratio(results, "p50", "callFuncId", "handover", 1.05);
     report.quotient(results, "callFuncId", "p99", "p50", MOST_P99);
-    for (const Requesters::Entry& entry : peers.all())
+    for (const Requesters::Entry& entry : peers.all()) {
         report.ratio(results, "p50", "callFuncId", entry.name, MOST_OF_PEERS);
+        report.ratio(results, "p50", "handover", entry.name);  // what could be reached
+    }
     report.ratio(results, "cpu", "callFuncId", "handover");
     report.ratio(results, "p50", "handover", "raw");
     report.ratio(results, "p50", "callFuncId", "raw");

@@ -132,7 +132,9 @@ void measure(const Options& options) {
                          goal);
         };
         compare(LIMIT, mostOfLimit(chunk));
-        compare("memcpy+clock,called", std::nullopt);
+        for (const char* const called :
+             {"memcpy+clock,called", "spa+clock,called", "boost+clock,called"})
+            compare(called, std::nullopt);
         for (const char* const peer : STAMPED_PEERS)
             compare(peer, MOST_OF_PEERS);
     });

@@ -182,6 +182,34 @@ private:
     unsigned mTries = 0;
 };
 
+/// The writer's processor and the reader's, from the last one that may be used downwards; the same
+/// one where there is no other.
+class Places {
+public:
+    Places() {
+        cpu_set_t allowed;
+        checked(sched_getaffinity(0, sizeof allowed, &allowed), "sched_getaffinity");
+        for (int cpu = CPU_SETSIZE - 1; cpu >= 0; --cpu)
+            if (CPU_ISSET(cpu, &allowed)) mCpus.push_back(cpu);
+    }
+    [[nodiscard]] int writer() const { return mCpus.front(); }
+    [[nodiscard]] int reader() const { return mCpus.size() > 1 ? mCpus[1] : mCpus[0]; }
+
+private:
+    std::vector<int> mCpus;
+};
+
+const Places& places() {
+    static const Places all;
+    return all;
+}
+
+/// Keeps other programs from coming between, where that is allowed.
+bool askForQuiet() {
+    const sched_param priority{10};
+    return sched_setscheduler(0, SCHED_RR, &priority) == 0;
+}
+
 struct Signals {
     std::atomic<bool> isReady{false};
     std::atomic<bool> isDone{false};
@@ -190,6 +218,7 @@ struct Signals {
 template <typename Ring>
 [[noreturn]] void readAll(Ring& ring, Signals& signals, std::uint64_t bytes, std::uint32_t chunk) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    stayOnOneCpu(places().reader());
     std::vector<unsigned char> to(chunk);
     signals.isReady = true;
     Patience patience;
@@ -246,7 +275,11 @@ void measure(const Options& options) {
     const PrivateInstance instance;
     setLogLines(LogLines::Dropped);
     Report report("From one process to another, ring of 64 KiB", options);
-    report.setting("processor", "all of them, nothing is pinned");
+    report.setting("processors", "writer on CPU " + std::to_string(places().writer()) +
+                                     ", reader on CPU " + std::to_string(places().reader()));
+    stayOnOneCpu(places().writer());
+    report.setting("scheduling",
+                   askForQuiet() ? "SCHED_RR" : "ordinary: SCHED_RR is refused, expect more noise");
     for (const std::uint32_t chunk : CHUNKS) {
         addProgram<OursCopied>("ours", chunk, options.repeats);
         addProgram<OursInPlace>("ours in place", chunk, options.repeats);
