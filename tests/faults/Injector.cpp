@@ -225,7 +225,7 @@ const std::vector<Row>& rows() {
             {"send", {EPIPE, ECONNRESET, EAGAIN, EINTR, ENOMEM, ENOBUFS}}),
         row<ErrnoHook<8, ssize_t, int, void*, std::size_t, int>>(
             {"recv", {ECONNRESET, EINTR, ENOMEM, EAGAIN}, false, false, true}),
-        row<ErrnoHook<9, int, int, int>>({"shutdown", {ENOTCONN, ENOBUFS}}),
+        row<LateHook<9, int, int, int>>({"shutdown", {ENOTCONN}}),
         row<ErrnoHook<10, int, int, int, int, const void*, socklen_t>>(
             {"setsockopt", {ENOMEM, ENOBUFS}}),
         row<ErrnoHook<11, int, int, Word, Word>>(
