@@ -12,17 +12,21 @@
 
 #include "tests/client/StreamFixture.h"
 #include "tests/support/PolicyGuard.h"
+#include "tests/support/ProcessState.h"
 
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <functional>
 #include <future>
 #include <memory>
+#include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -80,7 +84,7 @@ auto calling(Call call, std::function<void()> event) {
 /// program in order.
 template <typename Result>
 Result soon(std::future<Result>& result) {
-    if (result.wait_for(std::chrono::seconds(60)) != std::future_status::ready) {
+    if (result.wait_for(std::chrono::seconds(30)) != std::future_status::ready) {
         std::fprintf(stderr, "FAILED: %s: a wake-up was lost\n",
                      ::testing::UnitTest::GetInstance()->current_test_info()->name());
         std::_Exit(1);
@@ -105,6 +109,21 @@ protected:
 
 TEST_F(ARequesterAboutToWait, HearsOfADisconnect) {
     ASSERT_TRUE(server.waitForClients(1));
+    std::future<std::int32_t> end;
+    auto result = receiving(
+        [&] { end = std::async(std::launch::async, [this] { return connection->disconnect(); }); });
+    EXPECT_EQ(soon(result), 1);
+    EXPECT_EQ(soon(end), 0);
+}
+
+/// Nobody else wakes it then: the receive thread does so at its end, which is over.
+TEST_F(ARequesterAboutToWait, HearsOfADisconnectFromALostServer) {
+    ASSERT_TRUE(server.waitForClients(1));
+    server.close();
+    ASSERT_TRUE(eventually([] {
+        const std::vector<std::string> names = threadNames();
+        return std::find(names.begin(), names.end(), "AS-SktWorker") == names.end();
+    }));
     std::future<std::int32_t> end;
     auto result = receiving(
         [&] { end = std::async(std::launch::async, [this] { return connection->disconnect(); }); });
