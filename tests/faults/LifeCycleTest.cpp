@@ -13,12 +13,15 @@
 
 #include "tests/client/StreamFixture.h"
 #include "tests/client/StreamKinds.h"
+#include "tests/foundation/Child.h"
 #include "tests/support/PolicyGuard.h"
 #include "tests/support/ProcessState.h"
 
 #include <fcntl.h>
 #include <malloc.h>
 #include <pthread.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -163,6 +166,62 @@ TEST_P(AStreamsLife, EndsAsAFailureWhereNoDescriptorIsLeft) {
     }
     EXPECT_TRUE(returnsTo(before));
     live();
+}
+
+/// One track and one record, whose rings lie in shared memory alone, where something is short.
+void liveInWant(ScriptedServer& server) {
+    server.on(2, Answer::words(0, 0, SIZE, 1024, 16, 256, 0));
+    setLinkPolicy({2s, true, true});
+    const ProcessState before = ProcessState::now();
+    unsigned char data[SIZE] = {};
+    for (const std::size_t kind : {0, 3}) {
+        const std::unique_ptr<AnyStream> stream = streamKinds()[kind].create(cdFormat());
+        const int results[] = {stream->initCheck(), stream->start(), stream->stop()};
+        for (const int result : results)
+            EXPECT_TRUE(result == AUDIO_NO_ERROR || result == AUDIO_INVALID_STATE || result == 1)
+                << result;
+        EXPECT_LE(stream->move(data, 512, true), 0) << "nobody has made a ring";
+        EXPECT_LE(stream->move(data, 512, false), 0);
+    }
+    EXPECT_TRUE(returnsTo(before));
+}
+
+/// A file system for shared memory that this process has for itself, with one page left.
+bool fillSharedMemory() {
+    return unshare(CLONE_NEWNS) == 0 &&
+           mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount("none", "/dev/shm", "tmpfs", 0, "size=4k") == 0;
+}
+
+TEST(Streams, LiveWhereSharedMemoryIsFull) {
+    const ChildEnd asked = runInChild([] { EXPECT_TRUE(fillSharedMemory()); });
+    if (!asked.passed()) GTEST_SKIP() << "only the superuser has a /dev/shm of his own";
+    const ChildEnd end = runInChild([] {
+        ASSERT_TRUE(fillSharedMemory());
+        ScriptedServer server;
+        liveInWant(server);
+    });
+    EXPECT_TRUE(end.passed()) << end.output;
+    EXPECT_NE(end.output.find("failed:No space left on device"), std::string::npos) << end.output;
+}
+
+/// The limit does not hold for the superuser.
+TEST(Streams, LiveWhereNoThreadIsToBeHad) {
+    for (static rlim_t most = 1; most <= 8; ++most) {
+        const ChildEnd end = runInChild([] {
+            if (geteuid() == 0) {
+                ASSERT_EQ(setresuid(65534, 65534, 65534), 0);
+            }
+            ScriptedServer server;
+            const Limit limit(RLIMIT_NPROC, most);
+            ASSERT_TRUE(limit.isSet());
+            liveInWant(server);
+        });
+        EXPECT_TRUE(end.passed()) << most << end.output;
+        if (most == 1) {
+            EXPECT_NE(end.output.find("Fail to start thread"), std::string::npos) << end.output;
+        }
+    }
 }
 
 /// On a system with room for a hundred and fifty streams in 32 bits of addresses; each has two or
