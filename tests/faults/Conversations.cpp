@@ -147,6 +147,8 @@ public:
             server.on(place, [this](const Request&) {
                 const std::lock_guard lock(mLock);
                 mRing.reset();  // removes the name
+                // A client that has given up may have asked nevertheless.
+                if (mIsOver) return Answer::words(AUDIO_INVALID_STATE, 0, 0);
                 mRing = physicalRing("str", SIZE);
                 return Answer::words(0, RING_ADDRESS, SIZE);
             });
@@ -158,6 +160,7 @@ public:
     void dropRing() {
         const std::lock_guard lock(mLock);
         mRing.reset();
+        mIsOver = true;
     }
 
     /// Gives a reader something to read.
@@ -177,6 +180,7 @@ private:
     const StreamKind& mKind;
     std::mutex mLock;
     std::unique_ptr<ShareMemoryEx> mRing;
+    bool mIsOver = false;
 };
 
 void useStream(Talk& talk, AnyStream& stream, const StreamKind& kind, StreamServer& peer) {

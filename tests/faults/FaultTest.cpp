@@ -45,10 +45,10 @@ bool isThorough() {
 }
 
 /// How often a site is called is no limit of interest: later calls are like earlier ones.
-constexpr std::uint32_t MOST_OCCURRENCES = 20;
+constexpr std::uint32_t MOST_OCCURRENCES = 5;
 
 /// Of one fault, until its call comes.
-constexpr int MOST_ATTEMPTS = 4;
+constexpr int MOST_ATTEMPTS = 8;
 
 std::size_t processesAtOnce() {
     const char* const wish = std::getenv("CABINAUDIO_FAULTS_JOBS");
@@ -272,6 +272,13 @@ TEST_F(Faults, EndAsDocumented) {
                 }
         }
     runs.finish(judge);
+    while (!again.empty()) {
+        const std::vector<Attempt> late = std::move(again);
+        again.clear();
+        for (const Attempt& run : late)
+            runs.begin(*run.conversation, run.fault, judge, run.attempt + 1);
+        runs.finish(judge);
+    }
     std::printf(
         "faults: %zu sites, %zu pairs of site and errno, %zu of them injected; "
         "%zu processes, %zu failed calls, %zu ended by exhausted memory, "
@@ -279,7 +286,8 @@ TEST_F(Faults, EndAsDocumented) {
         sites().size(), pairs.size(), injected.size(), processes, failures, aborted, notReached);
     RecordProperty("sites", static_cast<int>(sites().size()));
     for (const auto& [site, error] : pairs)
-        EXPECT_TRUE(injected.count({site, error}) != 0)
+        EXPECT_TRUE(injected.count({site, error}) != 0 ||
+                    faultyFunctions()[site.function].mayNotCome)
             << describe(site) << " did not fail with " << std::strerror(error);
 }
 

@@ -257,7 +257,7 @@ const std::vector<Row>& rows() {
         row<Hook<29, Telling::RESULT, int, pthread_t, const char*>>(
             {"pthread_setname_np", {EMFILE, EACCES, ENOENT}}),
         // Sleeping: the word has changed already, or a signal came.
-        row<SleepHook<30>>({"syscall", {EAGAIN, EINTR}, false, false, true}),
+        row<SleepHook<30>>({"syscall", {EAGAIN, EINTR}, false, false, true, true}),
         row<ErrnoHook<31, int, const char*, unsigned>>({"mkdir", {EEXIST, EACCES, ENOSPC, EROFS}}),
         row<ErrnoHook<32, int, int>>({"fsync", {EIO, ENOSPC, EINTR, EROFS}}),
         row<ErrnoHook<33, int, int, void*, void*, void*, void*>>({"select", {EINTR, ENOMEM}}),
