@@ -9,6 +9,7 @@
 #include <cabinaudio/foundation/AudioStatus.h>
 #include <cabinaudio/link/AudioConnection.h>
 #include <cabinaudio/link/RemoteCall.h>
+#include <cabinaudio/shm/ShareMemory.h>
 
 #include "tests/client/StreamFixture.h"
 #include "tests/support/PolicyGuard.h"
@@ -31,6 +32,7 @@
 namespace {
 
 thread_local std::function<void()> tLastMoment;  // of the next wait of this thread
+thread_local std::function<void()> tBeforeFlag;  // before it says next that it waits for space
 
 template <typename Function>
 Function next(const char* symbol, const char* otherSymbol) {
@@ -58,6 +60,14 @@ std::int32_t AudioCondition::waitRelative(AudioMutex& mutex, std::uint64_t ms) {
                                         "_ZN14AudioCondition12waitRelativeER10AudioMutexy");
     comeToTheLastMoment();
     return real(this, mutex, ms);
+}
+
+void ShareMemoryEx::setWait(bool wait) {
+    using SetWait = void (*)(ShareMemoryEx*, bool);
+    static const auto real =
+        next<SetWait>("_ZN13ShareMemoryEx7setWaitEb", "_ZN13ShareMemoryEx7setWaitEb");
+    if (wait && tBeforeFlag) std::exchange(tBeforeFlag, nullptr)();
+    real(this, wait);
 }
 
 namespace cabinaudio::test {
@@ -200,6 +210,17 @@ TEST_F(AWriterAboutToWait, HearsOfSpace) {
         serverRing->read(heard.data(), 512);
     });
     EXPECT_EQ(soon(result), 256) << log.dump();
+}
+
+/// The server frees, looks at the flag and wakes nobody, before the flag is set.
+TEST_F(AWriterAboutToWait, SeesSpaceThatNobodyTellsItOf) {
+    auto result = std::async(std::launch::async, [this] {
+        tBeforeFlag = [this] { serverRing->updateReadOffset(512); };
+        return track->write(data.data(), 256, true);
+    });
+    EXPECT_EQ(soon(result), 256) << log.dump();
+    EXPECT_EQ(log.countMatching(WARN, ".*wait free space timeout.*\n"), 0U);
+    EXPECT_FALSE(serverRing->getWait());
 }
 
 TEST_F(AWriterAboutToWait, HearsThatTheStreamIsRemoved) {
