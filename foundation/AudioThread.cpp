@@ -8,10 +8,15 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 
 namespace {
+
+/// Each stream has three threads, and the target 3 GiB of addresses: with the system's 8 MiB for
+/// each stack not even 128 streams would fit.
+constexpr std::size_t STACK_BYTES = std::size_t{1024} * 1024;
 
 /// pthread_create, such that the new thread has all signals blocked from its first instruction on.
 int createDeafToSignals(pthread_t& thread, const pthread_attr_t& attr, void* (*entry)(void*),
@@ -31,6 +36,7 @@ int createOrdinary(pthread_t& thread, void* (*entry)(void*), void* argument) {
     AUDIO_IGNORE(pthread_attr_init(&attr) == 0);
     AUDIO_IGNORE(pthread_attr_setinheritsched(&attr, PTHREAD_EXPLICIT_SCHED) == 0);
     AUDIO_IGNORE(pthread_attr_setschedpolicy(&attr, SCHED_OTHER) == 0);
+    AUDIO_IGNORE(pthread_attr_setstacksize(&attr, STACK_BYTES) == 0);
     const int ret = createDeafToSignals(thread, attr, entry, argument);
     AUDIO_IGNORE(pthread_attr_destroy(&attr) == 0);
     return ret;
@@ -74,6 +80,7 @@ void AudioThread::start() {
     AUDIO_IGNORE(pthread_attr_setinheritsched(&attr, PTHREAD_EXPLICIT_SCHED) == 0);
     AUDIO_IGNORE(pthread_attr_setschedpolicy(&attr, policy) == 0);
     AUDIO_IGNORE(pthread_attr_setschedparam(&attr, &param) == 0);
+    AUDIO_IGNORE(pthread_attr_setstacksize(&attr, STACK_BYTES) == 0);
     int ret = createDeafToSignals(mThread, attr, _run, this);
     if (ret == EPERM && cabinaudio::gAllowsOrdinaryThreads.load(std::memory_order_relaxed)) {
         AUDIO_LOGW("Thread(%s) may not be a real-time one.\n", mName);

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""mutate.py --tests DIRECTORY [--work DIRECTORY] [--only TEXT] [--from N] [--tsan DIRECTORY]:
+"""mutate.py --tests DIRECTORY [--work DIRECTORY] [--only TEXT] [--from N] [--seconds N]
+[--tsan DIRECTORY]:
 takes the library's locks, barriers, bounds and checks away, one at a time, and looks whether a
 test fails.
 
@@ -13,6 +14,7 @@ tests see what the others let through.
 Fails when less than 95 % are caught, or when one survives that mutants.py gives no reason for.
 """
 import argparse
+import filecmp
 import os
 import shutil
 import signal
@@ -27,7 +29,6 @@ ROOT = os.path.dirname(os.path.dirname(HERE))
 PARTS = ["CMakeLists.txt", "cmake", "include", "wire", "foundation", "link", "shm", "diag", "client"]
 RING_CHECK = os.path.join(ROOT, "tests", "shm", "check_ring_code.py")
 LEAST = 95.0  # per cent
-TEST_SECONDS = 150
 CROSS = "arm-linux-gnueabihf-"
 
 
@@ -49,12 +50,15 @@ class Library:
                        check=True, stdout=subprocess.DEVNULL)
 
     def restore(self, part):
+        """Only what differs is written, and is new then: the build goes by the files' times."""
         source, copy = os.path.join(ROOT, part), os.path.join(self.tree, part)
         if os.path.isdir(source):
-            shutil.copytree(source, copy, dirs_exist_ok=True)
-        else:
-            os.makedirs(os.path.dirname(copy), exist_ok=True)
-            shutil.copy2(source, copy)
+            for name in os.listdir(source):
+                self.restore(os.path.join(part, name))
+            return
+        os.makedirs(os.path.dirname(copy), exist_ok=True)
+        if not os.path.exists(copy) or not filecmp.cmp(source, copy, shallow=False):
+            shutil.copyfile(source, copy)
 
     def put(self, path, text):
         with open(os.path.join(self.tree, path), "w", encoding="utf-8") as file:
@@ -84,20 +88,37 @@ def ends_well(command, environment, seconds):
 
 
 def program(directory, name):
-    for place, _, files in os.walk(os.path.join(directory, "tests")):
+    for place, _, files in os.walk(os.path.join(directory, "tests"), followlinks=True):
         if name in files and os.access(os.path.join(place, name), os.X_OK):
             return os.path.join(place, name)
     sys.exit(f"no test program {name} below {directory}/tests")
 
 
-def failing_test(library, directory, tests):
+def relinked(library, directory, name):
+    """A program that has objects of the library in itself, with this library's in their places."""
+    said = subprocess.run(["ninja", "-C", directory, "-t", "commands", name], check=True,
+                          stdout=subprocess.PIPE, text=True).stdout
+    words = said.strip().splitlines()[-1].split()
+    for i, word in enumerate(words):
+        own = mutants.OWN_COPIES.get(word, word)
+        if word.endswith(".o") and os.path.exists(os.path.join(library.build, own)):
+            words[i] = os.path.join(library.build, own)
+    place = words.index("-o") + 1
+    words[place] = os.path.join(library.build, "relinked-" + name)
+    subprocess.run(" ".join(words), shell=True, cwd=directory, check=True)
+    return words[place]
+
+
+def failing_test(library, directory, tests, seconds):
     """The first of the tests that fails with this library, or None."""
     environment = dict(os.environ, LD_LIBRARY_PATH=library.build, CABINAUDIO_RACE_ROUNDS="300",
                        TSAN_OPTIONS="halt_on_error=1")
     for test in tests:
         name, *arguments = test.split()
-        command = [program(directory, name), "--gtest_brief=1", "--gtest_fail_fast", *arguments]
-        if not ends_well(command, environment, TEST_SECONDS):
+        path = relinked(library, directory, name) if name in mutants.RELINKED \
+            else program(directory, name)
+        command = [path, "--gtest_brief=1", "--gtest_fail_fast", *arguments]
+        if not ends_well(command, environment, seconds):
             return test
     return None
 
@@ -130,12 +151,23 @@ def what_catches(mutant, plain, sanitized, options):
     if mutant.file in mutants.RING_CODE and shutil.which(CROSS + "g++") and \
             ring_code_objects(plain):
         return "check_ring_code.py"
-    failed = failing_test(plain, options.tests, mutants.tests_of(mutant.file))
+    failed = failing_test(plain, options.tests, mutants.tests_of(mutant.file), options.seconds)
     if failed or sanitized is None:
         return failed
     sanitized.compiles()
-    failed = failing_test(sanitized, options.tsan, mutants.sanitized_tests_of(mutant.file))
+    failed = failing_test(sanitized, options.tsan, mutants.sanitized_tests_of(mutant.file),
+                          options.seconds)
     return failed and failed + " (thread sanitizer)"
+
+
+def must_hold(library, directory, lists):
+    """Without a mutant nothing fails; otherwise a failure would tell nothing."""
+    if shutil.which(CROSS + "g++") and ring_code_objects(library):
+        sys.exit("check_ring_code.py objects to the library as it is")
+    tests = list(dict.fromkeys(test for tests in lists for test in tests))
+    failed = failing_test(library, directory, tests, 600)
+    if failed:
+        sys.exit(f"{failed} fails with the library as it is")
 
 
 def arguments():
@@ -145,6 +177,7 @@ def arguments():
     parser.add_argument("--tsan")
     parser.add_argument("--work", default="/tmp/cabinaudio-mutation")
     parser.add_argument("--only", default="", help="mutants whose file or name has this text")
+    parser.add_argument("--seconds", type=int, default=150, help="what a test program may take")
     parser.add_argument("--from", dest="first", type=int, default=1)
     return parser.parse_args()
 
@@ -162,6 +195,11 @@ def main():
     if not plain.compiles():
         sys.exit("the library as it is does not compile:\n" + plain.said)
     sanitized = Library(options.work, "thread") if options.tsan else None
+    must_hold(plain, options.tests, [mutants.tests_of(mutant.file) for _, mutant in chosen])
+    if sanitized is not None:
+        sanitized.compiles()
+        must_hold(sanitized, options.tsan,
+                  [mutants.sanitized_tests_of(mutant.file) for _, mutant in chosen])
     caught = excused = 0
     unexplained = []
     for number, mutant in chosen:

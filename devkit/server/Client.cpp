@@ -19,6 +19,8 @@
 namespace cabinaudio::server {
 namespace {
 
+constexpr std::size_t PIECE = 4096;
+
 SocketFrameHeader frameHeader(std::uint32_t id) {
     SocketFrameHeader header = {};
     header.magic = FRAME_MAGIC;
@@ -53,40 +55,48 @@ std::string Client::title() const {
 }
 
 void Client::onReadable() {
-    std::array<std::uint8_t, 65536> chunk;
-    const ssize_t count = recv(mSocket.get(), chunk.data(), chunk.size(), 0);
-    if (count > 0) {
-        mInput.insert(mInput.end(), chunk.begin(), chunk.begin() + count);
-        while (isOpen() && handleMessage()) {
-        }
-    } else if (count == 0 && !mInput.empty()) {
-        fail("ended in the middle of a message");
-    } else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
-        close();
-    }
-}
-
-// Handles the first message if it is complete. @return whether it was
-bool Client::handleMessage() {
-    if (mInput.size() < sizeof(audio_param)) return false;
+    if (!receive(sizeof(audio_param))) return;
     audio_param header;
     std::memcpy(&header, mInput.data(), sizeof header);
     if (const std::string reason = complaint(header); !reason.empty()) {
         fail(reason);
-        return false;
+        return;
     }
     // A registration gives the size of its name as the length; nothing follows it.
     const bool isRegistration = header.cmd == AUDIO_CMD_REGISTER;
     const std::size_t end = sizeof header + (isRegistration ? 0 : header.length);
-    if (mInput.size() < end) return false;
-
+    if (!receive(end)) return;
     if (isRegistration) {
         handleRegistration(header);
     } else {
-        handleRequest(header, std::span(mInput).first(end).subspan(sizeof header));
+        handleRequest(header, std::span(mInput).subspan(sizeof header));
     }
-    mInput.erase(mInput.begin(), mInput.begin() + static_cast<std::ptrdiff_t>(end));
+    mInput.clear();
+    if (mInput.capacity() > PIECE) mInput.shrink_to_fit();
+}
+
+// Completes the message up to `end` bytes. @return whether all of them have come
+bool Client::receive(std::size_t end) {
+    while (mInput.size() < end) {
+        std::array<std::uint8_t, PIECE> chunk;
+        const std::size_t wanted = std::min(end - mInput.size(), chunk.size());
+        const ssize_t count = recv(mSocket.get(), chunk.data(), wanted, 0);
+        if (count > 0) {
+            mInput.insert(mInput.end(), chunk.begin(), chunk.begin() + count);
+            continue;
+        }
+        if (count == 0 && !mInput.empty()) {
+            fail("ended in the middle of a message");
+        } else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
+            close();
+        }
+        return false;
+    }
     return true;
+}
+
+bool Client::isHalfOpen(std::chrono::seconds limit) const {
+    return isOpen() && mHandle == 0 && std::chrono::steady_clock::now() - mSince >= limit;
 }
 
 std::string Client::complaint(const audio_param& header) const {

@@ -7,6 +7,7 @@
 #include "devkit/server/UniqueFd.h"
 #include "wire/Frame.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -37,6 +38,7 @@ protected:
 
 /// One connection: puts messages together from the bytes of the socket, checks their headers, and
 /// sends replies and notifications. Sending never blocks: who does not read loses the connection.
+/// Of messages that wait one is read at a time, so that other clients have their turn in between.
 class Client {
 public:
     /// Larger payloads are taken for garbage; the largest real one is a few KiB.
@@ -62,10 +64,12 @@ public:
     /// Logs why and closes the connection.
     void fail(const std::string& reason);
     [[nodiscard]] bool isOpen() const { return static_cast<bool>(mSocket); }
+    /// Whether it has not registered yet although it connected `limit` ago or earlier.
+    [[nodiscard]] bool isHalfOpen(std::chrono::seconds limit) const;
 
 private:
     void onReadable();
-    bool handleMessage();
+    bool receive(std::size_t end);
     void handleRegistration(const audio_param& header);
     void handleRequest(const audio_param& header, std::span<const std::uint8_t> payload);
     [[nodiscard]] std::string complaint(const audio_param& header) const;
@@ -75,7 +79,8 @@ private:
     EventLoop& mLoop;
     ClientOwner& mOwner;
     UniqueFd mSocket;
-    std::vector<std::uint8_t> mInput;  // received and not yet handled
+    std::vector<std::uint8_t> mInput;  // the message under way
+    const std::chrono::steady_clock::time_point mSince = std::chrono::steady_clock::now();
     std::uint32_t mHandle = 0;
     audio_connect_type mType = AUDIO_CONNECT_UNKNOWN;
     std::string mName;

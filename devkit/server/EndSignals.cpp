@@ -26,7 +26,8 @@ EndSignals::EndSignals(EventLoop& loop, std::function<void(int signal)> handler)
     pthread_sigmask(SIG_BLOCK, &mSignals, nullptr);
     mFd = UniqueFd(signalfd(-1, &mSignals, SFD_CLOEXEC | SFD_NONBLOCK));
     if (!mFd) throw systemError("signalfd");
-    mLoop.add(mFd.get(), EPOLLIN, [this](std::uint32_t) { onReadable(); });
+    mLoop.add(
+        mFd.get(), EPOLLIN, [this](std::uint32_t) { onReadable(); }, EventLoop::Turn::First);
 }
 
 EndSignals::~EndSignals() {

@@ -58,9 +58,13 @@ void Listener::acceptOne() {
     } else if (outOfResources(errno)) {
         // The connection stays in the backlog, so watching on would mean spinning.
         log::warning("accept: %s; new clients wait until another one leaves", strerror(errno));
-        mLoop.remove(mSocket.get());
-        mPaused = true;
+        pause();
     }
+}
+
+void Listener::pause() {
+    mLoop.remove(mSocket.get());
+    mPaused = true;
 }
 
 void Listener::resume() {

@@ -21,7 +21,10 @@ public:
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
 
-    /// Tries again after descriptors had run out; to be called when one was closed.
+    /// New connections wait until resume().
+    void pause();
+    /// Tries again after a pause, or after descriptors had run out; to be called when one was
+    /// closed.
     void resume();
 
 private:

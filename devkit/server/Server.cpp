@@ -9,10 +9,13 @@
 #include "wire/Frame.h"
 
 #include <nlohmann/json.hpp>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
+#include <utility>
 
 namespace cabinaudio::server {
 namespace {
@@ -43,6 +46,20 @@ CaptureRegistry::Settings captureSettings(const Options& options, const Settings
     return settings;
 }
 
+// Who has connected registers at once.
+constexpr std::chrono::seconds REGISTRATION_LIMIT{10};
+constexpr std::chrono::seconds REGISTRATION_LOOK{1};
+
+// A stream needs up to four descriptors: its socket, a timer, the cache device, a file. Those of
+// clients that are connected must not run out because others connect.
+std::size_t mostClients() {
+    constexpr rlim_t DESCRIPTORS_EACH = 4;
+    struct rlimit limit = {};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) limit.rlim_cur = 1024;
+    return static_cast<std::size_t>(
+        std::max<rlim_t>(std::min<rlim_t>(limit.rlim_cur, 65536) / DESCRIPTORS_EACH, 1));
+}
+
 }  // namespace
 
 Server::Server(const Options& options)
@@ -53,6 +70,8 @@ Server::Server(const Options& options)
                       mLoop.stop();
                   }),
       mTrace(options.isTraced),
+      mMostClients(mostClients()),
+      mRegistrationClock(mLoop, [this](std::uint64_t) { endHalfOpen(); }),
       // First of all: a second server must not touch what belongs to the one that is running.
       mListener(mLoop, wire::SERVER_SOCKET,
                 [this](UniqueFd socket) { addClient(std::move(socket)); }),
@@ -123,6 +142,21 @@ void Server::addCommands() {
 void Server::addClient(UniqueFd socket) {
     ClientOwner& owner = *this;
     mClients.push_back(std::make_unique<Client>(mLoop, std::move(socket), owner));
+    if (!std::exchange(mIsLooking, true)) mRegistrationClock.every(REGISTRATION_LOOK);
+    if (mClients.size() < mMostClients) return;
+    log::warning("%zu clients; new clients wait until another one leaves", mClients.size());
+    mListener.pause();
+}
+
+void Server::endHalfOpen() {
+    bool isAnyLeft = false;
+    for (const auto& client : mClients) {
+        if (client->isHalfOpen(REGISTRATION_LIMIT)) client->fail("does not register");
+        isAnyLeft |= client->isHalfOpen(std::chrono::seconds(0));
+    }
+    if (isAnyLeft) return;
+    mIsLooking = false;
+    mRegistrationClock.stop();
 }
 
 std::uint32_t Server::registerClient(Client& client) {

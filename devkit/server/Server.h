@@ -17,12 +17,14 @@
 #include "devkit/server/Report.h"
 #include "devkit/server/RingPlaces.h"
 #include "devkit/server/StreamRegistry.h"
+#include "devkit/server/Timer.h"
 #include "devkit/server/Trace.h"
 #include "devkit/server/Waker.h"
 #include "devkit/server/settings/Calibration.h"
 #include "devkit/server/settings/Settings.h"
 #include "devkit/server/settings/StateFile.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -53,6 +55,7 @@ private:
     void disconnected(Client& client) override;
 
     void addClient(UniqueFd socket);
+    void endHalfOpen();
     void addCommands();
     void wake();
     void erase(const Client& client);
@@ -67,6 +70,9 @@ private:
     EndSignals mEndSignals;  // before there is any other thread
     Trace mTrace;
     std::vector<std::unique_ptr<Client>> mClients;
+    const std::size_t mMostClients;
+    Timer mRegistrationClock;  // ticks while somebody has not registered
+    bool mIsLooking = false;   // whether it does
     Listener mListener;
     Commands mCommands;
     ControlSocket mControl;

@@ -27,10 +27,13 @@ Timer::Timer(EventLoop& loop, Handler handler)
     : mLoop(loop), mFd(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
     if (!mFd) throw systemError("timerfd_create");
     const int fd = mFd.get();
-    mLoop.add(fd, EPOLLIN, [fd, call = std::move(handler)](std::uint32_t) {
-        std::uint64_t deadlines = 0;
-        if (read(fd, &deadlines, sizeof deadlines) == sizeof deadlines) call(deadlines);
-    });
+    mLoop.add(
+        fd, EPOLLIN,
+        [fd, call = std::move(handler)](std::uint32_t) {
+            std::uint64_t deadlines = 0;
+            if (read(fd, &deadlines, sizeof deadlines) == sizeof deadlines) call(deadlines);
+        },
+        EventLoop::Turn::First);
 }
 
 Timer::~Timer() {

@@ -15,6 +15,7 @@
 #include <cabinaudio/foundation/AudioThread.h>
 #include <cabinaudio/foundation/AudioTime.h>
 #include <cabinaudio/link/LinkPolicy.h>
+#include <cabinaudio/link/RemoteCall.h>
 
 #include "tests/client/StreamFixture.h"
 #include "tests/client/StreamKinds.h"
@@ -25,11 +26,13 @@
 #include "wire/Settings.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <thread>
 
 namespace cabinaudio::test {
 namespace {
@@ -144,6 +147,8 @@ public:
             server.on(place, [this](const Request&) {
                 const std::lock_guard lock(mLock);
                 mRing.reset();  // removes the name
+                // A client that has given up may have asked nevertheless.
+                if (mIsOver) return Answer::words(AUDIO_INVALID_STATE, 0, 0);
                 mRing = physicalRing("str", SIZE);
                 return Answer::words(0, RING_ADDRESS, SIZE);
             });
@@ -155,6 +160,7 @@ public:
     void dropRing() {
         const std::lock_guard lock(mLock);
         mRing.reset();
+        mIsOver = true;
     }
 
     /// Gives a reader something to read.
@@ -174,6 +180,7 @@ private:
     const StreamKind& mKind;
     std::mutex mLock;
     std::unique_ptr<ShareMemoryEx> mRing;
+    bool mIsOver = false;
 };
 
 void useStream(Talk& talk, AnyStream& stream, const StreamKind& kind, StreamServer& peer) {
@@ -330,6 +337,51 @@ std::string settings(Record& record, const Fault& fault) {
     return talk.verdict();
 }
 
+// ---- Servers that do not answer -----------------------------------------------------------------
+
+std::string nobody(Record& record, const Fault& fault) {
+    Talk talk(record, fault, false);
+    talk.observe([&talk] { useVersion(talk); });
+    return talk.verdict();
+}
+
+std::string silence(Record& record, const Fault& fault) {
+    Talk talk(record, fault, false);
+    ScriptedServer server;
+    server.onOther(Answer::none());
+    setLinkPolicy({SHORT_WAIT, true, true});
+    talk.observe([&talk] { useVersion(talk); });
+    return talk.verdict();
+}
+
+/// A request that another thread waits for ends with its connection.
+std::string givingUp(Record& record, const Fault& fault) {
+    Talk talk(record, fault, true);
+    ScriptedServer server;
+    server.onOther(Answer::none());
+    talk.observe([&talk, &server] {
+        std::atomic<bool> isOver{false};
+        auto call =
+            std::make_unique<RemoteCall>(AUDIO_CONNECT_VERSION_SETTING, nullptr, nullptr, "call");
+        int result = 0;
+        std::thread requester;
+        {
+            const Exempt exempt;
+            requester = std::thread([&] {
+                result = call->callFuncId(1, false);
+                isOver = true;
+            });
+            (void)eventually([&] { return isOver || !server.requests(1).empty(); });
+        }
+        RemoteCall* const gone = call.release();
+        delete gone;
+        const Exempt exempt;
+        requester.join();
+        talk.check("callFuncId", result);
+    });
+    return talk.verdict();
+}
+
 // ---- The rest -----------------------------------------------------------------------------------
 
 std::string diagnostics(Record& record, const Fault& fault) {
@@ -388,7 +440,7 @@ std::string foundation(Record& record, const Fault& fault) {
         talk.check(waited == 1 || waited == -1, "a wait that nobody ends has ended");
         AudioTime::sleep(1000);
         (void)AudioTypes::getTag(AUDIO_TAG_INPUT_FRONT_FEEDBACK);
-        (void)AudioTypes::getTag(static_cast<audio::audio_out_path_id_e>(1));
+        (void)AudioTypes::getTag(audio::AUDIO_OUT_PATH_NONE);
     });
     return talk.verdict();
 }
@@ -439,6 +491,9 @@ const std::vector<Conversation>& conversations() {
         {"diagnostics", false, diagnostics},
         {"threads and memory", false, foundation},
         {"rings", false, rings},
+        {"nobody there", true, nobody},
+        {"a server that is silent", true, silence},
+        {"a request that is given up", true, givingUp},
         {"a track of alternative sound, without a policy", false, stream<0, false>},
         {"a track of auxiliary sound, without a policy", false, stream<1, false>},
         {"a sink, without a policy", false, stream<2, false>},

@@ -26,7 +26,7 @@ constexpr unsigned DATA_SLOT = R_AARCH64_GLOB_DAT;
 #endif
 
 constexpr std::size_t symbolOf(std::uint64_t info) {
-    return __WORDSIZE == 64 ? info >> 32 : info >> 8;
+    return static_cast<std::size_t>(__WORDSIZE == 64 ? info >> 32 : info >> 8);
 }
 constexpr unsigned typeOf(std::uint64_t info) {
     return static_cast<unsigned>(__WORDSIZE == 64 ? info & 0xffffffff : info & 0xff);

@@ -125,10 +125,11 @@ struct Hook {
 /// mmap, whose failure has an address of its own.
 template <std::uint16_t WHICH>
 struct MapHook {
-    using Real = void* (*)(void*, std::size_t, int, int, int, off_t);
+    using Real = void* (*)(void*, std::size_t, int, int, int, off64_t);
     static inline Real real = nullptr;
 
-    static void* call(void* at, std::size_t length, int rights, int flags, int file, off_t offset) {
+    static void* call(void* at, std::size_t length, int rights, int flags, int file,
+                      off64_t offset) {
         int error = 0;
         if (!isToFail(WHICH, __builtin_return_address(0), error))
             return real(at, length, rights, flags, file, offset);
@@ -201,8 +202,6 @@ using ErrnoHook = Hook<WHICH, Telling::ERRNO, Result, Arguments...>;
 template <std::uint16_t WHICH, typename Result, typename... Arguments>
 using LateHook = Hook<WHICH, Telling::AFTERWARDS, Result, Arguments...>;
 
-// The plain name, and that of the version with 64-bit offsets.
-constexpr bool LARGE = sizeof(off_t) == 8;
 constexpr const char* NEW = sizeof(std::size_t) == 8 ? "_Znwm" : "_Znwj";
 constexpr const char* NEW_ARRAY = sizeof(std::size_t) == 8 ? "_Znam" : "_Znaj";
 constexpr const char* NEW_NOTHROW =
@@ -225,26 +224,22 @@ const std::vector<Row>& rows() {
             {"send", {EPIPE, ECONNRESET, EAGAIN, EINTR, ENOMEM, ENOBUFS}}),
         row<ErrnoHook<8, ssize_t, int, void*, std::size_t, int>>(
             {"recv", {ECONNRESET, EINTR, ENOMEM, EAGAIN}, false, false, true}),
-        row<ErrnoHook<9, int, int, int>>({"shutdown", {ENOTCONN, ENOBUFS}}),
+        row<LateHook<9, int, int, int>>({"shutdown", {ENOTCONN}}),
         row<ErrnoHook<10, int, int, int, int, const void*, socklen_t>>(
             {"setsockopt", {ENOMEM, ENOBUFS}}),
-        row<ErrnoHook<11, int, int, Word, Word>>(
-            {LARGE && sizeof(Word) == 4 ? "fcntl64" : "fcntl", {EINTR, ENOMEM}}),
+        row<ErrnoHook<11, int, int, Word, Word>>({"fcntl", {EINTR, ENOMEM}}),
         row<ErrnoHook<12, int, void*, unsigned long, int>>({"poll", {EINTR, ENOMEM}}),
         row<ErrnoHook<13, int, const char*, int, unsigned>>(
             {"shm_open", {EMFILE, ENFILE, EACCES, ENOSPC, ENOMEM}}),
         row<LateHook<14, int, const char*>>({"shm_unlink", {ENOENT}}),
-        row<ErrnoHook<15, int, int, off_t>>(
-            {LARGE ? "ftruncate64" : "ftruncate", {EFBIG, EINTR, EIO, EPERM}}),
-        row<ErrnoHook<16, int, int, int, off_t, off_t>>(
-            {LARGE ? "fallocate64" : "fallocate",
-             {ENOSPC, EDQUOT, ENOMEM, EFBIG, EINTR, EIO, EOPNOTSUPP, ENOSYS}}),
-        row<MapHook<17>>(
-            {LARGE ? "mmap64" : "mmap", {ENOMEM, EAGAIN, EACCES, EPERM, ENODEV, ENFILE}}),
+        row<ErrnoHook<15, int, int, off64_t>>({"ftruncate64", {EFBIG, EINTR, EIO, EPERM}}),
+        row<ErrnoHook<16, int, int, int, off64_t, off64_t>>(
+            {"fallocate64", {ENOSPC, EDQUOT, ENOMEM, EFBIG, EINTR, EIO, EOPNOTSUPP, ENOSYS}}),
+        row<MapHook<17>>({"mmap64", {ENOMEM, EAGAIN, EACCES, EPERM, ENODEV, ENFILE}}),
         row<ErrnoHook<18, int, void*, std::size_t>>({"munmap", {ENOMEM}, false, true}),
         row<LateHook<19, int, int>>({"close", {EINTR, EIO}}),
         row<ErrnoHook<20, int, const char*, int, Word>>(
-            {LARGE ? "open64" : "open", {ENOENT, EACCES, EPERM, EMFILE, ENFILE, ENXIO, EINTR}}),
+            {"open64", {ENOENT, EACCES, EPERM, EMFILE, ENFILE, ENXIO, EINTR}}),
         row<ErrnoHook<21, int, int, unsigned long, void*>>(
             {"ioctl", {EIO, ENODEV, ENOTTY, EFAULT}}),
         row<LateHook<22, int, sem_t*, int, unsigned>>({"sem_init", {EINVAL, ENOSYS}}),
@@ -257,7 +252,7 @@ const std::vector<Row>& rows() {
         row<Hook<29, Telling::RESULT, int, pthread_t, const char*>>(
             {"pthread_setname_np", {EMFILE, EACCES, ENOENT}}),
         // Sleeping: the word has changed already, or a signal came.
-        row<SleepHook<30>>({"syscall", {EAGAIN, EINTR}, false, false, true}),
+        row<SleepHook<30>>({"syscall", {EAGAIN, EINTR}, false, false, true, true}),
         row<ErrnoHook<31, int, const char*, unsigned>>({"mkdir", {EEXIST, EACCES, ENOSPC, EROFS}}),
         row<ErrnoHook<32, int, int>>({"fsync", {EIO, ENOSPC, EINTR, EROFS}}),
         row<ErrnoHook<33, int, int, void*, void*, void*, void*>>({"select", {EINTR, ENOMEM}}),

@@ -19,6 +19,7 @@ struct FaultyFunction {
     bool isMemory = false;     // exhausted memory may end the process, as documented
     bool mayLeak = false;      // what it should have released stays
     bool needsPolicy = false;  // its failure can leave a wait without an end by default
+    bool mayNotCome = false;   // whether it is called depends on which thread is first
 };
 
 /// Everything that the library takes from elsewhere and that can fail on this system.

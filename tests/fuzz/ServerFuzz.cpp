@@ -67,10 +67,24 @@ public:
         : mFd(std::exchange(other.mFd, -1)),
           mType(other.mType),
           mHandle(other.mHandle),
+          mIsInStep(other.mIsInStep),
           mName(std::move(other.mName)) {}
-    FuzzedClient& operator=(FuzzedClient&&) = delete;
+    FuzzedClient& operator=(FuzzedClient&& other) noexcept {
+        std::swap(mFd, other.mFd);
+        mType = other.mType;
+        mHandle = other.mHandle;
+        mIsInStep = other.mIsInStep;
+        mName = std::move(other.mName);
+        return *this;
+    }
     ~FuzzedClient() {
         if (mFd >= 0) ::close(mFd);
+    }
+
+    /// What is no message: from here on the server may take the rest of one for anything.
+    void babble(const Bytes& bytes) {
+        mIsInStep = false;
+        (void)send(bytes);
     }
 
     bool send(const Bytes& bytes) const {
@@ -104,7 +118,7 @@ public:
         mName.copy(header.name, sizeof header.name - 1);
         Bytes message;
         append(message, header);
-        if (!send(message)) return;
+        if (!send(message) || !mIsInStep) return;
         const Bytes answer = receive(sizeof(SocketFrameHeader) + sizeof(wire::RegistrationReply));
         wire::RegistrationReply reply = {};
         if (answer.size() < sizeof(SocketFrameHeader) + sizeof reply) return;
@@ -131,6 +145,7 @@ private:
     int mFd;
     std::uint32_t mType = 0;
     std::uint32_t mHandle = 0;
+    bool mIsInStep = true;
     std::string mName;
 };
 
@@ -221,11 +236,11 @@ void step(std::vector<FuzzedClient>& clients, Input& input) {
         Bytes bytes(input.byte());
         for (std::uint8_t& byte : bytes)
             byte = input.byte();
-        (void)client.send(bytes);
+        client.babble(bytes);
     } else if (choice < 112) {
         Bytes message = client.request(payloadOf(client, input));
         message.resize(input.byte() % (message.size() + 1));
-        (void)client.send(message);
+        client.babble(message);
     } else if (choice < 136) {
         harm(client, input);
     } else {

@@ -28,6 +28,15 @@ using test::Move;
 constexpr int MOST_OPERATIONS = 32;
 constexpr std::size_t KINDS = 5;
 
+/// The server's part of the input. It may still be looking at it when the client has gone.
+struct Answers {
+    Answers(const std::uint8_t* data, std::size_t size)
+        : bytes(data, data + size), input(bytes.data(), bytes.size()) {}
+
+    Bytes bytes;
+    Input input;
+};
+
 void append(Bytes& to, const Bytes& bytes) {
     to.insert(to.end(), bytes.begin(), bytes.end());
 }
@@ -112,9 +121,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto& kind = cabinaudio::test::namedKinds()[data[0] % KINDS];
     const std::size_t ours = 1 + (size - 1) / 2;
     Input operations(data + 1, ours - 1);
-    const auto answers = std::make_shared<Input>(data + ours, size - ours);
-    server.plan("fuzz", [answers](std::size_t, const Bytes& good) {
-        return answers->empty() ? Move{good} : moveOf(*answers, good);
+    server.plan("fuzz", [answers = std::make_shared<Answers>(data + ours, size - ours)](
+                            std::size_t, const Bytes& good) {
+        return answers->input.empty() ? Move{good} : moveOf(answers->input, good);
     });
     const auto stream = kind.create("fuzz");
     for (int i = 0; i < MOST_OPERATIONS && !operations.empty(); ++i)

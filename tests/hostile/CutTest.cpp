@@ -66,7 +66,7 @@ Outcome liveWith(const NamedKind& kind, const std::string& name, std::size_t cut
 
 /// The calls with a server that is cut after 0, 1, 2, ... bytes.
 std::vector<Outcome> outcomes(const NamedKind& kind, Move::End end) {
-    const std::size_t step = stride(1);
+    const std::size_t step = stride(end == Move::End::STALLS ? 3 : 1);
     std::vector<Outcome> all(Ends(kind).all / step + 1);
     HostileServer server;
     for (std::size_t i = 0; i < all.size(); ++i)

@@ -30,6 +30,12 @@ constexpr unsigned SLOWNESS = 6;  // mostly in an emulator
 constexpr unsigned SLOWNESS = 1;
 #endif
 
+/// Of the default amount of work.
+unsigned percent() {
+    const char* const wanted = std::getenv("CABINAUDIO_TEST_SCALE");
+    return wanted != nullptr ? static_cast<unsigned>(std::max(1, std::atoi(wanted))) : 100;
+}
+
 template <typename Stream>
 constexpr bool PLAYS = std::is_base_of_v<audio::QVAudioTrack, Stream>;
 
@@ -108,13 +114,11 @@ void inParallel(std::size_t count, unsigned threads, const std::function<void(st
 }
 
 unsigned scaled(unsigned rounds) {
-    const char* const percent = std::getenv("CABINAUDIO_TEST_SCALE");
-    const unsigned wanted = percent != nullptr ? static_cast<unsigned>(std::atoi(percent)) : 100;
-    return std::max(1U, rounds / SLOWNESS * wanted / 100);
+    return std::max(1U, rounds / SLOWNESS * percent() / 100);
 }
 
 std::size_t stride(std::size_t here) {
-    return SLOWNESS == 1 ? here : here * SLOWNESS;
+    return std::max<std::size_t>(1, here * SLOWNESS * 100 / percent());
 }
 
 }  // namespace cabinaudio::test

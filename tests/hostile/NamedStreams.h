@@ -45,7 +45,7 @@ void inParallel(std::size_t count, unsigned threads, const std::function<void(st
 /// CABINAUDIO_TEST_SCALE says, in percent of the default.
 [[nodiscard]] unsigned scaled(unsigned rounds);
 
-/// Steps to leave out where all of them would take long.
+/// Steps of which one is done where all of them would take long; fewer with a larger scale.
 [[nodiscard]] std::size_t stride(std::size_t here);
 
 }  // namespace cabinaudio::test

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What an application gets that has asked for an end of every wait.
 #include <cabinaudio/foundation/AudioStatus.h>
+#include <cabinaudio/link/AudioConnection.h>
 #include <cabinaudio/link/LinkPolicy.h>
 #include <cabinaudio/link/RemoteCall.h>
 
@@ -118,6 +119,23 @@ TEST_F(ATimeout, TellsTheClientAsIfTheServerWereGone) {
     ASSERT_TRUE(box.waitFor(1));
     EXPECT_EQ(box.taken().front(), (Notification{255, 0}));
     EXPECT_TRUE(server.waitForEndOf());
+}
+
+/// The receive thread has seen the answer's header and waits for somebody to read the body.
+TEST_F(ATimeout, TellsTheClientAlsoWhenTheBodyDidNotCome) {
+    server.onOther(Answer::status(0).bodyHeld());
+    expectTimeout();
+    ASSERT_TRUE(box.waitFor(1));
+    EXPECT_EQ(box.taken().front(), (Notification{255, 0}));
+}
+
+TEST_F(ATimeout, BreaksTheConnectionOfWhoOnlyReceivesToo) {
+    AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+    std::uint8_t body[4];
+    EXPECT_EQ(connection.recv(body, sizeof body), 1);
+    EXPECT_EQ(connection.recv(body, sizeof body), 1);
+    EXPECT_EQ(log.count(ERROR, "AudioConnection", "recv", "connection is broken\n"), 1U)
+        << log.dump();
 }
 
 TEST_F(ATimeout, TellsTheClientAlsoWhenTheAnswerWasOnItsWay) {

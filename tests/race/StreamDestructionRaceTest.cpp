@@ -200,10 +200,11 @@ void AStreamInARace::race(RaceServer& server, unsigned seed) {
         Storm storm(server, seed + 1);
         Mover mover(*stream, 1 + static_cast<int>(number(random)) % most);
         mover.waitUntilInside(*stream, refusal());
-        storm.allowEnd();
-        if (isSlowToDestroy() && number(random) % 64 != 0) mover.waitUntilOutside();
         const bool sawWhatCanBe = looker.end();  // no call may begin from here on
         EXPECT_TRUE(sawWhatCanBe);
+        // From here on a request may never be answered, and only the destructor ends it.
+        storm.allowEnd();
+        if (isSlowToDestroy() && number(random) % 64 != 0) mover.waitUntilOutside();
         stream.reset();
         // It may still be on its way out of the stream, as an object of the language.
         mover.waitUntilOutside();

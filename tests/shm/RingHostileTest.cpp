@@ -64,6 +64,9 @@ struct Expected {
 
 TEST_P(AScribbledRing, HasWhatItCanHaveAndNothingElse) {
     std::vector<unsigned char> bytes(length, 0x5a);
+    audio_buffer_provider_t start = {};
+    scribble(length, 0, 0);
+    ring->getNextBuffer(start);
     for (const std::uint32_t size : values())
         for (const std::uint32_t r : values())
             for (const std::uint32_t w : values()) {
@@ -78,7 +81,8 @@ TEST_P(AScribbledRing, HasWhatItCanHaveAndNothingElse) {
                 audio_buffer_provider_t buffer = {nullptr, 99};
                 ring->getNextBuffer(buffer);
                 ASSERT_EQ(buffer.length, expected.inOnePiece);
-                ASSERT_NE(buffer.data, nullptr);
+                const bool isPossible = size - 1 < length && r < size && w < size;
+                ASSERT_EQ(buffer.data, start.data + (isPossible ? r : 0));
 
                 for (const std::uint32_t asked : {0u, 1u, length, 0xffffffffu}) {
                     scribble(size, r, w);

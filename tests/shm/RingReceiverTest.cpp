@@ -262,6 +262,27 @@ TEST_F(AReceiver, EndsAlthoughTheOtherSideInitialisesItsSemaphoreAgainAndAgain) 
     }
 }
 
+/// Faster than the receiver can wake up. The owner posts until it has.
+TEST_F(AReceiver, EndsAlthoughTheOtherSideTakesItsPostsAway) {
+    for (int i = 0; i < 5; ++i) {
+        auto ring = posix(64, SHM_MODE_CREATOR | SHM_MODE_READER, &notifications);
+        Object object(posixName(), 64);
+        ASSERT_TRUE(sleeps(object.header().readSem));
+        std::atomic<unsigned> rounds{0};
+        std::thread other([&] {
+            const std::atomic_ref<std::uint32_t> value(object.header().readSem.word[0]);
+            const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(30);
+            for (; std::chrono::steady_clock::now() < end; ++rounds)
+                for (int k = 0; k < 100; ++k)
+                    value = 0;
+        });
+        EXPECT_TRUE(eventually([&] { return rounds > 0; }));
+        ring.reset();
+        other.join();
+        EXPECT_EQ(notifications.count(), 0u);
+    }
+}
+
 TEST_F(AReceiver, HearsOfACreatorWhoCameLater) {
     const auto reader = posix(64, SHM_MODE_READER, &notifications);
     const Object object(posixName(), 64);
@@ -272,6 +293,16 @@ TEST_F(AReceiver, HearsOfACreatorWhoCameLater) {
     EXPECT_TRUE(notifications.waitFor(1));
     EXPECT_EQ(writer->write(bytes.data(), 4), 4);
     EXPECT_TRUE(notifications.waitFor(2));
+}
+
+TEST_F(AReceiver, OfAWriterHearsOfACreatorWhoCameLater) {
+    const auto writer = posix(64, SHM_MODE_WRITER, &notifications);
+    const Object object(posixName(), 64);
+    ASSERT_TRUE(sleeps(object.header().writeSem));
+    const auto reader = posix(64);
+    unsigned char byte = 0;
+    EXPECT_EQ(reader->read(&byte, 1), 0);
+    EXPECT_TRUE(notifications.waitFor(1));
 }
 
 TEST_F(AReceiver, TellsThatItsLastPostIsLostAndEnds) {

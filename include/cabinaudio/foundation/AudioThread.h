@@ -12,8 +12,9 @@
 /// A named real-time thread; subclasses supply the body, run().
 ///
 /// start(), prepareStop(), join() and stop() may be called from any thread. All signals are blocked
-/// in the new thread, so that an application's handlers never run on it. A subclass whose body can
-/// block must wake it and join in its own destructor, before the parts that the body uses are gone.
+/// in the new thread, so that an application's handlers never run on it. Its stack is 1 MiB. A
+/// subclass whose body can block must wake it and join in its own destructor, before the parts that
+/// the body uses are gone.
 class CABINAUDIO_API AudioThread {
 public:
     /// Scheduling: round-robin, first in first out, or the system's ordinary one. Real-time
