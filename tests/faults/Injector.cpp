@@ -285,6 +285,7 @@ const std::vector<std::string>& harmless() {
                                                     "__asan_",
                                                     "__cxa_",
                                                     "__errno_location",
+                                                    "ceilf",
                                                     "__gmon_start__",
                                                     "__gxx_personality_v0",
                                                     "__gnu_",
