@@ -144,8 +144,11 @@ protected:
         const auto stream = kind.create(name);
         (void)stream->initCheck();
         (void)stream->start();
-        for (int i = 0; i < 3; ++i)
-            EXPECT_LE(stream->move(bytes.data(), most, false), most) << name;
+        for (int i = 0; i < 3; ++i) {
+            const int moved = stream->move(bytes.data(), most, false);
+            EXPECT_LE(moved, most) << name;
+            if (moved == AUDIO_TIMED_OUT) break;  // a track has waited a second for its ring
+        }
         (void)stream->available();
         (void)stream->getTotalBufferSize();
         (void)stream->ask();
