@@ -10,12 +10,15 @@
 // Works without a server; the settings are a file of the board, where cabinaudio-run puts one on a
 // desktop.
 //
-// Exit status: 0 done, 1 failed, 2 wrong usage, 3 no server (its version is not known).
+// Exit status: 0 done, 1 failed, 2 wrong usage, 3 no server, or it does not answer (its
+// version is not known).
 #include <cabinaudio/client/ClientVersionSetting.h>
 #include <cabinaudio/diag/AudioConfig.h>
 #include <cabinaudio/foundation/AudioTime.h>
 #include <cabinaudio/foundation/AudioTypes.h>
+#include <cabinaudio/link/LinkPolicy.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -43,7 +46,7 @@ int show() {
     const auto begin = AudioTime::now();
     if (version.initCheck() != AUDIO_NO_ERROR ||
         version.getServerVersions(server, serverBuild, other) != AUDIO_NO_ERROR) {
-        std::fprintf(stderr, "diagnostics: no server\n");
+        std::fprintf(stderr, "diagnostics: no server, or it does not answer\n");
         return 3;
     }
     std::printf("server %d.%d.%d, answered after %llu us\n", server[0], server[1], server[2],
@@ -86,6 +89,9 @@ int off() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // A server that dies or stands still must not keep this program for ever: set before the first
+    // object is made.
+    cabinaudio::setLinkPolicy({std::chrono::seconds(5), true, true});
     if (argc == 1) return show();
     if (argc == 4 && std::strcmp(argv[1], "dump") == 0) return dump(argv[2], argv[3]);
     if (argc == 2 && std::strcmp(argv[1], "off") == 0) return off();

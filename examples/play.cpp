@@ -3,8 +3,10 @@
 //
 //     play [HZ [SECONDS]]        440 Hz, 1 s
 //
-// Exit status: 0 played, 1 failed, 2 wrong usage, 3 no server or it went away, 4 timed out.
+// Exit status: 0 played, 1 failed, 2 wrong usage, 3 no server, or it went away or does not answer,
+// 4 timed out.
 #include <cabinaudio/client/ClientTrack.h>
+#include <cabinaudio/link/LinkPolicy.h>
 
 #include <unistd.h>
 
@@ -67,11 +69,12 @@ private:
 
 /// Says what went wrong. @return the exit status that goes with it
 int failed(const char* what, int status) {
-    // 1: the request found no server. A stream that has none, or has lost it, allows nothing.
+    // 1: the request was not answered. A stream without a server, or that has lost it, allows
+    // nothing.
     const bool isAway = status == 1 || status == AUDIO_INVALID_STATE;
     const bool isLate = status == AUDIO_TIMED_OUT;
     std::fprintf(stderr, "play: cannot %s: %s (status %d)\n", what,
-                 isAway   ? "no server, or it has refused or removed the stream"
+                 isAway   ? "no server, or it does not answer, or has refused or removed the stream"
                  : isLate ? "the server takes no data"
                           : "refused",
                  status);
@@ -126,6 +129,9 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: play [HZ [SECONDS]]\n");
         return 2;
     }
+    // A server that dies or stands still must not keep this program for ever: set before the first
+    // object is made.
+    cabinaudio::setLinkPolicy({std::chrono::seconds(5), true, true});
     Tone tone(hz, seconds);
     const int status = play(tone);
     if (status == 0) std::printf("played %g s of %g Hz\n", seconds, hz);

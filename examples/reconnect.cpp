@@ -7,9 +7,10 @@
 // then on; it is thrown away, and a new one made as soon as there is a server again. What the old
 // server had been given and has not played is played again.
 //
-// Exit status: 0 interrupted, 1 refused, 2 wrong usage, 3 no server for 30 s. SIGALRM ends the
-// program when it has stood still for 10 s.
+// Exit status: 0 interrupted, 1 refused, 2 wrong usage, 3 no server for 30 s, or none
+// that answers.
 #include <cabinaudio/client/ClientTrack.h>
+#include <cabinaudio/link/LinkPolicy.h>
 
 #include <poll.h>
 #include <unistd.h>
@@ -37,15 +38,8 @@ void interrupt(int) {
     gInterrupted = 1;
 }
 
-/// To be called every few seconds, or the program ends. A server that dies between a request and
-/// its answer leaves the request waiting for ever; who supervises this program starts it again.
-void watchdog() {
-    alarm(10);
-}
-
 /// A signal ends it early.
 void rest(int ms) {
-    watchdog();
     poll(nullptr, 0, ms);
 }
 
@@ -68,7 +62,7 @@ End feed(ClientTrack& track, long long& at) {
     std::vector<std::int16_t> period(
         static_cast<std::size_t>(std::max(track.getPerLoopSize() / kFrameBytes, 1)));
     const int bytes = static_cast<int>(period.size()) * kFrameBytes;
-    for (auto written = Clock::now(); gInterrupted == 0; watchdog()) {
+    for (auto written = Clock::now(); gInterrupted == 0;) {
         if (track.bytesFree() >= bytes) {
             // Takes all of it: it fits, and nobody else writes.
             tone(at, period);
@@ -97,7 +91,6 @@ End play(long long& at) {
     format.channelMap = AUDIO_CHANNEL_MAP_1;
     format.bitDepth = AUDIO_BIT_DEPTH_16;
 
-    watchdog();
     // Two streams of one name at a time disturb each other.
     const std::string name = "reconnect-" + std::to_string(getpid());
     ClientTrack track(name.c_str(), AUDIO_TAG_AUXILIARY, format, 0);
@@ -120,6 +113,9 @@ int main(int argc, char**) {
         std::fprintf(stderr, "usage: reconnect\n");
         return 2;
     }
+    // A request fails when the server dies under it, or has not answered for five seconds; without
+    // this it would wait for ever. Set before the first object is made.
+    cabinaudio::setLinkPolicy({std::chrono::seconds(5), true, true});
     struct sigaction action {};
     action.sa_handler = interrupt;
     sigaction(SIGINT, &action, nullptr);

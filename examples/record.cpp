@@ -3,13 +3,15 @@
 //
 //     record FILE.wav [SECONDS]        5 s
 //
-// Exit status: 0 recorded, 1 failed, 2 wrong usage, 3 no server or it went away, 4 timed out.
-// Whatever has been recorded by then is in the file.
+// Exit status: 0 recorded, 1 failed, 2 wrong usage, 3 no server, or it went away or does not
+// answer, 4 timed out. Whatever has been recorded by then is in the file.
 #include <cabinaudio/client/ClientRecord.h>
+#include <cabinaudio/link/LinkPolicy.h>
 
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -75,11 +77,12 @@ private:
 };
 
 int failed(const char* what, int status) {
-    // 1: the request found no server. A stream that has none, or has lost it, allows nothing.
+    // 1: the request was not answered. A stream without a server, or that has lost it, allows
+    // nothing.
     const bool isAway = status == 1 || status == AUDIO_INVALID_STATE;
     const bool isLate = status == AUDIO_TIMED_OUT;
     std::fprintf(stderr, "record: cannot %s: %s (status %d)\n", what,
-                 isAway   ? "no server, or it has refused or removed the stream"
+                 isAway   ? "no server, or it does not answer, or has refused or removed the stream"
                  : isLate ? "the server sends no data"
                           : "refused",
                  status);
@@ -131,6 +134,9 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: record FILE.wav [SECONDS]\n");
         return 2;
     }
+    // A server that dies or stands still must not keep this program for ever: set before the first
+    // object is made.
+    cabinaudio::setLinkPolicy({std::chrono::seconds(5), true, true});
     AudioFormatDesc format{};  // codec 0: linear PCM
     format.sampleRate = kRate;
     format.channelMap = AUDIO_CHANNEL_MAP_2;

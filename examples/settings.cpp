@@ -7,10 +7,12 @@
 //     settings mute PATH            main, second, alternative or auxiliary
 //     settings unmute PATH
 //
-// Exit status: 0 done, 1 refused, 2 wrong usage, 3 no server.
+// Exit status: 0 done, 1 refused, 2 wrong usage, 3 no server, or it does not answer.
 #include <cabinaudio/client/ClientVolumeSetting.h>
 #include <cabinaudio/foundation/AudioStatus.h>
+#include <cabinaudio/link/LinkPolicy.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -24,9 +26,9 @@ constexpr const char* kPaths[] = {"main", "second", "alternative", "auxiliary"};
 /// @return the exit status that goes with the status of a setting
 int result(const char* what, int status) {
     if (status == AUDIO_NO_ERROR) return 0;
-    const bool isAway = status == 1;  // the request found no server
+    const bool isAway = status == 1;  // the request was not answered
     std::fprintf(stderr, "settings: %s: %s (status %d)\n", what,
-                 isAway                      ? "no server"
+                 isAway                      ? "no server, or it does not answer"
                  : status == AUDIO_BAD_VALUE ? "out of range"
                                              : "the server refuses",
                  status);
@@ -79,6 +81,9 @@ int usage() {
 
 int main(int argc, char** argv) {
     if (argc != 1 && argc != 3) return usage();
+    // A server that dies or stands still must not keep this program for ever: set before the first
+    // object is made.
+    cabinaudio::setLinkPolicy({std::chrono::seconds(5), true, true});
     ClientVolumeSetting volume;  // connects; without a server the first request says so
     if (argc == 1) return show(volume);
 

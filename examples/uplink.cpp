@@ -7,8 +7,10 @@
 // while it is closed they are silent ones. FILE gets the packets as the library hands them out,
 // each with its 8 bytes of header: the length, big-endian, and four bytes of the server's.
 //
-// Exit status: 0 done, 1 failed, 2 wrong usage, 3 no server or it went away, 4 timed out.
+// Exit status: 0 done, 1 failed, 2 wrong usage, 3 no server, or it went away or does not answer,
+// 4 timed out.
 #include <cabinaudio/client/ClientRecordRt.h>
+#include <cabinaudio/link/LinkPolicy.h>
 
 #include <unistd.h>
 
@@ -32,11 +34,12 @@ constexpr int kSilenceBytes = kHeaderBytes + 3;  // at this rate
 constexpr int kLargestBytes = kHeaderBytes + 1275;
 
 int failed(const char* what, int status) {
-    // 1: the request found no server. A stream that has none, or has lost it, allows nothing.
+    // 1: the request was not answered. A stream without a server, or that has lost it, allows
+    // nothing.
     const bool isAway = status == 1 || status == AUDIO_INVALID_STATE;
     const bool isLate = status == AUDIO_TIMED_OUT;
     std::fprintf(stderr, "uplink: cannot %s: %s (status %d)\n", what,
-                 isAway   ? "no server, or it has refused or removed the stream"
+                 isAway   ? "no server, or it does not answer, or has refused or removed the stream"
                  : isLate ? "the server sends no data"
                           : "refused",
                  status);
@@ -90,6 +93,9 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: uplink FILE [SECONDS]\n");
         return 2;
     }
+    // A server that dies or stands still must not keep this program for ever: set before the first
+    // object is made.
+    cabinaudio::setLinkPolicy({std::chrono::seconds(5), true, true});
     AudioFormatDesc format{};
     format.codecType = kOpus;
     format.sampleRate = kRate;

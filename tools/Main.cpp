@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <cabinaudio/link/LinkPolicy.h>
+
 #include "devkit/board/Board.h"
 #include "tools/BoardLaunch.h"
 #include "tools/CommandLine.h"
@@ -30,11 +32,21 @@ void prepare(const Start& start, const Command& command, char** argv) {
     routeLibraryLog(common);
 }
 
+/// Without these a server that stands still, dies in a request, or a machine without real-time
+/// permission would leave the tool waiting, or useless.
+void boundWaits(const Command& command) {
+    LinkPolicy policy{{}, true, true};
+    std::visit([&](const auto& options) { policy.replyTimeout = options.timeout; },
+               command.options);
+    setLinkPolicy(policy);
+}
+
 ExitCode runTool(int argc, char** argv) {
     const Start start = noteStart();
     std::optional<Command> command = parseCommandLine(argc, argv);
     if (!command) return ExitCode::Done;
     prepare(start, *command, argv);
+    boundWaits(*command);
     if (auto* doctor = std::get_if<DoctorOptions>(&command->options))
         doctor->closedDescriptors = start.closedDescriptors;
     return std::visit([&](const auto& options) { return run(options, command->common); },

@@ -19,10 +19,13 @@ using Clock = std::chrono::steady_clock;
 // The library asks nobody for its own version, so this is for a machine that is very busy.
 constexpr std::chrono::seconds OWN_VERSION_BOUND{30};
 
+// What the library says of a request that has had no answer.
+constexpr std::int32_t kUnanswered = 1;
+
 // What the child says of the server.
 struct ServerRecord {
     bool registered;
-    bool listens;  // looked at when not registered
+    bool listens;  // looked at when not registered, or not answered
     std::int32_t status;
     ServerVersions versions;
     std::int64_t tookUs;
@@ -56,8 +59,7 @@ ServerRecord askServer() {
     if (record.registered)
         record.status = setting.getServerVersions(
             record.versions.first.data(), record.versions.second.data(), &record.versions.third);
-    else
-        record.listens = serverListens();
+    if (!record.registered || record.status == kUnanswered) record.listens = serverListens();
     record.tookUs =
         std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count();
     return record;
@@ -70,7 +72,9 @@ void sayAnswer(int answers) {
 }
 
 Reach reached(const ServerRecord& record) {
-    if (!record.registered) return record.listens ? Reach::Refused : Reach::NoServer;
+    const bool isAnswered = record.registered && record.status != kUnanswered;
+    if (!isAnswered && !record.listens) return Reach::NoServer;
+    if (!record.registered) return Reach::Refused;
     return record.status == AUDIO_NO_ERROR ? Reach::Answered : Reach::Failed;
 }
 
@@ -87,11 +91,12 @@ ServerQuery queryServer(std::chrono::milliseconds bound) {
     query.reach = child.end == ChildEnd::Overdue ? Reach::Silent : Reach::Crashed;
     ServerRecord server;
     if (takeRecord(child.said, server)) {
-        query.reach = reached(server);
         query.status = server.status;
         query.took = std::chrono::microseconds(server.tookUs);
+        // The library has given up waiting.
+        if (query.took < bound) query.reach = reached(server);
         // A request that did not go through leaves the versions as they were.
-        if (server.registered && server.status != 1) query.server = server.versions;
+        if (server.registered && server.status != kUnanswered) query.server = server.versions;
     }
     return query;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/StreamEnd.h"
 
+#include <cabinaudio/client/ClientVersionSetting.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 
 #include "tools/Duration.h"
@@ -10,6 +11,19 @@
 #include <algorithm>
 
 namespace cabinaudio::tool {
+
+namespace {
+
+/// What the library says of a request that has had no answer.
+constexpr std::int32_t kUnanswered = 1;
+
+/// Whether a new client is answered. Lasts no longer than a request may.
+bool serverAnswers() {
+    ClientVersionSetting client;
+    return client.initCheck() == AUDIO_NO_ERROR;
+}
+
+}  // namespace
 
 ExitCode exitCode(StreamEnd end) {
     switch (end) {
@@ -68,7 +82,19 @@ void StreamControl::endIfStalled(Clock::time_point since, const char* what) cons
                  AUDIO_TIMED_OUT, what};
 }
 
+void StreamControl::endIfOverdue(Clock::time_point since, const char* what) const {
+    if (Clock::now() - since >= mTimeout) throw overdue(mInterruption, mTimeout, what);
+}
+
+void StreamControl::endIfUnanswered(std::int32_t status) const {
+    if (status != kUnanswered) return;
+    throw Ending{StreamEnd::Lost,
+                 serverListens() ? "the server has closed the connection" : "the server is gone",
+                 status};
+}
+
 void StreamControl::demand(std::int32_t status, const std::string& operation) const {
+    endIfUnanswered(status);
     if (status == AUDIO_NO_ERROR) return;
     throw Ending{StreamEnd::Refused, "cannot " + operation + ": " + statusText(status), status};
 }
@@ -83,6 +109,9 @@ void StreamControl::endByCreation(std::int32_t status) const {
 
 void StreamControl::endByRemoval(std::int32_t status) const {
     if (!serverListens()) throw Ending{StreamEnd::Lost, "the server is gone", status};
+    // A request beside this thread may have found out that the server stands still.
+    if (!mWatchdog.limit("the server to answer", mTimeout + Watchdog::GRACE, serverAnswers))
+        throw overdue(mInterruption, mTimeout, "the server to answer");
     throw Ending{StreamEnd::Removed, "the server has removed the stream", status};
 }
 

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdint>
 #include <string>
+#include <type_traits>
 
 namespace cabinaudio::tool {
 
@@ -59,15 +60,28 @@ public:
     auto limit(const char* what, std::chrono::milliseconds bound, Call call) {
         return mWatchdog.limit(what, bound, call);
     }
-    template <typename Call>
-    auto limit(const char* what, Call call) {
-        return mWatchdog.limit(what, mTimeout, call);
-    }
 
     // All of these throw an Ending.
+    /// Runs `call`, whose requests the library ends after the time-out. @return what it returns
+    template <typename Call>
+    auto request(const char* what, Call call) {
+        const Clock::time_point since = Clock::now();
+        if constexpr (std::is_void_v<decltype(call())>) {
+            mWatchdog.limit(what, mTimeout + Watchdog::GRACE, call);
+            endIfOverdue(since, what);
+        } else {
+            const auto result = mWatchdog.limit(what, mTimeout + Watchdog::GRACE, call);
+            endIfOverdue(since, what);
+            return result;
+        }
+    }
     /// Sleeps for about `bound`, within the limits above.
     void rest(std::chrono::nanoseconds bound) const;
     void endIfInterrupted() const;
+    /// Ends when a request that began then has lasted as long as requests may.
+    void endIfOverdue(Clock::time_point since, const char* what) const;
+    /// Ends when a request with this status has had no answer: its connection is lost.
+    void endIfUnanswered(std::int32_t status) const;
     void endIfStalled(Clock::time_point since, const char* what) const;
     /// Ends unless the status is 0. @param operation  "start the stream"
     void demand(std::int32_t status, const std::string& operation) const;

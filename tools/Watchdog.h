@@ -12,14 +12,18 @@
 
 namespace cabinaudio::tool {
 
-/// Gives a deadline to calls that have none: the library waits for the server's replies without a
-/// limit. A call that is overdue cannot be cancelled, so the process reports and ends.
+/// Gives a deadline to calls that have none, or several in a row: files, and operations that make
+/// more than one request, each of which the library ends by itself. A call that is overdue cannot
+/// be cancelled, so the process reports and ends.
 ///
 /// One thread makes the watched calls; another one, the watchdog's, waits beside it and is the
 /// thread that signals arrive in. After an interruption a call gets only a short time more.
 class Watchdog {
 public:
     using Clock = std::chrono::steady_clock;
+
+    /// What a call gets beyond the time-out of its requests, so that the library ends it.
+    static constexpr std::chrono::milliseconds GRACE{500};
 
     /// Called on the watchdog's thread, while the watched call is stuck for good; `what` is what it
     /// was waiting for. Must not return; what the stuck thread wrote before the call is visible.

@@ -221,7 +221,7 @@ const std::vector<Row>& rows() {
         row<ErrnoHook<6, int, int, const void*, socklen_t>>(
             {"connect", {ECONNREFUSED, EAGAIN, EACCES, EINTR, ENOMEM, ETIMEDOUT}}),
         row<ErrnoHook<7, ssize_t, int, const void*, std::size_t, int>>(
-            {"send", {EPIPE, ECONNRESET, EAGAIN, EINTR, ENOMEM, ENOBUFS}}),
+            {"send", {EPIPE, ECONNRESET, EAGAIN, EINTR, ENOMEM, ENOBUFS}, false, false, true}),
         row<ErrnoHook<8, ssize_t, int, void*, std::size_t, int>>(
             {"recv", {ECONNRESET, EINTR, ENOMEM, EAGAIN}, false, false, true}),
         row<LateHook<9, int, int, int>>({"shutdown", {ENOTCONN}}),
@@ -285,6 +285,7 @@ const std::vector<std::string>& harmless() {
                                                     "__asan_",
                                                     "__cxa_",
                                                     "__errno_location",
+                                                    "ceilf",
                                                     "__gmon_start__",
                                                     "__gxx_personality_v0",
                                                     "__gnu_",

@@ -37,6 +37,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr unsigned SIZE = 4096;
+constexpr bool IS_SANITIZED = CABINAUDIO_TEST_SANITIZED != 0;
 
 /// CABINAUDIO_LIFE_CYCLES, or a few.
 int lifeCycles() {
@@ -44,7 +45,11 @@ int lifeCycles() {
     return wish != nullptr ? std::atoi(wish) : 30;
 }
 
-/// Memory in use, in KiB: what is handed out, so that what the allocator keeps does not count.
+/// KiB. On the target's 32 bits it is an emulator's memory that is looked at, and a sanitizer keeps
+/// what was given back.
+constexpr std::size_t SLACK = sizeof(void*) == 8 && !IS_SANITIZED ? 4096 : 262144;
+
+/// Resident memory in KiB, without what the allocator keeps for later.
 std::size_t memoryInUse() {
     malloc_trim(0);
     std::ifstream status("/proc/self/statm");
@@ -57,20 +62,31 @@ std::size_t memoryInUse() {
 class AStreamsLife : public AStream, public ::testing::WithParamInterface<std::size_t> {
 protected:
     AStreamsLife() {
-        server.on(2, Answer::words(0, 0, SIZE, 1024, 16, 256, 0));
-        server.on(21, Answer::words(0, 0, SIZE, 1024, 16, 256, 0));
-        server.on(18, Answer::words(0, RING_ADDRESS, SIZE));
-        server.on(20, Answer::words(0, RING_ADDRESS, SIZE));
+        renewServer();
         (void)physicalRing("str", SIZE);  // the board's descriptor stays
     }
 
     static const StreamKind& kind() { return streamKinds()[GetParam()]; }
 
+    /// It remembers all that was said, which takes longer and longer.
+    void renewServer() {
+        server.stop();
+        peer.reset();
+        peer = std::make_unique<ScriptedServer>();
+        peer->on(2, Answer::words(0, 0, SIZE, 1024, 16, 256, 0));
+        peer->on(21, Answer::words(0, 0, SIZE, 1024, 16, 256, 0));
+        peer->on(18, Answer::words(0, RING_ADDRESS, SIZE));
+        peer->on(20, Answer::words(0, RING_ADDRESS, SIZE));
+        log.clear();
+    }
+
+    std::unique_ptr<ScriptedServer> peer;
+
     void live() {
         const std::unique_ptr<AnyStream> stream = kind().create(cdFormat());
         EXPECT_EQ(stream->initCheck(), AUDIO_NO_ERROR);
         EXPECT_EQ(stream->start(), AUDIO_NO_ERROR);
-        if (!kind().isPosix) server.notify(kind().event, 1, server.clients() - 1);
+        if (!kind().isPosix) peer->notify(kind().event, 1, peer->clients() - 1);
         (void)stream->operate(9, data.data());
         EXPECT_EQ(stream->stop(), AUDIO_NO_ERROR);
     }
@@ -81,22 +97,24 @@ TEST_P(AStreamsLife, LeavesNothingHoweverManyThereAre) {
     live();
     const ProcessState before = ProcessState::now();
     const int rounds = lifeCycles();
-    for (int round = 0; round < rounds / 2; ++round)
+    for (int round = 0; round < rounds / 2; ++round) {
         live();
-    log.clear();
+        if (round % 100 == 0) renewServer();
+    }
+    renewServer();
     const std::size_t half = memoryInUse();
     for (int round = rounds / 2; round < rounds; ++round) {
         live();
-        if (round % 100 == 0) log.clear();
+        if (round % 100 == 0) renewServer();
     }
-    log.clear();
+    renewServer();
     EXPECT_TRUE(returnsTo(before));
     // The server's list of requests grows; a leak of the smallest block would show a hundred times.
     const std::size_t end = memoryInUse();
     RecordProperty("rounds", rounds);
     std::printf("%s: %d life cycles, resident %zu KiB after half of them, %zu KiB at the end\n",
                 kind().name, rounds, half, end);
-    EXPECT_LT(end, half + 4096 + static_cast<std::size_t>(rounds));
+    EXPECT_LT(end, half + SLACK + static_cast<std::size_t>(rounds));
 }
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, AStreamsLife, ::testing::Range<std::size_t>(0, 5),
@@ -118,12 +136,17 @@ TEST_F(AnyObjectsLife, OfSettingsLeavesNothing) {
         ClientVersionSetting version;
         EXPECT_EQ(version.initCheck(), AUDIO_NO_ERROR);
     };
+    server.stop();
+    auto peer = std::make_unique<ScriptedServer>();
     live();
     const ProcessState before = ProcessState::now();
     const int rounds = lifeCycles();
     for (int round = 0; round < rounds; ++round) {
         live();
-        if (round % 100 == 0) log.clear();
+        if (round % 100 != 0) continue;
+        peer.reset();  // it remembers all that was said, which takes longer and longer
+        peer = std::make_unique<ScriptedServer>();
+        log.clear();
     }
     EXPECT_TRUE(returnsTo(before));
 }

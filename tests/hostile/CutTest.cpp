@@ -110,7 +110,7 @@ TEST_P(AConversation, ThatIsClosedAtAnyByteFailsFromThereOn) {
                 << outcome.cut;
         }
     }
-    EXPECT_TRUE(returnsTo(before));
+    EXPECT_TRUE(leavesNoMoreThan(before));
 }
 
 TEST_P(AConversation, ThatFallsSilentAtAnyByteFailsFromThereOn) {
@@ -120,7 +120,7 @@ TEST_P(AConversation, ThatFallsSilentAtAnyByteFailsFromThereOn) {
         for (const Outcome& outcome : outcomes(kind, Move::End::STALLS))
             expectNothingOutOfNothing(outcome);
     }
-    EXPECT_TRUE(returnsTo(before));
+    EXPECT_TRUE(leavesNoMoreThan(before));
 }
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, AConversation, ::testing::Range<std::size_t>(0, 5),
@@ -165,7 +165,7 @@ TEST(ASettingsConversation, ThatIsClosedAtAnyByteFails) {
         }
         EXPECT_TRUE(succeeds(REGISTERED + FRAME + 4, Move::End::CLOSES, getVolume));
     }
-    EXPECT_TRUE(returnsTo(before));
+    EXPECT_TRUE(leavesNoMoreThan(before));
 }
 
 TEST(ASettingsConversation, ThatFallsSilentAtAnyByteFails) {

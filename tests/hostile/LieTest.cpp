@@ -144,8 +144,11 @@ protected:
         const auto stream = kind.create(name);
         (void)stream->initCheck();
         (void)stream->start();
-        for (int i = 0; i < 3; ++i)
-            EXPECT_LE(stream->move(bytes.data(), most, false), most) << name;
+        for (int i = 0; i < 3; ++i) {
+            const int moved = stream->move(bytes.data(), most, false);
+            EXPECT_LE(moved, most) << name;
+            if (moved == AUDIO_TIMED_OUT) break;  // a track has waited a second for its ring
+        }
         (void)stream->available();
         (void)stream->getTotalBufferSize();
         (void)stream->ask();
@@ -174,7 +177,7 @@ TEST_P(ALyingServer, LeavesNoCallWithoutAnEndAndNothingBehind) {
         const std::size_t step = stride(2);  // never a divisor of MESSAGES
         inParallel(count / step, AT_ONCE, [&](std::size_t i) { live(nameOf(i * step)); });
     }
-    EXPECT_TRUE(returnsTo(before));
+    EXPECT_TRUE(leavesNoMoreThan(before));
 }
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, ALyingServer, ::testing::Range<std::size_t>(0, 5),
@@ -229,7 +232,7 @@ TEST(ARingThatIsAnnouncedTooEarly, IsNotLeftBehindByATrackThatHasItsOwn) {
             (void)stream->start();
         });
     }
-    EXPECT_TRUE(returnsTo(before));
+    EXPECT_TRUE(leavesNoMoreThan(before));
 }
 
 TEST(AFloodOfNotifications, LeavesAStreamAsItWas) {

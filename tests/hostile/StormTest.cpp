@@ -13,8 +13,10 @@
 
 #include <atomic>
 #include <future>
+#include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace cabinaudio::test {
 namespace {
@@ -23,45 +25,63 @@ using namespace std::chrono_literals;
 
 constexpr unsigned LENGTH = HostileServer::RING_BYTES;
 
-void expectAnEnd(const NamedKind& kind) {
-    const std::string name = std::string("storm-") + kind.name;
-    const auto ring =
-        kind.isPosix ? posixRing(name.c_str(), LENGTH) : physicalRing(name.c_str(), LENGTH);
-    ASSERT_TRUE(ring->isUsable());
-    const auto stream = kind.create(name);
-    ASSERT_EQ(stream->initCheck(), AUDIO_NO_ERROR);
-    ASSERT_EQ(stream->start(), AUDIO_NO_ERROR);
-    ASSERT_TRUE(eventually([&] { return stream->getTotalBufferSize() == int{LENGTH}; }));
-    unsigned char bytes[LENGTH] = {};
-    if (kind.writes) {
-        ASSERT_TRUE(put(*ring, Bytes(LENGTH - 1)));  // no space
-    } else {
-        ASSERT_TRUE(put(*ring, Bytes(512)));
-        ASSERT_EQ(stream->move(bytes, 512, false), 512);  // live, and no data
+/// A stream with a ring that is full, or empty and live.
+class WaitingStream {
+public:
+    explicit WaitingStream(const NamedKind& kind)
+        : mKind(kind),
+          mName(std::string("storm-") + kind.name),
+          mRing(kind.isPosix ? posixRing(mName.c_str(), LENGTH)
+                             : physicalRing(mName.c_str(), LENGTH)),
+          mStream(kind.create(mName)) {
+        EXPECT_TRUE(mRing->isUsable());
+        EXPECT_EQ(mStream->initCheck(), AUDIO_NO_ERROR);
+        EXPECT_EQ(mStream->start(), AUDIO_NO_ERROR);
+        EXPECT_TRUE(eventually([&] { return mStream->getTotalBufferSize() == int{LENGTH}; }));
+        if (kind.writes) {
+            EXPECT_TRUE(put(*mRing, Bytes(LENGTH - 1)));
+        } else {
+            EXPECT_TRUE(put(*mRing, Bytes(512)));
+            EXPECT_EQ(mStream->move(mBytes, 512, false), 512);
+        }
     }
 
-    std::atomic<bool> isOver{false};
-    std::thread storm([&] {
-        while (!isOver) {
-            if (kind.writes)
-                ring->updateReadOffset(0);
-            else
-                ring->updateWriteOffset(512);
-            std::this_thread::sleep_for(1ms);
-        }
-    });
-    auto moved = std::async(std::launch::async, [&] { return stream->move(bytes, 512, true); });
-    const bool hasEnded = moved.wait_for(60s) == std::future_status::ready;
-    isOver = true;  // and without an end it times out now
-    storm.join();
-    EXPECT_TRUE(hasEnded);
-    EXPECT_LE(moved.get(), 0);
-}
+    void expectAnEnd() {
+        std::atomic<bool> isOver{false};
+        std::thread storm([&] {
+            while (!isOver) {
+                if (mKind.writes)
+                    mRing->updateReadOffset(0);
+                else
+                    mRing->updateWriteOffset(512);
+                std::this_thread::sleep_for(1ms);
+            }
+        });
+        auto moved =
+            std::async(std::launch::async, [&] { return mStream->move(mBytes, 512, true); });
+        const bool hasEnded = moved.wait_for(60s) == std::future_status::ready;
+        isOver = true;  // and without an end it times out now
+        storm.join();
+        EXPECT_TRUE(hasEnded) << mName;
+        EXPECT_LE(moved.get(), 0) << mName;
+    }
+
+private:
+    const NamedKind& mKind;
+    std::string mName;
+    std::unique_ptr<ShareMemoryEx> mRing;
+    std::unique_ptr<NamedStream> mStream;
+    unsigned char mBytes[LENGTH] = {};
+};
 
 TEST(AStormOfWakeUps, EndsUnderAPolicyForEachKind) {
-    const PolicyGuard guard({50ms, true, true});
+    const PolicyGuard guard({60s, true, true});
     HostileServer server;
-    inParallel(5, 5, [](std::size_t which) { expectAnEnd(namedKinds()[which]); });
+    std::vector<std::unique_ptr<WaitingStream>> streams;
+    for (std::size_t which = 0; which < 5; ++which)
+        streams.push_back(std::make_unique<WaitingStream>(namedKinds()[which]));
+    setLinkPolicy({50ms, true, true});
+    inParallel(5, 5, [&](std::size_t which) { streams[which]->expectAnEnd(); });
 }
 
 }  // namespace

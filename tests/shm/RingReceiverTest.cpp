@@ -237,6 +237,7 @@ TEST_F(AReceiver, EndsAlthoughTheOtherSideInitialisedItsSemaphore) {
         initialise(object.header().readSem);
         ring.reset();
         EXPECT_EQ(notifications.count(), 0u);
+        EXPECT_EQ(sleepers(object.header().readSem), 0u) << "it was not counted any more";
     }
     EXPECT_TRUE(returnsTo(before));
 }

@@ -86,13 +86,14 @@ void Playback::create() {
 /// @return the status of the stream that was made
 int Playback::confirm(AudioFormatDesc& format) {
     const auto make = [&]<typename Stream>(std::unique_ptr<Stream> stream) {
-        mControl.limit("the server to create the stream", [&] {
+        mControl.request("the server to create the stream", [&] {
             stream = std::make_unique<Stream>(mReport.name.c_str(), mOptions.tag, format,
                                               mOptions.streamParam);
         });
         Stream& made = *stream;
         mTrack = std::move(stream);
-        return mControl.limit("the server to confirm the stream", [&] { return made.initCheck(); });
+        return mControl.request("the server to confirm the stream",
+                                [&] { return made.initCheck(); });
     };
     return mIsSink ? make(std::unique_ptr<ClientSink>()) : make(std::unique_ptr<ClientTrack>());
 }
@@ -100,7 +101,7 @@ int Playback::confirm(AudioFormatDesc& format) {
 void Playback::begin() {
     if (tellsItsEnd(mOptions.tag)) mTrack->setCallback(&mFinish);
     mControl.demand(
-        mControl.limit("the server to start the stream", [&] { return mTrack->start(); }),
+        mControl.request("the server to start the stream", [&] { return mTrack->start(); }),
         "start the stream");
     mIsStarted = true;
     mStartTime = mLastProgress = Clock::now();
@@ -116,7 +117,7 @@ void Playback::shiftKey() {
     }
     const auto shift = [&] { return mTrack->setKeyShift(*mOptions.keyShift); };
     for (;;) {
-        const int status = mControl.limit("the server to shift the key", shift);
+        const int status = mControl.request("the server to shift the key", shift);
         if (status != AUDIO_NO_MEMORY) return mControl.demand(status, "shift the key");
         mControl.rest(StreamControl::kShortestRest);
         mControl.endIfStalled(mStartTime, "the track to be free for a request");
@@ -202,7 +203,8 @@ std::size_t Playback::writeWithoutWaiting(Bytes bytes) {
 int Playback::write(Bytes bytes) {
     // Bounded by itself, but for a notification that asks the server meanwhile.
     const int status = mControl.limit(
-        "the server to hand over the ring", std::max(mOptions.timeout, kLongestWrite), [&] {
+        "the server to hand over the ring",
+        std::max(mOptions.timeout + Watchdog::GRACE, kLongestWrite), [&] {
             return mTrack->write(bytes.data(), static_cast<int>(bytes.size()), mOptions.block);
         });
     if (status == AUDIO_INVALID_STATE) mControl.endByRemoval(status);
@@ -268,8 +270,8 @@ void Playback::awaitFinish() {
     const Clock::time_point done = Clock::now();
     const Clock::time_point allowance = done + 2 * queuedTime();
     if (mIsSink) endWithoutSource();
-    const int status = mControl.limit("the server to take the end of the data",
-                                      [&] { return mTrack->writeDone(); });
+    const int status = mControl.request("the server to take the end of the data",
+                                        [&] { return mTrack->writeDone(); });
     if (mIsSink) endWithoutSource();
     mControl.demand(status, "announce the end of the data");
     std::size_t queued = queuedBytes();
@@ -312,16 +314,25 @@ void Playback::takeDown() {
     if (mTrack == nullptr) return;
     const StreamEnd end = mReport.ending.how;
     const bool isGone = end == StreamEnd::Removed || end == StreamEnd::Lost;
-    if (mIsStarted && !isGone)
-        mControl.limit("the server to stop the stream", [&] { return mTrack->stop(); });
+    if (mIsStarted && !isGone) stop();
     mControl.limit("the stream to be taken down", mOptions.timeout + 2000ms,
                    [&] { mTrack.reset(); });
+}
+
+void Playback::stop() {
+    try {
+        mControl.endIfUnanswered(
+            mControl.request("the server to stop the stream", [&] { return mTrack->stop(); }));
+    } catch (const Ending& ending) {
+        // Another verdict stands.
+        if (mReport.ending.how == StreamEnd::Done) mReport.ending = ending;
+    }
 }
 
 // While data is played nothing tells that the server is gone. Starting a started track sends
 // nothing; it is refused once the stream does not exist any more.
 void Playback::endIfRemoved() {
-    const int status = mControl.limit("the stream's state", [&] { return mTrack->start(); });
+    const int status = mControl.request("the stream's state", [&] { return mTrack->start(); });
     if (status == AUDIO_INVALID_STATE) mControl.endByRemoval(status);
 }
 

@@ -56,6 +56,7 @@ private:
     void awaitFinish();
     void awaitEmptyRing();
     void takeDown();
+    void stop();
 
     void endIfRemoved();
     void endWithoutSource();

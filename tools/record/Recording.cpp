@@ -85,7 +85,7 @@ void Recording::record() {
 
 void Recording::create() {
     AudioFormatDesc format = mOptions.format.description();
-    mControl.limit("the server to create the stream", [&] {
+    mControl.request("the server to create the stream", [&] {
         const char* const name = mReport.name.c_str();
         if (isUplink())
             mRecord = std::make_unique<ClientRecordRt>(name, mOptions.tag, format);
@@ -94,7 +94,7 @@ void Recording::create() {
                 std::make_unique<ClientRecord>(name, mOptions.tag, format, mOptions.streamParam);
     });
     const int status =
-        mControl.limit("the server to confirm the stream", [&] { return mRecord->initCheck(); });
+        mControl.request("the server to confirm the stream", [&] { return mRecord->initCheck(); });
     if (status != AUDIO_NO_ERROR) mControl.endByCreation(status);
     mReport.perLoopBytes = mRecord->getPerLoopSize();
     mControl.endIfInterrupted();
@@ -109,11 +109,11 @@ void Recording::openFile() {
 
 void Recording::begin() {
     if (mOptions.volume)
-        mControl.demand(mControl.limit("the server to set the volume",
-                                       [&] { return mRecord->setVolume(*mOptions.volume); }),
+        mControl.demand(mControl.request("the server to set the volume",
+                                         [&] { return mRecord->setVolume(*mOptions.volume); }),
                         "set the volume");
     mControl.demand(
-        mControl.limit("the server to start the stream", [&] { return mRecord->start(); }),
+        mControl.request("the server to start the stream", [&] { return mRecord->start(); }),
         "start the stream");
     mIsStarted = true;
     mStartTime = mLastProgress = Clock::now();
@@ -177,9 +177,10 @@ std::size_t Recording::frameRequest() const {
 int Recording::read(std::size_t offset, std::size_t bytes) {
     mControl.endIfInterrupted();
     const bool hasRing = mRecord->getTotalBufferSize() != 0;
-    const int status = mControl.limit("data", std::max(mOptions.timeout, kLongestRead), [&] {
-        return mRecord->read(mBuffer.data() + offset, static_cast<int>(bytes), mOptions.block);
-    });
+    const int status =
+        mControl.limit("data", std::max(mOptions.timeout + Watchdog::GRACE, kLongestRead), [&] {
+            return mRecord->read(mBuffer.data() + offset, static_cast<int>(bytes), mOptions.block);
+        });
     mIsSilent = isUplink() && !hasRing;
     mReport.ringBytes = mRecord->getTotalBufferSize();
     if (status == AUDIO_INVALID_STATE) return dataStayedAway(status);
@@ -195,7 +196,7 @@ int Recording::read(std::size_t offset, std::size_t bytes) {
 // One status for two reasons: the stream is gone, or live data stayed away for a second.
 int Recording::dataStayedAway(int status) {
     mControl.endIfInterrupted();
-    if (mControl.limit("the stream's state", [&] { return mRecord->start(); }) != AUDIO_NO_ERROR)
+    if (mControl.request("the stream's state", [&] { return mRecord->start(); }) != AUDIO_NO_ERROR)
         mControl.endByRemoval(status);
     ++mReport.readTimeouts;
     return 0;
@@ -247,16 +248,25 @@ void Recording::pace() const {
 void Recording::takeDown() {
     if (mRecord == nullptr) return;
     const StreamEnd end = mReport.ending.how;
-    if (mIsStarted && end != StreamEnd::Removed && end != StreamEnd::Lost)
-        mControl.limit("the server to stop the stream", [&] { return mRecord->stop(); });
+    if (mIsStarted && end != StreamEnd::Removed && end != StreamEnd::Lost) stop();
     mControl.limit("the stream to be taken down", mOptions.timeout + 2000ms,
                    [&] { mRecord.reset(); });
+}
+
+void Recording::stop() {
+    try {
+        mControl.endIfUnanswered(
+            mControl.request("the server to stop the stream", [&] { return mRecord->stop(); }));
+    } catch (const Ending& ending) {
+        // Another verdict stands.
+        if (mReport.ending.how == StreamEnd::Done) mReport.ending = ending;
+    }
 }
 
 // While data stays away nothing tells that the server is gone. Starting a started stream sends
 // nothing; it is refused once the stream does not exist any more.
 void Recording::endIfRemoved() {
-    const int status = mControl.limit("the stream's state", [&] { return mRecord->start(); });
+    const int status = mControl.request("the stream's state", [&] { return mRecord->start(); });
     if (status == AUDIO_INVALID_STATE) mControl.endByRemoval(status);
 }
 

@@ -49,6 +49,7 @@ private:
     void storeFrame(Bytes frame);
     void pace() const;
     void takeDown();
+    void stop();
     void endIfRemoved();
     [[nodiscard]] Ending userEnd(const Ending& ending) const;
 

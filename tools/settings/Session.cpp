@@ -64,21 +64,22 @@ void Session::finish(ExitCode code, std::string why) {
     if (code != ExitCode::Done) complain(why);
 }
 
-/// The server does not answer, or went away meanwhile. The thread that asks is stuck for good.
+/// The server does not answer, or went away meanwhile.
+Failure Session::overdue(const std::string& what) const {
+    if (mInterruption.hasHappened()) return Failure("interrupted by " + mInterruption.signalName());
+    if (!serverListens())
+        return Failure("the server went away without an answer about " + what, ExitCode::NoServer);
+    return Failure("timed out after " + secondsText(mOptions.timeout) +
+                       " waiting for the server's answer about " + what,
+                   ExitCode::TimedOut);
+}
+
+/// The thread that asks is stuck: in several requests, or the user wants to end.
 void Session::endOverdue(const std::string& what) {
-    ExitCode code = ExitCode::TimedOut;
-    std::string why = "timed out after " + secondsText(mOptions.timeout) +
-                      " waiting for the server's answer about " + what;
-    if (mInterruption.hasHappened()) {
-        code = ExitCode::Failed;
-        why = "interrupted by " + mInterruption.signalName();
-    } else if (!serverListens()) {
-        code = ExitCode::NoServer;
-        why = "the server went away without an answer about " + what;
-    }
-    finish(code, why);
+    const Failure failure = overdue(what);
+    finish(failure.code(), failure.what());
     std::fflush(nullptr);
-    _exit(static_cast<int>(code));
+    _exit(static_cast<int>(failure.code()));
 }
 
 void Session::endIfInterrupted() const {

@@ -56,13 +56,17 @@ private:
     template <typename Call>
     auto ask(const char* what, Call call) {
         endIfInterrupted();
-        return mWatchdog.limit(what, mOptions.timeout, call);
+        const auto since = Watchdog::Clock::now();
+        const auto answer = mWatchdog.limit(what, mOptions.timeout + Watchdog::GRACE, call);
+        if (Watchdog::Clock::now() - since >= mOptions.timeout) throw overdue(what);
+        return answer;
     }
     void demandServer() const;
     void endIfInterrupted() const;
     /// Throws unless the request went through.
     void check(std::int32_t status) const;
     void finish(ExitCode code, std::string why);
+    [[nodiscard]] Failure overdue(const std::string& what) const;
     [[noreturn]] void endOverdue(const std::string& what);
 
     const SettingsOptions& mOptions;

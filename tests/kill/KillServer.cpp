@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: Apache-2.0
+// kill-server MESSAGE CUT KIND: a server that stands still (SIGSTOP) once it listens, and again at
+// one point of its first client's conversation, and goes on from there when it is continued.
+// Whoever started it waits for that, and kills or continues it. It ends with its standard input.
+//
+// MESSAGE  number of the client's message, 0 is the registration; -1: none
+// CUT      see Point.h
+// KIND     of the client, see Kinds.h
+#include "tests/kill/Point.h"
+#include "tests/support/ScriptedServer.h"
+#include "tests/support/ServerRing.h"
+
+#include <android/log.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdint>
+#include <cstdlib>
+#include <future>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+
+namespace {
+
+using namespace cabinaudio::test;
+
+constexpr std::uint32_t NOBODYS_EVENT = 77;
+constexpr unsigned SIZE = 4096;  // of a ring
+
+/// Which notification announces a ring to clients of this name. Others get one that means nothing.
+std::uint32_t announcement(const std::string& kind) {
+    if (kind == "uplink") return 2;
+    if (kind == "auxiliaryTrack" || kind == "sink") return 3;
+    return NOBODYS_EVENT;
+}
+
+class Server {
+public:
+    Server(int message, Cut cut, std::string kind)
+        : mMessage(message), mCut(cut), mKind(std::move(kind)) {
+        mServer.onRegistration([this](const Request& request) {
+            return answer(request, bytesOf({0, 100}));
+        });
+        mServer.onOther(
+            [this](const Request& request) { return answer(request, bodyOf(request)); });
+    }
+
+    /// Stands still at its point, and then serves until its input ends.
+    void run() {
+        standStill();  // now it can be connected to
+        if (mMessage >= 0) std::thread([this] { stopAtPoint(); }).detach();
+        pollfd input = {STDIN_FILENO, POLLIN, 0};
+        while (poll(&input, 1, -1) <= 0) {
+        }
+        // The thread may wait for a point that never came.
+        _exit(0);
+    }
+
+private:
+    static void standStill() { kill(getpid(), SIGSTOP); }
+
+    /// As many bytes as the client expects: it takes what is more for the next message.
+    Bytes bodyOf(const Request& request) {
+        if (mKind == "version") return Bytes(32);
+        if (mKind.ends_with("Setting")) return Bytes(4);
+        switch (request.function()) {
+            case 2:
+            case 21:
+                if (!isRinging()) {
+                    mRing.reset();  // removes the name
+                    mRing = posixRing("str", SIZE);
+                }
+                return bytesOf({0, 0, SIZE, 1024, 16, 256, 0});
+            case 18:
+            case 20:
+                mRing.reset();  // removes the name
+                mRing = physicalRing("str", SIZE);
+                return bytesOf({0, RING_ADDRESS, SIZE});
+            default:
+                return Bytes(4);
+        }
+    }
+
+    Answer answer(const Request& request, Bytes body) {
+        // A ring is announced once its stream is started.
+        const bool announces = !request.isRegistration() && request.function() == 6 && isRinging();
+        if (request.client != 0 || mSeen++ != mMessage) {
+            Answer whole = Answer::bytes(std::move(body));
+            if (announces) whole.then(announcement(mKind), 1);
+            return whole;
+        }
+        Bytes frame = ScriptedServer::frame(HEADER_REPLY);
+        frame.insert(frame.end(), body.begin(), body.end());
+        mReply.set_value({std::move(frame), announces});
+        return Answer::none();
+    }
+
+    [[nodiscard]] bool isRinging() const { return announcement(mKind) != NOBODYS_EVENT; }
+
+    struct Reply {
+        Bytes bytes;
+        bool announces;
+    };
+
+    void stopAtPoint() {
+        const Reply reply = mReply.get_future().get();
+        const Bytes& all = reply.bytes;
+        std::size_t sent = 0;
+        if (mCut == Cut::IN_HEADER) sent = 13;
+        if (mCut == Cut::IN_BODY) sent = all.size() - 2;
+        if (mCut >= Cut::BEHIND) sent = all.size();
+        send(all, 0, sent);
+        const Bytes event = ScriptedServer::frame(
+            HEADER_NOTIFY, reply.announces ? announcement(mKind) : NOBODYS_EVENT, 1);
+        const std::size_t told = mCut == Cut::IN_NOTIFICATION       ? 21
+                                 : mCut == Cut::BEHIND_NOTIFICATION ? event.size()
+                                                                    : 0;
+        send(event, 0, told);
+        standStill();
+        send(all, sent, all.size());
+        if (told != 0 || reply.announces) send(event, told, event.size());
+    }
+
+    void send(const Bytes& bytes, std::size_t begin, std::size_t end) {
+        if (begin < end)
+            mServer.send(Bytes(bytes.begin() + static_cast<std::ptrdiff_t>(begin),
+                               bytes.begin() + static_cast<std::ptrdiff_t>(end)));
+    }
+
+    const int mMessage;
+    const Cut mCut;
+    const std::string mKind;
+    int mSeen = 0;  // of the server's thread
+    std::promise<Reply> mReply;
+    std::unique_ptr<ShareMemoryEx> mRing;
+    ScriptedServer mServer;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 4) return 2;
+    __android_log_set_logger([](const struct __android_logger_data*, const char*) {});
+    Server(std::atoi(argv[1]), static_cast<Cut>(std::atoi(argv[2])), argv[3]).run();
+}

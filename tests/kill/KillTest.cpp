@@ -1,0 +1,220 @@
+// SPDX-License-Identifier: Apache-2.0
+// A server that is killed, killed and started again, stopped and continued, or stopped for longer
+// than requests may last, at every point of a conversation with every kind of client.
+//
+// By default each point meets one of the four; CABINAUDIO_KILL=all has each meet all of them.
+#include <cabinaudio/foundation/AudioStatus.h>
+
+#include "tests/kill/Kinds.h"
+#include "tests/kill/PointServer.h"
+#include "tests/support/PolicyGuard.h"
+#include "tests/support/ProcessState.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <future>
+#include <string>
+#include <thread>
+
+namespace cabinaudio::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+enum class Way { KILLED, RESTARTED, CONTINUED, STANDING };
+constexpr int WAYS = 4;
+
+/// All steps of a client, however busy the machine is: none of them may be endless.
+constexpr auto BOUND = 60s;
+constexpr auto SHORT_TIMEOUT = 100ms;
+
+/// What the library says of a request without an answer.
+constexpr int UNANSWERED = 1;
+
+struct Point {
+    int message;
+    Cut cut;
+};
+
+std::vector<Point> pointsOf(const ClientKind& kind) {
+    std::vector<Point> points = {{NO_MESSAGE, Cut::BEFORE}};
+    for (int message = 0; message < kind.messages; ++message)
+        for (int cut = 0; cut < CUTS; ++cut)
+            points.push_back({message, static_cast<Cut>(cut)});
+    return points;
+}
+
+/// A server has to send headers and bodies in one piece each, so it is not heard any more when it
+/// goes on in the middle of one.
+bool isPossible(Point point, Way way) {
+    return way != Way::CONTINUED || point.cut == Cut::BEFORE || point.cut == Cut::BEHIND ||
+           point.cut == Cut::BEHIND_NOTIFICATION;
+}
+
+LinkPolicy policyOf(Way way) {
+    if (way == Way::CONTINUED) return {};
+    return {way == Way::STANDING ? SHORT_TIMEOUT : std::chrono::milliseconds(BOUND), true, true};
+}
+
+/// A client that goes through its steps on a thread of its own.
+class Conversation {
+public:
+    explicit Conversation(const ClientKind& kind) : mClient(kind.begin()) {
+        mDone = std::async(std::launch::async, [this] {
+            std::vector<int> statuses;
+            for (int number = 0; number < STEPS; ++number)
+                statuses.push_back(mClient->step(number));
+            return statuses;
+        });
+    }
+
+    [[nodiscard]] bool ends() { return mDone.wait_for(BOUND) == std::future_status::ready; }
+    [[nodiscard]] std::vector<int> statuses() { return mDone.get(); }
+    [[nodiscard]] int operate() { return mClient->operate(); }
+    void destroy() { mClient.reset(); }
+
+private:
+    std::unique_ptr<AnyClient> mClient;
+    std::future<std::vector<int>> mDone;
+};
+
+class AServer : public testing::TestWithParam<std::size_t> {
+protected:
+    static const ClientKind& kind() { return clientKinds()[GetParam()]; }
+    static bool meetsAll() {
+        const char* const wanted = std::getenv("CABINAUDIO_KILL");
+        return wanted != nullptr && std::string(wanted) == "all";
+    }
+
+    static bool isRefusal(int status) {
+        return kind().isStream ? status == AUDIO_INVALID_STATE : status == UNANSWERED;
+    }
+
+    /// The next server serves this kind of client as if nothing had been.
+    static void expectGood(PointServer& server) {
+        server.goOn();
+        Conversation conversation(kind());
+        ASSERT_TRUE(conversation.ends());
+        expectGood(conversation.statuses());
+    }
+
+    static void expectGood(const std::vector<int>& statuses) {
+        for (std::size_t number = 0; number < statuses.size(); ++number) {
+            // On a busy machine a ring may take longer than a write waits for it.
+            const bool mayTimeOut = kind().isStream && number == 3;
+            EXPECT_TRUE(statuses[number] >= 0 ||
+                        (mayTimeOut && statuses[number] == AUDIO_TIMED_OUT))
+                << "step " << number << ": " << statuses[number];
+            if (!kind().isStream) {
+                EXPECT_EQ(statuses[number], 0) << "step " << number;
+            }
+        }
+    }
+
+    static void meet(Point point, Way way) {
+        const PolicyGuard guard(policyOf(way));
+        PointServer server(kind().name, point.message, point.cut);
+        if (point.message != NO_MESSAGE) server.goOn();
+        Conversation conversation(kind());
+        if (point.message != NO_MESSAGE) {
+            ASSERT_TRUE(server.standsStill()) << "the point was not reached";
+        }
+        if (way == Way::CONTINUED) {
+            server.goOn();
+            ASSERT_TRUE(conversation.ends());
+            expectGood(conversation.statuses());
+            return;
+        }
+        if (way != Way::STANDING) server.kill();
+        ASSERT_TRUE(conversation.ends());
+        (void)conversation.statuses();  // as far as it came
+        if (way == Way::STANDING) return expectBroken(conversation, server);
+        EXPECT_TRUE(eventually([&] { return isRefusal(conversation.operate()); }))
+            << conversation.operate();
+        conversation.destroy();
+        if (way == Way::RESTARTED) {
+            PointServer next(kind().name, NO_MESSAGE, Cut::BEFORE);
+            expectGood(next);
+        }
+    }
+
+    /// Nothing is answered; what comes late is nobody's answer, and another client is not affected.
+    static void expectBroken(Conversation& conversation, PointServer& server) {
+        const int standing = conversation.operate();
+        EXPECT_TRUE(isRefusal(standing) || standing == UNANSWERED) << standing;
+        server.goOn();
+        const int late = conversation.operate();
+        EXPECT_TRUE(isRefusal(late) || late == UNANSWERED) << late;
+        conversation.destroy();
+        setLinkPolicy({});
+        expectGood(server);
+    }
+
+    static void expectNothingLeft(const ProcessState& before) {
+        EXPECT_TRUE(eventually([&] {
+            const ProcessState now = ProcessState::now();
+            return now.threads <= before.threads && now.descriptors == before.descriptors &&
+                   now.sharedMappings == before.sharedMappings;
+        }));
+    }
+};
+
+TEST_P(AServer, LeavesNobodyHangingAtAnyPoint) {
+    const ProcessState before = ProcessState::now();
+    int met = 0;
+    const std::vector<Point> points = pointsOf(kind());
+    for (std::size_t number = 0; number < points.size(); ++number) {
+        const auto turn = static_cast<Way>((number + GetParam()) % WAYS);
+        for (int one = 0; one < WAYS; ++one) {
+            const auto way = static_cast<Way>(one);
+            const Way mine = isPossible(points[number], turn) ? turn : Way::KILLED;
+            if (meetsAll() ? !isPossible(points[number], way) : way != mine) continue;
+            SCOPED_TRACE("message " + std::to_string(points[number].message) + ", cut " +
+                         std::to_string(static_cast<int>(points[number].cut)) + ", way " +
+                         std::to_string(one));
+            meet(points[number], way);
+            ++met;
+            if (HasFatalFailure()) return;
+        }
+    }
+    EXPECT_GE(met, static_cast<int>(points.size()));
+    expectNothingLeft(before);
+    RecordProperty("met", met);
+}
+
+TEST_P(AServer, IsKilledWhileAClientGoes) {
+    const ProcessState before = ProcessState::now();
+    {
+        const PolicyGuard guard(policyOf(Way::KILLED));
+        PointServer server(kind().name, NO_MESSAGE, Cut::BEFORE);
+        server.goOn();
+        Conversation conversation(kind());
+        ASSERT_TRUE(conversation.ends());
+        expectGood(conversation.statuses());
+        std::thread killer([&] { server.kill(); });
+        conversation.destroy();
+        killer.join();
+    }
+    expectNothingLeft(before);
+}
+
+TEST_P(AServer, StandsStillWhileAClientGoes) {
+    const ProcessState before = ProcessState::now();
+    {
+        PointServer server(kind().name, NO_MESSAGE, Cut::BEFORE);
+        server.goOn();
+        Conversation conversation(kind());
+        ASSERT_TRUE(conversation.ends());
+        expectGood(conversation.statuses());
+        server.stop();
+        conversation.destroy();  // needs no answer
+    }
+    expectNothingLeft(before);
+}
+
+INSTANTIATE_TEST_SUITE_P(OfEachKind, AServer, testing::Range<std::size_t>(0, 11),
+                         [](const auto& one) { return clientKinds()[one.param].name; });
+
+}  // namespace
+}  // namespace cabinaudio::test
