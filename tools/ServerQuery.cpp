@@ -93,8 +93,9 @@ ServerQuery queryServer(std::chrono::milliseconds bound) {
     if (takeRecord(child.said, server)) {
         query.status = server.status;
         query.took = std::chrono::microseconds(server.tookUs);
-        // The library has given up waiting.
-        if (query.took < bound) query.reach = reached(server);
+        // It listens, and the library has given up waiting for it.
+        const bool isSilent = server.listens && query.took >= bound;
+        query.reach = isSilent ? Reach::Silent : reached(server);
         // A request that did not go through leaves the versions as they were.
         if (server.registered && server.status != kUnanswered) query.server = server.versions;
     }

@@ -108,7 +108,7 @@ TEST_P(AStreamsLife, LeavesNothingHoweverManyThereAre) {
         if (round % 100 == 0) renewServer();
     }
     renewServer();
-    EXPECT_TRUE(returnsTo(before));
+    EXPECT_TRUE(leavesNoMoreThan(before));
     // The server's list of requests grows; a leak of the smallest block would show a hundred times.
     const std::size_t end = memoryInUse();
     RecordProperty("rounds", rounds);
@@ -148,7 +148,7 @@ TEST_F(AnyObjectsLife, OfSettingsLeavesNothing) {
         peer = std::make_unique<ScriptedServer>();
         log.clear();
     }
-    EXPECT_TRUE(returnsTo(before));
+    EXPECT_TRUE(leavesNoMoreThan(before));
 }
 
 // ---- Limits -------------------------------------------------------------------------------------
@@ -187,7 +187,7 @@ TEST_P(AStreamsLife, EndsAsAFailureWhereNoDescriptorIsLeft) {
         EXPECT_LE(stream->move(data.data(), 512, false), 512);
         EXPECT_LE(stream->stop(), 1);
     }
-    EXPECT_TRUE(returnsTo(before));
+    EXPECT_TRUE(leavesNoMoreThan(before));
     live();
 }
 
@@ -206,7 +206,7 @@ void liveInWant(ScriptedServer& server) {
         EXPECT_LE(stream->move(data, 512, true), 0) << "nobody has made a ring";
         EXPECT_LE(stream->move(data, 512, false), 0);
     }
-    EXPECT_TRUE(returnsTo(before));
+    EXPECT_TRUE(leavesNoMoreThan(before));
 }
 
 /// A file system for shared memory that this process has for itself, with one page left.
@@ -265,7 +265,7 @@ TEST_F(AnyObjectsLife, HasRoomForAHundredAndFiftyStreamsInOneProcess) {
         }
         EXPECT_GE(ProcessState::now().threads, before.threads + 450);
     }
-    EXPECT_TRUE(returnsTo(before));
+    EXPECT_TRUE(leavesNoMoreThan(before));
 }
 
 /// Looks at its own stack.

@@ -113,15 +113,6 @@ void inParallel(std::size_t count, unsigned threads, const std::function<void(st
         thread.join();
 }
 
-bool leavesNoMoreThan(const ProcessState& before) {
-    return eventually([&] {
-        const ProcessState now = ProcessState::now();
-        return now.threads <= before.threads && now.descriptors <= before.descriptors &&
-               now.sharedMappings <= before.sharedMappings &&
-               now.shmNames.size() <= before.shmNames.size();
-    });
-}
-
 unsigned scaled(unsigned rounds) {
     return std::max(1U, rounds / SLOWNESS * percent() / 100);
 }

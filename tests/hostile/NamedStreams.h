@@ -43,10 +43,6 @@ struct NamedKind {
 /// Calls `body(0)` to `body(count - 1)` on `threads` threads.
 void inParallel(std::size_t count, unsigned threads, const std::function<void(std::size_t)>& body);
 
-/// Waits until there is no more than before of what a process holds. Less is no fault: in an
-/// emulator threads of an earlier test may be listed for a while.
-[[nodiscard]] bool leavesNoMoreThan(const ProcessState& before);
-
 /// What a test of so many rounds does: less where a round takes long, and what
 /// CABINAUDIO_TEST_SCALE says, in percent of the default.
 [[nodiscard]] unsigned scaled(unsigned rounds);

@@ -153,7 +153,7 @@ TEST_P(ARequestInARace, EndsWithItsObject) {
         storm.join();
     }
     server = nullptr;
-    EXPECT_TRUE(returnsTo(before));
+    EXPECT_TRUE(leavesNoMoreThan(before));
     RecordProperty("rounds", count);
 }
 

@@ -74,4 +74,13 @@ bool returnsTo(const ProcessState& expected) {
     return eventually([&] { return ProcessState::now() == expected; });
 }
 
+bool leavesNoMoreThan(const ProcessState& before) {
+    return eventually([&] {
+        const ProcessState now = ProcessState::now();
+        return now.threads <= before.threads && now.descriptors <= before.descriptors &&
+               now.sharedMappings <= before.sharedMappings &&
+               now.shmNames.size() <= before.shmNames.size();
+    });
+}
+
 }  // namespace cabinaudio::test

@@ -31,6 +31,10 @@ template <typename Condition>
 /// Waits for ProcessState::now() to equal `expected` again.
 [[nodiscard]] bool returnsTo(const ProcessState& expected);
 
+/// Waits until there is no more than before of what a process holds. Less is no fault: in an
+/// emulator threads of an earlier test may be listed for a while.
+[[nodiscard]] bool leavesNoMoreThan(const ProcessState& before);
+
 [[nodiscard]] bool pollUntil(bool (*condition)(void*), void* context,
                              std::chrono::milliseconds bound);
 
