@@ -98,8 +98,10 @@ const std::vector<Kind>& kinds() {
         {"version",
          [] {
              return asker<ClientVersionSetting>([](ClientVersionSetting& one) {
-                 int version[3];
-                 return one.getServerVersions(&version[0], &version[1], &version[2]);
+                 int first[3];
+                 int second[3];
+                 int third = 0;
+                 return one.getServerVersions(first, second, &third);
              });
          }},
         {"remoteCall",
