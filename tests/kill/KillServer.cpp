@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // kill-server MESSAGE CUT KIND: a server that stands still (SIGSTOP) once it listens, and again at
 // one point of its first client's conversation, and goes on from there when it is continued.
-// Whoever started it waits for that, and kills or continues it. It ends with its standard input.
+// Whoever started it waits for that, and kills or continues it. It ends with its standard input,
+// and even while it stands still with whoever started it.
 //
 // MESSAGE  number of the client's message, 0 is the registration; -1: none
 // CUT      see Point.h
@@ -12,6 +13,7 @@
 
 #include <android/log.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -60,7 +62,9 @@ public:
     }
 
 private:
-    static void standStill() { kill(getpid(), SIGSTOP); }
+    /// At once: a signal to the process instead of the thread might stop another thread first, and
+    /// this one would go on meanwhile.
+    static void standStill() { raise(SIGSTOP); }
 
     /// As many bytes as the client expects: it takes what is more for the next message.
     Bytes bodyOf(const Request& request) {
@@ -143,6 +147,9 @@ private:
 
 int main(int argc, char** argv) {
     if (argc != 4) return 2;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    pollfd input = {STDIN_FILENO, POLLIN, 0};
+    if (poll(&input, 1, 0) != 0) return 2;  // whoever started it is gone already
     __android_log_set_logger([](const struct __android_logger_data*, const char*) {});
     Server(std::atoi(argv[1]), static_cast<Cut>(std::atoi(argv[2])), argv[3]).run();
 }

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // A server that is killed, killed and started again, stopped and continued, or stopped for longer
-// than requests may last, at every point of a conversation with every kind of client.
+// than requests may last, with the client gone before or after it goes on: at every point of a
+// conversation with every kind of client.
 //
-// By default each point meets one of the four; CABINAUDIO_KILL=all has each meet all of them.
+// By default each point meets one of the five, and of those of the settings objects, which are much
+// alike, each second one; CABINAUDIO_KILL=all has each point meet all of them.
 #include <cabinaudio/foundation/AudioStatus.h>
 
 #include "tests/kill/Kinds.h"
@@ -22,12 +24,20 @@ namespace {
 
 using namespace std::chrono_literals;
 
-enum class Way { KILLED, RESTARTED, CONTINUED, STANDING };
-constexpr int WAYS = 4;
+enum class Way { KILLED, RESTARTED, CONTINUED, STANDING, STANDING_AT_THE_END };
+constexpr int WAYS = 5;
+
+bool staysStanding(Way way) {
+    return way == Way::STANDING || way == Way::STANDING_AT_THE_END;
+}
 
 /// All steps of a client, however busy the machine is: none of them may be endless.
 constexpr auto BOUND = 60s;
-constexpr auto SHORT_TIMEOUT = 100ms;
+/// Of a client whose server stands still. On a busy machine a request that is answered may take
+/// longer, so that the point is not reached; then it is tried with the next one.
+constexpr std::chrono::milliseconds SHORT_TIMEOUTS[] = {50ms, 500ms, 5000ms};
+/// For a server to stop behind the last answer.
+constexpr auto STOPPING_BOUND = 2s;
 
 /// What the library says of a request without an answer.
 constexpr int UNANSWERED = 1;
@@ -52,9 +62,9 @@ bool isPossible(Point point, Way way) {
            point.cut == Cut::BEHIND_NOTIFICATION;
 }
 
-LinkPolicy policyOf(Way way) {
+LinkPolicy policyOf(Way way, std::chrono::milliseconds shortTimeout = SHORT_TIMEOUTS[0]) {
     if (way == Way::CONTINUED) return {};
-    return {way == Way::STANDING ? SHORT_TIMEOUT : std::chrono::milliseconds(BOUND), true, true};
+    return {staysStanding(way) ? shortTimeout : std::chrono::milliseconds(BOUND), true, true};
 }
 
 /// A client that goes through its steps on a thread of its own.
@@ -69,9 +79,11 @@ public:
         });
     }
 
+    [[nodiscard]] bool hasEnded() { return mDone.wait_for(0s) == std::future_status::ready; }
     [[nodiscard]] bool ends() { return mDone.wait_for(BOUND) == std::future_status::ready; }
     [[nodiscard]] std::vector<int> statuses() { return mDone.get(); }
     [[nodiscard]] int operate() { return mClient->operate(); }
+    [[nodiscard]] bool isSettled() { return mClient->isSettled(); }
     void destroy() { mClient.reset(); }
 
 private:
@@ -113,42 +125,74 @@ protected:
     }
 
     static void meet(Point point, Way way) {
-        const PolicyGuard guard(policyOf(way));
+        if (!staysStanding(way)) {
+            EXPECT_TRUE(isMet(point, way, {})) << "the point was not reached";
+            return;
+        }
+        for (const auto timeout : SHORT_TIMEOUTS)
+            if (isMet(point, way, timeout)) return;
+        ADD_FAILURE() << "the point was not reached";
+    }
+
+    /// @return false when the client gave up before its server came to the point
+    static bool isMet(Point point, Way way, std::chrono::milliseconds shortTimeout) {
+        const PolicyGuard guard(policyOf(way, shortTimeout));
         PointServer server(kind().name, point.message, point.cut);
         if (point.message != NO_MESSAGE) server.goOn();
         Conversation conversation(kind());
-        if (point.message != NO_MESSAGE) {
-            ASSERT_TRUE(server.standsStill()) << "the point was not reached";
-        }
+        if (point.message != NO_MESSAGE && !comesToPoint(server, conversation)) return false;
+        goOn(conversation, server, way);
+        return true;
+    }
+
+    static bool comesToPoint(PointServer& server, Conversation& conversation) {
+        bool stands = false;
+        const bool isOver = eventually(
+            [&] {
+                stands = server.standsStillNow();
+                return stands || conversation.hasEnded();
+            },
+            BOUND);
+        if (stands || !isOver) return stands;
+        return eventually([&] { return server.standsStillNow(); }, STOPPING_BOUND);
+    }
+
+    /// Behind the point.
+    static void goOn(Conversation& conversation, PointServer& server, Way way) {
         if (way == Way::CONTINUED) {
             server.goOn();
             ASSERT_TRUE(conversation.ends());
             expectGood(conversation.statuses());
             return;
         }
-        if (way != Way::STANDING) server.kill();
+        if (!staysStanding(way)) server.kill();
         ASSERT_TRUE(conversation.ends());
         (void)conversation.statuses();  // as far as it came
-        if (way == Way::STANDING) return expectBroken(conversation, server);
-        EXPECT_TRUE(eventually([&] { return isRefusal(conversation.operate()); }))
-            << conversation.operate();
+        expectBroken(conversation);
+        if (way == Way::STANDING) {
+            // What comes late is nobody's answer.
+            server.goOn();
+            const int late = conversation.operate();
+            EXPECT_TRUE(isRefusal(late) || late == UNANSWERED) << late;
+        }
         conversation.destroy();
         if (way == Way::RESTARTED) {
             PointServer next(kind().name, NO_MESSAGE, Cut::BEFORE);
             expectGood(next);
         }
+        if (!staysStanding(way)) return;
+        setLinkPolicy({});
+        expectGood(server);  // another client is not affected
     }
 
-    /// Nothing is answered; what comes late is nobody's answer, and another client is not affected.
-    static void expectBroken(Conversation& conversation, PointServer& server) {
-        const int standing = conversation.operate();
-        EXPECT_TRUE(isRefusal(standing) || standing == UNANSWERED) << standing;
-        server.goOn();
-        const int late = conversation.operate();
-        EXPECT_TRUE(isRefusal(late) || late == UNANSWERED) << late;
-        conversation.destroy();
-        setLinkPolicy({});
-        expectGood(server);
+    /// A stream refuses once its notifier thread has heard of the loss. Until then one that is
+    /// started still is, and one that is not gets no answer.
+    static void expectBroken(Conversation& conversation) {
+        int last = 0;
+        EXPECT_TRUE(eventually([&] {
+            last = conversation.operate();
+            return isRefusal(last);
+        })) << last;
     }
 
     static void expectNothingLeft(const ProcessState& before) {
@@ -165,11 +209,13 @@ TEST_P(AServer, LeavesNobodyHangingAtAnyPoint) {
     int met = 0;
     const std::vector<Point> points = pointsOf(kind());
     for (std::size_t number = 0; number < points.size(); ++number) {
-        const auto turn = static_cast<Way>((number + GetParam()) % WAYS);
+        const std::size_t mine = number + GetParam();
+        if (!meetsAll() && !kind().isStream && mine % 2 != 0) continue;
+        const auto turn = static_cast<Way>(mine % WAYS);
         for (int one = 0; one < WAYS; ++one) {
             const auto way = static_cast<Way>(one);
-            const Way mine = isPossible(points[number], turn) ? turn : Way::KILLED;
-            if (meetsAll() ? !isPossible(points[number], way) : way != mine) continue;
+            const Way only = isPossible(points[number], turn) ? turn : Way::KILLED;
+            if (meetsAll() ? !isPossible(points[number], way) : way != only) continue;
             SCOPED_TRACE("message " + std::to_string(points[number].message) + ", cut " +
                          std::to_string(static_cast<int>(points[number].cut)) + ", way " +
                          std::to_string(one));
@@ -178,7 +224,7 @@ TEST_P(AServer, LeavesNobodyHangingAtAnyPoint) {
             if (HasFatalFailure()) return;
         }
     }
-    EXPECT_GE(met, static_cast<int>(points.size()));
+    EXPECT_GE(met, static_cast<int>(points.size() / 2));
     expectNothingLeft(before);
     RecordProperty("met", met);
 }
@@ -199,6 +245,7 @@ TEST_P(AServer, IsKilledWhileAClientGoes) {
     expectNothingLeft(before);
 }
 
+// Without a policy. A request that is under way would have to be answered first.
 TEST_P(AServer, StandsStillWhileAClientGoes) {
     const ProcessState before = ProcessState::now();
     {
@@ -207,8 +254,9 @@ TEST_P(AServer, StandsStillWhileAClientGoes) {
         Conversation conversation(kind());
         ASSERT_TRUE(conversation.ends());
         expectGood(conversation.statuses());
+        ASSERT_TRUE(eventually([&] { return conversation.isSettled(); }));
         server.stop();
-        conversation.destroy();  // needs no answer
+        conversation.destroy();
     }
     expectNothingLeft(before);
 }

@@ -39,6 +39,7 @@ public:
     }
 
     int operate() override { return mStream->start(); }
+    bool isSettled() override { return mStream->getTotalBufferSize() > 0; }
 
 private:
     const StreamKind& mKind;

@@ -17,6 +17,9 @@ public:
     virtual int step(int number) = 0;
     /// An operation that a client without its server refuses.
     virtual int operate() = 0;
+    /// Whether nothing is being asked that a notification of the server has caused, once it was
+    /// started.
+    virtual bool isSettled() { return true; }
 };
 
 struct ClientKind {

@@ -55,13 +55,12 @@ PointServer::~PointServer() {
 }
 
 bool PointServer::standsStill() {
+    return eventually([this] { return standsStillNow(); }, std::chrono::minutes(1));
+}
+
+bool PointServer::standsStillNow() {
     int status = 0;
-    return eventually(
-        [&] {
-            const pid_t changed = waitpid(mPid, &status, WUNTRACED | WNOHANG);
-            return changed == mPid && WIFSTOPPED(status);
-        },
-        std::chrono::minutes(1));
+    return waitpid(mPid, &status, WUNTRACED | WNOHANG) == mPid && WIFSTOPPED(status);
 }
 
 void PointServer::stop() {

@@ -23,6 +23,8 @@ public:
 
     /// Waits until it stands still, for a minute at most. @return whether it does
     [[nodiscard]] bool standsStill();
+    /// The same, but without waiting.
+    [[nodiscard]] bool standsStillNow();
     void stop();
     void goOn();
     /// With SIGKILL; returns once it is gone.

@@ -11,7 +11,7 @@ namespace cabinaudio::test {
 
 /// The development server as a child process, on this test's own instance. Started and ready when
 /// the constructor returns (it throws std::runtime_error when the server does not come up); ended
-/// with SIGTERM by the destructor.
+/// with SIGTERM by the destructor, and at the latest with the thread that made it.
 class RealServer {
 public:
     /// @param arguments  of cabinaudio-server, for example {"--output", "null", "--fast"}
