@@ -144,7 +144,7 @@ void measure(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    Options options{.rounds = 25, .repeats = 20};
+    Options options{.rounds = 151, .repeats = 20};
     if (const auto status =
             readCommandLine(argc, argv, "Write and read of one chunk, one thread.", options))
         return *status;

@@ -303,7 +303,7 @@ void measure(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    Options options{.rounds = 25, .repeats = 1};
+    Options options{.rounds = 151, .repeats = 1};
     if (const auto status = readCommandLine(argc, argv, "From one process to another.", options))
         return *status;
     try {
