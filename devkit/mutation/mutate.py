@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""mutate.py --tests DIRECTORY [--work DIRECTORY] [--only TEXT] [--from N] [--seconds N]
+"""mutate.py --tests DIRECTORY [--work DIRECTORY] [--only TEXT] [--from N] [--to N] [--seconds N]
 [--tsan DIRECTORY]:
 takes the library's locks, barriers, bounds and checks away, one at a time, and looks whether a
 test fails.
@@ -178,14 +178,17 @@ def arguments():
     parser.add_argument("--work", default="/tmp/cabinaudio-mutation")
     parser.add_argument("--only", default="", help="mutants whose file or name has this text")
     parser.add_argument("--seconds", type=int, default=150, help="what a test program may take")
-    parser.add_argument("--from", dest="first", type=int, default=1)
+    parser.add_argument("--from", dest="first", type=int, default=1, help="number of the first")
+    parser.add_argument("--to", dest="last", type=int, default=len(mutants.ALL),
+                        help="number of the last; several runs can share the list, each with its "
+                             "own --work")
     return parser.parse_args()
 
 
 def main():
     options = arguments()
     chosen = [(number, mutant) for number, mutant in enumerate(mutants.ALL, 1)
-              if number >= options.first and options.only in mutant.file + ": " + mutant.name]
+              if options.first <= number <= options.last and options.only in mutant.file + ": " + mutant.name]
     stale = [mutant for _, mutant in chosen if text_with(mutant) is None]
     for mutant in stale:
         print(f"{mutant.file}: {mutant.name}: its text is not there exactly once: {mutant.old!r}")
