@@ -39,6 +39,12 @@ AudioSocket* recordOf(const AudioConnection& connection) {
     return front.record;
 }
 
+void waitForWorkersEnd(AudioSocket& record) {
+    const AudioMutex::AutoLock lock(*record.mReplyLock);
+    while (!record.mWorkerGone)
+        record.mReplyCond->wait(*record.mReplyLock);
+}
+
 // ---- The record
 // ----------------------------------------------------------------------------------
 
@@ -64,8 +70,11 @@ TEST(TheSocketRecordDeathTest, WithoutADescriptorIsABrokenInvariant) {
             const std::string name = "record-test-" + std::to_string(getpid());
             ScriptedServer server(name);
             AudioConnection connection(name.c_str(), 0, nullptr, nullptr);
+            AudioSocket* const record = recordOf(connection);
+            server.close();
+            waitForWorkersEnd(*record);  // from here on the record is this thread's
             __android_log_set_logger(__android_log_stderr_logger);
-            recordOf(connection)->mSocket = -1;
+            record->mSocket = -1;
             connection.disconnect();
         },
         "\\[AudioConnection\\]\\[disconnect\\]\\[[0-9]+\\]"
