@@ -299,7 +299,6 @@ void ClientTrack::onRingReady() {
     ShareMemoryEx* old = nullptr;
     {
         const AudioMutex::AutoLock lock(mLock);
-        if (mIsBeingDestroyed) return;
         old = mShareMemory.exchange(nullptr);
     }
     Playback::deleteRing(*this, old);

@@ -271,6 +271,7 @@ std::int32_t AudioConnection::recv(std::uint8_t* data, std::int32_t length) {
     pSocket->mReplyReady = 0;
     const std::int32_t result = readBody(pSocket->mSocket, data, length, AUDIO_LOG_SITE);
     const int error = errno;
+    pSocket->mBodyTaken = true;
     pSocket->mReplySem->signal();
     if (result >= 0) return 0;
     AUDIO_LOGE("recv failed(%d) %s %d\n", result, std::strerror(error), error);
@@ -398,10 +399,11 @@ void SktWorker::_handOverReply() {
     {
         const AudioMutex::AutoLock lock(*mRecord->mReplyLock);
         if (mRecord->mBroken) return;  // nobody will read it
+        mRecord->mBodyTaken = false;
         mRecord->mReplyReady = 1;
         mRecord->mReplyCond->signal();
     }
-    mRecord->mReplySem->wait();
+    mRecord->waitForReader();
 }
 
 /// A requester has given the connection up: for the client that is a server that is gone.

@@ -52,6 +52,13 @@ bool AudioSocket::waitForReply(const cabinaudio::ReplyDeadline& deadline) {
     return mReplyReady != 0;
 }
 
+void AudioSocket::waitForReader() const {
+    // A wait that ends early is no post: what is read next would be the body, taken for a frame.
+    do
+        mReplySem->wait();
+    while (!mBodyTaken && mIsStall == 0 && !mBroken);
+}
+
 void AudioSocket::breakOff() {
     mBroken = true;
     ::shutdown(mSocket, SHUT_RDWR);

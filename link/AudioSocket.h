@@ -28,7 +28,8 @@ struct AudioSocket {
     bool mWorkerStarted = false;             // constant once the record is shared
     std::atomic<bool> mWorkerGone = false;   // changed under mReplyLock
     std::atomic<bool> mAbandoned = false;
-    std::atomic<bool> mBroken = false;  // a requester has given up; changed under mReplyLock
+    std::atomic<bool> mBroken = false;     // a requester has given up; changed under mReplyLock
+    std::atomic<bool> mBodyTaken = false;  // since mReplyReady was raised last
 
     /// Makes the lock objects and the worker, which is not started yet.
     /// @return false when memory is short; destroy() then releases what was made
@@ -40,6 +41,9 @@ struct AudioSocket {
     /// Waits on mReplyCond, with mReplyLock held, until a reply's body can be read or no reply can
     /// be expected any more, or the time is over. @return whether there is one
     [[nodiscard]] bool waitForReply(const cabinaudio::ReplyDeadline& deadline);
+
+    /// The receive thread's wait, once mReplyReady is raised, until it may read the socket again.
+    void waitForReader() const;
 
     /// Gives the connection up, with mReplyLock held: what the server still sends answers nothing.
     void breakOff();

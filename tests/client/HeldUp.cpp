@@ -6,10 +6,12 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 
 namespace {
 
 thread_local bool tHoldUp = false;
+thread_local int tLapsedWaits = 0;
 std::atomic<int> gHeldUp{0};
 
 }  // namespace
@@ -22,6 +24,10 @@ void holdUpInNextWait() {
 
 int heldUp() {
     return gHeldUp;
+}
+
+int lapsedWaits() {
+    return tLapsedWaits;
 }
 
 }  // namespace cabinaudio::test
@@ -37,7 +43,11 @@ extern "C" int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t
         __interceptor_pthread_cond_timedwait != nullptr
             ? __interceptor_pthread_cond_timedwait
             : reinterpret_cast<TimedWait>(dlsym(RTLD_NEXT, "pthread_cond_timedwait"));
-    if (!tHoldUp) return next(condition, mutex, deadline);
+    if (!tHoldUp) {
+        const int result = next(condition, mutex, deadline);
+        if (result == ETIMEDOUT) ++tLapsedWaits;
+        return result;
+    }
     pthread_mutex_unlock(mutex);
     ++gHeldUp;
     for (;;)

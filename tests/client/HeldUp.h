@@ -10,4 +10,8 @@ void holdUpInNextWait();
 /// How many threads stand still.
 [[nodiscard]] int heldUp();
 
+/// How many timed waits on a condition this thread has seen end with their time instead of a
+/// signal.
+[[nodiscard]] int lapsedWaits();
+
 }  // namespace cabinaudio::test

@@ -222,7 +222,9 @@ TEST_F(ASinksDestruction, EndsAWriteThatWaitsForSpace) {
     makeWithSource();
     fillRing();
     std::future<int> writer = blockedWrite(10);
+    const int lapsed = lapsedWaits();
     sink.reset();
+    EXPECT_EQ(lapsedWaits(), lapsed) << "the writer has to say that it leaves";
     EXPECT_EQ(writer.get(), AUDIO_INVALID_STATE);
     EXPECT_EQ(log.count(WARN, "[snk] destroy with out stop finish\n"), 1U) << log.dump();
     EXPECT_EQ(log.count(ERROR, "[snk]waiting free space, exit has requested mState[0]\n"), 1U)
@@ -233,7 +235,9 @@ TEST_F(ASinksDestruction, EndsAWriteThatWaitsForSpace) {
 TEST_F(ASinksDestruction, EndsAWriteThatWaitsForTheSource) {
     makeActive();
     std::future<int> writer = blockedWrite(10);
+    const int lapsed = lapsedWaits();
     sink.reset();
+    EXPECT_EQ(lapsedWaits(), lapsed) << "the writer has to say that it leaves";
     EXPECT_EQ(writer.get(), 0);
     EXPECT_EQ(log.count(ERROR, "[snk]state[NO_INIT] invalid, expect[ACTIVE]\n"), 1U) << log.dump();
     EXPECT_EQ(log.countMatching(ERROR, ".*waitting exit timeout.*\n"), 0U) << log.dump();

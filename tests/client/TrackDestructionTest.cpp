@@ -27,7 +27,9 @@ TEST_F(ATracksDestruction, EndsAWriteThatWaitsForSpace) {
     start();
     fillRing();
     std::future<int> writer = blockedWrite(10);
+    const int lapsed = lapsedWaits();
     track.reset();
+    EXPECT_EQ(lapsedWaits(), lapsed) << "the writer has to say that it leaves";
     EXPECT_EQ(writer.get(), AUDIO_INVALID_STATE);
     EXPECT_EQ(
         log.count(WARN, "ClientTrack", "~ClientTrack", "[trk] destroy with out stop finish\n"), 1U)
@@ -41,7 +43,9 @@ TEST_F(ATracksDestruction, EndsAWriteThatWaitsForTheRing) {
     makeAuxiliary();
     start();
     std::future<int> writer = blockedWrite(10);
+    const int lapsed = lapsedWaits();
     track.reset();
+    EXPECT_EQ(lapsedWaits(), lapsed) << "the writer has to say that it leaves";
     EXPECT_EQ(writer.get(), AUDIO_TIMED_OUT);
     EXPECT_EQ(log.count(ERROR, "[trk]state[NO_INIT] invalid, expect[ACTIVE]\n"), 1U) << log.dump();
     EXPECT_EQ(log.countMatching(ERROR, ".*waitting exit timeout.*\n"), 0U) << log.dump();
@@ -129,7 +133,7 @@ TEST_F(ATracksDestruction, LeavesNothingBehind) {
         serverRing.reset();
         log.clear();
     }
-    EXPECT_TRUE(returnsTo(before));
+    EXPECT_TRUE(leavesNoMoreThan(before));
 }
 
 TEST_F(ATracksDestruction, RunsExactlyThreeThreadsUntilThen) {

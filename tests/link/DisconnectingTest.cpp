@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <cerrno>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -125,6 +127,45 @@ TEST(Disconnecting, WaitsForASendThatTheServerDoesNotRead) {
                   log.count(WARN, "send failed(-1) errno:Broken pipe 32, reTry=0\n"),
               1u)
         << log.dump();
+}
+
+TEST(Disconnecting, ClosesNoDescriptorThatASenderUses) {
+    ScriptedServer server;
+    AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+    ASSERT_TRUE(server.waitForClients(1));
+    Counter entered;
+    Counter shutDown;
+    std::promise<void> leave;
+    std::atomic<int> descriptor = -1;
+    std::atomic<int> closed = 0;
+    platform::Replace send(platform::sendSlot, [&](int fd, const void*, std::size_t, int) {
+        descriptor = fd;
+        entered.add();
+        leave.get_future().wait();
+        errno = EPIPE;
+        return ssize_t{-1};
+    });
+    platform::Replace shutdown(platform::shutdownSlot, [&](int fd, int how) {
+        const int result = platform::real::shutdown(fd, how);
+        shutDown.add();
+        return result;
+    });
+    platform::Replace close(platform::closeSlot, [&](int fd) {
+        if (fd == descriptor) ++closed;
+        return platform::real::close(fd);
+    });
+    std::thread sender([&] {
+        const Bytes message(100);
+        EXPECT_EQ(connection.send(message.data(), static_cast<std::int32_t>(message.size())), 1);
+    });
+    EXPECT_TRUE(entered.waitFor(1));
+    std::thread disconnector([&] { EXPECT_EQ(connection.disconnect(), 0); });
+    EXPECT_TRUE(shutDown.waitFor(1));
+    EXPECT_FALSE(eventually([&] { return closed != 0; }, WHILE));
+    leave.set_value();
+    sender.join();
+    disconnector.join();
+    EXPECT_EQ(closed, 1);
 }
 
 }  // namespace

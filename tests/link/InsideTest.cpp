@@ -3,6 +3,7 @@
 // what the clients' destructors use.
 #include <cabinaudio/foundation/AudioCondition.h>
 #include <cabinaudio/foundation/AudioMutex.h>
+#include <cabinaudio/foundation/AudioSemaphore.h>
 #include <cabinaudio/link/RemoteCall.h>
 
 #include "link/AudioSocket.h"
@@ -71,6 +72,7 @@ TEST(TheSocketRecordDeathTest, WithoutADescriptorIsABrokenInvariant) {
             ScriptedServer server(name);
             AudioConnection connection(name.c_str(), 0, nullptr, nullptr);
             AudioSocket* const record = recordOf(connection);
+            EXPECT_TRUE(server.waitForClients(1));
             server.close();
             waitForWorkersEnd(*record);  // from here on the record is this thread's
             __android_log_set_logger(__android_log_stderr_logger);
@@ -79,6 +81,23 @@ TEST(TheSocketRecordDeathTest, WithoutADescriptorIsABrokenInvariant) {
         },
         "\\[AudioConnection\\]\\[disconnect\\]\\[[0-9]+\\]"
         "AUDIO ASSERT\\(0 <= pSocket->mSocket\\)!");
+}
+
+TEST_F(AConnection, KeepsAReplysBodyForItsReaderWhenTheReceiveThreadWakesUpEarly) {
+    AudioSocket* const record = recordOf(connection);
+    server.send(ScriptedServer::frame(HEADER_REPLY) + Bytes{1, 2, 3, 4});
+    EXPECT_TRUE(eventually([&] {
+        const AudioMutex::AutoLock lock(*record->mReplyLock);
+        return record->mReplyReady != 0;
+    }));
+    for (int i = 0; i < 1000; ++i)
+        record->mReplySem->signal();
+    Bytes body(4);
+    EXPECT_EQ(connection.recv(body.data(), 4), 0);
+    EXPECT_EQ(body, (Bytes{1, 2, 3, 4}));
+    server.send(ScriptedServer::frame(HEADER_REPLY) + Bytes{5, 6, 7, 8});
+    EXPECT_EQ(connection.recv(body.data(), 4), 0);
+    EXPECT_EQ(body, (Bytes{5, 6, 7, 8}));
 }
 
 TEST_F(AConnection, IsNotFooledByWakeUpsWithoutAReply) {

@@ -26,8 +26,9 @@ protected:
     static std::uint32_t sleepers(wire::SemaphoreSlot& slot) {
         return std::atomic_ref<std::uint32_t>(slot.word[3]).load();
     }
+    /// The receiver counts itself first, and goes to sleep then.
     static bool sleeps(wire::SemaphoreSlot& slot) {
-        return eventually([&] { return sleepers(slot) == 1; });
+        return eventually([&] { return sleepers(slot) == 1 && threadsSleep("AS-"); });
     }
     static void postTo(wire::SemaphoreSlot& slot) {
         EXPECT_EQ(cabinaudio::sem_post((cabinaudio::sem_t*)&slot), 0);

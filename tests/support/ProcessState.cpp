@@ -60,6 +60,21 @@ std::vector<std::string> threadNames() {
     return names;
 }
 
+bool threadsSleep(const std::string& nameBegin) {
+    bool any = false;
+    std::error_code gone;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task", gone)) {
+        std::ifstream stat(entry.path() / "stat");  // id (name) state ...
+        std::string line;
+        if (!std::getline(stat, line)) continue;
+        const std::size_t name = line.find('(') + 1;
+        if (line.compare(name, nameBegin.size(), nameBegin) != 0) continue;
+        any = true;
+        if (line.compare(line.rfind(')') + 1, 2, " S") != 0) return false;
+    }
+    return any;
+}
+
 bool pollUntil(bool (*condition)(void*), void* context, std::chrono::milliseconds bound) {
     const auto deadline = std::chrono::steady_clock::now() + bound;
     while (!condition(context)) {

@@ -22,6 +22,9 @@ struct ProcessState {
 /// Names of the process's threads as the kernel has them, sorted.
 [[nodiscard]] std::vector<std::string> threadNames();
 
+/// Whether there are threads whose names begin like this, and all of them sleep in the kernel.
+[[nodiscard]] bool threadsSleep(const std::string& nameBegin);
+
 /// Waits until `condition()` holds, for at most `bound`, looking every millisecond. For states of
 /// the kernel that nobody announces. @return whether it held
 template <typename Condition>

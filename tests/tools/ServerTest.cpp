@@ -9,9 +9,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
+#include <cstddef>
+#include <cstring>
+#include <thread>
 
 namespace cabinaudio::test {
 
@@ -141,6 +147,46 @@ TEST_F(AServer, CrashesOnCommand) {
     expectDone({"crash"});
     const int status = mServer.wait();
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << status;
+}
+
+/// Says that it is done, and lives on.
+class AServerThatDoesNotDie {
+public:
+    AServerThatDoesNotDie() : mListener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        struct sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        std::memcpy(address.sun_path + 1, NAME, sizeof NAME - 1);
+        constexpr auto length =
+            static_cast<socklen_t>(offsetof(struct sockaddr_un, sun_path) + sizeof NAME);
+        EXPECT_EQ(bind(mListener, reinterpret_cast<struct sockaddr*>(&address), length), 0);
+        EXPECT_EQ(listen(mListener, 1), 0);
+        mThread = std::thread([this] {
+            mConnection = accept(mListener, nullptr, nullptr);
+            char line[100];
+            EXPECT_GT(recv(mConnection, line, sizeof line, 0), 0);
+            EXPECT_EQ(::send(mConnection, "ok\n", 3, MSG_NOSIGNAL), 3);
+        });
+    }
+    ~AServerThatDoesNotDie() {
+        mThread.join();
+        close(mConnection);
+        close(mListener);
+    }
+    AServerThatDoesNotDie(const AServerThatDoesNotDie&) = delete;
+    AServerThatDoesNotDie& operator=(const AServerThatDoesNotDie&) = delete;
+
+private:
+    static constexpr char NAME[] = "/tmp/cabinaudio_control";
+    const int mListener;
+    int mConnection = -1;
+    std::thread mThread;
+};
+
+TEST(ACrash, IsWaitedFor) {
+    const AServerThatDoesNotDie server;
+    const ToolResult result = runTool({"server", "crash", "--timeout", "0.2"});
+    EXPECT_EQ(result.exitCode, 4) << result.text();
+    EXPECT_EQ(result.err, "cabinaudio: timed out after 0.2 s waiting for the server's end\n");
 }
 
 TEST_P(ARefusedCommand, EndsWithStatusOneAndTheServersWords) {

@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
+#include <optional>
 
 namespace cabinaudio::tool {
 
@@ -59,25 +60,35 @@ public:
 
     [[nodiscard]] std::string receiveLine() const {
         std::string line;
-        while (line.empty() || line.back() != '\n')
-            line += receiveSome();
+        while (line.empty() || line.back() != '\n') {
+            const std::optional<std::string> part = receiveSome("answer");
+            if (!part) throw Failure("the server is gone; it has not answered", ExitCode::NoServer);
+            line += *part;
+        }
         line.pop_back();
         return line;
     }
 
+    /// A process that dies closes this connection after its listening sockets, which are older.
+    void awaitServersEnd() const {
+        while (receiveSome("end")) {
+        }
+    }
+
 private:
-    [[nodiscard]] std::string receiveSome() const {
+    /// @return nothing once the server has closed the connection
+    [[nodiscard]] std::optional<std::string> receiveSome(const char* awaited) const {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(mDeadline - Clock::now());
         struct pollfd entry = {mSocket, POLLIN, 0};
         if (left.count() <= 0 || poll(&entry, 1, static_cast<int>(left.count())) == 0)
             throw Failure(
-                "timed out after " + secondsText(mBound) + " waiting for the server's answer",
+                "timed out after " + secondsText(mBound) + " waiting for the server's " + awaited,
                 ExitCode::TimedOut);
         std::array<char, 4096> part;
         const ssize_t got = recv(mSocket, part.data(), part.size(), 0);
-        if (got > 0) return {part.data(), static_cast<std::size_t>(got)};
-        if (got < 0 && (errno == EINTR || errno == EAGAIN)) return {};
-        throw Failure("the server is gone; it has not answered", ExitCode::NoServer);
+        if (got > 0) return std::string(part.data(), static_cast<std::size_t>(got));
+        if (got < 0 && (errno == EINTR || errno == EAGAIN)) return std::string();
+        return std::nullopt;
     }
 
     const std::chrono::milliseconds mBound;
@@ -87,11 +98,13 @@ private:
 
 }  // namespace
 
-std::string askServer(const std::string& line, std::chrono::milliseconds bound) {
+std::string askServer(const std::string& line, std::chrono::milliseconds bound, Then then) {
     const ControlLine control(bound);
     control.open();
     control.send(line + "\n");
-    return control.receiveLine();
+    const std::string answer = control.receiveLine();
+    if (then == Then::AwaitItsEnd && answer == SERVER_DONE) control.awaitServersEnd();
+    return answer;
 }
 
 }  // namespace cabinaudio::tool

@@ -11,7 +11,6 @@ namespace cabinaudio::tool {
 
 namespace {
 
-constexpr char kDone[] = "ok";
 constexpr char kError[] = "error: ";
 
 Json parsedState(const std::string& answer) {
@@ -23,7 +22,9 @@ Json parsedState(const std::string& answer) {
 }  // namespace
 
 ExitCode run(const ServerOptions& options, const CommonOptions& common) {
-    const std::string answer = askServer(options.command, options.timeout);
+    // Whoever starts a client behind a crash must not meet the server that is about to die.
+    const Then then = options.command == "crash" ? Then::AwaitItsEnd : Then::Return;
+    const std::string answer = askServer(options.command, options.timeout, then);
     if (answer.rfind(kError, 0) == 0) throw Failure(answer.substr(sizeof kError - 1));
     if (options.isState) {
         const Json state = parsedState(answer);
@@ -33,7 +34,7 @@ ExitCode run(const ServerOptions& options, const CommonOptions& common) {
             say(stateText(state));
         return ExitCode::Done;
     }
-    if (answer != kDone) throw Failure("the server answered '" + answer + "'");
+    if (answer != SERVER_DONE) throw Failure("the server answered '" + answer + "'");
     if (common.json) printJson({{"command", options.command}, {"ended", "done"}});
     return ExitCode::Done;
 }
