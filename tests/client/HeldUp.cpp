@@ -12,6 +12,7 @@ namespace {
 
 thread_local bool tHoldUp = false;
 thread_local int tLapsedWaits = 0;
+thread_local bool tMissesSignal = false;
 std::atomic<int> gHeldUp{0};
 
 }  // namespace
@@ -24,6 +25,10 @@ void holdUpInNextWait() {
 
 int heldUp() {
     return gHeldUp;
+}
+
+void missNextSignal() {
+    tMissesSignal = true;
 }
 
 int lapsedWaits() {
@@ -44,7 +49,11 @@ extern "C" int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t
             ? __interceptor_pthread_cond_timedwait
             : reinterpret_cast<TimedWait>(dlsym(RTLD_NEXT, "pthread_cond_timedwait"));
     if (!tHoldUp) {
-        const int result = next(condition, mutex, deadline);
+        int result = next(condition, mutex, deadline);
+        if (result == 0 && tMissesSignal) {
+            tMissesSignal = false;
+            result = ETIMEDOUT;
+        }
         if (result == ETIMEDOUT) ++tLapsedWaits;
         return result;
     }

@@ -10,6 +10,10 @@ void holdUpInNextWait();
 /// How many threads stand still.
 [[nodiscard]] int heldUp();
 
+/// The next signal that this thread gets in a timed wait on a condition comes at the moment in
+/// which the time is over.
+void missNextSignal();
+
 /// How many timed waits on a condition this thread has seen end with their time instead of a
 /// signal.
 [[nodiscard]] int lapsedWaits();

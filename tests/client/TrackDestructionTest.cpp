@@ -39,6 +39,23 @@ TEST_F(ATracksDestruction, EndsAWriteThatWaitsForSpace) {
     EXPECT_EQ(log.countMatching(ERROR, ".*waitting exit timeout.*\n"), 0U) << log.dump();
 }
 
+TEST_F(ATracksDestruction, IsToldByAWriterWhoseTimeIsOverAtThatMoment) {
+    makeAlternative();
+    start();
+    fillRing();
+    std::future<int> writer = blocked(
+        [this] {
+            missNextSignal();
+            return write(10, true);
+        },
+        AUDIO_INVALID_OPERATION);
+    const int lapsed = lapsedWaits();
+    track.reset();
+    EXPECT_EQ(lapsedWaits(), lapsed);
+    EXPECT_EQ(writer.get(), AUDIO_TIMED_OUT);
+    EXPECT_EQ(log.countMatching(ERROR, ".*waitting exit timeout.*\n"), 0U) << log.dump();
+}
+
 TEST_F(ATracksDestruction, EndsAWriteThatWaitsForTheRing) {
     makeAuxiliary();
     start();
