@@ -3,6 +3,9 @@
 that must notice. `old` stands in its file exactly once."""
 from collections import namedtuple
 
+# `reason` says why a mutant that survives makes no difference, or, after these words, why no test
+# gets at it although it does.
+OUT_OF_REACH = "out of reach: "
 Mutant = namedtuple("Mutant", "file name old new reason", defaults=("",))
 
 # A peer that wakes up blocked calls without end.
@@ -267,7 +270,9 @@ _in("link/AudioConnection.cpp",
     ("a reply is handed over without the lock",
      "        const AudioMutex::AutoLock lock(*mRecord->mReplyLock);\n", ""),
     ("a reply is handed over on a broken connection",
-     "        if (mRecord->mBroken) return;  // nobody will read it\n", ""),
+     "        if (mRecord->mBroken) return;  // nobody will read it\n", "",
+     "nobody reads on a broken connection but a second request at the same time, which no client "
+     "makes"),
     ("a reply wakes nobody", "        mRecord->mReplyCond->signal();\n", ""),
     ("the receive thread does not wait for the body", "    mRecord->mReplySem->wait();\n", ""),
     ("a broken connection is no loss",
@@ -283,9 +288,11 @@ _in("link/RemoteCall.cpp",
      "if ((void)idle, (mReqPayload = CLAIMED) == nullptr) {"),
     ("too large a block",
      "if (reqLen > std::numeric_limits<std::uint32_t>::max() - HEADER_SIZE) {", "if (false) {"),
-    ("a reply block of no bytes", "retLen != 0 ? retLen : 1", "retLen"),
+    ("a reply block of no bytes", "retLen != 0 ? retLen : 1", "retLen",
+     "the C library has a block of no bytes, too"),
     ("a foreign block is sent", " || req != mReqPayload) {", ") {"),
-    ("the claim is sent as a block", "req == nullptr || req == CLAIMED ||", "req == nullptr ||"),
+    ("the claim is sent as a block", "req == nullptr || req == CLAIMED ||", "req == nullptr ||",
+     "a caller has no way to know that address"),
     ("a call without a connection", "if (conn == nullptr || handle == 0) {",
      "if (handle == 0) {"),
     ("a call without a handle", "if (conn == nullptr || handle == 0) {",
@@ -364,7 +371,8 @@ _in("client/Playback.h",
      "                logInterruptedWait", "            if (false) {\n                logInterruptedWait"),
     ("a step of nothing", "std::max(stream.mPerLoopSize.load(), 1)",
      "stream.mPerLoopSize.load()"),
-    ("a negative count is written", "return std::max(count, 0);", "return count;"),
+    ("a negative count is written", "return std::max(count, 0);", "return count;",
+     OUT_OF_REACH + "takes a ring of 2 GiB"),
     ("more is written than fits", "std::min(freeSize(stream), bytes)", "bytes"),
     ("a second writer", "        if (stream.mIsBlocked) {\n            AUDIO_LOG_AT(ANDROID_LOG_ERROR, "
      "site,\n                         \"[%s]Can not write,the last",
@@ -444,7 +452,9 @@ _in("client/ClientSink.cpp",
      "        return false;\n"),
     ("a source during destruction",
      "        if (mIsBeingDestroyed) return;\n        mSourceActive = true;",
-     "        mSourceActive = true;"),
+     "        mSourceActive = true;",
+     OUT_OF_REACH + "the destructor gives up its connection a few instructions later, and without "
+     "one there is no ring"),
     ("a withdrawn source wakes nobody",
      "        ring = detachRing();\n        if (mIsBlocked) mCond.signal();",
      "        ring = detachRing();"),

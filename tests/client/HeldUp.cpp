@@ -7,12 +7,14 @@
 
 #include <atomic>
 #include <cerrno>
+#include <utility>
 
 namespace {
 
 thread_local bool tHoldUp = false;
 thread_local int tLapsedWaits = 0;
 thread_local bool tMissesSignal = false;
+thread_local std::binary_semaphore* tGo = nullptr;
 std::atomic<int> gHeldUp{0};
 
 }  // namespace
@@ -29,6 +31,10 @@ int heldUp() {
 
 void missNextSignal() {
     tMissesSignal = true;
+}
+
+void sleepOnUntil(std::binary_semaphore& go) {
+    tGo = &go;
 }
 
 int lapsedWaits() {
@@ -55,6 +61,11 @@ extern "C" int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t
             result = ETIMEDOUT;
         }
         if (result == ETIMEDOUT) ++tLapsedWaits;
+        if (std::binary_semaphore* const go = std::exchange(tGo, nullptr)) {
+            pthread_mutex_unlock(mutex);
+            go->acquire();
+            pthread_mutex_lock(mutex);
+        }
         return result;
     }
     pthread_mutex_unlock(mutex);

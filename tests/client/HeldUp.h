@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <semaphore>
+
 namespace cabinaudio::test {
 
 /// From the next timed wait on a condition on, this thread stands still for good, whatever signals
@@ -13,6 +15,10 @@ void holdUpInNextWait();
 /// The next signal that this thread gets in a timed wait on a condition comes at the moment in
 /// which the time is over.
 void missNextSignal();
+
+/// This thread's next timed wait on a condition goes on, without the wait's mutex, until `go` is
+/// released, whatever ended it.
+void sleepOnUntil(std::binary_semaphore& go);
 
 /// How many timed waits on a condition this thread has seen end with their time instead of a
 /// signal.

@@ -62,6 +62,7 @@ TEST_P(ACapturesDestruction, EndsABlockedRead) {
         // The reader leaves without a word, so the wait for it takes its time.
         EXPECT_EQ(reader.get(), 0);
         EXPECT_GE(watch.ms(), 500);
+        EXPECT_EQ(log.countMatching(WARN, ".*data update timeout.*\n"), 0U) << "woken at once";
         EXPECT_EQ(log.count(WARN, TIMEOUT), 1U) << log.dump();
     } else {
         EXPECT_EQ(reader.get(), AUDIO_INVALID_STATE);

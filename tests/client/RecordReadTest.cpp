@@ -166,6 +166,7 @@ TEST_F(ARead, EndsWithWhatItHasWhenTheServerRemovesTheRecord) {
     std::future<int> reader = blockedRead(100);
     server.notify(REMOVED, 0);
     EXPECT_EQ(reader.get(), 30) << log.dump();
+    EXPECT_EQ(log.countMatching(WARN, ".*data update timeout.*\n"), 0U) << "woken at once";
     EXPECT_EQ(read(4, true), AUDIO_INVALID_STATE);
 }
 
@@ -176,6 +177,7 @@ TEST_F(ARead, EndsWithWhatItHasWhenTheServerGoesAway) {
     std::future<int> reader = blockedRead(100);
     server.stop();
     EXPECT_EQ(reader.get(), 30) << log.dump();
+    EXPECT_EQ(log.countMatching(WARN, ".*data update timeout.*\n"), 0U) << "woken at once";
     EXPECT_EQ(log.count(DEBUG, "[rec]server record has be deleted, disconnect.\n"), 1U);
 }
 

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <new>
+#include <semaphore>
 #include <thread>
 
 namespace cabinaudio::test {
@@ -82,6 +83,56 @@ TEST_F(ATracksDestruction, WaitsForTheWriterEvenWhenTheServerPostsAllTheTime) {
     EXPECT_EQ(writer.get(), AUDIO_INVALID_STATE) << log.dump();
     end = true;
     poster.join();
+}
+
+/// A writer that is slow to wake up, while the destructor waits for it.
+class ASlowWritersTrack : public ATracksDestruction {
+protected:
+    void destroy() {
+        makeAlternative();
+        start();
+        fillRing();
+        mWriter = blocked(
+            [this] {
+                sleepOnUntil(mGo);
+                return write(10, true);
+            },
+            AUDIO_INVALID_OPERATION);
+        mDestroyer = std::thread([this] { track.reset(); });
+        ASSERT_TRUE(log.waitFor(WARN, "[trk] destroy with out stop finish\n")) << log.dump();
+    }
+    int wakeUp() {
+        mGo.release();
+        mDestroyer.join();
+        return mWriter.get();
+    }
+
+private:
+    std::binary_semaphore mGo{0};
+    std::future<int> mWriter;
+    std::thread mDestroyer;
+};
+
+TEST_F(ASlowWritersTrack, IsNotTakenAwayWhenTheServerPostsMeanwhile) {
+    destroy();
+    EXPECT_FALSE(eventually(
+        [&] {
+            serverRing->read(data.data(), 0);  // posts without freeing anything
+            return log.countMatching(DEBUG, "delete shared memory.*\n") != 0;
+        },
+        std::chrono::milliseconds(100)))
+        << log.dump();
+    EXPECT_EQ(wakeUp(), AUDIO_INVALID_STATE);
+}
+
+TEST_F(ASlowWritersTrack, IsOneThatIsDestroyedAlsoWhenTheServerRemovesItMeanwhile) {
+    destroy();
+    server.notify(REMOVED, 0);
+    server.notify(9999, 0);  // once this one is delivered, the other one has been
+    EXPECT_TRUE(log.waitFor(ERROR, "unknown msg(9999), value=0\n")) << log.dump();
+    EXPECT_EQ(wakeUp(), AUDIO_INVALID_STATE);
+    EXPECT_EQ(log.count(ERROR, "[trk]waiting free space, exit has requested mState[0]\n"), 1U)
+        << log.dump();
 }
 
 TEST_F(ATracksDestruction, GivesUpOnAWriterAfterTwoSeconds) {

@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <future>
 #include <memory>
 #include <thread>
 
@@ -70,6 +71,37 @@ TEST_F(TheEnd, ReturnsARequestThatTheServerDoesNotAnswer) {
     call.reset();
     EXPECT_EQ(result.get(), 1);
     EXPECT_EQ(log.count(DEBUG, "AudioConnection", "recv", "exit\n"), 1u) << log.dump();
+}
+
+TEST_F(TheEnd, WaitsForACallThatIsAboutToGoOn) {
+    connect();
+    std::uint8_t* req = nullptr;
+    std::uint8_t* ret = nullptr;
+    ASSERT_EQ(call->rcalloc(&req, 4, &ret, 4), 0);
+    Counter entered;
+    Counter shutDown;
+    std::promise<void> goOn;
+    platform::Replace send(platform::sendSlot, [&](int, const void*, std::size_t size, int) {
+        entered.add();
+        goOn.get_future().wait();
+        return static_cast<ssize_t>(size);
+    });
+    platform::Replace shutdown(platform::shutdownSlot, [&](int fd, int how) {
+        const int result = platform::real::shutdown(fd, how);
+        shutDown.add();
+        return result;
+    });
+    std::thread caller([&, own = call.get()] { EXPECT_EQ(own->call(req, 4, ret, 4, false), 1); });
+    EXPECT_TRUE(entered.waitFor(1));
+    std::thread destroyer([&] { call.reset(); });
+    EXPECT_TRUE(shutDown.waitFor(1));
+    EXPECT_FALSE(
+        eventually([&] { return log.countMatching(DEBUG, "close socket fd:[0-9]+") != 0; }, WHILE));
+    goOn.set_value();
+    caller.join();
+    destroyer.join();
+    AudioNormalFree(req - 88);
+    AudioNormalFree(ret);
 }
 
 TEST_F(TheEnd, ReturnsARequestWhoseServerIsGone) {
