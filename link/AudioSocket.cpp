@@ -4,6 +4,7 @@
 #include <cabinaudio/foundation/AudioCondition.h>
 #include <cabinaudio/foundation/AudioMutex.h>
 #include <cabinaudio/foundation/AudioSemaphore.h>
+#include <cabinaudio/foundation/AudioTime.h>
 
 #include "link/ReplyDeadline.h"
 #include "link/SktWorker.h"
@@ -12,6 +13,12 @@
 
 #include <cstdlib>
 #include <new>
+
+namespace {
+
+constexpr std::uint64_t EARLY_WAKE_UP_PAUSE_US = 1000;
+
+}  // namespace
 
 bool AudioSocket::create(AudioConnection::Callback callback, void* opaque) {
     mReplySem = new (std::nothrow) AudioSemaphore(false);
@@ -53,10 +60,13 @@ bool AudioSocket::waitForReply(const cabinaudio::ReplyDeadline& deadline) {
 }
 
 void AudioSocket::waitForReader() const {
-    // A wait that ends early is no post: what is read next would be the body, taken for a frame.
-    do
+    for (;;) {
         mReplySem->wait();
-    while (!mBodyTaken && mIsStall == 0 && !mBroken);
+        if (mBodyTaken || mIsStall != 0 || mBroken) return;
+        // A wait that ended early is no post: what is read next would be the body, taken for a
+        // frame. One that fails for good must not keep the processor.
+        AudioTime::sleep(EARLY_WAKE_UP_PAUSE_US);
+    }
 }
 
 void AudioSocket::breakOff() {

@@ -175,8 +175,10 @@ _in("shm/ShmUpdateNotificationRecevier.cpp",
     ("a thread that did not start", "if (!running()) mBodyRuns = 0;", ""))
 
 _in("link/AudioSocket.cpp",
-    ("a wait for a reader that ends early", "while (!mBodyTaken && mIsStall == 0 && !mBroken);",
-     "while (false);"),
+    ("a wait for a reader that ends early",
+     "        if (mBodyTaken || mIsStall != 0 || mBroken) return;\n", "        return;\n"),
+    ("a reader that has gone is waited for", "mBodyTaken || mIsStall != 0 || mBroken",
+     "mBodyTaken || mIsStall != 0"),
     ("waking without the lock", "    const AudioMutex::AutoLock lock(*mReplyLock);\n", ""),
     ("a disconnected requester waits on", "mIsStall != 0 || ", ""),
     ("waiting for a thread that never ran", " || !mWorkerStarted", ""),
