@@ -2,6 +2,8 @@
 #include "tests/client/Faults.h"
 #include "tests/client/RecordFixture.h"
 
+#include <algorithm>
+
 namespace cabinaudio::test {
 namespace {
 
@@ -105,6 +107,21 @@ TEST_F(AnUplinkWithAFaultBelow, HasNoBlocksToAskForItsRing) {
         << log.dump();
     faults.refuseBlocks(false);
     giveRing();
+}
+
+TEST_F(AnUplinkWithAFaultBelow, TakesNothingForALengthThatTheRingDidNotGive) {
+    AudioFormatDesc opus = speech();
+    opus.codecType = 32;
+    makeUplink(512, opus);
+    start();
+    giveRing();
+    ASSERT_TRUE(put(*serverRing, {0, 0, 0, 1, 1, 2, 3, 4, 0xaa, 0}));
+    (void)read(10, false);
+    ASSERT_TRUE(put(*serverRing, pattern(100)));
+    const Bytes stale = {0, 0, 0, 10, 0, 0, 0, 0};
+    std::copy(stale.begin(), stale.end(), data.begin());
+    faults.giveNothing(true);
+    EXPECT_EQ(read(64, false), 11) << "a packet of silence" << log.dump();
 }
 
 TEST_F(AnUplinkWithAFaultBelow, HasItsRingAllTheSameWhenTheBlocksCannotBeGivenBack) {

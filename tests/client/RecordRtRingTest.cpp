@@ -287,6 +287,17 @@ TEST_F(LiveDataInRealTime, WakesAReaderThatWaitsForIt) {
     EXPECT_EQ(heard(300), pattern(300));
 }
 
+TEST_F(LiveDataInRealTime, IsNotWaitedForAnyMoreWhenTheRingIsTaken) {
+    makeUplink();
+    start();
+    giveRing();
+    ASSERT_TRUE(put(*serverRing, pattern(10)));
+    ASSERT_EQ(read(10, true), 10);
+    std::future<int> reader = blockedRead(300);
+    takeRing();
+    EXPECT_EQ(reader.get(), 300) << "silence" << log.dump();
+}
+
 TEST_F(LiveDataInRealTime, IsToldOfSlowWakeUpsByName) {
     makeUplink();
     start();
@@ -330,6 +341,26 @@ TEST_F(LiveDataInRealTime, ComesAndGoesUnderAReader) {
     reader.join();
     EXPECT_EQ(wrong, 0);
     EXPECT_EQ(record->stop(), AUDIO_NO_ERROR);
+}
+
+TEST_F(LiveDataInRealTime, IsNotPulledFromUnderALooker) {
+    makeUplink();
+    std::atomic<bool> end{false};
+    std::atomic<int> wrong{0};
+    std::thread looker([&] {
+        while (!end) {
+            const int total = record->getTotalBufferSize();
+            const int used = record->bytesUsed();
+            if ((total != 0 && total != 4096) || used > 4095) ++wrong;
+        }
+    });
+    for (int round = 0; round < 50; ++round) {
+        giveRing();
+        takeRing();
+    }
+    end = true;
+    looker.join();
+    EXPECT_EQ(wrong, 0);
 }
 
 }  // namespace

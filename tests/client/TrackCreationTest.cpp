@@ -222,5 +222,20 @@ TEST_F(ADumpedTrack, IsDumpedFromItsInitCheckOnOnly) {
     EXPECT_EQ(dumped().size(), 50U);
 }
 
+TEST_F(ATrackUnderConstruction, KeepsWhatIsAnnouncedUntilItCanAskForIt) {
+    acceptStreams(4096, 1024);
+    server.onRegistration(Answer::handle(100).bodyHeld().after(RING_READY, 0));
+    auto made = std::async(std::launch::async, [] {
+        AudioFormatDesc format = cdFormat();
+        return std::make_unique<ClientTrack>("trk", AUDIO_TAG_AUXILIARY, format, 0);
+    });
+    ASSERT_TRUE(server.waitForClients(1));
+    // Meanwhile the announcement is delivered, to a track that has no connection yet.
+    EXPECT_EQ(made.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    server.release();
+    track = made.get();
+    EXPECT_TRUE(server.waitForRequest(GET_RING)) << log.dump();
+}
+
 }  // namespace
 }  // namespace cabinaudio::test
