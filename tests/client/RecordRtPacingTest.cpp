@@ -291,23 +291,36 @@ TEST_F(SilenceInRealTime, ComesAtTheServersPace) {
     EXPECT_LE(record->bytesUsed(), 1024);
 }
 
-TEST_F(SilenceInRealTime, EndsWithAStopAndWithTheServer) {
+/// A read of a minute's worth, which has to end long before.
+TEST_F(SilenceInRealTime, EndsWithAStopWithARemovalAndWithTheServer) {
     data.resize(32 * 60'000);
     makeUplink();
+    const auto endsEarly = [](std::future<int>& reader) {
+        return reader.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
+    };
     start();
     std::future<int> reader = blockedRead(32 * 60'000);
     ASSERT_EQ(record->stop(), AUDIO_NO_ERROR);
+    EXPECT_TRUE(endsEarly(reader));
     EXPECT_EQ(reader.get(), AUDIO_INVALID_STATE);
     EXPECT_EQ(log.count(ERROR, "ClientRecordRt", "read",
                         "[rec]Can not read,the last write did not exit [mIsBlocked=1]\n"),
               1U)
         << log.dump();
-    start();
-    reader = blockedRead(32 * 60'000);
-    server.stop();
-    EXPECT_EQ(reader.get(), AUDIO_INVALID_STATE);
-    EXPECT_EQ(log.count(ERROR, "[rec]after waiting ,status:STOPPING,server may have crash\n"), 1U)
-        << log.dump();
+    const std::string lost = "[rec]after waiting ,status:STOPPING,server may have crash\n";
+    for (const bool isServersEnd : {false, true}) {
+        log.clear();
+        makeUplink();
+        start();
+        reader = blockedRead(32 * 60'000);
+        if (isServersEnd)
+            server.stop();
+        else
+            server.notify(REMOVED, 0, newest());
+        EXPECT_TRUE(endsEarly(reader));
+        EXPECT_EQ(reader.get(), AUDIO_INVALID_STATE);
+        EXPECT_EQ(log.count(ERROR, lost), 1U) << log.dump();
+    }
 }
 
 }  // namespace

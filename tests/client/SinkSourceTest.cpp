@@ -301,7 +301,7 @@ TEST_F(AWriteWithoutASource, LetsOtherOperationsInWhenItIsRepeatedAgainAndAgain)
     });
     ASSERT_TRUE(log.waitFor(WARN, std::string(REMOVED_LINE) + "20]\n")) << log.dump();
     // The write under way goes first, and one more that has begun since.
-    for (int i = 0; i < 4; ++i) {
+    for (int i = 0; i < 8; ++i) {
         int before = thrownAway;
         EXPECT_TRUE(eventually([&] { return thrownAway > before; }));
         before = thrownAway;
