@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <ctime>
 #include <utility>
 
 namespace {
@@ -15,6 +16,7 @@ thread_local bool tHoldUp = false;
 thread_local int tLapsedWaits = 0;
 thread_local bool tMissesSignal = false;
 thread_local std::binary_semaphore* tGo = nullptr;
+thread_local bool tIsSlowToLock = false;
 std::atomic<int> gHeldUp{0};
 
 }  // namespace
@@ -37,14 +39,22 @@ void sleepOnUntil(std::binary_semaphore& go) {
     tGo = &go;
 }
 
+SlowToLock::SlowToLock() {
+    tIsSlowToLock = true;
+}
+
+SlowToLock::~SlowToLock() {
+    tIsSlowToLock = false;
+}
+
 int lapsedWaits() {
     return tLapsedWaits;
 }
 
 }  // namespace cabinaudio::test
 
-// Stands in front of the C library's function (and of a sanitizer's, which is reached by its
-// second name).
+// These stand in front of the C library's functions (and of a sanitizer's, which are reached by
+// their second names).
 extern "C" int __interceptor_pthread_cond_timedwait(pthread_cond_t*, pthread_mutex_t*,
                                                     const struct timespec*) __attribute__((weak));
 extern "C" int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
@@ -72,4 +82,19 @@ extern "C" int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t
     ++gHeldUp;
     for (;;)
         pause();
+}
+
+extern "C" int __interceptor_pthread_mutex_lock(pthread_mutex_t*) __attribute__((weak));
+extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
+    using Lock = int (*)(pthread_mutex_t*);
+    static const Lock next = __interceptor_pthread_mutex_lock != nullptr
+                                 ? __interceptor_pthread_mutex_lock
+                                 : reinterpret_cast<Lock>(dlsym(RTLD_NEXT, "pthread_mutex_lock"));
+    if (!tIsSlowToLock) return next(mutex);
+    int result = 0;
+    while ((result = pthread_mutex_trylock(mutex)) == EBUSY) {
+        const struct timespec pause = {0, 20'000'000};
+        nanosleep(&pause, nullptr);
+    }
+    return result;
 }

@@ -20,6 +20,16 @@ void missNextSignal();
 /// released, whatever ended it.
 void sleepOnUntil(std::binary_semaphore& go);
 
+/// As long as it lives, its thread notices a mutex that was let go of only 20 ms later at times, as
+/// any thread does that has to be woken up first.
+class SlowToLock {
+public:
+    SlowToLock();
+    ~SlowToLock();
+    SlowToLock(const SlowToLock&) = delete;
+    SlowToLock& operator=(const SlowToLock&) = delete;
+};
+
 /// How many timed waits on a condition this thread has seen end with their time instead of a
 /// signal.
 [[nodiscard]] int lapsedWaits();
