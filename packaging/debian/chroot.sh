@@ -20,9 +20,10 @@ fi
 cp -R "$root/debian/tests" "$here/in-chroot.sh" "$work/packages/"
 
 # The release alone, without its updates: what the packages need has to be in it.
+# What launches this machine's compiler is not in there.
 # shellcheck disable=SC2016  # $1 is for the hook's shell
 mmdebstrap --variant=minbase --format=null --architectures="$architectures" \
     --aptopt='Acquire::Check-Valid-Until "false"' \
     --customize-hook="copy-in $work/packages /" \
-    --customize-hook='unshare --mount chroot "$1" sh /packages/in-chroot.sh' \
+    --customize-hook='unshare --mount env -u CMAKE_CXX_COMPILER_LAUNCHER chroot "$1" sh /packages/in-chroot.sh' \
     bookworm /dev/null "deb ${DEBIAN_MIRROR:-http://deb.debian.org/debian} bookworm main"
