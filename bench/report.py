@@ -330,13 +330,19 @@ def page(results):
     return "\n".join(lines)
 
 
+def one_line_lists(text):
+    """The figures of a program's rounds beside each other instead of below."""
+    return re.sub(r"\[[^][{}\"]*\]", lambda found: " ".join(found[0].split()), text)
+
+
 def main():
     if len(sys.argv) != 2:
         sys.exit("usage: report.py DIRECTORY")
     results = Results(sys.argv[1])
     when = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
     with open(f"{HERE}/results.json", "w", encoding="utf-8") as file:
-        json.dump({"date": when, "programs": results.programs}, file, indent=1)
+        file.write(one_line_lists(json.dumps({"date": when, "programs": results.programs},
+                                             indent=1)))
         file.write("\n")
     with open(PAGE, "w", encoding="utf-8") as file:
         file.write(page(results))
