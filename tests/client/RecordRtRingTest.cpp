@@ -272,15 +272,21 @@ TEST_F(LiveData, CannotBeReadOutOfARingWithAnImpossibleHeader) {
 }
 
 /// Real time, real threads.
-class LiveDataInRealTime : public ACaptureStream {};
+class LiveDataInRealTime : public ACaptureStream {
+protected:
+    /// A read of 300 bytes, of an uplink that has delivered and has nothing any more.
+    [[nodiscard]] std::future<int> blockedLiveRead() {
+        makeUplink();
+        start();
+        giveRing();
+        EXPECT_TRUE(put(*serverRing, pattern(10)));
+        EXPECT_EQ(read(10, true), 10);
+        return blockedRead(300);
+    }
+};
 
 TEST_F(LiveDataInRealTime, WakesAReaderThatWaitsForIt) {
-    makeUplink();
-    start();
-    giveRing();
-    ASSERT_TRUE(put(*serverRing, pattern(10)));
-    ASSERT_EQ(read(10, true), 10);
-    std::future<int> reader = blockedRead(300);
+    std::future<int> reader = blockedLiveRead();
     ASSERT_TRUE(put(*serverRing, pattern(100)));
     ASSERT_TRUE(put(*serverRing, pattern(200, 100)));
     EXPECT_EQ(reader.get(), 300) << log.dump();
@@ -288,23 +294,13 @@ TEST_F(LiveDataInRealTime, WakesAReaderThatWaitsForIt) {
 }
 
 TEST_F(LiveDataInRealTime, IsNotWaitedForAnyMoreWhenTheRingIsTaken) {
-    makeUplink();
-    start();
-    giveRing();
-    ASSERT_TRUE(put(*serverRing, pattern(10)));
-    ASSERT_EQ(read(10, true), 10);
-    std::future<int> reader = blockedRead(300);
+    std::future<int> reader = blockedLiveRead();
     takeRing();
     EXPECT_EQ(reader.get(), 300) << "silence" << log.dump();
 }
 
 TEST_F(LiveDataInRealTime, IsToldOfSlowWakeUpsByName) {
-    makeUplink();
-    start();
-    giveRing();
-    ASSERT_TRUE(put(*serverRing, pattern(10)));
-    ASSERT_EQ(read(10, true), 10);
-    std::future<int> reader = blockedRead(300);
+    std::future<int> reader = blockedLiveRead();
     const std::uint64_t stamp = serverRing->getUpdateTime();
     ASSERT_TRUE(eventually([&] {
         dynamic_cast<ClientRecordRt&>(*record).notify();

@@ -74,14 +74,14 @@ void scribble(const test::NamedKind& kind, Input& input) {
     close(fd);
 }
 
-void move(test::NamedStream& stream, Input& input) {
+void move(test::AnyStream& stream, Input& input) {
     if (stream.getTotalBufferSize() == 0) return;  // a track would wait for its ring
     const int count = 1 + input.number<std::uint16_t>() % 5000;
     const auto bytes = std::make_unique<unsigned char[]>(static_cast<std::size_t>(count));
     demand(stream.move(bytes.get(), count, false) <= count, "no more is moved than was asked for");
 }
 
-void operate(test::NamedStream& stream, const test::NamedKind& kind, Input& input) {
+void operate(test::AnyStream& stream, const test::NamedKind& kind, Input& input) {
     switch (input.byte() % 10) {
         case 0:
             (void)stream.initCheck();

@@ -1,16 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/hostile/NamedStreams.h"
 
-#include <cabinaudio/client/ClientRecord.h>
-#include <cabinaudio/client/ClientRecordRt.h>
-#include <cabinaudio/client/ClientSink.h>
-#include <cabinaudio/client/ClientTrack.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <thread>
-#include <type_traits>
 
 namespace cabinaudio::test {
 
@@ -36,51 +30,14 @@ unsigned percent() {
     return wanted != nullptr ? static_cast<unsigned>(std::max(1, std::atoi(wanted))) : 100;
 }
 
-template <typename Stream>
-constexpr bool PLAYS = std::is_base_of_v<audio::QVAudioTrack, Stream>;
-
-template <typename Stream>
-class StreamOf : public NamedStream {
-public:
-    template <typename... Arguments>
-    explicit StreamOf(Arguments&&... arguments) : mStream(arguments...) {}
-
-    int initCheck() override { return mStream.initCheck(); }
-    int start() override { return mStream.start(); }
-    int stop() override { return mStream.stop(); }
-    int clear() override { return mStream.clear(); }
-    int getTotalBufferSize() override { return mStream.getTotalBufferSize(); }
-    int move(unsigned char* bytes, int count, bool isBlock) override {
-        if constexpr (PLAYS<Stream>)
-            return mStream.write(bytes, count, isBlock);
-        else
-            return mStream.read(bytes, count, isBlock);
-    }
-    int available() override {
-        if constexpr (PLAYS<Stream>)
-            return mStream.bytesFree();
-        else
-            return mStream.bytesUsed();
-    }
-    int ask() override {
-        if constexpr (PLAYS<Stream>)
-            return mStream.writeDone();
-        else
-            return mStream.getVolume();
-    }
-
-private:
-    Stream mStream;
-};
-
 template <typename Stream, AudioTagType TAG>
-std::unique_ptr<NamedStream> create(const std::string& name) {
+std::unique_ptr<AnyStream> create(const std::string& name) {
     AudioFormatDesc format = {0, 48000, 0, AUDIO_CHANNEL_MAP_2, 0, AUDIO_BIT_DEPTH_16};
     return std::make_unique<StreamOf<Stream>>(name.c_str(), TAG, format, 0);
 }
 
 template <std::uint32_t CODEC>
-std::unique_ptr<NamedStream> createUplink(const std::string& name) {
+std::unique_ptr<AnyStream> createUplink(const std::string& name) {
     AudioFormatDesc format = {CODEC, 16000, 0, AUDIO_CHANNEL_MAP_1, 0, AUDIO_BIT_DEPTH_16};
     return std::make_unique<StreamOf<ClientRecordRt>>(name.c_str(), AUDIO_TAG_UPLINK, format);
 }

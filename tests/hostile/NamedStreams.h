@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tests/support/AnyStream.h"
 #include "tests/support/ProcessState.h"
 
 #include <cstdint>
@@ -11,30 +12,14 @@
 
 namespace cabinaudio::test {
 
-/// A stream of any kind under a name of its own.
-class NamedStream {
-public:
-    virtual ~NamedStream() = default;
-    virtual int initCheck() = 0;
-    virtual int start() = 0;
-    virtual int stop() = 0;
-    virtual int clear() = 0;
-    /// Writes or reads.
-    virtual int move(unsigned char* bytes, int count, bool isBlock) = 0;
-    /// Bytes that a move takes at once, as far as the stream says.
-    virtual int available() = 0;
-    virtual int getTotalBufferSize() = 0;
-    /// One request more, if the kind has one.
-    virtual int ask() = 0;
-};
-
+/// A kind of stream, whose streams have names of their own.
 struct NamedKind {
     const char* name;
     bool writes;
     bool isPosix;         // the ring comes with the stream
     bool checksAtServer;  // initCheck() is a request
     bool isCoded;         // an uplink's reads give one frame, whatever they ask for
-    std::unique_ptr<NamedStream> (*create)(const std::string& name);
+    std::unique_ptr<AnyStream> (*create)(const std::string& name);
 };
 
 /// Every kind, and the uplink with each codec.

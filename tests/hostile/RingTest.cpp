@@ -124,7 +124,7 @@ protected:
     PolicyGuard guard{{60s, true, true}};
     HostileServer server;
     std::optional<EveryMappingGuarded> guarded{std::in_place};
-    std::unique_ptr<NamedStream> stream = kind.create("ring");
+    std::unique_ptr<AnyStream> stream = kind.create("ring");
     std::optional<ServersHeader> header;
 };
 

@@ -70,7 +70,7 @@ private:
     const NamedKind& mKind;
     std::string mName;
     std::unique_ptr<ShareMemoryEx> mRing;
-    std::unique_ptr<NamedStream> mStream;
+    std::unique_ptr<AnyStream> mStream;
     unsigned char mBytes[LENGTH] = {};
 };
 
