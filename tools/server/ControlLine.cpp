@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <cstring>
 #include <optional>
+#include <thread>
 
 namespace cabinaudio::tool {
 
@@ -23,6 +24,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr char kName[] = "/tmp/cabinaudio_control";
+constexpr std::chrono::milliseconds kPollPause{2};
 
 class ControlLine {
 public:
@@ -69,9 +71,14 @@ public:
         return line;
     }
 
-    /// A process that dies closes this connection after its listening sockets, which are older.
+    /// Until nobody can reach the server any more: a process that dies closes its sockets one after
+    /// the other, and clients that still reach it wait for an answer that never comes.
     void awaitServersEnd() const {
         while (receiveSome("end")) {
+        }
+        while (serverListens()) {
+            if (Clock::now() >= mDeadline) throwTimeOut("end");
+            std::this_thread::sleep_for(kPollPause);
         }
     }
 
@@ -81,14 +88,18 @@ private:
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(mDeadline - Clock::now());
         struct pollfd entry = {mSocket, POLLIN, 0};
         if (left.count() <= 0 || poll(&entry, 1, static_cast<int>(left.count())) == 0)
-            throw Failure(
-                "timed out after " + secondsText(mBound) + " waiting for the server's " + awaited,
-                ExitCode::TimedOut);
+            throwTimeOut(awaited);
         std::array<char, 4096> part;
         const ssize_t got = recv(mSocket, part.data(), part.size(), 0);
         if (got > 0) return std::string(part.data(), static_cast<std::size_t>(got));
         if (got < 0 && (errno == EINTR || errno == EAGAIN)) return std::string();
         return std::nullopt;
+    }
+
+    [[noreturn]] void throwTimeOut(const char* awaited) const {
+        throw Failure(
+            "timed out after " + secondsText(mBound) + " waiting for the server's " + awaited,
+            ExitCode::TimedOut);
     }
 
     const std::chrono::milliseconds mBound;
