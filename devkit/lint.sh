@@ -157,6 +157,9 @@ links() {
     done | complain 'leads nowhere'
 }
 
+# What mutants take away still stands in the library, once.
+stale_mutants() { devkit/mutation/mutate.py --check; }
+
 check() {
     printf '%s\n' "lint: $1"
     "$1" || failed="$failed $1"
@@ -168,6 +171,7 @@ check links
 check reuse_rules
 check layout
 check switched_off
+check stale_mutants
 check recipes
 check cpp_check
 check shell_scripts

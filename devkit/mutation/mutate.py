@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 """mutate.py --tests DIRECTORY [--work DIRECTORY] [--only TEXT]... [--from N] [--to N] [--seconds N]
-[--tsan DIRECTORY]:
+[--tsan DIRECTORY], or mutate.py --check:
 takes the library's locks, barriers, bounds and checks away, one at a time, and looks whether a
 test fails.
 
@@ -10,6 +10,8 @@ stands before the tests' own library. A mutant is caught when it does not compil
 tests that belong to its file fails or does not end, or when the check of the target's object code
 objects. --tests is a build with the test programs; --tsan one with the thread sanitizer, whose
 tests see what the others let through.
+
+--check only looks whether each mutant still has its place in the sources.
 
 Fails when less than 95 % are caught of those that make a difference, or when one survives that
 mutants.py says nothing of.
@@ -174,7 +176,9 @@ def must_hold(library, directory, lists):
 def arguments():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--tests", required=True)
+    what = parser.add_mutually_exclusive_group(required=True)
+    what.add_argument("--tests")
+    what.add_argument("--check", action="store_true")
     parser.add_argument("--tsan")
     parser.add_argument("--work", default="/tmp/cabinaudio-mutation")
     parser.add_argument("--only", action="append", metavar="TEXT",
@@ -195,8 +199,8 @@ def main():
     stale = [mutant for _, mutant in chosen if text_with(mutant) is None]
     for mutant in stale:
         print(f"{mutant.file}: {mutant.name}: its text is not there exactly once: {mutant.old!r}")
-    if stale:
-        sys.exit(1)
+    if stale or options.check:
+        sys.exit(1 if stale else 0)
     plain = Library(options.work, "")
     if not plain.compiles():
         sys.exit("the library as it is does not compile:\n" + plain.said)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/client/HeldUp.h"
 #include "tests/client/SinkFixture.h"
+#include "tests/client/SlowThreads.h"
 #include "tests/support/ProcessState.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/foundation/AudioTime.h>
 
-#include "tests/client/HeldUp.h"
 #include "tests/client/SinkFixture.h"
+#include "tests/client/SlowThreads.h"
 #include "tests/support/ProcessState.h"
 
 #include <algorithm>

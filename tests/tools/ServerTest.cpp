@@ -2,6 +2,7 @@
 // Commands to a running server.
 #include "tests/server/TemporaryDirectory.h"
 #include "tests/support/RealServer.h"
+#include "tests/support/ScriptedServer.h"
 #include "tests/tools/Sounds.h"
 #include "tests/tools/Surroundings.h"
 #include "tests/tools/ToolProcess.h"
@@ -149,10 +150,11 @@ TEST_F(AServer, CrashesOnCommand) {
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << status;
 }
 
-/// Says that it is done, and lives on.
+/// Says that it is done, and lives on: some of its sockets do.
 class AServerThatDoesNotDie {
 public:
-    AServerThatDoesNotDie() : mListener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    explicit AServerThatDoesNotDie(bool hangsUp)
+        : mListener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
         struct sockaddr_un address = {};
         address.sun_family = AF_UNIX;
         std::memcpy(address.sun_path + 1, NAME, sizeof NAME - 1);
@@ -160,11 +162,12 @@ public:
             static_cast<socklen_t>(offsetof(struct sockaddr_un, sun_path) + sizeof NAME);
         EXPECT_EQ(bind(mListener, reinterpret_cast<struct sockaddr*>(&address), length), 0);
         EXPECT_EQ(listen(mListener, 1), 0);
-        mThread = std::thread([this] {
+        mThread = std::thread([this, hangsUp] {
             mConnection = accept(mListener, nullptr, nullptr);
             char line[100];
             EXPECT_GT(recv(mConnection, line, sizeof line, 0), 0);
             EXPECT_EQ(::send(mConnection, "ok\n", 3, MSG_NOSIGNAL), 3);
+            if (hangsUp) shutdown(mConnection, SHUT_RDWR);
         });
     }
     ~AServerThatDoesNotDie() {
@@ -182,11 +185,21 @@ private:
     std::thread mThread;
 };
 
-TEST(ACrash, IsWaitedFor) {
-    const AServerThatDoesNotDie server;
+void expectWaitForItsEnd(bool hangsUp) {
+    const AServerThatDoesNotDie server(hangsUp);
     const ToolResult result = runTool({"server", "crash", "--timeout", "0.2"});
     EXPECT_EQ(result.exitCode, 4) << result.text();
     EXPECT_EQ(result.err, "cabinaudio: timed out after 0.2 s waiting for the server's end\n");
+}
+
+TEST(ACrash, IsNotOverWhileTheServerHoldsTheLine) {
+    expectWaitForItsEnd(false);
+}
+
+/// A process that dies may close its listening socket last.
+TEST(ACrash, IsNotOverWhileClientsReachTheServer) {
+    const ScriptedServer reachable;
+    expectWaitForItsEnd(true);
 }
 
 TEST_P(ARefusedCommand, EndsWithStatusOneAndTheServersWords) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/client/HeldUp.h"
+#include "tests/client/SlowThreads.h"
 
 #include <dlfcn.h>
 #include <pthread.h>
