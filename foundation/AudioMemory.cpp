@@ -1,30 +1,31 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/foundation/AudioMemory.h>
 
-#include "foundation/Log.h"
+#include <android/log.h>
 
 #include <cstdlib>
 
 namespace {
 
-// Deliberate: fixed line numbers, which crash reports are grouped by.
-constexpr cabinaudio::LogSite kMallocSite{"AudioMemory", "AudioNormalMalloc", 8};
-constexpr cabinaudio::LogSite kReallocSite{"AudioMemory", "AudioNormalRealloc", 22};
+// The line numbers in the log are fixed: kept as they are, part of the interface.
+constexpr unsigned MALLOC_LINE = 8;
+constexpr unsigned REALLOC_LINE = 22;
 
-void* existing(void* buf, const cabinaudio::LogSite& site) {
+void* existing(void* buf, const char* function, unsigned line) {
     if (buf != nullptr) return buf;
-    AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "AUDIO ASSERT(buf)!\n");
+    __android_log_print(ANDROID_LOG_ERROR, "AS", "[%s][%s][%04u]AUDIO ASSERT(buf)!\n",
+                        "AudioMemory", function, line);
     std::abort();
 }
 
 }  // namespace
 
 void* AudioNormalMalloc(std::uint32_t size) {
-    return existing(std::malloc(size), kMallocSite);
+    return existing(std::malloc(size), __func__, MALLOC_LINE);
 }
 
 void* AudioNormalRealloc(void* ptr, std::uint32_t size) {
-    return existing(std::realloc(ptr, size), kReallocSite);
+    return existing(std::realloc(ptr, size), __func__, REALLOC_LINE);
 }
 
 void AudioNormalFree(void* ptr) {

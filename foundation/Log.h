@@ -25,25 +25,26 @@ struct SourceStem {
 template <SourceStem NAME>
 inline constexpr SourceStem STEM = NAME;
 
-/// Where a log line says that it comes from. A helper that several operations share takes one, so
-/// that its lines carry the operation's own name. Make it with AUDIO_LOG_SITE.
+/// The operation that a log line belongs to. A helper that several operations share takes one, so
+/// that its lines carry the name of the operation; the line number is that of the log statement.
+/// Make it with AUDIO_LOG_SITE.
 struct LogSite {
     const char* file;
     const char* function;
-    unsigned line;
 };
 
 }  // namespace cabinaudio
 
-/// The LogSite of the place that it stands in.
-#define AUDIO_LOG_SITE                                                                            \
-    (::cabinaudio::LogSite{::cabinaudio::STEM<::cabinaudio::SourceStem(__FILE__)>.text, __func__, \
-                           static_cast<unsigned>(__LINE__)})
+/// The LogSite of the function that it stands in.
+#define AUDIO_LOG_SITE \
+    (::cabinaudio::LogSite{::cabinaudio::STEM<::cabinaudio::SourceStem(__FILE__)>.text, __func__})
 
-/// Writes one line for a site. The format is a literal and says for itself whether the line ends.
+/// Writes one line for a site. The format is a literal and includes the line feed where there is
+/// one.
 #define AUDIO_LOG_AT(priority, site, format, ...)                                      \
     ((void)__android_log_print((priority), "AS", "[%s][%s][%04u]" format, (site).file, \
-                               (site).function, (site).line __VA_OPT__(, ) __VA_ARGS__))
+                               (site).function,                                        \
+                               static_cast<unsigned>(__LINE__) __VA_OPT__(, ) __VA_ARGS__))
 
 #define AUDIO_LOG(priority, format, ...)                                         \
     do {                                                                         \

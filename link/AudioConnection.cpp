@@ -376,7 +376,7 @@ std::int32_t SktWorker::_readHeader(SocketFrameHeader& header, const LogSite& si
 /// @return false when the frame is none that this side knows
 bool SktWorker::_takeFrame(const SocketFrameHeader& header, const LogSite& site) {
     AudioAlert::alert("S->C", static_cast<std::uint32_t>(AudioTime::now() - header.sendTimeUs),
-                      SLOW_FRAME_US, site.file, site.function, site.line);
+                      SLOW_FRAME_US, site.file, site.function, __LINE__);
     switch (header.headerId) {
         case HEADER_NOTIFY:
             if (mCallback == nullptr)

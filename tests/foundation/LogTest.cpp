@@ -42,15 +42,6 @@ TEST(ALogLine, StartsWithFileFunctionAndLineInFourDigits) {
     EXPECT_EQ(log.lines()[0].tag, "AS");
 }
 
-TEST(ALogLine, PadsShortLineNumbersAndKeepsLongOnes) {
-    const LogCapture log;
-    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, (cabinaudio::LogSite{"File", "function", 7}), "text\n");
-    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, (cabinaudio::LogSite{"File", "function", 12345}), "text\n");
-    ASSERT_EQ(log.lines().size(), 2U);
-    EXPECT_EQ(log.lines()[0].text, "[File][function][0007]text\n");
-    EXPECT_EQ(log.lines()[1].text, "[File][function][12345]text\n");
-}
-
 TEST(ALogLine, HasThePriorityOfItsMacro) {
     const LogCapture log;
     AUDIO_LOGD("d\n");
@@ -83,6 +74,18 @@ TEST(ALogLine, OfASharedHelperNamesItsCaller) {
     };
     helper(AUDIO_LOG_SITE);
     EXPECT_EQ(log.count(kWarning, "LogTest", "TestBody", "shared\n"), 1U) << log.dump();
+}
+
+TEST(LogLine, OfASharedHelperHasTheLineOfItsStatement) {
+    const LogCapture log;
+    int line = 0;
+    const auto helper = [&line](const cabinaudio::LogSite& site) {
+        line = __LINE__ + 1;
+        AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "shared\n");
+    };
+    helper(AUDIO_LOG_SITE);
+    ASSERT_EQ(log.lines().size(), 1U);
+    EXPECT_EQ(log.lines()[0].text, "[LogTest][TestBody][" + padded(line) + "]shared\n");
 }
 
 TEST(AnIgnoredFailure, IsLoggedWithItsSourceText) {
@@ -119,4 +122,16 @@ TEST(AnInvariantThatHolds, IsSilent) {
     AUDIO_ASSERT(++evaluated == 1);
     EXPECT_EQ(evaluated, 1);
     EXPECT_TRUE(log.lines().empty()) << log.dump();
+}
+
+// Last in the file: it changes the line numbers of what follows.
+TEST(LogLine, PadsShortLineNumbersAndKeepsLongOnes) {
+    const LogCapture log;
+#line 7
+    AUDIO_LOGD("text\n");
+#line 12345
+    AUDIO_LOGD("text\n");
+    ASSERT_EQ(log.lines().size(), 2U);
+    EXPECT_EQ(log.lines()[0].text, "[LogTest][TestBody][0007]text\n");
+    EXPECT_EQ(log.lines()[1].text, "[LogTest][TestBody][12345]text\n");
 }

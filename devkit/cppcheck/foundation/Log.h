@@ -14,12 +14,11 @@ namespace cabinaudio {
 struct LogSite {
     const char* file;
     const char* function;
-    unsigned line;
 };
 
 }  // namespace cabinaudio
 
-#define AUDIO_LOG_SITE (::cabinaudio::LogSite{__FILE__, __func__, __LINE__})
+#define AUDIO_LOG_SITE (::cabinaudio::LogSite{__FILE__, __func__})
 #define AUDIO_LOG_AT(priority, site, ...) ((void)(priority), (void)(site), std::printf(__VA_ARGS__))
 #define AUDIO_LOG(priority, ...) std::printf(__VA_ARGS__)
 #define AUDIO_LOGD(...) std::printf(__VA_ARGS__)
