@@ -9,6 +9,7 @@
 #include "foundation/Log.h"
 #include "foundation/Make.h"
 #include "foundation/UseGate.h"
+#include "shm/RingAccess.h"
 #include "wire/Stream.h"
 
 #include <algorithm>
@@ -23,6 +24,7 @@ using cabinaudio::LogSite;
 using cabinaudio::make;
 using cabinaudio::msbc_silent;
 using cabinaudio::nowMs;
+using cabinaudio::RingAccess;
 using cabinaudio::UseGate;
 using wire::CaptureEvent;
 using wire::CaptureFunction;
@@ -482,7 +484,7 @@ unsigned ClientRecordRt::frameStep() const {
 unsigned ClientRecordRt::neededForFrame(const ShareMemoryEx& ring) const {
     if (!isFramed()) return frameStep();
     unsigned char header[LONGEST_HEADER_BYTES];
-    if (ring._peek(header, mHeaderSize) < mHeaderSize) return mHeaderSize;
+    if (RingAccess::peek(ring, header, mHeaderSize) < mHeaderSize) return mHeaderSize;
     const std::uint64_t whole = mHeaderSize + std::uint64_t{frameLength(mFormat.codecType, header)};
     return whole < ring.getTotalSize() ? static_cast<unsigned>(whole) : mHeaderSize;
 }
@@ -509,7 +511,7 @@ ClientRecordRt::Taken ClientRecordRt::takeSilentFrame(unsigned char* buffer, uns
 ClientRecordRt::Taken ClientRecordRt::takeLiveFrame(unsigned char* buffer, unsigned capacity) {
     ShareMemoryEx* const ring = mShareMemory;
     unsigned char header[LONGEST_HEADER_BYTES];
-    if (ring->_peek(header, mHeaderSize) < mHeaderSize) return {};
+    if (RingAccess::peek(*ring, header, mHeaderSize) < mHeaderSize) return {};
     const std::uint32_t length = frameLength(mFormat.codecType, header);
     const std::uint64_t whole = mHeaderSize + std::uint64_t{length};
     if (whole >= ring->getTotalSize()) {

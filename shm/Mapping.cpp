@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -73,6 +74,17 @@ void* mapReserved(int fd, off_t length) {
     return nullptr;
 }
 
+/// Remembers which object was mapped. Where that fails, no announced object is the mapped one.
+void noteObject(ShareMemoryHandle* hdl, int fd) {
+    const int error = errno;
+    struct stat object = {};
+    if (fstat(fd, &object) == 0) {
+        hdl->device = object.st_dev;
+        hdl->inode = object.st_ino;
+    }
+    errno = error;
+}
+
 /// What to unmap at the header. The shared size says it, as long as that is the mapping's length in
 /// pages; the other side may have written anything there.
 std::size_t headerLength(const ShareMemoryHandle* hdl) {
@@ -119,6 +131,7 @@ int openObject(const ShareMemoryHandle* hdl, const LogSite& site) {
 
 bool mapHeader(ShareMemoryHandle* hdl, int fd, off_t len, const LogSite& site) {
     void* const at = mapReserved(fd, len);
+    noteObject(hdl, fd);
     closeKeepingErrno(fd);
     if (at == nullptr) {
         AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "mmap(%s, %u) failed:%s\n", hdl->name,

@@ -5,7 +5,9 @@
 
 #include "foundation/Log.h"
 #include "shm/Mapping.h"
+#include "shm/RingAccess.h"
 #include "shm/RingCore.h"
+#include "shm/RingNames.h"
 #include "shm/ShareMemoryHandle.h"
 #include "shm/SharedSemaphore.h"
 #include "shm/ShmUpdateNotificationRecevier.h"
@@ -38,6 +40,10 @@ constinit RingHeader gNoRing{};
 // That of AudioTime::now(), which asks more each time. The same for all rings of a process.
 constinit std::atomic<clockid_t> gClock{CLOCK_MONOTONIC};
 
+bool hasKnownType(const ShareMemoryHandle* hdl) {
+    return hdl->type == SHM_TYPE_PHYS_MEM || hdl->type == SHM_TYPE_POSIX_SHM;
+}
+
 bool mapped(const ShareMemoryHandle* hdl) {
     return hdl->hdr != nullptr && hdl->data != nullptr;
 }
@@ -65,7 +71,7 @@ bool createShmMap(ShareMemoryHandle* hdl, const char* name) {
         const int fd = openObject(hdl, AUDIO_LOG_SITE);
         if (fd < 0) return false;
         // Deliberate: either side sets the length, and the last one's holds.
-        const off_t len = off_t{hdl->len} + off_t{sizeof(RingHeader)};
+        const off_t len = objectLength(*hdl);
         AUDIO_IGNORE(0==ftruncate(fd, len));
         if (!mapHeader(hdl, fd, len, AUDIO_LOG_SITE)) return false;
         hdl->data = reinterpret_cast<unsigned char*>(hdl->hdr + 1);
@@ -95,7 +101,7 @@ bool createShmMap(ShareMemoryHandle* hdl, const char* name) {
 }
 
 void destroyShmMap(ShareMemoryHandle* hdl) {
-    if (hdl->type != SHM_TYPE_PHYS_MEM && hdl->type != SHM_TYPE_POSIX_SHM) {
+    if (!hasKnownType(hdl)) {
         AUDIO_LOGE("invalid type:%u\n", static_cast<unsigned>(hdl->type));
         return;
     }
@@ -109,7 +115,7 @@ void destroyShmMap(ShareMemoryHandle* hdl) {
         unmapHeader(hdl, AUDIO_LOG_SITE);
     }
     if (hdl->cacheFd >= 0) close(hdl->cacheFd);
-    AUDIO_IGNORE(0==shm_unlink(hdl->name));
+    if (!dropRingName(*hdl)) AUDIO_LOGD("AUDIO IGNORE(0==shm_unlink(hdl->name))!\n");
 }
 
 void initShmNotificationReceiver(ShareMemoryHandle* hdl) {
@@ -317,6 +323,7 @@ ShareMemoryEx::ShareMemoryEx(shm_type_t type, const char* name, const unsigned c
         std::snprintf(hdl->name, sizeof(hdl->name), "%s_%p", name,
                       reinterpret_cast<void*>(std::uintptr_t{hdl->phys}));
 
+    if (hasKnownType(hdl)) addRingName(*hdl);
     const bool complete = createShmMap(hdl, name);
     hdl->ring = mapped(hdl) ? hdl->hdr : &gNoRing;
     hdl->plainLimit = mapped(hdl) && type == SHM_TYPE_POSIX_SHM ? size : 0;
@@ -390,9 +397,10 @@ __attribute__((no_sanitize("nonnull-attribute"))) int ShareMemoryEx::write(const
     return finishWrite(ring, static_cast<std::uint32_t>(count));
 }
 
-unsigned ShareMemoryEx::_peek(unsigned char* dst, unsigned len) const {
-    if (!mapped(mHandle)) return 0;
-    return copyOut(mHandle, RingState::of(*mHandle->ring), dst, len, [](std::uint32_t) {});
+unsigned RingAccess::peek(const ShareMemoryEx& ring, unsigned char* dst, unsigned len) {
+    const ShareMemoryHandle* const hdl = ring.mHandle;
+    if (!mapped(hdl)) return 0;
+    return copyOut(hdl, RingState::of(*hdl->ring), dst, len, [](std::uint32_t) {});
 }
 
 void ShareMemoryEx::updateReadOffset(unsigned offset) {

@@ -6,12 +6,15 @@
 #include "shm/SharedSemaphore.h"
 #include "wire/Ring.h"
 
+#include <sys/stat.h>
+
 #include <cstddef>
 #include <cstdint>
 
 class ShmUpdateNotificationRecevier;
 
-/// One side's view of a ring. Constant between construction and destruction.
+/// One side's view of a ring. Constant between construction and destruction, but for `older` and
+/// `keepsName`.
 struct ShareMemoryHandle {
     // For transfers: never null, a header of zeros when nothing is mapped.
     cabinaudio::wire::RingHeader* ring;
@@ -27,6 +30,12 @@ struct ShareMemoryHandle {
     char name[64];
     bool needCache;
     int cacheFd;
+
+    // The shared-memory object that was mapped; no object has the number 0.
+    dev_t device;
+    ino_t inode;
+    bool keepsName;            // the destructor does not remove the object's name
+    ShareMemoryHandle* older;  // next in the list of RingNames
 
     ShmUpdateNotificationRecevier* receiver;
     cabinaudio::sem_t* recevierSem;

@@ -36,6 +36,10 @@ public:
 
 struct ShareMemoryHandle;
 
+namespace cabinaudio {
+struct RingAccess;
+}
+
 /// A byte ring for one writer and one reader, normally in two processes. One byte always stays
 /// free, so a ring of S bytes holds S - 1.
 ///
@@ -59,8 +63,9 @@ public:
     ShareMemoryEx(shm_type_t type, const char* name, const unsigned char* addr, unsigned size,
                   unsigned mode, ShareMemoryUpdateNotificationCallback* callback);
 
-    /// Joins the receiver thread, unmaps, and removes the object's name. The other side may go on
-    /// with its mapping.
+    /// Joins the receiver thread, unmaps, and removes the object's name, unless a ring that this
+    /// process made later on the same side (with or without SHM_MODE_CREATOR) still uses the name.
+    /// The other side may go on with its mapping.
     ~ShareMemoryEx();
     ShareMemoryEx(const ShareMemoryEx&) = delete;
     ShareMemoryEx& operator=(const ShareMemoryEx&) = delete;
@@ -109,10 +114,8 @@ public:
     /// @return whether the writing side says that it is blocked
     [[nodiscard]] bool getWait() const;
 
-    /// For a reader that has to know what comes before it takes it: copies out as read() does, but
-    /// leaves the bytes in the ring and wakes nobody. @return bytes copied
-    CABINAUDIO_LOCAL unsigned _peek(unsigned char* dst, unsigned len) const;
-
 private:
+    friend struct cabinaudio::RingAccess;
+
     ShareMemoryHandle* mHandle;
 };

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "shm/RingNames.h"
+
+#include "shm/ShareMemoryHandle.h"
+
+#include <sys/mman.h>
+
+#include <cstring>
+#include <mutex>
+
+namespace cabinaudio {
+namespace {
+
+constinit std::mutex gLock;
+constinit ShareMemoryHandle* gYoungest = nullptr;  // guarded by gLock, as every `older`
+
+bool sameNameAndSide(const ShareMemoryHandle& one, const ShareMemoryHandle& other) {
+    return ((one.mode ^ other.mode) & SHM_MODE_CREATOR) == 0 &&
+           std::strcmp(one.name, other.name) == 0;
+}
+
+/// Takes the ring out of the list. @return whether a younger ring uses its name
+bool leaveList(ShareMemoryHandle& hdl) {
+    bool used = false;
+    ShareMemoryHandle** link = &gYoungest;
+    for (; *link != &hdl; link = &(*link)->older)
+        used = used || sameNameAndSide(**link, hdl);
+    *link = hdl.older;
+    return used;
+}
+
+}  // namespace
+
+void addRingName(ShareMemoryHandle& hdl) {
+    const std::lock_guard lock(gLock);
+    hdl.older = gYoungest;
+    gYoungest = &hdl;
+}
+
+bool dropRingName(ShareMemoryHandle& hdl) {
+    // The name goes under the lock: a ring that is added afterwards opens its object afterwards.
+    const std::lock_guard lock(gLock);
+    const bool used = leaveList(hdl);
+    return used || hdl.keepsName || shm_unlink(hdl.name) == 0;
+}
+
+}  // namespace cabinaudio

@@ -1,0 +1,235 @@
+// SPDX-License-Identifier: Apache-2.0
+// Which ring removes the object's name, and whether a ring maps the object that is announced.
+#include "shm/RingAccess.h"
+#include "tests/shm/Platform.h"
+#include "tests/shm/RingFixture.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/ProcessState.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <thread>
+#include <utility>
+
+namespace cabinaudio::test {
+namespace {
+
+constexpr unsigned kWriter = SHM_MODE_WRITER;
+
+using RingName = Ring;
+using RingAnnouncement = Ring;
+
+/// Whether the bytes of a ring are those of the object that its name stands for.
+bool namesTheBytesOf(ShareMemoryEx& ring, const std::string& name) {
+    if (!Object::exists(name)) return false;
+    const Object object(name, sizeof(wire::RingHeader));
+    const std::uint32_t before = ring.getWriteOffset();
+    const std::uint32_t other = before + 1;
+    ring.updateWriteOffset(other);
+    const bool same = object.header().writeOffset == other;
+    ring.updateWriteOffset(before);
+    return same;
+}
+
+void setLength(const std::string& name, off_t length) {
+    const int fd = shm_open(name.c_str(), O_RDWR | O_CREAT, 0600);
+    ASSERT_GE(fd, 0);
+    EXPECT_EQ(ftruncate(fd, length), 0);
+    close(fd);
+}
+
+}  // namespace
+
+// ---- names ---------------------------------------------------------------------------------
+
+TEST_F(RingName, StaysForTheYoungerWhenTheOlderIsDeletedFirst) {
+    auto older = posix(16, kWriter);
+    auto younger = posix(16, kWriter);
+    older.reset();
+    EXPECT_TRUE(namesTheBytesOf(*younger, posixName()));
+    younger.reset();
+    EXPECT_FALSE(Object::exists(posixName()));
+}
+
+TEST_F(RingName, GoesWithTheYoungerWhenThatIsDeletedFirst) {
+    auto older = posix(16, kWriter);
+    posix(16, kWriter).reset();
+    EXPECT_FALSE(Object::exists(posixName()));
+    const auto third = posix(16, kWriter);
+    older.reset();
+    EXPECT_TRUE(namesTheBytesOf(*third, posixName()));
+}
+
+TEST_F(RingName, StaysForANewObjectOfTheServer) {
+    auto older = posix(16, kWriter);
+    Object::remove(posixName());
+    const auto server = posix(32);
+    const auto younger = posix(32, kWriter);
+    older.reset();
+    EXPECT_TRUE(namesTheBytesOf(*server, posixName()));
+    EXPECT_TRUE(namesTheBytesOf(*younger, posixName()));
+}
+
+TEST_F(RingName, StaysInPhysicalMemory) {
+    const Physical memory(kPhysical, 16);
+    auto older = physical(16, kWriter);
+    auto younger = physical(16, kWriter);
+    older.reset();
+    EXPECT_TRUE(Object::exists(physicalName()));
+    younger.reset();
+    EXPECT_FALSE(Object::exists(physicalName()));
+}
+
+TEST_F(RingName, GoesWithTheCreatorWhileAYoungerClientLives) {
+    auto creator = posix(16);
+    const auto client = posix(16, kWriter);
+    creator.reset();
+    EXPECT_FALSE(Object::exists(posixName()));
+}
+
+TEST_F(RingName, GoesWithTheClientWhileAYoungerCreatorLives) {
+    auto client = posix(16, kWriter);
+    const auto creator = posix(16);
+    client.reset();
+    EXPECT_FALSE(Object::exists(posixName()));
+}
+
+TEST_F(RingName, StaysForTheYoungerOfTwoCreators) {
+    auto older = posix(16);
+    auto younger = posix(16);
+    older.reset();
+    EXPECT_TRUE(namesTheBytesOf(*younger, posixName()));
+}
+
+TEST_F(RingName, GoesWhileYoungerRingsOfOtherNamesLive) {
+    auto ring = posix(16, kWriter);
+    const auto other = physical(16, kWriter);
+    const ShareMemoryEx unknown(static_cast<shm_type_t>(3), posixName().c_str(), nullptr, 16,
+                                kWriter, nullptr);
+    ring.reset();
+    EXPECT_FALSE(Object::exists(posixName()));
+}
+
+TEST_F(RingName, StaysWhenTheRingKeepsIt) {
+    auto ring = posix(16, kWriter);
+    RingAccess::keepName(*ring);
+    ring.reset();
+    EXPECT_TRUE(Object::exists(posixName()));
+}
+
+TEST_F(RingName, IsLeftAloneWithoutALogLine) {
+    auto older = posix(16, kWriter);
+    auto younger = posix(16, kWriter);
+    const LogCapture log;
+    older.reset();
+    EXPECT_EQ(log.countMatching(kDebug, "AUDIO IGNORE.*\n"), 0u) << log.dump();
+    Object::remove(posixName());
+    younger.reset();
+    EXPECT_EQ(log.count(kDebug, "ShareMemory", "destroyShmMap",
+                        "AUDIO IGNORE(0==shm_unlink(hdl->name))!\n"),
+              1u)
+        << log.dump();
+}
+
+TEST_F(RingName, StaysForAMappingThatIsUnderWayOnAnotherThread) {
+    constexpr unsigned kRounds = 3000;
+    std::unique_ptr<ShareMemoryEx> current = posix(16, kWriter);
+    std::unique_ptr<ShareMemoryEx> earlier;
+    std::atomic<unsigned> begun{0};
+    std::atomic<unsigned> ended{0};
+    std::thread deleting([&] {
+        for (unsigned round = 1; round <= kRounds; ++round) {
+            for (unsigned seen = begun; seen < round; seen = begun)
+                begun.wait(seen);
+            earlier.reset();
+            ended = round;
+            ended.notify_one();
+        }
+    });
+    unsigned lost = 0;
+    for (unsigned round = 1; round <= kRounds; ++round) {
+        earlier = std::move(current);
+        begun = round;
+        begun.notify_one();
+        current = posix(16, kWriter);
+        for (unsigned seen = ended; seen < round; seen = ended)
+            ended.wait(seen);
+        if (!RingAccess::mapsAnnounced(*current, 0, 16)) ++lost;
+    }
+    deleting.join();
+    EXPECT_EQ(lost, 0u);
+}
+
+// ---- announcements -------------------------------------------------------------------------
+
+TEST_F(RingAnnouncement, IsMappedUnderItsOwnNumbers) {
+    const auto ring = posix(16, kWriter);
+    EXPECT_TRUE(RingAccess::mapsAnnounced(*ring, 0, 16));
+    EXPECT_FALSE(RingAccess::mapsAnnounced(*ring, 0, 17));
+    EXPECT_FALSE(RingAccess::mapsAnnounced(*ring, kPhysical, 16));
+}
+
+TEST_F(RingAnnouncement, IsMappedAtItsPhysicalAddress) {
+    const auto ring = physical(16, kWriter);
+    EXPECT_TRUE(RingAccess::mapsAnnounced(*ring, kPhysical, 16));
+    EXPECT_FALSE(RingAccess::mapsAnnounced(*ring, kPhysical + 16, 16));
+    EXPECT_FALSE(RingAccess::mapsAnnounced(*ring, kPhysical, 15));
+}
+
+TEST_F(RingAnnouncement, IsNotMappedAsANewObjectOfTheSameName) {
+    const auto ring = physical(16, kWriter);
+    Object::remove(physicalName());
+    const auto server = physical(16);
+    EXPECT_FALSE(RingAccess::mapsAnnounced(*ring, kPhysical, 16));
+    EXPECT_TRUE(RingAccess::mapsAnnounced(*server, kPhysical, 16));
+}
+
+TEST_F(RingAnnouncement, IsNotMappedAndNotCreatedWhenItsNameIsGone) {
+    const auto ring = posix(16, kWriter);
+    Object::remove(posixName());
+    EXPECT_FALSE(RingAccess::mapsAnnounced(*ring, 0, 16));
+    EXPECT_FALSE(Object::exists(posixName()));
+}
+
+TEST_F(RingAnnouncement, IsNotMappedInAnotherLength) {
+    const auto ring = posix(16, kWriter);
+    setLength(posixName(), 64 + 15);
+    EXPECT_FALSE(RingAccess::mapsAnnounced(*ring, 0, 16));
+    setLength(posixName(), 64 + 17);
+    EXPECT_FALSE(RingAccess::mapsAnnounced(*ring, 0, 16));
+    setLength(posixName(), 64 + 16);
+    EXPECT_TRUE(RingAccess::mapsAnnounced(*ring, 0, 16));
+}
+
+TEST_F(RingAnnouncement, IsNotMappedByAnInertRing) {
+    for (const char* const function : {"mmap", "shm_open"}) {
+        const Failing failing(function, EMFILE);
+        const auto ring = posix(16, kWriter);
+        EXPECT_FALSE(RingAccess::mapsAnnounced(*ring, 0, 16)) << function;
+    }
+}
+
+TEST_F(RingAnnouncement, IsNotMappedWithoutTheCacheDevice) {
+    std::unique_ptr<ShareMemoryEx> ring;
+    {
+        const Failing failing("open", ENXIO, 1);
+        ring = physical(16, kWriter);
+        ASSERT_TRUE(failing.happened());
+    }
+    EXPECT_FALSE(RingAccess::mapsAnnounced(*ring, kPhysical, 16));
+}
+
+TEST_F(RingAnnouncement, LeavesNoDescriptorBehind) {
+    const auto ring = posix(16, kWriter);
+    const std::size_t before = ProcessState::now().descriptors;
+    for (int i = 0; i < 20; ++i)
+        EXPECT_TRUE(RingAccess::mapsAnnounced(*ring, 0, 16));
+    EXPECT_EQ(ProcessState::now().descriptors, before);
+}
+
+}  // namespace cabinaudio::test
