@@ -15,6 +15,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -27,6 +28,10 @@ struct Failure {
 };
 constinit Failure gFailure{};
 constinit std::atomic<bool> gArmed{false};
+
+constinit const char* gInterrupted = nullptr;
+constinit std::function<void()>* gAction = nullptr;
+constinit std::atomic<bool> gInterrupts{false};
 
 constexpr std::size_t kMostCalls = 512;
 struct Notes {
@@ -58,6 +63,11 @@ bool takeFailure(const char* function) {
     errno = gFailure.error;
     gArmed.store(false, std::memory_order_release);
     return true;
+}
+
+void interrupt(const char* function) {
+    if (!gInterrupts.load(std::memory_order_acquire)) return;
+    if (std::strcmp(gInterrupted, function) == 0 && gInterrupts.exchange(false)) (*gAction)();
 }
 
 void note(const char* function, std::uint64_t first, std::uint64_t second = 0,
@@ -110,6 +120,7 @@ int truncate(int fd, off64_t length) {
 int reserve(int fd, int mode, off64_t offset, off64_t length) {
     using Function = int(int, int, off64_t, off64_t);
     static constinit std::atomic<Function*> found{nullptr};
+    interrupt("fallocate");
     note("fallocate", static_cast<std::uint64_t>(length));
     if (takeFailure("fallocate")) return -1;
     return next(found, "fallocate64", "__interceptor_fallocate64")(fd, mode, offset, length);
@@ -140,6 +151,21 @@ Failing::~Failing() {
 
 bool Failing::happened() const {
     return !gArmed;
+}
+
+Before::Before(const char* function, std::function<void()> action) {
+    gInterrupted = function;
+    gAction = new std::function<void()>(std::move(action));
+    gInterrupts = true;
+}
+
+Before::~Before() {
+    gInterrupts = false;
+    delete gAction;
+}
+
+bool Before::happened() const {
+    return !gInterrupts;
 }
 
 Calls::Calls() {
@@ -226,6 +252,13 @@ int shm_open(const char* name, int flags, mode_t rights) {
     note("shm_open", static_cast<std::uint64_t>(flags), rights);
     if (takeFailure("shm_open")) return -1;
     return next(found, "shm_open", "__interceptor_shm_open")(name, flags, rights);
+}
+
+int shm_unlink(const char* name) {
+    using Function = int(const char*);
+    static constinit std::atomic<Function*> found{nullptr};
+    interrupt("shm_unlink");
+    return next(found, "shm_unlink", "__interceptor_shm_unlink")(name);
 }
 
 int ioctl(int fd, unsigned long request, ...) noexcept {

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string_view>
 #include <vector>
 
@@ -20,6 +21,20 @@ public:
     ~Failing();
     Failing(const Failing&) = delete;
     Failing& operator=(const Failing&) = delete;
+
+    /// Whether that call has come.
+    [[nodiscard]] bool happened() const;
+};
+
+/// Does something else just before one call of "fallocate" or "shm_unlink", on that call's thread;
+/// one at a time.
+class Before {
+public:
+    /// @param function  must live as long as the object
+    Before(const char* function, std::function<void()> action);
+    ~Before();
+    Before(const Before&) = delete;
+    Before& operator=(const Before&) = delete;
 
     /// Whether that call has come.
     [[nodiscard]] bool happened() const;

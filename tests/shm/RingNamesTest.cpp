@@ -136,8 +136,37 @@ TEST_F(RingName, IsLeftAloneWithoutALogLine) {
         << log.dump();
 }
 
-TEST_F(RingName, StaysForAMappingThatIsUnderWayOnAnotherThread) {
-    constexpr unsigned kRounds = 3000;
+TEST_F(RingName, StaysForAMappingThatIsUnderWay) {
+    auto older = posix(16, kWriter);
+    // The younger has opened the object and is not complete yet.
+    const Before before("fallocate", [&] { older.reset(); });
+    const auto younger = posix(16, kWriter);
+    ASSERT_TRUE(before.happened());
+    EXPECT_TRUE(RingAccess::mapsAnnounced(*younger, 0, 16));
+}
+
+TEST_F(RingName, IsNotOpenedBetweenTheDecisionToRemoveItAndTheRemoval) {
+    auto older = posix(16, kWriter);
+    std::unique_ptr<ShareMemoryEx> younger;
+    std::atomic<bool> mapped{false};
+    std::thread mapping;
+    const Before before("shm_unlink", [&] {
+        mapping = std::thread([&] {
+            pthread_setname_np(pthread_self(), "mapping");
+            younger = posix(16, kWriter);
+            mapped = true;
+        });
+        // Until the removal it must wait; otherwise it maps an object that loses its name.
+        EXPECT_TRUE(eventually([&] { return mapped || threadsSleep("mapping"); }));
+    });
+    older.reset();
+    ASSERT_TRUE(before.happened());
+    mapping.join();
+    EXPECT_TRUE(RingAccess::mapsAnnounced(*younger, 0, 16));
+}
+
+TEST_F(RingName, StaysForTheRingThatLivesWhileThreadsMapAndDelete) {
+    constexpr unsigned kRounds = 1000;
     std::unique_ptr<ShareMemoryEx> current = posix(16, kWriter);
     std::unique_ptr<ShareMemoryEx> earlier;
     std::atomic<unsigned> begun{0};
