@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/client/ClientRecord.h>
-#include <cabinaudio/diag/AudioDump.h>
 #include <cabinaudio/link/RemoteCall.h>
 
 #include "client/Stream.h"
+#include "client/StreamDump.h"
 #include "foundation/Log.h"
 #include "foundation/Make.h"
 #include "wire/Stream.h"
@@ -14,10 +14,13 @@
 
 using cabinaudio::id;
 using cabinaudio::llu;
+using cabinaudio::LogSite;
 using cabinaudio::make;
 using cabinaudio::nowMs;
+using cabinaudio::StreamDump;
 using cabinaudio::wire::CaptureEvent;
 using cabinaudio::wire::CaptureFunction;
+using cabinaudio::wire::CreateReply;
 
 namespace {
 
@@ -56,25 +59,33 @@ void ClientRecord::init(AudioTagType tag, int streamParam) {
         AUDIO_LOGE("Fail to check RemoteCall.\n");
         return;
     }
-    const auto [steps, reply] =
-        cabinaudio::createStream(*mRc, id(CaptureFunction::Create), tag, mFormat, streamParam);
-    if (steps.allocated != AUDIO_NO_ERROR) return;
-    if (steps.called != AUDIO_NO_ERROR || reply.status != AUDIO_NO_ERROR) {
-        AUDIO_LOGE("[%s] RPC data transfer failure, status:%d  ret_status:%d\n", mName,
-                   steps.called, reply.status);
-    } else {
-        mPerLoopSamples = reply.perLoopSamples;
-        mPerLoopSize = reply.perLoopSize;
-        mPerLoopTime = reply.perLoopTime;
-        auto* const ring = make<ShareMemoryEx>(SHM_TYPE_POSIX_SHM, mName, nullptr, reply.ringSize,
-                                               SHM_MODE_READER, this);
-        const AudioMutex::AutoLock lock(mLock);
-        mShareMemory = ring;
-        if (mState == NO_INIT) mState = IDLE;  // the server may have removed it by now
-        AUDIO_LOGD("[%s] ShareMemoryEx create ok: mShareMemorySize:%u [cast:%llu ms]\n", mName,
-                   reply.ringSize, llu(sinceCreation()));
-    }
+    const LogSite site = AUDIO_LOG_SITE;
+    const auto steps = cabinaudio::askFor<CreateReply>(
+        *mRc, cabinaudio::createRequest(id(CaptureFunction::Create), tag, mFormat, streamParam),
+        true, [&](const cabinaudio::Asked<CreateReply>& asked) {
+            if (asked.isGranted())
+                accept(asked.reply, site);
+            else
+                AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
+                             "[%s] RPC data transfer failure, status:%d  ret_status:%d\n", mName,
+                             asked.called, asked.reply.status);
+        });
     if (!steps.isFreed) AUDIO_LOGD("AUDIO IGNORE(mRc->rcfree(param, ret) == AUDIO_NO_ERROR)!\n");
+}
+
+/// Takes over what the server grants, and maps the ring.
+void ClientRecord::accept(const CreateReply& reply, const LogSite& site) {
+    mPerLoopSamples = reply.perLoopSamples;
+    mPerLoopSize = reply.perLoopSize;
+    mPerLoopTime = reply.perLoopTime;
+    auto* const ring = make<ShareMemoryEx>(SHM_TYPE_POSIX_SHM, mName, nullptr, reply.ringSize,
+                                           SHM_MODE_READER, this);
+    const AudioMutex::AutoLock lock(mLock);
+    mShareMemory = ring;
+    if (mState == NO_INIT) mState = IDLE;  // the server may have removed the record already
+    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site,
+                 "[%s] ShareMemoryEx create ok: mShareMemorySize:%u [cast:%llu ms]\n", mName,
+                 reply.ringSize, llu(sinceCreation()));
 }
 
 int ClientRecord::initCheck() {
@@ -84,9 +95,8 @@ int ClientRecord::initCheck() {
         return AUDIO_INVALID_STATE;
     }
     const std::int32_t status = mRc->callFuncId(id(CaptureFunction::InitCheck), false);
-    // Whatever the server says: a dump of a stream in trouble is the one that is wanted.
-    delete mDump;  // of an earlier initCheck
-    mDump = make<AudioDump>(mTag, mName, "client", false);
+    // Also when the server does not confirm the stream: a dump of a stream in trouble is useful.
+    StreamDump::begin(mDump, mTag, mName);
     AUDIO_LOGI("Create rawMic record[%s] Done [cast:%llu ms]\n", mName, llu(sinceCreation()));
     return status;
 }
@@ -189,7 +199,7 @@ int ClientRecord::getPerLoopSize() {
 }
 
 int ClientRecord::getTotalBufferSize() {
-    const ShareMemoryEx* const ring = mShareMemory;
+    ShareMemoryEx* const ring = mShareMemory;
     return ring != nullptr ? static_cast<int>(ring->getTotalSize()) : 0;
 }
 
@@ -199,7 +209,7 @@ int ClientRecord::bytesUsed() {
         AUDIO_LOGE("[%s]Abnormal state:%d.\n", mName, mState);
         return 0;
     }
-    const ShareMemoryEx* const ring = mShareMemory;
+    ShareMemoryEx* const ring = mShareMemory;
     return ring != nullptr ? static_cast<int>(ring->getUsedSize()) : 0;
 }
 
@@ -219,32 +229,32 @@ int ClientRecord::read(unsigned char* buffer, int bytes, bool isBlock) {
                    mIsBlocked);
         return AUDIO_INVALID_STATE;
     }
-    return readLoop(buffer, bytes, isBlock);
+    return readLoop(buffer, bytes, isBlock, AUDIO_LOG_SITE);
 }
 
 /// @return bytes stored in `buffer`
-int ClientRecord::readLoop(unsigned char* buffer, int bytes, bool isBlock) {
+int ClientRecord::readLoop(unsigned char* buffer, int bytes, bool isBlock, const LogSite& site) {
     ShareMemoryEx* const ring = mShareMemory;
     const auto wanted = static_cast<unsigned>(bytes);
     unsigned done = 0;
     while (done < wanted) {
-        const unsigned used = waitForData(isBlock);
+        const unsigned used = waitForData(isBlock, site);
         if (used == 0) break;
         const unsigned count = std::min(wanted - done, used);
         const auto got = static_cast<unsigned>(ring->read(buffer + done, count));
         if (got == 0) {
-            AUDIO_LOGE("[%s] read from shm return:%u\n", mName, got);
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s] read from shm return:%u\n", mName, got);
             break;
         }
-        if (mDump != nullptr) mDump->write(buffer + done, got);
+        StreamDump::write(mDump, buffer + done, count);
         done += got;
     }
     return static_cast<int>(done);
 }
 
 /// @return bytes in the ring; 0 when none came, or none are wanted any more
-unsigned ClientRecord::waitForData(bool isBlock) {
-    const ShareMemoryEx* const ring = mShareMemory;
+unsigned ClientRecord::waitForData(bool isBlock, const LogSite& site) {
+    ShareMemoryEx* const ring = mShareMemory;
     unsigned used = 0;
     std::optional<cabinaudio::RingPatience> patience;
     while ((used = ring->getUsedSize()) == 0 && isBlock) {
@@ -253,16 +263,20 @@ unsigned ClientRecord::waitForData(bool isBlock) {
         bool isWoken = mCond.waitRelative(mLock, DATA_WAIT_MS) == 0;
         if (patience->isOver() && ring->getUsedSize() == 0) isWoken = false;  // in vain
         if (!isWoken)
-            AUDIO_LOGW("[%s] waitting share memory data update timeout[%d ms]\n", mName,
-                       static_cast<int>(DATA_WAIT_MS));
+            AUDIO_LOG_AT(ANDROID_LOG_WARN, site,
+                         "[%s] waitting share memory data update timeout[%d ms]\n", mName,
+                         static_cast<int>(DATA_WAIT_MS));
         mIsBlocked = false;
+        if (mState != ACTIVE) mCond.signal();  // the destructor may be waiting for this
         if (!isWoken || mState != ACTIVE) return 0;
     }
     return used;
 }
 
 void ClientRecord::notify() {
-    const std::uint64_t lag = cabinaudio::wakeAfterUpdate({mLock, mCond, mIsBlocked, mShareMemory});
+    const AudioMutex::AutoLock lock(mLock);
+    if (!mIsBlocked) return;
+    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(mCond, mShareMemory);
     if (lag >= cabinaudio::LAG_WARNING_MS)
         AUDIO_LOGW("update share memory IPC interVal:%llu ms > 1 ms\n", llu(lag));
 }
@@ -293,18 +307,21 @@ ClientRecord::~ClientRecord() {
     {
         const AudioMutex::AutoLock lock(mLock);
         mState = NO_INIT;
-        if (mIsBlocked) {
-            // The reader does not signal back, so this is the time that it has to leave.
-            const std::uint64_t begin = nowMs();
-            std::uint64_t waited = 0;
-            for (; waited < READER_EXIT_WAIT_MS; waited = nowMs() - begin) {
-                if (mIsBlocked) mCond.signal();
-                (void)mCond.waitRelative(mLock, READER_EXIT_WAIT_MS - waited);
-            }
-            AUDIO_LOGW("[%s] waitting exit read timeout[%d ms]\n", mName,
-                       static_cast<int>(READER_EXIT_WAIT_MS));
-        }
+        if (mIsBlocked) endReader();
     }
     delete mShareMemory;
-    delete mDump;
+    StreamDump::endAll(mDump);
+}
+
+/// Ends a blocked read. Called with mLock held.
+void ClientRecord::endReader() {
+    mCond.signal();
+    const std::uint64_t begin = nowMs();
+    // notify() can wake this thread instead of the reader: test the flag of the reader.
+    for (std::uint64_t waited = 0; mIsBlocked && waited < READER_EXIT_WAIT_MS;
+         waited = nowMs() - begin)
+        (void)mCond.waitRelative(mLock, READER_EXIT_WAIT_MS - waited);
+    if (mIsBlocked)
+        AUDIO_LOGW("[%s] waitting exit read timeout[%d ms]\n", mName,
+                   static_cast<int>(READER_EXIT_WAIT_MS));
 }

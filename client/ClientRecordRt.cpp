@@ -1,30 +1,35 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/client/ClientRecordRt.h>
-#include <cabinaudio/diag/AudioDump.h>
 #include <cabinaudio/foundation/AudioMath.h>
-#include <cabinaudio/link/RemoteCall.h>
 
 #include "client/SilentFrames.h"
 #include "client/Stream.h"
+#include "client/StreamDump.h"
+#include "client/StreamLink.h"
 #include "foundation/Log.h"
-#include "foundation/Make.h"
 #include "foundation/UseGate.h"
+#include "link/RemoteCallAccess.h"
 #include "shm/RingAccess.h"
 #include "wire/Stream.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <optional>
 
 namespace wire = cabinaudio::wire;
+using cabinaudio::Asked;
 using cabinaudio::id;
 using cabinaudio::llu;
 using cabinaudio::LogSite;
-using cabinaudio::make;
 using cabinaudio::msbc_silent;
 using cabinaudio::nowMs;
+using cabinaudio::RemoteCallAccess;
+using cabinaudio::ReplacedRing;
 using cabinaudio::RingAccess;
+using cabinaudio::StreamDump;
+using cabinaudio::StreamLink;
 using cabinaudio::UseGate;
 using wire::CaptureEvent;
 using wire::CaptureFunction;
@@ -73,6 +78,12 @@ void noise(unsigned char* at, std::uint64_t count, unsigned shift) {
     }
 }
 
+/// The end of an AUDIO_ASSERT whose line carries the name of the operation.
+[[noreturn]] void abortOn(const char* broken, const LogSite& site) {
+    AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "AUDIO ASSERT(%s)!\n", broken);
+    std::abort();
+}
+
 }  // namespace
 
 /// What a read can have, and how long it has to wait for the rest.
@@ -113,16 +124,12 @@ ClientRecordRt::ClientRecordRt(const char* name, AudioTagType tag, AudioFormatDe
       mPerLoopTime(0),
       mHeaderSize(0),
       mCodecExtra1(0),
-      mCodecExtra2(0),
-      mIsBeingDestroyed(false),
-      mRequestLock(false),
-      mRingVisitors(make<UseGate>()),
-      mReaders(make<UseGate>()) {
+      mCodecExtra2(0) {
     std::snprintf(mName, sizeof mName, "%s", name != nullptr ? name : "");
     {
-        // Notifications can arrive before `new` has returned; they find mRc once the lock is free.
+        // Notifications can arrive before the link is complete; the lock makes them wait.
         const AudioMutex::AutoLock lock(mLock);
-        mRc = make<RemoteCall>(AudioTypes::getConnectType(tag), notifierCallbackFunc, this, name);
+        StreamLink::open(mRc, AudioTypes::getConnectType(tag), notifierCallbackFunc, this, name);
     }
     init(tag);
 }
@@ -135,24 +142,22 @@ void ClientRecordRt::init(AudioTagType tag) {
         return;
     }
     AUDIO_LOGI("[%s] record init.\n", mName);
+    const LogSite site = AUDIO_LOG_SITE;
     const AudioMutex::AutoLock lock(mLock);
-    const auto [steps, reply] =
-        cabinaudio::createStream(*mRc, id(CaptureFunction::Create), tag, mFormat, 0);
-    if (steps.allocated != AUDIO_NO_ERROR) return;
-    const bool isGranted = steps.called == AUDIO_NO_ERROR && reply.status == AUDIO_NO_ERROR;
-    if (!isGranted)
-        AUDIO_LOGE("[%s] RPC data transfer failure, status:%d  ret_status:%d\n", mName,
-                   steps.called, reply.status);
+    bool isGranted = false;
+    const auto steps = cabinaudio::askFor<wire::CreateReply>(
+        *mRc, cabinaudio::createRequest(id(CaptureFunction::Create), tag, mFormat, 0), true,
+        [&](const Asked<wire::CreateReply>& asked) {
+            isGranted = asked.isGranted();
+            if (isGranted)
+                accept(asked.reply);
+            else
+                AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
+                             "[%s] RPC data transfer failure, status:%d  ret_status:%d\n", mName,
+                             asked.called, asked.reply.status);
+        });
     if (!steps.isFreed) AUDIO_LOGD("AUDIO IGNORE(mRc->rcfree(initPrm, ret) == AUDIO_NO_ERROR)!\n");
     if (!isGranted) return;
-
-    const auto perLoopBytes = static_cast<std::uint32_t>(reply.perLoopSize);
-    mState = IDLE;
-    mPerLoopSamples = static_cast<std::uint32_t>(reply.perLoopSamples);
-    mPerLoopBytes = perLoopBytes;
-    mBytesPerMSec = perLoopBytes >> PERIOD_SHIFT;
-    mCacheSizeMax = perLoopBytes << 1;
-    mPerLoopTime = static_cast<std::uint32_t>(reply.perLoopTime);
     if (!setUpCodec()) {
         AUDIO_LOGE("[%s] unsupport CODEC type:%d.\n", mName, static_cast<int>(mFormat.codecType));
         return;
@@ -162,6 +167,17 @@ void ClientRecordRt::init(AudioTagType tag) {
         "mBytesPerMSec = %u mCacheSizeMax = %u\n",
         mName, llu(sinceCreation()), mPerLoopSamples, mPerLoopBytes.load(), mPerLoopTime,
         mBytesPerMSec, mCacheSizeMax);
+}
+
+/// Takes over what the server grants. Called with mLock held.
+void ClientRecordRt::accept(const wire::CreateReply& reply) {
+    const auto perLoopBytes = static_cast<std::uint32_t>(reply.perLoopSize);
+    if (mState == NO_INIT) mState = IDLE;  // the server may have removed the record already
+    mPerLoopSamples = static_cast<std::uint32_t>(reply.perLoopSamples);
+    mPerLoopBytes = perLoopBytes;
+    mBytesPerMSec = perLoopBytes >> PERIOD_SHIFT;
+    mCacheSizeMax = perLoopBytes << 1;
+    mPerLoopTime = static_cast<std::uint32_t>(reply.perLoopTime);
 }
 
 /// What the codec asks for instead of the server's numbers. @return whether the codec is known
@@ -200,9 +216,8 @@ int ClientRecordRt::initCheck() {
         return AUDIO_INVALID_STATE;
     }
     const std::int32_t status = request(id(CaptureFunction::InitCheck), false);
-    // Whatever the server says: a dump of a stream in trouble is the one that is wanted.
-    delete mDump;  // of an earlier initCheck
-    mDump = make<AudioDump>(AUDIO_TAG_UPLINK, mName, "client", false);
+    // Also when the server does not confirm the stream: a dump of a stream in trouble is useful.
+    StreamDump::begin(mDump, AUDIO_TAG_UPLINK, mName);
     AUDIO_LOGI("Create uplink record[%s] Done cast:%llu ms\n", mName, llu(sinceCreation()));
     return status;
 }
@@ -271,8 +286,8 @@ int ClientRecordRt::getPerLoopSize() {
 }
 
 int ClientRecordRt::getTotalBufferSize() {
-    const UseGate::Visit visit(*mRingVisitors);
-    const ShareMemoryEx* const ring = mShareMemory;
+    const UseGate::Visit visit(StreamLink::of(mRc).ringVisitors);
+    ShareMemoryEx* const ring = mShareMemory;
     return ring != nullptr ? static_cast<int>(ring->getTotalSize()) : 0;
 }
 
@@ -299,9 +314,9 @@ int ClientRecordRt::readFrame(unsigned char* buffer, int capacity, bool isBlock)
 /// @param isFrame  `bytes` limit what is stored, instead of telling what has to be there
 int ClientRecordRt::readAs(unsigned char* buffer, int bytes, bool isBlock, bool isFrame,
                            const LogSite& site) {
-    const UseGate::Visit visit(*mReaders);
+    const UseGate::Visit visit(StreamLink::of(mRc).readers);
     if (!mFirstReadLogged.load(std::memory_order_relaxed) && !mFirstReadLogged.exchange(true))
-        logFirstRead(bytes, isBlock);
+        logFirstRead(bytes, isBlock, site);
     if (buffer == nullptr || bytes <= 0) {
         AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]invalid input param bytes:%d\n", mName, bytes);
         return AUDIO_BAD_VALUE;
@@ -321,26 +336,27 @@ int ClientRecordRt::readAs(unsigned char* buffer, int bytes, bool isBlock, bool 
             return AUDIO_INVALID_STATE;
         }
         unsigned ready = 0;
-        if (_prepareData(isFrame ? WHOLE_FRAME : limit, isBlock, ready) != AUDIO_NO_ERROR) {
-            // Deliberate: live data that stayed away is told as a wrong state, too.
+        if (_prepareData(isFrame ? WHOLE_FRAME : limit, isBlock, ready, site) != AUDIO_NO_ERROR) {
+            // Deliberate: missing live data is reported as a wrong state, too.
             AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s] client read data error state:%d\n", mName,
                          mState);
             return AUDIO_INVALID_STATE;
         }
         if (ready == 0) return 0;
-        taken = isFrame ? takeFrame(buffer, limit, ready) : take(buffer, ready);
+        taken = isFrame ? takeFrame(buffer, limit, ready, site) : take(buffer, ready, site);
     }
     if (taken.result < 0) return taken.result;
     mTotalReadBytes += taken.counted;
-    if (mDump != nullptr && taken.dumped != 0) mDump->write(buffer, taken.dumped);
+    if (taken.dumped != 0) StreamDump::write(mDump, buffer, taken.dumped);
     return taken.result;
 }
 
-void ClientRecordRt::logFirstRead(int bytes, bool isBlock) {
+void ClientRecordRt::logFirstRead(int bytes, bool isBlock, const LogSite& site) {
     const auto wanted = static_cast<unsigned>(bytes);
-    AUDIO_LOGI("[%s] first read start->nowTime:%llu ms  want read bytes:%u(%u) ms isBlock:%d\n",
-               mName, llu(nowMs() - mStartTime), wanted,
-               mBytesPerMSec != 0 ? wanted / mBytesPerMSec : 0, isBlock);
+    AUDIO_LOG_AT(ANDROID_LOG_INFO, site,
+                 "[%s] first read start->nowTime:%llu ms  want read bytes:%u(%u) ms isBlock:%d\n",
+                 mName, llu(nowMs() - mStartTime), wanted,
+                 mBytesPerMSec != 0 ? wanted / mBytesPerMSec : 0, isBlock);
 }
 
 /// Waits until `want` bytes, or a WHOLE_FRAME, are due, or takes what is due, but no part of a
@@ -348,10 +364,11 @@ void ClientRecordRt::logFirstRead(int bytes, bool isBlock) {
 /// @param ready  bytes that may be taken
 /// @retval AUDIO_TIMED_OUT      live data stayed away
 /// @retval AUDIO_INVALID_STATE  the stream did not survive the wait
-std::int32_t ClientRecordRt::_prepareData(unsigned want, bool isBlock, unsigned& ready) {
+std::int32_t ClientRecordRt::_prepareData(unsigned want, bool isBlock, unsigned& ready,
+                                          const LogSite& site) {
     std::optional<cabinaudio::RingPatience> patience;
     for (;;) {
-        const Supply supply = supplyOf(want);
+        const Supply supply = supplyOf(want, site);
         ready = std::min(supply.bytes, supply.needed);
         if (ready == supply.needed) return AUDIO_NO_ERROR;
         if (!isBlock) {
@@ -364,37 +381,46 @@ std::int32_t ClientRecordRt::_prepareData(unsigned want, bool isBlock, unsigned&
         const std::uint64_t begin = nowMs();
         const bool isWoken = mCond.waitRelative(mLock, supply.waitMs) == 0;
         const std::uint64_t waited = nowMs() - begin;
-        mIsBlocked = false;
-        const bool isInVain = mState == ACTIVE && patience->isOver() && supplyOf(want).bytes < want;
+        leaveWait();
+        const bool isInVain = mState == ACTIVE && patience->isOver() && !isMet(want, site);
         if (supply.isLive && (!isWoken || isInVain)) {
-            AUDIO_LOGE("[%s]wait shm data timeOut:%llu expect:%llu\n", mName, llu(waited),
-                       llu(supply.waitMs));
-            if (mState == NO_INIT) mCond.signal();  // the destructor came at the last moment
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]wait shm data timeOut:%llu expect:%llu\n",
+                         mName, llu(waited), llu(supply.waitMs));
             return AUDIO_TIMED_OUT;
         }
         if (!isWoken && waited > supply.waitMs + LATE_MS)
-            AUDIO_LOGW("[%s]wait silence data timeOut:%llu expect:%llu\n", mName, llu(waited),
-                       llu(supply.waitMs));
-        if (mState != ACTIVE) return interruptedWait();
+            AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "[%s]wait silence data timeOut:%llu expect:%llu\n",
+                         mName, llu(waited), llu(supply.waitMs));
+        if (mState != ACTIVE) {
+            logInterruptedWait(site);
+            return AUDIO_INVALID_STATE;
+        }
         if (!supply.isLive) {
-            // Also when woken early: a ring may be there now, and silence must not delay it.
+            // Also after an early wake-up: a ring may be there now, and silence must not delay it.
             ready = supply.needed;
             return AUDIO_NO_ERROR;
         }
     }
 }
 
+/// Whether a read of `want` bytes, or of a WHOLE_FRAME, need not wait.
+bool ClientRecordRt::isMet(unsigned want, const LogSite& site) {
+    const Supply supply = supplyOf(want, site);
+    return supply.bytes >= supply.needed;
+}
+
 /// What there is for a read of `want` bytes, or of a WHOLE_FRAME. Data is live once the ring has
 /// met a whole request.
-ClientRecordRt::Supply ClientRecordRt::supplyOf(unsigned want) {
+ClientRecordRt::Supply ClientRecordRt::supplyOf(unsigned want, const LogSite& site) {
     const bool isFrame = want == WHOLE_FRAME;
-    if (const ShareMemoryEx* const ring = mShareMemory) {
+    if (ShareMemoryEx* const ring = mShareMemory) {
         const unsigned used = ring->getUsedSize();
         if (isFrame) want = neededForFrame(*ring);
         if (used >= want && !mSourceReady) {
             mSourceReady = true;
-            AUDIO_LOGI("[%s]start read from shm(dsp) at %llu ms readBytes:%u\n", mName,
-                       llu(sinceCreation()), want);
+            AUDIO_LOG_AT(ANDROID_LOG_INFO, site,
+                         "[%s]start read from shm(dsp) at %llu ms readBytes:%u\n", mName,
+                         llu(sinceCreation()), want);
         }
         if (mSourceReady) return {used, want, true, RING_WAIT_MS};
     }
@@ -418,28 +444,35 @@ unsigned ClientRecordRt::pacedBacklog() {
     return mCacheSizeMax;
 }
 
-std::int32_t ClientRecordRt::interruptedWait() {
-    if (mState == NO_INIT) {
-        mCond.signal();  // the destructor waits for this
-        AUDIO_LOGE("[%s]after waiting ,status:NO_INIT, may have destroy\n", mName);
-    } else {
-        AUDIO_LOGE("[%s]after waiting ,status:%s\n", mName, cabinaudio::endOfWait(mState));
-    }
-    return AUDIO_INVALID_STATE;
+/// Ends a wait. A destructor may be waiting for the blocked read to leave.
+void ClientRecordRt::leaveWait() {
+    mIsBlocked = false;
+    if (mState != ACTIVE) mCond.signal();
+}
+
+void ClientRecordRt::logInterruptedWait(const LogSite& site) {
+    if (mState == NO_INIT)
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
+                     "[%s]after waiting ,status:NO_INIT, may have destroy\n", mName);
+    else
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]after waiting ,status:%s\n", mName,
+                     cabinaudio::endOfWait(mState));
 }
 
 /// Takes what read() gives for `ready` bytes.
-ClientRecordRt::Taken ClientRecordRt::take(unsigned char* buffer, unsigned ready) {
+ClientRecordRt::Taken ClientRecordRt::take(unsigned char* buffer, unsigned ready,
+                                           const LogSite& site) {
     unsigned stored = 0;
     if (!mSourceReady) {
-        stored = fillSilentData(buffer, ready);
+        stored = fillSilentData(buffer, ready, site);
     } else if (mFormat.codecType == CODEC_PCM) {
         stored = _readRawData(buffer, ready);
     } else if (isFramed()) {
-        stored = _readCodecData(buffer, ready);
+        stored = _readCodecData(buffer, ready, site);
     } else {
-        AUDIO_LOGE("[%s] please input right mCodecTag,current mCodecTag(%d)\n", mName,
-                   static_cast<int>(mFormat.codecType));
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
+                     "[%s] please input right mCodecTag,current mCodecTag(%d)\n", mName,
+                     static_cast<int>(mFormat.codecType));
         return {AUDIO_BAD_VALUE, 0, 0};
     }
     return {static_cast<int>(stored), stored, ready};
@@ -456,20 +489,24 @@ unsigned ClientRecordRt::_readRawData(unsigned char* buffer, unsigned bytes) {
 
 /// One frame, whatever `bytes` says: the caller's buffer holds a whole one. Silence when there is
 /// none, or a header that promises more than there is; that header is lost then.
-unsigned ClientRecordRt::_readCodecData(unsigned char* buffer, unsigned bytes) {
+unsigned ClientRecordRt::_readCodecData(unsigned char* buffer, unsigned bytes,
+                                        const LogSite& site) {
     ShareMemoryEx* const ring = mShareMemory;
     std::uint32_t frameSize = mFrameSize;
     if (frameSize == 0) {
-        if (mHeaderSize > ring->getUsedSize()) return fillSilentData(buffer, bytes);
+        if (mHeaderSize > ring->getUsedSize()) return fillSilentData(buffer, bytes, site);
         const auto got = static_cast<std::uint32_t>(ring->read(buffer, mHeaderSize));
-        // Deliberate: says so when it went well.
-        if (got != 0) AUDIO_LOGD("AUDIO IGNORE(0==mShareMemory->read(buffer, mHeaderSize))!\n");
-        if (got < mHeaderSize) return fillSilentData(buffer, bytes);
+        // Deliberate: logged when the read succeeds.
+        if (got != 0)
+            AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site,
+                         "AUDIO IGNORE(0==mShareMemory->read(buffer, mHeaderSize))!\n");
+        if (got < mHeaderSize) return fillSilentData(buffer, bytes, site);
         frameSize = frameLength(mFormat.codecType, buffer);
     }
-    if (frameSize >= ring->getUsedSize()) return fillSilentData(buffer, bytes);
+    if (frameSize >= ring->getUsedSize()) return fillSilentData(buffer, bytes, site);
     if (ring->read(buffer + mHeaderSize, frameSize) == 0)
-        AUDIO_LOGD("AUDIO IGNORE(mShareMemory->read(buffer + mHeaderSize, frameSize))!\n");
+        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site,
+                     "AUDIO IGNORE(mShareMemory->read(buffer + mHeaderSize, frameSize))!\n");
     return mHeaderSize + frameSize;
 }
 
@@ -480,8 +517,8 @@ unsigned ClientRecordRt::frameStep() const {
     return std::max(mPerLoopBytes.load(), 1U);
 }
 
-/// Bytes that have to be in the ring before a frame, or the word that there is none, can be taken.
-unsigned ClientRecordRt::neededForFrame(const ShareMemoryEx& ring) const {
+/// Minimum fill level before a frame, or silence in its place, can be taken.
+unsigned ClientRecordRt::neededForFrame(ShareMemoryEx& ring) const {
     if (!isFramed()) return frameStep();
     unsigned char header[LONGEST_HEADER_BYTES];
     if (RingAccess::peek(ring, header, mHeaderSize) < mHeaderSize) return mHeaderSize;
@@ -491,36 +528,38 @@ unsigned ClientRecordRt::neededForFrame(const ShareMemoryEx& ring) const {
 
 /// Takes what readFrame() gives once `ready` bytes are there.
 ClientRecordRt::Taken ClientRecordRt::takeFrame(unsigned char* buffer, unsigned capacity,
-                                                unsigned ready) {
-    if (!mSourceReady) return takeSilentFrame(buffer, capacity, ready);
-    return isFramed() ? takeLiveFrame(buffer, capacity) : take(buffer, ready);
+                                                unsigned ready, const LogSite& site) {
+    if (!mSourceReady) return takeSilentFrame(buffer, capacity, ready, site);
+    return isFramed() ? takeLiveFrame(buffer, capacity, site) : take(buffer, ready, site);
 }
 
 /// It counts as `ready` bytes, so that silence comes at the pace of frames.
 ClientRecordRt::Taken ClientRecordRt::takeSilentFrame(unsigned char* buffer, unsigned capacity,
-                                                      unsigned ready) {
+                                                      unsigned ready, const LogSite& site) {
     unsigned char frame[LONGEST_SILENCE_BYTES];
-    const unsigned length = fillSilentData(frame, sizeof frame);
-    if (length > capacity) return refuseFrame(length, capacity);
+    const unsigned length = fillSilentData(frame, sizeof frame, site);
+    if (length > capacity) return refuseFrame(length, capacity, site);
     std::memcpy(buffer, frame, length);
     return {static_cast<int>(length), ready, length};
 }
 
 /// The server may store anything into the ring at any time, into this header as well: what counts
 /// is what it says here.
-ClientRecordRt::Taken ClientRecordRt::takeLiveFrame(unsigned char* buffer, unsigned capacity) {
+ClientRecordRt::Taken ClientRecordRt::takeLiveFrame(unsigned char* buffer, unsigned capacity,
+                                                    const LogSite& site) {
     ShareMemoryEx* const ring = mShareMemory;
     unsigned char header[LONGEST_HEADER_BYTES];
     if (RingAccess::peek(*ring, header, mHeaderSize) < mHeaderSize) return {};
     const std::uint32_t length = frameLength(mFormat.codecType, header);
     const std::uint64_t whole = mHeaderSize + std::uint64_t{length};
     if (whole >= ring->getTotalSize()) {
-        AUDIO_LOGE("[%s]frame of %u bytes is longer than the ring, its header is dropped\n", mName,
-                   length);
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
+                     "[%s]frame of %u bytes is longer than the ring, its header is dropped\n",
+                     mName, length);
         (void)ring->read(header, mHeaderSize);
         return {AUDIO_BAD_VALUE, 0, 0};
     }
-    if (whole > capacity) return refuseFrame(static_cast<unsigned>(whole), capacity);
+    if (whole > capacity) return refuseFrame(static_cast<unsigned>(whole), capacity, site);
     if (whole > ring->getUsedSize()) return {};
     const auto stored = static_cast<unsigned>(ring->read(buffer, static_cast<unsigned>(whole)));
     if (stored < whole) return {};
@@ -528,32 +567,34 @@ ClientRecordRt::Taken ClientRecordRt::takeLiveFrame(unsigned char* buffer, unsig
     return {static_cast<int>(stored), stored, stored};
 }
 
-ClientRecordRt::Taken ClientRecordRt::refuseFrame(unsigned length, unsigned capacity) const {
-    AUDIO_LOGE("[%s]frame of %u bytes does not fit into %u\n", mName, length, capacity);
+ClientRecordRt::Taken ClientRecordRt::refuseFrame(unsigned length, unsigned capacity,
+                                                  const LogSite& site) const {
+    AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]frame of %u bytes does not fit into %u\n", mName,
+                 length, capacity);
     return {AUDIO_NO_MEMORY, 0, 0};
 }
 
 // ---- Silence ------------------------------------------------------------------------------------
 
 /// Silence in the stream's form. @return bytes of it, at most `bytes`
-unsigned ClientRecordRt::fillSilentData(void* buffer, unsigned bytes) {
+unsigned ClientRecordRt::fillSilentData(void* buffer, unsigned bytes, const LogSite& site) {
     auto* const out = static_cast<unsigned char*>(buffer);
     switch (mFormat.codecType) {
         case CODEC_PCM:
-            return fillNoise(out, bytes);
+            return fillNoise(out, bytes, site);
         case CODEC_MSBC:
-            AUDIO_ASSERT(sizeof(msbc_silent) <= bytes);
+            if (sizeof(msbc_silent) > bytes) abortOn("sizeof(msbc_silent) <= bytes", site);
             std::memcpy(out, msbc_silent, sizeof msbc_silent);
             return sizeof msbc_silent;
         case CODEC_OPUS: {
             const auto packet = cabinaudio::opusSilence(mFormat.sampleRate);
             if (packet.empty()) {
-                AUDIO_LOGW("[%s] not support samplerate(%d)!!!\n", mName,
-                           static_cast<int>(mFormat.sampleRate));
+                AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "[%s] not support samplerate(%d)!!!\n", mName,
+                             static_cast<int>(mFormat.sampleRate));
                 return 0;
             }
             const auto readSize = static_cast<unsigned>(packet.size());
-            AUDIO_ASSERT(readSize <= bytes);
+            if (readSize > bytes) abortOn("readSize <= bytes", site);
             std::memcpy(out, packet.data(), readSize);
             return readSize;
         }
@@ -564,7 +605,7 @@ unsigned ClientRecordRt::fillSilentData(void* buffer, unsigned bytes) {
 
 /// One value per frame at the stream's rate, whatever the channels: the rest of the buffer stays as
 /// it is, and counts. A period that is not 16 ms would make it more than fits.
-unsigned ClientRecordRt::fillNoise(unsigned char* buffer, unsigned bytes) {
+unsigned ClientRecordRt::fillNoise(unsigned char* buffer, unsigned bytes, const LogSite& site) {
     const int bits = AudioTypes::getBitsPerSample(mFormat.bitDepth);
     const unsigned width = bits == 8 ? 1 : bits == 32 ? 4 : 2;
     const std::uint64_t room = bytes / width;
@@ -583,7 +624,8 @@ unsigned ClientRecordRt::fillNoise(unsigned char* buffer, unsigned bytes) {
         default:
             noise<std::int16_t>(buffer, count, 16);
             if (bits != 16)
-                AUDIO_LOGW("[%s] Unsupported bit depth:%d, default to 16.\n", mName, bits);
+                AUDIO_LOG_AT(ANDROID_LOG_WARN, site,
+                             "[%s] Unsupported bit depth:%d, default to 16.\n", mName, bits);
             break;
     }
     return bytes;
@@ -592,35 +634,55 @@ unsigned ClientRecordRt::fillNoise(unsigned char* buffer, unsigned bytes) {
 // ---- The ring -----------------------------------------------------------------------------------
 
 /// Asks where the announced ring lies and maps it. Called with mLock held.
-void ClientRecordRt::initShareMem() {
+/// @return the ring that is in use no more, or null; to be deleted without the lock
+ShareMemoryEx* ClientRecordRt::initShareMem() {
     if (mState == NO_INIT) {
         AUDIO_LOGW("[%s] can not init share memory.\n", mName);
-        return;
+        return nullptr;
     }
-    cabinaudio::Asked<wire::ShareMemoryReply> asked{};
-    {
-        const AudioMutex::AutoLock lock(mRequestLock);
-        asked = cabinaudio::findRing(*mRc, id(CaptureFunction::GetShareMemory), false);
-    }
-    if (!asked.isGranted()) {
-        AUDIO_LOGE("[%s] remote call return error(%d), ret->status:%d.\n", mName,
-                   asked.isSent() ? asked.steps.called : asked.steps.allocated, asked.reply.status);
-        if (!asked.steps.isFreed)
-            AUDIO_LOGD("AUDIO IGNORE(AUDIO_NO_ERROR == mRc->rcfree(param, ret))!\n");
-        return;
-    }
-    ShareMemoryEx* const ring = cabinaudio::mapRing(asked.reply, mName, SHM_MODE_READER, this);
-    mShareMemory = ring;
-    AUDIO_LOGI("[%s] record initShareMem OK, shm_size = %d\n", mName,
-               static_cast<int>(ring->getTotalSize()));
-    logSourceReady();
-    if (!asked.steps.isFreed) AUDIO_LOGD("AUDIO IGNORE(0 == mRc->rcfree(param, ret))!\n");
+    const LogSite site = AUDIO_LOG_SITE;
+    const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);
+    ShareMemoryEx* replaced = nullptr;
+    bool isGranted = false;
+    const auto steps = cabinaudio::askFor<wire::ShareMemoryReply>(
+        *mRc, wire::FunctionRequest{id(CaptureFunction::GetShareMemory)}, false,
+        [&](const Asked<wire::ShareMemoryReply>& asked) {
+            isGranted = asked.isGranted();
+            if (isGranted)
+                replaced = adopt(asked.reply, site);
+            else
+                logNoRing(asked.called, asked.reply.status, site);
+        });
+    if (steps.allocated != AUDIO_NO_ERROR) logNoRing(steps.allocated, AUDIO_NO_ERROR, site);
+    if (!steps.isFreed && isGranted)
+        AUDIO_LOGD("AUDIO IGNORE(0 == mRc->rcfree(param, ret))!\n");
+    else if (!steps.isFreed)
+        AUDIO_LOGD("AUDIO IGNORE(AUDIO_NO_ERROR == mRc->rcfree(param, ret))!\n");
+    return replaced;
 }
 
-void ClientRecordRt::logSourceReady() {
+/// Maps the ring that the server has announced. @return as initShareMem()
+ShareMemoryEx* ClientRecordRt::adopt(const wire::ShareMemoryReply& place, const LogSite& site) {
+    ShareMemoryEx* const earlier = mShareMemory;
+    ShareMemoryEx* const replaced =
+        cabinaudio::adoptRing(mShareMemory, place, mName, SHM_MODE_READER, this);
+    ShareMemoryEx* const ring = mShareMemory;
+    if (ring != earlier) mSourceReady = false;
+    AUDIO_LOG_AT(ANDROID_LOG_INFO, site, "[%s] record initShareMem OK, shm_size = %d\n", mName,
+                 static_cast<int>(ring->getTotalSize()));
+    logSourceReady(site);
+    return replaced;
+}
+
+void ClientRecordRt::logNoRing(std::int32_t error, std::int32_t status, const LogSite& site) const {
+    AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s] remote call return error(%d), ret->status:%d.\n",
+                 mName, error, status);
+}
+
+void ClientRecordRt::logSourceReady(const LogSite& site) const {
     const bool isFirst = mUnInitShmTime == 0;
-    AUDIO_LOGI(
-        "[%s] source already now,%s[cast:%llums]", mName,
+    AUDIO_LOG_AT(
+        ANDROID_LOG_INFO, site, "[%s] source already now,%s[cast:%llums]", mName,
         isFirst ? "constructTime--->SourceReadyTime" : "unInitShareMemTime--->SourceReadyTime",
         llu(nowMs() - (isFirst ? mCreateTime : mUnInitShmTime)));
 }
@@ -635,7 +697,9 @@ ShareMemoryEx* ClientRecordRt::unInitShareMem() {
 }
 
 void ClientRecordRt::notify() {
-    const std::uint64_t lag = cabinaudio::wakeAfterUpdate({mLock, mCond, mIsBlocked, mShareMemory});
+    const AudioMutex::AutoLock lock(mLock);
+    if (!mIsBlocked) return;
+    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(mCond, mShareMemory);
     if (lag >= cabinaudio::LAG_WARNING_MS)
         AUDIO_LOGW("[%s] update share memory IPC interVal:%llu ms > 1 ms\n", mName, llu(lag));
 }
@@ -658,19 +722,9 @@ void ClientRecordRt::notifierCallbackFunc(void* record, unsigned msg, unsigned v
 }
 
 void ClientRecordRt::onRingReady() {
-    // An earlier ring goes first, and without the lock: its receiver thread may be in notify().
-    ShareMemoryEx* old = nullptr;
-    {
-        const AudioMutex::AutoLock lock(mLock);
-        if (mIsBeingDestroyed) return;
-        old = mShareMemory.exchange(nullptr);
-        mSourceReady = false;
-    }
-    deleteRing(old);
-
+    ReplacedRing replaced(StreamLink::of(mRc));
     const AudioMutex::AutoLock lock(mLock);
-    if (mIsBeingDestroyed) return;
-    initShareMem();
+    replaced.ring = initShareMem();
     if (mIsBlocked) mCond.signal();
 }
 
@@ -678,36 +732,26 @@ void ClientRecordRt::onRingGone() {
     ShareMemoryEx* ring = nullptr;
     {
         const AudioMutex::AutoLock lock(mLock);
-        if (mIsBeingDestroyed) return;
         ring = unInitShareMem();
         if (mIsBlocked) mCond.signal();
     }
-    deleteRing(ring);
+    cabinaudio::deleteRing(StreamLink::of(mRc), ring);
     // The server may use the memory again from here on.
     if (request(id(CaptureFunction::RemoveShareMemory), false) != AUDIO_NO_ERROR)
         AUDIO_LOGE("remove[%s] share memory failed\n", mName);
 }
 
+/// The server has removed the stream. Also during destruction: the state is STOPPING then.
 void ClientRecordRt::onRemoved() {
     AUDIO_LOGD("[%s]server record has be deleted, disconnect.\n", mName);
     const AudioMutex::AutoLock lock(mLock);
-    // NO_INIT is what a reader on its way out has to see.
-    if (mIsBeingDestroyed) return;
     mState = STOPPING;
     if (mIsBlocked) mCond.signal();
 }
 
-/// Deletes a ring that was taken out of mShareMemory, once nobody looks at it any more. Without
-/// mLock: joins the ring's receiver thread.
-void ClientRecordRt::deleteRing(ShareMemoryEx* ring) {
-    if (ring == nullptr) return;
-    mRingVisitors->drain();
-    delete ring;
-}
-
 /// A ring that is gone is acknowledged without mLock, so that lock does not keep requests apart.
 std::int32_t ClientRecordRt::request(std::uint32_t function, bool flag) {
-    const AudioMutex::AutoLock lock(mRequestLock);
+    const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);
     return mRc->callFuncId(function, flag);
 }
 
@@ -717,25 +761,20 @@ std::uint64_t ClientRecordRt::sinceCreation() const {
 
 ClientRecordRt::~ClientRecordRt() {
     // A request that waits for a dead server holds a lock; it would never give it up.
-    mRc->_abandon();
-    ShareMemoryEx* ring = nullptr;
+    RemoteCallAccess::abandon(*mRc);
     bool isGivenUp = false;
     {
         const AudioMutex::AutoLock lock(mLock);
-        mIsBeingDestroyed = true;
         mState = NO_INIT;
         if (mIsBlocked) endReader();
         isGivenUp = mIsBlocked;
-        ring = mShareMemory.exchange(nullptr);
     }
-    // A read that has its data may still be writing the dump. One that never woke up is not waited
-    // for.
-    if (!isGivenUp) mReaders->drain();
-    delete mRc;
-    deleteRing(ring);
-    delete mDump;
-    delete mReaders;
-    delete mRingVisitors;
+    // A read that has its data may still be writing the dump. A read that did not leave in time is
+    // not waited for.
+    if (!isGivenUp) StreamLink::of(mRc).readers.drain();
+    StreamLink::close(mRc);
+    delete mShareMemory;
+    StreamDump::endAll(mDump);
     AUDIO_LOGD("[%s] destroy\n", mName);
 }
 
@@ -743,7 +782,7 @@ ClientRecordRt::~ClientRecordRt() {
 void ClientRecordRt::endReader() {
     mCond.signal();
     const std::uint64_t begin = nowMs();
-    // notify() may wake this instead of the reader: wait for what the reader does.
+    // notify() can wake this thread instead of the reader: test the flag of the reader.
     for (std::uint64_t waited = 0; mIsBlocked && waited < READER_EXIT_WAIT_MS;
          waited = nowMs() - begin)
         (void)mCond.waitRelative(mLock, READER_EXIT_WAIT_MS - waited);

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/client/ClientSink.h>
-#include <cabinaudio/diag/AudioDump.h>
 #include <cabinaudio/foundation/AudioTime.h>
-#include <cabinaudio/link/RemoteCall.h>
 
 #include "client/Playback.h"
 #include "client/Stream.h"
+#include "client/StreamDump.h"
+#include "client/StreamLink.h"
 #include "foundation/Log.h"
-#include "foundation/Make.h"
 #include "foundation/UseGate.h"
+#include "link/RemoteCallAccess.h"
 #include "link/ReplyDeadline.h"
 #include "wire/Stream.h"
 
@@ -19,10 +19,13 @@ namespace wire = cabinaudio::wire;
 using cabinaudio::id;
 using cabinaudio::llu;
 using cabinaudio::LogSite;
-using cabinaudio::make;
 using cabinaudio::nowMs;
 using cabinaudio::Playback;
+using cabinaudio::RemoteCallAccess;
+using cabinaudio::ReplacedRing;
 using cabinaudio::ReplyDeadline;
+using cabinaudio::StreamDump;
+using cabinaudio::StreamLink;
 using cabinaudio::UseGate;
 using wire::SinkEvent;
 using wire::StreamFunction;
@@ -60,16 +63,12 @@ ClientSink::ClientSink(const char* name, AudioTagType tag, AudioFormatDesc& form
       mSourceActive(false),
       mSourceRemoved(false),
       mTotalWritedLen(0),
-      mIneffectiveLen(0),
-      mIsBeingDestroyed(false),
-      mTurn(false),
-      mRequestLock(false),
-      mRingVisitors(make<UseGate>()) {
+      mIneffectiveLen(0) {
     std::snprintf(mName, sizeof mName, "%s", name != nullptr ? name : "");
     {
-        // Notifications can arrive before `new` has returned; they find mRc once the lock is free.
+        // Notifications can arrive before the link is complete; the lock makes them wait.
         const AudioMutex::AutoLock lock(mLock);
-        mRc = make<RemoteCall>(AudioTypes::getConnectType(tag), notifierCallbackFunc, this, name);
+        StreamLink::open(mRc, AudioTypes::getConnectType(tag), notifierCallbackFunc, this, name);
     }
     init(tag, streamParam);
 }
@@ -81,31 +80,24 @@ void ClientSink::init(AudioTagType /*tag*/, int streamParam) {
         return;
     }
     const AudioMutex::AutoLock lock(mLock);
-    const auto asked = Playback::create(*this, streamParam, AUDIO_LOG_SITE);
-    if (!asked.isGranted()) return;
-    mPerLoopSize = asked.reply.perLoopSize;
-    if (!asked.steps.isFreed)
-        AUDIO_LOGD("AUDIO IGNORE(AUDIO_NO_ERROR==mRc->rcfree(param, ret))!\n");
-    mState = IDLE;
+    const auto accepted = [&](const wire::CreateReply& reply) { mPerLoopSize = reply.perLoopSize; };
+    if (!Playback::create(*this, streamParam, AUDIO_LOG_SITE, accepted)) return;
+    if (mState == NO_INIT) mState = IDLE;  // the server may have removed the sink already
 }
 
 /// Asks where the source's ring lies and maps it. Called with mLock held.
-void ClientSink::initShareMemory() {
-    cabinaudio::Asked<wire::ShareMemoryReply> asked{};
-    {
-        const AudioMutex::AutoLock lock(mRequestLock);
-        asked = cabinaudio::findRing(*mRc, id(StreamFunction::GetShareMemory), true);
-    }
-    if (!asked.isSent()) {
-        AUDIO_LOGE("[%s]mRc->rcalloc return failed, ret:%d, mState[NO_INIT]\n", mName,
-                   asked.steps.allocated);
-        return;
-    }
+/// @return the ring that is in use no more, or null; to be deleted without the lock
+ShareMemoryEx* ClientSink::initShareMemory() {
     const LogSite site = AUDIO_LOG_SITE;
-    Playback::adoptRing(*this, asked, site, [&](unsigned size) {
+    const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);
+    ShareMemoryEx* replaced = nullptr;
+    const std::int32_t allocated = Playback::mapRing(*this, replaced, site, [&](unsigned size) {
         AUDIO_LOG_AT(ANDROID_LOG_INFO, site, "[%s]main init shareMemory OK size:%u cast:%llu ms\n",
                      mName, size, llu(sinceCreation()));
     });
+    if (allocated != AUDIO_NO_ERROR)
+        AUDIO_LOGE("[%s]mRc->rcalloc return failed, ret:%d, mState[NO_INIT]\n", mName, allocated);
+    return replaced;
 }
 
 int ClientSink::initCheck() {
@@ -113,20 +105,17 @@ int ClientSink::initCheck() {
         AUDIO_LOGE("[%s]initCheck failed state[%d] not IDLE, Out\n", mName, state);
         return AUDIO_INVALID_STATE;
     }
-    delete mDump;  // of an earlier initCheck
-    mDump = make<AudioDump>(mTag, mName, "client", false);
+    StreamDump::begin(mDump, mTag, mName);
     AUDIO_LOGI("Create %s track[%s] Done cast:%llu ms\n", mName,
                mIsRealtime ? "realtime" : "buffered", llu(sinceCreation()));
     return AUDIO_NO_ERROR;
 }
 
 int ClientSink::start() {
-    const AudioMutex::AutoLock turn(mTurn);
     return Playback::start(*this, AUDIO_LOG_SITE);
 }
 
 int ClientSink::stop() {
-    const AudioMutex::AutoLock turn(mTurn);
     const LogSite site = AUDIO_LOG_SITE;
     return Playback::stop(*this, site, [&] {
         AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]stop Success, mTotalWritedLen:%d Out\n", mName,
@@ -135,15 +124,13 @@ int ClientSink::stop() {
 }
 
 int ClientSink::clear() {
-    const AudioMutex::AutoLock turn(mTurn);
     return Playback::clear(*this, AUDIO_LOG_SITE, [](ShareMemoryEx& ring) { ring.clear(); });
 }
 
 int ClientSink::writeDone() {
     const LogSite site = AUDIO_LOG_SITE;
     AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]writeDone In\n", mName);
-    const AudioMutex::AutoLock turn(mTurn);
-    const AudioMutex::AutoLock lock(mLock);
+    const Playback::Entry entry(*this);
     return Playback::writeDone(*this, site, [&] {
         if (!mSourceActive)
             AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
@@ -153,8 +140,7 @@ int ClientSink::writeDone() {
 }
 
 int ClientSink::setCallback(audio::QVAudioTrackCallback* callback) {
-    const AudioMutex::AutoLock turn(mTurn);
-    const AudioMutex::AutoLock lock(mLock);
+    const Playback::Entry entry(*this);
     mCallback = callback;
     return AUDIO_NO_ERROR;
 }
@@ -164,13 +150,13 @@ int ClientSink::getPerLoopSize() {
 }
 
 int ClientSink::getTotalBufferSize() {
-    const UseGate::Visit visit(*mRingVisitors);
-    const ShareMemoryEx* const ring = mShareMemory;
+    const UseGate::Visit visit(StreamLink::of(mRc).ringVisitors);
+    ShareMemoryEx* const ring = mShareMemory;
     return ring != nullptr ? static_cast<int>(ring->getTotalSize()) : 0;
 }
 
 int ClientSink::bytesFree() {
-    const UseGate::Visit visit(*mRingVisitors);
+    const UseGate::Visit visit(StreamLink::of(mRc).ringVisitors);
     return Playback::freeSize(*this);
 }
 
@@ -203,11 +189,12 @@ int ClientSink::write(unsigned char* buffer, int len, bool isBlock) {
         AUDIO_LOGE("[%s]len[%d]<=0\n", mName, len);
         return AUDIO_BAD_VALUE;
     }
-    // An application that writes again and again would hardly ever let go of mLock while the
-    // source is missing. Whatever waits for it has its turn before the next write.
-    mTurn.lock();
+    // While the source is missing, an application that writes without a pause holds mLock nearly
+    // all the time. The turn lock lets a waiting operation in before the next write.
+    AudioMutex& turn = StreamLink::of(mRc).turn;
+    turn.lock();
     const AudioMutex::AutoLock lock(mLock);
-    mTurn.unlock();
+    turn.unlock();
     const int refusal = Playback::refusal(*this, AUDIO_LOG_SITE);
     if (refusal != AUDIO_NO_ERROR) return refusal;
     const int ready = checkAndWaitSourceReady(isBlock, len);
@@ -246,9 +233,8 @@ bool ClientSink::waitForSource(std::uint64_t ms) {
     const std::uint64_t begin = nowMs();
     if (mCond.waitRelative(mLock, std::min(ms, SOURCE_WAIT_MS)) != 0)
         AUDIO_LOGE("[%s]waiting Source ready timeout[%llu]\n", mName, llu(nowMs() - begin));
-    mIsBlocked = false;
+    Playback::leaveWait(*this);
     if (mState == ACTIVE) return true;
-    mCond.signal();  // the destructor may be waiting for this
     Playback::logInvalidState(*this, AUDIO_LOG_SITE);
     return false;
 }
@@ -307,11 +293,9 @@ void ClientSink::notifierCallbackFunc(void* sink, unsigned msg, unsigned value) 
         case SinkEvent::Finished:
             self->onFinished();
             break;
-        case SinkEvent::Removed: {
-            const AudioMutex::AutoLock turn(self->mTurn);
+        case SinkEvent::Removed:
             Playback::onRemoved(*self, AUDIO_LOG_SITE);
             break;
-        }
         default:
             AUDIO_LOGD("unknown msg(%d), value=%d\n", static_cast<int>(msg),
                        static_cast<int>(value));
@@ -320,23 +304,12 @@ void ClientSink::notifierCallbackFunc(void* sink, unsigned msg, unsigned value) 
 }
 
 void ClientSink::onSourceActivated() {
-    ShareMemoryEx* old = nullptr;
     {
-        const AudioMutex::AutoLock turn(mTurn);
-        const AudioMutex::AutoLock lock(mLock);
-        if (mIsBeingDestroyed) return;
-        old = mShareMemory.exchange(nullptr);
-        if (old != nullptr) mSourceActive = false;  // writers wait for the new ring
-    }
-    // Without the lock: the old ring's receiver thread may be in notify().
-    Playback::deleteRing(*this, old);
-    {
-        const AudioMutex::AutoLock turn(mTurn);
-        const AudioMutex::AutoLock lock(mLock);
-        if (mIsBeingDestroyed) return;
+        ReplacedRing replaced(StreamLink::of(mRc));
+        const Playback::Entry entry(*this);
         mSourceActive = true;
         mSourceRemoved = false;
-        initShareMemory();
+        replaced.ring = initShareMemory();
         if (mIsBlocked) mCond.signal();
     }
     AUDIO_LOGI("[%s]Source is actived duration[%llu] ms\n", mName, llu(sinceCreation()));
@@ -345,9 +318,7 @@ void ClientSink::onSourceActivated() {
 void ClientSink::onSourceDeactivated() {
     ShareMemoryEx* ring = nullptr;
     {
-        const AudioMutex::AutoLock turn(mTurn);
-        const AudioMutex::AutoLock lock(mLock);
-        if (mIsBeingDestroyed) return;
+        const Playback::Entry entry(*this);
         ring = detachRing();
         if (mIsBlocked) mCond.signal();
     }
@@ -367,9 +338,9 @@ ShareMemoryEx* ClientSink::detachRing() {
 }
 
 /// Deletes the ring and tells the server, which may use the memory again from then on. Without
-/// mLock. @return whether the server has taken note
+/// mLock. @return whether the server has acknowledged it
 bool ClientSink::letGoOfSource(ShareMemoryEx* ring) {
-    Playback::deleteRing(*this, ring);
+    cabinaudio::deleteRing(StreamLink::of(mRc), ring);
     return request(id(StreamFunction::SourceDeactivated)) == AUDIO_NO_ERROR;
 }
 
@@ -380,7 +351,7 @@ void ClientSink::onFinished() {
 
 /// A withdrawn source is acknowledged without mLock, so that lock does not keep requests apart.
 std::int32_t ClientSink::request(std::uint32_t function) {
-    const AudioMutex::AutoLock lock(mRequestLock);
+    const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);
     return mRc->callFuncId(function, true);
 }
 
@@ -388,13 +359,17 @@ std::uint64_t ClientSink::sinceCreation() const {
     return nowMs() - mCreateTime;
 }
 
+AudioMutex* cabinaudio::Playback::turnOf(ClientSink& sink) {
+    return &StreamLink::of(sink.mRc).turn;
+}
+
 ClientSink::~ClientSink() {
     // A request that waits for a dead server holds a lock; it would never give it up.
-    mRc->_abandon();
+    RemoteCallAccess::abandon(*mRc);
     ShareMemoryEx* const ring = Playback::endWriter(*this, AUDIO_LOG_SITE);
-    delete mDump;
-    Playback::deleteRing(*this, ring);
-    delete mRc;
-    delete mRingVisitors;
+    StreamDump::endAll(mDump);
+    cabinaudio::deleteRing(StreamLink::of(mRc), ring);
+    StreamLink::close(mRc);
+    delete mShareMemory;  // mapped for a notification that came during destruction
     AUDIO_LOGD("[%s]destroy client\n", mName);
 }

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/client/ClientTrack.h>
-#include <cabinaudio/diag/AudioDump.h>
-#include <cabinaudio/link/RemoteCall.h>
 
 #include "client/Playback.h"
 #include "client/RequestFrame.h"
 #include "client/Stream.h"
+#include "client/StreamDump.h"
+#include "client/StreamLink.h"
 #include "foundation/Log.h"
 #include "foundation/Make.h"
 #include "foundation/UseGate.h"
+#include "link/RemoteCallAccess.h"
 #include "wire/Stream.h"
 
 #include <algorithm>
@@ -21,6 +22,10 @@ using cabinaudio::LogSite;
 using cabinaudio::make;
 using cabinaudio::nowMs;
 using cabinaudio::Playback;
+using cabinaudio::RemoteCallAccess;
+using cabinaudio::ReplacedRing;
+using cabinaudio::StreamDump;
+using cabinaudio::StreamLink;
 using cabinaudio::UseGate;
 using wire::StreamFunction;
 using wire::TrackEvent;
@@ -51,14 +56,12 @@ ClientTrack::ClientTrack(const char* name, AudioTagType tag, AudioFormatDesc& fo
       mPerLoopSize(0),
       mIsBlocked(false),
       mCond(false),
-      mLock(false),
-      mIsBeingDestroyed(false),
-      mRingVisitors(make<UseGate>()) {
+      mLock(false) {
     std::snprintf(mName, sizeof mName, "%s", name != nullptr ? name : "");
     {
-        // Notifications can arrive before `new` has returned; they find mRc once the lock is free.
+        // Notifications can arrive before the link is complete; the lock makes them wait.
         const AudioMutex::AutoLock lock(mLock);
-        mRc = make<RemoteCall>(AudioTypes::getConnectType(tag), notifierCallbackFunc, this, name);
+        StreamLink::open(mRc, AudioTypes::getConnectType(tag), notifierCallbackFunc, this, name);
     }
     init(streamParam);
 }
@@ -68,35 +71,32 @@ void ClientTrack::init(int streamParam) {
         AUDIO_LOGE("[%s] Fail to check RemoteCall.\n", mName);
         return;
     }
-    Playback::ReplacedRing<ClientTrack> early{*this};
+    ReplacedRing early(StreamLink::of(mRc));
     const AudioMutex::AutoLock lock(mLock);
-    const auto asked = Playback::create(*this, streamParam, AUDIO_LOG_SITE);
-    if (!asked.isGranted()) return;
-    mPerLoopSize = asked.reply.perLoopSize;
-    if (!mIsAuxiliary) {
-        auto* const ring = make<ShareMemoryEx>(SHM_TYPE_POSIX_SHM, mName, nullptr,
-                                               asked.reply.ringSize, SHM_MODE_WRITER, this);
-        early.ring = mShareMemory.exchange(ring);
-    }
-    if (!asked.steps.isFreed)
-        AUDIO_LOGD("AUDIO IGNORE(AUDIO_NO_ERROR==mRc->rcfree(param, ret))!\n");
-    mState = IDLE;
+    const auto accepted = [&](const wire::CreateReply& reply) {
+        mPerLoopSize = reply.perLoopSize;
+        if (mIsAuxiliary) return;
+        early.ring = mShareMemory.exchange(make<ShareMemoryEx>(
+            SHM_TYPE_POSIX_SHM, mName, nullptr, reply.ringSize, SHM_MODE_WRITER, this));
+    };
+    if (!Playback::create(*this, streamParam, AUDIO_LOG_SITE, accepted)) return;
+    if (mState == NO_INIT) mState = IDLE;  // the server may have removed the track already
     AUDIO_LOGI("[%s] mPerLoopSize[%d] mState=[IDEL] [cast:%llu ms]\n", mName, mPerLoopSize.load(),
                llu(sinceCreation()));
 }
 
 /// Asks where the announced ring lies and maps it. Called with mLock held.
-void ClientTrack::initShareMemory() {
-    const auto asked = cabinaudio::findRing(*mRc, id(StreamFunction::GetShareMemory), true);
-    if (!asked.isSent()) {
-        AUDIO_LOGE("[%s]mRc->rcalloc return failed, ret:%d\n", mName, asked.steps.allocated);
-        return;
-    }
+/// @return the ring that is in use no more, or null; to be deleted without the lock
+ShareMemoryEx* ClientTrack::initShareMemory() {
     const LogSite site = AUDIO_LOG_SITE;
-    Playback::adoptRing(*this, asked, site, [&](unsigned size) {
+    ShareMemoryEx* replaced = nullptr;
+    const std::int32_t allocated = Playback::mapRing(*this, replaced, site, [&](unsigned size) {
         AUDIO_LOG_AT(ANDROID_LOG_INFO, site, "[%s]share memory ready size[%d] [cast:%llu ms]\n",
                      mName, static_cast<int>(size), llu(sinceCreation()));
     });
+    if (allocated != AUDIO_NO_ERROR)
+        AUDIO_LOGE("[%s]mRc->rcalloc return failed, ret:%d\n", mName, allocated);
+    return replaced;
 }
 
 int ClientTrack::initCheck() {
@@ -110,8 +110,7 @@ int ClientTrack::initCheck() {
         AUDIO_LOGE("[%s]initCheck RPC failed status[%d], Out\n", mName, status);
         return status;
     }
-    delete mDump;  // of an earlier initCheck
-    mDump = make<AudioDump>(mTag, mName, "client", false);
+    StreamDump::begin(mDump, mTag, mName);
     AUDIO_LOGI("Create %s track[%s] Done cast:%llu ms\n",
                mIsAuxiliary ? "auxiliary" : "alternative", mName, llu(sinceCreation()));
     return AUDIO_NO_ERROR;
@@ -131,7 +130,7 @@ int ClientTrack::stop() {
 int ClientTrack::clear() {
     return Playback::clear(*this, AUDIO_LOG_SITE, [](ShareMemoryEx& ring) {
         ring.clear();
-        ring.clear();  // twice by tradition; the second finds an empty ring
+        ring.clear();  // kept as it is; finds an empty ring
     });
 }
 
@@ -172,13 +171,13 @@ int ClientTrack::getPerLoopSize() {
 }
 
 int ClientTrack::getTotalBufferSize() {
-    const UseGate::Visit visit(*mRingVisitors);
-    const ShareMemoryEx* const ring = mShareMemory;
+    const UseGate::Visit visit(StreamLink::of(mRc).ringVisitors);
+    ShareMemoryEx* const ring = mShareMemory;
     return ring != nullptr ? static_cast<int>(ring->getTotalSize()) : 0;
 }
 
 int ClientTrack::bytesFree() {
-    const UseGate::Visit visit(*mRingVisitors);
+    const UseGate::Visit visit(StreamLink::of(mRc).ringVisitors);
     return Playback::freeSize(*this);
 }
 
@@ -225,16 +224,19 @@ bool ClientTrack::checkAndWaitShareBufferReady() {
     if (mShareMemory != nullptr) return true;
     mIsBlocked = true;
     const std::uint64_t begin = nowMs();
-    const bool signalled = mCond.waitRelative(mLock, RING_WAIT_MS) == 0;
-    if (!signalled)
+    bool isTimedOut = false;
+    // A signal alone proves nothing: it may be left from an earlier wait, or stand for a ring that
+    // could not be mapped.
+    for (std::uint64_t waited = 0; mShareMemory == nullptr && mState == ACTIVE && !isTimedOut;
+         waited = nowMs() - begin)
+        isTimedOut =
+            waited >= RING_WAIT_MS || mCond.waitRelative(mLock, RING_WAIT_MS - waited) != 0;
+    if (isTimedOut)
         AUDIO_LOGE("[%s]share buffer not ready timeout[%llu] Out \n", mName, llu(nowMs() - begin));
-    if (mState != ACTIVE) {
-        if (mState == NO_INIT) mCond.signal();  // the destructor waits for this
+    else if (mState != ACTIVE)
         Playback::logInvalidState(*this, AUDIO_LOG_SITE);
-    }
-    mIsBlocked = false;
-    // The signal may have told of a ring that could not be had.
-    return signalled && mState == ACTIVE && mShareMemory != nullptr;
+    Playback::leaveWait(*this);
+    return !isTimedOut && mState == ACTIVE;
 }
 
 int ClientTrack::blockWrite(unsigned char* buffer, int bytes) {
@@ -295,19 +297,9 @@ void ClientTrack::notifierCallbackFunc(void* track, unsigned msg, unsigned value
 }
 
 void ClientTrack::onRingReady() {
-    // An earlier ring goes first, and without the lock: its receiver thread may be in notify().
-    ShareMemoryEx* old = nullptr;
-    {
-        const AudioMutex::AutoLock lock(mLock);
-        old = mShareMemory.exchange(nullptr);
-    }
-    Playback::deleteRing(*this, old);
-
-    Playback::ReplacedRing<ClientTrack> between{*this};
+    ReplacedRing replaced(StreamLink::of(mRc));
     const AudioMutex::AutoLock lock(mLock);
-    if (mIsBeingDestroyed) return;
-    between.ring = mShareMemory.exchange(nullptr);
-    initShareMemory();
+    replaced.ring = initShareMemory();
     if (mIsBlocked) mCond.signal();
 }
 
@@ -324,13 +316,16 @@ std::uint64_t ClientTrack::sinceCreation() const {
     return nowMs() - mCreateTime;
 }
 
+AudioMutex* cabinaudio::Playback::turnOf(ClientTrack& /*track*/) {
+    return nullptr;
+}
+
 ClientTrack::~ClientTrack() {
     // A request that waits for a dead server holds mLock; it would never give it up.
-    mRc->_abandon();
-    ShareMemoryEx* const ring = Playback::endWriter(*this, AUDIO_LOG_SITE);
-    Playback::deleteRing(*this, ring);
-    delete mDump;
-    delete mRc;
-    delete mRingVisitors;
+    RemoteCallAccess::abandon(*mRc);
+    cabinaudio::deleteRing(StreamLink::of(mRc), Playback::endWriter(*this, AUDIO_LOG_SITE));
+    StreamDump::endAll(mDump);
+    StreamLink::close(mRc);
+    delete mShareMemory;  // mapped for a notification that came during destruction
     AUDIO_LOGD("[%s]destroy client\n", mName);
 }

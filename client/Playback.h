@@ -2,19 +2,21 @@
 #pragma once
 
 #include <cabinaudio/QVAudioTrack.h>
-#include <cabinaudio/diag/AudioDump.h>
 #include <cabinaudio/foundation/AudioMutex.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 #include <cabinaudio/shm/ShareMemory.h>
 
 #include "client/Stream.h"
+#include "client/StreamDump.h"
 #include "foundation/Log.h"
-#include "foundation/UseGate.h"
 #include "wire/Stream.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <optional>
+
+class ClientSink;
+class ClientTrack;
 
 namespace cabinaudio {
 
@@ -24,47 +26,84 @@ struct Playback {
     static constexpr std::uint64_t SPACE_WAIT_MS = 600;
     static constexpr std::uint64_t WRITER_EXIT_WAIT_MS = 2000;
 
-    /// The create request of a playback stream. Called with mLock held.
-    /// @return what the server has answered; when it did not grant the stream the log says why
-    template <typename Stream>
-    static Asked<wire::CreateReply> create(Stream& stream, int streamParam, const LogSite& site) {
-        const auto asked = createStream(*stream.mRc, id(wire::StreamFunction::Create), stream.mTag,
-                                        stream.mFormat, streamParam);
-        if (!asked.isSent()) {
-            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]mRc->rcalloc return failed, ret:%d\n",
-                         stream.mName, asked.steps.allocated);
-        } else if (!asked.isGranted()) {
-            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
-                         "[%s] mRc->call failure, status:%d  ret_status:%d\n", stream.mName,
-                         asked.steps.called, asked.reply.status);
-            logFree(asked.steps, site);
+    /// Takes the lock of a stream for one operation. The lock of a sink is taken in turn.
+    class Entry {
+    public:
+        template <typename Stream>
+        explicit Entry(Stream& stream) : mTurn(turnOf(stream)), mLock(stream.mLock) {
+            if (mTurn != nullptr) mTurn->lock();
+            mLock.lock();
         }
-        return asked;
+        ~Entry() {
+            mLock.unlock();
+            if (mTurn != nullptr) mTurn->unlock();
+        }
+        Entry(const Entry&) = delete;
+        Entry& operator=(const Entry&) = delete;
+
+    private:
+        AudioMutex* mTurn;
+        AudioMutex& mLock;
+    };
+
+    /// The create request of a playback stream. Called with mLock held.
+    /// @param accepted  gets the reply when the server grants the stream; runs before the request's
+    ///                  blocks are freed
+    /// @return whether the stream was granted; otherwise the log says why not
+    template <typename Stream, typename Accepted>
+    static bool create(Stream& stream, int streamParam, const LogSite& site, Accepted accepted) {
+        const auto request = createRequest(id(wire::StreamFunction::Create), stream.mTag,
+                                           stream.mFormat, streamParam);
+        bool isGranted = false;
+        const Steps steps = askFor<wire::CreateReply>(
+            *stream.mRc, request, true, [&](const Asked<wire::CreateReply>& asked) {
+                isGranted = asked.isGranted();
+                if (isGranted)
+                    accepted(asked.reply);
+                else
+                    AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
+                                 "[%s] mRc->call failure, status:%d  ret_status:%d\n", stream.mName,
+                                 asked.called, asked.reply.status);
+            });
+        if (steps.allocated != AUDIO_NO_ERROR)
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]mRc->rcalloc return failed, ret:%d\n",
+                         stream.mName, steps.allocated);
+        else if (!steps.isFreed && isGranted)
+            AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site,
+                         "AUDIO IGNORE(AUDIO_NO_ERROR==mRc->rcfree(param, ret))!\n");
+        else
+            logFree(steps, site);
+        return isGranted;
     }
 
-    /// Maps the ring that the server has announced. Called with mLock held.
-    /// @param asked      the answer of findRing()
-    /// @param logMapped  writes the stream's own line about the new ring
+    /// Asks where the announced ring lies and maps it. Called with mLock held.
+    /// @param replaced   gets the ring that is in use no more
+    /// @param logMapped  writes the stream's own line about the ring
+    /// @return result of the allocation of the request's blocks
     template <typename Stream, typename LogMapped>
-    static void adoptRing(Stream& stream, const Asked<wire::ShareMemoryReply>& asked,
-                          const LogSite& site, LogMapped logMapped) {
-        if (!asked.isGranted()) {
-            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
-                         "[%s] mRc->call return error(%d), ret->status:%d.\n", stream.mName,
-                         asked.steps.called, asked.reply.status);
-        } else {
-            ShareMemoryEx* const ring =
-                mapRing(asked.reply, stream.mName, SHM_MODE_WRITER, &stream);
-            stream.mShareMemory = ring;
-            logMapped(ring->getTotalSize());
-        }
-        logFree(asked.steps, site);
+    static std::int32_t mapRing(Stream& stream, ShareMemoryEx*& replaced, const LogSite& site,
+                                LogMapped logMapped) {
+        const wire::FunctionRequest request{id(wire::StreamFunction::GetShareMemory)};
+        const Steps steps = askFor<wire::ShareMemoryReply>(
+            *stream.mRc, request, true, [&](const Asked<wire::ShareMemoryReply>& asked) {
+                if (!asked.isGranted()) {
+                    AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
+                                 "[%s] mRc->call return error(%d), ret->status:%d.\n", stream.mName,
+                                 asked.called, asked.reply.status);
+                    return;
+                }
+                replaced = adoptRing(stream.mShareMemory, asked.reply, stream.mName,
+                                     SHM_MODE_WRITER, &stream);
+                logMapped(stream.mShareMemory.load()->getTotalSize());
+            });
+        logFree(steps, site);
+        return steps.allocated;
     }
 
     template <typename Stream>
     static int start(Stream& stream, const LogSite& site) {
         AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]start In\n", stream.mName);
-        const AudioMutex::AutoLock lock(stream.mLock);
+        const Entry entry(stream);
         if (stream.mState == ACTIVE) {
             AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "[%s]Current start state [is ACTIVE], Out\n",
                          stream.mName);
@@ -91,7 +130,7 @@ struct Playback {
     template <typename Stream, typename LogSuccess>
     static int stop(Stream& stream, const LogSite& site, LogSuccess logSuccess) {
         AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]stop In\n", stream.mName);
-        const AudioMutex::AutoLock lock(stream.mLock);
+        const Entry entry(stream);
         if (stream.mState == IDLE) {
             AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "[%s]Current stop state [is IDLE], Out\n",
                          stream.mName);
@@ -119,7 +158,7 @@ struct Playback {
     template <typename Stream, typename Empty>
     static int clear(Stream& stream, const LogSite& site, Empty empty) {
         AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]clear In\n", stream.mName);
-        const AudioMutex::AutoLock lock(stream.mLock);
+        const Entry entry(stream);
         if (stream.mState != IDLE) {
             AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]clear failed, state[%d] not IDLE, Out\n",
                          stream.mName, state(stream));
@@ -206,14 +245,12 @@ struct Playback {
             const std::uint64_t begin = nowMs();
             if (stream.mCond.waitRelative(stream.mLock, SPACE_WAIT_MS) != 0) {
                 logNoSpace(stream, nowMs() - begin, site);
-                // The destructor came at the last moment, and waits.
-                if (stream.mState == NO_INIT) stream.mCond.signal();
-                stream.mIsBlocked = false;
+                leaveWait(stream);
                 return AUDIO_TIMED_OUT;
             }
             if (stream.mState != ACTIVE) {
+                leaveWait(stream);
                 logInterruptedWait(stream, site);
-                stream.mIsBlocked = false;
                 return AUDIO_INVALID_STATE;
             }
             if (isGivenUp()) {
@@ -249,7 +286,7 @@ struct Playback {
         if (ring->write(buffer, static_cast<unsigned>(len)) == 0)
             AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site,
                          "AUDIO IGNORE(mShareMemory->write(buffer, len))!\n");
-        if (stream.mDump != nullptr) stream.mDump->write(buffer, static_cast<unsigned>(len));
+        StreamDump::write(stream.mDump, buffer, static_cast<unsigned>(len));
         return len;
     }
 
@@ -261,56 +298,43 @@ struct Playback {
 
     template <typename Stream>
     static void notify(Stream& stream, const LogSite& site) {
-        const std::uint64_t lag =
-            wakeAfterUpdate({stream.mLock, stream.mCond, stream.mIsBlocked, stream.mShareMemory});
+        const AudioMutex::AutoLock lock(stream.mLock);
+        if (!stream.mIsBlocked) return;
+        const std::uint64_t lag = wakeAfterUpdate(stream.mCond, stream.mShareMemory);
         if (lag >= LAG_WARNING_MS)
             AUDIO_LOG_AT(ANDROID_LOG_WARN, site,
                          "[%s] update share memory IPC interVal:%llu ms > 1 ms\n", stream.mName,
                          llu(lag));
     }
 
+    /// The server has removed the stream. Also during destruction: the state is STOPPING then.
     template <typename Stream>
     static void onRemoved(Stream& stream, const LogSite& site) {
         AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]server track has be deleted, disconnect.\n",
                      stream.mName);
-        const AudioMutex::AutoLock lock(stream.mLock);
-        // NO_INIT is what a writer on its way out has to see.
-        if (stream.mIsBeingDestroyed) return;
+        const Entry entry(stream);
         stream.mState = STOPPING;
         if (stream.mIsBlocked) stream.mCond.signal();
     }
 
-    /// Deletes a ring that was taken out of mShareMemory, once nobody looks at it any more. Without
-    /// mLock: joins the ring's receiver thread.
+    /// Ends a wait, with mLock held. A destructor may be waiting for the blocked call to leave.
     template <typename Stream>
-    static void deleteRing(Stream& stream, ShareMemoryEx* ring) {
-        if (ring == nullptr) return;
-        stream.mRingVisitors->drain();
-        delete ring;
+    static void leaveWait(Stream& stream) {
+        stream.mIsBlocked = false;
+        if (stream.mState != ACTIVE) stream.mCond.signal();
     }
-
-    /// A ring that another one has replaced: a server may announce one to a track that has its own,
-    /// at any time. Declared before the lock, and so deleted without it.
-    template <typename Stream>
-    struct ReplacedRing {
-        Stream& stream;
-        ShareMemoryEx* ring = nullptr;
-
-        ~ReplacedRing() { deleteRing(stream, ring); }
-    };
 
     /// The first step of destruction: ends a blocked write. @return the ring, to be deleted
     template <typename Stream>
     static ShareMemoryEx* endWriter(Stream& stream, const LogSite& site) {
         const AudioMutex::AutoLock lock(stream.mLock);
-        stream.mIsBeingDestroyed = true;
         stream.mState = NO_INIT;
         if (stream.mIsBlocked) waitForWriter(stream, site);
         return stream.mShareMemory.exchange(nullptr);
     }
 
-    /// What an operation without effect says. It names the track for a sink too, as it always has:
-    /// log filters look for that. @param instead  what to call, or null for nothing
+    /// The line of an operation without effect. It names the track for a sink, too: kept as it is.
+    /// @param instead  the operation to call, or null for none
     static int deprecated(const LogSite& site, const char* instead) {
         if (instead == nullptr)
             AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "Deprecated API(ClientTrack::%s) is called.\n",
@@ -335,6 +359,10 @@ struct Playback {
     }
 
 private:
+    /// The lock at which the operations of a sink queue; null for a track.
+    static AudioMutex* turnOf(ClientTrack& track);
+    static AudioMutex* turnOf(ClientSink& sink);
+
     template <typename Stream>
     static AudioStreamState state(const Stream& stream) {
         return stream.mState;
@@ -370,15 +398,13 @@ private:
 
     template <typename Stream>
     static void logInterruptedWait(Stream& stream, const LogSite& site) {
-        if (stream.mState == NO_INIT) {
-            stream.mCond.signal();  // the destructor waits for this
+        if (stream.mState == NO_INIT)
             AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
                          "[%s]waiting free space, exit has requested mState[%d]\n", stream.mName,
                          state(stream));
-        } else {
+        else
             AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]after waiting ,status:%s\n", stream.mName,
                          endOfWait(stream.mState));
-        }
     }
 
     /// A ring that could not be mapped has no flag.

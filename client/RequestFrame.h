@@ -6,6 +6,7 @@
 
 #include "foundation/Log.h"
 #include "foundation/UseGate.h"
+#include "link/RemoteCallAccess.h"
 
 #include <cstdint>
 #include <cstring>
@@ -26,15 +27,17 @@ struct Steps {
 };
 
 /// One whole request: allocates the blocks, has the request filled in, sends it, waits for the
-/// reply without a time limit, shows what arrived, and frees the blocks. Logs nothing. Sends
-/// nothing while another request of this client is outstanding.
-/// @param fill  gets the request's bytes, all 0
-/// @param take  gets the reply's bytes, with zeros for what is missing; called when one arrived
-template <typename Fill, typename Take>
-Steps exchangeBlocks(RemoteCall& rc, std::uint32_t requestSize, std::uint32_t replySize, bool flag,
-                     Fill fill, Take take) {
+/// reply (without a time limit unless LinkPolicy sets one), hands over the outcome, and frees the
+/// blocks. Logs only the lines of RemoteCall. Sends nothing while another request of this client
+/// is outstanding.
+/// @param fill      gets the request's bytes, all 0
+/// @param conclude  gets the result of RemoteCall::call() and the reply's bytes, with zeros for
+///                  missing ones; runs while the blocks are outstanding
+template <typename Fill, typename Conclude>
+Steps requestBlocks(RemoteCall& rc, std::uint32_t requestSize, std::uint32_t replySize, bool flag,
+                    Fill fill, Conclude conclude) {
     // To the end, because the destructor may be waiting for call() to return.
-    const UseGate::Visit visit(rc._calls());
+    const UseGate::Visit visit(RemoteCallAccess::requests(rc));
     std::uint8_t* param = nullptr;
     std::uint8_t* ret = nullptr;
     Steps steps{rc.rcalloc(&param, requestSize, &ret, replySize), AUDIO_NOT_CONNECTED, true};
@@ -44,9 +47,20 @@ Steps exchangeBlocks(RemoteCall& rc, std::uint32_t requestSize, std::uint32_t re
     fill(param);
     std::memset(ret, 0, replySize);
     steps.called = rc.call(param, requestSize, ret, replySize, flag);
-    if (steps.called == AUDIO_NO_ERROR) take(static_cast<const std::uint8_t*>(ret));
+    conclude(steps.called, static_cast<const std::uint8_t*>(ret));
     steps.isFreed = rc.rcfree(param, ret) == AUDIO_NO_ERROR;
     return steps;
+}
+
+/// As above, where only a reply matters.
+/// @param take  gets the reply's bytes when one arrived
+template <typename Fill, typename Take>
+Steps exchangeBlocks(RemoteCall& rc, std::uint32_t requestSize, std::uint32_t replySize, bool flag,
+                     Fill fill, Take take) {
+    return requestBlocks(rc, requestSize, replySize, flag, fill,
+                         [&](std::int32_t called, const std::uint8_t* ret) {
+                             if (called == AUDIO_NO_ERROR) take(ret);
+                         });
 }
 
 /// As above, with a request and a reply of the caller's. `reply` is left as it was when none came.

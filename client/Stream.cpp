@@ -2,9 +2,9 @@
 #include "client/Stream.h"
 
 #include <cabinaudio/foundation/AudioTime.h>
-#include <cabinaudio/link/RemoteCall.h>
 
 #include "foundation/Make.h"
+#include "shm/RingAccess.h"
 
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -15,39 +15,41 @@ std::uint64_t nowMs() {
     return AudioTime::now() / 1000;
 }
 
-Asked<wire::CreateReply> createStream(RemoteCall& rc, std::uint32_t function, AudioTagType tag,
-                                      const AudioFormatDesc& format, int streamParam) {
-    const wire::CreateRequest request{function, tag, format, streamParam,
-                                      static_cast<std::int32_t>(syscall(SYS_getpid))};
-    Asked<wire::CreateReply> asked{};
-    asked.steps = ask(rc, request, asked.reply, true);
-    return asked;
+wire::CreateRequest createRequest(std::uint32_t function, AudioTagType tag,
+                                  const AudioFormatDesc& format, int streamParam) {
+    return {function, tag, format, streamParam, static_cast<std::int32_t>(syscall(SYS_getpid))};
 }
 
-Asked<wire::ShareMemoryReply> findRing(RemoteCall& rc, std::uint32_t function, bool flag) {
-    Asked<wire::ShareMemoryReply> asked{};
-    asked.steps = ask(rc, wire::FunctionRequest{function}, asked.reply, flag);
-    return asked;
-}
-
-ShareMemoryEx* mapRing(const wire::ShareMemoryReply& place, const char* name, unsigned mode,
-                       ShareMemoryUpdateNotificationCallback* callback) {
+ShareMemoryEx* adoptRing(std::atomic<ShareMemoryEx*>& slot, const wire::ShareMemoryReply& place,
+                         const char* name, unsigned mode,
+                         ShareMemoryUpdateNotificationCallback* callback) {
+    ShareMemoryEx* const current = slot.load();
+    // Two mappings of one object would have two receiver threads, which share the posts of its
+    // semaphore: some of them would wake the wrong one.
+    if (current != nullptr && RingAccess::mapsAnnounced(*current, place.address, place.size))
+        return nullptr;
     const auto* const address =
         reinterpret_cast<const unsigned char*>(static_cast<std::uintptr_t>(place.address));
-    return make<ShareMemoryEx>(SHM_TYPE_PHYS_MEM, name, address, place.size, mode, callback);
+    auto* const ring =
+        make<ShareMemoryEx>(SHM_TYPE_PHYS_MEM, name, address, place.size, mode, callback);
+    if (current != nullptr && current->isUsable() && !ring->isUsable()) {
+        RingAccess::keepName(*ring);
+        return ring;
+    }
+    slot = ring;
+    return current;
 }
 
-std::uint64_t wakeAfterUpdate(const RingWaiter& waiter) {
-    std::uint64_t updated = 0;
-    {
-        const AudioMutex::AutoLock lock(waiter.lock);
-        if (!waiter.isBlocked) return 0;
-        const ShareMemoryEx* const ring = waiter.ring;
-        updated = ring != nullptr && ring->isUsable() ? ring->getUpdateTime() : nowMs();
-    }
-    // Unlocked, so that whoever waits does not wake up only to wait for the lock.
-    waiter.changed.signal();
-    return nowMs() - updated;
+void deleteRing(StreamLink& link, ShareMemoryEx* ring) {
+    if (ring == nullptr) return;
+    link.ringVisitors.drain();
+    delete ring;
+}
+
+std::uint64_t wakeAfterUpdate(AudioCondition& changed, ShareMemoryEx* ring) {
+    changed.signal();
+    if (ring == nullptr || !ring->isUsable()) return 0;
+    return nowMs() - ring->getUpdateTime();
 }
 
 std::int32_t clearCapture(AudioStreamState state, ShareMemoryEx* ring, const char* name,

@@ -2,20 +2,19 @@
 #pragma once
 
 #include <cabinaudio/foundation/AudioCondition.h>
-#include <cabinaudio/foundation/AudioMutex.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 #include <cabinaudio/foundation/AudioTypes.h>
 #include <cabinaudio/shm/ShareMemory.h>
 
 #include "client/RequestFrame.h"
+#include "client/StreamLink.h"
 #include "foundation/Log.h"
 #include "link/ReplyDeadline.h"
 #include "wire/Stream.h"
 
 #include <atomic>
 #include <cstdint>
-
-class RemoteCall;
+#include <cstring>
 
 /// What every stream does, whichever way its data goes. The streams' own texts stay with them.
 namespace cabinaudio {
@@ -28,29 +27,62 @@ inline unsigned long long llu(std::uint64_t value) {
     return value;
 }
 
-/// A stream's request that has been made.
+/// Outcome of a stream's request.
 template <typename Reply>
 struct Asked {
-    Steps steps;
-    Reply reply;
+    std::int32_t called;  // 0: the server has answered
+    Reply reply;          // zeros where nothing arrived
 
-    /// Whether there was a block for it; otherwise nothing was sent.
-    [[nodiscard]] bool isSent() const { return steps.allocated == AUDIO_NO_ERROR; }
     [[nodiscard]] bool isGranted() const {
-        return steps.called == AUDIO_NO_ERROR && reply.status == AUDIO_NO_ERROR;
+        return called == AUDIO_NO_ERROR && reply.status == AUDIO_NO_ERROR;
     }
 };
 
-/// Asks for a stream. `function` is the create request of the stream's connection.
-Asked<wire::CreateReply> createStream(RemoteCall& rc, std::uint32_t function, AudioTagType tag,
-                                      const AudioFormatDesc& format, int streamParam);
+/// A stream's request.
+/// @param conclude  gets the Asked<Reply>; runs before the request's blocks are freed, and only
+///                  when they could be allocated
+template <typename Reply, typename Request, typename Conclude>
+Steps askFor(RemoteCall& rc, const Request& request, bool flag, Conclude conclude) {
+    return requestBlocks(
+        rc, sizeof(Request), sizeof(Reply), flag,
+        [&](std::uint8_t* param) { std::memcpy(param, &request, sizeof request); },
+        [&](std::int32_t called, const std::uint8_t* ret) {
+            Asked<Reply> asked{called, {}};
+            std::memcpy(&asked.reply, ret, sizeof asked.reply);
+            conclude(asked);
+        });
+}
 
-/// Asks where the announced ring lies.
-Asked<wire::ShareMemoryReply> findRing(RemoteCall& rc, std::uint32_t function, bool flag);
+/// The payload of a create request. `function` is that of the stream's connection.
+wire::CreateRequest createRequest(std::uint32_t function, AudioTagType tag,
+                                  const AudioFormatDesc& format, int streamParam);
 
-/// Maps a ring whose place the server has told.
-ShareMemoryEx* mapRing(const wire::ShareMemoryReply& place, const char* name, unsigned mode,
-                       ShareMemoryUpdateNotificationCallback* callback);
+/// Maps the ring that the server has announced, unless it is mapped already. The ring in `slot` is
+/// replaced only by one that could be mapped. Called with the stream's lock held.
+/// @return the ring that is in use no more, or null; to be deleted without the lock
+[[nodiscard]] ShareMemoryEx* adoptRing(std::atomic<ShareMemoryEx*>& slot,
+                                       const wire::ShareMemoryReply& place, const char* name,
+                                       unsigned mode,
+                                       ShareMemoryUpdateNotificationCallback* callback);
+
+/// Deletes a ring that no other thread can reach any more, once the threads that looked at it
+/// without the stream's lock have left. Without that lock: joins the ring's receiver thread.
+void deleteRing(StreamLink& link, ShareMemoryEx* ring);
+
+/// A ring that has been replaced. Declared in front of the stream's lock, so that it is deleted
+/// after the lock has been released.
+class ReplacedRing {
+public:
+    explicit ReplacedRing(StreamLink& link) : mLink(link) {}
+    ~ReplacedRing() { deleteRing(mLink, ring); }
+    ReplacedRing(const ReplacedRing&) = delete;
+    ReplacedRing& operator=(const ReplacedRing&) = delete;
+
+    ShareMemoryEx* ring = nullptr;
+
+private:
+    StreamLink& mLink;
+};
 
 /// How long one call waits for the other side of its ring. Each wake-up begins the wait anew, as
 /// often as the server likes; where a policy limits the waits for a server, they end together.
@@ -66,19 +98,12 @@ private:
     std::uint64_t mEndMs;
 };
 
-/// The part of a stream that its ring's receiver thread works on.
-struct RingWaiter {
-    AudioMutex& lock;
-    AudioCondition& changed;
-    const bool& isBlocked;                    // guarded by `lock`
-    const std::atomic<ShareMemoryEx*>& ring;  // changes under `lock`
-};
+/// Wakes a blocked read or write after an update of the ring. Called with the stream's lock held.
+/// @param ring  may be null
+/// @return milliseconds since the update
+std::uint64_t wakeAfterUpdate(AudioCondition& changed, ShareMemoryEx* ring);
 
-/// Wakes a blocked read or write after an update of the ring.
-/// @return milliseconds since the update, 0 when nobody was blocked
-std::uint64_t wakeAfterUpdate(const RingWaiter& waiter);
-
-/// A wake-up that took this long is worth a line in the log.
+/// A wake-up that took this long gets a line in the log.
 constexpr std::uint64_t LAG_WARNING_MS = 2;
 
 /// Empties the ring of a stopped capture stream; `ring` may be null. Called with the stream's lock

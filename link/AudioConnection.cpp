@@ -8,9 +8,8 @@
 #include <cabinaudio/link/AudioConnection.h>
 
 #include "foundation/Log.h"
-#include "foundation/Make.h"
-#include "foundation/UseGate.h"
 #include "link/AudioSocket.h"
+#include "link/RecordLoan.h"
 #include "link/ReplyDeadline.h"
 #include "link/SktWorker.h"
 #include "wire/Frame.h"
@@ -31,8 +30,9 @@
 #include <new>
 
 using cabinaudio::LogSite;
+using cabinaudio::RecordLoan;
 using cabinaudio::ReplyDeadline;
-using cabinaudio::UseGate;
+using cabinaudio::TakenRecord;
 
 namespace {
 
@@ -95,10 +95,11 @@ int openSocket(const char* path, const ReplyDeadline& deadline, const LogSite& s
     return -1;
 }
 
-void prepareSocket(int descriptor, const LogSite& site) {
-    ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
-    if (!limitSending(descriptor, SEND_TIMEOUT_MS))
+void prepareSocket(AudioSocket& record, const LogSite& site) {
+    ::fcntl(record.mSocket, F_SETFD, FD_CLOEXEC);
+    if (!limitSending(record.mSocket, SEND_TIMEOUT_MS))
         AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "set send timeout time failed\n");
+    record.mSendLimitMs = SEND_TIMEOUT_MS;
 }
 
 /// send(2) and recv(2) with lengths as callers give them: a negative one must not become a huge
@@ -123,9 +124,16 @@ std::int32_t receiveOnce(int descriptor, void* data, std::int32_t length) {
         ::recv(descriptor, data, static_cast<std::size_t>(length), MSG_NOSIGNAL));
 }
 
-/// What is left of the deadline, within what one attempt may take. 0 would mean no limit.
+/// The longest time that one attempt to send may take: what is left of the deadline. 0 would mean
+/// no limit.
 std::uint64_t sendingLimit(const ReplyDeadline& deadline) {
+    if (!deadline.isSet()) return SEND_TIMEOUT_MS;
     return std::clamp<std::uint64_t>(deadline.remainingMs(), 1, SEND_TIMEOUT_MS);
+}
+
+/// The socket keeps its limit between requests, also when the policy changes in between.
+void limitSending(AudioSocket& record, std::uint64_t ms) {
+    if (record.mSendLimitMs != ms && limitSending(record.mSocket, ms)) record.mSendLimitMs = ms;
 }
 
 /// Waits until a body, or the connection's end, can be read. @return false when the time is over
@@ -170,12 +178,7 @@ std::int32_t readBody(int descriptor, std::uint8_t* data, std::int32_t length,
 
 AudioConnection::AudioConnection(const char* path, std::int32_t port, Callback callback,
                                  void* opaque)
-    : mPath(path),
-      mPort(port),
-      mSocketRecord(nullptr),
-      mCallback(callback),
-      mOpaque(opaque),
-      mUsers(cabinaudio::make<UseGate>()) {
+    : mPath(path), mPort(port), mSocketRecord(nullptr), mCallback(callback), mOpaque(opaque) {
     const AudioMark::AutoMark mark("AudioConnection", __func__, __LINE__);
     connect();
 }
@@ -183,7 +186,6 @@ AudioConnection::AudioConnection(const char* path, std::int32_t port, Callback c
 AudioConnection::~AudioConnection() {
     const AudioMark::AutoMark mark("AudioConnection", __func__, __LINE__);
     disconnect();
-    delete mUsers;
 }
 
 std::int32_t AudioConnection::connect() {
@@ -205,7 +207,7 @@ std::int32_t AudioConnection::connect() {
         pSocket->mSocket = openSocket(mPath, deadline, AUDIO_LOG_SITE);
         if (pSocket->mSocket < 0) continue;
         AUDIO_LOGD("connect ok\n");
-        prepareSocket(pSocket->mSocket, AUDIO_LOG_SITE);
+        prepareSocket(*pSocket, AUDIO_LOG_SITE);
         pSocket->mWorker->start();
         pSocket->mWorkerStarted = pSocket->mWorker->started();
         mSocketRecord = pSocket;
@@ -217,8 +219,8 @@ std::int32_t AudioConnection::connect() {
 
 std::int32_t AudioConnection::send(const std::uint8_t* data, std::int32_t length) {
     const AudioMark::AutoMark mark("AudioConnection", __func__, __LINE__);
-    const UseGate::Visit visit(*mUsers);
-    const AudioSocket* const pSocket = mSocketRecord.load();
+    const RecordLoan loan(mSocketRecord);
+    AudioSocket* const pSocket = loan.record();
     if (pSocket == nullptr) {
         AUDIO_LOGE("pSocket is null\n");
         return 1;
@@ -230,7 +232,7 @@ std::int32_t AudioConnection::send(const std::uint8_t* data, std::int32_t length
     const ReplyDeadline deadline;
     std::int32_t result = -1;
     for (int retry = 0; retry <= MAX_RETRIES && !deadline.isOver(); ++retry) {
-        if (deadline.isSet()) limitSending(pSocket->mSocket, sendingLimit(deadline));
+        limitSending(*pSocket, sendingLimit(deadline));
         result = sendOnce(pSocket->mSocket, data, length);
         const int error = errno;
         if (retry > 0) AUDIO_LOGD("send(%d) reTry:%d\n", result, retry);
@@ -245,8 +247,8 @@ std::int32_t AudioConnection::send(const std::uint8_t* data, std::int32_t length
 
 std::int32_t AudioConnection::recv(std::uint8_t* data, std::int32_t length) {
     const AudioMark::AutoMark mark("AudioConnection", __func__, __LINE__);
-    const UseGate::Visit visit(*mUsers);
-    AudioSocket* const pSocket = mSocketRecord.load();
+    const RecordLoan loan(mSocketRecord);
+    AudioSocket* const pSocket = loan.record();
     if (pSocket == nullptr) {
         AUDIO_LOGE("pSocket is null\n");
         return 1;
@@ -280,7 +282,8 @@ std::int32_t AudioConnection::recv(std::uint8_t* data, std::int32_t length) {
 
 std::int32_t AudioConnection::disconnect() {
     const AudioMark::AutoMark mark("AudioConnection", __func__, __LINE__);
-    AudioSocket* const pSocket = mSocketRecord.exchange(nullptr);
+    const TakenRecord taken = cabinaudio::takeRecord(mSocketRecord);
+    AudioSocket* const pSocket = taken.record;
     if (pSocket == nullptr) {
         AUDIO_LOGE("pSocket is null\n");
         return 1;
@@ -293,9 +296,9 @@ std::int32_t AudioConnection::disconnect() {
     pSocket->wakeRequester();
     pSocket->mReplySem->signal();
     pSocket->mWorker->join();
-    // A requester may be about to use the descriptor once more, and its number could belong to
-    // somebody else by then.
-    mUsers->drain();
+    // A requester may be about to use the descriptor once more; after close() the number can belong
+    // to another file.
+    taken.awaitReturn();
     ::close(pSocket->mSocket);
     pSocket->mSocket = -1;
     AudioSocket::destroy(pSocket);
@@ -303,8 +306,8 @@ std::int32_t AudioConnection::disconnect() {
 }
 
 void AudioConnection::_abandon() {
-    const UseGate::Visit visit(*mUsers);
-    AudioSocket* const pSocket = mSocketRecord.load();
+    const RecordLoan loan(mSocketRecord);
+    AudioSocket* const pSocket = loan.record();
     if (pSocket == nullptr) return;
     pSocket->mAbandoned = true;
     // With the receive thread alive there is nobody to wake now, and it will do so at its end. Only
@@ -314,8 +317,8 @@ void AudioConnection::_abandon() {
 }
 
 void AudioConnection::_interrupt() {
-    const UseGate::Visit visit(*mUsers);
-    AudioSocket* const pSocket = mSocketRecord.load();
+    const RecordLoan loan(mSocketRecord);
+    AudioSocket* const pSocket = loan.record();
     if (pSocket == nullptr) return;
     pSocket->mIsStall = 1;
     ::shutdown(pSocket->mSocket, SHUT_RDWR);

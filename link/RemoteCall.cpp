@@ -7,6 +7,7 @@
 #include "foundation/Log.h"
 #include "foundation/Make.h"
 #include "foundation/UseGate.h"
+#include "link/RemoteCallAccess.h"
 #include "link/RemoteCallNotifierWorker.h"
 #include "wire/Frame.h"
 
@@ -16,6 +17,7 @@
 #include <limits>
 
 using cabinaudio::LogSite;
+using cabinaudio::RemoteCallAccess;
 using cabinaudio::UseGate;
 
 namespace {
@@ -50,8 +52,7 @@ RemoteCall::RemoteCall(audio_connect_type type, Notify notify, void* opaque, con
       mReqPayload(nullptr),
       mReqBlock(nullptr),
       mRetBlock(nullptr),
-      mNotifier(cabinaudio::make<RemoteCallNotifierWorker>(notify, opaque)),
-      mCalls(cabinaudio::make<UseGate>()) {
+      mNotifier(cabinaudio::make<RemoteCallNotifierWorker>(notify, opaque)) {
     mNotifier->start();
     std::uint8_t registration[HEADER_SIZE];
     init_audio_param(registration, AUDIO_CMD_REGISTER, type, AUDIO_REGISTER_WORD,
@@ -70,16 +71,15 @@ RemoteCall::RemoteCall(audio_connect_type type, Notify notify, void* opaque, con
 RemoteCall::~RemoteCall() {
     // From here on requests of the notifier, which still delivers its queue, find no connection.
     AudioConnection* const conn = mConn.exchange(nullptr);
-    if (!mCalls->empty()) {
+    if (!mNotifier->requests.empty()) {
         conn->_interrupt();
-        mCalls->drain();
+        mNotifier->requests.drain();
     }
     delete conn;
     delete mNotifier;
-    delete mCalls;
 }
 
-std::int32_t RemoteCall::initCheck() const {
+std::int32_t RemoteCall::initCheck() {
     return mHandle != 0 ? AUDIO_NO_ERROR : AUDIO_NOT_CONNECTED;
 }
 
@@ -106,7 +106,7 @@ std::int32_t RemoteCall::rcalloc(std::uint8_t** req, std::uint32_t reqLen, std::
 
 std::int32_t RemoteCall::call(std::uint8_t* req, std::uint32_t reqLen, std::uint8_t* ret,
                               std::uint32_t retLen, bool flag) {
-    const UseGate::Visit visit(*mCalls);
+    const UseGate::Visit visit(mNotifier->requests);
     AudioConnection* const conn = mConn;
     const std::uint32_t handle = mHandle;
     if (conn == nullptr || handle == 0) {
@@ -176,7 +176,7 @@ std::int32_t RemoteCall::_callWords(const LogSite& site, std::initializer_list<s
     std::int32_t reply[2] = {};  // status and value
     const std::uint32_t replySize = wantsValue ? sizeof reply : sizeof reply[0];
     // To the end, because the destructor may be waiting for call() to return.
-    const UseGate::Visit visit(*mCalls);
+    const UseGate::Visit visit(mNotifier->requests);
     std::uint8_t* req = nullptr;
     std::uint8_t* ret = nullptr;
     if (rcalloc(&req, size, &ret, replySize) != AUDIO_NO_ERROR) return AUDIO_NO_MEMORY;
@@ -214,8 +214,18 @@ void RemoteCall::init_audio_param(std::uint8_t* record, std::int32_t cmd, audio_
     std::memcpy(record, &param, sizeof param);
 }
 
+// ---- RemoteCallAccess ---------------------------------------------------------------------------
+
+UseGate& RemoteCallAccess::requests(RemoteCall& call) {
+    return call.mNotifier->requests;
+}
+
+void RemoteCallAccess::abandon(RemoteCall& call) {
+    call._abandon();
+}
+
 void RemoteCall::_abandon() {
-    const UseGate::Visit visit(*mCalls);
+    const UseGate::Visit visit(mNotifier->requests);
     AudioConnection* const conn = mConn;
     if (conn != nullptr) conn->_abandon();
 }

@@ -6,6 +6,8 @@
 #include <cabinaudio/foundation/AudioThread.h>
 #include <cabinaudio/link/RemoteCall.h>
 
+#include "foundation/UseGate.h"
+
 #include <cstdint>
 #include <list>
 
@@ -22,6 +24,9 @@ public:
     void post(std::uint32_t event, std::uint32_t param) noexcept;
 
     void run() override;
+
+    /// The threads that are in a request of the RemoteCall. Here, because its object has no room.
+    cabinaudio::UseGate requests;
 
 private:
     struct Message {

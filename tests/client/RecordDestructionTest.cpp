@@ -56,17 +56,14 @@ TEST_P(ACapturesDestruction, SaysNothingOfATimeOutWhenNobodyReads) {
 TEST_P(ACapturesDestruction, EndsABlockedRead) {
     makeActive();
     std::future<int> reader = waitingRead();
-    const Stopwatch watch;
     record.reset();
+    // The reader signals when it leaves, so the destructor does not wait until its time is over.
+    EXPECT_EQ(log.count(WARN, TIMEOUT), 0U) << log.dump();
     if (kind == Kind::RAW_MIC) {
-        // The reader leaves without a word, so the wait for it takes its time.
         EXPECT_EQ(reader.get(), 0);
-        EXPECT_GE(watch.ms(), 500);
         EXPECT_EQ(log.countMatching(WARN, ".*data update timeout.*\n"), 0U) << "woken at once";
-        EXPECT_EQ(log.count(WARN, TIMEOUT), 1U) << log.dump();
     } else {
         EXPECT_EQ(reader.get(), AUDIO_INVALID_STATE);
-        EXPECT_EQ(log.count(WARN, TIMEOUT), 0U) << log.dump();
         EXPECT_EQ(log.count(ERROR, "[rec]after waiting ,status:NO_INIT, may have destroy\n"), 1U);
         EXPECT_EQ(log.count(ERROR, "[rec] client read data error state:0\n"), 1U);
     }

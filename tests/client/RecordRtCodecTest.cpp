@@ -73,7 +73,7 @@ TEST_P(AFrame, IsReadWithItsHeader) {
     EXPECT_EQ(read(whole, true), whole);
     EXPECT_EQ(heard(whole), frame(100));
     EXPECT_EQ(left(), static_cast<unsigned>(headerSize()) + 50U);
-    EXPECT_EQ(log.count(DEBUG, "ClientRecordRt", "_readCodecData", HEADER_LINE), 1U)
+    EXPECT_EQ(log.count(DEBUG, "ClientRecordRt", "read", HEADER_LINE), 1U)
         << "says so when it went well";
     EXPECT_EQ(log.count(DEBUG, BODY_LINE), 0U) << log.dump();
 }
@@ -122,7 +122,7 @@ TEST_P(AFrame, OfNoLengthIsItsHeader) {
     ASSERT_TRUE(put(*serverRing, pattern(20)));
     EXPECT_EQ(read(20, true), headerSize());
     EXPECT_EQ(heard(headerSize()), frame(0));
-    EXPECT_EQ(log.count(DEBUG, "ClientRecordRt", "_readCodecData", BODY_LINE), 1U) << log.dump();
+    EXPECT_EQ(log.count(DEBUG, "ClientRecordRt", "read", BODY_LINE), 1U) << log.dump();
     EXPECT_EQ(left(), 20U);
 }
 

@@ -211,7 +211,7 @@ TEST_F(StoredSilence, OfOpusAtAnotherRateDoesNotExist) {
         format.sampleRate = rate;
         makeActive(512, format);
         EXPECT_EQ(read(100, true), 0);
-        EXPECT_EQ(log.count(WARN, "ClientRecordRt", "fillSilentData",
+        EXPECT_EQ(log.count(WARN, "ClientRecordRt", "read",
                             "[rec] not support samplerate(" + std::to_string(rate) + ")!!!\n"),
                   1U)
             << log.dump();
@@ -248,7 +248,7 @@ TEST(StoredSilenceDeathTest, OfMsbcThatDoesNotFitIsABrokenInvariant) {
     GTEST_FLAG_SET(death_test_style, "fast");
     for (const int bytes : {1, 40, 56})
         EXPECT_DEATH(readTooLittle(65, 16000, bytes),
-                     "\\[ClientRecordRt\\]\\[fillSilentData\\]\\[[0-9]+\\]"
+                     "\\[ClientRecordRt\\]\\[read\\]\\[[0-9]+\\]"
                      "AUDIO ASSERT\\(sizeof\\(msbc_silent\\) <= bytes\\)!");
 }
 
@@ -256,7 +256,7 @@ TEST(StoredSilenceDeathTest, OfOpusThatDoesNotFitIsABrokenInvariant) {
     GTEST_FLAG_SET(death_test_style, "fast");
     for (const std::uint32_t rate : {8000U, 16000U, 48000U})
         EXPECT_DEATH(readTooLittle(32, rate, 10),
-                     "\\[ClientRecordRt\\]\\[fillSilentData\\]\\[[0-9]+\\]"
+                     "\\[ClientRecordRt\\]\\[read\\]\\[[0-9]+\\]"
                      "AUDIO ASSERT\\(readSize <= bytes\\)!");
     EXPECT_DEATH(readTooLittle(32, 24000, 230), "AUDIO ASSERT\\(readSize <= bytes\\)!");
 }

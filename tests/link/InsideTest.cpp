@@ -7,6 +7,7 @@
 #include <cabinaudio/link/RemoteCall.h>
 
 #include "link/AudioSocket.h"
+#include "link/RemoteCallAccess.h"
 #include "link/SktWorker.h"
 #include "tests/link/LinkFixture.h"
 #include "tests/support/ProcessState.h"
@@ -159,7 +160,7 @@ TEST_F(AnAbandonedRequest, EndsWhenTheServerIsGoneAlready) {
     request();
     ASSERT_TRUE(box.waitFor(1));
     EXPECT_TRUE(stillWaiting());
-    call._abandon();
+    RemoteCallAccess::abandon(call);
     EXPECT_EQ(result.get(), 1);
     EXPECT_EQ(log.count(DEBUG, "AudioConnection", "recv", "exit\n"), 1u) << log.dump();
 }
@@ -167,7 +168,7 @@ TEST_F(AnAbandonedRequest, EndsWhenTheServerIsGoneAlready) {
 TEST_F(AnAbandonedRequest, EndsWhenTheServerGoesLater) {
     server.on(1, Answer::none());
     request();
-    call._abandon();
+    RemoteCallAccess::abandon(call);
     EXPECT_TRUE(stillWaiting());
     server.close();
     EXPECT_EQ(result.get(), 1);
@@ -176,7 +177,7 @@ TEST_F(AnAbandonedRequest, EndsWhenTheServerGoesLater) {
 TEST_F(AnAbandonedRequest, StillGetsItsReplyFromALivingServer) {
     server.on(1, Answer::status(17).held());
     request();
-    call._abandon();
+    RemoteCallAccess::abandon(call);
     EXPECT_TRUE(stillWaiting());
     server.release();
     EXPECT_EQ(result.get(), 17);
@@ -185,7 +186,7 @@ TEST_F(AnAbandonedRequest, StillGetsItsReplyFromALivingServer) {
 
 TEST_F(AnAbandonedRequest, IsServedEvenWhenItComesLate) {
     server.on(1, Answer::status(17).held());
-    call._abandon();
+    RemoteCallAccess::abandon(call);
     request();
     EXPECT_TRUE(stillWaiting());
     server.release();
@@ -196,7 +197,7 @@ TEST_F(AnAbandonedRequest, DoesNotHoldTheOwnerUpWhileItsBodyIsMissing) {
     server.on(1, Answer::status(17).bodyHeld());
     request();
     EXPECT_TRUE(stillWaiting());
-    call._abandon();
+    RemoteCallAccess::abandon(call);
     EXPECT_TRUE(stillWaiting());
     server.release();
     EXPECT_EQ(result.get(), 17);
@@ -208,7 +209,7 @@ TEST_F(AnAbandonedRequest, EndsAtWhateverMomentTheServerGoes) {
         RemoteCall own(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
         auto answer = std::async(std::launch::async, [&] { return own.callFuncId(2, false); });
         ASSERT_TRUE(server.waitForRequest(2, round));
-        own._abandon();
+        RemoteCallAccess::abandon(own);
         EXPECT_EQ(answer.get(), 1);
     }
 }
@@ -216,7 +217,7 @@ TEST_F(AnAbandonedRequest, EndsAtWhateverMomentTheServerGoes) {
 TEST_F(AnAbandonedRequest, NeedsNoConnection) {
     server.stop();
     RemoteCall unconnected(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
-    unconnected._abandon();
+    RemoteCallAccess::abandon(unconnected);
     EXPECT_EQ(unconnected.initCheck(), -1000);
 }
 

@@ -32,7 +32,7 @@ protected:
 
 TEST_F(Registering, SendsTheseBytesInOnePiece) {
     const std::uint64_t before = AudioTime::now();
-    const RemoteCall call(AUDIO_CONNECT_AUXILIARY, nullptr, nullptr, "navigation");
+    RemoteCall call(AUDIO_CONNECT_AUXILIARY, nullptr, nullptr, "navigation");
     const std::uint64_t after = AudioTime::now();
     Bytes sent = server.received();
     ASSERT_EQ(sent.size(), 88u);
@@ -56,20 +56,20 @@ TEST_F(Registering, SendsTheseBytesInOnePiece) {
 }
 
 TEST_F(Registering, WithoutANameIsDoneAsUnkn) {
-    const RemoteCall call(AUDIO_CONNECT_VERSION_SETTING, nullptr, nullptr, nullptr);
+    RemoteCall call(AUDIO_CONNECT_VERSION_SETTING, nullptr, nullptr, nullptr);
     EXPECT_EQ(nameOf(0), "unkn");
     EXPECT_EQ(server.requests().at(0).header.type, 132u);
 }
 
 TEST_F(Registering, CutsTheNameTo63Characters) {
-    const RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, std::string(70, 'n').c_str());
+    RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, std::string(70, 'n').c_str());
     EXPECT_EQ(nameOf(0), std::string(63, 'n'));
 }
 
 TEST_F(Registering, PassesEveryTypeOn) {
     for (const std::uint32_t type :
          {0u, 1u, 2u, 3u, 64u, 65u, 66u, 67u, 68u, 128u, 129u, 130u, 131u, 132u, 133u, 255u}) {
-        const RemoteCall call(static_cast<audio_connect_type>(type), nullptr, nullptr, "t");
+        RemoteCall call(static_cast<audio_connect_type>(type), nullptr, nullptr, "t");
         EXPECT_EQ(server.requests().back().header.type, type);
     }
 }
@@ -84,13 +84,13 @@ TEST_F(Registering, TakesTheSecondWordForTheHandle) {
 
 TEST_F(Registering, IsRefusedWithAHandleOfZero) {
     server.onRegistration(Answer::words(77, 0));
-    const RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
+    RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
     EXPECT_EQ(call.initCheck(), -1000);
 }
 
 TEST_F(Registering, IsRefusedWithAReplyThatEndsBeforeTheHandle) {
     server.onRegistration(Answer::words(77));
-    const RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
+    RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
     EXPECT_EQ(call.initCheck(), -1000);
     EXPECT_FALSE(log.has(WARN, "recv fail\n"));
 }
@@ -101,7 +101,7 @@ TEST_F(Registering, WaitsForABodyThatComesAfterItsHeader) {
         EXPECT_TRUE(server.waitForRequest([](const Request& r) { return r.isRegistration(); }));
         server.release();
     });
-    const RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
+    RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
     EXPECT_EQ(call.initCheck(), 0);
     releaser.join();
 }
@@ -114,14 +114,14 @@ TEST_F(Registering, WaitsForTheAnswer) {
         released = true;
         server.release();
     });
-    const RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
+    RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
     EXPECT_TRUE(released);
     EXPECT_EQ(call.initCheck(), 0);
     releaser.join();
 }
 
 TEST_F(Registering, StartsOneThreadForNotificationsAndOneToReceive) {
-    const RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
+    RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
     EXPECT_TRUE(eventually([] {
         const auto names = threadNames();
         return std::count(names.begin(), names.end(), "AS-RCNotifier") == 1 &&
@@ -132,7 +132,7 @@ TEST_F(Registering, StartsOneThreadForNotificationsAndOneToReceive) {
 TEST_F(Registering, DeliversANotificationThatComesBeforeTheAnswer) {
     server.onRegistration(Answer::handle(5).after(3, 9));
     Mailbox box;
-    const RemoteCall call(AUDIO_CONNECT_MAIN, &Mailbox::take, &box, nullptr);
+    RemoteCall call(AUDIO_CONNECT_MAIN, &Mailbox::take, &box, nullptr);
     ASSERT_TRUE(box.waitFor(1));
     EXPECT_THAT(box.taken(), ElementsAre(Notification{3, 9}));
     EXPECT_EQ(call.initCheck(), 0);
@@ -146,7 +146,7 @@ TEST_F(Registering, AwaitsTheAnswerEvenWhenTheMessageWasNotSent) {
         EXPECT_TRUE(server.waitForClients(1));
         server.send(ScriptedServer::frame(HEADER_REPLY) + Bytes{0, 0, 0, 0, 9, 0, 0, 0});
     });
-    const RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
+    RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
     answering.join();
     EXPECT_EQ(log.count(WARN, "RemoteCall", "RemoteCall", "send fail\n"), 1u) << log.dump();
     EXPECT_FALSE(log.has(WARN, "recv fail\n"));

@@ -14,6 +14,12 @@
 
 class AudioDump;
 class RemoteCall;
+namespace cabinaudio {
+struct LogSite;
+}
+namespace cabinaudio::wire {
+struct CreateReply;
+}
 
 /// An ordinary capture stream: the server fills a ring, read() empties it.
 ///
@@ -108,12 +114,16 @@ public:
 
 private:
     CABINAUDIO_LOCAL void init(AudioTagType tag, int streamParam);
+    CABINAUDIO_LOCAL void accept(const cabinaudio::wire::CreateReply& reply,
+                                 const cabinaudio::LogSite& site);
     CABINAUDIO_LOCAL void onRemoved();
     CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
 
     // These are called with mLock held.
-    CABINAUDIO_LOCAL int readLoop(unsigned char* buffer, int bytes, bool isBlock);
-    CABINAUDIO_LOCAL unsigned waitForData(bool isBlock);
+    CABINAUDIO_LOCAL int readLoop(unsigned char* buffer, int bytes, bool isBlock,
+                                  const cabinaudio::LogSite& site);
+    CABINAUDIO_LOCAL unsigned waitForData(bool isBlock, const cabinaudio::LogSite& site);
+    CABINAUDIO_LOCAL void endReader();
     CABINAUDIO_LOCAL bool isIdleOrActive() const;
 
     RemoteCall* mRc;
@@ -131,5 +141,5 @@ private:
     bool mIsBlocked;  // a read waits
     AudioCondition mCond;
     int mVolume;  // -1: not known
-    AudioDump* mDump;
+    std::atomic<AudioDump*> mDump;
 };

@@ -16,8 +16,11 @@ class AudioDump;
 class RemoteCall;
 namespace cabinaudio {
 struct LogSite;
-class UseGate;
-}  // namespace cabinaudio
+}
+namespace cabinaudio::wire {
+struct CreateReply;
+struct ShareMemoryReply;
+}  // namespace cabinaudio::wire
 
 /// The uplink of a call: linear PCM or coded frames that the server places in a physical ring.
 ///
@@ -155,38 +158,52 @@ private:
                                 const cabinaudio::LogSite& site);
     CABINAUDIO_LOCAL bool isFramed() const;
     CABINAUDIO_LOCAL unsigned frameStep() const;
-    CABINAUDIO_LOCAL Taken refuseFrame(unsigned length, unsigned capacity) const;
+    CABINAUDIO_LOCAL Taken refuseFrame(unsigned length, unsigned capacity,
+                                       const cabinaudio::LogSite& site) const;
     CABINAUDIO_LOCAL void init(AudioTagType tag);
     CABINAUDIO_LOCAL bool setUpCodec();
     CABINAUDIO_LOCAL void onRingReady();
     CABINAUDIO_LOCAL void onRingGone();
     CABINAUDIO_LOCAL void onRemoved();
-    CABINAUDIO_LOCAL void deleteRing(ShareMemoryEx* ring);
     CABINAUDIO_LOCAL std::int32_t request(std::uint32_t function, bool flag);
     CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
-    CABINAUDIO_LOCAL void logFirstRead(int bytes, bool isBlock);
+    CABINAUDIO_LOCAL void logFirstRead(int bytes, bool isBlock, const cabinaudio::LogSite& site);
 
     // All of these are called with mLock held.
-    CABINAUDIO_LOCAL void initShareMem();
+    CABINAUDIO_LOCAL void accept(const cabinaudio::wire::CreateReply& reply);
+    CABINAUDIO_LOCAL ShareMemoryEx* initShareMem();
+    CABINAUDIO_LOCAL ShareMemoryEx* adopt(const cabinaudio::wire::ShareMemoryReply& place,
+                                          const cabinaudio::LogSite& site);
     CABINAUDIO_LOCAL ShareMemoryEx* unInitShareMem();
-    CABINAUDIO_LOCAL void logSourceReady();
-    CABINAUDIO_LOCAL std::int32_t _prepareData(unsigned want, bool isBlock, unsigned& ready);
-    CABINAUDIO_LOCAL Supply supplyOf(unsigned want);
+    CABINAUDIO_LOCAL void logNoRing(std::int32_t error, std::int32_t status,
+                                    const cabinaudio::LogSite& site) const;
+    CABINAUDIO_LOCAL void logSourceReady(const cabinaudio::LogSite& site) const;
+    CABINAUDIO_LOCAL std::int32_t _prepareData(unsigned want, bool isBlock, unsigned& ready,
+                                               const cabinaudio::LogSite& site);
+    CABINAUDIO_LOCAL Supply supplyOf(unsigned want, const cabinaudio::LogSite& site);
+    CABINAUDIO_LOCAL bool isMet(unsigned want, const cabinaudio::LogSite& site);
     CABINAUDIO_LOCAL unsigned pacedBacklog();
-    CABINAUDIO_LOCAL std::int32_t interruptedWait();
+    CABINAUDIO_LOCAL void leaveWait();
+    CABINAUDIO_LOCAL void logInterruptedWait(const cabinaudio::LogSite& site);
     CABINAUDIO_LOCAL void endReader();
-    CABINAUDIO_LOCAL Taken take(unsigned char* buffer, unsigned ready);
-    CABINAUDIO_LOCAL unsigned neededForFrame(const ShareMemoryEx& ring) const;
-    CABINAUDIO_LOCAL Taken takeFrame(unsigned char* buffer, unsigned capacity, unsigned ready);
-    CABINAUDIO_LOCAL Taken takeSilentFrame(unsigned char* buffer, unsigned capacity,
-                                           unsigned ready);
-    CABINAUDIO_LOCAL Taken takeLiveFrame(unsigned char* buffer, unsigned capacity);
+    CABINAUDIO_LOCAL Taken take(unsigned char* buffer, unsigned ready,
+                                const cabinaudio::LogSite& site);
+    CABINAUDIO_LOCAL unsigned neededForFrame(ShareMemoryEx& ring) const;
+    CABINAUDIO_LOCAL Taken takeFrame(unsigned char* buffer, unsigned capacity, unsigned ready,
+                                     const cabinaudio::LogSite& site);
+    CABINAUDIO_LOCAL Taken takeSilentFrame(unsigned char* buffer, unsigned capacity, unsigned ready,
+                                           const cabinaudio::LogSite& site);
+    CABINAUDIO_LOCAL Taken takeLiveFrame(unsigned char* buffer, unsigned capacity,
+                                         const cabinaudio::LogSite& site);
     CABINAUDIO_LOCAL unsigned _readRawData(unsigned char* buffer, unsigned bytes);
-    CABINAUDIO_LOCAL unsigned _readCodecData(unsigned char* buffer, unsigned bytes);
-    CABINAUDIO_LOCAL unsigned fillSilentData(void* buffer, unsigned bytes);
-    CABINAUDIO_LOCAL unsigned fillNoise(unsigned char* buffer, unsigned bytes);
+    CABINAUDIO_LOCAL unsigned _readCodecData(unsigned char* buffer, unsigned bytes,
+                                             const cabinaudio::LogSite& site);
+    CABINAUDIO_LOCAL unsigned fillSilentData(void* buffer, unsigned bytes,
+                                             const cabinaudio::LogSite& site);
+    CABINAUDIO_LOCAL unsigned fillNoise(unsigned char* buffer, unsigned bytes,
+                                        const cabinaudio::LogSite& site);
 
-    AudioDump* mDump;
+    std::atomic<AudioDump*> mDump;
     std::uint64_t mCreateTime;     // ms
     std::uint64_t mUnInitShmTime;  // ms; when the ring went last, 0: never
     char mName[64];
@@ -210,9 +227,4 @@ private:
     std::uint32_t mHeaderSize;  // bytes
     std::uint32_t mCodecExtra1;
     std::uint32_t mCodecExtra2;
-
-    bool mIsBeingDestroyed;              // guarded by mLock
-    AudioMutex mRequestLock;             // one request at a time; taken after mLock, never before
-    cabinaudio::UseGate* mRingVisitors;  // who looks at the ring without mLock
-    cabinaudio::UseGate* mReaders;       // who is in read()
 };

@@ -16,8 +16,7 @@ class AudioDump;
 class RemoteCall;
 namespace cabinaudio {
 struct Playback;
-class UseGate;
-}  // namespace cabinaudio
+}
 
 /// A playback stream of the tag "main" (0), the source of an output that the server connects and
 /// disconnects as it routes. An application goes on writing without knowing the routing.
@@ -118,8 +117,9 @@ public:
     /// The ring's receiver thread calls this after the server has read.
     void notify() override;
 
-    /// Lets go of the source as if the server had withdrawn it. Takes no lock and wakes nobody:
-    /// not during a write.
+    /// Lets go of the source as if the server had withdrawn it. Takes no stream lock and wakes no
+    /// waiting write: must not be called during a write. Waits for another request of this sink
+    /// that is under way, and then for the server's acknowledgement.
     void deactived();
 
     /// What the server's notifications run into, on the notifier thread: `sink` is a ClientSink.
@@ -138,7 +138,7 @@ private:
     CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
 
     // All of these are called with mLock held.
-    CABINAUDIO_LOCAL void initShareMemory();
+    CABINAUDIO_LOCAL ShareMemoryEx* initShareMemory();
     CABINAUDIO_LOCAL int checkAndWaitSourceReady(bool isBlock, int len);
     CABINAUDIO_LOCAL bool waitForSource(std::uint64_t ms);
     CABINAUDIO_LOCAL int checkAndWaitShareBufferFree(int need);
@@ -153,7 +153,7 @@ private:
     AudioTagType mTag;
     bool mIsWriteDone;
     std::atomic<std::uint64_t> mWriteDoneTime;  // ms
-    AudioDump* mDump;
+    std::atomic<AudioDump*> mDump;
     std::uint64_t mCreateTime;                 // ms
     std::atomic<ShareMemoryEx*> mShareMemory;  // changed under mLock, read without it
     std::atomic<int> mPerLoopSize;             // bytes
@@ -165,9 +165,4 @@ private:
     std::atomic<bool> mSourceRemoved;
     int mTotalWritedLen;  // bytes put into the ring, ever
     int mIneffectiveLen;  // bytes thrown away, ever
-
-    bool mIsBeingDestroyed;              // guarded by mLock
-    AudioMutex mTurn;                    // lets others in between two writes
-    AudioMutex mRequestLock;             // one request at a time; taken after mLock, never before
-    cabinaudio::UseGate* mRingVisitors;  // who looks at the ring without mLock
 };

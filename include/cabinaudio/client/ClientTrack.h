@@ -16,8 +16,7 @@ class AudioDump;
 class RemoteCall;
 namespace cabinaudio {
 struct Playback;
-class UseGate;
-}  // namespace cabinaudio
+}
 
 /// A playback stream of the tags "alternative" (1) or "auxiliary" (every other tag).
 ///
@@ -127,7 +126,7 @@ private:
     friend struct cabinaudio::Playback;
 
     CABINAUDIO_LOCAL void init(int streamParam);
-    CABINAUDIO_LOCAL void initShareMemory();
+    CABINAUDIO_LOCAL ShareMemoryEx* initShareMemory();
     CABINAUDIO_LOCAL void onRingReady();
     CABINAUDIO_LOCAL void onFinished();
     CABINAUDIO_LOCAL std::int32_t request(std::uint32_t function);
@@ -149,7 +148,7 @@ private:
     std::atomic<bool> mFirstWriteLogged;
     bool mIsWriteDone;
     std::atomic<std::uint64_t> mWriteDoneTime;  // ms
-    AudioDump* mDump;
+    std::atomic<AudioDump*> mDump;
     std::uint64_t mCreateTime;  // ms
     bool mIsAuxiliary;
     std::atomic<ShareMemoryEx*> mShareMemory;  // changed under mLock, read without it
@@ -157,7 +156,4 @@ private:
     bool mIsBlocked;
     AudioCondition mCond;
     AudioMutex mLock;
-
-    bool mIsBeingDestroyed;              // guarded by mLock
-    cabinaudio::UseGate* mRingVisitors;  // who looks at the ring without mLock
 };

@@ -7,9 +7,6 @@
 #include <cstdint>
 
 struct AudioSocket;
-namespace cabinaudio {
-class UseGate;
-}
 
 /// One connection to the audio server over a local stream socket, with a receive thread of its own
 /// (AS-SktWorker). Notifications go to a callback on that thread; the body of a reply is left in
@@ -22,8 +19,8 @@ class UseGate;
 class CABINAUDIO_API AudioConnection {
 public:
     /// Called on the receive thread with (opaque, event, param); must not block and must not
-    /// disconnect or destroy the connection. (opaque, 255, 0) says that the server is gone and
-    /// comes at most once.
+    /// disconnect or destroy the connection. (opaque, 255, 0) reports that the server is gone; a
+    /// notification of the server can carry the same values.
     using Callback = void (*)(void* opaque, std::uint32_t event, std::uint32_t param);
 
     /// Stores its arguments and connects. A failure is not reported here: every later operation
@@ -36,7 +33,8 @@ public:
     /// @param opaque    handed back to the callback
     AudioConnection(const char* path, std::int32_t port, Callback callback, void* opaque);
 
-    /// Disconnects. Blocks until the receive thread has ended and a requester has left.
+    /// Disconnects. Blocks until the receive thread has ended and a requester that waits for a
+    /// reply has left.
     ~AudioConnection();
     AudioConnection(const AudioConnection&) = delete;
     AudioConnection& operator=(const AudioConnection&) = delete;
@@ -79,8 +77,8 @@ private:
 
     const char* mPath;
     std::int32_t mPort;
-    std::atomic<AudioSocket*> mSocketRecord;  // null when not connected
+    // Null when not connected. The low bits count the threads that use the record.
+    std::atomic<AudioSocket*> mSocketRecord;
     Callback mCallback;
     void* mOpaque;
-    cabinaudio::UseGate* mUsers;  // who is using the record at present
 };

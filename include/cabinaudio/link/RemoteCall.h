@@ -12,7 +12,7 @@
 class AudioConnection;
 namespace cabinaudio {
 struct LogSite;
-class UseGate;
+struct RemoteCallAccess;
 }  // namespace cabinaudio
 
 /// The request/reply channel of one client object: registers the client with the server, carries
@@ -47,7 +47,7 @@ public:
 
     /// @retval AUDIO_NO_ERROR       registered with the server
     /// @retval AUDIO_NOT_CONNECTED  the server gave no handle
-    [[nodiscard]] std::int32_t initCheck() const;
+    [[nodiscard]] std::int32_t initCheck();
 
     /// Allocates a request block of `reqLen` bytes (with room for the header in front of it) and a
     /// reply block of `retLen` bytes. Neither is cleared. Give them back with rcfree().
@@ -99,14 +99,12 @@ public:
     static void init_audio_param(std::uint8_t* record, std::int32_t cmd, audio_connect_type type,
                                  std::int32_t handle, std::int32_t length, const char* name);
 
-    /// The owner is about to be destroyed: requests stop waiting for a server that is gone.
-    CABINAUDIO_LOCAL void _abandon();
-    /// The destructor waits for whoever is in there: whole requests of more than one step enter.
-    CABINAUDIO_LOCAL cabinaudio::UseGate& _calls() const { return *mCalls; }
-
 private:
+    friend struct cabinaudio::RemoteCallAccess;
     class CABINAUDIO_LOCAL RemoteCallNotifierWorker;
 
+    /// The owner is about to be destroyed: requests stop waiting for a server that is gone.
+    CABINAUDIO_LOCAL void _abandon();
     /// The one body of the callFuncId forms: sends the words and takes a reply of 4 bytes, or of 8
     /// when a value is wanted. `value` is stored when the request went through, unless null.
     CABINAUDIO_LOCAL std::int32_t _callWords(const cabinaudio::LogSite& site,
@@ -117,8 +115,7 @@ private:
     audio_connect_type mType;
     std::atomic<std::uint32_t> mHandle;      // 0 when not registered
     std::atomic<std::uint8_t*> mReqPayload;  // null when no block is outstanding
-    std::uint8_t* mReqBlock;                 // mReqPayload - 88; of whoever holds the slot
+    std::uint8_t* mReqBlock;                 // mReqPayload - 88; of the thread with the block
     std::uint8_t* mRetBlock;                 // the same
     RemoteCallNotifierWorker* mNotifier;
-    cabinaudio::UseGate* mCalls;  // who is in the midst of a request at present
 };

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/foundation/AudioMutex.h>
+#include <cabinaudio/link/RemoteCall.h>
+
+#include "foundation/Make.h"
+#include "foundation/UseGate.h"
+
+namespace cabinaudio {
+
+/// What a playback stream or an uplink needs besides the fields of its class. Programs may allocate
+/// those objects by the documented fields, so nothing can be added to them.
+struct StreamExtras {
+    /// The operations of a sink queue here for its lock, so that an application that writes without
+    /// a pause does not keep the lock for itself. Taken before the stream's lock.
+    AudioMutex turn{false};
+    /// Keeps requests apart that are made without the stream's lock. Taken after the stream's lock.
+    AudioMutex requestLock{false};
+    /// Threads that look at the ring without the stream's lock.
+    UseGate ringVisitors;
+    /// Threads in a read of an uplink.
+    UseGate readers;
+};
+
+/// The RemoteCall of a stream, with the stream's extras: the stream's mRc points to it.
+class StreamLink final : public StreamExtras, public RemoteCall {
+public:
+    /// Connects and registers, as a RemoteCall does. Notifications can arrive before this returns:
+    /// `rc` is set by then and leads to the extras, but must not be used for a request yet.
+    static void open(RemoteCall*& rc, audio_connect_type type, Notify notify, void* stream,
+                     const char* name) {
+        // The constructor stores the pointer itself, earlier.
+        (void)make<StreamLink>(rc, type, notify, stream, name);
+    }
+
+    [[nodiscard]] static StreamLink& of(RemoteCall* rc) { return static_cast<StreamLink&>(*rc); }
+
+    /// Ends the notifications, then releases the extras.
+    static void close(RemoteCall* rc) { delete &of(rc); }
+
+    StreamLink(RemoteCall*& rc, audio_connect_type type, Notify notify, void* stream,
+               const char* name)
+        : RemoteCall((rc = this, type), notify, stream, name) {}
+};
+
+}  // namespace cabinaudio

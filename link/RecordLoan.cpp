@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "link/RecordLoan.h"
+
+#include "link/AudioSocket.h"
+
+#include <cstddef>
+
+namespace cabinaudio {
+namespace {
+
+// malloc aligns for every type: 7 loans can be counted on the target, 15 on 64-bit builds. One
+// requester and one disconnecting thread are normal.
+constexpr std::uintptr_t LOANS = alignof(std::max_align_t) - 1;
+
+std::uintptr_t bitsOf(AudioSocket* value) {
+    return reinterpret_cast<std::uintptr_t>(value);
+}
+
+AudioSocket* recordIn(AudioSocket* value) {
+    return reinterpret_cast<AudioSocket*>(bitsOf(value) & ~LOANS);
+}
+
+std::uintptr_t loansIn(AudioSocket* value) {
+    return bitsOf(value) & LOANS;
+}
+
+AudioSocket* withLoans(AudioSocket* record, std::uintptr_t loans) {
+    return reinterpret_cast<AudioSocket*>(bitsOf(record) | loans);
+}
+
+}  // namespace
+
+RecordLoan::RecordLoan(std::atomic<AudioSocket*>& slot) noexcept : mSlot(slot), mRecord(nullptr) {
+    AudioSocket* seen = slot.load(std::memory_order_acquire);
+    while (recordIn(seen) != nullptr && loansIn(seen) != LOANS) {
+        AudioSocket* const record = recordIn(seen);
+        if (slot.compare_exchange_weak(seen, withLoans(record, loansIn(seen) + 1),
+                                       std::memory_order_acq_rel, std::memory_order_acquire)) {
+            mRecord = record;
+            return;
+        }
+    }
+}
+
+RecordLoan::~RecordLoan() {
+    if (mRecord == nullptr) return;
+    AudioSocket* seen = mSlot.load(std::memory_order_acquire);
+    while (recordIn(seen) == mRecord) {
+        if (mSlot.compare_exchange_weak(seen, withLoans(mRecord, loansIn(seen) - 1),
+                                        std::memory_order_acq_rel, std::memory_order_acquire))
+            return;
+    }
+    // Taken away. The record may be freed as soon as the last loan has been counted; waking needs
+    // its address only.
+    std::atomic<std::uint32_t>& returned = mRecord->mReturnedLoans;
+    returned.fetch_add(1, std::memory_order_release);
+    returned.notify_all();
+}
+
+TakenRecord takeRecord(std::atomic<AudioSocket*>& slot) noexcept {
+    AudioSocket* const taken = slot.exchange(nullptr, std::memory_order_acq_rel);
+    return {recordIn(taken), static_cast<std::uint32_t>(loansIn(taken))};
+}
+
+void TakenRecord::awaitReturn() const {
+    const std::atomic<std::uint32_t>& returned = record->mReturnedLoans;
+    for (std::uint32_t seen = returned.load(std::memory_order_acquire); seen != loans;
+         seen = returned.load(std::memory_order_acquire))
+        returned.wait(seen, std::memory_order_acquire);
+}
+
+}  // namespace cabinaudio

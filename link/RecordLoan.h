@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+struct AudioSocket;
+
+namespace cabinaudio {
+
+/// The use of a connection's record by one thread, while another thread may disconnect.
+///
+/// The slot is the connection's pointer to its record. Its low bits, which are 0 in an address that
+/// malloc returns, count the loans. takeRecord() clears the slot and learns the number of loans;
+/// from then on each loan is given back to the record itself.
+class RecordLoan {
+public:
+    explicit RecordLoan(std::atomic<AudioSocket*>& slot) noexcept;
+    ~RecordLoan();
+    RecordLoan(const RecordLoan&) = delete;
+    RecordLoan& operator=(const RecordLoan&) = delete;
+
+    /// @return null when not connected, or when more threads use the record than can be counted
+    [[nodiscard]] AudioSocket* record() const { return mRecord; }
+
+private:
+    std::atomic<AudioSocket*>& mSlot;
+    AudioSocket* mRecord;
+};
+
+/// A record that no new loan can reach.
+struct TakenRecord {
+    AudioSocket* record;  // null when there was none
+    std::uint32_t loans;  // at the time of taking
+
+    /// Waits, without a time limit, until every loan has been given back.
+    void awaitReturn() const;
+};
+
+/// Clears the slot. Any thread; does not wait.
+[[nodiscard]] TakenRecord takeRecord(std::atomic<AudioSocket*>& slot) noexcept;
+
+}  // namespace cabinaudio
