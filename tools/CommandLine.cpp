@@ -271,6 +271,12 @@ void addServerStreams(CLI::App& server, ServerOptions& options, CommonOptions& c
         addServerCommand(stream, "remove", "stream remove", "Take a stream away", options, common),
         options, "The stream's name")
         .required();
+    CLI::App& rings = *server.add_subcommand("ring", "The rings of the streams");
+    rings.require_subcommand(1);
+    addArgument(addServerCommand(rings, "announce", "ring announce",
+                                 "Announce a stream's ring once more", options, common),
+                options, "The stream's name")
+        .required();
     CLI::App& uplink = *server.add_subcommand("uplink", "The uplink of a call");
     uplink.require_subcommand(1);
     CLI::App& ring = *uplink.add_subcommand("ring", "Its ring, without which there is silence");

@@ -85,6 +85,10 @@ void CaptureStream::offerRing() {
     mOffer->offer(std::chrono::milliseconds(0));
 }
 
+bool CaptureStream::announceRingAgain() {
+    return mOffer && mOffer->announceAgain();
+}
+
 void CaptureStream::withdrawRing() {
     mOffer->withdraw();
     mParts.onChange();

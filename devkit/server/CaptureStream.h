@@ -79,6 +79,8 @@ public:
     /// Only for uplinks.
     void offerRing();
     void withdrawRing();
+    /// Tells the client once more of its physical ring. @return false when it has none
+    [[nodiscard]] bool announceRingAgain();
     /// Tells the client that the stream is gone.
     void sayRemoved();
 

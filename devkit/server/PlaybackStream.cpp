@@ -87,6 +87,10 @@ void PlaybackStream::offerRing(std::chrono::milliseconds delay) {
     mOffer->offer(delay);
 }
 
+bool PlaybackStream::announceRingAgain() {
+    return mOffer && mOffer->announceAgain();
+}
+
 void PlaybackStream::withdrawRing() {
     mOffer->withdraw();
     mOnChange();

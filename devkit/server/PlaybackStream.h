@@ -62,6 +62,8 @@ public:
     /// The client is told after `delay`, and after the reply to the present request, that its
     /// physical ring is there.
     void offerRing(std::chrono::milliseconds delay);
+    /// Tells the client once more of its physical ring. @return false when it has none
+    [[nodiscard]] bool announceRingAgain();
     /// The client has to let go of its physical ring. What it has queued there is lost.
     void withdrawRing();
     /// The client has done so.

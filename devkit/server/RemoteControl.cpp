@@ -32,6 +32,7 @@ void RemoteControl::addTo(Commands& commands) {
     });
     commands.add("uplink ring",
                  [this](const std::string& argument) { return switchUplinkRing(argument); });
+    commands.add("ring announce", [this](const std::string& name) { return announceRing(name); });
     commands.add("stall", [this](const std::string& argument) { return stall(argument); });
     commands.add("crash", [this](const std::string& argument) { return crash(argument); });
 }
@@ -73,6 +74,15 @@ std::string RemoteControl::switchUplinkRing(const std::string& argument) {
     }
     if (isFound) return "ok";
     return name.empty() ? "error: there is no uplink" : noSuch("uplink", name);
+}
+
+std::string RemoteControl::announceRing(const std::string& name) {
+    PlaybackStream* const stream = mStreams.find(name);
+    CaptureStream* const capture = mCaptures.find(name);
+    if (stream == nullptr && capture == nullptr) return noSuch("stream", name);
+    const bool isTold =
+        stream != nullptr ? stream->announceRingAgain() : capture->announceRingAgain();
+    return isTold ? "ok" : "error: \"" + printable(name) + "\" has no announced ring";
 }
 
 // Both are done once the answer has been sent.

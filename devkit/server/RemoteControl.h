@@ -25,6 +25,7 @@ private:
     std::string withSink(const std::string& name,
                          const std::function<void(PlaybackStream& sink)>& act);
     std::string switchUplinkRing(const std::string& argument);
+    std::string announceRing(const std::string& name);
     std::string stall(const std::string& argument);
     std::string crash(const std::string& argument);
 

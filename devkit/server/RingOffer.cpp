@@ -45,6 +45,12 @@ void RingOffer::withdraw() {
     tell(mGone);
 }
 
+bool RingOffer::announceAgain() {
+    if (!isOffered()) return false;
+    tell(mReady);
+    return true;
+}
+
 void RingOffer::letGo() {
     if (!canBeShown()) return;
     mState = State::Away;

@@ -38,6 +38,8 @@ public:
     /// The client is told after `delay`, and after the reply to the present request.
     void offer(std::chrono::milliseconds delay);
     void withdraw();
+    /// Tells the client once more of the ring that it has. @return false when none is offered
+    [[nodiscard]] bool announceAgain();
     /// The client says that it has no ring any more, asked or not.
     void letGo();
 

@@ -56,6 +56,23 @@ TEST_P(AStreamOfARealServer, MovesItsBytesAndStops) {
     EXPECT_EQ(stream->stop(), AUDIO_NO_ERROR);
 }
 
+TEST_P(AStreamOfARealServer, KeepsItsRingWhenTheServerAnnouncesItAgain) {
+    if (kind().isPosix) return;
+    const RealServer server({"--output", "null", "--input", "tone:440"});
+    make(server);
+    move(16'000);
+    ASSERT_TRUE(log.waitForMatching(INFO, kind().announced)) << log.dump();
+    for (std::size_t again = 2; again <= 4; ++again) {
+        ASSERT_EQ(server.command("ring announce str"), "ok") << server.output();
+        ASSERT_TRUE(log.waitForMatching(INFO, kind().announced, again)) << log.dump();
+        move(16'000);
+        EXPECT_GT(stream->getTotalBufferSize(), 0) << log.dump();
+    }
+    EXPECT_EQ(log.countMatching(DEBUG, "delete shared memory name:.*\n"), 0U) << log.dump();
+    EXPECT_EQ(log.countMatching(ERROR, ".*shm data timeOut.*\n"), 0U) << log.dump();
+    EXPECT_EQ(log.countMatching(WARN, ".*wait free space timeout.*\n"), 0U) << log.dump();
+}
+
 TEST_P(AStreamOfARealServer, EndsItsTransferWhenTheServerIsKilledAndLeavesNothingBehind) {
     const ProcessState before = ProcessState::now();
     for (int round = 0; round < 3; ++round) {

@@ -24,6 +24,7 @@ COVERED = {
         ["cabinaudio", "server", "source", "activate"],
         ["cabinaudio", "server", "source", "withdraw"],
         ["cabinaudio", "server", "stream", "remove"],
+        ["cabinaudio", "server", "ring", "announce"],
         ["cabinaudio", "server", "uplink", "ring", "on"],
         ["cabinaudio", "server", "uplink", "ring", "off"],
         ["cabinaudio", "server", "stall"],
