@@ -3,7 +3,7 @@
 
 namespace cabinaudio::tool {
 
-/// Exit status of every sub-command. Scripts rely on the numbers.
+/// Exit status of every sub-command. The numbers are part of the interface.
 enum class ExitCode : int {
     Done = 0,
     Failed = 1,

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Sizes and places that the server and programs of other compilers know of the settings' records.
+// Sizes and offsets of the settings' records.
 #include <cabinaudio/QVAudioSetting.h>
 #include <cabinaudio/client/ClientAppSetting.h>
 #include <cabinaudio/client/ClientMixerSetting.h>

@@ -26,7 +26,7 @@ constexpr std::size_t FRAME = 32;
 constexpr std::size_t REGISTERED = FRAME + 8;
 constexpr std::size_t CREATED = REGISTERED + FRAME + 28;
 /// A frame counts as a reply with its first five bytes, magic and id, and what is missing of a body
-/// as 0: a server that closes behind them has said yes. Deliberate: so it has always been.
+/// as 0: a server that closes behind them has said yes. Kept as it is.
 constexpr std::size_t TOLD = 5;
 constexpr unsigned AT_ONCE = 32;
 

@@ -37,7 +37,7 @@ TEST(Disconnecting, ShutsDownSaysSoAndCloses) {
     });
     EXPECT_EQ(connection.disconnect(), 0);
     EXPECT_THAT(steps, ElementsAre("shutdown", "close"));
-    // Deliberately without a line end: peers of the log know this line so.
+    // Without a line end: kept as it is.
     EXPECT_EQ(log.count(DEBUG, "AudioConnection", "disconnect",
                         "close socket fd:" + std::to_string(descriptor)),
               1u)
