@@ -28,8 +28,8 @@ struct Steps {
 
 /// One whole request: allocates the blocks, has the request filled in, sends it, waits for the
 /// reply (without a time limit unless LinkPolicy sets one), hands over the outcome, and frees the
-/// blocks. Logs only the lines of RemoteCall. Sends nothing while another request of this client
-/// is outstanding.
+/// blocks. Logs only the lines of RemoteCall and its connection. Sends nothing while another
+/// request of this client is outstanding.
 /// @param fill      gets the request's bytes, all 0
 /// @param conclude  gets the result of RemoteCall::call() and the reply's bytes, with zeros for
 ///                  missing ones; runs while the blocks are outstanding
@@ -85,7 +85,8 @@ Answer answerOf(const Steps& steps, std::int32_t replied, const LogSite& site);
 /// A request whose reply begins with the server's status word. `reply` is left as it was when
 /// nothing arrived.
 ///
-/// A request that is outstanding already is refused with AUDIO_NO_MEMORY, without a log line.
+/// A request that is outstanding already is refused with AUDIO_NO_MEMORY; the log gets the line of
+/// RemoteCall::rcalloc(), none of the operation.
 /// `site` is the public operation, whose name stands in the log.
 Answer exchange(RemoteCall& rc, const LogSite& site, const void* request, std::uint32_t requestSize,
                 void* reply, std::uint32_t replySize, bool flag);

@@ -6,6 +6,7 @@
 #include "tests/support/PolicyGuard.h"
 
 #include <atomic>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <tuple>
@@ -131,6 +132,40 @@ TEST_F(ASinkWhoseSourceIsNeverMentioned, WaitsOnWithoutOne) {
     EXPECT_EQ(sink->stop(), AUDIO_NO_ERROR);
     EXPECT_EQ(write.get(), 0);
     sink.reset();
+}
+
+class LiveUplink : public AStream {
+protected:
+    LiveUplink() {
+        server.on(2, Answer::words(0, 0, 0, 512, 16, 256, 0));
+        server.on(18, Answer::words(0, RING_ADDRESS, SIZE));
+        serverRing = physicalRing("rec", SIZE);
+        AudioFormatDesc opus = {32, 16000, 0, AUDIO_CHANNEL_MAP_1, 0, AUDIO_BIT_DEPTH_16};
+        uplink = std::make_unique<ClientRecordRt>("rec", AUDIO_TAG_UPLINK, opus);
+        server.notify(2, 1);
+        EXPECT_TRUE(log.waitForMatching(INFO, "\\[rec\\] record initShareMem OK.*\n"));
+        EXPECT_EQ(uplink->start(), AUDIO_NO_ERROR);
+        EXPECT_TRUE(put(*serverRing, {0, 0, 0, 2, 1, 2, 3, 4, 0xaa, 0xbb}));
+        EXPECT_EQ(uplink->readFrame(data.data(), 100, true), 10) << log.dump();
+    }
+
+    std::unique_ptr<ClientRecordRt> uplink;
+};
+
+TEST_F(LiveUplink, EndsAReadOfAFrameThatNeverCompletesUnderAPolicy) {
+    const PolicyGuard guard({TIMEOUT, true, true});
+    ASSERT_TRUE(put(*serverRing, {0, 0, 0, 100}));  // half a header
+    const Stopwatch watch;
+    std::future<int> reader = std::async(
+        std::launch::async, [this] { return uplink->readFrame(data.data(), 100, true); });
+    // Each update of the ring begins the reader's wait anew.
+    for (int post = 0; post < 300 && reader.wait_for(50ms) != std::future_status::ready; ++post)
+        serverRing->updateWriteOffset(serverRing->getWriteOffset());
+    EXPECT_EQ(reader.wait_for(0ms), std::future_status::ready) << "updates keep it waiting";
+    EXPECT_EQ(reader.get(), AUDIO_INVALID_STATE);
+    EXPECT_GE(watch.ms(), 1000);
+    EXPECT_EQ(log.countMatching(ERROR, "\\[rec\\]wait shm data timeOut:[0-9]+ expect:1000\n"), 1U)
+        << log.dump();
 }
 
 }  // namespace

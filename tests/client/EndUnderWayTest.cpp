@@ -40,6 +40,10 @@ protected:
             server.on(function, Answer::words(0, RING_ADDRESS, SIZE));
     }
 
+    ~StreamInDestruction() override {
+        if (mDestroyer.joinable()) (void)wakeUp();
+    }
+
     [[nodiscard]] static const StreamKind& kind() { return streamKinds()[GetParam()]; }
 
     /// Returns while the destructor waits.

@@ -10,6 +10,7 @@
 
 #include <gmock/gmock.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -19,12 +20,15 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace cabinaudio::test {
 namespace {
 
 using namespace std::chrono_literals;
 using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::Le;
 
 constexpr auto TIMEOUT = 200ms;
 /// What a wait of TIMEOUT must not exceed: it shows only that the wait has an end.
@@ -56,6 +60,32 @@ TEST(TheLinkPolicy, IsWhatWasSetLast) {
     setLinkPolicy({-1ms, false, true});
     EXPECT_EQ(linkPolicy().replyTimeout, 0ms);
     EXPECT_FALSE(linkPolicy().wakesOnServerLoss);
+}
+
+/// Send time-outs, in milliseconds, of the sockets of this process that have one.
+std::vector<long long> sendTimeouts() {
+    std::vector<long long> timeouts;
+    for (int fd = 0; fd < 1024; ++fd) {
+        timeval timeout = {};
+        socklen_t length = sizeof timeout;
+        if (getsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &timeout, &length) != 0) continue;
+        const long long ms = static_cast<long long>(timeout.tv_sec) * 1000 + timeout.tv_usec / 1000;
+        if (ms != 0) timeouts.push_back(ms);
+    }
+    return timeouts;
+}
+
+TEST(TheLinkPolicy, LeavesTheSocketsOwnSendTimeoutOnceItIsReset) {
+    ScriptedServer server;
+    RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
+    EXPECT_THAT(sendTimeouts(), ElementsAre(10000));
+    {
+        const PolicyGuard guard({TIMEOUT, false, false});
+        ASSERT_EQ(call.callFuncId(7, true), 0);
+        EXPECT_THAT(sendTimeouts(), ElementsAre(Le(TIMEOUT.count() + 10)));
+    }
+    ASSERT_EQ(call.callFuncId(7, true), 0);
+    EXPECT_THAT(sendTimeouts(), ElementsAre(10000));
 }
 
 /// A remote call that is registered, under a policy with a time-out alone.

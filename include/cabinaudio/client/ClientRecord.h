@@ -30,7 +30,9 @@ struct CreateReply;
 ///            AS-SktWorker, AS-RCNotifier and one named after the ring.
 /// Blocking   Requests wait for the server's reply without a time limit. A blocking read waits up
 ///            to 1000 ms for each new piece of data. The destructor ends a blocked read and waits
-///            500 ms for it.
+///            for it for up to 500 ms.
+/// Lifetime   Destroying an object in which another call than a blocked read, write or request is
+///            still under way is the application's fault.
 /// Errors     No call throws. Every refusal is logged and returned. Lack of data is no error: a
 ///            read then returns fewer bytes, possibly none.
 /// A record that the server has removed stays STOPPING: destroy it and build a new one.

@@ -49,6 +49,8 @@ struct ShareMemoryReply;
 /// Blocking   Requests wait for the server's reply without a time limit. A blocking read waits as
 ///            long as `bytes` take at the server's pace, and up to 1000 ms for each new piece of
 ///            live data. The destructor ends a blocked read and waits up to 500 ms for it.
+/// Lifetime   Destroying an object in which another call than a blocked read, write or request is
+///            still under way is the application's fault.
 /// Errors     No call throws. Every refusal is logged and returned.
 /// A record that the server has removed stays STOPPING: destroy it and build a new one.
 class CABINAUDIO_API ClientRecordRt : public AudioRecord,

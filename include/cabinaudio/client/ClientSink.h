@@ -33,6 +33,8 @@ struct Playback;
 ///            while the source is active, a thread named after the ring.
 /// Blocking   Requests wait for the server's reply without a time limit. write() tells its own
 ///            waits. The destructor ends a blocked write and waits for it for up to 2000 ms.
+/// Lifetime   Destroying an object in which another call than a blocked read, write or request is
+///            still under way is the application's fault.
 /// Errors     No call throws. Every refusal is logged and returned. A missing source is no error:
 ///            write() then returns 0.
 /// A sink that the server has removed stays STOPPING: destroy it and build a new one.

@@ -33,6 +33,8 @@ struct Playback;
 /// Blocking   Requests wait for the server's reply without a time limit. write() waits up to
 ///            1000 ms for the ring and up to 600 ms each time that it needs space. The destructor
 ///            ends a blocked write and waits for it for up to 2000 ms.
+/// Lifetime   Destroying an object in which another call than a blocked read, write or request is
+///            still under way is the application's fault.
 /// Errors     No call throws. Every refusal is logged and returned. Requests return AUDIO_NO_MEMORY
 ///            while a setKeyShift() of the same track is under way.
 /// A track that the server has removed stays STOPPING: destroy it and build a new one.

@@ -19,8 +19,9 @@ struct AudioSocket;
 class CABINAUDIO_API AudioConnection {
 public:
     /// Called on the receive thread with (opaque, event, param); must not block and must not
-    /// disconnect or destroy the connection. (opaque, 255, 0) reports that the server is gone; a
-    /// notification of the server can carry the same values.
+    /// disconnect or destroy the connection. (opaque, 255, 0) reports that the connection has
+    /// ended: at most once per connection, not after disconnect(), and not when an unknown frame
+    /// ended the receive thread. A notification of the server can carry the same values.
     using Callback = void (*)(void* opaque, std::uint32_t event, std::uint32_t param);
 
     /// Stores its arguments and connects. A failure is not reported here: every later operation

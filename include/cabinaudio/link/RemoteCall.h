@@ -23,6 +23,8 @@ struct RemoteCallAccess;
 ///           meanwhile is refused, never torn.
 /// Blocking  A request waits for its reply without a time limit; destruction of the object ends
 ///           the wait.
+/// Lifetime  Destroying an object in which another call than a blocked request is still under way
+///           is the application's fault.
 /// Errors    No call throws.
 class CABINAUDIO_API RemoteCall {
 public:
