@@ -22,6 +22,8 @@ import stat
 import subprocess
 import sys
 
+import run
+
 HERE = os.path.dirname(os.path.abspath(__file__))
 ROOT = os.path.dirname(os.path.dirname(HERE))
 CROSS = "arm-linux-gnueabihf-"
@@ -274,7 +276,8 @@ def write_tests(plan, work):
     the names of tests have characters that names of files have not."""
     lines = ["# Made by prepare.py.",
              f"add_test(machine {cmake_word(os.path.join(HERE, 'run.py'))} {cmake_word(work)})",
-             "set_tests_properties(machine PROPERTIES RUN_SERIAL ON TIMEOUT 7200)"]
+             "set_tests_properties(machine PROPERTIES RUN_SERIAL ON TIMEOUT "
+             f"{run.ALL_SECONDS + plan.long_seconds + 60})"]
     names = [name for program in plan.programs.values() for name in program["tests"].values()]
     for number, name in enumerate(names + ["demo"]):
         lines += [f"add_test({cmake_word(name)} {cmake_word(os.path.join(HERE, 'result.sh'))} "

@@ -88,6 +88,7 @@ class Console:
         except subprocess.TimeoutExpired:
             self.process.kill()
         self.log.close()
+        self.process.stdout.close()
         return self.process.wait()
 
 
@@ -223,12 +224,10 @@ def run(work):
     if status != 0 and not record.complaints:
         record.complaints.append(f"the emulator ended with status {status}")
         show_tail(work)
-    table = record.table()
+    table = "\n".join(record.table() + ["FAILED: " + complaint for complaint in record.complaints])
     with open(os.path.join(work, "programs.txt"), "w", encoding="utf-8") as file:
-        file.write("\n".join(table) + "\n")
-    print("\n".join(table))
-    for complaint in record.complaints:
-        print("FAILED:", complaint)
+        file.write(table + "\n")
+    print(table)
     return 1 if record.complaints else 0
 
 
