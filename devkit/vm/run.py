@@ -124,7 +124,7 @@ class Results:
         return None
 
     def put(self, test, outcome, output):
-        self.outcomes.setdefault(test, (outcome, output))
+        self.outcomes.setdefault(test, (outcome, list(output)))
 
     def count(self, outcome):
         return sum(self.outcomes[test][0] == outcome for test in self.tests if test in self.outcomes)
