@@ -6,6 +6,7 @@
 # input of the server, and the uplink of a call that is coded in Opus and whose ring comes late, and
 # compares both with what was said. Leaves heard.wav, recorded.wav, call.opus and heard.png beside
 # this script. The exit status is 0 only if everything was heard and recorded.
+# With CABINAUDIO_DEMO_PICTURE=no it leaves no heard.png and needs no gnuplot.
 set -eu
 
 demo=$(dirname -- "$(readlink -f -- "$0")")
@@ -138,14 +139,16 @@ cabinaudio-recordcheck "$input" "$work/recorded.wav" "$said" "$work/call.opus" \
 for file in heard.wav recorded.wav call.opus; do
     mv -f "$work/$file" "$demo/$file"
 done
-if [ -e "$work/recorded" ]; then
+left="heard.wav, recorded.wav, call.opus"
+if [ -e "$work/recorded" ] && [ "${CABINAUDIO_DEMO_PICTURE:-yes}" != no ]; then
+    left="$left, heard.png"
     gnuplot -c "$demo/picture.gp" "$work/envelopes" "$demo/heard.png" \
         "$(basename -- "$first"), alternative" "$(basename -- "$second"), auxiliary" \
         "$work/recorded" "$(basename -- "$input"), recorded from input0" \
         "$(basename -- "$said"), uplink of a call in Opus, its ring 0.7 s late" ||
         fail "the picture could not be drawn"
 fi
-say "left heard.wav, recorded.wav, call.opus and heard.png in $demo"
+say "left $left in $demo"
 [ "$heard" -eq 0 ] || fail "not everything was heard as it was played"
 [ "$recorded" -eq 0 ] || fail "not everything was recorded as it was said"
 say "all of it was heard and recorded"

@@ -16,7 +16,7 @@ constexpr int kWarning = 5;
 
 /// The only line, priority checked; it has no padded line number, so it is compared as a whole.
 std::string onlyWarning(const LogCapture& log) {
-    const auto lines = log.lines();
+    const auto lines = log.allLines();
     if (lines.size() != 1 || lines[0].priority != kWarning || lines[0].tag != "AS")
         return "not one warning: " + log.dump();
     return lines[0].text;
@@ -40,7 +40,7 @@ TEST(AnAlert, UpToItsThresholdIsSilent) {
     const LogCapture log;
     AudioAlert::alert("S->C", 2999, 3000, "AudioConnection", "run", 42);
     AudioAlert::alert("S->C", 3000, 3000, "AudioConnection", "run", 42);
-    EXPECT_TRUE(log.lines().empty()) << log.dump();
+    EXPECT_TRUE(log.allLines().empty()) << log.dump();
 }
 
 TEST(AnAlert, PrintsStandInsForMissingNames) {

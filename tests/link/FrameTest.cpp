@@ -61,7 +61,7 @@ TEST_F(AFrame, ThatTookLongIsWarnedAbout) {
     ASSERT_TRUE(box.waitFor(1));
     EXPECT_EQ(log.countMatching(WARN, "'S->C' overtime\\(2[12][0-9]{8}us > 3000us\\)\\.\n"), 1u)
         << log.dump();
-    const auto lines = log.lines();
+    const auto lines = log.allLines();
     EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [](const LogLine& line) {
         return line.text.rfind("[AudioConnection][run][", 0) == 0 &&
                line.text.find("]'S->C' overtime(") != std::string::npos;

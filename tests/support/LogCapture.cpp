@@ -24,6 +24,12 @@ std::string_view messageOf(std::string_view text) {
     return text;
 }
 
+/// More than 3 ms from the server's send to the client's receive thread.
+bool warnsOfALateFrame(const LogLine& line) {
+    return line.priority == ANDROID_LOG_WARN &&
+           messageOf(line.text).rfind("'S->C' overtime(", 0) == 0;
+}
+
 }  // namespace
 
 void captureLine(int priority, const char* tag, const char* text) {
@@ -53,6 +59,12 @@ LogCapture::~LogCapture() {
 }
 
 std::vector<LogLine> LogCapture::lines() const {
+    std::vector<LogLine> lines = allLines();
+    lines.erase(std::remove_if(lines.begin(), lines.end(), warnsOfALateFrame), lines.end());
+    return lines;
+}
+
+std::vector<LogLine> LogCapture::allLines() const {
     const std::lock_guard lock(mLock);
     return mLines;
 }
@@ -114,7 +126,7 @@ bool LogCapture::waitForMatching(int priority, const std::string& expression, st
 
 std::string LogCapture::dump() const {
     std::string all;
-    for (const LogLine& line : lines()) {
+    for (const LogLine& line : allLines()) {
         all += std::to_string(line.priority) + " " + line.text;
         if (all.back() != '\n') all += "<no line end>\n";
     }

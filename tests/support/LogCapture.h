@@ -26,7 +26,9 @@ public:
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
+    /// All lines but the warnings that a frame came late: a slow machine adds those anywhere.
     [[nodiscard]] std::vector<LogLine> lines() const;
+    [[nodiscard]] std::vector<LogLine> allLines() const;
 
     /// Lines of this priority whose part behind the "[file][function][line]" prefix is `message`
     /// to the letter, line end included.

@@ -6,6 +6,7 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 namespace cabinaudio::test {
 
@@ -16,6 +17,30 @@ std::size_t entries(const char* directory) {
     std::size_t count = 0;
     for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(directory, gone))
         ++count;
+    return count;
+}
+
+/// Whether a task has begun to leave. A thread that was joined stays listed until the kernel
+/// removes it, but carries this flag before the join returns.
+bool isLeaving(const std::filesystem::path& task) {
+    constexpr unsigned long PF_EXITING = 4;  // the kernel's linux/sched.h
+    std::ifstream stat(task / "stat");  // id (name) state parent group session terminal owner flags
+    std::string line;
+    if (!std::getline(stat, line)) return true;
+    std::istringstream fields(line.substr(line.rfind(')') + 1));
+    std::string skipped;
+    for (int field = 0; field < 6; ++field)
+        fields >> skipped;
+    unsigned long flags = 0;
+    fields >> flags;
+    return (flags & PF_EXITING) != 0;
+}
+
+std::size_t countThreads() {
+    std::error_code gone;
+    std::size_t count = 0;
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task", gone))
+        if (!isLeaving(task.path())) ++count;
     return count;
 }
 
@@ -44,8 +69,7 @@ std::vector<std::string> instanceShmNames() {
 }  // namespace
 
 ProcessState ProcessState::now() {
-    return {entries("/proc/self/task"), entries("/proc/self/fd"), countSharedMappings(),
-            instanceShmNames()};
+    return {countThreads(), entries("/proc/self/fd"), countSharedMappings(), instanceShmNames()};
 }
 
 std::vector<std::string> threadNames() {

@@ -10,7 +10,7 @@ namespace cabinaudio::test {
 
 /// What this process holds at one moment, for leak tests.
 struct ProcessState {
-    std::size_t threads;
+    std::size_t threads;  // without those that have ended and that the kernel still lists
     std::size_t descriptors;
     std::size_t sharedMappings;         // mappings of shared-memory objects and of physical memory
     std::vector<std::string> shmNames;  // of this test instance, sorted

@@ -1,0 +1,99 @@
+#!/bin/sh
+# SPDX-License-Identifier: Apache-2.0
+# First program of the virtual machine (run.py boots it, prepare.py makes its image). Runs the jobs of
+# /plan/order one after another and switches the machine off.
+#
+# A line of /plan/order is KIND NAME SECONDS. /plan/NAME starts the job; SECONDS is the longest time
+# that it may be without output. Of kind "gtest" is a GoogleTest program: when it ends before its
+# last test, it is started again for the tests that it has not begun. /plan/NAME.skip names tests
+# that it leaves out, as --gtest_filter wants them.
+#
+# All that concerns the host begins with "@vm " on the console:
+#   @vm up KERNEL            | @vm begin NAME           | @vm end NAME STATUS SECONDS
+#   @vm | LINE OF OUTPUT     | @vm alive NAME: LAST LINE OF OUTPUT | @vm down
+set -u
+export PATH=/usr/bin:/usr/sbin HOME=/tmp TMPDIR=/tmp
+umask 022
+output=/run/output
+
+mount_all() {
+    mount -t devtmpfs dev /dev
+    mkdir -p /dev/shm /proc /sys /run /tmp
+    mount -t proc proc /proc
+    mount -t sysfs sys /sys
+    mount -t tmpfs -o mode=1777 shm /dev/shm
+    mount -t tmpfs -o mode=1777 tmp /tmp
+    mount -t tmpfs run /run
+}
+
+tell() { printf '@vm %s\n' "$*"; }
+
+last_line() { tail -n 1 "$output" | cut -c 1-160; }
+
+# watch PROCESS NAME SECONDS: shows the host that the machine is alive. Ends a job without output.
+watch_job() {
+    size=
+    silent=0
+    while sleep 5; do
+        now=$(wc -c <"$output")
+        if [ "$now" = "$size" ]; then silent=$((silent + 5)); else silent=0; fi
+        size=$now
+        tell "alive $2: $(last_line)"
+        [ "$silent" -lt "$3" ] || {
+            tell "| without output for $silent s: ended"
+            kill -ABRT "$1"
+            sleep 5
+            kill -KILL "$1"
+        }
+    done
+}
+
+# run_once NAME SECONDS ARGUMENT...: output and end of the job. No process of it is left: the first
+# program of a machine, and nobody else, is spared by its own signal to all.
+run_once() {
+    name=$1
+    seconds=$2
+    shift 2
+    tell "begin $name"
+    began=$(date +%s)
+    "/plan/$name" "$@" >"$output" 2>&1 </dev/null &
+    job=$!
+    watch_job "$job" "$name" "$seconds" &
+    status=0
+    wait "$job" || status=$?
+    kill -KILL -1
+    wait
+    sed 's/^/@vm | /' "$output"
+    printf '\n'
+    tell "end $name $status $(($(date +%s) - began))"
+}
+
+# The tests that the job has begun, as --gtest_filter wants them.
+begun() { sed -n 's/^.*\[ RUN      \] //p' "$output" | tr '\n' ':'; }
+
+ended_early() { ! grep -q '^\[==========\] .* ran\.' "$output"; }
+
+run_gtest() {
+    skip=$(cat "/plan/$1.skip")
+    while :; do
+        run_once "$1" "$2" "--gtest_filter=-$skip"
+        more=$(begun)
+        if [ -z "$more" ] || ! ended_early; then break; fi
+        skip=$skip:${more%:}
+    done
+}
+
+mount_all
+# NOW comes from the kernel's command line: the machine has no clock of its own.
+date -s "@${NOW:-0}" >/dev/null
+# shellcheck disable=SC3045  # the machine's shell has it
+ulimit -c 0
+tell "up $(uname -srvm), $(nproc) processors"
+while read -r kind name seconds; do
+    case $kind in
+        gtest) run_gtest "$name" "$seconds" ;;
+        *) run_once "$name" "$seconds" ;;
+    esac
+done </plan/order
+tell down
+poweroff -f
