@@ -189,7 +189,7 @@ int ClientRecord::getPerLoopSize() {
 }
 
 int ClientRecord::getTotalBufferSize() {
-    const ShareMemoryEx* const ring = mShareMemory;
+    ShareMemoryEx* const ring = mShareMemory;
     return ring != nullptr ? static_cast<int>(ring->getTotalSize()) : 0;
 }
 
@@ -199,7 +199,7 @@ int ClientRecord::bytesUsed() {
         AUDIO_LOGE("[%s]Abnormal state:%d.\n", mName, mState);
         return 0;
     }
-    const ShareMemoryEx* const ring = mShareMemory;
+    ShareMemoryEx* const ring = mShareMemory;
     return ring != nullptr ? static_cast<int>(ring->getUsedSize()) : 0;
 }
 
@@ -244,7 +244,7 @@ int ClientRecord::readLoop(unsigned char* buffer, int bytes, bool isBlock) {
 
 /// @return bytes in the ring; 0 when none came, or none are wanted any more
 unsigned ClientRecord::waitForData(bool isBlock) {
-    const ShareMemoryEx* const ring = mShareMemory;
+    ShareMemoryEx* const ring = mShareMemory;
     unsigned used = 0;
     std::optional<cabinaudio::RingPatience> patience;
     while ((used = ring->getUsedSize()) == 0 && isBlock) {

@@ -272,7 +272,7 @@ int ClientRecordRt::getPerLoopSize() {
 
 int ClientRecordRt::getTotalBufferSize() {
     const UseGate::Visit visit(*mRingVisitors);
-    const ShareMemoryEx* const ring = mShareMemory;
+    ShareMemoryEx* const ring = mShareMemory;
     return ring != nullptr ? static_cast<int>(ring->getTotalSize()) : 0;
 }
 
@@ -388,7 +388,7 @@ std::int32_t ClientRecordRt::_prepareData(unsigned want, bool isBlock, unsigned&
 /// met a whole request.
 ClientRecordRt::Supply ClientRecordRt::supplyOf(unsigned want) {
     const bool isFrame = want == WHOLE_FRAME;
-    if (const ShareMemoryEx* const ring = mShareMemory) {
+    if (ShareMemoryEx* const ring = mShareMemory) {
         const unsigned used = ring->getUsedSize();
         if (isFrame) want = neededForFrame(*ring);
         if (used >= want && !mSourceReady) {
@@ -481,7 +481,7 @@ unsigned ClientRecordRt::frameStep() const {
 }
 
 /// Bytes that have to be in the ring before a frame, or the word that there is none, can be taken.
-unsigned ClientRecordRt::neededForFrame(const ShareMemoryEx& ring) const {
+unsigned ClientRecordRt::neededForFrame(ShareMemoryEx& ring) const {
     if (!isFramed()) return frameStep();
     unsigned char header[LONGEST_HEADER_BYTES];
     if (RingAccess::peek(ring, header, mHeaderSize) < mHeaderSize) return mHeaderSize;

@@ -165,7 +165,7 @@ int ClientSink::getPerLoopSize() {
 
 int ClientSink::getTotalBufferSize() {
     const UseGate::Visit visit(*mRingVisitors);
-    const ShareMemoryEx* const ring = mShareMemory;
+    ShareMemoryEx* const ring = mShareMemory;
     return ring != nullptr ? static_cast<int>(ring->getTotalSize()) : 0;
 }
 

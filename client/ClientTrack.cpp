@@ -173,7 +173,7 @@ int ClientTrack::getPerLoopSize() {
 
 int ClientTrack::getTotalBufferSize() {
     const UseGate::Visit visit(*mRingVisitors);
-    const ShareMemoryEx* const ring = mShareMemory;
+    ShareMemoryEx* const ring = mShareMemory;
     return ring != nullptr ? static_cast<int>(ring->getTotalSize()) : 0;
 }
 

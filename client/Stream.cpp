@@ -42,7 +42,7 @@ std::uint64_t wakeAfterUpdate(const RingWaiter& waiter) {
     {
         const AudioMutex::AutoLock lock(waiter.lock);
         if (!waiter.isBlocked) return 0;
-        const ShareMemoryEx* const ring = waiter.ring;
+        ShareMemoryEx* const ring = waiter.ring;
         updated = ring != nullptr && ring->isUsable() ? ring->getUpdateTime() : nowMs();
     }
     // Unlocked, so that whoever waits does not wake up only to wait for the lock.

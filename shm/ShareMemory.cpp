@@ -339,25 +339,25 @@ ShareMemoryEx::~ShareMemoryEx() {
     AudioNormalFree(hdl);
 }
 
-unsigned ShareMemoryEx::getTotalSize() const {
+unsigned ShareMemoryEx::getTotalSize() {
     return loadRelaxed(mHandle->ring->size);
 }
 
-unsigned ShareMemoryEx::getUsedSize() const {
+unsigned ShareMemoryEx::getUsedSize() {
     const RingState state = RingState::of(*mHandle->ring);
     return state.possible(mHandle->len) ? state.used() : 0;
 }
 
-unsigned ShareMemoryEx::getFreeSize() const {
+unsigned ShareMemoryEx::getFreeSize() {
     const RingState state = RingState::of(*mHandle->ring);
     return state.possible(mHandle->len) ? state.free() : 0;
 }
 
-unsigned ShareMemoryEx::getReadOffset() const {
+unsigned ShareMemoryEx::getReadOffset() {
     return loadAcquire(mHandle->ring->readOffset);
 }
 
-unsigned ShareMemoryEx::getWriteOffset() const {
+unsigned ShareMemoryEx::getWriteOffset() {
     return loadAcquire(mHandle->ring->writeOffset);
 }
 
@@ -448,11 +448,11 @@ void ShareMemoryEx::clear() {
     storeRelease<std::uint32_t>(mHandle->ring->writeOffset, 0);
 }
 
-bool ShareMemoryEx::isUsable() const {
+bool ShareMemoryEx::isUsable() {
     return mapped(mHandle);
 }
 
-std::uint64_t ShareMemoryEx::getUpdateTime() const {
+std::uint64_t ShareMemoryEx::getUpdateTime() {
     return loadRelaxed(mHandle->hdr->updateTime);
 }
 
@@ -462,6 +462,6 @@ void ShareMemoryEx::setWait(bool wait) {
     std::atomic_thread_fence(std::memory_order_seq_cst);
 }
 
-bool ShareMemoryEx::getWait() const {
+bool ShareMemoryEx::getWait() {
     return loadRelaxed(mHandle->hdr->wait) != 0;
 }

@@ -176,7 +176,7 @@ private:
     CABINAUDIO_LOCAL std::int32_t interruptedWait();
     CABINAUDIO_LOCAL void endReader();
     CABINAUDIO_LOCAL Taken take(unsigned char* buffer, unsigned ready);
-    CABINAUDIO_LOCAL unsigned neededForFrame(const ShareMemoryEx& ring) const;
+    CABINAUDIO_LOCAL unsigned neededForFrame(ShareMemoryEx& ring) const;
     CABINAUDIO_LOCAL Taken takeFrame(unsigned char* buffer, unsigned capacity, unsigned ready);
     CABINAUDIO_LOCAL Taken takeSilentFrame(unsigned char* buffer, unsigned capacity,
                                            unsigned ready);

@@ -71,15 +71,15 @@ public:
     ShareMemoryEx& operator=(const ShareMemoryEx&) = delete;
 
     /// @return the capacity in bytes as the creator has stored it
-    [[nodiscard]] unsigned getTotalSize() const;
+    [[nodiscard]] unsigned getTotalSize();
     /// @return bytes that can be read
-    [[nodiscard]] unsigned getUsedSize() const;
+    [[nodiscard]] unsigned getUsedSize();
     /// @return bytes that can be written
-    [[nodiscard]] unsigned getFreeSize() const;
+    [[nodiscard]] unsigned getFreeSize();
     /// @return where the next byte is read, as the header says
-    [[nodiscard]] unsigned getReadOffset() const;
+    [[nodiscard]] unsigned getReadOffset();
     /// @return where the next byte is written, as the header says
-    [[nodiscard]] unsigned getWriteOffset() const;
+    [[nodiscard]] unsigned getWriteOffset();
 
     /// Copies out up to `len` bytes and wakes a writing side that asked for it, also when nothing
     /// was there. @return bytes copied
@@ -105,14 +105,14 @@ public:
     void clear();
 
     /// Whether header and data are mapped. The three operations below may only be called then.
-    [[nodiscard]] bool isUsable() const;
+    [[nodiscard]] bool isUsable();
     /// @return time of the last write or offset update in milliseconds, clock of AudioTime::now()
-    [[nodiscard]] std::uint64_t getUpdateTime() const;
+    [[nodiscard]] std::uint64_t getUpdateTime();
     /// The writing side says that it is blocked for free space. Look at the free space again
     /// afterwards, then wait: the reading side frees first and looks at this flag then.
     void setWait(bool wait);
     /// @return whether the writing side says that it is blocked
-    [[nodiscard]] bool getWait() const;
+    [[nodiscard]] bool getWait();
 
 private:
     friend struct cabinaudio::RingAccess;
