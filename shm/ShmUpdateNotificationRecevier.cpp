@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "shm/ShmUpdateNotificationRecevier.h"
 
+#include "foundation/LibraryThread.h"
 #include "foundation/Log.h"
 #include "shm/Futex.h"
 
@@ -26,7 +27,7 @@ ShmUpdateNotificationRecevier::ShmUpdateNotificationRecevier(
 
 void ShmUpdateNotificationRecevier::launch() {
     mBodyRuns = 1;
-    start();
+    cabinaudio::LibraryThread::start(*this);
     if (!running()) mBodyRuns = 0;
 }
 

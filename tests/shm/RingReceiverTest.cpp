@@ -5,6 +5,7 @@
 #include "tests/shm/RingFixture.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/Stack.h"
 
 #include <gtest/gtest.h>
 
@@ -392,6 +393,22 @@ TEST_F(AReceiver, ThatDestroysItsOwnRingIsLeftAlone) {
     // Once for the ring and once for the receiver itself.
     EXPECT_TRUE(log.waitForMatching(kError, "Thread\\(AS-.*\\) DEAD LOCK.\n", 2)) << log.dump();
     EXPECT_TRUE(returnsTo(before));
+}
+
+// ---- its thread ------------------------------------------------------------------------------
+
+TEST_F(AReceiver, HasAStackOfOneMebibyte) {
+    class Measuring : public ShareMemoryUpdateNotificationCallback {
+    public:
+        void notify() override { stack = stackBytes(); }
+        std::atomic<std::size_t> stack{0};
+    };
+    Measuring measuring;
+    const auto reader = posix(64, SHM_MODE_CREATOR | SHM_MODE_READER, &measuring);
+    const Object object(posixName(), 64);
+    postTo(object.header().readSem);
+    EXPECT_TRUE(eventually([&] { return measuring.stack != 0; }));
+    EXPECT_TRUE(isLibraryStack(measuring.stack)) << measuring.stack;
 }
 
 }  // namespace cabinaudio::test
