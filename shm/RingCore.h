@@ -37,7 +37,7 @@ struct RingState {
     std::uint32_t write;
 
     static RingState of(wire::RingHeader& ring) {
-        return {loadRelaxed(ring.size), loadAcquire(ring.readOffset),
+        return {loadAcquire(ring.size), loadAcquire(ring.readOffset),
                 loadAcquire(ring.writeOffset)};
     }
 

@@ -284,11 +284,16 @@ inline int finishWrite(RingHeader& ring, std::uint32_t count) {
     return finishWrite(*hdl->hdr, writeInPieces(hdl, RingState::of(*hdl->hdr), src, len));
 }
 
-/// The value. The compiler does not see how it came about, and so keeps it over a call instead of
-/// keeping its parts and computing it, or its lower half, a second time.
-inline std::uint64_t asItIs(std::uint64_t value) {
+/// Hides the value's origin from the optimiser, which otherwise keeps the value's parts over a call
+/// and computes it, or its lower half, a second time.
+inline std::size_t opaque(std::size_t value) {
     asm("" : "+r"(value));
     return value;
+}
+
+/// Whether an offset and a length, added as std::size_t, may have lost a carry.
+inline bool wrapped(std::size_t sum, std::uint32_t offset) {
+    return sizeof(sum) == sizeof(offset) && sum < offset;
 }
 
 /// Data of a ring whose data lies behind its header.
@@ -340,7 +345,7 @@ ShareMemoryEx::~ShareMemoryEx() {
 }
 
 unsigned ShareMemoryEx::getTotalSize() {
-    return loadRelaxed(mHandle->ring->size);
+    return loadAcquire(mHandle->ring->size);
 }
 
 unsigned ShareMemoryEx::getUsedSize() {
@@ -366,16 +371,16 @@ __attribute__((no_sanitize("nonnull-attribute"))) int ShareMemoryEx::read(unsign
                                                                           unsigned len) {
     const ShareMemoryHandle* const hdl = mHandle;
     RingHeader& ring = *hdl->ring;
-    const std::uint64_t count = asItIs(len);
-    const std::uint32_t size = loadRelaxed(ring.size);
+    const std::size_t count = opaque(len);
+    const std::uint32_t size = loadAcquire(ring.size);
     const std::uint32_t r = loadRelaxed(ring.readOffset);
     const std::uint32_t w = loadAcquire(ring.writeOffset);
     // The short way: a plain ring, and all of `len` lies in one piece between the offsets. This
     // also shows that they are possible ones.
-    const std::uint64_t end = asItIs(r + count);
-    if (end > w || w >= size || size > hdl->plainLimit) [[unlikely]]
+    const std::size_t end = opaque(r + count);
+    if (wrapped(end, r) || end > w || w >= size || size > hdl->plainLimit) [[unlikely]]
         return readAnyhow(hdl, dst, static_cast<std::uint32_t>(count));
-    std::memcpy(dst, dataBehind(ring) + r, static_cast<std::size_t>(count));
+    std::memcpy(dst, dataBehind(ring) + r, count);
     storeRelease(ring.readOffset, static_cast<std::uint32_t>(end));
     return finishRead(ring, static_cast<std::uint32_t>(count));
 }
@@ -384,15 +389,15 @@ __attribute__((no_sanitize("nonnull-attribute"))) int ShareMemoryEx::write(const
                                                                            unsigned len) {
     const ShareMemoryHandle* const hdl = mHandle;
     RingHeader& ring = *hdl->ring;
-    const std::uint64_t count = asItIs(len);
-    const std::uint32_t size = loadRelaxed(ring.size);
+    const std::size_t count = opaque(len);
+    const std::uint32_t size = loadAcquire(ring.size);
     const std::uint32_t r = loadAcquire(ring.readOffset);
     const std::uint32_t w = loadRelaxed(ring.writeOffset);
     // The short way: a plain ring, and `len` fits behind the data, short of the ring's end.
-    const std::uint64_t end = asItIs(w + count);
-    if (r > w || end >= size || size > hdl->plainLimit) [[unlikely]]
+    const std::size_t end = opaque(w + count);
+    if (r > w || wrapped(end, w) || end >= size || size > hdl->plainLimit) [[unlikely]]
         return writeAnyhow(hdl, src, static_cast<std::uint32_t>(count));
-    std::memcpy(dataBehind(ring) + w, src, static_cast<std::size_t>(count));
+    std::memcpy(dataBehind(ring) + w, src, count);
     storeRelease(ring.writeOffset, static_cast<std::uint32_t>(end));
     return finishWrite(ring, static_cast<std::uint32_t>(count));
 }
@@ -434,7 +439,7 @@ void ShareMemoryEx::getNextBuffer(audio_buffer_provider_t& buffer) {
 void ShareMemoryEx::releaseBuffer(const audio_buffer_provider_t& buffer) {
     if (!mapped(mHandle)) return;
     RingHeader& ring = *mHandle->ring;
-    const std::uint32_t size = loadRelaxed(ring.size);
+    const std::uint32_t size = loadAcquire(ring.size);
     if (size == 0) return;
     std::uint32_t offset = loadRelaxed(ring.readOffset) + buffer.length;
     if (offset >= size) offset -= size;

@@ -14,6 +14,11 @@ using cabinaudio::futexWake;
 
 namespace {
 
+/// The thread's log lines are the ring's: kept as it is, part of the interface.
+cabinaudio::LogSite ringSite(const char* function) {
+    return {"ShareMemory", function};
+}
+
 std::uint32_t* wordOf(std::atomic<std::uint32_t>& value) {
     static_assert(sizeof(value) == sizeof(std::uint32_t));
     return reinterpret_cast<std::uint32_t*>(&value);
@@ -33,7 +38,9 @@ void ShmUpdateNotificationRecevier::launch() {
 
 void ShmUpdateNotificationRecevier::run() {
     mBody = pthread_self();
-    if (!receive()) AUDIO_LOGE("sem_wait failed:%s\n", std::strerror(errno));
+    if (!receive())
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, ringSite(__func__), "sem_wait failed:%s\n",
+                     std::strerror(errno));
     if (mLeftToBody) {
         delete this;
         return;
@@ -63,5 +70,7 @@ bool ShmUpdateNotificationRecevier::isCaller() const {
 
 void ShmUpdateNotificationRecevier::leaveToBody() {
     mLeftToBody = true;
-    AUDIO_IGNORE(pthread_detach(pthread_self()) == 0);
+    if (pthread_detach(pthread_self()) != 0)
+        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, ringSite(__func__),
+                     "AUDIO IGNORE(pthread_detach(pthread_self()) == 0)!\n");
 }

@@ -336,8 +336,7 @@ TEST_F(AReceiver, GivesUpWhenItsWaitFails) {
         postTo(object.header().readSem);
         const std::string message = std::string("sem_wait failed:") + std::strerror(EINTR) + "\n";
         ASSERT_TRUE(log.waitFor(kError, message)) << log.dump();
-        EXPECT_EQ(log.count(kError, "ShmUpdateNotificationRecevier", "run", message), 1u)
-            << log.dump();
+        EXPECT_EQ(log.count(kError, "ShareMemory", "run", message), 1u) << log.dump();
     }
     EXPECT_EQ(notifications.count(), 1u);
     EXPECT_TRUE(eventually([&] { return ProcessState::now().threads == before.threads; }));
