@@ -88,14 +88,18 @@ void AudioThread::start() {
 }
 
 void cabinaudio::LibraryThread::start(AudioThread& thread, std::size_t stackBytes) {
+    // The conditions in AUDIO_IGNORE are part of its texts.
+    pthread_t& mThread = thread.mThread;
+    const char* const mName = thread.mName;
     const AudioMutex::AutoLock lock(thread.mLock);
     if (thread.mRunning) {
-        AUDIO_LOGE("Thread(%s) has been run already.\n", thread.mName);
+        AUDIO_LOGE("Thread(%s) has been run already.\n", mName);
         return;
     }
-    // A body that stopped itself could not join itself; its thread is still owed that.
-    if (!thread.mJoined && pthread_tryjoin_np(thread.mThread, nullptr) != 0)
-        AUDIO_IGNORE(pthread_detach(thread.mThread) == 0);
+    // A body that stopped itself could not join itself; its thread is still to be joined or
+    // detached.
+    if (!thread.mJoined && pthread_tryjoin_np(mThread, nullptr) != 0)
+        AUDIO_IGNORE(pthread_detach(mThread) == 0);
     thread.mJoined = true;
     thread.mRunning = true;
 
@@ -109,19 +113,19 @@ void cabinaudio::LibraryThread::start(AudioThread& thread, std::size_t stackByte
     AUDIO_IGNORE(pthread_attr_setschedpolicy(&attr, policy) == 0);
     AUDIO_IGNORE(pthread_attr_setschedparam(&attr, &param) == 0);
     setStack(attr, stackBytes);
-    int ret = createDeafToSignals(thread.mThread, attr, AudioThread::_run, &thread);
+    int ret = createDeafToSignals(mThread, attr, AudioThread::_run, &thread);
     if (ret == EPERM && cabinaudio::gAllowsOrdinaryThreads.load(std::memory_order_relaxed)) {
-        AUDIO_LOGW("Thread(%s) may not be a real-time one.\n", thread.mName);
-        ret = createOrdinary(thread.mThread, stackBytes, AudioThread::_run, &thread);
+        AUDIO_LOGW("Thread(%s) may not be a real-time one.\n", mName);
+        ret = createOrdinary(mThread, stackBytes, AudioThread::_run, &thread);
     }
     const int error = errno;  // not set by pthread_create, whose result has the reason
     AUDIO_IGNORE(pthread_attr_destroy(&attr) == 0);
 
     if (ret == 0) {
-        AUDIO_IGNORE(pthread_setname_np(thread.mThread, thread.mName) == 0);
+        AUDIO_IGNORE(pthread_setname_np(mThread, mName) == 0);
         thread.mJoined = false;
     } else {
-        AUDIO_LOGE("Fail to start thread(%s) because %s(%d), ret=%d.\n", thread.mName,
+        AUDIO_LOGE("Fail to start thread(%s) because %s(%d), ret=%d.\n", mName,
                    std::strerror(error), error, ret);
         thread.mRunning = false;
     }

@@ -31,13 +31,13 @@ using wire::RingHeader;
 
 constexpr const char* kCacheDevice = "/dev/cache";
 
-// After this time a receiver that has not ended is stirred again.
-constexpr long kReceiverPatienceMs = 10;
+// A receiver that has not ended is woken again after each such time.
+constexpr long kReceiverWakeIntervalMs = 10;
 
-// What an object without a mapping transfers through; stays all zeros.
+// Header of an object without a mapping; stays all zeros.
 constinit RingHeader gNoRing{};
 
-// That of AudioTime::now(), which asks more each time. The same for all rings of a process.
+// Clock of AudioTime::now(), which looks it up in each call. The same for all rings of a process.
 constinit std::atomic<clockid_t> gClock{CLOCK_MONOTONIC};
 
 bool hasKnownType(const ShareMemoryHandle* hdl) {
@@ -82,9 +82,9 @@ bool createShmMap(ShareMemoryHandle* hdl, const char* name) {
     if ((hdl->mode & SHM_MODE_CREATOR) != 0) {
         AUDIO_IGNORE(0==sem_init((sem_t *)&hdl->hdr->readSem, 1, 0));
         AUDIO_IGNORE(0==sem_init((sem_t *)&hdl->hdr->writeSem, 1, 0));
-        // The other side may have mapped first and sleep already, forgotten by the new semaphores.
-        semaphoreStirSleepers((sem_t *)&hdl->hdr->readSem);
-        semaphoreStirSleepers((sem_t *)&hdl->hdr->writeSem);
+        // The other side may have mapped first and sleep already; the new semaphores do not count it.
+        semaphoreWakeSleepers((sem_t *)&hdl->hdr->readSem);
+        semaphoreWakeSleepers((sem_t *)&hdl->hdr->writeSem);
         openEmpty(*hdl->hdr, hdl->len);
     }
     if (hdl->needCache) {
@@ -147,10 +147,10 @@ void uninitShmNotificationReceiver(ShareMemoryHandle* hdl) {
     }
     // The other side may have initialised the semaphore under the sleeping receiver, which no post
     // reaches then, or taken the post away.
-    semaphoreStirSleepers(hdl->recevierSem);
-    while (!receiver->waitForBodysEnd(kReceiverPatienceMs)) {
+    semaphoreWakeSleepers(hdl->recevierSem);
+    while (!receiver->waitForBodysEnd(kReceiverWakeIntervalMs)) {
         if (!semaphoreHasPost(hdl->recevierSem)) AUDIO_IGNORE(!sem_post(hdl->recevierSem));
-        semaphoreStirSleepers(hdl->recevierSem);
+        semaphoreWakeSleepers(hdl->recevierSem);
     }
     receiver->join();
     delete receiver;
@@ -191,7 +191,7 @@ void copyBytes(unsigned char* to, const unsigned char* from, std::uint32_t lengt
 
 [[gnu::noinline, gnu::cold]] struct timespec timeOfBrokenClock() {
     struct timespec now = {};
-    AudioTime::now(&now);  // says what is wrong
+    AudioTime::now(&now);  // logs the failure
     return now;
 }
 
@@ -415,7 +415,7 @@ void ShareMemoryEx::updateReadOffset(unsigned offset) {
     stampUpdate(ring);
     // Against setWait(): either this sees the flag or the writing side sees the space.
     std::atomic_thread_fence(std::memory_order_seq_cst);
-    // Deliberate: read() posts without looking at `wait`, this does not; peers rely on both.
+    // Deliberate: read() posts without looking at `wait`, this does not.
     if (loadRelaxed(ring.writeNotify) != 0 && loadRelaxed(ring.wait) != 0)
         post(ring.writeSem, __func__);
 }
