@@ -292,7 +292,7 @@ struct Playback {
 
     template <typename Stream>
     static int freeSize(const Stream& stream) {
-        const ShareMemoryEx* const ring = stream.mShareMemory;
+        ShareMemoryEx* const ring = stream.mShareMemory;
         return ring != nullptr ? static_cast<int>(ring->getFreeSize()) : 0;
     }
 

@@ -24,7 +24,7 @@ void AudioCondition::wait(AudioMutex& mutex) {
 }
 
 // Deliberate: the deadline is taken from the library's clock, which on an old C library is not the
-// one that the condition waits on. Such a wait lasts very long; callers there live with it.
+// one that the condition waits on. Such a wait lasts very long.
 std::int32_t AudioCondition::waitRelative(AudioMutex& mutex, std::uint64_t ms) {
     AudioTime deadline = cabinaudio::deadlineIn(ms);
     return -pthread_cond_timedwait(&mCond, &mutex.mMutex, deadline.getTimespec());

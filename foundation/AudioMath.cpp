@@ -28,7 +28,7 @@ constexpr std::array<float, kLastStep + 1> amplitudes() {
     for (unsigned i = unity; i > 0; --i, amplitude /= perStep)
         table[i] = static_cast<float>(roundedTo8Decimals(amplitude));
     table[0] = 0.0F;                // deliberate: the lowest step is silence
-    table[kLastStep] = 15.848933F;  // deliberate: a bit above the formula, kept for compatibility
+    table[kLastStep] = 15.848933F;  // deliberate: a bit above the formula
     return table;
 }
 

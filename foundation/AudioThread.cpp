@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/foundation/AudioThread.h>
 
+#include "foundation/LibraryThread.h"
 #include "foundation/Log.h"
 #include "foundation/OrdinaryThreads.h"
 
@@ -14,29 +15,51 @@
 
 namespace {
 
-/// Each stream has three threads, and the target 3 GiB of addresses: with the system's 8 MiB for
-/// each stack not even 128 streams would fit.
-constexpr std::size_t STACK_BYTES = std::size_t{1024} * 1024;
+/// Signals of a fault in the thread that gets them. Where they are blocked, a fault ends the
+/// process without the application's handler.
+constexpr int FAULT_SIGNALS[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT, SIGTRAP};
 
-/// pthread_create, such that the new thread has all signals blocked from its first instruction on.
+sigset_t faultSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : FAULT_SIGNALS)
+        sigaddset(&signals, signal);
+    return signals;
+}
+
+sigset_t otherSignals() {
+    sigset_t signals;
+    sigfillset(&signals);
+    for (const int signal : FAULT_SIGNALS)
+        sigdelset(&signals, signal);
+    return signals;
+}
+
+/// pthread_create, such that the new thread has all signals but those of faults blocked from its
+/// first instruction on. The calling thread's own mask of those is left alone: one that is pending
+/// there must not arrive now.
 int createDeafToSignals(pthread_t& thread, const pthread_attr_t& attr, void* (*entry)(void*),
                         void* argument) {
-    sigset_t all;
+    const sigset_t others = otherSignals();
     sigset_t before;
-    sigfillset(&all);
-    AUDIO_IGNORE(pthread_sigmask(SIG_SETMASK, &all, &before) == 0);
+    AUDIO_IGNORE(pthread_sigmask(SIG_BLOCK, &others, &before) == 0);
     const int ret = pthread_create(&thread, &attr, entry, argument);
     AUDIO_IGNORE(pthread_sigmask(SIG_SETMASK, &before, nullptr) == 0);
     return ret;
 }
 
+void setStack(pthread_attr_t& attr, std::size_t bytes) {
+    if (bytes != 0) AUDIO_IGNORE(pthread_attr_setstacksize(&attr, bytes) == 0);
+}
+
 /// The same as an ordinary thread, which any process may have.
-int createOrdinary(pthread_t& thread, void* (*entry)(void*), void* argument) {
+int createOrdinary(pthread_t& thread, std::size_t stackBytes, void* (*entry)(void*),
+                   void* argument) {
     pthread_attr_t attr;
     AUDIO_IGNORE(pthread_attr_init(&attr) == 0);
     AUDIO_IGNORE(pthread_attr_setinheritsched(&attr, PTHREAD_EXPLICIT_SCHED) == 0);
     AUDIO_IGNORE(pthread_attr_setschedpolicy(&attr, SCHED_OTHER) == 0);
-    AUDIO_IGNORE(pthread_attr_setstacksize(&attr, STACK_BYTES) == 0);
+    setStack(attr, stackBytes);
     const int ret = createDeafToSignals(thread, attr, entry, argument);
     AUDIO_IGNORE(pthread_attr_destroy(&attr) == 0);
     return ret;
@@ -61,41 +84,50 @@ AudioThread::~AudioThread() {
 }
 
 void AudioThread::start() {
-    const AudioMutex::AutoLock lock(mLock);
-    if (mRunning) {
+    cabinaudio::LibraryThread::start(*this, 0);
+}
+
+void cabinaudio::LibraryThread::start(AudioThread& thread, std::size_t stackBytes) {
+    // The conditions in AUDIO_IGNORE are part of its texts.
+    pthread_t& mThread = thread.mThread;
+    const char* const mName = thread.mName;
+    const AudioMutex::AutoLock lock(thread.mLock);
+    if (thread.mRunning) {
         AUDIO_LOGE("Thread(%s) has been run already.\n", mName);
         return;
     }
-    // A body that stopped itself could not join itself; its thread is still owed that.
-    if (!mJoined && pthread_tryjoin_np(mThread, nullptr) != 0)
+    // A body that stopped itself could not join itself; its thread is still to be joined or
+    // detached.
+    if (!thread.mJoined && pthread_tryjoin_np(mThread, nullptr) != 0)
         AUDIO_IGNORE(pthread_detach(mThread) == 0);
-    mJoined = true;
-    mRunning = true;
+    thread.mJoined = true;
+    thread.mRunning = true;
 
-    const int policy = _getPolicyId(mPolicy);
+    const int policy = AudioThread::_getPolicyId(thread.mPolicy);
     struct sched_param param = {};
-    param.sched_priority = mPriority == -1 ? sched_get_priority_max(policy) : mPriority;
+    param.sched_priority =
+        thread.mPriority == -1 ? sched_get_priority_max(policy) : thread.mPriority;
     pthread_attr_t attr;
     AUDIO_IGNORE(pthread_attr_init(&attr) == 0);
     AUDIO_IGNORE(pthread_attr_setinheritsched(&attr, PTHREAD_EXPLICIT_SCHED) == 0);
     AUDIO_IGNORE(pthread_attr_setschedpolicy(&attr, policy) == 0);
     AUDIO_IGNORE(pthread_attr_setschedparam(&attr, &param) == 0);
-    AUDIO_IGNORE(pthread_attr_setstacksize(&attr, STACK_BYTES) == 0);
-    int ret = createDeafToSignals(mThread, attr, _run, this);
+    setStack(attr, stackBytes);
+    int ret = createDeafToSignals(mThread, attr, AudioThread::_run, &thread);
     if (ret == EPERM && cabinaudio::gAllowsOrdinaryThreads.load(std::memory_order_relaxed)) {
         AUDIO_LOGW("Thread(%s) may not be a real-time one.\n", mName);
-        ret = createOrdinary(mThread, _run, this);
+        ret = createOrdinary(mThread, stackBytes, AudioThread::_run, &thread);
     }
-    const int error = errno;  // whatever was there: the result says why, this only helps
+    const int error = errno;  // not set by pthread_create, whose result has the reason
     AUDIO_IGNORE(pthread_attr_destroy(&attr) == 0);
 
     if (ret == 0) {
         AUDIO_IGNORE(pthread_setname_np(mThread, mName) == 0);
-        mJoined = false;
+        thread.mJoined = false;
     } else {
         AUDIO_LOGE("Fail to start thread(%s) because %s(%d), ret=%d.\n", mName,
                    std::strerror(error), error, ret);
-        mRunning = false;
+        thread.mRunning = false;
     }
 }
 
@@ -126,6 +158,8 @@ void AudioThread::stop() {
 
 // Not noexcept: pthread_exit unwinds through here.
 void* AudioThread::_run(void* self) {
+    const sigset_t faults = faultSignals();
+    AUDIO_IGNORE(pthread_sigmask(SIG_UNBLOCK, &faults, nullptr) == 0);
     static_cast<AudioThread*>(self)->run();
     pthread_exit(nullptr);
 }

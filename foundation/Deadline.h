@@ -10,7 +10,7 @@
 namespace cabinaudio {
 
 /// The moment `ms` milliseconds from now. Spans that 64 bits of microseconds cannot hold end with
-/// the clock, so that a wait meant to last for ever does.
+/// the clock, so that a wait without an end has none.
 inline AudioTime deadlineIn(std::uint64_t ms) {
     constexpr std::uint64_t longestMs = std::numeric_limits<std::int64_t>::max() / 1000;
     AudioTime deadline;

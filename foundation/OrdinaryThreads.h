@@ -5,8 +5,8 @@
 
 namespace cabinaudio {
 
-/// Whether a thread that may not be a real-time one is to be an ordinary one instead of none.
-/// Alone in its meaning, so relaxed accesses do.
+/// Whether a thread that may not be a real-time one is created as an ordinary one instead of not at
+/// all. No other data depends on this flag, so relaxed order is enough.
 inline std::atomic<bool> gAllowsOrdinaryThreads{false};
 
 }  // namespace cabinaudio

@@ -25,14 +25,14 @@ public:
         UseGate& mGate;
     };
 
-    /// Waits, without a time limit, until nobody is in the gate.
+    /// Waits, without a time limit, until no thread is in the gate.
     void drain() {
         const AudioMutex::AutoLock lock(mLock);
         while (mCount != 0)
             mEmpty.wait(mLock);
     }
 
-    /// Whether nobody is in the gate right now.
+    /// Whether no thread is in the gate right now.
     [[nodiscard]] bool empty() {
         const AudioMutex::AutoLock lock(mLock);
         return mCount == 0;

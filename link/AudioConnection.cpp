@@ -7,6 +7,7 @@
 #include <cabinaudio/foundation/AudioTime.h>
 #include <cabinaudio/link/AudioConnection.h>
 
+#include "foundation/LibraryThread.h"
 #include "foundation/Log.h"
 #include "link/AudioSocket.h"
 #include "link/RecordLoan.h"
@@ -208,7 +209,7 @@ std::int32_t AudioConnection::connect() {
         if (pSocket->mSocket < 0) continue;
         AUDIO_LOGD("connect ok\n");
         prepareSocket(*pSocket, AUDIO_LOG_SITE);
-        pSocket->mWorker->start();
+        cabinaudio::LibraryThread::start(*pSocket->mWorker);
         pSocket->mWorkerStarted = pSocket->mWorker->started();
         mSocketRecord = pSocket;
         return 0;

@@ -4,6 +4,7 @@
 #include <cabinaudio/link/AudioConnection.h>
 #include <cabinaudio/link/RemoteCall.h>
 
+#include "foundation/LibraryThread.h"
 #include "foundation/Log.h"
 #include "foundation/Make.h"
 #include "foundation/UseGate.h"
@@ -53,7 +54,7 @@ RemoteCall::RemoteCall(audio_connect_type type, Notify notify, void* opaque, con
       mReqBlock(nullptr),
       mRetBlock(nullptr),
       mNotifier(cabinaudio::make<RemoteCallNotifierWorker>(notify, opaque)) {
-    mNotifier->start();
+    cabinaudio::LibraryThread::start(*mNotifier);
     std::uint8_t registration[HEADER_SIZE];
     init_audio_param(registration, AUDIO_CMD_REGISTER, type, AUDIO_REGISTER_WORD,
                      sizeof(audio_param::name), name);

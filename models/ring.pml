@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: Apache-2.0
  *
  * The ring between its two sides (shm/ShareMemory.cpp: read(), write(), readInPieces(),
- * writeInPieces()) on a machine that delays stores and loads: what a side stores reaches the other
- * one later and in any order, unless a barrier stands between; loads are done early or late in the
+ * writeInPieces()) on a machine that delays stores and loads: a side's stores reach the other one
+ * later and in any order, unless a barrier stands between; loads are done early or late in the
  * same way. Both offsets go round the ring's end several times. Each byte has to arrive, once, in
  * order. */
 
@@ -20,7 +20,7 @@
 byte data[SIZE];
 byte writeOffset, readOffset;
 
-/* What has been stored and is still on its way: one store per place, a later one replaces it. */
+/* Stores that have not arrived yet: one store per place, a later one replaces it. */
 bool isDataOut[SIZE];
 byte dataOut[SIZE];
 bool isWriteOut, isReadOut;
@@ -118,7 +118,7 @@ active proctype Reader() {
             piece = (SIZE - r < count -> SIZE - r : count);
             count = count - piece;
 #ifdef NO_RELEASE_IN_READ
-            /* The offset is on its way while the data is still being read. */
+            /* The offset is stored while the data is still being read. */
             storeReadOffset((r + piece) % SIZE);
 #endif
             do

@@ -1,13 +1,13 @@
 /* SPDX-License-Identifier: Apache-2.0
  *
- * The wait flag: a client that finds no space says so in the ring, and the server looks at that
- * after it has freed some (client/Playback.h: waitForSpace(), notify(); client/Stream.cpp:
+ * The wait flag: a client that finds no space sets a flag in the ring, and the server tests the
+ * flag after it has freed some (client/Playback.h: waitForSpace(), notify(); client/Stream.cpp:
  * wakeAfterUpdate(); shm/ShareMemory.cpp: setWait(), updateReadOffset()). Stores reach the other
  * process later, unless there is a fence. The client's time-out is left out: the server's wake-ups
- * alone have to bring all data across. */
+ * alone must bring all data across. */
 
 #define SPACE 3                 /* steps that the ring holds */
-#define STEP 2                  /* what a writer without space waits for */
+#define STEP 2                  /* space that a blocked writer waits for */
 #define TOTAL 7
 
 #include "locks.pml"

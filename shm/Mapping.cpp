@@ -51,8 +51,8 @@ void* mapShared(int fd, std::uint64_t length, off_t offset) {
     return at != MAP_FAILED ? at : nullptr;
 }
 
-/// Sets memory aside for the object, so that a full file system shows now and not as SIGBUS at the
-/// first touch. Whoever cannot do that is taken as he is.
+/// Reserves memory for the object, so that a full file system shows now and not as SIGBUS at the
+/// first access. A file system that cannot reserve is accepted.
 bool reserve(int fd, off_t length) {
     int result = 0;
     do {
@@ -85,7 +85,7 @@ void noteObject(ShareMemoryHandle* hdl, int fd) {
     errno = error;
 }
 
-/// What to unmap at the header. The shared size says it, as long as that is the mapping's length in
+/// Length to unmap at the header: that of the shared size, as long as it is the mapping's length in
 /// pages; the other side may have written anything there.
 std::size_t headerLength(const ShareMemoryHandle* hdl) {
     constexpr std::uint64_t header = sizeof(*hdl->hdr);

@@ -25,7 +25,7 @@ static_assert(sizeof(off_t) == 8, "physical addresses from 2 GiB on are file off
 /// Opens or makes the ring's shared-memory object. @return the descriptor, negative on failure
 [[nodiscard]] int openObject(const ShareMemoryHandle* hdl, const LogSite& site);
 
-/// Sets `hdr` to the first `len` bytes of the object, whose memory is set aside, and notes which
+/// Sets `hdr` to the first `len` bytes of the object, whose memory is reserved, and notes which
 /// object it is. Closes `fd`.
 [[nodiscard]] bool mapHeader(ShareMemoryHandle* hdl, int fd, off_t len, const LogSite& site);
 

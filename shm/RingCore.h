@@ -7,8 +7,8 @@
 #include <atomic>
 #include <cstdint>
 
-// The ring's arithmetic and its access to shared memory. Every field is loaded once and then held
-// against the limits: the other process may store anything at any time.
+// The ring's arithmetic and its access to shared memory. Every field is loaded once and then
+// compared with the limits: the other process may store anything at any time.
 
 namespace cabinaudio {
 
@@ -37,7 +37,7 @@ struct RingState {
     std::uint32_t write;
 
     static RingState of(wire::RingHeader& ring) {
-        return {loadRelaxed(ring.size), loadAcquire(ring.readOffset),
+        return {loadAcquire(ring.size), loadAcquire(ring.readOffset),
                 loadAcquire(ring.writeOffset)};
     }
 

@@ -31,13 +31,13 @@ using wire::RingHeader;
 
 constexpr const char* kCacheDevice = "/dev/cache";
 
-// After this time a receiver that has not ended is stirred again.
-constexpr long kReceiverPatienceMs = 10;
+// A receiver that has not ended is woken again after each such time.
+constexpr long kReceiverWakeIntervalMs = 10;
 
-// What an object without a mapping transfers through; stays all zeros.
+// Header of an object without a mapping; stays all zeros.
 constinit RingHeader gNoRing{};
 
-// That of AudioTime::now(), which asks more each time. The same for all rings of a process.
+// Clock of AudioTime::now(), which looks it up in each call. The same for all rings of a process.
 constinit std::atomic<clockid_t> gClock{CLOCK_MONOTONIC};
 
 bool hasKnownType(const ShareMemoryHandle* hdl) {
@@ -82,9 +82,9 @@ bool createShmMap(ShareMemoryHandle* hdl, const char* name) {
     if ((hdl->mode & SHM_MODE_CREATOR) != 0) {
         AUDIO_IGNORE(0==sem_init((sem_t *)&hdl->hdr->readSem, 1, 0));
         AUDIO_IGNORE(0==sem_init((sem_t *)&hdl->hdr->writeSem, 1, 0));
-        // The other side may have mapped first and sleep already, forgotten by the new semaphores.
-        semaphoreStirSleepers((sem_t *)&hdl->hdr->readSem);
-        semaphoreStirSleepers((sem_t *)&hdl->hdr->writeSem);
+        // The other side may have mapped first and sleep already; the new semaphores do not count it.
+        semaphoreWakeSleepers((sem_t *)&hdl->hdr->readSem);
+        semaphoreWakeSleepers((sem_t *)&hdl->hdr->writeSem);
         openEmpty(*hdl->hdr, hdl->len);
     }
     if (hdl->needCache) {
@@ -147,10 +147,10 @@ void uninitShmNotificationReceiver(ShareMemoryHandle* hdl) {
     }
     // The other side may have initialised the semaphore under the sleeping receiver, which no post
     // reaches then, or taken the post away.
-    semaphoreStirSleepers(hdl->recevierSem);
-    while (!receiver->waitForBodysEnd(kReceiverPatienceMs)) {
+    semaphoreWakeSleepers(hdl->recevierSem);
+    while (!receiver->waitForBodysEnd(kReceiverWakeIntervalMs)) {
         if (!semaphoreHasPost(hdl->recevierSem)) AUDIO_IGNORE(!sem_post(hdl->recevierSem));
-        semaphoreStirSleepers(hdl->recevierSem);
+        semaphoreWakeSleepers(hdl->recevierSem);
     }
     receiver->join();
     delete receiver;
@@ -191,7 +191,7 @@ void copyBytes(unsigned char* to, const unsigned char* from, std::uint32_t lengt
 
 [[gnu::noinline, gnu::cold]] struct timespec timeOfBrokenClock() {
     struct timespec now = {};
-    AudioTime::now(&now);  // says what is wrong
+    AudioTime::now(&now);  // logs the failure
     return now;
 }
 
@@ -284,11 +284,16 @@ inline int finishWrite(RingHeader& ring, std::uint32_t count) {
     return finishWrite(*hdl->hdr, writeInPieces(hdl, RingState::of(*hdl->hdr), src, len));
 }
 
-/// The value. The compiler does not see how it came about, and so keeps it over a call instead of
-/// keeping its parts and computing it, or its lower half, a second time.
-inline std::uint64_t asItIs(std::uint64_t value) {
+/// Hides the value's origin from the optimiser, which otherwise keeps the value's parts over a call
+/// and computes it, or its lower half, a second time.
+inline std::size_t opaque(std::size_t value) {
     asm("" : "+r"(value));
     return value;
+}
+
+/// Whether an offset and a length, added as std::size_t, may have lost a carry.
+inline bool wrapped(std::size_t sum, std::uint32_t offset) {
+    return sizeof(sum) == sizeof(offset) && sum < offset;
 }
 
 /// Data of a ring whose data lies behind its header.
@@ -339,25 +344,25 @@ ShareMemoryEx::~ShareMemoryEx() {
     AudioNormalFree(hdl);
 }
 
-unsigned ShareMemoryEx::getTotalSize() const {
-    return loadRelaxed(mHandle->ring->size);
+unsigned ShareMemoryEx::getTotalSize() {
+    return loadAcquire(mHandle->ring->size);
 }
 
-unsigned ShareMemoryEx::getUsedSize() const {
+unsigned ShareMemoryEx::getUsedSize() {
     const RingState state = RingState::of(*mHandle->ring);
     return state.possible(mHandle->len) ? state.used() : 0;
 }
 
-unsigned ShareMemoryEx::getFreeSize() const {
+unsigned ShareMemoryEx::getFreeSize() {
     const RingState state = RingState::of(*mHandle->ring);
     return state.possible(mHandle->len) ? state.free() : 0;
 }
 
-unsigned ShareMemoryEx::getReadOffset() const {
+unsigned ShareMemoryEx::getReadOffset() {
     return loadAcquire(mHandle->ring->readOffset);
 }
 
-unsigned ShareMemoryEx::getWriteOffset() const {
+unsigned ShareMemoryEx::getWriteOffset() {
     return loadAcquire(mHandle->ring->writeOffset);
 }
 
@@ -366,16 +371,16 @@ __attribute__((no_sanitize("nonnull-attribute"))) int ShareMemoryEx::read(unsign
                                                                           unsigned len) {
     const ShareMemoryHandle* const hdl = mHandle;
     RingHeader& ring = *hdl->ring;
-    const std::uint64_t count = asItIs(len);
-    const std::uint32_t size = loadRelaxed(ring.size);
+    const std::size_t count = opaque(len);
+    const std::uint32_t size = loadAcquire(ring.size);
     const std::uint32_t r = loadRelaxed(ring.readOffset);
     const std::uint32_t w = loadAcquire(ring.writeOffset);
     // The short way: a plain ring, and all of `len` lies in one piece between the offsets. This
     // also shows that they are possible ones.
-    const std::uint64_t end = asItIs(r + count);
-    if (end > w || w >= size || size > hdl->plainLimit) [[unlikely]]
+    const std::size_t end = opaque(r + count);
+    if (wrapped(end, r) || end > w || w >= size || size > hdl->plainLimit) [[unlikely]]
         return readAnyhow(hdl, dst, static_cast<std::uint32_t>(count));
-    std::memcpy(dst, dataBehind(ring) + r, static_cast<std::size_t>(count));
+    std::memcpy(dst, dataBehind(ring) + r, count);
     storeRelease(ring.readOffset, static_cast<std::uint32_t>(end));
     return finishRead(ring, static_cast<std::uint32_t>(count));
 }
@@ -384,15 +389,15 @@ __attribute__((no_sanitize("nonnull-attribute"))) int ShareMemoryEx::write(const
                                                                            unsigned len) {
     const ShareMemoryHandle* const hdl = mHandle;
     RingHeader& ring = *hdl->ring;
-    const std::uint64_t count = asItIs(len);
-    const std::uint32_t size = loadRelaxed(ring.size);
+    const std::size_t count = opaque(len);
+    const std::uint32_t size = loadAcquire(ring.size);
     const std::uint32_t r = loadAcquire(ring.readOffset);
     const std::uint32_t w = loadRelaxed(ring.writeOffset);
     // The short way: a plain ring, and `len` fits behind the data, short of the ring's end.
-    const std::uint64_t end = asItIs(w + count);
-    if (r > w || end >= size || size > hdl->plainLimit) [[unlikely]]
+    const std::size_t end = opaque(w + count);
+    if (r > w || wrapped(end, w) || end >= size || size > hdl->plainLimit) [[unlikely]]
         return writeAnyhow(hdl, src, static_cast<std::uint32_t>(count));
-    std::memcpy(dataBehind(ring) + w, src, static_cast<std::size_t>(count));
+    std::memcpy(dataBehind(ring) + w, src, count);
     storeRelease(ring.writeOffset, static_cast<std::uint32_t>(end));
     return finishWrite(ring, static_cast<std::uint32_t>(count));
 }
@@ -410,7 +415,7 @@ void ShareMemoryEx::updateReadOffset(unsigned offset) {
     stampUpdate(ring);
     // Against setWait(): either this sees the flag or the writing side sees the space.
     std::atomic_thread_fence(std::memory_order_seq_cst);
-    // Deliberate: read() posts without looking at `wait`, this does not; peers rely on both.
+    // Deliberate: read() posts without looking at `wait`, this does not.
     if (loadRelaxed(ring.writeNotify) != 0 && loadRelaxed(ring.wait) != 0)
         post(ring.writeSem, __func__);
 }
@@ -434,7 +439,7 @@ void ShareMemoryEx::getNextBuffer(audio_buffer_provider_t& buffer) {
 void ShareMemoryEx::releaseBuffer(const audio_buffer_provider_t& buffer) {
     if (!mapped(mHandle)) return;
     RingHeader& ring = *mHandle->ring;
-    const std::uint32_t size = loadRelaxed(ring.size);
+    const std::uint32_t size = loadAcquire(ring.size);
     if (size == 0) return;
     std::uint32_t offset = loadRelaxed(ring.readOffset) + buffer.length;
     if (offset >= size) offset -= size;
@@ -448,11 +453,11 @@ void ShareMemoryEx::clear() {
     storeRelease<std::uint32_t>(mHandle->ring->writeOffset, 0);
 }
 
-bool ShareMemoryEx::isUsable() const {
+bool ShareMemoryEx::isUsable() {
     return mapped(mHandle);
 }
 
-std::uint64_t ShareMemoryEx::getUpdateTime() const {
+std::uint64_t ShareMemoryEx::getUpdateTime() {
     return loadRelaxed(mHandle->hdr->updateTime);
 }
 
@@ -462,6 +467,6 @@ void ShareMemoryEx::setWait(bool wait) {
     std::atomic_thread_fence(std::memory_order_seq_cst);
 }
 
-bool ShareMemoryEx::getWait() const {
+bool ShareMemoryEx::getWait() {
     return loadRelaxed(mHandle->hdr->wait) != 0;
 }

@@ -26,9 +26,9 @@ void semaphoreShare(sem_t* semaphore) {
         .compare_exchange_strong(unset, kProcessShared);
 }
 
-void semaphoreStirSleepers(sem_t* semaphore) {
+void semaphoreWakeSleepers(sem_t* semaphore) {
     std::uint32_t* const word = wordsOf(semaphore);
-    // Which of the two kinds a sleeper of the C library chose depends on a word of the slot.
+    // A sleeper of the C library uses one of the two kinds, which depends on a word of the slot.
     futexWake(word, FUTEX_WAKE, INT_MAX);
     futexWake(word, FUTEX_WAKE_PRIVATE, INT_MAX);
 }
@@ -86,11 +86,11 @@ void leaveWaiters(sem_t* semaphore) {
     const Word value = valueOf(semaphore);
     const Word waiters = waitersOf(semaphore);
     const std::uint32_t guess = waiters.load(std::memory_order_relaxed);
-    if (guess == 0) return;  // initialised meanwhile: nobody counts us
+    if (guess == 0) return;  // initialised meanwhile: this waiter is not counted
     if (guess == 1) value.fetch_and(~kWaitersBit, std::memory_order_acquire);
     const std::uint32_t before = waiters.fetch_sub(1, std::memory_order_release);
     if (guess != 1 || before == 1) return;
-    // Somebody came in between and may sleep without the bit; a post may have missed him already.
+    // Another waiter came in between and may sleep without the bit; a post may have been missed.
     const std::uint32_t seen = value.fetch_or(kWaitersBit, std::memory_order_relaxed);
     if (countIn(seen) != 0) futexWake(semaphore->word, FUTEX_WAKE, 1);
 }

@@ -8,7 +8,7 @@
 // A semaphore in the 16 bytes of a ring header's slot, under the names of the platform's own.
 //
 // The bytes belong to the 32-bit C library, because the target's processes use them in place. Where
-// the platform's semaphore is another one (32 bytes with a 64-bit value), the functions below speak
+// the platform's semaphore is another one (32 bytes with a 64-bit value), the functions below use
 // the target's encoding, so that processes of both kinds wake each other:
 //   word 0  bit 0: there are waiters; above it the count. Sleepers wait on this word.
 //   word 1  128: shared between processes
@@ -39,15 +39,15 @@ int sem_wait(sem_t* semaphore);
 
 #endif
 
-/// Before the first wait: the creator, whose sem_init shares the semaphore between processes, may
-/// still be to come, and the C library takes zeros for one that nobody else can post.
+/// To be called before the first wait: the creator, whose sem_init shares the semaphore between
+/// processes, may come later, and the C library takes zeros for a semaphore of one process.
 void semaphoreShare(sem_t* semaphore);
 
 /// Whether a post is waiting to be taken.
 [[nodiscard]] bool semaphoreHasPost(sem_t* semaphore);
 
-/// Makes every sleeper look at the count again, also those that the semaphore has forgotten because
-/// somebody initialised it while they slept.
-void semaphoreStirSleepers(sem_t* semaphore);
+/// Makes every sleeper look at the count again, also those that are no longer counted because the
+/// semaphore was initialised while they slept.
+void semaphoreWakeSleepers(sem_t* semaphore);
 
 }  // namespace cabinaudio

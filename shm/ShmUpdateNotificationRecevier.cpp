@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "shm/ShmUpdateNotificationRecevier.h"
 
+#include "foundation/LibraryThread.h"
 #include "foundation/Log.h"
 #include "shm/Futex.h"
 
@@ -12,6 +13,11 @@ using cabinaudio::futexWait;
 using cabinaudio::futexWake;
 
 namespace {
+
+/// The thread's log lines are the ring's: kept as it is, part of the interface.
+cabinaudio::LogSite ringSite(const char* function) {
+    return {"ShareMemory", function};
+}
 
 std::uint32_t* wordOf(std::atomic<std::uint32_t>& value) {
     static_assert(sizeof(value) == sizeof(std::uint32_t));
@@ -26,13 +32,15 @@ ShmUpdateNotificationRecevier::ShmUpdateNotificationRecevier(
 
 void ShmUpdateNotificationRecevier::launch() {
     mBodyRuns = 1;
-    start();
+    cabinaudio::LibraryThread::start(*this);
     if (!running()) mBodyRuns = 0;
 }
 
 void ShmUpdateNotificationRecevier::run() {
     mBody = pthread_self();
-    if (!receive()) AUDIO_LOGE("sem_wait failed:%s\n", std::strerror(errno));
+    if (!receive())
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, ringSite(__func__), "sem_wait failed:%s\n",
+                     std::strerror(errno));
     if (mLeftToBody) {
         delete this;
         return;
@@ -62,5 +70,7 @@ bool ShmUpdateNotificationRecevier::isCaller() const {
 
 void ShmUpdateNotificationRecevier::leaveToBody() {
     mLeftToBody = true;
-    AUDIO_IGNORE(pthread_detach(pthread_self()) == 0);
+    if (pthread_detach(pthread_self()) != 0)
+        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, ringSite(__func__),
+                     "AUDIO IGNORE(pthread_detach(pthread_self()) == 0)!\n");
 }

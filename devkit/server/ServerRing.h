@@ -32,14 +32,13 @@ protected:
     ServerRing(RingPlace place, unsigned side, ShareMemoryUpdateNotificationCallback* onUpdate);
     ~ServerRing() = default;
 
-    [[nodiscard]] ShareMemoryEx& ring() { return *mRing; }
-    [[nodiscard]] const ShareMemoryEx& ring() const { return *mRing; }
+    [[nodiscard]] ShareMemoryEx& ring() const { return *mRing; }
     /// Whether the client has changed the ring's size; says how, empty if not.
     [[nodiscard]] std::string sizeDamage() const;
 
 private:
     RingPlace mPlace;  // outlives the mapping of it
-    std::optional<ShareMemoryEx> mRing;
+    mutable std::optional<ShareMemoryEx> mRing;  // its getters are not const
 };
 
 }  // namespace cabinaudio::server

@@ -266,6 +266,7 @@ const std::vector<Row>& rows() {
         row<ErrnoHook<37, ssize_t, int, void*, std::size_t>>({"read", {EIO, EINTR}}),
         row<LateHook<38, int, void*>>({"fclose", {EIO, ENOSPC}}),
         row<ErrnoHook<39, int, clockid_t, void*>>({"clock_gettime", {EINVAL}}),
+        row<ErrnoHook<40, int, int, void*>>({"fstat64", {EIO, EOVERFLOW}}),
     };
     return all;
 }
@@ -312,7 +313,7 @@ const std::vector<std::string>& harmless() {
                                                     "pthread_tryjoin_np",
                                                     "sched_get_priority_max",
                                                     "sem_getvalue",
-                                                    "sigfillset",
+                                                    "sig",
                                                     "snprintf",
                                                     "__snprintf_chk",
                                                     "str",

@@ -9,7 +9,6 @@
 #include <cabinaudio/client/ClientVersionSetting.h>
 #include <cabinaudio/client/ClientVolumeSetting.h>
 #include <cabinaudio/foundation/AudioStatus.h>
-#include <cabinaudio/foundation/AudioThread.h>
 
 #include "tests/client/StreamFixture.h"
 #include "tests/client/StreamKinds.h"
@@ -266,28 +265,6 @@ TEST_F(AnyObjectsLife, HasRoomForAHundredAndFiftyStreamsInOneProcess) {
         EXPECT_GE(ProcessState::now().threads, before.threads + 450);
     }
     EXPECT_TRUE(leavesNoMoreThan(before));
-}
-
-/// Looks at its own stack.
-class Measured : public AudioThread {
-public:
-    Measured() : AudioThread("measured", -1, POLICY_RR) {}
-    ~Measured() override { stop(); }
-    void run() override {
-        pthread_attr_t attr;
-        if (pthread_getattr_np(pthread_self(), &attr) != 0) return;
-        (void)pthread_attr_getstacksize(&attr, &stack);
-        (void)pthread_attr_destroy(&attr);
-    }
-    std::size_t stack = 0;
-};
-
-TEST(AThreadOfTheLibrary, HasAStackThatLeavesRoomForOthers) {
-    Measured thread;
-    thread.start();
-    thread.join();
-    EXPECT_GT(thread.stack, 200U * 1024);
-    EXPECT_LE(thread.stack, 1100U * 1024);
 }
 
 }  // namespace

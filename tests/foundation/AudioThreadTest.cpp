@@ -1,13 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/foundation/AudioThread.h>
 
+#include "tests/foundation/Child.h"
 #include "tests/foundation/Platform.h"
 #include "tests/foundation/Worker.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/Stack.h"
 
 #include <gtest/gtest.h>
 #include <sched.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -15,8 +20,10 @@
 #include <csignal>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <thread>
 
+using cabinaudio::test::ChildEnd;
 using cabinaudio::test::eventually;
 using cabinaudio::test::Failing;
 using cabinaudio::test::joins;
@@ -24,6 +31,8 @@ using cabinaudio::test::lastCreation;
 using cabinaudio::test::LogCapture;
 using cabinaudio::test::ProcessState;
 using cabinaudio::test::returnsTo;
+using cabinaudio::test::runInChild;
+using cabinaudio::test::stackBytes;
 using cabinaudio::test::threadNames;
 using cabinaudio::test::Worker;
 
@@ -57,6 +66,21 @@ std::string fullSignalMask() {
     const std::string mask = signalMask();
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     return mask;
+}
+
+constexpr int kFaultSignals[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT, SIGTRAP};
+
+std::atomic<pthread_t> gBody{};
+
+void handle(int signal, void (*handler)(int)) {
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    sigaction(signal, &action, nullptr);
+}
+
+/// For handlers.
+void say(std::string_view text) {
+    EXPECT_EQ(write(STDERR_FILENO, text.data(), text.size()), static_cast<ssize_t>(text.size()));
 }
 
 }  // namespace
@@ -143,18 +167,107 @@ TEST(AThread, HasItsPolicyNumbers) {
     EXPECT_EQ(AudioThread::POLICY_OTHER, 2);
 }
 
-TEST(AThread, BlocksAllSignalsForItselfOnly) {
+TEST(AThread, BlocksAllSignalsButThoseOfFaults) {
     const std::string before = signalMask();
     std::string during;
     Worker worker("deaf", [&](Worker&) { during = signalMask(); });
     worker.start();
     EXPECT_EQ(signalMask(), before);
     worker.end();
-    EXPECT_EQ(during, fullSignalMask());
-    for (const int signal : {SIGHUP, SIGINT, SIGUSR1, SIGALRM, SIGTERM, SIGSEGV, SIGRTMIN}) {
+    std::string expected = fullSignalMask();
+    for (const int signal : kFaultSignals)
+        expected[static_cast<std::size_t>(signal) - 1] = '0';
+    EXPECT_EQ(during, expected);
+    for (const int signal : {SIGHUP, SIGINT, SIGUSR1, SIGALRM, SIGTERM, SIGRTMIN}) {
         EXPECT_EQ(during[static_cast<std::size_t>(signal) - 1], '1') << signal;
         EXPECT_EQ(before[static_cast<std::size_t>(signal) - 1], '0') << signal;
     }
+}
+
+TEST(AThread, HearsSignalsOfFaultsThatItsCreatorBlocks) {
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    std::string during;
+    Worker worker("hearing", [&](Worker&) { during = signalMask(); });
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    const std::string blocked = signalMask();
+    worker.start();
+    EXPECT_EQ(signalMask(), blocked);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    worker.end();
+    for (const int signal : kFaultSignals)
+        EXPECT_EQ(during[static_cast<std::size_t>(signal) - 1], '0') << signal;
+    EXPECT_EQ(during[SIGTERM - 1], '1');
+}
+
+TEST(AThread, LeavesASignalPendingThatItsCreatorBlocks) {
+    const ChildEnd end = runInChild([] {
+        sigset_t abort;
+        sigemptyset(&abort);
+        sigaddset(&abort, SIGABRT);
+        pthread_sigmask(SIG_BLOCK, &abort, nullptr);
+        pthread_kill(pthread_self(), SIGABRT);
+        Worker worker("quiet");
+        worker.start();
+        worker.end();
+    });
+    EXPECT_TRUE(end.passed()) << end.output;
+}
+
+TEST(AThread, RunsTheHandlerOfAFaultInItsBody) {
+    const ChildEnd end = runInChild([] {
+        handle(SIGSEGV, [](int) {
+            say(pthread_equal(pthread_self(), gBody) != 0 ? "on the body's thread" : "elsewhere");
+            _exit(42);
+        });
+        Worker worker("fault", [](Worker&) {
+            gBody = pthread_self();
+            void* const page = mmap(nullptr, 1, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+            *static_cast<volatile char*>(page) = 1;
+        });
+        worker.start();
+        worker.join();
+    });
+    ASSERT_TRUE(WIFEXITED(end.status)) << end.status << end.output;
+    EXPECT_EQ(WEXITSTATUS(end.status), 42) << end.output;
+    EXPECT_EQ(end.output, "on the body's thread");
+}
+
+TEST(AThread, RunsNoHandlerOfAnotherSignal) {
+    const ChildEnd end = runInChild([] {
+        static std::atomic<unsigned> handled{0};
+        for (const int signal : {SIGTERM, SIGUSR1})
+            handle(signal, [](int) {
+                if (pthread_equal(pthread_self(), gBody) != 0) say("on the body's thread");
+                ++handled;
+            });
+        Worker worker("deaf", [](Worker&) {
+            gBody = pthread_self();
+            // Sent to the thread itself, they stay pending; sent to the process, another handles
+            // them.
+            for (const int signal : {SIGTERM, SIGUSR1}) {
+                pthread_kill(pthread_self(), signal);
+                kill(getpid(), signal);
+            }
+        });
+        worker.start();
+        EXPECT_TRUE(eventually([] { return handled == 2; }));
+        worker.end();
+    });
+    EXPECT_TRUE(end.passed()) << end.output;
+    EXPECT_EQ(end.output, "");
+}
+
+TEST(AThread, HasTheSystemsStack) {
+    std::size_t expected = 0;
+    std::thread([&] { expected = stackBytes(); }).join();
+    std::size_t stack = 0;
+    Worker worker("stack", [&](Worker&) { stack = stackBytes(); });
+    worker.start();
+    worker.end();
+    EXPECT_NE(stack, 0U);
+    EXPECT_EQ(stack, expected);
 }
 
 TEST(AThread, RefusesASecondStart) {

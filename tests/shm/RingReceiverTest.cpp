@@ -5,6 +5,7 @@
 #include "tests/shm/RingFixture.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/Stack.h"
 
 #include <gtest/gtest.h>
 
@@ -335,8 +336,7 @@ TEST_F(AReceiver, GivesUpWhenItsWaitFails) {
         postTo(object.header().readSem);
         const std::string message = std::string("sem_wait failed:") + std::strerror(EINTR) + "\n";
         ASSERT_TRUE(log.waitFor(kError, message)) << log.dump();
-        EXPECT_EQ(log.count(kError, "ShmUpdateNotificationRecevier", "run", message), 1u)
-            << log.dump();
+        EXPECT_EQ(log.count(kError, "ShareMemory", "run", message), 1u) << log.dump();
     }
     EXPECT_EQ(notifications.count(), 1u);
     EXPECT_TRUE(eventually([&] { return ProcessState::now().threads == before.threads; }));
@@ -392,6 +392,22 @@ TEST_F(AReceiver, ThatDestroysItsOwnRingIsLeftAlone) {
     // Once for the ring and once for the receiver itself.
     EXPECT_TRUE(log.waitForMatching(kError, "Thread\\(AS-.*\\) DEAD LOCK.\n", 2)) << log.dump();
     EXPECT_TRUE(returnsTo(before));
+}
+
+// ---- its thread ------------------------------------------------------------------------------
+
+TEST_F(AReceiver, HasAStackOfOneMebibyte) {
+    class Measuring : public ShareMemoryUpdateNotificationCallback {
+    public:
+        void notify() override { stack = stackBytes(); }
+        std::atomic<std::size_t> stack{0};
+    };
+    Measuring measuring;
+    const auto reader = posix(64, SHM_MODE_CREATOR | SHM_MODE_READER, &measuring);
+    const Object object(posixName(), 64);
+    postTo(object.header().readSem);
+    EXPECT_TRUE(eventually([&] { return measuring.stack != 0; }));
+    EXPECT_TRUE(isLibraryStack(measuring.stack)) << measuring.stack;
 }
 
 }  // namespace cabinaudio::test

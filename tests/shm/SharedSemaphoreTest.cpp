@@ -143,7 +143,7 @@ TEST_F(ASharedSemaphore, ReachesSleepersThatAnInitialisationForgotByStirring) {
     EXPECT_TRUE(eventually([&] { return word(0) == 1 && word(3) == 1; }));
     EXPECT_EQ(cabinaudio::sem_init(semaphore, 1, 0), 0);
     EXPECT_EQ(cabinaudio::sem_post(semaphore), 0);
-    semaphoreStirSleepers(semaphore);
+    semaphoreWakeSleepers(semaphore);
     sleeper.join();
     EXPECT_FALSE(semaphoreHasPost(semaphore));
 }

@@ -5,8 +5,9 @@
 The target's cores reorder stores, which no test on this machine ever shows. So in each function that
 copies bytes, every store of an offset must have a barrier between it and the call before it, the
 copy; and every copy a barrier before it, behind the load of the other side's offset. Where the
-caller copies, the offsets that he sets and gets have theirs. The wait flag has a full one on either
-side. Divisions of 64 bits would be calls into the compiler's library.
+caller copies, the offsets that it sets and gets have theirs. The creator stores the size last, so
+the size is loaded first and has a barrier behind it, before the offsets. The wait flag has a full
+one on either side. Divisions of 64 bits would be calls into the compiler's library.
 """
 import re
 import subprocess
@@ -25,8 +26,11 @@ READ_OFFSET, WRITE_OFFSET, WAIT = 4, 8, 56
 SEQUENCES = {
     "::updateReadOffset(": [BARRIER, ("str", READ_OFFSET), BARRIER, ("ldrb", WAIT)],
     "::updateWriteOffset(": [BARRIER, ("str", WRITE_OFFSET)],
-    "::getNextBuffer(": [("ldr", READ_OFFSET), BARRIER, ("ldr", WRITE_OFFSET), BARRIER],
-    "::releaseBuffer(": [BARRIER, ("str", READ_OFFSET)],
+    "::getTotalSize(": [BARRIER],
+    "::getUsedSize(": [BARRIER, ("ldr", READ_OFFSET), BARRIER, ("ldr", WRITE_OFFSET), BARRIER],
+    "::getFreeSize(": [BARRIER, ("ldr", READ_OFFSET), BARRIER, ("ldr", WRITE_OFFSET), BARRIER],
+    "::getNextBuffer(": [BARRIER, ("ldr", READ_OFFSET), BARRIER, ("ldr", WRITE_OFFSET), BARRIER],
+    "::releaseBuffer(": [BARRIER, ("ldr", READ_OFFSET), BARRIER, ("str", READ_OFFSET)],
     "::clear(": [BARRIER, ("str", READ_OFFSET), BARRIER, ("str", WRITE_OFFSET)],
     "::setWait(": [("strb", WAIT), BARRIER],
 }
@@ -99,7 +103,10 @@ def faults(name, instructions, offset):
     for at in stores:
         if not has_barrier_behind_last_call(instructions[:at]):
             yield f"{name}: no barrier before '{instructions[at]}'"
-    if copies and not any(map(is_barrier, instructions[:copies[0]])):
+    loads = [i for i, text in enumerate(instructions) if access("ldr", READ_OFFSET).match(text)]
+    if not loads or not any(map(is_barrier, instructions[:loads[0]])):
+        yield f"{name}: no barrier between the size and the offsets"
+    if copies and not any(map(is_barrier, instructions[loads[0] if loads else 0:copies[0]])):
         yield f"{name}: no barrier before the first copy"
 
 

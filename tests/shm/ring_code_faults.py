@@ -18,6 +18,7 @@ RING = "shm/ShareMemory.cpp"
 
 SHORT_READ = "storeRelease(ring.readOffset, static_cast<std::uint32_t>(end));"
 SHORT_WRITE = "storeRelease(ring.writeOffset, static_cast<std::uint32_t>(end));"
+SIZE = "const std::uint32_t size = loadAcquire(ring.size);\n    "
 FENCE = "    std::atomic_thread_fence(std::memory_order_seq_cst);\n"
 
 # File, what stands there once (or, in the third place, how often), and what is put in its place.
@@ -27,6 +28,18 @@ FAULTS = {
          ".store(value, std::memory_order_relaxed)"),
     "no barrier behind any load of an offset":
         (CORE, ".load(std::memory_order_acquire)", 1, ".load(std::memory_order_relaxed)"),
+    "no barrier behind the size of any ring":
+        (CORE, "loadAcquire(ring.size)", 1, "loadRelaxed(ring.size)"),
+    "no barrier behind the size in a short read":
+        (RING, SIZE + "const std::uint32_t r = loadRelaxed", 1,
+         SIZE.replace("Acquire", "Relaxed") + "const std::uint32_t r = loadRelaxed"),
+    "no barrier behind the size in a short write":
+        (RING, SIZE + "const std::uint32_t r = loadAcquire", 1,
+         SIZE.replace("Acquire", "Relaxed") + "const std::uint32_t r = loadAcquire"),
+    "no barrier behind the size in a release":
+        (RING, SIZE + "if (size == 0)", 1, SIZE.replace("Acquire", "Relaxed") + "if (size == 0)"),
+    "no barrier behind the size that is asked for":
+        (RING, "loadAcquire(mHandle->ring->size)", 1, "loadRelaxed(mHandle->ring->size)"),
     "no barrier in a short read":
         (RING, SHORT_READ, 1, SHORT_READ.replace("Release", "Relaxed")),
     "no barrier in a short write":

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-/// What a client is to the server. A client names its type when it registers and in every request;
+/// Kind of a client. A client names its type when it registers and in every request;
 /// function ids are counted per type. Stream types are the number of the stream's tag.
 enum audio_connect_type : std::uint32_t {
     AUDIO_CONNECT_MAIN = 0,

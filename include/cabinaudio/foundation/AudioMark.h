@@ -6,7 +6,7 @@
 #include <cstdint>
 
 /// Marks scopes for an external tracer. The marks of this library are empty and cost nothing; they
-/// stay exported because programs built against them expect the symbols.
+/// are part of the exported interface.
 class CABINAUDIO_API AudioMark {
 public:
     /// Marks the scope that it lives in. Any thread.

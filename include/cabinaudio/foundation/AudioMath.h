@@ -10,7 +10,7 @@
 [[nodiscard]] CABINAUDIO_API float audioMathLog10Extend(float amplitude);
 
 /// Decibels to linear amplitude; steps of 0.5 dB, values in between are cut towards -103.5. Meant
-/// for -103.5 (gives 0.0, silence) to +24.0 dB; what lies outside is taken as the nearer end.
+/// for -103.5 (gives 0.0, silence) to +24.0 dB; values outside give the nearer end.
 /// Any thread.
 [[nodiscard]] CABINAUDIO_API float audioMathPow10Extend(float decibel);
 

@@ -9,12 +9,17 @@
 #include <atomic>
 #include <cstdint>
 
+namespace cabinaudio {
+struct LibraryThread;
+}
+
 /// A named real-time thread; subclasses supply the body, run().
 ///
 /// start(), prepareStop(), join() and stop() may be called from any thread. All signals are blocked
-/// in the new thread, so that an application's handlers never run on it. Its stack is 1 MiB. A
-/// subclass whose body can block must wake it and join in its own destructor, before the parts that
-/// the body uses are gone.
+/// in the new thread, so that an application's handlers do not run on it; except SIGSEGV, SIGBUS,
+/// SIGILL, SIGFPE, SIGABRT and SIGTRAP, whose handlers run for a fault in the body. A subclass
+/// whose body can block must wake it and join in its own destructor, before the parts that the body
+/// uses are gone.
 class CABINAUDIO_API AudioThread {
 public:
     /// Scheduling: round-robin, first in first out, or the system's ordinary one. Real-time
@@ -53,6 +58,8 @@ protected:
     [[nodiscard]] bool running() const { return mRunning.load(std::memory_order_acquire); }
 
 private:
+    friend struct cabinaudio::LibraryThread;
+
     static void* _run(void* self);
     static int _getPolicyId(Policy policy);
 

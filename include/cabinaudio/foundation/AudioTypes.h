@@ -21,7 +21,7 @@ enum AudioStreamState : std::int32_t {
     ACTIVE = 3,    ///< started; data flows
 };
 
-/// What a stream is for. 0 to 3 play, 64 to 68 capture.
+/// Purpose of a stream. 0 to 3 play, 64 to 68 capture.
 enum AudioTagType : std::uint32_t {
     AUDIO_TAG_MAIN = 0,
     AUDIO_TAG_ALTERNATIVE = 1,
@@ -64,7 +64,7 @@ struct AudioFormatDesc {
     std::uint32_t sampleRate;        ///< frames per second
     std::uint32_t codecParam;        ///< uplink codecs only, otherwise 0
     AudioChannelMapType channelMap;  ///< channels
-    std::uint32_t usage;             ///< the server's business
+    std::uint32_t usage;             ///< for the server; not interpreted here
     AudioBitDepthType bitDepth;      ///< linear PCM; codecs 64 and 65 keep a flag in its first byte
 };
 static_assert(sizeof(AudioFormatDesc) == 24, "travels on the wire");

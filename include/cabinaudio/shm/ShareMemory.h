@@ -24,7 +24,7 @@ struct audio_buffer_provider_t {
     std::uint32_t length;  ///< bytes that lie in one piece
 };
 
-/// Told about the other side's updates of a ring.
+/// Receives the other side's updates of a ring.
 class CABINAUDIO_API ShareMemoryUpdateNotificationCallback {
 public:
     virtual ~ShareMemoryUpdateNotificationCallback() = default;
@@ -46,8 +46,9 @@ struct RingAccess;
 /// Threads   One thread writes and one reads; nothing here locks and nothing blocks, but for the
 ///           destructor, which waits for the receiver thread and thus for a notify() under way.
 /// Failure   An object that could not be mapped is inert: its operations return 0 and do nothing.
-///           It cannot be retried. What the other side scribbles into the header never leads
-///           outside the mapping: an impossible header reads as a ring without data and space.
+///           It cannot be retried. No value that the other side stores in the header leads to an
+///           access outside the mapping: an impossible header reads as a ring without data and
+///           space.
 class CABINAUDIO_API ShareMemoryEx {
 public:
     /// Maps or creates the ring. Failures are logged and leave the object inert.
@@ -71,15 +72,15 @@ public:
     ShareMemoryEx& operator=(const ShareMemoryEx&) = delete;
 
     /// @return the capacity in bytes as the creator has stored it
-    [[nodiscard]] unsigned getTotalSize() const;
+    [[nodiscard]] unsigned getTotalSize();
     /// @return bytes that can be read
-    [[nodiscard]] unsigned getUsedSize() const;
+    [[nodiscard]] unsigned getUsedSize();
     /// @return bytes that can be written
-    [[nodiscard]] unsigned getFreeSize() const;
+    [[nodiscard]] unsigned getFreeSize();
     /// @return where the next byte is read, as the header says
-    [[nodiscard]] unsigned getReadOffset() const;
+    [[nodiscard]] unsigned getReadOffset();
     /// @return where the next byte is written, as the header says
-    [[nodiscard]] unsigned getWriteOffset() const;
+    [[nodiscard]] unsigned getWriteOffset();
 
     /// Copies out up to `len` bytes and wakes a writing side that asked for it, also when nothing
     /// was there. @return bytes copied
@@ -98,21 +99,21 @@ public:
     /// Shows the readable bytes up to the end of the ring, without copying. `buffer` is left as
     /// it was when the object is inert.
     void getNextBuffer(audio_buffer_provider_t& buffer);
-    /// Takes `buffer.length` bytes as read. Nobody is woken; see updateReadOffset().
+    /// Takes `buffer.length` bytes as read. Wakes no waiter; see updateReadOffset().
     void releaseBuffer(const audio_buffer_provider_t& buffer);
 
     /// Empties the ring. Only while no data moves.
     void clear();
 
     /// Whether header and data are mapped. The three operations below may only be called then.
-    [[nodiscard]] bool isUsable() const;
+    [[nodiscard]] bool isUsable();
     /// @return time of the last write or offset update in milliseconds, clock of AudioTime::now()
-    [[nodiscard]] std::uint64_t getUpdateTime() const;
+    [[nodiscard]] std::uint64_t getUpdateTime();
     /// The writing side says that it is blocked for free space. Look at the free space again
     /// afterwards, then wait: the reading side frees first and looks at this flag then.
     void setWait(bool wait);
     /// @return whether the writing side says that it is blocked
-    [[nodiscard]] bool getWait() const;
+    [[nodiscard]] bool getWait();
 
 private:
     friend struct cabinaudio::RingAccess;
