@@ -38,22 +38,20 @@ struct Text {
     std::size_t most = FIELD - 1;  // bytes copied; a text of 64 bytes has no terminator there
 };
 
-/// A number of four bytes; `bool` and pointers are none.
+/// A number of four bytes; pointers are none.
 template <typename T>
-constexpr bool isWord = (std::is_integral_v<T> || std::is_enum_v<T> ||
-                         std::is_floating_point_v<T>)&&!std::is_same_v<T, bool> &&
-                        sizeof(T) == 4;
+concept FourByteNumber = sizeof(T) == 4 && (std::is_arithmetic_v<T> || std::is_enum_v<T>);
 
 /// A record of words, as far as a compiler can tell: a pointer or a number of eight bytes in it
 /// shows in its alignment, pointers in 64-bit builds only.
 template <typename T>
-constexpr bool isRecord =
-    std::is_class_v<T>&& std::is_trivially_copyable_v<T>&& std::is_standard_layout_v<T> &&
-    sizeof(T) % 4 == 0 && alignof(T) <= 4;
+concept WordRecord =
+    std::is_class_v<T> && sizeof(T) % 4 == 0 &&
+    alignof(T) <= 4 && std::is_trivially_copyable_v<T>&& std::is_standard_layout_v<T>;
 
 /// Types whose values travel as they lie in memory.
 template <typename T>
-constexpr bool isPlain = isWord<T> || isRecord<T>;
+constexpr bool isPlain = FourByteNumber<T> || WordRecord<T>;
 template <typename T, std::size_t SIZE>
 constexpr bool isPlain<T[SIZE]> = isPlain<T>;
 template <typename T, std::size_t SIZE>
@@ -83,7 +81,7 @@ struct Memory {
 /// A field in one of four forms, however many types there are.
 template <typename Field>
 auto formOf(const Field& field) {
-    if constexpr (isWord<Field>)
+    if constexpr (FourByteNumber<Field>)
         return std::bit_cast<std::uint32_t>(field);
     else if constexpr (isPlain<Field>)
         return Memory{&field, FIELD_SIZE<Field>};
@@ -169,7 +167,7 @@ auto placeOf(Result* result) {
         return FlagPlace{result};
     } else if constexpr (std::is_same_v<Result, std::uint8_t>) {
         return BytePlace{result};
-    } else if constexpr (isWord<Result>) {
+    } else if constexpr (FourByteNumber<Result>) {
         return WordPlace{result};
     } else {
         static_assert(isPlain<Result>,

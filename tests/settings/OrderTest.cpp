@@ -20,9 +20,9 @@
 namespace cabinaudio::test {
 namespace {
 
-class AResult : public ::testing::TestWithParam<Row> {};
+class SettingResult : public ::testing::TestWithParam<Row> {};
 
-TEST_P(AResult, IsStoredBeforeTheBlocksAreFreed) {
+TEST_P(SettingResult, IsStoredBeforeTheBlocksAreFreed) {
     const Row& row = GetParam();
     ScriptedServer server;
     const auto function = static_cast<std::uint32_t>(row.request[0] + 256 * row.request[1]);
@@ -56,12 +56,12 @@ std::vector<Row> withResults() {
     return chosen;
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, AResult, ::testing::ValuesIn(withResults()),
+INSTANTIATE_TEST_SUITE_P(Of, SettingResult, ::testing::ValuesIn(withResults()),
                          [](const ::testing::TestParamInfo<Row>& one) {
                              return std::string(one.param.test);
                          });
 
-TEST(TheActiveTracks, AreAppendedBeforeTheBlocksAreFreed) {
+TEST(ActiveTracks, AreAppendedBeforeTheBlocksAreFreed) {
     ScriptedServer server;
     server.on(130, 38, Answer::bytes(joined({word(0), word(2), Bytes(400, 'a')})));
     ClientSourceSetting source;
@@ -73,7 +73,7 @@ TEST(TheActiveTracks, AreAppendedBeforeTheBlocksAreFreed) {
     EXPECT_EQ(whenFreed, 2U);
 }
 
-TEST(TheVersionsOfTheServer, AreStoredBeforeTheBlocksAreFreed) {
+TEST(ServerVersions, AreStoredBeforeTheBlocksAreFreed) {
     ScriptedServer server;
     server.on(132, 0,
               Answer::bytes(joined(
@@ -96,7 +96,7 @@ std::vector<std::string> messagesOf(const LogCapture& log) {
     return messages;
 }
 
-TEST(AResultsLine, ComesBeforeThatOfBlocksThatAreNotFreed) {
+TEST(ResultLine, ComesBeforeThatOfBlocksThatAreNotFreed) {
     ScriptedServer server;
     server.on(130, 32, Answer::words(0, 3));
     server.on(128, 23, Answer::bytes(joined({word(0), real(1.5F)})));
@@ -174,8 +174,8 @@ private:
     volatile std::sig_atomic_t mIsRead = 0;
 };
 
-class AMatrix : public ::testing::TestWithParam<int (audio::QVAudioSetting::Mixer::*)(
-                    audio::audio_mixer_matrix_t*)> {
+class MixerMatrix : public ::testing::TestWithParam<int (audio::QVAudioSetting::Mixer::*)(
+                        audio::audio_mixer_matrix_t*)> {
 protected:
     /// Whether the fourth gain has been looked at when the matrix is refused.
     bool readsFourthOf(const audio::audio_mixer_matrix_t& gains) {
@@ -189,14 +189,14 @@ protected:
     ClientMixerSetting mixer;
 };
 
-TEST_P(AMatrix, HasItsFourthGainCheckedBeforeItsThird) {
+TEST_P(MixerMatrix, ChecksItsFourthGainBeforeItsThird) {
     EXPECT_TRUE(readsFourthOf({7, {0.0F, 0.0F, 0.5F, 0.0F}}));
     EXPECT_FALSE(readsFourthOf({7, {0.0F, 0.5F, 0.0F, 0.0F}}));
     EXPECT_FALSE(readsFourthOf({7, {0.5F, 0.0F, 0.0F, 0.0F}}));
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Of, AMatrix,
+    Of, MixerMatrix,
     ::testing::Values(
         static_cast<int (audio::QVAudioSetting::Mixer::*)(audio::audio_mixer_matrix_t*)>(
             &audio::QVAudioSetting::Mixer::setGpsMixerGain),

@@ -82,7 +82,7 @@ std::array<std::uint8_t, 160> bytesOf(const Fields&... fields) {
     return bytes;
 }
 
-TEST(ARequest, HasItsFieldsOneAfterTheOther) {
+TEST(SettingRequest, HasItsFieldsOneAfterTheOther) {
     const std::uint32_t words[2] = {0x05060708, 0x090a0b0c};
     const auto bytes =
         bytesOf(Byte{1}, 0x01020304, Text{"ab"}, Words{2, 1.0F}, words, Text{"cdef", 3}, 1.0F);
