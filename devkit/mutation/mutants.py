@@ -599,6 +599,11 @@ _in("client/ClientVolumeSetting.cpp",
      "    if (type == nullptr) {"))
 
 _in("include/cabinaudio/setting/Volume.h",
+    ("a whole number is narrowed to some step",
+     "number : 255);\n    else\n        return static_cast<unsigned char>("
+     "static_cast<unsigned long long>(number) > 255 ?",
+     "number : 255);\n    else\n        return static_cast<unsigned char>("
+     "static_cast<unsigned long long>(number) > 999 ?"),
     ("a fraction is narrowed to some step", "number >= 0 && number < 256 ? number : 255", "number"),
     ("a flag is a volume of stream types", "    template <typename Flag, NoVolume<Flag> = 0>\n"
      "    int setVolumeByStreamType(const char* type, Flag volume) = delete;\n", ""))
