@@ -25,6 +25,19 @@ std::int32_t lowWord(float value) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(whole));
 }
 
+/// The gain control's request, which logs a line once it has its block and before it is sent.
+struct DacGain {
+    const LogSite& site;
+    const audio::audio_dacgain_ctrl_t& control;
+
+    static constexpr std::uint32_t SIZE = 2 * sizeof(std::uint32_t);
+    static void fill(std::uint8_t* at, const void* self) {
+        const auto& gain = *static_cast<const DacGain*>(self);
+        AUDIO_LOG_AT(ANDROID_LOG_INFO, gain.site, "client end\n");
+        put(at, formOf(gain.control));
+    }
+};
+
 std::int32_t refusePointer(const LogSite& site, const void* pointer) {
     AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "Invalid params, param=%X.\n",
                  static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(pointer)));
@@ -84,10 +97,13 @@ int ClientAppSetting::setSpeakerDelay(audio::audio_channel_idx_e channel, float 
 /// The number is the server's, not in microseconds as the one that was set.
 int ClientAppSetting::getSpeakerDelay(audio::audio_channel_idx_e channel, float* delay) {
     if (delay == nullptr) return refuse(AUDIO_LOG_SITE);
-    const auto answer = ask(*mRc, AUDIO_LOG_SITE, Function::GetSpeakerDelay, sent(channel), *delay);
-    if (!answer.arrived) return answer.status;
-    AUDIO_LOGI("delay %f\n", static_cast<double>(*delay));
-    return AUDIO_NO_ERROR;  // deliberate: whatever the server says
+    const LogSite site = AUDIO_LOG_SITE;
+    const auto answer = ask(
+        *mRc, site, Function::GetSpeakerDelay, sent(channel), received<float>([&](float replied) {
+            *delay = replied;
+            AUDIO_LOG_AT(ANDROID_LOG_INFO, site, "delay %f\n", static_cast<double>(replied));
+        }));
+    return answer.arrived ? AUDIO_NO_ERROR : answer.status;  // deliberate: whatever the server says
 }
 
 int ClientAppSetting::setDownlinkDelayEstimation() {
@@ -95,11 +111,13 @@ int ClientAppSetting::setDownlinkDelayEstimation() {
 }
 
 int ClientAppSetting::getDownlinkDelayEstimation(short* delay) {
+    // Deliberate: a whole word, of which the caller's `short` is the lower half. It can lie where a
+    // word may not. Without an answer the word keeps the caller's value.
     std::int32_t word = 0;
-    const auto answer = ask(*mRc, AUDIO_LOG_SITE, Function::GetDelayEstimation, sent(), word);
-    // Deliberate: a whole word, of which the caller's `short` is the lower half.
-    if (answer.arrived && delay != nullptr) std::memcpy(delay, &word, sizeof word);
-    return answer.status;
+    if (delay != nullptr) std::memcpy(&word, delay, sizeof word);
+    const std::int32_t status = mRc->callFuncId(id(Function::GetDelayEstimation), &word, true);
+    if (delay != nullptr) std::memcpy(delay, &word, sizeof word);
+    return status;
 }
 
 // ---- Calls --------------------------------------------------------------------------------------
@@ -156,16 +174,11 @@ int ClientAppSetting::setDACGainControl(audio::audio_dacgain_ctrl_t* control) {
     const LogSite site = AUDIO_LOG_SITE;
     if (control == nullptr) return refuse(site);
     AUDIO_LOG_AT(ANDROID_LOG_INFO, site, "client begin\n");
-    std::int32_t status = AUDIO_NO_ERROR;
-    const auto steps = cabinaudio::exchangeBlocks(
-        *mRc, 2 * sizeof(std::uint32_t), sizeof status, true,
-        [&](std::uint8_t* request) {
-            AUDIO_LOG_AT(ANDROID_LOG_INFO, site, "client end\n");  // before anything is sent
-            put(request, id(Function::SetDacGain));
-            put(request + sizeof(std::uint32_t), *control);
-        },
-        [&](const std::uint8_t* reply) { std::memcpy(&status, reply, sizeof status); });
-    return cabinaudio::answerOf(steps, status, site).status;
+    const DacGain gain{site, *control};
+    const std::tuple nothing;
+    return exchange(*mRc, site, {id(Function::SetDacGain), DacGain::SIZE, DacGain::fill, &gain},
+                    {sizeof(std::int32_t), takeAll<>, &nothing})
+        .status;
 }
 
 // ---- Effects by name ----------------------------------------------------------------------------

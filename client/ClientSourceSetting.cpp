@@ -24,8 +24,8 @@ constexpr std::int32_t MAPPING_MAX = 10;
 constexpr int FREQUENCY_MAX = 47999;
 constexpr unsigned CAPABILITY_MAX = 5;
 constexpr std::uint32_t OUTPUT_MASK = 3;
-constexpr int OUTPUT_TRACKS = 20;
-constexpr int TRACKS = 32;
+constexpr std::uint32_t OUTPUT_TRACKS = 20;
+constexpr std::uint32_t TRACKS = 32;
 
 std::int32_t refuseName(const LogSite& site) {
     AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "bad source name\n");
@@ -48,15 +48,17 @@ std::int32_t refuseMapping(const LogSite& site) {
     return AUDIO_BAD_VALUE;
 }
 
-/// Asks for a name and keeps it in the object's `buffer`. A server that refuses yields its empty
-/// name: the status is not looked at. @return `buffer`, or null when nothing arrived
+/// Asks for a name and keeps it in the object's `buffer`, zeros behind it. A server that refuses
+/// yields its empty name: the status is not looked at. @return `buffer`, or null when nothing
+/// arrived
 const char* getName(RemoteCall& rc, const LogSite& site, Function function, const char* tag,
                     char (&buffer)[64]) {
-    wire::Name name{};
-    if (!ask(rc, site, function, sent(Text{tag}), name).arrived) return nullptr;
-    std::memcpy(buffer, name.text, sizeof buffer);
-    buffer[sizeof buffer - 1] = '\0';
-    return buffer;
+    const auto answer =
+        ask(rc, site, function, sent(Text{tag}), received<wire::Name>([&](const wire::Name& name) {
+                std::memset(buffer, 0, sizeof buffer);
+                std::memcpy(buffer, name.text, strnlen(name.text, sizeof buffer - 1));
+            }));
+    return answer.arrived ? buffer : nullptr;
 }
 
 /// AUDIO_NO_ERROR when the server has answered, whatever it said; else why it has not.
@@ -162,11 +164,8 @@ int ClientSourceSetting::getActiveTracksName(const char* tag, std::vector<std::s
         AUDIO_LOGE("tag is NULL\n");
         return AUDIO_BAD_VALUE;
     }
-    wire::List<wire::Name, TRACKS> list{};
-    const auto answer =
-        ask(*mRc, AUDIO_LOG_SITE, Function::GetActiveTrackNames, sent(Text{tag}), list);
-    append(list, names);
-    return transport(answer);
+    return transport(ask(*mRc, AUDIO_LOG_SITE, Function::GetActiveTrackNames, sent(Text{tag}),
+                         appendedTo<wire::Name, TRACKS>(names)));
 }
 
 int ClientSourceSetting::getTrackStreamType(const char* tag, const char* name, std::string& type) {
@@ -174,18 +173,14 @@ int ClientSourceSetting::getTrackStreamType(const char* tag, const char* name, s
         AUDIO_LOGE("%s is NULL\n", tag == nullptr ? "tag" : "name");
         return AUDIO_BAD_VALUE;
     }
-    wire::Name reply{};
-    const auto answer =
-        ask(*mRc, AUDIO_LOG_SITE, Function::GetTrackStreamType, sent(Text{tag}, Text{name}), reply);
-    if (answer.arrived) assign(type, reply);
-    return transport(answer);
+    return transport(
+        ask(*mRc, AUDIO_LOG_SITE, Function::GetTrackStreamType, sent(Text{tag}, Text{name}),
+            received<wire::Name>([&](const wire::Name& replied) { assign(type, replied); })));
 }
 
 int ClientSourceSetting::getActiveTracksInfo(std::vector<audio::audio_track_info_t>& list) {
-    wire::List<audio::audio_track_info_t, TRACKS> tracks{};
-    const auto answer = ask(*mRc, AUDIO_LOG_SITE, Function::GetActiveTracks, sent(), tracks);
-    append(tracks, list);
-    return transport(answer);
+    return transport(ask(*mRc, AUDIO_LOG_SITE, Function::GetActiveTracks, sent(),
+                         appendedTo<audio::audio_track_info_t, TRACKS>(list)));
 }
 
 int ClientSourceSetting::getOutputTrackInfo(audio::audio_output_src_tag_e tag,
@@ -199,14 +194,14 @@ int ClientSourceSetting::getOutputTrackInfo(audio::audio_output_src_tag_e tag,
         AUDIO_LOGE("input tag(0x%x) error\n", static_cast<unsigned>(tag));
         return 0;  // deliberate: no outputs, no tracks
     }
-    wire::List<audio::audio_output_src_parameter_t, OUTPUT_TRACKS> tracks{};
-    const auto answer = ask(*mRc, AUDIO_LOG_SITE, Function::GetOutputTrackInfo, sent(tag), tracks);
-    if (answer.arrived) {
-        if (count != nullptr) *count = tracks.count;
-        AUDIO_LOGI("get track info size: %d\n", tracks.count);
-        std::copy(std::begin(tracks.slots), std::end(tracks.slots), parameters);
-    }
-    return answer.status;
+    using Tracks = wire::List<audio::audio_output_src_parameter_t, OUTPUT_TRACKS>;
+    const LogSite site = AUDIO_LOG_SITE;
+    return get(*mRc, site, Function::GetOutputTrackInfo, sent(tag),
+               received<Tracks>([&](const Tracks& tracks) {
+                   if (count != nullptr) *count = tracks.count;
+                   AUDIO_LOG_AT(ANDROID_LOG_INFO, site, "get track info size: %d\n", tracks.count);
+                   std::memcpy(parameters, tracks.slots, sizeof tracks.slots);
+               }));
 }
 
 int ClientSourceSetting::getOutPutTrackInfoList(

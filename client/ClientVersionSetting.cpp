@@ -2,14 +2,15 @@
 #include <cabinaudio/client/ClientVersionSetting.h>
 #include <cabinaudio/link/RemoteCall.h>
 
-#include "client/RequestFrame.h"
+#include "client/Setting.h"
 #include "foundation/Make.h"
 #include "wire/Settings.h"
-#include "wire/Stream.h"
 
 #include <algorithm>
+#include <array>
 
 namespace wire = cabinaudio::wire;
+using namespace cabinaudio::setting;
 
 ClientVersionSetting::ClientVersionSetting() noexcept
     : mRc(cabinaudio::make<RemoteCall>(AUDIO_CONNECT_VERSION_SETTING, nullptr, nullptr, nullptr)) {}
@@ -23,16 +24,12 @@ int ClientVersionSetting::initCheck() {
 }
 
 int ClientVersionSetting::getServerVersions(int* first, int* second, int* third) {
-    const auto function = static_cast<std::uint32_t>(wire::VersionFunction::GetServerVersions);
-    wire::VersionReply reply{};
-    const cabinaudio::Answer answer =
-        cabinaudio::exchange(*mRc, AUDIO_LOG_SITE, wire::FunctionRequest{function}, reply, true);
-    if (answer.arrived) {
-        std::copy_n(reply.first, 3, first);
-        std::copy_n(reply.second, 3, second);
-        third[0] = reply.third;
-    }
-    return answer.status;
+    using Triple = std::array<std::int32_t, 3>;
+    return get(
+        *mRc, AUDIO_LOG_SITE, wire::VersionFunction::GetServerVersions, sent(),
+        received<Triple>([&](const Triple& replied) { std::copy_n(replied.data(), 3, first); }),
+        received<Triple>([&](const Triple& replied) { std::copy_n(replied.data(), 3, second); }),
+        third);
 }
 
 void ClientVersionSetting::getClientVersions(int* first, int* second) {

@@ -324,10 +324,8 @@ int ClientVolumeSetting::getGainByStreamType(const char* type, float& dB) {
 }
 
 int ClientVolumeSetting::getStreamTypeList(std::vector<std::string>& list) {
-    wire::List<wire::Name, 32> types{};
-    const std::int32_t status = get(*mRc, AUDIO_LOG_SITE, Function::GetStreamTypes, sent(), types);
-    append(types, list);
-    return status;
+    return get(*mRc, AUDIO_LOG_SITE, Function::GetStreamTypes, sent(),
+               appendedTo<wire::Name, 32>(list));
 }
 
 // ---- Mutes --------------------------------------------------------------------------------------

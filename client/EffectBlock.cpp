@@ -5,20 +5,17 @@
 
 #include "client/Setting.h"
 
-#include <cstring>
 #include <limits>
 
 namespace cabinaudio::setting {
 namespace {
 
-constexpr std::uint32_t TAG_OFFSET = 4;
-constexpr std::uint32_t EFFECT_OFFSET = 68;
 constexpr std::uint32_t BLOCK_OFFSET = 132;
 constexpr std::uint32_t STATUS_SIZE = 4;
 constexpr std::uint32_t LARGEST = std::numeric_limits<std::uint32_t>::max() - BLOCK_OFFSET -
                                   static_cast<std::uint32_t>(sizeof(audio::effect_param_t));
 
-/// One request, filled and answered in the blocks themselves: the length is the caller's.
+/// One request, whose length is the caller's.
 /// @param into  gets the reply's block; null for an operation without a result
 std::int32_t exchangeEffect(RemoteCall& rc, const LogSite& site, std::uint32_t function,
                             const char* tag, const char* effect, const audio::effect_param_t& from,
@@ -26,20 +23,13 @@ std::int32_t exchangeEffect(RemoteCall& rc, const LogSite& site, std::uint32_t f
     if (from.size > LARGEST) return AUDIO_NO_MEMORY;
     // As before the call: the reply overwrites it.
     const std::uint32_t blockSize = from.size + static_cast<std::uint32_t>(sizeof from);
-    std::int32_t status = AUDIO_NO_ERROR;
-    const Steps steps = exchangeBlocks(
-        rc, BLOCK_OFFSET + blockSize, STATUS_SIZE + (into != nullptr ? blockSize : 0), true,
-        [&](std::uint8_t* request) {
-            put(request, function);
-            put(request + TAG_OFFSET, Text{tag});
-            put(request + EFFECT_OFFSET, Text{effect});
-            std::memcpy(request + BLOCK_OFFSET, &from, blockSize);
-        },
-        [&](const std::uint8_t* reply) {
-            std::memcpy(&status, reply, sizeof status);
-            if (into != nullptr) std::memcpy(into, reply + STATUS_SIZE, blockSize);
-        });
-    return answerOf(steps, status, site).status;
+    using Fields = Sent<Text, Text, Memory>;
+    const Fields fields{BLOCK_OFFSET + blockSize, {Text{tag}, Text{effect}, {&from, blockSize}}};
+    const std::uint32_t resultSize = into != nullptr ? blockSize : 0;
+    const std::tuple result{MemoryPlace{into, resultSize}};
+    return exchange(rc, site, {function, fields.size, Fields::fill, &fields.forms},
+                    {STATUS_SIZE + resultSize, takeAll<MemoryPlace>, &result})
+        .status;
 }
 
 }  // namespace

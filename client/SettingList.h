@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "client/Setting.h"
 #include "wire/Settings.h"
 
 #include <algorithm>
@@ -29,9 +30,12 @@ void append(const Slot (&slots)[SLOTS], std::int32_t count, std::vector<Item>& t
     for (std::int32_t i = 0; i < count; ++i)
         to.push_back(textOf(slots[i]));
 }
+
+/// A result of an operation: the reply's list, appended to the caller's.
 template <typename Slot, std::uint32_t SLOTS, typename Item>
-void append(const wire::List<Slot, SLOTS>& from, std::vector<Item>& to) noexcept {
-    append(from.slots, from.count, to);
+auto appendedTo(std::vector<Item>& to) {
+    using Slots = wire::List<Slot, SLOTS>;
+    return received<Slots>([&to](const Slots& from) { append(from.slots, from.count, to); });
 }
 
 /// Replaces a text by that of a field, on the same terms.

@@ -9,12 +9,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cinttypes>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <fstream>
 #include <limits>
 #include <new>
-#include <string>
 
 using cabinaudio::LineReader;
 
@@ -164,15 +166,29 @@ void AudioConfig::_parseLogItem(LineReader& lines) {
 
 void AudioConfig::_storeConfigItems() {
     cabinaudio::makeDirectory(kDirectory, AUDIO_LOG_SITE);
-    std::ofstream file(kFile, std::ios::out | std::ios::trunc);
-    if (!file.is_open()) {
-        const int error = errno;
-        AUDIO_LOGE("Failed to open file(w):%s, error:%s(%d)\n", kFile, std::strerror(error), error);
-        return;
+    int error = 0;
+    if (_writeConfigItems(error)) return;
+    // The line of every write-back that fails, in the middle of the file too.
+    AUDIO_LOGE("Failed to open file(w):%s, error:%s(%d)\n", kFile, std::strerror(error), error);
+}
+
+/// @param error  gets why the items are not all in the file
+bool AudioConfig::_writeConfigItems(int& error) {
+    errno = 0;
+    try {
+        std::ofstream file(kFile, std::ios::out | std::ios::trunc);
+        cabinaudio::writeItems(file, "Dump", mDumpItems);
+        cabinaudio::writeItems(file, "Trace", mTraceItems);
+        // As text: a program's global locale could put separators into the number.
+        char level[16] = {};
+        std::snprintf(level, sizeof level, "%" PRId32, static_cast<std::int32_t>(mLogLevel));
+        file << "Log\n level=" << level << "\n enMark=" << (mEnMark ? '1' : '0') << std::endl;
+        file.close();
+        error = errno;
+        return file.good();
+    } catch (const std::exception&) {
+        // The stream's buffer could not be had. The destructor, which comes here, must not throw.
+        error = ENOMEM;
+        return false;
     }
-    cabinaudio::writeItems(file, "Dump", mDumpItems);
-    cabinaudio::writeItems(file, "Trace", mTraceItems);
-    // As text: a program's global locale could put separators into the number.
-    file << "Log\n level=" << std::to_string(static_cast<std::int32_t>(mLogLevel))
-         << "\n enMark=" << (mEnMark ? '1' : '0') << std::endl;
 }

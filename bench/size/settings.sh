@@ -14,7 +14,7 @@ limit=${LIMIT:-61440}
 root=$(dirname -- "$(readlink -f -- "$0")")/../..
 compiler=$(sed -n 's/^set(CMAKE_CXX_COMPILER "\(.*\)")$/\1/p' \
     "$build"/CMakeFiles/*/CMakeCXXCompiler.cmake)
-settings='ClientVolumeSetting ClientSourceSetting ClientAppSetting ClientMixerSetting ClientRecordControl EffectBlock'
+settings='ClientVolumeSetting ClientSourceSetting ClientAppSetting ClientMixerSetting ClientRecordControl EffectBlock Setting'
 client=$build/client/CMakeFiles/cabinaudio-client.dir
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT

@@ -24,6 +24,13 @@ TESTS = [
     ("client/Stream.cpp", ["race-wait-test", "client-test", "client-record-test",
                            "client-stream-test"]),
     ("client/RequestFrame.h", ["race-test", "client-test"]),
+    ("client/Setting", ["settings-test"]),
+    ("client/ClientSourceSetting.cpp", ["settings-test"]),
+    ("client/ClientAppSetting.cpp", ["settings-test"]),
+    ("client/ClientMixerSetting.cpp", ["settings-test"]),
+    ("client/ClientVolumeSetting.cpp", ["settings-test", "abi-test"]),
+    ("diag/", ["diag-test"]),
+    ("include/cabinaudio/", ["abi-test"]),
     ("client/ClientTrack.cpp", ["client-test", "client-fault-test", "client-stream-test",
                                 "race-test"]),
     ("client/ClientSink.cpp", ["client-sink-test", "client-storm-test", "client-fault-test",
@@ -43,7 +50,20 @@ SANITIZED_TESTS = [
     ("client/ClientRecordRt.cpp", ["race-test", "client-stream-test",
                                    "client-uplink-test --gtest_filter=LiveDataInRealTime.*"]),
     ("client/", ["race-test", "client-stream-test"]),
+    ("diag/", ["diag-test"]),
+    ("include/cabinaudio/", ["abi-test"]),
 ]
+# Sources that look at a header while they are compiled: what the compiler is told besides, and
+# whether they compile.
+COMPILED = {
+    "client/Setting.h": [
+        ("tests/settings/SendableTest.cpp", "-DNDEBUG", True),
+        ("tests/settings/RefusedFields.cpp", "-DFIELDS=Text{tag}", True),
+        ("tests/settings/RefusedFields.cpp", "-DFIELDS=tag", False)],
+    "include/cabinaudio/setting/Volume.h": [("tests/abi/OverloadTest.cpp", "-DNDEBUG", True)],
+    "include/cabinaudio/client/ClientVolumeSetting.h": [
+        ("tests/abi/OverloadTest.cpp", "-DNDEBUG", True)],
+}
 # These have objects of the library in themselves, some of them compiled once more.
 RELINKED = ("link-inside-tests", "shm-test")
 OWN_COPIES = {
@@ -588,3 +608,69 @@ _in("client/ClientRecordRt.cpp",
     ("a request that waits for a dead server", "    mRc->_abandon();\n", ""),
     ("stop wakes nobody", "    mState = IDLE;\n    if (mIsBlocked) mCond.signal();",
      "    mState = IDLE;"))
+
+_in("client/Setting.h",
+    ("a number of any width is sent", "sizeof(T) == 4 && (std", "(std"),
+    ("an address is sent", "sizeof(T) == 4 && (std", "std::is_pointer_v<T> || sizeof(T) == 4 && (std"),
+    ("a record with an address is sent", "alignof(T) <= 4", "true"),
+    ("a record of any length is sent", "sizeof(T) % 4 == 0", "true"),
+    ("an object is sent", "std::is_trivially_copyable_v<T>", "true"),
+    ("an array of anything is sent", "isPlain<T[SIZE]> = isPlain<T>;", "isPlain<T[SIZE]> = true;"),
+    ("an array object of anything is sent", "SIZE != 0 && isPlain<T>;", "true;"),
+    ("fields are not checked", "(Sendable<Fields> && ...),", "true,"),
+    ("a text beyond its field", "strnlen(field.text, field.most)", "std::strlen(field.text)"),
+    ("a result without a place", "    if (place.word != nullptr) std::memcpy(place.word",
+     "    std::memcpy(place.word"),
+    ("the next result", "sizeof(std::uint32_t);\n}\ninline const std::uint8_t* take("
+     "const std::uint8_t* at, const MemoryPlace&", "0;\n}\ninline const std::uint8_t* take("
+     "const std::uint8_t* at, const MemoryPlace&"))
+
+_in("client/Setting.cpp",
+    ("no result is taken", "            reply.take(block + sizeof status, reply.context);\n", ""),
+    ("the server's status", "            std::memcpy(&status, block, sizeof status);\n", ""))
+
+_in("client/SettingList.h",
+    ("more slots than the reply has",
+     "    count = std::clamp(count, std::int32_t{0}, static_cast<std::int32_t>(SLOTS));\n", ""))
+
+_in("client/ClientSourceSetting.cpp",
+    ("what lies behind a kept name", "strnlen(name.text, sizeof buffer - 1)", "sizeof buffer - 1"),
+    ("a former name shows behind the next one",
+     "std::memset(buffer, 0, sizeof buffer);\n", "\n"))
+
+_in("client/ClientAppSetting.cpp",
+    ("a delay's word is stored at its half", "std::memcpy(delay, &word, sizeof word);",
+     "std::memcpy(delay, &word, sizeof *delay);"),
+    ("a delay without a place", "    if (delay != nullptr && word != before)",
+     "    if (word != before)"))
+
+_in("client/ClientMixerSetting.cpp",
+    ("the third gain before the fourth",
+     "isAttenuation(matrix->gain[3]) && isAttenuation(matrix->gain[2])",
+     "isAttenuation(matrix->gain[2]) && isAttenuation(matrix->gain[3])"),
+    ("a gain that is not checked", "isAttenuation(matrix->gain[3]) && ", ""))
+
+_in("client/ClientVolumeSetting.cpp",
+    ("any step of a stream type", "    if (type == nullptr || volume > STEP_MAX) {",
+     "    if (type == nullptr) {"))
+
+_in("include/cabinaudio/setting/Volume.h",
+    ("a whole number is narrowed to some step",
+     "number : 255);\n    else\n        return static_cast<unsigned char>("
+     "static_cast<unsigned long long>(number) > 255 ?",
+     "number : 255);\n    else\n        return static_cast<unsigned char>("
+     "static_cast<unsigned long long>(number) > 999 ?"),
+    ("a fraction is narrowed to some step", "number >= 0 && number < 256 ? number : 255", "number"),
+    ("a flag is a volume of stream types", "    template <typename Flag, NoVolume<Flag> = 0>\n"
+     "    int setVolumeByStreamType(const char* type, Flag volume) = delete;\n", ""))
+
+_in("include/cabinaudio/client/ClientVolumeSetting.h",
+    ("the client hides its base's steps by stream type",
+     "    using Volume::setVolumeByStreamType;\n", ""))
+
+_in("diag/AudioConfig.cpp",
+    ("a write-back without memory ends the process", "catch (const std::exception&)",
+     "catch (const std::ios_base::failure&)"),
+    ("a write-back that stops in the middle is not logged", "        return file.good();",
+     "        return error != EISDIR;"),
+    ("why a write-back has failed", "        error = errno;\n", ""))

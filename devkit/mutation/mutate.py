@@ -7,9 +7,9 @@ test fails.
 
 mutants.py lists them. Each is put into a copy of the library's sources, which is built and then
 stands before the tests' own library. A mutant is caught when it does not compile, when one of the
-tests that belong to its file fails or does not end, or when the check of the target's object code
-objects. --tests is a build with the test programs; --tsan one with the thread sanitizer, whose
-tests see what the others let through.
+tests that belong to its file fails or does not end, when a test's source that looks at it does not
+compile, or when the check of the target's object code objects. --tests is a build with the test
+programs; --tsan one with the thread sanitizer, whose tests see what the others let through.
 
 --check only looks whether each mutant still has its place in the sources.
 
@@ -139,6 +139,20 @@ def ring_code_objects(library):
                           stdout=subprocess.DEVNULL).returncode != 0
 
 
+def failing_source(library, path):
+    """The first of the sources that look at a header, and that finds something with this library's,
+    or None."""
+    for source, option, compiles in mutants.COMPILED.get(path, []):
+        run = subprocess.run(["c++", "-std=c++20", "-fsyntax-only", option, "-I" + library.tree,
+                              "-I" + os.path.join(library.tree, "include"), "-I" + ROOT,
+                              "-idirafter", "/usr/include/android-liblog",
+                              "-isystem", "/usr/include/android", os.path.join(ROOT, source)],
+                             check=False, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        if (run.returncode == 0) != compiles:
+            return source
+    return None
+
+
 def text_with(mutant):
     with open(os.path.join(ROOT, mutant.file), encoding="utf-8") as file:
         text = file.read()
@@ -154,6 +168,9 @@ def what_catches(mutant, plain, sanitized, options):
     if mutant.file in mutants.RING_CODE and shutil.which(CROSS + "g++") and \
             ring_code_objects(plain):
         return "check_ring_code.py"
+    source = failing_source(plain, mutant.file)
+    if source:
+        return source
     failed = failing_test(plain, options.tests, mutants.tests_of(mutant.file), options.seconds)
     if failed or sanitized is None:
         return failed
@@ -167,6 +184,9 @@ def must_hold(library, directory, lists):
     """Without a mutant nothing fails; otherwise a failure would tell nothing."""
     if shutil.which(CROSS + "g++") and ring_code_objects(library):
         sys.exit("check_ring_code.py objects to the library as it is")
+    for path in mutants.COMPILED:
+        if failing_source(library, path):
+            sys.exit(f"{failing_source(library, path)} finds something in {path} as it is")
     tests = list(dict.fromkeys(test for tests in lists for test in tests))
     failed = failing_test(library, directory, tests, 600)
     if failed:

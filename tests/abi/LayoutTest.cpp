@@ -2,6 +2,7 @@
 #include <cabinaudio/client/ClientTrack.h>
 #include <cabinaudio/client/ClientVersionSetting.h>
 #include <cabinaudio/diag/AudioConfig.h>
+#include <cabinaudio/diag/AudioDump.h>
 #include <cabinaudio/diag/AudioOfstream.h>
 #include <cabinaudio/foundation/AudioCondition.h>
 #include <cabinaudio/foundation/AudioMath.h>
@@ -32,6 +33,7 @@ static_assert(sizeof(AudioSemaphore) == sizeof(sem_t));
 static_assert(sizeof(AudioTime) == sizeof(struct timespec));
 static_assert(sizeof(AudioMutex::AutoLock) == sizeof(void*));
 static_assert(sizeof(AudioOfstream) == sizeof(std::ofstream));
+static_assert(sizeof(void*) != 4 || (sizeof(AudioConfig) == 60 && sizeof(AudioDump) == 560));
 static_assert(sizeof(ShareMemoryEx) == sizeof(void*));
 static_assert(!std::has_virtual_destructor_v<ShareMemoryEx>);
 static_assert(sizeof(ClientVersionSetting) == 2 * sizeof(void*));

@@ -36,6 +36,7 @@ public:
     using ClientVolumeSetting::setMasterVolume;
     using ClientVolumeSetting::setSecondAudioVolume;
     using ClientVolumeSetting::setTrackVolume;
+    using ClientVolumeSetting::setVolumeByStreamType;
 
     int setMainAudioDunkingTargetGain(unsigned char volume) override {
         return got("ducking " + steps(volume));
@@ -57,6 +58,9 @@ public:
         return got("alternative " + steps(volume));
     }
     int setAlterAudioVolume(float dB) override { return got("alternative " + decibels(dB)); }
+    int setVolumeByStreamType(const char* type, unsigned char volume) override {
+        return got(std::string(type) + " " + steps(volume));
+    }
 
     std::string last;
 
@@ -132,6 +136,43 @@ TEST(AWholeNumber, ThatIsNoByteBecomesOneThatIsRefused) {
     EXPECT_EQ(volume.last, "master steps 255");
 }
 
+enum VolumeOfAProgram { QUIET = 3, TOO_LOUD = 300 };
+
+TEST(VolumeByStreamType, TakesEveryNumberForSteps) {
+    Recorder recorder;
+    audio::QVAudioSetting::Volume& volume = recorder;
+    EXPECT_EQ(volume.setVolumeByStreamType("music", 100), 7);
+    EXPECT_EQ(recorder.last, "music steps 100");
+    volume.setVolumeByStreamType("music", 101U);
+    EXPECT_EQ(recorder.last, "music steps 101");
+    volume.setVolumeByStreamType("music", std::uint8_t{102});
+    EXPECT_EQ(recorder.last, "music steps 102");
+    volume.setVolumeByStreamType("music", 103.9);
+    EXPECT_EQ(recorder.last, "music steps 103");
+    volume.setVolumeByStreamType("music", 104.0F);
+    EXPECT_EQ(recorder.last, "music steps 104");
+    volume.setVolumeByStreamType("music", QUIET);
+    EXPECT_EQ(recorder.last, "music steps 3");
+}
+
+TEST(VolumeByStreamType, NeverNarrowsANumberToAnotherStep) {
+    Recorder recorder;
+    const auto stepsOf = [&recorder](auto number) {
+        recorder.last.clear();
+        recorder.setVolumeByStreamType("music", number);
+        return recorder.last;
+    };
+    EXPECT_EQ(stepsOf(300), "music steps 255");
+    EXPECT_EQ(stepsOf(-1), "music steps 255");
+    EXPECT_EQ(stepsOf((1LL << 32) + 100), "music steps 255");
+    EXPECT_EQ(stepsOf(std::numeric_limits<long long>::min()), "music steps 255");
+    EXPECT_EQ(stepsOf(static_cast<signed char>(-1)), "music steps 255");
+    EXPECT_EQ(stepsOf(TOO_LOUD), "music steps 255");
+    EXPECT_EQ(stepsOf(256.0F), "music steps 255");
+    EXPECT_EQ(stepsOf(-10.5), "music steps 255");
+    EXPECT_EQ(stepsOf(std::numeric_limits<double>::quiet_NaN()), "music steps 255");
+}
+
 // The same on the client's own class, whose overriding operations would hide those of its base.
 TEST(AVolumeClient, RefusesNumbersOutsideTheirRangeWithItsOwnLine) {
     ClientVolumeSetting volume;
@@ -165,6 +206,25 @@ TEST(AVolumeClient, RefusesNumbersOutsideTheirRangeWithItsOwnLine) {
     EXPECT_EQ(refused("setTrackVolume"), 1U);
     EXPECT_EQ(volume.setTrackVolume("main", "radio", -104.0), REFUSED);
     EXPECT_EQ(refused("setTrackVolume"), 1U);
+}
+
+TEST(AVolumeClient, RefusesStepsByStreamTypeOutsideTheirRange) {
+    ClientVolumeSetting volume;
+    LogCapture log;
+    EXPECT_EQ(volume.setVolumeByStreamType("music", 149), REFUSED);
+    EXPECT_EQ(log.count(6, "ClientVolumeSetting", "setVolumeByStreamType",
+                        "Invalid input param(volume:149, streamtype:music)\n"),
+              1U)
+        << log.dump();
+    for (const int volumeOfNoByte : {255, 256, 300, 356, -1}) {
+        log.clear();
+        EXPECT_EQ(volume.setVolumeByStreamType("music", volumeOfNoByte), REFUSED);
+        EXPECT_EQ(log.count(6, "ClientVolumeSetting", "setVolumeByStreamType",
+                            "Invalid input param(volume:255, streamtype:music)\n"),
+                  1U)
+            << volumeOfNoByte << log.dump();
+    }
+    EXPECT_EQ(volume.setVolumeByStreamType("music", 148), NOT_SENT);
 }
 
 TEST(AVolumeClient, TakesNumbersInsideTheirRange) {
@@ -217,5 +277,18 @@ static_assert(isVolume<int> && isVolume<double> && isVolume<unsigned long long>)
 static_assert(!isVolume<bool>);
 static_assert(!isVolume<audio::audio_channel_idx_e>);
 static_assert(!isVolume<const char*>);
+
+template <typename Number, typename = void>
+constexpr bool isStep = false;
+template <typename Number>
+constexpr bool
+    isStep<Number, std::void_t<decltype(std::declval<ClientVolumeSetting&>().setVolumeByStreamType(
+                       "", std::declval<Number>()))>> = true;
+
+static_assert(isStep<int> && isStep<double> && isStep<unsigned char>);
+static_assert(!isStep<bool> && !isStep<const char*> && !isStep<std::nullptr_t>);
+using audio::QVAudioSetting::stepOf;
+static_assert(stepOf(148) == 148 && stepOf(300) == 255 && stepOf(-1) == 255);
+static_assert(stepOf(147.5) == 147 && stepOf(256.0) == 255 && stepOf(-0.5) == 255);
 
 }  // namespace

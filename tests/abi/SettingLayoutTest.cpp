@@ -6,6 +6,7 @@
 #include <cabinaudio/client/ClientMixerSetting.h>
 #include <cabinaudio/client/ClientRecordControl.h>
 #include <cabinaudio/client/ClientSourceSetting.h>
+#include <cabinaudio/client/ClientVersionSetting.h>
 #include <cabinaudio/client/ClientVolumeSetting.h>
 #include <cabinaudio/foundation/AudioConnectType.h>
 #include <cabinaudio/foundation/AudioMath.h>
@@ -23,7 +24,9 @@ static_assert(sizeof(ClientVolumeSetting) == 2 * sizeof(void*));
 static_assert(sizeof(ClientAppSetting) == 2 * sizeof(void*));
 static_assert(sizeof(ClientMixerSetting) == 2 * sizeof(void*));
 static_assert(sizeof(ClientAudioRecordControl) == 2 * sizeof(void*));
+static_assert(sizeof(ClientVersionSetting) == 2 * sizeof(void*));
 static_assert(sizeof(ClientSourceSetting) == 2 * sizeof(void*) + 128);
+static_assert(sizeof(void*) != 4 || sizeof(ClientSourceSetting) == 136);
 
 /// Copied as bytes, and aligned so that a record may lie wherever a word may.
 template <typename Record, std::size_t SIZE>

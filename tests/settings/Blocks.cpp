@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <utility>
 
 namespace real = cabinaudio::test::real;
 
@@ -20,6 +21,7 @@ std::atomic<std::uint32_t> gReplySize{0};
 std::atomic<bool> gRefuses{false};
 std::atomic<bool> gFreeingFails{false};
 std::atomic<bool> gLosesReplies{false};
+std::function<void()> gLook;  // set while no operation is under way
 
 }  // namespace
 
@@ -43,6 +45,7 @@ std::int32_t RemoteCall::call(std::uint8_t* req, std::uint32_t reqLen, std::uint
 }
 
 std::int32_t RemoteCall::rcfree(void* req, void* ret) {
+    if (gLook) gLook();
     const std::int32_t freed = real::rcfree(this, req, ret);
     return gFreeingFails ? static_cast<std::int32_t>(AUDIO_BAD_SEQUENCE) : freed;
 }
@@ -57,6 +60,7 @@ Blocks::~Blocks() {
     refuse(false);
     failFreeing(false);
     loseReplies(false);
+    whenFreeing(nullptr);
 }
 
 std::size_t Blocks::asked() const {
@@ -81,6 +85,10 @@ void Blocks::failFreeing(bool does) {
 
 void Blocks::loseReplies(bool does) {
     gLosesReplies = does;
+}
+
+void Blocks::whenFreeing(std::function<void()> look) {
+    gLook = std::move(look);
 }
 
 }  // namespace cabinaudio::test

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
 namespace cabinaudio::test {
 
@@ -27,6 +28,8 @@ public:
     void failFreeing(bool does);
     /// RemoteCall::call() sends nothing, leaves something in the reply block, and returns 1.
     void loseReplies(bool does);
+    /// Called at the begin of each RemoteCall::rcfree(), by its thread.
+    void whenFreeing(std::function<void()> look);
 };
 
 }  // namespace cabinaudio::test

@@ -90,10 +90,23 @@ TEST_F(AnEffectSetting, OfTheDownlinksDelayIsAWholeWord) {
 TEST_F(AnEffectSetting, OfTheDownlinksDelayTouchesNothingWithoutAnAnswer) {
     Blocks blocks;
     blocks.loseReplies(true);
-    // One `short` on the heap: a sanitizer watches what lies behind it.
-    const auto delay = std::make_unique<short>(short{11});
-    EXPECT_EQ(app.getDownlinkDelayEstimation(delay.get()), 1);
-    EXPECT_EQ(*delay, 11);
+    // One word on the heap: a sanitizer watches what lies behind it.
+    const auto delays = std::make_unique<short[]>(2);
+    delays[0] = 11;
+    delays[1] = 12;
+    EXPECT_EQ(app.getDownlinkDelayEstimation(delays.get()), 1);
+    EXPECT_EQ(delays[0], 11);
+    EXPECT_EQ(delays[1], 12);
+}
+
+TEST_F(AnEffectSetting, OfTheDownlinksDelayIsARequestOfNumbers) {
+    server.on(128, 38, Answer::words(0, 7));
+    Blocks blocks;
+    blocks.failFreeing(true);
+    short delays[2] = {};
+    EXPECT_EQ(app.getDownlinkDelayEstimation(delays), 0);
+    EXPECT_EQ(delays[0], 7);
+    EXPECT_EQ(log.count(ERROR, "RemoteCall", "callFuncId", "rcfree error.\n"), 1U) << log.dump();
 }
 
 TEST_F(AnEffectSetting, OfTheConvertersGainIsLoggedBeforeItsBlocksAndBeforeItIsSent) {

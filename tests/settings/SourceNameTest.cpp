@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace cabinaudio::test {
 namespace {
 
@@ -61,6 +63,25 @@ TEST_P(AKeptName, EndsInItsBufferEvenWhenTheServersDoesNot) {
     EXPECT_EQ(get(), std::string(63, 'x'));
     answers(0, std::string(63, 'y'));
     EXPECT_EQ(get(), std::string(63, 'y'));
+}
+
+TEST_P(AKeptName, HasZerosBehindItsEndWhateverTheReplyHasThere) {
+    Bytes field(64, 'x');
+    std::copy_n("radio", 6, field.begin());
+    server.on(130, getter.function, Answer::bytes(joined({number(0), field})));
+    const char* const name = get();
+    EXPECT_EQ(Bytes(name, name + 64), text("radio"));
+}
+
+TEST_P(AKeptName, IsReplacedBeforeTheBlocksAreFreed) {
+    answers(0, "radio");
+    const char* const name = get();
+    answers(0, "cd");
+    Blocks blocks;
+    std::string whenFreed;
+    blocks.whenFreeing([&] { whenFreed = name; });
+    EXPECT_EQ(get(), name);
+    EXPECT_EQ(whenFreed, "cd");
 }
 
 TEST_P(AKeptName, StaysWhenACallIsRefusedOrFails) {

@@ -23,6 +23,7 @@ public:
     using Volume::setMasterVolume;
     using Volume::setSecondAudioVolume;
     using Volume::setTrackVolume;
+    using Volume::setVolumeByStreamType;
 
     int setMainAudioDunkingMode(unsigned mode) override;
     int setMainAudioDunkingTargetGain(unsigned char volume) override;

@@ -95,6 +95,7 @@ private:
     CABINAUDIO_LOCAL void _parseTraceItem(cabinaudio::LineReader& lines);
     CABINAUDIO_LOCAL void _parseLogItem(cabinaudio::LineReader& lines);
     CABINAUDIO_LOCAL void _storeConfigItems();
+    CABINAUDIO_LOCAL bool _writeConfigItems(int& error);
 
     bool mReadOnly;
     Items<AudioDumpItem> mDumpItems;

@@ -26,6 +26,26 @@ constexpr auto volumeOf(Number number) {
                                                                                         : number);
 }
 
+/// Numbers that the language converts to `unsigned char`, enumerators included; `bool` is no
+/// volume.
+template <typename Number>
+using StepNumber = std::enable_if_t<std::is_convertible_v<Number, unsigned char> &&
+                                        !std::is_class_v<Number> && !std::is_same_v<Number, bool>,
+                                    int>;
+template <typename Flag>
+using NoVolume = std::enable_if_t<std::is_same_v<Flag, bool>, int>;
+
+/// Such a number in steps, fractions cut off. Numbers outside 0 to 255 become 255, which every
+/// operation refuses.
+template <typename Number>
+constexpr unsigned char stepOf(Number number) {
+    if constexpr (std::is_floating_point_v<Number>)
+        return static_cast<unsigned char>(number >= 0 && number < 256 ? number : 255);
+    else
+        return static_cast<unsigned char>(static_cast<unsigned long long>(number) > 255 ? 255
+                                                                                        : number);
+}
+
 /// Volumes, mutes, ducking, fade and balance, and the microphone's gains. Statuses, waits and
 /// threads: QVAudioSetting.h.
 ///
@@ -33,9 +53,9 @@ constexpr auto volumeOf(Number number) {
 /// knows; in the development server it is half a dB, step 100 is 0 dB and step 0 is silence.
 /// `unsigned char` means steps, `float` means dB. Where both are taken, a whole number of any type
 /// means steps and any other number dB: setMasterVolume(100), setMasterVolume(-10.5).
-/// Operations by stream type have two names instead and convert as the language does, unchecked:
-/// keep steps within 0 to 255. Pointers to results are never converted, and a literal null for one
-/// has to be cast: `static_cast<float*>(nullptr)`.
+/// Operations by stream type have two names instead: setVolumeByStreamType() takes every number for
+/// steps, setGainByStreamType() for dB. Pointers to results are never converted, and a literal null
+/// for a result must be cast: `static_cast<float*>(nullptr)`.
 ///
 /// Output paths are named "main", "second", "alternative" and "auxiliary"; texts are shorter than
 /// 64 bytes. A class that overrides one of several operations of a name hides the others:
@@ -191,6 +211,15 @@ public:
     /// @param type    null is refused. Setters send 64 bytes at most, getters 63
     /// @param volume  0 to 148 steps
     virtual int setVolumeByStreamType(const char* type, unsigned char volume) = 0;
+    /// As above.
+    /// @param type    as above
+    /// @param volume  steps; a number outside 0 to 148 is refused, fractions are cut off
+    template <typename Number, StepNumber<Number> = 0>
+    int setVolumeByStreamType(const char* type, Number volume) {
+        return setVolumeByStreamType(type, stepOf(volume));
+    }
+    template <typename Flag, NoVolume<Flag> = 0>
+    int setVolumeByStreamType(const char* type, Flag volume) = delete;
     /// @param type    as above
     /// @param volume  gets the steps
     virtual int getVolumeByStreamType(const char* type, unsigned char& volume) = 0;

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+// A write-back of the diagnostics settings that does not succeed.
+#include <cabinaudio/diag/AudioConfig.h>
+
+#include "tests/diag/FailingMemory.h"
+#include "tests/support/ConfigDirectory.h"
+#include "tests/support/LogCapture.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <optional>
+
+using cabinaudio::test::ConfigDirectory;
+using cabinaudio::test::FailingMemory;
+using cabinaudio::test::LogCapture;
+
+namespace {
+
+constexpr int kError = 6;
+constexpr char kNoMemory[] =
+    "Failed to open file(w):/media/flash/nvm/as_server/audio_config, "
+    "error:Cannot allocate memory(12)\n";
+constexpr char kNoSpace[] =
+    "Failed to open file(w):/media/flash/nvm/as_server/audio_config, "
+    "error:No space left on device(28)\n";
+
+/// Settings with something of each kind to write.
+void fill(AudioConfig& config) {
+    AudioDumpItem dump = {"main", "client", "/tmp/d"};
+    AudioTraceItem trace = {"main", "client", "/tmp/t"};
+    config.addDumpItem(dump);
+    config.addTraceItem(trace);
+    config.setLogLevel(static_cast<AudioLogLevel>(-2147483647 - 1));
+}
+
+}  // namespace
+
+TEST(WriteBack, IsLoggedAndLostWithoutMemory) {
+    const ConfigDirectory directory;
+    LogCapture log;
+    int failures = 0;
+    for (bool hasFailed = true; hasFailed;) {
+        std::optional<AudioConfig> config(std::in_place, false);
+        fill(*config);
+        log.clear();
+        const FailingMemory memory(failures + 1);
+        config.reset();
+        hasFailed = memory.hasFailed();
+        if (!hasFailed) break;
+        ++failures;
+        EXPECT_EQ(log.count(kError, "AudioConfig", "_storeConfigItems", kNoMemory), 1U)
+            << failures << log.dump();
+        EXPECT_EQ(log.lines().size(), 1U) << log.dump();
+    }
+    EXPECT_GT(failures, 0) << "nothing was allocated";
+    EXPECT_TRUE(log.lines().empty()) << log.dump();
+    EXPECT_EQ(directory.text(),
+              "Dump\n tag=main\n usage=client\n outPath=/tmp/d\n"
+              "Trace\n tag=main\n usage=client\n outPath=/tmp/t\n"
+              "Log\n level=-2147483648\n enMark=0\n");
+}
+
+TEST(WriteBack, IsLoggedAndLostOnAFullDisk) {
+    const ConfigDirectory directory;
+    const LogCapture log;
+    std::filesystem::create_symlink("/dev/full", directory.file());
+    {
+        AudioConfig config(false);
+        fill(config);
+    }
+    EXPECT_EQ(log.count(kError, "AudioConfig", "_storeConfigItems", kNoSpace), 1U) << log.dump();
+    EXPECT_EQ(log.lines().size(), 1U) << log.dump();
+}
