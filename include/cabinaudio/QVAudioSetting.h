@@ -14,7 +14,8 @@
 ///     anything else    the server's status
 ///
 /// Results are stored whenever the server has answered, whatever its status; what it left out reads
-/// as zero. An object has no lock: one thread at a time.
+/// as zero. An object has no lock: one thread at a time. Destroying an object in which another call
+/// than a blocked request is still under way is the application's fault.
 #include <cabinaudio/setting/App.h>
 #include <cabinaudio/setting/Mixer.h>
 #include <cabinaudio/setting/Source.h>
