@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/client/SlowThreads.h"
 
+#include "tests/support/TimeWidth.h"
+
 #include <dlfcn.h>
 #include <pthread.h>
 #include <unistd.h>
@@ -63,7 +65,9 @@ extern "C" int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t
     static const TimedWait next =
         __interceptor_pthread_cond_timedwait != nullptr
             ? __interceptor_pthread_cond_timedwait
-            : reinterpret_cast<TimedWait>(dlsym(RTLD_NEXT, "pthread_cond_timedwait"));
+            : reinterpret_cast<TimedWait>(
+                  dlsym(RTLD_NEXT, cabinaudio::test::symbolByTime("pthread_cond_timedwait",
+                                                                  "__pthread_cond_timedwait64")));
     if (!tHoldUp) {
         int result = next(condition, mutex, deadline);
         if (result == 0 && tMissesSignal) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/foundation/Platform.h"
 
+#include "tests/support/TimeWidth.h"
+
 #include <dlfcn.h>
 #include <pthread.h>
 #include <semaphore.h>
@@ -15,6 +17,7 @@ namespace {
 
 using cabinaudio::test::Creation;
 using cabinaudio::test::Failing;
+using cabinaudio::test::symbolByTime;
 using cabinaudio::test::TimedWait;
 
 constinit thread_local const char* tFailing = nullptr;
@@ -33,12 +36,26 @@ struct Name {
     consteval Name(const char (&literal)[size]) { std::copy_n(literal, size, text); }
 };
 
+constexpr const char* kTimed[][2] = {
+    {"clock_gettime", symbolByTime("clock_gettime", "__clock_gettime64")},
+    {"sem_clockwait", symbolByTime("sem_clockwait", "__sem_clockwait64")},
+    {"sem_timedwait", symbolByTime("sem_timedwait", "__sem_timedwait64")},
+    {"pthread_cond_timedwait",
+     symbolByTime("pthread_cond_timedwait", "__pthread_cond_timedwait64")},
+};
+
+const char* symbolOf(const char* name) {
+    for (const auto& row : kTimed)
+        if (std::strcmp(row[0], name) == 0) return row[1];
+    return name;
+}
+
 /// The definition behind ours. A sanitizer's stands in the program, too, under another name.
 void* findNext(const char* name) {
     char intercepted[96] = "__interceptor_";
     std::strncat(intercepted, name, sizeof(intercepted) - std::strlen(intercepted) - 1);
     void* const sanitizers = dlsym(RTLD_DEFAULT, intercepted);
-    return sanitizers != nullptr ? sanitizers : dlsym(RTLD_NEXT, name);
+    return sanitizers != nullptr ? sanitizers : dlsym(RTLD_NEXT, symbolOf(name));
 }
 
 template <Name name, typename... Args>

@@ -126,6 +126,16 @@ int reserve(int fd, int mode, off64_t offset, off64_t length) {
     return next(found, "fallocate64", "__interceptor_fallocate64")(fd, mode, offset, length);
 }
 
+using Ioctl = int(int, unsigned long, ...);
+
+bool failsCacheRequest(unsigned long request, const void* argument) {
+    if (request != 0x40084303 && request != 0x40084304) return false;
+    std::uint32_t range[2];
+    std::memcpy(range, argument, sizeof(range));
+    note("ioctl", request, range[0], range[1]);
+    return takeFailure("ioctl");
+}
+
 int openFile(const char* path, int flags, mode_t rights) {
     using Function = int(const char*, int, ...);
     static constinit std::atomic<Function*> found{nullptr};
@@ -262,19 +272,25 @@ int shm_unlink(const char* name) {
 }
 
 int ioctl(int fd, unsigned long request, ...) noexcept {
-    using Function = int(int, unsigned long, ...);
-    static constinit std::atomic<Function*> found{nullptr};
+    static constinit std::atomic<Ioctl*> found{nullptr};
     va_list arguments;
     va_start(arguments, request);
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
-    if (request == 0x40084303 || request == 0x40084304) {
-        std::uint32_t range[2];
-        std::memcpy(range, argument, sizeof(range));
-        note("ioctl", request, range[0], range[1]);
-        if (takeFailure("ioctl")) return -1;
-    }
+    if (failsCacheRequest(request, argument)) return -1;
     return next(found, "ioctl", "__interceptor_ioctl")(fd, request, argument);
+}
+
+// What a 32-bit library built with 64-bit times calls instead.
+int __ioctl_time64(int fd, unsigned long request, ...) noexcept;
+int __ioctl_time64(int fd, unsigned long request, ...) noexcept {
+    static constinit std::atomic<Ioctl*> found{nullptr};
+    va_list arguments;
+    va_start(arguments, request);
+    void* const argument = va_arg(arguments, void*);
+    va_end(arguments);
+    if (failsCacheRequest(request, argument)) return -1;
+    return next(found, "__ioctl_time64", "__interceptor_ioctl")(fd, request, argument);
 }
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attr, void* (*entry)(void*),
