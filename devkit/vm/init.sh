@@ -1,7 +1,7 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# First program of the virtual machine (run.py boots it, prepare.py makes its image). Runs the jobs of
-# /plan/order one after another and switches the machine off.
+# First program of the virtual machine (run.py boots it, prepare.py makes its image). Runs the jobs
+# of /plan/order one after another and switches the machine off.
 #
 # A line of /plan/order is KIND NAME SECONDS. /plan/NAME starts the job; SECONDS is the longest time
 # that it may be without output. Of kind "gtest" is a GoogleTest program: when it ends before its

@@ -127,7 +127,8 @@ class Results:
         self.outcomes.setdefault(test, (outcome, list(output)))
 
     def count(self, outcome):
-        return sum(self.outcomes[test][0] == outcome for test in self.tests if test in self.outcomes)
+        return sum(self.outcomes[test][0] == outcome
+                   for test in self.tests if test in self.outcomes)
 
 
 class Record:
@@ -137,7 +138,8 @@ class Record:
         self.work = work
         self.plan = plan
         self.complaints = []
-        self.results = {name: Results(program["tests"]) for name, program in plan["programs"].items()}
+        self.results = {name: Results(program["tests"])
+                        for name, program in plan["programs"].items()}
         self.results["demo"] = Results({"demo": "demo"})
         self.seconds = dict.fromkeys(self.results, 0)
         self.directory = os.path.join(work, "results")
@@ -197,7 +199,8 @@ def follow(console, record):
         elif word == "down":
             done = True
     if not done:
-        raise MachineFault("its kernel panicked" if console.panic else "it ended before its work did")
+        raise MachineFault("its kernel panicked" if console.panic
+                           else "it ended before its work did")
 
 
 def show_tail(work):

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""test_run.py: run.py and result.sh with an emulator that only prints a console, so that no fault of a
-machine or a program is taken for success."""
+"""test_run.py: run.py and result.sh with an emulator that only prints a console, so that no fault
+of a machine or a program is taken for success."""
 import contextlib
 import io
 import json
@@ -77,7 +77,8 @@ class AMachine(unittest.TestCase):
         self.assertRegex(output, r"(?m)^not run: p.A.three: a reason$")
 
     def test_a_failed_test_fails_alone_and_shows_its_output(self):
-        failed = [*BOTH[:3], "this is wrong", "[  FAILED  ] A.two, where GetParam() = 2 (1 ms)", RAN]
+        failed = [*BOTH[:3], "this is wrong", "[  FAILED  ] A.two, where GetParam() = 2 (1 ms)",
+                  RAN]
         status, output = self.run_with(UP + told("p", 1, *failed) + DEMO + DOWN)
         self.assertEqual(status, 0, output)
         self.assertEqual(self.result(0)[0], 0)
@@ -121,7 +122,8 @@ class AMachine(unittest.TestCase):
         self.assertRegex(output, f"(?m)^FAILED: .*{complaint}")
 
     def test_a_program_that_does_not_start_is_a_fault(self):
-        self.expect_complaint(UP + told("p", 127, "not found") + DEMO + DOWN, "p ended before its last")
+        self.expect_complaint(UP + told("p", 127, "not found") + DEMO + DOWN,
+                              "p ended before its last")
 
     def test_a_status_without_a_failed_test_is_a_fault(self):
         self.expect_complaint(UP + told("p", 3, *BOTH, RAN) + DEMO + DOWN, "status 3, but no test")

@@ -21,7 +21,8 @@ TEST(Disconnecting, ShutsDownSaysSoAndCloses) {
     LogCapture log;
     ScriptedServer server;
     AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
-    // A server that accepts later gets the descriptor that the client has closed, and closes it too.
+    // A server that accepts later gets the descriptor that the client has closed, and closes it
+    // too.
     ASSERT_TRUE(server.waitForClients(1));
     std::mutex lock;
     std::vector<std::string> steps;
