@@ -73,7 +73,7 @@ public:
     }
 
     /// The writing end waits for the header, which the other one makes.
-    [[nodiscard]] bool isReady() const {
+    [[nodiscard]] bool isReady() {
         const auto end = std::chrono::steady_clock::now() + PATIENCE;
         while (mRing.isUsable() && mRing.getTotalSize() != RING) {
             if (std::chrono::steady_clock::now() > end) return false;
