@@ -3,6 +3,8 @@
 
 #include <cabinaudio/link/AudioConnection.h>
 
+#include "link/RecordLoan.h"
+
 #include <atomic>
 #include <cstdint>
 
@@ -31,7 +33,7 @@ struct AudioSocket {
     std::atomic<bool> mBroken = false;     // a requester has given up; changed under mReplyLock
     std::atomic<bool> mBodyTaken = false;  // since mReplyReady was raised last
     std::uint64_t mSendLimitMs = 0;        // SO_SNDTIMEO as set last; of the requester
-    std::atomic<std::uint32_t> mReturnedLoans = 0;  // since the record was taken away
+    cabinaudio::ReturnedLoans mReturnedLoans;
 
     /// Makes the lock objects and the worker, which is not started yet.
     /// @return false when memory is short; destroy() then releases what was made

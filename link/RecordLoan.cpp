@@ -30,6 +30,18 @@ AudioSocket* withLoans(AudioSocket* record, std::uintptr_t loans) {
 
 }  // namespace
 
+void ReturnedLoans::add() {
+    const AudioMutex::AutoLock lock(mLock);
+    ++mCount;
+    mChanged.signal();
+}
+
+void ReturnedLoans::await(std::uint32_t count) {
+    const AudioMutex::AutoLock lock(mLock);
+    while (mCount < count)
+        mChanged.wait(mLock);
+}
+
 RecordLoan::RecordLoan(std::atomic<AudioSocket*>& slot) noexcept : mSlot(slot), mRecord(nullptr) {
     AudioSocket* seen = slot.load(std::memory_order_acquire);
     while (recordIn(seen) != nullptr && loansIn(seen) != LOANS) {
@@ -50,11 +62,7 @@ RecordLoan::~RecordLoan() {
                                         std::memory_order_acq_rel, std::memory_order_acquire))
             return;
     }
-    // Taken away. The record may be freed as soon as the last loan has been counted; waking needs
-    // its address only.
-    std::atomic<std::uint32_t>& returned = mRecord->mReturnedLoans;
-    returned.fetch_add(1, std::memory_order_release);
-    returned.notify_all();
+    mRecord->mReturnedLoans.add();  // the record may be freed as soon as this returns
 }
 
 TakenRecord takeRecord(std::atomic<AudioSocket*>& slot) noexcept {
@@ -63,10 +71,7 @@ TakenRecord takeRecord(std::atomic<AudioSocket*>& slot) noexcept {
 }
 
 void TakenRecord::awaitReturn() const {
-    const std::atomic<std::uint32_t>& returned = record->mReturnedLoans;
-    for (std::uint32_t seen = returned.load(std::memory_order_acquire); seen != loans;
-         seen = returned.load(std::memory_order_acquire))
-        returned.wait(seen, std::memory_order_acquire);
+    record->mReturnedLoans.await(loans);
 }
 
 }  // namespace cabinaudio

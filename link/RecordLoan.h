@@ -1,12 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cabinaudio/foundation/AudioCondition.h>
+#include <cabinaudio/foundation/AudioMutex.h>
+
 #include <atomic>
 #include <cstdint>
 
 struct AudioSocket;
 
 namespace cabinaudio {
+
+/// Loans that have been given back to a record that was taken away.
+class ReturnedLoans {
+public:
+    void add();
+    /// Waits, without a time limit, for this many.
+    void await(std::uint32_t count);
+
+private:
+    AudioMutex mLock{false};
+    AudioCondition mChanged{false};
+    std::uint32_t mCount = 0;  // guarded by mLock
+};
 
 /// The use of a connection's record by one thread, while another thread may disconnect.
 ///

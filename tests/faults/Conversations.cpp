@@ -147,6 +147,7 @@ public:
             server.on(place, [this](const Request&) {
                 const std::lock_guard lock(mLock);
                 mRing.reset();  // removes the name
+                ++mTimesAsked;
                 // A client that has given up may have asked nevertheless.
                 if (mIsOver) return Answer::words(AUDIO_INVALID_STATE, 0, 0);
                 mRing = physicalRing("str", SIZE);
@@ -162,6 +163,9 @@ public:
         mRing.reset();
         mIsOver = true;
     }
+
+    /// How often the client has asked where its ring lies.
+    [[nodiscard]] int timesAsked() const { return mTimesAsked; }
 
     /// Gives a reader something to read.
     void fill() {
@@ -181,6 +185,7 @@ private:
     std::mutex mLock;
     std::unique_ptr<ShareMemoryEx> mRing;
     bool mIsOver = false;
+    std::atomic<int> mTimesAsked{0};
 };
 
 void useStream(Talk& talk, AnyStream& stream, const StreamKind& kind, StreamServer& peer) {
@@ -212,6 +217,9 @@ void useStream(Talk& talk, AnyStream& stream, const StreamKind& kind, StreamServ
             const Exempt exempt;
             if (peer.server.clients() > 0) peer.server.notify(kind.event, 0);
         }
+        // A playback stream takes this for another announcement, and the next operation waits for
+        // its lock.
+        if (kind.writes) talk.await([&] { return peer.timesAsked() >= 2; });
         talk.check("move", stream.move(data, 512, false));
     }
     talk.check("stop", stream.stop());
