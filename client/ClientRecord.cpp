@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <optional>
 
 using cabinaudio::id;
 using cabinaudio::llu;
@@ -27,6 +26,9 @@ namespace {
 constexpr std::uint64_t DATA_WAIT_MS = 1000;
 constexpr std::uint64_t READER_EXIT_WAIT_MS = 500;
 constexpr unsigned VOLUME_MAX = 100;
+
+/// Operation of the lines that the helpers of read() write.
+constexpr LogSite READ{"ClientRecord", "read"};
 
 }  // namespace
 
@@ -229,21 +231,22 @@ int ClientRecord::read(unsigned char* buffer, int bytes, bool isBlock) {
                    mIsBlocked);
         return AUDIO_INVALID_STATE;
     }
-    return readLoop(buffer, bytes, isBlock, AUDIO_LOG_SITE);
+    return readLoop(buffer, bytes, isBlock);
 }
 
 /// @return bytes stored in `buffer`
-int ClientRecord::readLoop(unsigned char* buffer, int bytes, bool isBlock, const LogSite& site) {
+int ClientRecord::readLoop(unsigned char* buffer, int bytes, bool isBlock) {
     ShareMemoryEx* const ring = mShareMemory;
     const auto wanted = static_cast<unsigned>(bytes);
     unsigned done = 0;
     while (done < wanted) {
-        const unsigned used = waitForData(isBlock, site);
+        unsigned used = ring->getUsedSize();
+        if (used == 0 && isBlock) used = waitForData();
         if (used == 0) break;
         const unsigned count = std::min(wanted - done, used);
         const auto got = static_cast<unsigned>(ring->read(buffer + done, count));
         if (got == 0) {
-            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s] read from shm return:%u\n", mName, got);
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, READ, "[%s] read from shm return:%u\n", mName, got);
             break;
         }
         StreamDump::write(mDump, buffer + done, count);
@@ -252,18 +255,17 @@ int ClientRecord::readLoop(unsigned char* buffer, int bytes, bool isBlock, const
     return static_cast<int>(done);
 }
 
-/// @return bytes in the ring; 0 when none came, or none are wanted any more
-unsigned ClientRecord::waitForData(bool isBlock, const LogSite& site) {
+/// Waits for data. @return bytes in the ring; 0 when none came, or none are wanted any more
+unsigned ClientRecord::waitForData() {
     ShareMemoryEx* const ring = mShareMemory;
+    const cabinaudio::RingPatience patience(DATA_WAIT_MS);
     unsigned used = 0;
-    std::optional<cabinaudio::RingPatience> patience;
-    while ((used = ring->getUsedSize()) == 0 && isBlock) {
-        if (!patience) patience.emplace(DATA_WAIT_MS);
+    while ((used = ring->getUsedSize()) == 0) {
         mIsBlocked = true;
         bool isWoken = mCond.waitRelative(mLock, DATA_WAIT_MS) == 0;
-        if (patience->isOver() && ring->getUsedSize() == 0) isWoken = false;  // in vain
+        if (patience.isOver() && ring->getUsedSize() == 0) isWoken = false;  // in vain
         if (!isWoken)
-            AUDIO_LOG_AT(ANDROID_LOG_WARN, site,
+            AUDIO_LOG_AT(ANDROID_LOG_WARN, READ,
                          "[%s] waitting share memory data update timeout[%d ms]\n", mName,
                          static_cast<int>(DATA_WAIT_MS));
         mIsBlocked = false;

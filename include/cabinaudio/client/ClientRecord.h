@@ -122,9 +122,8 @@ private:
     CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
 
     // These are called with mLock held.
-    CABINAUDIO_LOCAL int readLoop(unsigned char* buffer, int bytes, bool isBlock,
-                                  const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL unsigned waitForData(bool isBlock, const cabinaudio::LogSite& site);
+    CABINAUDIO_LOCAL int readLoop(unsigned char* buffer, int bytes, bool isBlock);
+    CABINAUDIO_LOCAL unsigned waitForData();
     CABINAUDIO_LOCAL void endReader();
     CABINAUDIO_LOCAL bool isIdleOrActive() const;
 
