@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -35,6 +36,17 @@ constexpr std::uint32_t VALUES[] = {0,      1,          63,         64,         
                                     LENGTH, LENGTH + 1, 0x7fffffff, 0x80000000, 0xffffffff};
 /// A coded frame is read behind its header, whose bytes the server may have given anew meanwhile.
 constexpr std::size_t CODED_ROOM = LENGTH + 8;
+
+/// Whether the object is there and long enough: it has no bytes between its creation and the call
+/// that gives it its length.
+bool hasHeader(const std::string& object) {
+    const int fd = shm_open(("/" + object).c_str(), O_RDWR, 0);
+    if (fd < 0) return false;
+    struct stat state = {};
+    const int result = fstat(fd, &state);
+    close(fd);
+    return result == 0 && state.st_size >= static_cast<off_t>(sizeof(wire::RingHeader));
+}
 
 /// The header of a stream's ring, as the server has it.
 class ServersHeader {
@@ -88,11 +100,7 @@ protected:
         ASSERT_EQ(stream->initCheck(), AUDIO_NO_ERROR);
         ASSERT_EQ(stream->start(), AUDIO_NO_ERROR);
         const std::string object = kind.isPosix ? "ring" : "ring_0x100000";
-        ASSERT_TRUE(eventually([&] {
-            const int fd = shm_open(("/" + object).c_str(), O_RDWR, 0);
-            if (fd >= 0) close(fd);
-            return fd >= 0;
-        }));
+        ASSERT_TRUE(eventually([&] { return hasHeader(object); }));
         header.emplace(object);
         header->set(LENGTH, 0, 0);
         // The object is there before the stream knows its ring.
