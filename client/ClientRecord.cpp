@@ -317,12 +317,7 @@ ClientRecord::~ClientRecord() {
 
 /// Ends a blocked read. Called with mLock held.
 void ClientRecord::endReader() {
-    mCond.signal();
-    const std::uint64_t begin = nowMs();
-    // notify() can wake this thread instead of the reader: test the flag of the reader.
-    for (std::uint64_t waited = 0; mIsBlocked && waited < READER_EXIT_WAIT_MS;
-         waited = nowMs() - begin)
-        (void)mCond.waitRelative(mLock, READER_EXIT_WAIT_MS - waited);
+    (void)cabinaudio::awaitExit(mLock, mCond, mIsBlocked, READER_EXIT_WAIT_MS);
     if (mIsBlocked)
         AUDIO_LOGW("[%s] waitting exit read timeout[%d ms]\n", mName,
                    static_cast<int>(READER_EXIT_WAIT_MS));

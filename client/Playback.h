@@ -383,14 +383,8 @@ private:
     template <typename Stream>
     static void waitForWriter(Stream& stream, const LogSite& site) {
         AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "[%s] destroy with out stop finish\n", stream.mName);
-        stream.mCond.signal();
-        const std::uint64_t begin = nowMs();
-        std::uint64_t waited = 0;
-        // notify() may wake this instead of the writer: wait for what the writer does.
-        while (stream.mIsBlocked && waited < WRITER_EXIT_WAIT_MS) {
-            (void)stream.mCond.waitRelative(stream.mLock, WRITER_EXIT_WAIT_MS - waited);
-            waited = nowMs() - begin;
-        }
+        const std::uint64_t waited =
+            awaitExit(stream.mLock, stream.mCond, stream.mIsBlocked, WRITER_EXIT_WAIT_MS);
         if (stream.mIsBlocked)
             AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s] waitting exit timeout[%llu ms]\n",
                          stream.mName, llu(waited));

@@ -52,6 +52,17 @@ std::uint64_t wakeAfterUpdate(AudioCondition& changed, ShareMemoryEx* ring) {
     return nowMs() - ring->getUpdateTime();
 }
 
+std::uint64_t awaitExit(AudioMutex& lock, AudioCondition& changed, const bool& isBlocked,
+                        std::uint64_t limitMs) {
+    changed.signal();
+    const std::uint64_t begin = nowMs();
+    std::uint64_t waited = 0;
+    // notify() can wake this thread instead of the blocked call: test the flag of the call.
+    for (; isBlocked && waited < limitMs; waited = nowMs() - begin)
+        (void)changed.waitRelative(lock, limitMs - waited);
+    return waited;
+}
+
 std::int32_t clearCapture(AudioStreamState state, ShareMemoryEx* ring, const char* name,
                           const LogSite& site) {
     if (state != IDLE) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cabinaudio/foundation/AudioCondition.h>
+#include <cabinaudio/foundation/AudioMutex.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 #include <cabinaudio/foundation/AudioTypes.h>
 #include <cabinaudio/shm/ShareMemory.h>
@@ -102,6 +103,12 @@ private:
 /// @param ring  may be null
 /// @return milliseconds since the update
 std::uint64_t wakeAfterUpdate(AudioCondition& changed, ShareMemoryEx* ring);
+
+/// Wakes a blocked read or write and waits until it has left. Called with the stream's lock held.
+/// @param isBlocked  guarded by `lock`
+/// @return milliseconds that it took, `limitMs` or a little more when the call has not left
+std::uint64_t awaitExit(AudioMutex& lock, AudioCondition& changed, const bool& isBlocked,
+                        std::uint64_t limitMs);
 
 /// A wake-up that took this long gets a line in the log.
 constexpr std::uint64_t LAG_WARNING_MS = 2;
