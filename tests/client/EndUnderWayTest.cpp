@@ -14,7 +14,10 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cstdio>
 #include <functional>
+#include <future>
 #include <string>
 #include <thread>
 
@@ -67,7 +70,10 @@ protected:
             },
             kind().writes ? AUDIO_INVALID_OPERATION : AUDIO_INVALID_STATE);
         AnyStream* const watched = stream.get();
-        mDestroyer = std::thread([this] { stream.reset(); });
+        mDestroyer = std::thread([this] {
+            stream.reset();
+            mLapsedWaits = lapsedWaits();
+        });
         // The object lives until the blocked call has left.
         const char* const line = "\\[str\\] client record state is not active:0.\n";
         ASSERT_TRUE(eventually([&] {
@@ -90,6 +96,7 @@ protected:
             << log.dump();
     }
     void expectNothingLeft() {
+        EXPECT_EQ(mLapsedWaits, 0) << "the blocked call left without a signal";
         EXPECT_EQ(log.countMatching(ERROR, ".*waitting exit.*\n"), 0U) << log.dump();
         EXPECT_EQ(log.countMatching(WARN, ".*waitting exit.*\n"), 0U) << log.dump();
         serverRing.reset();
@@ -114,6 +121,7 @@ private:
     std::binary_semaphore mGo{0};
     std::future<int> mMover;
     std::thread mDestroyer;
+    int mLapsedWaits = 0;  // of the destructor
 };
 
 const auto kindName = [](const auto& kind) { return streamKinds()[kind.param].name; };
@@ -275,6 +283,87 @@ public:
     LineHook(const LineHook&) = delete;
     LineHook& operator=(const LineHook&) = delete;
 };
+
+/// A stream with a ring in physical memory, whose lines go to a hook.
+class StreamWithARing : public ::testing::TestWithParam<std::size_t> {
+protected:
+    StreamWithARing() {
+        for (const std::uint32_t create : {2U, 21U})
+            server.on(create, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
+        for (const std::uint32_t function : {18U, 20U})
+            server.on(function, Answer::words(0, RING_ADDRESS, SIZE));
+    }
+    /// A part of the line that says that a ring was mapped.
+    [[nodiscard]] static const char* announced() {
+        if (GetParam() == TRACK) return "]share memory ready size[4096]";
+        return GetParam() == SINK ? "]main init shareMemory OK size:4096"
+                                  : "] record initShareMem OK, shm_size = 4096";
+    }
+    [[nodiscard]] static bool isDeletion(const std::string& line) {
+        return line.find("delete shared memory name:") != std::string::npos;
+    }
+    void make() {
+        makeRing();
+        stream = kind().create(cdFormat());
+        ASSERT_EQ(stream->start(), AUDIO_NO_ERROR);
+        server.notify(kind().event, 1);
+        ASSERT_TRUE(eventually([this] { return stream->getTotalBufferSize() != 0; }));
+    }
+    /// The server's end of a ring in a new object.
+    void makeRing() {
+        char name[64];
+        std::snprintf(name, sizeof name, "/str_0x%x", RING_ADDRESS);
+        shm_unlink(name);
+        serverRing = physicalRing("str", SIZE);
+        ASSERT_TRUE(serverRing->isUsable());
+    }
+    [[nodiscard]] static const StreamKind& kind() { return streamKinds()[GetParam()]; }
+
+    ScriptedServer server;
+    std::unique_ptr<ShareMemoryEx> serverRing;
+    std::unique_ptr<AnyStream> stream;
+};
+
+INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamWithARing, ::testing::Values(TRACK, SINK, UPLINK),
+                         kindName);
+
+TEST_P(StreamWithARing, CanBeStoppedWhileItsReplacedRingIsDeleted) {
+    const std::thread::id test = std::this_thread::get_id();
+    std::promise<std::future_status> during;
+    std::future<int> stopping;
+    const LineHook hook([&](const std::string& line) {
+        if (std::this_thread::get_id() == test || !isDeletion(line) || stopping.valid()) return;
+        stopping = std::async(std::launch::async, [this] { return stream->stop(); });
+        during.set_value(stopping.wait_for(std::chrono::seconds(5)));
+    });
+    make();
+    makeRing();
+    server.notify(kind().event, 1);
+    EXPECT_EQ(during.get_future().get(), std::future_status::ready)
+        << "the ring is deleted under the stream's lock";
+    EXPECT_EQ(stopping.get(), AUDIO_NO_ERROR);
+    stream.reset();
+}
+
+TEST_P(StreamWithARing, ReleasesARingThatIsAnnouncedWhileItsRingIsDeleted) {
+    if (GetParam() == UPLINK) return;  // deletes its ring after the last notification
+    const ProcessState before = ProcessState::now();
+    std::promise<void> mapped;
+    std::future<void> isMapped = mapped.get_future();
+    std::atomic<int> announcements{0};
+    std::atomic<int> deletions{0};
+    const LineHook hook([&](const std::string& line) {
+        if (line.find(announced()) != std::string::npos && ++announcements == 2) mapped.set_value();
+        if (!isDeletion(line) || ++deletions != 1) return;
+        server.notify(kind().event, 1);
+        EXPECT_EQ(isMapped.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    });
+    make();
+    stream.reset();
+    EXPECT_EQ(deletions, 2);
+    serverRing.reset();
+    EXPECT_TRUE(leavesNoMoreThan(before));
+}
 
 class TrackOfATest : public ::testing::Test {
 protected:
