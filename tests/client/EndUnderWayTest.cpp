@@ -211,6 +211,33 @@ TEST_P(StreamRemovedInCreation, StaysRemoved) {
     }
 }
 
+/// Streams that get a notification before their registration is answered.
+class StreamNotifiedInCreation : public AStream, public ::testing::WithParamInterface<std::size_t> {
+protected:
+    [[nodiscard]] std::unique_ptr<AnyStream> create() const {
+        return streamKinds()[GetParam()].create(cdFormat());
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamNotifiedInCreation,
+                         ::testing::Values(TRACK, SINK, UPLINK), kindName);
+
+TEST_P(StreamNotifiedInCreation, SendsNoRequestBeforeItIsRegistered) {
+    server.on(21, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
+    server.on(2, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
+    server.on(20, Answer::words(0, RING_ADDRESS, SIZE));
+    // An uplink that is not created yet maps no ring; it acknowledges the end of one.
+    const bool isUplink = GetParam() == UPLINK;
+    server.onRegistration(Answer::handle(100).bodyHeld().after(isUplink ? 2 : 3, 0));
+    auto creation = std::async(std::launch::async, [this] { return create(); });
+    // A stream that does not wait asks now.
+    EXPECT_EQ(creation.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    server.release();
+    const std::unique_ptr<AnyStream> stream = creation.get();
+    EXPECT_TRUE(server.waitForRequest(isUplink ? LET_GO : 20)) << log.dump();
+    EXPECT_EQ(log.countMatching(ERROR, "mConn=.*\n"), 0U) << log.dump();
+}
+
 /// A sink whose start request is not answered yet.
 class SinkInARequest : public AStream {
 protected:

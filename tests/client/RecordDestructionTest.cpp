@@ -56,8 +56,9 @@ TEST_P(ACapturesDestruction, SaysNothingOfATimeOutWhenNobodyReads) {
 TEST_P(ACapturesDestruction, EndsABlockedRead) {
     makeActive();
     std::future<int> reader = waitingRead();
+    const int lapsed = lapsedWaits();
     record.reset();
-    // The reader signals when it leaves, so the destructor does not wait until its time is over.
+    EXPECT_EQ(lapsedWaits(), lapsed) << "the reader must signal when it leaves";
     EXPECT_EQ(log.count(WARN, TIMEOUT), 0U) << log.dump();
     if (kind == Kind::RAW_MIC) {
         EXPECT_EQ(reader.get(), 0);
