@@ -32,10 +32,10 @@ namespace {
 
 using ::testing::Each;
 
-constexpr std::uintptr_t MOST_LOANS = alignof(std::max_align_t) - 1;
+constexpr std::size_t MOST_LOANS = alignof(std::max_align_t) - 1;
 
-/// The record of a connected object: the third field, behind the name and the port. A request under
-/// way is counted in its low bits.
+/// The record of a connected object: the third field, behind the name and the port. Only while no
+/// request is under way, which would be counted in the pointer.
 AudioSocket* recordOf(const AudioConnection& connection) {
     struct Front {
         const char* path;
@@ -43,8 +43,7 @@ AudioSocket* recordOf(const AudioConnection& connection) {
         AudioSocket* record;
     } front;
     std::memcpy(static_cast<void*>(&front), static_cast<const void*>(&connection), sizeof front);
-    return reinterpret_cast<AudioSocket*>(reinterpret_cast<std::uintptr_t>(front.record) &
-                                          ~MOST_LOANS);
+    return front.record;
 }
 
 void waitForWorkersEnd(AudioSocket& record) {
@@ -109,8 +108,8 @@ TEST_F(AConnection, KeepsAReplysBodyForItsReaderWhenTheReceiveThreadWakesUpEarly
 
 TEST_F(AConnection, IsNotFooledByWakeUpsWithoutAReply) {
     Bytes body(4);
-    auto result = receivingInBackground(body);
     AudioSocket* const record = recordOf(connection);
+    auto result = receivingInBackground(body);
     for (int i = 0; i < 1000; ++i) {
         record->mReplyCond->broadcast();
         record->wakeRequester();
