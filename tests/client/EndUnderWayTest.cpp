@@ -238,6 +238,19 @@ TEST_P(StreamNotifiedInCreation, SendsNoRequestBeforeItIsRegistered) {
     EXPECT_EQ(log.countMatching(ERROR, "mConn=.*\n"), 0U) << log.dump();
 }
 
+class ASinkWithoutItsSource : public AStream {
+protected:
+    ASinkWithoutItsSource() {
+        server.on(21, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
+        server.on(20, Answer::words(0, RING_ADDRESS, SIZE));
+        serverRing = physicalRing("str", SIZE);
+        AudioFormatDesc format = cdFormat();
+        sink = std::make_unique<ClientSink>("str", AUDIO_TAG_MAIN, format, 0);
+    }
+
+    std::unique_ptr<ClientSink> sink;
+};
+
 /// A sink whose start request is not answered yet.
 class SinkInARequest : public AStream {
 protected:
@@ -290,6 +303,19 @@ TEST_F(SinkInARequest, IsCheckedWithoutWaiting) {
     EXPECT_EQ(starting.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
     server.release();
     EXPECT_EQ(starting.get(), AUDIO_NO_ERROR);
+}
+
+TEST_F(ASinkWithoutItsSource, AsksForTheNextRingOnlyAfterTheAcknowledgment) {
+    server.on(LET_GO, Answer::status(0).held());
+    std::future<void> acknowledging = std::async(std::launch::async, [this] { sink->deactived(); });
+    ASSERT_TRUE(server.waitForRequest(LET_GO)) << log.dump();
+    server.notify(3, 1);
+    // A sink that does not wait asks now.
+    EXPECT_EQ(acknowledging.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    server.release();
+    EXPECT_TRUE(server.waitForRequest(20)) << log.dump();
+    EXPECT_TRUE(eventually([this] { return sink->getTotalBufferSize() == int{SIZE}; }));
+    EXPECT_EQ(log.countMatching(ERROR, ".*bad sequence\n"), 0U) << log.dump();
 }
 
 // ---- Steps under the lock, seen from inside of a log line ---------------------------------------
@@ -448,6 +474,63 @@ TEST_F(TrackOfATest, KeepsItsLockUntilALateWakeUpHasBeenLogged) {
     EXPECT_EQ(other.get(), AUDIO_NO_ERROR);
     EXPECT_EQ(writer.get(), STEP);
     track.reset();
+}
+
+/// A capture stream that reads live data gets a wake-up that is late.
+template <typename Record>
+void expectLockUntilLateWakeUpIsLogged(ScriptedServer& server, Record& record, ShareMemoryEx& ring,
+                                       std::future<std::future_status> during) {
+    std::vector<unsigned char> bytes(STEP);
+    const auto read = [&] { return record.read(bytes.data(), STEP, true); };
+    ASSERT_EQ(record.start(), AUDIO_NO_ERROR);
+    server.notify(2, 1);
+    ASSERT_TRUE(eventually([&] { return record.getTotalBufferSize() != 0; }));
+    ASSERT_EQ(ring.write(bytes.data(), STEP), STEP);
+    ASSERT_EQ(read(), STEP);
+    std::future<int> reader = blocked(read, AUDIO_INVALID_STATE);
+    ASSERT_TRUE(eventually([&] { return AudioTime::now() / 1000 >= ring.getUpdateTime() + 2; }));
+    record.notify();
+    EXPECT_EQ(during.get(), std::future_status::timeout) << "an operation got the lock in between";
+    ASSERT_EQ(ring.write(bytes.data(), STEP), STEP);
+    EXPECT_EQ(reader.get(), STEP);
+}
+
+class LateWakeUpOfARecord : public TrackOfATest {
+protected:
+    /// @param make  makes the record
+    template <typename Record, typename Make>
+    void expectLock(std::unique_ptr<ShareMemoryEx> ring, Make make) {
+        server.on(2, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
+        server.on(18, Answer::words(0, RING_ADDRESS, SIZE));
+        AudioFormatDesc speech = {0, 16000, 0, AUDIO_CHANNEL_MAP_1, 0, AUDIO_BIT_DEPTH_16};
+        Record* record = nullptr;
+        std::promise<std::future_status> during;
+        std::future<int> other;
+        std::atomic<bool> isDone{false};
+        const LineHook hook([&](const std::string& line) {
+            if (line.find("update share memory IPC interVal") == std::string::npos) return;
+            if (isDone.exchange(true)) return;
+            other = std::async(std::launch::async, [&] { return record->bytesUsed(); });
+            during.set_value(other.wait_for(std::chrono::milliseconds(100)));
+        });
+        std::unique_ptr<Record> made = make(speech);
+        record = made.get();
+        expectLockUntilLateWakeUpIsLogged(server, *record, *ring, during.get_future());
+        if (other.valid()) other.wait();
+        made.reset();
+    }
+};
+
+TEST_F(LateWakeUpOfARecord, IsLoggedUnderTheLockOfTheRawMicrophone) {
+    expectLock<ClientRecord>(posixRing("str", SIZE), [](AudioFormatDesc& format) {
+        return std::make_unique<ClientRecord>("str", AUDIO_TAG_INPUT0, format, 0);
+    });
+}
+
+TEST_F(LateWakeUpOfARecord, IsLoggedUnderTheLockOfTheUplink) {
+    expectLock<ClientRecordRt>(physicalRing("str", SIZE), [](AudioFormatDesc& format) {
+        return std::make_unique<ClientRecordRt>("str", AUDIO_TAG_UPLINK, format);
+    });
 }
 
 TEST_F(TrackOfATest, WaitsOnForItsRingAfterASignalWithoutOne) {

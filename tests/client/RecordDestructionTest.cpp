@@ -70,6 +70,33 @@ TEST_P(ACapturesDestruction, EndsABlockedRead) {
     }
 }
 
+TEST_P(ACapturesDestruction, WaitsOnWhenAnUpdateWakesItInsteadOfTheReader) {
+    makeActive();
+    std::binary_semaphore go{0};
+    const int bytes = kind == Kind::RAW_MIC ? 10 : 32 * 60'000;
+    std::future<int> reader = blocked(
+        [&] {
+            sleepOnUntil(go);
+            return read(bytes, true);
+        },
+        AUDIO_INVALID_STATE);
+    AudioRecord* const watched = record.get();
+    auto* const update = dynamic_cast<ShareMemoryUpdateNotificationCallback*>(watched);
+    ASSERT_NE(update, nullptr);
+    std::thread destroyer([this] { record.reset(); });
+    EXPECT_TRUE(eventually([&] {
+        (void)watched->bytesUsed();
+        return log.countMatching(ERROR, ".*([Aa]bnormal state|state is not active):0.\n") != 0;
+    })) << log.dump();
+    update->notify();
+    // A destructor that does not wait on gives the reader up now.
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    go.release();
+    destroyer.join();
+    EXPECT_EQ(log.count(WARN, TIMEOUT), 0U) << log.dump();
+    EXPECT_EQ(reader.get(), kind == Kind::RAW_MIC ? 0 : AUDIO_INVALID_STATE);
+}
+
 TEST_P(ACapturesDestruction, GivesUpOnAReaderAfterHalfASecond) {
     // The stuck reader never leaves, so the record's memory has to stay.
     constexpr std::size_t SIZE = std::max(sizeof(ClientRecord), sizeof(ClientRecordRt));
