@@ -25,7 +25,7 @@ TESTS = [
     ("client/Stream.cpp", ["race-wait-test", "client-end-test", "client-test",
                            "client-record-test", "client-stream-test"]),
     ("client/StreamDump.cpp", ["client-stream-test"]),
-    ("client/StreamLink.h", ["client-end-test", "client-stream-test"]),
+    ("client/StreamLink.h", ["client-end-test", "client-sink-test", "race-test"]),
     ("client/RequestFrame.h", ["client-end-test", "race-test", "client-test"]),
     ("client/Setting", ["settings-test"]),
     ("client/ClientSourceSetting.cpp", ["settings-test"]),
@@ -34,14 +34,14 @@ TESTS = [
     ("client/ClientVolumeSetting.cpp", ["settings-test", "abi-test"]),
     ("diag/", ["diag-test"]),
     ("include/cabinaudio/", ["abi-test"]),
-    ("client/ClientTrack.cpp", ["client-end-test", "client-test", "client-fault-test",
+    ("client/ClientTrack.cpp", ["client-fault-test", "client-end-test", "client-test",
                                 "client-stream-test", "race-test"]),
-    ("client/ClientSink.cpp", ["client-end-test", "client-sink-test", "client-storm-test",
-                               "client-fault-test", "client-stream-test", "race-test"]),
-    ("client/ClientRecord.cpp", ["client-end-test", "client-record-test", "client-fault-test",
+    ("client/ClientSink.cpp", ["client-fault-test", "client-end-test", "client-sink-test",
+                               "client-storm-test", "client-stream-test", "race-test"]),
+    ("client/ClientRecord.cpp", ["client-fault-test", "client-end-test", "client-record-test",
                                  STORM, "client-stream-test", "race-test"]),
-    ("client/ClientRecordRt.cpp", ["client-end-test", "client-uplink-test", "client-record-test",
-                                   "client-fault-test", STORM, "client-stream-test",
+    ("client/ClientRecordRt.cpp", ["client-fault-test", "client-end-test", "client-uplink-test",
+                                   "client-record-test", STORM, "client-stream-test",
                                    "race-test"]),
 ]
 # With the thread sanitizer, for what the others let through.
@@ -410,8 +410,8 @@ _in("link/RemoteCall.cpp",
     ("a call without a handle", "if (conn == nullptr || handle == 0) {",
      "if (conn == nullptr) {"),
     ("a call does not hold the connection",
-     "    const UseGate::Visit visit(mNotifier->requests);\n    AudioConnection* const conn = mConn;\n"
-     "    const std::uint32_t handle",
+     "    const UseGate::Visit visit(mNotifier->requests);\n"
+     "    AudioConnection* const conn = mConn;\n    const std::uint32_t handle",
      "    AudioConnection* const conn = mConn;\n    const std::uint32_t handle"),
     ("a whole request does not hold the call",
      "    const UseGate::Visit visit(mNotifier->requests);\n    std::uint8_t* req = nullptr;",
@@ -505,14 +505,19 @@ _in("client/StreamDump.cpp",
      "    delete static_cast<StreamDump*>(current.exchange"),
     ("an earlier dump is forgotten",
      "    dump->mEarlier = static_cast<StreamDump*>(current.exchange(dump, "
-     "std::memory_order_acq_rel));", "    (void)current.exchange(dump, std::memory_order_acq_rel);"),
+     "std::memory_order_acq_rel));",
+     "    (void)current.exchange(dump, std::memory_order_acq_rel);"),
     ("a dump is stored without a barrier", "std::memory_order_acq_rel",
-     "std::memory_order_relaxed"),
+     "std::memory_order_relaxed",
+     OUT_OF_REACH + "a read would have to be held up between its data and its dump while other "
+     "threads stop and check the stream"),
     ("dumps stay open", "        delete dump;\n", ""))
 
 _in("client/StreamLink.h",
     ("an early notification finds no link", "RemoteCall((rc = this, type), notify",
-     "RemoteCall(type, notify"))
+     "RemoteCall(type, notify"),
+    ("a late notification finds no extras", "public StreamExtras, public RemoteCall",
+     "public RemoteCall, public StreamExtras"))
 
 _in("client/Playback.h",
     ("a full ring is looked at once only",
@@ -797,7 +802,9 @@ _in("client/ClientRecordRt.cpp",
      "    return mRc->callFuncId"),
     ("a ring is asked for beside another request",
      "    const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);\n"
-     "    ShareMemoryEx* replaced", "    ShareMemoryEx* replaced"),
+     "    ShareMemoryEx* replaced", "    ShareMemoryEx* replaced",
+     "the notifier thread alone makes a request without the stream's lock, and it asks for the "
+     "ring as well"),
     ("a ring during destruction", "    if (mState == NO_INIT) {\n        AUDIO_LOGW(",
      "    if (false) {\n        AUDIO_LOGW("),
     ("a failed request drops the ring",
