@@ -468,7 +468,8 @@ TEST_F(TrackOfATest, KeepsItsLockUntilALateWakeUpHasBeenLogged) {
     // The time of the last update is that of the write above, which is late by now.
     ASSERT_TRUE(
         eventually([this] { return AudioTime::now() / 1000 >= serverRing->getUpdateTime() + 2; }));
-    serverRing->read(data.data(), STEP);
+    std::vector<unsigned char> played(STEP);
+    serverRing->read(played.data(), STEP);
     EXPECT_EQ(during.get_future().get(), std::future_status::timeout)
         << "an operation got the lock in between";
     EXPECT_EQ(other.get(), AUDIO_NO_ERROR);
@@ -480,18 +481,19 @@ TEST_F(TrackOfATest, KeepsItsLockUntilALateWakeUpHasBeenLogged) {
 template <typename Record>
 void expectLockUntilLateWakeUpIsLogged(ScriptedServer& server, Record& record, ShareMemoryEx& ring,
                                        std::future<std::future_status> during) {
+    const std::vector<unsigned char> sent(STEP, 0x5a);
     std::vector<unsigned char> bytes(STEP);
     const auto read = [&] { return record.read(bytes.data(), STEP, true); };
     ASSERT_EQ(record.start(), AUDIO_NO_ERROR);
     server.notify(2, 1);
     ASSERT_TRUE(eventually([&] { return record.getTotalBufferSize() != 0; }));
-    ASSERT_EQ(ring.write(bytes.data(), STEP), STEP);
+    ASSERT_EQ(ring.write(sent.data(), STEP), STEP);
     ASSERT_EQ(read(), STEP);
     std::future<int> reader = blocked(read, AUDIO_INVALID_STATE);
     ASSERT_TRUE(eventually([&] { return AudioTime::now() / 1000 >= ring.getUpdateTime() + 2; }));
     record.notify();
     EXPECT_EQ(during.get(), std::future_status::timeout) << "an operation got the lock in between";
-    ASSERT_EQ(ring.write(bytes.data(), STEP), STEP);
+    ASSERT_EQ(ring.write(sent.data(), STEP), STEP);
     EXPECT_EQ(reader.get(), STEP);
 }
 
