@@ -30,8 +30,9 @@ reply      -       WAKE_WITHOUT_LOCK             stuck
 reply      -       NO_SHUTDOWN                   stuck
 reply      -       NO_POST_IN_DISCONNECT         stuck
 reply      WAKES   NO_POST_AFTER_BODY            stuck
-reply      -       NO_DRAIN                      assertion
-reply      -       ENTERS_LATE                   assertion
+reply      -       DOES_NOT_AWAIT                assertion
+reply      -       COUNTS_LATE                   stuck
+reply      -       GIVES_NOTHING_BACK            stuck
 reply      TIMEOUT TIMEOUT_WITHOUT_BREAK         assertion
 reply      WAKES   GONE_WITHOUT_LOCK             stuck
 reply      ABANDON ABANDON_LOOKS_FIRST           stuck
@@ -39,6 +40,7 @@ deletion   -       -                             holds
 deletion   -       NO_DRAIN                      assertion
 deletion   -       ENTERS_LATE                   assertion
 deletion   -       TAKES_WITHOUT_LOCK            assertion
+deletion   -       TAKES_AWAY_FIRST              assertion
 deletion   -       DELETES_UNDER_LOCK            stuck
 deletion   -       TELLS_FIRST                   assertion
 deletion   -       KEEPS_THE_RING                assertion
@@ -48,7 +50,8 @@ destructor UPLINK  -                             holds
 destructor -       DOES_NOT_WAKE                 stuck
 destructor -       CALLER_KEEPS_SILENT           stuck
 destructor -       TIMED_OUT_CALLER_KEEPS_SILENT stuck
-destructor -       REMOVED_OVERWRITES            stuck
+destructor -       ANSWERS_THE_DESTRUCTOR_ONLY   stuck
+destructor UPLINK  ANSWERS_THE_DESTRUCTOR_ONLY   stuck
 destructor -       WAITS_ONCE                    assertion
 destructor UPLINK  NO_DRAIN                      assertion
 LIST

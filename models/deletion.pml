@@ -2,10 +2,11 @@
  *
  * A ring that the server takes away or replaces while the application uses the stream
  * (client/ClientSink.cpp: onSourceActivated(), onSourceDeactivated(); client/ClientTrack.cpp:
- * onRingReady(); client/Playback.h: deleteRing(), freeSize(), waitForSpace();
- * shm/ShareMemory.cpp: uninitShmNotificationReceiver()). Nobody uses a ring that is unmapped, the
- * server hears of it only afterwards, and nobody waits for ever, although the server may initialise
- * the semaphore under the sleeping receiver once. */
+ * onRingReady(); client/Stream.cpp: adoptRing(), deleteRing(); client/Playback.h: freeSize(),
+ * waitForSpace(); shm/ShareMemory.cpp: uninitShmNotificationReceiver()). Nobody uses a ring that is
+ * unmapped, the server hears of it only afterwards, a write finds a ring for as long as one is
+ * announced, and nobody waits for ever, although the server may initialise the semaphore under the
+ * sleeping receiver once. */
 
 #define RINGS 2                 /* number 0 is no ring */
 #define ROUNDS 2
@@ -16,7 +17,8 @@ byte ring;                      /* mShareMemory */
 bool isMapped[RINGS + 1];
 bool isReceiving[RINGS + 1], hasReceiverEnded[RINGS + 1];
 byte posts[RINGS + 1];
-byte visitors;                  /* in mRingVisitors */
+byte visitors;                  /* in the link's gate of those who look without the lock */
+bool isAnnounced;               /* there is a ring, or another in its place */
 bool isBlocked;                 /* guarded by the lock */
 
 #define use(r) assert(isMapped[r])
@@ -66,19 +68,27 @@ inline deleteRing(old) {
     fi
 }
 
-inline takeAway(old) {
-#ifdef TAKES_WITHOUT_LOCK
-    d_step { old = ring; ring = 0 }
-#else
+/* Puts a ring, or none, in the place of the one there is. Mapping it is a step under the lock. */
+inline exchange(number, old, announced) {
+#ifndef TAKES_WITHOUT_LOCK
     lock();
-    d_step { old = ring; ring = 0 }
+#endif
+    if
+    :: number == 0
+    :: else ->
+        atomic {
+            isMapped[number] = true;
+            isReceiving[number] = true;
+            run Receiver(number)
+        }
+    fi;
+    d_step { old = ring; ring = number; isAnnounced = announced }
     if
     :: isBlocked -> signal()
     :: else
     fi;
-#ifndef DELETES_UNDER_LOCK
+#if !defined(TAKES_WITHOUT_LOCK) && !defined(DELETES_UNDER_LOCK)
     unlock()
-#endif
 #endif
 }
 
@@ -89,25 +99,18 @@ inline takeAway(old) {
 #endif
 
 inline announce(number, old) {
-    takeAway(old);
+#ifdef TAKES_AWAY_FIRST
+    exchange(0, old, isAnnounced);
     deleteRing(old);
     afterDeletion();
-    lock();
-    atomic {
-        isMapped[number] = true;
-        isReceiving[number] = true;
-        run Receiver(number)
-    }
-    ring = number;
-    if
-    :: isBlocked -> signal()
-    :: else
-    fi;
-    unlock()
+#endif
+    exchange(number, old, true);
+    deleteRing(old);
+    afterDeletion()
 }
 
 inline withdraw(old) {
-    takeAway(old);
+    exchange(0, old, false);
 #ifdef TELLS_FIRST
     assert(!isMapped[old]);     /* the server uses the memory again */
 #endif
@@ -133,6 +136,8 @@ inline waitABit() {
     fi
 }
 
+inline find(mine) { d_step { mine = ring; assert(mine != 0 || !isAnnounced) } }
+
 active proctype Writer() {
     byte mine, round;
     do
@@ -144,7 +149,7 @@ active proctype Writer() {
         :: ring == 0 -> isBlocked = true; waitABit(); isBlocked = false
         :: else
         fi;
-        mine = ring;
+        find(mine);
         if
         :: mine == 0 -> skip
         :: mine != 0 ->
@@ -153,7 +158,7 @@ active proctype Writer() {
             waitABit();
             isBlocked = false;
 #ifndef KEEPS_THE_RING
-            mine = ring;
+            find(mine);
 #endif
             if
             :: mine != 0 -> use(mine); use(mine)

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: Apache-2.0
  *
  * A stream's destructor and a call that is blocked in it (client/Playback.h: endWriter(),
- * waitForWriter(), waitForSpace(), onRemoved(); with UPLINK client/ClientRecordRt.cpp: ~ClientRecordRt(),
- * endReader(), _prepareData()). The call leaves before anything is released, and the destructor's
+ * waitForWriter(), waitForSpace(), leaveWait(), onRemoved(); with UPLINK client/ClientRecordRt.cpp:
+ * ~ClientRecordRt(), endReader(), _prepareData(), leaveWait(), onRemoved()). The call leaves before anything is released, and the destructor's
  * own limit of time is not needed for that, although notify() of the ring's receiver thread uses the
  * same condition and may wake the wrong one. The call's time may be over once, at any moment. */
 
@@ -10,10 +10,10 @@
 
 mtype = { ACTIVE, STOPPING, NO_INIT };
 mtype state = ACTIVE;           /* guarded by the lock, like isBlocked */
-bool isBlocked, isBeingDestroyed;
+bool isBlocked;
 bool hasBegun;                  /* a call may not begin once the destructor runs */
 bool isReleased;
-byte readers;                   /* in mReaders */
+byte readers;                   /* in the link's gate of reads */
 byte posts;
 byte timeouts;
 bool isReceiving = true, hasReceiverEnded, hasNotifierEnded;
@@ -22,14 +22,20 @@ bool isReceiving = true, hasReceiverEnded, hasNotifierEnded;
 #define DESTRUCTOR 1
 #define use() assert(!isReleased)
 
-inline answer() {
+/* The server may remove the stream during destruction: the state is STOPPING then. */
+#ifdef ANSWERS_THE_DESTRUCTOR_ONLY
+#define mustAnswer (state == NO_INIT)
+#else
+#define mustAnswer (state != ACTIVE)
+#endif
+
+inline leaveWait() {
+    isBlocked = false;
 #ifndef CALLER_KEEPS_SILENT
     if
-    :: state == NO_INIT -> signal()
+    :: mustAnswer -> signal()
     :: else
     fi
-#else
-    skip
 #endif
 }
 
@@ -62,15 +68,13 @@ active proctype Caller() {
         use();
         if
         :: isTimedOut ->
-#ifndef TIMED_OUT_CALLER_KEEPS_SILENT
-            answer();
+#ifdef TIMED_OUT_CALLER_KEEPS_SILENT
+            isBlocked = false;
+#else
+            leaveWait();
 #endif
-            isBlocked = false;
             break
-        :: !isTimedOut && state != ACTIVE ->
-            answer();
-            isBlocked = false;
-            break
+        :: !isTimedOut && state != ACTIVE -> leaveWait(); break
         :: else
         fi;
         isBlocked = false
@@ -116,16 +120,10 @@ active proctype Notifier() {
     :: skip                     /* or not */
     :: use();
         lock();
+        state = STOPPING;
         if
-#ifndef REMOVED_OVERWRITES
-        :: isBeingDestroyed
-#endif
-        :: else ->
-            state = STOPPING;
-            if
-            :: isBlocked -> signal()
-            :: else
-            fi
+        :: isBlocked -> signal()
+        :: else
         fi;
         unlock()
     fi;
@@ -135,7 +133,6 @@ active proctype Notifier() {
 active proctype Destructor() {
     hasBegun;
     lock();
-    isBeingDestroyed = true;
     state = NO_INIT;
     if
     :: isBlocked ->

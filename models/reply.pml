@@ -2,7 +2,7 @@
  *
  * A connection: how the receive thread hands a reply over to the requester, and what happens when
  * the server goes, the requester's time is over, or another thread disconnects
- * (link/AudioConnection.cpp, link/AudioSocket.cpp, foundation/UseGate.h). The receive thread takes
+ * (link/AudioConnection.cpp, link/AudioSocket.cpp, link/RecordLoan.cpp). The receive thread takes
  * headers and nothing else, a requester takes the body of its own reply and nothing else, nobody
  * uses the record once it is released, and everybody comes to an end.
  *
@@ -25,15 +25,47 @@ bool serverIsGone, isShutDown;
 
 /* The record. */
 bool isConnected = true;        /* mSocketRecord is not null */
+byte loans;                     /* in the low bits of mSocketRecord */
 bool isDestroyed;
 bool isReady, isStall, isBroken, isWorkerGone, isAbandoned;
 bool isRunning = true;
 byte taken;                     /* posts of mReplySem */
-byte users;                     /* in mUsers */
+byte returned;                  /* mReturnedLoans */
 
 bool hasWorkerEnded, hasRequesterEnded;
 
 #define use() assert(!isDestroyed)
+
+/* RecordLoan's constructor. */
+inline borrow(isLent) {
+#ifdef COUNTS_LATE
+    isLent = isConnected;
+    if
+    :: isLent -> loans++
+    :: else
+    fi
+#else
+    atomic {
+        isLent = isConnected;
+        if
+        :: isLent -> loans++
+        :: else
+        fi
+    }
+#endif
+}
+
+/* RecordLoan's destructor. */
+inline giveBack() {
+    if
+    :: atomic { isConnected -> loans-- }
+    :: !isConnected ->
+#ifndef GIVES_NOTHING_BACK
+        use();
+        returned++
+#endif
+    fi
+}
 
 /* Blocks until something has come, or the connection has ended on one side. */
 inline receive(kind, number) {
@@ -135,34 +167,27 @@ active proctype Requester() {
     :: number < REQUESTS ->
         number++;
         /* send() */
-#ifdef ENTERS_LATE
-        isMine = isConnected;
-        users++;
-#else
-        users++;
-        isMine = isConnected;
-#endif
+        borrow(isMine);
         if
-        :: !isMine -> users--; goto over
+        :: !isMine -> goto over
         :: else
         fi;
         use();
         if
-        :: isBroken || isShutDown || serverIsGone -> users--; goto next
+        :: isBroken || isShutDown || serverIsGone -> giveBack(); goto next
         :: else -> toServer ! number
         fi;
-        users--;
+        giveBack();
         /* recv() */
-        users++;
-        isMine = isConnected;
+        borrow(isMine);
         if
-        :: !isMine -> users--; goto over
+        :: !isMine -> goto over
         :: else
         fi;
         use();
         lock();
         if
-        :: isBroken -> unlock(); users--; goto next
+        :: isBroken -> unlock(); giveBack(); goto next
         :: else
         fi;
         isOver = false;
@@ -200,7 +225,7 @@ active proctype Requester() {
             unlock()
         fi;
         use();
-        users--;
+        giveBack();
 next:   skip
     od;
 over:
@@ -208,6 +233,7 @@ over:
 }
 
 active proctype Owner() {
+    byte lent;
 #ifdef WAKES
     hasRequesterEnded;
 #endif
@@ -227,7 +253,7 @@ active proctype Owner() {
     hasRequesterEnded;
 #endif
     /* disconnect() */
-    isConnected = false;
+    d_step { isConnected = false; lent = loans; loans = 0 }
     isStall = true;
     isRunning = false;
 #ifndef NO_SHUTDOWN
@@ -238,8 +264,8 @@ active proctype Owner() {
     taken++;
 #endif
     hasWorkerEnded;             /* join() */
-#ifndef NO_DRAIN
-    users == 0;
+#ifndef DOES_NOT_AWAIT
+    returned == lent;           /* awaitReturn() */
 #endif
     isDestroyed = true
 }

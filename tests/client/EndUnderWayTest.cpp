@@ -14,7 +14,10 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cstdio>
 #include <functional>
+#include <future>
 #include <string>
 #include <thread>
 
@@ -67,7 +70,10 @@ protected:
             },
             kind().writes ? AUDIO_INVALID_OPERATION : AUDIO_INVALID_STATE);
         AnyStream* const watched = stream.get();
-        mDestroyer = std::thread([this] { stream.reset(); });
+        mDestroyer = std::thread([this] {
+            stream.reset();
+            mLapsedWaits = lapsedWaits();
+        });
         // The object lives until the blocked call has left.
         const char* const line = "\\[str\\] client record state is not active:0.\n";
         ASSERT_TRUE(eventually([&] {
@@ -90,6 +96,7 @@ protected:
             << log.dump();
     }
     void expectNothingLeft() {
+        EXPECT_EQ(mLapsedWaits, 0) << "the blocked call left without a signal";
         EXPECT_EQ(log.countMatching(ERROR, ".*waitting exit.*\n"), 0U) << log.dump();
         EXPECT_EQ(log.countMatching(WARN, ".*waitting exit.*\n"), 0U) << log.dump();
         serverRing.reset();
@@ -114,6 +121,7 @@ private:
     std::binary_semaphore mGo{0};
     std::future<int> mMover;
     std::thread mDestroyer;
+    int mLapsedWaits = 0;  // of the destructor
 };
 
 const auto kindName = [](const auto& kind) { return streamKinds()[kind.param].name; };
@@ -203,6 +211,46 @@ TEST_P(StreamRemovedInCreation, StaysRemoved) {
     }
 }
 
+/// Streams that get a notification before their registration is answered.
+class StreamNotifiedInCreation : public AStream, public ::testing::WithParamInterface<std::size_t> {
+protected:
+    [[nodiscard]] std::unique_ptr<AnyStream> create() const {
+        return streamKinds()[GetParam()].create(cdFormat());
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamNotifiedInCreation,
+                         ::testing::Values(TRACK, SINK, UPLINK), kindName);
+
+TEST_P(StreamNotifiedInCreation, SendsNoRequestBeforeItIsRegistered) {
+    server.on(21, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
+    server.on(2, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
+    server.on(20, Answer::words(0, RING_ADDRESS, SIZE));
+    // An uplink that is not created yet maps no ring; it acknowledges the end of one.
+    const bool isUplink = GetParam() == UPLINK;
+    server.onRegistration(Answer::handle(100).bodyHeld().after(isUplink ? 2 : 3, 0));
+    auto creation = std::async(std::launch::async, [this] { return create(); });
+    // A stream that does not wait asks now.
+    EXPECT_EQ(creation.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    server.release();
+    const std::unique_ptr<AnyStream> stream = creation.get();
+    EXPECT_TRUE(server.waitForRequest(isUplink ? LET_GO : 20)) << log.dump();
+    EXPECT_EQ(log.countMatching(ERROR, "mConn=.*\n"), 0U) << log.dump();
+}
+
+class ASinkWithoutItsSource : public AStream {
+protected:
+    ASinkWithoutItsSource() {
+        server.on(21, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
+        server.on(20, Answer::words(0, RING_ADDRESS, SIZE));
+        serverRing = physicalRing("str", SIZE);
+        AudioFormatDesc format = cdFormat();
+        sink = std::make_unique<ClientSink>("str", AUDIO_TAG_MAIN, format, 0);
+    }
+
+    std::unique_ptr<ClientSink> sink;
+};
+
 /// A sink whose start request is not answered yet.
 class SinkInARequest : public AStream {
 protected:
@@ -257,6 +305,19 @@ TEST_F(SinkInARequest, IsCheckedWithoutWaiting) {
     EXPECT_EQ(starting.get(), AUDIO_NO_ERROR);
 }
 
+TEST_F(ASinkWithoutItsSource, AsksForTheNextRingOnlyAfterTheAcknowledgment) {
+    server.on(LET_GO, Answer::status(0).held());
+    std::future<void> acknowledging = std::async(std::launch::async, [this] { sink->deactived(); });
+    ASSERT_TRUE(server.waitForRequest(LET_GO)) << log.dump();
+    server.notify(3, 1);
+    // A sink that does not wait asks now.
+    EXPECT_EQ(acknowledging.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    server.release();
+    EXPECT_TRUE(server.waitForRequest(20)) << log.dump();
+    EXPECT_TRUE(eventually([this] { return sink->getTotalBufferSize() == int{SIZE}; }));
+    EXPECT_EQ(log.countMatching(ERROR, ".*bad sequence\n"), 0U) << log.dump();
+}
+
 // ---- Steps under the lock, seen from inside of a log line ---------------------------------------
 
 std::function<void(const std::string&)> gOnLine;
@@ -275,6 +336,87 @@ public:
     LineHook(const LineHook&) = delete;
     LineHook& operator=(const LineHook&) = delete;
 };
+
+/// A stream with a ring in physical memory, whose lines go to a hook.
+class StreamWithARing : public ::testing::TestWithParam<std::size_t> {
+protected:
+    StreamWithARing() {
+        for (const std::uint32_t create : {2U, 21U})
+            server.on(create, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
+        for (const std::uint32_t function : {18U, 20U})
+            server.on(function, Answer::words(0, RING_ADDRESS, SIZE));
+    }
+    /// A part of the line that says that a ring was mapped.
+    [[nodiscard]] static const char* announced() {
+        if (GetParam() == TRACK) return "]share memory ready size[4096]";
+        return GetParam() == SINK ? "]main init shareMemory OK size:4096"
+                                  : "] record initShareMem OK, shm_size = 4096";
+    }
+    [[nodiscard]] static bool isDeletion(const std::string& line) {
+        return line.find("delete shared memory name:") != std::string::npos;
+    }
+    void make() {
+        makeRing();
+        stream = kind().create(cdFormat());
+        ASSERT_EQ(stream->start(), AUDIO_NO_ERROR);
+        server.notify(kind().event, 1);
+        ASSERT_TRUE(eventually([this] { return stream->getTotalBufferSize() != 0; }));
+    }
+    /// The server's end of a ring in a new object.
+    void makeRing() {
+        char name[64];
+        std::snprintf(name, sizeof name, "/str_0x%x", RING_ADDRESS);
+        shm_unlink(name);
+        serverRing = physicalRing("str", SIZE);
+        ASSERT_TRUE(serverRing->isUsable());
+    }
+    [[nodiscard]] static const StreamKind& kind() { return streamKinds()[GetParam()]; }
+
+    ScriptedServer server;
+    std::unique_ptr<ShareMemoryEx> serverRing;
+    std::unique_ptr<AnyStream> stream;
+};
+
+INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamWithARing, ::testing::Values(TRACK, SINK, UPLINK),
+                         kindName);
+
+TEST_P(StreamWithARing, CanBeStoppedWhileItsReplacedRingIsDeleted) {
+    const std::thread::id test = std::this_thread::get_id();
+    std::promise<std::future_status> during;
+    std::future<int> stopping;
+    const LineHook hook([&](const std::string& line) {
+        if (std::this_thread::get_id() == test || !isDeletion(line) || stopping.valid()) return;
+        stopping = std::async(std::launch::async, [this] { return stream->stop(); });
+        during.set_value(stopping.wait_for(std::chrono::seconds(5)));
+    });
+    make();
+    makeRing();
+    server.notify(kind().event, 1);
+    EXPECT_EQ(during.get_future().get(), std::future_status::ready)
+        << "the ring is deleted under the stream's lock";
+    EXPECT_EQ(stopping.get(), AUDIO_NO_ERROR);
+    stream.reset();
+}
+
+TEST_P(StreamWithARing, ReleasesARingThatIsAnnouncedWhileItsRingIsDeleted) {
+    if (GetParam() == UPLINK) return;  // deletes its ring after the last notification
+    const ProcessState before = ProcessState::now();
+    std::promise<void> mapped;
+    std::future<void> isMapped = mapped.get_future();
+    std::atomic<int> announcements{0};
+    std::atomic<int> deletions{0};
+    const LineHook hook([&](const std::string& line) {
+        if (line.find(announced()) != std::string::npos && ++announcements == 2) mapped.set_value();
+        if (!isDeletion(line) || ++deletions != 1) return;
+        server.notify(kind().event, 1);
+        EXPECT_EQ(isMapped.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    });
+    make();
+    stream.reset();
+    EXPECT_EQ(deletions, 2);
+    serverRing.reset();
+    EXPECT_TRUE(leavesNoMoreThan(before));
+}
 
 class TrackOfATest : public ::testing::Test {
 protected:
@@ -326,12 +468,71 @@ TEST_F(TrackOfATest, KeepsItsLockUntilALateWakeUpHasBeenLogged) {
     // The time of the last update is that of the write above, which is late by now.
     ASSERT_TRUE(
         eventually([this] { return AudioTime::now() / 1000 >= serverRing->getUpdateTime() + 2; }));
-    serverRing->read(data.data(), STEP);
+    std::vector<unsigned char> played(STEP);
+    serverRing->read(played.data(), STEP);
     EXPECT_EQ(during.get_future().get(), std::future_status::timeout)
         << "an operation got the lock in between";
     EXPECT_EQ(other.get(), AUDIO_NO_ERROR);
     EXPECT_EQ(writer.get(), STEP);
     track.reset();
+}
+
+/// A capture stream that reads live data gets a wake-up that is late.
+template <typename Record>
+void expectLockUntilLateWakeUpIsLogged(ScriptedServer& server, Record& record, ShareMemoryEx& ring,
+                                       std::future<std::future_status> during) {
+    const std::vector<unsigned char> sent(STEP, 0x5a);
+    std::vector<unsigned char> bytes(STEP);
+    const auto read = [&] { return record.read(bytes.data(), STEP, true); };
+    ASSERT_EQ(record.start(), AUDIO_NO_ERROR);
+    server.notify(2, 1);
+    ASSERT_TRUE(eventually([&] { return record.getTotalBufferSize() != 0; }));
+    ASSERT_EQ(ring.write(sent.data(), STEP), STEP);
+    ASSERT_EQ(read(), STEP);
+    std::future<int> reader = blocked(read, AUDIO_INVALID_STATE);
+    ASSERT_TRUE(eventually([&] { return AudioTime::now() / 1000 >= ring.getUpdateTime() + 2; }));
+    record.notify();
+    EXPECT_EQ(during.get(), std::future_status::timeout) << "an operation got the lock in between";
+    ASSERT_EQ(ring.write(sent.data(), STEP), STEP);
+    EXPECT_EQ(reader.get(), STEP);
+}
+
+class LateWakeUpOfARecord : public TrackOfATest {
+protected:
+    /// @param make  makes the record
+    template <typename Record, typename Make>
+    void expectLock(std::unique_ptr<ShareMemoryEx> ring, Make make) {
+        server.on(2, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
+        server.on(18, Answer::words(0, RING_ADDRESS, SIZE));
+        AudioFormatDesc speech = {0, 16000, 0, AUDIO_CHANNEL_MAP_1, 0, AUDIO_BIT_DEPTH_16};
+        Record* record = nullptr;
+        std::promise<std::future_status> during;
+        std::future<int> other;
+        std::atomic<bool> isDone{false};
+        const LineHook hook([&](const std::string& line) {
+            if (line.find("update share memory IPC interVal") == std::string::npos) return;
+            if (isDone.exchange(true)) return;
+            other = std::async(std::launch::async, [&] { return record->bytesUsed(); });
+            during.set_value(other.wait_for(std::chrono::milliseconds(100)));
+        });
+        std::unique_ptr<Record> made = make(speech);
+        record = made.get();
+        expectLockUntilLateWakeUpIsLogged(server, *record, *ring, during.get_future());
+        if (other.valid()) other.wait();
+        made.reset();
+    }
+};
+
+TEST_F(LateWakeUpOfARecord, IsLoggedUnderTheLockOfTheRawMicrophone) {
+    expectLock<ClientRecord>(posixRing("str", SIZE), [](AudioFormatDesc& format) {
+        return std::make_unique<ClientRecord>("str", AUDIO_TAG_INPUT0, format, 0);
+    });
+}
+
+TEST_F(LateWakeUpOfARecord, IsLoggedUnderTheLockOfTheUplink) {
+    expectLock<ClientRecordRt>(physicalRing("str", SIZE), [](AudioFormatDesc& format) {
+        return std::make_unique<ClientRecordRt>("str", AUDIO_TAG_UPLINK, format);
+    });
 }
 
 TEST_F(TrackOfATest, WaitsOnForItsRingAfterASignalWithoutOne) {

@@ -56,8 +56,9 @@ TEST_P(ACapturesDestruction, SaysNothingOfATimeOutWhenNobodyReads) {
 TEST_P(ACapturesDestruction, EndsABlockedRead) {
     makeActive();
     std::future<int> reader = waitingRead();
+    const int lapsed = lapsedWaits();
     record.reset();
-    // The reader signals when it leaves, so the destructor does not wait until its time is over.
+    EXPECT_EQ(lapsedWaits(), lapsed) << "the reader must signal when it leaves";
     EXPECT_EQ(log.count(WARN, TIMEOUT), 0U) << log.dump();
     if (kind == Kind::RAW_MIC) {
         EXPECT_EQ(reader.get(), 0);
@@ -67,6 +68,33 @@ TEST_P(ACapturesDestruction, EndsABlockedRead) {
         EXPECT_EQ(log.count(ERROR, "[rec]after waiting ,status:NO_INIT, may have destroy\n"), 1U);
         EXPECT_EQ(log.count(ERROR, "[rec] client read data error state:0\n"), 1U);
     }
+}
+
+TEST_P(ACapturesDestruction, WaitsOnWhenAnUpdateWakesItInsteadOfTheReader) {
+    makeActive();
+    std::binary_semaphore go{0};
+    const int bytes = kind == Kind::RAW_MIC ? 10 : 32 * 60'000;
+    std::future<int> reader = blocked(
+        [&] {
+            sleepOnUntil(go);
+            return read(bytes, true);
+        },
+        AUDIO_INVALID_STATE);
+    AudioRecord* const watched = record.get();
+    auto* const update = dynamic_cast<ShareMemoryUpdateNotificationCallback*>(watched);
+    ASSERT_NE(update, nullptr);
+    std::thread destroyer([this] { record.reset(); });
+    EXPECT_TRUE(eventually([&] {
+        (void)watched->bytesUsed();
+        return log.countMatching(ERROR, ".*([Aa]bnormal state|state is not active):0.\n") != 0;
+    })) << log.dump();
+    update->notify();
+    // A destructor that does not wait on gives the reader up now.
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    go.release();
+    destroyer.join();
+    EXPECT_EQ(log.count(WARN, TIMEOUT), 0U) << log.dump();
+    EXPECT_EQ(reader.get(), kind == Kind::RAW_MIC ? 0 : AUDIO_INVALID_STATE);
 }
 
 TEST_P(ACapturesDestruction, GivesUpOnAReaderAfterHalfASecond) {

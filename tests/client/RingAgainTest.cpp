@@ -164,6 +164,27 @@ TEST_P(AnnouncedRing, IsReplacedByANewObjectAtTheSameAddress) {
     }
 }
 
+TEST_P(AnnouncedRing, GivesAnUplinkSilenceUntilItsNewObjectHasData) {
+    if (kind().writes) return;
+    announce();
+    expectBytesToPass();
+    makeRing();
+    announce();
+    settle();
+    // Live data would be waited for in vain.
+    EXPECT_EQ(stream->move(data.data(), STEP, true), STEP) << log.dump();
+    expectBytesToPass();
+}
+
+TEST_P(AnnouncedRing, GivesAnUplinkNoSilenceAfterTheSameAnnouncement) {
+    if (kind().writes) return;
+    announce();
+    expectBytesToPass();
+    announce();
+    settle();
+    EXPECT_EQ(stream->move(data.data(), STEP, true), AUDIO_INVALID_STATE) << "missing live data";
+}
+
 TEST_P(AnnouncedRing, StaysWhenTheRequestForItsPlaceFails) {
     announce();
     expectBytesToPass();

@@ -7,6 +7,7 @@
 #include <cabinaudio/link/RemoteCall.h>
 
 #include "link/AudioSocket.h"
+#include "link/RecordLoan.h"
 #include "link/RemoteCallAccess.h"
 #include "link/SktWorker.h"
 #include "tests/link/LinkFixture.h"
@@ -24,13 +25,17 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <vector>
 
 namespace cabinaudio::test {
 namespace {
 
 using ::testing::Each;
 
-/// The record of a connected object: the third field, behind the name and the port.
+constexpr std::size_t MOST_LOANS = alignof(std::max_align_t) - 1;
+
+/// The record of a connected object: the third field, behind the name and the port. Only while no
+/// request is under way, which would be counted in the pointer.
 AudioSocket* recordOf(const AudioConnection& connection) {
     struct Front {
         const char* path;
@@ -103,8 +108,8 @@ TEST_F(AConnection, KeepsAReplysBodyForItsReaderWhenTheReceiveThreadWakesUpEarly
 
 TEST_F(AConnection, IsNotFooledByWakeUpsWithoutAReply) {
     Bytes body(4);
-    auto result = receivingInBackground(body);
     AudioSocket* const record = recordOf(connection);
+    auto result = receivingInBackground(body);
     for (int i = 0; i < 1000; ++i) {
         record->mReplyCond->broadcast();
         record->wakeRequester();
@@ -113,6 +118,42 @@ TEST_F(AConnection, IsNotFooledByWakeUpsWithoutAReply) {
     server.send(ScriptedServer::frame(HEADER_REPLY) + Bytes{1, 2, 3, 4});
     EXPECT_EQ(result.get(), 0);
     EXPECT_THAT(body, ::testing::ElementsAre(1, 2, 3, 4));
+}
+
+// ---- Loans of the record
+// -------------------------------------------------------------------------
+
+class TheLoansOfARecord : public ::testing::Test {
+protected:
+    alignas(std::max_align_t) AudioSocket record;
+    std::atomic<AudioSocket*> slot{&record};
+};
+
+TEST_F(TheLoansOfARecord, AreRefusedBeyondTheLargestCount) {
+    {
+        std::vector<std::unique_ptr<RecordLoan>> loans;
+        while (loans.size() < MOST_LOANS) {
+            loans.push_back(std::make_unique<RecordLoan>(slot));
+            ASSERT_EQ(loans.back()->record(), &record);
+        }
+        const RecordLoan more(slot);
+        EXPECT_EQ(more.record(), nullptr);
+    }
+    EXPECT_EQ(slot.load(), &record);
+}
+
+TEST_F(TheLoansOfARecord, AreAllAwaited) {
+    auto first = std::make_unique<RecordLoan>(slot);
+    auto second = std::make_unique<RecordLoan>(slot);
+    const TakenRecord taken = takeRecord(slot);
+    EXPECT_EQ(taken.record, &record);
+    EXPECT_EQ(taken.loans, 2U);
+    EXPECT_EQ(RecordLoan(slot).record(), nullptr);
+    const auto waiting = std::async(std::launch::async, [&] { taken.awaitReturn(); });
+    first.reset();
+    EXPECT_EQ(waiting.wait_for(WHILE), std::future_status::timeout);
+    second.reset();
+    EXPECT_EQ(waiting.wait_for(BOUND), std::future_status::ready);
 }
 
 // ---- The receive thread's class
