@@ -11,6 +11,8 @@ namespace {
 
 thread_local int tLeft = 0;  // allocations up to the one that fails; 0 for none
 
+#ifndef CABINAUDIO_FIXED_OPERATORS
+
 void* allocate(std::size_t size) noexcept {
     if (tLeft > 0 && --tLeft == 0) return nullptr;
     return std::malloc(size != 0 ? size : 1);
@@ -22,7 +24,11 @@ void* allocateOrThrow(std::size_t size) {
     return block;
 }
 
+#endif
+
 }  // namespace
+
+#ifndef CABINAUDIO_FIXED_OPERATORS
 
 void* operator new(std::size_t size) {
     return allocateOrThrow(size);
@@ -55,7 +61,17 @@ void operator delete[](void* block, const std::nothrow_t&) noexcept {
     std::free(block);
 }
 
+#endif
+
 namespace cabinaudio::test {
+
+bool FailingMemory::isPossible() {
+#ifdef CABINAUDIO_FIXED_OPERATORS
+    return false;
+#else
+    return true;
+#endif
+}
 
 FailingMemory::FailingMemory(int which) {
     tLeft = which;

@@ -13,6 +13,9 @@ public:
     FailingMemory(const FailingMemory&) = delete;
     FailingMemory& operator=(const FailingMemory&) = delete;
 
+    /// Whether this build lets allocations fail.
+    [[nodiscard]] static bool isPossible();
+
     /// Whether that allocation has come.
     [[nodiscard]] bool hasFailed() const;
 };
