@@ -37,7 +37,7 @@ protected:
     [[nodiscard]] std::string sizeDamage() const;
 
 private:
-    RingPlace mPlace;  // outlives the mapping of it
+    RingPlace mPlace;                            // outlives the mapping of it
     mutable std::optional<ShareMemoryEx> mRing;  // its getters are not const
 };
 
