@@ -37,7 +37,7 @@ public:
     [[nodiscard]] static StreamLink& of(RemoteCall* rc) { return static_cast<StreamLink&>(*rc); }
 
     /// Ends the notifications, then releases the extras.
-    static void close(RemoteCall* rc) { delete &of(rc); }
+    static void close(RemoteCall* rc) { delete static_cast<StreamLink*>(rc); }
 
     StreamLink(RemoteCall*& rc, audio_connect_type type, Notify notify, void* stream,
                const char* name)
