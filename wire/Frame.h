@@ -61,7 +61,7 @@ namespace cabinaudio::wire {
 
 /// Abstract name of the server's socket, without the leading zero byte.
 inline constexpr char SERVER_SOCKET[] = "/tmp/as_internal_file";
-/// Passed along with the path by older clients; a local socket has no port.
+/// Stored by a connection and not used: a local socket has no port.
 inline constexpr std::int32_t SERVER_PORT = 4003;
 /// Stands where a client gives no name, and in every request.
 inline constexpr char NAME_UNKNOWN[] = "unkn";
