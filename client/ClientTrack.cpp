@@ -153,11 +153,11 @@ int ClientTrack::setKeyShift(float key) {
         AUDIO_LOGE("[%s] input key:%f rang[0.8, 1.2] error\n", mName, static_cast<double>(key));
         return AUDIO_BAD_VALUE;
     }
-    wire::StatusReply reply{};
-    return cabinaudio::exchange(*mRc, AUDIO_LOG_SITE,
-                                wire::KeyShiftRequest{id(StreamFunction::SetKeyShift), key}, reply,
-                                true)
-        .status;
+    std::int32_t replied = AUDIO_NO_ERROR;
+    const auto steps = cabinaudio::askFor<wire::StatusReply>(
+        *mRc, wire::KeyShiftRequest{id(StreamFunction::SetKeyShift), key}, true,
+        [&](const cabinaudio::Asked<wire::StatusReply>& asked) { replied = asked.reply.status; });
+    return cabinaudio::answerOf(steps, replied, AUDIO_LOG_SITE).status;
 }
 
 int ClientTrack::setCallback(audio::QVAudioTrackCallback* callback) {

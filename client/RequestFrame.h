@@ -63,15 +63,6 @@ Steps exchangeBlocks(RemoteCall& rc, std::uint32_t requestSize, std::uint32_t re
                          });
 }
 
-/// As above, with a request and a reply of the caller's. `reply` is left as it was when none came.
-Steps ask(RemoteCall& rc, const void* request, std::uint32_t requestSize, void* reply,
-          std::uint32_t replySize, bool flag);
-
-template <typename Request, typename Reply>
-Steps ask(RemoteCall& rc, const Request& request, Reply& reply, bool flag) {
-    return ask(rc, &request, sizeof(Request), &reply, sizeof(Reply), flag);
-}
-
 /// How a request ended.
 struct Answer {
     bool arrived;         // the server has answered, and the reply holds what it sent
@@ -81,21 +72,5 @@ struct Answer {
 /// What the steps of a request come to, given the status that arrived. A block that could not be
 /// freed is logged.
 Answer answerOf(const Steps& steps, std::int32_t replied, const LogSite& site);
-
-/// A request whose reply begins with the server's status word. `reply` is left as it was when
-/// nothing arrived.
-///
-/// A request that is outstanding already is refused with AUDIO_NO_MEMORY; the log gets the line of
-/// RemoteCall::rcalloc(), none of the operation.
-/// `site` is the public operation, whose name stands in the log.
-Answer exchange(RemoteCall& rc, const LogSite& site, const void* request, std::uint32_t requestSize,
-                void* reply, std::uint32_t replySize, bool flag);
-
-template <typename Request, typename Reply>
-Answer exchange(RemoteCall& rc, const LogSite& site, const Request& request, Reply& reply,
-                bool flag) {
-    static_assert(sizeof(reply.status) == sizeof(std::int32_t));
-    return exchange(rc, site, &request, sizeof(Request), &reply, sizeof(Reply), flag);
-}
 
 }  // namespace cabinaudio
