@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/support/RealServer.h"
 
+#include "tests/support/Metronome.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
@@ -9,6 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -136,6 +139,8 @@ void connectToControlSocket(int fd) {
 }  // namespace
 
 RealServer::RealServer(std::vector<std::string> arguments) {
+    if (std::find(arguments.begin(), arguments.end(), "--fast") == arguments.end())
+        Metronome::start();
     const char* directory = std::getenv("TMPDIR");
     mOutputFile =
         std::string(directory != nullptr ? directory : "/tmp") + "/cabinaudio-server.XXXXXX";
