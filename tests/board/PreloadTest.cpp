@@ -332,7 +332,7 @@ TEST_F(AProgramWithRights, OfAFileCapabilityIsRefused) {
     const fs::path program = mCopies / "probe";
     vfs_cap_data capability{};
     capability.magic_etc = VFS_CAP_REVISION_2 | VFS_CAP_FLAGS_EFFECTIVE;
-    capability.data[0].permitted = 1U << CAP_SYS_NICE;
+    capability.data[0].permitted = 1U << CAP_NET_BIND_SERVICE;
     if (setxattr(program.c_str(), "security.capability", &capability, XATTR_CAPS_SZ_2, 0) != 0) {
         GTEST_SKIP() << "files cannot be given capabilities here";
     }
