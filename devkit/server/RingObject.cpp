@@ -23,7 +23,7 @@ using wire::RingHeader;
 
 constexpr mode_t OTHERS = S_IRWXG | S_IRWXO;
 
-bool isPrivate(const struct stat& object) {
+bool isPrivate(const struct stat64& object) {
     return S_ISREG(object.st_mode) && object.st_uid == geteuid() && (object.st_mode & OTHERS) == 0;
 }
 
@@ -33,9 +33,9 @@ bool isInitialised(const wire::SemaphoreSlot& semaphore) {
 }
 
 // The size of a physical ring is that of its data, which lies elsewhere.
-bool isRing(const RingHeader& header, off_t length) {
-    constexpr off_t HEADER = sizeof header;
-    return (length == HEADER || length == HEADER + off_t{header.size}) && header.size != 0 &&
+bool isRing(const RingHeader& header, off64_t length) {
+    constexpr off64_t HEADER = sizeof header;
+    return (length == HEADER || length == HEADER + off64_t{header.size}) && header.size != 0 &&
            header.readOffset < header.size && header.writeOffset < header.size &&
            isInitialised(header.readSem) && isInitialised(header.writeSem) &&
            header.spare46[0] == 0 && header.spare46[1] == 0;
@@ -44,9 +44,9 @@ bool isRing(const RingHeader& header, off_t length) {
 /// Whether the object is a ring that a server of this user has made. Objects of other programs lie
 /// in the same directory, and a client chooses the name.
 bool isLeftOver(int fd) {
-    struct stat object = {};
+    struct stat64 object = {};
     RingHeader header = {};
-    return fstat(fd, &object) == 0 && isPrivate(object) && object.st_nlink == 1 &&
+    return fstat64(fd, &object) == 0 && isPrivate(object) && object.st_nlink == 1 &&
            pread(fd, &header, sizeof header, 0) == sizeof header && isRing(header, object.st_size);
 }
 
@@ -103,9 +103,9 @@ std::int32_t RingObject::make(const Client& client, const std::string& name,
     UniqueFd fd;
     if (const std::int32_t status = open(client, name, fd); status != AUDIO_NO_ERROR) return status;
     std::string path = "/" + name;
-    struct stat made = {};
+    struct stat64 made = {};
     // The directory may have rules of its own about who may use what is made in it.
-    if (fstat(fd.get(), &made) != 0 || !isPrivate(made)) {
+    if (fstat64(fd.get(), &made) != 0 || !isPrivate(made)) {
         log::warning("%s: refused, others could use the object \"%s\" in shared memory",
                      client.title().c_str(), printable(name).c_str());
         shm_unlink(path.c_str());
@@ -122,7 +122,8 @@ std::int32_t RingObject::make(const Client& client, const std::string& name,
     return AUDIO_NO_ERROR;
 }
 
-RingObject::RingObject(std::string path, RingHeader* header, dev_t device, ino_t number)
+RingObject::RingObject(std::string path, RingHeader* header, std::uint64_t device,
+                       std::uint64_t number)
     : mPath(std::move(path)), mHeader(header), mDevice(device), mNumber(number) {}
 
 RingObject::~RingObject() {
@@ -131,8 +132,9 @@ RingObject::~RingObject() {
 
 bool RingObject::isNamed() const {
     const UniqueFd fd(shm_open(mPath.c_str(), O_RDONLY | O_NONBLOCK, 0));
-    struct stat found = {};
-    return fd && fstat(fd.get(), &found) == 0 && found.st_dev == mDevice && found.st_ino == mNumber;
+    struct stat64 found = {};
+    return fd && fstat64(fd.get(), &found) == 0 && found.st_dev == mDevice &&
+           found.st_ino == mNumber;
 }
 
 }  // namespace cabinaudio::server

@@ -4,8 +4,6 @@
 #include "devkit/server/Client.h"
 #include "wire/Ring.h"
 
-#include <sys/types.h>
-
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -35,12 +33,13 @@ public:
     [[nodiscard]] bool isNamed() const;
 
 private:
-    RingObject(std::string path, wire::RingHeader* header, dev_t device, ino_t number);
+    RingObject(std::string path, wire::RingHeader* header, std::uint64_t device,
+               std::uint64_t number);
 
     std::string mPath;
     wire::RingHeader* mHeader;
-    dev_t mDevice;
-    ino_t mNumber;
+    std::uint64_t mDevice;
+    std::uint64_t mNumber;
 };
 
 }  // namespace cabinaudio::server

@@ -56,9 +56,9 @@ HostileRing::HostileRing(const RingUser& user, const std::string& name)
         object += suffix;
     }
     mObject = shm_open(object.c_str(), O_RDWR, 0);
-    struct stat found = {};
-    if (mObject < 0 || fstat(mObject, &found) != 0) fail("no ring");
-    mLength = found.st_size;
+    struct stat64 found = {};
+    if (mObject < 0 || fstat64(mObject, &found) != 0) fail("no ring");
+    mLength = static_cast<off_t>(found.st_size);
     void* const at =
         mmap(nullptr, sizeof(wire::RingHeader), PROT_READ | PROT_WRITE, MAP_SHARED, mObject, 0);
     if (at == MAP_FAILED) fail("mmap");
@@ -114,7 +114,8 @@ EndlessProcess::EndlessProcess(const std::function<void()>& deed) {
     if (mProcess < 0) fail("fork");
     if (mProcess > 0) return;
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    std::signal(SIGBUS, [](int) { _exit(0); });  // its own access to what was cut off
+    // Its own access to what was cut off.
+    std::signal(SIGBUS, [](int) { kill(getpid(), SIGKILL); });
     for (;;) {
         deed();
         shared(*mCount).fetch_add(1);

@@ -238,8 +238,8 @@ public:
 
     [[nodiscard]] const std::string& path() const { return mPath; }
     [[nodiscard]] bool isUntouched() const {
-        struct stat found = {};
-        return lstat(mPath.c_str(), &found) == 0 && found.st_size == 6 &&
+        struct stat64 found = {};
+        return lstat64(mPath.c_str(), &found) == 0 && found.st_size == 6 &&
                firstWordOf(mPath) == "theirs";
     }
 
