@@ -6,8 +6,10 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -51,9 +53,26 @@ void* mapShared(int fd, std::uint64_t length, off_t offset) {
     return at != MAP_FAILED ? at : nullptr;
 }
 
+/// Whether the file system has the blocks that the object lacks. A reservation that fails takes all
+/// that there is before it does, from every other program. One that has no blocks has no limit.
+bool hasRoom(int fd, off_t length) {
+    struct statvfs system;
+    struct stat object;
+    if (fstatvfs(fd, &system) != 0 || system.f_blocks == 0 || fstat(fd, &object) != 0) return true;
+    // No more blocks than there are bytes to reserve, so that the product is one of 64 bits.
+    constexpr std::uint64_t most = std::numeric_limits<std::uint32_t>::max();
+    const std::uint64_t blocks = std::min<std::uint64_t>(system.f_bfree, most);
+    const std::uint64_t held = static_cast<std::uint64_t>(object.st_blocks) * 512;
+    return static_cast<std::uint64_t>(length) <= blocks * system.f_frsize + held;
+}
+
 /// Reserves memory for the object, so that a full file system shows now and not as SIGBUS at the
 /// first access. A file system that cannot reserve is accepted.
 bool reserve(int fd, off_t length) {
+    if (!hasRoom(fd, length)) {
+        errno = ENOSPC;
+        return false;
+    }
     int result = 0;
     do {
         result = fallocate(fd, 0, 0, length);

@@ -28,14 +28,65 @@ int closeKeepingErrno(int descriptor) noexcept {
     return -1;
 }
 
-// The directory is open to every user: the file must be ours, and no link.
-bool isReady(int descriptor) noexcept {
+bool isOwnFile(const struct stat64& found) noexcept {
+    return found.st_uid == geteuid() && S_ISREG(found.st_mode);
+}
+
+// The directory is open to every user: a file of that name may be another user's, or a link, and
+// then says nothing about the memory.
+bool isAnothers(const char* path) noexcept {
+    struct stat64 found;
+    return lstat64(path, &found) == 0 && !isOwnFile(found);
+}
+
+/// Opens the file in one of its places. `creation` is 0 or O_CREAT | O_EXCL.
+/// @return -1 with errno ENOENT or EEXIST too when the place is another user's
+int openPlace(const char* instance, unsigned place, int flags, int creation) noexcept {
+    PathText path;
+    physicalMemoryPath(instance, geteuid(), place, path);
+    const int opened = libc::open64.find()(
+        path.c_str(), flags | creation | O_NOFOLLOW | O_NONBLOCK | O_LARGEFILE, 0600);
+    const int error = errno;
+    struct stat64 found;
+    const bool isForeign = opened >= 0 ? fstat64(opened, &found) != 0 || !isOwnFile(found)
+                                       : error != ENOENT && isAnothers(path.c_str());
+    if (opened >= 0 && isForeign) {
+        close(opened);
+    }
+    errno = isForeign ? (creation != 0 ? EEXIST : ENOENT) : error;
+    return isForeign ? -1 : opened;
+}
+
+/// Opens the file in the first place where there is one of this user.
+int openExisting(const char* instance, int flags) noexcept {
+    for (unsigned place = 0; place < kPhysicalMemoryPlaces; ++place) {
+        const int opened = openPlace(instance, place, flags, 0);
+        if (opened >= 0 || errno != ENOENT) {
+            return opened;
+        }
+    }
+    return -1;
+}
+
+/// Makes the file in the first place that is free, or opens the one that another process of this
+/// user has made there meanwhile.
+int makeAnywhere(const char* instance, int flags) noexcept {
+    for (unsigned place = 0; place < kPhysicalMemoryPlaces; ++place) {
+        int opened = openPlace(instance, place, flags, O_CREAT | O_EXCL);
+        if (opened < 0 && errno == EEXIST) {
+            opened = openPlace(instance, place, flags, 0);
+        }
+        if (opened >= 0 || errno != ENOENT) {
+            return opened;
+        }
+    }
+    errno = EACCES;
+    return -1;
+}
+
+bool makeReady(int descriptor) noexcept {
     struct stat64 found;
     if (fstat64(descriptor, &found) != 0) {
-        return false;
-    }
-    if (found.st_uid != geteuid() || !S_ISREG(found.st_mode)) {
-        errno = EACCES;
         return false;
     }
     if ((found.st_mode & 07777) != 0600 && fchmod(descriptor, 0600) != 0) {
@@ -58,22 +109,21 @@ int openPhysicalMemory(int flags) noexcept {
     if (instance == nullptr) {
         return -1;
     }
-    PathText path;
-    physicalMemoryPath(instance, geteuid(), path);
     const int kept = flags & O_CLOEXEC;
-    const int made = libc::open64.find()(
-        path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_LARGEFILE | kept, 0600);
+    int made = openExisting(instance, O_RDWR | kept);
+    if (made < 0 && errno == ENOENT) {
+        made = makeAnywhere(instance, O_RDWR | kept);
+    }
     if (made < 0) {
         return -1;
     }
-    if (!isReady(made)) {
+    if (!makeReady(made)) {
         return closeKeepingErrno(made);
     }
     if ((flags & O_ACCMODE) == O_RDWR) {
         return made;
     }
-    const int narrowed =
-        libc::open64.find()(path.c_str(), (flags & O_ACCMODE) | O_NOFOLLOW | O_LARGEFILE | kept, 0);
+    const int narrowed = openExisting(instance, (flags & O_ACCMODE) | kept);
     closeKeepingErrno(made);
     return narrowed;
 }

@@ -4,9 +4,10 @@
 namespace cabinaudio::board {
 
 /// Opens the file that stands for the memory device, and makes it when it is not
-/// there. Of `flags` the access mode and O_CLOEXEC count, as for a device.
-/// @return a descriptor, or -1 with errno; EACCES when a file of that name belongs
-///         to another user.
+/// there. Of `flags` the access mode and O_CLOEXEC count, as for a device. Places
+/// that another user has taken are passed over.
+/// @return a descriptor, or -1 with errno; EACCES when other users have taken every
+///         place.
 int openPhysicalMemory(int flags) noexcept;
 
 /// Opens an object that answers the cache requests. Of `flags` O_CLOEXEC counts.

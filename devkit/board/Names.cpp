@@ -50,11 +50,14 @@ const char* instanceInEnvironment() noexcept {
     return isInstanceName(instance) ? instance : nullptr;
 }
 
-void physicalMemoryPath(const char* instance, uid_t user, PathText& path) noexcept {
+void physicalMemoryPath(const char* instance, uid_t user, unsigned place, PathText& path) noexcept {
     path.append(kObjectDirectory).append("/cabinaudio-physmem-");
     path.append(static_cast<unsigned long>(user));
     if (instance[0] != '\0') {
         path.append("-").append(instance);
+    }
+    if (place != 0) {
+        path.append(".").append(static_cast<unsigned long>(place));
     }
 }
 

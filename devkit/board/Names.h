@@ -23,9 +23,13 @@ bool isInstanceName(const char* name) noexcept;
 /// The instance in the environment: "" for the common one, nullptr if not allowed.
 const char* instanceInEnvironment() noexcept;
 
-/// The file behind the memory device. Independent of every environment variable
-/// but the instance, so that server and clients agree always.
-void physicalMemoryPath(const char* instance, uid_t user, PathText& path) noexcept;
+/// Names that the file behind the memory device may have: another user can take
+/// one of them before its owner does.
+constexpr unsigned kPhysicalMemoryPlaces = 64;
+
+/// The file behind the memory device, in one of its places. Independent of every
+/// environment variable but the instance, so that server and clients agree always.
+void physicalMemoryPath(const char* instance, uid_t user, unsigned place, PathText& path) noexcept;
 
 /// The directory that stands for kConfigDirectory.
 /// @return false with errno ENOENT when neither the configuration home nor the

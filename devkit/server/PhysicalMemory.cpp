@@ -11,7 +11,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
+#include <string>
 #include <utility>
 
 namespace cabinaudio::server {
@@ -24,6 +26,22 @@ constexpr std::uint64_t END = board::kPhysicalMemorySize;
 std::uint64_t inWholePages(std::uint32_t size) {
     const auto page = static_cast<std::uint64_t>(std::max(4096L, sysconf(_SC_PAGESIZE)));
     return (std::max<std::uint64_t>(size, 1) + page - 1) / page * page;
+}
+
+/// Empty where the environment names no instance that there can be.
+std::string pathOf(unsigned place) {
+    const char* instance = board::instanceInEnvironment();
+    if (instance == nullptr) return {};
+    board::PathText path;
+    board::physicalMemoryPath(instance, geteuid(), place, path);
+    return path.c_str();
+}
+
+std::string pathOf(const UniqueFd& file) {
+    char target[PATH_MAX];
+    const std::string link = "/proc/self/fd/" + std::to_string(file.get());
+    const ssize_t length = readlink(link.c_str(), target, sizeof target);
+    return length > 0 ? std::string(target, static_cast<std::size_t>(length)) : std::string();
 }
 
 // The next owner finds zeros, and the machine gets its memory back.
@@ -69,13 +87,29 @@ void PhysicalMemory::release(std::uint32_t address) {
     mUsed.erase(range);
 }
 
+void PhysicalMemory::take() {
+    remove();
+    const UniqueFd memory(open(board::kMemoryDevice, O_RDWR | O_CLOEXEC));
+    if (!memory) {
+        log::error("no physical memory: %s%s", strerror(errno),
+                   errno == EACCES ? "; other users have taken each of its names in /dev/shm, an "
+                                     "instance (--instance) has others"
+                                   : "");
+        return;
+    }
+    const std::string path = pathOf(memory);
+    if (path != pathOf(0U)) {
+        log::warning("%s belongs to another user; the physical memory is %s", pathOf(0U).c_str(),
+                     path.c_str());
+    }
+}
+
 void PhysicalMemory::remove() {
-    const char* instance = board::instanceInEnvironment();
-    board::PathText path;
-    if (instance == nullptr) return;
-    board::physicalMemoryPath(instance, geteuid(), path);
-    if (path.fits() && unlink(path.c_str()) != 0 && errno != ENOENT) {
-        log::debug("%s: %s", path.c_str(), strerror(errno));
+    for (unsigned place = 0; place < board::kPhysicalMemoryPlaces; ++place) {
+        const std::string path = pathOf(place);
+        if (!path.empty() && unlink(path.c_str()) != 0 && errno != ENOENT) {
+            log::debug("%s: %s", path.c_str(), strerror(errno));
+        }
     }
 }
 

@@ -34,6 +34,8 @@ public:
     /// Removes the file that stands for the memory; what still is mapped stays usable. For the
     /// server only, while it has no ring and nobody else can be the server of this instance.
     static void remove();
+    /// The same, and makes a new one, before another user can take the file's name.
+    static void take();
 
 private:
     void release(std::uint32_t address);

@@ -12,17 +12,21 @@
 namespace cabinaudio::server {
 namespace {
 
-// The board stand-in keeps the physical memory beside the rings.
+// Beside the rings lie the physical memory, the launcher's links and the objects of other
+// instances.
 bool isReserved(const std::string& object) {
-    return object.empty() || object.rfind("cabinaudio-physmem", 0) == 0;
+    return object.empty() || object.starts_with("cabinaudio-physmem") ||
+           object.starts_with("cabinaudio-lib-") || object.starts_with("cabinaudio.");
 }
 
 }  // namespace
 
-RingPlace::RingPlace(std::string name, std::uint32_t size, Memory memory, Names& names)
+RingPlace::RingPlace(std::string name, std::uint32_t size, Memory memory,
+                     std::unique_ptr<RingObject> object, Names& names)
     : mName(std::move(name)),
       mSize(size),
       mMemory(std::move(memory)),
+      mObject(std::move(object)),
       mObjectName(new std::string(objectName(mName, mMemory)), Release{&names}) {
     names.insert(*mObjectName);
 }
@@ -61,8 +65,11 @@ std::int32_t RingPlaces::reserve(const Client& client, RingKind kind, std::uint3
                      printable(object).c_str());
         return AUDIO_INVALID_OPERATION;
     }
-    place.emplace(client.name(), size, std::move(memory), mNames);
-    return AUDIO_NO_ERROR;
+    std::unique_ptr<RingObject> made;
+    const std::int32_t status = RingObject::make(client, object, made);
+    if (status == AUDIO_NO_ERROR)
+        place.emplace(client.name(), size, std::move(memory), std::move(made), mNames);
+    return status;
 }
 
 }  // namespace cabinaudio::server

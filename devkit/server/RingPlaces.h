@@ -5,6 +5,7 @@
 
 #include "devkit/server/Client.h"
 #include "devkit/server/PhysicalMemory.h"
+#include "devkit/server/RingObject.h"
 
 #include <cstdint>
 #include <memory>
@@ -20,13 +21,15 @@ enum class RingKind {
     Physical,  // announced to the client, which asks for its address
 };
 
-/// Where a ring is to be: its object's name and its memory, both given back at the end.
+/// Where a ring is to be: its object's name and its memory, both given back at the end, and the
+/// object itself, whose name the ring removes.
 class RingPlace {
 public:
     using Memory = std::optional<PhysicalMemory::Range>;
     using Names = std::set<std::string>;
 
-    RingPlace(std::string name, std::uint32_t size, Memory memory, Names& names);
+    RingPlace(std::string name, std::uint32_t size, Memory memory,
+              std::unique_ptr<RingObject> object, Names& names);
     RingPlace(RingPlace&&) = default;
     RingPlace& operator=(RingPlace&&) = delete;
 
@@ -34,7 +37,7 @@ public:
     [[nodiscard]] const std::string& name() const { return mName; }
     /// Bytes.
     [[nodiscard]] std::uint32_t size() const { return mSize; }
-    [[nodiscard]] const std::string& objectName() const { return *mObjectName; }
+    [[nodiscard]] const RingObject& object() const { return *mObject; }
     [[nodiscard]] bool isPhysical() const { return mMemory.has_value(); }
     /// Physical address of the data, 0 for a POSIX ring.
     [[nodiscard]] std::uint32_t address() const { return mMemory ? mMemory->address() : 0; }
@@ -52,6 +55,7 @@ private:
     std::string mName;
     std::uint32_t mSize;
     Memory mMemory;
+    std::unique_ptr<RingObject> mObject;
     std::unique_ptr<const std::string, Release> mObjectName;
 };
 

@@ -94,7 +94,7 @@ Server::Server(const Options& options)
     if (!options.stateFile.empty()) mStateFile.emplace(mLoop, options.stateFile, mSettings);
     // What a killed server has left may still be mapped by its clients: they must not write into
     // the rings of this one.
-    PhysicalMemory::remove();
+    PhysicalMemory::take();
     mStreams.setOnChange([this] { mMixer.update(); });
     mSettings.watch([this] { mMixer.update(); });
     mCaptures.setOnChange([this] { mCaptureClock.update(); });

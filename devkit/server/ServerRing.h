@@ -4,6 +4,7 @@
 #include <cabinaudio/shm/ShareMemory.h>
 
 #include "devkit/server/RingPlaces.h"
+#include "devkit/server/RingReceiver.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -17,7 +18,7 @@ namespace cabinaudio::server {
 class ServerRing {
 public:
     /// False when the memory could not be had; nothing else may be called then.
-    [[nodiscard]] bool isUsable() const { return mRing->isUsable(); }
+    [[nodiscard]] bool isUsable() const { return mIsUsable; }
     [[nodiscard]] bool isPhysical() const { return mPlace.isPhysical(); }
     /// Physical address of the data, 0 for a POSIX ring.
     [[nodiscard]] std::uint32_t address() const { return mPlace.address(); }
@@ -37,8 +38,14 @@ protected:
     [[nodiscard]] std::string sizeDamage() const;
 
 private:
+    [[nodiscard]] bool isOwnObject() const;
+    [[nodiscard]] bool startReceiver(unsigned side,
+                                     ShareMemoryUpdateNotificationCallback* onUpdate);
+
     RingPlace mPlace;                            // outlives the mapping of it
     mutable std::optional<ShareMemoryEx> mRing;  // its getters are not const
+    std::optional<RingReceiver> mReceiver;
+    bool mIsUsable = false;
 };
 
 }  // namespace cabinaudio::server

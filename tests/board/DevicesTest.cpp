@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "devkit/board/Names.h"
 #include "tests/board/InProcess.h"
 #include "tests/board/Process.h"
 
@@ -173,19 +174,52 @@ TEST_F(TheMemoryDevice, IsMadeWithItsModeWhateverTheUmask) {
     EXPECT_EQ(status.st_mode & 07777, 0600U);
 }
 
+/// The number of the file behind the memory device.
+ino_t memoryNumber() {
+    const OpenFile memory(open("/dev/mem", O_RDWR));
+    struct stat64 status {};
+    return memory >= 0 && fstat64(memory, &status) == 0 ? static_cast<ino_t>(status.st_ino) : 0;
+}
+
+ino_t numberOf(const std::string& path) {
+    struct stat64 status {};
+    return lstat64(path.c_str(), &status) == 0 ? static_cast<ino_t>(status.st_ino) : 0;
+}
+
 TEST_F(TheMemoryDevice, DoesNotFollowALinkInItsPlace) {
     const TemporaryDirectory elsewhere;
     ASSERT_EQ(symlink((elsewhere.path() / "trap").c_str(), mInstance.memoryFile().c_str()), 0);
-    EXPECT_EQ(open("/dev/mem", O_RDWR), -1);
-    EXPECT_EQ(errno, ELOOP);
+    const ino_t number = memoryNumber();
+    EXPECT_NE(number, 0U);
+    EXPECT_EQ(number, numberOf(mInstance.memoryFile().native() + ".1"));
     EXPECT_FALSE(std::filesystem::exists(elsewhere.path() / "trap"));
 }
 
-TEST_F(TheMemoryDevice, IsNotTakenFromAnotherUser) {
+TEST_F(TheMemoryDevice, TakesItsNextPlaceWhereAnotherUserHasTakenOne) {
     const OpenFile foreign(open64(mInstance.memoryFile().c_str(), O_RDWR | O_CREAT, 0666));
     ASSERT_GE(foreign, 0);
     if (fchown(foreign, geteuid() + 1, static_cast<gid_t>(-1)) != 0) {
         GTEST_SKIP() << "only root can give a file away";
+    }
+    const ino_t number = memoryNumber();
+    EXPECT_NE(number, 0U);
+    EXPECT_EQ(number, numberOf(mInstance.memoryFile().native() + ".1"));
+    struct stat64 status {};
+    ASSERT_EQ(fstat64(foreign, &status), 0);
+    EXPECT_EQ(status.st_size, 0) << "the other user's file";
+
+    ASSERT_EQ(unlink(mInstance.memoryFile().c_str()), 0);
+    EXPECT_EQ(memoryNumber(), number) << "processes that come later find the same memory";
+    const OpenFile readOnly(open("/dev/mem", O_RDONLY));
+    ASSERT_EQ(fstat64(readOnly, &status), 0);
+    EXPECT_EQ(status.st_ino, number);
+}
+
+TEST_F(TheMemoryDevice, IsNotThereWhenOtherUsersHaveTakenEachPlace) {
+    for (unsigned place = 0; place < board::kPhysicalMemoryPlaces; ++place) {
+        const std::string name =
+            mInstance.memoryFile().native() + (place == 0 ? "" : "." + std::to_string(place));
+        ASSERT_EQ(symlink("/nowhere", name.c_str()), 0);
     }
     EXPECT_EQ(open("/dev/mem", O_RDWR), -1);
     EXPECT_EQ(errno, EACCES);

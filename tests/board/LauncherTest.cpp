@@ -306,10 +306,13 @@ TEST_F(TwoInstances, AreCleanedOneByOne) {
         say(*instance, {"put-memory", "0", "1"});
         say(*instance, {"make-object", "ring"});
     }
+    const fs::path otherPlace = mOne.memoryFile().native() + ".63";
+    std::ofstream(otherPlace) << "memory";
     const Outcome cleaned = launch({"-i", mOne.name(), "--clean"});
     EXPECT_EQ(cleaned.exitCode, 0);
     EXPECT_EQ(cleaned.out + cleaned.err, "");
     EXPECT_FALSE(fs::exists(mOne.memoryFile()));
+    EXPECT_FALSE(fs::exists(otherPlace));
     EXPECT_FALSE(fs::exists(mOne.objectFile("ring")));
     EXPECT_TRUE(fs::exists(mOther.memoryFile()));
     EXPECT_TRUE(fs::exists(mOther.objectFile("ring")));

@@ -57,8 +57,10 @@ OwnInstance::~OwnInstance() {
     std::error_code ignored;
     fs::remove(memoryFile(), ignored);
     const std::string prefix = "cabinaudio." + mName + ".";
+    const std::string otherPlaces = memoryFile().filename().native() + ".";
     for (const auto& entry : fs::directory_iterator("/dev/shm", ignored)) {
-        if (entry.path().filename().native().starts_with(prefix)) {
+        const std::string name = entry.path().filename();
+        if (name.starts_with(prefix) || name.starts_with(otherPlaces)) {
             fs::remove(entry.path(), ignored);
         }
     }

@@ -267,6 +267,7 @@ const std::vector<Row>& rows() {
         row<LateHook<38, int, void*>>({"fclose", {EIO, ENOSPC}}),
         row<ErrnoHook<39, int, clockid_t, void*>>({"clock_gettime", {EINVAL}}),
         row<ErrnoHook<40, int, int, void*>>({"fstat64", {EIO, EOVERFLOW}}),
+        row<ErrnoHook<41, int, int, void*>>({"fstatvfs64", {EIO, ENOSYS}}),
     };
     return all;
 }

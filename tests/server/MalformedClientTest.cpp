@@ -180,7 +180,8 @@ TEST(AClientThatDoesNotReadItsSocket, IsDisconnectedAndKeepsNobodyWaiting) {
 }
 
 /// A client of the alternative tag that maps its ring itself and treats it badly.
-class AHostileRing : public ::testing::Test {
+/// The parameter is the server's pace: without a clock it looks when the ring's receiver says so.
+class AHostileRing : public ::testing::TestWithParam<bool> {
 protected:
     void SetUp() override {
         ASSERT_EQ(client.create(1, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
@@ -204,52 +205,57 @@ protected:
         EXPECT_EQ(other.status(wire::StreamFunction::Start), AUDIO_NO_ERROR);
     }
 
-    RealServer server{{"--output", "null"}};
+    static std::vector<std::string> arguments(bool isFast) {
+        return isFast ? std::vector<std::string>{"--output", "null", "--fast"}
+                      : std::vector<std::string>{"--output", "null"};
+    }
+
+    RealServer server{arguments(GetParam())};
     RawClient client{AUDIO_CONNECT_ALTERNATIVE, "hostile"};
     int object = -1;
     wire::RingHeader* header = nullptr;
 };
 
-TEST_F(AHostileRing, OfAnotherSizeCostsTheConnection) {
+TEST_P(AHostileRing, OfAnotherSizeCostsTheConnection) {
     header->size = 7;
     EXPECT_EQ(client.status(wire::StreamFunction::Start), AUDIO_NO_ERROR);
     expectOnlyThisClientIsGone("changed its ring's size from 24576 to 7");
 }
 
-TEST_F(AHostileRing, OfNoSizeCostsTheConnection) {
+TEST_P(AHostileRing, OfNoSizeCostsTheConnection) {
     header->size = 0;
     EXPECT_EQ(client.status(wire::StreamFunction::Start), AUDIO_NO_ERROR);
     expectOnlyThisClientIsGone("changed its ring's size from 24576 to 0");
 }
 
-TEST_F(AHostileRing, WithAReadOffsetInsideAFrameCostsTheConnection) {
+TEST_P(AHostileRing, WithAReadOffsetInsideAFrameCostsTheConnection) {
     header->readOffset = 3;
     header->writeOffset = 400;
     EXPECT_EQ(client.status(wire::StreamFunction::Start), AUDIO_NO_ERROR);
     expectOnlyThisClientIsGone("set its ring's read offset to 3");
 }
 
-TEST_F(AHostileRing, WithAReadOffsetBeyondItsEndCostsTheConnection) {
+TEST_P(AHostileRing, WithAReadOffsetBeyondItsEndCostsTheConnection) {
     header->readOffset = 0x80000000;
     EXPECT_EQ(client.status(wire::StreamFunction::Start), AUDIO_NO_ERROR);
     expectOnlyThisClientIsGone("set its ring's read offset to 2147483648");
 }
 
-TEST_F(AHostileRing, WithAWriteOffsetBeyondItsEndHasNoData) {
+TEST_P(AHostileRing, WithAWriteOffsetBeyondItsEndHasNoData) {
     header->writeOffset = 0xfffffff0;
     EXPECT_EQ(client.status(wire::StreamFunction::Start), AUDIO_NO_ERROR);
     EXPECT_EQ(client.status(wire::StreamFunction::WriteDone), AUDIO_NO_ERROR);
     EXPECT_EQ(client.notification().event, 4U) << "nothing to be played";
 }
 
-TEST_F(AHostileRing, ThatIsCutOffCostsTheConnection) {
+TEST_P(AHostileRing, ThatIsCutOffCostsTheConnection) {
     header->writeOffset = 20000;
     ASSERT_EQ(ftruncate(object, 0), 0);
     EXPECT_EQ(client.status(wire::StreamFunction::Start), AUDIO_NO_ERROR);
     expectOnlyThisClientIsGone("ring's");
 }
 
-TEST_F(AHostileRing, WhoseDataIsCutOffCostsTheConnection) {
+TEST_P(AHostileRing, WhoseDataIsCutOffCostsTheConnection) {
     ASSERT_EQ(ftruncate(object, 4096), 0);
     header->readOffset = 16000;
     header->writeOffset = 20000;
@@ -257,7 +263,7 @@ TEST_F(AHostileRing, WhoseDataIsCutOffCostsTheConnection) {
     expectOnlyThisClientIsGone("cut off its ring's memory");
 }
 
-TEST_F(AHostileRing, WithAPartOfAFrameInItPlaysWholeFramesOnly) {
+TEST_P(AHostileRing, WithAPartOfAFrameInItPlaysWholeFramesOnly) {
     header->writeOffset = 4 * 10 + 3;
     EXPECT_EQ(client.status(wire::StreamFunction::Start), AUDIO_NO_ERROR);
     EXPECT_EQ(client.status(wire::StreamFunction::WriteDone), AUDIO_NO_ERROR);
@@ -265,6 +271,10 @@ TEST_F(AHostileRing, WithAPartOfAFrameInItPlaysWholeFramesOnly) {
     EXPECT_EQ(header->readOffset, 40U);
     EXPECT_THAT(server.command("state"), HasSubstr("\"frames\":10,"));
 }
+
+INSTANTIATE_TEST_SUITE_P(OfEachPace, AHostileRing, ::testing::Bool(), [](const auto& test) {
+    return std::string(test.param ? "fast" : "steady");
+});
 
 }  // namespace
 }  // namespace cabinaudio::test

@@ -7,6 +7,7 @@
 #include <semaphore.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
+#include <sys/statvfs.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -32,6 +33,14 @@ constinit std::atomic<bool> gArmed{false};
 constinit const char* gInterrupted = nullptr;
 constinit std::function<void()>* gAction = nullptr;
 constinit std::atomic<bool> gInterrupts{false};
+
+struct FileSystem {
+    std::uint64_t blocks;
+    std::uint64_t free;
+    unsigned long blockSize;
+};
+constinit FileSystem gFileSystem{};
+constinit std::atomic<bool> gHasFileSystem{false};
 
 constexpr std::size_t kMostCalls = 512;
 struct Notes {
@@ -178,6 +187,15 @@ bool Before::happened() const {
     return !gInterrupts;
 }
 
+Room::Room(std::uint64_t blocks, std::uint64_t free, unsigned long blockSize) {
+    gFileSystem = {blocks, free, blockSize};
+    gHasFileSystem = true;
+}
+
+Room::~Room() {
+    gHasFileSystem = false;
+}
+
 Calls::Calls() {
     tNotes = new Notes{};
 }
@@ -239,6 +257,18 @@ int fallocate64(int fd, int mode, off64_t offset, off64_t length) {
 }
 int fallocate(int fd, int mode, off_t offset, off_t length) {
     return reserve(fd, mode, offset, length);
+}
+
+int fstatvfs64(int fd, struct statvfs64* system) noexcept {
+    using Function = int(int, struct statvfs64*);
+    static constinit std::atomic<Function*> found{nullptr};
+    if (takeFailure("fstatvfs")) return -1;
+    const int result = next(found, "fstatvfs64", "__interceptor_fstatvfs64")(fd, system);
+    if (!gHasFileSystem) return result;
+    system->f_blocks = gFileSystem.blocks;
+    system->f_bfree = system->f_bavail = gFileSystem.free;
+    system->f_frsize = gFileSystem.blockSize;
+    return 0;
 }
 
 int open64(const char* path, int flags, ...) {

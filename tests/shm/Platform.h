@@ -8,8 +8,8 @@
 #include <vector>
 
 /// This program's own definitions of the platform functions below the ring: they pass every call
-/// on, unless a test has something else in mind, and take notes. "mmap", "ftruncate", "fallocate"
-/// and "open" also stand for the functions of 64-bit offsets.
+/// on, unless a test has something else in mind, and take notes. "mmap", "ftruncate", "fallocate",
+/// "fstatvfs" and "open" also stand for the functions of 64-bit offsets.
 namespace cabinaudio::test {
 
 /// Makes one call of one platform function fail, on any thread; one at a time.
@@ -38,6 +38,17 @@ public:
 
     /// Whether that call has come.
     [[nodiscard]] bool happened() const;
+};
+
+/// A file system of another size than the real one; one at a time.
+class Room {
+public:
+    /// @param blocks  that it has, 0: it has no limit
+    /// @param free    of them
+    Room(std::uint64_t blocks, std::uint64_t free, unsigned long blockSize = 4096);
+    ~Room();
+    Room(const Room&) = delete;
+    Room& operator=(const Room&) = delete;
 };
 
 /// One call of a platform function, with its numbers.

@@ -25,9 +25,11 @@ void removeFile(const fs::path& path, std::vector<std::string>& removed) {
 
 std::vector<std::string> removeLeftovers(const std::string& instance) {
     std::vector<std::string> removed;
-    board::PathText memory;
-    board::physicalMemoryPath(instance.c_str(), geteuid(), memory);
-    removeFile(memory.c_str(), removed);
+    for (unsigned place = 0; place < board::kPhysicalMemoryPlaces; ++place) {
+        board::PathText memory;
+        board::physicalMemoryPath(instance.c_str(), geteuid(), place, memory);
+        removeFile(memory.c_str(), removed);
+    }
     board::NameText prefix;
     board::sharedMemoryPrefix(instance.c_str(), prefix);
     std::error_code failed;

@@ -1,0 +1,448 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Clients that take their ring's memory away, and programs and users that have put something where
+// a ring or the physical memory is to be: nobody else notices.
+#include <cabinaudio/foundation/AudioStatus.h>
+#include <cabinaudio/shm/ShareMemory.h>
+
+#include "devkit/board/Names.h"
+#include "tests/server/HostileRing.h"
+#include "tests/server/Playing.h"
+#include "tests/server/RawClient.h"
+#include "tests/server/Sound.h"
+#include "tests/support/ProcessState.h"
+#include "tests/support/RealServer.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <grp.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mman.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace cabinaudio::test {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::Combine;
+using ::testing::HasSubstr;
+using ::testing::ValuesIn;
+namespace fs = std::filesystem;
+
+// ---- Memory that is taken away -----------------------------------------------------------------
+
+constexpr RingUser USERS[] = {
+    {"track", AUDIO_CONNECT_ALTERNATIVE, AUDIO_TAG_ALTERNATIVE, false, false},
+    {"auxiliary", AUDIO_CONNECT_AUXILIARY, AUDIO_TAG_AUXILIARY, false, true},
+    {"input", AUDIO_CONNECT_INPUT1, AUDIO_TAG_INPUT1, true, false},
+    {"uplink", AUDIO_CONNECT_UPLINK, AUDIO_TAG_UPLINK, true, true},
+};
+
+std::vector<std::string> argumentsOf(bool isFast) {
+    std::vector<std::string> arguments = {"--output", "null", "--input", "silence"};
+    if (isFast) arguments.emplace_back("--fast");
+    return arguments;
+}
+
+std::string firstWordOf(const fs::path& file) {
+    std::ifstream stream(file);
+    std::string word;
+    stream >> word;
+    return word;
+}
+
+/// Whether the server's threads other than its first all sleep in the kernel.
+bool receiversSleep(const RealServer& server) {
+    const fs::path tasks = "/proc/" + std::to_string(server.pid()) + "/task";
+    for (const auto& task : fs::directory_iterator(tasks)) {
+        if (task.path().filename() == std::to_string(server.pid())) continue;
+        std::ifstream file(task.path() / "stat");
+        const std::string line{std::istreambuf_iterator<char>(file), {}};
+        const std::size_t state = line.rfind(')') + 2;
+        if (state >= line.size() || line[state] != 'S') return false;
+    }
+    return true;
+}
+
+class ARingWhoseMemoryGoes : public ::testing::TestWithParam<std::tuple<bool, RingUser>> {
+protected:
+    const bool isFast = std::get<0>(GetParam());
+    const RingUser user = std::get<1>(GetParam());
+    RealServer server{argumentsOf(isFast)};
+
+    /// With no clock the server sleeps until the client has done something.
+    void waitForReceiver(const HostileRing& ring) const {
+        if (!isFast) return;
+        ASSERT_TRUE(eventually([&] { return ring.hasSleeper() && receiversSleep(server); }));
+    }
+    void expectServerServes() {
+        RawClient other(AUDIO_CONNECT_ALTERNATIVE, "other");
+        EXPECT_EQ(other.create(1, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
+        EXPECT_EQ(other.status(wire::StreamFunction::Start), AUDIO_NO_ERROR);
+        EXPECT_EQ(other.status(wire::StreamFunction::WriteDone), AUDIO_NO_ERROR);
+        EXPECT_EQ(other.notification().event, 4U) << "nothing to be played";
+    }
+    void TearDown() override {
+        const int status = server.stop();
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status << server.output();
+    }
+};
+
+TEST_P(ARingWhoseMemoryGoes, UnderASleepingReceiverCostsNobodyElse) {
+    for (int i = 0; i < 5; ++i) {
+        HostileRing ring(user, "hostile" + std::to_string(i));
+        ASSERT_NO_FATAL_FAILURE(waitForReceiver(ring));
+        ring.cut();
+        ring.leave();
+        expectServerServes();
+    }
+}
+
+TEST_P(ARingWhoseMemoryGoes, WhileItsClientPostsWithoutEndCostsNobodyElse) {
+    HostileRing ring(user, "hostile");
+    const EndlessProcess poster([&ring] { ring.post(); });
+    poster.waitFor(10000);
+    expectServerServes();
+    ring.cut();
+    ring.leave();
+    expectServerServes();
+}
+
+TEST_P(ARingWhoseMemoryGoes, AndComesAgainAllTheTimeCostsNobodyElse) {
+    for (int i = 0; i < 5; ++i) {
+        HostileRing ring(user, "hostile" + std::to_string(i));
+        const EndlessProcess cutter([&ring] {
+            ring.cut();
+            ring.restore();
+        });
+        cutter.waitFor(100);
+        ring.leave();
+        expectServerServes();
+    }
+}
+
+TEST_P(ARingWhoseMemoryGoes, WhileItPlaysOrRecordsCostsTheConnection) {
+    HostileRing ring(user, "hostile");
+    ASSERT_NO_FATAL_FAILURE(waitForReceiver(ring));
+    if (!user.isPhysical || !user.isCapture) ring.start();
+    for (int i = 0; i < 100; ++i)
+        ring.post();
+    ring.cut();
+    if (isFast) {  // nothing more makes the server look
+        ring.leave();
+    } else {
+        EXPECT_TRUE(ring.client().isClosedByServer());
+        EXPECT_THAT(server.output(), HasSubstr("ring's"));
+    }
+    expectServerServes();
+}
+
+INSTANTIATE_TEST_SUITE_P(OfEachPaceAndKind, ARingWhoseMemoryGoes,
+                         Combine(::testing::Bool(), ValuesIn(USERS)), [](const auto& test) {
+                             const bool isFast = std::get<0>(test.param);
+                             return std::string(isFast ? "fast_" : "steady_") +
+                                    std::get<1>(test.param).name;
+                         });
+
+TEST(PhysicalMemoryThatGoes, CostsTheConnectionOfWhoPlaysFromIt) {
+    for (const bool isFast : {false, true}) {
+        const RealServer server(argumentsOf(isFast));
+        HostileRing ring(USERS[1], "hostile");
+        ring.start();
+        const int memory = open("/dev/mem", O_RDWR | O_CLOEXEC);
+        EXPECT_EQ(ftruncate(memory, 0), 0);
+        close(memory);
+        ring.pretendToHaveWritten(4000);
+        EXPECT_TRUE(ring.client().isClosedByServer());
+        EXPECT_THAT(server.output(), HasSubstr("cut off its ring's memory"));
+        RawClient other(AUDIO_CONNECT_AUXILIARY, "other");
+        EXPECT_EQ(other.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
+        EXPECT_EQ(other.notification().event, 3U) << "a ring for the next one";
+    }
+}
+
+// ---- Names that are taken ----------------------------------------------------------------------
+
+constexpr uid_t NOBODY = 65534;
+constexpr int CANNOT_RUN = 77;
+
+std::string instance() {
+    return std::getenv("CABINAUDIO_INSTANCE");
+}
+std::string memoryPath(uid_t user, unsigned place) {
+    return "/dev/shm/cabinaudio-physmem-" + std::to_string(user) + "-" + instance() +
+           (place == 0 ? "" : "." + std::to_string(place));
+}
+
+/// Runs `body` in a child process. @return its exit status: 0 when no expectation has failed
+int inChild(const std::function<int()>& body) {
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        int status = 1;
+        try {
+            status = body();
+        } catch (const std::exception& error) {
+            std::printf("%s\n", error.what());
+        }
+        std::fflush(nullptr);
+        _exit(::testing::Test::HasFailure() ? 1 : status);
+    }
+    int status = -1;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+/// The same as an ordinary user. @return CANNOT_RUN where that user may not run the server
+int asNobody(const std::function<void()>& body) {
+    return inChild([&body] {
+        if (setgroups(0, nullptr) != 0 || setresgid(NOBODY, NOBODY, NOBODY) != 0 ||
+            setresuid(NOBODY, NOBODY, NOBODY) != 0)
+            return CANNOT_RUN;
+        prctl(PR_SET_DUMPABLE, 1);
+        const char* given = std::getenv("CABINAUDIO_SERVER");
+        if (access(given != nullptr ? given : CABINAUDIO_TEST_SERVER, X_OK) != 0) return CANNOT_RUN;
+        body();
+        return 0;
+    });
+}
+
+/// A file that another program or user has put there; it goes with this object.
+class Planted {
+public:
+    explicit Planted(std::string path, mode_t mode = 0666, const std::string& text = "theirs")
+        : mPath(std::move(path)) {
+        unlink(mPath.c_str());
+        std::ofstream(mPath) << text;
+        EXPECT_EQ(chmod(mPath.c_str(), mode), 0) << mPath;
+    }
+    ~Planted() { unlink(mPath.c_str()); }
+    Planted(const Planted&) = delete;
+    Planted& operator=(const Planted&) = delete;
+
+    [[nodiscard]] const std::string& path() const { return mPath; }
+    [[nodiscard]] bool isUntouched() const {
+        struct stat64 found = {};
+        return lstat64(mPath.c_str(), &found) == 0 && found.st_size == 6 &&
+               firstWordOf(mPath) == "theirs";
+    }
+
+private:
+    std::string mPath;
+};
+
+/// Tests that run as two users.
+class AnotherUser : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (geteuid() != 0) GTEST_SKIP() << "only the superuser can be two users";
+    }
+};
+class AnObjectOfAnotherUser : public AnotherUser {};
+class AFileOfAnotherUser : public AnotherUser {};
+class FilesOfAnotherUser : public AnotherUser {};
+
+TEST_F(AnObjectOfAnotherUser, DoesNotGetTheMicrophone) {
+    const Planted planted("/dev/shm/cabinaudio." + instance() + ".mic");
+    const int status = asNobody([] {
+        const RealServer server(argumentsOf(true));
+        RawClient client(AUDIO_CONNECT_INPUT1, "mic");
+        EXPECT_EQ(client.createCapture(AUDIO_TAG_INPUT1, pcm(16000, 1, 16)).status,
+                  AUDIO_INVALID_OPERATION);
+        EXPECT_THAT(server.output(),
+                    AllOf(HasSubstr("\"mic\": refused"), HasSubstr("cannot be removed")));
+        RawClient other(AUDIO_CONNECT_INPUT1, "mic2");
+        EXPECT_EQ(other.createCapture(AUDIO_TAG_INPUT1, pcm(16000, 1, 16)).status, AUDIO_NO_ERROR);
+    });
+    if (status == CANNOT_RUN) GTEST_SKIP() << "another user cannot run the server here";
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(planted.isUntouched());
+}
+
+TEST_F(AFileOfAnotherUser, InThePlaceOfTheMemoryKeepsNoTrackFromPlaying) {
+    const Planted planted(memoryPath(NOBODY, 0));
+    const int status = asNobody([] {
+        const RealServer server(argumentsOf(true));
+        EXPECT_THAT(server.output(), HasSubstr("belongs to another user"));
+        Player player("music", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
+        ASSERT_TRUE(player.hasRing());
+        EXPECT_TRUE(player.write(noise16(48000)));
+        EXPECT_TRUE(player.end());
+    });
+    if (status == CANNOT_RUN) GTEST_SKIP() << "another user cannot run the server here";
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(planted.isUntouched());
+    EXPECT_FALSE(fs::exists(memoryPath(NOBODY, 1))) << "the server has gone";
+}
+
+TEST_F(AFileOfAnotherUser, ThatGoesWhileTheServerRunsLeavesTheMemoryWhereItIs) {
+    const int status = inChild([] {
+        std::optional<Planted> planted(std::in_place, memoryPath(NOBODY, 0));
+        int go[2];
+        if (pipe(go) != 0) return 1;
+        const pid_t user = fork();
+        if (user == 0) {
+            _exit(asNobody([&go] {
+                const RealServer server(argumentsOf(true));
+                char byte = 'r';
+                EXPECT_EQ(write(go[1], &byte, 1), 1);
+                ASSERT_TRUE(eventually([] { return !fs::exists(memoryPath(NOBODY, 0)); }));
+                Player player("music", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
+                ASSERT_TRUE(player.hasRing());
+                EXPECT_TRUE(player.write(noise16(48000)));
+                EXPECT_TRUE(player.end());
+                EXPECT_FALSE(fs::exists(memoryPath(NOBODY, 0)));
+            }));
+        }
+        close(go[1]);
+        char byte = 0;
+        const bool hasServer = read(go[0], &byte, 1) == 1;
+        planted.reset();
+        int end = -1;
+        waitpid(user, &end, 0);
+        const int result = WIFEXITED(end) ? WEXITSTATUS(end) : 1;
+        return hasServer || result == CANNOT_RUN ? result : 1;
+    });
+    if (status == CANNOT_RUN) GTEST_SKIP() << "another user cannot run the server here";
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(FilesOfAnotherUser, InEachPlaceOfTheMemoryAreReportedWithAWayOut) {
+    std::vector<std::unique_ptr<Planted>> planted;
+    for (unsigned place = 0; place < board::kPhysicalMemoryPlaces; ++place)
+        planted.push_back(std::make_unique<Planted>(memoryPath(NOBODY, place)));
+    const int status = asNobody([] {
+        const RealServer server(argumentsOf(true));
+        EXPECT_THAT(server.output(), AllOf(HasSubstr("no physical memory: Permission denied"),
+                                           HasSubstr("--instance")));
+        RawClient physical(AUDIO_CONNECT_AUXILIARY, "physical");
+        EXPECT_EQ(physical.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_MEMORY);
+        RawClient posix(AUDIO_CONNECT_ALTERNATIVE, "posix");
+        EXPECT_EQ(posix.create(1, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
+    });
+    if (status == CANNOT_RUN) GTEST_SKIP() << "another user cannot run the server here";
+    EXPECT_EQ(status, 0);
+}
+
+/// Names and shared memory that this process has for itself: the common instance's names are those
+/// of the whole machine otherwise.
+bool haveOwnMachine() {
+    return unshare(CLONE_NEWNS | CLONE_NEWNET) == 0 &&
+           mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount("none", "/dev/shm", "tmpfs", 0, "size=64m,mode=1777") == 0 &&
+           unsetenv("CABINAUDIO_INSTANCE") == 0;
+}
+
+/// Runs `body` beside a server of the common instance. @return its exit status
+int inTheCommonInstance(const std::function<void(const RealServer&)>& body) {
+    return inChild([&body] {
+        if (!haveOwnMachine()) return CANNOT_RUN;
+        const RealServer server({"--output", "null"});
+        body(server);
+        return 0;
+    });
+}
+
+std::int32_t createNamed(const std::string& name) {
+    RawClient client(AUDIO_CONNECT_ALTERNATIVE, name);
+    return client.create(1, pcm(48000, 2, 16)).status;
+}
+
+/// A ring whose creator was killed.
+void leaveRing(const std::string& name) {
+    static ShareMemoryEx* ring;
+    const auto make = [&name] {
+        ring = new ShareMemoryEx(SHM_TYPE_POSIX_SHM, name.c_str(), nullptr, 4096, SHM_MODE_CREATOR,
+                                 nullptr);
+        return ring->isUsable() ? 0 : 1;
+    };
+    EXPECT_EQ(inChild(make), 0);
+}
+
+TEST(TheCommonInstance, LeavesTheObjectsOfOtherProgramsAlone) {
+    const int status = inTheCommonInstance([](const RealServer& server) {
+        const Planted program("/dev/shm/other-program", 0600);
+        EXPECT_EQ(createNamed("other-program"), AUDIO_INVALID_OPERATION);
+        EXPECT_EQ(createNamed("//other-program"), AUDIO_INVALID_OPERATION);
+        EXPECT_THAT(server.output(), HasSubstr("is not a ring of this user's server"));
+        EXPECT_TRUE(program.isUntouched());
+
+        ASSERT_EQ(symlink("/etc/hostname", "/dev/shm/link"), 0);
+        EXPECT_EQ(createNamed("link"), AUDIO_INVALID_OPERATION);
+        EXPECT_TRUE(fs::is_symlink("/dev/shm/link"));
+        ASSERT_EQ(mkfifo("/dev/shm/fifo", 0600), 0);
+        EXPECT_EQ(createNamed("fifo"), AUDIO_INVALID_OPERATION);
+        EXPECT_TRUE(fs::is_fifo("/dev/shm/fifo"));
+        ASSERT_EQ(mkdir("/dev/shm/directory", 0700), 0);
+        EXPECT_EQ(createNamed("directory"), AUDIO_INVALID_OPERATION);
+        EXPECT_EQ(createNamed("."), AUDIO_INVALID_OPERATION);
+
+        EXPECT_EQ(createNamed("free"), AUDIO_NO_ERROR) << "the server goes on";
+    });
+    if (status == CANNOT_RUN) GTEST_SKIP() << "only the superuser has a machine of his own";
+    EXPECT_EQ(status, 0);
+}
+
+TEST(TheCommonInstance, LeavesTheObjectsOfOtherInstancesAlone) {
+    const int status = inTheCommonInstance([](const RealServer&) {
+        for (const std::string name :
+             {"cabinaudio.b.ring", "cabinaudio-lib-0-1", "cabinaudio-physmem-0-b"}) {
+            const Planted object("/dev/shm/" + name, 0600);
+            EXPECT_EQ(createNamed(name), AUDIO_BAD_VALUE);
+            EXPECT_EQ(createNamed("/" + name), AUDIO_BAD_VALUE);
+            EXPECT_TRUE(object.isUntouched()) << name;
+        }
+    });
+    if (status == CANNOT_RUN) GTEST_SKIP() << "only the superuser has a machine of his own";
+    EXPECT_EQ(status, 0);
+}
+
+TEST(TheCommonInstance, ReplacesOnlyRingsOfItsUserThatNobodyElseCouldOpen) {
+    const int status = inTheCommonInstance([](const RealServer& server) {
+        leaveRing("left");
+        EXPECT_EQ(createNamed("left"), AUDIO_NO_ERROR) << server.output();
+
+        leaveRing("open");
+        ASSERT_EQ(chmod("/dev/shm/open", 0666), 0);
+        EXPECT_EQ(createNamed("open"), AUDIO_INVALID_OPERATION);
+        leaveRing("another");
+        ASSERT_EQ(chown("/dev/shm/another", NOBODY, NOBODY), 0);
+        EXPECT_EQ(createNamed("another"), AUDIO_INVALID_OPERATION);
+        leaveRing("linked");
+        ASSERT_EQ(link("/dev/shm/linked", "/dev/shm/second"), 0);
+        EXPECT_EQ(createNamed("linked"), AUDIO_INVALID_OPERATION);
+        leaveRing("longer");
+        ASSERT_EQ(truncate("/dev/shm/longer", 5000), 0);
+        EXPECT_EQ(createNamed("longer"), AUDIO_INVALID_OPERATION);
+        for (const char* const name : {"open", "another", "linked", "longer"})
+            EXPECT_TRUE(fs::exists(std::string("/dev/shm/") + name)) << name;
+    });
+    if (status == CANNOT_RUN) GTEST_SKIP() << "only the superuser has a machine of his own";
+    EXPECT_EQ(status, 0);
+}
+
+TEST(AnInstanceOfItsOwn, ReplacesWhateverIsLeftUnderItsNames) {
+    const Planted left("/dev/shm/cabinaudio." + instance() + ".left", 0600);
+    const RealServer server({"--output", "null"});
+    EXPECT_EQ(createNamed("left"), AUDIO_NO_ERROR) << server.output();
+    EXPECT_TRUE(eventually([&] { return !fs::exists(left.path()); })) << "the client's ring";
+}
+
+}  // namespace
+}  // namespace cabinaudio::test
