@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/server/ControlSocket.h"
 
+#include "devkit/server/SystemError.h"
+
 #include <sys/epoll.h>
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 
 #include <array>
@@ -30,10 +33,14 @@ ControlSocket::ControlSocket(EventLoop& loop, Admission& admission, Handler hand
       mAdmission(admission),
       mHandler(std::move(handler)),
       mOnClosed(std::move(onClosed)),
+      mTurn(eventfd(1, EFD_CLOEXEC)),
       mClock(loop, [this](std::uint64_t) { lookAtClock(); }),
-      mListener(loop, NAME, [this](UniqueFd socket) { accept(std::move(socket)); }) {}
+      mListener(loop, NAME, [this](UniqueFd socket) { accept(std::move(socket)); }) {
+    if (!mTurn) throw systemError("eventfd");
+}
 
 ControlSocket::~ControlSocket() {
+    mLoop.remove(mTurn.get());
     for (const auto& [fd, connection] : mConnections) {
         mLoop.remove(fd);
     }
@@ -98,19 +105,14 @@ void ControlSocket::goOn(int fd) {
 }
 
 void ControlSocket::enqueue(int fd) {
+    if (mLines.empty()) mLoop.add(mTurn.get(), EPOLLIN, [this](std::uint32_t) { answerOne(); });
     mLines.push_back(fd);
-    if (!std::exchange(mIsPosted, true)) mLoop.post([this] { answerOne(); });
 }
 
 void ControlSocket::answerOne() {
-    mIsPosted = false;
-    if (mLines.empty()) return;
     const int fd = mLines.front();
     mLines.pop_front();
-    if (!mLines.empty()) {
-        mIsPosted = true;
-        mLoop.post([this] { answerOne(); });
-    }
+    if (mLines.empty()) mLoop.remove(mTurn.get());
     Connection& connection = mConnections.at(fd);
     const std::size_t end = connection.input.find('\n');
     const std::string line = connection.input.substr(0, end);
@@ -173,7 +175,6 @@ void ControlSocket::lookAtClock() {
 
 void ControlSocket::close(int fd) {
     mLoop.remove(fd);
-    std::erase(mLines, fd);
     mConnections.erase(fd);
     mOnClosed();
 }

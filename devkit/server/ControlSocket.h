@@ -71,8 +71,8 @@ private:
     Handler mHandler;
     std::function<void()> mOnClosed;
     std::unordered_map<int, Connection> mConnections;
-    std::deque<int> mLines;  // connections with a whole line, the oldest first
-    bool mIsPosted = false;  // the answer to the next one
+    std::deque<int> mLines;  // connections with a whole line, the oldest first; not watched
+    UniqueFd mTurn;          // always readable, and watched while there are any
     Timer mClock;            // ticks while a connection is in the middle of something
     bool mIsTicking = false;
     Listener mListener;

@@ -39,7 +39,8 @@ void become(const User& user) {
     } catch (const std::exception& error) {
         text = error.what();
     }
-    if (write(report, text.data(), text.size()) < 0) _exit(1);
+    // A null byte ends it: children of the child may hold the pipe.
+    if (write(report, text.c_str(), text.size() + 1) < 0) _exit(1);
     close(report);
     char nothing = 0;
     while (read(life, &nothing, 1) < 0 && errno == EINTR) {
@@ -82,7 +83,8 @@ const std::string& UserProcess::report() {
         const ssize_t count = isReady ? read(mReport, chunk.data(), chunk.size()) : 0;
         if (count > 0) {
             mText.append(chunk.data(), static_cast<std::size_t>(count));
-            continue;
+            if (mText.back() != '\0') continue;
+            mText.pop_back();
         }
         if (!isReady) mText = "no report";
         close(std::exchange(mReport, -1));
