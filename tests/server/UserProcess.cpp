@@ -86,7 +86,10 @@ const std::string& UserProcess::report() {
             if (mText.back() != '\0') continue;
             mText.pop_back();
         }
-        if (!isReady) mText = "no report";
+        if (!isReady) {
+            mText = "no report";
+            kill(mPid, SIGKILL);
+        }
         close(std::exchange(mReport, -1));
     }
     return mText;
