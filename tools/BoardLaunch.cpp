@@ -91,7 +91,8 @@ std::string boardInstance() {
 
 void warnOfForeignServer() {
     // The stand-in adds the instance's name to the socket's.
-    const std::string warning = board::warningOfForeignServer("");
+    const std::string warning = board::warningOfForeignServer(
+        "", boardIsActive() ? board::Look::AtBothSockets : board::Look::AtControlSocket);
     if (!warning.empty()) complain(warning);
 }
 

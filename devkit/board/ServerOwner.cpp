@@ -27,22 +27,36 @@ std::optional<uid_t> ownerOf(int connection) {
     return credentials.uid;
 }
 
-}  // namespace
-
-std::string warningOfForeignServer(const std::string& instance) {
-    const std::string name = kControlSocket + (instance.empty() ? "" : "." + instance);
+// -1 when nobody listens.
+int connectTo(const std::string& name) {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
-    if (name.size() >= sizeof address.sun_path) return {};
+    if (name.size() >= sizeof address.sun_path) return -1;
     std::memcpy(address.sun_path + 1, name.data(), name.size());  // abstract
     const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
     const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (descriptor < 0) return {};
-    std::string warning;
+    if (descriptor < 0) return -1;
     if (connect(descriptor, reinterpret_cast<const sockaddr*>(&address), length) == 0)
-        warning = warningOfForeignServer(descriptor);
+        return descriptor;
     close(descriptor);
+    return -1;
+}
+
+std::string warningOf(int connection) {
+    if (connection < 0) return {};
+    std::string warning = warningOfForeignServer(connection);
+    close(connection);
     return warning;
+}
+
+}  // namespace
+
+std::string warningOfForeignServer(const std::string& instance, Look look) {
+    const std::string suffix = instance.empty() ? "" : "." + instance;
+    const int control = connectTo(kControlSocket + suffix);
+    if (control >= 0 || look == Look::AtControlSocket) return warningOf(control);
+    // Without one it is not the development server, or a user who has taken the clients' name only.
+    return warningOf(connectTo(kServerSocket + suffix));
 }
 
 std::string warningOfForeignServer(int connection) {

@@ -7,6 +7,7 @@
 #include "tests/support/RealServer.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/tools/ToolProcess.h"
+#include "wire/Frame.h"
 #include "wire/Settings.h"
 
 #include <gmock/gmock.h>
@@ -52,14 +53,13 @@ constexpr char kWarning[] =
     }
 }
 
-std::string takeControlSocket() {
-    constexpr char NAME[] = "/tmp/cabinaudio_control";
+std::string take(const std::string& name) {
     const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     struct sockaddr_un address = {};
     address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path + 1, NAME, sizeof NAME - 1);
-    constexpr auto length =
-        static_cast<socklen_t>(offsetof(struct sockaddr_un, sun_path) + sizeof NAME);
+    std::memcpy(address.sun_path + 1, name.data(), name.size());
+    const auto length =
+        static_cast<socklen_t>(offsetof(struct sockaddr_un, sun_path) + 1 + name.size());
     if (bind(listener, reinterpret_cast<struct sockaddr*>(&address), length) != 0) return "bind";
     if (listen(listener, 10) != 0) return "listen";
     if (fork() == 0) answerForEver(listener);
@@ -70,7 +70,7 @@ class AnotherUsersServer : public testing::Test {
 protected:
     void SetUp() override {
         if (!mayBecomeAnotherUser()) GTEST_SKIP() << "only root can be another user";
-        mServer.emplace(User{}, takeControlSocket);
+        mServer.emplace(User{}, [] { return take("/tmp/cabinaudio_control"); });
         ASSERT_EQ(mServer->report(), "listens");
     }
 
@@ -107,6 +107,15 @@ TEST_F(AnotherUsersServer, IsWarnedOfOnceByLauncherAndTool) {
     EXPECT_TRUE(json::parse(result.out).is_object());
     EXPECT_THAT(result.err, MatchesRegex(kWarning));
     EXPECT_THAT(result.err, HasSubstr("cabinaudio-run: warning"));
+}
+
+/// Enough for getting all that is played; the true server cannot start then.
+TEST(AnotherUser, IsWarnedOfWhoHasTakenTheClientsNameOnly) {
+    if (!mayBecomeAnotherUser()) GTEST_SKIP() << "only root can be another user";
+    UserProcess server(User{}, [] { return take(wire::SERVER_SOCKET); });
+    ASSERT_EQ(server.report(), "listens");
+    const ToolResult result = runTool({"version", "--timeout", "5"});
+    EXPECT_THAT(result.err, testing::ContainsRegex("warning: the server belongs to user 65534"));
 }
 
 TEST(RootsServer, IsNotWarnedOf) {

@@ -124,7 +124,7 @@ void warnOfForeignServer(const std::string& instance) {
     if (std::getenv(kToolVariable) != nullptr) {
         return;
     }
-    const std::string warning = board::warningOfForeignServer(instance);
+    const std::string warning = board::warningOfForeignServer(instance, board::Look::AtBothSockets);
     if (!warning.empty()) {
         std::fprintf(stderr, "cabinaudio-run: %s\n", warning.c_str());
     }
