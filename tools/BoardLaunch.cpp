@@ -2,7 +2,9 @@
 #include "tools/BoardLaunch.h"
 
 #include "devkit/board/Board.h"
+#include "devkit/board/ServerOwner.h"
 #include "tools/Failure.h"
+#include "tools/Terminal.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -85,6 +87,13 @@ bool boardIsActive() {
 std::string boardInstance() {
     const char* instance = boardIsActive() ? std::getenv(board::kInstanceVariable) : nullptr;
     return instance != nullptr ? instance : "";
+}
+
+void warnOfForeignServer() {
+    // The stand-in adds the instance's name to the socket's.
+    const std::string warning = board::warningOfForeignServer(
+        "", boardIsActive() ? board::Look::AtBothSockets : board::Look::AtControlSocket);
+    if (!warning.empty()) complain(warning);
 }
 
 void enterBoard(const Start& start, const CommonOptions& options, char** argv) {

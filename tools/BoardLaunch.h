@@ -34,4 +34,7 @@ struct Devices {
 /// @throws Failure when it is needed but cannot be had
 void enterBoard(const Start& start, const CommonOptions& options, char** argv);
 
+/// Warns on stderr when the server belongs to a user who is neither root nor this one.
+void warnOfForeignServer();
+
 }  // namespace cabinaudio::tool

@@ -46,6 +46,8 @@ ExitCode runTool(int argc, char** argv) {
     std::optional<Command> command = parseCommandLine(argc, argv);
     if (!command) return ExitCode::Done;
     prepare(start, *command, argv);
+    // A command to the server looks at its own connection.
+    if (!std::holds_alternative<ServerOptions>(command->options)) warnOfForeignServer();
     boundWaits(*command);
     if (auto* doctor = std::get_if<DoctorOptions>(&command->options))
         doctor->closedDescriptors = start.closedDescriptors;

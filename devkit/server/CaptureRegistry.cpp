@@ -82,7 +82,7 @@ CaptureStream::Parts CaptureRegistry::partsOf(Client& client, const wire::Create
     parts.tag = request.tag;
     parts.format = format;
     parts.codec = static_cast<Codec>(request.format.codecType);
-    parts.pid = request.pid;
+    parts.pid = client.process(request.pid);
     parts.input = mSettings.inputs.of(request.tag);
     parts.makeRing = [this, &client, size = ring->size()] {
         std::unique_ptr<CaptureRing> another;

@@ -39,8 +39,9 @@ bool isTerminated(const char (&name)[64]) {
 
 }  // namespace
 
-Client::Client(EventLoop& loop, UniqueFd socket, ClientOwner& owner)
-    : mLoop(loop), mOwner(owner), mSocket(std::move(socket)) {
+Client::Client(EventLoop& loop, UniqueFd socket, ClientOwner& owner,
+               std::optional<Admitted> admitted)
+    : mLoop(loop), mOwner(owner), mAdmitted(std::move(admitted)), mSocket(std::move(socket)) {
     mLoop.add(mSocket.get(), EPOLLIN, [this](std::uint32_t) { onReadable(); });
 }
 
@@ -73,6 +74,8 @@ void Client::onReadable() {
     }
     mInput.clear();
     if (mInput.capacity() > PIECE) mInput.shrink_to_fit();
+    mLooks = 0;
+    if (mAdmitted) (void)mAdmitted->unfinishedBytes.resize(0);
 }
 
 // Completes the message up to `end` bytes. @return whether all of them have come
@@ -89,14 +92,47 @@ bool Client::receive(std::size_t end) {
             fail("ended in the middle of a message");
         } else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
             close();
+        } else {
+            awaitRest();
         }
         return false;
     }
     return true;
 }
 
-bool Client::isHalfOpen(std::chrono::seconds limit) const {
-    return isOpen() && mHandle == 0 && std::chrono::steady_clock::now() - mSince >= limit;
+void Client::awaitRest() {
+    if (mInput.empty()) return;
+    if (mAdmitted && !mAdmitted->unfinishedBytes.resize(mInput.capacity())) {
+        close();  // the log has a line for all clients of this user
+    } else {
+        mOwner.unfinished(*this);
+    }
+}
+
+bool Client::look() {
+    if (!isOpen() || !isUnfinished()) return false;
+    if (++mLooks <= PATIENCE) return true;
+    fail(mHandle == 0 ? "does not register" : "does not finish its message");
+    return false;
+}
+
+std::int32_t Client::process(std::int32_t claimed) {
+    if (!mAdmitted) return claimed;
+    const std::int32_t process = mAdmitted->peer.process;
+    if (process != claimed && !std::exchange(mIsLiar, true)) {
+        log::warning("%s says that it is process %d, but it is %d", title().c_str(), claimed,
+                     process);
+    }
+    return process;
+}
+
+void Client::refuse(const UniqueFd& socket) {
+    const SocketFrameHeader header = frameHeader(HEADER_REPLY);
+    const wire::RegistrationReply body = {};
+    std::vector<std::uint8_t> message(bytesOf(header).begin(), bytesOf(header).end());
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(&body);
+    message.insert(message.end(), bytes, bytes + sizeof body);
+    (void)!::send(socket.get(), message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
 }
 
 std::string Client::complaint(const audio_param& header) const {

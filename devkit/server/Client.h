@@ -3,13 +3,14 @@
 
 #include <cabinaudio/foundation/AudioConnectType.h>
 
+#include "devkit/server/Admission.h"
 #include "devkit/server/EventLoop.h"
 #include "devkit/server/UniqueFd.h"
 #include "wire/Frame.h"
 
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -31,6 +32,8 @@ public:
     /// The connection is over. The client may be destroyed once the caller has returned to the
     /// event loop, not before.
     virtual void disconnected(Client& client) = 0;
+    /// The client is in the middle of a message: it wants to be looked at, see Client::look().
+    virtual void unfinished(const Client& /*client*/) {}
 
 protected:
     ~ClientOwner() = default;
@@ -43,8 +46,12 @@ class Client {
 public:
     /// Larger payloads are taken for garbage; the largest real one is a few KiB.
     static constexpr std::uint32_t MAXIMUM_PAYLOAD = 1 << 20;
+    /// Seconds for the registration, and for the rest of a message.
+    static constexpr int PATIENCE = 10;
 
-    Client(EventLoop& loop, UniqueFd socket, ClientOwner& owner);
+    /// @param admitted  without it the client has no known process, and no limits
+    Client(EventLoop& loop, UniqueFd socket, ClientOwner& owner,
+           std::optional<Admitted> admitted = {});
     ~Client();
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
@@ -54,6 +61,9 @@ public:
     [[nodiscard]] audio_connect_type type() const { return mType; }
     /// As the client gave it.
     [[nodiscard]] const std::string& name() const { return mName; }
+    /// The client's process as the kernel knows it, whatever the client says; the log gets one line
+    /// when the two differ.
+    [[nodiscard]] std::int32_t process(std::int32_t claimed);
     /// For log lines: handle, kind and name.
     [[nodiscard]] std::string title() const;
 
@@ -64,23 +74,35 @@ public:
     /// Logs why and closes the connection.
     void fail(const std::string& reason);
     [[nodiscard]] bool isOpen() const { return static_cast<bool>(mSocket); }
-    /// Whether it has not registered yet although it connected `limit` ago or earlier.
-    [[nodiscard]] bool isHalfOpen(std::chrono::seconds limit) const;
+    /// To be called once a second: closes the connection when it has not registered, or has been in
+    /// the middle of one message, for PATIENCE looks. Looks are counted instead of seconds: after a
+    /// pause of this process the rest may be there, and has not been read yet.
+    /// @return whether it wants to be looked at again
+    bool look();
+
+    /// Tells a client that is not let in, as far as its socket takes that: a registration that is
+    /// answered with handle 0, before it was sent. A client that is just closed would wait for
+    /// ever.
+    static void refuse(const UniqueFd& socket);
 
 private:
     void onReadable();
     bool receive(std::size_t end);
+    void awaitRest();
     void handleRegistration(const audio_param& header);
     void handleRequest(const audio_param& header, std::span<const std::uint8_t> payload);
     [[nodiscard]] std::string complaint(const audio_param& header) const;
     void send(std::span<const std::uint8_t> bytes);
     void close();
+    [[nodiscard]] bool isUnfinished() const { return mHandle == 0 || !mInput.empty(); }
 
     EventLoop& mLoop;
     ClientOwner& mOwner;
+    std::optional<Admitted> mAdmitted;
     UniqueFd mSocket;
     std::vector<std::uint8_t> mInput;  // the message under way
-    const std::chrono::steady_clock::time_point mSince = std::chrono::steady_clock::now();
+    int mLooks = 0;                    // at it, see look()
+    bool mIsLiar = false;              // and that was logged
     std::uint32_t mHandle = 0;
     audio_connect_type mType = AUDIO_CONNECT_UNKNOWN;
     std::string mName;

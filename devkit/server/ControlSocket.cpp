@@ -1,30 +1,68 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/server/ControlSocket.h"
 
+#include "devkit/server/SystemError.h"
+
 #include <sys/epoll.h>
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 
 #include <array>
 #include <cerrno>
+#include <chrono>
+#include <exception>
 #include <utility>
+#include <vector>
 
 namespace cabinaudio::server {
+namespace {
 
-ControlSocket::ControlSocket(EventLoop& loop, Handler handler)
+constexpr std::chrono::seconds LOOK{1};
+
+// Best effort: the other side need not listen.
+void refuse(const UniqueFd& socket, const std::string& reason) {
+    const std::string line = "error: " + reason + "\n";
+    (void)!send(socket.get(), line.data(), line.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+}
+
+}  // namespace
+
+ControlSocket::ControlSocket(EventLoop& loop, Admission& admission, Handler handler,
+                             std::function<void()> onClosed)
     : mLoop(loop),
+      mAdmission(admission),
       mHandler(std::move(handler)),
-      mListener(loop, NAME, [this](UniqueFd socket) { accept(std::move(socket)); }) {}
+      mOnClosed(std::move(onClosed)),
+      mTurn(eventfd(1, EFD_CLOEXEC)),
+      mClock(loop, [this](std::uint64_t) { lookAtClock(); }),
+      mListener(loop, NAME, [this](UniqueFd socket) { accept(std::move(socket)); }) {
+    if (!mTurn) throw systemError("eventfd");
+}
 
 ControlSocket::~ControlSocket() {
+    mLoop.remove(mTurn.get());
     for (const auto& [fd, connection] : mConnections) {
         mLoop.remove(fd);
     }
 }
 
 void ControlSocket::accept(UniqueFd socket) {
+    std::string reason;
+    auto admitted = mAdmission.admitControl(socket.get(), reason);
+    if (!admitted) {
+        refuse(socket, reason);
+        return;
+    }
     const int fd = socket.get();
-    mConnections[fd].socket = std::move(socket);
-    mLoop.add(fd, EPOLLIN, [this, fd](std::uint32_t) { onReadable(fd); });
+    Connection& connection = mConnections[fd];
+    connection.socket = std::move(socket);
+    connection.admitted = std::move(*admitted);
+    try {
+        watch(fd, Watch::Input);
+    } catch (...) {
+        mConnections.erase(fd);
+        throw;
+    }
 }
 
 void ControlSocket::onReadable(int fd) {
@@ -36,32 +74,64 @@ void ControlSocket::onReadable(int fd) {
         return;
     }
     mConnections.at(fd).input.append(chunk.data(), static_cast<std::size_t>(count));
-    serve(fd);
+    goOn(fd);
 }
 
-void ControlSocket::serve(int fd) {
-    Connection& connection = mConnections.at(fd);
-    if (answerLines(connection) && connection.input.size() <= MAXIMUM_LINE) {
-        watch(fd, connection);
+void ControlSocket::onWritable(int fd) {
+    if (send(mConnections.at(fd))) {
+        goOn(fd);
     } else {
         close(fd);
     }
 }
 
-// As far as the answers are taken. @return false when the other side has gone
-bool ControlSocket::answerLines(Connection& connection) {
-    while (send(connection)) {
-        const std::size_t end = connection.input.find('\n');
-        if (!connection.output.empty() || end == std::string::npos) return true;
-        connection.output = mHandler(connection.input.substr(0, end)) + "\n";
-        connection.input.erase(0, end + 1);
+// With the connection's next step: an answer that is not taken yet, a line, or the rest of one.
+void ControlSocket::goOn(int fd) {
+    Connection& connection = mConnections.at(fd);
+    const std::size_t end = connection.input.find('\n');
+    if (!connection.output.empty()) {
+        watch(fd, Watch::Output);
+    } else if (end != std::string::npos && end <= MAXIMUM_LINE) {
+        watch(fd, Watch::Nothing);
+        enqueue(fd);
+    } else if (end == std::string::npos && connection.input.size() <= MAXIMUM_LINE) {
+        watch(fd, Watch::Input);
+    } else {
+        close(fd);
+        return;
     }
-    return false;
+    const bool isUnfinished = !connection.output.empty() || !connection.input.empty();
+    if (isUnfinished && !std::exchange(mIsTicking, true)) mClock.every(LOOK);
+}
+
+void ControlSocket::enqueue(int fd) {
+    if (mLines.empty()) mLoop.add(mTurn.get(), EPOLLIN, [this](std::uint32_t) { answerOne(); });
+    mLines.push_back(fd);
+}
+
+void ControlSocket::answerOne() {
+    const int fd = mLines.front();
+    mLines.pop_front();
+    if (mLines.empty()) mLoop.remove(mTurn.get());
+    Connection& connection = mConnections.at(fd);
+    const std::size_t end = connection.input.find('\n');
+    const std::string line = connection.input.substr(0, end);
+    connection.input.erase(0, end + 1);
+    connection.looks = 0;
+    connection.output = answerTo(line) + "\n";
+    onWritable(fd);
+}
+
+std::string ControlSocket::answerTo(const std::string& line) const {
+    try {
+        return mHandler(line);
+    } catch (const std::exception& error) {
+        return std::string("error: ") + error.what();
+    }
 }
 
 bool ControlSocket::send(Connection& connection) {
     std::string& output = connection.output;
-    if (output.empty()) return true;
     const ssize_t sent =
         ::send(connection.socket.get(), output.data(), output.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     if (sent < 0) return errno == EAGAIN || errno == EINTR;
@@ -69,23 +139,44 @@ bool ControlSocket::send(Connection& connection) {
     return true;
 }
 
-// For what it needs next.
-void ControlSocket::watch(int fd, Connection& connection) {
-    const bool isSending = !connection.output.empty();
-    if (isSending == connection.isSending) return;
-    connection.isSending = isSending;
+void ControlSocket::watch(int fd, Watch wanted) {
+    Connection& connection = mConnections.at(fd);
+    if (connection.watch == wanted) return;
+    connection.watch = wanted;
     mLoop.remove(fd);
-    if (isSending) {
-        mLoop.add(fd, EPOLLOUT, [this, fd](std::uint32_t) { serve(fd); });
-    } else {
+    if (wanted == Watch::Output) {
+        mLoop.add(fd, EPOLLOUT, [this, fd](std::uint32_t) { onWritable(fd); });
+    } else if (wanted == Watch::Input) {
         mLoop.add(fd, EPOLLIN, [this, fd](std::uint32_t) { onReadable(fd); });
     }
+}
+
+// Looks are counted instead of seconds: after a pause of this process the other side may have done
+// its part, and that has not been read yet.
+void ControlSocket::lookAtClock() {
+    std::vector<int> overdue;
+    bool isAnyUnfinished = false;
+    for (auto& [fd, connection] : mConnections) {
+        // The next step of a connection that is not watched is the server's.
+        const bool isUnfinished = !connection.input.empty() || !connection.output.empty();
+        isAnyUnfinished |= isUnfinished;
+        if (!isUnfinished || connection.watch == Watch::Nothing) {
+            connection.looks = 0;
+        } else if (++connection.looks > PATIENCE) {
+            overdue.push_back(fd);
+        }
+    }
+    for (const int fd : overdue)
+        close(fd);
+    if (isAnyUnfinished) return;
+    mIsTicking = false;
+    mClock.stop();
 }
 
 void ControlSocket::close(int fd) {
     mLoop.remove(fd);
     mConnections.erase(fd);
-    mListener.resume();
+    mOnClosed();
 }
 
 }  // namespace cabinaudio::server

@@ -9,6 +9,7 @@
 #include <sys/un.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <cstring>
 #include <utility>
@@ -26,6 +27,8 @@ void bindAbstract(int fd, const char* name) {
     if (bind(fd, reinterpret_cast<const sockaddr*>(&address), size) != 0) throw systemError(name);
 }
 
+constexpr std::chrono::milliseconds RETRY{100};
+
 bool outOfResources(int error) {
     return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
 }
@@ -35,7 +38,8 @@ bool outOfResources(int error) {
 Listener::Listener(EventLoop& loop, const char* name, Handler handler)
     : mLoop(loop),
       mHandler(std::move(handler)),
-      mSocket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
+      mSocket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)),
+      mRetry(loop, [this](std::uint64_t) { descriptorClosed(); }) {
     if (!mSocket) throw systemError("socket");
     bindAbstract(mSocket.get(), name);
     // Clients give up after a few attempts without a pause, so many may be waiting at once.
@@ -48,27 +52,49 @@ Listener::~Listener() {
 }
 
 void Listener::watch() {
-    mLoop.add(mSocket.get(), EPOLLIN, [this](std::uint32_t) { acceptOne(); });
+    const bool isWanted = !mIsPaused && !mIsWaiting;
+    if (isWanted == mIsWatched) return;
+    mIsWatched = isWanted;
+    if (isWanted) {
+        mLoop.add(mSocket.get(), EPOLLIN, [this](std::uint32_t) { acceptOne(); });
+    } else {
+        mLoop.remove(mSocket.get());
+    }
 }
 
 void Listener::acceptOne() {
     UniqueFd connection(accept4(mSocket.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
     if (connection) {
+        mIsShort = false;
         mHandler(std::move(connection));
     } else if (outOfResources(errno)) {
-        // The connection stays in the backlog, so watching on would mean spinning.
-        log::warning("accept: %s; new clients wait until another one leaves", strerror(errno));
-        pause();
+        waitForDescriptor(errno);
     }
 }
 
+// The connection stays in the backlog, so watching on would mean spinning.
+void Listener::waitForDescriptor(int error) {
+    if (!std::exchange(mIsShort, true)) {
+        log::warning("accept: %s; new connections wait", strerror(error));
+    }
+    mIsWaiting = true;
+    mRetry.once(RETRY);
+    watch();
+}
+
+void Listener::descriptorClosed() {
+    mIsWaiting = false;
+    watch();
+}
+
 void Listener::pause() {
-    mLoop.remove(mSocket.get());
-    mPaused = true;
+    mIsPaused = true;
+    watch();
 }
 
 void Listener::resume() {
-    if (std::exchange(mPaused, false)) watch();
+    mIsPaused = false;
+    watch();
 }
 
 }  // namespace cabinaudio::server

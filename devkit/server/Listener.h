@@ -2,13 +2,15 @@
 #pragma once
 
 #include "devkit/server/EventLoop.h"
+#include "devkit/server/Timer.h"
 #include "devkit/server/UniqueFd.h"
 
 #include <functional>
 
 namespace cabinaudio::server {
 
-/// A listening socket in the abstract namespace.
+/// A listening socket in the abstract namespace. When descriptors run out, connections wait until
+/// one is free: a descriptor may be closed anywhere in the process, so it also looks by itself.
 class Listener {
 public:
     /// Gets a new connection, non-blocking and closed on exec.
@@ -21,20 +23,25 @@ public:
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
 
-    /// New connections wait until resume().
+    /// New connections wait until resume(), whether there are descriptors or not.
     void pause();
-    /// Tries again after a pause, or after descriptors had run out; to be called when one was
-    /// closed.
     void resume();
+    /// A descriptor was closed: tries again if there were none.
+    void descriptorClosed();
 
 private:
     void acceptOne();
+    void waitForDescriptor(int error);
     void watch();
 
     EventLoop& mLoop;
     Handler mHandler;
     UniqueFd mSocket;
-    bool mPaused = false;
+    Timer mRetry;
+    bool mIsPaused = false;
+    bool mIsWaiting = false;  // for a descriptor
+    bool mIsShort = false;    // of descriptors, since the last connection
+    bool mIsWatched = false;
 };
 
 }  // namespace cabinaudio::server

@@ -9,6 +9,7 @@
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
+#include <grp.h>
 
 #include <charconv>
 #include <cstdio>
@@ -118,6 +119,29 @@ void describeRecords(CLI::App& app, Options& options) {
     app.add_flag("--trace", options.isTraced, "Show every request and notification on stdout");
 }
 
+std::string addGroup(AllowedUsers& allowed, const std::string& name) {
+    if (const struct group* const found = getgrnam(name.c_str())) {
+        allowed.groups.push_back(found->gr_gid);
+        return {};
+    }
+    return "no such group: " + name;
+}
+
+void describeUsers(CLI::App& app, Options& options) {
+    app.add_option_function<std::vector<std::string>>(
+           "--allow-group",
+           [&options](const std::vector<std::string>& names) {
+               for (const std::string& name : names)
+                   if (const auto problem = addGroup(options.allowed, name); !problem.empty())
+                       throw CLI::ValidationError("--allow-group", problem);
+           },
+           "Serve also the members of this group, besides root and the user that the server runs "
+           "as. May be repeated")
+        ->type_name("NAME")
+        ->allow_extra_args(false);
+    app.add_flag("--allow-all", options.allowed.isEverybody, "Serve every user of this machine");
+}
+
 void describeProgram(CLI::App& app, Options& options) {
     app.add_option("--instance", options.instance,
                    "Serve the clients of this instance (default: $CABINAUDIO_INSTANCE)")
@@ -150,6 +174,7 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
     describeStreams(app, options);
     describeCapture(app, options);
     describeRecords(app, options);
+    describeUsers(app, options);
     describeProgram(app, options);
     try {
         app.parse(argc, argv);

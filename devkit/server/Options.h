@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "devkit/server/Admission.h"
 #include "devkit/server/InputChoice.h"
 #include "devkit/server/Log.h"
 #include "devkit/server/Output.h"
@@ -28,6 +29,7 @@ struct Options {
     std::string stateFile;  // empty: settings are not kept
     bool isTraced = false;
     std::string instance;  // empty: as in the environment
+    AllowedUsers allowed;
     int readyFd = -1;
     log::Level logLevel = log::Level::Info;
 };

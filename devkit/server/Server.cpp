@@ -46,18 +46,12 @@ CaptureRegistry::Settings captureSettings(const Options& options, const Settings
     return settings;
 }
 
-// Who has connected registers at once.
-constexpr std::chrono::seconds REGISTRATION_LIMIT{10};
-constexpr std::chrono::seconds REGISTRATION_LOOK{1};
+constexpr std::chrono::seconds LOOK{1};
 
-// A stream needs up to four descriptors: its socket, a timer, the cache device, a file. Those of
-// clients that are connected must not run out because others connect.
-std::size_t mostClients() {
-    constexpr rlim_t DESCRIPTORS_EACH = 4;
+ConnectionLimits connectionLimits() {
     struct rlimit limit = {};
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0) limit.rlim_cur = 1024;
-    return static_cast<std::size_t>(
-        std::max<rlim_t>(std::min<rlim_t>(limit.rlim_cur, 65536) / DESCRIPTORS_EACH, 1));
+    return ConnectionLimits::of(limit.rlim_cur);
 }
 
 }  // namespace
@@ -70,12 +64,15 @@ Server::Server(const Options& options)
                       mLoop.stop();
                   }),
       mTrace(options.isTraced),
-      mMostClients(mostClients()),
-      mRegistrationClock(mLoop, [this](std::uint64_t) { endHalfOpen(); }),
+      mLimits(connectionLimits()),
+      mAdmission(options.allowed, mLimits),
+      mPatience(mLoop, [this](std::uint64_t) { lookAtClients(); }),
       // First of all: a second server must not touch what belongs to the one that is running.
       mListener(mLoop, wire::SERVER_SOCKET,
                 [this](UniqueFd socket) { addClient(std::move(socket)); }),
-      mControl(mLoop, [this](const std::string& line) { return mCommands.run(line); }),
+      mControl(
+          mLoop, mAdmission, [this](const std::string& line) { return mCommands.run(line); },
+          [this] { descriptorClosed(); }),
       mOutput(makeOutput(options.output, options.format)),
       mWaker(options.isFast ? std::make_optional<Waker>(mLoop, [this] { wake(); }) : std::nullopt),
       mStreams(mLoop, mPlaces, streamSettings(options, mWaker ? &*mWaker : nullptr)),
@@ -140,23 +137,37 @@ void Server::addCommands() {
 }
 
 void Server::addClient(UniqueFd socket) {
+    auto admitted = mAdmission.admitClient(socket.get());
+    if (!admitted) {
+        Client::refuse(socket);
+        return;
+    }
     ClientOwner& owner = *this;
-    mClients.push_back(std::make_unique<Client>(mLoop, std::move(socket), owner));
-    if (!std::exchange(mIsLooking, true)) mRegistrationClock.every(REGISTRATION_LOOK);
-    if (mClients.size() < mMostClients) return;
+    mClients.push_back(
+        std::make_unique<Client>(mLoop, std::move(socket), owner, std::move(admitted)));
+    unfinished(*mClients.back());
+    if (mClients.size() < mLimits.clients) return;
     log::warning("%zu clients; new clients wait until another one leaves", mClients.size());
     mListener.pause();
 }
 
-void Server::endHalfOpen() {
+void Server::unfinished(const Client&) {
+    if (!std::exchange(mIsLooking, true)) mPatience.every(LOOK);
+}
+
+void Server::lookAtClients() {
     bool isAnyLeft = false;
     for (const auto& client : mClients) {
-        if (client->isHalfOpen(REGISTRATION_LIMIT)) client->fail("does not register");
-        isAnyLeft |= client->isHalfOpen(std::chrono::seconds(0));
+        isAnyLeft |= client->look();
     }
     if (isAnyLeft) return;
     mIsLooking = false;
-    mRegistrationClock.stop();
+    mPatience.stop();
+}
+
+void Server::descriptorClosed() {
+    mListener.descriptorClosed();
+    mControl.descriptorClosed();
 }
 
 std::uint32_t Server::registerClient(Client& client) {
@@ -189,7 +200,8 @@ void Server::erase(const Client& client) {
     mStreams.clientGone(client);
     mCaptures.clientGone(client);
     std::erase_if(mClients, [&](const auto& candidate) { return candidate.get() == &client; });
-    mListener.resume();
+    if (mClients.size() < mLimits.clients) mListener.resume();
+    descriptorClosed();
 }
 
 }  // namespace cabinaudio::server

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "devkit/server/Admission.h"
 #include "devkit/server/CaptureClock.h"
 #include "devkit/server/CaptureRegistry.h"
 #include "devkit/server/Client.h"
@@ -24,7 +25,6 @@
 #include "devkit/server/settings/Settings.h"
 #include "devkit/server/settings/StateFile.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -53,9 +53,11 @@ private:
     void request(Client& client, std::span<const std::uint8_t> payload) override;
     void notified(const Client& client, std::uint32_t event, std::uint32_t param) override;
     void disconnected(Client& client) override;
+    void unfinished(const Client& client) override;
 
     void addClient(UniqueFd socket);
-    void endHalfOpen();
+    void lookAtClients();
+    void descriptorClosed();
     void addCommands();
     void wake();
     void erase(const Client& client);
@@ -69,10 +71,11 @@ private:
     EventLoop mLoop;
     EndSignals mEndSignals;  // before there is any other thread
     Trace mTrace;
+    const ConnectionLimits mLimits;
+    Admission mAdmission;
     std::vector<std::unique_ptr<Client>> mClients;
-    const std::size_t mMostClients;
-    Timer mRegistrationClock;  // ticks while somebody has not registered
-    bool mIsLooking = false;   // whether it does
+    Timer mPatience;          // ticks while a client has not registered or finished its message
+    bool mIsLooking = false;  // whether it does
     Listener mListener;
     Commands mCommands;
     ControlSocket mControl;

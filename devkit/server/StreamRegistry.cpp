@@ -52,7 +52,7 @@ void StreamRegistry::add(Client& client, const wire::CreateRequest& request,
     record->tag = request.tag;
     record->type = streamTypeOf(static_cast<AudioTagType>(request.tag), request.streamParam);
     record->format = format;
-    record->pid = request.pid;
+    record->pid = client.process(request.pid);
     auto makeAnother = [this, &client, size = ring->size(), frameBytes = format.frameBytes()] {
         std::unique_ptr<StreamRing> another;
         makeRing(client, size, frameBytes, another);

@@ -272,7 +272,8 @@ TEST_F(AScriptedPlayback, NoticesALossWhileItWaitsForTheEnd) {
     makeRing("drain");
     ToolProcess tool({"play", mShort, "--timeout", "60", "--name", "drain", "--json", "-v"});
     ASSERT_TRUE(tool.waitForErr("first write"));
-    mServer.notify(static_cast<std::uint32_t>(wire::TrackEvent::Removed), 0);
+    // The first ones have only looked at whose server this is.
+    mServer.notify(static_cast<std::uint32_t>(wire::TrackEvent::Removed), 0, mServer.clients() - 1);
     const ToolResult result = tool.wait(50s);
     EXPECT_EQ(result.exitCode, 1) << result.text();
     EXPECT_EQ(json::parse(result.out)["ended"], "removed");

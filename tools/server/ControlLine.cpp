@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/server/ControlLine.h"
 
+#include "devkit/board/ServerOwner.h"
 #include "tools/Duration.h"
 #include "tools/Failure.h"
 #include "tools/ServerSocket.h"
+#include "tools/Terminal.h"
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -45,18 +47,24 @@ public:
         std::memcpy(address.sun_path + 1, kName, sizeof kName - 1);
         constexpr auto length =
             static_cast<socklen_t>(offsetof(struct sockaddr_un, sun_path) + sizeof kName);
-        if (connect(mSocket, reinterpret_cast<const struct sockaddr*>(&address), length) == 0)
+        if (connect(mSocket, reinterpret_cast<const struct sockaddr*>(&address), length) == 0) {
+            const std::string warning = board::warningOfForeignServer(mSocket);
+            if (!warning.empty()) complain(warning);
             return;
+        }
+        // EAGAIN: it listens, but more wait than it has asked for.
+        if (errno == EAGAIN) throw Failure("the server is busy: too many wait for it");
         // The head unit's server has no such socket.
         if (serverListens())
             throw Failure("the server takes no commands; it is not cabinaudio-server");
         throw Failure(noServerText(), ExitCode::NoServer);
     }
 
-    // A line is shorter than any socket's buffer.
+    // A line is shorter than any socket's buffer. A server that refuses has said why and closed.
     void send(const std::string& line) const {
         if (::send(mSocket, line.data(), line.size(), MSG_NOSIGNAL) !=
-            static_cast<ssize_t>(line.size()))
+                static_cast<ssize_t>(line.size()) &&
+            errno != EPIPE && errno != ECONNRESET)
             throw Failure(std::string("cannot send the command: ") + std::strerror(errno));
     }
 

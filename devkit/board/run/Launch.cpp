@@ -3,6 +3,7 @@
 
 #include "devkit/board/Board.h"
 #include "devkit/board/Names.h"
+#include "devkit/board/ServerOwner.h"
 #include "devkit/board/run/Command.h"
 #include "devkit/board/run/DryRun.h"
 #include "devkit/board/run/Leftovers.h"
@@ -116,6 +117,19 @@ void sayWhatIsDone(const Program& program, const Command& command, const std::st
                  instance.empty() ? "(common)" : instance.c_str(), library.c_str());
 }
 
+// Set by the tool `cabinaudio` when it starts itself through this launcher. It warns by itself.
+constexpr char kToolVariable[] = "CABINAUDIO_TOOL_LAUNCHED";
+
+void warnOfForeignServer(const std::string& instance) {
+    if (std::getenv(kToolVariable) != nullptr) {
+        return;
+    }
+    const std::string warning = board::warningOfForeignServer(instance, board::Look::AtBothSockets);
+    if (!warning.empty()) {
+        std::fprintf(stderr, "cabinaudio-run: %s\n", warning.c_str());
+    }
+}
+
 }  // namespace
 
 void launch(const Options& options) {
@@ -128,6 +142,7 @@ void launch(const Options& options) {
     if (options.verbose) {
         sayWhatIsDone(program, command, library, instance);
     }
+    warnOfForeignServer(instance);
     const Watcher watcher({program.path, program.elf.machine, options.timeout,
                            options.isPrivate ? instance : std::string()});
     watcher.offer();

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/board/ServerOwner.h"
+
+#include "devkit/board/Board.h"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+
+namespace cabinaudio::board {
+namespace {
+
+// Environment: the user that was warned of. The launcher and the program that it starts are one
+// program to the user, who wants one warning.
+constexpr char kWarnedVariable[] = "CABINAUDIO_WARNED_OF_USER";
+
+// The owner of the listening socket, also before the server accepts, and when it refuses.
+std::optional<uid_t> ownerOf(int connection) {
+    ucred credentials = {};
+    socklen_t size = sizeof credentials;
+    if (getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) return {};
+    return credentials.uid;
+}
+
+// -1 when nobody listens.
+int connectTo(const std::string& name) {
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    if (name.size() >= sizeof address.sun_path) return -1;
+    std::memcpy(address.sun_path + 1, name.data(), name.size());  // abstract
+    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+    const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (descriptor < 0) return -1;
+    if (connect(descriptor, reinterpret_cast<const sockaddr*>(&address), length) == 0)
+        return descriptor;
+    close(descriptor);
+    return -1;
+}
+
+std::string warningOf(int connection) {
+    if (connection < 0) return {};
+    std::string warning = warningOfForeignServer(connection);
+    close(connection);
+    return warning;
+}
+
+}  // namespace
+
+std::string warningOfForeignServer(const std::string& instance, Look look) {
+    const std::string suffix = instance.empty() ? "" : "." + instance;
+    const int control = connectTo(kControlSocket + suffix);
+    if (control >= 0 || look == Look::AtControlSocket) return warningOf(control);
+    // Without one it is not the development server, or a user who has taken the clients' name only.
+    return warningOf(connectTo(kServerSocket + suffix));
+}
+
+std::string warningOfForeignServer(int connection) {
+    const std::optional<uid_t> owner = ownerOf(connection);
+    if (!owner || *owner == 0 || *owner == geteuid()) return {};
+    const std::string user = std::to_string(*owner);
+    const char* const warned = std::getenv(kWarnedVariable);
+    if (warned != nullptr && user == warned) return {};
+    setenv(kWarnedVariable, user.c_str(), 1);
+    return "warning: the server belongs to user " + user +
+           ", who can hear and change what is played and recorded";
+}
+
+}  // namespace cabinaudio::board

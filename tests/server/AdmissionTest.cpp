@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// How many connections there may be, and when they are let in and served.
+#include "devkit/server/Admission.h"
+#include "devkit/server/ControlSocket.h"
+#include "devkit/server/EventLoop.h"
+#include "devkit/server/Listener.h"
+#include "devkit/server/Quota.h"
+#include "devkit/server/Timer.h"
+#include "devkit/server/UniqueFd.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace cabinaudio::server {
+namespace {
+
+UniqueFd connectTo(const std::string& name) {
+    UniqueFd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path + 1, name.data(), name.size());
+    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+    EXPECT_EQ(connect(fd.get(), reinterpret_cast<const sockaddr*>(&address), length), 0);
+    return fd;
+}
+
+TEST(ConnectionLimits, LeaveDescriptorsForStreamsAndForTheServer) {
+    for (rlim_t descriptors = 64; descriptors < 70000; descriptors += 7) {
+        const auto limits = ConnectionLimits::of(descriptors);
+        const std::size_t controls = limits.controlsOfOthers + 2 * limits.controlsOfUser;
+        ASSERT_LE(4 * limits.clients + controls + 32, descriptors);
+        ASSERT_GE(limits.controlsOfUser, 1U);
+        ASSERT_LT(limits.clientsOfUser, limits.clients) << "one user has not all";
+        ASSERT_LT(limits.clientsOfOthers, limits.clients);
+    }
+}
+
+TEST(ConnectionLimits, AreBeyondHonestUse) {
+    const auto usual = ConnectionLimits::of(1024);
+    EXPECT_GE(usual.clientsOfUser, 150U) << "as many streams as one process can have";
+    EXPECT_GE(usual.controlsOfUser, 32U);
+    const auto most = ConnectionLimits::of(RLIM_INFINITY);
+    EXPECT_EQ(most.clientsOfUser, 1024U);
+    EXPECT_EQ(most.controlsOfUser, 64U);
+    EXPECT_EQ(most.clients, 16312U);
+}
+
+TEST(AShare, IsGivenBackAtItsEnd) {
+    Quota quota(Quota::Of::EachUser, "things", 10);
+    Quota::Share second(quota, 1);
+    {
+        Quota::Share first(quota, 1);
+        EXPECT_TRUE(first.resize(6));
+        EXPECT_FALSE(second.resize(5));
+        EXPECT_TRUE(second.resize(4)) << "a refused one counts nothing";
+        EXPECT_TRUE(first.resize(3));
+        EXPECT_TRUE(second.resize(7));
+        EXPECT_TRUE(Quota::Share(quota, 2).resize(10)) << "of another user";
+        Quota::Share moved = std::move(first);
+        EXPECT_FALSE(second.resize(8));
+    }
+    EXPECT_TRUE(second.resize(10));
+}
+
+TEST(AShare, OfAllTogetherCountsTheOtherUsersToo) {
+    Quota quota(Quota::Of::AllTogether, "things", 10);
+    Quota::Share first(quota, 1);
+    Quota::Share second(quota, 2);
+    EXPECT_TRUE(first.resize(6));
+    EXPECT_FALSE(second.resize(5));
+}
+
+std::string received(const UniqueFd& fd, std::size_t size) {
+    std::string text(size, '\0');
+    std::size_t done = 0;
+    while (done < size) {
+        pollfd entry = {fd.get(), POLLIN, 0};
+        if (poll(&entry, 1, 0) <= 0) break;
+        const ssize_t count = recv(fd.get(), text.data() + done, size - done, 0);
+        if (count <= 0) break;
+        done += static_cast<std::size_t>(count);
+    }
+    text.resize(done);
+    return text;
+}
+
+/// Clocks come first in each turn, so no number of commands keeps them waiting for longer than one.
+TEST(CommandLines, AreAnsweredOneInATurnOfTheLoop) {
+    constexpr int LINES = 20;
+    constexpr int CONNECTIONS = 3;
+    EventLoop loop;
+    Admission admission({}, ConnectionLimits::of(1024));
+    int answers = 0;
+    int answersInTurn = 0;
+    int mostInTurn = 0;
+    const UniqueFd clock(eventfd(1, EFD_CLOEXEC));  // in every turn
+    loop.add(
+        clock.get(), EPOLLIN,
+        [&](std::uint32_t) {
+            mostInTurn = std::max(mostInTurn, std::exchange(answersInTurn, 0));
+            if (answers == LINES * CONNECTIONS) loop.stop();
+        },
+        EventLoop::Turn::First);
+    const ControlSocket control(
+        loop, admission,
+        [&](const std::string& line) {
+            ++answers;
+            ++answersInTurn;
+            return line;
+        },
+        [] {});
+    std::vector<UniqueFd> connections;
+    for (int i = 0; i < CONNECTIONS; ++i) {
+        connections.push_back(connectTo(ControlSocket::NAME));
+        std::string lines;
+        for (int k = 0; k < LINES; ++k)
+            lines += static_cast<char>('a' + k), lines += '\n';
+        ASSERT_EQ(send(connections.back().get(), lines.data(), lines.size(), MSG_NOSIGNAL),
+                  static_cast<ssize_t>(lines.size()));
+    }
+    loop.run();
+    EXPECT_EQ(mostInTurn, 1);
+    for (const UniqueFd& connection : connections)
+        EXPECT_EQ(received(connection, 1000),
+                  "a\nb\nc\nd\ne\nf\ng\nh\ni\nj\nk\nl\nm\nn\no\np\nq\nr\ns\nt\n");
+}
+
+/// Takes all descriptors that this process may still have.
+class NoDescriptors {
+public:
+    NoDescriptors() {
+        getrlimit(RLIMIT_NOFILE, &mBefore);
+        rlimit few = mBefore;
+        few.rlim_cur = std::min<rlim_t>(few.rlim_cur, 256);
+        setrlimit(RLIMIT_NOFILE, &few);
+        while (true) {
+            UniqueFd fd(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0));
+            if (!fd) break;
+            mTaken.push_back(std::move(fd));
+        }
+    }
+    ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &mBefore); }
+    NoDescriptors(const NoDescriptors&) = delete;
+    NoDescriptors& operator=(const NoDescriptors&) = delete;
+
+    void freeOne() { mTaken.pop_back(); }
+
+private:
+    rlimit mBefore = {};
+    std::vector<UniqueFd> mTaken;
+};
+
+/// Whoever closes it, and nobody says so.
+TEST(AListenerWithoutDescriptors, TakesConnectionsOnceThereIsOne) {
+    using namespace std::chrono_literals;
+    const std::string name = "/tmp/cabinaudio_listener_test." + std::to_string(getpid());
+    EventLoop loop;
+    bool isTaken = false;
+    Listener listener(loop, name.c_str(), [&](const UniqueFd&) {
+        isTaken = true;
+        loop.stop();
+    });
+    const UniqueFd waiting = connectTo(name);
+    bool wasTaken = false;
+    std::optional<NoDescriptors> none;
+    Timer end(loop, [&](std::uint64_t) { loop.stop(); });
+    Timer release(loop, [&](std::uint64_t) {
+        wasTaken = isTaken;
+        none->freeOne();
+    });
+    none.emplace();
+    release.once(300ms);
+    end.once(60s);
+    loop.run();
+    EXPECT_FALSE(wasTaken);
+    EXPECT_TRUE(isTaken);
+}
+
+TEST(APausedListener, StaysSoWhenADescriptorIsClosed) {
+    using namespace std::chrono_literals;
+    const std::string name = "/tmp/cabinaudio_pause_test." + std::to_string(getpid());
+    EventLoop loop;
+    int taken = 0;
+    Listener listener(loop, name.c_str(), [&](const UniqueFd&) { ++taken; });
+    const UniqueFd waiting = connectTo(name);
+    listener.pause();
+    listener.descriptorClosed();
+    Timer end(loop, [&](std::uint64_t) { loop.stop(); });
+    end.once(20ms);
+    loop.run();
+    EXPECT_EQ(taken, 0);
+}
+
+}  // namespace
+}  // namespace cabinaudio::server
