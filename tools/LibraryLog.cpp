@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/LibraryLog.h"
 
+#include "devkit/text/Printable.h"
 #include "tools/Failure.h"
 
 #include <android/log.h>
@@ -12,6 +13,7 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
+#include <string_view>
 
 namespace cabinaudio::tool {
 
@@ -27,7 +29,7 @@ char priorityLetter(int priority) {
     return priority >= 2 && priority <= 7 ? kLetters[priority] : '?';
 }
 
-std::string formatted(int priority, const char* tag, const char* text) {
+std::string formatted(int priority, const char* tag, const char* message) {
     struct timeval now;
     gettimeofday(&now, nullptr);
     struct tm local;
@@ -36,9 +38,11 @@ std::string formatted(int priority, const char* tag, const char* text) {
     const std::size_t length = std::strftime(head, sizeof head, "%H:%M:%S", &local);
     std::string line(head, length);
     const std::string micros = std::to_string(1000000 + now.tv_usec);
+    // Names that others gave are in it. A line end at the end is that of the line.
+    std::string_view said(message != nullptr ? message : "");
+    if (!said.empty() && said.back() == '\n') said.remove_suffix(1);
     line += "." + micros.substr(1, 3) + " " + priorityLetter(priority) + " " +
-            (tag != nullptr ? tag : "-") + " " + (text != nullptr ? text : "");
-    if (line.back() != '\n') line += '\n';
+            text::printable(tag != nullptr ? tag : "-") + " " + text::printable(said) + "\n";
     return line;
 }
 

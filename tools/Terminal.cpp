@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/Terminal.h"
 
+#include "devkit/text/Printable.h"
+
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -13,7 +15,7 @@ namespace cabinaudio::tool {
 
 void complain(const std::string& text) {
     std::fflush(stdout);
-    std::fputs(("cabinaudio: " + text + "\n").c_str(), stderr);
+    std::fputs(("cabinaudio: " + text::printable(text) + "\n").c_str(), stderr);
 }
 
 void say(const std::string& text) {

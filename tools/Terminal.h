@@ -5,10 +5,11 @@
 
 namespace cabinaudio::tool {
 
-/// Prints "cabinaudio: <text>" and a line end on stderr.
+/// Prints "cabinaudio: <text>" and a line end on stderr. Control characters in it are escaped.
 void complain(const std::string& text);
 
-/// Prints a line on stdout and flushes.
+/// Prints lines on stdout as they stand, and flushes. Foreign text in them goes through
+/// text::printable() before.
 void say(const std::string& text);
 
 /// @return whether colour may go to this descriptor: a terminal that knows it, and no NO_COLOR

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "devkit/text/Printable.h"
+
 #include <android/log.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -7,6 +9,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
+#include <string_view>
 
 namespace {
 
@@ -59,7 +62,12 @@ void __android_log_stderr_logger(const struct __android_logger_data* data, const
     localtime_r(&now, &local);
     char time[32];
     std::strftime(time, sizeof time, "%m-%d %H:%M:%S", &local);
-    std::fprintf(stderr, "%s %c %s %5d %5ld %s\n", data->tag != nullptr ? data->tag : "",
-                 letterOf(data->priority), time, getpid(), syscall(SYS_gettid), message);
+    // What is logged may hold names that others gave. A line end at the end is that of the line.
+    std::string_view text(message);
+    if (!text.empty() && text.back() == '\n') text.remove_suffix(1);
+    char shown[MAXIMUM_MESSAGE];
+    const auto length = static_cast<int>(cabinaudio::text::printable(text, shown, sizeof shown));
+    std::fprintf(stderr, "%s %c %s %5d %5ld %.*s\n", data->tag != nullptr ? data->tag : "",
+                 letterOf(data->priority), time, getpid(), syscall(SYS_gettid), length, shown);
 }
 }

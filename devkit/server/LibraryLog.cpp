@@ -11,7 +11,9 @@ namespace cabinaudio::server {
 namespace {
 
 void print(int priority, const char* text) {
-    const auto length = static_cast<int>(std::strcspn(text, "\n"));
+    // The line end belongs to the line; others are somebody's name.
+    auto length = static_cast<int>(std::strlen(text));
+    if (length > 0 && text[length - 1] == '\n') --length;
     if (priority >= ANDROID_LOG_ERROR) {
         log::warning("%.*s", length, text);
     } else {

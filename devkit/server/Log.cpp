@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/server/Log.h"
 
+#include "devkit/text/Printable.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,12 +19,15 @@ std::atomic<Level> maximum{Level::Info};
 // One write for a line, so that lines of two threads never mix.
 void print(Level level, const char* format, std::va_list arguments) {
     if (level > maximum.load(std::memory_order_relaxed)) return;
+    char message[1024];
+    const int length = std::vsnprintf(message, sizeof message, format, arguments);
+    if (length < 0) return;
+    const std::size_t said = std::min(static_cast<std::size_t>(length), sizeof message - 1);
     char line[1024] = "cabinaudio-server: ";
     constexpr std::size_t prefix = sizeof "cabinaudio-server: " - 1;
-    constexpr std::size_t room = sizeof line - prefix - 1;
-    const int length = std::vsnprintf(line + prefix, room, format, arguments);
-    if (length < 0) return;
-    const std::size_t end = prefix + std::min(static_cast<std::size_t>(length), room - 1);
+    // Names of clients and files, and the texts of other libraries, are in it.
+    const std::size_t end =
+        prefix + text::printable({message, said}, line + prefix, sizeof line - prefix - 1);
     line[end] = '\n';
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line, end + 1);
 }

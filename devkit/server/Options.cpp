@@ -5,6 +5,7 @@
 #include "devkit/server/ExitStatus.h"
 #include "devkit/server/OutputFactory.h"
 #include "devkit/server/Version.h"
+#include "devkit/text/Printable.h"
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
@@ -160,7 +161,7 @@ void describeProgram(CLI::App& app, Options& options) {
 }
 
 int usage(const std::string& problem) {
-    std::fprintf(stderr, "cabinaudio-server: %s (try --help)\n", problem.c_str());
+    std::fprintf(stderr, "cabinaudio-server: %s (try --help)\n", text::printable(problem).c_str());
     return EXIT_USAGE;
 }
 

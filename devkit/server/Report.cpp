@@ -7,6 +7,7 @@
 #include "devkit/server/Text.h"
 #include "devkit/server/Version.h"
 #include "devkit/server/settings/SettingsJson.h"
+#include "devkit/text/Printable.h"
 
 #include <nlohmann/json.hpp>
 
@@ -148,7 +149,7 @@ void writeFile(const std::string& path, const json& json) {
 }
 
 std::string textOf(const json& json) {
-    return json.dump(-1, ' ', false, json::error_handler_t::replace);
+    return text::printableJson(json.dump(-1, ' ', false, json::error_handler_t::replace));
 }
 
 }  // namespace cabinaudio::server

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/server/Text.h"
 
+#include "devkit/text/Printable.h"
+
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
@@ -16,12 +18,8 @@ std::string format(const char* text, ...) {
     return buffer;
 }
 
-std::string printable(std::string_view name) {
-    std::string result(name);
-    std::replace_if(
-        result.begin(), result.end(),
-        [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f || c == '"'; }, '?');
-    return result;
+std::string printable(std::string_view text) {
+    return text::printableInQuotes(text);
 }
 
 std::string fileName(std::string_view name) {

@@ -9,8 +9,8 @@ namespace cabinaudio::server {
 /// printf into a string.
 std::string format(const char* text, ...) __attribute__((format(printf, 1, 2)));
 
-/// A client's name as it may be shown: control characters and quotes become '?'.
-std::string printable(std::string_view name);
+/// Text of a client or a file as it may be shown, also between double quotes.
+std::string printable(std::string_view text);
 
 /// A client's name as part of a file name: letters, digits, '-', '_' and '.'; never hidden, empty
 /// or longer than a client's name can be.

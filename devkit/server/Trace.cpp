@@ -4,6 +4,7 @@
 #include "devkit/server/ConnectType.h"
 #include "devkit/server/Describe.h"
 #include "devkit/server/Text.h"
+#include "devkit/text/Printable.h"
 
 #include <cstdio>
 #include <cstring>
@@ -66,7 +67,7 @@ void Trace::print(std::uint32_t handle, const Client& client, const std::string&
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - mStart;
     std::printf("%11.6f #%u %s \"%s\" %s\n", time.count(), handle,
                 connectTypeName(client.type()).c_str(), printable(client.name()).c_str(),
-                text.c_str());
+                text::printable(text).c_str());
     std::fflush(stdout);
 }
 

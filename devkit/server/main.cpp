@@ -6,6 +6,7 @@
 #include "devkit/server/MemoryFault.h"
 #include "devkit/server/Options.h"
 #include "devkit/server/Server.h"
+#include "devkit/server/settings/StateFile.h"
 
 #include <sys/resource.h>
 
@@ -55,6 +56,8 @@ int run(int argc, const char* const* argv) {
         return EXIT_USAGE;
     }
     prepareProcess();
+    // A server that cannot keep its settings must not have clients.
+    if (!options.stateFile.empty()) StateFile::check(options.stateFile);
     Server server(options);
     server.run();
     return EXIT_DONE;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Compares what the development server has heard with the files that were played. The exit status
 // is 0 when every check is met, 5 when one is not, 1 when they cannot be made, 2 for wrong usage.
+#include "devkit/text/Printable.h"
 #include "devkit/wavcheck/Compare.h"
 #include "devkit/wavcheck/Envelope.h"
 #include "devkit/wavcheck/Mix.h"
@@ -92,8 +93,8 @@ private:
     }
 
     void say(const std::string& what, const Verdict& verdict) {
-        std::cout << (verdict.isMet ? "ok      " : "NOT MET ") << what << ": " << verdict.text
-                  << '\n';
+        std::cout << (verdict.isMet ? "ok      " : "NOT MET ") << text::printable(what) << ": "
+                  << text::printable(verdict.text) << '\n';
         mAreMet = mAreMet && verdict.isMet;
     }
 
@@ -146,7 +147,7 @@ int main(int argc, char** argv) {
     try {
         return cabinaudio::wavcheck::run(argc, argv);
     } catch (const std::exception& error) {
-        std::cerr << "cabinaudio-wavcheck: " << error.what() << '\n';
+        std::cerr << "cabinaudio-wavcheck: " << cabinaudio::text::printable(error.what()) << '\n';
         return 1;
     }
 }

@@ -16,6 +16,8 @@ Start WithTheLauncher::launching(const std::vector<std::string>& words) const {
                        {"CABINAUDIO_BOARD_LIB", ""},
                        {"CABINAUDIO_ARMHF_BOARD_LIB", ""},
                        {"XDG_CONFIG_HOME", ""},
+                       {"XDG_RUNTIME_DIR", ""},
+                       {"TMPDIR", directory()},
                        {"LD_PRELOAD", ""},
                        {"HOME", home()}};
     return start;

@@ -71,4 +71,13 @@ TEST_F(TheLogStandIn, PrintsOneLineToStderr) {
                 testing::MatchesRegex("AS W [0-9: -]+ +[0-9]+ +[0-9]+ careful\n"));
 }
 
+TEST_F(TheLogStandIn, PrintsNothingThatATerminalObeys) {
+    __android_log_set_logger(__android_log_stderr_logger);
+    testing::internal::CaptureStderr();
+    __android_log_print(ANDROID_LOG_WARN, "AS", "stream %s is gone\n",
+                        "\x1b]0;x\x07\n\x9b\xc2\x9b\xe6\x97\xa5");
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                testing::EndsWith(" stream \\x1b]0;x\\x07\\n\\x9b\\u009b\xe6\x97\xa5 is gone\n"));
+}
+
 }  // namespace

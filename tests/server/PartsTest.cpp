@@ -245,7 +245,7 @@ TEST(Commands, TakeTheRestOfTheLineAsTheirArgument) {
 }
 
 TEST(AClientsName, IsShownWithoutControlCharacters) {
-    EXPECT_EQ(printable("a\n\"b\"\x7f"), "a??b??");
+    EXPECT_EQ(printable("a\n\"b\"\x7f"), "a\\n\\\"b\\\"\\x7f");
     EXPECT_EQ(fileName("../a b"), "_.._a_b");
     EXPECT_EQ(fileName(""), "_");
     EXPECT_EQ(fileName(std::string(100, 'x')).size(), 64U);

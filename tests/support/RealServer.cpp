@@ -4,6 +4,7 @@
 #include "tests/support/Metronome.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -169,7 +170,11 @@ RealServer::RealServer(std::vector<std::string> arguments) {
 }
 
 RealServer::~RealServer() {
-    if (mPid > 0) stop();
+    // Among others, one that has lost memory ends with a status of its own under a sanitizer.
+    const int status = mPid > 0 ? stop() : 0;
+    if (WIFEXITED(status) && WEXITSTATUS(status) != 0)
+        ADD_FAILURE() << "the development server ended with status " << WEXITSTATUS(status) << ":\n"
+                      << output();
     unlink(mOutputFile.c_str());
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/doctor/Doctor.h"
 
+#include "devkit/text/Printable.h"
 #include "tools/ServerQuery.h"
 #include "tools/Terminal.h"
 #include "tools/doctor/Check.h"
@@ -38,8 +39,8 @@ std::string line(const Check& check, bool colour) {
     constexpr std::size_t kNameWidth = 17;
     std::string text = mark(check.ok, colour) + "  " + check.name;
     text.append(kNameWidth - std::min(kNameWidth, check.name.size()), ' ');
-    text += check.detail;
-    if (!check.cure.empty()) text += " -> " + check.cure;
+    text += text::printable(check.detail);
+    if (!check.cure.empty()) text += " -> " + text::printable(check.cure);
     return text;
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/play/PlayReport.h"
 
+#include "devkit/text/Printable.h"
 #include "tools/Duration.h"
 #include "tools/Names.h"
 #include "tools/Terminal.h"
@@ -74,7 +75,7 @@ void printReport(const PlayReport& report, bool json) {
     if (report.ending.how != StreamEnd::Done)
         complain(brokenLine(report));
     else if (!json)
-        say(playedLine(report));
+        say(text::printable(playedLine(report)));
 }
 
 }  // namespace cabinaudio::tool

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/record/RecordReport.h"
 
+#include "devkit/text/Printable.h"
 #include "tools/Duration.h"
 #include "tools/Json.h"
 #include "tools/Names.h"
@@ -114,7 +115,7 @@ void printReport(const RecordReport& report, bool json) {
     if (report.ending.how != StreamEnd::Done)
         complain(brokenLine(report));
     else if (!json && report.file != "standard output")
-        say(goodLine(report));
+        say(text::printable(goodLine(report)));
 }
 
 }  // namespace cabinaudio::tool

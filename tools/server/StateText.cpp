@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/server/StateText.h"
 
+#include "devkit/text/Printable.h"
+
 #include <algorithm>
 #include <array>
 #include <vector>
@@ -14,7 +16,7 @@ using Row = std::array<std::string, 8>;
 std::string valueOf(const Json& object, const char* key) {
     const auto found = object.find(key);
     if (found == object.end() || found->is_null()) return "-";
-    return found->is_string() ? found->get<std::string>() : found->dump();
+    return text::printable(found->is_string() ? found->get<std::string>() : found->dump());
 }
 
 std::string formatOf(const Json& stream) {
@@ -40,12 +42,12 @@ std::string tableOf(const std::vector<Row>& rows) {
     std::array<std::size_t, std::tuple_size_v<Row>> widths = {};
     for (const Row& row : rows)
         for (std::size_t i = 0; i < row.size(); ++i)
-            widths[i] = std::max(widths[i], row[i].size());
+            widths[i] = std::max(widths[i], text::columnsOf(row[i]));
     std::string text;
     for (const Row& row : rows) {
         text += '\n';
         for (std::size_t i = 0; i + 1 < row.size(); ++i)
-            text += row[i] + std::string(widths[i] - row[i].size() + 2, ' ');
+            text += row[i] + std::string(widths[i] - text::columnsOf(row[i]) + 2, ' ');
         text += row.back();
     }
     return text;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/settings/Escape.h"
 
+#include "devkit/text/Printable.h"
+
 #include <array>
 #include <string_view>
 
@@ -10,12 +12,14 @@ namespace {
 
 constexpr std::string_view kDigits = "0123456789ABCDEF";
 
-// Beyond ASCII are letters of all kinds.
-bool isPlain(unsigned char byte) {
+// Beyond ASCII are letters of all kinds, and some characters that a terminal would obey.
+bool isPlain(const text::Front& front) {
     constexpr std::string_view kOthers = "._-+/:";
-    return byte >= 0x80 || (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') ||
-           (byte >= 'a' && byte <= 'z') ||
-           kOthers.find(static_cast<char>(byte)) != std::string_view::npos;
+    const char32_t character = front.character;
+    if (character >= 0x80) return front.isShown();
+    return (character >= '0' && character <= '9') || (character >= 'A' && character <= 'Z') ||
+           (character >= 'a' && character <= 'z') ||
+           kOthers.find(static_cast<char>(character)) != std::string_view::npos;
 }
 
 int digitOf(char letter) {
@@ -28,12 +32,18 @@ int digitOf(char letter) {
 
 std::string escaped(const std::string& text) {
     std::string word;
-    for (const char letter : text) {
-        const auto byte = static_cast<unsigned char>(letter);
-        if (isPlain(byte))
-            word += letter;
-        else
+    for (std::string_view rest = text; !rest.empty();) {
+        const text::Front front = text::frontOf(rest);
+        const std::string_view piece = rest.substr(0, front.length);
+        rest.remove_prefix(front.length);
+        if (isPlain(front)) {
+            word += piece;
+            continue;
+        }
+        for (const char letter : piece) {
+            const auto byte = static_cast<unsigned char>(letter);
             word += {'%', kDigits[byte / 16], kDigits[byte % 16]};
+        }
     }
     return word;
 }

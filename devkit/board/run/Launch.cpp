@@ -12,6 +12,7 @@
 #include "devkit/board/run/Program.h"
 #include "devkit/board/run/Refusal.h"
 #include "devkit/board/run/Watcher.h"
+#include "devkit/text/Printable.h"
 
 #include <sys/random.h>
 #include <sys/stat.h>
@@ -112,9 +113,10 @@ void arrangePreloads(Command& command, const Program& program, const std::string
 
 void sayWhatIsDone(const Program& program, const Command& command, const std::string& library,
                    const std::string& instance) {
-    std::fprintf(stderr, "cabinaudio-run: %s%s, instance %s, %s\n", program.path.c_str(),
-                 command.isEmulated() ? " in qemu-arm" : "",
-                 instance.empty() ? "(common)" : instance.c_str(), library.c_str());
+    std::fprintf(stderr, "cabinaudio-run: %s%s, instance %s, %s\n",
+                 text::printable(program.path).c_str(), command.isEmulated() ? " in qemu-arm" : "",
+                 instance.empty() ? "(common)" : instance.c_str(),
+                 text::printable(library).c_str());
 }
 
 // Set by the tool `cabinaudio` when it starts itself through this launcher. It warns by itself.
@@ -157,7 +159,7 @@ void clean(const Options& options) {
     const std::string instance = chooseInstance(options);
     for (const std::string& removed : removeLeftovers(instance)) {
         if (options.verbose) {
-            std::fprintf(stderr, "cabinaudio-run: removed %s\n", removed.c_str());
+            std::fprintf(stderr, "cabinaudio-run: removed %s\n", text::printable(removed).c_str());
         }
     }
 }

@@ -3,6 +3,7 @@
 
 #include "devkit/board/Board.h"
 #include "devkit/board/Names.h"
+#include "devkit/board/run/LinkDirectory.h"
 #include "devkit/board/run/PreloadList.h"
 
 #include <unistd.h>
@@ -35,9 +36,13 @@ std::vector<std::string> removeLeftovers(const std::string& instance) {
     std::error_code failed;
     for (const auto& entry : fs::directory_iterator(board::kObjectDirectory, failed)) {
         const std::string name = entry.path().filename();
-        const bool ofInstance = !instance.empty() && name.starts_with(prefix.c_str());
-        if (ofInstance || (isLoadableLink(name) && !fs::exists(entry.path(), failed))) {
+        if (!instance.empty() && name.starts_with(prefix.c_str())) {
             removeFile(entry.path(), removed);
+        }
+    }
+    for (const std::string& directory : linkDirectories()) {
+        for (std::string& path : removeDanglingLinks(directory, loadableLinkBeginning())) {
+            removed.push_back(std::move(path));
         }
     }
     return removed;

@@ -27,8 +27,8 @@ device, diagnostics file, real-time threads. 32-bit ARM programs run in qemu-arm
       --config-dir DIR   directory of the diagnostics file audio_config
       --board-lib PATH   use this libcabinaudio-board.so
       --timeout SECONDS  how long PROGRAM may take to load its libraries (default 30)
-      --clean            remove what programs of the instance have left in /dev/shm;
-                         run no program
+      --clean            remove what programs of the instance have left in /dev/shm,
+                         and links to libraries that are gone; run no program
   -v, --verbose          say what is done
   -h, --help             this text
       --version          the version

@@ -2,13 +2,11 @@
 #include "devkit/board/run/PreloadList.h"
 
 #include "devkit/board/Board.h"
-#include "devkit/board/Names.h"
-#include "devkit/board/run/Refusal.h"
+#include "devkit/board/run/LinkDirectory.h"
 
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cinttypes>
 #include <cstdint>
 #include <cstdio>
@@ -21,10 +19,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kSeparators[] = " :";
-
-std::string linkPrefix() {
-    return "cabinaudio-lib-" + std::to_string(geteuid()) + "-";
-}
 
 // FNV-1a: the same path gets the same link, so that runs do not pile links up.
 std::string digest(std::string_view text) {
@@ -46,8 +40,9 @@ std::vector<std::string> foreignPreloads() {
     while (!rest.empty()) {
         const std::string_view entry = rest.substr(0, rest.find_first_of(kSeparators));
         rest.remove_prefix(std::min(entry.size() + 1, rest.size()));
-        const bool isBoard = fs::path(entry).filename() == board::kLibraryName ||
-                             isLoadableLink(fs::path(entry).filename().native());
+        const bool isBoard =
+            fs::path(entry).filename() == board::kLibraryName ||
+            fs::path(entry).filename().native().starts_with(loadableLinkBeginning());
         if (!entry.empty() && !isBoard) {
             entries.emplace_back(entry);
         }
@@ -55,25 +50,21 @@ std::vector<std::string> foreignPreloads() {
     return entries;
 }
 
-bool isLoadableLink(std::string_view name) {
-    return name.starts_with(linkPrefix());
+std::string loadableLinkBeginning() {
+    return "cabinaudio-lib-" + std::to_string(geteuid()) + "-";
 }
 
 std::string loadablePath(const std::string& path) {
-    if (path.find_first_of(" \t\n:,$") == std::string::npos) {
+    if (isLoadable(path)) {
         return path;
     }
-    std::string link =
-        std::string(board::kObjectDirectory) + "/" + linkPrefix() + digest(path) + ".so";
-    if (symlink(path.c_str(), link.c_str()) != 0) {
-        const int error = errno;
-        std::error_code failed;
-        if (error != EEXIST || fs::read_symlink(link, failed) != path) {
-            errno = error;
-            throw Refusal(withReason("cannot make the link " + link + " to " + path));
-        }
+    const std::string name = loadableLinkBeginning() + digest(path) + ".so";
+    std::string directory = linkDirectory();
+    // Another launcher may be cleaning up.
+    while (!makeLink(directory, name, path)) {
+        directory = linkDirectory();
     }
-    return link;
+    return directory + "/" + name;
 }
 
 std::string joinedPreloads(const std::vector<std::string>& entries) {

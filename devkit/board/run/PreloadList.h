@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace cabinaudio::run {
@@ -13,12 +12,12 @@ std::vector<std::string> foreignPreloads();
 
 /// A path that the loader (and the emulator's option) takes as it stands. One with a
 /// blank, ':', ',' or '$' in it would be cut or expanded, and the preload skipped with
-/// no more than a warning; such a path is reached through a link in /dev/shm.
+/// no more than a warning; such a path is reached through a link in linkDirectory().
 /// @throws Refusal when that link cannot be made
 std::string loadablePath(const std::string& path);
 
-/// Whether a link was made by loadablePath() for this user.
-bool isLoadableLink(std::string_view name);
+/// What the names of the links begin with that loadablePath() makes for this user.
+std::string loadableLinkBeginning();
 
 std::string joinedPreloads(const std::vector<std::string>& entries);
 

@@ -6,6 +6,7 @@
 #include "devkit/board/run/Children.h"
 #include "devkit/board/run/Leftovers.h"
 #include "devkit/board/run/Refusal.h"
+#include "devkit/text/Printable.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -86,7 +87,7 @@ private:
                                      ? " within " + std::to_string(mDuty.timeout.count()) + " s"
                                      : std::string();
         std::fprintf(stderr, "cabinaudio-run: %s was ended: the board library did not answer%s\n",
-                     mDuty.program.c_str(), when.c_str());
+                     text::printable(mDuty.program).c_str(), when.c_str());
     }
 
     // Without a descriptor of the process there is no safe way to wait for it.

@@ -3,6 +3,7 @@
 #include "devkit/board/run/Launch.h"
 #include "devkit/board/run/Options.h"
 #include "devkit/board/run/Refusal.h"
+#include "devkit/text/Printable.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -43,7 +44,7 @@ int run(int argc, char** argv) {
 }
 
 int refuse(const char* why, int exitCode) {
-    std::fprintf(stderr, "cabinaudio-run: %s\n", why);
+    std::fprintf(stderr, "cabinaudio-run: %s\n", cabinaudio::text::printable(why).c_str());
     return exitCode;
 }
 

@@ -14,6 +14,7 @@ namespace cabinaudio::server {
 /// one, also when the machine fails in the middle. What cannot be written is logged.
 class FileWriter {
 public:
+    /// @param path  of the file itself, not of a link to it
     explicit FileWriter(std::string path);
     /// Returns when everything has been written.
     ~FileWriter();

@@ -2,14 +2,13 @@
 #include "devkit/server/settings/StateFile.h"
 
 #include "devkit/server/Log.h"
+#include "devkit/server/settings/FileReplacement.h"
 #include "devkit/server/settings/SettingsJson.h"
 
 #include <nlohmann/json.hpp>
 
-#include <cerrno>
 #include <chrono>
-#include <cstring>
-#include <fstream>
+#include <optional>
 #include <stdexcept>
 
 namespace cabinaudio::server {
@@ -28,11 +27,10 @@ std::string readable(const json::exception& error) {
 }
 
 void load(const std::string& path, SettingsData& settings) {
-    std::ifstream file(path);
-    if (!file && errno == ENOENT) return;
-    if (!file) throw std::runtime_error(path + ": " + std::strerror(errno));
+    const std::optional<std::string> content = contentOf(path);
+    if (!content) return;
     try {
-        for (const std::string& key : takeJson(json::parse(file), settings))
+        for (const std::string& key : takeJson(json::parse(*content), settings))
             log::warning("%s: %s is not known", path.c_str(), key.c_str());
     } catch (const json::exception& error) {
         throw std::runtime_error(path + ": " + readable(error));
@@ -43,9 +41,17 @@ void load(const std::string& path, SettingsData& settings) {
 
 }  // namespace
 
+void StateFile::check(const std::string& path) {
+    static_cast<void>(regularFileBehind(path));
+}
+
 StateFile::StateFile(EventLoop& loop, const std::string& path, Settings& settings)
-    : mSettings(settings), mWriter(path), mTimer(loop, [this](std::uint64_t) { save(); }) {
-    settings.change([&](SettingsData& data) { load(path, data); });
+    : mSettings(settings),
+      mPath(regularFileBehind(path)),
+      mWriter(mPath),
+      mTimer(loop, [this](std::uint64_t) { save(); }) {
+    removeLeftovers(mPath);
+    settings.change([&](SettingsData& data) { load(mPath, data); });
     settings.watch([this] { changed(); });
 }
 
