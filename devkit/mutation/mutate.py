@@ -1,15 +1,21 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""mutate.py --tests DIRECTORY [--work DIRECTORY] [--only TEXT]... [--from N] [--to N] [--seconds N]
-[--tsan DIRECTORY], or mutate.py --check:
-takes the library's locks, barriers, bounds and checks away, one at a time, and looks whether a
-test fails.
+"""mutate.py --tests DIRECTORY [--work DIRECTORY] [--only TEXT]... [--from N] [--to N]
+[--slice K/N] [--seconds N] [--tsan DIRECTORY] [--results FILE],
+mutate.py --sum FILE..., or mutate.py --check:
+takes the library's locks, barriers, bounds and checks away, one at a time, and changes its order,
+constants, comparisons, flags and fields, and looks whether a test fails.
 
 mutants.py lists them. Each is put into a copy of the library's sources, which is built and then
 stands before the tests' own library. A mutant is caught when it does not compile, when one of the
 tests that belong to its file fails or does not end, when a test's source that looks at it does not
 compile, or when the check of the target's object code objects. --tests is a build with the test
 programs; --tsan one with the thread sanitizer, whose tests see what the others let through.
+
+--slice K/N takes every N-th mutant, beginning with the K-th: N such runs, each with its own --work
+and on any machine, make up one run of the list. --results adds a line for each mutant to a file;
+--sum adds such files up. Of two results of the same mutant the later one counts; one whose mutant
+has changed since does not.
 
 --check only looks whether each mutant still has its place in the sources.
 
@@ -18,6 +24,8 @@ mutants.py says nothing of.
 """
 import argparse
 import filecmp
+import hashlib
+import json
 import os
 import shutil
 import signal
@@ -180,6 +188,84 @@ def what_catches(mutant, plain, sanitized, options):
     return failed and failed + " (thread sanitizer)"
 
 
+def identity(mutant):
+    """The same as long as the mutant is, whatever it is called."""
+    return hashlib.sha1("\0".join([mutant.file, mutant.old, mutant.new]).encode()).hexdigest()
+
+
+def slice_of(text):
+    number, _, of = text.partition("/")
+    if not (number.isdigit() and of.isdigit() and 1 <= int(number) <= int(of)):
+        raise argparse.ArgumentTypeError(f"{text} is no K/N with K from 1 to N")
+    return int(number), int(of)
+
+
+def note(path, mutant, by, with_tsan):
+    with open(path, "a", encoding="utf-8") as file:
+        json.dump({"mutant": identity(mutant), "file": mutant.file, "name": mutant.name, "by": by,
+                   "tsan": with_tsan}, file)
+        file.write("\n")
+
+
+class Score:
+    """Counts of mutants that were run."""
+
+    def __init__(self):
+        self.run = self.caught = self.excused = self.known = 0
+        self.unexplained = []
+
+    def add(self, mutant, by):
+        """Says what became of the mutant."""
+        self.run += 1
+        if by:
+            self.caught += 1
+            return f"caught by {by}"
+        if mutant.reason.startswith(mutants.OUT_OF_REACH):
+            self.known += 1
+        elif mutant.reason:
+            self.excused += 1
+        else:
+            self.unexplained.append(mutant)
+            return "SURVIVES"
+        return f"SURVIVES ({mutant.reason})"
+
+    def ends_well(self):
+        share = 100.0 * self.caught / max(self.run - self.excused, 1)
+        print(f"{self.caught} of {self.run} caught, {self.excused} make no difference, "
+              f"{self.known} are out of reach, {len(self.unexplained)} others survive: "
+              f"{share:.1f} % of those that make a difference")
+        return not self.unexplained and share >= LEAST
+
+
+def sum_up(paths):
+    """Adds result files up. @return whether the whole list was run and ends well"""
+    results = {}
+    for path in paths:
+        with open(path, encoding="utf-8") as file:
+            for line in file:
+                result = json.loads(line)
+                results[result["mutant"]] = result
+    score = Score()
+    missing = without_tsan = 0
+    for number, mutant in enumerate(mutants.ALL, 1):
+        result = results.get(identity(mutant))
+        if result is None:
+            missing += 1
+            print(f"{number:3} {mutant.file}: {mutant.name}: not run")
+            continue
+        verdict = score.add(mutant, result["by"])
+        if result["by"] is None:
+            without_tsan += not result["tsan"]
+            seen = "" if result["tsan"] else " [without the thread sanitizer]"
+            print(f"{number:3} {mutant.file}: {mutant.name}: {verdict}{seen}")
+    good = score.ends_well()
+    if without_tsan:
+        print(f"{without_tsan} of the survivors were run without the thread sanitizer")
+    if missing:
+        print(f"{missing} of {len(mutants.ALL)} mutants were not run")
+    return good and not missing
+
+
 def must_hold(library, directory, lists):
     """Without a mutant nothing fails; otherwise a failure would tell nothing."""
     if shutil.which(CROSS + "g++") and ring_code_objects(library):
@@ -199,6 +285,7 @@ def arguments():
     what = parser.add_mutually_exclusive_group(required=True)
     what.add_argument("--tests")
     what.add_argument("--check", action="store_true")
+    what.add_argument("--sum", nargs="+", metavar="FILE")
     parser.add_argument("--tsan")
     parser.add_argument("--work", default="/tmp/cabinaudio-mutation")
     parser.add_argument("--only", action="append", metavar="TEXT",
@@ -206,15 +293,20 @@ def arguments():
     parser.add_argument("--seconds", type=int, default=150, help="what a test program may take")
     parser.add_argument("--from", dest="first", type=int, default=1, help="number of the first")
     parser.add_argument("--to", dest="last", type=int, default=len(mutants.ALL),
-                        help="number of the last; several runs can share the list, each with its "
-                             "own --work")
+                        help="number of the last")
+    parser.add_argument("--slice", type=slice_of, default=(1, 1), metavar="K/N",
+                        help="every N-th mutant, from the K-th on")
+    parser.add_argument("--results", metavar="FILE", help="where to add the results")
     return parser.parse_args()
 
 
 def main():
     options = arguments()
+    if options.sum:
+        sys.exit(0 if sum_up(options.sum) else 1)
     chosen = [(number, mutant) for number, mutant in enumerate(mutants.ALL, 1)
               if options.first <= number <= options.last and
+              number % options.slice[1] == options.slice[0] % options.slice[1] and
               any(text in f"{mutant.file}: {mutant.name}" for text in options.only or [""])]
     stale = [mutant for _, mutant in chosen if text_with(mutant) is None]
     for mutant in stale:
@@ -230,29 +322,17 @@ def main():
         sanitized.compiles()
         must_hold(sanitized, options.tsan,
                   [mutants.sanitized_tests_of(mutant.file) for _, mutant in chosen])
-    caught = excused = known = 0
-    unexplained = []
+    score = Score()
     for number, mutant in chosen:
         begin = time.monotonic()
         plain.put(mutant.file, text_with(mutant))
         by = what_catches(mutant, plain, sanitized, options)
         plain.restore(mutant.file)
-        caught += by is not None
-        verdict = f"caught by {by}" if by else "SURVIVES"
-        if by is None and mutant.reason.startswith(mutants.OUT_OF_REACH):
-            known += 1
-            verdict += f" ({mutant.reason})"
-        elif by is None and mutant.reason:
-            excused += 1
-            verdict += f" ({mutant.reason})"
-        elif by is None:
-            unexplained.append(mutant)
-        print(f"{number:3} {mutant.file}: {mutant.name}: {verdict} "
+        if options.results:
+            note(options.results, mutant, by, sanitized is not None)
+        print(f"{number:3} {mutant.file}: {mutant.name}: {score.add(mutant, by)} "
               f"[{time.monotonic() - begin:.0f} s]", flush=True)
-    share = 100.0 * caught / max(len(chosen) - excused, 1)
-    print(f"{caught} of {len(chosen)} caught, {excused} make no difference, {known} are out of "
-          f"reach, {len(unexplained)} others survive: {share:.1f} % of those that make a difference")
-    sys.exit(1 if unexplained or share < LEAST else 0)
+    sys.exit(0 if score.ends_well() else 1)
 
 
 if __name__ == "__main__":
