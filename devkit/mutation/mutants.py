@@ -13,7 +13,7 @@ STORM = "hostile-server-test --gtest_filter=AStormOfWakeUps.*"
 
 # File -> test programs, the quickest first; the first entry that the file's name begins with.
 TESTS = [
-    ("shm/", ["shm-test", "shm-order-test"]),
+    ("shm/", ["shm-order-test", "shm-test"]),
     ("link/LinkPolicy.cpp", ["link-tests", "foundation-platform-test"]),
     ("link/RemoteCall.cpp", ["link-tests", "link-inside-tests", "race-test"]),
     ("link/RecordLoan.cpp", ["link-inside-tests", "link-tests", "race-wait-test", "race-test"]),
@@ -32,7 +32,7 @@ TESTS = [
     ("wire/Ring.h", ["shm-test", "shm-order-test"]),
     ("wire/Stream.h", ["client-test", "client-sink-test", "client-record-test"]),
     ("wire/Settings.h", ["settings-test", "client-test"]),
-    ("client/Playback.h", ["race-wait-test", "client-end-test", "client-test", "client-sink-test",
+    ("client/Playback.h", ["client-order-test", "race-wait-test", "client-end-test", "client-test", "client-sink-test",
                            STORM, "client-stream-test", "race-test"]),
     ("client/Stream.cpp", ["race-wait-test", "client-end-test", "client-test",
                            "client-record-test", "client-stream-test"]),
@@ -53,13 +53,13 @@ TESTS = [
     ("client/ClientVolumeSetting.cpp", ["settings-test", "abi-test"]),
     ("diag/", ["diag-test"]),
     ("include/cabinaudio/", ["abi-test"]),
-    ("client/ClientTrack.cpp", ["client-fault-test", "client-end-test", "client-test",
+    ("client/ClientTrack.cpp", ["client-order-test", "client-fault-test", "client-end-test", "client-test",
                                 "client-stream-test", "race-test"]),
-    ("client/ClientSink.cpp", ["client-fault-test", "client-end-test", "client-sink-test",
+    ("client/ClientSink.cpp", ["client-order-test", "client-fault-test", "client-end-test", "client-sink-test",
                                "client-storm-test", "client-stream-test", "race-test"]),
-    ("client/ClientRecord.cpp", ["client-fault-test", "client-end-test", "client-record-test",
+    ("client/ClientRecord.cpp", ["client-order-test", "client-fault-test", "client-end-test", "client-record-test",
                                  STORM, "client-stream-test", "race-test"]),
-    ("client/ClientRecordRt.cpp", ["client-fault-test", "client-end-test", "client-uplink-test",
+    ("client/ClientRecordRt.cpp", ["client-order-test", "client-fault-test", "client-end-test", "client-uplink-test",
                                    "client-record-test", STORM, "client-stream-test",
                                    "race-test"]),
 ]
