@@ -12,10 +12,10 @@ tests that belong to its file fails or does not end, when a test's source that l
 compile, or when the check of the target's object code objects. --tests is a build with the test
 programs; --tsan one with the thread sanitizer, whose tests see what the others let through.
 
---slice K/N takes every N-th mutant, beginning with the K-th: N such runs, each with its own --work
-and on any machine, make up one run of the list. --results adds a line for each mutant to a file;
---sum adds such files up. Of two results of the same mutant the later one counts; one whose mutant
-has changed since does not.
+--slice K/N takes every N-th mutant, beginning with the K-th: N such runs, side by side or on several
+machines, make up one run of the list. --results adds a line for each mutant to a file; --sum adds
+such files up. Of two results of the same mutant the later one counts; one whose mutant has changed
+since does not.
 
 --check only looks whether each mutant still has its place in the sources.
 
@@ -82,14 +82,15 @@ class Library:
         return run.returncode == 0
 
 
-def ends_well(command, environment, seconds):
-    """Runs it in a process group of its own, so that nothing is left of one that hangs."""
+def complaint(command, environment, seconds):
+    """How the program ends that is not well, or None. Runs it in a process group of its own, so
+    that nothing is left of one that hangs."""
     process = subprocess.Popen(command, env=environment, stdout=subprocess.DEVNULL,
                                stderr=subprocess.DEVNULL, start_new_session=True)
     try:
-        return process.wait(seconds) == 0
+        return "fails" if process.wait(seconds) != 0 else None
     except subprocess.TimeoutExpired:
-        return False
+        return "does not end"
     finally:
         try:
             os.killpg(process.pid, signal.SIGKILL)
@@ -129,8 +130,9 @@ def failing_test(library, directory, tests, seconds):
         path = relinked(library, directory, name) if name in mutants.RELINKED \
             else program(directory, name)
         command = [path, "--gtest_brief=1", "--gtest_fail_fast", *arguments]
-        if not ends_well(command, environment, seconds):
-            return test
+        how = complaint(command, environment, seconds)
+        if how:
+            return test if how == "fails" else f"{test}, which {how}"
     return None
 
 
@@ -211,7 +213,7 @@ class Score:
     """Counts of mutants that were run."""
 
     def __init__(self):
-        self.run = self.caught = self.excused = self.known = 0
+        self.run = self.caught = self.hanging = self.excused = self.known = 0
         self.unexplained = []
 
     def add(self, mutant, by):
@@ -219,6 +221,7 @@ class Score:
         self.run += 1
         if by:
             self.caught += 1
+            self.hanging += by.endswith("does not end")
             return f"caught by {by}"
         if mutant.reason.startswith(mutants.OUT_OF_REACH):
             self.known += 1
@@ -231,7 +234,8 @@ class Score:
 
     def ends_well(self):
         share = 100.0 * self.caught / max(self.run - self.excused, 1)
-        print(f"{self.caught} of {self.run} caught, {self.excused} make no difference, "
+        print(f"{self.caught} of {self.run} caught, {self.hanging} of them because a test did not "
+              f"end in time; {self.excused} make no difference, "
               f"{self.known} are out of reach, {len(self.unexplained)} others survive: "
               f"{share:.1f} % of those that make a difference")
         return not self.unexplained and share >= LEAST
@@ -276,7 +280,7 @@ def must_hold(library, directory, lists):
     tests = list(dict.fromkeys(test for tests in lists for test in tests))
     failed = failing_test(library, directory, tests, 600)
     if failed:
-        sys.exit(f"{failed} fails with the library as it is")
+        sys.exit(f"with the library as it is there is a failure: {failed}")
 
 
 def arguments():
@@ -297,7 +301,10 @@ def arguments():
     parser.add_argument("--slice", type=slice_of, default=(1, 1), metavar="K/N",
                         help="every N-th mutant, from the K-th on")
     parser.add_argument("--results", metavar="FILE", help="where to add the results")
-    return parser.parse_args()
+    options = parser.parse_args()
+    if options.slice[1] > 1:  # slices that run side by side must not share a tree
+        options.work += f"-{options.slice[0]}-of-{options.slice[1]}"
+    return options
 
 
 def main():
