@@ -1038,7 +1038,8 @@ _in("shm/SharedSemaphore.cpp",
      "    futexWake(word, FUTEX_WAKE_PRIVATE, INT_MAX);\n", "",
      OUT_OF_REACH + "sleepers of the C library's own kind need a 32-bit process on the other side"),
     ("a semaphore's kind is stored whatever it was",
-     "    std::uint32_t unset = 0;\n", "    std::uint32_t unset = wordsOf(semaphore)[1];\n"))
+     "    std::uint32_t unset = 0;\n", "    std::uint32_t unset = wordsOf(semaphore)[1];\n",
+     "it is 0 or that of a shared one"))
 
 _in("shm/ShmUpdateNotificationRecevier.cpp",
     ("the receiver is an ordinary thread", "POLICY_RR", "POLICY_OTHER"),
