@@ -1702,8 +1702,8 @@ _in("client/ClientRecordRt.cpp",
      "supply.isLive && !isWoken"),
     ("silence of mSBC in a short buffer", "if (sizeof(msbc_silent) > bytes)",
      "if (sizeof(msbc_silent) >= bytes)"),
-    ("a frame's first bytes are the server's", "    std::memcpy(buffer, header, mHeaderSize);\n",
-     ""))
+    ("a frame's first bytes are the server's", "    std::memcpy(buffer, header, mHeaderSize);\n", "",
+     OUT_OF_REACH + "differs when the server changes the header between two neighbouring lines"))
 
 _in("client/SilentFrames.cpp",
     ("a packet of another rate", "0x03, 0x04, 0xB8, 0xFF, 0xFE}", "0x03, 0x04, 0xB9, 0xFF, 0xFE}"),
@@ -1715,4 +1715,5 @@ _in("client/Stream.cpp",
     ("a size that is not a process's", "static_cast<std::int32_t>(syscall(SYS_getpid))", "0"),
     ("a lag of another unit", "return AudioTime::now() / 1000;", "return AudioTime::now() / 1024;"),
     ("the parameter of a stream", "tag, format, streamParam,", "tag, format, 0 * streamParam,"),
-    ("a wait beyond its limit", "limitMs - waited)", "limitMs)"))
+    ("a wait beyond its limit", "limitMs - waited)", "limitMs)",
+     OUT_OF_REACH + "differs after a wake-up that was the blocked call's, and then only in length"))
