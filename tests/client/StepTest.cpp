@@ -3,7 +3,9 @@
 #include "tests/client/SinkFixture.h"
 #include "tests/client/TrackFixture.h"
 
+#include <chrono>
 #include <future>
+#include <thread>
 
 namespace cabinaudio::test {
 namespace {
@@ -19,6 +21,28 @@ TEST_F(LastFreeByte, IsWrittenBeforeTheWaitForMore) {
     Bytes played(100);
     ASSERT_EQ(serverRing->read(played.data(), 100), 100);
     EXPECT_EQ(writer.get(), 2);
+}
+
+class WriterWithoutAPolicy : public ASink {};
+
+/// A machine that stands still for longer than one wait ends it, as it may: another attempt
+/// follows.
+TEST_F(WriterWithoutAPolicy, WaitsOnAsOftenAsItIsWoken) {
+    int result = 0;
+    for (int attempt = 0; attempt < 5 && result != 100; ++attempt) {
+        makeWithSource();
+        fillRing();
+        auto writer = blockedWrite(100);
+        const Stopwatch watch;
+        while (watch.ms() < 700) {  // one wait is 600 ms long
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            serverRing->updateReadOffset(serverRing->getReadOffset());
+        }
+        Bytes played(200);
+        (void)serverRing->read(played.data(), 200);
+        result = writer.get();
+    }
+    EXPECT_EQ(result, 100) << log.dump();
 }
 
 class TrackOfAnotherTag : public ATrack {};
