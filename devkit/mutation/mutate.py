@@ -1,15 +1,21 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""mutate.py --tests DIRECTORY [--work DIRECTORY] [--only TEXT]... [--from N] [--to N] [--seconds N]
-[--tsan DIRECTORY], or mutate.py --check:
-takes the library's locks, barriers, bounds and checks away, one at a time, and looks whether a
-test fails.
+"""mutate.py --tests DIRECTORY [--work DIRECTORY] [--only TEXT]... [--from N] [--to N]
+[--slice K/N] [--seconds N] [--tsan DIRECTORY] [--results FILE],
+mutate.py --sum FILE..., or mutate.py --check:
+takes the library's locks, barriers, bounds and checks away, one at a time, and changes its order,
+constants, comparisons, flags and fields, and looks whether a test fails.
 
 mutants.py lists them. Each is put into a copy of the library's sources, which is built and then
 stands before the tests' own library. A mutant is caught when it does not compile, when one of the
 tests that belong to its file fails or does not end, when a test's source that looks at it does not
 compile, or when the check of the target's object code objects. --tests is a build with the test
 programs; --tsan one with the thread sanitizer, whose tests see what the others let through.
+
+--slice K/N takes every N-th mutant, beginning with the K-th: N such runs, side by side or on several
+machines, make up one run of the list. --results adds a line for each mutant to a file; --sum adds
+such files up. Of two results of the same mutant the later one counts; one whose mutant has changed
+since does not.
 
 --check only looks whether each mutant still has its place in the sources.
 
@@ -18,6 +24,8 @@ mutants.py says nothing of.
 """
 import argparse
 import filecmp
+import hashlib
+import json
 import os
 import shutil
 import signal
@@ -74,14 +82,15 @@ class Library:
         return run.returncode == 0
 
 
-def ends_well(command, environment, seconds):
-    """Runs it in a process group of its own, so that nothing is left of one that hangs."""
+def complaint(command, environment, seconds):
+    """How the program ends that is not well, or None. Runs it in a process group of its own, so
+    that nothing is left of one that hangs."""
     process = subprocess.Popen(command, env=environment, stdout=subprocess.DEVNULL,
                                stderr=subprocess.DEVNULL, start_new_session=True)
     try:
-        return process.wait(seconds) == 0
+        return "fails" if process.wait(seconds) != 0 else None
     except subprocess.TimeoutExpired:
-        return False
+        return "does not end"
     finally:
         try:
             os.killpg(process.pid, signal.SIGKILL)
@@ -121,8 +130,9 @@ def failing_test(library, directory, tests, seconds):
         path = relinked(library, directory, name) if name in mutants.RELINKED \
             else program(directory, name)
         command = [path, "--gtest_brief=1", "--gtest_fail_fast", *arguments]
-        if not ends_well(command, environment, seconds):
-            return test
+        how = complaint(command, environment, seconds)
+        if how:
+            return test if how == "fails" else f"{test}, which {how}"
     return None
 
 
@@ -180,6 +190,86 @@ def what_catches(mutant, plain, sanitized, options):
     return failed and failed + " (thread sanitizer)"
 
 
+def identity(mutant):
+    """The same as long as the mutant is, whatever it is called."""
+    return hashlib.sha1("\0".join([mutant.file, mutant.old, mutant.new]).encode()).hexdigest()
+
+
+def slice_of(text):
+    number, _, of = text.partition("/")
+    if not (number.isdigit() and of.isdigit() and 1 <= int(number) <= int(of)):
+        raise argparse.ArgumentTypeError(f"{text} is no K/N with K from 1 to N")
+    return int(number), int(of)
+
+
+def note(path, mutant, by, with_tsan):
+    with open(path, "a", encoding="utf-8") as file:
+        json.dump({"mutant": identity(mutant), "file": mutant.file, "name": mutant.name, "by": by,
+                   "tsan": with_tsan}, file)
+        file.write("\n")
+
+
+class Score:
+    """Counts of mutants that were run."""
+
+    def __init__(self):
+        self.run = self.caught = self.hanging = self.excused = self.known = 0
+        self.unexplained = []
+
+    def add(self, mutant, by):
+        """Says what became of the mutant."""
+        self.run += 1
+        if by:
+            self.caught += 1
+            self.hanging += by.endswith("does not end")
+            return f"caught by {by}"
+        if mutant.reason.startswith(mutants.OUT_OF_REACH):
+            self.known += 1
+        elif mutant.reason:
+            self.excused += 1
+        else:
+            self.unexplained.append(mutant)
+            return "SURVIVES"
+        return f"SURVIVES ({mutant.reason})"
+
+    def ends_well(self):
+        share = 100.0 * self.caught / max(self.run - self.excused, 1)
+        print(f"{self.caught} of {self.run} caught, {self.hanging} of them because a test did not "
+              f"end in time; {self.excused} make no difference, "
+              f"{self.known} are out of reach, {len(self.unexplained)} others survive: "
+              f"{share:.1f} % of those that make a difference")
+        return not self.unexplained and share >= LEAST
+
+
+def sum_up(paths):
+    """Adds result files up. @return whether the whole list was run and ends well"""
+    results = {}
+    for path in paths:
+        with open(path, encoding="utf-8") as file:
+            for line in file:
+                result = json.loads(line)
+                results[result["mutant"]] = result
+    score = Score()
+    missing = without_tsan = 0
+    for number, mutant in enumerate(mutants.ALL, 1):
+        result = results.get(identity(mutant))
+        if result is None:
+            missing += 1
+            print(f"{number:3} {mutant.file}: {mutant.name}: not run")
+            continue
+        verdict = score.add(mutant, result["by"])
+        if result["by"] is None:
+            without_tsan += not result["tsan"]
+            seen = "" if result["tsan"] else " [without the thread sanitizer]"
+            print(f"{number:3} {mutant.file}: {mutant.name}: {verdict}{seen}")
+    good = score.ends_well()
+    if without_tsan:
+        print(f"{without_tsan} of the survivors were run without the thread sanitizer")
+    if missing:
+        print(f"{missing} of {len(mutants.ALL)} mutants were not run")
+    return good and not missing
+
+
 def must_hold(library, directory, lists):
     """Without a mutant nothing fails; otherwise a failure would tell nothing."""
     if shutil.which(CROSS + "g++") and ring_code_objects(library):
@@ -190,7 +280,7 @@ def must_hold(library, directory, lists):
     tests = list(dict.fromkeys(test for tests in lists for test in tests))
     failed = failing_test(library, directory, tests, 600)
     if failed:
-        sys.exit(f"{failed} fails with the library as it is")
+        sys.exit(f"with the library as it is there is a failure: {failed}")
 
 
 def arguments():
@@ -199,6 +289,7 @@ def arguments():
     what = parser.add_mutually_exclusive_group(required=True)
     what.add_argument("--tests")
     what.add_argument("--check", action="store_true")
+    what.add_argument("--sum", nargs="+", metavar="FILE")
     parser.add_argument("--tsan")
     parser.add_argument("--work", default="/tmp/cabinaudio-mutation")
     parser.add_argument("--only", action="append", metavar="TEXT",
@@ -206,15 +297,23 @@ def arguments():
     parser.add_argument("--seconds", type=int, default=150, help="what a test program may take")
     parser.add_argument("--from", dest="first", type=int, default=1, help="number of the first")
     parser.add_argument("--to", dest="last", type=int, default=len(mutants.ALL),
-                        help="number of the last; several runs can share the list, each with its "
-                             "own --work")
-    return parser.parse_args()
+                        help="number of the last")
+    parser.add_argument("--slice", type=slice_of, default=(1, 1), metavar="K/N",
+                        help="every N-th mutant, from the K-th on")
+    parser.add_argument("--results", metavar="FILE", help="where to add the results")
+    options = parser.parse_args()
+    if options.slice[1] > 1:  # slices that run side by side must not share a tree
+        options.work += f"-{options.slice[0]}-of-{options.slice[1]}"
+    return options
 
 
 def main():
     options = arguments()
+    if options.sum:
+        sys.exit(0 if sum_up(options.sum) else 1)
     chosen = [(number, mutant) for number, mutant in enumerate(mutants.ALL, 1)
               if options.first <= number <= options.last and
+              number % options.slice[1] == options.slice[0] % options.slice[1] and
               any(text in f"{mutant.file}: {mutant.name}" for text in options.only or [""])]
     stale = [mutant for _, mutant in chosen if text_with(mutant) is None]
     for mutant in stale:
@@ -230,29 +329,17 @@ def main():
         sanitized.compiles()
         must_hold(sanitized, options.tsan,
                   [mutants.sanitized_tests_of(mutant.file) for _, mutant in chosen])
-    caught = excused = known = 0
-    unexplained = []
+    score = Score()
     for number, mutant in chosen:
         begin = time.monotonic()
         plain.put(mutant.file, text_with(mutant))
         by = what_catches(mutant, plain, sanitized, options)
         plain.restore(mutant.file)
-        caught += by is not None
-        verdict = f"caught by {by}" if by else "SURVIVES"
-        if by is None and mutant.reason.startswith(mutants.OUT_OF_REACH):
-            known += 1
-            verdict += f" ({mutant.reason})"
-        elif by is None and mutant.reason:
-            excused += 1
-            verdict += f" ({mutant.reason})"
-        elif by is None:
-            unexplained.append(mutant)
-        print(f"{number:3} {mutant.file}: {mutant.name}: {verdict} "
+        if options.results:
+            note(options.results, mutant, by, sanitized is not None)
+        print(f"{number:3} {mutant.file}: {mutant.name}: {score.add(mutant, by)} "
               f"[{time.monotonic() - begin:.0f} s]", flush=True)
-    share = 100.0 * caught / max(len(chosen) - excused, 1)
-    print(f"{caught} of {len(chosen)} caught, {excused} make no difference, {known} are out of "
-          f"reach, {len(unexplained)} others survive: {share:.1f} % of those that make a difference")
-    sys.exit(1 if unexplained or share < LEAST else 0)
+    sys.exit(0 if score.ends_well() else 1)
 
 
 if __name__ == "__main__":

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/support/Metronome.h"
 #include "tests/support/ProcessState.h"
-#include "tests/support/Scheduling.h"
+#include "tests/support/RealTimeRight.h"
 
 #include <android/log.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/support/Scheduling.h"
+#include "tests/support/RealTimeRight.h"
 
 #include <linux/capability.h>
 #include <sys/prctl.h>

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+// Real-time threads that the system refuses, where the policy allows ordinary ones.
+#include "tests/foundation/Platform.h"
+#include "tests/foundation/Worker.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/PolicyGuard.h"
+#include "tests/support/ProcessState.h"
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sched.h>
+
+#include <cerrno>
+
+namespace cabinaudio::test {
+namespace {
+
+constexpr int ERROR = 6;
+constexpr int WARN = 5;
+
+class OrdinaryThread : public ::testing::Test {
+protected:
+    static LinkPolicy allowed() {
+        LinkPolicy policy;
+        policy.allowsOrdinaryThreads = true;
+        return policy;
+    }
+
+    const LogCapture log;
+    Worker worker{"plain"};
+};
+
+TEST_F(OrdinaryThread, StandsInForARealTimeThreadThatTheProcessMayNotHave) {
+    const PolicyGuard guard(allowed());
+    {
+        const Failing create("pthread_create", EPERM);
+        worker.start();
+        EXPECT_TRUE(create.happened());
+    }
+    EXPECT_TRUE(worker.isRunning());
+    EXPECT_TRUE(eventually([&] { return worker.begun() == 1; }));
+    EXPECT_EQ(lastCreation().inherit, PTHREAD_EXPLICIT_SCHED);
+    EXPECT_EQ(lastCreation().policy, SCHED_OTHER);
+    EXPECT_EQ(
+        log.count(WARN, "AudioThread", "start", "Thread(AS-plain) may not be a real-time one.\n"),
+        1U)
+        << log.dump();
+    EXPECT_EQ(log.countMatching(ERROR, ".*"), 0U) << log.dump();
+}
+
+TEST_F(OrdinaryThread, DoesNotStandInWhenTheSystemHasNoThreadLeft) {
+    const PolicyGuard guard(allowed());
+    for (const int error : {EAGAIN, EINVAL, ENOMEM}) {
+        const Failing create("pthread_create", error);
+        worker.start();
+        EXPECT_TRUE(create.happened());
+        EXPECT_FALSE(worker.isRunning()) << error;
+    }
+    EXPECT_EQ(log.countMatching(ERROR, "Fail to start thread\\(AS-plain\\) because .*\n"), 3U)
+        << log.dump();
+    EXPECT_EQ(log.countMatching(WARN, ".*"), 0U) << log.dump();
+    EXPECT_EQ(worker.begun(), 0);
+}
+
+TEST_F(OrdinaryThread, DoesNotStandInWithoutThePolicy) {
+    const Failing create("pthread_create", EPERM);
+    worker.start();
+    EXPECT_FALSE(worker.isRunning());
+    EXPECT_EQ(log.countMatching(WARN, ".*"), 0U) << log.dump();
+    EXPECT_EQ(worker.begun(), 0);
+}
+
+}  // namespace
+}  // namespace cabinaudio::test
