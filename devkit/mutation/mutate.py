@@ -287,11 +287,11 @@ def arguments():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     what = parser.add_mutually_exclusive_group(required=True)
-    what.add_argument("--tests")
+    what.add_argument("--tests", type=os.path.abspath)
     what.add_argument("--check", action="store_true")
     what.add_argument("--sum", nargs="+", metavar="FILE")
-    parser.add_argument("--tsan")
-    parser.add_argument("--work", default="/tmp/cabinaudio-mutation")
+    parser.add_argument("--tsan", type=os.path.abspath)
+    parser.add_argument("--work", type=os.path.abspath, default="/tmp/cabinaudio-mutation")
     parser.add_argument("--only", action="append", metavar="TEXT",
                         help="mutants whose file or name has this text")
     parser.add_argument("--seconds", type=int, default=150, help="what a test program may take")

@@ -52,7 +52,8 @@ TEST_F(ATracksNotification, OfAnotherReadyRingReplacesTheFirstOne) {
     ASSERT_TRUE(log.waitForMatching(INFO, "\\[trk\\]share memory ready size\\[5000\\].*\n"))
         << log.dump();
     EXPECT_EQ(track->getTotalBufferSize(), 5000);
-    EXPECT_EQ(ProcessState::now().threads, threads);
+    // The first ring's receiver ends after the new ring has been announced.
+    EXPECT_TRUE(eventually([&] { return ProcessState::now().threads == threads; }));
     start();
     EXPECT_EQ(write(100, true), 100);
     EXPECT_EQ(serverRing->getUsedSize(), 100U);
