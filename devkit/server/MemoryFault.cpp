@@ -2,6 +2,7 @@
 #include "devkit/server/MemoryFault.h"
 
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -14,13 +15,24 @@ namespace {
 thread_local volatile std::sig_atomic_t happened = 0;
 std::uintptr_t pageSize;
 
-// Async-signal-safe: mmap is a bare system call here. The interrupted access is tried again after
-// the return and then succeeds.
+#ifdef SYS_mmap2
+constexpr long MAP = SYS_mmap2;
+#else
+constexpr long MAP = SYS_mmap;
+#endif
+
+// The bare system call: async-signal-safe, and the thread sanitizer would take the C library's mmap
+// for a write of the whole page, beside the ring's other thread.
+bool mapZeros(std::uintptr_t page) {
+    constexpr int RIGHTS = PROT_READ | PROT_WRITE;
+    constexpr int FLAGS = MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED;
+    return syscall(MAP, page, pageSize, RIGHTS, FLAGS, -1, 0) != -1;
+}
+
+// The interrupted access is tried again after the return and then succeeds.
 void replacePage(int signal, siginfo_t* info, void*) {
     const auto page = reinterpret_cast<std::uintptr_t>(info->si_addr) & ~(pageSize - 1);
-    if (info->si_code != BUS_ADRERR ||
-        mmap(reinterpret_cast<void*>(page), pageSize, PROT_READ | PROT_WRITE,
-             MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) == MAP_FAILED) {
+    if (info->si_code != BUS_ADRERR || !mapZeros(page)) {
         std::signal(signal, SIG_DFL);  // the access is tried again and ends the process
     }
     happened = 1;
