@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <optional>
+#include <ostream>
 #include <string>
 
 namespace cabinaudio::test {
@@ -21,6 +22,10 @@ struct RingUser {
     AudioTagType tag;
     bool isCapture;
     bool isPhysical;
+
+    friend std::ostream& operator<<(std::ostream& out, const RingUser& user) {
+        return out << user.name;
+    }
 };
 
 /// A client without the library that maps its ring's header and treats it badly.
