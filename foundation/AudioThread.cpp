@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/foundation/AudioThread.h>
 
+#include "foundation/FaultSignals.h"
 #include "foundation/LibraryThread.h"
 #include "foundation/Log.h"
 #include "foundation/OrdinaryThreads.h"
@@ -15,9 +16,7 @@
 
 namespace {
 
-/// Signals of a fault in the thread that gets them. Where they are blocked, a fault ends the
-/// process without the application's handler.
-constexpr int FAULT_SIGNALS[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT, SIGTRAP};
+using cabinaudio::FAULT_SIGNALS;
 
 sigset_t faultSignals() {
     sigset_t signals;

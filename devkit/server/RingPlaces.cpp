@@ -12,11 +12,10 @@
 namespace cabinaudio::server {
 namespace {
 
-// Beside the rings lie the physical memory, the launcher's links and the objects of other
-// instances.
+// Beside the rings lie the physical memory and the objects of other instances.
 bool isReserved(const std::string& object) {
     return object.empty() || object.starts_with("cabinaudio-physmem") ||
-           object.starts_with("cabinaudio-lib-") || object.starts_with("cabinaudio.");
+           object.starts_with("cabinaudio.");
 }
 
 }  // namespace

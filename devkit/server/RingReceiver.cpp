@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/server/RingReceiver.h"
 
+#include "foundation/FaultSignals.h"
+
 #include <pthread.h>
 
 #include <cerrno>
@@ -48,7 +50,8 @@ private:
 void unblockOwnSignals() {
     sigset_t own;
     sigemptyset(&own);
-    for (const int signal : {INTERRUPTION, SIGBUS, SIGSEGV, SIGILL, SIGFPE, SIGABRT, SIGTRAP})
+    sigaddset(&own, INTERRUPTION);
+    for (const int signal : FAULT_SIGNALS)
         sigaddset(&own, signal);
     pthread_sigmask(SIG_UNBLOCK, &own, nullptr);
 }

@@ -3,10 +3,10 @@
 // A physical ring that the server announces again, as it is or made anew, while it is in use.
 #include "tests/client/StreamFixture.h"
 #include "tests/client/StreamKinds.h"
+#include "tests/support/NoDescriptors.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -20,22 +20,6 @@ namespace {
 
 constexpr unsigned SIZE = 4096;
 constexpr int STEP = 512;
-
-/// As long as it lives, this process can open no file.
-class NoMoreFiles {
-public:
-    NoMoreFiles() {
-        getrlimit(RLIMIT_NOFILE, &mBefore);
-        const rlimit none = {0, mBefore.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &none);
-    }
-    ~NoMoreFiles() { setrlimit(RLIMIT_NOFILE, &mBefore); }
-    NoMoreFiles(const NoMoreFiles&) = delete;
-    NoMoreFiles& operator=(const NoMoreFiles&) = delete;
-
-private:
-    rlimit mBefore = {};
-};
 
 /// An active stream whose ring lies in physical memory.
 class AnnouncedRing : public AStream, public ::testing::WithParamInterface<std::size_t> {
@@ -203,7 +187,7 @@ TEST_P(AnnouncedRing, StaysWhenTheAnnouncedPlaceCannotBeMapped) {
     announce();
     expectBytesToPass();
     {
-        const NoMoreFiles limit;
+        const NoDescriptors none;
         announce();
         settle();
     }

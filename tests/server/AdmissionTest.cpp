@@ -8,13 +8,13 @@
 #include "devkit/server/Quota.h"
 #include "devkit/server/Timer.h"
 #include "devkit/server/UniqueFd.h"
+#include "tests/support/NoDescriptors.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -142,31 +142,6 @@ TEST(CommandLines, AreAnsweredOneInATurnOfTheLoop) {
                   "a\nb\nc\nd\ne\nf\ng\nh\ni\nj\nk\nl\nm\nn\no\np\nq\nr\ns\nt\n");
 }
 
-/// Takes all descriptors that this process may still have.
-class NoDescriptors {
-public:
-    NoDescriptors() {
-        getrlimit(RLIMIT_NOFILE, &mBefore);
-        rlimit few = mBefore;
-        few.rlim_cur = std::min<rlim_t>(few.rlim_cur, 256);
-        setrlimit(RLIMIT_NOFILE, &few);
-        while (true) {
-            UniqueFd fd(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0));
-            if (!fd) break;
-            mTaken.push_back(std::move(fd));
-        }
-    }
-    ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &mBefore); }
-    NoDescriptors(const NoDescriptors&) = delete;
-    NoDescriptors& operator=(const NoDescriptors&) = delete;
-
-    void freeOne() { mTaken.pop_back(); }
-
-private:
-    rlimit mBefore = {};
-    std::vector<UniqueFd> mTaken;
-};
-
 /// Whoever closes it, and nobody says so.
 TEST(AListenerWithoutDescriptors, TakesConnectionsOnceThereIsOne) {
     using namespace std::chrono_literals;
@@ -179,7 +154,7 @@ TEST(AListenerWithoutDescriptors, TakesConnectionsOnceThereIsOne) {
     });
     const UniqueFd waiting = connectTo(name);
     bool wasTaken = false;
-    std::optional<NoDescriptors> none;
+    std::optional<test::NoDescriptors> none;
     Timer end(loop, [&](std::uint64_t) { loop.stop(); });
     Timer release(loop, [&](std::uint64_t) {
         wasTaken = isTaken;

@@ -42,11 +42,6 @@ using Clients = std::vector<std::unique_ptr<RawClient>>;
 
 constexpr int PATIENCE_MS = 60000;
 
-std::string serverPath() {
-    const char* const path = std::getenv("CABINAUDIO_SERVER");
-    return path != nullptr && *path != '\0' ? path : CABINAUDIO_TEST_SERVER;
-}
-
 /// Servers that are started meanwhile may have so many descriptors.
 class DescriptorsOfServer {
 public:
@@ -54,8 +49,8 @@ public:
         const char* const path = std::getenv("CABINAUDIO_SERVER");
         if (path != nullptr) mBefore = path;
         const std::string script = mDirectory.file("server");
-        std::ofstream(script) << "#!/bin/sh\nulimit -n " << count << "\nexec '" << serverPath()
-                              << "' \"$@\"\n";
+        std::ofstream(script) << "#!/bin/sh\nulimit -n " << count << "\nexec '"
+                              << RealServer::path() << "' \"$@\"\n";
         chmod(script.c_str(), 0700);
         setenv("CABINAUDIO_SERVER", script.c_str(), 1);
     }
@@ -193,37 +188,43 @@ protected:
         if (limit.rlim_max < GetParam().attempts + 100)
             GTEST_SKIP() << "the attacker may have only " << limit.rlim_max << " descriptors";
     }
+
+    using Hoard = std::string(unsigned);
+
+    /// Makes all connections and keeps those that it gets.
+    static UserProcess attacker(const std::optional<User>& user, Hoard* hoard) {
+        return UserProcess(user, [hoard] {
+            raiseDescriptors();
+            return hoard(GetParam().attempts);
+        });
+    }
+    /// What an attacker reports that may have so many.
+    static std::string refusedBeyond(std::size_t most) {
+        return std::to_string(GetParam().attempts - most) + " refused";
+    }
 };
 
 TEST_P(ASiege, OfControlConnectionsByAnotherUserLeavesRoomForTheOwner) {
     if (!mayBecomeAnotherUser()) GTEST_SKIP() << "only root can be another user";
     const DescriptorsOfServer few(GetParam().descriptors);
     const RealServer server({"--output", "null", "--allow-all"});
-    UserProcess attacker(User{}, [] {
-        raiseDescriptors();
-        return hoardControls(GetParam().attempts);
-    });
-    EXPECT_EQ(attacker.report(),
-              std::to_string(GetParam().attempts - GetParam().controlsOfUser) + " refused");
+    UserProcess siege = attacker(User{}, hoardControls);
+    EXPECT_EQ(siege.report(), refusedBeyond(GetParam().controlsOfUser));
     EXPECT_TRUE(answersCommands());
     EXPECT_TRUE(registersClients());
     EXPECT_EQ(countOf("user 65534 has too many control connections", server.output()), 1U);
-    attacker.end();
+    siege.end();
     EXPECT_EQ(asUser(User{}, [] { return std::to_string(answersCommands()); }), "1");
 }
 
 TEST_P(ASiege, OfControlConnectionsIsOverWhenTheyAreClosed) {
     const DescriptorsOfServer few(GetParam().descriptors);
     const RealServer server;
-    UserProcess attacker({}, [] {
-        raiseDescriptors();
-        return hoardControls(GetParam().attempts);
-    });
-    EXPECT_EQ(attacker.report(),
-              std::to_string(GetParam().attempts - GetParam().controlsOfUser) + " refused");
+    UserProcess siege = attacker({}, hoardControls);
+    EXPECT_EQ(siege.report(), refusedBeyond(GetParam().controlsOfUser));
     EXPECT_THAT(Control().ask("state"), StartsWith("error: user "));
     EXPECT_TRUE(registersClients()) << "clients have descriptors of their own";
-    attacker.end();
+    siege.end();
     EXPECT_TRUE(answersCommands());
 }
 
@@ -231,30 +232,22 @@ TEST_P(ASiege, OfClientsByAnotherUserLeavesRoomForTheOwner) {
     if (!mayBecomeAnotherUser()) GTEST_SKIP() << "only root can be another user";
     const DescriptorsOfServer few(GetParam().descriptors);
     const RealServer server({"--output", "null", "--allow-all"});
-    UserProcess attacker(User{}, [] {
-        raiseDescriptors();
-        return hoardClients(GetParam().attempts);
-    });
-    EXPECT_EQ(attacker.report(),
-              std::to_string(GetParam().attempts - GetParam().clientsOfUser) + " refused");
+    UserProcess siege = attacker(User{}, hoardClients);
+    EXPECT_EQ(siege.report(), refusedBeyond(GetParam().clientsOfUser));
     EXPECT_TRUE(registersClients());
     EXPECT_TRUE(answersCommands());
     EXPECT_EQ(countOf("user 65534 has too many clients", server.output()), 1U);
-    attacker.end();
+    siege.end();
     EXPECT_EQ(asUser(User{}, [] { return std::to_string(registersClients()); }), "1");
 }
 
 TEST_P(ASiege, OfClientsIsOverWhenTheyAreClosed) {
     const DescriptorsOfServer few(GetParam().descriptors);
     const RealServer server;
-    UserProcess attacker({}, [] {
-        raiseDescriptors();
-        return hoardClients(GetParam().attempts);
-    });
-    EXPECT_EQ(attacker.report(),
-              std::to_string(GetParam().attempts - GetParam().clientsOfUser) + " refused");
+    UserProcess siege = attacker({}, hoardClients);
+    EXPECT_EQ(siege.report(), refusedBeyond(GetParam().clientsOfUser));
     EXPECT_TRUE(answersCommands()) << "commands have descriptors of their own";
-    attacker.end();
+    siege.end();
     EXPECT_TRUE(registersClients());
 }
 
@@ -394,7 +387,7 @@ TEST_F(AnotherUser, IsServedAsAMemberOfAnAllowedGroup) {
 
 /// The server's own user is served without an option, whichever it is.
 TEST_F(AnotherUser, IsServedByItsOwnServerAsRootIs) {
-    const std::string path = serverPath();
+    const std::string path = RealServer::path();
     std::unique_ptr<RealServer> server;
     UserProcess owner(
         User{},

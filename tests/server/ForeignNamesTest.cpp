@@ -6,6 +6,7 @@
 #include "tests/server/TemporaryDirectory.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
+#include "tests/support/TerminalText.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -31,15 +32,6 @@ constexpr char NAME[] =
     "E\nF\" \xe6\x97\xa5\xc3\xbc";
 constexpr char SHOWN[] = R"(A\x1b]0;x\x07B\u009b2JC\x9bD\x7fE\nF\" )"
                          "\xe6\x97\xa5\xc3\xbc";
-
-void expectNoControls(const std::string& text) {
-    EXPECT_TRUE(std::none_of(text.begin(), text.end(), [](char c) {
-        const auto byte = static_cast<unsigned char>(c);
-        return (byte < 0x20 && byte != '\n') || byte == 0x7f;
-    })) << text;
-    for (const char* obeyed : {"\xc2\x9b", "C\x9b", "E\n"})
-        EXPECT_THAT(text, Not(HasSubstr(obeyed)));
-}
 
 bool isSaid(const RealServer& server, const std::string& text) {
     return eventually([&] { return server.output().find(text) != std::string::npos; });

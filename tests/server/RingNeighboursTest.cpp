@@ -12,10 +12,10 @@
 #include "tests/server/Sound.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
+#include "tests/support/User.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <grp.h>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mman.h>
@@ -178,7 +178,6 @@ TEST(PhysicalMemoryThatGoes, CostsTheConnectionOfWhoPlaysFromIt) {
 
 // ---- Names that are taken ----------------------------------------------------------------------
 
-constexpr uid_t NOBODY = 65534;
 constexpr int CANNOT_RUN = 77;
 
 std::string instance() {
@@ -212,12 +211,9 @@ int inChild(const std::function<int()>& body) {
 /// The same as an ordinary user. @return CANNOT_RUN where that user may not run the server
 int asNobody(const std::function<void()>& body) {
     return inChild([&body] {
-        if (setgroups(0, nullptr) != 0 || setresgid(NOBODY, NOBODY, NOBODY) != 0 ||
-            setresuid(NOBODY, NOBODY, NOBODY) != 0)
-            return CANNOT_RUN;
+        if (!become(User{})) return CANNOT_RUN;
         prctl(PR_SET_DUMPABLE, 1);
-        const char* given = std::getenv("CABINAUDIO_SERVER");
-        if (access(given != nullptr ? given : CABINAUDIO_TEST_SERVER, X_OK) != 0) return CANNOT_RUN;
+        if (access(RealServer::path().c_str(), X_OK) != 0) return CANNOT_RUN;
         body();
         return 0;
     });
@@ -401,8 +397,7 @@ TEST(TheCommonInstance, LeavesTheObjectsOfOtherProgramsAlone) {
 
 TEST(TheCommonInstance, LeavesTheObjectsOfOtherInstancesAlone) {
     const int status = inTheCommonInstance([](const RealServer&) {
-        for (const std::string name :
-             {"cabinaudio.b.ring", "cabinaudio-lib-0-1", "cabinaudio-physmem-0-b"}) {
+        for (const std::string name : {"cabinaudio.b.ring", "cabinaudio-physmem-0-b"}) {
             const Planted object("/dev/shm/" + name, 0600);
             EXPECT_EQ(createNamed(name), AUDIO_BAD_VALUE);
             EXPECT_EQ(createNamed("/" + name), AUDIO_BAD_VALUE);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // A state file in a directory that others may write to, and files that are no state files.
+#include "tests/server/RefusedStart.h"
 #include "tests/server/SettingsClient.h"
 #include "tests/server/TemporaryDirectory.h"
 #include "tests/support/Nobody.h"
@@ -34,10 +35,6 @@ protected:
     [[nodiscard]] bool hasNeighbour() const {
         return asNobody([this] { return access(directory.path().c_str(), W_OK) == 0; });
     }
-    static std::string contentOf(const std::string& file) {
-        std::ifstream stream(file);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
     /// Starts a server, changes something and ends the server.
     void serve() const {
         const RealServer server({"--output", "null", "--state", path});
@@ -50,17 +47,7 @@ protected:
     [[nodiscard]] bool isWritten() const {
         return contentOf(path).find("\"master_db\": -6.5") != std::string::npos;
     }
-    /// What a server says that does not start with this file.
-    [[nodiscard]] std::string complaint() const {
-        const char* const server = std::getenv("CABINAUDIO_SERVER");
-        const std::string log = directory.file("log");
-        const std::string command = std::string("timeout 60 ") +
-                                    (server != nullptr ? server : CABINAUDIO_TEST_SERVER) +
-                                    " --output null --state " + path + " 2>" + log;
-        const int status = std::system(command.c_str());
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
-        return contentOf(log);
-    }
+    [[nodiscard]] std::string complaint() const { return complaintAbout(path, directory); }
     [[nodiscard]] std::vector<std::string> names() const {
         std::vector<std::string> all;
         for (const auto& entry : fs::directory_iterator(directory.path()))

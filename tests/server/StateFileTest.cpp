@@ -3,6 +3,7 @@
 // Settings that outlive the server.
 #include <cabinaudio/foundation/AudioStatus.h>
 
+#include "tests/server/RefusedStart.h"
 #include "tests/server/SettingsClient.h"
 #include "tests/server/TemporaryDirectory.h"
 #include "tests/support/ProcessState.h"
@@ -34,10 +35,7 @@ protected:
         return std::make_unique<RealServer>(
             std::vector<std::string>{"--output", "null", "--state", path});
     }
-    [[nodiscard]] std::string content() const {
-        std::ifstream file(path);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    [[nodiscard]] std::string content() const { return contentOf(path); }
     void write(const std::string& text) const { std::ofstream(path) << text; }
     static json settingsOf(const RealServer& server) {
         return json::parse(server.command("state")).at("settings");
@@ -45,16 +43,9 @@ protected:
     /// What a server says that does not start with this file.
     [[nodiscard]] std::string complaint(const std::string& text) const {
         write(text);
-        const char* const server = std::getenv("CABINAUDIO_SERVER");
-        const std::string log = directory.file("log");
-        const std::string command = std::string("timeout 60 ") +
-                                    (server != nullptr ? server : CABINAUDIO_TEST_SERVER) +
-                                    " --output null --state " + path + " 2>" + log;
-        const int status = std::system(command.c_str());
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
+        const std::string said = complaintAbout(path, directory);
         EXPECT_EQ(content(), text) << "left alone";
-        std::ifstream file(log);
-        return {std::istreambuf_iterator<char>(file), {}};
+        return said;
     }
 
     TemporaryDirectory directory;

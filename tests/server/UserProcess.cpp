@@ -2,7 +2,6 @@
 #include "tests/server/UserProcess.h"
 
 #include <fcntl.h>
-#include <grp.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -21,19 +20,13 @@ namespace {
 
 constexpr int PATIENCE_MS = 120000;
 
-void become(const User& user) {
-    if (setgroups(user.groups.size(), user.groups.data()) != 0 ||
-        setresgid(user.group, user.group, user.group) != 0 ||
-        setresuid(user.user, user.user, user.user) != 0) {
-        throw std::runtime_error(std::string("cannot be another user: ") + std::strerror(errno));
-    }
-}
-
 [[noreturn]] void beChild(const std::optional<User>& user, const std::function<std::string()>& deed,
                           const std::function<void()>& end, int report, int life) {
     std::string text;
     try {
-        if (user) become(*user);
+        if (user && !become(*user))
+            throw std::runtime_error(std::string("cannot be another user: ") +
+                                     std::strerror(errno));
         prctl(PR_SET_PDEATHSIG, SIGKILL);  // is forgotten when the user changes
         text = deed();
     } catch (const std::exception& error) {

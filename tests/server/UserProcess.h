@@ -1,21 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tests/support/User.h"
+
 #include <sys/types.h>
 
 #include <functional>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace cabinaudio::test {
-
-/// A user that a child process becomes. Needs root.
-struct User {
-    uid_t user = 65534;  // "nobody"
-    gid_t group = 65534;
-    std::vector<gid_t> groups = {};  // supplementary
-};
 
 /// Whether a child may become another user.
 bool mayBecomeAnotherUser();

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/shm/Platform.h"
 
+#include "tests/shm/NextDefinition.h"
+
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
@@ -21,6 +23,7 @@
 namespace {
 
 using cabinaudio::test::Call;
+using cabinaudio::test::next;
 
 struct Failure {
     const char* function;
@@ -49,21 +52,6 @@ struct Notes {
 };
 constinit thread_local Notes* tNotes = nullptr;
 constinit thread_local bool tGuarded = false;
-
-// The sanitizers' own start-up comes through here, so nothing below may need it.
-
-/// The definition behind ours. A sanitizer's stands in the program, too, under another name.
-template <typename Function>
-Function* next(std::atomic<Function*>& found, const char* name, const char* sanitizers) {
-    Function* function = found.load(std::memory_order_acquire);
-    if (function == nullptr) {
-        void* at = dlsym(RTLD_DEFAULT, sanitizers);
-        if (at == nullptr) at = dlsym(RTLD_NEXT, name);
-        function = reinterpret_cast<Function*>(at);
-        found.store(function, std::memory_order_release);
-    }
-    return function;
-}
 
 bool takeFailure(const char* function) {
     if (!gArmed.load(std::memory_order_acquire)) return false;
@@ -358,18 +346,13 @@ int sem_wait(sem_t* semaphore) {
 // The ring's semaphores sleep in the kernel; a failure of that is one of sem_wait.
 
 long syscall(long number, ...) noexcept {
-    using Function = long(long, ...);
-    static constinit std::atomic<Function*> found{nullptr};
-    long argument[6];
     va_list arguments;
     va_start(arguments, number);
-    for (long& one : argument)
-        one = va_arg(arguments, long);
+    const auto call = cabinaudio::test::systemCall(number, arguments);
     va_end(arguments);
     constexpr long kFutexWait = 0;  // FUTEX_WAIT, between processes
-    if (number == SYS_futex && argument[1] == kFutexWait && takeFailure("sem_wait")) return -1;
-    return next(found, "syscall", "__interceptor_syscall")(
-        number, argument[0], argument[1], argument[2], argument[3], argument[4], argument[5]);
+    if (number == SYS_futex && call.argument[1] == kFutexWait && takeFailure("sem_wait")) return -1;
+    return call.pass();
 }
 
 #endif

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/shm/Witness.h"
 
-#include <dlfcn.h>
+#include "tests/shm/NextDefinition.h"
+
 #include <linux/futex.h>
 #include <semaphore.h>
 #include <sys/ioctl.h>
@@ -15,28 +16,16 @@
 
 namespace {
 
+using cabinaudio::test::next;
 using cabinaudio::test::Shown;
 
 constinit thread_local std::function<void(const Shown&)>* tLook = nullptr;
 
-// The sanitizers' own start-up comes through here, so nothing below may need it.
-
-/// The definition behind ours. A sanitizer's stands in the program, too, under another name.
-template <typename Function>
-Function* next(std::atomic<Function*>& found, const char* name, const char* sanitizers) {
-    Function* function = found.load(std::memory_order_acquire);
-    if (function == nullptr) {
-        void* at = dlsym(RTLD_DEFAULT, sanitizers);
-        if (at == nullptr) at = dlsym(RTLD_NEXT, name);
-        function = reinterpret_cast<Function*>(at);
-        found.store(function, std::memory_order_release);
-    }
-    return function;
-}
-
 void show(const Shown& shown) {
     if (tLook != nullptr) (*tLook)(shown);
 }
+
+using Ioctl = int(int, unsigned long, ...);
 
 void showRequest(unsigned long request, const void* argument) {
     constexpr unsigned long CLEAN = 0x40084303;
@@ -45,6 +34,11 @@ void showRequest(unsigned long request, const void* argument) {
     std::uint32_t range[2];
     std::memcpy(range, argument, sizeof range);
     show({false, request, range[0], range[1]});
+}
+
+int showAndPass(Ioctl& behind, int fd, unsigned long request, void* argument) {
+    showRequest(request, argument);
+    return behind(fd, request, argument);
 }
 
 }  // namespace
@@ -63,16 +57,13 @@ Witness::~Witness() {
 
 extern "C" {
 
-using Ioctl = int(int, unsigned long, ...);
-
 int ioctl(int fd, unsigned long request, ...) noexcept {
     static constinit std::atomic<Ioctl*> found{nullptr};
     va_list arguments;
     va_start(arguments, request);
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
-    showRequest(request, argument);
-    return next(found, "ioctl", "__interceptor_ioctl")(fd, request, argument);
+    return showAndPass(*next(found, "ioctl", "__interceptor_ioctl"), fd, request, argument);
 }
 
 // What a 32-bit library built with 64-bit times calls instead.
@@ -83,8 +74,8 @@ int __ioctl_time64(int fd, unsigned long request, ...) noexcept {
     va_start(arguments, request);
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
-    showRequest(request, argument);
-    return next(found, "__ioctl_time64", "__interceptor_ioctl")(fd, request, argument);
+    return showAndPass(*next(found, "__ioctl_time64", "__interceptor_ioctl"), fd, request,
+                       argument);
 }
 
 #if __WORDSIZE == 32
@@ -99,17 +90,12 @@ int sem_post(sem_t* semaphore) noexcept {
 #else
 
 long syscall(long number, ...) noexcept {
-    using Function = long(long, ...);
-    static constinit std::atomic<Function*> found{nullptr};
-    long argument[6];
     va_list arguments;
     va_start(arguments, number);
-    for (long& one : argument)
-        one = va_arg(arguments, long);
+    const auto call = cabinaudio::test::systemCall(number, arguments);
     va_end(arguments);
-    if (number == SYS_futex && argument[1] == FUTEX_WAKE) show({true, 0, 0, 0});
-    return next(found, "syscall", "__interceptor_syscall")(
-        number, argument[0], argument[1], argument[2], argument[3], argument[4], argument[5]);
+    if (number == SYS_futex && call.argument[1] == FUTEX_WAKE) show({true, 0, 0, 0});
+    return call.pass();
 }
 
 #endif

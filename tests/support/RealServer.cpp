@@ -67,11 +67,6 @@ void makePipe(Descriptor& readEnd, Descriptor& writeEnd) {
     close(ends[1]);
 }
 
-std::string serverPath() {
-    const char* path = std::getenv("CABINAUDIO_SERVER");
-    return path != nullptr && *path != '\0' ? path : CABINAUDIO_TEST_SERVER;
-}
-
 [[noreturn]] void beServer(char** argv, int null, int output, int ready, int life) {
     // Nobody else would end it if the test were killed meanwhile, least of all while it is stopped.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -139,6 +134,11 @@ void connectToControlSocket(int fd) {
 
 }  // namespace
 
+std::string RealServer::path() {
+    const char* const path = std::getenv("CABINAUDIO_SERVER");
+    return path != nullptr && *path != '\0' ? path : CABINAUDIO_TEST_SERVER;
+}
+
 RealServer::RealServer(std::vector<std::string> arguments) {
     if (std::find(arguments.begin(), arguments.end(), "--fast") == arguments.end())
         Metronome::start();
@@ -153,7 +153,7 @@ RealServer::RealServer(std::vector<std::string> arguments) {
     Descriptor lifeOfChild;
     makePipe(ready, readyOfChild);
     makePipe(life, lifeOfChild);
-    arguments.insert(arguments.begin(), {serverPath(), "--ready-fd", std::to_string(READY_FD)});
+    arguments.insert(arguments.begin(), {path(), "--ready-fd", std::to_string(READY_FD)});
     mPid = spawn(std::move(arguments), output.get(), readyOfChild.get(), lifeOfChild.get());
     readyOfChild.close();
     lifeOfChild.close();

@@ -20,6 +20,9 @@ public:
     RealServer(const RealServer&) = delete;
     RealServer& operator=(const RealServer&) = delete;
 
+    /// The program: CABINAUDIO_SERVER of the environment, or that of the build.
+    [[nodiscard]] static std::string path();
+
     [[nodiscard]] pid_t pid() const { return mPid; }
 
     /// Sends one command line to the server's control socket and returns its answer line.

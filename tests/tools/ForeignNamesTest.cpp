@@ -2,6 +2,7 @@
 // Names that others chose, on the terminal of the one who looks at them.
 #include "tests/server/TemporaryDirectory.h"
 #include "tests/support/RealServer.h"
+#include "tests/support/TerminalText.h"
 #include "tests/tools/Sounds.h"
 #include "tests/tools/ToolProcess.h"
 
@@ -28,15 +29,6 @@ constexpr char kName[] =
     "2JD\x7f"
     "E\nF";
 constexpr char kShown[] = R"(A\x1b]0;x\x07B\u009b2JD\x7fE\nF)";
-
-void expectNoControls(const std::string& text) {
-    EXPECT_TRUE(std::none_of(text.begin(), text.end(), [](char letter) {
-        const auto byte = static_cast<unsigned char>(letter);
-        return (byte < 0x20 && byte != '\n') || byte == 0x7f;
-    })) << text;
-    for (const char* obeyed : {"\xc2\x9b", "C\x9b", "E\n"})
-        EXPECT_THAT(text, Not(HasSubstr(obeyed)));
-}
 
 /// Streams of any names, playing.
 class ForeignNames : public testing::Test {
