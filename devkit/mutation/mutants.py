@@ -21,6 +21,7 @@ TESTS = [
     ("link/", ["race-wait-test", "link-inside-tests", "link-tests", "client-stream-test",
                "race-test"]),
     ("foundation/AudioThread.cpp", ["foundation-platform-test", "link-tests", "shm-test"]),
+    ("foundation/FaultSignals.h", ["foundation-platform-test", "link-tests", "shm-test"]),
     ("foundation/AudioTime.cpp", ["foundation-clock-test", "foundation-platform-test"]),
     ("foundation/AudioM", ["foundation-test", "foundation-platform-test"]),
     ("foundation/AudioAlert.cpp", ["foundation-test"]),
@@ -1141,7 +1142,9 @@ _in("foundation/AudioThread.cpp",
     ("a thread is joined twice", "        mJoined = true;\n        thread", "        thread"),
     ("first in, first out is round robin", "return SCHED_FIFO;", "return SCHED_RR;"),
     ("a body that was stopped is still running", "    const AudioMutex::AutoLock lock(mLock);\n"
-     "    mRunning = false;", "    const AudioMutex::AutoLock lock(mLock);"),
+     "    mRunning = false;", "    const AudioMutex::AutoLock lock(mLock);"))
+
+_in("foundation/FaultSignals.h",
     ("a fault signal less", "SIGFPE, SIGABRT, SIGTRAP", "SIGFPE, SIGABRT"))
 
 _in("foundation/AudioCondition.cpp",
