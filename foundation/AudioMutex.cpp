@@ -24,14 +24,14 @@ AudioMutex::~AudioMutex() {
     AUDIO_IGNORE(pthread_mutex_destroy(&mMutex) == 0);
 }
 
-void AudioMutex::lock() {
+void AudioMutex::lock() CABINAUDIO_UNCHECKED_LOCKING {
     AUDIO_IGNORE(pthread_mutex_lock(&mMutex) == 0);
 }
 
-void AudioMutex::unlock() {
+void AudioMutex::unlock() CABINAUDIO_UNCHECKED_LOCKING {
     AUDIO_IGNORE(pthread_mutex_unlock(&mMutex) == 0);
 }
 
-std::int32_t AudioMutex::tryLock() {
+std::int32_t AudioMutex::tryLock() CABINAUDIO_UNCHECKED_LOCKING {
     return -pthread_mutex_trylock(&mMutex);
 }

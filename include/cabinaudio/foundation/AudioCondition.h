@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cabinaudio/foundation/AudioExport.h>
+#include <cabinaudio/foundation/ThreadSafety.h>
 
 #include <pthread.h>
 
@@ -20,13 +21,14 @@ public:
     AudioCondition& operator=(const AudioCondition&) = delete;
 
     /// Releases `mutex`, blocks without a time limit, and takes `mutex` again.
-    void wait(AudioMutex& mutex);
+    void wait(AudioMutex& mutex) CABINAUDIO_REQUIRES(mutex);
 
     /// As wait(), for at most `ms` milliseconds.
     /// @retval 0     woken
     /// @retval -110  (-ETIMEDOUT) the time is over
     /// Any other platform error comes back negated as well.
-    [[nodiscard]] std::int32_t waitRelative(AudioMutex& mutex, std::uint64_t ms);
+    [[nodiscard]] std::int32_t waitRelative(AudioMutex& mutex, std::uint64_t ms)
+        CABINAUDIO_REQUIRES(mutex);
 
     /// Wakes one waiter, if there is any.
     void signal();

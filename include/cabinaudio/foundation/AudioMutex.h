@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cabinaudio/foundation/AudioExport.h>
+#include <cabinaudio/foundation/ThreadSafety.h>
 
 #include <pthread.h>
 
@@ -9,15 +10,15 @@
 
 /// A plain lock: not recursive, no owner check. Failures of the platform are logged and ignored.
 /// Any thread.
-class CABINAUDIO_API AudioMutex {
+class CABINAUDIO_API CABINAUDIO_CAPABILITY("mutex") AudioMutex {
 public:
     /// Holds the mutex for as long as it lives.
-    class CABINAUDIO_API AutoLock {
+    class CABINAUDIO_API CABINAUDIO_SCOPED_CAPABILITY AutoLock {
     public:
         /// Locks; blocks as lock() does.
-        explicit AutoLock(AudioMutex& mutex);
+        explicit AutoLock(AudioMutex& mutex) CABINAUDIO_ACQUIRE(mutex);
         /// Unlocks.
-        ~AutoLock();
+        ~AutoLock() CABINAUDIO_RELEASE();
         AutoLock(const AutoLock&) = delete;
         AutoLock& operator=(const AutoLock&) = delete;
 
@@ -32,12 +33,12 @@ public:
     AudioMutex& operator=(const AudioMutex&) = delete;
 
     /// Blocks without a time limit. Locking twice from one thread blocks for ever.
-    void lock();
+    void lock() CABINAUDIO_ACQUIRE();
     /// Releases the lock; to be called by the thread that has it. Never blocks.
-    void unlock();
+    void unlock() CABINAUDIO_RELEASE();
 
     /// @return 0 when the lock was taken, else the negated error number (-EBUSY). Never blocks.
-    [[nodiscard]] std::int32_t tryLock();
+    [[nodiscard]] std::int32_t tryLock() CABINAUDIO_TRY_ACQUIRE(0);
 
 private:
     friend class AudioCondition;
