@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "devkit/server/CaptureOperations.h"
-#include "devkit/server/Operation.h"
-#include "devkit/server/PlaybackOperations.h"
 #include "devkit/server/VersionOperations.h"
+#include "devkit/server/requests/CaptureOperations.h"
+#include "devkit/server/requests/Operation.h"
+#include "devkit/server/requests/PlaybackOperations.h"
 #include "devkit/server/settings/AppOperations.h"
 #include "devkit/server/settings/EffectOperations.h"
 #include "devkit/server/settings/MixerOperations.h"

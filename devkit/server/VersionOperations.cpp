@@ -3,7 +3,7 @@
 
 #include <cabinaudio/foundation/AudioStatus.h>
 
-#include "devkit/server/Version.h"
+#include "devkit/server/base/Version.h"
 #include "wire/Settings.h"
 #include "wire/Stream.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "devkit/server/Operation.h"
+#include "devkit/server/requests/Operation.h"
 
 #include <cstdint>
 #include <span>

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/server/requests/Operation.h"
+
+#include <span>
+
+namespace cabinaudio::server {
+
+/// Requests of playback streams. Each belongs to the one stream of the client that sends it.
+std::span<const Operation> trackOperations();
+std::span<const Operation> sinkOperations();
+
+}  // namespace cabinaudio::server
