@@ -160,6 +160,11 @@ links() {
 # What mutants take away still stands in the library, once.
 stale_mutants() { devkit/mutation/mutate.py --check; }
 
+# The page of recorded runs is made from their results, and that check objects when it should.
+stale_figures() {
+    devkit/reliability/test_report.py 2>/dev/null && devkit/reliability/report.py --check
+}
+
 check() {
     printf '%s\n' "lint: $1"
     "$1" || failed="$failed $1"
@@ -172,6 +177,7 @@ check reuse_rules
 check layout
 check switched_off
 check stale_mutants
+check stale_figures
 check recipes
 check cpp_check
 check shell_scripts
