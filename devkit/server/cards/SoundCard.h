@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "devkit/server/outputs/Output.h"
+#include "devkit/server/sound/OutputFormat.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "devkit/server/sound/SampleCodec.h"
+#include "devkit/server/sound/OutputFormat.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -9,13 +9,6 @@
 #include <string>
 
 namespace cabinaudio::server {
-
-/// Format of the mix.
-struct OutputFormat {
-    std::uint32_t rate = 48000;
-    unsigned channels = 2;
-    SampleType type = SampleType::S16;
-};
 
 /// Where the mix goes. Called on the event loop's thread and never blocks it.
 class Output {

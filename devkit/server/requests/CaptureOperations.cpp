@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "devkit/server/requests/CaptureOperations.h"
-
 #include <cabinaudio/foundation/AudioStatus.h>
 
+#include "devkit/server/requests/Operations.h"
 #include "devkit/server/requests/Services.h"
 #include "devkit/server/streams/CaptureRegistry.h"
 #include "devkit/server/streams/CaptureStream.h"

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "devkit/server/requests/PlaybackOperations.h"
-
 #include <cabinaudio/foundation/AudioStatus.h>
 
+#include "devkit/server/requests/Operations.h"
 #include "devkit/server/requests/Services.h"
 #include "devkit/server/streams/PlaybackStream.h"
 #include "devkit/server/streams/StreamRegistry.h"

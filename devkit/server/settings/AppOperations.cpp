@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "devkit/server/settings/AppOperations.h"
-
 #include <cabinaudio/foundation/AudioStatus.h>
 
 #include "devkit/server/base/Period.h"
+#include "devkit/server/requests/Operations.h"
 #include "devkit/server/requests/Services.h"
 #include "devkit/server/settings/EffectOperations.h"
 #include "devkit/server/settings/Level.h"

@@ -19,7 +19,4 @@ std::int32_t setPlaybackEffect(Call& call, const wire::EffectRequest& request,
 std::int32_t getPlaybackEffect(Call& call, const wire::EffectRequest& request,
                                wire::EffectReply& reply, std::span<std::uint8_t> parameter);
 
-/// Requests of record-control connections: the effects of capture streams.
-std::span<const Operation> recordControlOperations();
-
 }  // namespace cabinaudio::server

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "devkit/server/settings/SourceOperations.h"
-
 #include <cabinaudio/foundation/AudioStatus.h>
 
 #include "devkit/server/base/Log.h"
 #include "devkit/server/base/Text.h"
+#include "devkit/server/requests/Operations.h"
 #include "devkit/server/requests/Services.h"
 #include "devkit/server/settings/Level.h"
 #include "devkit/server/settings/Limits.h"
