@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/server/base/Log.h"
+#include "devkit/server/base/Mutex.h"
 #include "devkit/server/base/Period.h"
 #include "devkit/server/cards/Microphone.h"
 #include "devkit/server/inputs/InputSource.h"
@@ -8,7 +9,6 @@
 #include <algorithm>
 #include <atomic>
 #include <deque>
-#include <mutex>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -39,7 +39,7 @@ public:
     [[nodiscard]] unsigned channels() const override { return Microphone::CHANNELS; }
 
     void read(std::span<float> frames) override {
-        const std::lock_guard lock(mLock);
+        const Lock lock(mLock);
         const auto count = static_cast<std::ptrdiff_t>(std::min(frames.size(), mQueue.size()));
         std::copy_n(mQueue.begin(), count, frames.begin());
         mQueue.erase(mQueue.begin(), mQueue.begin() + count);
@@ -60,19 +60,25 @@ private:
         }
     }
 
-    void queue(const std::vector<float>& samples) {
-        const std::lock_guard lock(mLock);
+    void queue(const std::vector<float>& samples) CABINAUDIO_EXCLUDES(mLock) {
+        const Lock lock(mLock);
         mQueue.insert(mQueue.end(), samples.begin(), samples.end());
         if (mQueue.size() > LONGEST_QUEUE) {
             mQueue.erase(mQueue.begin(), mQueue.end() - static_cast<std::ptrdiff_t>(LONGEST_QUEUE));
         }
     }
 
-    std::unique_ptr<Microphone> mMicrophone;  // used by the thread
+    // Set at construction. Only the thread reads from it.
+    std::unique_ptr<Microphone> mMicrophone;
+
+    // Has its own synchronization.
     std::atomic<bool> mIsOver{false};
-    std::mutex mLock;
-    std::deque<float> mQueue;  // guarded by mLock
-    std::thread mThread;       // last: uses all of the above
+    Mutex mLock;
+
+    // Guarded by mLock.
+    std::deque<float> mQueue CABINAUDIO_GUARDED_BY(mLock);
+
+    std::thread mThread;  // last: uses all of the above
 };
 
 }  // namespace

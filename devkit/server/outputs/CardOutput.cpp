@@ -22,10 +22,10 @@ CardOutput::CardOutput(std::unique_ptr<SoundCard> card, const OutputFormat& form
 CardOutput::~CardOutput() {
     pause();
     {
-        const std::lock_guard lock(mLock);
+        const Lock lock(mLock);
         mIsOver = true;
     }
-    mChanged.notify_one();
+    mChanged.notifyOne();
     mThread.join();
 }
 
@@ -38,7 +38,7 @@ void CardOutput::write(std::span<const float> frames) {
 std::uint64_t CardOutput::periodsDue(std::uint64_t deadlines) {
     std::size_t queued = 0;
     {
-        const std::lock_guard lock(mLock);
+        const Lock lock(mLock);
         queued = mQueue.size();
     }
     mTicksSinceCorrection += deadlines;
@@ -54,16 +54,17 @@ void CardOutput::pause() {
 
 void CardOutput::push(Bytes bytes) {
     {
-        const std::lock_guard lock(mLock);
+        const Lock lock(mLock);
         mQueue.push_back(std::move(bytes));
     }
-    mChanged.notify_one();
+    mChanged.notifyOne();
 }
 
 void CardOutput::run() {
-    std::unique_lock lock(mLock);
+    Lock lock(mLock);
     while (true) {
-        mChanged.wait(lock, [this] { return mIsOver || !mQueue.empty(); });
+        while (!mIsOver && mQueue.empty())
+            mChanged.wait(lock);
         if (mQueue.empty()) return;
         const Bytes bytes = std::move(mQueue.front());
         lock.unlock();

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "devkit/server/base/Mutex.h"
 #include "devkit/server/cards/SoundCard.h"
 #include "devkit/server/outputs/Output.h"
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -33,20 +32,26 @@ public:
 private:
     using Bytes = std::vector<std::uint8_t>;  // empty: play to the end
 
-    void push(Bytes bytes);
-    void run();
+    void push(Bytes bytes) CABINAUDIO_EXCLUDES(mLock);
+    void run() CABINAUDIO_EXCLUDES(mLock);
     void play(const Bytes& bytes);
     void countError(const std::string& problem);
 
-    std::unique_ptr<SoundCard> mCard;  // used by the thread once it runs
+    // Set at construction. Only the thread plays to the card.
+    std::unique_ptr<SoundCard> mCard;
     SampleType mType;
-    std::atomic<std::uint64_t> mErrors{0};
+
+    // Of the event loop's thread.
     std::uint64_t mTicksSinceCorrection = 0;
 
-    std::mutex mLock;
-    std::condition_variable mChanged;
-    std::deque<Bytes> mQueue;  // guarded by mLock
-    bool mIsOver = false;      // guarded by mLock
+    // Has its own synchronization.
+    std::atomic<std::uint64_t> mErrors{0};
+    Mutex mLock;
+    Condition mChanged;
+
+    // Guarded by mLock.
+    std::deque<Bytes> mQueue CABINAUDIO_GUARDED_BY(mLock);
+    bool mIsOver CABINAUDIO_GUARDED_BY(mLock) = false;
 
     std::thread mThread;  // last: uses all of the above
 };

@@ -78,17 +78,21 @@ RingReceiver::~RingReceiver() {
 }
 
 bool RingReceiver::hasEndedSoon() {
-    std::unique_lock lock(mLock);
-    return mChanged.wait_for(lock, INTERVAL, [this] { return mHasEnded; });
+    const auto deadline = std::chrono::steady_clock::now() + INTERVAL;
+    Lock lock(mLock);
+    while (!mHasEnded) {
+        if (!mChanged.waitUntil(lock, deadline)) return mHasEnded;
+    }
+    return true;
 }
 
 void RingReceiver::run() {
     pthread_setname_np(pthread_self(), "ring-receiver");
     unblockOwnSignals();
     receive();
-    const std::lock_guard lock(mLock);
+    const Lock lock(mLock);
     mHasEnded = true;
-    mChanged.notify_all();
+    mChanged.notifyAll();
 }
 
 void RingReceiver::receive() {

@@ -3,12 +3,11 @@
 
 #include <cabinaudio/shm/ShareMemory.h>
 
+#include "devkit/server/base/Mutex.h"
 #include "shm/SharedSemaphore.h"
 #include "wire/Ring.h"
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
 
 namespace cabinaudio::server {
@@ -30,16 +29,22 @@ public:
     RingReceiver& operator=(const RingReceiver&) = delete;
 
 private:
-    void run();
+    void run() CABINAUDIO_EXCLUDES(mLock);
     void receive();
-    [[nodiscard]] bool hasEndedSoon();
+    [[nodiscard]] bool hasEndedSoon() CABINAUDIO_EXCLUDES(mLock);
 
+    // Set at construction.
     sem_t* mSemaphore;
     ShareMemoryUpdateNotificationCallback& mCallback;
+
+    // Has its own synchronization.
     std::atomic<bool> mEnds{false};
-    std::mutex mLock;
-    std::condition_variable mChanged;
-    bool mHasEnded = false;  // guarded by mLock
+    Mutex mLock;
+    Condition mChanged;
+
+    // Guarded by mLock.
+    bool mHasEnded CABINAUDIO_GUARDED_BY(mLock) = false;
+
     std::thread mThread;
 };
 
