@@ -89,6 +89,19 @@ upward_includes() {
     return $status
 }
 
+# The development server's rooms, from the lowest to the highest: none includes a higher one. The
+# operations of settings are left out: they stand beside what they change, and reach for streams.
+room_order() {
+    above='base loop clients sound codecs cards outputs inputs settings mix rings streams requests control'
+    for room in $above; do
+        above=${above#"$room"}
+        above=${above# }
+        [ -z "$above" ] || forbid "devkit/server/$room" \
+            "\"devkit/server/($(echo "$above" | tr ' ' '|'))/" "includes what is above $room/"
+    done | grep -v '^devkit/server/settings/[A-Za-z]*Operations\.' && return 1
+    return 0
+}
+
 # shellcheck disable=SC2046  # file names without blanks
 shell_scripts() { shellcheck -x $(scripts); }
 
@@ -172,6 +185,7 @@ check() {
 
 check without_licence
 check upward_includes
+check room_order
 check links
 check reuse_rules
 check layout
