@@ -89,6 +89,19 @@ upward_includes() {
     return $status
 }
 
+# The development server's rooms, from the lowest to the highest: none includes a higher one. The
+# operations of settings are left out: they stand beside what they change, and reach for streams.
+room_order() {
+    above='base loop clients sound codecs cards outputs inputs settings mix rings streams requests control'
+    for room in $above; do
+        above=${above#"$room"}
+        above=${above# }
+        [ -z "$above" ] || forbid "devkit/server/$room" \
+            "\"devkit/server/($(echo "$above" | tr ' ' '|'))/" "includes what is above $room/"
+    done | grep -v '^devkit/server/settings/[A-Za-z]*Operations\.' && return 1
+    return 0
+}
+
 # shellcheck disable=SC2046  # file names without blanks
 shell_scripts() { shellcheck -x $(scripts); }
 
@@ -160,6 +173,11 @@ links() {
 # What mutants take away still stands in the library, once.
 stale_mutants() { devkit/mutation/mutate.py --check; }
 
+# The page of recorded runs is made from their results, and that check objects when it should.
+stale_figures() {
+    devkit/reliability/test_report.py 2>/dev/null && devkit/reliability/report.py --check
+}
+
 check() {
     printf '%s\n' "lint: $1"
     "$1" || failed="$failed $1"
@@ -167,11 +185,13 @@ check() {
 
 check without_licence
 check upward_includes
+check room_order
 check links
 check reuse_rules
 check layout
 check switched_off
 check stale_mutants
+check stale_figures
 check recipes
 check cpp_check
 check shell_scripts

@@ -1,13 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "devkit/server/CaptureOperations.h"
-#include "devkit/server/Operation.h"
-#include "devkit/server/PlaybackOperations.h"
-#include "devkit/server/VersionOperations.h"
-#include "devkit/server/settings/AppOperations.h"
-#include "devkit/server/settings/EffectOperations.h"
-#include "devkit/server/settings/MixerOperations.h"
-#include "devkit/server/settings/SourceOperations.h"
-#include "devkit/server/settings/VolumeOperations.h"
+#include "devkit/server/requests/Operations.h"
 
 namespace cabinaudio::server {
 

@@ -2,9 +2,9 @@
 #include "devkit/server/Options.h"
 
 #include "devkit/board/Names.h"
-#include "devkit/server/ExitStatus.h"
-#include "devkit/server/OutputFactory.h"
-#include "devkit/server/Version.h"
+#include "devkit/server/base/ExitStatus.h"
+#include "devkit/server/base/Version.h"
+#include "devkit/server/outputs/OutputFactory.h"
 #include "devkit/text/Printable.h"
 
 #include <CLI/App.hpp>

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "devkit/server/Admission.h"
-#include "devkit/server/InputChoice.h"
-#include "devkit/server/Log.h"
-#include "devkit/server/Output.h"
+#include "devkit/server/base/Log.h"
+#include "devkit/server/clients/Admission.h"
+#include "devkit/server/inputs/InputChoice.h"
+#include "devkit/server/outputs/Output.h"
 
 #include <chrono>
 #include <cstdint>

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/server/Server.h"
 
-#include "devkit/server/ConnectType.h"
-#include "devkit/server/Log.h"
-#include "devkit/server/OutputFactory.h"
-#include "devkit/server/PhysicalMemory.h"
+#include "devkit/server/base/Log.h"
+#include "devkit/server/clients/ConnectType.h"
 #include "devkit/server/mix/InputGain.h"
+#include "devkit/server/outputs/OutputFactory.h"
+#include "devkit/server/rings/PhysicalMemory.h"
 #include "wire/Frame.h"
 
 #include <nlohmann/json.hpp>

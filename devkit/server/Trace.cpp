@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/server/Trace.h"
 
-#include "devkit/server/ConnectType.h"
-#include "devkit/server/Describe.h"
-#include "devkit/server/Text.h"
+#include "devkit/server/base/Text.h"
+#include "devkit/server/clients/ConnectType.h"
+#include "devkit/server/requests/Describe.h"
 #include "devkit/text/Printable.h"
 
 #include <cstdio>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "devkit/server/Client.h"
-#include "devkit/server/Operation.h"
+#include "devkit/server/clients/Client.h"
+#include "devkit/server/requests/Operation.h"
 
 #include <chrono>
 #include <cstdint>

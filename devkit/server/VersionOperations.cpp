@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "devkit/server/VersionOperations.h"
-
 #include <cabinaudio/foundation/AudioStatus.h>
 
-#include "devkit/server/Version.h"
+#include "devkit/server/base/Version.h"
+#include "devkit/server/requests/Operations.h"
 #include "wire/Settings.h"
 #include "wire/Stream.h"
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/board/Board.h"
-#include "devkit/server/ExitStatus.h"
-#include "devkit/server/LibraryLog.h"
-#include "devkit/server/Log.h"
-#include "devkit/server/MemoryFault.h"
 #include "devkit/server/Options.h"
 #include "devkit/server/Server.h"
+#include "devkit/server/base/ExitStatus.h"
+#include "devkit/server/base/LibraryLog.h"
+#include "devkit/server/base/Log.h"
+#include "devkit/server/rings/MemoryFault.h"
 #include "devkit/server/settings/StateFile.h"
 
 #include <sys/resource.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/wavcheck/Mix.h"
 
-#include "devkit/server/ChannelMatrix.h"
+#include "devkit/server/sound/ChannelMatrix.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,10 +2,10 @@
 //
 // The development server in this process, and clients that keep to no rule: messages cut, mixed and
 // made up, rings written to and cut off. After each input a good client must be served.
-#include "devkit/server/Log.h"
-#include "devkit/server/MemoryFault.h"
 #include "devkit/server/Options.h"
 #include "devkit/server/Server.h"
+#include "devkit/server/base/Log.h"
+#include "devkit/server/rings/MemoryFault.h"
 #include "tests/fuzz/Demand.h"
 #include "tests/fuzz/Input.h"
 #include "wire/Frame.h"

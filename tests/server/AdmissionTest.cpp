@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // How many connections there may be, and when they are let in and served.
-#include "devkit/server/Admission.h"
-#include "devkit/server/ControlSocket.h"
-#include "devkit/server/EventLoop.h"
-#include "devkit/server/Listener.h"
-#include "devkit/server/Quota.h"
-#include "devkit/server/Timer.h"
-#include "devkit/server/UniqueFd.h"
+#include "devkit/server/base/UniqueFd.h"
+#include "devkit/server/clients/Admission.h"
+#include "devkit/server/clients/Listener.h"
+#include "devkit/server/clients/Quota.h"
+#include "devkit/server/control/ControlSocket.h"
+#include "devkit/server/loop/EventLoop.h"
+#include "devkit/server/loop/Timer.h"
 #include "tests/support/NoDescriptors.h"
 
 #include <fcntl.h>

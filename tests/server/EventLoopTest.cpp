@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Who has to wait for whom in the server's one thread.
-#include "devkit/server/Client.h"
-#include "devkit/server/EventLoop.h"
-#include "devkit/server/UniqueFd.h"
+#include "devkit/server/base/UniqueFd.h"
+#include "devkit/server/clients/Client.h"
+#include "devkit/server/loop/EventLoop.h"
 
 #include <gtest/gtest.h>
 #include <sys/epoll.h>

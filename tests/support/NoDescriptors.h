@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "devkit/server/UniqueFd.h"
+#include "devkit/server/base/UniqueFd.h"
 
 #include <fcntl.h>
 #include <sys/resource.h>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "devkit/server/ChannelMatrix.h"
 #include "devkit/server/mix/Ramp.h"
 #include "devkit/server/mix/StreamGains.h"
+#include "devkit/server/sound/ChannelMatrix.h"
 
 #include <cstddef>
 #include <vector>

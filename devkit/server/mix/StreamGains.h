@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "devkit/server/StreamRecord.h"
 #include "devkit/server/mix/Ramp.h"
+#include "devkit/server/mix/StreamRecord.h"
 #include "devkit/server/settings/Settings.h"
 
 #include <array>

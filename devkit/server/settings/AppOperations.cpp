@@ -1,18 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "devkit/server/settings/AppOperations.h"
-
 #include <cabinaudio/foundation/AudioStatus.h>
 
-#include "devkit/server/Mixer.h"
-#include "devkit/server/Period.h"
-#include "devkit/server/PlaybackStream.h"
-#include "devkit/server/Services.h"
-#include "devkit/server/StreamRegistry.h"
+#include "devkit/server/base/Period.h"
+#include "devkit/server/requests/Operations.h"
+#include "devkit/server/requests/Services.h"
 #include "devkit/server/settings/EffectOperations.h"
 #include "devkit/server/settings/Level.h"
 #include "devkit/server/settings/Limits.h"
 #include "devkit/server/settings/Names.h"
 #include "devkit/server/settings/Settings.h"
+#include "devkit/server/streams/Mixer.h"
+#include "devkit/server/streams/PlaybackStream.h"
+#include "devkit/server/streams/StreamRegistry.h"
 
 #include <algorithm>
 #include <array>

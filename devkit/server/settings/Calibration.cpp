@@ -3,8 +3,8 @@
 
 #include <cabinaudio/foundation/AudioStatus.h>
 
-#include "devkit/server/Log.h"
-#include "devkit/server/Period.h"
+#include "devkit/server/base/Log.h"
+#include "devkit/server/base/Period.h"
 #include "devkit/server/settings/Limits.h"
 
 #include <algorithm>

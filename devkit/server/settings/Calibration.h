@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "devkit/server/EventLoop.h"
-#include "devkit/server/InputSource.h"
-#include "devkit/server/Timer.h"
+#include "devkit/server/inputs/InputSource.h"
+#include "devkit/server/loop/EventLoop.h"
+#include "devkit/server/loop/Timer.h"
 #include "wire/SettingRecords.h"
 
 #include <cstdint>

@@ -3,7 +3,8 @@
 
 #include <cabinaudio/foundation/AudioStatus.h>
 
-#include "devkit/server/Services.h"
+#include "devkit/server/requests/Operations.h"
+#include "devkit/server/requests/Services.h"
 #include "devkit/server/settings/Limits.h"
 #include "devkit/server/settings/Names.h"
 #include "devkit/server/settings/Settings.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "devkit/server/Operation.h"
+#include "devkit/server/requests/Operation.h"
 
 #include <cstdint>
 #include <span>
@@ -18,8 +18,5 @@ std::int32_t setPlaybackEffect(Call& call, const wire::EffectRequest& request,
                                std::span<const std::uint8_t> parameter, wire::StatusReply& reply);
 std::int32_t getPlaybackEffect(Call& call, const wire::EffectRequest& request,
                                wire::EffectReply& reply, std::span<std::uint8_t> parameter);
-
-/// Requests of record-control connections: the effects of capture streams.
-std::span<const Operation> recordControlOperations();
 
 }  // namespace cabinaudio::server

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/server/settings/FileReplacement.h"
 
-#include "devkit/server/SystemError.h"
-#include "devkit/server/UniqueFd.h"
+#include "devkit/server/base/SystemError.h"
+#include "devkit/server/base/UniqueFd.h"
 
 #include <fcntl.h>
 #include <sys/random.h>

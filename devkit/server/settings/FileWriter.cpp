@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/server/settings/FileWriter.h"
 
-#include "devkit/server/Log.h"
+#include "devkit/server/base/Log.h"
 #include "devkit/server/settings/FileReplacement.h"
 
 #include <system_error>
@@ -13,25 +13,26 @@ FileWriter::FileWriter(std::string path) : mPath(std::move(path)), mThread([this
 
 FileWriter::~FileWriter() {
     {
-        const std::lock_guard lock(mLock);
+        const Lock lock(mLock);
         mIsOver = true;
     }
-    mChanged.notify_one();
+    mChanged.notifyOne();
     mThread.join();
 }
 
 void FileWriter::write(Content content) {
     {
-        const std::lock_guard lock(mLock);
+        const Lock lock(mLock);
         mContent = std::move(content);
     }
-    mChanged.notify_one();
+    mChanged.notifyOne();
 }
 
 void FileWriter::work() {
-    std::unique_lock lock(mLock);
+    Lock lock(mLock);
     while (true) {
-        mChanged.wait(lock, [this] { return mContent || mIsOver; });
+        while (!mContent && !mIsOver)
+            mChanged.wait(lock);
         if (!mContent) return;
         const Content content = std::exchange(mContent, {});
         lock.unlock();

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <condition_variable>
+#include "devkit/server/base/Mutex.h"
+
 #include <functional>
-#include <mutex>
 #include <string>
 #include <thread>
 
@@ -28,13 +28,19 @@ public:
     void write(Content content);
 
 private:
-    void work();
+    void work() CABINAUDIO_EXCLUDES(mLock);
 
+    // Set at construction.
     const std::string mPath;
-    std::mutex mLock;
-    std::condition_variable mChanged;
-    Content mContent;  // to be written; empty for nothing
-    bool mIsOver = false;
+
+    // Has its own synchronization.
+    Mutex mLock;
+    Condition mChanged;
+
+    // Guarded by mLock.
+    Content mContent CABINAUDIO_GUARDED_BY(mLock);  // to be written; empty for nothing
+    bool mIsOver CABINAUDIO_GUARDED_BY(mLock) = false;
+
     std::thread mThread;
 };
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/server/settings/Names.h"
 
-#include "devkit/server/Text.h"
+#include "devkit/server/base/Text.h"
 #include "devkit/server/settings/StreamTypes.h"
 
 #include <algorithm>

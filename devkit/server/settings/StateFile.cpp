@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/server/settings/StateFile.h"
 
-#include "devkit/server/Log.h"
+#include "devkit/server/base/Log.h"
 #include "devkit/server/settings/FileReplacement.h"
 #include "devkit/server/settings/SettingsJson.h"
 

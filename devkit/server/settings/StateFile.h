@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "devkit/server/EventLoop.h"
-#include "devkit/server/Timer.h"
+#include "devkit/server/loop/EventLoop.h"
+#include "devkit/server/loop/Timer.h"
 #include "devkit/server/settings/FileWriter.h"
 #include "devkit/server/settings/Settings.h"
 

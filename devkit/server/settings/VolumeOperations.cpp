@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "devkit/server/settings/VolumeOperations.h"
-
 #include <cabinaudio/foundation/AudioStatus.h>
 
-#include "devkit/server/Services.h"
+#include "devkit/server/requests/Operations.h"
+#include "devkit/server/requests/Services.h"
 #include "devkit/server/settings/Calibration.h"
 #include "devkit/server/settings/Limits.h"
 #include "devkit/server/settings/Names.h"

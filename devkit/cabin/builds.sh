@@ -1,0 +1,62 @@
+# SPDX-License-Identifier: Apache-2.0
+# shellcheck shell=sh
+# The builds in build/NAME, one CMake preset each.
+
+# build NAME [TARGET...]: configures and compiles, all of it or the targets; quiet unless it fails.
+build() {
+    name=$1
+    shift
+    case $name in
+        native | coverage) need build test consume ;;
+        asan | tsan) need build test asan ;;
+        fuzz) need build test asan ;;
+        armhf | armhf-time64) need build test consume armhf ;;
+        armhf-vm) need build test armhf pkgarm vm ;;
+        bench) need build bench ;;
+        *) bad_usage "unknown build '$name'" ;;
+    esac
+    tree=build/$name
+    own_tree "$tree"
+    log=$tree/build.log
+    began=$(date +%s)
+    say "building $name (output: $log)"
+    : >"$log"
+    logged "$log" cmake --preset "$name"
+    if [ $# -gt 0 ]; then set -- --target "$@"; fi
+    logged "$log" cmake --build --preset "$name" --parallel "$(jobs)" "$@"
+    say "built $name in $(($(date +%s) - began)) s"
+}
+
+# What a user gets, without the tests.
+build_programs() {
+    build native cabinaudio cabinaudio-board cabinaudio-run cabinaudio-server cabinaudio-tool "$@"
+}
+
+logged() {
+    build_log=$1
+    shift
+    if ! "$@" >>"$build_log" 2>&1 </dev/null; then
+        tail -n 60 "$build_log" >&2
+        die "failed: $* (all of it: $build_log)"
+    fi
+}
+
+# Somebody else's build tree gives errors that nobody understands.
+own_tree() {
+    mkdir -p "$1" 2>/dev/null || die "cannot create $PWD/$1: $PWD belongs to $(stat -c %U "$PWD")"
+    for path in "$1" "$1/CMakeCache.txt" "$1/build.log"; do
+        if [ -e "$path" ] && [ ! -w "$path" ]; then
+            die "$PWD/$path belongs to $(stat -c %U "$path"), you are $(id -un): remove $PWD/$1"
+        fi
+    done
+}
+
+# The sanitizers' shadow memory collides with what kernels with very random addresses do.
+fixed_addresses() {
+    bits=$(cat /proc/sys/vm/mmap_rnd_bits 2>/dev/null || echo 0)
+    if [ "$bits" -gt 28 ] && setarch -R true 2>/dev/null; then
+        setarch -R "$@"
+    else
+        "$@"
+    fi
+}

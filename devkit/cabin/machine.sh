@@ -1,0 +1,51 @@
+# SPDX-License-Identifier: Apache-2.0
+# shellcheck shell=sh
+# The virtual machine of the target: its kernel and shell, its image, and the list of tests for
+# CTest.
+
+machine=build/armhf-vm/devkit/vm
+
+# The results of the machine's programs, one line each.
+machine_programs() { printf '%s\n' "$machine/programs.txt"; }
+
+# make_machine [yes]: makes it for the tests of build/armhf, with yes for the long ones too.
+make_machine() {
+    with_long=$1
+    unpack_guest
+    rm -f "$machine/programs.txt"
+    logged build/armhf-vm/build.log devkit/vm/test_run.py
+    # shellcheck disable=SC2086  # an option or nothing
+    logged build/armhf-vm/build.log devkit/vm/prepare.py ${with_long:+--long} build/armhf build/armhf-vm
+    say "the virtual machine's console: $machine/console.log"
+}
+
+# Takes kernel and shell out of their packages. Both stay until `./cabin clean`.
+unpack_guest() {
+    guest=$machine/packages
+    if [ -e "$guest/vmlinuz" ] && [ -e "$guest/busybox" ]; then return 0; fi
+    command -v apt-get >/dev/null || die "apt-get not found: the virtual machine's kernel is Debian's"
+    say "packages to unpack: $(names guest)"
+    rm -rf "$guest"
+    mkdir -p "$guest"
+    if ! download_guest >>build/armhf-vm/build.log 2>&1; then
+        may_be_root || die "needs root or sudo to update the package lists"
+        say "updating the package lists"
+        as_root apt-get -o DPkg::Lock::Timeout=120 update >>build/armhf-vm/build.log 2>&1 \
+            </dev/null || true
+        logged build/armhf-vm/build.log download_guest
+    fi
+    for package in "$guest"/*.deb; do
+        dpkg-deb -x "$package" "$guest/files"
+    done
+    cp "$guest/files/bin/busybox" "$guest/"
+    cp "$guest"/files/boot/vmlinuz-* "$guest/vmlinuz"
+    rm -rf "$guest/files" "$guest"/*.deb
+}
+
+# The kernel's package has no files of its own, it depends on the one of the present version.
+download_guest() {
+    kernel=$(apt-cache depends linux-image-armmp:armhf |
+        sed -n 's/^ *Depends: \(linux-image-[^ ]*\)$/\1/p') || return 1
+    [ -n "$kernel" ] || return 1
+    (cd "$guest" && apt-get -q download "$kernel" busybox-static:armhf)
+}

@@ -1,0 +1,179 @@
+# SPDX-License-Identifier: Apache-2.0
+# shellcheck shell=sh
+# The Debian packages that the commands need, and how they are installed.
+
+# What each command needs besides a bare Debian. Groups are combined per command (see need()).
+packages() {
+    cat <<'END'
+build   cmake                        configures the builds
+build   ninja-build                  runs them
+build   g++                          compiles
+build   libc6-dev                    C library headers
+build   android-liblog-dev           the log library
+build   libsndfile1-dev              sound files: server, player, demo
+build   libsamplerate0-dev           rate conversion in the server
+build   libfftw3-dev                 spectrum of the server's mix
+build   libopus-dev                  uplink in Opus: server
+build   libsbc-dev                   uplink in mSBC: server, recorder
+build   libavcodec-dev               uplink in AAC: server
+build   libavformat-dev              its LOAS framing
+build   libavutil-dev                both need it
+build   libogg-dev                   container of recorded Opus
+build   libcli11-dev                 command lines of server and tool
+build   nlohmann-json3-dev           JSON of server and tool
+build   libasound2-dev               server output "alsa"
+build   libpulse-dev                 server output "pulse"
+test    libgtest-dev                 test framework
+test    libgmock-dev                 matchers
+test    libcap2-bin                  setcap: programs with file capabilities refuse a preload
+test    alsa-utils                   recorded speech for the tests of calls
+test    python3                      pseudo terminals for the tests of the tool
+test    mandoc                       form of the man pages
+test    zsh                          completion
+consume make                         the examples as their users build them
+consume pkgconf
+asan    clang                        compiler of the sanitizer builds
+asan    libclang-rt-dev              its sanitizer run times
+asan    llvm                         names in sanitizer reports
+armhf   g++-arm-linux-gnueabihf      cross compiler
+armhf   libstdc++6:armhf             C and C++ run time of the target
+armhf   libgtest-dev:armhf           as above, for the target
+armhf   libgmock-dev:armhf
+armhf   android-liblog-dev:armhf
+armhf   libsndfile1-dev:armhf
+armhf   libsamplerate0-dev:armhf
+armhf   libasound2-dev:armhf
+armhf   libopus-dev:armhf
+armhf   libsbc-dev:armhf
+armhf   libogg-dev:armhf
+armhf   qemu-user                    runs the target's programs here
+vm      qemu-system-arm              a machine of the target
+vm      cpio                         its files
+guest   linux-image-armmp:armhf      its kernel: unpacked, not installed
+guest   busybox-static:armhf         its shell: unpacked, not installed
+docs    doxygen                      reference of the headers
+docs    mandoc                       man pages
+demo    alsa-utils                   recorded speech to play
+demo    gnuplot-nox                  the picture
+bench   libbenchmark-dev             benchmark framework
+bench   libjack-jackd2-dev           rings to compare with
+bench   libspa-0.2-dev
+bench   libboost-dev
+bench   valgrind                     counts instructions
+bench   python3                      gate and page
+bench   gnuplot-nox                  plots
+bench   libdbus-1-dev                requests to compare with
+bench   libsystemd-dev
+bench   dbus-daemon                  the bus that they go through
+bench   libpipewire-0.3-dev          streams to compare with
+bench   libsndio-dev
+bench   pipewire-bin                 their servers
+bench   libspa-0.2-modules
+peers   pulseaudio                   servers to compare with, by hand: a desktop plays through them
+peers   sndiod
+peers   jackd2
+abi     abigail-tools                abidw, abidiff: the binary interface
+abi     dpkg-dev                     dpkg-gensymbols
+package debhelper                    Debian packages
+package dpkg-dev
+package lintian                      looks at them
+package doxygen                      reference of the headers
+chroot  mmdebstrap                   a Debian to try them in
+pkgarm  libfftw3-dev:armhf           the server for the target
+coverage gcovr                       counts lines and branches
+models  spin                         goes through every state of the models
+models  gcc                          compiles what it makes of them
+models  libc6-dev
+format  clang-format                 source layout
+lint    clang-tidy                   source checks
+lint    clang                        its headers
+lint    cppcheck                     more of them
+lint    shellcheck                   script checks
+lint    reuse                        licence lines
+lint    make                         the packages for other distributions
+lint    python3-kconfiglib
+END
+}
+
+# need GROUP...: installs what is missing of these groups.
+need() {
+    if ! command -v dpkg-query >/dev/null; then
+        say "not a Debian system; make sure that the like of these is installed: $(names "$@")"
+        return 0
+    fi
+    # shellcheck disable=SC2046  # package names are words
+    set -- $(missing_packages "$@")
+    [ $# -eq 0 ] || install_packages "$@"
+}
+
+install_packages() {
+    say "packages to install: $*"
+    command -v apt-get >/dev/null || die "apt-get not found; install them by other means"
+    may_be_root || die "needs root or sudo for that; as root: $(install_hint "$@")"
+    case " $* " in *:armhf*) add_armhf ;; esac
+    log=$(mktemp)
+    # The package lists may be fresh enough; and one broken index must not stand in the way.
+    if ! apt_install "$log" "$@"; then
+        say "updating the package lists"
+        as_root apt-get -o DPkg::Lock::Timeout=120 update >>"$log" 2>&1 </dev/null || true
+        apt_install "$log" "$@" || {
+            tail -n 30 "$log" >&2
+            die "the packages could not be installed; try: $(install_hint "$@")"
+        }
+    fi
+    rm -f "$log"
+}
+
+apt_install() {
+    apt_log=$1
+    shift
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get -q -y --no-install-recommends \
+        -o DPkg::Lock::Timeout=120 install "$@" >>"$apt_log" 2>&1 </dev/null
+}
+
+add_armhf() {
+    [ "$(dpkg --print-architecture)" != armhf ] || return 0
+    if ! dpkg --print-foreign-architectures | grep -qx armhf; then
+        say "adding the foreign architecture armhf to this machine's package manager"
+        as_root dpkg --add-architecture armhf
+    fi
+}
+
+install_hint() {
+    case " $* " in *:armhf*) printf 'dpkg --add-architecture armhf; ' ;; esac
+    printf '%s\n' "apt-get update; apt-get install --no-install-recommends $*"
+}
+
+# names GROUP...: the package names of these groups on one line.
+names() {
+    packages | awk -v groups=" $* " 'index(groups, " " $1 " ") && !seen[$2]++ {
+        printf "%s%s", sep, $2; sep = " " } END { print "" }'
+}
+
+# A name without an architecture means this machine's; packages of architecture "all" serve both.
+missing_packages() {
+    native=$(dpkg --print-architecture)
+    installed=$(dpkg-query -W -f '${db:Status-Status} ${Package}:${Architecture}\n' |
+        sed -n 's/^installed //p')
+    for name in $(names "$@"); do
+        case $name in *:*) wanted=$name ;; *) wanted=$name:$native ;; esac
+        printf '%s\n' "$installed" | grep -qxF -e "$wanted" -e "${name%:*}:all" ||
+            printf '%s ' "$name"
+    done
+}
+
+may_be_root() {
+    [ "$(id -u)" -eq 0 ] && return 0
+    command -v sudo >/dev/null && { [ -t 0 ] || sudo -n true 2>/dev/null; }
+}
+
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
+}
+
+cmd_deps() {
+    for group; do
+        packages | grep -q "^$group " || bad_usage "unknown group '$group'"
+    done
+    packages | awk -v groups=" $* " 'NF && (groups == "  " || index(groups, " " $1 " "))'
+}

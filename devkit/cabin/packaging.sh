@@ -1,0 +1,58 @@
+# SPDX-License-Identifier: Apache-2.0
+# shellcheck shell=sh
+# What leaves the tree: installation, Debian packages, and the binary interface that they promise.
+
+cmd_install() {
+    prefix=$(of_caller "${1:-$HOME/.local}")
+    build_programs
+    logged build/native/build.log cmake --install build/native --prefix "$prefix"
+    say "installed in $prefix"
+    case :$PATH: in *":$prefix/bin:"*) ;; *) say "$prefix/bin is not in the PATH" ;; esac
+}
+
+cmd_abi() {
+    [ $# -le 1 ] || bad_usage "too many arguments of abi"
+    case ${1:-} in '' | --update) ;; *) bad_usage "unknown argument '$1' of abi" ;; esac
+    need abi
+    differs=
+    for machine in x86_64 arm; do
+        if [ "$machine" = arm ]; then kind=armhf; else kind=native; fi
+        if [ "$kind" = native ] && [ "$(uname -m)" != "$machine" ]; then
+            say "this machine is not $machine: left out"
+            continue
+        fi
+        build "$kind" cabinaudio
+        abi/check.sh "$machine" "build/$kind/libcabinaudio.so.2" "$@" || differs=yes
+    done
+    [ $# -eq 0 ] || abi/symbols.py "$(dpkg-parsechangelog -S Version)" \
+        debian/libcabinaudio2.symbols tests/abi/exports-arm.txt tests/abi/exports-x86_64.txt
+    [ -z "$differs" ] || die "the binary interface has changed: see abi/README.md"
+}
+
+cmd_package() {
+    try=
+    kinds=
+    for word; do
+        case $word in
+            --test) try=yes ;;
+            native | armhf) kinds="$kinds $word" ;;
+            *) bad_usage "unknown argument '$word' of package" ;;
+        esac
+    done
+    kinds=${kinds:-native}
+    case "$try$kinds" in
+        *native* | " armhf"*) ;;
+        *) bad_usage "--test needs the native packages, too" ;;
+    esac
+    need build package
+    own_tree build/package
+    for kind in $kinds; do
+        [ "$kind" != armhf ] || need armhf pkgarm
+        packaging/debian/build.sh "$kind" "build/package/$kind"
+    done
+    [ -n "$try" ] || return 0
+    need chroot
+    set -- build/package/native
+    case "$kinds" in *armhf*) set -- "$@" build/package/armhf ;; esac
+    as_root packaging/debian/chroot.sh "$@"
+}

@@ -1,0 +1,116 @@
+# SPDX-License-Identifier: Apache-2.0
+# shellcheck shell=sh
+# The suites of CTest, and what is made of their output.
+
+cmd_test() {
+    long=
+    builds=
+    for word; do
+        case $word in
+            --long) long=yes ;;
+            all) builds="$builds native asan tsan armhf armhf-time64 armhf-vm" ;;
+            native | asan | tsan | armhf | armhf-time64 | armhf-vm) builds="$builds $word" ;;
+            *) bad_usage "unknown argument '$word' of test" ;;
+        esac
+    done
+    results=
+    failed=0
+    # Also when a later one cannot be built.
+    trap 'printf "%s" "$results" | sed "/^$/d"' EXIT
+    for suite in ${builds:-native}; do
+        case $suite in
+            # The target's programs are tested against this machine's server.
+            armhf | armhf-time64) build native ;;
+            # The virtual machine runs the same test programs.
+            armhf-vm) build armhf ;;
+        esac
+        build "$suite"
+        [ "$suite" != armhf-vm ] || make_machine "$long"
+        run_tests "$suite" "$long" || failed=1
+        [ "$suite" != armhf-vm ] || cat "$(machine_programs)" || failed=1
+        results="$results$suite: $(closing_line "$suite")
+$(failed_tests "$suite")
+"
+    done
+    return $failed
+}
+
+# run_tests BUILD [yes]: CTest, with yes the long tests too. Its whole output is kept in test.log;
+# only a terminal sees it pass by.
+run_tests() {
+    suite_name=$1
+    tree=build/$1
+    with_long=$2
+    say "testing $1 (output: $tree/test.log)"
+    rm -f "$tree/test.log"
+    if [ -n "$with_long" ]; then
+        set -- --test-dir "$tree" --output-on-failure --no-tests=error
+    else
+        set -- --preset "$1"
+    fi
+    # Most tests wait for something most of the time.
+    set -- "$@" --parallel $((2 * $(jobs)))
+    if [ -t 1 ]; then set -- "$@" --progress; else set -- "$@" --quiet; fi
+    fixed_addresses ctest "$@" --output-log "$tree/test.log" </dev/null && return 0
+    [ -t 1 ] || show_failures "$suite_name"
+    return 1
+}
+
+# What the tests that failed have printed: of each the first lines, which tell what was not met, and
+# the last ones. When the cause is one for all tests, the first ones tell it.
+show_failures() {
+    [ -e "build/$1/test.log" ] || return 0
+    awk -v most=80 -v tests=50 '
+        function rest() {
+            if (count > most + kept) print "    ... " count - most - kept " lines, see test.log"
+            for (i = kept - 1; i >= 0; --i) print last[(count - i) % 20]
+            count = kept = 0
+        }
+        /^ *[0-9]+\/[0-9]+ +Test +#/ { rest(); shown = /\*\*\*/ && !/\*\*\*(Skipped|Not Run \(Disabled\))/
+                                      if (shown && ++failures > tests) shown = 0
+                                      if (shown) print; next }
+        /^ *Start +[0-9]+: / { next }
+        /% tests passed/ { rest(); shown = 0 }
+        shown && ++count <= most { print; next }
+        shown { last[count % 20] = $0; if (kept < 20) ++kept }
+        END { rest(); if (failures > tests)
+                  print "... " failures - tests " more failed tests, see test.log" }' "build/$1/test.log"
+}
+
+# The names of the tests that failed, indented, as far as they are to be read.
+failed_tests() {
+    sed -n '/^The following tests FAILED:/,$ s/^[[:blank:]]*\([0-9][0-9]* - \)/    \1/p' \
+        "build/$1/test.log" 2>/dev/null |
+        awk 'NR <= 50 { print } END { if (NR > 50) print "    ... " NR - 50 " more, see test.log" }'
+}
+
+closing_line() {
+    grep -E '% tests passed' "build/$1/test.log" 2>/dev/null ||
+        echo "no closing line, see build/$1/test.log"
+}
+
+cmd_coverage() {
+    [ $# -eq 0 ] || bad_usage "too many arguments of coverage"
+    need coverage
+    build coverage
+    find build/coverage -name '*.gcda' -delete
+    say "running the tests (output: build/coverage/test.log)"
+    ctest --test-dir build/coverage -LE long -j 2 --quiet --output-log build/coverage/test.log \
+        </dev/null || say "tests have failed, see build/coverage/test.log"
+    devkit/coverage/check.py build/coverage
+}
+
+cmd_mutate() {
+    case ${1:-} in
+        --sum | --check)
+            devkit/mutation/mutate.py "$@"
+            return
+            ;;
+    esac
+    build native
+    build tsan
+    need armhf
+    own_tree build/mutation
+    fixed_addresses devkit/mutation/mutate.py --tests build/native --tsan build/tsan \
+        --work build/mutation "$@"
+}

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/clients/ConnectType.h"
+
+#include <cabinaudio/foundation/AudioTypes.h>
+
+#include "devkit/server/base/Text.h"
+
+#include <array>
+#include <utility>
+
+namespace cabinaudio::server {
+namespace {
+
+constexpr std::array<std::pair<audio_connect_type, const char*>, 6> CONTROL_NAMES = {{
+    {AUDIO_CONNECT_APP_SETTING, "app"},
+    {AUDIO_CONNECT_MIXER_SETTING, "mixer"},
+    {AUDIO_CONNECT_SOURCE_SETTING, "source"},
+    {AUDIO_CONNECT_VOLUME_SETTING, "volume"},
+    {AUDIO_CONNECT_VERSION_SETTING, "version"},
+    {AUDIO_CONNECT_RECORD_CONTROL, "record control"},
+}};
+
+// A stream's connection type is the number of its tag.
+std::string nameOf(audio_connect_type type) {
+    for (const auto& [control, name] : CONTROL_NAMES) {
+        if (control == type) return name;
+    }
+    return AudioTypes::getTag(static_cast<AudioTagType>(type));
+}
+
+}  // namespace
+
+bool isKnown(audio_connect_type type) {
+    return !nameOf(type).empty();
+}
+
+std::string connectTypeName(audio_connect_type type) {
+    const std::string name = nameOf(type);
+    return name.empty() ? format("type %u", static_cast<unsigned>(type)) : name;
+}
+
+}  // namespace cabinaudio::server

@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/control/ControlSocket.h"
+
+#include "devkit/server/base/SystemError.h"
+
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <exception>
+#include <utility>
+#include <vector>
+
+namespace cabinaudio::server {
+namespace {
+
+constexpr std::chrono::seconds LOOK{1};
+
+// Best effort: the other side need not listen.
+void refuse(const UniqueFd& socket, const std::string& reason) {
+    const std::string line = "error: " + reason + "\n";
+    (void)!send(socket.get(), line.data(), line.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+}
+
+}  // namespace
+
+ControlSocket::ControlSocket(EventLoop& loop, Admission& admission, Handler handler,
+                             std::function<void()> onClosed)
+    : mLoop(loop),
+      mAdmission(admission),
+      mHandler(std::move(handler)),
+      mOnClosed(std::move(onClosed)),
+      mTurn(eventfd(1, EFD_CLOEXEC)),
+      mClock(loop, [this](std::uint64_t) { lookAtClock(); }),
+      mListener(loop, NAME, [this](UniqueFd socket) { accept(std::move(socket)); }) {
+    if (!mTurn) throw systemError("eventfd");
+}
+
+ControlSocket::~ControlSocket() {
+    mLoop.remove(mTurn.get());
+    for (const auto& [fd, connection] : mConnections) {
+        mLoop.remove(fd);
+    }
+}
+
+void ControlSocket::accept(UniqueFd socket) {
+    std::string reason;
+    auto admitted = mAdmission.admitControl(socket.get(), reason);
+    if (!admitted) {
+        refuse(socket, reason);
+        return;
+    }
+    const int fd = socket.get();
+    Connection& connection = mConnections[fd];
+    connection.socket = std::move(socket);
+    connection.admitted = std::move(*admitted);
+    try {
+        watch(fd, Watch::Input);
+    } catch (...) {
+        mConnections.erase(fd);
+        throw;
+    }
+}
+
+void ControlSocket::onReadable(int fd) {
+    std::array<char, 1024> chunk;
+    const ssize_t count = recv(fd, chunk.data(), chunk.size(), 0);
+    if (count < 0 && (errno == EAGAIN || errno == EINTR)) return;
+    if (count <= 0) {
+        close(fd);
+        return;
+    }
+    mConnections.at(fd).input.append(chunk.data(), static_cast<std::size_t>(count));
+    goOn(fd);
+}
+
+void ControlSocket::onWritable(int fd) {
+    if (send(mConnections.at(fd))) {
+        goOn(fd);
+    } else {
+        close(fd);
+    }
+}
+
+// With the connection's next step: an answer that is not taken yet, a line, or the rest of one.
+void ControlSocket::goOn(int fd) {
+    Connection& connection = mConnections.at(fd);
+    const std::size_t end = connection.input.find('\n');
+    if (!connection.output.empty()) {
+        watch(fd, Watch::Output);
+    } else if (end != std::string::npos && end <= MAXIMUM_LINE) {
+        watch(fd, Watch::Nothing);
+        enqueue(fd);
+    } else if (end == std::string::npos && connection.input.size() <= MAXIMUM_LINE) {
+        watch(fd, Watch::Input);
+    } else {
+        close(fd);
+        return;
+    }
+    const bool isUnfinished = !connection.output.empty() || !connection.input.empty();
+    if (isUnfinished && !std::exchange(mIsTicking, true)) mClock.every(LOOK);
+}
+
+void ControlSocket::enqueue(int fd) {
+    if (mLines.empty()) mLoop.add(mTurn.get(), EPOLLIN, [this](std::uint32_t) { answerOne(); });
+    mLines.push_back(fd);
+}
+
+void ControlSocket::answerOne() {
+    const int fd = mLines.front();
+    mLines.pop_front();
+    if (mLines.empty()) mLoop.remove(mTurn.get());
+    Connection& connection = mConnections.at(fd);
+    const std::size_t end = connection.input.find('\n');
+    const std::string line = connection.input.substr(0, end);
+    connection.input.erase(0, end + 1);
+    connection.looks = 0;
+    connection.output = answerTo(line) + "\n";
+    onWritable(fd);
+}
+
+std::string ControlSocket::answerTo(const std::string& line) const {
+    try {
+        return mHandler(line);
+    } catch (const std::exception& error) {
+        return std::string("error: ") + error.what();
+    }
+}
+
+bool ControlSocket::send(Connection& connection) {
+    std::string& output = connection.output;
+    const ssize_t sent =
+        ::send(connection.socket.get(), output.data(), output.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (sent < 0) return errno == EAGAIN || errno == EINTR;
+    output.erase(0, static_cast<std::size_t>(sent));
+    return true;
+}
+
+void ControlSocket::watch(int fd, Watch wanted) {
+    Connection& connection = mConnections.at(fd);
+    if (connection.watch == wanted) return;
+    connection.watch = wanted;
+    mLoop.remove(fd);
+    if (wanted == Watch::Output) {
+        mLoop.add(fd, EPOLLOUT, [this, fd](std::uint32_t) { onWritable(fd); });
+    } else if (wanted == Watch::Input) {
+        mLoop.add(fd, EPOLLIN, [this, fd](std::uint32_t) { onReadable(fd); });
+    }
+}
+
+// Looks are counted instead of seconds: after a pause of this process the other side may have done
+// its part, and that has not been read yet.
+void ControlSocket::lookAtClock() {
+    std::vector<int> overdue;
+    bool isAnyUnfinished = false;
+    for (auto& [fd, connection] : mConnections) {
+        // The next step of a connection that is not watched is the server's.
+        const bool isUnfinished = !connection.input.empty() || !connection.output.empty();
+        isAnyUnfinished |= isUnfinished;
+        if (!isUnfinished || connection.watch == Watch::Nothing) {
+            connection.looks = 0;
+        } else if (++connection.looks > PATIENCE) {
+            overdue.push_back(fd);
+        }
+    }
+    for (const int fd : overdue)
+        close(fd);
+    if (isAnyUnfinished) return;
+    mIsTicking = false;
+    mClock.stop();
+}
+
+void ControlSocket::close(int fd) {
+    mLoop.remove(fd);
+    mConnections.erase(fd);
+    mOnClosed();
+}
+
+}  // namespace cabinaudio::server

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/server/base/UniqueFd.h"
+#include "devkit/server/clients/Admission.h"
+#include "devkit/server/clients/Listener.h"
+#include "devkit/server/loop/EventLoop.h"
+#include "devkit/server/loop/Timer.h"
+
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <string>
+#include <unordered_map>
+
+namespace cabinaudio::server {
+
+/// Takes commands to the running server: one line each, answered by one line, in
+/// order. Nothing more is read from a connection that does not take its answer. Of all connections
+/// together one line is answered in a turn of the event loop, whose clocks come first in each: the
+/// answers take longer than clients' messages.
+class ControlSocket {
+public:
+    /// Abstract name, without the leading zero byte.
+    static constexpr char NAME[] = "/tmp/cabinaudio_control";
+    /// Longer lines end the connection.
+    static constexpr std::size_t MAXIMUM_LINE = 4096;
+    /// Seconds for the rest of a line, and for taking an answer.
+    static constexpr int PATIENCE = 10;
+
+    /// Gets a line and gives the answer, both without the line end.
+    using Handler = std::function<std::string(const std::string& line)>;
+
+    /// @param onClosed  is called when a descriptor is free again
+    /// @throws std::system_error
+    ControlSocket(EventLoop& loop, Admission& admission, Handler handler,
+                  std::function<void()> onClosed);
+    ~ControlSocket();
+    ControlSocket(const ControlSocket&) = delete;
+    ControlSocket& operator=(const ControlSocket&) = delete;
+
+    /// See Listener.
+    void descriptorClosed() { mListener.descriptorClosed(); }
+
+private:
+    enum class Watch { Nothing, Input, Output };
+
+    struct Connection {
+        UniqueFd socket;
+        Admitted admitted;
+        std::string input;
+        std::string output;  // that the other side has not taken yet
+        Watch watch = Watch::Nothing;
+        int looks = 0;  // at it while it was in the middle of a line or of an answer
+    };
+
+    void accept(UniqueFd socket);
+    void onReadable(int fd);
+    void onWritable(int fd);
+    void goOn(int fd);
+    void enqueue(int fd);
+    void answerOne();
+    [[nodiscard]] std::string answerTo(const std::string& line) const;
+    static bool send(Connection& connection);
+    void watch(int fd, Watch wanted);
+    void lookAtClock();
+    void close(int fd);
+
+    EventLoop& mLoop;
+    Admission& mAdmission;
+    Handler mHandler;
+    std::function<void()> mOnClosed;
+    std::unordered_map<int, Connection> mConnections;
+    std::deque<int> mLines;  // connections with a whole line, the oldest first; not watched
+    UniqueFd mTurn;          // always readable, and watched while there are any
+    Timer mClock;            // ticks while a connection is in the middle of something
+    bool mIsTicking = false;
+    Listener mListener;
+};
+
+}  // namespace cabinaudio::server

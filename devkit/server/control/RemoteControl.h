@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/server/control/Commands.h"
+#include "devkit/server/loop/EventLoop.h"
+#include "devkit/server/streams/CaptureRegistry.h"
+#include "devkit/server/streams/StreamRegistry.h"
+
+#include <functional>
+#include <string>
+
+namespace cabinaudio::server {
+
+/// The commands that change something: they do to streams and to the server what happens to them
+/// on a board.
+class RemoteControl {
+public:
+    RemoteControl(EventLoop& loop, StreamRegistry& streams, CaptureRegistry& captures)
+        : mLoop(loop), mStreams(streams), mCaptures(captures) {}
+
+    void addTo(Commands& commands);
+
+private:
+    std::string removeStream(const std::string& name);
+    std::string withSink(const std::string& name,
+                         const std::function<void(PlaybackStream& sink)>& act);
+    std::string switchUplinkRing(const std::string& argument);
+    std::string announceRing(const std::string& name);
+    std::string stall(const std::string& argument);
+    std::string crash(const std::string& argument);
+
+    EventLoop& mLoop;
+    StreamRegistry& mStreams;
+    CaptureRegistry& mCaptures;
+};
+
+}  // namespace cabinaudio::server

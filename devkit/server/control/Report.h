@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/server/clients/Client.h"
+#include "devkit/server/outputs/Output.h"
+#include "devkit/server/settings/Settings.h"
+#include "devkit/server/streams/CaptureRegistry.h"
+#include "devkit/server/streams/Mixer.h"
+#include "devkit/server/streams/StreamRegistry.h"
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace cabinaudio::server {
+
+/// What the two texts below are made of.
+struct Reported {
+    const StreamRegistry& streams;
+    const CaptureRegistry& captures;
+    const Mixer& mixer;
+    const Output& output;
+    const OutputFormat& format;
+    const Settings& settings;
+};
+
+/// The server as it is now: output, clients, streams, settings.
+nlohmann::json stateOf(const Reported& reported,
+                       const std::vector<std::unique_ptr<Client>>& clients);
+
+/// What has been played since the start, with the place in the output of every run of frames.
+nlohmann::json reportOf(const Reported& reported);
+
+/// @throws std::runtime_error when the file cannot be written
+void writeFile(const std::string& path, const nlohmann::json& json);
+
+/// On one line; names that are not UTF-8 are made so.
+std::string textOf(const nlohmann::json& json);
+
+}  // namespace cabinaudio::server

@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/outputs/OutputFactory.h"
+
+#include "devkit/server/base/Log.h"
+#include "devkit/server/cards/SoundCard.h"
+#include "devkit/server/outputs/CardOutput.h"
+#include "devkit/server/outputs/NullOutput.h"
+#include "devkit/server/outputs/WavOutput.h"
+
+#include <algorithm>
+#include <array>
+#include <stdexcept>
+
+namespace cabinaudio::server {
+namespace {
+
+std::unique_ptr<Output> makeAuto(const std::string&, const OutputFormat& format);
+
+std::unique_ptr<Output> makePulse(const std::string&, const OutputFormat& format) {
+    return std::make_unique<CardOutput>(openPulse(format), format);
+}
+
+std::unique_ptr<Output> makeAlsa(const std::string& device, const OutputFormat& format) {
+    return std::make_unique<CardOutput>(openAlsa(device.empty() ? "default" : device, format),
+                                        format);
+}
+
+std::unique_ptr<Output> makeWav(const std::string& path, const OutputFormat& format) {
+    return std::make_unique<WavOutput>(path, format);
+}
+
+std::unique_ptr<Output> makeNull(const std::string&, const OutputFormat&) {
+    return std::make_unique<NullOutput>();
+}
+
+enum class Argument { None, Optional, Required };
+
+struct Kind {
+    const char* name;
+    Argument argument;
+    bool hasClock;
+    std::unique_ptr<Output> (*make)(const std::string& argument, const OutputFormat& format);
+};
+
+constexpr std::array KINDS = {
+    Kind{"auto", Argument::None, true, makeAuto},
+    Kind{"pulse", Argument::None, true, makePulse},
+    Kind{"alsa", Argument::Optional, true, makeAlsa},
+    Kind{"wav", Argument::Required, false, makeWav},
+    Kind{"null", Argument::None, false, makeNull},
+};
+
+struct Request {
+    const Kind* kind;  // null for an unknown one
+    std::string argument;
+};
+
+Request parse(const std::string& text) {
+    const auto colon = text.find(':');
+    const std::string name = text.substr(0, colon);
+    const auto kind = std::find_if(KINDS.begin(), KINDS.end(),
+                                   [&](const Kind& candidate) { return candidate.name == name; });
+    return {kind != KINDS.end() ? kind : nullptr,
+            colon == std::string::npos ? std::string() : text.substr(colon + 1)};
+}
+
+// The first sound card that works, else none: a desktop user should hear something at once.
+std::unique_ptr<Output> makeAuto(const std::string&, const OutputFormat& format) {
+    for (const auto make : {makePulse, makeAlsa}) {
+        try {
+            return make("", format);
+        } catch (const std::runtime_error& error) {
+            log::debug("%s", error.what());
+        }
+    }
+    log::info("no sound card works (-v says why)");
+    return makeNull("", format);
+}
+
+}  // namespace
+
+std::string checkOutput(const std::string& text) {
+    const auto [kind, argument] = parse(text);
+    if (kind == nullptr) return "no such output: " + text;
+    if (kind->argument == Argument::Required && argument.empty()) {
+        return "output " + text + " needs a file: wav:FILE";
+    }
+    if (kind->argument == Argument::None && text != kind->name) {
+        return std::string("output ") + kind->name + " takes no argument";
+    }
+    return {};
+}
+
+bool runsWithoutClock(const std::string& text) {
+    const Kind* kind = parse(text).kind;
+    return kind != nullptr && !kind->hasClock;
+}
+
+std::unique_ptr<Output> makeOutput(const std::string& text, const OutputFormat& format) {
+    if (const std::string problem = checkOutput(text); !problem.empty()) {
+        throw std::runtime_error(problem);
+    }
+    const auto [kind, argument] = parse(text);
+    return kind->make(argument, format);
+}
+
+}  // namespace cabinaudio::server

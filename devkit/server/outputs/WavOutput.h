@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/server/outputs/Output.h"
+#include "devkit/server/sound/WavFile.h"
+
+#include <vector>
+
+namespace cabinaudio::server {
+
+/// Writes the mix into a WAV file. It begins with the first stream that is started and holds
+/// silence while streams exist and none sounds; the time without any stream is left out.
+class WavOutput : public Output {
+public:
+    /// @throws std::runtime_error when the file cannot be made
+    WavOutput(const std::string& path, const OutputFormat& format)
+        : mType(format.type), mFile(path, format.rate, format.channels, format.type) {}
+
+    void write(std::span<const float> frames) override {
+        encodeSamples(mType, frames, mBytes);
+        mFile.write(mBytes);
+    }
+    [[nodiscard]] std::string name() const override { return "WAV file " + mFile.path(); }
+
+private:
+    SampleType mType;
+    WavFile mFile;
+    std::vector<std::uint8_t> mBytes;
+};
+
+}  // namespace cabinaudio::server

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/server/Trace.h"
+#include "devkit/server/clients/Client.h"
+#include "devkit/server/requests/Services.h"
+
+#include <cstdint>
+#include <span>
+
+namespace cabinaudio::server {
+
+struct Operation;
+
+/// Finds the operation that a request means, runs it and sends the reply.
+class Dispatcher {
+public:
+    Dispatcher(Services services, const Trace& trace) : mServices(services), mTrace(trace) {}
+
+    /// @param payload  with the function id at least
+    void dispatch(Client& client, std::span<const std::uint8_t> payload);
+
+private:
+    void refuse(Client& client, std::uint32_t function);
+    void run(Client& client, const Operation& operation, std::span<const std::uint8_t> payload);
+
+    Services mServices;
+    const Trace& mTrace;
+};
+
+}  // namespace cabinaudio::server

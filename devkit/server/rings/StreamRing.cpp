@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/rings/StreamRing.h"
+
+#include "devkit/server/base/Text.h"
+
+#include <utility>
+
+namespace cabinaudio::server {
+
+StreamRing::StreamRing(RingPlace place, std::size_t frameBytes,
+                       ShareMemoryUpdateNotificationCallback* onWrite)
+    : ServerRing(std::move(place), SHM_MODE_READER, onWrite), mFrameBytes(frameBytes) {
+    if (!isUsable()) return;
+    audio_buffer_provider_t view = {};
+    ring().getNextBuffer(view);
+    mBase = view.data;  // nothing has been read yet
+}
+
+StreamRing::View StreamRing::readable() {
+    audio_buffer_provider_t view = {};
+    ring().getNextBuffer(view);
+    if (view.data == nullptr || !damage().empty()) return {mBase, 0};
+    return {view.data, view.length / mFrameBytes};
+}
+
+void StreamRing::consume(const View& view, std::size_t frames) {
+    // The header may have changed meanwhile; the view is what was checked.
+    const auto offset = static_cast<std::size_t>(view.data - mBase) + frames * mFrameBytes;
+    ring().updateReadOffset(static_cast<unsigned>(offset == size() ? 0 : offset));
+}
+
+std::string StreamRing::damage() const {
+    if (std::string changed = sizeDamage(); !changed.empty()) return changed;
+    const unsigned offset = ring().getReadOffset();
+    if (offset % mFrameBytes != 0 || offset >= size()) {
+        return format("set its ring's read offset to %u", offset);
+    }
+    return {};
+}
+
+}  // namespace cabinaudio::server

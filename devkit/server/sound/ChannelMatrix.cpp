@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/sound/ChannelMatrix.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace cabinaudio::server {
+namespace {
+
+enum Place : std::size_t { LeftFront, RightFront, LeftSurround, RightSurround, Centre, Low };
+
+constexpr float THREE_DB_DOWN = 0.70710678F;
+
+}  // namespace
+
+ChannelMatrix::ChannelMatrix(std::size_t inputs, std::size_t outputs, bool isUpMixed)
+    : mInputs(inputs), mOutputs(outputs), mFactors(inputs * outputs, 0.0F) {
+    for (std::size_t input = 0; input < mInputs; ++input) {
+        if (input < mOutputs) {
+            at(input, input) = 1.0F;
+        } else {
+            fold(input);
+        }
+    }
+    if (mInputs == 1 && mOutputs > 1) at(LeftFront, RightFront) = 1.0F;
+    if (isUpMixed && mInputs <= 2) upMix();
+    limitRows();
+    mIsIdentity = isIdentity();
+}
+
+void ChannelMatrix::fold(std::size_t input) {
+    const std::size_t right = mOutputs > 1 ? RightFront : LeftFront;
+    switch (input) {
+        case RightFront:
+            at(input, LeftFront) = 1.0F;
+            break;
+        case LeftSurround:
+            at(input, LeftFront) = THREE_DB_DOWN;
+            break;
+        case RightSurround:
+            at(input, right) = THREE_DB_DOWN;
+            break;
+        case Centre:
+        case Low:
+            at(input, LeftFront) = THREE_DB_DOWN;
+            at(input, right) = THREE_DB_DOWN;
+            break;
+        default:
+            break;
+    }
+}
+
+void ChannelMatrix::upMix() {
+    if (mOutputs > LeftSurround) at(LeftFront, LeftSurround) = 1.0F;
+    if (mOutputs > RightSurround) at(mInputs - 1, RightSurround) = 1.0F;
+}
+
+void ChannelMatrix::limitRows() {
+    for (std::size_t output = 0; output < mOutputs; ++output) {
+        float* row = &mFactors[output * mInputs];
+        const float sum = std::accumulate(row, row + mInputs, 0.0F);
+        if (sum > 1.0F) {
+            std::transform(row, row + mInputs, row, [sum](float value) { return value / sum; });
+        }
+    }
+}
+
+bool ChannelMatrix::isIdentity() const {
+    if (mInputs != mOutputs) return false;
+    for (std::size_t output = 0; output < mOutputs; ++output) {
+        for (std::size_t input = 0; input < mInputs; ++input) {
+            if (factor(input, output) != (input == output ? 1.0F : 0.0F)) return false;
+        }
+    }
+    return true;
+}
+
+void ChannelMatrix::add(const float* in, std::size_t frames, float* out) const {
+    if (mIsIdentity) {
+        std::transform(in, in + frames * mInputs, out, out, std::plus<>());
+        return;
+    }
+    for (std::size_t frame = 0; frame < frames; ++frame) {
+        for (std::size_t output = 0; output < mOutputs; ++output) {
+            *out = std::inner_product(in, in + mInputs, &mFactors[output * mInputs], *out);
+            ++out;
+        }
+        in += mInputs;
+    }
+}
+
+}  // namespace cabinaudio::server

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/server/sound/SampleCodec.h"
+#include "devkit/server/sound/StreamFormat.h"
+
+#include <sndfile.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+namespace cabinaudio::server {
+
+/// A WAV file that grows. Its header is brought up to date every second of sound, so that the file
+/// can be opened while it grows and after a crash. The first failure is logged, then it is silent.
+class WavFile {
+public:
+    /// @throws std::runtime_error when the file cannot be made
+    WavFile(const std::string& path, std::uint32_t rate, unsigned channels, SampleType type);
+    /// In a stream's own format.
+    WavFile(const std::string& path, const StreamFormat& format);
+
+    /// Whole frames, as they stand in the file.
+    void write(std::span<const std::uint8_t> frames);
+
+    [[nodiscard]] const std::string& path() const { return mPath; }
+
+private:
+    struct Close {
+        void operator()(SNDFILE* file) const { sf_close(file); }
+    };
+
+    WavFile(const std::string& path, std::uint32_t rate, unsigned channels, int subformat,
+            std::size_t frameBytes);
+
+    std::string mPath;
+    std::unique_ptr<SNDFILE, Close> mFile;
+    std::size_t mBytesPerSecond;
+    std::size_t mBytesSinceUpdate = 0;
+    bool mHasFailed = false;
+};
+
+}  // namespace cabinaudio::server

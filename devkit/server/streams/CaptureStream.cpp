@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/streams/CaptureStream.h"
+
+#include <cabinaudio/foundation/AudioStatus.h>
+
+#include "devkit/server/base/Log.h"
+#include "devkit/server/base/Period.h"
+#include "devkit/server/rings/MemoryFault.h"
+
+#include <exception>
+#include <utility>
+
+namespace cabinaudio::server {
+namespace {
+
+constexpr auto RING_STATE = static_cast<std::uint32_t>(wire::CaptureEvent::RingState);
+constexpr RingOffer::Notification RING_READY = {RING_STATE, 1};
+constexpr RingOffer::Notification RING_GONE = {RING_STATE, 0};
+
+// Others are waiting for the event loop, too.
+constexpr int PERIODS_AT_ONCE = 64;
+
+}  // namespace
+
+CaptureStream::CaptureStream(EventLoop& loop, Client& client, Parts parts)
+    : mClient(client), mParts(std::move(parts)) {
+    if (!isUplink()) return;
+    const auto make = [this] {
+        if (!mParts.ring) mParts.ring = mParts.makeRing();
+        return mParts.ring != nullptr;
+    };
+    mOffer.emplace(loop, mClient, RING_READY, RING_GONE,
+                   RingOffer::Owner{make, [this] { dropRing(); }});
+}
+
+std::int32_t CaptureStream::start() {
+    if (mState == ACTIVE) return AUDIO_NO_ERROR;
+    try {
+        mInput = mParts.openInput();
+        mEncoder = mParts.makeEncoder();
+    } catch (const std::exception& error) {
+        log::error("%s: %s", mClient.title().c_str(), error.what());
+        return AUDIO_INVALID_OPERATION;
+    }
+    mState = ACTIVE;
+    mPeriods = 0;
+    if (mOffer && mParts.ringDelay) mOffer->offer(*mParts.ringDelay);
+    mParts.onChange();
+    return AUDIO_NO_ERROR;
+}
+
+std::int32_t CaptureStream::stop() {
+    mState = IDLE;
+    mPackets.clear();
+    mInput.reset();
+    mEncoder.reset();
+    mParts.onChange();
+    return AUDIO_NO_ERROR;
+}
+
+std::int32_t CaptureStream::setVolume(std::int32_t volume) {
+    if (volume < 0 || volume > FULL_VOLUME) return AUDIO_BAD_VALUE;
+    mVolume = volume;
+    return AUDIO_NO_ERROR;
+}
+
+// The client maps the ring now; what was recorded before would only fill it up.
+std::int32_t CaptureStream::getShareMemory(wire::ShareMemoryReply& reply) {
+    if (!mOffer || !mOffer->canBeShown()) return AUDIO_INVALID_STATE;
+    reply.address = mParts.ring->address();
+    reply.size = mParts.ring->size();
+    mIsRingKnown = true;
+    mParts.onChange();
+    return AUDIO_NO_ERROR;
+}
+
+std::int32_t CaptureStream::removeShareMemory() {
+    if (!mOffer) return AUDIO_INVALID_OPERATION;
+    mOffer->letGo();
+    mParts.onChange();
+    return AUDIO_NO_ERROR;
+}
+
+void CaptureStream::offerRing() {
+    mOffer->offer(std::chrono::milliseconds(0));
+}
+
+bool CaptureStream::announceRingAgain() {
+    return mOffer && mOffer->announceAgain();
+}
+
+void CaptureStream::withdrawRing() {
+    mOffer->withdraw();
+    mParts.onChange();
+}
+
+void CaptureStream::sayRemoved() {
+    mClient.notify(static_cast<std::uint32_t>(wire::CaptureEvent::Removed), 0);
+}
+
+void CaptureStream::dropRing() {
+    mCounters.discardedBytes += mParts.ring->usedBytes();
+    mParts.ring.reset();
+    mPackets.clear();
+    mIsRingKnown = false;
+}
+
+bool CaptureStream::isFlowing() const {
+    return isActive() && mParts.ring && (!mOffer || (mOffer->isOffered() && mIsRingKnown));
+}
+
+void CaptureStream::fillPeriod() {
+    memory_fault::take();  // one that was not of this stream's making
+    record();
+    writeOut();
+    mCounters.overruns += mPackets.size();
+    mPackets.clear();
+    checkClient();
+}
+
+bool CaptureStream::fillUp() {
+    memory_fault::take();
+    bool hasRoom = writeOut();
+    for (int i = 0; i < PERIODS_AT_ONCE && hasRoom; ++i) {
+        record();
+        hasRoom = writeOut();
+    }
+    if (!hasRoom) mParts.ring->askForSpace();
+    checkClient();
+    return hasRoom && mClient.isOpen();
+}
+
+void CaptureStream::record() {
+    const std::uint32_t rate = mParts.format.rate;
+    const std::uint64_t frames =
+        framesOfPeriods(rate, mPeriods + 1) - framesOfPeriods(rate, mPeriods);
+    ++mPeriods;
+    mSamples.resize(static_cast<std::size_t>(frames) * mParts.format.channels);
+    mInput->read(mSamples);
+    applyVolume();
+    mCounters.frames += frames;
+    mEncoder->encode(mSamples, [this](std::vector<std::uint8_t> packet) {
+        mPackets.push_back(std::move(packet));
+    });
+}
+
+void CaptureStream::applyVolume() {
+    const std::size_t channels = mParts.format.channels;
+    for (std::size_t channel = 0; channel < channels; ++channel) {
+        const float gain = mParts.gain ? mParts.gain(channel) : 1.0F;
+        const float factor = static_cast<float>(mVolume) / FULL_VOLUME * gain;
+        if (factor == 1.0F) continue;
+        for (std::size_t i = channel; i < mSamples.size(); i += channels)
+            mSamples[i] *= factor;
+    }
+}
+
+// @return whether everything fitted
+bool CaptureStream::writeOut() {
+    while (!mPackets.empty()) {
+        const auto& packet = mPackets.front();
+        if (packet.size() >= mParts.ring->size()) {
+            ++mCounters.overruns;  // will never fit
+        } else if (mParts.ring->write(packet)) {
+            mCounters.bytes += packet.size();
+            ++mCounters.packets;
+        } else {
+            return false;
+        }
+        mPackets.pop_front();
+    }
+    return true;
+}
+
+void CaptureStream::checkClient() {
+    if (memory_fault::take()) {
+        mClient.fail("cut off its ring's memory");
+    } else if (const std::string damage = mParts.ring->damage(); !damage.empty()) {
+        mClient.fail(damage);
+    }
+}
+
+}  // namespace cabinaudio::server

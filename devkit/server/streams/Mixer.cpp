@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/streams/Mixer.h"
+
+#include "devkit/server/base/Period.h"
+
+#include <algorithm>
+
+namespace cabinaudio::server {
+namespace {
+
+// After a longer pause of the whole machine the lost time is not made up for.
+constexpr std::uint64_t MAXIMUM_CATCH_UP = 8;
+
+bool anyActive(const StreamRegistry& streams) {
+    return std::any_of(streams.streams().begin(), streams.streams().end(),
+                       [](const auto& stream) { return stream->isActive(); });
+}
+
+}  // namespace
+
+Mixer::Mixer(EventLoop& loop, StreamRegistry& streams, const Settings& settings, Output& output,
+             const OutputFormat& format, Pace pace)
+    : mLoop(loop),
+      mStreams(streams),
+      mSettings(settings),
+      mOutput(output),
+      mFormat(format),
+      mLargest(largest(format.type)),
+      mPace(pace),
+      mClock(loop, [this](std::uint64_t deadlines) { tick(deadlines); }),
+      mDucking(format.rate),
+      mLoudspeakers(format.rate, format.channels) {}
+
+void Mixer::update() {
+    mAreSettingsDue = true;
+    if (mPace == Pace::Steady) {
+        updateClock();
+    } else if (!mIsPosted) {
+        mIsPosted = true;
+        mLoop.post([this] { mixRound(); });
+    }
+}
+
+void Mixer::updateClock() {
+    const bool isOver = mStreams.streams().empty() && !isTested();
+    if (mIsRunning && isOver && mLoudspeakers.heldFrames() == 0) {
+        mIsRunning = false;
+        mClock.stop();
+        mOutput.pause();
+        beSilent();
+    } else if (!mIsRunning && (anyActive(mStreams) || isTested())) {
+        mIsRunning = true;
+        mClock.every(PERIOD);
+    }
+}
+
+void Mixer::tick(std::uint64_t deadlines) {
+    mCounters.latePeriods += deadlines - 1;
+    const auto periods = mOutput.periodsDue(std::min(deadlines, MAXIMUM_CATCH_UP));
+    for (std::uint64_t i = 0; i < periods; ++i) {
+        mixPeriod();
+    }
+    updateClock();
+}
+
+void Mixer::mixPeriod() {
+    const auto frames =
+        static_cast<std::size_t>(framesOfPeriods(mFormat.rate, mCounters.periods + 1) -
+                                 framesOfPeriods(mFormat.rate, mCounters.periods));
+    addStreams(frames, true);
+    handOver(frames);
+}
+
+void Mixer::mixRound() {
+    mIsPosted = false;
+    const std::size_t period = framesOfPeriod(mFormat.rate);
+    const std::size_t frames = std::max(addStreams(period, false), remainingFrames(period));
+    handOver(frames);
+    if (frames > 0) {
+        update();  // after whatever else waits
+    } else if (mStreams.streams().empty()) {
+        beSilent();
+    }
+}
+
+// @return the longest that a stream has added
+std::size_t Mixer::addStreams(std::size_t frames, bool isSteady) {
+    mMix.assign(frames * mFormat.channels, 0.0F);
+    if (mAreSettingsDue) applySettings();
+    std::size_t longest = 0;
+    bool isPromptHeard = false;
+    for (const auto& stream : mStreams.streams()) {
+        const std::size_t added = stream->addTo(mMix, mCounters.frames, isSteady);
+        longest = std::max(longest, added);
+        isPromptHeard |= added > 0 && isPrompt(stream->record()) && !stream->isSilenced();
+    }
+    if (mDucking.mixed(isPromptHeard, isSteady ? frames : longest)) mAreSettingsDue = true;
+    return longest;
+}
+
+void Mixer::applySettings() {
+    mAreSettingsDue = false;
+    const RampFrames ramp = rampOf(*mSettings, mFormat.rate);
+    for (const auto& stream : mStreams.streams()) {
+        stream->setGains(gainsOf(stream->record(), *mSettings, mDucking.isPromptHeard()), ramp);
+    }
+    mLoudspeakers.set(*mSettings);
+}
+
+// Once no stream is left, the delays give back what they hold.
+std::size_t Mixer::remainingFrames(std::size_t most) const {
+    return mStreams.streams().empty() ? std::min(most, mLoudspeakers.heldFrames()) : 0;
+}
+
+// Nothing of the sound until now is left.
+void Mixer::beSilent() {
+    mLoudspeakers.clear();
+    mDucking.reset();
+}
+
+void Mixer::handOver(std::size_t frames) {
+    const auto mix = std::span(mMix).first(frames * mFormat.channels);
+    mLoudspeakers.process(mix);
+    if (frames > 0) {
+        mCounters.clippedSamples +=
+            static_cast<std::uint64_t>(std::count_if(mix.begin(), mix.end(), [this](float sample) {
+                return sample > mLargest || sample < -1.0F;
+            }));
+        mOutput.write(mix);
+        ++mCounters.periods;
+        mCounters.frames += frames;
+    }
+    for (const auto& stream : mStreams.streams()) {
+        stream->played();
+    }
+}
+
+}  // namespace cabinaudio::server

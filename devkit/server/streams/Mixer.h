@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/server/loop/EventLoop.h"
+#include "devkit/server/loop/Timer.h"
+#include "devkit/server/mix/Ducking.h"
+#include "devkit/server/mix/LoudspeakerPath.h"
+#include "devkit/server/outputs/Output.h"
+#include "devkit/server/settings/Settings.h"
+#include "devkit/server/streams/StreamRegistry.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace cabinaudio::server {
+
+/// Adds the active streams up and hands the sum to the output, a period at a time.
+///
+/// At a steady pace a period is mixed at every tick of the clock, from the first start of a stream
+/// until no stream exists and the last sound has passed the loudspeakers' delays, and while a
+/// loudspeaker is tested. Without a pace (fast) a round is mixed whenever there is data; it is as
+/// long as the longest that a stream has, a period at most, so nothing waits and nothing is
+/// missing.
+class Mixer {
+public:
+    enum class Pace { Steady, Fast };
+
+    struct Counters {
+        std::uint64_t periods = 0;         // handed to the output
+        std::uint64_t frames = 0;          // in them
+        std::uint64_t latePeriods = 0;     // mixed after the deadline of the next one
+        std::uint64_t clippedSamples = 0;  // beyond full scale
+    };
+
+    Mixer(EventLoop& loop, StreamRegistry& streams, const Settings& settings, Output& output,
+          const OutputFormat& format, Pace pace);
+
+    /// Streams were added, removed, started, stopped or written to, or the settings changed.
+    void update();
+
+    [[nodiscard]] const Counters& counters() const { return mCounters; }
+    /// Of what is heard.
+    [[nodiscard]] Meter& meter() { return mLoudspeakers.meter(); }
+
+private:
+    void updateClock();
+    [[nodiscard]] bool isTested() const { return mSettings->source.test.channels != 0; }
+    [[nodiscard]] std::size_t remainingFrames(std::size_t most) const;
+    void tick(std::uint64_t deadlines);
+    void mixPeriod();
+    void mixRound();
+    std::size_t addStreams(std::size_t frames, bool isSteady);
+    void applySettings();
+    void beSilent();
+    void handOver(std::size_t frames);
+
+    EventLoop& mLoop;
+    StreamRegistry& mStreams;
+    const Settings& mSettings;
+    Output& mOutput;
+    OutputFormat mFormat;
+    float mLargest;
+    Pace mPace;
+    Timer mClock;
+    bool mIsRunning = false;  // the clock
+    bool mIsPosted = false;   // a round of the fast pace
+    Counters mCounters;
+    bool mAreSettingsDue = false;  // something that they depend on has changed
+    Ducking mDucking;
+    LoudspeakerPath mLoudspeakers;
+    std::vector<float> mMix;
+};
+
+}  // namespace cabinaudio::server

@@ -1,0 +1,252 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/streams/PlaybackStream.h"
+
+#include <cabinaudio/foundation/AudioStatus.h>
+
+#include "devkit/server/rings/MemoryFault.h"
+#include "devkit/server/sound/SampleCodec.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace cabinaudio::server {
+namespace {
+
+constexpr std::size_t PIECE_FRAMES = 1024;
+
+constexpr RingOffer::Notification RING_READY = {
+    static_cast<std::uint32_t>(wire::TrackEvent::RingReady), 0};
+static_assert(RING_READY.event == static_cast<std::uint32_t>(wire::SinkEvent::SourceActivated));
+constexpr RingOffer::Notification RING_GONE = {
+    static_cast<std::uint32_t>(wire::SinkEvent::SourceDeactivated), 0};
+
+}  // namespace
+
+PlaybackStream::PlaybackStream(EventLoop& loop, Client& client, Parts parts)
+    : mClient(client),
+      mRecord(std::move(parts.record)),
+      mRing(std::move(parts.ring)),
+      mMakeRing(std::move(parts.makeRing)),
+      mStem(std::move(parts.stem)),
+      mOutputRate(parts.outputRate),
+      mOutputChannels(parts.outputChannels),
+      mGains(mRecord->format.channels, parts.outputChannels),
+      mOnChange(std::move(parts.onChange)) {
+    const StreamFormat& format = mRecord->format;
+    if (format.rate != mOutputRate) mConverter.emplace(format.channels, format.rate, mOutputRate);
+    mInput.resize(PIECE_FRAMES * format.channels);
+    if (!mRing->isPhysical()) return;
+    const auto make = [this] {
+        if (!mRing) mRing = mMakeRing();
+        return mRing != nullptr;
+    };
+    mOffer.emplace(loop, mClient, RING_READY, RING_GONE,
+                   RingOffer::Owner{make, [this] { dropRing(); }});
+}
+
+std::int32_t PlaybackStream::start() {
+    if (mState == ACTIVE) return AUDIO_NO_ERROR;
+    mState = ACTIVE;
+    mIsWriteDone = mIsEnded = mIsFinished = false;
+    mFlow = Flow::Dry;
+    mHasSounded = false;
+    beginSound();
+    mOnChange();
+    return AUDIO_NO_ERROR;
+}
+
+std::int32_t PlaybackStream::stop() {
+    if (mState == IDLE) return AUDIO_NO_ERROR;
+    mState = IDLE;
+    mIsWriteDone = false;
+    mOnChange();
+    return AUDIO_NO_ERROR;
+}
+
+std::int32_t PlaybackStream::writeDone() {
+    if (mState != ACTIVE || mIsWriteDone) return AUDIO_INVALID_STATE;
+    mIsWriteDone = true;
+    mOnChange();
+    return AUDIO_NO_ERROR;
+}
+
+std::int32_t PlaybackStream::setKeyShift(float key) {
+    if (!(key >= 0.8F && key <= 1.2F)) return AUDIO_BAD_VALUE;  // not-a-number too
+    mKeyShift = key;
+    return AUDIO_NO_ERROR;
+}
+
+std::int32_t PlaybackStream::getShareMemory(wire::ShareMemoryReply& reply) const {
+    if (!mOffer || !mOffer->canBeShown()) return AUDIO_INVALID_STATE;
+    reply.address = mRing->address();
+    reply.size = mRing->size();
+    return AUDIO_NO_ERROR;
+}
+
+void PlaybackStream::offerRing(std::chrono::milliseconds delay) {
+    mOffer->offer(delay);
+}
+
+bool PlaybackStream::announceRingAgain() {
+    return mOffer && mOffer->announceAgain();
+}
+
+void PlaybackStream::withdrawRing() {
+    mOffer->withdraw();
+    mOnChange();
+}
+
+void PlaybackStream::ringLetGo() {
+    mOffer->letGo();
+    mOnChange();
+}
+
+// After the client has gone from it, so that nothing is queued any more that is not counted.
+void PlaybackStream::dropRing() {
+    mRecord->discardedFrames += mRing->usedFrames();
+    mRing.reset();
+    mHasSounded = false;  // the gap that follows is no underrun
+    beginSound();
+}
+
+void PlaybackStream::sayRemoved() {
+    mClient.notify(static_cast<std::uint32_t>(wire::TrackEvent::Removed), 0);
+}
+
+std::size_t PlaybackStream::addTo(std::span<float> mix, std::uint64_t outputFrame, bool isSteady) {
+    if (!isActive() || mIsEnded) return 0;
+    if (isCutOff()) return beSilent();
+    memory_fault::take();  // one that was not of this stream's making
+    const std::size_t wanted = mix.size() / mOutputChannels;
+    const bool isDue = !isSteady || isReady(wanted);
+    const std::size_t frames = isDue ? addDue(mix, wanted, outputFrame) : 0;
+    if (memory_fault::take()) {
+        mClient.fail("cut off its ring's memory");
+    } else if (const std::string damage = mRing->damage(); !damage.empty()) {
+        mClient.fail(damage);
+    }
+    return frames;
+}
+
+// The client was told to throw away what it would still write, so there is nothing to wait for.
+std::size_t PlaybackStream::beSilent() {
+    mFlow = Flow::Dry;
+    mIsEnded = mIsWriteDone;
+    return 0;
+}
+
+std::size_t PlaybackStream::addDue(std::span<float> mix, std::size_t wanted,
+                                   std::uint64_t outputFrame) {
+    const StreamFormat& format = mRecord->format;
+    const std::uint64_t streamFrame =
+        mConverter ? mSoundStart + mConvertedFrames * format.rate / mOutputRate : mRecord->frames;
+    const std::size_t frames = pull(wanted);
+    mGains.add(mPulled.data(), frames, mix.data());
+    account(outputFrame, streamFrame, frames);
+    if (frames < wanted) mFlow = Flow::Dry;
+    return frames;
+}
+
+// A client that is a little late fills a period within the next one; giving what is there at once
+// would tear the sound twice.
+bool PlaybackStream::isReady(std::size_t wantedFrames) {
+    if (mFlow == Flow::Flowing) return true;
+    const std::size_t used = mRing->usedFrames();
+    const std::uint64_t period = std::uint64_t{wantedFrames} * mRecord->format.rate / mOutputRate;
+    if (mIsWriteDone || used >= period || (used > 0 && mFlow == Flow::Filling)) {
+        mFlow = Flow::Flowing;
+        if (mHasSounded && used > 0) ++mRecord->underruns;
+        return true;
+    }
+    mFlow = used > 0 ? Flow::Filling : Flow::Dry;
+    return false;
+}
+
+std::size_t PlaybackStream::pull(std::size_t frames) {
+    mPulled.resize(frames * mRecord->format.channels);
+    return mConverter ? pullConverted(frames) : pullDirectly(frames);
+}
+
+std::size_t PlaybackStream::pullDirectly(std::size_t frames) {
+    const StreamFormat& format = mRecord->format;
+    std::size_t done = 0;
+    StreamRing::View view = mRing->readable();
+    while (done < frames && view.frames > 0) {
+        const std::size_t count = std::min(view.frames, frames - done);
+        decodeSamples(format.bytesPerSample, view.data,
+                      std::span(mPulled).subspan(done * format.channels, count * format.channels));
+        take(view, count);
+        done += count;
+        view = mRing->readable();
+    }
+    mIsEnded = mIsWriteDone && view.frames == 0;
+    return done;
+}
+
+// The converter swallows all that it is offered and keeps what it cannot use yet. So it is asked
+// for what it still holds, then given what the rest of the output needs, and the ring drains
+// evenly.
+std::size_t PlaybackStream::pullConverted(std::size_t frames) {
+    const unsigned channels = mRecord->format.channels;
+    std::size_t done = 0;
+    StreamRing::View view = mRing->readable();
+    while (done < frames) {
+        const std::size_t held = mConverter->takeOut(&mPulled[done * channels], frames - done);
+        done += held;
+        if (done == frames || (held == 0 && view.frames == 0)) break;
+        const std::size_t count = std::min({view.frames, PIECE_FRAMES, inputFor(frames - done)});
+        decodeSamples(mRecord->format.bytesPerSample, view.data,
+                      std::span(mInput).first(count * channels));
+        const auto progress =
+            mConverter->convert(mInput.data(), count, &mPulled[done * channels], frames - done);
+        if (held + progress.taken + progress.written == 0) break;  // or this would go on for ever
+        take(view, progress.taken);
+        done += progress.written;
+        view = mRing->readable();
+    }
+    if (done < frames && view.frames == 0 && mIsWriteDone) {
+        done += mConverter->flush(&mPulled[done * channels], frames - done);
+        mIsEnded = done < frames;
+    }
+    mConvertedFrames += done;
+    return done;
+}
+
+// Input frames for so many output frames, rounded up.
+std::size_t PlaybackStream::inputFor(std::size_t outputFrames) const {
+    const std::uint64_t scaled = std::uint64_t{outputFrames} * mRecord->format.rate;
+    return static_cast<std::size_t>((scaled + mOutputRate - 1) / mOutputRate);
+}
+
+void PlaybackStream::take(const StreamRing::View& view, std::size_t frames) {
+    if (mStem) mStem->write({view.data, frames * mRecord->format.frameBytes()});
+    mRing->consume(view, frames);
+    mRecord->frames += frames;
+}
+
+void PlaybackStream::account(std::uint64_t outputFrame, std::uint64_t streamFrame,
+                             std::size_t frames) {
+    if (frames == 0) return;
+    mRecord->addRun(outputFrame, streamFrame, frames, mIsContinued);
+    mIsContinued = true;
+    mHasSounded = true;
+}
+
+void PlaybackStream::played() {
+    if (!mIsEnded || mIsFinished) return;
+    mIsFinished = true;
+    ++mRecord->finishes;
+    mClient.notify(isSink() ? static_cast<std::uint32_t>(wire::SinkEvent::Finished)
+                            : static_cast<std::uint32_t>(wire::TrackEvent::Finished),
+                   0);
+}
+
+// The filter starts anew, so that a sound does not begin with the end of the one before it.
+void PlaybackStream::beginSound() {
+    if (mConverter) mConverter->reset();
+    mSoundStart = mRecord->frames;
+    mConvertedFrames = 0;
+    mIsContinued = false;
+}
+
+}  // namespace cabinaudio::server

@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/foundation/AudioTypes.h>
+
+#include "devkit/server/clients/Client.h"
+#include "devkit/server/mix/GainMatrix.h"
+#include "devkit/server/mix/StreamRecord.h"
+#include "devkit/server/rings/RingOffer.h"
+#include "devkit/server/rings/StreamRing.h"
+#include "devkit/server/sound/RateConverter.h"
+#include "devkit/server/sound/StreamFormat.h"
+#include "devkit/server/sound/WavFile.h"
+#include "wire/Stream.h"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace cabinaudio::server {
+
+/// A stream that a client plays: its ring, its state, and the way of its samples to the mix.
+///
+///     IDLE --start--> ACTIVE --stop--> IDLE
+///     ACTIVE --writeDone, then the last sample has been played--> ACTIVE, client told "finished"
+///
+/// The requests return the status that the client gets. Nothing is read from the ring in IDLE: the
+/// client may clear it then, and what it leaves there is played after the next start. A sink's ring
+/// comes and goes (see SourceRouting.h); without one the stream is silent, and has nothing left to
+/// be played.
+class PlaybackStream {
+public:
+    struct Parts {
+        std::shared_ptr<StreamRecord> record;
+        std::unique_ptr<StreamRing> ring;
+        /// Makes another ring after a withdrawal; null when there is no memory for it.
+        std::function<std::unique_ptr<StreamRing>()> makeRing;
+        std::unique_ptr<WavFile> stem;  // or null
+        std::uint32_t outputRate;
+        unsigned outputChannels;
+        /// Called when the stream may have something new to be played, or nothing any more.
+        std::function<void()> onChange;
+    };
+
+    PlaybackStream(EventLoop& loop, Client& client, Parts parts);
+    PlaybackStream(const PlaybackStream&) = delete;
+    PlaybackStream& operator=(const PlaybackStream&) = delete;
+
+    // Requests -------------------------------------------------------------------
+    std::int32_t start();
+    std::int32_t stop();
+    std::int32_t writeDone();
+    std::int32_t setKeyShift(float key);
+    /// Tells where a physical ring lies; refused before it was announced.
+    std::int32_t getShareMemory(wire::ShareMemoryReply& reply) const;
+
+    /// The client is told after `delay`, and after the reply to the present request, that its
+    /// physical ring is there.
+    void offerRing(std::chrono::milliseconds delay);
+    /// Tells the client once more of its physical ring. @return false when it has none
+    [[nodiscard]] bool announceRingAgain();
+    /// The client has to let go of its physical ring. What it has queued there is lost.
+    void withdrawRing();
+    /// The client has done so.
+    void ringLetGo();
+    /// Tells the client that the stream is gone.
+    void sayRemoved();
+
+    // Mixing ---------------------------------------------------------------------
+    /// At once before the first sound after a start.
+    void setGains(const StreamGains& gains, const RampFrames& ramp) {
+        mGains.set(gains, mHasSounded ? ramp : RampFrames());
+    }
+    /// Whether the gains leave nothing of it.
+    [[nodiscard]] bool isSilenced() const { return mGains.isSilent(); }
+    /// Adds the next frames to `mix`, at most as many as fit. At a steady pace a stream that has
+    /// run dry comes back with a whole period, or with less when nothing more came for a period.
+    /// @param mix          whole frames of the output
+    /// @param outputFrame  position of the mix in the output
+    /// @param isSteady     whether the output goes on when the stream does not
+    /// @return frames added
+    std::size_t addTo(std::span<float> mix, std::uint64_t outputFrame, bool isSteady);
+    /// What was added last has been played: tells the client if that was the end.
+    void played();
+
+    // For everybody who looks -------------------------------------------------------
+    [[nodiscard]] Client& client() const { return mClient; }
+    [[nodiscard]] const StreamRecord& record() const { return *mRecord; }
+    [[nodiscard]] bool isSink() const { return mRecord->tag == AUDIO_TAG_MAIN; }
+    /// Null while the client has none.
+    [[nodiscard]] const StreamRing* ring() const { return mRing.get(); }
+    /// Null for a POSIX ring, which is no matter of offers.
+    [[nodiscard]] const RingOffer* ringOffer() const { return mOffer ? &*mOffer : nullptr; }
+    [[nodiscard]] bool isActive() const { return mState == ACTIVE; }
+    [[nodiscard]] bool isWriteDone() const { return mIsWriteDone; }
+    [[nodiscard]] float keyShift() const { return mKeyShift; }
+
+private:
+    enum class Flow { Dry, Filling, Flowing };
+
+    void dropRing();
+    [[nodiscard]] bool isCutOff() const { return !mRing || (mOffer && mOffer->isLettingGo()); }
+    bool isReady(std::size_t wantedFrames);
+    std::size_t addDue(std::span<float> mix, std::size_t wanted, std::uint64_t outputFrame);
+    std::size_t pull(std::size_t frames);
+    std::size_t pullDirectly(std::size_t frames);
+    std::size_t pullConverted(std::size_t frames);
+    [[nodiscard]] std::size_t inputFor(std::size_t outputFrames) const;
+    void take(const StreamRing::View& view, std::size_t frames);
+    void account(std::uint64_t outputFrame, std::uint64_t streamFrame, std::size_t frames);
+    void beginSound();
+    std::size_t beSilent();
+
+    // Set at construction.
+    Client& mClient;
+    std::shared_ptr<StreamRecord> mRecord;
+    std::unique_ptr<StreamRing> mRing;
+    std::function<std::unique_ptr<StreamRing>()> mMakeRing;
+    std::unique_ptr<WavFile> mStem;
+    std::uint32_t mOutputRate;
+    unsigned mOutputChannels;
+    GainMatrix mGains;
+    std::function<void()> mOnChange;
+    std::optional<RingOffer> mOffer;  // of a physical ring
+
+    std::optional<RateConverter> mConverter;  // where the rates differ
+    AudioStreamState mState = IDLE;
+    bool mIsWriteDone = false;
+    bool mIsEnded = false;     // the last sample has been added to the mix
+    bool mIsFinished = false;  // and the client has been told
+    Flow mFlow = Flow::Dry;
+    bool mHasSounded = false;            // since start
+    bool mIsContinued = false;           // nothing was lost since the last run of frames
+    std::uint64_t mSoundStart = 0;       // frame of the stream that was the first after start
+    std::uint64_t mConvertedFrames = 0;  // output frames since then
+    float mKeyShift = 1.0F;
+    std::vector<float> mInput;   // one piece of the ring, decoded
+    std::vector<float> mPulled;  // in the output's rate and the stream's channels
+};
+
+}  // namespace cabinaudio::server
