@@ -3,6 +3,7 @@
 #include <cabinaudio/foundation/AudioTime.h>
 #include <cabinaudio/shm/ShareMemory.h>
 
+#include "foundation/LibraryClock.h"
 #include "foundation/Log.h"
 #include "shm/Mapping.h"
 #include "shm/RingAccess.h"
@@ -36,9 +37,6 @@ constexpr long kReceiverWakeIntervalMs = 10;
 
 // Header of an object without a mapping; stays all zeros.
 constinit RingHeader gNoRing{};
-
-// Clock of AudioTime::now(), which looks it up in each call. The same for all rings of a process.
-constinit std::atomic<clockid_t> gClock{CLOCK_MONOTONIC};
 
 bool hasKnownType(const ShareMemoryHandle* hdl) {
     return hdl->type == SHM_TYPE_PHYS_MEM || hdl->type == SHM_TYPE_POSIX_SHM;
@@ -198,7 +196,7 @@ void copyBytes(unsigned char* to, const unsigned char* from, std::uint32_t lengt
 /// Milliseconds of AudioTime::now(), with divisions of 32 bits only.
 inline std::uint64_t milliseconds() {
     struct timespec now;
-    if (clock_gettime(gClock.load(std::memory_order_relaxed), &now) != 0) [[unlikely]]
+    if (clock_gettime(gLibraryClock.load(std::memory_order_relaxed), &now) != 0) [[unlikely]]
         now = timeOfBrokenClock();
     return static_cast<std::uint64_t>(now.tv_sec) * 1000 +
            static_cast<std::uint32_t>(now.tv_nsec) / 1000000;
@@ -325,8 +323,7 @@ ShareMemoryEx::ShareMemoryEx(shm_type_t type, const char* name, const unsigned c
     hdl->callback = callback;
     hdl->cacheFd = -1;
     hdl->needCache = type == SHM_TYPE_PHYS_MEM;
-    gClock.store(AudioTime::advancedTimeoutPolicy() ? CLOCK_MONOTONIC : CLOCK_REALTIME,
-                 std::memory_order_relaxed);
+    chosenClock();  // makes the choice that milliseconds() only reads
     if (name == nullptr) name = "";
     if (hdl->phys == 0)
         std::snprintf(hdl->name, sizeof(hdl->name), "%s", name);
