@@ -40,4 +40,9 @@ struct ShareMemoryHandle {
     ShmUpdateNotificationRecevier* receiver;
     cabinaudio::sem_t* recevierSem;
     ShareMemoryUpdateNotificationCallback* callback;
+
+    [[nodiscard]] bool hasKnownType() const {
+        return type == SHM_TYPE_PHYS_MEM || type == SHM_TYPE_POSIX_SHM;
+    }
+    [[nodiscard]] bool isMapped() const { return hdr != nullptr && data != nullptr; }
 };
