@@ -19,8 +19,6 @@ constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
 constexpr time_t kLastSecond = std::numeric_limits<time_t>::max();
 constexpr time_t kFirstSecond = std::numeric_limits<time_t>::min();
 
-constexpr clockid_t kNotChosen = -1;
-
 bool semaphoresCanWaitOnTheMonotonicClock() {
     if (sem_clockwait == nullptr || gnu_get_libc_version == nullptr) return false;
     const char* const version = gnu_get_libc_version();
@@ -28,20 +26,15 @@ bool semaphoresCanWaitOnTheMonotonicClock() {
     return version != nullptr && std::strcmp(version, "2.30") >= 0;
 }
 
-clockid_t chooseClock() {
-    const clockid_t clock =
-        semaphoresCanWaitOnTheMonotonicClock() ? CLOCK_MONOTONIC : CLOCK_REALTIME;
-    cabinaudio::gLibraryClock.store(clock, std::memory_order_relaxed);
-    return clock;
-}
-
 }  // namespace
 
-constinit std::atomic<clockid_t> cabinaudio::gLibraryClock{kNotChosen};
+constinit std::atomic<clockid_t> cabinaudio::gLibraryClock{CLOCK_NOT_CHOSEN};
 
-clockid_t cabinaudio::chosenClock() {
-    const clockid_t clock = gLibraryClock.load(std::memory_order_relaxed);
-    return clock != kNotChosen ? clock : chooseClock();
+clockid_t cabinaudio::chooseClock() {
+    const clockid_t clock =
+        semaphoresCanWaitOnTheMonotonicClock() ? CLOCK_MONOTONIC : CLOCK_REALTIME;
+    gLibraryClock.store(clock, std::memory_order_relaxed);
+    return clock;
 }
 
 AudioTime::AudioTime() : mTime() {
