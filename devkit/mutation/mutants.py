@@ -248,8 +248,10 @@ _in("shm/RingNames.cpp",
     ("a name of the other side", "((one.mode ^ other.mode) & SHM_MODE_CREATOR) == 0 &&", ""),
     ("another name", " &&\n           std::strcmp(one.name, other.name) == 0", ""),
     ("a name that goes after the decision",
-     "    const std::lock_guard lock(gLock);\n    const bool used = leaveList(hdl);\n",
-     "    gLock.lock();\n    const bool used = leaveList(hdl);\n    gLock.unlock();\n"))
+     "    const ConstantMutex::AutoLock lock(gRingNamesLock);\n"
+     "    const bool used = leaveList(hdl);\n",
+     "    gRingNamesLock.lock();\n    const bool used = leaveList(hdl);\n"
+     "    gRingNamesLock.unlock();\n"))
 
 _in("shm/RingAccess.cpp",
     ("an incomplete ring is announced", "hdl.isMapped() && (!hdl.needCache || hdl.cacheFd >= 0)",
