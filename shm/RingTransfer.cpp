@@ -121,7 +121,7 @@ inline int finishWrite(RingHeader& ring, std::uint32_t count) {
 }
 
 /// Hides the value's origin from a compiler for 64 bits, which otherwise keeps the value and its
-/// lower half over a call, or computes the half a second time: four instructions more for a write
+/// lower half over a call, or computes the half a second time: six instructions more for a write
 /// and a read.
 inline std::size_t opaque(std::size_t value) {
     if constexpr (sizeof(value) > sizeof(std::uint32_t)) asm("" : "+r"(value));
