@@ -63,7 +63,9 @@ AudioDump::~AudioDump() {
     _deinit();
 }
 
-void AudioDump::write(const unsigned char* data, unsigned len) {
+// Without the lock, because this is in the way of each transfer: the caller does not resume during
+// a write.
+void AudioDump::write(const unsigned char* data, unsigned len) CABINAUDIO_UNCHECKED_LOCKING {
     if (!mEnabled || !mFile.is_open() || !mRunning || data == nullptr || len == 0) return;
     mFile.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(len));
 }

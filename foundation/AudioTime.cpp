@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/foundation/AudioTime.h>
 
+#include "foundation/LibraryClock.h"
 #include "foundation/Log.h"
 #include "foundation/WeakLibc.h"
 
 #include <sys/select.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <limits>
@@ -19,10 +19,6 @@ constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
 constexpr time_t kLastSecond = std::numeric_limits<time_t>::max();
 constexpr time_t kFirstSecond = std::numeric_limits<time_t>::min();
 
-// Chosen once: every time stamp of a process must be of the same clock.
-constexpr clockid_t kNotChosen = -1;
-constinit std::atomic<clockid_t> gClock{kNotChosen};
-
 bool semaphoresCanWaitOnTheMonotonicClock() {
     if (sem_clockwait == nullptr || gnu_get_libc_version == nullptr) return false;
     const char* const version = gnu_get_libc_version();
@@ -30,26 +26,23 @@ bool semaphoresCanWaitOnTheMonotonicClock() {
     return version != nullptr && std::strcmp(version, "2.30") >= 0;
 }
 
-clockid_t chooseClock() {
+}  // namespace
+
+constinit std::atomic<clockid_t> cabinaudio::gLibraryClock{CLOCK_NOT_CHOSEN};
+
+clockid_t cabinaudio::chooseClock() {
     const clockid_t clock =
         semaphoresCanWaitOnTheMonotonicClock() ? CLOCK_MONOTONIC : CLOCK_REALTIME;
-    gClock.store(clock, std::memory_order_relaxed);
+    gLibraryClock.store(clock, std::memory_order_relaxed);
     return clock;
 }
-
-clockid_t chosenClock() {
-    const clockid_t clock = gClock.load(std::memory_order_relaxed);
-    return clock != kNotChosen ? clock : chooseClock();
-}
-
-}  // namespace
 
 AudioTime::AudioTime() : mTime() {
     now(&mTime);
 }
 
 void AudioTime::now(struct timespec* ts) {
-    if (clock_gettime(chosenClock(), ts) == 0) return;
+    if (clock_gettime(cabinaudio::chosenClock(), ts) == 0) return;
     const int error = errno;
     AUDIO_LOGE("Fail to get clock time, error:%s(%d).\n", std::strerror(error), error);
 }
@@ -90,5 +83,5 @@ std::int32_t AudioTime::sleep(std::uint64_t us) {
 }
 
 bool AudioTime::advancedTimeoutPolicy() {
-    return chosenClock() == CLOCK_MONOTONIC;
+    return cabinaudio::chosenClock() == CLOCK_MONOTONIC;
 }

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0
  *
- * The ring between its two sides (shm/ShareMemory.cpp: read(), write(), readInPieces(),
+ * The ring between its two sides (shm/RingTransfer.cpp: read(), write(), readInPieces(),
  * writeInPieces()) on a machine that delays stores and loads: a side's stores reach the other one
  * later and in any order, unless a barrier stands between; loads are done early or late in the
  * same way. Both offsets go round the ring's end several times. Each byte has to arrive, once, in

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// peek() is in ShareMemory.cpp, beside read().
+// peek() is in RingTransfer.cpp, beside read().
 #include "shm/RingAccess.h"
 
 #include <cabinaudio/shm/ShareMemory.h>
@@ -16,8 +16,7 @@ namespace cabinaudio {
 namespace {
 
 bool complete(const ShareMemoryHandle& hdl) {
-    const bool mapped = hdl.hdr != nullptr && hdl.data != nullptr;
-    return mapped && (!hdl.needCache || hdl.cacheFd >= 0);
+    return hdl.isMapped() && (!hdl.needCache || hdl.cacheFd >= 0);
 }
 
 /// Whether the ring's name stands for the mapped object, in the length that was mapped.

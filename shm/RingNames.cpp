@@ -6,13 +6,14 @@
 #include <sys/mman.h>
 
 #include <cstring>
-#include <mutex>
 
 namespace cabinaudio {
+
+constinit ConstantMutex gRingNamesLock;
+
 namespace {
 
-constinit std::mutex gLock;
-constinit ShareMemoryHandle* gYoungest = nullptr;  // guarded by gLock, as every `older`
+constinit ShareMemoryHandle* gYoungest CABINAUDIO_GUARDED_BY(gRingNamesLock) = nullptr;
 
 bool sameNameAndSide(const ShareMemoryHandle& one, const ShareMemoryHandle& other) {
     return ((one.mode ^ other.mode) & SHM_MODE_CREATOR) == 0 &&
@@ -20,7 +21,7 @@ bool sameNameAndSide(const ShareMemoryHandle& one, const ShareMemoryHandle& othe
 }
 
 /// Takes the ring out of the list. @return whether a younger ring uses its name
-bool leaveList(ShareMemoryHandle& hdl) {
+bool leaveList(ShareMemoryHandle& hdl) CABINAUDIO_REQUIRES(gRingNamesLock) {
     bool used = false;
     ShareMemoryHandle** link = &gYoungest;
     for (; *link != &hdl; link = &(*link)->older)
@@ -32,14 +33,14 @@ bool leaveList(ShareMemoryHandle& hdl) {
 }  // namespace
 
 void addRingName(ShareMemoryHandle& hdl) {
-    const std::lock_guard lock(gLock);
+    const ConstantMutex::AutoLock lock(gRingNamesLock);
     hdl.older = gYoungest;
     gYoungest = &hdl;
 }
 
 bool dropRingName(ShareMemoryHandle& hdl) {
     // The name goes under the lock: a ring that is added afterwards opens its object afterwards.
-    const std::lock_guard lock(gLock);
+    const ConstantMutex::AutoLock lock(gRingNamesLock);
     const bool used = leaveList(hdl);
     return used || hdl.keepsName || shm_unlink(hdl.name) == 0;
 }

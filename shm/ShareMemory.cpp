@@ -1,316 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/foundation/AudioMemory.h>
-#include <cabinaudio/foundation/AudioTime.h>
 #include <cabinaudio/shm/ShareMemory.h>
 
+#include "foundation/LibraryClock.h"
 #include "foundation/Log.h"
-#include "shm/Mapping.h"
-#include "shm/RingAccess.h"
-#include "shm/RingCore.h"
+#include "shm/RingMapping.h"
 #include "shm/RingNames.h"
+#include "shm/RingReceiver.h"
 #include "shm/ShareMemoryHandle.h"
-#include "shm/SharedSemaphore.h"
-#include "shm/ShmUpdateNotificationRecevier.h"
 #include "wire/Ring.h"
 
-#include <fcntl.h>
-#include <sys/ioctl.h>
-#include <sys/mman.h>
-#include <unistd.h>
-
-#include <cerrno>
+#include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <new>
 #include <type_traits>
 
-namespace cabinaudio {
+using namespace cabinaudio;
+
 namespace {
 
-using wire::RingHeader;
-
-constexpr const char* kCacheDevice = "/dev/cache";
-
-// A receiver that has not ended is woken again after each such time.
-constexpr long kReceiverWakeIntervalMs = 10;
-
 // Header of an object without a mapping; stays all zeros.
-constinit RingHeader gNoRing{};
-
-// Clock of AudioTime::now(), which looks it up in each call. The same for all rings of a process.
-constinit std::atomic<clockid_t> gClock{CLOCK_MONOTONIC};
-
-bool hasKnownType(const ShareMemoryHandle* hdl) {
-    return hdl->type == SHM_TYPE_PHYS_MEM || hdl->type == SHM_TYPE_POSIX_SHM;
-}
-
-bool mapped(const ShareMemoryHandle* hdl) {
-    return hdl->hdr != nullptr && hdl->data != nullptr;
-}
-
-void openEmpty(RingHeader& ring, std::uint32_t size) {
-    storeRelaxed<std::uint32_t>(ring.readOffset, 0);
-    storeRelaxed<std::uint32_t>(ring.writeOffset, 0);
-    storeRelaxed<std::uint64_t>(ring.updateTime, 0);
-    storeRelaxed<std::uint8_t>(ring.wait, 0);
-    // Last: without a size the ring has neither data nor space.
-    storeRelease(ring.size, size);
-}
-
-// The conditions in AUDIO_IGNORE are part of its texts.
-// clang-format off
-
-bool createShmMap(ShareMemoryHandle* hdl, const char* name) {
-    if (hdl->type == SHM_TYPE_PHYS_MEM) {
-        if (!mapPhysicalMemory(hdl, AUDIO_LOG_SITE)) return false;
-        const int fd = openObject(hdl, AUDIO_LOG_SITE);
-        if (fd < 0) return false;
-        AUDIO_IGNORE(0==ftruncate(fd, sizeof(*hdl->hdr)));
-        if (!mapHeader(hdl, fd, sizeof(*hdl->hdr), AUDIO_LOG_SITE)) return false;
-    } else if (hdl->type == SHM_TYPE_POSIX_SHM) {
-        const int fd = openObject(hdl, AUDIO_LOG_SITE);
-        if (fd < 0) return false;
-        // Deliberate: either side sets the length, and the last one's holds.
-        const off_t len = objectLength(*hdl);
-        AUDIO_IGNORE(0==ftruncate(fd, len));
-        if (!mapHeader(hdl, fd, len, AUDIO_LOG_SITE)) return false;
-        hdl->data = reinterpret_cast<unsigned char*>(hdl->hdr + 1);
-    } else {
-        AUDIO_LOGE("invalid type:%d\n", static_cast<int>(hdl->type));
-        return false;
-    }
-    if ((hdl->mode & SHM_MODE_CREATOR) != 0) {
-        AUDIO_IGNORE(0==sem_init((sem_t *)&hdl->hdr->readSem, 1, 0));
-        AUDIO_IGNORE(0==sem_init((sem_t *)&hdl->hdr->writeSem, 1, 0));
-        // The other side may have mapped first and sleep already; the new semaphores do not count it.
-        semaphoreWakeSleepers((sem_t *)&hdl->hdr->readSem);
-        semaphoreWakeSleepers((sem_t *)&hdl->hdr->writeSem);
-        openEmpty(*hdl->hdr, hdl->len);
-    }
-    if (hdl->needCache) {
-        hdl->cacheFd = open(kCacheDevice, O_RDWR | O_CLOEXEC);
-        if (hdl->cacheFd < 0) {
-            AUDIO_LOGE("open %s failed\n", kCacheDevice);
-            return false;
-        }
-    }
-    AUDIO_LOGI("[%s] shared memory mmap success: virAddr:%p size:%d virAddrEnd:%p\n", name,
-               static_cast<void*>(hdl->data), static_cast<int>(hdl->len),
-               static_cast<void*>(hdl->data + hdl->len));
-    return true;
-}
-
-void destroyShmMap(ShareMemoryHandle* hdl) {
-    if (!hasKnownType(hdl)) {
-        AUDIO_LOGE("invalid type:%u\n", static_cast<unsigned>(hdl->type));
-        return;
-    }
-    if (hdl->type == SHM_TYPE_PHYS_MEM && hdl->data != nullptr)
-        unmapPhysicalMemory(hdl, AUDIO_LOG_SITE);
-    if (hdl->hdr != nullptr) {
-        if ((hdl->mode & SHM_MODE_CREATOR) != 0 && hdl->callback != nullptr) {
-            AUDIO_IGNORE(0==sem_destroy((sem_t *)&hdl->hdr->readSem));
-            AUDIO_IGNORE(0==sem_destroy((sem_t *)&hdl->hdr->writeSem));
-        }
-        unmapHeader(hdl, AUDIO_LOG_SITE);
-    }
-    if (hdl->cacheFd >= 0) close(hdl->cacheFd);
-    if (!dropRingName(*hdl)) AUDIO_LOGD("AUDIO IGNORE(0==shm_unlink(hdl->name))!\n");
-}
-
-void initShmNotificationReceiver(ShareMemoryHandle* hdl) {
-    if ((hdl->mode & SHM_MODE_READER) != 0) {
-        hdl->recevierSem = (sem_t *)&hdl->hdr->readSem;
-        storeRelaxed<std::uint8_t>(hdl->hdr->readNotify, 1);
-    } else if ((hdl->mode & SHM_MODE_WRITER) != 0) {
-        hdl->recevierSem = (sem_t *)&hdl->hdr->writeSem;
-        storeRelaxed<std::uint8_t>(hdl->hdr->writeNotify, 1);
-    } else {
-        AUDIO_LOGE("invalid mode:0x%x\n", hdl->mode);
-        return;
-    }
-    semaphoreShare(hdl->recevierSem);
-    hdl->receiver = new (std::nothrow)
-        ShmUpdateNotificationRecevier(hdl->name, hdl->recevierSem, hdl->callback);
-    if (hdl->receiver != nullptr) hdl->receiver->launch();
-}
-
-void uninitShmNotificationReceiver(ShareMemoryHandle* hdl) {
-    ShmUpdateNotificationRecevier* const receiver = hdl->receiver;
-    receiver->prepareStop();
-    AUDIO_IGNORE(!sem_post(hdl->recevierSem));
-    if (receiver->isCaller()) {
-        // Called out of notify(): join() says so. The body needs the object until it returns.
-        receiver->join();
-        receiver->leaveToBody();
-        return;
-    }
-    // The other side may have initialised the semaphore under the sleeping receiver, which no post
-    // reaches then, or taken the post away.
-    semaphoreWakeSleepers(hdl->recevierSem);
-    while (!receiver->waitForBodysEnd(kReceiverWakeIntervalMs)) {
-        if (!semaphoreHasPost(hdl->recevierSem)) AUDIO_IGNORE(!sem_post(hdl->recevierSem));
-        semaphoreWakeSleepers(hdl->recevierSem);
-    }
-    receiver->join();
-    delete receiver;
-}
-
-// clang-format on
-
-// ---- moving bytes --------------------------------------------------------------------------
-
-wire::CacheRange rangeOf(const unsigned char* start, std::uint32_t length) {
-    return {static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(start)), length};
-}
-
-void cache_invalidate(const ShareMemoryHandle* hdl, const unsigned char* start,
-                      std::uint32_t length) {
-    if (hdl->cacheFd < 0) {
-        AUDIO_LOGE("invalid gCachefd\n");
-        return;
-    }
-    wire::CacheRange range = rangeOf(start, length);
-    const int result = ioctl(hdl->cacheFd, wire::CACHE_INVALIDATE, &range);
-    if (result != 0) AUDIO_LOGE("cache invalidate failed(%d)\n", result);
-}
-
-void cache_clean(const ShareMemoryHandle* hdl, const unsigned char* start, std::uint32_t length) {
-    if (hdl->cacheFd < 0) {
-        AUDIO_LOGE("invalid gCachefd\n");
-        return;
-    }
-    wire::CacheRange range = rangeOf(start, length);
-    const int result = ioctl(hdl->cacheFd, wire::CACHE_CLEAN, &range);
-    if (result != 0) AUDIO_LOGE("cache clean failed(%d)\n", result);
-}
-
-void copyBytes(unsigned char* to, const unsigned char* from, std::uint32_t length) {
-    if (length != 0) std::memcpy(to, from, length);  // the caller's pointer may be null then
-}
-
-[[gnu::noinline, gnu::cold]] struct timespec timeOfBrokenClock() {
-    struct timespec now = {};
-    AudioTime::now(&now);  // logs the failure
-    return now;
-}
-
-/// Milliseconds of AudioTime::now(), with divisions of 32 bits only.
-inline std::uint64_t milliseconds() {
-    struct timespec now;
-    if (clock_gettime(gClock.load(std::memory_order_relaxed), &now) != 0) [[unlikely]]
-        now = timeOfBrokenClock();
-    return static_cast<std::uint64_t>(now.tv_sec) * 1000 +
-           static_cast<std::uint32_t>(now.tv_nsec) / 1000000;
-}
-
-inline void stampUpdate(RingHeader& ring) {
-    storeRelaxed(ring.updateTime, milliseconds());
-}
-
-/// @param function  operation that the failure is logged for
-[[gnu::noinline]] void post(wire::SemaphoreSlot& slot, const char* function) {
-    if (sem_post((sem_t*)&slot) == 0) return;
-    LogSite site = AUDIO_LOG_SITE;
-    site.function = function;
-    AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "sem_post failed:%s\n", std::strerror(errno));
-}
-
-/// Copies out of any ring. taken(offset) is called with each piece's end once it has been copied.
-template <typename Taken>
-inline std::uint32_t copyOut(const ShareMemoryHandle* hdl, RingState state, unsigned char* dst,
-                             std::uint32_t len, Taken taken) {
-    if (!state.possible(hdl->len)) return 0;
-    const std::uint32_t count = std::min(state.used(), len);
-    forEachPiece(state.read, count, state.size,
-                 [&](std::uint32_t offset, std::uint32_t bytes, std::uint32_t next) {
-                     const unsigned char* const from = hdl->data + offset;
-                     if (hdl->needCache) cache_invalidate(hdl, from, bytes);
-                     copyBytes(dst, from, bytes);
-                     dst += bytes;
-                     taken(next);
-                 });
-    return count;
-}
-
-std::uint32_t readInPieces(const ShareMemoryHandle* hdl, RingState state, unsigned char* dst,
-                           std::uint32_t len) {
-    return copyOut(hdl, state, dst, len,
-                   [hdl](std::uint32_t next) { storeRelease(hdl->hdr->readOffset, next); });
-}
-
-/// Copies into any ring.
-std::uint32_t writeInPieces(const ShareMemoryHandle* hdl, RingState state, const unsigned char* src,
-                            std::uint32_t len) {
-    if (!state.possible(hdl->len)) return 0;
-    const std::uint32_t count = std::min(state.free(), len);
-    forEachPiece(state.write, count, state.size,
-                 [&](std::uint32_t offset, std::uint32_t bytes, std::uint32_t next) {
-                     unsigned char* const to = hdl->data + offset;
-                     copyBytes(to, src, bytes);
-                     if (hdl->needCache) cache_clean(hdl, to, bytes);
-                     src += bytes;
-                     storeRelease(hdl->hdr->writeOffset, next);
-                 });
-    return count;
-}
-
-// The ends of a transfer of `count` bytes; each gives the operation's result.
-
-inline int finishRead(RingHeader& ring, std::uint32_t count) {
-    if (loadRelaxed(ring.writeNotify) != 0) [[unlikely]]
-        post(ring.writeSem, "read");
-    return static_cast<int>(count);
-}
-
-inline int finishWrite(RingHeader& ring, std::uint32_t count) {
-    stampUpdate(ring);
-    if (loadRelaxed(ring.readNotify) != 0) [[unlikely]]
-        post(ring.readSem, "write");
-    return static_cast<int>(count);
-}
-
-// read() and write() of any ring. They look at the header anew.
-
-[[gnu::noinline]] int readAnyhow(const ShareMemoryHandle* hdl, unsigned char* dst,
-                                 std::uint32_t len) {
-    if (!mapped(hdl)) return 0;
-    return finishRead(*hdl->hdr, readInPieces(hdl, RingState::of(*hdl->hdr), dst, len));
-}
-
-[[gnu::noinline]] int writeAnyhow(const ShareMemoryHandle* hdl, const unsigned char* src,
-                                  std::uint32_t len) {
-    if (!mapped(hdl)) return 0;
-    return finishWrite(*hdl->hdr, writeInPieces(hdl, RingState::of(*hdl->hdr), src, len));
-}
-
-/// Hides the value's origin from the optimiser, which otherwise keeps the value's parts over a call
-/// and computes it, or its lower half, a second time.
-inline std::size_t opaque(std::size_t value) {
-    asm("" : "+r"(value));
-    return value;
-}
-
-/// The same on 32 bits only, where the optimiser joins comparisons into one branch that takes more
-/// instructions than a branch for each.
-inline std::size_t apart(std::size_t value) {
-    return sizeof(value) == sizeof(std::uint32_t) ? opaque(value) : value;
-}
-
-/// Whether an offset and a length, added as std::size_t, may have lost a carry.
-inline bool wrapped(std::size_t sum, std::uint32_t offset) {
-    return sizeof(sum) == sizeof(offset) && sum < offset;
-}
-
-/// Data of a ring whose data lies behind its header.
-inline unsigned char* dataBehind(RingHeader& ring) {
-    return reinterpret_cast<unsigned char*>(&ring + 1);
-}
+constinit wire::RingHeader gNoRing{};
 
 }  // namespace
-}  // namespace cabinaudio
-
-using namespace cabinaudio;
 
 ShareMemoryEx::ShareMemoryEx(shm_type_t type, const char* name, const unsigned char* addr,
                              unsigned size, unsigned mode,
@@ -325,8 +37,7 @@ ShareMemoryEx::ShareMemoryEx(shm_type_t type, const char* name, const unsigned c
     hdl->callback = callback;
     hdl->cacheFd = -1;
     hdl->needCache = type == SHM_TYPE_PHYS_MEM;
-    gClock.store(AudioTime::advancedTimeoutPolicy() ? CLOCK_MONOTONIC : CLOCK_REALTIME,
-                 std::memory_order_relaxed);
+    chosenClock();  // makes the choice that a write's time stamp only reads
     if (name == nullptr) name = "";
     if (hdl->phys == 0)
         std::snprintf(hdl->name, sizeof(hdl->name), "%s", name);
@@ -334,10 +45,10 @@ ShareMemoryEx::ShareMemoryEx(shm_type_t type, const char* name, const unsigned c
         std::snprintf(hdl->name, sizeof(hdl->name), "%s_%p", name,
                       reinterpret_cast<void*>(std::uintptr_t{hdl->phys}));
 
-    if (hasKnownType(hdl)) addRingName(*hdl);
+    if (hdl->hasKnownType()) addRingName(*hdl);
     const bool complete = createShmMap(hdl, name);
-    hdl->ring = mapped(hdl) ? hdl->hdr : &gNoRing;
-    hdl->plainLimit = mapped(hdl) && type == SHM_TYPE_POSIX_SHM ? size : 0;
+    hdl->ring = hdl->isMapped() ? hdl->hdr : &gNoRing;
+    hdl->plainLimit = hdl->isMapped() && type == SHM_TYPE_POSIX_SHM ? size : 0;
     if (complete && callback != nullptr) initShmNotificationReceiver(hdl);
 }
 
@@ -348,133 +59,4 @@ ShareMemoryEx::~ShareMemoryEx() {
     destroyShmMap(hdl);
     static_assert(std::is_trivially_destructible_v<ShareMemoryHandle>);
     AudioNormalFree(hdl);
-}
-
-unsigned ShareMemoryEx::getTotalSize() {
-    return loadAcquire(mHandle->ring->size);
-}
-
-unsigned ShareMemoryEx::getUsedSize() {
-    const RingState state = RingState::of(*mHandle->ring);
-    return state.possible(mHandle->len) ? state.used() : 0;
-}
-
-unsigned ShareMemoryEx::getFreeSize() {
-    const RingState state = RingState::of(*mHandle->ring);
-    return state.possible(mHandle->len) ? state.free() : 0;
-}
-
-unsigned ShareMemoryEx::getReadOffset() {
-    return loadAcquire(mHandle->ring->readOffset);
-}
-
-unsigned ShareMemoryEx::getWriteOffset() {
-    return loadAcquire(mHandle->ring->writeOffset);
-}
-
-// Here and in write(): a copy of 0 bytes may have no address.
-__attribute__((no_sanitize("nonnull-attribute"))) int ShareMemoryEx::read(unsigned char* dst,
-                                                                          unsigned len) {
-    const ShareMemoryHandle* const hdl = mHandle;
-    RingHeader& ring = *hdl->ring;
-    const std::size_t count = opaque(len);
-    const std::uint32_t size = loadAcquire(ring.size);
-    const std::uint32_t r = loadRelaxed(ring.readOffset);
-    const std::uint32_t w = loadAcquire(ring.writeOffset);
-    // The short way: a plain ring, and all of `len` lies in one piece between the offsets. This
-    // also shows that they are possible ones.
-    const std::size_t end = opaque(r + count);
-    if (wrapped(end, r) || apart(end) > w || apart(w) >= size || size > hdl->plainLimit)
-        [[unlikely]]
-        return readAnyhow(hdl, dst, static_cast<std::uint32_t>(count));
-    std::memcpy(dst, dataBehind(ring) + r, count);
-    storeRelease(ring.readOffset, static_cast<std::uint32_t>(end));
-    return finishRead(ring, static_cast<std::uint32_t>(count));
-}
-
-__attribute__((no_sanitize("nonnull-attribute"))) int ShareMemoryEx::write(const unsigned char* src,
-                                                                           unsigned len) {
-    const ShareMemoryHandle* const hdl = mHandle;
-    RingHeader& ring = *hdl->ring;
-    const std::size_t count = opaque(len);
-    const std::uint32_t size = loadAcquire(ring.size);
-    const std::uint32_t r = loadAcquire(ring.readOffset);
-    const std::uint32_t w = loadRelaxed(ring.writeOffset);
-    // The short way: a plain ring, and `len` fits behind the data, short of the ring's end.
-    const std::size_t end = opaque(w + count);
-    if (r > w || wrapped(apart(end), w) || apart(end) >= size || size > hdl->plainLimit)
-        [[unlikely]]
-        return writeAnyhow(hdl, src, static_cast<std::uint32_t>(count));
-    std::memcpy(dataBehind(ring) + w, src, count);
-    storeRelease(ring.writeOffset, static_cast<std::uint32_t>(end));
-    return finishWrite(ring, static_cast<std::uint32_t>(count));
-}
-
-unsigned RingAccess::peek(const ShareMemoryEx& ring, unsigned char* dst, unsigned len) {
-    const ShareMemoryHandle* const hdl = ring.mHandle;
-    if (!mapped(hdl)) return 0;
-    return copyOut(hdl, RingState::of(*hdl->ring), dst, len, [](std::uint32_t) {});
-}
-
-void ShareMemoryEx::updateReadOffset(unsigned offset) {
-    if (!mapped(mHandle)) return;
-    RingHeader& ring = *mHandle->ring;
-    storeRelease(ring.readOffset, offset);
-    stampUpdate(ring);
-    // Against setWait(): either this sees the flag or the writing side sees the space.
-    std::atomic_thread_fence(std::memory_order_seq_cst);
-    // Deliberate: read() posts without looking at `wait`, this does not.
-    if (loadRelaxed(ring.writeNotify) != 0 && loadRelaxed(ring.wait) != 0)
-        post(ring.writeSem, __func__);
-}
-
-void ShareMemoryEx::updateWriteOffset(unsigned offset) {
-    if (!mapped(mHandle)) return;
-    RingHeader& ring = *mHandle->ring;
-    storeRelease(ring.writeOffset, offset);
-    stampUpdate(ring);
-    if (loadRelaxed(ring.readNotify) != 0) post(ring.readSem, __func__);
-}
-
-void ShareMemoryEx::getNextBuffer(audio_buffer_provider_t& buffer) {
-    if (!mapped(mHandle)) return;
-    const RingState state = RingState::of(*mHandle->ring);
-    const bool possible = state.possible(mHandle->len);
-    buffer.data = mHandle->data + (possible ? state.read : 0);
-    buffer.length = possible ? state.usedInOnePiece() : 0;
-}
-
-void ShareMemoryEx::releaseBuffer(const audio_buffer_provider_t& buffer) {
-    if (!mapped(mHandle)) return;
-    RingHeader& ring = *mHandle->ring;
-    const std::uint32_t size = loadAcquire(ring.size);
-    if (size == 0) return;
-    std::uint32_t offset = loadRelaxed(ring.readOffset) + buffer.length;
-    if (offset >= size) offset -= size;
-    if (offset >= size) offset %= size;  // lengths that getNextBuffer() does not give
-    storeRelease(ring.readOffset, offset);
-}
-
-void ShareMemoryEx::clear() {
-    if (!mapped(mHandle)) return;
-    storeRelease<std::uint32_t>(mHandle->ring->readOffset, 0);
-    storeRelease<std::uint32_t>(mHandle->ring->writeOffset, 0);
-}
-
-bool ShareMemoryEx::isUsable() {
-    return mapped(mHandle);
-}
-
-std::uint64_t ShareMemoryEx::getUpdateTime() {
-    return loadRelaxed(mHandle->hdr->updateTime);
-}
-
-void ShareMemoryEx::setWait(bool wait) {
-    storeRelaxed<std::uint8_t>(mHandle->hdr->wait, wait ? 1 : 0);
-    // Against updateReadOffset(): the caller looks at the free space next.
-    std::atomic_thread_fence(std::memory_order_seq_cst);
-}
-
-bool ShareMemoryEx::getWait() {
-    return loadRelaxed(mHandle->hdr->wait) != 0;
 }

@@ -3,6 +3,7 @@
 
 #include <cabinaudio/shm/ShareMemory.h>
 
+#include "shm/ConstantMutex.h"
 #include "shm/SharedSemaphore.h"
 #include "wire/Ring.h"
 
@@ -13,10 +14,16 @@
 
 class ShmUpdateNotificationRecevier;
 
-/// One side's view of a ring. Constant between construction and destruction, but for `older` and
-/// `keepsName`.
+namespace cabinaudio {
+
+/// Lock of the list of ring names; see RingNames.h.
+CABINAUDIO_LOCAL extern ConstantMutex gRingNamesLock;
+
+}  // namespace cabinaudio
+
+/// One side's view of a ring.
 struct ShareMemoryHandle {
-    // For transfers: never null, a header of zeros when nothing is mapped.
+    // Set at construction. For transfers: never null, a header of zeros when nothing is mapped.
     cabinaudio::wire::RingHeader* ring;
     // Largest ring size whose data lies behind the header and needs no cache maintenance, or 0.
     std::size_t plainLimit;
@@ -34,10 +41,19 @@ struct ShareMemoryHandle {
     // The shared-memory object that was mapped; no object has the number 0.
     dev_t device;
     ino_t inode;
-    bool keepsName;            // the destructor does not remove the object's name
-    ShareMemoryHandle* older;  // next in the list of RingNames
 
     ShmUpdateNotificationRecevier* receiver;
     cabinaudio::sem_t* recevierSem;
     ShareMemoryUpdateNotificationCallback* callback;
+
+    // The owner's: written before the destruction, read by it.
+    bool keepsName;  // the destructor does not remove the object's name
+
+    // Guarded by the lock of the list.
+    ShareMemoryHandle* older CABINAUDIO_GUARDED_BY(cabinaudio::gRingNamesLock);  // next in the list
+
+    [[nodiscard]] bool hasKnownType() const {
+        return type == SHM_TYPE_PHYS_MEM || type == SHM_TYPE_POSIX_SHM;
+    }
+    [[nodiscard]] bool isMapped() const { return hdr != nullptr && data != nullptr; }
 };

@@ -39,6 +39,11 @@ int sem_wait(sem_t* semaphore);
 
 #endif
 
+/// The semaphore in a slot of a ring's header.
+inline sem_t* semaphoreIn(wire::SemaphoreSlot& slot) {
+    return reinterpret_cast<sem_t*>(&slot);
+}
+
 /// To be called before the first wait: the creator, whose sem_init shares the semaphore between
 /// processes, may come later, and the C library takes zeros for a semaphore of one process.
 void semaphoreShare(sem_t* semaphore);

@@ -2,8 +2,8 @@
 #include "shm/ShmUpdateNotificationRecevier.h"
 
 #include "foundation/LibraryThread.h"
-#include "foundation/Log.h"
 #include "shm/Futex.h"
+#include "shm/RingLog.h"
 
 #include <cerrno>
 #include <climits>
@@ -11,13 +11,9 @@
 
 using cabinaudio::futexWait;
 using cabinaudio::futexWake;
+using cabinaudio::ringSite;
 
 namespace {
-
-/// The thread's log lines are the ring's: kept as it is, part of the interface.
-cabinaudio::LogSite ringSite(const char* function) {
-    return {"ShareMemory", function};
-}
 
 std::uint32_t* wordOf(std::atomic<std::uint32_t>& value) {
     static_assert(sizeof(value) == sizeof(std::uint32_t));
@@ -70,7 +66,6 @@ bool ShmUpdateNotificationRecevier::isCaller() const {
 
 void ShmUpdateNotificationRecevier::leaveToBody() {
     mLeftToBody = true;
-    if (pthread_detach(pthread_self()) != 0)
-        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, ringSite(__func__),
-                     "AUDIO IGNORE(pthread_detach(pthread_self()) == 0)!\n");
+    cabinaudio::ignoreUnless(pthread_detach(pthread_self()) == 0, __func__,
+                             "pthread_detach(pthread_self()) == 0");
 }

@@ -40,9 +40,14 @@ private:
     /// @return whether it was asked to end; false with errno set when a wait failed
     bool receive();
 
+    // Set at construction.
     cabinaudio::sem_t* mSem;
     ShareMemoryUpdateNotificationCallback* mCallback;
-    std::atomic<std::uint32_t> mBodyRuns{0};  // sleepers wait on it
+
+    // Has its own synchronization.
+    std::atomic<std::uint32_t> mBodyRuns{0};  // 1 until the body ends; sleepers wait on it
     std::atomic<pthread_t> mBody{};
-    bool mLeftToBody = false;  // the body's own
+
+    // The body's alone: leaveToBody() is called on the body's thread.
+    bool mLeftToBody = false;
 };

@@ -204,7 +204,7 @@ def divisions(path, functions):
 
 def ring_divisions(target):
     """In all of the ring, and in what a stream does with it in each call."""
-    ring = f"{target}/shm/CMakeFiles/cabinaudio-shm.dir/ShareMemory.cpp.o"
+    ring = f"{target}/shm/CMakeFiles/cabinaudio-shm.dir/RingTransfer.cpp.o"
     streams = ("ClientTrack", "ClientSink", "ClientRecord")
     return divisions(ring, re.compile("")) + sum(
         divisions(f"{target}/client/CMakeFiles/cabinaudio-client.dir/{name}.cpp.o", TRANSFER)

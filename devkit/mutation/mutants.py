@@ -13,7 +13,7 @@ STORM = "hostile-server-test --gtest_filter=AStormOfWakeUps.*"
 
 # File -> test programs, the quickest first; the first entry that the file's name begins with.
 TESTS = [
-    ("shm/ShareMemory.cpp", ["shm-order-test", "shm-test", "client-uplink-test"]),
+    ("shm/RingTransfer.cpp", ["shm-order-test", "shm-test", "client-uplink-test"]),
     ("shm/", ["shm-order-test", "shm-test"]),
     ("link/LinkPolicy.cpp", ["link-tests", "foundation-platform-test"]),
     ("link/RemoteCall.cpp", ["link-tests", "link-inside-tests", "race-test"]),
@@ -23,6 +23,7 @@ TESTS = [
     ("foundation/AudioThread.cpp", ["foundation-platform-test", "link-tests", "shm-test"]),
     ("foundation/FaultSignals.h", ["foundation-platform-test", "link-tests", "shm-test"]),
     ("foundation/AudioTime.cpp", ["foundation-clock-test", "foundation-platform-test"]),
+    ("foundation/LibraryClock.h", ["foundation-clock-test", "foundation-platform-test"]),
     ("foundation/AudioM", ["foundation-test", "foundation-platform-test"]),
     ("foundation/AudioAlert.cpp", ["foundation-test"]),
     ("foundation/AudioTypes.cpp", ["foundation-test"]),
@@ -105,7 +106,7 @@ OWN_COPIES = {
         "shm/CMakeFiles/cabinaudio-shm.dir/SharedSemaphore.cpp.o",
 }
 # What check_ring_code.py looks at.
-RING_CODE = ("shm/RingCore.h", "shm/ShareMemory.cpp")
+RING_CODE = ("shm/RingCore.h", "shm/RingTransfer.cpp")
 
 
 def _of(table, path):
@@ -141,14 +142,13 @@ _in("shm/RingCore.h",
     ("a piece beyond the end", "std::min(size - offset, length)", "length"),
     ("the second piece", "if (first < length)", "if (false)"))
 
-_in("shm/ShareMemory.cpp",
-    ("a short read of more than there is", " || apart(end) > w ||", " ||"),
-    ("a short read up to an offset behind the end", " || apart(w) >= size ||",
-     " ||"),
+_in("shm/RingTransfer.cpp",
+    ("a short read of more than there is", "    if (end > w) return inPieces();\n", ""),
+    ("a short read up to an offset behind the end", "    if (w >= size) return inPieces();\n", ""),
     ("a short read of another kind of ring",
-     "|| size > hdl->plainLimit)\n        [[unlikely]]\n        return readAnyhow",
-     ")\n        [[unlikely]]\n        return readAnyhow"),
-    ("a short write before the data", "if (r > w || wrapped", "if (wrapped"),
+     "    if (size > hdl->plainLimit) return inPieces();\n    std::memcpy(dst",
+     "    std::memcpy(dst"),
+    ("a short write before the data", "    if (r > w) return inPieces();\n", ""),
     ("a short read without a barrier behind the size",
      "size = loadAcquire(ring.size);\n    const std::uint32_t r = loadRelaxed",
      "size = loadRelaxed(ring.size);\n    const std::uint32_t r = loadRelaxed"),
@@ -160,15 +160,10 @@ _in("shm/ShareMemory.cpp",
      "size = loadRelaxed(ring.size);\n    if (size == 0)"),
     ("a total size without a barrier", "return loadAcquire(mHandle->ring->size);",
      "return loadRelaxed(mHandle->ring->size);"),
-    ("a name that is not in the list", "    if (hasKnownType(hdl)) addRingName(*hdl);\n"
-     "    const bool complete = createShmMap(hdl, name);\n",
-     "    const bool complete = createShmMap(hdl, name);\n"
-     "    if (hasKnownType(hdl)) addRingName(*hdl);\n"),
-    ("a ring of an unknown type has a name", "if (hasKnownType(hdl)) addRingName", "addRingName"),
-    ("a short write to the ring's end", "apart(end) >= size ||", "apart(end) > size ||"),
+    ("a short write to the ring's end", "if (end >= size) return", "if (end > size) return"),
     ("a short write beyond the mapping",
-     "|| size > hdl->plainLimit)\n        [[unlikely]]\n        return writeAnyhow",
-     ")\n        [[unlikely]]\n        return writeAnyhow"),
+     "    if (size > hdl->plainLimit) return inPieces();\n    std::memcpy(dataBehind",
+     "    std::memcpy(dataBehind"),
     ("a short read without a barrier", "storeRelease(ring.readOffset, static_cast",
      "storeRelaxed(ring.readOffset, static_cast"),
     ("a short write without a barrier", "storeRelease(ring.writeOffset, static_cast",
@@ -184,9 +179,9 @@ _in("shm/ShareMemory.cpp",
     ("more is read than there is", "std::min(state.used(), len)", "len"),
     ("more is written than fits", "std::min(state.free(), len)", "len"),
     ("an object without a mapping is read",
-     "if (!mapped(hdl)) return 0;\n    return finishRead", "return finishRead"),
+     "if (!hdl->isMapped()) return 0;\n    return finishRead", "return finishRead"),
     ("an object without a mapping is written",
-     "if (!mapped(hdl)) return 0;\n    return finishWrite", "return finishWrite"),
+     "if (!hdl->isMapped()) return 0;\n    return finishWrite", "return finishWrite"),
     ("the used size of an impossible ring",
      "state.possible(mHandle->len) ? state.used() : 0", "state.used()"),
     ("the free size of an impossible ring",
@@ -214,19 +209,30 @@ _in("shm/ShareMemory.cpp",
      "    std::atomic_thread_fence(std::memory_order_seq_cst);\n    // Deliberate: read()",
      "    // Deliberate: read()"),
     ("no fence behind the wait flag",
-     "    std::atomic_thread_fence(std::memory_order_seq_cst);\n}", "}"),
+     "    std::atomic_thread_fence(std::memory_order_seq_cst);\n}", "}"))
+
+_in("shm/RingMapping.cpp",
     ("a sleeper is forgotten by a new read semaphore",
-     "        semaphoreWakeSleepers((sem_t *)&hdl->hdr->readSem);\n", ""),
+     "    semaphoreWakeSleepers(readSem);\n", ""),
     ("a sleeper is forgotten by a new write semaphore",
-     "        semaphoreWakeSleepers((sem_t *)&hdl->hdr->writeSem);\n", ""),
+     "    semaphoreWakeSleepers(writeSem);\n", ""))
+
+_in("shm/RingReceiver.cpp",
     ("a receiver is not told to stop", "    receiver->prepareStop();\n", ""),
     ("a receiver whose post was taken away",
-     "        if (!semaphoreHasPost(hdl->recevierSem)) AUDIO_IGNORE(!sem_post(hdl->recevierSem));\n",
+     "        if (!semaphoreHasPost(hdl->recevierSem)) postFor(hdl, __func__);\n",
      ""),
     ("a receiver that destroys its ring", "if (receiver->isCaller()) {", "if (false) {"),
     ("a receiver is not waited for",
      "while (!receiver->waitForBodysEnd(kReceiverWakeIntervalMs)) {", "while (false) {",
      "join() waits as well; what is in the loop has mutants of its own"))
+
+_in("shm/ShareMemory.cpp",
+    ("a name that is not in the list", "    if (hdl->hasKnownType()) addRingName(*hdl);\n"
+     "    const bool complete = createShmMap(hdl, name);\n",
+     "    const bool complete = createShmMap(hdl, name);\n"
+     "    if (hdl->hasKnownType()) addRingName(*hdl);\n"),
+    ("a ring of an unknown type has a name", "if (hdl->hasKnownType()) addRingName", "addRingName"))
 
 _in("shm/Mapping.cpp",
     ("a length of more than 32 bits",
@@ -242,12 +248,15 @@ _in("shm/RingNames.cpp",
     ("a name of the other side", "((one.mode ^ other.mode) & SHM_MODE_CREATOR) == 0 &&", ""),
     ("another name", " &&\n           std::strcmp(one.name, other.name) == 0", ""),
     ("a name that goes after the decision",
-     "    const std::lock_guard lock(gLock);\n    const bool used = leaveList(hdl);\n",
-     "    gLock.lock();\n    const bool used = leaveList(hdl);\n    gLock.unlock();\n"))
+     "    const ConstantMutex::AutoLock lock(gRingNamesLock);\n"
+     "    const bool used = leaveList(hdl);\n",
+     "    gRingNamesLock.lock();\n    const bool used = leaveList(hdl);\n"
+     "    gRingNamesLock.unlock();\n"))
 
 _in("shm/RingAccess.cpp",
-    ("an incomplete ring is announced", "mapped && (!hdl.needCache || hdl.cacheFd >= 0)", "mapped"),
-    ("an inert ring is announced", "hdl.hdr != nullptr && hdl.data != nullptr;", "true;"),
+    ("an incomplete ring is announced", "hdl.isMapped() && (!hdl.needCache || hdl.cacheFd >= 0)",
+     "hdl.isMapped()"),
+    ("an inert ring is announced", "hdl.isMapped() && (", "("),
     ("another address is announced", " && hdl.phys == address", ""),
     ("another size is announced", " && hdl.len == size", ""),
     ("a new object is announced", " && found.st_ino == hdl.inode", ""),
@@ -929,7 +938,7 @@ _in("diag/AudioConfig.cpp",
 
 # ---- Order, constants, comparisons, flags and fields --------------------------------------------
 
-_in("shm/ShareMemory.cpp",
+_in("shm/RingTransfer.cpp",
     ("the cache is invalidated after the copy",
      "if (hdl->needCache) cache_invalidate(hdl, from, bytes);\n"
      "                     copyBytes(dst, from, bytes);",
@@ -961,8 +970,6 @@ _in("shm/ShareMemory.cpp",
      "                     src += bytes;\n"
      "                     storeRelease(hdl->hdr->writeOffset, next);\n"
      "                     if (hdl->needCache) cache_clean(hdl, to, bytes);"),
-    ("invalidating is cleaning", "wire::CACHE_INVALIDATE, &range", "wire::CACHE_CLEAN, &range"),
-    ("cleaning is invalidating", "wire::CACHE_CLEAN, &range", "wire::CACHE_INVALIDATE, &range"),
     ("a reader is woken before the time",
      "    stampUpdate(ring);\n    if (loadRelaxed(ring.readNotify) != 0) [[unlikely]]\n"
      "        post(ring.readSem, \"write\");",
@@ -996,27 +1003,37 @@ _in("shm/ShareMemory.cpp",
      "    const int done = finishRead(ring, static_cast<std::uint32_t>(count));\n"
      "    storeRelease(ring.readOffset, static_cast<std::uint32_t>(end));\n"
      "    return done;"),
-    ("a receiver's semaphore is not shared", "    semaphoreShare(hdl->recevierSem);\n", ""),
-    ("the read semaphore is one of the process", "readSem, 1, 0)", "readSem, 0, 0)"),
-    ("the write semaphore is one of the process", "writeSem, 1, 0)", "writeSem, 0, 0)"),
+    ("looking takes the bytes", "dst, len, [](std::uint32_t) {});",
+     "dst, len, [hdl](std::uint32_t next) { storeRelease(hdl->hdr->readOffset, next); });"),
+    ("milliseconds of another length", "/ 1000000;", "/ 1000;"))
+
+_in("shm/CacheMaintenance.cpp",
+    ("invalidating is cleaning", "wire::CACHE_INVALIDATE, &range", "wire::CACHE_CLEAN, &range"),
+    ("cleaning is invalidating", "wire::CACHE_CLEAN, &range", "wire::CACHE_INVALIDATE, &range"))
+
+_in("shm/RingMapping.cpp",
+    ("the read semaphore is one of the process",
+     "sem_init(readSem, 1, 0)", "sem_init(readSem, 0, 0)"),
+    ("the write semaphore is one of the process",
+     "sem_init(writeSem, 1, 0)", "sem_init(writeSem, 0, 0)"),
     ("a new ring keeps the time",
      "    storeRelaxed<std::uint64_t>(ring.updateTime, 0);\n", ""),
     ("a new ring keeps the wait flag", "    storeRelaxed<std::uint8_t>(ring.wait, 0);\n", ""),
     ("a new ring keeps the read offset",
      "    storeRelaxed<std::uint32_t>(ring.readOffset, 0);\n", ""),
-    ("a reader does not say that it waits",
-     "        storeRelaxed<std::uint8_t>(hdl->hdr->readNotify, 1);\n", ""),
-    ("a writer does not say that it waits",
-     "        storeRelaxed<std::uint8_t>(hdl->hdr->writeNotify, 1);\n", ""),
-    ("a reader waits for reads", "hdl->recevierSem = (sem_t *)&hdl->hdr->readSem;",
-     "hdl->recevierSem = (sem_t *)&hdl->hdr->writeSem;"),
-    ("looking takes the bytes", "dst, len, [](std::uint32_t) {});",
-     "dst, len, [hdl](std::uint32_t next) { storeRelease(hdl->hdr->readOffset, next); });"),
-    ("milliseconds of another length", "/ 1000000;", "/ 1000;"),
     ("the cache device goes to children", "open(kCacheDevice, O_RDWR | O_CLOEXEC)",
      "open(kCacheDevice, O_RDWR)"),
     ("a new ring's second offset", "storeRelaxed<std::uint32_t>(ring.writeOffset, 0);",
      "storeRelaxed<std::uint32_t>(ring.writeOffset, 1);"))
+
+_in("shm/RingReceiver.cpp",
+    ("a receiver's semaphore is not shared", "    semaphoreShare(hdl->recevierSem);\n", ""),
+    ("a reader does not say that it waits",
+     "        storeRelaxed<std::uint8_t>(hdl->hdr->readNotify, 1);\n", ""),
+    ("a writer does not say that it waits",
+     "        storeRelaxed<std::uint8_t>(hdl->hdr->writeNotify, 1);\n", ""),
+    ("a reader waits for reads", "hdl->recevierSem = semaphoreIn(hdl->hdr->readSem);",
+     "hdl->recevierSem = semaphoreIn(hdl->hdr->writeSem);"))
 
 _in("shm/Mapping.cpp",
     ("everybody may open the object", "O_CREAT, 0600)", "O_CREAT, 0666)"),
@@ -1175,8 +1192,6 @@ _in("foundation/AudioSemaphore.cpp",
 _in("foundation/AudioTime.cpp",
     ("version 2.30 is old", "\"2.30\") >= 0", "\"2.30\") > 0"),
     ("the other clock", "? CLOCK_MONOTONIC : CLOCK_REALTIME", "? CLOCK_REALTIME : CLOCK_MONOTONIC"),
-    ("the clock is chosen each time", "clock != kNotChosen ? clock : chooseClock()",
-     "chooseClock()"),
     ("a library without the function", "if (sem_clockwait == nullptr || ", "if (",
      OUT_OF_REACH + "every C library that the tests run with has the function"),
     ("back over a second's begin", "if (nanoseconds < 0) {", "if (false) {"),
@@ -1186,6 +1201,10 @@ _in("foundation/AudioTime.cpp",
     ("microseconds of another length", "ts.tv_nsec / 1000)", "ts.tv_nsec / 1024)"),
     ("a sleep's rest", "us % kMicrosecondsPerSecond);", "0 * us);"),
     ("a clock that cannot be read is silent", "ts) == 0) return;", "ts) != 1) return;"))
+
+_in("foundation/LibraryClock.h",
+    ("the clock is chosen each time", "clock != CLOCK_NOT_CHOSEN ? clock : chooseClock()",
+     "chooseClock()"))
 
 _in("foundation/Deadline.h",
     ("a deadline that wraps round", "std::min(ms, longestMs) * 1000", "ms * 1000"))

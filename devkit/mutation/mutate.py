@@ -143,7 +143,7 @@ def ring_code_objects(library):
                     "-march=armv7-a+fp", "-D_FILE_OFFSET_BITS=64", "-fvisibility=hidden",
                     "-I" + library.tree, "-I" + os.path.join(library.tree, "include"),
                     "-idirafter", "/usr/include/android-liblog", "-isystem", "/usr/include/android",
-                    "-c", os.path.join(library.tree, "shm/ShareMemory.cpp"), "-o", target],
+                    "-c", os.path.join(library.tree, "shm/RingTransfer.cpp"), "-o", target],
                    check=True)
     return subprocess.run([sys.executable, RING_CHECK, CROSS + "objdump", target], check=False,
                           stdout=subprocess.DEVNULL).returncode != 0

@@ -13,7 +13,10 @@ import unittest
 from shell import run_session
 from surroundings import CMAKE, COMPILER, LIBDIR, PREFIX, SOURCE, fresh_directory, run
 
-PAGES = [SOURCE / "docs" / "README.md", *sorted((SOURCE / "docs").glob("[a-z]*.md"))]
+GUIDES = sorted((SOURCE / "docs").glob("[a-z]*.md"))
+DECISIONS = sorted((SOURCE / "docs" / "decisions").glob("[a-z]*.md"))
+PAGES = [SOURCE / "docs" / "README.md", *GUIDES,
+         SOURCE / "docs" / "decisions" / "README.md", *DECISIONS]
 
 _FENCE = re.compile(r"^```(\w*)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 
@@ -172,9 +175,35 @@ class Links(unittest.TestCase):
                         self.assertIn(anchor, anchors(file))
 
     def test_lead_to_every_page_from_the_index(self):
-        index = (SOURCE / "docs" / "README.md").read_text()
-        for page in PAGES[1:]:
-            self.assertIn(f"]({page.name})", index)
+        for pages in (GUIDES, DECISIONS):
+            index = (pages[0].parent / "README.md").read_text()
+            for page in pages:
+                self.assertIn(f"]({page.name})", index)
+
+
+class Decisions(unittest.TestCase):
+    """The code and the tests that a decision names."""
+
+    def test_name_files_that_exist(self):
+        for page in DECISIONS:
+            files = re.findall(r"`([\w-]+(?:/[\w.-]+)+\.\w+)`", page.read_text())
+            with self.subTest(page.name):
+                self.assertTrue(files)
+                for name in files:
+                    self.assertTrue((SOURCE / name).exists(), name)
+
+    def test_name_tests_that_exist(self):
+        known = set()
+        for source in (SOURCE / "tests").rglob("*.cpp"):
+            known.update(map(".".join, re.findall(
+                r"^(?:TYPED_)?TEST(?:_F|_P)?\((\w+),\s*(\w+)\)", source.read_text(),
+                re.MULTILINE)))
+        named = {(page.name, name) for page in DECISIONS
+                 for name in re.findall(r"`([A-Z]\w+\.[A-Z]\w+)`", page.read_text())}
+        self.assertTrue(named)
+        for page, name in sorted(named):
+            with self.subTest(page, test=name):
+                self.assertTrue(name in known)
 
 
 def anchors(page):

@@ -14,7 +14,7 @@ import tempfile
 
 CHECK = os.path.join(os.path.dirname(os.path.abspath(__file__)), "check_ring_code.py")
 CORE = "shm/RingCore.h"
-RING = "shm/ShareMemory.cpp"
+RING = "shm/RingTransfer.cpp"
 
 SHORT_READ = "storeRelease(ring.readOffset, static_cast<std::uint32_t>(end));"
 SHORT_WRITE = "storeRelease(ring.writeOffset, static_cast<std::uint32_t>(end));"

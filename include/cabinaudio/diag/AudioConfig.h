@@ -3,6 +3,7 @@
 
 #include <cabinaudio/foundation/AudioExport.h>
 #include <cabinaudio/foundation/AudioMutex.h>
+#include <cabinaudio/foundation/ThreadSafety.h>
 
 #include <cstdint>
 #include <list>
@@ -90,17 +91,22 @@ private:
     template <typename Item>
     using Items = std::list<Item*>;
 
-    CABINAUDIO_LOCAL void _parseConfigItems();
-    CABINAUDIO_LOCAL void _parseDumpItem(cabinaudio::LineReader& lines);
-    CABINAUDIO_LOCAL void _parseTraceItem(cabinaudio::LineReader& lines);
-    CABINAUDIO_LOCAL void _parseLogItem(cabinaudio::LineReader& lines);
-    CABINAUDIO_LOCAL void _storeConfigItems();
-    CABINAUDIO_LOCAL bool _writeConfigItems(int& error);
+    CABINAUDIO_LOCAL void _parseConfigItems() CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL void _parseDumpItem(cabinaudio::LineReader& lines) CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL void _parseTraceItem(cabinaudio::LineReader& lines) CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL void _parseLogItem(cabinaudio::LineReader& lines) CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL void _storeConfigItems() CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL bool _writeConfigItems(int& error) CABINAUDIO_REQUIRES(mLock);
 
+    // Set at construction.
     bool mReadOnly;
-    Items<AudioDumpItem> mDumpItems;
-    Items<AudioTraceItem> mTraceItems;
-    AudioLogLevel mLogLevel;
-    bool mEnMark;
+
+    // Guarded by mLock. An item that a caller was given is the caller's matter.
+    Items<AudioDumpItem> mDumpItems CABINAUDIO_GUARDED_BY(mLock);
+    Items<AudioTraceItem> mTraceItems CABINAUDIO_GUARDED_BY(mLock);
+    AudioLogLevel mLogLevel CABINAUDIO_GUARDED_BY(mLock);
+    bool mEnMark CABINAUDIO_GUARDED_BY(mLock);
+
+    // Has its own synchronization.
     AudioMutex mLock;
 };

@@ -6,6 +6,7 @@
 #include <cabinaudio/foundation/AudioExport.h>
 #include <cabinaudio/foundation/AudioMutex.h>
 #include <cabinaudio/foundation/AudioTypes.h>
+#include <cabinaudio/foundation/ThreadSafety.h>
 
 /// Copies a stream's bytes into a raw file for diagnosis, when the diagnostics settings ask for it:
 /// "<directory>/<tag>_<name>_<usage>_<microseconds>.pcm".
@@ -42,16 +43,23 @@ private:
     /// Inert, with the settings read.
     CABINAUDIO_LOCAL explicit AudioDump(bool append);
     CABINAUDIO_LOCAL void _init(const char* dir, const char* tag, const char* name,
-                                const char* usage, bool append);
-    CABINAUDIO_LOCAL void _deinit();
+                                const char* usage, bool append) CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL void _deinit() CABINAUDIO_REQUIRES(mLock);
 
+    // Set at construction.
     char mTag[64];
     char mName[64];
     char mUsage[64];
     bool mAppend;
+
+    // Has its own synchronization.
     AudioConfig mConfig;
-    bool mEnabled;
-    bool mRunning;
-    AudioOfstream mFile;
+
+    // Guarded by mLock, and by the rule that nothing resumes during a write.
+    bool mEnabled CABINAUDIO_GUARDED_BY(mLock);
+    bool mRunning CABINAUDIO_GUARDED_BY(mLock);
+    AudioOfstream mFile CABINAUDIO_GUARDED_BY(mLock);
+
+    // Has its own synchronization.
     AudioMutex mLock;
 };

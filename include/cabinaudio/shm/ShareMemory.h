@@ -118,5 +118,6 @@ public:
 private:
     friend struct cabinaudio::RingAccess;
 
+    // Set at construction.
     ShareMemoryHandle* mHandle;
 };

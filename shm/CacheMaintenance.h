@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+
+struct ShareMemoryHandle;
+
+// Cache maintenance of a ring in physical memory. A failure is logged, and the copy continues.
+
+namespace cabinaudio {
+
+/// Before bytes are copied out.
+void cache_invalidate(const ShareMemoryHandle* hdl, const unsigned char* start,
+                      std::uint32_t length);
+
+/// After bytes were copied in.
+void cache_clean(const ShareMemoryHandle* hdl, const unsigned char* start, std::uint32_t length);
+
+}  // namespace cabinaudio
