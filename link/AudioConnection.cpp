@@ -103,22 +103,16 @@ void prepareSocket(AudioSocket& record, const LogSite& site) {
     record.mSendLimitMs = SEND_TIMEOUT_MS;
 }
 
-/// send(2) and recv(2) with lengths as callers give them: a negative one must not become a huge
-/// one, which would send or overwrite what lies behind the block.
-std::int32_t sendOnce(int descriptor, const std::uint8_t* data, std::int32_t length) {
-    if (length < 0) {
-        errno = EINVAL;
-        return -1;
-    }
-    return static_cast<std::int32_t>(
-        ::send(descriptor, data, static_cast<std::size_t>(length), MSG_NOSIGNAL));
+/// Refuses a negative length as the platform would. It must not become a huge one, which would send
+/// or overwrite what lies behind the block.
+std::int32_t refuseLength() {
+    errno = EINVAL;
+    return -1;
 }
 
+/// recv(2), with a length as callers give it.
 std::int32_t receiveOnce(int descriptor, void* data, std::int32_t length) {
-    if (length < 0) {
-        errno = EINVAL;
-        return -1;
-    }
+    if (length < 0) return refuseLength();
     // The platform would wait for bytes even where none are wanted.
     if (length == 0) return 0;
     return static_cast<std::int32_t>(
@@ -234,7 +228,11 @@ std::int32_t AudioConnection::send(const std::uint8_t* data, std::int32_t length
     std::int32_t result = -1;
     for (int retry = 0; retry <= MAX_RETRIES && !deadline.isOver(); ++retry) {
         limitSending(*pSocket, sendingLimit(deadline));
-        result = sendOnce(pSocket->mSocket, data, length);
+        if (length < 0)
+            result = refuseLength();
+        else
+            result = static_cast<std::int32_t>(
+                ::send(pSocket->mSocket, data, static_cast<std::size_t>(length), MSG_NOSIGNAL));
         const int error = errno;
         if (retry > 0) AUDIO_LOGD("send(%d) reTry:%d\n", result, retry);
         if (result > 0) break;

@@ -17,6 +17,9 @@ TESTS = [
     ("shm/", ["shm-order-test", "shm-test"]),
     ("link/LinkPolicy.cpp", ["link-tests", "foundation-platform-test"]),
     ("link/RemoteCall.cpp", ["link-tests", "link-inside-tests", "race-test"]),
+    ("link/Request.cpp", ["settings-test", "client-test", "client-fault-test"]),
+    ("link/Request.h", ["link-tests", "settings-test", "client-end-test", "race-test",
+                        "client-test"]),
     ("link/RecordLoan.cpp", ["link-inside-tests", "link-tests", "race-wait-test", "race-test"]),
     ("link/", ["race-wait-test", "link-inside-tests", "link-tests", "client-stream-test",
                "race-test"]),
@@ -44,8 +47,6 @@ TESTS = [
                          "client-uplink-test", "client-stream-test"]),
     ("client/StreamDump.cpp", ["client-stream-test"]),
     ("client/StreamLink.h", ["client-end-test", "client-sink-test", "race-test"]),
-    ("client/RequestFrame.cpp", ["settings-test", "client-test", "client-fault-test"]),
-    ("client/RequestFrame.h", ["settings-test", "client-end-test", "race-test", "client-test"]),
     ("client/Setting", ["settings-test"]),
     ("client/ClientSourceSetting.cpp", ["settings-test"]),
     ("client/ClientAppSetting.cpp", ["settings-test"]),
@@ -297,12 +298,9 @@ _in("link/AudioConnection.cpp",
     ("a standard stream as a socket", "if (descriptor <= STDERR_FILENO) {",
      "if (descriptor < 0) {"),
     ("a negative length is sent",
-     "if (length < 0) {\n        errno = EINVAL;\n        return -1;\n    }\n"
-     "    return static_cast<std::int32_t>(\n        ::send",
-     "return static_cast<std::int32_t>(\n        ::send"),
+     "        if (length < 0)\n            result = refuseLength();\n        else\n", ""),
     ("a negative length is received",
-     "if (length < 0) {\n        errno = EINVAL;\n        return -1;\n    }\n"
-     "    // The platform would", "// The platform would"),
+     "    if (length < 0) return refuseLength();\n", ""),
     ("nothing is received", "if (length == 0) return 0;", ""),
     ("sending without a limit", "1, SEND_TIMEOUT_MS);\n}", "0, SEND_TIMEOUT_MS);\n}",
      "differs only when the time runs out between two neighbouring lines"),
@@ -438,9 +436,6 @@ _in("link/RemoteCall.cpp",
      "    const UseGate::Visit visit(mNotifier->requests);\n"
      "    AudioConnection* const conn = mConn;\n    const std::uint32_t handle",
      "    AudioConnection* const conn = mConn;\n    const std::uint32_t handle"),
-    ("a whole request does not hold the call",
-     "    const UseGate::Visit visit(mNotifier->requests);\n    std::uint8_t* req = nullptr;",
-     "    std::uint8_t* req = nullptr;"),
     ("a foreign reply block is released", "if (!mine || ret != mRetBlock) {", "if (!mine) {"),
     ("a block stays claimed", "        if (mine) mReqPayload = outstanding;\n", ""),
     ("blocks of nothing are released", "if (req == nullptr || ret == nullptr) {",
@@ -487,16 +482,18 @@ _in("foundation/UseGate.h",
      "        if (--mCount"),
     ("leaving without waking", "if (--mCount == 0) mEmpty.broadcast();", "--mCount;"))
 
-_in("client/RequestFrame.h",
+_in("link/Request.h",
     ("a request does not hold the call",
      "    const UseGate::Visit visit(RemoteCallAccess::requests(rc));\n", ""),
     ("blocks are freed before the outcome is handed over",
-     "    conclude(steps.called, static_cast<const std::uint8_t*>(ret));\n"
-     "    steps.isFreed = rc.rcfree(param, ret) == AUDIO_NO_ERROR;\n",
+     "    conclude(status, static_cast<const std::uint8_t*>(ret));\n"
+     "    if (arrived) std::memcpy(&status, ret, sizeof status);\n"
+     "    const bool isFreed = rc.rcfree(param, ret) == AUDIO_NO_ERROR;\n",
      "    auto* const copy = new std::uint8_t[replySize];\n"
      "    std::memcpy(copy, ret, replySize);\n"
-     "    steps.isFreed = rc.rcfree(param, ret) == AUDIO_NO_ERROR;\n"
-     "    conclude(steps.called, static_cast<const std::uint8_t*>(copy));\n"
+     "    const bool isFreed = rc.rcfree(param, ret) == AUDIO_NO_ERROR;\n"
+     "    conclude(status, static_cast<const std::uint8_t*>(copy));\n"
+     "    if (arrived) std::memcpy(&status, copy, sizeof status);\n"
      "    delete[] copy;\n"))
 
 _in("client/Stream.cpp",
@@ -878,8 +875,11 @@ _in("client/Setting.h",
      "const std::uint8_t* at, const MemoryPlace&"))
 
 _in("client/Setting.cpp",
-    ("no result is taken", "            reply.take(block + sizeof status, reply.context);\n", ""),
-    ("the server's status", "            std::memcpy(&status, block, sizeof status);\n", ""))
+    ("no result is taken", "if (called == AUDIO_NO_ERROR) reply.take(block + sizeof called, reply.context);",
+     ""))
+
+_in("link/Request.h",
+    ("the server's status", "    if (arrived) std::memcpy(&status, ret, sizeof status);\n", ""))
 
 _in("client/SettingList.h",
     ("more slots than the reply has",
@@ -1054,8 +1054,8 @@ _in("link/AudioConnection.cpp",
     ("another limit of sending", "SEND_TIMEOUT_MS = 10000", "SEND_TIMEOUT_MS = 5000"),
     ("the socket goes to children", "F_SETFD, FD_CLOEXEC", "F_SETFD, 0"),
     ("a lost server ends the process",
-     "::send(descriptor, data, static_cast<std::size_t>(length), MSG_NOSIGNAL)",
-     "::send(descriptor, data, static_cast<std::size_t>(length), 0)"),
+     "::send(pSocket->mSocket, data, static_cast<std::size_t>(length), MSG_NOSIGNAL)",
+     "::send(pSocket->mSocket, data, static_cast<std::size_t>(length), 0)"),
     ("a name that is a file", "address.sun_path + 1, path, name)", "address.sun_path, path, name)"),
     ("a name with its terminator", "sun_path) + 1 + name)", "sun_path) + 2 + name)"),
     ("a name that just fits", "if (name + 1 > sizeof", "if (name + 1 >= sizeof"),
@@ -1102,8 +1102,12 @@ _in("link/RemoteCall.cpp",
     ("the flag is turned round", "flag ? AUDIO_CMD_CALL_FLAG : AUDIO_CMD_CALL",
      "flag ? AUDIO_CMD_CALL : AUDIO_CMD_CALL_FLAG"),
     ("notifications from the end", "mMessages.push_back(message)", "mMessages.push_front(message)"),
-    ("the status as value", "*value = reply[1]", "*value = reply[0]"),
-    ("a value without a place", "if (wantsValue && value != nullptr)", "if (wantsValue)"),
+    ("the status as value", "reply + sizeof(std::int32_t), sizeof *value", "reply, sizeof *value"),
+    ("a value without a place", "called == AUDIO_NO_ERROR && value != nullptr",
+     "called == AUDIO_NO_ERROR"),
+    ("a value of a reply that did not arrive", "called == AUDIO_NO_ERROR && value != nullptr",
+     "value != nullptr"),
+    ("a reply without the value that nobody wants", "out != nullptr ? out : &unwanted", "out"),
     ("two numbers change places", "word(a), word(b), word(c)", "word(a), word(c), word(b)"),
     ("a refused client is one", "return mHandle != 0 ?", "return mHandle == 0 ?"),
     ("a registration's length", "sizeof(audio_param::name), name)", "sizeof(audio_param), name)"),
@@ -1116,10 +1120,7 @@ _in("link/RemoteCall.cpp",
     ("a stopped notifier delivers nothing",
      "        mWakeUps.wait();\n        if (!running()) return;",
      "        if (!running()) return;\n        mWakeUps.wait();",
-     OUT_OF_REACH + "differs when a notification comes between the stop and the wake-up"),
-    ("the reply is not zeros before", "    std::memset(ret, 0, replySize);\n", ""),
-    ("a refused allocation is another status", "!= AUDIO_NO_ERROR) return AUDIO_NO_MEMORY;",
-     "!= AUDIO_NO_ERROR) return AUDIO_BAD_SEQUENCE;"))
+     OUT_OF_REACH + "differs when a notification comes between the stop and the wake-up"))
 
 _in("foundation/AudioThread.cpp",
     ("any failure makes an ordinary thread", "ret == EPERM && cabin", "ret != 0 && cabin"),
@@ -1553,24 +1554,27 @@ _in("client/Setting.h",
 
 _in("client/Setting.cpp",
     ("the flag of settings", "reply.size, true,", "reply.size, false,"),
-    ("results behind nothing", "block + sizeof status, reply", "block, reply"))
+    ("a request that is not zeros before",
+     "            std::memset(block, 0, request.size);\n", ""),
+    ("an answer that did not arrive is taken", "if (called == AUDIO_NO_ERROR) reply.take",
+     "reply.take"),
+    ("results behind nothing", "block + sizeof called, reply", "block, reply"))
 
 _in("client/SettingList.h",
     ("a list that is too short", "SLOTS));\n", "SLOTS - 1));\n"),
     ("a name beyond its field", "strnlen(name.text, sizeof name.text)",
      "strnlen(name.text, sizeof name.text - 1)"))
 
-_in("client/RequestFrame.cpp",
-    ("a lost answer has arrived", "return {false, steps.called}", "return {true, steps.called}"),
-    ("another status of no memory", "{false, AUDIO_NO_MEMORY}", "{false, steps.allocated}"),
-    ("a block that stays is silent", "if (!steps.isFreed) ", "if (false) "))
+_in("link/Request.cpp",
+    ("a block that stays is silent", "if (!answer.isFreed) ", "if (false) "))
 
-_in("client/RequestFrame.h",
-    ("a request that is not zeros before", "    std::memset(param, 0, requestSize);\n", ""),
+_in("link/Request.h",
+    ("a lost answer has arrived", "return {arrived, ", "return {true, "),
+    ("a lost answer has a status", "if (arrived) std::memcpy(&status", "std::memcpy(&status"),
+    ("another status of no memory", "true, AUDIO_NO_MEMORY, allocated}",
+     "true, allocated, allocated}"),
     ("a reply that is not zeros before", "    std::memset(ret, 0, replySize);\n", ""),
-    ("the flag is turned round", "ret, replySize, flag);", "ret, replySize, !flag);"),
-    ("an answer that did not arrive is taken", "if (called == AUDIO_NO_ERROR) take(ret);",
-     "take(ret);"))
+    ("the flag is turned round", "ret, replySize, flag);", "ret, replySize, !flag);"))
 
 _in("client/Stream.h",
     ("a late wake-up", "LAG_WARNING_MS = 2", "LAG_WARNING_MS = 3",
@@ -1645,7 +1649,7 @@ _in("client/ClientTrack.cpp",
      "    const AudioMutex::AutoLock lock(mLock);\n    if (!mIsAuxiliary)",
      "int ClientTrack::writeDone() {\n    AUDIO_LOGD(\"[%s]writeDone In\\n\", mName);\n"
      "    const AudioMutex::AutoLock lock(mLock);\n    if (false)"),
-    ("a key's status", "replied = asked.reply.status;", "(void)asked;"),
+    ("a key's status", "return answer.status;", "return AUDIO_NO_ERROR;"),
     ("the end of the stream", "callback->finish(false)", "callback->finish(true)"),
     ("no ring is another status", "if (!checkAndWaitShareBufferReady()) return AUDIO_TIMED_OUT;",
      "if (!checkAndWaitShareBufferReady()) return AUDIO_INVALID_STATE;"))

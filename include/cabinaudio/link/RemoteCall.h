@@ -7,11 +7,9 @@
 
 #include <atomic>
 #include <cstdint>
-#include <initializer_list>
 
 class AudioConnection;
 namespace cabinaudio {
-struct LogSite;
 struct RemoteCallAccess;
 }  // namespace cabinaudio
 
@@ -107,11 +105,6 @@ private:
 
     /// The owner is about to be destroyed: requests stop waiting for a server that is gone.
     CABINAUDIO_LOCAL void _abandon();
-    /// The one body of the callFuncId forms: sends the words and takes a reply of 4 bytes, or of 8
-    /// when a value is wanted. `value` is stored when the request went through, unless null.
-    CABINAUDIO_LOCAL std::int32_t _callWords(const cabinaudio::LogSite& site,
-                                             std::initializer_list<std::uint32_t> words,
-                                             bool wantsValue, std::int32_t* value, bool flag);
 
     std::atomic<AudioConnection*> mConn;
     audio_connect_type mType;
