@@ -3,6 +3,7 @@
 
 #include <cabinaudio/link/AudioConnection.h>
 
+#include "link/ConnectionState.h"
 #include "link/RecordLoan.h"
 
 #include <atomic>
@@ -27,12 +28,8 @@ struct AudioSocket {
     SktWorker* mWorker = nullptr;
     std::uint8_t mReplyReady = 0;            // guarded by mReplyLock
     std::atomic<std::uint8_t> mIsStall = 0;  // a failing recv is the expected end
-    bool mWorkerStarted = false;             // constant once the record is shared
-    std::atomic<bool> mWorkerGone = false;   // changed under mReplyLock
-    std::atomic<bool> mAbandoned = false;
-    std::atomic<bool> mBroken = false;     // a requester has given up; changed under mReplyLock
-    std::atomic<bool> mBodyTaken = false;  // since mReplyReady was raised last
-    std::uint64_t mSendLimitMs = 0;        // SO_SNDTIMEO as set last; of the requester
+    cabinaudio::ConnectionState mState;
+    std::uint64_t mSendLimitMs = 0;  // SO_SNDTIMEO as set last; of the requester
     cabinaudio::ReturnedLoans mReturnedLoans;
 
     /// Makes the lock objects and the worker, which is not started yet.

@@ -48,7 +48,7 @@ AudioSocket* recordOf(const AudioConnection& connection) {
 
 void waitForWorkersEnd(AudioSocket& record) {
     const AudioMutex::AutoLock lock(*record.mReplyLock);
-    while (!record.mWorkerGone)
+    while (!record.mState.isWorkerGone())
         record.mReplyCond->wait(*record.mReplyLock);
 }
 
@@ -57,9 +57,9 @@ void waitForWorkersEnd(AudioSocket& record) {
 
 TEST(TheSocketRecord, HasItsFieldsInOrder) {
     const AudioSocket record;
-    const void* const fields[] = {&record.mSocket,    &record.mReplySem,     &record.mReplyLock,
-                                  &record.mReplyCond, &record.mWorker,       &record.mReplyReady,
-                                  &record.mIsStall,   &record.mWorkerStarted};
+    const void* const fields[] = {&record.mSocket,    &record.mReplySem, &record.mReplyLock,
+                                  &record.mReplyCond, &record.mWorker,   &record.mReplyReady,
+                                  &record.mIsStall,   &record.mState};
     EXPECT_TRUE(std::is_sorted(std::begin(fields), std::end(fields)));
     EXPECT_EQ(static_cast<const void*>(&record), fields[0]);
     EXPECT_EQ(record.mSocket, 0);
@@ -172,7 +172,7 @@ TEST(TheReceiveThread, ReturnsAtOnceWhenItIsNotRunning) {
     ASSERT_TRUE(record->create(nullptr, nullptr));
     record->mSocket = -1;  // a receive would fail and be logged
     record->mWorker->run();
-    EXPECT_TRUE(record->mWorkerGone);
+    EXPECT_TRUE(record->mState.isWorkerGone());
     EXPECT_TRUE(log.lines().empty()) << log.dump();
     AudioSocket::destroy(record);
 }
