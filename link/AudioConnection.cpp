@@ -249,7 +249,7 @@ std::int32_t AudioConnection::recv(std::uint8_t* data, std::int32_t length) {
     pSocket->mReplyReady = 0;
     const std::int32_t result = readBody(pSocket->mSocket, data, length, AUDIO_LOG_SITE);
     const int error = errno;
-    pSocket->mState.takeBody();
+    pSocket->mState.takeBody(*pSocket->mReplyLock);
     pSocket->mReplySem->signal();
     if (result >= 0) return 0;
     AUDIO_LOGE("recv failed(%d) %s %d\n", result, std::strerror(error), error);

@@ -70,7 +70,7 @@ void AudioSocket::waitForReader() const {
 }
 
 void AudioSocket::breakOff() {
-    mState.breakOff();
+    mState.breakOff(*mReplyLock);
     ::shutdown(mSocket, SHUT_RDWR);
     // The receive thread may be waiting until a body is read.
     mReplySem->signal();

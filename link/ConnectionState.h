@@ -1,27 +1,35 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cabinaudio/foundation/AudioMutex.h>
+
 #include <atomic>
 #include <cstdint>
 
 namespace cabinaudio {
 
 /// How far the threads of a connection have come, in one atomic word: each transition is a single
-/// step for all of them. "The lock" is the one that the requester holds for its whole receive.
+/// step for all of them. `lock` is the one that the requester holds for its whole receive.
 class ConnectionState {
 public:
     // ---- Transitions ----------------------------------------------------------------------------
 
     /// The receive thread has been brought to life. Before other threads know the connection.
     void startWorker() { mFacts |= WORKER_STARTED; }
-    /// The receive thread does not read any more. With the lock held.
-    void endWorker() { mFacts |= WORKER_GONE; }
-    /// A reply's body waits in the socket. With the lock held.
-    void offerBody() { mFacts &= static_cast<std::uint8_t>(~BODY_TAKEN); }
-    /// The body has been read as far as it will be. With the lock held.
-    void takeBody() { mFacts |= BODY_TAKEN; }
-    /// A requester has given the connection up. With the lock held.
-    void breakOff() { mFacts |= BROKEN; }
+    /// The receive thread does not read any more.
+    void endWorker([[maybe_unused]] AudioMutex& lock) CABINAUDIO_REQUIRES(lock) {
+        mFacts |= WORKER_GONE;
+    }
+    /// A reply's body waits in the socket.
+    void offerBody([[maybe_unused]] AudioMutex& lock) CABINAUDIO_REQUIRES(lock) {
+        mFacts &= static_cast<std::uint8_t>(~BODY_TAKEN);
+    }
+    /// The body has been read as far as it will be.
+    void takeBody([[maybe_unused]] AudioMutex& lock) CABINAUDIO_REQUIRES(lock) {
+        mFacts |= BODY_TAKEN;
+    }
+    /// A requester has given the connection up.
+    void breakOff([[maybe_unused]] AudioMutex& lock) CABINAUDIO_REQUIRES(lock) { mFacts |= BROKEN; }
     /// The owner is about to be destroyed. @return whether the receive thread was gone by then
     [[nodiscard]] bool abandon() { return (mFacts.fetch_or(ABANDONED) & WORKER_GONE) != 0; }
 

@@ -38,7 +38,7 @@ void SktWorker::run() {
     }
     _readFrames(site);
     const AudioMutex::AutoLock lock(*mRecord->mReplyLock);
-    mRecord->mState.endWorker();
+    mRecord->mState.endWorker(*mRecord->mReplyLock);
     mRecord->mReplyCond->broadcast();
 }
 
@@ -100,7 +100,7 @@ void SktWorker::_handOverReply() {
     {
         const AudioMutex::AutoLock lock(*mRecord->mReplyLock);
         if (mRecord->mState.isBroken()) return;  // nobody will read it
-        mRecord->mState.offerBody();
+        mRecord->mState.offerBody(*mRecord->mReplyLock);
         mRecord->mReplyReady = 1;
         mRecord->mReplyCond->signal();
     }

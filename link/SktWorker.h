@@ -33,6 +33,7 @@ private:
     void _reportLoss();
     bool _reportNoFrame(std::int32_t result, std::uint32_t magic, const cabinaudio::LogSite& site);
 
+    // Set at construction.
     AudioSocket* mRecord;
     AudioConnection::Callback mCallback;
     void* mOpaque;

@@ -106,11 +106,16 @@ private:
     /// The owner is about to be destroyed: requests stop waiting for a server that is gone.
     CABINAUDIO_LOCAL void _abandon();
 
-    std::atomic<AudioConnection*> mConn;
+    // Has its own synchronization.
+    std::atomic<AudioConnection*> mConn;  // null when not connected, and in the destructor
+    // Set at construction.
     audio_connect_type mType;
+    // Has its own synchronization.
     std::atomic<std::uint32_t> mHandle;      // 0 when not registered
     std::atomic<std::uint8_t*> mReqPayload;  // null when no block is outstanding
-    std::uint8_t* mReqBlock;                 // mReqPayload - 88; of the thread with the block
-    std::uint8_t* mRetBlock;                 // the same
+    // Of the thread that has claimed mReqPayload.
+    std::uint8_t* mReqBlock;  // mReqPayload - 88
+    std::uint8_t* mRetBlock;
+    // Set at construction.
     RemoteCallNotifierWorker* mNotifier;
 };
