@@ -300,7 +300,8 @@ _in("link/AudioConnection.cpp",
     ("a standard stream as a socket", "if (descriptor <= STDERR_FILENO) {",
      "if (descriptor < 0) {"),
     ("a negative length is sent",
-     "        if (length < 0)\n            result = cabinaudio::refuseLength();\n        else\n", ""),
+     "        if (length < 0)\n            result = cabinaudio::refuseLength();\n        else\n",
+     ""),
     ("sending without a limit", "1, SEND_TIMEOUT_MS);\n}", "0, SEND_TIMEOUT_MS);\n}",
      "differs only when the time runs out between two neighbouring lines"),
     ("a body is not waited for with a limit", "if (ms == 0) return false;", ""),
@@ -890,8 +891,8 @@ _in("client/Setting.h",
      "const std::uint8_t* at, const MemoryPlace&"))
 
 _in("client/Setting.cpp",
-    ("no result is taken", "if (called == AUDIO_NO_ERROR) reply.take(block + sizeof called, reply.context);",
-     ""))
+    ("no result is taken",
+     "if (called == AUDIO_NO_ERROR) reply.take(block + sizeof called, reply.context);", ""))
 
 _in("link/Request.h",
     ("the server's status", "    if (arrived) std::memcpy(&status, ret, sizeof status);\n", ""))

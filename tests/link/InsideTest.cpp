@@ -46,6 +46,11 @@ AudioSocket* recordOf(const AudioConnection& connection) {
     return front.record;
 }
 
+/// Of a record that no other thread knows.
+std::uint8_t readyIn(const AudioSocket& record) CABINAUDIO_UNCHECKED_LOCKING {
+    return record.mReplyReady;
+}
+
 void waitForWorkersEnd(AudioSocket& record) {
     const AudioMutex::AutoLock lock(*record.mReplyLock);
     while (!record.mState.isWorkerGone())
@@ -63,7 +68,7 @@ TEST(TheSocketRecord, HasItsFieldsInOrder) {
     EXPECT_TRUE(std::is_sorted(std::begin(fields), std::end(fields)));
     EXPECT_EQ(static_cast<const void*>(&record), fields[0]);
     EXPECT_EQ(record.mSocket, 0);
-    EXPECT_EQ(record.mReplyReady, 0);
+    EXPECT_EQ(readyIn(record), 0);
     EXPECT_EQ(record.mIsStall, 0);
     EXPECT_EQ(sizeof record.mIsStall, 1u);
 }
