@@ -2,7 +2,6 @@
 #include <cabinaudio/client/ClientTrack.h>
 
 #include "client/Playback.h"
-#include "client/RequestFrame.h"
 #include "client/Stream.h"
 #include "client/StreamDump.h"
 #include "client/StreamLink.h"
@@ -153,11 +152,11 @@ int ClientTrack::setKeyShift(float key) {
         AUDIO_LOGE("[%s] input key:%f rang[0.8, 1.2] error\n", mName, static_cast<double>(key));
         return AUDIO_BAD_VALUE;
     }
-    std::int32_t replied = AUDIO_NO_ERROR;
-    const auto steps = cabinaudio::askFor<wire::StatusReply>(
+    const auto answer = cabinaudio::askFor<wire::StatusReply>(
         *mRc, wire::KeyShiftRequest{id(StreamFunction::SetKeyShift), key}, true,
-        [&](const cabinaudio::Asked<wire::StatusReply>& asked) { replied = asked.reply.status; });
-    return cabinaudio::answerOf(steps, replied, AUDIO_LOG_SITE).status;
+        [](const auto&) {});
+    cabinaudio::logUnfreed(answer, AUDIO_LOG_SITE);
+    return answer.status;
 }
 
 int ClientTrack::setCallback(audio::QVAudioTrackCallback* callback) {

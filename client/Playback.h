@@ -55,7 +55,7 @@ struct Playback {
         const auto request = createRequest(id(wire::StreamFunction::Create), stream.mTag,
                                            stream.mFormat, streamParam);
         bool isGranted = false;
-        const Steps steps = askFor<wire::CreateReply>(
+        const Answer steps = askFor<wire::CreateReply>(
             *stream.mRc, request, true, [&](const Asked<wire::CreateReply>& asked) {
                 isGranted = asked.isGranted();
                 if (isGranted)
@@ -84,7 +84,7 @@ struct Playback {
     static std::int32_t mapRing(Stream& stream, ShareMemoryEx*& replaced, const LogSite& site,
                                 LogMapped logMapped) {
         const wire::FunctionRequest request{id(wire::StreamFunction::GetShareMemory)};
-        const Steps steps = askFor<wire::ShareMemoryReply>(
+        const Answer steps = askFor<wire::ShareMemoryReply>(
             *stream.mRc, request, true, [&](const Asked<wire::ShareMemoryReply>& asked) {
                 if (!asked.isGranted()) {
                     AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
@@ -374,7 +374,7 @@ private:
                      llu(waitedMs));
     }
 
-    static void logFree(const Steps& steps, const LogSite& site) {
+    static void logFree(const Answer& steps, const LogSite& site) {
         if (!steps.isFreed)
             AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site,
                          "AUDIO IGNORE(AUDIO_NO_ERROR == mRc->rcfree(param, ret))!\n");

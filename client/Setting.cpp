@@ -6,15 +6,17 @@
 namespace cabinaudio::setting {
 
 Answer exchange(RemoteCall& rc, const LogSite& site, const Request& request, const Reply& reply) {
-    std::int32_t status = AUDIO_NO_ERROR;
-    const Steps steps = exchangeBlocks(
+    const Answer answer = requestBlocks<FillRef, ConcludeRef>(
         rc, request.size, reply.size, true,
-        [&](std::uint8_t* block) { request.fill(put(block, request.function), request.context); },
-        [&](const std::uint8_t* block) {
-            std::memcpy(&status, block, sizeof status);
-            reply.take(block + sizeof status, reply.context);
+        [&](std::uint8_t* block) {
+            std::memset(block, 0, request.size);
+            request.fill(put(block, request.function), request.context);
+        },
+        [&](std::int32_t called, const std::uint8_t* block) {
+            if (called == AUDIO_NO_ERROR) reply.take(block + sizeof called, reply.context);
         });
-    return answerOf(steps, status, site);
+    logUnfreed(answer, site);
+    return answer;
 }
 
 }  // namespace cabinaudio::setting

@@ -3,8 +3,8 @@
 
 #include <cabinaudio/foundation/AudioStatus.h>
 
-#include "client/RequestFrame.h"
 #include "foundation/Log.h"
+#include "link/Request.h"
 
 #include <array>
 #include <bit>

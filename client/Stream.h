@@ -7,10 +7,10 @@
 #include <cabinaudio/foundation/AudioTypes.h>
 #include <cabinaudio/shm/ShareMemory.h>
 
-#include "client/RequestFrame.h"
 #include "client/StreamLink.h"
 #include "foundation/Log.h"
 #include "link/ReplyDeadline.h"
+#include "link/Request.h"
 #include "wire/Stream.h"
 
 #include <atomic>
@@ -43,8 +43,8 @@ struct Asked {
 /// @param conclude  gets the Asked<Reply>; runs before the request's blocks are freed, and only
 ///                  when they could be allocated
 template <typename Reply, typename Request, typename Conclude>
-Steps askFor(RemoteCall& rc, const Request& request, bool flag, Conclude conclude) {
-    return requestBlocks(
+Answer askFor(RemoteCall& rc, const Request& request, bool flag, Conclude conclude) {
+    return requestBlocks<FillRef, ConcludeRef>(
         rc, sizeof(Request), sizeof(Reply), flag,
         [&](std::uint8_t* param) { std::memcpy(param, &request, sizeof request); },
         [&](std::int32_t called, const std::uint8_t* ret) {

@@ -26,31 +26,33 @@ public:
     };
 
     /// Waits, without a time limit, until no thread is in the gate.
-    void drain() {
+    void drain() CABINAUDIO_EXCLUDES(mLock) {
         const AudioMutex::AutoLock lock(mLock);
         while (mCount != 0)
             mEmpty.wait(mLock);
     }
 
     /// Whether no thread is in the gate right now.
-    [[nodiscard]] bool empty() {
+    [[nodiscard]] bool empty() CABINAUDIO_EXCLUDES(mLock) {
         const AudioMutex::AutoLock lock(mLock);
         return mCount == 0;
     }
 
 private:
-    void enter() {
+    void enter() CABINAUDIO_EXCLUDES(mLock) {
         const AudioMutex::AutoLock lock(mLock);
         ++mCount;
     }
-    void leave() {
+    void leave() CABINAUDIO_EXCLUDES(mLock) {
         const AudioMutex::AutoLock lock(mLock);
         if (--mCount == 0) mEmpty.broadcast();
     }
 
+    // Has its own synchronization.
     AudioMutex mLock{false};
     AudioCondition mEmpty{false};
-    std::uint32_t mCount = 0;  // guarded by mLock
+    // Guarded by mLock.
+    std::uint32_t mCount CABINAUDIO_GUARDED_BY(mLock) = 0;
 };
 
 }  // namespace cabinaudio

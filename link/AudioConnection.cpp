@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <cabinaudio/foundation/AudioAlert.h>
 #include <cabinaudio/foundation/AudioCondition.h>
 #include <cabinaudio/foundation/AudioMark.h>
 #include <cabinaudio/foundation/AudioMutex.h>
@@ -13,7 +12,7 @@
 #include "link/RecordLoan.h"
 #include "link/ReplyDeadline.h"
 #include "link/SktWorker.h"
-#include "wire/Frame.h"
+#include "link/SocketAttempt.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -31,16 +30,15 @@
 #include <new>
 
 using cabinaudio::LogSite;
+using cabinaudio::MAX_ATTEMPTS;
 using cabinaudio::RecordLoan;
 using cabinaudio::ReplyDeadline;
+using cabinaudio::RETRY_PAUSE_US;
 using cabinaudio::TakenRecord;
 
 namespace {
 
-constexpr int MAX_ATTEMPTS = 11;
 constexpr int MAX_RETRIES = MAX_ATTEMPTS - 1;
-constexpr std::uint64_t RETRY_PAUSE_US = 10000;
-constexpr std::uint32_t SLOW_FRAME_US = 3000;
 constexpr std::uint64_t SEND_TIMEOUT_MS = 10000;
 
 /// The abstract name: a zero byte, then the path without its terminator.
@@ -103,28 +101,6 @@ void prepareSocket(AudioSocket& record, const LogSite& site) {
     record.mSendLimitMs = SEND_TIMEOUT_MS;
 }
 
-/// send(2) and recv(2) with lengths as callers give them: a negative one must not become a huge
-/// one, which would send or overwrite what lies behind the block.
-std::int32_t sendOnce(int descriptor, const std::uint8_t* data, std::int32_t length) {
-    if (length < 0) {
-        errno = EINVAL;
-        return -1;
-    }
-    return static_cast<std::int32_t>(
-        ::send(descriptor, data, static_cast<std::size_t>(length), MSG_NOSIGNAL));
-}
-
-std::int32_t receiveOnce(int descriptor, void* data, std::int32_t length) {
-    if (length < 0) {
-        errno = EINVAL;
-        return -1;
-    }
-    // The platform would wait for bytes even where none are wanted.
-    if (length == 0) return 0;
-    return static_cast<std::int32_t>(
-        ::recv(descriptor, data, static_cast<std::size_t>(length), MSG_NOSIGNAL));
-}
-
 /// The longest time that one attempt to send may take: what is left of the deadline. 0 would mean
 /// no limit.
 std::uint64_t sendingLimit(const ReplyDeadline& deadline) {
@@ -149,17 +125,12 @@ bool waitForBody(int descriptor, const ReplyDeadline& deadline) {
     return true;
 }
 
-/// After a result below 1: whether the same call may do better.
-bool worthRetrying(std::int32_t result, int error) {
-    return result == 0 || (result == -1 && error == EAGAIN);
-}
-
 /// Reads the body of a reply. @return the last attempt's result, with its errno
 std::int32_t readBody(int descriptor, std::uint8_t* data, std::int32_t length,
                       const LogSite& site) {
     std::int32_t result = -1;
     for (int attempt = 0; attempt < MAX_ATTEMPTS; ++attempt) {
-        result = receiveOnce(descriptor, data, length);
+        result = cabinaudio::receiveOnce(descriptor, data, length);
         const int error = errno;
         if (attempt > 0)
             AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "recv(%d) reTry:%d\n", result, attempt);
@@ -168,7 +139,7 @@ std::int32_t readBody(int descriptor, std::uint8_t* data, std::int32_t length,
                      std::strerror(error), error, attempt);
         AudioTime::sleep(RETRY_PAUSE_US);
         errno = error;
-        if (!worthRetrying(result, error)) break;
+        if (!cabinaudio::worthRetrying(result, error)) break;
     }
     return result;
 }
@@ -210,7 +181,7 @@ std::int32_t AudioConnection::connect() {
         AUDIO_LOGD("connect ok\n");
         prepareSocket(*pSocket, AUDIO_LOG_SITE);
         cabinaudio::LibraryThread::start(*pSocket->mWorker);
-        pSocket->mWorkerStarted = pSocket->mWorker->started();
+        if (pSocket->mWorker->started()) pSocket->mState.startWorker();
         mSocketRecord = pSocket;
         return 0;
     }
@@ -226,7 +197,7 @@ std::int32_t AudioConnection::send(const std::uint8_t* data, std::int32_t length
         AUDIO_LOGE("pSocket is null\n");
         return 1;
     }
-    if (pSocket->mBroken) {
+    if (pSocket->mState.isBroken()) {
         AUDIO_LOGE("connection is broken\n");
         return 1;
     }
@@ -234,14 +205,18 @@ std::int32_t AudioConnection::send(const std::uint8_t* data, std::int32_t length
     std::int32_t result = -1;
     for (int retry = 0; retry <= MAX_RETRIES && !deadline.isOver(); ++retry) {
         limitSending(*pSocket, sendingLimit(deadline));
-        result = sendOnce(pSocket->mSocket, data, length);
+        if (length < 0)
+            result = cabinaudio::refuseLength();
+        else
+            result = static_cast<std::int32_t>(
+                ::send(pSocket->mSocket, data, static_cast<std::size_t>(length), MSG_NOSIGNAL));
         const int error = errno;
         if (retry > 0) AUDIO_LOGD("send(%d) reTry:%d\n", result, retry);
         if (result > 0) break;
         AUDIO_LOGW("send failed(%d) errno:%s %d, reTry=%d\n", result, std::strerror(error), error,
                    retry);
         AudioTime::sleep(RETRY_PAUSE_US);
-        if (!worthRetrying(result, error)) break;
+        if (!cabinaudio::worthRetrying(result, error)) break;
     }
     return result < 0 ? 1 : 0;
 }
@@ -256,7 +231,7 @@ std::int32_t AudioConnection::recv(std::uint8_t* data, std::int32_t length) {
     }
     const ReplyDeadline deadline;
     const AudioMutex::AutoLock lock(*pSocket->mReplyLock);
-    if (pSocket->mBroken) {
+    if (pSocket->mState.isBroken()) {
         AUDIO_LOGE("connection is broken\n");
         return 1;
     }
@@ -274,7 +249,7 @@ std::int32_t AudioConnection::recv(std::uint8_t* data, std::int32_t length) {
     pSocket->mReplyReady = 0;
     const std::int32_t result = readBody(pSocket->mSocket, data, length, AUDIO_LOG_SITE);
     const int error = errno;
-    pSocket->mBodyTaken = true;
+    pSocket->mState.takeBody(*pSocket->mReplyLock);
     pSocket->mReplySem->signal();
     if (result >= 0) return 0;
     AUDIO_LOGE("recv failed(%d) %s %d\n", result, std::strerror(error), error);
@@ -310,11 +285,10 @@ void AudioConnection::_abandon() {
     const RecordLoan loan(mSocketRecord);
     AudioSocket* const pSocket = loan.record();
     if (pSocket == nullptr) return;
-    pSocket->mAbandoned = true;
-    // With the receive thread alive there is nobody to wake now, and it will do so at its end. Only
-    // then would the lock be worth waiting for as well: while the thread lives, a requester can
-    // hold it for as long as a body does not come; afterwards there is no body to wait for.
-    if (pSocket->mWorkerGone) pSocket->wakeRequester();
+    // A living receive thread wakes the requester at its end. Until then the lock is not worth
+    // waiting for either: a requester can hold it for as long as a body does not come; afterwards
+    // there is no body to wait for.
+    if (pSocket->mState.abandon()) pSocket->wakeRequester();
 }
 
 void AudioConnection::_interrupt() {
@@ -324,116 +298,4 @@ void AudioConnection::_interrupt() {
     pSocket->mIsStall = 1;
     ::shutdown(pSocket->mSocket, SHUT_RDWR);
     pSocket->wakeRequester();
-}
-
-// ---- SktWorker ----------------------------------------------------------------------------------
-
-SktWorker::SktWorker(AudioSocket* record, AudioConnection::Callback callback, void* opaque)
-    : AudioThread("SktWorker", -1, POLICY_RR),
-      mRecord(record),
-      mCallback(callback),
-      mOpaque(opaque) {}
-
-void SktWorker::run() {
-    if (mRecord == nullptr) {
-        AUDIO_LOGE("als is null\n");
-        return;
-    }
-    _readFrames(AUDIO_LOG_SITE);
-    const AudioMutex::AutoLock lock(*mRecord->mReplyLock);
-    mRecord->mWorkerGone = true;
-    mRecord->mReplyCond->broadcast();
-}
-
-void SktWorker::_readFrames(const LogSite& site) {
-    while (running()) {
-        SocketFrameHeader header = {};
-        std::int32_t result = _readHeader(header, site);
-        if (mRecord->mBroken) {
-            _reportLoss();
-            return;
-        }
-        if (result == 0 && mRecord->mIsStall != 0) result = -1;
-        const bool framed = result > 0 && header.magic == FRAME_MAGIC;
-        const bool goesOn =
-            framed ? _takeFrame(header, site) : _mayReadAgain(result, header.magic, site);
-        if (!goesOn) return;
-    }
-}
-
-/// One receive: what comes short stays short. errno is that of the last failing call.
-std::int32_t SktWorker::_readHeader(SocketFrameHeader& header, const LogSite& site) {
-    std::int32_t result = -1;
-    for (int attempt = 0; attempt < MAX_ATTEMPTS; ++attempt) {
-        result = receiveOnce(mRecord->mSocket, &header, sizeof header);
-        if (result >= 0) break;
-        const int error = errno;
-        AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "recv socket:%d ret:%d errno:%s %d, reTry=%d\n",
-                     mRecord->mSocket, result, std::strerror(error), error, attempt);
-        AudioTime::sleep(RETRY_PAUSE_US);
-        errno = error;
-        if (!worthRetrying(result, error)) break;
-    }
-    return result;
-}
-
-/// @return false when the frame is none that this side knows
-bool SktWorker::_takeFrame(const SocketFrameHeader& header, const LogSite& site) {
-    AudioAlert::alert("S->C", static_cast<std::uint32_t>(AudioTime::now() - header.sendTimeUs),
-                      SLOW_FRAME_US, site.file, site.function, __LINE__);
-    switch (header.headerId) {
-        case HEADER_NOTIFY:
-            if (mCallback == nullptr)
-                AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "connection cbk is null\n");
-            else
-                mCallback(mOpaque, header.event, header.param);
-            return true;
-        case HEADER_REPLY:
-            _handOverReply();
-            return true;
-        default:
-            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "unknown header id(%d)\n",
-                         static_cast<int>(header.headerId));
-            return false;
-    }
-}
-
-/// Blocks until the requester has read the body, or until a disconnect.
-void SktWorker::_handOverReply() {
-    {
-        const AudioMutex::AutoLock lock(*mRecord->mReplyLock);
-        if (mRecord->mBroken) return;  // nobody will read it
-        mRecord->mBodyTaken = false;
-        mRecord->mReplyReady = 1;
-        mRecord->mReplyCond->signal();
-    }
-    mRecord->waitForReader();
-}
-
-/// A requester has given the connection up: for the client that is a server that is gone.
-void SktWorker::_reportLoss() {
-    if (mRecord->mIsStall == 0 && mCallback != nullptr)
-        mCallback(mOpaque, cabinaudio::wire::EVENT_SERVER_GONE, 0);
-}
-
-/// After a receive that brought no frame. errno is whatever the last failing call of this thread
-/// left, also after a result of 0; the order of the tests decides what is reported.
-bool SktWorker::_mayReadAgain(std::int32_t result, std::uint32_t magic, const LogSite& site) {
-    const int error = errno;
-    const int stall = mRecord->mIsStall;
-    const bool serverGone = stall == 0 && error != EAGAIN;
-    if (serverGone && mCallback != nullptr) {
-        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "service may be crash!!! mIsStall:%d, errno:%s %d\n",
-                     stall, std::strerror(error), error);
-        mCallback(mOpaque, cabinaudio::wire::EVENT_SERVER_GONE, 0);
-    }
-    // What was received and is no frame is shown as well.
-    if (serverGone && result <= 0) return false;
-    if (stall != 0 || magic != FRAME_MAGIC) {
-        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site,
-                     "disconnect return from recv,recv failed(%d) magic=0x%x\n", result, magic);
-        return false;
-    }
-    AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "recv again\n");
-    return true;
 }

@@ -40,11 +40,11 @@ void AudioSocket::destroy(AudioSocket* record) {
 
 bool AudioSocket::mayStillBeAnswered() const {
     // Only a thread that never ran can never answer.
-    if (mIsStall != 0 || !mWorkerStarted) return false;
-    if (!mWorkerGone) return true;
+    if (mIsStall != 0 || !mState.hasWorkerStarted()) return false;
+    if (!mState.isWorkerGone()) return true;
     // A server that dies leaves the requester waiting (deliberate: the owner decides, by
     // disconnecting, by its own destruction, or once for all by the policy).
-    return !mAbandoned && !cabinaudio::linkPolicy().wakesOnServerLoss;
+    return !mState.isAbandoned() && !cabinaudio::linkPolicy().wakesOnServerLoss;
 }
 
 bool AudioSocket::waitForReply(const cabinaudio::ReplyDeadline& deadline) {
@@ -62,7 +62,7 @@ bool AudioSocket::waitForReply(const cabinaudio::ReplyDeadline& deadline) {
 void AudioSocket::waitForReader() const {
     for (;;) {
         mReplySem->wait();
-        if (mBodyTaken || mIsStall != 0 || mBroken) return;
+        if (mState.isBodyTaken() || mIsStall != 0 || mState.isBroken()) return;
         // A wait that ended early is no post: what is read next would be the body, taken for a
         // frame. One that fails for good must not keep the processor.
         AudioTime::sleep(EARLY_WAKE_UP_PAUSE_US);
@@ -70,9 +70,9 @@ void AudioSocket::waitForReader() const {
 }
 
 void AudioSocket::breakOff() {
-    mBroken = true;
+    mState.breakOff(*mReplyLock);
     ::shutdown(mSocket, SHUT_RDWR);
-    // The receive thread may be waiting for somebody to read a body.
+    // The receive thread may be waiting until a body is read.
     mReplySem->signal();
 }
 

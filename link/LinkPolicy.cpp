@@ -10,7 +10,7 @@
 namespace cabinaudio {
 namespace {
 
-// Each stands for itself, and nothing else is published with them: relaxed accesses do.
+// No other data depends on these, so relaxed order is enough.
 std::atomic<std::int64_t> gReplyTimeoutMs{0};
 std::atomic<bool> gWakesOnServerLoss{false};
 

@@ -14,14 +14,16 @@ namespace cabinaudio {
 /// Loans that have been given back to a record that was taken away.
 class ReturnedLoans {
 public:
-    void add();
+    void add() CABINAUDIO_EXCLUDES(mLock);
     /// Waits, without a time limit, for this many.
-    void await(std::uint32_t count);
+    void await(std::uint32_t count) CABINAUDIO_EXCLUDES(mLock);
 
 private:
+    // Has its own synchronization.
     AudioMutex mLock{false};
     AudioCondition mChanged{false};
-    std::uint32_t mCount = 0;  // guarded by mLock
+    // Guarded by mLock.
+    std::uint32_t mCount CABINAUDIO_GUARDED_BY(mLock) = 0;
 };
 
 /// The use of a connection's record by one thread, while another thread may disconnect.

@@ -10,11 +10,13 @@
 #include "foundation/UseGate.h"
 #include "link/RemoteCallAccess.h"
 #include "link/RemoteCallNotifierWorker.h"
+#include "link/Request.h"
 #include "wire/Frame.h"
 
 #include <cinttypes>
 #include <cstddef>
 #include <cstring>
+#include <initializer_list>
 #include <limits>
 
 using cabinaudio::LogSite;
@@ -42,6 +44,24 @@ std::uint32_t word(std::int32_t number) {
 
 std::int32_t bodyLength(std::uint32_t wanted) {
     return static_cast<std::int32_t>(wanted < MAX_LENGTH ? wanted : MAX_LENGTH);
+}
+
+/// The callFuncId forms: sends the words and takes a reply of 4 bytes, or of 8 when there is a
+/// place for its value, which is stored when the request went through.
+std::int32_t requestWords(RemoteCall& rc, const LogSite& site,
+                          std::initializer_list<std::uint32_t> words, std::int32_t* value,
+                          bool flag) {
+    const auto size = static_cast<std::uint32_t>(words.size() * sizeof(std::uint32_t));
+    const std::uint32_t replySize = value != nullptr ? sizeof(std::int32_t[2]) : sizeof *value;
+    const auto answer = cabinaudio::requestBlocks(
+        rc, size, replySize, flag,
+        [&](std::uint8_t* request) { std::memcpy(request, words.begin(), size); },
+        [&](std::int32_t called, const std::uint8_t* reply) {
+            if (called == AUDIO_NO_ERROR && value != nullptr)
+                std::memcpy(value, reply + sizeof(std::int32_t), sizeof *value);
+        });
+    cabinaudio::logUnfreed(answer, site);
+    return answer.status;
 }
 
 }  // namespace
@@ -151,47 +171,25 @@ std::int32_t RemoteCall::rcfree(void* req, void* ret) {
 // ---- callFuncId ---------------------------------------------------------------------------------
 
 std::int32_t RemoteCall::callFuncId(std::uint32_t id, bool flag) {
-    return _callWords(AUDIO_LOG_SITE, {id}, false, nullptr, flag);
+    return requestWords(*this, AUDIO_LOG_SITE, {id}, nullptr, flag);
 }
 
 std::int32_t RemoteCall::callFuncId(std::uint32_t id, std::int32_t a, bool flag) {
-    return _callWords(AUDIO_LOG_SITE, {id, word(a)}, false, nullptr, flag);
+    return requestWords(*this, AUDIO_LOG_SITE, {id, word(a)}, nullptr, flag);
 }
 
 std::int32_t RemoteCall::callFuncId(std::uint32_t id, std::int32_t a, std::int32_t b, bool flag) {
-    return _callWords(AUDIO_LOG_SITE, {id, word(a), word(b)}, false, nullptr, flag);
+    return requestWords(*this, AUDIO_LOG_SITE, {id, word(a), word(b)}, nullptr, flag);
 }
 
 std::int32_t RemoteCall::callFuncId(std::uint32_t id, std::int32_t a, std::int32_t b,
                                     std::int32_t c, bool flag) {
-    return _callWords(AUDIO_LOG_SITE, {id, word(a), word(b), word(c)}, false, nullptr, flag);
+    return requestWords(*this, AUDIO_LOG_SITE, {id, word(a), word(b), word(c)}, nullptr, flag);
 }
 
 std::int32_t RemoteCall::callFuncId(std::uint32_t id, std::int32_t* out, bool flag) {
-    return _callWords(AUDIO_LOG_SITE, {id}, true, out, flag);
-}
-
-std::int32_t RemoteCall::_callWords(const LogSite& site, std::initializer_list<std::uint32_t> words,
-                                    bool wantsValue, std::int32_t* value, bool flag) {
-    const auto size = static_cast<std::uint32_t>(words.size() * sizeof(std::uint32_t));
-    std::int32_t reply[2] = {};  // status and value
-    const std::uint32_t replySize = wantsValue ? sizeof reply : sizeof reply[0];
-    // To the end, because the destructor may be waiting for call() to return.
-    const UseGate::Visit visit(mNotifier->requests);
-    std::uint8_t* req = nullptr;
-    std::uint8_t* ret = nullptr;
-    if (rcalloc(&req, size, &ret, replySize) != AUDIO_NO_ERROR) return AUDIO_NO_MEMORY;
-    std::memcpy(req, words.begin(), size);
-    std::memset(ret, 0, replySize);
-    std::int32_t status = call(req, size, ret, replySize, flag);
-    if (status == 0) {
-        std::memcpy(reply, ret, replySize);
-        status = reply[0];
-        if (wantsValue && value != nullptr) *value = reply[1];
-    }
-    if (rcfree(req, ret) != AUDIO_NO_ERROR)
-        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "rcfree error.\n");
-    return status;
+    std::int32_t unwanted = 0;
+    return requestWords(*this, AUDIO_LOG_SITE, {id}, out != nullptr ? out : &unwanted, flag);
 }
 
 // ---- Notifications and headers ------------------------------------------------------------------
@@ -229,54 +227,4 @@ void RemoteCall::_abandon() {
     const UseGate::Visit visit(mNotifier->requests);
     AudioConnection* const conn = mConn;
     if (conn != nullptr) conn->_abandon();
-}
-
-// ---- RemoteCallNotifierWorker -------------------------------------------------------------------
-
-RemoteCall::RemoteCallNotifierWorker::RemoteCallNotifierWorker(Notify notify, void* opaque)
-    : AudioThread("RCNotifier", -1, POLICY_RR),
-      mLock(false),
-      mWakeUps(false),
-      mNotify(notify),
-      mOpaque(opaque) {}
-
-RemoteCall::RemoteCallNotifierWorker::~RemoteCallNotifierWorker() {
-    prepareStop();
-    mWakeUps.signal();
-    join();
-    while (Message* const message = _takeFirst()) {
-        AUDIO_LOGW("[%p]drop msg:%p\n", mOpaque, static_cast<void*>(message));
-        AudioNormalFree(message);
-    }
-}
-
-void RemoteCall::RemoteCallNotifierWorker::post(std::uint32_t event, std::uint32_t param) noexcept {
-    auto* const message = static_cast<Message*>(AudioNormalMalloc(sizeof(Message)));
-    *message = {event, param};
-    {
-        const AudioMutex::AutoLock lock(mLock);
-        mMessages.push_back(message);
-    }
-    mWakeUps.signal();
-}
-
-void RemoteCall::RemoteCallNotifierWorker::run() {
-    if (!running()) return;
-    for (;;) {
-        // A stop is noticed only with an empty queue: what has arrived is delivered.
-        while (Message* const message = _takeFirst()) {
-            if (mNotify != nullptr) mNotify(mOpaque, message->event, message->param);
-            AudioNormalFree(message);
-        }
-        mWakeUps.wait();
-        if (!running()) return;
-    }
-}
-
-RemoteCall::RemoteCallNotifierWorker::Message* RemoteCall::RemoteCallNotifierWorker::_takeFirst() {
-    const AudioMutex::AutoLock lock(mLock);
-    if (mMessages.empty()) return nullptr;
-    Message* const first = mMessages.front();
-    mMessages.pop_front();
-    return first;
 }

@@ -21,9 +21,9 @@ public:
     ~RemoteCallNotifierWorker() override;
 
     /// Queues one notification. Any thread; never blocks for long.
-    void post(std::uint32_t event, std::uint32_t param) noexcept;
+    void post(std::uint32_t event, std::uint32_t param) noexcept CABINAUDIO_EXCLUDES(mLock);
 
-    void run() override;
+    void run() override CABINAUDIO_EXCLUDES(mLock);
 
     /// The threads that are in a request of the RemoteCall. Here, because its object has no room.
     cabinaudio::UseGate requests;
@@ -34,11 +34,14 @@ private:
         std::uint32_t param;
     };
 
-    Message* _takeFirst();
+    Message* _takeFirst() CABINAUDIO_EXCLUDES(mLock);
 
+    // Has its own synchronization.
     AudioMutex mLock;
-    AudioSemaphore mWakeUps;        // counts wake-ups, not messages
-    std::list<Message*> mMessages;  // guarded by mLock
+    AudioSemaphore mWakeUps;  // counts wake-ups, not messages
+    // Guarded by mLock.
+    std::list<Message*> mMessages CABINAUDIO_GUARDED_BY(mLock);
+    // Set at construction.
     const Notify mNotify;
     void* const mOpaque;
 };

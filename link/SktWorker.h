@@ -31,8 +31,9 @@ private:
     bool _takeFrame(const SocketFrameHeader& header, const cabinaudio::LogSite& site);
     void _handOverReply();
     void _reportLoss();
-    bool _mayReadAgain(std::int32_t result, std::uint32_t magic, const cabinaudio::LogSite& site);
+    bool _reportNoFrame(std::int32_t result, std::uint32_t magic, const cabinaudio::LogSite& site);
 
+    // Set at construction.
     AudioSocket* mRecord;
     AudioConnection::Callback mCallback;
     void* mOpaque;

@@ -2,9 +2,10 @@
  *
  * A connection: how the receive thread hands a reply over to the requester, and what happens when
  * the server goes, the requester's time is over, or another thread disconnects
- * (link/AudioConnection.cpp, link/AudioSocket.cpp, link/RecordLoan.cpp). The receive thread takes
- * headers and nothing else, a requester takes the body of its own reply and nothing else, nobody
- * uses the record once it is released, and everybody comes to an end.
+ * (link/AudioConnection.cpp, link/SktWorker.cpp, link/AudioSocket.cpp, link/ConnectionState.h,
+ * link/RecordLoan.cpp). The receive thread takes headers and nothing else, a requester takes the
+ * body of its own reply and nothing else, nobody uses the record once it is released, and everybody
+ * comes to an end.
  *
  * One of three configurations:
  *   (none)      no reply is waited for longer than it takes; disconnect() may come at any time
@@ -234,6 +235,9 @@ over:
 
 active proctype Owner() {
     byte lent;
+#ifdef ABANDON
+    bool wasGone;
+#endif
 #ifdef WAKES
     hasRequesterEnded;
 #endif
@@ -244,9 +248,9 @@ active proctype Owner() {
     :: else -> isAbandoned = true
     fi;
 #else
-    isAbandoned = true;
+    atomic { isAbandoned = true; wasGone = isWorkerGone }       /* ConnectionState::abandon() */
     if
-    :: isWorkerGone -> wakeRequester()
+    :: wasGone -> wakeRequester()
     :: else
     fi;
 #endif

@@ -17,6 +17,10 @@ TESTS = [
     ("shm/", ["shm-order-test", "shm-test"]),
     ("link/LinkPolicy.cpp", ["link-tests", "foundation-platform-test"]),
     ("link/RemoteCall.cpp", ["link-tests", "link-inside-tests", "race-test"]),
+    ("link/Request.cpp", ["settings-test", "client-test", "client-fault-test"]),
+    ("link/Request.h", ["link-tests", "settings-test", "client-end-test", "race-test",
+                        "client-test"]),
+    ("link/RemoteCallNotifierWorker.cpp", ["link-tests", "link-inside-tests", "race-test"]),
     ("link/RecordLoan.cpp", ["link-inside-tests", "link-tests", "race-wait-test", "race-test"]),
     ("link/", ["race-wait-test", "link-inside-tests", "link-tests", "client-stream-test",
                "race-test"]),
@@ -45,8 +49,6 @@ TESTS = [
                          "client-uplink-test", "client-stream-test"]),
     ("client/StreamDump.cpp", ["client-stream-test"]),
     ("client/StreamLink.h", ["client-end-test", "client-sink-test", "race-test"]),
-    ("client/RequestFrame.cpp", ["settings-test", "client-test", "client-fault-test"]),
-    ("client/RequestFrame.h", ["settings-test", "client-end-test", "race-test", "client-test"]),
     ("client/Setting", ["settings-test"]),
     ("client/ClientSourceSetting.cpp", ["settings-test"]),
     ("client/ClientAppSetting.cpp", ["settings-test"]),
@@ -281,19 +283,20 @@ _in("shm/ShmUpdateNotificationRecevier.cpp",
 
 _in("link/AudioSocket.cpp",
     ("a wait for a reader that ends early",
-     "        if (mBodyTaken || mIsStall != 0 || mBroken) return;\n", "        return;\n"),
-    ("a reader that has gone is waited for", "mBodyTaken || mIsStall != 0 || mBroken",
-     "mBodyTaken || mIsStall != 0"),
+     "        if (mState.isBodyTaken() || mIsStall != 0 || mState.isBroken()) return;\n",
+     "        return;\n"),
+    ("a reader that has gone is waited for", "mIsStall != 0 || mState.isBroken()",
+     "mIsStall != 0"),
     ("waking without the lock", "    const AudioMutex::AutoLock lock(*mReplyLock);\n", ""),
-    ("a disconnected requester waits on", "mIsStall != 0 || !mWorkerStarted", "!mWorkerStarted"),
-    ("waiting for a thread that never ran", " || !mWorkerStarted", ""),
-    ("an abandoned requester waits on", "return !mAbandoned && ", "return "),
+    ("a disconnected requester waits on", "mIsStall != 0 || !mState", "!mState"),
+    ("waiting for a thread that never ran", " || !mState.hasWorkerStarted()", ""),
+    ("an abandoned requester waits on", "return !mState.isAbandoned() && ", "return "),
     ("the policy about a lost server",
      " && !cabinaudio::linkPolicy().wakesOnServerLoss", ""),
-    ("a lost server always ends a request", "return !mAbandoned && !cabinaudio::linkPolicy()"
-     ".wakesOnServerLoss;", "return false;"),
+    ("a lost server always ends a request", "return !mState.isAbandoned() && "
+     "!cabinaudio::linkPolicy().wakesOnServerLoss;", "return false;"),
     ("a wake-up without a reply", "while (mReplyReady == 0 &&", "if (mReplyReady == 0 &&"),
-    ("a broken connection is used again", "    mBroken = true;\n", ""),
+    ("a broken connection is used again", "    mState.breakOff(*mReplyLock);\n", ""),
     ("a broken connection stays open", "    ::shutdown(mSocket, SHUT_RDWR);\n", ""),
     ("a broken connection keeps its receive thread", "    mReplySem->signal();\n", ""))
 
@@ -306,25 +309,18 @@ _in("link/AudioConnection.cpp",
     ("a standard stream as a socket", "if (descriptor <= STDERR_FILENO) {",
      "if (descriptor < 0) {"),
     ("a negative length is sent",
-     "if (length < 0) {\n        errno = EINVAL;\n        return -1;\n    }\n"
-     "    return static_cast<std::int32_t>(\n        ::send",
-     "return static_cast<std::int32_t>(\n        ::send"),
-    ("a negative length is received",
-     "if (length < 0) {\n        errno = EINVAL;\n        return -1;\n    }\n"
-     "    // The platform would", "// The platform would"),
-    ("nothing is received", "if (length == 0) return 0;", ""),
+     "        if (length < 0)\n            result = cabinaudio::refuseLength();\n        else\n",
+     ""),
     ("sending without a limit", "1, SEND_TIMEOUT_MS);\n}", "0, SEND_TIMEOUT_MS);\n}",
      "differs only when the time runs out between two neighbouring lines"),
     ("a body is not waited for with a limit", "if (ms == 0) return false;", ""),
-    ("every failure is tried again", "result == 0 || (result == -1 && error == EAGAIN)", "true"),
-    ("no failure is tried again", "result == 0 || (result == -1 && error == EAGAIN)", "false"),
     ("a second connection", "if (mSocketRecord.load() != nullptr) return 0;", ""),
     ("sending does not hold the record",
      HOLDS_RECORD + "    if (pSocket == nullptr) {\n        AUDIO_LOGE(\"pSocket is null\\n\");\n"
-     "        return 1;\n    }\n    if (pSocket->mBroken) {",
+     "        return 1;\n    }\n    if (pSocket->mState.isBroken()) {",
      HOLDS_NO_RECORD + "    if (pSocket == nullptr) {\n"
      "        AUDIO_LOGE(\"pSocket is null\\n\");\n        return 1;\n    }\n"
-     "    if (pSocket->mBroken) {"),
+     "    if (pSocket->mState.isBroken()) {"),
     ("receiving does not hold the record",
      HOLDS_RECORD + "    if (pSocket == nullptr) {\n        AUDIO_LOGE(\"pSocket is null\\n\");\n"
      "        return 1;\n    }\n    const ReplyDeadline",
@@ -332,8 +328,8 @@ _in("link/AudioConnection.cpp",
      "        AUDIO_LOGE(\"pSocket is null\\n\");\n        return 1;\n    }\n"
      "    const ReplyDeadline"),
     ("abandoning does not hold the record",
-     HOLDS_RECORD + "    if (pSocket == nullptr) return;\n    pSocket->mAbandoned",
-     HOLDS_NO_RECORD + "    if (pSocket == nullptr) return;\n    pSocket->mAbandoned",
+     HOLDS_RECORD + "    if (pSocket == nullptr) return;\n    // A living",
+     HOLDS_NO_RECORD + "    if (pSocket == nullptr) return;\n    // A living",
      "its callers hold the call that owns the connection"),
     ("a limit of sending outlasts the policy",
      "limitSending(*pSocket, sendingLimit(deadline));",
@@ -346,22 +342,22 @@ _in("link/AudioConnection.cpp",
      "    return SEND_TIMEOUT_MS;"),
     ("sending on no connection",
      "    if (pSocket == nullptr) {\n        AUDIO_LOGE(\"pSocket is null\\n\");\n"
-     "        return 1;\n    }\n    if (pSocket->mBroken) {",
-     "    if (pSocket->mBroken) {"),
+     "        return 1;\n    }\n    if (pSocket->mState.isBroken()) {",
+     "    if (pSocket->mState.isBroken()) {"),
     ("sending on a broken connection",
-     "    if (pSocket->mBroken) {\n        AUDIO_LOGE(\"connection is broken\\n\");\n"
+     "    if (pSocket->mState.isBroken()) {\n        AUDIO_LOGE(\"connection is broken\\n\");\n"
      "        return 1;\n    }\n    const ReplyDeadline deadline;\n    std::int32_t result",
      "    const ReplyDeadline deadline;\n    std::int32_t result"),
     ("receiving on a broken connection",
-     "    if (pSocket->mBroken) {\n        AUDIO_LOGE(\"connection is broken\\n\");\n"
+     "    if (pSocket->mState.isBroken()) {\n        AUDIO_LOGE(\"connection is broken\\n\");\n"
      "        return 1;\n    }\n    const bool isReady",
      "    const bool isReady"),
     ("receiving without the lock",
      "    const AudioMutex::AutoLock lock(*pSocket->mReplyLock);\n", ""),
     ("a reply is taken twice", "    pSocket->mReplyReady = 0;\n", ""),
     ("the receive thread is not let go on",
-     "    pSocket->mBodyTaken = true;\n    pSocket->mReplySem->signal();\n",
-     "    pSocket->mBodyTaken = true;\n"),
+     "    pSocket->mState.takeBody(*pSocket->mReplyLock);\n    pSocket->mReplySem->signal();\n",
+     "    pSocket->mState.takeBody(*pSocket->mReplyLock);\n"),
     ("a time that is over does not break the connection", "        pSocket->breakOff();\n", ""),
     ("a disconnect that looks like a lost server",
      "    pSocket->mIsStall = 1;\n    pSocket->mWorker->prepareStop();",
@@ -378,29 +374,45 @@ _in("link/AudioConnection.cpp",
     ("a receive thread that is not joined", "    pSocket->mWorker->join();\n", "",
      "its own destructor joins it"),
     ("requesters are not waited for", "    taken.awaitReturn();\n", ""),
-    ("abandoned without saying so", "    pSocket->mAbandoned = true;\n", ""),
-    ("abandoned without waking", "if (pSocket->mWorkerGone) pSocket->wakeRequester();", ""),
+    ("abandoned without waking", "if (pSocket->mState.abandon()) pSocket->wakeRequester();",
+     "(void)pSocket->mState.abandon();"),
     ("interrupted without waking",
      "    ::shutdown(pSocket->mSocket, SHUT_RDWR);\n    pSocket->wakeRequester();\n}",
-     "    ::shutdown(pSocket->mSocket, SHUT_RDWR);\n}"),
-    ("the receive thread goes without saying so", "    mRecord->mWorkerGone = true;\n", ""),
+     "    ::shutdown(pSocket->mSocket, SHUT_RDWR);\n}"))
+
+_in("link/SocketAttempt.h",
+    ("a negative length is received",
+     "    if (length < 0) return refuseLength();\n", ""),
+    ("nothing is received", "if (length == 0) return 0;", ""),
+    ("every failure is tried again", "result == 0 || (result == -1 && error == EAGAIN)", "true"),
+    ("no failure is tried again", "result == 0 || (result == -1 && error == EAGAIN)", "false"))
+
+_in("link/SktWorker.cpp",
+    ("the receive thread goes without saying so",
+     "    mRecord->mState.endWorker(*mRecord->mReplyLock);\n", ""),
     ("the receive thread goes without waking",
-     "    mRecord->mWorkerGone = true;\n    mRecord->mReplyCond->broadcast();",
-     "    mRecord->mWorkerGone = true;"),
+     "    mRecord->mState.endWorker(*mRecord->mReplyLock);\n    mRecord->mReplyCond->broadcast();",
+     "    mRecord->mState.endWorker(*mRecord->mReplyLock);"),
     ("the receive thread goes without the lock",
-     "    const AudioMutex::AutoLock lock(*mRecord->mReplyLock);\n    mRecord->mWorkerGone",
-     "    mRecord->mWorkerGone"),
+     "    const AudioMutex::AutoLock lock(*mRecord->mReplyLock);\n    mRecord->mState.endWorker",
+     "    mRecord->mState.endWorker"),
     ("a reply is handed over without the lock",
      "        const AudioMutex::AutoLock lock(*mRecord->mReplyLock);\n", ""),
     ("a reply is handed over on a broken connection",
-     "        if (mRecord->mBroken) return;  // nobody will read it\n", "",
+     "        if (mRecord->mState.isBroken()) return;  // nobody will read it\n", "",
      "nobody reads on a broken connection but a second request at the same time, which no client "
      "makes"),
     ("a reply wakes nobody", "        mRecord->mReplyCond->signal();\n", ""),
     ("the receive thread does not wait for the body", "    mRecord->waitForReader();\n", ""),
     ("a broken connection is no loss",
-     "if (mRecord->mBroken) {\n            _reportLoss();\n            return;\n        }", ""),
+     "if (mRecord->mState.isBroken()) {\n            _reportLoss();\n            return;\n        }",
+     ""),
     ("any bytes are a frame", "result > 0 && header.magic == FRAME_MAGIC", "result > 0"))
+
+_in("link/ConnectionState.h",
+    ("abandoned without saying so", "mFacts.fetch_or(ABANDONED)", "mFacts.load()"),
+    ("a body that was read before counts for the next",
+     "mFacts &= static_cast<std::uint8_t>(~BODY_TAKEN);", ""))
 
 _in("link/RecordLoan.cpp",
     ("a loan is not counted", "withLoans(record, loansIn(seen) + 1)",
@@ -447,15 +459,14 @@ _in("link/RemoteCall.cpp",
      "    const UseGate::Visit visit(mNotifier->requests);\n"
      "    AudioConnection* const conn = mConn;\n    const std::uint32_t handle",
      "    AudioConnection* const conn = mConn;\n    const std::uint32_t handle"),
-    ("a whole request does not hold the call",
-     "    const UseGate::Visit visit(mNotifier->requests);\n    std::uint8_t* req = nullptr;",
-     "    std::uint8_t* req = nullptr;"),
     ("a foreign reply block is released", "if (!mine || ret != mRetBlock) {", "if (!mine) {"),
     ("a block stays claimed", "        if (mine) mReqPayload = outstanding;\n", ""),
     ("blocks of nothing are released", "if (req == nullptr || ret == nullptr) {",
      "if (false) {"),
     ("a name that is too long",
-     "strnlen(name, sizeof param.name - 1)", "strnlen(name, 2 * sizeof param.name)"),
+     "strnlen(name, sizeof param.name - 1)", "strnlen(name, 2 * sizeof param.name)"))
+
+_in("link/RemoteCallNotifierWorker.cpp",
     ("notifications are queued without the lock",
      "        const AudioMutex::AutoLock lock(mLock);\n        mMessages.push_back",
      "        mMessages.push_back"),
@@ -496,16 +507,18 @@ _in("foundation/UseGate.h",
      "        if (--mCount"),
     ("leaving without waking", "if (--mCount == 0) mEmpty.broadcast();", "--mCount;"))
 
-_in("client/RequestFrame.h",
+_in("link/Request.h",
     ("a request does not hold the call",
      "    const UseGate::Visit visit(RemoteCallAccess::requests(rc));\n", ""),
     ("blocks are freed before the outcome is handed over",
-     "    conclude(steps.called, static_cast<const std::uint8_t*>(ret));\n"
-     "    steps.isFreed = rc.rcfree(param, ret) == AUDIO_NO_ERROR;\n",
+     "    conclude(status, static_cast<const std::uint8_t*>(ret));\n"
+     "    if (arrived) std::memcpy(&status, ret, sizeof status);\n"
+     "    const bool isFreed = rc.rcfree(param, ret) == AUDIO_NO_ERROR;\n",
      "    auto* const copy = new std::uint8_t[replySize];\n"
      "    std::memcpy(copy, ret, replySize);\n"
-     "    steps.isFreed = rc.rcfree(param, ret) == AUDIO_NO_ERROR;\n"
-     "    conclude(steps.called, static_cast<const std::uint8_t*>(copy));\n"
+     "    const bool isFreed = rc.rcfree(param, ret) == AUDIO_NO_ERROR;\n"
+     "    conclude(status, static_cast<const std::uint8_t*>(copy));\n"
+     "    if (arrived) std::memcpy(&status, copy, sizeof status);\n"
      "    delete[] copy;\n"))
 
 _in("client/Stream.cpp",
@@ -887,8 +900,11 @@ _in("client/Setting.h",
      "const std::uint8_t* at, const MemoryPlace&"))
 
 _in("client/Setting.cpp",
-    ("no result is taken", "            reply.take(block + sizeof status, reply.context);\n", ""),
-    ("the server's status", "            std::memcpy(&status, block, sizeof status);\n", ""))
+    ("no result is taken",
+     "if (called == AUDIO_NO_ERROR) reply.take(block + sizeof called, reply.context);", ""))
+
+_in("link/Request.h",
+    ("the server's status", "    if (arrived) std::memcpy(&status, ret, sizeof status);\n", ""))
 
 _in("client/SettingList.h",
     ("more slots than the reply has",
@@ -1065,37 +1081,41 @@ _in("shm/ShmUpdateNotificationRecevier.cpp",
     ("the receiver has the lowest priority", "AudioThread(name, -1,", "AudioThread(name, 1,"))
 
 _in("link/AudioConnection.cpp",
-    ("one attempt less", "MAX_ATTEMPTS = 11", "MAX_ATTEMPTS = 10"),
-    ("shorter pauses", "RETRY_PAUSE_US = 10000", "RETRY_PAUSE_US = 100"),
-    ("another idea of a slow frame", "SLOW_FRAME_US = 3000", "SLOW_FRAME_US = 3000000"),
     ("another limit of sending", "SEND_TIMEOUT_MS = 10000", "SEND_TIMEOUT_MS = 5000"),
     ("the socket goes to children", "F_SETFD, FD_CLOEXEC", "F_SETFD, 0"),
     ("a lost server ends the process",
-     "::send(descriptor, data, static_cast<std::size_t>(length), MSG_NOSIGNAL)",
-     "::send(descriptor, data, static_cast<std::size_t>(length), 0)"),
+     "::send(pSocket->mSocket, data, static_cast<std::size_t>(length), MSG_NOSIGNAL)",
+     "::send(pSocket->mSocket, data, static_cast<std::size_t>(length), 0)"),
     ("a name that is a file", "address.sun_path + 1, path, name)", "address.sun_path, path, name)"),
     ("a name with its terminator", "sun_path) + 1 + name)", "sun_path) + 2 + name)"),
     ("a name that just fits", "if (name + 1 > sizeof", "if (name + 1 >= sizeof"),
-    ("a lost server that looks like a pause", "error != EAGAIN;", "true;"),
-    ("no frame after a loss", "serverGone && result <= 0", "serverGone"),
-    ("bytes that are no frame are skipped", "stall != 0 || magic != FRAME_MAGIC", "stall != 0"),
     ("no server is no memory", "    return 2;\n", "    return 1;\n"),
-    ("a notification's numbers", "mOpaque, header.event, header.param",
-     "mOpaque, header.param, header.event"),
     ("milliseconds of the limit", "ms % 1000 * 1000", "ms % 1000"),
     ("the retries of sending are one less", "retry <= MAX_RETRIES", "retry < MAX_RETRIES"),
     ("no result is a failure", "return result < 0 ? 1 : 0;", "return result <= 0 ? 1 : 0;"),
     ("the errno of a failed body",
-     "        errno = error;\n        if (!worthRetrying(result, error)) "
+     "        errno = error;\n        if (!cabinaudio::worthRetrying(result, error)) "
      "break;\n    }\n    return result;\n}\n\n}  // namespace",
-     "        errno = 0;\n        if (!worthRetrying(result, error)) break;\n    }\n"
-     "    return result;\n}\n\n}  // namespace"),
+     "        errno = 0;\n        if (!cabinaudio::worthRetrying(result, error)) break;\n    }\n"
+     "    return result;\n}\n\n}  // namespace"))
+
+_in("link/SocketAttempt.h",
+    ("one attempt less", "MAX_ATTEMPTS = 11", "MAX_ATTEMPTS = 10"),
+    ("shorter pauses", "RETRY_PAUSE_US = 10000", "RETRY_PAUSE_US = 100"))
+
+_in("link/SktWorker.cpp",
+    ("another idea of a slow frame", "SLOW_FRAME_US = 3000", "SLOW_FRAME_US = 3000000"),
+    ("a lost server that looks like a pause", "error != EAGAIN;", "true;"),
+    ("no frame after a loss", "serverGone && result <= 0", "serverGone"),
+    ("bytes that are no frame are skipped", "stall != 0 || magic != FRAME_MAGIC", "stall != 0"),
+    ("a notification's numbers", "mOpaque, header.event, header.param",
+     "mOpaque, header.param, header.event"),
     ("the receive thread is an ordinary one", "\"SktWorker\", -1, POLICY_RR",
      "\"SktWorker\", -1, POLICY_OTHER"))
 
 _in("link/AudioSocket.cpp",
-    ("a policy that is asked the wrong way", "return !mAbandoned && !cabinaudio",
-     "return !mAbandoned && cabinaudio"),
+    ("a policy that is asked the wrong way", "&& !cabinaudio::linkPolicy",
+     "&& cabinaudio::linkPolicy"),
     ("a pause that is none", "EARLY_WAKE_UP_PAUSE_US = 1000", "EARLY_WAKE_UP_PAUSE_US = 0",
      "shortens a pause that keeps a broken semaphore from using the processor"))
 
@@ -1118,9 +1138,12 @@ _in("link/RemoteCall.cpp",
     ("the handle of another word", "mHandle = registered.handle", "mHandle = registered.spare0"),
     ("the flag is turned round", "flag ? AUDIO_CMD_CALL_FLAG : AUDIO_CMD_CALL",
      "flag ? AUDIO_CMD_CALL : AUDIO_CMD_CALL_FLAG"),
-    ("notifications from the end", "mMessages.push_back(message)", "mMessages.push_front(message)"),
-    ("the status as value", "*value = reply[1]", "*value = reply[0]"),
-    ("a value without a place", "if (wantsValue && value != nullptr)", "if (wantsValue)"),
+    ("the status as value", "reply + sizeof(std::int32_t), sizeof *value", "reply, sizeof *value"),
+    ("a value without a place", "called == AUDIO_NO_ERROR && value != nullptr",
+     "called == AUDIO_NO_ERROR"),
+    ("a value of a reply that did not arrive", "called == AUDIO_NO_ERROR && value != nullptr",
+     "value != nullptr"),
+    ("a reply without the value that nobody wants", "out != nullptr ? out : &unwanted", "out"),
     ("two numbers change places", "word(a), word(b), word(c)", "word(a), word(c), word(b)"),
     ("a refused client is one", "return mHandle != 0 ?", "return mHandle == 0 ?"),
     ("a registration's length", "sizeof(audio_param::name), name)", "sizeof(audio_param), name)"),
@@ -1129,14 +1152,14 @@ _in("link/RemoteCall.cpp",
     ("a request under its own name",
      "static_cast<std::int32_t>(reqLen),\n                     cabinaudio::wire::NAME_UNKNOWN);",
      "static_cast<std::int32_t>(reqLen),\n                     \"none\");"),
-    ("the reply has the request's length", "bodyLength(retLen)", "bodyLength(reqLen)"),
+    ("the reply has the request's length", "bodyLength(retLen)", "bodyLength(reqLen)"))
+
+_in("link/RemoteCallNotifierWorker.cpp",
+    ("notifications from the end", "mMessages.push_back(message)", "mMessages.push_front(message)"),
     ("a stopped notifier delivers nothing",
      "        mWakeUps.wait();\n        if (!running()) return;",
      "        if (!running()) return;\n        mWakeUps.wait();",
-     OUT_OF_REACH + "differs when a notification comes between the stop and the wake-up"),
-    ("the reply is not zeros before", "    std::memset(ret, 0, replySize);\n", ""),
-    ("a refused allocation is another status", "!= AUDIO_NO_ERROR) return AUDIO_NO_MEMORY;",
-     "!= AUDIO_NO_ERROR) return AUDIO_BAD_SEQUENCE;"))
+     OUT_OF_REACH + "differs when a notification comes between the stop and the wake-up"))
 
 _in("foundation/AudioThread.cpp",
     ("any failure makes an ordinary thread", "ret == EPERM && cabin", "ret != 0 && cabin"),
@@ -1572,24 +1595,27 @@ _in("client/Setting.h",
 
 _in("client/Setting.cpp",
     ("the flag of settings", "reply.size, true,", "reply.size, false,"),
-    ("results behind nothing", "block + sizeof status, reply", "block, reply"))
+    ("a request that is not zeros before",
+     "            std::memset(block, 0, request.size);\n", ""),
+    ("an answer that did not arrive is taken", "if (called == AUDIO_NO_ERROR) reply.take",
+     "reply.take"),
+    ("results behind nothing", "block + sizeof called, reply", "block, reply"))
 
 _in("client/SettingList.h",
     ("a list that is too short", "SLOTS));\n", "SLOTS - 1));\n"),
     ("a name beyond its field", "strnlen(name.text, sizeof name.text)",
      "strnlen(name.text, sizeof name.text - 1)"))
 
-_in("client/RequestFrame.cpp",
-    ("a lost answer has arrived", "return {false, steps.called}", "return {true, steps.called}"),
-    ("another status of no memory", "{false, AUDIO_NO_MEMORY}", "{false, steps.allocated}"),
-    ("a block that stays is silent", "if (!steps.isFreed) ", "if (false) "))
+_in("link/Request.cpp",
+    ("a block that stays is silent", "if (!answer.isFreed) ", "if (false) "))
 
-_in("client/RequestFrame.h",
-    ("a request that is not zeros before", "    std::memset(param, 0, requestSize);\n", ""),
+_in("link/Request.h",
+    ("a lost answer has arrived", "return {arrived, ", "return {true, "),
+    ("a lost answer has a status", "if (arrived) std::memcpy(&status", "std::memcpy(&status"),
+    ("another status of no memory", "true, AUDIO_NO_MEMORY, allocated}",
+     "true, allocated, allocated}"),
     ("a reply that is not zeros before", "    std::memset(ret, 0, replySize);\n", ""),
-    ("the flag is turned round", "ret, replySize, flag);", "ret, replySize, !flag);"),
-    ("an answer that did not arrive is taken", "if (called == AUDIO_NO_ERROR) take(ret);",
-     "take(ret);"))
+    ("the flag is turned round", "ret, replySize, flag);", "ret, replySize, !flag);"))
 
 _in("client/Stream.h",
     ("a late wake-up", "LAG_WARNING_MS = 2", "LAG_WARNING_MS = 3",
@@ -1664,7 +1690,7 @@ _in("client/ClientTrack.cpp",
      "    const AudioMutex::AutoLock lock(mLock);\n    if (!mIsAuxiliary)",
      "int ClientTrack::writeDone() {\n    AUDIO_LOGD(\"[%s]writeDone In\\n\", mName);\n"
      "    const AudioMutex::AutoLock lock(mLock);\n    if (false)"),
-    ("a key's status", "replied = asked.reply.status;", "(void)asked;"),
+    ("a key's status", "return answer.status;", "return AUDIO_NO_ERROR;"),
     ("the end of the stream", "callback->finish(false)", "callback->finish(true)"),
     ("no ring is another status", "if (!checkAndWaitShareBufferReady()) return AUDIO_TIMED_OUT;",
      "if (!checkAndWaitShareBufferReady()) return AUDIO_INVALID_STATE;"))

@@ -46,9 +46,14 @@ AudioSocket* recordOf(const AudioConnection& connection) {
     return front.record;
 }
 
+/// Of a record that no other thread knows.
+std::uint8_t readyIn(const AudioSocket& record) CABINAUDIO_UNCHECKED_LOCKING {
+    return record.mReplyReady;
+}
+
 void waitForWorkersEnd(AudioSocket& record) {
     const AudioMutex::AutoLock lock(*record.mReplyLock);
-    while (!record.mWorkerGone)
+    while (!record.mState.isWorkerGone())
         record.mReplyCond->wait(*record.mReplyLock);
 }
 
@@ -57,13 +62,13 @@ void waitForWorkersEnd(AudioSocket& record) {
 
 TEST(TheSocketRecord, HasItsFieldsInOrder) {
     const AudioSocket record;
-    const void* const fields[] = {&record.mSocket,    &record.mReplySem,     &record.mReplyLock,
-                                  &record.mReplyCond, &record.mWorker,       &record.mReplyReady,
-                                  &record.mIsStall,   &record.mWorkerStarted};
+    const void* const fields[] = {&record.mSocket,    &record.mReplySem, &record.mReplyLock,
+                                  &record.mReplyCond, &record.mWorker,   &record.mReplyReady,
+                                  &record.mIsStall,   &record.mState};
     EXPECT_TRUE(std::is_sorted(std::begin(fields), std::end(fields)));
     EXPECT_EQ(static_cast<const void*>(&record), fields[0]);
     EXPECT_EQ(record.mSocket, 0);
-    EXPECT_EQ(record.mReplyReady, 0);
+    EXPECT_EQ(readyIn(record), 0);
     EXPECT_EQ(record.mIsStall, 0);
     EXPECT_EQ(sizeof record.mIsStall, 1u);
 }
@@ -172,7 +177,7 @@ TEST(TheReceiveThread, ReturnsAtOnceWhenItIsNotRunning) {
     ASSERT_TRUE(record->create(nullptr, nullptr));
     record->mSocket = -1;  // a receive would fail and be logged
     record->mWorker->run();
-    EXPECT_TRUE(record->mWorkerGone);
+    EXPECT_TRUE(record->mState.isWorkerGone());
     EXPECT_TRUE(log.lines().empty()) << log.dump();
     AudioSocket::destroy(record);
 }

@@ -41,17 +41,17 @@ public:
 
     /// Starts the thread. Logged and without effect when it runs already. A process that may not
     /// use the policy gets a log line and no thread; a later start() may try again.
-    void start();
+    void start() CABINAUDIO_EXCLUDES(mLock);
 
     /// Asks the body to return; does not wait.
-    void prepareStop();
+    void prepareStop() CABINAUDIO_EXCLUDES(mLock);
 
     /// Waits, without a time limit, until the body has returned; at once when there is nothing to
     /// wait for. Called from the body itself it logs an error and returns.
-    void join();
+    void join() CABINAUDIO_EXCLUDES(mLock);
 
     /// prepareStop() and join().
-    void stop();
+    void stop() CABINAUDIO_EXCLUDES(mLock);
 
 protected:
     /// @return false once a stop was asked for, or when the thread could not be started
@@ -63,14 +63,18 @@ private:
     static void* _run(void* self);
     static int _getPolicyId(Policy policy);
 
-    // The body polls the flag without the lock.
+    // Has its own synchronization: written with mLock held, polled by the body without.
     std::atomic<bool> mRunning;
+    // Set at construction.
     char mName[16];
     Policy mPolicy;
     std::int32_t mPriority;
-    pthread_t mThread;
+    // Guarded by mLock.
+    pthread_t mThread CABINAUDIO_GUARDED_BY(mLock);
+    // Has its own synchronization.
     AudioMutex mLock;
-    bool mJoined;
+    // Guarded by mLock.
+    bool mJoined CABINAUDIO_GUARDED_BY(mLock);
 
     static_assert(sizeof(std::atomic<bool>) == 1, "the running flag is one byte");
 };

@@ -76,10 +76,13 @@ private:
     /// Ends requests under way without closing the connection.
     CABINAUDIO_LOCAL void _interrupt();
 
+    // Set at construction.
     const char* mPath;
     std::int32_t mPort;
-    // Null when not connected. The low bits count the threads that use the record.
+    // Has its own synchronization: null when not connected; the low bits count the threads that use
+    // the record.
     std::atomic<AudioSocket*> mSocketRecord;
+    // Set at construction.
     Callback mCallback;
     void* mOpaque;
 };

@@ -7,11 +7,9 @@
 
 #include <atomic>
 #include <cstdint>
-#include <initializer_list>
 
 class AudioConnection;
 namespace cabinaudio {
-struct LogSite;
 struct RemoteCallAccess;
 }  // namespace cabinaudio
 
@@ -107,17 +105,17 @@ private:
 
     /// The owner is about to be destroyed: requests stop waiting for a server that is gone.
     CABINAUDIO_LOCAL void _abandon();
-    /// The one body of the callFuncId forms: sends the words and takes a reply of 4 bytes, or of 8
-    /// when a value is wanted. `value` is stored when the request went through, unless null.
-    CABINAUDIO_LOCAL std::int32_t _callWords(const cabinaudio::LogSite& site,
-                                             std::initializer_list<std::uint32_t> words,
-                                             bool wantsValue, std::int32_t* value, bool flag);
 
-    std::atomic<AudioConnection*> mConn;
+    // Has its own synchronization.
+    std::atomic<AudioConnection*> mConn;  // null when not connected, and in the destructor
+    // Set at construction.
     audio_connect_type mType;
+    // Has its own synchronization.
     std::atomic<std::uint32_t> mHandle;      // 0 when not registered
     std::atomic<std::uint8_t*> mReqPayload;  // null when no block is outstanding
-    std::uint8_t* mReqBlock;                 // mReqPayload - 88; of the thread with the block
-    std::uint8_t* mRetBlock;                 // the same
+    // Of the thread that has claimed mReqPayload.
+    std::uint8_t* mReqBlock;  // mReqPayload - 88
+    std::uint8_t* mRetBlock;
+    // Set at construction.
     RemoteCallNotifierWorker* mNotifier;
 };

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cabinaudio/foundation/AudioMutex.h>
+
+#include <atomic>
+#include <cstdint>
+
+namespace cabinaudio {
+
+/// How far the threads of a connection have come, in one atomic word: each transition is a single
+/// step for all of them. `lock` is the one that the requester holds for its whole receive.
+class ConnectionState {
+public:
+    // ---- Transitions ----------------------------------------------------------------------------
+
+    /// The receive thread has been brought to life. Before other threads know the connection.
+    void startWorker() { mFacts |= WORKER_STARTED; }
+    /// The receive thread does not read any more.
+    void endWorker([[maybe_unused]] AudioMutex& lock) CABINAUDIO_REQUIRES(lock) {
+        mFacts |= WORKER_GONE;
+    }
+    /// A reply's body waits in the socket.
+    void offerBody([[maybe_unused]] AudioMutex& lock) CABINAUDIO_REQUIRES(lock) {
+        mFacts &= static_cast<std::uint8_t>(~BODY_TAKEN);
+    }
+    /// The body has been read as far as it will be.
+    void takeBody([[maybe_unused]] AudioMutex& lock) CABINAUDIO_REQUIRES(lock) {
+        mFacts |= BODY_TAKEN;
+    }
+    /// A requester has given the connection up.
+    void breakOff([[maybe_unused]] AudioMutex& lock) CABINAUDIO_REQUIRES(lock) { mFacts |= BROKEN; }
+    /// The owner is about to be destroyed. @return whether the receive thread was gone by then
+    [[nodiscard]] bool abandon() { return (mFacts.fetch_or(ABANDONED) & WORKER_GONE) != 0; }
+
+    // ---- Questions ------------------------------------------------------------------------------
+
+    /// @return false from the start for a receive thread that could not be started
+    [[nodiscard]] bool hasWorkerStarted() const { return is(WORKER_STARTED); }
+    [[nodiscard]] bool isWorkerGone() const { return is(WORKER_GONE); }
+    /// @return whether the last body that was offered has been read
+    [[nodiscard]] bool isBodyTaken() const { return is(BODY_TAKEN); }
+    [[nodiscard]] bool isBroken() const { return is(BROKEN); }
+    [[nodiscard]] bool isAbandoned() const { return is(ABANDONED); }
+
+private:
+    static constexpr std::uint8_t WORKER_STARTED = 1;
+    static constexpr std::uint8_t WORKER_GONE = 2;
+    static constexpr std::uint8_t BODY_TAKEN = 4;
+    static constexpr std::uint8_t BROKEN = 8;
+    static constexpr std::uint8_t ABANDONED = 16;
+
+    [[nodiscard]] bool is(std::uint8_t fact) const { return (mFacts & fact) != 0; }
+
+    std::atomic<std::uint8_t> mFacts{0};
+};
+
+}  // namespace cabinaudio
