@@ -259,17 +259,15 @@ int ClientRecord::readLoop(unsigned char* buffer, int bytes, bool isBlock) {
 unsigned ClientRecord::waitForData() {
     ShareMemoryEx* const ring = mShareMemory;
     const cabinaudio::RingPatience patience(DATA_WAIT_MS);
+    const cabinaudio::BlockedWait blocked(mIsBlocked, mState, mCond);
     unsigned used = 0;
     while ((used = ring->getUsedSize()) == 0) {
-        mIsBlocked = true;
         bool isWoken = mCond.waitRelative(mLock, DATA_WAIT_MS) == 0;
         if (patience.isOver() && ring->getUsedSize() == 0) isWoken = false;  // in vain
         if (!isWoken)
             AUDIO_LOG_AT(ANDROID_LOG_WARN, READ,
                          "[%s] waitting share memory data update timeout[%d ms]\n", mName,
                          static_cast<int>(DATA_WAIT_MS));
-        mIsBlocked = false;
-        if (mState != ACTIVE) mCond.signal();  // the destructor may be waiting for this
         if (!isWoken || mState != ACTIVE) return 0;
     }
     return used;

@@ -377,11 +377,9 @@ std::int32_t ClientRecordRt::_prepareData(unsigned want, bool isBlock, unsigned&
         }
 
         if (!patience) patience.emplace(RING_WAIT_MS);
-        mIsBlocked = true;
         const std::uint64_t begin = nowMs();
-        const bool isWoken = mCond.waitRelative(mLock, supply.waitMs) == 0;
+        const bool isWoken = waitFor(supply.waitMs);
         const std::uint64_t waited = nowMs() - begin;
-        leaveWait();
         const bool isInVain = mState == ACTIVE && patience->isOver() && !isMet(want, site);
         if (supply.isLive && (!isWoken || isInVain)) {
             AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]wait shm data timeOut:%llu expect:%llu\n",
@@ -444,10 +442,10 @@ unsigned ClientRecordRt::pacedBacklog() {
     return mCacheSizeMax;
 }
 
-/// Ends a wait. A destructor may be waiting for the blocked read to leave.
-void ClientRecordRt::leaveWait() {
-    mIsBlocked = false;
-    if (mState != ACTIVE) mCond.signal();
+/// Waits once. @return whether a wake-up ended it
+bool ClientRecordRt::waitFor(std::uint64_t ms) {
+    const cabinaudio::BlockedWait blocked(mIsBlocked, mState, mCond);
+    return mCond.waitRelative(mLock, ms) == 0;
 }
 
 void ClientRecordRt::logInterruptedWait(const LogSite& site) {

@@ -229,11 +229,10 @@ int ClientSink::checkAndWaitSourceReady(bool isBlock, int len) {
 
 /// Waits once for the source to come or go. @return whether the stream is still ACTIVE
 bool ClientSink::waitForSource(std::uint64_t ms) {
-    mIsBlocked = true;
+    const cabinaudio::BlockedWait blocked(mIsBlocked, mState, mCond);
     const std::uint64_t begin = nowMs();
     if (mCond.waitRelative(mLock, std::min(ms, SOURCE_WAIT_MS)) != 0)
         AUDIO_LOGE("[%s]waiting Source ready timeout[%llu]\n", mName, llu(nowMs() - begin));
-    Playback::leaveWait(*this);
     if (mState == ACTIVE) return true;
     Playback::logInvalidState(*this, AUDIO_LOG_SITE);
     return false;

@@ -222,7 +222,7 @@ int ClientTrack::write(unsigned char* buffer, int bytes, bool isBlock) {
 
 bool ClientTrack::checkAndWaitShareBufferReady() {
     if (mShareMemory != nullptr) return true;
-    mIsBlocked = true;
+    const cabinaudio::BlockedWait blocked(mIsBlocked, mState, mCond);
     const std::uint64_t begin = nowMs();
     bool isTimedOut = false;
     // A signal alone proves nothing: it may be left from an earlier wait, or stand for a ring that
@@ -235,7 +235,6 @@ bool ClientTrack::checkAndWaitShareBufferReady() {
         AUDIO_LOGE("[%s]share buffer not ready timeout[%llu] Out \n", mName, llu(nowMs() - begin));
     else if (mState != ACTIVE)
         Playback::logInvalidState(*this, AUDIO_LOG_SITE);
-    Playback::leaveWait(*this);
     return !isTimedOut && mState == ACTIVE;
 }
 

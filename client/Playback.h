@@ -13,7 +13,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <optional>
 
 class ClientSink;
 class ClientTrack;
@@ -231,40 +230,30 @@ struct Playback {
     /// @return `need`, 0 when given up, or a status
     template <typename Stream, typename IsGivenUp>
     static int waitForSpace(Stream& stream, int need, const LogSite& site, IsGivenUp isGivenUp) {
-        std::optional<RingPatience> patience;
-        while (freeSize(stream) < need) {
-            if (!patience) patience.emplace(SPACE_WAIT_MS);
-            stream.mIsBlocked = true;
+        if (freeSize(stream) >= need) return need;
+        const RingPatience patience(SPACE_WAIT_MS);
+        const BlockedWait blocked(stream.mIsBlocked, stream.mState, stream.mCond);
+        do {
             setRingWait(stream, true);
             // The server frees first and looks at the flag then, so look once more after setting
-            // it.
+            // it. A wait that fails leaves the flag set.
             if (freeSize(stream) >= need) {
                 setRingWait(stream, false);
-                break;
+                return need;
             }
             const std::uint64_t begin = nowMs();
-            if (stream.mCond.waitRelative(stream.mLock, SPACE_WAIT_MS) != 0) {
-                logNoSpace(stream, nowMs() - begin, site);
-                leaveWait(stream);
-                return AUDIO_TIMED_OUT;
-            }
-            if (stream.mState != ACTIVE) {
-                leaveWait(stream);
+            const bool isWoken = stream.mCond.waitRelative(stream.mLock, SPACE_WAIT_MS) == 0;
+            if (isWoken && stream.mState != ACTIVE) {
                 logInterruptedWait(stream, site);
                 return AUDIO_INVALID_STATE;
             }
-            if (isGivenUp()) {
-                stream.mIsBlocked = false;
-                return 0;
-            }
-            if (patience->isOver() && freeSize(stream) < need) {
+            if (isWoken && isGivenUp()) return 0;
+            if (!isWoken || (patience.isOver() && freeSize(stream) < need)) {
                 logNoSpace(stream, nowMs() - begin, site);
-                stream.mIsBlocked = false;
                 return AUDIO_TIMED_OUT;
             }
             setRingWait(stream, false);
-        }
-        stream.mIsBlocked = false;
+        } while (freeSize(stream) < need);
         return need;
     }
 
@@ -315,13 +304,6 @@ struct Playback {
         const Entry entry(stream);
         stream.mState = STOPPING;
         if (stream.mIsBlocked) stream.mCond.signal();
-    }
-
-    /// Ends a wait, with mLock held. A destructor may be waiting for the blocked call to leave.
-    template <typename Stream>
-    static void leaveWait(Stream& stream) {
-        stream.mIsBlocked = false;
-        if (stream.mState != ACTIVE) stream.mCond.signal();
     }
 
     /// The first step of destruction: ends a blocked write. @return the ring, to be deleted

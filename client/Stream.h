@@ -99,6 +99,29 @@ private:
     std::uint64_t mEndMs;
 };
 
+/// Marks a read or write as blocked for as long as it lives. Made and destroyed with the stream's
+/// lock held.
+template <typename State>
+class BlockedWait {
+public:
+    BlockedWait(bool& isBlocked, const State& state, AudioCondition& changed)
+        : mIsBlocked(isBlocked), mState(state), mChanged(changed) {
+        mIsBlocked = true;
+    }
+    /// A destructor may be waiting for the blocked call to leave.
+    ~BlockedWait() {
+        mIsBlocked = false;
+        if (mState != ACTIVE) mChanged.signal();
+    }
+    BlockedWait(const BlockedWait&) = delete;
+    BlockedWait& operator=(const BlockedWait&) = delete;
+
+private:
+    bool& mIsBlocked;
+    const State& mState;
+    AudioCondition& mChanged;
+};
+
 /// Wakes a blocked read or write after an update of the ring. Called with the stream's lock held.
 /// @param ring  may be null
 /// @return milliseconds since the update

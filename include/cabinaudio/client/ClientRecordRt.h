@@ -185,7 +185,7 @@ private:
     CABINAUDIO_LOCAL Supply supplyOf(unsigned want, const cabinaudio::LogSite& site);
     CABINAUDIO_LOCAL bool isMet(unsigned want, const cabinaudio::LogSite& site);
     CABINAUDIO_LOCAL unsigned pacedBacklog();
-    CABINAUDIO_LOCAL void leaveWait();
+    CABINAUDIO_LOCAL bool waitFor(std::uint64_t ms);
     CABINAUDIO_LOCAL void logInterruptedWait(const cabinaudio::LogSite& site);
     CABINAUDIO_LOCAL void endReader();
     CABINAUDIO_LOCAL Taken take(unsigned char* buffer, unsigned ready,
