@@ -15,8 +15,12 @@
 class AudioDump;
 class RemoteCall;
 namespace cabinaudio {
+class FramedRing;
+class RingPatience;
+class UplinkPacing;
+class UplinkSilence;
 struct LogSite;
-}
+}  // namespace cabinaudio
 namespace cabinaudio::wire {
 struct CreateReply;
 struct ShareMemoryReply;
@@ -153,15 +157,11 @@ public:
     static void notifierCallbackFunc(void* record, unsigned msg, unsigned value);
 
 private:
+    enum class Unit : std::uint8_t;
+    struct Wanted;
     struct Supply;
     struct Taken;
 
-    CABINAUDIO_LOCAL int readAs(unsigned char* buffer, int bytes, bool isBlock, bool isFrame,
-                                const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL bool isFramed() const;
-    CABINAUDIO_LOCAL unsigned frameStep() const;
-    CABINAUDIO_LOCAL Taken refuseFrame(unsigned length, unsigned capacity,
-                                       const cabinaudio::LogSite& site) const;
     CABINAUDIO_LOCAL void init(AudioTagType tag);
     CABINAUDIO_LOCAL bool setUpCodec();
     CABINAUDIO_LOCAL void onRingReady();
@@ -169,7 +169,14 @@ private:
     CABINAUDIO_LOCAL void onRemoved();
     CABINAUDIO_LOCAL std::int32_t request(std::uint32_t function, bool flag);
     CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
+    CABINAUDIO_LOCAL int readAs(Unit unit, unsigned char* buffer, int bytes, bool isBlock,
+                                const cabinaudio::LogSite& site);
     CABINAUDIO_LOCAL void logFirstRead(int bytes, bool isBlock, const cabinaudio::LogSite& site);
+    CABINAUDIO_LOCAL bool isFramed() const;
+    CABINAUDIO_LOCAL unsigned frameStep() const;
+    CABINAUDIO_LOCAL unsigned neededForFrame(ShareMemoryEx& ring) const;
+    CABINAUDIO_LOCAL Taken refuseFrame(unsigned length, unsigned capacity,
+                                       const cabinaudio::LogSite& site) const;
 
     // All of these are called with mLock held.
     CABINAUDIO_LOCAL void accept(const cabinaudio::wire::CreateReply& reply);
@@ -180,30 +187,31 @@ private:
     CABINAUDIO_LOCAL void logNoRing(std::int32_t error, std::int32_t status,
                                     const cabinaudio::LogSite& site) const;
     CABINAUDIO_LOCAL void logSourceReady(const cabinaudio::LogSite& site) const;
-    CABINAUDIO_LOCAL std::int32_t _prepareData(unsigned want, bool isBlock, unsigned& ready,
+    CABINAUDIO_LOCAL Taken readLocked(const Wanted& wanted, unsigned char* buffer, bool isBlock,
+                                      const cabinaudio::LogSite& site);
+    CABINAUDIO_LOCAL std::int32_t _prepareData(const Wanted& wanted, bool isBlock, unsigned& ready,
                                                const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL Supply supplyOf(unsigned want, const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL bool isMet(unsigned want, const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL unsigned pacedBacklog();
+    CABINAUDIO_LOCAL std::int32_t waitForMore(const Supply& supply, const Wanted& wanted,
+                                              const cabinaudio::RingPatience& patience,
+                                              const cabinaudio::LogSite& site);
     CABINAUDIO_LOCAL bool waitFor(std::uint64_t ms);
     CABINAUDIO_LOCAL void logInterruptedWait(const cabinaudio::LogSite& site);
     CABINAUDIO_LOCAL void endReader();
+    CABINAUDIO_LOCAL Supply chooseSource(const Wanted& wanted, const cabinaudio::LogSite& site);
+    CABINAUDIO_LOCAL void goLive(unsigned bytes, const cabinaudio::LogSite& site);
+    CABINAUDIO_LOCAL Supply liveSupply(const Wanted& wanted, ShareMemoryEx& ring) const;
+    CABINAUDIO_LOCAL Supply silentSupply(const Wanted& wanted);
+    CABINAUDIO_LOCAL cabinaudio::FramedRing frames(ShareMemoryEx& ring) const;
+    CABINAUDIO_LOCAL cabinaudio::UplinkPacing pacing();
+    CABINAUDIO_LOCAL cabinaudio::UplinkSilence silence() const;
     CABINAUDIO_LOCAL Taken take(unsigned char* buffer, unsigned ready,
                                 const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL unsigned neededForFrame(ShareMemoryEx& ring) const;
     CABINAUDIO_LOCAL Taken takeFrame(unsigned char* buffer, unsigned capacity, unsigned ready,
                                      const cabinaudio::LogSite& site);
     CABINAUDIO_LOCAL Taken takeSilentFrame(unsigned char* buffer, unsigned capacity, unsigned ready,
                                            const cabinaudio::LogSite& site);
     CABINAUDIO_LOCAL Taken takeLiveFrame(unsigned char* buffer, unsigned capacity,
                                          const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL unsigned _readRawData(unsigned char* buffer, unsigned bytes);
-    CABINAUDIO_LOCAL unsigned _readCodecData(unsigned char* buffer, unsigned bytes,
-                                             const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL unsigned fillSilentData(void* buffer, unsigned bytes,
-                                             const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL unsigned fillNoise(unsigned char* buffer, unsigned bytes,
-                                        const cabinaudio::LogSite& site);
 
     std::atomic<AudioDump*> mDump;
     std::uint64_t mCreateTime;     // ms
