@@ -5,6 +5,7 @@
 #include "client/Stream.h"
 #include "client/StreamDump.h"
 #include "client/StreamLink.h"
+#include "client/StreamParts.h"
 #include "client/UplinkCodec.h"
 #include "client/UplinkPacing.h"
 #include "client/UplinkSilence.h"
@@ -28,8 +29,10 @@ using cabinaudio::nowMs;
 using cabinaudio::RemoteCallAccess;
 using cabinaudio::ReplacedRing;
 using cabinaudio::RingPatience;
+using cabinaudio::StateChange;
 using cabinaudio::StreamDump;
 using cabinaudio::StreamLink;
+using cabinaudio::StreamParts;
 using cabinaudio::UplinkPacing;
 using cabinaudio::UplinkSilence;
 using cabinaudio::UseGate;
@@ -43,7 +46,6 @@ constexpr std::uint32_t MSBC_BLOCK_BYTES = 456;  // eight frames
 constexpr std::uint32_t PERIOD_SHIFT = 4;  // the server's period counts as 16 ms, whatever it says
 constexpr std::uint64_t RING_WAIT_MS = 1000;
 constexpr std::uint64_t LATE_MS = 2;
-constexpr std::uint64_t READER_EXIT_WAIT_MS = 500;
 
 }  // namespace
 
@@ -190,7 +192,7 @@ int ClientRecordRt::initCheck() {
         AUDIO_LOGE("[%s] state is not IDLE init failed\n", mName);
         return AUDIO_INVALID_STATE;
     }
-    const std::int32_t status = request(id(CaptureFunction::InitCheck), false);
+    const std::int32_t status = parts().request(id(CaptureFunction::InitCheck), false);
     // Also when the server does not confirm the stream: a dump of a stream in trouble is useful.
     StreamDump::begin(mDump, AUDIO_TAG_UPLINK, mName);
     AUDIO_LOGI("Create uplink record[%s] Done cast:%llu ms\n", mName, llu(sinceCreation()));
@@ -201,49 +203,51 @@ int ClientRecordRt::initCheck() {
 
 int ClientRecordRt::start() {
     const AudioMutex::AutoLock lock(mLock);
-    if (mState == ACTIVE) {
-        AUDIO_LOGW("[%s]current is start state, not need to repeat start\n", mName);
-        return AUDIO_NO_ERROR;
+    if (mState == IDLE) mStartTime = nowMs();  // also when the request fails
+    const auto [outcome, status] =
+        cabinaudio::changeState(parts(), IDLE, ACTIVE, id(CaptureFunction::Start), true);
+    switch (outcome) {
+        case StateChange::Outcome::NotNeeded:
+            AUDIO_LOGW("[%s]current is start state, not need to repeat start\n", mName);
+            break;
+        case StateChange::Outcome::Refused:
+            AUDIO_LOGE("[%s] state is not IDLE\n", mName);
+            break;
+        case StateChange::Outcome::Failed:
+            AUDIO_LOGE("[%s] start failed\n", mName);
+            break;
+        case StateChange::Outcome::Done:
+            AUDIO_LOGD("[%s] start done [cast:%llu]\n", mName, llu(sinceCreation()));
+            break;
     }
-    if (mState != IDLE) {
-        AUDIO_LOGE("[%s] state is not IDLE\n", mName);
-        return AUDIO_INVALID_STATE;
-    }
-    mStartTime = nowMs();
-    const std::int32_t status = request(id(CaptureFunction::Start), true);
-    if (status != AUDIO_NO_ERROR) {
-        AUDIO_LOGE("[%s] start failed\n", mName);
-        return status;
-    }
-    mState = ACTIVE;
-    AUDIO_LOGD("[%s] start done [cast:%llu]\n", mName, llu(sinceCreation()));
-    return AUDIO_NO_ERROR;
+    return status;
 }
 
 int ClientRecordRt::stop() {
     const AudioMutex::AutoLock lock(mLock);
-    if (mState == IDLE) {
-        AUDIO_LOGW("[%s]current is stop state, not need to repeat stop\n", mName);
-        return AUDIO_NO_ERROR;
+    const auto [outcome, status] =
+        cabinaudio::changeState(parts(), ACTIVE, IDLE, id(CaptureFunction::Stop), false);
+    switch (outcome) {
+        case StateChange::Outcome::NotNeeded:
+            AUDIO_LOGW("[%s]current is stop state, not need to repeat stop\n", mName);
+            break;
+        case StateChange::Outcome::Refused:
+            AUDIO_LOGE("[%s] state is not ACTIVE\n", mName);
+            break;
+        case StateChange::Outcome::Failed:
+            AUDIO_LOGE("[%s] stop failed status:%d\n", mName, status);
+            break;
+        case StateChange::Outcome::Done:
+            if (mIsBlocked) mCond.signal();
+            AUDIO_LOGD("[%s] stop done\n", mName);
+            break;
     }
-    if (mState != ACTIVE) {
-        AUDIO_LOGE("[%s] state is not ACTIVE\n", mName);
-        return AUDIO_INVALID_STATE;
-    }
-    const std::int32_t status = request(id(CaptureFunction::Stop), false);
-    if (status != AUDIO_NO_ERROR) {
-        AUDIO_LOGE("[%s] stop failed status:%d\n", mName, status);
-        return status;
-    }
-    mState = IDLE;
-    if (mIsBlocked) mCond.signal();
-    AUDIO_LOGD("[%s] stop done\n", mName);
-    return AUDIO_NO_ERROR;
+    return status;
 }
 
 int ClientRecordRt::clear() {
     const AudioMutex::AutoLock lock(mLock);
-    return cabinaudio::clearCapture(mState, mShareMemory, mName, AUDIO_LOG_SITE);
+    return cabinaudio::clearCapture(parts(), AUDIO_LOG_SITE);
 }
 
 int ClientRecordRt::setVolume(int volume) {
@@ -269,7 +273,7 @@ int ClientRecordRt::getTotalBufferSize() {
 int ClientRecordRt::bytesUsed() {
     const AudioMutex::AutoLock lock(mLock);
     if (mState != ACTIVE) {
-        AUDIO_LOGE("[%s] client record state is not active:%d.\n", mName, mState);
+        AUDIO_LOGE("[%s] client record state is not active:%d.\n", mName, mState.load());
         return 0;
     }
     return static_cast<int>(mSourceReady ? mShareMemory.load()->getUsedSize()
@@ -319,7 +323,8 @@ void ClientRecordRt::logFirstRead(int bytes, bool isBlock, const LogSite& site) 
 ClientRecordRt::Taken ClientRecordRt::readLocked(const Wanted& wanted, unsigned char* buffer,
                                                  bool isBlock, const LogSite& site) {
     if (mState != ACTIVE) {
-        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s] state[%d] is not ACTIVE\n", mName, mState);
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s] state[%d] is not ACTIVE\n", mName,
+                     mState.load());
         return {AUDIO_INVALID_STATE, 0, 0};
     }
     if (mIsBlocked) {
@@ -332,7 +337,7 @@ ClientRecordRt::Taken ClientRecordRt::readLocked(const Wanted& wanted, unsigned 
     if (_prepareData(wanted, isBlock, ready, site) != AUDIO_NO_ERROR) {
         // Deliberate: missing live data is reported as a wrong state, too.
         AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s] client read data error state:%d\n", mName,
-                     mState);
+                     mState.load());
         return {AUDIO_INVALID_STATE, 0, 0};
     }
     if (ready == 0) return {};
@@ -389,7 +394,7 @@ std::int32_t ClientRecordRt::waitForMore(const Supply& supply, const Wanted& wan
 
 /// Waits once. @return whether a wake-up ended it
 bool ClientRecordRt::waitFor(std::uint64_t ms) {
-    const cabinaudio::BlockedWait blocked(mIsBlocked, mState, mCond);
+    const cabinaudio::BlockedWait blocked(parts());
     return mCond.waitRelative(mLock, ms) == 0;
 }
 
@@ -592,10 +597,7 @@ ShareMemoryEx* ClientRecordRt::unInitShareMem() {
 
 void ClientRecordRt::notify() {
     const AudioMutex::AutoLock lock(mLock);
-    if (!mIsBlocked) return;
-    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(mCond, mShareMemory);
-    if (lag >= cabinaudio::LAG_WARNING_MS)
-        AUDIO_LOGW("[%s] update share memory IPC interVal:%llu ms > 1 ms\n", mName, llu(lag));
+    cabinaudio::logUpdate(parts(), AUDIO_LOG_SITE);
 }
 
 void ClientRecordRt::notifierCallbackFunc(void* record, unsigned msg, unsigned value) {
@@ -631,22 +633,21 @@ void ClientRecordRt::onRingGone() {
     }
     cabinaudio::deleteRing(StreamLink::of(mRc), ring);
     // The server may use the memory again from here on.
-    if (request(id(CaptureFunction::RemoveShareMemory), false) != AUDIO_NO_ERROR)
+    if (cabinaudio::sendInTurn(*mRc, id(CaptureFunction::RemoveShareMemory), false) !=
+        AUDIO_NO_ERROR)
         AUDIO_LOGE("remove[%s] share memory failed\n", mName);
 }
 
-/// The server has removed the stream. Also during destruction: the state is STOPPING then.
 void ClientRecordRt::onRemoved() {
     AUDIO_LOGD("[%s]server record has be deleted, disconnect.\n", mName);
     const AudioMutex::AutoLock lock(mLock);
-    mState = STOPPING;
-    if (mIsBlocked) mCond.signal();
+    cabinaudio::setRemoved(parts());
 }
 
 /// A ring that is gone is acknowledged without mLock, so that lock does not keep requests apart.
-std::int32_t ClientRecordRt::request(std::uint32_t function, bool flag) {
-    const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);
-    return mRc->callFuncId(function, flag);
+/// Not inlined: its callers wait or are rare, so their bytes count.
+[[gnu::noinline]] StreamParts ClientRecordRt::parts() {
+    return {mName, mRc, cabinaudio::sendInTurn, mState, mLock, mCond, mIsBlocked, mShareMemory};
 }
 
 std::uint64_t ClientRecordRt::sinceCreation() const {
@@ -659,9 +660,7 @@ ClientRecordRt::~ClientRecordRt() {
     bool isGivenUp = false;
     {
         const AudioMutex::AutoLock lock(mLock);
-        mState = NO_INIT;
-        if (mIsBlocked) endReader();
-        isGivenUp = mIsBlocked;
+        isGivenUp = !endReader();
     }
     // A read that has its data may still be writing the dump. A read that did not leave in time is
     // not waited for.
@@ -672,10 +671,7 @@ ClientRecordRt::~ClientRecordRt() {
     AUDIO_LOGD("[%s] destroy\n", mName);
 }
 
-/// Ends a blocked read. Called with mLock held.
-void ClientRecordRt::endReader() {
-    (void)cabinaudio::awaitExit(mLock, mCond, mIsBlocked, READER_EXIT_WAIT_MS);
-    if (mIsBlocked)
-        AUDIO_LOGW("[%s] waitting exit read timeout[%d ms]\n", mName,
-                   static_cast<int>(READER_EXIT_WAIT_MS));
+/// @return whether no read is blocked any more
+bool ClientRecordRt::endReader() {
+    return cabinaudio::endReader(parts(), AUDIO_LOG_SITE);
 }

@@ -37,6 +37,12 @@ TESTS = [
     ("client/Playback.h", ["client-order-test", "race-wait-test", "client-end-test", "client-test",
                            "client-sink-test",
                            STORM, "client-stream-test", "race-test"]),
+    ("client/Playback.cpp", ["client-order-test", "race-wait-test", "client-end-test",
+                             "client-test", "client-sink-test",
+                             STORM, "client-stream-test", "race-test"]),
+    ("client/StreamParts", ["client-order-test", "race-wait-test", "client-end-test",
+                            "client-test", "client-sink-test", "client-record-test",
+                            "client-uplink-test", STORM, "client-stream-test", "race-test"]),
     ("client/Stream.cpp", ["race-wait-test", "client-end-test", "client-test",
                            "client-record-test", "client-stream-test"]),
     ("client/Stream.h", ["client-order-test", "client-end-test", "client-test", "client-sink-test",
@@ -520,19 +526,52 @@ _in("client/Stream.cpp",
      "    slot = ring;\n    return nullptr;"),
     ("no ring is deleted", "    if (ring == nullptr) return;\n    link", "    link",
      "deleting nothing does nothing, and no thread stays in the gate"),
-    ("lookers are not waited for", "    link.ringVisitors.drain();\n", ""),
+    ("lookers are not waited for", "    link.ringVisitors.drain();\n", ""))
+
+_in("client/StreamParts.h",
+    ("a blocked call is not marked", "        mIsBlocked = true;\n", ""),
+    ("a call on its way out stays blocked", "        mIsBlocked = false;\n", ""),
+    ("a call on its way out keeps silent", "        if (mState != ACTIVE) mChanged.signal();\n", ""),
+    ("a removed stream's call keeps silent", "        if (mState != ACTIVE) mChanged.signal();\n",
+     "        if (mState == NO_INIT) mChanged.signal();\n"),
+    ("a late wake-up", "LAG_WARNING_MS = 2", "LAG_WARNING_MS = 3",
+     OUT_OF_REACH + "differs for a wake-up that took 2 ms to the millisecond"))
+
+_in("client/StreamParts.cpp",
+    ("requests of two threads at once",
+     "    const AudioMutex::AutoLock lock(StreamLink::of(&rc).requestLock);\n", ""),
+    ("a state that is there already is asked for",
+     "    if (stream.isIn(to)) return {StateChange::Outcome::NotNeeded, AUDIO_NO_ERROR};\n", ""),
+    ("a change from any state",
+     "    if (!stream.isIn(from)) return {StateChange::Outcome::Refused, AUDIO_INVALID_STATE};\n", ""),
+    ("a change that failed is one",
+     "    if (status != AUDIO_NO_ERROR) return {StateChange::Outcome::Failed, status};\n"
+     "    stream.state = to;\n",
+     "    stream.state = to;\n"
+     "    if (status != AUDIO_NO_ERROR) return {StateChange::Outcome::Failed, status};\n"),
+    ("a removed stream is stopped", "    stream.state = STOPPING;\n", "    stream.state = IDLE;\n"),
+    ("removal wakes nobody", "    stream.state = STOPPING;\n    stream.wakeBlocked();\n",
+     "    stream.state = STOPPING;\n"),
+    ("an update while nobody is blocked", "    if (!stream.isBlocked) return 0;\n", "",
+     "comes to a wake-up of nobody and, when it is late, a line of the log too many"),
+    ("an update wakes nobody", "    stream.changed.signal();\n    ShareMemoryEx", "    ShareMemoryEx"),
     ("an update of a ring that is not mapped", "ring == nullptr || !ring->isUsable()",
      "ring == nullptr", "a ring that is not mapped has no receiver thread, which alone asks"),
     ("an update of no ring", "ring == nullptr || !ring->isUsable()", "!ring->isUsable()"),
-    ("an update wakes nobody", "    changed.signal();\n    if (ring", "    if (ring"),
     ("the destructor does not wake the blocked call",
-     "    changed.signal();\n    const std::uint64_t begin", "    const std::uint64_t begin"),
+     "    stream.changed.signal();\n    const std::uint64_t begin", "    const std::uint64_t begin"),
     ("the destructor waits once",
-     "    for (; isBlocked && waited < limitMs; waited = nowMs() - begin)\n",
-     "    if (isBlocked)\n"),
-    ("a running stream is cleared", "if (state != IDLE) {", "if (false) {"),
-    ("a stream without a ring is cleared", "if (ring != nullptr) ring->clear();",
-     "ring->clear();"))
+     "    for (; stream.isBlocked && waited < limitMs; waited = nowMs() - begin)\n",
+     "    if (stream.isBlocked)\n"),
+    ("a wait beyond its limit", "limitMs - waited)", "limitMs)",
+     OUT_OF_REACH + "differs after a wake-up that was the blocked call's, and then only in length"),
+    ("the destructor does not wait for a reader",
+     "    (void)awaitExit(stream, READER_EXIT_WAIT_MS);\n", ""),
+    ("another wait for a reader", "READER_EXIT_WAIT_MS = 500", "READER_EXIT_WAIT_MS = 250"),
+    ("a running stream is cleared", "    if (!stream.isIn(IDLE)) {", "    if (false) {"),
+    ("a stream without a ring is cleared",
+     "    if (ShareMemoryEx* const ring = stream.ring) ring->clear();",
+     "    stream.ring.load()->clear();"))
 
 _in("client/StreamDump.cpp",
     ("a dump in use is closed",
@@ -555,86 +594,115 @@ _in("client/StreamLink.h",
      "public RemoteCall, public StreamExtras"))
 
 _in("client/Playback.h",
-    ("a full ring is looked at once only",
-     "            if (freeSize(stream) >= need) {\n                setRingWait(stream, false);\n"
-     "                return need;\n            }\n", ""),
-    ("the ring's flag is not set", "            setRingWait(stream, true);\n", ""),
+    ("a step of nothing", "std::max(perLoopSize, 1)", "perLoopSize"),
+    ("more is written than fits", "std::min(freeSize(ring), bytes)", "bytes"),
+    ("a ring for reading", "SHM_MODE_WRITER, &updated", "SHM_MODE_READER, &updated"),
+    ("a dump of nothing",
+     "        StreamDump::write(dump, buffer, static_cast<unsigned>(len));\n", ""),
     ("a failed request drops the ring",
      "asked.reply.status);\n                    return;\n",
      "asked.reply.status);\n                    replaced = stream.mShareMemory.exchange(nullptr);\n"
      "                    return;\n"),
-    ("a writer that is woken for ever",
-     "            if (!isWoken || (patience.isOver() && freeSize(stream) < need)) {",
-     "            if (!isWoken) {"),
-    ("a stopped stream is written to", "            if (isWoken && stream.mState != ACTIVE) {",
-     "            if (false) {"),
-    ("an update is looked at without the lock",
-     "    static void notify(Stream& stream, const LogSite& site) {\n"
-     "        const AudioMutex::AutoLock lock(stream.mLock);\n",
-     "    static void notify(Stream& stream, const LogSite& site) {\n"),
-    ("an update is logged without the lock",
-     "        const AudioMutex::AutoLock lock(stream.mLock);\n"
-     "        if (!stream.mIsBlocked) return;\n"
-     "        const std::uint64_t lag = wakeAfterUpdate(stream.mCond, stream.mShareMemory);\n",
-     "        stream.mLock.lock();\n"
-     "        const bool isBlocked = stream.mIsBlocked;\n"
-     "        const std::uint64_t lag =\n"
-     "            isBlocked ? wakeAfterUpdate(stream.mCond, stream.mShareMemory) : 0;\n"
-     "        stream.mLock.unlock();\n"),
-    ("an update while nobody is blocked", "        if (!stream.mIsBlocked) return;\n", "",
-     "comes to a wake-up of nobody and, when it is late, a line of the log too many"),
-    ("start waits before it is logged",
-     "        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]start In\\n\", stream.mName);\n"
-     "        const Entry entry(stream);\n",
-     "        const Entry entry(stream);\n"
-     "        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]start In\\n\", stream.mName);\n"),
-    ("stop waits before it is logged",
-     "        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]stop In\\n\", stream.mName);\n"
-     "        const Entry entry(stream);\n",
-     "        const Entry entry(stream);\n"
-     "        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]stop In\\n\", stream.mName);\n"),
-    ("clear waits before it is logged",
-     "        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]clear In\\n\", stream.mName);\n"
-     "        const Entry entry(stream);\n",
-     "        const Entry entry(stream);\n"
-     "        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]clear In\\n\", stream.mName);\n"),
-    ("removal waits before it is logged",
-     "        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]server track has be deleted, "
-     "disconnect.\\n\",\n                     stream.mName);\n        const Entry entry(stream);\n",
-     "        const Entry entry(stream);\n"
-     "        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]server track has be deleted, "
-     "disconnect.\\n\",\n                     stream.mName);\n"),
-    ("a step of nothing", "std::max(stream.mPerLoopSize.load(), 1)",
-     "stream.mPerLoopSize.load()"),
     ("a negative count is written", "return std::max(count, 0);", "return count;",
      OUT_OF_REACH + "takes a ring of 2 GiB"),
-    ("more is written than fits", "std::min(freeSize(stream), bytes)", "bytes"),
-    ("a second writer",
-     "        if (stream.mIsBlocked) {\n            AUDIO_LOG_AT(ANDROID_LOG_ERROR, "
-     "site,\n                         \"[%s]Can not write,the last",
-     "        if (false) {\n            AUDIO_LOG_AT(ANDROID_LOG_ERROR, "
-     "site,\n                         \"[%s]Can not write,the last"),
-    ("stop wakes nobody",
-     "        if (stream.mIsBlocked) stream.mCond.signal();\n        logSuccess();",
-     "        logSuccess();"),
-    ("removal wakes nobody", "        stream.mState = STOPPING;\n        if (stream.mIsBlocked) "
-     "stream.mCond.signal();", "        stream.mState = STOPPING;"),
-    ("removal without the lock",
-     "        const Entry entry(stream);\n        stream.mState = STOPPING;",
-     "        stream.mState = STOPPING;"),
-    ("the destructor without the lock",
-     "        const AudioMutex::AutoLock lock(stream.mLock);\n        stream.mState = NO_INIT;",
-     "        stream.mState = NO_INIT;"),
-    ("the destructor does not wait for a writer",
-     "        if (stream.mIsBlocked) waitForWriter(stream, site);\n", ""),
-    ("a ring that is not mapped has a flag",
-     "if (ring != nullptr && ring->isUsable()) ring->setWait",
-     "if (ring != nullptr) ring->setWait"),
     ("the free size of no ring",
      "return ring != nullptr ? static_cast<int>(ring->getFreeSize()) : 0;",
      "return static_cast<int>(ring->getFreeSize());"))
 
+_in("client/Playback.cpp",
+    ("a full ring is looked at once only",
+     "        if (freeSize(stream.ring) >= need) {\n            setRingWait(stream, false);\n"
+     "            return need;\n        }\n", ""),
+    ("the ring's flag is not set", "        setRingWait(stream, true);\n", ""),
+    ("the flag stays after a wait", "        setRingWait(stream, false);\n    } while",
+     "    } while"),
+    ("the flag stays after a second look",
+     "            setRingWait(stream, false);\n            return need;",
+     "            return need;"),
+    ("a writer that is woken for ever",
+     "        if (!isWoken || (patience.isOver() && freeSize(stream.ring) < need)) {",
+     "        if (!isWoken) {"),
+    ("a stopped stream is written to", "        if (isWoken && !stream.isIn(ACTIVE)) {",
+     "        if (false) {"),
+    ("a source that went away",
+     "        if (isWoken && isGivenUp != nullptr && *isGivenUp) return 0;\n", ""),
+    ("a second writer",
+     "    if (stream.isBlocked) {\n        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,\n"
+     "                     \"[%s]Can not write,the last",
+     "    if (false) {\n        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,\n"
+     "                     \"[%s]Can not write,the last"),
+    ("a second writer is in another state",
+     "stream.isBlocked);\n        return AUDIO_INVALID_OPERATION",
+     "stream.isBlocked);\n        return AUDIO_INVALID_STATE"),
+    ("stop wakes nobody", "            stream.wakeBlocked();\n", ""),
+    ("a stopped stream stays at its end",
+     "            stream.isWriteDone = false;\n            stream.wakeBlocked();",
+     "            stream.wakeBlocked();"),
+    ("the time of the end is that of the answer",
+     "    stream.writeDoneTime = nowMs();\n"
+     "    const std::int32_t status = stream.request(id(wire::StreamFunction::WriteDone), true);\n",
+     "    const std::int32_t status = stream.request(id(wire::StreamFunction::WriteDone), true);\n"
+     "    stream.writeDoneTime = nowMs();\n"),
+    ("the end is not remembered", "    stream.isWriteDone = true;\n", ""),
+    ("the flag of requests", "StreamFunction::WriteDone), true", "StreamFunction::WriteDone), false"),
+    ("a stream that is destroyed is stopping", "    stream.state = NO_INIT;\n",
+     "    stream.state = STOPPING;\n"),
+    ("the destructor does not wait for a writer",
+     "        const std::uint64_t waited = awaitExit(stream, WRITER_EXIT_WAIT_MS);\n",
+     "        const std::uint64_t waited = 0;\n"),
+    ("a ring that is not mapped has a flag",
+     "if (ring != nullptr && ring->isUsable()) ring->setWait",
+     "if (ring != nullptr) ring->setWait"))
+
 _in("client/ClientTrack.cpp",
+    ("start waits before it is logged",
+     "    AUDIO_LOGD(\"[%s]start In\\n\", mName);\n"
+     "    const AudioMutex::AutoLock lock(mLock);\n",
+     "    const AudioMutex::AutoLock lock(mLock);\n"
+     "    AUDIO_LOGD(\"[%s]start In\\n\", mName);\n"),
+    ("stop waits before it is logged",
+     "    AUDIO_LOGD(\"[%s]stop In\\n\", mName);\n"
+     "    const AudioMutex::AutoLock lock(mLock);\n",
+     "    const AudioMutex::AutoLock lock(mLock);\n"
+     "    AUDIO_LOGD(\"[%s]stop In\\n\", mName);\n"),
+    ("clear waits before it is logged",
+     "    AUDIO_LOGD(\"[%s]clear In\\n\", mName);\n"
+     "    const AudioMutex::AutoLock lock(mLock);\n",
+     "    const AudioMutex::AutoLock lock(mLock);\n"
+     "    AUDIO_LOGD(\"[%s]clear In\\n\", mName);\n"),
+    ("the end of the data waits before it is logged",
+     "    AUDIO_LOGD(\"[%s]writeDone In\\n\", mName);\n"
+     "    const AudioMutex::AutoLock lock(mLock);\n",
+     "    const AudioMutex::AutoLock lock(mLock);\n"
+     "    AUDIO_LOGD(\"[%s]writeDone In\\n\", mName);\n"),
+    ("removal without the lock", "    const AudioMutex::AutoLock lock(mLock);\n    cabinaudio::setRemoved",
+     "    cabinaudio::setRemoved"),
+    ("removal waits before it is logged",
+     "    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]server track has be deleted, "
+     "disconnect.\\n\", mName);\n    const AudioMutex::AutoLock lock(mLock);\n",
+     "    const AudioMutex::AutoLock lock(mLock);\n"
+     "    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]server track has be deleted, "
+     "disconnect.\\n\", mName);\n"),
+    ("the destructor without the lock",
+     "        const AudioMutex::AutoLock lock(mLock);\n        ring = Playback::endWriter",
+     "        ring = Playback::endWriter"),
+    ("an update is looked at without the lock",
+     "void ClientTrack::notify() {\n    const AudioMutex::AutoLock lock(mLock);\n",
+     "void ClientTrack::notify() {\n"),
+    ("an update is logged without the lock",
+     "    const AudioMutex::AutoLock lock(mLock);\n"
+     "    cabinaudio::logUpdate(parts(), AUDIO_LOG_SITE);\n",
+     "    mLock.lock();\n"
+     "    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(parts());\n"
+     "    mLock.unlock();\n"
+     "    if (lag >= cabinaudio::LAG_WARNING_MS)\n"
+     "        AUDIO_LOGW(\"[%s] update share memory IPC interVal:%llu ms > 1 ms\\n\", mName, llu(lag));\n"),
+    ("writing without the lock", "    const AudioMutex::AutoLock lock(mLock);\n    if (mIsBlocked ||",
+     "    if (mIsBlocked ||"),
+    ("a stopped stream takes a write", " || mState.load(std::memory_order_relaxed) != ACTIVE)", ")"),
+    ("no ring is another status",
+     "!checkAndWaitShareBufferReady()) return AUDIO_TIMED_OUT;",
+     "!checkAndWaitShareBufferReady()) return AUDIO_INVALID_STATE;"),
     ("notifications before the end of construction",
      "        const AudioMutex::AutoLock lock(mLock);\n        StreamLink::open",
      "        StreamLink::open"),
@@ -650,8 +718,6 @@ _in("client/ClientTrack.cpp",
      "    const UseGate::Visit visit(StreamLink::of(mRc).ringVisitors);\n"
      "    return Playback::freeSize",
      "    return Playback::freeSize"),
-    ("writing without the lock",
-     "    const AudioMutex::AutoLock lock(mLock);\n    const int refusal", "    const int refusal"),
     ("no bytes are written", "    if (bytes < 1) {", "    if (false) {"),
     ("no buffer is written", "    if (buffer == nullptr) {", "    if (false) {"),
     ("a signal without a ring",
@@ -673,6 +739,61 @@ _in("client/ClientTrack.cpp",
     ("too large a key shift", " || key > KEY_SHIFT_MAX) {", ") {"))
 
 _in("client/ClientSink.cpp",
+    ("start waits before it is logged",
+     "    AUDIO_LOGD(\"[%s]start In\\n\", mName);\n"
+     "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n",
+     "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n"
+     "    AUDIO_LOGD(\"[%s]start In\\n\", mName);\n"),
+    ("stop waits before it is logged",
+     "    AUDIO_LOGD(\"[%s]stop In\\n\", mName);\n"
+     "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n",
+     "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n"
+     "    AUDIO_LOGD(\"[%s]stop In\\n\", mName);\n"),
+    ("clear waits before it is logged",
+     "    AUDIO_LOGD(\"[%s]clear In\\n\", mName);\n"
+     "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n",
+     "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n"
+     "    AUDIO_LOGD(\"[%s]clear In\\n\", mName);\n"),
+    ("the end of the data waits before it is logged",
+     "    AUDIO_LOGD(\"[%s]writeDone In\\n\", mName);\n"
+     "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n",
+     "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n"
+     "    AUDIO_LOGD(\"[%s]writeDone In\\n\", mName);\n"),
+    ("removal without the lock", "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n    cabinaudio::setRemoved",
+     "    cabinaudio::setRemoved"),
+    ("removal waits before it is logged",
+     "    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]server track has be deleted, "
+     "disconnect.\\n\", mName);\n    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n",
+     "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n"
+     "    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]server track has be deleted, "
+     "disconnect.\\n\", mName);\n"),
+    ("the destructor without the lock",
+     "        const AudioMutex::AutoLock lock(mLock);\n        ring = Playback::endWriter",
+     "        ring = Playback::endWriter"),
+    ("an update is looked at without the lock",
+     "void ClientSink::notify() {\n    const AudioMutex::AutoLock lock(mLock);\n",
+     "void ClientSink::notify() {\n"),
+    ("an update is logged without the lock",
+     "    const AudioMutex::AutoLock lock(mLock);\n"
+     "    cabinaudio::logUpdate(parts(), AUDIO_LOG_SITE);\n",
+     "    mLock.lock();\n"
+     "    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(parts());\n"
+     "    mLock.unlock();\n"
+     "    if (lag >= cabinaudio::LAG_WARNING_MS)\n"
+     "        AUDIO_LOGW(\"[%s] update share memory IPC interVal:%llu ms > 1 ms\\n\", mName, llu(lag));\n"),
+    ("a replaced ring is deleted under the lock",
+     "        ReplacedRing replaced(StreamLink::of(mRc));\n"
+     "        const InTurn turn(StreamLink::of(mRc).turn, mLock);\n",
+     "        const InTurn turn(StreamLink::of(mRc).turn, mLock);\n"
+     "        ReplacedRing replaced(StreamLink::of(mRc));\n"),
+    ("the server hears before the ring is gone",
+     "    cabinaudio::deleteRing(StreamLink::of(mRc), ring);\n"
+     "    return cabinaudio::sendInTurn(*mRc, id(StreamFunction::SourceDeactivated), true) ==\n"
+     "           AUDIO_NO_ERROR;",
+     "    const bool isTold = cabinaudio::sendInTurn(*mRc, id(StreamFunction::SourceDeactivated),\n"
+     "                                               true) == AUDIO_NO_ERROR;\n"
+     "    cabinaudio::deleteRing(StreamLink::of(mRc), ring);\n    return isTold;"),
+    ("the flag of an acknowledgement", "SourceDeactivated), true", "SourceDeactivated), false"),
     ("notifications before the end of construction",
      "        const AudioMutex::AutoLock lock(mLock);\n        StreamLink::open",
      "        StreamLink::open"),
@@ -684,34 +805,18 @@ _in("client/ClientSink.cpp",
     ("the total size of a ring that goes",
      "    const UseGate::Visit visit(StreamLink::of(mRc).ringVisitors);\n    ShareMemoryEx",
      "    ShareMemoryEx"),
-    ("the end of the data waits before it is logged",
-     "    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]writeDone In\\n\", mName);\n"
-     "    const Playback::Entry entry(*this);\n",
-     "    const Playback::Entry entry(*this);\n"
-     "    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]writeDone In\\n\", mName);\n"),
     ("a ring is asked for beside another request",
      "    const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);\n"
      "    ShareMemoryEx* replaced", "    ShareMemoryEx* replaced"),
-    ("a replaced ring is deleted under the lock",
-     "        ReplacedRing replaced(StreamLink::of(mRc));\n"
-     "        const Playback::Entry entry(*this);\n",
-     "        const Playback::Entry entry(*this);\n"
-     "        ReplacedRing replaced(StreamLink::of(mRc));\n"),
     ("the free size of a ring that goes",
      "    const UseGate::Visit visit(StreamLink::of(mRc).ringVisitors);\n"
      "    return Playback::freeSize",
      "    return Playback::freeSize"),
-    ("requests of two threads at once",
-     "    const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);\n"
-     "    return mRc->callFuncId",
-     "    return mRc->callFuncId"),
     ("nobody else has a turn", "    turn.lock();\n    const AudioMutex::AutoLock lock(mLock);\n"
      "    turn.unlock();", "    (void)turn;\n    const AudioMutex::AutoLock lock(mLock);"),
     ("no bytes are written", "    if (len < 1) {", "    if (false) {"),
     ("a wait for a source without the policy's end",
      "        if (deadline.isOver()) return AUDIO_TIMED_OUT;\n", ""),
-    ("a source that went away", "        if (!mSourceRemoved) return false;\n",
-     "        return false;\n"),
     ("a withdrawn source wakes nobody",
      "        ring = detachRing();\n        if (mIsBlocked) mCond.signal();",
      "        ring = detachRing();"),
@@ -721,13 +826,17 @@ _in("client/ClientSink.cpp",
     ("a request that waits for a dead server", "    RemoteCallAccess::abandon(*mRc);\n", ""))
 
 _in("client/ClientRecord.cpp",
+    ("a stopped stream is read",
+     "    if (mState.load(std::memory_order_relaxed) != ACTIVE) {", "    if (false) {"),
+    ("an update is logged without the lock",
+     "    const AudioMutex::AutoLock lock(mLock);\n"
+     "    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(parts());\n",
+     "    mLock.lock();\n"
+     "    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(parts());\n"
+     "    mLock.unlock();\n"),
     ("more is read than a ring holds", " || bytes > bufferSize) {", ") {"),
     ("no bytes are read", "buffer == nullptr || bytes <= 0 ||", "buffer == nullptr ||"),
     ("no buffer is read to", "if (buffer == nullptr || bytes", "if (bytes"),
-    ("a stopped stream is read",
-     "    if (mState != ACTIVE) {\n        AUDIO_LOGE(\"[%s]state is not "
-     "ACTIVE mState:%d \\n\"", "    if (false) {\n        AUDIO_LOGE(\"[%s]state is not ACTIVE "
-     "mState:%d \\n\""),
     ("a second reader", "    if (mIsBlocked) {\n        AUDIO_LOGE(\"[%s]Can not read",
      "    if (false) {\n        AUDIO_LOGE(\"[%s]Can not read"),
     ("reading over a stop", "        if (!isWoken || mState != ACTIVE) return 0;",
@@ -736,25 +845,33 @@ _in("client/ClientRecord.cpp",
      "        if (mState != ACTIVE) return 0;"),
     ("a volume beyond the largest", "if (static_cast<unsigned>(volume) > VOLUME_MAX) {",
      "if (false) {"),
-    ("removal wakes nobody",
-     "    mState = STOPPING;\n    if (mIsBlocked) mCond.signal();", "    mState = STOPPING;"),
     ("an update is looked at without the lock",
      "void ClientRecord::notify() {\n    const AudioMutex::AutoLock lock(mLock);\n",
      "void ClientRecord::notify() {\n"),
-    ("an update is logged without the lock",
-     "    const AudioMutex::AutoLock lock(mLock);\n"
-     "    if (!mIsBlocked) return;\n"
-     "    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(mCond, mShareMemory);\n",
-     "    mLock.lock();\n"
-     "    const std::uint64_t lag =\n"
-     "        mIsBlocked ? cabinaudio::wakeAfterUpdate(mCond, mShareMemory) : 0;\n"
-     "    mLock.unlock();\n"),
-    ("the destructor does not wait for a reader", "        if (mIsBlocked) endReader();\n", ""),
     ("dumps stay open", "    StreamDump::endAll(mDump);\n", ""),
     ("a stream that was removed while it was made", "    if (mState == NO_INIT) mState = IDLE;",
      "    mState = IDLE;"))
 
 _in("client/ClientRecordRt.cpp",
+    ("an update is logged without the lock",
+     "    const AudioMutex::AutoLock lock(mLock);\n"
+     "    cabinaudio::logUpdate(parts(), AUDIO_LOG_SITE);\n",
+     "    mLock.lock();\n"
+     "    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(parts());\n"
+     "    mLock.unlock();\n"
+     "    if (lag >= cabinaudio::LAG_WARNING_MS)\n"
+     "        AUDIO_LOGW(\"[%s] update share memory IPC interVal:%llu ms > 1 ms\\n\", mName, llu(lag));\n"),
+    ("stop wakes nobody", "            if (mIsBlocked) mCond.signal();\n", ""),
+    ("the server hears before the ring is gone",
+     "    cabinaudio::deleteRing(StreamLink::of(mRc), ring);\n"
+     "    // The server may use the memory again from here on.\n"
+     "    if (cabinaudio::sendInTurn(*mRc, id(CaptureFunction::RemoveShareMemory), false) !=\n"
+     "        AUDIO_NO_ERROR)\n"
+     "        AUDIO_LOGE(\"remove[%s] share memory failed\\n\", mName);",
+     "    if (cabinaudio::sendInTurn(*mRc, id(CaptureFunction::RemoveShareMemory), false) !=\n"
+     "        AUDIO_NO_ERROR)\n"
+     "        AUDIO_LOGE(\"remove[%s] share memory failed\\n\", mName);\n"
+     "    cabinaudio::deleteRing(StreamLink::of(mRc), ring);"),
     ("a part of a frame is taken for the frame",
      "            if (wanted.unit == Unit::Frame) ready = 0;\n", ""),
     ("a wait that ends in vain goes on", "!chooseSource(wanted, site).isEnough();", "false;"),
@@ -767,14 +884,6 @@ _in("client/ClientRecordRt.cpp",
     ("an update is looked at without the lock",
      "void ClientRecordRt::notify() {\n    const AudioMutex::AutoLock lock(mLock);\n",
      "void ClientRecordRt::notify() {\n"),
-    ("an update is logged without the lock",
-     "    const AudioMutex::AutoLock lock(mLock);\n"
-     "    if (!mIsBlocked) return;\n"
-     "    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(mCond, mShareMemory);\n",
-     "    mLock.lock();\n"
-     "    const std::uint64_t lag =\n"
-     "        mIsBlocked ? cabinaudio::wakeAfterUpdate(mCond, mShareMemory) : 0;\n"
-     "    mLock.unlock();\n"),
     ("a reader is not in the gate",
      "    const UseGate::Visit visit(StreamLink::of(mRc).readers);\n", ""),
     ("readers are not waited for",
@@ -784,10 +893,6 @@ _in("client/ClientRecordRt.cpp",
      "StreamLink::of(mRc).readers.drain();"),
     ("the total size of a ring that goes",
      "    const UseGate::Visit visit(StreamLink::of(mRc).ringVisitors);\n", ""),
-    ("requests of two threads at once",
-     "    const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);\n"
-     "    return mRc->callFuncId",
-     "    return mRc->callFuncId"),
     ("a ring is asked for beside another request",
      "    const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);\n"
      "    ShareMemoryEx* replaced", "    ShareMemoryEx* replaced",
@@ -815,12 +920,7 @@ _in("client/ClientRecordRt.cpp",
     ("a ring that goes wakes nobody",
      "        ring = unInitShareMem();\n        if (mIsBlocked) mCond.signal();",
      "        ring = unInitShareMem();"),
-    ("removal wakes nobody",
-     "    mState = STOPPING;\n    if (mIsBlocked) mCond.signal();", "    mState = STOPPING;"),
-    ("the destructor does not wait for a reader", "        if (mIsBlocked) endReader();\n", ""),
-    ("a request that waits for a dead server", "    RemoteCallAccess::abandon(*mRc);\n", ""),
-    ("stop wakes nobody", "    mState = IDLE;\n    if (mIsBlocked) mCond.signal();",
-     "    mState = IDLE;"))
+    ("a request that waits for a dead server", "    RemoteCallAccess::abandon(*mRc);\n", ""))
 
 _in("client/Setting.h",
     ("a number of any width is sent", "sizeof(T) == 4 && (std", "(std"),
@@ -1535,49 +1635,15 @@ _in("client/RequestFrame.h",
      "take(ret);"))
 
 _in("client/Stream.h",
-    ("a blocked call is not marked", "        mIsBlocked = true;\n", ""),
-    ("a call on its way out stays blocked", "        mIsBlocked = false;\n", ""),
-    ("a call on its way out keeps silent", "        if (mState != ACTIVE) mChanged.signal();\n", ""),
-    ("a removed stream's call keeps silent", "        if (mState != ACTIVE) mChanged.signal();\n",
-     "        if (mState == NO_INIT) mChanged.signal();\n"),
-    ("a late wake-up", "LAG_WARNING_MS = 2", "LAG_WARNING_MS = 3",
-     OUT_OF_REACH + "differs for a wake-up that took 2 ms to the millisecond"),
     ("a time that is over too early", "mDeadline.isOver() && nowMs()", "nowMs()"),
     ("a refusal is a grant", "called == AUDIO_NO_ERROR && reply.status == AUDIO_NO_ERROR",
      "called == AUDIO_NO_ERROR"),
     ("why a wait ended", "state == STOPPING ? \"STOPPING", "state != STOPPING ? \"STOPPING"))
 
 _in("client/Playback.h",
-    ("a stopped stream stays at its end",
-     "stream.mIsWriteDone = false;\n        stream.mState = IDLE;",
-     "stream.mState = IDLE;"),
-    ("the time of the end is that of the answer",
-     "        stream.mWriteDoneTime = nowMs();\n"
-     "        const std::int32_t status = stream.request(id(wire::StreamFunction::WriteDone));\n",
-     "        const std::int32_t status = stream.request(id(wire::StreamFunction::WriteDone));\n"
-     "        stream.mWriteDoneTime = nowMs();\n"),
-    ("the end is not remembered", "        stream.mIsWriteDone = true;\n", ""),
     ("another wait for space", "SPACE_WAIT_MS = 600", "SPACE_WAIT_MS = 300"),
     ("another wait for a writer", "WRITER_EXIT_WAIT_MS = 2000", "WRITER_EXIT_WAIT_MS = 1000"),
-    ("a start that failed is one", "[%s]start RPC failed status[%d], Out\\n\",\n"
-     "                         stream.mName, status);\n            return status;",
-     "[%s]start RPC failed status[%d], Out\\n\",\n"
-     "                         stream.mName, status);\n            stream.mState = ACTIVE;\n            return status;"),
-    ("a second writer is in another state",
-     "stream.mName, stream.mIsBlocked);\n            return AUDIO_INVALID_OPERATION",
-     "stream.mName, stream.mIsBlocked);\n            return AUDIO_INVALID_STATE"),
-    ("a ring for reading", "SHM_MODE_WRITER, &stream", "SHM_MODE_READER, &stream"),
-    ("a step of less than there is", "free > 0 ? free", "free > 1 ? free"),
-    ("the flag stays after a wait", "            setRingWait(stream, false);\n        } while",
-     "        } while"),
-    ("the flag stays after a second look",
-     "                setRingWait(stream, false);\n                return need;",
-     "                return need;"),
-    ("a dump of nothing",
-     "        StreamDump::write(stream.mDump, buffer, static_cast<unsigned>(len));\n", ""),
-    ("a stream that is destroyed is stopping",
-     "        stream.mState = NO_INIT;\n        if (stream.mIsBlocked) waitForWriter",
-     "        stream.mState = STOPPING;\n        if (stream.mIsBlocked) waitForWriter"))
+    ("a step of less than there is", "free > 0 ? free", "free > 1 ? free"))
 
 _in("client/ClientSink.cpp",
     ("a source that went stays gone", "        mSourceRemoved = false;\n", ""),
@@ -1588,13 +1654,7 @@ _in("client/ClientSink.cpp",
     ("a shorter pause without a ring", "MISSING_RING_PAUSE_US = 1'000'000",
      "MISSING_RING_PAUSE_US = 100'000"),
     ("coded formats do not wait", "!isBlock && mFormat.codecType == 0", "!isBlock"),
-    ("the server hears before the ring is gone",
-     "    cabinaudio::deleteRing(StreamLink::of(mRc), ring);\n"
-     "    return request(id(StreamFunction::SourceDeactivated)) == AUDIO_NO_ERROR;",
-     "    const bool isTold = request(id(StreamFunction::SourceDeactivated)) == AUDIO_NO_ERROR;\n"
-     "    cabinaudio::deleteRing(StreamLink::of(mRc), ring);\n    return isTold;"),
     ("any parameter is real time", "streamParam > 0)", "streamParam >= 0)"),
-    ("the flag of requests", "mRc->callFuncId(function, true)", "mRc->callFuncId(function, false)"),
     ("the end of the stream", "callback->finish(false)", "callback->finish(true)"),
     ("what a write threw away", "            add(mIneffectiveLen, len);\n", ""),
     ("what was written", "        add(mTotalWritedLen, chunk);\n", ""))
@@ -1613,9 +1673,7 @@ _in("client/ClientTrack.cpp",
      "int ClientTrack::writeDone() {\n    AUDIO_LOGD(\"[%s]writeDone In\\n\", mName);\n"
      "    const AudioMutex::AutoLock lock(mLock);\n    if (false)"),
     ("a key's status", "replied = asked.reply.status;", "(void)asked;"),
-    ("the end of the stream", "callback->finish(false)", "callback->finish(true)"),
-    ("no ring is another status", "if (!checkAndWaitShareBufferReady()) return AUDIO_TIMED_OUT;",
-     "if (!checkAndWaitShareBufferReady()) return AUDIO_INVALID_STATE;"))
+    ("the end of the stream", "callback->finish(false)", "callback->finish(true)"))
 
 _in("client/ClientRecord.cpp",
     ("silence is not remembered", "    if (mVolume >= 0) {", "    if (mVolume > 0) {"),
@@ -1623,15 +1681,13 @@ _in("client/ClientRecord.cpp",
     ("the highest volume", "VOLUME_MAX = 100", "VOLUME_MAX = 101"),
     ("a volume is not remembered", "    mVolume = volume;\n", ""),
     ("another wait for data", "DATA_WAIT_MS = 1000", "DATA_WAIT_MS = 500"),
-    ("another wait for a reader", "READER_EXIT_WAIT_MS = 500", "READER_EXIT_WAIT_MS = 250"),
     ("the begin is dumped again", "StreamDump::write(mDump, buffer + done, count)",
      "StreamDump::write(mDump, buffer, count)"),
     ("the size of a step", "mPerLoopSize = reply.perLoopSize", "mPerLoopSize = reply.perLoopTime"),
     ("the flag of a stop", "CaptureFunction::Stop), true", "CaptureFunction::Stop), false"),
     ("the flag of a volume", "volume, true);", "volume, false);"),
     ("a ring for writing", "SHM_MODE_READER, this", "SHM_MODE_WRITER, this"),
-    ("reading does not wait", "if (used == 0 && isBlock)", "if (used == 0 && !isBlock)"),
-    ("a removed record is stopped", "    mState = STOPPING;\n", "    mState = IDLE;\n"))
+    ("reading does not wait", "if (used == 0 && isBlock)", "if (used == 0 && !isBlock)"))
 
 _in("client/ClientRecordRt.cpp",
     ("a new ring is live at once", "if (ring != earlier) mSourceReady = false;",
@@ -1647,14 +1703,6 @@ _in("client/ClientRecordRt.cpp",
     ("the flag of a stop", "CaptureFunction::Stop), false", "CaptureFunction::Stop), true"),
     ("the flag of a ring", "GetShareMemory)}, false", "GetShareMemory)}, true"),
     ("what was read is not counted", "    mTotalReadBytes += taken.counted;\n", ""),
-    ("the server hears before the ring is gone",
-     "    cabinaudio::deleteRing(StreamLink::of(mRc), ring);\n"
-     "    // The server may use the memory again from here on.\n"
-     "    if (request(id(CaptureFunction::RemoveShareMemory), false) != AUDIO_NO_ERROR)\n"
-     "        AUDIO_LOGE(\"remove[%s] share memory failed\\n\", mName);",
-     "    if (request(id(CaptureFunction::RemoveShareMemory), false) != AUDIO_NO_ERROR)\n"
-     "        AUDIO_LOGE(\"remove[%s] share memory failed\\n\", mName);\n"
-     "    cabinaudio::deleteRing(StreamLink::of(mRc), ring);"),
     ("a late wait", "LATE_MS = 2", "LATE_MS = 200"),
     ("a wake-up is a time-out", "supply.isLive && (!isWoken || isInVain)",
      "supply.isLive && !isWoken"))
@@ -1707,6 +1755,4 @@ _in("client/SilentFrames.cpp",
 _in("client/Stream.cpp",
     ("a size that is not a process's", "static_cast<std::int32_t>(syscall(SYS_getpid))", "0"),
     ("a lag of another unit", "return AudioTime::now() / 1000;", "return AudioTime::now() / 1024;"),
-    ("the parameter of a stream", "tag, format, streamParam,", "tag, format, 0 * streamParam,"),
-    ("a wait beyond its limit", "limitMs - waited)", "limitMs)",
-     OUT_OF_REACH + "differs after a wake-up that was the blocked call's, and then only in length"))
+    ("the parameter of a stream", "tag, format, streamParam,", "tag, format, 0 * streamParam,"))

@@ -16,7 +16,8 @@ class AudioDump;
 class RemoteCall;
 namespace cabinaudio {
 struct LogSite;
-}
+struct StreamParts;
+}  // namespace cabinaudio
 namespace cabinaudio::wire {
 struct CreateReply;
 }
@@ -122,13 +123,14 @@ private:
     CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
 
     // These are called with mLock held.
+    CABINAUDIO_LOCAL cabinaudio::StreamParts parts();
     CABINAUDIO_LOCAL int readLoop(unsigned char* buffer, int bytes, bool isBlock);
     CABINAUDIO_LOCAL unsigned waitForData();
     CABINAUDIO_LOCAL void endReader();
     CABINAUDIO_LOCAL bool isIdleOrActive() const;
 
     RemoteCall* mRc;
-    AudioStreamState mState;
+    std::atomic<AudioStreamState> mState;
     char mName[64];
     AudioFormatDesc mFormat;
     AudioTagType mTag;

@@ -20,6 +20,7 @@ class RingPatience;
 class UplinkPacing;
 class UplinkSilence;
 struct LogSite;
+struct StreamParts;
 }  // namespace cabinaudio
 namespace cabinaudio::wire {
 struct CreateReply;
@@ -167,7 +168,6 @@ private:
     CABINAUDIO_LOCAL void onRingReady();
     CABINAUDIO_LOCAL void onRingGone();
     CABINAUDIO_LOCAL void onRemoved();
-    CABINAUDIO_LOCAL std::int32_t request(std::uint32_t function, bool flag);
     CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
     CABINAUDIO_LOCAL int readAs(Unit unit, unsigned char* buffer, int bytes, bool isBlock,
                                 const cabinaudio::LogSite& site);
@@ -179,6 +179,7 @@ private:
                                        const cabinaudio::LogSite& site) const;
 
     // All of these are called with mLock held.
+    CABINAUDIO_LOCAL cabinaudio::StreamParts parts();
     CABINAUDIO_LOCAL void accept(const cabinaudio::wire::CreateReply& reply);
     CABINAUDIO_LOCAL ShareMemoryEx* initShareMem();
     CABINAUDIO_LOCAL ShareMemoryEx* adopt(const cabinaudio::wire::ShareMemoryReply& place,
@@ -196,7 +197,7 @@ private:
                                               const cabinaudio::LogSite& site);
     CABINAUDIO_LOCAL bool waitFor(std::uint64_t ms);
     CABINAUDIO_LOCAL void logInterruptedWait(const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL void endReader();
+    CABINAUDIO_LOCAL bool endReader();
     CABINAUDIO_LOCAL Supply chooseSource(const Wanted& wanted, const cabinaudio::LogSite& site);
     CABINAUDIO_LOCAL void goLive(unsigned bytes, const cabinaudio::LogSite& site);
     CABINAUDIO_LOCAL Supply liveSupply(const Wanted& wanted, ShareMemoryEx& ring) const;
@@ -218,7 +219,7 @@ private:
     std::uint64_t mUnInitShmTime;  // ms; when the ring went last, 0: never
     char mName[64];
     RemoteCall* mRc;
-    AudioStreamState mState;
+    std::atomic<AudioStreamState> mState;
     std::atomic<bool> mFirstReadLogged;
     AudioMutex mLock;
     AudioFormatDesc mFormat;

@@ -15,8 +15,9 @@
 class AudioDump;
 class RemoteCall;
 namespace cabinaudio {
-struct Playback;
-}
+struct LogSite;
+struct PlaybackParts;
+}  // namespace cabinaudio
 
 /// A playback stream of the tag "main" (0), the source of an output that the server connects and
 /// disconnects as it routes. An application goes on writing without knowing the routing.
@@ -128,18 +129,17 @@ public:
     static void notifierCallbackFunc(void* sink, unsigned msg, unsigned value);
 
 private:
-    friend struct cabinaudio::Playback;
-
     CABINAUDIO_LOCAL void init(AudioTagType tag, int streamParam);
     CABINAUDIO_LOCAL void onSourceActivated();
     CABINAUDIO_LOCAL void onSourceDeactivated();
     CABINAUDIO_LOCAL void onFinished();
-    CABINAUDIO_LOCAL std::int32_t request(std::uint32_t function);
+    CABINAUDIO_LOCAL void onRemoved(cabinaudio::LogSite site);
     CABINAUDIO_LOCAL bool letGoOfSource(ShareMemoryEx* ring);
     CABINAUDIO_LOCAL ShareMemoryEx* detachRing();
     CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
 
     // All of these are called with mLock held.
+    CABINAUDIO_LOCAL cabinaudio::PlaybackParts parts();
     CABINAUDIO_LOCAL ShareMemoryEx* initShareMemory();
     CABINAUDIO_LOCAL int checkAndWaitSourceReady(bool isBlock, int len);
     CABINAUDIO_LOCAL bool waitForSource(std::uint64_t ms);

@@ -15,8 +15,9 @@
 class AudioDump;
 class RemoteCall;
 namespace cabinaudio {
-struct Playback;
-}
+struct LogSite;
+struct PlaybackParts;
+}  // namespace cabinaudio
 
 /// A playback stream of the tags "alternative" (1) or "auxiliary" (every other tag).
 ///
@@ -125,16 +126,15 @@ public:
     static void notifierCallbackFunc(void* track, unsigned msg, unsigned value);
 
 private:
-    friend struct cabinaudio::Playback;
-
     CABINAUDIO_LOCAL void init(int streamParam);
     CABINAUDIO_LOCAL ShareMemoryEx* initShareMemory();
     CABINAUDIO_LOCAL void onRingReady();
     CABINAUDIO_LOCAL void onFinished();
-    CABINAUDIO_LOCAL std::int32_t request(std::uint32_t function);
+    CABINAUDIO_LOCAL void onRemoved(cabinaudio::LogSite site);
     CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
 
     // All of these are called with mLock held.
+    CABINAUDIO_LOCAL cabinaudio::PlaybackParts parts();
     CABINAUDIO_LOCAL bool checkAndWaitShareBufferReady();
     CABINAUDIO_LOCAL int checkAndWaitShareBufferFree(int need);
     CABINAUDIO_LOCAL int blockWrite(unsigned char* buffer, int bytes);
@@ -145,7 +145,7 @@ private:
     AudioFormatDesc mFormat;
     RemoteCall* mRc;
     std::atomic<audio::QVAudioTrackCallback*> mCallback;
-    AudioStreamState mState;
+    std::atomic<AudioStreamState> mState;
     AudioTagType mTag;
     std::atomic<bool> mFirstWriteLogged;
     bool mIsWriteDone;
