@@ -124,7 +124,8 @@ void ClientRecordRt::init(AudioTagType tag) {
     bool isGranted = false;
     const auto steps = cabinaudio::askFor<wire::CreateReply>(
         *mRc, cabinaudio::createRequest(id(CaptureFunction::Create), tag, mFormat, 0), true,
-        [&](const Asked<wire::CreateReply>& asked) {
+        // Runs inside the call, where clang does not see that mLock is held.
+        [&](const Asked<wire::CreateReply>& asked) CABINAUDIO_UNCHECKED_LOCKING {
             isGranted = asked.isGranted();
             if (isGranted)
                 accept(asked.reply);
@@ -146,7 +147,7 @@ void ClientRecordRt::init(AudioTagType tag) {
         mBytesPerMSec, mCacheSizeMax);
 }
 
-/// Takes over what the server grants. Called with mLock held.
+/// Takes over what the server grants.
 void ClientRecordRt::accept(const wire::CreateReply& reply) {
     const auto perLoopBytes = static_cast<std::uint32_t>(reply.perLoopSize);
     if (mState == NO_INIT) mState = IDLE;  // the server may have removed the record already
@@ -532,7 +533,7 @@ ClientRecordRt::Taken ClientRecordRt::refuseFrame(unsigned length, unsigned capa
 
 // ---- The ring -----------------------------------------------------------------------------------
 
-/// Asks where the announced ring lies and maps it. Called with mLock held.
+/// Asks where the announced ring lies and maps it.
 /// @return the ring that is in use no more, or null; to be deleted without the lock
 ShareMemoryEx* ClientRecordRt::initShareMem() {
     if (mState == NO_INIT) {
@@ -545,7 +546,8 @@ ShareMemoryEx* ClientRecordRt::initShareMem() {
     bool isGranted = false;
     const auto steps = cabinaudio::askFor<wire::ShareMemoryReply>(
         *mRc, wire::FunctionRequest{id(CaptureFunction::GetShareMemory)}, false,
-        [&](const Asked<wire::ShareMemoryReply>& asked) {
+        // As in init(): mLock is held.
+        [&](const Asked<wire::ShareMemoryReply>& asked) CABINAUDIO_UNCHECKED_LOCKING {
             isGranted = asked.isGranted();
             if (isGranted)
                 replaced = adopt(asked.reply, site);
@@ -586,7 +588,7 @@ void ClientRecordRt::logSourceReady(const LogSite& site) const {
         llu(nowMs() - (isFirst ? mCreateTime : mUnInitShmTime)));
 }
 
-/// Takes the ring away from readers, who get silence from now on. Called with mLock held.
+/// Takes the ring away from readers, who get silence from now on.
 /// @return the ring, to be deleted without the lock
 ShareMemoryEx* ClientRecordRt::unInitShareMem() {
     AUDIO_LOGI("[%s] record unInitShareMem\n", mName);

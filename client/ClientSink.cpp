@@ -91,7 +91,7 @@ void ClientSink::init(AudioTagType /*tag*/, int streamParam) {
     if (mState == NO_INIT) mState = IDLE;  // the server may have removed the sink already
 }
 
-/// Asks where the source's ring lies and maps it. Called with mLock held.
+/// Asks where the source's ring lies and maps it.
 /// @return the ring that is in use no more, or null; to be deleted without the lock
 ShareMemoryEx* ClientSink::initShareMemory() {
     const LogSite site = AUDIO_LOG_SITE;

@@ -90,7 +90,7 @@ void ClientTrack::init(int streamParam) {
                llu(sinceCreation()));
 }
 
-/// Asks where the announced ring lies and maps it. Called with mLock held.
+/// Asks where the announced ring lies and maps it.
 /// @return the ring that is in use no more, or null; to be deleted without the lock
 ShareMemoryEx* ClientTrack::initShareMemory() {
     const LogSite site = AUDIO_LOG_SITE;
