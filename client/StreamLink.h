@@ -32,9 +32,10 @@ public:
         mTurn.lock();
         mLock.lock();
     }
+    /// The turn first: a destructor that waits for the stream's lock deletes it.
     ~InTurn() CABINAUDIO_RELEASE() {
-        mLock.unlock();
         mTurn.unlock();
+        mLock.unlock();
     }
     InTurn(const InTurn&) = delete;
     InTurn& operator=(const InTurn&) = delete;
