@@ -4,6 +4,7 @@
 
 #include "client/Stream.h"
 #include "client/StreamDump.h"
+#include "client/StreamParts.h"
 #include "foundation/Log.h"
 #include "foundation/Make.h"
 #include "wire/Stream.h"
@@ -16,7 +17,9 @@ using cabinaudio::llu;
 using cabinaudio::LogSite;
 using cabinaudio::make;
 using cabinaudio::nowMs;
+using cabinaudio::StateChange;
 using cabinaudio::StreamDump;
+using cabinaudio::StreamParts;
 using cabinaudio::wire::CaptureEvent;
 using cabinaudio::wire::CaptureFunction;
 using cabinaudio::wire::CreateReply;
@@ -24,7 +27,6 @@ using cabinaudio::wire::CreateReply;
 namespace {
 
 constexpr std::uint64_t DATA_WAIT_MS = 1000;
-constexpr std::uint64_t READER_EXIT_WAIT_MS = 500;
 constexpr unsigned VOLUME_MAX = 100;
 
 /// Operation of the lines that the helpers of read() write.
@@ -105,47 +107,50 @@ int ClientRecord::initCheck() {
 
 int ClientRecord::start() {
     const AudioMutex::AutoLock lock(mLock);
-    if (mState == ACTIVE) {
-        AUDIO_LOGW("[%s]current is start state, not need to repeat start\n", mName);
-        return AUDIO_NO_ERROR;
+    const auto [outcome, status] =
+        cabinaudio::changeState(parts(), IDLE, ACTIVE, id(CaptureFunction::Start), true);
+    switch (outcome) {
+        case StateChange::Outcome::NotNeeded:
+            AUDIO_LOGW("[%s]current is start state, not need to repeat start\n", mName);
+            break;
+        case StateChange::Outcome::Refused:
+            AUDIO_LOGE("[%s]state is not IDLE, start failed\n", mName);
+            break;
+        case StateChange::Outcome::Failed:
+            AUDIO_LOGE("[%s]start failed\n", mName);
+            break;
+        case StateChange::Outcome::Done:
+            AUDIO_LOGD("[%s]start done\n", mName);
+            break;
     }
-    if (mState != IDLE) {
-        AUDIO_LOGE("[%s]state is not IDLE, start failed\n", mName);
-        return AUDIO_INVALID_STATE;
-    }
-    const std::int32_t status = mRc->callFuncId(id(CaptureFunction::Start), true);
-    if (status != AUDIO_NO_ERROR) {
-        AUDIO_LOGE("[%s]start failed\n", mName);
-        return status;
-    }
-    mState = ACTIVE;
-    AUDIO_LOGD("[%s]start done\n", mName);
-    return AUDIO_NO_ERROR;
+    return status;
 }
 
+/// Deliberate: wakes no blocked read, which notices the end at its next wake-up or time-out.
 int ClientRecord::stop() {
     const AudioMutex::AutoLock lock(mLock);
-    if (mState == IDLE) {
-        AUDIO_LOGW("[%s]current is stop state, not need to repeat stop\n", mName);
-        return AUDIO_NO_ERROR;
+    const auto [outcome, status] =
+        cabinaudio::changeState(parts(), ACTIVE, IDLE, id(CaptureFunction::Stop), true);
+    switch (outcome) {
+        case StateChange::Outcome::NotNeeded:
+            AUDIO_LOGW("[%s]current is stop state, not need to repeat stop\n", mName);
+            break;
+        case StateChange::Outcome::Refused:
+            AUDIO_LOGE("[%s]state is not ACTIVE, stop failed\n", mName);
+            break;
+        case StateChange::Outcome::Failed:
+            AUDIO_LOGE("[%s]stop failed\n", mName);
+            break;
+        case StateChange::Outcome::Done:
+            AUDIO_LOGD("[%s]stop done\n", mName);
+            break;
     }
-    if (mState != ACTIVE) {
-        AUDIO_LOGE("[%s]state is not ACTIVE, stop failed\n", mName);
-        return AUDIO_INVALID_STATE;
-    }
-    const std::int32_t status = mRc->callFuncId(id(CaptureFunction::Stop), true);
-    if (status != AUDIO_NO_ERROR) {
-        AUDIO_LOGE("[%s]stop failed\n", mName);
-        return status;
-    }
-    mState = IDLE;
-    AUDIO_LOGD("[%s]stop done\n", mName);
-    return AUDIO_NO_ERROR;
+    return status;
 }
 
 int ClientRecord::clear() {
     const AudioMutex::AutoLock lock(mLock);
-    return cabinaudio::clearCapture(mState, mShareMemory, mName, AUDIO_LOG_SITE);
+    return cabinaudio::clearCapture(parts(), AUDIO_LOG_SITE);
 }
 
 int ClientRecord::setVolume(int volume) {
@@ -208,7 +213,7 @@ int ClientRecord::getTotalBufferSize() {
 int ClientRecord::bytesUsed() {
     const AudioMutex::AutoLock lock(mLock);
     if (mState != ACTIVE) {
-        AUDIO_LOGE("[%s]Abnormal state:%d.\n", mName, mState);
+        AUDIO_LOGE("[%s]Abnormal state:%d.\n", mName, mState.load());
         return 0;
     }
     ShareMemoryEx* const ring = mShareMemory;
@@ -222,8 +227,8 @@ int ClientRecord::read(unsigned char* buffer, int bytes, bool isBlock) {
         return AUDIO_BAD_VALUE;
     }
     const AudioMutex::AutoLock lock(mLock);
-    if (mState != ACTIVE) {
-        AUDIO_LOGE("[%s]state is not ACTIVE mState:%d \n", mName, mState);
+    if (mState.load(std::memory_order_relaxed) != ACTIVE) {
+        AUDIO_LOGE("[%s]state is not ACTIVE mState:%d \n", mName, mState.load());
         return AUDIO_INVALID_STATE;
     }
     if (mIsBlocked) {
@@ -259,17 +264,15 @@ int ClientRecord::readLoop(unsigned char* buffer, int bytes, bool isBlock) {
 unsigned ClientRecord::waitForData() {
     ShareMemoryEx* const ring = mShareMemory;
     const cabinaudio::RingPatience patience(DATA_WAIT_MS);
+    const cabinaudio::BlockedWait blocked(parts());
     unsigned used = 0;
     while ((used = ring->getUsedSize()) == 0) {
-        mIsBlocked = true;
         bool isWoken = mCond.waitRelative(mLock, DATA_WAIT_MS) == 0;
         if (patience.isOver() && ring->getUsedSize() == 0) isWoken = false;  // in vain
         if (!isWoken)
             AUDIO_LOG_AT(ANDROID_LOG_WARN, READ,
                          "[%s] waitting share memory data update timeout[%d ms]\n", mName,
                          static_cast<int>(DATA_WAIT_MS));
-        mIsBlocked = false;
-        if (mState != ACTIVE) mCond.signal();  // the destructor may be waiting for this
         if (!isWoken || mState != ACTIVE) return 0;
     }
     return used;
@@ -277,8 +280,7 @@ unsigned ClientRecord::waitForData() {
 
 void ClientRecord::notify() {
     const AudioMutex::AutoLock lock(mLock);
-    if (!mIsBlocked) return;
-    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(mCond, mShareMemory);
+    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(parts());
     if (lag >= cabinaudio::LAG_WARNING_MS)
         AUDIO_LOGW("update share memory IPC interVal:%llu ms > 1 ms\n", llu(lag));
 }
@@ -296,8 +298,12 @@ void ClientRecord::notifierCallbackFunc(void* record, unsigned msg, unsigned val
 void ClientRecord::onRemoved() {
     AUDIO_LOGD("[%s]server record has be deleted, disconnect.\n", mName);
     const AudioMutex::AutoLock lock(mLock);
-    mState = STOPPING;
-    if (mIsBlocked) mCond.signal();
+    cabinaudio::setRemoved(parts());
+}
+
+/// Not inlined: its callers wait or are rare, so their bytes count.
+[[gnu::noinline]] StreamParts ClientRecord::parts() {
+    return {mName, mRc, cabinaudio::sendUnderLock, mState, mLock, mCond, mIsBlocked, mShareMemory};
 }
 
 std::uint64_t ClientRecord::sinceCreation() const {
@@ -308,17 +314,12 @@ ClientRecord::~ClientRecord() {
     delete mRc;  // first: no notification arrives any more
     {
         const AudioMutex::AutoLock lock(mLock);
-        mState = NO_INIT;
-        if (mIsBlocked) endReader();
+        endReader();
     }
     delete mShareMemory;
     StreamDump::endAll(mDump);
 }
 
-/// Ends a blocked read. Called with mLock held.
 void ClientRecord::endReader() {
-    (void)cabinaudio::awaitExit(mLock, mCond, mIsBlocked, READER_EXIT_WAIT_MS);
-    if (mIsBlocked)
-        AUDIO_LOGW("[%s] waitting exit read timeout[%d ms]\n", mName,
-                   static_cast<int>(READER_EXIT_WAIT_MS));
+    (void)cabinaudio::endReader(parts(), AUDIO_LOG_SITE);
 }

@@ -1,100 +1,77 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/client/ClientRecordRt.h>
-#include <cabinaudio/foundation/AudioMath.h>
 
-#include "client/SilentFrames.h"
+#include "client/FramedRing.h"
 #include "client/Stream.h"
 #include "client/StreamDump.h"
 #include "client/StreamLink.h"
+#include "client/StreamParts.h"
+#include "client/UplinkCodec.h"
+#include "client/UplinkPacing.h"
+#include "client/UplinkSilence.h"
 #include "foundation/Log.h"
 #include "foundation/UseGate.h"
 #include "link/RemoteCallAccess.h"
-#include "shm/RingAccess.h"
 #include "wire/Stream.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <optional>
 
 namespace wire = cabinaudio::wire;
 using cabinaudio::Asked;
+using cabinaudio::FramedRing;
 using cabinaudio::id;
 using cabinaudio::llu;
 using cabinaudio::LogSite;
-using cabinaudio::msbc_silent;
 using cabinaudio::nowMs;
 using cabinaudio::RemoteCallAccess;
 using cabinaudio::ReplacedRing;
-using cabinaudio::RingAccess;
+using cabinaudio::RingPatience;
+using cabinaudio::StateChange;
 using cabinaudio::StreamDump;
 using cabinaudio::StreamLink;
+using cabinaudio::StreamParts;
+using cabinaudio::UplinkPacing;
+using cabinaudio::UplinkSilence;
 using cabinaudio::UseGate;
 using wire::CaptureEvent;
 using wire::CaptureFunction;
 
 namespace {
 
-constexpr std::uint32_t CODEC_PCM = 0;
-constexpr std::uint32_t CODEC_LOAS = 16;
-constexpr std::uint32_t CODEC_OPUS = 32;
-constexpr std::uint32_t CODEC_MSBC = 65;
-
-constexpr std::uint32_t LOAS_HEADER_BYTES = 3;
-constexpr std::uint32_t LOAS_LENGTH_MASK = 0x1FFF;
-constexpr std::uint32_t OPUS_HEADER_BYTES = 8;
-constexpr std::uint32_t LONGEST_HEADER_BYTES = OPUS_HEADER_BYTES;
-constexpr std::size_t LONGEST_SILENCE_BYTES = 231;  // Opus at 24 kHz
-constexpr std::uint32_t MSBC_BLOCK_BYTES = 456;     // eight frames
-
-// Wanted bytes of a read that takes the next frame, however long it is. No caller can ask for none.
-constexpr unsigned WHOLE_FRAME = 0;
+constexpr std::uint32_t MSBC_BLOCK_BYTES = 456;  // eight frames
 
 constexpr std::uint32_t PERIOD_SHIFT = 4;  // the server's period counts as 16 ms, whatever it says
 constexpr std::uint64_t RING_WAIT_MS = 1000;
-constexpr std::uint64_t UNPACED_WAIT_MS = 16;
 constexpr std::uint64_t LATE_MS = 2;
-constexpr std::uint64_t READER_EXIT_WAIT_MS = 500;
-
-std::uint64_t ceilDiv(std::uint64_t dividend, std::uint64_t divisor) {
-    return (dividend + divisor - 1) / divisor;
-}
-
-/// Bytes that follow a frame's header.
-std::uint32_t frameLength(std::uint32_t codec, const unsigned char* header) {
-    if (codec == CODEC_OPUS)
-        return std::uint32_t{header[0]} << 24 | std::uint32_t{header[1]} << 16 |
-               std::uint32_t{header[2]} << 8 | header[3];
-    return (std::uint32_t{header[1]} << 8 | header[2]) & LOAS_LENGTH_MASK;
-}
-
-/// Fills `count` samples from `at` with noise, each the upper bits of one random number.
-template <typename Sample>
-void noise(unsigned char* at, std::uint64_t count, unsigned shift) {
-    for (; count > 0; --count, at += sizeof(Sample)) {
-        const auto sample = static_cast<Sample>(audioMathRandn() >> shift);
-        std::memcpy(at, &sample, sizeof sample);
-    }
-}
-
-/// The end of an AUDIO_ASSERT whose line carries the name of the operation.
-[[noreturn]] void abortOn(const char* broken, const LogSite& site) {
-    AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "AUDIO ASSERT(%s)!\n", broken);
-    std::abort();
-}
 
 }  // namespace
 
-/// What a read can have, and how long it has to wait for the rest.
-struct ClientRecordRt::Supply {
-    unsigned bytes;
-    unsigned needed;
-    bool isLive;           // from the ring, not from the clock
-    std::uint64_t waitMs;  // when `bytes` are too few
+/// Unit that a read takes.
+enum class ClientRecordRt::Unit : std::uint8_t {
+    Bytes,
+    Frame,
 };
 
-/// What came of a read.
+/// A read's request.
+struct ClientRecordRt::Wanted {
+    Unit unit;
+    unsigned bytes;  // Bytes: that have to be there; Frame: that the buffer holds
+};
+
+/// Bytes that a read can have now.
+struct ClientRecordRt::Supply {
+    unsigned bytes;
+    unsigned needed;       // by the read
+    bool isLive;           // from the ring, not from the clock
+    std::uint64_t waitMs;  // for the rest of what is needed
+
+    [[nodiscard]] bool isEnough() const { return bytes >= needed; }
+};
+
+/// Outcome of a read.
 struct ClientRecordRt::Taken {
     int result;        // bytes stored, or a status
     unsigned counted;  // bytes, for the pacing
@@ -147,7 +124,8 @@ void ClientRecordRt::init(AudioTagType tag) {
     bool isGranted = false;
     const auto steps = cabinaudio::askFor<wire::CreateReply>(
         *mRc, cabinaudio::createRequest(id(CaptureFunction::Create), tag, mFormat, 0), true,
-        [&](const Asked<wire::CreateReply>& asked) {
+        // Runs inside the call, where clang does not see that mLock is held.
+        [&](const Asked<wire::CreateReply>& asked) CABINAUDIO_UNCHECKED_LOCKING {
             isGranted = asked.isGranted();
             if (isGranted)
                 accept(asked.reply);
@@ -169,7 +147,7 @@ void ClientRecordRt::init(AudioTagType tag) {
         mBytesPerMSec, mCacheSizeMax);
 }
 
-/// Takes over what the server grants. Called with mLock held.
+/// Takes over what the server grants.
 void ClientRecordRt::accept(const wire::CreateReply& reply) {
     const auto perLoopBytes = static_cast<std::uint32_t>(reply.perLoopSize);
     if (mState == NO_INIT) mState = IDLE;  // the server may have removed the record already
@@ -184,14 +162,14 @@ void ClientRecordRt::accept(const wire::CreateReply& reply) {
 bool ClientRecordRt::setUpCodec() {
     const std::uint32_t rate = mFormat.sampleRate;
     switch (mFormat.codecType) {
-        case CODEC_PCM:
+        case cabinaudio::CODEC_PCM:
             return true;
-        case CODEC_LOAS:
-            mHeaderSize = LOAS_HEADER_BYTES;
+        case cabinaudio::CODEC_LOAS:
+            mHeaderSize = cabinaudio::LOAS_HEADER_BYTES;
             mPerLoopSamples = 480;
             return true;
-        case CODEC_OPUS:
-            mHeaderSize = OPUS_HEADER_BYTES;
+        case cabinaudio::CODEC_OPUS:
+            mHeaderSize = cabinaudio::OPUS_HEADER_BYTES;
             mPerLoopSamples = rate / 1000 * 20;
             mPerLoopBytes = rate / 1000 * 40;
             if (rate == 8000 || rate == 16000 || rate == 24000) {
@@ -199,7 +177,7 @@ bool ClientRecordRt::setUpCodec() {
                 mCodecExtra2 = 4;
             }
             return true;
-        case CODEC_MSBC:
+        case cabinaudio::CODEC_MSBC:
             mFrameSize = MSBC_BLOCK_BYTES;
             mPerLoopSamples = 120;
             mPerLoopBytes = MSBC_BLOCK_BYTES;
@@ -215,7 +193,7 @@ int ClientRecordRt::initCheck() {
         AUDIO_LOGE("[%s] state is not IDLE init failed\n", mName);
         return AUDIO_INVALID_STATE;
     }
-    const std::int32_t status = request(id(CaptureFunction::InitCheck), false);
+    const std::int32_t status = parts().request(id(CaptureFunction::InitCheck), false);
     // Also when the server does not confirm the stream: a dump of a stream in trouble is useful.
     StreamDump::begin(mDump, AUDIO_TAG_UPLINK, mName);
     AUDIO_LOGI("Create uplink record[%s] Done cast:%llu ms\n", mName, llu(sinceCreation()));
@@ -226,49 +204,51 @@ int ClientRecordRt::initCheck() {
 
 int ClientRecordRt::start() {
     const AudioMutex::AutoLock lock(mLock);
-    if (mState == ACTIVE) {
-        AUDIO_LOGW("[%s]current is start state, not need to repeat start\n", mName);
-        return AUDIO_NO_ERROR;
+    if (mState == IDLE) mStartTime = nowMs();  // also when the request fails
+    const auto [outcome, status] =
+        cabinaudio::changeState(parts(), IDLE, ACTIVE, id(CaptureFunction::Start), true);
+    switch (outcome) {
+        case StateChange::Outcome::NotNeeded:
+            AUDIO_LOGW("[%s]current is start state, not need to repeat start\n", mName);
+            break;
+        case StateChange::Outcome::Refused:
+            AUDIO_LOGE("[%s] state is not IDLE\n", mName);
+            break;
+        case StateChange::Outcome::Failed:
+            AUDIO_LOGE("[%s] start failed\n", mName);
+            break;
+        case StateChange::Outcome::Done:
+            AUDIO_LOGD("[%s] start done [cast:%llu]\n", mName, llu(sinceCreation()));
+            break;
     }
-    if (mState != IDLE) {
-        AUDIO_LOGE("[%s] state is not IDLE\n", mName);
-        return AUDIO_INVALID_STATE;
-    }
-    mStartTime = nowMs();
-    const std::int32_t status = request(id(CaptureFunction::Start), true);
-    if (status != AUDIO_NO_ERROR) {
-        AUDIO_LOGE("[%s] start failed\n", mName);
-        return status;
-    }
-    mState = ACTIVE;
-    AUDIO_LOGD("[%s] start done [cast:%llu]\n", mName, llu(sinceCreation()));
-    return AUDIO_NO_ERROR;
+    return status;
 }
 
 int ClientRecordRt::stop() {
     const AudioMutex::AutoLock lock(mLock);
-    if (mState == IDLE) {
-        AUDIO_LOGW("[%s]current is stop state, not need to repeat stop\n", mName);
-        return AUDIO_NO_ERROR;
+    const auto [outcome, status] =
+        cabinaudio::changeState(parts(), ACTIVE, IDLE, id(CaptureFunction::Stop), false);
+    switch (outcome) {
+        case StateChange::Outcome::NotNeeded:
+            AUDIO_LOGW("[%s]current is stop state, not need to repeat stop\n", mName);
+            break;
+        case StateChange::Outcome::Refused:
+            AUDIO_LOGE("[%s] state is not ACTIVE\n", mName);
+            break;
+        case StateChange::Outcome::Failed:
+            AUDIO_LOGE("[%s] stop failed status:%d\n", mName, status);
+            break;
+        case StateChange::Outcome::Done:
+            if (mIsBlocked) mCond.signal();
+            AUDIO_LOGD("[%s] stop done\n", mName);
+            break;
     }
-    if (mState != ACTIVE) {
-        AUDIO_LOGE("[%s] state is not ACTIVE\n", mName);
-        return AUDIO_INVALID_STATE;
-    }
-    const std::int32_t status = request(id(CaptureFunction::Stop), false);
-    if (status != AUDIO_NO_ERROR) {
-        AUDIO_LOGE("[%s] stop failed status:%d\n", mName, status);
-        return status;
-    }
-    mState = IDLE;
-    if (mIsBlocked) mCond.signal();
-    AUDIO_LOGD("[%s] stop done\n", mName);
-    return AUDIO_NO_ERROR;
+    return status;
 }
 
 int ClientRecordRt::clear() {
     const AudioMutex::AutoLock lock(mLock);
-    return cabinaudio::clearCapture(mState, mShareMemory, mName, AUDIO_LOG_SITE);
+    return cabinaudio::clearCapture(parts(), AUDIO_LOG_SITE);
 }
 
 int ClientRecordRt::setVolume(int volume) {
@@ -294,25 +274,25 @@ int ClientRecordRt::getTotalBufferSize() {
 int ClientRecordRt::bytesUsed() {
     const AudioMutex::AutoLock lock(mLock);
     if (mState != ACTIVE) {
-        AUDIO_LOGE("[%s] client record state is not active:%d.\n", mName, mState);
+        AUDIO_LOGE("[%s] client record state is not active:%d.\n", mName, mState.load());
         return 0;
     }
-    return static_cast<int>(mSourceReady ? mShareMemory.load()->getUsedSize() : pacedBacklog());
+    return static_cast<int>(mSourceReady ? mShareMemory.load()->getUsedSize()
+                                         : pacing().due(nowMs()));
 }
 
 // ---- Reading ------------------------------------------------------------------------------------
 
 int ClientRecordRt::read(unsigned char* buffer, int bytes, bool isBlock) {
-    return readAs(buffer, bytes, isBlock, false, AUDIO_LOG_SITE);
+    return readAs(Unit::Bytes, buffer, bytes, isBlock, AUDIO_LOG_SITE);
 }
 
 int ClientRecordRt::readFrame(unsigned char* buffer, int capacity, bool isBlock) {
-    const bool isCoded = mFormat.codecType != CODEC_PCM;
-    return readAs(buffer, capacity, isBlock, isCoded, AUDIO_LOG_SITE);
+    const Unit unit = mFormat.codecType == cabinaudio::CODEC_PCM ? Unit::Bytes : Unit::Frame;
+    return readAs(unit, buffer, capacity, isBlock, AUDIO_LOG_SITE);
 }
 
-/// @param isFrame  `bytes` limit what is stored, instead of telling what has to be there
-int ClientRecordRt::readAs(unsigned char* buffer, int bytes, bool isBlock, bool isFrame,
+int ClientRecordRt::readAs(Unit unit, unsigned char* buffer, int bytes, bool isBlock,
                            const LogSite& site) {
     const UseGate::Visit visit(StreamLink::of(mRc).readers);
     if (!mFirstReadLogged.load(std::memory_order_relaxed) && !mFirstReadLogged.exchange(true))
@@ -321,29 +301,10 @@ int ClientRecordRt::readAs(unsigned char* buffer, int bytes, bool isBlock, bool 
         AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]invalid input param bytes:%d\n", mName, bytes);
         return AUDIO_BAD_VALUE;
     }
-    const auto limit = static_cast<unsigned>(bytes);
     Taken taken{};
     {
         const AudioMutex::AutoLock lock(mLock);
-        if (mState != ACTIVE) {
-            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s] state[%d] is not ACTIVE\n", mName, mState);
-            return AUDIO_INVALID_STATE;
-        }
-        if (mIsBlocked) {
-            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
-                         "[%s]Can not read,the last write did not exit [mIsBlocked=%d]\n", mName,
-                         mIsBlocked);
-            return AUDIO_INVALID_STATE;
-        }
-        unsigned ready = 0;
-        if (_prepareData(isFrame ? WHOLE_FRAME : limit, isBlock, ready, site) != AUDIO_NO_ERROR) {
-            // Deliberate: missing live data is reported as a wrong state, too.
-            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s] client read data error state:%d\n", mName,
-                         mState);
-            return AUDIO_INVALID_STATE;
-        }
-        if (ready == 0) return 0;
-        taken = isFrame ? takeFrame(buffer, limit, ready, site) : take(buffer, ready, site);
+        taken = readLocked({unit, static_cast<unsigned>(bytes)}, buffer, isBlock, site);
     }
     if (taken.result < 0) return taken.result;
     mTotalReadBytes += taken.counted;
@@ -359,42 +320,50 @@ void ClientRecordRt::logFirstRead(int bytes, bool isBlock, const LogSite& site) 
                  mBytesPerMSec != 0 ? wanted / mBytesPerMSec : 0, isBlock);
 }
 
-/// Waits until `want` bytes, or a WHOLE_FRAME, are due, or takes what is due, but no part of a
-/// frame.
+/// The part of a read under mLock.
+ClientRecordRt::Taken ClientRecordRt::readLocked(const Wanted& wanted, unsigned char* buffer,
+                                                 bool isBlock, const LogSite& site) {
+    if (mState != ACTIVE) {
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s] state[%d] is not ACTIVE\n", mName,
+                     mState.load());
+        return {AUDIO_INVALID_STATE, 0, 0};
+    }
+    if (mIsBlocked) {
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
+                     "[%s]Can not read,the last write did not exit [mIsBlocked=%d]\n", mName,
+                     mIsBlocked);
+        return {AUDIO_INVALID_STATE, 0, 0};
+    }
+    unsigned ready = 0;
+    if (_prepareData(wanted, isBlock, ready, site) != AUDIO_NO_ERROR) {
+        // Deliberate: missing live data is reported as a wrong state, too.
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s] client read data error state:%d\n", mName,
+                     mState.load());
+        return {AUDIO_INVALID_STATE, 0, 0};
+    }
+    if (ready == 0) return {};
+    return wanted.unit == Unit::Frame ? takeFrame(buffer, wanted.bytes, ready, site)
+                                      : take(buffer, ready, site);
+}
+
+/// Waits until all that is wanted is due, or takes what is due, but no part of a frame.
 /// @param ready  bytes that may be taken
 /// @retval AUDIO_TIMED_OUT      live data stayed away
 /// @retval AUDIO_INVALID_STATE  the stream did not survive the wait
-std::int32_t ClientRecordRt::_prepareData(unsigned want, bool isBlock, unsigned& ready,
+std::int32_t ClientRecordRt::_prepareData(const Wanted& wanted, bool isBlock, unsigned& ready,
                                           const LogSite& site) {
-    std::optional<cabinaudio::RingPatience> patience;
+    std::optional<RingPatience> patience;
     for (;;) {
-        const Supply supply = supplyOf(want, site);
+        const Supply supply = chooseSource(wanted, site);
         ready = std::min(supply.bytes, supply.needed);
-        if (ready == supply.needed) return AUDIO_NO_ERROR;
+        if (supply.isEnough()) return AUDIO_NO_ERROR;
         if (!isBlock) {
-            if (want == WHOLE_FRAME) ready = 0;
+            if (wanted.unit == Unit::Frame) ready = 0;
             return AUDIO_NO_ERROR;
         }
-
         if (!patience) patience.emplace(RING_WAIT_MS);
-        mIsBlocked = true;
-        const std::uint64_t begin = nowMs();
-        const bool isWoken = mCond.waitRelative(mLock, supply.waitMs) == 0;
-        const std::uint64_t waited = nowMs() - begin;
-        leaveWait();
-        const bool isInVain = mState == ACTIVE && patience->isOver() && !isMet(want, site);
-        if (supply.isLive && (!isWoken || isInVain)) {
-            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]wait shm data timeOut:%llu expect:%llu\n",
-                         mName, llu(waited), llu(supply.waitMs));
-            return AUDIO_TIMED_OUT;
-        }
-        if (!isWoken && waited > supply.waitMs + LATE_MS)
-            AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "[%s]wait silence data timeOut:%llu expect:%llu\n",
-                         mName, llu(waited), llu(supply.waitMs));
-        if (mState != ACTIVE) {
-            logInterruptedWait(site);
-            return AUDIO_INVALID_STATE;
-        }
+        const std::int32_t status = waitForMore(supply, wanted, *patience, site);
+        if (status != AUDIO_NO_ERROR) return status;
         if (!supply.isLive) {
             // Also after an early wake-up: a ring may be there now, and silence must not delay it.
             ready = supply.needed;
@@ -403,51 +372,31 @@ std::int32_t ClientRecordRt::_prepareData(unsigned want, bool isBlock, unsigned&
     }
 }
 
-/// Whether a read of `want` bytes, or of a WHOLE_FRAME, need not wait.
-bool ClientRecordRt::isMet(unsigned want, const LogSite& site) {
-    const Supply supply = supplyOf(want, site);
-    return supply.bytes >= supply.needed;
-}
-
-/// What there is for a read of `want` bytes, or of a WHOLE_FRAME. Data is live once the ring has
-/// met a whole request.
-ClientRecordRt::Supply ClientRecordRt::supplyOf(unsigned want, const LogSite& site) {
-    const bool isFrame = want == WHOLE_FRAME;
-    if (ShareMemoryEx* const ring = mShareMemory) {
-        const unsigned used = ring->getUsedSize();
-        if (isFrame) want = neededForFrame(*ring);
-        if (used >= want && !mSourceReady) {
-            mSourceReady = true;
-            AUDIO_LOG_AT(ANDROID_LOG_INFO, site,
-                         "[%s]start read from shm(dsp) at %llu ms readBytes:%u\n", mName,
-                         llu(sinceCreation()), want);
-        }
-        if (mSourceReady) return {used, want, true, RING_WAIT_MS};
+/// Waits once. Statuses as of _prepareData().
+std::int32_t ClientRecordRt::waitForMore(const Supply& supply, const Wanted& wanted,
+                                         const RingPatience& patience, const LogSite& site) {
+    const std::uint64_t begin = nowMs();
+    const bool isWoken = waitFor(supply.waitMs);
+    const std::uint64_t waited = nowMs() - begin;
+    const bool isInVain =
+        mState == ACTIVE && patience.isOver() && !chooseSource(wanted, site).isEnough();
+    if (supply.isLive && (!isWoken || isInVain)) {
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]wait shm data timeOut:%llu expect:%llu\n", mName,
+                     llu(waited), llu(supply.waitMs));
+        return AUDIO_TIMED_OUT;
     }
-    if (isFrame) want = frameStep();
-    const unsigned due = pacedBacklog();
-    if (due >= want) return {due, want, false, 0};
-    return {due, want, false,
-            mBytesPerMSec != 0 ? ceilDiv(want - due, mBytesPerMSec) : UNPACED_WAIT_MS};
+    if (!isWoken && waited > supply.waitMs + LATE_MS)
+        AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "[%s]wait silence data timeOut:%llu expect:%llu\n",
+                     mName, llu(waited), llu(supply.waitMs));
+    if (mState == ACTIVE) return AUDIO_NO_ERROR;
+    logInterruptedWait(site);
+    return AUDIO_INVALID_STATE;
 }
 
-/// Bytes of silence that are due. Time that nobody read for is dropped: never more than two of the
-/// server's periods.
-unsigned ClientRecordRt::pacedBacklog() {
-    if (mBytesPerMSec == 0) return 0;
-    const std::uint64_t now = nowMs();
-    const std::uint64_t total = mTotalReadBytes;
-    // Deliberate: counts in 32 bits, so that a read ahead of the clock is a large backlog.
-    const auto due = static_cast<std::uint32_t>((now - mStartTime) * mBytesPerMSec - total);
-    if (due <= mCacheSizeMax) return due;
-    mStartTime = now - (total + mCacheSizeMax) / mBytesPerMSec;
-    return mCacheSizeMax;
-}
-
-/// Ends a wait. A destructor may be waiting for the blocked read to leave.
-void ClientRecordRt::leaveWait() {
-    mIsBlocked = false;
-    if (mState != ACTIVE) mCond.signal();
+/// Waits once. @return whether a wake-up ended it
+bool ClientRecordRt::waitFor(std::uint64_t ms) {
+    const cabinaudio::BlockedWait blocked(parts());
+    return mCond.waitRelative(mLock, ms) == 0;
 }
 
 void ClientRecordRt::logInterruptedWait(const LogSite& site) {
@@ -459,16 +408,77 @@ void ClientRecordRt::logInterruptedWait(const LogSite& site) {
                      cabinaudio::endOfWait(mState));
 }
 
+// ---- Source -------------------------------------------------------------------------------------
+
+/// Goes over to live data once the ring meets a whole request.
+/// @return what there is for the read now
+ClientRecordRt::Supply ClientRecordRt::chooseSource(const Wanted& wanted, const LogSite& site) {
+    ShareMemoryEx* const ring = mShareMemory;
+    if (ring == nullptr) return silentSupply(wanted);
+    const Supply live = liveSupply(wanted, *ring);
+    if (live.isEnough() && !mSourceReady) goLive(live.needed, site);
+    return mSourceReady ? live : silentSupply(wanted);
+}
+
+void ClientRecordRt::goLive(unsigned bytes, const LogSite& site) {
+    mSourceReady = true;
+    AUDIO_LOG_AT(ANDROID_LOG_INFO, site, "[%s]start read from shm(dsp) at %llu ms readBytes:%u\n",
+                 mName, llu(sinceCreation()), bytes);
+}
+
+ClientRecordRt::Supply ClientRecordRt::liveSupply(const Wanted& wanted, ShareMemoryEx& ring) const {
+    const unsigned used = ring.getUsedSize();
+    return {used, wanted.unit == Unit::Frame ? neededForFrame(ring) : wanted.bytes, true,
+            RING_WAIT_MS};
+}
+
+ClientRecordRt::Supply ClientRecordRt::silentSupply(const Wanted& wanted) {
+    UplinkPacing pace = pacing();
+    const unsigned needed = wanted.unit == Unit::Frame ? frameStep() : wanted.bytes;
+    const unsigned due = pace.due(nowMs());
+    return {due, needed, false, due < needed ? pace.msUntil(needed - due) : 0};
+}
+
+/// Minimum fill level before a frame, or silence in its place, can be taken.
+unsigned ClientRecordRt::neededForFrame(ShareMemoryEx& ring) const {
+    return isFramed() ? frames(ring).needed() : frameStep();
+}
+
+/// Bytes of silence that count as one frame.
+unsigned ClientRecordRt::frameStep() const {
+    return std::max(mPerLoopBytes.load(), 1U);
+}
+
+/// Whether frames in the ring tell their lengths.
+bool ClientRecordRt::isFramed() const {
+    return cabinaudio::isFramed(mFormat.codecType);
+}
+
+FramedRing ClientRecordRt::frames(ShareMemoryEx& ring) const {
+    return {ring, mFormat.codecType, mHeaderSize};
+}
+
+UplinkPacing ClientRecordRt::pacing() {
+    return {mBytesPerMSec, mCacheSizeMax, mTotalReadBytes, mStartTime};
+}
+
+UplinkSilence ClientRecordRt::silence() const {
+    return {mFormat, mBytesPerMSec, mName};
+}
+
+// ---- Taking -------------------------------------------------------------------------------------
+
 /// Takes what read() gives for `ready` bytes.
 ClientRecordRt::Taken ClientRecordRt::take(unsigned char* buffer, unsigned ready,
                                            const LogSite& site) {
     unsigned stored = 0;
     if (!mSourceReady) {
-        stored = fillSilentData(buffer, ready, site);
-    } else if (mFormat.codecType == CODEC_PCM) {
-        stored = _readRawData(buffer, ready);
+        stored = silence().fill(buffer, ready, site);
+    } else if (mFormat.codecType == cabinaudio::CODEC_PCM) {
+        stored = static_cast<unsigned>(mShareMemory.load()->read(buffer, ready));
     } else if (isFramed()) {
-        stored = _readCodecData(buffer, ready, site);
+        stored = frames(*mShareMemory).takeWhole(buffer, site);
+        if (stored == 0) stored = silence().fill(buffer, ready, site);
     } else {
         AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
                      "[%s] please input right mCodecTag,current mCodecTag(%d)\n", mName,
@@ -476,54 +486,6 @@ ClientRecordRt::Taken ClientRecordRt::take(unsigned char* buffer, unsigned ready
         return {AUDIO_BAD_VALUE, 0, 0};
     }
     return {static_cast<int>(stored), stored, ready};
-}
-
-/// Whether frames in the ring tell their lengths.
-bool ClientRecordRt::isFramed() const {
-    return mFormat.codecType == CODEC_LOAS || mFormat.codecType == CODEC_OPUS;
-}
-
-unsigned ClientRecordRt::_readRawData(unsigned char* buffer, unsigned bytes) {
-    return static_cast<unsigned>(mShareMemory.load()->read(buffer, bytes));
-}
-
-/// One frame, whatever `bytes` says: the caller's buffer holds a whole one. Silence when there is
-/// none, or a header that promises more than there is; that header is lost then.
-unsigned ClientRecordRt::_readCodecData(unsigned char* buffer, unsigned bytes,
-                                        const LogSite& site) {
-    ShareMemoryEx* const ring = mShareMemory;
-    std::uint32_t frameSize = mFrameSize;
-    if (frameSize == 0) {
-        if (mHeaderSize > ring->getUsedSize()) return fillSilentData(buffer, bytes, site);
-        const auto got = static_cast<std::uint32_t>(ring->read(buffer, mHeaderSize));
-        // Deliberate: logged when the read succeeds.
-        if (got != 0)
-            AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site,
-                         "AUDIO IGNORE(0==mShareMemory->read(buffer, mHeaderSize))!\n");
-        if (got < mHeaderSize) return fillSilentData(buffer, bytes, site);
-        frameSize = frameLength(mFormat.codecType, buffer);
-    }
-    if (frameSize >= ring->getUsedSize()) return fillSilentData(buffer, bytes, site);
-    if (ring->read(buffer + mHeaderSize, frameSize) == 0)
-        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site,
-                     "AUDIO IGNORE(mShareMemory->read(buffer + mHeaderSize, frameSize))!\n");
-    return mHeaderSize + frameSize;
-}
-
-// ---- Frames within a capacity -------------------------------------------------------------------
-
-/// Bytes of silence that count as one frame.
-unsigned ClientRecordRt::frameStep() const {
-    return std::max(mPerLoopBytes.load(), 1U);
-}
-
-/// Minimum fill level before a frame, or silence in its place, can be taken.
-unsigned ClientRecordRt::neededForFrame(ShareMemoryEx& ring) const {
-    if (!isFramed()) return frameStep();
-    unsigned char header[LONGEST_HEADER_BYTES];
-    if (RingAccess::peek(ring, header, mHeaderSize) < mHeaderSize) return mHeaderSize;
-    const std::uint64_t whole = mHeaderSize + std::uint64_t{frameLength(mFormat.codecType, header)};
-    return whole < ring.getTotalSize() ? static_cast<unsigned>(whole) : mHeaderSize;
 }
 
 /// Takes what readFrame() gives once `ready` bytes are there.
@@ -536,35 +498,30 @@ ClientRecordRt::Taken ClientRecordRt::takeFrame(unsigned char* buffer, unsigned 
 /// It counts as `ready` bytes, so that silence comes at the pace of frames.
 ClientRecordRt::Taken ClientRecordRt::takeSilentFrame(unsigned char* buffer, unsigned capacity,
                                                       unsigned ready, const LogSite& site) {
-    unsigned char frame[LONGEST_SILENCE_BYTES];
-    const unsigned length = fillSilentData(frame, sizeof frame, site);
+    unsigned char frame[UplinkSilence::LONGEST_FRAME_BYTES];
+    const unsigned length = silence().fill(frame, sizeof frame, site);
     if (length > capacity) return refuseFrame(length, capacity, site);
     std::memcpy(buffer, frame, length);
     return {static_cast<int>(length), ready, length};
 }
 
-/// The server may store anything into the ring at any time, into this header as well: what counts
-/// is what it says here.
 ClientRecordRt::Taken ClientRecordRt::takeLiveFrame(unsigned char* buffer, unsigned capacity,
                                                     const LogSite& site) {
-    ShareMemoryEx* const ring = mShareMemory;
-    unsigned char header[LONGEST_HEADER_BYTES];
-    if (RingAccess::peek(*ring, header, mHeaderSize) < mHeaderSize) return {};
-    const std::uint32_t length = frameLength(mFormat.codecType, header);
-    const std::uint64_t whole = mHeaderSize + std::uint64_t{length};
-    if (whole >= ring->getTotalSize()) {
-        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
-                     "[%s]frame of %u bytes is longer than the ring, its header is dropped\n",
-                     mName, length);
-        (void)ring->read(header, mHeaderSize);
-        return {AUDIO_BAD_VALUE, 0, 0};
+    const FramedRing::Frame frame = frames(*mShareMemory).takeWithin(buffer, capacity);
+    switch (frame.outcome) {
+        case FramedRing::Outcome::Taken:
+            return {static_cast<int>(frame.bytes), frame.bytes, frame.bytes};
+        case FramedRing::Outcome::TooLong:
+            return refuseFrame(frame.bytes, capacity, site);
+        case FramedRing::Outcome::Impossible:
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
+                         "[%s]frame of %u bytes is longer than the ring, its header is dropped\n",
+                         mName, frame.bytes);
+            return {AUDIO_BAD_VALUE, 0, 0};
+        case FramedRing::Outcome::Missing:
+            break;
     }
-    if (whole > capacity) return refuseFrame(static_cast<unsigned>(whole), capacity, site);
-    if (whole > ring->getUsedSize()) return {};
-    const auto stored = static_cast<unsigned>(ring->read(buffer, static_cast<unsigned>(whole)));
-    if (stored < whole) return {};
-    std::memcpy(buffer, header, mHeaderSize);
-    return {static_cast<int>(stored), stored, stored};
+    return {};
 }
 
 ClientRecordRt::Taken ClientRecordRt::refuseFrame(unsigned length, unsigned capacity,
@@ -574,66 +531,9 @@ ClientRecordRt::Taken ClientRecordRt::refuseFrame(unsigned length, unsigned capa
     return {AUDIO_NO_MEMORY, 0, 0};
 }
 
-// ---- Silence ------------------------------------------------------------------------------------
-
-/// Silence in the stream's form. @return bytes of it, at most `bytes`
-unsigned ClientRecordRt::fillSilentData(void* buffer, unsigned bytes, const LogSite& site) {
-    auto* const out = static_cast<unsigned char*>(buffer);
-    switch (mFormat.codecType) {
-        case CODEC_PCM:
-            return fillNoise(out, bytes, site);
-        case CODEC_MSBC:
-            if (sizeof(msbc_silent) > bytes) abortOn("sizeof(msbc_silent) <= bytes", site);
-            std::memcpy(out, msbc_silent, sizeof msbc_silent);
-            return sizeof msbc_silent;
-        case CODEC_OPUS: {
-            const auto packet = cabinaudio::opusSilence(mFormat.sampleRate);
-            if (packet.empty()) {
-                AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "[%s] not support samplerate(%d)!!!\n", mName,
-                             static_cast<int>(mFormat.sampleRate));
-                return 0;
-            }
-            const auto readSize = static_cast<unsigned>(packet.size());
-            if (readSize > bytes) abortOn("readSize <= bytes", site);
-            std::memcpy(out, packet.data(), readSize);
-            return readSize;
-        }
-        default:
-            return 0;
-    }
-}
-
-/// One value per frame at the stream's rate, whatever the channels: the rest of the buffer stays as
-/// it is, and counts. A period that is not 16 ms would make it more than fits.
-unsigned ClientRecordRt::fillNoise(unsigned char* buffer, unsigned bytes, const LogSite& site) {
-    const int bits = AudioTypes::getBitsPerSample(mFormat.bitDepth);
-    const unsigned width = bits == 8 ? 1 : bits == 32 ? 4 : 2;
-    const std::uint64_t room = bytes / width;
-    const std::uint64_t wanted = mBytesPerMSec != 0
-                                     ? ceilDiv(std::uint64_t{mFormat.sampleRate} * bytes,
-                                               std::uint64_t{1000} * mBytesPerMSec)
-                                     : room;
-    const std::uint64_t count = std::min(wanted, room);
-    switch (bits) {
-        case 8:
-            noise<std::int8_t>(buffer, count, 24);
-            break;
-        case 32:
-            noise<std::int32_t>(buffer, count, 0);
-            break;
-        default:
-            noise<std::int16_t>(buffer, count, 16);
-            if (bits != 16)
-                AUDIO_LOG_AT(ANDROID_LOG_WARN, site,
-                             "[%s] Unsupported bit depth:%d, default to 16.\n", mName, bits);
-            break;
-    }
-    return bytes;
-}
-
 // ---- The ring -----------------------------------------------------------------------------------
 
-/// Asks where the announced ring lies and maps it. Called with mLock held.
+/// Asks where the announced ring lies and maps it.
 /// @return the ring that is in use no more, or null; to be deleted without the lock
 ShareMemoryEx* ClientRecordRt::initShareMem() {
     if (mState == NO_INIT) {
@@ -646,7 +546,8 @@ ShareMemoryEx* ClientRecordRt::initShareMem() {
     bool isGranted = false;
     const auto steps = cabinaudio::askFor<wire::ShareMemoryReply>(
         *mRc, wire::FunctionRequest{id(CaptureFunction::GetShareMemory)}, false,
-        [&](const Asked<wire::ShareMemoryReply>& asked) {
+        // As in init(): mLock is held.
+        [&](const Asked<wire::ShareMemoryReply>& asked) CABINAUDIO_UNCHECKED_LOCKING {
             isGranted = asked.isGranted();
             if (isGranted)
                 replaced = adopt(asked.reply, site);
@@ -687,7 +588,7 @@ void ClientRecordRt::logSourceReady(const LogSite& site) const {
         llu(nowMs() - (isFirst ? mCreateTime : mUnInitShmTime)));
 }
 
-/// Takes the ring away from readers, who get silence from now on. Called with mLock held.
+/// Takes the ring away from readers, who get silence from now on.
 /// @return the ring, to be deleted without the lock
 ShareMemoryEx* ClientRecordRt::unInitShareMem() {
     AUDIO_LOGI("[%s] record unInitShareMem\n", mName);
@@ -698,10 +599,7 @@ ShareMemoryEx* ClientRecordRt::unInitShareMem() {
 
 void ClientRecordRt::notify() {
     const AudioMutex::AutoLock lock(mLock);
-    if (!mIsBlocked) return;
-    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(mCond, mShareMemory);
-    if (lag >= cabinaudio::LAG_WARNING_MS)
-        AUDIO_LOGW("[%s] update share memory IPC interVal:%llu ms > 1 ms\n", mName, llu(lag));
+    cabinaudio::logUpdate(parts(), AUDIO_LOG_SITE);
 }
 
 void ClientRecordRt::notifierCallbackFunc(void* record, unsigned msg, unsigned value) {
@@ -737,22 +635,21 @@ void ClientRecordRt::onRingGone() {
     }
     cabinaudio::deleteRing(StreamLink::of(mRc), ring);
     // The server may use the memory again from here on.
-    if (request(id(CaptureFunction::RemoveShareMemory), false) != AUDIO_NO_ERROR)
+    if (cabinaudio::sendInTurn(*mRc, id(CaptureFunction::RemoveShareMemory), false) !=
+        AUDIO_NO_ERROR)
         AUDIO_LOGE("remove[%s] share memory failed\n", mName);
 }
 
-/// The server has removed the stream. Also during destruction: the state is STOPPING then.
 void ClientRecordRt::onRemoved() {
     AUDIO_LOGD("[%s]server record has be deleted, disconnect.\n", mName);
     const AudioMutex::AutoLock lock(mLock);
-    mState = STOPPING;
-    if (mIsBlocked) mCond.signal();
+    cabinaudio::setRemoved(parts());
 }
 
 /// A ring that is gone is acknowledged without mLock, so that lock does not keep requests apart.
-std::int32_t ClientRecordRt::request(std::uint32_t function, bool flag) {
-    const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);
-    return mRc->callFuncId(function, flag);
+/// Not inlined: its callers wait or are rare, so their bytes count.
+[[gnu::noinline]] StreamParts ClientRecordRt::parts() {
+    return {mName, mRc, cabinaudio::sendInTurn, mState, mLock, mCond, mIsBlocked, mShareMemory};
 }
 
 std::uint64_t ClientRecordRt::sinceCreation() const {
@@ -765,9 +662,7 @@ ClientRecordRt::~ClientRecordRt() {
     bool isGivenUp = false;
     {
         const AudioMutex::AutoLock lock(mLock);
-        mState = NO_INIT;
-        if (mIsBlocked) endReader();
-        isGivenUp = mIsBlocked;
+        isGivenUp = !endReader();
     }
     // A read that has its data may still be writing the dump. A read that did not leave in time is
     // not waited for.
@@ -778,10 +673,7 @@ ClientRecordRt::~ClientRecordRt() {
     AUDIO_LOGD("[%s] destroy\n", mName);
 }
 
-/// Ends a blocked read. Called with mLock held.
-void ClientRecordRt::endReader() {
-    (void)cabinaudio::awaitExit(mLock, mCond, mIsBlocked, READER_EXIT_WAIT_MS);
-    if (mIsBlocked)
-        AUDIO_LOGW("[%s] waitting exit read timeout[%d ms]\n", mName,
-                   static_cast<int>(READER_EXIT_WAIT_MS));
+/// @return whether no read is blocked any more
+bool ClientRecordRt::endReader() {
+    return cabinaudio::endReader(parts(), AUDIO_LOG_SITE);
 }

@@ -6,6 +6,7 @@
 #include "client/Stream.h"
 #include "client/StreamDump.h"
 #include "client/StreamLink.h"
+#include "client/StreamParts.h"
 #include "foundation/Log.h"
 #include "foundation/UseGate.h"
 #include "link/RemoteCallAccess.h"
@@ -17,13 +18,16 @@
 
 namespace wire = cabinaudio::wire;
 using cabinaudio::id;
+using cabinaudio::InTurn;
 using cabinaudio::llu;
 using cabinaudio::LogSite;
 using cabinaudio::nowMs;
 using cabinaudio::Playback;
+using cabinaudio::PlaybackParts;
 using cabinaudio::RemoteCallAccess;
 using cabinaudio::ReplacedRing;
 using cabinaudio::ReplyDeadline;
+using cabinaudio::StateChange;
 using cabinaudio::StreamDump;
 using cabinaudio::StreamLink;
 using cabinaudio::UseGate;
@@ -81,20 +85,24 @@ void ClientSink::init(AudioTagType /*tag*/, int streamParam) {
     }
     const AudioMutex::AutoLock lock(mLock);
     const auto accepted = [&](const wire::CreateReply& reply) { mPerLoopSize = reply.perLoopSize; };
-    if (!Playback::create(*this, streamParam, AUDIO_LOG_SITE, accepted)) return;
+    const wire::CreateRequest request =
+        cabinaudio::createRequest(id(StreamFunction::Create), mTag, mFormat, streamParam);
+    if (!Playback::create(parts(), request, AUDIO_LOG_SITE, accepted)) return;
     if (mState == NO_INIT) mState = IDLE;  // the server may have removed the sink already
 }
 
-/// Asks where the source's ring lies and maps it. Called with mLock held.
+/// Asks where the source's ring lies and maps it.
 /// @return the ring that is in use no more, or null; to be deleted without the lock
 ShareMemoryEx* ClientSink::initShareMemory() {
     const LogSite site = AUDIO_LOG_SITE;
     const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);
     ShareMemoryEx* replaced = nullptr;
-    const std::int32_t allocated = Playback::mapRing(*this, replaced, site, [&](unsigned size) {
-        AUDIO_LOG_AT(ANDROID_LOG_INFO, site, "[%s]main init shareMemory OK size:%u cast:%llu ms\n",
-                     mName, size, llu(sinceCreation()));
-    });
+    const std::int32_t allocated =
+        Playback::mapRing(parts(), *this, replaced, site, [&](unsigned size) {
+            AUDIO_LOG_AT(ANDROID_LOG_INFO, site,
+                         "[%s]main init shareMemory OK size:%u cast:%llu ms\n", mName, size,
+                         llu(sinceCreation()));
+        });
     if (allocated != AUDIO_NO_ERROR)
         AUDIO_LOGE("[%s]mRc->rcalloc return failed, ret:%d, mState[NO_INIT]\n", mName, allocated);
     return replaced;
@@ -112,35 +120,39 @@ int ClientSink::initCheck() {
 }
 
 int ClientSink::start() {
-    return Playback::start(*this, AUDIO_LOG_SITE);
+    AUDIO_LOGD("[%s]start In\n", mName);
+    const InTurn turn(StreamLink::of(mRc).turn, mLock);
+    return Playback::start(parts(), AUDIO_LOG_SITE);
 }
 
 int ClientSink::stop() {
-    const LogSite site = AUDIO_LOG_SITE;
-    return Playback::stop(*this, site, [&] {
-        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]stop Success, mTotalWritedLen:%d Out\n", mName,
-                     mTotalWritedLen);
-    });
+    AUDIO_LOGD("[%s]stop In\n", mName);
+    const InTurn turn(StreamLink::of(mRc).turn, mLock);
+    const StateChange change = Playback::stop(parts(), AUDIO_LOG_SITE);
+    if (change.outcome == StateChange::Outcome::Done)
+        AUDIO_LOGD("[%s]stop Success, mTotalWritedLen:%d Out\n", mName, mTotalWritedLen);
+    return change.status;
 }
 
 int ClientSink::clear() {
-    return Playback::clear(*this, AUDIO_LOG_SITE, [](ShareMemoryEx& ring) { ring.clear(); });
+    AUDIO_LOGD("[%s]clear In\n", mName);
+    const InTurn turn(StreamLink::of(mRc).turn, mLock);
+    return Playback::clear(parts(), 1, AUDIO_LOG_SITE);
 }
 
 int ClientSink::writeDone() {
-    const LogSite site = AUDIO_LOG_SITE;
-    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]writeDone In\n", mName);
-    const Playback::Entry entry(*this);
-    return Playback::writeDone(*this, site, [&] {
-        if (!mSourceActive)
-            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
-                         "[%s]Source is cut away early,writeDone failed Out\n", mName);
-        return mSourceActive.load();
-    });
+    AUDIO_LOGD("[%s]writeDone In\n", mName);
+    const InTurn turn(StreamLink::of(mRc).turn, mLock);
+    if (!Playback::mayEnd(parts(), AUDIO_LOG_SITE)) return AUDIO_INVALID_STATE;
+    if (!mSourceActive) {
+        AUDIO_LOGE("[%s]Source is cut away early,writeDone failed Out\n", mName);
+        return AUDIO_INVALID_STATE;
+    }
+    return Playback::writeDone(parts(), AUDIO_LOG_SITE);
 }
 
 int ClientSink::setCallback(audio::QVAudioTrackCallback* callback) {
-    const Playback::Entry entry(*this);
+    const InTurn turn(StreamLink::of(mRc).turn, mLock);
     mCallback = callback;
     return AUDIO_NO_ERROR;
 }
@@ -157,7 +169,7 @@ int ClientSink::getTotalBufferSize() {
 
 int ClientSink::bytesFree() {
     const UseGate::Visit visit(StreamLink::of(mRc).ringVisitors);
-    return Playback::freeSize(*this);
+    return Playback::freeSize(mShareMemory);
 }
 
 int ClientSink::setVolume(int /*volume*/) {
@@ -195,8 +207,8 @@ int ClientSink::write(unsigned char* buffer, int len, bool isBlock) {
     turn.lock();
     const AudioMutex::AutoLock lock(mLock);
     turn.unlock();
-    const int refusal = Playback::refusal(*this, AUDIO_LOG_SITE);
-    if (refusal != AUDIO_NO_ERROR) return refusal;
+    if (mIsBlocked || mIsWriteDone || mState.load(std::memory_order_relaxed) != ACTIVE)
+        return Playback::refusal(parts(), AUDIO_LOG_SITE);
     const int ready = checkAndWaitSourceReady(isBlock, len);
     if (ready != 1) return ready;
     return isBlock ? blockWrite(buffer, len) : nonblockWrite(buffer, len);
@@ -229,26 +241,25 @@ int ClientSink::checkAndWaitSourceReady(bool isBlock, int len) {
 
 /// Waits once for the source to come or go. @return whether the stream is still ACTIVE
 bool ClientSink::waitForSource(std::uint64_t ms) {
-    mIsBlocked = true;
+    const cabinaudio::BlockedWait blocked(parts());
     const std::uint64_t begin = nowMs();
     if (mCond.waitRelative(mLock, std::min(ms, SOURCE_WAIT_MS)) != 0)
         AUDIO_LOGE("[%s]waiting Source ready timeout[%llu]\n", mName, llu(nowMs() - begin));
-    Playback::leaveWait(*this);
     if (mState == ACTIVE) return true;
-    Playback::logInvalidState(*this, AUDIO_LOG_SITE);
+    Playback::logInvalidState(parts(), AUDIO_LOG_SITE);
     return false;
 }
 
 int ClientSink::blockWrite(unsigned char* buffer, int bytes) {
     int remaining = bytes;
     while (remaining > 0) {
-        const int free = Playback::freeSize(*this);
-        const int chunk = Playback::step(*this, free, remaining);
+        const int free = Playback::freeSize(mShareMemory);
+        const int chunk = Playback::step(mPerLoopSize, free, remaining);
         if (chunk > free) {
             const int ready = checkAndWaitShareBufferFree(chunk);
             if (ready < 1) return ready;
         }
-        (void)Playback::writeOnce(*this, buffer, chunk, AUDIO_LOG_SITE);
+        Playback::writeOnce(*mShareMemory, mDump, buffer, chunk, AUDIO_LOG_SITE);
         add(mTotalWritedLen, chunk);
         buffer += chunk;
         remaining -= chunk;
@@ -258,27 +269,26 @@ int ClientSink::blockWrite(unsigned char* buffer, int bytes) {
 
 /// @return `need` when that much is free; 0 when the source went away; or a status
 int ClientSink::checkAndWaitShareBufferFree(int need) {
-    const LogSite site = AUDIO_LOG_SITE;
-    return Playback::waitForSpace(*this, need, site, [&] {
-        if (!mSourceRemoved) return false;
+    const int ready = Playback::waitForSpace(parts(), need, &mSourceRemoved, AUDIO_LOG_SITE);
+    if (ready == 0) {
         add(mIneffectiveLen, need);
-        AUDIO_LOG_AT(ANDROID_LOG_WARN, site,
-                     "[%s] status[active], source [removed], write ineffective, size[%d]\n", mName,
-                     mIneffectiveLen);
-        return true;
-    });
+        AUDIO_LOGW("[%s] status[active], source [removed], write ineffective, size[%d]\n", mName,
+                   mIneffectiveLen);
+    }
+    return ready;
 }
 
 int ClientSink::nonblockWrite(unsigned char* buffer, int bytes) {
-    const int count = Playback::fitting(*this, bytes, AUDIO_LOG_SITE);
+    const int count = Playback::fitting(mShareMemory, bytes, mName, AUDIO_LOG_SITE);
     if (count < 1) return 0;
-    (void)Playback::writeOnce(*this, buffer, count, AUDIO_LOG_SITE);
+    Playback::writeOnce(*mShareMemory, mDump, buffer, count, AUDIO_LOG_SITE);
     add(mTotalWritedLen, count);
     return count;
 }
 
 void ClientSink::notify() {
-    Playback::notify(*this, AUDIO_LOG_SITE);
+    const AudioMutex::AutoLock lock(mLock);
+    cabinaudio::logUpdate(parts(), AUDIO_LOG_SITE);
 }
 
 void ClientSink::notifierCallbackFunc(void* sink, unsigned msg, unsigned value) {
@@ -294,7 +304,7 @@ void ClientSink::notifierCallbackFunc(void* sink, unsigned msg, unsigned value) 
             self->onFinished();
             break;
         case SinkEvent::Removed:
-            Playback::onRemoved(*self, AUDIO_LOG_SITE);
+            self->onRemoved(AUDIO_LOG_SITE);
             break;
         default:
             AUDIO_LOGD("unknown msg(%d), value=%d\n", static_cast<int>(msg),
@@ -306,7 +316,7 @@ void ClientSink::notifierCallbackFunc(void* sink, unsigned msg, unsigned value) 
 void ClientSink::onSourceActivated() {
     {
         ReplacedRing replaced(StreamLink::of(mRc));
-        const Playback::Entry entry(*this);
+        const InTurn turn(StreamLink::of(mRc).turn, mLock);
         mSourceActive = true;
         mSourceRemoved = false;
         replaced.ring = initShareMemory();
@@ -318,7 +328,7 @@ void ClientSink::onSourceActivated() {
 void ClientSink::onSourceDeactivated() {
     ShareMemoryEx* ring = nullptr;
     {
-        const Playback::Entry entry(*this);
+        const InTurn turn(StreamLink::of(mRc).turn, mLock);
         ring = detachRing();
         if (mIsBlocked) mCond.signal();
     }
@@ -341,7 +351,8 @@ ShareMemoryEx* ClientSink::detachRing() {
 /// mLock. @return whether the server has acknowledged it
 bool ClientSink::letGoOfSource(ShareMemoryEx* ring) {
     cabinaudio::deleteRing(StreamLink::of(mRc), ring);
-    return request(id(StreamFunction::SourceDeactivated)) == AUDIO_NO_ERROR;
+    return cabinaudio::sendInTurn(*mRc, id(StreamFunction::SourceDeactivated), true) ==
+           AUDIO_NO_ERROR;
 }
 
 void ClientSink::onFinished() {
@@ -349,24 +360,32 @@ void ClientSink::onFinished() {
     AUDIO_LOGI("[%s]play finish duration[%llu] ms\n", mName, llu(nowMs() - mWriteDoneTime));
 }
 
+void ClientSink::onRemoved(LogSite site) {
+    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]server track has be deleted, disconnect.\n", mName);
+    const InTurn turn(StreamLink::of(mRc).turn, mLock);
+    cabinaudio::setRemoved(parts());
+}
+
 /// A withdrawn source is acknowledged without mLock, so that lock does not keep requests apart.
-std::int32_t ClientSink::request(std::uint32_t function) {
-    const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);
-    return mRc->callFuncId(function, true);
+/// Not inlined: its callers wait or are rare, so their bytes count.
+[[gnu::noinline]] PlaybackParts ClientSink::parts() {
+    return {{mName, mRc, cabinaudio::sendInTurn, mState, mLock, mCond, mIsBlocked, mShareMemory},
+            mIsWriteDone,
+            mWriteDoneTime};
 }
 
 std::uint64_t ClientSink::sinceCreation() const {
     return nowMs() - mCreateTime;
 }
 
-AudioMutex* cabinaudio::Playback::turnOf(ClientSink& sink) {
-    return &StreamLink::of(sink.mRc).turn;
-}
-
 ClientSink::~ClientSink() {
     // A request that waits for a dead server holds a lock; it would never give it up.
     RemoteCallAccess::abandon(*mRc);
-    ShareMemoryEx* const ring = Playback::endWriter(*this, AUDIO_LOG_SITE);
+    ShareMemoryEx* ring = nullptr;
+    {
+        const AudioMutex::AutoLock lock(mLock);
+        ring = Playback::endWriter(parts(), AUDIO_LOG_SITE);
+    }
     StreamDump::endAll(mDump);
     cabinaudio::deleteRing(StreamLink::of(mRc), ring);
     StreamLink::close(mRc);

@@ -5,6 +5,7 @@
 #include "client/Stream.h"
 #include "client/StreamDump.h"
 #include "client/StreamLink.h"
+#include "client/StreamParts.h"
 #include "foundation/Log.h"
 #include "foundation/Make.h"
 #include "foundation/UseGate.h"
@@ -21,8 +22,10 @@ using cabinaudio::LogSite;
 using cabinaudio::make;
 using cabinaudio::nowMs;
 using cabinaudio::Playback;
+using cabinaudio::PlaybackParts;
 using cabinaudio::RemoteCallAccess;
 using cabinaudio::ReplacedRing;
+using cabinaudio::StateChange;
 using cabinaudio::StreamDump;
 using cabinaudio::StreamLink;
 using cabinaudio::UseGate;
@@ -78,21 +81,24 @@ void ClientTrack::init(int streamParam) {
         early.ring = mShareMemory.exchange(make<ShareMemoryEx>(
             SHM_TYPE_POSIX_SHM, mName, nullptr, reply.ringSize, SHM_MODE_WRITER, this));
     };
-    if (!Playback::create(*this, streamParam, AUDIO_LOG_SITE, accepted)) return;
+    const wire::CreateRequest request =
+        cabinaudio::createRequest(id(StreamFunction::Create), mTag, mFormat, streamParam);
+    if (!Playback::create(parts(), request, AUDIO_LOG_SITE, accepted)) return;
     if (mState == NO_INIT) mState = IDLE;  // the server may have removed the track already
     AUDIO_LOGI("[%s] mPerLoopSize[%d] mState=[IDEL] [cast:%llu ms]\n", mName, mPerLoopSize.load(),
                llu(sinceCreation()));
 }
 
-/// Asks where the announced ring lies and maps it. Called with mLock held.
+/// Asks where the announced ring lies and maps it.
 /// @return the ring that is in use no more, or null; to be deleted without the lock
 ShareMemoryEx* ClientTrack::initShareMemory() {
     const LogSite site = AUDIO_LOG_SITE;
     ShareMemoryEx* replaced = nullptr;
-    const std::int32_t allocated = Playback::mapRing(*this, replaced, site, [&](unsigned size) {
-        AUDIO_LOG_AT(ANDROID_LOG_INFO, site, "[%s]share memory ready size[%d] [cast:%llu ms]\n",
-                     mName, static_cast<int>(size), llu(sinceCreation()));
-    });
+    const std::int32_t allocated =
+        Playback::mapRing(parts(), *this, replaced, site, [&](unsigned size) {
+            AUDIO_LOG_AT(ANDROID_LOG_INFO, site, "[%s]share memory ready size[%d] [cast:%llu ms]\n",
+                         mName, static_cast<int>(size), llu(sinceCreation()));
+        });
     if (allocated != AUDIO_NO_ERROR)
         AUDIO_LOGE("[%s]mRc->rcalloc return failed, ret:%d\n", mName, allocated);
     return replaced;
@@ -101,7 +107,7 @@ ShareMemoryEx* ClientTrack::initShareMemory() {
 int ClientTrack::initCheck() {
     const AudioMutex::AutoLock lock(mLock);
     if (mState != IDLE) {
-        AUDIO_LOGE("[%s]initCheck failed state[%d] not IDLE, Out\n", mName, mState);
+        AUDIO_LOGE("[%s]initCheck failed state[%d] not IDLE, Out\n", mName, mState.load());
         return AUDIO_INVALID_STATE;
     }
     const std::int32_t status = mRc->callFuncId(id(StreamFunction::InitCheck), false);
@@ -116,21 +122,23 @@ int ClientTrack::initCheck() {
 }
 
 int ClientTrack::start() {
-    return Playback::start(*this, AUDIO_LOG_SITE);
+    AUDIO_LOGD("[%s]start In\n", mName);
+    const AudioMutex::AutoLock lock(mLock);
+    return Playback::start(parts(), AUDIO_LOG_SITE);
 }
 
 int ClientTrack::stop() {
-    const LogSite site = AUDIO_LOG_SITE;
-    return Playback::stop(*this, site, [&] {
-        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]stop Success, Out\n", mName);
-    });
+    AUDIO_LOGD("[%s]stop In\n", mName);
+    const AudioMutex::AutoLock lock(mLock);
+    const StateChange change = Playback::stop(parts(), AUDIO_LOG_SITE);
+    if (change.outcome == StateChange::Outcome::Done) AUDIO_LOGD("[%s]stop Success, Out\n", mName);
+    return change.status;
 }
 
 int ClientTrack::clear() {
-    return Playback::clear(*this, AUDIO_LOG_SITE, [](ShareMemoryEx& ring) {
-        ring.clear();
-        ring.clear();  // kept as it is; finds an empty ring
-    });
+    AUDIO_LOGD("[%s]clear In\n", mName);
+    const AudioMutex::AutoLock lock(mLock);
+    return Playback::clear(parts(), 2, AUDIO_LOG_SITE);  // kept as it is: the second finds nothing
 }
 
 int ClientTrack::writeDone() {
@@ -140,7 +148,8 @@ int ClientTrack::writeDone() {
         AUDIO_LOGE("[%s]Not support,ignore op!\n", mName);
         return AUDIO_INVALID_STATE;
     }
-    return Playback::writeDone(*this, AUDIO_LOG_SITE, [] { return true; });
+    if (!Playback::mayEnd(parts(), AUDIO_LOG_SITE)) return AUDIO_INVALID_STATE;
+    return Playback::writeDone(parts(), AUDIO_LOG_SITE);
 }
 
 int ClientTrack::setKeyShift(float key) {
@@ -177,7 +186,7 @@ int ClientTrack::getTotalBufferSize() {
 
 int ClientTrack::bytesFree() {
     const UseGate::Visit visit(StreamLink::of(mRc).ringVisitors);
-    return Playback::freeSize(*this);
+    return Playback::freeSize(mShareMemory);
 }
 
 int ClientTrack::setVolume(int /*volume*/) {
@@ -213,15 +222,15 @@ int ClientTrack::write(unsigned char* buffer, int bytes, bool isBlock) {
         return AUDIO_BAD_VALUE;
     }
     const AudioMutex::AutoLock lock(mLock);
-    const int refusal = Playback::refusal(*this, AUDIO_LOG_SITE);
-    if (refusal != AUDIO_NO_ERROR) return refusal;
-    if (!checkAndWaitShareBufferReady()) return AUDIO_TIMED_OUT;
+    if (mIsBlocked || mIsWriteDone || mState.load(std::memory_order_relaxed) != ACTIVE)
+        return Playback::refusal(parts(), AUDIO_LOG_SITE);
+    if (mShareMemory == nullptr && !checkAndWaitShareBufferReady()) return AUDIO_TIMED_OUT;
     return isBlock ? blockWrite(buffer, bytes) : nonblockWrite(buffer, bytes);
 }
 
+/// Waits for the ring. @return whether it is there and the track is still ACTIVE
 bool ClientTrack::checkAndWaitShareBufferReady() {
-    if (mShareMemory != nullptr) return true;
-    mIsBlocked = true;
+    const cabinaudio::BlockedWait blocked(parts());
     const std::uint64_t begin = nowMs();
     bool isTimedOut = false;
     // A signal alone proves nothing: it may be left from an earlier wait, or stand for a ring that
@@ -233,16 +242,15 @@ bool ClientTrack::checkAndWaitShareBufferReady() {
     if (isTimedOut)
         AUDIO_LOGE("[%s]share buffer not ready timeout[%llu] Out \n", mName, llu(nowMs() - begin));
     else if (mState != ACTIVE)
-        Playback::logInvalidState(*this, AUDIO_LOG_SITE);
-    Playback::leaveWait(*this);
+        Playback::logInvalidState(parts(), AUDIO_LOG_SITE);
     return !isTimedOut && mState == ACTIVE;
 }
 
 int ClientTrack::blockWrite(unsigned char* buffer, int bytes) {
     int remaining = bytes;
     while (remaining > 0) {
-        const int free = Playback::freeSize(*this);
-        const int chunk = Playback::step(*this, free, remaining);
+        const int free = Playback::freeSize(mShareMemory);
+        const int chunk = Playback::step(mPerLoopSize, free, remaining);
         if (chunk > free) {
             const int status = checkAndWaitShareBufferFree(chunk);
             if (status < 0) return status;
@@ -256,20 +264,22 @@ int ClientTrack::blockWrite(unsigned char* buffer, int bytes) {
 
 /// Waits until `need` bytes are free. 0, or why they are not.
 int ClientTrack::checkAndWaitShareBufferFree(int need) {
-    return std::min(Playback::waitForSpace(*this, need, AUDIO_LOG_SITE, [] { return false; }), 0);
+    return std::min(Playback::waitForSpace(parts(), need, nullptr, AUDIO_LOG_SITE), 0);
 }
 
 int ClientTrack::nonblockWrite(unsigned char* buffer, int bytes) {
-    const int count = Playback::fitting(*this, bytes, AUDIO_LOG_SITE);
+    const int count = Playback::fitting(mShareMemory, bytes, mName, AUDIO_LOG_SITE);
     return count < 1 ? 0 : writeOnce(buffer, count);
 }
 
 int ClientTrack::writeOnce(unsigned char* buffer, int len) {
-    return Playback::writeOnce(*this, buffer, len, AUDIO_LOG_SITE);
+    Playback::writeOnce(*mShareMemory, mDump, buffer, len, AUDIO_LOG_SITE);
+    return len;
 }
 
 void ClientTrack::notify() {
-    Playback::notify(*this, AUDIO_LOG_SITE);
+    const AudioMutex::AutoLock lock(mLock);
+    cabinaudio::logUpdate(parts(), AUDIO_LOG_SITE);
 }
 
 void ClientTrack::notifierCallbackFunc(void* track, unsigned msg, unsigned value) {
@@ -286,7 +296,7 @@ void ClientTrack::notifierCallbackFunc(void* track, unsigned msg, unsigned value
             self->onFinished();
             break;
         case TrackEvent::Removed:
-            Playback::onRemoved(*self, AUDIO_LOG_SITE);
+            self->onRemoved(AUDIO_LOG_SITE);
             break;
         default:
             AUDIO_LOGE("unknown msg(%d), value=%d\n", static_cast<int>(msg),
@@ -307,22 +317,32 @@ void ClientTrack::onFinished() {
     AUDIO_LOGI("[%s]play finish, elapsedTime[%llu] \n", mName, llu(nowMs() - mWriteDoneTime));
 }
 
-std::int32_t ClientTrack::request(std::uint32_t function) {
-    return mRc->callFuncId(function, true);
+void ClientTrack::onRemoved(LogSite site) {
+    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s]server track has be deleted, disconnect.\n", mName);
+    const AudioMutex::AutoLock lock(mLock);
+    cabinaudio::setRemoved(parts());
+}
+
+/// Not inlined: its callers wait or are rare, so their bytes count.
+[[gnu::noinline]] PlaybackParts ClientTrack::parts() {
+    return {{mName, mRc, cabinaudio::sendUnderLock, mState, mLock, mCond, mIsBlocked, mShareMemory},
+            mIsWriteDone,
+            mWriteDoneTime};
 }
 
 std::uint64_t ClientTrack::sinceCreation() const {
     return nowMs() - mCreateTime;
 }
 
-AudioMutex* cabinaudio::Playback::turnOf(ClientTrack& /*track*/) {
-    return nullptr;
-}
-
 ClientTrack::~ClientTrack() {
     // A request that waits for a dead server holds mLock; it would never give it up.
     RemoteCallAccess::abandon(*mRc);
-    cabinaudio::deleteRing(StreamLink::of(mRc), Playback::endWriter(*this, AUDIO_LOG_SITE));
+    ShareMemoryEx* ring = nullptr;
+    {
+        const AudioMutex::AutoLock lock(mLock);
+        ring = Playback::endWriter(parts(), AUDIO_LOG_SITE);
+    }
+    cabinaudio::deleteRing(StreamLink::of(mRc), ring);
     StreamDump::endAll(mDump);
     StreamLink::close(mRc);
     delete mShareMemory;  // mapped for a notification that came during destruction

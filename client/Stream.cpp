@@ -46,33 +46,4 @@ void deleteRing(StreamLink& link, ShareMemoryEx* ring) {
     delete ring;
 }
 
-std::uint64_t wakeAfterUpdate(AudioCondition& changed, ShareMemoryEx* ring) {
-    changed.signal();
-    if (ring == nullptr || !ring->isUsable()) return 0;
-    return nowMs() - ring->getUpdateTime();
-}
-
-std::uint64_t awaitExit(AudioMutex& lock, AudioCondition& changed, const bool& isBlocked,
-                        std::uint64_t limitMs) {
-    changed.signal();
-    const std::uint64_t begin = nowMs();
-    std::uint64_t waited = 0;
-    // notify() can wake this thread instead of the blocked call: test the flag of the call.
-    for (; isBlocked && waited < limitMs; waited = nowMs() - begin)
-        (void)changed.waitRelative(lock, limitMs - waited);
-    return waited;
-}
-
-std::int32_t clearCapture(AudioStreamState state, ShareMemoryEx* ring, const char* name,
-                          const LogSite& site) {
-    if (state != IDLE) {
-        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]state is not IDLE, clear failed, mstate:%d\n",
-                     name, state);
-        return AUDIO_INVALID_STATE;
-    }
-    if (ring != nullptr) ring->clear();
-    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "[%s] clear finish state: IDLE\n", name);
-    return AUDIO_NO_ERROR;
-}
-
 }  // namespace cabinaudio

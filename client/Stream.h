@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cabinaudio/foundation/AudioCondition.h>
-#include <cabinaudio/foundation/AudioMutex.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 #include <cabinaudio/foundation/AudioTypes.h>
 #include <cabinaudio/shm/ShareMemory.h>
@@ -98,26 +96,6 @@ private:
     ReplyDeadline mDeadline;
     std::uint64_t mEndMs;
 };
-
-/// Wakes a blocked read or write after an update of the ring. Called with the stream's lock held.
-/// @param ring  may be null
-/// @return milliseconds since the update
-std::uint64_t wakeAfterUpdate(AudioCondition& changed, ShareMemoryEx* ring);
-
-/// Wakes a blocked read or write and waits until it has left. Called with the stream's lock held.
-/// @param isBlocked  guarded by `lock`
-/// @return milliseconds that it took, `limitMs` or a little more when the call has not left
-std::uint64_t awaitExit(AudioMutex& lock, AudioCondition& changed, const bool& isBlocked,
-                        std::uint64_t limitMs);
-
-/// A wake-up that took this long gets a line in the log.
-constexpr std::uint64_t LAG_WARNING_MS = 2;
-
-/// Empties the ring of a stopped capture stream; `ring` may be null. Called with the stream's lock
-/// held. `site` is the operation, whose name stands in the log.
-/// @retval AUDIO_INVALID_STATE  not stopped
-std::int32_t clearCapture(AudioStreamState state, ShareMemoryEx* ring, const char* name,
-                          const LogSite& site);
 
 /// Why a wait ended that the stream did not survive, as the log says it.
 inline const char* endOfWait(AudioStreamState state) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cabinaudio/foundation/AudioMutex.h>
+#include <cabinaudio/foundation/ThreadSafety.h>
 #include <cabinaudio/link/RemoteCall.h>
 
 #include "foundation/Make.h"
@@ -21,6 +22,27 @@ struct StreamExtras {
     UseGate ringVisitors;
     /// Threads in a read of an uplink.
     UseGate readers;
+};
+
+/// Takes the lock of a stream whose operations queue for it.
+class CABINAUDIO_SCOPED_CAPABILITY InTurn {
+public:
+    InTurn(AudioMutex& turn, AudioMutex& lock) CABINAUDIO_ACQUIRE(turn, lock)
+        : mTurn(turn), mLock(lock) {
+        mTurn.lock();
+        mLock.lock();
+    }
+    /// The turn first: a destructor that waits for the stream's lock deletes it.
+    ~InTurn() CABINAUDIO_RELEASE() {
+        mTurn.unlock();
+        mLock.unlock();
+    }
+    InTurn(const InTurn&) = delete;
+    InTurn& operator=(const InTurn&) = delete;
+
+private:
+    AudioMutex& mTurn;
+    AudioMutex& mLock;
 };
 
 /// The RemoteCall of a stream, with the stream's extras: the stream's mRc points to it.

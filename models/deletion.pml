@@ -2,8 +2,9 @@
  *
  * A ring that the server takes away or replaces while the application uses the stream
  * (client/ClientSink.cpp: onSourceActivated(), onSourceDeactivated(); client/ClientTrack.cpp:
- * onRingReady(); client/Stream.cpp: adoptRing(), deleteRing(); client/Playback.h: freeSize(),
- * waitForSpace(); shm/RingReceiver.cpp: uninitShmNotificationReceiver()). Nobody uses a ring that is
+ * onRingReady(); client/Stream.cpp: adoptRing(), deleteRing(); client/Playback.h: freeSize();
+ * client/Playback.cpp: waitForSpace(); shm/RingReceiver.cpp:
+ * uninitShmNotificationReceiver()). Nobody uses a ring that is
  * unmapped, the server hears of it only afterwards, a write finds a ring for as long as one is
  * announced, and nobody waits for ever, although the server may initialise the semaphore under the
  * sleeping receiver once. */

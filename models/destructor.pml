@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: Apache-2.0
  *
- * A stream's destructor and a call that is blocked in it (client/Playback.h: endWriter(),
- * waitForWriter(), waitForSpace(), leaveWait(), onRemoved(); with UPLINK client/ClientRecordRt.cpp:
- * ~ClientRecordRt(), endReader(), _prepareData(), leaveWait(), onRemoved()). The call leaves before anything is released, and the destructor's
+ * A stream's destructor and a call that is blocked in it (client/Playback.cpp: endWriter(),
+ * waitForSpace(); client/StreamParts.cpp: awaitExit(), setRemoved(); client/StreamParts.h: BlockedWait,
+ * whose end is leaveWait() here; with UPLINK client/ClientRecordRt.cpp: ~ClientRecordRt(), waitFor()). The call leaves before anything is released, and the destructor's
  * own limit of time is not needed for that, although notify() of the ring's receiver thread uses the
  * same condition and may wake the wrong one. The call's time may be over once, at any moment. */
 

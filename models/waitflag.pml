@@ -1,8 +1,9 @@
 /* SPDX-License-Identifier: Apache-2.0
  *
  * The wait flag: a client that finds no space sets a flag in the ring, and the server tests the
- * flag after it has freed some (client/Playback.h: waitForSpace(), notify(); client/Stream.cpp:
- * wakeAfterUpdate(); shm/RingTransfer.cpp: setWait(), updateReadOffset()). Stores reach the other
+ * flag after it has freed some (client/Playback.cpp: waitForSpace(); client/StreamParts.cpp:
+ * wakeAfterUpdate(), called by notify(); shm/RingTransfer.cpp: setWait(),
+ * updateReadOffset()). Stores reach the other
  * process later, unless there is a fence. The client's time-out is left out: the server's wake-ups
  * alone must bring all data across. */
 

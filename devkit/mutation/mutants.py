@@ -42,9 +42,15 @@ TESTS = [
     ("client/Playback.h", ["client-order-test", "race-wait-test", "client-end-test", "client-test",
                            "client-sink-test",
                            STORM, "client-stream-test", "race-test"]),
+    ("client/Playback.cpp", ["client-order-test", "race-wait-test", "client-end-test",
+                             "client-test", "client-sink-test",
+                             STORM, "client-stream-test", "race-test"]),
+    ("client/StreamParts", ["client-order-test", "race-wait-test", "client-end-test",
+                            "client-test", "client-sink-test", "client-record-test",
+                            "client-uplink-test", STORM, "client-stream-test", "race-test"]),
     ("client/Stream.cpp", ["race-wait-test", "client-end-test", "client-test",
                            "client-record-test", "client-stream-test"]),
-    ("client/Stream.h", ["client-order-test", "client-test", "client-sink-test",
+    ("client/Stream.h", ["client-order-test", "client-end-test", "client-test", "client-sink-test",
                          "client-record-test",
                          "client-uplink-test", "client-stream-test"]),
     ("client/StreamDump.cpp", ["client-stream-test"]),
@@ -57,6 +63,9 @@ TESTS = [
     ("client/ClientVersionSetting.cpp", ["client-test"]),
     ("client/EffectBlock.cpp", ["settings-test"]),
     ("client/SilentFrames.cpp", ["client-uplink-test"]),
+    ("client/FramedRing.cpp", ["client-uplink-test", STORM]),
+    ("client/UplinkPacing", ["client-uplink-test"]),
+    ("client/UplinkSilence.cpp", ["client-uplink-test"]),
     ("client/ClientVolumeSetting.cpp", ["settings-test", "abi-test"]),
     ("diag/", ["diag-test"]),
     ("include/cabinaudio/", ["abi-test"]),
@@ -539,19 +548,52 @@ _in("client/Stream.cpp",
      "    slot = ring;\n    return nullptr;"),
     ("no ring is deleted", "    if (ring == nullptr) return;\n    link", "    link",
      "deleting nothing does nothing, and no thread stays in the gate"),
-    ("lookers are not waited for", "    link.ringVisitors.drain();\n", ""),
+    ("lookers are not waited for", "    link.ringVisitors.drain();\n", ""))
+
+_in("client/StreamParts.h",
+    ("a blocked call is not marked", "        mIsBlocked = true;\n", ""),
+    ("a call on its way out stays blocked", "        mIsBlocked = false;\n", ""),
+    ("a call on its way out keeps silent", "        if (mState != ACTIVE) mChanged.signal();\n", ""),
+    ("a removed stream's call keeps silent", "        if (mState != ACTIVE) mChanged.signal();\n",
+     "        if (mState == NO_INIT) mChanged.signal();\n"),
+    ("a late wake-up", "LAG_WARNING_MS = 2", "LAG_WARNING_MS = 3",
+     OUT_OF_REACH + "differs for a wake-up that took 2 ms to the millisecond"))
+
+_in("client/StreamParts.cpp",
+    ("requests of two threads at once",
+     "    const AudioMutex::AutoLock lock(StreamLink::of(&rc).requestLock);\n", ""),
+    ("a state that is there already is asked for",
+     "    if (stream.isIn(to)) return {StateChange::Outcome::NotNeeded, AUDIO_NO_ERROR};\n", ""),
+    ("a change from any state",
+     "    if (!stream.isIn(from)) return {StateChange::Outcome::Refused, AUDIO_INVALID_STATE};\n", ""),
+    ("a change that failed is one",
+     "    if (status != AUDIO_NO_ERROR) return {StateChange::Outcome::Failed, status};\n"
+     "    stream.state = to;\n",
+     "    stream.state = to;\n"
+     "    if (status != AUDIO_NO_ERROR) return {StateChange::Outcome::Failed, status};\n"),
+    ("a removed stream is stopped", "    stream.state = STOPPING;\n", "    stream.state = IDLE;\n"),
+    ("removal wakes nobody", "    stream.state = STOPPING;\n    stream.wakeBlocked();\n",
+     "    stream.state = STOPPING;\n"),
+    ("an update while nobody is blocked", "    if (!stream.isBlocked) return 0;\n", "",
+     "comes to a wake-up of nobody and, when it is late, a line of the log too many"),
+    ("an update wakes nobody", "    stream.changed.signal();\n    ShareMemoryEx", "    ShareMemoryEx"),
     ("an update of a ring that is not mapped", "ring == nullptr || !ring->isUsable()",
      "ring == nullptr", "a ring that is not mapped has no receiver thread, which alone asks"),
     ("an update of no ring", "ring == nullptr || !ring->isUsable()", "!ring->isUsable()"),
-    ("an update wakes nobody", "    changed.signal();\n    if (ring", "    if (ring"),
     ("the destructor does not wake the blocked call",
-     "    changed.signal();\n    const std::uint64_t begin", "    const std::uint64_t begin"),
+     "    stream.changed.signal();\n    const std::uint64_t begin", "    const std::uint64_t begin"),
     ("the destructor waits once",
-     "    for (; isBlocked && waited < limitMs; waited = nowMs() - begin)\n",
-     "    if (isBlocked)\n"),
-    ("a running stream is cleared", "if (state != IDLE) {", "if (false) {"),
-    ("a stream without a ring is cleared", "if (ring != nullptr) ring->clear();",
-     "ring->clear();"))
+     "    for (; stream.isBlocked && waited < limitMs; waited = nowMs() - begin)\n",
+     "    if (stream.isBlocked)\n"),
+    ("a wait beyond its limit", "limitMs - waited)", "limitMs)",
+     OUT_OF_REACH + "differs after a wake-up that was the blocked call's, and then only in length"),
+    ("the destructor does not wait for a reader",
+     "    (void)awaitExit(stream, READER_EXIT_WAIT_MS);\n", ""),
+    ("another wait for a reader", "READER_EXIT_WAIT_MS = 500", "READER_EXIT_WAIT_MS = 250"),
+    ("a running stream is cleared", "    if (!stream.isIn(IDLE)) {", "    if (false) {"),
+    ("a stream without a ring is cleared",
+     "    if (ShareMemoryEx* const ring = stream.ring) ring->clear();",
+     "    stream.ring.load()->clear();"))
 
 _in("client/StreamDump.cpp",
     ("a dump in use is closed",
@@ -574,102 +616,115 @@ _in("client/StreamLink.h",
      "public RemoteCall, public StreamExtras"))
 
 _in("client/Playback.h",
-    ("a full ring is looked at once only",
-     "            if (freeSize(stream) >= need) {\n                setRingWait(stream, false);\n"
-     "                break;\n            }\n", ""),
-    ("the ring's flag is not set", "            setRingWait(stream, true);\n", ""),
+    ("a step of nothing", "std::max(perLoopSize, 1)", "perLoopSize"),
+    ("more is written than fits", "std::min(freeSize(ring), bytes)", "bytes"),
+    ("a ring for reading", "SHM_MODE_WRITER, &updated", "SHM_MODE_READER, &updated"),
+    ("a dump of nothing",
+     "        StreamDump::write(dump, buffer, static_cast<unsigned>(len));\n", ""),
     ("a failed request drops the ring",
      "asked.reply.status);\n                    return;\n",
      "asked.reply.status);\n                    replaced = stream.mShareMemory.exchange(nullptr);\n"
      "                    return;\n"),
-    ("a timed-out writer keeps silent",
-     "                leaveWait(stream);\n                return AUDIO_TIMED_OUT;",
-     "                stream.mIsBlocked = false;\n                return AUDIO_TIMED_OUT;"),
-    ("a timed-out writer stays blocked",
-     "                leaveWait(stream);\n                return AUDIO_TIMED_OUT;",
-     "                if (stream.mState != ACTIVE) stream.mCond.signal();\n"
-     "                return AUDIO_TIMED_OUT;"),
-    ("a writer that is woken for ever",
-     "            if (patience->isOver() && freeSize(stream) < need) {",
-     "            if (false) {"),
-    ("an interrupted writer stays blocked",
-     "                leaveWait(stream);\n                logInterruptedWait",
-     "                stream.mCond.signal();\n                logInterruptedWait"),
-    ("an interrupted writer keeps silent",
-     "                leaveWait(stream);\n                logInterruptedWait",
-     "                stream.mIsBlocked = false;\n                logInterruptedWait"),
-    ("a removed stream's writer keeps silent",
-     "        if (stream.mState != ACTIVE) stream.mCond.signal();\n",
-     "        if (stream.mState == NO_INIT) stream.mCond.signal();\n"),
-    ("a stopped stream is written to", "            if (stream.mState != ACTIVE) {\n"
-     "                leaveWait", "            if (false) {\n                leaveWait"),
-    ("an update is looked at without the lock",
-     "    static void notify(Stream& stream, const LogSite& site) {\n"
-     "        const AudioMutex::AutoLock lock(stream.mLock);\n",
-     "    static void notify(Stream& stream, const LogSite& site) {\n"),
-    ("an update is logged without the lock",
-     "        const AudioMutex::AutoLock lock(stream.mLock);\n"
-     "        if (!stream.mIsBlocked) return;\n"
-     "        const std::uint64_t lag = wakeAfterUpdate(stream.mCond, stream.mShareMemory);\n",
-     "        stream.mLock.lock();\n"
-     "        const bool isBlocked = stream.mIsBlocked;\n"
-     "        const std::uint64_t lag =\n"
-     "            isBlocked ? wakeAfterUpdate(stream.mCond, stream.mShareMemory) : 0;\n"
-     "        stream.mLock.unlock();\n"),
-    ("an update while nobody is blocked", "        if (!stream.mIsBlocked) return;\n", "",
-     "comes to a wake-up of nobody and, when it is late, a line of the log too many"),
-    ("start waits before it is logged",
-     "        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]start In\\n\", stream.mName);\n"
-     "        const Entry entry(stream);\n",
-     "        const Entry entry(stream);\n"
-     "        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]start In\\n\", stream.mName);\n"),
-    ("stop waits before it is logged",
-     "        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]stop In\\n\", stream.mName);\n"
-     "        const Entry entry(stream);\n",
-     "        const Entry entry(stream);\n"
-     "        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]stop In\\n\", stream.mName);\n"),
-    ("clear waits before it is logged",
-     "        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]clear In\\n\", stream.mName);\n"
-     "        const Entry entry(stream);\n",
-     "        const Entry entry(stream);\n"
-     "        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]clear In\\n\", stream.mName);\n"),
-    ("removal waits before it is logged",
-     "        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]server track has be deleted, "
-     "disconnect.\\n\",\n                     stream.mName);\n        const Entry entry(stream);\n",
-     "        const Entry entry(stream);\n"
-     "        AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]server track has be deleted, "
-     "disconnect.\\n\",\n                     stream.mName);\n"),
-    ("a step of nothing", "std::max(stream.mPerLoopSize.load(), 1)",
-     "stream.mPerLoopSize.load()"),
     ("a negative count is written", "return std::max(count, 0);", "return count;",
      OUT_OF_REACH + "takes a ring of 2 GiB"),
-    ("more is written than fits", "std::min(freeSize(stream), bytes)", "bytes"),
-    ("a second writer",
-     "        if (stream.mIsBlocked) {\n            AUDIO_LOG_AT(ANDROID_LOG_ERROR, "
-     "site,\n                         \"[%s]Can not write,the last",
-     "        if (false) {\n            AUDIO_LOG_AT(ANDROID_LOG_ERROR, "
-     "site,\n                         \"[%s]Can not write,the last"),
-    ("stop wakes nobody",
-     "        if (stream.mIsBlocked) stream.mCond.signal();\n        logSuccess();",
-     "        logSuccess();"),
-    ("removal wakes nobody", "        stream.mState = STOPPING;\n        if (stream.mIsBlocked) "
-     "stream.mCond.signal();", "        stream.mState = STOPPING;"),
-    ("removal without the lock",
-     "        const Entry entry(stream);\n        stream.mState = STOPPING;",
-     "        stream.mState = STOPPING;"),
-    ("the destructor without the lock",
-     "        const AudioMutex::AutoLock lock(stream.mLock);\n        stream.mState = NO_INIT;",
-     "        stream.mState = NO_INIT;"),
-    ("the destructor does not wait for a writer",
-     "        if (stream.mIsBlocked) waitForWriter(stream, site);\n", ""),
-    ("a ring that is not mapped has a flag",
-     "if (ring != nullptr && ring->isUsable()) ring->setWait",
-     "if (ring != nullptr) ring->setWait"),
     ("the free size of no ring",
      "return ring != nullptr ? static_cast<int>(ring->getFreeSize()) : 0;",
      "return static_cast<int>(ring->getFreeSize());"))
 
+_in("client/Playback.cpp",
+    ("a full ring is looked at once only",
+     "        if (freeSize(stream.ring) >= need) {\n            setRingWait(stream, false);\n"
+     "            return need;\n        }\n", ""),
+    ("the ring's flag is not set", "        setRingWait(stream, true);\n", ""),
+    ("the flag stays after a wait", "        setRingWait(stream, false);\n    } while",
+     "    } while"),
+    ("the flag stays after a second look",
+     "            setRingWait(stream, false);\n            return need;",
+     "            return need;"),
+    ("a writer that is woken for ever",
+     "        if (!isWoken || (patience.isOver() && freeSize(stream.ring) < need)) {",
+     "        if (!isWoken) {"),
+    ("a stopped stream is written to", "        if (isWoken && !stream.isIn(ACTIVE)) {",
+     "        if (false) {"),
+    ("a source that went away",
+     "        if (isWoken && isGivenUp != nullptr && *isGivenUp) return 0;\n", ""),
+    ("a second writer",
+     "    if (stream.isBlocked) {\n        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,\n"
+     "                     \"[%s]Can not write,the last",
+     "    if (false) {\n        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,\n"
+     "                     \"[%s]Can not write,the last"),
+    ("a second writer is in another state",
+     "stream.isBlocked);\n        return AUDIO_INVALID_OPERATION",
+     "stream.isBlocked);\n        return AUDIO_INVALID_STATE"),
+    ("stop wakes nobody", "            stream.wakeBlocked();\n", ""),
+    ("a stopped stream stays at its end",
+     "            stream.isWriteDone = false;\n            stream.wakeBlocked();",
+     "            stream.wakeBlocked();"),
+    ("the time of the end is that of the answer",
+     "    stream.writeDoneTime = nowMs();\n"
+     "    const std::int32_t status = stream.request(id(wire::StreamFunction::WriteDone), true);\n",
+     "    const std::int32_t status = stream.request(id(wire::StreamFunction::WriteDone), true);\n"
+     "    stream.writeDoneTime = nowMs();\n"),
+    ("the end is not remembered", "    stream.isWriteDone = true;\n", ""),
+    ("the flag of requests", "StreamFunction::WriteDone), true", "StreamFunction::WriteDone), false"),
+    ("a stream that is destroyed is stopping", "    stream.state = NO_INIT;\n",
+     "    stream.state = STOPPING;\n"),
+    ("the destructor does not wait for a writer",
+     "        const std::uint64_t waited = awaitExit(stream, WRITER_EXIT_WAIT_MS);\n",
+     "        const std::uint64_t waited = 0;\n"),
+    ("a ring that is not mapped has a flag",
+     "if (ring != nullptr && ring->isUsable()) ring->setWait",
+     "if (ring != nullptr) ring->setWait"))
+
 _in("client/ClientTrack.cpp",
+    ("start waits before it is logged",
+     "    AUDIO_LOGD(\"[%s]start In\\n\", mName);\n"
+     "    const AudioMutex::AutoLock lock(mLock);\n",
+     "    const AudioMutex::AutoLock lock(mLock);\n"
+     "    AUDIO_LOGD(\"[%s]start In\\n\", mName);\n"),
+    ("stop waits before it is logged",
+     "    AUDIO_LOGD(\"[%s]stop In\\n\", mName);\n"
+     "    const AudioMutex::AutoLock lock(mLock);\n",
+     "    const AudioMutex::AutoLock lock(mLock);\n"
+     "    AUDIO_LOGD(\"[%s]stop In\\n\", mName);\n"),
+    ("clear waits before it is logged",
+     "    AUDIO_LOGD(\"[%s]clear In\\n\", mName);\n"
+     "    const AudioMutex::AutoLock lock(mLock);\n",
+     "    const AudioMutex::AutoLock lock(mLock);\n"
+     "    AUDIO_LOGD(\"[%s]clear In\\n\", mName);\n"),
+    ("the end of the data waits before it is logged",
+     "    AUDIO_LOGD(\"[%s]writeDone In\\n\", mName);\n"
+     "    const AudioMutex::AutoLock lock(mLock);\n",
+     "    const AudioMutex::AutoLock lock(mLock);\n"
+     "    AUDIO_LOGD(\"[%s]writeDone In\\n\", mName);\n"),
+    ("removal without the lock", "    const AudioMutex::AutoLock lock(mLock);\n    cabinaudio::setRemoved",
+     "    cabinaudio::setRemoved"),
+    ("removal waits before it is logged",
+     "    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]server track has be deleted, "
+     "disconnect.\\n\", mName);\n    const AudioMutex::AutoLock lock(mLock);\n",
+     "    const AudioMutex::AutoLock lock(mLock);\n"
+     "    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]server track has be deleted, "
+     "disconnect.\\n\", mName);\n"),
+    ("the destructor without the lock",
+     "        const AudioMutex::AutoLock lock(mLock);\n        ring = Playback::endWriter",
+     "        ring = Playback::endWriter"),
+    ("an update is looked at without the lock",
+     "void ClientTrack::notify() {\n    const AudioMutex::AutoLock lock(mLock);\n",
+     "void ClientTrack::notify() {\n"),
+    ("an update is logged without the lock",
+     "    const AudioMutex::AutoLock lock(mLock);\n"
+     "    cabinaudio::logUpdate(parts(), AUDIO_LOG_SITE);\n",
+     "    mLock.lock();\n"
+     "    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(parts());\n"
+     "    mLock.unlock();\n"
+     "    if (lag >= cabinaudio::LAG_WARNING_MS)\n"
+     "        AUDIO_LOGW(\"[%s] update share memory IPC interVal:%llu ms > 1 ms\\n\", mName, llu(lag));\n"),
+    ("writing without the lock", "    const AudioMutex::AutoLock lock(mLock);\n    if (mIsBlocked ||",
+     "    if (mIsBlocked ||"),
+    ("a stopped stream takes a write", " || mState.load(std::memory_order_relaxed) != ACTIVE)", ")"),
+    ("no ring is another status",
+     "!checkAndWaitShareBufferReady()) return AUDIO_TIMED_OUT;",
+     "!checkAndWaitShareBufferReady()) return AUDIO_INVALID_STATE;"),
     ("notifications before the end of construction",
      "        const AudioMutex::AutoLock lock(mLock);\n        StreamLink::open",
      "        StreamLink::open"),
@@ -685,8 +740,6 @@ _in("client/ClientTrack.cpp",
      "    const UseGate::Visit visit(StreamLink::of(mRc).ringVisitors);\n"
      "    return Playback::freeSize",
      "    return Playback::freeSize"),
-    ("writing without the lock",
-     "    const AudioMutex::AutoLock lock(mLock);\n    const int refusal", "    const int refusal"),
     ("no bytes are written", "    if (bytes < 1) {", "    if (false) {"),
     ("no buffer is written", "    if (buffer == nullptr) {", "    if (false) {"),
     ("a signal without a ring",
@@ -695,8 +748,6 @@ _in("client/ClientTrack.cpp",
     ("a stopped writer waits on for its ring",
      "mShareMemory == nullptr && mState == ACTIVE && !isTimedOut;",
      "mShareMemory == nullptr && !isTimedOut;"),
-    ("a writer on its way out keeps silent",
-     "    Playback::leaveWait(*this);\n", "    mIsBlocked = false;\n"),
     ("a new ring wakes nobody",
      "    replaced.ring = initShareMemory();\n    if (mIsBlocked) mCond.signal();",
      "    replaced.ring = initShareMemory();"),
@@ -710,6 +761,61 @@ _in("client/ClientTrack.cpp",
     ("too large a key shift", " || key > KEY_SHIFT_MAX) {", ") {"))
 
 _in("client/ClientSink.cpp",
+    ("start waits before it is logged",
+     "    AUDIO_LOGD(\"[%s]start In\\n\", mName);\n"
+     "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n",
+     "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n"
+     "    AUDIO_LOGD(\"[%s]start In\\n\", mName);\n"),
+    ("stop waits before it is logged",
+     "    AUDIO_LOGD(\"[%s]stop In\\n\", mName);\n"
+     "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n",
+     "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n"
+     "    AUDIO_LOGD(\"[%s]stop In\\n\", mName);\n"),
+    ("clear waits before it is logged",
+     "    AUDIO_LOGD(\"[%s]clear In\\n\", mName);\n"
+     "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n",
+     "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n"
+     "    AUDIO_LOGD(\"[%s]clear In\\n\", mName);\n"),
+    ("the end of the data waits before it is logged",
+     "    AUDIO_LOGD(\"[%s]writeDone In\\n\", mName);\n"
+     "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n",
+     "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n"
+     "    AUDIO_LOGD(\"[%s]writeDone In\\n\", mName);\n"),
+    ("removal without the lock", "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n    cabinaudio::setRemoved",
+     "    cabinaudio::setRemoved"),
+    ("removal waits before it is logged",
+     "    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]server track has be deleted, "
+     "disconnect.\\n\", mName);\n    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n",
+     "    const InTurn turn(StreamLink::of(mRc).turn, mLock);\n"
+     "    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]server track has be deleted, "
+     "disconnect.\\n\", mName);\n"),
+    ("the destructor without the lock",
+     "        const AudioMutex::AutoLock lock(mLock);\n        ring = Playback::endWriter",
+     "        ring = Playback::endWriter"),
+    ("an update is looked at without the lock",
+     "void ClientSink::notify() {\n    const AudioMutex::AutoLock lock(mLock);\n",
+     "void ClientSink::notify() {\n"),
+    ("an update is logged without the lock",
+     "    const AudioMutex::AutoLock lock(mLock);\n"
+     "    cabinaudio::logUpdate(parts(), AUDIO_LOG_SITE);\n",
+     "    mLock.lock();\n"
+     "    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(parts());\n"
+     "    mLock.unlock();\n"
+     "    if (lag >= cabinaudio::LAG_WARNING_MS)\n"
+     "        AUDIO_LOGW(\"[%s] update share memory IPC interVal:%llu ms > 1 ms\\n\", mName, llu(lag));\n"),
+    ("a replaced ring is deleted under the lock",
+     "        ReplacedRing replaced(StreamLink::of(mRc));\n"
+     "        const InTurn turn(StreamLink::of(mRc).turn, mLock);\n",
+     "        const InTurn turn(StreamLink::of(mRc).turn, mLock);\n"
+     "        ReplacedRing replaced(StreamLink::of(mRc));\n"),
+    ("the server hears before the ring is gone",
+     "    cabinaudio::deleteRing(StreamLink::of(mRc), ring);\n"
+     "    return cabinaudio::sendInTurn(*mRc, id(StreamFunction::SourceDeactivated), true) ==\n"
+     "           AUDIO_NO_ERROR;",
+     "    const bool isTold = cabinaudio::sendInTurn(*mRc, id(StreamFunction::SourceDeactivated),\n"
+     "                                               true) == AUDIO_NO_ERROR;\n"
+     "    cabinaudio::deleteRing(StreamLink::of(mRc), ring);\n    return isTold;"),
+    ("the flag of an acknowledgement", "SourceDeactivated), true", "SourceDeactivated), false"),
     ("notifications before the end of construction",
      "        const AudioMutex::AutoLock lock(mLock);\n        StreamLink::open",
      "        StreamLink::open"),
@@ -721,38 +827,18 @@ _in("client/ClientSink.cpp",
     ("the total size of a ring that goes",
      "    const UseGate::Visit visit(StreamLink::of(mRc).ringVisitors);\n    ShareMemoryEx",
      "    ShareMemoryEx"),
-    ("the end of the data waits before it is logged",
-     "    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]writeDone In\\n\", mName);\n"
-     "    const Playback::Entry entry(*this);\n",
-     "    const Playback::Entry entry(*this);\n"
-     "    AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, \"[%s]writeDone In\\n\", mName);\n"),
     ("a ring is asked for beside another request",
      "    const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);\n"
      "    ShareMemoryEx* replaced", "    ShareMemoryEx* replaced"),
-    ("a replaced ring is deleted under the lock",
-     "        ReplacedRing replaced(StreamLink::of(mRc));\n"
-     "        const Playback::Entry entry(*this);\n",
-     "        const Playback::Entry entry(*this);\n"
-     "        ReplacedRing replaced(StreamLink::of(mRc));\n"),
     ("the free size of a ring that goes",
      "    const UseGate::Visit visit(StreamLink::of(mRc).ringVisitors);\n"
      "    return Playback::freeSize",
      "    return Playback::freeSize"),
-    ("requests of two threads at once",
-     "    const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);\n"
-     "    return mRc->callFuncId",
-     "    return mRc->callFuncId"),
     ("nobody else has a turn", "    turn.lock();\n    const AudioMutex::AutoLock lock(mLock);\n"
      "    turn.unlock();", "    (void)turn;\n    const AudioMutex::AutoLock lock(mLock);"),
     ("no bytes are written", "    if (len < 1) {", "    if (false) {"),
     ("a wait for a source without the policy's end",
      "        if (deadline.isOver()) return AUDIO_TIMED_OUT;\n", ""),
-    ("a waiter on its way out keeps silent",
-     "    Playback::leaveWait(*this);\n", "    mIsBlocked = false;\n"),
-    ("a waiter stays blocked", "    Playback::leaveWait(*this);\n",
-     "    if (mState != ACTIVE) mCond.signal();\n"),
-    ("a source that went away", "        if (!mSourceRemoved) return false;\n",
-     "        return false;\n"),
     ("a withdrawn source wakes nobody",
      "        ring = detachRing();\n        if (mIsBlocked) mCond.signal();",
      "        ring = detachRing();"),
@@ -762,13 +848,17 @@ _in("client/ClientSink.cpp",
     ("a request that waits for a dead server", "    RemoteCallAccess::abandon(*mRc);\n", ""))
 
 _in("client/ClientRecord.cpp",
+    ("a stopped stream is read",
+     "    if (mState.load(std::memory_order_relaxed) != ACTIVE) {", "    if (false) {"),
+    ("an update is logged without the lock",
+     "    const AudioMutex::AutoLock lock(mLock);\n"
+     "    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(parts());\n",
+     "    mLock.lock();\n"
+     "    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(parts());\n"
+     "    mLock.unlock();\n"),
     ("more is read than a ring holds", " || bytes > bufferSize) {", ") {"),
     ("no bytes are read", "buffer == nullptr || bytes <= 0 ||", "buffer == nullptr ||"),
     ("no buffer is read to", "if (buffer == nullptr || bytes", "if (bytes"),
-    ("a stopped stream is read",
-     "    if (mState != ACTIVE) {\n        AUDIO_LOGE(\"[%s]state is not "
-     "ACTIVE mState:%d \\n\"", "    if (false) {\n        AUDIO_LOGE(\"[%s]state is not ACTIVE "
-     "mState:%d \\n\""),
     ("a second reader", "    if (mIsBlocked) {\n        AUDIO_LOGE(\"[%s]Can not read",
      "    if (false) {\n        AUDIO_LOGE(\"[%s]Can not read"),
     ("reading over a stop", "        if (!isWoken || mState != ACTIVE) return 0;",
@@ -777,28 +867,36 @@ _in("client/ClientRecord.cpp",
      "        if (mState != ACTIVE) return 0;"),
     ("a volume beyond the largest", "if (static_cast<unsigned>(volume) > VOLUME_MAX) {",
      "if (false) {"),
-    ("removal wakes nobody",
-     "    mState = STOPPING;\n    if (mIsBlocked) mCond.signal();", "    mState = STOPPING;"),
     ("an update is looked at without the lock",
      "void ClientRecord::notify() {\n    const AudioMutex::AutoLock lock(mLock);\n",
      "void ClientRecord::notify() {\n"),
-    ("an update is logged without the lock",
-     "    const AudioMutex::AutoLock lock(mLock);\n"
-     "    if (!mIsBlocked) return;\n"
-     "    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(mCond, mShareMemory);\n",
-     "    mLock.lock();\n"
-     "    const std::uint64_t lag =\n"
-     "        mIsBlocked ? cabinaudio::wakeAfterUpdate(mCond, mShareMemory) : 0;\n"
-     "    mLock.unlock();\n"),
-    ("a reader on its way out keeps silent",
-     "        if (mState != ACTIVE) mCond.signal();  // the destructor may be waiting for this\n",
-     ""),
-    ("the destructor does not wait for a reader", "        if (mIsBlocked) endReader();\n", ""),
     ("dumps stay open", "    StreamDump::endAll(mDump);\n", ""),
     ("a stream that was removed while it was made", "    if (mState == NO_INIT) mState = IDLE;",
      "    mState = IDLE;"))
 
 _in("client/ClientRecordRt.cpp",
+    ("an update is logged without the lock",
+     "    const AudioMutex::AutoLock lock(mLock);\n"
+     "    cabinaudio::logUpdate(parts(), AUDIO_LOG_SITE);\n",
+     "    mLock.lock();\n"
+     "    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(parts());\n"
+     "    mLock.unlock();\n"
+     "    if (lag >= cabinaudio::LAG_WARNING_MS)\n"
+     "        AUDIO_LOGW(\"[%s] update share memory IPC interVal:%llu ms > 1 ms\\n\", mName, llu(lag));\n"),
+    ("stop wakes nobody", "            if (mIsBlocked) mCond.signal();\n", ""),
+    ("the server hears before the ring is gone",
+     "    cabinaudio::deleteRing(StreamLink::of(mRc), ring);\n"
+     "    // The server may use the memory again from here on.\n"
+     "    if (cabinaudio::sendInTurn(*mRc, id(CaptureFunction::RemoveShareMemory), false) !=\n"
+     "        AUDIO_NO_ERROR)\n"
+     "        AUDIO_LOGE(\"remove[%s] share memory failed\\n\", mName);",
+     "    if (cabinaudio::sendInTurn(*mRc, id(CaptureFunction::RemoveShareMemory), false) !=\n"
+     "        AUDIO_NO_ERROR)\n"
+     "        AUDIO_LOGE(\"remove[%s] share memory failed\\n\", mName);\n"
+     "    cabinaudio::deleteRing(StreamLink::of(mRc), ring);"),
+    ("a part of a frame is taken for the frame",
+     "            if (wanted.unit == Unit::Frame) ready = 0;\n", ""),
+    ("a wait that ends in vain goes on", "!chooseSource(wanted, site).isEnough();", "false;"),
     ("notifications before the end of construction",
      "        const AudioMutex::AutoLock lock(mLock);\n        StreamLink::open",
      "        StreamLink::open"),
@@ -808,14 +906,6 @@ _in("client/ClientRecordRt.cpp",
     ("an update is looked at without the lock",
      "void ClientRecordRt::notify() {\n    const AudioMutex::AutoLock lock(mLock);\n",
      "void ClientRecordRt::notify() {\n"),
-    ("an update is logged without the lock",
-     "    const AudioMutex::AutoLock lock(mLock);\n"
-     "    if (!mIsBlocked) return;\n"
-     "    const std::uint64_t lag = cabinaudio::wakeAfterUpdate(mCond, mShareMemory);\n",
-     "    mLock.lock();\n"
-     "    const std::uint64_t lag =\n"
-     "        mIsBlocked ? cabinaudio::wakeAfterUpdate(mCond, mShareMemory) : 0;\n"
-     "    mLock.unlock();\n"),
     ("a reader is not in the gate",
      "    const UseGate::Visit visit(StreamLink::of(mRc).readers);\n", ""),
     ("readers are not waited for",
@@ -825,29 +915,6 @@ _in("client/ClientRecordRt.cpp",
      "StreamLink::of(mRc).readers.drain();"),
     ("the total size of a ring that goes",
      "    const UseGate::Visit visit(StreamLink::of(mRc).ringVisitors);\n", ""),
-    ("a part of a frame is taken for the frame",
-     "    return supply.bytes >= supply.needed;", "    return supply.bytes >= want;"),
-    ("a reader on its way out keeps silent",
-     "    if (mState != ACTIVE) mCond.signal();\n", ""),
-    ("a removed stream's reader keeps silent",
-     "    if (mState != ACTIVE) mCond.signal();\n", "    if (mState == NO_INIT) mCond.signal();\n"),
-    ("a reader on its way out stays blocked",
-     "void ClientRecordRt::leaveWait() {\n    mIsBlocked = false;\n",
-     "void ClientRecordRt::leaveWait() {\n"),
-    ("a frame longer than what there is",
-     "    if (frameSize >= ring->getUsedSize()) return fillSilentData(buffer, bytes, site);\n", ""),
-    ("a header that is not there yet",
-     "        if (mHeaderSize > ring->getUsedSize()) return fillSilentData(buffer, bytes, site);\n",
-     ""),
-    ("a header that came short",
-     "        if (got < mHeaderSize) return fillSilentData(buffer, bytes, site);\n", ""),
-    ("a server without a pace", "    if (mBytesPerMSec == 0) return 0;\n", ""),
-    ("a backlog without an end", "    if (due <= mCacheSizeMax) return due;", "    return due;"),
-    ("noise beyond the buffer", "std::min(wanted, room)", "wanted"),
-    ("requests of two threads at once",
-     "    const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);\n"
-     "    return mRc->callFuncId",
-     "    return mRc->callFuncId"),
     ("a ring is asked for beside another request",
      "    const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);\n"
      "    ShareMemoryEx* replaced", "    ShareMemoryEx* replaced",
@@ -875,12 +942,7 @@ _in("client/ClientRecordRt.cpp",
     ("a ring that goes wakes nobody",
      "        ring = unInitShareMem();\n        if (mIsBlocked) mCond.signal();",
      "        ring = unInitShareMem();"),
-    ("removal wakes nobody",
-     "    mState = STOPPING;\n    if (mIsBlocked) mCond.signal();", "    mState = STOPPING;"),
-    ("the destructor does not wait for a reader", "        if (mIsBlocked) endReader();\n", ""),
-    ("a request that waits for a dead server", "    RemoteCallAccess::abandon(*mRc);\n", ""),
-    ("stop wakes nobody", "    mState = IDLE;\n    if (mIsBlocked) mCond.signal();",
-     "    mState = IDLE;"))
+    ("a request that waits for a dead server", "    RemoteCallAccess::abandon(*mRc);\n", ""))
 
 _in("client/Setting.h",
     ("a number of any width is sent", "sizeof(T) == 4 && (std", "(std"),
@@ -1618,44 +1680,15 @@ _in("link/Request.h",
     ("the flag is turned round", "ret, replySize, flag);", "ret, replySize, !flag);"))
 
 _in("client/Stream.h",
-    ("a late wake-up", "LAG_WARNING_MS = 2", "LAG_WARNING_MS = 3",
-     OUT_OF_REACH + "differs for a wake-up that took 2 ms to the millisecond"),
     ("a time that is over too early", "mDeadline.isOver() && nowMs()", "nowMs()"),
     ("a refusal is a grant", "called == AUDIO_NO_ERROR && reply.status == AUDIO_NO_ERROR",
      "called == AUDIO_NO_ERROR"),
     ("why a wait ended", "state == STOPPING ? \"STOPPING", "state != STOPPING ? \"STOPPING"))
 
 _in("client/Playback.h",
-    ("a stopped stream stays at its end",
-     "stream.mIsWriteDone = false;\n        stream.mState = IDLE;",
-     "stream.mState = IDLE;"),
-    ("the time of the end is that of the answer",
-     "        stream.mWriteDoneTime = nowMs();\n"
-     "        const std::int32_t status = stream.request(id(wire::StreamFunction::WriteDone));\n",
-     "        const std::int32_t status = stream.request(id(wire::StreamFunction::WriteDone));\n"
-     "        stream.mWriteDoneTime = nowMs();\n"),
-    ("the end is not remembered", "        stream.mIsWriteDone = true;\n", ""),
     ("another wait for space", "SPACE_WAIT_MS = 600", "SPACE_WAIT_MS = 300"),
     ("another wait for a writer", "WRITER_EXIT_WAIT_MS = 2000", "WRITER_EXIT_WAIT_MS = 1000"),
-    ("a start that failed is one", "[%s]start RPC failed status[%d], Out\\n\",\n"
-     "                         stream.mName, status);\n            return status;",
-     "[%s]start RPC failed status[%d], Out\\n\",\n"
-     "                         stream.mName, status);\n            stream.mState = ACTIVE;\n            return status;"),
-    ("a second writer is in another state",
-     "stream.mName, stream.mIsBlocked);\n            return AUDIO_INVALID_OPERATION",
-     "stream.mName, stream.mIsBlocked);\n            return AUDIO_INVALID_STATE"),
-    ("a ring for reading", "SHM_MODE_WRITER, &stream", "SHM_MODE_READER, &stream"),
-    ("a step of less than there is", "free > 0 ? free", "free > 1 ? free"),
-    ("the flag stays after a wait", "            setRingWait(stream, false);\n        }",
-     "        }"),
-    ("the flag stays after a second look",
-     "                setRingWait(stream, false);\n                break;",
-     "                break;"),
-    ("a dump of nothing",
-     "        StreamDump::write(stream.mDump, buffer, static_cast<unsigned>(len));\n", ""),
-    ("a stream that is destroyed is stopping",
-     "        stream.mState = NO_INIT;\n        if (stream.mIsBlocked) waitForWriter",
-     "        stream.mState = STOPPING;\n        if (stream.mIsBlocked) waitForWriter"))
+    ("a step of less than there is", "free > 0 ? free", "free > 1 ? free"))
 
 _in("client/ClientSink.cpp",
     ("a source that went stays gone", "        mSourceRemoved = false;\n", ""),
@@ -1666,13 +1699,7 @@ _in("client/ClientSink.cpp",
     ("a shorter pause without a ring", "MISSING_RING_PAUSE_US = 1'000'000",
      "MISSING_RING_PAUSE_US = 100'000"),
     ("coded formats do not wait", "!isBlock && mFormat.codecType == 0", "!isBlock"),
-    ("the server hears before the ring is gone",
-     "    cabinaudio::deleteRing(StreamLink::of(mRc), ring);\n"
-     "    return request(id(StreamFunction::SourceDeactivated)) == AUDIO_NO_ERROR;",
-     "    const bool isTold = request(id(StreamFunction::SourceDeactivated)) == AUDIO_NO_ERROR;\n"
-     "    cabinaudio::deleteRing(StreamLink::of(mRc), ring);\n    return isTold;"),
     ("any parameter is real time", "streamParam > 0)", "streamParam >= 0)"),
-    ("the flag of requests", "mRc->callFuncId(function, true)", "mRc->callFuncId(function, false)"),
     ("the end of the stream", "callback->finish(false)", "callback->finish(true)"),
     ("what a write threw away", "            add(mIneffectiveLen, len);\n", ""),
     ("what was written", "        add(mTotalWritedLen, chunk);\n", ""))
@@ -1691,9 +1718,7 @@ _in("client/ClientTrack.cpp",
      "int ClientTrack::writeDone() {\n    AUDIO_LOGD(\"[%s]writeDone In\\n\", mName);\n"
      "    const AudioMutex::AutoLock lock(mLock);\n    if (false)"),
     ("a key's status", "return answer.status;", "return AUDIO_NO_ERROR;"),
-    ("the end of the stream", "callback->finish(false)", "callback->finish(true)"),
-    ("no ring is another status", "if (!checkAndWaitShareBufferReady()) return AUDIO_TIMED_OUT;",
-     "if (!checkAndWaitShareBufferReady()) return AUDIO_INVALID_STATE;"))
+    ("the end of the stream", "callback->finish(false)", "callback->finish(true)"))
 
 _in("client/ClientRecord.cpp",
     ("silence is not remembered", "    if (mVolume >= 0) {", "    if (mVolume > 0) {"),
@@ -1701,61 +1726,70 @@ _in("client/ClientRecord.cpp",
     ("the highest volume", "VOLUME_MAX = 100", "VOLUME_MAX = 101"),
     ("a volume is not remembered", "    mVolume = volume;\n", ""),
     ("another wait for data", "DATA_WAIT_MS = 1000", "DATA_WAIT_MS = 500"),
-    ("another wait for a reader", "READER_EXIT_WAIT_MS = 500", "READER_EXIT_WAIT_MS = 250"),
     ("the begin is dumped again", "StreamDump::write(mDump, buffer + done, count)",
      "StreamDump::write(mDump, buffer, count)"),
     ("the size of a step", "mPerLoopSize = reply.perLoopSize", "mPerLoopSize = reply.perLoopTime"),
     ("the flag of a stop", "CaptureFunction::Stop), true", "CaptureFunction::Stop), false"),
     ("the flag of a volume", "volume, true);", "volume, false);"),
     ("a ring for writing", "SHM_MODE_READER, this", "SHM_MODE_WRITER, this"),
-    ("reading does not wait", "if (used == 0 && isBlock)", "if (used == 0 && !isBlock)"),
-    ("a removed record is stopped", "    mState = STOPPING;\n", "    mState = IDLE;\n"))
+    ("reading does not wait", "if (used == 0 && isBlock)", "if (used == 0 && !isBlock)"))
 
 _in("client/ClientRecordRt.cpp",
     ("a new ring is live at once", "if (ring != earlier) mSourceReady = false;",
      "if (ring != earlier) mSourceReady = true;"),
-    ("any data is live", "used >= want && !mSourceReady", "used > 0 && !mSourceReady"),
+    ("any data is live", "live.isEnough() && !mSourceReady",
+     "live.bytes > 0 && !mSourceReady"),
     ("a ring that is gone is live", "    mSourceReady = false;\n    mUnInitShmTime",
      "    mUnInitShmTime"),
     ("another period", "PERIOD_SHIFT = 4", "PERIOD_SHIFT = 5"),
     ("another backlog", "mCacheSizeMax = perLoopBytes << 1", "mCacheSizeMax = perLoopBytes << 2"),
-    ("the length of a frame", "LOAS_LENGTH_MASK = 0x1FFF", "LOAS_LENGTH_MASK = 0x0FFF"),
     ("a coded frame's samples", "mPerLoopSamples = 480", "mPerLoopSamples = 960"),
     ("a coded frame's bytes", "rate / 1000 * 40", "rate / 1000 * 20"),
-    ("a frame as long as the ring's data", "if (frameSize >= ring->getUsedSize())",
-     "if (frameSize > ring->getUsedSize())"),
-    ("quiet noise", "noise<std::int16_t>(buffer, count, 16)",
-     "noise<std::int16_t>(buffer, count, 17)"),
-    ("another noise of bytes", "noise<std::int8_t>(buffer, count, 24)",
-     "noise<std::int8_t>(buffer, count, 23)",
-     "the random numbers have fewer than 24 bits: either shift leaves the sign alone"),
-    ("an unpaced wait", "UNPACED_WAIT_MS = 16", "UNPACED_WAIT_MS = 8"),
     ("the flag of a stop", "CaptureFunction::Stop), false", "CaptureFunction::Stop), true"),
     ("the flag of a ring", "GetShareMemory)}, false", "GetShareMemory)}, true"),
-    ("a length the other way round", "header[0]} << 24 | std::uint32_t{header[1]} << 16",
-     "header[1]} << 24 | std::uint32_t{header[0]} << 16"),
-    ("a wait is rounded down", "ceilDiv(want - due, mBytesPerMSec)",
-     "(want - due) / mBytesPerMSec"),
-    ("a frame that fits is refused", "if (whole > capacity)", "if (whole >= capacity)"),
-    ("a frame as long as the ring", "if (whole >= ring->getTotalSize())",
-     "if (whole > ring->getTotalSize())"),
     ("what was read is not counted", "    mTotalReadBytes += taken.counted;\n", ""),
-    ("the server hears before the ring is gone",
-     "    cabinaudio::deleteRing(StreamLink::of(mRc), ring);\n"
-     "    // The server may use the memory again from here on.\n"
-     "    if (request(id(CaptureFunction::RemoveShareMemory), false) != AUDIO_NO_ERROR)\n"
-     "        AUDIO_LOGE(\"remove[%s] share memory failed\\n\", mName);",
-     "    if (request(id(CaptureFunction::RemoveShareMemory), false) != AUDIO_NO_ERROR)\n"
-     "        AUDIO_LOGE(\"remove[%s] share memory failed\\n\", mName);\n"
-     "    cabinaudio::deleteRing(StreamLink::of(mRc), ring);"),
     ("a late wait", "LATE_MS = 2", "LATE_MS = 200"),
     ("a wake-up is a time-out", "supply.isLive && (!isWoken || isInVain)",
-     "supply.isLive && !isWoken"),
-    ("silence of mSBC in a short buffer", "if (sizeof(msbc_silent) > bytes)",
-     "if (sizeof(msbc_silent) >= bytes)"),
-    ("a frame's first bytes are the server's", "    std::memcpy(buffer, header, mHeaderSize);\n",
+     "supply.isLive && !isWoken"))
+
+_in("client/FramedRing.cpp",
+    ("a frame longer than what there is",
+     "    if (body >= mRing.getUsedSize()) return 0;\n", ""),
+    ("a header that is not there yet",
+     "    if (mHeaderBytes > mRing.getUsedSize()) return 0;\n",
+     ""),
+    ("a header that came short",
+     "    if (got < mHeaderBytes) return 0;\n", ""),
+    ("the length of a frame", "LOAS_LENGTH_MASK = 0x1FFF", "LOAS_LENGTH_MASK = 0x0FFF"),
+    ("a frame as long as the ring's data", "if (body >= mRing.getUsedSize())",
+     "if (body > mRing.getUsedSize())"),
+    ("a length the other way round", "header[0]} << 24 | std::uint32_t{header[1]} << 16",
+     "header[1]} << 24 | std::uint32_t{header[0]} << 16"),
+    ("a frame that fits is refused", "if (bytes > capacity)", "if (bytes >= capacity)"),
+    ("a frame as long as the ring", "if (whole >= mRing.getTotalSize())",
+     "if (whole > mRing.getTotalSize())"),
+    ("a frame's first bytes are the server's", "    std::memcpy(buffer, header, mHeaderBytes);\n",
      "",
      OUT_OF_REACH + "differs when the server changes the header between two neighbouring lines"))
+
+_in("client/UplinkPacing.cpp",
+    ("a server without a pace", "    if (mBytesPerMs == 0) return 0;\n", ""),
+    ("a backlog without an end", "    if (due <= mMostBytes) return due;", "    return due;"))
+
+_in("client/UplinkPacing.h",
+    ("an unpaced wait", "UNPACED_WAIT_MS = 16", "UNPACED_WAIT_MS = 8"),
+    ("a wait is rounded down", "ceilDiv(moreBytes, mBytesPerMs)",
+     "moreBytes / mBytesPerMs"))
+
+_in("client/UplinkSilence.cpp",
+    ("noise beyond the buffer", "std::min(wanted, room)", "wanted"),
+    ("quiet noise", "noise<std::int16_t>(buffer, noiseFrames(bytes, 2), 16)",
+     "noise<std::int16_t>(buffer, noiseFrames(bytes, 2), 17)"),
+    ("another noise of bytes", "noise<std::int8_t>(buffer, noiseFrames(bytes, 1), 24)",
+     "noise<std::int8_t>(buffer, noiseFrames(bytes, 1), 23)",
+     "the random numbers have fewer than 24 bits: either shift leaves the sign alone"),
+    ("silence of mSBC in a short buffer", "if (sizeof(msbc_silent) > bytes)",
+     "if (sizeof(msbc_silent) >= bytes)"))
 
 _in("client/SilentFrames.cpp",
     ("a packet of another rate", "0x03, 0x04, 0xB8, 0xFF, 0xFE}", "0x03, 0x04, 0xB9, 0xFF, 0xFE}"),
@@ -1766,6 +1800,4 @@ _in("client/SilentFrames.cpp",
 _in("client/Stream.cpp",
     ("a size that is not a process's", "static_cast<std::int32_t>(syscall(SYS_getpid))", "0"),
     ("a lag of another unit", "return AudioTime::now() / 1000;", "return AudioTime::now() / 1024;"),
-    ("the parameter of a stream", "tag, format, streamParam,", "tag, format, 0 * streamParam,"),
-    ("a wait beyond its limit", "limitMs - waited)", "limitMs)",
-     OUT_OF_REACH + "differs after a wake-up that was the blocked call's, and then only in length"))
+    ("the parameter of a stream", "tag, format, streamParam,", "tag, format, 0 * streamParam,"))

@@ -7,6 +7,7 @@
 #include <cabinaudio/foundation/AudioMutex.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 #include <cabinaudio/foundation/AudioTypes.h>
+#include <cabinaudio/foundation/ThreadSafety.h>
 #include <cabinaudio/shm/ShareMemory.h>
 
 #include <atomic>
@@ -16,7 +17,8 @@ class AudioDump;
 class RemoteCall;
 namespace cabinaudio {
 struct LogSite;
-}
+struct StreamParts;
+}  // namespace cabinaudio
 namespace cabinaudio::wire {
 struct CreateReply;
 }
@@ -115,32 +117,52 @@ public:
     static void notifierCallbackFunc(void* record, unsigned msg, unsigned value);
 
 private:
-    CABINAUDIO_LOCAL void init(AudioTagType tag, int streamParam);
+    CABINAUDIO_LOCAL void init(AudioTagType tag, int streamParam) CABINAUDIO_EXCLUDES(mLock);
     CABINAUDIO_LOCAL void accept(const cabinaudio::wire::CreateReply& reply,
-                                 const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL void onRemoved();
+                                 const cabinaudio::LogSite& site) CABINAUDIO_EXCLUDES(mLock);
+    CABINAUDIO_LOCAL void onRemoved() CABINAUDIO_EXCLUDES(mLock);
     CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
 
-    // These are called with mLock held.
-    CABINAUDIO_LOCAL int readLoop(unsigned char* buffer, int bytes, bool isBlock);
-    CABINAUDIO_LOCAL unsigned waitForData();
-    CABINAUDIO_LOCAL void endReader();
-    CABINAUDIO_LOCAL bool isIdleOrActive() const;
+    CABINAUDIO_LOCAL cabinaudio::StreamParts parts() CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL int readLoop(unsigned char* buffer, int bytes, bool isBlock)
+        CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL unsigned waitForData() CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL void endReader() CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL bool isIdleOrActive() const CABINAUDIO_REQUIRES(mLock);
 
+    // Set at construction.
     RemoteCall* mRc;
-    AudioStreamState mState;
+
+    // Guarded by mLock.
+    std::atomic<AudioStreamState> mState CABINAUDIO_GUARDED_BY(mLock);
+
+    // Set at construction.
     char mName[64];
     AudioFormatDesc mFormat;
     AudioTagType mTag;
-    std::uint64_t mCreateTime;                 // ms
-    int mFrameBytes;                           // bytes of one frame of all channels
-    std::atomic<int> mPerLoopSize;             // bytes
-    int mPerLoopTime;                          // as the server tells it
-    int mPerLoopSamples;                       // the same
+    std::uint64_t mCreateTime;  // ms
+    int mFrameBytes;            // bytes of one frame of all channels
+
+    // Has its own synchronization.
+    std::atomic<int> mPerLoopSize;  // bytes
+
+    // Set at construction.
+    int mPerLoopTime;     // as the server tells it
+    int mPerLoopSamples;  // the same
+
+    // Have their own synchronization.
     std::atomic<ShareMemoryEx*> mShareMemory;  // set once, by the constructor
     AudioMutex mLock;
-    bool mIsBlocked;  // a read waits
-    AudioCondition mCond;
-    int mVolume;  // -1: not known
+
+    // Guarded by mLock.
+    bool mIsBlocked CABINAUDIO_GUARDED_BY(mLock);  // a read waits
+
+    // Has its own synchronization.
+    AudioCondition mCond;  // waited on with mLock
+
+    // Guarded by mLock.
+    int mVolume CABINAUDIO_GUARDED_BY(mLock);  // -1: not known
+
+    // Has its own synchronization.
     std::atomic<AudioDump*> mDump;
 };

@@ -7,6 +7,7 @@
 #include <cabinaudio/foundation/AudioMutex.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 #include <cabinaudio/foundation/AudioTypes.h>
+#include <cabinaudio/foundation/ThreadSafety.h>
 #include <cabinaudio/shm/ShareMemory.h>
 
 #include <atomic>
@@ -15,8 +16,13 @@
 class AudioDump;
 class RemoteCall;
 namespace cabinaudio {
+class FramedRing;
+class RingPatience;
+class UplinkPacing;
+class UplinkSilence;
 struct LogSite;
-}
+struct StreamParts;
+}  // namespace cabinaudio
 namespace cabinaudio::wire {
 struct CreateReply;
 struct ShareMemoryReply;
@@ -153,78 +159,125 @@ public:
     static void notifierCallbackFunc(void* record, unsigned msg, unsigned value);
 
 private:
+    enum class Unit : std::uint8_t;
+    struct Wanted;
     struct Supply;
     struct Taken;
 
-    CABINAUDIO_LOCAL int readAs(unsigned char* buffer, int bytes, bool isBlock, bool isFrame,
+    CABINAUDIO_LOCAL void init(AudioTagType tag) CABINAUDIO_EXCLUDES(mLock);
+    CABINAUDIO_LOCAL bool setUpCodec();
+    CABINAUDIO_LOCAL void onRingReady() CABINAUDIO_EXCLUDES(mLock);
+    CABINAUDIO_LOCAL void onRingGone() CABINAUDIO_EXCLUDES(mLock);
+    CABINAUDIO_LOCAL void onRemoved() CABINAUDIO_EXCLUDES(mLock);
+    CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
+    CABINAUDIO_LOCAL int readAs(Unit unit, unsigned char* buffer, int bytes, bool isBlock,
                                 const cabinaudio::LogSite& site);
+    CABINAUDIO_LOCAL void logFirstRead(int bytes, bool isBlock, const cabinaudio::LogSite& site);
     CABINAUDIO_LOCAL bool isFramed() const;
     CABINAUDIO_LOCAL unsigned frameStep() const;
+    CABINAUDIO_LOCAL unsigned neededForFrame(ShareMemoryEx& ring) const CABINAUDIO_REQUIRES(mLock);
     CABINAUDIO_LOCAL Taken refuseFrame(unsigned length, unsigned capacity,
                                        const cabinaudio::LogSite& site) const;
-    CABINAUDIO_LOCAL void init(AudioTagType tag);
-    CABINAUDIO_LOCAL bool setUpCodec();
-    CABINAUDIO_LOCAL void onRingReady();
-    CABINAUDIO_LOCAL void onRingGone();
-    CABINAUDIO_LOCAL void onRemoved();
-    CABINAUDIO_LOCAL std::int32_t request(std::uint32_t function, bool flag);
-    CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
-    CABINAUDIO_LOCAL void logFirstRead(int bytes, bool isBlock, const cabinaudio::LogSite& site);
 
-    // All of these are called with mLock held.
-    CABINAUDIO_LOCAL void accept(const cabinaudio::wire::CreateReply& reply);
-    CABINAUDIO_LOCAL ShareMemoryEx* initShareMem();
+    CABINAUDIO_LOCAL cabinaudio::StreamParts parts() CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL void accept(const cabinaudio::wire::CreateReply& reply)
+        CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL ShareMemoryEx* initShareMem() CABINAUDIO_REQUIRES(mLock);
     CABINAUDIO_LOCAL ShareMemoryEx* adopt(const cabinaudio::wire::ShareMemoryReply& place,
-                                          const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL ShareMemoryEx* unInitShareMem();
+                                          const cabinaudio::LogSite& site)
+        CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL ShareMemoryEx* unInitShareMem() CABINAUDIO_REQUIRES(mLock);
     CABINAUDIO_LOCAL void logNoRing(std::int32_t error, std::int32_t status,
-                                    const cabinaudio::LogSite& site) const;
-    CABINAUDIO_LOCAL void logSourceReady(const cabinaudio::LogSite& site) const;
-    CABINAUDIO_LOCAL std::int32_t _prepareData(unsigned want, bool isBlock, unsigned& ready,
-                                               const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL Supply supplyOf(unsigned want, const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL bool isMet(unsigned want, const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL unsigned pacedBacklog();
-    CABINAUDIO_LOCAL void leaveWait();
-    CABINAUDIO_LOCAL void logInterruptedWait(const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL void endReader();
+                                    const cabinaudio::LogSite& site) const
+        CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL void logSourceReady(const cabinaudio::LogSite& site) const
+        CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL Taken readLocked(const Wanted& wanted, unsigned char* buffer, bool isBlock,
+                                      const cabinaudio::LogSite& site) CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL std::int32_t _prepareData(const Wanted& wanted, bool isBlock, unsigned& ready,
+                                               const cabinaudio::LogSite& site)
+        CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL std::int32_t waitForMore(const Supply& supply, const Wanted& wanted,
+                                              const cabinaudio::RingPatience& patience,
+                                              const cabinaudio::LogSite& site)
+        CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL bool waitFor(std::uint64_t ms) CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL void logInterruptedWait(const cabinaudio::LogSite& site)
+        CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL bool endReader() CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL Supply chooseSource(const Wanted& wanted, const cabinaudio::LogSite& site)
+        CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL void goLive(unsigned bytes, const cabinaudio::LogSite& site)
+        CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL Supply liveSupply(const Wanted& wanted, ShareMemoryEx& ring) const
+        CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL Supply silentSupply(const Wanted& wanted) CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL cabinaudio::FramedRing frames(ShareMemoryEx& ring) const
+        CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL cabinaudio::UplinkPacing pacing() CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL cabinaudio::UplinkSilence silence() const CABINAUDIO_REQUIRES(mLock);
     CABINAUDIO_LOCAL Taken take(unsigned char* buffer, unsigned ready,
-                                const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL unsigned neededForFrame(ShareMemoryEx& ring) const;
+                                const cabinaudio::LogSite& site) CABINAUDIO_REQUIRES(mLock);
     CABINAUDIO_LOCAL Taken takeFrame(unsigned char* buffer, unsigned capacity, unsigned ready,
-                                     const cabinaudio::LogSite& site);
+                                     const cabinaudio::LogSite& site) CABINAUDIO_REQUIRES(mLock);
     CABINAUDIO_LOCAL Taken takeSilentFrame(unsigned char* buffer, unsigned capacity, unsigned ready,
-                                           const cabinaudio::LogSite& site);
+                                           const cabinaudio::LogSite& site)
+        CABINAUDIO_REQUIRES(mLock);
     CABINAUDIO_LOCAL Taken takeLiveFrame(unsigned char* buffer, unsigned capacity,
-                                         const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL unsigned _readRawData(unsigned char* buffer, unsigned bytes);
-    CABINAUDIO_LOCAL unsigned _readCodecData(unsigned char* buffer, unsigned bytes,
-                                             const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL unsigned fillSilentData(void* buffer, unsigned bytes,
-                                             const cabinaudio::LogSite& site);
-    CABINAUDIO_LOCAL unsigned fillNoise(unsigned char* buffer, unsigned bytes,
-                                        const cabinaudio::LogSite& site);
+                                         const cabinaudio::LogSite& site)
+        CABINAUDIO_REQUIRES(mLock);
 
+    // Has its own synchronization.
     std::atomic<AudioDump*> mDump;
-    std::uint64_t mCreateTime;     // ms
-    std::uint64_t mUnInitShmTime;  // ms; when the ring went last, 0: never
+
+    // Set at construction.
+    std::uint64_t mCreateTime;  // ms
+
+    // Guarded by mLock.
+    std::uint64_t mUnInitShmTime CABINAUDIO_GUARDED_BY(mLock);  // ms; when the ring went, 0: never
+
+    // Set at construction.
     char mName[64];
     RemoteCall* mRc;
-    AudioStreamState mState;
+
+    // Guarded by mLock.
+    std::atomic<AudioStreamState> mState CABINAUDIO_GUARDED_BY(mLock);
+
+    // Have their own synchronization.
     std::atomic<bool> mFirstReadLogged;
     AudioMutex mLock;
+
+    // Set at construction.
     AudioFormatDesc mFormat;
+
+    // Has its own synchronization.
     std::atomic<ShareMemoryEx*> mShareMemory;  // changed under mLock, read without it
-    bool mSourceReady;                         // the ring has met a whole request
-    AudioCondition mCond;
-    bool mIsBlocked;  // a read waits
+
+    // Guarded by mLock.
+    bool mSourceReady CABINAUDIO_GUARDED_BY(mLock);  // the ring has met a whole request
+
+    // Has its own synchronization.
+    AudioCondition mCond;  // waited on with mLock
+
+    // Guarded by mLock.
+    bool mIsBlocked CABINAUDIO_GUARDED_BY(mLock);  // a read waits
+
+    // Set at construction.
     std::uint32_t mBytesPerMSec;
+
+    // Have their own synchronization.
     std::atomic<std::uint64_t> mTotalReadBytes;  // ever
     std::atomic<std::uint64_t> mStartTime;       // ms; origin of the pacing
-    std::uint32_t mCacheSizeMax;                 // bytes; cap of the paced backlog
-    std::uint32_t mFrameSize;                    // bytes; 0: each frame tells its own
+
+    // Set at construction.
+    std::uint32_t mCacheSizeMax;  // bytes; cap of the paced backlog
+    std::uint32_t mFrameSize;     // bytes; 0: each frame tells its own
     std::uint32_t mPerLoopSamples;
+
+    // Has its own synchronization.
     std::atomic<std::uint32_t> mPerLoopBytes;
+
+    // Set at construction.
     std::uint32_t mPerLoopTime;
     std::uint32_t mHeaderSize;  // bytes
     std::uint32_t mCodecExtra1;

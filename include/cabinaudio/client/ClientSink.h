@@ -7,6 +7,7 @@
 #include <cabinaudio/foundation/AudioMutex.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 #include <cabinaudio/foundation/AudioTypes.h>
+#include <cabinaudio/foundation/ThreadSafety.h>
 #include <cabinaudio/shm/ShareMemory.h>
 
 #include <atomic>
@@ -15,8 +16,9 @@
 class AudioDump;
 class RemoteCall;
 namespace cabinaudio {
-struct Playback;
-}
+struct LogSite;
+struct PlaybackParts;
+}  // namespace cabinaudio
 
 /// A playback stream of the tag "main" (0), the source of an output that the server connects and
 /// disconnects as it routes. An application goes on writing without knowing the routing.
@@ -128,43 +130,64 @@ public:
     static void notifierCallbackFunc(void* sink, unsigned msg, unsigned value);
 
 private:
-    friend struct cabinaudio::Playback;
-
-    CABINAUDIO_LOCAL void init(AudioTagType tag, int streamParam);
-    CABINAUDIO_LOCAL void onSourceActivated();
-    CABINAUDIO_LOCAL void onSourceDeactivated();
+    CABINAUDIO_LOCAL void init(AudioTagType tag, int streamParam) CABINAUDIO_EXCLUDES(mLock);
+    CABINAUDIO_LOCAL void onSourceActivated() CABINAUDIO_EXCLUDES(mLock);
+    CABINAUDIO_LOCAL void onSourceDeactivated() CABINAUDIO_EXCLUDES(mLock);
     CABINAUDIO_LOCAL void onFinished();
-    CABINAUDIO_LOCAL std::int32_t request(std::uint32_t function);
-    CABINAUDIO_LOCAL bool letGoOfSource(ShareMemoryEx* ring);
+    CABINAUDIO_LOCAL void onRemoved(cabinaudio::LogSite site) CABINAUDIO_EXCLUDES(mLock);
+    CABINAUDIO_LOCAL bool letGoOfSource(ShareMemoryEx* ring) CABINAUDIO_EXCLUDES(mLock);
     CABINAUDIO_LOCAL ShareMemoryEx* detachRing();
     CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
 
-    // All of these are called with mLock held.
-    CABINAUDIO_LOCAL ShareMemoryEx* initShareMemory();
-    CABINAUDIO_LOCAL int checkAndWaitSourceReady(bool isBlock, int len);
-    CABINAUDIO_LOCAL bool waitForSource(std::uint64_t ms);
-    CABINAUDIO_LOCAL int checkAndWaitShareBufferFree(int need);
-    CABINAUDIO_LOCAL int blockWrite(unsigned char* buffer, int bytes);
-    CABINAUDIO_LOCAL int nonblockWrite(unsigned char* buffer, int bytes);
+    CABINAUDIO_LOCAL cabinaudio::PlaybackParts parts() CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL ShareMemoryEx* initShareMemory() CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL int checkAndWaitSourceReady(bool isBlock, int len) CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL bool waitForSource(std::uint64_t ms) CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL int checkAndWaitShareBufferFree(int need) CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL int blockWrite(unsigned char* buffer, int bytes) CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL int nonblockWrite(unsigned char* buffer, int bytes) CABINAUDIO_REQUIRES(mLock);
 
+    // Set at construction.
     char mName[64];
     AudioFormatDesc mFormat;
     RemoteCall* mRc;
+
+    // Have their own synchronization.
     std::atomic<audio::QVAudioTrackCallback*> mCallback;
-    std::atomic<AudioStreamState> mState;  // changed under mLock
+    std::atomic<AudioStreamState> mState;  // changed under mLock, read without it
+
+    // Set at construction.
     AudioTagType mTag;
-    bool mIsWriteDone;
+
+    // Guarded by mLock.
+    bool mIsWriteDone CABINAUDIO_GUARDED_BY(mLock);
+
+    // Have their own synchronization.
     std::atomic<std::uint64_t> mWriteDoneTime;  // ms
     std::atomic<AudioDump*> mDump;
-    std::uint64_t mCreateTime;                 // ms
+
+    // Set at construction.
+    std::uint64_t mCreateTime;  // ms
+
+    // Have their own synchronization.
     std::atomic<ShareMemoryEx*> mShareMemory;  // changed under mLock, read without it
     std::atomic<int> mPerLoopSize;             // bytes
-    bool mIsBlocked;
-    AudioCondition mCond;
+
+    // Guarded by mLock.
+    bool mIsBlocked CABINAUDIO_GUARDED_BY(mLock);  // a write waits
+
+    // Have their own synchronization.
+    AudioCondition mCond;  // waited on with mLock
     AudioMutex mLock;
+
+    // Set at construction.
     bool mIsRealtime;
+
+    // Have their own synchronization.
     std::atomic<bool> mSourceActive;
     std::atomic<bool> mSourceRemoved;
-    int mTotalWritedLen;  // bytes put into the ring, ever
-    int mIneffectiveLen;  // bytes thrown away, ever
+
+    // Guarded by mLock.
+    int mTotalWritedLen CABINAUDIO_GUARDED_BY(mLock);  // bytes put into the ring, ever
+    int mIneffectiveLen CABINAUDIO_GUARDED_BY(mLock);  // bytes thrown away, ever
 };

@@ -7,6 +7,7 @@
 #include <cabinaudio/foundation/AudioMutex.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 #include <cabinaudio/foundation/AudioTypes.h>
+#include <cabinaudio/foundation/ThreadSafety.h>
 #include <cabinaudio/shm/ShareMemory.h>
 
 #include <atomic>
@@ -15,8 +16,9 @@
 class AudioDump;
 class RemoteCall;
 namespace cabinaudio {
-struct Playback;
-}
+struct LogSite;
+struct PlaybackParts;
+}  // namespace cabinaudio
 
 /// A playback stream of the tags "alternative" (1) or "auxiliary" (every other tag).
 ///
@@ -125,37 +127,56 @@ public:
     static void notifierCallbackFunc(void* track, unsigned msg, unsigned value);
 
 private:
-    friend struct cabinaudio::Playback;
-
-    CABINAUDIO_LOCAL void init(int streamParam);
-    CABINAUDIO_LOCAL ShareMemoryEx* initShareMemory();
-    CABINAUDIO_LOCAL void onRingReady();
+    CABINAUDIO_LOCAL void init(int streamParam) CABINAUDIO_EXCLUDES(mLock);
+    CABINAUDIO_LOCAL void onRingReady() CABINAUDIO_EXCLUDES(mLock);
     CABINAUDIO_LOCAL void onFinished();
-    CABINAUDIO_LOCAL std::int32_t request(std::uint32_t function);
+    CABINAUDIO_LOCAL void onRemoved(cabinaudio::LogSite site) CABINAUDIO_EXCLUDES(mLock);
     CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
 
-    // All of these are called with mLock held.
-    CABINAUDIO_LOCAL bool checkAndWaitShareBufferReady();
-    CABINAUDIO_LOCAL int checkAndWaitShareBufferFree(int need);
-    CABINAUDIO_LOCAL int blockWrite(unsigned char* buffer, int bytes);
-    CABINAUDIO_LOCAL int nonblockWrite(unsigned char* buffer, int bytes);
-    CABINAUDIO_LOCAL int writeOnce(unsigned char* buffer, int len);
+    CABINAUDIO_LOCAL cabinaudio::PlaybackParts parts() CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL ShareMemoryEx* initShareMemory() CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL bool checkAndWaitShareBufferReady() CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL int checkAndWaitShareBufferFree(int need) CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL int blockWrite(unsigned char* buffer, int bytes) CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL int nonblockWrite(unsigned char* buffer, int bytes) CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL int writeOnce(unsigned char* buffer, int len) CABINAUDIO_REQUIRES(mLock);
 
+    // Set at construction.
     char mName[64];
     AudioFormatDesc mFormat;
     RemoteCall* mRc;
+
+    // Has its own synchronization.
     std::atomic<audio::QVAudioTrackCallback*> mCallback;
-    AudioStreamState mState;
+
+    // Guarded by mLock.
+    std::atomic<AudioStreamState> mState CABINAUDIO_GUARDED_BY(mLock);
+
+    // Set at construction.
     AudioTagType mTag;
+
+    // Has its own synchronization.
     std::atomic<bool> mFirstWriteLogged;
-    bool mIsWriteDone;
+
+    // Guarded by mLock.
+    bool mIsWriteDone CABINAUDIO_GUARDED_BY(mLock);
+
+    // Have their own synchronization.
     std::atomic<std::uint64_t> mWriteDoneTime;  // ms
     std::atomic<AudioDump*> mDump;
+
+    // Set at construction.
     std::uint64_t mCreateTime;  // ms
     bool mIsAuxiliary;
+
+    // Have their own synchronization.
     std::atomic<ShareMemoryEx*> mShareMemory;  // changed under mLock, read without it
     std::atomic<int> mPerLoopSize;             // bytes
-    bool mIsBlocked;
-    AudioCondition mCond;
+
+    // Guarded by mLock.
+    bool mIsBlocked CABINAUDIO_GUARDED_BY(mLock);  // a write waits
+
+    // Have their own synchronization.
+    AudioCondition mCond;  // waited on with mLock
     AudioMutex mLock;
 };

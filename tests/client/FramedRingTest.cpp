@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "client/FramedRing.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/ServerRing.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace cabinaudio::test {
+namespace {
+
+using Outcome = FramedRing::Outcome;
+
+constexpr int DEBUG = 3;
+constexpr unsigned RING_BYTES = 1024;
+constexpr LogSite SITE{"ClientRecordRt", "read"};
+
+/// A ring and the frames in it, of the codec with the long header (Opus) or the short one (LOAS).
+class FramedRingTest : public ::testing::Test {
+protected:
+    std::unique_ptr<ShareMemoryEx> ring = posixRing("frames", RING_BYTES);
+    FramedRing opus{*ring, CODEC_OPUS, OPUS_HEADER_BYTES};
+    FramedRing loas{*ring, CODEC_LOAS, LOAS_HEADER_BYTES};
+    Bytes buffer = Bytes(RING_BYTES, 0x5a);
+
+    [[nodiscard]] Bytes taken(std::size_t count) const {
+        return {buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count)};
+    }
+};
+
+const Bytes OPUS_FRAME{0, 0, 0, 5, 1, 2, 3, 4, 'a', 'b', 'c', 'd', 'e'};
+const Bytes LOAS_FRAME{0x56, 0xe0, 2, 'x', 'y'};
+
+TEST_F(FramedRingTest, EmptyRingNeedsAHeader) {
+    EXPECT_EQ(opus.needed(), OPUS_HEADER_BYTES);
+    EXPECT_EQ(loas.needed(), LOAS_HEADER_BYTES);
+    EXPECT_EQ(opus.takeWithin(buffer.data(), 100).outcome, Outcome::Missing);
+    EXPECT_EQ(opus.takeWhole(buffer.data(), SITE), 0U);
+}
+
+TEST_F(FramedRingTest, PartOfAHeaderStillNeedsAHeader) {
+    ASSERT_TRUE(put(*ring, {0, 0, 0, 5, 1, 2, 3}));
+    EXPECT_EQ(opus.needed(), OPUS_HEADER_BYTES);
+    EXPECT_EQ(opus.takeWithin(buffer.data(), 100).outcome, Outcome::Missing);
+    EXPECT_EQ(opus.takeWhole(buffer.data(), SITE), 0U);
+    EXPECT_EQ(ring->getUsedSize(), 7U) << "nothing was taken";
+}
+
+TEST_F(FramedRingTest, HeaderTellsTheNeedOfTheWholeFrame) {
+    ASSERT_TRUE(put(*ring, {0, 0, 1, 2, 1, 2, 3, 4}));
+    EXPECT_EQ(opus.needed(), 8U + 0x102U);
+    EXPECT_EQ(ring->getUsedSize(), 8U) << "the header stays in the ring";
+}
+
+TEST_F(FramedRingTest, LengthOfALoasFrameHas13Bits) {
+    ASSERT_TRUE(put(*ring, {0x56, 0xe1, 0x10}));
+    EXPECT_EQ(loas.needed(), 3U + 0x110U);
+}
+
+TEST_F(FramedRingTest, ImpossibleLengthNeedsAHeaderOnly) {
+    ASSERT_TRUE(put(*ring, {0xff, 0xff, 0xff, 0xff, 1, 2, 3, 4}));
+    EXPECT_EQ(opus.needed(), OPUS_HEADER_BYTES);
+}
+
+TEST_F(FramedRingTest, WholeFrameIsTakenIntoABufferOfItsLength) {
+    ASSERT_TRUE(put(*ring, OPUS_FRAME));
+    const FramedRing::Frame frame = opus.takeWithin(buffer.data(), 13);
+    EXPECT_EQ(frame.outcome, Outcome::Taken);
+    EXPECT_EQ(frame.bytes, 13U);
+    EXPECT_EQ(taken(14), (Bytes{0, 0, 0, 5, 1, 2, 3, 4, 'a', 'b', 'c', 'd', 'e', 0x5a}));
+    EXPECT_EQ(ring->getUsedSize(), 0U);
+}
+
+TEST_F(FramedRingTest, IncompleteFrameIsMissingAndStays) {
+    ASSERT_TRUE(put(*ring, {0, 0, 0, 5, 1, 2, 3, 4, 'a', 'b', 'c', 'd'}));
+    EXPECT_EQ(opus.takeWithin(buffer.data(), 100).outcome, Outcome::Missing);
+    EXPECT_EQ(ring->getUsedSize(), 12U);
+}
+
+TEST_F(FramedRingTest, FrameThatIsTooLongForTheBufferStays) {
+    ASSERT_TRUE(put(*ring, OPUS_FRAME));
+    const FramedRing::Frame frame = opus.takeWithin(buffer.data(), 12);
+    EXPECT_EQ(frame.outcome, Outcome::TooLong);
+    EXPECT_EQ(frame.bytes, 13U);
+    EXPECT_EQ(taken(1), Bytes{0x5a}) << "nothing was stored";
+    EXPECT_EQ(ring->getUsedSize(), 13U);
+}
+
+TEST_F(FramedRingTest, HeaderOfAnImpossibleFrameIsDropped) {
+    ASSERT_TRUE(put(*ring, {0, 0, 4, 0, 1, 2, 3, 4}));
+    const FramedRing::Frame frame = opus.takeWithin(buffer.data(), RING_BYTES);
+    EXPECT_EQ(frame.outcome, Outcome::Impossible);
+    EXPECT_EQ(frame.bytes, 0x400U);
+    EXPECT_EQ(ring->getUsedSize(), 0U);
+}
+
+TEST_F(FramedRingTest, TakeWholeWantsMoreInTheRingThanTheFrame) {
+    const LogCapture log;
+    ASSERT_TRUE(put(*ring, LOAS_FRAME));
+    ASSERT_TRUE(put(*ring, LOAS_FRAME));
+    EXPECT_EQ(loas.takeWhole(buffer.data(), SITE), 5U);
+    EXPECT_EQ(taken(6), (Bytes{0x56, 0xe0, 2, 'x', 'y', 0x5a}));
+    EXPECT_EQ(log.count(DEBUG, "ClientRecordRt", "read",
+                        "AUDIO IGNORE(0==mShareMemory->read(buffer, mHeaderSize))!\n"),
+              1U)
+        << "also when the header could be read";
+    EXPECT_EQ(loas.takeWhole(buffer.data(), SITE), 0U) << "the last frame fills the ring's rest";
+    EXPECT_EQ(ring->getUsedSize(), 2U) << "its header is lost";
+}
+
+}  // namespace
+}  // namespace cabinaudio::test
