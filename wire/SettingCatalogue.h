@@ -326,10 +326,9 @@ constexpr const Setting<FUNCTION, Request, Reply>& find(
 }
 
 template <auto FUNCTION>
-constexpr const auto& SETTING = find<FUNCTION>(settingsOf(FUNCTION));
-
+using SettingOf = std::remove_cvref_t<decltype(find<FUNCTION>(settingsOf(FUNCTION)))>;
 template <auto FUNCTION>
-using SettingOf = std::remove_cvref_t<decltype(SETTING<FUNCTION>)>;
+constexpr SettingOf<FUNCTION> SETTING = find<FUNCTION>(settingsOf(FUNCTION));
 template <auto FUNCTION>
 using RequestOf = typename SettingOf<FUNCTION>::Request;
 template <auto FUNCTION>
