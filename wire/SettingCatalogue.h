@@ -360,6 +360,7 @@ struct SettingRow {
     const char* name;
     std::size_t requestSize;  // function id included, without a block
     std::size_t replySize;    // status included, without a block
+    bool returnsBlock;        // a block as long as the request says follows the reply
     bool hasFlag;
 };
 
@@ -377,6 +378,7 @@ constexpr std::array<SettingRow, SETTING_COUNT> settingRows() {
                         setting.name,
                         sizeof(typename Operation::Request),
                         sizeof(typename Operation::Reply),
+                        std::is_same_v<typename Operation::Reply, EffectReply>,
                         setting.hasFlag};
     });
     return rows;

@@ -4,8 +4,7 @@
 #include <cabinaudio/foundation/AudioStatus.h>
 
 #include "devkit/server/Version.h"
-#include "wire/Settings.h"
-#include "wire/Stream.h"
+#include "devkit/server/settings/SettingOperation.h"
 
 #include <algorithm>
 #include <array>
@@ -19,8 +18,9 @@ std::int32_t getServerVersions(Call&, const wire::FunctionRequest&, wire::Versio
 }
 
 constexpr std::array OPERATIONS = {
-    operation<&getServerVersions>(wire::VersionFunction::GetServerVersions, "getServerVersions"),
+    setting<wire::VersionFunction::GetServerVersions, &getServerVersions>(),
 };
+static_assert(answersAll(OPERATIONS, wire::VERSION_SETTINGS));
 
 }  // namespace
 
