@@ -276,7 +276,7 @@ inline constexpr Settings VOLUME_SETTINGS{
     Setting<VolumeFunction::StartMicCalibration, FunctionRequest, StatusReply>{
         "startMicGainCalibration", "calibrates the microphone", NO_FLAG},
     Setting<VolumeFunction::GetMicCalibration, FunctionRequest, CalibrationReply>{
-        "getMicGainCalibrationResult", "result of the calibration"},
+        "getMicGainCalibrationResult", "result of the calibration: 0 done, 1 running, -1 none"},
     Setting<VolumeFunction::SetTrackChannelGains, TrackChannelsRequest, StatusReply>{
         "setTrackChannelGain", "gains of a track's channels"},
     Setting<VolumeFunction::SetMasterRamp, RampRequest, StatusReply>{"setMasterVolumeRampDuration",

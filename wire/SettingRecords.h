@@ -114,7 +114,7 @@ struct InputGainRequest {
     std::uint32_t function = 0;  // 0
     std::uint32_t input;         // 4
     float left;                  // 8   dB
-    float right;                 // 12
+    float right;                 // 12  dB
 };
 static_assert(sizeof(InputGainRequest) == 16);
 static_assert(offsetof(InputGainRequest, input) == 4);
@@ -318,7 +318,7 @@ static_assert(offsetof(ChannelGainReply, gain) == 8);
 struct InputGainReply {
     std::int32_t status;  // 0
     float left;           // 4   dB
-    float right;          // 8
+    float right;          // 8  dB
 };
 static_assert(sizeof(InputGainReply) == 12);
 static_assert(offsetof(InputGainReply, left) == 4);
