@@ -5,7 +5,7 @@
 
 #include "client/RequestFrame.h"
 #include "foundation/Log.h"
-#include "wire/SettingCatalogue.h"
+#include "wire/Settings.h"
 
 #include <algorithm>
 #include <array>

@@ -4,7 +4,6 @@
 #include <cabinaudio/QVAudioSettingTypes.h>
 
 #include "wire/Layout.h"
-#include "wire/Settings.h"
 #include "wire/Stream.h"
 
 #include <cstddef>
@@ -16,6 +15,20 @@
 // leave them out.
 // Records with a float have no unique representation, so they are no Layout; they hold no padding.
 namespace cabinaudio::wire {
+
+// ---- Parts of records ---------------------------------------------------------------------------
+
+/// A text; it may fill its field to the last byte.
+struct Name {
+    char text[64];
+};
+
+/// A list in a reply, behind the status: how many, then a fixed number of slots.
+template <typename Slot, std::uint32_t SLOTS>
+struct List {
+    std::int32_t count;
+    Slot slots[SLOTS];
+};
 
 // ---- Requests -----------------------------------------------------------------------------------
 
@@ -252,6 +265,19 @@ static_assert(offsetof(EffectRequest, effect) == 68);
 static_assert(offsetof(EffectRequest, size) == 132);
 
 // ---- Replies ------------------------------------------------------------------------------------
+
+struct VersionReply {
+    std::int32_t status;     // 0
+    std::int32_t first[3];   // 4   the server's version
+    std::int32_t second[3];  // 16
+    std::int32_t third;      // 28
+};
+static_assert(Layout<VersionReply>);
+static_assert(sizeof(VersionReply) == 32);
+static_assert(offsetof(VersionReply, status) == 0);
+static_assert(offsetof(VersionReply, first) == 4);
+static_assert(offsetof(VersionReply, second) == 16);
+static_assert(offsetof(VersionReply, third) == 28);
 
 struct NumberReply {
     std::int32_t status;  // 0

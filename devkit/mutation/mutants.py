@@ -34,7 +34,7 @@ TESTS = [
     ("wire/Ring.h", ["shm-test", "shm-order-test"]),
     ("wire/Stream.h", ["client-test", "client-sink-test", "client-record-test"]),
     ("wire/Settings.h", ["settings-test", "client-test"]),
-    ("wire/SettingCatalogue.h", ["settings-test"]),
+    ("wire/SettingRecords.h", ["settings-test", "client-test"]),
     ("client/Playback.h", ["client-order-test", "race-wait-test", "client-end-test", "client-test",
                            "client-sink-test",
                            STORM, "client-stream-test", "race-test"]),
@@ -1400,12 +1400,14 @@ _in("wire/Settings.h",
     ("a converter's pin", "GetAdcMuxPin = 6", "GetAdcMuxPin = 7"),
     ("a delay of loudspeakers", "SetSpeakerDelay = 22", "SetSpeakerDelay = 23"),
     ("an effect", "SetEffectParameter = 4098", "SetEffectParameter = 4097"),
-    ("a record's effect", "    Get = 1,", "    Get = 2,"),
+    ("a record's effect", "    Get = 1,", "    Get = 2,"))
+
+_in("wire/SettingRecords.h",
     ("a list's number", "    std::int32_t count;\n    Slot slots[SLOTS];",
      "    Slot slots[SLOTS];\n    std::int32_t count;"),
     ("a name's length", "char text[64]", "char text[60]"))
 
-_in("wire/SettingCatalogue.h",
+_in("wire/Settings.h",
     ("the flag of a mute", "{\"mute\", \"mutes paths\"}", "{\"mute\", \"mutes paths\", NO_FLAG}"),
     ("the flag of an end of a mute", "\"unmutes paths\"", "\"unmutes paths\", NO_FLAG"),
     ("the flag of a calibration", "\"calibrates the microphone\", NO_FLAG",

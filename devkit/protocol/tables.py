@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 """tables.py [--check]: makes the tables of docs/protocol.md that list the settings' functions out
-of wire/SettingCatalogue.h, wire/Settings.h and wire/SettingRecords.h. With --check nothing is
-written; exit status 1 says that the page is not what the sources give.
+of wire/Settings.h and wire/SettingRecords.h. With --check nothing is written; exit status 1 says
+that the page is not what the sources give.
 """
 import pathlib
 import re
@@ -10,8 +10,7 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PAGE = ROOT / "docs" / "protocol.md"
-CATALOGUE = (ROOT / "wire" / "SettingCatalogue.h").read_text(encoding="utf-8")
-IDS = (ROOT / "wire" / "Settings.h").read_text(encoding="utf-8")
+CATALOGUE = (ROOT / "wire" / "Settings.h").read_text(encoding="utf-8")
 RECORDS = (ROOT / "wire" / "SettingRecords.h").read_text(encoding="utf-8")
 
 ROW = re.compile(r"Setting<(\w+)Function::(\w+),\s*(\w+),\s*(\w+)>\{\s*"
@@ -27,7 +26,7 @@ SPARE = {"1": "one unused byte", "2": "two unused bytes", "3": "three unused byt
 def functions():
     """{(kind, enumerator): id}"""
     found = {}
-    for kind, body in re.findall(r"enum class (\w+)Function : [\w:]+ \{(.*?)\};", IDS, re.S):
+    for kind, body in re.findall(r"enum class (\w+)Function : [\w:]+ \{(.*?)\};", CATALOGUE, re.S):
         for name, number in re.findall(r"(\w+) = (\d+)", body):
             found[kind, name] = int(number)
     return found
@@ -89,7 +88,7 @@ def tables():
     ids = functions()
     rows = ROW.findall(CATALOGUE)
     if len(rows) != len(re.findall(r"Setting<\w+Function::", CATALOGUE)):
-        raise SystemExit("a row of wire/SettingCatalogue.h has a form that is not understood")
+        raise SystemExit("a row of wire/Settings.h has a form that is not understood")
     made = {}
     for kind, function, request, reply, name, meaning, no_flag in rows:
         if kind == "Version":

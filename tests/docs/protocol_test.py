@@ -11,8 +11,7 @@ from pathlib import Path
 from surroundings import SOURCE
 
 MAKER = "devkit/protocol/tables.py"
-READ = [MAKER, "docs/protocol.md", "wire/SettingCatalogue.h", "wire/SettingRecords.h",
-        "wire/Settings.h"]
+READ = [MAKER, "docs/protocol.md", "wire/SettingRecords.h", "wire/Settings.h"]
 
 
 def check(root):
@@ -42,8 +41,8 @@ class ProtocolTables(unittest.TestCase):
         for name, before, after in [
                 ("wire/Settings.h", "GetMasterRamp = 45", "GetMasterRamp = 46"),
                 ("wire/SettingRecords.h", "float up;", "float rise;"),
-                ("wire/SettingCatalogue.h", '"ducking mode"}', '"ducking mode", NO_FLAG}'),
-                ("wire/SettingCatalogue.h", "SetSpeakerDelay, ChannelNumberRequest",
+                ("wire/Settings.h", '"ducking mode"}', '"ducking mode", NO_FLAG}'),
+                ("wire/Settings.h", "SetSpeakerDelay, ChannelNumberRequest",
                  "SetSpeakerDelay, TwoNumbersRequest"),
                 ("docs/protocol.md", "| `mute` | mutes paths |", "| `mute` | mutes a path |")]:
             with self.subTest(after):

@@ -4,7 +4,7 @@
 #include "tests/fuzz/Demand.h"
 #include "tests/fuzz/Input.h"
 #include "wire/Frame.h"
-#include "wire/SettingCatalogue.h"
+#include "wire/Settings.h"
 
 #include <sys/socket.h>
 #include <sys/un.h>

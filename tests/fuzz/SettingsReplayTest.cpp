@@ -2,7 +2,7 @@
 //
 // What the fuzzer does, with pseudo-random bytes and on every platform: the same ones in each run.
 #include "tests/fuzz/SettingsDriver.h"
-#include "wire/SettingCatalogue.h"
+#include "wire/Settings.h"
 
 #include <gtest/gtest.h>
 

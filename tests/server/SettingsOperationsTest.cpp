@@ -7,7 +7,7 @@
 #include "tests/server/RawClient.h"
 #include "tests/server/SettingsClient.h"
 #include "tests/support/RealServer.h"
-#include "wire/SettingCatalogue.h"
+#include "wire/Settings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

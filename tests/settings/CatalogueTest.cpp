@@ -2,7 +2,7 @@
 //
 // The catalogue of the settings against the bytes of the rows, which are typed by hand.
 #include "tests/settings/Row.h"
-#include "wire/SettingCatalogue.h"
+#include "wire/Settings.h"
 
 #include <gtest/gtest.h>
 

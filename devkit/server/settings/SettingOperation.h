@@ -2,7 +2,7 @@
 #pragma once
 
 #include "devkit/server/Operation.h"
-#include "wire/SettingCatalogue.h"
+#include "wire/Settings.h"
 
 #include <algorithm>
 #include <array>
