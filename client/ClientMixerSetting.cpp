@@ -4,13 +4,11 @@
 
 #include "client/Setting.h"
 #include "foundation/Make.h"
-#include "wire/Settings.h"
 
 #include <algorithm>
 #include <iterator>
 
 using namespace cabinaudio::setting;
-using cabinaudio::id;
 using Function = cabinaudio::wire::MixerFunction;
 
 namespace {
@@ -39,51 +37,51 @@ ClientMixerSetting::~ClientMixerSetting() {
 }
 
 int ClientMixerSetting::setUpMixMode(unsigned mode) {
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetUpMixMode, mode);
+    return set<Function::SetUpMixMode>(*mRc, {.value = number(mode)});
 }
 
 int ClientMixerSetting::mixExtGps(unsigned mode) {
-    return set(*mRc, AUDIO_LOG_SITE, Function::MixExtGps, mode);
+    return set<Function::MixExtGps>(*mRc, {.value = number(mode)});
 }
 
 int ClientMixerSetting::setGpsMixerGain(audio::audio_mixer_gain_t* gain) {
-    if (!isValid(gain)) return refuse(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetGpsGain, *gain);
+    if (!isValid(gain)) return refuse();
+    return setRecord<Function::SetGpsGain>(*mRc, *gain);
 }
 
 int ClientMixerSetting::setGpsMixerGain(audio::audio_mixer_matrix_t* matrix) {
-    if (!isValid(matrix)) return refuse(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetGpsMatrix, *matrix);
+    if (!isValid(matrix)) return refuse();
+    return setRecord<Function::SetGpsMatrix>(*mRc, *matrix);
 }
 
 int ClientMixerSetting::setEffectMixerGain(audio::audio_mixer_gain_t* /*gain*/) {
-    return deprecated(AUDIO_LOG_SITE);
+    return deprecated();
 }
 
 int ClientMixerSetting::setEffectMixerGain(audio::audio_mixer_matrix_t* /*matrix*/) {
-    return deprecated(AUDIO_LOG_SITE);
+    return deprecated();
 }
 
 int ClientMixerSetting::setAlternativeAudioMixerGain(audio::audio_mixer_gain_t* gain) {
-    if (!isValid(gain)) return refuse(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetAlternativeGain, *gain);
+    if (!isValid(gain)) return refuse();
+    return setRecord<Function::SetAlternativeGain>(*mRc, *gain);
 }
 
 int ClientMixerSetting::setAlternativeAudioMixerGain(audio::audio_mixer_matrix_t* matrix) {
-    if (!isValid(matrix)) return refuse(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetAlternativeMatrix, *matrix);
+    if (!isValid(matrix)) return refuse();
+    return setRecord<Function::SetAlternativeMatrix>(*mRc, *matrix);
 }
 
 int ClientMixerSetting::mixRearAudioWithFrontAudio(bool /*on*/) {
-    return deprecated(AUDIO_LOG_SITE);
+    return deprecated();
 }
 
 int ClientMixerSetting::setHwAlternativeAudioMixerWithMain(audio::audio_ext_channel_idx_e channel,
                                                            bool on) {
-    if (static_cast<int>(channel) > CHANNEL_MAX) return refuse(AUDIO_LOG_SITE);
-    return mRc->callFuncId(id(Function::MixAlternativeInHardware), channel, on, true);
+    if (static_cast<int>(channel) > CHANNEL_MAX) return refuse();
+    return call<Function::MixAlternativeInHardware>(*mRc, channel, on);
 }
 
 int ClientMixerSetting::getUpMixMode(unsigned* mode) {
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetUpMixMode, sent(), mode);
+    return get<Function::GetUpMixMode>(*mRc, {}, mode);
 }

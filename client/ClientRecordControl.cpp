@@ -3,12 +3,9 @@
 #include <cabinaudio/link/RemoteCall.h>
 
 #include "client/EffectBlock.h"
-#include "client/Setting.h"
 #include "foundation/Make.h"
-#include "wire/Settings.h"
 
 using namespace cabinaudio::setting;
-using cabinaudio::id;
 using Function = cabinaudio::wire::RecordControlFunction;
 
 ClientAudioRecordControl::ClientAudioRecordControl() noexcept
@@ -20,12 +17,12 @@ ClientAudioRecordControl::~ClientAudioRecordControl() {
 
 int ClientAudioRecordControl::set(const char* tag, const char* effect,
                                   const audio::effect_param_t& parameter) {
-    if (tag == nullptr || effect == nullptr) return refuse(AUDIO_LOG_SITE);
-    return setEffect(*mRc, AUDIO_LOG_SITE, id(Function::Set), tag, effect, parameter);
+    if (tag == nullptr || effect == nullptr) return refuse();
+    return setEffect<Function::Set>(*mRc, tag, effect, parameter);
 }
 
 int ClientAudioRecordControl::get(const char* tag, const char* effect,
                                   audio::effect_param_t& parameter) {
-    if (tag == nullptr || effect == nullptr) return refuse(AUDIO_LOG_SITE);
-    return getEffect(*mRc, AUDIO_LOG_SITE, id(Function::Get), tag, effect, parameter);
+    if (tag == nullptr || effect == nullptr) return refuse();
+    return getEffect<Function::Get>(*mRc, tag, effect, parameter);
 }

@@ -5,7 +5,6 @@
 #include "client/Setting.h"
 #include "client/SettingList.h"
 #include "foundation/Make.h"
-#include "wire/Settings.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -14,7 +13,6 @@
 
 namespace wire = cabinaudio::wire;
 using namespace cabinaudio::setting;
-using cabinaudio::id;
 using cabinaudio::LogSite;
 using Function = wire::SourceFunction;
 
@@ -25,14 +23,13 @@ constexpr int FREQUENCY_MAX = 47999;
 constexpr unsigned CAPABILITY_MAX = 5;
 constexpr std::uint32_t OUTPUT_MASK = 3;
 constexpr std::uint32_t OUTPUT_TRACKS = 20;
-constexpr std::uint32_t TRACKS = 32;
 
-std::int32_t refuseName(const LogSite& site) {
+std::int32_t refuseName(const LogSite& site = here()) {
     AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "bad source name\n");
     return AUDIO_BAD_VALUE;
 }
 
-std::int32_t refuseNull(const LogSite& site, const char* what) {
+std::int32_t refuseNull(const char* what, const LogSite& site = here()) {
     AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "%s is null\n", what);
     return AUDIO_BAD_VALUE;
 }
@@ -43,21 +40,23 @@ bool isMapping(const std::int32_t (&entries)[SIZE]) {
                        [](std::int32_t entry) { return entry <= MAPPING_MAX; });
 }
 
-std::int32_t refuseMapping(const LogSite& site) {
+std::int32_t refuseMapping(const LogSite& site = here()) {
     AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "invalid input parameter\n");
     return AUDIO_BAD_VALUE;
+}
+
+void keep(const wire::Name& name, char (&buffer)[64]) {
+    std::memset(buffer, 0, sizeof buffer);
+    std::memcpy(buffer, name.text, strnlen(name.text, sizeof buffer - 1));
 }
 
 /// Asks for a name and keeps it in the object's `buffer`, zeros behind it. A server that refuses
 /// yields its empty name: the status is not looked at. @return `buffer`, or null when nothing
 /// arrived
-const char* getName(RemoteCall& rc, const LogSite& site, Function function, const char* tag,
-                    char (&buffer)[64]) {
-    const auto answer =
-        ask(rc, site, function, sent(Text{tag}), received<wire::Name>([&](const wire::Name& name) {
-                std::memset(buffer, 0, sizeof buffer);
-                std::memcpy(buffer, name.text, strnlen(name.text, sizeof buffer - 1));
-            }));
+template <Function FUNCTION>
+const char* getName(const From& from, const char* tag, char (&buffer)[64]) {
+    const auto answer = ask<FUNCTION>(
+        from, {.name = text(tag)}, [&](const wire::NameReply& reply) { keep(reply.name, buffer); });
     return answer.arrived ? buffer : nullptr;
 }
 
@@ -90,51 +89,50 @@ ClientSourceSetting::~ClientSourceSetting() {
 // ---- Sources and destinations -------------------------------------------------------------------
 
 int ClientSourceSetting::setOutPutSource(const char* source, const char* tag) {
-    if (!fitsField(source) || !fitsField(tag)) return refuseName(AUDIO_LOG_SITE);
+    if (!fitsField(source) || !fitsField(tag)) return refuseName();
     // Deliberate: the tag goes first.
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetOutputSource, Text{tag}, Text{source});
+    return set<Function::SetOutputSource>(*mRc, {.tag = text(tag), .name = text(source)});
 }
 
 const char* ClientSourceSetting::getOutPutSource(const char* tag) {
     if (!fitsField(tag)) {
-        (void)refuseName(AUDIO_LOG_SITE);
+        (void)refuseName();
         return nullptr;
     }
-    return getName(*mRc, AUDIO_LOG_SITE, Function::GetOutputSource, tag, mOutPutSourceName);
+    return getName<Function::GetOutputSource>(*mRc, tag, mOutPutSourceName);
 }
 
 int ClientSourceSetting::setInputDestination(const char* tag, const char* destination) {
-    if (!fitsField(tag) || !fitsField(destination)) return refuseName(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetInputDestination, Text{tag}, Text{destination});
+    if (!fitsField(tag) || !fitsField(destination)) return refuseName();
+    return set<Function::SetInputDestination>(*mRc, {.tag = text(tag), .name = text(destination)});
 }
 
 const char* ClientSourceSetting::getInputDestination(const char* tag) {
     if (!fitsField(tag)) {
-        (void)refuseName(AUDIO_LOG_SITE);
+        (void)refuseName();
         return nullptr;
     }
     if (std::strcmp(tag, "uplink") != 0) {
         AUDIO_LOGE("input source tag only support:uplink\n");
         return nullptr;
     }
-    return getName(*mRc, AUDIO_LOG_SITE, Function::GetInputDestination, tag, mInputDestinationName);
+    return getName<Function::GetInputDestination>(*mRc, tag, mInputDestinationName);
 }
 
 int ClientSourceSetting::dumpOutPutSourceList(const char* tag) {
-    if (!fitsField(tag)) return refuseName(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::DumpOutputSources, Text{tag});
+    if (!fitsField(tag)) return refuseName();
+    return set<Function::DumpOutputSources>(*mRc, {.name = text(tag)});
 }
 
 int ClientSourceSetting::dumpInputDestinationList(const char* tag) {
-    if (!fitsField(tag)) return refuseName(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::DumpInputDestinations, Text{tag});
+    if (!fitsField(tag)) return refuseName();
+    return set<Function::DumpInputDestinations>(*mRc, {.name = text(tag)});
 }
 
 int ClientSourceSetting::getActivedSourceNumber(const char* tag) {
-    if (!fitsField(tag)) return refuseName(AUDIO_LOG_SITE);
+    if (!fitsField(tag)) return refuseName();
     std::int32_t number = 0;
-    const std::int32_t status =
-        get(*mRc, AUDIO_LOG_SITE, Function::GetSourceNumber, sent(Text{tag}), number);
+    const std::int32_t status = get<Function::GetSourceNumber>(*mRc, {.name = text(tag)}, number);
     return status != AUDIO_NO_ERROR ? status : number;
 }
 
@@ -146,15 +144,15 @@ int ClientSourceSetting::selectSource(audio_seat_id_e seat, audio_source_id_e so
             "change source\n");
         return AUDIO_NO_ERROR;
     }
-    return set(*mRc, AUDIO_LOG_SITE, Function::SelectSource, seat, source);
+    return set<Function::SelectSource>(*mRc, {.first = seat, .second = source});
 }
 
 int ClientSourceSetting::setFrontAudioState(audio_seat_state_e state) {
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetFrontState, state);
+    return set<Function::SetFrontState>(*mRc, {.value = state});
 }
 
 int ClientSourceSetting::setRearAudioState(audio_seat_state_e state) {
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetRearState, state);
+    return set<Function::SetRearState>(*mRc, {.value = state});
 }
 
 // ---- Tracks -------------------------------------------------------------------------------------
@@ -164,8 +162,9 @@ int ClientSourceSetting::getActiveTracksName(const char* tag, std::vector<std::s
         AUDIO_LOGE("tag is NULL\n");
         return AUDIO_BAD_VALUE;
     }
-    return transport(ask(*mRc, AUDIO_LOG_SITE, Function::GetActiveTrackNames, sent(Text{tag}),
-                         appendedTo<wire::Name, TRACKS>(names)));
+    return transport(ask<Function::GetActiveTrackNames>(
+        *mRc, {.name = text(tag)},
+        [&](const wire::NamesReply& reply) { append(reply.list.slots, reply.list.count, names); }));
 }
 
 int ClientSourceSetting::getTrackStreamType(const char* tag, const char* name, std::string& type) {
@@ -173,14 +172,15 @@ int ClientSourceSetting::getTrackStreamType(const char* tag, const char* name, s
         AUDIO_LOGE("%s is NULL\n", tag == nullptr ? "tag" : "name");
         return AUDIO_BAD_VALUE;
     }
-    return transport(
-        ask(*mRc, AUDIO_LOG_SITE, Function::GetTrackStreamType, sent(Text{tag}, Text{name}),
-            received<wire::Name>([&](const wire::Name& replied) { assign(type, replied); })));
+    return transport(ask<Function::GetTrackStreamType>(
+        *mRc, {.tag = text(tag), .name = text(name)},
+        [&](const wire::NameReply& reply) { assign(type, reply.name); }));
 }
 
 int ClientSourceSetting::getActiveTracksInfo(std::vector<audio::audio_track_info_t>& list) {
-    return transport(ask(*mRc, AUDIO_LOG_SITE, Function::GetActiveTracks, sent(),
-                         appendedTo<audio::audio_track_info_t, TRACKS>(list)));
+    return transport(ask<Function::GetActiveTracks>(*mRc, {}, [&](const wire::TracksReply& reply) {
+        append(reply.list.slots, reply.list.count, list);
+    }));
 }
 
 int ClientSourceSetting::getOutputTrackInfo(audio::audio_output_src_tag_e tag,
@@ -194,14 +194,16 @@ int ClientSourceSetting::getOutputTrackInfo(audio::audio_output_src_tag_e tag,
         AUDIO_LOGE("input tag(0x%x) error\n", static_cast<unsigned>(tag));
         return 0;  // deliberate: no outputs, no tracks
     }
-    using Tracks = wire::List<audio::audio_output_src_parameter_t, OUTPUT_TRACKS>;
-    const LogSite site = AUDIO_LOG_SITE;
-    return get(*mRc, site, Function::GetOutputTrackInfo, sent(tag),
-               received<Tracks>([&](const Tracks& tracks) {
-                   if (count != nullptr) *count = tracks.count;
-                   AUDIO_LOG_AT(ANDROID_LOG_INFO, site, "get track info size: %d\n", tracks.count);
-                   std::memcpy(parameters, tracks.slots, sizeof tracks.slots);
-               }));
+    const LogSite site = here();
+    return ask<Function::GetOutputTrackInfo>(*mRc, {.value = number(tag)},
+                                             [&](const wire::OutputTracksReply& reply) {
+                                                 const auto& [number, tracks] = reply.list;
+                                                 if (count != nullptr) *count = number;
+                                                 AUDIO_LOG_AT(ANDROID_LOG_INFO, site,
+                                                              "get track info size: %d\n", number);
+                                                 std::memcpy(parameters, tracks, sizeof tracks);
+                                             })
+        .status;
 }
 
 int ClientSourceSetting::getOutPutTrackInfoList(
@@ -217,48 +219,48 @@ int ClientSourceSetting::getOutPutTrackInfoList(
 
 int ClientSourceSetting::setAdcMuxPin(audio::audio_input_mux_id_e input,
                                       audio::audio_input_select_pin_e pin) {
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetAdcMuxPin, input, pin);
+    return set<Function::SetAdcMuxPin>(*mRc, {.first = number(input), .second = number(pin)});
 }
 
 int ClientSourceSetting::getAdcMuxPin(audio::audio_input_mux_id_e input,
                                       audio::audio_input_select_pin_e* pin) {
-    if (pin == nullptr) return refuseNull(AUDIO_LOG_SITE, "pin");
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetAdcMuxPin, sent(input), *pin);
+    if (pin == nullptr) return refuseNull("pin");
+    return get<Function::GetAdcMuxPin>(*mRc, {.value = number(input)}, *pin);
 }
 
 int ClientSourceSetting::setExtAdcEnable(audio::audio_input_mux_id_e /*input*/, char /*on*/) {
-    return deprecated(AUDIO_LOG_SITE);
+    return deprecated();
 }
 
 int ClientSourceSetting::setDacOutPutMapping(audio::audio_dac_output_mapping_tbl_t* table) {
-    if (table == nullptr) return refuseNull(AUDIO_LOG_SITE, "tbl");
-    if (!isMapping(table->entry)) return refuseMapping(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetDacMapping, *table);
+    if (table == nullptr) return refuseNull("tbl");
+    if (!isMapping(table->entry)) return refuseMapping();
+    return setRecord<Function::SetDacMapping>(*mRc, *table);
 }
 
 int ClientSourceSetting::getDacOutPutMapping(audio::audio_dac_output_mapping_tbl_t* table) {
-    if (table == nullptr) return refuseNull(AUDIO_LOG_SITE, "tbl");
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetDacMapping, sent(), *table);
+    if (table == nullptr) return refuseNull("tbl");
+    return get<Function::GetDacMapping>(*mRc, {}, *table);
 }
 
 int ClientSourceSetting::setI2sOutPutMapping(audio::audio_i2s_output_mapping_tbl_t* table) {
-    if (table == nullptr) return refuseNull(AUDIO_LOG_SITE, "tbl");
-    if (!isMapping(table->entry)) return refuseMapping(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetI2sMapping, *table);
+    if (table == nullptr) return refuseNull("tbl");
+    if (!isMapping(table->entry)) return refuseMapping();
+    return setRecord<Function::SetI2sMapping>(*mRc, *table);
 }
 
 int ClientSourceSetting::getI2sOutPutMapping(audio::audio_i2s_output_mapping_tbl_t* table) {
-    if (table == nullptr) return refuseNull(AUDIO_LOG_SITE, "tbl");
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetI2sMapping, sent(), *table);
+    if (table == nullptr) return refuseNull("tbl");
+    return get<Function::GetI2sMapping>(*mRc, {}, *table);
 }
 
 int ClientSourceSetting::setAdcLeftRightSwitch(bool on) {
-    return mRc->callFuncId(id(Function::SetAdcLeftRightSwitch), on, false);
+    return call<Function::SetAdcLeftRightSwitch>(*mRc, on);
 }
 
 int ClientSourceSetting::setMainAudioSpeakerTestPattern(
     audio::audio_channel_idx_e channel, audio::audio_speaker_test_pattern_e pattern) {
-    return mRc->callFuncId(id(Function::SetSpeakerPattern), channel, pattern, false);
+    return call<Function::SetSpeakerPattern>(*mRc, channel, pattern);
 }
 
 int ClientSourceSetting::setMainAudioSpeakerTestPattern(audio::audio_channel_idx_e channel,
@@ -267,29 +269,29 @@ int ClientSourceSetting::setMainAudioSpeakerTestPattern(audio::audio_channel_idx
         AUDIO_LOGE(" invalid frequency(%d)\n", frequency);
         return AUDIO_BAD_VALUE;
     }
-    return mRc->callFuncId(id(Function::SetSpeakerTone), channel, frequency, false);
+    return call<Function::SetSpeakerTone>(*mRc, channel, frequency);
 }
 
 int ClientSourceSetting::configurePcmHwInterface(audio::audio_pcm_hw_intf_cfg_t* configuration) {
-    if (configuration == nullptr) return refuseNull(AUDIO_LOG_SITE, "cfg");
-    return set(*mRc, AUDIO_LOG_SITE, Function::ConfigurePcmInterface, *configuration);
+    if (configuration == nullptr) return refuseNull("cfg");
+    return setRecord<Function::ConfigurePcmInterface>(*mRc, *configuration);
 }
 
 int ClientSourceSetting::enablePcmHwInterface(bool on) {
-    return mRc->callFuncId(id(Function::EnablePcmInterface), on, false);
+    return call<Function::EnablePcmInterface>(*mRc, on);
 }
 
 int ClientSourceSetting::setSpeakerOutPut(audio::audio_channel_idx_e channel) {
-    return mRc->callFuncId(id(Function::SetSpeakerOutput), channel, false);
+    return call<Function::SetSpeakerOutput>(*mRc, channel);
 }
 
 int ClientSourceSetting::getSpeakerOutPut(audio::audio_channel_idx_e* channel) {
-    return mRc->callFuncId(id(Function::GetSpeakerOutput), reinterpret_cast<std::int32_t*>(channel),
-                           false);
+    return callForNumber<Function::GetSpeakerOutput>(*mRc,
+                                                     reinterpret_cast<std::int32_t*>(channel));
 }
 
 int ClientSourceSetting::setHandsfreeDelay(int delay) {
-    return mRc->callFuncId(id(Function::SetHandsfreeDelay), delay, false);
+    return call<Function::SetHandsfreeDelay>(*mRc, delay);
 }
 
 int ClientSourceSetting::setSamplerateCapability(audio::audio_samplerate_capability_e capability) {
@@ -297,33 +299,33 @@ int ClientSourceSetting::setSamplerateCapability(audio::audio_samplerate_capabil
         AUDIO_LOGE("invalid cap(%d)\n", static_cast<int>(capability));
         return AUDIO_BAD_VALUE;
     }
-    return mRc->callFuncId(id(Function::SetSampleRateCapability), capability, false);
+    return call<Function::SetSampleRateCapability>(*mRc, capability);
 }
 
 int ClientSourceSetting::setAdcPrcMode(bool /*on*/) {
-    return deprecated(AUDIO_LOG_SITE);
+    return deprecated();
 }
 
 int ClientSourceSetting::setI2sFormatAndConfig(audio::audio_i2s_select_param_e select,
                                                audio::audio_i2s_format_parameter_t* format) {
-    if (format == nullptr) return refuseNull(AUDIO_LOG_SITE, "dcp");
-    const std::uint32_t half = format->opaque4;  // alone in its word
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetI2sFormat, select, format->opaque0, half);
+    if (format == nullptr) return refuseNull("dcp");
+    return set<Function::SetI2sFormat>(
+        *mRc, {.selection = select, .first = format->opaque0, .second = format->opaque4});
 }
 
 int ClientSourceSetting::setAdcPinIntoGPIO(bool /*on*/) {
-    return deprecated(AUDIO_LOG_SITE);
+    return deprecated();
 }
 
 int ClientSourceSetting::getHWSignalEnergy(audio::audio_hw_type_e hardware, unsigned* energy) {
-    if (energy == nullptr) return refuseNull(AUDIO_LOG_SITE, "energy");
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetSignalEnergy, sent(hardware), *energy);
+    if (energy == nullptr) return refuseNull("energy");
+    return get<Function::GetSignalEnergy>(*mRc, {.value = number(hardware)}, *energy);
 }
 
 int ClientSourceSetting::setAlterLatency(int /*latency*/) {
-    return deprecated(AUDIO_LOG_SITE);
+    return deprecated();
 }
 
 int ClientSourceSetting::setHwAutoRampMode(bool on) {
-    return mRc->callFuncId(id(Function::SetAutoRamp), on, false);
+    return call<Function::SetAutoRamp>(*mRc, on);
 }

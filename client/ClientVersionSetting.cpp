@@ -4,10 +4,8 @@
 
 #include "client/Setting.h"
 #include "foundation/Make.h"
-#include "wire/Settings.h"
 
 #include <algorithm>
-#include <array>
 
 namespace wire = cabinaudio::wire;
 using namespace cabinaudio::setting;
@@ -24,12 +22,14 @@ int ClientVersionSetting::initCheck() {
 }
 
 int ClientVersionSetting::getServerVersions(int* first, int* second, int* third) {
-    using Triple = std::array<std::int32_t, 3>;
-    return get(
-        *mRc, AUDIO_LOG_SITE, wire::VersionFunction::GetServerVersions, sent(),
-        received<Triple>([&](const Triple& replied) { std::copy_n(replied.data(), 3, first); }),
-        received<Triple>([&](const Triple& replied) { std::copy_n(replied.data(), 3, second); }),
-        third);
+    return ask<wire::VersionFunction::GetServerVersions>(*mRc, {},
+                                                         [&](const wire::VersionReply& reply) {
+                                                             std::copy_n(reply.first, 3, first);
+                                                             std::copy_n(reply.second, 3, second);
+                                                             if (third != nullptr)
+                                                                 *third = reply.third;
+                                                         })
+        .status;
 }
 
 void ClientVersionSetting::getClientVersions(int* first, int* second) {

@@ -6,16 +6,14 @@
 #include "client/Setting.h"
 #include "client/SettingList.h"
 #include "foundation/Make.h"
-#include "wire/Settings.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstring>
 
 namespace wire = cabinaudio::wire;
 using namespace cabinaudio::setting;
-using cabinaudio::id;
+using cabinaudio::LogSite;
 using Function = wire::VolumeFunction;
 
 namespace {
@@ -24,6 +22,7 @@ constexpr unsigned STEP_MAX = 148;
 constexpr unsigned PERCENT_MAX = 100;
 constexpr std::uint32_t NO_CHANNEL = 65535;
 constexpr int CHANNELS = 8;  // of a track
+constexpr std::size_t FIELD = sizeof(wire::Name);
 
 constexpr float MIC_MIN_DB = -24.0F;
 constexpr float MIC_MAX_DB = 46.0F;
@@ -39,7 +38,7 @@ bool isTrack(const char* tag, const char* name) {
 }
 
 /// The output path of a tag, or AUDIO_OUT_PATH_NONE with a line about it.
-audio::audio_out_path_id_e pathOf(const char* tag, const cabinaudio::LogSite& site) {
+audio::audio_out_path_id_e pathOf(const char* tag, const LogSite& site = here()) {
     if (tag == nullptr) {
         AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "Invalid param, tag=NULL.\n");
         return audio::AUDIO_OUT_PATH_NONE;
@@ -56,12 +55,12 @@ const char* printable(const char* text) {
     return text != nullptr ? text : "NULL";
 }
 
-std::int32_t refuseInput(audio::audio_input_mux_id_e input, const cabinaudio::LogSite& site) {
+std::int32_t refuseInput(audio::audio_input_mux_id_e input, const LogSite& site = here()) {
     AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "invalid input param, id=%d.\n", static_cast<int>(input));
     return AUDIO_BAD_VALUE;
 }
 
-std::int32_t refuseType(const char* type, const cabinaudio::LogSite& site) {
+std::int32_t refuseType(const char* type, const LogSite& site = here()) {
     AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "Invalid input param(streamtype:%s)\n", printable(type));
     return AUDIO_BAD_VALUE;
 }
@@ -93,17 +92,17 @@ ClientVolumeSetting::~ClientVolumeSetting() {
 // ---- Ducking ------------------------------------------------------------------------------------
 
 int ClientVolumeSetting::setMainAudioDunkingMode(unsigned mode) {
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetDuckingMode, mode);
+    return set<Function::SetDuckingMode>(*mRc, {.value = number(mode)});
 }
 
 int ClientVolumeSetting::setMainAudioDunkingTargetGain(unsigned char volume) {
-    if (volume > PERCENT_MAX) return refuse(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetDuckingTargetStep, Byte{volume});
+    if (volume > PERCENT_MAX) return refuse();
+    return set<Function::SetDuckingTargetStep>(*mRc, {.step = volume});
 }
 
 int ClientVolumeSetting::setMainAudioDunkingTargetGain(float dB) {
-    if (!isAttenuation(dB)) return refuse(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetDuckingTargetGain, dB);
+    if (!isAttenuation(dB)) return refuse();
+    return set<Function::SetDuckingTargetGain>(*mRc, {.gain = dB});
 }
 
 int ClientVolumeSetting::duck(int percent) {
@@ -112,104 +111,104 @@ int ClientVolumeSetting::duck(int percent) {
                    percent);
         return AUDIO_BAD_VALUE;
     }
-    return set(*mRc, AUDIO_LOG_SITE, Function::Duck, percent);
+    return set<Function::Duck>(*mRc, {.value = percent});
 }
 
 int ClientVolumeSetting::unduck() {
-    return set(*mRc, AUDIO_LOG_SITE, Function::Unduck);
+    return set<Function::Unduck>(*mRc);
 }
 
 // ---- Volumes of the outputs ---------------------------------------------------------------------
 
 int ClientVolumeSetting::setMasterVolume(unsigned char volume) {
-    if (volume > STEP_MAX) return refuse(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetMasterStep, Byte{volume});
+    if (volume > STEP_MAX) return refuse();
+    return set<Function::SetMasterStep>(*mRc, {.step = volume});
 }
 
 int ClientVolumeSetting::setMasterVolume(float dB) {
-    if (!isGain(dB)) return refuse(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetMasterGain, dB);
+    if (!isGain(dB)) return refuse();
+    return set<Function::SetMasterGain>(*mRc, {.gain = dB});
 }
 
 int ClientVolumeSetting::getMasterVolume(unsigned char* volume) {
-    if (volume == nullptr) return refuse(AUDIO_LOG_SITE);
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetMasterStep, sent(), *volume);
+    if (volume == nullptr) return refuse();
+    return get<Function::GetMasterStep>(*mRc, {}, *volume);
 }
 
 int ClientVolumeSetting::getMasterVolume(float* dB) {
-    if (dB == nullptr) return refuse(AUDIO_LOG_SITE);
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetMasterGain, sent(), *dB);
+    if (dB == nullptr) return refuse();
+    return get<Function::GetMasterGain>(*mRc, {}, *dB);
 }
 
 int ClientVolumeSetting::setMasterVolumeRampDuration(float first, float second) {
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetMasterRamp, first, second);
+    return set<Function::SetMasterRamp>(*mRc, {.up = first, .down = second});
 }
 
 int ClientVolumeSetting::getMasterVolumeRampDuration(float& first, float& second) {
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetMasterRamp, sent(), first, second);
+    return get<Function::GetMasterRamp>(*mRc, {}, first, second);
 }
 
 int ClientVolumeSetting::setSecondAudioVolume(unsigned char volume) {
-    if (volume > STEP_MAX) return refuse(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetSecondStep, Byte{volume});
+    if (volume > STEP_MAX) return refuse();
+    return set<Function::SetSecondStep>(*mRc, {.step = volume});
 }
 
 int ClientVolumeSetting::setSecondAudioVolume(float dB) {
-    if (!isGain(dB)) return refuse(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetSecondGain, dB);
+    if (!isGain(dB)) return refuse();
+    return set<Function::SetSecondGain>(*mRc, {.gain = dB});
 }
 
 int ClientVolumeSetting::getSecondAudioVolume(unsigned char* volume) {
-    if (volume == nullptr) return refuse(AUDIO_LOG_SITE);
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetSecondStep, sent(), *volume);
+    if (volume == nullptr) return refuse();
+    return get<Function::GetSecondStep>(*mRc, {}, *volume);
 }
 
 int ClientVolumeSetting::getSecondAudioVolume(float* dB) {
-    if (dB == nullptr) return refuse(AUDIO_LOG_SITE);
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetSecondGain, sent(), *dB);
+    if (dB == nullptr) return refuse();
+    return get<Function::GetSecondGain>(*mRc, {}, *dB);
 }
 
 int ClientVolumeSetting::setAlterAudioVolume(unsigned char volume) {
-    if (volume > STEP_MAX) return refuse(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetAlternativeStep, Byte{volume});
+    if (volume > STEP_MAX) return refuse();
+    return set<Function::SetAlternativeStep>(*mRc, {.step = volume});
 }
 
 int ClientVolumeSetting::setAlterAudioVolume(float dB) {
-    if (!isGain(dB)) return refuse(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetAlternativeGain, dB);
+    if (!isGain(dB)) return refuse();
+    return set<Function::SetAlternativeGain>(*mRc, {.gain = dB});
 }
 
 int ClientVolumeSetting::getAlterAudioVolume(unsigned char* volume) {
-    if (volume == nullptr) return refuse(AUDIO_LOG_SITE);
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetAlternativeStep, sent(), *volume);
+    if (volume == nullptr) return refuse();
+    return get<Function::GetAlternativeStep>(*mRc, {}, *volume);
 }
 
 int ClientVolumeSetting::getAlterAudioVolume(float* dB) {
-    if (dB == nullptr) return refuse(AUDIO_LOG_SITE);
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetAlternativeGain, sent(), *dB);
+    if (dB == nullptr) return refuse();
+    return get<Function::GetAlternativeGain>(*mRc, {}, *dB);
 }
 
 // ---- Channels, fade and balance -----------------------------------------------------------------
 
 int ClientVolumeSetting::setChannelGain(audio::audio_channel_gain_t* gain) {
-    if (gain == nullptr || gain->volume > STEP_MAX) return refuse(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetChannelStep, *gain);
+    if (gain == nullptr || gain->volume > STEP_MAX) return refuse();
+    return setRecord<Function::SetChannelStep>(*mRc, *gain);
 }
 
 int ClientVolumeSetting::setChannelGain(audio::audio_channel_idx_e channel, float dB) {
-    if (!isGain(dB)) return refuse(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetChannelGain, channel, dB);
+    if (!isGain(dB)) return refuse();
+    return set<Function::SetChannelGain>(*mRc, {.channel = word(channel), .gain = dB});
 }
 
 int ClientVolumeSetting::getChannelGain(audio::audio_channel_gain_t* gain) {
-    if (gain == nullptr || gain->channel == NO_CHANNEL) return refuse(AUDIO_LOG_SITE);
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetChannelStep, sent(gain->channel), *gain);
+    if (gain == nullptr || gain->channel == NO_CHANNEL) return refuse();
+    return get<Function::GetChannelStep>(*mRc, {.channels = gain->channel}, *gain);
 }
 
 int ClientVolumeSetting::getChannelGain(audio::audio_channel_idx_e channel, float* dB) {
-    if (dB == nullptr) return refuse(AUDIO_LOG_SITE);
+    if (dB == nullptr) return refuse();
     std::uint32_t unused = 0;
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetChannelGain, sent(channel), unused, *dB);
+    return get<Function::GetChannelGain>(*mRc, {.channels = word(channel)}, unused, *dB);
 }
 
 int ClientVolumeSetting::setFadeBalance(int fade, int balance, unsigned stepMax) {
@@ -243,23 +242,24 @@ int ClientVolumeSetting::setFadeBalance(int fade, int balance, unsigned stepMax)
 // ---- Tracks and stream types --------------------------------------------------------------------
 
 int ClientVolumeSetting::setTrackVolume(const char* tag, const char* name, unsigned char volume) {
-    if (!isTrack(tag, name) || volume > STEP_MAX) return refuse(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetTrackStep, Text{tag}, Text{name}, Byte{volume});
+    if (!isTrack(tag, name) || volume > STEP_MAX) return refuse();
+    return set<Function::SetTrackStep>(*mRc,
+                                       {.tag = text(tag), .name = text(name), .step = volume});
 }
 
 int ClientVolumeSetting::setTrackVolume(const char* tag, const char* name, float dB) {
-    if (!isGain(dB) || !isTrack(tag, name)) return refuse(AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetTrackGain, Text{tag}, Text{name}, dB);
+    if (!isGain(dB) || !isTrack(tag, name)) return refuse();
+    return set<Function::SetTrackGain>(*mRc, {.tag = text(tag), .name = text(name), .gain = dB});
 }
 
 int ClientVolumeSetting::getTrackVolume(const char* tag, const char* name, unsigned char* volume) {
-    if (!isTrack(tag, name) || volume == nullptr) return refuse(AUDIO_LOG_SITE);
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetTrackStep, sent(Text{tag}, Text{name}), *volume);
+    if (!isTrack(tag, name) || volume == nullptr) return refuse();
+    return get<Function::GetTrackStep>(*mRc, {.tag = text(tag), .name = text(name)}, *volume);
 }
 
 int ClientVolumeSetting::getTrackVolume(const char* tag, const char* name, float* dB) {
-    if (!isTrack(tag, name) || dB == nullptr) return refuse(AUDIO_LOG_SITE);
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetTrackGain, sent(Text{tag}, Text{name}), *dB);
+    if (!isTrack(tag, name) || dB == nullptr) return refuse();
+    return get<Function::GetTrackGain>(*mRc, {.tag = text(tag), .name = text(name)}, *dB);
 }
 
 int ClientVolumeSetting::setTrackChannelGain(const char* tag, const char* name, float* gains) {
@@ -268,28 +268,27 @@ int ClientVolumeSetting::setTrackChannelGain(const char* tag, const char* name, 
                    printable(tag));
         return AUDIO_BAD_VALUE;
     }
-    if (name == nullptr || gains == nullptr) return refuse(AUDIO_LOG_SITE);
-    std::array<float, CHANNELS> channels{};
+    if (name == nullptr || gains == nullptr) return refuse();
+    wire::TrackChannelsRequest request{.tag = text(tag), .name = text(name), .gains = {}};
     for (int i = 0; i < CHANNELS; ++i) {
         const float gain = gains[i];
         if (!isGain(gain)) {
             AUDIO_LOGE("invalid channelGain[%d]:%.1f\n", i, static_cast<double>(gain));
             return AUDIO_BAD_VALUE;
         }
-        channels[static_cast<std::size_t>(i)] = gain;
+        request.gains[i] = gain;
     }
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetTrackChannelGains, Text{tag}, Text{name},
-               channels);
+    return set<Function::SetTrackChannelGains>(*mRc, request);
 }
 
 int ClientVolumeSetting::setSourceLevel(const char* /*tag*/, const char* /*name*/,
                                         float /*level*/) {
-    return deprecated(AUDIO_LOG_SITE);
+    return deprecated();
 }
 
 int ClientVolumeSetting::getSourceLevel(const char* /*tag*/, const char* /*name*/,
                                         float* /*level*/) {
-    return deprecated(AUDIO_LOG_SITE);
+    return deprecated();
 }
 
 // Setters of a type send up to 64 bytes of its name, getters up to 63.
@@ -300,13 +299,12 @@ int ClientVolumeSetting::setVolumeByStreamType(const char* type, unsigned char v
                    printable(type));
         return AUDIO_BAD_VALUE;
     }
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetStreamTypeStep, Text{type, Text::FIELD},
-               Byte{volume});
+    return set<Function::SetStreamTypeStep>(*mRc, {.name = text(type, FIELD), .step = volume});
 }
 
 int ClientVolumeSetting::getVolumeByStreamType(const char* type, unsigned char& volume) {
-    if (type == nullptr) return refuseType(type, AUDIO_LOG_SITE);
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetStreamTypeStep, sent(Text{type}), volume);
+    if (type == nullptr) return refuseType(type);
+    return get<Function::GetStreamTypeStep>(*mRc, {.name = text(type)}, volume);
 }
 
 int ClientVolumeSetting::setGainByStreamType(const char* type, float dB) {
@@ -315,49 +313,55 @@ int ClientVolumeSetting::setGainByStreamType(const char* type, float dB) {
                    printable(type));
         return AUDIO_BAD_VALUE;
     }
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetStreamTypeGain, Text{type, Text::FIELD}, dB);
+    return set<Function::SetStreamTypeGain>(*mRc, {.name = text(type, FIELD), .gain = dB});
 }
 
 int ClientVolumeSetting::getGainByStreamType(const char* type, float& dB) {
-    if (type == nullptr) return refuseType(type, AUDIO_LOG_SITE);
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetStreamTypeGain, sent(Text{type}), dB);
+    if (type == nullptr) return refuseType(type);
+    return get<Function::GetStreamTypeGain>(*mRc, {.name = text(type)}, dB);
 }
 
 int ClientVolumeSetting::getStreamTypeList(std::vector<std::string>& list) {
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetStreamTypes, sent(),
-               appendedTo<wire::Name, 32>(list));
+    return ask<Function::GetStreamTypes>(*mRc, {},
+                                         [&](const wire::NamesReply& reply) {
+                                             append(reply.list.slots, reply.list.count, list);
+                                         })
+        .status;
 }
 
 // ---- Mutes --------------------------------------------------------------------------------------
 
 int ClientVolumeSetting::mute(const char* tag, bool option) {
-    const auto path = pathOf(tag, AUDIO_LOG_SITE);
+    const auto path = pathOf(tag);
     if (path == audio::AUDIO_OUT_PATH_NONE) return AUDIO_BAD_VALUE;
     return mute(static_cast<unsigned>(path), option);
 }
 
 int ClientVolumeSetting::demute(const char* tag, bool option) {
-    const auto path = pathOf(tag, AUDIO_LOG_SITE);
+    const auto path = pathOf(tag);
     if (path == audio::AUDIO_OUT_PATH_NONE) return AUDIO_BAD_VALUE;
     return demute(static_cast<unsigned>(path), option);
 }
 
 int ClientVolumeSetting::getMuteState(const char* tag, bool& muted) {
-    const auto path = pathOf(tag, AUDIO_LOG_SITE);
+    const auto path = pathOf(tag);
     if (path == audio::AUDIO_OUT_PATH_NONE) return AUDIO_BAD_VALUE;
     return getMuteState(path, muted);
 }
 
 int ClientVolumeSetting::mute(unsigned path, bool option) {
-    return mRc->callFuncId(id(Function::Mute), static_cast<int>(path), option, true);
+    return call<Function::Mute>(*mRc, static_cast<int>(path), option);
 }
 
 int ClientVolumeSetting::demute(unsigned path, bool option) {
-    return mRc->callFuncId(id(Function::Demute), static_cast<int>(path), option, true);
+    return call<Function::Demute>(*mRc, static_cast<int>(path), option);
 }
 
 int ClientVolumeSetting::getMuteState(audio::audio_out_path_id_e path, bool& muted) {
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetMuteState, sent(path), muted);
+    return ask<Function::GetMuteState>(
+               *mRc, {.path = word(path)},
+               [&](const wire::SwitchReply& reply) { muted = reply.isOn != 0; })
+        .status;
 }
 
 int ClientVolumeSetting::setMute(unsigned path, bool muted) {
@@ -367,34 +371,34 @@ int ClientVolumeSetting::setMute(unsigned path, bool muted) {
 // ---- Uplink and microphones ---------------------------------------------------------------------
 
 int ClientVolumeSetting::setUpLinkGain(float dB) {
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetUpLinkGain, dB);
+    return set<Function::SetUpLinkGain>(*mRc, {.gain = dB});
 }
 
 int ClientVolumeSetting::getUpLinkGain(float* dB) {
-    if (dB == nullptr) return refuse(AUDIO_LOG_SITE);
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetUpLinkGain, sent(), *dB);
+    if (dB == nullptr) return refuse();
+    return get<Function::GetUpLinkGain>(*mRc, {}, *dB);
 }
 
 int ClientVolumeSetting::setAdcPgaGain(audio::audio_input_mux_id_e input, float left, float right) {
-    if (input > audio::AUDIO_INPUT_MUX_1) return refuseInput(input, AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetAdcPgaGain, input, left, right);
+    if (input > audio::AUDIO_INPUT_MUX_1) return refuseInput(input);
+    return set<Function::SetAdcPgaGain>(*mRc, {.input = input, .left = left, .right = right});
 }
 
 int ClientVolumeSetting::getAdcPgaGain(audio::audio_input_mux_id_e input, float* left,
                                        float* right) {
-    if (input > audio::AUDIO_INPUT_MUX_1) return refuseInput(input, AUDIO_LOG_SITE);
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetAdcPgaGain, sent(input), left, right);
+    if (input > audio::AUDIO_INPUT_MUX_1) return refuseInput(input);
+    return get<Function::GetAdcPgaGain>(*mRc, {.value = number(input)}, left, right);
 }
 
 int ClientVolumeSetting::setAdcOpGain(audio::audio_input_mux_id_e input, float left, float right) {
-    if (input > audio::AUDIO_INPUT_MUX_1) return refuseInput(input, AUDIO_LOG_SITE);
-    return set(*mRc, AUDIO_LOG_SITE, Function::SetAdcOpGain, input, left, right);
+    if (input > audio::AUDIO_INPUT_MUX_1) return refuseInput(input);
+    return set<Function::SetAdcOpGain>(*mRc, {.input = input, .left = left, .right = right});
 }
 
 int ClientVolumeSetting::getAdcOpGain(audio::audio_input_mux_id_e input, float* left,
                                       float* right) {
-    if (input > audio::AUDIO_INPUT_MUX_1) return refuseInput(input, AUDIO_LOG_SITE);
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetAdcOpGain, sent(input), left, right);
+    if (input > audio::AUDIO_INPUT_MUX_1) return refuseInput(input);
+    return get<Function::GetAdcOpGain>(*mRc, {.value = number(input)}, left, right);
 }
 
 int ClientVolumeSetting::setMicAnalogGain(float left, float right) {
@@ -428,9 +432,9 @@ int ClientVolumeSetting::getMicAnalogGain(float* left, float* right) {
 }
 
 int ClientVolumeSetting::startMicGainCalibration() {
-    return mRc->callFuncId(id(Function::StartMicCalibration), false);
+    return call<Function::StartMicCalibration>(*mRc);
 }
 
 int ClientVolumeSetting::getMicGainCalibrationResult(int& result, float& gain) {
-    return get(*mRc, AUDIO_LOG_SITE, Function::GetMicCalibration, sent(), gain, result);
+    return get<Function::GetMicCalibration>(*mRc, {}, gain, result);
 }

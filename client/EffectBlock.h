@@ -3,23 +3,41 @@
 
 #include <cabinaudio/QVAudioSettingTypes.h>
 
-#include "foundation/Log.h"
+#include "client/Setting.h"
 
 #include <cstdint>
+#include <type_traits>
 
-class RemoteCall;
-
+/// Operations on an effect's parameter block, whose length only the block knows. The request is an
+/// EffectRequest and the block's data. Texts are not null.
 namespace cabinaudio::setting {
 
-/// Operations on an effect's parameter block, whose length only the block knows. The request is the
-/// id, the two texts, and the block: `size` + 136 bytes. Texts are not null.
-
+/// One request, whose length is the caller's.
+/// @param into  gets the reply's block, head included, whenever the server has answered; null for
+///              an operation without a result
 /// @retval AUDIO_NO_MEMORY  another request is under way, or the size is beyond all memory
-std::int32_t setEffect(RemoteCall& rc, const LogSite& site, std::uint32_t function, const char* tag,
-                       const char* effect, const audio::effect_param_t& parameter);
+std::int32_t exchangeEffect(const Caller& caller, std::uint32_t function, const char* tag,
+                            const char* effect, const audio::effect_param_t& from,
+                            audio::effect_param_t* into);
 
-/// Overwrites the block, head included, whenever the server has answered.
-std::int32_t getEffect(RemoteCall& rc, const LogSite& site, std::uint32_t function, const char* tag,
-                       const char* effect, audio::effect_param_t& parameter);
+namespace {
+
+template <auto FUNCTION>
+std::int32_t setEffect(const From& from, const char* tag, const char* effect,
+                       const audio::effect_param_t& parameter) {
+    static_assert(std::is_same_v<wire::RequestOf<FUNCTION>, wire::EffectRequest> &&
+                  std::is_same_v<wire::ReplyOf<FUNCTION>, wire::StatusReply>);
+    return exchangeEffect(from, id(FUNCTION), tag, effect, parameter, nullptr);
+}
+
+template <auto FUNCTION>
+std::int32_t getEffect(const From& from, const char* tag, const char* effect,
+                       audio::effect_param_t& parameter) {
+    static_assert(std::is_same_v<wire::RequestOf<FUNCTION>, wire::EffectRequest> &&
+                  std::is_same_v<wire::ReplyOf<FUNCTION>, wire::EffectReply>);
+    return exchangeEffect(from, id(FUNCTION), tag, effect, parameter, &parameter);
+}
+
+}  // namespace
 
 }  // namespace cabinaudio::setting

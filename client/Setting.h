@@ -5,42 +5,61 @@
 
 #include "foundation/Log.h"
 #include "link/Request.h"
+#include "wire/Settings.h"
 
+#include <algorithm>
 #include <array>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <tuple>
 #include <type_traits>
 #include <utility>
 
-/// One settings operation: what goes out, what comes back. An operation reads as
+/// Settings operations. An operation reads as
 ///
-///     return set(*mRc, AUDIO_LOG_SITE, Function::SetMasterStep, Byte{volume});
-///     return get(*mRc, AUDIO_LOG_SITE, Function::GetTrackGain, sent(Text{tag}, Text{name}), *dB);
+///     return set<Function::SetMasterStep>(*mRc, {.step = volume});
+///     return get<Function::GetTrackGain>(*mRc, {.tag = text(tag), .name = text(name)}, *dB);
 ///
-/// where the site gives the log the operation's name. Requests are laid out in the request block
-/// and results are taken from the reply block; there is no copy of either.
+/// The braces are the request record that the catalogue has for the function; its id is filled in.
+/// The compiler checks the fields of the request and the results against the records. Log lines
+/// name the function that makes the request.
 namespace cabinaudio::setting {
 
 // ---- Fields of a request ------------------------------------------------------------------------
 
-/// One byte in a field of four.
-struct Byte {
-    std::uint8_t value;
-};
+/// A text in a zeroed field.
+/// @param most  bytes copied; a text that fills the field has no terminator there
+wire::Name text(const char* text, std::size_t most = sizeof(wire::Name::text) - 1);
 
-/// A text in a zeroed field of 64 bytes.
-struct Text {
-    static constexpr std::size_t FIELD = 64;
-    const char* text;
-    std::size_t most = FIELD - 1;  // bytes copied; a text of 64 bytes has no terminator there
-};
+/// Whether a text fits its field with its terminator.
+inline bool fitsField(const char* text) {
+    constexpr std::size_t FIELD = sizeof(wire::Name::text);
+    return text != nullptr && strnlen(text, FIELD) < FIELD;
+}
 
-/// A number of four bytes; pointers are none.
+/// A number of four bytes; pointers and floating-point numbers are none.
 template <typename T>
-concept FourByteNumber = sizeof(T) == 4 && (std::is_arithmetic_v<T> || std::is_enum_v<T>);
+concept Number = sizeof(T) == 4 && (std::is_integral_v<T> || std::is_enum_v<T>);
+
+/// The number in a field of the other signedness, or the number of an enumerator.
+template <Number T>
+constexpr std::int32_t number(T value) {
+    return static_cast<std::int32_t>(value);
+}
+template <Number T>
+constexpr std::uint32_t word(T value) {
+    return static_cast<std::uint32_t>(value);
+}
+
+// ---- Results of a reply -------------------------------------------------------------------------
+
+/// Where a result goes. Null drops the result. A byte lies in a field of four.
+struct Result {
+    void* to;
+    std::uint32_t size;
+
+    [[nodiscard]] std::uint32_t field() const { return std::max(size, std::uint32_t{4}); }
+};
 
 /// A record of words, as far as a compiler can tell: a pointer or a number of eight bytes in it
 /// shows in its alignment, pointers in 64-bit builds only.
@@ -49,234 +68,192 @@ concept WordRecord =
     std::is_class_v<T> && sizeof(T) % 4 == 0 &&
     alignof(T) <= 4 && std::is_trivially_copyable_v<T>&& std::is_standard_layout_v<T>;
 
-/// Types whose values travel as they lie in memory.
 template <typename T>
-constexpr bool isPlain = FourByteNumber<T> || WordRecord<T>;
-template <typename T, std::size_t SIZE>
-constexpr bool isPlain<T[SIZE]> = isPlain<T>;
-template <typename T, std::size_t SIZE>
-constexpr bool isPlain<std::array<T, SIZE>> = SIZE != 0 && isPlain<T>;
-template <>
-inline constexpr bool isPlain<Byte> = false;
-template <>
-inline constexpr bool isPlain<Text> = false;
+concept Storable =
+    Number<T> || std::is_same_v<T, float> || std::is_same_v<T, std::uint8_t> || WordRecord<T>;
 
-/// A field of a request.
+template <Storable T>
+Result resultOf(T& result) {
+    return {&result, sizeof result};
+}
+template <Storable T>
+Result resultOf(T* result) {
+    return {result, sizeof *result};
+}
+
+/// Stands for a result where a record is initialized: a number has any signedness, everything else
+/// is itself.
+struct AnyNumber {
+    operator std::int32_t() const;
+    operator std::uint32_t() const;
+};
 template <typename T>
-concept Sendable = isPlain<T> || std::is_same_v<T, Byte> || std::is_same_v<T, Text>;
-
-template <typename Field>
-constexpr std::uint32_t FIELD_SIZE = static_cast<std::uint32_t>(sizeof(Field));
-template <>
-inline constexpr std::uint32_t FIELD_SIZE<Byte> = 4;
-template <>
-inline constexpr std::uint32_t FIELD_SIZE<Text> = Text::FIELD;
-
-/// A record or an array where it lies.
-struct Memory {
-    const void* at;
-    std::uint32_t size;
-};
-
-/// A field in one of four forms, however many types there are.
-template <typename Field>
-auto formOf(const Field& field) {
-    if constexpr (FourByteNumber<Field>)
-        return std::bit_cast<std::uint32_t>(field);
-    else if constexpr (isPlain<Field>)
-        return Memory{&field, FIELD_SIZE<Field>};
-    else
-        return field;
-}
-
-// Each returns where the next field begins. The block is all zeros before.
-inline std::uint8_t* put(std::uint8_t* at, std::uint32_t word) {
-    std::memcpy(at, &word, sizeof word);
-    return at + sizeof word;
-}
-inline std::uint8_t* put(std::uint8_t* at, const Byte& field) {
-    *at = field.value;
-    return at + FIELD_SIZE<Byte>;
-}
-inline std::uint8_t* put(std::uint8_t* at, const Text& field) {
-    std::memcpy(at, field.text, strnlen(field.text, field.most));
-    return at + Text::FIELD;
-}
-inline std::uint8_t* put(std::uint8_t* at, const Memory& field) {
-    std::memcpy(at, field.at, field.size);
-    return at + field.size;
-}
-
-/// The fields of a request, behind the place of the function id. Records and texts are not copied
-/// before the operation fills its request.
-template <typename... Forms>
-struct Sent {
-    std::uint32_t size;  // of the request
-    std::tuple<Forms...> forms;
-
-    static void fill(std::uint8_t* at, const void* forms) {
-        std::apply([&](const auto&... form) { ((at = put(at, form)), ...); },
-                   *static_cast<const std::tuple<Forms...>*>(forms));
-    }
-};
-
-template <typename... Fields>
-auto sent(const Fields&... fields) {
-    static_assert((Sendable<Fields> && ...),
-                  "A field of a request is a number of four bytes, a Byte, a Text, a record of "
-                  "words, or an array of numbers or records.");
-    return Sent<decltype(formOf(fields))...>{
-        (static_cast<std::uint32_t>(sizeof(std::uint32_t)) + ... + FIELD_SIZE<Fields>),
-        {formOf(fields)...}};
-}
-
-// ---- Results of a reply -------------------------------------------------------------------------
-
-/// A result that is stored in another form than the reply has it in. `store` gets the reply's own
-/// record, before the blocks are freed.
-template <typename Record, typename Store>
-struct Received {
-    Store store;
-};
-
-template <typename Record, typename Store>
-Received<Record, Store> received(Store store) {
-    static_assert(isPlain<Record>, "A reply holds numbers of four bytes and records of words.");
-    return {store};
-}
-
-// Where a result goes. An operation that does not refuse a null pointer drops what it would point
-// to.
-struct FlagPlace {
-    bool* flag;
-};
-struct BytePlace {
-    std::uint8_t* byte;
-};
-struct WordPlace {
-    void* word;
-};
-struct MemoryPlace {
-    void* at;
-    std::uint32_t size;
-};
+using FieldOf = std::conditional_t<Number<T>, AnyNumber, T>;
 
 template <typename Result>
-auto placeOf(Result* result) {
-    if constexpr (std::is_same_v<Result, bool>) {
-        return FlagPlace{result};
-    } else if constexpr (std::is_same_v<Result, std::uint8_t>) {
-        return BytePlace{result};
-    } else if constexpr (FourByteNumber<Result>) {
-        return WordPlace{result};
-    } else {
-        static_assert(isPlain<Result>,
-                      "A result is a flag, a byte, a number of four bytes or a record of words.");
-        return MemoryPlace{result, sizeof(Result)};
-    }
-}
-template <typename Result>
-auto placeOf(Result& result) {
-    return placeOf(&result);
-}
-template <typename Record, typename Store>
-auto placeOf(Received<Record, Store>& result) {
-    return &result;
-}
+constexpr std::size_t FIELD_SIZE = std::max(sizeof(Result), std::size_t{4});
 
-// Each returns where the next result begins.
-inline const std::uint8_t* take(const std::uint8_t* at, const FlagPlace& place) {
-    if (place.flag != nullptr) *place.flag = *at != 0;
-    return at + sizeof(std::uint32_t);
-}
-inline const std::uint8_t* take(const std::uint8_t* at, const BytePlace& place) {
-    if (place.byte != nullptr) *place.byte = *at;
-    return at + sizeof(std::uint32_t);
-}
-inline const std::uint8_t* take(const std::uint8_t* at, const WordPlace& place) {
-    if (place.word != nullptr) std::memcpy(place.word, at, sizeof(std::uint32_t));
-    return at + sizeof(std::uint32_t);
-}
-inline const std::uint8_t* take(const std::uint8_t* at, const MemoryPlace& place) {
-    if (place.at != nullptr) std::memcpy(place.at, at, place.size);
-    return at + place.size;
-}
-template <typename Record, typename Store>
-const std::uint8_t* take(const std::uint8_t* at, Received<Record, Store>* place) {
-    place->store(*reinterpret_cast<const Record*>(at));
-    return at + sizeof(Record);
-}
+template <typename Reply, typename... Results>
+concept InitializedBy = requires {
+    Reply{0, std::declval<FieldOf<Results>>()...};
+};
 
-template <typename... Places>
-void takeAll(const std::uint8_t* at, const void* places) {
-    std::apply([&](const auto&... place) { ((at = take(at, place)), ...); },
-               *static_cast<const std::tuple<Places...>*>(places));
-}
+template <typename... Results>
+constexpr std::size_t REPLY_SIZE = (sizeof(std::int32_t) + ... + FIELD_SIZE<Results>);
 
-template <typename Result>
-constexpr std::uint32_t RESULT_SIZE = sizeof(Result) < 4
-                                          ? 4U
-                                          : static_cast<std::uint32_t>(sizeof(Result));
-template <typename Result>
-constexpr std::uint32_t RESULT_SIZE<Result*> = RESULT_SIZE<Result>;
-template <typename Record, typename Store>
-constexpr std::uint32_t RESULT_SIZE<Received<Record, Store>> = sizeof(Record);
+template <typename... Results>
+constexpr bool IS_RECORD = sizeof...(Results) == 1 && (WordRecord<Results> && ...);
+
+/// Whether these results are the fields behind the status of a reply. A record of the application
+/// may stand for an array of words.
+template <typename Reply, typename... Results>
+constexpr bool ARE_FIELDS_OF = sizeof(Reply) == REPLY_SIZE<Results...> &&
+                               (IS_RECORD<Results...> || InitializedBy<Reply, Results...>);
+
+// ---- One request --------------------------------------------------------------------------------
+
+/// The connection of a request, and the operation that its log lines name.
+struct Caller {
+    RemoteCall& rc;
+    LogSite site;
+};
+
+struct Bytes {
+    const void* at = nullptr;
+    std::uint32_t size = 0;
+};
+
+struct Request {
+    Bytes record;
+    Bytes behind = {};                            // follows the record
+    void (*allocated)(const LogSite&) = nullptr;  // called once the request has its block
+};
+
+struct Reply {
+    std::uint32_t size = sizeof(wire::StatusReply);
+    /// Gets the reply, status included, before its block is freed; whenever the server has
+    /// answered.
+    void (*take)(const std::uint8_t* reply, const void* context) = nullptr;
+    const void* context = nullptr;
+};
+
+/// Every request of a setting goes through here.
+Answer exchange(const Caller& caller, const Request& request, const Reply& reply);
+
+/// A request whose reply is a status. @return the status
+std::int32_t tell(const Caller& caller, const Bytes& record, const Bytes& behind = {});
+
+/// A request with results, which are stored whenever the server has answered. @return the status
+std::int32_t fetch(const Caller& caller, const Request& request, const Result* results,
+                   std::size_t count);
+
+/// Refuses an argument. Nothing is sent.
+std::int32_t refuseAt(const LogSite& site);
+
+/// An operation that is kept for its place in the interface and has no effect.
+std::int32_t deprecatedAt(const LogSite& site);
 
 // ---- Operations ---------------------------------------------------------------------------------
 
-/// What fills a request, behind the function id.
-struct Request {
-    std::uint32_t function;
-    std::uint32_t size;  // with the function id
-    void (*fill)(std::uint8_t* at, const void* context);
-    const void* context;
-};
+// Differs from source to source: the file in it is the one that is being compiled.
+namespace {
 
-/// What takes the results of a reply, behind the status. Called whenever the server has answered,
-/// before the blocks are freed.
-struct Reply {
-    std::uint32_t size;  // with the status
-    void (*take)(const std::uint8_t* at, const void* context);
-    const void* context;
-};
-
-/// The one request of an operation. The lines of the log name the operation of `site`.
-Answer exchange(RemoteCall& rc, const LogSite& site, const Request& request, const Reply& reply);
-
-/// An operation with results. They are stored whenever the server has answered.
-template <typename Function, typename... Forms, typename... Results>
-Answer ask(RemoteCall& rc, const LogSite& site, Function function, const Sent<Forms...>& fields,
-           Results&&... results) {
-    const std::tuple places{placeOf(results)...};
-    return exchange(rc, site, {id(function), fields.size, Sent<Forms...>::fill, &fields.forms},
-                    {(static_cast<std::uint32_t>(sizeof(std::int32_t)) + ... +
-                      RESULT_SIZE<std::remove_cvref_t<Results>>),
-                     takeAll<decltype(placeOf(results))...>, &places});
+/// The calling function.
+[[maybe_unused]] inline LogSite here(const char* function = __builtin_FUNCTION()) {
+    return {STEM<SourceStem(__BASE_FILE__)>.text, function};
 }
 
-template <typename Function, typename... Forms, typename... Results>
-std::int32_t get(RemoteCall& rc, const LogSite& site, Function function,
-                 const Sent<Forms...>& fields, Results&&... results) {
-    return ask(rc, site, function, fields, results...).status;
+/// Makes the calling function the operation of a request.
+struct From : Caller {
+    From(RemoteCall& remoteCall, const char* function = __builtin_FUNCTION())
+        : Caller{remoteCall, here(function)} {}
+};
+
+[[maybe_unused]] inline std::int32_t refuse(const LogSite& site = here()) {
+    return refuseAt(site);
+}
+
+[[maybe_unused]] inline std::int32_t deprecated(const LogSite& site = here()) {
+    return deprecatedAt(site);
 }
 
 /// An operation without results.
-template <typename Function, typename... Fields>
-std::int32_t set(RemoteCall& rc, const LogSite& site, Function function, const Fields&... fields) {
-    return ask(rc, site, function, sent(fields...)).status;
+template <auto FUNCTION>
+std::int32_t set(const From& from, wire::RequestOf<FUNCTION>& request) {
+    static_assert(wire::SETTING<FUNCTION>.hasFlag, "The function travels without the flag.");
+    static_assert(std::is_same_v<wire::ReplyOf<FUNCTION>, wire::StatusReply>);
+    request.function = id(FUNCTION);
+    return tell(from, {&request, sizeof request});
 }
 
-/// Refuses an argument. Nothing is sent.
-inline std::int32_t refuse(const LogSite& site) {
-    AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "invalid input param\n");
-    return AUDIO_BAD_VALUE;
+template <auto FUNCTION>
+std::int32_t set(const From& from, wire::RequestOf<FUNCTION>&& request = {}) {
+    return set<FUNCTION>(from, request);
 }
 
-/// An operation that is kept for its place in the interface and has no effect.
-inline std::int32_t deprecated(const LogSite& site) {
-    AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "Deprecated API[%s] is called. \n", site.function);
-    return AUDIO_NO_ERROR;
+/// The same for a record of the application, which is sent from where it lies.
+template <auto FUNCTION, WordRecord Value>
+std::int32_t setRecord(const From& from, const Value& value) {
+    static_assert(wire::SETTING<FUNCTION>.hasFlag, "The function travels without the flag.");
+    static_assert(std::is_same_v<wire::ReplyOf<FUNCTION>, wire::StatusReply>);
+    using Request = wire::RequestOf<FUNCTION>;
+    static_assert(std::is_same_v<decltype(Request::value), Value> &&
+                      offsetof(Request, value) + sizeof value == sizeof(Request),
+                  "The request does not carry this record.");
+    constexpr std::uint32_t function = id(FUNCTION);
+    return tell(from, {&function, sizeof function}, {&value, sizeof value});
 }
+
+/// An operation with results, in the order in which the reply has them: references, or pointers
+/// that may be null.
+template <auto FUNCTION, typename... Results>
+std::int32_t get(const From& from, wire::RequestOf<FUNCTION>&& request, Results&&... results) {
+    static_assert(wire::SETTING<FUNCTION>.hasFlag, "The function travels without the flag.");
+    static_assert(ARE_FIELDS_OF<wire::ReplyOf<FUNCTION>,
+                                std::remove_pointer_t<std::remove_cvref_t<Results>>...>,
+                  "The results are not those of the reply.");
+    request.function = id(FUNCTION);
+    const std::array places{resultOf(results)...};
+    return fetch(from, {.record = {&request, sizeof request}}, places.data(), places.size());
+}
+
+/// An operation whose reply is read where it lies.
+/// @param take  gets the reply record whenever the server has answered
+template <auto FUNCTION, typename Take>
+Answer ask(const From& from, wire::RequestOf<FUNCTION>&& request, Take take) {
+    static_assert(wire::SETTING<FUNCTION>.hasFlag, "The function travels without the flag.");
+    using Record = wire::ReplyOf<FUNCTION>;
+    request.function = id(FUNCTION);
+    return exchange(
+        from, {.record = {&request, sizeof request}},
+        {sizeof(Record),
+         [](const std::uint8_t* reply, const void* context) {
+             (*static_cast<const Take*>(context))(*reinterpret_cast<const Record*>(reply));
+         },
+         &take});
+}
+
+}  // namespace
+
+/// An operation of numbers alone. Log lines name RemoteCall::callFuncId().
+template <auto FUNCTION, typename... Numbers>
+std::int32_t call(RemoteCall& rc, Numbers... numbers) {
+    static_assert(sizeof(wire::RequestOf<FUNCTION>) == 4 * (1 + sizeof...(Numbers)) &&
+                      std::is_same_v<wire::ReplyOf<FUNCTION>, wire::StatusReply>,
+                  "The request does not carry these numbers.");
+    return rc.callFuncId(id(FUNCTION), static_cast<std::int32_t>(numbers)...,
+                         wire::SETTING<FUNCTION>.hasFlag);
+}
+
+/// The same for an operation that is answered with a number. Null drops it.
+template <auto FUNCTION>
+std::int32_t callForNumber(RemoteCall& rc, std::int32_t* value) {
+    static_assert(std::is_same_v<wire::RequestOf<FUNCTION>, wire::FunctionRequest> &&
+                  std::is_same_v<wire::ReplyOf<FUNCTION>, wire::NumberReply>);
+    return rc.callFuncId(id(FUNCTION), value, wire::SETTING<FUNCTION>.hasFlag);
+}
+
+// ---- Ranges -------------------------------------------------------------------------------------
 
 /// False for a value that is no number, too.
 inline bool isWithin(float value, float least, float most) {
@@ -291,11 +268,6 @@ inline bool isGain(float dB) {
 }
 inline bool isAttenuation(float dB) {
     return isWithin(dB, GAIN_MIN_DB, 0.0F);
-}
-
-/// Whether a text fits its field with its terminator.
-inline bool fitsField(const char* text) {
-    return text != nullptr && strnlen(text, Text::FIELD) < Text::FIELD;
 }
 
 }  // namespace cabinaudio::setting

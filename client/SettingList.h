@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "client/Setting.h"
 #include "wire/Settings.h"
 
 #include <algorithm>
@@ -9,6 +8,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace cabinaudio::setting {
@@ -17,9 +17,15 @@ namespace cabinaudio::setting {
 inline std::string textOf(const wire::Name& name) {
     return {name.text, strnlen(name.text, sizeof name.text)};
 }
-template <typename Record>
-const Record& textOf(const Record& record) {
-    return record;
+
+inline void appendSlot(const wire::Name& slot, std::vector<std::string>& to) {
+    to.push_back(textOf(slot));
+}
+/// Slots are records of the server's own, which the application knows as bytes.
+template <typename Slot, typename Item>
+void appendSlot(const Slot& slot, std::vector<Item>& to) {
+    static_assert(sizeof(Slot) == sizeof(Item) && std::is_trivially_copyable_v<Item>);
+    std::memcpy(&to.emplace_back(), &slot, sizeof slot);
 }
 
 /// Appends slots of a reply. A server that counts more than the reply has room for is not believed.
@@ -28,14 +34,7 @@ template <typename Slot, std::size_t SLOTS, typename Item>
 void append(const Slot (&slots)[SLOTS], std::int32_t count, std::vector<Item>& to) noexcept {
     count = std::clamp(count, std::int32_t{0}, static_cast<std::int32_t>(SLOTS));
     for (std::int32_t i = 0; i < count; ++i)
-        to.push_back(textOf(slots[i]));
-}
-
-/// A result of an operation: the reply's list, appended to the caller's.
-template <typename Slot, std::uint32_t SLOTS, typename Item>
-auto appendedTo(std::vector<Item>& to) {
-    using Slots = wire::List<Slot, SLOTS>;
-    return received<Slots>([&to](const Slots& from) { append(from.slots, from.count, to); });
+        appendSlot(slots[i], to);
 }
 
 /// Replaces a text by that of a field, on the same terms.

@@ -4,7 +4,6 @@
 #include <cabinaudio/QVAudioSettingTypes.h>
 
 #include "wire/Layout.h"
-#include "wire/Settings.h"
 #include "wire/Stream.h"
 
 #include <cstddef>
@@ -12,23 +11,39 @@
 
 // What the requests of the settings connections carry. Many functions share a record. A request
 // begins with the function id and a reply with the status; results of a refused request are zeros.
+// The function id and the spare bytes of a request have initial values, so that an initializer can
+// leave them out.
 // Records with a float have no unique representation, so they are no Layout; they hold no padding.
 namespace cabinaudio::wire {
+
+// ---- Parts of records ---------------------------------------------------------------------------
+
+/// A text; it may fill its field to the last byte.
+struct Name {
+    char text[64];
+};
+
+/// A list in a reply, behind the status: how many, then a fixed number of slots.
+template <typename Slot, std::uint32_t SLOTS>
+struct List {
+    std::int32_t count;
+    Slot slots[SLOTS];
+};
 
 // ---- Requests -----------------------------------------------------------------------------------
 
 /// A number.
 struct NumberRequest {
-    std::uint32_t function;  // 0
-    std::int32_t value;      // 4
+    std::uint32_t function = 0;  // 0
+    std::int32_t value;          // 4
 };
 static_assert(Layout<NumberRequest> && sizeof(NumberRequest) == 8);
 static_assert(offsetof(NumberRequest, value) == 4);
 
 struct TwoNumbersRequest {
-    std::uint32_t function;  // 0
-    std::int32_t first;      // 4
-    std::int32_t second;     // 8
+    std::uint32_t function = 0;  // 0
+    std::int32_t first;          // 4
+    std::int32_t second;         // 8
 };
 static_assert(Layout<TwoNumbersRequest> && sizeof(TwoNumbersRequest) == 12);
 static_assert(offsetof(TwoNumbersRequest, first) == 4);
@@ -36,72 +51,72 @@ static_assert(offsetof(TwoNumbersRequest, second) == 8);
 
 /// Loudspeakers.
 struct ChannelRequest {
-    std::uint32_t function;  // 0
-    std::uint32_t channels;  // 4   mask of audio_channel_idx_e
+    std::uint32_t function = 0;  // 0
+    std::uint32_t channels;      // 4   mask of audio_channel_idx_e
 };
 static_assert(Layout<ChannelRequest> && sizeof(ChannelRequest) == 8);
 static_assert(offsetof(ChannelRequest, channels) == 4);
 
 struct ChannelNumberRequest {
-    std::uint32_t function;  // 0
-    std::uint32_t channels;  // 4   mask of audio_channel_idx_e
-    std::int32_t value;      // 8
+    std::uint32_t function = 0;  // 0
+    std::uint32_t channels;      // 4   mask of audio_channel_idx_e
+    std::int32_t value;          // 8
 };
 static_assert(Layout<ChannelNumberRequest> && sizeof(ChannelNumberRequest) == 12);
 static_assert(offsetof(ChannelNumberRequest, channels) == 4);
 static_assert(offsetof(ChannelNumberRequest, value) == 8);
 
 struct PathRequest {
-    std::uint32_t function;  // 0
-    std::uint32_t path;      // 4   audio_out_path_id_e
+    std::uint32_t function = 0;  // 0
+    std::uint32_t path;          // 4   audio_out_path_id_e
 };
 static_assert(Layout<PathRequest> && sizeof(PathRequest) == 8);
 static_assert(offsetof(PathRequest, path) == 4);
 
 struct MuteRequest {
-    std::uint32_t function;  // 0
-    std::uint32_t paths;     // 4   mask of audio_out_path_id_e
-    std::int32_t option;     // 8   the application's
+    std::uint32_t function = 0;  // 0
+    std::uint32_t paths;         // 4   mask of audio_out_path_id_e
+    std::int32_t option;         // 8   the application's
 };
 static_assert(Layout<MuteRequest> && sizeof(MuteRequest) == 12);
 static_assert(offsetof(MuteRequest, paths) == 4);
 static_assert(offsetof(MuteRequest, option) == 8);
 
 struct StepRequest {
-    std::uint32_t function;  // 0
-    std::uint8_t step;       // 4
-    std::uint8_t spare5[3];  // 5
+    std::uint32_t function = 0;   // 0
+    std::uint8_t step;            // 4
+    std::uint8_t spare5[3] = {};  // 5
 };
 static_assert(Layout<StepRequest> && sizeof(StepRequest) == 8);
 static_assert(offsetof(StepRequest, step) == 4);
 
 struct GainRequest {
-    std::uint32_t function;  // 0
-    float gain;              // 4   dB
+    std::uint32_t function = 0;  // 0
+    float gain;                  // 4   dB
 };
 static_assert(sizeof(GainRequest) == 8);
 static_assert(offsetof(GainRequest, gain) == 4);
 
 struct RampRequest {
-    std::uint32_t function;  // 0
-    float up;                // 4   ms
-    float down;              // 8   ms
+    std::uint32_t function = 0;  // 0
+    float up;                    // 4   ms
+    float down;                  // 8   ms
 };
 static_assert(sizeof(RampRequest) == 12);
 static_assert(offsetof(RampRequest, up) == 4);
 static_assert(offsetof(RampRequest, down) == 8);
 
 struct ChannelStepRequest {
-    std::uint32_t function;             // 0
+    std::uint32_t function = 0;         // 0
     audio::audio_channel_gain_t value;  // 4
 };
 static_assert(Layout<ChannelStepRequest> && sizeof(ChannelStepRequest) == 12);
 static_assert(offsetof(ChannelStepRequest, value) == 4);
 
 struct ChannelGainRequest {
-    std::uint32_t function;  // 0
-    std::uint32_t channel;   // 4
-    float gain;              // 8   dB
+    std::uint32_t function = 0;  // 0
+    std::uint32_t channel;       // 4
+    float gain;                  // 8   dB
 };
 static_assert(sizeof(ChannelGainRequest) == 12);
 static_assert(offsetof(ChannelGainRequest, channel) == 4);
@@ -109,10 +124,10 @@ static_assert(offsetof(ChannelGainRequest, gain) == 8);
 
 /// Gains of one input of the converter.
 struct InputGainRequest {
-    std::uint32_t function;  // 0
-    std::uint32_t input;     // 4
-    float left;              // 8   dB
-    float right;             // 12
+    std::uint32_t function = 0;  // 0
+    std::uint32_t input;         // 4
+    float left;                  // 8   dB
+    float right;                 // 12  dB
 };
 static_assert(sizeof(InputGainRequest) == 16);
 static_assert(offsetof(InputGainRequest, input) == 4);
@@ -121,76 +136,76 @@ static_assert(offsetof(InputGainRequest, right) == 12);
 
 /// A tag, or the name of a stream type.
 struct NameRequest {
-    std::uint32_t function;  // 0
-    Name name;               // 4
+    std::uint32_t function = 0;  // 0
+    Name name;                   // 4
 };
 static_assert(Layout<NameRequest> && sizeof(NameRequest) == 68);
 static_assert(offsetof(NameRequest, name) == 4);
 
 struct NameStepRequest {
-    std::uint32_t function;   // 0
-    Name name;                // 4
-    std::uint8_t step;        // 68
-    std::uint8_t spare69[3];  // 69
+    std::uint32_t function = 0;    // 0
+    Name name;                     // 4
+    std::uint8_t step;             // 68
+    std::uint8_t spare69[3] = {};  // 69
 };
 static_assert(Layout<NameStepRequest> && sizeof(NameStepRequest) == 72);
 static_assert(offsetof(NameStepRequest, step) == 68);
 
 struct NameGainRequest {
-    std::uint32_t function;  // 0
-    Name name;               // 4
-    float gain;              // 68  dB
+    std::uint32_t function = 0;  // 0
+    Name name;                   // 4
+    float gain;                  // 68  dB
 };
 static_assert(sizeof(NameGainRequest) == 72);
 static_assert(offsetof(NameGainRequest, gain) == 68);
 
 /// A tag and the name of a stream, or a tag and what it is to have.
 struct TwoNamesRequest {
-    std::uint32_t function;  // 0
-    Name tag;                // 4
-    Name name;               // 68
+    std::uint32_t function = 0;  // 0
+    Name tag;                    // 4
+    Name name;                   // 68
 };
 static_assert(Layout<TwoNamesRequest> && sizeof(TwoNamesRequest) == 132);
 static_assert(offsetof(TwoNamesRequest, tag) == 4);
 static_assert(offsetof(TwoNamesRequest, name) == 68);
 
 struct TrackStepRequest {
-    std::uint32_t function;    // 0
-    Name tag;                  // 4
-    Name name;                 // 68
-    std::uint8_t step;         // 132
-    std::uint8_t spare133[3];  // 133
+    std::uint32_t function = 0;     // 0
+    Name tag;                       // 4
+    Name name;                      // 68
+    std::uint8_t step;              // 132
+    std::uint8_t spare133[3] = {};  // 133
 };
 static_assert(Layout<TrackStepRequest> && sizeof(TrackStepRequest) == 136);
 static_assert(offsetof(TrackStepRequest, step) == 132);
 
 struct TrackGainRequest {
-    std::uint32_t function;  // 0
-    Name tag;                // 4
-    Name name;               // 68
-    float gain;              // 132  dB
+    std::uint32_t function = 0;  // 0
+    Name tag;                    // 4
+    Name name;                   // 68
+    float gain;                  // 132  dB
 };
 static_assert(sizeof(TrackGainRequest) == 136);
 static_assert(offsetof(TrackGainRequest, gain) == 132);
 
 struct TrackChannelsRequest {
-    std::uint32_t function;  // 0
-    Name tag;                // 4
-    Name name;               // 68
-    float gains[8];          // 132  dB
+    std::uint32_t function = 0;  // 0
+    Name tag;                    // 4
+    Name name;                   // 68
+    float gains[8];              // 132  dB
 };
 static_assert(sizeof(TrackChannelsRequest) == 164);
 static_assert(offsetof(TrackChannelsRequest, gains) == 132);
 
 struct MixerStepsRequest {
-    std::uint32_t function;           // 0
+    std::uint32_t function = 0;       // 0
     audio::audio_mixer_gain_t value;  // 4   LF, RF, LS, RS
 };
 static_assert(Layout<MixerStepsRequest> && sizeof(MixerStepsRequest) == 12);
 static_assert(offsetof(MixerStepsRequest, value) == 4);
 
 struct MixerGainsRequest {
-    std::uint32_t function;             // 0
+    std::uint32_t function = 0;         // 0
     audio::audio_mixer_matrix_t value;  // 4   LF, RF, LS, RS
 };
 static_assert(sizeof(MixerGainsRequest) == 24);
@@ -199,8 +214,8 @@ static_assert(offsetof(MixerGainsRequest, value) == 4);
 /// A record that is carried as it is.
 template <typename Value>
 struct ValueRequest {
-    std::uint32_t function;  // 0
-    Value value;             // 4
+    std::uint32_t function = 0;  // 0
+    Value value;                 // 4
 };
 using DacMappingRequest = ValueRequest<audio::audio_dac_output_mapping_tbl_t>;
 static_assert(Layout<DacMappingRequest> && sizeof(DacMappingRequest) == 28);
@@ -216,11 +231,11 @@ using HandsfreeEqualizerRequest = ValueRequest<audio::audio_handsfree_eq_t>;
 static_assert(Layout<HandsfreeEqualizerRequest> && sizeof(HandsfreeEqualizerRequest) == 108);
 
 struct I2sFormatRequest {
-    std::uint32_t function;   // 0
-    std::uint32_t selection;  // 4
-    std::uint32_t first;      // 8
-    std::uint16_t second;     // 12
-    std::uint16_t spare14;    // 14
+    std::uint32_t function = 0;  // 0
+    std::uint32_t selection;     // 4
+    std::uint32_t first;         // 8
+    std::uint16_t second;        // 12
+    std::uint16_t spare14 = {};  // 14
 };
 static_assert(Layout<I2sFormatRequest> && sizeof(I2sFormatRequest) == 16);
 static_assert(offsetof(I2sFormatRequest, selection) == 4);
@@ -228,21 +243,21 @@ static_assert(offsetof(I2sFormatRequest, first) == 8);
 static_assert(offsetof(I2sFormatRequest, second) == 12);
 
 struct EffectSwitchRequest {
-    std::uint32_t function;    // 0
-    Name tag;                  // 4
-    Name effect;               // 68
-    std::uint8_t isOn;         // 132
-    std::uint8_t spare133[3];  // 133
+    std::uint32_t function = 0;     // 0
+    Name tag;                       // 4
+    Name effect;                    // 68
+    std::uint8_t isOn;              // 132
+    std::uint8_t spare133[3] = {};  // 133
 };
 static_assert(Layout<EffectSwitchRequest> && sizeof(EffectSwitchRequest) == 136);
 static_assert(offsetof(EffectSwitchRequest, isOn) == 132);
 
 /// `size` bytes follow, also behind a request that asks for them.
 struct EffectRequest {
-    std::uint32_t function;  // 0
-    Name tag;                // 4
-    Name effect;             // 68
-    std::uint32_t size;      // 132
+    std::uint32_t function = 0;  // 0
+    Name tag;                    // 4
+    Name effect;                 // 68
+    std::uint32_t size;          // 132
 };
 static_assert(Layout<EffectRequest> && sizeof(EffectRequest) == 136);
 static_assert(offsetof(EffectRequest, tag) == 4);
@@ -250,6 +265,19 @@ static_assert(offsetof(EffectRequest, effect) == 68);
 static_assert(offsetof(EffectRequest, size) == 132);
 
 // ---- Replies ------------------------------------------------------------------------------------
+
+struct VersionReply {
+    std::int32_t status;     // 0
+    std::int32_t first[3];   // 4   the server's version
+    std::int32_t second[3];  // 16
+    std::int32_t third;      // 28
+};
+static_assert(Layout<VersionReply>);
+static_assert(sizeof(VersionReply) == 32);
+static_assert(offsetof(VersionReply, status) == 0);
+static_assert(offsetof(VersionReply, first) == 4);
+static_assert(offsetof(VersionReply, second) == 16);
+static_assert(offsetof(VersionReply, third) == 28);
 
 struct NumberReply {
     std::int32_t status;  // 0
@@ -316,7 +344,7 @@ static_assert(offsetof(ChannelGainReply, gain) == 8);
 struct InputGainReply {
     std::int32_t status;  // 0
     float left;           // 4   dB
-    float right;          // 8
+    float right;          // 8  dB
 };
 static_assert(sizeof(InputGainReply) == 12);
 static_assert(offsetof(InputGainReply, left) == 4);

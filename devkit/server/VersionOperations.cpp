@@ -3,8 +3,7 @@
 
 #include "devkit/server/base/Version.h"
 #include "devkit/server/requests/Operations.h"
-#include "wire/Settings.h"
-#include "wire/Stream.h"
+#include "devkit/server/settings/SettingOperation.h"
 
 #include <algorithm>
 #include <array>
@@ -18,8 +17,9 @@ std::int32_t getServerVersions(Call&, const wire::FunctionRequest&, wire::Versio
 }
 
 constexpr std::array OPERATIONS = {
-    operation<&getServerVersions>(wire::VersionFunction::GetServerVersions, "getServerVersions"),
+    setting<wire::VersionFunction::GetServerVersions, &getServerVersions>(),
 };
+static_assert(answersAll(OPERATIONS, wire::VERSION_SETTINGS));
 
 }  // namespace
 

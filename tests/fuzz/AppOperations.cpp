@@ -23,7 +23,6 @@ public:
         for (std::uint32_t i = 0; i < mSize; ++i)
             mWords[sizeof mSize + i] = static_cast<std::uint8_t>(i);
     }
-    [[nodiscard]] std::uint32_t size() const { return mSize; }
     [[nodiscard]] audio::effect_param_t& get() {
         return *reinterpret_cast<audio::effect_param_t*>(mWords.get());
     }
@@ -100,9 +99,8 @@ void setEffectParameter(A& app, Input& in, Peer&) {
     app.setEffectParameter(tag, in.text(), block.get());
 }
 
-void getEffectParameter(A& app, Input& in, Peer& peer) {
+void getEffectParameter(A& app, Input& in, Peer&) {
     EffectBlock block(in);
-    peer.wants(block.size() + 8);
     const char* const tag = in.tag();
     app.getEffectParameter(tag, in.text(), block.get());
 }
@@ -113,9 +111,8 @@ void setCaptureEffect(R& record, Input& in, Peer&) {
     record.set(tag, in.orNull(in.text()), block.get());
 }
 
-void getCaptureEffect(R& record, Input& in, Peer& peer) {
+void getCaptureEffect(R& record, Input& in, Peer&) {
     EffectBlock block(in);
-    peer.wants(block.size() + 8);
     const char* const tag = in.orNull(in.tag());
     record.get(tag, in.orNull(in.text()), block.get());
 }
@@ -125,69 +122,74 @@ void getCaptureEffect(R& record, Input& in, Peer& peer) {
 const std::vector<Operation<ClientAppSetting>>& operationsOf(const ClientAppSetting*) {
     using namespace audio;
     static const std::vector<Operation<ClientAppSetting>> OPERATIONS = {
-        {"setFilter", 0, true, withNull<audio_filter_parameter_t, &A::setFilter>},
-        {"getFilter", 0, true, withNull<audio_filter_parameter_t, &A::getFilter>},
-        {"setBassTreble", 0, true, withNull<audio_bt_parameter_t, &A::setBassTreble>},
-        {"getBassTreble", 0, true, withNull<audio_bt_parameter_t, &A::getBassTreble>},
-        {"setLoudness", 0, true, withNull<audio_loudness_parameter_t, &A::setLoudness>},
-        {"setLoudness(extended)", 0, true,
+        {"setFilter", Requests::NONE, withNull<audio_filter_parameter_t, &A::setFilter>},
+        {"getFilter", Requests::NONE, withNull<audio_filter_parameter_t, &A::getFilter>},
+        {"setBassTreble", Requests::NONE, withNull<audio_bt_parameter_t, &A::setBassTreble>},
+        {"getBassTreble", Requests::NONE, withNull<audio_bt_parameter_t, &A::getBassTreble>},
+        {"setLoudness", Requests::NONE, withNull<audio_loudness_parameter_t, &A::setLoudness>},
+        {"setLoudness(extended)", Requests::NONE,
          withNull<audio_ext_loudness_parameter_t, &A::setLoudness>},
-        {"getLoudness", 0, true, withNull<audio_loudness_parameter_t, &A::getLoudness>},
-        {"setEqualizer(old)", 0, true, withNull<audio_eq_parameter_t, &A::setEqualizer>},
-        {"getEqualizer(old)", 0, true, withNull<audio_eq_parameter_t, &A::getEqualizer>},
-        {"getEqualizerQValueTable", 0, true,
+        {"getLoudness", Requests::NONE, withNull<audio_loudness_parameter_t, &A::getLoudness>},
+        {"setEqualizer(old)", Requests::NONE, withNull<audio_eq_parameter_t, &A::setEqualizer>},
+        {"getEqualizer(old)", Requests::NONE, withNull<audio_eq_parameter_t, &A::getEqualizer>},
+        {"getEqualizerQValueTable", Requests::NONE,
          withNull<audio_eq_qvalue_table_t, &A::getEqualizerQValueTable>},
-        {"getEqualizerCfTable", 0, true, withNull<audio_eq_cf_table_t, &A::getEqualizerCfTable>},
-        {"getEqualizerSpectrum", 20, true,
+        {"getEqualizerCfTable", Requests::NONE,
+         withNull<audio_eq_cf_table_t, &A::getEqualizerCfTable>},
+        {"getEqualizerSpectrum", Requests::ONE,
          callRecord<audio_eq_spectrum_t, &A::getEqualizerSpectrum>},
-        {"enableDps", 0, true, call<&A::enableDps>},
-        {"disableDps", 0, true, call<&A::disableDps>},
-        {"setDpsProfile", 0, true,
+        {"enableDps", Requests::NONE, call<&A::enableDps>},
+        {"disableDps", Requests::NONE, call<&A::disableDps>},
+        {"setDpsProfile", Requests::NONE,
          [](A& a, Input& in, Peer&) { a.setDpsProfile(in.enumerator<audio_dps_profile_id_e>()); }},
-        {"enableDpsStereoCtrl", 0, true, call<&A::enableDpsStereoCtrl>},
-        {"disableDpsStereoCtrl", 0, true, call<&A::disableDpsStereoCtrl>},
-        {"setDpsUserGain", 0, true, [](A& a, Input& in, Peer&) { a.setDpsUserGain(in.gain()); }},
-        {"getDpsUserGain", 0, true, withNull<float, &A::getDpsUserGain>},
-        {"setDpsUserEq", 0, true, withNull<audio_dps_user_eq_parameter_t, &A::setDpsUserEq>},
-        {"getDpsUserEq", 0, true, withNull<audio_dps_user_eq_parameter_t, &A::getDpsUserEq>},
-        {"setQualityOfSound", 0, true, withNull<audio_sound_quality_t, &A::setQualityOfSound>},
-        {"getQualityOfSound", 0, true, withNull<audio_sound_quality_t, &A::getQualityOfSound>},
-        {"setSpeakerDelay", 4, true, setSpeakerDelay},
-        {"getSpeakerDelay", 8, true, getSpeakerDelay},
-        {"setQualityOfAEC", 4, true,
+        {"enableDpsStereoCtrl", Requests::NONE, call<&A::enableDpsStereoCtrl>},
+        {"disableDpsStereoCtrl", Requests::NONE, call<&A::disableDpsStereoCtrl>},
+        {"setDpsUserGain", Requests::NONE,
+         [](A& a, Input& in, Peer&) { a.setDpsUserGain(in.gain()); }},
+        {"getDpsUserGain", Requests::NONE, withNull<float, &A::getDpsUserGain>},
+        {"setDpsUserEq", Requests::NONE, withNull<audio_dps_user_eq_parameter_t, &A::setDpsUserEq>},
+        {"getDpsUserEq", Requests::NONE, withNull<audio_dps_user_eq_parameter_t, &A::getDpsUserEq>},
+        {"setQualityOfSound", Requests::NONE,
+         withNull<audio_sound_quality_t, &A::setQualityOfSound>},
+        {"getQualityOfSound", Requests::NONE,
+         withNull<audio_sound_quality_t, &A::getQualityOfSound>},
+        {"setSpeakerDelay", Requests::ONE, setSpeakerDelay},
+        {"getSpeakerDelay", Requests::ONE, getSpeakerDelay},
+        {"setQualityOfAEC", Requests::ONE,
          [](A& a, Input& in, Peer&) { a.setQualityOfAEC(in.enumerator<audio_aec_quality_e>()); }},
-        {"getQualityOfAEC", 8, true, getQualityOfAEC},
-        {"setUplinkConfig", 0, true, withNull<audio_uplink_config_t, &A::setUplinkConfig>},
-        {"setEqualizerType", 0, true,
+        {"getQualityOfAEC", Requests::ONE, getQualityOfAEC},
+        {"setUplinkConfig", Requests::NONE, withNull<audio_uplink_config_t, &A::setUplinkConfig>},
+        {"setEqualizerType", Requests::NONE,
          [](A& a, Input& in, Peer&) { a.setEqualizerType(in.enumerator<audio_eq_type>()); }},
-        {"enableByPassMode", 4, true, call<&A::enableByPassMode>},
-        {"disableByPassMode", 4, true, call<&A::disableByPassMode>},
-        {"setEqualizer", 4, true, callRecord<audio_ext_eq_parameter_t, &A::setEqualizer>},
-        {"getEqualizer", 568, true, callRecord<audio_ext_eq_parameter_t, &A::getEqualizer>},
-        {"setDownlinkDelayEstimation", 4, true, call<&A::setDownlinkDelayEstimation>},
-        {"getDownlinkDelayEstimation", 8, true, getDownlinkDelayEstimation},
-        {"setSurround", 0, true, [](A& a, Input& in, Peer&) { a.setSurround(in.flag()); }},
-        {"setDuplexOfAEC", 4, true, setNumber<&A::setDuplexOfAEC>},
-        {"getDuplexOfAEC", 8, true, getNumber<&A::getDuplexOfAEC>},
-        {"setNRAttenuation", 4, true, setNumber<&A::setNRAttenuation>},
-        {"getNRAttenuation", 8, true, getNumber<&A::getNRAttenuation>},
-        {"setNLPConfig", 4, true, callRecord<audio_nlp_config_t, &A::setNLPConfig>},
-        {"getNLPConfig", 20, true, callRecord<audio_nlp_config_t, &A::getNLPConfig>},
-        {"setHandsfreeEQ", 4, true, callRecord<audio_handsfree_eq_t, &A::setHandsfreeEQ>},
-        {"getHandsfreeEQ", 108, true, callRecord<audio_handsfree_eq_t, &A::getHandsfreeEQ>},
-        {"setDACGainControl", 4, true, callRecord<audio_dacgain_ctrl_t, &A::setDACGainControl>},
-        {"setDACSampleRateCtrl", 0, true,
+        {"enableByPassMode", Requests::ONE, call<&A::enableByPassMode>},
+        {"disableByPassMode", Requests::ONE, call<&A::disableByPassMode>},
+        {"setEqualizer", Requests::ONE, callRecord<audio_ext_eq_parameter_t, &A::setEqualizer>},
+        {"getEqualizer", Requests::ONE, callRecord<audio_ext_eq_parameter_t, &A::getEqualizer>},
+        {"setDownlinkDelayEstimation", Requests::ONE, call<&A::setDownlinkDelayEstimation>},
+        {"getDownlinkDelayEstimation", Requests::ONE, getDownlinkDelayEstimation},
+        {"setSurround", Requests::NONE, [](A& a, Input& in, Peer&) { a.setSurround(in.flag()); }},
+        {"setDuplexOfAEC", Requests::ONE, setNumber<&A::setDuplexOfAEC>},
+        {"getDuplexOfAEC", Requests::ONE, getNumber<&A::getDuplexOfAEC>},
+        {"setNRAttenuation", Requests::ONE, setNumber<&A::setNRAttenuation>},
+        {"getNRAttenuation", Requests::ONE, getNumber<&A::getNRAttenuation>},
+        {"setNLPConfig", Requests::ONE, callRecord<audio_nlp_config_t, &A::setNLPConfig>},
+        {"getNLPConfig", Requests::ONE, callRecord<audio_nlp_config_t, &A::getNLPConfig>},
+        {"setHandsfreeEQ", Requests::ONE, callRecord<audio_handsfree_eq_t, &A::setHandsfreeEQ>},
+        {"getHandsfreeEQ", Requests::ONE, callRecord<audio_handsfree_eq_t, &A::getHandsfreeEQ>},
+        {"setDACGainControl", Requests::ONE,
+         callRecord<audio_dacgain_ctrl_t, &A::setDACGainControl>},
+        {"setDACSampleRateCtrl", Requests::NONE,
          [](A& a, Input& in, Peer&) {
              a.setDACSampleRateCtrl(in.enumerator<audio_int_dac_sample_rate_e>());
          }},
-        {"getOutPutDataEnergy", 20, true,
+        {"getOutPutDataEnergy", Requests::ONE,
          callRecord<audio_out_data_energy_t, &A::getOutPutDataEnergy>},
-        {"setReverbMode", 4, true,
+        {"setReverbMode", Requests::ONE,
          [](A& a, Input& in, Peer&) { a.setReverbMode(in.enumerator<audio_reverb_mode_e>()); }},
-        {"setEffectEnabled", 4, true, setEffectEnabled},
-        {"getEffectEnabled", 8, true, getEffectEnabled},
-        {"setEffectParameter", 4, true, setEffectParameter},
-        {"getEffectParameter", 8, true, getEffectParameter},
+        {"setEffectEnabled", Requests::ONE, setEffectEnabled},
+        {"getEffectEnabled", Requests::ONE, getEffectEnabled},
+        {"setEffectParameter", Requests::ONE, setEffectParameter},
+        {"getEffectParameter", Requests::ONE, getEffectParameter},
     };
     return OPERATIONS;
 }
@@ -195,8 +197,8 @@ const std::vector<Operation<ClientAppSetting>>& operationsOf(const ClientAppSett
 const std::vector<Operation<ClientAudioRecordControl>>& operationsOf(
     const ClientAudioRecordControl*) {
     static const std::vector<Operation<ClientAudioRecordControl>> OPERATIONS = {
-        {"set", 4, true, setCaptureEffect},
-        {"get", 8, true, getCaptureEffect},
+        {"set", Requests::ONE, setCaptureEffect},
+        {"get", Requests::ONE, getCaptureEffect},
     };
     return OPERATIONS;
 }

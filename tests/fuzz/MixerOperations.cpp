@@ -39,21 +39,22 @@ void getUpMixMode(M& mixer, Input& in, Peer&) {
 
 const std::vector<Operation<ClientMixerSetting>>& operationsOf(const ClientMixerSetting*) {
     static const std::vector<Operation<ClientMixerSetting>> OPERATIONS = {
-        {"setUpMixMode", 4, true,
+        {"setUpMixMode", Requests::ONE,
          [](M& m, Input& in, Peer&) { m.setUpMixMode(in.number<unsigned>()); }},
-        {"mixExtGps", 4, true, [](M& m, Input& in, Peer&) { m.mixExtGps(in.number<unsigned>()); }},
-        {"setGpsMixerGain(steps)", 4, true, setSteps<&M::setGpsMixerGain>},
-        {"setGpsMixerGain(matrix)", 4, true, setMatrix<&M::setGpsMixerGain>},
-        {"setEffectMixerGain(steps)", 0, true, setSteps<&M::setEffectMixerGain>},
-        {"setEffectMixerGain(matrix)", 0, true, setMatrix<&M::setEffectMixerGain>},
-        {"setAlternativeAudioMixerGain(steps)", 4, true,
+        {"mixExtGps", Requests::ONE,
+         [](M& m, Input& in, Peer&) { m.mixExtGps(in.number<unsigned>()); }},
+        {"setGpsMixerGain(steps)", Requests::ONE, setSteps<&M::setGpsMixerGain>},
+        {"setGpsMixerGain(matrix)", Requests::ONE, setMatrix<&M::setGpsMixerGain>},
+        {"setEffectMixerGain(steps)", Requests::NONE, setSteps<&M::setEffectMixerGain>},
+        {"setEffectMixerGain(matrix)", Requests::NONE, setMatrix<&M::setEffectMixerGain>},
+        {"setAlternativeAudioMixerGain(steps)", Requests::ONE,
          setSteps<&M::setAlternativeAudioMixerGain>},
-        {"setAlternativeAudioMixerGain(matrix)", 4, true,
+        {"setAlternativeAudioMixerGain(matrix)", Requests::ONE,
          setMatrix<&M::setAlternativeAudioMixerGain>},
-        {"mixRearAudioWithFrontAudio", 0, true,
+        {"mixRearAudioWithFrontAudio", Requests::NONE,
          [](M& m, Input& in, Peer&) { m.mixRearAudioWithFrontAudio(in.flag()); }},
-        {"setHwAlternativeAudioMixerWithMain", 4, true, mixInHardware},
-        {"getUpMixMode", 8, true, getUpMixMode},
+        {"setHwAlternativeAudioMixerWithMain", Requests::ONE, mixInHardware},
+        {"getUpMixMode", Requests::ONE, getUpMixMode},
     };
     return OPERATIONS;
 }

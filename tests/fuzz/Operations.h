@@ -16,12 +16,14 @@
 
 namespace cabinaudio::fuzz {
 
+/// How many requests an operation makes.
+enum class Requests { NONE, ONE, SEVERAL };
+
 /// One operation with arguments out of the input.
 template <typename Client>
 struct Operation {
     const char* name;
-    std::uint32_t reply;  ///< bytes of each reply's body; 0: the operation or invoke() tells
-    bool single;          ///< at most one request
+    Requests requests;
     void (*invoke)(Client& client, Input& input, Peer& peer);
 };
 

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/fuzz/Peer.h"
 
+#include "tests/fuzz/Demand.h"
 #include "tests/fuzz/Input.h"
 #include "wire/Frame.h"
+#include "wire/Settings.h"
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -19,6 +21,8 @@ namespace cabinaudio::fuzz {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+
+constexpr auto SETTINGS = wire::settingRows();
 
 int checked(int result, const char* what) {
     if (result >= 0) return result;
@@ -89,6 +93,25 @@ bool receiveMessage(int connection, audio_param& header, Bytes& payload) {
     return receive(connection, payload.data(), payload.size());
 }
 
+std::uint32_t wordOf(const Bytes& payload, std::size_t at) {
+    std::uint32_t word = 0;
+    demand(payload.size() >= at + sizeof word, "a request has all its fields");
+    std::memcpy(&word, payload.data() + at, sizeof word);
+    return word;
+}
+
+/// Bytes of the reply that the client wants.
+std::uint32_t bodySize(std::uint32_t type, const Bytes& payload) {
+    for (const wire::SettingRow& row : SETTINGS) {
+        if (row.connection != type || row.id != wordOf(payload, 0)) continue;
+        const auto size = static_cast<std::uint32_t>(row.replySize);
+        return row.returnsBlock ? size + wordOf(payload, offsetof(wire::EffectRequest, size))
+                                : size;
+    }
+    demand(false, "the catalogue has every function that is asked for");
+    return 0;
+}
+
 }  // namespace
 
 Listener::Listener()
@@ -123,22 +146,21 @@ Peer::~Peer() {
     mThread.join();
 }
 
-void Peer::prepare(const Script& script, std::uint32_t size, bool mayClose) {
+void Peer::prepare(const Script& script, bool mayClose) {
     const std::lock_guard lock(mLock);
     mScript = script;
-    mSize = size;
     mMayClose = mayClose;
-    mAnswered = 0;
-}
-
-void Peer::wants(std::uint32_t size) {
-    const std::lock_guard lock(mLock);
-    mSize = size;
+    mFunctions.clear();
 }
 
 unsigned Peer::answered() const {
     const std::lock_guard lock(mLock);
-    return mAnswered;
+    return static_cast<unsigned>(mFunctions.size());
+}
+
+std::vector<Function> Peer::functions() const {
+    const std::lock_guard lock(mLock);
+    return mFunctions;
 }
 
 bool Peer::isClosing() const {
@@ -156,7 +178,7 @@ void Peer::run(const Listener& listener) {
             appendFrame(mAnswer, HEADER_REPLY, seed);
             append(mAnswer, wire::RegistrationReply{0, 1});
         } else {
-            answer();
+            answer(header.type);
         }
         if (::send(connection, mAnswer.data(), mAnswer.size(), MSG_NOSIGNAL) < 0) break;
     }
@@ -164,9 +186,10 @@ void Peer::run(const Listener& listener) {
 }
 
 /// Answers a request, with what comes before and behind.
-void Peer::answer() {
+void Peer::answer(std::uint32_t type) {
     const std::lock_guard lock(mLock);
-    ++mAnswered;
+    const std::uint32_t size = bodySize(type, mPayload);
+    mFunctions.emplace_back(type, wordOf(mPayload, 0));
     Manner manner = mScript.manner;
     if (closes(manner) && !mMayClose) manner = Manner::Whole;
     mIsClosing = closes(manner);
@@ -177,7 +200,7 @@ void Peer::answer() {
             appendFrame(mAnswer, HEADER_NOTIFY, seed);
     appendFrame(mAnswer, HEADER_REPLY, seed);
     if (manner == Manner::ClosedBeforeBody) return;
-    appendBody(mAnswer, mScript, manner == Manner::Short ? 1 + step(seed) % mSize : mSize, seed);
+    appendBody(mAnswer, mScript, manner == Manner::Short ? 1 + step(seed) % size : size, seed);
     if (manner == Manner::ThenNoise) appendBody(mAnswer, mScript, sizeof(SocketFrameHeader), seed);
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <mutex>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace cabinaudio::fuzz {
@@ -46,6 +47,9 @@ struct Script {
     std::uint32_t seed = 0;
 };
 
+/// Connection type and function id.
+using Function = std::pair<std::uint32_t, std::uint32_t>;
+
 /// The server's side of one connection: a thread that answers by its script.
 class Peer {
 public:
@@ -56,27 +60,26 @@ public:
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
 
-    /// What comes next, for an operation that wants bodies of `size` bytes.
+    /// How the next operation's requests are answered. The catalogue has the sizes of the bodies.
     /// @param mayClose  only after the operation's last request: the next one would wait for ever
-    void prepare(const Script& script, std::uint32_t size, bool mayClose);
-    /// Changes the size, where the operation's arguments decide it.
-    void wants(std::uint32_t size);
+    void prepare(const Script& script, bool mayClose);
 
     /// Requests that were answered since prepare().
     [[nodiscard]] unsigned answered() const;
+    /// Their functions.
+    [[nodiscard]] std::vector<Function> functions() const;
     /// Whether the connection has ended, or ends without further ado.
     [[nodiscard]] bool isClosing() const;
 
 private:
     void run(const Listener& listener);
-    void answer();
+    void answer(std::uint32_t type);
 
     mutable std::mutex mLock;
     Script mScript;
-    std::uint32_t mSize = 0;
     bool mMayClose = false;
     bool mIsClosing = false;
-    unsigned mAnswered = 0;
+    std::vector<Function> mFunctions;    // answered since prepare()
     std::vector<std::uint8_t> mPayload;  // of the thread; here, where leak checks find them
     std::vector<std::uint8_t> mAnswer;
     std::thread mThread;  // the last member: it uses the others

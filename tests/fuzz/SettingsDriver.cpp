@@ -29,11 +29,15 @@ public:
     }
     [[nodiscard]] std::uint64_t answers(std::size_t index) const { return mAnswers[index]; }
 
+    [[nodiscard]] const std::set<Function>& functions() const { return mFunctions; }
+
     void perform(std::size_t index, Input& input) {
         const Operation<Client>& operation = mOperations[index];
-        mPeer->prepare(Script(input), operation.reply, operation.single);
+        mPeer->prepare(Script(input), operation.requests != Requests::SEVERAL);
         operation.invoke(*mClient, input, *mPeer);
         if (mPeer->answered() != 0) ++mAnswers[index];
+        for (const Function& function : mPeer->functions())
+            mFunctions.insert(function);
         if (mPeer->isClosing()) renew();
     }
 
@@ -48,6 +52,7 @@ private:
     const Listener& mListener;
     const std::vector<Operation<Client>>& mOperations;
     std::vector<std::uint64_t> mAnswers;
+    std::set<Function> mFunctions;
     std::optional<Peer> mPeer;
     std::optional<Client> mClient;
 };
@@ -103,6 +108,15 @@ std::vector<std::uint64_t> SettingsDriver::answers() const {
     return answers;
 }
 
+std::set<Function> SettingsDriver::functions() const {
+    std::set<Function> all;
+    for (std::size_t i = 0; i < mConnections->size(); ++i)
+        mConnections->at(i, [&all](const auto& connection, std::size_t) {
+            all.insert(connection.functions().begin(), connection.functions().end());
+        });
+    return all;
+}
+
 const char* SettingsDriver::nameOf(std::size_t operation) const {
     const char* name = nullptr;
     mConnections->at(operation, [&name](const auto& connection, std::size_t place) {
@@ -114,7 +128,7 @@ const char* SettingsDriver::nameOf(std::size_t operation) const {
 bool SettingsDriver::hasEffect(std::size_t operation) const {
     bool hasEffect = false;
     mConnections->at(operation, [&hasEffect](const auto& connection, std::size_t place) {
-        hasEffect = connection.operation(place).reply != 0;
+        hasEffect = connection.operation(place).requests != Requests::NONE;
     });
     return hasEffect;
 }

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tests/fuzz/Peer.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <vector>
 
 namespace cabinaudio::fuzz {
@@ -26,6 +29,8 @@ public:
     /// For each operation how often it was answered; and how many have no answer, being without
     /// effect.
     [[nodiscard]] std::vector<std::uint64_t> answers() const;
+    /// The functions that were answered.
+    [[nodiscard]] std::set<Function> functions() const;
     [[nodiscard]] const char* nameOf(std::size_t operation) const;
     [[nodiscard]] bool hasEffect(std::size_t operation) const;
 

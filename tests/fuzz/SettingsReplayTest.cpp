@@ -2,6 +2,7 @@
 //
 // What the fuzzer does, with pseudo-random bytes and on every platform: the same ones in each run.
 #include "tests/fuzz/SettingsDriver.h"
+#include "wire/Settings.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +13,7 @@
 namespace {
 
 using cabinaudio::fuzz::SettingsDriver;
+namespace wire = cabinaudio::wire;
 
 constexpr int INPUTS = 20000;
 constexpr std::size_t LONGEST = 160;
@@ -33,6 +35,11 @@ TEST(EveryOperationOfTheSettings, SurvivesPseudoRandomReplies) {
             EXPECT_GE(answers[i], 10U) << driver.nameOf(i);
         else
             EXPECT_EQ(answers[i], 0U) << driver.nameOf(i);
+    }
+    const auto functions = driver.functions();
+    for (const wire::SettingRow& row : wire::settingRows()) {
+        if (row.connection == AUDIO_CONNECT_VERSION_SETTING) continue;
+        EXPECT_EQ(functions.count({row.connection, row.id}), 1U) << row.name << " " << row.id;
     }
 }
 

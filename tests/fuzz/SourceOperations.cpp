@@ -16,11 +16,6 @@ using audio::audio_input_select_pin_e;
 using audio::audio_output_src_parameter_t;
 using audio::audio_output_src_tag_e;
 
-constexpr std::uint32_t NAME = 4 + 64;
-constexpr std::uint32_t NAMES = 8 + 32 * 64;
-constexpr std::uint32_t TRACKS = 8 + 32 * 200;
-constexpr std::uint32_t OUTPUT_TRACKS = 8 + 20 * 52;
-
 /// A function of two texts, each of which may be null.
 template <int (S::*SET)(const char*, const char*)>
 void setName(S& source, Input& in, Peer&) {
@@ -132,76 +127,76 @@ const std::vector<Operation<ClientSourceSetting>>& operationsOf(const ClientSour
     using audio::audio_dac_output_mapping_tbl_t;
     using audio::audio_i2s_output_mapping_tbl_t;
     static const std::vector<Operation<ClientSourceSetting>> OPERATIONS = {
-        {"setOutPutSource", 4, true, setName<&S::setOutPutSource>},
-        {"getOutPutSource", NAME, true, getName<&S::getOutPutSource>},
-        {"getActiveTracksName", NAMES, true, getActiveTracksName},
-        {"getTrackStreamType", NAME, true, getTrackStreamType},
-        {"setInputDestination", 4, true, setName<&S::setInputDestination>},
-        {"getInputDestination", NAME, true,
+        {"setOutPutSource", Requests::ONE, setName<&S::setOutPutSource>},
+        {"getOutPutSource", Requests::ONE, getName<&S::getOutPutSource>},
+        {"getActiveTracksName", Requests::ONE, getActiveTracksName},
+        {"getTrackStreamType", Requests::ONE, getTrackStreamType},
+        {"setInputDestination", Requests::ONE, setName<&S::setInputDestination>},
+        {"getInputDestination", Requests::ONE,
          [](S& s, Input& in, Peer& peer) {
              if (in.flag())
                  s.getInputDestination("uplink");
              else
                  getName<&S::getInputDestination>(s, in, peer);
          }},
-        {"dumpOutPutSourceList", 4, true, callTag<&S::dumpOutPutSourceList>},
-        {"dumpInputDestinationList", 4, true, callTag<&S::dumpInputDestinationList>},
-        {"setInputMuxPin", 4, true, setPin<&S::setInputMuxPin>},
-        {"getInputMuxPin", 8, true, getPin<&S::getInputMuxPin>},
-        {"setExtAdcEnable", 0, true,
+        {"dumpOutPutSourceList", Requests::ONE, callTag<&S::dumpOutPutSourceList>},
+        {"dumpInputDestinationList", Requests::ONE, callTag<&S::dumpInputDestinationList>},
+        {"setInputMuxPin", Requests::ONE, setPin<&S::setInputMuxPin>},
+        {"getInputMuxPin", Requests::ONE, getPin<&S::getInputMuxPin>},
+        {"setExtAdcEnable", Requests::NONE,
          [](S& s, Input& in, Peer&) {
              s.setExtAdcEnable(in.enumerator<audio_input_mux_id_e>(), 'x');
          }},
-        {"setDacOutPutMapping", 4, true,
+        {"setDacOutPutMapping", Requests::ONE,
          callRecord<audio_dac_output_mapping_tbl_t, &S::setDacOutPutMapping>},
-        {"getDacOutPutMapping", 28, true,
+        {"getDacOutPutMapping", Requests::ONE,
          callRecord<audio_dac_output_mapping_tbl_t, &S::getDacOutPutMapping>},
-        {"setI2sOutPutMapping", 4, true,
+        {"setI2sOutPutMapping", Requests::ONE,
          callRecord<audio_i2s_output_mapping_tbl_t, &S::setI2sOutPutMapping>},
-        {"getI2sOutPutMapping", 36, true,
+        {"getI2sOutPutMapping", Requests::ONE,
          callRecord<audio_i2s_output_mapping_tbl_t, &S::getI2sOutPutMapping>},
-        {"setAdcLeftRightSwitch", 4, true, setFlag<&S::setAdcLeftRightSwitch>},
-        {"setMainAudioSpeakerTestPattern(pattern)", 4, true,
+        {"setAdcLeftRightSwitch", Requests::ONE, setFlag<&S::setAdcLeftRightSwitch>},
+        {"setMainAudioSpeakerTestPattern(pattern)", Requests::ONE,
          [](S& s, Input& in, Peer&) {
              const auto channel = in.enumerator<audio_channel_idx_e>();
              s.setMainAudioSpeakerTestPattern(channel,
                                               in.enumerator<audio::audio_speaker_test_pattern_e>());
          }},
-        {"setMainAudioSpeakerTestPattern(int)", 4, true,
+        {"setMainAudioSpeakerTestPattern(int)", Requests::ONE,
          [](S& s, Input& in, Peer&) {
              const auto channel = in.enumerator<audio_channel_idx_e>();
              s.setMainAudioSpeakerTestPattern(channel, int{in.number<std::uint16_t>()});
          }},
-        {"configurePcmHwInterface", 4, true,
+        {"configurePcmHwInterface", Requests::ONE,
          callRecord<audio::audio_pcm_hw_intf_cfg_t, &S::configurePcmHwInterface>},
-        {"enablePcmHwInterface", 4, true, setFlag<&S::enablePcmHwInterface>},
-        {"setSpeakerOutPut", 4, true, setState<audio_channel_idx_e, &S::setSpeakerOutPut>},
-        {"getActivedSourceNumber", 8, true, callTag<&S::getActivedSourceNumber>},
-        {"setHandsfreeDelay", 4, true, setNumber<&S::setHandsfreeDelay>},
-        {"setSamplerateCapability", 4, true,
+        {"enablePcmHwInterface", Requests::ONE, setFlag<&S::enablePcmHwInterface>},
+        {"setSpeakerOutPut", Requests::ONE, setState<audio_channel_idx_e, &S::setSpeakerOutPut>},
+        {"getActivedSourceNumber", Requests::ONE, callTag<&S::getActivedSourceNumber>},
+        {"setHandsfreeDelay", Requests::ONE, setNumber<&S::setHandsfreeDelay>},
+        {"setSamplerateCapability", Requests::ONE,
          [](S& s, Input& in, Peer&) {
              s.setSamplerateCapability(
                  static_cast<audio::audio_samplerate_capability_e>(in.number<std::int8_t>() % 8));
          }},
-        {"setAdcPrcMode", 0, true, setFlag<&S::setAdcPrcMode>},
-        {"setI2sFormatAndConfig", 4, true, setI2sFormat},
-        {"setAdcPinIntoGPIO", 0, true, setFlag<&S::setAdcPinIntoGPIO>},
-        {"getOutPutTrackInfoList", OUTPUT_TRACKS, true, getOutputTracks},
-        {"getHWSignalEnergy", 8, true, getSignalEnergy},
-        {"setAlterLatency", 0, true, setNumber<&S::setAlterLatency>},
-        {"setHwAutoRampMode", 4, true, setFlag<&S::setHwAutoRampMode>},
-        {"getSpeakerOutPut", 8, true, getSpeakerOutPut},
-        {"getActiveTracksInfo", TRACKS, true, getActiveTracks},
-        {"selectSource", 4, true,
+        {"setAdcPrcMode", Requests::NONE, setFlag<&S::setAdcPrcMode>},
+        {"setI2sFormatAndConfig", Requests::ONE, setI2sFormat},
+        {"setAdcPinIntoGPIO", Requests::NONE, setFlag<&S::setAdcPinIntoGPIO>},
+        {"getOutPutTrackInfoList", Requests::ONE, getOutputTracks},
+        {"getHWSignalEnergy", Requests::ONE, getSignalEnergy},
+        {"setAlterLatency", Requests::NONE, setNumber<&S::setAlterLatency>},
+        {"setHwAutoRampMode", Requests::ONE, setFlag<&S::setHwAutoRampMode>},
+        {"getSpeakerOutPut", Requests::ONE, getSpeakerOutPut},
+        {"getActiveTracksInfo", Requests::ONE, getActiveTracks},
+        {"selectSource", Requests::ONE,
          [](S& s, Input& in, Peer&) {
              const auto seat = in.enumerator<audio_seat_id_e>();
              s.selectSource(seat, in.enumerator<audio_source_id_e>());
          }},
-        {"setFrontAudioState", 4, true, setState<audio_seat_state_e, &S::setFrontAudioState>},
-        {"setRearAudioState", 4, true, setState<audio_seat_state_e, &S::setRearAudioState>},
-        {"setAdcMuxPin", 4, true, setPin<&S::setAdcMuxPin>},
-        {"getAdcMuxPin", 8, true, getPin<&S::getAdcMuxPin>},
-        {"getOutputTrackInfo", OUTPUT_TRACKS, true, getOutputTrackInfo},
+        {"setFrontAudioState", Requests::ONE, setState<audio_seat_state_e, &S::setFrontAudioState>},
+        {"setRearAudioState", Requests::ONE, setState<audio_seat_state_e, &S::setRearAudioState>},
+        {"setAdcMuxPin", Requests::ONE, setPin<&S::setAdcMuxPin>},
+        {"getAdcMuxPin", Requests::ONE, getPin<&S::getAdcMuxPin>},
+        {"getOutputTrackInfo", Requests::ONE, getOutputTrackInfo},
     };
     return OPERATIONS;
 }

@@ -151,105 +151,106 @@ void getStreamTypeGain(V& volume, Input& in, Peer&) {
 
 const std::vector<Operation<ClientVolumeSetting>>& operationsOf(const ClientVolumeSetting*) {
     static const std::vector<Operation<ClientVolumeSetting>> OPERATIONS = {
-        {"setMainAudioDunkingMode", 4, true,
+        {"setMainAudioDunkingMode", Requests::ONE,
          [](V& v, Input& in, Peer&) { v.setMainAudioDunkingMode(in.number<unsigned>()); }},
-        {"setMainAudioDunkingTargetGain(unsigned char)", 4, true,
+        {"setMainAudioDunkingTargetGain(unsigned char)", Requests::ONE,
          setStep<&V::setMainAudioDunkingTargetGain>},
-        {"setMainAudioDunkingTargetGain(float)", 4, true,
+        {"setMainAudioDunkingTargetGain(float)", Requests::ONE,
          setGain<&V::setMainAudioDunkingTargetGain>},
-        {"setMasterVolume(unsigned char)", 4, true, setStep<&V::setMasterVolume>},
-        {"setMasterVolume(float)", 4, true, setGain<&V::setMasterVolume>},
-        {"getMasterVolume(unsigned char*)", 8, true, getStep<&V::getMasterVolume>},
-        {"getMasterVolume(float*)", 8, true, getGain<&V::getMasterVolume>},
-        {"setChannelGain(record)", 4, true, setChannelStep},
-        {"setChannelGain(float)", 4, true, setChannelGain},
-        {"getChannelGain(record)", 12, true, getChannelStep},
-        {"getChannelGain(float*)", 12, true, getChannelGain},
-        {"setTrackVolume(unsigned char)", 4, true, setTrackStep},
-        {"setTrackVolume(float)", 4, true, setTrackGain},
-        {"getTrackVolume(unsigned char*)", 8, true, getTrackStep},
-        {"getTrackVolume(float*)", 8, true, getTrackGain},
-        {"setSourceLevel", 0, true,
+        {"setMasterVolume(unsigned char)", Requests::ONE, setStep<&V::setMasterVolume>},
+        {"setMasterVolume(float)", Requests::ONE, setGain<&V::setMasterVolume>},
+        {"getMasterVolume(unsigned char*)", Requests::ONE, getStep<&V::getMasterVolume>},
+        {"getMasterVolume(float*)", Requests::ONE, getGain<&V::getMasterVolume>},
+        {"setChannelGain(record)", Requests::ONE, setChannelStep},
+        {"setChannelGain(float)", Requests::ONE, setChannelGain},
+        {"getChannelGain(record)", Requests::ONE, getChannelStep},
+        {"getChannelGain(float*)", Requests::ONE, getChannelGain},
+        {"setTrackVolume(unsigned char)", Requests::ONE, setTrackStep},
+        {"setTrackVolume(float)", Requests::ONE, setTrackGain},
+        {"getTrackVolume(unsigned char*)", Requests::ONE, getTrackStep},
+        {"getTrackVolume(float*)", Requests::ONE, getTrackGain},
+        {"setSourceLevel", Requests::NONE,
          [](V& v, Input& in, Peer&) { v.setSourceLevel(nullptr, in.text(), in.gain()); }},
-        {"getSourceLevel", 0, true,
+        {"getSourceLevel", Requests::NONE,
          [](V& v, Input& in, Peer&) { v.getSourceLevel(in.text(), nullptr, nullptr); }},
-        {"mute", 4, true, [](V& v, Input& in, Peer&) { v.mute(in.orNull(in.tag()), in.flag()); }},
-        {"demute", 4, true,
+        {"mute", Requests::ONE,
+         [](V& v, Input& in, Peer&) { v.mute(in.orNull(in.tag()), in.flag()); }},
+        {"demute", Requests::ONE,
          [](V& v, Input& in, Peer&) { v.demute(in.orNull(in.tag()), in.flag()); }},
-        {"setFadeBalance", 4, false, setFadeBalance},
-        {"setUpLinkGain", 4, true,
+        {"setFadeBalance", Requests::SEVERAL, setFadeBalance},
+        {"setUpLinkGain", Requests::ONE,
          [](V& v, Input& in, Peer&) { v.setUpLinkGain(in.number<float>()); }},
-        {"setAdcPgaGain", 4, true, setConverter<&V::setAdcPgaGain>},
-        {"getAdcPgaGain", 12, true, getConverter<&V::getAdcPgaGain>},
-        {"setAdcOpGain", 4, true, setConverter<&V::setAdcOpGain>},
-        {"getAdcOpGain", 12, true, getConverter<&V::getAdcOpGain>},
-        {"setMicAnalogGain", 4, false,
+        {"setAdcPgaGain", Requests::ONE, setConverter<&V::setAdcPgaGain>},
+        {"getAdcPgaGain", Requests::ONE, getConverter<&V::getAdcPgaGain>},
+        {"setAdcOpGain", Requests::ONE, setConverter<&V::setAdcOpGain>},
+        {"getAdcOpGain", Requests::ONE, getConverter<&V::getAdcOpGain>},
+        {"setMicAnalogGain", Requests::SEVERAL,
          [](V& v, Input& in, Peer&) {
              const float left = in.gain(-24, 46);
              v.setMicAnalogGain(left, in.gain(-24, 46));
          }},
-        {"getMicAnalogGain", 12, false,
+        {"getMicAnalogGain", Requests::SEVERAL,
          [](V& v, Input& in, Peer&) {
              float left = 0;
              float right = 0;
              v.getMicAnalogGain(in.orNull(&left), in.orNull(&right));
          }},
-        {"setSecondAudioVolume(unsigned char)", 4, true, setStep<&V::setSecondAudioVolume>},
-        {"setSecondAudioVolume(float)", 4, true, setGain<&V::setSecondAudioVolume>},
-        {"getSecondAudioVolume(unsigned char*)", 8, true, getStep<&V::getSecondAudioVolume>},
-        {"getSecondAudioVolume(float*)", 8, true, getGain<&V::getSecondAudioVolume>},
-        {"setAlterAudioVolume(unsigned char)", 4, true, setStep<&V::setAlterAudioVolume>},
-        {"setAlterAudioVolume(float)", 4, true, setGain<&V::setAlterAudioVolume>},
-        {"getAlterAudioVolume(unsigned char*)", 8, true, getStep<&V::getAlterAudioVolume>},
-        {"getAlterAudioVolume(float*)", 8, true, getGain<&V::getAlterAudioVolume>},
-        {"getUpLinkGain", 8, true, getGain<&V::getUpLinkGain>},
-        {"getMuteState", 8, true,
+        {"setSecondAudioVolume(unsigned char)", Requests::ONE, setStep<&V::setSecondAudioVolume>},
+        {"setSecondAudioVolume(float)", Requests::ONE, setGain<&V::setSecondAudioVolume>},
+        {"getSecondAudioVolume(unsigned char*)", Requests::ONE, getStep<&V::getSecondAudioVolume>},
+        {"getSecondAudioVolume(float*)", Requests::ONE, getGain<&V::getSecondAudioVolume>},
+        {"setAlterAudioVolume(unsigned char)", Requests::ONE, setStep<&V::setAlterAudioVolume>},
+        {"setAlterAudioVolume(float)", Requests::ONE, setGain<&V::setAlterAudioVolume>},
+        {"getAlterAudioVolume(unsigned char*)", Requests::ONE, getStep<&V::getAlterAudioVolume>},
+        {"getAlterAudioVolume(float*)", Requests::ONE, getGain<&V::getAlterAudioVolume>},
+        {"getUpLinkGain", Requests::ONE, getGain<&V::getUpLinkGain>},
+        {"getMuteState", Requests::ONE,
          [](V& v, Input& in, Peer&) {
              bool muted = false;
              v.getMuteState(in.orNull(in.tag()), muted);
          }},
-        {"setVolumeByStreamType", 4, true,
+        {"setVolumeByStreamType", Requests::ONE,
          [](V& v, Input& in, Peer&) {
              const char* const type = in.orNull(in.text());
              v.setVolumeByStreamType(type, in.step());
          }},
-        {"getVolumeByStreamType", 8, true, getStreamTypeStep},
-        {"getStreamTypeList", 2056, true, getStreamTypeList},
-        {"duck", 4, true, [](V& v, Input& in, Peer&) { v.duck(in.number<std::int8_t>()); }},
-        {"unduck", 4, true, [](V& v, Input&, Peer&) { v.unduck(); }},
-        {"setMute", 4, true,
+        {"getVolumeByStreamType", Requests::ONE, getStreamTypeStep},
+        {"getStreamTypeList", Requests::ONE, getStreamTypeList},
+        {"duck", Requests::ONE, [](V& v, Input& in, Peer&) { v.duck(in.number<std::int8_t>()); }},
+        {"unduck", Requests::ONE, [](V& v, Input&, Peer&) { v.unduck(); }},
+        {"setMute", Requests::ONE,
          [](V& v, Input& in, Peer&) { v.setMute(in.number<unsigned>(), in.flag()); }},
-        {"setGainByStreamType", 4, true,
+        {"setGainByStreamType", Requests::ONE,
          [](V& v, Input& in, Peer&) {
              const char* const type = in.orNull(in.text());
              v.setGainByStreamType(type, in.gain());
          }},
-        {"getGainByStreamType", 8, true, getStreamTypeGain},
-        {"startMicGainCalibration", 4, true,
+        {"getGainByStreamType", Requests::ONE, getStreamTypeGain},
+        {"startMicGainCalibration", Requests::ONE,
          [](V& v, Input&, Peer&) { v.startMicGainCalibration(); }},
-        {"getMicGainCalibrationResult", 12, true,
+        {"getMicGainCalibrationResult", Requests::ONE,
          [](V& v, Input&, Peer&) {
              int result = 0;
              float gain = 0;
              v.getMicGainCalibrationResult(result, gain);
          }},
-        {"setTrackChannelGain", 4, true, setTrackChannelGain},
-        {"setMasterVolumeRampDuration", 4, true,
+        {"setTrackChannelGain", Requests::ONE, setTrackChannelGain},
+        {"setMasterVolumeRampDuration", Requests::ONE,
          [](V& v, Input& in, Peer&) {
              const auto first = in.number<float>();
              v.setMasterVolumeRampDuration(first, in.number<float>());
          }},
-        {"getMasterVolumeRampDuration", 12, true,
+        {"getMasterVolumeRampDuration", Requests::ONE,
          [](V& v, Input&, Peer&) {
              float first = 0;
              float second = 0;
              v.getMasterVolumeRampDuration(first, second);
          }},
-        {"mute(unsigned)", 4, true,
+        {"mute(unsigned)", Requests::ONE,
          [](V& v, Input& in, Peer&) { v.mute(in.number<unsigned>(), in.flag()); }},
-        {"demute(unsigned)", 4, true,
+        {"demute(unsigned)", Requests::ONE,
          [](V& v, Input& in, Peer&) { v.demute(in.number<unsigned>(), in.flag()); }},
-        {"getMuteState(path)", 8, true,
+        {"getMuteState(path)", Requests::ONE,
          [](V& v, Input& in, Peer&) {
              bool muted = false;
              v.getMuteState(in.enumerator<audio::audio_out_path_id_e>(), muted);

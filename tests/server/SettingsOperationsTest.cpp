@@ -7,6 +7,7 @@
 #include "tests/server/RawClient.h"
 #include "tests/server/SettingsClient.h"
 #include "tests/support/RealServer.h"
+#include "wire/Settings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -44,51 +45,18 @@ protected:
 
 // ---- Sizes --------------------------------------------------------------------------------------
 
-struct Function {
-    audio_connect_type type;
-    std::uint32_t id;
-    std::size_t requestSize;
-    std::size_t replySize;
-};
-
-const std::vector<Function>& functions() {
-    static const std::vector<Function> all = {
-        {VOLUME, 2, 8, 4},     {VOLUME, 3, 8, 4},      {VOLUME, 4, 8, 4},     {VOLUME, 5, 4, 8},
-        {VOLUME, 6, 12, 4},    {VOLUME, 7, 8, 12},     {VOLUME, 8, 12, 4},    {VOLUME, 9, 12, 4},
-        {VOLUME, 10, 16, 4},   {VOLUME, 11, 8, 12},    {VOLUME, 12, 16, 4},   {VOLUME, 13, 8, 12},
-        {VOLUME, 14, 8, 4},    {VOLUME, 15, 4, 8},     {VOLUME, 16, 8, 4},    {VOLUME, 17, 4, 8},
-        {VOLUME, 18, 136, 4},  {VOLUME, 19, 132, 8},   {VOLUME, 20, 8, 4},    {VOLUME, 21, 4, 8},
-        {VOLUME, 22, 8, 4},    {VOLUME, 23, 4, 8},     {VOLUME, 24, 136, 4},  {VOLUME, 25, 132, 8},
-        {VOLUME, 26, 8, 4},    {VOLUME, 27, 12, 4},    {VOLUME, 28, 8, 12},   {VOLUME, 29, 8, 4},
-        {VOLUME, 30, 4, 8},    {VOLUME, 31, 8, 4},     {VOLUME, 32, 4, 8},    {VOLUME, 33, 8, 8},
-        {VOLUME, 34, 72, 4},   {VOLUME, 35, 68, 8},    {VOLUME, 36, 4, 2056}, {VOLUME, 37, 8, 4},
-        {VOLUME, 38, 4, 4},    {VOLUME, 39, 72, 4},    {VOLUME, 40, 68, 8},   {VOLUME, 41, 4, 4},
-        {VOLUME, 42, 4, 12},   {VOLUME, 43, 164, 4},   {VOLUME, 44, 12, 4},   {VOLUME, 45, 4, 12},
-        {SOURCE, 2, 12, 4},    {SOURCE, 3, 8, 4},      {SOURCE, 4, 8, 4},     {SOURCE, 5, 12, 4},
-        {SOURCE, 6, 8, 8},     {SOURCE, 8, 28, 4},     {SOURCE, 9, 4, 28},    {SOURCE, 10, 36, 4},
-        {SOURCE, 11, 4, 36},   {SOURCE, 12, 8, 4},     {SOURCE, 14, 132, 4},  {SOURCE, 15, 132, 4},
-        {SOURCE, 16, 68, 4},   {SOURCE, 17, 68, 4},    {SOURCE, 18, 12, 4},   {SOURCE, 19, 12, 4},
-        {SOURCE, 20, 24, 4},   {SOURCE, 21, 8, 4},     {SOURCE, 22, 8, 4},    {SOURCE, 23, 4, 8},
-        {SOURCE, 24, 68, 68},  {SOURCE, 25, 68, 68},   {SOURCE, 26, 68, 8},   {SOURCE, 27, 8, 4},
-        {SOURCE, 28, 8, 4},    {SOURCE, 30, 16, 4},    {SOURCE, 32, 8, 1048}, {SOURCE, 34, 8, 4},
-        {SOURCE, 35, 132, 68}, {SOURCE, 36, 68, 2056}, {SOURCE, 37, 8, 8},    {SOURCE, 38, 4, 6408},
-        {APP, 11, 4, 20},      {APP, 22, 12, 4},       {APP, 23, 8, 8},       {APP, 24, 8, 4},
-        {APP, 25, 4, 8},       {APP, 29, 4, 4},        {APP, 30, 4, 4},       {APP, 34, 4, 20},
-        {APP, 35, 568, 4},     {APP, 36, 8, 568},      {APP, 37, 4, 4},       {APP, 38, 4, 8},
-        {APP, 40, 8, 4},       {APP, 41, 4, 8},        {APP, 42, 8, 4},       {APP, 43, 4, 8},
-        {APP, 44, 20, 4},      {APP, 45, 8, 20},       {APP, 46, 108, 4},     {APP, 47, 8, 108},
-        {APP, 48, 8, 4},       {APP, 50, 8, 4},        {APP, 4096, 136, 4},   {APP, 4097, 132, 8},
-        {APP, 4098, 136, 4},   {APP, 4099, 136, 8},    {MIXER, 2, 8, 4},      {MIXER, 3, 8, 4},
-        {MIXER, 4, 12, 4},     {MIXER, 7, 12, 4},      {MIXER, 8, 24, 4},     {MIXER, 10, 24, 4},
-        {MIXER, 11, 12, 4},    {MIXER, 12, 4, 8},      {RECORD, 0, 136, 4},   {RECORD, 1, 136, 8},
-    };
+/// All but the version query, which is not a setting.
+std::vector<wire::SettingRow> functions() {
+    std::vector<wire::SettingRow> all;
+    for (const wire::SettingRow& row : wire::settingRows())
+        if (row.connection != AUDIO_CONNECT_VERSION_SETTING) all.push_back(row);
     return all;
 }
 
 TEST_F(ASettingsConnection, AnswersEachOfItsFunctionsInFullSize) {
-    for (const Function& function : functions()) {
-        SCOPED_TRACE(testing::Message() << "type " << function.type << " id " << function.id);
-        RawClient& client = clients.of(function.type);
+    for (const wire::SettingRow& function : functions()) {
+        SCOPED_TRACE(testing::Message() << "type " << function.connection << " id " << function.id);
+        RawClient& client = clients.of(function.connection);
         const Message request = Message(function.id).filledTo(function.requestSize);
         const Answer answer(client.call(request.bytes(), function.replySize));
         EXPECT_NE(answer.status(), AUDIO_INVALID_OPERATION);
@@ -98,10 +66,10 @@ TEST_F(ASettingsConnection, AnswersEachOfItsFunctionsInFullSize) {
 }
 
 TEST_F(ASettingsConnection, IsLostWhenARequestIsTooShort) {
-    for (const Function& function : functions()) {
+    for (const wire::SettingRow& function : functions()) {
         if (function.requestSize == 4) continue;  // too short for any function
-        SCOPED_TRACE(testing::Message() << "type " << function.type << " id " << function.id);
-        RawClient client(function.type, "unkn");
+        SCOPED_TRACE(testing::Message() << "type " << function.connection << " id " << function.id);
+        RawClient client(function.connection, "unkn");
         const Bytes payload = Message(function.id).filledTo(function.requestSize - 1).bytes();
         Bytes message = bytesOf(client.requestHeader(payload.size()));
         message.insert(message.end(), payload.begin(), payload.end());
@@ -113,8 +81,8 @@ TEST_F(ASettingsConnection, IsLostWhenARequestIsTooShort) {
 
 TEST_F(ASettingsConnection, SaysWhichFunctionsItDoesNotKnow) {
     std::set<std::pair<audio_connect_type, std::uint32_t>> known;
-    for (const Function& function : functions())
-        known.insert({function.type, function.id});
+    for (const wire::SettingRow& function : functions())
+        known.insert({function.connection, function.id});
     for (const auto type : {VOLUME, SOURCE, APP, MIXER, RECORD}) {
         for (std::uint32_t id = 0; id < 64; ++id) {
             if (known.count({type, id}) != 0) continue;

@@ -30,22 +30,6 @@ struct Functions {
     std::vector<std::uint32_t> ids = {};
 };
 
-constexpr audio_connect_type connectionOf(wire::VolumeFunction) {
-    return AUDIO_CONNECT_VOLUME_SETTING;
-}
-constexpr audio_connect_type connectionOf(wire::SourceFunction) {
-    return AUDIO_CONNECT_SOURCE_SETTING;
-}
-constexpr audio_connect_type connectionOf(wire::AppFunction) {
-    return AUDIO_CONNECT_APP_SETTING;
-}
-constexpr audio_connect_type connectionOf(wire::MixerFunction) {
-    return AUDIO_CONNECT_MIXER_SETTING;
-}
-constexpr audio_connect_type connectionOf(wire::RecordControlFunction) {
-    return AUDIO_CONNECT_RECORD_CONTROL;
-}
-
 template <typename Function, typename... Others>
 Functions functions(Function function, Others... others) {
     return {connectionOf(function),

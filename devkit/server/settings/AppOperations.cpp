@@ -8,6 +8,7 @@
 #include "devkit/server/settings/Level.h"
 #include "devkit/server/settings/Limits.h"
 #include "devkit/server/settings/Names.h"
+#include "devkit/server/settings/SettingOperation.h"
 #include "devkit/server/settings/Settings.h"
 #include "devkit/server/streams/Mixer.h"
 #include "devkit/server/streams/PlaybackStream.h"
@@ -131,36 +132,36 @@ std::int32_t getRecord(Call& call, const wire::NumberRequest& request, Reply& re
 using Id = wire::AppFunction;
 using A = AppSettings;
 constexpr std::array OPERATIONS = {
-    operation<&getLevels<&Levels::bands>>(Id::GetSpectrum, "getEqualizerSpectrum"),
-    operation<&getLevels<&Levels::rms>>(Id::GetOutputEnergy, "getOutPutDataEnergy"),
-    operation<&setSpeakerDelay>(Id::SetSpeakerDelay, "setSpeakerDelay"),
-    operation<&getSpeakerDelay>(Id::GetSpeakerDelay, "getSpeakerDelay"),
-    operation<&setNumber<&A::echoQuality>>(Id::SetEchoQuality, "setQualityOfAEC"),
-    operation<&getNumber<&A::echoQuality>>(Id::GetEchoQuality, "getQualityOfAEC"),
-    operation<&switchBypass<true>>(Id::EnableBypass, "enableByPassMode"),
-    operation<&switchBypass<false>>(Id::DisableBypass, "disableByPassMode"),
-    operation<&setRecord<&A::equalizers, wire::EqualizerRequest>>(Id::SetEqualizer, "setEqualizer"),
-    operation<&getRecord<&A::equalizers, wire::EqualizerReply>>(Id::GetEqualizer, "getEqualizer"),
-    operation<&setDelayEstimation>(Id::SetDelayEstimation, "setDownlinkDelayEstimation"),
-    operation<&getNumber<&A::downlinkDelayMs>>(Id::GetDelayEstimation,
-                                               "getDownlinkDelayEstimation"),
-    operation<&setNumber<&A::duplex>>(Id::SetDuplex, "setDuplexOfAEC"),
-    operation<&getNumber<&A::duplex>>(Id::GetDuplex, "getDuplexOfAEC"),
-    operation<&setNumber<&A::noiseReduction>>(Id::SetNoiseReduction, "setNRAttenuation"),
-    operation<&getNumber<&A::noiseReduction>>(Id::GetNoiseReduction, "getNRAttenuation"),
-    operation<&setRecord<&A::nonLinear, wire::NonLinearRequest>>(Id::SetNonLinear, "setNLPConfig"),
-    operation<&getRecord<&A::nonLinear, wire::NonLinearReply>>(Id::GetNonLinear, "getNLPConfig"),
-    operation<&setRecord<&A::handsfreeEqualizers, wire::HandsfreeEqualizerRequest>>(
-        Id::SetHandsfreeEqualizer, "setHandsfreeEQ"),
-    operation<&getRecord<&A::handsfreeEqualizers, wire::HandsfreeEqualizerReply>>(
-        Id::GetHandsfreeEqualizer, "getHandsfreeEQ"),
-    operation<&setDacGain>(Id::SetDacGain, "setDACGainControl"),
-    operation<&setNumber<&A::reverbMode>>(Id::SetReverbMode, "setReverbMode"),
-    operation<&setPlaybackEffectEnabled>(Id::SetEffectEnabled, "setEffectEnabled"),
-    operation<&getPlaybackEffectEnabled>(Id::GetEffectEnabled, "getEffectEnabled"),
-    operation<&setPlaybackEffect>(Id::SetEffectParameter, "setEffectParameter"),
-    operation<&getPlaybackEffect>(Id::GetEffectParameter, "getEffectParameter"),
+    setting<Id::GetSpectrum, &getLevels<&Levels::bands>>(),
+    setting<Id::GetOutputEnergy, &getLevels<&Levels::rms>>(),
+    setting<Id::SetSpeakerDelay, &setSpeakerDelay>(),
+    setting<Id::GetSpeakerDelay, &getSpeakerDelay>(),
+    setting<Id::SetEchoQuality, &setNumber<&A::echoQuality>>(),
+    setting<Id::GetEchoQuality, &getNumber<&A::echoQuality>>(),
+    setting<Id::EnableBypass, &switchBypass<true>>(),
+    setting<Id::DisableBypass, &switchBypass<false>>(),
+    setting<Id::SetEqualizer, &setRecord<&A::equalizers, wire::EqualizerRequest>>(),
+    setting<Id::GetEqualizer, &getRecord<&A::equalizers, wire::EqualizerReply>>(),
+    setting<Id::SetDelayEstimation, &setDelayEstimation>(),
+    setting<Id::GetDelayEstimation, &getNumber<&A::downlinkDelayMs>>(),
+    setting<Id::SetDuplex, &setNumber<&A::duplex>>(),
+    setting<Id::GetDuplex, &getNumber<&A::duplex>>(),
+    setting<Id::SetNoiseReduction, &setNumber<&A::noiseReduction>>(),
+    setting<Id::GetNoiseReduction, &getNumber<&A::noiseReduction>>(),
+    setting<Id::SetNonLinear, &setRecord<&A::nonLinear, wire::NonLinearRequest>>(),
+    setting<Id::GetNonLinear, &getRecord<&A::nonLinear, wire::NonLinearReply>>(),
+    setting<Id::SetHandsfreeEqualizer,
+            &setRecord<&A::handsfreeEqualizers, wire::HandsfreeEqualizerRequest>>(),
+    setting<Id::GetHandsfreeEqualizer,
+            &getRecord<&A::handsfreeEqualizers, wire::HandsfreeEqualizerReply>>(),
+    setting<Id::SetDacGain, &setDacGain>(),
+    setting<Id::SetReverbMode, &setNumber<&A::reverbMode>>(),
+    setting<Id::SetEffectEnabled, &setPlaybackEffectEnabled>(),
+    setting<Id::GetEffectEnabled, &getPlaybackEffectEnabled>(),
+    setting<Id::SetEffectParameter, &setPlaybackEffect>(),
+    setting<Id::GetEffectParameter, &getPlaybackEffect>(),
 };
+static_assert(answersAll(OPERATIONS, wire::APP_SETTINGS));
 
 }  // namespace
 

@@ -7,6 +7,7 @@
 #include "devkit/server/requests/Services.h"
 #include "devkit/server/settings/Limits.h"
 #include "devkit/server/settings/Names.h"
+#include "devkit/server/settings/SettingOperation.h"
 #include "devkit/server/settings/Settings.h"
 
 #include <algorithm>
@@ -97,9 +98,10 @@ std::int32_t getCaptureEffect(Call& call, const wire::EffectRequest& request,
 
 using Id = wire::RecordControlFunction;
 constexpr std::array OPERATIONS = {
-    operation<&setCaptureEffect>(Id::Set, "set"),
-    operation<&getCaptureEffect>(Id::Get, "get"),
+    setting<Id::Set, &setCaptureEffect>(),
+    setting<Id::Get, &getCaptureEffect>(),
 };
+static_assert(answersAll(OPERATIONS, wire::RECORD_CONTROL_SETTINGS));
 
 }  // namespace
 

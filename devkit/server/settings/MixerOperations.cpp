@@ -4,6 +4,7 @@
 #include "devkit/server/requests/Operations.h"
 #include "devkit/server/requests/Services.h"
 #include "devkit/server/settings/Limits.h"
+#include "devkit/server/settings/SettingOperation.h"
 #include "devkit/server/settings/Settings.h"
 
 #include <algorithm>
@@ -74,15 +75,16 @@ std::int32_t mixInHardware(Call& call, const wire::TwoNumbersRequest& request, w
 using Id = wire::MixerFunction;
 using M = MixerSettings;
 constexpr std::array OPERATIONS = {
-    operation<&setUpMixMode>(Id::SetUpMixMode, "setUpMixMode"),
-    operation<&getUpMixMode>(Id::GetUpMixMode, "getUpMixMode"),
-    operation<&mixExtGps>(Id::MixExtGps, "mixExtGps"),
-    operation<&setSteps<&M::navigation>>(Id::SetGpsGain, "setGpsMixerGain"),
-    operation<&setGains<&M::navigation>>(Id::SetGpsMatrix, "setGpsMixerGain"),
-    operation<&setSteps<&M::alternative>>(Id::SetAlternativeGain, "setAlternativeAudioMixerGain"),
-    operation<&setGains<&M::alternative>>(Id::SetAlternativeMatrix, "setAlternativeAudioMixerGain"),
-    operation<&mixInHardware>(Id::MixAlternativeInHardware, "setHwAlternativeAudioMixerWithMain"),
+    setting<Id::SetUpMixMode, &setUpMixMode>(),
+    setting<Id::GetUpMixMode, &getUpMixMode>(),
+    setting<Id::MixExtGps, &mixExtGps>(),
+    setting<Id::SetGpsGain, &setSteps<&M::navigation>>(),
+    setting<Id::SetGpsMatrix, &setGains<&M::navigation>>(),
+    setting<Id::SetAlternativeGain, &setSteps<&M::alternative>>(),
+    setting<Id::SetAlternativeMatrix, &setGains<&M::alternative>>(),
+    setting<Id::MixAlternativeInHardware, &mixInHardware>(),
 };
+static_assert(answersAll(OPERATIONS, wire::MIXER_SETTINGS));
 
 }  // namespace
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "devkit/server/settings/Accepted.h"
+
 #include <array>
 #include <cstdint>
 
@@ -17,5 +19,14 @@ struct MixerSettings {
     Gains alternative{};               // of the tag "alternative"
     std::uint32_t hardwareMix = 0;     // mask of channels; remembered only
 };
+
+template <typename Fields>
+void visit(Fields& fields, Is<MixerSettings> auto& mixer) {
+    fields("up_mix_mode", mixer.upMixMode, isUpTo(UP_MIX_MODE_MAX));
+    fields("navigation_mode", mixer.navigationMode, isUpTo(NAVIGATION_MODE_MAX));
+    fields("navigation_db", mixer.navigation, areIn(ATTENUATION_RANGE));
+    fields("alternative_db", mixer.alternative, areIn(ATTENUATION_RANGE));
+    fields("hardware_mix", mixer.hardwareMix, [](std::uint32_t mask) { return mask <= 65535; });
+}
 
 }  // namespace cabinaudio::server

@@ -8,6 +8,7 @@
 #include "devkit/server/settings/Level.h"
 #include "devkit/server/settings/Limits.h"
 #include "devkit/server/settings/Names.h"
+#include "devkit/server/settings/SettingOperation.h"
 #include "devkit/server/settings/Settings.h"
 #include "devkit/server/streams/Mixer.h"
 #include "devkit/server/streams/PlaybackStream.h"
@@ -307,44 +308,40 @@ std::int32_t getSpeakerOutput(Call& call, const wire::FunctionRequest&, wire::Nu
 using Id = wire::SourceFunction;
 using S = SourceSettings;
 constexpr std::array OPERATIONS = {
-    operation<&selectSource>(Id::SelectSource, "selectSource"),
-    operation<&setNumber<&S::frontState>>(Id::SetFrontState, "setFrontAudioState"),
-    operation<&setNumber<&S::rearState>>(Id::SetRearState, "setRearAudioState"),
-    operation<&setAdcMuxPin>(Id::SetAdcMuxPin, "setAdcMuxPin"),
-    operation<&getAdcMuxPin>(Id::GetAdcMuxPin, "getAdcMuxPin"),
-    operation<&setMapping<&S::dacMapping, wire::DacMappingRequest>>(Id::SetDacMapping,
-                                                                    "setDacOutPutMapping"),
-    operation<&getMapping<&S::dacMapping, wire::DacMappingReply>>(Id::GetDacMapping,
-                                                                  "getDacOutPutMapping"),
-    operation<&setMapping<&S::i2sMapping, wire::I2sMappingRequest>>(Id::SetI2sMapping,
-                                                                    "setI2sOutPutMapping"),
-    operation<&getMapping<&S::i2sMapping, wire::I2sMappingReply>>(Id::GetI2sMapping,
-                                                                  "getI2sOutPutMapping"),
-    operation<&setSwitch<&S::isAdcSwitched>>(Id::SetAdcLeftRightSwitch, "setAdcLeftRightSwitch"),
-    operation<&setOutputSource>(Id::SetOutputSource, "setOutPutSource"),
-    operation<&getOutputSource>(Id::GetOutputSource, "getOutPutSource"),
-    operation<&setInputDestination>(Id::SetInputDestination, "setInputDestination"),
-    operation<&getInputDestination>(Id::GetInputDestination, "getInputDestination"),
-    operation<&dumpOutputSources>(Id::DumpOutputSources, "dumpOutPutSourceList"),
-    operation<&dumpInputDestinations>(Id::DumpInputDestinations, "dumpInputDestinationList"),
-    operation<&setSpeakerPattern>(Id::SetSpeakerPattern, "setMainAudioSpeakerTestPattern"),
-    operation<&setSpeakerTone>(Id::SetSpeakerTone, "setMainAudioSpeakerTestPattern"),
-    operation<&configurePcmInterface>(Id::ConfigurePcmInterface, "configurePcmHwInterface"),
-    operation<&setSwitch<&S::isPcmInterfaceEnabled>>(Id::EnablePcmInterface,
-                                                     "enablePcmHwInterface"),
-    operation<&setSpeakerOutput>(Id::SetSpeakerOutput, "setSpeakerOutPut"),
-    operation<&getSpeakerOutput>(Id::GetSpeakerOutput, "getSpeakerOutPut"),
-    operation<&getSourceNumber>(Id::GetSourceNumber, "getActivedSourceNumber"),
-    operation<&setNumber<&S::handsfreeDelay>>(Id::SetHandsfreeDelay, "setHandsfreeDelay"),
-    operation<&setSampleRateCapability>(Id::SetSampleRateCapability, "setSamplerateCapability"),
-    operation<&setI2sFormat>(Id::SetI2sFormat, "setI2sFormatAndConfig"),
-    operation<&getOutputTrackInfo>(Id::GetOutputTrackInfo, "getOutputTrackInfo"),
-    operation<&setSwitch<&S::isAutoRamped>>(Id::SetAutoRamp, "setHwAutoRampMode"),
-    operation<&getTrackStreamType>(Id::GetTrackStreamType, "getTrackStreamType"),
-    operation<&getActiveTrackNames>(Id::GetActiveTrackNames, "getActiveTracksName"),
-    operation<&getSignalEnergy>(Id::GetSignalEnergy, "getHWSignalEnergy"),
-    operation<&getActiveTracks>(Id::GetActiveTracks, "getActiveTracksInfo"),
+    setting<Id::SelectSource, &selectSource>(),
+    setting<Id::SetFrontState, &setNumber<&S::frontState>>(),
+    setting<Id::SetRearState, &setNumber<&S::rearState>>(),
+    setting<Id::SetAdcMuxPin, &setAdcMuxPin>(),
+    setting<Id::GetAdcMuxPin, &getAdcMuxPin>(),
+    setting<Id::SetDacMapping, &setMapping<&S::dacMapping, wire::DacMappingRequest>>(),
+    setting<Id::GetDacMapping, &getMapping<&S::dacMapping, wire::DacMappingReply>>(),
+    setting<Id::SetI2sMapping, &setMapping<&S::i2sMapping, wire::I2sMappingRequest>>(),
+    setting<Id::GetI2sMapping, &getMapping<&S::i2sMapping, wire::I2sMappingReply>>(),
+    setting<Id::SetAdcLeftRightSwitch, &setSwitch<&S::isAdcSwitched>>(),
+    setting<Id::SetOutputSource, &setOutputSource>(),
+    setting<Id::GetOutputSource, &getOutputSource>(),
+    setting<Id::SetInputDestination, &setInputDestination>(),
+    setting<Id::GetInputDestination, &getInputDestination>(),
+    setting<Id::DumpOutputSources, &dumpOutputSources>(),
+    setting<Id::DumpInputDestinations, &dumpInputDestinations>(),
+    setting<Id::SetSpeakerPattern, &setSpeakerPattern>(),
+    setting<Id::SetSpeakerTone, &setSpeakerTone>(),
+    setting<Id::ConfigurePcmInterface, &configurePcmInterface>(),
+    setting<Id::EnablePcmInterface, &setSwitch<&S::isPcmInterfaceEnabled>>(),
+    setting<Id::SetSpeakerOutput, &setSpeakerOutput>(),
+    setting<Id::GetSpeakerOutput, &getSpeakerOutput>(),
+    setting<Id::GetSourceNumber, &getSourceNumber>(),
+    setting<Id::SetHandsfreeDelay, &setNumber<&S::handsfreeDelay>>(),
+    setting<Id::SetSampleRateCapability, &setSampleRateCapability>(),
+    setting<Id::SetI2sFormat, &setI2sFormat>(),
+    setting<Id::GetOutputTrackInfo, &getOutputTrackInfo>(),
+    setting<Id::SetAutoRamp, &setSwitch<&S::isAutoRamped>>(),
+    setting<Id::GetTrackStreamType, &getTrackStreamType>(),
+    setting<Id::GetActiveTrackNames, &getActiveTrackNames>(),
+    setting<Id::GetSignalEnergy, &getSignalEnergy>(),
+    setting<Id::GetActiveTracks, &getActiveTracks>(),
 };
+static_assert(answersAll(OPERATIONS, wire::SOURCE_SETTINGS));
 
 }  // namespace
 

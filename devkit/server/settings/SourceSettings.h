@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "devkit/server/settings/Accepted.h"
+#include "devkit/server/settings/Names.h"
+
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <map>
@@ -36,5 +40,30 @@ struct SourceSettings {
     bool isAutoRamped = true;  // false: changes of the mix are made at once
     Test test;                 // is not kept across restarts
 };
+
+inline bool areOutputs(const std::map<std::string, std::string>& sources) {
+    return std::all_of(sources.begin(), sources.end(),
+                       [](const auto& row) { return isTrackTag(row.first); });
+}
+
+template <typename Fields>
+void visit(Fields& fields, Is<SourceSettings> auto& source) {
+    fields("output_sources", source.outputSources, areOutputs);
+    fields("uplink_destination", source.uplinkDestination, isAny);
+    fields("seat_sources", source.seatSources, [](const auto& all) { return isFewEnough(all); });
+    fields("front_state", source.frontState, isAny);
+    fields("rear_state", source.rearState, isAny);
+    fields("adc_pins", source.adcPins, isAny);
+    fields("dac_mapping", source.dacMapping, areUpTo(MAPPING_MAX));
+    fields("i2s_mapping", source.i2sMapping, areUpTo(MAPPING_MAX));
+    fields("adc_switched", source.isAdcSwitched, isAny);
+    fields("pcm_interface", source.pcmInterface, isAny);
+    fields("pcm_interface_enabled", source.isPcmInterfaceEnabled, isAny);
+    fields("speakers", source.speakers, isUpTo(ALL_LOUDSPEAKERS));
+    fields("handsfree_delay", source.handsfreeDelay, isAny);
+    fields("sample_rate_capability", source.sampleRateCapability, isUpTo(CAPABILITY_MAX));
+    fields("i2s_formats", source.i2sFormats, [](const auto& all) { return isFewEnough(all); });
+    fields("auto_ramp", source.isAutoRamped, isAny);
+}
 
 }  // namespace cabinaudio::server

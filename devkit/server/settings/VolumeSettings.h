@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "devkit/server/settings/Accepted.h"
+#include "devkit/server/settings/Names.h"
+
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -46,5 +50,47 @@ struct VolumeSettings {
     float uplink = 0.0F;  // of what is recorded as the uplink
     std::array<Input, 2> inputs;
 };
+
+inline bool areStreamTypes(const std::map<std::string, float>& gains) {
+    return std::all_of(gains.begin(), gains.end(), [](const auto& row) {
+        return isStreamType(row.first) && GAIN_RANGE.holds(row.second);
+    });
+}
+
+inline bool areTracks(const std::map<VolumeSettings::TrackName, VolumeSettings::Track>& tracks) {
+    return isFewEnough(tracks) && std::all_of(tracks.begin(), tracks.end(), [](const auto& row) {
+               return isTrackTag(row.first.first);
+           });
+}
+
+template <typename Fields>
+void visit(Fields& fields, Is<VolumeSettings::Track> auto& track) {
+    fields("gain_db", track.gain, isIn(GAIN_RANGE));
+    fields("channels_db", track.channels, areIn(GAIN_RANGE));
+}
+
+template <typename Fields>
+void visit(Fields& fields, Is<VolumeSettings::Input> auto& input) {
+    fields("pga_db", input.pga, areIn(MICROPHONE_RANGE));
+    fields("op_db", input.op, areIn(MICROPHONE_RANGE));
+}
+
+template <typename Fields>
+void visit(Fields& fields, Is<VolumeSettings> auto& volume) {
+    fields("master_db", volume.master, isIn(GAIN_RANGE));
+    fields("second_db", volume.second, isIn(GAIN_RANGE));
+    fields("alternative_db", volume.alternative, isIn(GAIN_RANGE));
+    fields("channels_db", volume.channels, areIn(GAIN_RANGE));
+    fields("tracks", volume.tracks, areTracks);
+    fields("stream_types_db", volume.streamTypes, areStreamTypes);
+    fields("muted_paths", volume.mutedPaths, isUpTo(ALL_PATHS));
+    fields("ducking_mode", volume.duckingMode, isUpTo(DUCKING_MODE_MAX));
+    fields("ducking_target_db", volume.duckingTarget, isIn(ATTENUATION_RANGE));
+    fields("duck_percent", volume.duckPercent, isUpTo(DUCK_PERCENT_MAX));
+    fields("ramp_up_ms", volume.rampUpMs, isIn(RAMP_RANGE));
+    fields("ramp_down_ms", volume.rampDownMs, isIn(RAMP_RANGE));
+    fields("uplink_db", volume.uplink, isIn(GAIN_RANGE));
+    fields("inputs", volume.inputs, isAny);
+}
 
 }  // namespace cabinaudio::server

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "devkit/server/requests/Operation.h"
+#include "wire/Settings.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <type_traits>
+
+namespace cabinaudio::server {
+
+/// The row of a setting. Id, name and records are those of the catalogue.
+template <auto ID, auto Function>
+constexpr Operation setting() {
+    using Types = detail::Signature<decltype(Function)>;
+    static_assert(std::is_same_v<typename Types::RequestType, wire::RequestOf<ID>>,
+                  "The function takes another request.");
+    static_assert(std::is_same_v<typename Types::ReplyType, wire::ReplyOf<ID>>,
+                  "The function gives another reply.");
+    return operation<Function>(ID, wire::SETTING<ID>.name);
+}
+
+/// Whether a table answers every setting of a connection type, and nothing else.
+template <std::size_t SIZE, typename... Settings>
+constexpr bool answersAll(const std::array<Operation, SIZE>& table,
+                          const wire::Settings<Settings...>& settings) {
+    bool isComplete = SIZE == sizeof...(Settings);
+    wire::forEach(settings, [&](const auto& entry) {
+        isComplete =
+            isComplete && std::any_of(table.begin(), table.end(), [&](const Operation& row) {
+                return row.id == static_cast<std::uint32_t>(entry.ID);
+            });
+    });
+    return isComplete;
+}
+
+}  // namespace cabinaudio::server
