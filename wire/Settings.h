@@ -194,9 +194,7 @@ constexpr bool NO_FLAG = false;
 
 /// The operations of one connection type.
 template <typename... Operations>
-struct Settings : Operations... {
-    static constexpr std::size_t COUNT = sizeof...(Operations);
-};
+struct Settings : Operations... {};
 template <typename... Operations>
 Settings(Operations...) -> Settings<Operations...>;
 
@@ -504,9 +502,11 @@ struct SettingRow {
     bool hasFlag;
 };
 
-inline constexpr std::size_t SETTING_COUNT = APP_SETTINGS.COUNT + MIXER_SETTINGS.COUNT +
-                                             SOURCE_SETTINGS.COUNT + VOLUME_SETTINGS.COUNT +
-                                             VERSION_SETTINGS.COUNT + RECORD_CONTROL_SETTINGS.COUNT;
+inline constexpr std::size_t SETTING_COUNT = [] {
+    std::size_t count = 0;
+    forEachSetting([&](const auto&) { ++count; });
+    return count;
+}();
 
 constexpr std::array<SettingRow, SETTING_COUNT> settingRows() {
     std::array<SettingRow, SETTING_COUNT> rows{};

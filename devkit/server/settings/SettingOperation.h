@@ -30,7 +30,8 @@ constexpr bool answersAll(const std::array<Operation, SIZE>& table,
     wire::forEach(settings, [&](const auto& entry) {
         isComplete =
             isComplete && std::any_of(table.begin(), table.end(), [&](const Operation& row) {
-                return row.id == static_cast<std::uint32_t>(entry.ID);
+                return row.id ==
+                       static_cast<std::uint32_t>(std::remove_cvref_t<decltype(entry)>::ID);
             });
     });
     return isComplete;
