@@ -967,8 +967,8 @@ _in("client/Setting.h",
 
 _in("client/Setting.cpp",
     ("no result is taken",
-     "            if (called == AUDIO_NO_ERROR && reply.take != nullptr)\n"
-     "                reply.take(block, reply.context);\n", ""),
+     "            if (called == AUDIO_NO_ERROR && reply.take != nullptr) reply.take(block, "
+     "reply.context);\n", ""),
     ("a text beyond its field", "strnlen(text, most)", "std::strlen(text)"),
     ("a result without a place", "if (result.to != nullptr) std::memcpy(result.to",
      "std::memcpy(result.to"),
