@@ -327,7 +327,8 @@ def main():
               for number, (mutant, path, text) in enumerate(placed, 1)
               if options.first <= number <= options.last and
               number % options.slice[1] == options.slice[0] % options.slice[1] and
-              any(part in f"{path}: {mutant.place}: {mutant.name}" for part in options.only or [""])]
+              any(part in f"{path}: {mutant.place}: {mutant.name}"
+                  for part in options.only or [""])]
     plain = Library(options.work, "")
     if not plain.compiles():
         sys.exit("the library as it is does not compile:\n" + plain.said)

@@ -4,8 +4,8 @@ layout, comments and the rest of the file may change.
 
 A scope is a function, a class, a struct, a union, an enumeration, or a constant or member with an
 initializer. Its name has those of the classes around it, but no namespaces: "ClientTrack::write",
-"CreateRequest", "SPACE_WAIT_MS". It reaches from its declaration to its brace or semicolon. Overloads
-have one name.
+"CreateRequest", "SPACE_WAIT_MS". It reaches from its declaration to its brace or semicolon.
+Overloads have one name.
 """
 import os
 import re
