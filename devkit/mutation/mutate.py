@@ -17,7 +17,7 @@ machines, make up one run of the list. --results adds a line for each mutant to 
 such files up. Of two results of the same mutant the later one counts; one whose mutant has changed
 since does not.
 
---check only looks whether each mutant still has its place in the sources.
+--check only looks whether each mutant still stands in its place exactly once.
 
 Fails when less than 95 % are caught of those that make a difference, or when one survives that
 mutants.py says nothing of.
@@ -34,10 +34,12 @@ import sys
 import time
 
 import mutants
+import places
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 ROOT = os.path.dirname(os.path.dirname(HERE))
-PARTS = ["CMakeLists.txt", "cmake", "include", "wire", "foundation", "link", "shm", "diag", "client"]
+SOURCES = ["include", "wire", "foundation", "link", "shm", "diag", "client"]
+PARTS = ["CMakeLists.txt", "cmake", *SOURCES]
 RING_CHECK = os.path.join(ROOT, "tests", "shm", "check_ring_code.py")
 LEAST = 95.0  # per cent
 CROSS = "arm-linux-gnueabihf-"
@@ -163,36 +165,41 @@ def failing_source(library, path):
     return None
 
 
-def text_with(mutant):
-    with open(os.path.join(ROOT, mutant.file), encoding="utf-8") as file:
-        text = file.read()
-    if text.count(mutant.old) != 1:
-        return None
-    return text.replace(mutant.old, mutant.new)
+def all_placed():
+    """Each mutant with its file and the file's text with the mutant in it, and a line for each
+    mutant that does not stand in its place exactly once."""
+    tree = places.Tree(ROOT, SOURCES)
+    placed, stale = [], []
+    for mutant in mutants.ALL:
+        try:
+            placed.append((mutant, *tree.mutated(mutant.place, mutant.old, mutant.new)))
+        except places.Unclear as problem:
+            stale.append(f"{mutant.name}: {problem}")
+    return placed, stale
 
 
-def what_catches(mutant, plain, sanitized, options):
-    """Says what, or None."""
+def what_catches(path, plain, sanitized, options):
+    """Says what notices the mutant in this file, or None."""
     if not plain.compiles():
         return "compiler"
-    if mutant.file in mutants.RING_CODE and shutil.which(CROSS + "g++") and \
+    if path in mutants.RING_CODE and shutil.which(CROSS + "g++") and \
             ring_code_objects(plain):
         return "check_ring_code.py"
-    source = failing_source(plain, mutant.file)
+    source = failing_source(plain, path)
     if source:
         return source
-    failed = failing_test(plain, options.tests, mutants.tests_of(mutant.file), options.seconds)
+    failed = failing_test(plain, options.tests, mutants.tests_of(path), options.seconds)
     if failed or sanitized is None:
         return failed
     sanitized.compiles()
-    failed = failing_test(sanitized, options.tsan, mutants.sanitized_tests_of(mutant.file),
+    failed = failing_test(sanitized, options.tsan, mutants.sanitized_tests_of(path),
                           options.seconds)
     return failed and failed + " (thread sanitizer)"
 
 
 def identity(mutant):
     """The same as long as the mutant is, whatever it is called."""
-    return hashlib.sha1("\0".join([mutant.file, mutant.old, mutant.new]).encode()).hexdigest()
+    return hashlib.sha1("\0".join([mutant.place, mutant.old, mutant.new]).encode()).hexdigest()
 
 
 def slice_of(text):
@@ -204,7 +211,7 @@ def slice_of(text):
 
 def note(path, mutant, by, with_tsan):
     with open(path, "a", encoding="utf-8") as file:
-        json.dump({"mutant": identity(mutant), "file": mutant.file, "name": mutant.name, "by": by,
+        json.dump({"mutant": identity(mutant), "place": mutant.place, "name": mutant.name, "by": by,
                    "tsan": with_tsan}, file)
         file.write("\n")
 
@@ -255,13 +262,13 @@ def sum_up(paths):
         result = results.get(identity(mutant))
         if result is None:
             missing += 1
-            print(f"{number:3} {mutant.file}: {mutant.name}: not run")
+            print(f"{number:3} {mutant.place}: {mutant.name}: not run")
             continue
         verdict = score.add(mutant, result["by"])
         if result["by"] is None:
             without_tsan += not result["tsan"]
             seen = "" if result["tsan"] else " [without the thread sanitizer]"
-            print(f"{number:3} {mutant.file}: {mutant.name}: {verdict}{seen}")
+            print(f"{number:3} {mutant.place}: {mutant.name}: {verdict}{seen}")
     good = score.ends_well()
     if without_tsan:
         print(f"{without_tsan} of the survivors were run without the thread sanitizer")
@@ -293,7 +300,7 @@ def arguments():
     parser.add_argument("--tsan", type=os.path.abspath)
     parser.add_argument("--work", type=os.path.abspath, default="/tmp/cabinaudio-mutation")
     parser.add_argument("--only", action="append", metavar="TEXT",
-                        help="mutants whose file or name has this text")
+                        help="mutants whose file, place or name has this text")
     parser.add_argument("--seconds", type=int, default=150, help="what a test program may take")
     parser.add_argument("--from", dest="first", type=int, default=1, help="number of the first")
     parser.add_argument("--to", dest="last", type=int, default=len(mutants.ALL),
@@ -311,33 +318,35 @@ def main():
     options = arguments()
     if options.sum:
         sys.exit(0 if sum_up(options.sum) else 1)
-    chosen = [(number, mutant) for number, mutant in enumerate(mutants.ALL, 1)
-              if options.first <= number <= options.last and
-              number % options.slice[1] == options.slice[0] % options.slice[1] and
-              any(text in f"{mutant.file}: {mutant.name}" for text in options.only or [""])]
-    stale = [mutant for _, mutant in chosen if text_with(mutant) is None]
-    for mutant in stale:
-        print(f"{mutant.file}: {mutant.name}: its text is not there exactly once: {mutant.old!r}")
+    placed, stale = all_placed()
+    for line in stale:
+        print(line)
     if stale or options.check:
         sys.exit(1 if stale else 0)
+    chosen = [(number, mutant, path, text)
+              for number, (mutant, path, text) in enumerate(placed, 1)
+              if options.first <= number <= options.last and
+              number % options.slice[1] == options.slice[0] % options.slice[1] and
+              any(part in f"{path}: {mutant.place}: {mutant.name}"
+                  for part in options.only or [""])]
     plain = Library(options.work, "")
     if not plain.compiles():
         sys.exit("the library as it is does not compile:\n" + plain.said)
     sanitized = Library(options.work, "thread") if options.tsan else None
-    must_hold(plain, options.tests, [mutants.tests_of(mutant.file) for _, mutant in chosen])
+    files = list(dict.fromkeys(path for _, _, path, _ in chosen))
+    must_hold(plain, options.tests, map(mutants.tests_of, files))
     if sanitized is not None:
         sanitized.compiles()
-        must_hold(sanitized, options.tsan,
-                  [mutants.sanitized_tests_of(mutant.file) for _, mutant in chosen])
+        must_hold(sanitized, options.tsan, map(mutants.sanitized_tests_of, files))
     score = Score()
-    for number, mutant in chosen:
+    for number, mutant, path, text in chosen:
         begin = time.monotonic()
-        plain.put(mutant.file, text_with(mutant))
-        by = what_catches(mutant, plain, sanitized, options)
-        plain.restore(mutant.file)
+        plain.put(path, text)
+        by = what_catches(path, plain, sanitized, options)
+        plain.restore(path)
         if options.results:
             note(options.results, mutant, by, sanitized is not None)
-        print(f"{number:3} {mutant.file}: {mutant.name}: {score.add(mutant, by)} "
+        print(f"{number:3} {mutant.place}: {mutant.name}: {score.add(mutant, by)} "
               f"[{time.monotonic() - begin:.0f} s]", flush=True)
     sys.exit(0 if score.ends_well() else 1)
 
