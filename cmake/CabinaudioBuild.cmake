@@ -8,6 +8,8 @@ target_compile_options(cabinaudio-build INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow
     # clang counts sign conversions to -Wconversion, g++ does not; hold both to the same rules.
     $<$<CXX_COMPILER_ID:Clang>:-Wno-sign-conversion>
+    # Locks are held where ThreadSafety.h's words say so.
+    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
     # The 32-bit ARM ABI note of g++ about its own versions before 7.
     $<$<CXX_COMPILER_ID:GNU>:-Wno-psabi>)
 if(CABINAUDIO_WERROR)

@@ -38,7 +38,7 @@ LOCK = re.compile(r"pthread_mutex_(un)?lock")
 COPY = re.compile(r"mem(cpy|move)")
 DIVISION = re.compile(r"__aeabi_u?ldivmod|__u?divdi3|__u?moddi3")
 TRANSFER = re.compile(r"::(write|writeOnce|blockWrite|nonblockWrite|checkAndWaitShareBuffer\w*|read|readLoop"
-                      r"|waitForData)\(")
+                      r"|waitForData|waitForSpace)\(")
 
 
 class Broken(Exception):
@@ -205,7 +205,7 @@ def divisions(path, functions):
 def ring_divisions(target):
     """In all of the ring, and in what a stream does with it in each call."""
     ring = f"{target}/shm/CMakeFiles/cabinaudio-shm.dir/RingTransfer.cpp.o"
-    streams = ("ClientTrack", "ClientSink", "ClientRecord")
+    streams = ("ClientTrack", "ClientSink", "ClientRecord", "Playback")
     return divisions(ring, re.compile("")) + sum(
         divisions(f"{target}/client/CMakeFiles/cabinaudio-client.dir/{name}.cpp.o", TRANSFER)
         for name in streams)

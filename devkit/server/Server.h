@@ -2,7 +2,6 @@
 #pragma once
 
 #include "devkit/server/Options.h"
-#include "devkit/server/Trace.h"
 #include "devkit/server/clients/Admission.h"
 #include "devkit/server/clients/Client.h"
 #include "devkit/server/clients/Listener.h"
@@ -16,6 +15,7 @@
 #include "devkit/server/loop/Waker.h"
 #include "devkit/server/outputs/Output.h"
 #include "devkit/server/requests/Dispatcher.h"
+#include "devkit/server/requests/Trace.h"
 #include "devkit/server/rings/RingPlaces.h"
 #include "devkit/server/settings/Calibration.h"
 #include "devkit/server/settings/Settings.h"

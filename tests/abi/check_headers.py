@@ -16,6 +16,8 @@ import sys
 HIDDEN = "CABINAUDIO_LOCAL"
 EXPORTED = "CABINAUDIO_API"
 CLASS = re.compile(r"\b(class|struct)\s+((?:CABINAUDIO_\w+\s+)?)(\w+)[^;(){}]*$")
+LOCK_RULE = re.compile(r"\bCABINAUDIO_(?:(?:CAPABILITY|\w*GUARDED_BY|REQUIRES|EXCLUDES|\w*ACQUIRE|RELEASE)"
+                       r"\([^()]*\)|SCOPED_CAPABILITY|UNCHECKED_LOCKING)")
 FIELD = re.compile(r"\b(m[A-Z]\w*)\s*(?:\[\w+\]\s*)?(?:=[^;]*)?$")
 
 
@@ -30,9 +32,10 @@ class Scope:
         self.fields = []
 
 
-def without_comments(text):
+def declarations(text):
     text = re.sub(r"/\*.*?\*/|//[^\n]*", "", text, flags=re.S)
-    return re.sub(r"^\s*#.*?(?<!\\)$", "", text, flags=re.M)
+    text = re.sub(r"^\s*#.*?(?<!\\)$", "", text, flags=re.M)
+    return LOCK_RULE.sub("", text)
 
 
 def scope_of(opening):
@@ -47,7 +50,7 @@ def scan(text):
     (class, access, declaration)."""
     scopes = [Scope()]
     statement = ""
-    for piece in re.split(r"([{};]|\b(?:public|protected|private)\s*:(?!:))", without_comments(text)):
+    for piece in re.split(r"([{};]|\b(?:public|protected|private)\s*:(?!:))", declarations(text)):
         inner = scopes[-1]
         if piece in ("{", "}", ";"):
             if statement.strip() and inner.kind and piece != "}":

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "devkit/server/Trace.h"
 #include "devkit/server/clients/Client.h"
 #include "devkit/server/requests/Services.h"
+#include "devkit/server/requests/Trace.h"
 
 #include <cstdint>
 #include <span>

@@ -3,8 +3,8 @@
 
 #include "devkit/server/requests/Operations.h"
 #include "devkit/server/requests/Services.h"
+#include "devkit/server/requests/SettingOperation.h"
 #include "devkit/server/settings/Limits.h"
-#include "devkit/server/settings/SettingOperation.h"
 #include "devkit/server/settings/Settings.h"
 
 #include <algorithm>

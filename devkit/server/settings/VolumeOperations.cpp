@@ -3,10 +3,10 @@
 
 #include "devkit/server/requests/Operations.h"
 #include "devkit/server/requests/Services.h"
+#include "devkit/server/requests/SettingOperation.h"
 #include "devkit/server/settings/Calibration.h"
 #include "devkit/server/settings/Limits.h"
 #include "devkit/server/settings/Names.h"
-#include "devkit/server/settings/SettingOperation.h"
 #include "devkit/server/settings/Settings.h"
 #include "devkit/server/settings/StreamTypes.h"
 

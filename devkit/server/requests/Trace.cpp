@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "devkit/server/Trace.h"
+#include "devkit/server/requests/Trace.h"
 
 #include "devkit/server/base/Text.h"
 #include "devkit/server/clients/ConnectType.h"

@@ -3,7 +3,7 @@
 
 #include "devkit/server/base/Version.h"
 #include "devkit/server/requests/Operations.h"
-#include "devkit/server/settings/SettingOperation.h"
+#include "devkit/server/requests/SettingOperation.h"
 
 #include <algorithm>
 #include <array>
