@@ -34,9 +34,10 @@ struct Playback {
             if (mTurn != nullptr) mTurn->lock();
             mLock.lock();
         }
+        /// The turn first: a destructor that waits for the stream's lock deletes it.
         ~Entry() {
-            mLock.unlock();
             if (mTurn != nullptr) mTurn->unlock();
+            mLock.unlock();
         }
         Entry(const Entry&) = delete;
         Entry& operator=(const Entry&) = delete;
