@@ -36,7 +36,7 @@ protected:
     void play(const std::string& name) {
         const std::string file =
             mDirectory.file("sound" + std::to_string(mStreams.size()) + ".wav");
-        writeSound(file, {.frames = 480000});
+        writeSound(file, {.frames = 2880000});
         mStreams.push_back(std::make_unique<ToolProcess>(
             std::vector<std::string>{"play", file, "--name", name, "-v"}));
         ASSERT_TRUE(mStreams.back()->waitForErr("first write"));
