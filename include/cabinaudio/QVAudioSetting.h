@@ -9,7 +9,7 @@
 ///
 ///     AUDIO_NO_ERROR   done
 ///     AUDIO_BAD_VALUE  an argument was refused; nothing was sent, and the log says why
-///     AUDIO_NO_MEMORY  another request of the same object is under way
+///     AUDIO_NO_MEMORY  another request of the same object is in progress
 ///     1                the request did not go through: no server, or it went away
 ///     anything else    the server's status
 ///

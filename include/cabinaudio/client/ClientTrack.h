@@ -38,7 +38,7 @@ struct PlaybackParts;
 /// Lifetime   Do not destroy an object while a call to it is in progress; only a blocked read,
 ///            write or request is ended safely.
 /// Errors     No call throws. Every refusal is logged and returned. Requests return AUDIO_NO_MEMORY
-///            while a setKeyShift() of the same track is under way.
+///            while a setKeyShift() of the same track is in progress.
 /// A track that the server has removed stays STOPPING: destroy it and create a new one.
 class CABINAUDIO_API ClientTrack : public AudioTrack, public ShareMemoryUpdateNotificationCallback {
 public:
@@ -105,7 +105,7 @@ public:
 
     /// @retval AUDIO_NO_ERROR   done; always on an alternative track, where it has no effect
     /// @retval AUDIO_BAD_VALUE  outside 0.8 to 1.2
-    /// @retval AUDIO_NO_MEMORY  another request of this track is under way
+    /// @retval AUDIO_NO_MEMORY  another request of this track is in progress
     /// Any other status is the server's, or 1 when the request did not go through. Takes no lock
     /// and works in every state. Call it once the ring is mapped (getTotalBufferSize() is not 0):
     /// while it is in progress the track cannot ask for an announced ring, and would stay without

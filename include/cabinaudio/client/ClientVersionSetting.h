@@ -38,7 +38,7 @@ public:
     /// @param third   one number
     /// No argument may be null. All are filled whenever the server answered, whatever its status.
     /// @return the server's status; 1 when the request did not go through; AUDIO_NO_MEMORY when
-    ///         another request of this object is under way
+    ///         another request of this object is in progress
     int getServerVersions(int* first, int* second, int* third) override;
 
     /// The library's own version; needs no server.

@@ -14,7 +14,7 @@ class LineReader;
 
 /// Destination of a stream's PCM dump. Items are identified by tag and usage together.
 struct AudioDumpItem {
-    char tag[64];       ///< text of the stream's tag, see AudioTypes::getTag()
+    char tag[64];       ///< name of the stream's tag, see AudioTypes::getTag()
     char usage[64];     ///< component that dumps; "client": this library
     char outPath[256];  ///< directory of the dump files
 };
@@ -22,7 +22,7 @@ static_assert(sizeof(AudioDumpItem) == 384, "shared with other users of the file
 
 /// Destination of a stream's trace; same layout as AudioDumpItem.
 struct AudioTraceItem {
-    char tag[64];       ///< text of the stream's tag
+    char tag[64];       ///< name of the stream's tag
     char usage[64];     ///< component that traces
     char outPath[256];  ///< output path of the trace
 };

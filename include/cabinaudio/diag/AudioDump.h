@@ -15,8 +15,8 @@
 /// Failure   Only logged; a dump that cannot be written drops the bytes.
 class CABINAUDIO_API AudioDump {
 public:
-    /// Dumps when the settings have an item for the tag's text and `usage`. The settings are read
-    /// once, here. The usage "driver" starts paused and opens its file with resume(true).
+    /// Dumps when the settings have an item for the name of the tag and `usage`. The settings are
+    /// read once, here. The usage "driver" starts paused and opens its file with resume(true).
     /// @param tag     of the stream
     /// @param name    of the stream, a part of the file's name
     /// @param usage   component that dumps, "client" for this library's streams

@@ -16,7 +16,7 @@ public:
         /// @param file         printed as the source; null prints as "-"
         /// @param function     printed as the function; null prints as "-"
         /// @param line         printed as it is
-        /// The three texts are not copied and must outlive the object.
+        /// The three strings are not copied and must outlive the object.
         AutoAlert(const char* name, std::uint32_t thresholdUs, const char* file,
                   const char* function, std::uint32_t line);
         ~AutoAlert();

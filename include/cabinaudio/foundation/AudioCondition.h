@@ -14,7 +14,7 @@ class AudioMutex;
 /// Any thread may wait, with the mutex held, and any thread may wake; waking never blocks.
 class CABINAUDIO_API AudioCondition {
 public:
-    /// @param shared  true when the object lies in memory that several processes map
+    /// @param shared  true if the object is in memory shared between processes
     explicit AudioCondition(bool shared);
     ~AudioCondition();
     AudioCondition(const AudioCondition&) = delete;

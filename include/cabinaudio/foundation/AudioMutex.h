@@ -26,7 +26,7 @@ public:
         AudioMutex& mMutex;
     };
 
-    /// @param shared  true when the object lies in memory that several processes map
+    /// @param shared  true if the object is in memory shared between processes
     explicit AudioMutex(bool shared);
     ~AudioMutex();
     AudioMutex(const AudioMutex&) = delete;

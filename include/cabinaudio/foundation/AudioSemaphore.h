@@ -10,7 +10,7 @@
 /// A counting semaphore that starts at 0. Any thread may post and wait.
 class CABINAUDIO_API AudioSemaphore {
 public:
-    /// @param shared  true when the object lies in memory that several processes map
+    /// @param shared  true if the object is in memory shared between processes
     explicit AudioSemaphore(bool shared);
     ~AudioSemaphore();
     AudioSemaphore(const AudioSemaphore&) = delete;

@@ -53,7 +53,7 @@ class CABINAUDIO_API ShareMemoryEx {
 public:
     /// Maps or creates the ring. Failures are logged and leave the object inert.
     ///
-    /// @param type      where the data lies
+    /// @param type      location of the data
     /// @param name      of the shared-memory object; with a physical address "_<address>" is added
     /// @param addr      physical address of the data, or null for SHM_TYPE_POSIX_SHM
     /// @param size      capacity in bytes. A client may map before the creator has written it
