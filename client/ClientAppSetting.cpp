@@ -14,7 +14,7 @@ namespace {
 
 constexpr float US_PER_MS = 1000.0F;
 
-/// The lower half of a number cut towards zero. One that no 64 bits hold, or none, gives 0.
+/// The low 32 bits of a number truncated towards zero. NaN and numbers beyond 64 bits give 0.
 std::int32_t lowWord(float value) {
     constexpr float LIMIT = 9223372036854775808.0F;
     const auto whole =
@@ -78,7 +78,7 @@ int ClientAppSetting::setSpeakerDelay(audio::audio_channel_idx_e channel, float 
     return call<Function::SetSpeakerDelay>(*mRc, channel, lowWord(ms * US_PER_MS));
 }
 
-/// The number is the server's, not in microseconds as the one that was set.
+/// The server defines the unit of the result; it is not the microseconds that are set.
 int ClientAppSetting::getSpeakerDelay(audio::audio_channel_idx_e channel, float* delay) {
     if (delay == nullptr) return refuse();
     const LogSite site = here();
@@ -87,7 +87,7 @@ int ClientAppSetting::getSpeakerDelay(audio::audio_channel_idx_e channel, float*
             *delay = reply.delay;
             AUDIO_LOG_AT(ANDROID_LOG_INFO, site, "delay %f\n", static_cast<double>(reply.delay));
         });
-    return answer.arrived ? AUDIO_NO_ERROR : answer.status;  // deliberate: whatever the server says
+    return answer.arrived ? AUDIO_NO_ERROR : answer.status;  // deliberate: for any status
 }
 
 int ClientAppSetting::setDownlinkDelayEstimation() {
@@ -95,8 +95,8 @@ int ClientAppSetting::setDownlinkDelayEstimation() {
 }
 
 int ClientAppSetting::getDownlinkDelayEstimation(short* delay) {
-    // Deliberate: a whole word, of which the caller's `short` is the lower half. It can lie where a
-    // word may not. Without an answer the word keeps the caller's value.
+    // Deliberate: stores a whole word, whose lower half is the caller's `short`. Copied, because a
+    // `short` may not be aligned for a word. Without a reply the word keeps the caller's value.
     std::int32_t word = 0;
     if (delay != nullptr) std::memcpy(&word, delay, sizeof word);
     const std::int32_t status = callForNumber<Function::GetDelayEstimation>(*mRc, &word);

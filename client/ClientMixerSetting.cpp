@@ -22,7 +22,7 @@ bool isValid(const audio::audio_mixer_gain_t* gain) {
 }
 
 bool isValid(const audio::audio_mixer_matrix_t* matrix) {
-    // Words 1, 2, 4 and 3 of the record. The order is kept as it is.
+    // Words 1, 2, 4 and 3 of the record. Kept as is.
     return matrix != nullptr && isAttenuation(matrix->gain[0]) && isAttenuation(matrix->gain[1]) &&
            isAttenuation(matrix->gain[3]) && isAttenuation(matrix->gain[2]);
 }

@@ -29,7 +29,7 @@ namespace {
 constexpr std::uint64_t DATA_WAIT_MS = 1000;
 constexpr unsigned VOLUME_MAX = 100;
 
-/// Operation of the lines that the helpers of read() write.
+/// Log site of the helpers of read().
 constexpr LogSite READ{"ClientRecord", "read"};
 
 }  // namespace
@@ -53,7 +53,8 @@ ClientRecord::ClientRecord(const char* name, AudioTagType tag, AudioFormatDesc& 
       mVolume(-1),
       mDump(nullptr) {
     std::snprintf(mName, sizeof mName, "%s", name != nullptr ? name : "");
-    // Notifications can arrive before this has returned; they do not look at mRc.
+    // Notifications can arrive before the constructor of RemoteCall has returned; they do not use
+    // mRc.
     mRc = make<RemoteCall>(AudioTypes::getConnectType(tag), notifierCallbackFunc, this, name);
     init(tag, streamParam);
 }
@@ -77,7 +78,7 @@ void ClientRecord::init(AudioTagType tag, int streamParam) {
     if (!steps.isFreed) AUDIO_LOGD("AUDIO IGNORE(mRc->rcfree(param, ret) == AUDIO_NO_ERROR)!\n");
 }
 
-/// Takes over what the server grants, and maps the ring.
+/// Stores the parameters granted by the server, and maps the ring.
 void ClientRecord::accept(const CreateReply& reply, const LogSite& site) {
     mPerLoopSamples = reply.perLoopSamples;
     mPerLoopSize = reply.perLoopSize;
@@ -99,7 +100,7 @@ int ClientRecord::initCheck() {
         return AUDIO_INVALID_STATE;
     }
     const std::int32_t status = mRc->callFuncId(id(CaptureFunction::InitCheck), false);
-    // Also when the server does not confirm the stream: a dump of a stream in trouble is useful.
+    // Even when the server does not confirm the stream: a dump helps to diagnose that.
     StreamDump::begin(mDump, mTag, mName);
     AUDIO_LOGI("Create rawMic record[%s] Done [cast:%llu ms]\n", mName, llu(sinceCreation()));
     return status;
@@ -126,7 +127,7 @@ int ClientRecord::start() {
     return status;
 }
 
-/// Deliberate: wakes no blocked read, which notices the end at its next wake-up or time-out.
+/// Deliberate: does not wake a blocked read, which notices the stop at its next wake-up or timeout.
 int ClientRecord::stop() {
     const AudioMutex::AutoLock lock(mLock);
     const auto [outcome, status] =
@@ -260,7 +261,8 @@ int ClientRecord::readLoop(unsigned char* buffer, int bytes, bool isBlock) {
     return static_cast<int>(done);
 }
 
-/// Waits for data. @return bytes in the ring; 0 when none came, or none are wanted any more
+/// Waits for data. @return bytes in the ring; 0 when none arrived, or the stream is no longer
+/// active
 unsigned ClientRecord::waitForData() {
     ShareMemoryEx* const ring = mShareMemory;
     const cabinaudio::RingPatience patience(DATA_WAIT_MS);
@@ -268,7 +270,7 @@ unsigned ClientRecord::waitForData() {
     unsigned used = 0;
     while ((used = ring->getUsedSize()) == 0) {
         bool isWoken = mCond.waitRelative(mLock, DATA_WAIT_MS) == 0;
-        if (patience.isOver() && ring->getUsedSize() == 0) isWoken = false;  // in vain
+        if (patience.isOver() && ring->getUsedSize() == 0) isWoken = false;  // counts as a timeout
         if (!isWoken)
             AUDIO_LOG_AT(ANDROID_LOG_WARN, READ,
                          "[%s] waitting share memory data update timeout[%d ms]\n", mName,
@@ -301,7 +303,7 @@ void ClientRecord::onRemoved() {
     cabinaudio::setRemoved(parts());
 }
 
-/// Not inlined: its callers wait or are rare, so their bytes count.
+/// Not inlined, to save code size: its callers block or run rarely.
 [[gnu::noinline]] StreamParts ClientRecord::parts() {
     return {mName, mRc, cabinaudio::sendUnderLock, mState, mLock, mCond, mIsBlocked, mShareMemory};
 }
@@ -311,7 +313,7 @@ std::uint64_t ClientRecord::sinceCreation() const {
 }
 
 ClientRecord::~ClientRecord() {
-    delete mRc;  // first: no notification arrives any more
+    delete mRc;  // first, to end the notifications
     {
         const AudioMutex::AutoLock lock(mLock);
         endReader();

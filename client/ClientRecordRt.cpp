@@ -43,13 +43,13 @@ namespace {
 
 constexpr std::uint32_t MSBC_BLOCK_BYTES = 456;  // eight frames
 
-constexpr std::uint32_t PERIOD_SHIFT = 4;  // the server's period counts as 16 ms, whatever it says
+constexpr std::uint32_t PERIOD_SHIFT = 4;  // the server's period always counts as 16 ms
 constexpr std::uint64_t RING_WAIT_MS = 1000;
 constexpr std::uint64_t LATE_MS = 2;
 
 }  // namespace
 
-/// Unit that a read takes.
+/// Unit of a read.
 enum class ClientRecordRt::Unit : std::uint8_t {
     Bytes,
     Frame,
@@ -58,10 +58,10 @@ enum class ClientRecordRt::Unit : std::uint8_t {
 /// A read's request.
 struct ClientRecordRt::Wanted {
     Unit unit;
-    unsigned bytes;  // Bytes: that have to be there; Frame: that the buffer holds
+    unsigned bytes;  // Bytes: required; Frame: capacity of the buffer
 };
 
-/// Bytes that a read can have now.
+/// Bytes that a read can take now.
 struct ClientRecordRt::Supply {
     unsigned bytes;
     unsigned needed;       // by the read
@@ -104,7 +104,7 @@ ClientRecordRt::ClientRecordRt(const char* name, AudioTagType tag, AudioFormatDe
       mCodecExtra2(0) {
     std::snprintf(mName, sizeof mName, "%s", name != nullptr ? name : "");
     {
-        // Notifications can arrive before the link is complete; the lock makes them wait.
+        // Notifications can arrive before the link is complete; the lock delays them.
         const AudioMutex::AutoLock lock(mLock);
         StreamLink::open(mRc, AudioTypes::getConnectType(tag), notifierCallbackFunc, this, name);
     }
@@ -124,7 +124,7 @@ void ClientRecordRt::init(AudioTagType tag) {
     bool isGranted = false;
     const auto steps = cabinaudio::askFor<wire::CreateReply>(
         *mRc, cabinaudio::createRequest(id(CaptureFunction::Create), tag, mFormat, 0), true,
-        // Runs inside the call, where clang does not see that mLock is held.
+        // Runs during the call; clang cannot see that mLock is held.
         [&](const Asked<wire::CreateReply>& asked) CABINAUDIO_UNCHECKED_LOCKING {
             isGranted = asked.isGranted();
             if (isGranted)
@@ -147,7 +147,7 @@ void ClientRecordRt::init(AudioTagType tag) {
         mBytesPerMSec, mCacheSizeMax);
 }
 
-/// Takes over what the server grants.
+/// Stores the parameters granted by the server.
 void ClientRecordRt::accept(const wire::CreateReply& reply) {
     const auto perLoopBytes = static_cast<std::uint32_t>(reply.perLoopSize);
     if (mState == NO_INIT) mState = IDLE;  // the server may have removed the record already
@@ -158,7 +158,7 @@ void ClientRecordRt::accept(const wire::CreateReply& reply) {
     mPerLoopTime = static_cast<std::uint32_t>(reply.perLoopTime);
 }
 
-/// What the codec asks for instead of the server's numbers. @return whether the codec is known
+/// Replaces the server's parameters with those of the codec. @return whether the codec is known
 bool ClientRecordRt::setUpCodec() {
     const std::uint32_t rate = mFormat.sampleRate;
     switch (mFormat.codecType) {
@@ -194,7 +194,7 @@ int ClientRecordRt::initCheck() {
         return AUDIO_INVALID_STATE;
     }
     const std::int32_t status = parts().request(id(CaptureFunction::InitCheck), false);
-    // Also when the server does not confirm the stream: a dump of a stream in trouble is useful.
+    // Even when the server does not confirm the stream: a dump helps to diagnose that.
     StreamDump::begin(mDump, AUDIO_TAG_UPLINK, mName);
     AUDIO_LOGI("Create uplink record[%s] Done cast:%llu ms\n", mName, llu(sinceCreation()));
     return status;
@@ -336,7 +336,7 @@ ClientRecordRt::Taken ClientRecordRt::readLocked(const Wanted& wanted, unsigned 
     }
     unsigned ready = 0;
     if (_prepareData(wanted, isBlock, ready, site) != AUDIO_NO_ERROR) {
-        // Deliberate: missing live data is reported as a wrong state, too.
+        // Deliberate: missing live data is also reported as a wrong state.
         AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s] client read data error state:%d\n", mName,
                      mState.load());
         return {AUDIO_INVALID_STATE, 0, 0};
@@ -346,10 +346,11 @@ ClientRecordRt::Taken ClientRecordRt::readLocked(const Wanted& wanted, unsigned 
                                       : take(buffer, ready, site);
 }
 
-/// Waits until all that is wanted is due, or takes what is due, but no part of a frame.
+/// Waits until all wanted bytes are due; without blocking, takes the bytes that are due, but never
+/// part of a frame.
 /// @param ready  bytes that may be taken
-/// @retval AUDIO_TIMED_OUT      live data stayed away
-/// @retval AUDIO_INVALID_STATE  the stream did not survive the wait
+/// @retval AUDIO_TIMED_OUT      no live data arrived in time
+/// @retval AUDIO_INVALID_STATE  the stream was stopped, removed or destroyed during the wait
 std::int32_t ClientRecordRt::_prepareData(const Wanted& wanted, bool isBlock, unsigned& ready,
                                           const LogSite& site) {
     std::optional<RingPatience> patience;
@@ -365,14 +366,15 @@ std::int32_t ClientRecordRt::_prepareData(const Wanted& wanted, bool isBlock, un
         const std::int32_t status = waitForMore(supply, wanted, *patience, site);
         if (status != AUDIO_NO_ERROR) return status;
         if (!supply.isLive) {
-            // Also after an early wake-up: a ring may be there now, and silence must not delay it.
+            // Even after an early wake-up: a ring may be mapped now, and silence must not delay its
+            // data.
             ready = supply.needed;
             return AUDIO_NO_ERROR;
         }
     }
 }
 
-/// Waits once. Statuses as of _prepareData().
+/// Waits once. Statuses as for _prepareData().
 std::int32_t ClientRecordRt::waitForMore(const Supply& supply, const Wanted& wanted,
                                          const RingPatience& patience, const LogSite& site) {
     const std::uint64_t begin = nowMs();
@@ -410,8 +412,8 @@ void ClientRecordRt::logInterruptedWait(const LogSite& site) {
 
 // ---- Source -------------------------------------------------------------------------------------
 
-/// Goes over to live data once the ring meets a whole request.
-/// @return what there is for the read now
+/// Switches to live data once the ring can meet a whole request. @return the supply for the read
+/// now
 ClientRecordRt::Supply ClientRecordRt::chooseSource(const Wanted& wanted, const LogSite& site) {
     ShareMemoryEx* const ring = mShareMemory;
     if (ring == nullptr) return silentSupply(wanted);
@@ -449,7 +451,7 @@ unsigned ClientRecordRt::frameStep() const {
     return std::max(mPerLoopBytes.load(), 1U);
 }
 
-/// Whether frames in the ring tell their lengths.
+/// Whether the header of a frame in the ring contains its length.
 bool ClientRecordRt::isFramed() const {
     return cabinaudio::isFramed(mFormat.codecType);
 }
@@ -468,7 +470,7 @@ UplinkSilence ClientRecordRt::silence() const {
 
 // ---- Taking -------------------------------------------------------------------------------------
 
-/// Takes what read() gives for `ready` bytes.
+/// Takes the data that read() returns for `ready` bytes.
 ClientRecordRt::Taken ClientRecordRt::take(unsigned char* buffer, unsigned ready,
                                            const LogSite& site) {
     unsigned stored = 0;
@@ -488,14 +490,14 @@ ClientRecordRt::Taken ClientRecordRt::take(unsigned char* buffer, unsigned ready
     return {static_cast<int>(stored), stored, ready};
 }
 
-/// Takes what readFrame() gives once `ready` bytes are there.
+/// Takes the frame that readFrame() returns once `ready` bytes are available.
 ClientRecordRt::Taken ClientRecordRt::takeFrame(unsigned char* buffer, unsigned capacity,
                                                 unsigned ready, const LogSite& site) {
     if (!mSourceReady) return takeSilentFrame(buffer, capacity, ready, site);
     return isFramed() ? takeLiveFrame(buffer, capacity, site) : take(buffer, ready, site);
 }
 
-/// It counts as `ready` bytes, so that silence comes at the pace of frames.
+/// A silent frame counts as `ready` bytes, so that silence keeps the pace of frames.
 ClientRecordRt::Taken ClientRecordRt::takeSilentFrame(unsigned char* buffer, unsigned capacity,
                                                       unsigned ready, const LogSite& site) {
     unsigned char frame[UplinkSilence::LONGEST_FRAME_BYTES];
@@ -533,8 +535,8 @@ ClientRecordRt::Taken ClientRecordRt::refuseFrame(unsigned length, unsigned capa
 
 // ---- The ring -----------------------------------------------------------------------------------
 
-/// Asks where the announced ring lies and maps it.
-/// @return the ring that is in use no more, or null; to be deleted without the lock
+/// Asks the server for the location of the announced ring and maps it.
+/// @return the ring no longer in use, or null; must be deleted without the lock
 ShareMemoryEx* ClientRecordRt::initShareMem() {
     if (mState == NO_INIT) {
         AUDIO_LOGW("[%s] can not init share memory.\n", mName);
@@ -546,7 +548,7 @@ ShareMemoryEx* ClientRecordRt::initShareMem() {
     bool isGranted = false;
     const auto steps = cabinaudio::askFor<wire::ShareMemoryReply>(
         *mRc, wire::FunctionRequest{id(CaptureFunction::GetShareMemory)}, false,
-        // As in init(): mLock is held.
+        // As in init(): mLock is held, but clang cannot see it.
         [&](const Asked<wire::ShareMemoryReply>& asked) CABINAUDIO_UNCHECKED_LOCKING {
             isGranted = asked.isGranted();
             if (isGranted)
@@ -588,8 +590,8 @@ void ClientRecordRt::logSourceReady(const LogSite& site) const {
         llu(nowMs() - (isFirst ? mCreateTime : mUnInitShmTime)));
 }
 
-/// Takes the ring away from readers, who get silence from now on.
-/// @return the ring, to be deleted without the lock
+/// Detaches the ring: reads return silence from now on. @return the ring, which must be deleted
+/// without the lock
 ShareMemoryEx* ClientRecordRt::unInitShareMem() {
     AUDIO_LOGI("[%s] record unInitShareMem\n", mName);
     mSourceReady = false;
@@ -634,7 +636,7 @@ void ClientRecordRt::onRingGone() {
         if (mIsBlocked) mCond.signal();
     }
     cabinaudio::deleteRing(StreamLink::of(mRc), ring);
-    // The server may use the memory again from here on.
+    // From here on the server may reuse the memory.
     if (cabinaudio::sendInTurn(*mRc, id(CaptureFunction::RemoveShareMemory), false) !=
         AUDIO_NO_ERROR)
         AUDIO_LOGE("remove[%s] share memory failed\n", mName);
@@ -646,8 +648,8 @@ void ClientRecordRt::onRemoved() {
     cabinaudio::setRemoved(parts());
 }
 
-/// A ring that is gone is acknowledged without mLock, so that lock does not keep requests apart.
-/// Not inlined: its callers wait or are rare, so their bytes count.
+/// The removal of a ring is acknowledged without mLock, so requestLock, not mLock, serialises
+/// requests. Not inlined, to save code size: its callers block or run rarely.
 [[gnu::noinline]] StreamParts ClientRecordRt::parts() {
     return {mName, mRc, cabinaudio::sendInTurn, mState, mLock, mCond, mIsBlocked, mShareMemory};
 }
@@ -657,15 +659,15 @@ std::uint64_t ClientRecordRt::sinceCreation() const {
 }
 
 ClientRecordRt::~ClientRecordRt() {
-    // A request that waits for a dead server holds a lock; it would never give it up.
+    // A request that waits for a dead server holds a lock, and would never release it.
     RemoteCallAccess::abandon(*mRc);
     bool isGivenUp = false;
     {
         const AudioMutex::AutoLock lock(mLock);
         isGivenUp = !endReader();
     }
-    // A read that has its data may still be writing the dump. A read that did not leave in time is
-    // not waited for.
+    // A read that has its data may still be writing the dump. Do not wait for a read that did not
+    // leave in time.
     if (!isGivenUp) StreamLink::of(mRc).readers.drain();
     StreamLink::close(mRc);
     delete mShareMemory;

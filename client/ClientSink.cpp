@@ -40,7 +40,7 @@ constexpr std::uint64_t SOURCE_WAIT_MS = 2000;
 constexpr std::uint64_t REMOVED_PAUSE_US = 500'000;
 constexpr std::uint64_t MISSING_RING_PAUSE_US = 1'000'000;
 
-/// Counts on over the largest number, as a stream of days does.
+/// Wraps around instead of overflowing, after days of streaming.
 void add(int& total, int count) {
     total = static_cast<int>(static_cast<unsigned>(total) + static_cast<unsigned>(count));
 }
@@ -70,7 +70,7 @@ ClientSink::ClientSink(const char* name, AudioTagType tag, AudioFormatDesc& form
       mIneffectiveLen(0) {
     std::snprintf(mName, sizeof mName, "%s", name != nullptr ? name : "");
     {
-        // Notifications can arrive before the link is complete; the lock makes them wait.
+        // Notifications can arrive before the link is complete; the lock delays them.
         const AudioMutex::AutoLock lock(mLock);
         StreamLink::open(mRc, AudioTypes::getConnectType(tag), notifierCallbackFunc, this, name);
     }
@@ -91,8 +91,8 @@ void ClientSink::init(AudioTagType /*tag*/, int streamParam) {
     if (mState == NO_INIT) mState = IDLE;  // the server may have removed the sink already
 }
 
-/// Asks where the source's ring lies and maps it.
-/// @return the ring that is in use no more, or null; to be deleted without the lock
+/// Asks the server for the location of the source's ring and maps it.
+/// @return the ring no longer in use, or null; must be deleted without the lock
 ShareMemoryEx* ClientSink::initShareMemory() {
     const LogSite site = AUDIO_LOG_SITE;
     const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);
@@ -202,7 +202,7 @@ int ClientSink::write(unsigned char* buffer, int len, bool isBlock) {
         return AUDIO_BAD_VALUE;
     }
     // While the source is missing, an application that writes without a pause holds mLock nearly
-    // all the time. The turn lock lets a waiting operation in before the next write.
+    // all the time. The turn lock lets a waiting operation run before the next write.
     AudioMutex& turn = StreamLink::of(mRc).turn;
     turn.lock();
     const AudioMutex::AutoLock lock(mLock);
@@ -214,7 +214,7 @@ int ClientSink::write(unsigned char* buffer, int len, bool isBlock) {
     return isBlock ? blockWrite(buffer, len) : nonblockWrite(buffer, len);
 }
 
-/// @return 1 when there is a ring to write to, else what write() returns
+/// @return 1 when there is a ring to write to, else the result of write()
 int ClientSink::checkAndWaitSourceReady(bool isBlock, int len) {
     const ReplyDeadline deadline;
     while (mShareMemory == nullptr) {
@@ -224,7 +224,7 @@ int ClientSink::checkAndWaitSourceReady(bool isBlock, int len) {
             AudioTime::sleep(MISSING_RING_PAUSE_US);
             return 0;
         }
-        // Deliberate: coded formats wait even when asked not to block.
+        // Deliberate: coded formats wait even in a non-blocking write.
         if (!isBlock && mFormat.codecType == 0) return 0;
         if (mSourceRemoved) {
             add(mIneffectiveLen, len);
@@ -239,7 +239,8 @@ int ClientSink::checkAndWaitSourceReady(bool isBlock, int len) {
     return 1;
 }
 
-/// Waits once for the source to come or go. @return whether the stream is still ACTIVE
+/// Waits once for the source to be activated or withdrawn. @return whether the stream is still
+/// ACTIVE
 bool ClientSink::waitForSource(std::uint64_t ms) {
     const cabinaudio::BlockedWait blocked(parts());
     const std::uint64_t begin = nowMs();
@@ -267,7 +268,7 @@ int ClientSink::blockWrite(unsigned char* buffer, int bytes) {
     return bytes;
 }
 
-/// @return `need` when that much is free; 0 when the source went away; or a status
+/// @return `need` when that much is free; 0 when the source was withdrawn; or a status
 int ClientSink::checkAndWaitShareBufferFree(int need) {
     const int ready = Playback::waitForSpace(parts(), need, &mSourceRemoved, AUDIO_LOG_SITE);
     if (ready == 0) {
@@ -347,8 +348,8 @@ ShareMemoryEx* ClientSink::detachRing() {
     return mShareMemory.exchange(nullptr);
 }
 
-/// Deletes the ring and tells the server, which may use the memory again from then on. Without
-/// mLock. @return whether the server has acknowledged it
+/// Deletes the ring and acknowledges the withdrawal; the server may then reuse the memory. Called
+/// without mLock. @return whether the server has answered with AUDIO_NO_ERROR
 bool ClientSink::letGoOfSource(ShareMemoryEx* ring) {
     cabinaudio::deleteRing(StreamLink::of(mRc), ring);
     return cabinaudio::sendInTurn(*mRc, id(StreamFunction::SourceDeactivated), true) ==
@@ -366,8 +367,8 @@ void ClientSink::onRemoved(LogSite site) {
     cabinaudio::setRemoved(parts());
 }
 
-/// A withdrawn source is acknowledged without mLock, so that lock does not keep requests apart.
-/// Not inlined: its callers wait or are rare, so their bytes count.
+/// A withdrawal is acknowledged without mLock, so requestLock, not mLock, serialises requests. Not
+/// inlined, to save code size: its callers block or run rarely.
 [[gnu::noinline]] PlaybackParts ClientSink::parts() {
     return {{mName, mRc, cabinaudio::sendInTurn, mState, mLock, mCond, mIsBlocked, mShareMemory},
             mIsWriteDone,
@@ -379,7 +380,7 @@ std::uint64_t ClientSink::sinceCreation() const {
 }
 
 ClientSink::~ClientSink() {
-    // A request that waits for a dead server holds a lock; it would never give it up.
+    // A request that waits for a dead server holds a lock, and would never release it.
     RemoteCallAccess::abandon(*mRc);
     ShareMemoryEx* ring = nullptr;
     {
@@ -389,6 +390,6 @@ ClientSink::~ClientSink() {
     StreamDump::endAll(mDump);
     cabinaudio::deleteRing(StreamLink::of(mRc), ring);
     StreamLink::close(mRc);
-    delete mShareMemory;  // mapped for a notification that came during destruction
+    delete mShareMemory;  // mapped by a notification during destruction
     AUDIO_LOGD("[%s]destroy client\n", mName);
 }

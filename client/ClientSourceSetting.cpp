@@ -50,9 +50,8 @@ void keep(const wire::Name& name, char (&buffer)[64]) {
     std::memcpy(buffer, name.text, strnlen(name.text, sizeof buffer - 1));
 }
 
-/// Asks for a name and keeps it in the object's `buffer`, zeros behind it. A server that refuses
-/// yields its empty name: the status is not looked at. @return `buffer`, or null when nothing
-/// arrived
+/// Asks for a name and stores it in the object's `buffer`, followed by zeros. The status is
+/// ignored: a refusal gives an empty name. @return `buffer`, or null when no reply arrived
 template <Function FUNCTION>
 const char* getName(const From& from, const char* tag, char (&buffer)[64]) {
     const auto answer = ask<FUNCTION>(
@@ -60,7 +59,8 @@ const char* getName(const From& from, const char* tag, char (&buffer)[64]) {
     return answer.arrived ? buffer : nullptr;
 }
 
-/// AUDIO_NO_ERROR when the server has answered, whatever it said; else why it has not.
+/// AUDIO_NO_ERROR when the server has answered, whatever its status; else the reason why it has
+/// not.
 std::int32_t transport(const cabinaudio::Answer& answer) {
     return answer.arrived ? AUDIO_NO_ERROR : answer.status;
 }
@@ -90,7 +90,7 @@ ClientSourceSetting::~ClientSourceSetting() {
 
 int ClientSourceSetting::setOutPutSource(const char* source, const char* tag) {
     if (!fitsField(source) || !fitsField(tag)) return refuseName();
-    // Deliberate: the tag goes first.
+    // Deliberate: the tag is sent first.
     return set<Function::SetOutputSource>(*mRc, {.tag = text(tag), .name = text(source)});
 }
 

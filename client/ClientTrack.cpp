@@ -61,7 +61,7 @@ ClientTrack::ClientTrack(const char* name, AudioTagType tag, AudioFormatDesc& fo
       mLock(false) {
     std::snprintf(mName, sizeof mName, "%s", name != nullptr ? name : "");
     {
-        // Notifications can arrive before the link is complete; the lock makes them wait.
+        // Notifications can arrive before the link is complete; the lock delays them.
         const AudioMutex::AutoLock lock(mLock);
         StreamLink::open(mRc, AudioTypes::getConnectType(tag), notifierCallbackFunc, this, name);
     }
@@ -89,8 +89,8 @@ void ClientTrack::init(int streamParam) {
                llu(sinceCreation()));
 }
 
-/// Asks where the announced ring lies and maps it.
-/// @return the ring that is in use no more, or null; to be deleted without the lock
+/// Asks the server for the location of the announced ring and maps it.
+/// @return the ring no longer in use, or null; must be deleted without the lock
 ShareMemoryEx* ClientTrack::initShareMemory() {
     const LogSite site = AUDIO_LOG_SITE;
     ShareMemoryEx* replaced = nullptr;
@@ -138,7 +138,7 @@ int ClientTrack::stop() {
 int ClientTrack::clear() {
     AUDIO_LOGD("[%s]clear In\n", mName);
     const AudioMutex::AutoLock lock(mLock);
-    return Playback::clear(parts(), 2, AUDIO_LOG_SITE);  // kept as it is: the second finds nothing
+    return Playback::clear(parts(), 2, AUDIO_LOG_SITE);  // kept as is: the second has no effect
 }
 
 int ClientTrack::writeDone() {
@@ -228,13 +228,13 @@ int ClientTrack::write(unsigned char* buffer, int bytes, bool isBlock) {
     return isBlock ? blockWrite(buffer, bytes) : nonblockWrite(buffer, bytes);
 }
 
-/// Waits for the ring. @return whether it is there and the track is still ACTIVE
+/// Waits for the ring. @return whether it is mapped and the track is still ACTIVE
 bool ClientTrack::checkAndWaitShareBufferReady() {
     const cabinaudio::BlockedWait blocked(parts());
     const std::uint64_t begin = nowMs();
     bool isTimedOut = false;
-    // A signal alone proves nothing: it may be left from an earlier wait, or stand for a ring that
-    // could not be mapped.
+    // A signal alone proves nothing: it may be meant for an earlier wait, or for a ring that could
+    // not be mapped.
     for (std::uint64_t waited = 0; mShareMemory == nullptr && mState == ACTIVE && !isTimedOut;
          waited = nowMs() - begin)
         isTimedOut =
@@ -262,7 +262,7 @@ int ClientTrack::blockWrite(unsigned char* buffer, int bytes) {
     return bytes;
 }
 
-/// Waits until `need` bytes are free. 0, or why they are not.
+/// Waits until `need` bytes are free. @return 0, or the status of the failure
 int ClientTrack::checkAndWaitShareBufferFree(int need) {
     return std::min(Playback::waitForSpace(parts(), need, nullptr, AUDIO_LOG_SITE), 0);
 }
@@ -323,7 +323,7 @@ void ClientTrack::onRemoved(LogSite site) {
     cabinaudio::setRemoved(parts());
 }
 
-/// Not inlined: its callers wait or are rare, so their bytes count.
+/// Not inlined, to save code size: its callers block or run rarely.
 [[gnu::noinline]] PlaybackParts ClientTrack::parts() {
     return {{mName, mRc, cabinaudio::sendUnderLock, mState, mLock, mCond, mIsBlocked, mShareMemory},
             mIsWriteDone,
@@ -335,7 +335,7 @@ std::uint64_t ClientTrack::sinceCreation() const {
 }
 
 ClientTrack::~ClientTrack() {
-    // A request that waits for a dead server holds mLock; it would never give it up.
+    // A request that waits for a dead server holds mLock, and would never release it.
     RemoteCallAccess::abandon(*mRc);
     ShareMemoryEx* ring = nullptr;
     {
@@ -345,6 +345,6 @@ ClientTrack::~ClientTrack() {
     cabinaudio::deleteRing(StreamLink::of(mRc), ring);
     StreamDump::endAll(mDump);
     StreamLink::close(mRc);
-    delete mShareMemory;  // mapped for a notification that came during destruction
+    delete mShareMemory;  // mapped by a notification during destruction
     AUDIO_LOGD("[%s]destroy client\n", mName);
 }

@@ -31,13 +31,13 @@ bool is(const char* tag, const char* name) {
     return std::strcmp(tag, name) == 0;
 }
 
-/// Whether a track can have a volume of its own; the second audio has none.
+/// Whether tag and name can identify a track with a volume of its own; the second audio has none.
 bool isTrack(const char* tag, const char* name) {
     return fitsField(tag) && fitsField(name) &&
            (is(tag, "main") || is(tag, "alternative") || is(tag, "auxiliary"));
 }
 
-/// The output path of a tag, or AUDIO_OUT_PATH_NONE with a line about it.
+/// The output path of a tag, or AUDIO_OUT_PATH_NONE, which is logged.
 audio::audio_out_path_id_e pathOf(const char* tag, const LogSite& site = here()) {
     if (tag == nullptr) {
         AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "Invalid param, tag=NULL.\n");
@@ -65,7 +65,7 @@ std::int32_t refuseType(const char* type, const LogSite& site = here()) {
     return AUDIO_BAD_VALUE;
 }
 
-/// Row of the microphone's gain table; fractions are cut off.
+/// Row of the microphone's gain table; fractions are truncated.
 const GmicGain& micGain(float dB) {
     return gmic_gain_table[static_cast<int>(dB - MIC_MIN_DB)];
 }
@@ -227,7 +227,7 @@ int ClientVolumeSetting::setFadeBalance(int fade, int balance, unsigned stepMax)
                                 {audio::AUDIO_CHANNEL_RF, 100 + b + f},
                                 {audio::AUDIO_CHANNEL_LS, 100 - b - f},
                                 {audio::AUDIO_CHANNEL_RS, 100 + b - f}};
-    unsigned status = 0;  // of all: callers only ask whether it is 0
+    unsigned status = 0;  // of all requests: callers only test it against 0
     for (const auto& [index, volume] : channels) {
         audio::audio_channel_gain_t gain{static_cast<std::uint32_t>(index),
                                          static_cast<std::uint8_t>(std::clamp(volume, 0, 100)),

@@ -18,7 +18,7 @@ std::int32_t exchangeEffect(const Caller& caller, std::uint32_t function, const 
     const wire::EffectRequest record{function, text(tag), text(effect), from.size};
     const Request request{.record = {&record, sizeof record}, .behind = {&from + 1, from.size}};
     if (into == nullptr) return exchange(caller, request, {}).status;
-    // As before the call: the reply overwrites the size.
+    // The size before the call: the reply overwrites it.
     const Result block{into, record.size + std::uint32_t{sizeof *into}};
     return fetch(caller, request, &block, 1);
 }

@@ -8,14 +8,14 @@
 #include <cstdint>
 #include <type_traits>
 
-/// Operations on an effect's parameter block, whose length only the block knows. The request is an
-/// EffectRequest and the block's data. Texts are not null.
+/// Operations on an effect's parameter block, which contains its own length. The request is an
+/// EffectRequest followed by the block's data. Strings must not be null.
 namespace cabinaudio::setting {
 
-/// One request, whose length is the caller's.
-/// @param into  gets the reply's block, head included, whenever the server has answered; null for
-///              an operation without a result
-/// @retval AUDIO_NO_MEMORY  another request is under way, or the size is beyond all memory
+/// One request, with the length of the caller's block.
+/// @param into  gets the reply's block, including the header, whenever the server has answered;
+///              null for an operation without a result
+/// @retval AUDIO_NO_MEMORY  another request is in progress, or the size is too large for a request
 std::int32_t exchangeEffect(const Caller& caller, std::uint32_t function, const char* tag,
                             const char* effect, const audio::effect_param_t& from,
                             audio::effect_param_t* into);

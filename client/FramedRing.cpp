@@ -29,7 +29,7 @@ unsigned FramedRing::needed() const {
 }
 
 FramedRing::Frame FramedRing::takeWithin(unsigned char* buffer, unsigned capacity) {
-    // The length is the one that this copy of the header tells, whatever the ring holds later.
+    // The length is taken from this copy of the header, whatever the ring contains later.
     unsigned char header[LONGEST_HEADER_BYTES];
     if (RingAccess::peek(mRing, header, mHeaderBytes) < mHeaderBytes) return {Outcome::Missing, 0};
     const std::uint32_t body = bodyBytes(header);
@@ -49,7 +49,7 @@ FramedRing::Frame FramedRing::takeWithin(unsigned char* buffer, unsigned capacit
 unsigned FramedRing::takeWhole(unsigned char* buffer, const LogSite& site) {
     if (mHeaderBytes > mRing.getUsedSize()) return 0;
     const auto got = static_cast<std::uint32_t>(mRing.read(buffer, mHeaderBytes));
-    // Deliberate: logged when the read succeeds.
+    // Deliberate: logged although the read succeeded.
     if (got != 0)
         AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site,
                      "AUDIO IGNORE(0==mShareMemory->read(buffer, mHeaderSize))!\n");

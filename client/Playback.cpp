@@ -20,7 +20,7 @@ void logInterruptedWait(const StreamParts& stream, LogSite site) {
                      endOfWait(stream.state));
 }
 
-/// A ring that could not be mapped has no flag.
+/// A ring that could not be mapped has no wait flag.
 void setRingWait(const StreamParts& stream, bool wait) {
     ShareMemoryEx* const ring = stream.ring;
     if (ring != nullptr && ring->isUsable()) ring->setWait(wait);
@@ -144,8 +144,8 @@ int Playback::waitForSpace(const PlaybackParts& stream, int need,
     const BlockedWait blocked(stream);
     do {
         setRingWait(stream, true);
-        // The server frees first and looks at the flag then, so look once more after setting it. A
-        // wait that fails leaves the flag set.
+        // The server frees space first and tests the flag afterwards, so test the space again after
+        // setting the flag. A wait that fails leaves the flag set.
         if (freeSize(stream.ring) >= need) {
             setRingWait(stream, false);
             return need;

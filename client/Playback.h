@@ -16,14 +16,14 @@
 
 namespace cabinaudio {
 
-/// The fields that tracks and sinks work on alike.
+/// The fields used by the common operations of tracks and sinks.
 struct PlaybackParts : StreamParts {
     bool& isWriteDone;
     std::atomic<std::uint64_t>& writeDoneTime;  // ms
 };
 
-/// What tracks and sinks do alike, all of it with the stream's lock held. `site` is the operation,
-/// whose name stands in the log.
+/// Common operations of tracks and sinks, all with the stream's lock held. `site` is the operation
+/// that the log lines name.
 struct Playback {
     static constexpr std::uint64_t SPACE_WAIT_MS = 600;
     static constexpr std::uint64_t WRITER_EXIT_WAIT_MS = 2000;
@@ -31,7 +31,7 @@ struct Playback {
     /// The create request of a playback stream.
     /// @param accepted  gets the reply when the server grants the stream; runs before the request's
     ///                  blocks are freed
-    /// @return whether the stream was granted; otherwise the log says why not
+    /// @return whether the stream was granted; otherwise the reason is logged
     template <typename Accepted>
     static bool create(const PlaybackParts& stream, const wire::CreateRequest& request,
                        LogSite site, Accepted accepted) {
@@ -57,10 +57,10 @@ struct Playback {
         return isGranted;
     }
 
-    /// Asks where the announced ring lies and maps it.
-    /// @param updated    called back after each read of the server's
-    /// @param replaced   gets the ring that is in use no more
-    /// @param logMapped  writes the stream's own line about the ring
+    /// Asks the server for the location of the announced ring and maps it.
+    /// @param updated    called after each read by the server
+    /// @param replaced   gets the ring no longer in use
+    /// @param logMapped  logs the stream's own line about the ring
     /// @return result of the allocation of the request's blocks
     template <typename LogMapped>
     static std::int32_t mapRing(const PlaybackParts& stream,
@@ -84,33 +84,33 @@ struct Playback {
     }
 
     static int start(const PlaybackParts& stream, LogSite site);
-    /// The line of a success is the caller's.
+    /// The caller logs a success.
     static StateChange stop(const PlaybackParts& stream, LogSite site);
     /// @param times  how often the ring is emptied
     static int clear(const PlaybackParts& stream, unsigned times, LogSite site);
 
-    /// Whether the end of the data may be announced; the log says why not.
+    /// Whether the end of the data may be announced; if not, the reason is logged.
     static bool mayEnd(const PlaybackParts& stream, LogSite site);
     /// Announces the end of the data.
     static int writeDone(const PlaybackParts& stream, LogSite site);
 
-    /// Why no write is taken now, or AUDIO_NO_ERROR.
+    /// The status with which a write is refused now, or AUDIO_NO_ERROR.
     static int refusal(const PlaybackParts& stream, LogSite site);
 
-    /// Bytes that the next step of a blocking write takes, with `free` ones in the ring: more than
-    /// those only when there are none.
+    /// Bytes that the next step of a blocking write takes, with `free` bytes free in the ring: more
+    /// than `free` only when `free` is 0.
     static int step(int perLoopSize, int free, int remaining) {
-        // A server that names no step size must not make this spin on a full ring.
+        // At least 1: with a step size of 0 the caller would spin on a full ring.
         return std::min(free > 0 ? free : std::max(perLoopSize, 1), remaining);
     }
 
     /// Waits until `need` bytes are free.
-    /// @param isGivenUp  looked at after each wake-up of a stream that is still ACTIVE; may be null
+    /// @param isGivenUp  tested after each wake-up while the stream is still ACTIVE; may be null
     /// @return `need`, 0 when given up, or a status
     static int waitForSpace(const PlaybackParts& stream, int need,
                             const std::atomic<bool>* isGivenUp, LogSite site);
 
-    /// Bytes that a write takes without waiting, at most `bytes`.
+    /// Bytes that a write can take without waiting, at most `bytes`.
     static int fitting(ShareMemoryEx* ring, int bytes, const char* name, LogSite site) {
         const int count = std::min(freeSize(ring), bytes);
         if (count < bytes)
@@ -120,7 +120,7 @@ struct Playback {
         return std::max(count, 0);
     }
 
-    /// @param ring  has the space
+    /// @param ring  must have the space
     static void writeOnce(ShareMemoryEx& ring, const std::atomic<AudioDump*>& dump,
                           const unsigned char* buffer, int len, LogSite site) {
         if (ring.write(buffer, static_cast<unsigned>(len)) == 0)
@@ -129,19 +129,21 @@ struct Playback {
         StreamDump::write(dump, buffer, static_cast<unsigned>(len));
     }
 
-    /// With the lock held or as a visitor of the ring. `ring` may be null.
+    /// Called with the lock held or from inside the gate of ring visitors. `ring` may be null.
     static int freeSize(ShareMemoryEx* ring) {
         return ring != nullptr ? static_cast<int>(ring->getFreeSize()) : 0;
     }
 
-    /// The first step of destruction: ends a blocked write. @return the ring, to be deleted
+    /// The first step of destruction: ends a blocked write. @return the ring, which the caller must
+    /// delete
     static ShareMemoryEx* endWriter(const PlaybackParts& stream, LogSite site);
 
-    /// The line of an operation without effect. It names the track for a sink, too: kept as it is.
-    /// @param instead  the operation to call, or null for none
+    /// Logs a call to an operation without effect. Kept as is: the line names the track even for a
+    /// sink.
+    /// @param instead  the operation to call instead, or null for none
     static int deprecated(LogSite site, const char* instead);
 
-    /// Says that a wait for the ring or the source ended because the stream is not ACTIVE any more.
+    /// Logs that a wait for the ring or the source ended because the stream is no longer ACTIVE.
     static void logInvalidState(const PlaybackParts& stream, LogSite site);
 
 private:

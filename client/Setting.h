@@ -20,28 +20,28 @@
 ///     return set<Function::SetMasterStep>(*mRc, {.step = volume});
 ///     return get<Function::GetTrackGain>(*mRc, {.tag = text(tag), .name = text(name)}, *dB);
 ///
-/// The braces are the request record that the catalogue has for the function; its id is filled in.
-/// The compiler checks the fields of the request and the results against the records. Log lines
-/// name the function that makes the request.
+/// The braces initialise the request record that the catalogue lists for the function; the id is
+/// filled in. The compiler checks the fields of the request and the results against the records.
+/// Log lines name the function that makes the request.
 namespace cabinaudio::setting {
 
 // ---- Fields of a request ------------------------------------------------------------------------
 
-/// A text in a zeroed field.
-/// @param most  bytes copied; a text that fills the field has no terminator there
+/// A string in a zeroed field.
+/// @param most  most bytes to copy; a string that fills the field has no terminator
 wire::Name text(const char* text, std::size_t most = sizeof(wire::Name::text) - 1);
 
-/// Whether a text fits its field with its terminator.
+/// Whether a string fits its field including the terminator.
 inline bool fitsField(const char* text) {
     constexpr std::size_t FIELD = sizeof(wire::Name::text);
     return text != nullptr && strnlen(text, FIELD) < FIELD;
 }
 
-/// A number of four bytes; pointers and floating-point numbers are none.
+/// An integer or enumeration of four bytes.
 template <typename T>
 concept Number = sizeof(T) == 4 && (std::is_integral_v<T> || std::is_enum_v<T>);
 
-/// The number in a field of the other signedness, or the number of an enumerator.
+/// Converts a number to the signedness of its field, or an enumerator to its number.
 template <Number T>
 constexpr std::int32_t number(T value) {
     return static_cast<std::int32_t>(value);
@@ -53,7 +53,7 @@ constexpr std::uint32_t word(T value) {
 
 // ---- Results of a reply -------------------------------------------------------------------------
 
-/// Where a result goes. Null drops the result. A byte lies in a field of four.
+/// Destination of a result; null discards it. A single byte takes a field of four.
 struct Result {
     void* to;
     std::uint32_t size;
@@ -61,8 +61,8 @@ struct Result {
     [[nodiscard]] std::uint32_t field() const { return std::max(size, std::uint32_t{4}); }
 };
 
-/// A record of words, as far as a compiler can tell: a pointer or a number of eight bytes in it
-/// shows in its alignment, pointers in 64-bit builds only.
+/// A record of words, as far as the compiler can check: a number of eight bytes in it shows in the
+/// alignment, and so does a pointer, but only in 64-bit builds.
 template <typename T>
 concept WordRecord =
     std::is_class_v<T> && sizeof(T) % 4 == 0 &&
@@ -81,8 +81,8 @@ Result resultOf(T* result) {
     return {result, sizeof *result};
 }
 
-/// Stands for a result where a record is initialized: a number has any signedness, everything else
-/// is itself.
+/// Stands for a result in the initialisation of a record: a number matches either signedness, other
+/// types match only themselves.
 struct AnyNumber {
     operator std::int32_t() const;
     operator std::uint32_t() const;
@@ -105,14 +105,14 @@ template <typename... Results>
 constexpr bool IS_RECORD = sizeof...(Results) == 1 && (WordRecord<Results> && ...);
 
 /// Whether these results are the fields behind the status of a reply. A record of the application
-/// may stand for an array of words.
+/// may replace an array of words.
 template <typename Reply, typename... Results>
 constexpr bool ARE_FIELDS_OF = sizeof(Reply) == REPLY_SIZE<Results...> &&
                                (IS_RECORD<Results...> || InitializedBy<Reply, Results...>);
 
 // ---- One request --------------------------------------------------------------------------------
 
-/// The connection of a request, and the operation that its log lines name.
+/// The connection of a request and the operation named in its log lines.
 struct Caller {
     RemoteCall& rc;
     LogSite site;
@@ -126,44 +126,45 @@ struct Bytes {
 struct Request {
     Bytes record;
     Bytes behind = {};                            // follows the record
-    void (*allocated)(const LogSite&) = nullptr;  // called once the request has its block
+    void (*allocated)(const LogSite&) = nullptr;  // called once the block is allocated
 };
 
 struct Reply {
     std::uint32_t size = sizeof(wire::StatusReply);
-    /// Gets the reply, status included, before its block is freed; whenever the server has
-    /// answered.
+    /// Gets the reply, including the status, before its block is freed; called whenever the server
+    /// has answered.
     void (*take)(const std::uint8_t* reply, const void* context) = nullptr;
     const void* context = nullptr;
 };
 
-/// Every request of a setting goes through here.
+/// The one path of all settings requests.
 Answer exchange(const Caller& caller, const Request& request, const Reply& reply);
 
-/// A request whose reply is a status. @return the status
+/// A request whose reply is only a status. @return the status
 std::int32_t tell(const Caller& caller, const Bytes& record, const Bytes& behind = {});
 
 /// A request with results, which are stored whenever the server has answered. @return the status
 std::int32_t fetch(const Caller& caller, const Request& request, const Result* results,
                    std::size_t count);
 
-/// Refuses an argument. Nothing is sent.
+/// Logs and returns the refusal of an argument. Sends nothing.
 std::int32_t refuseAt(const LogSite& site);
 
-/// An operation that is kept for its place in the interface and has no effect.
+/// Logs a call to an operation that has no effect and is kept for its place in the interface.
 std::int32_t deprecatedAt(const LogSite& site);
 
 // ---- Operations ---------------------------------------------------------------------------------
 
-// Differs from source to source: the file in it is the one that is being compiled.
+// Unnamed, because it differs between source files: it contains the name of the file being
+// compiled.
 namespace {
 
-/// The calling function.
+/// Log site of the calling function.
 [[maybe_unused]] inline LogSite here(const char* function = __builtin_FUNCTION()) {
     return {STEM<SourceStem(__BASE_FILE__)>.text, function};
 }
 
-/// Makes the calling function the operation of a request.
+/// Caller of a request, with the calling function as its operation.
 struct From : Caller {
     From(RemoteCall& remoteCall, const char* function = __builtin_FUNCTION())
         : Caller{remoteCall, here(function)} {}
@@ -191,7 +192,7 @@ std::int32_t set(const From& from, wire::RequestOf<FUNCTION>&& request = {}) {
     return set<FUNCTION>(from, request);
 }
 
-/// The same for a record of the application, which is sent from where it lies.
+/// The same for a record of the application, which is sent without a copy into the request record.
 template <auto FUNCTION, WordRecord Value>
 std::int32_t setRecord(const From& from, const Value& value) {
     static_assert(wire::SETTING<FUNCTION>.hasFlag, "The function travels without the flag.");
@@ -204,8 +205,7 @@ std::int32_t setRecord(const From& from, const Value& value) {
     return tell(from, {&function, sizeof function}, {&value, sizeof value});
 }
 
-/// An operation with results, in the order in which the reply has them: references, or pointers
-/// that may be null.
+/// An operation with results, in the order of the reply: references, or pointers that may be null.
 template <auto FUNCTION, typename... Results>
 std::int32_t get(const From& from, wire::RequestOf<FUNCTION>&& request, Results&&... results) {
     static_assert(wire::SETTING<FUNCTION>.hasFlag, "The function travels without the flag.");
@@ -217,7 +217,7 @@ std::int32_t get(const From& from, wire::RequestOf<FUNCTION>&& request, Results&
     return fetch(from, {.record = {&request, sizeof request}}, places.data(), places.size());
 }
 
-/// An operation whose reply is read where it lies.
+/// An operation whose reply is read in place.
 /// @param take  gets the reply record whenever the server has answered
 template <auto FUNCTION, typename Take>
 Answer ask(const From& from, wire::RequestOf<FUNCTION>&& request, Take take) {
@@ -235,7 +235,7 @@ Answer ask(const From& from, wire::RequestOf<FUNCTION>&& request, Take take) {
 
 }  // namespace
 
-/// An operation of numbers alone. Log lines name RemoteCall::callFuncId().
+/// An operation with numbers only. Log lines name RemoteCall::callFuncId().
 template <auto FUNCTION, typename... Numbers>
 std::int32_t call(RemoteCall& rc, Numbers... numbers) {
     static_assert(sizeof(wire::RequestOf<FUNCTION>) == 4 * (1 + sizeof...(Numbers)) &&
@@ -245,7 +245,7 @@ std::int32_t call(RemoteCall& rc, Numbers... numbers) {
                          wire::SETTING<FUNCTION>.hasFlag);
 }
 
-/// The same for an operation that is answered with a number. Null drops it.
+/// The same for an operation whose reply is a number. Null discards the number.
 template <auto FUNCTION>
 std::int32_t callForNumber(RemoteCall& rc, std::int32_t* value) {
     static_assert(std::is_same_v<wire::RequestOf<FUNCTION>, wire::FunctionRequest> &&
@@ -255,7 +255,7 @@ std::int32_t callForNumber(RemoteCall& rc, std::int32_t* value) {
 
 // ---- Ranges -------------------------------------------------------------------------------------
 
-/// False for a value that is no number, too.
+/// False for NaN, too.
 inline bool isWithin(float value, float least, float most) {
     return value >= least && value <= most;
 }

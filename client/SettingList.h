@@ -13,7 +13,7 @@
 
 namespace cabinaudio::setting {
 
-/// The text of a field; it may fill the field to the last byte.
+/// The string of a field, which may fill the field without a terminator.
 inline std::string textOf(const wire::Name& name) {
     return {name.text, strnlen(name.text, sizeof name.text)};
 }
@@ -21,14 +21,14 @@ inline std::string textOf(const wire::Name& name) {
 inline void appendSlot(const wire::Name& slot, std::vector<std::string>& to) {
     to.push_back(textOf(slot));
 }
-/// Slots are records of the server's own, which the application knows as bytes.
+/// Slots are records defined by the server; the application has them as opaque bytes.
 template <typename Slot, typename Item>
 void appendSlot(const Slot& slot, std::vector<Item>& to) {
     static_assert(sizeof(Slot) == sizeof(Item) && std::is_trivially_copyable_v<Item>);
     std::memcpy(&to.emplace_back(), &slot, sizeof slot);
 }
 
-/// Appends slots of a reply. A server that counts more than the reply has room for is not believed.
+/// Appends slots of a reply. The count of the server is clamped to the slots of the reply.
 /// Exhausted memory ends the process here, as it does in make(); no exception leaves the library.
 template <typename Slot, std::size_t SLOTS, typename Item>
 void append(const Slot (&slots)[SLOTS], std::int32_t count, std::vector<Item>& to) noexcept {
@@ -37,7 +37,7 @@ void append(const Slot (&slots)[SLOTS], std::int32_t count, std::vector<Item>& t
         appendSlot(slots[i], to);
 }
 
-/// Replaces a text by that of a field, on the same terms.
+/// Replaces a string by that of a field. Exhausted memory ends the process, as above.
 inline void assign(std::string& to, const wire::Name& from) noexcept {
     to = textOf(from);
 }

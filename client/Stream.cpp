@@ -24,8 +24,8 @@ ShareMemoryEx* adoptRing(std::atomic<ShareMemoryEx*>& slot, const wire::ShareMem
                          const char* name, unsigned mode,
                          ShareMemoryUpdateNotificationCallback* callback) {
     ShareMemoryEx* const current = slot.load();
-    // Two mappings of one object would have two receiver threads, which share the posts of its
-    // semaphore: some of them would wake the wrong one.
+    // Two mappings of one object would have two receiver threads that share the posts of its
+    // semaphore, and some posts would wake the wrong thread.
     if (current != nullptr && RingAccess::mapsAnnounced(*current, place.address, place.size))
         return nullptr;
     const auto* const address =

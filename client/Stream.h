@@ -15,13 +15,13 @@
 #include <cstdint>
 #include <cstring>
 
-/// What every stream does, whichever way its data goes. The streams' own texts stay with them.
+/// Operations common to playback and capture streams. The log texts stay with the streams.
 namespace cabinaudio {
 
 /// Clock of the streams, in milliseconds.
 std::uint64_t nowMs();
 
-/// For the log's %llu, whatever 64 bits are called on this build.
+/// Converts to the type of the log's %llu, whatever type std::uint64_t is on this build.
 inline unsigned long long llu(std::uint64_t value) {
     return value;
 }
@@ -30,14 +30,14 @@ inline unsigned long long llu(std::uint64_t value) {
 template <typename Reply>
 struct Asked {
     std::int32_t called;  // 0: the server has answered
-    Reply reply;          // zeros where nothing arrived
+    Reply reply;          // zeros where no data arrived
 
     [[nodiscard]] bool isGranted() const {
         return called == AUDIO_NO_ERROR && reply.status == AUDIO_NO_ERROR;
     }
 };
 
-/// A stream's request.
+/// Sends a request of a stream.
 /// @param conclude  gets the Asked<Reply>; runs before the request's blocks are freed, and only
 ///                  when they could be allocated
 template <typename Reply, typename Request, typename Conclude>
@@ -52,24 +52,25 @@ Answer askFor(RemoteCall& rc, const Request& request, bool flag, Conclude conclu
         });
 }
 
-/// The payload of a create request. `function` is that of the stream's connection.
+/// The payload of a create request. `function` is the id on the stream's connection.
 wire::CreateRequest createRequest(std::uint32_t function, AudioTagType tag,
                                   const AudioFormatDesc& format, int streamParam);
 
 /// Maps the ring that the server has announced, unless it is mapped already. The ring in `slot` is
-/// replaced only by one that could be mapped. Called with the stream's lock held.
-/// @return the ring that is in use no more, or null; to be deleted without the lock
+/// replaced only by a ring that could be mapped. Called with the stream's lock held.
+/// @return the ring no longer in use, or null; must be deleted without the lock
 [[nodiscard]] ShareMemoryEx* adoptRing(std::atomic<ShareMemoryEx*>& slot,
                                        const wire::ShareMemoryReply& place, const char* name,
                                        unsigned mode,
                                        ShareMemoryUpdateNotificationCallback* callback);
 
-/// Deletes a ring that no other thread can reach any more, once the threads that looked at it
-/// without the stream's lock have left. Without that lock: joins the ring's receiver thread.
+/// Deletes a ring that no other thread can reach any more, once the threads that read it without
+/// the stream's lock have left. Must be called without that lock, because it joins the ring's
+/// receiver thread.
 void deleteRing(StreamLink& link, ShareMemoryEx* ring);
 
-/// A ring that has been replaced. Declared in front of the stream's lock, so that it is deleted
-/// after the lock has been released.
+/// A ring that has been replaced. Declared before the stream's lock, so that the ring is deleted
+/// after the lock is released.
 class ReplacedRing {
 public:
     explicit ReplacedRing(StreamLink& link) : mLink(link) {}
@@ -83,11 +84,12 @@ private:
     StreamLink& mLink;
 };
 
-/// How long one call waits for the other side of its ring. Each wake-up begins the wait anew, as
-/// often as the server likes; where a policy limits the waits for a server, they end together.
+/// Limits how long one call waits for the other side of its ring. Each wake-up restarts the wait,
+/// without a limit on their number; if a policy limits waits for the server, all waits of the call
+/// together end by its deadline.
 class RingPatience {
 public:
-    /// @param waitMs  of a single wait; together they last as long at least
+    /// @param waitMs  of a single wait; all waits together last at least as long
     explicit RingPatience(std::uint64_t waitMs) : mEndMs(nowMs() + waitMs) {}
 
     [[nodiscard]] bool isOver() const { return mDeadline.isOver() && nowMs() >= mEndMs; }
@@ -97,7 +99,7 @@ private:
     std::uint64_t mEndMs;
 };
 
-/// Why a wait ended that the stream did not survive, as the log says it.
+/// Log text for the reason why a wait ended in a stream that is no longer ACTIVE.
 inline const char* endOfWait(AudioStreamState state) {
     return state == STOPPING ? "STOPPING,server may have crash" : "IDLE, may have stop";
 }

@@ -7,11 +7,11 @@
 
 namespace cabinaudio {
 
-/// The diagnostic dump of a stream. Each initCheck() begins a new one. The earlier ones stay open
-/// until the stream's end, because a read or a write on another thread may be using them.
+/// The diagnostic dump of a stream. Each initCheck() starts a new dump. Earlier dumps stay open
+/// until the stream is destroyed, because a read or write on another thread may be using them.
 class StreamDump final : public AudioDump {
 public:
-    /// Makes a dump for the usage "client" and stores it in `current`. Any thread.
+    /// Creates a dump for the usage "client" and stores it in `current`. Any thread.
     static void begin(std::atomic<AudioDump*>& current, AudioTagType tag, const char* name);
 
     /// Adds the bytes to the dump, if there is one.

@@ -10,15 +10,15 @@
 
 namespace cabinaudio {
 
-/// What a playback stream or an uplink needs besides the fields of its class. Programs may allocate
-/// those objects by the documented fields, so nothing can be added to them.
+/// State of a playback stream or an uplink besides the fields of its class. Programs may allocate
+/// those objects by the documented fields, so no field can be added there.
 struct StreamExtras {
     /// The operations of a sink queue here for its lock, so that an application that writes without
-    /// a pause does not keep the lock for itself. Taken before the stream's lock.
+    /// a pause does not starve them. Taken before the stream's lock.
     AudioMutex turn{false};
-    /// Keeps requests apart that are made without the stream's lock. Taken after the stream's lock.
+    /// Serialises requests that are made without the stream's lock. Taken after the stream's lock.
     AudioMutex requestLock{false};
-    /// Threads that look at the ring without the stream's lock.
+    /// Threads that read the ring without the stream's lock.
     UseGate ringVisitors;
     /// Threads in a read of an uplink.
     UseGate readers;
@@ -32,7 +32,7 @@ public:
         mTurn.lock();
         mLock.lock();
     }
-    /// The turn first: a destructor that waits for the stream's lock deletes it.
+    /// Unlocks the turn first: a destructor that waits for the stream's lock deletes the turn.
     ~InTurn() CABINAUDIO_RELEASE() {
         mTurn.unlock();
         mLock.unlock();
@@ -49,10 +49,10 @@ private:
 class StreamLink final : public StreamExtras, public RemoteCall {
 public:
     /// Connects and registers, as a RemoteCall does. Notifications can arrive before this returns:
-    /// `rc` is set by then and leads to the extras, but must not be used for a request yet.
+    /// `rc` is set by then and gives access to the extras, but must not be used for a request yet.
     static void open(RemoteCall*& rc, audio_connect_type type, Notify notify, void* stream,
                      const char* name) {
-        // The constructor stores the pointer itself, earlier.
+        // The constructor stores the pointer in `rc` itself, before it registers.
         (void)make<StreamLink>(rc, type, notify, stream, name);
     }
 

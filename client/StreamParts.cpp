@@ -58,7 +58,7 @@ std::uint64_t awaitExit(const StreamParts& stream, std::uint64_t limitMs) {
     stream.changed.signal();
     const std::uint64_t begin = nowMs();
     std::uint64_t waited = 0;
-    // notify() can wake this thread instead of the blocked call: test the flag of the call.
+    // notify() can wake this thread instead of the blocked call, so test the flag of the call.
     for (; stream.isBlocked && waited < limitMs; waited = nowMs() - begin)
         (void)stream.wait(limitMs - waited);
     return waited;

@@ -13,23 +13,23 @@
 #include <atomic>
 #include <cstdint>
 
-/// The life of a stream, whichever way its data goes. The words for the log stay with the streams.
+/// States and waits common to playback and capture streams. The log texts stay with the streams.
 namespace cabinaudio {
 
-/// Sends a request that is a function id and nothing else. @return its status
+/// Sends a request that consists only of a function id. @return its status
 using SendFunction = std::int32_t(RemoteCall& rc, std::uint32_t function, bool flag);
 
-/// For streams all of whose such requests are made under the stream's lock.
+/// For streams that make all such requests under the stream's lock.
 SendFunction sendUnderLock;
-/// For streams that also make requests without it. The RemoteCall is a StreamLink.
+/// For streams that also make requests without that lock. The RemoteCall is a StreamLink.
 SendFunction sendInTurn;
 
-/// The fields that the operations of every stream work on. Each class has them in an order that
-/// programs know, so they cannot be a member or a base class. Made with the stream's lock held, and
-/// used no longer than it is.
+/// The fields used by the operations of every stream. Each class has them in an order that is part
+/// of its fixed layout, so they cannot be a member or a base class. Created with the stream's lock
+/// held, and valid only while it is held.
 struct StreamParts {
     const char* name;
-    RemoteCall* const& rc;  // without the lock: a notification may come before it is set
+    RemoteCall* const& rc;  // by reference: set without the lock, perhaps after a notification
     SendFunction* send;
     std::atomic<AudioStreamState>& state;
     AudioMutex& lock;
@@ -45,7 +45,7 @@ struct StreamParts {
         return send(*rc, function, flag);
     }
     /// @return whether a wake-up ended the wait. Not checked, because clang cannot tell that `lock`
-    /// is the stream's, which is held.
+    ///         is the stream's lock, which is held.
     [[nodiscard]] bool wait(std::uint64_t ms) const CABINAUDIO_UNCHECKED_LOCKING {
         return changed.waitRelative(lock, ms) == 0;
     }
@@ -54,14 +54,14 @@ struct StreamParts {
     }
 };
 
-/// Marks a read or write as blocked for as long as it lives.
+/// Marks a read or write as blocked for its lifetime.
 class BlockedWait {
 public:
     explicit BlockedWait(const StreamParts& stream)
         : mIsBlocked(stream.isBlocked), mState(stream.state), mChanged(stream.changed) {
         mIsBlocked = true;
     }
-    /// A destructor may be waiting for the blocked call to leave.
+    /// The stream's destructor may be waiting for the blocked call to leave.
     ~BlockedWait() {
         mIsBlocked = false;
         if (mState != ACTIVE) mChanged.signal();
@@ -75,34 +75,34 @@ private:
     AudioCondition& mChanged;
 };
 
-/// How a stream took the wish to go from one state to another.
+/// Outcome of a requested change of state.
 struct StateChange {
     enum class Outcome : std::uint8_t {
         Done,
-        NotNeeded,  // it is there already; nothing was sent
-        Refused,    // it is in a third state; nothing was sent
-        Failed,     // the request
+        NotNeeded,  // already in that state; nothing was sent
+        Refused,    // in a third state; nothing was sent
+        Failed,     // the request failed
     };
     Outcome outcome;
     std::int32_t status;  // for the application
 };
 
-/// Takes a stream from one state to another by a request.
+/// Changes the state of a stream by a request.
 [[nodiscard]] StateChange changeState(const StreamParts& stream, AudioStreamState from,
                                       AudioStreamState to, std::uint32_t function, bool flag);
 
-/// The server has removed the stream. Also during destruction: the state is STOPPING then.
+/// The server has removed the stream. Even during destruction this sets the state to STOPPING.
 void setRemoved(const StreamParts& stream);
 
 /// The ring was updated: wakes a blocked read or write. Runs on the ring's receiver thread.
 /// @return milliseconds since the update; 0 when nothing is blocked
 std::uint64_t wakeAfterUpdate(const StreamParts& stream);
 
-/// As above, with a warning when it took long.
+/// As above; logs a warning when the wake-up took long.
 void logUpdate(const StreamParts& stream, LogSite site);
 
 /// Wakes a blocked read or write and waits until it has left.
-/// @return milliseconds that it took, `limitMs` or a little more when the call has not left
+/// @return milliseconds waited; `limitMs` or slightly more when the call has not left
 std::uint64_t awaitExit(const StreamParts& stream, std::uint64_t limitMs);
 
 /// The first step of a capture stream's destruction: ends a blocked read.
@@ -113,7 +113,7 @@ bool endReader(const StreamParts& stream, LogSite site);
 /// @retval AUDIO_INVALID_STATE  not stopped
 std::int32_t clearCapture(const StreamParts& stream, LogSite site);
 
-/// A wake-up that took this long gets a line in the log.
+/// A wake-up that took at least this long is logged.
 constexpr std::uint64_t LAG_WARNING_MS = 2;
 
 }  // namespace cabinaudio

@@ -14,7 +14,7 @@ constexpr std::uint32_t CODEC_MSBC = 65;
 constexpr std::uint32_t LOAS_HEADER_BYTES = 3;
 constexpr std::uint32_t OPUS_HEADER_BYTES = 8;
 
-/// Whether each frame has a header in front that tells the frame's length.
+/// Whether each frame begins with a header that contains the frame's length.
 constexpr bool isFramed(std::uint32_t codec) {
     return codec == CODEC_LOAS || codec == CODEC_OPUS;
 }

@@ -6,7 +6,7 @@ namespace cabinaudio {
 std::uint32_t UplinkPacing::due(std::uint64_t nowMs) {
     if (mBytesPerMs == 0) return 0;
     const std::uint64_t read = mReadBytes;
-    // Deliberate: counts in 32 bits, so that a read ahead of the clock is a large backlog.
+    // Deliberate: 32-bit arithmetic, so that a read ahead of the clock counts as a large backlog.
     const auto due = static_cast<std::uint32_t>((nowMs - mStartMs) * mBytesPerMs - read);
     if (due <= mMostBytes) return due;
     mStartMs = nowMs - (read + mMostBytes) / mBytesPerMs;

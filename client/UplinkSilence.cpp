@@ -24,7 +24,7 @@ void noise(unsigned char* at, std::uint64_t count, unsigned shift) {
     }
 }
 
-/// The end of an AUDIO_ASSERT whose line carries the name of the operation.
+/// AUDIO_ASSERT failure whose log line names the operation.
 [[noreturn]] void abortOn(const char* broken, const LogSite& site) {
     AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "AUDIO ASSERT(%s)!\n", broken);
     std::abort();
@@ -79,8 +79,8 @@ void UplinkSilence::fillNoise(unsigned char* buffer, unsigned bytes, const LogSi
     }
 }
 
-/// One sample per frame at the stream's rate, whatever the channels. A period that is not 16 ms
-/// would make it more samples of `width` bytes than fit.
+/// One sample per frame at the stream's rate, whatever the channels. Limited, because with a period
+/// other than 16 ms that would be more samples of `width` bytes than fit.
 std::uint64_t UplinkSilence::noiseFrames(unsigned bytes, unsigned width) const {
     const std::uint64_t room = bytes / width;
     if (mBytesPerMs == 0) return room;

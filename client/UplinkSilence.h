@@ -10,7 +10,7 @@
 
 namespace cabinaudio {
 
-/// Silence in the form of an uplink: noise of very low level for linear PCM, a stored frame or
+/// Silence in the format of an uplink: noise of very low level for linear PCM, a stored frame or
 /// packet for mSBC and Opus, nothing for other codecs.
 class UplinkSilence {
 public:
@@ -23,8 +23,8 @@ public:
 
     /// Fills a buffer of `bytes` bytes. The process ends when a stored frame does not fit.
     /// @param site  operation that the log lines belong to
-    /// @return bytes of silence. For linear PCM all of the buffer counts, also where the pace asks
-    ///         for less noise: the rest stays as it is
+    /// @return bytes of silence. For linear PCM always `bytes`, even if the pace requires less
+    ///         noise: the rest of the buffer is unchanged
     unsigned fill(unsigned char* buffer, unsigned bytes, const LogSite& site) const;
 
 private:

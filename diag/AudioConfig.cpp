@@ -25,7 +25,7 @@ namespace {
 constexpr char kDirectory[] = "/media/flash/nvm/as_server";
 constexpr char kFile[] = "/media/flash/nvm/as_server/audio_config";
 
-/// strtol with the range of the target's 32-bit long on every build.
+/// strtol() clamped to the range of the target's 32-bit long on every build.
 std::int32_t toNumber(const char* text) {
     constexpr long least = std::numeric_limits<std::int32_t>::min();
     constexpr long most = std::numeric_limits<std::int32_t>::max();
@@ -136,7 +136,7 @@ void AudioConfig::_parseConfigItems() {
             }
         }
     } catch (const std::bad_alloc&) {
-        // Diagnosis is not worth the process: what was read so far counts.
+        // Diagnostics must not end the process: the settings read so far are used.
     }
 }
 
@@ -168,18 +168,18 @@ void AudioConfig::_storeConfigItems() {
     cabinaudio::makeDirectory(kDirectory, AUDIO_LOG_SITE);
     int error = 0;
     if (_writeConfigItems(error)) return;
-    // The line of every write-back that fails, in the middle of the file too.
+    // Logged for every failed write-back, even one that fails in the middle of the file.
     AUDIO_LOGE("Failed to open file(w):%s, error:%s(%d)\n", kFile, std::strerror(error), error);
 }
 
-/// @param error  gets why the items are not all in the file
+/// @param error  gets the reason why not all items are in the file
 bool AudioConfig::_writeConfigItems(int& error) {
     errno = 0;
     try {
         std::ofstream file(kFile, std::ios::out | std::ios::trunc);
         cabinaudio::writeItems(file, "Dump", mDumpItems);
         cabinaudio::writeItems(file, "Trace", mTraceItems);
-        // As text: a program's global locale could put separators into the number.
+        // Formatted here, because a program's global locale could add separators to the number.
         char level[16] = {};
         std::snprintf(level, sizeof level, "%" PRId32, static_cast<std::int32_t>(mLogLevel));
         file << "Log\n level=" << level << "\n enMark=" << (mEnMark ? '1' : '0') << std::endl;
@@ -187,7 +187,8 @@ bool AudioConfig::_writeConfigItems(int& error) {
         error = errno;
         return file.good();
     } catch (const std::exception&) {
-        // The stream's buffer could not be had. The destructor, which comes here, must not throw.
+        // The stream's buffer could not be allocated. The destructor, which calls this, must not
+        // throw.
         error = ENOMEM;
         return false;
     }

@@ -63,8 +63,7 @@ AudioDump::~AudioDump() {
     _deinit();
 }
 
-// Without the lock, because this is in the way of each transfer: the caller does not resume during
-// a write.
+// Takes no lock, because every transfer calls this; the caller must not resume during a write.
 void AudioDump::write(const unsigned char* data, unsigned len) CABINAUDIO_UNCHECKED_LOCKING {
     if (!mEnabled || !mFile.is_open() || !mRunning || data == nullptr || len == 0) return;
     mFile.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(len));

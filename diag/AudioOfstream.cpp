@@ -3,7 +3,7 @@
 
 namespace {
 
-/// Only names the file inside the standard buffer: its members may do so, other code may not.
+/// Gives access to the file inside the standard buffer, which is a protected member.
 class FileBuffer : public std::filebuf {
 public:
     static constexpr __file_type std::filebuf::*file() { return &FileBuffer::_M_file; }

@@ -11,14 +11,15 @@
 #include <memory>
 #include <ostream>
 
-/// What dump and trace items have in common: a list of heap copies, each pair of tag and usage
+/// Common code of dump and trace items: a list of heap copies, with each pair of tag and usage
 /// once.
 namespace cabinaudio {
 
 template <typename Item>
 using ConfigItems = std::list<Item*>;
 
-/// Copies what fits and fills the rest with zeros. Never looks further than it can copy.
+/// Copies as much as fits and fills the rest with zeros. Never reads beyond the bytes that it can
+/// copy.
 template <std::size_t size>
 void copyText(char (&to)[size], const char* from) {
     const std::size_t length = strnlen(from, size - 1);
@@ -26,7 +27,7 @@ void copyText(char (&to)[size], const char* from) {
     std::memset(to + length, 0, size - length);
 }
 
-/// The item with every text ended inside its field.
+/// A copy of the item with every string terminated inside its field.
 template <typename Item>
 Item terminated(const Item& item) {
     Item copy;
@@ -43,7 +44,7 @@ auto findItem(ConfigItems<Item>& items, const Item& key) {
     });
 }
 
-// The argument of add and remove may be a stored item itself, hence the copies.
+// The argument of addItem() and removeItem() may be a stored item itself, hence the copies.
 template <typename Item>
 void addItem(ConfigItems<Item>& items, const Item& item) {
     auto copy = std::make_unique<Item>(terminated(item));
@@ -71,7 +72,7 @@ void clearItems(ConfigItems<Item>& items) {
     items.clear();
 }
 
-/// The stored item of the pair, or null. A hit is logged for `site`.
+/// The stored item of this tag and usage, or null. A match is logged for `site`.
 template <typename Item>
 Item* getItem(ConfigItems<Item>& items, const char* tag, const char* usage, const LogSite& site) {
     if (tag == nullptr || usage == nullptr) return nullptr;
@@ -92,7 +93,7 @@ bool readField(LineReader& lines, const char* key, char (&field)[size]) {
     return value != nullptr;
 }
 
-/// Reads the lines behind an item's keyword. @return false when one is not the expected one
+/// Reads the lines behind an item's keyword. @return false when a line is not the expected one
 template <typename Item>
 bool readItem(LineReader& lines, Item& item) {
     return readField(lines, " tag=", item.tag) && readField(lines, " usage=", item.usage) &&

@@ -12,7 +12,7 @@ namespace cabinaudio {
 
 /// Creates the last level of `directory`, for its owner only.
 inline void makeDirectory(const char* directory, const LogSite& site) {
-    // The line comes when the directory was made, and never when it was not. Kept as it is.
+    // Kept as is: the line is logged when the directory was created, and never on failure.
     if (mkdir(directory, 0700) == 0)
         AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site, "Failed to mkdir:%s(strerror=%s)\n", directory,
                      std::strerror(errno));

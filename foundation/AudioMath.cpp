@@ -10,7 +10,7 @@ constexpr unsigned kLastStep = 255;
 constexpr float kLowestDb = -103.5F;
 constexpr float kDbPerStep = 0.5F;
 
-// std::lround() is no constant expression.
+// std::lround() is not constexpr.
 constexpr double roundedTo8Decimals(double amplitude) {
     // NOLINTNEXTLINE(bugprone-incorrect-roundings): of positive numbers, far below 2^52
     return static_cast<double>(static_cast<std::int64_t>(amplitude * 1e8 + 0.5)) / 1e8;
@@ -28,7 +28,7 @@ constexpr std::array<float, kLastStep + 1> amplitudes() {
     for (unsigned i = unity; i > 0; --i, amplitude /= perStep)
         table[i] = static_cast<float>(roundedTo8Decimals(amplitude));
     table[0] = 0.0F;                // deliberate: the lowest step is silence
-    table[kLastStep] = 15.848933F;  // deliberate: a bit above the formula
+    table[kLastStep] = 15.848933F;  // deliberate: slightly above the formula
     return table;
 }
 
@@ -37,13 +37,13 @@ static_assert(kAmplitudes[1] == 0.00000708F);
 static_assert(kAmplitudes[207] == 1.0F);
 static_assert(kAmplitudes[255] == 15.848933F);
 
-// Threads may take the same number from it, which does not matter for noise.
+// Concurrent threads may draw the same number, which does not matter for noise.
 constinit std::atomic<double> gNoiseState{868346455.0};
 static_assert(std::atomic<double>::is_always_lock_free);
 
 }  // namespace
 
-// Ends always with two neighbours, because an interval of more than one step shrinks each time.
+// Always ends with two neighbours, because each pass shrinks an interval of more than one step.
 float audioMathLog10Extend(float amplitude) {
     unsigned low = 0;
     unsigned high = kLastStep;
@@ -61,13 +61,13 @@ float audioMathLog10Extend(float amplitude) {
 
 float audioMathPow10Extend(float decibel) {
     const float step = (decibel - kLowestDb) / kDbPerStep;
-    if (!(step >= 0.0F)) return kAmplitudes[0];  // not a number, too
+    if (!(step >= 0.0F)) return kAmplitudes[0];  // NaN, too
     if (step >= static_cast<float>(kLastStep)) return kAmplitudes[kLastStep];
     return kAmplitudes[static_cast<unsigned>(step)];
 }
 
-// A step of the Park-Miller generator. The state stays a positive whole number below 2^31, so that
-// cutting is rounding down and every double here is exact but the last product.
+// A step of the Park-Miller generator. The state stays a positive integer below 2^31, so truncation
+// rounds down, and every double here except the last product is exact.
 std::int32_t audioMathRandn() {
     const double state = gNoiseState.load(std::memory_order_relaxed);
     const double high = static_cast<std::int32_t>(state * 16807.0 * 4.656612873077393e-10);
@@ -77,7 +77,7 @@ std::int32_t audioMathRandn() {
     return static_cast<std::int32_t>((next - 1073741824.0) * 0.005);
 }
 
-// Deliberate: the rows of 28 and 29 dB give half a decibel less, as the amplifier's steps allow.
+// Deliberate: the rows of 28 and 29 dB give half a decibel less, because of the amplifier's steps.
 const GmicGain gmic_gain_table[71] = {
     // clang-format off
     // -24 to 6 dB

@@ -7,7 +7,7 @@
 
 namespace {
 
-// The line numbers in the log are fixed: kept as they are, part of the interface.
+// Fixed line numbers in the log. Kept as is: part of the interface.
 constexpr unsigned MALLOC_LINE = 8;
 constexpr unsigned REALLOC_LINE = 22;
 

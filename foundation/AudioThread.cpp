@@ -34,9 +34,9 @@ sigset_t otherSignals() {
     return signals;
 }
 
-/// pthread_create, such that the new thread has all signals but those of faults blocked from its
-/// first instruction on. The calling thread's own mask of those is left alone: one that is pending
-/// there must not arrive now.
+/// pthread_create() with all signals except the fault signals blocked from the new thread's first
+/// instruction on. The caller's mask of the fault signals stays as it is: a pending one must not be
+/// delivered here.
 int createDeafToSignals(pthread_t& thread, const pthread_attr_t& attr, void* (*entry)(void*),
                         void* argument) {
     const sigset_t others = otherSignals();
@@ -51,7 +51,7 @@ void setStack(pthread_attr_t& attr, std::size_t bytes) {
     if (bytes != 0) AUDIO_IGNORE(pthread_attr_setstacksize(&attr, bytes) == 0);
 }
 
-/// The same as an ordinary thread, which any process may have.
+/// The same with ordinary scheduling, which needs no permission.
 int createOrdinary(pthread_t& thread, std::size_t stackBytes, void* (*entry)(void*),
                    void* argument) {
     pthread_attr_t attr;
@@ -74,7 +74,7 @@ AudioThread::AudioThread(const char* name, std::int32_t priority, Policy policy)
       mThread(),
       mLock(false),
       mJoined(true) {
-    // The precision is what fits behind "AS-".
+    // The precision is the room left behind "AS-".
     std::snprintf(mName, sizeof(mName), "AS-%.12s", name != nullptr ? name : "Default");
 }
 
@@ -87,7 +87,7 @@ void AudioThread::start() {
 }
 
 void cabinaudio::LibraryThread::start(AudioThread& thread, std::size_t stackBytes) {
-    // The conditions in AUDIO_IGNORE are part of its texts.
+    // AUDIO_IGNORE logs the text of its condition, so the names in it must stay.
     pthread_t& mThread = thread.mThread;
     const char* const mName = thread.mName;
     const AudioMutex::AutoLock lock(thread.mLock);
@@ -95,8 +95,7 @@ void cabinaudio::LibraryThread::start(AudioThread& thread, std::size_t stackByte
         AUDIO_LOGE("Thread(%s) has been run already.\n", mName);
         return;
     }
-    // A body that stopped itself could not join itself; its thread is still to be joined or
-    // detached.
+    // A body that stopped its own thread cannot have joined it: join or detach that thread now.
     if (!thread.mJoined && pthread_tryjoin_np(mThread, nullptr) != 0)
         AUDIO_IGNORE(pthread_detach(mThread) == 0);
     thread.mJoined = true;
@@ -117,7 +116,7 @@ void cabinaudio::LibraryThread::start(AudioThread& thread, std::size_t stackByte
         AUDIO_LOGW("Thread(%s) may not be a real-time one.\n", mName);
         ret = createOrdinary(mThread, stackBytes, AudioThread::_run, &thread);
     }
-    const int error = errno;  // not set by pthread_create, whose result has the reason
+    const int error = errno;  // pthread_create() does not set it; `ret` has the reason
     AUDIO_IGNORE(pthread_attr_destroy(&attr) == 0);
 
     if (ret == 0) {
@@ -145,7 +144,7 @@ void AudioThread::join() {
             return;
         }
         mJoined = true;
-        thread = mThread;  // a start() from elsewhere may put another one there
+        thread = mThread;  // a concurrent start() may replace mThread
     }
     AUDIO_IGNORE(pthread_join(thread, nullptr) == 0);
 }

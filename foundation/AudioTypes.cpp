@@ -18,7 +18,7 @@ struct TagRow {
     audio_connect_type connect;
 };
 
-// Two texts share tag 3: both are understood, the first is the one to print.
+// Two names share tag 3: both are accepted, and the first one is printed.
 constexpr TagRow kTags[] = {
     {"main", AUDIO_OUT_PATH_MAIN, AUDIO_TAG_MAIN, AUDIO_CONNECT_MAIN},
     {"alternative", AUDIO_OUT_PATH_ALTERNATIVE, AUDIO_TAG_ALTERNATIVE, AUDIO_CONNECT_ALTERNATIVE},

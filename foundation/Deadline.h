@@ -9,8 +9,8 @@
 
 namespace cabinaudio {
 
-/// The moment `ms` milliseconds from now. Spans that 64 bits of microseconds cannot hold end with
-/// the clock, so that a wait without an end has none.
+/// The deadline `ms` milliseconds from now. A span beyond 64 bits of microseconds is clamped to the
+/// longest one, so that an endless wait does not overflow.
 inline AudioTime deadlineIn(std::uint64_t ms) {
     constexpr std::uint64_t longestMs = std::numeric_limits<std::int64_t>::max() / 1000;
     AudioTime deadline;

@@ -5,8 +5,8 @@
 
 namespace cabinaudio {
 
-/// Signals of a fault in the thread that gets them. Where they are blocked, a fault ends the
-/// process without the application's handler.
+/// Signals raised by a fault in the thread that receives them. If they are blocked, a fault ends
+/// the process without running the application's handler.
 inline constexpr int FAULT_SIGNALS[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT, SIGTRAP};
 
 }  // namespace cabinaudio

@@ -8,8 +8,8 @@ namespace cabinaudio {
 template <typename Signature>
 class FunctionRef;
 
-/// A reference to a callable of the caller's: two words, no allocation, and one copy of the code
-/// that takes it. For parameters only; valid as long as the callable.
+/// A non-owning reference to a callable: two words, no allocation, and a function that takes it is
+/// compiled once for all callables. For parameters only; valid as long as the callable.
 template <typename... Arguments>
 class FunctionRef<void(Arguments...)> {
 public:

@@ -10,11 +10,11 @@ namespace cabinaudio {
 
 constexpr clockid_t CLOCK_NOT_CHOSEN = -1;
 
-/// Clock of all time stamps of this process. Chosen once, so that no two stamps are of different
-/// clocks. Read directly only after a call of chosenClock().
+/// Clock of all timestamps of this process, chosen once so that all of them are comparable. Read it
+/// directly only after a call to chosenClock().
 CABINAUDIO_LOCAL extern std::atomic<clockid_t> gLibraryClock;
 
-/// Makes the choice. Several threads may; they choose the same.
+/// Chooses the clock. Concurrent calls choose the same one.
 clockid_t chooseClock();
 
 inline clockid_t chosenClock() {

@@ -10,8 +10,8 @@ namespace cabinaudio {
 /// How the library starts its own threads.
 struct LibraryThread {
     /// Enough for the bodies of the library's threads and for the callbacks that they call. Each
-    /// stream has three threads, and the target 3 GiB of addresses: with the system's 8 MiB for
-    /// each stack not even 128 streams would fit.
+    /// stream has three threads, and the target has 3 GiB of address space: with the system's 8 MiB
+    /// per stack, not even 128 streams would fit.
     static constexpr std::size_t STACK_BYTES = std::size_t{1024} * 1024;
 
     /// AudioThread::start() with a stack of STACK_BYTES instead of the system's default.

@@ -8,7 +8,7 @@
 
 namespace cabinaudio {
 
-/// Name of a source file without directory and extension, cut out at compile time.
+/// Name of a source file without directory and extension, extracted at compile time.
 struct SourceStem {
     char text[48] = {};
 
@@ -21,13 +21,13 @@ struct SourceStem {
     }
 };
 
-/// One of each name, however many places have it.
+/// One object per name, shared by all places that use it.
 template <SourceStem NAME>
 inline constexpr SourceStem STEM = NAME;
 
-/// The operation that a log line belongs to. A helper that several operations share takes one, so
-/// that its lines carry the name of the operation; the line number is that of the log statement.
-/// Make it with AUDIO_LOG_SITE.
+/// The operation that a log line belongs to. A helper that several operations share takes a
+/// LogSite, so that its log lines name the operation; the line number is that of the log statement.
+/// Create it with AUDIO_LOG_SITE.
 struct LogSite {
     const char* file;
     const char* function;
@@ -35,12 +35,11 @@ struct LogSite {
 
 }  // namespace cabinaudio
 
-/// The LogSite of the function that it stands in.
+/// The LogSite of the enclosing function.
 #define AUDIO_LOG_SITE \
     (::cabinaudio::LogSite{::cabinaudio::STEM<::cabinaudio::SourceStem(__FILE__)>.text, __func__})
 
-/// Writes one line for a site. The format is a literal and includes the line feed where there is
-/// one.
+/// Writes one line for a site. The format is a literal and includes the line feed, if any.
 #define AUDIO_LOG_AT(priority, site, format, ...)                                      \
     ((void)__android_log_print((priority), "AS", "[%s][%s][%04u]" format, (site).file, \
                                (site).function,                                        \
@@ -57,7 +56,7 @@ struct LogSite {
 #define AUDIO_LOGW(...) AUDIO_LOG(ANDROID_LOG_WARN, __VA_ARGS__)
 #define AUDIO_LOGE(...) AUDIO_LOG(ANDROID_LOG_ERROR, __VA_ARGS__)
 
-/// Logs a condition that should hold, and goes on.
+/// Logs a condition that should hold but does not, and continues.
 #define AUDIO_IGNORE(expression)                                           \
     do {                                                                   \
         if (!(expression)) AUDIO_LOGD("AUDIO IGNORE(%s)!\n", #expression); \

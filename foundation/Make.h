@@ -5,8 +5,8 @@
 
 namespace cabinaudio {
 
-/// A new object. Exhausted memory ends the process here, as it does in AudioNormalMalloc, instead
-/// of leaving the library as an exception.
+/// Creates an object. Exhausted memory ends the process here, as in AudioNormalMalloc, so that no
+/// exception leaves the library.
 template <typename T, typename... Arguments>
 [[nodiscard]] T* make(Arguments&&... arguments) noexcept {
     return new T(std::forward<Arguments>(arguments)...);

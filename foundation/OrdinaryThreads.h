@@ -5,8 +5,8 @@
 
 namespace cabinaudio {
 
-/// Whether a thread that may not be a real-time one is created as an ordinary one instead of not at
-/// all. No other data depends on this flag, so relaxed order is enough.
+/// Whether a thread is created with ordinary scheduling when real-time scheduling is not permitted;
+/// otherwise its creation fails. No other data depends on this flag, so relaxed order is enough.
 inline std::atomic<bool> gAllowsOrdinaryThreads{false};
 
 }  // namespace cabinaudio

@@ -8,12 +8,12 @@
 
 namespace cabinaudio {
 
-/// Counts the threads that use an object which another thread may take away. The owner first makes
-/// the object unreachable for newcomers (an atomic exchange of the pointer to it), then drains the
-/// gate, then deletes. Users enter before they load the pointer.
+/// Counts the threads that use an object which another thread may delete. The owner first makes the
+/// object unreachable (by an atomic exchange of the pointer to it), then drains the gate, then
+/// deletes the object. Users enter the gate before they load the pointer.
 class UseGate {
 public:
-    /// In the gate for as long as it lives.
+    /// Stays in the gate for its lifetime.
     class Visit {
     public:
         explicit Visit(UseGate& gate) : mGate(gate) { mGate.enter(); }

@@ -80,13 +80,13 @@ bool limitSending(int descriptor, std::uint64_t ms) {
 int openSocket(const char* path, const ReplyDeadline& deadline, const LogSite& site) {
     const int descriptor = ::socket(AF_UNIX, SOCK_STREAM, 0);
     if (descriptor <= STDERR_FILENO) {
-        // 0 to 2 are refused deliberately: a process that closed its standard streams would find
-        // what it prints on the socket.
+        // Deliberate: 0 to 2 are refused, because a process that closed its standard streams would
+        // print to the socket.
         AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "create socket failed, fd=%d\n", descriptor);
         if (descriptor >= 0) ::close(descriptor);
         return -1;
     }
-    // A server that does not accept makes connect(2) wait as well, once enough others do.
+    // If the server does not accept, connect(2) blocks too, once its backlog is full.
     if (deadline.isSet())
         limitSending(descriptor, std::max<std::uint64_t>(deadline.remainingMs(), 1));
     if (connectSocket(descriptor, path, site)) return descriptor;
@@ -101,19 +101,19 @@ void prepareSocket(AudioSocket& record, const LogSite& site) {
     record.mSendLimitMs = SEND_TIMEOUT_MS;
 }
 
-/// The longest time that one attempt to send may take: what is left of the deadline. 0 would mean
-/// no limit.
+/// Time limit of one attempt to send: the time left until the deadline, at least 1 ms because 0
+/// would mean no limit.
 std::uint64_t sendingLimit(const ReplyDeadline& deadline) {
     if (!deadline.isSet()) return SEND_TIMEOUT_MS;
     return std::clamp<std::uint64_t>(deadline.remainingMs(), 1, SEND_TIMEOUT_MS);
 }
 
-/// The socket keeps its limit between requests, also when the policy changes in between.
+/// The socket keeps its limit between requests, so it is set only when it changes.
 void limitSending(AudioSocket& record, std::uint64_t ms) {
     if (record.mSendLimitMs != ms && limitSending(record.mSocket, ms)) record.mSendLimitMs = ms;
 }
 
-/// Waits until a body, or the connection's end, can be read. @return false when the time is over
+/// Waits until a body, or the end of the connection, can be read. @return false on timeout
 bool waitForBody(int descriptor, const ReplyDeadline& deadline) {
     while (deadline.isSet()) {
         const std::uint64_t ms = deadline.remainingMs();
@@ -272,8 +272,8 @@ std::int32_t AudioConnection::disconnect() {
     pSocket->wakeRequester();
     pSocket->mReplySem->signal();
     pSocket->mWorker->join();
-    // A requester may be about to use the descriptor once more; after close() the number can belong
-    // to another file.
+    // A requester may still use the descriptor; after close() its number can belong to another
+    // file.
     taken.awaitReturn();
     ::close(pSocket->mSocket);
     pSocket->mSocket = -1;
@@ -285,9 +285,8 @@ void AudioConnection::_abandon() {
     const RecordLoan loan(mSocketRecord);
     AudioSocket* const pSocket = loan.record();
     if (pSocket == nullptr) return;
-    // A living receive thread wakes the requester at its end. Until then the lock is not worth
-    // waiting for either: a requester can hold it for as long as a body does not come; afterwards
-    // there is no body to wait for.
+    // A running receive thread wakes the requester when it ends. Until then, taking the lock could
+    // block: a requester holds it while it waits for a body. After that, no body is awaited.
     if (pSocket->mState.abandon()) pSocket->wakeRequester();
 }
 

@@ -39,11 +39,11 @@ void AudioSocket::destroy(AudioSocket* record) {
 }
 
 bool AudioSocket::mayStillBeAnswered() const {
-    // Only a thread that never ran can never answer.
+    // A receive thread that never ran delivers no reply.
     if (mIsStall != 0 || !mState.hasWorkerStarted()) return false;
     if (!mState.isWorkerGone()) return true;
-    // A server that dies leaves the requester waiting (deliberate: the owner decides, by
-    // disconnecting, by its own destruction, or once for all by the policy).
+    // Deliberate: a dead server leaves the requester waiting. The owner ends the wait by
+    // disconnecting or by its own destruction, or sets the policy to end all such waits.
     return !mState.isAbandoned() && !cabinaudio::linkPolicy().wakesOnServerLoss;
 }
 
@@ -63,8 +63,8 @@ void AudioSocket::waitForReader() const {
     for (;;) {
         mReplySem->wait();
         if (mState.isBodyTaken() || mIsStall != 0 || mState.isBroken()) return;
-        // A wait that ended early is no post: what is read next would be the body, taken for a
-        // frame. One that fails for good must not keep the processor.
+        // A wait that ended early took no post: the next read would take the body for a frame. The
+        // pause keeps a permanently failing wait from using all processor time.
         AudioTime::sleep(EARLY_WAKE_UP_PAUSE_US);
     }
 }

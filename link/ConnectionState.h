@@ -8,15 +8,15 @@
 
 namespace cabinaudio {
 
-/// How far the threads of a connection have come, in one atomic word: each transition is a single
-/// step for all of them. `lock` is the one that the requester holds for its whole receive.
+/// Progress of the threads of a connection, in one atomic byte: each transition is a single step
+/// for all of them. `lock` is the lock that the requester holds for its whole receive.
 class ConnectionState {
 public:
     // ---- Transitions ----------------------------------------------------------------------------
 
-    /// The receive thread has been brought to life. Before other threads know the connection.
+    /// The receive thread has been started. Called before other threads can reach the connection.
     void startWorker() { mFacts |= WORKER_STARTED; }
-    /// The receive thread does not read any more.
+    /// The receive thread has stopped reading.
     void endWorker([[maybe_unused]] AudioMutex& lock) CABINAUDIO_REQUIRES(lock) {
         mFacts |= WORKER_GONE;
     }
@@ -24,18 +24,18 @@ public:
     void offerBody([[maybe_unused]] AudioMutex& lock) CABINAUDIO_REQUIRES(lock) {
         mFacts &= static_cast<std::uint8_t>(~BODY_TAKEN);
     }
-    /// The body has been read as far as it will be.
+    /// The requester has finished reading the body.
     void takeBody([[maybe_unused]] AudioMutex& lock) CABINAUDIO_REQUIRES(lock) {
         mFacts |= BODY_TAKEN;
     }
     /// A requester has given the connection up.
     void breakOff([[maybe_unused]] AudioMutex& lock) CABINAUDIO_REQUIRES(lock) { mFacts |= BROKEN; }
-    /// The owner is about to be destroyed. @return whether the receive thread was gone by then
+    /// The owner is about to be destroyed. @return whether the receive thread had already ended
     [[nodiscard]] bool abandon() { return (mFacts.fetch_or(ABANDONED) & WORKER_GONE) != 0; }
 
     // ---- Questions ------------------------------------------------------------------------------
 
-    /// @return false from the start for a receive thread that could not be started
+    /// @return false if the receive thread could not be started
     [[nodiscard]] bool hasWorkerStarted() const { return is(WORKER_STARTED); }
     [[nodiscard]] bool isWorkerGone() const { return is(WORKER_GONE); }
     /// @return whether the last body that was offered has been read

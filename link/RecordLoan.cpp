@@ -8,8 +8,8 @@
 namespace cabinaudio {
 namespace {
 
-// malloc aligns for every type: 7 loans can be counted on the target, 15 on 64-bit builds. One
-// requester and one disconnecting thread are normal.
+// malloc aligns for every type, which leaves room to count 7 loans on the target and 15 on 64-bit
+// builds. Normally there is one requester and one disconnecting thread.
 constexpr std::uintptr_t LOANS = alignof(std::max_align_t) - 1;
 
 std::uintptr_t bitsOf(AudioSocket* value) {

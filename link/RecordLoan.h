@@ -11,11 +11,11 @@ struct AudioSocket;
 
 namespace cabinaudio {
 
-/// Loans that have been given back to a record that was taken away.
+/// Counts the loans returned to a record after it was taken out of its slot.
 class ReturnedLoans {
 public:
     void add() CABINAUDIO_EXCLUDES(mLock);
-    /// Waits, without a time limit, for this many.
+    /// Waits, without a time limit, until `count` loans have been returned.
     void await(std::uint32_t count) CABINAUDIO_EXCLUDES(mLock);
 
 private:
@@ -26,11 +26,11 @@ private:
     std::uint32_t mCount CABINAUDIO_GUARDED_BY(mLock) = 0;
 };
 
-/// The use of a connection's record by one thread, while another thread may disconnect.
+/// Lends a connection's record to one thread, while another thread may disconnect.
 ///
 /// The slot is the connection's pointer to its record. Its low bits, which are 0 in an address that
-/// malloc returns, count the loans. takeRecord() clears the slot and learns the number of loans;
-/// from then on each loan is given back to the record itself.
+/// malloc returns, count the loans. takeRecord() clears the slot and returns the number of loans;
+/// from then on each loan is returned to the record itself.
 class RecordLoan {
 public:
     explicit RecordLoan(std::atomic<AudioSocket*>& slot) noexcept;
@@ -51,7 +51,7 @@ struct TakenRecord {
     AudioSocket* record;  // null when there was none
     std::uint32_t loans;  // at the time of taking
 
-    /// Waits, without a time limit, until every loan has been given back.
+    /// Waits, without a time limit, until every loan has been returned.
     void awaitReturn() const;
 };
 

@@ -28,11 +28,11 @@ namespace {
 constexpr std::uint32_t HEADER_SIZE = sizeof(audio_param);
 constexpr std::uint32_t MAX_LENGTH = std::numeric_limits<std::int32_t>::max();
 
-/// Stands in mReqPayload while one thread allocates or releases the blocks; nobody's payload.
+/// Value of mReqPayload while one thread allocates or frees the blocks; never a real payload.
 std::uint8_t gClaimed;
 std::uint8_t* const CLAIMED = &gClaimed;
 
-/// Header and payload. What no message can hold becomes -1, which send() refuses.
+/// Length of header and payload. A payload too large for a message gives -1, which send() refuses.
 std::int32_t messageLength(std::uint32_t payload) {
     if (payload > MAX_LENGTH - HEADER_SIZE) return -1;
     return static_cast<std::int32_t>(HEADER_SIZE + payload);
@@ -46,8 +46,8 @@ std::int32_t bodyLength(std::uint32_t wanted) {
     return static_cast<std::int32_t>(wanted < MAX_LENGTH ? wanted : MAX_LENGTH);
 }
 
-/// The callFuncId forms: sends the words and takes a reply of 4 bytes, or of 8 when there is a
-/// place for its value, which is stored when the request went through.
+/// Body of the callFuncId() overloads: sends the words and receives a reply of 4 bytes, or of 8 if
+/// `value` is given, which is stored when the request went through.
 std::int32_t requestWords(RemoteCall& rc, const LogSite& site,
                           std::initializer_list<std::uint32_t> words, std::int32_t* value,
                           bool flag) {
@@ -90,7 +90,8 @@ RemoteCall::RemoteCall(audio_connect_type type, Notify notify, void* opaque, con
 }
 
 RemoteCall::~RemoteCall() {
-    // From here on requests of the notifier, which still delivers its queue, find no connection.
+    // From here on, requests made by the notifier, which still delivers its queue, find no
+    // connection.
     AudioConnection* const conn = mConn.exchange(nullptr);
     if (!mNotifier->requests.empty()) {
         conn->_interrupt();
@@ -117,7 +118,7 @@ std::int32_t RemoteCall::rcalloc(std::uint8_t** req, std::uint32_t reqLen, std::
         return AUDIO_NO_MEMORY;
     }
     mReqBlock = static_cast<std::uint8_t*>(AudioNormalMalloc(HEADER_SIZE + reqLen));
-    // No bytes are one byte: malloc may answer 0 with null, which the allocator takes for failure.
+    // At least one byte: malloc(0) may return null, which the allocator treats as failure.
     mRetBlock = static_cast<std::uint8_t*>(AudioNormalMalloc(retLen != 0 ? retLen : 1));
     *req = mReqBlock + HEADER_SIZE;
     *ret = mRetBlock;
@@ -152,7 +153,7 @@ std::int32_t RemoteCall::rcfree(void* req, void* ret) {
         AUDIO_LOGE("rcfree bad param\n");
         return AUDIO_BAD_SEQUENCE;
     }
-    // Claimed while it is compared and released, so that of two threads only one releases.
+    // Claimed while the blocks are compared and freed, so that only one of two threads frees them.
     std::uint8_t* outstanding = static_cast<std::uint8_t*>(req);
     const bool mine = req != CLAIMED && mReqPayload.compare_exchange_strong(outstanding, CLAIMED);
     if (!mine || ret != mRetBlock) {
@@ -208,7 +209,7 @@ void RemoteCall::init_audio_param(std::uint8_t* record, std::int32_t cmd, audio_
     param.length = static_cast<std::uint32_t>(length);
     param.timestamp = AudioTime::now();
     if (name == nullptr) name = cabinaudio::wire::NAME_UNKNOWN;
-    // As much as fits before the last byte, which stays 0.
+    // Truncated to fit before the last byte, which stays 0.
     std::memcpy(param.name, name, strnlen(name, sizeof param.name - 1));
     std::memcpy(record, &param, sizeof param);
 }

@@ -7,10 +7,10 @@
 
 namespace cabinaudio {
 
-/// What the library's own clients do with a RemoteCall besides its public operations.
+/// Operations on a RemoteCall for the library's own clients, besides the public ones.
 struct RemoteCallAccess {
-    /// The destructor waits for the threads in this gate. A request of several steps stays in it
-    /// from the first to the last.
+    /// The destructor waits for the threads in this gate. A request of several steps stays in the
+    /// gate from the first step to the last.
     [[nodiscard]] static UseGate& requests(RemoteCall& call);
 
     /// The owner is about to be destroyed: requests stop waiting for a server that is gone.

@@ -20,7 +20,7 @@ RemoteCall::RemoteCallNotifierWorker::~RemoteCallNotifierWorker() {
     prepareStop();
     mWakeUps.signal();
     join();
-    // Kept as is: in the log, this line is one of the remote call's source.
+    // Kept as is: in the log, this line names the source file of the remote call.
     const LogSite site{STEM<SourceStem("RemoteCall.cpp")>.text, __func__};
     while (Message* const message = _takeFirst()) {
         AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "[%p]drop msg:%p\n", mOpaque,
@@ -42,7 +42,8 @@ void RemoteCall::RemoteCallNotifierWorker::post(std::uint32_t event, std::uint32
 void RemoteCall::RemoteCallNotifierWorker::run() {
     if (!running()) return;
     for (;;) {
-        // A stop is noticed only with an empty queue: what has arrived is delivered.
+        // A stop is noticed only when the queue is empty, so queued notifications are delivered
+        // first.
         while (Message* const message = _takeFirst()) {
             if (mNotify != nullptr) mNotify(mOpaque, message->event, message->param);
             AudioNormalFree(message);

@@ -16,8 +16,8 @@
 class CABINAUDIO_LOCAL RemoteCall::RemoteCallNotifierWorker : public AudioThread {
 public:
     RemoteCallNotifierWorker(Notify notify, void* opaque);
-    /// Stops the thread once it has delivered what it took and finds its queue empty; what is still
-    /// queued then is dropped, with a line each.
+    /// Stops the thread, which ends once its queue is empty; notifications queued after that are
+    /// dropped, with one log line each.
     ~RemoteCallNotifierWorker() override;
 
     /// Queues one notification. Any thread; never blocks for long.
@@ -25,7 +25,8 @@ public:
 
     void run() override CABINAUDIO_EXCLUDES(mLock);
 
-    /// The threads that are in a request of the RemoteCall. Here, because its object has no room.
+    /// The threads that are in a request of the RemoteCall. Kept here because the layout of
+    /// RemoteCall is fixed.
     cabinaudio::UseGate requests;
 
 private:

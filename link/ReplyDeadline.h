@@ -9,8 +9,8 @@
 
 namespace cabinaudio {
 
-/// When a wait for the server that begins now has to end, by the policy of this process. Most have
-/// none; asking for that costs nothing.
+/// Deadline, by the policy of this process, of a wait for the server that begins now. Without a
+/// policy there is none, and the clock is not read.
 class ReplyDeadline {
 public:
     using Clock = std::chrono::steady_clock;
@@ -21,7 +21,7 @@ public:
 
     [[nodiscard]] bool isSet() const { return mTimeout.count() != 0; }
     [[nodiscard]] bool isOver() const { return isSet() && Clock::now() >= mEnd; }
-    /// Rounded up; 0 when it is over. Only where isSet().
+    /// Rounded up; 0 once the deadline has passed. Only if isSet().
     [[nodiscard]] std::uint64_t remainingMs() const {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(mEnd - Clock::now());
         return left.count() > 0 ? static_cast<std::uint64_t>(left.count()) : 0;
@@ -29,7 +29,7 @@ public:
     [[nodiscard]] std::chrono::milliseconds timeout() const { return mTimeout; }
 
 private:
-    // What the clock can hold, whatever an application says.
+    // Keeps the deadline within the range of the clock, whatever timeout an application sets.
     static constexpr std::chrono::milliseconds LONGEST = std::chrono::hours(24 * 365);
 
     std::chrono::milliseconds mTimeout;

@@ -20,26 +20,26 @@ constexpr std::uint32_t id(Function function) {
     return static_cast<std::uint32_t>(function);
 }
 
-/// How a request ended. A caller with texts of its own logs the steps that failed.
+/// Outcome of a request. A caller with its own log texts logs the steps that failed.
 struct Answer {
     bool arrived;            // the server has answered, and the reply holds what it sent
-    bool isFreed;            // the blocks; true when there were none
-    std::int32_t status;     // the server's, or why there is no answer
+    bool isFreed;            // whether the blocks were freed; true when there were none
+    std::int32_t status;     // the server's, or the reason why there is no reply
     std::int32_t allocated;  // result of RemoteCall::rcalloc(); nothing was sent unless 0
 };
 
-/// One whole request: allocates the blocks, has the request filled in, sends it, waits for the
-/// reply (without a time limit unless LinkPolicy sets one), hands over the outcome, and frees the
-/// blocks. Logs only the lines of RemoteCall and its connection. Sends nothing while another
+/// One complete request: allocates the blocks, lets `fill` write the request, sends it, waits for
+/// the reply (without a time limit unless LinkPolicy sets one), passes the outcome to `conclude`,
+/// and frees the blocks. Only RemoteCall and its connection log here. Sends nothing while another
 /// request of this client is outstanding.
-/// @param replySize  at least the status, with which every reply begins
-/// @param fill       gets the request's bytes, which have no values yet, and writes all of them
-/// @param conclude   gets the result of RemoteCall::call() and the reply's bytes, with zeros for
-///                   missing ones; runs while the blocks are outstanding
+/// @param replySize  bytes of the reply, at least those of the status with which it begins
+/// @param fill       gets the request block, which is uninitialised, and writes all of it
+/// @param conclude   gets the result of RemoteCall::call() and the reply block, in which missing
+///                   bytes are zeros; runs while the blocks are outstanding
 template <typename Fill, typename Conclude>
 Answer requestBlocks(RemoteCall& rc, std::uint32_t requestSize, std::uint32_t replySize, bool flag,
                      const Fill& fill, const Conclude& conclude) {
-    // To the end, because the destructor may be waiting for call() to return.
+    // Covers the whole request, because the destructor may be waiting for call() to return.
     const UseGate::Visit visit(RemoteCallAccess::requests(rc));
     std::uint8_t* param = nullptr;
     std::uint8_t* ret = nullptr;
@@ -56,15 +56,15 @@ Answer requestBlocks(RemoteCall& rc, std::uint32_t requestSize, std::uint32_t re
     return {arrived, isFreed, status, allocated};
 }
 
-/// The clients fill and conclude their requests in many ways, by reference: the library has one
-/// copy of the sequence for all of them.
+/// The clients pass their many kinds of `fill` and `conclude` by reference, so that the library has
+/// a single instance of the sequence.
 using FillRef = FunctionRef<void(std::uint8_t* request)>;
 using ConcludeRef = FunctionRef<void(std::int32_t called, const std::uint8_t* reply)>;
 extern template Answer requestBlocks(RemoteCall& rc, std::uint32_t requestSize,
                                      std::uint32_t replySize, bool flag, const FillRef& fill,
                                      const ConcludeRef& conclude);
 
-/// The line about blocks that could not be freed, of requests that have no other text for it.
+/// Logs that blocks could not be freed, for requests without a log text of their own for it.
 void logUnfreed(const Answer& answer, const LogSite& site);
 
 }  // namespace cabinaudio

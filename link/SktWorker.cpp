@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::uint32_t SLOW_FRAME_US = 3000;
 
-// Kept as is: in the log, the lines of the receive thread are those of the connection's source.
+// Kept as is: in the log, the lines of the receive thread name the source file of the connection.
 constexpr const char* LOG_FILE =
     cabinaudio::STEM<cabinaudio::SourceStem("AudioConnection.cpp")>.text;
 
@@ -58,7 +58,7 @@ void SktWorker::_readFrames(const LogSite& site) {
     }
 }
 
-/// One receive: what comes short stays short. errno is that of the last failing call.
+/// Receives once; a short header is not completed. errno is that of the last failing call.
 std::int32_t SktWorker::_readHeader(SocketFrameHeader& header, const LogSite& site) {
     std::int32_t result = -1;
     for (int attempt = 0; attempt < cabinaudio::MAX_ATTEMPTS; ++attempt) {
@@ -74,7 +74,7 @@ std::int32_t SktWorker::_readHeader(SocketFrameHeader& header, const LogSite& si
     return result;
 }
 
-/// @return false when the frame is none that this side knows
+/// @return false for a frame of unknown kind
 bool SktWorker::_takeFrame(const SocketFrameHeader& header, const LogSite& site) {
     AudioAlert::alert("S->C", static_cast<std::uint32_t>(AudioTime::now() - header.sendTimeUs),
                       SLOW_FRAME_US, site.file, site.function, __LINE__);
@@ -99,7 +99,7 @@ bool SktWorker::_takeFrame(const SocketFrameHeader& header, const LogSite& site)
 void SktWorker::_handOverReply() {
     {
         const AudioMutex::AutoLock lock(*mRecord->mReplyLock);
-        if (mRecord->mState.isBroken()) return;  // nobody will read it
+        if (mRecord->mState.isBroken()) return;  // no requester will read the body
         mRecord->mState.offerBody(*mRecord->mReplyLock);
         mRecord->mReplyReady = 1;
         mRecord->mReplyCond->signal();
@@ -107,14 +107,14 @@ void SktWorker::_handOverReply() {
     mRecord->waitForReader();
 }
 
-/// A requester has given the connection up: for the client that is a server that is gone.
+/// A requester has given the connection up: reported to the client as a server that is gone.
 void SktWorker::_reportLoss() {
     if (mRecord->mIsStall == 0 && mCallback != nullptr)
         mCallback(mOpaque, cabinaudio::wire::EVENT_SERVER_GONE, 0);
 }
 
-/// Reports a receive that brought no frame. errno is whatever the last failing call of this thread
-/// left, also after a result of 0; the order of the tests decides what is reported.
+/// Reports a receive without a frame. errno is left from the last failing call of this thread, even
+/// after a result of 0; the order of the tests decides the report.
 /// @return whether the thread reads again
 bool SktWorker::_reportNoFrame(std::int32_t result, std::uint32_t magic, const LogSite& site) {
     const int error = errno;
@@ -125,7 +125,7 @@ bool SktWorker::_reportNoFrame(std::int32_t result, std::uint32_t magic, const L
                      stall, std::strerror(error), error);
         mCallback(mOpaque, cabinaudio::wire::EVENT_SERVER_GONE, 0);
     }
-    // Bytes that are no frame are shown as well.
+    // Bytes that are not a frame are also logged below.
     if (serverGone && result <= 0) return false;
     if (stall != 0 || magic != FRAME_MAGIC) {
         AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site,

@@ -19,10 +19,10 @@ public:
     /// @param callback  may be null; runs on this thread
     SktWorker(AudioSocket* record, AudioConnection::Callback callback, void* opaque);
 
-    /// Until the connection ends, the server sends what is no frame, or a stop is asked for.
+    /// Runs until the connection ends, the server sends an invalid frame, or a stop is requested.
     void run() override;
 
-    /// @return whether start() has brought a thread to life; asked before any stop
+    /// @return whether start() has started a thread; valid only before a stop is requested
     [[nodiscard]] bool started() const { return running(); }
 
 private:

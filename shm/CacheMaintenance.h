@@ -9,11 +9,11 @@ struct ShareMemoryHandle;
 
 namespace cabinaudio {
 
-/// Before bytes are copied out.
+/// Called before bytes are copied out of the ring.
 void cache_invalidate(const ShareMemoryHandle* hdl, const unsigned char* start,
                       std::uint32_t length);
 
-/// After bytes were copied in.
+/// Called after bytes were copied into the ring.
 void cache_clean(const ShareMemoryHandle* hdl, const unsigned char* start, std::uint32_t length);
 
 }  // namespace cabinaudio

@@ -7,11 +7,11 @@
 
 namespace cabinaudio {
 
-/// A mutex of static storage: initialised by the compiler and never destroyed, so that it also
-/// serves rings that a program keeps in static objects. An AudioMutex has a constructor to run.
+/// A mutex for static storage: constant-initialised and never destroyed, so that rings in static
+/// objects of a program can use it. An AudioMutex would need its constructor to run first.
 class CABINAUDIO_CAPABILITY("mutex") ConstantMutex {
 public:
-    /// Holds the mutex for as long as it lives.
+    /// Holds the mutex for its lifetime.
     class CABINAUDIO_SCOPED_CAPABILITY AutoLock {
     public:
         explicit AutoLock(ConstantMutex& mutex) CABINAUDIO_ACQUIRE(mutex) : mMutex(mutex) {

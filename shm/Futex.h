@@ -11,14 +11,14 @@
 namespace cabinaudio {
 
 #ifdef SYS_futex_time64
-/// SYS_futex of a 32-bit kernel interface takes a timespec of 32-bit times. The C library's own is
-/// wider in programs that are built for times after 2038.
+/// On a 32-bit kernel interface, SYS_futex takes a timespec with 32-bit times. The C library's
+/// timespec is wider in programs built with 64-bit time_t.
 constexpr long FUTEX_WITH_TIME = sizeof(time_t) > sizeof(long) ? SYS_futex_time64 : SYS_futex;
 #else
 constexpr long FUTEX_WITH_TIME = SYS_futex;
 #endif
 
-/// Sleeps while `word` holds `value`, at most `timeout` (null: without a limit).
+/// Blocks while `word` holds `value`, for at most `timeout` (null: no limit).
 /// @return 0 after a wake-up, -1 with errno EAGAIN (another value), EINTR or ETIMEDOUT
 inline long futexWait(std::uint32_t* word, int operation, std::uint32_t value,
                       const struct timespec* timeout) {

@@ -24,10 +24,10 @@ std::uint64_t roundedUp(std::uint64_t length, std::uint64_t pageSize) {
     return (length + pageSize - 1) / pageSize * pageSize;
 }
 
-/// The whole pages that the data of a ring in physical memory lies in.
+/// The whole pages that contain the data of a ring in physical memory.
 struct PhysicalPages {
     unsigned pageSize;
-    std::uint32_t dataAt;  // in the first page
+    std::uint32_t dataAt;  // offset in the first page
     std::uint64_t length;
 
     explicit PhysicalPages(const ShareMemoryHandle& hdl)
@@ -53,21 +53,22 @@ void* mapShared(int fd, std::uint64_t length, off_t offset) {
     return at != MAP_FAILED ? at : nullptr;
 }
 
-/// Whether the file system has the blocks that the object lacks. A reservation that fails takes all
-/// that there is before it does, from every other program. One that has no blocks has no limit.
+/// Whether the file system has the blocks that the object lacks. Without this check, a failing
+/// reservation first takes all free blocks from other programs. A file system that reports no
+/// blocks has no limit.
 bool hasRoom(int fd, off_t length) {
     struct statvfs system;
     struct stat object;
     if (fstatvfs(fd, &system) != 0 || system.f_blocks == 0 || fstat(fd, &object) != 0) return true;
-    // No more blocks than there are bytes to reserve, so that the product is one of 64 bits.
+    // Capped at 2^32 - 1, the most bytes to reserve, so that the product fits 64 bits.
     constexpr std::uint64_t most = std::numeric_limits<std::uint32_t>::max();
     const std::uint64_t blocks = std::min<std::uint64_t>(system.f_bfree, most);
     const std::uint64_t held = static_cast<std::uint64_t>(object.st_blocks) * 512;
     return static_cast<std::uint64_t>(length) <= blocks * system.f_frsize + held;
 }
 
-/// Reserves memory for the object, so that a full file system shows now and not as SIGBUS at the
-/// first access. A file system that cannot reserve is accepted.
+/// Reserves memory for the object, so that a full file system is noticed now and not as SIGBUS at
+/// the first access. A file system that cannot reserve is accepted.
 bool reserve(int fd, off_t length) {
     if (!hasRoom(fd, length)) {
         errno = ENOSPC;
@@ -93,7 +94,8 @@ void* mapReserved(int fd, off_t length) {
     return nullptr;
 }
 
-/// Remembers which object was mapped. Where that fails, no announced object is the mapped one.
+/// Records which object was mapped. If that fails, an announced object never counts as the mapped
+/// one.
 void noteObject(ShareMemoryHandle* hdl, int fd) {
     const int error = errno;
     struct stat object = {};
@@ -104,8 +106,8 @@ void noteObject(ShareMemoryHandle* hdl, int fd) {
     errno = error;
 }
 
-/// Length to unmap at the header: that of the shared size, as long as it is the mapping's length in
-/// pages; the other side may have written anything there.
+/// Length to unmap at the header: by the shared size if it gives the same number of pages as the
+/// mapping, else the mapped length, because the other side may have stored any size.
 std::size_t headerLength(const ShareMemoryHandle* hdl) {
     constexpr std::uint64_t header = sizeof(*hdl->hdr);
     if (hdl->type == SHM_TYPE_PHYS_MEM) return header;

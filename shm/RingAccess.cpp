@@ -19,7 +19,7 @@ bool complete(const ShareMemoryHandle& hdl) {
     return hdl.isMapped() && (!hdl.needCache || hdl.cacheFd >= 0);
 }
 
-/// Whether the ring's name stands for the mapped object, in the length that was mapped.
+/// Whether the ring's name still refers to the mapped object, with the length that was mapped.
 bool nameIsMapped(const ShareMemoryHandle& hdl) {
     const int fd = shm_open(hdl.name, O_RDWR, 0);
     if (fd < 0) return false;

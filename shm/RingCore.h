@@ -30,7 +30,7 @@ inline void storeRelease(T& field, T value) {
     std::atomic_ref<T>(field).store(value, std::memory_order_release);
 }
 
-/// Size and offsets of a ring at one moment.
+/// Snapshot of a ring's size and offsets.
 struct RingState {
     std::uint32_t size;
     std::uint32_t read;
@@ -41,12 +41,12 @@ struct RingState {
                 loadAcquire(ring.writeOffset)};
     }
 
-    /// Whether the state is one that a ring of at most `limit` bytes can have.
+    /// Whether a ring of at most `limit` bytes can have this state.
     [[nodiscard]] bool possible(std::uint32_t limit) const {
         return size - 1 < limit && read < size && write < size;
     }
 
-    // Of possible states only:
+    // For possible states only:
     [[nodiscard]] std::uint32_t used() const {
         return read <= write ? write - read : size - read + write;
     }
@@ -56,14 +56,14 @@ struct RingState {
     }
 };
 
-/// `offset` + `step` in a ring of `size`, where neither is greater than `size`.
+/// `offset` + `step`, wrapped at `size`; neither is greater than `size`.
 inline std::uint32_t advanced(std::uint32_t offset, std::uint32_t step, std::uint32_t size) {
     const std::uint32_t left = size - offset;
     return step < left ? offset + step : step - left;
 }
 
-/// Walks `length` bytes from `offset` on: calls piece(offset, bytes, next offset) once, or twice
-/// when the end of the ring lies between; once with 0 bytes when `length` is 0.
+/// Splits `length` bytes from `offset` at the end of the ring: calls piece(offset, bytes, next
+/// offset) once, or twice when the bytes wrap; once with 0 bytes when `length` is 0.
 template <typename Piece>
 inline void forEachPiece(std::uint32_t offset, std::uint32_t length, std::uint32_t size,
                          Piece piece) {

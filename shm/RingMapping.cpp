@@ -21,13 +21,13 @@ using wire::RingHeader;
 
 constexpr const char* kCacheDevice = "/dev/cache";
 
-/// Sets the object's length. Deliberate: either side does, and the last one's holds.
+/// Sets the object's length. Deliberate: both sides set it, and the last one takes effect.
 /// @param text  of the condition in the log
 void setLength(int fd, off_t length, const char* function, const char* text) {
     ignoreUnless(ftruncate(fd, length) == 0, function, text);
 }
 
-/// The data in physical memory, the header in an object of its own.
+/// Data in physical memory, header in an object of its own.
 bool mapPhysicalRing(ShareMemoryHandle* hdl, const LogSite& site) {
     if (!mapPhysicalMemory(hdl, site)) return false;
     const int fd = openObject(hdl, site);
@@ -62,7 +62,8 @@ void initHeader(RingHeader& ring, std::uint32_t size, const char* function) {
                  "0==sem_init((sem_t *)&hdl->hdr->readSem, 1, 0)");
     ignoreUnless(sem_init(writeSem, 1, 0) == 0, function,
                  "0==sem_init((sem_t *)&hdl->hdr->writeSem, 1, 0)");
-    // The other side may have mapped first and sleep already; the new semaphores do not count it.
+    // The other side may have mapped first and already be waiting; the new semaphores do not count
+    // it.
     semaphoreWakeSleepers(readSem);
     semaphoreWakeSleepers(writeSem);
     openEmpty(ring, size);

@@ -39,7 +39,8 @@ void addRingName(ShareMemoryHandle& hdl) {
 }
 
 bool dropRingName(ShareMemoryHandle& hdl) {
-    // The name goes under the lock: a ring that is added afterwards opens its object afterwards.
+    // The name is removed under the lock, so a ring that is added later also opens its object
+    // later.
     const ConstantMutex::AutoLock lock(gRingNamesLock);
     const bool used = leaveList(hdl);
     return used || hdl.keepsName || shm_unlink(hdl.name) == 0;

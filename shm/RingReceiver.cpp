@@ -13,7 +13,7 @@
 namespace cabinaudio {
 namespace {
 
-// A receiver that has not ended is woken again after each such time.
+// A receiver that has not ended is woken again after this time.
 constexpr long kReceiverWakeIntervalMs = 10;
 
 void postFor(ShareMemoryHandle* hdl, const char* function) {
@@ -44,13 +44,13 @@ void uninitShmNotificationReceiver(ShareMemoryHandle* hdl) {
     receiver->prepareStop();
     postFor(hdl, __func__);
     if (receiver->isCaller()) {
-        // Called out of notify(): join() says so. The body needs the object until it returns.
+        // Called from notify(): join() logs that. The body needs the object until it returns.
         receiver->join();
         receiver->leaveToBody();
         return;
     }
-    // The other side may have initialised the semaphore under the sleeping receiver, which no post
-    // reaches then, or taken the post away.
+    // The other side may have initialised the semaphore while the receiver waits on it, so that no
+    // post reaches the receiver, or may have taken the post.
     semaphoreWakeSleepers(hdl->recevierSem);
     while (!receiver->waitForBodysEnd(kReceiverWakeIntervalMs)) {
         if (!semaphoreHasPost(hdl->recevierSem)) postFor(hdl, __func__);

@@ -7,12 +7,12 @@ struct ShareMemoryHandle;
 
 namespace cabinaudio {
 
-/// Says in the header that this side waits, and starts the thread. A mode without reader and writer
-/// is logged, and there is no thread.
+/// Flags in the header that this side wants wake-ups, and starts the thread. A mode with neither
+/// reader nor writer is logged and starts no thread.
 void initShmNotificationReceiver(ShareMemoryHandle* hdl);
 
-/// Stops the thread and waits for a notify() under way; called out of notify(), leaves the thread
-/// to end by itself.
+/// Stops the thread and waits for a notify() in progress. When called from notify(), lets the
+/// thread end by itself.
 void uninitShmNotificationReceiver(ShareMemoryHandle* hdl);
 
 }  // namespace cabinaudio

@@ -32,7 +32,7 @@ void copyBytes(unsigned char* to, const unsigned char* from, std::uint32_t lengt
     return now;
 }
 
-/// Milliseconds of AudioTime::now(), with divisions of 32 bits only.
+/// AudioTime::now() in milliseconds, with 32-bit divisions only.
 inline std::uint64_t milliseconds() {
     struct timespec now;
     if (clock_gettime(gLibraryClock.load(std::memory_order_relaxed), &now) != 0) [[unlikely]]
@@ -52,7 +52,8 @@ inline void stampUpdate(RingHeader& ring) {
                  std::strerror(errno));
 }
 
-/// Copies out of any ring. taken(offset) is called with each piece's end once it has been copied.
+/// Copies out of a ring of any kind. taken(offset) is called with the end of each piece once the
+/// piece has been copied.
 template <typename Taken>
 inline std::uint32_t copyOut(const ShareMemoryHandle* hdl, RingState state, unsigned char* dst,
                              std::uint32_t len, Taken taken) {
@@ -75,7 +76,7 @@ std::uint32_t readInPieces(const ShareMemoryHandle* hdl, RingState state, unsign
                    [hdl](std::uint32_t next) { storeRelease(hdl->hdr->readOffset, next); });
 }
 
-/// Copies into any ring.
+/// Copies into a ring of any kind.
 std::uint32_t writeInPieces(const ShareMemoryHandle* hdl, RingState state, const unsigned char* src,
                             std::uint32_t len) {
     if (!state.possible(hdl->len)) return 0;
@@ -91,7 +92,7 @@ std::uint32_t writeInPieces(const ShareMemoryHandle* hdl, RingState state, const
     return count;
 }
 
-// The ends of a transfer of `count` bytes; each gives the operation's result.
+// Last step of a transfer of `count` bytes; each returns the operation's result.
 
 inline int finishRead(RingHeader& ring, std::uint32_t count) {
     if (loadRelaxed(ring.writeNotify) != 0) [[unlikely]]
@@ -106,7 +107,7 @@ inline int finishWrite(RingHeader& ring, std::uint32_t count) {
     return static_cast<int>(count);
 }
 
-// read() and write() of any ring. They look at the header anew.
+// read() and write() for a ring of any kind. They load the header again.
 
 [[gnu::noinline]] int readAnyhow(const ShareMemoryHandle* hdl, unsigned char* dst,
                                  std::uint32_t len) {
@@ -120,20 +121,20 @@ inline int finishWrite(RingHeader& ring, std::uint32_t count) {
     return finishWrite(*hdl->hdr, writeInPieces(hdl, RingState::of(*hdl->hdr), src, len));
 }
 
-/// Hides the value's origin from a compiler for 64 bits, which otherwise keeps the value and its
-/// lower half over a call, or computes the half a second time: six instructions more for a write
-/// and a read.
+/// Hides the value's origin from a 64-bit compiler, which otherwise keeps both the value and its
+/// lower half across a call, or computes that half twice: six more instructions for a write and a
+/// read.
 inline std::size_t opaque(std::size_t value) {
     if constexpr (sizeof(value) > sizeof(std::uint32_t)) asm("" : "+r"(value));
     return value;
 }
 
-/// Whether an offset and a length, added as std::size_t, may have lost a carry.
+/// Whether the sum of an offset and a length has wrapped around.
 inline bool wrapped(std::size_t sum, std::uint32_t offset) {
     return sizeof(sum) == sizeof(offset) && sum < offset;
 }
 
-/// Data of a ring whose data lies behind its header.
+/// Start of the data that lies behind the header.
 inline unsigned char* dataBehind(RingHeader& ring) {
     return reinterpret_cast<unsigned char*>(&ring + 1);
 }
@@ -165,7 +166,7 @@ unsigned ShareMemoryEx::getWriteOffset() {
     return loadAcquire(mHandle->ring->writeOffset);
 }
 
-// Here and in write(): a copy of 0 bytes may have no address.
+// Here and in write(): a copy of 0 bytes may have a null address.
 __attribute__((no_sanitize("nonnull-attribute"))) int ShareMemoryEx::read(unsigned char* dst,
                                                                           unsigned len) {
     const ShareMemoryHandle* const hdl = mHandle;
@@ -175,9 +176,9 @@ __attribute__((no_sanitize("nonnull-attribute"))) int ShareMemoryEx::read(unsign
     const std::uint32_t r = loadRelaxed(ring.readOffset);
     const std::uint32_t w = loadAcquire(ring.writeOffset);
     const auto inPieces = [=] { return readAnyhow(hdl, dst, static_cast<std::uint32_t>(count)); };
-    // The short way: a plain ring, and all of `len` lies in one piece between the offsets. This
-    // also shows that they are possible ones. Joined by ||, the conditions take more instructions
-    // on the target.
+    // Fast path: a plain ring, and all `len` bytes lie in one piece between the offsets, which also
+    // shows that the offsets are possible. Joined by ||, the conditions take more instructions on
+    // the target.
     const std::size_t end = opaque(r + count);
     if (wrapped(end, r)) return inPieces();
     if (end > w) return inPieces();
@@ -197,7 +198,7 @@ __attribute__((no_sanitize("nonnull-attribute"))) int ShareMemoryEx::write(const
     const std::uint32_t r = loadAcquire(ring.readOffset);
     const std::uint32_t w = loadRelaxed(ring.writeOffset);
     const auto inPieces = [=] { return writeAnyhow(hdl, src, static_cast<std::uint32_t>(count)); };
-    // The short way: a plain ring, and `len` fits behind the data, short of the ring's end.
+    // Fast path: a plain ring, and `len` bytes fit behind the data without reaching the ring's end.
     if (r > w) return inPieces();
     const std::size_t end = opaque(w + count);
     if (wrapped(end, w)) return inPieces();
@@ -219,9 +220,9 @@ void ShareMemoryEx::updateReadOffset(unsigned offset) {
     RingHeader& ring = *mHandle->ring;
     storeRelease(ring.readOffset, offset);
     stampUpdate(ring);
-    // Against setWait(): either this sees the flag or the writing side sees the space.
+    // Pairs with setWait(): either this side sees the flag or the writing side sees the space.
     std::atomic_thread_fence(std::memory_order_seq_cst);
-    // Deliberate: read() posts without looking at `wait`, this does not.
+    // Deliberate: unlike read(), posts only if `wait` is set.
     if (loadRelaxed(ring.writeNotify) != 0 && loadRelaxed(ring.wait) != 0)
         post(ring.writeSem, __func__);
 }
@@ -249,7 +250,7 @@ void ShareMemoryEx::releaseBuffer(const audio_buffer_provider_t& buffer) {
     if (size == 0) return;
     std::uint32_t offset = loadRelaxed(ring.readOffset) + buffer.length;
     if (offset >= size) offset -= size;
-    if (offset >= size) offset %= size;  // lengths that getNextBuffer() does not give
+    if (offset >= size) offset %= size;  // lengths that getNextBuffer() never returns
     storeRelease(ring.readOffset, offset);
 }
 
@@ -269,7 +270,7 @@ std::uint64_t ShareMemoryEx::getUpdateTime() {
 
 void ShareMemoryEx::setWait(bool wait) {
     storeRelaxed<std::uint8_t>(mHandle->hdr->wait, wait ? 1 : 0);
-    // Against updateReadOffset(): the caller looks at the free space next.
+    // Pairs with updateReadOffset(): the caller tests the free space next.
     std::atomic_thread_fence(std::memory_order_seq_cst);
 }
 

@@ -19,7 +19,7 @@ using namespace cabinaudio;
 
 namespace {
 
-// Header of an object without a mapping; stays all zeros.
+// Header of an object without a mapping; always all zeros.
 constinit wire::RingHeader gNoRing{};
 
 }  // namespace
@@ -32,12 +32,12 @@ ShareMemoryEx::ShareMemoryEx(shm_type_t type, const char* name, const unsigned c
     hdl->type = type;
     hdl->len = size;
     hdl->mode = mode;
-    // An address is 32 bits wide on the board; no sign may creep in where pointers are wider.
+    // Addresses are 32 bits wide on the board; wider pointers must not be sign-extended.
     hdl->phys = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(addr));
     hdl->callback = callback;
     hdl->cacheFd = -1;
     hdl->needCache = type == SHM_TYPE_PHYS_MEM;
-    chosenClock();  // makes the choice that a write's time stamp only reads
+    chosenClock();  // makes the choice of clock; a write only reads it
     if (name == nullptr) name = "";
     if (hdl->phys == 0)
         std::snprintf(hdl->name, sizeof(hdl->name), "%s", name);

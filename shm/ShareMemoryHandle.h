@@ -23,14 +23,15 @@ CABINAUDIO_LOCAL extern ConstantMutex gRingNamesLock;
 
 /// One side's view of a ring.
 struct ShareMemoryHandle {
-    // Set at construction. For transfers: never null, a header of zeros when nothing is mapped.
+    // Set at construction. For transfers: never null; points to a header of zeros when nothing is
+    // mapped.
     cabinaudio::wire::RingHeader* ring;
     // Largest ring size whose data lies behind the header and needs no cache maintenance, or 0.
     std::size_t plainLimit;
 
     cabinaudio::wire::RingHeader* hdr;  // null when the mapping failed
     unsigned char* data;                // null when the mapping failed
-    std::uint32_t len;                  // ring size given by the caller, the most that is touched
+    std::uint32_t len;                  // ring size given by the caller; the limit of all accesses
     std::uint32_t phys;                 // physical address of the data, or 0
     std::uint32_t mode;
     shm_type_t type;
@@ -46,7 +47,7 @@ struct ShareMemoryHandle {
     cabinaudio::sem_t* recevierSem;
     ShareMemoryUpdateNotificationCallback* callback;
 
-    // The owner's: written before the destruction, read by it.
+    // Used only by the owner: set before destruction, read by it.
     bool keepsName;  // the destructor does not remove the object's name
 
     // Guarded by the lock of the list.

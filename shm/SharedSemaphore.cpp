@@ -28,7 +28,7 @@ void semaphoreShare(sem_t* semaphore) {
 
 void semaphoreWakeSleepers(sem_t* semaphore) {
     std::uint32_t* const word = wordsOf(semaphore);
-    // A sleeper of the C library uses one of the two kinds, which depends on a word of the slot.
+    // A waiter of the C library uses one of the two kinds, depending on a word of the slot.
     futexWake(word, FUTEX_WAKE, INT_MAX);
     futexWake(word, FUTEX_WAKE_PRIVATE, INT_MAX);
 }
@@ -73,7 +73,7 @@ bool tryTake(Word value) {
 int sleepForPost(sem_t* semaphore) {
     const Word value = valueOf(semaphore);
     while (!tryTake(value)) {
-        // Again in every round: a waiter that leaves, or an initialisation, may have cleared it.
+        // Set in every round: a leaving waiter, or an initialisation, may have cleared it.
         const std::uint32_t seen = value.fetch_or(kWaitersBit, std::memory_order_relaxed);
         if (countIn(seen) != 0) continue;
         if (futexWait(semaphore->word, FUTEX_WAIT, kWaitersBit, nullptr) != 0 && errno != EAGAIN)
@@ -86,11 +86,11 @@ void leaveWaiters(sem_t* semaphore) {
     const Word value = valueOf(semaphore);
     const Word waiters = waitersOf(semaphore);
     const std::uint32_t guess = waiters.load(std::memory_order_relaxed);
-    if (guess == 0) return;  // initialised meanwhile: this waiter is not counted
+    if (guess == 0) return;  // initialised during the wait: this waiter is not counted
     if (guess == 1) value.fetch_and(~kWaitersBit, std::memory_order_acquire);
     const std::uint32_t before = waiters.fetch_sub(1, std::memory_order_release);
     if (guess != 1 || before == 1) return;
-    // Another waiter came in between and may sleep without the bit; a post may have been missed.
+    // Another waiter arrived in between and may wait without the bit; a post may have been missed.
     const std::uint32_t seen = value.fetch_or(kWaitersBit, std::memory_order_relaxed);
     if (countIn(seen) != 0) futexWake(semaphore->word, FUTEX_WAKE, 1);
 }

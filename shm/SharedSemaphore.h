@@ -5,12 +5,12 @@
 
 #include <semaphore.h>
 
-// A semaphore in the 16 bytes of a ring header's slot, under the names of the platform's own.
+// A semaphore in the 16 bytes of a ring header's slot, under the names of the platform's functions.
 //
-// The bytes belong to the 32-bit C library, because the target's processes use them in place. Where
-// the platform's semaphore is another one (32 bytes with a 64-bit value), the functions below use
-// the target's encoding, so that processes of both kinds wake each other:
-//   word 0  bit 0: there are waiters; above it the count. Sleepers wait on this word.
+// The bytes have the encoding of the 32-bit C library, because the target's processes use them in
+// place. Where the platform's semaphore differs (32 bytes with a 64-bit value), the functions below
+// use the target's encoding, so that processes of both kinds wake each other:
+//   word 0  bit 0: there are waiters; above it the count. Waiters block on this word.
 //   word 1  128: shared between processes
 //   word 3  number of waiters
 
@@ -30,8 +30,8 @@ static_assert(alignof(sem_t) == alignof(wire::SemaphoreSlot));
 
 using sem_t = wire::SemaphoreSlot;
 
-// Results and errno as those of the functions that they stand for. sem_wait ends with EINTR when a
-// signal handler ran that was not installed with SA_RESTART.
+// Results and errno are those of the functions that they replace. sem_wait() ends with EINTR when a
+// signal handler that was installed without SA_RESTART has run.
 int sem_init(sem_t* semaphore, int shared, unsigned count);
 int sem_destroy(sem_t* semaphore);
 int sem_post(sem_t* semaphore);
@@ -44,15 +44,15 @@ inline sem_t* semaphoreIn(wire::SemaphoreSlot& slot) {
     return reinterpret_cast<sem_t*>(&slot);
 }
 
-/// To be called before the first wait: the creator, whose sem_init shares the semaphore between
-/// processes, may come later, and the C library takes zeros for a semaphore of one process.
+/// Marks the semaphore as shared between processes. Must be called before the first wait: the
+/// creator may call sem_init() later, and the C library takes zeros for a semaphore of one process.
 void semaphoreShare(sem_t* semaphore);
 
 /// Whether a post is waiting to be taken.
 [[nodiscard]] bool semaphoreHasPost(sem_t* semaphore);
 
-/// Makes every sleeper look at the count again, also those that are no longer counted because the
-/// semaphore was initialised while they slept.
+/// Makes every waiter test the count again, even waiters that are no longer counted because the
+/// semaphore was initialised while they waited.
 void semaphoreWakeSleepers(sem_t* semaphore);
 
 }  // namespace cabinaudio

@@ -48,7 +48,7 @@ void ShmUpdateNotificationRecevier::run() {
 bool ShmUpdateNotificationRecevier::receive() {
     while (running()) {
         if (cabinaudio::sem_wait(mSem) != 0) return false;
-        // The post may be the owner's, which only ends the wait.
+        // The post may come from the owner, only to end the wait.
         if (running() && mCallback != nullptr) mCallback->notify();
     }
     return true;

@@ -11,23 +11,23 @@
 #include <atomic>
 #include <cstdint>
 
-/// Sleeps on a ring's semaphore and calls the callback once per post. The ring makes, starts, stops
-/// and deletes it.
+/// Waits on a ring's semaphore and calls the callback once per post. The ring creates, starts,
+/// stops and deletes it.
 class ShmUpdateNotificationRecevier : public AudioThread {
 public:
     /// @param name      of the thread
     /// @param sem       not owned; in shared memory, posted by the other process
-    /// @param callback  not owned; null calls nobody
+    /// @param callback  not owned; may be null
     ShmUpdateNotificationRecevier(const char* name, cabinaudio::sem_t* sem,
                                   ShareMemoryUpdateNotificationCallback* callback);
 
     void run() override;
 
-    /// start(), and remembers whether there is a body to wait for.
+    /// Calls start() and records whether there is a body to wait for.
     void launch();
 
-    /// Waits, for at most `ms` milliseconds, until the body neither sleeps on the semaphore nor
-    /// calls the callback any more. @return whether it is so
+    /// Waits, for at most `ms` milliseconds, until the body no longer waits on the semaphore or
+    /// calls the callback. @return whether the body has ended
     [[nodiscard]] bool waitForBodysEnd(long ms);
 
     /// Whether the caller is the body, that is, inside notify().
@@ -37,7 +37,7 @@ public:
     void leaveToBody();
 
 private:
-    /// @return whether it was asked to end; false with errno set when a wait failed
+    /// @return true when it was asked to end; false with errno set when a wait failed
     bool receive();
 
     // Set at construction.
@@ -45,9 +45,9 @@ private:
     ShareMemoryUpdateNotificationCallback* mCallback;
 
     // Has its own synchronization.
-    std::atomic<std::uint32_t> mBodyRuns{0};  // 1 until the body ends; sleepers wait on it
+    std::atomic<std::uint32_t> mBodyRuns{0};  // 1 until the body ends; futex word
     std::atomic<pthread_t> mBody{};
 
-    // The body's alone: leaveToBody() is called on the body's thread.
+    // Used only by the body: leaveToBody() is called on its thread.
     bool mLeftToBody = false;
 };

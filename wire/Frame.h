@@ -8,9 +8,9 @@
 
 // The messages of the control socket. docs/protocol.md describes the conversation.
 
-/// In front of everything that the server sends.
+/// Header of everything that the server sends.
 struct SocketFrameHeader {
-    std::uint32_t magic;                  // 0   FRAME_MAGIC, else it is no frame
+    std::uint32_t magic;                  // 0   FRAME_MAGIC, else not a frame
     std::uint32_t headerId;               // 4   HEADER_NOTIFY or HEADER_REPLY
     std::uint32_t event;                  // 8   notification: first value
     std::uint32_t spare12;                // 12  sent as 0, not read
@@ -34,7 +34,7 @@ constexpr std::uint32_t HEADER_NOTIFY = 0;
 /// The body of a reply follows; its length is known to the requester.
 constexpr std::uint32_t HEADER_REPLY = 1;
 
-/// In front of everything that a client sends; a registration is this record alone.
+/// Header of everything that a client sends; a registration is this record alone.
 struct audio_param {
     std::uint32_t cmd;                   // 0   AUDIO_CMD_*
     std::uint32_t type;                  // 4   audio_connect_type
@@ -63,21 +63,21 @@ namespace cabinaudio::wire {
 inline constexpr char SERVER_SOCKET[] = "/tmp/as_internal_file";
 /// Stored by a connection and not used: a local socket has no port.
 inline constexpr std::int32_t SERVER_PORT = 4003;
-/// Stands where a client gives no name, and in every request.
+/// Name of a client that gives none, and the name in every request.
 inline constexpr char NAME_UNKNOWN[] = "unkn";
 
 /// Body of the reply to a registration.
 struct RegistrationReply {
     std::uint32_t spare0;  // 0  not read
-    std::uint32_t handle;  // 4  goes into every request of this client; 0 is a refusal
+    std::uint32_t handle;  // 4  sent in every request of this client; 0: refused
 };
 static_assert(Layout<RegistrationReply>);
 static_assert(sizeof(RegistrationReply) == 8);
 static_assert(offsetof(RegistrationReply, spare0) == 0);
 static_assert(offsetof(RegistrationReply, handle) == 4);
 
-/// What reaches a client's callback when its connection to the server is lost, and what the server
-/// sends when it removes a stream.
+/// Event passed to a client's callback when its connection to the server is lost; the server also
+/// sends it when it removes a stream.
 constexpr std::uint32_t EVENT_SERVER_GONE = 255;
 
 }  // namespace cabinaudio::wire

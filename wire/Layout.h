@@ -7,7 +7,7 @@
 namespace cabinaudio::wire {
 
 /// A record that is copied to a socket or into shared memory byte for byte: no pointers and no
-/// padding that the compiler chose. All numbers are little-endian.
+/// implicit padding. All numbers are little-endian.
 template <typename T>
 concept Layout = std::is_standard_layout_v<T> && std::is_trivially_copyable_v<T> &&
     std::has_unique_object_representations_v<T>;

@@ -9,15 +9,15 @@
 namespace cabinaudio::wire {
 
 /// Room for one process-shared semaphore of the 32-bit C library. The same 16 bytes on every build;
-/// shm/SharedSemaphore.h knows what is in them.
+/// shm/SharedSemaphore.h describes their encoding.
 struct SemaphoreSlot {
     std::uint32_t word[4];
 };
 static_assert(Layout<SemaphoreSlot>);
 static_assert(sizeof(SemaphoreSlot) == 16 && alignof(SemaphoreSlot) == 4);
 
-/// Head of a ring in shared memory. Written by two processes: whoever reads a field must expect any
-/// value in it. One writer per offset; both are stored with release and loaded with acquire order.
+/// Header of a ring in shared memory. Two processes write it, so a reader must expect any value in
+/// any field. One writer per offset; both are stored with release and loaded with acquire order.
 struct RingHeader {
     std::uint32_t size;                   // 0   capacity in bytes, written by the creator
     std::uint32_t readOffset;             // 4   next byte to read, below size
@@ -45,8 +45,8 @@ static_assert(offsetof(RingHeader, updateTime) == 48);
 static_assert(offsetof(RingHeader, wait) == 56);
 static_assert(offsetof(RingHeader, spare57) == 57);
 
-/// Argument of the cache device's requests. The device lives on 32-bit boards only, hence the width
-/// of the address.
+/// Argument of the cache device's requests. The device exists only on 32-bit boards, hence the
+/// width of the address.
 struct CacheRange {
     std::uint32_t start;   // 0  address in the calling process
     std::uint32_t length;  // 4  bytes

@@ -9,21 +9,21 @@
 #include <cstddef>
 #include <cstdint>
 
-// What the requests of the settings connections carry. Many functions share a record. A request
-// begins with the function id and a reply with the status; results of a refused request are zeros.
-// The function id and the spare bytes of a request have initial values, so that an initializer can
-// leave them out.
-// Records with a float have no unique representation, so they are no Layout; they hold no padding.
+// Records of the requests on settings connections. Many functions share a record. A request begins
+// with the function id and a reply with the status; results of a refused request are zeros. The
+// function id and the spare bytes of a request have default values, so that an initializer can omit
+// them. Records with a float have no unique representation, so they do not satisfy Layout; they
+// have no padding.
 namespace cabinaudio::wire {
 
 // ---- Parts of records ---------------------------------------------------------------------------
 
-/// A text; it may fill its field to the last byte.
+/// A string; one that fills its field has no terminator.
 struct Name {
     char text[64];
 };
 
-/// A list in a reply, behind the status: how many, then a fixed number of slots.
+/// A list in a reply, behind the status: a count, then a fixed number of slots.
 template <typename Slot, std::uint32_t SLOTS>
 struct List {
     std::int32_t count;
@@ -159,7 +159,7 @@ struct NameGainRequest {
 static_assert(sizeof(NameGainRequest) == 72);
 static_assert(offsetof(NameGainRequest, gain) == 68);
 
-/// A tag and the name of a stream, or a tag and what it is to have.
+/// A tag and the name of a stream, source, destination or effect.
 struct TwoNamesRequest {
     std::uint32_t function = 0;  // 0
     Name tag;                    // 4
@@ -211,7 +211,7 @@ struct MixerGainsRequest {
 static_assert(sizeof(MixerGainsRequest) == 24);
 static_assert(offsetof(MixerGainsRequest, value) == 4);
 
-/// A record that is carried as it is.
+/// A record that is sent unchanged.
 template <typename Value>
 struct ValueRequest {
     std::uint32_t function = 0;  // 0
@@ -252,7 +252,7 @@ struct EffectSwitchRequest {
 static_assert(Layout<EffectSwitchRequest> && sizeof(EffectSwitchRequest) == 136);
 static_assert(offsetof(EffectSwitchRequest, isOn) == 132);
 
-/// `size` bytes follow, also behind a request that asks for them.
+/// `size` bytes follow, even in a request that only reads them.
 struct EffectRequest {
     std::uint32_t function = 0;  // 0
     Name tag;                    // 4
@@ -381,7 +381,7 @@ struct ListReply {
 using NamesReply = ListReply<Name, 32>;
 static_assert(Layout<NamesReply> && sizeof(NamesReply) == 2056);
 
-/// What the development server tells about an active track.
+/// The development server's information about an active track.
 struct TrackInfo {
     Name tag;                // 0
     Name name;               // 64
@@ -397,7 +397,7 @@ static_assert(offsetof(TrackInfo, channels) == 196);
 using TracksReply = ListReply<TrackInfo, 32>;
 static_assert(Layout<TracksReply> && sizeof(TracksReply) == 6408);
 
-/// What the development server tells about a track at an output.
+/// The development server's information about a track at an output.
 struct OutputTrack {
     char name[32];           // 0   cut to 31 bytes
     std::uint32_t tag;       // 32  AudioTagType
@@ -423,7 +423,7 @@ constexpr std::uint32_t OTHER_OUTPUTS = 2;  // all others
 /// The hardware of GetSignalEnergy that the development server has.
 constexpr std::int32_t MIX_HARDWARE = 0;
 
-/// Amplitudes travel in millionths of full scale; a square wave of full scale has 1000000.
+/// Amplitudes are in millionths of full scale; a full-scale square wave has 1000000.
 struct LevelsReply {
     std::int32_t status;      // 0
     std::uint32_t levels[4];  // 4   by loudspeaker LF, RF, LS, RS, or by band
@@ -438,7 +438,7 @@ struct LevelReply {
 static_assert(Layout<LevelReply> && sizeof(LevelReply) == 8);
 static_assert(offsetof(LevelReply, level) == 4);
 
-/// A record that is carried as it is.
+/// A record that is sent unchanged.
 template <typename Value>
 struct ValueReply {
     std::int32_t status;  // 0
@@ -455,7 +455,7 @@ static_assert(Layout<NonLinearReply> && sizeof(NonLinearReply) == 20);
 using HandsfreeEqualizerReply = ValueReply<audio::audio_handsfree_eq_t>;
 static_assert(Layout<HandsfreeEqualizerReply> && sizeof(HandsfreeEqualizerReply) == 108);
 
-/// As many bytes follow as the request has asked for.
+/// Followed by as many bytes as requested.
 struct EffectReply {
     std::int32_t status;  // 0
     std::uint32_t size;   // 4   bytes that follow; of a request for none, how many there are
@@ -463,8 +463,8 @@ struct EffectReply {
 static_assert(Layout<EffectReply> && sizeof(EffectReply) == 8);
 static_assert(offsetof(EffectReply, size) == 4);
 
-/// More than this of an effect does not travel: the client reads a reply with one call, which gets
-/// it whole only while it fits one piece of the socket's.
+/// Largest block of an effect that is sent: the client reads a reply with a single receive, which
+/// returns all of it only while it fits one buffer of the socket.
 constexpr std::uint32_t LARGEST_EFFECT = 32768;
 
 }  // namespace cabinaudio::wire

@@ -11,9 +11,9 @@
 #include <cstdint>
 #include <type_traits>
 
-// Every operation of the settings connections, described once. The library looks operations up by
-// their function ids while it is compiled; nothing of this gets into its text. Programs that need
-// all operations at run time walk them with forEach() or take a table of them.
+// Catalogue of all operations of the settings connections. The library looks operations up by
+// function id at compile time; nothing of the catalogue gets into its code. Programs that need all
+// operations at run time iterate over them with forEach() or use a table.
 namespace cabinaudio::wire {
 
 // ---- Function ids, counted per connection type --------------------------------------------------
@@ -187,7 +187,7 @@ struct Setting {
 
     const char* name;     // of the public operation; overloads share one
     const char* meaning;  // for the documents
-    bool hasFlag = true;  // travels under the command word with the flag
+    bool hasFlag = true;  // sent under the command word with the flag
 };
 
 constexpr bool NO_FLAG = false;
@@ -456,7 +456,8 @@ constexpr const auto& settingsOf(RecordControlFunction) {
     return RECORD_CONTROL_SETTINGS;
 }
 
-/// Picks an operation from its Settings. A function that is not there, or twice, does not compile.
+/// Selects an operation from its Settings. A function that is missing or listed twice does not
+/// compile.
 template <auto FUNCTION, typename Request, typename Reply>
 constexpr const Setting<FUNCTION, Request, Reply>& find(
     const Setting<FUNCTION, Request, Reply>& setting) {
@@ -480,7 +481,7 @@ constexpr void forEach(const Settings<Operations...>& settings, Visit visit) {
     (visit(static_cast<const Operations&>(settings)), ...);
 }
 
-/// Calls `visit` with each Setting there is.
+/// Calls `visit` with every Setting.
 template <typename Visit>
 constexpr void forEachSetting(Visit visit) {
     forEach(APP_SETTINGS, visit);
@@ -498,7 +499,7 @@ struct SettingRow {
     const char* name;
     std::size_t requestSize;  // function id included, without a block
     std::size_t replySize;    // status included, without a block
-    bool returnsBlock;        // a block as long as the request says follows the reply
+    bool returnsBlock;        // the reply is followed by a block as long as the request says
     bool hasFlag;
 };
 

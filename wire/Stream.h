@@ -18,7 +18,7 @@ enum class StreamFunction : std::uint32_t {
     Stop = 7,
     InitCheck = 8,
     WriteDone = 12,
-    SourceDeactivated = 19,  // a sink has let go of its ring
+    SourceDeactivated = 19,  // a sink has released its ring
     GetShareMemory = 20,
     Create = 21,
     SetKeyShift = 22,
@@ -43,7 +43,7 @@ enum class TrackEvent : std::uint32_t {
     Removed = 255,
 };
 
-/// Notifications to a sink. Numbered unlike a track's.
+/// Notifications to a sink. The numbers differ from those of a track.
 enum class SinkEvent : std::uint32_t {
     SourceActivated = 3,
     SourceDeactivated = 4,
@@ -75,7 +75,7 @@ struct CreateRequest {
     std::uint32_t function;    // 0   StreamFunction::Create or CaptureFunction::Create
     std::uint32_t tag;         // 4   AudioTagType
     AudioFormatDesc format;    // 8
-    std::int32_t streamParam;  // 32  the application's, forwarded as it is
+    std::int32_t streamParam;  // 32  the application's, forwarded unchanged
     std::int32_t pid;          // 36  of the requesting process
 };
 static_assert(Layout<CreateRequest>);
@@ -89,7 +89,7 @@ static_assert(offsetof(CreateRequest, pid) == 36);
 struct CreateReply {
     std::int32_t status;          // 0   0 = accepted
     std::uint32_t spare4;         // 4
-    std::uint32_t ringSize;       // 8   bytes; of a ring that needs no announcement
+    std::uint32_t ringSize;       // 8   bytes; for a ring that is not announced
     std::int32_t perLoopSize;     // 12  bytes per server period
     std::int32_t perLoopTime;     // 16  capture only
     std::int32_t perLoopSamples;  // 20  capture only
@@ -117,7 +117,7 @@ static_assert(offsetof(ShareMemoryReply, status) == 0);
 static_assert(offsetof(ShareMemoryReply, address) == 4);
 static_assert(offsetof(ShareMemoryReply, size) == 8);
 
-/// A float has no unique representation, so this one is not a Layout; it holds no padding.
+/// A float has no unique representation, so this record does not satisfy Layout; it has no padding.
 struct KeyShiftRequest {
     std::uint32_t function;  // 0   StreamFunction::SetKeyShift
     float key;               // 4   0.8 to 1.2

@@ -5,29 +5,29 @@
 
 namespace audio {
 
-/// A capture stream as applications see it. ClientRecord and ClientRecordRt tell threads, waits and
-/// states.
+/// Application interface of a capture stream. For threads, waits and states see ClientRecord and
+/// ClientRecordRt.
 ///
-/// Statuses are those of AudioStatus.h, or what the server answered.
+/// Statuses are those of AudioStatus.h, or the status of the reply.
 class CABINAUDIO_API QVAudioRecord {
 public:
-    /// Drops what was captured but not read. Only while stopped.
+    /// Discards captured data that has not been read. Only while stopped.
     virtual int clear() = 0;
-    /// Begins to capture.
+    /// Starts capturing.
     virtual int start() = 0;
-    /// Stops; what was captured stays readable after the next start().
+    /// Stops capturing; captured data stays readable after the next start().
     virtual int stop() = 0;
     /// Sets the capture volume, 0 to 100.
     virtual int setVolume(int volume) = 0;
     /// @return the capture volume, 0 to 100
     virtual int getVolume() = 0;
-    /// @return bytes per read step that suit the server
+    /// @return recommended size of a read in bytes
     virtual int getPerLoopSize() = 0;
     /// @return capacity of the stream's buffer in bytes, 0 while there is none
     virtual int getTotalBufferSize() = 0;
-    /// Takes captured data. @return bytes stored in `buffer`, or a negative status
+    /// Reads captured data. @return bytes stored in `buffer`, or a negative status
     virtual int read(unsigned char* buffer, int bytes, bool isBlock) = 0;
-    /// @return bytes that a read would get at once
+    /// @return bytes that can be read without blocking
     virtual int bytesUsed() = 0;
 
     virtual ~QVAudioRecord() = default;

@@ -6,20 +6,21 @@
 
 namespace audio::QVAudioRecordControl {
 
-/// Effects on what is captured. Statuses, waits and threads: QVAudioSetting.h.
+/// Effects on captured audio. For statuses, waits and threads see QVAudioSetting.h.
 class CABINAUDIO_API AudioRecordControl {
 public:
-    /// Sets an effect's parameters. Null texts are refused; each is cut to 63 bytes.
+    /// Sets an effect's parameters. Null strings are refused; longer ones are truncated to 63
+    /// bytes.
     /// @param tag        of the capture stream
-    /// @param effect     its name
-    /// @param parameter  head of a block of `size` + 4 bytes
-    /// @retval AUDIO_NO_MEMORY  also for a `size` that no request can hold
+    /// @param effect     name of the effect
+    /// @param parameter  header of a block of `size` + 4 bytes
+    /// @retval AUDIO_NO_MEMORY  also for a `size` too large for a request
     virtual int set(const char* tag, const char* effect, const effect_param_t& parameter) = 0;
-    /// Sends the block and has it overwritten by the server's, head included. Texts as above.
+    /// Sends the block and overwrites it with the server's, including the header. Strings as above.
     /// @param tag        of the capture stream
-    /// @param effect     its name
-    /// @param parameter  head of a block of `size` + 4 bytes, `size` as it is before the call
-    /// @retval AUDIO_NO_MEMORY  also for a `size` that no request can hold
+    /// @param effect     name of the effect
+    /// @param parameter  header of a block of `size` + 4 bytes, with the `size` before the call
+    /// @retval AUDIO_NO_MEMORY  also for a `size` too large for a request
     virtual int get(const char* tag, const char* effect, effect_param_t& parameter) = 0;
 
     virtual ~AudioRecordControl() = default;

@@ -7,15 +7,15 @@
 #include <cstdint>
 
 /// @file
-/// Records and numbers of the settings. They travel as they are: "opaque" bytes are the server's
-/// business and are carried unchanged; zero what you do not use. Enumerations without names here
-/// have numbers that only the server knows: cast them, `static_cast<audio_hw_type_e>(2)`.
+/// Records and enumerations of the settings, exchanged with the server unchanged. The server
+/// defines "opaque" bytes; set unused ones to zero. Enumerations without enumerators have values
+/// that only the server defines: cast them, `static_cast<audio_hw_type_e>(2)`.
 
-/// Seats, in the server's numbers.
+/// Seats; values defined by the server.
 enum audio_seat_id_e : std::int32_t {};
-/// Sources of seats, in the server's numbers.
+/// Sources of seats; values defined by the server.
 enum audio_source_id_e : std::int32_t {};
-/// States of seats, in the server's numbers.
+/// States of seats; values defined by the server.
 enum audio_seat_state_e : std::int32_t {};
 
 namespace audio {
@@ -33,34 +33,34 @@ static_assert(offsetof(audio_channel_gain_t, volume) == 4, "shared with the serv
 
 /// Inputs of the analogue-to-digital converter.
 enum audio_input_mux_id_e : std::uint32_t {
-    AUDIO_INPUT_MUX_0 = 0,  ///< the first one
-    AUDIO_INPUT_MUX_1 = 1,  ///< the second one
+    AUDIO_INPUT_MUX_0 = 0,  ///< first input
+    AUDIO_INPUT_MUX_1 = 1,  ///< second input
 };
 
 // ---- Sources and routing ----------------------------------------------------------------------
 
-/// Pins of the converter's inputs; the server's numbers.
+/// Pins of the converter's inputs; values defined by the server.
 enum audio_input_select_pin_e : std::int32_t {};
-/// Sounds of a loudspeaker test; the server's numbers.
+/// Sounds of a loudspeaker test; values defined by the server.
 enum audio_speaker_test_pattern_e : std::int32_t {};
-/// Which settings of the serial bus; the server's numbers.
+/// Groups of settings of the serial bus; values defined by the server.
 enum audio_i2s_select_param_e : std::uint32_t {};
-/// Pieces of hardware whose signal energy is asked for; the server's numbers.
+/// Hardware whose signal energy can be read; values defined by the server.
 enum audio_hw_type_e : std::uint32_t {};
 
-/// Which outputs to ask for; a mask of its two low bits.
+/// Outputs to query; a mask of which only the two low bits count.
 enum audio_output_src_tag_e : std::uint32_t {};
 
 /// Sample rates that the output may take, 0 to 5.
 enum audio_samplerate_capability_e : std::int32_t {};
 
-/// What each converter output plays.
+/// Source of each converter output.
 struct audio_dac_output_mapping_tbl_t {
     std::int32_t entry[6];  ///< 10 at most
 };
 static_assert(sizeof(audio_dac_output_mapping_tbl_t) == 24, "shared with the server");
 
-/// What each slot of the serial bus plays.
+/// Source of each slot of the serial bus.
 struct audio_i2s_output_mapping_tbl_t {
     std::int32_t entry[8];  ///< 10 at most
 };
@@ -72,20 +72,20 @@ struct audio_pcm_hw_intf_cfg_t {
 };
 static_assert(sizeof(audio_pcm_hw_intf_cfg_t) == 20, "shared with the server");
 
-/// Format of the serial bus. Six bytes of it travel.
+/// Format of the serial bus. Only six bytes are sent.
 struct audio_i2s_format_parameter_t {
     std::uint32_t opaque0;  ///< 0
     std::uint16_t opaque4;  ///< 4
 };
 static_assert(offsetof(audio_i2s_format_parameter_t, opaque4) == 4, "shared with the server");
 
-/// What the server tells about a track at an output.
+/// Information from the server about a track at an output.
 struct audio_output_src_parameter_t {
     std::uint8_t opaque0[52];  ///< 0
 };
 static_assert(sizeof(audio_output_src_parameter_t) == 52, "shared with the server");
 
-/// What the server tells about an active track.
+/// Information from the server about an active track.
 struct audio_track_info_t {
     std::uint8_t opaque0[200];  ///< 0
 };
@@ -93,12 +93,12 @@ static_assert(sizeof(audio_track_info_t) == 200, "shared with the server");
 
 // ---- Sound effects ------------------------------------------------------------------------------
 
-/// Quality of the echo canceller; the server's numbers.
+/// Quality of the echo canceller; values defined by the server.
 enum audio_aec_quality_e : std::int32_t {};
-/// Reverberation; the server's numbers.
+/// Reverberation modes; values defined by the server.
 enum audio_reverb_mode_e : std::int32_t {};
 
-/// Extended equaliser. Its first word selects which one a getter asks for.
+/// Extended equaliser. Its first word selects the equaliser that a getter reads.
 struct audio_ext_eq_parameter_t {
     std::uint32_t selector;     ///< 0
     std::uint8_t opaque4[560];  ///< 4
@@ -111,14 +111,14 @@ struct audio_eq_spectrum_t {
 };
 static_assert(sizeof(audio_eq_spectrum_t) == 16, "shared with the server");
 
-/// Non-linear processing of the hands-free uplink. The first word selects what a getter asks for.
+/// Non-linear processing of the hands-free uplink. The first word selects what a getter reads.
 struct audio_nlp_config_t {
     std::uint32_t selector;    ///< 0
     std::uint32_t opaque4[3];  ///< 4
 };
 static_assert(sizeof(audio_nlp_config_t) == 16, "shared with the server");
 
-/// Hands-free equaliser. The first word selects what a getter asks for.
+/// Hands-free equaliser. The first word selects what a getter reads.
 struct audio_handsfree_eq_t {
     std::uint32_t selector;     ///< 0
     std::uint8_t opaque4[100];  ///< 4
@@ -137,18 +137,18 @@ struct audio_out_data_energy_t {
 };
 static_assert(sizeof(audio_out_data_energy_t) == 16, "shared with the server");
 
-/// Head of an effect's parameter block. `size` bytes of data follow it in memory: the block that a
-/// program hands over is `size` + 4 bytes long. Use effectData() to get at them.
+/// Header of an effect's parameter block. `size` bytes of data follow it in memory: the block that
+/// a program passes is `size` + 4 bytes long. Use effectData() to access the data.
 struct effect_param_t {
     std::uint32_t size;  ///< 0  bytes that follow
 };
 static_assert(sizeof(effect_param_t) == 4, "shared with the server");
 
-/// The data behind the head.
+/// The data behind the header.
 inline std::uint8_t* effectData(effect_param_t& block) {
     return reinterpret_cast<std::uint8_t*>(&block) + sizeof block;
 }
-/// The data behind the head, to be read.
+/// The data behind the header, read-only.
 inline const std::uint8_t* effectData(const effect_param_t& block) {
     return reinterpret_cast<const std::uint8_t*>(&block) + sizeof block;
 }
@@ -174,7 +174,7 @@ struct audio_mixer_matrix_t {
 static_assert(sizeof(audio_mixer_matrix_t) == 20, "shared with the server");
 static_assert(offsetof(audio_mixer_matrix_t, gain) == 4, "shared with the server");
 
-// ---- Of operations that are kept without effect -------------------------------------------------
+// ---- Parameters of operations without effect ----------------------------------------------------
 
 struct audio_filter_parameter_t;
 struct audio_bt_parameter_t;
@@ -186,11 +186,11 @@ struct audio_eq_cf_table_t;
 struct audio_dps_user_eq_parameter_t;
 struct audio_sound_quality_t;
 struct audio_uplink_config_t;
-/// Of an operation without effect.
+/// Parameter of an operation without effect.
 enum audio_dps_profile_id_e : std::int32_t {};
-/// Of an operation without effect.
+/// Parameter of an operation without effect.
 enum audio_eq_type : std::int32_t {};
-/// Of an operation without effect.
+/// Parameter of an operation without effect.
 enum audio_int_dac_sample_rate_e : std::int32_t {};
 
 }  // namespace audio

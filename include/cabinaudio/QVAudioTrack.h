@@ -5,39 +5,39 @@
 
 namespace audio {
 
-/// What an application wants to hear of its playback stream.
+/// Notifications of a playback stream to the application.
 class CABINAUDIO_API QVAudioTrackCallback {
 public:
     virtual ~QVAudioTrackCallback() = default;
 
     /// The data written before writeDone() has been played. Called on the stream's notifier thread
-    /// with false. Must not destroy the stream, and must not block for long: later notifications
-    /// wait behind it.
+    /// with false. Must not destroy the stream, and must not block for long: it delays later
+    /// notifications.
     virtual void finish(bool) {}
 };
 
-/// A playback stream as applications see it. ClientTrack tells threads, waits and states.
+/// Application interface of a playback stream. For threads, waits and states see ClientTrack.
 ///
-/// Statuses are those of AudioStatus.h, or what the server answered.
+/// Statuses are those of AudioStatus.h, or the status of the reply.
 class CABINAUDIO_API QVAudioTrack {
 public:
-    /// Drops what is queued but not played. Only while stopped.
+    /// Discards queued data that has not been played. Only while stopped.
     virtual int clear() = 0;
-    /// Begins to play.
+    /// Starts playback.
     virtual int start() = 0;
-    /// Stops; what is queued stays queued.
+    /// Stops playback; queued data stays queued.
     virtual int stop() = 0;
-    /// Sets who is told about the end of playback; null for nobody. Not owned.
+    /// Sets the callback for the end of playback; null for none. Not owned.
     virtual int setCallback(QVAudioTrackCallback* callback) = 0;
     /// Deprecated, without effect: see QVAudioSetting::Volume.
     virtual int setVolume(int volume) = 0;
     /// Deprecated, always 0: see QVAudioSetting::Volume.
     virtual int getVolume() = 0;
-    /// @return bytes per write step that suit the server, one period
+    /// @return recommended size of a write in bytes, one server period
     virtual int getPerLoopSize() = 0;
     /// @return capacity of the stream's buffer in bytes, 0 while there is none
     virtual int getTotalBufferSize() = 0;
-    /// @return bytes that a write would take at once
+    /// @return bytes that can be written without blocking
     virtual int bytesFree() = 0;
     /// Deprecated, without effect.
     virtual int getOutPutSamples(unsigned long long* samples, long long* timeUs) = 0;

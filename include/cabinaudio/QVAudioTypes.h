@@ -8,10 +8,10 @@
 /// Parameter types that applications share with the audio server. All enumerations are 32 bits wide
 /// in records.
 
-/// What applications see of cabinaudio without naming a client class.
+/// Application interfaces of cabinaudio, independent of the client classes.
 namespace audio {
 
-/// Where a playback stream goes.
+/// Output path of a playback stream.
 enum audio_out_path_id_e : std::int32_t {
     AUDIO_OUT_PATH_NONE = 0,
     AUDIO_OUT_PATH_MAIN = 1,
@@ -20,8 +20,8 @@ enum audio_out_path_id_e : std::int32_t {
     AUDIO_OUT_PATH_AUXILIARY = 8,
 };
 
-/// Codec of a stream. What the coded values stand for is the server's business; the library
-/// carries them (see AudioTypes::getCodecType).
+/// Codec of a stream. The server defines the meaning of the coded values; the library only passes
+/// them on (see AudioTypes::getCodecType).
 enum audio_codec_e : std::int32_t {
     AUDIO_CODEC_PCM = 0,
     AUDIO_CODEC_3 = 3,
@@ -66,7 +66,7 @@ enum audio_channel_idx_e : std::int32_t {
     AUDIO_CHANNEL_L1 = 32,
 };
 
-/// Describes a playback stream. Zero what you do not use.
+/// Describes a playback stream. Set unused fields to zero.
 struct audio_decoder_parameter_t {
     audio_codec_e codec;         ///< 0
     std::int32_t channels;       ///< 4   channel count
@@ -83,7 +83,7 @@ static_assert(offsetof(audio_decoder_parameter_t, sampleRate) == 8, "shared with
 static_assert(offsetof(audio_decoder_parameter_t, bitsPerSample) == 12, "shared with the server");
 static_assert(offsetof(audio_decoder_parameter_t, flag) == 24, "shared with the server");
 
-/// Describes an uplink capture stream. Zero what you do not use.
+/// Describes an uplink capture stream. Set unused fields to zero.
 struct audio_uplink_parameter_t {
     audio_codec_e codec;            ///< 0
     std::uint32_t sampleRate;       ///< 4   frames per second

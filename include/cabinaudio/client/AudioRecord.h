@@ -4,7 +4,7 @@
 #include <cabinaudio/QVAudioRecord.h>
 #include <cabinaudio/foundation/AudioExport.h>
 
-/// A capture stream that an application constructs itself and has to check before use.
+/// A capture stream that an application constructs itself and must check before use.
 class CABINAUDIO_API AudioRecord : public audio::QVAudioRecord {
 public:
     /// Whether the stream can be used; call it once, right after construction.

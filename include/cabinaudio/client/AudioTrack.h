@@ -4,7 +4,7 @@
 #include <cabinaudio/QVAudioTrack.h>
 #include <cabinaudio/foundation/AudioExport.h>
 
-/// A playback stream that an application constructs itself and has to check before use.
+/// A playback stream that an application constructs itself and must check before use.
 class CABINAUDIO_API AudioTrack : public audio::QVAudioTrack {
 public:
     /// Whether the stream can be used; call it once, right after construction.

@@ -6,14 +6,14 @@
 
 class RemoteCall;
 
-/// The effects' settings, as an application constructs them itself.
+/// The effect settings that an application constructs itself.
 class CABINAUDIO_API AudioAppSetting : public audio::QVAudioSetting::App {};
 
-/// The effects' settings over a connection of their own. See audio::QVAudioSetting::App.
+/// The effect settings over a separate connection. See audio::QVAudioSetting::App.
 class CABINAUDIO_API ClientAppSetting : public AudioAppSetting {
 public:
-    /// Connects to the server; blocks until it has answered. Reports nothing: without a server the
-    /// first operation returns 1.
+    /// Connects to the server; blocks until it has answered. Does not report a failure: without a
+    /// server, requests return 1.
     ClientAppSetting() noexcept;
     ClientAppSetting(const ClientAppSetting&) = delete;
     ClientAppSetting& operator=(const ClientAppSetting&) = delete;
@@ -89,8 +89,8 @@ public:
     int getEffectParameter(const char* tag, const char* effect,
                            audio::effect_param_t& parameter) override;
 
-    /// Disconnects. Ends a request that another thread still waits in, and waits for that thread to
-    /// have left it, and for both of the object's own threads.
+    /// Disconnects. Ends a request in which another thread is blocked, waits until that thread has
+    /// left it, and joins the object's two threads.
     ~ClientAppSetting() override;
 
 private:

@@ -6,14 +6,14 @@
 
 class RemoteCall;
 
-/// The mixer's settings, as an application constructs them itself.
+/// The mixer settings that an application constructs itself.
 class CABINAUDIO_API AudioMixerSetting : public audio::QVAudioSetting::Mixer {};
 
-/// The mixer's settings over a connection of their own. See audio::QVAudioSetting::Mixer.
+/// The mixer settings over a separate connection. See audio::QVAudioSetting::Mixer.
 class CABINAUDIO_API ClientMixerSetting : public AudioMixerSetting {
 public:
-    /// Connects to the server; blocks until it has answered. Reports nothing: without a server the
-    /// first operation returns 1.
+    /// Connects to the server; blocks until it has answered. Does not report a failure: without a
+    /// server, requests return 1.
     ClientMixerSetting() noexcept;
     ClientMixerSetting(const ClientMixerSetting&) = delete;
     ClientMixerSetting& operator=(const ClientMixerSetting&) = delete;
@@ -31,8 +31,8 @@ public:
                                            bool on) override;
     int getUpMixMode(unsigned* mode) override;
 
-    /// Disconnects. Ends a request that another thread still waits in, and waits for that thread to
-    /// have left it, and for both of the object's own threads.
+    /// Disconnects. Ends a request in which another thread is blocked, waits until that thread has
+    /// left it, and joins the object's two threads.
     ~ClientMixerSetting() override;
 
 private:

@@ -32,29 +32,29 @@ struct CreateReply;
 ///            AS-SktWorker, AS-RCNotifier and one named after the ring.
 /// Blocking   Requests wait for the server's reply without a time limit. A blocking read waits up
 ///            to 1000 ms for each new piece of data. The destructor ends a blocked read and waits
-///            for it for up to 500 ms.
-/// Lifetime   Destroying an object in which another call than a blocked read, write or request is
-///            still under way is the application's fault.
-/// Errors     No call throws. Every refusal is logged and returned. Lack of data is no error: a
+///            up to 500 ms for it.
+/// Lifetime   Do not destroy an object while a call to it is in progress; only a blocked read,
+///            write or request is ended safely.
+/// Errors     No call throws. Every refusal is logged and returned. Missing data is not an error: a
 ///            read then returns fewer bytes, possibly none.
-/// A record that the server has removed stays STOPPING: destroy it and build a new one.
+/// A record that the server has removed stays STOPPING: destroy it and create a new one.
 class CABINAUDIO_API ClientRecord : public AudioRecord,
                                     public ShareMemoryUpdateNotificationCallback {
 public:
     /// Registers with the server, creates the stream and maps its ring; blocks until the server has
-    /// answered. Reports nothing: call initCheck() next.
+    /// answered. Does not report a failure: call initCheck() next.
     ///
-    /// @param name         of the stream, cut to 63 characters; also names its ring
-    /// @param tag          what is captured
-    /// @param format       what will be read
+    /// @param name         of the stream, truncated to 63 characters; also names its ring
+    /// @param tag          input to capture
+    /// @param format       of the captured data
     /// @param streamParam  forwarded to the server
     ClientRecord(const char* name, AudioTagType tag, AudioFormatDesc& format,
                  int streamParam) noexcept;
     ClientRecord(const ClientRecord&) = delete;
     ClientRecord& operator=(const ClientRecord&) = delete;
 
-    /// Drops what was captured but not read. @return AUDIO_NO_ERROR, or AUDIO_INVALID_STATE when it
-    /// is not stopped
+    /// Discards captured data that has not been read. @return AUDIO_NO_ERROR, or
+    /// AUDIO_INVALID_STATE when it is not stopped
     int clear() override;
 
     /// @retval AUDIO_NO_ERROR       started, or was started already (nothing is sent then)
@@ -62,19 +62,19 @@ public:
     /// Any other status is the server's, or 1 when the request did not go through.
     int start() override;
 
-    /// Does not wake a blocked read, which ends with the next data or its time-out. Statuses as for
+    /// Does not wake a blocked read, which ends with the next data or its timeout. Statuses as for
     /// start().
     int stop() override;
 
-    /// @param volume  0 to 100; the volume that is set already is not sent again
+    /// @param volume  0 to 100; the volume that is already set is not sent again
     /// @retval AUDIO_NO_ERROR
     /// @retval AUDIO_BAD_VALUE      outside 0 to 100
     /// @retval AUDIO_INVALID_STATE  not created, or removed by the server
     /// Any other status is the server's, or 1 when the request did not go through.
     int setVolume(int volume) override;
 
-    /// The server is asked only until the volume is known.
-    /// @return the volume, 0 to 100, or -1 when it could not be had
+    /// Asks the server only while the volume is not known.
+    /// @return the volume, 0 to 100, or -1 when it could not be read
     int getVolume() override;
 
     /// @return bytes per server period. Takes no lock.
@@ -82,38 +82,38 @@ public:
     /// @return the ring's size in bytes, 0 without a ring. Takes no lock.
     int getTotalBufferSize() override;
 
-    /// Copies captured data out of the ring.
+    /// Reads captured data from the ring.
     ///
-    /// Blocking: returns when `bytes` bytes are there, or when nothing new came for 1000 ms or the
-    /// stream was stopped, removed or destroyed meanwhile, with what there is by then.
-    /// Not blocking: takes what is there.
+    /// Blocking: returns once `bytes` bytes are read. Returns fewer when no new data arrived for
+    /// 1000 ms, or when the stream was stopped, removed or destroyed meanwhile.
+    /// Non-blocking: reads the data that is there.
     ///
     /// @param buffer   room for `bytes` bytes
     /// @param bytes    1 to getTotalBufferSize()
     /// @param isBlock  whether to wait
     /// @return bytes stored in `buffer`, 0 to `bytes`
     /// @retval AUDIO_BAD_VALUE      null buffer, or `bytes` out of range
-    /// @retval AUDIO_INVALID_STATE  not started, or another read waits
+    /// @retval AUDIO_INVALID_STATE  not started, or another read is blocked
     int read(unsigned char* buffer, int bytes, bool isBlock) override;
 
-    /// @return bytes that wait in the ring; 0 while not started
+    /// @return bytes in the ring; 0 while not started
     int bytesUsed() override;
 
-    /// Ends a blocked read, releases the ring, leaves the server. Sends no stop request.
+    /// Ends a blocked read, unmaps the ring and disconnects. Sends no stop request.
     ~ClientRecord() override;
 
-    /// Confirms the stream with the server and begins its diagnostic dump, if one is set up, also
-    /// when the server does not confirm it.
+    /// Asks the server to confirm the stream, and starts its diagnostic dump if one is configured,
+    /// even when the server does not confirm the stream.
     /// @retval AUDIO_NO_ERROR       usable
     /// @retval AUDIO_INVALID_STATE  no server, the server refused the stream, or it was started
     /// Any other status is the server's, or 1 when the request did not go through.
     int initCheck() override;
 
-    /// The ring's receiver thread calls this after the server has written.
+    /// Called on the ring's receiver thread after the server has written.
     void notify() override;
 
-    /// What the server's notifications run into, on the notifier thread: `record` is a
-    /// ClientRecord, and null ends the process.
+    /// Receives the server's notifications, on the notifier thread: `record` is a ClientRecord;
+    /// null ends the process.
     static void notifierCallbackFunc(void* record, unsigned msg, unsigned value);
 
 private:
@@ -147,15 +147,15 @@ private:
     std::atomic<int> mPerLoopSize;  // bytes
 
     // Set at construction.
-    int mPerLoopTime;     // as the server tells it
-    int mPerLoopSamples;  // the same
+    int mPerLoopTime;     // as reported by the server
+    int mPerLoopSamples;  // as reported by the server
 
     // Have their own synchronization.
     std::atomic<ShareMemoryEx*> mShareMemory;  // set once, by the constructor
     AudioMutex mLock;
 
     // Guarded by mLock.
-    bool mIsBlocked CABINAUDIO_GUARDED_BY(mLock);  // a read waits
+    bool mIsBlocked CABINAUDIO_GUARDED_BY(mLock);  // a read is blocked
 
     // Has its own synchronization.
     AudioCondition mCond;  // waited on with mLock

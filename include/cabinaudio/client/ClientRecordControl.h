@@ -6,13 +6,12 @@
 
 class RemoteCall;
 
-/// Capture effects over a connection of their own. See
-/// audio::QVAudioRecordControl::AudioRecordControl.
+/// Capture effects over a separate connection. See audio::QVAudioRecordControl::AudioRecordControl.
 class CABINAUDIO_API ClientAudioRecordControl
     : public audio::QVAudioRecordControl::AudioRecordControl {
 public:
-    /// Connects to the server; blocks until it has answered. Reports nothing: without a server the
-    /// first operation returns 1.
+    /// Connects to the server; blocks until it has answered. Does not report a failure: without a
+    /// server, requests return 1.
     ClientAudioRecordControl() noexcept;
     ClientAudioRecordControl(const ClientAudioRecordControl&) = delete;
     ClientAudioRecordControl& operator=(const ClientAudioRecordControl&) = delete;
@@ -20,8 +19,8 @@ public:
     int set(const char* tag, const char* effect, const audio::effect_param_t& parameter) override;
     int get(const char* tag, const char* effect, audio::effect_param_t& parameter) override;
 
-    /// Disconnects. Ends a request that another thread still waits in, and waits for that thread to
-    /// have left it, and for both of the object's own threads.
+    /// Disconnects. Ends a request in which another thread is blocked, waits until that thread has
+    /// left it, and joins the object's two threads.
     ~ClientAudioRecordControl() override;
 
 private:

@@ -32,21 +32,22 @@ struct ShareMemoryReply;
 ///
 ///     construct -> initCheck -> start -> read ... -> stop -> [clear] -> start ... -> destroy
 ///
-/// The ring comes and goes as the server says. A reader never waits for it: while it is away reads
-/// are paced by the clock and give silence (noise of very low level for PCM, stored packets for
-/// mSBC and Opus, nothing for AAC), and once it has delivered they give its data.
+/// The server provides and removes the ring at any time, and a reader never waits for it. Without a
+/// ring, reads return silence at the pace of the clock (noise of very low level for PCM, stored
+/// packets for mSBC and Opus, nothing for AAC); once the ring has met a whole request, they return
+/// its data.
 ///
-/// AudioFormatDesc::codecType selects what a read gives:
+/// AudioFormatDesc::codecType selects the data that a read returns:
 ///
-///     0   linear PCM      as many bytes as asked for
+///     0   linear PCM      as many bytes as requested
 ///     16  AAC             one frame: 3 bytes of LOAS header with the length, then the body
 ///     32  Opus            one packet: 8 bytes of header (length, big-endian, and 4 more bytes)
 ///                         and the packet
 ///     65  mSBC            silence in frames of 57 bytes; live data is refused
 ///
 /// **Buffers must hold getTotalBufferSize() bytes, 456 at least, when the stream is coded.** The
-/// byte count of a read says how much has to be there before a frame is taken; it does not limit
-/// the frame, which may be longer. readFrame() is for buffers with a limit.
+/// byte count of a read is the minimum fill level before a frame is read; it does not limit the
+/// frame, which may be longer. Use readFrame() for smaller buffers.
 ///
 /// Threads    Any thread may call; one lock serialises the operations, requests to the server
 ///            included. Only one read may wait at a time. The ring is mapped and unmapped on
@@ -55,28 +56,28 @@ struct ShareMemoryReply;
 /// Blocking   Requests wait for the server's reply without a time limit. A blocking read waits as
 ///            long as `bytes` take at the server's pace, and up to 1000 ms for each new piece of
 ///            live data. The destructor ends a blocked read and waits up to 500 ms for it.
-/// Lifetime   Destroying an object in which another call than a blocked read, write or request is
-///            still under way is the application's fault.
+/// Lifetime   Do not destroy an object while a call to it is in progress; only a blocked read,
+///            write or request is ended safely.
 /// Errors     No call throws. Every refusal is logged and returned.
-/// A record that the server has removed stays STOPPING: destroy it and build a new one.
+/// A record that the server has removed stays STOPPING: destroy it and create a new one.
 class CABINAUDIO_API ClientRecordRt : public AudioRecord,
                                       public ShareMemoryUpdateNotificationCallback {
 public:
-    /// Registers with the server and creates the stream; blocks until the server has answered.
-    /// Reports nothing: call initCheck() next.
+    /// Registers with the server and creates the stream; blocks until the server has answered. Does
+    /// not report a failure: call initCheck() next.
     ///
-    /// @param name    of the stream, cut to 63 characters; also names its ring
+    /// @param name    of the stream, truncated to 63 characters; also names its ring
     /// @param tag     AUDIO_TAG_UPLINK
-    /// @param format  what will be read
+    /// @param format  of the captured data
     ClientRecordRt(const char* name, AudioTagType tag, AudioFormatDesc& format) noexcept;
     ClientRecordRt(const ClientRecordRt&) = delete;
     ClientRecordRt& operator=(const ClientRecordRt&) = delete;
 
-    /// Drops what was captured but not read. @return AUDIO_NO_ERROR, or AUDIO_INVALID_STATE when it
-    /// is not stopped
+    /// Discards captured data that has not been read. @return AUDIO_NO_ERROR, or
+    /// AUDIO_INVALID_STATE when it is not stopped
     int clear() override;
 
-    /// Also the origin of the paced silence.
+    /// Starts capturing, and sets the time origin of the paced silence.
     /// @retval AUDIO_NO_ERROR       started, or was started already (nothing is sent then)
     /// @retval AUDIO_INVALID_STATE  not created, or removed by the server
     /// Any other status is the server's, or 1 when the request did not go through.
@@ -95,67 +96,66 @@ public:
     /// @return the ring's size in bytes, 0 without a ring. Takes no lock.
     int getTotalBufferSize() override;
 
-    /// Takes captured data, or silence while there is none.
+    /// Reads captured data, or silence while there is none.
     ///
-    /// Blocking: waits until `bytes` bytes are due. Not blocking: takes what is due.
+    /// Blocking: waits until `bytes` bytes are due. Non-blocking: reads the bytes that are due.
     ///
     /// @param buffer   for coded streams see above
     /// @param bytes    1 or more. A request larger than the ring holds is never met by live data
     /// @param isBlock  whether to wait
     /// @return bytes stored in `buffer`. PCM: `bytes` when blocking, 0 to `bytes` when not. Coded:
     ///         one frame, or 0
-    /// @retval AUDIO_BAD_VALUE      null buffer or no bytes; live data of a codec that cannot be
-    /// read
-    /// @retval AUDIO_INVALID_STATE  not started, another read waits, live data stayed away for
-    ///                              1000 ms, or stopped, removed or destroyed meanwhile
+    /// @retval AUDIO_BAD_VALUE      null buffer or no bytes; live data of an unsupported codec
+    /// @retval AUDIO_INVALID_STATE  not started, another read is blocked, no live data for 1000 ms,
+    ///                              or stopped, removed or destroyed meanwhile
     int read(unsigned char* buffer, int bytes, bool isBlock) override;
 
-    /// Takes the next frame of a coded stream, whole or not at all, and never stores more than
-    /// `capacity` bytes. Unlike read() it takes a frame as soon as all of it is there, and silent
-    /// frames come at the pace of the stream: one for each getPerLoopSize() bytes at the server's
+    /// Reads the next frame of a coded stream, completely or not at all, and never stores more than
+    /// `capacity` bytes. Unlike read(), it returns a frame as soon as the frame is complete, and
+    /// silent frames at the pace of the stream: one for each getPerLoopSize() bytes at the server's
     /// pace (20 ms of Opus). Linear PCM: the same as read().
     ///
     /// A frame that does not fit is refused and stays in the ring: a later call with a larger
     /// buffer, or read(), gets it. getTotalBufferSize() bytes, 456 at least, are always enough.
-    /// While it stays the server's further frames fill the ring, and are lost once it is full.
+    /// Meanwhile the server's further frames fill the ring, and are lost once it is full.
     ///
     /// Blocking: waits until a frame is due; for silence at most one such step, for live frames up
-    /// to 1000 ms for each new piece of data. Not blocking: takes a frame that is due. Requests of
-    /// other threads are waited for without a time limit, as by every operation.
-    /// Any thread; one read or readFrame may wait at a time.
+    /// to 1000 ms for each new piece of data. Non-blocking: returns a frame that is due. Like every
+    /// operation, it waits for requests of other threads without a time limit. Any thread; only one
+    /// read or readFrame may be blocked at a time.
     ///
-    /// @param buffer    where the frame goes, its header included
+    /// @param buffer    gets the frame, including its header
     /// @param capacity  bytes that `buffer` holds, 1 or more
     /// @param isBlock   whether to wait
-    /// @return bytes stored in `buffer`: one frame. 0: none is due, or there is no silence of this
-    ///         codec (AAC, and Opus at other rates than 8, 16, 24 and 48 kHz)
-    /// @retval AUDIO_NO_MEMORY      the frame is longer than `capacity`; nothing was taken
-    /// @retval AUDIO_BAD_VALUE      null buffer or no capacity; live data of a codec that cannot be
-    ///                              read; a header with a length that the ring cannot hold: it is
+    /// @return bytes stored in `buffer`: one frame. 0: no frame is due, or the codec has no silence
+    ///         (AAC, and Opus at other rates than 8, 16, 24 and 48 kHz)
+    /// @retval AUDIO_NO_MEMORY      the frame is longer than `capacity`; it stays in the ring
+    /// @retval AUDIO_BAD_VALUE      null buffer or no capacity; live data of an unsupported codec;
+    ///                              a header whose frame is longer than the ring: the header is
     ///                              dropped
-    /// @retval AUDIO_INVALID_STATE  not started, another read waits, live data stayed away for
-    ///                              1000 ms, or stopped, removed or destroyed meanwhile
+    /// @retval AUDIO_INVALID_STATE  not started, another read is blocked, no live data for 1000 ms,
+    ///                              or stopped, removed or destroyed meanwhile
     int readFrame(unsigned char* buffer, int capacity, bool isBlock);
 
     /// @return bytes that are due: in the ring, or of silence (two server periods at most); 0 while
     ///         not started
     int bytesUsed() override;
 
-    /// Ends a blocked read, releases the ring, leaves the server. Sends no stop request.
+    /// Ends a blocked read, unmaps the ring and disconnects. Sends no stop request.
     ~ClientRecordRt() override;
 
-    /// Confirms the stream with the server and begins its diagnostic dump, if one is set up, also
-    /// when the server does not confirm it.
+    /// Asks the server to confirm the stream, and starts its diagnostic dump if one is configured,
+    /// even when the server does not confirm the stream.
     /// @retval AUDIO_NO_ERROR       usable
     /// @retval AUDIO_INVALID_STATE  no server, the server refused the stream, or it was started
     /// Any other status is the server's, or 1 when the request did not go through.
     int initCheck() override;
 
-    /// The ring's receiver thread calls this after the server has written.
+    /// Called on the ring's receiver thread after the server has written.
     void notify() override;
 
-    /// What the server's notifications run into, on the notifier thread: `record` is a
-    /// ClientRecordRt, and null ends the process.
+    /// Receives the server's notifications, on the notifier thread: `record` is a ClientRecordRt;
+    /// null ends the process.
     static void notifierCallbackFunc(void* record, unsigned msg, unsigned value);
 
 private:
@@ -234,7 +234,7 @@ private:
     std::uint64_t mCreateTime;  // ms
 
     // Guarded by mLock.
-    std::uint64_t mUnInitShmTime CABINAUDIO_GUARDED_BY(mLock);  // ms; when the ring went, 0: never
+    std::uint64_t mUnInitShmTime CABINAUDIO_GUARDED_BY(mLock);  // ms; ring removed last, 0: never
 
     // Set at construction.
     char mName[64];
@@ -260,7 +260,7 @@ private:
     AudioCondition mCond;  // waited on with mLock
 
     // Guarded by mLock.
-    bool mIsBlocked CABINAUDIO_GUARDED_BY(mLock);  // a read waits
+    bool mIsBlocked CABINAUDIO_GUARDED_BY(mLock);  // a read is blocked
 
     // Set at construction.
     std::uint32_t mBytesPerMSec;
@@ -271,7 +271,7 @@ private:
 
     // Set at construction.
     std::uint32_t mCacheSizeMax;  // bytes; cap of the paced backlog
-    std::uint32_t mFrameSize;     // bytes; 0: each frame tells its own
+    std::uint32_t mFrameSize;     // bytes; 0: stored in each frame
     std::uint32_t mPerLoopSamples;
 
     // Has its own synchronization.

@@ -20,42 +20,42 @@ struct LogSite;
 struct PlaybackParts;
 }  // namespace cabinaudio
 
-/// A playback stream of the tag "main" (0), the source of an output that the server connects and
-/// disconnects as it routes. An application goes on writing without knowing the routing.
+/// A playback stream of the tag "main" (0): a source that the server connects to an output and
+/// disconnects from it as it routes. An application keeps writing without knowing the routing.
 ///
 ///     construct -> initCheck -> start -> write ... -> [writeDone -> finish] -> stop -> destroy
 ///
-/// The source is not announced at first, then active, and may be removed and activated again at any
-/// time. Writes wait for a source that has not been announced, go into the ring of an active one,
-/// and are counted and thrown away, after half a second, while it is removed.
+/// The server activates the source some time after creation, and may withdraw and activate it again
+/// at any time. Writes wait for the first activation, and go to the ring of an active source. While
+/// the source is withdrawn, a write that would wait takes half a second, and its data is counted
+/// and discarded.
 ///
 /// Threads    Any thread may call; one lock serialises the operations, requests to the server
 ///            included. Only one write may wait at a time. finish() of the callback runs on the
 ///            notifier thread without the lock. The object runs AS-SktWorker, AS-RCNotifier and,
 ///            while the source is active, a thread named after the ring.
-/// Blocking   Requests wait for the server's reply without a time limit. write() tells its own
-///            waits. The destructor ends a blocked write and waits for it for up to 2000 ms.
-/// Lifetime   Destroying an object in which another call than a blocked read, write or request is
-///            still under way is the application's fault.
-/// Errors     No call throws. Every refusal is logged and returned. A missing source is no error:
-///            write() then returns 0.
-/// A sink that the server has removed stays STOPPING: destroy it and build a new one.
+/// Blocking   Requests wait for the server's reply without a time limit. For the waits of write()
+///            see there. The destructor ends a blocked write and waits up to 2000 ms for it.
+/// Lifetime   Do not destroy an object while a call to it is in progress; only a blocked read,
+///            write or request is ended safely.
+/// Errors     No call throws. Every refusal is logged and returned. A missing source is not an
+///            error: write() then returns 0.
+/// A sink that the server has removed stays STOPPING: destroy it and create a new one.
 class CABINAUDIO_API ClientSink : public AudioSink, public ShareMemoryUpdateNotificationCallback {
 public:
-    /// Registers with the server and creates the stream; blocks until the server has answered.
-    /// Reports nothing: call initCheck() next.
+    /// Registers with the server and creates the stream; blocks until the server has answered. Does
+    /// not report a failure: call initCheck() next.
     ///
-    /// @param name         of the stream, cut to 63 characters; also names its ring
-    /// @param tag          what the stream is for
-    /// @param format       what will be written
+    /// @param name         of the stream, truncated to 63 characters; also names its ring
+    /// @param tag          purpose of the stream
+    /// @param format       of the data to write
     /// @param streamParam  forwarded to the server
     ClientSink(const char* name, AudioTagType tag, AudioFormatDesc& format,
                int streamParam) noexcept;
     ClientSink(const ClientSink&) = delete;
     ClientSink& operator=(const ClientSink&) = delete;
 
-    /// Drops what is queued. @return AUDIO_NO_ERROR, or AUDIO_INVALID_STATE when it
-    /// is not stopped
+    /// Discards queued data. @return AUDIO_NO_ERROR, or AUDIO_INVALID_STATE when it is not stopped
     int clear() override;
 
     /// @retval AUDIO_NO_ERROR       started, or was started already (nothing is sent then)
@@ -83,50 +83,49 @@ public:
 
     /// Copies PCM or coded data into the ring.
     ///
-    /// Blocking: waits for the source, in periods of 2000 ms without an end, and for space; returns
-    /// when everything is queued. Not blocking: queues what fits. Without a source it returns 0 at
-    /// once for PCM, and waits like a blocking write for coded formats.
-    /// While the source is removed the data is thrown away and the call takes 0.5 s; when its ring
-    /// could not be mapped, 1 s. Other operations wait meanwhile.
+    /// Blocking: waits for the source without a time limit (a log line every 2000 ms), and for
+    /// space; returns when all data is queued. Non-blocking: queues what fits. Without a source it
+    /// returns 0 at once for PCM, and waits like a blocking write for coded formats. Otherwise,
+    /// while the source is withdrawn, the data is discarded and the call takes 0.5 s; when the ring
+    /// of an active source could not be mapped, 1 s. Other operations wait meanwhile.
     ///
     /// @param buffer   may be reused as soon as the call returns
     /// @param len      1 or more, bytes
     /// @param isBlock  whether to wait
-    /// @return bytes queued: `len` when blocking; 0 to `len` when not; 0 when the source is
-    /// missing,
-    ///         removed, or the stream was stopped, removed or destroyed while it waited for one
+    /// @return bytes queued: `len` when blocking; 0 to `len` when not; 0 when the source is missing
+    ///         or withdrawn, or the stream was stopped, removed or destroyed during that wait
     /// @retval AUDIO_BAD_VALUE          null buffer or no bytes
-    /// @retval AUDIO_INVALID_OPERATION  another write waits, or writeDone() was called
+    /// @retval AUDIO_INVALID_OPERATION  another write is blocked, or writeDone() was called
     /// @retval AUDIO_INVALID_STATE      not started; stopped, removed or destroyed while it waited
     ///                                  for space
-    /// @retval AUDIO_TIMED_OUT          no space within 600 ms; or no word of the source within
-    ///                                  LinkPolicy::replyTimeout, if there is one
+    /// @retval AUDIO_TIMED_OUT          no space within 600 ms; or no notification about the source
+    ///                                  within LinkPolicy::replyTimeout, if that is set
     /// When a blocking write ends early, part of the data may have been queued already.
     int write(unsigned char* buffer, int len, bool isBlock) override;
 
-    /// No write is taken any more until the next start() or stop().
+    /// Announces the end of the data: writes are refused until the next start() or stop().
     /// @retval AUDIO_NO_ERROR       the server will report the end of playback
     /// @retval AUDIO_INVALID_STATE  announced already, not started, or the source is not active
     /// Any other status is the server's, or 1 when the request did not go through.
     int writeDone() override;
 
-    /// Ends a blocked write, releases the ring, leaves the server. Sends no stop request.
+    /// Ends a blocked write, unmaps the ring and disconnects. Sends no stop request.
     ~ClientSink() override;
 
-    /// Begins the diagnostic dump, if one is set up. Asks nobody.
+    /// Starts the diagnostic dump, if one is configured. Sends no request.
     /// @retval AUDIO_NO_ERROR       usable
     /// @retval AUDIO_INVALID_STATE  no server, the server refused the stream, or it was started
     int initCheck() override;
 
-    /// The ring's receiver thread calls this after the server has read.
+    /// Called on the ring's receiver thread after the server has read.
     void notify() override;
 
-    /// Lets go of the source as if the server had withdrawn it. Takes no stream lock and wakes no
-    /// waiting write: must not be called during a write. Waits for another request of this sink
-    /// that is under way, and then for the server's acknowledgement.
+    /// Releases the source as if the server had withdrawn it. Takes no stream lock and wakes no
+    /// blocked write: must not be called during a write. Waits for another request of this sink in
+    /// progress, and then for the reply to its acknowledgement.
     void deactived();
 
-    /// What the server's notifications run into, on the notifier thread: `sink` is a ClientSink.
+    /// Receives the server's notifications, on the notifier thread: `sink` is a ClientSink.
     static void notifierCallbackFunc(void* sink, unsigned msg, unsigned value);
 
 private:
@@ -174,7 +173,7 @@ private:
     std::atomic<int> mPerLoopSize;             // bytes
 
     // Guarded by mLock.
-    bool mIsBlocked CABINAUDIO_GUARDED_BY(mLock);  // a write waits
+    bool mIsBlocked CABINAUDIO_GUARDED_BY(mLock);  // a write is blocked
 
     // Have their own synchronization.
     AudioCondition mCond;  // waited on with mLock
@@ -188,6 +187,6 @@ private:
     std::atomic<bool> mSourceRemoved;
 
     // Guarded by mLock.
-    int mTotalWritedLen CABINAUDIO_GUARDED_BY(mLock);  // bytes put into the ring, ever
-    int mIneffectiveLen CABINAUDIO_GUARDED_BY(mLock);  // bytes thrown away, ever
+    int mTotalWritedLen CABINAUDIO_GUARDED_BY(mLock);  // total bytes written to the ring
+    int mIneffectiveLen CABINAUDIO_GUARDED_BY(mLock);  // total bytes discarded
 };

@@ -6,7 +6,7 @@
 
 class RemoteCall;
 
-/// The source settings, as an application constructs them itself: some more operations.
+/// The source settings that an application constructs itself; adds some operations.
 class CABINAUDIO_API AudioSourceSetting : public audio::QVAudioSetting::Source {
 public:
     /// The same as setAdcMuxPin().
@@ -16,36 +16,37 @@ public:
     int getInputMuxPin(audio::audio_input_mux_id_e input,
                        audio::audio_input_select_pin_e* pin) override;
 
-    /// Selects what a seat hears. Does nothing and returns 0 where the environment variable
-    /// USE_NEW_MAIN_AUDIO_SOURCE_MANAGEMENT reads as the number 1, which is looked up on every
-    /// call: call setOutPutSource() there.
-    /// @param seat    the server's number
-    /// @param source  the server's number
+    /// Selects the source of a seat. Does nothing and returns 0 when the environment variable
+    /// USE_NEW_MAIN_AUDIO_SOURCE_MANAGEMENT, read on every call, has the numeric value 1: call
+    /// setOutPutSource() then.
+    /// @param seat    value defined by the server
+    /// @param source  value defined by the server
     virtual int selectSource(audio_seat_id_e seat, audio_source_id_e source) = 0;
-    /// What the front seats' audio does. @param state  the server's number
+    /// Sets the audio state of the front seats. @param state  value defined by the server
     virtual int setFrontAudioState(audio_seat_state_e state) = 0;
-    /// What the rear seats' audio does. @param state  the server's number
+    /// Sets the audio state of the rear seats. @param state  value defined by the server
     virtual int setRearAudioState(audio_seat_state_e state) = 0;
     /// Selects the pin of a converter's input.
     virtual int setAdcMuxPin(audio::audio_input_mux_id_e input,
                              audio::audio_input_select_pin_e pin) = 0;
-    /// @param input  which one
-    /// @param pin    gets the server's number; null is refused
+    /// @param input  converter input
+    /// @param pin    gets the server's value; null is refused
     virtual int getAdcMuxPin(audio::audio_input_mux_id_e input,
                              audio::audio_input_select_pin_e* pin) = 0;
-    /// What the server tells about the tracks of outputs.
-    /// @param tag         mask; without its two low bits nothing is asked, and 0 returned
+    /// Reads the server's information about the tracks of outputs.
+    /// @param tag         mask; if both low bits are 0, nothing is sent and 0 returned
     /// @param parameters  room for 20 records, all of which are overwritten; null is refused
-    /// @param count       gets how many the server says there are, unchecked; null drops it
+    /// @param count       gets the number of tracks that the server reports, unchecked; null
+    ///                    discards it
     virtual int getOutputTrackInfo(audio::audio_output_src_tag_e tag,
                                    audio::audio_output_src_parameter_t* parameters, int* count) = 0;
 };
 
-/// The source settings over a connection of their own. See audio::QVAudioSetting::Source.
+/// The source settings over a separate connection. See audio::QVAudioSetting::Source.
 class CABINAUDIO_API ClientSourceSetting : public AudioSourceSetting {
 public:
-    /// Connects to the server; blocks until it has answered. Reports nothing: without a server the
-    /// first operation returns 1.
+    /// Connects to the server; blocks until it has answered. Does not report a failure: without a
+    /// server, requests return 1.
     ClientSourceSetting() noexcept;
     ClientSourceSetting(const ClientSourceSetting&) = delete;
     ClientSourceSetting& operator=(const ClientSourceSetting&) = delete;
@@ -85,8 +86,8 @@ public:
     int getSpeakerOutPut(audio::audio_channel_idx_e* channel) override;
     int getActiveTracksInfo(std::vector<audio::audio_track_info_t>& list) override;
 
-    /// Disconnects. Ends a request that another thread still waits in, and waits for that thread to
-    /// have left it, and for both of the object's own threads.
+    /// Disconnects. Ends a request in which another thread is blocked, waits until that thread has
+    /// left it, and joins the object's two threads.
     ~ClientSourceSetting() override;
 
     int selectSource(audio_seat_id_e seat, audio_source_id_e source) override;
@@ -101,6 +102,6 @@ public:
 
 private:
     RemoteCall* mRc;
-    char mOutPutSourceName[64];      // what the last getOutPutSource() returned
-    char mInputDestinationName[64];  // what the last getInputDestination() returned
+    char mOutPutSourceName[64];      // result of the last getOutPutSource()
+    char mInputDestinationName[64];  // result of the last getInputDestination()
 };

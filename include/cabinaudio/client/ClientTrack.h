@@ -24,38 +24,37 @@ struct PlaybackParts;
 ///
 ///     construct -> initCheck -> start -> write ... -> [writeDone -> finish] -> stop -> destroy
 ///
-/// An alternative track has its ring as soon as it is constructed and knows no writeDone() and
-/// setKeyShift(). An auxiliary track gets its ring when the server announces it; a write that comes
-/// first waits for it.
+/// An alternative track has its ring as soon as it is constructed, and supports neither writeDone()
+/// nor setKeyShift(). An auxiliary track gets its ring when the server announces it; an earlier
+/// write waits for it.
 ///
 /// Threads    Any thread may call; one lock serialises the operations, requests to the server
 ///            included. Only one write may wait at a time. finish() of the callback runs on the
 ///            notifier thread without the lock. The object runs three threads: AS-SktWorker,
 ///            AS-RCNotifier and one named after the ring.
-/// Blocking   Requests wait for the server's reply without a time limit. write() waits up to
-///            1000 ms for the ring and up to 600 ms each time that it needs space. The destructor
-///            ends a blocked write and waits for it for up to 2000 ms.
-/// Lifetime   Destroying an object in which another call than a blocked read, write or request is
-///            still under way is the application's fault.
+/// Blocking   Requests wait for the server's reply without a time limit. write() waits up to 1000
+///            ms for the ring and up to 600 ms each time that it needs space. The destructor ends a
+///            blocked write and waits up to 2000 ms for it.
+/// Lifetime   Do not destroy an object while a call to it is in progress; only a blocked read,
+///            write or request is ended safely.
 /// Errors     No call throws. Every refusal is logged and returned. Requests return AUDIO_NO_MEMORY
-///            while a setKeyShift() of the same track is under way.
-/// A track that the server has removed stays STOPPING: destroy it and build a new one.
+///            while a setKeyShift() of the same track is in progress.
+/// A track that the server has removed stays STOPPING: destroy it and create a new one.
 class CABINAUDIO_API ClientTrack : public AudioTrack, public ShareMemoryUpdateNotificationCallback {
 public:
-    /// Registers with the server and creates the stream; blocks until the server has answered.
-    /// Reports nothing: call initCheck() next.
+    /// Registers with the server and creates the stream; blocks until the server has answered. Does
+    /// not report a failure: call initCheck() next.
     ///
-    /// @param name         of the stream, cut to 63 characters; also names its ring
-    /// @param tag          what the stream is for
-    /// @param format       what will be written
+    /// @param name         of the stream, truncated to 63 characters; also names its ring
+    /// @param tag          purpose of the stream
+    /// @param format       of the data to write
     /// @param streamParam  forwarded to the server
     ClientTrack(const char* name, AudioTagType tag, AudioFormatDesc& format,
                 int streamParam) noexcept;
     ClientTrack(const ClientTrack&) = delete;
     ClientTrack& operator=(const ClientTrack&) = delete;
 
-    /// Drops what is queued. @return AUDIO_NO_ERROR, or AUDIO_INVALID_STATE when it
-    /// is not stopped
+    /// Discards queued data. @return AUDIO_NO_ERROR, or AUDIO_INVALID_STATE when it is not stopped
     int clear() override;
 
     /// @retval AUDIO_NO_ERROR       started, or was started already (nothing is sent then)
@@ -83,21 +82,22 @@ public:
 
     /// Copies PCM into the ring.
     ///
-    /// Blocking: returns when everything is queued; waits for free space in steps. Not blocking:
+    /// Blocking: returns when all data is queued; waits for free space in steps. Non-blocking:
     /// queues what fits, but still waits for an auxiliary track's ring.
     ///
     /// @param buffer   may be reused as soon as the call returns
     /// @param bytes    1 or more
-    /// @param isBlock  whether to wait until everything is queued
+    /// @param isBlock  whether to wait until all data is queued
     /// @return bytes queued: `bytes` when blocking; 0 to `bytes` when not
     /// @retval AUDIO_BAD_VALUE          null buffer or no bytes
-    /// @retval AUDIO_INVALID_OPERATION  another write waits, or writeDone() was called
+    /// @retval AUDIO_INVALID_OPERATION  another write is blocked, or writeDone() was called
     /// @retval AUDIO_INVALID_STATE      not started, or stopped, removed or destroyed meanwhile
     /// @retval AUDIO_TIMED_OUT          no ring within 1000 ms, or no space within 600 ms
     /// When a blocking write fails, part of the data may have been queued already.
     int write(unsigned char* buffer, int bytes, bool isBlock) override;
 
-    /// Auxiliary tracks: no write is taken any more until the next start() or stop().
+    /// Announces the end of the data of an auxiliary track: writes are refused until the next
+    /// start() or stop().
     /// @retval AUDIO_NO_ERROR       the server will report the end of playback
     /// @retval AUDIO_INVALID_STATE  alternative track, announced already, or not started
     /// Any other status is the server's, or 1 when the request did not go through.
@@ -105,25 +105,27 @@ public:
 
     /// @retval AUDIO_NO_ERROR   done; always on an alternative track, where it has no effect
     /// @retval AUDIO_BAD_VALUE  outside 0.8 to 1.2
-    /// @retval AUDIO_NO_MEMORY  another request of this track is under way
+    /// @retval AUDIO_NO_MEMORY  another request of this track is in progress
     /// Any other status is the server's, or 1 when the request did not go through. Takes no lock
-    /// and needs no state: call it once the ring is there (getTotalBufferSize() is not 0), because
-    /// while it is under way the track cannot ask for an announced ring and stays without.
+    /// and works in every state. Call it once the ring is mapped (getTotalBufferSize() is not 0):
+    /// while it is in progress the track cannot ask for an announced ring, and would stay without
+    /// one.
     int setKeyShift(float key) override;
 
-    /// Ends a blocked write, releases the ring, leaves the server. Sends no stop request.
+    /// Ends a blocked write, unmaps the ring and disconnects. Sends no stop request.
     ~ClientTrack() override;
 
-    /// Confirms the stream with the server and begins its diagnostic dump, if one is set up.
+    /// Asks the server to confirm the stream and then starts its diagnostic dump, if one is
+    /// configured.
     /// @retval AUDIO_NO_ERROR       usable
     /// @retval AUDIO_INVALID_STATE  no server, the server refused the stream, or it was started
     /// Any other status is the server's, or 1 when the request did not go through.
     int initCheck() override;
 
-    /// The ring's receiver thread calls this after the server has read.
+    /// Called on the ring's receiver thread after the server has read.
     void notify() override;
 
-    /// What the server's notifications run into, on the notifier thread: `track` is a ClientTrack.
+    /// Receives the server's notifications, on the notifier thread: `track` is a ClientTrack.
     static void notifierCallbackFunc(void* track, unsigned msg, unsigned value);
 
 private:
@@ -174,7 +176,7 @@ private:
     std::atomic<int> mPerLoopSize;             // bytes
 
     // Guarded by mLock.
-    bool mIsBlocked CABINAUDIO_GUARDED_BY(mLock);  // a write waits
+    bool mIsBlocked CABINAUDIO_GUARDED_BY(mLock);  // a write is blocked
 
     // Have their own synchronization.
     AudioCondition mCond;  // waited on with mLock

@@ -6,14 +6,14 @@
 
 class RemoteCall;
 
-/// The volume settings, as an application constructs them itself.
+/// The volume settings that an application constructs itself.
 class CABINAUDIO_API AudioVolumeSetting : public audio::QVAudioSetting::Volume {};
 
-/// The volume settings over a connection of their own. See audio::QVAudioSetting::Volume.
+/// The volume settings over a separate connection. See audio::QVAudioSetting::Volume.
 class CABINAUDIO_API ClientVolumeSetting : public AudioVolumeSetting {
 public:
-    /// Connects to the server; blocks until it has answered. Reports nothing: without a server the
-    /// first operation returns 1.
+    /// Connects to the server; blocks until it has answered. Does not report a failure: without a
+    /// server, requests return 1.
     ClientVolumeSetting() noexcept;
     ClientVolumeSetting(const ClientVolumeSetting&) = delete;
     ClientVolumeSetting& operator=(const ClientVolumeSetting&) = delete;
@@ -76,21 +76,21 @@ public:
     int setMasterVolumeRampDuration(float first, float second) override;
     int getMasterVolumeRampDuration(float& first, float& second) override;
 
-    /// Disconnects. Ends a request that another thread still waits in, and waits for that thread to
-    /// have left it, and for both of the object's own threads.
+    /// Disconnects. Ends a request in which another thread is blocked, waits until that thread has
+    /// left it, and joins the object's two threads.
     ~ClientVolumeSetting() override;
 
-    /// As by tag.
+    /// As mute() by tag.
     /// @param path    audio_out_path_id_e, or a mask of them
     /// @param option  forwarded to the server
     int mute(unsigned path, bool option);
     /// As mute() by path.
     int demute(unsigned path, bool option);
-    /// A literal, which could be a null tag if it is 0, and an enumerator.
+    /// Overload for enumerators and literals: a literal 0 would be ambiguous with a null tag.
     int mute(int path, bool option) { return mute(static_cast<unsigned>(path), option); }
-    /// As mute() by such a path.
+    /// As mute() by an `int` path.
     int demute(int path, bool option) { return demute(static_cast<unsigned>(path), option); }
-    /// @param path   an enumerator, or a number that is cast to one: a literal 0 is a null tag
+    /// @param path   an enumerator, or a number cast to one: a literal 0 is taken as a null tag
     /// @param muted  gets whether the path is muted
     int getMuteState(audio::audio_out_path_id_e path, bool& muted);
 

@@ -12,24 +12,23 @@ namespace cabinaudio {
 class LineReader;
 }
 
-/// Says where a stream's PCM is dumped to. Items are identified by tag and usage together.
+/// Destination of a stream's PCM dump. Items are identified by tag and usage together.
 struct AudioDumpItem {
-    char tag[64];       ///< text of the stream's tag, see AudioTypes::getTag()
-    char usage[64];     ///< who dumps; "client" is this library
+    char tag[64];       ///< name of the stream's tag, see AudioTypes::getTag()
+    char usage[64];     ///< component that dumps; "client": this library
     char outPath[256];  ///< directory of the dump files
 };
 static_assert(sizeof(AudioDumpItem) == 384, "shared with other users of the file");
 
-/// Says where a stream is traced to; laid out as AudioDumpItem.
+/// Destination of a stream's trace; same layout as AudioDumpItem.
 struct AudioTraceItem {
-    char tag[64];       ///< text of the stream's tag
-    char usage[64];     ///< who traces
-    char outPath[256];  ///< where to
+    char tag[64];       ///< name of the stream's tag
+    char usage[64];     ///< component that traces
+    char outPath[256];  ///< output path of the trace
 };
 static_assert(sizeof(AudioTraceItem) == 384, "shared with other users of the file");
 
-/// Only the number is stored; no log call of the library looks at it. The values are the log
-/// library's priorities.
+/// Stored only: no log call of the library uses it. The values are the log library's priorities.
 enum AudioLogLevel : std::int32_t {
     AUDIO_LOG_LEVEL_DEBUG = 3,
     AUDIO_LOG_LEVEL_INFO = 4,
@@ -40,21 +39,21 @@ enum AudioLogLevel : std::int32_t {
 /// The diagnostics settings on flash: which streams are dumped and traced, a log level and a mark
 /// switch. Reads "/media/flash/nvm/as_server/audio_config" when it is constructed.
 ///
-/// Threads   Any thread may call; one lock per object. Objects do not know of each other, and
-///           nothing locks the file.
-/// Failure   A missing file or a malformed block never fails: what could be read counts, the rest
-///           keeps its default (no items, level 4, mark switch off).
+/// Threads   Any thread may call; one lock per object. Objects are independent of each other, and
+///           the file is not locked.
+/// Failure   A missing file or a malformed block is not an error: values that could be read are
+///           used, and the rest keep their defaults (no items, level 4, mark switch off).
 class CABINAUDIO_API AudioConfig {
 public:
     /// Reads the file; creates its directory (last level only) when it is missing.
     /// @param readOnly  false writes the settings back in the destructor
     explicit AudioConfig(bool readOnly);
-    /// Unless read-only, replaces the file by what is set now. A failure is logged.
+    /// Unless read-only, overwrites the file with the current settings. A failure is logged.
     ~AudioConfig();
     AudioConfig(const AudioConfig&) = delete;
     AudioConfig& operator=(const AudioConfig&) = delete;
 
-    /// @param level  any number; it is stored as it is
+    /// @param level  any number; stored unchanged
     void setLogLevel(AudioLogLevel level);
     /// @return the stored level, 4 unless the file or setLogLevel() says otherwise
     [[nodiscard]] AudioLogLevel getLogLevel();
@@ -64,22 +63,23 @@ public:
     /// @return the mark switch
     [[nodiscard]] bool getEnMark();
 
-    /// @return the stored item of this tag and usage (each cut to 63 characters), or null; null too
-    ///         when tag or usage is null.
-    ///         It stays valid until it is removed, or the list cleared, or the object destroyed.
+    /// @return the stored item of this tag and usage (each truncated to 63 characters); null if
+    ///         there is none, or if tag or usage is null. It stays valid until it is removed, the
+    ///         list is cleared or the object is destroyed.
     [[nodiscard]] AudioDumpItem* getDumpItem(const char* tag, const char* usage);
-    /// As getDumpItem(), of the traces.
+    /// As getDumpItem(), for trace items.
     [[nodiscard]] AudioTraceItem* getTraceItem(const char* tag, const char* usage);
 
-    /// Adds a copy at the end; where tag and usage are known already, replaces the path only. Each
-    /// text counts up to its zero or to the last but one character. Out of memory ends the process.
+    /// Appends a copy; if there is an item of this tag and usage already, replaces only its path.
+    /// Texts are truncated where a field has no room for the terminator. Exhausted memory ends the
+    /// process.
     void addDumpItem(AudioDumpItem& item) noexcept;
-    /// As addDumpItem(), of the traces.
+    /// As addDumpItem(), for trace items.
     void addTraceItem(AudioTraceItem& item) noexcept;
 
     /// Removes the stored item of the same tag and usage, if there is one.
     void removeDumpItem(AudioDumpItem& item);
-    /// As removeDumpItem(), of the traces.
+    /// As removeDumpItem(), for trace items.
     void removeTraceItem(AudioTraceItem& item);
 
     /// Removes all dump items.
@@ -101,7 +101,7 @@ private:
     // Set at construction.
     bool mReadOnly;
 
-    // Guarded by mLock. An item that a caller was given is the caller's matter.
+    // Guarded by mLock. The contents of an item returned to a caller are not protected.
     Items<AudioDumpItem> mDumpItems CABINAUDIO_GUARDED_BY(mLock);
     Items<AudioTraceItem> mTraceItems CABINAUDIO_GUARDED_BY(mLock);
     AudioLogLevel mLogLevel CABINAUDIO_GUARDED_BY(mLock);

@@ -12,22 +12,22 @@
 /// "<directory>/<tag>_<name>_<usage>_<microseconds>.pcm".
 ///
 /// Threads   write() from one thread at a time; resume() from any thread, but not during a write().
-/// Failure   Nothing is reported but in the log; a dump that cannot be written drops the bytes.
+/// Failure   Only logged; a dump that cannot be written drops the bytes.
 class CABINAUDIO_API AudioDump {
 public:
-    /// Dumps when the settings have an item for the tag's text and `usage`. The settings are read
-    /// here, once. The usage "driver" starts paused and opens its file with resume(true).
+    /// Dumps when the settings have an item for the name of the tag and `usage`. The settings are
+    /// read once, here. The usage "driver" starts paused and opens its file with resume(true).
     /// @param tag     of the stream
     /// @param name    of the stream, a part of the file's name
-    /// @param usage   who dumps, "client" for this library's streams
-    /// @param append  add to an existing file of the same name instead of truncating it
+    /// @param usage   component that dumps, "client" for this library's streams
+    /// @param append  append to an existing file of the same name instead of truncating it
     AudioDump(AudioTagType tag, const char* name, const char* usage, bool append);
 
     /// Dumps into the directory `dumpFullPath` (its last level is created) whatever the settings
-    /// say; `desc` opens the file's name.
+    /// say; the file name begins with `desc`.
     AudioDump(const char* dumpFullPath, const char* desc, bool append);
 
-    /// Writes what is left to the disk and closes the file.
+    /// Flushes the remaining data to the disk and closes the file.
     ~AudioDump();
     AudioDump(const AudioDump&) = delete;
     AudioDump& operator=(const AudioDump&) = delete;
@@ -35,12 +35,13 @@ public:
     /// Adds `len` bytes; ignored while there is no file, while paused, and for null or no data.
     void write(const unsigned char* data, unsigned len);
 
-    /// Pauses (false) or resumes (true). Resuming opens a new file without closing one that is
-    /// open, which ends that dump: use it to start a paused "driver" dump.
+    /// Pauses (false) or resumes (true). Resuming while a file is open ends the dump, because that
+    /// file is not closed before the new one is opened: use it only to start a paused "driver"
+    /// dump.
     void resume(bool on);
 
 private:
-    /// Inert, with the settings read.
+    /// An inert dump, with the settings read.
     CABINAUDIO_LOCAL explicit AudioDump(bool append);
     CABINAUDIO_LOCAL void _init(const char* dir, const char* tag, const char* name,
                                 const char* usage, bool append) CABINAUDIO_REQUIRES(mLock);
@@ -55,7 +56,7 @@ private:
     // Has its own synchronization.
     AudioConfig mConfig;
 
-    // Guarded by mLock, and by the rule that nothing resumes during a write.
+    // Guarded by mLock; write() relies on no resume() during a write instead.
     bool mEnabled CABINAUDIO_GUARDED_BY(mLock);
     bool mRunning CABINAUDIO_GUARDED_BY(mLock);
     AudioOfstream mFile CABINAUDIO_GUARDED_BY(mLock);

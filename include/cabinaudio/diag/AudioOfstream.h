@@ -5,7 +5,8 @@
 
 #include <fstream>
 
-/// The standard output file stream, plus its descriptor. Not thread-safe, as the standard stream.
+/// A standard output file stream with access to its descriptor. Not thread-safe, like the standard
+/// stream.
 class CABINAUDIO_API AudioOfstream : public std::ofstream {
 public:
     /// @return the descriptor of the open file, or -1 when none is open

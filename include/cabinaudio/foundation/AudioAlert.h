@@ -5,18 +5,18 @@
 
 #include <cstdint>
 
-/// Warns in the log when something took longer than it should. Any thread; never fails.
+/// Logs a warning when an operation takes longer than its threshold. Any thread; never fails.
 class CABINAUDIO_API AudioAlert {
 public:
-    /// Times the scope that it lives in, from construction to destruction.
+    /// Times its scope, from construction to destruction.
     class CABINAUDIO_API AutoAlert {
     public:
         /// @param name         printed in the warning; null prints as "Unknown"
-        /// @param thresholdUs  microseconds that are still fine; 0 logs the cost always
+        /// @param thresholdUs  longest time without a warning, microseconds; 0 always logs
         /// @param file         printed as the source; null prints as "-"
         /// @param function     printed as the function; null prints as "-"
         /// @param line         printed as it is
-        /// The three texts are not copied and must outlive the object.
+        /// The three strings are not copied and must outlive the object.
         AutoAlert(const char* name, std::uint32_t thresholdUs, const char* file,
                   const char* function, std::uint32_t line);
         ~AutoAlert();
@@ -32,7 +32,7 @@ public:
         std::uint64_t mStartUs;
     };
 
-    /// The same decision for a time that the caller has measured: logs when `thresholdUs` is 0 or
+    /// The same check for a time measured by the caller: logs when `thresholdUs` is 0 or
     /// `elapsedUs` is greater than it.
     static void alert(const char* name, std::uint32_t elapsedUs, std::uint32_t thresholdUs,
                       const char* file, const char* function, std::uint32_t line);

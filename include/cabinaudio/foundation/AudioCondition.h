@@ -14,7 +14,7 @@ class AudioMutex;
 /// Any thread may wait, with the mutex held, and any thread may wake; waking never blocks.
 class CABINAUDIO_API AudioCondition {
 public:
-    /// @param shared  true when the object lies in memory that several processes map
+    /// @param shared  true if the object is in memory shared between processes
     explicit AudioCondition(bool shared);
     ~AudioCondition();
     AudioCondition(const AudioCondition&) = delete;
@@ -25,8 +25,8 @@ public:
 
     /// As wait(), for at most `ms` milliseconds.
     /// @retval 0     woken
-    /// @retval -110  (-ETIMEDOUT) the time is over
-    /// Any other platform error comes back negated as well.
+    /// @retval -110  (-ETIMEDOUT) timed out
+    /// Any other platform error number is returned negated, too.
     [[nodiscard]] std::int32_t waitRelative(AudioMutex& mutex, std::uint64_t ms)
         CABINAUDIO_REQUIRES(mutex);
 

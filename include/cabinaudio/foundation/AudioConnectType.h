@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-/// Kind of a client. A client names its type when it registers and in every request;
-/// function ids are counted per type. Stream types are the number of the stream's tag.
+/// Connection type of a client. A client sends its type at registration and in every request;
+/// function ids are numbered per type. The type of a stream has the value of the stream's tag.
 enum audio_connect_type : std::uint32_t {
     AUDIO_CONNECT_MAIN = 0,
     AUDIO_CONNECT_ALTERNATIVE = 1,

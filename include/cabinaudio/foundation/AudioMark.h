@@ -9,10 +9,10 @@
 /// are part of the exported interface.
 class CABINAUDIO_API AudioMark {
 public:
-    /// Marks the scope that it lives in. Any thread.
+    /// Marks its scope. Any thread.
     class CABINAUDIO_API AutoMark {
     public:
-        /// Does nothing; so does the destructor. The texts and the number are not looked at.
+        /// Does nothing; so does the destructor. The arguments are ignored.
         AutoMark(const char* file, const char* function, std::uint32_t line);
         ~AutoMark();
         AutoMark(const AutoMark&) = delete;

@@ -5,14 +5,14 @@
 
 #include <cstdint>
 
-/// Allocates `size` bytes, not cleared. Never returns null: on exhaustion it logs an assertion and
-/// aborts the process, so callers need no failure path.
-/// Any thread. Release with AudioNormalFree.
+/// Allocates `size` uninitialised bytes. Never returns null: when memory is exhausted it logs an
+/// assertion and aborts the process, so callers need no failure path. Any thread. Release with
+/// AudioNormalFree.
 [[nodiscard]] CABINAUDIO_API void* AudioNormalMalloc(std::uint32_t size);
 
 /// Resizes a block of AudioNormalMalloc (or null) to `size` bytes; aborts on exhaustion like
-/// AudioNormalMalloc. `ptr` is invalid afterwards. Not for resizing a block to 0 bytes, which the C
-/// library answers with null and which therefore counts as exhaustion.
+/// AudioNormalMalloc. `ptr` is invalid afterwards. Must not be called with size 0: the C library
+/// then returns null, which counts as exhaustion.
 [[nodiscard]] CABINAUDIO_API void* AudioNormalRealloc(void* ptr, std::uint32_t size);
 
 /// Releases a block of AudioNormalMalloc or AudioNormalRealloc; null is allowed.

@@ -12,7 +12,7 @@
 /// Any thread.
 class CABINAUDIO_API CABINAUDIO_CAPABILITY("mutex") AudioMutex {
 public:
-    /// Holds the mutex for as long as it lives.
+    /// Holds the mutex for its lifetime.
     class CABINAUDIO_API CABINAUDIO_SCOPED_CAPABILITY AutoLock {
     public:
         /// Locks; blocks as lock() does.
@@ -26,15 +26,15 @@ public:
         AudioMutex& mMutex;
     };
 
-    /// @param shared  true when the object lies in memory that several processes map
+    /// @param shared  true if the object is in memory shared between processes
     explicit AudioMutex(bool shared);
     ~AudioMutex();
     AudioMutex(const AudioMutex&) = delete;
     AudioMutex& operator=(const AudioMutex&) = delete;
 
-    /// Blocks without a time limit. Locking twice from one thread blocks for ever.
+    /// Blocks without a time limit. Locking twice from one thread deadlocks.
     void lock() CABINAUDIO_ACQUIRE();
-    /// Releases the lock; to be called by the thread that has it. Never blocks.
+    /// Releases the lock. Must be called by the thread that holds it. Never blocks.
     void unlock() CABINAUDIO_RELEASE();
 
     /// @return 0 when the lock was taken, else the negated error number (-EBUSY). Never blocks.

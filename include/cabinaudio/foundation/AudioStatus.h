@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-/// Result of every client operation, 32 bits on every build. A status that the server sent may be
-/// any other number and is handed to the caller unchanged.
+/// Result of every client operation, 32 bits on every build. A status from the server may be any
+/// other number and is returned unchanged.
 ///
 /// The low-level link calls (AudioConnection, RemoteCall::call) return 0 or 1 instead.
 enum AudioStatus : std::int32_t {
@@ -16,12 +16,12 @@ enum AudioStatus : std::int32_t {
     AUDIO_NO_MEMORY = -1990,
     /// Space, data or the ring itself did not appear in time.
     AUDIO_TIMED_OUT = -2000,
-    /// A request block is already outstanding, or a foreign block was given back.
+    /// A request block is already outstanding, or the block to free is not the outstanding one.
     AUDIO_BAD_SEQUENCE = -2992,
-    /// An argument is null, out of range or foreign.
+    /// An argument is null, out of range, or not the outstanding block.
     AUDIO_BAD_VALUE = -3000,
-    /// A write is refused: another one is blocked, or the end of the data was announced.
+    /// A write is refused: another write is blocked, or the end of the data was announced.
     AUDIO_INVALID_OPERATION = -8000,
-    /// Not allowed in the stream's present state, or the state changed during a wait.
+    /// Not allowed in the stream's current state, or the state changed during a wait.
     AUDIO_INVALID_STATE = -9998,
 };

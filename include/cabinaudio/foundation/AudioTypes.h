@@ -58,14 +58,14 @@ enum AudioChannelMapType : std::uint32_t {
     AUDIO_CHANNEL_MAP_MONO_254 = 254,
 };
 
-/// Format of a stream; travels as it is in every request that creates one.
+/// Format of a stream; part of every create request, byte for byte.
 struct AudioFormatDesc {
-    std::uint32_t codecType;         ///< 0 is linear PCM; other numbers are the server's
+    std::uint32_t codecType;         ///< 0 is linear PCM; the server defines other values
     std::uint32_t sampleRate;        ///< frames per second
     std::uint32_t codecParam;        ///< uplink codecs only, otherwise 0
     AudioChannelMapType channelMap;  ///< channels
     std::uint32_t usage;             ///< for the server; not interpreted here
-    AudioBitDepthType bitDepth;      ///< linear PCM; codecs 64 and 65 keep a flag in its first byte
+    AudioBitDepthType bitDepth;      ///< linear PCM; codecs 64 and 65: a flag in the first byte
 };
 static_assert(sizeof(AudioFormatDesc) == 24, "travels on the wire");
 static_assert(offsetof(AudioFormatDesc, codecType) == 0, "travels on the wire");
@@ -75,18 +75,18 @@ static_assert(offsetof(AudioFormatDesc, channelMap) == 12, "travels on the wire"
 static_assert(offsetof(AudioFormatDesc, usage) == 16, "travels on the wire");
 static_assert(offsetof(AudioFormatDesc, bitDepth) == 20, "travels on the wire");
 
-/// Conversions between the public parameter types and the library's own. Each is a search in a
-/// small constant table: the first row wins and a miss gives the default named here. Any thread;
-/// nothing logs, and only the functions that return a string allocate.
+/// Conversions between the public parameter types and the library's own. Each one searches a small
+/// constant table: the first match wins, and a miss gives the default named here. Any thread; none
+/// of them logs, and only those that return a string allocate.
 class CABINAUDIO_API AudioTypes {
 public:
-    /// Tag of its text ("main", "alternative", "auxiliary", "output_input0_invocation",
-    /// "output_uplink_invocation", "uplink", "input0", "input1", "input2",
-    /// "input_front_feedback"; case counts). Miss: 255.
+    /// Tag of a name ("main", "alternative", "auxiliary", "output_input0_invocation",
+    /// "output_uplink_invocation", "uplink", "input0", "input1", "input2", "input_front_feedback";
+    /// case-sensitive). Miss: 255.
     static AudioTagType getTagType(std::string& tag);
-    /// Text of a tag. Miss: empty. Tag 3 has two texts; this gives the first of them.
+    /// Name of a tag. Miss: empty. Tag 3 has two names; this returns the first one.
     static std::string getTag(AudioTagType tag) noexcept;
-    /// Text of the tag that an output path belongs to. Miss: empty.
+    /// Name of the tag that an output path belongs to. Miss: empty.
     static std::string getTag(audio::audio_out_path_id_e path) noexcept;
     /// Connection type that a stream of this tag opens. Miss: 255.
     static audio_connect_type getConnectType(AudioTagType tag);
@@ -102,7 +102,7 @@ public:
     static AudioBitDepthType getBitDepthType(int bits);
     /// Miss: 16.
     static int getBitsPerSample(AudioBitDepthType bitDepth);
-    /// Bytes that one sample takes. Miss: 2.
+    /// Bytes per sample. Miss: 2.
     static int getBytesPerSample(AudioBitDepthType bitDepth);
     /// FFmpeg's sample format number. Miss: 1, signed 16 bits.
     static int getFfmpegSampleFormat(AudioBitDepthType bitDepth);
@@ -115,12 +115,12 @@ public:
     static int getChannelNumber(AudioChannelMapType channelMap);
     /// FFmpeg's channel value. Miss: 1.
     static int getFfmpegSampleChannel(AudioChannelMapType channelMap);
-    /// Short name of exactly one loudspeaker position. Miss: empty.
+    /// Short name of one loudspeaker position, not of a mask. Miss: empty.
     static std::string getChannelName(audio::audio_channel_idx_e channel) noexcept;
-    /// Position of a short name ("LF", "RF", "LS", "RS", "CF", "L1"; case counts). Miss: 0.
+    /// Position of a short name ("LF", "RF", "LS", "RS", "CF", "L1"; case-sensitive). Miss: 0.
     static audio::audio_channel_idx_e getChannelType(std::string& name);
 
-    /// The rate itself when it is one of the usual ones from 8000 to 192000 Hz. Miss: 48000.
+    /// The rate itself when it is a common one from 8000 to 192000 Hz. Miss: 48000.
     static unsigned getFfmpegSampleRate(unsigned rate);
 
     /// Fills `format` for a playback stream; every field is written.

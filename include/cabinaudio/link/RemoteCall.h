@@ -18,29 +18,29 @@ struct RemoteCallAccess;
 /// (AS-RCNotifier), so that the receive thread never runs client code.
 ///
 /// Threads   One request at a time: the owner serialises rcalloc() to rcfree(). A second rcalloc()
-///           meanwhile is refused, never torn.
-/// Blocking  A request waits for its reply without a time limit; destruction of the object ends
-///           the wait.
-/// Lifetime  Destroying an object in which another call than a blocked request is still under way
-///           is the application's fault.
+///           in between is refused.
+/// Blocking  A request waits for its reply without a time limit; destroying the object ends the
+///           wait.
+/// Lifetime  Do not destroy an object while a call to it is in progress; only a blocked request is
+///           ended safely.
 /// Errors    No call throws.
 class CABINAUDIO_API RemoteCall {
 public:
-    /// Called on the notifier thread. (opaque, 255, 0) says that the server is gone. May make
+    /// Called on the notifier thread. (opaque, 255, 0) reports that the server is gone. May make
     /// requests; must not destroy the RemoteCall.
     using Notify = void (*)(void* opaque, std::uint32_t event, std::uint32_t param);
 
     /// Connects and registers; blocks until the server has answered. A failure is reported by
     /// initCheck(). Notifications can arrive before the constructor has returned.
     ///
-    /// @param type    what the client is
+    /// @param type    connection type of the client
     /// @param notify  may be null: notifications are then dropped
-    /// @param opaque  handed back to `notify`
-    /// @param name    the client's name, cut to 63 characters; null registers as "unkn"
+    /// @param opaque  passed to `notify`
+    /// @param name    the client's name, truncated to 63 characters; null registers as "unkn"
     RemoteCall(audio_connect_type type, Notify notify, void* opaque, const char* name);
 
-    /// Disconnects, waits for both threads, and drops what was not delivered yet. A request block
-    /// that is still outstanding is not released.
+    /// Disconnects, joins both threads, and drops undelivered notifications. A request block that
+    /// is still outstanding is not freed.
     ~RemoteCall();
     RemoteCall(const RemoteCall&) = delete;
     RemoteCall& operator=(const RemoteCall&) = delete;
@@ -50,7 +50,7 @@ public:
     [[nodiscard]] std::int32_t initCheck();
 
     /// Allocates a request block of `reqLen` bytes (with room for the header in front of it) and a
-    /// reply block of `retLen` bytes. Neither is cleared. Give them back with rcfree().
+    /// reply block of `retLen` bytes. Neither is initialised. Free them with rcfree().
     /// @retval AUDIO_NO_ERROR
     /// @retval AUDIO_BAD_SEQUENCE  a block is outstanding already
     /// @retval AUDIO_NO_MEMORY     the size is too large
@@ -59,10 +59,10 @@ public:
 
     /// Sends the first `reqLen` bytes of the outstanding request block and waits for the reply, of
     /// which at most `retLen` bytes are stored. May be repeated on one block.
-    /// @param req     the block of rcalloc()
-    /// @param reqLen  bytes of it to send, at most those of rcalloc()
-    /// @param ret     gets the reply, from its status on
-    /// @param retLen  bytes of the reply
+    /// @param req     the request block from rcalloc()
+    /// @param reqLen  bytes of it to send, at most as many as allocated
+    /// @param ret     gets the reply, which begins with its status
+    /// @param retLen  size of `ret` in bytes
     /// @param flag    selects the command word; the reply is awaited either way
     /// @retval 0                done; `ret` holds the reply
     /// @retval 1                not connected, not sent, or no reply
@@ -72,10 +72,10 @@ public:
 
     /// Releases the outstanding blocks.
     /// @retval AUDIO_NO_ERROR
-    /// @retval AUDIO_BAD_SEQUENCE  a null or foreign block; nothing is released
+    /// @retval AUDIO_BAD_SEQUENCE  null, or not the outstanding blocks; nothing is freed
     [[nodiscard]] std::int32_t rcfree(void* req, void* ret);
 
-    /// Whole requests that carry a function id and up to three numbers.
+    /// Complete requests with a function id and up to three numbers.
     /// @return the server's status; 1 when the request did not go through; AUDIO_NO_MEMORY when a
     ///         request is outstanding already
     [[nodiscard]] std::int32_t callFuncId(std::uint32_t id, bool flag);
@@ -87,11 +87,11 @@ public:
     /// As above, with three numbers.
     [[nodiscard]] std::int32_t callFuncId(std::uint32_t id, std::int32_t a, std::int32_t b,
                                           std::int32_t c, bool flag);
-    /// As above; stores the number that the server answers through `out` whenever the request went
-    /// through, whatever its status.
+    /// As above; stores the number of the reply in `out` whenever the request went through,
+    /// whatever its status.
     [[nodiscard]] std::int32_t callFuncId(std::uint32_t id, std::int32_t* out, bool flag);
 
-    /// What the connection calls with this object as `opaque`: queues the notification. Receive
+    /// Callback of the connection, with this object as `opaque`: queues the notification. Receive
     /// thread only.
     static void notifyCbk(void* opaque, std::uint32_t event, std::uint32_t param);
 
@@ -113,7 +113,7 @@ private:
     // Has its own synchronization.
     std::atomic<std::uint32_t> mHandle;      // 0 when not registered
     std::atomic<std::uint8_t*> mReqPayload;  // null when no block is outstanding
-    // Of the thread that has claimed mReqPayload.
+    // Used only by the thread that has claimed mReqPayload.
     std::uint8_t* mReqBlock;  // mReqPayload - 88
     std::uint8_t* mRetBlock;
     // Set at construction.
