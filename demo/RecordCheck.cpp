@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// recordcheck INPUT RECORDED CALL-INPUT CALL ENVELOPES: the recording of an input has to be the
-// server's file, sample for sample, again and again from its beginning; what is heard of a coded
-// call has to correlate with the file that was said. Writes data for a picture of both recordings.
-// The exit status is 0 when both are met, 5 when one is not, 1 when they cannot be compared.
+// recordcheck INPUT RECORDED CALL-INPUT CALL ENVELOPES: the recording of an input must equal the
+// server's looped input file, sample for sample; the recording of a coded call must correlate with
+// the call's input file. Writes envelopes for a picture of both recordings. The exit status is 0
+// when both checks pass, 5 when one fails, 1 when the files cannot be compared.
 #include "devkit/wavcheck/Envelope.h"
 #include "devkit/wavcheck/Sound.h"
 
@@ -39,7 +39,7 @@ bool isLooped(const Sound& input, const Sound& recorded) {
                "recorded sample for sample, " + std::to_string(recorded.frames()) + " frames");
 }
 
-/// The first sample that is loud, compared with the loudest.
+/// Index of the first sample above a tenth of the peak.
 std::size_t onset(const Sound& sound) {
     double peak = 0;
     for (const double sample : sound.samples)
@@ -49,7 +49,7 @@ std::size_t onset(const Sound& sound) {
     return static_cast<std::size_t>(loud - sound.samples.begin());
 }
 
-/// Of `heard` from `begin` on, with the endless repetition of `said` from `shift` on.
+/// Correlation of `heard` from `begin` on with the looped `said` from `shift` on.
 double correlation(const Sound& heard, std::size_t begin, const Sound& said, std::size_t shift) {
     double both = 0;
     double ofHeard = 0;

@@ -2,11 +2,11 @@
 # SPDX-License-Identifier: Apache-2.0
 # run.sh BUILD-DIRECTORY [FILE [FILE]]: plays two sound files at once through library and server,
 # one as an alternative track (ring in shared memory) and one as an auxiliary track (ring in
-# physical memory), and compares what the server heard with the files. At the same time records an
-# input of the server, and the uplink of a call that is coded in Opus and whose ring comes late, and
-# compares both with what was said. Leaves heard.wav, recorded.wav, call.opus and heard.png beside
-# this script. The exit status is 0 only if everything was heard and recorded.
-# With CABINAUDIO_DEMO_PICTURE=no it leaves no heard.png and needs no gnuplot.
+# physical memory), and compares the server's output with the files. At the same time records an
+# input of the server, and the uplink of a call that is coded in Opus and whose ring is announced
+# late, and compares both with the input files. Writes heard.wav, recorded.wav, call.opus and
+# heard.png to the directory of this script. The exit status is 0 only if all comparisons pass.
+# With CABINAUDIO_DEMO_PICTURE=no it draws no heard.png and needs no gnuplot.
 set -eu
 
 demo=$(dirname -- "$(readlink -f -- "$0")")
@@ -28,7 +28,7 @@ say() { printf '%s\n' "demo: $*"; }
 [ $# -le 3 ] || fail "two files at most"
 [ -w "$demo" ] || fail "$demo belongs to $(stat -c %U "$demo"); it has to be writable"
 
-# Nothing of this run is shared with another server or left behind.
+# An instance of its own, so that no other server is involved and everything can be removed.
 work=$(mktemp -d)
 export CABINAUDIO_INSTANCE="demo-$$"
 export CABINAUDIO_CONFIG_DIR="$work"
@@ -73,18 +73,18 @@ stop_server() {
     }
 }
 
-# A name for the stream of a file; two streams must not have the same.
+# Stream name for a file. Names of live streams must be unique.
 name_of() {
     basename -- "${1%.*}" | tr -c 'A-Za-z0-9_\n-' _ | cut -c 1-40
 }
 
-# play TAG NAME FILE: ends when the file has been played. Runs in the background, so that its
-# process is the player itself.
+# play TAG NAME FILE: ends when the file has been played. exec makes the background process the
+# player itself, so that it can be killed.
 play() {
     exec cabinaudio-run -- cabinaudio play --tag "$1" "--name=$2" -- "$3" </dev/null
 }
 
-# record TAG FILE SECONDS OPTION...: the same for what is recorded.
+# record TAG FILE SECONDS OPTION...: the same for a recording.
 record() {
     tag=$1
     file=$2

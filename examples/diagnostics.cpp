@@ -1,17 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-// diagnostics: shows versions and dumps, and has the library keep a copy of what is played.
+// diagnostics: shows versions and dumps, and makes the library dump the data of streams.
 //
-//     diagnostics                   versions, time of a request, what is dumped
-//     diagnostics dump TAG DIR      streams of the tag that are created from now on leave their
-//                                   PCM in DIR, an absolute path; "auxiliary" is what most
-//                                   programs play
-//     diagnostics off               ends all of that
+//     diagnostics                   versions, time of a request, current dumps
+//     diagnostics dump TAG DIR      dumps the PCM of new streams with this tag into DIR, an
+//                                   absolute path; most programs play with the tag "auxiliary"
+//     diagnostics off               ends all dumps
 //
-// Works without a server; the settings are a file of the board, where cabinaudio-run puts one on a
-// desktop.
+// The dump commands work without a server: the settings are a file on the board, which
+// cabinaudio-run emulates on a desktop.
 //
-// Exit status: 0 done, 1 failed, 2 wrong usage, 3 no server, or it does not answer (its
-// version is not known).
+// Exit status: 0 done, 1 failed, 2 wrong usage, 3 no server, or it does not reply (its version is
+// unknown).
 #include <cabinaudio/client/ClientVersionSetting.h>
 #include <cabinaudio/diag/AudioConfig.h>
 #include <cabinaudio/foundation/AudioTime.h>
@@ -25,7 +24,7 @@
 
 namespace {
 
-/// Streams of applications. The server's own dumps have other usages.
+/// The usage of dumps by applications. The server's own dumps have other usages.
 constexpr char kUsage[] = "client";
 
 constexpr const char* kTags[] = {"main",   "alternative", "auxiliary", "uplink",
@@ -61,7 +60,7 @@ int dump(const char* tag, const char* directory) {
         return 2;
     }
     AudioDumpItem item{};
-    // The streams of all programs come here, whatever directory those stand in.
+    // The directory is used by all programs, so it must not depend on a working directory.
     if (directory[0] != '/' || std::strlen(directory) >= sizeof item.outPath) {
         std::fprintf(stderr, "diagnostics: no absolute path: %s\n", directory);
         return 2;
@@ -69,9 +68,9 @@ int dump(const char* tag, const char* directory) {
     std::strcpy(item.tag, tag);
     std::strcpy(item.usage, kUsage);
     std::strcpy(item.outPath, directory);
-    AudioConfig(false).addDumpItem(item);  // written when the object goes
+    AudioConfig(false).addDumpItem(item);  // written by the destructor
 
-    // That cannot fail aloud: see whether it is there.
+    // The destructor cannot report a failure, so read the item back.
     if (AudioConfig(true).getDumpItem(tag, kUsage) == nullptr) {
         std::fprintf(stderr, "diagnostics: cannot write the settings; see the log\n");
         return 1;
@@ -89,8 +88,7 @@ int off() {
 }  // namespace
 
 int main(int argc, char** argv) {
-    // A server that dies or stands still must not keep this program for ever: set before the first
-    // object is made.
+    // Limits every wait for a server that dies or hangs. Set before the first object is created.
     cabinaudio::setLinkPolicy({std::chrono::seconds(5), true, true});
     if (argc == 1) return show();
     if (argc == 4 && std::strcmp(argv[1], "dump") == 0) return dump(argv[2], argv[3]);

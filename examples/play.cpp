@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// play: plays a tone, to its very end.
+// play: plays a tone up to its last sample.
 //
 //     play [HZ [SECONDS]]        440 Hz, 1 s
 //
-// Exit status: 0 played, 1 failed, 2 wrong usage, 3 no server, or it went away or does not answer,
+// Exit status: 0 played, 1 failed, 2 wrong usage, 3 no server, or it went away or does not reply,
 // 4 timed out.
 #include <cabinaudio/client/ClientTrack.h>
 #include <cabinaudio/link/LinkPolicy.h>
@@ -25,7 +25,7 @@ namespace {
 
 constexpr int kRate = 48000;  // frames per second; a frame is one sample here
 
-/// Where the sound comes from. What you play takes its place.
+/// The source of the sound. Replace it with your own.
 class Tone {
 public:
     Tone(double hz, double seconds)
@@ -46,8 +46,8 @@ private:
     long long mAt = 0;
 };
 
-/// Tells when the last frame has been heard. finish() is called on a thread of the stream, which
-/// delivers all its notifications: it says so and returns.
+/// Signals that the last frame has been played. finish() runs on the thread that delivers all
+/// notifications of the stream, so it only signals and returns.
 class End : public audio::QVAudioTrackCallback {
 public:
     void finish(bool) override {
@@ -67,10 +67,9 @@ private:
     bool mHasCome = false;
 };
 
-/// Says what went wrong. @return the exit status that goes with it
+/// Reports a failure. @return the matching exit status
 int failed(const char* what, int status) {
-    // 1: the request was not answered. A stream without a server, or that has lost it, allows
-    // nothing.
+    // 1: the request got no reply. AUDIO_INVALID_STATE: the stream has no server or has lost it.
     const bool isAway = status == 1 || status == AUDIO_INVALID_STATE;
     const bool isLate = status == AUDIO_TIMED_OUT;
     std::fprintf(stderr, "play: cannot %s: %s (status %d)\n", what,
@@ -88,7 +87,7 @@ int play(Tone& tone) {
     format.bitDepth = AUDIO_BIT_DEPTH_16;
 
     End end;  // outlives the track, which calls it
-    // Two streams of one name at a time disturb each other.
+    // The name must be unique among live streams.
     const std::string name = "play-" + std::to_string(getpid());
     ClientTrack track(name.c_str(), AUDIO_TAG_AUXILIARY, format, 0);
     if (const int status = track.initCheck(); status != AUDIO_NO_ERROR)
@@ -97,26 +96,26 @@ int play(Tone& tone) {
     if (const int status = track.start(); status != AUDIO_NO_ERROR)
         return failed("start the stream", status);
 
-    // The server's period is the size in which it takes data.
+    // Write one period of the server at a time.
     constexpr int kFrameBytes = sizeof(std::int16_t);
     std::vector<std::int16_t> block(
         static_cast<std::size_t>(std::max(track.getPerLoopSize() / kFrameBytes, 1)));
     while (const std::size_t frames = tone.read(block)) {
         const int bytes = static_cast<int>(frames) * kFrameBytes;
-        // Waits for space, which is what keeps the pace.
+        // A blocking write waits for space, which paces this loop.
         const int written =
             track.write(reinterpret_cast<unsigned char*>(block.data()), bytes, true);
         if (written != bytes) return failed("write", written);
     }
 
-    // The ring is full of sound that has not been heard yet: without this its end would be cut off.
+    // The ring still holds sound that has not been played: without this the end would be cut off.
     if (const int status = track.writeDone(); status != AUDIO_NO_ERROR)
         return failed("announce the end", status);
     const int queued = track.getTotalBufferSize() / kFrameBytes * 1000 / kRate;
     if (!end.waitFor(std::chrono::milliseconds(queued + 2000)))
         return failed("hear the end",
                       track.start() == AUDIO_INVALID_STATE ? AUDIO_INVALID_STATE : AUDIO_TIMED_OUT);
-    track.stop();  // whatever comes of it: all has been heard
+    track.stop();  // the result does not matter: everything has been played
     return 0;
 }
 
@@ -129,8 +128,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: play [HZ [SECONDS]]\n");
         return 2;
     }
-    // A server that dies or stands still must not keep this program for ever: set before the first
-    // object is made.
+    // Limits every wait for a server that dies or hangs. Set before the first object is created.
     cabinaudio::setLinkPolicy({std::chrono::seconds(5), true, true});
     Tone tone(hz, seconds);
     const int status = play(tone);

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-// reconnect: plays a tone until Ctrl-C, whatever happens to the server.
+// reconnect: plays a tone until Ctrl-C, across restarts of the server.
 //
 //     reconnect
 //
-// A stream does not outlive its server. When that goes away, the stream refuses everything from
-// then on; it is thrown away, and a new one made as soon as there is a server again. What the old
-// server had been given and has not played is played again.
+// A stream does not outlive its server: after the server goes away, the stream refuses every
+// operation. The program then destroys it and creates a new one as soon as a server is available.
+// Data that the old server had received but not played is played again.
 //
-// Exit status: 0 interrupted, 1 refused, 2 wrong usage, 3 no server for 30 s, or none
-// that answers.
+// Exit status: 0 interrupted, 1 refused, 2 wrong usage, 3 no server, or none that replies, for
+// 30 s.
 #include <cabinaudio/client/ClientTrack.h>
 #include <cabinaudio/link/LinkPolicy.h>
 
@@ -38,18 +38,18 @@ void interrupt(int) {
     gInterrupted = 1;
 }
 
-/// A signal ends it early.
+/// Sleeps. A signal ends the sleep early.
 void rest(int ms) {
     poll(nullptr, 0, ms);
 }
 
-/// The sound from the frame `at`. It can be had again, so what is lost can be played again.
+/// The sound from frame `at` on. It can be generated again, so lost data can be replayed.
 void tone(long long at, std::vector<std::int16_t>& block) {
     for (std::int16_t& sample : block)
         sample = static_cast<std::int16_t>(8000 * std::sin(0.0575959 * static_cast<double>(at++)));
 }
 
-/// Frames that the server has been given and has not played.
+/// Frames in the ring that the server has not taken yet.
 long long queuedFrames(ClientTrack& track) {
     // One byte of a ring always stays free.
     return std::max(track.getTotalBufferSize() - 1 - track.bytesFree(), 0) / kFrameBytes;
@@ -57,14 +57,14 @@ long long queuedFrames(ClientTrack& track) {
 
 enum class End { Interrupted, NoServer, Lost, Refused };
 
-/// Writes for as long as the stream lives. @param at  the next frame, moved on
+/// Writes until the stream ends. @param at  the next frame; advanced by the frames written
 End feed(ClientTrack& track, long long& at) {
     std::vector<std::int16_t> period(
         static_cast<std::size_t>(std::max(track.getPerLoopSize() / kFrameBytes, 1)));
     const int bytes = static_cast<int>(period.size()) * kFrameBytes;
     for (auto written = Clock::now(); gInterrupted == 0;) {
         if (track.bytesFree() >= bytes) {
-            // Takes all of it: it fits, and nobody else writes.
+            // All of it fits, because no other thread writes.
             tone(at, period);
             const int status =
                 track.write(reinterpret_cast<unsigned char*>(period.data()), bytes, false);
@@ -74,11 +74,11 @@ End feed(ClientTrack& track, long long& at) {
             written = Clock::now();
             continue;
         }
-        // No space, or no ring yet. Whether there will ever be: starting a started stream sends
-        // nothing to the server, and is refused once the stream has lost it.
+        // No space, or no ring yet. start() tests whether the stream is alive: on a started stream
+        // it sends nothing, and it is refused once the server is lost.
         const auto idle = Clock::now() - written;
         if (idle > kSuspicion && track.start() != AUDIO_NO_ERROR) return End::Lost;
-        if (idle > kPatience) return End::Lost;  // it is there and does nothing: try another stream
+        if (idle > kPatience) return End::Lost;  // the server hangs: try another stream
         rest(idle > kSuspicion ? 100 : 5);
     }
     return End::Interrupted;
@@ -91,7 +91,7 @@ End play(long long& at) {
     format.channelMap = AUDIO_CHANNEL_MAP_1;
     format.bitDepth = AUDIO_BIT_DEPTH_16;
 
-    // Two streams of one name at a time disturb each other.
+    // The name must be unique among live streams.
     const std::string name = "reconnect-" + std::to_string(getpid());
     ClientTrack track(name.c_str(), AUDIO_TAG_AUXILIARY, format, 0);
     if (track.initCheck() != AUDIO_NO_ERROR) return End::NoServer;
@@ -113,14 +113,14 @@ int main(int argc, char**) {
         std::fprintf(stderr, "usage: reconnect\n");
         return 2;
     }
-    // A request fails when the server dies under it, or has not answered for five seconds; without
-    // this it would wait for ever. Set before the first object is made.
+    // Makes a request fail when the server dies or does not reply for five seconds; without this
+    // the request would wait for ever. Set before the first object is created.
     cabinaudio::setLinkPolicy({std::chrono::seconds(5), true, true});
     struct sigaction action {};
     action.sa_handler = interrupt;
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
-    std::setvbuf(stdout, nullptr, _IOLBF, 0);  // its lines come at once, also into a pipe
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);  // line-buffered, also into a pipe
 
     long long at = 0;
     for (auto lastSeen = Clock::now(); gInterrupted == 0; rest(500)) {

@@ -4,7 +4,7 @@
 //     record FILE.wav [SECONDS]        5 s
 //
 // Exit status: 0 recorded, 1 failed, 2 wrong usage, 3 no server, or it went away or does not
-// answer, 4 timed out. Whatever has been recorded by then is in the file.
+// reply, 4 timed out. After a failure the file contains the data recorded so far.
 #include <cabinaudio/client/ClientRecord.h>
 #include <cabinaudio/link/LinkPolicy.h>
 
@@ -26,7 +26,7 @@ constexpr std::uint32_t kRate = 48000;
 constexpr std::uint16_t kChannels = 2;
 constexpr std::uint16_t kFrameBytes = kChannels * sizeof(std::int16_t);
 
-/// A WAV file of 16-bit PCM. Written as it lies in memory: on a little-endian machine.
+/// A WAV file of 16-bit PCM. Written without conversion, so it needs a little-endian machine.
 class WavFile {
 public:
     explicit WavFile(const char* path) : mFile(std::fopen(path, "wb")) { writeHead(); }
@@ -42,7 +42,7 @@ public:
         mBytes += static_cast<std::uint32_t>(std::fwrite(data, 1, bytes, mFile));
     }
 
-    /// Completes the head, which tells the length. @return whether all of it is in the file
+    /// Rewrites the header with the final length. @return whether everything was written
     bool close() {
         std::rewind(mFile);
         writeHead();
@@ -77,8 +77,7 @@ private:
 };
 
 int failed(const char* what, int status) {
-    // 1: the request was not answered. A stream without a server, or that has lost it, allows
-    // nothing.
+    // 1: the request got no reply. AUDIO_INVALID_STATE: the stream has no server or has lost it.
     const bool isAway = status == 1 || status == AUDIO_INVALID_STATE;
     const bool isLate = status == AUDIO_TIMED_OUT;
     std::fprintf(stderr, "record: cannot %s: %s (status %d)\n", what,
@@ -110,7 +109,7 @@ int fill(WavFile& file, ClientRecord& record, std::uint64_t wanted) {
         const auto room = std::min<std::uint64_t>(block.size(), wanted - bytes);
         const int got = record.read(block.data(), static_cast<int>(room), true);
         if (got < 0) return failed("read", got);
-        // Lack of data is no error: a read that waited a second for nothing gives nothing.
+        // Missing data is not an error: after a second without data a read returns 0.
         if (got == 0 && --patience == 0) return failed("read", AUDIO_TIMED_OUT);
         if (got > 0) patience = 5;
         file.write(block.data(), static_cast<std::size_t>(got));
@@ -134,20 +133,19 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: record FILE.wav [SECONDS]\n");
         return 2;
     }
-    // A server that dies or stands still must not keep this program for ever: set before the first
-    // object is made.
+    // Limits every wait for a server that dies or hangs. Set before the first object is created.
     cabinaudio::setLinkPolicy({std::chrono::seconds(5), true, true});
     AudioFormatDesc format{};  // codec 0: linear PCM
     format.sampleRate = kRate;
     format.channelMap = AUDIO_CHANNEL_MAP_2;
     format.bitDepth = AUDIO_BIT_DEPTH_16;
-    // Two streams of one name at a time disturb each other.
+    // The name must be unique among live streams.
     const std::string name = "record-" + std::to_string(getpid());
     ClientRecord record(name.c_str(), AUDIO_TAG_INPUT0, format, 0);
     if (const int status = record.initCheck(); status != AUDIO_NO_ERROR)
         return failed("create the stream", status);
 
-    WavFile file(argv[1]);  // not before: an attempt without a server leaves an old file as it is
+    WavFile file(argv[1]);  // only now, so that a failure above leaves an old file unchanged
     if (!file.isGood()) {
         std::perror(argv[1]);
         return 1;
@@ -155,7 +153,7 @@ int main(int argc, char** argv) {
     if (const int status = record.start(); status != AUDIO_NO_ERROR)
         return failed("start the stream", status);
     int status = fill(file, record, static_cast<std::uint64_t>(seconds * kRate) * kFrameBytes);
-    record.stop();  // whatever comes of it: no more is wanted
+    record.stop();  // the result does not matter: no more data is needed
     if (!file.close()) {
         std::perror(argv[1]);
         status = 1;

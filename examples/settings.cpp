@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// settings: shows the volumes, or changes them.
+// settings: shows or changes volumes and mutes.
 //
-//     settings                      all that follows
+//     settings                      shows all of the following
 //     settings master DB            master volume, -103.5 to 24.0
-//     settings TYPE DB              volume of a type of stream, "media" for instance
+//     settings TYPE DB              volume of a stream type, such as "media"
 //     settings mute PATH            main, second, alternative or auxiliary
 //     settings unmute PATH
 //
-// Exit status: 0 done, 1 refused, 2 wrong usage, 3 no server, or it does not answer.
+// Exit status: 0 done, 1 refused, 2 wrong usage, 3 no server, or it does not reply.
 #include <cabinaudio/client/ClientVolumeSetting.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 #include <cabinaudio/link/LinkPolicy.h>
@@ -23,10 +23,10 @@ namespace {
 
 constexpr const char* kPaths[] = {"main", "second", "alternative", "auxiliary"};
 
-/// @return the exit status that goes with the status of a setting
+/// Reports a failure. @return the exit status for the status of a setting
 int result(const char* what, int status) {
     if (status == AUDIO_NO_ERROR) return 0;
-    const bool isAway = status == 1;  // the request was not answered
+    const bool isAway = status == 1;  // the request got no reply
     std::fprintf(stderr, "settings: %s: %s (status %d)\n", what,
                  isAway                      ? "no server, or it does not answer"
                  : status == AUDIO_BAD_VALUE ? "out of range"
@@ -35,8 +35,8 @@ int result(const char* what, int status) {
     return isAway ? 3 : 1;
 }
 
-/// A volume is one number in two units: a step, which users turn, and the gain that it stands for.
-/// Which overload is called decides: `unsigned char` is a step, `float` is dB.
+/// A volume is either a step, for user interfaces, or the corresponding gain. The argument's type
+/// selects the overload: `unsigned char` is a step, `float` is dB.
 int show(ClientVolumeSetting& volume) {
     unsigned char step = 0;
     float dB = 0;
@@ -65,7 +65,7 @@ int show(ClientVolumeSetting& volume) {
     return 0;
 }
 
-/// The whole text has to be a number.
+/// Accepts only text that is a number as a whole.
 bool parse(const char* text, float& number) {
     char* end = nullptr;
     number = std::strtof(text, &end);
@@ -81,10 +81,9 @@ int usage() {
 
 int main(int argc, char** argv) {
     if (argc != 1 && argc != 3) return usage();
-    // A server that dies or stands still must not keep this program for ever: set before the first
-    // object is made.
+    // Limits every wait for a server that dies or hangs. Set before the first object is created.
     cabinaudio::setLinkPolicy({std::chrono::seconds(5), true, true});
-    ClientVolumeSetting volume;  // connects; without a server the first request says so
+    ClientVolumeSetting volume;  // connects; without a server the first request fails
     if (argc == 1) return show(volume);
 
     const char* const what = argv[1];

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// uplink: takes the microphone's side of a call as Opus packets, one every 20 ms.
+// uplink: reads the microphone's side of a call as Opus packets, one every 20 ms.
 //
 //     uplink FILE [SECONDS]        5 s
 //
-// The server opens and closes the way of the sound as calls come and go. Packets come all the same:
-// while it is closed they are silent ones. FILE gets the packets as the library hands them out,
-// each with its 8 bytes of header: the length, big-endian, and four bytes of the server's.
+// The server announces and withdraws the uplink's ring as calls come and go. Without a ring the
+// library returns silent packets. FILE gets the packets as the library returns them, each with its
+// header of 8 bytes: the length (big-endian) and four bytes that the server defines.
 //
-// Exit status: 0 done, 1 failed, 2 wrong usage, 3 no server, or it went away or does not answer,
+// Exit status: 0 done, 1 failed, 2 wrong usage, 3 no server, or it went away or does not reply,
 // 4 timed out.
 #include <cabinaudio/client/ClientRecordRt.h>
 #include <cabinaudio/link/LinkPolicy.h>
@@ -34,8 +34,7 @@ constexpr int kSilenceBytes = kHeaderBytes + 3;  // at this rate
 constexpr int kLargestBytes = kHeaderBytes + 1275;
 
 int failed(const char* what, int status) {
-    // 1: the request was not answered. A stream without a server, or that has lost it, allows
-    // nothing.
+    // 1: the request got no reply. AUDIO_INVALID_STATE: the stream has no server or has lost it.
     const bool isAway = status == 1 || status == AUDIO_INVALID_STATE;
     const bool isLate = status == AUDIO_TIMED_OUT;
     std::fprintf(stderr, "uplink: cannot %s: %s (status %d)\n", what,
@@ -46,24 +45,24 @@ int failed(const char* what, int status) {
     return isAway ? 3 : isLate ? 4 : 1;
 }
 
-/// Takes packets until `wanted` of them are in the file. @return the exit status
+/// Reads packets until `wanted` of them are in the file. @return the exit status
 int fill(std::FILE* file, ClientRecordRt& record, long wanted) {
     const auto begin = std::chrono::steady_clock::now();
     long packets = 0, silent = 0;
     int patience = 5;
-    // A packet may be as long as what is in the ring, whatever a read asks for; and the ring may
-    // come while a read waits. So this is more than any ring has.
+    // A packet may be as long as the ring, regardless of the read's byte count, and the ring may
+    // be announced while a read waits. So the buffer is larger than any ring.
     std::vector<unsigned char> packet(1 << 20);
     while (packets < wanted) {
-        // How much has to be there before a packet is taken: with one byte more than the largest
-        // packet there is always a whole one. What that costs is delay, about 0.3 s at 32 kbit/s.
-        const int ring = record.getTotalBufferSize();  // 0 while the way is closed
+        // Minimum fill level before a packet is read. One byte more than the largest packet
+        // guarantees a whole packet. This adds latency, about 0.3 s at 32 kbit/s.
+        const int ring = record.getTotalBufferSize();  // 0 without a ring
         const int enough = ring > 0 ? std::min(kLargestBytes + 1, ring / 2) : kLargestBytes + 1;
         const int got = record.read(packet.data(), enough, true);
 
         if (got == AUDIO_INVALID_STATE) {
-            // Sound stayed away for a second, or the stream is gone. It is started already, so
-            // starting it sends nothing and only tells which.
+            // No sound for a second, or the stream is gone. start() tells which: on a started
+            // stream it sends nothing.
             if (const int status = record.start(); status != AUDIO_NO_ERROR)
                 return failed("read", status);
             if (--patience == 0) return failed("read", AUDIO_TIMED_OUT);
@@ -78,7 +77,7 @@ int fill(std::FILE* file, ClientRecordRt& record, long wanted) {
             std::perror("uplink: cannot write");
             return 1;
         }
-        // Sound comes when it is there; silence as often as one asks for it.
+        // A read of live packets waits for them; silent packets need pacing.
         if (got <= kSilenceBytes) std::this_thread::sleep_until(begin + packets * kPacketTime);
     }
     std::printf("took %ld packets, %ld of them silent\n", packets, silent);
@@ -93,14 +92,13 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: uplink FILE [SECONDS]\n");
         return 2;
     }
-    // A server that dies or stands still must not keep this program for ever: set before the first
-    // object is made.
+    // Limits every wait for a server that dies or hangs. Set before the first object is created.
     cabinaudio::setLinkPolicy({std::chrono::seconds(5), true, true});
     AudioFormatDesc format{};
     format.codecType = kOpus;
     format.sampleRate = kRate;
     format.channelMap = AUDIO_CHANNEL_MAP_1;
-    // Two streams of one name at a time disturb each other.
+    // The name must be unique among live streams.
     const std::string name = "uplink-" + std::to_string(getpid());
     ClientRecordRt record(name.c_str(), AUDIO_TAG_UPLINK, format);
     if (const int status = record.initCheck(); status != AUDIO_NO_ERROR)
@@ -111,13 +109,14 @@ int main(int argc, char** argv) {
         std::perror(argv[1]);
         return 1;
     }
-    std::setvbuf(file, nullptr, _IONBF, 0);  // a call goes on at once, also into a pipe
+    std::setvbuf(file, nullptr, _IONBF,
+                 0);  // unbuffered: a packet is written at once, also into a pipe
     int status = record.start();
     if (status != AUDIO_NO_ERROR)
         status = failed("start the stream", status);
     else
         status = fill(file, record, static_cast<long>(seconds * 1000 / kPacketTime.count()));
-    record.stop();  // whatever comes of it: no more is wanted
+    record.stop();  // the result does not matter: no more data is needed
     if (std::fclose(file) != 0) {
         std::perror(argv[1]);
         status = 1;
