@@ -16,7 +16,7 @@ struct StreamKind {
     AudioTagType tag;         ///< also the number of its connection type
     std::uint32_t create;     ///< function id
     std::uint32_t initCheck;  ///< function id, 0: nothing is asked
-    bool hasRing;             ///< maps one when it is constructed; else when the server says so
+    bool hasRing;             ///< < maps a ring when constructed; otherwise on the announcement
 };
 
 template <typename Function>

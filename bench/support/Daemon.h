@@ -14,7 +14,7 @@ class Daemon {
 public:
     struct Start {
         std::vector<std::string> command;
-        std::vector<std::string> environment;  ///< NAME=value, besides the own one
+        std::vector<std::string> environment;  ///< < NAME=value, beside this process's own
         std::string logFile;                   ///< for what the program writes
     };
 
