@@ -5,8 +5,8 @@
 
 namespace cabinaudio::board {
 
-/// Which of the server's sockets tell whose it is. Clients' connections that come and go are none
-/// of a board's server's business.
+/// Sockets to check for the server's owner. A server on a board must not see connections that come
+/// and go on its clients' socket.
 enum class Look { AtControlSocket, AtBothSockets };
 
 /// Looks, without waiting, which user the server runs as: the kernel tells it of the other end of a

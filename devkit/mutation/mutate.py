@@ -309,7 +309,7 @@ def arguments():
                         help="every N-th mutant, from the K-th on")
     parser.add_argument("--results", metavar="FILE", help="where to add the results")
     options = parser.parse_args()
-    if options.slice[1] > 1:  # slices that run side by side must not share a tree
+    if options.slice[1] > 1:  # parallel slices must not share a tree
         options.work += f"-{options.slice[0]}-of-{options.slice[1]}"
     return options
 

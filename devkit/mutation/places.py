@@ -124,7 +124,7 @@ def _name_of(words):
     operator = _operator(words)
     if operator:
         return operator
-    if "=" in words:  # a table; lambdas inside of it have no name
+    if "=" in words:  # a table; lambdas in it have no name
         return _qualified(words, _declarator(words, words.index("=")))
     if "(" in words:
         return _qualified(words, words.index("(")) or None
@@ -204,7 +204,7 @@ class Source:
                 elif kind == "":
                     begin = index + 1
                 elif not (stack and stack[-1][0] not in ("", "type")):
-                    begin = first  # an initializer: the declaration goes on
+                    begin = first  # an initializer: the declaration continues
             elif word == ";" and not inside and parentheses == 0:
                 head = words[begin:index]
                 if "=" in head and not _is_type(head) and head[0] != "using":

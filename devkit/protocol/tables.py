@@ -77,7 +77,7 @@ def contents(record):
 def cell(record):
     if record == "EffectRequest" or record == "EffectReply":
         texts = [text for text in contents(record) if text != "u32 size"] + ["block"]
-        # The block is its size and as many bytes.
+        # A block is its size followed by that many bytes.
         return f"{', '.join(texts)} ({sizes()[record]} + size)"
     texts = contents(record)
     return f"{', '.join(texts)} ({sizes()[record]})" if texts else "–"
@@ -92,7 +92,7 @@ def tables():
     made = {}
     for kind, function, request, reply, name, meaning, no_flag in rows:
         if kind == "Version":
-            continue  # has a section of its own
+            continue  # described in its own section
         lines = made.setdefault(kind, ["| id | function | about | payload | reply |",
                                        "|---:|---|---|---|---|"])
         mark = " ○" if no_flag else ""

@@ -18,7 +18,8 @@ PAGE = f"{DOCS}/reliability-figures.md"
 PROSE = f"{DOCS}/reliability.md"
 
 TABLE = re.compile(r"^\{\{table: (.*)\}\}$", re.MULTILINE)
-# Of four digits and more, with or without blanks between thousands: shorter ones say too little.
+# Numbers of four or more digits, with optional blanks between thousands; shorter ones are not
+# specific enough.
 LARGE = re.compile(r"\d{1,3}(?: \d{3})+|\d{4,}")
 
 

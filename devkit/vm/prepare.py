@@ -31,9 +31,9 @@ CROSS = "arm-linux-gnueabihf-"
 LIBRARIES = ["/lib/arm-linux-gnueabihf", "/usr/lib/arm-linux-gnueabihf"]
 SPEECH = "/usr/share/sounds/alsa"
 SUITES = ["foundation", "link", "shm", "client", "settings", "diag", "hostile", "race"]
-PATIENCE = 3        # the machine is slow: programs have this many times the time limits of tests
+PATIENCE = 3        # the machine is slow: tests get this many times their time limits
 NO_PROGRAM = "it starts no test program of the target"
-DEMO_SECONDS = 120  # the longest time without output of the demo
+DEMO_SECONDS = 120  # longest time without output of the demo
 
 
 def fail(text):
@@ -207,7 +207,7 @@ class Image:
                            cwd=self.directory, input="\n".join(sorted(names)).encode(), stdout=file)
 
 
-# The commands of init.sh, of demo/run.sh and of what the tests start with a shell.
+# Commands used by init.sh, by demo/run.sh and by shells that tests start.
 APPLETS = """
 basename cat chmod cut date dirname echo env expr false grep head id kill ln ls mkdir mkfifo mktemp
 mount mv nproc poweroff printf ps readlink rm sed sh sleep sort stat tail test timeout touch tr true

@@ -20,10 +20,10 @@ import subprocess
 import sys
 import time
 
-UP_SECONDS = 180      # the longest time until init.sh runs
-SILENT_SECONDS = 180  # the longest time without a word; init.sh says something every 5 s
-ALL_SECONDS = 3600    # the longest time of all
-TAIL = 40             # lines of the console that are shown with an error
+UP_SECONDS = 180      # longest time until init.sh runs
+SILENT_SECONDS = 180  # longest time without output; init.sh prints a line every 5 s
+ALL_SECONDS = 3600    # longest time in total
+TAIL = 40             # console lines shown with an error
 
 BEGUN = re.compile(r"\[ RUN      \] (\S+)$")
 ENDED = re.compile(r"\[ *(OK|FAILED|SKIPPED) *\] (\S+?)(?:,| \()")
