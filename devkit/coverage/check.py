@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""check.py BUILD-DIRECTORY [--lines]: what of the library the tests have run, out of a build that
-counts (CABINAUDIO_COVERAGE), after they have run.
+"""check.py BUILD-DIRECTORY [--lines]: reports how much of the library the tests have run, from a
+build with counters (CABINAUDIO_COVERAGE), after the tests.
 
-Fails when a line has not run that not-run.txt does not name, when that names one that has run or
-is not there, and when fewer of the branches were taken than LEAST_BRANCHES. --lines shows the
-branches that were not taken, too.
+Fails when a line has not run that not-run.txt does not list, when not-run.txt lists a line that has
+run or does not exist, and when fewer than LEAST_BRANCHES per cent of the branches were taken.
+--lines also shows the branches that were not taken.
 """
 import json
 import os
@@ -20,7 +20,7 @@ LIST = os.path.join(HERE, "not-run.txt")
 
 
 def counted(build):
-    """gcovr's report: branches that only an exception takes are left out, nothing here throws."""
+    """gcovr's report without branches for exceptions, because nothing here throws."""
     filters = [word for layer in LAYERS for word in ("--filter", os.path.join(ROOT, layer) + "/")]
     command = ["gcovr", "--root", ROOT, "--json", "--exclude-throw-branches",
                "--exclude-unreachable-branches", *filters, build]
@@ -29,7 +29,7 @@ def counted(build):
 
 
 def named():
-    """What not-run.txt has: (file, text of the line) -> reason."""
+    """Content of not-run.txt: (file, text of the line) -> reason."""
     result = {}
     reason = ""
     with open(LIST, encoding="utf-8") as file:
@@ -51,8 +51,8 @@ def source(path):
 
 
 def statements(text):
-    """Line number -> that of the line on which its statement begins: of one that goes over several
-    lines the compiler counts some only."""
+    """Line number -> first line of its statement: of a statement over several lines the compiler
+    counts only some lines."""
     begins = {}
     begin = None
     for number, line in enumerate(text, 1):

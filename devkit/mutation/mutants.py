@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The library's locks, barriers, bounds and checks: how each is taken away, and the test programs
-that must notice. A mutant has a place, which is a function, a type, a constant or a file (see
-places.py), and a piece of code that stands there exactly once, whatever its layout."""
+"""Mutants of the library's locks, barriers, bounds and checks, and the test programs that must
+catch them. A mutant has a place, which is a function, a type, a constant or a file (see
+places.py), and a piece of code that occurs there exactly once, whatever its layout."""
 from collections import namedtuple
 
 # `reason` says why a surviving mutant makes no difference or, after these words, why no test
