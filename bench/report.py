@@ -46,7 +46,7 @@ class Goal:
     def __init__(self, source, what, value, goal, is_exact=False, rounds=None):
         self.source, self.what, self.value, self.goal = source, what, value, goal
         self.is_exact, self.rounds = is_exact, rounds
-        # The verdict is about what is shown: two digits behind the point.
+        # The verdict uses the value as shown: two digits after the point.
         self.reached = value == goal if is_exact else round(value, 2) <= round(goal, 2)
 
     def row(self):
@@ -95,7 +95,7 @@ class Results:
 def ratio_name(ratio):
     if ratio["denominator"] == "itself":
         return f"{ratio['numerator']}: {ratio['counter']}"
-    # Ours and the other in the same place are told apart by their first words.
+    # Where two programs have the same label, their first words distinguish them.
     return f"{ratio['counter']}: {ratio['numerator']} / {ratio['denominator']}"
 
 

@@ -85,7 +85,8 @@ public:
     void endIfStalled(Clock::time_point since, const char* what) const;
     /// Ends the stream unless the status is 0. @param operation  for example "start the stream"
     void demand(std::int32_t status, const std::string& operation) const;
-    /// A failed creation has the same status for all reasons; this finds the reason.
+    /// A failed creation has one status for all reasons; this tells a missing server from a
+    /// refusal.
     [[noreturn]] void endByCreation(std::int32_t status) const;
     /// The stream no longer exists.
     [[noreturn]] void endByRemoval(std::int32_t status) const;

@@ -33,7 +33,7 @@ CALLS = {
                            "ShareMemoryEx::read(unsigned char*, unsigned int)"),
 }
 REQUEST = "RemoteCall::callFuncId(unsigned int, int, bool)"
-# The C library's part of a call, which is the same whatever the library does.
+# The C library's part of a call, which does not depend on the library.
 LOCK = re.compile(r"pthread_mutex_(un)?lock")
 COPY = re.compile(r"mem(cpy|move)")
 DIVISION = re.compile(r"__aeabi_u?ldivmod|__u?divdi3|__u?moddi3")

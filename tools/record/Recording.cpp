@@ -159,8 +159,8 @@ void Recording::captureFrames() {
     }
 }
 
-/// Bytes that must be queued before a frame is taken. A smaller buffer overflows when the library
-/// inserts silence.
+/// Bytes that must be queued before a frame is taken. A request shorter than the library's silent
+/// frame ends the process.
 std::size_t Recording::frameRequest() const {
     const auto ring = static_cast<std::size_t>(std::max(mRecord->getTotalBufferSize(), 0));
     switch (mOptions.format.codec) {

@@ -9,7 +9,7 @@ namespace cabinaudio::tool {
 /// The server's answer to a successful command.
 inline constexpr char SERVER_DONE[] = "ok";
 
-/// What askServer() does after a successful command.
+/// How askServer() continues after a successful command.
 enum class Then { Return, AwaitItsEnd };
 
 /// Sends one line to the development server's control socket. @return its answer, one line

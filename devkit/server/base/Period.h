@@ -6,7 +6,8 @@
 
 namespace cabinaudio::server {
 
-/// Step of the server: the interval of its clock, and the amount that clients are told to write at
+/// Step of the server: its clock's interval, and the amount that clients are asked to write at
+/// once.
 /// once.
 inline constexpr std::chrono::milliseconds PERIOD(16);
 

@@ -23,8 +23,8 @@ struct Call {
     Services& services;
 };
 
-/// What follows a request's record: nothing, or a block of the length in the record's `size`. The
-/// reply to a request for a block carries a block of the same length.
+/// A block may follow a request's record; the record's `size` gives its length. The reply to a
+/// request for a block carries a block of the same length.
 enum class Block { None, Sent, Returned };
 
 /// A request known to the server: a row of its connection type's table.
