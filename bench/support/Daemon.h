@@ -14,8 +14,8 @@ class Daemon {
 public:
     struct Start {
         std::vector<std::string> command;
-        std::vector<std::string> environment;  ///< < NAME=value, beside this process's own
-        std::string logFile;                   ///< < receives the program's output
+        std::vector<std::string> environment;  ///< NAME=value, beside this process's own
+        std::string logFile;                   ///< receives the program's output
     };
 
     explicit Daemon(const Start& start);

@@ -17,8 +17,8 @@ struct Column {
     std::string heading;
     std::string counter;
     bool withRange = false;  ///< "median [min..max]" instead of the median alone
-    double unit = 1;         ///< < divisor for the values
-    int digits = 0;          ///< < digits after the decimal point
+    double unit = 1;         ///< divisor for the values
+    int digits = 0;          ///< digits after the decimal point
 };
 
 /// Prints the results and keeps them for the JSON file. Goals are only shown: no figure makes a

@@ -18,9 +18,9 @@ class Poster {
 public:
     enum class Deed : std::uint32_t {
         MapRing,    ///< map a ring as its creator
-        FillChunk,  ///< < advance a ring's write offset, and post
-        TakeChunk,  ///< < advance a ring's read offset, and post
-        WakeWord,   ///< < increment word() and wake its waiters
+        FillChunk,  ///< advance a ring's write offset, and post
+        TakeChunk,  ///< advance a ring's read offset, and post
+        WakeWord,   ///< increment word() and wake its waiters
         PostSem,    ///< post semaphore()
     };
 
