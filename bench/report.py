@@ -1,18 +1,18 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""report.py DIRECTORY: makes bench/results.json, docs/performance.md and its plots out of what the
-benchmarks have written into DIRECTORY, one file NAME.json each.
+"""report.py DIRECTORY: generates bench/results.json, docs/performance.md and its plots from the
+benchmarks' files in DIRECTORY, one NAME.json each.
 
 The page's text is bench/page.md. Lines of the form {{what: arguments}} are replaced:
     {{table: NAME counter}}   medians [min..max] of a program's counter
-    {{goals: NAME [pattern]}} what has a goal: reached or missed, by how much
+    {{goals: NAME [pattern]}} figures with a goal: reached or missed, by how much
     {{ratios: NAME [pattern]}} ratios without a goal
-    {{settings: NAME}}        how was measured
+    {{settings: NAME}}        conditions of the measurement
     {{plot: NAME}}            the picture
     {{missed}}                all goals that were missed, with their reasons (bench/reasons.txt)
-    {{machine}}               what it ran on
+    {{machine}}               machine of the run
     {{counts}}                the counts of the gate
-What was not measured is said in its place.
+Missing measurements are reported in their places.
 """
 import datetime
 import json
@@ -41,12 +41,12 @@ def with_range(values, unit=1):
 
 
 class Goal:
-    """A figure that has one."""
+    """A figure with a goal."""
 
     def __init__(self, source, what, value, goal, is_exact=False, rounds=None):
         self.source, self.what, self.value, self.goal = source, what, value, goal
         self.is_exact, self.rounds = is_exact, rounds
-        # The verdict is about what is shown: two digits behind the point.
+        # The verdict uses the value as shown: two digits after the point.
         self.reached = value == goal if is_exact else round(value, 2) <= round(goal, 2)
 
     def row(self):
@@ -61,7 +61,7 @@ class Goal:
 
 
 class Results:
-    """What the programs have written, by name."""
+    """Results of the programs, by name."""
 
     def __init__(self, directory):
         self.programs = {}
@@ -71,7 +71,7 @@ class Results:
                     self.programs[name[:-5]] = json.load(file)
 
     def failure(self, name):
-        """Why there are no figures, or None."""
+        """The reason why there are no figures, or None."""
         program = self.programs.get(name)
         if program is None:
             return "It was not run."
@@ -95,7 +95,7 @@ class Results:
 def ratio_name(ratio):
     if ratio["denominator"] == "itself":
         return f"{ratio['numerator']}: {ratio['counter']}"
-    # Ours and the other in the same place are told apart by their first words.
+    # Where two programs have the same label, their first words distinguish them.
     return f"{ratio['counter']}: {ratio['numerator']} / {ratio['denominator']}"
 
 
@@ -112,7 +112,7 @@ def table(results, name, counter, unit=1, pattern=""):
 
 
 def grid(results, name, counter, pattern="ring 64 KiB"):
-    """Programs against chunk sizes."""
+    """Table of programs by chunk size."""
     cells, chunks = {}, []
     for program, counters in results.programs[name]["rounds"].items():
         parts = re.match(r"(.*) (\d+) B(.*)$", program)
@@ -204,7 +204,7 @@ def overview(results):
 
 
 def machine(results):
-    """What all of it ran on, and how busy it was."""
+    """Machine of the run, and its load."""
     settings_of = [program["settings"] for program in results.programs.values()
                    if "settings" in program]
     lines = sorted({f"- {each['machine']}" for each in settings_of if "machine" in each})
@@ -331,7 +331,7 @@ def page(results):
 
 
 def one_line_lists(text):
-    """The figures of a program's rounds beside each other instead of below."""
+    """Puts the figures of a program's rounds on one line."""
     return re.sub(r"\[[^][{}\"]*\]", lambda found: " ".join(found[0].split()), text)
 
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""test_report.py: whether the page tells what was missed and what is not there."""
+"""test_report.py: the page shows missed goals and missing measurements."""
 import json
 import os
 import sys

@@ -1,16 +1,16 @@
 # SPDX-License-Identifier: Apache-2.0
-# How every target of this tree is compiled. Nothing here touches a project that embeds this one.
+# Compile options of all targets in this tree. A project that embeds this one is not affected.
 
 add_library(cabinaudio-build INTERFACE)
 target_compile_features(cabinaudio-build INTERFACE cxx_std_20)
 target_include_directories(cabinaudio-build INTERFACE "${PROJECT_SOURCE_DIR}")
 target_compile_options(cabinaudio-build INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow
-    # clang counts sign conversions to -Wconversion, g++ does not; hold both to the same rules.
+    # clang includes sign conversions in -Wconversion, g++ does not; apply the same rules to both.
     $<$<CXX_COMPILER_ID:Clang>:-Wno-sign-conversion>
-    # Locks are held where ThreadSafety.h's words say so.
+    # Checks the annotations of ThreadSafety.h.
     $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
-    # The 32-bit ARM ABI note of g++ about its own versions before 7.
+    # Note of g++ about ABI changes on 32-bit ARM in version 7.
     $<$<CXX_COMPILER_ID:GNU>:-Wno-psabi>)
 if(CABINAUDIO_WERROR)
     target_compile_options(cabinaudio-build INTERFACE -Werror)
@@ -18,9 +18,9 @@ endif()
 if(CABINAUDIO_SANITIZE)
     target_compile_options(cabinaudio-build INTERFACE
         -fsanitize=${CABINAUDIO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
-        # Tests reach the library's operations by symbol and by slot, as foreign programs do.
+        # Tests call the library's operations by symbol and by vtable slot, as foreign programs do.
         $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>
-        # And they put their own in front of it: an exported operation must not be inlined.
+        # Tests also interpose operations: exported ones must not be inlined.
         $<$<CXX_COMPILER_ID:Clang>:-fsemantic-interposition>)
     target_link_options(cabinaudio-build INTERFACE -fsanitize=${CABINAUDIO_SANITIZE})
 endif()
@@ -32,7 +32,7 @@ if(CABINAUDIO_COVERAGE)
     target_link_options(cabinaudio-build INTERFACE --coverage)
 endif()
 
-# Imports a library that brings neither a CMake package nor a usable .pc file.
+# Imports a library without a CMake package and without a usable .pc file.
 #   cabinaudio_import(<target> LIBRARY <name> HEADER <header> PACKAGE <Debian package>)
 function(cabinaudio_import target)
     cmake_parse_arguments(arg "OPTIONAL" "LIBRARY;HEADER;PACKAGE" "" ${ARGN})

@@ -1,10 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
-# What another project finds of an installed cabinaudio: headers, the CMake package and
-# cabinaudio.pc. All of it is found relative to itself, so that the tree may be moved, packed, or
-# unpacked below a sysroot.
+# Files for other projects: headers, the CMake package and cabinaudio.pc. Their paths are relative,
+# so that the installed tree may be moved, packed, or unpacked below a sysroot.
 #
-# Components: `library` is what programs need to run, `development` what they need to be built;
-# `tools` and `devkit` have the programs.
+# Components: `library` for running programs, `development` for building them; `tools` and `devkit`
+# contain the programs.
 include(CMakePackageConfigHelpers)
 
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/cabinaudio"
@@ -17,7 +16,7 @@ install(EXPORT cabinaudio-targets
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/cabinaudioConfig.cmake.in"
     "${PROJECT_BINARY_DIR}/cabinaudioConfig.cmake"
     INSTALL_DESTINATION "${cabinaudio_package}" NO_SET_AND_CHECK_MACRO)
-# The major version is the ABI's.
+# The major version identifies the ABI.
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/cabinaudioConfigVersion.cmake"
     COMPATIBILITY SameMajorVersion)
 install(FILES
@@ -25,7 +24,7 @@ install(FILES
     "${PROJECT_BINARY_DIR}/cabinaudioConfigVersion.cmake"
     DESTINATION "${cabinaudio_package}" COMPONENT development)
 
-# cabinaudio_pc_directory(<variable> <directory>): the directory as the .pc file names it.
+# cabinaudio_pc_directory(<variable> <directory>): the directory in the form for the .pc file.
 function(cabinaudio_pc_directory variable directory)
     if(NOT IS_ABSOLUTE "${directory}")
         string(PREPEND directory "\${prefix}/")

@@ -11,22 +11,22 @@ target_include_directories(cabinaudio PUBLIC
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_compile_features(cabinaudio INTERFACE cxx_std_17)
-# Nothing that it is made of or uses itself reaches its users. The log library is named by its file:
-# where it is built here, its target would have to be installed for them.
+# Dependencies are not passed on to users. The log library is given by its file: if built here, its
+# target would have to be installed for users.
 target_link_libraries(cabinaudio PRIVATE
     $<BUILD_INTERFACE:cabinaudio-build> $<TARGET_LINKER_FILE:cabinaudio-log> Threads::Threads)
 add_dependencies(cabinaudio cabinaudio-log)
 set(cabinaudio_map "${PROJECT_SOURCE_DIR}/cmake/cabinaudio.map")
-# Its calls of its own operations go straight there: without an entry in the procedure linkage table,
-# and without a look-up by name for each entry of a vtable when the library is loaded.
+# Calls between the library's own operations are bound directly: without entries in the procedure
+# linkage table, and without a name look-up per vtable entry when the library is loaded.
 set(cabinaudio_replaceable "${PROJECT_SOURCE_DIR}/cmake/replaceable.list")
 target_link_options(cabinaudio PRIVATE
     "LINKER:--version-script=${cabinaudio_map}"
     "LINKER:-Bsymbolic-functions" "LINKER:--dynamic-list=${cabinaudio_replaceable}")
 if(NOT CABINAUDIO_SANITIZE)
     target_link_options(cabinaudio PRIVATE "LINKER:-z,defs" "LINKER:-z,relro" "LINKER:--as-needed")
-    # The entries that only move with the library take one bit each instead of 24 bytes, where
-    # linker and C library know how.
+    # Relative relocations take one bit each instead of 24 bytes, if linker and C library support
+    # that.
     include(CheckLinkerFlag)
     check_linker_flag(CXX "LINKER:--fatal-warnings,-z,pack-relative-relocs"
                       CABINAUDIO_PACKS_RELOCATIONS)

@@ -2,8 +2,8 @@
 # One test program; each of its GoogleTest cases becomes a CTest test.
 #   cabinaudio_add_test(<name> SOURCES <file>... [LIBS <target>...] [LABELS <label>...]
 #                       [TIMEOUT <seconds>])
-# The board stand-in is the first library on the line, so that its functions come before the C
-# library's, and behind the executable, where a sanitizer's own ones stand.
+# The board stand-in is the first library on the line, so that its functions precede the C
+# library's. It stays behind the executable, which contains a sanitizer's own functions.
 
 find_package(GTest REQUIRED)
 include(GoogleTest)

@@ -1,7 +1,7 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# headers.sh [JOBS [COMPILER...]]: compiles each public header alone, and each example, as C++17, by
-# g++ and clang++ or the compilers given. Says which do not compile without a warning.
+# headers.sh [JOBS [COMPILER...]]: compiles each public header alone, and each example, as C++17,
+# with g++ and clang++ or the given compilers. Lists those that do not compile without warnings.
 set -u
 cd "$(dirname -- "$0")/.." || exit 1
 jobs=${1:-2}
@@ -10,9 +10,9 @@ jobs=${1:-2}
 
 status=0
 for compiler; do
-    # clang counts sign conversions to -Wconversion, g++ does not.
+    # clang includes sign conversions in -Wconversion, g++ does not.
     quiet=$("$compiler" --version | grep -q clang && echo -Wno-sign-conversion)
-    # A header as the main file would be warned of its #pragma once.
+    # As the main file, a header would cause a warning about its #pragma once.
     # shellcheck disable=SC2086,SC2016  # an option or none; the inner shell's own variables
     (cd include && find cabinaudio -name '*.h') | sort | CXX=$compiler QUIET=$quiet \
         xargs -P "$jobs" -I {} sh -c 'echo "#include <{}>" |

@@ -8,7 +8,7 @@ build=$1
 jobs=${2:-2}
 failed=
 
-# Directories with sources of ours.
+# Directories with our sources.
 library='foundation wire link shm diag client include'
 others='devkit tools tests bench demo examples'
 
@@ -26,8 +26,8 @@ scripts() {
     find $others abi cmake examples models packaging -name '*.sh' 2>/dev/null
 }
 
-# Left out: files that cannot hold a comment, texts for people, and Debian's, whose form is given.
-# For these .reuse/dep5 tells the licence.
+# Excluded: files that cannot hold a comment, texts for readers, and Debian's files with their
+# prescribed form. For these, .reuse/dep5 states the licence.
 licensed() {
     find . \( -path ./build -o -path ./.git -o -path ./LICENSES -o -path ./demo/stems \) -prune -o \
         -type f ! -name LICENSE ! -name '*.md' ! -name '*.json' ! -name '*.png' ! -name '*.wav' \
@@ -46,20 +46,20 @@ without_licence() {
     done | complain "no ${tag}Identifier in the first two lines"
 }
 
-# All files have a licence, all licences have their text. It talks only when something is wrong.
+# Every file has a licence, and every licence its text. Prints only errors.
 reuse_rules() {
     report=$(reuse lint 2>&1) && ! printf '%s\n' "$report" | grep 'ERROR' && return 0
     printf '%s\n' "$report"
     return 1
 }
 
-# Fails if there is input, which are the places where something is wrong.
+# Prints its input, the places with errors, and fails if there is any.
 complain() {
     sed "s|\$|: $1|" | grep . && return 1
     return 0
 }
 
-# forbid DIRECTORY EXPRESSION REASON: no #include of that kind in the directory.
+# forbid DIRECTORY EXPRESSION REASON: fails on matching #include lines in the directory.
 forbid() {
     # shellcheck disable=SC2046  # file names without blanks
     set -- "$2" "$3" $(sources "$1")
@@ -68,7 +68,7 @@ forbid() {
     [ $# -eq 0 ] || grep -nHE "^ *# *include +$expression" "$@" | cut -d: -f1,2 | complain "$reason"
 }
 
-# Includes point downward: client on link, shm and diag, all of them on foundation.
+# Includes point downward: client includes link, shm and diag; all of them include foundation.
 upward_includes() {
     status=0
     not_below() {
@@ -89,8 +89,8 @@ upward_includes() {
     return $status
 }
 
-# The development server's rooms, from the lowest to the highest: none includes a higher one. The
-# operations of settings are left out: they stand beside what they change, and reach for streams.
+# Rooms of the development server, from the lowest to the highest: none includes a higher one. The
+# operations of settings are exempt, because they use streams.
 room_order() {
     above='base loop clients sound codecs cards outputs inputs settings mix rings streams requests control'
     for room in $above; do
@@ -110,9 +110,9 @@ layout() {
     sources $library $others | xargs -P "$jobs" -n 40 clang-format --dry-run -Werror
 }
 
-# What is delivered, as far as this build compiles it: clang-tidy goes by its command lines. On
-# stderr it counts what it does not show. A source that was clean is not looked at again before it,
-# any header of ours, its command line, the checks or clang-tidy have changed.
+# Delivered sources that this build compiles, because clang-tidy needs their command lines. Its
+# counts of suppressed warnings on stderr are dropped. A clean source is checked again only after a
+# change of the source, a header of ours, its command line, the checks or clang-tidy.
 # shellcheck disable=SC2016  # the inner shell's parameters
 tidy() {
     clean=${XDG_CACHE_HOME:-$HOME/.cache}/cabinaudio/tidy
@@ -131,14 +131,14 @@ tidy() {
             }' sh "$build"
 }
 
-# Each check that .clang-tidy switches off is spoken of in its comments.
+# Each check that .clang-tidy disables is mentioned in its comments.
 switched_off() {
     sed -n 's/^  -\([a-z].*[^,]\),\{0,1\}$/\1/p' .clang-tidy | while read -r name; do
         sed -n 's/^#/ /p' .clang-tidy | tr ',' ' ' | grep -qE " $name( |\$)" || echo ".clang-tidy: $name"
     done | complain 'switched off without a reason'
 }
 
-# What is delivered, too: it follows values where the compilers do not.
+# Delivered sources too: cppcheck follows values where the compilers do not.
 cpp_check() {
     # shellcheck disable=SC2046,SC2086  # file names without blanks, a list of directories
     cppcheck --quiet --std=c++20 --language=c++ --enable=warning,performance,portability \
@@ -147,7 +147,7 @@ cpp_check() {
         $library devkit/board devkit/log devkit/server devkit/wavcheck tools
 }
 
-# Yocto's and Buildroot's files; with what this build would install, that all of it is packaged.
+# Files for Yocto and Buildroot: checks that they package everything that this build would install.
 recipes() {
     installed=$(mktemp -d)
     status=0
@@ -158,10 +158,10 @@ recipes() {
     return $status
 }
 
-# What others compile, by more than the build's compiler.
+# Public headers, with more compilers than the build's own.
 public_headers() { devkit/headers.sh "$jobs"; }
 
-# Relative links in the documents lead to something.
+# Targets of relative links in the documents exist.
 links() {
     find . -maxdepth 2 -name '*.md' -not -path './build/*' | while read -r page; do
         grep -oE '\]\([^)# ]+' "$page" | cut -c 3- | grep -v '^https\?:' | while read -r target; do
@@ -170,12 +170,12 @@ links() {
     done | complain 'leads nowhere'
 }
 
-# What mutants take away still stands in the library, once.
+# Code that the mutants change exists in the library exactly once.
 stale_mutants() {
     devkit/mutation/test_places.py 2>/dev/null && devkit/mutation/mutate.py --check
 }
 
-# The page of recorded runs is made from their results, and that check objects when it should.
+# The page of recorded runs matches their results, and that check fails when it should.
 stale_figures() {
     devkit/reliability/test_report.py 2>/dev/null && devkit/reliability/report.py --check
 }

@@ -1,12 +1,12 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# check.sh: goes through every state of every model with Spin. The models as they stand must hold;
-# each one with a fault put in must be caught, in the way that is expected of it.
+# check.sh: explores every state of every model with Spin. The unmodified models must hold; each
+# injected fault must be caught, with the expected result.
 set -u
 cd "$(dirname -- "$0")" || exit 1
 
-# Model, configuration and fault (- for none), and what has to come out: holds, assertion, or stuck
-# (somebody waits for ever).
+# Model, configuration and fault (- for none), and the expected result: holds, assertion, or stuck
+# (a process waits forever).
 cases() {
     cat <<'LIST'
 ring       -       -                             holds
@@ -62,7 +62,7 @@ trap 'rm -rf "$work"' EXIT
 models=$PWD
 wrong=0
 
-# explore MODEL SYMBOL...: the verifier's report, in $work/report.
+# explore MODEL SYMBOL...: writes the verifier's report to $work/report.
 explore() {
     model=$1
     shift

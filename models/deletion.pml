@@ -1,13 +1,12 @@
 /* SPDX-License-Identifier: Apache-2.0
  *
- * A ring that the server takes away or replaces while the application uses the stream
+ * A ring that the server withdraws or replaces while the application uses the stream
  * (client/ClientSink.cpp: onSourceActivated(), onSourceDeactivated(); client/ClientTrack.cpp:
  * onRingReady(); client/Stream.cpp: adoptRing(), deleteRing(); client/Playback.h: freeSize();
- * client/Playback.cpp: waitForSpace(); shm/RingReceiver.cpp:
- * uninitShmNotificationReceiver()). Nobody uses a ring that is
- * unmapped, the server hears of it only afterwards, a write finds a ring for as long as one is
- * announced, and nobody waits for ever, although the server may initialise the semaphore under the
- * sleeping receiver once. */
+ * client/Playback.cpp: waitForSpace(); shm/RingReceiver.cpp: uninitShmNotificationReceiver()).
+ * No process uses an unmapped ring, the server is notified only after the unmapping, a write finds
+ * a ring as long as one is announced, and no process waits forever, although the server may
+ * initialise the semaphore once while the receiver sleeps on it. */
 
 #define RINGS 2                 /* number 0 is no ring */
 #define ROUNDS 2
@@ -18,8 +17,8 @@ byte ring;                      /* mShareMemory */
 bool isMapped[RINGS + 1];
 bool isReceiving[RINGS + 1], hasReceiverEnded[RINGS + 1];
 byte posts[RINGS + 1];
-byte visitors;                  /* in the link's gate of those who look without the lock */
-bool isAnnounced;               /* there is a ring, or another in its place */
+byte visitors;                  /* in the link's gate of accesses without the lock */
+bool isAnnounced;               /* a ring, or its replacement, is announced */
 bool isBlocked;                 /* guarded by the lock */
 
 #define use(r) assert(isMapped[r])
@@ -69,7 +68,7 @@ inline deleteRing(old) {
     fi
 }
 
-/* Puts a ring, or none, in the place of the one there is. Mapping it is a step under the lock. */
+/* Replaces the current ring by another or by none. Mapping is one step under the lock. */
 inline exchange(number, old, announced) {
 #ifndef TAKES_WITHOUT_LOCK
     lock();
@@ -123,12 +122,12 @@ inline withdraw(old) {
 active proctype Notifier() {
     byte old;
     announce(1, old);
-    announce(2, old);           /* in place of the first */
+    announce(2, old);           /* replaces the first */
     withdraw(old)
 }
 
-/* An application's write(): waits for a ring, then for space in it. Each wait may also end by
- * itself, with its time. */
+/* An application's write(): waits for a ring, then for space in it. Each wait may also time
+ * out. */
 inline waitABit() {
     sleepOn(0);
     if
@@ -192,7 +191,7 @@ active proctype Looker() {
     od
 }
 
-/* Posts and initialises as it likes. */
+/* Posts and initialises at any time. */
 active proctype Server() {
     byte r;
     byte times;

@@ -1,17 +1,18 @@
 /* SPDX-License-Identifier: Apache-2.0
  *
- * A stream's destructor and a call that is blocked in it (client/Playback.cpp: endWriter(),
- * waitForSpace(); client/StreamParts.cpp: awaitExit(), setRemoved(); client/StreamParts.h: BlockedWait,
- * whose end is leaveWait() here; with UPLINK client/ClientRecordRt.cpp: ~ClientRecordRt(), waitFor()). The call leaves before anything is released, and the destructor's
- * own limit of time is not needed for that, although notify() of the ring's receiver thread uses the
- * same condition and may wake the wrong one. The call's time may be over once, at any moment. */
+ * A stream's destructor and a blocking call on the stream (client/Playback.cpp: endWriter(),
+ * waitForSpace(); client/StreamParts.cpp: awaitExit(), setRemoved(); client/StreamParts.h:
+ * BlockedWait, whose end is leaveWait() here; with UPLINK client/ClientRecordRt.cpp:
+ * ~ClientRecordRt(), waitFor()). The call returns before anything is released, and that does not
+ * depend on the destructor's timeout, although notify() of the ring's receiver thread uses the same
+ * condition and may wake the wrong waiter. The call may time out once, at any moment. */
 
 #include "locks.pml"
 
 mtype = { ACTIVE, STOPPING, NO_INIT };
 mtype state = ACTIVE;           /* guarded by the lock, like isBlocked */
 bool isBlocked;
-bool hasBegun;                  /* a call may not begin once the destructor runs */
+bool hasBegun;                  /* no call may begin once the destructor runs */
 bool isReleased;
 byte readers;                   /* in the link's gate of reads */
 byte posts;
@@ -56,7 +57,7 @@ active proctype Caller() {
     :: else
     fi;
     do
-    :: break                    /* what it wants is there */
+    :: break                    /* the awaited data or space is available */
     :: isBlocked = true;
         sleepOn(CALLER);
         if
@@ -83,7 +84,7 @@ leave:
     use();
     unlock();
 #ifdef UPLINK
-    use();                      /* the dump */
+    use();                      /* writes the dump */
     readers--
 #endif
 }
@@ -117,7 +118,7 @@ end:
 /* The notifier thread: the server is gone. */
 active proctype Notifier() {
     if
-    :: skip                     /* or not */
+    :: skip                     /* no server loss */
     :: use();
         lock();
         state = STOPPING;

@@ -1,10 +1,10 @@
 /* SPDX-License-Identifier: Apache-2.0
  *
- * A lock, its condition and a semaphore as the library uses them. One of each per model. Nobody
- * wakes up by himself: a wake-up that is lost shows as a process that never ends. */
+ * A lock, its condition and a semaphore as the library uses them. One of each per model. There are
+ * no spurious wake-ups, so a lost wake-up shows as a process that never ends. */
 
 #ifndef SLEEPERS
-#define SLEEPERS 2              /* who can sleep on the condition: 0 or 1 */
+#define SLEEPERS 2              /* waiters of the condition: 0 or 1 */
 #endif
 
 bool isLocked;
@@ -13,12 +13,12 @@ bool sleeps[SLEEPERS];
 inline lock() { atomic { !isLocked -> isLocked = true } }
 inline unlock() { assert(isLocked); isLocked = false }
 
-/* Falling asleep and letting go of the lock are one step. */
+/* Starting to wait and releasing the lock are one atomic step. */
 inline sleepOn(me) { atomic { assert(isLocked); sleeps[me] = true; isLocked = false } }
 inline wakeUp(me) { atomic { !sleeps[me] && !isLocked -> isLocked = true } }
 inline wait(me) { sleepOn(me); wakeUp(me) }
 
-/* Wakes one sleeper, whichever, if there is one. */
+/* Wakes any one waiter, if there is one. */
 inline signal() {
     atomic {
         if

@@ -1,18 +1,17 @@
 /* SPDX-License-Identifier: Apache-2.0
  *
  * A connection: how the receive thread hands a reply over to the requester, and what happens when
- * the server goes, the requester's time is over, or another thread disconnects
+ * the server dies, the requester times out, or another thread disconnects
  * (link/AudioConnection.cpp, link/SktWorker.cpp, link/AudioSocket.cpp, link/ConnectionState.h,
- * link/RecordLoan.cpp). The receive thread takes headers and nothing else, a requester takes the
- * body of its own reply and nothing else, nobody uses the record once it is released, and everybody
- * comes to an end.
+ * link/RecordLoan.cpp). The receive thread takes headers only, a requester takes only the body of
+ * its own reply, the record is not used after its release, and every thread terminates.
  *
  * One of three configurations:
- *   (none)      no reply is waited for longer than it takes; disconnect() may come at any time
- *   TIMEOUT     requesters give up whenever they like (LinkPolicy::replyTimeout)
+ *   (none)      requests have no timeout; disconnect() may come at any time
+ *   TIMEOUT     requesters may time out at any moment (LinkPolicy::replyTimeout)
  *   WAKES       a lost server ends requests (LinkPolicy::wakesOnServerLoss); disconnect() comes
  *               only after the requester has returned
- *   ABANDON     the same without the policy: the owner says that it is going (_abandon()) */
+ *   ABANDON     like WAKES, without the policy: the owner announces its end (_abandon()) */
 
 #define REQUESTS 2
 
@@ -68,7 +67,7 @@ inline giveBack() {
     fi
 }
 
-/* Blocks until something has come, or the connection has ended on one side. */
+/* Blocks until a message arrives, or either side has closed the connection. */
 inline receive(kind, number) {
     use();
     if
@@ -214,7 +213,7 @@ active proctype Requester() {
             unlock()
         :: !isReady && !isOver -> unlock()
 #ifdef TIMEOUT
-        :: isReady -> giveUp(); unlock()        /* the body does not come in time */
+        :: isReady -> giveUp(); unlock()        /* the body is late */
 #endif
         :: isReady ->
             isReady = false;

@@ -1,14 +1,14 @@
 /* SPDX-License-Identifier: Apache-2.0
  *
  * The ring between its two sides (shm/RingTransfer.cpp: read(), write(), readInPieces(),
- * writeInPieces()) on a machine that delays stores and loads: a side's stores reach the other one
- * later and in any order, unless a barrier stands between; loads are done early or late in the
- * same way. Both offsets go round the ring's end several times. Each byte has to arrive, once, in
+ * writeInPieces()) on a machine that reorders stores and loads: a side's stores become visible to
+ * the other later and in any order, unless a barrier separates them; loads may execute early or
+ * late in the same way. Both offsets wrap around several times. Every byte must arrive once, in
  * order. */
 
 #define SIZE 4
 #define TOTAL 9                 /* bytes that are sent */
-#define VALUES 5                /* more than the ring has cells: an old byte differs from a new one */
+#define VALUES 5                /* more than cells in the ring, so old and new bytes differ */
 #define value(n) ((n) % VALUES + 1)
 
 #ifdef NO_SPARE_BYTE            /* the ring is filled to the last byte */
@@ -20,7 +20,7 @@
 byte data[SIZE];
 byte writeOffset, readOffset;
 
-/* Stores that have not arrived yet: one store per place, a later one replaces it. */
+/* Stores not visible yet: one per location; a later store replaces it. */
 bool isDataOut[SIZE];
 byte dataOut[SIZE];
 bool isWriteOut, isReadOut;
@@ -60,7 +60,7 @@ active proctype Writer() {
     do
     :: sent == TOTAL -> break
     :: sent < TOTAL ->
-        /* loadAcquire(readOffset); a ring without space is looked at again */
+        /* loadAcquire(readOffset), repeated while the ring is full */
         atomic { used(readOffset, w) < SIZE - SPARE -> r = readOffset }
         /* any length that fits */
         count = 1;
@@ -97,7 +97,7 @@ active proctype Reader() {
     :: got == TOTAL -> break
     :: got < TOTAL ->
 #ifdef NO_ACQUIRE_IN_READ
-        /* Data that the machine has read before it has read the offset. */
+        /* Data that the machine loads before the offset. */
         at = 0;
         do
         :: at == SIZE -> break

@@ -1,19 +1,18 @@
 /* SPDX-License-Identifier: Apache-2.0
  *
  * The wait flag: a client that finds no space sets a flag in the ring, and the server tests the
- * flag after it has freed some (client/Playback.cpp: waitForSpace(); client/StreamParts.cpp:
- * wakeAfterUpdate(), called by notify(); shm/RingTransfer.cpp: setWait(),
- * updateReadOffset()). Stores reach the other
- * process later, unless there is a fence. The client's time-out is left out: the server's wake-ups
- * alone must bring all data across. */
+ * flag after it has freed space (client/Playback.cpp: waitForSpace(); client/StreamParts.cpp:
+ * wakeAfterUpdate(), called by notify(); shm/RingTransfer.cpp: setWait(), updateReadOffset()).
+ * Stores reach the other process later, unless there is a fence. The client's timeout is left out:
+ * the server's wake-ups alone must be enough to transfer all data. */
 
-#define SPACE 3                 /* steps that the ring holds */
+#define SPACE 3                 /* capacity of the ring, in steps */
 #define STEP 2                  /* space that a blocked writer waits for */
 #define TOTAL 7
 
 #include "locks.pml"
 
-/* Counted, not wrapped. */
+/* Counters; they do not wrap. */
 byte written, freed;
 bool waitFlag;
 bool isWrittenOut, isFreedOut, isFlagOut;
@@ -106,7 +105,7 @@ active proctype Server() {
     :: mine == TOTAL -> break
     :: mine < TOTAL ->
         atomic { written != mine -> seen = written }
-        /* takes some of it */
+        /* takes part of the data */
         do
         :: mine + 1 < seen -> seen--
         :: break

@@ -19,8 +19,8 @@ namespace cabinaudio::tool {
 
 namespace {
 
-// Set for one exec: says that the launcher was tried, and which descriptors were closed before it.
-// "-" and their numbers.
+// Set for one exec: the launcher was tried. The value is "-" and the numbers of the standard
+// descriptors that were closed before.
 constexpr char kLaunchedVariable[] = "CABINAUDIO_TOOL_LAUNCHED";
 
 constexpr char kLauncher[] = "cabinaudio-run";
@@ -34,7 +34,7 @@ std::filesystem::path thisProgram() {
     return std::filesystem::read_symlink("/proc/self/exe", error);
 }
 
-/// Beside this program, or where the build tree has it. Empty when there is none.
+/// Beside this program, or in the build tree. Empty when there is none.
 std::filesystem::path launcher() {
     const std::filesystem::path here = thisProgram().parent_path();
     for (const std::filesystem::path& place :
@@ -90,7 +90,7 @@ std::string boardInstance() {
 }
 
 void warnOfForeignServer() {
-    // The stand-in adds the instance's name to the socket's.
+    // The stand-in appends the instance's name to the socket's name.
     const std::string warning = board::warningOfForeignServer(
         "", boardIsActive() ? board::Look::AtBothSockets : board::Look::AtControlSocket);
     if (!warning.empty()) complain(warning);

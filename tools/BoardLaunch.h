@@ -8,30 +8,30 @@
 
 namespace cabinaudio::tool {
 
-/// How this process was started, noted before anything is opened.
+/// How this process was started, recorded before anything is opened.
 struct Start {
-    ClosedDescriptors closedDescriptors;  // as the user's shell left them
+    ClosedDescriptors closedDescriptors;  // as inherited from the user's shell
     bool launched = false;                // by this program itself, through the launcher
 };
 
 [[nodiscard]] Start noteStart();
 
-/// The board's two devices, or what stands in for them.
+/// The board's two devices, or their stand-ins.
 struct Devices {
     static constexpr char kMemory[] = "/dev/mem";
     static constexpr char kCache[] = "/dev/cache";
 };
 
-/// @return whether the stand-in is in this process
+/// @return whether the stand-in is loaded in this process
 [[nodiscard]] bool boardIsActive();
 
 /// @return the instance name of this process, "" for the common one or without the stand-in
 [[nodiscard]] std::string boardInstance();
 
 /// On a desktop, replaces this process by the launcher, which runs the same program with the same
-/// arguments and the stand-in loaded. Returns when the stand-in is there already, when the board's
-/// own devices are, or when the options forbid it.
-/// @throws Failure when it is needed but cannot be had
+/// arguments and the stand-in loaded. Returns if the stand-in is already loaded, if the board's own
+/// devices exist, or if the options forbid it.
+/// @throws Failure when the stand-in is needed but unavailable
 void enterBoard(const Start& start, const CommonOptions& options, char** argv);
 
 /// Warns on stderr when the server belongs to a user who is neither root nor this one.

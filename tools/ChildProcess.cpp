@@ -21,7 +21,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 [[noreturn]] void beChild(pid_t parent, int answers, const std::function<void(int)>& work) {
-    // Nobody else would end it if this program were killed meanwhile.
+    // Ends the child if this program is killed.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent) _exit(1);
     try {
@@ -32,7 +32,7 @@ using Clock = std::chrono::steady_clock;
     _exit(0);
 }
 
-/// Reads until the end of the pipe. @return false when the deadline came first
+/// Reads until the end of the pipe. @return false if the deadline passes first
 bool readAll(int pipe, Clock::time_point deadline, std::string& said) {
     for (;;) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
@@ -60,7 +60,7 @@ ChildResult runInChild(std::chrono::milliseconds bound, const std::function<void
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
         throw Failure(std::string("cannot make a pipe: ") + std::strerror(errno));
-    std::fflush(nullptr);  // or the child would print it again
+    std::fflush(nullptr);  // otherwise the child prints the buffered text again
     const Clock::time_point deadline = Clock::now() + bound;
     const pid_t parent = getpid();
     const pid_t child = fork();
@@ -85,7 +85,7 @@ ChildResult runInChild(std::chrono::milliseconds bound, const std::function<void
 }
 
 void answer(int answers, const void* record, std::size_t size) {
-    // Far below the size that a pipe takes at once.
+    // Far smaller than the pipe's capacity, so the write is atomic and does not block.
     [[maybe_unused]] const ssize_t written = write(answers, record, size);
 }
 

@@ -10,30 +10,30 @@
 
 namespace cabinaudio::tool {
 
-/// How a child process came to its end.
+/// How a child process ended.
 enum class ChildEnd {
-    Finished,  // did its work
-    Overdue,   // was killed at the deadline
-    Died,      // ended by itself before its work was done
+    Finished,  // completed its work
+    Overdue,   // killed at the deadline
+    Died,      // ended by itself before its work was complete
 };
 
 struct ChildResult {
-    std::string said;  // what it wrote to its descriptor
+    std::string said;  // all that it wrote to its descriptor
     ChildEnd end;
 };
 
-/// Does work that may hang or crash in a child process. Only while this process has one thread.
-/// @param bound  the child is killed when this time has passed
-/// @param work   run in the child with a descriptor to write answers to; never returns into the
-///               caller's code there
-/// @throws Failure when no child can be made
+/// Runs work that may hang or crash in a child process. Call only while this process has one
+/// thread.
+/// @param bound  the child is killed after this time
+/// @param work   runs in the child, with a descriptor for its answers; the child exits afterwards
+/// @throws Failure when the child cannot be created
 [[nodiscard]] ChildResult runInChild(std::chrono::milliseconds bound,
                                      const std::function<void(int answers)>& work);
 
 /// Writes one record of an answer.
 void answer(int answers, const void* record, std::size_t size);
 
-/// Takes the next record from the front of what a child said. @return false when there is none
+/// Removes the next record from the front of a child's answers. @return false when there is none
 template <typename Record>
 bool takeRecord(std::string& said, Record& record) {
     static_assert(std::is_trivially_copyable_v<Record>);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The only file that includes CLI11, which takes long to compile.
+// The only file that includes CLI11, which is slow to compile.
 #include "tools/CommandLine.h"
 
 #include "devkit/board/Names.h"
@@ -24,7 +24,7 @@ constexpr char kFooter[] =
     "Exit status: 0 done, 1 failed, 2 wrong usage, 3 no server, 4 timed out,\n"
     "5 a check was not met.";
 
-/// A name is also that of a shared-memory object, and is cut to 63 characters.
+/// The name is also used for a shared-memory object, and is cut to 63 characters.
 std::string streamNameFault(const std::string& name) {
     if (name.empty() || name.size() > 63) return "must have 1 to 63 characters";
     if (name.find('/') != std::string::npos) return "must not contain '/'";
@@ -36,7 +36,7 @@ std::string instanceFault(const std::string& name) {
     return "must be 1 to 32 of A-Z a-z 0-9 _ -";
 }
 
-/// A command is a line, and its argument reaches to the line's end.
+/// A command is one line, and its argument extends to the end of the line.
 std::string argumentFault(const std::string& name) {
     if (name.empty() || name.size() > 63) return "must have 1 to 63 characters";
     if (name.find('\n') != std::string::npos) return "must not contain a line end";
@@ -163,7 +163,7 @@ constexpr std::pair<const char*, AudioBitDepthType> kDepths[] = {{"s16", AUDIO_B
                                                                  {"s24", AUDIO_BIT_DEPTH_24},
                                                                  {"s32", AUDIO_BIT_DEPTH_32}};
 
-/// An option whose value is one of the names of a table; the first one is the default.
+/// An option whose value is a name of a table; the first one is the default.
 template <typename Value, std::size_t Size>
 void addChoice(CLI::App& command, const char* option, Value& value,
                const std::pair<const char*, Value> (&table)[Size], const char* what) {
@@ -230,14 +230,14 @@ void addRecord(CLI::App& app, RecordOptions& options, CommonOptions& common) {
     addCommon(command, common);
 }
 
-/// What was not asked for depends on the tag and the codec.
+/// Sets the defaults, which depend on the tag and the codec.
 void completeFormat(const CLI::App& command, RecordOptions& options) {
     const bool isUplink = options.tag == AUDIO_TAG_UPLINK;
     if (command.count("--rate") == 0) options.format.rate = isUplink ? 16000 : 48000;
     if (command.count("--channels") == 0) options.format.channels = isUplink ? 1 : 2;
 }
 
-/// One command of the server: the words, and an argument unless `argument` is null.
+/// One server command: its words, and an argument unless `argument` is null.
 CLI::App& addServerCommand(CLI::App& parent, const std::string& word, const std::string& words,
                            const char* what, ServerOptions& options, CommonOptions& common) {
     CLI::App& command = *parent.add_subcommand(word, what);
@@ -404,7 +404,7 @@ void addDoctor(CLI::App& app, DoctorOptions& options, CommonOptions& common) {
     addCommon(command, common);
 }
 
-/// The words that were left over tell more than the parser's own sentence.
+/// The unparsed words give a better message than the parser's own text.
 std::string explain(const CLI::App& app, const CLI::ParseError& error) {
     for (const std::string& word : app.remaining(true)) {
         if (word == "--") continue;

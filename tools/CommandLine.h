@@ -18,7 +18,7 @@
 
 namespace cabinaudio::tool {
 
-/// What the command line asks for. A new sub-command adds its options here, run() for them, and its
+/// The parsed command line. A new sub-command adds its options here, a run() for them, and its
 /// words in CommandLine.cpp.
 struct Command {
     CommonOptions common;
@@ -27,7 +27,7 @@ struct Command {
         options;
 };
 
-/// @return none when help or version was asked for and has been printed
+/// @return empty when help or version was requested and has been printed
 /// @throws Failure with ExitCode::Usage
 [[nodiscard]] std::optional<Command> parseCommandLine(int argc, char** argv);
 

@@ -7,8 +7,8 @@ namespace cabinaudio::tool {
 
 /// Options that every sub-command has.
 struct CommonOptions {
-    std::string instance;  // empty: the environment's, or the common one
-    bool board = true;     // may run through the launcher
+    std::string instance;  // empty: from the environment, or the common instance
+    bool board = true;     // whether the launcher may be used
     bool json = false;
     bool verbose = false;
     std::string logFile;  // empty: no file

@@ -14,7 +14,7 @@ std::string secondsText(std::chrono::milliseconds duration) {
 }
 
 std::string clockText(double seconds) {
-    // Tenths first: 59.96 s is a minute.
+    // Rounded to tenths first, so that 59.96 s becomes a minute.
     const auto tenths = static_cast<std::int64_t>(std::llround(seconds * 10));
     const std::int64_t hours = tenths / 36000;
     const std::int64_t minutes = tenths / 600 % 60;

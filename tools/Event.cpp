@@ -27,7 +27,7 @@ Event::~Event() {
 void Event::set() const noexcept {
     const int error = errno;
     const std::uint64_t one = 1;
-    // Full means set already.
+    // A full counter means that the event is already set.
     [[maybe_unused]] const ssize_t written = write(mDescriptor, &one, sizeof one);
     errno = error;
 }

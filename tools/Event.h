@@ -6,8 +6,8 @@
 
 namespace cabinaudio::tool {
 
-/// Set from any thread and from signal handlers, and stays set until it is cleared. Waited for by
-/// descriptor, so that one wait can be for several.
+/// May be set from any thread and from signal handlers; stays set until cleared. Has a descriptor,
+/// so that one wait can cover several events.
 class Event {
 public:
     Event();
@@ -24,7 +24,7 @@ private:
     int mDescriptor;
 };
 
-/// Waits until one of the events has happened, for at most `bound`.
+/// Waits until one of the events is set, at most for `bound`.
 void waitForAny(std::initializer_list<const Event*> events, std::chrono::nanoseconds bound);
 
 }  // namespace cabinaudio::tool

@@ -8,7 +8,7 @@
 
 namespace cabinaudio::tool {
 
-/// Ends a sub-command. The text is one line without line end, cure included, for the user's eyes.
+/// Ends a sub-command. The text for the user is one line with a remedy, without a line end.
 class Failure : public std::runtime_error {
 public:
     explicit Failure(const std::string& text, ExitCode code = ExitCode::Failed)

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
-// A handler finds nothing else.
+// A signal handler can reach the event only through a global.
 std::atomic<const Event*> gEvent{nullptr};
 std::atomic<int> gSignal{0};
 static_assert(std::atomic<int>::is_always_lock_free);
@@ -51,7 +51,8 @@ void Interruption::note(int signal) {
         gEvent.load()->set();
         return;
     }
-    // The second one: die of it. It is delivered when this handler returns.
+    // Second signal: restore the default action and raise it again; it takes effect when this
+    // handler returns.
     struct sigaction die = {};
     die.sa_handler = SIG_DFL;
     sigaction(signal, &die, nullptr);

@@ -7,25 +7,25 @@
 
 namespace cabinaudio::tool {
 
-/// The user's wish to end (SIGINT, SIGTERM, SIGHUP). The first signal is noted, so that the
-/// sub-command can end in good order; a second one kills at once. One object in a process.
+/// The user's request to end (SIGINT, SIGTERM, SIGHUP). The first signal is recorded, so that the
+/// sub-command can end in good order; a second one kills at once. At most one object per process.
 ///
-/// The signals are blocked from construction on in the constructing thread and in every thread
-/// that it starts: no call of the library is ever cut short by one. They arrive in the one thread
-/// that calls receiveHere(). A signal that is ignored already stays ignored.
+/// The constructor blocks the signals in the calling thread and in every thread that it creates
+/// later, so that no library call is interrupted. The thread that calls receiveHere() receives
+/// them. A signal that is already ignored stays ignored.
 class Interruption {
 public:
     Interruption();
     Interruption(const Interruption&) = delete;
     Interruption& operator=(const Interruption&) = delete;
 
-    /// Lets the signals into the calling thread.
+    /// Unblocks the signals in the calling thread.
     static void receiveHere();
 
-    /// Happens with the first signal.
+    /// Set by the first signal.
     [[nodiscard]] const Event& event() const { return mEvent; }
     [[nodiscard]] bool hasHappened() const;
-    /// Of the signal, such as "SIGINT".
+    /// Name of the signal, such as "SIGINT".
     [[nodiscard]] std::string signalName() const;
 
 private:

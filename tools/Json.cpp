@@ -21,7 +21,7 @@ double roundedMs(double ms) {
 }
 
 void printJson(const Json& value) {
-    // File names are bytes; those that are no UTF-8 must not cost the user the whole report.
+    // File names are bytes; a name that is not UTF-8 must not make the whole report fail.
     const std::string line =
         text::printableJson(value.dump(-1, ' ', false, Json::error_handler_t::replace)) + "\n";
     std::fputs(line.c_str(), stdout);

@@ -8,17 +8,17 @@
 
 namespace cabinaudio::tool {
 
-/// Keys keep their order, so that outputs compare as texts.
+/// Keys keep their order, so that outputs can be compared as text.
 using Json = nlohmann::ordered_json;
 
-/// null for an empty text, or for no time.
+/// null for an empty text or an absent time.
 [[nodiscard]] Json orNull(const std::string& text);
 [[nodiscard]] Json orNull(const std::optional<double>& ms);
 
-/// Milliseconds are given to the microsecond; more digits would be noise.
+/// Rounded to a microsecond; more digits would be noise.
 [[nodiscard]] double roundedMs(double ms);
 
-/// Prints one value as one line on stdout and flushes.
+/// Prints one value as one line on stdout, and flushes.
 void printJson(const Json& value);
 
 }  // namespace cabinaudio::tool

@@ -19,7 +19,7 @@ namespace cabinaudio::tool {
 
 namespace {
 
-// Written before the library is used; lines come from several threads.
+// Set before the library is used. Atomic, because several threads log.
 std::atomic<int> gFile{-1};
 std::atomic<bool> gOnTerminal{false};
 std::atomic<bool> gSilenced{false};
@@ -38,7 +38,7 @@ std::string formatted(int priority, const char* tag, const char* message) {
     const std::size_t length = std::strftime(head, sizeof head, "%H:%M:%S", &local);
     std::string line(head, length);
     const std::string micros = std::to_string(1000000 + now.tv_usec);
-    // Names that others gave are in it. A line end at the end is that of the line.
+    // The text may contain names from other processes. A line end at its end belongs to the line.
     std::string_view said(message != nullptr ? message : "");
     if (!said.empty() && said.back() == '\n') said.remove_suffix(1);
     line += "." + micros.substr(1, 3) + " " + priorityLetter(priority) + " " +
@@ -46,7 +46,7 @@ std::string formatted(int priority, const char* tag, const char* message) {
     return line;
 }
 
-// One write for a line: lines of several threads and of probing children stay whole.
+// One write per line, so that lines of threads and of child processes are not mixed.
 void put(int descriptor, const std::string& line) {
     [[maybe_unused]] const ssize_t written = write(descriptor, line.data(), line.size());
 }
@@ -59,7 +59,7 @@ void take(int priority, const char* tag, const char* text) {
     if (gOnTerminal) put(STDERR_FILENO, line);
 }
 
-// The log library has changed what it hands to a logger between its releases.
+// The signature of a logger differs between releases of the log library.
 template <typename Function>
 struct Logger;
 template <typename Data>

@@ -5,12 +5,12 @@
 
 namespace cabinaudio::tool {
 
-/// Sends the library's log lines to stderr (-v), to the end of a file (--log), to both, or, which
-/// is the default, nowhere. For the whole life of the process.
+/// Sends the library's log lines to stderr (-v), to the end of a file (--log), to both, or nowhere
+/// (the default). Stays in effect until the process ends.
 /// @throws Failure when the file cannot be opened
 void routeLibraryLog(const CommonOptions& options);
 
-/// Drops the library's log lines while it lives. One at a time, one thread.
+/// Drops the library's log lines during its lifetime. One object at a time, one thread.
 class SilencedLibraryLog {
 public:
     SilencedLibraryLog();

@@ -15,14 +15,14 @@ namespace cabinaudio::tool {
 
 namespace {
 
-/// Brings this process to where the library works: onto the board or its stand-in.
+/// Prepares the process for the library: loads the board stand-in if needed.
 void prepare(const Start& start, const Command& command, char** argv) {
     const CommonOptions& common = command.common;
     if (!common.instance.empty()) setenv(board::kInstanceVariable, common.instance.c_str(), 1);
     try {
         enterBoard(start, common, argv);
     } catch (const Failure&) {
-        // The doctor's patient may be just that.
+        // The doctor reports this failure itself.
         if (!std::holds_alternative<DoctorOptions>(command.options)) throw;
     }
     if (!common.instance.empty() && !boardIsActive())
@@ -32,8 +32,8 @@ void prepare(const Start& start, const Command& command, char** argv) {
     routeLibraryLog(common);
 }
 
-/// Without these a server that stands still, dies in a request, or a machine without real-time
-/// permission would leave the tool waiting, or useless.
+/// Bounds the library's waits. Otherwise a hanging server, a server that dies during a request, or
+/// missing real-time permission would leave the tool waiting or unable to work.
 void boundWaits(const Command& command) {
     LinkPolicy policy{{}, true, true};
     std::visit([&](const auto& options) { policy.replyTimeout = options.timeout; },
@@ -46,7 +46,7 @@ ExitCode runTool(int argc, char** argv) {
     std::optional<Command> command = parseCommandLine(argc, argv);
     if (!command) return ExitCode::Done;
     prepare(start, *command, argv);
-    // A command to the server looks at its own connection.
+    // A server command checks its own connection.
     if (!std::holds_alternative<ServerOptions>(command->options)) warnOfForeignServer();
     boundWaits(*command);
     if (auto* doctor = std::get_if<DoctorOptions>(&command->options))

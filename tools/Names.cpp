@@ -29,7 +29,7 @@ std::string statusName(std::int32_t status) {
 }
 
 std::string statusText(std::int32_t status) {
-    // What the library says where the request has not reached the server, or its answer not us.
+    // The library's status when the request did not reach the server, or no answer came back.
     if (status == 1) return "the request did not go through";
     const std::string name = statusName(status);
     const std::string number = std::to_string(status);

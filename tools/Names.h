@@ -9,16 +9,16 @@
 
 namespace cabinaudio::tool {
 
-/// Name of a library status such as "AUDIO_TIMED_OUT"; empty for a number that is the server's own.
+/// Name of a library status such as "AUDIO_TIMED_OUT"; empty for numbers of the server's own.
 [[nodiscard]] std::string statusName(std::int32_t status);
 
-/// The name and the number, or the number alone: for people.
+/// For display: the name and the number, or the number alone.
 [[nodiscard]] std::string statusText(std::int32_t status);
 
-/// Name of a tag, or its number when it has none.
+/// Name of a tag, or its number if it has no name.
 [[nodiscard]] std::string tagText(AudioTagType tag);
 
-/// The tag names of what can be played and of what can be recorded, preferred one first.
+/// Tag names for playing and for recording, preferred ones first.
 [[nodiscard]] const std::vector<std::string>& playbackTagNames();
 [[nodiscard]] const std::vector<std::string>& captureTagNames();
 

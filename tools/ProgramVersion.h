@@ -5,7 +5,7 @@
 
 namespace cabinaudio::tool {
 
-/// The program's version, and the libraries behind what it can do. Needs no server.
+/// The versions of the program and of the libraries behind its features. Needs no server.
 [[nodiscard]] std::string programVersion();
 
 }  // namespace cabinaudio::tool

@@ -16,23 +16,23 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// The library asks nobody for its own version, so this is for a machine that is very busy.
+// The library answers this without a server, so only an overloaded machine needs the limit.
 constexpr std::chrono::seconds OWN_VERSION_BOUND{30};
 
-// What the library says of a request that has had no answer.
+// The library's status of a request without an answer.
 constexpr std::int32_t kUnanswered = 1;
 
-// What the child says of the server.
+// The child's record about the server.
 struct ServerRecord {
     bool registered;
-    bool listens;  // looked at when not registered, or not answered
+    bool listens;  // checked when registration or query failed
     std::int32_t status;
     ServerVersions versions;
     std::int64_t tookUs;
 };
 
-// The library takes no socket whose number is that of a standard descriptor. While the first one is
-// closed a client cannot connect: its constructor returns at once, whatever the server does.
+// The library accepts no socket whose number is that of a standard descriptor. While descriptor 0
+// is closed, clients cannot connect: their constructors return at once, whatever the server does.
 class NoConnections {
 public:
     NoConnections() { close(STDIN_FILENO); }
@@ -82,7 +82,7 @@ Reach reached(const ServerRecord& record) {
 
 ServerQuery queryServer(std::chrono::milliseconds bound) {
     ServerQuery query;
-    // In a child of its own: the time limit is for the server.
+    // A separate child: the time limit applies to the server only.
     ChildResult child = runInChild(OWN_VERSION_BOUND, sayAnswer<askLibrary>);
     ClientVersions client;
     if (takeRecord(child.said, client)) query.client = client;
@@ -93,10 +93,10 @@ ServerQuery queryServer(std::chrono::milliseconds bound) {
     if (takeRecord(child.said, server)) {
         query.status = server.status;
         query.took = std::chrono::microseconds(server.tookUs);
-        // It listens, and the library has given up waiting for it.
+        // The server listens, but the library's wait has timed out.
         const bool isSilent = server.listens && query.took >= bound;
         query.reach = isSilent ? Reach::Silent : reached(server);
-        // A request that did not go through leaves the versions as they were.
+        // A request that did not go through left the versions unset.
         if (server.registered && server.status != kUnanswered) query.server = server.versions;
     }
     return query;

@@ -21,12 +21,12 @@ struct ServerVersions {
     std::int32_t third;
 };
 
-/// What became of a version query.
+/// Result of a version query.
 enum class Reach {
     Answered,
-    NoServer,  // nobody listens
-    Refused,   // somebody listens, but the library got no handle
-    Failed,    // the request did not go through, or the server answered it with a status
+    NoServer,  // no listening socket
+    Refused,   // the server listens, but the library got no handle
+    Failed,    // the request was not completed, or answered with an error status
     Silent,    // no answer in time
     Crashed,   // the querying process died
 };
@@ -34,14 +34,14 @@ enum class Reach {
 struct ServerQuery {
     Reach reach = Reach::Silent;
     std::optional<ClientVersions> client;  // of the library in this process
-    std::optional<ServerVersions> server;  // when it answered, whatever its status
+    std::optional<ServerVersions> server;  // set if it answered, whatever the status
     std::int32_t status = 0;               // of the query
-    std::chrono::microseconds took{};      // connection, registration and query; when answered
+    std::chrono::microseconds took{};      // connection, registration and query; set if answered
 };
 
-/// Asks library and server for their versions, each in a child process: a server may take a
-/// connection and never answer. Only while this process has one thread.
-/// @throws Failure when there can be no child
+/// Queries the versions of library and server, each in a child process: a server may accept a
+/// connection and never answer. Call only while this process has one thread.
+/// @throws Failure when a child cannot be created
 [[nodiscard]] ServerQuery queryServer(std::chrono::milliseconds bound);
 
 }  // namespace cabinaudio::tool

@@ -28,7 +28,7 @@ bool serverListens() {
         static_cast<socklen_t>(offsetof(struct sockaddr_un, sun_path) + 1 + kNameLength);
     const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (descriptor < 0) return false;
-    // EAGAIN: it listens, but more clients wait than it has asked for.
+    // EAGAIN: a socket listens, but its backlog is full.
     const bool listens =
         connect(descriptor, reinterpret_cast<const struct sockaddr*>(&address), length) == 0 ||
         errno == EAGAIN;

@@ -5,11 +5,11 @@
 
 namespace cabinaudio::tool {
 
-/// Looks, without waiting, whether somebody listens on the server's socket. For finding out why a
-/// client could not connect: the server sees a connection that comes and goes.
+/// Checks, without blocking, whether a server listens on the server's socket. Use it only to
+/// diagnose a failed client: the server sees a connection that comes and goes.
 [[nodiscard]] bool serverListens();
 
-/// "no server ..." with the cure.
+/// "no server ..." with a remedy.
 [[nodiscard]] std::string noServerText();
 
 }  // namespace cabinaudio::tool

@@ -5,13 +5,13 @@
 
 namespace cabinaudio::tool {
 
-/// Bit n: descriptor n of 0 to 2 is closed.
+/// Bit n (0 to 2) is set if descriptor n is closed.
 using ClosedDescriptors = std::bitset<3>;
 
 [[nodiscard]] ClosedDescriptors closedStandardDescriptors();
 
-/// Opens /dev/null for each closed one. The library refuses a socket with such a number, and what
-/// the tool prints must not reach one.
+/// Opens /dev/null for each closed standard descriptor: the library refuses sockets with these
+/// numbers, and the tool's output must not end up in a socket.
 void fillStandardDescriptors();
 
 }  // namespace cabinaudio::tool

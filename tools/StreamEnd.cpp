@@ -14,10 +14,10 @@ namespace cabinaudio::tool {
 
 namespace {
 
-/// What the library says of a request that has had no answer.
+/// The library's status of a request without an answer.
 constexpr std::int32_t kUnanswered = 1;
 
-/// Whether a new client is answered. Lasts no longer than a request may.
+/// Whether the server answers a new client. Takes at most a request's time limit.
 bool serverAnswers() {
     ClientVersionSetting client;
     return client.initCheck() == AUDIO_NO_ERROR;
@@ -109,7 +109,7 @@ void StreamControl::endByCreation(std::int32_t status) const {
 
 void StreamControl::endByRemoval(std::int32_t status) const {
     if (!serverListens()) throw Ending{StreamEnd::Lost, "the server is gone", status};
-    // A request beside this thread may have found out that the server stands still.
+    // A request on another thread may have found that the server hangs.
     if (!mWatchdog.limit("the server to answer", mTimeout + Watchdog::GRACE, serverAnswers))
         throw overdue(mInterruption, mTimeout, "the server to answer");
     throw Ending{StreamEnd::Removed, "the server has removed the stream", status};
@@ -120,7 +120,7 @@ Ending StreamControl::overdue(const Interruption& interruption, std::chrono::mil
     if (interruption.hasHappened())
         return {StreamEnd::Interrupted,
                 "interrupted by " + interruption.signalName() + " while waiting for " + what};
-    // A request that was on its way when the server died is never answered.
+    // A request that was in flight when the server died is never answered.
     if (!serverListens())
         return {StreamEnd::Lost, "the server is gone; waited for " + what, 0, what};
     return {StreamEnd::TimedOut, "timed out after " + secondsText(timeout) + " waiting for " + what,

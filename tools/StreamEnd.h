@@ -12,41 +12,41 @@
 
 namespace cabinaudio::tool {
 
-/// How playing or recording came to its end.
+/// How playback or recording ended.
 enum class StreamEnd {
-    Done,         // all that was asked for
-    TimedOut,     // waiting for something
+    Done,         // completed as requested
+    TimedOut,     // a wait timed out
     Removed,      // by the server
     Lost,         // the server went away
     Interrupted,  // by the user
-    NoServer,     // from the start
-    Refused,      // the server answered an operation with a status
-    Failed,       // the file, or a misuse of the library
+    NoServer,     // no server at the start
+    Refused,      // the server answered an operation with an error status
+    Failed,       // file error, or misuse of the library
 };
 
 [[nodiscard]] ExitCode exitCode(StreamEnd end);
 
-/// In JSON. @param done  what a good end is called
+/// Name for JSON. @param done  the name of a successful end
 [[nodiscard]] const char* endName(StreamEnd end, const char* done);
 
-/// An end and what is said about it. Thrown to leave a stream early.
+/// An end and its description. Thrown to leave a stream early.
 struct Ending {
     StreamEnd how = StreamEnd::Failed;
-    std::string text = {};       // for people; without the file
-    std::int32_t status = 0;     // of the library or server, behind the end
-    std::string waitedFor = {};  // when it timed out
+    std::string text = {};       // for display; without the file name
+    std::int32_t status = 0;     // of the library or server, if it caused the end
+    std::string waitedFor = {};  // what the timed-out wait waited for
 };
 
-/// What a stream's operations and waits need: deadlines, and an end at an interruption.
+/// Support for a stream's operations and waits: deadlines, and an end on interruption.
 class StreamControl {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// The shortest and the longest sleep between two looks at what nobody waits on.
+    /// Limits of the sleep between two polls of a state that sends no notification.
     static constexpr std::chrono::nanoseconds kShortestRest = std::chrono::milliseconds(1);
     static constexpr std::chrono::nanoseconds kLongestRest = std::chrono::milliseconds(100);
 
-    /// @param timeout  for each wait that makes no progress
+    /// @param timeout  for each wait without progress
     StreamControl(const Interruption& interruption, Watchdog& watchdog,
                   std::chrono::milliseconds timeout)
         : mInterruption(interruption), mWatchdog(watchdog), mTimeout(timeout) {}
@@ -54,15 +54,15 @@ public:
     [[nodiscard]] const Interruption& interruption() const { return mInterruption; }
     [[nodiscard]] std::chrono::milliseconds timeout() const { return mTimeout; }
 
-    /// Runs `call`, which has a deadline of `bound`; the process ends there. @return what it
-    /// returns
+    /// Runs `call` with a deadline of `bound`; the process ends when it passes. @return the call's
+    /// result
     template <typename Call>
     auto limit(const char* what, std::chrono::milliseconds bound, Call call) {
         return mWatchdog.limit(what, bound, call);
     }
 
     // All of these throw an Ending.
-    /// Runs `call`, whose requests the library ends after the time-out. @return what it returns
+    // Runs `call`, whose requests the library ends after the timeout. @return the call's result
     template <typename Call>
     auto request(const char* what, Call call) {
         const Clock::time_point since = Clock::now();
@@ -78,19 +78,20 @@ public:
     /// Sleeps for about `bound`, within the limits above.
     void rest(std::chrono::nanoseconds bound) const;
     void endIfInterrupted() const;
-    /// Ends when a request that began then has lasted as long as requests may.
+    /// Ends the stream if a request started at `since` has exceeded the time limit of requests.
     void endIfOverdue(Clock::time_point since, const char* what) const;
-    /// Ends when a request with this status has had no answer: its connection is lost.
+    /// Ends the stream if this status means that a request had no answer: its connection is lost.
     void endIfUnanswered(std::int32_t status) const;
     void endIfStalled(Clock::time_point since, const char* what) const;
-    /// Ends unless the status is 0. @param operation  "start the stream"
+    /// Ends the stream unless the status is 0. @param operation  for example "start the stream"
     void demand(std::int32_t status, const std::string& operation) const;
-    /// A stream that could not be created has one status for all reasons.
+    /// A failed creation has one status for all reasons; this tells a missing server from a
+    /// refusal.
     [[noreturn]] void endByCreation(std::int32_t status) const;
-    /// The stream does not exist any more.
+    /// The stream no longer exists.
     [[noreturn]] void endByRemoval(std::int32_t status) const;
 
-    /// The end of a stream whose thread is stuck in a request, for the watchdog's thread.
+    /// How a stream ends whose thread is stuck in a request; for the watchdog's thread.
     [[nodiscard]] static Ending overdue(const Interruption& interruption,
                                         std::chrono::milliseconds timeout, const std::string& what);
 

@@ -39,7 +39,7 @@ ProgressLine::~ProgressLine() {
 
 std::size_t ProgressLine::width() {
     struct winsize size = {};
-    // The last column stays free: some terminals wrap as soon as it is written.
+    // The last column stays free: some terminals wrap once it is written.
     if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1) return size.ws_col - 1u;
     return 79;
 }
@@ -48,7 +48,7 @@ void ProgressLine::show(std::string text, const std::string& colour) {
     if (!mIsShown) return;
     text.resize(std::min(text.size(), width()));
     const std::size_t columns = text.size();
-    // Blanks instead of an escape sequence: every terminal knows them.
+    // Blanks instead of an escape sequence, because every terminal supports them.
     if (columns < mColumns) text.append(mColumns - columns, ' ');
     mColumns = columns;
     if (mMayColour && !colour.empty()) text = colour + text + "\033[0m";

@@ -5,39 +5,39 @@
 
 namespace cabinaudio::tool {
 
-/// Prints "cabinaudio: <text>" and a line end on stderr. Control characters in it are escaped.
+/// Prints "cabinaudio: <text>" and a line end on stderr, with control characters escaped.
 void complain(const std::string& text);
 
-/// Prints lines on stdout as they stand, and flushes. Foreign text in them goes through
-/// text::printable() before.
+/// Prints lines on stdout unchanged, and flushes. Callers pass foreign text through
+/// text::printable() first.
 void say(const std::string& text);
 
-/// @return whether colour may go to this descriptor: a terminal that knows it, and no NO_COLOR
+/// @return whether colour may be used on this descriptor: a terminal with colours, and no NO_COLOR
 [[nodiscard]] bool mayColour(int descriptor);
 
-/// One line on stderr that is written over and over; nothing at all where stderr is no terminal.
-/// Leaves no trace when it is destroyed.
+/// A status line on stderr that is overwritten in place; disabled when stderr is not a terminal.
+/// The destructor erases it.
 class ProgressLine {
 public:
-    /// @param wanted  false: show nothing, whatever stderr is
+    /// @param wanted  false disables it in any case
     explicit ProgressLine(bool wanted);
     ~ProgressLine();
     ProgressLine(const ProgressLine&) = delete;
     ProgressLine& operator=(const ProgressLine&) = delete;
 
     [[nodiscard]] bool isShown() const { return mIsShown; }
-    /// Columns that a line may have now.
+    /// Columns currently available for a line.
     [[nodiscard]] static std::size_t width();
 
     /// Shows ASCII text, cut to the terminal's width.
-    /// @param colour  escape sequence; used only where colour is welcome
+    /// @param colour  escape sequence; used only where colour may be used
     void show(std::string text, const std::string& colour = "");
     void clear();
 
 private:
     bool mIsShown;
     bool mMayColour;
-    std::size_t mColumns = 0;  // on the screen
+    std::size_t mColumns = 0;  // currently on the screen
 };
 
 }  // namespace cabinaudio::tool

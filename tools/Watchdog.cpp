@@ -8,7 +8,7 @@ namespace cabinaudio::tool {
 
 namespace {
 
-/// For a call that is under way, or made to end in good order, when the user wants to end.
+/// Time left after an interruption for the current call, or for calls that end the stream.
 constexpr std::chrono::milliseconds kGrace{1000};
 
 }  // namespace
@@ -31,7 +31,7 @@ Watchdog::Watch::Watch(Watchdog& dog, const char* what, std::chrono::millisecond
 }
 
 Watchdog::Watch::~Watch() {
-    // Held for ever by the watchdog's thread once the call is overdue.
+    // Held forever by the watchdog's thread once the call is overdue.
     const std::lock_guard lock(mDog.mLock);
     mDog.mWhat = nullptr;
 }
@@ -52,8 +52,8 @@ void Watchdog::run() {
     }
 }
 
-/// @param interrupted  the interruption has been seen for the first time
-/// @return when to look again at the latest
+/// @param interrupted  the interruption has just been seen for the first time
+/// @return deadline of the next check
 Watchdog::Clock::time_point Watchdog::look(bool interrupted) {
     const std::lock_guard lock(mLock);
     const Clock::time_point now = Clock::now();

@@ -12,21 +12,21 @@
 
 namespace cabinaudio::tool {
 
-/// Gives a deadline to calls that have none, or several in a row: files, and operations that make
-/// more than one request, each of which the library ends by itself. A call that is overdue cannot
-/// be cancelled, so the process reports and ends.
+/// Adds a deadline to calls without one: file operations, and operations of several requests, each
+/// of which the library bounds by itself. An overdue call cannot be cancelled, so the process
+/// reports it and ends.
 ///
-/// One thread makes the watched calls; another one, the watchdog's, waits beside it and is the
-/// thread that signals arrive in. After an interruption a call gets only a short time more.
+/// One thread makes the watched calls; the watchdog's thread waits beside it and also receives the
+/// signals. After an interruption a call gets only a short time more.
 class Watchdog {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// What a call gets beyond the time-out of its requests, so that the library ends it.
+    /// Extra time beyond the timeout of a call's requests, so that the library ends it first.
     static constexpr std::chrono::milliseconds GRACE{500};
 
-    /// Called on the watchdog's thread, while the watched call is stuck for good; `what` is what it
-    /// was waiting for. Must not return; what the stuck thread wrote before the call is visible.
+    /// Called on the watchdog's thread while the watched call is stuck; `what` names what it waits
+    /// for. Must not return. Writes of the stuck thread from before the call are visible.
     using Overdue = std::function<void(const std::string& what)>;
 
     Watchdog(const Interruption& interruption, Overdue overdue);
@@ -34,7 +34,7 @@ public:
     Watchdog(const Watchdog&) = delete;
     Watchdog& operator=(const Watchdog&) = delete;
 
-    /// Runs `call` with a deadline. @return what it returns
+    /// Runs `call` with a deadline. @return the call's result
     template <typename Call>
     auto limit(const char* what, std::chrono::milliseconds bound, Call call) {
         const Watch watch(*this, what, bound);
@@ -59,15 +59,15 @@ private:
     const Interruption& mInterruption;
     const Overdue mOverdue;
     Event mEnd;
-    Event mRearmed;  // there is an earlier deadline than the thread sleeps for
+    Event mRearmed;  // a deadline earlier than the thread's sleep was set
 
     // Guarded by mLock
     std::mutex mLock;
-    const char* mWhat = nullptr;  // null while nothing is watched
+    const char* mWhat = nullptr;  // null while no call is watched
     Clock::time_point mDeadline;
     Clock::time_point mNextLook = Clock::time_point::max();
 
-    std::thread mThread;  // last: it uses all of the above
+    std::thread mThread;  // last: uses all members above
 };
 
 }  // namespace cabinaudio::tool

@@ -14,7 +14,7 @@ void count() {
 
 }  // namespace
 
-// The C library's own, by the names that it exports them under for this purpose.
+// The C library's own functions, under the names that it exports for replacements of malloc().
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t items, std::size_t size);

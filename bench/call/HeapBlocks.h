@@ -5,8 +5,8 @@
 
 namespace cabinaudio::bench {
 
-/// Heap blocks that this process has asked for so far, all threads together. The program's own
-/// malloc() counts them, in front of the C library's, which does the work.
+/// Number of heap blocks that this process has allocated so far, in all threads. The program's own
+/// malloc() counts them and calls the C library's.
 std::uint64_t heapBlocks();
 
 }  // namespace cabinaudio::bench

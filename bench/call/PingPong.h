@@ -6,8 +6,8 @@
 
 namespace cabinaudio::bench {
 
-/// The limit of every request: one send and one blocking recv on one thread, with the bytes of a
-/// request with one argument and of its reply. No receive thread can be as fast.
+/// Lower bound for a request: one send and one blocking recv on one thread, with the bytes of a
+/// request with one argument and of its reply. A design with a receive thread cannot be as fast.
 class PingPong {
 public:
     PingPong();
@@ -15,7 +15,7 @@ public:
     PingPong(const PingPong&) = delete;
     PingPong& operator=(const PingPong&) = delete;
 
-    /// @return whether a whole answer has come
+    /// @return whether a complete reply has arrived
     bool roundTrip();
 
 private:

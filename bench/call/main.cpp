@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a request costs its client: the library against the bare exchange of the same bytes and
-// against the least program that hands a reply from a receive thread to the requester; operations
-// of the settings against bare requests of as many bytes; and requests of other systems.
+// Client-side cost of a request: the library against the bare exchange of the same bytes and
+// against a minimal program whose receive thread hands replies over to the requester; settings
+// operations against bare requests of the same size; and requests of other systems.
 #include <cabinaudio/client/ClientVersionSetting.h>
 #include <cabinaudio/client/ClientVolumeSetting.h>
 #include <cabinaudio/link/RemoteCall.h>
@@ -41,7 +41,7 @@ constexpr int MOST_PEER_REPEATS = 2000;
 constexpr double MOST_P99 = 1.5;
 constexpr double MOST_OF_PEERS = 0.85;
 
-/// An operation of the settings, and the bare request that sends and receives as many bytes.
+/// A settings operation, and the bare request of the same size.
 struct Pair {
     const char* operation;
     const char* bare;
@@ -56,7 +56,7 @@ std::uint64_t contextSwitches() {
     return static_cast<std::uint64_t>(usage.ru_nvcsw + usage.ru_nivcsw);
 }
 
-/// Registers a benchmark of one round trip after another.
+/// Registers a benchmark of consecutive round trips.
 /// @param roundTrip  returns whether it succeeded
 template <typename RoundTrip>
 void addProgram(const char* name, int repeats, RoundTrip roundTrip) {
@@ -89,7 +89,7 @@ void measure(const Options& options) {
     const PrivateInstance instance;
     setLogLines(LogLines::Dropped);
     const int cpu = options.anyCpu ? -1 : stayOnOneCpu(options.cpu);
-    const AnsweringServer server(5);  // one for each of the programs
+    const AnsweringServer server(5);  // one connection per program
 
     PingPong raw;
     HandOver handOver(AUDIO_CONNECT_VOLUME_SETTING, "bench");
@@ -156,7 +156,7 @@ void measure(const Options& options) {
     report.quotient(results, "callFuncId", "p99", "p50", MOST_P99);
     for (const Requesters::Entry& entry : peers.all()) {
         report.ratio(results, "p50", "callFuncId", entry.name, MOST_OF_PEERS);
-        report.ratio(results, "p50", "handover", entry.name);  // what could be reached
+        report.ratio(results, "p50", "handover", entry.name);  // the achievable limit
     }
     report.ratio(results, "cpu", "callFuncId", "handover");
     report.ratio(results, "p50", "handover", "raw");

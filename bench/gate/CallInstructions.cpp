@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// call-instructions track|record|request ROUNDS: makes the same call as often as asked. To be run
-// under callgrind with collection inside that call only; see gate.py.
+// call-instructions track|record|request ROUNDS: repeats the same call. Run it under callgrind with
+// collection limited to that call; see gate.py.
 #include <cabinaudio/client/ClientRecord.h>
 #include <cabinaudio/client/ClientTrack.h>
 #include <cabinaudio/link/RemoteCall.h>
@@ -38,8 +38,8 @@ void open(Stream& stream) {
     require(stream.initCheck() == AUDIO_NO_ERROR && stream.start() == AUDIO_NO_ERROR, "no stream");
 }
 
-/// The other side of the stream's ring. It sets offsets back and posts nothing: the stream's
-/// receiver thread sleeps, and what is counted is the same in each run.
+/// The other side of the stream's ring. It resets offsets and posts nothing: the stream's receiver
+/// thread stays asleep, so that each run counts the same instructions.
 class OtherSide {
 public:
     OtherSide() : mRing(SHM_TYPE_POSIX_SHM, NAME, nullptr, RING_BYTES, SHM_MODE_CREATOR, nullptr) {}

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The least that two functions of a shared library can do, for the target.
+// Lower bound for two functions of a shared library, on the target.
 #include "bench/ring/Called.h"
 
 namespace cabinaudio::bench {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// target-ring ours|least CHUNK ROUNDS: writes and reads one chunk as often as asked, in a ring of
-// 1 MiB. For the target, under an emulator that counts; the difference of two numbers of rounds is
-// free of set-up.
+// target-ring ours|least CHUNK ROUNDS: repeatedly writes and reads one chunk in a ring of 1 MiB.
+// Runs on the target under a counting emulator; the difference between two numbers of rounds
+// excludes set-up.
 #include "bench/ring/Called.h"
 #include "bench/ring/Copies.h"
 #include "bench/ring/Ours.h"

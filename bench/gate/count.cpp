@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// A plug-in of qemu's emulators: counts the guest's instructions and prints their number at the
-// end. For guests with one thread: the counter is not locked.
+// Plug-in for qemu's emulators: counts the guest's instructions and prints the count at exit. For
+// single-threaded guests: the counter is not locked.
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 
-// What it needs of the emulator's interface for plug-ins, version 1; Debian has no header for it.
+// The parts of the emulator's plug-in interface (version 1) that are used; Debian has no header for
+// it.
 extern "C" {
 struct qemu_plugin_tb;
 struct qemu_info_t;

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""gate.py NATIVE TARGET [--limits FILE] [--json FILE]: counts what has no noise, and compares it
+"""gate.py NATIVE TARGET [--limits FILE] [--json FILE]: counts noise-free costs, and compares them
 with the limits.
 
 NATIVE and TARGET are build directories: of this machine with the benchmarks, and of the target.
-Counted are instructions (callgrind here, qemu-arm with count.cpp for the target), bytes of text,
+It counts instructions (callgrind here, qemu-arm with count.cpp for the target), bytes of text,
 relocations, and calls of 64-bit divisions. The exit status is 1 when a count is above its limit or
 could not be taken, 2 for a wrong command line.
 
@@ -33,7 +33,7 @@ CALLS = {
                            "ShareMemoryEx::read(unsigned char*, unsigned int)"),
 }
 REQUEST = "RemoteCall::callFuncId(unsigned int, int, bool)"
-# The C library's part of a call, which is the same whatever the library does.
+# The C library's part of a call, which does not depend on the library.
 LOCK = re.compile(r"pthread_mutex_(un)?lock")
 COPY = re.compile(r"mem(cpy|move)")
 DIVISION = re.compile(r"__aeabi_u?ldivmod|__u?divdi3|__u?moddi3")
@@ -42,7 +42,7 @@ TRANSFER = re.compile(r"::(write|writeOnce|blockWrite|nonblockWrite|checkAndWait
 
 
 class Broken(Exception):
-    """Something could not be counted."""
+    """A cost could not be counted."""
 
 
 def output(*command, **more):
@@ -57,7 +57,7 @@ def output(*command, **more):
 
 
 def self_costs(text):
-    """Instructions of each function itself, out of a file of callgrind with full names."""
+    """Instructions of each function itself, from a callgrind file with full names."""
     costs = {}
     function = None
     is_callee = False
@@ -74,7 +74,7 @@ def self_costs(text):
 
 
 def callgrind(inside, *command):
-    """What is executed inside these functions, by function."""
+    """Instructions executed inside these functions, by function."""
     with tempfile.NamedTemporaryFile() as out:
         output("valgrind", "--tool=callgrind", f"--callgrind-out-file={out.name}",
                "--compress-strings=no", "--compress-pos=no",
@@ -91,8 +91,8 @@ def total(costs, but=None):
 
 
 def ring_counts(native):
-    """Beyond two functions of a shared library that only copy and take the time. The copies' own
-    instructions depend on where the bytes lie; they are in neither."""
+    """Instructions beyond two functions of a shared library that only copy and take the time. The
+    copies' own instructions depend on the alignment of the bytes; they are excluded from both."""
     program = f"{native}/bench/ring/ring-instructions"
     least = "cabinaudio::bench::Called<cabinaudio::bench::Copies>::"
     for ring, size in RINGS.items():
@@ -109,7 +109,7 @@ def ring_counts(native):
 
 
 def peer_counts(native):
-    """The same for other rings, behind two functions of a shared library as well."""
+    """The same for other rings, also behind two functions of a shared library."""
     program = f"{native}/bench/ring/ring-instructions"
     words = ("960", str(RINGS["1 MiB"]), str(RING_ROUNDS))
     beyond = {}
@@ -140,7 +140,7 @@ def call_counts(native):
 
 
 def target_counts(target):
-    """Write and read of one chunk as above; the copies are in it."""
+    """Write and read of one chunk as above, including the copies."""
     with tempfile.TemporaryDirectory() as scratch:
         counter = f"{scratch}/count.so"
         output("g++", "-std=c++20", "-O2", "-shared", "-fPIC", "-Wl,--unresolved-symbols=ignore-all",
@@ -189,7 +189,7 @@ def relocations(library):
 
 
 def divisions(path, functions):
-    """Calls of 64-bit divisions in those functions of an object file of the target."""
+    """Calls of 64-bit divisions in these functions of an object file of the target."""
     function = ""
     count = 0
     for line in output("arm-linux-gnueabihf-objdump", "-drC", "--no-show-raw-insn",
@@ -203,7 +203,7 @@ def divisions(path, functions):
 
 
 def ring_divisions(target):
-    """In all of the ring, and in what a stream does with it in each call."""
+    """Divisions in the ring's code, and in a stream's code for each call."""
     ring = f"{target}/shm/CMakeFiles/cabinaudio-shm.dir/RingTransfer.cpp.o"
     streams = ("ClientTrack", "ClientSink", "ClientRecord", "Playback")
     return divisions(ring, re.compile("")) + sum(
@@ -223,7 +223,7 @@ def code_counts(native, target):
 
 
 def read_limits(path):
-    """Lines of: limit or -, goal or -, name; a reason behind #."""
+    """Lines of: limit or -, goal or -, name; a reason after #."""
     limits = {}
     with open(path, encoding="utf-8") as lines:
         for line in lines:
@@ -238,7 +238,7 @@ def read_limits(path):
 
 
 def judge(counts, limits):
-    """Prints all. @return what is not in order"""
+    """Prints all counts. @return the problems found"""
     problems = [f"{name}: not counted" for name in limits if name not in counts]
     print(f"{'counted':>10} {'limit':>8} {'goal':>8}")
     for name, count in counts.items():

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""test_gate.py COUNTS: whether the gate can fail, with the counts that it has just taken (its
+"""test_gate.py COUNTS: checks that the gate can fail, with the counts that it has just taken (its
 --json file)."""
 import json
 import os
@@ -22,7 +22,7 @@ def counted():
 
 
 def status_with(limits):
-    """Exit status of the program with these limits instead of its own."""
+    """Exit status of the gate with these limits instead of its own."""
     with tempfile.NamedTemporaryFile("w", suffix=".txt") as file:
         for name, limit in limits.items():
             file.write(f"{limit} - {name}\n")

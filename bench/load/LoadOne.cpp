@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// load-one LIBRARY: loads it and prints how many nanoseconds that took.
+// load-one LIBRARY: loads it and prints the time taken in nanoseconds.
 #include "bench/support/Clock.h"
 
 #include <dlfcn.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// How long loading the library takes a program that has the C++ and the log library already,
-// against the client libraries of other systems. Each load is the first one of a new process.
+// Time to load the library into a program that already has the C++ and the log library, against the
+// client libraries of other systems. Each load is the first one of a new process.
 #include "bench/support/Errors.h"
 #include "bench/support/Machine.h"
 #include "bench/support/Options.h"

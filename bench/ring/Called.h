@@ -8,8 +8,8 @@
 
 namespace cabinaudio::bench {
 
-/// A stamped ring behind two functions of a shared library, which is how programs reach ours. That
-/// of Copies is the least that such a pair of functions can do.
+/// A stamped ring behind two functions of a shared library, which is how programs call ours. With
+/// Copies it is the lower bound for such a pair of functions.
 template <typename Ring>
 class Called {
 public:

@@ -7,8 +7,8 @@
 
 namespace cabinaudio::bench {
 
-/// A ring's limit: the same bytes into a buffer of the same size and out again. Used from one
-/// thread; a chunk that was written is read at once.
+/// Lower bound for a ring: copies the same bytes into a buffer of the same size and out again.
+/// Single-threaded; a chunk is read immediately after it was written.
 class Copies {
 public:
     explicit Copies(std::uint32_t size) : mBuffer(new unsigned char[size]()), mSize(size) {}

@@ -10,7 +10,7 @@
 
 namespace cabinaudio::bench {
 
-/// Our ring, in one process and without receivers.
+/// Our ring, with both sides in one process and without receivers.
 class Ours {
 public:
     explicit Ours(std::uint32_t size)

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <memory>
 
-// Our ring's peers behind the interface of Copies: write(src, length), read(dst, length).
+// Other rings behind the interface of Copies: write(src, length), read(dst, length).
 
 namespace cabinaudio::bench {
 
@@ -31,7 +31,7 @@ private:
     jack_ringbuffer_t* mRing;
 };
 
-/// Used as its documentation says; the size is a power of two.
+/// Used as documented; the size is a power of two.
 class Spa {
 public:
     explicit Spa(std::uint32_t size) : mBuffer(new unsigned char[size]()), mSize(size) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Time of write and read of one chunk in one thread: our ring, the same bytes moved by memcpy, and
-// the rings of other libraries. "+clock" takes the time once per write, as ours does. "called": the
-// same behind two functions of a shared library, as ours is; without it the compiler puts the peer
+// the rings of other libraries. "+clock" takes the time once per write, as ours does. "called":
+// behind two functions of a shared library, as ours is; otherwise the compiler inlines the peer
 // into the loop.
 #include "bench/ring/Called.h"
 #include "bench/ring/Copies.h"
@@ -42,7 +42,7 @@ double mostOfLimit(std::uint32_t chunk) {
     return 1 / (chunk == 3840 || chunk == 16 << 10 ? 0.93 : 0.95);
 }
 
-/// One value of a round is the time of as many chunks as hide the clock, divided by their number.
+/// A sample is the average over as many chunks as make the clock's cost negligible.
 constexpr std::uint32_t BYTES_PER_SAMPLE = 1 << 19;
 constexpr std::uint32_t MOST_CHUNKS_PER_SAMPLE = 2048;
 
@@ -54,7 +54,7 @@ std::string nameOf(const char* ring, std::uint32_t size, std::uint32_t chunk) {
 template <typename Ring>
 void addProgram(const char* name, std::uint32_t size, std::uint32_t chunk, int repeats) {
     const auto measure = [size, chunk](benchmark::State& state) {
-        // Whole cache lines, or it would be chance what memcpy does with them.
+        // Whole cache lines, so that alignment does not affect memcpy at random.
         std::vector<Line> source(chunk / sizeof(Line), Line{{0x5a}});
         std::vector<Line> destination(source.size());
         Ring ring(size);
@@ -66,7 +66,7 @@ void addProgram(const char* name, std::uint32_t size, std::uint32_t chunk, int r
                 benchmark::ClobberMemory();
             }
         };
-        // Once around: from then on no page is touched for the first time.
+        // Once around the ring, so that no page is touched for the first time later.
         for (std::uint32_t done = 0; done <= size; done += perSample * chunk)
             pass();
         std::vector<std::uint64_t> samples;
@@ -107,7 +107,7 @@ void addPrograms(int repeats) {
     });
 }
 
-/// Keeps other programs from coming between, where that is allowed.
+/// Requests real-time scheduling against interruptions by other programs, where permitted.
 bool askForQuiet() {
     const sched_param priority{10};
     return sched_setscheduler(0, SCHED_RR, &priority) == 0;

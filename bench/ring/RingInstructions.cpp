@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// ring-instructions VARIANT CHUNK SIZE ROUNDS: writes and reads one chunk as often as asked. To be
-// run under callgrind with two numbers of rounds; the difference is free of set-up. See
-// instructions.sh.
+// ring-instructions VARIANT CHUNK SIZE ROUNDS: repeatedly writes and reads one chunk. Run it under
+// callgrind with two numbers of rounds; their difference excludes set-up. See instructions.sh.
 #include "bench/ring/Called.h"
 #include "bench/ring/Copies.h"
 #include "bench/ring/Ours.h"
@@ -42,7 +41,7 @@ struct Variant {
     int (*run)(std::uint32_t chunk, std::uint32_t size, long rounds);
 };
 
-// "called" variants lie behind functions of a shared library, as ours does.
+// "called" variants are behind functions of a shared library, as ours is.
 constexpr Variant kVariants[] = {
     {"ours", run<Ours>},
     {"memcpy", run<Stamped<Copies>>},

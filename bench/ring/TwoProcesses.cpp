@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Time per chunk from one process to another: our ring, copied out and looked at in place, and the
-// rings of other libraries in shared memory, which take the time once per write as ours does. The
-// writer waits for space and the reader for bytes without sleeping: what is measured is the ring.
+// Time per chunk from one process to another: our ring, copied out and viewed in place, and the
+// rings of other libraries in shared memory, which take the time once per write as ours does.
+// Writer and reader poll instead of sleeping, so that only the ring is measured.
 #include <cabinaudio/shm/ShareMemory.h>
 
 #include "bench/ring/Stamped.h"
@@ -43,7 +43,7 @@ constexpr double MOST_OF_PEERS = 1 / 0.95;
 constexpr std::uint32_t BYTES_PER_SAMPLE = 32 << 20;
 constexpr std::uint32_t MOST_CHUNKS = 20000;
 
-/// Memory that a child shares, at the same address.
+/// Memory shared with a child, at the same address.
 template <typename Content>
 class Shared {
 public:
@@ -63,8 +63,8 @@ private:
     Content* mContent;
 };
 
-// Rings: made before the fork; then one process writes and the other one reads. Both return how
-// many bytes they moved: all of `length`, or none or a part when there is not more.
+// Rings: created before the fork; then one process writes and the other reads. Both functions
+// return the number of bytes moved: `length`, or less when no more is available.
 
 class OursCopied {
 public:
@@ -80,7 +80,7 @@ protected:
     ShareMemoryEx mRing{SHM_TYPE_POSIX_SHM, "two", nullptr, RING_BYTES, SHM_MODE_CREATOR, nullptr};
 };
 
-/// The reader leaves the bytes where they are.
+/// The reader does not copy the bytes.
 class OursInPlace : public OursCopied {
 public:
     std::uint32_t read(unsigned char*, std::uint32_t length) {
@@ -171,7 +171,7 @@ private:
     Shared<Queue> mQueue;
 };
 
-/// Lets the other process go on: also where both share one CPU.
+/// Yields to the other process now and then, in case both share one CPU.
 class Patience {
 public:
     void wait() {
@@ -182,8 +182,8 @@ private:
     unsigned mTries = 0;
 };
 
-/// The writer's processor and the reader's, from the last one that may be used downwards; the same
-/// one where there is no other.
+/// CPUs of writer and reader, counted down from the last permitted one; the same CPU if there is
+/// only one.
 class Places {
 public:
     Places() {
@@ -204,7 +204,7 @@ const Places& places() {
     return all;
 }
 
-/// Keeps other programs from coming between, where that is allowed.
+/// Requests real-time scheduling against interruptions by other programs, where permitted.
 bool askForQuiet() {
     const sched_param priority{10};
     return sched_setscheduler(0, SCHED_RR, &priority) == 0;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// What reading without a copy saves: write and read of one chunk in one thread, once copied out
-// with read() and once looked at in place with getNextBuffer() and releaseBuffer(). "+sum" adds the
-// same use of the bytes to both, a sum over all of them where they lie.
+// Saving by reading without a copy: write and read of one chunk in one thread, copied out with
+// read() or viewed in place with getNextBuffer() and releaseBuffer(). "+sum" adds the same use of
+// the bytes to both, a sum over all of them in place.
 #include <cabinaudio/shm/ShareMemory.h>
 
 #include "bench/support/Clock.h"
@@ -50,7 +50,7 @@ std::uint64_t sumOf(const unsigned char* bytes, std::uint32_t length) {
     return sum;
 }
 
-/// What happens to the bytes of a chunk.
+/// How the bytes of a chunk are used.
 struct Nothing {
     static std::uint64_t of(const unsigned char*, std::uint32_t) { return 0; }
 };
@@ -70,7 +70,7 @@ struct Copied {
     }
 };
 
-/// Looks at a chunk where it lies: in two pieces when it goes on at the ring's begin.
+/// Views a chunk in place: in two pieces when it wraps around the ring's end.
 template <typename Use>
 struct Viewed {
     static std::uint32_t read(ShareMemoryEx& ring, Lines&, std::uint32_t chunk) {
@@ -93,7 +93,7 @@ std::string nameOf(const char* way, std::uint32_t size, std::uint32_t chunk) {
            std::to_string(size >> 10) + " KiB";
 }
 
-/// One value of a round is the time of as many chunks as hide the clock, divided by their number.
+/// A sample is the average over as many chunks as make the clock's cost negligible.
 constexpr std::uint32_t BYTES_PER_SAMPLE = 1 << 20;
 
 template <typename Way>
@@ -132,7 +132,7 @@ void forAllSizes(Visit visit) {
             if (chunk < size) visit(size, chunk);  // one byte stays free
 }
 
-/// Keeps other programs from coming between, where that is allowed.
+/// Requests real-time scheduling against interruptions by other programs, where permitted.
 bool askForQuiet() {
     const sched_param priority{REAL_TIME_PRIORITY};
     return sched_setscheduler(0, SCHED_RR, &priority) == 0;

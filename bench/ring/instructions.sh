@@ -2,13 +2,14 @@
 # SPDX-License-Identifier: Apache-2.0
 # instructions.sh RING-INSTRUCTIONS [CHUNK...]: instructions per write+read of one chunk, counted by
 # callgrind. Every variant takes the time once per write, as our ring does. In the small ring chunks
-# often lie around its end and are copied in two pieces; in the large one hardly ever.
+# often wrap around its end and are copied in two pieces; in the large ring hardly ever.
 #
 # Columns: memcpy     two memcpy calls in the loop itself, never in pieces
 #          called     the same two memcpy calls behind two functions of a shared library
-#          ours       our ring, which lies behind two functions of a shared library as well
-#          -memcpy, -called   what ours takes beyond those
-#          spa, jack, boost   what these take beyond "called", behind such functions as well
+#          ours       our ring, which is behind two functions of a shared library as well
+#          -memcpy, -called   additional instructions of ours compared with those
+#          spa, jack, boost   additional instructions compared with "called", behind such functions
+#          too
 # The exit status is 1 when our ring takes more than LIMIT (29) instructions beyond "called" in the
 # large ring.
 set -eu
@@ -21,7 +22,7 @@ large=16777216
 limit=${LIMIT:-29}
 command -v valgrind >/dev/null || { echo "instructions.sh: needs valgrind" >&2; exit 1; }
 
-# Set-up is the same in a short and in a long run, and cancels.
+# Set-up costs the same in a short and in a long run, so it cancels out.
 total() {
     counted=$(valgrind --tool=callgrind --callgrind-out-file=/dev/null "$program" "$@" 2>&1) || {
         echo "instructions.sh: $program $* failed: $counted" >&2

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a stream costs when there are many: processor time and memory of the development server and
-// of a client process that plays 1, 8, 64 and 256 tracks at once, and the periods that went wrong.
+// Cost per stream with many streams: processor time and memory of the development server and of a
+// client process that plays 1, 8, 64 and 256 tracks at once, and the number of missed periods.
 #include <cabinaudio/client/ClientTrack.h>
 
 #include "bench/support/Clock.h"
@@ -60,7 +60,7 @@ int keepProcessors(int wanted) {
     return count;
 }
 
-/// A process's share of the memory that it uses, KiB.
+/// Proportional set size of a process, KiB.
 double memoryOf(const std::string& process) {
     std::ifstream file("/proc/" + process + "/smaps_rollup");
     for (std::string line; std::getline(file, line);)
@@ -76,7 +76,7 @@ bool doesAnswer() {
     return isThere;
 }
 
-/// The development server with an output that plays nothing, in real time.
+/// The development server in real time, with the null output.
 class Server {
 public:
     explicit Server(const std::string& directory)
@@ -92,7 +92,7 @@ public:
     [[nodiscard]] std::uint64_t processorTime() const { return nanoseconds(mClock); }
     [[nodiscard]] double memory() const { return memoryOf(std::to_string(mDaemon->process())); }
 
-    /// Ends it. @return gaps in what was heard, and periods that came too late
+    /// Ends the server. @return underruns plus late periods
     std::uint64_t missedPeriods() {
         mDaemon.reset();
         std::ifstream file(mReport);
@@ -101,7 +101,7 @@ public:
     }
 
 private:
-    /// Of all the numbers of this name, wherever they stand.
+    /// Sum of all numbers with this name, at any depth.
     static std::uint64_t sumOf(const nlohmann::json& part, const std::string& name) {
         std::uint64_t sum = 0;
         for (const auto& [key, value] : part.items())
@@ -177,7 +177,7 @@ void playMany(int count, Results& results) {
     results.add(name, "client cpu", perStream(nanoseconds(CLOCK_PROCESS_CPUTIME_ID) - ownAt));
     results.add(name, "server memory", (server.memory() - serverBefore) / count);
     results.add(name, "client memory", (memoryOf("self") - ownBefore) / count);
-    // The server says what it has seen until now: what the streams' ends cost is not in it.
+    // Taken from the server's state now, so that the streams' ends are not counted.
     results.add(name, "missed", static_cast<double>(server.missedPeriods()));
 }
 

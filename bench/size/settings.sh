@@ -1,11 +1,11 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# settings.sh BUILD [--json FILE]: what the settings add to the library of this build, in bytes of text: code,
-# constants, unwind tables, and for the library its dynamic symbols with their names.
+# settings.sh BUILD [--json FILE]: size that the settings add to the library of this build, in bytes
+# of text: code, constants, unwind tables, and for the library its dynamic symbols with their names.
 #
-# The objects' sum counts a piece twice that several of them hold; the library holds it once. What
-# the library grows by is found by linking all of its objects twice, with and without the settings'.
-# The exit status is 1 when that is more than LIMIT (61440) bytes.
+# A piece contained in several objects counts several times in their sum, but once in the library.
+# The library's growth is found by linking all of its objects twice, with and without the settings.
+# The exit status is 1 when the growth is more than LIMIT (61440) bytes.
 set -eu
 
 build=${1:?usage: settings.sh BUILD [--json FILE]}
@@ -21,7 +21,7 @@ trap 'rm -rf "$scratch"' EXIT
 
 text() { size "$1" | awk 'NR == 2 { print $1 }'; }
 
-# The other libraries have no part in the size: what comes from them may stay undefined.
+# The size excludes other libraries: their symbols may stay undefined.
 link_library() {
     library=$1
     shift

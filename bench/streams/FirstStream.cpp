@@ -22,7 +22,7 @@ constexpr char LIBRARY_FILE[] = "libcabinaudio.so";
 
 template <typename Stream>
 void measureFirst(const StreamKind& kind, const char* prefix) {
-    memoryNow();  // what reading it needs itself
+    memoryNow();  // allocates now what later readings need
     const Memory before = memoryNow();
     const std::uint64_t beginning = nowNs();
     Stream stream(kind);

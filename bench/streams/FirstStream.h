@@ -8,20 +8,20 @@
 
 namespace cabinaudio::bench {
 
-/// Names of the programs that are compared; the last is the library with its log lines formatted.
+/// Names of the compared programs; the last is the library with its log lines formatted.
 std::string minimal(const StreamKind& kind);
 std::string library(const StreamKind& kind);
 std::string logged(const StreamKind& kind);
 
 /// Measures the first stream of a process, each time in a new process: growth of the resident
-/// memory when the other libraries are in memory already ("rss", of it "own", KiB) and when the
-/// process has done nothing before ("cold rss", "cold own"), threads it brought ("threads") and the
+/// memory when the other libraries are already in memory ("rss", of it "own", KiB) and when the
+/// process has done nothing before ("cold rss", "cold own"), threads created ("threads") and the
 /// time to construct it ("first", ns).
 Results measureFirstStreams(int rounds);
 
-/// Whether this process was started by measureFirstStreams(), whose work it then does.
+/// Whether measureFirstStreams() started this process to make a measurement.
 bool isFirstStreamProcess(int argc, char** argv);
-/// Prints the figures that were asked for.
+/// Makes the measurement and prints the figures.
 void runFirstStreamProcess(const std::string& argument);
 
 }  // namespace cabinaudio::bench

@@ -10,13 +10,13 @@
 
 namespace cabinaudio::bench {
 
-/// What there is to know about a stream client in order to do the same with less.
+/// Facts about a stream client that a minimal stream of the same kind needs.
 struct StreamKind {
     const char* name;         ///< in the tables
     AudioTagType tag;         ///< also the number of its connection type
     std::uint32_t create;     ///< function id
-    std::uint32_t initCheck;  ///< function id, 0: nothing is asked
-    bool hasRing;             ///< maps one when it is constructed; else when the server says so
+    std::uint32_t initCheck;  ///< function id, 0: no request
+    bool hasRing;             ///< maps a ring when constructed; otherwise on the announcement
 };
 
 template <typename Function>
@@ -42,7 +42,7 @@ inline constexpr StreamKind UPLINK{"uplink", AUDIO_TAG_UPLINK,
 inline constexpr std::array<const StreamKind*, 5> KINDS{&ALTERNATIVE, &AUXILIARY, &SINK, &RECORD,
                                                         &UPLINK};
 
-/// All streams are called so, and their rings with them.
+/// Name of all streams, and of their rings.
 inline constexpr char STREAM_NAME[] = "bench";
 
 }  // namespace cabinaudio::bench

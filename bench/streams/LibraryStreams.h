@@ -12,13 +12,13 @@
 
 namespace cabinaudio::bench {
 
-/// Nothing is played or recorded, so the answering server does not care.
+/// The answering server ignores the format, because nothing is played or recorded.
 inline AudioFormatDesc& anyFormat() {
     static AudioFormatDesc none{};
     return none;
 }
 
-/// The library's streams with the constructor of MinimalStream.
+/// The library's streams, with MinimalStream's constructor.
 template <typename Client>
 class LibraryStream : public Client {
 public:
@@ -28,7 +28,7 @@ public:
         : Client(STREAM_NAME, kind.tag, anyFormat(), 0) {}
 };
 
-/// Calls `use` with the library's class of a kind: use.template operator()<Class>().
+/// Calls `use` with the library's class for a kind: use.template operator()<Class>().
 template <typename Use>
 void withLibraryClass(const StreamKind& kind, Use use) {
     switch (kind.tag) {

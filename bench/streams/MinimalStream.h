@@ -30,10 +30,10 @@ private:
     std::optional<WorkerThread> mThread;
 };
 
-/// What a stream client is made of, and nothing else: a registered connection with its receive
-/// thread, a notifier thread and a created stream; if it has a ring from the start, also that ring,
-/// mapped from a shared-memory object, and a thread that waits for it. What the construction of the
-/// library's streams is measured against.
+/// The parts of a stream client and nothing else: a registered connection with its receive thread,
+/// a notifier thread and a created stream; for streams with a ring from the start also that ring,
+/// mapped from a shared-memory object, and a thread that waits for it. Baseline for the
+/// construction of the library's streams.
 class MinimalStream {
 public:
     explicit MinimalStream(const StreamKind& kind);
@@ -41,7 +41,7 @@ public:
     MinimalStream(const MinimalStream&) = delete;
     MinimalStream& operator=(const MinimalStream&) = delete;
 
-    /// Confirms the stream with the server, if its kind does. @return the status
+    /// Sends the initial check, if this kind has one. @return the status
     int initCheck();
 
 private:

@@ -41,7 +41,7 @@ struct Mapping {
     std::uintptr_t begin = 0;
     std::uintptr_t end = 0;
     bool readable = false;
-    std::string file;  // empty for memory without one
+    std::string file;  // empty for anonymous memory
 
     explicit Mapping(const std::string& line) {
         char access[5] = "";

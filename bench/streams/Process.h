@@ -6,24 +6,23 @@
 namespace cabinaudio::bench {
 
 /// Resident memory of this process in KiB. Exact, unlike the kernel's running counters, and read
-/// without allocating.
+/// without allocating memory.
 struct Memory {
     long resident;  ///< all pages in memory, also those shared with other processes
-    long own;       ///< of these the ones that no other process has
+    long own;       ///< pages that no other process shares
 };
 Memory memoryNow();
 
-/// Brings all files that are mapped into this process into its memory, but for one library's. In a
-/// process that has been at work for a while the C and C++ libraries are there already, and count
-/// for none of their users.
-/// @param exempt  begin of the library's file name
+/// Faults in all files that are mapped into this process, except one library's. In a long-running
+/// process the C and C++ libraries are already in memory, and cost none of their users anything.
+/// @param exempt  beginning of the library's file name
 void touchMappedFilesExcept(const std::string& exempt);
 
-/// Threads of this process, the calling one included.
+/// Number of threads of this process, including the calling one.
 int threadCount();
 
-/// Runs this program once more with one argument.
-/// @return what it wrote to its standard output
+/// Runs this program again with one argument.
+/// @return its standard output
 std::string outputOfThisProgram(const std::string& argument);
 
 }  // namespace cabinaudio::bench

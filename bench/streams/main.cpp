@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a stream costs: the construction and the end of each stream client, its threads and its
-// memory; and the streams of other systems, for comparison.
+// Cost of a stream: construction and destruction of each stream client, its threads and its memory;
+// and the streams of other systems, for comparison.
 #include "bench/streams/FirstStream.h"
 #include "bench/streams/LibraryStreams.h"
 #include "bench/streams/MinimalStream.h"
@@ -30,10 +30,10 @@ constexpr double MOST_RESIDENT_KIB = 256;
 constexpr double THREADS = 2;
 constexpr double RING_THREADS = 1;
 
-/// The times of one life of a stream, ns.
+/// Times of one stream's construction and destruction, ns.
 struct Life {
     std::uint64_t construct;
-    std::optional<std::uint64_t> check;  // peers have no such step
+    std::optional<std::uint64_t> check;  // empty for peers, which have no such step
     std::uint64_t destroy;
 };
 
@@ -60,7 +60,7 @@ std::optional<Life> live(Peer& peer) {
     return Life{opened - beginning, std::nullopt, end - opened};
 }
 
-/// Registers a benchmark of one life after another.
+/// Registers a benchmark of consecutive stream lives.
 template <typename LiveOnce>
 void addProgram(const std::string& name, int repeats, LogLines lines, LiveOnce liveOnce) {
     const auto measure = [lines, liveOnce](benchmark::State& state) {

@@ -27,7 +27,7 @@ struct Request {
     std::uint32_t payload[42];
 };
 
-/// A frame header, and behind it the longest body, or a status and a notification.
+/// A frame header, followed by space for the longest body, or for a status and a notification.
 struct Answer {
     SocketFrameHeader header;
     std::uint8_t rest[sizeof(wire::StatusReply) + sizeof(SocketFrameHeader)];
@@ -40,7 +40,7 @@ std::size_t put(Answer& answer, const Reply& reply) {
     return sizeof(SocketFrameHeader) + sizeof reply;
 }
 
-/// Success, and in the same piece the news that the stream's ring is there.
+/// A status of success, followed by the notification of the stream's ring in the same send.
 std::size_t putWithNotification(Answer& answer, std::uint32_t event, std::uint32_t value) {
     const std::size_t length = put(answer, wire::StatusReply{0});
     SocketFrameHeader notification{};
@@ -92,7 +92,7 @@ std::size_t answerVolume(std::uint32_t function, Answer& answer) {
     return put(answer, wire::StatusReply{0});
 }
 
-/// Fills what is behind the header. @return bytes of the whole answer
+/// Fills in the part after the header. @return bytes of the complete answer
 std::size_t answerTo(const Request& request, Answer& answer) {
     const std::uint32_t type = request.header.type;
     if (request.header.cmd == AUDIO_CMD_REGISTER) return put(answer, wire::RegistrationReply{0, 1});
@@ -111,7 +111,7 @@ void serve(int connection) {
     Answer answer{};
     answer.header.magic = FRAME_MAGIC;
     answer.header.headerId = HEADER_REPLY;
-    // A client sends each message in one piece and waits for its answer.
+    // A client sends each message in one piece and waits for the reply.
     while (recv(connection, &request, sizeof request, 0) >= ssize_t{sizeof(audio_param)}) {
         const std::size_t length = answerTo(request, answer);
         answer.header.sendTimeUs = nowUs();
@@ -121,7 +121,7 @@ void serve(int connection) {
 
 [[noreturn]] void serveForEver(int listener) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    becomeRealTime();  // whoever measures says whether that is permitted
+    becomeRealTime();  // the measuring program reports whether it is permitted
     for (;;) {
         const int connection = accept(listener, nullptr, nullptr);
         if (connection < 0) _exit(1);

@@ -6,7 +6,7 @@
 
 namespace cabinaudio::bench {
 
-/// Nanoseconds of a clock of the system.
+/// Time of a system clock, in nanoseconds.
 inline std::uint64_t nanoseconds(clockid_t clock) {
     timespec time{};
     clock_gettime(clock, &time);

@@ -56,7 +56,7 @@ Daemon::Daemon(const Start& start) : mName(start.command.front()), mLogFile(star
 
 Daemon::~Daemon() {
     if (mProcess < 0) return;
-    kill(mProcess, SIGTERM);  // some remove what they have left in shared memory
+    kill(mProcess, SIGTERM);  // lets servers remove their shared memory
     const std::uint64_t limit = nowNs() + END_LIMIT_NS;
     while (waitpid(mProcess, nullptr, WNOHANG) == 0) {
         if (nowNs() > limit) kill(mProcess, SIGKILL);

@@ -9,13 +9,13 @@
 
 namespace cabinaudio::bench {
 
-/// A server program that runs as long as this object, or this process, lives.
+/// A server program that runs as long as this object and this process exist.
 class Daemon {
 public:
     struct Start {
         std::vector<std::string> command;
-        std::vector<std::string> environment;  ///< NAME=value, besides the own one
-        std::string logFile;                   ///< for what the program writes
+        std::vector<std::string> environment;  ///< NAME=value, beside this process's own
+        std::string logFile;                   ///< receives the program's output
     };
 
     explicit Daemon(const Start& start);
@@ -23,8 +23,8 @@ public:
     Daemon(const Daemon&) = delete;
     Daemon& operator=(const Daemon&) = delete;
 
-    /// Tries until it succeeds.
-    /// @throws std::runtime_error when the program has ended, or after 5 s; with its last words
+    /// Calls `isReady` until it succeeds.
+    /// @throws std::runtime_error with the end of the log, if the program has ended or after 5 s
     void await(const std::function<bool()>& isReady);
 
     [[nodiscard]] pid_t process() const { return mProcess; }
@@ -37,7 +37,7 @@ private:
     pid_t mProcess;
 };
 
-/// Writes a file for a server to read.
+/// Writes a configuration file for a server.
 void writeFile(const std::string& path, const std::string& text);
 
 }  // namespace cabinaudio::bench

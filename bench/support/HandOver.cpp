@@ -102,7 +102,7 @@ void HandOver::receiveFrames() {
         announceReply();
         sem_wait(&mReplySem);
     }
-    announceReply();  // a requester then finds the end of the stream
+    announceReply();  // the requester then sees the end of the stream
 }
 
 void HandOver::announceReply() {

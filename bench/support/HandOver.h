@@ -16,8 +16,8 @@
 
 namespace cabinaudio::bench {
 
-/// The least that a client of the server can be when a receive thread reads the frame headers and
-/// the requesting thread the bodies: what the library is measured against. Nothing is logged,
+/// Minimal client of the server with a receive thread that reads the frame headers, and a
+/// requesting thread that reads the bodies: the baseline for the library. Nothing is logged,
 /// retried or guarded.
 ///
 ///     requester                          receive thread
@@ -32,8 +32,8 @@ public:
     HandOver(const HandOver&) = delete;
     HandOver& operator=(const HandOver&) = delete;
 
-    /// A request of some words in a heap block of its own, the reply in another one.
-    /// @return the first word of the reply, or -1 when the request did not go through
+    /// Sends a request of `words` from its own heap block; the reply goes to another one.
+    /// @return the first word of the reply, or -1 when the request failed
     std::int32_t request(std::initializer_list<std::uint32_t> words, std::size_t replyLength);
 
 private:

@@ -19,7 +19,7 @@ void setLogLines(LogLines what) {
 
 }  // namespace cabinaudio::bench
 
-/// The executable's definition comes before the log library's, for the library's calls too.
+/// The executable's definition precedes the log library's, also for the library's calls.
 extern "C" int __android_log_print(int /*priority*/, const char* /*tag*/, const char* format, ...) {
     using cabinaudio::bench::LogLines;
     if (cabinaudio::bench::gWhat.load(std::memory_order_relaxed) == LogLines::Dropped) return 0;

@@ -3,13 +3,13 @@
 
 namespace cabinaudio::bench {
 
-/// What happens to the library's log lines in this program. None is written anywhere.
+/// Treatment of the library's log lines in this program. They are never written.
 enum class LogLines {
-    Dropped,    ///< before anything is formatted: what remains is the library's own work
-    Formatted,  ///< into a buffer, as the log library does, and dropped then
+    Dropped,    ///< before formatting: only the library's own work remains
+    Formatted,  ///< into a buffer, as the log library does, then dropped
 };
 
-/// Holds from now on, for all threads. Initially Dropped.
+/// Applies from now on, to all threads. Initially Dropped.
 void setLogLines(LogLines what);
 
 }  // namespace cabinaudio::bench

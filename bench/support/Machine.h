@@ -5,9 +5,9 @@
 
 namespace cabinaudio::bench {
 
-/// Gives this program, and what it executes, socket and object names of its own, so that it meets
-/// no server that runs on this machine. Needs the board stand-in in the program. Its end removes
-/// what has been left in shared memory under these names.
+/// Gives this program, and programs that it executes, private socket and object names, so that it
+/// does not reach a server running on this machine. Needs the board stand-in in the program. The
+/// destructor removes leftovers under these names from shared memory.
 class PrivateInstance {
 public:
     PrivateInstance();
@@ -19,13 +19,13 @@ private:
     std::string mName;
 };
 
-/// Keeps this process, and all that it starts from now on, on one CPU. Where every wake-up stays on
-/// one CPU the figures repeat; across CPUs they vary by several times from round to round.
-/// @param cpu  number, or -1 for the last one that the process may use
+/// Pins this process, and all that it starts from now on, to one CPU. With all wake-ups on one CPU
+/// the figures are repeatable; across CPUs they vary by several times between rounds.
+/// @param cpu  number, or -1 for the last permitted one
 /// @return the number
 int stayOnOneCpu(int cpu);
 
-/// Gives the calling process what the library's threads have: SCHED_RR, highest priority.
+/// Gives the calling process the scheduling of the library's threads: SCHED_RR, highest priority.
 /// @return false when the system refuses it
 bool becomeRealTime();
 

@@ -6,18 +6,18 @@
 
 namespace cabinaudio::bench {
 
-/// How a program measures; the values given here are the defaults shown by --help.
+/// Measuring options of a program; its values are the defaults shown by --help.
 struct Options {
-    int rounds;           ///< each program runs once in every round
-    int repeats;          ///< measurements of one program in one round
-    int cpu = -1;         ///< -1: the last one that may be used
+    int rounds;           ///< each program runs once per round
+    int repeats;          ///< measurements of a program per round
+    int cpu = -1;         ///< -1: the last permitted one
     bool anyCpu = false;  ///< do not pin
     std::string json{};   ///< file, empty for none
 };
 
-/// Reads the command line; the flags of Google Benchmark are understood as well.
-/// @param options  the defaults, changed by what was given
-/// @return an exit status when the program has to end: help was asked for, or the line is wrong
+/// Reads the command line; Google Benchmark's flags are accepted too.
+/// @param options  the defaults; overwritten with the given values
+/// @return an exit status when the program must end: help was requested, or the line is invalid
 std::optional<int> readCommandLine(int argc, char** argv, const std::string& what,
                                    Options& options);
 

@@ -7,8 +7,8 @@ namespace cabinaudio::bench {
 
 namespace {
 
-/// What a stream needs, and a sink that plays nothing. No session manager: the stream is ready when
-/// the server has made its node; nothing links it to the sink.
+/// The modules that a stream needs, and a sink that plays nothing. No session manager: the stream
+/// is ready once the server has created its node; nothing links it to the sink.
 constexpr char PIPEWIRE_CONFIGURATION[] = R"(
 context.properties = {
     core.daemon = true
@@ -46,8 +46,8 @@ std::string socketIn(const std::string& directory) {
     return directory + "/socket";
 }
 
-/// The board stand-in of this program: it gives shared memory names of its own, and a server has to
-/// use the same.
+/// Path of this program's board stand-in: it maps the names of shared memory, so a server must use
+/// the same one.
 std::string boardLibrary() {
     Dl_info where{};
     void* const function = dlsym(RTLD_DEFAULT, "cabinaudio_board_active");

@@ -5,20 +5,20 @@
 
 #include <string>
 
-// Servers of other systems, each on a socket in a directory of its own, without a sound card.
+// Servers of other systems, without a sound card, each with a socket in its own directory.
 
 namespace cabinaudio::bench {
 
 /// With a sink that plays nothing.
 Daemon::Start pulseServer(const std::string& directory);
-/// Where its clients find it.
+/// Address for the server's clients.
 std::string pulseAddress(const std::string& directory);
 
-/// With a sink that plays nothing. Its clients need PIPEWIRE_RUNTIME_DIR with the directory.
+/// With a sink that plays nothing. Its clients need PIPEWIRE_RUNTIME_DIR set to the directory.
 Daemon::Start pipeWireServer(const std::string& directory);
 inline constexpr char PIPEWIRE_CORE[] = "cabinaudio-bench";
 
-/// A bus of messages, without services.
+/// A message bus without services.
 Daemon::Start busServer(const std::string& directory);
 std::string busAddress(const std::string& directory);
 

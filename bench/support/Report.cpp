@@ -83,7 +83,7 @@ void Report::table(const std::string& title, const Results& results,
 
 void Report::ratio(const Results& results, const std::string& counter, const std::string& numerator,
                    const std::string& denominator, std::optional<double> atMost) {
-    if (!results.has(numerator) || !results.has(denominator)) return;  // left out by a filter
+    if (!results.has(numerator) || !results.has(denominator)) return;  // excluded by a filter
     const std::vector<double>& above = results.values(numerator, counter);
     const std::vector<double>& below = results.values(denominator, counter);
     std::vector<double> single;
@@ -108,7 +108,7 @@ void Report::ratio(const Results& results, const std::string& counter, const std
 
 void Report::quotient(const Results& results, const std::string& program, const std::string& above,
                       const std::string& below, double atMost) {
-    if (!results.has(program)) return;  // left out by a filter
+    if (!results.has(program)) return;  // excluded by a filter
     const double value =
         results.spread(program, above).median / results.spread(program, below).median;
     std::vector<double> single;

@@ -17,18 +17,18 @@ struct Column {
     std::string heading;
     std::string counter;
     bool withRange = false;  ///< "median [min..max]" instead of the median alone
-    double unit = 1;         ///< what the values are divided by
-    int digits = 0;          ///< behind the point
+    double unit = 1;         ///< divisor for the values
+    int digits = 0;          ///< digits after the decimal point
 };
 
-/// Prints what was measured and keeps it for the JSON file. Goals are only shown: no figure makes a
+/// Prints the results and keeps them for the JSON file. Goals are only shown: no figure makes a
 /// program fail.
 class Report {
 public:
     /// Prints the title and the machine with its load.
     Report(const std::string& title, const Options& options);
 
-    /// One line about how was measured.
+    /// Prints one line about the conditions of the measurement.
     void setting(const std::string& name, const std::string& value);
     /// One line per program.
     void table(const std::string& title, const Results& results,
@@ -36,13 +36,13 @@ public:
     /// Ratio of two programs' medians; the range is that of the ratios within single rounds.
     void ratio(const Results& results, const std::string& counter, const std::string& numerator,
                const std::string& denominator, std::optional<double> atMost = std::nullopt);
-    /// One counter of a program : another one of the same.
+    /// Ratio of two counters of one program.
     void quotient(const Results& results, const std::string& program, const std::string& above,
                   const std::string& below, double atMost);
-    /// A figure that has a goal of its own.
+    /// A figure with its own goal.
     void figure(const std::string& name, double value, const std::string& unit, double goal,
                 bool exactly);
-    /// Prints the load at the end and writes the JSON file if one is wanted.
+    /// Prints the load at the end, and writes the JSON file if requested.
     void finish();
 
 private:

@@ -11,7 +11,7 @@ namespace cabinaudio::bench {
 
 namespace {
 
-/// Prints nothing: the figures are of use only when all rounds are done.
+/// Prints nothing, because the figures are complete only after all rounds.
 class Collector : public benchmark::BenchmarkReporter {
 public:
     explicit Collector(Results& results) : mResults(results) {}

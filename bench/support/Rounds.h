@@ -8,7 +8,7 @@
 
 namespace cabinaudio::bench {
 
-/// Where the values of several rounds lie.
+/// Distribution of a value over several rounds.
 struct Spread {
     double median;
     double min;
@@ -16,7 +16,7 @@ struct Spread {
 };
 Spread spreadOf(std::vector<double> values);
 
-/// The value below which `share` (0 to 1) of the samples lie. Sorts them.
+/// The value below which a `share` (0 to 1) of the samples lies. Sorts them.
 double quantile(std::vector<std::uint64_t>& samples, double share);
 
 /// One value per round of every counter of every program.
@@ -39,8 +39,8 @@ private:
 };
 
 /// Runs all registered benchmarks once, in the order of their registration, then all of them again,
-/// and so on: what disturbs the machine for a while disturbs all of them. Collects their counters.
-/// @throws std::runtime_error when one of them reports an error
+/// and so on, so that a temporary disturbance affects all of them. Collects their counters.
+/// @throws std::runtime_error when a benchmark reports an error
 Results runInRounds(int rounds);
 
 }  // namespace cabinaudio::bench

@@ -11,7 +11,7 @@ ScratchDirectory::ScratchDirectory() {
     std::string path = std::filesystem::temp_directory_path() / "cabinaudio-bench-XXXXXX";
     if (mkdtemp(path.data()) == nullptr) raise(errno, "mkdtemp");
     mPath = path;
-    // Servers that give up being root must still find their files in it.
+    // Servers that drop root privileges must still find their files in it.
     std::filesystem::permissions(
         mPath, std::filesystem::perms::group_exec | std::filesystem::perms::others_exec,
         std::filesystem::perm_options::add);

@@ -6,7 +6,7 @@
 
 namespace cabinaudio::bench {
 
-/// A directory that goes with its owner.
+/// A temporary directory that its destructor removes.
 class ScratchDirectory {
 public:
     ScratchDirectory();

@@ -5,8 +5,8 @@
 
 namespace cabinaudio::bench {
 
-/// A thread like the library's, and no more: SCHED_RR at the highest priority, named, deaf to
-/// signals. Whoever owns it makes its body return before destroying it.
+/// A thread with the properties of the library's: SCHED_RR at the highest priority, named, with all
+/// signals blocked. The owner must make its body return before destroying it.
 class WorkerThread {
 public:
     WorkerThread(const char* name, void* (*body)(void*), void* argument);

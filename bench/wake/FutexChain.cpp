@@ -13,7 +13,7 @@ std::uint32_t valueOf(std::uint32_t& word) {
     return std::atomic_ref(word).load(std::memory_order_acquire);
 }
 
-/// @return false when a sleep has taken longer than the limit
+/// @return false when a sleep has exceeded the limit
 bool sleepWhile(std::uint32_t& word, int operation, std::uint32_t value, const timespec* limit) {
     while (valueOf(word) == value)
         if (futexWait(&word, operation, value, limit) != 0 && errno == ETIMEDOUT) return false;
@@ -40,7 +40,7 @@ bool FutexChain::wait(const timespec* limit) {
 
 void* FutexChain::pass(void* self) {
     auto& chain = *static_cast<FutexChain*>(self);
-    std::uint32_t seen = 0;  // what the word begins with
+    std::uint32_t seen = 0;  // the word's initial value
     for (;;) {
         sleepWhile(*chain.mWord, FUTEX_WAIT, seen, nullptr);
         seen = valueOf(*chain.mWord);

@@ -10,23 +10,24 @@
 
 namespace cabinaudio::bench {
 
-/// Two wake-ups in a row and nothing else: the limit of everything that hands a post of another
-/// process to a waiting caller by a thread of its own.
+/// Two wake-ups in a row and nothing else: the lower bound for any design whose own thread passes
+/// another process's post on to a waiting caller.
 ///
 ///     poster               thread like the library's       caller
 ///     word += 1, wake  ->  futex wait returns; wake    ->  futex wait returns
 class FutexChain {
 public:
-    /// @param word  what the poster counts up and wakes, in memory shared with it
+    /// @param word  incremented and woken by the poster, in memory shared with it
     explicit FutexChain(std::uint32_t* word);
     ~FutexChain();
     FutexChain(const FutexChain&) = delete;
     FutexChain& operator=(const FutexChain&) = delete;
 
-    /// Sleeps until the poster's next wake-up has come through.
-    /// @param limit  for a sleep, as the library's have one: the kernel sets a timer for it and
-    ///               takes it back. Null for none
-    /// @return false when it is over
+    /// Waits for the poster's next wake-up, passed on by the thread.
+    /// @param limit  timeout of each sleep, as the library has one: the kernel sets and cancels a
+    /// timer
+    ///               for it. Null for none
+    /// @return false on timeout
     bool wait(const timespec* limit);
 
 private:

@@ -11,8 +11,8 @@
 
 namespace cabinaudio::bench {
 
-/// The least that a stream client's wait can be: a semaphore shared with the poster, a thread that
-/// waits for it and signals a condition, a caller that waits for the condition with a time limit.
+/// Minimal wait of a stream client: a semaphore shared with the poster, a thread that waits for it
+/// and signals a condition, and a caller that waits for the condition with a timeout.
 class MinimalWait {
 public:
     /// @param semaphore  in memory shared with the poster
@@ -31,7 +31,7 @@ private:
     sem_t* mSemaphore;
     pthread_mutex_t mLock = PTHREAD_MUTEX_INITIALIZER;
     pthread_cond_t mChanged;
-    bool mIsBlocked = false;  // these two are guarded by mLock
+    bool mIsBlocked = false;  // guarded by mLock, like the next member
     bool mIsPosted = false;
     std::atomic<bool> mRunning{true};
     std::optional<WorkerThread> mThread;

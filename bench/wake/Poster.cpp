@@ -22,8 +22,8 @@ namespace cabinaudio::bench {
 
 struct Poster::Shared {
     sem_t ordered;
-    sem_t done;  // posted for orders that are awaited
-    // The order; the poster does not look at it any more once it has begun.
+    sem_t done;  // posted when an awaited order is complete
+    // The order; the poster does not read it after it has begun.
     Deed deed;
     int ring;
     bool isAwaited;
@@ -36,7 +36,7 @@ struct Poster::Shared {
     alignas(64) sem_t semaphore;
 };
 
-/// What runs in the other process.
+/// The code that runs in the other process.
 class Poster::Process {
 public:
     explicit Process(Shared& shared) : mShared(shared) {}
@@ -44,7 +44,7 @@ public:
     [[noreturn]] void obeyForEver() {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         prctl(PR_SET_TIMERSLACK, 1);
-        becomeRealTime();  // whoever measures says whether that is permitted
+        becomeRealTime();  // the measuring program reports whether it is permitted
         for (;;) {
             while (sem_wait(&mShared.ordered) != 0) {
             }
@@ -82,7 +82,7 @@ private:
         ring.memory = std::make_unique<ShareMemoryEx>(
             type, mShared.name, reinterpret_cast<const unsigned char*>(address), mShared.size,
             SHM_MODE_CREATOR, nullptr);
-        // A ring shows where its data lies only when there is some.
+        // A ring's view gives the address of its data only if there is data.
         ring.memory->write(mChunk.data(), CHUNK);
         audio_buffer_provider_t view{};
         ring.memory->getNextBuffer(view);
@@ -90,7 +90,7 @@ private:
         ring.memory->clear();
     }
 
-    /// A server posts when it has just had the bytes in its hands, so they are in the cache.
+    /// Touches the bytes first: a real server has just copied them, so they are in its cache.
     void handle(Deed deed, int number) {
         const Ring& ring = mRings[static_cast<std::size_t>(number)];
         if (deed == Deed::FillChunk)

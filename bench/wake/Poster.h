@@ -10,22 +10,22 @@
 
 namespace cabinaudio::bench {
 
-/// The server's side of the rings, in a process of its own: SCHED_RR at the highest priority where
-/// that is permitted. Does what it is told, one order at a time.
+/// The server's side of the rings, in its own process: SCHED_RR at the highest priority if
+/// permitted. Executes orders one at a time.
 ///
-/// Make it before any thread is started: it forks.
+/// Create it before any thread is started, because it forks.
 class Poster {
 public:
     enum class Deed : std::uint32_t {
         MapRing,    ///< map a ring as its creator
-        FillChunk,  ///< move a ring's write offset on, and post
-        TakeChunk,  ///< move a ring's read offset on, and post
-        WakeWord,   ///< count up word() and wake who sleeps on it
+        FillChunk,  ///< advance a ring's write offset, and post
+        TakeChunk,  ///< advance a ring's read offset, and post
+        WakeWord,   ///< increment word() and wake its waiters
         PostSem,    ///< post semaphore()
     };
 
-    /// How far an offset moves, bytes. They are filled or taken before the time is taken: how long
-    /// a server copies is not of interest.
+    /// Bytes that an offset advances. They are filled or taken before the time is taken, because
+    /// the server's copying is not part of the measurement.
     static constexpr std::uint32_t CHUNK = 64;
     static constexpr int MOST_RINGS = 8;
 
@@ -38,16 +38,16 @@ public:
     /// @param address  of the data, 0 for a POSIX object
     void mapRing(int ring, const char* name, std::uint32_t address, std::uint32_t size);
 
-    /// Does it now, and returns when it is done.
+    /// Executes the order now, and returns when it is complete.
     void doNow(Deed deed, int ring);
 
-    /// Returns at once. The deed follows in 100 us, when the caller sleeps.
+    /// Returns at once. The order is executed after 100 us, when the caller sleeps.
     void doSoon(Deed deed, int ring);
 
-    /// When the last deed began, nowNs().
+    /// When the last order began, as nowNs().
     [[nodiscard]] std::uint64_t postedAt() const;
 
-    /// In memory that is shared with the poster; both begin with 0.
+    /// In memory shared with the poster; both start at 0.
     [[nodiscard]] std::uint32_t* word();
     [[nodiscard]] sem_t* semaphore();
 

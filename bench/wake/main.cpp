@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// How long after the server's post a blocked read or write returns, against the two wake-ups alone
-// that lie between.
+// Time from the server's post to the return of a blocked read or write, against the two wake-ups
+// alone that it needs.
 #include <cabinaudio/client/ClientRecord.h>
 #include <cabinaudio/client/ClientRecordRt.h>
 #include <cabinaudio/client/ClientSink.h>
@@ -57,7 +57,7 @@ long timesAsleep() {
     return usage.ru_nvcsw;
 }
 
-/// Something that blocks until the poster has done its deed.
+/// A call that blocks until the poster has executed its order.
 struct Waiter {
     Poster& poster;
     Poster::Deed deed;
@@ -76,7 +76,7 @@ void measureWakeUps(const Waiter& waiter, benchmark::State& state) {
         const std::uint64_t returned = nowNs();
         if (!isDone) return false;
         if (!isMeasured) return true;
-        // Somebody else had the processor, and the post came before the sleep: no wake-up.
+        // The caller was preempted, and the post came before its sleep: no wake-up.
         if (timesAsleep() == asleepBefore)
             ++unusable;
         else
@@ -114,8 +114,8 @@ void awaitRing(Stream& stream) {
     }
 }
 
-/// A ring in physical memory asks the cache device before each piece that is copied out, and after
-/// each that was copied in.
+/// A ring in physical memory calls the cache device before each piece that is copied out, and after
+/// each piece that is copied in.
 class CacheDevice {
 public:
     CacheDevice() : mDescriptor(checked(open("/dev/cache", O_RDWR | O_CLOEXEC), "/dev/cache")) {}
@@ -152,7 +152,7 @@ public:
         prepare(mUplink);
         fill(mTrack);
         fill(mSink);
-        // An uplink reads by the clock until its ring has met a request.
+        // An uplink returns silence by the clock until its ring has served one request.
         mPoster.doNow(Poster::Deed::FillChunk, UPLINK_RING);
         require(mUplink.read(mChunk, CHUNK, true) == CHUNK, "the uplink's ring gives nothing");
     }

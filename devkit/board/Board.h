@@ -5,9 +5,9 @@
 
 #include <cstdint>
 
-/// What the board stand-in (`libcabinaudio-board.so`) offers, and the names it
-/// is steered by. A program gets the stand-in in one of two ways:
-/// - `cabinaudio-run PROGRAM` preloads it into a program that knows nothing of it;
+/// Interface of the board stand-in (`libcabinaudio-board.so`), and the names that
+/// control it. A program gets the stand-in in one of two ways:
+/// - `cabinaudio-run PROGRAM` preloads it into an unmodified program;
 /// - the program links the CMake target `cabinaudio-board` (our server and tests).
 ///
 /// The stand-in does nothing until one of the board's own names is used: the two
@@ -15,16 +15,16 @@
 /// real-time thread that the process may not create.
 namespace cabinaudio::board {
 
-/// Version that cabinaudio_board_active() returns; it grows when the stand-in
-/// learns to stand in for something more.
+/// Version that cabinaudio_board_active() returns; it is incremented when the stand-in covers
+/// something more.
 constexpr int kVersion = 1;
 
 /// File name and soname of the stand-in.
 constexpr char kLibraryName[] = "libcabinaudio-board.so";
 
-/// Physical addresses are offsets into one sparse file of this many bytes. It is
-/// below 2 GiB because a 32-bit program without large-file support cannot open
-/// a larger one; every physical address that is handed out must lie below it.
+/// Physical addresses are offsets into one sparse file of this many bytes. It is below 2 GiB
+/// because a 32-bit program without large-file support cannot open a larger file; every allocated
+/// physical address must lie below it.
 constexpr std::uint64_t kPhysicalMemorySize = 0x7f000000;
 
 /// Environment: instance name, 1 to 32 of A-Z a-z 0-9 _ and - ("audio_config" is
@@ -32,24 +32,23 @@ constexpr std::uint64_t kPhysicalMemorySize = 0x7f000000;
 /// and the diagnostics file; processes of two instances share none of them.
 /// Unset or empty: the common instance, whose names are the board's own.
 ///
-/// It is read at each use, so a program may set it at the start of main(). With
-/// any other value each call that needs the name fails with EINVAL, and one line
-/// on stderr says why: nothing is ever shared by mistake.
+/// It is read at each use, so a program may set it at the start of main(). With an invalid name
+/// each call that needs it fails with EINVAL, and one line on stderr gives the reason: nothing is
+/// ever shared by mistake.
 ///
-/// No dot is allowed, because "a" with an object "b.x" and "a.b" with an object
-/// "x" would meet in one name.
+/// Dots are not allowed, because instance "a" with an object "b.x" and instance "a.b" with an
+/// object "x" would give the same name.
 constexpr char kInstanceVariable[] = "CABINAUDIO_INSTANCE";
 
 /// Environment: directory that holds `audio_config`, instead of
 /// `${XDG_CONFIG_HOME:-$HOME/.config}/cabinaudio[/<instance>]`.
 constexpr char kConfigDirectoryVariable[] = "CABINAUDIO_CONFIG_DIR";
 
-/// Environment: "<descriptor>:<process id>", set by the launcher for one exec. The
-/// library answers on the descriptor, closes it and removes the variable before
-/// main() is entered.
+/// Environment: "<descriptor>:<process id>", set by the launcher for one exec. The library answers
+/// on the descriptor, closes it and removes the variable before main() is entered.
 constexpr char kHandshakeVariable[] = "CABINAUDIO_HANDSHAKE";
 
-/// The board's paths and abstract socket names that are stood in for.
+/// The board's paths and abstract socket names that the stand-in replaces.
 constexpr char kMemoryDevice[] = "/dev/mem";
 constexpr char kCacheDevice[] = "/dev/cache";
 constexpr char kConfigDirectory[] = "/media/flash/nvm/as_server";
@@ -65,21 +64,21 @@ constexpr std::uint32_t kCacheInvalidate = 0x40084304;
 
 extern "C" {
 
-/// @return cabinaudio::board::kVersion. That it can be called at all says that the
-///         stand-in is in this process. Any thread, never blocks.
+/// @return cabinaudio::board::kVersion. If the symbol resolves, the stand-in is in
+///         this process. Any thread, never blocks.
 int cabinaudio_board_active(void) noexcept;
 
 /// @return the instance name that this process uses now, "" for the common one,
-///         nullptr when the environment holds a name that is not allowed. The text
-///         belongs to the environment: it is valid until the variable is changed.
+///         nullptr when the environment holds an invalid name. The text belongs to
+///         the environment: it is valid until the variable is changed.
 const char* cabinaudio_board_instance(void) noexcept;
 }
 
 namespace cabinaudio::board {
 
 /// @return the version of the stand-in in this process, 0 when there is none.
-///         For programs that do not link it and want to know whether they were
-///         started through the launcher.
+///         For programs that do not link it and must know whether they were started
+///         through the launcher.
 inline int activeVersion() noexcept {
     using Active = int();
     auto* active = reinterpret_cast<Active*>(dlsym(RTLD_DEFAULT, "cabinaudio_board_active"));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Cache maintenance: a desktop's memory is coherent, so the requests have nothing to do.
+// Cache maintenance: a desktop's memory is coherent, so the requests do nothing.
 #include "devkit/board/Board.h"
 #include "devkit/board/Devices.h"
 #include "devkit/board/Export.h"
@@ -14,12 +14,12 @@ namespace cabinaudio::board {
 namespace {
 
 int request(libc::Ioctl* next, int descriptor, unsigned long number, void* argument) noexcept {
-    const auto low = static_cast<std::uint32_t>(number);  // all that the kernel looks at
+    const auto low = static_cast<std::uint32_t>(number);  // the kernel ignores the upper bits
     if ((low == kCacheClean || low == kCacheInvalidate) && isCache(descriptor)) {
         return 0;
     }
     const int result = next(descriptor, number, argument);
-    // An emulator knows only the requests of its tables and gives ENOSYS for others.
+    // An emulator handles only the requests that it knows, and returns ENOSYS for others.
     if (result == -1 && errno == ENOSYS && isCache(descriptor)) {
         errno = ENOTTY;
     }
@@ -41,7 +41,7 @@ BOARD_EXPORT int ioctl(int descriptor, unsigned long number, ...) noexcept {
     return request(libc::ioctl.find(), descriptor, number, argument);
 }
 
-// What a 32-bit program built with 64-bit time calls instead.
+// Called by 32-bit programs built with 64-bit time.
 BOARD_EXPORT int __ioctl_time64(int descriptor, unsigned long number, ...) noexcept;
 int __ioctl_time64(int descriptor, unsigned long number, ...) noexcept {
     va_list arguments;

@@ -16,8 +16,8 @@
 namespace cabinaudio::board {
 namespace {
 
-// The cache object says itself what it is: a sealed anonymous file with this text.
-// So no table of descriptors is needed, which close() and dup() would have to keep.
+// The cache object identifies itself: a sealed anonymous file with this text. So no table of
+// descriptors is needed that close() and dup() would have to update.
 constexpr char kCacheMark[] = "cabinaudio-cache\n";
 constexpr int kCacheSeals = F_SEAL_SEAL | F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE;
 
@@ -32,15 +32,15 @@ bool isOwnFile(const struct stat64& found) noexcept {
     return found.st_uid == geteuid() && S_ISREG(found.st_mode);
 }
 
-// The directory is open to every user: a file of that name may be another user's, or a link, and
-// then says nothing about the memory.
+// The directory is writable for all users: a file of that name may be another user's, or a link;
+// such a file is not the memory.
 bool isAnothers(const char* path) noexcept {
     struct stat64 found;
     return lstat64(path, &found) == 0 && !isOwnFile(found);
 }
 
 /// Opens the file in one of its places. `creation` is 0 or O_CREAT | O_EXCL.
-/// @return -1 with errno ENOENT or EEXIST too when the place is another user's
+/// @return -1 with errno ENOENT or EEXIST also when another user owns the place
 int openPlace(const char* instance, unsigned place, int flags, int creation) noexcept {
     PathText path;
     physicalMemoryPath(instance, geteuid(), place, path);
@@ -57,7 +57,7 @@ int openPlace(const char* instance, unsigned place, int flags, int creation) noe
     return isForeign ? -1 : opened;
 }
 
-/// Opens the file in the first place where there is one of this user.
+/// Opens this user's file in the first place that holds one.
 int openExisting(const char* instance, int flags) noexcept {
     for (unsigned place = 0; place < kPhysicalMemoryPlaces; ++place) {
         const int opened = openPlace(instance, place, flags, 0);
@@ -68,8 +68,8 @@ int openExisting(const char* instance, int flags) noexcept {
     return -1;
 }
 
-/// Makes the file in the first place that is free, or opens the one that another process of this
-/// user has made there meanwhile.
+/// Creates the file in the first free place, or opens the file that another process of this user
+/// has created there meanwhile.
 int makeAnywhere(const char* instance, int flags) noexcept {
     for (unsigned place = 0; place < kPhysicalMemoryPlaces; ++place) {
         int opened = openPlace(instance, place, flags, O_CREAT | O_EXCL);
@@ -140,8 +140,8 @@ int openCache(int flags) noexcept {
 bool isCache(int descriptor) noexcept {
     const int error = errno;
     char mark[sizeof kCacheMark];
-    // The seals come first: only files in memory have any, so nothing is ever read
-    // from a pipe, a terminal or a device here.
+    // The seals are checked first: only memory files have seals, so pipes, terminals and devices
+    // are never read here.
     const bool is = fcntl(descriptor, F_GET_SEALS) == kCacheSeals &&
                     pread(descriptor, mark, sizeof mark, 0) == static_cast<ssize_t>(sizeof mark) &&
                     memcmp(mark, kCacheMark, sizeof mark) == 0;

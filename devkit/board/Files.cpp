@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The devices and the diagnostics file, however a program opens them.
+// Opens of the devices and the diagnostics file, through every function of the C library.
 #include "devkit/board/Board.h"
 #include "devkit/board/Devices.h"
 #include "devkit/board/Export.h"
@@ -20,8 +20,8 @@ namespace {
 
 enum class Place { elsewhere, memoryDevice, cacheDevice, configFile };
 
-// A null path must reach the kernel, which answers EFAULT. The headers declare that there
-// is none, and compilers drop a plain test of it.
+// A null path must reach the kernel, which returns EFAULT. The headers declare the path non-null,
+// so compilers drop a plain null check.
 bool isNull(const char* path) noexcept {
     asm("" : "+r"(path));
     return path == nullptr;
@@ -67,7 +67,7 @@ bool mappedConfigFile(PathText& path) noexcept {
     return path.fits();
 }
 
-// `openThere` opens the path it is given, in the way in which the program asked.
+// `openThere` opens the given path in the same way as the program's call.
 template <typename OpenThere>
 int openPlace(const char* path, int flags, OpenThere openThere) noexcept {
     switch (placeOf(path)) {
@@ -85,7 +85,7 @@ int openPlace(const char* path, int flags, OpenThere openThere) noexcept {
     return openThere(path);
 }
 
-// A device cannot be truncated, so its stand-in must not be: fopen(..., "w") would.
+// A device cannot be truncated, so its stand-in must not be: fopen(..., "w") would do it.
 FILE* streamOf(int descriptor, const char* mode) noexcept {
     if (descriptor < 0) {
         return nullptr;
@@ -115,8 +115,8 @@ FILE* openStream(const char* path, const char* mode, libc::Fopen* next) noexcept
     return next(path, mode);
 }
 
-// On the board these directories are part of the system; here they may have to be
-// made. Errors show when the directory itself is made.
+// On the board these directories are part of the system; here they may be missing. Errors show when
+// the last directory is created.
 void makeParents(PathText& path) noexcept {
     for (char* end = path.data() + 1; *end != '\0'; ++end) {
         if (*end == '/') {
@@ -191,7 +191,7 @@ BOARD_EXPORT int openat64(int directory, const char* path, int flags, ...) {
     return openAtAs(libc::openat64, directory, path, flags, mode);
 }
 
-// What a program built with _FORTIFY_SOURCE calls instead of the four above.
+// Called by programs built with _FORTIFY_SOURCE, in place of the four functions above.
 BOARD_EXPORT int __open_2(const char* path, int flags) {
     return openAs(libc::checkedOpen, path, flags);
 }

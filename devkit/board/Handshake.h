@@ -23,8 +23,8 @@ constexpr std::uint16_t kThisMachine =
     EM_NONE;
 #endif
 
-/// What the library sends to the launcher: one message. The machine tells an
-/// emulated program's library from one that got into the emulator itself.
+/// The library's message to the launcher. The machine distinguishes the library in an emulated
+/// program from one that was loaded into the emulator itself.
 struct HandshakeAnswer {
     char magic[4] = {'C', 'A', 'B', 'O'};  // 0
     std::uint16_t version = kVersion;      // 4

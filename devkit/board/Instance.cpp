@@ -24,11 +24,11 @@ void sayOnce(const char* instance, const char* why) noexcept {
     line.append(kLibraryName).append(": ").append(kInstanceVariable).append("=");
     line.append(instance, strnlen(instance, 2 * kInstanceLength)).append(why).append("\n");
     const ssize_t written = write(STDERR_FILENO, line.c_str(), line.length());
-    static_cast<void>(written);  // stderr is all there is to complain to
+    static_cast<void>(written);  // nowhere else to report an error
 }
 
-// A program's .preinit_array runs before the C library has its environment: taking that for
-// "no instance" would share the common one by mistake.
+// A program's .preinit_array runs before the C library has the environment. Treating that as "no
+// instance" would use the common instance by mistake.
 bool isTooEarly() noexcept {
     return environ == nullptr && !gHasEnvironment;
 }

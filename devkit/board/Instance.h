@@ -3,12 +3,11 @@
 
 namespace cabinaudio::board {
 
-/// The instance of this process, "" for the common one. When the environment holds a name
-/// that is not allowed, nullptr: errno is EINVAL then, and once in a process a line on
-/// stderr says why.
+/// The instance of this process, "" for the common one. With an invalid name in the environment
+/// returns nullptr, sets errno to EINVAL, and prints the reason on stderr once per process.
 const char* instanceOrRefuse() noexcept;
 
-/// Told by our constructor: the C library has set the environment up.
+/// Called by the stand-in's constructor: the C library has set up the environment.
 void environmentIsThere() noexcept;
 
 }  // namespace cabinaudio::board

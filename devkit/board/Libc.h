@@ -11,18 +11,18 @@
 
 namespace cabinaudio::board {
 
-/// The definition of a function that comes after ours in the loader's order: the
-/// C library's, or that of another preload or of a shared sanitizer runtime.
+/// The next definition of a function after ours in the loader's order: the C library's, or that of
+/// another preload or a shared sanitizer runtime.
 ///
-/// Looked up when our constructor runs, because the look-up takes the loader's
-/// lock and so is no good between fork and exec, and otherwise at the first use:
-/// constructors of other libraries may come before ours.
+/// Looked up in our constructor, because the look-up takes the loader's lock and is therefore
+/// unsafe between fork and exec; otherwise at the first use, because constructors of other
+/// libraries may run before ours.
 template <typename Function>
 class Next {
 public:
     constexpr explicit Next(const char* name) noexcept : mName(name) {}
 
-    /// nullptr when there is no such function, as in a C library too old for it.
+    /// nullptr when the function does not exist, as in an older C library.
     Function* find() noexcept {
         Function* function = mFunction.load(std::memory_order_relaxed);
         if (function == nullptr) {
@@ -72,7 +72,7 @@ extern constinit Next<PthreadCreate> pthreadCreate;
 
 }  // namespace libc
 
-/// Looks every function of `libc` up.
+/// Looks up every function of `libc`.
 void findAllOfLibc() noexcept;
 
 }  // namespace cabinaudio::board

@@ -16,7 +16,7 @@ bool isInstanceCharacter(char c) noexcept {
            c == '-';
 }
 
-// A relative path would mean another directory in each process.
+// Relative paths are ignored: they would name a different directory in each process.
 const char* absolutePathInEnvironment(const char* variable) noexcept {
     const char* path = getenv(variable);
     return path != nullptr && path[0] == '/' ? path : nullptr;

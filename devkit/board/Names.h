@@ -7,9 +7,8 @@
 
 #include <cstddef>
 
-/// How the board's names are mapped to names on this machine. Nothing here is
-/// interposed and nothing has state, so that the launcher uses the same code to
-/// remove what an instance has left behind.
+/// Mapping of the board's names to names on this machine. Nothing here is interposed or has state,
+/// so the launcher uses the same code to remove an instance's leftovers.
 namespace cabinaudio::board {
 
 constexpr std::size_t kInstanceLength = 32;
@@ -23,12 +22,12 @@ bool isInstanceName(const char* name) noexcept;
 /// The instance in the environment: "" for the common one, nullptr if not allowed.
 const char* instanceInEnvironment() noexcept;
 
-/// Names that the file behind the memory device may have: another user can take
-/// one of them before its owner does.
+/// Number of names for the file behind the memory device: another user can take one of them before
+/// its owner does.
 constexpr unsigned kPhysicalMemoryPlaces = 64;
 
-/// The file behind the memory device, in one of its places. Independent of every
-/// environment variable but the instance, so that server and clients agree always.
+/// The file behind the memory device, in one of its places. Depends on no environment variable
+/// except the instance, so that server and clients always agree.
 void physicalMemoryPath(const char* instance, uid_t user, unsigned place, PathText& path) noexcept;
 
 /// The directory that stands for kConfigDirectory.
@@ -36,12 +35,12 @@ void physicalMemoryPath(const char* instance, uid_t user, unsigned place, PathTe
 ///         home directory is known, ENAMETOOLONG when the path is too long.
 bool configDirectory(const char* instance, PathText& path) noexcept;
 
-/// What every object name of an instance begins with, without the slash.
+/// Common prefix of all object names of an instance, without the slash.
 void sharedMemoryPrefix(const char* instance, NameText& prefix) noexcept;
 
-/// The name, with its slash, that stands for the object `name`, which may begin
-/// with slashes itself. Unchanged for the common instance and for an empty name.
-/// @return false with errno ENAMETOOLONG when it is too long to exist.
+/// The name, with its slash, that stands for the object `name`, which may itself begin with
+/// slashes. Unchanged for the common instance and for an empty name.
+/// @return false with errno ENAMETOOLONG when it is too long for an object
 bool sharedMemoryName(const char* instance, const char* name, NameText& mapped) noexcept;
 
 }  // namespace cabinaudio::board

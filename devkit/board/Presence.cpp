@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// How others learn that the stand-in is here: the launcher by an answer on a socket,
-// programs by two functions.
+// How the stand-in reports that it is loaded: to the launcher by an answer on a socket, to programs
+// by two functions.
 #include "devkit/board/Board.h"
 #include "devkit/board/Export.h"
 #include "devkit/board/Handshake.h"
@@ -17,8 +17,8 @@
 namespace cabinaudio::board {
 namespace {
 
-// The launcher execs the program, so its process id is the program's. A child that
-// found the variable because its parent never saw it must not answer in its place.
+// The launcher execs the program, so its process id is the program's. A child that inherited the
+// variable from a parent without the stand-in must not answer.
 void answerTheLauncher() noexcept {
     const char* offer = getenv(kHandshakeVariable);
     if (offer == nullptr) {

@@ -15,11 +15,11 @@
 namespace cabinaudio::board {
 namespace {
 
-// Environment: the user that was warned of. The launcher and the program that it starts are one
+// Environment: the user that was warned about. The launcher and the program that it starts are one
 // program to the user, who wants one warning.
 constexpr char kWarnedVariable[] = "CABINAUDIO_WARNED_OF_USER";
 
-// The owner of the listening socket, also before the server accepts, and when it refuses.
+// The owner of the listening socket; available before the server accepts, and when it refuses.
 std::optional<uid_t> ownerOf(int connection) {
     ucred credentials = {};
     socklen_t size = sizeof credentials;
@@ -27,7 +27,7 @@ std::optional<uid_t> ownerOf(int connection) {
     return credentials.uid;
 }
 
-// -1 when nobody listens.
+// -1 when no socket listens under the name.
 int connectTo(const std::string& name) {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
@@ -55,7 +55,8 @@ std::string warningOfForeignServer(const std::string& instance, Look look) {
     const std::string suffix = instance.empty() ? "" : "." + instance;
     const int control = connectTo(kControlSocket + suffix);
     if (control >= 0 || look == Look::AtControlSocket) return warningOf(control);
-    // Without one it is not the development server, or a user who has taken the clients' name only.
+    // Without a control socket it is not the development server, or another user has taken only the
+    // clients' name.
     return warningOf(connectTo(kServerSocket + suffix));
 }
 

@@ -5,20 +5,20 @@
 
 namespace cabinaudio::board {
 
-/// Which of the server's sockets tell whose it is. Clients' connections that come and go are none
-/// of a board's server's business.
+/// Sockets to check for the server's owner. A server on a board must not see connections that come
+/// and go on its clients' socket.
 enum class Look { AtControlSocket, AtBothSockets };
 
-/// Looks, without waiting, which user the server runs as: the kernel tells it of the other end of a
-/// connection, first of one to the control socket. Whoever has taken the server's name first gets
-/// all that clients play, and gives them all that they record.
+/// Checks, without blocking, which user the server runs as. The kernel tells the user at the other
+/// end of a connection; the control socket is tried first. A process that takes the server's name
+/// first receives all that clients play, and provides all that they record.
 ///
 /// @param instance  of the server; "" where the stand-in in this process maps the names, and for
 /// the
 ///                  common instance
-/// @return a line of warning, without its end, when that is neither root nor this process's
-///         effective user. Empty otherwise, without a server, and when this process or one that it
-///         descends from has got the line already
+/// @return a warning line, without a line end, when the user is neither root nor this process's
+///         effective user. Empty otherwise, without a server, and when this process or an ancestor
+///         has already got the line
 std::string warningOfForeignServer(const std::string& instance, Look look);
 
 /// The same for a connection to the server.

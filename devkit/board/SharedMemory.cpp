@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Shared-memory objects. The C library opens them by itself, so wrapping open() would
-// not catch them.
+// Shared-memory objects. The C library opens them internally, so wrapping open() would not catch
+// them.
 #include "devkit/board/Export.h"
 #include "devkit/board/Instance.h"
 #include "devkit/board/Libc.h"

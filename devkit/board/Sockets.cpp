@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The server's two sockets, whose names get the instance's name behind them.
+// The server's two sockets: the instance's name is appended to their names.
 #include "devkit/board/Board.h"
 #include "devkit/board/Export.h"
 #include "devkit/board/Instance.h"
@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t kNameOffset = offsetof(sockaddr_un, sun_path) + 1;
 
-// Abstract names are counted, not terminated: the length belongs to the name.
+// Abstract names have a length and no terminator.
 template <std::size_t Size>
 bool names(const sockaddr* address, socklen_t length, const char (&name)[Size]) noexcept {
     if (address == nullptr || length != kNameOffset + Size - 1 || address->sa_family != AF_UNIX) {

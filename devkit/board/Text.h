@@ -7,9 +7,8 @@
 
 namespace cabinaudio::board {
 
-/// A text of bounded length on the stack. The stand-in runs inside foreign
-/// programs, before their constructors and between fork and exec, so it may
-/// neither allocate nor use stdio.
+/// A text of bounded length on the stack. The stand-in runs inside foreign programs, before their
+/// constructors and between fork and exec, so it must neither allocate nor use stdio.
 template <std::size_t Capacity>
 class Text {
 public:
@@ -36,7 +35,7 @@ public:
         return append(digits + first, sizeof digits - first);
     }
 
-    /// False once something was left out because it did not fit.
+    /// False once a part was dropped because it did not fit.
     bool fits() const noexcept { return mFits; }
 
     char* data() noexcept { return mText; }

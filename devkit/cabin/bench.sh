@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=sh
-# The benchmarks, their page, and the gate.
+# The benchmarks, their results page, and the gate.
 
 figures=build/bench/figures
 
@@ -32,7 +32,7 @@ cmd_bench() {
     return $failed
 }
 
-# bench_gate FILE: counts into it, and shows that a limit one lower would have failed.
+# bench_gate FILE: writes counts to FILE, and verifies that a limit lower by one would fail.
 bench_gate() {
     build bench cabinaudio ring-instructions call-instructions
     build armhf cabinaudio
@@ -41,7 +41,7 @@ bench_gate() {
     bench/test_report.py
 }
 
-# run_bench NAME: what it has measured lies in $figures/NAME.json, or why it has not.
+# run_bench NAME: results go to $figures/NAME.json, or the reason why there are none.
 run_bench() {
     programs=build/bench/bench
     rm -f "$figures/$1.json"

@@ -2,7 +2,7 @@
 # shellcheck shell=sh
 # The builds in build/NAME, one CMake preset each.
 
-# build NAME [TARGET...]: configures and compiles, all of it or the targets; quiet unless it fails.
+# build NAME [TARGET...]: configures and compiles everything or the targets; silent on success.
 build() {
     name=$1
     shift
@@ -27,7 +27,7 @@ build() {
     say "built $name in $(($(date +%s) - began)) s"
 }
 
-# What a user gets, without the tests.
+# Everything that users get, without the tests.
 build_programs() {
     build native cabinaudio cabinaudio-board cabinaudio-run cabinaudio-server cabinaudio-tool "$@"
 }
@@ -41,7 +41,7 @@ logged() {
     fi
 }
 
-# Somebody else's build tree gives errors that nobody understands.
+# A build tree of another user would cause misleading errors, so refuse it.
 own_tree() {
     mkdir -p "$1" 2>/dev/null || die "cannot create $PWD/$1: $PWD belongs to $(stat -c %U "$PWD")"
     for path in "$1" "$1/CMakeCache.txt" "$1/build.log"; do
@@ -51,7 +51,7 @@ own_tree() {
     done
 }
 
-# The sanitizers' shadow memory collides with what kernels with very random addresses do.
+# The sanitizers' shadow memory collides with the address randomisation of some kernels.
 fixed_addresses() {
     bits=$(cat /proc/sys/vm/mmap_rnd_bits 2>/dev/null || echo 0)
     if [ "$bits" -gt 28 ] && setarch -R true 2>/dev/null; then

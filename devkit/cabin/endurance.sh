@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=sh
-# Longer runs: arbitrary inputs, failing calls, killed servers, races, soaks, models.
+# Longer runs: fuzzing, fault injection, killed servers, races, soaks, models.
 
-# fuzz [SECONDS | HOURSh]: each target in turn. What earlier runs have learnt is kept in
-# build/fuzz/corpus; what ends a target lies in build/fuzz/found-*.
+# fuzz [SECONDS | HOURSh]: runs each target in turn. Inputs found earlier are kept in
+# build/fuzz/corpus; crashing inputs are in build/fuzz/found-*.
 cmd_fuzz() {
     [ $# -le 1 ] || bad_usage "too many arguments of fuzz"
     amount=${1:-70}
@@ -21,7 +21,7 @@ cmd_fuzz() {
     return $failed
 }
 
-# fuzz_one TARGET SECONDS: says how many inputs were tried, and what was found.
+# fuzz_one TARGET SECONDS: prints the number of inputs tried, and the findings.
 fuzz_one() {
     fuzz_log=build/fuzz/$1.log
     known=tests/fuzz/corpus/$1
@@ -55,7 +55,8 @@ cmd_race() {
         fixed_addresses build/tsan/tests/race/race-test
 }
 
-# faults: what the tests do in a part, in full. Takes long: each conversation fails at each place.
+# faults: the full version of a check of which the tests run a part. Slow: each conversation fails
+# at each point.
 cmd_faults() {
     [ $# -eq 0 ] || bad_usage "too many arguments of faults"
     build native faults-test life-cycle-test
@@ -67,14 +68,14 @@ cmd_faults() {
     return $failed
 }
 
-# kill: what the tests do at each point in one way, in all ways.
+# kill: the tests kill at each point in one way; this command in all ways.
 cmd_kill() {
     [ $# -eq 0 ] || bad_usage "too many arguments of kill"
     build native kill-test
     CABINAUDIO_KILL=all build/native/tests/kill/kill-test --gtest_brief=1
 }
 
-# soak [TIME [SEED]]: hours, or with an ending 90s, 3m, 2h.
+# soak [TIME [SEED]]: TIME in hours, or with a suffix: 90s, 3m, 2h.
 cmd_soak() {
     [ $# -le 2 ] || bad_usage "too many arguments of soak"
     [ $# -gt 0 ] || set -- 3m
@@ -92,7 +93,7 @@ cmd_soak() {
     return $failed
 }
 
-# ring_end BUILD: the command that runs one end of a ring of this build.
+# ring_end BUILD: prints the command that runs one side of a ring from this build.
 ring_end() {
     case $1 in armhf) printf 'qemu-arm -L / ' ;; esac
     printf '%s\n' "build/$1/tests/soak/ring-bytes"

@@ -5,10 +5,10 @@
 
 machine=build/armhf-vm/devkit/vm
 
-# The results of the machine's programs, one line each.
+# Results of the virtual machine's programs, one line each.
 machine_programs() { printf '%s\n' "$machine/programs.txt"; }
 
-# make_machine [yes]: makes it for the tests of build/armhf, with yes for the long ones too.
+# make_machine [yes]: creates it for the tests of build/armhf; with yes including the long ones.
 make_machine() {
     with_long=$1
     unpack_guest
@@ -19,7 +19,7 @@ make_machine() {
     say "the virtual machine's console: $machine/console.log"
 }
 
-# Takes kernel and shell out of their packages. Both stay until `./cabin clean`.
+# Unpacks kernel and shell from their packages. Both stay until `./cabin clean`.
 unpack_guest() {
     guest=$machine/packages
     if [ -e "$guest/vmlinuz" ] && [ -e "$guest/busybox" ]; then return 0; fi
@@ -42,7 +42,7 @@ unpack_guest() {
     rm -rf "$guest/files" "$guest"/*.deb
 }
 
-# The kernel's package has no files of its own, it depends on the one of the present version.
+# The kernel's meta package has no files; it depends on the package of the current version.
 download_guest() {
     kernel=$(apt-cache depends linux-image-armmp:armhf |
         sed -n 's/^ *Depends: \(linux-image-[^ ]*\)$/\1/p') || return 1

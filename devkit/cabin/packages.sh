@@ -2,7 +2,7 @@
 # shellcheck shell=sh
 # The Debian packages that the commands need, and how they are installed.
 
-# What each command needs besides a bare Debian. Groups are combined per command (see need()).
+# Packages that each command needs beyond a minimal Debian. Commands combine groups (see need()).
 packages() {
     cat <<'END'
 build   cmake                        configures the builds
@@ -95,7 +95,7 @@ lint    python3-kconfiglib
 END
 }
 
-# need GROUP...: installs what is missing of these groups.
+# need GROUP...: installs the missing packages of these groups.
 need() {
     if ! command -v dpkg-query >/dev/null; then
         say "not a Debian system; make sure that the like of these is installed: $(names "$@")"
@@ -112,7 +112,8 @@ install_packages() {
     may_be_root || die "needs root or sudo for that; as root: $(install_hint "$@")"
     case " $* " in *:armhf*) add_armhf ;; esac
     log=$(mktemp)
-    # The package lists may be fresh enough; and one broken index must not stand in the way.
+    # Tried first without an update: the package lists may be recent enough, and a broken index must
+    # not prevent the installation.
     if ! apt_install "$log" "$@"; then
         say "updating the package lists"
         as_root apt-get -o DPkg::Lock::Timeout=120 update >>"$log" 2>&1 </dev/null || true
@@ -150,7 +151,7 @@ names() {
         printf "%s%s", sep, $2; sep = " " } END { print "" }'
 }
 
-# A name without an architecture means this machine's; packages of architecture "all" serve both.
+# A name without an architecture means this machine's; packages of architecture "all" fit both.
 missing_packages() {
     native=$(dpkg --print-architecture)
     installed=$(dpkg-query -W -f '${db:Status-Status} ${Package}:${Architecture}\n' |

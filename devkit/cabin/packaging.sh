@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=sh
-# What leaves the tree: installation, Debian packages, and the binary interface that they promise.
+# Delivery: installation, Debian packages, and checks of the binary interface.
 
 cmd_install() {
     prefix=$(of_caller "${1:-$HOME/.local}")

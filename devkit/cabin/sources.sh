@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=sh
-# Work on the sources themselves: layout, checks, reference.
+# Commands for the sources: formatting, checks, reference documentation.
 
 cmd_docs() {
     [ $# -eq 0 ] || bad_usage "too many arguments of docs"

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=sh
-# The suites of CTest, and what is made of their output.
+# The CTest suites, and summaries of their output.
 
 cmd_test() {
     long=
@@ -15,13 +15,13 @@ cmd_test() {
     done
     results=
     failed=0
-    # Also when a later one cannot be built.
+    # Prints the results even if a later suite cannot be built.
     trap 'printf "%s" "$results" | sed "/^$/d"' EXIT
     for suite in ${builds:-native}; do
         case $suite in
-            # The target's programs are tested against this machine's server.
+            # The target's programs are tested against the host's server.
             armhf | armhf-time64) build native ;;
-            # The virtual machine runs the same test programs.
+            # The virtual machine runs the test programs of this build.
             armhf-vm) build armhf ;;
         esac
         build "$suite"
@@ -35,8 +35,8 @@ $(failed_tests "$suite")
     return $failed
 }
 
-# run_tests BUILD [yes]: CTest, with yes the long tests too. Its whole output is kept in test.log;
-# only a terminal sees it pass by.
+# run_tests BUILD [yes]: runs CTest, with yes also the long tests. The full output is kept in
+# test.log, and shown only on a terminal.
 run_tests() {
     suite_name=$1
     tree=build/$1
@@ -48,7 +48,7 @@ run_tests() {
     else
         set -- --preset "$1"
     fi
-    # Most tests wait for something most of the time.
+    # Tests mostly wait, so more of them run in parallel than there are processors.
     set -- "$@" --parallel $((2 * $(jobs)))
     if [ -t 1 ]; then set -- "$@" --progress; else set -- "$@" --quiet; fi
     fixed_addresses ctest "$@" --output-log "$tree/test.log" </dev/null && return 0
@@ -56,8 +56,8 @@ run_tests() {
     return 1
 }
 
-# What the tests that failed have printed: of each the first lines, which tell what was not met, and
-# the last ones. When the cause is one for all tests, the first ones tell it.
+# Prints the output of failed tests: for each test the first lines, which contain the failed check,
+# and the last ones. With a common cause, the first tests show it.
 show_failures() {
     [ -e "build/$1/test.log" ] || return 0
     awk -v most=80 -v tests=50 '
@@ -77,7 +77,7 @@ show_failures() {
                   print "... " failures - tests " more failed tests, see test.log" }' "build/$1/test.log"
 }
 
-# The names of the tests that failed, indented, as far as they are to be read.
+# Names of the failed tests, indented, limited to a readable number.
 failed_tests() {
     sed -n '/^The following tests FAILED:/,$ s/^[[:blank:]]*\([0-9][0-9]* - \)/    \1/p' \
         "build/$1/test.log" 2>/dev/null |

@@ -62,7 +62,8 @@ void __android_log_stderr_logger(const struct __android_logger_data* data, const
     localtime_r(&now, &local);
     char time[32];
     std::strftime(time, sizeof time, "%m-%d %H:%M:%S", &local);
-    // What is logged may hold names that others gave. A line end at the end is that of the line.
+    // The message may contain names from other processes. A line end at its end belongs to the
+    // line.
     std::string_view text(message);
     if (!text.empty() && text.back() == '\n') text.remove_suffix(1);
     char shown[MAXIMUM_MESSAGE];

@@ -1,18 +1,18 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The library's locks, barriers, bounds and checks: how each is taken away, and the test programs
-that must notice. A mutant has a place, which is a function, a type, a constant or a file (see
-places.py), and a piece of code that stands there exactly once, whatever its layout."""
+"""Mutants of the library's locks, barriers, bounds and checks, and the test programs that must
+catch them. A mutant has a place, which is a function, a type, a constant or a file (see
+places.py), and a piece of code that occurs there exactly once, whatever its layout."""
 from collections import namedtuple
 
-# `reason` says why a mutant that survives makes no difference, or, after these words, why no test
-# gets at it although it does.
+# `reason` says why a surviving mutant makes no difference or, after these words, why no test
+# reaches a mutant that does.
 OUT_OF_REACH = "out of reach: "
 Mutant = namedtuple("Mutant", "place name old new reason", defaults=("",))
 
-# A peer that wakes up blocked calls without end.
+# A peer that wakes blocked calls without end.
 STORM = "hostile-server-test --gtest_filter=AStormOfWakeUps.*"
 
-# File -> test programs, the quickest first; the first entry that the file's name begins with.
+# File prefix -> test programs, the quickest first; the first matching entry applies.
 TESTS = [
     ("shm/RingTransfer.cpp", ["shm-order-test", "shm-test", "client-uplink-test"]),
     ("shm/", ["shm-order-test", "shm-test"]),
@@ -85,7 +85,7 @@ TESTS = [
                                    "client-record-test", STORM, "client-stream-test",
                                    "race-test"]),
 ]
-# With the thread sanitizer, for what the others let through.
+# Additional runs with the thread sanitizer, for mutants that the tests above miss.
 SANITIZED_TESTS = [
     ("shm/", ["shm-test", "race-test"]),
     ("link/", ["race-test", "link-tests", "link-inside-tests"]),
@@ -99,8 +99,8 @@ SANITIZED_TESTS = [
     ("diag/", ["diag-test"]),
     ("include/cabinaudio/", ["abi-test"]),
 ]
-# Sources that look at a header while they are compiled: what the compiler is told besides, and
-# whether they compile.
+# Sources that check a header at compile time: additional compiler options, and whether compiling
+# them must succeed.
 COMPILED = {
     "client/Setting.h": [
         ("tests/settings/FieldsTest.cpp", "-DNDEBUG", True),
@@ -114,7 +114,7 @@ COMPILED = {
     "include/cabinaudio/client/ClientVolumeSetting.h": [
         ("tests/abi/OverloadTest.cpp", "-DNDEBUG", True)],
 }
-# These have objects of the library in themselves, some of them compiled once more.
+# Programs that contain the library's objects, some of them compiled once more.
 RELINKED = ("link-inside-tests", "shm-test")
 OWN_COPIES = {
     "tests/shm/CMakeFiles/shm-test.dir/__/__/shm/RingAccess.cpp.o":
@@ -122,7 +122,7 @@ OWN_COPIES = {
     "tests/shm/CMakeFiles/shm-test.dir/__/__/shm/SharedSemaphore.cpp.o":
         "shm/CMakeFiles/cabinaudio-shm.dir/SharedSemaphore.cpp.o",
 }
-# What check_ring_code.py looks at.
+# Files that check_ring_code.py checks.
 RING_CODE = ("shm/RingCore.h", "shm/RingTransfer.cpp")
 
 

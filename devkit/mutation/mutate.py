@@ -3,24 +3,24 @@
 """mutate.py --tests DIRECTORY [--work DIRECTORY] [--only TEXT]... [--from N] [--to N]
 [--slice K/N] [--seconds N] [--tsan DIRECTORY] [--results FILE],
 mutate.py --sum FILE..., or mutate.py --check:
-takes the library's locks, barriers, bounds and checks away, one at a time, and changes its order,
-constants, comparisons, flags and fields, and looks whether a test fails.
+removes the library's locks, barriers, bounds and checks, one at a time, changes its order,
+constants, comparisons, flags and fields, and checks that a test fails.
 
-mutants.py lists them. Each is put into a copy of the library's sources, which is built and then
-stands before the tests' own library. A mutant is caught when it does not compile, when one of the
-tests that belong to its file fails or does not end, when a test's source that looks at it does not
-compile, or when the check of the target's object code objects. --tests is a build with the test
-programs; --tsan one with the thread sanitizer, whose tests see what the others let through.
+mutants.py lists the mutants. Each is applied to a copy of the library's sources, which is built and
+loaded instead of the tests' own library. A mutant is caught when it does not compile, when one of
+the tests for its file fails or does not end, when a test's source that checks it does not compile,
+or when the check of the target's object code fails. --tests is a build with the test programs;
+--tsan is one with the thread sanitizer, whose tests catch what the others miss.
 
---slice K/N takes every N-th mutant, beginning with the K-th: N such runs, side by side or on several
-machines, make up one run of the list. --results adds a line for each mutant to a file; --sum adds
-such files up. Of two results of the same mutant the later one counts; one whose mutant has changed
-since does not.
+--slice K/N takes every N-th mutant, beginning with the K-th: N such runs, in parallel or on several
+machines, cover the list once. --results appends a line for each mutant to a file; --sum adds up
+such files. Of two results of the same mutant the later one counts; results of mutants that have
+changed since are ignored.
 
---check only looks whether each mutant still stands in its place exactly once.
+--check only checks that the code of each mutant still occurs in its place exactly once.
 
-Fails when less than 95 % are caught of those that make a difference, or when one survives that
-mutants.py says nothing of.
+Fails when less than 95 % of the mutants that make a difference are caught, or when a mutant
+survives without a reason in mutants.py.
 """
 import argparse
 import filecmp
@@ -63,7 +63,7 @@ class Library:
                        check=True, stdout=subprocess.DEVNULL)
 
     def restore(self, part):
-        """Only what differs is written, and is new then: the build goes by the files' times."""
+        """Writes only files that differ, because the build depends on their modification times."""
         source, copy = os.path.join(ROOT, part), os.path.join(self.tree, part)
         if os.path.isdir(source):
             for name in os.listdir(source):
@@ -85,8 +85,8 @@ class Library:
 
 
 def complaint(command, environment, seconds):
-    """How the program ends that is not well, or None. Runs it in a process group of its own, so
-    that nothing is left of one that hangs."""
+    """A description of a bad end of the program, or None. Runs it in its own process group, so
+    that a hanging program leaves no processes behind."""
     process = subprocess.Popen(command, env=environment, stdout=subprocess.DEVNULL,
                                stderr=subprocess.DEVNULL, start_new_session=True)
     try:
@@ -109,7 +109,7 @@ def program(directory, name):
 
 
 def relinked(library, directory, name):
-    """A program that has objects of the library in itself, with this library's in their places."""
+    """A program that contains objects of the library, with this library's objects instead."""
     said = subprocess.run(["ninja", "-C", directory, "-t", "commands", name], check=True,
                           stdout=subprocess.PIPE, text=True).stdout
     words = said.strip().splitlines()[-1].split()
@@ -139,7 +139,7 @@ def failing_test(library, directory, tests, seconds):
 
 
 def ring_code_objects(library):
-    """Whether check_ring_code.py objects to what the target's compiler makes of the ring."""
+    """Whether check_ring_code.py rejects the target's object code of the ring."""
     target = os.path.join(library.build, "ring-arm.o")
     subprocess.run([CROSS + "g++", "-std=c++20", "-O2", "-g", "-fPIC", "-mthumb",
                     "-march=armv7-a+fp", "-D_FILE_OFFSET_BITS=64", "-fvisibility=hidden",
@@ -152,8 +152,8 @@ def ring_code_objects(library):
 
 
 def failing_source(library, path):
-    """The first of the sources that look at a header, and that finds something with this library's,
-    or None."""
+    """The first source with a compile-time check of a header that fails with this library, or
+    None."""
     for source, option, compiles in mutants.COMPILED.get(path, []):
         run = subprocess.run(["c++", "-std=c++20", "-fsyntax-only", option, "-I" + library.tree,
                               "-I" + os.path.join(library.tree, "include"), "-I" + ROOT,
@@ -166,8 +166,8 @@ def failing_source(library, path):
 
 
 def all_placed():
-    """Each mutant with its file and the file's text with the mutant in it, and a line for each
-    mutant that does not stand in its place exactly once."""
+    """Each mutant with its file and the mutated text, and a line for each mutant whose code does
+    not occur in its place exactly once."""
     tree = places.Tree(ROOT, SOURCES)
     placed, stale = [], []
     for mutant in mutants.ALL:
@@ -179,7 +179,7 @@ def all_placed():
 
 
 def what_catches(path, plain, sanitized, options):
-    """Says what notices the mutant in this file, or None."""
+    """The test or check that catches the mutant in this file, or None."""
     if not plain.compiles():
         return "compiler"
     if path in mutants.RING_CODE and shutil.which(CROSS + "g++") and \
@@ -198,7 +198,7 @@ def what_catches(path, plain, sanitized, options):
 
 
 def identity(mutant):
-    """The same as long as the mutant is, whatever it is called."""
+    """Stays the same while the mutant does, whatever its name."""
     return hashlib.sha1("\0".join([mutant.place, mutant.old, mutant.new]).encode()).hexdigest()
 
 
@@ -224,7 +224,7 @@ class Score:
         self.unexplained = []
 
     def add(self, mutant, by):
-        """Says what became of the mutant."""
+        """Counts the mutant's result. @return its description"""
         self.run += 1
         if by:
             self.caught += 1
@@ -249,7 +249,7 @@ class Score:
 
 
 def sum_up(paths):
-    """Adds result files up. @return whether the whole list was run and ends well"""
+    """Adds up result files. @return whether the whole list was run with enough mutants caught"""
     results = {}
     for path in paths:
         with open(path, encoding="utf-8") as file:
@@ -278,7 +278,7 @@ def sum_up(paths):
 
 
 def must_hold(library, directory, lists):
-    """Without a mutant nothing fails; otherwise a failure would tell nothing."""
+    """Checks that nothing fails without a mutant; otherwise a failure would prove nothing."""
     if shutil.which(CROSS + "g++") and ring_code_objects(library):
         sys.exit("check_ring_code.py objects to the library as it is")
     for path in mutants.COMPILED:
@@ -309,7 +309,7 @@ def arguments():
                         help="every N-th mutant, from the K-th on")
     parser.add_argument("--results", metavar="FILE", help="where to add the results")
     options = parser.parse_args()
-    if options.slice[1] > 1:  # slices that run side by side must not share a tree
+    if options.slice[1] > 1:  # parallel slices must not share a tree
         options.work += f"-{options.slice[0]}-of-{options.slice[1]}"
     return options
 

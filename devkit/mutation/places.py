@@ -1,11 +1,11 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Finds places in C++ sources by the name of what they are in and by a few of its tokens, so that
+"""Finds places in C++ sources by the name of the enclosing scope and by a few tokens, so that
 layout, comments and the rest of the file may change.
 
 A scope is a function, a class, a struct, a union, an enumeration, or a constant or member with an
-initializer. Its name has those of the classes around it, but no namespaces: "ClientTrack::write",
-"CreateRequest", "SPACE_WAIT_MS". It reaches from its declaration to its brace or semicolon.
-Overloads have one name.
+initializer. Its name contains the enclosing classes, but no namespaces: "ClientTrack::write",
+"CreateRequest", "SPACE_WAIT_MS". It extends from its declaration to its closing brace or semicolon.
+Overloads share a name.
 """
 import os
 import re
@@ -30,13 +30,13 @@ _TYPES = {"class", "struct", "union", "enum"}
 
 
 def tokens(text):
-    """Comments and blanks are none."""
+    """Comments and blanks are not tokens."""
     return [Token(found["token"], found.start(), found.end())
             for found in _TOKEN.finditer(text) if found["token"] is not None]
 
 
 def _matching(words, index, opening, closing):
-    """The index behind what closes the bracket at `index`."""
+    """The index after the token that closes the bracket at `index`."""
     depth = 0
     while index < len(words):
         depth += {opening: 1, closing: -1}.get(words[index], 0)
@@ -47,7 +47,7 @@ def _matching(words, index, opening, closing):
 
 
 def _qualified(words, index):
-    """The name that ends in front of `index`: "A::b", "~A", "operator=="."""
+    """The name that ends before `index`: "A::b", "~A", "operator=="."""
     parts = []
     while index > 0:
         word = words[index - 1]
@@ -85,7 +85,7 @@ def _operator(words):
 
 
 def _without_attributes(words):
-    """The words of a declaration without attributes and template parameters; ">>" are two."""
+    """The words of a declaration without attributes and template parameters; ">>" counts as two."""
     words = [part for word in words for part in ([">", ">"] if word == ">>" else [word])]
     result, index = [], 0
     while index < len(words):
@@ -104,8 +104,8 @@ def _without_attributes(words):
 
 
 def _name_of(words):
-    """What a brace behind these words opens: its name, "" for a namespace, None for a block or an
-    initializer without one."""
+    """The name of the scope that a brace after these words opens: "" for a namespace, None for a
+    block or an initializer without a name."""
     words = _without_attributes(words)
     if not words or words[0] in _CONTROL:
         return None
@@ -124,7 +124,7 @@ def _name_of(words):
     operator = _operator(words)
     if operator:
         return operator
-    if "=" in words:  # a table; lambdas inside of it have no name
+    if "=" in words:  # a table; lambdas in it have no name
         return _qualified(words, _declarator(words, words.index("=")))
     if "(" in words:
         return _qualified(words, words.index("(")) or None
@@ -132,7 +132,7 @@ def _name_of(words):
 
 
 def _declarator(words, end):
-    """The index behind the declared name in front of `end`: array bounds are left out."""
+    """The index after the declared name that ends before `end`, array bounds excluded."""
     while end > 0 and words[end - 1] == "]":
         depth = 0
         while end > 0:
@@ -144,7 +144,7 @@ def _declarator(words, end):
 
 
 def _is_member_initializer(words):
-    """Whether a brace behind these words belongs to an initializer of a constructor's list."""
+    """Whether a brace after these words belongs to a constructor's member initializer list."""
     words = _without_attributes(words)
     if "(" not in words or words[0] in _CONTROL or _is_type(words):
         return False
@@ -204,7 +204,7 @@ class Source:
                 elif kind == "":
                     begin = index + 1
                 elif not (stack and stack[-1][0] not in ("", "type")):
-                    begin = first  # an initializer: the declaration goes on
+                    begin = first  # an initializer: the declaration continues
             elif word == ";" and not inside and parentheses == 0:
                 head = words[begin:index]
                 if "=" in head and not _is_type(head) and head[0] != "using":
@@ -238,11 +238,11 @@ class Source:
         return index
 
     def ranges(self, scope):
-        """Those of the tokens that belong to it; all without a name."""
+        """Token ranges of the scope with this name; the whole file without a name."""
         return self.scopes.get(scope, []) if scope else [(0, len(self.tokens))]
 
     def find(self, scope, piece):
-        """Where the piece's tokens stand in the scope: pairs of first and last + 1."""
+        """Occurrences of the piece's tokens in the scope: pairs of first and last + 1."""
         wanted = [token.text for token in tokens(piece)]
         words = self.words
         return [(at, at + len(wanted)) for first, last in self.ranges(scope)
@@ -251,8 +251,8 @@ class Source:
 
 
 def _is_type(words):
-    """Whether a type is defined. "struct timespec now()" is none: its parenthesis has a name of a
-    function in front of it, and not one of a macro."""
+    """Whether a type is defined. "struct timespec now()" defines none: the name before its
+    parenthesis is that of a function, not of a macro."""
     words = _without_attributes(words)
     if not words or words[0] not in _TYPES | {"typedef"}:
         return False
@@ -260,15 +260,15 @@ def _is_type(words):
 
 
 class Unclear(Exception):
-    """A piece that does not stand in its place exactly once."""
+    """A piece of code that does not occur in its place exactly once."""
 
 
 Edit = namedtuple("Edit", "first last ahead inserted behind")
 
 
 def edit(old, new):
-    """How the tokens of `old` become those of `new`: the number of tokens that both begin with, the
-    number that they end with, and the text of `new` in between with the blanks around it."""
+    """The edit from the tokens of `old` to those of `new`: the number of common tokens at the
+    beginning and at the end, and the text of `new` in between with the blanks around it."""
     before, after = tokens(old), tokens(new)
     shorter = min(len(before), len(after))
     first = last = 0
@@ -285,8 +285,8 @@ def edit(old, new):
 
 
 def exchanged(source, begin, end, old, new):
-    """The source's text with `new` in place of `old`, whose tokens are from begin to end. Layout
-    and comments of what both have in common stay."""
+    """The source's text with `new` in place of `old`, whose tokens are from begin to end. The
+    common parts keep their layout and comments."""
     what = edit(old, new)
     text, changed = source.text, source.tokens[begin + what.first:end - what.last]
     if changed and what.inserted:
@@ -304,7 +304,7 @@ def exchanged(source, begin, end, old, new):
 
 
 def _without(text, begin, end):
-    """Lines that become empty go, too."""
+    """Lines that become empty are removed."""
     line, rest = text.rfind("\n", 0, begin) + 1, text.find("\n", end)
     if rest >= 0 and not (text[line:begin] + text[end:rest]).strip():
         return text[:line] + text[rest + 1:]
@@ -325,8 +325,8 @@ class Tree:
                             self.sources[os.path.relpath(path, root)] = Source(file.read())
 
     def find(self, place, piece):
-        """Where the piece stands: triples of file, first token and last + 1. A place is a scope in
-        any file, a file, or both as "FILE: SCOPE"."""
+        """Occurrences of the piece: triples of file, first token and last + 1. A place is a scope
+        in any file, a file, or both as "FILE: SCOPE"."""
         path, _, scope = place.rpartition(": ")
         if "/" in scope:
             path, scope = scope, ""

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""tables.py [--check]: makes the tables of docs/protocol.md that list the settings' functions out
-of wire/Settings.h and wire/SettingRecords.h. With --check nothing is written; exit status 1 says
-that the page is not what the sources give.
+"""tables.py [--check]: generates the tables of settings functions in docs/protocol.md from
+wire/Settings.h and wire/SettingRecords.h. With --check nothing is written; exit status 1 means
+that the page does not match the sources.
 """
 import pathlib
 import re
@@ -33,7 +33,7 @@ def functions():
 
 
 def sizes():
-    """{record: bytes}, out of the assertions in the sources."""
+    """{record: bytes}, from the assertions in the sources."""
     found = {name: int(size) for name, size in
              re.findall(r"sizeof\((\w+)\) == (\d+)\)?", RECORDS)}
     return {**found, "FunctionRequest": 4, "StatusReply": 4}
@@ -56,7 +56,7 @@ def field(match, types):
 
 
 def contents(record):
-    """What follows the function id or the status."""
+    """The fields after the function id or the status."""
     if record in ("FunctionRequest", "StatusReply"):
         return []
     alias = re.search(rf"using {record} = (\w+)<([\w:]+)(?:, (\d+))?>;", RECORDS)
@@ -77,7 +77,7 @@ def contents(record):
 def cell(record):
     if record == "EffectRequest" or record == "EffectReply":
         texts = [text for text in contents(record) if text != "u32 size"] + ["block"]
-        # The block is its size and as many bytes.
+        # A block is its size followed by that many bytes.
         return f"{', '.join(texts)} ({sizes()[record]} + size)"
     texts = contents(record)
     return f"{', '.join(texts)} ({sizes()[record]})" if texts else "–"
@@ -92,7 +92,7 @@ def tables():
     made = {}
     for kind, function, request, reply, name, meaning, no_flag in rows:
         if kind == "Version":
-            continue  # has a section of its own
+            continue  # described in its own section
         lines = made.setdefault(kind, ["| id | function | about | payload | reply |",
                                        "|---:|---|---|---|---|"])
         mark = " ○" if no_flag else ""
@@ -102,7 +102,7 @@ def tables():
 
 
 def page(text):
-    """The page with its tables made anew."""
+    """The page with regenerated tables."""
     for kind, lines in tables().items():
         begin, end = f"<!-- begin {kind} settings -->\n", f"<!-- end {kind} settings -->\n"
         if text.count(begin) != 1 or text.count(end) != 1:

@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""report.py [--check]: makes docs/reliability-figures.md out of the recorded runs in results.json.
+"""report.py [--check]: generates docs/reliability-figures.md from the runs in results.json.
 
 The page's text is page.md. Lines of the form {{table: NAME}} are replaced by that run with its date
-and conditions, {{machine}} within a line by the machine. With --check nothing is
-written: the page must be the one that would be made, every recorded run must stand on it, and none
-of the larger figures may stand in docs/reliability.md as well.
+and conditions, {{machine}} within a line by the machine. With --check nothing is written: the page
+must match the generated one, every recorded run must be on it, and none of the larger figures may
+be repeated in docs/reliability.md.
 """
 import json
 import os
@@ -18,7 +18,8 @@ PAGE = f"{DOCS}/reliability-figures.md"
 PROSE = f"{DOCS}/reliability.md"
 
 TABLE = re.compile(r"^\{\{table: (.*)\}\}$", re.MULTILINE)
-# Of four digits and more, with or without blanks between thousands: shorter ones say too little.
+# Numbers of four or more digits, with optional blanks between thousands; shorter ones are not
+# specific enough.
 LARGE = re.compile(r"\d{1,3}(?: \d{3})+|\d{4,}")
 
 
@@ -61,7 +62,7 @@ def page(template, recorded):
 
 
 def told_twice(recorded, prose):
-    """Large figures of the results that the prose repeats."""
+    """Large figures of the results that the text repeats."""
     figures = {figure for result in recorded["results"].values() for cells in result["rows"]
                for cell in cells[1:] for figure in LARGE.findall(cell)}
     return sorted(figures & set(LARGE.findall(prose)))

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""test_report.py: the page of recorded runs holds what was recorded, and its check objects."""
+"""test_report.py: the page contains the recorded runs, and --check rejects a wrong page."""
 import copy
 import os
 import sys

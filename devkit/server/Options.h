@@ -14,7 +14,7 @@
 
 namespace cabinaudio::server {
 
-/// What the command line says.
+/// Values of the command line's options.
 struct Options {
     std::string output = "auto";  // kind[:argument], see OutputFactory.h
     OutputFormat format;
@@ -22,7 +22,7 @@ struct Options {
     std::uint32_t ringPeriods = 8;
     std::chrono::milliseconds ringDelay{0};
     InputChoice inputs;
-    /// From the start of an uplink to the announcement of its ring; nothing: on command only.
+    /// From an uplink's start to the announcement of its ring. Empty: announced on command only.
     std::optional<std::chrono::milliseconds> uplinkDelay = std::chrono::milliseconds(0);
     std::string stemDirectory;
     std::string reportFile;
@@ -34,8 +34,8 @@ struct Options {
     log::Level logLevel = log::Level::Info;
 };
 
-/// The options, or the exit status when the program is to end at once: help and version have been
-/// printed then, or a one-line hint about what is wrong.
+/// @return the options, or the exit status when the program must end at once: help or version was
+///         printed, or a one-line hint about an error
 std::variant<Options, int> parseOptions(int argc, const char* const* argv);
 
 }  // namespace cabinaudio::server

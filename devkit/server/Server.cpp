@@ -67,7 +67,7 @@ Server::Server(const Options& options)
       mLimits(connectionLimits()),
       mAdmission(options.allowed, mLimits),
       mPatience(mLoop, [this](std::uint64_t) { lookAtClients(); }),
-      // First of all: a second server must not touch what belongs to the one that is running.
+      // First: a second server must not touch the objects of the running one.
       mListener(mLoop, wire::SERVER_SOCKET,
                 [this](UniqueFd socket) { addClient(std::move(socket)); }),
       mControl(
@@ -89,8 +89,8 @@ Server::Server(const Options& options)
       mRemoteControl(mLoop, mStreams, mCaptures) {
     options.inputs.check();
     if (!options.stateFile.empty()) mStateFile.emplace(mLoop, options.stateFile, mSettings);
-    // What a killed server has left may still be mapped by its clients: they must not write into
-    // the rings of this one.
+    // The clients of a killed server may still have its memory mapped; they must not write into the
+    // rings of this server.
     PhysicalMemory::take();
     mStreams.setOnChange([this] { mMixer.update(); });
     mSettings.watch([this] { mMixer.update(); });
@@ -100,7 +100,7 @@ Server::Server(const Options& options)
 
 Server::~Server() {
     mClients.clear();
-    // While the listening socket is held, no other server can have begun to use the memory.
+    // While this server holds the listening socket, no other server can be using the memory.
     PhysicalMemory::remove();
 }
 
@@ -124,7 +124,7 @@ void Server::sayReady() const {
     close(mOptions.readyFd);
 }
 
-// A client has written to or read from its ring; nobody says which.
+// A client has written to or read from its ring; the wake-up does not tell which client.
 void Server::wake() {
     mMixer.update();
     mCaptureClock.update();

@@ -33,13 +33,13 @@
 
 namespace cabinaudio::server {
 
-/// The whole server, put together. Everything happens on the thread that calls run(), but for the
-/// threads that wake it: a sound card's, and those of the rings when there is no clock.
+/// The whole server. It works on the thread that calls run(); other threads only wake that thread:
+/// a sound card's, and the rings' receivers when there is no clock.
 class Server : private ClientOwner {
 public:
-    /// Clients can connect when it returns, and are served once run() is called.
-    /// @throws std::system_error, EADDRINUSE when there is a server of this instance already
-    /// @throws std::runtime_error when the output does not work
+    /// Clients can connect once the constructor returns, and are served once run() is called.
+    /// @throws std::system_error EADDRINUSE when a server of this instance is running already
+    /// @throws std::runtime_error when the output cannot be opened
     explicit Server(const Options& options);
     ~Server();
 
@@ -66,21 +66,21 @@ private:
         return {mStreams, mCaptures, mMixer, *mOutput, mOptions.format, mSettings};
     }
 
-    // In the order in which they need each other.
+    // Each member needs those before it.
     Options mOptions;
     EventLoop mLoop;
-    EndSignals mEndSignals;  // before there is any other thread
+    EndSignals mEndSignals;  // before any other thread is created
     Trace mTrace;
     const ConnectionLimits mLimits;
     Admission mAdmission;
     std::vector<std::unique_ptr<Client>> mClients;
-    Timer mPatience;          // ticks while a client has not registered or finished its message
-    bool mIsLooking = false;  // whether it does
+    Timer mPatience;          // ticks while a client is unregistered or mid-message
+    bool mIsLooking = false;  // whether mPatience ticks
     Listener mListener;
     Commands mCommands;
     ControlSocket mControl;
     std::unique_ptr<Output> mOutput;
-    std::optional<Waker> mWaker;  // when there is no clock
+    std::optional<Waker> mWaker;  // only without a clock
     RingPlaces mPlaces;
     Settings mSettings;
     std::optional<StateFile> mStateFile;

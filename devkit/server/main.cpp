@@ -27,7 +27,7 @@ std::string instanceText() {
     return instance.empty() ? "" : " of instance \"" + instance + "\"";
 }
 
-// Every client takes a descriptor.
+// Each client needs a descriptor.
 void raiseDescriptorLimit() {
     struct rlimit limit = {};
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
@@ -47,7 +47,7 @@ int run(int argc, const char* const* argv) {
     if (const int* status = std::get_if<int>(&parsed)) return *status;
     const auto& options = std::get<Options>(parsed);
     log::setLevel(options.logLevel);
-    // Every name on this machine depends on the instance.
+    // Set first: all names on this machine depend on the instance.
     if (!options.instance.empty()) {
         setenv(board::kInstanceVariable, options.instance.c_str(), 1);
     } else if (cabinaudio_board_instance() == nullptr) {
@@ -56,7 +56,7 @@ int run(int argc, const char* const* argv) {
         return EXIT_USAGE;
     }
     prepareProcess();
-    // A server that cannot keep its settings must not have clients.
+    // Checked first: a server that cannot keep its settings must not accept clients.
     if (!options.stateFile.empty()) StateFile::check(options.stateFile);
     Server server(options);
     server.run();

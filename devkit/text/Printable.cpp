@@ -34,10 +34,10 @@ constexpr std::array WIDE = {
     Range{0x1f300, 0x1f64f}, Range{0x1f900, 0x1f9ff}, Range{0x20000, 0x3fffd}};
 
 constexpr std::size_t LONGEST_CHARACTER = 4;
-// The smallest character that may be written in 1, 2, 3 and 4 bytes.
+// The smallest character for each encoded length of 1 to 4 bytes.
 constexpr std::array<char32_t, LONGEST_CHARACTER> SMALLEST = {0, 0x80, 0x800, 0x10000};
 
-// By the first byte; 0 for one that begins no character.
+// Length by the first byte; 0 for a byte that cannot start a character.
 std::size_t lengthOf(unsigned char first) {
     if (first < 0x80) return 1;
     if (first < 0xc0) return 0;
@@ -51,13 +51,13 @@ bool isUnicode(char32_t character, std::size_t length) {
     return character >= SMALLEST[length - 1] && character <= 0x10ffff && !isSurrogate;
 }
 
-// How a piece is written: as it stands, or escaped.
+// How a character is written: unchanged, or escaped.
 struct Written {
     std::array<char, 6> text;
     std::size_t length;
 };
 
-// A backslash, a letter, and the character in so many hex digits.
+// A backslash, a letter, and the character in `digits` hex digits.
 Written escaped(char letter, std::size_t digits, char32_t character) {
     constexpr char DIGITS[] = "0123456789abcdef";
     Written written = {{'\\', letter}, 2 + digits};
@@ -153,7 +153,7 @@ std::string printableJson(std::string_view json) {
     result.reserve(json.size());
     while (!json.empty()) {
         const Front front = frontOf(json);
-        // Its own escapes for the first 32 are there already; all these have four digits.
+        // JSON already escapes the first 32; all others fit four digits.
         if (front.isCharacter && !front.isShown() && front.character >= 0x20) {
             const Written piece = escaped('u', 4, front.character);
             result.append(piece.text.data(), piece.length);

@@ -5,39 +5,39 @@
 #include <string>
 #include <string_view>
 
-/// Text that comes from elsewhere (names, file names, lines of a log), made fit to be shown: a
-/// terminal shows it and obeys nothing in it. Functions without state; any thread.
+/// Makes foreign text (names, file names, log lines) safe to show: a terminal displays it and obeys
+/// nothing in it. Stateless functions; any thread.
 namespace cabinaudio::text {
 
-/// The front of a text that is not empty: one character in UTF-8, or one byte that is part of none.
+/// The first character of a non-empty text: a UTF-8 character, or a byte that is part of none.
 struct Front {
     std::size_t length;  // in bytes
-    char32_t character;  // or the byte
+    char32_t character;  // or the byte's value
     bool isCharacter;
 
-    /// Whether it is shown as it stands: a character that neither controls a terminal nor ends a
-    /// line nor turns the direction of the text around it.
+    /// Whether it is shown unchanged: it neither controls a terminal, ends a line, nor changes the
+    /// text direction.
     [[nodiscard]] bool isShown() const;
 };
 [[nodiscard]] Front frontOf(std::string_view text);
 
-/// The text with everything in it that is not shown written as "\n", "\t", "\r", "\x1b" (a byte) or
-/// "\u009b" (a character). What has been through it once stays as it is.
+/// The text with all unsafe characters escaped as "\n", "\t", "\r", "\x1b" (a byte) or "\u009b" (a
+/// character). Applying it twice changes nothing more.
 [[nodiscard]] std::string printable(std::string_view text);
 
-/// As printable(), to be put between double quotes: '"' and '\' get a '\' in front of them.
+/// Like printable(), for use between double quotes: '"' and '\' also get a '\' before them.
 [[nodiscard]] std::string printableInQuotes(std::string_view text);
 
-/// As printable(), into a buffer and without memory of its own. What has no room is left out.
-/// @return the bytes in the buffer, which gets no terminator
+/// Like printable(), into a buffer and without allocating. Text that does not fit is dropped.
+/// @return the bytes in the buffer, which is not terminated
 [[nodiscard]] std::size_t printable(std::string_view text, char* buffer, std::size_t room);
 
-/// A JSON document on one line, with the characters that JSON need not escape and a terminal would
-/// obey escaped its own way, which loses nothing.
+/// A JSON document on one line. Characters that JSON leaves unescaped but a terminal would obey get
+/// JSON escapes, which loses nothing.
 [[nodiscard]] std::string printableJson(std::string_view json);
 
-/// The columns that a printable text takes on a terminal: none for accents that stand for
-/// themselves, two for East Asian characters.
+/// Columns that a printable text takes on a terminal: 0 for combining accents, 2 for East Asian
+/// wide characters.
 [[nodiscard]] std::size_t columnsOf(std::string_view text);
 
 }  // namespace cabinaudio::text

@@ -1,14 +1,14 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# First program of the virtual machine (run.py boots it, prepare.py makes its image). Runs the jobs
-# of /plan/order one after another and switches the machine off.
+# First program of the virtual machine (booted by run.py, in the image of prepare.py). Runs the jobs
+# of /plan/order one after another and powers off.
 #
 # A line of /plan/order is KIND NAME SECONDS. /plan/NAME starts the job; SECONDS is the longest time
-# that it may be without output. Of kind "gtest" is a GoogleTest program: when it ends before its
-# last test, it is started again for the tests that it has not begun. /plan/NAME.skip names tests
-# that it leaves out, as --gtest_filter wants them.
+# without output. Kind "gtest" is a GoogleTest program: if it ends before its last test, it is
+# started again for the remaining tests. /plan/NAME.skip lists tests to leave out, in the format of
+# --gtest_filter.
 #
-# All that concerns the host begins with "@vm " on the console:
+# Lines for the host begin with "@vm " on the console:
 #   @vm up KERNEL            | @vm begin NAME           | @vm end NAME STATUS SECONDS
 #   @vm | LINE OF OUTPUT     | @vm alive NAME: LAST LINE OF OUTPUT | @vm down
 set -u
@@ -30,7 +30,8 @@ tell() { printf '@vm %s\n' "$*"; }
 
 last_line() { tail -n 1 "$output" | cut -c 1-160; }
 
-# watch PROCESS NAME SECONDS: shows the host that the machine is alive. Ends a job without output.
+# watch PROCESS NAME SECONDS: reports to the host that the machine is alive, and ends a job without
+# output.
 watch_job() {
     size=
     silent=0
@@ -48,8 +49,8 @@ watch_job() {
     done
 }
 
-# run_once NAME SECONDS ARGUMENT...: output and end of the job. No process of it is left: the first
-# program of a machine, and nobody else, is spared by its own signal to all.
+# run_once NAME SECONDS ARGUMENT...: runs the job and reports its output and end. Leaves no process
+# behind: a signal that the first program sends to all processes spares only itself.
 run_once() {
     name=$1
     seconds=$2
@@ -68,7 +69,7 @@ run_once() {
     tell "end $name $status $(($(date +%s) - began))"
 }
 
-# The tests that the job has begun, as --gtest_filter wants them.
+# The tests that the job has begun, in the format of --gtest_filter.
 begun() { sed -n 's/^.*\[ RUN      \] //p' "$output" | tr '\n' ':'; }
 
 ended_early() { ! grep -q '^\[==========\] .* ran\.' "$output"; }
@@ -84,9 +85,9 @@ run_gtest() {
 }
 
 mount_all
-# NOW comes from the kernel's command line: the machine has no clock of its own.
+# NOW comes from the kernel's command line, because the machine has no real-time clock.
 date -s "@${NOW:-0}" >/dev/null
-# shellcheck disable=SC3045  # the machine's shell has it
+# shellcheck disable=SC3045  # supported by the machine's shell
 ulimit -c 0
 tell "up $(uname -srvm), $(nproc) processors"
 while read -r kind name seconds; do

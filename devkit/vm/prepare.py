@@ -1,16 +1,16 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""prepare.py [--long] TESTS MACHINE: makes what run.py boots, out of TESTS, a build of the target
-with its test programs, and MACHINE, the build armhf-vm.
+"""prepare.py [--long] TESTS MACHINE: makes the image that run.py boots. TESTS is a build of the
+target with its test programs, MACHINE is the build armhf-vm.
 
-In MACHINE/devkit/vm it leaves
-  initramfs.cpio  init.sh, a shell, the test programs of SUITES and all that they need, each file at
-                  the path that it has here, without debug information
+It writes to MACHINE/devkit/vm
+  initramfs.cpio  init.sh, a shell, the test programs of SUITES and all files that they need, at the
+                  same paths as here, without debug information
   plan.json       the programs and their tests, for run.py
   tests.cmake     the tests, for CTest
 
-The tests are those that TESTS has for CTest. not-run.txt names those that cannot run in the
-machine; nor do those that start no test program, such as checks of object code.
+The tests are the CTest tests of TESTS. Left out are those in not-run.txt, which cannot run in the
+machine, and those that start no test program, such as checks of object code.
 """
 import argparse
 import fnmatch
@@ -31,9 +31,9 @@ CROSS = "arm-linux-gnueabihf-"
 LIBRARIES = ["/lib/arm-linux-gnueabihf", "/usr/lib/arm-linux-gnueabihf"]
 SPEECH = "/usr/share/sounds/alsa"
 SUITES = ["foundation", "link", "shm", "client", "settings", "diag", "hostile", "race"]
-PATIENCE = 3        # the machine is slow: programs have this many times the time limits of tests
+PATIENCE = 3        # the machine is slow: tests get this many times their time limits
 NO_PROGRAM = "it starts no test program of the target"
-DEMO_SECONDS = 120  # the longest time without output of the demo
+DEMO_SECONDS = 120  # longest time without output of the demo
 
 
 def fail(text):
@@ -49,7 +49,7 @@ def suite_of(test, tests_build):
 
 
 def listed_tests(tests_build):
-    """The tests of SUITES as CTest has them, their properties as a dictionary."""
+    """The tests of SUITES from CTest's list, their properties as a dictionary."""
     run = subprocess.run(["ctest", "--test-dir", tests_build, "--show-only=json-v1"], check=True,
                          stdout=subprocess.PIPE, text=True)
     tests = json.loads(run.stdout)["tests"]
@@ -67,7 +67,7 @@ def not_run():
 
 
 def split_command(test, tests_build):
-    """Program and name of the test in GoogleTest, or nothing when it starts no test program."""
+    """The test's program and GoogleTest name, or None when it starts no test program."""
     command = test["command"]
     programs = [word for word in command if word.startswith(tests_build + "/tests/")]
     names = [word.split("=", 1)[1] for word in command if word.startswith("--gtest_filter=")]
@@ -77,7 +77,7 @@ def split_command(test, tests_build):
 
 
 class Plan:
-    """The programs in their order, each with its tests; and the tests that do not run."""
+    """The programs in their order, each with its tests, and the tests that are left out."""
 
     def __init__(self, tests_build, with_long):
         self.programs = {}
@@ -122,7 +122,7 @@ class Plan:
 # Files ----------------------------------------------------------------------------------------
 
 def read_elf(path):
-    """Names of the libraries that a file needs, directories that it names, and its loader."""
+    """Names of the libraries that a file needs, its run-time search path, and its loader."""
     run = subprocess.run([CROSS + "readelf", "-d", "-l", path], check=True,
                          stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
     needed = re.findall(r"\(NEEDED\).*\[(.*)\]", run.stdout)
@@ -138,7 +138,7 @@ def is_elf(path):
 
 
 class Image:
-    """The machine's files in a directory, which becomes an archive."""
+    """The machine's files, collected in a directory that is packed into an archive."""
 
     def __init__(self, directory):
         self.directory = directory
@@ -150,7 +150,7 @@ class Image:
             os.symlink("usr/" + name, os.path.join(directory, name))
 
     def inside(self, path):
-        """Where a path of the machine lies here; the directories are made."""
+        """The path here of a path in the machine; its directories are created."""
         place = os.path.join(self.directory, path.lstrip("/"))
         os.makedirs(os.path.dirname(place), exist_ok=True)
         return place
@@ -162,7 +162,7 @@ class Image:
         os.chmod(place, mode)
 
     def copy(self, source, path=None):
-        """One file as it is, with all links on the way to it."""
+        """Copies one file unchanged, with all symbolic links on its path."""
         place = self.inside(path or source)
         if os.path.lexists(place):
             return
@@ -174,7 +174,7 @@ class Image:
             shutil.copy(source, place)
 
     def program(self, path):
-        """A program or library of a build with all that it needs."""
+        """Adds a program or library of a build, with all files that it needs."""
         if os.path.lexists(self.inside(path)):
             return
         self.copy(path)
@@ -197,7 +197,7 @@ class Image:
             os.symlink("busybox", self.inside("/usr/bin/" + name))
 
     def pack(self, archive):
-        """The archive has its files from root, whoever makes it."""
+        """Packs the archive with all files owned by root, whichever user runs this."""
         names = []
         for directory, below, files in os.walk(self.directory):
             names += [os.path.relpath(os.path.join(directory, name), self.directory)
@@ -207,7 +207,7 @@ class Image:
                            cwd=self.directory, input="\n".join(sorted(names)).encode(), stdout=file)
 
 
-# The commands of init.sh, of demo/run.sh and of what the tests start with a shell.
+# Commands used by init.sh, by demo/run.sh and by shells that tests start.
 APPLETS = """
 basename cat chmod cut date dirname echo env expr false grep head id kill ln ls mkdir mkfifo mktemp
 mount mv nproc poweroff printf ps readlink rm sed sh sleep sort stat tail test timeout touch tr true
@@ -215,14 +215,14 @@ uname uniq wc"""
 
 
 def executables(directory):
-    """The programs in a directory: tests, and what they start."""
+    """The programs in a directory: tests, and programs that they start."""
     paths = [os.path.join(directory, name) for name in sorted(os.listdir(directory))]
     return [path for path in paths
             if os.path.isfile(path) and os.stat(path).st_mode & stat.S_IXUSR and is_elf(path)]
 
 
 def put_jobs(image, plan, machine_build):
-    """init.sh's plan."""
+    """Writes the plan for init.sh."""
     order = []
     server = os.path.join(machine_build, "devkit/server/cabinaudio-server")
     for name, program in plan.programs.items():
@@ -238,7 +238,7 @@ def put_jobs(image, plan, machine_build):
 
 
 def put_demo(image, tests_build, machine_build):
-    """demo/run.sh and its programs."""
+    """Adds demo/run.sh and its programs."""
     for name in ["devkit/server/cabinaudio-server", "devkit/board/cabinaudio-run",
                  "devkit/board/libcabinaudio-board.so", "devkit/wavcheck/cabinaudio-wavcheck",
                  "demo/cabinaudio-recordcheck"]:
@@ -275,8 +275,8 @@ def cmake_word(text):
 
 
 def write_tests(plan, work):
-    """Test "machine" boots it; the others take their results from that run. Results are numbered:
-    the names of tests have characters that names of files have not."""
+    """Test "machine" boots the machine; the others read their results of that run. Results have
+    numbers, because names of tests contain characters that are invalid in file names."""
     lines = ["# Made by prepare.py.",
              f"add_test(machine {cmake_word(os.path.join(HERE, 'run.py'))} {cmake_word(work)})",
              "set_tests_properties(machine PROPERTIES RUN_SERIAL ON TIMEOUT "

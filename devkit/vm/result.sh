@@ -1,7 +1,8 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# result.sh FILE: the recorded result of one test as a test of CTest. The first line of FILE is
-# passed, skipped or failed, the others are the test's output. Without FILE the test has not run.
+# result.sh FILE: turns the recorded result of one test into a CTest test. The first line of FILE is
+# passed, skipped or failed; the rest is the test's output. A missing FILE means that the test has
+# not run.
 [ -e "$1" ] || {
     echo "no result: the virtual machine ended before this test, see test 'machine'"
     exit 1

@@ -1,15 +1,15 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""run.py DIRECTORY: boots the kernel and the image in DIRECTORY (prepare.py made it) in an emulated
-machine of 32-bit ARM with two processors, and records what its init.sh tells.
+"""run.py DIRECTORY: boots the kernel and the image in DIRECTORY (made by prepare.py) in an emulated
+32-bit ARM machine with two processors, and records the output of its init.sh.
 
-In DIRECTORY it leaves
-  console.log    all that came from the machine
+It writes to DIRECTORY
+  console.log    all output of the machine
   results/N      the result of test N, see result.sh
   programs.txt   for each program how many of its tests ran, passed, were skipped, failed
 
-Fails when the machine does not come up, panics, stands still or takes too long, and when the end of
-a program does not fit its tests. Failed tests are no failure here: each has its own result.
+Fails when the machine does not come up, panics, hangs or takes too long, and when a program's exit
+status contradicts its tests. Failed tests are no failure here: each has its own result.
 """
 import json
 import os
@@ -20,10 +20,10 @@ import subprocess
 import sys
 import time
 
-UP_SECONDS = 180      # the longest time until init.sh runs
-SILENT_SECONDS = 180  # the longest time without a word; init.sh says something every 5 s
-ALL_SECONDS = 3600    # the longest time of all
-TAIL = 40             # lines of the console that are shown with an error
+UP_SECONDS = 180      # longest time until init.sh runs
+SILENT_SECONDS = 180  # longest time without output; init.sh prints a line every 5 s
+ALL_SECONDS = 3600    # longest time in total
+TAIL = 40             # console lines shown with an error
 
 BEGUN = re.compile(r"\[ RUN      \] (\S+)$")
 ENDED = re.compile(r"\[ *(OK|FAILED|SKIPPED) *\] (\S+?)(?:,| \()")
@@ -31,11 +31,11 @@ SUMMARY = re.compile(r"^\[==========\] .* ran\.")
 
 
 class MachineFault(Exception):
-    """The machine has not done its work."""
+    """The machine has not completed its run."""
 
 
 def machine_command(work):
-    """No network, no disk, no monitor; it dies with this process."""
+    """No network, no disk, no monitor; the emulator ends with this process."""
     options = f"console=ttyAMA0 loglevel=4 panic=-1 oops=panic NOW={int(time.time())}"
     packages = os.path.join(work, "packages")
     return ["setpriv", "--pdeathsig", "KILL",
@@ -46,7 +46,7 @@ def machine_command(work):
 
 
 class Console:
-    """The machine's console, line by line, with bounds on its silence and on its whole time."""
+    """The machine's console, line by line, with limits on its silence and on its total time."""
 
     def __init__(self, work, seconds):
         self.log = open(os.path.join(work, "console.log"), "wb")
@@ -82,7 +82,7 @@ class Console:
                 yield text
 
     def close(self):
-        """Status of the emulator. Whatever is still running is ended."""
+        """The emulator's exit status. Kills it if it is still running."""
         try:
             self.process.wait(10)
         except subprocess.TimeoutExpired:
@@ -93,15 +93,15 @@ class Console:
 
 
 class Results:
-    """Results of the tests of one program, out of its output."""
+    """Results of one program's tests, parsed from its output."""
 
     def __init__(self, tests):
         self.tests = tests
         self.outcomes = {}
 
     def take(self, lines, status):
-        """One run of the program. A test whose end is missing has failed. @return a complaint about
-        the program's end, or nothing"""
+        """Takes the output of one run of the program. A test without an end has failed. @return a
+        complaint about the program's end, or None"""
         test, output, complete = None, [], False
         for line in lines:
             begun, ended = BEGUN.search(line), ENDED.search(line)
@@ -132,7 +132,7 @@ class Results:
 
 
 class Record:
-    """What the machine told, as files for CTest."""
+    """The machine's results, as files for CTest."""
 
     def __init__(self, work, plan):
         self.work = work
@@ -180,7 +180,7 @@ class Record:
 
 
 def follow(console, record):
-    """Reads the console until the machine has done its work."""
+    """Reads the console until the machine has completed its run."""
     name, lines, done = None, [], False
     for line in console.lines():
         word, _, rest = line.partition("@vm ")[2].partition(" ")

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""test_run.py: run.py and result.sh with an emulator that only prints a console, so that no fault
-of a machine or a program is taken for success."""
+"""test_run.py: run.py and result.sh with an emulator that only prints a console: checks that no
+fault of a machine or a program is taken for success."""
 import contextlib
 import io
 import json

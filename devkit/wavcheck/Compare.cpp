@@ -9,7 +9,7 @@
 namespace cabinaudio::wavcheck {
 namespace {
 
-// Two sounds of one form; the shorter one goes on with silence.
+// Both sounds have the same form; the shorter one is extended with silence.
 double signalToNoiseDb(const Sound& expected, const Sound& heard) {
     const auto at = [](const Sound& sound, std::size_t i) {
         return i < sound.samples.size() ? sound.samples[i] : 0.0;

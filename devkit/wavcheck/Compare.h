@@ -7,17 +7,17 @@
 
 namespace cabinaudio::wavcheck {
 
-/// Where nothing was converted on the way, sounds must be equal sample for sample. Else the
-/// difference must be this much weaker than the sound.
+/// Required signal-to-difference ratio for converted sounds. Unconverted sounds must be equal
+/// sample for sample.
 constexpr double REQUIRED_DB = 40.0;
 
-/// One check and what came of it.
+/// A check and its result.
 struct Verdict {
     bool isMet;
     std::string text;
 };
 
-/// @param mustBeExact  nothing was converted on the way
+/// @param mustBeExact  whether the sound was not converted
 Verdict compare(const Sound& expected, const Sound& heard, bool mustBeExact);
 
 }  // namespace cabinaudio::wavcheck

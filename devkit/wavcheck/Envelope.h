@@ -7,8 +7,8 @@
 
 namespace cabinaudio::wavcheck {
 
-/// Writes what a plot of the sound needs: lines "seconds lowest highest", `columns` of them, and
-/// two empty lines, which end a block for gnuplot. All channels count.
+/// Writes plot data of the sound: `columns` lines "seconds lowest highest", and two empty lines,
+/// which end a block for gnuplot. Covers all channels.
 void writeEnvelope(std::ostream& out, const Sound& sound, std::size_t columns);
 
 }  // namespace cabinaudio::wavcheck

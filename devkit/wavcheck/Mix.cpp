@@ -13,7 +13,7 @@ namespace {
 
 using server::ChannelMatrix;
 
-// Adds one frame to one frame, channels going where the server's rules send them.
+// Adds one frame to another; channels are mapped by the server's rules.
 void addFrame(const Sound& source, std::size_t from, const ChannelMatrix& matrix, Sound& output,
               std::size_t to) {
     const auto inputs = static_cast<std::size_t>(source.channels);
@@ -35,10 +35,10 @@ Sound placed(const StreamReport& stream, const Sound& stem, const Sound& form, s
     output.samples.resize(frames * static_cast<std::size_t>(form.channels));
     const ChannelMatrix matrix(static_cast<std::size_t>(stem.channels),
                                static_cast<std::size_t>(form.channels));
-    std::size_t follows = 0;  // a converted stream is one sound, in pieces that follow each other
+    std::size_t follows = 0;  // a converted stream is one sound in successive pieces
     for (const Segment& segment : stream.segments) {
         const std::size_t begin = isConverted ? follows : segment.streamFrame;
-        // The server's converter may round the end differently by a frame.
+        // The server's converter may round the end by one frame.
         const std::size_t slack = isConverted ? 1 : 0;
         if (begin + segment.frames > source.frames() + slack ||
             segment.outputFrame + segment.frames > frames) {

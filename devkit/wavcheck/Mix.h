@@ -9,17 +9,17 @@
 
 namespace cabinaudio::wavcheck {
 
-/// What a stream alone should have made of the output: its frames at the places that the report
-/// names, silence elsewhere. Channels go where the server's ChannelMatrix sends them.
+/// The expected output of a stream alone: its frames at the positions from the report, silence
+/// elsewhere. Channels are mapped by the server's ChannelMatrix.
 /// @param form    has the output's rate and channels
 /// @param frames  length of the output
-/// @throws std::runtime_error when the report names places outside stem or output
+/// @throws std::runtime_error when a position in the report is outside stem or output
 Sound placed(const StreamReport& stream, const Sound& stem, const Sound& form, std::size_t frames);
 
-/// Whether placed() is exact for a stem: nothing had to be converted.
+/// Whether placed() is exact for a stem: nothing was converted.
 bool isPlacedExactly(const Sound& stem, const Sound& form);
 
-/// The sum, clipped to what samples of `form` can hold.
+/// The sum, clipped to the sample range of `form`.
 Sound sumOf(const std::vector<Sound>& sounds, const Sound& form);
 
 }  // namespace cabinaudio::wavcheck

@@ -30,7 +30,7 @@ int bitsOf(int format) {
 
 Sound readSound(const std::string& path) {
     SndfileHandle file(path);
-    // Its operator! does not tell of a file that could not be opened.
+    // The handle's operator! does not report a file that could not be opened.
     if (file.error() != SF_ERR_NO_ERROR) throw std::runtime_error(path + ": " + file.strError());
     if (file.frames() == 0) throw std::runtime_error(path + ": no sound in it");
     Sound sound{file.samplerate(), file.channels(), bitsOf(file.format()), {}};

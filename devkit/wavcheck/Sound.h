@@ -11,7 +11,7 @@ namespace cabinaudio::wavcheck {
 struct Sound {
     int rate = 0;  // Hz
     int channels = 0;
-    int bits = 0;  // of linear PCM, whose samples are here exactly; 0 for anything else
+    int bits = 0;  // of linear PCM, which is stored exactly; 0 for other encodings
     std::vector<double> samples;
 
     [[nodiscard]] std::size_t frames() const {
@@ -19,7 +19,7 @@ struct Sound {
     }
 };
 
-/// Reads a whole file of any kind that libsndfile knows.
+/// Reads a whole file of any format that libsndfile supports.
 /// @throws std::runtime_error with the path and the reason
 Sound readSound(const std::string& path);
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Compares what the development server has heard with the files that were played. The exit status
-// is 0 when every check is met, 5 when one is not, 1 when they cannot be made, 2 for wrong usage.
+// Compares the development server's output with the files that were played. Exit status: 0 when all
+// checks pass, 5 when one fails, 1 when they cannot be made, 2 for wrong usage.
 #include "devkit/text/Printable.h"
 #include "devkit/wavcheck/Compare.h"
 #include "devkit/wavcheck/Envelope.h"
@@ -40,7 +40,7 @@ public:
     explicit Checks(const Options& options)
         : mReport(readReport(options.reportFile)), mHeard(readSound(options.heardFile)) {}
 
-    /// What arrived of one stream, and where it went.
+    /// Compares one stream's stem with its file, and finds its place in the output.
     void checkStream(const std::string& name, const std::string& file) {
         const StreamReport& stream = mReport.stream(name);
         const Sound original = readSound(file);
@@ -54,7 +54,7 @@ public:
         mPlaced.push_back(placed(stream, stem, mHeard, mHeard.frames()));
     }
 
-    /// The output against the sum of the streams that were checked.
+    /// Compares the output with the sum of the checked streams.
     void checkMix() {
         if (mReport.streams.size() != mPlaced.size()) {
             say("mix", {false, "other streams than these were played"});
@@ -72,7 +72,7 @@ public:
         }
     }
 
-    /// Each stream at its place, then the output.
+    /// Writes each stream at its place, then the output.
     void writeEnvelopes(const std::string& path) const {
         std::ofstream file(path);
         for (const Sound& sound : mPlaced)

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
-# Completion of `cabinaudio` in bash. Sub-commands and options are the program's own words, taken
-# from its help; names of settings are those of the server that runs, or the fixed ones.
+# Bash completion for `cabinaudio`. Sub-commands and options are parsed from the program's help;
+# names of settings come from the running server, or are the fixed ones.
 
-# The words at the beginnings of a part of a help text.
+# The first words of the lines in a section of a help text.
 _cabinaudio_words() {
     local part=$1
     shift
@@ -16,7 +16,7 @@ _cabinaudio_settings() {
     local -a server=()
     local i
     for ((i = 1; i < COMP_CWORD; i++)); do
-        # In bash '=' is a word of its own.
+        # Bash splits words at '='.
         case ${COMP_WORDS[i]} in
             --instance)
                 if [[ ${COMP_WORDS[i + 1]} == '=' ]]; then
@@ -59,7 +59,7 @@ _cabinaudio() {
             mapfile -t COMPREPLY < <(compgen -W "$(_cabinaudio_settings)" -- "$word")
             ;;
         set)
-            # Behind the '=' there are no names any more.
+            # No names follow the '='.
             if [[ $word == '=' || $before == '=' || $word == *=* ]]; then return; fi
             mapfile -t COMPREPLY < <(
                 compgen -W "$(_cabinaudio_settings --settable)" -S = -- "$word"

@@ -1,10 +1,9 @@
 #compdef cabinaudio
 # SPDX-License-Identifier: Apache-2.0
-# Completion of `cabinaudio` in zsh. Sub-commands and options are the program's own words, taken
-# from its help, with what it says about them; names of settings are those of the server that runs,
-# or the fixed ones.
+# Zsh completion for `cabinaudio`. Sub-commands and options are parsed from the program's help, with
+# their descriptions; names of settings come from the running server, or are the fixed ones.
 
-# Offers the words at the beginnings of a part of a help text.
+# Offers the first words of the lines in a section of a help text.
 #   _cabinaudio_words PART [SUB-COMMAND...]
 _cabinaudio_words() {
     local part=$1 line word inside
@@ -69,7 +68,7 @@ _cabinaudio() {
         get | monitor) _cabinaudio_settings --readable -- ;;
         describe) _cabinaudio_settings -- ;;
         set)
-            # Behind the '=' there are no names any more.
+            # No names follow the '='.
             [[ $word == *=* ]] && return 1
             _cabinaudio_settings --settable -- -S =
             ;;

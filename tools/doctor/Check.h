@@ -10,21 +10,21 @@
 
 namespace cabinaudio::tool {
 
-/// What the doctor has found out about one thing.
+/// One finding of the doctor.
 struct Check {
     std::string name;
     bool ok = false;
-    Json value = nullptr;        // the finding in one word or number, for programs
-    std::string detail = {};     // the finding, for people
-    std::string cure = {};       // what to do about it; empty when all is well
+    Json value = nullptr;        // the finding as one word or number, for programs
+    std::string detail = {};     // the finding in words
+    std::string cure = {};       // remedy; empty when nothing is wrong
     Json more = Json::object();  // further figures, units in the keys
 };
 
-/// The library's answer and the server's, within `bound`.
+/// Whether library and server answer within `bound`.
 [[nodiscard]] Check checkServer(const ServerQuery& query, std::chrono::milliseconds bound);
-/// This program and the library that it has loaded belong together.
+/// Whether this program and the loaded library match.
 [[nodiscard]] Check checkVersions(const ServerQuery& query);
-/// The library's threads may have real-time scheduling, or the stand-in replaces it.
+/// Whether the library's threads may have real-time scheduling, or the stand-in replaces it.
 [[nodiscard]] Check checkRealTime();
 [[nodiscard]] Check checkLogLibrary();
 [[nodiscard]] Check checkSharedMemory();

@@ -11,11 +11,11 @@ namespace cabinaudio::tool {
 
 struct DoctorOptions {
     std::chrono::milliseconds timeout{2000};  // for the server's answer
-    ClosedDescriptors closedDescriptors;      // as the user's shell left them
+    ClosedDescriptors closedDescriptors;      // as inherited from the user's shell
 };
 
-/// Looks at everything that playing needs and prints one line each, with the cure.
-/// @return Done when all is well, else Failed
+/// Checks everything that playing needs; prints one line per check, with a remedy if it failed.
+/// @return Done when all checks pass, else Failed
 [[nodiscard]] ExitCode run(const DoctorOptions& options, const CommonOptions& common);
 
 }  // namespace cabinaudio::tool

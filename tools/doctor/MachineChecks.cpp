@@ -21,10 +21,10 @@ namespace {
 
 constexpr char kSharedMemory[] = "/dev/shm";
 
-// A dozen streams' rings; the stand-in's physical memory is sparse.
+// Enough for a dozen streams' rings; the stand-in's physical memory is a sparse file.
 constexpr std::uint64_t kEnoughSharedMemory = std::uint64_t{4} << 20;
 
-/// @return 0, or the error that making a shared-memory object ends with
+/// @return 0, or the error of creating a shared-memory object
 int trySharedMemory() {
     const std::string name = "/cabinaudio-doctor-" + std::to_string(getpid());
     const int descriptor = shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, 0600);
@@ -39,7 +39,7 @@ std::string megabytes(std::uint64_t bytes) {
     return std::to_string(bytes >> 20) + " MiB";
 }
 
-/// Opens a device as the library does. @return 0, or the error
+/// Opens a device in the same way as the library. @return 0, or the error
 int tryDevice(const char* path) {
     const int descriptor = open(path, O_RDWR | O_CLOEXEC);
     if (descriptor < 0) return errno;

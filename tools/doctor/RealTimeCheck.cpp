@@ -15,10 +15,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// What the child finds out.
+// The child's result.
 struct Trial {
-    int error;   // of the creation
-    int policy;  // that the thread really has
+    int error;   // of the thread's creation
+    int policy;  // the thread's actual policy
     int priority;
 };
 
@@ -30,8 +30,8 @@ void* lookAtOwnScheduling(void* found) {
     return nullptr;
 }
 
-/// Creates a thread exactly as the library does: setting the attributes always succeeds, only
-/// creation tells.
+/// Creates a thread exactly as the library does: setting the attributes always succeeds, and only
+/// the creation fails.
 void createRealTimeThread(int answers) {
     Trial trial = {};
     pthread_attr_t attributes;

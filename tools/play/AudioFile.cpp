@@ -66,7 +66,7 @@ void AudioFile::check() const {
 }
 
 std::optional<std::int64_t> AudioFile::frames() const {
-    // What a header says that was written before the length was known.
+    // Length in a header that was written before the length was known.
     constexpr sf_count_t kUnknown = 0x7fffffff;
     if (mInfo.seekable == 0 && mInfo.frames >= kUnknown / static_cast<sf_count_t>(mFrameBytes))
         return std::nullopt;

@@ -7,7 +7,7 @@
 
 namespace cabinaudio::tool {
 
-/// Turns a track's finish event, which comes on the notifier thread, into something to wait for.
+/// Turns a track's finish event, delivered on the notifier thread, into a waitable event.
 class FinishListener : public audio::QVAudioTrackCallback {
 public:
     void finish(bool) override { mFinished.set(); }

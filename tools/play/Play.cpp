@@ -19,14 +19,14 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// What was found wrong before any stream was made.
+/// Reports a file that was found bad before any stream was created.
 ExitCode reportBadFile(PlayReport report, const Failure& failure, const CommonOptions& common) {
     report.ending = {StreamEnd::Failed, failure.what()};
     printReport(report, common.json);
     return failure.code();
 }
 
-// The name is also that of the stream's shared memory: two streams must not have the same.
+// The name is also used for the stream's shared memory, so it must be unique.
 std::string streamName(const PlayOptions& options, std::size_t index) {
     std::string name =
         options.name.empty() ? "cabinaudio-play-" + std::to_string(getpid()) : options.name;
@@ -49,13 +49,13 @@ void describe(const AudioFile& file, PlayReport& report) {
         report.durationMs = 1000.0 * static_cast<double>(*frames) / file.format().sampleRate;
 }
 
-/// Anything else, such as a pipe, can be read only once.
+/// Other files, such as pipes, can be read only once.
 bool isRegular(const std::string& path) {
     struct stat found = {};
     return stat(path.c_str(), &found) == 0 && S_ISREG(found.st_mode);
 }
 
-/// Nothing is played when a later file is bad.
+/// Checks all files first, so that nothing is played when a later file is bad.
 std::optional<ExitCode> lookAtAll(const PlayOptions& options, const CommonOptions& common) {
     for (std::size_t index = 0; index < options.files.size(); ++index) {
         const bool exists = access(options.files[index].c_str(), F_OK) == 0;
@@ -92,11 +92,11 @@ public:
     }
 
 private:
-    /// A request to the server got no answer in time. The thread that plays is stuck in it.
+    /// A request to the server timed out, and the playing thread is stuck in it.
     [[noreturn]] void endOverdue(const std::string& what) {
         const bool hasEndedBadly =
             !mReport.ending.text.empty() && mReport.ending.how != StreamEnd::Done;
-        // Else the verdict stands; only the taking down hangs.
+        // Otherwise the previous result stands: only the clean-up hangs.
         if (!hasEndedBadly)
             mReport.ending = StreamControl::overdue(mInterruption, mOptions.timeout, what);
         mLine.clear();

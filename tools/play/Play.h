@@ -16,17 +16,17 @@ namespace cabinaudio::tool {
 struct PlayOptions {
     std::vector<std::string> files;  // "-" is standard input
     AudioTagType tag = AUDIO_TAG_ALTERNATIVE;
-    std::string name;  // of the stream; empty: one that no other process has
+    std::string name;  // of the stream; empty: a generated, unique name
     bool block = true;
     std::optional<float> keyShift;
     int streamParam = 0;
-    std::chrono::milliseconds timeout{5000};  // for each wait that makes no progress
+    std::chrono::milliseconds timeout{5000};  // for each wait without progress
 };
 
-/// @return why these options do not go together; empty when they do
+/// @return why these options conflict; empty when they do not
 [[nodiscard]] std::string optionFault(const PlayOptions& options);
 
-/// Plays the files, one after the other; ends with the first one that does not reach its end.
+/// Plays the files one after another; stops at the first one that does not reach its end.
 [[nodiscard]] ExitCode run(const PlayOptions& options, const CommonOptions& common);
 
 }  // namespace cabinaudio::tool

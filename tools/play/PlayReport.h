@@ -12,7 +12,7 @@
 
 namespace cabinaudio::tool {
 
-/// What is said about a file that was played, or was not.
+/// Result of playing a file.
 struct PlayReport {
     std::string file;
     std::string name;  // of the stream
@@ -33,19 +33,19 @@ struct PlayReport {
     bool isWithdrawn = false;          // a sink's source, now
     double writtenMs = 0;
     double queuedMs = 0;
-    std::uint32_t ringTimeouts = 0;         // writes that ended without a ring
-    std::uint32_t spaceTimeouts = 0;        // writes that ended without space
-    std::uint32_t shortWrites = 0;          // not blocking: the ring had no room for all
-    std::uint32_t ringRanEmpty = 0;         // nothing was queued when the next data came
-    std::optional<double> finishedAfterMs;  // from the end of the data to the finish event
-    double elapsedMs = 0;                   // from the start to the end
+    std::uint32_t ringTimeouts = 0;         // writes that timed out without a ring
+    std::uint32_t spaceTimeouts = 0;        // writes that timed out without space
+    std::uint32_t shortWrites = 0;          // non-blocking: the ring had no room for all data
+    std::uint32_t ringRanEmpty = 0;         // the queue was empty when the next data arrived
+    std::optional<double> finishedAfterMs;  // from the last data to the finish event
+    double elapsedMs = 0;                   // from start to end
 
     Ending ending;
 
     [[nodiscard]] double playedMs() const { return writtenMs - queuedMs; }
 };
 
-/// Prints the report: JSON on stdout, or one line; on stderr when the file was not played.
+/// Prints the report: JSON on stdout, or one line, on stderr if the file was not played.
 void printReport(const PlayReport& report, bool json);
 
 }  // namespace cabinaudio::tool

@@ -17,14 +17,14 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// How long data may stand still before it is asked whether the stream still exists.
+/// After this time without progress, check whether the stream still exists.
 constexpr auto kSuspicion = 500ms;
 
-/// A write waits up to a second for the ring and then for space; with room for a busy machine.
+/// A write waits up to a second for the ring and then for space; the rest is margin for load.
 constexpr std::chrono::milliseconds kLongestWrite = 3000ms;
 
-/// What a withdrawn sink is given at once: the library takes this long to throw it away, and one
-/// that does not block has to take the time itself.
+/// Amount given to a withdrawn sink at once: the library takes this long to discard it; a
+/// non-blocking sink must wait that time itself.
 constexpr auto kDiscardedBlocking = 500ms;
 constexpr auto kDiscardedElse = 100ms;
 
@@ -34,7 +34,7 @@ double milliseconds(std::chrono::nanoseconds duration) {
     return std::chrono::duration<double, std::milli>(duration).count();
 }
 
-/// Whether the server tells when all has been played.
+/// Whether the server notifies the end of playback.
 bool tellsItsEnd(AudioTagType tag) {
     return tag != AUDIO_TAG_ALTERNATIVE;
 }
@@ -83,7 +83,7 @@ void Playback::create() {
     mControl.endIfInterrupted();
 }
 
-/// @return the status of the stream that was made
+/// @return status of the created stream
 int Playback::confirm(AudioFormatDesc& format) {
     const auto make = [&]<typename Stream>(std::unique_ptr<Stream> stream) {
         mControl.request("the server to create the stream", [&] {
@@ -108,8 +108,8 @@ void Playback::begin() {
     if (mOptions.keyShift) shiftKey();
 }
 
-// A track carries one request at a time, and a key shift does not wait for its turn: while the ring
-// is being handed over it is refused, and before that it could take the ring's turn away.
+// A track carries one request at a time, and a key shift does not wait: it is refused while the
+// ring is being handed over, and an earlier one could delay the ring's request.
 void Playback::shiftKey() {
     while (mTrack->getTotalBufferSize() == 0) {
         mControl.rest(StreamControl::kShortestRest);
@@ -129,7 +129,7 @@ void Playback::feed() {
     for (;;) {
         if (mIsSink) awaitSource();
         chunk.resize(chunkBytes());
-        // A pipe may have no data for a long time, and the user may lose patience.
+        // Watched: a pipe may have no data for a long time, and the user may interrupt.
         const std::size_t bytes =
             mControl.limit("data of the file", 1h, [&] { return mFile.read(chunk); });
         if (bytes == 0) break;
@@ -138,7 +138,7 @@ void Playback::feed() {
     if (mReport.bytesWritten + mReport.bytesDiscarded == 0) throw Failure("holds no sound");
 }
 
-/// One period of the server, or what a withdrawn source takes at once; whole frames.
+/// One period of the server, or the amount for a withdrawn source; whole frames.
 std::size_t Playback::chunkBytes() const {
     const std::size_t frame = mFile.frameBytes();
     const auto away = mOptions.block ? kDiscardedBlocking : kDiscardedElse;
@@ -168,9 +168,9 @@ void Playback::feedChunk(Bytes chunk) {
     }
 }
 
-// A blocking write that times out does not tell how much it has queued before. Hence only what fits
-// is written at once, and the waiting is done with one frame: that one either goes in as a whole or
-// ends with exactly the odd bytes queued that were free before.
+// A blocking write that times out does not tell how much it has queued. So only the amount that
+// fits is written at once, and the wait is done with a single frame: either it is queued whole, or
+// exactly the free odd bytes of it are queued.
 std::size_t Playback::writeWaiting(Bytes bytes) {
     const std::size_t frame = mFile.frameBytes();
     const auto free = static_cast<std::size_t>(std::max(mTrack->bytesFree(), 0));
@@ -191,7 +191,7 @@ std::size_t Playback::writeWithoutWaiting(Bytes bytes) {
         mControl.rest(queuedTime() / 2);
         return 0;
     }
-    // Without a ring even this write waits for one.
+    // Without a ring, even this write waits for one.
     const std::size_t wanted = free == 0 ? bytes.size() : std::min(free, bytes.size());
     const int status = write(bytes.first(wanted));
     if (status == AUDIO_TIMED_OUT) return timedOutWrite(0);
@@ -199,9 +199,9 @@ std::size_t Playback::writeWithoutWaiting(Bytes bytes) {
     return static_cast<std::size_t>(status);
 }
 
-/// @return bytes queued, or AUDIO_TIMED_OUT; every other status ends the playback
+/// @return bytes queued, or AUDIO_TIMED_OUT; any other status ends the playback
 int Playback::write(Bytes bytes) {
-    // Bounded by itself, but for a notification that asks the server meanwhile.
+    // The write is bounded, except when a notification queries the server meanwhile.
     const int status = mControl.limit(
         "the server to hand over the ring",
         std::max(mOptions.timeout + Watchdog::GRACE, kLongestWrite), [&] {
@@ -220,10 +220,10 @@ std::size_t Playback::timedOutWrite(std::size_t taken) {
     return taken;
 }
 
-// The library throws away what a withdrawn sink is given, in its own time, but only when it may
-// block. The source may come back meanwhile; then the data is queued.
+// The library discards the data of a withdrawn sink at its own pace, but only in blocking mode. If
+// the source comes back meanwhile, the data is queued.
 std::size_t Playback::discard(Bytes bytes) {
-    // The next ring begins with a whole frame.
+    // Pads to a whole frame, because the next ring begins with a whole frame.
     if (const std::size_t odd = bytes.size() % mFile.frameBytes(); odd != 0)
         return noteDiscarded(odd);
     if (!mOptions.block) {
@@ -231,7 +231,7 @@ std::size_t Playback::discard(Bytes bytes) {
         return noteDiscarded(bytes.size());
     }
     const int status = write(bytes);
-    // A time-out says nothing about how much was queued; doing it again would double that.
+    // A timeout does not tell how much was queued; a retry could queue that part twice.
     if (status <= 0) return noteDiscarded(bytes.size());
     return static_cast<std::size_t>(status);
 }
@@ -241,7 +241,7 @@ std::size_t Playback::noteDiscarded(std::size_t bytes) {
     return bytes;
 }
 
-// A write would wait for the first source for ever.
+// Before the first source, a write would wait forever.
 void Playback::awaitSource() {
     for (lookAtSource(); !mHasHadSource; lookAtSource()) {
         showProgress();
@@ -251,7 +251,7 @@ void Playback::awaitSource() {
     }
 }
 
-/// The ring of a sink is there for as long as its source is active.
+/// A sink has a ring exactly while its source is active.
 void Playback::lookAtSource() {
     const bool isActive = mTrack->getTotalBufferSize() != 0;
     if (isActive) mHasHadSource = true;
@@ -260,7 +260,7 @@ void Playback::lookAtSource() {
     mReport.isWithdrawn = isWithdrawn;
 }
 
-/// A sink without its source is never told the end of the playback.
+/// A sink without a source is never notified of the end of playback.
 void Playback::endWithoutSource() {
     lookAtSource();
     if (mReport.isWithdrawn) throw Ending{StreamEnd::Done, "ended while the source was withdrawn"};
@@ -292,8 +292,8 @@ void Playback::awaitFinish() {
     mReport.finishedAfterMs = milliseconds(Clock::now() - done);
 }
 
-// An alternative track has no finish event: what was taken out of the ring counts as played, one
-// period later.
+// An alternative track has no finish event: data taken out of the ring counts as played one period
+// later.
 void Playback::awaitEmptyRing() {
     std::size_t queued = queuedBytes();
     const Clock::time_point allowance = Clock::now() + 2 * queuedTime();
@@ -324,13 +324,13 @@ void Playback::stop() {
         mControl.endIfUnanswered(
             mControl.request("the server to stop the stream", [&] { return mTrack->stop(); }));
     } catch (const Ending& ending) {
-        // Another verdict stands.
+        // Keep an earlier result.
         if (mReport.ending.how == StreamEnd::Done) mReport.ending = ending;
     }
 }
 
-// While data is played nothing tells that the server is gone. Starting a started track sends
-// nothing; it is refused once the stream does not exist any more.
+// During playback nothing reports the loss of the server. Starting a started track sends nothing,
+// and is refused once the stream no longer exists.
 void Playback::endIfRemoved() {
     const int status = mControl.request("the stream's state", [&] { return mTrack->start(); });
     if (status == AUDIO_INVALID_STATE) mControl.endByRemoval(status);

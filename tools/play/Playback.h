@@ -17,20 +17,20 @@
 
 namespace cabinaudio::tool {
 
-/// Plays one file on a track or sink of its own.
+/// Plays one file on its own track or sink.
 ///
-/// A sink may lose its source while it plays. What the file holds for that time is discarded, half
-/// a second in half a second, as a broadcast that nobody hears.
+/// A sink may lose its source while it plays. Data of that time is discarded in real time, half a
+/// second at a time.
 ///
-/// Every wait has a deadline and ends at an interruption. Requests to the server have no deadline
-/// of their own: the watchdog gives them one, and the process ends there.
+/// Every wait has a deadline and ends on an interruption. Requests to the server have no deadline
+/// of their own: the watchdog adds one, and ends the process when it passes.
 class Playback {
 public:
-    /// @param report  filled as far as the playback gets; also read by the watchdog's owner
+    /// @param report  filled as far as the playback gets; also read by the watchdog's thread
     Playback(AudioFile& file, const PlayOptions& options, const Interruption& interruption,
              Watchdog& watchdog, PlayReport& report, ProgressLine& line);
 
-    /// Plays to some end, which the report then tells, and takes the stream down in good order.
+    /// Plays until the end that the report then states, and shuts the stream down in good order.
     void run();
 
 private:
@@ -79,7 +79,7 @@ private:
     FinishListener mFinish;  // outlives the stream
     std::unique_ptr<audio::QVAudioTrack> mTrack;
     bool mIsStarted = false;
-    bool mHasHadSource = false;  // a sink
+    bool mHasHadSource = false;  // of a sink
     Clock::time_point mStartTime;
     Clock::time_point mLastProgress;  // of the data
     Clock::time_point mLastShown;

@@ -8,7 +8,7 @@
 
 namespace cabinaudio::tool {
 
-/// A bar with played and total time and what is queued, at most `width` columns of ASCII.
+/// A bar with played and total time and the queued amount, at most `width` columns of ASCII.
 [[nodiscard]] std::string progressText(const PlayReport& report, std::size_t width);
 
 }  // namespace cabinaudio::tool

@@ -13,7 +13,7 @@ namespace cabinaudio::tool {
 
 namespace {
 
-// All three take the sample as a 32-bit number, left-justified.
+// Each takes the sample as a 32-bit number, left-justified.
 void put(AudioBitDepthType depth, std::int32_t sample, unsigned char*& to) {
     const auto bits = static_cast<std::uint32_t>(sample);
     switch (depth) {
@@ -42,7 +42,7 @@ std::int32_t justified(std::int32_t sample) {
     return sample;
 }
 
-/// Rounds to the depth that is wanted, not to more bits which would be cut off afterwards.
+/// Rounds to the target depth; rounding to more bits would truncate later.
 std::int32_t justified(float sample, AudioBitDepthType depth) {
     const double steps = std::ldexp(1.0, static_cast<int>(depth) - 1);
     const double rounded = std::nearbyint(static_cast<double>(sample) * steps);

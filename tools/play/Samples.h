@@ -7,14 +7,14 @@
 
 namespace cabinaudio::tool {
 
-/// Type that libsndfile is asked for, so that nothing is lost or scaled twice.
+/// Sample type requested from libsndfile, so that nothing is lost or scaled twice.
 enum class SampleSource {
     Short,  // integer files of up to 16 bits
     Int,    // deeper integer files, left-justified in 32 bits
     Float,  // everything else, -1 to 1
 };
 
-/// How the samples of a file go into a stream.
+/// How a file's samples are converted for a stream.
 struct SamplePlan {
     SampleSource source;
     AudioBitDepthType depth;
@@ -23,7 +23,7 @@ struct SamplePlan {
 /// @param sndfileFormat  the format word of an SF_INFO
 [[nodiscard]] SamplePlan planFor(int sndfileFormat);
 
-/// Bytes that one sample of a source takes.
+/// Bytes per sample of a source.
 [[nodiscard]] std::size_t sourceBytes(SampleSource source);
 
 /// Converts `count` samples at `from`, of the plan's source type, to stream samples at `to`.

@@ -7,10 +7,10 @@
 
 namespace cabinaudio::tool {
 
-/// The loudest sample, 0 to 1; none while there was no sample.
+/// The largest sample, 0 to 1; empty while there are no samples.
 using Level = std::optional<double>;
 
-/// Takes the largest of both.
+/// Raises `level` to the largest sample, if that is larger.
 void raise(Level& level, std::span<const std::int32_t> samples);
 
 /// In decibels relative to full scale; -120 for silence.

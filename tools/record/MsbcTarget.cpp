@@ -24,7 +24,7 @@ public:
     MsbcTarget& operator=(const MsbcTarget&) = delete;
 
     void write(Bytes frame) override {
-        std::array<std::uint8_t, 240> samples;  // 120 of 16 bits
+        std::array<std::uint8_t, 240> samples;  // 120 samples of 16 bits
         std::size_t size = 0;
         const ssize_t taken =
             sbc_decode(&mCodec, frame.data(), frame.size(), samples.data(), samples.size(), &size);

@@ -9,7 +9,7 @@ namespace cabinaudio::tool {
 
 namespace {
 
-/// Of one frame, by the packet's configuration: its first five bits.
+/// Samples per frame, from the packet's configuration: its first five bits.
 std::uint32_t frameSamples(unsigned configuration) {
     constexpr std::array<std::uint32_t, 4> kSpeech = {480, 960, 1920, 2880};
     constexpr std::array<std::uint32_t, 2> kHybrid = {480, 960};
@@ -19,7 +19,7 @@ std::uint32_t frameSamples(unsigned configuration) {
     return kMusic[configuration % 4];
 }
 
-/// How many there are, by the first byte's last two bits.
+/// Number of frames, from the last two bits of the first byte.
 std::uint32_t frames(std::span<const std::uint8_t> packet) {
     switch (packet[0] & 3u) {
         case 0:
@@ -31,7 +31,7 @@ std::uint32_t frames(std::span<const std::uint8_t> packet) {
     }
 }
 
-/// The length, and four bytes that are the server's.
+/// The length, and four bytes set by the server.
 constexpr std::size_t kHeader = 8;
 
 }  // namespace
@@ -42,7 +42,7 @@ std::span<const std::uint8_t> opusPayload(std::span<const std::uint8_t> frame) {
 
 bool isOpusSilence(std::span<const std::uint8_t> frame) {
     constexpr std::array<std::uint8_t, 2> kEmptyFrame = {0xFF, 0xFE};
-    // The silence of 24000 Hz is a longer one, with a mark of its own.
+    // Silence at 24000 Hz is a longer packet with its own mark.
     constexpr std::array<std::uint8_t, 4> kMark = {'s', 'u', 'p', 'o'};
     const auto payload = opusPayload(frame);
     if (payload.size() == 3) return std::equal(kEmptyFrame.begin(), kEmptyFrame.end(), &payload[1]);

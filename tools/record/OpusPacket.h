@@ -6,16 +6,16 @@
 
 namespace cabinaudio::tool {
 
-/// Rate in which the Opus container counts, whatever the sound's own is.
+/// Clock rate of the Opus container, whatever the sound's own rate is.
 constexpr std::uint32_t kOpusClock = 48000;
 
-/// A packet without the header that streams put in front of it; empty when there is nothing else.
+/// A packet without the stream's header; empty when nothing follows the header.
 [[nodiscard]] std::span<const std::uint8_t> opusPayload(std::span<const std::uint8_t> frame);
 
-/// Duration of a packet in samples of the above (RFC 6716, section 3); 0 for what is none.
+/// Duration of a packet in samples of kOpusClock (RFC 6716, section 3); 0 if it is invalid.
 [[nodiscard]] std::uint32_t opusSamples(std::span<const std::uint8_t> packet);
 
-/// Whether a stream's frame is what the library gives while there is no sound.
+/// Whether a stream's frame is the library's substitute for silence.
 [[nodiscard]] bool isOpusSilence(std::span<const std::uint8_t> frame);
 
 }  // namespace cabinaudio::tool

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Ready packets in an Ogg stream (RFC 7845). What writes such files from PCM would code them again.
+// Stores encoded packets in an Ogg stream (RFC 7845) without encoding again.
 #include "tools/Failure.h"
 #include "tools/ProgramVersion.h"
 #include "tools/record/OpusPacket.h"
@@ -18,7 +18,7 @@ namespace cabinaudio::tool {
 
 namespace {
 
-/// What an encoder at its usual settings looks ahead; a decoder drops as much at the beginning.
+/// Usual look-ahead of an encoder; decoders drop this much at the beginning.
 constexpr std::uint16_t kPreSkip = 312;
 
 using Packet = std::vector<std::uint8_t>;
@@ -39,8 +39,8 @@ Packet headPacket(const RecordFormat& format) {
     append(head, static_cast<std::uint32_t>(format.channels), 1);
     append(head, kPreSkip, 2);
     append(head, format.rate, 4);
-    append(head, 0, 2);  // gain
-    append(head, 0, 1);  // channels as they are
+    append(head, 0, 2);  // output gain
+    append(head, 0, 1);  // channel mapping family: mono or stereo
     return head;
 }
 
@@ -50,11 +50,11 @@ Packet tagsPacket() {
     append(tags, "OpusTags");
     append(tags, static_cast<std::uint32_t>(writer.size()), 4);
     append(tags, writer);
-    append(tags, 0, 4);  // no more of them
+    append(tags, 0, 4);  // no comments
     return tags;
 }
 
-/// Streams that are played one after the other must differ in it.
+/// Streams that are played one after another must have different serial numbers.
 int serialNumber() {
     return static_cast<int>(static_cast<unsigned>(getpid()) * 2654435761u ^
                             static_cast<unsigned>(std::time(nullptr)));
@@ -73,7 +73,7 @@ public:
     OpusTarget(const OpusTarget&) = delete;
     OpusTarget& operator=(const OpusTarget&) = delete;
 
-    // One packet is kept back: the last one carries a mark.
+    // One packet is held back, because the last one carries an end mark.
     void write(Bytes frame) override {
         const Bytes packet = opusPayload(frame);
         const std::uint32_t samples = opusSamples(packet);
@@ -83,7 +83,7 @@ public:
         mKept.assign(packet.begin(), packet.end());
         mGranule += samples;
         mUnwritten += samples;
-        // A page a second: whatever happens to this process, no more is lost.
+        // One page per second limits the loss if the process is killed.
         const bool isSecond = mUnwritten >= kOpusClock;
         writePages(isSecond);
         if (isSecond) mUnwritten = 0;
@@ -96,14 +96,14 @@ public:
     }
 
 private:
-    /// @param isLast  of the stream
+    /// @param isLast  whether it is the stream's last packet
     void put(Packet& bytes, bool isLast) {
         ogg_packet packet = {};
         packet.packet = bytes.data();
         packet.bytes = static_cast<long>(bytes.size());
         packet.b_o_s = mCount == 0 ? 1 : 0;
         packet.e_o_s = isLast ? 1 : 0;
-        packet.granulepos = mGranule;  // of the samples up to the end of this packet
+        packet.granulepos = mGranule;  // samples up to the end of this packet
         packet.packetno = mCount++;
         ogg_stream_packetin(&mStream, &packet);
     }
@@ -123,7 +123,7 @@ private:
     Packet mKept;
     ogg_int64_t mGranule = 0;
     ogg_int64_t mCount = 0;
-    std::uint32_t mUnwritten = 0;  // samples since the last page that was asked for
+    std::uint32_t mUnwritten = 0;  // samples since the last forced page
 };
 
 }  // namespace

@@ -9,8 +9,7 @@
 
 namespace cabinaudio::tool {
 
-/// A file that is written from its beginning to its end. Every byte is with the system when write()
-/// returns.
+/// A file that is written sequentially. The kernel has all bytes when write() returns.
 class OutputFile {
 public:
     /// @param path  "-" is standard output

@@ -18,7 +18,7 @@ namespace {
 RecordReport blankReport(const RecordOptions& options) {
     RecordReport report;
     report.file = options.file == "-" ? "standard output" : options.file;
-    // The name is also that of the stream's shared memory: two streams must not have the same.
+    // The name is also used for the stream's shared memory, so it must be unique.
     report.name =
         options.name.empty() ? "cabinaudio-record-" + std::to_string(getpid()) : options.name;
     report.tag = options.tag;
@@ -44,11 +44,11 @@ public:
     }
 
 private:
-    /// A request to the server got no answer in time. The thread that records is stuck in it.
+    /// A request to the server timed out, and the recording thread is stuck in it.
     [[noreturn]] void endOverdue(const std::string& what) {
         const bool hasEndedBadly =
             !mReport.ending.text.empty() && mReport.ending.how != StreamEnd::Done;
-        // Else the verdict stands; only the taking down hangs.
+        // Otherwise the previous result stands: only the clean-up hangs.
         if (!hasEndedBadly)
             mReport.ending = StreamControl::overdue(mInterruption, mOptions.timeout, what);
         mLine.clear();

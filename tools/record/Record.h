@@ -17,19 +17,19 @@ struct RecordOptions {
     std::string file;  // "-" is standard output
     AudioTagType tag = AUDIO_TAG_INPUT0;
     RecordFormat format;
-    bool raw = false;               // as the stream delivers it
-    std::optional<double> seconds;  // none: until it is interrupted
-    std::string name;               // of the stream; empty: one that no other process has
+    bool raw = false;               // store the stream's bytes unchanged
+    std::optional<double> seconds;  // empty: until interrupted
+    std::string name;               // of the stream; empty: a generated, unique name
     bool block = true;
     std::optional<int> volume;  // 0 to 100
     int streamParam = 0;
-    std::chrono::milliseconds timeout{5000};  // for each wait that makes no progress
+    std::chrono::milliseconds timeout{5000};  // for each wait without progress
 };
 
-/// @return why these options do not go together; empty when they do
+/// @return why these options conflict; empty when they do not
 [[nodiscard]] std::string optionFault(const RecordOptions& options, const CommonOptions& common);
 
-/// Records until the time is over or the user ends it.
+/// Records until the time is over or the user interrupts.
 [[nodiscard]] ExitCode run(const RecordOptions& options, const CommonOptions& common);
 
 }  // namespace cabinaudio::tool

@@ -34,7 +34,7 @@ AudioFormatDesc RecordFormat::description() const {
     description.sampleRate = rate;
     description.codecParam = codecParam;
     description.channelMap = AudioTypes::getChannelMapType(channels);
-    // Coded streams have no bit depth; codecs keep flags of their own there.
+    // Coded streams have no bit depth; codecs use the field for their own flags.
     if (codec == RecordCodec::Pcm) description.bitDepth = depth;
     return description;
 }

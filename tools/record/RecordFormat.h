@@ -8,27 +8,27 @@
 
 namespace cabinaudio::tool {
 
-/// How a capture stream carries sound; the numbers are those of AudioFormatDesc::codecType.
+/// Encoding of a capture stream; the numbers are those of AudioFormatDesc::codecType.
 enum class RecordCodec : std::uint32_t { Pcm = 0, Aac = 16, Opus = 32, Msbc = 65 };
 
 /// "pcm", "opus", "msbc", "aac".
 [[nodiscard]] const char* codecName(RecordCodec codec);
 
-/// What is asked of the server.
+/// The format requested from the server.
 struct RecordFormat {
     RecordCodec codec = RecordCodec::Pcm;
     std::uint32_t rate = 0;  // Hz
     int channels = 0;
     AudioBitDepthType depth = AUDIO_BIT_DEPTH_16;  // linear PCM only
-    std::uint32_t codecParam = 0;                  // not of linear PCM
+    std::uint32_t codecParam = 0;                  // codecs only
 
     [[nodiscard]] AudioFormatDesc description() const;
-    /// Of linear PCM: one sample of every channel.
+    /// For linear PCM: one sample of every channel.
     [[nodiscard]] std::size_t frameBytes() const;
     [[nodiscard]] double milliseconds(std::size_t bytesOfPcm) const;
 };
 
-/// @return why the format cannot be recorded; empty when it can
+/// @return why the format cannot be recorded; empty if it can
 [[nodiscard]] std::string formatFault(const RecordFormat& format);
 
 }  // namespace cabinaudio::tool

@@ -109,7 +109,7 @@ const char* levelColour(Level level) {
     return decibels(*level) < kAlmostClipped ? "\033[33m" : "\033[31m";
 }
 
-// Where the recording itself goes to standard output there is nothing else.
+// With the recording on standard output, nothing else may be printed there.
 void printReport(const RecordReport& report, bool json) {
     if (json) printJson(toJson(report));
     if (report.ending.how != StreamEnd::Done)

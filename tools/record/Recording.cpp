@@ -18,23 +18,23 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// How long data may stay away before it is asked whether the stream still exists.
+/// After this time without data, check whether the stream still exists.
 constexpr auto kSuspicion = 500ms;
 
-/// A read waits up to a second for each piece of data; with room for a busy machine.
+/// A read waits up to a second for each piece of data; the rest is margin for load.
 constexpr std::chrono::milliseconds kLongestRead = 3000ms;
 
 constexpr auto kMeterInterval = 100ms;
 
-/// A frame is stored whole, whatever the byte count of the read.
+/// A frame is returned whole, even if it exceeds the byte count of the read.
 constexpr std::size_t kLargestFrame = std::size_t{1} << 20;
 
 constexpr std::size_t kMsbcFrame = 57;
 constexpr double kMsbcFrameMs = 7.5;
 constexpr std::size_t kLongestOpusSilence = 231;
 
-// As many bytes must be queued before the library takes a frame: the largest one and one byte more.
-// A frame that is not complete by then is lost, and all that follow are out of step.
+// The library takes a frame only when this many bytes are queued: the largest frame plus one byte.
+// A frame that is incomplete by then is lost, and all following ones are misaligned.
 constexpr std::size_t kLargestOpusFrame = 8 + 1275 + 1;
 constexpr std::size_t kLargestAacFrame = 2 * 768 + 64;
 
@@ -100,9 +100,9 @@ void Recording::create() {
     mControl.endIfInterrupted();
 }
 
-// Not earlier: what was recorded before must survive an attempt without a server.
+// Not earlier: without a server, an existing recording must not be overwritten.
 void Recording::openFile() {
-    // Somebody may have to open the other end of a pipe.
+    // Opening a pipe blocks until its other end is opened.
     mControl.limit("the file to open", 1h,
                    [&] { mTarget.set(openTarget(mOptions.file, mOptions.format, mOptions.raw)); });
 }
@@ -129,10 +129,10 @@ void Recording::capturePcm() {
             ? static_cast<std::uint64_t>(std::llround(*mReport.wantedMs * format.rate / 1000.0)) *
                   frame
             : UINT64_MAX;
-    std::size_t odd = 0;  // bytes of a frame that is not complete yet, at the buffer's begin
+    std::size_t odd = 0;  // bytes of an incomplete frame, at the beginning of the buffer
     while (mReport.bytesRecorded < all) {
-        // The library's silence covers one channel's worth of samples and leaves the rest as it
-        // was.
+        // The library's silence covers one channel's worth of samples and leaves the rest of the
+        // buffer unchanged.
         if (isUplink()) std::fill(&mBuffer[odd], mBuffer.data() + mBuffer.size(), std::uint8_t{0});
         const auto room = std::min<std::uint64_t>(mBuffer.size(), all - mReport.bytesRecorded);
         const int got = read(odd, static_cast<std::size_t>(room) - odd);
@@ -152,15 +152,15 @@ void Recording::captureFrames() {
         if (got > 0) storeFrame(Bytes(mBuffer).first(static_cast<std::size_t>(got)));
         if (mOptions.format.codec == RecordCodec::Aac) updateReport();
         if (mIsSilent) {
-            mLastProgress = Clock::now();  // no sound is no fault
+            mLastProgress = Clock::now();  // silence is not a fault
             pace();
         }
         waitForMore(got);
     }
 }
 
-/// Bytes that have to be there before a frame is taken. Silence ends the process where it does not
-/// fit them.
+/// Bytes that must be queued before a frame is taken. A request shorter than the library's silent
+/// frame ends the process.
 std::size_t Recording::frameRequest() const {
     const auto ring = static_cast<std::size_t>(std::max(mRecord->getTotalBufferSize(), 0));
     switch (mOptions.format.codec) {
@@ -173,7 +173,7 @@ std::size_t Recording::frameRequest() const {
     }
 }
 
-/// @return bytes that are in the buffer at `offset` now; every failure ends the recording
+/// @return bytes in the buffer at `offset`; every failure ends the recording
 int Recording::read(std::size_t offset, std::size_t bytes) {
     mControl.endIfInterrupted();
     const bool hasRing = mRecord->getTotalBufferSize() != 0;
@@ -193,7 +193,7 @@ int Recording::read(std::size_t offset, std::size_t bytes) {
     return status;
 }
 
-// One status for two reasons: the stream is gone, or live data stayed away for a second.
+// One status has two causes: the stream is gone, or live data was missing for a second.
 int Recording::dataStayedAway(int status) {
     mControl.endIfInterrupted();
     if (mControl.request("the stream's state", [&] { return mRecord->start(); }) != AUDIO_NO_ERROR)
@@ -228,7 +228,7 @@ void Recording::storeFrame(Bytes frame) {
     double duration = 0;
     if (mOptions.format.codec == RecordCodec::Msbc) {
         duration = kMsbcFrameMs;
-        mIsSilent = true;  // nothing else is ever delivered
+        mIsSilent = true;  // the library delivers nothing else for mSBC
     } else if (mOptions.format.codec == RecordCodec::Opus) {
         duration = 1000.0 * opusSamples(opusPayload(frame)) / kOpusClock;
         mIsSilent = mIsSilent || isOpusSilence(frame);
@@ -237,7 +237,7 @@ void Recording::storeFrame(Bytes frame) {
     if (mIsSilent) mReport.silentMs += duration;
 }
 
-// The library hands out a silent frame whenever it is asked for one, however long that lasts.
+// The library returns silent frames without delay, so the recorder must keep the pace itself.
 void Recording::pace() const {
     const auto recorded = std::chrono::duration<double, std::milli>(mReport.recordedMs);
     const auto due =
@@ -258,19 +258,19 @@ void Recording::stop() {
         mControl.endIfUnanswered(
             mControl.request("the server to stop the stream", [&] { return mRecord->stop(); }));
     } catch (const Ending& ending) {
-        // Another verdict stands.
+        // Keep an earlier result.
         if (mReport.ending.how == StreamEnd::Done) mReport.ending = ending;
     }
 }
 
-// While data stays away nothing tells that the server is gone. Starting a started stream sends
-// nothing; it is refused once the stream does not exist any more.
+// While data is missing nothing reports the loss of the server. Starting a started stream sends
+// nothing, and is refused once the stream no longer exists.
 void Recording::endIfRemoved() {
     const int status = mControl.request("the stream's state", [&] { return mRecord->start(); });
     if (status == AUDIO_INVALID_STATE) mControl.endByRemoval(status);
 }
 
-/// A recording without a time to end at is ended by the user.
+/// The user ends a recording without a time limit; that is its normal end.
 Ending Recording::userEnd(const Ending& ending) const {
     if (ending.how != StreamEnd::Interrupted || mReport.wantedMs || !mIsStarted) return ending;
     return {StreamEnd::Done, "recorded until " + mControl.interruption().signalName()};
@@ -280,7 +280,7 @@ bool Recording::isComplete() const {
     return mReport.wantedMs && mReport.recordedMs >= *mReport.wantedMs;
 }
 
-// An AAC stream has no silent frames; there the clock tells how much was recorded.
+// An AAC stream has no silent frames; the clock gives the recorded duration.
 void Recording::updateReport() {
     if (!mIsStarted) return;
     mReport.elapsedMs = milliseconds(Clock::now() - mStartTime);

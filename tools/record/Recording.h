@@ -19,16 +19,16 @@ namespace cabinaudio::tool {
 
 /// Records a capture stream into a target.
 ///
-/// Every wait has a deadline and ends at an interruption. Requests to the server have no deadline
-/// of their own: the watchdog gives them one, and the process ends there.
+/// Every wait has a deadline and ends on an interruption. Requests to the server have no deadline
+/// of their own: the watchdog adds one, and ends the process when it passes.
 class Recording {
 public:
-    /// @param report  filled as far as the recording gets; also read by the watchdog's owner
+    /// @param report  filled as far as the recording gets; also read by the watchdog's thread
     /// @param target  opened once the server has accepted the stream, and closed at the end
     Recording(const RecordOptions& options, const Interruption& interruption, Watchdog& watchdog,
               RecordReport& report, TargetHolder& target, ProgressLine& line);
 
-    /// Records to some end, which the report then tells, and takes the stream down in good order.
+    /// Records until the end that the report then states, and shuts the stream down in good order.
     void run();
 
 private:
@@ -66,7 +66,7 @@ private:
 
     std::unique_ptr<AudioRecord> mRecord;
     bool mIsStarted = false;
-    bool mIsSilent = false;  // what was read last is the library's own silence
+    bool mIsSilent = false;  // the last read returned the library's silence
     std::vector<std::uint8_t> mBuffer;
     Clock::time_point mStartTime;
     Clock::time_point mLastProgress;  // of the data

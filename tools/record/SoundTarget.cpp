@@ -17,7 +17,7 @@ namespace {
 
 int subtypeOf(TargetKind kind, AudioBitDepthType depth) {
     switch (depth) {
-        case AUDIO_BIT_DEPTH_8:  // libsndfile converts from signed where a kind has unsigned ones
+        case AUDIO_BIT_DEPTH_8:  // libsndfile converts to unsigned for formats that need it
             return kind == TargetKind::Wav ? SF_FORMAT_PCM_U8 : SF_FORMAT_PCM_S8;
         case AUDIO_BIT_DEPTH_24:
             return SF_FORMAT_PCM_24;
@@ -39,7 +39,7 @@ public:
                       subtypeOf(kind, format.depth);
         mFile.reset(sf_open_fd(createFile(file), SFM_WRITE, &info, SF_TRUE));
         if (mFile == nullptr) throw Failure(sf_strerror(nullptr));
-        // Whatever happens to this process: what is in the file is a sound file.
+        // Keeps the header valid, so that the file is usable even if the process is killed.
         sf_command(mFile.get(), SFC_SET_UPDATE_HEADER_AUTO, nullptr, SF_TRUE);
     }
 

@@ -17,7 +17,7 @@ std::string extensionOf(const std::string& file) {
     return extension;
 }
 
-/// @return none when the extension tells nothing
+/// @return empty when the extension is unknown
 std::optional<TargetKind> kindOf(const std::string& file, RecordCodec codec, bool raw) {
     if (raw || file == "-") return TargetKind::Raw;
     const std::string extension = extensionOf(file);
@@ -33,7 +33,7 @@ bool isSound(TargetKind kind) {
     return kind == TargetKind::Wav || kind == TargetKind::Flac;
 }
 
-/// What to write into, for each codec.
+/// Suggested file type for each codec.
 const char* cureOf(RecordCodec codec) {
     switch (codec) {
         case RecordCodec::Opus:

@@ -11,7 +11,7 @@
 
 namespace cabinaudio::tool {
 
-/// What a recording is stored in. One thread at a time.
+/// Storage of a recording. One thread at a time.
 class Target {
 public:
     using Bytes = std::span<const std::uint8_t>;
@@ -22,32 +22,32 @@ public:
     /// @throws Failure when it cannot be stored
     virtual void write(Bytes frame) = 0;
 
-    /// Makes the file complete; once, the last call.
-    /// @throws Failure when it cannot be
+    /// Completes the file. Must be the last call, and made once.
+    /// @throws Failure when it fails
     virtual void close() = 0;
 
-    /// How loud it has been since the last call; none where nothing is decoded.
+    /// Peak level since the last call; empty when nothing is decoded.
     [[nodiscard]] virtual Level takeLevel() { return {}; }
 };
 
-/// What the file's name stands for.
+/// Type of the file, from its name.
 enum class TargetKind { Raw, Wav, Flac, OggOpus };
 
-/// @return why nothing of this format goes into such a file; empty when it does
+/// @return why such a file cannot hold this format; empty if it can
 [[nodiscard]] std::string targetFault(const std::string& file, const RecordFormat& format,
                                       bool raw);
 
-/// Opens the file anew. @param format  such that targetFault() has nothing to say
+/// Creates or truncates the file. @param format  accepted by targetFault()
 /// @throws Failure when it cannot be opened
 [[nodiscard]] std::unique_ptr<Target> openTarget(const std::string& file,
                                                  const RecordFormat& format, bool raw);
 
-// One of each. All throw Failure when the file cannot be opened.
+// One function per type. All throw Failure when the file cannot be opened.
 [[nodiscard]] std::unique_ptr<Target> openRawTarget(const std::string& file,
                                                     const RecordFormat& format);
 [[nodiscard]] std::unique_ptr<Target> openSoundTarget(const std::string& file, TargetKind kind,
                                                       const RecordFormat& format);
-/// Decodes mSBC frames for another target, which takes 16-bit PCM.
+/// Decodes mSBC frames for another target, which receives 16-bit PCM.
 [[nodiscard]] std::unique_ptr<Target> decodeMsbcFor(std::unique_ptr<Target> target);
 [[nodiscard]] std::unique_ptr<Target> openOpusTarget(const std::string& file,
                                                      const RecordFormat& format);

@@ -9,8 +9,8 @@
 
 namespace cabinaudio::tool {
 
-/// A recording's target, which the watchdog's thread completes when the recording thread is stuck
-/// in a request. Else only the recording thread uses it.
+/// A recording's target. Normally only the recording thread uses it; the watchdog's thread
+/// completes it when the recording thread is stuck in a request.
 class TargetHolder {
 public:
     void set(std::unique_ptr<Target> target) { mTarget = std::move(target); }
@@ -21,7 +21,7 @@ public:
     }
     [[nodiscard]] Level takeLevel() { return mTarget->takeLevel(); }
 
-    /// Does nothing without a target, a second time, and while a write is stuck.
+    /// No effect without a target, on a second call, or while a write is stuck.
     /// @throws Failure
     void close() {
         if (mTarget == nullptr || mIsWriting) return;
@@ -30,7 +30,7 @@ public:
     }
 
 private:
-    /// A write that throws has ended, too.
+    /// Marks a write as in progress; the mark also ends when the write throws.
     class Writing {
     public:
         explicit Writing(std::atomic<bool>& flag) : mFlag(flag) { mFlag = true; }

@@ -9,8 +9,8 @@
 
 namespace cabinaudio::tool {
 
-/// Turns a stream's samples (little-endian; 8 bits unsigned, else signed) into 32-bit numbers,
-/// left-justified. Without loss.
+/// Converts a stream's samples (little-endian; 8 bits unsigned, others signed) to 32-bit numbers,
+/// left-justified, without loss.
 void widen(AudioBitDepthType depth, std::span<const std::uint8_t> bytes,
            std::vector<std::int32_t>& samples);
 

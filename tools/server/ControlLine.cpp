@@ -52,15 +52,15 @@ public:
             if (!warning.empty()) complain(warning);
             return;
         }
-        // EAGAIN: it listens, but more wait than it has asked for.
+        // EAGAIN: the server listens, but its backlog is full.
         if (errno == EAGAIN) throw Failure("the server is busy: too many wait for it");
-        // The head unit's server has no such socket.
+        // The head unit's server has no control socket.
         if (serverListens())
             throw Failure("the server takes no commands; it is not cabinaudio-server");
         throw Failure(noServerText(), ExitCode::NoServer);
     }
 
-    // A line is shorter than any socket's buffer. A server that refuses has said why and closed.
+    // A line fits any socket's buffer. A server that refuses has sent its reason and closed.
     void send(const std::string& line) const {
         if (::send(mSocket, line.data(), line.size(), MSG_NOSIGNAL) !=
                 static_cast<ssize_t>(line.size()) &&
@@ -79,8 +79,8 @@ public:
         return line;
     }
 
-    /// Until nobody can reach the server any more: a process that dies closes its sockets one after
-    /// the other, and clients that still reach it wait for an answer that never comes.
+    /// Waits until the server's sockets are all closed: a dying process closes them one by one, and
+    /// a client that connects meanwhile waits for an answer that never comes.
     void awaitServersEnd() const {
         while (receiveSome("end")) {
         }
@@ -91,7 +91,7 @@ public:
     }
 
 private:
-    /// @return nothing once the server has closed the connection
+    /// @return empty once the server has closed the connection
     [[nodiscard]] std::optional<std::string> receiveSome(const char* awaited) const {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(mDeadline - Clock::now());
         struct pollfd entry = {mSocket, POLLIN, 0};

@@ -6,15 +6,15 @@
 
 namespace cabinaudio::tool {
 
-/// The server's answer to a command that it has carried out.
+/// The server's answer to a successful command.
 inline constexpr char SERVER_DONE[] = "ok";
 
-/// What to do about a command that the server has carried out.
+/// How askServer() continues after a successful command.
 enum class Then { Return, AwaitItsEnd };
 
 /// Sends one line to the development server's control socket. @return its answer, one line
-/// @throws Failure  with ExitCode::NoServer when nobody listens there, with ExitCode::TimedOut when
-///                  there is no answer, or no end of the server, in time
+/// @throws Failure  with ExitCode::NoServer when no server listens there; with ExitCode::TimedOut
+///         when the answer, or the server's end, does not come in time
 [[nodiscard]] std::string askServer(const std::string& line, std::chrono::milliseconds bound,
                                     Then then = Then::Return);
 

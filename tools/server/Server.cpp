@@ -22,7 +22,7 @@ Json parsedState(const std::string& answer) {
 }  // namespace
 
 ExitCode run(const ServerOptions& options, const CommonOptions& common) {
-    // Whoever starts a client behind a crash must not meet the server that is about to die.
+    // A client that is started after this command must not reach the dying server.
     const Then then = options.command == "crash" ? Then::AwaitItsEnd : Then::Return;
     const std::string answer = askServer(options.command, options.timeout, then);
     if (answer.rfind(kError, 0) == 0) throw Failure(answer.substr(sizeof kError - 1));

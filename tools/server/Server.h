@@ -11,12 +11,12 @@ namespace cabinaudio::tool {
 
 /// A command to a running development server.
 struct ServerOptions {
-    std::string command;   // as the server takes it, without the line end
-    bool isState = false;  // the answer is the server's state
+    std::string command;   // as sent to the server, without the line end
+    bool isState = false;  // whether the answer is the server's state
     std::chrono::milliseconds timeout{5000};
 };
 
-/// Has the server do it. Prints nothing but its state.
+/// Sends the command to the server. Prints only the server's state.
 [[nodiscard]] ExitCode run(const ServerOptions& options, const CommonOptions& common);
 
 }  // namespace cabinaudio::tool

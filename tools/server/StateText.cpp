@@ -26,7 +26,7 @@ std::string formatOf(const Json& stream) {
     return text + " " + valueOf(stream, "bits") + " bit";
 }
 
-/// Where its sound comes from, or whether its own is what the output plays.
+/// An input's name, or for a sink whether it is the source of the output.
 std::string sourceOf(const Json& stream) {
     return valueOf(stream, stream.contains("input") ? "input" : "source");
 }

@@ -7,8 +7,8 @@
 
 namespace cabinaudio::tool {
 
-/// The development server's state for people: a line about its output, and a table of its streams.
-/// What a state does not hold is shown as "-". Without a line end.
+/// The development server's state for display: a line about its output, and a table of its streams.
+/// Missing values are shown as "-". No line end.
 [[nodiscard]] std::string stateText(const Json& state);
 
 }  // namespace cabinaudio::tool

@@ -14,7 +14,7 @@ using namespace rows;
 using F = wire::AppFunction;
 using audio::QVAudioSetting::App;
 
-// Records of the server: a selector, which is a part of the setting's name, and the bytes behind.
+// The server's records: a selector, which is part of the setting's name, and the bytes after it.
 template <typename Record>
 Setting record(const char* name, const char* what, const Functions& functions,
                int (App::*set)(Record*), int (App::*get)(Record*)) {
@@ -31,7 +31,7 @@ Setting record(const char* name, const char* what, const Functions& functions,
                     Octets data(sizeof value - kHead);
                     std::memcpy(data.data(), reinterpret_cast<const std::uint8_t*>(&value) + kHead,
                                 data.size());
-                    // Unused bytes at the end are zeros, and there are many of them.
+                    // Drop trailing zeros: most of the record is unused.
                     while (data.size() > 1 && data.back() == 0)
                         data.pop_back();
                     return Reading{status, data};
@@ -47,7 +47,7 @@ Setting record(const char* name, const char* what, const Functions& functions,
                 }};
 }
 
-/// The library cuts to whole microseconds: a delay that it does not cut to one less than meant.
+/// The library truncates to whole microseconds; this avoids ending up one below the wanted delay.
 float exactDelay(float ms) {
     constexpr float kUsPerMs = 1000.0F;
     const float us = std::round(ms * kUsPerMs);
@@ -85,7 +85,7 @@ void addDelays(std::vector<Setting>& table) {
                      .what = "Delay of the downlink as last measured; of cabinaudio-server in ms",
                      .functions = functions(F::GetDelayEstimation),
                      .get = [](Clients& c, const Names&) {
-                         short words[2] = {};  // the library stores four bytes
+                         short words[2] = {};  // the library stores four bytes through the pointer
                          const int status = c.app().getDownlinkDelayEstimation(words);
                          return Reading{status, Integers{words[0]}};
                      }});

@@ -49,7 +49,7 @@ Assignment parse(const Directory& directory, const std::string& word) {
     }
 }
 
-/// Makes one request of two settings that go together.
+/// Merges two related settings into one request.
 bool join(Assignment& first, const Assignment& second) {
     const char* partner = first.named.setting->partner;
     if (partner == nullptr || first.partner || second.named.name != partner) return false;

@@ -9,21 +9,21 @@
 
 namespace cabinaudio::tool {
 
-/// One request of set.
+/// One request of the set command.
 struct Assignment {
     Named named;
     Value value;
-    std::optional<Value> partner = {};  // of the setting that goes with it
+    std::optional<Value> partner = {};  // value of the related setting, if merged
     std::string text = {};              // "fade=20 balance=-10"
 };
 
-/// The words, in their order, with the lines of standard input in the place of "-", and the lines
-/// of the files behind them. Without empty ones and those that begin with '#'.
+/// The words in their order, with "-" replaced by the lines of standard input, followed by the
+/// lines of the files. Empty lines and lines that begin with '#' are skipped.
 /// @throws Failure when a file cannot be read
 [[nodiscard]] std::vector<std::string> readAssignments(const std::vector<std::string>& words,
                                                        const std::vector<std::string>& files);
 
-/// @throws Failure with ExitCode::Usage about the first that is wrong
+/// @throws Failure with ExitCode::Usage for the first invalid assignment
 [[nodiscard]] std::vector<Assignment> parseAssignments(const Directory& directory,
                                                        const std::vector<std::string>& words);
 

@@ -11,8 +11,8 @@
 
 namespace cabinaudio::tool {
 
-/// The clients of the settings. Each connects when it is needed for the first time, and blocks
-/// until the server has answered.
+/// The library's settings clients. Each connects on first use, which blocks until the server has
+/// answered.
 class Clients {
 public:
     ClientVolumeSetting& volume() { return get(mVolume); }

@@ -9,15 +9,15 @@
 namespace cabinaudio::tool {
 
 struct DescribeOptions : SettingsOptions {
-    std::vector<std::string> names;  // or patterns, or names of the table with placeholders
+    std::vector<std::string> names;  // also patterns, or names with placeholders from the table
 };
 
-/// Prints all that is known about settings. Works without a server, too.
+/// Prints all that is known about settings. Also works without a server.
 [[nodiscard]] ExitCode run(const DescribeOptions& options, const CommonOptions& common);
 
 /// "rw", "r-", "-w"
 [[nodiscard]] const char* accessLetters(const Setting& setting);
-/// As short as a column of a table has to be: "-103.5..24dB".
+/// Short form for a table column: "-103.5..24dB".
 [[nodiscard]] std::string shortRangeText(const Type& type);
 [[nodiscard]] Json descriptionJson(const Named& named);
 

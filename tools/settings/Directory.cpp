@@ -30,14 +30,14 @@ const Texts& fixedNames(const std::string& placeholder) {
     return kNone;
 }
 
-/// The first placeholder of a pattern, with its brackets; empty when there is none.
+/// The first placeholder of a pattern, with its brackets; empty if there is none.
 std::string placeholderOf(const std::string& pattern) {
     const std::size_t begin = pattern.find('<');
     if (begin == std::string::npos) return "";
     return pattern.substr(begin, pattern.find('>') + 1 - begin);
 }
 
-/// The pattern with a name in the place of the first placeholder.
+/// The pattern with its first placeholder replaced by a name.
 std::string filled(const std::string& pattern, const std::string& name) {
     const std::size_t begin = pattern.find('<');
     return pattern.substr(0, begin) + escaped(name) + pattern.substr(pattern.find('>') + 1);
@@ -65,7 +65,7 @@ std::size_t literalLength(const std::string& pattern) {
     return length;
 }
 
-/// How many letters have to be put in, taken away or changed.
+/// Edit distance: number of letters to insert, delete or change.
 std::size_t distance(const std::string& left, const std::string& right) {
     std::vector<std::size_t> row(right.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});
@@ -81,7 +81,7 @@ std::size_t distance(const std::string& left, const std::string& right) {
     return row.back();
 }
 
-/// The letters behind the last dot: what somebody remembers who has forgotten the rest.
+/// The part after the last dot, which users are most likely to remember.
 std::string lastPart(const std::string& name) {
     return name.substr(name.rfind('.') + 1);
 }
@@ -124,7 +124,7 @@ bool Directory::match(const std::string& pattern, const std::string& name, Names
     const std::size_t begin = pattern.find('<');
     if (name.compare(0, begin, pattern, 0, begin) != 0) return false;
     const std::string rest = pattern.substr(begin + placeholder.size());
-    // The names of streams and effects may hold dots, the longest one counts.
+    // Names of streams and effects may contain dots, so the longest match counts.
     const bool mayHoldDots = placeholder == "<track>" || placeholder == "<effect>";
     for (std::size_t end = name.size(); end > begin; --end) {
         const std::string text = name.substr(begin, end - begin);
@@ -171,7 +171,7 @@ std::optional<Named> Directory::find(const std::string& name) const {
     for (const Setting& setting : settings()) {
         Names names;
         if (!match(setting.name, name, names)) continue;
-        // effect.main.reverb.parameter is no effect "reverb.parameter".
+        // effect.main.reverb.parameter must not match an effect named "reverb.parameter".
         if (best && literalLength(best->setting->name) >= literalLength(setting.name)) continue;
         best = Named{&setting, names, setting.name, true};
         for (const std::string& text : names)

@@ -10,48 +10,48 @@
 
 namespace cabinaudio::tool {
 
-/// One setting: a row of the table and what stands for its placeholders.
+/// One setting: a row of the table, and values for its placeholders.
 struct Named {
     const Setting* setting = nullptr;
     Names names = {};
-    std::string name = {};  // as it is written, escaped
-    bool isByName = false;  // somebody wrote all of the name, and no pattern
+    std::string name = {};  // as users write it, escaped
+    bool isByName = false;  // the user gave the full name, not a pattern
 };
 
-/// The names that only a server knows.
+/// Names that only the server knows.
 struct LiveNames {
     Texts types = {};
-    std::vector<std::pair<std::string, std::string>> tracks = {};  // tag and name
+    std::vector<std::pair<std::string, std::string>> tracks = {};  // pairs of tag and name
 };
 
-/// Finds settings by name. Placeholders of the table's names stand for
+/// Finds settings by name. The placeholders in the table's names stand for
 ///
 ///     <loudspeaker>   LF, RF, LS, RS, CF, L1
 ///     <path>          main, second, alternative, auxiliary
 ///     <output>        main, alternative, auxiliary
 ///     <input>         0, 1
 ///     <type>          a stream type of the server
-///     <tag> <track>   a stream, which need not play (yet)
-///     <number> <effect>   anything; the server does not tell which ones there are
+///     <tag> <track>   a stream, which need not exist (yet)
+///     <number> <effect>   anything; the server does not list them
 class Directory {
 public:
-    /// @param live  none: there is no server to ask
+    /// @param live  empty without a server
     explicit Directory(std::optional<LiveNames> live) : mLive(std::move(live)) {}
 
     /// All settings whose names are known, in the table's order.
     [[nodiscard]] std::vector<Named> all() const;
 
-    /// The setting of this name; nothing when there is none.
+    /// The setting with this name; empty if there is none.
     [[nodiscard]] std::optional<Named> find(const std::string& name) const;
 
-    /// The setting of this name, or those that match the pattern ('*', '?', '[...]').
-    /// @throws Failure with ExitCode::Usage when there are none, with the nearest names
+    /// The setting with this name, or those that match the pattern ('*', '?', '[...]').
+    /// @throws Failure with ExitCode::Usage and the most similar names when nothing matches
     [[nodiscard]] std::vector<Named> select(const std::string& nameOrPattern) const;
 
-    /// The same for several; all when there are none.
+    /// The same for several names; all settings for an empty list.
     [[nodiscard]] std::vector<Named> select(const std::vector<std::string>& namesOrPatterns) const;
 
-    /// @throws Failure about a setting that does not exist
+    /// @throws Failure for a setting that does not exist
     [[noreturn]] void refuse(const std::string& name) const;
 
 private:

@@ -11,10 +11,10 @@
 
 namespace cabinaudio::tool {
 
-/// The most that an effect's parameter may have.
+/// Maximum size of an effect's parameter, bytes.
 constexpr std::size_t kLargestEffect = 65536;
 
-/// An effect's parameter as the library takes it: a head, and the bytes behind it.
+/// An effect's parameter in the library's form: a header followed by the bytes.
 class EffectBlock {
 public:
     explicit EffectBlock(const Octets& bytes) : EffectBlock(bytes.size()) {
@@ -39,8 +39,8 @@ private:
     std::size_t mSize;
 };
 
-/// Asks how long the parameter is, and then for all of it.
-/// @param get  the library's operation; takes a head
+/// Asks for the parameter's size first, then for all of it.
+/// @param get  the library's operation; takes the header
 template <typename Get>
 Reading readEffect(Get get) {
     EffectBlock none(std::size_t{0});

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::string_view kDigits = "0123456789ABCDEF";
 
-// Beyond ASCII are letters of all kinds, and some characters that a terminal would obey.
+// Non-ASCII characters include letters, but also control characters for terminals.
 bool isPlain(const text::Front& front) {
     constexpr std::string_view kOthers = "._-+/:";
     const char32_t character = front.character;

@@ -5,12 +5,12 @@
 
 namespace cabinaudio::tool {
 
-/// Names of streams and sources may hold anything. They are written so that they are one word of a
-/// shell and of xargs, hold no '=' or ',', no wildcard and nothing that a terminal would obey: such
+/// Escapes a name of a stream or source, which may contain any bytes, so that it is one word for a
+/// shell and for xargs, and contains no '=', ',', wildcard or terminal control character: such
 /// bytes become '%' and two hex digits.
 [[nodiscard]] std::string escaped(const std::string& text);
 
-/// The text itself. A '%' without two hex digits behind it stands for itself.
+/// The original text. A '%' without two hex digits after it stays.
 [[nodiscard]] std::string unescaped(const std::string& word);
 
 }  // namespace cabinaudio::tool

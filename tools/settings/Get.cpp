@@ -40,7 +40,7 @@ private:
             note(mUntold, ",", " " + named.name);
     }
 
-    /// Fade and balance are found from other settings, which need not be of any.
+    /// Fade and balance are derived from channel gains, which may match no position.
     static bool isUnclear(const Named& named, std::int32_t status) {
         return named.setting->partner != nullptr && status == AUDIO_INVALID_STATE;
     }
@@ -64,7 +64,7 @@ private:
 
     Session& mSession;
     const GetOptions& mOptions;
-    std::string mFaults;  // told at the end: what can be told comes first
+    std::string mFaults;  // printed at the end, after all values that could be read
     std::string mUntold;
 };
 

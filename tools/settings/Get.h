@@ -10,11 +10,12 @@ namespace cabinaudio::tool {
 
 struct GetOptions : SettingsOptions {
     std::vector<std::string> names;  // or patterns; none: all
-    bool inSteps = false;            // gains that come in steps
-    bool valueOnly = false;          // no names
+    bool inSteps = false;            // gains that can be given in steps
+    bool valueOnly = false;          // without names
 };
 
-/// Prints settings as `name=value` lines, which set takes. What cannot be set has a '#' in front.
+/// Prints settings as `name=value` lines that the set command accepts. Read-only settings get a
+/// leading '#'.
 [[nodiscard]] ExitCode run(const GetOptions& options, const CommonOptions& common);
 
 }  // namespace cabinaudio::tool

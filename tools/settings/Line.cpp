@@ -10,7 +10,7 @@ namespace cabinaudio::tool {
 bool isSettable(const Setting& setting, const Value& value) {
     if (!setting.set) return false;
     try {
-        // A server may tell more than it takes.
+        // A server may report values that it does not accept.
         (void)parsedValue(setting.type, valueText(setting.type, value));
     } catch (const std::invalid_argument&) {
         return false;
@@ -19,7 +19,7 @@ bool isSettable(const Setting& setting, const Value& value) {
 }
 
 std::string lineOf(const Named& named, const Value& value) {
-    // In one word: xargs takes the line apart at blanks.
+    // Printed as one word: xargs splits lines at blanks.
     return (isSettable(*named.setting, value) ? "" : "#") + named.name + "=" +
            valueText(named.setting->type, value);
 }

@@ -30,7 +30,7 @@ bool isMeant(const Named& named, const ListOptions& options) {
     return options.words.empty() || std::any_of(options.words.begin(), options.words.end(), fits);
 }
 
-/// All known settings, and the rows of the table that stand for many which nobody knows.
+/// All known settings, and table rows for settings whose names are unknown.
 std::vector<Named> everything(const Directory& directory, bool namesOnly) {
     std::vector<Named> all = directory.all();
     if (namesOnly) return all;

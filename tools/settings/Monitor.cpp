@@ -38,7 +38,7 @@ public:
     void watch() {
         try {
             const std::size_t count = look();
-            // What is on stdout is for programs, and is changes only.
+            // To stderr: stdout carries only changes, for programs.
             complain("watching " + std::to_string(count) + " settings; Ctrl-C ends it");
             while (!isOver()) {
                 waitForAny({&mSession.interruption().event()}, mOptions.interval);

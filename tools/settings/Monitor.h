@@ -14,10 +14,10 @@ namespace cabinaudio::tool {
 struct MonitorOptions : SettingsOptions {
     std::vector<std::string> names;  // or patterns; none: all but meters
     std::chrono::milliseconds interval{500};
-    std::optional<std::uint64_t> count;  // of changes to end after
+    std::optional<std::uint64_t> count;  // end after this many changes
 };
 
-/// Looks at settings over and over and prints those that change, until a signal.
+/// Polls settings and prints those that change, until a signal.
 [[nodiscard]] ExitCode run(const MonitorOptions& options, const CommonOptions& common);
 
 }  // namespace cabinaudio::tool

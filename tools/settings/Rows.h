@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-/// Words that the rows of the table are made of.
+/// Helpers for the rows of the table.
 namespace cabinaudio::tool::rows {
 
 inline constexpr double kLowestGain = -103.5;
@@ -17,7 +17,7 @@ inline constexpr double kLowestGain = -103.5;
 inline Type gain() {
     return {.kind = Kind::Gain, .low = kLowestGain, .high = 24, .unit = "dB"};
 }
-/// What can only make softer: up to 0 dB, or 0 to 100 steps.
+/// An attenuation: up to 0 dB, or 0 to 100 steps.
 inline Type attenuation(std::size_t count = 1) {
     return {.kind = Kind::Gain, .count = count, .low = kLowestGain, .high = 0, .unit = "dB"};
 }
@@ -27,7 +27,7 @@ inline Type real(double low, double high, const char* unit, std::size_t count = 
 inline Type integer(double low, double high, const char* unit = "", std::size_t count = 1) {
     return {.kind = Kind::Integer, .count = count, .low = low, .high = high, .unit = unit};
 }
-/// The server's own numbers.
+/// Any number; its meaning is the server's own.
 inline Type anyInteger(std::size_t count = 1) {
     return integer(std::numeric_limits<std::int32_t>::min(),
                    std::numeric_limits<std::int32_t>::max(), "", count);
@@ -35,7 +35,7 @@ inline Type anyInteger(std::size_t count = 1) {
 inline Type anyUnsigned(std::size_t count = 1) {
     return integer(0, std::numeric_limits<std::uint32_t>::max(), "", count);
 }
-/// Something that is begun.
+/// A setting that triggers an action.
 inline Type action(const char* word) {
     return {.kind = Kind::Integer, .low = 1, .high = 0, .words = {{word, 1}}};
 }
@@ -55,7 +55,7 @@ inline Type loudspeakers() {
     return {.kind = Kind::Loudspeakers};
 }
 
-/// A number as the library takes it.
+/// A number in the library's type.
 template <typename Number>
 Number integerOf(const Value& value, std::size_t index = 0) {
     return static_cast<Number>(std::get<Integers>(value)[index]);
@@ -64,11 +64,11 @@ inline float realOf(const Value& value, std::size_t index = 0) {
     return std::get<Reals>(value)[index];
 }
 
-/// The placeholder's text as a number; the names have been checked.
+/// A placeholder's text as a number; names have been validated before.
 inline long long numberOf(const std::string& name) {
     return std::stoll(name);
 }
-/// The loudspeaker of a name.
+/// The loudspeaker with this name.
 inline audio::audio_channel_idx_e channelOf(const std::string& name) {
     int bit = 0;
     while (kLoudspeakers[bit] != name)
@@ -76,7 +76,7 @@ inline audio::audio_channel_idx_e channelOf(const std::string& name) {
     return static_cast<audio::audio_channel_idx_e>(1 << bit);
 }
 
-// Readings from what the library's getters store. `call` takes the result by reference.
+// Readings from the library's getters. `call` takes the result by reference.
 template <typename Call>
 Reading readReal(Call call) {
     float number = 0;
@@ -109,7 +109,7 @@ Reading readSwitch(Call call) {
     return {status, isOn};
 }
 
-/// Hands a gain to the operation for gains or for steps.
+/// Passes a gain to the operation for gains, or to the one for steps.
 template <typename Call>
 int setGain(const Value& value, Call call) {
     if (const auto* steps = std::get_if<Steps>(&value)) return call(steps->steps.front());

@@ -16,7 +16,7 @@ namespace cabinaudio::tool {
 
 namespace {
 
-/// What the library says where the request has not reached the server, or its answer not us.
+/// The library's status when the request did not reach the server, or no answer came back.
 constexpr std::int32_t kNotSent = 1;
 
 const char* endName(ExitCode code) {
@@ -64,7 +64,7 @@ void Session::finish(ExitCode code, std::string why) {
     if (code != ExitCode::Done) complain(why);
 }
 
-/// The server does not answer, or went away meanwhile.
+/// The server does not answer, or has gone away.
 Failure Session::overdue(const std::string& what) const {
     if (mInterruption.hasHappened()) return Failure("interrupted by " + mInterruption.signalName());
     if (!serverListens())
@@ -74,7 +74,7 @@ Failure Session::overdue(const std::string& what) const {
                    ExitCode::TimedOut);
 }
 
-/// The thread that asks is stuck: in several requests, or the user wants to end.
+/// The requesting thread is stuck: in several requests, or after an interruption.
 void Session::endOverdue(const std::string& what) {
     const Failure failure = overdue(what);
     finish(failure.code(), failure.what());
@@ -101,7 +101,7 @@ void Session::check(std::int32_t status) const {
 Directory Session::directory() {
     demandServer();
     LiveNames live;
-    // A server without these lists has no such names; that is not the end.
+    // A server without these lists has no such names; that is not an error.
     check(ask("the stream types", [&] { return mClients.volume().getStreamTypeList(live.types); }));
     std::vector<audio::audio_track_info_t> records;
     check(ask("the streams", [&] { return mClients.source().getActiveTracksInfo(records); }));

@@ -18,38 +18,38 @@
 
 namespace cabinaudio::tool {
 
-/// What the commands of settings have in common.
+/// Options common to the settings commands.
 struct SettingsOptions {
     std::chrono::milliseconds timeout{5000};  // for each of the server's answers
 };
 
-/// A conversation with the server: requests that end in time, and a report in JSON that is printed
-/// however it ends.
+/// A conversation with the server: bounded requests, and a JSON report that is printed however the
+/// conversation ends.
 class Session {
 public:
     Session(const SettingsOptions& options, const CommonOptions& common);
 
-    /// Runs a command and tells how it ended: on stderr unless well, in JSON when wanted.
+    /// Runs a command and reports how it ended: errors on stderr, and JSON if requested.
     [[nodiscard]] ExitCode run(const std::function<void()>& command);
 
-    /// A part of what is printed in JSON at the end.
+    /// A part of the JSON report.
     [[nodiscard]] Json& report(const char* key) { return mReport[key]; }
-    /// What else is said if the command ends badly.
+    /// Extra text that is printed if the command fails.
     void setAside(std::string text) { mAside = std::move(text); }
     [[nodiscard]] bool wantsJson() const { return mCommon.json; }
     [[nodiscard]] const Interruption& interruption() const { return mInterruption; }
 
-    // All of these throw a Failure when the server is not there or does not answer, and when the
-    // user wants to end.
-    /// The names that the server knows.
+    // All of these throw a Failure when the server is absent or does not answer, and on an
+    // interruption.
+    // The names that the server knows.
     [[nodiscard]] Directory directory();
-    /// The same, without the server's names when there is no server.
+    /// The same, with only the fixed names when there is no server.
     [[nodiscard]] Directory directoryOrFixed();
-    /// One request. @return the answer, whose status is the server's
+    /// Makes one request. @return the answer, with the server's status
     [[nodiscard]] Reading get(const Named& named, bool inSteps = false);
     /// @return the server's status
     [[nodiscard]] std::int32_t set(const Named& named, const Value& value);
-    /// Two settings in one request.
+    /// Sets two settings in one request.
     [[nodiscard]] std::int32_t set(const Named& named, const Value& value, const Value& partner);
 
 private:
@@ -63,7 +63,7 @@ private:
     }
     void demandServer() const;
     void endIfInterrupted() const;
-    /// Throws unless the request went through.
+    /// Throws unless the request was answered.
     void check(std::int32_t status) const;
     void finish(ExitCode code, std::string why);
     [[nodiscard]] Failure overdue(const std::string& what) const;

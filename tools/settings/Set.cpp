@@ -10,7 +10,7 @@ namespace cabinaudio::tool {
 
 namespace {
 
-/// What has become of all of them, for the sentence about the one that went wrong.
+/// The results of the other assignments, for the error message.
 std::string rest(const std::vector<Assignment>& all, std::size_t failed) {
     std::string done;
     std::string left;

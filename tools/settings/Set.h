@@ -10,10 +10,10 @@ namespace cabinaudio::tool {
 
 struct SetOptions : SettingsOptions {
     std::vector<std::string> assignments;  // NAME=VALUE, or - for lines on standard input
-    std::vector<std::string> files;        // of such lines
+    std::vector<std::string> files;        // files with such lines
 };
 
-/// Changes settings, in this order. Nothing is sent unless all names and values are right.
+/// Changes settings in the given order. Sends nothing unless all names and values are valid.
 [[nodiscard]] ExitCode run(const SetOptions& options, const CommonOptions& common);
 
 }  // namespace cabinaudio::tool

@@ -17,10 +17,10 @@ using namespace rows;
 using F = wire::SourceFunction;
 
 constexpr std::int32_t kMappingMax = 10;
-// What travels of the record.
+// Bytes of the record that are transferred.
 constexpr std::size_t kI2sFormatSize = 6;
 
-// No name at all: the request did not go through.
+// A null name means that the request was not answered.
 Reading readName(const char* name) {
     if (name == nullptr) return {1, {}};
     return {AUDIO_NO_ERROR, std::string(name)};

@@ -11,10 +11,10 @@
 
 namespace cabinaudio::tool {
 
-/// What the development server says in the records of its lists; other servers have their own.
+/// Decodes the development server's records in its lists; other servers use their own formats.
 [[nodiscard]] wire::TrackInfo trackOf(const audio::audio_track_info_t& record);
 
-/// The text of a field, which may fill it to the last byte.
+/// The text of a field, which need not be terminated.
 [[nodiscard]] std::string textOf(const wire::Name& name);
 
 /// "main/radio/media/48000/2"

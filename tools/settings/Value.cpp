@@ -27,7 +27,7 @@ std::string numberText(Number number) {
     return {text, std::to_chars(text, text + sizeof text, number).ptr};
 }
 
-/// Of the table of types: -103.5, not -103.500000.
+/// For ranges: -103.5, not -103.500000.
 std::string limitText(const Type& type, double limit) {
     const std::string number = type.kind == Kind::Integer
                                    ? numberText(static_cast<std::int64_t>(limit))
@@ -58,7 +58,7 @@ std::string expected(const Type& type) {
     return "must be " + rangeText(type);
 }
 
-/// Takes a unit away, in whatever case it is written. @return whether it was there
+/// Removes a unit, ignoring case. @return whether it was present
 bool takeUnit(std::string_view& text, std::string_view unit) {
     if (unit.empty() || text.size() < unit.size()) return false;
     const std::string_view end = text.substr(text.size() - unit.size());
@@ -88,7 +88,7 @@ bool parseInteger(std::string_view text, std::int64_t& number) {
 float parseReal(const Type& type, std::string_view text) {
     takeUnit(text, type.unit);
     float number = 0;
-    // Not a number is in no range.
+    // NaN is in no range.
     if (!parseNumber(text, number) || !(number >= type.low && number <= type.high))
         refuse(expected(type));
     return number;
@@ -191,7 +191,7 @@ std::string integerText(const Type& type, std::int64_t number) {
     return numberText(number) + type.unit;
 }
 
-/// What a float says, not the double next to it.
+/// The shortest decimal value of the float, not the exact double.
 double decimal(float number) {
     const std::string text = numberText(number);
     double result = 0;
@@ -268,7 +268,7 @@ std::string rangeText(const Type& type) {
 std::string limitsText(const Type& type) {
     std::string text =
         joined(type.words, ", ", [](const auto& word) { return std::string(word.first); });
-    // Words alone, or numbers that only the server knows.
+    // Words only: the numbers have no range, or only the server knows it.
     if (type.low > type.high || (!text.empty() && type.high > 1e9)) return text;
     if (!text.empty()) text += ", ";
     if (type.count > 1) text += std::to_string(type.count) + " x ";

@@ -21,7 +21,7 @@ using Integers = std::vector<std::int64_t>;
 using Octets = std::vector<std::uint8_t>;
 using Texts = std::vector<std::string>;
 
-/// What a setting has. Single numbers are lists of one.
+/// A setting's value. Single numbers are lists of one.
 using Value = std::variant<Reals, Steps, Integers, bool, std::string, Octets, Texts>;
 
 enum class Kind {
@@ -35,36 +35,36 @@ enum class Kind {
     List,          // Texts
 };
 
-/// What a setting may have, and how that is written.
+/// The values that a setting accepts, and their format.
 struct Type {
     Kind kind = Kind::Text;
-    std::size_t count = 1;  // numbers; of bytes the most
+    std::size_t count = 1;  // of numbers; for bytes the maximum
     double low = 0;
     double high = 0;
     const char* unit = "";
-    std::vector<std::pair<const char*, std::int64_t>> words = {};  // for some integers
+    std::vector<std::pair<const char*, std::int64_t>> words = {};  // names for some integers
 };
 
-/// The loudspeakers' names, in the order of their bits.
+/// Names of the loudspeakers, in the order of their bits.
 extern const char* const kLoudspeakers[6];
 
 /// The largest step of a gain.
 [[nodiscard]] int largestStep(const Type& type);
 
-/// A value as it is read and written: `-6.5dB`, `87`, `on`, `20ms,20ms`. Numbers are printed as
-/// short as they can be read back unchanged.
+/// A value in the form that users write: `-6.5dB`, `87`, `on`, `20ms,20ms`. Numbers have the fewest
+/// digits that read back unchanged.
 [[nodiscard]] std::string valueText(const Type& type, const Value& value);
 
 /// The same for JSON: numbers, strings, lists of them. Bytes are hex digits.
 [[nodiscard]] Json valueJson(const Type& type, const Value& value);
 
-/// @throws std::invalid_argument whose text completes "volume.master: ..."
+/// @throws std::invalid_argument with a text that completes "volume.master: ..."
 [[nodiscard]] Value parsedValue(const Type& type, const std::string& text);
 
 /// "-103.5dB to 24dB, or 0 to 148", "on or off", "4 x -103.5dB to 0dB, or ...".
 [[nodiscard]] std::string rangeText(const Type& type);
 
-/// The same of numbers, as short as it can be: "-103.5..24dB", "4 x 0..10ms", "off, 0..100%".
+/// Number ranges in their shortest form: "-103.5..24dB", "4 x 0..10ms", "off, 0..100%".
 [[nodiscard]] std::string limitsText(const Type& type);
 
 /// "gain", "integer" ...

@@ -16,7 +16,7 @@ namespace {
 using namespace rows;
 using F = wire::VolumeFunction;
 
-/// Fade and balance as the library makes channel volumes of them.
+/// Channel volumes for a fade and balance, computed as in the library.
 std::array<int, 4> channelSteps(int fade, int balance) {
     std::array<int, 4> steps = {100 - balance + fade, 100 + balance + fade, 100 - balance - fade,
                                 100 + balance - fade};
@@ -30,8 +30,8 @@ struct Position {
     int balance = 0;
 };
 
-/// The server remembers channels only. Of all positions that sound like that the nearest to the
-/// middle; none when the channels were set one by one.
+/// The server stores channel volumes only. Returns the position nearest to the middle that gives
+/// these volumes; empty if none does, because the channels were set one by one.
 std::optional<Position> positionOf(const std::array<int, 4>& steps) {
     std::optional<Position> best;
     const auto distance = [](const Position& position) {
@@ -50,14 +50,14 @@ constexpr audio::audio_channel_idx_e kCorners[] = {audio::AUDIO_CHANNEL_LF, audi
                                                    audio::AUDIO_CHANNEL_LS,
                                                    audio::AUDIO_CHANNEL_RS};
 
-/// @return a status, or 0 and perhaps a position
+/// @return a status; with status 0 `position` may still be empty
 int readPosition(Clients& clients, std::optional<Position>& position) {
     std::array<int, 4> steps{};
     for (std::size_t i = 0; i < steps.size(); ++i) {
         float dB = 0;
         if (const int status = clients.volume().getChannelGain(kCorners[i], &dB); status != 0)
             return status;
-        // A step is half a dB, step 100 is 0 dB; what is between steps was set as a gain.
+        // A step is half a dB, step 100 is 0 dB; values between steps were set as gains.
         const float step = dB <= static_cast<float>(kLowestGain) ? 0.0F : 100.0F + 2.0F * dB;
         if (step != std::round(step)) return AUDIO_NO_ERROR;
         steps[i] = static_cast<int>(step);
@@ -73,7 +73,7 @@ Reading readPosition(Clients& clients, int Position::*part) {
     return {status, Integers{position ? (*position).*part : 0}};
 }
 
-/// Sets one of both; the other one stays, or goes to the middle when it cannot be told.
+/// Sets fade or balance; the other keeps its value, or becomes 0 when it cannot be determined.
 int setPosition(Clients& clients, int Position::*part, const Value& value) {
     std::optional<Position> position;
     if (const int status = readPosition(clients, position); status != AUDIO_NO_ERROR) return status;
@@ -325,7 +325,7 @@ void addMutesAndDucking(std::vector<Setting>& table) {
                      }});
 }
 
-// Either amplifier of one input of the converter.
+// Operation for one of the two amplifiers of a converter input.
 using SetPair = int (audio::QVAudioSetting::Volume::*)(audio::audio_input_mux_id_e, float, float);
 using GetPair = int (audio::QVAudioSetting::Volume::*)(audio::audio_input_mux_id_e, float*, float*);
 

@@ -44,7 +44,7 @@ public:
     }
 
 private:
-    /// Its semaphores in shared memory have the server's name in theirs.
+    /// The names of its semaphores in shared memory contain the server's name.
     void removeWhatItHasLeft() const {
         std::error_code ignored;
         for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", ignored))

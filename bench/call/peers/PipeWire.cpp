@@ -11,7 +11,7 @@ namespace cabinaudio::bench {
 
 namespace {
 
-/// The library's own thread receives and tells the requesting one.
+/// The library's own thread receives and notifies the requesting thread.
 class PipeWire : public Requester {
 public:
     explicit PipeWire(const std::string& directory) : mDaemon(pipeWireServer(directory)) {
@@ -83,7 +83,7 @@ private:
     pw_core* mCore = nullptr;
     pw_core_events mEvents{};
     spa_hook mListener{};
-    int mSequence = 0;  // these two are guarded by the loop's lock
+    int mSequence = 0;  // guarded by the loop's lock, like the next member
     bool mIsAnswered = false;
 };
 

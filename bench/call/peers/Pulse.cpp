@@ -9,7 +9,7 @@ namespace cabinaudio::bench {
 
 namespace {
 
-/// The library's own thread receives and tells the requesting one.
+/// The library's own thread receives and notifies the requesting thread.
 class Pulse : public Requester {
 public:
     explicit Pulse(const std::string& directory)

@@ -6,19 +6,18 @@
 
 namespace cabinaudio::bench {
 
-/// A connection to another system's server, in a process of its own and with the scheduling that it
-/// gives itself.
+/// A connection to another system's server, which runs in its own process with its own scheduling.
 class Requester {
 public:
     virtual ~Requester() = default;
 
-    /// A small request and its reply. @return whether it came
+    /// A small request and its reply. @return whether the reply arrived
     virtual bool request() = 0;
 };
 
 /// Each starts its server and connects.
-/// @param directory  for what the server needs; an empty one of its own
-/// @throws std::exception when it is not to be had here; what() says why
+/// @param directory  empty scratch directory for the server
+/// @throws std::exception when it is unavailable here; what() gives the reason
 std::unique_ptr<Requester> requestPulse(const std::string& directory);
 std::unique_ptr<Requester> requestPipeWire(const std::string& directory);
 std::unique_ptr<Requester> requestJack(const std::string& directory);

@@ -10,12 +10,12 @@
 
 namespace cabinaudio::bench {
 
-/// The other systems of which there is a server here, running.
+/// The other systems whose servers are installed here, running.
 class Requesters {
 public:
     struct Entry {
         std::string name;
-        std::unique_ptr<Requester> requester;  // null: not here
+        std::unique_ptr<Requester> requester;  // null: unavailable here
         std::string whyNot;
     };
 

@@ -10,14 +10,14 @@
 
 namespace cabinaudio::bench {
 
-/// The peers of which there is a server here, running.
+/// The peers whose servers are installed here, running.
 class Peers {
 public:
     struct Entry {
         std::string name;
-        std::unique_ptr<Peer> peer;  // null: not here
+        std::unique_ptr<Peer> peer;  // null: unavailable here
         std::string whyNot;
-        double mostConstruct;  // goal of our construction : its
+        double mostConstruct;  // goal for the ratio of our construction to the peer's
     };
 
     Peers();

@@ -9,12 +9,13 @@ namespace cabinaudio::bench {
 
 namespace {
 
-/// Units up to 15 are taken; the server's socket is named after its unit, so processes differ.
+/// Units up to 15 are valid; the server's socket is named after its unit, so each process uses
+/// another.
 int unitOfThisProcess() {
     return 8 + getpid() % 8;
 }
 
-/// The server needs a device; this one takes everything and plays nothing.
+/// The server needs a device; this one accepts everything and plays nothing.
 constexpr char NULL_DEVICE[] = R"(
 pcm.!default { type null }
 pcm.hw {
@@ -41,7 +42,7 @@ public:
     }
     ~Sndio() override {
         close();
-        // Killed servers leave it, and those that gave up being root cannot remove it.
+        // Killed servers leave the socket behind, and those that dropped root cannot remove it.
         const std::string socket = "/sock" + std::to_string(unitOfThisProcess());
         unlink(("/tmp/sndio" + socket).c_str());
         unlink(("/tmp/sndio-" + std::to_string(getuid()) + socket).c_str());

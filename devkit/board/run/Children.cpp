@@ -20,10 +20,10 @@ pid_t forkChild() {
 }
 
 void reapChild(pid_t child) {
-    // ECHILD: SIGCHLD is ignored, and the child has gone by itself.
+    // ECHILD: SIGCHLD is ignored, so the kernel has already reaped the child.
     while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
     }
-    // While SIGCHLD is blocked, the signal stays pending even across exec.
+    // A blocked SIGCHLD would stay pending, even across exec.
     sigset_t blocked;
     sigprocmask(SIG_BLOCK, nullptr, &blocked);
     if (sigismember(&blocked, SIGCHLD) == 1) {

@@ -8,8 +8,8 @@ namespace cabinaudio::run {
 /// fork(), @throws Refusal.
 pid_t forkChild();
 
-/// Waits for the end of a child and leaves no trace of it: the process becomes the
-/// program, which must find neither a child nor a pending SIGCHLD.
+/// Reaps a child and clears its pending SIGCHLD: this process becomes the program, which must find
+/// neither.
 void reapChild(pid_t child);
 
 }  // namespace cabinaudio::run

@@ -41,7 +41,7 @@ void executeWords(const std::string& file, const std::vector<std::string>& words
     std::vector<char*> pointers;
     pointers.reserve(words.size() + 1);
     for (const std::string& word : words) {
-        pointers.push_back(const_cast<char*>(word.c_str()));  // execv() changes none
+        pointers.push_back(const_cast<char*>(word.c_str()));  // execv() does not change them
     }
     pointers.push_back(nullptr);
     execv(file.c_str(), pointers.data());
@@ -55,8 +55,8 @@ void Command::preload(const std::vector<std::string>& libraries) {
     mPreload = joinedPreloads(libraries);
 }
 
-// A library of the guest in the emulator's own environment would be a wrong one for it,
-// and a board library of the host would answer there in the guest's place.
+// A guest library in the emulator's own environment has the wrong architecture for it, and a host
+// board library there would answer in the guest's place.
 void Command::setPreloadVariable() const {
     const std::string own = isEmulated() ? joinedPreloads(foreignPreloads()) : mPreload;
     if (own.empty()) {
@@ -69,7 +69,7 @@ void Command::setPreloadVariable() const {
 std::vector<std::string> Command::emulatedWords(bool dryRun) const {
     std::vector<std::string> words{mEmulator};
     if (std::getenv("QEMU_LD_PREFIX") == nullptr) {
-        // Loader and libraries must come from one place: this machine's armhf packages.
+        // Loader and libraries must both come from this machine's armhf packages.
         words.insert(words.end(), {"-L", "/"});
     }
     words.insert(words.end(), {"-E", std::string(kPreloadVariable) + "=" + mPreload});

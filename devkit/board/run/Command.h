@@ -8,22 +8,22 @@
 
 namespace cabinaudio::run {
 
-/// How a program is executed on this machine, with what is preloaded into it.
+/// How a program is executed on this machine, and the libraries preloaded into it.
 class Command {
 public:
-    /// @throws Refusal when this machine runs no such program
+    /// @throws Refusal when this machine cannot run the program
     explicit Command(const Program& program);
 
     bool isEmulated() const { return !mEmulator.empty(); }
 
-    /// The libraries to preload from now on, in this order.
+    /// Sets the libraries to preload, in this order.
     void preload(const std::vector<std::string>& libraries);
 
-    /// Replaces this process by the program; the environment passes on.
-    /// Returns only on failure, with errno.
+    /// Replaces this process by the program; the environment is passed on. Returns only on failure,
+    /// with errno.
     void execute() const;
 
-    /// As execute(), but the loader only lists what it would load and ends.
+    /// Like execute(), but the loader only lists the objects that it would load, and exits.
     void executeDryRun() const;
 
 private:

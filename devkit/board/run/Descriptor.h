@@ -7,7 +7,7 @@
 
 namespace cabinaudio::run {
 
-/// Owns a file descriptor; -1 is none.
+/// Owns a file descriptor; -1 when it owns none.
 class Descriptor {
 public:
     explicit Descriptor(int descriptor = -1) noexcept : mDescriptor(descriptor) {}

@@ -43,7 +43,7 @@ Pipe makePipe() {
     _exit(kNotExecutable);
 }
 
-// One read; false at the end of the stream.
+// Reads once. @return false at the end of the stream
 bool readSome(int from, std::string& into) {
     std::array<char, 4096> block;
     const ssize_t got = read(from, block.data(), block.size());
@@ -58,7 +58,7 @@ int millisecondsUntil(Clock::time_point deadline) {
     return static_cast<int>(std::max<std::chrono::milliseconds::rep>(left.count(), 0));
 }
 
-// Reads both streams to their ends; false when the deadline comes first.
+// Reads both streams to their ends. @return false if the deadline passes first
 bool readBoth(int out, std::string& outText, int err, std::string& errText,
               Clock::time_point deadline) {
     std::array<pollfd, 2> streams{pollfd{out, POLLIN, 0}, pollfd{err, POLLIN, 0}};

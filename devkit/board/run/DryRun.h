@@ -9,10 +9,10 @@
 
 namespace cabinaudio::run {
 
-/// What the loader would put into the program. Nothing of the program runs for it.
+/// Objects that the loader would load into the program. Found without running its code.
 struct LoadedObjects {
     std::vector<std::string> paths;
-    std::string missing;     // the first library that the program needs and nobody has
+    std::string missing;     // first needed library that was not found
     std::string complaints;  // what the loader wrote to stderr
 
     bool contains(const std::string& path) const;
@@ -21,9 +21,9 @@ struct LoadedObjects {
     std::string sanitizer() const;
 };
 
-/// Lets the loader list the objects, with all that decides about preloads as in the real
-/// run: the same file, rights, environment and arguments.
-/// @throws Refusal when the loader does not end within `timeout`
+/// Lets the loader list the objects, with everything that affects preloads as in the real run: the
+/// same file, rights, environment and arguments.
+/// @throws Refusal when the loader does not exit within `timeout`
 LoadedObjects dryRun(const Command& command, std::chrono::seconds timeout);
 
 }  // namespace cabinaudio::run

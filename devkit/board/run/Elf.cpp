@@ -27,13 +27,13 @@ struct Elf64 {
     using Entry = Elf64_Dyn;
 };
 
-constexpr std::size_t kLongestText = 4096;  // of a path or a name
+constexpr std::size_t kLongestText = 4096;  // for a path or a name
 constexpr std::size_t kMostEntries = 65536;
 constexpr std::uint64_t kFarthest = std::numeric_limits<off64_t>::max();
 
 class Truncated : public std::exception {};
 
-// Reads with bounds: whatever a broken file says of itself, it ends in Truncated.
+// Bounds-checked reads: a corrupt file gives Truncated, whatever its headers contain.
 class Reader {
 public:
     explicit Reader(int descriptor) : mDescriptor(descriptor) {}
@@ -69,8 +69,7 @@ private:
     int mDescriptor;
 };
 
-// The dynamic section names places in memory; the loadable segments say where they are
-// in the file.
+// The dynamic section refers to addresses; the loadable segments map them to file offsets.
 template <typename Segment>
 std::uint64_t fileOffset(const std::vector<Segment>& segments, std::uint64_t address) {
     for (const Segment& segment : segments) {

@@ -7,7 +7,7 @@
 
 namespace cabinaudio::run {
 
-/// What the launcher must know of a program or a library.
+/// Facts about a program or library that the launcher needs.
 struct ElfFile {
     int bits = 0;               // 32 or 64
     std::uint16_t machine = 0;  // EM_...
@@ -18,14 +18,14 @@ struct ElfFile {
 };
 
 /// Reads the headers of a file.
-/// @return nothing when it is no complete little-endian ELF file
+/// @return empty unless it is a complete little-endian ELF file
 /// @throws Refusal when it cannot be read
 std::optional<ElfFile> readElf(const std::string& path);
 
 /// "64-bit x86", "32-bit ARM" ...
 std::string describe(const ElfFile& elf);
 
-/// Directory under lib of the libraries for such files, "" when it has none.
+/// Directory below lib with the libraries for such files; "" if there is none.
 std::string debianTriplet(const ElfFile& elf);
 
 }  // namespace cabinaudio::run

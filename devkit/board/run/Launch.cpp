@@ -41,7 +41,7 @@ std::string newInstance() {
     return name;
 }
 
-// Leaves the instance in the environment and gives it back.
+// Sets the instance in the environment. @return its name
 std::string chooseInstance(const Options& options) {
     const std::string chosen = options.isPrivate ? newInstance() : options.instance;
     if (!chosen.empty()) {
@@ -62,7 +62,7 @@ void chooseConfigDirectory(const Options& options) {
     }
 }
 
-// In secure mode the loader drops LD_PRELOAD without a word.
+// In secure mode the loader ignores LD_PRELOAD silently.
 std::string whySkipped(const Program& program, const LoadedObjects& objects) {
     struct stat64 status;
     if (stat64(program.binary.c_str(), &status) == 0 &&
@@ -90,7 +90,7 @@ void checkObjects(const Program& program, const LoadedObjects& objects,
     }
 }
 
-// Settles what is preloaded, in an order that the program's loader really accepts.
+// Determines the preloads, in an order that the program's loader accepts.
 void arrangePreloads(Command& command, const Program& program, const std::string& library,
                      std::chrono::seconds timeout) {
     std::vector<std::string> preloads;
@@ -103,7 +103,7 @@ void arrangePreloads(Command& command, const Program& program, const std::string
     checkObjects(program, objects, library);
     const std::string sanitizer = objects.sanitizer();
     if (!sanitizer.empty()) {
-        // Its run time insists on being the first of all objects.
+        // A sanitizer's run time must be the first of all objects.
         preloads.insert(preloads.begin(), loadablePath(sanitizer));
         command.preload(preloads);
         objects = dryRun(command, timeout);
@@ -119,7 +119,8 @@ void sayWhatIsDone(const Program& program, const Command& command, const std::st
                  text::printable(library).c_str());
 }
 
-// Set by the tool `cabinaudio` when it starts itself through this launcher. It warns by itself.
+// Set by the tool `cabinaudio` when it starts itself through this launcher. The tool prints the
+// warning itself.
 constexpr char kToolVariable[] = "CABINAUDIO_TOOL_LAUNCHED";
 
 void warnOfForeignServer(const std::string& instance) {

@@ -5,11 +5,11 @@
 
 namespace cabinaudio::run {
 
-/// Becomes the program. Returns never.
+/// Replaces this process by the program. Never returns.
 /// @throws Refusal
 [[noreturn]] void launch(const Options& options);
 
-/// Removes what the instance has left behind.
+/// Removes the instance's leftovers.
 void clean(const Options& options);
 
 }  // namespace cabinaudio::run

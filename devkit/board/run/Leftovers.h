@@ -6,14 +6,14 @@
 
 namespace cabinaudio::run {
 
-/// Removes the instance's physical memory and its shared-memory objects ("": the common
-/// instance, whose objects have names of their own and are left alone), and those links
-/// of loadablePath() that lead nowhere. Programs that still use the removed objects keep
-/// them; programs started later get new ones.
-/// @return the paths that were removed
+/// Removes the instance's physical memory, its shared-memory objects, and dangling links of
+/// loadablePath(). The common instance ("") keeps its shared-memory objects, because their names
+/// have no prefix. Programs that still use the removed objects keep them; programs started later
+/// get new ones.
+/// @return the removed paths
 std::vector<std::string> removeLeftovers(const std::string& instance);
 
-/// Removes the diagnostics file of an instance that never comes back.
+/// Removes the diagnostics file of an instance that is not used again.
 void removeConfiguration(const std::string& instance);
 
 }  // namespace cabinaudio::run

@@ -38,7 +38,7 @@ void addInstalled(const fs::path& lib, const std::string& triplet,
     directories.push_back(lib);
 }
 
-// .../build/native/devkit/board has its counterpart in .../build/armhf/devkit/board.
+// Maps .../build/native/devkit/board to .../build/armhf/devkit/board.
 void addNeighbours(const fs::path& here, std::vector<fs::path>& directories) {
     fs::path within;
     for (fs::path tree = here; tree.has_relative_path(); tree = tree.parent_path()) {

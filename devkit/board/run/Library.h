@@ -7,19 +7,19 @@
 
 namespace cabinaudio::run {
 
-/// Environment: a board library to try first, for every program and for 32-bit ARM
-/// programs. One that does not fit the program is passed over.
+/// Environment: a board library to try first, for every program and for 32-bit ARM programs. A
+/// library that does not fit the program is skipped.
 constexpr char kLibraryVariable[] = "CABINAUDIO_BOARD_LIB";
 constexpr char kArmLibraryVariable[] = "CABINAUDIO_ARMHF_BOARD_LIB";
 
-/// The absolute path of the board library for a program. Looked for, in this order:
-/// 1. `given`, from the command line; it must fit;
+/// The absolute path of the board library for a program. Search order:
+/// 1. `given`, from the command line; must fit;
 /// 2. the two environment variables;
-/// 3. beside the launcher, as in a build tree;
-/// 4. ../lib/<triplet>/cabinaudio, ../lib/<triplet>, ../lib/cabinaudio and ../lib seen
-///    from the launcher, as in an installed tree;
+/// 3. the launcher's directory, as in a build tree;
+/// 4. ../lib/<triplet>/cabinaudio, ../lib/<triplet>, ../lib/cabinaudio and ../lib relative to
+///    the launcher, as in an installed tree;
 /// 5. for 32-bit ARM programs: the launcher's place in a neighbouring build tree "armhf".
-/// @throws Refusal when there is none that fits
+/// @throws Refusal when none fits
 std::string findBoardLibrary(const std::string& given, const ElfFile& program);
 
 }  // namespace cabinaudio::run

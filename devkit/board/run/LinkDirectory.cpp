@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kRandomLetters = 6;  // of mkdtemp()
+constexpr std::size_t kRandomLetters = 6;  // as in mkdtemp()
 
 std::string ownBeginning() {
     return "cabinaudio-run-" + std::to_string(geteuid()) + "-";
@@ -29,14 +29,13 @@ bool isOwnName(const std::string& name) {
            name.size() == ownBeginning().size() + kRandomLetters;
 }
 
-// Whoever owns the root directory can do all that root can; in a container it need not be user 0.
+// The root directory's owner has all of root's power; in a container that need not be user 0.
 bool isTrusted(uid_t user) {
     struct stat root {};
     return user == 0 || user == geteuid() || (stat("/", &root) == 0 && user == root.st_uid);
 }
 
-// Whether nobody but this user and root can put another directory into the place of one that
-// lies in this one.
+// Whether only this user and root can replace a directory that lies in this one.
 bool keepsItsEntries(const fs::path& directory) {
     struct stat status {};
     if (lstat(directory.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
@@ -68,7 +67,8 @@ bool isPrivate(const fs::path& directory) {
     return openOwn(directory) && isPathKept(directory) && isLoadable(directory);
 }
 
-// Without links in it, so that what is looked at is what the loader opens. Empty if there is none.
+// Resolves links, so that the checked directory is the one that the loader opens. Empty if there is
+// none.
 fs::path directoryIn(const char* variable) {
     const char* value = std::getenv(variable);
     if (value == nullptr || value[0] != '/') {
@@ -113,7 +113,7 @@ std::string newDirectoryIn(const fs::path& temporary) {
     return {};
 }
 
-// Empty when there is no link of this user.
+// Empty unless it is a link of this user.
 std::string targetOf(int directory, const std::string& name) {
     struct stat status {};
     if (fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||

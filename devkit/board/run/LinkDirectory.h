@@ -6,29 +6,28 @@
 
 namespace cabinaudio::run {
 
-/// A directory in which nobody but this user can make, change or remove anything, and whose path
-/// the loader takes as it stands: $XDG_RUNTIME_DIR, or else one below $TMPDIR or /tmp that is made
-/// when there is none yet, "cabinaudio-run-<user>-" and six more characters. It stays for the next
-/// run.
-/// @throws Refusal when there is no such place
+/// A directory that only this user can change, with a path that the loader takes literally:
+/// $XDG_RUNTIME_DIR, or else "cabinaudio-run-<user>-" and six more characters below $TMPDIR or
+/// /tmp, created if missing and kept for the next run.
+/// @throws Refusal when there is no such directory
 std::string linkDirectory();
 
-/// Those of them that are there already.
+/// The possible link directories that already exist.
 std::vector<std::string> linkDirectories();
 
-/// Makes a symbolic link in one of them, unless it is there already.
-/// @return false when the directory has gone meanwhile
-/// @throws Refusal when that is not possible, or when something else has the name
+/// Creates a symbolic link in the directory, unless it already exists.
+/// @return false when the directory has been removed meanwhile
+/// @throws Refusal when that fails, or when something else has the name
 bool makeLink(const std::string& directory, const std::string& name, const std::string& target);
 
-/// Removes links of these names' beginning that lead nowhere from a directory, and a directory that
-/// linkDirectory() has made when nothing is left in it. Others are left alone.
-/// @return the paths that were removed
+/// Removes dangling links with this prefix from a directory, and the directory itself if
+/// linkDirectory() created it and it is empty then. Other entries stay.
+/// @return the removed paths
 std::vector<std::string> removeDanglingLinks(const std::string& directory,
                                              const std::string& beginning);
 
-/// Whether the loader, and the emulator's option, take a path as it stands: a blank, ':', ',' or
-/// '$' in it would cut or expand it.
+/// Whether the loader, and the emulator's option, take a path literally: a blank, ':', ',' or '$'
+/// in it would split or expand it.
 bool isLoadable(const std::string& path);
 
 }  // namespace cabinaudio::run

@@ -117,7 +117,7 @@ void take(int found, const char* argument, Options& options) {
     }
 }
 
-// getopt moves on past a bad long option but stays inside a group of short ones.
+// getopt moves past a bad long option, but stays inside a group of short options.
 std::string badOption(char** argv) {
     if (optopt != 0 && optopt < kPrivate) {
         return std::string("-") + static_cast<char>(optopt);
@@ -143,7 +143,7 @@ Options parseOptions(int argc, char** argv) {
     Options options;
     opterr = 0;
     int found;
-    // '+': the first word that is no option is the program. ':': tell a missing argument.
+    // '+': the first word that is not an option is the program. ':': report missing arguments.
     while ((found = getopt_long(argc, argv, "+:i:vh", kLongOptions, nullptr)) != -1) {
         if (found == '?') {
             refuseUsage("unknown option '" + badOption(argv) + "'");

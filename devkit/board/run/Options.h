@@ -7,7 +7,7 @@
 
 namespace cabinaudio::run {
 
-/// What the command line asks for.
+/// Values of the command line's options.
 struct Options {
     enum class Task { runProgram, clean, help, version };
 

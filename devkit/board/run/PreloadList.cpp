@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 
 constexpr char kSeparators[] = " :";
 
-// FNV-1a: the same path gets the same link, so that runs do not pile links up.
+// FNV-1a: the same path always gets the same link, so links do not accumulate.
 std::string digest(std::string_view text) {
     std::uint64_t hash = 0xcbf29ce484222325;
     for (const char c : text) {
@@ -60,7 +60,7 @@ std::string loadablePath(const std::string& path) {
     }
     const std::string name = loadableLinkBeginning() + digest(path) + ".so";
     std::string directory = linkDirectory();
-    // Another launcher may be cleaning up.
+    // Retried: another launcher may be removing the directory.
     while (!makeLink(directory, name, path)) {
         directory = linkDirectory();
     }

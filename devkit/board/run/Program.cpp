@@ -15,7 +15,7 @@
 namespace cabinaudio::run {
 namespace {
 
-constexpr int kMostInterpreters = 5;  // the kernel follows no more either
+constexpr int kMostInterpreters = 5;  // the kernel's limit
 
 enum class Found { executable, notExecutable, unreachable, nothing };
 
@@ -39,7 +39,7 @@ std::vector<std::string> searchPath() {
     return directories;
 }
 
-// The words of "#!interpreter argument": at most two, as the kernel splits them.
+// The words of "#!interpreter argument": at most two, split as by the kernel.
 std::vector<std::string> interpreterLine(const std::string& script) {
     std::ifstream file(script, std::ios::binary);
     std::string line;
@@ -61,7 +61,7 @@ std::vector<std::string> interpreterLine(const std::string& script) {
     return words;
 }
 
-// Puts the interpreter's words in front of the file that it is to run.
+// Puts the interpreter's words before the file that it runs.
 void goToInterpreter(Program& program) {
     std::vector<std::string> words = interpreterLine(program.binary);
     if (words.empty()) {
@@ -85,7 +85,7 @@ void checkLoader(const Program& program) {
         throw Refusal(program.binary + " is a static program: nothing can be preloaded into it");
     }
     const std::string name = program.elf.loader.substr(program.elf.loader.rfind('/') + 1);
-    // Others may not know the dry run and would run the program in it.
+    // Other loaders may not support the dry run, and would run the program.
     if (!name.starts_with("ld-linux")) {
         throw Refusal(program.binary + " is loaded by " + program.elf.loader +
                       ", not by the GNU C library's loader");

@@ -8,21 +8,21 @@
 
 namespace cabinaudio::run {
 
-/// A program that can be started, looked at down to the file that the kernel runs.
+/// A program to start, resolved down to the file that the kernel runs.
 struct Program {
-    std::string path;                    // what is to be executed
-    std::vector<std::string> arguments;  // with the name as the user gave it
+    std::string path;                    // file to execute
+    std::vector<std::string> arguments;  // including the name as given by the user
     std::string binary;                  // `path`, or the interpreter of a script
     std::vector<std::string> viaScript;  // interpreter, its argument, script; else empty
     ElfFile elf;                         // of `binary`
 };
 
-/// The file that a command name stands for, as execvp() finds it.
+/// The file for a command name, as execvp() finds it.
 /// @throws Refusal with kNotFound or kNotExecutable
 std::string findCommand(const std::string& name);
 
-/// Finds the program and sees to it that a preload can work: a dynamic ELF file with
-/// the GNU loader, or a script whose interpreter is one.
+/// Finds the program and checks that a preload can work: a dynamic ELF file with the GNU loader, or
+/// a script whose interpreter is such a file.
 /// @throws Refusal
 Program inspectProgram(const std::vector<std::string>& command);
 

@@ -6,7 +6,7 @@
 
 namespace cabinaudio::run {
 
-/// Exit codes of the launcher itself; the others are the program's.
+/// Exit codes of the launcher itself; other codes come from the program.
 constexpr int kDone = 0;
 constexpr int kRefused = 1;
 constexpr int kUsage = 2;
@@ -25,7 +25,7 @@ private:
     int mExitCode;
 };
 
-/// "FAILED: the system's words for errno".
+/// "FAILED: " followed by the system's text for errno.
 std::string withReason(const std::string& failed);
 
 }  // namespace cabinaudio::run

@@ -28,10 +28,10 @@ constexpr char kDismissal = 'd';
 
 enum class Answer { right, dismissed, none, late };
 
-// Names the process for good, even when its number is given to another one.
+// Refers to this process even after its number is reused.
 Descriptor processDescriptor(pid_t process) {
     const Descriptor opened(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
-    // Away from the places that the watcher gives its other descriptors.
+    // Above the numbers that the watcher gives its other descriptors.
     return Descriptor(opened ? fcntl(opened.get(), F_DUPFD_CLOEXEC, 4) : -1);
 }
 
@@ -90,7 +90,7 @@ private:
                      text::printable(mDuty.program).c_str(), when.c_str());
     }
 
-    // Without a descriptor of the process there is no safe way to wait for it.
+    // Without a process descriptor there is no safe way to wait for the process.
     void awaitEnd() const {
         close(STDERR_FILENO);
         pollfd ended{mHandle.get(), POLLIN, 0};
@@ -104,7 +104,7 @@ private:
     int mAnswers;
 };
 
-// Whoever waits for the end of the program's output must not wait for the watcher.
+// Closes inherited descriptors: readers of the program's output must not wait for the watcher.
 void keepOnly(const Descriptor& answers, const Descriptor& handle) {
     dup2(answers.get(), STDIN_FILENO);
     close(STDOUT_FILENO);
@@ -141,7 +141,7 @@ Watcher::Watcher(const Duty& duty) {
     const pid_t program = getpid();
     const pid_t between = forkChild();
     if (between == 0) {
-        // The watcher's parent ends at once, so that the program is nobody's parent.
+        // The intermediate process exits at once, so the watcher is not the program's child.
         if (fork() == 0) {
             mOffered.close();
             watch(duty, program, answers);

@@ -9,28 +9,28 @@
 
 namespace cabinaudio::run {
 
-/// A process beside the program that waits for the board library's answer out of that
-/// very process. The dry run has said that the library will be loaded; should the real
-/// run differ, the watcher ends the program.
+/// A process beside the program that waits for the answer of the board library in exactly that
+/// process. The dry run has shown that the library will be loaded; if the real run differs, the
+/// watcher ends the program.
 ///
-/// It is nobody's child but init's, in a session of its own, and ends with the answer;
-/// that of a private instance stays until the program's end and then cleans up.
+/// It is a child of init in its own session, and exits after the answer; for a private instance it
+/// stays until the program's end and then cleans up.
 class Watcher {
 public:
     struct Duty {
-        std::string program;             // its name, for the message
-        std::uint16_t machine;           // whose library is to answer
+        std::string program;             // for the message
+        std::uint16_t machine;           // machine of the expected library
         std::chrono::seconds timeout;    // for the answer
-        std::string instanceToRemove{};  // "" to leave all as it is
+        std::string instanceToRemove{};  // "" to remove nothing
     };
 
     /// Starts it. @throws Refusal
     explicit Watcher(const Duty& duty);
 
-    /// Offers the hand-shake to the program that this process execs next.
+    /// Offers the handshake to the program that this process execs next.
     void offer() const;
 
-    /// Sends the watcher away: the exec has failed.
+    /// Ends the watcher: the exec has failed.
     void dismiss() const;
 
 private:

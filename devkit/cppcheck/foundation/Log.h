@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-// What cppcheck reads instead of foundation/Log.h, whose constants of class type and __VA_OPT__ it
-// takes for syntax errors. The log lines become what it knows: it compares formats with arguments.
+// Replacement for foundation/Log.h in cppcheck runs: cppcheck reports that header's constants of
+// class type and __VA_OPT__ as syntax errors. The log macros map to printf, so that cppcheck checks
+// formats against arguments.
 
 #include <android/log.h>
 

@@ -3,7 +3,7 @@
 
 #include <stddef.h>
 
-/* What this project needs of the Android log library, for machines that do not have it. The names,
+/* Part of the Android log library that this project uses, for machines without it. The names,
    numbers and records are that library's; lines go to stderr. */
 
 #ifdef __cplusplus
@@ -24,7 +24,7 @@ typedef enum android_LogPriority {
     ANDROID_LOG_SILENT
 } android_LogPriority;
 
-/* What a logger is told about a message. */
+/* Data of a message for a logger. */
 struct __android_logger_data {
     size_t struct_size; /* of this record */
     int buffer_id;      /* always -1 here */
@@ -37,7 +37,7 @@ struct __android_logger_data {
 typedef void (*__android_logger_function)(const struct __android_logger_data* logger_data,
                                           const char* message);
 
-/* Gives a message to the logger. Any thread. Returns a positive number, or a negative one when the
+/* Passes a message to the logger. Any thread. Returns a positive number, or a negative one when the
    priority is below the minimum. */
 int __android_log_print(int priority, const char* tag, const char* format, ...)
     __attribute__((__format__(printf, 3, 4)));
@@ -46,10 +46,10 @@ int __android_log_print(int priority, const char* tag, const char* format, ...)
    before, ANDROID_LOG_DEFAULT if there was none. */
 int __android_log_set_minimum_priority(int priority);
 
-/* Every message goes to this function from now on, on the thread that logs it. */
+/* Sets the function that gets every message, on the thread that logs it. */
 void __android_log_set_logger(__android_logger_function logger);
 
-/* The logger at the start: one line on stderr. */
+/* The default logger: one line on stderr. */
 void __android_log_stderr_logger(const struct __android_logger_data* logger_data,
                                  const char* message);
 

@@ -11,7 +11,7 @@ namespace cabinaudio::server {
 namespace {
 
 void print(int priority, const char* text) {
-    // The line end belongs to the line; others are somebody's name.
+    // Drop the line's own end. Other line ends are part of a client's text and are escaped.
     auto length = static_cast<int>(std::strlen(text));
     if (length > 0 && text[length - 1] == '\n') --length;
     if (priority >= ANDROID_LOG_ERROR) {
@@ -21,7 +21,7 @@ void print(int priority, const char* text) {
     }
 }
 
-// The log library has changed what it hands to a logger between its releases.
+// The signature of a logger differs between releases of the log library.
 template <typename Function>
 struct Logger;
 

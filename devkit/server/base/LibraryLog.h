@@ -3,8 +3,8 @@
 
 namespace cabinaudio::server {
 
-/// From now on what the client library logs in this process (its rings do) goes to the server's
-/// log: errors as warnings, everything else as debug messages.
+/// Redirects the client library's log in this process (its rings log) to the server's log: errors
+/// become warnings, everything else debug messages.
 void captureLibraryLog();
 
 }  // namespace cabinaudio::server

@@ -16,7 +16,7 @@ namespace {
 
 std::atomic<Level> maximum{Level::Info};
 
-// One write for a line, so that lines of two threads never mix.
+// One write per line, so that lines of two threads never mix.
 void print(Level level, const char* format, std::va_list arguments) {
     if (level > maximum.load(std::memory_order_relaxed)) return;
     char message[1024];
@@ -25,7 +25,7 @@ void print(Level level, const char* format, std::va_list arguments) {
     const std::size_t said = std::min(static_cast<std::size_t>(length), sizeof message - 1);
     char line[1024] = "cabinaudio-server: ";
     constexpr std::size_t prefix = sizeof "cabinaudio-server: " - 1;
-    // Names of clients and files, and the texts of other libraries, are in it.
+    // The text may hold names of clients and files, and texts of other libraries.
     const std::size_t end =
         prefix + text::printable({message, said}, line + prefix, sizeof line - prefix - 1);
     line[end] = '\n';

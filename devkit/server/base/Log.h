@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// The server's own messages: one line each on stderr, behind the program's name. Any thread. The
-/// lines of the client library's log come here too (see LibraryLog.h).
+/// The server's own messages: one line each on stderr, after the program's name. May be called on
+/// any thread. The client library's log lines come here too (see LibraryLog.h).
 namespace cabinaudio::server::log {
 
 enum class Level { Error, Warning, Info, Debug };
 
-/// Messages beyond this level are dropped. Info until it is called.
+/// Drops messages less severe than this level. The default is Info.
 void setLevel(Level level);
 
 void error(const char* format, ...) __attribute__((format(printf, 1, 2)));

@@ -9,7 +9,7 @@
 
 namespace cabinaudio::server {
 
-/// std::mutex with the lock rules in a form that clang checks. Only a Lock takes it.
+/// std::mutex annotated for clang's thread-safety analysis. Only a Lock takes it.
 class CABINAUDIO_CAPABILITY("mutex") Mutex {
 private:
     friend class Lock;
@@ -17,7 +17,7 @@ private:
     std::mutex mMutex;
 };
 
-/// Holds a mutex to the end of its scope; in between it can give it back for a while.
+/// Holds a mutex until the end of its scope; can release it temporarily.
 class CABINAUDIO_SCOPED_CAPABILITY Lock {
 public:
     explicit Lock(Mutex& mutex) CABINAUDIO_ACQUIRE(mutex) : mLock(mutex.mMutex) {}
@@ -34,13 +34,13 @@ private:
     std::unique_lock<std::mutex> mLock;
 };
 
-/// A condition of what a mutex guards. Waits have no predicate: a lambda would be checked as if the
-/// lock were not held, so the caller's loop tests the condition.
+/// Condition variable for data that a Mutex guards. Waits take no predicate: clang analyses a
+/// lambda as if the lock were not held, so the caller's loop tests the condition.
 class Condition {
 public:
     void wait(Lock& lock) { mCondition.wait(lock.mLock); }
 
-    /// @return whether the deadline has not been reached
+    /// @return false once the deadline is reached
     bool waitUntil(Lock& lock, std::chrono::steady_clock::time_point deadline) {
         return mCondition.wait_until(lock.mLock, deadline) == std::cv_status::no_timeout;
     }

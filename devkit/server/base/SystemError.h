@@ -7,7 +7,7 @@
 
 namespace cabinaudio::server {
 
-/// The exception for a system call that has just failed.
+/// Exception for the system call that has just failed, from errno.
 inline std::system_error systemError(const std::string& what) {
     return std::system_error(errno, std::generic_category(), what);
 }

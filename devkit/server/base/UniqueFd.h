@@ -7,7 +7,7 @@
 
 namespace cabinaudio::server {
 
-/// Owns a file descriptor; -1 is none.
+/// Owns a file descriptor; -1 when it owns none.
 class UniqueFd {
 public:
     explicit UniqueFd(int fd = -1) noexcept : mFd(fd) {}

@@ -6,8 +6,8 @@
 
 namespace cabinaudio::server {
 
-/// The project's version, from CMakeLists.txt. It is the first triple that clients are told; the
-/// second triple and the single number are 0.
+/// The project's version, from CMakeLists.txt. Clients get it as the first triple; the second
+/// triple and the single number are 0.
 inline constexpr std::array<std::int32_t, 3> SERVER_VERSION = {
     CABINAUDIO_VERSION_MAJOR, CABINAUDIO_VERSION_MINOR, CABINAUDIO_VERSION_PATCH};
 

@@ -3,7 +3,7 @@
 
 namespace cabinaudio::server {
 
-/// The ALSA library would print to stderr itself; from here on it does so into the server's log.
+/// Redirects the ALSA library's messages from stderr to the server's log.
 void captureAlsaLog();
 
 }  // namespace cabinaudio::server

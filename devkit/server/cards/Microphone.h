@@ -9,7 +9,7 @@
 
 namespace cabinaudio::server {
 
-/// A sound card's input, or a sound server's. Used by one thread, which it blocks.
+/// Input of a sound card or a sound server. Blocks; used by one thread.
 class Microphone {
 public:
     static constexpr std::uint32_t RATE = 48000;
@@ -17,13 +17,13 @@ public:
 
     virtual ~Microphone() = default;
 
-    /// Waits for whole frames and fills all of `samples`. @return what went wrong, empty if nothing
+    /// Blocks until `samples` is filled with whole frames. @return an error text, empty on success
     virtual std::string read(std::span<std::int16_t> samples) = 0;
 
     [[nodiscard]] virtual std::string name() const = 0;
 };
 
-/// @throws std::runtime_error saying why it does not work, also when it was left out of the build
+/// @throws std::runtime_error with the reason, also when support was not compiled in
 std::unique_ptr<Microphone> openAlsaMicrophone();
 std::unique_ptr<Microphone> openPulseMicrophone();
 

@@ -12,10 +12,10 @@
 namespace cabinaudio::server {
 namespace {
 
-// Listening sockets, clocks, outputs, inputs and files of the server itself.
+// The server's own listening sockets, clocks, outputs, inputs and files.
 constexpr std::size_t OWN_DESCRIPTORS = 32;
-// A stream needs up to four: its socket, a timer, the cache device, a file. Those of clients that
-// are connected must not run out because others connect.
+// A client's stream needs up to four: its socket, a timer, the cache device and a file. New
+// connections must not exhaust the descriptors that connected clients will need.
 constexpr std::size_t DESCRIPTORS_OF_CLIENT = 4;
 constexpr rlim_t MOST_DESCRIPTORS = 65536;
 constexpr std::size_t MOST_CLIENTS_OF_USER = 1024;
@@ -29,7 +29,7 @@ std::size_t atLeastOne(std::size_t count) {
 
 ConnectionLimits ConnectionLimits::of(rlim_t descriptors) {
     const auto all = static_cast<std::size_t>(std::min(descriptors, MOST_DESCRIPTORS));
-    // Half for the others, a quarter for the server's user and one for root.
+    // Half for other users, a quarter each for the server's user and for root.
     const std::size_t controls = std::clamp<std::size_t>(all / 8, 4, MOST_CONTROLS);
     const std::size_t taken = OWN_DESCRIPTORS + controls;
     const std::size_t clients = atLeastOne((all - std::min(all, taken)) / DESCRIPTORS_OF_CLIENT);
@@ -47,7 +47,7 @@ Admission::Admission(AllowedUsers allowed, const ConnectionLimits& limits)
       mUnfinished(Quota::Of::EachUser, "bytes of unfinished messages", UNFINISHED_BYTES) {}
 
 std::optional<Admitted> Admission::admitClient(int socket) {
-    std::string reason;  // is in the log, and the protocol has no place for it
+    std::string reason;  // only logged: the protocol cannot carry it
     auto admitted = admit(socket, mClients, reason);
     if (admitted) admitted->unfinishedBytes = Quota::Share(mUnfinished, admitted->peer.user);
     return admitted;

@@ -14,14 +14,14 @@
 
 namespace cabinaudio::server {
 
-/// Users that are let in besides root and the one that the server runs as.
+/// Users admitted besides root and the server's own user.
 struct AllowedUsers {
     bool isEverybody = false;
-    std::vector<gid_t> groups;  // members of these
+    std::vector<gid_t> groups;  // whose members are admitted
 };
 
-/// How many connections there may be at once: of one user, of all users together that are neither
-/// root nor the server's, and at all. The server's user and root are left a part in any case.
+/// Maximum numbers of simultaneous connections: of one user, of all users except root and the
+/// server's, and in total. A share always remains for root and the server's user.
 struct ConnectionLimits {
     std::size_t clientsOfUser;
     std::size_t clientsOfOthers;
@@ -29,29 +29,29 @@ struct ConnectionLimits {
     std::size_t controlsOfUser;
     std::size_t controlsOfOthers;
 
-    /// @param descriptors  that the process may have
+    /// @param descriptors  the process's descriptor limit
     static ConnectionLimits of(rlim_t descriptors);
 };
 
-/// A connection that was let in. Its place is free again when this is destroyed.
+/// An admitted connection. Its destruction frees its place in the limits.
 struct Admitted {
     Peer peer;
     Quota::Share ofUser;
     Quota::Share ofOthers;
-    Quota::Share unfinishedBytes;  // of a message that has not come to its end; clients only
+    Quota::Share unfinishedBytes;  // of an incomplete message; clients only
 };
 
-/// Decides which connections are let in. Refusals are logged once for each user.
+/// Decides which connections are admitted. Refusals are logged once per user.
 class Admission {
 public:
-    /// Of all clients of a user together.
+    /// Limit for all clients of one user together.
     static constexpr std::size_t UNFINISHED_BYTES = 8 << 20;
 
     Admission(AllowedUsers allowed, const ConnectionLimits& limits);
 
-    /// @return nothing when it is refused
+    /// @return empty when the connection is refused
     std::optional<Admitted> admitClient(int socket);
-    /// @param reason  why it is refused
+    /// @param reason  set when the connection is refused
     std::optional<Admitted> admitControl(int socket, std::string& reason);
 
 private:
@@ -69,7 +69,7 @@ private:
     Door mClients;
     Door mControls;
     Quota mUnfinished;
-    std::set<uid_t> mRefused;  // that were logged
+    std::set<uid_t> mRefused;  // users whose refusal was logged
 };
 
 }  // namespace cabinaudio::server

@@ -63,7 +63,7 @@ void Client::onReadable() {
         fail(reason);
         return;
     }
-    // A registration gives the size of its name as the length; nothing follows it.
+    // A registration's length field is the size of the name in it; no payload follows.
     const bool isRegistration = header.cmd == AUDIO_CMD_REGISTER;
     const std::size_t end = sizeof header + (isRegistration ? 0 : header.length);
     if (!receive(end)) return;
@@ -78,7 +78,7 @@ void Client::onReadable() {
     if (mAdmitted) (void)mAdmitted->unfinishedBytes.resize(0);
 }
 
-// Completes the message up to `end` bytes. @return whether all of them have come
+// Reads the message up to byte `end`. @return whether it is complete that far
 bool Client::receive(std::size_t end) {
     while (mInput.size() < end) {
         std::array<std::uint8_t, PIECE> chunk;
@@ -103,7 +103,7 @@ bool Client::receive(std::size_t end) {
 void Client::awaitRest() {
     if (mInput.empty()) return;
     if (mAdmitted && !mAdmitted->unfinishedBytes.resize(mInput.capacity())) {
-        close();  // the log has a line for all clients of this user
+        close();  // the quota has logged it for this user
     } else {
         mOwner.unfinished(*this);
     }
@@ -168,7 +168,7 @@ void Client::handleRegistration(const audio_param& header) {
 
     wire::RegistrationReply body = {};
     body.handle = mHandle;
-    // A refused client gets its answer too: it would wait for it for ever.
+    // A refused client must get an answer too; otherwise it waits forever.
     reply({reinterpret_cast<const std::uint8_t*>(&body), sizeof body});
     if (mHandle == 0) fail(format("registers with unknown connection type %u", header.type));
 }

@@ -19,37 +19,37 @@ namespace cabinaudio::server {
 
 class Client;
 
-/// What becomes of a client's messages. Called on the event loop's thread.
+/// Receives a client's messages. Called on the event loop's thread.
 class ClientOwner {
 public:
-    /// A client names itself. @return its handle, 0 to refuse it
+    /// The client registers. @return its handle, or 0 to refuse it
     virtual std::uint32_t registerClient(Client& client) = 0;
-    /// A request with at least a function id has arrived. Answers with reply(), or ends the client
-    /// with fail().
+    /// A request with at least a function id has arrived. Must answer with reply(), or disconnect
+    /// the client with fail().
     virtual void request(Client& client, std::span<const std::uint8_t> payload) = 0;
-    /// The client has been sent a notification.
+    /// A notification was sent to the client.
     virtual void notified(const Client& client, std::uint32_t event, std::uint32_t param) = 0;
-    /// The connection is over. The client may be destroyed once the caller has returned to the
+    /// The connection has ended. The client may be destroyed after the caller has returned to the
     /// event loop, not before.
     virtual void disconnected(Client& client) = 0;
-    /// The client is in the middle of a message: it wants to be looked at, see Client::look().
+    /// The client is in the middle of a message: look() must be called from now on.
     virtual void unfinished(const Client& /*client*/) {}
 
 protected:
     ~ClientOwner() = default;
 };
 
-/// One connection: puts messages together from the bytes of the socket, checks their headers, and
-/// sends replies and notifications. Sending never blocks: who does not read loses the connection.
-/// Of messages that wait one is read at a time, so that other clients have their turn in between.
+/// One connection: assembles messages from the socket's bytes, checks their headers, and sends
+/// replies and notifications. Sending never blocks: a client that does not read is disconnected.
+/// One waiting message is read at a time, so that other clients get their turn in between.
 class Client {
 public:
-    /// Larger payloads are taken for garbage; the largest real one is a few KiB.
+    /// Larger payloads are invalid; the largest real payload is a few KiB.
     static constexpr std::uint32_t MAXIMUM_PAYLOAD = 1 << 20;
-    /// Seconds for the registration, and for the rest of a message.
+    /// Seconds allowed for the registration, and for the rest of a message.
     static constexpr int PATIENCE = 10;
 
-    /// @param admitted  without it the client has no known process, and no limits
+    /// @param admitted  if empty, the client has no known process and no limits
     Client(EventLoop& loop, UniqueFd socket, ClientOwner& owner,
            std::optional<Admitted> admitted = {});
     ~Client();
@@ -61,28 +61,28 @@ public:
     [[nodiscard]] audio_connect_type type() const { return mType; }
     /// As the client gave it.
     [[nodiscard]] const std::string& name() const { return mName; }
-    /// The client's process as the kernel knows it, whatever the client says; the log gets one line
-    /// when the two differ.
+    /// The client's process as the kernel reports it, not as the client claims; the log gets one
+    /// line when the two differ.
     [[nodiscard]] std::int32_t process(std::int32_t claimed);
     /// For log lines: handle, kind and name.
     [[nodiscard]] std::string title() const;
 
-    /// Sends header and body in one piece, as the client reads them.
+    /// Sends header and body in one call, because the client reads them as one piece.
     void reply(std::span<const std::uint8_t> body);
     void notify(std::uint32_t event, std::uint32_t param);
 
-    /// Logs why and closes the connection.
+    /// Logs the reason and closes the connection.
     void fail(const std::string& reason);
     [[nodiscard]] bool isOpen() const { return static_cast<bool>(mSocket); }
-    /// To be called once a second: closes the connection when it has not registered, or has been in
-    /// the middle of one message, for PATIENCE looks. Looks are counted instead of seconds: after a
-    /// pause of this process the rest may be there, and has not been read yet.
-    /// @return whether it wants to be looked at again
+    /// Must be called once a second: closes the connection when it has stayed unregistered, or in
+    /// the middle of one message, for PATIENCE calls. Calls are counted instead of time: after a
+    /// pause of this process the rest may have arrived but not been read yet.
+    /// @return whether look() must be called again
     bool look();
 
-    /// Tells a client that is not let in, as far as its socket takes that: a registration that is
-    /// answered with handle 0, before it was sent. A client that is just closed would wait for
-    /// ever.
+    /// Refuses a client, as far as its socket accepts the bytes: sends the answer to a
+    /// registration, with handle 0, before the client has registered. A client that is merely
+    /// disconnected would wait forever.
     static void refuse(const UniqueFd& socket);
 
 private:
@@ -100,9 +100,9 @@ private:
     ClientOwner& mOwner;
     std::optional<Admitted> mAdmitted;
     UniqueFd mSocket;
-    std::vector<std::uint8_t> mInput;  // the message under way
-    int mLooks = 0;                    // at it, see look()
-    bool mIsLiar = false;              // and that was logged
+    std::vector<std::uint8_t> mInput;  // being received
+    int mLooks = 0;                    // calls of look() during this message
+    bool mIsLiar = false;              // its claimed process was wrong, and that was logged
     std::uint32_t mHandle = 0;
     audio_connect_type mType = AUDIO_CONNECT_UNKNOWN;
     std::string mName;

@@ -7,10 +7,10 @@
 
 namespace cabinaudio::server {
 
-/// Whether clients of this type exist.
+/// Whether clients may have this type.
 bool isKnown(audio_connect_type type);
 
-/// The stream's tag, or what the settings are about; "type N" for unknown ones.
+/// The stream's tag or the kind of settings; "type N" for unknown types.
 std::string connectTypeName(audio_connect_type type);
 
 }  // namespace cabinaudio::server

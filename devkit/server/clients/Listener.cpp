@@ -17,7 +17,7 @@
 namespace cabinaudio::server {
 namespace {
 
-// Abstract names are counted, not terminated.
+// Abstract names have a length and no terminator.
 void bindAbstract(int fd, const char* name) {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
@@ -42,7 +42,7 @@ Listener::Listener(EventLoop& loop, const char* name, Handler handler)
       mRetry(loop, [this](std::uint64_t) { descriptorClosed(); }) {
     if (!mSocket) throw systemError("socket");
     bindAbstract(mSocket.get(), name);
-    // Clients give up after a few attempts without a pause, so many may be waiting at once.
+    // Clients give up after a few immediate attempts, so the backlog must hold many of them.
     if (listen(mSocket.get(), SOMAXCONN) != 0) throw systemError(name);
     watch();
 }
@@ -72,7 +72,7 @@ void Listener::acceptOne() {
     }
 }
 
-// The connection stays in the backlog, so watching on would mean spinning.
+// The connection stays in the backlog, so the watch is removed: the loop would spin on it.
 void Listener::waitForDescriptor(int error) {
     if (!std::exchange(mIsShort, true)) {
         log::warning("accept: %s; new connections wait", strerror(error));

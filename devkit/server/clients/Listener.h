@@ -10,23 +10,23 @@
 namespace cabinaudio::server {
 
 /// A listening socket in the abstract namespace. When descriptors run out, connections wait until
-/// one is free: a descriptor may be closed anywhere in the process, so it also looks by itself.
+/// one is free. A descriptor may be closed anywhere in the process, so the listener also polls.
 class Listener {
 public:
-    /// Gets a new connection, non-blocking and closed on exec.
+    /// Receives a new connection, non-blocking and close-on-exec.
     using Handler = std::function<void(UniqueFd connection)>;
 
-    /// Listens from now on; connections wait until the event loop runs.
-    /// @throws std::system_error, EADDRINUSE when somebody listens under this name already
+    /// Listens at once; connections wait until the event loop runs.
+    /// @throws std::system_error EADDRINUSE when the name is already in use
     Listener(EventLoop& loop, const char* name, Handler handler);
     ~Listener();
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
 
-    /// New connections wait until resume(), whether there are descriptors or not.
+    /// Keeps new connections waiting until resume(), even if descriptors are free.
     void pause();
     void resume();
-    /// A descriptor was closed: tries again if there were none.
+    /// A descriptor was closed: retries if there were none.
     void descriptorClosed();
 
 private:
@@ -39,8 +39,8 @@ private:
     UniqueFd mSocket;
     Timer mRetry;
     bool mIsPaused = false;
-    bool mIsWaiting = false;  // for a descriptor
-    bool mIsShort = false;    // of descriptors, since the last connection
+    bool mIsWaiting = false;  // for a free descriptor
+    bool mIsShort = false;    // no descriptor was free since the last connection
     bool mIsWatched = false;
 };
 

@@ -22,7 +22,7 @@ std::vector<gid_t> groupsOf(int socket) {
         const bool isDone =
             getsockopt(socket, SOL_SOCKET, SO_PEERGROUPS, groups.data(), &size) == 0;
         const std::size_t count = size / sizeof groups[0];
-        // Too short: the length is that of all of them.
+        // The buffer was too short; the length now holds the size of the whole list.
         const bool isTooShort = !isDone && errno == ERANGE && count > groups.size();
         groups.resize(isDone || isTooShort ? count : 0);
         if (!isTooShort) return groups;

@@ -37,7 +37,7 @@ bool Quota::change(uid_t user, std::size_t from, std::size_t to) {
     Use& use = mUses[key];
     const std::size_t amount = use.amount - from + to;
     if (to > from && amount > mLimit) {
-        // Not once for each attempt: a program that is refused tries again.
+        // Once only: a refused program keeps trying.
         if (!std::exchange(use.isLogged, true)) log::warning("%s", complaint(user).c_str());
         return false;
     }

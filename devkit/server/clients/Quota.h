@@ -10,14 +10,13 @@
 
 namespace cabinaudio::server {
 
-/// How much of something each user has, and how much one may have. Outlives its shares.
+/// How much of a resource each user holds and may hold. Outlives its shares.
 class Quota {
 public:
-    /// Whether each user has a limit of its own, or the users that share the quota have one
-    /// together.
+    /// Whether the limit applies to each user separately or to all users together.
     enum class Of { EachUser, AllTogether };
 
-    /// A user's part, given back by the destructor. Without a quota nothing is counted.
+    /// One user's part, released by the destructor. Without a quota nothing is counted.
     class Share {
     public:
         Share() = default;
@@ -26,8 +25,8 @@ public:
         Share& operator=(Share&& other) noexcept;
         ~Share() { (void)resize(0); }
 
-        /// @return false, and nothing is changed, when it would be too much. That is logged once,
-        ///         until at most half of the limit is in use
+        /// @return false, without any change, when it would exceed the limit. That is logged once,
+        ///         and again only after use has dropped to half of the limit
         [[nodiscard]] bool resize(std::size_t amount);
 
     private:
@@ -36,19 +35,19 @@ public:
         std::size_t mAmount = 0;
     };
 
-    /// @param things  in the plural, for messages
+    /// @param things  plural noun for messages
     Quota(Of of, std::string things, std::size_t limit)
         : mOf(of), mThings(std::move(things)), mLimit(limit) {}
     Quota(const Quota&) = delete;
     Quota& operator=(const Quota&) = delete;
 
-    /// For the log and for the refused.
+    /// Text for the log and for the refused client.
     [[nodiscard]] std::string complaint(uid_t user) const;
 
 private:
     struct Use {
         std::size_t amount = 0;
-        bool isLogged = false;  // that it was too much
+        bool isLogged = false;  // the excess was logged
     };
 
     [[nodiscard]] bool change(uid_t user, std::size_t from, std::size_t to);
@@ -56,7 +55,7 @@ private:
     const Of mOf;
     const std::string mThings;
     const std::size_t mLimit;
-    std::map<uid_t, Use> mUses;  // of those that have something
+    std::map<uid_t, Use> mUses;  // of users that hold something
 };
 
 }  // namespace cabinaudio::server

@@ -17,9 +17,9 @@ extern "C" {
 namespace cabinaudio::server {
 namespace {
 
-constexpr std::size_t FRAME_SAMPLES = 1024;  // of a channel
+constexpr std::size_t FRAME_SAMPLES = 1024;  // per channel
 constexpr std::int64_t HIGHEST_BIT_RATE_OF_A_CHANNEL = 64000;
-constexpr std::size_t WRITE_BUFFER = 8192;  // a LOAS frame at most
+constexpr std::size_t WRITE_BUFFER = 8192;  // larger than any LOAS frame
 
 std::string errorText(int error) {
     char text[AV_ERROR_MAX_STRING_SIZE] = {};
@@ -50,7 +50,7 @@ struct Free {
 template <typename Type>
 using Owned = std::unique_ptr<Type, Free>;
 
-/// Puts packets into LOAS frames; each goes into `bytes` as it leaves the muxer.
+/// Wraps packets into LOAS frames; the muxer appends each frame to `bytes`.
 class LoasMuxer {
 public:
     explicit LoasMuxer(const AVCodecContext& encoder) {
@@ -64,7 +64,7 @@ public:
         AVStream* stream = checked(avformat_new_stream(context, nullptr));
         check(avcodec_parameters_from_context(stream->codecpar, &encoder));
         stream->time_base = encoder.time_base;
-        // A client may join at any frame.
+        // The configuration is repeated in each frame, because a client may join at any frame.
         AVDictionary* options = nullptr;
         av_dict_set(&options, "smc-interval", "1", 0);
         const int result = avformat_write_header(context, &options);
@@ -83,7 +83,7 @@ public:
     }
 
 private:
-    // The libraries' versions differ in the constness of the bytes.
+    // Whether `bytes` is const differs between versions of the library.
     static int write(void* muxer, const std::uint8_t* bytes, int size) {
         auto& all = static_cast<LoasMuxer*>(muxer)->mBytes;
         all.insert(all.end(), bytes, bytes + size);
@@ -106,9 +106,9 @@ Owned<AVCodecContext> openEncoder(const StreamFormat& format, std::uint32_t bitR
     context->sample_fmt = AV_SAMPLE_FMT_FLTP;
     av_channel_layout_default(&context->ch_layout, static_cast<int>(format.channels));
     context->time_base = {1, static_cast<int>(format.rate)};
-    context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;  // the muxer wants it there
-    // Two bits a sample: a frame is then about as long as a period of linear PCM, which clients
-    // read at once.
+    context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;  // required by the muxer
+    // Two bits per sample: a frame is then about as long as a period of linear PCM, the amount that
+    // clients read at once.
     const std::int64_t own = std::min(std::int64_t{format.rate} * 2, HIGHEST_BIT_RATE_OF_A_CHANNEL);
     context->bit_rate = bitRate != 0 ? bitRate : own * format.channels;
     check(avcodec_open2(context.get(), codec, nullptr));

@@ -9,8 +9,7 @@
 
 namespace cabinaudio::server {
 
-/// An encoder whose codec takes a fixed number of samples at once, which is not the server's
-/// period.
+/// Encoder for a codec whose block of samples differs from the server's period.
 class BlockEncoder : public FrameEncoder {
 public:
     void encode(std::span<const float> samples, const Output& output) final {
@@ -30,7 +29,7 @@ protected:
 
 private:
     std::size_t mBlockSamples;
-    std::vector<float> mWaiting;  // for their block to be complete
+    std::vector<float> mWaiting;  // an incomplete block
 };
 
 }  // namespace cabinaudio::server

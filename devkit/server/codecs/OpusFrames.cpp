@@ -14,10 +14,10 @@ namespace {
 
 constexpr std::array<std::uint32_t, 4> RATES = {8000, 16000, 24000, 48000};
 constexpr std::uint32_t PACKETS_PER_SECOND = 50;
-constexpr std::size_t LARGEST_PACKET = 1275;  // of one frame of the codec
-// Speech comes back as it was, not only as it sounded.
+constexpr std::size_t LARGEST_PACKET = 1275;  // of a single codec frame
+// High enough that the waveform, not only the sound, is preserved for speech.
 constexpr std::uint32_t BIT_RATE_OF_A_CHANNEL = 32000;
-// What clients expect behind the length.
+// Fixed bytes that clients expect after the length.
 constexpr std::array<std::uint8_t, 4> MARK = {1, 2, 3, 4};
 constexpr std::size_t HEADER = 4 + MARK.size();
 

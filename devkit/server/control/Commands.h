@@ -7,16 +7,15 @@
 
 namespace cabinaudio::server {
 
-/// The commands of the control socket: a few fixed words, then one argument that reaches to the end
-/// of the line.
+/// The commands of the control socket: fixed words, then one argument up to the end of the line.
 class Commands {
 public:
-    /// Gets the argument, which may be empty. @return the answer line
+    /// Receives the argument, which may be empty. @return the answer line
     using Handler = std::function<std::string(const std::string& argument)>;
 
     void add(std::string words, Handler handler);
 
-    /// Answers "error: ..." to what is no command.
+    /// Answers "error: ..." to an unknown command.
     [[nodiscard]] std::string run(const std::string& line) const;
 
 private:

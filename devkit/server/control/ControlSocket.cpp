@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::chrono::seconds LOOK{1};
 
-// Best effort: the other side need not listen.
+// Best effort: the other side may not be reading.
 void refuse(const UniqueFd& socket, const std::string& reason) {
     const std::string line = "error: " + reason + "\n";
     (void)!send(socket.get(), line.data(), line.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
@@ -85,7 +85,7 @@ void ControlSocket::onWritable(int fd) {
     }
 }
 
-// With the connection's next step: an answer that is not taken yet, a line, or the rest of one.
+// Selects what the connection waits for: room for its answer, its turn, or the rest of a line.
 void ControlSocket::goOn(int fd) {
     Connection& connection = mConnections.at(fd);
     const std::size_t end = connection.input.find('\n');
@@ -151,13 +151,13 @@ void ControlSocket::watch(int fd, Watch wanted) {
     }
 }
 
-// Looks are counted instead of seconds: after a pause of this process the other side may have done
-// its part, and that has not been read yet.
+// Ticks are counted instead of time: after a pause of this process the other side's data may have
+// arrived but not been read yet.
 void ControlSocket::lookAtClock() {
     std::vector<int> overdue;
     bool isAnyUnfinished = false;
     for (auto& [fd, connection] : mConnections) {
-        // The next step of a connection that is not watched is the server's.
+        // A connection that is not watched waits for the server, not for the other side.
         const bool isUnfinished = !connection.input.empty() || !connection.output.empty();
         isAnyUnfinished |= isUnfinished;
         if (!isUnfinished || connection.watch == Watch::Nothing) {

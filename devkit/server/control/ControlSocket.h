@@ -15,23 +15,23 @@
 
 namespace cabinaudio::server {
 
-/// Takes commands to the running server: one line each, answered by one line, in
-/// order. Nothing more is read from a connection that does not take its answer. Of all connections
-/// together one line is answered in a turn of the event loop, whose clocks come first in each: the
-/// answers take longer than clients' messages.
+/// Accepts commands to the running server: one line each, answered by one line, in order. A
+/// connection that does not take its answer is not read further. One line of all connections is
+/// answered per turn of the event loop, after its clocks: an answer takes longer than a client's
+/// message.
 class ControlSocket {
 public:
     /// Abstract name, without the leading zero byte.
     static constexpr char NAME[] = "/tmp/cabinaudio_control";
     /// Longer lines end the connection.
     static constexpr std::size_t MAXIMUM_LINE = 4096;
-    /// Seconds for the rest of a line, and for taking an answer.
+    /// Seconds allowed for the rest of a line, and for taking an answer.
     static constexpr int PATIENCE = 10;
 
-    /// Gets a line and gives the answer, both without the line end.
+    /// Receives a line and returns the answer, both without the line end.
     using Handler = std::function<std::string(const std::string& line)>;
 
-    /// @param onClosed  is called when a descriptor is free again
+    /// @param onClosed  called when a descriptor has become free
     /// @throws std::system_error
     ControlSocket(EventLoop& loop, Admission& admission, Handler handler,
                   std::function<void()> onClosed);
@@ -49,9 +49,9 @@ private:
         UniqueFd socket;
         Admitted admitted;
         std::string input;
-        std::string output;  // that the other side has not taken yet
+        std::string output;  // not taken by the other side yet
         Watch watch = Watch::Nothing;
-        int looks = 0;  // at it while it was in the middle of a line or of an answer
+        int looks = 0;  // ticks during an incomplete line or answer
     };
 
     void accept(UniqueFd socket);
@@ -71,9 +71,9 @@ private:
     Handler mHandler;
     std::function<void()> mOnClosed;
     std::unordered_map<int, Connection> mConnections;
-    std::deque<int> mLines;  // connections with a whole line, the oldest first; not watched
-    UniqueFd mTurn;          // always readable, and watched while there are any
-    Timer mClock;            // ticks while a connection is in the middle of something
+    std::deque<int> mLines;  // connections with a complete line, oldest first; not watched
+    UniqueFd mTurn;          // always readable; watched while mLines is not empty
+    Timer mClock;            // ticks while a connection has an incomplete line or answer
     bool mIsTicking = false;
     Listener mListener;
 };

@@ -56,7 +56,7 @@ std::string RemoteControl::withSink(const std::string& name,
     return "ok";
 }
 
-// "on" or "off", then perhaps a name.
+// Argument: "on" or "off", then an optional name.
 std::string RemoteControl::switchUplinkRing(const std::string& argument) {
     const auto blank = argument.find(' ');
     const std::string word = argument.substr(0, blank);
@@ -85,7 +85,7 @@ std::string RemoteControl::announceRing(const std::string& name) {
     return isTold ? "ok" : "error: \"" + printable(name) + "\" has no announced ring";
 }
 
-// Both are done once the answer has been sent.
+// Both act after the answer has been sent.
 
 std::string RemoteControl::stall(const std::string& argument) {
     int ms = 0;

@@ -11,8 +11,7 @@
 
 namespace cabinaudio::server {
 
-/// The commands that change something: they do to streams and to the server what happens to them
-/// on a board.
+/// The commands that change something: events that streams and the server meet on a board.
 class RemoteControl {
 public:
     RemoteControl(EventLoop& loop, StreamRegistry& streams, CaptureRegistry& captures)

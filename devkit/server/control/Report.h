@@ -16,7 +16,7 @@
 
 namespace cabinaudio::server {
 
-/// What the two texts below are made of.
+/// Sources of the state and of the report.
 struct Reported {
     const StreamRegistry& streams;
     const CaptureRegistry& captures;
@@ -26,17 +26,17 @@ struct Reported {
     const Settings& settings;
 };
 
-/// The server as it is now: output, clients, streams, settings.
+/// The server's present state: output, clients, streams, settings.
 nlohmann::json stateOf(const Reported& reported,
                        const std::vector<std::unique_ptr<Client>>& clients);
 
-/// What has been played since the start, with the place in the output of every run of frames.
+/// Everything played since the start, with the position in the output of every run of frames.
 nlohmann::json reportOf(const Reported& reported);
 
 /// @throws std::runtime_error when the file cannot be written
 void writeFile(const std::string& path, const nlohmann::json& json);
 
-/// On one line; names that are not UTF-8 are made so.
+/// On one line; invalid UTF-8 in names is replaced.
 std::string textOf(const nlohmann::json& json);
 
 }  // namespace cabinaudio::server

@@ -52,7 +52,7 @@ private:
             const float* in = &mPiece[(PIECE_FRAMES - mPieceFrames) * channels];
             const auto progress =
                 mConverter->convert(in, mPieceFrames, &mRead[done * channels], count - done);
-            if (progress.taken + progress.written == 0) return;  // or this would go on for ever
+            if (progress.taken + progress.written == 0) return;  // would loop forever
             mPieceFrames -= progress.taken;
             done += progress.written;
         }
@@ -64,8 +64,8 @@ private:
     ChannelMatrix mMatrix;
     std::optional<RateConverter> mConverter;
     std::vector<float> mPiece;     // of the source
-    std::size_t mPieceFrames = 0;  // at its end, that the converter has not taken yet
-    std::vector<float> mRead;      // in the new rate and the source's channels
+    std::size_t mPieceFrames = 0;  // at its end, not yet taken by the converter
+    std::vector<float> mRead;      // at the new rate, in the source's channels
 };
 
 }  // namespace

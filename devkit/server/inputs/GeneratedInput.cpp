@@ -25,7 +25,7 @@ public:
     }
 
 private:
-    double mStep;  // turns of a frame
+    double mStep;  // turns per frame
     double mTurn = 0;
     std::uint32_t mRate;
 };

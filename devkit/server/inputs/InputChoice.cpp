@@ -21,7 +21,7 @@ bool isTone(const std::string& text) {
     return text.rfind(TONE, 0) == 0;
 }
 
-/// The frequency in Hz, nothing when it is none.
+/// The frequency in Hz; empty when the text is not a frequency.
 std::optional<double> frequencyOf(const std::string& text) {
     double frequency = 0;
     const char* const end = text.data() + text.size();
@@ -31,7 +31,7 @@ std::optional<double> frequencyOf(const std::string& text) {
     return frequency;
 }
 
-// The tag in front of "=", nothing when there is none: a file may have such a name.
+// The tag before "="; empty if there is none, because a file name may contain "=".
 std::optional<std::uint32_t> tagOf(const std::string& name) {
     for (const AudioTagType tag : {AUDIO_TAG_INPUT0, AUDIO_TAG_UPLINK, AUDIO_TAG_INPUT1,
                                    AUDIO_TAG_INPUT2, AUDIO_TAG_INPUT_FRONT_FEEDBACK}) {

@@ -10,18 +10,18 @@
 
 namespace cabinaudio::server {
 
-/// What capture streams record: one text for all of them, others for some tags. A text is
+/// The input of capture streams: one text for all of them, and others for single tags. A text is
 /// "tone:HZ", "silence", "mic" or the name of a sound file.
 class InputChoice {
 public:
-    /// Takes "WHAT" or "TAG=WHAT"; a later one replaces an earlier one. @return what is wrong with
-    /// it, empty if nothing
+    /// Takes "WHAT" or "TAG=WHAT"; a later choice replaces an earlier one. @return an error text,
+    /// empty on success
     std::string add(const std::string& text);
 
     [[nodiscard]] const std::string& of(std::uint32_t tag) const;
 
-    /// Opens everything that was chosen once, so that mistakes are found early.
-    /// @throws std::runtime_error saying what does not work
+    /// Opens each chosen input once, so that errors show at the start.
+    /// @throws std::runtime_error with the reason
     void check() const;
 
 private:
@@ -29,8 +29,8 @@ private:
     std::map<std::uint32_t, std::string> mByTag;
 };
 
-/// Opens a source of such a text, at its beginning, in this rate and number of channels.
-/// @throws std::runtime_error saying what does not work
+/// Opens an input, at its beginning, with this rate and number of channels.
+/// @throws std::runtime_error with the reason
 std::unique_ptr<InputSource> openInput(const std::string& text, std::uint32_t rate,
                                        unsigned channels);
 

@@ -8,8 +8,8 @@
 
 namespace cabinaudio::server {
 
-/// A sound without an end that capture streams record. Called on the event loop's thread and never
-/// blocks it for longer than a file system does.
+/// An endless sound that capture streams record. Called on the event loop's thread; may block only
+/// for file access.
 class InputSource {
 public:
     virtual ~InputSource() = default;
@@ -17,20 +17,20 @@ public:
     [[nodiscard]] virtual std::uint32_t rate() const = 0;
     [[nodiscard]] virtual unsigned channels() const = 0;
 
-    /// Fills all of `frames`, which are whole ones, with samples between -1 and 1.
+    /// Fills `frames`, whole frames, with samples between -1 and 1.
     virtual void read(std::span<float> frames) = 0;
 };
 
-// The kinds. Each throws std::runtime_error saying why it does not work.
+// The kinds of input. Each function throws std::runtime_error with the reason when it fails.
 
 /// A sine of half full scale, one channel.
 std::unique_ptr<InputSource> makeTone(double frequency, std::uint32_t rate);
 std::unique_ptr<InputSource> makeSilence(std::uint32_t rate);
-/// Any file that libsndfile reads and that can be read again and again.
+/// Any file that libsndfile reads and that can be rewound.
 std::unique_ptr<InputSource> openInputFile(const std::string& path);
 /// The first of pulse and alsa that works.
 std::unique_ptr<InputSource> openMicrophone();
-/// `source` in another rate and number of channels.
+/// `source` converted to another rate and number of channels.
 std::unique_ptr<InputSource> convertInput(std::unique_ptr<InputSource> source, std::uint32_t rate,
                                           unsigned channels);
 

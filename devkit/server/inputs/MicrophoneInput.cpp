@@ -19,11 +19,11 @@ namespace {
 
 constexpr std::size_t PERIOD_SAMPLES =
     std::size_t{framesOfPeriod(Microphone::RATE)} * Microphone::CHANNELS;
-// What nobody fetches in this time is thrown away, the oldest first.
+// When the queue is full, the oldest samples are dropped.
 constexpr std::size_t LONGEST_QUEUE = 8 * PERIOD_SAMPLES;
 
-/// Listens on a thread of its own: the microphone blocks, the event loop must not. Its clock is
-/// not the server's, so that now and then there is silence for a moment, or a moment is lost.
+/// Reads on its own thread: the microphone blocks, and the event loop must not. The microphone's
+/// clock differs from the server's, so short silences or losses occur now and then.
 class MicrophoneInput : public InputSource {
 public:
     explicit MicrophoneInput(std::unique_ptr<Microphone> microphone)
@@ -68,7 +68,7 @@ private:
         }
     }
 
-    // Set at construction. Only the thread reads from it.
+    // Set at construction. Only the reading thread uses it.
     std::unique_ptr<Microphone> mMicrophone;
 
     // Has its own synchronization.
@@ -78,7 +78,7 @@ private:
     // Guarded by mLock.
     std::deque<float> mQueue CABINAUDIO_GUARDED_BY(mLock);
 
-    std::thread mThread;  // last: uses all of the above
+    std::thread mThread;  // last: uses all members above
 };
 
 }  // namespace

@@ -10,7 +10,8 @@
 namespace cabinaudio::server {
 
 /// Turns SIGTERM and SIGINT into a call on the event loop's thread. A second signal ends the
-/// process at once. To be made before any other thread, which would get the signals otherwise.
+/// process at once. Must be created before any other thread, because other threads would receive
+/// the signals.
 class EndSignals {
 public:
     /// @throws std::system_error

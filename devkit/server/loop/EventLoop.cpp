@@ -15,10 +15,11 @@ namespace cabinaudio::server {
 
 namespace {
 
-// Handled between two looks at the clock. Each client's event is one message at most.
+// Events handled per turn, before the clocks are checked again. A client's event is at most one
+// message.
 constexpr int IN_ORDER_AT_ONCE = 8;
 constexpr int MOST_AT_ONCE = 32;
-// Stands for mInOrder; no watch has it.
+// Number of mInOrder itself; no watch has it.
 constexpr std::uint64_t NESTED = 0;
 
 void control(const UniqueFd& epoll, int fd, std::uint32_t events, std::uint64_t number) {
@@ -87,7 +88,7 @@ void EventLoop::wait() {
     if (isAnyInOrder) (void)handle(mInOrder, IN_ORDER_AT_ONCE, 0);
 }
 
-// @return whether mInOrder was among them
+// @return whether mInOrder was among the ready descriptors
 bool EventLoop::handle(const UniqueFd& epoll, int most, int timeout) {
     std::array<epoll_event, MOST_AT_ONCE> events;
     const int count = epoll_wait(epoll.get(), events.data(), most, timeout);
@@ -95,11 +96,12 @@ bool EventLoop::handle(const UniqueFd& epoll, int most, int timeout) {
     bool isNestedReady = false;
     for (int i = 0; i < count; ++i) {
         const auto& event = events[static_cast<std::size_t>(i)];
-        const std::uint64_t number = event.data.u64;  // the record is packed
+        const std::uint64_t number = event.data.u64;  // a copy: epoll_event is packed
         isNestedReady |= number == NESTED;
         const auto watch = mWatches.find(number);
-        if (watch == mWatches.end()) continue;          // removed by a handler before it
-        const Handler handler = watch->second.handler;  // a copy outlives its removal of itself
+        if (watch == mWatches.end()) continue;  // a copy: it may remove its own watch
+        const Handler handler =
+            watch->second.handler;  // a copy: the handler may remove its own watch
         call([&] { handler(event.events); });
     }
     return isNestedReady;

@@ -10,20 +10,20 @@
 
 namespace cabinaudio::server {
 
-/// The server's one thread waits here. Requests, the mixing clock and commands are handled one
-/// after the other, which is why nothing in the server needs a lock. Not thread-safe; handlers must
-/// not block. An exception of a handler is logged and ends that handler only: one client's trouble
-/// must not become everybody's.
+/// The server's main loop. Requests, the mixing clock and commands are handled one after another on
+/// one thread, so the server's data needs no locks. Not thread-safe; handlers must not block. An
+/// exception of a handler is logged and ends that handler only, so that one client's fault does not
+/// affect others.
 class EventLoop {
 public:
-    /// Gets the descriptor's EPOLL* events.
+    /// Receives the descriptor's EPOLL* events.
     using Handler = std::function<void(std::uint32_t events)>;
     using Task = std::function<void()>;
 
-    /// Clients must not keep the clock waiting, however many of them want something.
+    /// Clients must not delay the clocks, however many have events.
     enum class Turn {
-        First,    ///< before any of the others: clocks and signals
-        InOrder,  ///< a few at a time, one after the other
+        First,    ///< before all others: clocks and signals
+        InOrder,  ///< a few per turn, one after another
     };
 
     /// @throws std::system_error
@@ -34,11 +34,11 @@ public:
     /// Watches `fd`, level-triggered, until remove().
     /// @throws std::system_error
     void add(int fd, std::uint32_t events, Handler handler, Turn turn = Turn::InOrder);
-    /// No event of `fd` is delivered from now on, also none that has already happened. A handler
-    /// may remove itself. Unknown descriptors are ignored.
+    /// Delivers no more events of `fd`, not even events that have already happened. A handler may
+    /// remove its own descriptor. Unknown descriptors are ignored.
     void remove(int fd);
 
-    /// Runs `task` after the present handler has returned, before the next wait.
+    /// Runs `task` after the current handler has returned, before the next wait.
     void post(Task task);
 
     /// Handles events until stop().
@@ -58,10 +58,10 @@ private:
     void wait();
     [[nodiscard]] bool handle(const UniqueFd& epoll, int most, int timeout);
 
-    UniqueFd mEpoll;                                    // of those that come first, and of mInOrder
-    UniqueFd mInOrder;                                  // readable when one of the others is
-    std::unordered_map<std::uint64_t, Watch> mWatches;  // by a number that is never used again
-    std::unordered_map<int, std::uint64_t> mNumbers;    // of a descriptor's watch
+    UniqueFd mEpoll;                                    // the First descriptors, and mInOrder
+    UniqueFd mInOrder;                                  // the others; readable when one of them is
+    std::unordered_map<std::uint64_t, Watch> mWatches;  // by a number that is never reused
+    std::unordered_map<int, std::uint64_t> mNumbers;    // watch number by descriptor
     std::uint64_t mLastWatch = 0;
     std::vector<Task> mTasks;
     bool mStopped = false;

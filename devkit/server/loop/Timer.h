@@ -10,11 +10,11 @@
 
 namespace cabinaudio::server {
 
-/// Calls a function of the event loop's thread at a time, or at every tick of a clock that does not
-/// drift (CLOCK_MONOTONIC; each deadline is the one before plus the interval).
+/// Calls a function on the event loop's thread, once or at every tick of a clock that does not
+/// drift (CLOCK_MONOTONIC; each deadline is the previous one plus the interval).
 class Timer {
 public:
-    /// Gets the number of deadlines that have passed since the last call, 1 when in time.
+    /// Receives the number of deadlines that have passed since the last call; 1 when in time.
     using Handler = std::function<void(std::uint64_t deadlines)>;
 
     /// @throws std::system_error

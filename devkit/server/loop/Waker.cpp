@@ -25,7 +25,7 @@ Waker::~Waker() {
 }
 
 void Waker::notify() {
-    eventfd_write(mFd.get(), 1);  // fails only when a wake-up is pending already
+    eventfd_write(mFd.get(), 1);  // fails only when a wake-up is already pending
 }
 
 }  // namespace cabinaudio::server

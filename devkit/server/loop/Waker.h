@@ -10,9 +10,8 @@
 
 namespace cabinaudio::server {
 
-/// Lets another thread have a function called on the event loop's thread. As the callback of rings
-/// it tells the server that a client has written. Wake-ups that come before the function runs
-/// become one.
+/// Lets another thread trigger a function on the event loop's thread. As a ring's callback it tells
+/// the server that a client has written. Wake-ups that arrive before the function runs are merged.
 class Waker : public ShareMemoryUpdateNotificationCallback {
 public:
     /// @throws std::system_error

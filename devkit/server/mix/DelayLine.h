@@ -7,13 +7,13 @@
 
 namespace cabinaudio::server {
 
-/// Gives samples back later. What came before the first delay was set is silence.
+/// Delays samples. Output from before the first delay was set is silence.
 class DelayLine {
 public:
     /// @param longest  in samples
     explicit DelayLine(std::size_t longest) : mLongest(longest) {}
 
-    /// @param delay  in samples, cut to the longest
+    /// @param delay  in samples, limited to the longest
     void set(std::size_t delay) {
         mDelay = std::min(delay, mLongest);
         if (mDelay > 0 && mPast.empty()) mPast.resize(mLongest + 1);
@@ -29,13 +29,13 @@ public:
         return result;
     }
 
-    /// Forgets what was not given back yet.
+    /// Drops the samples that are still held.
     void clear() { std::fill(mPast.begin(), mPast.end(), 0.0F); }
 
 private:
     std::size_t mLongest;
     std::size_t mDelay = 0;
-    std::vector<float> mPast;  // a ring, empty until it is needed
+    std::vector<float> mPast;  // ring buffer, empty until needed
     std::size_t mPosition = 0;
 };
 

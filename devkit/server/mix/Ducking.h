@@ -7,12 +7,12 @@
 
 namespace cabinaudio::server {
 
-/// Notices prompts. One that stumbles for a moment goes on, so that the main audio does not pump.
+/// Detects prompts. A short gap does not end a prompt, so that the main audio does not pump.
 class Ducking {
 public:
     explicit Ducking(std::uint32_t rate) : mHold(rate / 5) {}
 
-    /// So many frames were mixed. @return whether isPromptHeard() has changed
+    /// Must be called after `frames` frames were mixed. @return whether isPromptHeard() has changed
     bool mixed(bool isPromptHeard, std::size_t frames) {
         const bool before = this->isPromptHeard();
         mRemaining = isPromptHeard ? mHold : mRemaining - std::min(mRemaining, frames);
@@ -24,7 +24,7 @@ public:
 
 private:
     std::size_t mHold;           // frames
-    std::size_t mRemaining = 0;  // of them, since the last prompt
+    std::size_t mRemaining = 0;  // frames left of mHold since the last prompt
 };
 
 }  // namespace cabinaudio::server

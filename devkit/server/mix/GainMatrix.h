@@ -10,20 +10,20 @@
 
 namespace cabinaudio::server {
 
-/// How the channels of a stream reach the channels of the output, and how loud: a ChannelMatrix
-/// whose factors have gains that change smoothly.
+/// Maps the channels of a stream to those of the output, with gains: a ChannelMatrix whose factors
+/// change smoothly.
 class GainMatrix {
 public:
-    /// Without gains.
+    /// All gains are 1.
     GainMatrix(std::size_t inputs, std::size_t outputs);
 
     void set(const StreamGains& gains, const RampFrames& ramp);
 
-    /// Adds `frames` interleaved input frames to as many output frames. Where all gains are 1
-    /// nothing is multiplied, see ChannelMatrix::add().
+    /// Adds `frames` interleaved input frames to as many output frames. Factors of 1 do not
+    /// multiply, see ChannelMatrix::add().
     void add(const float* in, std::size_t frames, float* out);
 
-    /// Whether nothing is heard, but for the end of a ramp.
+    /// Whether the output is silent, except for the end of a ramp.
     [[nodiscard]] bool isSilent() const;
 
 private:
@@ -33,7 +33,7 @@ private:
     std::size_t mOutputs;
     ChannelMatrix mRoute;
     bool mIsUpMixed = false;
-    std::vector<Ramp> mFactors;  // a row for each output
+    std::vector<Ramp> mFactors;  // a row per output channel
 };
 
 }  // namespace cabinaudio::server

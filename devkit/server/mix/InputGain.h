@@ -9,9 +9,9 @@
 
 namespace cabinaudio::server {
 
-/// What the settings multiply a channel of what is recorded with: the amplifiers of the microphone
-/// input behind the tag (of even channels the left one's, of odd ones the right one's), for an
-/// uplink the uplink's gain, too.
+/// Factor that the settings apply to a recorded channel: the amplifiers of the microphone input
+/// behind the tag (left for even channels, right for odd ones), for an uplink also the uplink's
+/// gain.
 [[nodiscard]] float inputGainOf(AudioTagType tag, std::size_t channel,
                                 const VolumeSettings& volume);
 

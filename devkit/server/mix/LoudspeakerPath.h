@@ -13,7 +13,7 @@
 
 namespace cabinaudio::server {
 
-/// The way of the sum to the loudspeakers.
+/// Path of the sum to the loudspeakers.
 ///
 ///     sum -> speaker test -> delays -> meter
 class LoudspeakerPath {
@@ -23,7 +23,7 @@ public:
     void set(const SettingsData& settings);
     /// @param mix  whole frames
     void process(std::span<float> mix);
-    /// There is a pause: what was on its way is forgotten.
+    /// The sound pauses: drops what the delays hold.
     void clear();
 
     /// Frames of sound that the delays still hold.

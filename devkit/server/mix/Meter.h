@@ -11,27 +11,26 @@
 
 namespace cabinaudio::server {
 
-/// How loud the mix is, as amplitudes: 1 is a square wave of full scale, a sine of full scale has
-/// 0.707.
+/// Level of the mix as amplitude: a full-scale square wave has 1, a full-scale sine 0.707.
 struct Levels {
-    std::array<float, 4> rms{};    // LF, RF, LS, RS; 0 for one that the output lacks
-    std::array<float, 4> bands{};  // see Meter::EDGES; of these loudspeakers' mean power
+    std::array<float, 4> rms{};    // LF, RF, LS, RS; 0 for a loudspeaker that the output lacks
+    std::array<float, 4> bands{};  // see Meter::EDGES; from these loudspeakers' mean power
 };
 
-/// Measures the end of the mix, about a tenth of a second. Whoever asks pays for the measurement;
-/// the mix itself is only remembered.
+/// Measures the last tenth of a second of the mix. The mixing thread only stores samples; the
+/// measurement is made on request.
 class Meter {
 public:
-    /// Between the bands, in Hz.
+    /// Limits between the bands, in Hz.
     static constexpr std::array EDGES = {250.0F, 1000.0F, 4000.0F};
 
     Meter(std::uint32_t rate, unsigned channels);
 
     /// @param mix  whole frames
     void add(std::span<const float> mix);
-    /// There is no sound any more.
+    /// The sound has ended.
     void clear();
-    /// A mono output is both front loudspeakers.
+    /// A mono output counts as both front loudspeakers.
     [[nodiscard]] Levels levels();
 
 private:
@@ -39,10 +38,10 @@ private:
 
     std::uint32_t mRate;
     std::size_t mChannels;
-    std::size_t mLoudspeakers;  // measured ones
+    std::size_t mLoudspeakers;  // number of measured loudspeakers
     Spectrum mSpectrum;
-    std::vector<std::vector<float>> mRecent;  // of each of these, a ring
-    std::size_t mPosition = 0;                // of the oldest frame
+    std::vector<std::vector<float>> mRecent;  // one ring buffer for each of them
+    std::size_t mPosition = 0;                // of the oldest frame in mRecent
 };
 
 }  // namespace cabinaudio::server

@@ -5,19 +5,19 @@
 
 namespace cabinaudio::server {
 
-/// How many frames a change takes; none is at once.
+/// Length of a change in frames; 0 changes at once.
 struct RampFrames {
     std::size_t up = 0;
     std::size_t down = 0;
 };
 
-/// A factor that goes from one value to another in a straight line, frame by frame.
+/// A factor that moves linearly from one value to another, frame by frame.
 class Ramp {
 public:
     explicit Ramp(float value = 1.0F) : mTarget(value) {}
 
-    /// Begins from where it is now. To aim again at the same target changes nothing on the way,
-    /// but for a ramp without frames, which ends it.
+    /// Starts from the present value. Aiming at the same target again leaves the ramp unchanged,
+    /// except that a length of 0 ends it.
     void aim(float target, const RampFrames& frames) {
         const float from = value();
         const std::size_t count = target > from ? frames.up : frames.down;
@@ -27,13 +27,13 @@ public:
         if (mRemaining > 0) mStep = (target - from) / static_cast<float>(mRemaining);
     }
 
-    /// The value of the next frame. The target is met exactly.
+    /// The value of the next frame. Reaches the target exactly.
     float next() {
         if (mRemaining > 0) --mRemaining;
         return value();
     }
 
-    /// Of the last frame. Counted from the end, so that no error adds up.
+    /// The value of the last frame. Computed from the end, so that rounding errors do not add up.
     [[nodiscard]] float value() const {
         return mRemaining > 0 ? mTarget - mStep * static_cast<float>(mRemaining) : mTarget;
     }
@@ -43,7 +43,7 @@ public:
 private:
     float mTarget;
     float mStep = 0.0F;
-    std::size_t mRemaining = 0;  // frames until the target is met
+    std::size_t mRemaining = 0;  // frames until the target is reached
 };
 
 }  // namespace cabinaudio::server

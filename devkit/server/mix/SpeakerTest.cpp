@@ -24,7 +24,7 @@ void SpeakerTest::set(const SourceSettings& source) {
 }
 
 void SpeakerTest::addTo(std::span<float> mix) {
-    const bool isPossible = mIsNoise || mStep < 0.5;  // a tone above half the rate is another one
+    const bool isPossible = mIsNoise || mStep < 0.5;  // a tone above half the rate would alias
     if (mLoudspeakers == 0 || !isPossible) return;
     for (std::size_t i = 0; i < mix.size(); i += mChannels) {
         const float sample = nextSample();
@@ -36,7 +36,7 @@ void SpeakerTest::addTo(std::span<float> mix) {
 
 float SpeakerTest::nextSample() {
     if (mIsNoise) {
-        const auto peak = static_cast<float>(AMPLITUDE * std::sqrt(1.5));  // the power of the sine
+        const auto peak = static_cast<float>(AMPLITUDE * std::sqrt(1.5));  // same power as the sine
         return std::uniform_real_distribution<float>(-peak, peak)(mRandom);
     }
     const double sample = AMPLITUDE * std::sin(2 * std::numbers::pi * mPhase);

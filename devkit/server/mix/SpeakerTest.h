@@ -10,7 +10,7 @@
 
 namespace cabinaudio::server {
 
-/// A tone, or noise, on some loudspeakers, as loud as a sine 20 dB below full scale.
+/// Test tone or noise on selected loudspeakers, with the level of a sine 20 dB below full scale.
 class SpeakerTest {
 public:
     SpeakerTest(std::uint32_t rate, unsigned channels) : mRate(rate), mChannels(channels) {}
@@ -25,7 +25,7 @@ private:
     std::size_t mChannels;
     std::uint32_t mLoudspeakers = 0;  // mask
     bool mIsNoise = false;
-    double mStep = 0.0;   // of the tone, in turns
+    double mStep = 0.0;   // of the tone, in turns per frame
     double mPhase = 0.0;  // in turns
     std::minstd_rand mRandom;
 };

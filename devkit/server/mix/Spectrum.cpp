@@ -16,7 +16,7 @@ struct Free {
     void operator()(void* memory) const { fftwf_free(memory); }
 };
 
-// The mean of its squares is 1, so that it leaves the power of a steady sound as it is.
+// The mean of its squares is 1, so it preserves the power of a steady sound.
 std::vector<float> makeWindow(std::size_t size) {
     std::vector<float> window(size);
     const double step = 2 * std::numbers::pi / static_cast<double>(size);
@@ -58,7 +58,7 @@ std::span<const float> Spectrum::powersOf(std::span<const float> samples) {
     fftwf_execute(mTransform->plan);
     const auto size = static_cast<float>(mWindow.size());
     for (std::size_t i = 0; i < mPowers.size(); ++i) {
-        // Every other frequency also has a mirror image that is not computed.
+        // All other frequencies have a mirror image that is not computed.
         const bool isAlone = i == 0 || i + 1 == mPowers.size();
         const float* const bin = mTransform->out.get()[i];
         mPowers[i] = (isAlone ? 1.0F : 2.0F) * (bin[0] * bin[0] + bin[1] * bin[1]) / (size * size);

@@ -8,10 +8,10 @@
 
 namespace cabinaudio::server {
 
-/// Power of a piece of sound by frequency.
+/// Power of a block of samples by frequency.
 class Spectrum {
 public:
-    /// @param size  samples that are looked at; even
+    /// @param size  samples per block; even
     explicit Spectrum(std::size_t size);
     ~Spectrum();
     Spectrum(const Spectrum&) = delete;
@@ -19,10 +19,9 @@ public:
 
     [[nodiscard]] std::size_t size() const { return mWindow.size(); }
 
-    /// @param samples  as many as size()
-    /// @return a power for each of size() / 2 + 1 frequencies, a step of rate / size() apart; their
-    ///         sum is the mean square of the samples under a window that fades both ends out.
-    ///         Valid until the next call.
+    /// @param samples  size() samples
+    /// @return powers of size() / 2 + 1 frequencies, rate / size() apart; their sum is the mean
+    ///         square of the windowed samples. Valid until the next call
     std::span<const float> powersOf(std::span<const float> samples);
 
 private:

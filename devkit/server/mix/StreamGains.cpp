@@ -69,7 +69,7 @@ void applyMask(std::uint32_t speakers, StreamGains& gains) {
     }
 }
 
-// Not-a-number is no time at all.
+// NaN gives 0 frames.
 std::size_t framesOf(float ms, std::uint32_t rate) {
     if (!(ms > 0.0F)) return 0;
     return static_cast<std::size_t>(std::min(ms, LONGEST_RAMP_MS) * static_cast<float>(rate) /
@@ -108,7 +108,7 @@ float duckingOf(const VolumeSettings& volume, bool isPromptHeard) {
 }
 
 bool isPrompt(const StreamRecord& stream) {
-    if (stream.tag == AUDIO_TAG_MAIN) return false;  // it would give way to itself
+    if (stream.tag == AUDIO_TAG_MAIN) return false;  // it would duck itself
     return stream.tag == AUDIO_TAG_ALTERNATIVE || stream.type == NAVIGATION;
 }
 

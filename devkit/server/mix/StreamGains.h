@@ -11,21 +11,22 @@
 
 namespace cabinaudio::server {
 
-/// What the settings do to the sound of one stream, in factors.
+/// Factors that the settings apply to one stream.
 struct StreamGains {
-    float common = 1.0F;                                       // of all of it
-    std::array<float, VolumeSettings::TRACK_CHANNELS> inputs;  // of the stream's channels
+    float common = 1.0F;                                       // for all channels
+    std::array<float, VolumeSettings::TRACK_CHANNELS> inputs;  // for the stream's channels
     std::array<float, VolumeSettings::CHANNELS> loudspeakers;
-    bool isUpMixed = false;  // one or two channels also play at the back
+    bool isUpMixed = false;  // one or two channels also play in the rear loudspeakers
 
-    /// Nothing is changed.
+    /// Leaves the sound unchanged.
     StreamGains() {
         inputs.fill(1.0F);
         loudspeakers.fill(1.0F);
     }
 
-    /// From a channel of the stream to a channel of an output with so many. A mono output takes the
-    /// mean of the front loudspeakers. Channels without a loudspeaker have no gain of their own.
+    /// From a stream channel to a channel of an output with `outputs` channels. A mono output uses
+    /// the mean of the front loudspeakers. Channels without a loudspeaker have no gain of their
+    /// own.
     [[nodiscard]] float factor(std::size_t input, std::size_t output, std::size_t outputs) const;
 };
 
@@ -33,14 +34,14 @@ struct StreamGains {
 [[nodiscard]] StreamGains gainsOf(const StreamRecord& stream, const SettingsData& settings,
                                   bool isPromptHeard);
 
-/// What is left of the main audio.
-/// @param isPromptHeard  now; matters in ducking mode 1
+/// Factor that ducking leaves of the main audio.
+/// @param isPromptHeard  matters in ducking mode 1 only
 [[nodiscard]] float duckingOf(const VolumeSettings& volume, bool isPromptHeard);
 
-/// Whether the main audio gives way to a stream, in ducking mode 1.
+/// Whether the stream ducks the main audio in ducking mode 1.
 [[nodiscard]] bool isPrompt(const StreamRecord& stream);
 
-/// How long changes take.
+/// Length of gain changes.
 [[nodiscard]] RampFrames rampOf(const SettingsData& settings, std::uint32_t rate);
 
 }  // namespace cabinaudio::server

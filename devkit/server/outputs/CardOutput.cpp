@@ -8,10 +8,10 @@
 namespace cabinaudio::server {
 namespace {
 
-// Periods that wait for the card.
+// Periods queued for the card.
 constexpr std::size_t QUEUE_LOW = 1;
 constexpr std::size_t QUEUE_HIGH = 4;
-// Clocks of sound cards differ by some hundred parts in a million; this corrects up to 1 in 32.
+// Clocks of sound cards differ by some hundred ppm; one period in 32 is the largest correction.
 constexpr std::uint64_t TICKS_BETWEEN_CORRECTIONS = 32;
 
 }  // namespace
@@ -70,7 +70,7 @@ void CardOutput::run() {
         lock.unlock();
         play(bytes);
         lock.lock();
-        mQueue.pop_front();  // only now: what is being written still waits for the card
+        mQueue.pop_front();  // only now: a period being written still counts as queued
     }
 }
 
@@ -83,7 +83,7 @@ void CardOutput::play(const Bytes& bytes) {
 }
 
 void CardOutput::countError(const std::string& problem) {
-    // A card that is unplugged fails at every period.
+    // An unplugged card fails at every period.
     if (mErrors++ == 0) {
         log::warning("%s; further trouble is only counted", problem.c_str());
     } else {

@@ -14,13 +14,13 @@
 
 namespace cabinaudio::server {
 
-/// Plays to a sound card from a thread of its own, behind a short queue: the card blocks, the event
-/// loop must not. The card's clock is not the server's; a period more or less now and then keeps
-/// the queue at its length.
+/// Plays to a sound card from its own thread, through a short queue: the card blocks, and the event
+/// loop must not. The card's clock differs from the server's; a period more or less now and then
+/// keeps the queue's length.
 class CardOutput : public Output {
 public:
     CardOutput(std::unique_ptr<SoundCard> card, const OutputFormat& format);
-    /// Plays what is queued to its end.
+    /// Plays the queue to its end.
     ~CardOutput() override;
 
     void write(std::span<const float> frames) override;
@@ -30,14 +30,14 @@ public:
     [[nodiscard]] std::string name() const override { return mCard->name(); }
 
 private:
-    using Bytes = std::vector<std::uint8_t>;  // empty: play to the end
+    using Bytes = std::vector<std::uint8_t>;  // empty: drain the card
 
     void push(Bytes bytes) CABINAUDIO_EXCLUDES(mLock);
     void run() CABINAUDIO_EXCLUDES(mLock);
     void play(const Bytes& bytes);
     void countError(const std::string& problem);
 
-    // Set at construction. Only the thread plays to the card.
+    // Set at construction. Only the playing thread uses it.
     std::unique_ptr<SoundCard> mCard;
     SampleType mType;
 
@@ -53,7 +53,7 @@ private:
     std::deque<Bytes> mQueue CABINAUDIO_GUARDED_BY(mLock);
     bool mIsOver CABINAUDIO_GUARDED_BY(mLock) = false;
 
-    std::thread mThread;  // last: uses all of the above
+    std::thread mThread;  // last: uses all members above
 };
 
 }  // namespace cabinaudio::server

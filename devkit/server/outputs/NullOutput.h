@@ -5,7 +5,7 @@
 
 namespace cabinaudio::server {
 
-/// Plays to nowhere, at the server's clock.
+/// Discards the mix, at the pace of the server's clock.
 class NullOutput : public Output {
 public:
     void write(std::span<const float>) override {}

@@ -10,27 +10,27 @@
 
 namespace cabinaudio::server {
 
-/// Where the mix goes. Called on the event loop's thread and never blocks it.
+/// Destination of the mix. Called on the event loop's thread; must never block.
 class Output {
 public:
     virtual ~Output() = default;
 
-    /// Takes whole frames of the mix. Trouble is the output's own: it is logged and counted.
+    /// Takes whole frames of the mix. The output logs and counts its own errors.
     virtual void write(std::span<const float> frames) = 0;
 
-    /// How many periods the output can take now. Sound cards run by a clock of their own and ask
-    /// for one less or more now and then.
-    /// @param deadlines  of the server's clock that have passed since the last time
+    /// Periods that the output needs now. A sound card has its own clock and asks for one period
+    /// less or more now and then.
+    /// @param deadlines  of the server's clock since the last call
     virtual std::uint64_t periodsDue(std::uint64_t deadlines) { return deadlines; }
 
-    /// No more streams: what was written is played to its end, then there is nothing until the
-    /// next write().
+    /// There are no more streams: plays what was written to its end, then nothing until the next
+    /// write().
     virtual void pause() {}
 
-    /// Times that something could not be played as it should.
+    /// Number of playback errors.
     [[nodiscard]] virtual std::uint64_t errors() const { return 0; }
 
-    /// For people: "WAV file heard.wav".
+    /// For display: "WAV file heard.wav".
     [[nodiscard]] virtual std::string name() const = 0;
 };
 

@@ -51,7 +51,7 @@ constexpr std::array KINDS = {
 };
 
 struct Request {
-    const Kind* kind;  // null for an unknown one
+    const Kind* kind;  // null when unknown
     std::string argument;
 };
 
@@ -64,7 +64,7 @@ Request parse(const std::string& text) {
             colon == std::string::npos ? std::string() : text.substr(colon + 1)};
 }
 
-// The first sound card that works, else none: a desktop user should hear something at once.
+// The first sound card that works, else null: sound should be audible by default.
 std::unique_ptr<Output> makeAuto(const std::string&, const OutputFormat& format) {
     for (const auto make : {makePulse, makeAlsa}) {
         try {

@@ -8,14 +8,14 @@
 
 namespace cabinaudio::server {
 
-/// What is wrong with the text of an output; empty if nothing.
+/// Checks the text of an output. @return an error text, empty on success
 std::string checkOutput(const std::string& text);
 
-/// Whether the output takes data at any speed. `auto` does not: a sound card may be found.
+/// Whether the output accepts data at any speed. `auto` does not: it may find a sound card.
 bool runsWithoutClock(const std::string& text);
 
 /// Opens "auto", "pulse", "alsa[:DEVICE]", "wav:FILE" or "null".
-/// @throws std::runtime_error saying what failed
+/// @throws std::runtime_error with the reason
 std::unique_ptr<Output> makeOutput(const std::string& text, const OutputFormat& format);
 
 }  // namespace cabinaudio::server

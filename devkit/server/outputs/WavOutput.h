@@ -8,11 +8,11 @@
 
 namespace cabinaudio::server {
 
-/// Writes the mix into a WAV file. It begins with the first stream that is started and holds
-/// silence while streams exist and none sounds; the time without any stream is left out.
+/// Writes the mix to a WAV file. The file starts with the first stream's start, contains silence
+/// while streams exist but none sounds, and leaves out the time without any stream.
 class WavOutput : public Output {
 public:
-    /// @throws std::runtime_error when the file cannot be made
+    /// @throws std::runtime_error when the file cannot be created
     WavOutput(const std::string& path, const OutputFormat& format)
         : mType(format.type), mFile(path, format.rate, format.channels, format.type) {}
 

@@ -8,8 +8,8 @@
 #include <cstdint>
 #include <string>
 
-/// Requests, replies and notifications in words, for trace lines. Requests without arguments and
-/// replies without results are empty.
+/// Text forms of requests, replies and notifications for trace lines. Requests without arguments
+/// and replies without results give empty texts.
 namespace cabinaudio::server {
 
 std::string describe(const wire::FunctionRequest& request);
@@ -28,7 +28,7 @@ std::string describe(const AudioFormatDesc& format);
 /// A notification to a client of this type.
 std::string describeEvent(audio_connect_type type, std::uint32_t event, std::uint32_t param);
 
-/// The status' name, or its number when it has none.
+/// The status's name, or its number when it has no name.
 std::string statusName(std::int32_t status);
 
 }  // namespace cabinaudio::server

@@ -17,7 +17,7 @@
 namespace cabinaudio::server {
 namespace {
 
-// Bytes behind the record of a request, by the last word of it.
+// Bytes after a request's record, from the record's last word.
 std::size_t blockSize(const Operation& operation, std::span<const std::uint8_t> payload) {
     if (operation.block == Block::None) return 0;
     std::uint32_t size = 0;

@@ -12,12 +12,12 @@ namespace cabinaudio::server {
 
 struct Operation;
 
-/// Finds the operation that a request means, runs it and sends the reply.
+/// Finds the operation of a request, runs it and sends the reply.
 class Dispatcher {
 public:
     Dispatcher(Services services, const Trace& trace) : mServices(services), mTrace(trace) {}
 
-    /// @param payload  with the function id at least
+    /// @param payload  at least the function id
     void dispatch(Client& client, std::span<const std::uint8_t> payload);
 
 private:

@@ -17,25 +17,25 @@ namespace cabinaudio::server {
 
 struct Services;
 
-/// Who asks, and what the server has to answer with.
+/// The client that sent the request, and the server's data for the answer.
 struct Call {
     Client& client;
     Services& services;
 };
 
-/// What follows the record of a request: nothing, or a block as long as the record's `size` says.
-/// The reply to a request for a block has one of the same length.
+/// A block may follow a request's record; the record's `size` gives its length. The reply to a
+/// request for a block carries a block of the same length.
 enum class Block { None, Sent, Returned };
 
-/// One request that the server knows: a row of the table of its connection type.
+/// A request known to the server: a row of its connection type's table.
 struct Operation {
     std::uint32_t id;
     const char* name;         // in trace lines
-    std::size_t requestSize;  // shortest payload, function id included, without a block
+    std::size_t requestSize;  // minimum payload: function id included, block excluded
     std::size_t replySize;    // without a block
     Block block;
-    /// `payload` has requestSize bytes at least, and the block; `reply` has replySize bytes and
-    /// perhaps the block, all 0.
+    /// `payload` has at least requestSize bytes, plus the block; `reply` has replySize bytes, plus
+    /// the block if any, zero-filled.
     void (*run)(Call& call, std::span<const std::uint8_t> payload, std::span<std::uint8_t> reply);
     std::string (*describeRequest)(std::span<const std::uint8_t> payload);
     std::string (*describeReply)(std::span<const std::uint8_t> reply);
@@ -95,10 +95,10 @@ void run(Call& call, std::span<const std::uint8_t> payload, std::span<std::uint8
 }  // namespace detail
 
 /// The row of a function `std::int32_t f(Call&, const Request&, Reply&)` that returns the status
-/// and fills the rest of the reply. The reply has its full size whatever the status: a client reads
-/// up to that many bytes and would take a part of the next frame for the rest. A function whose
-/// request is followed by a block gets that in front of the reply; one that answers with a block
-/// gets the place for it behind the reply.
+/// and fills the rest of the reply. The reply always has its full size, whatever the status: a
+/// client reads that many bytes and would otherwise take bytes of the next frame. For a request
+/// with a block, the function gets the block before the reply; for a reply with a block, it gets
+/// the block's place after the reply.
 template <auto Function, typename Id>
 constexpr Operation operation(Id id, const char* name) {
     using Types = detail::Signature<decltype(Function)>;
@@ -114,7 +114,7 @@ constexpr Operation operation(Id id, const char* name) {
             &detail::describeBytes<Reply>};
 }
 
-/// What a connection of this type may ask for; empty for types that have nothing yet.
+/// Operations of a connection type; empty for types without any.
 std::span<const Operation> operationsOf(audio_connect_type type);
 
 }  // namespace cabinaudio::server

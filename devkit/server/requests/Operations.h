@@ -5,8 +5,8 @@
 
 #include <span>
 
-/// The tables of operations, one for each kind of connection. A request of a stream belongs to the
-/// one stream of the client that sends it.
+/// The tables of operations, one per kind of connection. A stream's request concerns the one stream
+/// of the client that sends it.
 namespace cabinaudio::server {
 
 std::span<const Operation> trackOperations();

@@ -9,7 +9,7 @@ class Mixer;
 class Settings;
 class StreamRegistry;
 
-/// What the operations work on.
+/// Server parts that the operations use.
 struct Services {
     StreamRegistry& streams;
     CaptureRegistry& captures;

@@ -11,7 +11,7 @@
 
 namespace cabinaudio::server {
 
-/// The row of a setting. Id, name and records are those of the catalogue.
+/// The row of a setting. Id, name and records come from the catalogue.
 template <auto ID, auto Function>
 constexpr Operation setting() {
     using Types = detail::Signature<decltype(Function)>;
@@ -22,7 +22,7 @@ constexpr Operation setting() {
     return operation<Function>(ID, wire::SETTING<ID>.name);
 }
 
-/// Whether a table answers every setting of a connection type, and nothing else.
+/// Whether a table has exactly the settings of a connection type.
 template <std::size_t SIZE, typename... Settings>
 constexpr bool answersAll(const std::array<Operation, SIZE>& table,
                           const wire::Settings<Settings...>& settings) {

@@ -39,7 +39,7 @@ void Trace::request(const Client& client, const Operation& operation,
                     std::chrono::microseconds duration) const {
     if (!mIsEnabled) return;
     const std::int32_t status = statusOf(reply);
-    // Results of a refused request are zeros.
+    // The results of a refused request are zeros and not shown.
     const std::string results = status == 0 ? operation.describeReply(reply) : std::string();
     print(client, operation.name + inParentheses(operation.describeRequest(payload)) + " -> " +
                       statusName(status) + behindComma(results) +

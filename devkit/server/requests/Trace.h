@@ -10,7 +10,7 @@
 
 namespace cabinaudio::server {
 
-/// Shows on stdout, one line each, what clients ask and what they are told. Does nothing unless
+/// Prints requests, replies and notifications on stdout, one line each. Does nothing unless
 /// enabled.
 class Trace {
 public:

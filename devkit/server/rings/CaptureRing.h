@@ -9,19 +9,19 @@
 
 namespace cabinaudio::server {
 
-/// The ring of a capture stream, seen by its writer.
+/// Writer's view of a capture stream's ring.
 class CaptureRing : public ServerRing {
 public:
-    /// @param onRead  told on a thread of the ring whenever the client has read; may be null
+    /// @param onRead  called on a thread of the ring whenever the client has read; may be null
     CaptureRing(RingPlace place, ShareMemoryUpdateNotificationCallback* onRead);
 
-    /// Writes all or nothing, and wakes the client when it waits. @return whether it fitted
+    /// Writes all or nothing, and wakes a waiting client. @return whether it fitted
     bool write(std::span<const std::uint8_t> frame);
 
-    /// The client is to say when it has taken something out, however it does that.
+    /// Requests a notification when the client takes data, whichever way it reads.
     void askForSpace() { ring().setWait(true); }
 
-    /// What the client has done to the ring's header that no client does; empty if nothing.
+    /// A change of the ring's header that a correct client never makes; empty if none.
     [[nodiscard]] std::string damage() const;
 };
 

@@ -11,7 +11,7 @@
 namespace cabinaudio::server::memory_fault {
 namespace {
 
-// The handler runs on the thread that stumbled.
+// The handler runs on the thread that faulted.
 thread_local volatile std::sig_atomic_t happened = 0;
 std::uintptr_t pageSize;
 
@@ -21,19 +21,19 @@ constexpr long MAP = SYS_mmap2;
 constexpr long MAP = SYS_mmap;
 #endif
 
-// The bare system call: async-signal-safe, and the thread sanitizer would take the C library's mmap
-// for a write of the whole page, beside the ring's other thread.
+// The plain system call is async-signal-safe. The thread sanitizer would report the C library's
+// mmap as a write of the whole page, racing with the ring's other thread.
 bool mapZeros(std::uintptr_t page) {
     constexpr int RIGHTS = PROT_READ | PROT_WRITE;
     constexpr int FLAGS = MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED;
     return syscall(MAP, page, pageSize, RIGHTS, FLAGS, -1, 0) != -1;
 }
 
-// The interrupted access is tried again after the return and then succeeds.
+// The interrupted access is repeated after the return and then succeeds.
 void replacePage(int signal, siginfo_t* info, void*) {
     const auto page = reinterpret_cast<std::uintptr_t>(info->si_addr) & ~(pageSize - 1);
     if (info->si_code != BUS_ADRERR || !mapZeros(page)) {
-        std::signal(signal, SIG_DFL);  // the access is tried again and ends the process
+        std::signal(signal, SIG_DFL);  // the repeated access ends the process
     }
     happened = 1;
 }

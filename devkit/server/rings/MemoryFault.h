@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// A client shares the objects that hold its rings, so it can shorten them under the server; the
-/// next access would end the process with SIGBUS. Here such a page is replaced by one of zeros,
-/// which reads as a ring without data, and the fault is remembered. That is done in whichever
-/// thread has stumbled: the event loop's, or a ring's receiver.
+/// A client shares the objects of its rings, so it can truncate them; the server's next access
+/// would raise SIGBUS and end the process. Instead the handler replaces the page by zeros, which
+/// read as an empty ring, and records the fault for the faulting thread: the event loop's or a
+/// ring's receiver.
 namespace cabinaudio::server::memory_fault {
 
-/// Once, at the start of the process.
+/// Call once, at the start of the process.
 void install();
 
-/// Whether a page was replaced since the last call, under an access of this thread.
+/// Whether an access of this thread has faulted since the last call.
 bool take();
 
 }  // namespace cabinaudio::server::memory_fault

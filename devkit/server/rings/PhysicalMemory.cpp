@@ -19,7 +19,8 @@
 namespace cabinaudio::server {
 namespace {
 
-// Above what boards keep for their devices; every address must also fit the board stand-in's file.
+// Above the addresses that boards reserve for devices; every address must also fit the stand-in's
+// file.
 constexpr std::uint64_t FIRST_ADDRESS = 0x40000000;
 constexpr std::uint64_t END = board::kPhysicalMemorySize;
 
@@ -28,7 +29,7 @@ std::uint64_t inWholePages(std::uint32_t size) {
     return (std::max<std::uint64_t>(size, 1) + page - 1) / page * page;
 }
 
-/// Empty where the environment names no instance that there can be.
+/// Empty when the environment's instance name is invalid.
 std::string pathOf(unsigned place) {
     const char* instance = board::instanceInEnvironment();
     if (instance == nullptr) return {};
@@ -44,7 +45,7 @@ std::string pathOf(const UniqueFd& file) {
     return length > 0 ? std::string(target, static_cast<std::size_t>(length)) : std::string();
 }
 
-// The next owner finds zeros, and the machine gets its memory back.
+// The next owner gets zeros, and the system gets the memory back.
 void clear(std::uint32_t address, std::uint32_t size) {
     const UniqueFd memory(open(board::kMemoryDevice, O_RDWR | O_CLOEXEC));
     if (!memory || fallocate(memory.get(), FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE,

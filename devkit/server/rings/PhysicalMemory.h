@@ -7,10 +7,10 @@
 
 namespace cabinaudio::server {
 
-/// Hands out ranges of the board's physical memory for rings. Not thread-safe.
+/// Allocates ranges of the board's physical memory for rings. Not thread-safe.
 class PhysicalMemory {
 public:
-    /// A range that is given back when its owner is destroyed. The memory must outlive it.
+    /// A range, freed by its destructor. The PhysicalMemory must outlive it.
     class Range {
     public:
         Range(Range&& other) noexcept;
@@ -28,13 +28,13 @@ public:
         std::uint32_t mAddress;
     };
 
-    /// Page-aligned, at least `size` bytes, zero-filled. @return nothing when there is no room
+    /// Page-aligned, at least `size` bytes, zero-filled. @return empty when there is no room
     [[nodiscard]] std::optional<Range> allocate(std::uint32_t size);
 
-    /// Removes the file that stands for the memory; what still is mapped stays usable. For the
-    /// server only, while it has no ring and nobody else can be the server of this instance.
+    /// Removes the file that stands for the memory; existing mappings stay usable. Only for the
+    /// server, while it has no ring and no other server of this instance can be running.
     static void remove();
-    /// The same, and makes a new one, before another user can take the file's name.
+    /// Removes the file and creates a new one, before another user can take its name.
     static void take();
 
 private:

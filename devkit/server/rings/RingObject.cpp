@@ -28,11 +28,11 @@ bool isPrivate(const struct stat64& object) {
 }
 
 bool isInitialised(const wire::SemaphoreSlot& semaphore) {
-    constexpr std::uint32_t SHARED = 128;  // of the C library: between processes
+    constexpr std::uint32_t SHARED = 128;  // the C library's flag for process-shared semaphores
     return semaphore.word[1] == SHARED && semaphore.word[2] == 0;
 }
 
-// The size of a physical ring is that of its data, which lies elsewhere.
+// A physical ring's size is that of its data, which lies outside the object.
 bool isRing(const RingHeader& header, off64_t length) {
     constexpr off64_t HEADER = sizeof header;
     return (length == HEADER || length == HEADER + off64_t{header.size}) && header.size != 0 &&
@@ -41,8 +41,8 @@ bool isRing(const RingHeader& header, off64_t length) {
            header.spare46[0] == 0 && header.spare46[1] == 0;
 }
 
-/// Whether the object is a ring that a server of this user has made. Objects of other programs lie
-/// in the same directory, and a client chooses the name.
+/// Whether the object is a ring made by a server of this user. Objects of other programs lie in the
+/// same directory, and the client chooses the name.
 bool isLeftOver(int fd) {
     struct stat64 object = {};
     RingHeader header = {};
@@ -50,13 +50,14 @@ bool isLeftOver(int fd) {
            pread(fd, &header, sizeof header, 0) == sizeof header && isRing(header, object.st_size);
 }
 
-/// Whether each name that the stand-in makes is one of this instance: nothing else is there then.
+/// Whether all names made by the stand-in carry this instance's prefix, so that no other program's
+/// objects can be meant.
 bool hasOwnNames() {
     const char* instance = board::instanceInEnvironment();
     return instance != nullptr && instance[0] != '\0';
 }
 
-/// @return empty, or why the name stays taken
+/// @return empty on success, else why the name stays taken
 std::string removeLeftOver(const std::string& path) {
     if (!hasOwnNames()) {
         const UniqueFd found(shm_open(path.c_str(), O_RDONLY | O_NONBLOCK, 0));
@@ -71,7 +72,7 @@ int openNew(const std::string& path) {
     return shm_open(path.c_str(), O_RDWR | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR);
 }
 
-/// Makes the object, in place of a ring that was left behind. @return the status
+/// Creates the object, replacing a ring that was left behind. @return the status
 std::int32_t open(const Client& client, const std::string& name, UniqueFd& fd) {
     const std::string path = "/" + name;
     fd = UniqueFd(openNew(path));
@@ -104,7 +105,7 @@ std::int32_t RingObject::make(const Client& client, const std::string& name,
     if (const std::int32_t status = open(client, name, fd); status != AUDIO_NO_ERROR) return status;
     std::string path = "/" + name;
     struct stat64 made = {};
-    // The directory may have rules of its own about who may use what is made in it.
+    // The directory may have its own access rules for new objects (a default ACL).
     if (fstat64(fd.get(), &made) != 0 || !isPrivate(made)) {
         log::warning("%s: refused, others could use the object \"%s\" in shared memory",
                      client.title().c_str(), printable(name).c_str());

@@ -10,26 +10,26 @@
 
 namespace cabinaudio::server {
 
-/// The shared-memory object of a ring, and a mapping of its header that is the server's own. The
-/// object is new, empty and open to the server's user only: under the ring's name there may be an
-/// object that another user has planted, or that belongs to another program.
+/// A ring's shared-memory object, and the server's own mapping of its header. The object is always
+/// new, empty and accessible to the server's user only: the ring's name may already belong to an
+/// object that another user has planted or another program uses.
 class RingObject {
 public:
-    /// Makes the object. A ring that a killed server or client has left under the name is removed;
-    /// nothing else is.
+    /// Creates the object. Removes an object of that name only if it is a ring left by a killed
+    /// server or client.
     /// @param name  without leading slashes
-    /// @return the status; `object` is set when it is AUDIO_NO_ERROR, and the log has the reason
-    ///         when not
+    /// @return the status; `object` is set when it is AUDIO_NO_ERROR, otherwise the reason is
+    ///         logged
     static std::int32_t make(const Client& client, const std::string& name,
                              std::unique_ptr<RingObject>& object);
     ~RingObject();
     RingObject(const RingObject&) = delete;
     RingObject& operator=(const RingObject&) = delete;
 
-    /// Valid once the ring has given the object its length.
+    /// Valid once the ring has set the object's length.
     [[nodiscard]] wire::RingHeader& header() const { return *mHeader; }
 
-    /// Whether the name still stands for this object.
+    /// Whether the name still refers to this object.
     [[nodiscard]] bool isNamed() const;
 
 private:

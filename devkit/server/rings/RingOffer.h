@@ -11,15 +11,15 @@
 
 namespace cabinaudio::server {
 
-/// Lets a client have a physical ring, and takes it back:
+/// Announces a physical ring to a client and withdraws it:
 ///
 ///     Away --offer()--> Waiting --the delay is over, client told--> Offered
 ///     Waiting --withdraw()--> Away
 ///     Offered --withdraw(), client told--> LettingGo --letGo()--> Away
 ///     Offered --letGo(), unasked--> Away
 ///
-/// A ring that is being withdrawn stays where it is until the client has let go of it: it may just
-/// be writing there. An offer in that time is made afterwards.
+/// A withdrawn ring stays allocated until the client acknowledges, because the client may be
+/// writing to it. An offer made meanwhile is postponed until then.
 class RingOffer {
 public:
     struct Notification {
@@ -27,26 +27,26 @@ public:
         std::uint32_t value;
     };
     struct Owner {
-        /// Makes the ring if there is none. @return whether there is one
+        /// Makes the ring if there is none. @return whether there is a ring now
         std::function<bool()> make;
-        /// The client does not have the ring any more.
+        /// The client no longer uses the ring.
         std::function<void()> release;
     };
 
     RingOffer(EventLoop& loop, Client& client, Notification ready, Notification gone, Owner owner);
 
-    /// The client is told after `delay`, and after the reply to the present request.
+    /// Announces the ring after `delay`, and after the reply to the current request.
     void offer(std::chrono::milliseconds delay);
     void withdraw();
-    /// Tells the client once more of the ring that it has. @return false when none is offered
+    /// Repeats the announcement to the client. @return false when no ring is offered
     [[nodiscard]] bool announceAgain();
-    /// The client says that it has no ring any more, asked or not.
+    /// The client reports that it has unmapped the ring, whether the ring was withdrawn or not.
     void letGo();
 
-    /// The client has been told of the ring and of nothing else since.
+    /// The ring has been announced and not withdrawn since.
     [[nodiscard]] bool isOffered() const { return mState == State::Offered; }
-    /// The client may ask where the ring is. It may do so after a withdrawal that it has not heard
-    /// of yet.
+    /// The client may ask for the ring's address. It may also do so after a withdrawal whose
+    /// notification it has not received yet.
     [[nodiscard]] bool canBeShown() const { return isOffered() || isLettingGo(); }
     [[nodiscard]] bool isLettingGo() const { return mState == State::LettingGo; }
     /// "away", "waiting", "offered" or "letting go".
@@ -63,7 +63,7 @@ private:
     Notification mGone;
     Owner mOwner;
     State mState = State::Away;
-    bool mIsWanted = false;  // again, once the client has let go
+    bool mIsWanted = false;  // an offer is postponed until the acknowledgement
     std::chrono::milliseconds mDelay{0};
     Timer mTimer;
 };

@@ -12,7 +12,7 @@
 namespace cabinaudio::server {
 namespace {
 
-// Beside the rings lie the physical memory and the objects of other instances.
+// The physical memory and objects of other instances lie in the same directory.
 bool isReserved(const std::string& object) {
     return object.empty() || object.starts_with("cabinaudio-physmem") ||
            object.starts_with("cabinaudio.");

@@ -17,12 +17,12 @@
 namespace cabinaudio::server {
 
 enum class RingKind {
-    Posix,     // the client opens it by its name
+    Posix,     // opened by the client by its name
     Physical,  // announced to the client, which asks for its address
 };
 
-/// Where a ring is to be: its object's name and its memory, both given back at the end, and the
-/// object itself, whose name the ring removes.
+/// A ring's reserved object name and memory, both released by the destructor, and its object, whose
+/// name the ring removes.
 class RingPlace {
 public:
     using Memory = std::optional<PhysicalMemory::Range>;
@@ -33,7 +33,7 @@ public:
     RingPlace(RingPlace&&) = default;
     RingPlace& operator=(RingPlace&&) = delete;
 
-    /// As the client gave it; objectName() is made of it.
+    /// As given by the client; the base of objectName().
     [[nodiscard]] const std::string& name() const { return mName; }
     /// Bytes.
     [[nodiscard]] std::uint32_t size() const { return mSize; }
@@ -42,7 +42,7 @@ public:
     /// Physical address of the data, 0 for a POSIX ring.
     [[nodiscard]] std::uint32_t address() const { return mMemory ? mMemory->address() : 0; }
 
-    /// Name of the shared-memory object of such a ring, without leading slashes. Two rings with one
+    /// Name of the ring's shared-memory object, without leading slashes. Two rings with the same
     /// object name would destroy each other.
     [[nodiscard]] static std::string objectName(const std::string& name, const Memory& memory);
 
@@ -59,7 +59,7 @@ private:
     std::unique_ptr<const std::string, Release> mObjectName;
 };
 
-/// Finds places for the rings of all streams. Outlives the rings.
+/// Reserves places for the rings of all streams. Outlives the rings.
 class RingPlaces {
 public:
     /// @return the status; `place` is set when it is AUDIO_NO_ERROR

@@ -12,25 +12,25 @@
 namespace cabinaudio::server {
 namespace {
 
-// Ignored where nobody asks for it, and not used by the server's libraries.
+// Ignored by default, and not used by the server's libraries.
 constexpr int INTERRUPTION = SIGURG;
 
-// A receiver that has not ended is interrupted again after each such time: it may have looked just
-// before the signal and gone to sleep after it.
+// A receiver that has not ended is interrupted again after this time: the signal may have arrived
+// between its check and its wait.
 constexpr std::chrono::milliseconds INTERVAL{10};
 
 sem_t* semaphoreOf(wire::RingHeader& header, unsigned side) {
     return reinterpret_cast<sem_t*>(side == SHM_MODE_READER ? &header.readSem : &header.writeSem);
 }
 
-// Without SA_RESTART: the wait ends.
+// Without SA_RESTART, so that the signal ends the wait.
 void installHandler() {
     struct sigaction action = {};
     action.sa_handler = [](int) {};
     sigaction(INTERRUPTION, &action, nullptr);
 }
 
-/// All signals are blocked while it lives, so that a new thread begins like that.
+/// Blocks all signals during its lifetime, so that a new thread starts with them blocked.
 class Blocked {
 public:
     Blocked() {
@@ -46,7 +46,7 @@ private:
     sigset_t mBefore;
 };
 
-// The handler of SIGBUS works in this thread as well (see MemoryFault.h).
+// The SIGBUS handler works in this thread too (see MemoryFault.h).
 void unblockOwnSignals() {
     sigset_t own;
     sigemptyset(&own);
@@ -71,7 +71,7 @@ RingReceiver::RingReceiver(wire::RingHeader& header, unsigned side,
 
 RingReceiver::~RingReceiver() {
     mEnds = true;
-    sem_post(mSemaphore);  // the ordinary way; fails when the client has filled the semaphore
+    sem_post(mSemaphore);  // normal wake-up; fails when the client has filled the count
     while (!hasEndedSoon())
         pthread_kill(mThread.native_handle(), INTERRUPTION);
     mThread.join();
@@ -99,7 +99,7 @@ void RingReceiver::receive() {
     while (!mEnds) {
         if (sem_wait(mSemaphore) == 0) {
             if (!mEnds) mCallback.notify();
-        } else if (errno != EINTR && errno != EFAULT) {  // EFAULT: cut off just before the sleep
+        } else if (errno != EINTR && errno != EFAULT) {  // EFAULT: cut off just before the wait
             return;
         }
     }

@@ -12,16 +12,15 @@
 
 namespace cabinaudio::server {
 
-/// A thread that calls a callback for each post of a client, as a ring's own receiver does. It ends
-/// in bounded time whatever the client does to the ring: when the client cuts off the ring's
-/// memory, a sleeping thread stays with the old page, which no post reaches any more. A signal ends
-/// that sleep.
+/// A thread that calls a callback for each post of a client, like a ring's own receiver, but ends
+/// in bounded time whatever the client does to the ring. When the client truncates the ring's
+/// memory, a waiting thread stays on the old page, which no post reaches; a signal ends that wait.
 class RingReceiver {
 public:
-    /// @param header    of a ring, in a mapping that outlives this object
-    /// @param side      SHM_MODE_READER or SHM_MODE_WRITER: what the server does with the ring
+    /// @param header    in a mapping that outlives this object
+    /// @param side      SHM_MODE_READER or SHM_MODE_WRITER: the server's side of the ring
     /// @param callback  outlives this object
-    /// @throws std::system_error when there is no thread
+    /// @throws std::system_error when the thread cannot be created
     RingReceiver(wire::RingHeader& header, unsigned side,
                  ShareMemoryUpdateNotificationCallback& callback);
     ~RingReceiver();

@@ -19,14 +19,14 @@ const unsigned char* asPointer(std::uint32_t address) {
 ServerRing::ServerRing(RingPlace place, unsigned side,
                        ShareMemoryUpdateNotificationCallback* onUpdate)
     : mPlace(std::move(place)) {
-    // Without a callback, and so without the library's receiver, which a client that cuts off the
-    // memory can keep asleep for ever.
+    // No callback, and so no library receiver: a client that truncates the memory could keep that
+    // thread waiting forever.
     mRing.emplace(isPhysical() ? SHM_TYPE_PHYS_MEM : SHM_TYPE_POSIX_SHM, mPlace.name().c_str(),
                   asPointer(address()), size(), SHM_MODE_CREATOR | side, nullptr);
     mIsUsable = mRing->isUsable() && isOwnObject() && startReceiver(side, onUpdate);
 }
 
-// The library has opened the object by its name.
+// The library opened the object by name, so compare it with the object that was made.
 bool ServerRing::isOwnObject() const {
     const bool isOwn = mPlace.object().isNamed();
     if (!isOwn)

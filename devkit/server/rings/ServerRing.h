@@ -13,28 +13,28 @@
 
 namespace cabinaudio::server {
 
-/// A ring of a stream, seen by its creator. The client maps the same memory and may scribble into
-/// it: nothing here leaves the mapping, and a client that breaks the rules is found out.
+/// A stream's ring, seen by its creator. The client maps the same memory and may overwrite it: no
+/// access here leaves the mapping, and a client that breaks the rules is detected.
 class ServerRing {
 public:
-    /// False when the memory could not be had; nothing else may be called then.
+    /// False when the memory could not be allocated; then no other function may be called.
     [[nodiscard]] bool isUsable() const { return mIsUsable; }
     [[nodiscard]] bool isPhysical() const { return mPlace.isPhysical(); }
     /// Physical address of the data, 0 for a POSIX ring.
     [[nodiscard]] std::uint32_t address() const { return mPlace.address(); }
     [[nodiscard]] std::uint32_t size() const { return mPlace.size(); }
-    /// Bytes that wait in the ring.
+    /// Bytes queued in the ring.
     [[nodiscard]] std::size_t usedBytes() const { return mRing->getUsedSize(); }
 
 protected:
-    /// @param side      SHM_MODE_READER or SHM_MODE_WRITER: what the server does with the ring
-    /// @param onUpdate  told on a thread of the ring whenever the client has done the other; may be
-    ///                  null
+    /// @param side      SHM_MODE_READER or SHM_MODE_WRITER: the server's side of the ring
+    /// @param onUpdate  called on a thread of the ring after each access from the client's side;
+    ///                  may be null
     ServerRing(RingPlace place, unsigned side, ShareMemoryUpdateNotificationCallback* onUpdate);
     ~ServerRing() = default;
 
     [[nodiscard]] ShareMemoryEx& ring() const { return *mRing; }
-    /// Whether the client has changed the ring's size; says how, empty if not.
+    /// Describes a changed ring size; empty if unchanged.
     [[nodiscard]] std::string sizeDamage() const;
 
 private:
@@ -42,7 +42,7 @@ private:
     [[nodiscard]] bool startReceiver(unsigned side,
                                      ShareMemoryUpdateNotificationCallback* onUpdate);
 
-    RingPlace mPlace;                            // outlives the mapping of it
+    RingPlace mPlace;                            // outlives the ring's mapping
     mutable std::optional<ShareMemoryEx> mRing;  // its getters are not const
     std::optional<RingReceiver> mReceiver;
     bool mIsUsable = false;

@@ -24,7 +24,8 @@ StreamRing::View StreamRing::readable() {
 }
 
 void StreamRing::consume(const View& view, std::size_t frames) {
-    // The header may have changed meanwhile; the view is what was checked.
+    // The client may have changed the header since; the view was checked, so the offset comes from
+    // it.
     const auto offset = static_cast<std::size_t>(view.data - mBase) + frames * mFrameBytes;
     ring().updateReadOffset(static_cast<unsigned>(offset == size() ? 0 : offset));
 }

@@ -9,28 +9,29 @@
 
 namespace cabinaudio::server {
 
-/// The ring of a playback stream, seen as whole frames by its reader.
+/// Reader's view of a playback stream's ring, in whole frames.
 class StreamRing : public ServerRing {
 public:
-    /// Frames that lie in one piece, in the client's memory: another look may show other bytes.
+    /// Contiguous frames in memory shared with the client: their bytes may change between two
+    /// reads.
     struct View {
         const std::uint8_t* data;
         std::size_t frames;
     };
 
     /// @param place    of a size that is a multiple of the frame
-    /// @param onWrite  told on a thread of the ring whenever the client has written; may be null
+    /// @param onWrite  called on a thread of the ring whenever the client has written; may be null
     StreamRing(RingPlace place, std::size_t frameBytes,
                ShareMemoryUpdateNotificationCallback* onWrite);
 
-    /// Frames that wait in the ring.
+    /// Frames queued in the ring.
     [[nodiscard]] std::size_t usedFrames() const { return usedBytes() / mFrameBytes; }
 
     [[nodiscard]] View readable();
-    /// Frees the first `frames` of `view` for the client and wakes it if it waits.
+    /// Frees the first `frames` of `view`, and wakes a waiting client.
     void consume(const View& view, std::size_t frames);
 
-    /// What the client has done to the ring's header that no client does; empty if nothing.
+    /// A change of the ring's header that a correct client never makes; empty if none.
     [[nodiscard]] std::string damage() const;
 
 private:

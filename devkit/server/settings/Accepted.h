@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <type_traits>
 
-// What the state file may say of a setting. Each record of settings has a visit() that hands its
-// fields to a codec: the name in the file, the field, and whether a value is accepted.
+// Values that the state file may hold. Each record of settings has a visit() that passes its fields
+// to a codec: the name in the file, the field, and a check of the value.
 namespace cabinaudio::server {
 
 /// A record that a codec reads or writes.

@@ -27,7 +27,7 @@ const AppSettings& appOf(const Call& call) {
     return call.services.settings->app;
 }
 
-// @return the status of a request that is accepted
+// @return the status of an accepted request
 template <typename Change>
 std::int32_t change(Call& call, Change make) {
     call.services.settings.change([&](SettingsData& data) { make(data.app); });
@@ -77,8 +77,8 @@ std::int32_t getSpeakerDelay(Call& call, const wire::ChannelRequest& request,
     return AUDIO_NO_ERROR;
 }
 
-// How long what a client writes now takes to be handed to the output: what is queued before it, and
-// the period that it waits for. 0 when nothing plays.
+// Time until data that a client writes now reaches the output: the data queued before it, plus one
+// period. 0 when nothing plays.
 std::int32_t downlinkDelayMs(const StreamRegistry& streams) {
     std::uint64_t longest = 0;
     for (const auto& stream : streams.streams()) {
@@ -105,7 +105,7 @@ std::int32_t setDacGain(Call& call, const wire::NumberRequest& request, wire::St
         call, [&](AppSettings& app) { app.dacGain = static_cast<std::uint32_t>(request.value); });
 }
 
-// ---- Records that are remembered whole, by their first word -------------------------------------
+// ---- Records that are kept whole, by their first word -------------------------------------------
 
 template <auto RECORDS, typename Request>
 std::int32_t setRecord(Call& call, const Request& request, wire::StatusReply&) {
@@ -118,7 +118,7 @@ std::int32_t setRecord(Call& call, const Request& request, wire::StatusReply&) {
     });
 }
 
-// One that was never set is zeros behind its selector.
+// A record that was never set reads as zeros after its selector.
 template <auto RECORDS, typename Reply>
 std::int32_t getRecord(Call& call, const wire::NumberRequest& request, Reply& reply) {
     const auto& records = appOf(call).*RECORDS;

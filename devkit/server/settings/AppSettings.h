@@ -17,7 +17,7 @@
 
 namespace cabinaudio::server {
 
-/// An effect's switch and parameters, as opaque as the client gave them.
+/// An effect's switch and parameters, stored as the client gave them.
 struct Effect {
     bool isEnabled = false;
     std::vector<std::uint8_t> parameter;
@@ -26,20 +26,20 @@ struct Effect {
 /// Effects by tag and name.
 using Effects = std::map<std::pair<std::string, std::string>, Effect>;
 
-/// What an application-setting connection sets. Equalisers, the hands-free processing and effects
-/// are remembered and given back; delays of loudspeakers and the bypass are heard.
+/// Settings of application-setting connections. Equalisers, hands-free processing and effects are
+/// only stored; loudspeaker delays and the bypass are applied.
 struct AppSettings {
     static constexpr std::size_t CHANNELS = 6;  // LF, RF, LS, RS, CF, L1
 
     std::array<std::uint32_t, CHANNELS> speakerDelaysUs{};
-    bool isBypassed = false;  // delays of loudspeakers are left out
+    bool isBypassed = false;  // loudspeaker delays are not applied
     std::int32_t echoQuality = 0;
     std::int32_t duplex = 0;
     std::int32_t noiseReduction = 0;
     std::int32_t reverbMode = 0;
     std::uint32_t dacGain = 0;
-    std::int32_t downlinkDelayMs = 0;  // the last estimate
-    // Whole records by their first word.
+    std::int32_t downlinkDelayMs = 0;  // last estimate
+    // Complete records, by their first word.
     std::map<std::uint32_t, std::vector<std::uint8_t>> equalizers;
     std::map<std::uint32_t, std::vector<std::uint8_t>> nonLinear;
     std::map<std::uint32_t, std::vector<std::uint8_t>> handsfreeEqualizers;

@@ -13,21 +13,21 @@
 
 namespace cabinaudio::server {
 
-/// Listens to the microphone for half a second and tells which gain would bring what it has heard
-/// to 20 dB below full scale.
+/// Measures the microphone for half a second and computes the gain that brings its level to 20 dB
+/// below full scale.
 class Calibration {
 public:
     static constexpr std::uint32_t RATE = 16000;
 
     /// @param openInput  opens the microphone, one channel of this rate; throws std::runtime_error
-    ///                   saying what does not work
+    /// with the reason
     Calibration(EventLoop& loop, std::function<std::unique_ptr<InputSource>()> openInput);
 
-    /// Starts anew, unless it is running. @return the status that the client gets
+    /// Starts a measurement unless one is running. @return the status for the client
     std::int32_t start();
 
     [[nodiscard]] wire::CalibrationResult result() const { return mResult; }
-    /// In dB, -24 to 46 (for silence); 0 unless it is done.
+    /// In dB, -24 to 46 (46 for silence); 0 until the measurement is done.
     [[nodiscard]] float gain() const { return mGain; }
 
 private:
@@ -39,7 +39,7 @@ private:
     std::unique_ptr<InputSource> mInput;  // while it is running
     std::vector<float> mSamples;          // of one period
     double mSumOfSquares = 0;
-    std::uint64_t mCount = 0;  // of samples in it
+    std::uint64_t mCount = 0;  // samples summed so far
     wire::CalibrationResult mResult = wire::CalibrationResult::None;
     float mGain = 0.0F;
 };

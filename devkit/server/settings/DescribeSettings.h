@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-/// Requests and replies of settings connections in words, for trace lines.
+/// Text forms of settings requests and replies for trace lines.
 namespace cabinaudio::server {
 
 std::string describe(const wire::NumberRequest& request);

@@ -8,8 +8,8 @@
 
 namespace cabinaudio::server {
 
-// Requests about the effects of playback streams, on application-setting connections. An effect has
-// a name and belongs to a tag.
+// Requests about effects of playback streams, on application-setting connections. An effect is
+// identified by its tag and name.
 std::int32_t setPlaybackEffectEnabled(Call& call, const wire::EffectSwitchRequest& request,
                                       wire::StatusReply& reply);
 std::int32_t getPlaybackEffectEnabled(Call& call, const wire::TwoNamesRequest& request,

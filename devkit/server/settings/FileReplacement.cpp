@@ -23,7 +23,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int MOST_LINKS = 40;  // as the kernel
+constexpr int MOST_LINKS = 40;  // the kernel's limit
 constexpr std::size_t MOST_BYTES = 16 << 20;
 constexpr mode_t PERMISSIONS = 0777;
 constexpr char BEGINNING[] = ".cabinaudio-state-";
@@ -40,7 +40,7 @@ Place placeOf(const std::string& path) {
     return {directory.empty() ? "." : directory, whole.filename()};
 }
 
-// Nothing when there is no such file.
+// Empty when there is no such file.
 std::optional<struct stat> statusOf(int directory, const std::string& name) {
     struct stat status = {};
     if (fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) return status;
@@ -52,7 +52,7 @@ std::optional<struct stat> statusOf(int directory, const std::string& name) {
     throw std::runtime_error(path + ": " + why);
 }
 
-// One step of a chain of links.
+// Follows one link of a chain.
 std::string targetOf(const std::string& path, uid_t owner) {
     if (owner != geteuid() && owner != 0) refuse(path, "is a link of another user");
     std::error_code error;
@@ -70,13 +70,14 @@ void writeAll(int fd, std::string_view content) {
     }
 }
 
-// Different for different files, as far as the length of a name allows that.
+// Derived from the file's name, so that different files get different prefixes, as far as the
+// length limit of names allows.
 std::string beginningFor(const std::string& name) {
     return BEGINNING + name.substr(0, 200) + "-";
 }
 
-/// The new content under a name that nobody can foresee, until it takes the file's own. Removed
-/// with the object if it has not.
+/// The new content under an unpredictable name, until it is renamed to the file's. The destructor
+/// removes it if it was not renamed.
 class Temporary {
 public:
     Temporary(int directory, const std::string& name, mode_t mode)
@@ -115,7 +116,7 @@ private:
     bool mHasMoved = false;
 };
 
-// A group that cannot be given hands its permissions to no other one.
+// If the group cannot be set, its permissions are dropped; another group must not get them.
 void takeOver(const struct stat& old, int fd) {
     mode_t mode = old.st_mode & PERMISSIONS;
     if (fchown(fd, old.st_uid, old.st_gid) != 0 &&
@@ -143,7 +144,7 @@ std::string regularFileBehind(const std::string& path) {
 }
 
 std::optional<std::string> contentOf(const std::string& path) {
-    // Without waiting: it may have become a FIFO.
+    // Non-blocking: the path may have become a FIFO.
     const UniqueFd file(
         open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!file && errno == ENOENT) return std::nullopt;
@@ -169,13 +170,13 @@ void replaceFile(const std::string& path, std::string_view content) {
     const auto old = statusOf(directory.get(), name);
     if (old && !S_ISREG(old->st_mode))
         throw std::system_error(EINVAL, std::generic_category(), "no longer a regular file");
-    // Others cannot read it before it has the old one's owner.
+    // Other users cannot read it before it has the old file's owner.
     Temporary temporary(directory.get(), name, old ? S_IRUSR | S_IWUSR : 0644);
     if (old) takeOver(*old, temporary.fd());
     writeAll(temporary.fd(), content);
     if (fsync(temporary.fd()) != 0) throw systemError("fsync");
     temporary.moveTo(name);
-    // The new name has reached the disk when this returns. Some file systems cannot tell.
+    // Flushes the new name to the disk before returning. Not all file systems support it.
     fsync(directory.get());
 }
 

@@ -7,24 +7,24 @@
 
 namespace cabinaudio::server {
 
-/// The file that a path leads to in the end, which need not exist: the path itself unless that is
-/// a symbolic link. A link of another user (root's excepted) is not followed: in a directory that
-/// others may write to it could lead anywhere.
-/// @throws std::runtime_error when it leads to something that is no regular file, or nowhere
+/// The file that a path finally refers to, which need not exist: the path itself unless it is a
+/// symbolic link. A link of another user (except root) is not followed: in a directory that others
+/// may write to, it could lead anywhere.
+/// @throws std::runtime_error when the target is not a regular file, or cannot be reached
 [[nodiscard]] std::string regularFileBehind(const std::string& path);
 
-/// The content of a regular file, at most 16 MiB; nothing for a file that does not exist. The path
+/// The content of a regular file of at most 16 MiB; empty for a file that does not exist. The path
 /// must not be a symbolic link.
 /// @throws std::runtime_error
 [[nodiscard]] std::optional<std::string> contentOf(const std::string& path);
 
-/// Puts a new file with this content in the place of the old one, which keeps its mode, owner and
-/// group as far as this process may give them. A new file gets 0644 without the umask's bits. The
-/// file beside it that holds the content until then is removed when something fails.
+/// Replaces a file by a new one with this content, which gets the old mode, owner and group as far
+/// as this process may set them. Without an old file the mode is 0644 less the umask. The temporary
+/// file beside it is removed on failure.
 /// @throws std::system_error
 void replaceFile(const std::string& path, std::string_view content);
 
-/// Removes what replaceFile() has left beside the file in a process that was killed.
+/// Removes temporary files that replaceFile() left in a process that was killed.
 void removeLeftovers(const std::string& path);
 
 }  // namespace cabinaudio::server

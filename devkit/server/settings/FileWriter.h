@@ -9,22 +9,22 @@
 
 namespace cabinaudio::server {
 
-/// Replaces the content of a file, again and again, on a thread of its own: a disk may take longer
-/// than a period of sound. Whoever reads the file sees an old or a new content, never a part of
-/// one, also when the machine fails in the middle. What cannot be written is logged.
+/// Replaces a file's content repeatedly on its own thread, because a disk may take longer than a
+/// period of sound. Readers see the old or the new content, never a partial one, even after a power
+/// failure. Write errors are logged.
 class FileWriter {
 public:
-    /// @param path  of the file itself, not of a link to it
+    /// @param path  of the file itself, not of a symbolic link to it
     explicit FileWriter(std::string path);
-    /// Returns when everything has been written.
+    /// Blocks until everything has been written.
     ~FileWriter();
     FileWriter(const FileWriter&) = delete;
     FileWriter& operator=(const FileWriter&) = delete;
 
-    /// Makes a content, on the thread.
+    /// Produces the content, called on the writer's thread.
     using Content = std::function<std::string()>;
 
-    /// Returns at once. A content that has not been begun with is left out for a newer one.
+    /// Returns at once. A newer content replaces one whose writing has not begun.
     void write(Content content);
 
 private:
@@ -38,7 +38,7 @@ private:
     Condition mChanged;
 
     // Guarded by mLock.
-    Content mContent CABINAUDIO_GUARDED_BY(mLock);  // to be written; empty for nothing
+    Content mContent CABINAUDIO_GUARDED_BY(mLock);  // to be written; empty if none
     bool mIsOver CABINAUDIO_GUARDED_BY(mLock) = false;
 
     std::thread mThread;

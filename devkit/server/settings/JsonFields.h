@@ -23,13 +23,13 @@
 ///         fields("gain_db", record.gain, isGain);
 ///     }
 ///
-/// which is called with FieldWriter and with FieldReader. The last argument tells whether a value
-/// that was read is accepted. The functions are found by their first argument.
+/// which is called with a FieldWriter or a FieldReader. The last argument checks a value that was
+/// read. Argument-dependent lookup on the first argument finds the functions.
 namespace cabinaudio::server::json_fields {
 
 using nlohmann::json;
 
-/// A value that is none of its kind.
+/// A value of the wrong kind.
 class Mismatch : public std::runtime_error {
 public:
     explicit Mismatch(const std::string& wanted) : std::runtime_error("is not " + wanted) {}
@@ -56,12 +56,12 @@ private:
     json mJson = json::object();
 };
 
-/// What came up on the way through a document.
+/// State of reading a document.
 struct Reading {
-    std::string path;  // of the present value
+    std::string path;  // of the current value
     std::vector<std::string> unknown;
 
-    /// Puts the path in front of what `read` throws.
+    /// Prefixes exceptions of `read` with the path.
     template <typename Read>
     auto at(const std::string& step, Read read) {
         const std::string before = path;
@@ -151,7 +151,7 @@ struct Codec<Number> {
 
 template <>
 struct Codec<float> {
-    /// The shortest number that is read as the same one, not the digits of its binary value.
+    /// The shortest decimal number that reads back as the same float.
     static json encode(float value) {
         char text[64];
         const auto end = std::to_chars(std::begin(text), std::end(text), value).ptr;
@@ -263,12 +263,12 @@ struct Codec<std::map<Key, Value>> {
     }
 };
 
-/// What belongs to two names is a list of records with them.
+/// A map keyed by two names becomes a list of records that contain both names.
 template <typename Value>
 struct Codec<std::map<std::pair<std::string, std::string>, Value>> {
     using Map = std::map<std::pair<std::string, std::string>, Value>;
 
-    /// Forwards to the fields of the value behind those of the names.
+    /// Forwards to the fields of the value, after those of the names.
     struct Entry {
         std::pair<std::string, std::string> name;
         Value value;

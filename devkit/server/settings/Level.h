@@ -7,9 +7,9 @@
 
 namespace cabinaudio::server {
 
-/// An amplitude, 1 for full scale, as it travels.
+/// An amplitude (1 is full scale) in the protocol's unit.
 [[nodiscard]] inline std::uint32_t millionths(float amplitude) {
-    // Beyond what a sum of streams can reach it is a number all the same.
+    // Clamped above any possible sum of streams.
     return static_cast<std::uint32_t>(std::clamp(std::round(double{amplitude} * 1e6), 0.0, 4e9));
 }
 

@@ -8,16 +8,16 @@
 
 namespace cabinaudio::server {
 
-/// Both ends included.
+/// Both limits are inclusive.
 struct Range {
     float low;
     float high;
 
-    /// False for what is no number.
+    /// False for NaN.
     [[nodiscard]] constexpr bool holds(float value) const { return value >= low && value <= high; }
 };
 
-// What is accepted from clients and from the state file.
+// Limits for clients and for the state file.
 inline constexpr Range GAIN_RANGE = {gain::SILENCE_DB, gain::MAXIMUM_DB};
 inline constexpr Range ATTENUATION_RANGE = {gain::SILENCE_DB, 0.0F};
 inline constexpr Range MICROPHONE_RANGE = {-24.0F, 46.0F};  // of either amplifier, in dB
@@ -34,7 +34,7 @@ inline constexpr std::int32_t TEST_PATTERN_MAX = 2;
 inline constexpr std::int32_t CAPABILITY_MAX = 5;
 inline constexpr std::int32_t SPEAKER_DELAY_MAX_US = 1000000;
 
-/// Names and selectors are the clients' own; of each kind so many are remembered.
+/// Clients choose names and selectors freely; this many of each kind are stored.
 inline constexpr std::size_t MOST_REMEMBERED = 256;
 
 }  // namespace cabinaudio::server

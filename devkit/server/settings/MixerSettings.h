@@ -8,16 +8,16 @@
 
 namespace cabinaudio::server {
 
-/// What a mixer connection sets.
+/// Settings of mixer connections.
 struct MixerSettings {
-    /// Gains with which something is mixed into LF, RF, LS and RS, in dB.
+    /// Gains into LF, RF, LS and RS, in dB.
     using Gains = std::array<float, 4>;
 
-    std::uint32_t upMixMode = 0;       // 1: stereo also plays at the back
-    std::uint32_t navigationMode = 1;  // 0: navigation streams are not heard
+    std::uint32_t upMixMode = 0;       // 1: stereo also plays in the rear
+    std::uint32_t navigationMode = 1;  // 0: navigation streams are silent
     Gains navigation{};                // of the stream type "navigation"
     Gains alternative{};               // of the tag "alternative"
-    std::uint32_t hardwareMix = 0;     // mask of channels; remembered only
+    std::uint32_t hardwareMix = 0;     // mask of channels; only stored
 };
 
 template <typename Fields>

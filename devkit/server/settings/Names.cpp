@@ -13,7 +13,7 @@
 namespace cabinaudio::server {
 namespace {
 
-// By bit.
+// In the order of their bits.
 constexpr std::array LOUDSPEAKERS = {"LF", "RF", "LS", "RS", "CF", "L1"};
 constexpr std::array PATHS = {"main", "alternative", "second", "auxiliary"};
 

@@ -11,17 +11,17 @@
 #include <string>
 #include <string_view>
 
-/// Texts in requests and replies, and what they name.
+/// Texts in requests and replies, and the values they name.
 namespace cabinaudio::server {
 
-/// The text of a field; it may fill the field to the last byte.
+/// The text of a field, which need not be terminated.
 [[nodiscard]] std::string textOf(const wire::Name& name);
-/// Cuts a text to a zeroed field, which keeps a terminator.
+/// Copies a text into a zeroed field, cut so that a terminator remains.
 void put(std::string_view text, wire::Name& name);
 
-/// The tag of playback streams of this name; nothing when it is unknown.
+/// The playback tag with this name; empty when unknown.
 [[nodiscard]] std::optional<AudioTagType> playbackTagOf(const std::string& text);
-/// The same of capture streams.
+/// The capture tag with this name; empty when unknown.
 [[nodiscard]] std::optional<AudioTagType> captureTagOf(const std::string& text);
 /// Whether playback or capture streams of this tag can have effects.
 [[nodiscard]] bool hasPlaybackEffects(const std::string& tag);
@@ -33,14 +33,14 @@ void put(std::string_view text, wire::Name& name);
 inline constexpr std::uint32_t ALL_LOUDSPEAKERS = 0x3F;  // of audio_channel_idx_e
 inline constexpr std::uint32_t ALL_PATHS = 0x0F;         // of audio_out_path_id_e
 
-/// Whether it is a mask of loudspeakers (audio_channel_idx_e), and of one at least.
+/// Whether `mask` is a non-empty mask of loudspeakers (audio_channel_idx_e).
 [[nodiscard]] bool isLoudspeakers(std::uint32_t mask);
-/// The number of one loudspeaker; nothing when it is none, or several.
+/// The number of the one loudspeaker in a mask; empty for none or several.
 [[nodiscard]] std::optional<std::size_t> loudspeakerOf(std::uint32_t mask);
 /// "LF", or "LF+RF" for several.
 [[nodiscard]] std::string loudspeakerNames(std::uint32_t mask);
 
-/// Whether it is a mask of paths (audio_out_path_id_e), and of one at least.
+/// Whether `mask` is a non-empty mask of paths (audio_out_path_id_e).
 [[nodiscard]] bool isPaths(std::uint32_t mask);
 /// "main", or "main+second" for several.
 [[nodiscard]] std::string pathNames(std::uint32_t mask);

@@ -12,8 +12,8 @@
 
 namespace cabinaudio::server {
 
-/// All that clients can set. The operations of the settings connections change it, the mix reads
-/// it. One thread.
+/// All settings of clients. Operations of settings connections change it, the mix reads it. One
+/// thread.
 struct SettingsData {
     VolumeSettings volume;
     SourceSettings source;
@@ -22,13 +22,13 @@ struct SettingsData {
     Effects captureEffects;
 };
 
-/// The settings, and who wants to know of changes.
+/// The settings and the watchers of their changes.
 class Settings {
 public:
     [[nodiscard]] const SettingsData& operator*() const { return mData; }
     [[nodiscard]] const SettingsData* operator->() const { return &mData; }
 
-    /// Changes something, and tells the watchers.
+    /// Changes a setting and notifies the watchers.
     template <typename Change>
     void change(Change change) {
         change(mData);

@@ -9,7 +9,7 @@
 
 namespace cabinaudio::server {
 
-// Found by the codecs, which know the types of their arguments only.
+// In this namespace, so that argument-dependent lookup from the codecs finds them.
 namespace json_fields {
 
 template <typename Fields>

@@ -10,13 +10,13 @@
 
 namespace cabinaudio::server {
 
-/// All settings but a running loudspeaker test, as they stand in the state file. Gains are in dB,
+/// All settings except a running loudspeaker test, in the state file's format. Gains are in dB,
 /// effects and other opaque bytes in hexadecimal digits.
 nlohmann::json jsonOf(const SettingsData& settings);
 
-/// Takes what is there; what is not is as in a server that has just begun.
-/// @return the paths of the keys that are unknown, "volume.mastre_db" for instance
-/// @throws std::runtime_error saying which value is none of its kind, or out of range
+/// Applies the values in the document; missing values get their defaults.
+/// @return the paths of unknown keys, for example "volume.mastre_db"
+/// @throws std::runtime_error naming the value of the wrong kind or out of range
 std::vector<std::string> takeJson(const nlohmann::json& json, SettingsData& settings);
 
 }  // namespace cabinaudio::server

@@ -16,7 +16,7 @@ namespace {
 
 using nlohmann::json;
 
-// A fader sends many values a second.
+// Merges changes: a fader sends many values a second.
 constexpr std::chrono::milliseconds DELAY(100);
 
 // "[json.exception.parse_error.101] parse error at line 2, column 7: ..." without the brackets.

@@ -10,19 +10,19 @@
 
 namespace cabinaudio::server {
 
-/// Keeps the settings in a file, or in the file that a symbolic link leads to. It is read at the
-/// beginning and written a moment after changes, however many they are, and at the end.
+/// Keeps the settings in a file, or in the target of a symbolic link. The file is read at the start
+/// and written at the end, and a moment after changes, which are merged.
 class StateFile {
 public:
-    /// What can be seen before there is a server: that the path leads to a regular file or to none.
+    /// Checks, before the server starts, that the path leads to a regular file or to none.
     /// @throws std::runtime_error
     static void check(const std::string& path);
 
-    /// Sets what the file says; without a file everything stays as it is. Unknown keys are logged,
-    /// and gone with the next change.
-    /// @throws std::runtime_error saying what is wrong with the file, and where
+    /// Applies the file's settings; without a file the defaults stay. Unknown keys are logged, and
+    /// lost with the next write.
+    /// @throws std::runtime_error with the error and its position in the file
     StateFile(EventLoop& loop, const std::string& path, Settings& settings);
-    /// Returns when the last change has been written.
+    /// Blocks until the last change has been written.
     ~StateFile();
     StateFile(const StateFile&) = delete;
     StateFile& operator=(const StateFile&) = delete;
@@ -32,7 +32,7 @@ private:
     void save();
 
     Settings& mSettings;
-    const std::string mPath;  // of the file itself
+    const std::string mPath;  // resolved, not of a symbolic link
     FileWriter mWriter;
     Timer mTimer;
     bool mIsDue = false;

@@ -8,8 +8,8 @@
 
 namespace cabinaudio::server {
 
-/// Stream types have names here. A client chooses one with its stream parameter: the number of the
-/// row, counted from 1. Any other number leaves it to the stream's tag.
+/// Names of the stream types. A client's stream parameter is the row's number, counted from 1. Any
+/// other number selects the type by the stream's tag.
 constexpr std::array STREAM_TYPES = {"media", "navigation", "call", "voice", "alarm", "system"};
 
 [[nodiscard]] constexpr const char* streamTypeOf(AudioTagType tag, std::int32_t parameter) {

@@ -23,7 +23,7 @@ const VolumeSettings& volumeOf(const Call& call) {
     return call.services.settings->volume;
 }
 
-// @return the status of a request that is accepted
+// @return the status of an accepted request
 template <typename Change>
 std::int32_t change(Call& call, Change make) {
     call.services.settings.change([&](SettingsData& data) { make(data.volume); });
@@ -125,7 +125,7 @@ std::optional<VolumeSettings::TrackName> trackOf(const Request& request) {
     return track;
 }
 
-// A track that does not exist (yet) has settings, too.
+// Tracks that do not exist (yet) have settings too.
 template <typename Change>
 std::int32_t changeTrack(Call& call, const std::optional<VolumeSettings::TrackName>& name,
                          Change make) {
@@ -225,7 +225,7 @@ std::int32_t getStreamTypes(Call&, const wire::FunctionRequest&, wire::NamesRepl
 
 // ---- Mutes --------------------------------------------------------------------------------------
 
-// The option is not looked at: every change of the mix is ramped.
+// The option is ignored: every change of the mix is ramped.
 
 std::int32_t mute(Call& call, const wire::MuteRequest& request, wire::StatusReply&) {
     if (!isPaths(request.paths)) return AUDIO_BAD_VALUE;

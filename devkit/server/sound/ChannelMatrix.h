@@ -7,23 +7,23 @@
 
 namespace cabinaudio::server {
 
-/// How the channels of a stream reach the channels of the output.
+/// Maps the channels of a stream to those of the output.
 ///
 /// Channels stand for loudspeakers in the order left front, right front, left surround, right
-/// surround, centre, low-frequency; more than six are numbered and nothing else. A channel goes
-/// to the loudspeaker of its place. Where the output lacks it, it is folded: a surround channel
-/// into the front one of its side, centre and low-frequency into both front ones, each 3 dB down.
-/// One channel alone plays in both front loudspeakers at full level. Up-mixed, one or two channels
-/// play in the surround loudspeakers as they do in front. Then each output channel is
-/// scaled so that its factors add up to 1 at most: folding never clips, and stereo becomes the
-/// average in a mono output.
+/// surround, centre, low-frequency; channels beyond six have numbers only. A channel goes to its
+/// own loudspeaker. If the output lacks it, the channel is folded: a surround channel into the
+/// front one of its side, centre and low-frequency into both front ones, each 3 dB down. A mono
+/// stream plays in both front loudspeakers at full level. With up-mixing, one or two channels play
+/// in the surround loudspeakers as in the front ones. Then each output channel is scaled so that
+/// its factors add up to at most 1: folding never clips, and stereo becomes the average in a mono
+/// output.
 class ChannelMatrix {
 public:
-    /// Both at least 1.
+    /// Both numbers are at least 1.
     ChannelMatrix(std::size_t inputs, std::size_t outputs, bool isUpMixed = false);
 
-    /// Adds `frames` interleaved input frames to as many output frames. A channel that passes
-    /// unchanged is added as it is, to the last bit.
+    /// Adds `frames` interleaved input frames to as many output frames. A channel with factor 1 is
+    /// added bit-exactly.
     void add(const float* in, std::size_t frames, float* out) const;
 
     /// Factor from an input to an output.
@@ -40,7 +40,7 @@ private:
 
     std::size_t mInputs;
     std::size_t mOutputs;
-    std::vector<float> mFactors;  // a row for each output
+    std::vector<float> mFactors;  // a row per output channel
     bool mIsIdentity;
 };
 

@@ -8,7 +8,7 @@
 
 namespace cabinaudio::server {
 
-/// Converts the frames of one stream to the output's rate, piece by piece.
+/// Converts the frames of one stream to the output's rate, in pieces.
 class RateConverter {
 public:
     struct Progress {
@@ -22,13 +22,13 @@ public:
     RateConverter(const RateConverter&) = delete;
     RateConverter& operator=(const RateConverter&) = delete;
 
-    /// Takes input, also what it cannot use yet, and writes as much as it can.
+    /// Takes all input, even what it cannot use yet, and writes as much as it can.
     Progress convert(const float* in, std::size_t inFrames, float* out, std::size_t outFrames);
-    /// Writes what can be made of input taken before. @return output frames
+    /// Writes output from input taken earlier. @return output frames
     std::size_t takeOut(float* out, std::size_t outFrames);
-    /// After the last input: writes what the filter still holds; 0 when nothing is left.
+    /// After the last input: writes the rest of the filter's content; 0 when nothing is left.
     std::size_t flush(float* out, std::size_t outFrames);
-    /// Forgets everything: the next frame is the first of a new sound.
+    /// Returns to the initial state: the next frame starts a new sound.
     void reset();
 
 private:

@@ -24,7 +24,7 @@ float fromPacked24(const std::uint8_t* sample) {
     return static_cast<float>(value >> 8) / 8388608.0F;
 }
 
-// libsamplerate converts 32 bits; the upper 24 of them are what is packed.
+// libsamplerate produces 32 bits; the upper 24 are packed.
 void pack24(std::span<const std::int32_t> in, std::uint8_t* out) {
     for (const std::int32_t sample : in) {
         std::memcpy(out, reinterpret_cast<const std::uint8_t*>(&sample) + 1, 3);
@@ -74,7 +74,7 @@ float largest(SampleType type) {
             return 32767.0F / 32768.0F;
         case SampleType::S24:
             return 8388607.0F / 8388608.0F;
-        case SampleType::S32:  // the next float is 1.0
+        case SampleType::S32:  // the next larger float is 1.0
         case SampleType::Float:
             break;
     }

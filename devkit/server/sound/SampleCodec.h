@@ -10,12 +10,12 @@
 
 namespace cabinaudio::server {
 
-/// Samples of the output, little-endian; s24 is packed into 3 bytes.
+/// Sample types of the output, little-endian; s24 is packed into 3 bytes.
 enum class SampleType { S16, S24, S32, Float };
 
 /// "s16", "s24", "s32", "float".
 const char* nameOf(SampleType type);
-/// The type of such a name.
+/// The type with this name.
 std::optional<SampleType> sampleTypeOf(const std::string& name);
 
 /// Bytes of a sample.
@@ -25,16 +25,16 @@ std::size_t sizeOf(SampleType type);
 /// no limit of its own and counts as 1.0.
 float largest(SampleType type);
 
-/// Client samples to floats between -1 and 1. 8 (unsigned) to 24 bits come through exactly.
+/// Converts client samples to floats between -1 and 1. 8 (unsigned) to 24 bits convert exactly.
 /// @param bytesPerSample  1 to 4
 /// @param in              aligned for the sample, unless it has 3 bytes
 void decodeSamples(unsigned bytesPerSample, const std::uint8_t* in, std::span<float> out);
 
-/// Floats to output samples; what is beyond full scale is clipped, but not in floats. The inverse
-/// of decodeSamples() where both have the same width.
+/// Converts floats to output samples; values beyond full scale are clipped, except in floats. The
+/// inverse of decodeSamples() at equal width.
 void encodeSamples(SampleType type, std::span<const float> in, std::vector<std::uint8_t>& out);
 
-/// Floats to client samples; what is beyond full scale is clipped.
+/// Converts floats to client samples; values beyond full scale are clipped.
 /// @param bytesPerSample  1 to 4
 void encodeSamples(unsigned bytesPerSample, std::span<const float> in,
                    std::vector<std::uint8_t>& out);

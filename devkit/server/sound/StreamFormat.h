@@ -10,16 +10,16 @@
 
 namespace cabinaudio::server {
 
-/// Linear PCM as a client writes it: interleaved; 8 bits unsigned, everything wider signed and
+/// Linear PCM as clients write it: interleaved; 8 bits unsigned, wider samples signed
 /// little-endian, 24 bits packed into 3 bytes.
 struct StreamFormat {
     std::uint32_t rate;       // Hz
     unsigned channels;        // 1 to 6
     unsigned bytesPerSample;  // 1 to 4
 
-    /// @return nothing for coded formats and for rates outside 8000 to 192000 Hz
+    /// @return empty for coded formats and for rates outside 8000 to 192000 Hz
     static std::optional<StreamFormat> of(const AudioFormatDesc& desc);
-    /// What goes into the encoder of a coded stream: 16 bits, whatever the description says.
+    /// Input format of a coded stream's encoder: 16 bits, whatever the description says.
     static std::optional<StreamFormat> beforeCoding(const AudioFormatDesc& desc);
 
     [[nodiscard]] std::size_t frameBytes() const { return std::size_t{channels} * bytesPerSample; }

@@ -14,16 +14,16 @@
 
 namespace cabinaudio::server {
 
-/// A WAV file that grows. Its header is brought up to date every second of sound, so that the file
-/// can be opened while it grows and after a crash. The first failure is logged, then it is silent.
+/// A growing WAV file. The header is updated every second of sound, so that the file can be opened
+/// while it grows and after a crash. Only the first write error is logged.
 class WavFile {
 public:
-    /// @throws std::runtime_error when the file cannot be made
+    /// @throws std::runtime_error when the file cannot be created
     WavFile(const std::string& path, std::uint32_t rate, unsigned channels, SampleType type);
     /// In a stream's own format.
     WavFile(const std::string& path, const StreamFormat& format);
 
-    /// Whole frames, as they stand in the file.
+    /// Whole frames, in the file's format.
     void write(std::span<const std::uint8_t> frames);
 
     [[nodiscard]] const std::string& path() const { return mPath; }

@@ -8,7 +8,7 @@
 namespace cabinaudio::server {
 namespace {
 
-// After a longer pause of the whole machine the lost time is not made up for.
+// After a longer pause of the whole machine the rest of the lost time is skipped.
 constexpr std::uint64_t MAXIMUM_CATCH_UP = 8;
 
 }  // namespace
@@ -50,7 +50,7 @@ void CaptureClock::fillUp() {
     for (const auto& stream : mCaptures.streams()) {
         if (stream->isFlowing()) isMore |= stream->fillUp();
     }
-    if (isMore) update();  // after whatever else waits
+    if (isMore) update();  // after other pending events
 }
 
 }  // namespace cabinaudio::server

@@ -9,16 +9,16 @@
 
 namespace cabinaudio::server {
 
-/// Has the capture streams recorded. At a steady pace each gets a period at every tick, whether
-/// there is room or not. At the fast pace each is filled whenever its client has read, and looked
-/// at in every tick, because not every way of reading is told.
+/// Drives recording. At a steady pace each capture stream gets one period per tick, whether there
+/// is room or not. At the fast pace each ring is filled whenever its client has read, and also
+/// checked at each tick, because some ways of reading do not notify the server.
 class CaptureClock {
 public:
     enum class Pace { Steady, Fast };
 
     CaptureClock(EventLoop& loop, CaptureRegistry& captures, Pace pace);
 
-    /// Streams were added, removed, started, stopped or read from.
+    /// Call after streams were added, removed, started, stopped or read from.
     void update();
 
 private:

@@ -13,7 +13,7 @@
 namespace cabinaudio::server {
 namespace {
 
-// Checks the format and that it can be coded. @return the status
+// Checks that the format is valid and the codec supports it. @return the status
 std::int32_t check(const Client& client, const AudioFormatDesc& desc,
                    std::optional<StreamFormat>& format) {
     const bool isPcm = desc.codecType == static_cast<std::uint32_t>(Codec::Pcm);
@@ -55,7 +55,7 @@ std::int32_t CaptureRegistry::create(Client& client, const wire::CreateRequest& 
     status = makeRing(client, perLoop * mSettings.ringPeriods, ring);
     if (status != AUDIO_NO_ERROR) return status;
 
-    // A physical ring needs its announcement, which tells the size.
+    // The size of a physical ring comes with its announcement.
     reply.ringSize = ring->isPhysical() ? 0 : ring->size();
     reply.perLoopSize = static_cast<std::int32_t>(perLoop);
     reply.perLoopTime = static_cast<std::int32_t>(PERIOD.count());

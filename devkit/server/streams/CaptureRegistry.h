@@ -19,37 +19,37 @@
 
 namespace cabinaudio::server {
 
-/// Makes, finds and removes the capture streams. A client has one at most.
+/// Creates, finds and removes the capture streams. Each client has at most one.
 class CaptureRegistry {
 public:
     struct Settings {
         InputChoice inputs;
         std::uint32_t ringPeriods = 8;
-        /// Nothing: uplinks get their rings on command only.
+        /// Empty: uplinks get their rings on command only.
         std::optional<std::chrono::milliseconds> uplinkDelay;
-        /// Factor of a channel of what streams of a tag record; null for 1.
+        /// Factor for a channel recorded by streams of a tag; null means 1.
         std::function<float(AudioTagType tag, std::size_t channel)> gain;
-        /// Told when a client has read from a ring; null for not at all.
+        /// Called when a client has read from a ring; may be null.
         ShareMemoryUpdateNotificationCallback* onRead = nullptr;
     };
 
     CaptureRegistry(EventLoop& loop, RingPlaces& places, Settings settings);
 
-    /// Called whenever there may be something to be recorded, or nothing any more.
+    /// Called whenever recording may have become possible or impossible.
     void setOnChange(std::function<void()> onChange) { mOnChange = std::move(onChange); }
 
-    /// Answers a client's create request. @return the status
+    /// Handles a client's create request. @return the status
     std::int32_t create(Client& client, const wire::CreateRequest& request,
                         wire::CreateReply& reply);
 
     /// The client's stream, or null.
     [[nodiscard]] CaptureStream* find(const Client& client) const;
-    /// The oldest stream of a client of this name, or null.
+    /// The oldest stream of a client with this name, or null.
     [[nodiscard]] CaptureStream* find(const std::string& name) const;
 
-    /// The client has gone: its stream goes too, if it has one.
+    /// The client has disconnected: removes its stream, if any.
     void clientGone(const Client& client);
-    /// Tells the client that its stream is gone, and removes it.
+    /// Notifies the client that its stream is gone, and removes the stream.
     void remove(CaptureStream& stream);
     void removeAll();
 

@@ -17,7 +17,7 @@ constexpr auto RING_STATE = static_cast<std::uint32_t>(wire::CaptureEvent::RingS
 constexpr RingOffer::Notification RING_READY = {RING_STATE, 1};
 constexpr RingOffer::Notification RING_GONE = {RING_STATE, 0};
 
-// Others are waiting for the event loop, too.
+// Limits one call: other handlers wait for the event loop.
 constexpr int PERIODS_AT_ONCE = 64;
 
 }  // namespace
@@ -64,7 +64,7 @@ std::int32_t CaptureStream::setVolume(std::int32_t volume) {
     return AUDIO_NO_ERROR;
 }
 
-// The client maps the ring now; what was recorded before would only fill it up.
+// The client maps the ring now; earlier samples would only have filled it.
 std::int32_t CaptureStream::getShareMemory(wire::ShareMemoryReply& reply) {
     if (!mOffer || !mOffer->canBeShown()) return AUDIO_INVALID_STATE;
     reply.address = mParts.ring->address();
@@ -110,7 +110,7 @@ bool CaptureStream::isFlowing() const {
 }
 
 void CaptureStream::fillPeriod() {
-    memory_fault::take();  // one that was not of this stream's making
+    memory_fault::take();  // discard faults caused by other streams
     record();
     writeOut();
     mCounters.overruns += mPackets.size();
@@ -155,7 +155,7 @@ void CaptureStream::applyVolume() {
     }
 }
 
-// @return whether everything fitted
+// @return whether all packets fitted
 bool CaptureStream::writeOut() {
     while (!mPackets.empty()) {
         const auto& packet = mPackets.front();

@@ -23,13 +23,13 @@
 
 namespace cabinaudio::server {
 
-/// A stream that a client records: the way of an input's samples to its ring.
+/// A stream that a client records: the path of an input's samples to its ring.
 ///
 ///     input -> gain, volume -> encoder -> ring
 ///
-/// The input is at its beginning after every start. It stands still while the client has no ring
-/// (uplink only: the ring comes and goes). What does not fit the ring is lost, in whole frames of
-/// the codec or whole periods of linear PCM, and counted.
+/// Every start rewinds the input. The input pauses while the client has no ring (uplink only, where
+/// the ring comes and goes). Data that does not fit the ring is lost in whole frames of the codec,
+/// or whole periods of linear PCM, and counted.
 class CaptureStream {
 public:
     static constexpr std::int32_t FULL_VOLUME = 100;
@@ -41,25 +41,25 @@ public:
         std::int32_t pid;
         std::string input;  // as on the command line
         std::unique_ptr<CaptureRing> ring;
-        /// Makes another ring after it was taken away; null when there is no memory for it.
+        /// Makes a new ring after the old one was withdrawn; null when memory is lacking.
         std::function<std::unique_ptr<CaptureRing>()> makeRing;
-        /// Both throw std::exception saying what does not work.
+        /// Both throw std::exception with the reason when they fail.
         std::function<std::unique_ptr<InputSource>()> openInput;
         std::function<std::unique_ptr<FrameEncoder>()> makeEncoder;
-        /// Factor of a channel, asked for every period; null for 1.
+        /// Factor for a channel, read every period; null means 1.
         std::function<float(std::size_t channel)> gain;
-        /// After a start, before an uplink's ring is announced; nothing: it is not.
+        /// From a start to the announcement of an uplink's ring; empty: no announcement.
         std::optional<std::chrono::milliseconds> ringDelay;
-        /// Called when there may be something to be filled, or nothing any more.
+        /// Called when recording may have become possible or impossible.
         std::function<void()> onChange;
     };
 
     struct Counters {
         std::uint64_t frames = 0;          // taken from the input
         std::uint64_t bytes = 0;           // put into the ring
-        std::uint64_t packets = 0;         // in them: the codec's frames, or periods of linear PCM
+        std::uint64_t packets = 0;         // in the ring: codec frames, or periods of linear PCM
         std::uint64_t overruns = 0;        // packets that did not fit
-        std::uint64_t discardedBytes = 0;  // left in rings that were taken away
+        std::uint64_t discardedBytes = 0;  // left in withdrawn rings
     };
 
     CaptureStream(EventLoop& loop, Client& client, Parts parts);
@@ -70,29 +70,29 @@ public:
     std::int32_t start();
     std::int32_t stop();
     std::int32_t setVolume(std::int32_t volume);
-    /// Tells where a physical ring lies; refused before it was announced.
+    /// Returns a physical ring's address; refused before the announcement.
     std::int32_t getShareMemory(wire::ShareMemoryReply& reply);
-    /// The client has let go of its ring.
+    /// The client has unmapped its ring.
     std::int32_t removeShareMemory();
 
     // Commands -------------------------------------------------------------------
     /// Only for uplinks.
     void offerRing();
     void withdrawRing();
-    /// Tells the client once more of its physical ring. @return false when it has none
+    /// Repeats the announcement of the physical ring to the client. @return false without a ring
     [[nodiscard]] bool announceRingAgain();
-    /// Tells the client that the stream is gone.
+    /// Notifies the client that the stream is gone.
     void sayRemoved();
 
     // The clock ------------------------------------------------------------------
-    /// Whether there is anything to be put, and a ring to put it into.
+    /// Whether the stream has both data to record and a ring.
     [[nodiscard]] bool isFlowing() const;
     /// Records one period.
     void fillPeriod();
-    /// Records as much as fits, some periods at most. @return whether there was room for more
+    /// Records as much as fits, up to a limit. @return whether there was room for more
     bool fillUp();
 
-    // For everybody who looks -----------------------------------------------------
+    // Queries ---------------------------------------------------------------------
     [[nodiscard]] Client& client() const { return mClient; }
     [[nodiscard]] const Parts& parts() const { return mParts; }
     [[nodiscard]] const Counters& counters() const { return mCounters; }
@@ -101,7 +101,7 @@ public:
     [[nodiscard]] std::int32_t volume() const { return mVolume; }
     /// Null while the client has none.
     [[nodiscard]] const CaptureRing* ring() const { return mParts.ring.get(); }
-    /// Null for a POSIX ring, which is no matter of offers.
+    /// Null for a POSIX ring, which is never announced.
     [[nodiscard]] const RingOffer* ringOffer() const { return mOffer ? &*mOffer : nullptr; }
 
 private:
@@ -114,14 +114,14 @@ private:
     Client& mClient;
     Parts mParts;
     std::optional<RingOffer> mOffer;  // of a physical ring
-    bool mIsRingKnown = false;        // the client has asked where it is
+    bool mIsRingKnown = false;        // the client has asked for its address
     AudioStreamState mState = IDLE;
     std::int32_t mVolume = FULL_VOLUME;
     std::unique_ptr<InputSource> mInput;             // while started
     std::unique_ptr<FrameEncoder> mEncoder;          // while started
     std::uint64_t mPeriods = 0;                      // recorded since the start
     std::vector<float> mSamples;                     // of one period
-    std::deque<std::vector<std::uint8_t>> mPackets;  // that wait for room
+    std::deque<std::vector<std::uint8_t>> mPackets;  // waiting for room
     Counters mCounters;
 };
 

@@ -8,7 +8,7 @@
 namespace cabinaudio::server {
 namespace {
 
-// After a longer pause of the whole machine the lost time is not made up for.
+// After a longer pause of the whole machine the rest of the lost time is skipped.
 constexpr std::uint64_t MAXIMUM_CATCH_UP = 8;
 
 bool anyActive(const StreamRegistry& streams) {
@@ -77,13 +77,13 @@ void Mixer::mixRound() {
     const std::size_t frames = std::max(addStreams(period, false), remainingFrames(period));
     handOver(frames);
     if (frames > 0) {
-        update();  // after whatever else waits
+        update();  // after other pending events
     } else if (mStreams.streams().empty()) {
         beSilent();
     }
 }
 
-// @return the longest that a stream has added
+// @return the largest number of frames that a stream has added
 std::size_t Mixer::addStreams(std::size_t frames, bool isSteady) {
     mMix.assign(frames * mFormat.channels, 0.0F);
     if (mAreSettingsDue) applySettings();
@@ -107,12 +107,12 @@ void Mixer::applySettings() {
     mLoudspeakers.set(*mSettings);
 }
 
-// Once no stream is left, the delays give back what they hold.
+// Without streams, only the delays still hold sound.
 std::size_t Mixer::remainingFrames(std::size_t most) const {
     return mStreams.streams().empty() ? std::min(most, mLoudspeakers.heldFrames()) : 0;
 }
 
-// Nothing of the sound until now is left.
+// Drops all sound that is still held.
 void Mixer::beSilent() {
     mLoudspeakers.clear();
     mDucking.reset();

@@ -15,20 +15,19 @@
 
 namespace cabinaudio::server {
 
-/// Adds the active streams up and hands the sum to the output, a period at a time.
+/// Sums the active streams and passes the sum to the output, a period at a time.
 ///
-/// At a steady pace a period is mixed at every tick of the clock, from the first start of a stream
-/// until no stream exists and the last sound has passed the loudspeakers' delays, and while a
-/// loudspeaker is tested. Without a pace (fast) a round is mixed whenever there is data; it is as
-/// long as the longest that a stream has, a period at most, so nothing waits and nothing is
-/// missing.
+/// At a steady pace one period is mixed per tick of the clock, from the first start of a stream
+/// until no stream exists and the last sound has left the loudspeaker delays, and during
+/// loudspeaker tests. Without a pace (fast) a round is mixed whenever there is data. It is as long
+/// as the longest stream data, at most a period, so no data waits and none is missing.
 class Mixer {
 public:
     enum class Pace { Steady, Fast };
 
     struct Counters {
         std::uint64_t periods = 0;         // handed to the output
-        std::uint64_t frames = 0;          // in them
+        std::uint64_t frames = 0;          // in these periods
         std::uint64_t latePeriods = 0;     // mixed after the deadline of the next one
         std::uint64_t clippedSamples = 0;  // beyond full scale
     };
@@ -36,11 +35,11 @@ public:
     Mixer(EventLoop& loop, StreamRegistry& streams, const Settings& settings, Output& output,
           const OutputFormat& format, Pace pace);
 
-    /// Streams were added, removed, started, stopped or written to, or the settings changed.
+    /// Call after streams were added, removed, started, stopped or written to, or settings changed.
     void update();
 
     [[nodiscard]] const Counters& counters() const { return mCounters; }
-    /// Of what is heard.
+    /// Meter of the audible mix.
     [[nodiscard]] Meter& meter() { return mLoudspeakers.meter(); }
 
 private:
@@ -64,9 +63,9 @@ private:
     Pace mPace;
     Timer mClock;
     bool mIsRunning = false;  // the clock
-    bool mIsPosted = false;   // a round of the fast pace
+    bool mIsPosted = false;   // a fast round is pending
     Counters mCounters;
-    bool mAreSettingsDue = false;  // something that they depend on has changed
+    bool mAreSettingsDue = false;  // gains must be computed again
     Ducking mDucking;
     LoudspeakerPath mLoudspeakers;
     std::vector<float> mMix;

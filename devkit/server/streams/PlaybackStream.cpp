@@ -71,7 +71,7 @@ std::int32_t PlaybackStream::writeDone() {
 }
 
 std::int32_t PlaybackStream::setKeyShift(float key) {
-    if (!(key >= 0.8F && key <= 1.2F)) return AUDIO_BAD_VALUE;  // not-a-number too
+    if (!(key >= 0.8F && key <= 1.2F)) return AUDIO_BAD_VALUE;  // also rejects NaN
     mKeyShift = key;
     return AUDIO_NO_ERROR;
 }
@@ -101,11 +101,11 @@ void PlaybackStream::ringLetGo() {
     mOnChange();
 }
 
-// After the client has gone from it, so that nothing is queued any more that is not counted.
+// Called after the client has stopped using the ring, so the count of queued data is final.
 void PlaybackStream::dropRing() {
     mRecord->discardedFrames += mRing->usedFrames();
     mRing.reset();
-    mHasSounded = false;  // the gap that follows is no underrun
+    mHasSounded = false;  // the following gap is no underrun
     beginSound();
 }
 
@@ -116,7 +116,7 @@ void PlaybackStream::sayRemoved() {
 std::size_t PlaybackStream::addTo(std::span<float> mix, std::uint64_t outputFrame, bool isSteady) {
     if (!isActive() || mIsEnded) return 0;
     if (isCutOff()) return beSilent();
-    memory_fault::take();  // one that was not of this stream's making
+    memory_fault::take();  // discard faults caused by other streams
     const std::size_t wanted = mix.size() / mOutputChannels;
     const bool isDue = !isSteady || isReady(wanted);
     const std::size_t frames = isDue ? addDue(mix, wanted, outputFrame) : 0;
@@ -128,7 +128,7 @@ std::size_t PlaybackStream::addTo(std::span<float> mix, std::uint64_t outputFram
     return frames;
 }
 
-// The client was told to throw away what it would still write, so there is nothing to wait for.
+// The client was told to discard its remaining data, so the stream has nothing to wait for.
 std::size_t PlaybackStream::beSilent() {
     mFlow = Flow::Dry;
     mIsEnded = mIsWriteDone;
@@ -147,8 +147,8 @@ std::size_t PlaybackStream::addDue(std::span<float> mix, std::size_t wanted,
     return frames;
 }
 
-// A client that is a little late fills a period within the next one; giving what is there at once
-// would tear the sound twice.
+// A client that is slightly late fills a period by the next tick; playing a partial period at once
+// would interrupt the sound twice.
 bool PlaybackStream::isReady(std::size_t wantedFrames) {
     if (mFlow == Flow::Flowing) return true;
     const std::size_t used = mRing->usedFrames();
@@ -183,8 +183,8 @@ std::size_t PlaybackStream::pullDirectly(std::size_t frames) {
     return done;
 }
 
-// The converter swallows all that it is offered and keeps what it cannot use yet. So it is asked
-// for what it still holds, then given what the rest of the output needs, and the ring drains
+// The converter takes all input offered and keeps what it cannot use yet. So its held output is
+// taken first, then it gets only the input that the rest of the output needs, and the ring drains
 // evenly.
 std::size_t PlaybackStream::pullConverted(std::size_t frames) {
     const unsigned channels = mRecord->format.channels;
@@ -199,7 +199,7 @@ std::size_t PlaybackStream::pullConverted(std::size_t frames) {
                       std::span(mInput).first(count * channels));
         const auto progress =
             mConverter->convert(mInput.data(), count, &mPulled[done * channels], frames - done);
-        if (held + progress.taken + progress.written == 0) break;  // or this would go on for ever
+        if (held + progress.taken + progress.written == 0) break;  // would loop forever
         take(view, progress.taken);
         done += progress.written;
         view = mRing->readable();
@@ -212,7 +212,7 @@ std::size_t PlaybackStream::pullConverted(std::size_t frames) {
     return done;
 }
 
-// Input frames for so many output frames, rounded up.
+// Input frames needed for `outputFrames` output frames, rounded up.
 std::size_t PlaybackStream::inputFor(std::size_t outputFrames) const {
     const std::uint64_t scaled = std::uint64_t{outputFrames} * mRecord->format.rate;
     return static_cast<std::size_t>((scaled + mOutputRate - 1) / mOutputRate);
@@ -241,7 +241,7 @@ void PlaybackStream::played() {
                    0);
 }
 
-// The filter starts anew, so that a sound does not begin with the end of the one before it.
+// Resets the filter, so that a sound does not begin with the tail of the previous one.
 void PlaybackStream::beginSound() {
     if (mConverter) mConverter->reset();
     mSoundStart = mRecord->frames;

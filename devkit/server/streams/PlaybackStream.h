@@ -29,21 +29,20 @@ namespace cabinaudio::server {
 ///     IDLE --start--> ACTIVE --stop--> IDLE
 ///     ACTIVE --writeDone, then the last sample has been played--> ACTIVE, client told "finished"
 ///
-/// The requests return the status that the client gets. Nothing is read from the ring in IDLE: the
-/// client may clear it then, and what it leaves there is played after the next start. A sink's ring
-/// comes and goes (see SourceRouting.h); without one the stream is silent, and has nothing left to
-/// be played.
+/// Requests return the status for the client. In IDLE nothing is read from the ring: the client may
+/// clear it, and data left in it is played after the next start. A sink's ring comes and goes (see
+/// SourceRouting.h); without a ring the stream is silent and counts as drained.
 class PlaybackStream {
 public:
     struct Parts {
         std::shared_ptr<StreamRecord> record;
         std::unique_ptr<StreamRing> ring;
-        /// Makes another ring after a withdrawal; null when there is no memory for it.
+        /// Makes a new ring after a withdrawal; null when memory is lacking.
         std::function<std::unique_ptr<StreamRing>()> makeRing;
-        std::unique_ptr<WavFile> stem;  // or null
+        std::unique_ptr<WavFile> stem;  // may be null
         std::uint32_t outputRate;
         unsigned outputChannels;
-        /// Called when the stream may have something new to be played, or nothing any more.
+        /// Called when playback may have become possible or impossible.
         std::function<void()> onChange;
     };
 
@@ -56,45 +55,45 @@ public:
     std::int32_t stop();
     std::int32_t writeDone();
     std::int32_t setKeyShift(float key);
-    /// Tells where a physical ring lies; refused before it was announced.
+    /// Returns a physical ring's address; refused before the announcement.
     std::int32_t getShareMemory(wire::ShareMemoryReply& reply) const;
 
-    /// The client is told after `delay`, and after the reply to the present request, that its
-    /// physical ring is there.
+    /// Announces the physical ring to the client after `delay`, and after the reply to the current
+    /// request.
     void offerRing(std::chrono::milliseconds delay);
-    /// Tells the client once more of its physical ring. @return false when it has none
+    /// Repeats the announcement of the physical ring to the client. @return false without a ring
     [[nodiscard]] bool announceRingAgain();
-    /// The client has to let go of its physical ring. What it has queued there is lost.
+    /// Withdraws the physical ring: the client must unmap it. Data queued in it is lost.
     void withdrawRing();
-    /// The client has done so.
+    /// The client has unmapped its ring.
     void ringLetGo();
-    /// Tells the client that the stream is gone.
+    /// Notifies the client that the stream is gone.
     void sayRemoved();
 
     // Mixing ---------------------------------------------------------------------
-    /// At once before the first sound after a start.
+    /// Takes effect at once before the first sound after a start.
     void setGains(const StreamGains& gains, const RampFrames& ramp) {
         mGains.set(gains, mHasSounded ? ramp : RampFrames());
     }
-    /// Whether the gains leave nothing of it.
+    /// Whether the gains mute the stream.
     [[nodiscard]] bool isSilenced() const { return mGains.isSilent(); }
-    /// Adds the next frames to `mix`, at most as many as fit. At a steady pace a stream that has
-    /// run dry comes back with a whole period, or with less when nothing more came for a period.
+    /// Adds the next frames to `mix`, as many as fit. At a steady pace, after an underrun the
+    /// stream resumes with a whole period, or with less when no more data has come for a period.
     /// @param mix          whole frames of the output
     /// @param outputFrame  position of the mix in the output
-    /// @param isSteady     whether the output goes on when the stream does not
+    /// @param isSteady     whether the output continues when the stream does not
     /// @return frames added
     std::size_t addTo(std::span<float> mix, std::uint64_t outputFrame, bool isSteady);
-    /// What was added last has been played: tells the client if that was the end.
+    /// The frames added last have been played: notifies the client if they were the end.
     void played();
 
-    // For everybody who looks -------------------------------------------------------
+    // Queries -----------------------------------------------------------------------
     [[nodiscard]] Client& client() const { return mClient; }
     [[nodiscard]] const StreamRecord& record() const { return *mRecord; }
     [[nodiscard]] bool isSink() const { return mRecord->tag == AUDIO_TAG_MAIN; }
     /// Null while the client has none.
     [[nodiscard]] const StreamRing* ring() const { return mRing.get(); }
-    /// Null for a POSIX ring, which is no matter of offers.
+    /// Null for a POSIX ring, which is never announced.
     [[nodiscard]] const RingOffer* ringOffer() const { return mOffer ? &*mOffer : nullptr; }
     [[nodiscard]] bool isActive() const { return mState == ACTIVE; }
     [[nodiscard]] bool isWriteDone() const { return mIsWriteDone; }
@@ -128,19 +127,19 @@ private:
     std::function<void()> mOnChange;
     std::optional<RingOffer> mOffer;  // of a physical ring
 
-    std::optional<RateConverter> mConverter;  // where the rates differ
+    std::optional<RateConverter> mConverter;  // null unless the rates differ
     AudioStreamState mState = IDLE;
     bool mIsWriteDone = false;
     bool mIsEnded = false;     // the last sample has been added to the mix
-    bool mIsFinished = false;  // and the client has been told
+    bool mIsFinished = false;  // the client has been notified of the end
     Flow mFlow = Flow::Dry;
     bool mHasSounded = false;            // since start
-    bool mIsContinued = false;           // nothing was lost since the last run of frames
-    std::uint64_t mSoundStart = 0;       // frame of the stream that was the first after start
+    bool mIsContinued = false;           // no data was lost since the last run of frames
+    std::uint64_t mSoundStart = 0;       // stream frame that was the first after start
     std::uint64_t mConvertedFrames = 0;  // output frames since then
     float mKeyShift = 1.0F;
     std::vector<float> mInput;   // one piece of the ring, decoded
-    std::vector<float> mPulled;  // in the output's rate and the stream's channels
+    std::vector<float> mPulled;  // at the output's rate, in the stream's channels
 };
 
 }  // namespace cabinaudio::server

@@ -9,7 +9,7 @@ void SourceRouting::activate(PlaybackStream& sink) {
     std::erase(mCandidates, &sink);
     mCandidates.push_back(&sink);
     route();
-    sink.offerRing(mDelay);  // again, should there have been no memory for it
+    sink.offerRing(mDelay);  // again, in case memory was lacking before
 }
 
 void SourceRouting::withdraw(const PlaybackStream& sink) {

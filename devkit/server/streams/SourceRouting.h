@@ -8,21 +8,22 @@
 
 namespace cabinaudio::server {
 
-/// Which sink is the source of the main output: one at a time. The newest one is, or the one that
-/// was selected after it came; the others are withdrawn. When it goes or is withdrawn, the one that
-/// was before it is again.
+/// Selects the sink that is the source of the main output, one at a time: the newest one, or the
+/// one activated last. All others are withdrawn. When the source goes or is withdrawn, the previous
+/// one takes over.
 class SourceRouting {
 public:
-    /// @param delay  before a sink is told that its source is active
+    /// @param delay  before a sink is notified that its source is active
     explicit SourceRouting(std::chrono::milliseconds delay) : mDelay(delay) {}
 
-    /// The sink is the source from now on, whether it is known already or not.
+    /// Makes the sink the source, whether it is known already or not.
     void activate(PlaybackStream& sink);
-    /// The sink is not the source until it is activated again.
+    /// The sink stops being the source until it is activated again.
     void withdraw(const PlaybackStream& sink);
-    /// The client has let go of its source. When nobody asked it to, it does not want it any more.
+    /// The client has unmapped its ring. Unless the sink was withdrawn, this also gives up the
+    /// source.
     void letGo(PlaybackStream& sink);
-    /// The sink is about to be destroyed: it is not told anything.
+    /// The sink is about to be destroyed and gets no notification.
     void forget(const PlaybackStream& sink);
 
     [[nodiscard]] const PlaybackStream* active() const { return mActive; }

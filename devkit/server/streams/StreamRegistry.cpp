@@ -136,7 +136,7 @@ void StreamRegistry::erase(const PlaybackStream& stream) {
     const auto found = std::find_if(mStreams.begin(), mStreams.end(), [&](const auto& candidate) {
         return candidate.get() == &stream;
     });
-    // Kept until the routing has told the others.
+    // Kept alive until the routing has notified the others.
     const std::unique_ptr<PlaybackStream> gone = std::move(*found);
     mStreams.erase(found);
     if (gone->isSink()) mSources.forget(*gone);

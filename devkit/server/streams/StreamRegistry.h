@@ -20,44 +20,44 @@
 
 namespace cabinaudio::server {
 
-/// Makes, finds and removes the playback streams. A client has one at most.
+/// Creates, finds and removes the playback streams. Each client has at most one.
 class StreamRegistry {
 public:
     struct Settings {
         std::uint32_t ringPeriods = 8;
         std::chrono::milliseconds ringDelay{0};
-        /// Where each stream's frames are written to; empty for nowhere.
+        /// Directory for files with each stream's frames; empty for none.
         std::string stemDirectory;
-        /// Whether records() goes on to hold streams that are gone.
+        /// Whether records() keeps the records of removed streams.
         bool keepsRecords = false;
         std::uint32_t outputRate = 48000;
         unsigned outputChannels = 2;
-        /// Told when a client has written into a ring; null for not at all.
+        /// Called when a client has written into a ring; may be null.
         ShareMemoryUpdateNotificationCallback* onWrite = nullptr;
     };
 
     StreamRegistry(EventLoop& loop, RingPlaces& places, Settings settings);
 
-    /// Called whenever there may be something new to be played, or nothing any more.
+    /// Called whenever playback may have become possible or impossible.
     void setOnChange(std::function<void()> onChange) { mOnChange = std::move(onChange); }
 
-    /// Answers a client's create request. @return the status
+    /// Handles a client's create request. @return the status
     std::int32_t create(Client& client, const wire::CreateRequest& request,
                         wire::CreateReply& reply);
 
     /// The client's stream, or null.
     [[nodiscard]] PlaybackStream* find(const Client& client) const;
-    /// The oldest stream of a client of this name, or null.
+    /// The oldest stream of a client with this name, or null.
     [[nodiscard]] PlaybackStream* find(const std::string& name) const;
 
-    /// The oldest sink of a client of this name, or null.
+    /// The oldest sink of a client with this name, or null.
     [[nodiscard]] PlaybackStream* findSink(const std::string& name) const;
     [[nodiscard]] SourceRouting& sources() { return mSources; }
     [[nodiscard]] const SourceRouting& sources() const { return mSources; }
 
-    /// The client has gone: its stream goes too, if it has one.
+    /// The client has disconnected: removes its stream, if any.
     void clientGone(const Client& client);
-    /// Tells the client that its stream is gone, and removes it.
+    /// Notifies the client that its stream is gone, and removes the stream.
     void remove(PlaybackStream& stream);
     void removeAll();
 
