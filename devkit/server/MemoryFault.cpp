@@ -22,11 +22,14 @@ constexpr long MAP = SYS_mmap;
 #endif
 
 // The bare system call: async-signal-safe, and the thread sanitizer would take the C library's mmap
-// for a write of the whole page, beside the ring's other thread.
+// for a write of the whole page, beside the ring's other thread. syscall(2) wants each argument as
+// wide as a register.
 bool mapZeros(std::uintptr_t page) {
-    constexpr int RIGHTS = PROT_READ | PROT_WRITE;
-    constexpr int FLAGS = MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED;
-    return syscall(MAP, page, pageSize, RIGHTS, FLAGS, -1, 0) != -1;
+    constexpr long RIGHTS = PROT_READ | PROT_WRITE;
+    constexpr long FLAGS = MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED;
+    constexpr long NO_FILE = -1;
+    constexpr long OFFSET = 0;
+    return syscall(MAP, page, pageSize, RIGHTS, FLAGS, NO_FILE, OFFSET) != -1;
 }
 
 // The interrupted access is tried again after the return and then succeeds.
