@@ -191,6 +191,7 @@ TEST_P(AnnouncedRing, StaysWhenTheAnnouncedPlaceCannotBeMapped) {
         announce();
         settle();
     }
+    EXPECT_EQ(log.countMatching(ERROR, "open\\(.*\\) failed:.*\n"), 1U) << log.dump();
     expectBytesToPass();
     announce();
     expectBytesToPass();

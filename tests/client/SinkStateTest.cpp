@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/client/SinkFixture.h"
+#include "tests/client/SlowThreads.h"
 #include "tests/support/ConfigDirectory.h"
 
 #include <unistd.h>
@@ -142,6 +143,15 @@ TEST_F(AnIdleSink, StaysIdleWhenTheServerRefusesToStart) {
     EXPECT_EQ(sink->start(), -77);
     EXPECT_EQ(log.count(ERROR, "[snk]start RPC failed status[-77], Out\n"), 1U) << log.dump();
     EXPECT_EQ(sink->clear(), AUDIO_NO_ERROR);
+}
+
+/// A destructor waits for the lock of an operation under way, and then deletes the turn.
+TEST_F(AnIdleSink, GivesItsTurnBackBeforeItsLock) {
+    make();
+    LocksOfThisThread locks;
+    EXPECT_EQ(sink->setCallback(nullptr), AUDIO_NO_ERROR);
+    ASSERT_EQ(locks.locked.size(), 2U) << "turn and lock";
+    EXPECT_EQ(locks.unlocked, locks.locked);
 }
 
 TEST_F(AnIdleSink, NeedsNoStop) {

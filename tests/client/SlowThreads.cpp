@@ -19,6 +19,7 @@ thread_local int tLapsedWaits = 0;
 thread_local bool tMissesSignal = false;
 thread_local std::binary_semaphore* tGo = nullptr;
 thread_local bool tIsSlowToLock = false;
+thread_local cabinaudio::test::LocksOfThisThread* tLocks = nullptr;
 std::atomic<int> gHeldUp{0};
 
 }  // namespace
@@ -47,6 +48,14 @@ SlowToLock::SlowToLock() {
 
 SlowToLock::~SlowToLock() {
     tIsSlowToLock = false;
+}
+
+LocksOfThisThread::LocksOfThisThread() {
+    tLocks = this;
+}
+
+LocksOfThisThread::~LocksOfThisThread() {
+    tLocks = nullptr;
 }
 
 int lapsedWaits() {
@@ -94,6 +103,7 @@ extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
     static const Lock next = __interceptor_pthread_mutex_lock != nullptr
                                  ? __interceptor_pthread_mutex_lock
                                  : reinterpret_cast<Lock>(dlsym(RTLD_NEXT, "pthread_mutex_lock"));
+    if (tLocks != nullptr) tLocks->locked.push_back(mutex);
     if (!tIsSlowToLock) return next(mutex);
     int result = 0;
     while ((result = pthread_mutex_trylock(mutex)) == EBUSY) {
@@ -101,4 +111,15 @@ extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
         nanosleep(&pause, nullptr);
     }
     return result;
+}
+
+extern "C" int __interceptor_pthread_mutex_unlock(pthread_mutex_t*) __attribute__((weak));
+extern "C" int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept {
+    using Unlock = int (*)(pthread_mutex_t*);
+    static const Unlock next =
+        __interceptor_pthread_mutex_unlock != nullptr
+            ? __interceptor_pthread_mutex_unlock
+            : reinterpret_cast<Unlock>(dlsym(RTLD_NEXT, "pthread_mutex_unlock"));
+    if (tLocks != nullptr) tLocks->unlocked.push_back(mutex);
+    return next(mutex);
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <semaphore>
+#include <vector>
 
 namespace cabinaudio::test {
 
@@ -28,6 +29,18 @@ public:
     ~SlowToLock();
     SlowToLock(const SlowToLock&) = delete;
     SlowToLock& operator=(const SlowToLock&) = delete;
+};
+
+/// As long as it lives, notes the mutexes that its thread locks and unlocks.
+class LocksOfThisThread {
+public:
+    LocksOfThisThread();
+    ~LocksOfThisThread();
+    LocksOfThisThread(const LocksOfThisThread&) = delete;
+    LocksOfThisThread& operator=(const LocksOfThisThread&) = delete;
+
+    std::vector<const void*> locked;    // in order
+    std::vector<const void*> unlocked;  // in order
 };
 
 /// How many timed waits on a condition this thread has seen end with their time instead of a

@@ -10,7 +10,6 @@
 #include "devkit/server/loop/Timer.h"
 #include "tests/support/NoDescriptors.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/epoll.h>

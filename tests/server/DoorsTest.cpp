@@ -198,7 +198,7 @@ protected:
             return hoard(GetParam().attempts);
         });
     }
-    /// What an attacker reports that may have so many.
+    /// The report of an attacker that may keep `most` of its connections.
     static std::string refusedBeyond(std::size_t most) {
         return std::to_string(GetParam().attempts - most) + " refused";
     }

@@ -12,7 +12,6 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <fstream>
 
 namespace cabinaudio::test {
@@ -20,7 +19,6 @@ namespace {
 
 using nlohmann::json;
 using ::testing::HasSubstr;
-using ::testing::Not;
 
 // Sets a title, rings, clears the screen, begins a line of its own, ends the quotes. After that,
 // in UTF-8, a name that may be shown.

@@ -19,12 +19,12 @@ inline std::string contentOf(const std::string& file) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-/// What a server says that does not start with this state file.
+/// The messages of a server that refuses to start with this state file.
 inline std::string complaintAbout(const std::string& stateFile,
                                   const TemporaryDirectory& directory) {
     const std::string log = directory.file("log");
     const std::string command =
-        "timeout 60 " + RealServer::path() + " --output null --state " + stateFile + " 2>" + log;
+        "timeout 60 '" + RealServer::path() + "' --output null --state " + stateFile + " 2>" + log;
     const int status = std::system(command.c_str());
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
     return contentOf(log);

@@ -46,7 +46,7 @@ std::vector<std::string> objectsOfThisInstance() {
 
 /// Runs the server to its end. @return its wait status and what it has said
 std::pair<int, std::string> outcome(const std::string& arguments) {
-    const std::string command = RealServer::path() + " " + arguments + " 2>&1";
+    const std::string command = "'" + RealServer::path() + "' " + arguments + " 2>&1";
     FILE* pipe = popen(command.c_str(), "re");
     std::string said;
     char chunk[256];

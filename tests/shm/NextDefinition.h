@@ -6,14 +6,15 @@
 #include <atomic>
 #include <cstdarg>
 
-// For a program's own definitions of platform functions. The sanitizers' own start-up comes through
-// those, so nothing here may need it; and what is `static` stays with the file that is compiled
-// without them.
+// For a program's own definitions of platform functions. The sanitizers' start-up calls those, so
+// nothing here may need a sanitizer: files that include this are compiled without, and each has its
+// own copy, which the linker cannot exchange for one that was compiled with.
 namespace cabinaudio::test {
+namespace {
 
 /// The definition behind ours. A sanitizer's stands in the program, too, under another name.
 template <typename Function>
-static Function* next(std::atomic<Function*>& found, const char* name, const char* sanitizers) {
+Function* next(std::atomic<Function*>& found, const char* name, const char* sanitizers) {
     Function* function = found.load(std::memory_order_acquire);
     if (function == nullptr) {
         void* at = dlsym(RTLD_DEFAULT, sanitizers);
@@ -39,11 +40,12 @@ struct SystemCall {
 };
 
 /// What syscall(2) was called with.
-[[maybe_unused]] static SystemCall systemCall(long number, std::va_list arguments) {
+[[maybe_unused]] SystemCall systemCall(long number, std::va_list arguments) {
     SystemCall call = {number, {}};
     for (long& one : call.argument)
         one = va_arg(arguments, long);
     return call;
 }
 
+}  // namespace
 }  // namespace cabinaudio::test

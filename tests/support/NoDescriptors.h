@@ -4,10 +4,11 @@
 #include "devkit/server/base/UniqueFd.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <utility>
 #include <vector>
 
@@ -24,10 +25,11 @@ public:
         few.rlim_cur = std::min<rlim_t>(few.rlim_cur, 256);
         setrlimit(RLIMIT_NOFILE, &few);
         while (true) {
-            server::UniqueFd fd(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0));
+            server::UniqueFd fd(open("/dev/null", O_RDONLY | O_CLOEXEC));
             if (!fd) break;
             mTaken.push_back(std::move(fd));
         }
+        EXPECT_EQ(errno, EMFILE);
     }
     ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &mBefore); }
     NoDescriptors(const NoDescriptors&) = delete;

@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <fstream>
 #include <iterator>
 
@@ -20,7 +19,6 @@ namespace {
 
 using nlohmann::json;
 using testing::HasSubstr;
-using testing::Not;
 
 // Sets a title, rings, clears the screen, in both sets of control characters, and begins a row.
 constexpr char kName[] =

@@ -22,11 +22,14 @@ constexpr long MAP = SYS_mmap;
 #endif
 
 // The plain system call is async-signal-safe. The thread sanitizer would report the C library's
-// mmap as a write of the whole page, racing with the ring's other thread.
+// mmap as a write of the whole page, racing with the ring's other thread. syscall(2) takes each
+// argument in the width of a register.
 bool mapZeros(std::uintptr_t page) {
-    constexpr int RIGHTS = PROT_READ | PROT_WRITE;
-    constexpr int FLAGS = MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED;
-    return syscall(MAP, page, pageSize, RIGHTS, FLAGS, -1, 0) != -1;
+    constexpr long RIGHTS = PROT_READ | PROT_WRITE;
+    constexpr long FLAGS = MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED;
+    constexpr long NO_FILE = -1;
+    constexpr long OFFSET = 0;
+    return syscall(MAP, page, pageSize, RIGHTS, FLAGS, NO_FILE, OFFSET) != -1;
 }
 
 // The interrupted access is repeated after the return and then succeeds.
