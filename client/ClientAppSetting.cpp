@@ -162,7 +162,7 @@ int ClientAppSetting::setDACGainControl(audio::audio_dacgain_ctrl_t* control) {
         AUDIO_LOG_AT(ANDROID_LOG_INFO, site, "client end\n");
     };
     const Request request{.record = {&record, sizeof record}, .allocated = logEnd};
-    return exchange(From(*mRc), request, {}).status;
+    return sendRequest(From(*mRc), request, {}).status;
 }
 
 // ---- Effects by name ----------------------------------------------------------------------------

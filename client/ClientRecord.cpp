@@ -65,17 +65,17 @@ void ClientRecord::init(AudioTagType tag, int streamParam) {
         return;
     }
     const LogSite site = AUDIO_LOG_SITE;
-    const auto steps = cabinaudio::askFor<CreateReply>(
+    const auto answer = cabinaudio::requestRecord<CreateReply>(
         *mRc, cabinaudio::createRequest(id(CaptureFunction::Create), tag, mFormat, streamParam),
-        true, [&](const cabinaudio::Asked<CreateReply>& asked) {
-            if (asked.isGranted())
-                accept(asked.reply, site);
+        true, [&](const cabinaudio::Received<CreateReply>& received) {
+            if (received.isGranted())
+                accept(received.reply, site);
             else
                 AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
                              "[%s] RPC data transfer failure, status:%d  ret_status:%d\n", mName,
-                             asked.called, asked.reply.status);
+                             received.called, received.reply.status);
         });
-    if (!steps.isFreed) AUDIO_LOGD("AUDIO IGNORE(mRc->rcfree(param, ret) == AUDIO_NO_ERROR)!\n");
+    if (!answer.isFreed) AUDIO_LOGD("AUDIO IGNORE(mRc->rcfree(param, ret) == AUDIO_NO_ERROR)!\n");
 }
 
 /// Stores the parameters granted by the server, and maps the ring.

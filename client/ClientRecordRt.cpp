@@ -20,12 +20,12 @@
 #include <optional>
 
 namespace wire = cabinaudio::wire;
-using cabinaudio::Asked;
 using cabinaudio::FramedRing;
 using cabinaudio::id;
 using cabinaudio::llu;
 using cabinaudio::LogSite;
 using cabinaudio::nowMs;
+using cabinaudio::Received;
 using cabinaudio::RemoteCallAccess;
 using cabinaudio::ReplacedRing;
 using cabinaudio::RingPatience;
@@ -122,19 +122,19 @@ void ClientRecordRt::init(AudioTagType tag) {
     const LogSite site = AUDIO_LOG_SITE;
     const AudioMutex::AutoLock lock(mLock);
     bool isGranted = false;
-    const auto steps = cabinaudio::askFor<wire::CreateReply>(
+    const auto answer = cabinaudio::requestRecord<wire::CreateReply>(
         *mRc, cabinaudio::createRequest(id(CaptureFunction::Create), tag, mFormat, 0), true,
         // Runs during the call; clang cannot see that mLock is held.
-        [&](const Asked<wire::CreateReply>& asked) CABINAUDIO_UNCHECKED_LOCKING {
-            isGranted = asked.isGranted();
+        [&](const Received<wire::CreateReply>& received) CABINAUDIO_UNCHECKED_LOCKING {
+            isGranted = received.isGranted();
             if (isGranted)
-                accept(asked.reply);
+                accept(received.reply);
             else
                 AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
                              "[%s] RPC data transfer failure, status:%d  ret_status:%d\n", mName,
-                             asked.called, asked.reply.status);
+                             received.called, received.reply.status);
         });
-    if (!steps.isFreed) AUDIO_LOGD("AUDIO IGNORE(mRc->rcfree(initPrm, ret) == AUDIO_NO_ERROR)!\n");
+    if (!answer.isFreed) AUDIO_LOGD("AUDIO IGNORE(mRc->rcfree(initPrm, ret) == AUDIO_NO_ERROR)!\n");
     if (!isGranted) return;
     if (!setUpCodec()) {
         AUDIO_LOGE("[%s] unsupport CODEC type:%d.\n", mName, static_cast<int>(mFormat.codecType));
@@ -546,20 +546,20 @@ ShareMemoryEx* ClientRecordRt::initShareMem() {
     const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);
     ShareMemoryEx* replaced = nullptr;
     bool isGranted = false;
-    const auto steps = cabinaudio::askFor<wire::ShareMemoryReply>(
+    const auto answer = cabinaudio::requestRecord<wire::ShareMemoryReply>(
         *mRc, wire::FunctionRequest{id(CaptureFunction::GetShareMemory)}, false,
         // As in init(): mLock is held, but clang cannot see it.
-        [&](const Asked<wire::ShareMemoryReply>& asked) CABINAUDIO_UNCHECKED_LOCKING {
-            isGranted = asked.isGranted();
+        [&](const Received<wire::ShareMemoryReply>& received) CABINAUDIO_UNCHECKED_LOCKING {
+            isGranted = received.isGranted();
             if (isGranted)
-                replaced = adopt(asked.reply, site);
+                replaced = adopt(received.reply, site);
             else
-                logNoRing(asked.called, asked.reply.status, site);
+                logNoRing(received.called, received.reply.status, site);
         });
-    if (steps.allocated != AUDIO_NO_ERROR) logNoRing(steps.allocated, AUDIO_NO_ERROR, site);
-    if (!steps.isFreed && isGranted)
+    if (answer.allocated != AUDIO_NO_ERROR) logNoRing(answer.allocated, AUDIO_NO_ERROR, site);
+    if (!answer.isFreed && isGranted)
         AUDIO_LOGD("AUDIO IGNORE(0 == mRc->rcfree(param, ret))!\n");
-    else if (!steps.isFreed)
+    else if (!answer.isFreed)
         AUDIO_LOGD("AUDIO IGNORE(AUDIO_NO_ERROR == mRc->rcfree(param, ret))!\n");
     return replaced;
 }

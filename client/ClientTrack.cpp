@@ -161,7 +161,7 @@ int ClientTrack::setKeyShift(float key) {
         AUDIO_LOGE("[%s] input key:%f rang[0.8, 1.2] error\n", mName, static_cast<double>(key));
         return AUDIO_BAD_VALUE;
     }
-    const auto answer = cabinaudio::askFor<wire::StatusReply>(
+    const auto answer = cabinaudio::requestRecord<wire::StatusReply>(
         *mRc, wire::KeyShiftRequest{id(StreamFunction::SetKeyShift), key}, true,
         [](const auto&) {});
     cabinaudio::logUnfreed(answer, AUDIO_LOG_SITE);

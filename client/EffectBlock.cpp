@@ -11,13 +11,13 @@ constexpr std::uint32_t LARGEST =
 
 }  // namespace
 
-std::int32_t exchangeEffect(const Caller& caller, std::uint32_t function, const char* tag,
-                            const char* effect, const audio::effect_param_t& from,
-                            audio::effect_param_t* into) {
+std::int32_t sendEffect(const Caller& caller, std::uint32_t function, const char* tag,
+                        const char* effect, const audio::effect_param_t& from,
+                        audio::effect_param_t* into) {
     if (from.size > LARGEST) return AUDIO_NO_MEMORY;
     const wire::EffectRequest record{function, text(tag), text(effect), from.size};
     const Request request{.record = {&record, sizeof record}, .behind = {&from + 1, from.size}};
-    if (into == nullptr) return exchange(caller, request, {}).status;
+    if (into == nullptr) return sendRequest(caller, request, {}).status;
     // The size before the call: the reply overwrites it.
     const Result block{into, record.size + std::uint32_t{sizeof *into}};
     return fetch(caller, request, &block, 1);

@@ -16,9 +16,9 @@ namespace cabinaudio::setting {
 /// @param into  gets the reply's block, including the header, whenever the server has answered;
 ///              null for an operation without a result
 /// @retval AUDIO_NO_MEMORY  another request is in progress, or the size is too large for a request
-std::int32_t exchangeEffect(const Caller& caller, std::uint32_t function, const char* tag,
-                            const char* effect, const audio::effect_param_t& from,
-                            audio::effect_param_t* into);
+std::int32_t sendEffect(const Caller& caller, std::uint32_t function, const char* tag,
+                        const char* effect, const audio::effect_param_t& from,
+                        audio::effect_param_t* into);
 
 namespace {
 
@@ -27,7 +27,7 @@ std::int32_t setEffect(const From& from, const char* tag, const char* effect,
                        const audio::effect_param_t& parameter) {
     static_assert(std::is_same_v<wire::RequestOf<FUNCTION>, wire::EffectRequest> &&
                   std::is_same_v<wire::ReplyOf<FUNCTION>, wire::StatusReply>);
-    return exchangeEffect(from, id(FUNCTION), tag, effect, parameter, nullptr);
+    return sendEffect(from, id(FUNCTION), tag, effect, parameter, nullptr);
 }
 
 template <auto FUNCTION>
@@ -35,7 +35,7 @@ std::int32_t getEffect(const From& from, const char* tag, const char* effect,
                        audio::effect_param_t& parameter) {
     static_assert(std::is_same_v<wire::RequestOf<FUNCTION>, wire::EffectRequest> &&
                   std::is_same_v<wire::ReplyOf<FUNCTION>, wire::EffectReply>);
-    return exchangeEffect(from, id(FUNCTION), tag, effect, parameter, &parameter);
+    return sendEffect(from, id(FUNCTION), tag, effect, parameter, &parameter);
 }
 
 }  // namespace

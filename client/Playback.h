@@ -36,24 +36,24 @@ struct Playback {
     static bool create(const PlaybackParts& stream, const wire::CreateRequest& request,
                        LogSite site, Accepted accepted) {
         bool isGranted = false;
-        const Answer steps = askFor<wire::CreateReply>(
-            *stream.rc, request, true, [&](const Asked<wire::CreateReply>& asked) {
-                isGranted = asked.isGranted();
+        const Answer answer = requestRecord<wire::CreateReply>(
+            *stream.rc, request, true, [&](const Received<wire::CreateReply>& received) {
+                isGranted = received.isGranted();
                 if (isGranted)
-                    accepted(asked.reply);
+                    accepted(received.reply);
                 else
                     AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
                                  "[%s] mRc->call failure, status:%d  ret_status:%d\n", stream.name,
-                                 asked.called, asked.reply.status);
+                                 received.called, received.reply.status);
             });
-        if (steps.allocated != AUDIO_NO_ERROR)
+        if (answer.allocated != AUDIO_NO_ERROR)
             AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]mRc->rcalloc return failed, ret:%d\n",
-                         stream.name, steps.allocated);
-        else if (!steps.isFreed && isGranted)
+                         stream.name, answer.allocated);
+        else if (!answer.isFreed && isGranted)
             AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site,
                          "AUDIO IGNORE(AUDIO_NO_ERROR==mRc->rcfree(param, ret))!\n");
         else
-            logFree(steps, site);
+            logFree(answer, site);
         return isGranted;
     }
 
@@ -67,20 +67,20 @@ struct Playback {
                                 ShareMemoryUpdateNotificationCallback& updated,
                                 ShareMemoryEx*& replaced, LogSite site, LogMapped logMapped) {
         const wire::FunctionRequest request{id(wire::StreamFunction::GetShareMemory)};
-        const Answer steps = askFor<wire::ShareMemoryReply>(
-            *stream.rc, request, true, [&](const Asked<wire::ShareMemoryReply>& asked) {
-                if (!asked.isGranted()) {
+        const Answer answer = requestRecord<wire::ShareMemoryReply>(
+            *stream.rc, request, true, [&](const Received<wire::ShareMemoryReply>& received) {
+                if (!received.isGranted()) {
                     AUDIO_LOG_AT(ANDROID_LOG_ERROR, site,
                                  "[%s] mRc->call return error(%d), ret->status:%d.\n", stream.name,
-                                 asked.called, asked.reply.status);
+                                 received.called, received.reply.status);
                     return;
                 }
                 replaced =
-                    adoptRing(stream.ring, asked.reply, stream.name, SHM_MODE_WRITER, &updated);
+                    adoptRing(stream.ring, received.reply, stream.name, SHM_MODE_WRITER, &updated);
                 logMapped(stream.ring.load()->getTotalSize());
             });
-        logFree(steps, site);
-        return steps.allocated;
+        logFree(answer, site);
+        return answer.allocated;
     }
 
     static int start(const PlaybackParts& stream, LogSite site);
@@ -147,8 +147,8 @@ struct Playback {
     static void logInvalidState(const PlaybackParts& stream, LogSite site);
 
 private:
-    static void logFree(const Answer& steps, LogSite site) {
-        if (!steps.isFreed)
+    static void logFree(const Answer& answer, LogSite site) {
+        if (!answer.isFreed)
             AUDIO_LOG_AT(ANDROID_LOG_DEBUG, site,
                          "AUDIO IGNORE(AUDIO_NO_ERROR == mRc->rcfree(param, ret))!\n");
     }

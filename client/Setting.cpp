@@ -35,7 +35,7 @@ wire::Name text(const char* text, std::size_t most) {
     return field;
 }
 
-Answer exchange(const Caller& caller, const Request& request, const Reply& reply) {
+Answer sendRequest(const Caller& caller, const Request& request, const ReplyReader& reply) {
     const Answer answer = requestBlocks<FillRef, ConcludeRef>(
         caller.rc, request.record.size + request.behind.size, reply.size, true,
         [&](std::uint8_t* block) {
@@ -50,7 +50,7 @@ Answer exchange(const Caller& caller, const Request& request, const Reply& reply
 }
 
 std::int32_t tell(const Caller& caller, const Bytes& record, const Bytes& behind) {
-    return exchange(caller, {.record = record, .behind = behind}, {}).status;
+    return sendRequest(caller, {.record = record, .behind = behind}, {}).status;
 }
 
 std::int32_t fetch(const Caller& caller, const Request& request, const Result* results,
@@ -59,7 +59,7 @@ std::int32_t fetch(const Caller& caller, const Request& request, const Result* r
     std::uint32_t size = sizeof(std::int32_t);
     for (std::size_t i = 0; i < count; ++i)
         size += results[i].field();
-    return exchange(caller, request, {size, store, &all}).status;
+    return sendRequest(caller, request, {size, store, &all}).status;
 }
 
 std::int32_t refuseAt(const LogSite& site) {

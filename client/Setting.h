@@ -129,7 +129,7 @@ struct Request {
     void (*allocated)(const LogSite&) = nullptr;  // called once the block is allocated
 };
 
-struct Reply {
+struct ReplyReader {
     std::uint32_t size = sizeof(wire::StatusReply);
     /// Gets the reply, including the status, before its block is freed; called whenever the server
     /// has answered.
@@ -138,7 +138,7 @@ struct Reply {
 };
 
 /// The one path of all settings requests.
-Answer exchange(const Caller& caller, const Request& request, const Reply& reply);
+Answer sendRequest(const Caller& caller, const Request& request, const ReplyReader& reply);
 
 /// A request whose reply is only a status. @return the status
 std::int32_t tell(const Caller& caller, const Bytes& record, const Bytes& behind = {});
@@ -224,7 +224,7 @@ Answer ask(const From& from, wire::RequestOf<FUNCTION>&& request, Take take) {
     static_assert(wire::SETTING<FUNCTION>.hasFlag, "The function travels without the flag.");
     using Record = wire::ReplyOf<FUNCTION>;
     request.function = id(FUNCTION);
-    return exchange(
+    return sendRequest(
         from, {.record = {&request, sizeof request}},
         {sizeof(Record),
          [](const std::uint8_t* reply, const void* context) {

@@ -28,7 +28,7 @@ inline unsigned long long llu(std::uint64_t value) {
 
 /// Outcome of a stream's request.
 template <typename Reply>
-struct Asked {
+struct Received {
     std::int32_t called;  // 0: the server has answered
     Reply reply;          // zeros where no data arrived
 
@@ -38,17 +38,17 @@ struct Asked {
 };
 
 /// Sends a request of a stream.
-/// @param conclude  gets the Asked<Reply>; runs before the request's blocks are freed, and only
+/// @param conclude  gets the Received<Reply>; runs before the request's blocks are freed, and only
 ///                  when they could be allocated
 template <typename Reply, typename Request, typename Conclude>
-Answer askFor(RemoteCall& rc, const Request& request, bool flag, Conclude conclude) {
+Answer requestRecord(RemoteCall& rc, const Request& request, bool flag, Conclude conclude) {
     return requestBlocks<FillRef, ConcludeRef>(
         rc, sizeof(Request), sizeof(Reply), flag,
         [&](std::uint8_t* param) { std::memcpy(param, &request, sizeof request); },
         [&](std::int32_t called, const std::uint8_t* ret) {
-            Asked<Reply> asked{called, {}};
-            std::memcpy(&asked.reply, ret, sizeof asked.reply);
-            conclude(asked);
+            Received<Reply> received{called, {}};
+            std::memcpy(&received.reply, ret, sizeof received.reply);
+            conclude(received);
         });
 }
 

@@ -1128,7 +1128,7 @@ _in("Result::field",
 _in("set",
     ("no function", "request.function = id(FUNCTION);", ""))
 
-_in("exchange",
+_in("sendRequest",
     ("no result is taken",
      "if (called == AUDIO_NO_ERROR && reply.take != nullptr) reply.take(block, reply.context);",
      ""),
@@ -1644,7 +1644,7 @@ _in("List",
 _in("Name",
     ("a name's length", "64", "60"))
 
-_in("exchangeEffect",
+_in("sendEffect",
     ("a block's place", "from + 1", "from"),
     ("a block of any length", "if (from.size > LARGEST) return AUDIO_NO_MEMORY;", ""),
     ("the effect before the tag", "(tag), text(effect)", "(effect), text(tag)"),
@@ -1669,7 +1669,7 @@ _in("logUnfreed",
 
 _in("RingPatience::isOver",
     ("a time that is over too early", "mDeadline.isOver() &&", ""))
-_in("Asked::isGranted",
+_in("Received::isGranted",
     ("a refusal is a grant", "&& reply.status == AUDIO_NO_ERROR", ""))
 _in("endOfWait",
     ("why a wait ended", "== STOPPING ?", "!= STOPPING ?"))
