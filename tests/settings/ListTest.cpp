@@ -45,7 +45,7 @@ Bytes bytesOf(const Record& record) {
     return Bytes(record.opaque0, record.opaque0 + sizeof record.opaque0);
 }
 
-class AList : public ::testing::TestWithParam<List> {
+class ReplyList : public ::testing::TestWithParam<List> {
 protected:
     /// Names for lists of texts: they fill their slots to the last byte, and end nowhere.
     [[nodiscard]] Bytes slot(int at) const {
@@ -70,7 +70,7 @@ protected:
     std::vector<Bytes> items;
 };
 
-TEST_P(AList, IsAppendedAsFarAsTheReplyHasRoom) {
+TEST_P(ReplyList, IsAppendedAsFarAsTheReplyHasRoom) {
     const Clients clients(list.type);
     for (const int count :
          {INT_MIN, -1, 0, 1, 2, list.slots - 1, list.slots, list.slots + 1, INT_MAX}) {
@@ -81,14 +81,14 @@ TEST_P(AList, IsAppendedAsFarAsTheReplyHasRoom) {
     }
 }
 
-TEST_P(AList, IsAppendedWhateverTheServersStatus) {
+TEST_P(ReplyList, IsAppendedForEachStatus) {
     const Clients clients(list.type);
     answers(-42, 3, list.slots);
     EXPECT_EQ(list.get(clients, items), list.readsStatus ? -42 : 0);
     expectItems(3);
 }
 
-TEST_P(AList, HasEmptyItemsWhereTheReplyIsShort) {
+TEST_P(ReplyList, HasEmptyItemsWhereTheReplyIsShort) {
     const Clients clients(list.type);
     answers(0, 3, 1);
     EXPECT_EQ(list.get(clients, items), 0);
@@ -104,7 +104,7 @@ TEST_P(AList, HasEmptyItemsWhereTheReplyIsShort) {
     expectItems(0);
 }
 
-TEST_P(AList, StaysAsItIsWhenNoReplyArrives) {
+TEST_P(ReplyList, IsUnchangedWithoutAReply) {
     const Clients clients(list.type);
     Blocks blocks;
     blocks.loseReplies(true);
@@ -146,12 +146,12 @@ std::vector<List> lists() {
     };
 }
 
-INSTANTIATE_TEST_SUITE_P(InAReply, AList, ::testing::ValuesIn(lists()),
+INSTANTIATE_TEST_SUITE_P(Items, ReplyList, ::testing::ValuesIn(lists()),
                          [](const ::testing::TestParamInfo<List>& one) {
                              return std::string(one.param.test);
                          });
 
-TEST(AnArrayOfOutputTracks, IsFilledWholeAndItsNumberIsTheServers) {
+TEST(OutputTrackArray, IsFilledAndItsCountIsTheServers) {
     ScriptedServer server;
     ClientSourceSetting source;
     const LogCapture log;
@@ -187,7 +187,7 @@ public:
     int counted = 0;
 };
 
-TEST(AListOfOutputTracks, IsWhatTheObjectsOwnOperationGives) {
+TEST(OutputTrackList, ComesFromTheObjectsOwnOperation) {
     LogCapture log;
     OutputTracks source;
     for (const int count : {-1, 0, 2, 20, 21, INT_MAX}) {

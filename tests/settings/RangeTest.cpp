@@ -39,14 +39,14 @@ std::string formatted(const char* format, float value) {
     return message;
 }
 
-class AGain : public ::testing::TestWithParam<Gain> {
+class GainRange : public ::testing::TestWithParam<Gain> {
 protected:
     const Gain gain = GetParam();
     ScriptedServer server;
     LogCapture log;
 };
 
-TEST_P(AGain, IsSentUpToBothEndsOfItsRange) {
+TEST_P(GainRange, IsSentUpToBothEnds) {
     const Clients clients(gain.type);
     log.clear();
     std::size_t sent = 0;
@@ -63,7 +63,7 @@ TEST_P(AGain, IsSentUpToBothEndsOfItsRange) {
     EXPECT_TRUE(log.lines().empty()) << log.dump();
 }
 
-TEST_P(AGain, IsRefusedBeyondItsRange) {
+TEST_P(GainRange, IsRefusedBeyondBothEnds) {
     const Clients clients(gain.type);
     for (const float value :
          {std::nextafter(-103.5F, -200.0F), -104.0F, std::nextafter(gain.high, 200.0F),
@@ -155,15 +155,15 @@ std::vector<Gain> mixerGains() {
     };
 }
 
-std::string nameOf(const ::testing::TestParamInfo<Gain>& info) {
+std::string gainName(const ::testing::TestParamInfo<Gain>& info) {
     return info.param.test;
 }
 
-INSTANTIATE_TEST_SUITE_P(OfVolumes, AGain, ::testing::ValuesIn(volumeGains()), nameOf);
-INSTANTIATE_TEST_SUITE_P(OfTracks, AGain, ::testing::ValuesIn(trackChannelGains()), nameOf);
-INSTANTIATE_TEST_SUITE_P(OfTheMixer, AGain, ::testing::ValuesIn(mixerGains()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Volume, GainRange, ::testing::ValuesIn(volumeGains()), gainName);
+INSTANTIATE_TEST_SUITE_P(Track, GainRange, ::testing::ValuesIn(trackChannelGains()), gainName);
+INSTANTIATE_TEST_SUITE_P(Mixer, GainRange, ::testing::ValuesIn(mixerGains()), gainName);
 
-TEST(TheGainsOfATrack, AreRefusedForTheFirstBadOne) {
+TEST(TrackGains, AreRefusedForTheFirstBadGain) {
     ScriptedServer server;
     ClientVolumeSetting volume;
     const LogCapture log;

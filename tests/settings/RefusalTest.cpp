@@ -2,8 +2,7 @@
 //
 // Arguments that operations refuse: one log line with the reason, a result, and no request. The
 // ranges of gains are in RangeTest.cpp.
-#include "tests/settings/Row.h"
-#include "tests/support/LogCapture.h"
+#include "tests/settings/SilentClient.h"
 
 #include <gtest/gtest.h>
 
@@ -18,38 +17,11 @@ constexpr const char* INVALID = "invalid input param\n";
 constexpr int LOWEST = -2147483647 - 1;
 const std::string FULL(64, 'f');
 
-/// A client of a scripted server, which expects nothing after the registration.
-template <typename Client>
-class RefusingClient : public ::testing::Test {
-protected:
-    explicit RefusingClient(const char* file) : mFile(file) { log.clear(); }
-    void TearDown() override {
-        EXPECT_EQ(server.requests().size(), 1U) << "sent more than the registration";
-    }
-
-    /// Expects one line since the last call. @param operation  as the line names it
-    void expectRefused(const char* operation, const std::string& message, int result,
-                       int expected = REFUSED, int line = __builtin_LINE()) {
-        const ::testing::ScopedTrace row(__FILE__, line, operation);
-        EXPECT_EQ(result, expected);
-        EXPECT_EQ(log.lines().size(), 1U) << log.dump();
-        EXPECT_EQ(log.count(ERROR, mFile, operation, message), 1U) << message << log.dump();
-        log.clear();
-    }
-
-    ScriptedServer server;
-    LogCapture log;
-    Client client;
-
-private:
-    const char* mFile;
-};
-
 // ---- Volumes ------------------------------------------------------------------------------------
 
-class VolumeSetting : public RefusingClient<ClientVolumeSetting> {
+class VolumeSetting : public SilentClient<ClientVolumeSetting> {
 protected:
-    VolumeSetting() : RefusingClient("ClientVolumeSetting") {}
+    VolumeSetting() : SilentClient("ClientVolumeSetting") {}
 
     audio::QVAudioSetting::Volume& volume = client;
     U8* const noStep = nullptr;
@@ -177,9 +149,9 @@ TEST_F(VolumeSetting, RefusesUnknownConverters) {
 
 // ---- Sources ------------------------------------------------------------------------------------
 
-class SourceSetting : public RefusingClient<ClientSourceSetting> {
+class SourceSetting : public SilentClient<ClientSourceSetting> {
 protected:
-    SourceSetting() : RefusingClient("ClientSourceSetting") {}
+    SourceSetting() : SilentClient("ClientSourceSetting") {}
 
     /// For an operation that returns a text, which is null after a refusal.
     void expectNoName(const char* operation, const std::string& message, const char* name,
@@ -286,9 +258,9 @@ TEST_F(SourceSetting, RefusesNumbersOutsideTheirRange) {
 
 // ---- Effects, mixer, capture --------------------------------------------------------------------
 
-class AppSetting : public RefusingClient<ClientAppSetting> {
+class AppSetting : public SilentClient<ClientAppSetting> {
 protected:
-    AppSetting() : RefusingClient("ClientAppSetting") {}
+    AppSetting() : SilentClient("ClientAppSetting") {}
 
     audio::QVAudioSetting::App& app = client;
 };
@@ -322,9 +294,9 @@ TEST_F(AppSetting, RefusesEffectsWithoutTagOrName) {
     }
 }
 
-class MixerSetting : public RefusingClient<ClientMixerSetting> {
+class MixerSetting : public SilentClient<ClientMixerSetting> {
 protected:
-    MixerSetting() : RefusingClient("ClientMixerSetting") {}
+    MixerSetting() : SilentClient("ClientMixerSetting") {}
 
     audio::QVAudioSetting::Mixer& mixer = client;
 };
@@ -354,9 +326,9 @@ TEST_F(MixerSetting, RefusesBadGainsAndChannels) {
         }
 }
 
-class RecordControl : public RefusingClient<ClientAudioRecordControl> {
+class RecordControl : public SilentClient<ClientAudioRecordControl> {
 protected:
-    RecordControl() : RefusingClient("ClientRecordControl") {}
+    RecordControl() : SilentClient("ClientRecordControl") {}
 };
 
 TEST_F(RecordControl, RefusesEffectsWithoutTagOrName) {
