@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Parameter blocks of effects, whose lengths only they know.
+// Parameter blocks of effects, which carry their own length.
 #include "tests/settings/Blocks.h"
 #include "tests/settings/Row.h"
 #include "tests/support/LogCapture.h"
@@ -156,19 +156,11 @@ INSTANTIATE_TEST_SUITE_P(
     Of, EffectParameter,
     ::testing::Values(
         Effects{"Playback", 128, 4098, 4099,
-                [](const Clients& c, const char* tag, const char* effect, const Parameter& p) {
-                    return c.app().setEffectParameter(tag, effect, p);
-                },
-                [](const Clients& c, const char* tag, const char* effect, Parameter& p) {
-                    return c.app().getEffectParameter(tag, effect, p);
-                }},
+                [](auto& c, auto&&... with) { return c.app().setEffectParameter(with...); },
+                [](auto& c, auto&&... with) { return c.app().getEffectParameter(with...); }},
         Effects{"Capture", 133, 0, 1,
-                [](const Clients& c, const char* tag, const char* effect, const Parameter& p) {
-                    return c.record().set(tag, effect, p);
-                },
-                [](const Clients& c, const char* tag, const char* effect, Parameter& p) {
-                    return c.record().get(tag, effect, p);
-                }}),
+                [](auto& c, auto&&... with) { return c.record().set(with...); },
+                [](auto& c, auto&&... with) { return c.record().get(with...); }}),
     [](const ::testing::TestParamInfo<Effects>& one) { return std::string(one.param.test); });
 
 }  // namespace
