@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The same as one of the fuzzer's programs, on every platform and without the fuzzer: the inputs that
-// corpus/ keeps, variations of them, and pseudo-random ones. Each run takes the same inputs.
+// The same as one of the fuzzer's programs, on every platform and without the fuzzer: the inputs
+// that corpus/ keeps, variations of them, and pseudo-random ones. Each run takes the same inputs.
 #include <gtest/gtest.h>
 
 #include <algorithm>
