@@ -3,7 +3,8 @@
 # Longer runs: fuzzing, fault injection, killed servers, races, soaks, models.
 
 # fuzz [SECONDS | HOURSh]: runs each target in turn. Inputs found earlier are kept in
-# build/fuzz/corpus; crashing inputs are in build/fuzz/found-*.
+# build/fuzz/corpus; crashing inputs are in build/fuzz/found-*. To keep one of them among the tests'
+# inputs, use tests/fuzz/corpus.py.
 cmd_fuzz() {
     [ $# -le 1 ] || bad_usage "too many arguments of fuzz"
     amount=${1:-70}
@@ -24,7 +25,7 @@ cmd_fuzz() {
 # fuzz_one TARGET SECONDS: prints the number of inputs tried, and the findings.
 fuzz_one() {
     fuzz_log=build/fuzz/$1.log
-    known=tests/fuzz/corpus/$1
+    known=build/fuzz/tests/fuzz/corpus/$1  # expanded from tests/fuzz/corpus
     mkdir -p "build/fuzz/corpus/$1"
     [ -d "$known" ] || known=
     export CABINAUDIO_INSTANCE="fuzz$$"

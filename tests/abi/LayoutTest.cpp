@@ -39,7 +39,7 @@ static_assert(!std::has_virtual_destructor_v<ShareMemoryEx>);
 static_assert(sizeof(ClientVersionSetting) == 2 * sizeof(void*));
 static_assert(sizeof(gmic_gain_table) == 568);
 
-TEST(AnEnumerationOnTheWire, IsThirtyTwoBitsWide) {
+TEST(WireEnumeration, IsThirtyTwoBitsWide) {
     EXPECT_EQ(sizeof(AudioStreamState), 4U);
     EXPECT_EQ(sizeof(AudioTagType), 4U);
     EXPECT_EQ(sizeof(AudioBitDepthType), 4U);
@@ -51,7 +51,7 @@ TEST(AnEnumerationOnTheWire, IsThirtyTwoBitsWide) {
     EXPECT_EQ(sizeof(audio::audio_codec_e), 4U);
 }
 
-TEST(AStreamState, HasItsNumber) {
+TEST(StreamState, HasItsListedNumber) {
     EXPECT_EQ(NO_INIT, 0);
     EXPECT_EQ(IDLE, 1);
     EXPECT_EQ(STOPPING, 2);
@@ -59,7 +59,7 @@ TEST(AStreamState, HasItsNumber) {
 }
 
 // The bytes of a record, typed out rather than computed from the structure.
-TEST(ACreateRequest, LiesInMemoryAsItTravels) {
+TEST(CreateRequest, HasTheBytesOfTheWire) {
     const cabinaudio::wire::CreateRequest request{
         21, 2, {1, 48000, 3, AUDIO_CHANNEL_MAP_2, 5, AUDIO_BIT_DEPTH_16}, -2, 4711};
     const unsigned char expected[40] = {

@@ -28,7 +28,7 @@ std::string decibels(float dB) {
     return "dB " + std::to_string(dB);
 }
 
-/// Says which of the virtual operations was reached, and with what.
+/// Reports the virtual operation that was reached, and its arguments.
 class Recorder : public ClientVolumeSetting {
 public:
     using ClientVolumeSetting::setAlterAudioVolume;
@@ -71,23 +71,31 @@ private:
     }
 };
 
-TEST(AWholeNumber, MeansStepsWhateverItsType) {
+class Volume : public ::testing::Test {
+protected:
+    template <typename Number>
+    std::string setMaster(Number number) {
+        EXPECT_EQ(volume.setMasterVolume(number), 7);
+        return recorder.last;
+    }
+    template <typename Number>
+    std::string setByStreamType(Number number) {
+        EXPECT_EQ(volume.setVolumeByStreamType("music", number), 7);
+        return recorder.last;
+    }
+
     Recorder recorder;
     audio::QVAudioSetting::Volume& volume = recorder;
-    EXPECT_EQ(volume.setMasterVolume(100), 7);
-    EXPECT_EQ(recorder.last, "master steps 100");
-    volume.setMasterVolume(0);
-    EXPECT_EQ(recorder.last, "master steps 0");
-    volume.setMasterVolume(101U);
-    EXPECT_EQ(recorder.last, "master steps 101");
-    volume.setMasterVolume(102L);
-    EXPECT_EQ(recorder.last, "master steps 102");
-    volume.setMasterVolume(std::size_t{103});
-    EXPECT_EQ(recorder.last, "master steps 103");
-    volume.setMasterVolume(short{104});
-    EXPECT_EQ(recorder.last, "master steps 104");
-    volume.setMasterVolume(std::uint8_t{105});
-    EXPECT_EQ(recorder.last, "master steps 105");
+};
+
+TEST_F(Volume, WholeNumberOfAnyTypeMeansSteps) {
+    EXPECT_EQ(setMaster(100), "master steps 100");
+    EXPECT_EQ(setMaster(0), "master steps 0");
+    EXPECT_EQ(setMaster(101U), "master steps 101");
+    EXPECT_EQ(setMaster(102L), "master steps 102");
+    EXPECT_EQ(setMaster(std::size_t{103}), "master steps 103");
+    EXPECT_EQ(setMaster(short{104}), "master steps 104");
+    EXPECT_EQ(setMaster(std::uint8_t{105}), "master steps 105");
     volume.setMainAudioDunkingTargetGain(50);
     EXPECT_EQ(recorder.last, "ducking steps 50");
     volume.setSecondAudioVolume(148);
@@ -98,17 +106,11 @@ TEST(AWholeNumber, MeansStepsWhateverItsType) {
     EXPECT_EQ(recorder.last, "main radio steps 120");
 }
 
-TEST(AnyOtherNumber, MeansDecibels) {
-    Recorder recorder;
-    audio::QVAudioSetting::Volume& volume = recorder;
-    volume.setMasterVolume(-10.5F);
-    EXPECT_EQ(recorder.last, "master dB -10.500000");
-    EXPECT_EQ(volume.setMasterVolume(-10.5), 7);
-    EXPECT_EQ(recorder.last, "master dB -10.500000");
-    volume.setMasterVolume(0.0);
-    EXPECT_EQ(recorder.last, "master dB 0.000000");
-    volume.setMasterVolume(24.0L);
-    EXPECT_EQ(recorder.last, "master dB 24.000000");
+TEST_F(Volume, FloatingPointNumberMeansDecibels) {
+    EXPECT_EQ(setMaster(-10.5F), "master dB -10.500000");
+    EXPECT_EQ(setMaster(-10.5), "master dB -10.500000");
+    EXPECT_EQ(setMaster(0.0), "master dB 0.000000");
+    EXPECT_EQ(setMaster(24.0L), "master dB 24.000000");
     volume.setMainAudioDunkingTargetGain(-3.0);
     EXPECT_EQ(recorder.last, "ducking dB -3.000000");
     volume.setSecondAudioVolume(-103.5);
@@ -119,43 +121,31 @@ TEST(AnyOtherNumber, MeansDecibels) {
     EXPECT_EQ(recorder.last, "alternative prompt dB -20.000000");
 }
 
-TEST(AWholeNumber, ThatIsNoByteBecomesOneThatIsRefused) {
-    Recorder volume;
+TEST_F(Volume, WholeNumberOutsideAByteBecomesTheRefusedStep255) {
     for (const long long number :
          {-1LL, -256LL, 256LL, 356LL, 65536LL + 100, (1LL << 32) + 100,
           std::numeric_limits<long long>::min(), std::numeric_limits<long long>::max()}) {
-        volume.last.clear();
-        volume.setMasterVolume(number);
-        EXPECT_EQ(volume.last, "master steps 255") << number;
+        recorder.last.clear();
+        EXPECT_EQ(setMaster(number), "master steps 255") << number;
     }
-    volume.setMasterVolume(-100);
-    EXPECT_EQ(volume.last, "master steps 255");
-    volume.setMasterVolume(std::numeric_limits<unsigned long long>::max());
-    EXPECT_EQ(volume.last, "master steps 255");
-    volume.setMasterVolume(static_cast<signed char>(-1));
-    EXPECT_EQ(volume.last, "master steps 255");
+    recorder.last.clear();
+    EXPECT_EQ(setMaster(-100), "master steps 255");
+    EXPECT_EQ(setMaster(std::numeric_limits<unsigned long long>::max()), "master steps 255");
+    EXPECT_EQ(setMaster(static_cast<signed char>(-1)), "master steps 255");
 }
 
-enum VolumeOfAProgram { QUIET = 3, TOO_LOUD = 300 };
+enum ProgramVolume { QUIET = 3, TOO_LOUD = 300 };
 
-TEST(VolumeByStreamType, TakesEveryNumberForSteps) {
-    Recorder recorder;
-    audio::QVAudioSetting::Volume& volume = recorder;
-    EXPECT_EQ(volume.setVolumeByStreamType("music", 100), 7);
-    EXPECT_EQ(recorder.last, "music steps 100");
-    volume.setVolumeByStreamType("music", 101U);
-    EXPECT_EQ(recorder.last, "music steps 101");
-    volume.setVolumeByStreamType("music", std::uint8_t{102});
-    EXPECT_EQ(recorder.last, "music steps 102");
-    volume.setVolumeByStreamType("music", 103.9);
-    EXPECT_EQ(recorder.last, "music steps 103");
-    volume.setVolumeByStreamType("music", 104.0F);
-    EXPECT_EQ(recorder.last, "music steps 104");
-    volume.setVolumeByStreamType("music", QUIET);
-    EXPECT_EQ(recorder.last, "music steps 3");
+TEST_F(Volume, EveryNumberByStreamTypeMeansSteps) {
+    EXPECT_EQ(setByStreamType(100), "music steps 100");
+    EXPECT_EQ(setByStreamType(101U), "music steps 101");
+    EXPECT_EQ(setByStreamType(std::uint8_t{102}), "music steps 102");
+    EXPECT_EQ(setByStreamType(103.9), "music steps 103");
+    EXPECT_EQ(setByStreamType(104.0F), "music steps 104");
+    EXPECT_EQ(setByStreamType(QUIET), "music steps 3");
 }
 
-TEST(VolumeByStreamType, NeverNarrowsANumberToAnotherStep) {
+TEST(VolumeByStreamType, NumberOutsideAByteBecomesTheRefusedStep255) {
     Recorder recorder;
     const auto stepsOf = [&recorder](auto number) {
         recorder.last.clear();
@@ -174,41 +164,31 @@ TEST(VolumeByStreamType, NeverNarrowsANumberToAnotherStep) {
 }
 
 // The same on the client's own class, whose overriding operations would hide those of its base.
-TEST(AVolumeClient, RefusesNumbersOutsideTheirRangeWithItsOwnLine) {
+TEST(VolumeClient, RefusesNumbersOutsideTheirRangeWithOneLine) {
     ClientVolumeSetting volume;
     LogCapture log;
-    const auto refused = [&log](const char* function) {
-        const auto lines = log.count(6, "ClientVolumeSetting", function, "invalid input param\n");
+    const auto expectRefused = [&log](const char* function, int result) {
+        EXPECT_EQ(result, REFUSED) << function;
+        EXPECT_EQ(log.count(6, "ClientVolumeSetting", function, "invalid input param\n"), 1U)
+            << log.dump();
         log.clear();
-        return lines;
     };
-    EXPECT_EQ(volume.setMasterVolume(149), REFUSED);
-    EXPECT_EQ(refused("setMasterVolume"), 1U);
-    EXPECT_EQ(volume.setMasterVolume(256 + 100), REFUSED);
-    EXPECT_EQ(refused("setMasterVolume"), 1U);
-    EXPECT_EQ(volume.setMasterVolume(-1), REFUSED);
-    EXPECT_EQ(refused("setMasterVolume"), 1U);
-    EXPECT_EQ(volume.setMasterVolume(24.5), REFUSED);
-    EXPECT_EQ(refused("setMasterVolume"), 1U);
-    EXPECT_EQ(volume.setMasterVolume(std::numeric_limits<double>::max()), REFUSED);
-    EXPECT_EQ(refused("setMasterVolume"), 1U);
-    EXPECT_EQ(volume.setMasterVolume(std::numeric_limits<double>::quiet_NaN()), REFUSED);
-    EXPECT_EQ(refused("setMasterVolume"), 1U);
-    EXPECT_EQ(volume.setMainAudioDunkingTargetGain(101), REFUSED);
-    EXPECT_EQ(refused("setMainAudioDunkingTargetGain"), 1U);
-    EXPECT_EQ(volume.setMainAudioDunkingTargetGain(0.5), REFUSED);
-    EXPECT_EQ(refused("setMainAudioDunkingTargetGain"), 1U);
-    EXPECT_EQ(volume.setSecondAudioVolume(-1), REFUSED);
-    EXPECT_EQ(refused("setSecondAudioVolume"), 1U);
-    EXPECT_EQ(volume.setAlterAudioVolume(1000), REFUSED);
-    EXPECT_EQ(refused("setAlterAudioVolume"), 1U);
-    EXPECT_EQ(volume.setTrackVolume("main", "radio", 149), REFUSED);
-    EXPECT_EQ(refused("setTrackVolume"), 1U);
-    EXPECT_EQ(volume.setTrackVolume("main", "radio", -104.0), REFUSED);
-    EXPECT_EQ(refused("setTrackVolume"), 1U);
+    expectRefused("setMasterVolume", volume.setMasterVolume(149));
+    expectRefused("setMasterVolume", volume.setMasterVolume(256 + 100));
+    expectRefused("setMasterVolume", volume.setMasterVolume(-1));
+    expectRefused("setMasterVolume", volume.setMasterVolume(24.5));
+    expectRefused("setMasterVolume", volume.setMasterVolume(std::numeric_limits<double>::max()));
+    expectRefused("setMasterVolume",
+                  volume.setMasterVolume(std::numeric_limits<double>::quiet_NaN()));
+    expectRefused("setMainAudioDunkingTargetGain", volume.setMainAudioDunkingTargetGain(101));
+    expectRefused("setMainAudioDunkingTargetGain", volume.setMainAudioDunkingTargetGain(0.5));
+    expectRefused("setSecondAudioVolume", volume.setSecondAudioVolume(-1));
+    expectRefused("setAlterAudioVolume", volume.setAlterAudioVolume(1000));
+    expectRefused("setTrackVolume", volume.setTrackVolume("main", "radio", 149));
+    expectRefused("setTrackVolume", volume.setTrackVolume("main", "radio", -104.0));
 }
 
-TEST(AVolumeClient, RefusesStepsByStreamTypeOutsideTheirRange) {
+TEST(VolumeClient, RefusesStepsByStreamTypeOutsideTheirRange) {
     ClientVolumeSetting volume;
     LogCapture log;
     EXPECT_EQ(volume.setVolumeByStreamType("music", 149), REFUSED);
@@ -227,7 +207,7 @@ TEST(AVolumeClient, RefusesStepsByStreamTypeOutsideTheirRange) {
     EXPECT_EQ(volume.setVolumeByStreamType("music", 148), NOT_SENT);
 }
 
-TEST(AVolumeClient, TakesNumbersInsideTheirRange) {
+TEST(VolumeClient, TakesNumbersInsideTheirRange) {
     ClientVolumeSetting volume;
     LogCapture log;
     EXPECT_EQ(volume.setMasterVolume(148), NOT_SENT);
@@ -239,7 +219,7 @@ TEST(AVolumeClient, TakesNumbersInsideTheirRange) {
     EXPECT_EQ(log.count(6, "invalid input param\n"), 0U) << log.dump();
 }
 
-TEST(APathsNumber, IsNoTag) {
+TEST(VolumeClient, TakesAPathNumberForNoTag) {
     ClientVolumeSetting volume;
     LogCapture log;
     EXPECT_EQ(volume.mute(0, true), NOT_SENT);
@@ -254,7 +234,7 @@ TEST(APathsNumber, IsNoTag) {
     EXPECT_EQ(log.count(6, "Invalid param, tag=NULL.\n"), 0U) << log.dump();
 }
 
-TEST(ATag, IsNoPathsNumber) {
+TEST(VolumeClient, RefusesAnUnknownTag) {
     ClientVolumeSetting volume;
     LogCapture log;
     EXPECT_EQ(volume.mute("main", true), NOT_SENT);
@@ -273,7 +253,7 @@ constexpr bool
                          std::declval<Number>()))>> = true;
 
 static_assert(isVolume<int> && isVolume<double> && isVolume<unsigned long long>);
-// What is neither a step nor a gain does not become one silently.
+// Other types do not silently become a step or a gain.
 static_assert(!isVolume<bool>);
 static_assert(!isVolume<audio::audio_channel_idx_e>);
 static_assert(!isVolume<const char*>);

@@ -78,7 +78,7 @@ static_assert(sizeof(audio::audio_samplerate_capability_e) == 4);
 static_assert(sizeof(audio::audio_aec_quality_e) == 4 && sizeof(audio::audio_reverb_mode_e) == 4);
 static_assert(sizeof(audio::audio_ext_channel_idx_e) == 4);
 
-TEST(ASettingsConnection, HasItsNumber) {
+TEST(SettingConnectionType, HasItsListedNumber) {
     EXPECT_EQ(AUDIO_CONNECT_APP_SETTING, 128);
     EXPECT_EQ(AUDIO_CONNECT_MIXER_SETTING, 129);
     EXPECT_EQ(AUDIO_CONNECT_SOURCE_SETTING, 130);
@@ -86,7 +86,7 @@ TEST(ASettingsConnection, HasItsNumber) {
     EXPECT_EQ(AUDIO_CONNECT_RECORD_CONTROL, 133);
 }
 
-TEST(AnOutputPath, HasItsNumber) {
+TEST(OutputPath, HasItsListedNumber) {
     EXPECT_EQ(audio::AUDIO_OUT_PATH_MAIN, 1);
     EXPECT_EQ(audio::AUDIO_OUT_PATH_ALTERNATIVE, 2);
     EXPECT_EQ(audio::AUDIO_OUT_PATH_SECOND, 4);
@@ -94,21 +94,21 @@ TEST(AnOutputPath, HasItsNumber) {
 }
 
 // The bytes of records, typed out.
-TEST(AChannelGain, LiesInMemoryAsItTravels) {
+TEST(ChannelGain, HasTheBytesOfTheWire) {
     const audio::audio_channel_gain_t gain{0x04030201, 148, {}};
     const unsigned char expected[] = {1, 2, 3, 4, 148, 0, 0, 0};
     static_assert(sizeof gain == sizeof expected);
     EXPECT_EQ(std::memcmp(&gain, expected, sizeof expected), 0);
 }
 
-TEST(AMixerGain, LiesInMemoryAsItTravels) {
+TEST(MixerGain, HasTheBytesOfTheWire) {
     const audio::audio_mixer_gain_t gain{0x04030201, {10, 20, 30, 100}};
     const unsigned char expected[] = {1, 2, 3, 4, 10, 20, 30, 100};
     static_assert(sizeof gain == sizeof expected);
     EXPECT_EQ(std::memcmp(&gain, expected, sizeof expected), 0);
 }
 
-TEST(AMixerMatrix, LiesInMemoryAsItTravels) {
+TEST(MixerMatrix, HasTheBytesOfTheWire) {
     const audio::audio_mixer_matrix_t matrix{7, {0.0F, -103.5F, -1.0F, -2.0F}};
     const unsigned char expected[] = {7,    0,    0, 0, 0,    0,    0, 0, 0,    0,
                                       0xcf, 0xc2, 0, 0, 0x80, 0xbf, 0, 0, 0x00, 0xc0};
@@ -116,7 +116,7 @@ TEST(AMixerMatrix, LiesInMemoryAsItTravels) {
     EXPECT_EQ(std::memcmp(&matrix, expected, sizeof expected), 0);
 }
 
-TEST(AnEffectsBlock, HasItsDataRightBehindItsSize) {
+TEST(EffectBlock, HasItsDataRightAfterItsSize) {
     alignas(audio::effect_param_t) unsigned char place[12] = {8};
     auto& block = *reinterpret_cast<audio::effect_param_t*>(place);
     EXPECT_EQ(audio::effectData(block), place + 4);
@@ -125,7 +125,7 @@ TEST(AnEffectsBlock, HasItsDataRightBehindItsSize) {
 }
 
 /// Programs read the table by its symbol: pairs of floats, from -24 dB on.
-TEST(TheMicrophonesGainTable, HoldsPairsOfFloats) {
+TEST(MicrophoneGainTable, HoldsPairsOfFloats) {
     static_assert(sizeof gmic_gain_table == 71 * 2 * sizeof(float));
     const auto* const pairs = reinterpret_cast<const float*>(gmic_gain_table);
     struct Row {

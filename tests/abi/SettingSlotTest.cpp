@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The operations of the settings by their places in the tables, as programs that other compilers
-// built call them.
+// Programs built with other compilers call the operations of the settings by their slots.
 #include <cabinaudio/client/ClientAppSetting.h>
 #include <cabinaudio/client/ClientMixerSetting.h>
 #include <cabinaudio/client/ClientRecordControl.h>
@@ -13,573 +12,274 @@
 
 #include <gtest/gtest.h>
 
-#include <iterator>
-#include <new>
+#include <cstddef>
 #include <string>
 #include <vector>
 
 namespace {
 
-using cabinaudio::test::called;
 using cabinaudio::test::expectDestructorsSideBySide;
-using cabinaudio::test::gCalled;
+using cabinaudio::test::expectSlots;
 using cabinaudio::test::LogCapture;
-using cabinaudio::test::Plain;
+using cabinaudio::test::Operation;
+using cabinaudio::test::operation;
+using cabinaudio::test::Recording;
 using cabinaudio::test::slot;
 
-// Each says which operation was reached.
+/// The operations of a settings client by their slots, and the slot of its first destructor.
+template <typename Setting>
+struct Table;
 
-class RecordingVolume : public ClientVolumeSetting {
-public:
-    ~RecordingVolume() override { called("destructor"); }
-    int setMainAudioDunkingMode(unsigned) override { return called("setMainAudioDunkingMode"); }
-    int setMainAudioDunkingTargetGain(unsigned char) override {
-        return called("setMainAudioDunkingTargetGain(unsigned char)");
+template <>
+struct Table<ClientVolumeSetting> {
+    static constexpr std::size_t DESTRUCTORS = 50;
+    static std::vector<Operation> operations() {
+        using namespace audio;
+        using V = ClientVolumeSetting;
+        return {
+            operation<0, int (V::*)(unsigned), &V::setMainAudioDunkingMode>(),
+            operation<1, int (V::*)(unsigned char), &V::setMainAudioDunkingTargetGain>(),
+            operation<2, int (V::*)(float), &V::setMainAudioDunkingTargetGain>(),
+            operation<3, int (V::*)(unsigned char), &V::setMasterVolume>(),
+            operation<4, int (V::*)(float), &V::setMasterVolume>(),
+            operation<5, int (V::*)(unsigned char*), &V::getMasterVolume>(),
+            operation<6, int (V::*)(float*), &V::getMasterVolume>(),
+            operation<7, int (V::*)(audio_channel_gain_t*), &V::setChannelGain>(),
+            operation<8, int (V::*)(audio_channel_idx_e, float), &V::setChannelGain>(),
+            operation<9, int (V::*)(audio_channel_gain_t*), &V::getChannelGain>(),
+            operation<10, int (V::*)(audio_channel_idx_e, float*), &V::getChannelGain>(),
+            operation<11, int (V::*)(const char*, const char*, unsigned char),
+                      &V::setTrackVolume>(),
+            operation<12, int (V::*)(const char*, const char*, float), &V::setTrackVolume>(),
+            operation<13, int (V::*)(const char*, const char*, unsigned char*),
+                      &V::getTrackVolume>(),
+            operation<14, int (V::*)(const char*, const char*, float*), &V::getTrackVolume>(),
+            operation<15, int (V::*)(const char*, const char*, float), &V::setSourceLevel>(),
+            operation<16, int (V::*)(const char*, const char*, float*), &V::getSourceLevel>(),
+            operation<17, int (V::*)(const char*, bool), &V::mute>(),
+            operation<18, int (V::*)(const char*, bool), &V::demute>(),
+            operation<19, int (V::*)(int, int, unsigned), &V::setFadeBalance>(),
+            operation<20, int (V::*)(float), &V::setUpLinkGain>(),
+            operation<21, int (V::*)(audio_input_mux_id_e, float, float), &V::setAdcPgaGain>(),
+            operation<22, int (V::*)(audio_input_mux_id_e, float*, float*), &V::getAdcPgaGain>(),
+            operation<23, int (V::*)(audio_input_mux_id_e, float, float), &V::setAdcOpGain>(),
+            operation<24, int (V::*)(audio_input_mux_id_e, float*, float*), &V::getAdcOpGain>(),
+            operation<25, int (V::*)(float, float), &V::setMicAnalogGain>(),
+            operation<26, int (V::*)(float*, float*), &V::getMicAnalogGain>(),
+            operation<27, int (V::*)(unsigned char), &V::setSecondAudioVolume>(),
+            operation<28, int (V::*)(float), &V::setSecondAudioVolume>(),
+            operation<29, int (V::*)(unsigned char*), &V::getSecondAudioVolume>(),
+            operation<30, int (V::*)(float*), &V::getSecondAudioVolume>(),
+            operation<31, int (V::*)(unsigned char), &V::setAlterAudioVolume>(),
+            operation<32, int (V::*)(float), &V::setAlterAudioVolume>(),
+            operation<33, int (V::*)(unsigned char*), &V::getAlterAudioVolume>(),
+            operation<34, int (V::*)(float*), &V::getAlterAudioVolume>(),
+            operation<35, int (V::*)(float*), &V::getUpLinkGain>(),
+            operation<36, int (V::*)(const char*, bool&), &V::getMuteState>(),
+            operation<37, int (V::*)(const char*, unsigned char), &V::setVolumeByStreamType>(),
+            operation<38, int (V::*)(const char*, unsigned char&), &V::getVolumeByStreamType>(),
+            operation<39, int (V::*)(std::vector<std::string>&), &V::getStreamTypeList>(),
+            operation<40, int (V::*)(int), &V::duck>(),
+            operation<41, int (V::*)(), &V::unduck>(),
+            operation<42, int (V::*)(unsigned, bool), &V::setMute>(),
+            operation<43, int (V::*)(const char*, float), &V::setGainByStreamType>(),
+            operation<44, int (V::*)(const char*, float&), &V::getGainByStreamType>(),
+            operation<45, int (V::*)(), &V::startMicGainCalibration>(),
+            operation<46, int (V::*)(int&, float&), &V::getMicGainCalibrationResult>(),
+            operation<47, int (V::*)(const char*, const char*, float*), &V::setTrackChannelGain>(),
+            operation<48, int (V::*)(float, float), &V::setMasterVolumeRampDuration>(),
+            operation<49, int (V::*)(float&, float&), &V::getMasterVolumeRampDuration>(),
+        };
     }
-    int setMainAudioDunkingTargetGain(float) override {
-        return called("setMainAudioDunkingTargetGain(float)");
-    }
-    int setMasterVolume(unsigned char) override { return called("setMasterVolume(unsigned char)"); }
-    int setMasterVolume(float) override { return called("setMasterVolume(float)"); }
-    int getMasterVolume(unsigned char*) override {
-        return called("getMasterVolume(unsigned char*)");
-    }
-    int getMasterVolume(float*) override { return called("getMasterVolume(float*)"); }
-    int setChannelGain(audio::audio_channel_gain_t*) override {
-        return called("setChannelGain(audio_channel_gain_t*)");
-    }
-    int setChannelGain(audio::audio_channel_idx_e, float) override {
-        return called("setChannelGain(audio_channel_idx_e, float)");
-    }
-    int getChannelGain(audio::audio_channel_gain_t*) override {
-        return called("getChannelGain(audio_channel_gain_t*)");
-    }
-    int getChannelGain(audio::audio_channel_idx_e, float*) override {
-        return called("getChannelGain(audio_channel_idx_e, float*)");
-    }
-    int setTrackVolume(const char*, const char*, unsigned char) override {
-        return called("setTrackVolume(unsigned char)");
-    }
-    int setTrackVolume(const char*, const char*, float) override {
-        return called("setTrackVolume(float)");
-    }
-    int getTrackVolume(const char*, const char*, unsigned char*) override {
-        return called("getTrackVolume(unsigned char*)");
-    }
-    int getTrackVolume(const char*, const char*, float*) override {
-        return called("getTrackVolume(float*)");
-    }
-    int setSourceLevel(const char*, const char*, float) override {
-        return called("setSourceLevel");
-    }
-    int getSourceLevel(const char*, const char*, float*) override {
-        return called("getSourceLevel");
-    }
-    int mute(const char*, bool) override { return called("mute"); }
-    int demute(const char*, bool) override { return called("demute"); }
-    int setFadeBalance(int, int, unsigned) override { return called("setFadeBalance"); }
-    int setUpLinkGain(float) override { return called("setUpLinkGain"); }
-    int setAdcPgaGain(audio::audio_input_mux_id_e, float, float) override {
-        return called("setAdcPgaGain");
-    }
-    int getAdcPgaGain(audio::audio_input_mux_id_e, float*, float*) override {
-        return called("getAdcPgaGain");
-    }
-    int setAdcOpGain(audio::audio_input_mux_id_e, float, float) override {
-        return called("setAdcOpGain");
-    }
-    int getAdcOpGain(audio::audio_input_mux_id_e, float*, float*) override {
-        return called("getAdcOpGain");
-    }
-    int setMicAnalogGain(float, float) override { return called("setMicAnalogGain"); }
-    int getMicAnalogGain(float*, float*) override { return called("getMicAnalogGain"); }
-    int setSecondAudioVolume(unsigned char) override {
-        return called("setSecondAudioVolume(unsigned char)");
-    }
-    int setSecondAudioVolume(float) override { return called("setSecondAudioVolume(float)"); }
-    int getSecondAudioVolume(unsigned char*) override {
-        return called("getSecondAudioVolume(unsigned char*)");
-    }
-    int getSecondAudioVolume(float*) override { return called("getSecondAudioVolume(float*)"); }
-    int setAlterAudioVolume(unsigned char) override {
-        return called("setAlterAudioVolume(unsigned char)");
-    }
-    int setAlterAudioVolume(float) override { return called("setAlterAudioVolume(float)"); }
-    int getAlterAudioVolume(unsigned char*) override {
-        return called("getAlterAudioVolume(unsigned char*)");
-    }
-    int getAlterAudioVolume(float*) override { return called("getAlterAudioVolume(float*)"); }
-    int getUpLinkGain(float*) override { return called("getUpLinkGain"); }
-    int getMuteState(const char*, bool&) override { return called("getMuteState"); }
-    int setVolumeByStreamType(const char*, unsigned char) override {
-        return called("setVolumeByStreamType");
-    }
-    int getVolumeByStreamType(const char*, unsigned char&) override {
-        return called("getVolumeByStreamType");
-    }
-    int getStreamTypeList(std::vector<std::string>&) override {
-        return called("getStreamTypeList");
-    }
-    int duck(int) override { return called("duck"); }
-    int unduck() override { return called("unduck"); }
-    int setMute(unsigned, bool) override { return called("setMute"); }
-    int setGainByStreamType(const char*, float) override { return called("setGainByStreamType"); }
-    int getGainByStreamType(const char*, float&) override { return called("getGainByStreamType"); }
-    int startMicGainCalibration() override { return called("startMicGainCalibration"); }
-    int getMicGainCalibrationResult(int&, float&) override {
-        return called("getMicGainCalibrationResult");
-    }
-    int setTrackChannelGain(const char*, const char*, float*) override {
-        return called("setTrackChannelGain");
-    }
-    int setMasterVolumeRampDuration(float, float) override {
-        return called("setMasterVolumeRampDuration");
-    }
-    int getMasterVolumeRampDuration(float&, float&) override {
-        return called("getMasterVolumeRampDuration");
-    }
-
-    static constexpr std::size_t DESTRUCTOR = 50;
-    static constexpr const char* ORDER[] = {"setMainAudioDunkingMode",
-                                            "setMainAudioDunkingTargetGain(unsigned char)",
-                                            "setMainAudioDunkingTargetGain(float)",
-                                            "setMasterVolume(unsigned char)",
-                                            "setMasterVolume(float)",
-                                            "getMasterVolume(unsigned char*)",
-                                            "getMasterVolume(float*)",
-                                            "setChannelGain(audio_channel_gain_t*)",
-                                            "setChannelGain(audio_channel_idx_e, float)",
-                                            "getChannelGain(audio_channel_gain_t*)",
-                                            "getChannelGain(audio_channel_idx_e, float*)",
-                                            "setTrackVolume(unsigned char)",
-                                            "setTrackVolume(float)",
-                                            "getTrackVolume(unsigned char*)",
-                                            "getTrackVolume(float*)",
-                                            "setSourceLevel",
-                                            "getSourceLevel",
-                                            "mute",
-                                            "demute",
-                                            "setFadeBalance",
-                                            "setUpLinkGain",
-                                            "setAdcPgaGain",
-                                            "getAdcPgaGain",
-                                            "setAdcOpGain",
-                                            "getAdcOpGain",
-                                            "setMicAnalogGain",
-                                            "getMicAnalogGain",
-                                            "setSecondAudioVolume(unsigned char)",
-                                            "setSecondAudioVolume(float)",
-                                            "getSecondAudioVolume(unsigned char*)",
-                                            "getSecondAudioVolume(float*)",
-                                            "setAlterAudioVolume(unsigned char)",
-                                            "setAlterAudioVolume(float)",
-                                            "getAlterAudioVolume(unsigned char*)",
-                                            "getAlterAudioVolume(float*)",
-                                            "getUpLinkGain",
-                                            "getMuteState",
-                                            "setVolumeByStreamType",
-                                            "getVolumeByStreamType",
-                                            "getStreamTypeList",
-                                            "duck",
-                                            "unduck",
-                                            "setMute",
-                                            "setGainByStreamType",
-                                            "getGainByStreamType",
-                                            "startMicGainCalibration",
-                                            "getMicGainCalibrationResult",
-                                            "setTrackChannelGain",
-                                            "setMasterVolumeRampDuration",
-                                            "getMasterVolumeRampDuration",
-                                            "",
-                                            ""};
 };
 
-class RecordingSource : public ClientSourceSetting {
-public:
-    ~RecordingSource() override { called("destructor"); }
-    int setOutPutSource(const char*, const char*) override { return called("setOutPutSource"); }
-    const char* getOutPutSource(const char*) override {
-        called("getOutPutSource");
-        return nullptr;
+template <>
+struct Table<ClientSourceSetting> {
+    static constexpr std::size_t DESTRUCTORS = 33;
+    static std::vector<Operation> operations() {
+        using namespace audio;
+        using S = ClientSourceSetting;
+        return {
+            operation<0, int (S::*)(const char*, const char*), &S::setOutPutSource>(),
+            operation<1, const char* (S::*)(const char*), &S::getOutPutSource>(),
+            operation<2, int (S::*)(const char*, std::vector<std::string>&),
+                      &S::getActiveTracksName>(),
+            operation<3, int (S::*)(const char*, const char*, std::string&),
+                      &S::getTrackStreamType>(),
+            operation<4, int (S::*)(const char*, const char*), &S::setInputDestination>(),
+            operation<5, const char* (S::*)(const char*), &S::getInputDestination>(),
+            operation<6, int (S::*)(const char*), &S::dumpOutPutSourceList>(),
+            operation<7, int (S::*)(const char*), &S::dumpInputDestinationList>(),
+            operation<8,
+                      int (AudioSourceSetting::*)(audio_input_mux_id_e, audio_input_select_pin_e),
+                      &S::setInputMuxPin>(),
+            operation<9,
+                      int (AudioSourceSetting::*)(audio_input_mux_id_e, audio_input_select_pin_e*),
+                      &S::getInputMuxPin>(),
+            operation<10, int (S::*)(audio_input_mux_id_e, char), &S::setExtAdcEnable>(),
+            operation<11, int (S::*)(audio_dac_output_mapping_tbl_t*), &S::setDacOutPutMapping>(),
+            operation<12, int (S::*)(audio_dac_output_mapping_tbl_t*), &S::getDacOutPutMapping>(),
+            operation<13, int (S::*)(audio_i2s_output_mapping_tbl_t*), &S::setI2sOutPutMapping>(),
+            operation<14, int (S::*)(audio_i2s_output_mapping_tbl_t*), &S::getI2sOutPutMapping>(),
+            operation<15, int (S::*)(bool), &S::setAdcLeftRightSwitch>(),
+            operation<16, int (S::*)(audio_channel_idx_e, audio_speaker_test_pattern_e),
+                      &S::setMainAudioSpeakerTestPattern>(),
+            operation<17, int (S::*)(audio_channel_idx_e, int),
+                      &S::setMainAudioSpeakerTestPattern>(),
+            operation<18, int (S::*)(audio_pcm_hw_intf_cfg_t*), &S::configurePcmHwInterface>(),
+            operation<19, int (S::*)(bool), &S::enablePcmHwInterface>(),
+            operation<20, int (S::*)(audio_channel_idx_e), &S::setSpeakerOutPut>(),
+            operation<21, int (S::*)(const char*), &S::getActivedSourceNumber>(),
+            operation<22, int (S::*)(int), &S::setHandsfreeDelay>(),
+            operation<23, int (S::*)(audio_samplerate_capability_e), &S::setSamplerateCapability>(),
+            operation<24, int (S::*)(bool), &S::setAdcPrcMode>(),
+            operation<25, int (S::*)(audio_i2s_select_param_e, audio_i2s_format_parameter_t*),
+                      &S::setI2sFormatAndConfig>(),
+            operation<26, int (S::*)(bool), &S::setAdcPinIntoGPIO>(),
+            operation<
+                27, int (S::*)(audio_output_src_tag_e, std::vector<audio_output_src_parameter_t>&),
+                &S::getOutPutTrackInfoList>(),
+            operation<28, int (S::*)(audio_hw_type_e, unsigned*), &S::getHWSignalEnergy>(),
+            operation<29, int (S::*)(int), &S::setAlterLatency>(),
+            operation<30, int (S::*)(bool), &S::setHwAutoRampMode>(),
+            operation<31, int (S::*)(audio_channel_idx_e*), &S::getSpeakerOutPut>(),
+            operation<32, int (S::*)(std::vector<audio_track_info_t>&), &S::getActiveTracksInfo>(),
+            operation<35, int (S::*)(audio_seat_id_e, audio_source_id_e), &S::selectSource>(),
+            operation<36, int (S::*)(audio_seat_state_e), &S::setFrontAudioState>(),
+            operation<37, int (S::*)(audio_seat_state_e), &S::setRearAudioState>(),
+            operation<38, int (S::*)(audio_input_mux_id_e, audio_input_select_pin_e),
+                      &S::setAdcMuxPin>(),
+            operation<39, int (S::*)(audio_input_mux_id_e, audio_input_select_pin_e*),
+                      &S::getAdcMuxPin>(),
+            operation<40, int (S::*)(audio_output_src_tag_e, audio_output_src_parameter_t*, int*),
+                      &S::getOutputTrackInfo>(),
+        };
     }
-    int getActiveTracksName(const char*, std::vector<std::string>&) override {
-        return called("getActiveTracksName");
-    }
-    int getTrackStreamType(const char*, const char*, std::string&) override {
-        return called("getTrackStreamType");
-    }
-    int setInputDestination(const char*, const char*) override {
-        return called("setInputDestination");
-    }
-    const char* getInputDestination(const char*) override {
-        called("getInputDestination");
-        return nullptr;
-    }
-    int dumpOutPutSourceList(const char*) override { return called("dumpOutPutSourceList"); }
-    int dumpInputDestinationList(const char*) override {
-        return called("dumpInputDestinationList");
-    }
-    int setInputMuxPin(audio::audio_input_mux_id_e, audio::audio_input_select_pin_e) override {
-        return called("setInputMuxPin");
-    }
-    int getInputMuxPin(audio::audio_input_mux_id_e, audio::audio_input_select_pin_e*) override {
-        return called("getInputMuxPin");
-    }
-    int setExtAdcEnable(audio::audio_input_mux_id_e, char) override {
-        return called("setExtAdcEnable");
-    }
-    int setDacOutPutMapping(audio::audio_dac_output_mapping_tbl_t*) override {
-        return called("setDacOutPutMapping");
-    }
-    int getDacOutPutMapping(audio::audio_dac_output_mapping_tbl_t*) override {
-        return called("getDacOutPutMapping");
-    }
-    int setI2sOutPutMapping(audio::audio_i2s_output_mapping_tbl_t*) override {
-        return called("setI2sOutPutMapping");
-    }
-    int getI2sOutPutMapping(audio::audio_i2s_output_mapping_tbl_t*) override {
-        return called("getI2sOutPutMapping");
-    }
-    int setAdcLeftRightSwitch(bool) override { return called("setAdcLeftRightSwitch"); }
-    int setMainAudioSpeakerTestPattern(audio::audio_channel_idx_e,
-                                       audio::audio_speaker_test_pattern_e) override {
-        return called("setMainAudioSpeakerTestPattern(audio_speaker_test_pattern_e)");
-    }
-    int setMainAudioSpeakerTestPattern(audio::audio_channel_idx_e, int) override {
-        return called("setMainAudioSpeakerTestPattern(int)");
-    }
-    int configurePcmHwInterface(audio::audio_pcm_hw_intf_cfg_t*) override {
-        return called("configurePcmHwInterface");
-    }
-    int enablePcmHwInterface(bool) override { return called("enablePcmHwInterface"); }
-    int setSpeakerOutPut(audio::audio_channel_idx_e) override { return called("setSpeakerOutPut"); }
-    int getActivedSourceNumber(const char*) override { return called("getActivedSourceNumber"); }
-    int setHandsfreeDelay(int) override { return called("setHandsfreeDelay"); }
-    int setSamplerateCapability(audio::audio_samplerate_capability_e) override {
-        return called("setSamplerateCapability");
-    }
-    int setAdcPrcMode(bool) override { return called("setAdcPrcMode"); }
-    int setI2sFormatAndConfig(audio::audio_i2s_select_param_e,
-                              audio::audio_i2s_format_parameter_t*) override {
-        return called("setI2sFormatAndConfig");
-    }
-    int setAdcPinIntoGPIO(bool) override { return called("setAdcPinIntoGPIO"); }
-    int getOutPutTrackInfoList(audio::audio_output_src_tag_e,
-                               std::vector<audio::audio_output_src_parameter_t>&) override {
-        return called("getOutPutTrackInfoList");
-    }
-    int getHWSignalEnergy(audio::audio_hw_type_e, unsigned*) override {
-        return called("getHWSignalEnergy");
-    }
-    int setAlterLatency(int) override { return called("setAlterLatency"); }
-    int setHwAutoRampMode(bool) override { return called("setHwAutoRampMode"); }
-    int getSpeakerOutPut(audio::audio_channel_idx_e*) override {
-        return called("getSpeakerOutPut");
-    }
-    int getActiveTracksInfo(std::vector<audio::audio_track_info_t>&) override {
-        return called("getActiveTracksInfo");
-    }
-    int selectSource(audio_seat_id_e, audio_source_id_e) override { return called("selectSource"); }
-    int setFrontAudioState(audio_seat_state_e) override { return called("setFrontAudioState"); }
-    int setRearAudioState(audio_seat_state_e) override { return called("setRearAudioState"); }
-    int setAdcMuxPin(audio::audio_input_mux_id_e, audio::audio_input_select_pin_e) override {
-        return called("setAdcMuxPin");
-    }
-    int getAdcMuxPin(audio::audio_input_mux_id_e, audio::audio_input_select_pin_e*) override {
-        return called("getAdcMuxPin");
-    }
-    int getOutputTrackInfo(audio::audio_output_src_tag_e, audio::audio_output_src_parameter_t*,
-                           int*) override {
-        return called("getOutputTrackInfo");
-    }
-
-    static constexpr std::size_t DESTRUCTOR = 33;
-    static constexpr const char* ORDER[] = {
-        "setOutPutSource",
-        "getOutPutSource",
-        "getActiveTracksName",
-        "getTrackStreamType",
-        "setInputDestination",
-        "getInputDestination",
-        "dumpOutPutSourceList",
-        "dumpInputDestinationList",
-        "setInputMuxPin",
-        "getInputMuxPin",
-        "setExtAdcEnable",
-        "setDacOutPutMapping",
-        "getDacOutPutMapping",
-        "setI2sOutPutMapping",
-        "getI2sOutPutMapping",
-        "setAdcLeftRightSwitch",
-        "setMainAudioSpeakerTestPattern(audio_speaker_test_pattern_e)",
-        "setMainAudioSpeakerTestPattern(int)",
-        "configurePcmHwInterface",
-        "enablePcmHwInterface",
-        "setSpeakerOutPut",
-        "getActivedSourceNumber",
-        "setHandsfreeDelay",
-        "setSamplerateCapability",
-        "setAdcPrcMode",
-        "setI2sFormatAndConfig",
-        "setAdcPinIntoGPIO",
-        "getOutPutTrackInfoList",
-        "getHWSignalEnergy",
-        "setAlterLatency",
-        "setHwAutoRampMode",
-        "getSpeakerOutPut",
-        "getActiveTracksInfo",
-        "",
-        "",
-        "selectSource",
-        "setFrontAudioState",
-        "setRearAudioState",
-        "setAdcMuxPin",
-        "getAdcMuxPin",
-        "getOutputTrackInfo"};
 };
 
-class RecordingApp : public ClientAppSetting {
-public:
-    ~RecordingApp() override { called("destructor"); }
-    int setFilter(audio::audio_filter_parameter_t*) override { return called("setFilter"); }
-    int getFilter(audio::audio_filter_parameter_t*) override { return called("getFilter"); }
-    int setBassTreble(audio::audio_bt_parameter_t*) override { return called("setBassTreble"); }
-    int getBassTreble(audio::audio_bt_parameter_t*) override { return called("getBassTreble"); }
-    int setLoudness(audio::audio_loudness_parameter_t*) override {
-        return called("setLoudness(audio_loudness_parameter_t*)");
+template <>
+struct Table<ClientAppSetting> {
+    static constexpr std::size_t DESTRUCTORS = 52;
+    static std::vector<Operation> operations() {
+        using namespace audio;
+        using A = ClientAppSetting;
+        return {
+            operation<0, int (A::*)(audio_filter_parameter_t*), &A::setFilter>(),
+            operation<1, int (A::*)(audio_filter_parameter_t*), &A::getFilter>(),
+            operation<2, int (A::*)(audio_bt_parameter_t*), &A::setBassTreble>(),
+            operation<3, int (A::*)(audio_bt_parameter_t*), &A::getBassTreble>(),
+            operation<4, int (A::*)(audio_loudness_parameter_t*), &A::setLoudness>(),
+            operation<5, int (A::*)(audio_ext_loudness_parameter_t*), &A::setLoudness>(),
+            operation<6, int (A::*)(audio_loudness_parameter_t*), &A::getLoudness>(),
+            operation<7, int (A::*)(audio_eq_parameter_t*), &A::setEqualizer>(),
+            operation<8, int (A::*)(audio_eq_parameter_t*), &A::getEqualizer>(),
+            operation<9, int (A::*)(audio_eq_qvalue_table_t*), &A::getEqualizerQValueTable>(),
+            operation<10, int (A::*)(audio_eq_cf_table_t*), &A::getEqualizerCfTable>(),
+            operation<11, int (A::*)(audio_eq_spectrum_t*), &A::getEqualizerSpectrum>(),
+            operation<12, int (A::*)(), &A::enableDps>(),
+            operation<13, int (A::*)(), &A::disableDps>(),
+            operation<14, int (A::*)(audio_dps_profile_id_e), &A::setDpsProfile>(),
+            operation<15, int (A::*)(), &A::enableDpsStereoCtrl>(),
+            operation<16, int (A::*)(), &A::disableDpsStereoCtrl>(),
+            operation<17, int (A::*)(float), &A::setDpsUserGain>(),
+            operation<18, int (A::*)(float*), &A::getDpsUserGain>(),
+            operation<19, int (A::*)(audio_dps_user_eq_parameter_t*), &A::setDpsUserEq>(),
+            operation<20, int (A::*)(audio_dps_user_eq_parameter_t*), &A::getDpsUserEq>(),
+            operation<21, int (A::*)(audio_sound_quality_t*), &A::setQualityOfSound>(),
+            operation<22, int (A::*)(audio_sound_quality_t*), &A::getQualityOfSound>(),
+            operation<23, int (A::*)(audio_channel_idx_e, float), &A::setSpeakerDelay>(),
+            operation<24, int (A::*)(audio_channel_idx_e, float*), &A::getSpeakerDelay>(),
+            operation<25, int (A::*)(audio_aec_quality_e), &A::setQualityOfAEC>(),
+            operation<26, int (A::*)(audio_aec_quality_e*), &A::getQualityOfAEC>(),
+            operation<27, int (A::*)(audio_uplink_config_t*), &A::setUplinkConfig>(),
+            operation<28, int (A::*)(audio_eq_type), &A::setEqualizerType>(),
+            operation<29, int (A::*)(), &A::enableByPassMode>(),
+            operation<30, int (A::*)(), &A::disableByPassMode>(),
+            operation<31, int (A::*)(audio_ext_eq_parameter_t*), &A::setEqualizer>(),
+            operation<32, int (A::*)(audio_ext_eq_parameter_t*), &A::getEqualizer>(),
+            operation<33, int (A::*)(), &A::setDownlinkDelayEstimation>(),
+            operation<34, int (A::*)(short*), &A::getDownlinkDelayEstimation>(),
+            operation<35, int (A::*)(bool), &A::setSurround>(),
+            operation<36, int (A::*)(int), &A::setDuplexOfAEC>(),
+            operation<37, int (A::*)(int*), &A::getDuplexOfAEC>(),
+            operation<38, int (A::*)(int), &A::setNRAttenuation>(),
+            operation<39, int (A::*)(int*), &A::getNRAttenuation>(),
+            operation<40, int (A::*)(audio_nlp_config_t*), &A::setNLPConfig>(),
+            operation<41, int (A::*)(audio_nlp_config_t*), &A::getNLPConfig>(),
+            operation<42, int (A::*)(audio_handsfree_eq_t*), &A::setHandsfreeEQ>(),
+            operation<43, int (A::*)(audio_handsfree_eq_t*), &A::getHandsfreeEQ>(),
+            operation<44, int (A::*)(audio_dacgain_ctrl_t*), &A::setDACGainControl>(),
+            operation<45, int (A::*)(audio_int_dac_sample_rate_e), &A::setDACSampleRateCtrl>(),
+            operation<46, int (A::*)(audio_out_data_energy_t*), &A::getOutPutDataEnergy>(),
+            operation<47, int (A::*)(audio_reverb_mode_e), &A::setReverbMode>(),
+            operation<48, int (A::*)(const char*, const char*, bool), &A::setEffectEnabled>(),
+            operation<49, int (A::*)(const char*, const char*, bool&), &A::getEffectEnabled>(),
+            operation<50, int (A::*)(const char*, const char*, const effect_param_t&),
+                      &A::setEffectParameter>(),
+            operation<51, int (A::*)(const char*, const char*, effect_param_t&),
+                      &A::getEffectParameter>(),
+        };
     }
-    int setLoudness(audio::audio_ext_loudness_parameter_t*) override {
-        return called("setLoudness(audio_ext_loudness_parameter_t*)");
-    }
-    int getLoudness(audio::audio_loudness_parameter_t*) override { return called("getLoudness"); }
-    int setEqualizer(audio::audio_eq_parameter_t*) override {
-        return called("setEqualizer(audio_eq_parameter_t*)");
-    }
-    int getEqualizer(audio::audio_eq_parameter_t*) override {
-        return called("getEqualizer(audio_eq_parameter_t*)");
-    }
-    int getEqualizerQValueTable(audio::audio_eq_qvalue_table_t*) override {
-        return called("getEqualizerQValueTable");
-    }
-    int getEqualizerCfTable(audio::audio_eq_cf_table_t*) override {
-        return called("getEqualizerCfTable");
-    }
-    int getEqualizerSpectrum(audio::audio_eq_spectrum_t*) override {
-        return called("getEqualizerSpectrum");
-    }
-    int enableDps() override { return called("enableDps"); }
-    int disableDps() override { return called("disableDps"); }
-    int setDpsProfile(audio::audio_dps_profile_id_e) override { return called("setDpsProfile"); }
-    int enableDpsStereoCtrl() override { return called("enableDpsStereoCtrl"); }
-    int disableDpsStereoCtrl() override { return called("disableDpsStereoCtrl"); }
-    int setDpsUserGain(float) override { return called("setDpsUserGain"); }
-    int getDpsUserGain(float*) override { return called("getDpsUserGain"); }
-    int setDpsUserEq(audio::audio_dps_user_eq_parameter_t*) override {
-        return called("setDpsUserEq");
-    }
-    int getDpsUserEq(audio::audio_dps_user_eq_parameter_t*) override {
-        return called("getDpsUserEq");
-    }
-    int setQualityOfSound(audio::audio_sound_quality_t*) override {
-        return called("setQualityOfSound");
-    }
-    int getQualityOfSound(audio::audio_sound_quality_t*) override {
-        return called("getQualityOfSound");
-    }
-    int setSpeakerDelay(audio::audio_channel_idx_e, float) override {
-        return called("setSpeakerDelay");
-    }
-    int getSpeakerDelay(audio::audio_channel_idx_e, float*) override {
-        return called("getSpeakerDelay");
-    }
-    int setQualityOfAEC(audio::audio_aec_quality_e) override { return called("setQualityOfAEC"); }
-    int getQualityOfAEC(audio::audio_aec_quality_e*) override { return called("getQualityOfAEC"); }
-    int setUplinkConfig(audio::audio_uplink_config_t*) override {
-        return called("setUplinkConfig");
-    }
-    int setEqualizerType(audio::audio_eq_type) override { return called("setEqualizerType"); }
-    int enableByPassMode() override { return called("enableByPassMode"); }
-    int disableByPassMode() override { return called("disableByPassMode"); }
-    int setEqualizer(audio::audio_ext_eq_parameter_t*) override {
-        return called("setEqualizer(audio_ext_eq_parameter_t*)");
-    }
-    int getEqualizer(audio::audio_ext_eq_parameter_t*) override {
-        return called("getEqualizer(audio_ext_eq_parameter_t*)");
-    }
-    int setDownlinkDelayEstimation() override { return called("setDownlinkDelayEstimation"); }
-    int getDownlinkDelayEstimation(short*) override { return called("getDownlinkDelayEstimation"); }
-    int setSurround(bool) override { return called("setSurround"); }
-    int setDuplexOfAEC(int) override { return called("setDuplexOfAEC"); }
-    int getDuplexOfAEC(int*) override { return called("getDuplexOfAEC"); }
-    int setNRAttenuation(int) override { return called("setNRAttenuation"); }
-    int getNRAttenuation(int*) override { return called("getNRAttenuation"); }
-    int setNLPConfig(audio::audio_nlp_config_t*) override { return called("setNLPConfig"); }
-    int getNLPConfig(audio::audio_nlp_config_t*) override { return called("getNLPConfig"); }
-    int setHandsfreeEQ(audio::audio_handsfree_eq_t*) override { return called("setHandsfreeEQ"); }
-    int getHandsfreeEQ(audio::audio_handsfree_eq_t*) override { return called("getHandsfreeEQ"); }
-    int setDACGainControl(audio::audio_dacgain_ctrl_t*) override {
-        return called("setDACGainControl");
-    }
-    int setDACSampleRateCtrl(audio::audio_int_dac_sample_rate_e) override {
-        return called("setDACSampleRateCtrl");
-    }
-    int getOutPutDataEnergy(audio::audio_out_data_energy_t*) override {
-        return called("getOutPutDataEnergy");
-    }
-    int setReverbMode(audio::audio_reverb_mode_e) override { return called("setReverbMode"); }
-    int setEffectEnabled(const char*, const char*, bool) override {
-        return called("setEffectEnabled");
-    }
-    int getEffectEnabled(const char*, const char*, bool&) override {
-        return called("getEffectEnabled");
-    }
-    int setEffectParameter(const char*, const char*, const audio::effect_param_t&) override {
-        return called("setEffectParameter");
-    }
-    int getEffectParameter(const char*, const char*, audio::effect_param_t&) override {
-        return called("getEffectParameter");
-    }
-
-    static constexpr std::size_t DESTRUCTOR = 52;
-    static constexpr const char* ORDER[] = {"setFilter",
-                                            "getFilter",
-                                            "setBassTreble",
-                                            "getBassTreble",
-                                            "setLoudness(audio_loudness_parameter_t*)",
-                                            "setLoudness(audio_ext_loudness_parameter_t*)",
-                                            "getLoudness",
-                                            "setEqualizer(audio_eq_parameter_t*)",
-                                            "getEqualizer(audio_eq_parameter_t*)",
-                                            "getEqualizerQValueTable",
-                                            "getEqualizerCfTable",
-                                            "getEqualizerSpectrum",
-                                            "enableDps",
-                                            "disableDps",
-                                            "setDpsProfile",
-                                            "enableDpsStereoCtrl",
-                                            "disableDpsStereoCtrl",
-                                            "setDpsUserGain",
-                                            "getDpsUserGain",
-                                            "setDpsUserEq",
-                                            "getDpsUserEq",
-                                            "setQualityOfSound",
-                                            "getQualityOfSound",
-                                            "setSpeakerDelay",
-                                            "getSpeakerDelay",
-                                            "setQualityOfAEC",
-                                            "getQualityOfAEC",
-                                            "setUplinkConfig",
-                                            "setEqualizerType",
-                                            "enableByPassMode",
-                                            "disableByPassMode",
-                                            "setEqualizer(audio_ext_eq_parameter_t*)",
-                                            "getEqualizer(audio_ext_eq_parameter_t*)",
-                                            "setDownlinkDelayEstimation",
-                                            "getDownlinkDelayEstimation",
-                                            "setSurround",
-                                            "setDuplexOfAEC",
-                                            "getDuplexOfAEC",
-                                            "setNRAttenuation",
-                                            "getNRAttenuation",
-                                            "setNLPConfig",
-                                            "getNLPConfig",
-                                            "setHandsfreeEQ",
-                                            "getHandsfreeEQ",
-                                            "setDACGainControl",
-                                            "setDACSampleRateCtrl",
-                                            "getOutPutDataEnergy",
-                                            "setReverbMode",
-                                            "setEffectEnabled",
-                                            "getEffectEnabled",
-                                            "setEffectParameter",
-                                            "getEffectParameter",
-                                            "",
-                                            ""};
 };
 
-class RecordingMixer : public ClientMixerSetting {
-public:
-    ~RecordingMixer() override { called("destructor"); }
-    int setUpMixMode(unsigned) override { return called("setUpMixMode"); }
-    int mixExtGps(unsigned) override { return called("mixExtGps"); }
-    int setGpsMixerGain(audio::audio_mixer_gain_t*) override {
-        return called("setGpsMixerGain(audio_mixer_gain_t*)");
+template <>
+struct Table<ClientMixerSetting> {
+    static constexpr std::size_t DESTRUCTORS = 11;
+    static std::vector<Operation> operations() {
+        using namespace audio;
+        using M = ClientMixerSetting;
+        return {
+            operation<0, int (M::*)(unsigned), &M::setUpMixMode>(),
+            operation<1, int (M::*)(unsigned), &M::mixExtGps>(),
+            operation<2, int (M::*)(audio_mixer_gain_t*), &M::setGpsMixerGain>(),
+            operation<3, int (M::*)(audio_mixer_matrix_t*), &M::setGpsMixerGain>(),
+            operation<4, int (M::*)(audio_mixer_gain_t*), &M::setEffectMixerGain>(),
+            operation<5, int (M::*)(audio_mixer_matrix_t*), &M::setEffectMixerGain>(),
+            operation<6, int (M::*)(audio_mixer_gain_t*), &M::setAlternativeAudioMixerGain>(),
+            operation<7, int (M::*)(audio_mixer_matrix_t*), &M::setAlternativeAudioMixerGain>(),
+            operation<8, int (M::*)(bool), &M::mixRearAudioWithFrontAudio>(),
+            operation<9, int (M::*)(audio_ext_channel_idx_e, bool),
+                      &M::setHwAlternativeAudioMixerWithMain>(),
+            operation<10, int (M::*)(unsigned*), &M::getUpMixMode>(),
+        };
     }
-    int setGpsMixerGain(audio::audio_mixer_matrix_t*) override {
-        return called("setGpsMixerGain(audio_mixer_matrix_t*)");
-    }
-    int setEffectMixerGain(audio::audio_mixer_gain_t*) override {
-        return called("setEffectMixerGain(audio_mixer_gain_t*)");
-    }
-    int setEffectMixerGain(audio::audio_mixer_matrix_t*) override {
-        return called("setEffectMixerGain(audio_mixer_matrix_t*)");
-    }
-    int setAlternativeAudioMixerGain(audio::audio_mixer_gain_t*) override {
-        return called("setAlternativeAudioMixerGain(audio_mixer_gain_t*)");
-    }
-    int setAlternativeAudioMixerGain(audio::audio_mixer_matrix_t*) override {
-        return called("setAlternativeAudioMixerGain(audio_mixer_matrix_t*)");
-    }
-    int mixRearAudioWithFrontAudio(bool) override { return called("mixRearAudioWithFrontAudio"); }
-    int setHwAlternativeAudioMixerWithMain(audio::audio_ext_channel_idx_e, bool) override {
-        return called("setHwAlternativeAudioMixerWithMain");
-    }
-    int getUpMixMode(unsigned*) override { return called("getUpMixMode"); }
-
-    static constexpr std::size_t DESTRUCTOR = 11;
-    static constexpr const char* ORDER[] = {"setUpMixMode",
-                                            "mixExtGps",
-                                            "setGpsMixerGain(audio_mixer_gain_t*)",
-                                            "setGpsMixerGain(audio_mixer_matrix_t*)",
-                                            "setEffectMixerGain(audio_mixer_gain_t*)",
-                                            "setEffectMixerGain(audio_mixer_matrix_t*)",
-                                            "setAlternativeAudioMixerGain(audio_mixer_gain_t*)",
-                                            "setAlternativeAudioMixerGain(audio_mixer_matrix_t*)",
-                                            "mixRearAudioWithFrontAudio",
-                                            "setHwAlternativeAudioMixerWithMain",
-                                            "getUpMixMode",
-                                            "",
-                                            ""};
 };
 
-class RecordingRecordControl : public ClientAudioRecordControl {
-public:
-    ~RecordingRecordControl() override { called("destructor"); }
-    int set(const char*, const char*, const audio::effect_param_t&) override {
-        return called("set");
+template <>
+struct Table<ClientAudioRecordControl> {
+    static constexpr std::size_t DESTRUCTORS = 2;
+    static std::vector<Operation> operations() {
+        using namespace audio;
+        using R = ClientAudioRecordControl;
+        return {
+            operation<0, int (R::*)(const char*, const char*, const effect_param_t&), &R::set>(),
+            operation<1, int (R::*)(const char*, const char*, effect_param_t&), &R::get>(),
+        };
     }
-    int get(const char*, const char*, audio::effect_param_t&) override { return called("get"); }
-
-    static constexpr std::size_t DESTRUCTOR = 2;
-    static constexpr const char* ORDER[] = {"set", "get", "", ""};
 };
 
-template <typename Recording>
-class ASettingsVirtualTable : public ::testing::Test {};
+template <typename Setting>
+class SettingTable : public ::testing::Test {};
 
-using EverySetting = ::testing::Types<RecordingVolume, RecordingSource, RecordingApp,
-                                      RecordingMixer, RecordingRecordControl>;
-TYPED_TEST_SUITE(ASettingsVirtualTable, EverySetting);
+using EverySetting = ::testing::Types<ClientVolumeSetting, ClientSourceSetting, ClientAppSetting,
+                                      ClientMixerSetting, ClientAudioRecordControl>;
+TYPED_TEST_SUITE(SettingTable, EverySetting);
 
-TYPED_TEST(ASettingsVirtualTable, HasTheOperationsInTheirSlots) {
-    TypeParam setting;
-    for (std::size_t i = 0; i < std::size(TypeParam::ORDER); ++i) {
-        const std::string expected = TypeParam::ORDER[i];
-        if (expected.empty()) continue;  // a destructor
-        slot<Plain>(&setting, i)(&setting);
-        EXPECT_EQ(gCalled, expected) << "slot " << i;
-    }
+TYPED_TEST(SettingTable, HasEachOperationInItsSlot) {
+    expectSlots(Table<TypeParam>::operations(), Table<TypeParam>::DESTRUCTORS);
 }
 
-TYPED_TEST(ASettingsVirtualTable, HasItsDestructorsSideBySide) {
-    expectDestructorsSideBySide<TypeParam>();
+TYPED_TEST(SettingTable, HasItsDestructorsSideBySide) {
+    expectSlots(Table<TypeParam>::operations(), Table<TypeParam>::DESTRUCTORS);
+    if (this->HasFailure()) return;
+    expectDestructorsSideBySide<TypeParam>(Table<TypeParam>::DESTRUCTORS);
 }
 
 // The interfaces are the only base, at the beginning: one pointer serves all of them.
-static_assert(sizeof(RecordingVolume) == sizeof(ClientVolumeSetting));
-static_assert(sizeof(RecordingSource) == sizeof(ClientSourceSetting));
+static_assert(sizeof(Recording<ClientVolumeSetting>) == sizeof(ClientVolumeSetting));
+static_assert(sizeof(Recording<ClientSourceSetting>) == sizeof(ClientSourceSetting));
 
-TEST(AnInterfaceOfTheSettings, LiesWhereItsClientLies) {
+TEST(SettingInterface, LiesAtTheAddressOfItsClient) {
     ClientVolumeSetting volume;
     ClientSourceSetting source;
     ClientAppSetting app;
@@ -595,14 +295,14 @@ TEST(AnInterfaceOfTheSettings, LiesWhereItsClientLies) {
         &record);
 }
 
-// The library's own tables, not ones that this test compiled: operations that say their name
-// without a server, because they have no effect or refuse what they are given. All arguments are
-// null pointers; no operation with a floating-point argument is among them.
+// The tables of the library itself, not of this test's compiler: operations that log their name
+// without a server, because they have no effect or refuse their arguments. All arguments are null
+// pointers; no operation here takes a floating-point argument.
 
 struct Place {
     std::size_t slot;
     const char* operation;
-    const char* line;  // empty: that of an operation without effect
+    const char* line;  // empty: the line of an operation without effect
     int result = 0;
 };
 
@@ -627,7 +327,7 @@ void expectLines(void* object, const char* file, const std::vector<Place>& place
     }
 }
 
-TEST(TheVolumesOfTheLibrary, AnswerCallsBySlot) {
+TEST(VolumeSettingInTheLibrary, AnswersCallsBySlot) {
     const char* const INVALID = "invalid input param";
     const char* const NO_TAG = "Invalid param, tag=NULL.";
     ClientVolumeSetting volume;
@@ -658,7 +358,7 @@ TEST(TheVolumesOfTheLibrary, AnswerCallsBySlot) {
           "input tag is bad param, only support 'auxiliary', input tag:NULL ", REFUSED}});
 }
 
-TEST(TheSourcesOfTheLibrary, AnswerCallsBySlot) {
+TEST(SourceSettingInTheLibrary, AnswersCallsBySlot) {
     const char* const BAD_NAME = "bad source name";
     ClientSourceSetting source;
     expectLines(&source, "ClientSourceSetting",
@@ -686,7 +386,7 @@ TEST(TheSourcesOfTheLibrary, AnswerCallsBySlot) {
                  {40, "getOutputTrackInfo", "input param error", REFUSED}});
 }
 
-TEST(TheSourcesOfTheLibrary, AnswerAskedForNamesBySlot) {
+TEST(SourceSettingInTheLibrary, AnswersNameGettersBySlot) {
     using Getter = const char*(void*, const char*);
     ClientSourceSetting source;
     LogCapture log;
@@ -699,7 +399,7 @@ TEST(TheSourcesOfTheLibrary, AnswerAskedForNamesBySlot) {
         << log.dump();
 }
 
-TEST(TheEffectsOfTheLibrary, AnswerCallsBySlot) {
+TEST(AppSettingInTheLibrary, AnswersCallsBySlot) {
     const char* const INVALID = "invalid input param";
     const char* const NULL_RECORD = "Invalid params, param=0.";
     ClientAppSetting app;
@@ -742,7 +442,7 @@ TEST(TheEffectsOfTheLibrary, AnswerCallsBySlot) {
                  {46, "getOutPutDataEnergy", INVALID, REFUSED}});
 }
 
-TEST(TheMixerOfTheLibrary, AnswersCallsBySlot) {
+TEST(MixerSettingInTheLibrary, AnswersCallsBySlot) {
     const char* const INVALID = "invalid input param";
     ClientMixerSetting mixer;
     expectLines(&mixer, "ClientMixerSetting",
@@ -755,7 +455,7 @@ TEST(TheMixerOfTheLibrary, AnswersCallsBySlot) {
                  {8, "mixRearAudioWithFrontAudio", ""}});
 }
 
-TEST(TheCaptureEffectsOfTheLibrary, AnswerCallsBySlot) {
+TEST(RecordControlInTheLibrary, AnswersCallsBySlot) {
     const char* const INVALID = "invalid input param";
     ClientAudioRecordControl record;
     expectLines(&record, "ClientRecordControl",

@@ -133,4 +133,5 @@ def main():
     return 1 if problems or not fields or not exports else 0
 
 
-sys.exit(main())
+if __name__ == "__main__":
+    sys.exit(main())

@@ -4,12 +4,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <list>
 #include <memory>
 
 namespace cabinaudio::fuzz {
 
-/// Arguments and replies out of one piece of arbitrary bytes. What lies behind its end is 0.
+/// Arguments and replies out of one piece of arbitrary bytes. Bytes beyond its end read as 0.
 class Input {
 public:
     Input(const std::uint8_t* data, std::size_t size) : mAt(data), mEnd(data + size) {}
@@ -28,9 +29,18 @@ public:
     std::uint8_t byte() { return number<std::uint8_t>(); }
     bool flag() { return byte() % 2 != 0; }
 
+    /// Mostly small, of either sign.
+    std::int32_t integer() {
+        const std::uint8_t choice = byte();
+        if (choice < 128) return number<std::int8_t>();
+        return choice < 192 ? number<std::uint16_t>() : number<std::int32_t>();
+    }
+
+    /// Mostly near the enumerators that exist.
     template <typename Enumeration>
     Enumeration enumerator() {
-        return static_cast<Enumeration>(number<std::int32_t>());
+        const std::uint8_t choice = byte();
+        return static_cast<Enumeration>(choice < 192 ? choice % 16 - 4 : number<std::int32_t>());
     }
 
     /// Mostly within a range of dB, now and then any bits: infinities, none, tiny numbers.
@@ -65,10 +75,10 @@ public:
     }
 
     /// Mostly a tag that some operation takes.
-    const char* tag() {
+    const char* name() {
         constexpr const char* TAGS[] = {"main", "alternative", "auxiliary", "second", "uplink", ""};
         const std::uint8_t choice = byte();
-        return choice < 224 ? TAGS[choice % std::size(TAGS)] : text();
+        return choice < 192 ? TAGS[choice % std::size(TAGS)] : text();
     }
 
 private:

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What one of the fuzzer's programs does, on every platform and without the fuzzer: the inputs that
-// are kept in the tree, variations of them, and pseudo-random ones. The same ones in each run.
+// The same as one of the fuzzer's programs, on every platform and without the fuzzer: the inputs
+// that corpus/ keeps, variations of them, and pseudo-random ones. Each run takes the same inputs.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -27,7 +27,7 @@ void run(const Bytes& bytes) {
     EXPECT_EQ(LLVMFuzzerTestOneInput(input.data(), input.size()), 0);
 }
 
-/// In an order that does not depend on the file system.
+/// The expanded inputs, in an order that does not depend on the file system.
 std::vector<Bytes> corpus() {
     std::vector<std::filesystem::path> files;
     for (const auto& entry : std::filesystem::directory_iterator(CABINAUDIO_FUZZ_CORPUS))
@@ -46,7 +46,7 @@ int rounds() {
     return wanted != nullptr ? std::atoi(wanted) : CABINAUDIO_FUZZ_ROUNDS;
 }
 
-/// A few bytes of it changed, inserted, taken away, or taken from another input.
+/// An input with a few bytes changed, inserted, removed, or copied from another input.
 Bytes variation(const std::vector<Bytes>& all, std::mt19937& random) {
     Bytes bytes = all[random() % all.size()];
     for (std::uint32_t changes = 1 + random() % 4; changes != 0; --changes) {
@@ -66,7 +66,7 @@ Bytes variation(const std::vector<Bytes>& all, std::mt19937& random) {
     return bytes;
 }
 
-TEST(TheCorpus, FindsNothing) {
+TEST(Corpus, FindsNothing) {
     const std::vector<Bytes> all = corpus();
     ASSERT_GE(all.size(), 5U);
     for (const Bytes& bytes : all)

@@ -34,7 +34,7 @@ public:
     void perform(std::size_t index, Input& input) {
         const Operation<Client>& operation = mOperations[index];
         mPeer->prepare(Script(input), operation.requests != Requests::SEVERAL);
-        operation.invoke(*mClient, input, *mPeer);
+        operation.invoke(*mClient, input);
         if (mPeer->answered() != 0) ++mAnswers[index];
         for (const Function& function : mPeer->functions())
             mFunctions.insert(function);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the fuzzer does, with pseudo-random bytes and on every platform: the same ones in each run.
+// The fuzzer's operations with pseudo-random bytes, the same in each run, on every platform.
 #include "tests/fuzz/SettingsDriver.h"
 #include "wire/Settings.h"
 
@@ -18,7 +18,7 @@ namespace wire = cabinaudio::wire;
 constexpr int INPUTS = 20000;
 constexpr std::size_t LONGEST = 160;
 
-TEST(EveryOperationOfTheSettings, SurvivesPseudoRandomReplies) {
+TEST(SettingOperations, SurvivePseudoRandomReplies) {
     SettingsDriver driver;
     std::mt19937 random(20251121);  // the same in each run
     std::vector<std::uint8_t> bytes;

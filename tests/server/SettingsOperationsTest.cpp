@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the settings connections answer: sizes, defaults, ranges, what is remembered, and lists of
-// what plays. What is heard of it is measured elsewhere.
+// The answers on settings connections: sizes, defaults, ranges, remembered values, and lists of
+// streams. Other tests measure the effect on the sound.
 #include <cabinaudio/foundation/AudioStatus.h>
 
 #include "tests/server/RawClient.h"
@@ -29,7 +29,7 @@ using ::testing::HasSubstr;
 constexpr float NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
 constexpr float INFINITE = std::numeric_limits<float>::infinity();
 
-class ASettingsConnection : public ::testing::Test {
+class SettingsConnection : public ::testing::Test {
 protected:
     std::int32_t tell(audio_connect_type type, const Message& message) {
         return clients.tell(type, message);
@@ -45,7 +45,7 @@ protected:
 
 // ---- Sizes --------------------------------------------------------------------------------------
 
-/// All but the version query, which is not a setting.
+/// All functions except the version query, which is not a setting.
 std::vector<wire::SettingRow> functions() {
     std::vector<wire::SettingRow> all;
     for (const wire::SettingRow& row : wire::settingRows())
@@ -53,7 +53,7 @@ std::vector<wire::SettingRow> functions() {
     return all;
 }
 
-TEST_F(ASettingsConnection, AnswersEachOfItsFunctionsInFullSize) {
+TEST_F(SettingsConnection, AnswersEachFunctionInFullSize) {
     for (const wire::SettingRow& function : functions()) {
         SCOPED_TRACE(testing::Message() << "type " << function.connection << " id " << function.id);
         RawClient& client = clients.of(function.connection);
@@ -65,7 +65,7 @@ TEST_F(ASettingsConnection, AnswersEachOfItsFunctionsInFullSize) {
     }
 }
 
-TEST_F(ASettingsConnection, IsLostWhenARequestIsTooShort) {
+TEST_F(SettingsConnection, IsClosedWhenARequestIsTooShort) {
     for (const wire::SettingRow& function : functions()) {
         if (function.requestSize == 4) continue;  // too short for any function
         SCOPED_TRACE(testing::Message() << "type " << function.connection << " id " << function.id);
@@ -79,7 +79,7 @@ TEST_F(ASettingsConnection, IsLostWhenARequestIsTooShort) {
     EXPECT_THAT(server.output(), HasSubstr("setMasterVolume with a payload of 7 bytes"));
 }
 
-TEST_F(ASettingsConnection, SaysWhichFunctionsItDoesNotKnow) {
+TEST_F(SettingsConnection, RefusesUnknownFunctions) {
     std::set<std::pair<audio_connect_type, std::uint32_t>> known;
     for (const wire::SettingRow& function : functions())
         known.insert({function.connection, function.id});
@@ -103,7 +103,7 @@ struct Gain {
 constexpr Gain GAINS[] = {
     {"master_db", 4, 5, 20, 21}, {"second_db", 16, 17, 22, 23}, {"alternative_db", 29, 30, 31, 32}};
 
-TEST_F(ASettingsConnection, HasVolumesInStepsOfHalfADecibel) {
+TEST_F(SettingsConnection, HasVolumesInStepsOfHalfADecibel) {
     for (const Gain& gain : GAINS) {
         SCOPED_TRACE(gain.key);
         EXPECT_EQ(ask(VOLUME, Message(gain.getStep), 8).byte(4), 100U);
@@ -121,7 +121,7 @@ TEST_F(ASettingsConnection, HasVolumesInStepsOfHalfADecibel) {
     }
 }
 
-TEST_F(ASettingsConnection, HasVolumesInDecibelsAndTellsTheNearestStep) {
+TEST_F(SettingsConnection, HasVolumesInDecibelsAndReportsTheNearestStep) {
     for (const Gain& gain : GAINS) {
         SCOPED_TRACE(gain.key);
         const std::pair<float, unsigned> values[] = {{-103.5F, 0}, {-60.0F, 0}, {-49.5F, 1},
@@ -138,7 +138,7 @@ TEST_F(ASettingsConnection, HasVolumesInDecibelsAndTellsTheNearestStep) {
     }
 }
 
-TEST_F(ASettingsConnection, HasDuckingThatOnlyMakesSofter) {
+TEST_F(SettingsConnection, RefusesDuckingThatAmplifies) {
     EXPECT_EQ(state().at("volume").at("ducking_target_db"), -20);
     EXPECT_EQ(tell(VOLUME, Message(3).step(100)), AUDIO_NO_ERROR);
     EXPECT_EQ(state().at("volume").at("ducking_target_db"), 0);
@@ -162,7 +162,7 @@ TEST_F(ASettingsConnection, HasDuckingThatOnlyMakesSofter) {
     EXPECT_EQ(state().at("volume").at("duck_percent"), 0);
 }
 
-TEST_F(ASettingsConnection, HasAGainForEachLoudspeaker) {
+TEST_F(SettingsConnection, HasAGainForEachLoudspeaker) {
     for (std::uint32_t channel = 1; channel <= 32; channel *= 2) {
         EXPECT_EQ(ask(VOLUME, Message(28).word(channel), 12).real(8), 0.0F);
         const unsigned step = 10 + channel;
@@ -178,7 +178,7 @@ TEST_F(ASettingsConnection, HasAGainForEachLoudspeaker) {
     EXPECT_EQ(ask(VOLUME, Message(7).word(2), 12).byte(8), 12U) << "another one";
 }
 
-TEST_F(ASettingsConnection, KnowsItsLoudspeakersOnly) {
+TEST_F(SettingsConnection, RefusesUnknownLoudspeakers) {
     for (const std::uint32_t channel : {0U, 64U, 65535U, 0xFFFFFFFFU}) {
         EXPECT_EQ(tell(VOLUME, Message(6).word(channel).step(100)), AUDIO_BAD_VALUE) << channel;
         EXPECT_EQ(tell(VOLUME, Message(27).word(channel).real(0)), AUDIO_BAD_VALUE) << channel;
@@ -191,7 +191,7 @@ TEST_F(ASettingsConnection, KnowsItsLoudspeakersOnly) {
     EXPECT_EQ(tell(VOLUME, Message(27).word(1).real(NOT_A_NUMBER)), AUDIO_BAD_VALUE);
 }
 
-TEST_F(ASettingsConnection, RemembersVolumesOfTracksThatDoNotExist) {
+TEST_F(SettingsConnection, RemembersVolumesOfTracksThatDoNotExist) {
     const auto set = [](float dB, const char* tag, const char* name) {
         return Message(24).text(tag).text(name).real(dB);
     };
@@ -217,7 +217,7 @@ TEST_F(ASettingsConnection, RemembersVolumesOfTracksThatDoNotExist) {
     EXPECT_EQ(tell(VOLUME, Message(18).text("main").text("radio").step(149)), AUDIO_BAD_VALUE);
 }
 
-TEST_F(ASettingsConnection, RemembersSoManyTracks) {
+TEST_F(SettingsConnection, RemembersAtMost256Tracks) {
     const auto set = [](int i) {
         return Message(24).text("main").text("track" + std::to_string(i)).real(-1.0F);
     };
@@ -227,7 +227,7 @@ TEST_F(ASettingsConnection, RemembersSoManyTracks) {
     EXPECT_EQ(tell(VOLUME, set(255)), AUDIO_NO_ERROR) << "known already";
 }
 
-TEST_F(ASettingsConnection, HasChannelGainsOfTracks) {
+TEST_F(SettingsConnection, HasChannelGainsOfTracks) {
     Message good = Message(43).text("auxiliary").text("nav");
     for (int i = 0; i < 8; ++i)
         good.real(-static_cast<float>(i));
@@ -243,7 +243,7 @@ TEST_F(ASettingsConnection, HasChannelGainsOfTracks) {
     }
 }
 
-TEST_F(ASettingsConnection, HasAVolumeForEachStreamType) {
+TEST_F(SettingsConnection, HasAVolumeForEachStreamType) {
     const Answer list = ask(VOLUME, Message(36), 2056);
     EXPECT_EQ(list.status(), AUDIO_NO_ERROR);
     ASSERT_EQ(list.number(4), 6);
@@ -270,7 +270,7 @@ TEST_F(ASettingsConnection, HasAVolumeForEachStreamType) {
     }
 }
 
-TEST_F(ASettingsConnection, MutesPathsWhateverTheOption) {
+TEST_F(SettingsConnection, MutesPathsForEachOption) {
     const auto muted = [&](std::uint32_t path) {
         return ask(VOLUME, Message(33).word(path), 8).byte(4);
     };
@@ -291,7 +291,7 @@ TEST_F(ASettingsConnection, MutesPathsWhateverTheOption) {
     EXPECT_EQ(ask(VOLUME, Message(33).word(3), 8).status(), AUDIO_BAD_VALUE) << "two paths";
 }
 
-TEST_F(ASettingsConnection, HasARampInMilliseconds) {
+TEST_F(SettingsConnection, HasARampInMilliseconds) {
     const Answer first = ask(VOLUME, Message(45), 12);
     EXPECT_EQ(first.real(4), 20.0F);
     EXPECT_EQ(first.real(8), 20.0F);
@@ -305,7 +305,7 @@ TEST_F(ASettingsConnection, HasARampInMilliseconds) {
     EXPECT_EQ(second.real(8), 10000.0F);
 }
 
-TEST_F(ASettingsConnection, HasGainsOfTheUplinkAndOfTwoInputs) {
+TEST_F(SettingsConnection, HasGainsOfTheUplinkAndOfTwoInputs) {
     EXPECT_EQ(ask(VOLUME, Message(15), 8).real(4), 0.0F);
     EXPECT_EQ(tell(VOLUME, Message(14).real(-103.5F)), AUDIO_NO_ERROR);
     EXPECT_EQ(tell(VOLUME, Message(14).real(24.5F)), AUDIO_BAD_VALUE);
@@ -342,7 +342,7 @@ float calibrate(SettingsClients& clients) {
     return calibration(clients).real(4);
 }
 
-TEST(AMicrophonesCalibration, TakesAWhile) {
+TEST(MicrophoneCalibration, TakesAtLeast400Milliseconds) {
     const RealServer server({"--output", "null"});
     SettingsClients clients;
     EXPECT_EQ(calibration(clients).number(8), -1) << "never started";
@@ -354,7 +354,7 @@ TEST(AMicrophonesCalibration, TakesAWhile) {
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(400));
 }
 
-TEST(AMicrophonesCalibration, TellsTheGainToTwentyDecibelsBelowFullScale) {
+TEST(MicrophoneCalibration, ReportsTheGainToTwentyDecibelsBelowFullScale) {
     {
         const RealServer server({"--output", "null", "--input", "uplink=tone:500"});
         SettingsClients clients;
@@ -373,7 +373,7 @@ std::string outputSource(SettingsClients& clients, const char* tag) {
     return clients.ask(SOURCE, Message(24).text(tag), 68).text(4);
 }
 
-TEST_F(ASettingsConnection, SelectsTheSourceOfTheMainOutputByName) {
+TEST_F(SettingsConnection, SelectsTheSourceOfTheMainOutputByName) {
     EXPECT_EQ(outputSource(clients, "main"), "");
     RawClient radio(AUDIO_CONNECT_MAIN, "radio");
     ASSERT_EQ(radio.create(0, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
@@ -388,7 +388,7 @@ TEST_F(ASettingsConnection, SelectsTheSourceOfTheMainOutputByName) {
     EXPECT_EQ(outputSource(clients, "main"), "radio");
 }
 
-TEST_F(ASettingsConnection, RemembersASourceThatDoesNotExist) {
+TEST_F(SettingsConnection, RemembersASourceThatDoesNotExist) {
     EXPECT_EQ(tell(SOURCE, Message(14).text("main").text("radio")), AUDIO_NO_ERROR);
     EXPECT_EQ(outputSource(clients, "main"), "radio");
     RawClient radio(AUDIO_CONNECT_MAIN, "radio");
@@ -408,7 +408,7 @@ TEST_F(ASettingsConnection, RemembersASourceThatDoesNotExist) {
     }
 }
 
-TEST_F(ASettingsConnection, HasADestinationOfTheUplink) {
+TEST_F(SettingsConnection, HasADestinationOfTheUplink) {
     EXPECT_EQ(ask(SOURCE, Message(25).text("uplink"), 68).text(4), "telephone");
     EXPECT_EQ(tell(SOURCE, Message(15).text("uplink").text("recorder")), AUDIO_NO_ERROR);
     EXPECT_EQ(ask(SOURCE, Message(25).text("uplink"), 68).text(4), "recorder");
@@ -416,7 +416,7 @@ TEST_F(ASettingsConnection, HasADestinationOfTheUplink) {
     EXPECT_EQ(ask(SOURCE, Message(25).text("main"), 68).status(), AUDIO_BAD_VALUE);
 }
 
-TEST_F(ASettingsConnection, WritesItsListsIntoTheLog) {
+TEST_F(SettingsConnection, LogsItsLists) {
     RawClient radio(AUDIO_CONNECT_MAIN, "radio");
     ASSERT_EQ(radio.create(0, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
     EXPECT_EQ(tell(SOURCE, Message(16).text("main")), AUDIO_NO_ERROR);
@@ -429,7 +429,7 @@ TEST_F(ASettingsConnection, WritesItsListsIntoTheLog) {
     EXPECT_THAT(server.output(), HasSubstr("destination of uplink: \"telephone\"\n"));
 }
 
-class SomeStreams : public ASettingsConnection {
+class StartedStreams : public SettingsConnection {
 protected:
     void SetUp() override {
         ASSERT_EQ(radio.create(0, pcm(44100, 2, 24)).status, AUDIO_NO_ERROR);
@@ -452,7 +452,7 @@ protected:
     RawClient alarm{AUDIO_CONNECT_AUXILIARY, "alarm"};
 };
 
-TEST_F(SomeStreams, AreCountedAndNamedWhileTheyAreStarted) {
+TEST_F(StartedStreams, AreCountedAndNamedWhileTheyAreStarted) {
     EXPECT_EQ(ask(SOURCE, Message(26).text("auxiliary"), 8).number(4), 2);
     EXPECT_EQ(ask(SOURCE, Message(26).text("main"), 8).number(4), 0);
     EXPECT_EQ(ask(SOURCE, Message(26).text("Main"), 8).status(), AUDIO_BAD_VALUE);
@@ -468,7 +468,7 @@ TEST_F(SomeStreams, AreCountedAndNamedWhileTheyAreStarted) {
     EXPECT_EQ(ask(SOURCE, Message(36).text("auxiliary"), 2056).text(8), "alarm");
 }
 
-TEST_F(SomeStreams, HaveTypes) {
+TEST_F(StartedStreams, HaveTheTypesOfTheirParameters) {
     const auto type = [&](const char* tag, const char* name) {
         return ask(SOURCE, Message(35).text(tag).text(name), 68);
     };
@@ -479,7 +479,7 @@ TEST_F(SomeStreams, HaveTypes) {
     EXPECT_TRUE(type("auxiliary", "nobody").isZeroFrom(4));
 }
 
-TEST_F(SomeStreams, AreDescribed) {
+TEST_F(StartedStreams, AreDescribedInLists) {
     const Answer tracks = ask(SOURCE, Message(38), 6408);
     EXPECT_EQ(tracks.number(4), 2);
     const std::size_t second = 8 + 200;
@@ -505,7 +505,7 @@ TEST_F(SomeStreams, AreDescribed) {
         EXPECT_EQ(ask(SOURCE, Message(32).word(outputsOfNothing), 1048).status(), AUDIO_BAD_VALUE);
 }
 
-TEST_F(ASettingsConnection, ListsNoMoreStreamsThanAReplyHolds) {
+TEST_F(SettingsConnection, ListsNoMoreStreamsThanAReplyHolds) {
     std::vector<std::unique_ptr<RawClient>> streams;
     for (int i = 0; i < 40; ++i) {
         streams.push_back(
@@ -519,7 +519,7 @@ TEST_F(ASettingsConnection, ListsNoMoreStreamsThanAReplyHolds) {
     EXPECT_EQ(ask(SOURCE, Message(32).word(2), 1048).number(4), 20);
 }
 
-TEST_F(ASettingsConnection, RemembersConvertersAndBuses) {
+TEST_F(SettingsConnection, RemembersConvertersAndBuses) {
     for (const std::int32_t input : {0, 1}) {
         EXPECT_EQ(tell(SOURCE, Message(5).number(input).number(7 + input)), AUDIO_NO_ERROR);
         EXPECT_EQ(ask(SOURCE, Message(6).number(input), 8).number(4), 7 + input);
@@ -547,7 +547,7 @@ TEST_F(ASettingsConnection, RemembersConvertersAndBuses) {
     }
 }
 
-TEST_F(ASettingsConnection, RemembersWhatHasNoGetter) {
+TEST_F(SettingsConnection, RemembersSettingsWithoutGetter) {
     EXPECT_EQ(tell(SOURCE, Message(2).number(3).number(9)), AUDIO_NO_ERROR);
     EXPECT_EQ(tell(SOURCE, Message(3).number(1)), AUDIO_NO_ERROR);
     EXPECT_EQ(tell(SOURCE, Message(4).number(2)), AUDIO_NO_ERROR);
@@ -573,7 +573,7 @@ TEST_F(ASettingsConnection, RemembersWhatHasNoGetter) {
     EXPECT_EQ(source.at("auto_ramp"), false);
 }
 
-TEST_F(ASettingsConnection, SelectsAndTestsLoudspeakers) {
+TEST_F(SettingsConnection, SelectsAndTestsLoudspeakers) {
     EXPECT_EQ(ask(SOURCE, Message(23), 8).number(4), 0x3F);
     EXPECT_EQ(tell(SOURCE, Message(22).word(5)), AUDIO_NO_ERROR);
     EXPECT_EQ(ask(SOURCE, Message(23), 8).number(4), 5);
@@ -594,7 +594,7 @@ TEST_F(ASettingsConnection, SelectsAndTestsLoudspeakers) {
 
 // ---- Application settings -----------------------------------------------------------------------
 
-TEST_F(ASettingsConnection, HasADelayForEachLoudspeaker) {
+TEST_F(SettingsConnection, HasADelayForEachLoudspeaker) {
     EXPECT_EQ(ask(APP, Message(23).word(1), 8).real(4), 0.0F);
     EXPECT_EQ(tell(APP, Message(22).word(1 + 8).number(12345)), AUDIO_NO_ERROR);
     EXPECT_FLOAT_EQ(ask(APP, Message(23).word(1), 8).real(4), 12.345F);
@@ -609,7 +609,7 @@ TEST_F(ASettingsConnection, HasADelayForEachLoudspeaker) {
     }
 }
 
-TEST_F(ASettingsConnection, RemembersTheNumbersOfCalls) {
+TEST_F(SettingsConnection, RemembersTheNumbersOfCalls) {
     for (const std::uint32_t set : {24U, 40U, 42U}) {
         EXPECT_EQ(ask(APP, Message(set + 1), 8).number(4), 0);
         EXPECT_EQ(tell(APP, Message(set).number(-7)), AUDIO_NO_ERROR);
@@ -625,7 +625,7 @@ TEST_F(ASettingsConnection, RemembersTheNumbersOfCalls) {
     EXPECT_EQ(state().at("app").at("bypass"), false);
 }
 
-TEST_F(ASettingsConnection, RemembersWholeRecordsByTheirSelector) {
+TEST_F(SettingsConnection, RemembersWholeRecordsByTheirSelector) {
     const std::pair<std::uint32_t, std::size_t> records[] = {{35, 564}, {44, 16}, {46, 104}};
     for (const auto& [set, size] : records) {
         const Answer unset = ask(APP, Message(set + 1).word(3), 4 + size);
@@ -642,7 +642,7 @@ TEST_F(ASettingsConnection, RemembersWholeRecordsByTheirSelector) {
     }
 }
 
-TEST_F(ASettingsConnection, MeasuresNothingWhileNothingSounds) {
+TEST_F(SettingsConnection, MeasuresZeroWithoutSound) {
     EXPECT_TRUE(ask(APP, Message(11), 20).isZeroFrom(0));
     EXPECT_TRUE(ask(APP, Message(34), 20).isZeroFrom(0));
     EXPECT_TRUE(ask(SOURCE, Message(37).number(0), 8).isZeroFrom(0));
@@ -652,7 +652,7 @@ TEST_F(ASettingsConnection, MeasuresNothingWhileNothingSounds) {
 }
 
 // The tone has a peak of 0.1, and the output two loudspeakers.
-TEST_F(ASettingsConnection, MeasuresWhatSounds) {
+TEST_F(SettingsConnection, MeasuresASoundingTone) {
     ASSERT_EQ(tell(SOURCE, Message(19).word(1).number(500)), AUDIO_NO_ERROR);
     for (int i = 0; i < 600 && ask(APP, Message(34), 20).word(4) < 70000; ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -666,14 +666,14 @@ TEST_F(ASettingsConnection, MeasuresWhatSounds) {
     EXPECT_NEAR(ask(SOURCE, Message(37).number(0), 8).word(4), 70711, 700);
 }
 
-TEST_F(SomeStreams, HaveADelayThatIsAPeriodAtLeast) {
+TEST_F(StartedStreams, HaveADelayOfAtLeastOnePeriod) {
     EXPECT_EQ(tell(APP, Message(37)), AUDIO_NO_ERROR);
     EXPECT_EQ(ask(APP, Message(38), 8).number(4), 16) << "the rings are empty";
 }
 
 // ---- Mixer --------------------------------------------------------------------------------------
 
-TEST_F(ASettingsConnection, HasMixerGainsInStepsAndInDecibels) {
+TEST_F(SettingsConnection, HasMixerGainsInStepsAndInDecibels) {
     const std::pair<const char*, std::pair<std::uint32_t, std::uint32_t>> gains[] = {
         {"navigation_db", {4, 8}}, {"alternative_db", {7, 10}}};
     for (const auto& [key, ids] : gains) {
@@ -691,7 +691,7 @@ TEST_F(ASettingsConnection, HasMixerGainsInStepsAndInDecibels) {
     }
 }
 
-TEST_F(ASettingsConnection, HasMixerModes) {
+TEST_F(SettingsConnection, HasMixerModes) {
     EXPECT_EQ(ask(MIXER, Message(12), 8).number(4), 0);
     EXPECT_EQ(tell(MIXER, Message(2).number(1)), AUDIO_NO_ERROR);
     EXPECT_EQ(ask(MIXER, Message(12), 8).number(4), 1);
@@ -726,7 +726,7 @@ struct EffectStore {
 constexpr EffectStore STORES[] = {{APP, 4098, 4099, "main", "uplink"},
                                   {RECORD, 0, 1, "uplink", "main"}};
 
-TEST_F(ASettingsConnection, GivesEffectsOfAllSizesBack) {
+TEST_F(SettingsConnection, ReturnsEffectsOfAllSizes) {
     for (const EffectStore& store : STORES) {
         const auto get = [&](std::size_t size) {
             return ask(store.type,
@@ -743,7 +743,7 @@ TEST_F(ASettingsConnection, GivesEffectsOfAllSizesBack) {
             EXPECT_EQ(answer.status(), AUDIO_NO_ERROR);
             EXPECT_EQ(answer.word(4), size);
             EXPECT_EQ(answer.from(8), parameter);
-            EXPECT_EQ(get(0).word(4), size) << "who asks for nothing is told the size";
+            EXPECT_EQ(get(0).word(4), size) << "a request without room gets the size";
 
             const Answer larger = get(size + 1);
             EXPECT_EQ(larger.status(), AUDIO_BAD_VALUE);
@@ -757,7 +757,7 @@ TEST_F(ASettingsConnection, GivesEffectsOfAllSizesBack) {
     }
 }
 
-TEST_F(ASettingsConnection, ShowsAllEffectsInTheState) {
+TEST_F(SettingsConnection, ShowsAllEffectsInTheState) {
     for (int i = 0; i < 40; ++i) {
         const std::string name = "effect" + std::to_string(i);
         ASSERT_EQ(tell(APP, Message(4098).text("main").text(name).block(pattern(32768))),
@@ -769,7 +769,7 @@ TEST_F(ASettingsConnection, ShowsAllEffectsInTheState) {
         EXPECT_EQ(effect.at("parameter").get<std::string>().size(), 65536U);
 }
 
-TEST_F(ASettingsConnection, KeepsEffectsApartByTagAndName) {
+TEST_F(SettingsConnection, KeepsEffectsApartByTagAndName) {
     for (const EffectStore& store : STORES) {
         const auto get = [&](const char* tag, const char* name) {
             return ask(store.type, Message(store.get).text(tag).text(name).block(Bytes(4)), 12);
@@ -790,7 +790,7 @@ TEST_F(ASettingsConnection, KeepsEffectsApartByTagAndName) {
     }
 }
 
-TEST_F(ASettingsConnection, IsLostWhenAnEffectIsShorterThanItSays) {
+TEST_F(SettingsConnection, IsClosedWhenAnEffectIsShorterThanItsSize) {
     for (const EffectStore& store : STORES) {
         for (const std::uint32_t function : {store.set, store.get}) {
             for (const std::uint32_t size : {5U, 0xFFFFFFFFU, 0xFFFFFF80U}) {
@@ -806,7 +806,7 @@ TEST_F(ASettingsConnection, IsLostWhenAnEffectIsShorterThanItSays) {
     }
 }
 
-TEST_F(ASettingsConnection, SwitchesEffects) {
+TEST_F(SettingsConnection, SwitchesEffects) {
     const auto isOn = [&](const char* name) {
         return ask(APP, Message(4097).text("main").text(name), 8).byte(4);
     };
@@ -822,7 +822,7 @@ TEST_F(ASettingsConnection, SwitchesEffects) {
 
 // ---- Trace --------------------------------------------------------------------------------------
 
-TEST(TheTraceOfSettings, IsInWords) {
+TEST(SettingsTrace, NamesFunctionsArgumentsAndResults) {
     RealServer server({"--output", "null", "--trace"});
     SettingsClients clients;
     clients.tell(VOLUME, Message(20).real(-6.5F));

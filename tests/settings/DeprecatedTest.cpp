@@ -1,131 +1,84 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Operations that are kept for their places in the interfaces.
-#include "tests/settings/Row.h"
-#include "tests/support/LogCapture.h"
-
-#include <gtest/gtest.h>
+// Operations without effect, which only keep their slots in the interfaces.
+#include "tests/settings/SilentClient.h"
 
 namespace cabinaudio::test {
 namespace {
 
-struct Kept {
-    const char* name;
-    std::function<int(const Clients&)> call;
+using namespace audio;
+
+struct DeprecatedVolume : SilentClient<ClientVolumeSetting> {
+    DeprecatedVolume() : SilentClient("ClientVolumeSetting") {}
+    QVAudioSetting::Volume& volume = client;
 };
 
-class AKeptOperation : public ::testing::Test {
-protected:
-    void expectNoEffect(const char* file, std::uint32_t type, const std::vector<Kept>& kept) {
-        const Clients clients(type);
-        for (const auto& [name, call] : kept) {
-            log.clear();
-            EXPECT_EQ(call(clients), 0) << name;
-            EXPECT_EQ(log.lines().size(), 1U) << log.dump();
-            const std::string message = std::string("Deprecated API[") + name + "] is called. \n";
-            EXPECT_EQ(log.count(WARN, file, name, message), 1U) << log.dump();
-        }
-        EXPECT_EQ(server.requests().size(), 1U) << "sent more than the registration";
-    }
+TEST_F(DeprecatedVolume, WarnsAndSendsNothing) {
+    expectNoEffect("setSourceLevel", volume.setSourceLevel(nullptr, nullptr, 1.0F));
+    expectNoEffect("getSourceLevel", volume.getSourceLevel(nullptr, nullptr, nullptr));
+}
 
-    ScriptedServer server;
-    LogCapture log;
+struct DeprecatedSource : SilentClient<ClientSourceSetting> {
+    DeprecatedSource() : SilentClient("ClientSourceSetting") {}
+    QVAudioSetting::Source& source = client;
 };
 
-TEST_F(AKeptOperation, OfVolumesWarnsAndSendsNothing) {
-    const std::vector<Kept> kept = {
-        {"setSourceLevel",
-         [](const Clients& c) { return c.volume().setSourceLevel(nullptr, nullptr, 1.0F); }},
-        {"getSourceLevel",
-         [](const Clients& c) { return c.volume().getSourceLevel(nullptr, nullptr, nullptr); }},
-    };
-    ASSERT_EQ(kept.size(), 2U);
-    expectNoEffect("ClientVolumeSetting", 131, kept);
+TEST_F(DeprecatedSource, WarnsAndSendsNothing) {
+    expectNoEffect("setExtAdcEnable", source.setExtAdcEnable(audio_input_mux_id_e{7}, 1));
+    expectNoEffect("setAdcPrcMode", source.setAdcPrcMode(true));
+    expectNoEffect("setAdcPinIntoGPIO", source.setAdcPinIntoGPIO(true));
+    expectNoEffect("setAlterLatency", source.setAlterLatency(-1));
 }
 
-TEST_F(AKeptOperation, OfSourcesWarnsAndSendsNothing) {
-    const std::vector<Kept> kept = {
-        {"setExtAdcEnable",
-         [](const Clients& c) {
-             return c.source().setExtAdcEnable(audio::audio_input_mux_id_e{7}, 1);
-         }},
-        {"setAdcPrcMode", [](const Clients& c) { return c.source().setAdcPrcMode(true); }},
-        {"setAdcPinIntoGPIO", [](const Clients& c) { return c.source().setAdcPinIntoGPIO(true); }},
-        {"setAlterLatency", [](const Clients& c) { return c.source().setAlterLatency(-1); }},
-    };
-    ASSERT_EQ(kept.size(), 4U);
-    expectNoEffect("ClientSourceSetting", 130, kept);
+struct DeprecatedMixer : SilentClient<ClientMixerSetting> {
+    DeprecatedMixer() : SilentClient("ClientMixerSetting") {}
+    QVAudioSetting::Mixer& mixer = client;
+};
+
+TEST_F(DeprecatedMixer, WarnsAndSendsNothing) {
+    audio_mixer_gain_t* const noSteps = nullptr;
+    audio_mixer_matrix_t* const noGains = nullptr;
+    expectNoEffect("setEffectMixerGain", mixer.setEffectMixerGain(noSteps));
+    expectNoEffect("setEffectMixerGain", mixer.setEffectMixerGain(noGains));
+    expectNoEffect("mixRearAudioWithFrontAudio", mixer.mixRearAudioWithFrontAudio(true));
 }
 
-TEST_F(AKeptOperation, OfTheMixerWarnsAndSendsNothing) {
-    const std::vector<Kept> kept = {
-        {"setEffectMixerGain",
-         [](const Clients& c) {
-             return c.mixer().setEffectMixerGain(static_cast<audio::audio_mixer_gain_t*>(nullptr));
-         }},
-        {"setEffectMixerGain",
-         [](const Clients& c) {
-             return c.mixer().setEffectMixerGain(
-                 static_cast<audio::audio_mixer_matrix_t*>(nullptr));
-         }},
-        {"mixRearAudioWithFrontAudio",
-         [](const Clients& c) { return c.mixer().mixRearAudioWithFrontAudio(true); }},
-    };
-    ASSERT_EQ(kept.size(), 3U);
-    expectNoEffect("ClientMixerSetting", 129, kept);
-}
+struct DeprecatedApp : SilentClient<ClientAppSetting> {
+    DeprecatedApp() : SilentClient("ClientAppSetting") {}
+    QVAudioSetting::App& app = client;
+};
 
-TEST_F(AKeptOperation, OfEffectsWarnsAndSendsNothing) {
-    const std::vector<Kept> kept = {
-        {"setFilter", [](const Clients& c) { return c.app().setFilter(nullptr); }},
-        {"getFilter", [](const Clients& c) { return c.app().getFilter(nullptr); }},
-        {"setBassTreble", [](const Clients& c) { return c.app().setBassTreble(nullptr); }},
-        {"getBassTreble", [](const Clients& c) { return c.app().getBassTreble(nullptr); }},
-        {"setLoudness",
-         [](const Clients& c) {
-             return c.app().setLoudness(static_cast<audio::audio_loudness_parameter_t*>(nullptr));
-         }},
-        {"setLoudness",
-         [](const Clients& c) {
-             return c.app().setLoudness(
-                 static_cast<audio::audio_ext_loudness_parameter_t*>(nullptr));
-         }},
-        {"getLoudness", [](const Clients& c) { return c.app().getLoudness(nullptr); }},
-        {"setEqualizer",
-         [](const Clients& c) {
-             return c.app().setEqualizer(static_cast<audio::audio_eq_parameter_t*>(nullptr));
-         }},
-        {"getEqualizer",
-         [](const Clients& c) {
-             return c.app().getEqualizer(static_cast<audio::audio_eq_parameter_t*>(nullptr));
-         }},
-        {"getEqualizerQValueTable",
-         [](const Clients& c) { return c.app().getEqualizerQValueTable(nullptr); }},
-        {"getEqualizerCfTable",
-         [](const Clients& c) { return c.app().getEqualizerCfTable(nullptr); }},
-        {"enableDps", [](const Clients& c) { return c.app().enableDps(); }},
-        {"disableDps", [](const Clients& c) { return c.app().disableDps(); }},
-        {"setDpsProfile",
-         [](const Clients& c) { return c.app().setDpsProfile(audio::audio_dps_profile_id_e{1}); }},
-        {"enableDpsStereoCtrl", [](const Clients& c) { return c.app().enableDpsStereoCtrl(); }},
-        {"disableDpsStereoCtrl", [](const Clients& c) { return c.app().disableDpsStereoCtrl(); }},
-        {"setDpsUserGain", [](const Clients& c) { return c.app().setDpsUserGain(1.0F); }},
-        {"getDpsUserGain", [](const Clients& c) { return c.app().getDpsUserGain(nullptr); }},
-        {"setDpsUserEq", [](const Clients& c) { return c.app().setDpsUserEq(nullptr); }},
-        {"getDpsUserEq", [](const Clients& c) { return c.app().getDpsUserEq(nullptr); }},
-        {"setQualityOfSound", [](const Clients& c) { return c.app().setQualityOfSound(nullptr); }},
-        {"getQualityOfSound", [](const Clients& c) { return c.app().getQualityOfSound(nullptr); }},
-        {"setUplinkConfig", [](const Clients& c) { return c.app().setUplinkConfig(nullptr); }},
-        {"setEqualizerType",
-         [](const Clients& c) { return c.app().setEqualizerType(audio::audio_eq_type{1}); }},
-        {"setSurround", [](const Clients& c) { return c.app().setSurround(true); }},
-        {"setDACSampleRateCtrl",
-         [](const Clients& c) {
-             return c.app().setDACSampleRateCtrl(audio::audio_int_dac_sample_rate_e{1});
-         }},
-    };
-    ASSERT_EQ(kept.size(), 26U);
-    expectNoEffect("ClientAppSetting", 128, kept);
+TEST_F(DeprecatedApp, WarnsAndSendsNothing) {
+    audio_loudness_parameter_t* const noLoudness = nullptr;
+    audio_ext_loudness_parameter_t* const noExtLoudness = nullptr;
+    audio_eq_parameter_t* const noEqualizer = nullptr;
+    expectNoEffect("setFilter", app.setFilter(nullptr));
+    expectNoEffect("getFilter", app.getFilter(nullptr));
+    expectNoEffect("setBassTreble", app.setBassTreble(nullptr));
+    expectNoEffect("getBassTreble", app.getBassTreble(nullptr));
+    expectNoEffect("setLoudness", app.setLoudness(noLoudness));
+    expectNoEffect("setLoudness", app.setLoudness(noExtLoudness));
+    expectNoEffect("getLoudness", app.getLoudness(nullptr));
+    expectNoEffect("setEqualizer", app.setEqualizer(noEqualizer));
+    expectNoEffect("getEqualizer", app.getEqualizer(noEqualizer));
+    expectNoEffect("getEqualizerQValueTable", app.getEqualizerQValueTable(nullptr));
+    expectNoEffect("getEqualizerCfTable", app.getEqualizerCfTable(nullptr));
+    expectNoEffect("enableDps", app.enableDps());
+    expectNoEffect("disableDps", app.disableDps());
+    expectNoEffect("setDpsProfile", app.setDpsProfile(audio_dps_profile_id_e{1}));
+    expectNoEffect("enableDpsStereoCtrl", app.enableDpsStereoCtrl());
+    expectNoEffect("disableDpsStereoCtrl", app.disableDpsStereoCtrl());
+    expectNoEffect("setDpsUserGain", app.setDpsUserGain(1.0F));
+    expectNoEffect("getDpsUserGain", app.getDpsUserGain(nullptr));
+    expectNoEffect("setDpsUserEq", app.setDpsUserEq(nullptr));
+    expectNoEffect("getDpsUserEq", app.getDpsUserEq(nullptr));
+    expectNoEffect("setQualityOfSound", app.setQualityOfSound(nullptr));
+    expectNoEffect("getQualityOfSound", app.getQualityOfSound(nullptr));
+    expectNoEffect("setUplinkConfig", app.setUplinkConfig(nullptr));
+    expectNoEffect("setEqualizerType", app.setEqualizerType(audio_eq_type{1}));
+    expectNoEffect("setSurround", app.setSurround(true));
+    expectNoEffect("setDACSampleRateCtrl",
+                   app.setDACSampleRateCtrl(audio_int_dac_sample_rate_e{1}));
 }
 
 }  // namespace

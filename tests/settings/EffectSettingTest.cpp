@@ -15,16 +15,18 @@ namespace {
 
 constexpr auto LEFT = audio::AUDIO_CHANNEL_LF;
 
-class AnEffectSetting : public ::testing::Test {
+class AppSettingTest : public ::testing::Test {
 protected:
     ScriptedServer server;
     ClientAppSetting app;
     LogCapture log;
 };
 
-class ASpeakersDelay : public AnEffectSetting {};
+class SpeakerDelay : public AppSettingTest {};
+class DownlinkDelay : public AppSettingTest {};
+class ConverterGain : public AppSettingTest {};
 
-TEST_F(ASpeakersDelay, GoesOutInWholeMicroseconds) {
+TEST_F(SpeakerDelay, GoesOutInWholeMicroseconds) {
     struct Case {
         float ms;
         std::uint32_t microseconds;
@@ -48,7 +50,7 @@ TEST_F(ASpeakersDelay, GoesOutInWholeMicroseconds) {
     }
 }
 
-TEST_F(ASpeakersDelay, IsLoggedAsItIsSetAndAsItIsRead) {
+TEST_F(SpeakerDelay, IsLoggedAsItIsSetAndAsItIsRead) {
     EXPECT_EQ(app.setSpeakerDelay(LEFT, -2.25F), 0);
     EXPECT_EQ(log.count(INFO, "ClientAppSetting", "setSpeakerDelay", "delay -2.250000 ms\n"), 1U)
         << log.dump();
@@ -61,7 +63,7 @@ TEST_F(ASpeakersDelay, IsLoggedAsItIsSetAndAsItIsRead) {
     EXPECT_EQ(log.lines().size(), 2U) << log.dump();
 }
 
-TEST_F(ASpeakersDelay, IsLoggedBeforeItIsSentAndNotWhenItIsNotRead) {
+TEST_F(SpeakerDelay, IsLoggedBeforeItIsSentAndNotWhenItIsNotRead) {
     Blocks blocks;
     blocks.loseReplies(true);
     EXPECT_EQ(app.setSpeakerDelay(LEFT, 1.0F), 1);
@@ -72,7 +74,7 @@ TEST_F(ASpeakersDelay, IsLoggedBeforeItIsSentAndNotWhenItIsNotRead) {
     EXPECT_EQ(log.countMatching(INFO, "delay .*"), 1U) << log.dump();
 }
 
-TEST_F(AnEffectSetting, OfTheDownlinksDelayIsAWholeWord) {
+TEST_F(DownlinkDelay, IsStoredAsAWholeWord) {
     server.on(128, 38, Answer::words(-42, 0x7fff8001));
     short delays[3] = {11, 12, 13};
     EXPECT_EQ(app.getDownlinkDelayEstimation(delays), -42);
@@ -87,7 +89,7 @@ TEST_F(AnEffectSetting, OfTheDownlinksDelayIsAWholeWord) {
     EXPECT_EQ(delays[2], 2);
 }
 
-TEST_F(AnEffectSetting, OfTheDownlinksDelayTouchesNothingWithoutAnAnswer) {
+TEST_F(DownlinkDelay, IsUnchangedWithoutAReply) {
     Blocks blocks;
     blocks.loseReplies(true);
     // One word on the heap: a sanitizer watches what lies behind it.
@@ -99,7 +101,7 @@ TEST_F(AnEffectSetting, OfTheDownlinksDelayTouchesNothingWithoutAnAnswer) {
     EXPECT_EQ(delays[1], 12);
 }
 
-TEST_F(AnEffectSetting, OfTheDownlinksDelayIsARequestOfNumbers) {
+TEST_F(DownlinkDelay, IsRequestedAsANumber) {
     server.on(128, 38, Answer::words(0, 7));
     Blocks blocks;
     blocks.failFreeing(true);
@@ -109,7 +111,7 @@ TEST_F(AnEffectSetting, OfTheDownlinksDelayIsARequestOfNumbers) {
     EXPECT_EQ(log.count(ERROR, "RemoteCall", "callFuncId", "rcfree error.\n"), 1U) << log.dump();
 }
 
-TEST_F(AnEffectSetting, OfTheConvertersGainIsLoggedBeforeItsBlocksAndBeforeItIsSent) {
+TEST_F(ConverterGain, IsLoggedBeforeItsBlocksAndBeforeItIsSent) {
     std::vector<std::string> before;
     server.on(128, 48, [&](const Request&) {
         for (const LogLine& line : log.lines())

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Parameter blocks of effects, whose lengths only they know.
+// Parameter blocks of effects, which carry their own length.
 #include "tests/settings/Blocks.h"
 #include "tests/settings/Row.h"
 #include "tests/support/LogCapture.h"
@@ -37,7 +37,7 @@ private:
     Bytes mBytes;
 };
 
-class AnEffect : public ::testing::TestWithParam<Effects> {
+class EffectParameter : public ::testing::TestWithParam<Effects> {
 protected:
     int set(Block& block) { return effects.set(clients, "main", "reverb", block.parameter()); }
     int get(Block& block) { return effects.get(clients, "main", "reverb", block.parameter()); }
@@ -52,7 +52,7 @@ protected:
     Blocks blocks;
 };
 
-TEST_P(AnEffect, TravelsWholeWhateverItsLength) {
+TEST_P(EffectParameter, IsSentWholeForEveryLength) {
     std::size_t sent = 0;
     for (const std::uint32_t size : {0U, 1U, 2U, 3U, 4U, 5U, 1000U, 70000U}) {
         Block block(size);
@@ -72,7 +72,7 @@ TEST_P(AnEffect, TravelsWholeWhateverItsLength) {
 
 // The client reads the body of a reply with one receive. Up to 32 KiB the kernel passes a message
 // on as one piece; of a longer one the receive may find the first piece only.
-TEST_P(AnEffect, ComesBackWholeUpTo32KiB) {
+TEST_P(EffectParameter, ComesBackWholeUpTo32KiB) {
     for (const std::uint32_t size : {0U, 1U, 2U, 3U, 4U, 5U, 1000U, 32000U}) {
         Block block(size);
         const Bytes before = block.bytes();
@@ -90,7 +90,7 @@ TEST_P(AnEffect, ComesBackWholeUpTo32KiB) {
     }
 }
 
-TEST_P(AnEffect, IsCopiedByItsLengthBeforeTheCall) {
+TEST_P(EffectParameter, IsStoredByItsLengthBeforeTheCall) {
     for (const std::uint32_t claimed : {0U, 3U, 9U, 0xffffffffU}) {
         Block block(8);
         const Bytes theirs = joined({word(claimed), Bytes(8, 0x77)});
@@ -100,14 +100,14 @@ TEST_P(AnEffect, IsCopiedByItsLengthBeforeTheCall) {
     }
 }
 
-TEST_P(AnEffect, IsZeroWhereTheReplyIsShort) {
+TEST_P(EffectParameter, IsZeroWhereTheReplyIsShort) {
     Block block(8);
     server.on(effects.type, effects.getter, Answer::words(-42, 2));
     EXPECT_EQ(get(block), -42);
     EXPECT_EQ(block.bytes(), joined({word(2), Bytes(8)}));
 }
 
-TEST_P(AnEffect, IsLeftAloneWhenNoReplyArrives) {
+TEST_P(EffectParameter, IsUnchangedWithoutAReply) {
     Block block(8);
     const Bytes before = block.bytes();
     blocks.loseReplies(true);
@@ -116,7 +116,7 @@ TEST_P(AnEffect, IsLeftAloneWhenNoReplyArrives) {
     EXPECT_EQ(block.bytes(), before);
 }
 
-TEST_P(AnEffect, IsRefusedWhenNoRequestHoldsIt) {
+TEST_P(EffectParameter, IsRefusedWhenTooLongForARequest) {
     // Heads without any data behind them: nothing beyond them may be read.
     for (const std::uint32_t size :
          {0xffffffffU, 0xffffffffU - 1, 0xffffffffU - 134, 0xffffffffU - 135, 0xffffffffU - 136,
@@ -132,7 +132,7 @@ TEST_P(AnEffect, IsRefusedWhenNoRequestHoldsIt) {
     EXPECT_EQ(set(block), 0);
 }
 
-TEST_P(AnEffect, HasTextsThatAreCutAndEnd) {
+TEST_P(EffectParameter, TravelsWithTextsCutToTheirFields) {
     Block block(0);
     struct Case {
         std::string given;
@@ -153,22 +153,14 @@ TEST_P(AnEffect, HasTextsThatAreCutAndEnd) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Of, AnEffect,
+    Of, EffectParameter,
     ::testing::Values(
         Effects{"Playback", 128, 4098, 4099,
-                [](const Clients& c, const char* tag, const char* effect, const Parameter& p) {
-                    return c.app().setEffectParameter(tag, effect, p);
-                },
-                [](const Clients& c, const char* tag, const char* effect, Parameter& p) {
-                    return c.app().getEffectParameter(tag, effect, p);
-                }},
+                [](auto& c, auto&&... with) { return c.app().setEffectParameter(with...); },
+                [](auto& c, auto&&... with) { return c.app().getEffectParameter(with...); }},
         Effects{"Capture", 133, 0, 1,
-                [](const Clients& c, const char* tag, const char* effect, const Parameter& p) {
-                    return c.record().set(tag, effect, p);
-                },
-                [](const Clients& c, const char* tag, const char* effect, Parameter& p) {
-                    return c.record().get(tag, effect, p);
-                }}),
+                [](auto& c, auto&&... with) { return c.record().set(with...); },
+                [](auto& c, auto&&... with) { return c.record().get(with...); }}),
     [](const ::testing::TestParamInfo<Effects>& one) { return std::string(one.param.test); });
 
 }  // namespace

@@ -73,7 +73,7 @@ protected:
     Channels volume;  // connected to nothing
 };
 
-TEST_F(FadeAndBalance, AreThoseOfTheExamples) {
+TEST_F(FadeAndBalance, MatchTheExamples) {
     const std::vector<std::pair<std::vector<int>, std::vector<int>>> examples = {
         {{0, 0, 10}, {100, 100, 100, 100}}, {{0, 10, 10}, {0, 100, 0, 100}},
         {{1, 0, 3}, {100, 100, 67, 67}},    {{-1, 0, 3}, {67, 67, 100, 100}},

@@ -48,7 +48,7 @@ int blocksOf(Call call) {
     return blocks;
 }
 
-TEST(TheHeapBlocksOfAnOperation, AreTheTwoOfItsRequest) {
+TEST(OperationHeapBlocks, AreTheTwoOfItsRequest) {
     ScriptedServer server;
     server.on(131, 36, Answer::words(0, 0));
     ClientVolumeSetting volume;
@@ -86,7 +86,7 @@ TEST(TheHeapBlocksOfAnOperation, AreTheTwoOfItsRequest) {
     EXPECT_TRUE(names.empty());
 }
 
-TEST(TheHeapBlocksOfAnOperation, AreNoneWhenItIsRefused) {
+TEST(OperationHeapBlocks, AreNoneWhenItIsRefused) {
     ScriptedServer server;
     ClientVolumeSetting volume;
     float gain = 0;

@@ -10,20 +10,19 @@
 namespace cabinaudio::test {
 namespace {
 
-/// A request of the object is under way, and the server takes its time.
-class AnObjectInUse : public ::testing::TestWithParam<Row> {};
+/// A request of the object waits for the server's reply.
+class ObjectInUse : public ::testing::TestWithParam<Row> {};
 
-TEST_P(AnObjectInUse, RefusesASecondRequest) {
+TEST_P(ObjectInUse, RefusesASecondRequest) {
     const Row& row = GetParam();
     ScriptedServer server;
     LogCapture log;
-    const auto function = static_cast<std::uint32_t>(row.request[0] + 256 * row.request[1]);
-    server.on(row.type, function, Answer::bytes(joined({word(0), row.results})).held());
+    server.on(row.type, functionOf(row), Answer::bytes(joined({word(0), row.results})).held());
     const Clients clients(row.type);
     Outputs first;
     std::future<int> answered =
         std::async(std::launch::async, [&] { return row.call(clients, first); });
-    ASSERT_TRUE(server.waitForRequest(function));
+    ASSERT_TRUE(server.waitForRequest(functionOf(row)));
 
     Outputs second;
     EXPECT_EQ(row.call(clients, second), row.result == Result::NAME ? 1 : NO_MEMORY);
@@ -38,10 +37,10 @@ TEST_P(AnObjectInUse, RefusesASecondRequest) {
     EXPECT_EQ(first.texts, row.texts);
 }
 
-/// Its server has gone in between.
-class AnObjectLeftAlone : public ::testing::TestWithParam<Row> {};
+/// The server ended after the registration.
+class ObjectWithoutServer : public ::testing::TestWithParam<Row> {};
 
-TEST_P(AnObjectLeftAlone, SaysThatNothingWentThrough) {
+TEST_P(ObjectWithoutServer, ReturnsNotSent) {
     const Row& row = GetParam();
     ScriptedServer server;
     const Clients clients(row.type);
@@ -60,25 +59,15 @@ std::vector<Row> oneOfEachKind() {
                                             "GetOutPutSource",         "GetActiveTracksInfo",
                                             "GetDuplexOfAEC",          "GetEffectParameter",
                                             "SetDACGainControl",       "SetUpMixMode"};
-    std::vector<Row> chosen;
-    for (const auto& rows :
-         {volumeRows(), sourceRows(), appRows(), mixerRows(), recordControlRows()})
-        for (const Row& row : rows)
-            if (row.type == RECORD_CONTROL ||
-                std::find(names.begin(), names.end(), row.test) != names.end())
-                chosen.push_back(row);
-    return chosen;
+    return rowsWhere([&](const Row& row) {
+        return row.type == RECORD_CONTROL ||
+               std::find(names.begin(), names.end(), row.test) != names.end();
+    });
 }
 
-INSTANTIATE_TEST_SUITE_P(For, AnObjectInUse, ::testing::ValuesIn(oneOfEachKind()),
-                         [](const ::testing::TestParamInfo<Row>& one) {
-                             return std::string(one.param.test);
-                         });
+INSTANTIATE_TEST_SUITE_P(For, ObjectInUse, ::testing::ValuesIn(oneOfEachKind()), nameOf);
 
-INSTANTIATE_TEST_SUITE_P(For, AnObjectLeftAlone, ::testing::ValuesIn(oneOfEachKind()),
-                         [](const ::testing::TestParamInfo<Row>& one) {
-                             return std::string(one.param.test);
-                         });
+INSTANTIATE_TEST_SUITE_P(For, ObjectWithoutServer, ::testing::ValuesIn(oneOfEachKind()), nameOf);
 
 }  // namespace
 }  // namespace cabinaudio::test

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Lists in replies, whatever the server says that they hold.
+// Lists in replies, for every count that the server may report.
 #include "tests/settings/Blocks.h"
 #include "tests/settings/Row.h"
 #include "tests/support/LogCapture.h"
@@ -28,15 +28,6 @@ void PrintTo(const List& list, std::ostream* stream) {
     *stream << list.test;
 }
 
-/// Calls a getter with what the caller has already, and adds what it has afterwards.
-template <typename Item, typename Get, typename Show>
-int shown(const Item& kept, std::vector<Bytes>& items, Get get, Show show) {
-    std::vector<Item> list = {kept};
-    const int result = get(list);
-    std::transform(list.begin(), list.end(), std::back_inserter(items), show);
-    return result;
-}
-
 Bytes bytesOf(const std::string& item) {
     return Bytes(item.begin(), item.end());
 }
@@ -45,7 +36,19 @@ Bytes bytesOf(const Record& record) {
     return Bytes(record.opaque0, record.opaque0 + sizeof record.opaque0);
 }
 
-class AList : public ::testing::TestWithParam<List> {
+/// A getter whose caller has an item already; adds the caller's items afterwards as bytes.
+template <typename Item, typename Get>
+auto getterOf(const Item& kept, Get get) {
+    return [=](const Clients& clients, std::vector<Bytes>& items) {
+        std::vector<Item> list = {kept};
+        const int result = get(clients, list);
+        for (const Item& item : list)
+            items.push_back(bytesOf(item));
+        return result;
+    };
+}
+
+class ReplyList : public ::testing::TestWithParam<List> {
 protected:
     /// Names for lists of texts: they fill their slots to the last byte, and end nowhere.
     [[nodiscard]] Bytes slot(int at) const {
@@ -70,7 +73,7 @@ protected:
     std::vector<Bytes> items;
 };
 
-TEST_P(AList, IsAppendedAsFarAsTheReplyHasRoom) {
+TEST_P(ReplyList, IsAppendedAsFarAsTheReplyHasRoom) {
     const Clients clients(list.type);
     for (const int count :
          {INT_MIN, -1, 0, 1, 2, list.slots - 1, list.slots, list.slots + 1, INT_MAX}) {
@@ -81,14 +84,14 @@ TEST_P(AList, IsAppendedAsFarAsTheReplyHasRoom) {
     }
 }
 
-TEST_P(AList, IsAppendedWhateverTheServersStatus) {
+TEST_P(ReplyList, IsAppendedForEachStatus) {
     const Clients clients(list.type);
     answers(-42, 3, list.slots);
     EXPECT_EQ(list.get(clients, items), list.readsStatus ? -42 : 0);
     expectItems(3);
 }
 
-TEST_P(AList, HasEmptyItemsWhereTheReplyIsShort) {
+TEST_P(ReplyList, HasEmptyItemsWhereTheReplyIsShort) {
     const Clients clients(list.type);
     answers(0, 3, 1);
     EXPECT_EQ(list.get(clients, items), 0);
@@ -104,7 +107,7 @@ TEST_P(AList, HasEmptyItemsWhereTheReplyIsShort) {
     expectItems(0);
 }
 
-TEST_P(AList, StaysAsItIsWhenNoReplyArrives) {
+TEST_P(ReplyList, IsUnchangedWithoutAReply) {
     const Clients clients(list.type);
     Blocks blocks;
     blocks.loseReplies(true);
@@ -113,45 +116,32 @@ TEST_P(AList, StaysAsItIsWhenNoReplyArrives) {
 }
 
 std::vector<List> lists() {
-    using OutputTag = audio::audio_output_src_tag_e;
     using OutputTrack = audio::audio_output_src_parameter_t;
-    const auto text = [](const std::string& one) { return bytesOf(one); };
+    const std::string kept = "kept";
     return {
         {"OfStreamTypes", 131, 36, 32, 64, true,
-         [=](const Clients& c, std::vector<Bytes>& items) {
-             return shown(
-                 std::string("kept"), items,
-                 [&](auto& to) { return c.volume().getStreamTypeList(to); }, text);
-         }},
+         getterOf(kept, [](auto& c, auto& to) { return c.volume().getStreamTypeList(to); })},
         {"OfActiveTracksNames", 130, 36, 32, 64, false,
-         [=](const Clients& c, std::vector<Bytes>& items) {
-             return shown(
-                 std::string("kept"), items,
-                 [&](auto& to) { return c.source().getActiveTracksName("main", to); }, text);
-         }},
+         getterOf(kept,
+                  [](auto& c, auto& to) { return c.source().getActiveTracksName("main", to); })},
         {"OfActiveTracks", 130, 38, 32, 200, false,
-         [](const Clients& c, std::vector<Bytes>& items) {
-             return shown(
-                 audio::audio_track_info_t{}, items,
-                 [&](auto& to) { return c.source().getActiveTracksInfo(to); },
-                 [](const auto& one) { return bytesOf(one); });
-         }},
+         getterOf(audio::audio_track_info_t{},
+                  [](auto& c, auto& to) { return c.source().getActiveTracksInfo(to); })},
         {"OfOutputTracks", 130, 32, 20, 52, true,
-         [](const Clients& c, std::vector<Bytes>& items) {
-             return shown(
-                 OutputTrack{}, items,
-                 [&](auto& to) { return c.source().getOutPutTrackInfoList(OutputTag{1}, to); },
-                 [](const auto& one) { return bytesOf(one); });
-         }},
+         getterOf(OutputTrack{},
+                  [](auto& c, auto& to) {
+                      return c.source().getOutPutTrackInfoList(audio::audio_output_src_tag_e{1},
+                                                               to);
+                  })},
     };
 }
 
-INSTANTIATE_TEST_SUITE_P(InAReply, AList, ::testing::ValuesIn(lists()),
+INSTANTIATE_TEST_SUITE_P(Items, ReplyList, ::testing::ValuesIn(lists()),
                          [](const ::testing::TestParamInfo<List>& one) {
                              return std::string(one.param.test);
                          });
 
-TEST(AnArrayOfOutputTracks, IsFilledWholeAndItsNumberIsTheServers) {
+TEST(OutputTrackArray, IsFilledAndItsCountIsTheServers) {
     ScriptedServer server;
     ClientSourceSetting source;
     const LogCapture log;
@@ -187,7 +177,7 @@ public:
     int counted = 0;
 };
 
-TEST(AListOfOutputTracks, IsWhatTheObjectsOwnOperationGives) {
+TEST(OutputTrackList, ComesFromTheObjectsOwnOperation) {
     LogCapture log;
     OutputTracks source;
     for (const int count : {-1, 0, 2, 20, 21, INT_MAX}) {

@@ -86,7 +86,7 @@ private:
 
 using Steps = std::vector<std::string>;
 
-class AMicrophonesGain : public ::testing::Test {
+class MicrophoneGain : public ::testing::Test {
 protected:
     /// Sets both sides and expects these rows.
     void expectSplit(float left, float right, int leftRow, int rightRow) {
@@ -105,7 +105,7 @@ protected:
     Converters volume;  // connected to nothing
 };
 
-TEST_F(AMicrophonesGain, IsSplitAsTheTableSays) {
+TEST_F(MicrophoneGain, IsSplitAsTheTableSays) {
     for (int total = -24; total <= 46; ++total) {
         ASSERT_EQ(splitOf(total).total, total);
         EXPECT_EQ(gmic_gain_table[total + 24].op, splitOf(total).op) << total;
@@ -114,7 +114,7 @@ TEST_F(AMicrophonesGain, IsSplitAsTheTableSays) {
     }
 }
 
-TEST_F(AMicrophonesGain, IsCutToWholeStepsFromItsLowerEnd) {
+TEST_F(MicrophoneGain, IsCutToTheStepBelow) {
     expectSplit(7.9F, 6.999F, 7, 6);
     expectSplit(-23.1F, -0.5F, -24, -1);
     expectSplit(45.99F, 46.0F, 45, 46);
@@ -122,7 +122,7 @@ TEST_F(AMicrophonesGain, IsCutToWholeStepsFromItsLowerEnd) {
     expectSplit(0.25F, -0.25F, 0, -1);
 }
 
-TEST_F(AMicrophonesGain, IsRefusedBeyondTheTable) {
+TEST_F(MicrophoneGain, IsRefusedBeyondTheTable) {
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const float infinite = std::numeric_limits<float>::infinity();
     for (const float bad : {std::nextafter(-24.0F, -30.0F), std::nextafter(46.0F, 50.0F), -25.0F,
@@ -147,7 +147,7 @@ TEST_F(AMicrophonesGain, IsRefusedBeyondTheTable) {
     EXPECT_TRUE(volume.steps.empty());
 }
 
-TEST_F(AMicrophonesGain, StopsAtTheAmplifierThatFails) {
+TEST_F(MicrophoneGain, StopsAtTheAmplifierThatFails) {
     volume.opStatus = -77;
     volume.pgaStatus = -78;
     EXPECT_EQ(volume.setMicAnalogGain(0.0F, 0.0F), -77);
@@ -157,7 +157,7 @@ TEST_F(AMicrophonesGain, StopsAtTheAmplifierThatFails) {
     EXPECT_EQ(volume.steps, (Steps{"set op 0", "set op 0", "set pga 0"}));
 }
 
-TEST_F(AMicrophonesGain, IsReadAsTheSumRoundedUp) {
+TEST_F(MicrophoneGain, IsReadAsTheRoundedSum) {
     struct Case {
         float op;
         float pga;
@@ -182,7 +182,7 @@ TEST_F(AMicrophonesGain, IsReadAsTheSumRoundedUp) {
     EXPECT_EQ(volume.steps[1], "get pga 0");
 }
 
-TEST_F(AMicrophonesGain, IsReadForOneSideAlone) {
+TEST_F(MicrophoneGain, IsReadForOneSideAlone) {
     volume.op[0] = 12.0F;
     volume.op[1] = 21.0F;
     float gain = 0;
@@ -193,7 +193,7 @@ TEST_F(AMicrophonesGain, IsReadForOneSideAlone) {
     EXPECT_EQ(volume.getMicAnalogGain(nullptr, nullptr), 0);
 }
 
-TEST_F(AMicrophonesGain, IsLeftAloneWhenAnAmplifierCannotBeRead) {
+TEST_F(MicrophoneGain, IsUnchangedWhenAnAmplifierCannotBeRead) {
     float left = 99;
     float right = 98;
     volume.opStatus = -77;
@@ -206,9 +206,13 @@ TEST_F(AMicrophonesGain, IsLeftAloneWhenAnAmplifierCannotBeRead) {
     EXPECT_EQ(right, 98.0F);
 }
 
-TEST(AMicrophonesGainOverTheWire, IsTwoRequests) {
+class MicrophoneGainOverTheWire : public ::testing::Test {
+protected:
     ScriptedServer server;
     ClientVolumeSetting volume;
+};
+
+TEST_F(MicrophoneGainOverTheWire, IsTwoRequests) {
     EXPECT_EQ(volume.setMicAnalogGain(28.0F, -3.5F), 0);
     EXPECT_EQ(server.functions(), (std::vector<std::uint32_t>{12, 10}));
     const std::vector<Request> all = server.requests();
@@ -227,6 +231,39 @@ TEST(AMicrophonesGainOverTheWire, IsTwoRequests) {
     server.on(131, 12, Answer::status(-9));
     EXPECT_EQ(volume.setMicAnalogGain(1.0F, 1.0F), -9);
     EXPECT_EQ(server.functions(), (std::vector<std::uint32_t>{12, 10, 13, 11, 12}));
+}
+
+TEST_F(MicrophoneGainOverTheWire, IsReadAsTheRoundedSumOfEachSide) {
+    struct Side {
+        float op;
+        float pga;
+        float sum;
+    };
+    constexpr Side SIDES[] = {{9.0F, -1.75F, 8.0F}, {0.0F, -23.25F, -23.0F}, {27.5F, 0.125F, 28.0F},
+                              {0.0F, -0.5F, 0.0F},  {40.0F, 5.25F, 46.0F},   {0.0F, -7.0F, -7.0F}};
+    for (const Side& one : SIDES) {
+        for (const Side& other : SIDES) {
+            server.on(VOLUME, 13, Answer::words(0, one.op, other.op));
+            server.on(VOLUME, 11, Answer::words(0, one.pga, other.pga));
+            float left = 99;
+            float right = 99;
+            ASSERT_EQ(volume.getMicAnalogGain(&left, &right), 0);
+            EXPECT_EQ(left, one.sum) << one.op << " + " << one.pga;
+            EXPECT_EQ(right, other.sum) << other.op << " + " << other.pga;
+        }
+    }
+}
+
+TEST_F(MicrophoneGainOverTheWire, IsCutToTheStepBelowOnEachSide) {
+    ASSERT_EQ(volume.setMicAnalogGain(7.9F, -3.1F), 0);
+    const auto op = server.requests(VOLUME, 12);
+    const auto pga = server.requests(VOLUME, 10);
+    ASSERT_EQ(op.size(), 1U);
+    ASSERT_EQ(pga.size(), 1U);
+    EXPECT_EQ(op[0].real(2), 9.0F) << "7 dB";
+    EXPECT_EQ(pga[0].real(2), -2.0F);
+    EXPECT_EQ(op[0].real(3), 0.0F) << "-4 dB";
+    EXPECT_EQ(pga[0].real(3), -4.0F);
 }
 
 }  // namespace

@@ -16,14 +16,11 @@ namespace {
 
 constexpr int SERVER_ERROR = -42;
 
-class ASetting : public ::testing::TestWithParam<Row> {
+class SettingOperation : public ::testing::TestWithParam<Row> {
 protected:
-    ASetting() : row(GetParam()), server(std::in_place) {}
+    SettingOperation() : row(GetParam()), server(std::in_place) {}
 
-    [[nodiscard]] std::uint32_t function() const {
-        return static_cast<std::uint32_t>(row.request[0] + 256 * row.request[1]);
-    }
-    void answers(const Answer& answer) { server->on(row.type, function(), answer); }
+    void answers(const Answer& answer) { server->on(row.type, functionOf(row), answer); }
     void answers(std::int32_t status) {
         answers(Answer::bytes(joined({number(status), row.results})));
     }
@@ -81,7 +78,7 @@ protected:
     Outputs outputs;
 };
 
-TEST_P(ASetting, IsOneRequestAndGivesWhatTheServerAnswers) {
+TEST_P(SettingOperation, SendsOneRequestAndReturnsTheAnswer) {
     const Blocks blocks;
     const Clients clients(row.type);
     answers(0);
@@ -107,7 +104,7 @@ TEST_P(ASetting, IsOneRequestAndGivesWhatTheServerAnswers) {
     expectStored(Bytes(row.stored.size()));
 }
 
-TEST_P(ASetting, TellsWhatGoesWrongOnTheWay) {
+TEST_P(SettingOperation, ReportsEachFailureOnTheWay) {
     Blocks blocks;
     std::optional<Clients> clients(row.type);
     answers(0);
@@ -135,15 +132,12 @@ TEST_P(ASetting, TellsWhatGoesWrongOnTheWay) {
     expectNoResults();
 }
 
-std::string nameOf(const ::testing::TestParamInfo<Row>& info) {
-    return info.param.test;
-}
-
-INSTANTIATE_TEST_SUITE_P(OfVolumes, ASetting, ::testing::ValuesIn(volumeRows()), nameOf);
-INSTANTIATE_TEST_SUITE_P(OfSources, ASetting, ::testing::ValuesIn(sourceRows()), nameOf);
-INSTANTIATE_TEST_SUITE_P(OfEffects, ASetting, ::testing::ValuesIn(appRows()), nameOf);
-INSTANTIATE_TEST_SUITE_P(OfTheMixer, ASetting, ::testing::ValuesIn(mixerRows()), nameOf);
-INSTANTIATE_TEST_SUITE_P(OfCapture, ASetting, ::testing::ValuesIn(recordControlRows()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Volume, SettingOperation, ::testing::ValuesIn(volumeRows()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Source, SettingOperation, ::testing::ValuesIn(sourceRows()), nameOf);
+INSTANTIATE_TEST_SUITE_P(App, SettingOperation, ::testing::ValuesIn(appRows()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Mixer, SettingOperation, ::testing::ValuesIn(mixerRows()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Capture, SettingOperation, ::testing::ValuesIn(recordControlRows()),
+                         nameOf);
 
 }  // namespace
 }  // namespace cabinaudio::test

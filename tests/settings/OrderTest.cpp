@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The steps of an operation come in their order, which shows when a later one fails, too.
+// The order of an operation's steps, which shows when a later step fails.
 #include <cabinaudio/client/ClientVersionSetting.h>
 
 #include "tests/settings/Blocks.h"
@@ -25,8 +25,7 @@ class SettingResult : public ::testing::TestWithParam<Row> {};
 TEST_P(SettingResult, IsStoredBeforeTheBlocksAreFreed) {
     const Row& row = GetParam();
     ScriptedServer server;
-    const auto function = static_cast<std::uint32_t>(row.request[0] + 256 * row.request[1]);
-    server.on(row.type, function, Answer::bytes(joined({word(0), row.results})));
+    server.on(row.type, functionOf(row), Answer::bytes(joined({word(0), row.results})));
     const Clients clients(row.type);
     Outputs outputs;
     Blocks blocks;
@@ -46,20 +45,13 @@ std::vector<Row> withResults() {
     const std::vector<std::string> others = {
         "GetOutPutSource",        "GetInputDestination",    "GetActiveTracksInfo",
         "GetOutPutTrackInfoList", "GetActivedSourceNumber", "GetDownlinkDelayEstimation"};
-    std::vector<Row> chosen;
-    for (const auto& rows :
-         {volumeRows(), sourceRows(), appRows(), mixerRows(), recordControlRows()})
-        for (const Row& row : rows)
-            if ((!row.stored.empty() || !row.texts.empty()) &&
-                std::find(others.begin(), others.end(), row.test) == others.end())
-                chosen.push_back(row);
-    return chosen;
+    return rowsWhere([&](const Row& row) {
+        return (!row.stored.empty() || !row.texts.empty()) &&
+               std::find(others.begin(), others.end(), row.test) == others.end();
+    });
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, SettingResult, ::testing::ValuesIn(withResults()),
-                         [](const ::testing::TestParamInfo<Row>& one) {
-                             return std::string(one.param.test);
-                         });
+INSTANTIATE_TEST_SUITE_P(Of, SettingResult, ::testing::ValuesIn(withResults()), nameOf);
 
 TEST(ActiveTracks, AreAppendedBeforeTheBlocksAreFreed) {
     ScriptedServer server;

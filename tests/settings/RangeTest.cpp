@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Gains: both ends are sent as they are, what lies just outside is refused, and so is what is no
-// number.
+// Gains: both ends of the range are sent unchanged; values just outside it and NaN are refused.
 #include "tests/settings/Row.h"
 #include "tests/support/LogCapture.h"
 
@@ -17,16 +16,21 @@ namespace {
 constexpr float INFINITE = std::numeric_limits<float>::infinity();
 constexpr float NO_NUMBER = std::numeric_limits<float>::quiet_NaN();
 
+constexpr const char* INVALID = "invalid input param\n";
+
 struct Gain {
     const char* test;
-    std::uint32_t type;
-    const char* file;
     const char* operation;  // as its log line calls it
-    const char* format;     // of its message, for the value
-    float high;
     std::uint32_t function;
     std::size_t offset;  // of the value in the request
     std::function<int(const Clients&, float)> call;
+    float high = 24.0F;
+    const char* format = INVALID;  // of its message, for the value
+    std::uint32_t type = VOLUME;
+
+    [[nodiscard]] const char* file() const {
+        return type == VOLUME ? "ClientVolumeSetting" : "ClientMixerSetting";
+    }
 };
 
 void PrintTo(const Gain& gain, std::ostream* stream) {
@@ -39,14 +43,14 @@ std::string formatted(const char* format, float value) {
     return message;
 }
 
-class AGain : public ::testing::TestWithParam<Gain> {
+class GainRange : public ::testing::TestWithParam<Gain> {
 protected:
     const Gain gain = GetParam();
     ScriptedServer server;
     LogCapture log;
 };
 
-TEST_P(AGain, IsSentUpToBothEndsOfItsRange) {
+TEST_P(GainRange, IsSentUpToBothEnds) {
     const Clients clients(gain.type);
     log.clear();
     std::size_t sent = 0;
@@ -63,7 +67,7 @@ TEST_P(AGain, IsSentUpToBothEndsOfItsRange) {
     EXPECT_TRUE(log.lines().empty()) << log.dump();
 }
 
-TEST_P(AGain, IsRefusedBeyondItsRange) {
+TEST_P(GainRange, IsRefusedBeyondBothEnds) {
     const Clients clients(gain.type);
     for (const float value :
          {std::nextafter(-103.5F, -200.0F), -104.0F, std::nextafter(gain.high, 200.0F),
@@ -72,78 +76,60 @@ TEST_P(AGain, IsRefusedBeyondItsRange) {
         log.clear();
         EXPECT_EQ(gain.call(clients, value), REFUSED) << value;
         EXPECT_EQ(log.lines().size(), 1U) << log.dump();
-        EXPECT_EQ(log.count(ERROR, gain.file, gain.operation, formatted(gain.format, value)), 1U)
+        EXPECT_EQ(log.count(ERROR, gain.file(), gain.operation, formatted(gain.format, value)), 1U)
             << value << "\n"
             << log.dump();
     }
     EXPECT_EQ(server.requests().size(), 1U) << "sent more than the registration";
 }
 
-constexpr const char* INVALID = "invalid input param\n";
-
 std::vector<Gain> volumeGains() {
-    const char* const file = "ClientVolumeSetting";
     return {
-        {"MainAudioDunkingTarget", 131, file, "setMainAudioDunkingTargetGain", INVALID, 0.0F, 26, 4,
-         [](const Clients& c, float dB) { return c.volume().setMainAudioDunkingTargetGain(dB); }},
-        {"MasterVolume", 131, file, "setMasterVolume", INVALID, 24.0F, 20, 4,
-         [](const Clients& c, float dB) { return c.volume().setMasterVolume(dB); }},
-        {"SecondAudioVolume", 131, file, "setSecondAudioVolume", INVALID, 24.0F, 22, 4,
-         [](const Clients& c, float dB) { return c.volume().setSecondAudioVolume(dB); }},
-        {"AlterAudioVolume", 131, file, "setAlterAudioVolume", INVALID, 24.0F, 31, 4,
-         [](const Clients& c, float dB) { return c.volume().setAlterAudioVolume(dB); }},
-        {"ChannelGain", 131, file, "setChannelGain", INVALID, 24.0F, 27, 8,
-         [](const Clients& c, float dB) {
-             return c.volume().setChannelGain(audio::AUDIO_CHANNEL_LF, dB);
-         }},
-        {"TrackVolume", 131, file, "setTrackVolume", INVALID, 24.0F, 24, 132,
-         [](const Clients& c, float dB) { return c.volume().setTrackVolume("main", "radio", dB); }},
-        {"GainByStreamType", 131, file, "setGainByStreamType",
-         "Invalid input param(gain:%f, streamtype:music)\n", 24.0F, 39, 68,
-         [](const Clients& c, float dB) { return c.volume().setGainByStreamType("music", dB); }},
+        {"MainAudioDunkingTarget", "setMainAudioDunkingTargetGain", 26, 4,
+         [](auto& c, float dB) { return c.volume().setMainAudioDunkingTargetGain(dB); }, 0.0F},
+        {"MasterVolume", "setMasterVolume", 20, 4,
+         [](auto& c, float dB) { return c.volume().setMasterVolume(dB); }},
+        {"SecondAudioVolume", "setSecondAudioVolume", 22, 4,
+         [](auto& c, float dB) { return c.volume().setSecondAudioVolume(dB); }},
+        {"AlterAudioVolume", "setAlterAudioVolume", 31, 4,
+         [](auto& c, float dB) { return c.volume().setAlterAudioVolume(dB); }},
+        {"ChannelGain", "setChannelGain", 27, 8,
+         [](auto& c, float dB) { return c.volume().setChannelGain(audio::AUDIO_CHANNEL_LF, dB); }},
+        {"TrackVolume", "setTrackVolume", 24, 132,
+         [](auto& c, float dB) { return c.volume().setTrackVolume("main", "radio", dB); }},
+        {"GainByStreamType", "setGainByStreamType", 39, 68,
+         [](auto& c, float dB) { return c.volume().setGainByStreamType("music", dB); }, 24.0F,
+         "Invalid input param(gain:%f, streamtype:music)\n"},
     };
 }
 
-/// The channel gain at a place, the others being fine.
-Gain channelOfATrack(std::size_t at, const char* test, const char* format) {
-    return {test,
-            131,
-            "ClientVolumeSetting",
-            "setTrackChannelGain",
-            format,
-            24.0F,
-            43,
-            132 + 4 * at,
-            [at](const Clients& c, float dB) {
-                float gains[8] = {};
-                gains[at] = dB;
-                return c.volume().setTrackChannelGain("auxiliary", "radio", gains);
-            }};
+/// The channel gain at a place; the others are in range.
+Gain trackChannel(std::size_t at, const char* test, const char* format) {
+    const auto call = [at](const Clients& c, float dB) {
+        float gains[8] = {};
+        gains[at] = dB;
+        return c.volume().setTrackChannelGain("auxiliary", "radio", gains);
+    };
+    return {test, "setTrackChannelGain", 43, 132 + 4 * at, call, 24.0F, format};
 }
 
 std::vector<Gain> trackChannelGains() {
     return {
-        channelOfATrack(0, "FirstTrackChannel", "invalid channelGain[0]:%.1f\n"),
-        channelOfATrack(4, "FifthTrackChannel", "invalid channelGain[4]:%.1f\n"),
-        channelOfATrack(7, "LastTrackChannel", "invalid channelGain[7]:%.1f\n"),
+        trackChannel(0, "FirstTrackChannel", "invalid channelGain[0]:%.1f\n"),
+        trackChannel(4, "FifthTrackChannel", "invalid channelGain[4]:%.1f\n"),
+        trackChannel(7, "LastTrackChannel", "invalid channelGain[7]:%.1f\n"),
     };
 }
 
 Gain mixerWord(bool isGps, std::size_t at, const char* test) {
-    return {test,
-            129,
-            "ClientMixerSetting",
-            isGps ? "setGpsMixerGain" : "setAlternativeAudioMixerGain",
-            INVALID,
-            0.0F,
-            isGps ? 8U : 10U,
-            8 + 4 * at,
-            [=](const Clients& c, float dB) {
-                audio::audio_mixer_matrix_t matrix{};
-                matrix.gain[at] = dB;
-                return isGps ? c.mixer().setGpsMixerGain(&matrix)
-                             : c.mixer().setAlternativeAudioMixerGain(&matrix);
-            }};
+    const auto call = [=](const Clients& c, float dB) {
+        audio::audio_mixer_matrix_t matrix{};
+        matrix.gain[at] = dB;
+        return isGps ? c.mixer().setGpsMixerGain(&matrix)
+                     : c.mixer().setAlternativeAudioMixerGain(&matrix);
+    };
+    const char* const operation = isGps ? "setGpsMixerGain" : "setAlternativeAudioMixerGain";
+    return {test, operation, isGps ? 8U : 10U, 8 + 4 * at, call, 0.0F, INVALID, MIXER};
 }
 
 std::vector<Gain> mixerGains() {
@@ -155,15 +141,15 @@ std::vector<Gain> mixerGains() {
     };
 }
 
-std::string nameOf(const ::testing::TestParamInfo<Gain>& info) {
+std::string gainName(const ::testing::TestParamInfo<Gain>& info) {
     return info.param.test;
 }
 
-INSTANTIATE_TEST_SUITE_P(OfVolumes, AGain, ::testing::ValuesIn(volumeGains()), nameOf);
-INSTANTIATE_TEST_SUITE_P(OfTracks, AGain, ::testing::ValuesIn(trackChannelGains()), nameOf);
-INSTANTIATE_TEST_SUITE_P(OfTheMixer, AGain, ::testing::ValuesIn(mixerGains()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Volume, GainRange, ::testing::ValuesIn(volumeGains()), gainName);
+INSTANTIATE_TEST_SUITE_P(Track, GainRange, ::testing::ValuesIn(trackChannelGains()), gainName);
+INSTANTIATE_TEST_SUITE_P(Mixer, GainRange, ::testing::ValuesIn(mixerGains()), gainName);
 
-TEST(TheGainsOfATrack, AreRefusedForTheFirstBadOne) {
+TEST(TrackGains, AreRefusedForTheFirstBadGain) {
     ScriptedServer server;
     ClientVolumeSetting volume;
     const LogCapture log;

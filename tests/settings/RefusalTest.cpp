@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Arguments that no operation takes: a line that says why, a result, and nothing sent. Ranges of
-// gains are in RangeTest.cpp.
-#include "tests/settings/Row.h"
-#include "tests/support/LogCapture.h"
+// Arguments that operations refuse: one log line with the reason, a result, and no request. The
+// ranges of gains are in RangeTest.cpp.
+#include "tests/settings/SilentClient.h"
 
 #include <gtest/gtest.h>
 
@@ -12,488 +11,333 @@ namespace {
 
 using U8 = unsigned char;
 using Mux = audio::audio_input_mux_id_e;
-using Pin = audio::audio_input_select_pin_e;
 using Channel = audio::audio_channel_idx_e;
 
 constexpr const char* INVALID = "invalid input param\n";
+constexpr int LOWEST = -2147483647 - 1;
 const std::string FULL(64, 'f');
 
-struct Refusal {
-    const char* operation;  // as its log line calls it
-    std::string message;
-    std::function<int(const Clients&)> call;
-    int result = REFUSED;
-};
+// ---- Volumes ------------------------------------------------------------------------------------
 
-class ARefusedArgument : public ::testing::Test {
+class VolumeSetting : public SilentClient<ClientVolumeSetting> {
 protected:
-    void expectRefused(const char* file, std::uint32_t type, const std::vector<Refusal>& refusals) {
-        const Clients clients(type);
-        std::size_t at = 0;
-        for (const auto& [operation, message, call, result] : refusals) {
-            SCOPED_TRACE(std::string(operation) + ", case " + std::to_string(at++));
-            log.clear();
-            EXPECT_EQ(call(clients), result);
-            EXPECT_EQ(log.lines().size(), 1U) << log.dump();
-            EXPECT_EQ(log.count(ERROR, file, operation, message), 1U) << message << log.dump();
-        }
-        EXPECT_EQ(server.requests().size(), 1U) << "sent more than the registration";
-    }
+    VolumeSetting() : SilentClient("ClientVolumeSetting") {}
 
-    ScriptedServer server;
-    LogCapture log;
+    audio::QVAudioSetting::Volume& volume = client;
+    U8* const noStep = nullptr;
+    float* const noGain = nullptr;
 };
 
-/// 0 as callers of an operation that returns a text see it.
-int isNull(const char* text) {
-    return text == nullptr ? 0 : 1;
+TEST_F(VolumeSetting, RefusesBadOutputVolumes) {
+    expectRefused("setMainAudioDunkingTargetGain", INVALID,
+                  volume.setMainAudioDunkingTargetGain(U8{101}));
+    expectRefused("setMainAudioDunkingTargetGain", INVALID,
+                  volume.setMainAudioDunkingTargetGain(U8{255}));
+    expectRefused("setMasterVolume", INVALID, volume.setMasterVolume(U8{149}));
+    expectRefused("setMasterVolume", INVALID, volume.setMasterVolume(U8{255}));
+    expectRefused("getMasterVolume", INVALID, volume.getMasterVolume(noStep));
+    expectRefused("getMasterVolume", INVALID, volume.getMasterVolume(noGain));
+    expectRefused("setSecondAudioVolume", INVALID, volume.setSecondAudioVolume(U8{149}));
+    expectRefused("getSecondAudioVolume", INVALID, volume.getSecondAudioVolume(noStep));
+    expectRefused("getSecondAudioVolume", INVALID, volume.getSecondAudioVolume(noGain));
+    expectRefused("setAlterAudioVolume", INVALID, volume.setAlterAudioVolume(U8{149}));
+    expectRefused("getAlterAudioVolume", INVALID, volume.getAlterAudioVolume(noStep));
+    expectRefused("getAlterAudioVolume", INVALID, volume.getAlterAudioVolume(noGain));
+    expectRefused("getUpLinkGain", INVALID, volume.getUpLinkGain(nullptr));
 }
 
-TEST_F(ARefusedArgument, OfAnOutputsVolumeIsLoggedAndNothingIsSent) {
-    const auto volume = [](const Clients& c) -> auto& {
-        return c.volume();
-    };
-    expectRefused(
-        "ClientVolumeSetting", 131,
-        {{"setMainAudioDunkingTargetGain", INVALID,
-          [=](const Clients& c) { return volume(c).setMainAudioDunkingTargetGain(U8{101}); }},
-         {"setMainAudioDunkingTargetGain", INVALID,
-          [=](const Clients& c) { return volume(c).setMainAudioDunkingTargetGain(U8{255}); }},
-         {"setMasterVolume", INVALID,
-          [=](const Clients& c) { return volume(c).setMasterVolume(U8{149}); }},
-         {"setMasterVolume", INVALID,
-          [=](const Clients& c) { return volume(c).setMasterVolume(U8{255}); }},
-         {"getMasterVolume", INVALID,
-          [=](const Clients& c) { return volume(c).getMasterVolume(static_cast<U8*>(nullptr)); }},
-         {"getMasterVolume", INVALID,
-          [=](const Clients& c) {
-              return volume(c).getMasterVolume(static_cast<float*>(nullptr));
-          }},
-         {"setSecondAudioVolume", INVALID,
-          [=](const Clients& c) { return volume(c).setSecondAudioVolume(U8{149}); }},
-         {"getSecondAudioVolume", INVALID,
-          [=](const Clients& c) {
-              return volume(c).getSecondAudioVolume(static_cast<U8*>(nullptr));
-          }},
-         {"getSecondAudioVolume", INVALID,
-          [=](const Clients& c) {
-              return volume(c).getSecondAudioVolume(static_cast<float*>(nullptr));
-          }},
-         {"setAlterAudioVolume", INVALID,
-          [=](const Clients& c) { return volume(c).setAlterAudioVolume(U8{149}); }},
-         {"getAlterAudioVolume", INVALID,
-          [=](const Clients& c) {
-              return volume(c).getAlterAudioVolume(static_cast<U8*>(nullptr));
-          }},
-         {"getAlterAudioVolume", INVALID,
-          [=](const Clients& c) {
-              return volume(c).getAlterAudioVolume(static_cast<float*>(nullptr));
-          }},
-         {"getUpLinkGain", INVALID,
-          [=](const Clients& c) { return volume(c).getUpLinkGain(nullptr); }},
-         {"setChannelGain", INVALID,
-          [=](const Clients& c) { return volume(c).setChannelGain(nullptr); }},
-         {"setChannelGain", INVALID,
-          [=](const Clients& c) {
-              audio::audio_channel_gain_t over{1, 149, {}};
-              return volume(c).setChannelGain(&over);
-          }},
-         {"getChannelGain", INVALID,
-          [=](const Clients& c) { return volume(c).getChannelGain(nullptr); }},
-         {"getChannelGain", INVALID,
-          [=](const Clients& c) {
-              audio::audio_channel_gain_t none{65535, 5, {}};
-              return volume(c).getChannelGain(&none);
-          }},
-         {"getChannelGain", INVALID,
-          [=](const Clients& c) { return volume(c).getChannelGain(Channel{1}, nullptr); }},
-         {"duck", "Invalid input param(percent:-1), the legal percent range is [0, 100]\n",
-          [=](const Clients& c) { return volume(c).duck(-1); }},
-         {"duck", "Invalid input param(percent:101), the legal percent range is [0, 100]\n",
-          [=](const Clients& c) { return volume(c).duck(101); }},
-         {"duck", "Invalid input param(percent:-2147483648), the legal percent range is [0, 100]\n",
-          [=](const Clients& c) { return volume(c).duck(-2147483647 - 1); }},
-         {"mute", "Invalid param, tag=NULL.\n",
-          [=](const Clients& c) { return volume(c).mute(nullptr, true); }},
-         {"mute", "Invalid param, tag=Main.\n",
-          [=](const Clients& c) { return volume(c).mute("Main", true); }},
-         {"mute", "Invalid param, tag=.\n",
-          [=](const Clients& c) { return volume(c).mute("", true); }},
-         {"demute", "Invalid param, tag=NULL.\n",
-          [=](const Clients& c) { return volume(c).demute(nullptr, true); }},
-         {"demute", "Invalid param, tag=main .\n",
-          [=](const Clients& c) { return volume(c).demute("main ", true); }},
-         {"getMuteState", "Invalid param, tag=NULL.\n",
-          [=](const Clients& c) {
-              static bool muted = true;
-              return volume(c).getMuteState(nullptr, muted);
-          }},
-         {"getMuteState", "Invalid param, tag=" + FULL + ".\n", [=](const Clients& c) {
-              static bool muted = true;
-              const int result = volume(c).getMuteState(FULL.c_str(), muted);
-              EXPECT_TRUE(muted);
-              return result;
-          }}});
+TEST_F(VolumeSetting, RefusesBadChannelGains) {
+    audio::audio_channel_gain_t over{1, 149, {}};
+    audio::audio_channel_gain_t none{65535, 5, {}};
+    expectRefused("setChannelGain", INVALID, volume.setChannelGain(nullptr));
+    expectRefused("setChannelGain", INVALID, volume.setChannelGain(&over));
+    expectRefused("getChannelGain", INVALID, volume.getChannelGain(nullptr));
+    expectRefused("getChannelGain", INVALID, volume.getChannelGain(&none));
+    expectRefused("getChannelGain", INVALID, volume.getChannelGain(Channel{1}, nullptr));
 }
 
-TEST_F(ARefusedArgument, OfATracksVolumeIsLoggedAndNothingIsSent) {
+TEST_F(VolumeSetting, RefusesBadDuckingPercents) {
+    const std::string range = "), the legal percent range is [0, 100]\n";
+    for (const int percent : {-1, 101, LOWEST})
+        expectRefused("duck", "Invalid input param(percent:" + std::to_string(percent) + range,
+                      volume.duck(percent));
+}
+
+TEST_F(VolumeSetting, RefusesUnknownTagsOfMutes) {
+    expectRefused("mute", "Invalid param, tag=NULL.\n", volume.mute(nullptr, true));
+    expectRefused("mute", "Invalid param, tag=Main.\n", volume.mute("Main", true));
+    expectRefused("mute", "Invalid param, tag=.\n", volume.mute("", true));
+    expectRefused("demute", "Invalid param, tag=NULL.\n", volume.demute(nullptr, true));
+    expectRefused("demute", "Invalid param, tag=main .\n", volume.demute("main ", true));
+    bool muted = true;
+    expectRefused("getMuteState", "Invalid param, tag=NULL.\n",
+                  volume.getMuteState(nullptr, muted));
+    expectRefused("getMuteState", "Invalid param, tag=" + FULL + ".\n",
+                  volume.getMuteState(FULL.c_str(), muted));
+    EXPECT_TRUE(muted);
+}
+
+TEST_F(VolumeSetting, RefusesBadTrackVolumes) {
     struct Names {
         const char* tag;
         const char* name;
     };
-    // "second" has no tracks. What is 64 bytes long or longer does not fit.
-    static const std::vector<Names> all = {
-        {nullptr, "radio"}, {"main", nullptr},      {"second", "radio"},    {"Main", "radio"},
-        {"", "radio"},      {"main", FULL.c_str()}, {FULL.c_str(), "radio"}};
-    std::vector<Refusal> refusals;
-    for (const Names& names : all) {
-        const char* const tag = names.tag;
-        const char* const name = names.name;
-        refusals.push_back({"setTrackVolume", INVALID, [=](const Clients& c) {
-                                return c.volume().setTrackVolume(tag, name, U8{1});
-                            }});
-        refusals.push_back({"setTrackVolume", INVALID, [=](const Clients& c) {
-                                return c.volume().setTrackVolume(tag, name, 1.0F);
-                            }});
-        refusals.push_back({"getTrackVolume", INVALID, [=](const Clients& c) {
-                                U8 steps = 5;
-                                const int result = c.volume().getTrackVolume(tag, name, &steps);
-                                EXPECT_EQ(steps, 5);
-                                return result;
-                            }});
-        refusals.push_back({"getTrackVolume", INVALID, [=](const Clients& c) {
-                                float gain = 5;
-                                const int result = c.volume().getTrackVolume(tag, name, &gain);
-                                EXPECT_EQ(gain, 5.0F);
-                                return result;
-                            }});
+    // "second" has no tracks. Texts of 64 bytes or more do not fit their fields.
+    for (const auto& [tag, name] :
+         {Names{nullptr, "radio"}, Names{"main", nullptr}, Names{"second", "radio"},
+          Names{"Main", "radio"}, Names{"", "radio"}, Names{"main", FULL.c_str()},
+          Names{FULL.c_str(), "radio"}}) {
+        SCOPED_TRACE(testing::Message() << "tag " << tag << ", name " << name);
+        U8 step = 5;
+        float gain = 5;
+        expectRefused("setTrackVolume", INVALID, volume.setTrackVolume(tag, name, U8{1}));
+        expectRefused("setTrackVolume", INVALID, volume.setTrackVolume(tag, name, 1.0F));
+        expectRefused("getTrackVolume", INVALID, volume.getTrackVolume(tag, name, &step));
+        expectRefused("getTrackVolume", INVALID, volume.getTrackVolume(tag, name, &gain));
+        EXPECT_EQ(step, 5);
+        EXPECT_EQ(gain, 5.0F);
     }
-    refusals.push_back({"setTrackVolume", INVALID, [](const Clients& c) {
-                            return c.volume().setTrackVolume("main", "radio", U8{149});
-                        }});
-    refusals.push_back({"getTrackVolume", INVALID, [](const Clients& c) {
-                            return c.volume().getTrackVolume("main", "radio",
-                                                             static_cast<U8*>(nullptr));
-                        }});
-    refusals.push_back({"getTrackVolume", INVALID, [](const Clients& c) {
-                            return c.volume().getTrackVolume("main", "radio",
-                                                             static_cast<float*>(nullptr));
-                        }});
-    expectRefused("ClientVolumeSetting", 131, refusals);
+    expectRefused("setTrackVolume", INVALID, volume.setTrackVolume("main", "radio", U8{149}));
+    expectRefused("getTrackVolume", INVALID, volume.getTrackVolume("main", "radio", noStep));
+    expectRefused("getTrackVolume", INVALID, volume.getTrackVolume("main", "radio", noGain));
 }
 
-TEST_F(ARefusedArgument, OfATracksChannelsIsLoggedAndNothingIsSent) {
+TEST_F(VolumeSetting, RefusesBadTrackChannels) {
     const std::string only = "input tag is bad param, only support 'auxiliary', input tag:";
-    static float gains[8] = {};
-    expectRefused(
-        "ClientVolumeSetting", 131,
-        {{"setTrackChannelGain", only + "NULL \n",
-          [](const Clients& c) { return c.volume().setTrackChannelGain(nullptr, "radio", gains); }},
-         {"setTrackChannelGain", only + "main \n",
-          [](const Clients& c) { return c.volume().setTrackChannelGain("main", "radio", gains); }},
-         {"setTrackChannelGain", only + "main \n",
-          [](const Clients& c) {
-              return c.volume().setTrackChannelGain("main", nullptr, nullptr);
-          }},
-         {"setTrackChannelGain", INVALID,
-          [](const Clients& c) {
-              return c.volume().setTrackChannelGain("auxiliary", nullptr, gains);
-          }},
-         {"setTrackChannelGain", INVALID, [](const Clients& c) {
-              return c.volume().setTrackChannelGain("auxiliary", "radio", nullptr);
-          }}});
+    float gains[8] = {};
+    expectRefused("setTrackChannelGain", only + "NULL \n",
+                  volume.setTrackChannelGain(nullptr, "radio", gains));
+    expectRefused("setTrackChannelGain", only + "main \n",
+                  volume.setTrackChannelGain("main", "radio", gains));
+    expectRefused("setTrackChannelGain", only + "main \n",
+                  volume.setTrackChannelGain("main", nullptr, nullptr));
+    expectRefused("setTrackChannelGain", INVALID,
+                  volume.setTrackChannelGain("auxiliary", nullptr, gains));
+    expectRefused("setTrackChannelGain", INVALID,
+                  volume.setTrackChannelGain("auxiliary", "radio", nullptr));
 }
 
-TEST_F(ARefusedArgument, OfAStreamTypeIsLoggedAndNothingIsSent) {
-    expectRefused(
-        "ClientVolumeSetting", 131,
-        {{"setVolumeByStreamType", "Invalid input param(volume:149, streamtype:music)\n",
-          [](const Clients& c) { return c.volume().setVolumeByStreamType("music", U8{149}); }},
-         {"setVolumeByStreamType", "Invalid input param(volume:7, streamtype:NULL)\n",
-          [](const Clients& c) { return c.volume().setVolumeByStreamType(nullptr, U8{7}); }},
-         {"getVolumeByStreamType", "Invalid input param(streamtype:NULL)\n",
-          [](const Clients& c) {
-              U8 steps = 5;
-              const int result = c.volume().getVolumeByStreamType(nullptr, steps);
-              EXPECT_EQ(steps, 5);
-              return result;
-          }},
-         {"setGainByStreamType", "Invalid input param(gain:24.500000, streamtype:music)\n",
-          [](const Clients& c) { return c.volume().setGainByStreamType("music", 24.5F); }},
-         {"setGainByStreamType", "Invalid input param(gain:1.000000, streamtype:NULL)\n",
-          [](const Clients& c) { return c.volume().setGainByStreamType(nullptr, 1.0F); }},
-         {"getGainByStreamType", "Invalid input param(streamtype:NULL)\n", [](const Clients& c) {
-              float gain = 5;
-              const int result = c.volume().getGainByStreamType(nullptr, gain);
-              EXPECT_EQ(gain, 5.0F);
-              return result;
-          }}});
+TEST_F(VolumeSetting, RefusesBadStreamTypes) {
+    U8 step = 5;
+    float gain = 5;
+    expectRefused("setVolumeByStreamType", "Invalid input param(volume:149, streamtype:music)\n",
+                  volume.setVolumeByStreamType("music", U8{149}));
+    expectRefused("setVolumeByStreamType", "Invalid input param(volume:7, streamtype:NULL)\n",
+                  volume.setVolumeByStreamType(nullptr, U8{7}));
+    expectRefused("getVolumeByStreamType", "Invalid input param(streamtype:NULL)\n",
+                  volume.getVolumeByStreamType(nullptr, step));
+    expectRefused("setGainByStreamType", "Invalid input param(gain:24.500000, streamtype:music)\n",
+                  volume.setGainByStreamType("music", 24.5F));
+    expectRefused("setGainByStreamType", "Invalid input param(gain:1.000000, streamtype:NULL)\n",
+                  volume.setGainByStreamType(nullptr, 1.0F));
+    expectRefused("getGainByStreamType", "Invalid input param(streamtype:NULL)\n",
+                  volume.getGainByStreamType(nullptr, gain));
+    EXPECT_EQ(step, 5);
+    EXPECT_EQ(gain, 5.0F);
 }
 
-TEST_F(ARefusedArgument, OfAConverterIsLoggedAndNothingIsSent) {
-    expectRefused(
-        "ClientVolumeSetting", 131,
-        {{"setAdcPgaGain", "invalid input param, id=2.\n",
-          [](const Clients& c) { return c.volume().setAdcPgaGain(Mux{2}, 1, 2); }},
-         {"getAdcPgaGain", "invalid input param, id=2.\n",
-          [](const Clients& c) { return c.volume().getAdcPgaGain(Mux{2}, nullptr, nullptr); }},
-         {"setAdcOpGain", "invalid input param, id=-1.\n",
-          [](const Clients& c) { return c.volume().setAdcOpGain(Mux{0xffffffff}, 1, 2); }},
-         {"getAdcOpGain", "invalid input param, id=3.\n",
-          [](const Clients& c) { return c.volume().getAdcOpGain(Mux{3}, nullptr, nullptr); }}});
+TEST_F(VolumeSetting, RefusesUnknownConverters) {
+    expectRefused("setAdcPgaGain", "invalid input param, id=2.\n",
+                  volume.setAdcPgaGain(Mux{2}, 1, 2));
+    expectRefused("getAdcPgaGain", "invalid input param, id=2.\n",
+                  volume.getAdcPgaGain(Mux{2}, nullptr, nullptr));
+    expectRefused("setAdcOpGain", "invalid input param, id=-1.\n",
+                  volume.setAdcOpGain(Mux{0xffffffff}, 1, 2));
+    expectRefused("getAdcOpGain", "invalid input param, id=3.\n",
+                  volume.getAdcOpGain(Mux{3}, nullptr, nullptr));
 }
 
-TEST_F(ARefusedArgument, OfASourceNameIsLoggedAndNothingIsSent) {
-    std::vector<Refusal> refusals;
+// ---- Sources ------------------------------------------------------------------------------------
+
+class SourceSetting : public SilentClient<ClientSourceSetting> {
+protected:
+    SourceSetting() : SilentClient("ClientSourceSetting") {}
+
+    /// For an operation that returns a text, which is null after a refusal.
+    void expectNoName(const char* operation, const std::string& message, const char* name,
+                      int line = __builtin_LINE()) {
+        expectRefused(operation, message, name == nullptr ? 0 : 1, 0, line);
+    }
+
+    audio::QVAudioSetting::Source& source = client;
+};
+
+TEST_F(SourceSetting, RefusesBadSourceNames) {
+    const char* const message = "bad source name\n";
     for (const char* const bad : {static_cast<const char*>(nullptr), FULL.c_str()}) {
-        const char* const message = "bad source name\n";
-        refusals.push_back({"setOutPutSource", message, [=](const Clients& c) {
-                                return c.source().setOutPutSource(bad, "main");
-                            }});
-        refusals.push_back({"setOutPutSource", message, [=](const Clients& c) {
-                                return c.source().setOutPutSource("radio", bad);
-                            }});
-        refusals.push_back({"setInputDestination", message, [=](const Clients& c) {
-                                return c.source().setInputDestination(bad, "phone");
-                            }});
-        refusals.push_back({"setInputDestination", message, [=](const Clients& c) {
-                                return c.source().setInputDestination("uplink", bad);
-                            }});
-        refusals.push_back(
-            {"getOutPutSource", message,
-             [=](const Clients& c) { return isNull(c.source().getOutPutSource(bad)); }, 0});
-        refusals.push_back(
-            {"getInputDestination", message,
-             [=](const Clients& c) { return isNull(c.source().getInputDestination(bad)); }, 0});
-        refusals.push_back({"dumpOutPutSourceList", message, [=](const Clients& c) {
-                                return c.source().dumpOutPutSourceList(bad);
-                            }});
-        refusals.push_back({"dumpInputDestinationList", message, [=](const Clients& c) {
-                                return c.source().dumpInputDestinationList(bad);
-                            }});
-        refusals.push_back({"getActivedSourceNumber", message, [=](const Clients& c) {
-                                return c.source().getActivedSourceNumber(bad);
-                            }});
+        expectRefused("setOutPutSource", message, source.setOutPutSource(bad, "main"));
+        expectRefused("setOutPutSource", message, source.setOutPutSource("radio", bad));
+        expectRefused("setInputDestination", message, source.setInputDestination(bad, "phone"));
+        expectRefused("setInputDestination", message, source.setInputDestination("uplink", bad));
+        expectNoName("getOutPutSource", message, source.getOutPutSource(bad));
+        expectNoName("getInputDestination", message, source.getInputDestination(bad));
+        expectRefused("dumpOutPutSourceList", message, source.dumpOutPutSourceList(bad));
+        expectRefused("dumpInputDestinationList", message, source.dumpInputDestinationList(bad));
+        expectRefused("getActivedSourceNumber", message, source.getActivedSourceNumber(bad));
     }
     for (const char* const input : {"main", "", "Uplink", "uplink2"})
-        refusals.push_back(
-            {"getInputDestination", "input source tag only support:uplink\n",
-             [=](const Clients& c) { return isNull(c.source().getInputDestination(input)); }, 0});
-    expectRefused("ClientSourceSetting", 130, refusals);
+        expectNoName("getInputDestination", "input source tag only support:uplink\n",
+                     source.getInputDestination(input));
 }
 
-TEST_F(ARefusedArgument, OfAnActiveTrackIsLoggedAndNothingIsSent) {
-    static std::vector<std::string> names = {"kept"};
-    static std::string type = "kept";
-    static audio::audio_output_src_parameter_t records[20];
-    static int count = 5;
-    using Tag = audio::audio_output_src_tag_e;
-    const auto list = [](Tag tag) {
-        return [tag](const Clients& c) {
-            std::vector<audio::audio_output_src_parameter_t> tracks(3);
-            const int result = c.source().getOutPutTrackInfoList(tag, tracks);
-            EXPECT_EQ(tracks.size(), 3U);
-            return result;
-        };
-    };
-    expectRefused(
-        "ClientSourceSetting", 130,
-        {{"getActiveTracksName", "tag is NULL\n",
-          [](const Clients& c) { return c.source().getActiveTracksName(nullptr, names); }},
-         {"getTrackStreamType", "tag is NULL\n",
-          [](const Clients& c) { return c.source().getTrackStreamType(nullptr, "radio", type); }},
-         {"getTrackStreamType", "name is NULL\n",
-          [](const Clients& c) { return c.source().getTrackStreamType("main", nullptr, type); }},
-         {"getTrackStreamType", "tag is NULL\n",
-          [](const Clients& c) { return c.source().getTrackStreamType(nullptr, nullptr, type); }},
-         {"getOutputTrackInfo", "input param error\n",
-          [](const Clients& c) { return c.seats().getOutputTrackInfo(Tag{1}, nullptr, &count); }},
-         {"getOutputTrackInfo", "input param error\n",
-          [](const Clients& c) { return c.seats().getOutputTrackInfo(Tag{4}, nullptr, &count); }},
-         {"getOutputTrackInfo", "input tag(0x4) error\n",
-          [](const Clients& c) { return c.seats().getOutputTrackInfo(Tag{4}, records, &count); },
-          0},
-         {"getOutputTrackInfo", "input tag(0xfffffffc) error\n",
-          [](const Clients& c) {
-              return c.seats().getOutputTrackInfo(Tag{0xfffffffc}, records, nullptr);
-          },
-          0},
-         {"getOutputTrackInfo", "input tag(0x0) error\n", list(Tag{0}), 0}});
+TEST_F(SourceSetting, RefusesBadTracks) {
+    std::vector<std::string> names = {"kept"};
+    std::string type = "kept";
+    expectRefused("getActiveTracksName", "tag is NULL\n",
+                  source.getActiveTracksName(nullptr, names));
+    expectRefused("getTrackStreamType", "tag is NULL\n",
+                  source.getTrackStreamType(nullptr, "radio", type));
+    expectRefused("getTrackStreamType", "name is NULL\n",
+                  source.getTrackStreamType("main", nullptr, type));
+    expectRefused("getTrackStreamType", "tag is NULL\n",
+                  source.getTrackStreamType(nullptr, nullptr, type));
     EXPECT_EQ(names, std::vector<std::string>{"kept"});
     EXPECT_EQ(type, "kept");
+}
+
+TEST_F(SourceSetting, RefusesBadOutputs) {
+    using Tag = audio::audio_output_src_tag_e;
+    using Track = audio::audio_output_src_parameter_t;
+    Track records[20];
+    int count = 5;
+    std::vector<Track> list(3);
+    expectRefused("getOutputTrackInfo", "input param error\n",
+                  client.getOutputTrackInfo(Tag{1}, nullptr, &count));
+    expectRefused("getOutputTrackInfo", "input param error\n",
+                  client.getOutputTrackInfo(Tag{4}, nullptr, &count));
+    expectRefused("getOutputTrackInfo", "input tag(0x4) error\n",
+                  client.getOutputTrackInfo(Tag{4}, records, &count), 0);
+    expectRefused("getOutputTrackInfo", "input tag(0xfffffffc) error\n",
+                  client.getOutputTrackInfo(Tag{0xfffffffc}, records, nullptr), 0);
+    expectRefused("getOutputTrackInfo", "input tag(0x0) error\n",
+                  source.getOutPutTrackInfoList(Tag{0}, list), 0);
     EXPECT_EQ(count, 5);
+    EXPECT_EQ(list.size(), 3U);
 }
 
-TEST_F(ARefusedArgument, OfTheHardwareIsLoggedAndNothingIsSent) {
+TEST_F(SourceSetting, RefusesBadHardware) {
+    expectRefused("setDacOutPutMapping", "tbl is null\n", source.setDacOutPutMapping(nullptr));
+    expectRefused("getDacOutPutMapping", "tbl is null\n", source.getDacOutPutMapping(nullptr));
+    expectRefused("setI2sOutPutMapping", "tbl is null\n", source.setI2sOutPutMapping(nullptr));
+    expectRefused("getI2sOutPutMapping", "tbl is null\n", source.getI2sOutPutMapping(nullptr));
+    expectRefused("configurePcmHwInterface", "cfg is null\n",
+                  source.configurePcmHwInterface(nullptr));
+    expectRefused("setI2sFormatAndConfig", "dcp is null\n",
+                  source.setI2sFormatAndConfig(audio::audio_i2s_select_param_e{1}, nullptr));
+    expectRefused("getHWSignalEnergy", "energy is null\n",
+                  source.getHWSignalEnergy(audio::audio_hw_type_e{1}, nullptr));
+    expectRefused("getAdcMuxPin", "pin is null\n", client.getAdcMuxPin(Mux{0}, nullptr));
+    expectRefused("getAdcMuxPin", "pin is null\n", source.getInputMuxPin(Mux{0}, nullptr));
+}
+
+TEST_F(SourceSetting, RefusesNumbersOutsideTheirRange) {
     using Capability = audio::audio_samplerate_capability_e;
-    const auto dac = [](int at) {
-        return [at](const Clients& c) {
-            audio::audio_dac_output_mapping_tbl_t table{};
-            table.entry[at] = 11;
-            return c.source().setDacOutPutMapping(&table);
-        };
-    };
-    const auto i2s = [](int at) {
-        return [at](const Clients& c) {
-            audio::audio_i2s_output_mapping_tbl_t table{};
-            table.entry[at] = 0x7fffffff;
-            return c.source().setI2sOutPutMapping(&table);
-        };
-    };
-    std::vector<Refusal> refusals = {
-        {"setDacOutPutMapping", "tbl is null\n",
-         [](const Clients& c) { return c.source().setDacOutPutMapping(nullptr); }},
-        {"getDacOutPutMapping", "tbl is null\n",
-         [](const Clients& c) { return c.source().getDacOutPutMapping(nullptr); }},
-        {"setI2sOutPutMapping", "tbl is null\n",
-         [](const Clients& c) { return c.source().setI2sOutPutMapping(nullptr); }},
-        {"getI2sOutPutMapping", "tbl is null\n",
-         [](const Clients& c) { return c.source().getI2sOutPutMapping(nullptr); }},
-        {"configurePcmHwInterface", "cfg is null\n",
-         [](const Clients& c) { return c.source().configurePcmHwInterface(nullptr); }},
-        {"setI2sFormatAndConfig", "dcp is null\n",
-         [](const Clients& c) {
-             return c.source().setI2sFormatAndConfig(audio::audio_i2s_select_param_e{1}, nullptr);
-         }},
-        {"getHWSignalEnergy", "energy is null\n",
-         [](const Clients& c) {
-             return c.source().getHWSignalEnergy(audio::audio_hw_type_e{1}, nullptr);
-         }},
-        {"getAdcMuxPin", "pin is null\n",
-         [](const Clients& c) { return c.seats().getAdcMuxPin(Mux{0}, nullptr); }},
-        {"getAdcMuxPin", "pin is null\n",
-         [](const Clients& c) { return c.source().getInputMuxPin(Mux{0}, nullptr); }},
-        {"setMainAudioSpeakerTestPattern", " invalid frequency(0)\n",
-         [](const Clients& c) { return c.source().setMainAudioSpeakerTestPattern(Channel{1}, 0); }},
-        {"setMainAudioSpeakerTestPattern", " invalid frequency(48000)\n",
-         [](const Clients& c) {
-             return c.source().setMainAudioSpeakerTestPattern(Channel{1}, 48000);
-         }},
-        {"setMainAudioSpeakerTestPattern", " invalid frequency(-2147483648)\n",
-         [](const Clients& c) {
-             return c.source().setMainAudioSpeakerTestPattern(Channel{1}, -2147483647 - 1);
-         }},
-        {"setSamplerateCapability", "invalid cap(6)\n",
-         [](const Clients& c) { return c.source().setSamplerateCapability(Capability{6}); }},
-        {"setSamplerateCapability", "invalid cap(-1)\n",
-         [](const Clients& c) { return c.source().setSamplerateCapability(Capability{-1}); }},
-    };
-    for (int i = 0; i < 6; ++i)
-        refusals.push_back({"setDacOutPutMapping", "invalid input parameter\n", dac(i)});
-    for (int i = 0; i < 8; ++i)
-        refusals.push_back({"setI2sOutPutMapping", "invalid input parameter\n", i2s(i)});
-    expectRefused("ClientSourceSetting", 130, refusals);
+    for (const int frequency : {0, 48000, LOWEST})
+        expectRefused("setMainAudioSpeakerTestPattern",
+                      " invalid frequency(" + std::to_string(frequency) + ")\n",
+                      source.setMainAudioSpeakerTestPattern(Channel{1}, frequency));
+    expectRefused("setSamplerateCapability", "invalid cap(6)\n",
+                  source.setSamplerateCapability(Capability{6}));
+    expectRefused("setSamplerateCapability", "invalid cap(-1)\n",
+                  source.setSamplerateCapability(Capability{-1}));
+    for (int at = 0; at < 6; ++at) {
+        SCOPED_TRACE(at);
+        audio::audio_dac_output_mapping_tbl_t table{};
+        table.entry[at] = 11;
+        expectRefused("setDacOutPutMapping", "invalid input parameter\n",
+                      source.setDacOutPutMapping(&table));
+    }
+    for (int at = 0; at < 8; ++at) {
+        SCOPED_TRACE(at);
+        audio::audio_i2s_output_mapping_tbl_t table{};
+        table.entry[at] = 0x7fffffff;
+        expectRefused("setI2sOutPutMapping", "invalid input parameter\n",
+                      source.setI2sOutPutMapping(&table));
+    }
 }
 
-TEST_F(ARefusedArgument, OfAnEffectIsLoggedAndNothingIsSent) {
+// ---- Effects, mixer, capture --------------------------------------------------------------------
+
+class AppSetting : public SilentClient<ClientAppSetting> {
+protected:
+    AppSetting() : SilentClient("ClientAppSetting") {}
+
+    audio::QVAudioSetting::App& app = client;
+};
+
+TEST_F(AppSetting, RefusesNullPointers) {
     const char* const pointer = "Invalid params, param=0.\n";
-    static audio::effect_param_t empty{0};
-    std::vector<Refusal> refusals = {
-        {"getEqualizerSpectrum", pointer,
-         [](const Clients& c) { return c.app().getEqualizerSpectrum(nullptr); }},
-        {"setEqualizer", pointer,
-         [](const Clients& c) {
-             return c.app().setEqualizer(static_cast<audio::audio_ext_eq_parameter_t*>(nullptr));
-         }},
-        {"getEqualizer", pointer,
-         [](const Clients& c) {
-             return c.app().getEqualizer(static_cast<audio::audio_ext_eq_parameter_t*>(nullptr));
-         }},
-        {"getSpeakerDelay", INVALID,
-         [](const Clients& c) { return c.app().getSpeakerDelay(Channel{1}, nullptr); }},
-        {"getQualityOfAEC", INVALID,
-         [](const Clients& c) { return c.app().getQualityOfAEC(nullptr); }},
-        {"setNLPConfig", INVALID, [](const Clients& c) { return c.app().setNLPConfig(nullptr); }},
-        {"getNLPConfig", INVALID, [](const Clients& c) { return c.app().getNLPConfig(nullptr); }},
-        {"setHandsfreeEQ", INVALID,
-         [](const Clients& c) { return c.app().setHandsfreeEQ(nullptr); }},
-        {"getHandsfreeEQ", INVALID,
-         [](const Clients& c) { return c.app().getHandsfreeEQ(nullptr); }},
-        {"setDACGainControl", INVALID,
-         [](const Clients& c) { return c.app().setDACGainControl(nullptr); }},
-        {"getOutPutDataEnergy", INVALID,
-         [](const Clients& c) { return c.app().getOutPutDataEnergy(nullptr); }},
-    };
+    audio::audio_ext_eq_parameter_t* const noEqualizer = nullptr;
+    expectRefused("getEqualizerSpectrum", pointer, app.getEqualizerSpectrum(nullptr));
+    expectRefused("setEqualizer", pointer, app.setEqualizer(noEqualizer));
+    expectRefused("getEqualizer", pointer, app.getEqualizer(noEqualizer));
+    expectRefused("getSpeakerDelay", INVALID, app.getSpeakerDelay(Channel{1}, nullptr));
+    expectRefused("getQualityOfAEC", INVALID, app.getQualityOfAEC(nullptr));
+    expectRefused("setNLPConfig", INVALID, app.setNLPConfig(nullptr));
+    expectRefused("getNLPConfig", INVALID, app.getNLPConfig(nullptr));
+    expectRefused("setHandsfreeEQ", INVALID, app.setHandsfreeEQ(nullptr));
+    expectRefused("getHandsfreeEQ", INVALID, app.getHandsfreeEQ(nullptr));
+    expectRefused("setDACGainControl", INVALID, app.setDACGainControl(nullptr));
+    expectRefused("getOutPutDataEnergy", INVALID, app.getOutPutDataEnergy(nullptr));
+}
+
+TEST_F(AppSetting, RefusesEffectsWithoutTagOrName) {
+    audio::effect_param_t empty{0};
     for (const char* const tag : {static_cast<const char*>(nullptr), "main"}) {
         const char* const effect = tag == nullptr ? "reverb" : nullptr;
-        refusals.push_back({"setEffectEnabled", INVALID, [=](const Clients& c) {
-                                return c.app().setEffectEnabled(tag, effect, true);
-                            }});
-        refusals.push_back({"getEffectEnabled", INVALID, [=](const Clients& c) {
-                                bool on = true;
-                                const int result = c.app().getEffectEnabled(tag, effect, on);
-                                EXPECT_TRUE(on);
-                                return result;
-                            }});
-        refusals.push_back({"setEffectParameter", INVALID, [=](const Clients& c) {
-                                return c.app().setEffectParameter(tag, effect, empty);
-                            }});
-        refusals.push_back({"getEffectParameter", INVALID, [=](const Clients& c) {
-                                return c.app().getEffectParameter(tag, effect, empty);
-                            }});
+        bool on = true;
+        expectRefused("setEffectEnabled", INVALID, app.setEffectEnabled(tag, effect, true));
+        expectRefused("getEffectEnabled", INVALID, app.getEffectEnabled(tag, effect, on));
+        expectRefused("setEffectParameter", INVALID, app.setEffectParameter(tag, effect, empty));
+        expectRefused("getEffectParameter", INVALID, app.getEffectParameter(tag, effect, empty));
+        EXPECT_TRUE(on);
     }
-    expectRefused("ClientAppSetting", 128, refusals);
 }
 
-TEST_F(ARefusedArgument, OfTheMixerIsLoggedAndNothingIsSent) {
+class MixerSetting : public SilentClient<ClientMixerSetting> {
+protected:
+    MixerSetting() : SilentClient("ClientMixerSetting") {}
+
+    audio::QVAudioSetting::Mixer& mixer = client;
+};
+
+TEST_F(MixerSetting, RefusesBadGainsAndChannels) {
     using ExtChannel = audio::audio_ext_channel_idx_e;
-    std::vector<Refusal> refusals = {
-        {"setGpsMixerGain", INVALID,
-         [](const Clients& c) {
-             return c.mixer().setGpsMixerGain(static_cast<audio::audio_mixer_gain_t*>(nullptr));
-         }},
-        {"setGpsMixerGain", INVALID,
-         [](const Clients& c) {
-             return c.mixer().setGpsMixerGain(static_cast<audio::audio_mixer_matrix_t*>(nullptr));
-         }},
-        {"setAlternativeAudioMixerGain", INVALID,
-         [](const Clients& c) {
-             return c.mixer().setAlternativeAudioMixerGain(
-                 static_cast<audio::audio_mixer_gain_t*>(nullptr));
-         }},
-        {"setAlternativeAudioMixerGain", INVALID,
-         [](const Clients& c) {
-             return c.mixer().setAlternativeAudioMixerGain(
-                 static_cast<audio::audio_mixer_matrix_t*>(nullptr));
-         }},
-        {"setHwAlternativeAudioMixerWithMain", INVALID,
-         [](const Clients& c) {
-             return c.mixer().setHwAlternativeAudioMixerWithMain(ExtChannel{65535}, true);
-         }},
-        {"setHwAlternativeAudioMixerWithMain", INVALID,
-         [](const Clients& c) {
-             return c.mixer().setHwAlternativeAudioMixerWithMain(ExtChannel{0x7fffffff}, true);
-         }},
-    };
-    for (int i = 0; i < 4; ++i)
+    audio::audio_mixer_gain_t* const noSteps = nullptr;
+    audio::audio_mixer_matrix_t* const noGains = nullptr;
+    expectRefused("setGpsMixerGain", INVALID, mixer.setGpsMixerGain(noSteps));
+    expectRefused("setGpsMixerGain", INVALID, mixer.setGpsMixerGain(noGains));
+    expectRefused("setAlternativeAudioMixerGain", INVALID,
+                  mixer.setAlternativeAudioMixerGain(noSteps));
+    expectRefused("setAlternativeAudioMixerGain", INVALID,
+                  mixer.setAlternativeAudioMixerGain(noGains));
+    expectRefused("setHwAlternativeAudioMixerWithMain", INVALID,
+                  mixer.setHwAlternativeAudioMixerWithMain(ExtChannel{65535}, true));
+    expectRefused("setHwAlternativeAudioMixerWithMain", INVALID,
+                  mixer.setHwAlternativeAudioMixerWithMain(ExtChannel{0x7fffffff}, true));
+    for (int at = 0; at < 4; ++at)
         for (const U8 step : {U8{101}, U8{255}}) {
-            const auto gain = [=] {
-                audio::audio_mixer_gain_t all{1, {}};
-                all.gain[i] = step;
-                return all;
-            };
-            refusals.push_back({"setGpsMixerGain", INVALID, [=](const Clients& c) {
-                                    audio::audio_mixer_gain_t one = gain();
-                                    return c.mixer().setGpsMixerGain(&one);
-                                }});
-            refusals.push_back({"setAlternativeAudioMixerGain", INVALID, [=](const Clients& c) {
-                                    audio::audio_mixer_gain_t one = gain();
-                                    return c.mixer().setAlternativeAudioMixerGain(&one);
-                                }});
+            SCOPED_TRACE(testing::Message() << "step " << int{step} << " at " << at);
+            audio::audio_mixer_gain_t gain{1, {}};
+            gain.gain[at] = step;
+            expectRefused("setGpsMixerGain", INVALID, mixer.setGpsMixerGain(&gain));
+            expectRefused("setAlternativeAudioMixerGain", INVALID,
+                          mixer.setAlternativeAudioMixerGain(&gain));
         }
-    expectRefused("ClientMixerSetting", 129, refusals);
 }
 
-TEST_F(ARefusedArgument, OfACaptureEffectIsLoggedAndNothingIsSent) {
-    static audio::effect_param_t empty{0};
-    expectRefused(
-        "ClientRecordControl", 133,
-        {{"set", INVALID, [](const Clients& c) { return c.record().set(nullptr, "noise", empty); }},
-         {"set", INVALID,
-          [](const Clients& c) { return c.record().set("uplink", nullptr, empty); }},
-         {"get", INVALID, [](const Clients& c) { return c.record().get(nullptr, "noise", empty); }},
-         {"get", INVALID,
-          [](const Clients& c) { return c.record().get("uplink", nullptr, empty); }}});
+class RecordControl : public SilentClient<ClientAudioRecordControl> {
+protected:
+    RecordControl() : SilentClient("ClientRecordControl") {}
+};
+
+TEST_F(RecordControl, RefusesEffectsWithoutTagOrName) {
+    audio::effect_param_t empty{0};
+    audio::QVAudioRecordControl::AudioRecordControl& record = client;
+    expectRefused("set", INVALID, record.set(nullptr, "noise", empty));
+    expectRefused("set", INVALID, record.set("uplink", nullptr, empty));
+    expectRefused("get", INVALID, record.get(nullptr, "noise", empty));
+    expectRefused("get", INVALID, record.get("uplink", nullptr, empty));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <iterator>
 
 namespace cabinaudio::test {
 namespace {
@@ -80,6 +81,22 @@ Bytes Outputs::first(std::size_t size) const {
 
 void PrintTo(const Row& row, std::ostream* stream) {
     *stream << row.test;
+}
+
+std::vector<Row> rowsWhere(const std::function<bool(const Row&)>& isWanted) {
+    std::vector<Row> chosen;
+    for (const auto& rows :
+         {volumeRows(), sourceRows(), appRows(), mixerRows(), recordControlRows()})
+        std::copy_if(rows.begin(), rows.end(), std::back_inserter(chosen), isWanted);
+    return chosen;
+}
+
+std::uint32_t functionOf(const Row& row) {
+    return static_cast<std::uint32_t>(row.request[0] + 256 * row.request[1]);
+}
+
+std::string nameOf(const ::testing::TestParamInfo<Row>& info) {
+    return info.param.test;
 }
 
 }  // namespace cabinaudio::test

@@ -9,6 +9,8 @@
 
 #include "tests/support/ScriptedServer.h"
 
+#include <gtest/gtest.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -143,5 +145,12 @@ void PrintTo(const Row& row, std::ostream* stream);
 [[nodiscard]] std::vector<Row> appRows();
 [[nodiscard]] std::vector<Row> mixerRows();
 [[nodiscard]] std::vector<Row> recordControlRows();
+/// The rows of all tables that `isWanted` selects.
+[[nodiscard]] std::vector<Row> rowsWhere(const std::function<bool(const Row&)>& isWanted);
+
+/// Function id.
+[[nodiscard]] std::uint32_t functionOf(const Row& row);
+/// For INSTANTIATE_TEST_SUITE_P.
+[[nodiscard]] std::string nameOf(const ::testing::TestParamInfo<Row>& info);
 
 }  // namespace cabinaudio::test

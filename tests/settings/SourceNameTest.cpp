@@ -23,7 +23,7 @@ void PrintTo(const Getter& getter, std::ostream* stream) {
     *stream << getter.test;
 }
 
-class AKeptName : public ::testing::TestWithParam<Getter> {
+class KeptName : public ::testing::TestWithParam<Getter> {
 protected:
     const char* get() { return get(getter.tag); }
     const char* get(const char* tag) {
@@ -40,7 +40,7 @@ protected:
     LogCapture log;
 };
 
-TEST_P(AKeptName, StandsAtOnePlaceAndChangesWithTheNextCall) {
+TEST_P(KeptName, KeepsItsAddressAndChangesWithTheNextCall) {
     answers(0, "radio");
     const char* const name = get();
     EXPECT_STREQ(name, "radio");
@@ -50,7 +50,7 @@ TEST_P(AKeptName, StandsAtOnePlaceAndChangesWithTheNextCall) {
     EXPECT_EQ(Bytes(name, name + 64), text("cd")) << "something of the former name is left";
 }
 
-TEST_P(AKeptName, IsAsTheServerHasItWhateverItsStatus) {
+TEST_P(KeptName, IsStoredForEachStatus) {
     answers(-42, "radio");
     EXPECT_STREQ(get(), "radio");
     server.on(130, getter.function, Answer::status(-42));
@@ -58,14 +58,14 @@ TEST_P(AKeptName, IsAsTheServerHasItWhateverItsStatus) {
     EXPECT_TRUE(log.lines().empty()) << log.dump();
 }
 
-TEST_P(AKeptName, EndsInItsBufferEvenWhenTheServersDoesNot) {
+TEST_P(KeptName, EndsInItsBufferWhenTheServersNameDoesNot) {
     answers(0, std::string(64, 'x'));
     EXPECT_EQ(get(), std::string(63, 'x'));
     answers(0, std::string(63, 'y'));
     EXPECT_EQ(get(), std::string(63, 'y'));
 }
 
-TEST_P(AKeptName, HasZerosBehindItsEndWhateverTheReplyHasThere) {
+TEST_P(KeptName, HasZerosAfterItsEnd) {
     Bytes field(64, 'x');
     std::copy_n("radio", 6, field.begin());
     server.on(130, getter.function, Answer::bytes(joined({number(0), field})));
@@ -73,7 +73,7 @@ TEST_P(AKeptName, HasZerosBehindItsEndWhateverTheReplyHasThere) {
     EXPECT_EQ(Bytes(name, name + 64), text("radio"));
 }
 
-TEST_P(AKeptName, IsReplacedBeforeTheBlocksAreFreed) {
+TEST_P(KeptName, IsReplacedBeforeTheBlocksAreFreed) {
     answers(0, "radio");
     const char* const name = get();
     answers(0, "cd");
@@ -84,7 +84,7 @@ TEST_P(AKeptName, IsReplacedBeforeTheBlocksAreFreed) {
     EXPECT_EQ(whenFreed, "cd");
 }
 
-TEST_P(AKeptName, StaysWhenACallIsRefusedOrFails) {
+TEST_P(KeptName, StaysWhenACallIsRefusedOrFails) {
     answers(0, "radio");
     const char* const name = get();
     EXPECT_EQ(get(nullptr), nullptr);
@@ -100,13 +100,13 @@ TEST_P(AKeptName, StaysWhenACallIsRefusedOrFails) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Of, AKeptName,
-    ::testing::Values(
-        Getter{"AnOutput", 24, "main", &audio::QVAudioSetting::Source::getOutPutSource},
-        Getter{"AnInput", 25, "uplink", &audio::QVAudioSetting::Source::getInputDestination}),
+    Of, KeptName,
+    ::testing::Values(Getter{"Output", 24, "main", &audio::QVAudioSetting::Source::getOutPutSource},
+                      Getter{"Input", 25, "uplink",
+                             &audio::QVAudioSetting::Source::getInputDestination}),
     [](const ::testing::TestParamInfo<Getter>& one) { return std::string(one.param.test); });
 
-TEST(TheKeptNames, AreTwo) {
+TEST(KeptNames, AreSeparateForOutputAndInput) {
     ScriptedServer server;
     server.on(130, 24, Answer::bytes(joined({word(0), text("radio")})));
     server.on(130, 25, Answer::bytes(joined({word(0), text("phone")})));
@@ -117,7 +117,7 @@ TEST(TheKeptNames, AreTwo) {
     EXPECT_STREQ(input, "phone");
 }
 
-TEST(TheNumberOfSources, IsTheStatusWhenThereIsOne) {
+TEST(SourceCount, IsTheStatusUnlessItIsZero) {
     ScriptedServer server;
     ClientSourceSetting source;
     struct Case {
@@ -132,7 +132,7 @@ TEST(TheNumberOfSources, IsTheStatusWhenThereIsOne) {
     }
 }
 
-TEST(ATracksStreamType, MayFillItsFieldAndReplacesTheCallersText) {
+TEST(TrackStreamType, MayFillItsFieldAndReplacesTheCallersText) {
     ScriptedServer server;
     ClientSourceSetting source;
     std::string type = "before";

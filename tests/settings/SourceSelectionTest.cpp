@@ -16,10 +16,10 @@ constexpr const char* LEFT_TO_OTHERS =
     "USE_NEW_MAIN_AUDIO_SOURCE_MANAGEMENT is defined, plz call setOutPutSource API to change "
     "source\n";
 
-class ASelectedSource : public ::testing::Test {
+class SelectedSource : public ::testing::Test {
 protected:
-    ASelectedSource() { unsetenv(VARIABLE); }
-    ~ASelectedSource() override { unsetenv(VARIABLE); }
+    SelectedSource() { unsetenv(VARIABLE); }
+    ~SelectedSource() override { unsetenv(VARIABLE); }
 
     int select() { return source.selectSource(audio_seat_id_e{1}, audio_source_id_e{2}); }
     [[nodiscard]] std::size_t sent() const { return server.requests(130, 2).size(); }
@@ -29,7 +29,7 @@ protected:
     LogCapture log;
 };
 
-TEST_F(ASelectedSource, IsNotSentWhereTheVariableReadsAsOne) {
+TEST_F(SelectedSource, IsNotSentWhenTheVariableReadsAsOne) {
     for (const char* const value : {"1", " 1", "01", "1x", "+1", "\t0001 or so", "1.9"}) {
         setenv(VARIABLE, value, 1);
         log.clear();
@@ -40,7 +40,7 @@ TEST_F(ASelectedSource, IsNotSentWhereTheVariableReadsAsOne) {
     EXPECT_EQ(sent(), 0U);
 }
 
-TEST_F(ASelectedSource, IsSentWhereTheVariableReadsAsAnythingElse) {
+TEST_F(SelectedSource, IsSentWhenTheVariableReadsAsAnotherNumber) {
     std::size_t expected = 0;
     for (const char* const value :
          {"0", "2", "", "x1", "-1", "11", "10", "true", "4294967297", "99999999999999999999"}) {
@@ -51,7 +51,7 @@ TEST_F(ASelectedSource, IsSentWhereTheVariableReadsAsAnythingElse) {
     EXPECT_TRUE(log.lines().empty()) << log.dump();
 }
 
-TEST_F(ASelectedSource, FollowsTheVariableFromCallToCall) {
+TEST_F(SelectedSource, FollowsTheVariableFromCallToCall) {
     server.on(130, 2, Answer::status(-42));
     EXPECT_EQ(select(), -42);
     setenv(VARIABLE, "1", 1);
@@ -79,7 +79,7 @@ public:
     }
 };
 
-TEST(AnInputsPin, IsThatOfTheObjectsOwnOperation) {
+TEST(InputPin, ComesFromTheObjectsOwnOperation) {
     Pins pins;
     audio::QVAudioSetting::Source& source = pins;
     audio::audio_input_select_pin_e pin{};
