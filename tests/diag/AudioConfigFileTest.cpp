@@ -3,7 +3,7 @@
 #include <cabinaudio/diag/AudioConfig.h>
 
 #include "tests/support/ConfigDirectory.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -12,25 +12,20 @@
 #include <locale>
 #include <string>
 
-using cabinaudio::test::ConfigDirectory;
-using cabinaudio::test::LogCapture;
-
+namespace cabinaudio::test {
 namespace {
 
-constexpr int kDebug = 3;
-constexpr int kInfo = 4;
-constexpr int kError = 6;
-constexpr char kMkdirLine[] = "Failed to mkdir:/media/flash/nvm/as_server\\(strerror=.*\\)\n";
-constexpr char kDumpRead[] = "Parse dump item success.\n";
-constexpr char kTraceRead[] = "Parse trace item success.\n";
-constexpr char kLogRead[] = "Parse log item success.\n";
+constexpr char MKDIR_LINE[] = "Failed to mkdir:/media/flash/nvm/as_server\\(strerror=.*\\)\n";
+constexpr char DUMP_READ[] = "Parse dump item success.\n";
+constexpr char TRACE_READ[] = "Parse trace item success.\n";
+constexpr char LOG_READ[] = "Parse log item success.\n";
 
 std::string block(const std::string& keyword, const std::string& tag, const std::string& usage,
                   const std::string& outPath) {
     return keyword + "\n tag=" + tag + "\n usage=" + usage + "\n outPath=" + outPath + "\n";
 }
 
-const std::string kMainDump = block("Dump", "main", "client", "/tmp/d");
+const std::string MAIN_DUMP = block("Dump", "main", "client", "/tmp/d");
 
 std::string outPath(const AudioDumpItem* item) {
     return item != nullptr ? item->outPath : "no item";
@@ -50,15 +45,13 @@ class NumbersWithSeparators : public std::numpunct<char> {
     std::string do_grouping() const override { return "\3"; }
 };
 
-}  // namespace
-
 TEST_F(TheDiagnosticsFile, MayBeMissing) {
     AudioConfig config(true);
     EXPECT_EQ(config.getLogLevel(), 4);
     EXPECT_FALSE(config.getEnMark());
     EXPECT_EQ(config.getDumpItem("main", "x"), nullptr);
     EXPECT_EQ(config.getTraceItem("main", "x"), nullptr);
-    EXPECT_TRUE(log.lines().empty()) << log.dump();
+    EXPECT_TRUE(logIsEmpty(log));
 }
 
 TEST_F(TheDiagnosticsFile, MayBeUnreadable) {
@@ -73,14 +66,14 @@ TEST_F(TheDiagnosticsFile, GivesLevelAndMarkSwitch) {
     AudioConfig config(true);
     EXPECT_EQ(config.getLogLevel(), 2);
     EXPECT_TRUE(config.getEnMark());
-    EXPECT_EQ(log.count(kInfo, "AudioConfig", "_parseLogItem", kLogRead), 1U) << log.dump();
+    EXPECT_TRUE(logged(log, INFO, "AudioConfig", "_parseLogItem", LOG_READ));
     EXPECT_EQ(log.lines().size(), 1U) << log.dump();
 }
 
 TEST_F(TheDiagnosticsFile, GivesDumpItems) {
-    directory.write(kMainDump + block("Dump", "uplink", "driver", "/tmp/u"));
+    directory.write(MAIN_DUMP + block("Dump", "uplink", "driver", "/tmp/u"));
     AudioConfig config(true);
-    EXPECT_EQ(log.count(kInfo, "AudioConfig", "_parseDumpItem", kDumpRead), 2U) << log.dump();
+    EXPECT_TRUE(logged(log, INFO, "AudioConfig", "_parseDumpItem", DUMP_READ, 2));
     EXPECT_EQ(outPath(config.getDumpItem("main", "client")), "/tmp/d");
     EXPECT_EQ(outPath(config.getDumpItem("uplink", "driver")), "/tmp/u");
     EXPECT_EQ(config.getTraceItem("main", "client"), nullptr);
@@ -89,21 +82,21 @@ TEST_F(TheDiagnosticsFile, GivesDumpItems) {
 TEST_F(TheDiagnosticsFile, GivesTraceItems) {
     directory.write(block("Trace", "main", "client", "/tmp/t"));
     AudioConfig config(true);
-    EXPECT_EQ(log.count(kInfo, "AudioConfig", "_parseTraceItem", kTraceRead), 1U) << log.dump();
+    EXPECT_TRUE(logged(log, INFO, "AudioConfig", "_parseTraceItem", TRACE_READ));
     EXPECT_EQ(outPath(config.getTraceItem("main", "client")), "/tmp/t");
     EXPECT_EQ(config.getDumpItem("main", "client"), nullptr);
 }
 
 TEST_F(TheDiagnosticsFile, MayMixBlocksAndForeignLines) {
     directory.write("# by hand\n\n" + block("Trace", "a", "b", "/t") +
-                    "Log\n level=6\n enMark=1\n" + " tag=stray\n" + kMainDump +
+                    "Log\n level=6\n enMark=1\n" + " tag=stray\n" + MAIN_DUMP +
                     "dump\n Dump\nend\n" + block("Trace", "c", "d", "/u"));
     AudioConfig config(true);
     EXPECT_EQ(config.getLogLevel(), 6);
     EXPECT_EQ(outPath(config.getTraceItem("a", "b")), "/t");
     EXPECT_EQ(outPath(config.getTraceItem("c", "d")), "/u");
     EXPECT_EQ(outPath(config.getDumpItem("main", "client")), "/tmp/d");
-    EXPECT_EQ(log.count(kInfo, kDumpRead), 1U) << log.dump();
+    EXPECT_TRUE(logged(log, INFO, DUMP_READ));
 }
 
 TEST_F(TheDiagnosticsFile, KnowsAKeywordByItsFirstLetters) {
@@ -125,12 +118,12 @@ TEST_F(TheDiagnosticsFile, DoesNotKnowHalfAKeyword) {
 }
 
 TEST_F(TheDiagnosticsFile, KeepsOneItemPerPairWithTheLastPath) {
-    directory.write(kMainDump + block("Dump", "aux", "client", "/tmp/a") +
+    directory.write(MAIN_DUMP + block("Dump", "aux", "client", "/tmp/a") +
                     block("Dump", "main", "client", "/tmp/second"));
     AudioConfig config(true);
     EXPECT_EQ(outPath(config.getDumpItem("main", "client")), "/tmp/second");
-    EXPECT_EQ(log.count(kInfo, "01-02: tag:main usage:client\n"), 1U) << log.dump();
-    EXPECT_EQ(log.count(kInfo, kDumpRead), 3U) << log.dump();
+    EXPECT_TRUE(logged(log, INFO, "01-02: tag:main usage:client\n"));
+    EXPECT_TRUE(logged(log, INFO, DUMP_READ, 3));
 }
 
 TEST_F(TheDiagnosticsFile, DropsAnItemWithAWrongLineAndThatLine) {
@@ -149,8 +142,8 @@ TEST_F(TheDiagnosticsFile, DropsAnItemWithAWrongLineAndThatLine) {
     EXPECT_EQ(config.getTraceItem("x", "y"), nullptr);
     EXPECT_EQ(config.getLogLevel(), 4);
     EXPECT_EQ(outPath(config.getDumpItem("five", "c")), "/5");
-    EXPECT_EQ(log.count(kInfo, kDumpRead), 1U) << log.dump();
-    EXPECT_EQ(log.count(kInfo, kTraceRead), 0U) << log.dump();
+    EXPECT_TRUE(logged(log, INFO, DUMP_READ));
+    EXPECT_TRUE(logged(log, INFO, TRACE_READ, 0));
 }
 
 TEST_F(TheDiagnosticsFile, KeepsANewLevelEvenWithoutAMarkLine) {
@@ -158,7 +151,7 @@ TEST_F(TheDiagnosticsFile, KeepsANewLevelEvenWithoutAMarkLine) {
     AudioConfig config(true);
     EXPECT_EQ(config.getLogLevel(), 3);  // the third "Log" was taken for the mark line
     EXPECT_TRUE(config.getEnMark());
-    EXPECT_EQ(log.count(kInfo, kLogRead), 1U) << log.dump();
+    EXPECT_TRUE(logged(log, INFO, LOG_READ));
 }
 
 TEST_F(TheDiagnosticsFile, ChangesNothingInALogBlockWithoutLevel) {
@@ -212,7 +205,7 @@ TEST_F(TheDiagnosticsFile, MayEndInTheMiddleOfABlock) {
 
 TEST_F(TheDiagnosticsFile, IsReadUpToATooLongLine) {
     for (const bool lineEnd : {true, false}) {
-        directory.write(kMainDump + std::string(300, 'x') + (lineEnd ? "\n" : "") +
+        directory.write(MAIN_DUMP + std::string(300, 'x') + (lineEnd ? "\n" : "") +
                         (lineEnd ? block("Dump", "late", "client", "/tmp/l") : ""));
         AudioConfig config(true);
         EXPECT_EQ(outPath(config.getDumpItem("main", "client")), "/tmp/d");
@@ -222,14 +215,14 @@ TEST_F(TheDiagnosticsFile, IsReadUpToATooLongLine) {
 
 TEST_F(TheDiagnosticsFile, MayHaveLinesOf255CharactersAndNoLonger) {
     for (const std::size_t length : {std::size_t{255}, std::size_t{256}}) {
-        directory.write(std::string(length, 'x') + "\n" + kMainDump);
+        directory.write(std::string(length, 'x') + "\n" + MAIN_DUMP);
         AudioConfig config(true);
         EXPECT_EQ(outPath(config.getDumpItem("main", "client")),
                   length == 255 ? "/tmp/d" : "no item");
     }
     for (const std::size_t length : {std::size_t{255}, std::size_t{256}}) {
         const std::string path(length - std::string(" outPath=").size(), 'p');
-        directory.write(block("Dump", "a", "b", path) + kMainDump);
+        directory.write(block("Dump", "a", "b", path) + MAIN_DUMP);
         AudioConfig config(true);
         EXPECT_EQ(outPath(config.getDumpItem("a", "b")), length == 255 ? path : "no item");
         EXPECT_EQ(outPath(config.getDumpItem("main", "client")),
@@ -262,7 +255,7 @@ TEST_F(TheDiagnosticsFile, GetsItsDirectoryMadeAndThatIsLoggedAsIfItHadFailed) {
     struct stat made = {};
     ASSERT_EQ(stat(directory.path().c_str(), &made), 0);
     EXPECT_EQ(made.st_mode & 0777, 0700U);
-    EXPECT_EQ(log.countMatching(kDebug, kMkdirLine), 1U) << log.dump();
+    EXPECT_TRUE(loggedLike(log, DEBUG, MKDIR_LINE));
     EXPECT_EQ(log.lines().size(), 1U) << log.dump();
     EXPECT_NE(log.lines()[0].text.find("[AudioConfig][_parseConfigItems]["), std::string::npos);
     const AudioConfig again(true);
@@ -275,19 +268,19 @@ TEST_F(TheDiagnosticsFile, IsNeverTouchedByAReader) {
         config.setLogLevel(AUDIO_LOG_LEVEL_ERROR);
     }
     EXPECT_FALSE(std::filesystem::exists(directory.file()));
-    directory.write("anything\n" + kMainDump);
+    directory.write("anything\n" + MAIN_DUMP);
     {
         AudioConfig config(true);
         config.clearDumpItem();
         config.setEnMark(true);
     }
-    EXPECT_EQ(directory.text(), "anything\n" + kMainDump);
+    EXPECT_EQ(directory.text(), "anything\n" + MAIN_DUMP);
 }
 
 TEST_F(TheDiagnosticsFile, IsWrittenWithTheDefaults) {
     { const AudioConfig config(false); }
     EXPECT_EQ(directory.text(), "Log\n level=4\n enMark=0\n");
-    EXPECT_TRUE(log.lines().empty()) << log.dump();
+    EXPECT_TRUE(logIsEmpty(log));
 }
 
 TEST_F(TheDiagnosticsFile, IsWrittenInItsOrder) {
@@ -310,7 +303,7 @@ TEST_F(TheDiagnosticsFile, IsWrittenInItsOrder) {
 }
 
 TEST_F(TheDiagnosticsFile, IsTheSameAfterItWasReadAndWritten) {
-    const std::string text = kMainDump + block("Dump", "aux", "driver", "/tmp/x y") +
+    const std::string text = MAIN_DUMP + block("Dump", "aux", "driver", "/tmp/x y") +
                              block("Trace", "a", "b", "/c") + "Log\n level=6\n enMark=1\n";
     directory.write("comment\n" + text);
     { const AudioConfig config(false); }
@@ -318,7 +311,7 @@ TEST_F(TheDiagnosticsFile, IsTheSameAfterItWasReadAndWritten) {
 }
 
 TEST_F(TheDiagnosticsFile, IsWrittenAloneByTheLastWriter) {
-    directory.write("a much longer file than what will be written\n" + kMainDump);
+    directory.write("a much longer file than what will be written\n" + MAIN_DUMP);
     {
         AudioConfig config(false);
         config.clearDumpItem();
@@ -332,18 +325,16 @@ TEST_F(TheDiagnosticsFile, IsWrittenThroughADirectoryThatIsMadeAgain) {
         std::filesystem::remove(directory.path());
     }
     EXPECT_EQ(directory.text(), "Log\n level=4\n enMark=0\n");
-    ASSERT_EQ(log.countMatching(kDebug, kMkdirLine), 1U) << log.dump();
+    ASSERT_TRUE(loggedLike(log, DEBUG, MKDIR_LINE));
     EXPECT_NE(log.lines()[0].text.find("[AudioConfig][_storeConfigItems]["), std::string::npos);
 }
 
 TEST_F(TheDiagnosticsFile, ThatCannotBeWrittenIsLoggedAndLost) {
     std::filesystem::create_directory(directory.file());
     { const AudioConfig config(false); }
-    EXPECT_EQ(log.count(kError, "AudioConfig", "_storeConfigItems",
-                        "Failed to open file(w):/media/flash/nvm/as_server/audio_config, "
-                        "error:Is a directory(21)\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioConfig", "_storeConfigItems",
+                       "Failed to open file(w):/media/flash/nvm/as_server/audio_config, "
+                       "error:Is a directory(21)\n"));
     EXPECT_TRUE(std::filesystem::is_directory(directory.file()));
 }
 
@@ -357,3 +348,6 @@ TEST_F(TheDiagnosticsFile, IsWrittenAlikeInEveryLocale) {
     std::locale::global(before);
     EXPECT_EQ(directory.text(), "Log\n level=1234567\n enMark=0\n");
 }
+
+}  // namespace
+}  // namespace cabinaudio::test

@@ -3,7 +3,7 @@
 #include <cabinaudio/diag/AudioConfig.h>
 
 #include "tests/support/ConfigDirectory.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 
 #include <gtest/gtest.h>
 
@@ -14,17 +14,13 @@
 #include <string>
 #include <thread>
 
-using cabinaudio::test::ConfigDirectory;
-using cabinaudio::test::LogCapture;
-
+namespace cabinaudio::test {
 namespace {
-
-constexpr int kInfo = 4;
 
 /// One kind of item and its operations, so that both kinds pass the same tests.
 struct Dumps {
     using Item = AudioDumpItem;
-    static constexpr char kGet[] = "getDumpItem";
+    static constexpr char GET[] = "getDumpItem";
     static Item* get(AudioConfig& config, const char* tag, const char* usage) {
         return config.getDumpItem(tag, usage);
     }
@@ -35,7 +31,7 @@ struct Dumps {
 
 struct Traces {
     using Item = AudioTraceItem;
-    static constexpr char kGet[] = "getTraceItem";
+    static constexpr char GET[] = "getTraceItem";
     static Item* get(AudioConfig& config, const char* tag, const char* usage) {
         return config.getTraceItem(tag, usage);
     }
@@ -61,8 +57,6 @@ protected:
 using Kinds = testing::Types<Dumps, Traces>;
 TYPED_TEST_SUITE(AnItemList, Kinds);
 
-}  // namespace
-
 TYPED_TEST(AnItemList, HasItemsOf384Bytes) {
     EXPECT_EQ(sizeof(typename TypeParam::Item), 384U);
     EXPECT_EQ(offsetof(typename TypeParam::Item, tag), 0U);
@@ -87,10 +81,8 @@ TYPED_TEST(AnItemList, LogsWhatItFindsWithTheNumberOfItems) {
     this->add({"main", "driver", "/2"});
     this->add({"aux", "client", "/3"});
     EXPECT_STREQ(this->get("main", "driver")->outPath, "/2");
-    EXPECT_EQ(
-        this->log.count(kInfo, "AudioConfig", TypeParam::kGet, "01-03: tag:main usage:driver\n"),
-        1U)
-        << this->log.dump();
+    EXPECT_TRUE(
+        logged(this->log, INFO, "AudioConfig", TypeParam::GET, "01-03: tag:main usage:driver\n"));
     EXPECT_EQ(this->log.lines().size(), 1U) << this->log.dump();
 }
 
@@ -101,7 +93,7 @@ TYPED_TEST(AnItemList, LogsLargeNumbersOfItemsInFull) {
         this->add(item);
     }
     EXPECT_NE(this->get("tag122", "client"), nullptr);
-    EXPECT_EQ(this->log.count(kInfo, "01-123: tag:tag122 usage:client\n"), 1U) << this->log.dump();
+    EXPECT_TRUE(logged(this->log, INFO, "01-123: tag:tag122 usage:client\n"));
 }
 
 TYPED_TEST(AnItemList, IsSilentAboutWhatItDoesNotFind) {
@@ -111,7 +103,7 @@ TYPED_TEST(AnItemList, IsSilentAboutWhatItDoesNotFind) {
     EXPECT_EQ(this->get("main", "Client"), nullptr);
     EXPECT_EQ(this->get(nullptr, "client"), nullptr);
     EXPECT_EQ(this->get("main", nullptr), nullptr);
-    EXPECT_TRUE(this->log.lines().empty()) << this->log.dump();
+    EXPECT_TRUE(logIsEmpty(this->log));
 }
 
 TYPED_TEST(AnItemList, ReplacesOnlyThePathOfAKnownPair) {
@@ -121,7 +113,7 @@ TYPED_TEST(AnItemList, ReplacesOnlyThePathOfAKnownPair) {
     this->add({"main", "client", "/new"});
     EXPECT_EQ(this->get("main", "client"), stored);
     EXPECT_STREQ(stored->outPath, "/new");
-    EXPECT_EQ(this->log.count(kInfo, "01-02: tag:main usage:client\n"), 2U) << this->log.dump();
+    EXPECT_TRUE(logged(this->log, INFO, "01-02: tag:main usage:client\n", 2));
 }
 
 TYPED_TEST(AnItemList, RemovesThePairAndNothingElse) {
@@ -142,7 +134,7 @@ TYPED_TEST(AnItemList, CanBeCleared) {
     EXPECT_EQ(this->get("main", "client"), nullptr);
     this->add({"aux", "client", "/3"});
     EXPECT_STREQ(this->get("aux", "client")->outPath, "/3");
-    EXPECT_EQ(this->log.count(kInfo, "01-01: tag:aux usage:client\n"), 1U) << this->log.dump();
+    EXPECT_TRUE(logged(this->log, INFO, "01-01: tag:aux usage:client\n"));
 }
 
 TYPED_TEST(AnItemList, TakesItsOwnItemsAsArguments) {
@@ -229,3 +221,6 @@ TEST(TheSettings, OfTwoObjectsAreIndependent) {
     EXPECT_FALSE(reader.getEnMark());
     EXPECT_TRUE(AudioConfig(true).getEnMark());
 }
+
+}  // namespace
+}  // namespace cabinaudio::test

@@ -4,7 +4,7 @@
 
 #include "tests/diag/FrozenClock.h"
 #include "tests/support/ConfigDirectory.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 #include "tests/support/ProcessState.h"
 
 #include <fcntl.h>
@@ -20,20 +20,11 @@
 #include <string>
 #include <vector>
 
-using cabinaudio::test::ConfigDirectory;
-using cabinaudio::test::contentsOf;
-using cabinaudio::test::FrozenClock;
-using cabinaudio::test::LogCapture;
-using cabinaudio::test::ProcessState;
-
+namespace cabinaudio::test {
 namespace {
 
-constexpr int kDebug = 3;
-constexpr int kInfo = 4;
-constexpr int kWarning = 5;
-constexpr int kError = 6;
-constexpr char kFlushFailed[] = "AUDIO IGNORE(mFile.flush())!\n";
-constexpr char kSyncFailed[] = "AUDIO IGNORE(fsync(mFile.fd()) == 0)!\n";
+constexpr char FLUSH_FAILED[] = "AUDIO IGNORE(mFile.flush())!\n";
+constexpr char SYNC_FAILED[] = "AUDIO IGNORE(fsync(mFile.fd()) == 0)!\n";
 
 std::string pointerText(const void* pointer) {
     char text[32];
@@ -87,8 +78,6 @@ protected:
 using ADumpInADirectory = ADump;
 using ADriverDump = ADump;
 
-}  // namespace
-
 TEST_F(ADump, WritesTheBytesOfAConfiguredStream) {
     configure("uplink", "client", dir());
     {
@@ -97,11 +86,9 @@ TEST_F(ADump, WritesTheBytesOfAConfiguredStream) {
         write(dump, std::string("\0\xff\n", 3));
     }
     EXPECT_EQ(dumped(), std::string("abc\0\xff\n", 6));
-    EXPECT_EQ(
-        log.count(kInfo, "AudioDump", "AudioDump",
-                  "AUDIO DUMP INIT, tag=uplink, name=mic, usage=client, outPath=" + dir() + ".\n"),
-        1U)
-        << log.dump();
+    EXPECT_TRUE(
+        logged(log, INFO, "AudioDump", "AudioDump",
+               "AUDIO DUMP INIT, tag=uplink, name=mic, usage=client, outPath=" + dir() + ".\n"));
 }
 
 TEST_F(ADump, NamesItsFileAfterTheStreamAndTheClock) {
@@ -188,11 +175,9 @@ TEST_F(ADump, RefusesMissingNames) {
     }
     EXPECT_TRUE(files().empty());
     const std::string text = pointerText(usage);
-    EXPECT_EQ(log.count(kError, "AudioDump", "AudioDump",
-                        "Invalid params, name=0, usage=" + text + ".\n"),
-              1U)
-        << log.dump();
-    EXPECT_EQ(log.count(kError, "Invalid params, name=" + text + ", usage=0.\n"), 1U) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioDump", "AudioDump",
+                       "Invalid params, name=0, usage=" + text + ".\n"));
+    EXPECT_TRUE(logged(log, ERROR, "Invalid params, name=" + text + ", usage=0.\n"));
 }
 
 TEST_F(ADump, RefusedForMissingNamesCannotBeResumedEither) {
@@ -200,8 +185,7 @@ TEST_F(ADump, RefusedForMissingNamesCannotBeResumedEither) {
     AudioDump dump(AUDIO_TAG_MAIN, nullptr, "client", false);
     dump.resume(true);
     write(dump, "abc");
-    EXPECT_EQ(log.count(kError, "Failed to resume dump cause NULL item/outPath.\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "Failed to resume dump cause NULL item/outPath.\n"));
     EXPECT_TRUE(files().empty());
 }
 
@@ -212,10 +196,10 @@ TEST_F(ADump, MakesItsDirectoryAndLogsThatAsIfItHadFailed) {
     ASSERT_EQ(stat(dir().c_str(), &made), 0);
     EXPECT_EQ(made.st_mode & 0777, 0700U);
     const std::string expression = "Failed to mkdir:" + dir() + "\\(strerror=.*\\)\n";
-    EXPECT_EQ(log.countMatching(kDebug, expression), 1U) << log.dump();
-    EXPECT_EQ(log.countMatching(kWarning, ".*"), 0U) << log.dump();
+    EXPECT_TRUE(loggedLike(log, DEBUG, expression));
+    EXPECT_TRUE(loggedLike(log, WARN, ".*", 0));
     { const AudioDump second(AUDIO_TAG_MAIN, "b", "client", false); }
-    EXPECT_EQ(log.countMatching(kDebug, expression), 1U) << log.dump();
+    EXPECT_TRUE(loggedLike(log, DEBUG, expression));
     EXPECT_EQ(files().size(), 2U);
 }
 
@@ -228,12 +212,10 @@ TEST_F(ADump, MakesOnlyTheLastLevelAndSaysThatItCouldNotOpenItsFile) {
         write(dump, "abc");
     }
     EXPECT_FALSE(std::filesystem::exists(dir()));
-    EXPECT_EQ(log.count(kWarning, "AudioDump", "_init",
-                        "Failed to open dump out file:" + deep +
-                            "/main_nav_client_5000000.pcm,error:No such file or directory(2)\n"),
-              1U)
-        << log.dump();
-    EXPECT_EQ(log.countMatching(kDebug, ".*"), 0U) << log.dump();
+    EXPECT_TRUE(logged(log, WARN, "AudioDump", "_init",
+                       "Failed to open dump out file:" + deep +
+                           "/main_nav_client_5000000.pcm,error:No such file or directory(2)\n"));
+    EXPECT_TRUE(loggedLike(log, DEBUG, ".*", 0));
 }
 
 TEST_F(ADump, IgnoresWritesOfNothing) {
@@ -312,8 +294,8 @@ TEST_F(ADump, FlushesAndSyncsWithoutAWordWhenAllIsWell) {
         AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
         write(dump, "abc");
     }
-    EXPECT_EQ(log.count(kDebug, kFlushFailed), 0U) << log.dump();
-    EXPECT_EQ(log.count(kDebug, kSyncFailed), 0U) << log.dump();
+    EXPECT_TRUE(logged(log, DEBUG, FLUSH_FAILED, 0));
+    EXPECT_TRUE(logged(log, DEBUG, SYNC_FAILED, 0));
 }
 
 TEST_F(ADump, LogsThatItCouldNotSync) {
@@ -331,8 +313,8 @@ TEST_F(ADump, LogsThatItCouldNotSync) {
     EXPECT_EQ(read(reader, bytes, 3), 3);
     EXPECT_STREQ(bytes, "abc");
     close(reader);
-    EXPECT_EQ(log.count(kDebug, "AudioDump", "_deinit", kSyncFailed), 1U) << log.dump();
-    EXPECT_EQ(log.count(kDebug, kFlushFailed), 0U) << log.dump();
+    EXPECT_TRUE(logged(log, DEBUG, "AudioDump", "_deinit", SYNC_FAILED));
+    EXPECT_TRUE(logged(log, DEBUG, FLUSH_FAILED, 0));
 }
 
 TEST_F(ADump, DropsWhatIsWrittenWhileItIsPaused) {
@@ -356,9 +338,9 @@ TEST_F(ADump, ThatIsOpenIsEndedByAResume) {
         write(dump, "after");
     }
     EXPECT_EQ(dumped(), "before");  // no second file, and the failed stream drops the rest
-    EXPECT_EQ(log.countMatching(kWarning, ".*"), 0U) << log.dump();
-    EXPECT_EQ(log.count(kDebug, "AudioDump", "_deinit", kFlushFailed), 1U) << log.dump();
-    EXPECT_EQ(log.count(kDebug, kSyncFailed), 0U) << log.dump();
+    EXPECT_TRUE(loggedLike(log, WARN, ".*", 0));
+    EXPECT_TRUE(logged(log, DEBUG, "AudioDump", "_deinit", FLUSH_FAILED));
+    EXPECT_TRUE(logged(log, DEBUG, SYNC_FAILED, 0));
 }
 
 TEST_F(ADump, UsesTheSettingsAsTheyWereWhenItWasMade) {
@@ -370,14 +352,14 @@ TEST_F(ADump, UsesTheSettingsAsTheyWereWhenItWasMade) {
     AudioDump later(AUDIO_TAG_MAIN, "nav", "driver", false);
     later.resume(true);
     EXPECT_EQ(files().size(), 1U);
-    EXPECT_EQ(log.count(kError, "Failed to resume dump cause NULL item/outPath.\n"), 1U);
+    EXPECT_TRUE(logged(log, ERROR, "Failed to resume dump cause NULL item/outPath.\n"));
 }
 
 TEST_F(ADriverDump, WaitsForItsResume) {
     configure("main", "driver", dir());
     {
         AudioDump dump(AUDIO_TAG_MAIN, "nav", "driver", false);
-        EXPECT_TRUE(log.lines().size() == 1 && log.has(kInfo, "Parse dump item success.\n"))
+        EXPECT_TRUE(log.lines().size() == 1 && log.has(INFO, "Parse dump item success.\n"))
             << log.dump();
         write(dump, "early");
         EXPECT_TRUE(files().empty());
@@ -391,18 +373,15 @@ TEST_F(ADriverDump, StaysPausedWithoutAnItem) {
     AudioDump dump(AUDIO_TAG_MAIN, "nav", "driver", false);
     dump.resume(true);
     write(dump, "abc");
-    EXPECT_EQ(log.count(kError, "AudioDump", "resume",
-                        "Failed to resume dump cause NULL item/outPath.\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioDump", "resume",
+                       "Failed to resume dump cause NULL item/outPath.\n"));
 }
 
 TEST_F(ADriverDump, StaysPausedWithAnEmptyPath) {
     configure("main", "driver", "");
     AudioDump dump(AUDIO_TAG_MAIN, "nav", "driver", false);
     dump.resume(true);
-    EXPECT_EQ(log.count(kError, "Failed to resume dump cause NULL item/outPath.\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "Failed to resume dump cause NULL item/outPath.\n"));
 }
 
 TEST_F(ADriverDump, AppendsWhenAsked) {
@@ -424,10 +403,8 @@ TEST_F(ADumpInADirectory, NeedsNoSettings) {
     }
     EXPECT_EQ(files(), std::vector<std::string>{"desc_ignored_ignored_5000000.pcm"});
     EXPECT_EQ(dumped(), "abc");
-    EXPECT_EQ(log.count(kInfo, "AudioDump", "AudioDump",
-                        "AUDIO DUMP INIT, dumpFullPath=" + dir() + ".\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, INFO, "AudioDump", "AudioDump",
+                       "AUDIO DUMP INIT, dumpFullPath=" + dir() + ".\n"));
 }
 
 TEST_F(ADumpInADirectory, RefusesMissingArguments) {
@@ -439,12 +416,9 @@ TEST_F(ADumpInADirectory, RefusesMissingArguments) {
         write(noText, "abc");
     }
     const std::string pointer = pointerText(text);
-    EXPECT_EQ(log.count(kError, "AudioDump", "AudioDump",
-                        "Invalid params, dumpFullPath=0, desc=" + pointer + ".\n"),
-              1U)
-        << log.dump();
-    EXPECT_EQ(log.count(kError, "Invalid params, dumpFullPath=" + pointer + ", desc=0.\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioDump", "AudioDump",
+                       "Invalid params, dumpFullPath=0, desc=" + pointer + ".\n"));
+    EXPECT_TRUE(logged(log, ERROR, "Invalid params, dumpFullPath=" + pointer + ", desc=0.\n"));
     EXPECT_EQ(linesOfTheDump(), 2U) << log.dump();
 }
 
@@ -455,7 +429,9 @@ TEST_F(ADumpInADirectory, GoesOnWhenItCannotBeResumed) {
         dump.resume(true);  // there is no item for the empty texts
         write(dump, "two");
     }
-    EXPECT_EQ(log.count(kError, "Failed to resume dump cause NULL item/outPath.\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "Failed to resume dump cause NULL item/outPath.\n"));
     EXPECT_EQ(dumped(), "onetwo");
 }
+
+}  // namespace
+}  // namespace cabinaudio::test

@@ -8,8 +8,8 @@
 
 #include <filesystem>
 
-using cabinaudio::test::ConfigDirectory;
-using cabinaudio::test::contentsOf;
+namespace cabinaudio::test {
+namespace {
 
 TEST(AnOutputFile, AddsNoDataToTheStandardStream) {
     EXPECT_EQ(sizeof(AudioOfstream), sizeof(std::ofstream));
@@ -36,3 +36,6 @@ TEST(AnOutputFile, NamesTheDescriptorOfItsFile) {
     ASSERT_EQ(::write(file.fd(), "abc", 3), 3);
     EXPECT_EQ(contentsOf(directory.top() / "out"), "abc");
 }
+
+}  // namespace
+}  // namespace cabinaudio::test

@@ -11,9 +11,7 @@
 
 #include <optional>
 
-using cabinaudio::test::ConfigDirectory;
-using cabinaudio::test::FailingMemory;
-
+namespace cabinaudio::test {
 namespace {
 
 constexpr char SETTINGS[] =
@@ -70,3 +68,4 @@ TEST(ReadingSettings, ByADumpLeavesTheFileAsItIs) {
 }
 
 }  // namespace
+}  // namespace cabinaudio::test

@@ -41,10 +41,8 @@ TEST(Disconnecting, ShutsDownSaysSoAndCloses) {
     EXPECT_EQ(connection.disconnect(), 0);
     EXPECT_THAT(steps, ElementsAre("shutdown", "close"));
     // Without a line end: kept as it is.
-    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "disconnect",
-                        "close socket fd:" + std::to_string(descriptor)),
-              1u)
-        << log.dump();
+    EXPECT_TRUE(logged(log, DEBUG, "AudioConnection", "disconnect",
+                       "close socket fd:" + std::to_string(descriptor)));
     EXPECT_TRUE(server.waitForEndOf());
 }
 
@@ -54,7 +52,7 @@ TEST(Disconnecting, HasNothingToDoTwice) {
     AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
     EXPECT_EQ(connection.disconnect(), 0);
     EXPECT_EQ(connection.disconnect(), 1);
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "disconnect", "pSocket is null\n"), 1u);
+    EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "disconnect", "pSocket is null\n"));
 }
 
 TEST(Disconnecting, IsDoneByTheDestructorAndLeavesNothing) {
@@ -63,7 +61,7 @@ TEST(Disconnecting, IsDoneByTheDestructorAndLeavesNothing) {
     const ProcessState before = ProcessState::now();
     for (int i = 0; i < 20; ++i)
         const AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
-    EXPECT_EQ(log.countMatching(DEBUG, "close socket fd:[0-9]+"), 20u);
+    EXPECT_TRUE(loggedLike(log, DEBUG, "close socket fd:[0-9]+", 20));
     EXPECT_TRUE(returnsTo(before));
 }
 

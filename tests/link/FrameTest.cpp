@@ -59,8 +59,7 @@ TEST_F(AFrame, ThatTookLongIsWarnedAbout) {
     frame[19] = static_cast<std::uint8_t>(frame[19] ^ 0x80);
     server.send(frame);
     ASSERT_TRUE(box.waitFor(1));
-    EXPECT_EQ(log.countMatching(WARN, "'S->C' overtime\\(2[12][0-9]{8}us > 3000us\\)\\.\n"), 1u)
-        << log.dump();
+    EXPECT_TRUE(loggedLike(log, WARN, "'S->C' overtime\\(2[12][0-9]{8}us > 3000us\\)\\.\n"));
     const auto lines = log.allLines();
     EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [](const LogLine& line) {
         return line.text.rfind("[AudioConnection][run][", 0) == 0 &&
@@ -73,10 +72,9 @@ TEST_F(AFrame, WithAWrongMagicEndsTheThreadAndTellsTheOwner) {
     ASSERT_TRUE(
         log.waitFor(DEBUG, "disconnect return from recv,recv failed(32) magic=0xdeadbeef\n"))
         << log.dump();
-    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 1u) << log.dump();
-    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "run",
-                        "disconnect return from recv,recv failed(32) magic=0xdeadbeef\n"),
-              1u);
+    EXPECT_TRUE(loggedLike(log, ERROR, ANY_CRASH));
+    EXPECT_TRUE(logged(log, DEBUG, "AudioConnection", "run",
+                       "disconnect return from recv,recv failed(32) magic=0xdeadbeef\n"));
     EXPECT_TRUE(receiveThreadEnds());
     EXPECT_THAT(box.taken(), ElementsAre(SERVER_GONE));
 }
@@ -84,7 +82,7 @@ TEST_F(AFrame, WithAWrongMagicEndsTheThreadAndTellsTheOwner) {
 TEST_F(AFrame, WithAnUnknownIdEndsTheThreadSilentlyForTheOwner) {
     server.send(ScriptedServer::frame(2));
     ASSERT_TRUE(log.waitFor(ERROR, "unknown header id(2)\n"));
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "run", "unknown header id(2)\n"), 1u);
+    EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "run", "unknown header id(2)\n"));
     EXPECT_TRUE(receiveThreadEnds());
     EXPECT_THAT(box.taken(), SizeIs(0));
 }
@@ -94,8 +92,8 @@ TEST_F(AFrame, ThatNeverComesBecauseTheServerClosedIsACrash) {
     ASSERT_TRUE(box.waitFor(1));
     EXPECT_TRUE(receiveThreadEnds());
     EXPECT_THAT(box.taken(), ElementsAre(SERVER_GONE));
-    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 1u) << log.dump();
-    EXPECT_EQ(log.countMatching(DEBUG, ANY_END), 0u);
+    EXPECT_TRUE(loggedLike(log, ERROR, ANY_CRASH));
+    EXPECT_TRUE(loggedLike(log, DEBUG, ANY_END, 0));
     EXPECT_EQ(connection.disconnect(), 0);
     EXPECT_THAT(box.taken(), SizeIs(1));
 }
@@ -124,22 +122,22 @@ TEST_F(WithoutACallback, ANotificationIsLoggedAndDropped) {
     server.notify(1, 1);
     server.notify(2, 2);
     EXPECT_TRUE(log.waitFor(WARN, "connection cbk is null\n", 2)) << log.dump();
-    EXPECT_EQ(log.count(WARN, "AudioConnection", "run", "connection cbk is null\n"), 2u);
+    EXPECT_TRUE(logged(log, WARN, "AudioConnection", "run", "connection cbk is null\n", 2));
 }
 
 TEST_F(WithoutACallback, ACrashGoesUnmentioned) {
     server.close();
     EXPECT_TRUE(receiveThreadEnds());
-    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 0u) << log.dump();
-    EXPECT_EQ(log.countMatching(DEBUG, ANY_END), 0u);
+    EXPECT_TRUE(loggedLike(log, ERROR, ANY_CRASH, 0));
+    EXPECT_TRUE(loggedLike(log, DEBUG, ANY_END, 0));
 }
 
 TEST_F(WithoutACallback, AWrongMagicIsStillShown) {
     server.send(Bytes(32, 1));
     EXPECT_TRUE(receiveThreadEnds());
-    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 0u);
-    EXPECT_EQ(log.count(DEBUG, "disconnect return from recv,recv failed(32) magic=0x1010101\n"), 1u)
-        << log.dump();
+    EXPECT_TRUE(loggedLike(log, ERROR, ANY_CRASH, 0));
+    EXPECT_TRUE(
+        logged(log, DEBUG, "disconnect return from recv,recv failed(32) magic=0x1010101\n"));
 }
 
 // ---- Receives that fail ------------------------------------------------------------------------
@@ -175,11 +173,10 @@ TEST_F(AFailingReceive, IsACrashAtOnceForAnyErrorButEagain) {
     ASSERT_TRUE(box.waitFor(1));
     EXPECT_TRUE(receiveThreadEnds());
     EXPECT_EQ(calls, 1);
-    EXPECT_EQ(log.countMatching(WARN, line(104, "Connection reset by peer", 0)), 1u) << log.dump();
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "run",
-                        "service may be crash!!! mIsStall:0, errno:Connection reset by peer 104\n"),
-              1u);
-    EXPECT_EQ(log.countMatching(DEBUG, ANY_END), 0u);
+    EXPECT_TRUE(loggedLike(log, WARN, line(104, "Connection reset by peer", 0)));
+    EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "run",
+                       "service may be crash!!! mIsStall:0, errno:Connection reset by peer 104\n"));
+    EXPECT_TRUE(loggedLike(log, DEBUG, ANY_END, 0));
     EXPECT_THAT(box.taken(), ElementsAre(SERVER_GONE));
     EXPECT_THAT(sleeping.sleeps(), ElementsAre(10000));
 }
@@ -194,9 +191,8 @@ TEST_F(AFailingReceive, OfElevenAttemptsEndsTheThreadWithoutACrash) {
     EXPECT_TRUE(receiveThreadEnds());
     EXPECT_EQ(calls, 11);
     for (int retry = 0; retry <= 10; ++retry)
-        EXPECT_EQ(log.countMatching(WARN, line(11, "Resource temporarily unavailable", retry)), 1u)
-            << log.dump();
-    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 0u);
+        EXPECT_TRUE(loggedLike(log, WARN, line(11, "Resource temporarily unavailable", retry)));
+    EXPECT_TRUE(loggedLike(log, ERROR, ANY_CRASH, 0));
     EXPECT_THAT(box.taken(), SizeIs(0));
     EXPECT_THAT(sleeping.sleeps(), SizeIs(11));
     EXPECT_THAT(sleeping.sleeps(), Each(10000));
@@ -226,7 +222,7 @@ TEST_F(AFailingReceive, WithAValidMagicInTheBufferIsStartedOver) {
     connect();
     server.notify(4, 5);
     ASSERT_TRUE(box.waitFor(1));
-    EXPECT_EQ(log.count(WARN, "AudioConnection", "run", "recv again\n"), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, WARN, "AudioConnection", "run", "recv again\n"));
     EXPECT_THAT(box.taken(), ElementsAre(Notification{4, 5}));
 }
 
@@ -238,7 +234,7 @@ TEST_F(AFailingReceive, OfAClosedSocketIsJudgedByTheLastErrno) {
     connect();
     EXPECT_TRUE(log.waitFor(DEBUG, "disconnect return from recv,recv failed(0) magic=0x0\n"));
     EXPECT_TRUE(receiveThreadEnds());
-    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 0u) << log.dump();
+    EXPECT_TRUE(loggedLike(log, ERROR, ANY_CRASH, 0));
     EXPECT_THAT(box.taken(), SizeIs(0));
 }
 
@@ -251,9 +247,8 @@ TEST_F(AFailingReceive, BelowMinusOneIsNotRetried) {
     connect();
     ASSERT_TRUE(box.waitFor(1));
     EXPECT_EQ(calls, 1);
-    EXPECT_EQ(
-        log.countMatching(WARN, "recv socket:[0-9]+ ret:-2 errno:Input/output error 5, reTry=0\n"),
-        1u);
+    EXPECT_TRUE(
+        loggedLike(log, WARN, "recv socket:[0-9]+ ret:-2 errno:Input/output error 5, reTry=0\n"));
 }
 
 TEST_F(AFailingReceive, IsTheExpectedEndOfADisconnect) {
@@ -266,11 +261,9 @@ TEST_F(AFailingReceive, IsTheExpectedEndOfADisconnect) {
     connect();
     ASSERT_TRUE(entered.waitFor(1));
     EXPECT_EQ(connection->disconnect(), 0);
-    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "run",
-                        "disconnect return from recv,recv failed(-1) magic=0x0\n"),
-              1u)
-        << log.dump();
-    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 0u);
+    EXPECT_TRUE(logged(log, DEBUG, "AudioConnection", "run",
+                       "disconnect return from recv,recv failed(-1) magic=0x0\n"));
+    EXPECT_TRUE(loggedLike(log, ERROR, ANY_CRASH, 0));
     EXPECT_THAT(box.taken(), SizeIs(0));
 }
 

@@ -168,7 +168,7 @@ TEST(TheReceiveThread, WithoutARecordSaysSoAndReturns) {
     LogCapture log;
     SktWorker worker(nullptr, nullptr, nullptr);
     worker.run();
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "run", "als is null\n"), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "run", "als is null\n"));
 }
 
 TEST(TheReceiveThread, ReturnsAtOnceWhenItIsNotRunning) {
@@ -178,7 +178,7 @@ TEST(TheReceiveThread, ReturnsAtOnceWhenItIsNotRunning) {
     record->mSocket = -1;  // a receive would fail and be logged
     record->mWorker->run();
     EXPECT_TRUE(record->mState.isWorkerGone());
-    EXPECT_TRUE(log.lines().empty()) << log.dump();
+    EXPECT_TRUE(logIsEmpty(log));
     AudioSocket::destroy(record);
 }
 
@@ -208,7 +208,7 @@ TEST_F(AnAbandonedRequest, EndsWhenTheServerIsGoneAlready) {
     EXPECT_TRUE(stillWaiting());
     RemoteCallAccess::abandon(call);
     EXPECT_EQ(result.get(), 1);
-    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "recv", "exit\n"), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, DEBUG, "AudioConnection", "recv", "exit\n"));
 }
 
 TEST_F(AnAbandonedRequest, EndsWhenTheServerGoesLater) {
@@ -227,7 +227,7 @@ TEST_F(AnAbandonedRequest, StillGetsItsReplyFromALivingServer) {
     EXPECT_TRUE(stillWaiting());
     server.release();
     EXPECT_EQ(result.get(), 17);
-    EXPECT_EQ(log.count(DEBUG, "exit\n"), 0u);
+    EXPECT_TRUE(logged(log, DEBUG, "exit\n", 0));
 }
 
 TEST_F(AnAbandonedRequest, IsServedEvenWhenItComesLate) {

@@ -4,7 +4,7 @@
 #include <cabinaudio/link/AudioConnection.h>
 
 #include "tests/link/Platform.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 #include "tests/support/ScriptedServer.h"
 
 #include <gtest/gtest.h>
@@ -23,9 +23,6 @@ namespace cabinaudio::test {
 inline constexpr std::chrono::seconds BOUND = std::chrono::seconds(30);
 /// For what must not happen: a wrong library has this long to do it.
 inline constexpr std::chrono::milliseconds WHILE = std::chrono::milliseconds(100);
-inline constexpr int DEBUG = 3;
-inline constexpr int WARN = 5;
-inline constexpr int ERROR = 6;
 
 struct Notification {
     std::uint32_t event;

@@ -100,10 +100,8 @@ protected:
         EXPECT_EQ(request(), 1);
         EXPECT_GE(watch.elapsed(), TIMEOUT);
         EXPECT_LT(watch.elapsed(), LONGEST);
-        EXPECT_EQ(log.count(ERROR, "AudioConnection", "recv",
-                            "no answer in 200 ms, connection is broken\n"),
-                  1U)
-            << log.dump();
+        EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "recv",
+                           "no answer in 200 ms, connection is broken\n"));
     }
 
     LogCapture log;
@@ -127,7 +125,7 @@ TEST_F(ATimeout, EndsARequestWhoseBodyDoesNotCome) {
 TEST_F(ATimeout, DoesNotTouchAnAnswerInTime) {
     for (int i = 0; i < 100; ++i)
         ASSERT_EQ(request(), 0);
-    EXPECT_EQ(log.count(ERROR, "connection is broken\n"), 0U) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "connection is broken\n", 0));
 }
 
 TEST_F(ATimeout, BreaksTheConnectionForGood) {
@@ -139,8 +137,7 @@ TEST_F(ATimeout, BreaksTheConnectionForGood) {
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(request(), 1);
     EXPECT_EQ(server.requests().size(), sent);
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "send", "connection is broken\n"), 3U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "send", "connection is broken\n", 3));
 }
 
 TEST_F(ATimeout, TellsTheClientAsIfTheServerWereGone) {
@@ -164,8 +161,7 @@ TEST_F(ATimeout, BreaksTheConnectionOfWhoOnlyReceivesToo) {
     std::uint8_t body[4];
     EXPECT_EQ(connection.recv(body, sizeof body), 1);
     EXPECT_EQ(connection.recv(body, sizeof body), 1);
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "recv", "connection is broken\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "recv", "connection is broken\n"));
 }
 
 TEST_F(ATimeout, TellsTheClientAlsoWhenTheAnswerWasOnItsWay) {
@@ -318,9 +314,9 @@ TEST(AnOrdinaryThread, DoesWhereNoRealTimeOneIsGranted) {
     EXPECT_EQ(call.initCheck(), 0);
     EXPECT_EQ(call.callFuncId(7, true), 0);
     EXPECT_EQ(refused.ordinary(), 2U);
-    EXPECT_EQ(log.count(WARN, "Thread(AS-SktWorker) may not be a real-time one.\n"), 1U);
-    EXPECT_EQ(log.count(WARN, "Thread(AS-RCNotifier) may not be a real-time one.\n"), 1U);
-    EXPECT_EQ(log.count(ERROR, "Fail to start thread"), 0U) << log.dump();
+    EXPECT_TRUE(logged(log, WARN, "Thread(AS-SktWorker) may not be a real-time one.\n"));
+    EXPECT_TRUE(logged(log, WARN, "Thread(AS-RCNotifier) may not be a real-time one.\n"));
+    EXPECT_TRUE(logged(log, ERROR, "Fail to start thread", 0));
 }
 
 TEST(AnOrdinaryThread, IsNotMadeUnasked) {

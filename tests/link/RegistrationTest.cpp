@@ -92,7 +92,7 @@ TEST_F(Registering, IsRefusedWithAReplyThatEndsBeforeTheHandle) {
     server.onRegistration(Answer::words(77));
     RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
     EXPECT_EQ(call.initCheck(), -1000);
-    EXPECT_FALSE(log.has(WARN, "recv fail\n"));
+    EXPECT_TRUE(logged(log, WARN, "recv fail\n", 0));
 }
 
 TEST_F(Registering, WaitsForABodyThatComesAfterItsHeader) {
@@ -148,8 +148,8 @@ TEST_F(Registering, AwaitsTheAnswerEvenWhenTheMessageWasNotSent) {
     });
     RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
     answering.join();
-    EXPECT_EQ(log.count(WARN, "RemoteCall", "RemoteCall", "send fail\n"), 1u) << log.dump();
-    EXPECT_FALSE(log.has(WARN, "recv fail\n"));
+    EXPECT_TRUE(logged(log, WARN, "RemoteCall", "RemoteCall", "send fail\n"));
+    EXPECT_TRUE(logged(log, WARN, "recv fail\n", 0));
     EXPECT_EQ(call.initCheck(), 0);
 }
 
@@ -158,13 +158,13 @@ TEST(RegisteringWithoutAServer, ReportsItAndLeavesAUselessObject) {
     const ProcessState before = ProcessState::now();
     {
         RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
-        EXPECT_EQ(log.count(WARN, "RemoteCall", "RemoteCall", "send fail\n"), 1u) << log.dump();
-        EXPECT_EQ(log.count(WARN, "RemoteCall", "RemoteCall", "recv fail\n"), 1u);
+        EXPECT_TRUE(logged(log, WARN, "RemoteCall", "RemoteCall", "send fail\n"));
+        EXPECT_TRUE(logged(log, WARN, "RemoteCall", "RemoteCall", "recv fail\n"));
         EXPECT_EQ(call.initCheck(), -1000);
         std::int32_t out = 4711;
         EXPECT_EQ(call.callFuncId(1, &out, true), 1);
         EXPECT_EQ(out, 4711);
-        EXPECT_EQ(log.countMatching(ERROR, "mConn=0x[0-9a-f]+, mHandle=0x0\n"), 1u) << log.dump();
+        EXPECT_TRUE(loggedLike(log, ERROR, "mConn=0x[0-9a-f]+, mHandle=0x0\n"));
     }
     EXPECT_TRUE(returnsTo(before));
 }
@@ -183,8 +183,8 @@ TEST(RegisteringWithoutRealTimeThreads, ReturnsUnregistered) {
     {
         RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
         EXPECT_EQ(call.initCheck(), -1000);
-        EXPECT_EQ(log.count(DEBUG, "AudioConnection", "recv", "exit\n"), 1u) << log.dump();
-        EXPECT_EQ(log.count(WARN, "recv fail\n"), 1u);
+        EXPECT_TRUE(logged(log, DEBUG, "AudioConnection", "recv", "exit\n"));
+        EXPECT_TRUE(logged(log, WARN, "recv fail\n"));
         EXPECT_EQ(call.callFuncId(1, false), 1);
     }
     EXPECT_TRUE(returnsTo(before));

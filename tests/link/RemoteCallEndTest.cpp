@@ -47,8 +47,8 @@ TEST_F(TheEnd, LeavesNothingBehind) {
 TEST_F(TheEnd, LogsTheDisconnectOnce) {
     connect();
     call.reset();
-    EXPECT_EQ(log.countMatching(DEBUG, "close socket fd:[0-9]+"), 1u) << log.dump();
-    EXPECT_EQ(log.count(ERROR, "pSocket is null\n"), 0u);
+    EXPECT_TRUE(loggedLike(log, DEBUG, "close socket fd:[0-9]+"));
+    EXPECT_TRUE(logged(log, ERROR, "pSocket is null\n", 0));
 }
 
 TEST_F(TheEnd, LeavesAnOutstandingBlockToItsOwner) {
@@ -70,7 +70,7 @@ TEST_F(TheEnd, ReturnsARequestThatTheServerDoesNotAnswer) {
     ASSERT_TRUE(server.waitForRequest(1));
     call.reset();
     EXPECT_EQ(result.get(), 1);
-    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "recv", "exit\n"), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, DEBUG, "AudioConnection", "recv", "exit\n"));
 }
 
 TEST_F(TheEnd, WaitsForACallThatIsAboutToGoOn) {
@@ -112,7 +112,7 @@ TEST_F(TheEnd, ReturnsARequestWhoseServerIsGone) {
     EXPECT_EQ(result.wait_for(WHILE), std::future_status::timeout);
     call.reset();
     EXPECT_EQ(result.get(), 1);
-    EXPECT_EQ(log.count(DEBUG, "exit\n"), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, DEBUG, "exit\n"));
 }
 
 TEST_F(TheEnd, ReturnsARequestWhoseBodyDoesNotCome) {
@@ -187,8 +187,7 @@ TEST_F(TheEnd, GivesANotifierThatIsLateNoConnection) {
     released = true;
     ending.join();
     EXPECT_EQ(status, 1);
-    EXPECT_EQ(log.count(ERROR, "RemoteCall", "call", "mConn=0x0, mHandle=0x64\n"), 1u)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "call", "mConn=0x0, mHandle=0x64\n"));
 }
 
 TEST_F(TheEnd, ComesThroughAStormOfNotifications) {

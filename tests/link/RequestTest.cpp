@@ -198,10 +198,10 @@ TEST_F(ARequest, IsRefusedWhileAnotherIsOutstanding) {
     std::uint8_t* otherReq = nullptr;
     std::uint8_t* otherRet = nullptr;
     EXPECT_EQ(call.rcalloc(&otherReq, 4, &otherRet, 4), -2992);
-    EXPECT_EQ(log.count(ERROR, "RemoteCall", "rcalloc", "bad sequence\n"), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "rcalloc", "bad sequence\n"));
     EXPECT_EQ(otherReq, nullptr);
     EXPECT_EQ(call.callFuncId(1, false), -1990);
-    EXPECT_EQ(log.count(ERROR, "RemoteCall", "rcalloc", "bad sequence\n"), 2u);
+    EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "rcalloc", "bad sequence\n", 2));
     EXPECT_EQ(call.rcfree(req, ret), 0);
     EXPECT_EQ(call.callFuncId(1, false), 0);
 }
@@ -211,8 +211,7 @@ TEST_F(ARequest, IsRefusedASizeThatNoBlockCanHave) {
         EXPECT_EQ(call.rcalloc(&req, size, &ret, 4), -1990) << size;
         EXPECT_EQ(req, nullptr);
     }
-    EXPECT_EQ(log.count(ERROR, "RemoteCall", "rcalloc", "AudioNormalMalloc failed\n"), 2u)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "rcalloc", "AudioNormalMalloc failed\n", 2));
     ASSERT_EQ(call.rcalloc(&req, 4, &ret, 4), 0);
     EXPECT_EQ(call.rcfree(req, ret), 0);
 }
@@ -221,8 +220,7 @@ TEST_F(ARequest, SendsNothingOfALengthThatNoMessageCanHave) {
     ASSERT_EQ(call.rcalloc(&req, 4, &ret, 4), 0);
     for (const std::uint32_t length : {HIGHEST, 0x80000000u, 0x7fffffa8u})
         EXPECT_EQ(call.call(req, length, ret, 4, false), 1) << length;
-    EXPECT_EQ(log.count(WARN, "send failed(-1) errno:Invalid argument 22, reTry=0\n"), 3u)
-        << log.dump();
+    EXPECT_TRUE(logged(log, WARN, "send failed(-1) errno:Invalid argument 22, reTry=0\n", 3));
     EXPECT_THAT(server.requests(), SizeIs(1));
     EXPECT_EQ(call.rcfree(req, ret), 0);
 }
@@ -246,7 +244,7 @@ TEST_F(ARequest, WithAForeignBlockIsRefused) {
     ASSERT_EQ(call.rcalloc(&req, 4, &ret, 4), 0);
     EXPECT_EQ(call.call(req + 1, 4, ret, 4, false), -3000);
     EXPECT_EQ(call.call(nullptr, 4, ret, 4, false), -3000);
-    EXPECT_EQ(log.count(ERROR, "RemoteCall", "call", "bad param\n"), 2u) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "call", "bad param\n", 2));
     EXPECT_THAT(server.requests(), SizeIs(1));
     EXPECT_EQ(call.rcfree(req, ret), 0);
     EXPECT_EQ(call.call(nullptr, 4, ret, 4, false), -3000);
@@ -261,23 +259,23 @@ TEST_F(ARequest, OfAnUnregisteredClientIsRefusedBeforeItsBlockIsLookedAt) {
     char expected[64];
     std::snprintf(expected, sizeof expected, "mConn=0x%" PRIxPTR ", mHandle=0x0\n",
                   reinterpret_cast<std::uintptr_t>(connection));
-    EXPECT_EQ(log.count(ERROR, "RemoteCall", "call", expected), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "call", expected));
 }
 
 TEST_F(ARequest, IsGivenBackOnlyWithBothBlocks) {
     ASSERT_EQ(call.rcalloc(&req, 4, &ret, 4), 0);
     EXPECT_EQ(call.rcfree(nullptr, ret), -2992);
     EXPECT_EQ(call.rcfree(req, nullptr), -2992);
-    EXPECT_EQ(log.count(ERROR, "RemoteCall", "rcfree", "rcfree bad param\n"), 2u) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "rcfree", "rcfree bad param\n", 2));
     EXPECT_EQ(call.rcfree(req + 4, ret), -2992);
     EXPECT_EQ(call.rcfree(req, ret + 1), -2992);
-    EXPECT_EQ(log.count(ERROR, "RemoteCall", "rcfree", "rcfree bad addr\n"), 2u) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "rcfree", "rcfree bad addr\n", 2));
     std::memset(req, 1, 4);
     std::memset(ret, 1, 4);
     EXPECT_EQ(call.call(req, 4, ret, 4, false), 0);
     EXPECT_EQ(call.rcfree(req, ret), 0);
     EXPECT_EQ(call.rcfree(req, ret), -2992);
-    EXPECT_EQ(log.count(ERROR, "rcfree bad addr\n"), 3u);
+    EXPECT_TRUE(logged(log, ERROR, "rcfree bad addr\n", 3));
 }
 
 TEST_F(ARequest, IsNotGivenBackWithABlockOfAnotherClient) {
@@ -288,7 +286,7 @@ TEST_F(ARequest, IsNotGivenBackWithABlockOfAnotherClient) {
     ASSERT_EQ(other.rcalloc(&otherReq, 4, &otherRet, 4), 0);
     EXPECT_EQ(call.rcfree(req, otherRet), -2992);
     EXPECT_EQ(call.rcfree(otherReq, ret), -2992);
-    EXPECT_EQ(log.count(ERROR, "rcfree bad addr\n"), 2u);
+    EXPECT_TRUE(logged(log, ERROR, "rcfree bad addr\n", 2));
     EXPECT_EQ(call.rcfree(req, ret), 0);
     EXPECT_EQ(other.rcfree(otherReq, otherRet), 0);
 }
@@ -308,7 +306,7 @@ TEST_F(ARequest, SaysWhenItsBlocksWereGivenBackBehindItsBack) {
             return ssize_t{platform::failWith(EIO)};
         });
     EXPECT_EQ(call.callFuncId(9, false), 1);
-    EXPECT_EQ(log.count(ERROR, "RemoteCall", "callFuncId", "rcfree error.\n"), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "callFuncId", "rcfree error.\n"));
 }
 
 TEST_F(ARequest, IsClaimedByExactlyOneOfTwoThreads) {

@@ -29,7 +29,7 @@ unsigned Notifications::count() const {
 
 bool Notifications::waitFor(unsigned times) const {
     std::unique_lock lock(mLock);
-    return mChanged.wait_for(lock, kBound, [&] { return mCount >= times; });
+    return mChanged.wait_for(lock, BOUND, [&] { return mCount >= times; });
 }
 
 void Notifications::close() {
@@ -150,7 +150,7 @@ std::unique_ptr<ShareMemoryEx> Ring::posix(unsigned size, unsigned mode,
 
 std::unique_ptr<ShareMemoryEx> Ring::physical(
     unsigned size, unsigned mode, ShareMemoryUpdateNotificationCallback* callback) const {
-    return std::make_unique<ShareMemoryEx>(SHM_TYPE_PHYS_MEM, mName.c_str(), addressOf(kPhysical),
+    return std::make_unique<ShareMemoryEx>(SHM_TYPE_PHYS_MEM, mName.c_str(), addressOf(PHYSICAL),
                                            size, mode, callback);
 }
 

@@ -20,14 +20,10 @@
 
 namespace cabinaudio::test {
 
-constexpr int kDebug = 3;
-constexpr int kInfo = 4;
-constexpr int kError = 6;
-
-constexpr auto kBound = std::chrono::seconds(60);
+constexpr auto BOUND = std::chrono::seconds(60);
 
 /// Physical address where the test rings' data lies, not at the start of a page.
-constexpr std::uint32_t kPhysical = 0x10000040;
+constexpr std::uint32_t PHYSICAL = 0x10000040;
 
 /// Counts what the ring tells.
 class Notifications : public ShareMemoryUpdateNotificationCallback {
@@ -111,7 +107,7 @@ protected:
     std::unique_ptr<ShareMemoryEx> posix(
         unsigned size, unsigned mode = SHM_MODE_CREATOR,
         ShareMemoryUpdateNotificationCallback* callback = nullptr) const;
-    /// A ring of type 1 with data at kPhysical.
+    /// A ring of type 1 with data at PHYSICAL.
     std::unique_ptr<ShareMemoryEx> physical(
         unsigned size, unsigned mode = SHM_MODE_CREATOR,
         ShareMemoryUpdateNotificationCallback* callback = nullptr) const;

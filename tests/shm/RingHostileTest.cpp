@@ -60,8 +60,6 @@ struct Expected {
     }
 };
 
-}  // namespace
-
 TEST_P(AScribbledRing, HasWhatItCanHaveAndNothingElse) {
     std::vector<unsigned char> bytes(length, 0x5a);
     audio_buffer_provider_t start = {};
@@ -166,8 +164,6 @@ TEST_P(AScribbledRing, BearsChangesWhileItMovesBytes) {
     scribbler.join();
 }
 
-namespace {
-
 std::string nameOf(const ::testing::TestParamInfo<Kind>& ring) {
     return ring.param.name;
 }
@@ -182,28 +178,27 @@ INSTANTIATE_TEST_SUITE_P(Rings, AScribbledRing,
 
 using ARingWithinAPage = Ring;
 
-}  // namespace
-
 TEST_F(ARingWithinAPage, NeverTouchesTheRestOfThePage) {
-    constexpr std::uint32_t kLength = 1000;
-    const auto ring = posix(kLength);
+    constexpr std::uint32_t LENGTH = 1000;
+    const auto ring = posix(LENGTH);
     const auto page = static_cast<std::size_t>(getpagesize());
     const Object object(posixName(), page);
-    const std::size_t end = 64 + kLength;
+    const std::size_t end = 64 + LENGTH;
     std::fill(object.bytes() + end, object.bytes() + page, 0xc3);
-    const auto bytes = pattern(3 * kLength);
-    std::vector<unsigned char> out(3 * kLength);
-    for (const std::uint32_t size : {kLength, kLength + 1, 2 * kLength})
+    const auto bytes = pattern(3 * LENGTH);
+    std::vector<unsigned char> out(3 * LENGTH);
+    for (const std::uint32_t size : {LENGTH, LENGTH + 1, 2 * LENGTH})
         for (std::uint32_t offset = 0; offset < size; offset += 7) {
             object.header().size = size;
             object.header().readOffset = offset;
             object.header().writeOffset = offset;
-            ring->write(bytes.data(), 3 * kLength);
-            ring->read(out.data(), 3 * kLength);
+            ring->write(bytes.data(), 3 * LENGTH);
+            ring->read(out.data(), 3 * LENGTH);
             ASSERT_EQ(std::count(out.begin(), out.end(), 0xc3),
-                      std::count(out.begin(), out.begin() + kLength, 0xc3));
+                      std::count(out.begin(), out.begin() + LENGTH, 0xc3));
         }
     EXPECT_THAT(object.copy(end, page - end), ::testing::Each(0xc3));
 }
 
+}  // namespace
 }  // namespace cabinaudio::test

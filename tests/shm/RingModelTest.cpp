@@ -115,8 +115,6 @@ protected:
     }
 };
 
-}  // namespace
-
 TEST_P(ARandomlyUsedRing, DoesWhatItsModelDoes) {
     const char* const given = std::getenv("CABINAUDIO_TEST_SEED");
     const auto seed = given != nullptr ? static_cast<std::uint32_t>(std::strtoul(given, nullptr, 0))
@@ -130,8 +128,6 @@ TEST_P(ARandomlyUsedRing, DoesWhatItsModelDoes) {
         if (HasFatalFailure()) return;
     }
 }
-
-namespace {
 
 std::string nameOf(const ::testing::TestParamInfo<std::tuple<bool, std::uint32_t>>& ring) {
     return std::string(std::get<0>(ring.param) ? "Physical" : "Posix") +

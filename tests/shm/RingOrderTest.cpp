@@ -51,7 +51,7 @@ protected:
     }
 
     const std::unique_ptr<ShareMemoryEx> ring = physical(SIZE);
-    const Physical device{kPhysical, SIZE};
+    const Physical device{PHYSICAL, SIZE};
     const Object object{physicalName(), sizeof(wire::RingHeader)};
 };
 

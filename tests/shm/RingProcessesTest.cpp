@@ -21,7 +21,7 @@ class Peer {
 public:
     Peer(std::vector<std::string> command, const StreamPlan& plan, StreamEnd::Direction direction) {
         for (const std::string& argument :
-             {std::string(direction == StreamEnd::kReads ? "read" : "write"),
+             {std::string(direction == StreamEnd::READS ? "read" : "write"),
               std::to_string(plan.type), plan.name, std::to_string(plan.size),
               std::to_string(plan.creator), std::to_string(plan.bytes), std::to_string(plan.seed)})
             command.push_back(argument);
@@ -96,8 +96,6 @@ std::vector<std::string> wordsOf(const std::string& text) {
     return words;
 }
 
-}  // namespace
-
 TEST_P(AStream, ArrivesAsItWasSent) {
     const Case& one = GetParam();
     const auto command = wordsOf(one.peer);
@@ -112,43 +110,41 @@ TEST_P(AStream, ArrivesAsItWasSent) {
     StreamEnd end(plan, one.direction);
     plan.creator = !plan.creator;
     Peer peer(command, plan,
-              one.direction == StreamEnd::kReads ? StreamEnd::kWrites : StreamEnd::kReads);
+              one.direction == StreamEnd::READS ? StreamEnd::WRITES : StreamEnd::READS);
     ASSERT_TRUE(peer.runs());
     const auto here = end.run();
     EXPECT_TRUE(here.has_value());
     EXPECT_EQ(here, peer.checksum());
 }
 
-namespace {
+constexpr auto IN = StreamEnd::READS;
+constexpr auto OUT = StreamEnd::WRITES;
 
-constexpr auto kIn = StreamEnd::kReads;
-constexpr auto kOut = StreamEnd::kWrites;
-
-constexpr Case kSame[] = {
-    {"InFromACreator", RING_PEER, kIn, false, SHM_TYPE_POSIX_SHM},
-    {"InAsTheCreator", RING_PEER, kIn, true, SHM_TYPE_POSIX_SHM},
-    {"OutToACreator", RING_PEER, kOut, false, SHM_TYPE_POSIX_SHM},
-    {"OutAsTheCreator", RING_PEER, kOut, true, SHM_TYPE_POSIX_SHM},
-    {"InThroughPhysicalMemory", RING_PEER, kIn, false, SHM_TYPE_PHYS_MEM},
-    {"OutThroughPhysicalMemory", RING_PEER, kOut, false, SHM_TYPE_PHYS_MEM},
+constexpr Case SAME[] = {
+    {"InFromACreator", RING_PEER, IN, false, SHM_TYPE_POSIX_SHM},
+    {"InAsTheCreator", RING_PEER, IN, true, SHM_TYPE_POSIX_SHM},
+    {"OutToACreator", RING_PEER, OUT, false, SHM_TYPE_POSIX_SHM},
+    {"OutAsTheCreator", RING_PEER, OUT, true, SHM_TYPE_POSIX_SHM},
+    {"InThroughPhysicalMemory", RING_PEER, IN, false, SHM_TYPE_PHYS_MEM},
+    {"OutThroughPhysicalMemory", RING_PEER, OUT, false, SHM_TYPE_PHYS_MEM},
 };
 
 std::string nameOf(const ::testing::TestParamInfo<Case>& one) {
     return one.param.name;
 }
 
-INSTANTIATE_TEST_SUITE_P(BetweenTwoProcesses, AStream, ::testing::ValuesIn(kSame), nameOf);
+INSTANTIATE_TEST_SUITE_P(BetweenTwoProcesses, AStream, ::testing::ValuesIn(SAME), nameOf);
 
 #ifdef RING_NATIVE_PEER
-constexpr Case kOther[] = {
-    {"InFromACreator", RING_NATIVE_PEER, kIn, false, SHM_TYPE_POSIX_SHM},
-    {"InAsTheCreator", RING_NATIVE_PEER, kIn, true, SHM_TYPE_POSIX_SHM},
-    {"OutToACreator", RING_NATIVE_PEER, kOut, false, SHM_TYPE_POSIX_SHM},
-    {"OutAsTheCreator", RING_NATIVE_PEER, kOut, true, SHM_TYPE_POSIX_SHM},
-    {"InThroughPhysicalMemory", RING_NATIVE_PEER, kIn, false, SHM_TYPE_PHYS_MEM},
-    {"OutThroughPhysicalMemory", RING_NATIVE_PEER, kOut, false, SHM_TYPE_PHYS_MEM},
+constexpr Case OTHER[] = {
+    {"InFromACreator", RING_NATIVE_PEER, IN, false, SHM_TYPE_POSIX_SHM},
+    {"InAsTheCreator", RING_NATIVE_PEER, IN, true, SHM_TYPE_POSIX_SHM},
+    {"OutToACreator", RING_NATIVE_PEER, OUT, false, SHM_TYPE_POSIX_SHM},
+    {"OutAsTheCreator", RING_NATIVE_PEER, OUT, true, SHM_TYPE_POSIX_SHM},
+    {"InThroughPhysicalMemory", RING_NATIVE_PEER, IN, false, SHM_TYPE_PHYS_MEM},
+    {"OutThroughPhysicalMemory", RING_NATIVE_PEER, OUT, false, SHM_TYPE_PHYS_MEM},
 };
-INSTANTIATE_TEST_SUITE_P(BetweenTwoMachines, AStream, ::testing::ValuesIn(kOther), nameOf);
+INSTANTIATE_TEST_SUITE_P(BetweenTwoMachines, AStream, ::testing::ValuesIn(OTHER), nameOf);
 #endif
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include "shm/SharedSemaphore.h"
 #include "tests/shm/Platform.h"
 #include "tests/shm/RingFixture.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/Stack.h"
 
@@ -38,8 +38,6 @@ protected:
         EXPECT_EQ(cabinaudio::sem_init((cabinaudio::sem_t*)&slot, 1, 0), 0);
     }
 };
-
-}  // namespace
 
 TEST_F(AReceiver, OfAReaderHearsOfWrites) {
     const auto reader = posix(64, SHM_MODE_CREATOR | SHM_MODE_READER, &notifications);
@@ -118,20 +116,20 @@ TEST_F(AReceiver, HearsThePostsOfBeforeItRan) {
 TEST_F(AReceiver, HearsAStormOfPosts) {
     const auto ring = posix(64, SHM_MODE_CREATOR | SHM_MODE_READER, &notifications);
     const Object object(posixName(), 64);
-    constexpr unsigned kStorm = 2000;
+    constexpr unsigned STORM = 2000;
     std::thread one([&] {
-        for (unsigned i = 0; i < kStorm; ++i)
+        for (unsigned i = 0; i < STORM; ++i)
             postTo(object.header().readSem);
     });
     std::thread two([&] {
-        for (unsigned i = 0; i < kStorm; ++i)
+        for (unsigned i = 0; i < STORM; ++i)
             postTo(object.header().readSem);
     });
     one.join();
     two.join();
-    EXPECT_TRUE(notifications.waitFor(2 * kStorm));
+    EXPECT_TRUE(notifications.waitFor(2 * STORM));
     EXPECT_TRUE(sleeps(object.header().readSem));
-    EXPECT_EQ(notifications.count(), 2 * kStorm);
+    EXPECT_EQ(notifications.count(), 2 * STORM);
 }
 
 TEST_F(AReceiver, WithBothDirectionsHearsOfWrites) {
@@ -147,12 +145,11 @@ TEST_F(AReceiver, NeedsADirection) {
     const LogCapture log;
     const auto ring = posix(64, SHM_MODE_CREATOR, &notifications);
     EXPECT_TRUE(ring->isUsable());
-    EXPECT_EQ(log.count(kError, "ShareMemory", "initShmNotificationReceiver", "invalid mode:0x1\n"),
-              1u)
-        << log.dump();
+    EXPECT_TRUE(
+        logged(log, ERROR, "ShareMemory", "initShmNotificationReceiver", "invalid mode:0x1\n"));
     EXPECT_EQ(ProcessState::now().threads, before.threads);
     const auto another = physical(64, 0xff0, &notifications);
-    EXPECT_TRUE(log.has(kError, "invalid mode:0xff0\n")) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "invalid mode:0xff0\n"));
 }
 
 TEST_F(AReceiver, NeedsACallback) {
@@ -162,7 +159,7 @@ TEST_F(AReceiver, NeedsACallback) {
     EXPECT_EQ(object.header().readNotify, 0);
     EXPECT_EQ(object.header().writeNotify, 0);
     EXPECT_EQ(ProcessState::now().threads, before.threads);
-    EXPECT_EQ(log.countMatching(kError, ".*"), 0u);
+    EXPECT_TRUE(loggedLike(log, ERROR, ".*", 0));
 }
 
 TEST_F(AReceiver, IsNamedAfterTheObject) {
@@ -225,7 +222,7 @@ TEST_F(AReceiver, EndsAfterTheNotificationUnderWay) {
     std::thread destroyer([&] { ring.reset(); });
     // The destroyer has asked for the end once its own post is there.
     EXPECT_TRUE(eventually([&] { return postsIn(object.header().readSem) == 3; }));
-    EXPECT_TRUE(log.waitForMatching(kDebug, "delete shared memory.*\n"));
+    EXPECT_TRUE(log.waitForMatching(DEBUG, "delete shared memory.*\n"));
     notifications.open();
     destroyer.join();
     EXPECT_EQ(notifications.count(), 1u);
@@ -319,10 +316,8 @@ TEST_F(AReceiver, TellsThatItsLastPostIsLostAndEnds) {
     std::atomic_ref<std::uint32_t>(object.header().readSem.word[0]) = 0xffffffff;
     const LogCapture log;
     ring.reset();
-    EXPECT_EQ(log.count(kDebug, "ShareMemory", "uninitShmNotificationReceiver",
-                        "AUDIO IGNORE(!sem_post(hdl->recevierSem))!\n"),
-              1u)
-        << log.dump();
+    EXPECT_TRUE(logged(log, DEBUG, "ShareMemory", "uninitShmNotificationReceiver",
+                       "AUDIO IGNORE(!sem_post(hdl->recevierSem))!\n"));
     EXPECT_EQ(notifications.count(), 0u);
 }
 
@@ -335,8 +330,8 @@ TEST_F(AReceiver, GivesUpWhenItsWaitFails) {
         const Failing wait("sem_wait", EINTR);
         postTo(object.header().readSem);
         const std::string message = std::string("sem_wait failed:") + std::strerror(EINTR) + "\n";
-        ASSERT_TRUE(log.waitFor(kError, message)) << log.dump();
-        EXPECT_EQ(log.count(kError, "ShareMemory", "run", message), 1u) << log.dump();
+        ASSERT_TRUE(log.waitFor(ERROR, message)) << log.dump();
+        EXPECT_TRUE(logged(log, ERROR, "ShareMemory", "run", message));
     }
     EXPECT_EQ(notifications.count(), 1u);
     EXPECT_TRUE(eventually([&] { return ProcessState::now().threads == before.threads; }));
@@ -359,7 +354,7 @@ TEST_F(AReceiver, IsNotDisturbedBySignals) {
         kill(getpid(), SIGUSR1);
     postTo(object.header().readSem);
     EXPECT_TRUE(notifications.waitFor(1));
-    EXPECT_EQ(log.countMatching(kError, ".*"), 0u) << log.dump();
+    EXPECT_TRUE(loggedLike(log, ERROR, ".*", 0));
     EXPECT_EQ(sigaction(SIGUSR1, &previous, nullptr), 0);
 }
 
@@ -370,8 +365,7 @@ TEST_F(AReceiver, ThatCouldNotBeStartedHoldsUpNothing) {
         const auto ring = posix(64, SHM_MODE_CREATOR | SHM_MODE_READER, &notifications);
         EXPECT_TRUE(create.happened());
         EXPECT_TRUE(ring->isUsable());
-        EXPECT_EQ(log.countMatching(kError, "Fail to start thread\\(AS-ThatCouldNot\\).*\n"), 1u)
-            << log.dump();
+        EXPECT_TRUE(loggedLike(log, ERROR, "Fail to start thread\\(AS-ThatCouldNot\\).*\n"));
     }
     EXPECT_TRUE(returnsTo(before));
 }
@@ -390,7 +384,7 @@ TEST_F(AReceiver, ThatDestroysItsOwnRingIsLeftAlone) {
     destroyer.ring->updateWriteOffset(1);
     EXPECT_TRUE(eventually([&] { return destroyer.done.load(); }));
     // Once for the ring and once for the receiver itself.
-    EXPECT_TRUE(log.waitForMatching(kError, "Thread\\(AS-.*\\) DEAD LOCK.\n", 2)) << log.dump();
+    EXPECT_TRUE(log.waitForMatching(ERROR, "Thread\\(AS-.*\\) DEAD LOCK.\n", 2)) << log.dump();
     EXPECT_TRUE(returnsTo(before));
 }
 
@@ -410,4 +404,5 @@ TEST_F(AReceiver, HasAStackOfOneMebibyte) {
     EXPECT_TRUE(isLibraryStack(measuring.stack)) << measuring.stack;
 }
 
+}  // namespace
 }  // namespace cabinaudio::test

@@ -4,7 +4,7 @@
 
 #include "tests/shm/Platform.h"
 #include "tests/shm/RingFixture.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 #include "tests/support/ProcessState.h"
 
 #include <fcntl.h>
@@ -19,13 +19,13 @@ namespace {
 using ::testing::ElementsAreArray;
 using ::testing::StartsWith;
 
-constexpr unsigned kHeader = 64;
+constexpr unsigned HEADER = 64;
 
 /// A ring of 16 bytes and its shared memory.
 class ARing : public Ring {
 protected:
     std::unique_ptr<ShareMemoryEx> ring = posix(16);
-    Object object{posixName(), kHeader + 16};
+    Object object{posixName(), HEADER + 16};
     wire::RingHeader& header = object.header();
 
     void setOffsets(std::uint32_t r, std::uint32_t w) {
@@ -45,8 +45,6 @@ protected:
 
 using ARingInPhysicalMemory = Ring;
 
-}  // namespace
-
 // ---- construction --------------------------------------------------------------------------
 
 TEST_F(ARing, StartsEmptyWithOneByteThatStaysFree) {
@@ -61,19 +59,19 @@ TEST_F(ARing, StartsEmptyWithOneByteThatStaysFree) {
 }
 
 TEST_F(ARing, OfACreatorHasTheHeadersBytes) {
-    const unsigned char expected[kHeader] = {
+    const unsigned char expected[HEADER] = {
         16, 0, 0, 0,                                        // size
         0,  0, 0, 0, 0,   0, 0, 0,                          // offsets
         0,  0, 0, 0, 128, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,  // readSem
         0,  0, 0, 0, 128, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,  // writeSem
     };                                                      // the rest is zeros
-    EXPECT_THAT(object.copy(0, kHeader), ElementsAreArray(expected));
+    EXPECT_THAT(object.copy(0, HEADER), ElementsAreArray(expected));
 }
 
 TEST_F(ARing, IsOneObjectOfHeaderAndData) {
-    EXPECT_EQ(object.size(), kHeader + 16u);
+    EXPECT_EQ(object.size(), HEADER + 16u);
     EXPECT_EQ(write(3), 3);
-    EXPECT_EQ(object.copy(kHeader, 3), pattern(3));
+    EXPECT_EQ(object.copy(HEADER, 3), pattern(3));
 }
 
 TEST_F(ARing, HoldsNothingButItsHandle) {
@@ -83,11 +81,9 @@ TEST_F(ARing, HoldsNothingButItsHandle) {
 TEST_F(ARing, TellsWhereItIsMapped) {
     const LogCapture log;
     const ShareMemoryEx another(SHM_TYPE_POSIX_SHM, "another", nullptr, 256, 0, nullptr);
-    ASSERT_EQ(log.countMatching(kInfo,
-                                "\\[another\\] shared memory mmap success: virAddr:0x[0-9a-f]+ "
-                                "size:256 virAddrEnd:0x[0-9a-f]+\n"),
-              1u)
-        << log.dump();
+    ASSERT_TRUE(loggedLike(log, INFO,
+                           "\\[another\\] shared memory mmap success: virAddr:0x[0-9a-f]+ "
+                           "size:256 virAddrEnd:0x[0-9a-f]+\n"));
     EXPECT_THAT(log.lines().at(0).text, StartsWith("[ShareMemory][createShmMap]["));
     unsigned long start = 0;
     unsigned long end = 0;
@@ -101,7 +97,7 @@ TEST_F(ARing, TellsWhereItIsMapped) {
 
 TEST_F(Ring, LeavesTheNotifyFlagsOfAnOlderObjectAlone) {
     auto older = posix(16);
-    Object object(posixName(), kHeader);
+    Object object(posixName(), HEADER);
     object.header().readNotify = 1;
     object.header().writeNotify = 2;
     object.header().readOffset = 9;
@@ -126,10 +122,10 @@ TEST_F(Ring, LeavesTheNotifyFlagsOfAnOlderObjectAlone) {
 TEST_F(Ring, OfAClientLeavesTheHeaderAlone) {
     const auto creator = posix(16);
     creator->updateWriteOffset(5);
-    Object object(posixName(), kHeader);
-    const auto before = object.copy(0, kHeader);
+    Object object(posixName(), HEADER);
+    const auto before = object.copy(0, HEADER);
     const auto client = posix(16, 0);
-    EXPECT_EQ(object.copy(0, kHeader), before);
+    EXPECT_EQ(object.copy(0, HEADER), before);
     EXPECT_EQ(client->getUsedSize(), 5u);
 }
 
@@ -180,9 +176,9 @@ TEST_F(Ring, TakesTheNameAndWithAnAddressBoth) {
     const LogCapture log;
     { const ShareMemoryEx ring(SHM_TYPE_POSIX_SHM, "trk", nullptr, 16, 1, nullptr); }
     { const ShareMemoryEx ring(SHM_TYPE_PHYS_MEM, "trk", addressOf(0x1000), 16, 1, nullptr); }
-    EXPECT_TRUE(log.has(kDebug, "delete shared memory name:trk\n")) << log.dump();
-    EXPECT_TRUE(log.has(kDebug, "delete shared memory name:trk_0x1000\n")) << log.dump();
-    EXPECT_EQ(log.countMatching(kInfo, "\\[trk\\] shared memory mmap success.*\n"), 2u);
+    EXPECT_TRUE(logged(log, DEBUG, "delete shared memory name:trk\n"));
+    EXPECT_TRUE(logged(log, DEBUG, "delete shared memory name:trk_0x1000\n"));
+    EXPECT_TRUE(loggedLike(log, INFO, "\\[trk\\] shared memory mmap success.*\n", 2));
 }
 
 TEST_F(Ring, CutsItsNameTo63Characters) {
@@ -193,10 +189,9 @@ TEST_F(Ring, CutsItsNameTo63Characters) {
         const ShareMemoryEx ring(SHM_TYPE_POSIX_SHM, name.c_str(), nullptr, 16, 1, nullptr);
         EXPECT_TRUE(Object::exists(cut));
     }
-    EXPECT_EQ(log.count(kDebug, "ShareMemory", "~ShareMemoryEx",
-                        "delete shared memory name:" + cut + "\n"),
-              1u);
-    EXPECT_EQ(log.countMatching(kInfo, "\\[" + name + "\\] shared memory mmap success.*\n"), 1u);
+    EXPECT_TRUE(logged(log, DEBUG, "ShareMemory", "~ShareMemoryEx",
+                       "delete shared memory name:" + cut + "\n"));
+    EXPECT_TRUE(loggedLike(log, INFO, "\\[" + name + "\\] shared memory mmap success.*\n"));
     EXPECT_FALSE(Object::exists(cut));
 }
 
@@ -207,7 +202,7 @@ TEST_F(ARing, TakesOneByteLessThanItsSize) {
     EXPECT_EQ(ring->getFreeSize(), 0u);
     EXPECT_EQ(ring->getUsedSize(), 15u);
     EXPECT_EQ(write(1), 0);
-    EXPECT_EQ(object.copy(kHeader, 15), pattern(15));
+    EXPECT_EQ(object.copy(HEADER, 15), pattern(15));
 }
 
 TEST_F(ARing, ContinuesAtItsStart) {
@@ -215,8 +210,8 @@ TEST_F(ARing, ContinuesAtItsStart) {
     EXPECT_EQ(write(8), 8);
     EXPECT_EQ(header.writeOffset, 2u);
     const auto bytes = pattern(8);
-    EXPECT_THAT(object.copy(kHeader + 10, 6), ElementsAreArray(bytes.data(), 6));
-    EXPECT_THAT(object.copy(kHeader, 2), ElementsAreArray(bytes.data() + 6, 2));
+    EXPECT_THAT(object.copy(HEADER + 10, 6), ElementsAreArray(bytes.data(), 6));
+    EXPECT_THAT(object.copy(HEADER, 2), ElementsAreArray(bytes.data() + 6, 2));
 
     EXPECT_EQ(read(8), bytes);
     EXPECT_EQ(header.readOffset, 2u);
@@ -445,9 +440,9 @@ TEST_F(ARing, LeavesTheTimeToReading) {
 
 TEST_F(ARingInPhysicalMemory, KeepsDataAndHeaderApart) {
     const auto ring = physical(100);
-    const Physical memory(kPhysical, 100);
-    const Object object(physicalName(), kHeader);
-    EXPECT_EQ(object.size(), kHeader);
+    const Physical memory(PHYSICAL, 100);
+    const Object object(physicalName(), HEADER);
+    EXPECT_EQ(object.size(), HEADER);
     EXPECT_EQ(object.header().size, 100u);
 
     const auto bytes = pattern(70);
@@ -472,11 +467,11 @@ TEST_F(ARingInPhysicalMemory, IsMappedInWholePages) {
     const auto mapped = calls.of("mmap");
     ASSERT_EQ(mapped.size(), 2u);
     EXPECT_EQ(mapped[0].first, 2 * page);
-    EXPECT_EQ(mapped[0].second, kPhysical - kPhysical % page);
-    EXPECT_EQ(mapped[1].first, kHeader);
+    EXPECT_EQ(mapped[0].second, PHYSICAL - PHYSICAL % page);
+    EXPECT_EQ(mapped[1].first, HEADER);
     const auto reserved = calls.of("fallocate");
     ASSERT_EQ(reserved.size(), 1u);
-    EXPECT_EQ(reserved[0].first, kHeader);
+    EXPECT_EQ(reserved[0].first, HEADER);
 }
 
 TEST_F(ARingInPhysicalMemory, NeverExtendsTheSignOfItsAddress) {
@@ -488,7 +483,7 @@ TEST_F(ARingInPhysicalMemory, NeverExtendsTheSignOfItsAddress) {
     const auto mapped = calls.of("mmap");
     ASSERT_FALSE(mapped.empty());
     EXPECT_EQ(mapped[0].second, 0xf0001000u);
-    EXPECT_TRUE(log.has(kDebug, "delete shared memory name:high_0xf0001000\n")) << log.dump();
+    EXPECT_TRUE(logged(log, DEBUG, "delete shared memory name:high_0xf0001000\n"));
 }
 
 TEST_F(ARingInPhysicalMemory, IsMadeCoherentAroundEachPiece) {
@@ -562,7 +557,7 @@ TEST_F(Ring, LeavesNothingBehind) {
 
 TEST_F(Ring, IsUnmappedByTheSharedSize) {
     auto ring = posix(100);
-    const Object object(posixName(), kHeader);
+    const Object object(posixName(), HEADER);
     object.header().size = 90;
     const Calls calls;
     ring.reset();
@@ -577,7 +572,7 @@ TEST_F(Ring, IsUnmappedAsAWholeWhenTheSharedSizeIsNoTrue) {
         const ProcessState before = ProcessState::now();
         auto ring = posix(2 * page);
         {
-            const Object object(posixName(), kHeader);
+            const Object object(posixName(), HEADER);
             object.header().size = size;
         }
         const Calls calls;
@@ -606,11 +601,12 @@ TEST_F(Ring, UnlinksItsNameOnEitherSideAndLeavesTheMappingUsable) {
 
 TEST_F(Ring, LeavesItsNotifyFlagsWhenItGoes) {
     const auto other = posix(16, 0);
-    const Object object(posixName(), kHeader);
+    const Object object(posixName(), HEADER);
     Notifications notifications;
     posix(16, SHM_MODE_CREATOR | SHM_MODE_READER, &notifications);
     EXPECT_EQ(object.header().readNotify, 1);
     EXPECT_EQ(object.header().writeNotify, 0);
 }
 
+}  // namespace
 }  // namespace cabinaudio::test

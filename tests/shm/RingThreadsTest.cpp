@@ -11,23 +11,21 @@ namespace {
 
 using ARingBetweenThreads = Ring;
 
-}  // namespace
-
 TEST_F(ARingBetweenThreads, HandsOverItsBytes) {
-    constexpr unsigned kBytes = 1 << 20;
+    constexpr unsigned BYTES = 1 << 20;
     const auto ring = posix(1000);
-    const auto sent = pattern(kBytes);
+    const auto sent = pattern(BYTES);
     std::thread writer([&] {
-        for (unsigned at = 0; at < kBytes;) {
-            const unsigned count = std::min(kBytes - at, at % 97 + 1);
+        for (unsigned at = 0; at < BYTES;) {
+            const unsigned count = std::min(BYTES - at, at % 97 + 1);
             const int written = ring->write(sent.data() + at, count);
             if (written == 0) std::this_thread::yield();
             at += static_cast<unsigned>(written);
         }
     });
-    std::vector<unsigned char> received(kBytes);
-    for (unsigned at = 0; at < kBytes;) {
-        const unsigned count = std::min(kBytes - at, at % 89 + 1);
+    std::vector<unsigned char> received(BYTES);
+    for (unsigned at = 0; at < BYTES;) {
+        const unsigned count = std::min(BYTES - at, at % 89 + 1);
         const int read = ring->read(received.data() + at, count);
         if (read == 0) std::this_thread::yield();
         at += static_cast<unsigned>(read);
@@ -37,17 +35,17 @@ TEST_F(ARingBetweenThreads, HandsOverItsBytes) {
 }
 
 TEST_F(ARingBetweenThreads, ShowsItsBytesInPlace) {
-    constexpr unsigned kBytes = 1 << 18;
+    constexpr unsigned BYTES = 1 << 18;
     const auto ring = posix(1000);
-    const auto sent = pattern(kBytes);
+    const auto sent = pattern(BYTES);
     std::thread writer([&] {
-        for (unsigned at = 0; at < kBytes;) {
-            const int written = ring->write(sent.data() + at, std::min(kBytes - at, 61u));
+        for (unsigned at = 0; at < BYTES;) {
+            const int written = ring->write(sent.data() + at, std::min(BYTES - at, 61u));
             if (written == 0) std::this_thread::yield();
             at += static_cast<unsigned>(written);
         }
     });
-    for (unsigned at = 0; at < kBytes;) {
+    for (unsigned at = 0; at < BYTES;) {
         audio_buffer_provider_t buffer = {};
         ring->getNextBuffer(buffer);
         ASSERT_EQ(std::memcmp(buffer.data, sent.data() + at, buffer.length), 0);
@@ -62,4 +60,5 @@ TEST_F(ARingBetweenThreads, ShowsItsBytesInPlace) {
     EXPECT_EQ(ring->getUsedSize(), 0u);
 }
 
+}  // namespace
 }  // namespace cabinaudio::test

@@ -32,8 +32,6 @@ protected:
     }
 };
 
-}  // namespace
-
 TEST_F(ASharedSemaphore, CountsAboveItsLowestBit) {
     EXPECT_EQ(word(0), 0u);
     EXPECT_EQ(word(1), 128u);
@@ -78,23 +76,23 @@ TEST_F(ASharedSemaphore, RefusesAPostTooMany) {
 }
 
 TEST_F(ASharedSemaphore, LosesNoPostBetweenManyThreads) {
-    constexpr int kThreads = 4;
-    constexpr int kPosts = 2000;
+    constexpr int THREADS = 4;
+    constexpr int POSTS = 2000;
     std::atomic<int> taken{0};
     std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) {
+    for (int i = 0; i < THREADS; ++i) {
         threads.emplace_back([&] {
-            for (int n = 0; n < kPosts; ++n)
+            for (int n = 0; n < POSTS; ++n)
                 if (cabinaudio::sem_wait(semaphore) == 0) ++taken;
         });
         threads.emplace_back([&] {
-            for (int n = 0; n < kPosts; ++n)
+            for (int n = 0; n < POSTS; ++n)
                 EXPECT_EQ(cabinaudio::sem_post(semaphore), 0);
         });
     }
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_EQ(taken, kThreads * kPosts);
+    EXPECT_EQ(taken, THREADS * POSTS);
     EXPECT_FALSE(semaphoreHasPost(semaphore));
     EXPECT_EQ(word(3), 0u);
 }
@@ -148,4 +146,5 @@ TEST_F(ASharedSemaphore, ReachesSleepersThatAnInitialisationForgotByStirring) {
     EXPECT_FALSE(semaphoreHasPost(semaphore));
 }
 
+}  // namespace
 }  // namespace cabinaudio::test
