@@ -12,7 +12,7 @@ namespace cabinaudio::test {
 namespace {
 
 /// A line that the library itself has written; the tests' own macros prove nothing about it.
-TEST(LibrarysLogLine, HasTheTagAndThePrefixThatFiltersKnow) {
+TEST(LibraryLogLine, HasTheTagAndThePrefixOfTheInterface) {
     const LogCapture log;
     Worker worker("twice");
     worker.start();
