@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What is read from the diagnostics file, and what is written to it.
+// Reading and writing the diagnostics file.
 #include <cabinaudio/diag/AudioConfig.h>
 
 #include "tests/support/ConfigDirectory.h"
@@ -34,7 +34,7 @@ std::string outPath(const AudioTraceItem* item) {
     return item != nullptr ? item->outPath : "no item";
 }
 
-class TheDiagnosticsFile : public testing::Test {
+class DiagnosticsFile : public testing::Test {
 protected:
     const ConfigDirectory directory;
     const LogCapture log;
@@ -45,7 +45,7 @@ class NumbersWithSeparators : public std::numpunct<char> {
     std::string do_grouping() const override { return "\3"; }
 };
 
-TEST_F(TheDiagnosticsFile, MayBeMissing) {
+TEST_F(DiagnosticsFile, LeavesTheDefaultsWhenItIsMissing) {
     AudioConfig config(true);
     EXPECT_EQ(config.getLogLevel(), 4);
     EXPECT_FALSE(config.getEnMark());
@@ -54,14 +54,14 @@ TEST_F(TheDiagnosticsFile, MayBeMissing) {
     EXPECT_TRUE(logIsEmpty(log));
 }
 
-TEST_F(TheDiagnosticsFile, MayBeUnreadable) {
+TEST_F(DiagnosticsFile, LeavesTheDefaultsWhenItIsUnreadable) {
     std::filesystem::create_directory(directory.file());
     AudioConfig config(true);
     EXPECT_EQ(config.getLogLevel(), 4);
     EXPECT_EQ(config.getDumpItem("main", "client"), nullptr);
 }
 
-TEST_F(TheDiagnosticsFile, GivesLevelAndMarkSwitch) {
+TEST_F(DiagnosticsFile, GivesLevelAndMarkSwitch) {
     directory.write("Log\n level=2\n enMark=1\n");
     AudioConfig config(true);
     EXPECT_EQ(config.getLogLevel(), 2);
@@ -70,7 +70,7 @@ TEST_F(TheDiagnosticsFile, GivesLevelAndMarkSwitch) {
     EXPECT_EQ(log.lines().size(), 1U) << log.dump();
 }
 
-TEST_F(TheDiagnosticsFile, GivesDumpItems) {
+TEST_F(DiagnosticsFile, GivesDumpItems) {
     directory.write(MAIN_DUMP + block("Dump", "uplink", "driver", "/tmp/u"));
     AudioConfig config(true);
     EXPECT_TRUE(logged(log, INFO, "AudioConfig", "_parseDumpItem", DUMP_READ, 2));
@@ -79,7 +79,7 @@ TEST_F(TheDiagnosticsFile, GivesDumpItems) {
     EXPECT_EQ(config.getTraceItem("main", "client"), nullptr);
 }
 
-TEST_F(TheDiagnosticsFile, GivesTraceItems) {
+TEST_F(DiagnosticsFile, GivesTraceItems) {
     directory.write(block("Trace", "main", "client", "/tmp/t"));
     AudioConfig config(true);
     EXPECT_TRUE(logged(log, INFO, "AudioConfig", "_parseTraceItem", TRACE_READ));
@@ -87,7 +87,7 @@ TEST_F(TheDiagnosticsFile, GivesTraceItems) {
     EXPECT_EQ(config.getDumpItem("main", "client"), nullptr);
 }
 
-TEST_F(TheDiagnosticsFile, MayMixBlocksAndForeignLines) {
+TEST_F(DiagnosticsFile, MayMixBlocksAndForeignLines) {
     directory.write("# by hand\n\n" + block("Trace", "a", "b", "/t") +
                     "Log\n level=6\n enMark=1\n" + " tag=stray\n" + MAIN_DUMP +
                     "dump\n Dump\nend\n" + block("Trace", "c", "d", "/u"));
@@ -99,7 +99,7 @@ TEST_F(TheDiagnosticsFile, MayMixBlocksAndForeignLines) {
     EXPECT_TRUE(logged(log, INFO, DUMP_READ));
 }
 
-TEST_F(TheDiagnosticsFile, KnowsAKeywordByItsFirstLetters) {
+TEST_F(DiagnosticsFile, AcceptsKeywordsWithMoreLetters) {
     directory.write(block("Dumpster", "a", "b", "/d") + block("Tracery", "a", "b", "/t") +
                     "Logbook\n level=5\n enMark=1\n");
     AudioConfig config(true);
@@ -108,7 +108,7 @@ TEST_F(TheDiagnosticsFile, KnowsAKeywordByItsFirstLetters) {
     EXPECT_EQ(config.getLogLevel(), 5);
 }
 
-TEST_F(TheDiagnosticsFile, DoesNotKnowHalfAKeyword) {
+TEST_F(DiagnosticsFile, IgnoresPartsOfKeywords) {
     directory.write(block("Dum", "a", "b", "/d") + block("Trac", "a", "b", "/t") +
                     "Lo\n level=5\n enMark=1\n");
     AudioConfig config(true);
@@ -117,7 +117,7 @@ TEST_F(TheDiagnosticsFile, DoesNotKnowHalfAKeyword) {
     EXPECT_EQ(config.getLogLevel(), 4);
 }
 
-TEST_F(TheDiagnosticsFile, KeepsOneItemPerPairWithTheLastPath) {
+TEST_F(DiagnosticsFile, KeepsOneItemPerPairWithTheLastPath) {
     directory.write(MAIN_DUMP + block("Dump", "aux", "client", "/tmp/a") +
                     block("Dump", "main", "client", "/tmp/second"));
     AudioConfig config(true);
@@ -126,7 +126,7 @@ TEST_F(TheDiagnosticsFile, KeepsOneItemPerPairWithTheLastPath) {
     EXPECT_TRUE(logged(log, INFO, DUMP_READ, 3));
 }
 
-TEST_F(TheDiagnosticsFile, DropsAnItemWithAWrongLineAndThatLine) {
+TEST_F(DiagnosticsFile, DropsAnItemWithAWrongLineAndThatLine) {
     // Were the usage line looked at again, nothing would change; were "Dump" or "Log" in the place
     // of a value line, a block would start.
     directory.write(
@@ -146,7 +146,7 @@ TEST_F(TheDiagnosticsFile, DropsAnItemWithAWrongLineAndThatLine) {
     EXPECT_TRUE(logged(log, INFO, TRACE_READ, 0));
 }
 
-TEST_F(TheDiagnosticsFile, KeepsANewLevelEvenWithoutAMarkLine) {
+TEST_F(DiagnosticsFile, KeepsANewLevelEvenWithoutAMarkLine) {
     directory.write("Log\n level=2\n enMark=1\nLog\n level=3\nLog\n level=6\n enMark=0\n");
     AudioConfig config(true);
     EXPECT_EQ(config.getLogLevel(), 3);  // the third "Log" was taken for the mark line
@@ -154,14 +154,14 @@ TEST_F(TheDiagnosticsFile, KeepsANewLevelEvenWithoutAMarkLine) {
     EXPECT_TRUE(logged(log, INFO, LOG_READ));
 }
 
-TEST_F(TheDiagnosticsFile, ChangesNothingInALogBlockWithoutLevel) {
+TEST_F(DiagnosticsFile, ChangesNothingInALogBlockWithoutLevel) {
     directory.write("Log\n enMark=1\n level=2\n");
     AudioConfig config(true);
     EXPECT_EQ(config.getLogLevel(), 4);
     EXPECT_FALSE(config.getEnMark());
 }
 
-TEST_F(TheDiagnosticsFile, TakesAnyDecimalNumber) {
+TEST_F(DiagnosticsFile, ReadsAnyDecimalNumber) {
     const struct {
         const char* text;
         int level;
@@ -183,7 +183,7 @@ TEST_F(TheDiagnosticsFile, TakesAnyDecimalNumber) {
     }
 }
 
-TEST_F(TheDiagnosticsFile, MayEndWithoutALineEnd) {
+TEST_F(DiagnosticsFile, MayEndWithoutALineEnd) {
     directory.write("Dump\n tag=main\n usage=client\n outPath=/tmp/d");
     EXPECT_EQ(outPath(AudioConfig(true).getDumpItem("main", "client")), "/tmp/d");
     directory.write("Log\n level=3\n enMark=1");
@@ -192,7 +192,7 @@ TEST_F(TheDiagnosticsFile, MayEndWithoutALineEnd) {
     EXPECT_EQ(AudioConfig(true).getLogLevel(), 3);
 }
 
-TEST_F(TheDiagnosticsFile, MayEndInTheMiddleOfABlock) {
+TEST_F(DiagnosticsFile, MayEndInTheMiddleOfABlock) {
     for (const char* const text :
          {"Dump", "Dump\n", "Dump\n tag=main", "Dump\n tag=main\n usage=client",
           "Dump\n tag=main\n usage=client\n", "Log", "Log\n"}) {
@@ -203,7 +203,7 @@ TEST_F(TheDiagnosticsFile, MayEndInTheMiddleOfABlock) {
     }
 }
 
-TEST_F(TheDiagnosticsFile, IsReadUpToATooLongLine) {
+TEST_F(DiagnosticsFile, IsReadUpToATooLongLine) {
     for (const bool lineEnd : {true, false}) {
         directory.write(MAIN_DUMP + std::string(300, 'x') + (lineEnd ? "\n" : "") +
                         (lineEnd ? block("Dump", "late", "client", "/tmp/l") : ""));
@@ -213,7 +213,7 @@ TEST_F(TheDiagnosticsFile, IsReadUpToATooLongLine) {
     }
 }
 
-TEST_F(TheDiagnosticsFile, MayHaveLinesOf255CharactersAndNoLonger) {
+TEST_F(DiagnosticsFile, IsReadUpToALineOfMoreThan255Characters) {
     for (const std::size_t length : {std::size_t{255}, std::size_t{256}}) {
         directory.write(std::string(length, 'x') + "\n" + MAIN_DUMP);
         AudioConfig config(true);
@@ -230,7 +230,7 @@ TEST_F(TheDiagnosticsFile, MayHaveLinesOf255CharactersAndNoLonger) {
     }
 }
 
-TEST_F(TheDiagnosticsFile, HasItsLongNamesCut) {
+TEST_F(DiagnosticsFile, NamesAreCutTo63Characters) {
     const std::string tag(100, 't');
     const std::string usage(100, 'u');
     directory.write(block("Dump", tag, usage, "/tmp/d"));
@@ -243,13 +243,13 @@ TEST_F(TheDiagnosticsFile, HasItsLongNamesCut) {
     EXPECT_EQ(config.getDumpItem(tag.substr(0, 62).c_str(), usage.c_str()), nullptr);
 }
 
-TEST_F(TheDiagnosticsFile, MayHaveEmptyValues) {
+TEST_F(DiagnosticsFile, MayHaveEmptyValues) {
     directory.write(block("Dump", "", "", ""));
     AudioConfig config(true);
     EXPECT_EQ(outPath(config.getDumpItem("", "")), "");
 }
 
-TEST_F(TheDiagnosticsFile, GetsItsDirectoryMadeAndThatIsLoggedAsIfItHadFailed) {
+TEST_F(DiagnosticsFile, DirectoryIsMadeAndLoggedAsAFailure) {
     std::filesystem::remove(directory.path());
     const AudioConfig config(true);
     struct stat made = {};
@@ -262,7 +262,7 @@ TEST_F(TheDiagnosticsFile, GetsItsDirectoryMadeAndThatIsLoggedAsIfItHadFailed) {
     EXPECT_EQ(log.lines().size(), 1U) << log.dump();
 }
 
-TEST_F(TheDiagnosticsFile, IsNeverTouchedByAReader) {
+TEST_F(DiagnosticsFile, StaysUnchangedByAReader) {
     {
         AudioConfig config(true);
         config.setLogLevel(AUDIO_LOG_LEVEL_ERROR);
@@ -277,13 +277,13 @@ TEST_F(TheDiagnosticsFile, IsNeverTouchedByAReader) {
     EXPECT_EQ(directory.text(), "anything\n" + MAIN_DUMP);
 }
 
-TEST_F(TheDiagnosticsFile, IsWrittenWithTheDefaults) {
+TEST_F(DiagnosticsFile, IsWrittenWithTheDefaults) {
     { const AudioConfig config(false); }
     EXPECT_EQ(directory.text(), "Log\n level=4\n enMark=0\n");
     EXPECT_TRUE(logIsEmpty(log));
 }
 
-TEST_F(TheDiagnosticsFile, IsWrittenInItsOrder) {
+TEST_F(DiagnosticsFile, IsWrittenInItsOrder) {
     {
         AudioConfig config(false);
         AudioTraceItem trace = {"t", "u", "/trace"};
@@ -302,7 +302,7 @@ TEST_F(TheDiagnosticsFile, IsWrittenInItsOrder) {
               "Log\n level=-7\n enMark=1\n");
 }
 
-TEST_F(TheDiagnosticsFile, IsTheSameAfterItWasReadAndWritten) {
+TEST_F(DiagnosticsFile, IsEqualAfterReadingAndWriting) {
     const std::string text = MAIN_DUMP + block("Dump", "aux", "driver", "/tmp/x y") +
                              block("Trace", "a", "b", "/c") + "Log\n level=6\n enMark=1\n";
     directory.write("comment\n" + text);
@@ -310,7 +310,7 @@ TEST_F(TheDiagnosticsFile, IsTheSameAfterItWasReadAndWritten) {
     EXPECT_EQ(directory.text(), text);
 }
 
-TEST_F(TheDiagnosticsFile, IsWrittenAloneByTheLastWriter) {
+TEST_F(DiagnosticsFile, IsReplacedByTheLastWriter) {
     directory.write("a much longer file than what will be written\n" + MAIN_DUMP);
     {
         AudioConfig config(false);
@@ -319,7 +319,7 @@ TEST_F(TheDiagnosticsFile, IsWrittenAloneByTheLastWriter) {
     EXPECT_EQ(directory.text(), "Log\n level=4\n enMark=0\n");
 }
 
-TEST_F(TheDiagnosticsFile, IsWrittenThroughADirectoryThatIsMadeAgain) {
+TEST_F(DiagnosticsFile, IsWrittenToADirectoryThatIsMadeAgain) {
     {
         const AudioConfig config(false);
         std::filesystem::remove(directory.path());
@@ -329,7 +329,7 @@ TEST_F(TheDiagnosticsFile, IsWrittenThroughADirectoryThatIsMadeAgain) {
     EXPECT_NE(log.lines()[0].text.find("[AudioConfig][_storeConfigItems]["), std::string::npos);
 }
 
-TEST_F(TheDiagnosticsFile, ThatCannotBeWrittenIsLoggedAndLost) {
+TEST_F(DiagnosticsFile, IsLoggedAndLostWhenItCannotBeWritten) {
     std::filesystem::create_directory(directory.file());
     { const AudioConfig config(false); }
     EXPECT_TRUE(logged(log, ERROR, "AudioConfig", "_storeConfigItems",
@@ -338,7 +338,7 @@ TEST_F(TheDiagnosticsFile, ThatCannotBeWrittenIsLoggedAndLost) {
     EXPECT_TRUE(std::filesystem::is_directory(directory.file()));
 }
 
-TEST_F(TheDiagnosticsFile, IsWrittenAlikeInEveryLocale) {
+TEST_F(DiagnosticsFile, IsWrittenEquallyInEveryLocale) {
     const std::locale before =
         std::locale::global(std::locale(std::locale::classic(), new NumbersWithSeparators));
     {

@@ -4,20 +4,19 @@
 
 #include "tests/support/ConfigDirectory.h"
 #include "tests/support/Logged.h"
+#include "tests/support/OnThreads.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <string>
-#include <thread>
 
 namespace cabinaudio::test {
-namespace {
 
-/// One kind of item and its operations, so that both kinds pass the same tests.
+/// One kind of item and its operations, so that both kinds pass the same tests. CTest shows their
+/// names.
 struct Dumps {
     using Item = AudioDumpItem;
     static constexpr char GET[] = "getDumpItem";
@@ -40,8 +39,10 @@ struct Traces {
     static void clear(AudioConfig& config) { config.clearTraceItem(); }
 };
 
+namespace {
+
 template <typename Kind>
-class AnItemList : public testing::Test {
+class ItemList : public testing::Test {
 protected:
     using Item = typename Kind::Item;
 
@@ -55,16 +56,16 @@ protected:
 };
 
 using Kinds = testing::Types<Dumps, Traces>;
-TYPED_TEST_SUITE(AnItemList, Kinds);
+TYPED_TEST_SUITE(ItemList, Kinds);
 
-TYPED_TEST(AnItemList, HasItemsOf384Bytes) {
+TYPED_TEST(ItemList, HasItemsOf384Bytes) {
     EXPECT_EQ(sizeof(typename TypeParam::Item), 384U);
     EXPECT_EQ(offsetof(typename TypeParam::Item, tag), 0U);
     EXPECT_EQ(offsetof(typename TypeParam::Item, usage), 64U);
     EXPECT_EQ(offsetof(typename TypeParam::Item, outPath), 128U);
 }
 
-TYPED_TEST(AnItemList, KeepsCopies) {
+TYPED_TEST(ItemList, KeepsCopies) {
     typename TypeParam::Item item = {"main", "client", "/tmp/d"};
     TypeParam::add(this->config, item);
     std::memset(&item, 'x', sizeof(item));
@@ -76,7 +77,7 @@ TYPED_TEST(AnItemList, KeepsCopies) {
     EXPECT_STREQ(stored->outPath, "/tmp/d");
 }
 
-TYPED_TEST(AnItemList, LogsWhatItFindsWithTheNumberOfItems) {
+TYPED_TEST(ItemList, LogsWhatItFindsWithTheNumberOfItems) {
     this->add({"main", "client", "/1"});
     this->add({"main", "driver", "/2"});
     this->add({"aux", "client", "/3"});
@@ -86,7 +87,7 @@ TYPED_TEST(AnItemList, LogsWhatItFindsWithTheNumberOfItems) {
     EXPECT_EQ(this->log.lines().size(), 1U) << this->log.dump();
 }
 
-TYPED_TEST(AnItemList, LogsLargeNumbersOfItemsInFull) {
+TYPED_TEST(ItemList, LogsNumbersAbove99InFull) {
     for (int i = 0; i < 123; ++i) {
         typename TypeParam::Item item = {"", "client", ""};
         std::snprintf(item.tag, sizeof(item.tag), "tag%d", i);
@@ -96,7 +97,7 @@ TYPED_TEST(AnItemList, LogsLargeNumbersOfItemsInFull) {
     EXPECT_TRUE(logged(this->log, INFO, "01-123: tag:tag122 usage:client\n"));
 }
 
-TYPED_TEST(AnItemList, IsSilentAboutWhatItDoesNotFind) {
+TYPED_TEST(ItemList, LogsNothingForAnUnknownPair) {
     this->add({"main", "client", "/1"});
     for (const char* const other : {"Main", "mai", "main ", ""})
         EXPECT_EQ(this->get(other, "client"), nullptr) << other;
@@ -106,7 +107,7 @@ TYPED_TEST(AnItemList, IsSilentAboutWhatItDoesNotFind) {
     EXPECT_TRUE(logIsEmpty(this->log));
 }
 
-TYPED_TEST(AnItemList, ReplacesOnlyThePathOfAKnownPair) {
+TYPED_TEST(ItemList, ReplacesOnlyThePathOfAKnownPair) {
     this->add({"main", "client", "/a/long/path"});
     this->add({"aux", "client", "/2"});
     const auto* const stored = this->get("main", "client");
@@ -116,7 +117,7 @@ TYPED_TEST(AnItemList, ReplacesOnlyThePathOfAKnownPair) {
     EXPECT_TRUE(logged(this->log, INFO, "01-02: tag:main usage:client\n", 2));
 }
 
-TYPED_TEST(AnItemList, RemovesThePairAndNothingElse) {
+TYPED_TEST(ItemList, RemovesOnlyTheGivenPair) {
     this->add({"main", "client", "/1"});
     this->add({"main", "driver", "/2"});
     this->remove({"main", "client", "another path"});
@@ -126,7 +127,7 @@ TYPED_TEST(AnItemList, RemovesThePairAndNothingElse) {
     EXPECT_NE(this->get("main", "driver"), nullptr);
 }
 
-TYPED_TEST(AnItemList, CanBeCleared) {
+TYPED_TEST(ItemList, IsEmptyAfterAClear) {
     TypeParam::clear(this->config);
     this->add({"main", "client", "/1"});
     this->add({"aux", "client", "/2"});
@@ -137,7 +138,7 @@ TYPED_TEST(AnItemList, CanBeCleared) {
     EXPECT_TRUE(logged(this->log, INFO, "01-01: tag:aux usage:client\n"));
 }
 
-TYPED_TEST(AnItemList, TakesItsOwnItemsAsArguments) {
+TYPED_TEST(ItemList, AcceptsItsOwnItemsAsArguments) {
     this->add({"main", "client", "/1"});
     auto* const stored = this->get("main", "client");
     TypeParam::add(this->config, *stored);
@@ -146,7 +147,7 @@ TYPED_TEST(AnItemList, TakesItsOwnItemsAsArguments) {
     EXPECT_EQ(this->get("main", "client"), nullptr);
 }
 
-TYPED_TEST(AnItemList, CutsTextsThatFillTheirField) {
+TYPED_TEST(ItemList, CutsTextsThatFillTheirField) {
     typename TypeParam::Item item;
     std::memset(&item, 'x', sizeof(item));
     this->add(item);
@@ -161,7 +162,7 @@ TYPED_TEST(AnItemList, CutsTextsThatFillTheirField) {
     EXPECT_EQ(this->get(name.c_str(), name.c_str()), nullptr);
 }
 
-TEST(TheSettings, KeepAnyLevelAndTheMarkSwitch) {
+TEST(Settings, KeepAnyLevelAndTheMarkSwitch) {
     const ConfigDirectory directory;
     AudioConfig config(true);
     for (const int level : {3, 0, -1, 2147483647}) {
@@ -174,7 +175,7 @@ TEST(TheSettings, KeepAnyLevelAndTheMarkSwitch) {
     EXPECT_FALSE(config.getEnMark());
 }
 
-TEST(TheSettings, OfTwoKindsDoNotMix) {
+TEST(Settings, OfTwoKindsAreSeparate) {
     const ConfigDirectory directory;
     AudioConfig config(true);
     AudioDumpItem dump = {"main", "client", "/d"};
@@ -184,34 +185,29 @@ TEST(TheSettings, OfTwoKindsDoNotMix) {
     EXPECT_NE(config.getDumpItem("main", "client"), nullptr);
 }
 
-TEST(TheSettings, MayBeUsedByManyThreads) {
+TEST(Settings, StayConsistentWithManyThreads) {
     const ConfigDirectory directory;
     AudioConfig config(true);
-    std::array<std::thread, 4> threads;
-    for (std::size_t number = 0; number < threads.size(); ++number) {
-        threads[number] = std::thread([&config, number] {
-            AudioDumpItem dump = {"", "client", "/d"};
-            AudioTraceItem trace = {"shared", "client", "/t"};
-            std::snprintf(dump.tag, sizeof(dump.tag), "tag%zu", number);
-            for (int i = 0; i < 500; ++i) {
-                config.addDumpItem(dump);
-                EXPECT_STREQ(config.getDumpItem(dump.tag, "client")->outPath, "/d");
-                config.removeDumpItem(dump);
-                config.addTraceItem(trace);
-                config.setLogLevel(static_cast<AudioLogLevel>(i));
-                config.setEnMark(config.getEnMark() || config.getLogLevel() < 500);
-            }
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    onThreads(4, [&config](int number) {
+        AudioDumpItem dump = {"", "client", "/d"};
+        AudioTraceItem trace = {"shared", "client", "/t"};
+        std::snprintf(dump.tag, sizeof(dump.tag), "tag%d", number);
+        for (int i = 0; i < 500; ++i) {
+            config.addDumpItem(dump);
+            EXPECT_STREQ(config.getDumpItem(dump.tag, "client")->outPath, "/d");
+            config.removeDumpItem(dump);
+            config.addTraceItem(trace);
+            config.setLogLevel(static_cast<AudioLogLevel>(i));
+            config.setEnMark(config.getEnMark() || config.getLogLevel() < 500);
+        }
+    });
     EXPECT_TRUE(config.getEnMark());
     EXPECT_EQ(config.getLogLevel(), 499);
     EXPECT_EQ(config.getDumpItem("tag0", "client"), nullptr);
     EXPECT_NE(config.getTraceItem("shared", "client"), nullptr);
 }
 
-TEST(TheSettings, OfTwoObjectsAreIndependent) {
+TEST(Settings, OfTwoObjectsAreIndependent) {
     const ConfigDirectory directory;
     AudioConfig reader(true);
     {

@@ -37,7 +37,7 @@ void write(AudioDump& dump, const std::string& bytes) {
                static_cast<unsigned>(bytes.size()));
 }
 
-class ADump : public testing::Test {
+class ConfiguredDump : public testing::Test {
 protected:
     /// The directory that dumps go to; it does not exist at first.
     [[nodiscard]] std::string dir() const { return directory.top() / "d"; }
@@ -57,7 +57,7 @@ protected:
         return names;
     }
 
-    /// What the only dump file holds.
+    /// Content of the only dump file.
     [[nodiscard]] std::string dumped() const {
         const auto names = files();
         return names.size() == 1 ? contentsOf(dir() + "/" + names[0])
@@ -75,10 +75,22 @@ protected:
     const LogCapture log;
 };
 
-using ADumpInADirectory = ADump;
-using ADriverDump = ADump;
+using DumpInADirectory = ConfiguredDump;
+using DriverDump = ConfiguredDump;
 
-TEST_F(ADump, WritesTheBytesOfAConfiguredStream) {
+/// Dumps of an application's main stream.
+class Dump : public ConfiguredDump {
+protected:
+    Dump() { configure("main", "client", dir()); }
+
+    /// One that gets these bytes.
+    static void dump(const std::string& bytes) {
+        AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
+        write(dump, bytes);
+    }
+};
+
+TEST_F(ConfiguredDump, WritesTheBytesOfAConfiguredStream) {
     configure("uplink", "client", dir());
     {
         AudioDump dump(AUDIO_TAG_UPLINK, "mic", "client", false);
@@ -91,26 +103,35 @@ TEST_F(ADump, WritesTheBytesOfAConfiguredStream) {
                "AUDIO DUMP INIT, tag=uplink, name=mic, usage=client, outPath=" + dir() + ".\n"));
 }
 
-TEST_F(ADump, NamesItsFileAfterTheStreamAndTheClock) {
-    configure("main", "client", dir());
-    {
-        const FrozenClock clock(5000000);
-        const AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
+TEST_F(ConfiguredDump, NamesItsFileAfterTheStreamAndTheClock) {
+    const std::string name(70, 'n');
+    const std::string usage(70, 'u');
+    const struct {
+        AudioTagType tag;
+        std::string tagText;
+        std::string name;
+        std::string usage;
+        std::uint64_t time;
+        std::string expected;
+    } rows[] = {
+        {AUDIO_TAG_MAIN, "main", "nav", "client", 5000000, "main_nav_client_5000000.pcm"},
+        {AUDIO_TAG_MAIN, "main", "nav", "client", 1234567890123456,
+         "main_nav_client_1234567890123456.pcm"},
+        {AUDIO_TAG_UNKNOWN, "", "x", "client", 7, "_x_client_7.pcm"},
+        {AUDIO_TAG_MAIN, "main", name, usage, 7,
+         "main_" + name.substr(0, 63) + "_" + usage.substr(0, 63) + "_7.pcm"},
+    };
+    for (const auto& row : rows) {
+        std::filesystem::remove_all(dir());
+        directory.write("");
+        configure(row.tagText, row.usage, dir());
+        const FrozenClock clock(row.time);
+        { const AudioDump dump(row.tag, row.name.c_str(), row.usage.c_str(), false); }
+        EXPECT_EQ(files(), std::vector<std::string>{row.expected});
     }
-    EXPECT_EQ(files(), std::vector<std::string>{"main_nav_client_5000000.pcm"});
 }
 
-TEST_F(ADump, PrintsLargeClockValuesInFull) {
-    configure("main", "client", dir());
-    {
-        const FrozenClock clock(1234567890123456);
-        const AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
-    }
-    EXPECT_EQ(files(), std::vector<std::string>{"main_nav_client_1234567890123456.pcm"});
-}
-
-TEST_F(ADump, ReadsTheClockWhenItOpensTheFile) {
-    configure("main", "client", dir());
+TEST_F(Dump, HasTheTimeOfOpeningInItsFileName) {
     const std::uint64_t before = AudioTime::now();
     { const AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false); }
     const std::uint64_t after = AudioTime::now();
@@ -122,7 +143,7 @@ TEST_F(ADump, ReadsTheClockWhenItOpensTheFile) {
     EXPECT_LE(std::stoull(name[1]), after);
 }
 
-TEST_F(ADump, DoesNothingForAStreamThatIsNotConfigured) {
+TEST_F(ConfiguredDump, IgnoresAStreamThatIsNotConfigured) {
     configure("uplink", "client", dir());
     {
         AudioDump otherTag(AUDIO_TAG_INPUT0, "mic", "client", false);
@@ -134,7 +155,7 @@ TEST_F(ADump, DoesNothingForAStreamThatIsNotConfigured) {
     EXPECT_EQ(linesOfTheDump(), 0U) << log.dump();
 }
 
-TEST_F(ADump, DoesNothingForAnEmptyPath) {
+TEST_F(ConfiguredDump, IgnoresAStreamWithAnEmptyPath) {
     configure("uplink", "client", "");
     {
         AudioDump dump(AUDIO_TAG_UPLINK, "mic", "client", false);
@@ -143,29 +164,7 @@ TEST_F(ADump, DoesNothingForAnEmptyPath) {
     EXPECT_EQ(linesOfTheDump(), 0U) << log.dump();
 }
 
-TEST_F(ADump, OfAnUnknownTagHasAnEmptyTagText) {
-    configure("", "client", dir());
-    {
-        const FrozenClock clock(7);
-        const AudioDump dump(AUDIO_TAG_UNKNOWN, "x", "client", false);
-    }
-    EXPECT_EQ(files(), std::vector<std::string>{"_x_client_7.pcm"});
-}
-
-TEST_F(ADump, CutsItsTextsTo63Characters) {
-    const std::string usage(70, 'u');
-    const std::string name(70, 'n');
-    configure("main", usage, dir());
-    {
-        const FrozenClock clock(7);
-        const AudioDump dump(AUDIO_TAG_MAIN, name.c_str(), usage.c_str(), false);
-    }
-    EXPECT_EQ(files(), std::vector<std::string>{"main_" + name.substr(0, 63) + "_" +
-                                                usage.substr(0, 63) + "_7.pcm"});
-}
-
-TEST_F(ADump, RefusesMissingNames) {
-    configure("main", "client", dir());
+TEST_F(Dump, RefusesMissingTexts) {
     const char* const usage = "client";
     {
         AudioDump noName(AUDIO_TAG_MAIN, nullptr, usage, false);
@@ -180,8 +179,7 @@ TEST_F(ADump, RefusesMissingNames) {
     EXPECT_TRUE(logged(log, ERROR, "Invalid params, name=" + text + ", usage=0.\n"));
 }
 
-TEST_F(ADump, RefusedForMissingNamesCannotBeResumedEither) {
-    configure("main", "client", dir());
+TEST_F(Dump, CannotBeResumedWithoutItsTexts) {
     AudioDump dump(AUDIO_TAG_MAIN, nullptr, "client", false);
     dump.resume(true);
     write(dump, "abc");
@@ -189,8 +187,7 @@ TEST_F(ADump, RefusedForMissingNamesCannotBeResumedEither) {
     EXPECT_TRUE(files().empty());
 }
 
-TEST_F(ADump, MakesItsDirectoryAndLogsThatAsIfItHadFailed) {
-    configure("main", "client", dir());
+TEST_F(Dump, MakesItsDirectoryAndLogsAFailure) {
     { const AudioDump first(AUDIO_TAG_MAIN, "a", "client", false); }
     struct stat made = {};
     ASSERT_EQ(stat(dir().c_str(), &made), 0);
@@ -203,7 +200,7 @@ TEST_F(ADump, MakesItsDirectoryAndLogsThatAsIfItHadFailed) {
     EXPECT_EQ(files().size(), 2U);
 }
 
-TEST_F(ADump, MakesOnlyTheLastLevelAndSaysThatItCouldNotOpenItsFile) {
+TEST_F(ConfiguredDump, MakesOnlyTheLastLevelAndLogsAFileThatCannotBeOpened) {
     const std::string deep = dir() + "/missing";
     configure("main", "client", deep);
     {
@@ -218,8 +215,7 @@ TEST_F(ADump, MakesOnlyTheLastLevelAndSaysThatItCouldNotOpenItsFile) {
     EXPECT_TRUE(loggedLike(log, DEBUG, ".*", 0));
 }
 
-TEST_F(ADump, IgnoresWritesOfNothing) {
-    configure("main", "client", dir());
+TEST_F(Dump, IgnoresEmptyWrites) {
     {
         AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
         const unsigned char byte = 1;
@@ -230,8 +226,7 @@ TEST_F(ADump, IgnoresWritesOfNothing) {
     EXPECT_EQ(dumped(), "");
 }
 
-TEST_F(ADump, KeepsTheOrderOfManyWrites) {
-    configure("main", "client", dir());
+TEST_F(Dump, KeepsTheOrderOfManyWrites) {
     std::string expected;
     {
         AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
@@ -244,27 +239,29 @@ TEST_F(ADump, KeepsTheOrderOfManyWrites) {
     EXPECT_EQ(dumped(), expected);
 }
 
-TEST_F(ADump, OfTheSameMicrosecondTruncatesTheEarlierFile) {
-    configure("main", "client", dir());
+TEST_F(ConfiguredDump, OfTheSameMicrosecondTruncatesTheEarlierFileUnlessItAppends) {
     const FrozenClock clock(5000000);
-    for (const char* const bytes : {"first", "2nd"}) {
-        AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
-        write(dump, bytes);
+    const struct {
+        const char* usage;
+        bool appends;
+        const char* expected;
+    } rows[] = {
+        {"client", false, "2nd"}, {"client", true, "first2nd"}, {"driver", true, "first2nd"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.usage) + (row.appends ? " appends" : ""));
+        std::filesystem::remove_all(dir());
+        directory.write("");
+        configure("main", row.usage, dir());
+        for (const char* const bytes : {"first", "2nd"}) {
+            AudioDump dump(AUDIO_TAG_MAIN, "nav", row.usage, row.appends);
+            if (row.usage == std::string("driver")) dump.resume(true);
+            write(dump, bytes);
+        }
+        EXPECT_EQ(dumped(), row.expected);
     }
-    EXPECT_EQ(dumped(), "2nd");
 }
 
-TEST_F(ADump, OfTheSameMicrosecondAppendsWhenAsked) {
-    configure("main", "client", dir());
-    const FrozenClock clock(5000000);
-    for (const char* const bytes : {"first", "2nd"}) {
-        AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", true);
-        write(dump, bytes);
-    }
-    EXPECT_EQ(dumped(), "first2nd");
-}
-
-TEST_F(ADump, CutsTheFileNameTo255Characters) {
+TEST_F(ConfiguredDump, CutsTheFileNameTo255Characters) {
     std::string longDir = directory.top();
     while (longDir.size() < 200)
         longDir += "/" + std::string(20, 'l');
@@ -278,8 +275,7 @@ TEST_F(ADump, CutsTheFileNameTo255Characters) {
     EXPECT_EQ(contentsOf(longDir + "/descripti"), "abc");  // 245 + 1 + 9
 }
 
-TEST_F(ADump, ClosesItsFile) {
-    configure("main", "client", dir());
+TEST_F(Dump, ClosesItsFile) {
     const ProcessState before = ProcessState::now();
     {
         const AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
@@ -288,17 +284,13 @@ TEST_F(ADump, ClosesItsFile) {
     EXPECT_EQ(ProcessState::now().descriptors, before.descriptors);
 }
 
-TEST_F(ADump, FlushesAndSyncsWithoutAWordWhenAllIsWell) {
-    configure("main", "client", dir());
-    {
-        AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
-        write(dump, "abc");
-    }
+TEST_F(Dump, FlushesAndSyncsWithoutALogLine) {
+    dump("abc");
     EXPECT_TRUE(logged(log, DEBUG, FLUSH_FAILED, 0));
     EXPECT_TRUE(logged(log, DEBUG, SYNC_FAILED, 0));
 }
 
-TEST_F(ADump, LogsThatItCouldNotSync) {
+TEST_F(ConfiguredDump, LogsAFileThatCannotBeSynced) {
     std::filesystem::create_directory(dir());
     const std::string pipe = dir() + "/desc_ignored_ignored_5000000.pcm";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
@@ -317,8 +309,7 @@ TEST_F(ADump, LogsThatItCouldNotSync) {
     EXPECT_TRUE(logged(log, DEBUG, FLUSH_FAILED, 0));
 }
 
-TEST_F(ADump, DropsWhatIsWrittenWhileItIsPaused) {
-    configure("main", "client", dir());
+TEST_F(Dump, DropsBytesWhileItIsPaused) {
     {
         AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
         write(dump, "before");
@@ -328,8 +319,7 @@ TEST_F(ADump, DropsWhatIsWrittenWhileItIsPaused) {
     EXPECT_EQ(dumped(), "before");
 }
 
-TEST_F(ADump, ThatIsOpenIsEndedByAResume) {
-    configure("main", "client", dir());
+TEST_F(Dump, EndsWhenItIsResumedWhileItsFileIsOpen) {
     {
         AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
         write(dump, "before");
@@ -343,7 +333,7 @@ TEST_F(ADump, ThatIsOpenIsEndedByAResume) {
     EXPECT_TRUE(logged(log, DEBUG, SYNC_FAILED, 0));
 }
 
-TEST_F(ADump, UsesTheSettingsAsTheyWereWhenItWasMade) {
+TEST_F(ConfiguredDump, UsesTheSettingsOfItsConstruction) {
     configure("main", "driver", dir());
     AudioDump dump(AUDIO_TAG_MAIN, "nav", "driver", false);
     directory.write("");
@@ -355,7 +345,7 @@ TEST_F(ADump, UsesTheSettingsAsTheyWereWhenItWasMade) {
     EXPECT_TRUE(logged(log, ERROR, "Failed to resume dump cause NULL item/outPath.\n"));
 }
 
-TEST_F(ADriverDump, WaitsForItsResume) {
+TEST_F(DriverDump, WritesOnlyAfterItsResume) {
     configure("main", "driver", dir());
     {
         AudioDump dump(AUDIO_TAG_MAIN, "nav", "driver", false);
@@ -369,7 +359,7 @@ TEST_F(ADriverDump, WaitsForItsResume) {
     EXPECT_EQ(dumped(), "now");
 }
 
-TEST_F(ADriverDump, StaysPausedWithoutAnItem) {
+TEST_F(DriverDump, StaysPausedWithoutAnItem) {
     AudioDump dump(AUDIO_TAG_MAIN, "nav", "driver", false);
     dump.resume(true);
     write(dump, "abc");
@@ -377,25 +367,14 @@ TEST_F(ADriverDump, StaysPausedWithoutAnItem) {
                        "Failed to resume dump cause NULL item/outPath.\n"));
 }
 
-TEST_F(ADriverDump, StaysPausedWithAnEmptyPath) {
+TEST_F(DriverDump, StaysPausedWithAnEmptyPath) {
     configure("main", "driver", "");
     AudioDump dump(AUDIO_TAG_MAIN, "nav", "driver", false);
     dump.resume(true);
     EXPECT_TRUE(logged(log, ERROR, "Failed to resume dump cause NULL item/outPath.\n"));
 }
 
-TEST_F(ADriverDump, AppendsWhenAsked) {
-    configure("main", "driver", dir());
-    const FrozenClock clock(5000000);
-    for (const char* const bytes : {"first", "2nd"}) {
-        AudioDump dump(AUDIO_TAG_MAIN, "nav", "driver", true);
-        dump.resume(true);
-        write(dump, bytes);
-    }
-    EXPECT_EQ(dumped(), "first2nd");
-}
-
-TEST_F(ADumpInADirectory, NeedsNoSettings) {
+TEST_F(DumpInADirectory, NeedsNoSettings) {
     {
         const FrozenClock clock(5000000);
         AudioDump dump(dir().c_str(), "desc", false);
@@ -407,7 +386,7 @@ TEST_F(ADumpInADirectory, NeedsNoSettings) {
                        "AUDIO DUMP INIT, dumpFullPath=" + dir() + ".\n"));
 }
 
-TEST_F(ADumpInADirectory, RefusesMissingArguments) {
+TEST_F(DumpInADirectory, RefusesMissingArguments) {
     const char* const text = "desc";
     {
         AudioDump noPath(nullptr, text, false);
@@ -422,7 +401,7 @@ TEST_F(ADumpInADirectory, RefusesMissingArguments) {
     EXPECT_EQ(linesOfTheDump(), 2U) << log.dump();
 }
 
-TEST_F(ADumpInADirectory, GoesOnWhenItCannotBeResumed) {
+TEST_F(DumpInADirectory, ContinuesWhenAResumeFails) {
     {
         AudioDump dump(dir().c_str(), "desc", false);
         write(dump, "one");

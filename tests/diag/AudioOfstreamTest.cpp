@@ -11,11 +11,11 @@
 namespace cabinaudio::test {
 namespace {
 
-TEST(AnOutputFile, AddsNoDataToTheStandardStream) {
+TEST(OutputFile, HasTheSizeOfTheStandardStream) {
     EXPECT_EQ(sizeof(AudioOfstream), sizeof(std::ofstream));
 }
 
-TEST(AnOutputFile, HasNoDescriptorUnlessItIsOpen) {
+TEST(OutputFile, HasNoDescriptorUnlessItIsOpen) {
     const ConfigDirectory directory;
     AudioOfstream file;
     EXPECT_EQ(file.fd(), -1);
@@ -27,7 +27,7 @@ TEST(AnOutputFile, HasNoDescriptorUnlessItIsOpen) {
     EXPECT_EQ(file.fd(), -1);
 }
 
-TEST(AnOutputFile, NamesTheDescriptorOfItsFile) {
+TEST(OutputFile, ReturnsTheDescriptorOfItsFile) {
     const ConfigDirectory directory;
     AudioOfstream file;
     file.open(directory.top() / "out");

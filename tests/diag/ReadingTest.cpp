@@ -45,7 +45,7 @@ TEST(ReadingSettings, WithoutMemoryKeepsWhatWasReadSoFar) {
     EXPECT_TRUE(hadDump);
 }
 
-TEST(ReadingSettings, TakesNoKeywordBehindOtherCharacters) {
+TEST(ReadingSettings, IgnoresKeywordsBehindOtherCharacters) {
     const ConfigDirectory directory;
     directory.write(
         "NoDump\n tag=main\n usage=client\n outPath=/nowhere\n"
@@ -57,7 +57,7 @@ TEST(ReadingSettings, TakesNoKeywordBehindOtherCharacters) {
     EXPECT_FALSE(config.getEnMark());
 }
 
-TEST(ReadingSettings, ByADumpLeavesTheFileAsItIs) {
+TEST(ReadingSettings, ByADumpLeavesTheFileUnchanged) {
     const ConfigDirectory directory;
     directory.write(SETTINGS);
     {

@@ -108,7 +108,7 @@ TEST(Condition, TimedWaitReturnsZeroWhenItIsWoken) {
     waker.join();
 }
 
-/// A wait that nobody wakes.
+/// A wait without a wake-up.
 class TimedConditionWait : public ::testing::Test {
 protected:
     /// Holds the lock, as a wait must.

@@ -2,15 +2,14 @@
 #include <cabinaudio/foundation/AudioMath.h>
 
 #include "tests/foundation/Child.h"
+#include "tests/support/OnThreads.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
-#include <thread>
 
 namespace cabinaudio::test {
 namespace {
@@ -151,15 +150,10 @@ TEST(Noise, EqualsItsModelFor200000Numbers) {
 
 TEST(Noise, StaysInItsRangeWhenThreadsDrawAtTheSameTime) {
     const ChildEnd end = runInChild([] {
-        std::array<std::thread, 4> threads;
-        for (std::thread& thread : threads) {
-            thread = std::thread([] {
-                for (int i = 0; i < 10000; ++i)
-                    EXPECT_LE(std::abs(audioMathRandn()), 5400000);
-            });
-        }
-        for (std::thread& thread : threads)
-            thread.join();
+        onThreads(4, [](int) {
+            for (int i = 0; i < 10000; ++i)
+                EXPECT_LE(std::abs(audioMathRandn()), 5400000);
+        });
     });
     EXPECT_TRUE(end.passed()) << end.output;
 }

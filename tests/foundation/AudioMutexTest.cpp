@@ -3,6 +3,7 @@
 
 #include "tests/foundation/Platform.h"
 #include "tests/foundation/SharedObject.h"
+#include "tests/support/OnThreads.h"
 
 #include <gtest/gtest.h>
 
@@ -72,15 +73,12 @@ TEST(Mutex, IsHeldForTheLifeOfAnAutoLock) {
 TEST(Mutex, IsHeldByOneThreadAtATime) {
     AudioMutex mutex(false);
     long value = 0;
-    const auto count = [&] {
+    onThreads(2, [&](int) {
         for (int i = 0; i < 20000; ++i) {
             const AudioMutex::AutoLock lock(mutex);
             value = value + 1;
         }
-    };
-    std::thread other(count);
-    count();
-    other.join();
+    });
     EXPECT_EQ(value, 40000);
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A platform call that fails where nobody can do anything about it is logged, and that is all.
+// A platform call whose failure has no remedy is logged and otherwise ignored.
 #include <cabinaudio/foundation/AudioCondition.h>
 #include <cabinaudio/foundation/AudioMutex.h>
 #include <cabinaudio/foundation/AudioSemaphore.h>
