@@ -28,9 +28,13 @@ std::string nameOfLength(std::size_t length) {
     return name;
 }
 
-TEST(Connecting, SaysSoAndStartsTheReceiveThread) {
-    LogCapture log;
+class Connecting : public ::testing::Test {
+protected:
+    const LogCapture log;
     ScriptedServer server;
+};
+
+TEST_F(Connecting, IsLoggedAndStartsTheReceiveThread) {
     AudioConnection connection(wire::SERVER_SOCKET, wire::SERVER_PORT, nullptr, nullptr);
     EXPECT_TRUE(server.waitForClients(1));
     EXPECT_TRUE(logged(log, DEBUG, "AudioConnection", "connect", "connect ok\n"));
@@ -40,8 +44,8 @@ TEST(Connecting, SaysSoAndStartsTheReceiveThread) {
     }));
 }
 
-TEST(Connecting, AsksForALocalStreamSocketAndItsAbstractName) {
-    ScriptedServer server("abstract");
+TEST_F(Connecting, RequestsALocalStreamSocketAndItsAbstractName) {
+    ScriptedServer abstract("abstract");
     std::vector<int> asked;
     std::vector<std::uint8_t> address;
     socklen_t given = 0;
@@ -57,7 +61,7 @@ TEST(Connecting, AsksForALocalStreamSocketAndItsAbstractName) {
             return platform::real::connect(descriptor, to, length);
         });
     AudioConnection connection("abstract", 1, nullptr, nullptr);
-    EXPECT_TRUE(server.waitForClients(1));
+    EXPECT_TRUE(abstract.waitForClients(1));
     EXPECT_THAT(asked, ElementsAre(AF_UNIX, SOCK_STREAM, 0));
     // Family 1, a zero byte, the name without a terminator, zeros.
     std::array<std::uint8_t, 110> expected = {1, 0, 0, 'a', 'b', 's', 't', 'r', 'a', 'c', 't'};
@@ -65,8 +69,7 @@ TEST(Connecting, AsksForALocalStreamSocketAndItsAbstractName) {
     EXPECT_EQ(given, 11u);
 }
 
-TEST(Connecting, GivesTheDescriptorASendTimeoutAndCloseOnExec) {
-    ScriptedServer server;
+TEST_F(Connecting, GivesTheDescriptorASendTimeoutAndCloseOnExec) {
     int descriptor = -1;
     platform::Replace connect(platform::connectSlot,
                               [&](int fd, const sockaddr* to, socklen_t length) {
@@ -82,9 +85,7 @@ TEST(Connecting, GivesTheDescriptorASendTimeoutAndCloseOnExec) {
     EXPECT_EQ(::fcntl(descriptor, F_GETFD), FD_CLOEXEC);
 }
 
-TEST(Connecting, GoesOnWithoutASendTimeout) {
-    LogCapture log;
-    ScriptedServer server;
+TEST_F(Connecting, SucceedsWithoutASendTimeout) {
     platform::Replace setsockopt(
         platform::setsockoptSlot,
         [](int, int, int, const void*, socklen_t) { return platform::failWith(EDOM); });
@@ -94,8 +95,7 @@ TEST(Connecting, GoesOnWithoutASendTimeout) {
     EXPECT_EQ(connection.send(&byte, 1), 0);
 }
 
-TEST(Connecting, CreatesItsThreadForRoundRobinAtTheHighestPriority) {
-    ScriptedServer server;
+TEST_F(Connecting, CreatesItsThreadForRoundRobinAtTheHighestPriority) {
     int policy = -1;
     sched_param param = {};
     platform::Replace create(
@@ -112,8 +112,7 @@ TEST(Connecting, CreatesItsThreadForRoundRobinAtTheHighestPriority) {
     EXPECT_EQ(param.sched_priority, sched_get_priority_max(SCHED_RR));
 }
 
-TEST(Connecting, TriesElevenTimesWithoutAPauseWhenNobodyListens) {
-    LogCapture log;
+TEST_F(Connecting, TriesElevenTimesWithoutAPauseWhenNobodyListens) {
     NoSleeping sleeping;
     const ProcessState before = ProcessState::now();
     AudioConnection connection(NOBODY, 0, nullptr, nullptr);
@@ -124,8 +123,7 @@ TEST(Connecting, TriesElevenTimesWithoutAPauseWhenNobodyListens) {
     EXPECT_EQ(ProcessState::now(), before);
 }
 
-TEST(Connecting, FailsEveryLaterOperationWhenNobodyListens) {
-    LogCapture log;
+TEST_F(Connecting, FailsEveryLaterOperationWhenNobodyListens) {
     AudioConnection connection(NOBODY, 0, nullptr, nullptr);
     std::uint8_t byte = 77;
     EXPECT_EQ(connection.send(&byte, 1), 1);
@@ -137,9 +135,7 @@ TEST(Connecting, FailsEveryLaterOperationWhenNobodyListens) {
     EXPECT_EQ(byte, 77);
 }
 
-TEST(Connecting, SucceedsWithItsLastAttempt) {
-    LogCapture log;
-    ScriptedServer server;
+TEST_F(Connecting, SucceedsWithItsLastAttempt) {
     const ProcessState before = ProcessState::now();
     int attempts = 0;
     platform::Replace connect(platform::connectSlot,
@@ -157,8 +153,7 @@ TEST(Connecting, SucceedsWithItsLastAttempt) {
     EXPECT_TRUE(returnsTo(before));
 }
 
-TEST(Connecting, CountsARefusedSocketAsAnAttempt) {
-    LogCapture log;
+TEST_F(Connecting, CountsARefusedSocketAsAnAttempt) {
     int attempts = 0;
     platform::Replace socket(platform::socketSlot, [&](int, int, int) {
         ++attempts;
@@ -171,9 +166,7 @@ TEST(Connecting, CountsARefusedSocketAsAnAttempt) {
     EXPECT_EQ(connection.connect(), 2);
 }
 
-TEST(Connecting, RefusesTheStandardDescriptors) {
-    LogCapture log;
-    ScriptedServer server;
+TEST_F(Connecting, RefusesTheStandardDescriptors) {
     std::vector<int> closed;
     int next = 0;
     platform::Replace socket(platform::socketSlot, [&](int domain, int type, int protocol) {
@@ -192,17 +185,15 @@ TEST(Connecting, RefusesTheStandardDescriptors) {
     EXPECT_TRUE(logged(log, DEBUG, "connect ok\n"));
 }
 
-TEST(Connecting, AcceptsANameOf107Characters) {
-    LogCapture log;
+TEST_F(Connecting, AcceptsANameOf107Characters) {
     const std::string name = nameOfLength(107);
-    ScriptedServer server(name);
+    ScriptedServer named(name);
     AudioConnection connection(name.c_str(), 0, nullptr, nullptr);
-    EXPECT_TRUE(server.waitForClients(1));
+    EXPECT_TRUE(named.waitForClients(1));
     EXPECT_TRUE(logged(log, DEBUG, "connect ok\n"));
 }
 
-TEST(Connecting, RefusesANameOf108Characters) {
-    LogCapture log;
+TEST_F(Connecting, RefusesANameOf108Characters) {
     const std::string name = nameOfLength(108);
     const ProcessState before = ProcessState::now();
     AudioConnection connection(name.c_str(), 0, nullptr, nullptr);
@@ -214,22 +205,21 @@ TEST(Connecting, RefusesANameOf108Characters) {
     EXPECT_EQ(ProcessState::now(), before);
 }
 
-TEST(Connecting, FailsWithoutAName) {
+TEST_F(Connecting, FailsWithoutAName) {
     AudioConnection connection(nullptr, 0, nullptr, nullptr);
     EXPECT_EQ(connection.connect(), 2);
 }
 
-TEST(Connecting, KeepsThePointerToTheNameAndNotACopy) {
+TEST_F(Connecting, KeepsThePointerToTheNameAndNotACopy) {
     std::string name = nameOfLength(40);
     AudioConnection connection(name.c_str(), 0, nullptr, nullptr);
     name[39] = 'y';
-    ScriptedServer server(name);
+    ScriptedServer named(name);
     EXPECT_EQ(connection.connect(), 0);
-    EXPECT_TRUE(server.waitForClients(1));
+    EXPECT_TRUE(named.waitForClients(1));
 }
 
-TEST(Connecting, IsDoneOnlyOnce) {
-    ScriptedServer server;
+TEST_F(Connecting, HasNoEffectWhenItIsRepeated) {
     AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
     ASSERT_TRUE(server.waitForClients(1));
     const ProcessState before = ProcessState::now();
@@ -238,7 +228,7 @@ TEST(Connecting, IsDoneOnlyOnce) {
     EXPECT_EQ(server.clients(), 1u);
 }
 
-TEST(Connecting, KeepsItsArgumentsInOrder) {
+TEST_F(Connecting, KeepsItsArgumentsInOrder) {
     struct Fields {
         const char* path;
         std::int32_t port;
@@ -257,15 +247,8 @@ TEST(Connecting, KeepsItsArgumentsInOrder) {
     EXPECT_EQ(fields.opaque, &owner);
 }
 
-TEST(Connecting, WithoutAReceiveThreadLeavesNothingToWaitFor) {
-    LogCapture log;
-    ScriptedServer server;
-    platform::Replace create(
-        platform::pthreadCreateSlot,
-        [](pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*), void* to) {
-            if (platform::isLibraryThread(attributes)) return EPERM;
-            return platform::real::pthread_create(thread, attributes, entry, to);
-        });
+TEST_F(Connecting, SucceedsWithoutAReceiveThreadWhoseRepliesFail) {
+    const RefusedThreads refused;
     AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
     EXPECT_TRUE(logged(log, DEBUG, "connect ok\n"));
     std::uint8_t byte = 1;

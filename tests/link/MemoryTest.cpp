@@ -46,7 +46,7 @@ void* __wrap__ZnwjRKSt9nothrow_t(std::size_t size, const std::nothrow_t& nothrow
 namespace cabinaudio::test {
 namespace {
 
-TEST(AConnectionWithoutMemory, ForItsRecordIsNotConnected) {
+TEST(ConnectionWithoutMemory, FailsForItsRecord) {
     LogCapture log;
     ScriptedServer server;
     failsRecord = true;
@@ -60,9 +60,9 @@ TEST(AConnectionWithoutMemory, ForItsRecordIsNotConnected) {
     EXPECT_EQ(connection.connect(), 0);
 }
 
-class AConnectionWithoutMemoryFor : public ::testing::TestWithParam<int> {};
+class ConnectionWithoutMemoryFor : public ::testing::TestWithParam<int> {};
 
-TEST_P(AConnectionWithoutMemoryFor, OneOfItsPartsIsNotConnected) {
+TEST_P(ConnectionWithoutMemoryFor, APartFails) {
     LogCapture log;
     ScriptedServer server;
     failsObject = GetParam();
@@ -75,7 +75,7 @@ TEST_P(AConnectionWithoutMemoryFor, OneOfItsPartsIsNotConnected) {
     EXPECT_EQ(connection.connect(), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, AConnectionWithoutMemoryFor, ::testing::Values(1, 2, 3, 4));
+INSTANTIATE_TEST_SUITE_P(Parts, ConnectionWithoutMemoryFor, ::testing::Values(1, 2, 3, 4));
 
 }  // namespace
 }  // namespace cabinaudio::test
