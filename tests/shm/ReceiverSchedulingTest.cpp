@@ -9,7 +9,7 @@
 namespace cabinaudio::test {
 namespace {
 
-class RingReceiver : public Ring {};
+class RingReceiver : public RingFixture {};
 
 TEST_F(RingReceiver, RunsInRealTimeAtTheHighestPriority) {
     if (!Scheduling::isRealTimeAllowed()) GTEST_SKIP() << "real-time threads are refused";

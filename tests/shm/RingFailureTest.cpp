@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a ring says and does when the platform refuses.
+// Log lines and behaviour of a ring when calls of the platform fail.
 #include "tests/shm/Platform.h"
 #include "tests/shm/RingFixture.h"
 #include "tests/support/Logged.h"
@@ -9,29 +9,34 @@
 
 #include <cerrno>
 #include <cstring>
+#include <optional>
+#include <ostream>
+#include <string>
 
 namespace cabinaudio::test {
 namespace {
 
-class AFailing : public Ring {
+class RefusedRing : public RingFixture {
 protected:
     const ProcessState before = ProcessState::now();
     const LogCapture log;
 
     void TearDown() override { EXPECT_TRUE(returnsTo(before)) << log.dump(); }
 
-    /// The line, told by the ring's construction.
+    /// The line, logged by the ring's construction.
     void expectFromCreation(int priority, const std::string& message) const {
         EXPECT_TRUE(logged(log, priority, "ShareMemory", "createShmMap", message));
     }
-    void expectFromDestruction(int priority, const std::string& message) const {
-        EXPECT_TRUE(logged(log, priority, "ShareMemory", "destroyShmMap", message));
+    void expectFromDestruction(int priority, const std::string& message, unsigned times = 1) const {
+        EXPECT_TRUE(logged(log, priority, "ShareMemory", "destroyShmMap", message, times));
     }
     void expectNoSuccess() const { EXPECT_TRUE(loggedLike(log, INFO, ".*\n", 0)); }
 };
 
-class AnInertRing : public AFailing {};
-class AUsableRing : public AFailing {};
+using InertRing = RefusedRing;
+using UsableRing = RefusedRing;
+
+constexpr char NOT_UNLINKED[] = "AUDIO IGNORE(0==shm_unlink(hdl->name))!\n";
 
 void expectInert(ShareMemoryEx& ring) {
     unsigned char bytes[4] = {};
@@ -60,7 +65,7 @@ std::string errorText(int error) {
     return std::strerror(error);
 }
 
-TEST_F(AnInertRing, IsOneOfAnUnknownType) {
+TEST_F(InertRing, ResultsFromAnUnknownType) {
     Notifications notifications;
     {
         ShareMemoryEx ring(static_cast<shm_type_t>(3), "three", nullptr, 16, 3, &notifications);
@@ -72,57 +77,95 @@ TEST_F(AnInertRing, IsOneOfAnUnknownType) {
     EXPECT_EQ(log.lines().size(), 3u) << log.dump();  // and that it is deleted
 }
 
-TEST_F(AnInertRing, PrintsAnUnknownTypeSignedAndUnsigned) {
+TEST_F(InertRing, LogsAnUnknownTypeSignedAndUnsigned) {
     { const ShareMemoryEx ring(static_cast<shm_type_t>(0xfffffffe), "x", nullptr, 16, 3, nullptr); }
     expectFromCreation(ERROR, "invalid type:-2\n");
     expectFromDestruction(ERROR, "invalid type:4294967294\n");
 }
 
-TEST_F(AnInertRing, HasNoMemoryDevice) {
+struct Refusal {
+    const char* name;
+    const char*
+        function;  // of the platform, that fails with this error; null: the ring's size does
+    int error;
+    unsigned passed;  // calls of it that still work before
+    bool isPhysical;
+    unsigned size;
+    bool hasObject;
+    const char* call;  // as logged; @ stands for the object's name
+
+    friend std::ostream& operator<<(std::ostream& out, const Refusal& row) {
+        return out << row.name;
+    }
+};
+
+class InertRingFor : public InertRing, public ::testing::WithParamInterface<Refusal> {};
+
+TEST_P(InertRingFor, IsLoggedAndLeavesNothingMapped) {
+    const Refusal& row = GetParam();
     Notifications notifications;
     {
-        const Failing open("open", EACCES);
-        const auto ring = physical(16, 3, &notifications);
-        EXPECT_TRUE(open.happened());
-        expectInert(*ring);
+        std::optional<Failing> failing;
+        if (row.function != nullptr) failing.emplace(row.function, row.error, row.passed);
+        expectInert(*(row.isPhysical ? physical(row.size, 3, &notifications)
+                                     : posix(row.size, 3, &notifications)));
+        EXPECT_TRUE(!failing || failing->happened());
     }
-    expectFromCreation(ERROR, "open(/dev/mem) failed:" + errorText(EACCES) + "\n");
-    expectFromDestruction(DEBUG, "AUDIO IGNORE(0==shm_unlink(hdl->name))!\n");
+    std::string call = row.call;
+    if (const std::size_t at = call.find('@'); at != std::string::npos)
+        call.replace(at, 1, nameOf(row.isPhysical));
+    expectFromCreation(ERROR, call + " failed:" + errorText(row.error) + "\n");
+    expectFromDestruction(DEBUG, NOT_UNLINKED, row.hasObject ? 0 : 1);
     expectNoSuccess();
 }
 
-TEST_F(AnInertRing, CannotMapItsPhysicalMemory) {
+constexpr bool POSIX = false;
+constexpr bool PHYSICAL = true;
+constexpr Refusal REFUSALS[] = {
+    {"NoMemoryDevice", "open", EACCES, 0, PHYSICAL, 16, false, "open(/dev/mem)"},
+    {"NoObject", "shm_open", EMFILE, 0, PHYSICAL, 16, false, "shm_open(@)"},
+    {"NoMapping", "mmap", ENOMEM, 0, POSIX, 100, true, "mmap(@, 164)"},
+    {"NoMappingOfTheHeader", "mmap", ENOMEM, 1, PHYSICAL, 100, true, "mmap(@, 64)"},
+    {"NoSpace", "fallocate", ENOSPC, 0, POSIX, 100, true, "mmap(@, 164)"},
+    {"NoMemory", "fallocate", ENOMEM, 0, POSIX, 100, true, "mmap(@, 164)"},
+    {"NoQuota", "fallocate", EDQUOT, 0, POSIX, 100, true, "mmap(@, 164)"},
+    {"NoSuchLength", "fallocate", EFBIG, 0, POSIX, 100, true, "mmap(@, 164)"},
+    {"NoSpaceForTheHeader", "fallocate", ENOSPC, 0, PHYSICAL, 100, true, "mmap(@, 64)"},
+    {"ASizeBeyond32Bits", nullptr, EOVERFLOW, 0, POSIX, 0xffffffff, true, "mmap(@, 63)"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Refused, InertRingFor, ::testing::ValuesIn(REFUSALS),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(InertRing, LogsAPhysicalMappingThatIsRefused) {
     {
         const Failing mmap("mmap", EPERM);
         expectInert(*physical(17));
         EXPECT_TRUE(mmap.happened());
     }
-    EXPECT_TRUE(loggedLike(log, ERROR,
-                           "mmap for phys memory failed\\(errno=1/" + errorText(EPERM) +
-                               "\\),phys:0x10000040 size:17 pagesize:[0-9]+\n"));
+    {
+        ShareMemoryEx none(SHM_TYPE_PHYS_MEM, "x", addressOf(0x1000), 0, 1, nullptr);
+        expectInert(none);
+    }
+    const auto refused = [](int error, const std::string& request) {
+        return "mmap for phys memory failed\\(errno=" + std::to_string(error) + "/" +
+               errorText(error) + "\\),phys:" + request + " pagesize:[0-9]+\n";
+    };
+    EXPECT_TRUE(loggedLike(log, ERROR, refused(EPERM, "0x10000040 size:17")));
+    EXPECT_TRUE(loggedLike(log, ERROR, refused(EINVAL, "0x1000 size:0")));
     expectNoSuccess();
 }
 
-TEST_F(AnInertRing, HasNoPhysicalMemoryAtAll) {
-    {
-        expectInert(*std::make_unique<ShareMemoryEx>(SHM_TYPE_PHYS_MEM, "x", addressOf(0x1000), 0,
-                                                     1, nullptr));
-    }
-    EXPECT_TRUE(loggedLike(log, ERROR,
-                           "mmap for phys memory failed\\(errno=22/" + errorText(EINVAL) +
-                               "\\),phys:0x1000 size:0 pagesize:[0-9]+\n"));
-}
-
-TEST_F(AnInertRing, HasAnImpossibleName) {
+TEST_F(InertRing, ResultsFromAnImpossibleName) {
     {
         ShareMemoryEx ring(SHM_TYPE_POSIX_SHM, "a/b", nullptr, 16, 1, nullptr);
         expectInert(ring);
     }
     expectFromCreation(ERROR, "shm_open(a/b) failed:" + errorText(EINVAL) + "\n");
-    expectFromDestruction(DEBUG, "AUDIO IGNORE(0==shm_unlink(hdl->name))!\n");
+    expectFromDestruction(DEBUG, NOT_UNLINKED);
 }
 
-TEST_F(AnInertRing, HasNoName) {
+TEST_F(InertRing, ResultsFromAMissingName) {
     {
         ShareMemoryEx ring(SHM_TYPE_POSIX_SHM, nullptr, nullptr, 16, 1, nullptr);
         expectInert(ring);
@@ -130,64 +173,7 @@ TEST_F(AnInertRing, HasNoName) {
     EXPECT_TRUE(loggedLike(log, ERROR, "shm_open\\(\\) failed:.*\n"));
 }
 
-TEST_F(AnInertRing, UnmapsItsPhysicalMemoryWhenItHasNoHeader) {
-    {
-        const Failing shmOpen("shm_open", EMFILE);
-        expectInert(*physical(16));
-        EXPECT_TRUE(shmOpen.happened());
-    }
-    expectFromCreation(ERROR,
-                       "shm_open(" + physicalName() + ") failed:" + errorText(EMFILE) + "\n");
-    expectNoSuccess();
-}
-
-TEST_F(AnInertRing, CannotMapItsObject) {
-    {
-        const Failing mmap("mmap", ENOMEM);
-        expectInert(*posix(100));
-        EXPECT_TRUE(mmap.happened());
-    }
-    expectFromCreation(ERROR, "mmap(" + posixName() + ", 164) failed:" + errorText(ENOMEM) + "\n");
-    expectNoSuccess();
-}
-
-TEST_F(AnInertRing, CannotMapItsHeader) {
-    {
-        const Failing mmap("mmap", ENOMEM, 1);
-        expectInert(*physical(100));
-        EXPECT_TRUE(mmap.happened());
-    }
-    expectFromCreation(ERROR,
-                       "mmap(" + physicalName() + ", 64) failed:" + errorText(ENOMEM) + "\n");
-    expectNoSuccess();
-}
-
-TEST_F(AnInertRing, FindsSharedMemoryFull) {
-    for (const int error : {ENOSPC, ENOMEM, EDQUOT, EFBIG}) {
-        Notifications notifications;
-        const Failing fallocate("fallocate", error);
-        expectInert(*posix(100, 3, &notifications));
-        EXPECT_TRUE(fallocate.happened());
-        expectFromCreation(ERROR,
-                           "mmap(" + posixName() + ", 164) failed:" + errorText(error) + "\n");
-    }
-    {
-        const Failing fallocate("fallocate", ENOSPC);
-        expectInert(*physical(100));
-    }
-    expectFromCreation(ERROR,
-                       "mmap(" + physicalName() + ", 64) failed:" + errorText(ENOSPC) + "\n");
-    expectNoSuccess();
-}
-
-TEST_F(AnInertRing, IsTooLargeForItsHeader) {
-    { expectInert(*posix(0xffffffff)); }
-    expectFromCreation(ERROR,
-                       "mmap(" + posixName() + ", 63) failed:" + errorText(EOVERFLOW) + "\n");
-    expectNoSuccess();
-}
-
-TEST_F(AUsableRing, IsMadeWhereMemoryCannotBeSetAside) {
+TEST_F(UsableRing, ResultsWhereMemoryCannotBeReserved) {
     for (const int error : {EOPNOTSUPP, ENOSYS, EPERM}) {
         const Failing fallocate("fallocate", error);
         EXPECT_TRUE(posix(100)->isUsable());
@@ -195,14 +181,14 @@ TEST_F(AUsableRing, IsMadeWhereMemoryCannotBeSetAside) {
     }
 }
 
-TEST_F(AUsableRing, IsSetAsideAgainAfterASignal) {
+TEST_F(UsableRing, RepeatsTheReservationAfterASignal) {
     const Failing fallocate("fallocate", EINTR);
     const Calls calls;
     EXPECT_TRUE(posix(100)->isUsable());
     EXPECT_EQ(calls.of("fallocate").size(), 2u);
 }
 
-TEST_F(AUsableRing, IsMadeOfAnObjectWhoseLengthCannotBeSet) {
+TEST_F(UsableRing, ResultsFromAnObjectWhoseLengthCannotBeSet) {
     {
         const Failing ftruncate("ftruncate", EPERM);
         EXPECT_TRUE(posix(100)->isUsable());
@@ -218,7 +204,7 @@ TEST_F(AUsableRing, IsMadeOfAnObjectWhoseLengthCannotBeSet) {
     expectFromCreation(DEBUG, "AUDIO IGNORE(0==ftruncate(fd, sizeof(*hdl->hdr)))!\n");
 }
 
-TEST_F(AUsableRing, HasNoCacheDeviceAndThenNoReceiver) {
+TEST_F(UsableRing, HasNoReceiverWithoutTheCacheDevice) {
     Notifications notifications;
     {
         const Failing open("open", ENOENT, 1);
@@ -246,7 +232,7 @@ TEST_F(AUsableRing, HasNoCacheDeviceAndThenNoReceiver) {
     EXPECT_TRUE(loggedLike(log, ERROR, "munmap.*\n", 0));
 }
 
-TEST_F(AUsableRing, CopiesAlthoughTheCacheRefuses) {
+TEST_F(UsableRing, CopiesWhenACacheRequestFails) {
     const auto ring = physical(16);
     const auto bytes = pattern(8);
     std::vector<unsigned char> out(8);
@@ -266,7 +252,7 @@ TEST_F(AUsableRing, CopiesAlthoughTheCacheRefuses) {
         logged(log, ERROR, "ShareMemory", "cache_invalidate", "cache invalidate failed(-1)\n"));
 }
 
-TEST_F(AUsableRing, TellsThatAPostIsLost) {
+TEST_F(UsableRing, LogsALostPost) {
     const auto ring = posix(16);
     const Object object(posixName(), 64);
     wire::RingHeader& header = object.header();
@@ -307,41 +293,35 @@ void destroyWithoutUnmapping(std::unique_ptr<ShareMemoryEx> ring, unsigned passe
               0);
 }
 
-TEST_F(AUsableRing, TellsThatItsObjectStaysMapped) {
+TEST_F(UsableRing, LogsWhatStaysMapped) {
+    const std::string failed = "\\) failed:" + errorText(EINVAL) + "\n";
     destroyWithoutUnmapping(posix(100), 0);
-    EXPECT_TRUE(
-        loggedLike(log, ERROR, "munmap\\(0x[0-9a-f]+, 164\\) failed:" + errorText(EINVAL) + "\n"));
-}
-
-TEST_F(AUsableRing, TellsThatItsHeaderStaysMapped) {
+    EXPECT_TRUE(loggedLike(log, ERROR, "munmap\\(0x[0-9a-f]+, 164" + failed));
     destroyWithoutUnmapping(physical(100), 1);
-    EXPECT_TRUE(
-        loggedLike(log, ERROR, "munmap\\(0x[0-9a-f]+, 64\\) failed:" + errorText(EINVAL) + "\n"));
-}
-
-TEST_F(AUsableRing, TellsThatItsPhysicalMemoryStaysMapped) {
+    EXPECT_TRUE(loggedLike(log, ERROR, "munmap\\(0x[0-9a-f]+, 64" + failed));
     destroyWithoutUnmapping(physical(100), 0);
     EXPECT_TRUE(loggedLike(log, ERROR,
                            "munmap failed virt=\\[0x[0-9a-f]+/0x[0-9a-f]+\\], "
                            "size=\\[100/[0-9]+\\]\n"));
+    EXPECT_TRUE(loggedLike(log, ERROR, ".*", 3));
 }
 
-TEST_F(AUsableRing, TellsThatItsNameWasGone) {
+TEST_F(UsableRing, LogsThatItsNameWasRemovedBefore) {
     {
         const auto ring = posix(16);
         Object::remove(posixName());
     }
-    expectFromDestruction(DEBUG, "AUDIO IGNORE(0==shm_unlink(hdl->name))!\n");
+    expectFromDestruction(DEBUG, NOT_UNLINKED);
     {
         const auto ring = physical(16);
         Object::remove(physicalName());
     }
-    EXPECT_TRUE(logged(log, DEBUG, "AUDIO IGNORE(0==shm_unlink(hdl->name))!\n", 2));
+    EXPECT_TRUE(logged(log, DEBUG, NOT_UNLINKED, 2));
 }
 
 #if __WORDSIZE == 32  // elsewhere the slots' semaphores cannot refuse these
 
-TEST_F(AUsableRing, TellsThatItsSemaphoresAreNotInitialised) {
+TEST_F(UsableRing, LogsSemaphoresThatCannotBeInitialised) {
     {
         const Failing semInit("sem_init", EINVAL);
         EXPECT_TRUE(posix(16)->isUsable());
@@ -354,7 +334,7 @@ TEST_F(AUsableRing, TellsThatItsSemaphoresAreNotInitialised) {
     expectFromCreation(DEBUG, "AUDIO IGNORE(0==sem_init((sem_t *)&hdl->hdr->writeSem, 1, 0))!\n");
 }
 
-TEST_F(AUsableRing, TellsThatItsSemaphoresAreNotDestroyed) {
+TEST_F(UsableRing, LogsSemaphoresThatCannotBeDestroyed) {
     Notifications notifications;
     {
         auto ring = posix(16, 1, &notifications);
@@ -370,7 +350,7 @@ TEST_F(AUsableRing, TellsThatItsSemaphoresAreNotDestroyed) {
     expectFromDestruction(DEBUG, "AUDIO IGNORE(0==sem_destroy((sem_t *)&hdl->hdr->writeSem))!\n");
 }
 
-TEST_F(AUsableRing, DestroysItsSemaphoresOnlyAsACreatorWithACallback) {
+TEST_F(UsableRing, DestroysItsSemaphoresOnlyAsACreatorWithACallback) {
     Notifications notifications;
     {
         const Failing semDestroy("sem_destroy", EINVAL);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// A ring whose other side writes nonsense into the header: it has neither data nor space, and
-// nothing outside the mapping is touched. Pages that nobody may touch lie around every mapping.
+// A ring whose other side writes an impossible header: it has neither data nor space, and nothing
+// outside the mapping is accessed. Inaccessible pages lie around every mapping.
 #include "tests/shm/Platform.h"
 #include "tests/shm/RingFixture.h"
 #include "tests/support/ProcessState.h"
@@ -24,16 +24,16 @@ std::ostream& operator<<(std::ostream& out, const Kind& kind) {
     return out << kind.name;
 }
 
-class AScribbledRing : public Ring, public ::testing::WithParamInterface<Kind> {
+class RingWithForeignHeader : public RingFixture, public ::testing::WithParamInterface<Kind> {
 protected:
     const std::uint32_t length = GetParam().length;
     std::unique_ptr<ShareMemoryEx> ring = make();
-    Object object{GetParam().physical ? physicalName() : posixName(), 64};
+    Object object{nameOf(GetParam().physical), 64};
     wire::RingHeader& header = object.header();
 
     std::unique_ptr<ShareMemoryEx> make() const {
         const GuardedMappings guarded;
-        return GetParam().physical ? physical(length) : posix(length);
+        return either(GetParam().physical, length);
     }
 
     [[nodiscard]] std::vector<std::uint32_t> values() const {
@@ -46,7 +46,7 @@ protected:
     }
 };
 
-/// What a ring of at most `length` bytes holds.
+/// Content of a ring of at most `length` bytes.
 struct Expected {
     std::uint32_t used = 0;
     std::uint32_t free = 0;
@@ -60,7 +60,7 @@ struct Expected {
     }
 };
 
-TEST_P(AScribbledRing, HasWhatItCanHaveAndNothingElse) {
+TEST_P(RingWithForeignHeader, HasDataAndSpaceOnlyWithAPossibleHeader) {
     std::vector<unsigned char> bytes(length, 0x5a);
     audio_buffer_provider_t start = {};
     scribble(length, 0, 0);
@@ -95,7 +95,7 @@ TEST_P(AScribbledRing, HasWhatItCanHaveAndNothingElse) {
             }
 }
 
-TEST_P(AScribbledRing, StoresNoOffsetOfAnImpossibleTransfer) {
+TEST_P(RingWithForeignHeader, StoresNoOffsetForAnImpossibleTransfer) {
     unsigned char byte = 1;
     for (const std::uint32_t impossible : {length, length + 1, 0xffffffffu}) {
         scribble(length, impossible, 1);
@@ -111,7 +111,7 @@ TEST_P(AScribbledRing, StoresNoOffsetOfAnImpossibleTransfer) {
     }
 }
 
-TEST_P(AScribbledRing, PostsAndStampsAsEver) {
+TEST_P(RingWithForeignHeader, PostsAndSetsTheTimeWithAnImpossibleHeader) {
     unsigned char byte = 1;
     header.readNotify = header.writeNotify = 1;
     scribble(length + 1, 0, 5);
@@ -123,7 +123,7 @@ TEST_P(AScribbledRing, PostsAndStampsAsEver) {
     header.readNotify = header.writeNotify = 0;
 }
 
-TEST_P(AScribbledRing, ReleasesModuloWhateverTheSizeIs) {
+TEST_P(RingWithForeignHeader, ReleasesModuloTheSharedSize) {
     for (const std::uint32_t size : values())
         for (const std::uint32_t r : values())
             for (const std::uint32_t count : values()) {
@@ -134,8 +134,8 @@ TEST_P(AScribbledRing, ReleasesModuloWhateverTheSizeIs) {
             }
 }
 
-TEST_P(AScribbledRing, BearsChangesWhileItMovesBytes) {
-    // Any result will do; the guards around the mapping are what is tested.
+TEST_P(RingWithForeignHeader, StaysInsideItsMappingWhileTheHeaderChanges) {
+    // Any result is accepted; the test is that no inaccessible page is touched.
     std::vector<unsigned char> bytes(length);
     std::atomic<bool> stop{false};
     std::atomic<unsigned> rounds{0};
@@ -164,21 +164,17 @@ TEST_P(AScribbledRing, BearsChangesWhileItMovesBytes) {
     scribbler.join();
 }
 
-std::string nameOf(const ::testing::TestParamInfo<Kind>& ring) {
-    return ring.param.name;
-}
-
 // Data that ends with a page, and data that does not.
-INSTANTIATE_TEST_SUITE_P(Rings, AScribbledRing,
+INSTANTIATE_TEST_SUITE_P(Rings, RingWithForeignHeader,
                          ::testing::Values(Kind{"Posix", false, 4096 - 64},
                                            Kind{"PosixWithinAPage", false, 1000},
                                            Kind{"Physical", true, 4096 - 64},
                                            Kind{"PhysicalWithinAPage", true, 1000}),
-                         nameOf);
+                         [](const auto& ring) { return std::string(ring.param.name); });
 
-using ARingWithinAPage = Ring;
+using RingWithinAPage = RingFixture;
 
-TEST_F(ARingWithinAPage, NeverTouchesTheRestOfThePage) {
+TEST_F(RingWithinAPage, LeavesTheRestOfThePageUntouched) {
     constexpr std::uint32_t LENGTH = 1000;
     const auto ring = posix(LENGTH);
     const auto page = static_cast<std::size_t>(getpagesize());

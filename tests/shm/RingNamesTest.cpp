@@ -13,6 +13,8 @@
 
 #include <atomic>
 #include <cerrno>
+#include <ostream>
+#include <string>
 #include <thread>
 #include <utility>
 
@@ -21,8 +23,8 @@ namespace {
 
 constexpr unsigned WRITER = SHM_MODE_WRITER;
 
-using RingName = Ring;
-using RingAnnouncement = Ring;
+using RingName = RingFixture;
+using RingAnnouncement = RingFixture;
 
 /// Whether the bytes of a ring are those of the object that its name stands for.
 bool namesTheBytesOf(ShareMemoryEx& ring, const std::string& name) {
@@ -45,16 +47,37 @@ void setLength(const std::string& name, off_t length) {
 
 // ---- names ---------------------------------------------------------------------------------
 
-TEST_F(RingName, StaysForTheYoungerWhenTheOlderIsDeletedFirst) {
-    auto older = posix(16, WRITER);
-    auto younger = posix(16, WRITER);
+struct Pair {
+    const char* name;
+    unsigned older;  // modes
+    unsigned younger;
+    bool stays;  // the name, when the older one is deleted
+
+    friend std::ostream& operator<<(std::ostream& out, const Pair& pair) {
+        return out << pair.name;
+    }
+};
+
+class RingNameOf : public RingName, public ::testing::WithParamInterface<Pair> {};
+
+TEST_P(RingNameOf, StaysForAYoungerRingOfTheSameSideWhenTheOlderIsDeleted) {
+    auto older = posix(16, GetParam().older);
+    auto younger = posix(16, GetParam().younger);
     older.reset();
-    EXPECT_TRUE(namesTheBytesOf(*younger, posixName()));
+    EXPECT_EQ(namesTheBytesOf(*younger, posixName()), GetParam().stays);
     younger.reset();
     EXPECT_FALSE(Object::exists(posixName()));
 }
 
-TEST_F(RingName, GoesWithTheYoungerWhenThatIsDeletedFirst) {
+INSTANTIATE_TEST_SUITE_P(
+    Pairs, RingNameOf,
+    ::testing::Values(Pair{"TwoClients", WRITER, WRITER, true},
+                      Pair{"TwoCreators", SHM_MODE_CREATOR, SHM_MODE_CREATOR, true},
+                      Pair{"ACreatorAndAClient", SHM_MODE_CREATOR, WRITER, false},
+                      Pair{"AClientAndACreator", WRITER, SHM_MODE_CREATOR, false}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(RingName, IsRemovedWithTheYoungerRingWhenThatIsDeletedFirst) {
     auto older = posix(16, WRITER);
     posix(16, WRITER).reset();
     EXPECT_FALSE(Object::exists(posixName()));
@@ -73,7 +96,7 @@ TEST_F(RingName, StaysForANewObjectOfTheServer) {
     EXPECT_TRUE(namesTheBytesOf(*younger, posixName()));
 }
 
-TEST_F(RingName, StaysInPhysicalMemory) {
+TEST_F(RingName, StaysForAYoungerRingInPhysicalMemory) {
     const Physical memory(PHYSICAL, 16);
     auto older = physical(16, WRITER);
     auto younger = physical(16, WRITER);
@@ -83,28 +106,7 @@ TEST_F(RingName, StaysInPhysicalMemory) {
     EXPECT_FALSE(Object::exists(physicalName()));
 }
 
-TEST_F(RingName, GoesWithTheCreatorWhileAYoungerClientLives) {
-    auto creator = posix(16);
-    const auto client = posix(16, WRITER);
-    creator.reset();
-    EXPECT_FALSE(Object::exists(posixName()));
-}
-
-TEST_F(RingName, GoesWithTheClientWhileAYoungerCreatorLives) {
-    auto client = posix(16, WRITER);
-    const auto creator = posix(16);
-    client.reset();
-    EXPECT_FALSE(Object::exists(posixName()));
-}
-
-TEST_F(RingName, StaysForTheYoungerOfTwoCreators) {
-    auto older = posix(16);
-    auto younger = posix(16);
-    older.reset();
-    EXPECT_TRUE(namesTheBytesOf(*younger, posixName()));
-}
-
-TEST_F(RingName, GoesWhileYoungerRingsOfOtherNamesLive) {
+TEST_F(RingName, IsRemovedWhileYoungerRingsOfOtherNamesExist) {
     auto ring = posix(16, WRITER);
     const auto other = physical(16, WRITER);
     const ShareMemoryEx unknown(static_cast<shm_type_t>(3), posixName().c_str(), nullptr, 16,
@@ -120,7 +122,7 @@ TEST_F(RingName, StaysWhenTheRingKeepsIt) {
     EXPECT_TRUE(Object::exists(posixName()));
 }
 
-TEST_F(RingName, IsLeftAloneWithoutALogLine) {
+TEST_F(RingName, StaysForAYoungerRingWithoutALogLine) {
     auto older = posix(16, WRITER);
     auto younger = posix(16, WRITER);
     const LogCapture log;
@@ -161,7 +163,7 @@ TEST_F(RingName, IsNotOpenedBetweenTheDecisionToRemoveItAndTheRemoval) {
     EXPECT_TRUE(RingAccess::mapsAnnounced(*younger, 0, 16));
 }
 
-TEST_F(RingName, StaysForTheRingThatLivesWhileThreadsMapAndDelete) {
+TEST_F(RingName, StaysForTheRemainingRingWhileThreadsMapAndDelete) {
     constexpr unsigned ROUNDS = 1000;
     std::unique_ptr<ShareMemoryEx> current = posix(16, WRITER);
     std::unique_ptr<ShareMemoryEx> earlier;

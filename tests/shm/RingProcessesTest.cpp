@@ -86,7 +86,7 @@ std::ostream& operator<<(std::ostream& out, const Case& one) {
     return out << one.name;
 }
 
-class AStream : public Ring, public ::testing::WithParamInterface<Case> {};
+class RingStream : public RingFixture, public ::testing::WithParamInterface<Case> {};
 
 std::vector<std::string> wordsOf(const std::string& text) {
     std::istringstream in(text);
@@ -96,7 +96,7 @@ std::vector<std::string> wordsOf(const std::string& text) {
     return words;
 }
 
-TEST_P(AStream, ArrivesAsItWasSent) {
+TEST_P(RingStream, ArrivesUnchanged) {
     const Case& one = GetParam();
     const auto command = wordsOf(one.peer);
     ASSERT_EQ(access(command.back().c_str(), X_OK), 0)
@@ -117,34 +117,29 @@ TEST_P(AStream, ArrivesAsItWasSent) {
     EXPECT_EQ(here, peer.checksum());
 }
 
-constexpr auto IN = StreamEnd::READS;
-constexpr auto OUT = StreamEnd::WRITES;
-
-constexpr Case SAME[] = {
-    {"InFromACreator", RING_PEER, IN, false, SHM_TYPE_POSIX_SHM},
-    {"InAsTheCreator", RING_PEER, IN, true, SHM_TYPE_POSIX_SHM},
-    {"OutToACreator", RING_PEER, OUT, false, SHM_TYPE_POSIX_SHM},
-    {"OutAsTheCreator", RING_PEER, OUT, true, SHM_TYPE_POSIX_SHM},
-    {"InThroughPhysicalMemory", RING_PEER, IN, false, SHM_TYPE_PHYS_MEM},
-    {"OutThroughPhysicalMemory", RING_PEER, OUT, false, SHM_TYPE_PHYS_MEM},
-};
+/// Every direction and creator, through each kind of ring.
+std::vector<Case> casesWith(const char* peer) {
+    constexpr auto IN = StreamEnd::READS;
+    constexpr auto OUT = StreamEnd::WRITES;
+    return {
+        {"InFromACreator", peer, IN, false, SHM_TYPE_POSIX_SHM},
+        {"InAsTheCreator", peer, IN, true, SHM_TYPE_POSIX_SHM},
+        {"OutToACreator", peer, OUT, false, SHM_TYPE_POSIX_SHM},
+        {"OutAsTheCreator", peer, OUT, true, SHM_TYPE_POSIX_SHM},
+        {"InThroughPhysicalMemory", peer, IN, false, SHM_TYPE_PHYS_MEM},
+        {"OutThroughPhysicalMemory", peer, OUT, false, SHM_TYPE_PHYS_MEM},
+    };
+}
 
 std::string nameOf(const ::testing::TestParamInfo<Case>& one) {
     return one.param.name;
 }
 
-INSTANTIATE_TEST_SUITE_P(BetweenTwoProcesses, AStream, ::testing::ValuesIn(SAME), nameOf);
-
+INSTANTIATE_TEST_SUITE_P(BetweenTwoProcesses, RingStream, ::testing::ValuesIn(casesWith(RING_PEER)),
+                         nameOf);
 #ifdef RING_NATIVE_PEER
-constexpr Case OTHER[] = {
-    {"InFromACreator", RING_NATIVE_PEER, IN, false, SHM_TYPE_POSIX_SHM},
-    {"InAsTheCreator", RING_NATIVE_PEER, IN, true, SHM_TYPE_POSIX_SHM},
-    {"OutToACreator", RING_NATIVE_PEER, OUT, false, SHM_TYPE_POSIX_SHM},
-    {"OutAsTheCreator", RING_NATIVE_PEER, OUT, true, SHM_TYPE_POSIX_SHM},
-    {"InThroughPhysicalMemory", RING_NATIVE_PEER, IN, false, SHM_TYPE_PHYS_MEM},
-    {"OutThroughPhysicalMemory", RING_NATIVE_PEER, OUT, false, SHM_TYPE_PHYS_MEM},
-};
-INSTANTIATE_TEST_SUITE_P(BetweenTwoMachines, AStream, ::testing::ValuesIn(OTHER), nameOf);
+INSTANTIATE_TEST_SUITE_P(BetweenTwoMachines, RingStream,
+                         ::testing::ValuesIn(casesWith(RING_NATIVE_PEER)), nameOf);
 #endif
 
 }  // namespace

@@ -13,15 +13,16 @@
 #include <cerrno>
 #include <cstring>
 #include <functional>
+#include <ostream>
 
 namespace cabinaudio::test {
 namespace {
 
-constexpr std::uint64_t BLOCK = 4096;
+constexpr unsigned BLOCK = 4096;
 /// The largest ring that a server can grant on 32 bits, and more.
-constexpr unsigned HUGE = 0x70000000;
+constexpr unsigned HUGE_SIZE = 0x70000000;
 
-class ALargeRing : public Ring {
+class LargeRing : public RingFixture {
 protected:
     const LogCapture log;
     const Calls calls;
@@ -41,33 +42,52 @@ protected:
     }
 };
 
-TEST_F(ALargeRing, IsRefusedWhereThereIsNoRoomForIt) {
-    const Room room(1U << 20, 16);
-    expectRefused(HUGE);
+struct Space {
+    const char* name;
+    std::uint64_t blocks;  // of the file system, 0: it has no limit
+    std::uint64_t free;
+    unsigned long blockSize;
+    unsigned size;  // of the ring
+    bool suffices;
+
+    friend std::ostream& operator<<(std::ostream& out, const Space& space) {
+        return out << space.name;
+    }
+};
+
+class LargeRingIn : public LargeRing, public ::testing::WithParamInterface<Space> {};
+
+TEST_P(LargeRingIn, IsMadeIfTheFreeSpaceSuffices) {
+    const Space& space = GetParam();
+    const Room room(space.blocks, space.free, space.blockSize);
+    if (space.suffices)
+        expectUsable(space.size);
+    else
+        expectRefused(space.size);
 }
 
-TEST_F(ALargeRing, IsRefusedWhenOneByteIsMissing) {
-    const Room room(100, 16);
-    expectRefused(16 * BLOCK - 64 + 1);
-}
+constexpr std::uint64_t MOST = ~std::uint64_t{0};
+constexpr Space SPACES[] = {
+    {"NoSpace", 1U << 20, 16, BLOCK, HUGE_SIZE, false},
+    {"OneByteTooLittle", 100, 16, BLOCK, 16 * BLOCK - 64 + 1, false},
+    {"JustEnough", 100, 16, BLOCK, 16 * BLOCK - 64, true},
+    {"JustEnoughLargeBlocks", 100, 2, 32768, 2 * 32768 - 64, true},
+    {"NoLimit", 0, 0, 0, 64 * BLOCK, true},
+    {"MoreBlocksThan32Bits", MOST, std::uint64_t{1} << 32, BLOCK, 64 * BLOCK, true},
+    {"MoreBytesThan64Bits", MOST, MOST / BLOCK + 1, BLOCK, 64 * BLOCK, true},
+    {"TheMostBlocks", MOST, MOST, BLOCK, 64 * BLOCK, true},
+};
 
-TEST_F(ALargeRing, MayTakeAllTheRoomThatThereIs) {
-    const Room room(100, 16);
-    expectUsable(16 * BLOCK - 64);
-}
+INSTANTIATE_TEST_SUITE_P(Spaces, LargeRingIn, ::testing::ValuesIn(SPACES),
+                         [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(ALargeRing, CountsBlocksOfTheFileSystemsSize) {
-    const Room room(100, 2, 32768);
-    expectUsable(2 * 32768 - 64);
-}
-
-TEST_F(ALargeRing, NeedsNoRoomForMemoryThatItsCreatorHasReserved) {
+TEST_F(LargeRing, NeedsNoSpaceThatItsCreatorHasReserved) {
     const auto creator = posix(16 * BLOCK);
     const Room room(100, 0);
     EXPECT_TRUE(posix(16 * BLOCK, 0)->isUsable()) << log.dump();
 }
 
-TEST_F(ALargeRing, IsRefusedWhenItsCreatorHasReservedTooLittle) {
+TEST_F(LargeRing, IsRefusedWhenItsCreatorHasReservedTooLittle) {
     const auto creator = posix(16 * BLOCK);
     const std::size_t before = reservations();
     const Room room(100, 15);
@@ -75,20 +95,7 @@ TEST_F(ALargeRing, IsRefusedWhenItsCreatorHasReservedTooLittle) {
     EXPECT_EQ(reservations(), before);
 }
 
-TEST_F(ALargeRing, IsMadeOnAFileSystemWithoutALimit) {
-    const Room room(0, 0, 0);
-    expectUsable(64 * BLOCK);
-}
-
-TEST_F(ALargeRing, IsMadeOnAFileSystemWhoseSizeNeedsAllBits) {
-    for (const std::uint64_t free :
-         {std::uint64_t{1} << 32, ~std::uint64_t{0} / BLOCK + 1, ~std::uint64_t{0}}) {
-        const Room room(~std::uint64_t{0}, free);
-        EXPECT_TRUE(posix(64 * BLOCK)->isUsable()) << free << log.dump();
-    }
-}
-
-TEST_F(ALargeRing, IsMadeWhereTheFileSystemCannotBeAsked) {
+TEST_F(LargeRing, IsMadeWhereTheFreeSpaceIsUnknown) {
     for (const int error : {EIO, ENOSYS}) {
         const Failing fstatvfs("fstatvfs", error);
         EXPECT_TRUE(posix(64 * BLOCK)->isUsable()) << log.dump();
@@ -96,7 +103,7 @@ TEST_F(ALargeRing, IsMadeWhereTheFileSystemCannotBeAsked) {
     }
 }
 
-TEST_F(ALargeRing, InPhysicalMemoryNeedsRoomForItsHeaderAlone) {
+TEST_F(LargeRing, InPhysicalMemoryNeedsSpaceForItsHeaderOnly) {
     const Room room(100, 1);
     EXPECT_TRUE(physical(64 * BLOCK)->isUsable()) << log.dump();
 }
@@ -122,14 +129,14 @@ int inSmallSharedMemory(const std::function<void()>& body) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-TEST_F(ALargeRing, IsRefusedByWhatTheRealFileSystemHas) {
+TEST_F(LargeRing, IsRefusedOnARealFileSystemWithoutSpace) {
     const int status = inSmallSharedMemory([this] {
         ShareMemoryEx other(SHM_TYPE_POSIX_SHM, "other", nullptr, 8 << 20, SHM_MODE_CREATOR,
                             nullptr);
         EXPECT_TRUE(other.isUsable());
         const std::size_t before = reservations();
         EXPECT_FALSE(posix(12 << 20)->isUsable());
-        EXPECT_FALSE(posix(HUGE)->isUsable());
+        EXPECT_FALSE(posix(HUGE_SIZE)->isUsable());
         EXPECT_EQ(reservations(), before) << log.dump();
         EXPECT_TRUE(posix(7 << 20)->isUsable()) << log.dump();
     });

@@ -9,20 +9,27 @@
 namespace cabinaudio::test {
 namespace {
 
-using ARingBetweenThreads = Ring;
+class RingBetweenThreads : public RingFixture {
+protected:
+    /// Another thread that writes all bytes, in pieces of this many from this place on.
+    std::thread writing(const std::vector<unsigned char>& sent, unsigned (*piece)(unsigned at)) {
+        return std::thread([this, &sent, piece] {
+            for (std::size_t at = 0; at < sent.size();) {
+                const auto count = std::min(sent.size() - at, std::size_t{piece(unsigned(at))});
+                const int written = ring->write(sent.data() + at, unsigned(count));
+                if (written == 0) std::this_thread::yield();
+                at += static_cast<std::size_t>(written);
+            }
+        });
+    }
 
-TEST_F(ARingBetweenThreads, HandsOverItsBytes) {
+    const std::unique_ptr<ShareMemoryEx> ring = posix(1000);
+};
+
+TEST_F(RingBetweenThreads, DeliversItsBytes) {
     constexpr unsigned BYTES = 1 << 20;
-    const auto ring = posix(1000);
     const auto sent = pattern(BYTES);
-    std::thread writer([&] {
-        for (unsigned at = 0; at < BYTES;) {
-            const unsigned count = std::min(BYTES - at, at % 97 + 1);
-            const int written = ring->write(sent.data() + at, count);
-            if (written == 0) std::this_thread::yield();
-            at += static_cast<unsigned>(written);
-        }
-    });
+    std::thread writer = writing(sent, [](unsigned at) { return at % 97 + 1; });
     std::vector<unsigned char> received(BYTES);
     for (unsigned at = 0; at < BYTES;) {
         const unsigned count = std::min(BYTES - at, at % 89 + 1);
@@ -34,17 +41,10 @@ TEST_F(ARingBetweenThreads, HandsOverItsBytes) {
     EXPECT_EQ(received, sent);
 }
 
-TEST_F(ARingBetweenThreads, ShowsItsBytesInPlace) {
+TEST_F(RingBetweenThreads, ShowsItsBytesInPlace) {
     constexpr unsigned BYTES = 1 << 18;
-    const auto ring = posix(1000);
     const auto sent = pattern(BYTES);
-    std::thread writer([&] {
-        for (unsigned at = 0; at < BYTES;) {
-            const int written = ring->write(sent.data() + at, std::min(BYTES - at, 61u));
-            if (written == 0) std::this_thread::yield();
-            at += static_cast<unsigned>(written);
-        }
-    });
+    std::thread writer = writing(sent, [](unsigned) { return 61U; });
     for (unsigned at = 0; at < BYTES;) {
         audio_buffer_provider_t buffer = {};
         ring->getNextBuffer(buffer);
