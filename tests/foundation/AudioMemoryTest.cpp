@@ -2,13 +2,13 @@
 #include <cabinaudio/foundation/AudioMemory.h>
 
 #include "tests/foundation/Child.h"
+#include "tests/support/Row.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
 #include <csignal>
 #include <cstring>
-#include <ostream>
 #include <string>
 
 extern "C" {
@@ -70,15 +70,10 @@ TEST(Allocator, ReleasesNullWithoutEffect) {
     EXPECT_EQ(end.output, "");
 }
 
-struct Exhaustion {
-    const char* name;
+struct Exhaustion : Row {
     void (*allocate)();
     const char* line;  // the last of the process
 };
-
-std::ostream& operator<<(std::ostream& out, const Exhaustion& exhaustion) {
-    return out << exhaustion.name;
-}
 
 class ExhaustedAllocator : public ::testing::TestWithParam<Exhaustion> {};
 
@@ -106,8 +101,7 @@ constexpr Exhaustion EXHAUSTIONS[] = {
      "6 [AudioMemory][AudioNormalRealloc][0022]AUDIO ASSERT(buf)!\n"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Exhausted, ExhaustedAllocator, ::testing::ValuesIn(EXHAUSTIONS),
-                         [](const auto& row) { return std::string(row.param.name); });
+INSTANTIATE_TEST_SUITE_P(Exhausted, ExhaustedAllocator, ::testing::ValuesIn(EXHAUSTIONS), ROW_NAME);
 
 }  // namespace
 }  // namespace cabinaudio::test

@@ -2,12 +2,12 @@
 #include <cabinaudio/foundation/AudioTypes.h>
 
 #include "tests/support/Logged.h"
+#include "tests/support/Row.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <map>
-#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
@@ -41,15 +41,10 @@ const Texts TAGS = {{0, "main"},
 const Texts LOUDSPEAKERS = {{1, "LF"}, {2, "RF"}, {4, "LS"}, {8, "RS"}, {16, "CF"}, {32, "L1"}};
 
 template <typename Result>
-struct Conversion {
-    const char* name;
+struct Conversion : Row {
     std::map<int, Result> table;
     Result otherwise;
     Result (*convert)(int);
-
-    friend std::ostream& operator<<(std::ostream& out, const Conversion& conversion) {
-        return out << conversion.name;
-    }
     void expectTable() const {
         for (int key = -2; key <= 300; ++key) {
             const auto row = table.find(key);
@@ -128,9 +123,8 @@ TEST_P(TextConversion, GivesTheTablesTextOrNone) {
     GetParam().expectTable();
 }
 
-constexpr auto NAME = [](const auto& conversion) { return std::string(conversion.param.name); };
-INSTANTIATE_TEST_SUITE_P(Types, NumberConversion, ::testing::ValuesIn(NUMBERS), NAME);
-INSTANTIATE_TEST_SUITE_P(Types, TextConversion, ::testing::ValuesIn(TEXTS), NAME);
+INSTANTIATE_TEST_SUITE_P(Types, NumberConversion, ::testing::ValuesIn(NUMBERS), ROW_NAME);
+INSTANTIATE_TEST_SUITE_P(Types, TextConversion, ::testing::ValuesIn(TEXTS), ROW_NAME);
 
 int tagOf(std::string text) {
     return static_cast<int>(AudioTypes::getTagType(text));

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "foundation/Log.h"
 #include "tests/foundation/Child.h"
+#include "tests/foundation/Worker.h"
 #include "tests/support/Logged.h"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <regex>
 #include <string>
 
 namespace cabinaudio::test {
@@ -112,6 +114,24 @@ TEST(AssertMacro, IsSilentWhenTheInvariantHolds) {
     AUDIO_ASSERT(++evaluated == 1);
     EXPECT_EQ(evaluated, 1);
     EXPECT_TRUE(logIsEmpty(log));
+}
+
+/// A line that the library itself has written; the tests' own macros prove nothing about it.
+TEST(LibraryLogLine, HasTheTagAndThePrefixOfTheInterface) {
+    const LogCapture log;
+    Worker worker("twice");
+    worker.start();
+    worker.start();
+    worker.end();
+    const auto lines = log.lines();
+    ASSERT_FALSE(lines.empty());
+    for (const LogLine& line : lines)
+        EXPECT_EQ(line.tag, "AS") << line.text;
+    EXPECT_TRUE(std::regex_match(
+        lines.back().text,
+        std::regex("\\[AudioThread\\]\\[start\\]\\[0[0-9]{3}\\]Thread\\(AS-twice\\) has been run "
+                   "already\\.\n")))
+        << lines.back().text;
 }
 
 // Last in the file: it changes the line numbers of what follows.

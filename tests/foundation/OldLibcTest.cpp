@@ -8,11 +8,11 @@
 
 #include "tests/foundation/Child.h"
 #include "tests/foundation/Platform.h"
+#include "tests/support/Row.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <ostream>
 #include <string>
 
 namespace cabinaudio::test {
@@ -58,15 +58,10 @@ void expectPass(void (*body)()) {
     EXPECT_TRUE(end.passed()) << end.status << "\n" << end.output;
 }
 
-struct Version {
-    const char* name;
+struct Version : Row {
     const char* text;  // of the C library
     bool isOld;
 };
-
-std::ostream& operator<<(std::ostream& out, const Version& version) {
-    return out << version.name;
-}
 
 class LibcVersion : public ::testing::TestWithParam<Version> {};
 
@@ -87,8 +82,7 @@ constexpr Version VERSIONS[] = {
     {"2_3", "2.3", true},    {"None", nullptr, true},
 };
 
-INSTANTIATE_TEST_SUITE_P(Versions, LibcVersion, ::testing::ValuesIn(VERSIONS),
-                         [](const auto& version) { return std::string(version.param.name); });
+INSTANTIATE_TEST_SUITE_P(Versions, LibcVersion, ::testing::ValuesIn(VERSIONS), ROW_NAME);
 
 TEST(LibraryClock, IsChosenOnceForAProcess) {
     expectPass([] {

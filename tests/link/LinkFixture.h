@@ -6,6 +6,7 @@
 
 #include "tests/link/Platform.h"
 #include "tests/support/Logged.h"
+#include "tests/support/Row.h"
 #include "tests/support/ScriptedServer.h"
 
 #include <gtest/gtest.h>
@@ -177,17 +178,12 @@ private:
 
 /// Of sending a message or receiving a body, when each call of the platform's function returns the
 /// same.
-struct Attempts {
-    const char* name;
+struct Attempts : Row {
     ssize_t result;  // of the platform's function
     int error;
     const char* cause;  // as logged
     std::int32_t status;
     int calls;
-
-    friend std::ostream& operator<<(std::ostream& out, const Attempts& attempts) {
-        return out << attempts.name;
-    }
     /// Each attempt has a warning and a pause, each but the first a debug line.
     void expectIn(const LogCapture& log, const std::string& operation,
                   const NoSleeping& sleeping) const {

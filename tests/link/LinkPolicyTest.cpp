@@ -114,13 +114,8 @@ protected:
         std::make_unique<RemoteCall>(AUDIO_CONNECT_AUXILIARY, &Mailbox::take, &box, "str");
 };
 
-struct Silence {
-    const char* name;
+struct Silence : Row {
     Answer answer;
-
-    friend std::ostream& operator<<(std::ostream& out, const Silence& silence) {
-        return out << silence.name;
-    }
 };
 
 class ReplyTimeoutFor : public ReplyTimeout, public ::testing::WithParamInterface<Silence> {};
@@ -137,7 +132,7 @@ TEST_P(ReplyTimeoutFor, EndsTheRequestAndNotifiesTheClientAsIfTheServerWereGone)
 INSTANTIATE_TEST_SUITE_P(Silent, ReplyTimeoutFor,
                          ::testing::Values(Silence{"NoAnswer", Answer::none()},
                                            Silence{"NoBody", Answer::status(0).bodyHeld()}),
-                         [](const auto& row) { return std::string(row.param.name); });
+                         ROW_NAME);
 
 TEST_F(ReplyTimeout, HasNoEffectOnAnAnswerInTime) {
     for (int i = 0; i < 100; ++i)
@@ -258,13 +253,8 @@ protected:
     RemoteCall call{AUDIO_CONNECT_AUXILIARY, nullptr, nullptr, "str"};
 };
 
-struct Loss {
-    const char* name;
+struct Loss : Row {
     void (*act)(ScriptedServer&);
-
-    friend std::ostream& operator<<(std::ostream& out, const Loss& loss) {
-        return out << loss.name;
-    }
 };
 
 class ServerLossPolicyFor : public ServerLossPolicy, public ::testing::WithParamInterface<Loss> {};
@@ -281,8 +271,7 @@ constexpr Loss LOSSES[] = {
     {"AnUnknownMessage", [](ScriptedServer& server) { server.send(ScriptedServer::frame(77)); }},
 };
 
-INSTANTIATE_TEST_SUITE_P(Lost, ServerLossPolicyFor, ::testing::ValuesIn(LOSSES),
-                         [](const auto& row) { return std::string(row.param.name); });
+INSTANTIATE_TEST_SUITE_P(Lost, ServerLossPolicyFor, ::testing::ValuesIn(LOSSES), ROW_NAME);
 
 TEST_F(ServerLossPolicy, EndsARegistrationOfAServerThatCloses) {
     server.onRegistration(Answer::close());

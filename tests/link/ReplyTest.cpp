@@ -224,8 +224,7 @@ TEST_P(BodyAttempts, AreElevenAfterEagainOrNoBytesAndElseOne) {
     expectThatTheReceiveThreadContinues();
 }
 
-INSTANTIATE_TEST_SUITE_P(Returning, BodyAttempts, ::testing::ValuesIn(ATTEMPTS),
-                         [](const auto& row) { return std::string(row.param.name); });
+INSTANTIATE_TEST_SUITE_P(Returning, BodyAttempts, ::testing::ValuesIn(ATTEMPTS), ROW_NAME);
 
 TEST_F(ReplyBody, IsReadByALaterAttempt) {
     EXPECT_EQ(receiveThrough([&](int, void* data, std::size_t length, int flags) {

@@ -65,8 +65,7 @@ TEST_P(SendAttempts, AreElevenAfterEagainOrNoBytesAndElseOne) {
     GetParam().expectIn(log, "send", sleeping);
 }
 
-INSTANTIATE_TEST_SUITE_P(Returning, SendAttempts, ::testing::ValuesIn(ATTEMPTS),
-                         [](const auto& row) { return std::string(row.param.name); });
+INSTANTIATE_TEST_SUITE_P(Returning, SendAttempts, ::testing::ValuesIn(ATTEMPTS), ROW_NAME);
 
 TEST_F(Sending, SucceedsWithARetry) {
     platform::Replace send(platform::sendSlot,

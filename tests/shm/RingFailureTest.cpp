@@ -4,13 +4,13 @@
 #include "tests/shm/RingFixture.h"
 #include "tests/support/Logged.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/Row.h"
 
 #include <sys/mman.h>
 
 #include <cerrno>
 #include <cstring>
 #include <optional>
-#include <ostream>
 #include <string>
 
 namespace cabinaudio::test {
@@ -83,8 +83,7 @@ TEST_F(InertRing, LogsAnUnknownTypeSignedAndUnsigned) {
     expectFromDestruction(ERROR, "invalid type:4294967294\n");
 }
 
-struct Refusal {
-    const char* name;
+struct Refusal : Row {
     const char*
         function;  // of the platform, that fails with this error; null: the ring's size does
     int error;
@@ -93,10 +92,6 @@ struct Refusal {
     unsigned size;
     bool hasObject;
     const char* call;  // as logged; @ stands for the object's name
-
-    friend std::ostream& operator<<(std::ostream& out, const Refusal& row) {
-        return out << row.name;
-    }
 };
 
 class InertRingFor : public InertRing, public ::testing::WithParamInterface<Refusal> {};
@@ -134,8 +129,7 @@ constexpr Refusal REFUSALS[] = {
     {"ASizeBeyond32Bits", nullptr, EOVERFLOW, 0, POSIX, 0xffffffff, true, "mmap(@, 63)"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Refused, InertRingFor, ::testing::ValuesIn(REFUSALS),
-                         [](const auto& row) { return std::string(row.param.name); });
+INSTANTIATE_TEST_SUITE_P(Refused, InertRingFor, ::testing::ValuesIn(REFUSALS), ROW_NAME);
 
 TEST_F(InertRing, LogsAPhysicalMappingThatIsRefused) {
     {

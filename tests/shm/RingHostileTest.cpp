@@ -4,6 +4,7 @@
 #include "tests/shm/Platform.h"
 #include "tests/shm/RingFixture.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/Row.h"
 
 #include <gmock/gmock.h>
 #include <unistd.h>
@@ -14,15 +15,10 @@
 namespace cabinaudio::test {
 namespace {
 
-struct Kind {
-    const char* name;
+struct Kind : Row {
     bool physical;
     std::uint32_t length;  // of the data
 };
-
-std::ostream& operator<<(std::ostream& out, const Kind& kind) {
-    return out << kind.name;
-}
 
 class RingWithForeignHeader : public RingFixture, public ::testing::WithParamInterface<Kind> {
 protected:
@@ -170,7 +166,7 @@ INSTANTIATE_TEST_SUITE_P(Rings, RingWithForeignHeader,
                                            Kind{"PosixWithinAPage", false, 1000},
                                            Kind{"Physical", true, 4096 - 64},
                                            Kind{"PhysicalWithinAPage", true, 1000}),
-                         [](const auto& ring) { return std::string(ring.param.name); });
+                         ROW_NAME);
 
 using RingWithinAPage = RingFixture;
 

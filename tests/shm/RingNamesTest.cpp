@@ -5,6 +5,7 @@
 #include "tests/shm/RingFixture.h"
 #include "tests/support/Logged.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/Row.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -13,7 +14,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <ostream>
 #include <string>
 #include <thread>
 #include <utility>
@@ -47,15 +47,10 @@ void setLength(const std::string& name, off_t length) {
 
 // ---- names ---------------------------------------------------------------------------------
 
-struct Pair {
-    const char* name;
+struct Pair : Row {
     unsigned older;  // modes
     unsigned younger;
     bool stays;  // the name, when the older one is deleted
-
-    friend std::ostream& operator<<(std::ostream& out, const Pair& pair) {
-        return out << pair.name;
-    }
 };
 
 class RingNameOf : public RingName, public ::testing::WithParamInterface<Pair> {};
@@ -75,7 +70,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Pair{"TwoCreators", SHM_MODE_CREATOR, SHM_MODE_CREATOR, true},
                       Pair{"ACreatorAndAClient", SHM_MODE_CREATOR, WRITER, false},
                       Pair{"AClientAndACreator", WRITER, SHM_MODE_CREATOR, false}),
-    [](const auto& row) { return std::string(row.param.name); });
+    ROW_NAME);
 
 TEST_F(RingName, IsRemovedWithTheYoungerRingWhenThatIsDeletedFirst) {
     auto older = posix(16, WRITER);

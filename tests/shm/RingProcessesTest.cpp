@@ -2,6 +2,7 @@
 // A ring between two processes, the other one perhaps of another build: every byte arrives, in
 // order and unchanged.
 #include "tests/shm/Stream.h"
+#include "tests/support/Row.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -74,17 +75,12 @@ private:
     int mOutput = -1;
 };
 
-struct Case {
-    const char* name;
+struct Case : Row {
     const char* peer;  // command, words with blanks between them
     StreamEnd::Direction direction;
     bool creator;
     shm_type_t type;
 };
-
-std::ostream& operator<<(std::ostream& out, const Case& one) {
-    return out << one.name;
-}
 
 class RingStream : public RingFixture, public ::testing::WithParamInterface<Case> {};
 
@@ -131,15 +127,11 @@ std::vector<Case> casesWith(const char* peer) {
     };
 }
 
-std::string nameOf(const ::testing::TestParamInfo<Case>& one) {
-    return one.param.name;
-}
-
 INSTANTIATE_TEST_SUITE_P(BetweenTwoProcesses, RingStream, ::testing::ValuesIn(casesWith(RING_PEER)),
-                         nameOf);
+                         ROW_NAME);
 #ifdef RING_NATIVE_PEER
 INSTANTIATE_TEST_SUITE_P(BetweenTwoMachines, RingStream,
-                         ::testing::ValuesIn(casesWith(RING_NATIVE_PEER)), nameOf);
+                         ::testing::ValuesIn(casesWith(RING_NATIVE_PEER)), ROW_NAME);
 #endif
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "tests/shm/Platform.h"
 #include "tests/shm/RingFixture.h"
 #include "tests/support/Logged.h"
+#include "tests/support/Row.h"
 
 #include <sched.h>
 #include <sys/mount.h>
@@ -13,7 +14,6 @@
 #include <cerrno>
 #include <cstring>
 #include <functional>
-#include <ostream>
 
 namespace cabinaudio::test {
 namespace {
@@ -42,17 +42,12 @@ protected:
     }
 };
 
-struct Space {
-    const char* name;
+struct Space : Row {
     std::uint64_t blocks;  // of the file system, 0: it has no limit
     std::uint64_t free;
     unsigned long blockSize;
     unsigned size;  // of the ring
     bool suffices;
-
-    friend std::ostream& operator<<(std::ostream& out, const Space& space) {
-        return out << space.name;
-    }
 };
 
 class LargeRingIn : public LargeRing, public ::testing::WithParamInterface<Space> {};
@@ -78,8 +73,7 @@ constexpr Space SPACES[] = {
     {"TheMostBlocks", MOST, MOST, BLOCK, 64 * BLOCK, true},
 };
 
-INSTANTIATE_TEST_SUITE_P(Spaces, LargeRingIn, ::testing::ValuesIn(SPACES),
-                         [](const auto& row) { return std::string(row.param.name); });
+INSTANTIATE_TEST_SUITE_P(Spaces, LargeRingIn, ::testing::ValuesIn(SPACES), ROW_NAME);
 
 TEST_F(LargeRing, NeedsNoSpaceThatItsCreatorHasReserved) {
     const auto creator = posix(16 * BLOCK);
