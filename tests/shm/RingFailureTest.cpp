@@ -84,8 +84,7 @@ TEST_F(InertRing, LogsAnUnknownTypeSignedAndUnsigned) {
 }
 
 struct Refusal : Row {
-    const char*
-        function;  // of the platform, that fails with this error; null: the ring's size does
+    const char* function;  // of the platform, which fails; null: the ring is too large
     int error;
     unsigned passed;  // calls of it that still work before
     bool isPhysical;
