@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// What is read from the diagnostics file, and what is written to it.
+// Reading and writing the diagnostics file.
 #include <cabinaudio/diag/AudioConfig.h>
 
 #include "tests/support/ConfigDirectory.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -12,25 +12,20 @@
 #include <locale>
 #include <string>
 
-using cabinaudio::test::ConfigDirectory;
-using cabinaudio::test::LogCapture;
-
+namespace cabinaudio::test {
 namespace {
 
-constexpr int kDebug = 3;
-constexpr int kInfo = 4;
-constexpr int kError = 6;
-constexpr char kMkdirLine[] = "Failed to mkdir:/media/flash/nvm/as_server\\(strerror=.*\\)\n";
-constexpr char kDumpRead[] = "Parse dump item success.\n";
-constexpr char kTraceRead[] = "Parse trace item success.\n";
-constexpr char kLogRead[] = "Parse log item success.\n";
+constexpr char MKDIR_LINE[] = "Failed to mkdir:/media/flash/nvm/as_server\\(strerror=.*\\)\n";
+constexpr char DUMP_READ[] = "Parse dump item success.\n";
+constexpr char TRACE_READ[] = "Parse trace item success.\n";
+constexpr char LOG_READ[] = "Parse log item success.\n";
 
 std::string block(const std::string& keyword, const std::string& tag, const std::string& usage,
                   const std::string& outPath) {
     return keyword + "\n tag=" + tag + "\n usage=" + usage + "\n outPath=" + outPath + "\n";
 }
 
-const std::string kMainDump = block("Dump", "main", "client", "/tmp/d");
+const std::string MAIN_DUMP = block("Dump", "main", "client", "/tmp/d");
 
 std::string outPath(const AudioDumpItem* item) {
     return item != nullptr ? item->outPath : "no item";
@@ -39,7 +34,7 @@ std::string outPath(const AudioTraceItem* item) {
     return item != nullptr ? item->outPath : "no item";
 }
 
-class TheDiagnosticsFile : public testing::Test {
+class DiagnosticsFile : public testing::Test {
 protected:
     const ConfigDirectory directory;
     const LogCapture log;
@@ -50,63 +45,61 @@ class NumbersWithSeparators : public std::numpunct<char> {
     std::string do_grouping() const override { return "\3"; }
 };
 
-}  // namespace
-
-TEST_F(TheDiagnosticsFile, MayBeMissing) {
+TEST_F(DiagnosticsFile, LeavesTheDefaultsWhenItIsMissing) {
     AudioConfig config(true);
     EXPECT_EQ(config.getLogLevel(), 4);
     EXPECT_FALSE(config.getEnMark());
     EXPECT_EQ(config.getDumpItem("main", "x"), nullptr);
     EXPECT_EQ(config.getTraceItem("main", "x"), nullptr);
-    EXPECT_TRUE(log.lines().empty()) << log.dump();
+    EXPECT_TRUE(logIsEmpty(log));
 }
 
-TEST_F(TheDiagnosticsFile, MayBeUnreadable) {
+TEST_F(DiagnosticsFile, LeavesTheDefaultsWhenItIsUnreadable) {
     std::filesystem::create_directory(directory.file());
     AudioConfig config(true);
     EXPECT_EQ(config.getLogLevel(), 4);
     EXPECT_EQ(config.getDumpItem("main", "client"), nullptr);
 }
 
-TEST_F(TheDiagnosticsFile, GivesLevelAndMarkSwitch) {
+TEST_F(DiagnosticsFile, GivesLevelAndMarkSwitch) {
     directory.write("Log\n level=2\n enMark=1\n");
     AudioConfig config(true);
     EXPECT_EQ(config.getLogLevel(), 2);
     EXPECT_TRUE(config.getEnMark());
-    EXPECT_EQ(log.count(kInfo, "AudioConfig", "_parseLogItem", kLogRead), 1U) << log.dump();
+    EXPECT_TRUE(logged(log, INFO, "AudioConfig", "_parseLogItem", LOG_READ));
     EXPECT_EQ(log.lines().size(), 1U) << log.dump();
 }
 
-TEST_F(TheDiagnosticsFile, GivesDumpItems) {
-    directory.write(kMainDump + block("Dump", "uplink", "driver", "/tmp/u"));
+TEST_F(DiagnosticsFile, GivesDumpItems) {
+    directory.write(MAIN_DUMP + block("Dump", "uplink", "driver", "/tmp/u"));
     AudioConfig config(true);
-    EXPECT_EQ(log.count(kInfo, "AudioConfig", "_parseDumpItem", kDumpRead), 2U) << log.dump();
+    EXPECT_TRUE(logged(log, INFO, "AudioConfig", "_parseDumpItem", DUMP_READ, 2));
     EXPECT_EQ(outPath(config.getDumpItem("main", "client")), "/tmp/d");
     EXPECT_EQ(outPath(config.getDumpItem("uplink", "driver")), "/tmp/u");
     EXPECT_EQ(config.getTraceItem("main", "client"), nullptr);
 }
 
-TEST_F(TheDiagnosticsFile, GivesTraceItems) {
+TEST_F(DiagnosticsFile, GivesTraceItems) {
     directory.write(block("Trace", "main", "client", "/tmp/t"));
     AudioConfig config(true);
-    EXPECT_EQ(log.count(kInfo, "AudioConfig", "_parseTraceItem", kTraceRead), 1U) << log.dump();
+    EXPECT_TRUE(logged(log, INFO, "AudioConfig", "_parseTraceItem", TRACE_READ));
     EXPECT_EQ(outPath(config.getTraceItem("main", "client")), "/tmp/t");
     EXPECT_EQ(config.getDumpItem("main", "client"), nullptr);
 }
 
-TEST_F(TheDiagnosticsFile, MayMixBlocksAndForeignLines) {
+TEST_F(DiagnosticsFile, MayMixBlocksAndForeignLines) {
     directory.write("# by hand\n\n" + block("Trace", "a", "b", "/t") +
-                    "Log\n level=6\n enMark=1\n" + " tag=stray\n" + kMainDump +
+                    "Log\n level=6\n enMark=1\n" + " tag=stray\n" + MAIN_DUMP +
                     "dump\n Dump\nend\n" + block("Trace", "c", "d", "/u"));
     AudioConfig config(true);
     EXPECT_EQ(config.getLogLevel(), 6);
     EXPECT_EQ(outPath(config.getTraceItem("a", "b")), "/t");
     EXPECT_EQ(outPath(config.getTraceItem("c", "d")), "/u");
     EXPECT_EQ(outPath(config.getDumpItem("main", "client")), "/tmp/d");
-    EXPECT_EQ(log.count(kInfo, kDumpRead), 1U) << log.dump();
+    EXPECT_TRUE(logged(log, INFO, DUMP_READ));
 }
 
-TEST_F(TheDiagnosticsFile, KnowsAKeywordByItsFirstLetters) {
+TEST_F(DiagnosticsFile, AcceptsKeywordsWithMoreLetters) {
     directory.write(block("Dumpster", "a", "b", "/d") + block("Tracery", "a", "b", "/t") +
                     "Logbook\n level=5\n enMark=1\n");
     AudioConfig config(true);
@@ -115,7 +108,7 @@ TEST_F(TheDiagnosticsFile, KnowsAKeywordByItsFirstLetters) {
     EXPECT_EQ(config.getLogLevel(), 5);
 }
 
-TEST_F(TheDiagnosticsFile, DoesNotKnowHalfAKeyword) {
+TEST_F(DiagnosticsFile, IgnoresPartsOfKeywords) {
     directory.write(block("Dum", "a", "b", "/d") + block("Trac", "a", "b", "/t") +
                     "Lo\n level=5\n enMark=1\n");
     AudioConfig config(true);
@@ -124,16 +117,16 @@ TEST_F(TheDiagnosticsFile, DoesNotKnowHalfAKeyword) {
     EXPECT_EQ(config.getLogLevel(), 4);
 }
 
-TEST_F(TheDiagnosticsFile, KeepsOneItemPerPairWithTheLastPath) {
-    directory.write(kMainDump + block("Dump", "aux", "client", "/tmp/a") +
+TEST_F(DiagnosticsFile, KeepsOneItemPerPairWithTheLastPath) {
+    directory.write(MAIN_DUMP + block("Dump", "aux", "client", "/tmp/a") +
                     block("Dump", "main", "client", "/tmp/second"));
     AudioConfig config(true);
     EXPECT_EQ(outPath(config.getDumpItem("main", "client")), "/tmp/second");
-    EXPECT_EQ(log.count(kInfo, "01-02: tag:main usage:client\n"), 1U) << log.dump();
-    EXPECT_EQ(log.count(kInfo, kDumpRead), 3U) << log.dump();
+    EXPECT_TRUE(logged(log, INFO, "01-02: tag:main usage:client\n"));
+    EXPECT_TRUE(logged(log, INFO, DUMP_READ, 3));
 }
 
-TEST_F(TheDiagnosticsFile, DropsAnItemWithAWrongLineAndThatLine) {
+TEST_F(DiagnosticsFile, DropsAnItemWithAWrongLineAndThatLine) {
     // Were the usage line looked at again, nothing would change; were "Dump" or "Log" in the place
     // of a value line, a block would start.
     directory.write(
@@ -149,26 +142,26 @@ TEST_F(TheDiagnosticsFile, DropsAnItemWithAWrongLineAndThatLine) {
     EXPECT_EQ(config.getTraceItem("x", "y"), nullptr);
     EXPECT_EQ(config.getLogLevel(), 4);
     EXPECT_EQ(outPath(config.getDumpItem("five", "c")), "/5");
-    EXPECT_EQ(log.count(kInfo, kDumpRead), 1U) << log.dump();
-    EXPECT_EQ(log.count(kInfo, kTraceRead), 0U) << log.dump();
+    EXPECT_TRUE(logged(log, INFO, DUMP_READ));
+    EXPECT_TRUE(logged(log, INFO, TRACE_READ, 0));
 }
 
-TEST_F(TheDiagnosticsFile, KeepsANewLevelEvenWithoutAMarkLine) {
+TEST_F(DiagnosticsFile, KeepsANewLevelEvenWithoutAMarkLine) {
     directory.write("Log\n level=2\n enMark=1\nLog\n level=3\nLog\n level=6\n enMark=0\n");
     AudioConfig config(true);
     EXPECT_EQ(config.getLogLevel(), 3);  // the third "Log" was taken for the mark line
     EXPECT_TRUE(config.getEnMark());
-    EXPECT_EQ(log.count(kInfo, kLogRead), 1U) << log.dump();
+    EXPECT_TRUE(logged(log, INFO, LOG_READ));
 }
 
-TEST_F(TheDiagnosticsFile, ChangesNothingInALogBlockWithoutLevel) {
+TEST_F(DiagnosticsFile, ChangesNothingInALogBlockWithoutLevel) {
     directory.write("Log\n enMark=1\n level=2\n");
     AudioConfig config(true);
     EXPECT_EQ(config.getLogLevel(), 4);
     EXPECT_FALSE(config.getEnMark());
 }
 
-TEST_F(TheDiagnosticsFile, TakesAnyDecimalNumber) {
+TEST_F(DiagnosticsFile, ReadsAnyDecimalNumber) {
     const struct {
         const char* text;
         int level;
@@ -190,7 +183,7 @@ TEST_F(TheDiagnosticsFile, TakesAnyDecimalNumber) {
     }
 }
 
-TEST_F(TheDiagnosticsFile, MayEndWithoutALineEnd) {
+TEST_F(DiagnosticsFile, MayEndWithoutALineEnd) {
     directory.write("Dump\n tag=main\n usage=client\n outPath=/tmp/d");
     EXPECT_EQ(outPath(AudioConfig(true).getDumpItem("main", "client")), "/tmp/d");
     directory.write("Log\n level=3\n enMark=1");
@@ -199,7 +192,7 @@ TEST_F(TheDiagnosticsFile, MayEndWithoutALineEnd) {
     EXPECT_EQ(AudioConfig(true).getLogLevel(), 3);
 }
 
-TEST_F(TheDiagnosticsFile, MayEndInTheMiddleOfABlock) {
+TEST_F(DiagnosticsFile, MayEndInTheMiddleOfABlock) {
     for (const char* const text :
          {"Dump", "Dump\n", "Dump\n tag=main", "Dump\n tag=main\n usage=client",
           "Dump\n tag=main\n usage=client\n", "Log", "Log\n"}) {
@@ -210,9 +203,9 @@ TEST_F(TheDiagnosticsFile, MayEndInTheMiddleOfABlock) {
     }
 }
 
-TEST_F(TheDiagnosticsFile, IsReadUpToATooLongLine) {
+TEST_F(DiagnosticsFile, IsReadUpToATooLongLine) {
     for (const bool lineEnd : {true, false}) {
-        directory.write(kMainDump + std::string(300, 'x') + (lineEnd ? "\n" : "") +
+        directory.write(MAIN_DUMP + std::string(300, 'x') + (lineEnd ? "\n" : "") +
                         (lineEnd ? block("Dump", "late", "client", "/tmp/l") : ""));
         AudioConfig config(true);
         EXPECT_EQ(outPath(config.getDumpItem("main", "client")), "/tmp/d");
@@ -220,16 +213,16 @@ TEST_F(TheDiagnosticsFile, IsReadUpToATooLongLine) {
     }
 }
 
-TEST_F(TheDiagnosticsFile, MayHaveLinesOf255CharactersAndNoLonger) {
+TEST_F(DiagnosticsFile, IsReadUpToALineOfMoreThan255Characters) {
     for (const std::size_t length : {std::size_t{255}, std::size_t{256}}) {
-        directory.write(std::string(length, 'x') + "\n" + kMainDump);
+        directory.write(std::string(length, 'x') + "\n" + MAIN_DUMP);
         AudioConfig config(true);
         EXPECT_EQ(outPath(config.getDumpItem("main", "client")),
                   length == 255 ? "/tmp/d" : "no item");
     }
     for (const std::size_t length : {std::size_t{255}, std::size_t{256}}) {
         const std::string path(length - std::string(" outPath=").size(), 'p');
-        directory.write(block("Dump", "a", "b", path) + kMainDump);
+        directory.write(block("Dump", "a", "b", path) + MAIN_DUMP);
         AudioConfig config(true);
         EXPECT_EQ(outPath(config.getDumpItem("a", "b")), length == 255 ? path : "no item");
         EXPECT_EQ(outPath(config.getDumpItem("main", "client")),
@@ -237,7 +230,7 @@ TEST_F(TheDiagnosticsFile, MayHaveLinesOf255CharactersAndNoLonger) {
     }
 }
 
-TEST_F(TheDiagnosticsFile, HasItsLongNamesCut) {
+TEST_F(DiagnosticsFile, NamesAreCutTo63Characters) {
     const std::string tag(100, 't');
     const std::string usage(100, 'u');
     directory.write(block("Dump", tag, usage, "/tmp/d"));
@@ -250,47 +243,47 @@ TEST_F(TheDiagnosticsFile, HasItsLongNamesCut) {
     EXPECT_EQ(config.getDumpItem(tag.substr(0, 62).c_str(), usage.c_str()), nullptr);
 }
 
-TEST_F(TheDiagnosticsFile, MayHaveEmptyValues) {
+TEST_F(DiagnosticsFile, MayHaveEmptyValues) {
     directory.write(block("Dump", "", "", ""));
     AudioConfig config(true);
     EXPECT_EQ(outPath(config.getDumpItem("", "")), "");
 }
 
-TEST_F(TheDiagnosticsFile, GetsItsDirectoryMadeAndThatIsLoggedAsIfItHadFailed) {
+TEST_F(DiagnosticsFile, DirectoryIsMadeAndLoggedAsAFailure) {
     std::filesystem::remove(directory.path());
     const AudioConfig config(true);
     struct stat made = {};
     ASSERT_EQ(stat(directory.path().c_str(), &made), 0);
     EXPECT_EQ(made.st_mode & 0777, 0700U);
-    EXPECT_EQ(log.countMatching(kDebug, kMkdirLine), 1U) << log.dump();
+    EXPECT_TRUE(loggedLike(log, DEBUG, MKDIR_LINE));
     EXPECT_EQ(log.lines().size(), 1U) << log.dump();
     EXPECT_NE(log.lines()[0].text.find("[AudioConfig][_parseConfigItems]["), std::string::npos);
     const AudioConfig again(true);
     EXPECT_EQ(log.lines().size(), 1U) << log.dump();
 }
 
-TEST_F(TheDiagnosticsFile, IsNeverTouchedByAReader) {
+TEST_F(DiagnosticsFile, StaysUnchangedByAReader) {
     {
         AudioConfig config(true);
         config.setLogLevel(AUDIO_LOG_LEVEL_ERROR);
     }
     EXPECT_FALSE(std::filesystem::exists(directory.file()));
-    directory.write("anything\n" + kMainDump);
+    directory.write("anything\n" + MAIN_DUMP);
     {
         AudioConfig config(true);
         config.clearDumpItem();
         config.setEnMark(true);
     }
-    EXPECT_EQ(directory.text(), "anything\n" + kMainDump);
+    EXPECT_EQ(directory.text(), "anything\n" + MAIN_DUMP);
 }
 
-TEST_F(TheDiagnosticsFile, IsWrittenWithTheDefaults) {
+TEST_F(DiagnosticsFile, IsWrittenWithTheDefaults) {
     { const AudioConfig config(false); }
     EXPECT_EQ(directory.text(), "Log\n level=4\n enMark=0\n");
-    EXPECT_TRUE(log.lines().empty()) << log.dump();
+    EXPECT_TRUE(logIsEmpty(log));
 }
 
-TEST_F(TheDiagnosticsFile, IsWrittenInItsOrder) {
+TEST_F(DiagnosticsFile, IsWrittenInItsOrder) {
     {
         AudioConfig config(false);
         AudioTraceItem trace = {"t", "u", "/trace"};
@@ -309,16 +302,16 @@ TEST_F(TheDiagnosticsFile, IsWrittenInItsOrder) {
               "Log\n level=-7\n enMark=1\n");
 }
 
-TEST_F(TheDiagnosticsFile, IsTheSameAfterItWasReadAndWritten) {
-    const std::string text = kMainDump + block("Dump", "aux", "driver", "/tmp/x y") +
+TEST_F(DiagnosticsFile, IsEqualAfterReadingAndWriting) {
+    const std::string text = MAIN_DUMP + block("Dump", "aux", "driver", "/tmp/x y") +
                              block("Trace", "a", "b", "/c") + "Log\n level=6\n enMark=1\n";
     directory.write("comment\n" + text);
     { const AudioConfig config(false); }
     EXPECT_EQ(directory.text(), text);
 }
 
-TEST_F(TheDiagnosticsFile, IsWrittenAloneByTheLastWriter) {
-    directory.write("a much longer file than what will be written\n" + kMainDump);
+TEST_F(DiagnosticsFile, IsReplacedByTheLastWriter) {
+    directory.write("a much longer file than what will be written\n" + MAIN_DUMP);
     {
         AudioConfig config(false);
         config.clearDumpItem();
@@ -326,28 +319,26 @@ TEST_F(TheDiagnosticsFile, IsWrittenAloneByTheLastWriter) {
     EXPECT_EQ(directory.text(), "Log\n level=4\n enMark=0\n");
 }
 
-TEST_F(TheDiagnosticsFile, IsWrittenThroughADirectoryThatIsMadeAgain) {
+TEST_F(DiagnosticsFile, IsWrittenToADirectoryThatIsMadeAgain) {
     {
         const AudioConfig config(false);
         std::filesystem::remove(directory.path());
     }
     EXPECT_EQ(directory.text(), "Log\n level=4\n enMark=0\n");
-    ASSERT_EQ(log.countMatching(kDebug, kMkdirLine), 1U) << log.dump();
+    ASSERT_TRUE(loggedLike(log, DEBUG, MKDIR_LINE));
     EXPECT_NE(log.lines()[0].text.find("[AudioConfig][_storeConfigItems]["), std::string::npos);
 }
 
-TEST_F(TheDiagnosticsFile, ThatCannotBeWrittenIsLoggedAndLost) {
+TEST_F(DiagnosticsFile, IsLoggedAndLostWhenItCannotBeWritten) {
     std::filesystem::create_directory(directory.file());
     { const AudioConfig config(false); }
-    EXPECT_EQ(log.count(kError, "AudioConfig", "_storeConfigItems",
-                        "Failed to open file(w):/media/flash/nvm/as_server/audio_config, "
-                        "error:Is a directory(21)\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioConfig", "_storeConfigItems",
+                       "Failed to open file(w):/media/flash/nvm/as_server/audio_config, "
+                       "error:Is a directory(21)\n"));
     EXPECT_TRUE(std::filesystem::is_directory(directory.file()));
 }
 
-TEST_F(TheDiagnosticsFile, IsWrittenAlikeInEveryLocale) {
+TEST_F(DiagnosticsFile, IsWrittenEquallyInEveryLocale) {
     const std::locale before =
         std::locale::global(std::locale(std::locale::classic(), new NumbersWithSeparators));
     {
@@ -357,3 +348,6 @@ TEST_F(TheDiagnosticsFile, IsWrittenAlikeInEveryLocale) {
     std::locale::global(before);
     EXPECT_EQ(directory.text(), "Log\n level=1234567\n enMark=0\n");
 }
+
+}  // namespace
+}  // namespace cabinaudio::test

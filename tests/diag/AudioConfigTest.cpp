@@ -3,28 +3,23 @@
 #include <cabinaudio/diag/AudioConfig.h>
 
 #include "tests/support/ConfigDirectory.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
+#include "tests/support/OnThreads.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <string>
-#include <thread>
 
-using cabinaudio::test::ConfigDirectory;
-using cabinaudio::test::LogCapture;
+namespace cabinaudio::test {
 
-namespace {
-
-constexpr int kInfo = 4;
-
-/// One kind of item and its operations, so that both kinds pass the same tests.
+/// One kind of item and its operations, so that both kinds pass the same tests. CTest shows their
+/// names.
 struct Dumps {
     using Item = AudioDumpItem;
-    static constexpr char kGet[] = "getDumpItem";
+    static constexpr char GET[] = "getDumpItem";
     static Item* get(AudioConfig& config, const char* tag, const char* usage) {
         return config.getDumpItem(tag, usage);
     }
@@ -35,7 +30,7 @@ struct Dumps {
 
 struct Traces {
     using Item = AudioTraceItem;
-    static constexpr char kGet[] = "getTraceItem";
+    static constexpr char GET[] = "getTraceItem";
     static Item* get(AudioConfig& config, const char* tag, const char* usage) {
         return config.getTraceItem(tag, usage);
     }
@@ -44,8 +39,10 @@ struct Traces {
     static void clear(AudioConfig& config) { config.clearTraceItem(); }
 };
 
+namespace {
+
 template <typename Kind>
-class AnItemList : public testing::Test {
+class ItemList : public testing::Test {
 protected:
     using Item = typename Kind::Item;
 
@@ -59,18 +56,16 @@ protected:
 };
 
 using Kinds = testing::Types<Dumps, Traces>;
-TYPED_TEST_SUITE(AnItemList, Kinds);
+TYPED_TEST_SUITE(ItemList, Kinds);
 
-}  // namespace
-
-TYPED_TEST(AnItemList, HasItemsOf384Bytes) {
+TYPED_TEST(ItemList, HasItemsOf384Bytes) {
     EXPECT_EQ(sizeof(typename TypeParam::Item), 384U);
     EXPECT_EQ(offsetof(typename TypeParam::Item, tag), 0U);
     EXPECT_EQ(offsetof(typename TypeParam::Item, usage), 64U);
     EXPECT_EQ(offsetof(typename TypeParam::Item, outPath), 128U);
 }
 
-TYPED_TEST(AnItemList, KeepsCopies) {
+TYPED_TEST(ItemList, KeepsCopies) {
     typename TypeParam::Item item = {"main", "client", "/tmp/d"};
     TypeParam::add(this->config, item);
     std::memset(&item, 'x', sizeof(item));
@@ -82,49 +77,47 @@ TYPED_TEST(AnItemList, KeepsCopies) {
     EXPECT_STREQ(stored->outPath, "/tmp/d");
 }
 
-TYPED_TEST(AnItemList, LogsWhatItFindsWithTheNumberOfItems) {
+TYPED_TEST(ItemList, LogsWhatItFindsWithTheNumberOfItems) {
     this->add({"main", "client", "/1"});
     this->add({"main", "driver", "/2"});
     this->add({"aux", "client", "/3"});
     EXPECT_STREQ(this->get("main", "driver")->outPath, "/2");
-    EXPECT_EQ(
-        this->log.count(kInfo, "AudioConfig", TypeParam::kGet, "01-03: tag:main usage:driver\n"),
-        1U)
-        << this->log.dump();
+    EXPECT_TRUE(
+        logged(this->log, INFO, "AudioConfig", TypeParam::GET, "01-03: tag:main usage:driver\n"));
     EXPECT_EQ(this->log.lines().size(), 1U) << this->log.dump();
 }
 
-TYPED_TEST(AnItemList, LogsLargeNumbersOfItemsInFull) {
+TYPED_TEST(ItemList, LogsNumbersAbove99InFull) {
     for (int i = 0; i < 123; ++i) {
         typename TypeParam::Item item = {"", "client", ""};
         std::snprintf(item.tag, sizeof(item.tag), "tag%d", i);
         this->add(item);
     }
     EXPECT_NE(this->get("tag122", "client"), nullptr);
-    EXPECT_EQ(this->log.count(kInfo, "01-123: tag:tag122 usage:client\n"), 1U) << this->log.dump();
+    EXPECT_TRUE(logged(this->log, INFO, "01-123: tag:tag122 usage:client\n"));
 }
 
-TYPED_TEST(AnItemList, IsSilentAboutWhatItDoesNotFind) {
+TYPED_TEST(ItemList, LogsNothingForAnUnknownPair) {
     this->add({"main", "client", "/1"});
     for (const char* const other : {"Main", "mai", "main ", ""})
         EXPECT_EQ(this->get(other, "client"), nullptr) << other;
     EXPECT_EQ(this->get("main", "Client"), nullptr);
     EXPECT_EQ(this->get(nullptr, "client"), nullptr);
     EXPECT_EQ(this->get("main", nullptr), nullptr);
-    EXPECT_TRUE(this->log.lines().empty()) << this->log.dump();
+    EXPECT_TRUE(logIsEmpty(this->log));
 }
 
-TYPED_TEST(AnItemList, ReplacesOnlyThePathOfAKnownPair) {
+TYPED_TEST(ItemList, ReplacesOnlyThePathOfAKnownPair) {
     this->add({"main", "client", "/a/long/path"});
     this->add({"aux", "client", "/2"});
     const auto* const stored = this->get("main", "client");
     this->add({"main", "client", "/new"});
     EXPECT_EQ(this->get("main", "client"), stored);
     EXPECT_STREQ(stored->outPath, "/new");
-    EXPECT_EQ(this->log.count(kInfo, "01-02: tag:main usage:client\n"), 2U) << this->log.dump();
+    EXPECT_TRUE(logged(this->log, INFO, "01-02: tag:main usage:client\n", 2));
 }
 
-TYPED_TEST(AnItemList, RemovesThePairAndNothingElse) {
+TYPED_TEST(ItemList, RemovesOnlyTheGivenPair) {
     this->add({"main", "client", "/1"});
     this->add({"main", "driver", "/2"});
     this->remove({"main", "client", "another path"});
@@ -134,7 +127,7 @@ TYPED_TEST(AnItemList, RemovesThePairAndNothingElse) {
     EXPECT_NE(this->get("main", "driver"), nullptr);
 }
 
-TYPED_TEST(AnItemList, CanBeCleared) {
+TYPED_TEST(ItemList, IsEmptyAfterAClear) {
     TypeParam::clear(this->config);
     this->add({"main", "client", "/1"});
     this->add({"aux", "client", "/2"});
@@ -142,10 +135,10 @@ TYPED_TEST(AnItemList, CanBeCleared) {
     EXPECT_EQ(this->get("main", "client"), nullptr);
     this->add({"aux", "client", "/3"});
     EXPECT_STREQ(this->get("aux", "client")->outPath, "/3");
-    EXPECT_EQ(this->log.count(kInfo, "01-01: tag:aux usage:client\n"), 1U) << this->log.dump();
+    EXPECT_TRUE(logged(this->log, INFO, "01-01: tag:aux usage:client\n"));
 }
 
-TYPED_TEST(AnItemList, TakesItsOwnItemsAsArguments) {
+TYPED_TEST(ItemList, AcceptsItsOwnItemsAsArguments) {
     this->add({"main", "client", "/1"});
     auto* const stored = this->get("main", "client");
     TypeParam::add(this->config, *stored);
@@ -154,7 +147,7 @@ TYPED_TEST(AnItemList, TakesItsOwnItemsAsArguments) {
     EXPECT_EQ(this->get("main", "client"), nullptr);
 }
 
-TYPED_TEST(AnItemList, CutsTextsThatFillTheirField) {
+TYPED_TEST(ItemList, CutsTextsThatFillTheirField) {
     typename TypeParam::Item item;
     std::memset(&item, 'x', sizeof(item));
     this->add(item);
@@ -169,7 +162,7 @@ TYPED_TEST(AnItemList, CutsTextsThatFillTheirField) {
     EXPECT_EQ(this->get(name.c_str(), name.c_str()), nullptr);
 }
 
-TEST(TheSettings, KeepAnyLevelAndTheMarkSwitch) {
+TEST(Settings, KeepAnyLevelAndTheMarkSwitch) {
     const ConfigDirectory directory;
     AudioConfig config(true);
     for (const int level : {3, 0, -1, 2147483647}) {
@@ -182,7 +175,7 @@ TEST(TheSettings, KeepAnyLevelAndTheMarkSwitch) {
     EXPECT_FALSE(config.getEnMark());
 }
 
-TEST(TheSettings, OfTwoKindsDoNotMix) {
+TEST(Settings, OfTwoKindsAreSeparate) {
     const ConfigDirectory directory;
     AudioConfig config(true);
     AudioDumpItem dump = {"main", "client", "/d"};
@@ -192,34 +185,29 @@ TEST(TheSettings, OfTwoKindsDoNotMix) {
     EXPECT_NE(config.getDumpItem("main", "client"), nullptr);
 }
 
-TEST(TheSettings, MayBeUsedByManyThreads) {
+TEST(Settings, StayConsistentWithManyThreads) {
     const ConfigDirectory directory;
     AudioConfig config(true);
-    std::array<std::thread, 4> threads;
-    for (std::size_t number = 0; number < threads.size(); ++number) {
-        threads[number] = std::thread([&config, number] {
-            AudioDumpItem dump = {"", "client", "/d"};
-            AudioTraceItem trace = {"shared", "client", "/t"};
-            std::snprintf(dump.tag, sizeof(dump.tag), "tag%zu", number);
-            for (int i = 0; i < 500; ++i) {
-                config.addDumpItem(dump);
-                EXPECT_STREQ(config.getDumpItem(dump.tag, "client")->outPath, "/d");
-                config.removeDumpItem(dump);
-                config.addTraceItem(trace);
-                config.setLogLevel(static_cast<AudioLogLevel>(i));
-                config.setEnMark(config.getEnMark() || config.getLogLevel() < 500);
-            }
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    onThreads(4, [&config](int number) {
+        AudioDumpItem dump = {"", "client", "/d"};
+        AudioTraceItem trace = {"shared", "client", "/t"};
+        std::snprintf(dump.tag, sizeof(dump.tag), "tag%d", number);
+        for (int i = 0; i < 500; ++i) {
+            config.addDumpItem(dump);
+            EXPECT_STREQ(config.getDumpItem(dump.tag, "client")->outPath, "/d");
+            config.removeDumpItem(dump);
+            config.addTraceItem(trace);
+            config.setLogLevel(static_cast<AudioLogLevel>(i));
+            config.setEnMark(config.getEnMark() || config.getLogLevel() < 500);
+        }
+    });
     EXPECT_TRUE(config.getEnMark());
     EXPECT_EQ(config.getLogLevel(), 499);
     EXPECT_EQ(config.getDumpItem("tag0", "client"), nullptr);
     EXPECT_NE(config.getTraceItem("shared", "client"), nullptr);
 }
 
-TEST(TheSettings, OfTwoObjectsAreIndependent) {
+TEST(Settings, OfTwoObjectsAreIndependent) {
     const ConfigDirectory directory;
     AudioConfig reader(true);
     {
@@ -229,3 +217,6 @@ TEST(TheSettings, OfTwoObjectsAreIndependent) {
     EXPECT_FALSE(reader.getEnMark());
     EXPECT_TRUE(AudioConfig(true).getEnMark());
 }
+
+}  // namespace
+}  // namespace cabinaudio::test

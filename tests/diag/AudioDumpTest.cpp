@@ -4,7 +4,7 @@
 
 #include "tests/diag/FrozenClock.h"
 #include "tests/support/ConfigDirectory.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 #include "tests/support/ProcessState.h"
 
 #include <fcntl.h>
@@ -20,20 +20,11 @@
 #include <string>
 #include <vector>
 
-using cabinaudio::test::ConfigDirectory;
-using cabinaudio::test::contentsOf;
-using cabinaudio::test::FrozenClock;
-using cabinaudio::test::LogCapture;
-using cabinaudio::test::ProcessState;
-
+namespace cabinaudio::test {
 namespace {
 
-constexpr int kDebug = 3;
-constexpr int kInfo = 4;
-constexpr int kWarning = 5;
-constexpr int kError = 6;
-constexpr char kFlushFailed[] = "AUDIO IGNORE(mFile.flush())!\n";
-constexpr char kSyncFailed[] = "AUDIO IGNORE(fsync(mFile.fd()) == 0)!\n";
+constexpr char FLUSH_FAILED[] = "AUDIO IGNORE(mFile.flush())!\n";
+constexpr char SYNC_FAILED[] = "AUDIO IGNORE(fsync(mFile.fd()) == 0)!\n";
 
 std::string pointerText(const void* pointer) {
     char text[32];
@@ -46,7 +37,7 @@ void write(AudioDump& dump, const std::string& bytes) {
                static_cast<unsigned>(bytes.size()));
 }
 
-class ADump : public testing::Test {
+class ConfiguredDump : public testing::Test {
 protected:
     /// The directory that dumps go to; it does not exist at first.
     [[nodiscard]] std::string dir() const { return directory.top() / "d"; }
@@ -66,7 +57,7 @@ protected:
         return names;
     }
 
-    /// What the only dump file holds.
+    /// Content of the only dump file.
     [[nodiscard]] std::string dumped() const {
         const auto names = files();
         return names.size() == 1 ? contentsOf(dir() + "/" + names[0])
@@ -84,12 +75,22 @@ protected:
     const LogCapture log;
 };
 
-using ADumpInADirectory = ADump;
-using ADriverDump = ADump;
+using DumpInADirectory = ConfiguredDump;
+using DriverDump = ConfiguredDump;
 
-}  // namespace
+/// Dumps of an application's main stream.
+class Dump : public ConfiguredDump {
+protected:
+    Dump() { configure("main", "client", dir()); }
 
-TEST_F(ADump, WritesTheBytesOfAConfiguredStream) {
+    /// One that gets these bytes.
+    static void dump(const std::string& bytes) {
+        AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
+        write(dump, bytes);
+    }
+};
+
+TEST_F(ConfiguredDump, WritesTheBytesOfAConfiguredStream) {
     configure("uplink", "client", dir());
     {
         AudioDump dump(AUDIO_TAG_UPLINK, "mic", "client", false);
@@ -97,33 +98,40 @@ TEST_F(ADump, WritesTheBytesOfAConfiguredStream) {
         write(dump, std::string("\0\xff\n", 3));
     }
     EXPECT_EQ(dumped(), std::string("abc\0\xff\n", 6));
-    EXPECT_EQ(
-        log.count(kInfo, "AudioDump", "AudioDump",
-                  "AUDIO DUMP INIT, tag=uplink, name=mic, usage=client, outPath=" + dir() + ".\n"),
-        1U)
-        << log.dump();
+    EXPECT_TRUE(
+        logged(log, INFO, "AudioDump", "AudioDump",
+               "AUDIO DUMP INIT, tag=uplink, name=mic, usage=client, outPath=" + dir() + ".\n"));
 }
 
-TEST_F(ADump, NamesItsFileAfterTheStreamAndTheClock) {
-    configure("main", "client", dir());
-    {
-        const FrozenClock clock(5000000);
-        const AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
+TEST_F(ConfiguredDump, NamesItsFileAfterTheStreamAndTheClock) {
+    const std::string name(70, 'n');
+    const std::string usage(70, 'u');
+    const struct {
+        AudioTagType tag;
+        std::string tagText;
+        std::string name;
+        std::string usage;
+        std::uint64_t time;
+        std::string expected;
+    } rows[] = {
+        {AUDIO_TAG_MAIN, "main", "nav", "client", 5000000, "main_nav_client_5000000.pcm"},
+        {AUDIO_TAG_MAIN, "main", "nav", "client", 1234567890123456,
+         "main_nav_client_1234567890123456.pcm"},
+        {AUDIO_TAG_UNKNOWN, "", "x", "client", 7, "_x_client_7.pcm"},
+        {AUDIO_TAG_MAIN, "main", name, usage, 7,
+         "main_" + name.substr(0, 63) + "_" + usage.substr(0, 63) + "_7.pcm"},
+    };
+    for (const auto& row : rows) {
+        std::filesystem::remove_all(dir());
+        directory.write("");
+        configure(row.tagText, row.usage, dir());
+        const FrozenClock clock(row.time);
+        { const AudioDump dump(row.tag, row.name.c_str(), row.usage.c_str(), false); }
+        EXPECT_EQ(files(), std::vector<std::string>{row.expected});
     }
-    EXPECT_EQ(files(), std::vector<std::string>{"main_nav_client_5000000.pcm"});
 }
 
-TEST_F(ADump, PrintsLargeClockValuesInFull) {
-    configure("main", "client", dir());
-    {
-        const FrozenClock clock(1234567890123456);
-        const AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
-    }
-    EXPECT_EQ(files(), std::vector<std::string>{"main_nav_client_1234567890123456.pcm"});
-}
-
-TEST_F(ADump, ReadsTheClockWhenItOpensTheFile) {
-    configure("main", "client", dir());
+TEST_F(Dump, HasTheTimeOfOpeningInItsFileName) {
     const std::uint64_t before = AudioTime::now();
     { const AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false); }
     const std::uint64_t after = AudioTime::now();
@@ -135,7 +143,7 @@ TEST_F(ADump, ReadsTheClockWhenItOpensTheFile) {
     EXPECT_LE(std::stoull(name[1]), after);
 }
 
-TEST_F(ADump, DoesNothingForAStreamThatIsNotConfigured) {
+TEST_F(ConfiguredDump, IgnoresAStreamThatIsNotConfigured) {
     configure("uplink", "client", dir());
     {
         AudioDump otherTag(AUDIO_TAG_INPUT0, "mic", "client", false);
@@ -147,7 +155,7 @@ TEST_F(ADump, DoesNothingForAStreamThatIsNotConfigured) {
     EXPECT_EQ(linesOfTheDump(), 0U) << log.dump();
 }
 
-TEST_F(ADump, DoesNothingForAnEmptyPath) {
+TEST_F(ConfiguredDump, IgnoresAStreamWithAnEmptyPath) {
     configure("uplink", "client", "");
     {
         AudioDump dump(AUDIO_TAG_UPLINK, "mic", "client", false);
@@ -156,29 +164,7 @@ TEST_F(ADump, DoesNothingForAnEmptyPath) {
     EXPECT_EQ(linesOfTheDump(), 0U) << log.dump();
 }
 
-TEST_F(ADump, OfAnUnknownTagHasAnEmptyTagText) {
-    configure("", "client", dir());
-    {
-        const FrozenClock clock(7);
-        const AudioDump dump(AUDIO_TAG_UNKNOWN, "x", "client", false);
-    }
-    EXPECT_EQ(files(), std::vector<std::string>{"_x_client_7.pcm"});
-}
-
-TEST_F(ADump, CutsItsTextsTo63Characters) {
-    const std::string usage(70, 'u');
-    const std::string name(70, 'n');
-    configure("main", usage, dir());
-    {
-        const FrozenClock clock(7);
-        const AudioDump dump(AUDIO_TAG_MAIN, name.c_str(), usage.c_str(), false);
-    }
-    EXPECT_EQ(files(), std::vector<std::string>{"main_" + name.substr(0, 63) + "_" +
-                                                usage.substr(0, 63) + "_7.pcm"});
-}
-
-TEST_F(ADump, RefusesMissingNames) {
-    configure("main", "client", dir());
+TEST_F(Dump, RefusesMissingTexts) {
     const char* const usage = "client";
     {
         AudioDump noName(AUDIO_TAG_MAIN, nullptr, usage, false);
@@ -188,38 +174,33 @@ TEST_F(ADump, RefusesMissingNames) {
     }
     EXPECT_TRUE(files().empty());
     const std::string text = pointerText(usage);
-    EXPECT_EQ(log.count(kError, "AudioDump", "AudioDump",
-                        "Invalid params, name=0, usage=" + text + ".\n"),
-              1U)
-        << log.dump();
-    EXPECT_EQ(log.count(kError, "Invalid params, name=" + text + ", usage=0.\n"), 1U) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioDump", "AudioDump",
+                       "Invalid params, name=0, usage=" + text + ".\n"));
+    EXPECT_TRUE(logged(log, ERROR, "Invalid params, name=" + text + ", usage=0.\n"));
 }
 
-TEST_F(ADump, RefusedForMissingNamesCannotBeResumedEither) {
-    configure("main", "client", dir());
+TEST_F(Dump, CannotBeResumedWithoutItsTexts) {
     AudioDump dump(AUDIO_TAG_MAIN, nullptr, "client", false);
     dump.resume(true);
     write(dump, "abc");
-    EXPECT_EQ(log.count(kError, "Failed to resume dump cause NULL item/outPath.\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "Failed to resume dump cause NULL item/outPath.\n"));
     EXPECT_TRUE(files().empty());
 }
 
-TEST_F(ADump, MakesItsDirectoryAndLogsThatAsIfItHadFailed) {
-    configure("main", "client", dir());
+TEST_F(Dump, MakesItsDirectoryAndLogsAFailure) {
     { const AudioDump first(AUDIO_TAG_MAIN, "a", "client", false); }
     struct stat made = {};
     ASSERT_EQ(stat(dir().c_str(), &made), 0);
     EXPECT_EQ(made.st_mode & 0777, 0700U);
     const std::string expression = "Failed to mkdir:" + dir() + "\\(strerror=.*\\)\n";
-    EXPECT_EQ(log.countMatching(kDebug, expression), 1U) << log.dump();
-    EXPECT_EQ(log.countMatching(kWarning, ".*"), 0U) << log.dump();
+    EXPECT_TRUE(loggedLike(log, DEBUG, expression));
+    EXPECT_TRUE(loggedLike(log, WARN, ".*", 0));
     { const AudioDump second(AUDIO_TAG_MAIN, "b", "client", false); }
-    EXPECT_EQ(log.countMatching(kDebug, expression), 1U) << log.dump();
+    EXPECT_TRUE(loggedLike(log, DEBUG, expression));
     EXPECT_EQ(files().size(), 2U);
 }
 
-TEST_F(ADump, MakesOnlyTheLastLevelAndSaysThatItCouldNotOpenItsFile) {
+TEST_F(ConfiguredDump, MakesOnlyTheLastLevelAndLogsAFileThatCannotBeOpened) {
     const std::string deep = dir() + "/missing";
     configure("main", "client", deep);
     {
@@ -228,16 +209,13 @@ TEST_F(ADump, MakesOnlyTheLastLevelAndSaysThatItCouldNotOpenItsFile) {
         write(dump, "abc");
     }
     EXPECT_FALSE(std::filesystem::exists(dir()));
-    EXPECT_EQ(log.count(kWarning, "AudioDump", "_init",
-                        "Failed to open dump out file:" + deep +
-                            "/main_nav_client_5000000.pcm,error:No such file or directory(2)\n"),
-              1U)
-        << log.dump();
-    EXPECT_EQ(log.countMatching(kDebug, ".*"), 0U) << log.dump();
+    EXPECT_TRUE(logged(log, WARN, "AudioDump", "_init",
+                       "Failed to open dump out file:" + deep +
+                           "/main_nav_client_5000000.pcm,error:No such file or directory(2)\n"));
+    EXPECT_TRUE(loggedLike(log, DEBUG, ".*", 0));
 }
 
-TEST_F(ADump, IgnoresWritesOfNothing) {
-    configure("main", "client", dir());
+TEST_F(Dump, IgnoresEmptyWrites) {
     {
         AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
         const unsigned char byte = 1;
@@ -248,8 +226,7 @@ TEST_F(ADump, IgnoresWritesOfNothing) {
     EXPECT_EQ(dumped(), "");
 }
 
-TEST_F(ADump, KeepsTheOrderOfManyWrites) {
-    configure("main", "client", dir());
+TEST_F(Dump, KeepsTheOrderOfManyWrites) {
     std::string expected;
     {
         AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
@@ -262,27 +239,29 @@ TEST_F(ADump, KeepsTheOrderOfManyWrites) {
     EXPECT_EQ(dumped(), expected);
 }
 
-TEST_F(ADump, OfTheSameMicrosecondTruncatesTheEarlierFile) {
-    configure("main", "client", dir());
+TEST_F(ConfiguredDump, OfTheSameMicrosecondTruncatesTheEarlierFileUnlessItAppends) {
     const FrozenClock clock(5000000);
-    for (const char* const bytes : {"first", "2nd"}) {
-        AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
-        write(dump, bytes);
+    const struct {
+        const char* usage;
+        bool appends;
+        const char* expected;
+    } rows[] = {
+        {"client", false, "2nd"}, {"client", true, "first2nd"}, {"driver", true, "first2nd"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.usage) + (row.appends ? " appends" : ""));
+        std::filesystem::remove_all(dir());
+        directory.write("");
+        configure("main", row.usage, dir());
+        for (const char* const bytes : {"first", "2nd"}) {
+            AudioDump dump(AUDIO_TAG_MAIN, "nav", row.usage, row.appends);
+            if (row.usage == std::string("driver")) dump.resume(true);
+            write(dump, bytes);
+        }
+        EXPECT_EQ(dumped(), row.expected);
     }
-    EXPECT_EQ(dumped(), "2nd");
 }
 
-TEST_F(ADump, OfTheSameMicrosecondAppendsWhenAsked) {
-    configure("main", "client", dir());
-    const FrozenClock clock(5000000);
-    for (const char* const bytes : {"first", "2nd"}) {
-        AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", true);
-        write(dump, bytes);
-    }
-    EXPECT_EQ(dumped(), "first2nd");
-}
-
-TEST_F(ADump, CutsTheFileNameTo255Characters) {
+TEST_F(ConfiguredDump, CutsTheFileNameTo255Characters) {
     std::string longDir = directory.top();
     while (longDir.size() < 200)
         longDir += "/" + std::string(20, 'l');
@@ -296,8 +275,7 @@ TEST_F(ADump, CutsTheFileNameTo255Characters) {
     EXPECT_EQ(contentsOf(longDir + "/descripti"), "abc");  // 245 + 1 + 9
 }
 
-TEST_F(ADump, ClosesItsFile) {
-    configure("main", "client", dir());
+TEST_F(Dump, ClosesItsFile) {
     const ProcessState before = ProcessState::now();
     {
         const AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
@@ -306,17 +284,13 @@ TEST_F(ADump, ClosesItsFile) {
     EXPECT_EQ(ProcessState::now().descriptors, before.descriptors);
 }
 
-TEST_F(ADump, FlushesAndSyncsWithoutAWordWhenAllIsWell) {
-    configure("main", "client", dir());
-    {
-        AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
-        write(dump, "abc");
-    }
-    EXPECT_EQ(log.count(kDebug, kFlushFailed), 0U) << log.dump();
-    EXPECT_EQ(log.count(kDebug, kSyncFailed), 0U) << log.dump();
+TEST_F(Dump, FlushesAndSyncsWithoutALogLine) {
+    dump("abc");
+    EXPECT_TRUE(logged(log, DEBUG, FLUSH_FAILED, 0));
+    EXPECT_TRUE(logged(log, DEBUG, SYNC_FAILED, 0));
 }
 
-TEST_F(ADump, LogsThatItCouldNotSync) {
+TEST_F(ConfiguredDump, LogsAFileThatCannotBeSynced) {
     std::filesystem::create_directory(dir());
     const std::string pipe = dir() + "/desc_ignored_ignored_5000000.pcm";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
@@ -331,12 +305,11 @@ TEST_F(ADump, LogsThatItCouldNotSync) {
     EXPECT_EQ(read(reader, bytes, 3), 3);
     EXPECT_STREQ(bytes, "abc");
     close(reader);
-    EXPECT_EQ(log.count(kDebug, "AudioDump", "_deinit", kSyncFailed), 1U) << log.dump();
-    EXPECT_EQ(log.count(kDebug, kFlushFailed), 0U) << log.dump();
+    EXPECT_TRUE(logged(log, DEBUG, "AudioDump", "_deinit", SYNC_FAILED));
+    EXPECT_TRUE(logged(log, DEBUG, FLUSH_FAILED, 0));
 }
 
-TEST_F(ADump, DropsWhatIsWrittenWhileItIsPaused) {
-    configure("main", "client", dir());
+TEST_F(Dump, DropsBytesWhileItIsPaused) {
     {
         AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
         write(dump, "before");
@@ -346,8 +319,7 @@ TEST_F(ADump, DropsWhatIsWrittenWhileItIsPaused) {
     EXPECT_EQ(dumped(), "before");
 }
 
-TEST_F(ADump, ThatIsOpenIsEndedByAResume) {
-    configure("main", "client", dir());
+TEST_F(Dump, EndsWhenItIsResumedWhileItsFileIsOpen) {
     {
         AudioDump dump(AUDIO_TAG_MAIN, "nav", "client", false);
         write(dump, "before");
@@ -356,12 +328,12 @@ TEST_F(ADump, ThatIsOpenIsEndedByAResume) {
         write(dump, "after");
     }
     EXPECT_EQ(dumped(), "before");  // no second file, and the failed stream drops the rest
-    EXPECT_EQ(log.countMatching(kWarning, ".*"), 0U) << log.dump();
-    EXPECT_EQ(log.count(kDebug, "AudioDump", "_deinit", kFlushFailed), 1U) << log.dump();
-    EXPECT_EQ(log.count(kDebug, kSyncFailed), 0U) << log.dump();
+    EXPECT_TRUE(loggedLike(log, WARN, ".*", 0));
+    EXPECT_TRUE(logged(log, DEBUG, "AudioDump", "_deinit", FLUSH_FAILED));
+    EXPECT_TRUE(logged(log, DEBUG, SYNC_FAILED, 0));
 }
 
-TEST_F(ADump, UsesTheSettingsAsTheyWereWhenItWasMade) {
+TEST_F(ConfiguredDump, UsesTheSettingsOfItsConstruction) {
     configure("main", "driver", dir());
     AudioDump dump(AUDIO_TAG_MAIN, "nav", "driver", false);
     directory.write("");
@@ -370,14 +342,14 @@ TEST_F(ADump, UsesTheSettingsAsTheyWereWhenItWasMade) {
     AudioDump later(AUDIO_TAG_MAIN, "nav", "driver", false);
     later.resume(true);
     EXPECT_EQ(files().size(), 1U);
-    EXPECT_EQ(log.count(kError, "Failed to resume dump cause NULL item/outPath.\n"), 1U);
+    EXPECT_TRUE(logged(log, ERROR, "Failed to resume dump cause NULL item/outPath.\n"));
 }
 
-TEST_F(ADriverDump, WaitsForItsResume) {
+TEST_F(DriverDump, WritesOnlyAfterItsResume) {
     configure("main", "driver", dir());
     {
         AudioDump dump(AUDIO_TAG_MAIN, "nav", "driver", false);
-        EXPECT_TRUE(log.lines().size() == 1 && log.has(kInfo, "Parse dump item success.\n"))
+        EXPECT_TRUE(log.lines().size() == 1 && log.has(INFO, "Parse dump item success.\n"))
             << log.dump();
         write(dump, "early");
         EXPECT_TRUE(files().empty());
@@ -387,36 +359,22 @@ TEST_F(ADriverDump, WaitsForItsResume) {
     EXPECT_EQ(dumped(), "now");
 }
 
-TEST_F(ADriverDump, StaysPausedWithoutAnItem) {
+TEST_F(DriverDump, StaysPausedWithoutAnItem) {
     AudioDump dump(AUDIO_TAG_MAIN, "nav", "driver", false);
     dump.resume(true);
     write(dump, "abc");
-    EXPECT_EQ(log.count(kError, "AudioDump", "resume",
-                        "Failed to resume dump cause NULL item/outPath.\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioDump", "resume",
+                       "Failed to resume dump cause NULL item/outPath.\n"));
 }
 
-TEST_F(ADriverDump, StaysPausedWithAnEmptyPath) {
+TEST_F(DriverDump, StaysPausedWithAnEmptyPath) {
     configure("main", "driver", "");
     AudioDump dump(AUDIO_TAG_MAIN, "nav", "driver", false);
     dump.resume(true);
-    EXPECT_EQ(log.count(kError, "Failed to resume dump cause NULL item/outPath.\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "Failed to resume dump cause NULL item/outPath.\n"));
 }
 
-TEST_F(ADriverDump, AppendsWhenAsked) {
-    configure("main", "driver", dir());
-    const FrozenClock clock(5000000);
-    for (const char* const bytes : {"first", "2nd"}) {
-        AudioDump dump(AUDIO_TAG_MAIN, "nav", "driver", true);
-        dump.resume(true);
-        write(dump, bytes);
-    }
-    EXPECT_EQ(dumped(), "first2nd");
-}
-
-TEST_F(ADumpInADirectory, NeedsNoSettings) {
+TEST_F(DumpInADirectory, NeedsNoSettings) {
     {
         const FrozenClock clock(5000000);
         AudioDump dump(dir().c_str(), "desc", false);
@@ -424,13 +382,11 @@ TEST_F(ADumpInADirectory, NeedsNoSettings) {
     }
     EXPECT_EQ(files(), std::vector<std::string>{"desc_ignored_ignored_5000000.pcm"});
     EXPECT_EQ(dumped(), "abc");
-    EXPECT_EQ(log.count(kInfo, "AudioDump", "AudioDump",
-                        "AUDIO DUMP INIT, dumpFullPath=" + dir() + ".\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, INFO, "AudioDump", "AudioDump",
+                       "AUDIO DUMP INIT, dumpFullPath=" + dir() + ".\n"));
 }
 
-TEST_F(ADumpInADirectory, RefusesMissingArguments) {
+TEST_F(DumpInADirectory, RefusesMissingArguments) {
     const char* const text = "desc";
     {
         AudioDump noPath(nullptr, text, false);
@@ -439,23 +395,22 @@ TEST_F(ADumpInADirectory, RefusesMissingArguments) {
         write(noText, "abc");
     }
     const std::string pointer = pointerText(text);
-    EXPECT_EQ(log.count(kError, "AudioDump", "AudioDump",
-                        "Invalid params, dumpFullPath=0, desc=" + pointer + ".\n"),
-              1U)
-        << log.dump();
-    EXPECT_EQ(log.count(kError, "Invalid params, dumpFullPath=" + pointer + ", desc=0.\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioDump", "AudioDump",
+                       "Invalid params, dumpFullPath=0, desc=" + pointer + ".\n"));
+    EXPECT_TRUE(logged(log, ERROR, "Invalid params, dumpFullPath=" + pointer + ", desc=0.\n"));
     EXPECT_EQ(linesOfTheDump(), 2U) << log.dump();
 }
 
-TEST_F(ADumpInADirectory, GoesOnWhenItCannotBeResumed) {
+TEST_F(DumpInADirectory, ContinuesWhenAResumeFails) {
     {
         AudioDump dump(dir().c_str(), "desc", false);
         write(dump, "one");
         dump.resume(true);  // there is no item for the empty texts
         write(dump, "two");
     }
-    EXPECT_EQ(log.count(kError, "Failed to resume dump cause NULL item/outPath.\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "Failed to resume dump cause NULL item/outPath.\n"));
     EXPECT_EQ(dumped(), "onetwo");
 }
+
+}  // namespace
+}  // namespace cabinaudio::test

@@ -8,14 +8,14 @@
 
 #include <filesystem>
 
-using cabinaudio::test::ConfigDirectory;
-using cabinaudio::test::contentsOf;
+namespace cabinaudio::test {
+namespace {
 
-TEST(AnOutputFile, AddsNoDataToTheStandardStream) {
+TEST(OutputFile, HasTheSizeOfTheStandardStream) {
     EXPECT_EQ(sizeof(AudioOfstream), sizeof(std::ofstream));
 }
 
-TEST(AnOutputFile, HasNoDescriptorUnlessItIsOpen) {
+TEST(OutputFile, HasNoDescriptorUnlessItIsOpen) {
     const ConfigDirectory directory;
     AudioOfstream file;
     EXPECT_EQ(file.fd(), -1);
@@ -27,7 +27,7 @@ TEST(AnOutputFile, HasNoDescriptorUnlessItIsOpen) {
     EXPECT_EQ(file.fd(), -1);
 }
 
-TEST(AnOutputFile, NamesTheDescriptorOfItsFile) {
+TEST(OutputFile, ReturnsTheDescriptorOfItsFile) {
     const ConfigDirectory directory;
     AudioOfstream file;
     file.open(directory.top() / "out");
@@ -36,3 +36,6 @@ TEST(AnOutputFile, NamesTheDescriptorOfItsFile) {
     ASSERT_EQ(::write(file.fd(), "abc", 3), 3);
     EXPECT_EQ(contentsOf(directory.top() / "out"), "abc");
 }
+
+}  // namespace
+}  // namespace cabinaudio::test

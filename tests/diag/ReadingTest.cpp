@@ -11,9 +11,7 @@
 
 #include <optional>
 
-using cabinaudio::test::ConfigDirectory;
-using cabinaudio::test::FailingMemory;
-
+namespace cabinaudio::test {
 namespace {
 
 constexpr char SETTINGS[] =
@@ -47,7 +45,7 @@ TEST(ReadingSettings, WithoutMemoryKeepsWhatWasReadSoFar) {
     EXPECT_TRUE(hadDump);
 }
 
-TEST(ReadingSettings, TakesNoKeywordBehindOtherCharacters) {
+TEST(ReadingSettings, IgnoresKeywordsBehindOtherCharacters) {
     const ConfigDirectory directory;
     directory.write(
         "NoDump\n tag=main\n usage=client\n outPath=/nowhere\n"
@@ -59,7 +57,7 @@ TEST(ReadingSettings, TakesNoKeywordBehindOtherCharacters) {
     EXPECT_FALSE(config.getEnMark());
 }
 
-TEST(ReadingSettings, ByADumpLeavesTheFileAsItIs) {
+TEST(ReadingSettings, ByADumpLeavesTheFileUnchanged) {
     const ConfigDirectory directory;
     directory.write(SETTINGS);
     {
@@ -70,3 +68,4 @@ TEST(ReadingSettings, ByADumpLeavesTheFileAsItIs) {
 }
 
 }  // namespace
+}  // namespace cabinaudio::test

@@ -4,24 +4,20 @@
 
 #include "tests/diag/FailingMemory.h"
 #include "tests/support/ConfigDirectory.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <optional>
 
-using cabinaudio::test::ConfigDirectory;
-using cabinaudio::test::FailingMemory;
-using cabinaudio::test::LogCapture;
-
+namespace cabinaudio::test {
 namespace {
 
-constexpr int kError = 6;
-constexpr char kNoMemory[] =
+constexpr char NO_MEMORY[] =
     "Failed to open file(w):/media/flash/nvm/as_server/audio_config, "
     "error:Cannot allocate memory(12)\n";
-constexpr char kNoSpace[] =
+constexpr char NO_SPACE[] =
     "Failed to open file(w):/media/flash/nvm/as_server/audio_config, "
     "error:No space left on device(28)\n";
 
@@ -33,8 +29,6 @@ void fill(AudioConfig& config) {
     config.addTraceItem(trace);
     config.setLogLevel(static_cast<AudioLogLevel>(-2147483647 - 1));
 }
-
-}  // namespace
 
 TEST(WriteBack, IsLoggedAndLostWithoutMemory) {
     if (!FailingMemory::isPossible()) GTEST_SKIP() << "allocations cannot fail in this build";
@@ -50,12 +44,11 @@ TEST(WriteBack, IsLoggedAndLostWithoutMemory) {
         hasFailed = memory.hasFailed();
         if (!hasFailed) break;
         ++failures;
-        EXPECT_EQ(log.count(kError, "AudioConfig", "_storeConfigItems", kNoMemory), 1U)
-            << failures << log.dump();
+        EXPECT_TRUE(logged(log, ERROR, "AudioConfig", "_storeConfigItems", NO_MEMORY)) << failures;
         EXPECT_EQ(log.lines().size(), 1U) << log.dump();
     }
     EXPECT_GT(failures, 0) << "nothing was allocated";
-    EXPECT_TRUE(log.lines().empty()) << log.dump();
+    EXPECT_TRUE(logIsEmpty(log));
     EXPECT_EQ(directory.text(),
               "Dump\n tag=main\n usage=client\n outPath=/tmp/d\n"
               "Trace\n tag=main\n usage=client\n outPath=/tmp/t\n"
@@ -70,6 +63,9 @@ TEST(WriteBack, IsLoggedAndLostOnAFullDisk) {
         AudioConfig config(false);
         fill(config);
     }
-    EXPECT_EQ(log.count(kError, "AudioConfig", "_storeConfigItems", kNoSpace), 1U) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioConfig", "_storeConfigItems", NO_SPACE));
     EXPECT_EQ(log.lines().size(), 1U) << log.dump();
 }
+
+}  // namespace
+}  // namespace cabinaudio::test

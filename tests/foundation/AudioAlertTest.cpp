@@ -2,61 +2,62 @@
 #include <cabinaudio/foundation/AudioAlert.h>
 #include <cabinaudio/foundation/AudioTime.h>
 
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
 
-using cabinaudio::test::LogCapture;
-
+namespace cabinaudio::test {
 namespace {
-
-constexpr int kWarning = 5;
 
 /// The only line, priority checked; it has no padded line number, so it is compared as a whole.
 std::string onlyWarning(const LogCapture& log) {
     const auto lines = log.allLines();
-    if (lines.size() != 1 || lines[0].priority != kWarning || lines[0].tag != "AS")
+    if (lines.size() != 1 || lines[0].priority != WARN || lines[0].tag != "AS")
         return "not one warning: " + log.dump();
     return lines[0].text;
 }
 
-}  // namespace
+struct Alert {
+    const char* name;
+    std::uint32_t cost;
+    std::uint32_t threshold;
+    const char* file;
+    const char* function;
+    std::uint32_t line;
+    const char* expected;
+};
 
-TEST(AnAlert, WithoutThresholdAlwaysLogsTheCost) {
-    const LogCapture log;
-    AudioAlert::alert("S->C", 12, 0, "AudioConnection", "run", 42);
-    EXPECT_EQ(onlyWarning(log), "[AudioConnection][run][42]'S->C' cost time 12us.\n");
+constexpr std::uint32_t MOST = std::numeric_limits<std::uint32_t>::max();
+constexpr Alert ALERTS[] = {
+    {"S->C", 12, 0, "AudioConnection", "run", 42,
+     "[AudioConnection][run][42]'S->C' cost time 12us.\n"},
+    {"S->C", 3001, 3000, "AudioConnection", "run", 42,
+     "[AudioConnection][run][42]'S->C' overtime(3001us > 3000us).\n"},
+    {nullptr, 5, 0, nullptr, nullptr, 7, "[-][-][7]'Unknown' cost time 5us.\n"},
+    {"n", MOST, MOST - 1, "f", "g", MOST,
+     "[f][g][4294967295]'n' overtime(4294967295us > 4294967294us).\n"},
+};
+
+TEST(Alert, LogsTheCostWithoutAThresholdAndBothAboveIt) {
+    for (const Alert& alert : ALERTS) {
+        SCOPED_TRACE(alert.expected);
+        const LogCapture log;
+        AudioAlert::alert(alert.name, alert.cost, alert.threshold, alert.file, alert.function,
+                          alert.line);
+        EXPECT_EQ(onlyWarning(log), alert.expected);
+    }
 }
 
-TEST(AnAlert, AboveItsThresholdLogsBoth) {
-    const LogCapture log;
-    AudioAlert::alert("S->C", 3001, 3000, "AudioConnection", "run", 42);
-    EXPECT_EQ(onlyWarning(log), "[AudioConnection][run][42]'S->C' overtime(3001us > 3000us).\n");
-}
-
-TEST(AnAlert, UpToItsThresholdIsSilent) {
+TEST(Alert, IsSilentUpToItsThreshold) {
     const LogCapture log;
     AudioAlert::alert("S->C", 2999, 3000, "AudioConnection", "run", 42);
     AudioAlert::alert("S->C", 3000, 3000, "AudioConnection", "run", 42);
     EXPECT_TRUE(log.allLines().empty()) << log.dump();
 }
 
-TEST(AnAlert, PrintsStandInsForMissingNames) {
-    const LogCapture log;
-    AudioAlert::alert(nullptr, 5, 0, nullptr, nullptr, 7);
-    EXPECT_EQ(onlyWarning(log), "[-][-][7]'Unknown' cost time 5us.\n");
-}
-
-TEST(AnAlert, PrintsNumbersUnsigned) {
-    const LogCapture log;
-    constexpr std::uint32_t most = std::numeric_limits<std::uint32_t>::max();
-    AudioAlert::alert("n", most, most - 1, "f", "g", most);
-    EXPECT_EQ(onlyWarning(log), "[f][g][4294967295]'n' overtime(4294967295us > 4294967294us).\n");
-}
-
-TEST(AnAutoAlert, WithoutThresholdLogsTheCostOfItsScope) {
+TEST(AutoAlert, LogsTheCostOfItsScopeWithoutAThreshold) {
     const LogCapture log;
     const std::uint64_t before = AudioTime::now();
     { const AudioAlert::AutoAlert alert("scope", 0, "file", "function", 9); }
@@ -69,7 +70,7 @@ TEST(AnAutoAlert, WithoutThresholdLogsTheCostOfItsScope) {
     EXPECT_LE(cost, span);
 }
 
-TEST(AnAutoAlert, LogsAScopeThatTakesTooLong) {
+TEST(AutoAlert, LogsAScopeThatTakesLongerThanTheThreshold) {
     const LogCapture log;
     {
         const AudioAlert::AutoAlert alert("scope", 1999, "file", "function", 9);
@@ -86,8 +87,11 @@ TEST(AnAutoAlert, LogsAScopeThatTakesTooLong) {
     EXPECT_EQ(threshold, 1999U);
 }
 
-TEST(AnAutoAlert, IsSilentAboutAScopeThatIsQuickEnough) {
+TEST(AutoAlert, IsSilentAboutAScopeWithinTheThreshold) {
     const LogCapture log;
     { const AudioAlert::AutoAlert alert("scope", 4000000000U, "file", "function", 9); }
-    EXPECT_TRUE(log.lines().empty()) << log.dump();
+    EXPECT_TRUE(logIsEmpty(log));
 }
+
+}  // namespace
+}  // namespace cabinaudio::test

@@ -14,18 +14,11 @@
 #include <limits>
 #include <thread>
 
-using cabinaudio::test::eventually;
-using cabinaudio::test::exitStatusOf;
-using cabinaudio::test::Failing;
-using cabinaudio::test::forkAndRun;
-using cabinaudio::test::lastSharing;
-using cabinaudio::test::lastTimedWait;
-using cabinaudio::test::SharedObject;
-
+namespace cabinaudio::test {
 namespace {
 
-constexpr int kTimedOut = -110;
-constexpr std::uint64_t kLongMs = 60000;
+constexpr int TIMED_OUT = -110;
+constexpr std::uint64_t LONG_MS = 60000;
 
 /// A flag with the lock and the condition that announce it.
 struct Flag {
@@ -56,20 +49,18 @@ double monotonicSeconds() {
     return seconds(time);
 }
 
-}  // namespace
-
-TEST(ACondition, IsNothingButThePlatformsCondition) {
+TEST(Condition, HasTheSizeOfThePlatformsCondition) {
     EXPECT_EQ(sizeof(AudioCondition), sizeof(pthread_cond_t));
 }
 
-TEST(ACondition, IsSharedBetweenProcessesOnlyWhenAsked) {
+TEST(Condition, IsSharedBetweenProcessesOnlyWhenAsked) {
     const AudioCondition own(false);
     EXPECT_EQ(lastSharing(), PTHREAD_PROCESS_PRIVATE);
     const AudioCondition shared(true);
     EXPECT_EQ(lastSharing(), PTHREAD_PROCESS_SHARED);
 }
 
-TEST(ACondition, WakesItsWaiterWhenItIsSignalled) {
+TEST(Condition, WakesItsWaiterWhenItIsSignalled) {
     Flag flag;
     flag.lock.lock();
     std::thread waker([&] { flag.set(&AudioCondition::signal); });
@@ -80,7 +71,7 @@ TEST(ACondition, WakesItsWaiterWhenItIsSignalled) {
     waker.join();
 }
 
-TEST(ACondition, WakesAllWaitersWhenItIsBroadcast) {
+TEST(Condition, WakesAllWaitersWhenItIsBroadcast) {
     Flag flag;
     std::array<std::thread, 3> waiters;
     int waiting = 0;
@@ -105,76 +96,77 @@ TEST(ACondition, WakesAllWaitersWhenItIsBroadcast) {
     EXPECT_EQ(woken, 3);
 }
 
-TEST(ATimedConditionWait, ReturnsZeroWhenItIsWoken) {
+TEST(Condition, TimedWaitReturnsZeroWhenItIsWoken) {
     Flag flag;
     flag.lock.lock();
     std::thread waker([&] { flag.set(&AudioCondition::signal); });
     std::int32_t result = -1;
     while (!flag.raised)
-        result = flag.changed.waitRelative(flag.lock, kLongMs);
+        result = flag.changed.waitRelative(flag.lock, LONG_MS);
     EXPECT_EQ(result, 0);
     flag.lock.unlock();
     waker.join();
 }
 
-TEST(ATimedConditionWait, EndsAfterItsTime) {
-    AudioMutex lock(false);
-    AudioCondition condition(false);
-    const AudioMutex::AutoLock hold(lock);
+/// A wait without a wake-up.
+class TimedConditionWait : public ::testing::Test {
+protected:
+    /// Holds the lock, as a wait must.
+    std::int32_t wait(std::uint64_t ms) {
+        const AudioMutex::AutoLock hold(lock);
+        return condition.waitRelative(lock, ms);
+    }
+
+    AudioMutex lock{false};
+    AudioCondition condition{false};
+};
+
+TEST_F(TimedConditionWait, EndsAfterItsTime) {
     const std::uint64_t before = AudioTime::now();
     std::int32_t result = 0;
     while (result == 0)
-        result = condition.waitRelative(lock, 20);  // 0 is a spurious wake-up
-    EXPECT_EQ(result, kTimedOut);
+        result = wait(20);  // 0 is a spurious wake-up
+    EXPECT_EQ(result, TIMED_OUT);
     EXPECT_GE(AudioTime::now() - before, 20000U);
 }
 
-TEST(ATimedConditionWait, OfNoTimeEndsAtOnce) {
-    AudioMutex lock(false);
-    AudioCondition condition(false);
-    const AudioMutex::AutoLock hold(lock);
-    EXPECT_EQ(condition.waitRelative(lock, 0), kTimedOut);
+TEST_F(TimedConditionWait, EndsAtOnceWithoutATime) {
+    EXPECT_EQ(wait(0), TIMED_OUT);
 }
 
-TEST(ATimedConditionWait, CountsMillisecondsOnTheMonotonicClock) {
-    AudioMutex lock(false);
-    AudioCondition condition(false);
-    const AudioMutex::AutoLock hold(lock);
+TEST_F(TimedConditionWait, CountsMillisecondsOnTheMonotonicClock) {
     const Failing quick("pthread_cond_timedwait", ETIMEDOUT);
     const double before = monotonicSeconds();
-    EXPECT_EQ(condition.waitRelative(lock, 90000), kTimedOut);
+    EXPECT_EQ(wait(90000), TIMED_OUT);
     const double after = monotonicSeconds();
     EXPECT_GE(seconds(lastTimedWait().deadline), before + 89.9999);
     EXPECT_LE(seconds(lastTimedWait().deadline), after + 90.0001);
 }
 
-TEST(ATimedConditionWait, OfAllTimeDoesNotWrapRound) {
-    AudioMutex lock(false);
-    AudioCondition condition(false);
-    const AudioMutex::AutoLock hold(lock);
+TEST_F(TimedConditionWait, DoesNotWrapRoundForTheLongestTime) {
     const Failing quick("pthread_cond_timedwait", ETIMEDOUT);
-    EXPECT_EQ(condition.waitRelative(lock, std::numeric_limits<std::uint64_t>::max()), kTimedOut);
+    EXPECT_EQ(wait(std::numeric_limits<std::uint64_t>::max()), TIMED_OUT);
     EXPECT_GE(lastTimedWait().deadline.tv_sec, 0x7fffffff);
     EXPECT_GE(lastTimedWait().deadline.tv_nsec, 0);
     EXPECT_LT(lastTimedWait().deadline.tv_nsec, 1000000000);
 }
 
-TEST(ATimedConditionWait, NegatesEveryError) {
-    AudioMutex lock(false);
-    AudioCondition condition(false);
-    const AudioMutex::AutoLock hold(lock);
-    const Failing wait("pthread_cond_timedwait", EPERM);
-    EXPECT_EQ(condition.waitRelative(lock, kLongMs), -EPERM);
+TEST_F(TimedConditionWait, ReturnsAnErrorNegated) {
+    const Failing failing("pthread_cond_timedwait", EPERM);
+    EXPECT_EQ(wait(LONG_MS), -EPERM);
 }
 
-TEST(ASharedCondition, WakesAnotherProcess) {
+TEST(Condition, WakesAnotherProcessWhenItIsShared) {
     SharedObject<SharedFlag> flag;
     const pid_t child = forkAndRun([&] {
         const AudioMutex::AutoLock hold(flag->lock);
         while (!flag->raised)
-            if (flag->changed.waitRelative(flag->lock, kLongMs) != 0) return 1;
+            if (flag->changed.waitRelative(flag->lock, LONG_MS) != 0) return 1;
         return 0;
     });
     flag->set(&AudioCondition::signal);
     EXPECT_EQ(exitStatusOf(child), 0);
 }
+
+}  // namespace
+}  // namespace cabinaudio::test

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/foundation/AudioMark.h>
 
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 
 #include <gtest/gtest.h>
 
-using cabinaudio::test::LogCapture;
+namespace cabinaudio::test {
+namespace {
 
-TEST(AMark, IsSilentAndTakesAnything) {
+TEST(Mark, IsSilentForAnyArguments) {
     const LogCapture log;
     {
         const AudioMark::AutoMark mark("file", "function", 1);
@@ -15,5 +16,8 @@ TEST(AMark, IsSilentAndTakesAnything) {
         AudioMark::mark("file", "function");
         AudioMark::mark(nullptr, nullptr);
     }
-    EXPECT_TRUE(log.lines().empty()) << log.dump();
+    EXPECT_TRUE(logIsEmpty(log));
 }
+
+}  // namespace
+}  // namespace cabinaudio::test

@@ -2,22 +2,19 @@
 #include <cabinaudio/foundation/AudioMath.h>
 
 #include "tests/foundation/Child.h"
+#include "tests/support/OnThreads.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
-#include <thread>
 
-using cabinaudio::test::ChildEnd;
-using cabinaudio::test::runInChild;
-
+namespace cabinaudio::test {
 namespace {
 
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float INFINITE = std::numeric_limits<float>::infinity();
 
 /// Decibels of a table row.
 float stepDb(int row) {
@@ -62,37 +59,35 @@ private:
     std::int64_t mState = 868346455;
 };
 
-}  // namespace
-
-TEST(TheAmplitudeTable, HoldsTheFormulaWithEightDecimals) {
+TEST(AmplitudeTable, HoldsTheFormulaRoundedToEightDecimals) {
     for (int row = 0; row < 256; ++row)
         EXPECT_EQ(tableAmplitude(row), writtenAmplitude(row)) << "row " << row;
 }
 
-TEST(TheAmplitudeTable, HasItsFixedPoints) {
+TEST(AmplitudeTable, HasSilenceUnityAndTheMaximumInTheirRows) {
     EXPECT_EQ(tableAmplitude(0), 0.0F);
     EXPECT_EQ(tableAmplitude(1), 0.00000708F);
     EXPECT_EQ(tableAmplitude(207), 1.0F);
     EXPECT_EQ(tableAmplitude(255), 15.848933F);
 }
 
-TEST(AmplitudeOfDecibels, IsSilenceAndUnityWhereExpected) {
+TEST(AmplitudeOfDecibels, IsSilenceAtTheLowestAndUnityAtZeroDecibels) {
     EXPECT_EQ(audioMathPow10Extend(-103.5F), 0.0F);
     EXPECT_EQ(audioMathPow10Extend(0.0F), 1.0F);
     EXPECT_EQ(audioMathPow10Extend(24.0F), 15.848933F);
 }
 
-TEST(AmplitudeOfDecibels, CutsBetweenTwoStepsInsteadOfRounding) {
+TEST(AmplitudeOfDecibels, IsThatOfTheLowerStepBetweenTwoSteps) {
     EXPECT_EQ(audioMathPow10Extend(-0.3F), tableAmplitude(206));
     EXPECT_EQ(audioMathPow10Extend(-0.01F), tableAmplitude(206));
     EXPECT_EQ(audioMathPow10Extend(0.49F), 1.0F);
     EXPECT_EQ(audioMathPow10Extend(-103.01F), 0.0F);
 }
 
-TEST(AmplitudeOfDecibels, StaysInsideTheTable) {
-    for (const float low : {-103.6F, -104.0F, -1e9F, -kInfinity})
+TEST(AmplitudeOfDecibels, IsLimitedToTheTableOutsideItsRange) {
+    for (const float low : {-103.6F, -104.0F, -1e9F, -INFINITE})
         EXPECT_EQ(audioMathPow10Extend(low), 0.0F) << low;
-    for (const float high : {24.1F, 24.5F, 1e9F, kInfinity})
+    for (const float high : {24.1F, 24.5F, 1e9F, INFINITE})
         EXPECT_EQ(audioMathPow10Extend(high), 15.848933F) << high;
     EXPECT_EQ(audioMathPow10Extend(std::numeric_limits<float>::quiet_NaN()), 0.0F);
 }
@@ -102,13 +97,13 @@ TEST(DecibelsOfAmplitude, AreExactOnEveryStep) {
         EXPECT_EQ(audioMathLog10Extend(tableAmplitude(row)), stepDb(row)) << "row " << row;
 }
 
-TEST(DecibelsOfAmplitude, HaveTheirFixedPoints) {
+TEST(DecibelsOfAmplitude, AreKnownForSilenceUnityAndTheMaximum) {
     EXPECT_EQ(audioMathLog10Extend(0.0F), -103.5F);
     EXPECT_EQ(audioMathLog10Extend(1.0F), 0.0F);
     EXPECT_EQ(audioMathLog10Extend(100.0F), 24.0F);
 }
 
-TEST(DecibelsOfAmplitude, GoToTheNearerStepAndMidpointsUp) {
+TEST(DecibelsOfAmplitude, AreThoseOfTheNearerStepAndOfTheUpperAtMidpoints) {
     for (int row = 0; row < 255; ++row) {
         const float low = tableAmplitude(row);
         const float high = tableAmplitude(row + 1);
@@ -123,17 +118,17 @@ TEST(DecibelsOfAmplitude, GoToTheNearerStepAndMidpointsUp) {
     EXPECT_EQ(audioMathLog10Extend(std::nextafter(midpoint, 0.0F)), -103.5F);
 }
 
-TEST(DecibelsOfAmplitude, StayInTheTablesRange) {
+TEST(DecibelsOfAmplitude, AreLimitedToTheTableOutsideItsRange) {
     EXPECT_EQ(audioMathLog10Extend(-1.0F), -103.5F);
-    EXPECT_EQ(audioMathLog10Extend(-kInfinity), -103.5F);
+    EXPECT_EQ(audioMathLog10Extend(-INFINITE), -103.5F);
     EXPECT_EQ(audioMathLog10Extend(15.9F), 24.0F);
-    EXPECT_EQ(audioMathLog10Extend(kInfinity), 24.0F);
+    EXPECT_EQ(audioMathLog10Extend(INFINITE), 24.0F);
     const float unknown = audioMathLog10Extend(std::numeric_limits<float>::quiet_NaN());
     EXPECT_GE(unknown, -103.5F);
     EXPECT_LE(unknown, 24.0F);
 }
 
-TEST(TheNoise, StartsTheSameInEveryProcess) {
+TEST(Noise, StartsWithTheSameNumbersInEveryProcess) {
     const ChildEnd end = runInChild([] {
         for (const std::int32_t first : {5368688, 5018199, -1547416, -1393704, 5049805})
             EXPECT_EQ(audioMathRandn(), first);
@@ -141,7 +136,7 @@ TEST(TheNoise, StartsTheSameInEveryProcess) {
     EXPECT_TRUE(end.passed()) << end.output;
 }
 
-TEST(TheNoise, FollowsItsGeneratorForALongTime) {
+TEST(Noise, EqualsItsModelFor200000Numbers) {
     const ChildEnd end = runInChild([] {
         NoiseModel model;
         for (int i = 0; i < 200000; ++i) {
@@ -153,22 +148,17 @@ TEST(TheNoise, FollowsItsGeneratorForALongTime) {
     EXPECT_TRUE(end.passed()) << end.output;
 }
 
-TEST(TheNoise, MayBeDrawnByThreadsAtTheSameTime) {
+TEST(Noise, StaysInItsRangeWhenThreadsDrawAtTheSameTime) {
     const ChildEnd end = runInChild([] {
-        std::array<std::thread, 4> threads;
-        for (std::thread& thread : threads) {
-            thread = std::thread([] {
-                for (int i = 0; i < 10000; ++i)
-                    EXPECT_LE(std::abs(audioMathRandn()), 5400000);
-            });
-        }
-        for (std::thread& thread : threads)
-            thread.join();
+        onThreads(4, [](int) {
+            for (int i = 0; i < 10000; ++i)
+                EXPECT_LE(std::abs(audioMathRandn()), 5400000);
+        });
     });
     EXPECT_TRUE(end.passed()) << end.output;
 }
 
-TEST(TheMicrophoneGainTable, HasARowForEachWholeDecibel) {
+TEST(MicrophoneGainTable, HasARowForEachWholeDecibel) {
     ASSERT_EQ(sizeof(gmic_gain_table), 568U);
     for (int gain = -24; gain <= 46; ++gain) {
         const GmicGain& row = gmic_gain_table[gain + 24];
@@ -191,3 +181,6 @@ TEST(TheMicrophoneGainTable, HasARowForEachWholeDecibel) {
         EXPECT_EQ(row.op + row.pga, total) << gain;
     }
 }
+
+}  // namespace
+}  // namespace cabinaudio::test

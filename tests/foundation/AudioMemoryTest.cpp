@@ -2,15 +2,14 @@
 #include <cabinaudio/foundation/AudioMemory.h>
 
 #include "tests/foundation/Child.h"
+#include "tests/support/Row.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
 #include <csignal>
 #include <cstring>
-
-using cabinaudio::test::ChildEnd;
-using cabinaudio::test::runInChild;
+#include <string>
 
 extern "C" {
 // A sanitizer's allocator should fail like any other, and 4 GiB should be too much for it.
@@ -24,9 +23,10 @@ const char* __tsan_default_options() {
 __attribute__((weak)) std::size_t __sanitizer_get_heap_size();
 }
 
+namespace cabinaudio::test {
 namespace {
 
-constexpr std::uint32_t kTooMuch = 0xffffffff;
+constexpr std::uint32_t TOO_MUCH = 0xffffffff;
 
 /// Leaves less than 4 GiB. A sanitizer needs its address space and is limited by the options above.
 void limitMemory() {
@@ -35,9 +35,7 @@ void limitMemory() {
     EXPECT_EQ(setrlimit(RLIMIT_AS, &limit), 0);
 }
 
-}  // namespace
-
-TEST(TheAllocator, GivesBlocksThatCanBeWrittenAndReleased) {
+TEST(Allocator, GivesBlocksThatCanBeWrittenAndReleased) {
     void* const block = AudioNormalMalloc(1000);
     ASSERT_NE(block, nullptr);
     std::memset(block, 0x5a, 1000);
@@ -45,13 +43,13 @@ TEST(TheAllocator, GivesBlocksThatCanBeWrittenAndReleased) {
     AudioNormalFree(block);
 }
 
-TEST(TheAllocator, NeverGivesNullNotEvenForNothing) {
+TEST(Allocator, GivesABlockForNoBytes) {
     void* const block = AudioNormalMalloc(0);
     EXPECT_NE(block, nullptr);
     AudioNormalFree(block);
 }
 
-TEST(TheAllocator, KeepsTheContentsWhenItResizes) {
+TEST(Allocator, KeepsTheContentsWhenItResizes) {
     void* block = AudioNormalMalloc(4);
     std::memcpy(block, "abc", 4);
     block = AudioNormalRealloc(block, 100000);
@@ -59,45 +57,51 @@ TEST(TheAllocator, KeepsTheContentsWhenItResizes) {
     AudioNormalFree(block);
 }
 
-TEST(TheAllocator, ResizesNullIntoANewBlock) {
+TEST(Allocator, GivesANewBlockWhenItResizesNull) {
     void* const block = AudioNormalRealloc(nullptr, 16);
     ASSERT_NE(block, nullptr);
     std::memset(block, 0, 16);
     AudioNormalFree(block);
 }
 
-TEST(TheAllocator, ReleasesNullWithoutEffect) {
+TEST(Allocator, ReleasesNullWithoutEffect) {
     const ChildEnd end = runInChild([] { AudioNormalFree(nullptr); });
     EXPECT_TRUE(end.passed()) << end.status;
     EXPECT_EQ(end.output, "");
 }
 
-TEST(AnExhaustedAllocator, NamesItsFixedLineAndEndsTheProcess) {
-    const ChildEnd end = runInChild([] {
-        limitMemory();
-        AudioNormalFree(AudioNormalMalloc(kTooMuch));
-    });
+struct Exhaustion : Row {
+    void (*allocate)();
+    const char* line;  // the last of the process
+};
+
+class ExhaustedAllocator : public ::testing::TestWithParam<Exhaustion> {};
+
+TEST_P(ExhaustedAllocator, LogsItsFixedLineNumberAndEndsTheProcess) {
+    const ChildEnd end = runInChild([] { GetParam().allocate(); });
     EXPECT_TRUE(end.killedBy(SIGABRT)) << end.status;
-    EXPECT_NE(end.output.find("6 [AudioMemory][AudioNormalMalloc][0008]AUDIO ASSERT(buf)!\n"),
-              std::string::npos)
-        << end.output;
+    EXPECT_NE(end.output.find(GetParam().line), std::string::npos) << end.output;
 }
 
-TEST(AnExhaustedAllocator, EndsTheProcessWhenItResizes) {
-    const ChildEnd end = runInChild([] {
-        limitMemory();
-        AudioNormalFree(AudioNormalRealloc(AudioNormalMalloc(16), kTooMuch));
-    });
-    EXPECT_TRUE(end.killedBy(SIGABRT)) << end.status;
-    EXPECT_NE(end.output.find("6 [AudioMemory][AudioNormalRealloc][0022]AUDIO ASSERT(buf)!\n"),
-              std::string::npos)
-        << end.output;
-}
+constexpr Exhaustion EXHAUSTIONS[] = {
+    {"ByANewBlock",
+     [] {
+         limitMemory();
+         AudioNormalFree(AudioNormalMalloc(TOO_MUCH));
+     },
+     "6 [AudioMemory][AudioNormalMalloc][0008]AUDIO ASSERT(buf)!\n"},
+    {"ByALargerBlock",
+     [] {
+         limitMemory();
+         AudioNormalFree(AudioNormalRealloc(AudioNormalMalloc(16), TOO_MUCH));
+     },
+     "6 [AudioMemory][AudioNormalRealloc][0022]AUDIO ASSERT(buf)!\n"},
+    {"ByABlockResizedToNothing",
+     [] { AudioNormalFree(AudioNormalRealloc(AudioNormalMalloc(16), 0)); },
+     "6 [AudioMemory][AudioNormalRealloc][0022]AUDIO ASSERT(buf)!\n"},
+};
 
-TEST(TheAllocator, TakesABlockResizedToNothingForExhaustion) {
-    const ChildEnd end =
-        runInChild([] { AudioNormalFree(AudioNormalRealloc(AudioNormalMalloc(16), 0)); });
-    EXPECT_TRUE(end.killedBy(SIGABRT)) << end.status;
-    EXPECT_NE(end.output.find("[AudioNormalRealloc][0022]AUDIO ASSERT(buf)!\n"), std::string::npos)
-        << end.output;
-}
+INSTANTIATE_TEST_SUITE_P(Exhausted, ExhaustedAllocator, ::testing::ValuesIn(EXHAUSTIONS), ROW_NAME);
+
+}  // namespace
+}  // namespace cabinaudio::test

@@ -3,19 +3,16 @@
 
 #include "tests/foundation/Platform.h"
 #include "tests/foundation/SharedObject.h"
+#include "tests/support/OnThreads.h"
 
 #include <gtest/gtest.h>
 
 #include <thread>
 
-using cabinaudio::test::exitStatusOf;
-using cabinaudio::test::forkAndRun;
-using cabinaudio::test::lastSharing;
-using cabinaudio::test::SharedObject;
-
+namespace cabinaudio::test {
 namespace {
 
-constexpr int kBusy = -16;
+constexpr int BUSY = -16;
 
 std::int32_t tryLockOnAnotherThread(AudioMutex& mutex) {
     std::int32_t result = 1;
@@ -30,7 +27,7 @@ std::int32_t tryLockOnAnotherThread(AudioMutex& mutex) {
 void tryTwice() CABINAUDIO_UNCHECKED_LOCKING {
     AudioMutex mutex(false);
     ASSERT_EQ(mutex.tryLock(), 0);
-    EXPECT_EQ(mutex.tryLock(), kBusy);
+    EXPECT_EQ(mutex.tryLock(), BUSY);
     mutex.unlock();
 }
 
@@ -39,58 +36,53 @@ struct SharedMutex {
     long value = 0;
 };
 
-}  // namespace
-
-TEST(AMutex, IsNothingButThePlatformsMutex) {
+TEST(Mutex, HasTheSizeOfThePlatformsMutex) {
     EXPECT_EQ(sizeof(AudioMutex), sizeof(pthread_mutex_t));
     EXPECT_EQ(sizeof(AudioMutex::AutoLock), sizeof(void*));
 }
 
-TEST(AMutex, IsSharedBetweenProcessesOnlyWhenAsked) {
+TEST(Mutex, IsSharedBetweenProcessesOnlyWhenAsked) {
     const AudioMutex own(false);
     EXPECT_EQ(lastSharing(), PTHREAD_PROCESS_PRIVATE);
     const AudioMutex shared(true);
     EXPECT_EQ(lastSharing(), PTHREAD_PROCESS_SHARED);
 }
 
-TEST(AMutex, IsRefusedToAnotherThreadWhileItIsHeld) {
+TEST(Mutex, IsRefusedToAnotherThreadWhileItIsHeld) {
     AudioMutex mutex(false);
     EXPECT_EQ(tryLockOnAnotherThread(mutex), 0);
     mutex.lock();
-    EXPECT_EQ(tryLockOnAnotherThread(mutex), kBusy);
+    EXPECT_EQ(tryLockOnAnotherThread(mutex), BUSY);
     mutex.unlock();
     EXPECT_EQ(tryLockOnAnotherThread(mutex), 0);
 }
 
-TEST(AMutex, IsNotRecursive) {
+TEST(Mutex, IsRefusedToTheThreadThatHoldsIt) {
     tryTwice();
 }
 
-TEST(AMutex, IsHeldForTheLifeOfAnAutoLock) {
+TEST(Mutex, IsHeldForTheLifeOfAnAutoLock) {
     AudioMutex mutex(false);
     {
         const AudioMutex::AutoLock lock(mutex);
-        EXPECT_EQ(tryLockOnAnotherThread(mutex), kBusy);
+        EXPECT_EQ(tryLockOnAnotherThread(mutex), BUSY);
     }
     EXPECT_EQ(tryLockOnAnotherThread(mutex), 0);
 }
 
-TEST(AMutex, LetsOneThreadInAtATime) {
+TEST(Mutex, IsHeldByOneThreadAtATime) {
     AudioMutex mutex(false);
     long value = 0;
-    const auto count = [&] {
+    onThreads(2, [&](int) {
         for (int i = 0; i < 20000; ++i) {
             const AudioMutex::AutoLock lock(mutex);
             value = value + 1;
         }
-    };
-    std::thread other(count);
-    count();
-    other.join();
+    });
     EXPECT_EQ(value, 40000);
 }
 
-TEST(ASharedMutex, LetsOneProcessInAtATime) {
+TEST(Mutex, IsHeldByOneProcessAtATimeWhenItIsShared) {
     SharedObject<SharedMutex> shared;
     const auto count = [&] {
         for (int i = 0; i < 20000; ++i) {
@@ -105,3 +97,6 @@ TEST(ASharedMutex, LetsOneProcessInAtATime) {
     EXPECT_EQ(exitStatusOf(child), 0);
     EXPECT_EQ(shared->value, 40000);
 }
+
+}  // namespace
+}  // namespace cabinaudio::test

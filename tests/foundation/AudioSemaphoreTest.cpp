@@ -4,62 +4,30 @@
 
 #include "tests/foundation/Platform.h"
 #include "tests/foundation/SharedObject.h"
-#include "tests/support/LogCapture.h"
+#include "tests/foundation/Signals.h"
+#include "tests/support/Logged.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
-#include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <limits>
 #include <thread>
 
-using cabinaudio::test::exitStatusOf;
-using cabinaudio::test::Failing;
-using cabinaudio::test::forkAndRun;
-using cabinaudio::test::lastTimedWait;
-using cabinaudio::test::LogCapture;
-using cabinaudio::test::SharedObject;
-
+namespace cabinaudio::test {
 namespace {
 
-constexpr int kDebug = 3;
-constexpr int kError = 6;
-constexpr std::uint64_t kLongMs = 60000;
+constexpr std::uint64_t LONG_MS = 60000;
 
 struct SharedSemaphores {
     AudioSemaphore there{true};
     AudioSemaphore back{true};
 };
 
-/// A plain thread that runs `body` and gets a signal every millisecond until it is done.
-template <typename Body>
-void runUnderSignals(Body body) {
-    struct sigaction action = {};
-    struct sigaction before = {};
-    action.sa_handler = [](int) {};  // without SA_RESTART
-    ASSERT_EQ(sigaction(SIGUSR1, &action, &before), 0);
-    std::atomic<bool> done{false};
-    std::thread thread([&] {
-        body();
-        done = true;
-    });
-    while (!done) {
-        pthread_kill(thread.native_handle(), SIGUSR1);
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    thread.join();
-    ASSERT_EQ(sigaction(SIGUSR1, &before, nullptr), 0);
-}
-
-}  // namespace
-
-TEST(ASemaphore, IsNothingButThePlatformsSemaphore) {
+TEST(Semaphore, HasTheSizeOfThePlatformsSemaphore) {
     EXPECT_EQ(sizeof(AudioSemaphore), sizeof(sem_t));
 }
 
-TEST(ASemaphore, StartsAtZeroAndCounts) {
+TEST(Semaphore, StartsAtZeroAndCounts) {
     AudioSemaphore semaphore(false);
     EXPECT_EQ(semaphore.waitRelative(0), 1);
     semaphore.signal();
@@ -69,7 +37,7 @@ TEST(ASemaphore, StartsAtZeroAndCounts) {
     EXPECT_EQ(semaphore.waitRelative(0), 1);
 }
 
-TEST(ASemaphore, WakesAWaitingThread) {
+TEST(Semaphore, WakesAWaitingThread) {
     AudioSemaphore there(false);
     AudioSemaphore back(false);
     int value = 0;
@@ -85,38 +53,37 @@ TEST(ASemaphore, WakesAWaitingThread) {
     thread.join();
 }
 
-TEST(ASemaphore, EndsAWaitThatASignalInterrupts) {
+TEST(Semaphore, WaitEndsWhenASignalInterruptsIt) {
     const LogCapture log;
     AudioSemaphore semaphore(false);
     runUnderSignals([&] { semaphore.wait(); });
-    EXPECT_EQ(log.count(kDebug, "AudioSemaphore", "wait", "AUDIO IGNORE(sem_wait(&mSem) == 0)!\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(
+        logged(log, DEBUG, "AudioSemaphore", "wait", "AUDIO IGNORE(sem_wait(&mSem) == 0)!\n"));
     EXPECT_EQ(semaphore.waitRelative(0), 1);  // nothing was taken, nothing is owed
 }
 
-TEST(ATimedSemaphoreWait, EndsAfterItsTime) {
+TEST(TimedSemaphoreWait, EndsAfterItsTime) {
     AudioSemaphore semaphore(false);
     const std::uint64_t before = AudioTime::now();
     EXPECT_EQ(semaphore.waitRelative(20), 1);
     EXPECT_GE(AudioTime::now() - before, 20000U);
 }
 
-TEST(ATimedSemaphoreWait, IsWokenByAPost) {
+TEST(TimedSemaphoreWait, IsWokenByAPost) {
     AudioSemaphore semaphore(false);
     std::thread poster([&] { semaphore.signal(); });
-    EXPECT_EQ(semaphore.waitRelative(kLongMs), 0);
+    EXPECT_EQ(semaphore.waitRelative(LONG_MS), 0);
     poster.join();
 }
 
-TEST(ATimedSemaphoreWait, IsSilentWhenItTimesOut) {
+TEST(TimedSemaphoreWait, IsSilentWhenItTimesOut) {
     const LogCapture log;
     AudioSemaphore semaphore(false);
     EXPECT_EQ(semaphore.waitRelative(1), 1);
-    EXPECT_TRUE(log.lines().empty()) << log.dump();
+    EXPECT_TRUE(logIsEmpty(log));
 }
 
-TEST(ATimedSemaphoreWait, CountsMillisecondsOnTheMonotonicClock) {
+TEST(TimedSemaphoreWait, CountsMillisecondsOnTheMonotonicClock) {
     AudioSemaphore semaphore(false);
     const Failing quick("sem_clockwait", ETIMEDOUT);
     AudioTime before;
@@ -130,58 +97,57 @@ TEST(ATimedSemaphoreWait, CountsMillisecondsOnTheMonotonicClock) {
     EXPECT_LE(spanMs, 90500 + 20000);
 }
 
-TEST(ATimedSemaphoreWait, OfAllTimeDoesNotWrapRound) {
+TEST(TimedSemaphoreWait, DoesNotWrapRoundForTheLongestTime) {
     AudioSemaphore semaphore(false);
     const Failing quick("sem_clockwait", ETIMEDOUT);
     EXPECT_EQ(semaphore.waitRelative(std::numeric_limits<std::uint64_t>::max()), 1);
     EXPECT_GE(lastTimedWait().deadline.tv_sec, 0x7fffffff);
 }
 
-TEST(ATimedSemaphoreWait, OfAllTimeIsStillWokenByAPost) {
+TEST(TimedSemaphoreWait, OfTheLongestTimeIsWokenByAPost) {
     AudioSemaphore semaphore(false);
     std::thread poster([&] { semaphore.signal(); });
     EXPECT_EQ(semaphore.waitRelative(std::numeric_limits<std::uint64_t>::max()), 0);
     poster.join();
 }
 
-TEST(ATimedSemaphoreWait, FailsWhenASignalInterruptsIt) {
+TEST(TimedSemaphoreWait, FailsWhenASignalInterruptsIt) {
     const LogCapture log;
     AudioSemaphore semaphore(false);
     std::int32_t result = 0;
-    runUnderSignals([&] { result = semaphore.waitRelative(kLongMs); });
+    runUnderSignals([&] { result = semaphore.waitRelative(LONG_MS); });
     EXPECT_EQ(result, -1);
-    EXPECT_EQ(log.count(kError, "AudioSemaphore", "waitRelative",
-                        "Fail to wait, ret=-1, error=Interrupted system call(4).\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioSemaphore", "waitRelative",
+                       "Fail to wait, ret=-1, error=Interrupted system call(4).\n"));
 }
 
-TEST(ATimedSemaphoreWait, LogsAnyOtherFailure) {
+TEST(TimedSemaphoreWait, LogsAnyOtherFailure) {
     const LogCapture log;
     AudioSemaphore semaphore(false);
     const Failing wait("sem_clockwait", EINVAL);
-    EXPECT_EQ(semaphore.waitRelative(kLongMs), -1);
-    EXPECT_EQ(log.count(kError, "Fail to wait, ret=-1, error=Invalid argument(22).\n"), 1U)
-        << log.dump();
+    EXPECT_EQ(semaphore.waitRelative(LONG_MS), -1);
+    EXPECT_TRUE(logged(log, ERROR, "Fail to wait, ret=-1, error=Invalid argument(22).\n"));
 }
 
-TEST(APost, LogsItsFailure) {
+TEST(Semaphore, LogsAPostThatFails) {
     const LogCapture log;
     AudioSemaphore semaphore(false);
     const Failing post("sem_post", EOVERFLOW);
     semaphore.signal();
-    EXPECT_EQ(log.count(kError, "AudioSemaphore", "signal", "Fail to sem post, ret=-1.\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioSemaphore", "signal", "Fail to sem post, ret=-1.\n"));
 }
 
-TEST(ASharedSemaphore, WakesAnotherProcess) {
+TEST(Semaphore, WakesAnotherProcessWhenItIsShared) {
     SharedObject<SharedSemaphores> shared;
     const pid_t child = forkAndRun([&] {
-        if (shared->there.waitRelative(kLongMs) != 0) return 1;
+        if (shared->there.waitRelative(LONG_MS) != 0) return 1;
         shared->back.signal();
         return 0;
     });
     shared->there.signal();
-    EXPECT_EQ(shared->back.waitRelative(kLongMs), 0);
+    EXPECT_EQ(shared->back.waitRelative(LONG_MS), 0);
     EXPECT_EQ(exitStatusOf(child), 0);
 }
+
+}  // namespace
+}  // namespace cabinaudio::test

@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
-TEST(AStatus, HasTheNumberThatApplicationsKnow) {
+namespace cabinaudio::test {
+namespace {
+
+TEST(Status, HasTheNumberOfTheInterface) {
     EXPECT_EQ(AUDIO_NO_ERROR, 0);
     EXPECT_EQ(AUDIO_NOT_CONNECTED, -1000);
     EXPECT_EQ(AUDIO_NO_MEMORY, -1990);
@@ -14,3 +17,6 @@ TEST(AStatus, HasTheNumberThatApplicationsKnow) {
     EXPECT_EQ(AUDIO_INVALID_STATE, -9998);
     EXPECT_EQ(sizeof(AudioStatus), 4U);
 }
+
+}  // namespace
+}  // namespace cabinaudio::test

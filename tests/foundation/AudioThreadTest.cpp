@@ -4,7 +4,7 @@
 #include "tests/foundation/Child.h"
 #include "tests/foundation/Platform.h"
 #include "tests/foundation/Worker.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/Stack.h"
 
@@ -23,23 +23,8 @@
 #include <string_view>
 #include <thread>
 
-using cabinaudio::test::ChildEnd;
-using cabinaudio::test::eventually;
-using cabinaudio::test::Failing;
-using cabinaudio::test::joins;
-using cabinaudio::test::lastCreation;
-using cabinaudio::test::LogCapture;
-using cabinaudio::test::ProcessState;
-using cabinaudio::test::returnsTo;
-using cabinaudio::test::runInChild;
-using cabinaudio::test::stackBytes;
-using cabinaudio::test::threadNames;
-using cabinaudio::test::Worker;
-
+namespace cabinaudio::test {
 namespace {
-
-constexpr int kDebug = 3;
-constexpr int kError = 6;
 
 bool isThreadName(const std::string& name) {
     const auto names = threadNames();
@@ -68,7 +53,7 @@ std::string fullSignalMask() {
     return mask;
 }
 
-constexpr int kFaultSignals[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT, SIGTRAP};
+constexpr int FAULT_SIGNALS[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT, SIGTRAP};
 
 std::atomic<pthread_t> gBody{};
 
@@ -83,9 +68,7 @@ void say(std::string_view text) {
     EXPECT_EQ(write(STDERR_FILENO, text.data(), text.size()), static_cast<ssize_t>(text.size()));
 }
 
-}  // namespace
-
-TEST(AThread, RunsItsBodyUntilItIsStopped) {
+TEST(Thread, RunsItsBodyUntilItIsStopped) {
     Worker worker;
     EXPECT_FALSE(worker.isRunning());
     EXPECT_EQ(worker.begun(), 0);
@@ -98,7 +81,7 @@ TEST(AThread, RunsItsBodyUntilItIsStopped) {
     EXPECT_EQ(worker.ended(), 1);
 }
 
-TEST(AThread, HasLeftTheProcessWhenItIsJoined) {
+TEST(Thread, HasLeftTheProcessWhenItIsJoined) {
     const ProcessState before = ProcessState::now();
     {
         Worker worker;
@@ -108,31 +91,40 @@ TEST(AThread, HasLeftTheProcessWhenItIsJoined) {
     EXPECT_TRUE(returnsTo(before));
 }
 
-TEST(AThread, IsNamed) {
-    Worker worker("abc");
-    worker.start();
-    EXPECT_TRUE(isThreadName("AS-abc"));
+TEST(Thread, HasItsNameBehindAPrefixCutTo15Characters) {
+    const struct {
+        const char* given;
+        const char* expected;
+    } rows[] = {{"abc", "AS-abc"},
+                {"RealtimeLink", "AS-RealtimeLink"},
+                {"123456789012345", "AS-123456789012"},
+                {nullptr, "AS-Default"}};
+    for (const auto& row : rows) {
+        Worker worker(row.given);
+        worker.start();
+        EXPECT_TRUE(isThreadName(row.expected)) << row.expected;
+    }
 }
 
-TEST(AThread, CutsItsNameToFifteenCharacters) {
-    Worker worker("123456789012345");
-    worker.start();
-    EXPECT_TRUE(isThreadName("AS-123456789012"));
+TEST(Thread, RequestsThePolicyAndPriorityThatItWasGiven) {
+    const struct {
+        std::int32_t priority;
+        AudioThread::Policy policy;
+        Creation expected;
+    } rows[] = {{7, AudioThread::POLICY_FIFO, {PTHREAD_EXPLICIT_SCHED, SCHED_FIFO, 7}},
+                {-1, AudioThread::POLICY_OTHER, {PTHREAD_EXPLICIT_SCHED, SCHED_OTHER, 0}},
+                {1, static_cast<AudioThread::Policy>(9), {PTHREAD_EXPLICIT_SCHED, SCHED_RR, 1}}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.policy);
+        Worker worker("worker", {}, row.priority, row.policy);
+        worker.start();
+        EXPECT_EQ(lastCreation().inherit, row.expected.inherit);
+        EXPECT_EQ(lastCreation().policy, row.expected.policy);
+        EXPECT_EQ(lastCreation().priority, row.expected.priority);
+    }
 }
 
-TEST(AThread, KeepsANameOfTwelveCharacters) {
-    Worker worker("RealtimeLink");
-    worker.start();
-    EXPECT_TRUE(isThreadName("AS-RealtimeLink"));
-}
-
-TEST(AThread, WithoutANameIsTheDefault) {
-    Worker worker(nullptr);
-    worker.start();
-    EXPECT_TRUE(isThreadName("AS-Default"));
-}
-
-TEST(AThread, AsksForRoundRobinAtTheMaximumPriority) {
+TEST(Thread, RequestsRoundRobinAtTheMaximumPriorityByDefault) {
     Worker worker;
     worker.start();
     EXPECT_EQ(lastCreation().inherit, PTHREAD_EXPLICIT_SCHED);
@@ -140,34 +132,13 @@ TEST(AThread, AsksForRoundRobinAtTheMaximumPriority) {
     EXPECT_EQ(lastCreation().priority, sched_get_priority_max(SCHED_RR));
 }
 
-TEST(AThread, AsksForThePolicyAndPriorityItWasGiven) {
-    Worker worker("fifo", {}, 7, AudioThread::POLICY_FIFO);
-    worker.start();
-    EXPECT_EQ(lastCreation().policy, SCHED_FIFO);
-    EXPECT_EQ(lastCreation().priority, 7);
-}
-
-TEST(AThread, AsksForOrdinarySchedulingWhenItIsOther) {
-    Worker worker("other", {}, -1, AudioThread::POLICY_OTHER);
-    worker.start();
-    EXPECT_EQ(lastCreation().policy, SCHED_OTHER);
-    EXPECT_EQ(lastCreation().priority, 0);
-}
-
-TEST(AThread, TakesAnUnknownPolicyForRoundRobin) {
-    Worker worker("odd", {}, 1, static_cast<AudioThread::Policy>(9));
-    worker.start();
-    EXPECT_EQ(lastCreation().policy, SCHED_RR);
-    EXPECT_EQ(lastCreation().priority, 1);
-}
-
-TEST(AThread, HasItsPolicyNumbers) {
+TEST(Thread, HasThePolicyNumbersOfTheInterface) {
     EXPECT_EQ(AudioThread::POLICY_RR, 0);
     EXPECT_EQ(AudioThread::POLICY_FIFO, 1);
     EXPECT_EQ(AudioThread::POLICY_OTHER, 2);
 }
 
-TEST(AThread, BlocksAllSignalsButThoseOfFaults) {
+TEST(Thread, BlocksAllSignalsButThoseOfFaults) {
     const std::string before = signalMask();
     std::string during;
     Worker worker("deaf", [&](Worker&) { during = signalMask(); });
@@ -175,7 +146,7 @@ TEST(AThread, BlocksAllSignalsButThoseOfFaults) {
     EXPECT_EQ(signalMask(), before);
     worker.end();
     std::string expected = fullSignalMask();
-    for (const int signal : kFaultSignals)
+    for (const int signal : FAULT_SIGNALS)
         expected[static_cast<std::size_t>(signal) - 1] = '0';
     EXPECT_EQ(during, expected);
     for (const int signal : {SIGHUP, SIGINT, SIGUSR1, SIGALRM, SIGTERM, SIGRTMIN}) {
@@ -184,7 +155,7 @@ TEST(AThread, BlocksAllSignalsButThoseOfFaults) {
     }
 }
 
-TEST(AThread, HearsSignalsOfFaultsThatItsCreatorBlocks) {
+TEST(Thread, UnblocksSignalsOfFaultsThatItsCreatorBlocks) {
     sigset_t all;
     sigset_t before;
     sigfillset(&all);
@@ -196,12 +167,12 @@ TEST(AThread, HearsSignalsOfFaultsThatItsCreatorBlocks) {
     EXPECT_EQ(signalMask(), blocked);
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     worker.end();
-    for (const int signal : kFaultSignals)
+    for (const int signal : FAULT_SIGNALS)
         EXPECT_EQ(during[static_cast<std::size_t>(signal) - 1], '0') << signal;
     EXPECT_EQ(during[SIGTERM - 1], '1');
 }
 
-TEST(AThread, LeavesASignalPendingThatItsCreatorBlocks) {
+TEST(Thread, LeavesASignalPendingThatItsCreatorBlocks) {
     const ChildEnd end = runInChild([] {
         sigset_t abort;
         sigemptyset(&abort);
@@ -215,7 +186,7 @@ TEST(AThread, LeavesASignalPendingThatItsCreatorBlocks) {
     EXPECT_TRUE(end.passed()) << end.output;
 }
 
-TEST(AThread, RunsTheHandlerOfAFaultInItsBody) {
+TEST(Thread, RunsTheHandlerOfAFaultInItsBody) {
     const ChildEnd end = runInChild([] {
         handle(SIGSEGV, [](int) {
             say(pthread_equal(pthread_self(), gBody) != 0 ? "on the body's thread" : "elsewhere");
@@ -234,7 +205,7 @@ TEST(AThread, RunsTheHandlerOfAFaultInItsBody) {
     EXPECT_EQ(end.output, "on the body's thread");
 }
 
-TEST(AThread, RunsNoHandlerOfAnotherSignal) {
+TEST(Thread, RunsNoHandlerOfASignalThatIsNoFault) {
     const ChildEnd end = runInChild([] {
         static std::atomic<unsigned> handled{0};
         for (const int signal : {SIGTERM, SIGUSR1})
@@ -259,7 +230,7 @@ TEST(AThread, RunsNoHandlerOfAnotherSignal) {
     EXPECT_EQ(end.output, "");
 }
 
-TEST(AThread, HasTheSystemsStack) {
+TEST(Thread, HasAStackOfTheSystemsSize) {
     std::size_t expected = 0;
     std::thread([&] { expected = stackBytes(); }).join();
     std::size_t stack = 0;
@@ -270,19 +241,18 @@ TEST(AThread, HasTheSystemsStack) {
     EXPECT_EQ(stack, expected);
 }
 
-TEST(AThread, RefusesASecondStart) {
+TEST(Thread, RefusesASecondStart) {
     const LogCapture log;
     Worker worker("twice");
     worker.start();
     worker.start();
-    EXPECT_EQ(log.count(kError, "AudioThread", "start", "Thread(AS-twice) has been run already.\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(
+        logged(log, ERROR, "AudioThread", "start", "Thread(AS-twice) has been run already.\n"));
     worker.end();
     EXPECT_EQ(worker.begun(), 1);
 }
 
-TEST(AThread, StartsAgainAfterItWasJoined) {
+TEST(Thread, StartsAgainAfterItWasJoined) {
     const LogCapture log;
     Worker worker;
     for (int round = 1; round <= 3; ++round) {
@@ -291,30 +261,30 @@ TEST(AThread, StartsAgainAfterItWasJoined) {
         worker.end();
         EXPECT_EQ(worker.ended(), round);
     }
-    EXPECT_TRUE(log.lines().empty()) << log.dump();
+    EXPECT_TRUE(logIsEmpty(log));
 }
 
-TEST(AThread, DoesNotJoinItself) {
+TEST(Thread, LogsADeadlockWhenItJoinsItself) {
     const LogCapture log;
     Worker worker("self", [](Worker& self) { self.join(); });
     worker.start();
-    EXPECT_TRUE(log.waitFor(kError, "Thread(AS-self) DEAD LOCK.\n")) << log.dump();
-    EXPECT_EQ(log.count(kError, "AudioThread", "join", "Thread(AS-self) DEAD LOCK.\n"), 1U);
+    EXPECT_TRUE(log.waitFor(ERROR, "Thread(AS-self) DEAD LOCK.\n")) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioThread", "join", "Thread(AS-self) DEAD LOCK.\n"));
     worker.end();  // it is still there to be joined
     EXPECT_EQ(worker.ended(), 1);
 }
 
-TEST(AThread, MayStopItself) {
+TEST(Thread, EndsWhenItStopsItself) {
     const LogCapture log;
     Worker worker("self", [](Worker& self) { self.stop(); });
     worker.start();
     EXPECT_TRUE(eventually([&] { return worker.ended() == 1; }));
-    EXPECT_EQ(log.count(kError, "Thread(AS-self) DEAD LOCK.\n"), 1U) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "Thread(AS-self) DEAD LOCK.\n"));
     worker.end();
     EXPECT_EQ(log.lines().size(), 1U) << log.dump();
 }
 
-TEST(AThread, ThatStoppedItselfStartsAgain) {
+TEST(Thread, StartsAgainAfterItStoppedItself) {
     const LogCapture log;
     Worker worker("self", [](Worker& self) { self.stop(); });
     for (int round = 1; round <= 3; ++round) {
@@ -322,11 +292,11 @@ TEST(AThread, ThatStoppedItselfStartsAgain) {
         EXPECT_TRUE(eventually([&] { return worker.ended() == round; }));
     }
     worker.end();
-    EXPECT_EQ(log.count(kError, "Thread(AS-self) DEAD LOCK.\n"), 3U) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "Thread(AS-self) DEAD LOCK.\n", 3));
     EXPECT_EQ(log.lines().size(), 3U) << log.dump();
 }
 
-TEST(AThread, IsSilentWhenItJoinsItselfWhileItsOwnerAlreadyDoes) {
+TEST(Thread, IsSilentWhenItJoinsItselfWhileItsOwnerJoinsIt) {
     const LogCapture log;
     std::atomic<bool> go{false};
     Worker worker("late", [&](Worker& self) {
@@ -339,11 +309,11 @@ TEST(AThread, IsSilentWhenItJoinsItselfWhileItsOwnerAlreadyDoes) {
     EXPECT_TRUE(eventually([&] { return joins() != before; }));
     go = true;
     owner.join();
-    EXPECT_EQ(log.count(kError, "Thread(AS-late) DEAD LOCK.\n"), 0U) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "Thread(AS-late) DEAD LOCK.\n", 0));
     EXPECT_EQ(worker.ended(), 1);
 }
 
-TEST(AThread, IsJoinedOnce) {
+TEST(Thread, IsJoinedOnceByRepeatedCalls) {
     const LogCapture log;
     Worker worker;
     worker.join();  // nothing to join yet
@@ -353,10 +323,10 @@ TEST(AThread, IsJoinedOnce) {
     worker.join();
     worker.stop();
     EXPECT_EQ(joins() - before, 1U);
-    EXPECT_TRUE(log.lines().empty()) << log.dump();
+    EXPECT_TRUE(logIsEmpty(log));
 }
 
-TEST(AThreadThatCannotStart, SaysWhyAndIsNotRunning) {
+TEST(Thread, LogsTheReasonWhenItCannotStart) {
     const LogCapture log;
     Worker worker("refused");
     {
@@ -365,17 +335,15 @@ TEST(AThreadThatCannotStart, SaysWhyAndIsNotRunning) {
         worker.start();
         EXPECT_TRUE(create.happened());
     }
-    EXPECT_EQ(log.count(kError, "AudioThread", "start",
-                        "Fail to start thread(AS-refused) because "
-                        "Inappropriate ioctl for device(25), ret=1.\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioThread", "start",
+                       "Fail to start thread(AS-refused) because "
+                       "Inappropriate ioctl for device(25), ret=1.\n"));
     EXPECT_FALSE(worker.isRunning());
     worker.join();  // returns: there is nothing to wait for
     EXPECT_EQ(worker.begun(), 0);
 }
 
-TEST(AThreadThatCannotStart, MayTryAgain) {
+TEST(Thread, StartsAgainAfterAFailedStart) {
     const LogCapture log;
     Worker worker("again");
     {
@@ -385,15 +353,13 @@ TEST(AThreadThatCannotStart, MayTryAgain) {
     worker.start();
     EXPECT_TRUE(eventually([&] { return worker.begun() == 1; }));
     worker.end();
-    EXPECT_EQ(log.countMatching(kError,
-                                "Fail to start thread\\(AS-again\\) because .*\\([0-9]+\\), "
-                                "ret=11\\.\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(loggedLike(log, ERROR,
+                           "Fail to start thread\\(AS-again\\) because .*\\([0-9]+\\), "
+                           "ret=11\\.\n"));
     EXPECT_EQ(log.lines().size(), 1U) << log.dump();
 }
 
-TEST(AThreadThatCannotStart, LeavesNothingToJoinOfASelfStoppedPredecessor) {
+TEST(Thread, HasNothingToJoinAfterAFailedStartThatFollowsASelfStop) {
     Worker worker("self", [](Worker& self) { self.stop(); });
     worker.start();
     EXPECT_TRUE(eventually([&] { return worker.ended() == 1; }));
@@ -405,17 +371,16 @@ TEST(AThreadThatCannotStart, LeavesNothingToJoinOfASelfStoppedPredecessor) {
     EXPECT_EQ(worker.begun(), 1);
 }
 
-TEST(AThread, WithImpossiblePriorityLogsThatAndDoesNotStart) {
+TEST(Thread, LogsAnImpossiblePriorityAndDoesNotStart) {
     const LogCapture log;
     Worker worker("loud", {}, 1000);
     worker.start();
-    EXPECT_EQ(log.count(kDebug, "AudioThread", "start",
-                        "AUDIO IGNORE(pthread_attr_setschedparam(&attr, &param) == 0)!\n"),
-              1U)
-        << log.dump();
-    EXPECT_EQ(log.countMatching(
-                  kError, "Fail to start thread\\(AS-loud\\) because .*\\([0-9]+\\), ret=22\\.\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, DEBUG, "AudioThread", "start",
+                       "AUDIO IGNORE(pthread_attr_setschedparam(&attr, &param) == 0)!\n"));
+    EXPECT_TRUE(loggedLike(
+        log, ERROR, "Fail to start thread\\(AS-loud\\) because .*\\([0-9]+\\), ret=22\\.\n"));
     EXPECT_FALSE(worker.isRunning());
 }
+
+}  // namespace
+}  // namespace cabinaudio::test

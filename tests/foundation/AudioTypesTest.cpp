@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/foundation/AudioTypes.h>
 
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
+#include "tests/support/Row.h"
 
 #include <gtest/gtest.h>
 
@@ -11,46 +12,119 @@
 #include <string>
 #include <vector>
 
-// Every table is written down here once more as plain numbers, and every key from -2 to 300 that
-// is not in it must give the default.
-
+namespace cabinaudio::test {
 namespace {
 
-using Numbers = std::map<int, int>;  // key to result
+/// A public number as the library's parameter.
+template <typename Enum>
+Enum as(int number) {
+    return static_cast<Enum>(number);
+}
 
-template <typename Convert>
-void expectTable(const Numbers& table, int otherwise, Convert convert) {
-    for (int key = -2; key <= 300; ++key) {
-        const auto row = table.find(key);
-        const int expected = row != table.end() ? row->second : otherwise;
-        EXPECT_EQ(static_cast<int>(convert(key)), expected) << "key " << key;
+// Every table is written down here once more as plain numbers and texts, and every key from -2 to
+// 300 that is not in it must give the default.
+
+using Numbers = std::map<int, int>;        // key to result
+using Texts = std::map<int, std::string>;  // key to result, empty otherwise
+
+const Numbers CODEC_TYPES = {{0, 0},  {3, 51}, {4, 16}, {5, 19}, {6, 64},
+                             {7, 65}, {8, 32}, {9, 0},  {10, 0}, {11, 16}};
+const Texts TAGS = {{0, "main"},
+                    {1, "alternative"},
+                    {2, "auxiliary"},
+                    {3, "output_input0_invocation"},
+                    {64, "input0"},
+                    {65, "uplink"},
+                    {66, "input1"},
+                    {67, "input2"},
+                    {68, "input_front_feedback"}};
+const Texts LOUDSPEAKERS = {{1, "LF"}, {2, "RF"}, {4, "LS"}, {8, "RS"}, {16, "CF"}, {32, "L1"}};
+
+template <typename Result>
+struct Conversion : Row {
+    std::map<int, Result> table;
+    Result otherwise;
+    Result (*convert)(int);
+    void expectTable() const {
+        for (int key = -2; key <= 300; ++key) {
+            const auto row = table.find(key);
+            EXPECT_EQ(convert(key), row != table.end() ? row->second : otherwise) << "key " << key;
+        }
     }
+};
+
+const Conversion<int> NUMBERS[] = {
+    {"ConnectionOfATag",
+     {{0, 0}, {1, 1}, {2, 2}, {3, 3}, {64, 64}, {65, 65}, {66, 66}, {67, 67}, {68, 68}},
+     255,
+     [](int key) { return int(AudioTypes::getConnectType(as<AudioTagType>(key))); }},
+    {"TypeOfACodec", CODEC_TYPES, 0,
+     [](int key) { return int(AudioTypes::getCodecType(as<audio::audio_codec_e>(key))); }},
+    {"UsageOfACodec",
+     {{9, 1}, {10, 2}, {11, 2}},
+     0,
+     [](int key) { return int(AudioTypes::getUsageType(as<audio::audio_codec_e>(key))); }},
+    // -1 stands in the rows without a public format; 17 is the first of them.
+    {"BitDepthOfAPublicFormat",
+     {{-1, 17}, {0, 8}, {1, 16}, {2, 24}},
+     16,
+     [](int key) { return int(AudioTypes::getBitDepthType(as<audio::multi_audio_fmt>(key))); }},
+    {"BitDepthOfANumberOfBits",
+     {{8, 8}, {16, 16}, {24, 24}, {32, 32}},
+     16,
+     [](int key) { return int(AudioTypes::getBitDepthType(key)); }},
+    {"BitsOfABitDepth",
+     {{8, 8}, {16, 16}, {17, 16}, {24, 24}, {25, 24}, {32, 32}, {33, 32}},
+     16,
+     [](int key) { return int(AudioTypes::getBitsPerSample(as<AudioBitDepthType>(key))); }},
+    {"BytesOfABitDepth",
+     {{8, 1}, {16, 2}, {17, 2}, {24, 3}, {25, 3}, {32, 4}, {33, 4}},
+     2,
+     [](int key) { return int(AudioTypes::getBytesPerSample(as<AudioBitDepthType>(key))); }},
+    {"FfmpegFormatOfABitDepth",
+     {{8, 0}, {16, 1}, {17, 1}, {24, 1}, {25, 1}, {32, 2}, {33, 1}},
+     1,
+     [](int key) { return int(AudioTypes::getFfmpegSampleFormat(as<AudioBitDepthType>(key))); }},
+    {"ChannelMapOfAPublicLayout",
+     {{0, 1}, {1, 2}, {2, 3}, {4, 3}, {5, 4}, {8, 4}, {10, 5}, {11, 6}, {27, 253}, {28, 254}},
+     2,
+     [](int key) { return int(AudioTypes::getChannelMapType(as<audio::multi_audio_chl>(key))); }},
+    {"ChannelMapOfANumberOfChannels",
+     {{1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 5}, {6, 6}},
+     2,
+     [](int key) { return int(AudioTypes::getChannelMapType(key)); }},
+    {"ChannelsOfAChannelMap",
+     {{1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 5}, {6, 6}, {253, 1}, {254, 1}},
+     2,
+     [](int key) { return int(AudioTypes::getChannelNumber(as<AudioChannelMapType>(key))); }},
+    {"FfmpegValueOfAChannelMap",
+     {{1, 0}, {2, 1}, {3, 2}, {4, 5}, {5, 10}, {6, 11}, {253, 0}, {254, 0}},
+     1,
+     [](int key) { return int(AudioTypes::getFfmpegSampleChannel(as<AudioChannelMapType>(key))); }},
+};
+const Conversion<std::string> TEXTS[] = {
+    {"OfATag", TAGS, "", [](int key) { return AudioTypes::getTag(as<AudioTagType>(key)); }},
+    {"OfAnOutputPath",
+     {{0, "output_input0_invocation"}, {1, "main"}, {2, "alternative"}, {8, "auxiliary"}},
+     "",
+     [](int key) { return AudioTypes::getTag(as<audio::audio_out_path_id_e>(key)); }},
+    {"OfALoudspeaker", LOUDSPEAKERS, "",
+     [](int key) { return AudioTypes::getChannelName(as<audio::audio_channel_idx_e>(key)); }},
+};
+
+class NumberConversion : public ::testing::TestWithParam<Conversion<int>> {};
+class TextConversion : public ::testing::TestWithParam<Conversion<std::string>> {};
+
+TEST_P(NumberConversion, GivesTheTablesNumberOrTheDefault) {
+    GetParam().expectTable();
 }
 
-AudioTagType tag(int number) {
-    return static_cast<AudioTagType>(number);
+TEST_P(TextConversion, GivesTheTablesTextOrNone) {
+    GetParam().expectTable();
 }
-audio::audio_codec_e codec(int number) {
-    return static_cast<audio::audio_codec_e>(number);
-}
-AudioBitDepthType depth(int number) {
-    return static_cast<AudioBitDepthType>(number);
-}
-AudioChannelMapType channelMap(int number) {
-    return static_cast<AudioChannelMapType>(number);
-}
-audio::multi_audio_fmt publicFormat(int number) {
-    return static_cast<audio::multi_audio_fmt>(number);
-}
-audio::multi_audio_chl publicLayout(int number) {
-    return static_cast<audio::multi_audio_chl>(number);
-}
-audio::audio_out_path_id_e path(int number) {
-    return static_cast<audio::audio_out_path_id_e>(number);
-}
-audio::audio_channel_idx_e channel(int number) {
-    return static_cast<audio::audio_channel_idx_e>(number);
-}
+
+INSTANTIATE_TEST_SUITE_P(Types, NumberConversion, ::testing::ValuesIn(NUMBERS), ROW_NAME);
+INSTANTIATE_TEST_SUITE_P(Types, TextConversion, ::testing::ValuesIn(TEXTS), ROW_NAME);
 
 int tagOf(std::string text) {
     return static_cast<int>(AudioTypes::getTagType(text));
@@ -59,19 +133,18 @@ int channelOf(std::string name) {
     return AudioTypes::getChannelType(name);
 }
 
-const Numbers kCodecTypes = {{0, 0},  {3, 51}, {4, 16}, {5, 19}, {6, 64},
-                             {7, 65}, {8, 32}, {9, 0},  {10, 0}, {11, 16}};
-const Numbers kUsages = {{9, 1}, {10, 2}, {11, 2}};
-
-AudioFormatDesc garbage() {
+/// The format of the parameters, in a record that held something else.
+template <typename Parameter>
+AudioFormatDesc formatOf(Parameter parameter) {
     AudioFormatDesc format;
     std::memset(&format, 0xa5, sizeof(format));
+    AudioTypes::getFormatDesc(format, parameter);
     return format;
 }
 
 audio::audio_decoder_parameter_t decoder(int codecNumber) {
     audio::audio_decoder_parameter_t parameter = {};
-    parameter.codec = codec(codecNumber);
+    parameter.codec = as<audio::audio_codec_e>(codecNumber);
     parameter.channels = 6;
     parameter.sampleRate = 44100;
     parameter.bitsPerSample = 24;
@@ -80,17 +153,15 @@ audio::audio_decoder_parameter_t decoder(int codecNumber) {
 
 audio::audio_uplink_parameter_t uplink(int codecNumber) {
     audio::audio_uplink_parameter_t parameter = {};
-    parameter.codec = codec(codecNumber);
+    parameter.codec = as<audio::audio_codec_e>(codecNumber);
     parameter.sampleRate = 16000;
-    parameter.sampleFormat = publicFormat(2);
-    parameter.channelLayout = publicLayout(28);
+    parameter.sampleFormat = as<audio::multi_audio_fmt>(2);
+    parameter.channelLayout = as<audio::multi_audio_chl>(28);
     parameter.codecParam = 77;
     return parameter;
 }
 
-}  // namespace
-
-TEST(AStreamState, HasItsNumber) {
+TEST(StreamState, HasTheNumberOfTheInterface) {
     EXPECT_EQ(NO_INIT, 0);
     EXPECT_EQ(IDLE, 1);
     EXPECT_EQ(STOPPING, 2);
@@ -98,125 +169,23 @@ TEST(AStreamState, HasItsNumber) {
     EXPECT_EQ(sizeof(AudioStreamState), 4U);
 }
 
-TEST(ATag, IsFoundByItsExactText) {
-    EXPECT_EQ(tagOf("main"), 0);
-    EXPECT_EQ(tagOf("alternative"), 1);
-    EXPECT_EQ(tagOf("auxiliary"), 2);
-    EXPECT_EQ(tagOf("output_input0_invocation"), 3);
+TEST(Tag, IsFoundByItsExactText) {
+    for (const auto& [tag, text] : TAGS)
+        EXPECT_EQ(tagOf(text), tag);
     EXPECT_EQ(tagOf("output_uplink_invocation"), 3);
-    EXPECT_EQ(tagOf("input0"), 64);
-    EXPECT_EQ(tagOf("uplink"), 65);
-    EXPECT_EQ(tagOf("input1"), 66);
-    EXPECT_EQ(tagOf("input2"), 67);
-    EXPECT_EQ(tagOf("input_front_feedback"), 68);
     for (const char* const unknown : {"Main", "", "main ", "mai", "input", "input3", "second"})
         EXPECT_EQ(tagOf(unknown), 255) << unknown;
     EXPECT_EQ(tagOf(std::string("main\0", 5)), 255);
 }
 
-TEST(ATag, HasOneText) {
-    const std::map<int, std::string> texts = {{0, "main"},
-                                              {1, "alternative"},
-                                              {2, "auxiliary"},
-                                              {3, "output_input0_invocation"},
-                                              {64, "input0"},
-                                              {65, "uplink"},
-                                              {66, "input1"},
-                                              {67, "input2"},
-                                              {68, "input_front_feedback"}};
-    for (int number = 0; number <= 300; ++number) {
-        const auto row = texts.find(number);
-        EXPECT_EQ(AudioTypes::getTag(tag(number)), row != texts.end() ? row->second : "") << number;
-    }
-}
-
-TEST(ATag, IsNamedByItsOutputPath) {
-    const std::map<int, std::string> texts = {
-        {0, "output_input0_invocation"}, {1, "main"}, {2, "alternative"}, {8, "auxiliary"}};
-    for (int number = -1; number <= 16; ++number) {
-        const auto row = texts.find(number);
-        EXPECT_EQ(AudioTypes::getTag(path(number)), row != texts.end() ? row->second : "")
-            << number;
-    }
-}
-
-TEST(ATag, OpensTheConnectionOfItsOwnNumber) {
-    const Numbers connections = {{0, 0},   {1, 1},   {2, 2},   {3, 3},  {64, 64},
-                                 {65, 65}, {66, 66}, {67, 67}, {68, 68}};
-    expectTable(connections, 255, [](int key) { return AudioTypes::getConnectType(tag(key)); });
-}
-
-TEST(ACodec, HasItsTypeAndUsage) {
-    expectTable(kCodecTypes, 0, [](int key) { return AudioTypes::getCodecType(codec(key)); });
-    expectTable(kUsages, 0, [](int key) { return AudioTypes::getUsageType(codec(key)); });
-}
-
-TEST(ABitDepth, IsFoundByThePublicFormat) {
-    // -1 stands in the rows without a public format; 17 is the first of them.
-    expectTable({{-1, 17}, {0, 8}, {1, 16}, {2, 24}}, 16,
-                [](int key) { return AudioTypes::getBitDepthType(publicFormat(key)); });
-}
-
-TEST(ABitDepth, IsFoundByTheNumberOfBits) {
-    expectTable({{8, 8}, {16, 16}, {24, 24}, {32, 32}}, 16,
-                [](int key) { return AudioTypes::getBitDepthType(key); });
-}
-
-TEST(ABitDepth, HasItsSizes) {
-    expectTable({{8, 8}, {16, 16}, {17, 16}, {24, 24}, {25, 24}, {32, 32}, {33, 32}}, 16,
-                [](int key) { return AudioTypes::getBitsPerSample(depth(key)); });
-    expectTable({{8, 1}, {16, 2}, {17, 2}, {24, 3}, {25, 3}, {32, 4}, {33, 4}}, 2,
-                [](int key) { return AudioTypes::getBytesPerSample(depth(key)); });
-}
-
-TEST(ABitDepth, HasItsFfmpegFormat) {
-    expectTable({{8, 0}, {16, 1}, {17, 1}, {24, 1}, {25, 1}, {32, 2}, {33, 1}}, 1,
-                [](int key) { return AudioTypes::getFfmpegSampleFormat(depth(key)); });
-}
-
-TEST(AChannelMap, IsFoundByThePublicLayout) {
-    expectTable(
-        {{0, 1}, {1, 2}, {2, 3}, {4, 3}, {5, 4}, {8, 4}, {10, 5}, {11, 6}, {27, 253}, {28, 254}}, 2,
-        [](int key) { return AudioTypes::getChannelMapType(publicLayout(key)); });
-}
-
-TEST(AChannelMap, IsFoundByTheNumberOfChannels) {
-    expectTable({{1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 5}, {6, 6}}, 2,
-                [](int key) { return AudioTypes::getChannelMapType(key); });
-}
-
-TEST(AChannelMap, HasItsNumberOfChannels) {
-    expectTable({{1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 5}, {6, 6}, {253, 1}, {254, 1}}, 2,
-                [](int key) { return AudioTypes::getChannelNumber(channelMap(key)); });
-}
-
-TEST(AChannelMap, HasItsFfmpegValue) {
-    expectTable({{1, 0}, {2, 1}, {3, 2}, {4, 5}, {5, 10}, {6, 11}, {253, 0}, {254, 0}}, 1,
-                [](int key) { return AudioTypes::getFfmpegSampleChannel(channelMap(key)); });
-}
-
-TEST(ALoudspeaker, HasANameForExactlyOneBit) {
-    const std::map<int, std::string> names = {{1, "LF"}, {2, "RF"},  {4, "LS"},
-                                              {8, "RS"}, {16, "CF"}, {32, "L1"}};
-    for (int mask = -1; mask <= 130; ++mask) {
-        const auto row = names.find(mask);
-        EXPECT_EQ(AudioTypes::getChannelName(channel(mask)), row != names.end() ? row->second : "")
-            << mask;
-    }
-}
-
-TEST(ALoudspeaker, IsFoundByItsExactName) {
-    EXPECT_EQ(channelOf("LF"), 1);
-    EXPECT_EQ(channelOf("RF"), 2);
-    EXPECT_EQ(channelOf("LS"), 4);
-    EXPECT_EQ(channelOf("RS"), 8);
-    EXPECT_EQ(channelOf("CF"), 16);
-    EXPECT_EQ(channelOf("L1"), 32);
+TEST(Loudspeaker, IsFoundByItsExactName) {
+    for (const auto& [channel, name] : LOUDSPEAKERS)
+        EXPECT_EQ(channelOf(name), channel);
     for (const char* const unknown : {"lf", "", "L", "LFE", "R1"})
         EXPECT_EQ(channelOf(unknown), 0) << unknown;
 }
 
-TEST(ASampleRate, IsKeptWhenItIsUsual) {
+TEST(SampleRate, IsKeptWhenItIsUsualAndElse48000) {
     const std::set<unsigned> usual = {8000,  11025, 12000, 16000, 22050, 24000,
                                       32000, 44100, 48000, 96000, 192000};
     for (const unsigned rate : usual)
@@ -225,12 +194,11 @@ TEST(ASampleRate, IsKeptWhenItIsUsual) {
         EXPECT_EQ(AudioTypes::getFfmpegSampleRate(rate), 48000U) << rate;
 }
 
-TEST(AFormat, OfAPcmPlaybackStreamCarriesTheBitDepth) {
+TEST(Format, OfAPcmPlaybackStreamCarriesTheBitDepth) {
     for (const int pcm : {0, 9, 10, 1}) {
         audio::audio_decoder_parameter_t parameter = decoder(pcm);
         parameter.flag = 0xffff;
-        AudioFormatDesc format = garbage();
-        AudioTypes::getFormatDesc(format, parameter);
+        const AudioFormatDesc format = formatOf(parameter);
         EXPECT_EQ(format.codecType, 0U);
         EXPECT_EQ(format.sampleRate, 44100U);
         EXPECT_EQ(format.codecParam, 0U);
@@ -240,36 +208,32 @@ TEST(AFormat, OfAPcmPlaybackStreamCarriesTheBitDepth) {
     }
 }
 
-TEST(AFormat, OfAPlaybackStreamTakesTheChannelCount) {
+TEST(Format, OfAPlaybackStreamTakesTheChannelCount) {
     audio::audio_decoder_parameter_t parameter = decoder(0);
     parameter.channels = 8;  // a public layout of this number has four channels, a count has none
     parameter.bitsPerSample = 20;
-    AudioFormatDesc format = garbage();
-    AudioTypes::getFormatDesc(format, parameter);
+    const AudioFormatDesc format = formatOf(parameter);
     EXPECT_EQ(format.channelMap, 2U);
     EXPECT_EQ(format.bitDepth, 16U);
 }
 
-TEST(AFormat, OfAPlaybackStreamKeepsTheFlagOfTwoCodecsOnly) {
+TEST(Format, OfAPlaybackStreamKeepsTheFlagOfTwoCodecsOnly) {
     for (const int coded : {3, 4, 5, 6, 7, 8, 11}) {
         for (const int flag : {0, 1, 0x100, 0xffff}) {
             audio::audio_decoder_parameter_t parameter = decoder(coded);
             parameter.flag = static_cast<std::uint16_t>(flag);
-            AudioFormatDesc format = garbage();
-            AudioTypes::getFormatDesc(format, parameter);
+            const AudioFormatDesc format = formatOf(parameter);
             const bool keeps = coded == 6 || coded == 7;
             const unsigned char expected[4] = {
                 keeps && flag != 0 ? std::uint8_t{1} : std::uint8_t{0}, 0, 0, 0};
             EXPECT_EQ(std::memcmp(&format.bitDepth, expected, 4), 0) << coded << " " << flag;
-            EXPECT_EQ(static_cast<int>(format.codecType), kCodecTypes.at(coded));
+            EXPECT_EQ(static_cast<int>(format.codecType), CODEC_TYPES.at(coded));
         }
     }
 }
 
-TEST(AFormat, OfAnUplinkStreamTakesLayoutFormatAndCodecParameter) {
-    AudioFormatDesc format = garbage();
-    audio::audio_uplink_parameter_t parameter = uplink(0);
-    AudioTypes::getFormatDesc(format, parameter);
+TEST(Format, OfAnUplinkStreamTakesLayoutFormatAndCodecParameter) {
+    const AudioFormatDesc format = formatOf(uplink(0));
     EXPECT_EQ(format.codecType, 0U);
     EXPECT_EQ(format.sampleRate, 16000U);
     EXPECT_EQ(format.codecParam, 77U);
@@ -278,25 +242,24 @@ TEST(AFormat, OfAnUplinkStreamTakesLayoutFormatAndCodecParameter) {
     EXPECT_EQ(format.bitDepth, 24U);
 }
 
-TEST(AFormat, OfACodedUplinkStreamHasNoBitDepthAndNoFlag) {
+TEST(Format, OfACodedUplinkStreamHasNoBitDepthAndNoFlag) {
     for (const int coded : {3, 4, 5, 6, 7, 8, 11}) {
-        AudioFormatDesc format = garbage();
-        audio::audio_uplink_parameter_t parameter = uplink(coded);
-        AudioTypes::getFormatDesc(format, parameter);
-        EXPECT_EQ(static_cast<int>(format.codecType), kCodecTypes.at(coded));
+        const AudioFormatDesc format = formatOf(uplink(coded));
+        EXPECT_EQ(static_cast<int>(format.codecType), CODEC_TYPES.at(coded));
         EXPECT_EQ(format.usage, coded == 11 ? 2U : 0U);
         EXPECT_EQ(format.codecParam, 77U);
         EXPECT_EQ(format.bitDepth, 0U);
     }
 }
 
-TEST(AConversion, NeverLogs) {
+TEST(TypeConversion, LogsNothing) {
     const cabinaudio::test::LogCapture log;
     EXPECT_EQ(tagOf("nothing"), 255);
-    EXPECT_EQ(AudioTypes::getConnectType(tag(255)), 255U);
-    EXPECT_EQ(AudioTypes::getTag(tag(4)), "");
-    AudioFormatDesc format = garbage();
-    audio::audio_uplink_parameter_t parameter = uplink(99);
-    AudioTypes::getFormatDesc(format, parameter);
-    EXPECT_TRUE(log.lines().empty()) << log.dump();
+    EXPECT_EQ(AudioTypes::getConnectType(as<AudioTagType>(255)), 255U);
+    EXPECT_EQ(AudioTypes::getTag(as<AudioTagType>(4)), "");
+    formatOf(uplink(99));
+    EXPECT_TRUE(logIsEmpty(log));
 }
+
+}  // namespace
+}  // namespace cabinaudio::test

@@ -5,7 +5,7 @@
 
 namespace cabinaudio::test {
 
-/// How a child process ended and what it had to say.
+/// How a child process ended, and its output.
 struct ChildEnd {
     int status;          // as waitpid gives it
     std::string output;  // its log lines, each behind its priority and a blank, and its stderr

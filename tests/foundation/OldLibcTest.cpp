@@ -8,17 +8,14 @@
 
 #include "tests/foundation/Child.h"
 #include "tests/foundation/Platform.h"
+#include "tests/support/Row.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <string>
 
-using cabinaudio::test::ChildEnd;
-using cabinaudio::test::Failing;
-using cabinaudio::test::lastTimedWait;
-using cabinaudio::test::pretendLibcVersion;
-using cabinaudio::test::runInChild;
-
+namespace cabinaudio::test {
 namespace {
 
 std::uint64_t clockNow(clockid_t clock) {
@@ -61,51 +58,33 @@ void expectPass(void (*body)()) {
     EXPECT_TRUE(end.passed()) << end.status << "\n" << end.output;
 }
 
-}  // namespace
+struct Version : Row {
+    const char* text;  // of the C library
+    bool isOld;
+};
 
-TEST(ACLibraryOf2_29, MakesEverythingUseTheRealTimeClock) {
+class LibcVersion : public ::testing::TestWithParam<Version> {};
+
+TEST_P(LibcVersion, ChoosesTheClock) {
     expectPass([] {
-        pretendLibcVersion("2.29");
-        expectTheOldWay();
+        pretendLibcVersion(GetParam().text);
+        if (GetParam().isOld)
+            expectTheOldWay();
+        else
+            expectTheNewWay();
     });
 }
 
-TEST(ACLibraryOf2_30, IsTheFirstForTheMonotonicClock) {
-    expectPass([] {
-        pretendLibcVersion("2.30");
-        expectTheNewWay();
-    });
-}
+constexpr Version VERSIONS[] = {
+    {"2_29", "2.29", true},                          //
+    {"2_30", "2.30", false},                         // the first for the monotonic clock
+    {"2_36", "2.36", false}, {"2_4", "2.4", false},  // newer, because versions are compared as text
+    {"2_3", "2.3", true},    {"None", nullptr, true},
+};
 
-TEST(ACLibraryOf2_36, UsesTheMonotonicClock) {
-    expectPass([] {
-        pretendLibcVersion("2.36");
-        expectTheNewWay();
-    });
-}
+INSTANTIATE_TEST_SUITE_P(Versions, LibcVersion, ::testing::ValuesIn(VERSIONS), ROW_NAME);
 
-TEST(ACLibraryOf2_4, CountsAsNewerBecauseVersionsAreComparedAsText) {
-    expectPass([] {
-        pretendLibcVersion("2.4");
-        expectTheNewWay();
-    });
-}
-
-TEST(ACLibraryOf2_3, CountsAsOld) {
-    expectPass([] {
-        pretendLibcVersion("2.3");
-        expectTheOldWay();
-    });
-}
-
-TEST(ACLibraryWithoutAVersion, CountsAsOld) {
-    expectPass([] {
-        pretendLibcVersion(nullptr);
-        expectTheOldWay();
-    });
-}
-
-TEST(TheClockOfAProcess, IsChosenOnce) {
+TEST(LibraryClock, IsChosenOnceForAProcess) {
     expectPass([] {
         pretendLibcVersion("2.29");
         EXPECT_FALSE(AudioTime::advancedTimeoutPolicy());
@@ -114,7 +93,7 @@ TEST(TheClockOfAProcess, IsChosenOnce) {
     });
 }
 
-TEST(AConditionOnAnOldCLibrary, TakesItsDeadlineFromTheRealTimeClockAllTheSame) {
+TEST(ConditionOnAnOldCLibrary, TakesItsDeadlineFromTheRealTimeClock) {
     expectPass([] {
         pretendLibcVersion("2.29");
         AudioMutex mutex(false);
@@ -127,3 +106,6 @@ TEST(AConditionOnAnOldCLibrary, TakesItsDeadlineFromTheRealTimeClockAllTheSame) 
         EXPECT_GE(static_cast<std::uint64_t>(deadline.tv_sec) + 1, before / 1000000 + 90);
     });
 }
+
+}  // namespace
+}  // namespace cabinaudio::test

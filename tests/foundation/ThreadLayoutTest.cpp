@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <vector>
 
+namespace cabinaudio::test {
 namespace {
 
 /// Fields of AudioThread, behind its table of virtual operations.
@@ -56,3 +57,4 @@ TEST(ThreadFields, LieInTheirOrder) {
 }
 
 }  // namespace
+}  // namespace cabinaudio::test

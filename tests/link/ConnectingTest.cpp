@@ -28,20 +28,24 @@ std::string nameOfLength(std::size_t length) {
     return name;
 }
 
-TEST(Connecting, SaysSoAndStartsTheReceiveThread) {
-    LogCapture log;
+class Connecting : public ::testing::Test {
+protected:
+    const LogCapture log;
     ScriptedServer server;
+};
+
+TEST_F(Connecting, IsLoggedAndStartsTheReceiveThread) {
     AudioConnection connection(wire::SERVER_SOCKET, wire::SERVER_PORT, nullptr, nullptr);
     EXPECT_TRUE(server.waitForClients(1));
-    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "connect", "connect ok\n"), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, DEBUG, "AudioConnection", "connect", "connect ok\n"));
     EXPECT_TRUE(eventually([] {
         const auto names = threadNames();
         return std::count(names.begin(), names.end(), "AS-SktWorker") == 1;
     }));
 }
 
-TEST(Connecting, AsksForALocalStreamSocketAndItsAbstractName) {
-    ScriptedServer server("abstract");
+TEST_F(Connecting, RequestsALocalStreamSocketAndItsAbstractName) {
+    ScriptedServer abstract("abstract");
     std::vector<int> asked;
     std::vector<std::uint8_t> address;
     socklen_t given = 0;
@@ -57,7 +61,7 @@ TEST(Connecting, AsksForALocalStreamSocketAndItsAbstractName) {
             return platform::real::connect(descriptor, to, length);
         });
     AudioConnection connection("abstract", 1, nullptr, nullptr);
-    EXPECT_TRUE(server.waitForClients(1));
+    EXPECT_TRUE(abstract.waitForClients(1));
     EXPECT_THAT(asked, ElementsAre(AF_UNIX, SOCK_STREAM, 0));
     // Family 1, a zero byte, the name without a terminator, zeros.
     std::array<std::uint8_t, 110> expected = {1, 0, 0, 'a', 'b', 's', 't', 'r', 'a', 'c', 't'};
@@ -65,8 +69,7 @@ TEST(Connecting, AsksForALocalStreamSocketAndItsAbstractName) {
     EXPECT_EQ(given, 11u);
 }
 
-TEST(Connecting, GivesTheDescriptorASendTimeoutAndCloseOnExec) {
-    ScriptedServer server;
+TEST_F(Connecting, GivesTheDescriptorASendTimeoutAndCloseOnExec) {
     int descriptor = -1;
     platform::Replace connect(platform::connectSlot,
                               [&](int fd, const sockaddr* to, socklen_t length) {
@@ -82,21 +85,17 @@ TEST(Connecting, GivesTheDescriptorASendTimeoutAndCloseOnExec) {
     EXPECT_EQ(::fcntl(descriptor, F_GETFD), FD_CLOEXEC);
 }
 
-TEST(Connecting, GoesOnWithoutASendTimeout) {
-    LogCapture log;
-    ScriptedServer server;
+TEST_F(Connecting, SucceedsWithoutASendTimeout) {
     platform::Replace setsockopt(
         platform::setsockoptSlot,
         [](int, int, int, const void*, socklen_t) { return platform::failWith(EDOM); });
     AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
-    EXPECT_EQ(log.count(WARN, "AudioConnection", "connect", "set send timeout time failed\n"), 1u)
-        << log.dump();
+    EXPECT_TRUE(logged(log, WARN, "AudioConnection", "connect", "set send timeout time failed\n"));
     const std::uint8_t byte = 1;
     EXPECT_EQ(connection.send(&byte, 1), 0);
 }
 
-TEST(Connecting, CreatesItsThreadForRoundRobinAtTheHighestPriority) {
-    ScriptedServer server;
+TEST_F(Connecting, CreatesItsThreadForRoundRobinAtTheHighestPriority) {
     int policy = -1;
     sched_param param = {};
     platform::Replace create(
@@ -113,35 +112,30 @@ TEST(Connecting, CreatesItsThreadForRoundRobinAtTheHighestPriority) {
     EXPECT_EQ(param.sched_priority, sched_get_priority_max(SCHED_RR));
 }
 
-TEST(Connecting, TriesElevenTimesWithoutAPauseWhenNobodyListens) {
-    LogCapture log;
+TEST_F(Connecting, TriesElevenTimesWithoutAPauseWhenNobodyListens) {
     NoSleeping sleeping;
     const ProcessState before = ProcessState::now();
     AudioConnection connection(NOBODY, 0, nullptr, nullptr);
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "connect", "connect failed\n"), 11u)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "connect", "connect failed\n", 11));
     EXPECT_EQ(connection.connect(), 2);
-    EXPECT_EQ(log.count(ERROR, "connect failed\n"), 22u);
+    EXPECT_TRUE(logged(log, ERROR, "connect failed\n", 22));
     EXPECT_TRUE(sleeping.sleeps().empty());
     EXPECT_EQ(ProcessState::now(), before);
 }
 
-TEST(Connecting, FailsEveryLaterOperationWhenNobodyListens) {
-    LogCapture log;
+TEST_F(Connecting, FailsEveryLaterOperationWhenNobodyListens) {
     AudioConnection connection(NOBODY, 0, nullptr, nullptr);
     std::uint8_t byte = 77;
     EXPECT_EQ(connection.send(&byte, 1), 1);
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "send", "pSocket is null\n"), 1u);
+    EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "send", "pSocket is null\n"));
     EXPECT_EQ(connection.recv(&byte, 1), 1);
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "recv", "pSocket is null\n"), 1u);
+    EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "recv", "pSocket is null\n"));
     EXPECT_EQ(connection.disconnect(), 1);
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "disconnect", "pSocket is null\n"), 1u);
+    EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "disconnect", "pSocket is null\n"));
     EXPECT_EQ(byte, 77);
 }
 
-TEST(Connecting, SucceedsWithItsLastAttempt) {
-    LogCapture log;
-    ScriptedServer server;
+TEST_F(Connecting, SucceedsWithItsLastAttempt) {
     const ProcessState before = ProcessState::now();
     int attempts = 0;
     platform::Replace connect(platform::connectSlot,
@@ -151,16 +145,15 @@ TEST(Connecting, SucceedsWithItsLastAttempt) {
                               });
     {
         AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
-        EXPECT_EQ(log.count(ERROR, "connect failed\n"), 10u);
-        EXPECT_EQ(log.count(DEBUG, "connect ok\n"), 1u);
+        EXPECT_TRUE(logged(log, ERROR, "connect failed\n", 10));
+        EXPECT_TRUE(logged(log, DEBUG, "connect ok\n"));
         const std::uint8_t byte = 1;
         EXPECT_EQ(connection.send(&byte, 1), 0);
     }
     EXPECT_TRUE(returnsTo(before));
 }
 
-TEST(Connecting, CountsARefusedSocketAsAnAttempt) {
-    LogCapture log;
+TEST_F(Connecting, CountsARefusedSocketAsAnAttempt) {
     int attempts = 0;
     platform::Replace socket(platform::socketSlot, [&](int, int, int) {
         ++attempts;
@@ -168,14 +161,12 @@ TEST(Connecting, CountsARefusedSocketAsAnAttempt) {
     });
     AudioConnection connection(NOBODY, 0, nullptr, nullptr);
     EXPECT_EQ(attempts, 11);
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "connect", "create socket failed, fd=-1\n"), 11u)
-        << log.dump();
+    EXPECT_TRUE(
+        logged(log, ERROR, "AudioConnection", "connect", "create socket failed, fd=-1\n", 11));
     EXPECT_EQ(connection.connect(), 2);
 }
 
-TEST(Connecting, RefusesTheStandardDescriptors) {
-    LogCapture log;
-    ScriptedServer server;
+TEST_F(Connecting, RefusesTheStandardDescriptors) {
     std::vector<int> closed;
     int next = 0;
     platform::Replace socket(platform::socketSlot, [&](int domain, int type, int protocol) {
@@ -189,51 +180,46 @@ TEST(Connecting, RefusesTheStandardDescriptors) {
     AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
     for (const char* const text : {"create socket failed, fd=0\n", "create socket failed, fd=1\n",
                                    "create socket failed, fd=2\n"})
-        EXPECT_EQ(log.count(ERROR, "AudioConnection", "connect", text), 1u) << log.dump();
+        EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "connect", text));
     EXPECT_THAT(closed, ElementsAre(0, 1, 2));
-    EXPECT_EQ(log.count(DEBUG, "connect ok\n"), 1u);
+    EXPECT_TRUE(logged(log, DEBUG, "connect ok\n"));
 }
 
-TEST(Connecting, AcceptsANameOf107Characters) {
-    LogCapture log;
+TEST_F(Connecting, AcceptsANameOf107Characters) {
     const std::string name = nameOfLength(107);
-    ScriptedServer server(name);
+    ScriptedServer named(name);
     AudioConnection connection(name.c_str(), 0, nullptr, nullptr);
-    EXPECT_TRUE(server.waitForClients(1));
-    EXPECT_EQ(log.count(DEBUG, "connect ok\n"), 1u) << log.dump();
+    EXPECT_TRUE(named.waitForClients(1));
+    EXPECT_TRUE(logged(log, DEBUG, "connect ok\n"));
 }
 
-TEST(Connecting, RefusesANameOf108Characters) {
-    LogCapture log;
+TEST_F(Connecting, RefusesANameOf108Characters) {
     const std::string name = nameOfLength(108);
     const ProcessState before = ProcessState::now();
     AudioConnection connection(name.c_str(), 0, nullptr, nullptr);
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "socket_make_sockaddr_un",
-                        "namelen > sun_path's size\n"),
-              11u)
-        << log.dump();
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "connect", "socket_make_sockaddr_un failed\n"),
-              11u);
+    EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "socket_make_sockaddr_un",
+                       "namelen > sun_path's size\n", 11));
+    EXPECT_TRUE(
+        logged(log, ERROR, "AudioConnection", "connect", "socket_make_sockaddr_un failed\n", 11));
     EXPECT_EQ(connection.connect(), 2);
     EXPECT_EQ(ProcessState::now(), before);
 }
 
-TEST(Connecting, FailsWithoutAName) {
+TEST_F(Connecting, FailsWithoutAName) {
     AudioConnection connection(nullptr, 0, nullptr, nullptr);
     EXPECT_EQ(connection.connect(), 2);
 }
 
-TEST(Connecting, KeepsThePointerToTheNameAndNotACopy) {
+TEST_F(Connecting, KeepsThePointerToTheNameAndNotACopy) {
     std::string name = nameOfLength(40);
     AudioConnection connection(name.c_str(), 0, nullptr, nullptr);
     name[39] = 'y';
-    ScriptedServer server(name);
+    ScriptedServer named(name);
     EXPECT_EQ(connection.connect(), 0);
-    EXPECT_TRUE(server.waitForClients(1));
+    EXPECT_TRUE(named.waitForClients(1));
 }
 
-TEST(Connecting, IsDoneOnlyOnce) {
-    ScriptedServer server;
+TEST_F(Connecting, HasNoEffectWhenItIsRepeated) {
     AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
     ASSERT_TRUE(server.waitForClients(1));
     const ProcessState before = ProcessState::now();
@@ -242,7 +228,7 @@ TEST(Connecting, IsDoneOnlyOnce) {
     EXPECT_EQ(server.clients(), 1u);
 }
 
-TEST(Connecting, KeepsItsArgumentsInOrder) {
+TEST_F(Connecting, KeepsItsArgumentsInOrder) {
     struct Fields {
         const char* path;
         std::int32_t port;
@@ -261,21 +247,14 @@ TEST(Connecting, KeepsItsArgumentsInOrder) {
     EXPECT_EQ(fields.opaque, &owner);
 }
 
-TEST(Connecting, WithoutAReceiveThreadLeavesNothingToWaitFor) {
-    LogCapture log;
-    ScriptedServer server;
-    platform::Replace create(
-        platform::pthreadCreateSlot,
-        [](pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*), void* to) {
-            if (platform::isLibraryThread(attributes)) return EPERM;
-            return platform::real::pthread_create(thread, attributes, entry, to);
-        });
+TEST_F(Connecting, SucceedsWithoutAReceiveThreadWhoseRepliesFail) {
+    const RefusedThreads refused;
     AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
-    EXPECT_EQ(log.count(DEBUG, "connect ok\n"), 1u);
+    EXPECT_TRUE(logged(log, DEBUG, "connect ok\n"));
     std::uint8_t byte = 1;
     EXPECT_EQ(connection.send(&byte, 1), 0);
     EXPECT_EQ(connection.recv(&byte, 1), 1);
-    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "recv", "exit\n"), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, DEBUG, "AudioConnection", "recv", "exit\n"));
     EXPECT_EQ(connection.disconnect(), 0);
 }
 

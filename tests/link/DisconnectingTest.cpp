@@ -17,13 +17,9 @@ namespace {
 
 using ::testing::ElementsAre;
 
-TEST(Disconnecting, ShutsDownSaysSoAndCloses) {
-    LogCapture log;
-    ScriptedServer server;
-    AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
-    // A server that accepts later gets the descriptor that the client has closed, and closes it
-    // too.
-    ASSERT_TRUE(server.waitForClients(1));
+class Disconnecting : public Connection {};
+
+TEST_F(Disconnecting, ShutsTheSocketDownLogsAndClosesIt) {
     std::mutex lock;
     std::vector<std::string> steps;
     int descriptor = -1;
@@ -41,80 +37,64 @@ TEST(Disconnecting, ShutsDownSaysSoAndCloses) {
     EXPECT_EQ(connection.disconnect(), 0);
     EXPECT_THAT(steps, ElementsAre("shutdown", "close"));
     // Without a line end: kept as it is.
-    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "disconnect",
-                        "close socket fd:" + std::to_string(descriptor)),
-              1u)
-        << log.dump();
+    EXPECT_TRUE(logged(log, DEBUG, "AudioConnection", "disconnect",
+                       "close socket fd:" + std::to_string(descriptor)));
     EXPECT_TRUE(server.waitForEndOf());
 }
 
-TEST(Disconnecting, HasNothingToDoTwice) {
-    LogCapture log;
-    ScriptedServer server;
-    AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+TEST_F(Disconnecting, FailsWhenItIsRepeated) {
     EXPECT_EQ(connection.disconnect(), 0);
     EXPECT_EQ(connection.disconnect(), 1);
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "disconnect", "pSocket is null\n"), 1u);
+    EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "disconnect", "pSocket is null\n"));
 }
 
-TEST(Disconnecting, IsDoneByTheDestructorAndLeavesNothing) {
-    LogCapture log;
-    ScriptedServer server;
+TEST_F(Disconnecting, ByTheDestructorLeavesNothing) {
     const ProcessState before = ProcessState::now();
     for (int i = 0; i < 20; ++i)
-        const AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
-    EXPECT_EQ(log.countMatching(DEBUG, "close socket fd:[0-9]+"), 20u);
+        const AudioConnection another(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+    EXPECT_TRUE(loggedLike(log, DEBUG, "close socket fd:[0-9]+", 20));
     EXPECT_TRUE(returnsTo(before));
 }
 
-TEST(Disconnecting, EndsAReceiveThreadThatWaitsForAReader) {
-    ScriptedServer server;
-    AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
-    ASSERT_TRUE(server.waitForClients(1));
+TEST_F(Disconnecting, EndsAReceiveThreadThatWaitsForAReader) {
     const ProcessState connected = ProcessState::now();
     server.send(ScriptedServer::frame(HEADER_REPLY) + Bytes{1, 2, 3, 4});
     EXPECT_EQ(connection.disconnect(), 0);
     EXPECT_TRUE(eventually([&] { return ProcessState::now().threads == connected.threads - 1; }));
 }
 
-TEST(Disconnecting, FromTwoThreadsHappensOnce) {
+TEST_F(Disconnecting, SucceedsOnceForTwoThreads) {
     for (int round = 0; round < 20; ++round) {
-        ScriptedServer server;
-        AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+        AudioConnection another(wire::SERVER_SOCKET, 0, nullptr, nullptr);
         std::int32_t results[2] = {};
-        std::thread other([&] { results[0] = connection.disconnect(); });
-        results[1] = connection.disconnect();
+        std::thread other([&] { results[0] = another.disconnect(); });
+        results[1] = another.disconnect();
         other.join();
         EXPECT_EQ(results[0] + results[1], 1);
     }
 }
 
-TEST(Disconnecting, AtAnyMomentOfARequestEndsTheRequest) {
+TEST_F(Disconnecting, EndsARequestAtAnyMoment) {
+    server.onOther(Answer::status(0));
     for (int round = 0; round < 50; ++round) {
-        ScriptedServer server;
-        server.onOther(Answer::status(0));
-        AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
+        AudioConnection another(wire::SERVER_SOCKET, 0, nullptr, nullptr);
         Counter exchanges;
         std::thread requester([&] {
             audio_param message = {};
             message.cmd = AUDIO_CMD_CALL;
             std::uint8_t reply[4];
             const auto* const bytes = reinterpret_cast<const std::uint8_t*>(&message);
-            while (connection.send(bytes, sizeof message) == 0 &&
-                   connection.recv(reply, sizeof reply) == 0)
+            while (another.send(bytes, sizeof message) == 0 &&
+                   another.recv(reply, sizeof reply) == 0)
                 exchanges.add();
         });
         EXPECT_TRUE(exchanges.waitFor(static_cast<std::size_t>(round % 5)));
-        EXPECT_EQ(connection.disconnect(), 0);
+        EXPECT_EQ(another.disconnect(), 0);
         requester.join();
     }
 }
 
-TEST(Disconnecting, WaitsForASendThatTheServerDoesNotRead) {
-    LogCapture log;
-    ScriptedServer server;
-    AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
-    ASSERT_TRUE(server.waitForClients(1));
+TEST_F(Disconnecting, EndsASendThatTheServerDoesNotRead) {
     server.pauseReading();
     std::atomic<int> sent = 0;
     std::thread sender([&] {
@@ -132,40 +112,22 @@ TEST(Disconnecting, WaitsForASendThatTheServerDoesNotRead) {
         << log.dump();
 }
 
-TEST(Disconnecting, ClosesNoDescriptorThatASenderUses) {
-    ScriptedServer server;
-    AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
-    ASSERT_TRUE(server.waitForClients(1));
-    Counter entered;
-    Counter shutDown;
-    std::promise<void> leave;
-    std::atomic<int> descriptor = -1;
+TEST_F(Disconnecting, KeepsTheDescriptorOpenWhileASenderUsesIt) {
     std::atomic<int> closed = 0;
-    platform::Replace send(platform::sendSlot, [&](int fd, const void*, std::size_t, int) {
-        descriptor = fd;
-        entered.add();
-        leave.get_future().wait();
-        errno = EPIPE;
-        return ssize_t{-1};
-    });
-    platform::Replace shutdown(platform::shutdownSlot, [&](int fd, int how) {
-        const int result = platform::real::shutdown(fd, how);
-        shutDown.add();
-        return result;
-    });
+    HeldSend send(-1);
     platform::Replace close(platform::closeSlot, [&](int fd) {
-        if (fd == descriptor) ++closed;
+        if (fd == send.descriptor()) ++closed;
         return platform::real::close(fd);
     });
     std::thread sender([&] {
         const Bytes message(100);
         EXPECT_EQ(connection.send(message.data(), static_cast<std::int32_t>(message.size())), 1);
     });
-    EXPECT_TRUE(entered.waitFor(1));
+    EXPECT_TRUE(send.waitForSend());
     std::thread disconnector([&] { EXPECT_EQ(connection.disconnect(), 0); });
-    EXPECT_TRUE(shutDown.waitFor(1));
+    EXPECT_TRUE(send.waitForShutdown());
     EXPECT_FALSE(eventually([&] { return closed != 0; }, WHILE));
-    leave.set_value();
+    send.release();
     sender.join();
     disconnector.join();
     EXPECT_EQ(closed, 1);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the receive thread makes of what the server sends.
+// How the receive thread handles the server's frames.
 #include "tests/link/LinkFixture.h"
 #include "tests/support/ProcessState.h"
 
@@ -30,9 +30,9 @@ bool receiveThreadEnds() {
     });
 }
 
-class AFrame : public AConnection {};
+class Frame : public Connection {};
 
-TEST_F(AFrame, OfANotificationReachesTheCallback) {
+TEST_F(Frame, OfANotificationReachesTheCallback) {
     // magic, id, event, spare, send time (long ago), param, spare
     server.send({0x33, 0x22, 0x11, 0x00, 0, 0, 0, 0, 0x78, 0x56, 0x34, 0x12, 9, 9, 9, 9,
                  1,    0,    0,    0,    0, 0, 0, 0, 0xef, 0xcd, 0xab, 0x89, 9, 9, 9, 9});
@@ -40,27 +40,26 @@ TEST_F(AFrame, OfANotificationReachesTheCallback) {
     EXPECT_THAT(box.taken(), ElementsAre(Notification{0x12345678, 0x89abcdef}));
 }
 
-TEST_F(AFrame, AfterAnotherIsReadByItself) {
+TEST_F(Frame, IsReadByItselfWhenItFollowsAnother) {
     server.send(ScriptedServer::frame(HEADER_NOTIFY, 1, 10) +
                 ScriptedServer::frame(HEADER_NOTIFY, 2, 20));
     ASSERT_TRUE(box.waitFor(2));
     EXPECT_THAT(box.taken(), ElementsAre(Notification{1, 10}, Notification{2, 20}));
 }
 
-TEST_F(AFrame, OfFourBytesIsANotificationOfZeros) {
+TEST_F(Frame, OfFourBytesIsANotificationOfZeros) {
     server.send({0x33, 0x22, 0x11, 0x00});
     ASSERT_TRUE(box.waitFor(1));
     EXPECT_THAT(box.taken(), ElementsAre(Notification{0, 0}));
 }
 
-TEST_F(AFrame, ThatTookLongIsWarnedAbout) {
+TEST_F(Frame, ThatWasSentLongAgoIsLogged) {
     // Sent 2^31 us from now, which in 32 bits is as long ago.
     Bytes frame = ScriptedServer::frame(HEADER_NOTIFY, 1, 1);
     frame[19] = static_cast<std::uint8_t>(frame[19] ^ 0x80);
     server.send(frame);
     ASSERT_TRUE(box.waitFor(1));
-    EXPECT_EQ(log.countMatching(WARN, "'S->C' overtime\\(2[12][0-9]{8}us > 3000us\\)\\.\n"), 1u)
-        << log.dump();
+    EXPECT_TRUE(loggedLike(log, WARN, "'S->C' overtime\\(2[12][0-9]{8}us > 3000us\\)\\.\n"));
     const auto lines = log.allLines();
     EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [](const LogLine& line) {
         return line.text.rfind("[AudioConnection][run][", 0) == 0 &&
@@ -68,39 +67,38 @@ TEST_F(AFrame, ThatTookLongIsWarnedAbout) {
     })) << log.dump();
 }
 
-TEST_F(AFrame, WithAWrongMagicEndsTheThreadAndTellsTheOwner) {
+TEST_F(Frame, WithAWrongMagicEndsTheThreadAndNotifiesTheOwner) {
     server.send(Bytes{0xef, 0xbe, 0xad, 0xde} + Bytes(28, 0));
     ASSERT_TRUE(
         log.waitFor(DEBUG, "disconnect return from recv,recv failed(32) magic=0xdeadbeef\n"))
         << log.dump();
-    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 1u) << log.dump();
-    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "run",
-                        "disconnect return from recv,recv failed(32) magic=0xdeadbeef\n"),
-              1u);
+    EXPECT_TRUE(loggedLike(log, ERROR, ANY_CRASH));
+    EXPECT_TRUE(logged(log, DEBUG, "AudioConnection", "run",
+                       "disconnect return from recv,recv failed(32) magic=0xdeadbeef\n"));
     EXPECT_TRUE(receiveThreadEnds());
     EXPECT_THAT(box.taken(), ElementsAre(SERVER_GONE));
 }
 
-TEST_F(AFrame, WithAnUnknownIdEndsTheThreadSilentlyForTheOwner) {
+TEST_F(Frame, WithAnUnknownIdEndsTheThreadWithoutANotification) {
     server.send(ScriptedServer::frame(2));
     ASSERT_TRUE(log.waitFor(ERROR, "unknown header id(2)\n"));
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "run", "unknown header id(2)\n"), 1u);
+    EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "run", "unknown header id(2)\n"));
     EXPECT_TRUE(receiveThreadEnds());
     EXPECT_THAT(box.taken(), SizeIs(0));
 }
 
-TEST_F(AFrame, ThatNeverComesBecauseTheServerClosedIsACrash) {
+TEST_F(Frame, MissingAtTheEndOfTheConnectionIsLoggedAsACrash) {
     server.close();
     ASSERT_TRUE(box.waitFor(1));
     EXPECT_TRUE(receiveThreadEnds());
     EXPECT_THAT(box.taken(), ElementsAre(SERVER_GONE));
-    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 1u) << log.dump();
-    EXPECT_EQ(log.countMatching(DEBUG, ANY_END), 0u);
+    EXPECT_TRUE(loggedLike(log, ERROR, ANY_CRASH));
+    EXPECT_TRUE(loggedLike(log, DEBUG, ANY_END, 0));
     EXPECT_EQ(connection.disconnect(), 0);
     EXPECT_THAT(box.taken(), SizeIs(1));
 }
 
-TEST_F(AFrame, FindsTheCallbackOnTheReceiveThread) {
+TEST_F(Frame, CallbackRunsOnTheReceiveThread) {
     std::atomic<bool> elsewhere = false;
     const pthread_t self = pthread_self();
     box.onTake = [&](const Notification&) { elsewhere = pthread_equal(pthread_self(), self) == 0; };
@@ -111,7 +109,7 @@ TEST_F(AFrame, FindsTheCallbackOnTheReceiveThread) {
 
 // ---- Without a callback ------------------------------------------------------------------------
 
-class WithoutACallback : public ::testing::Test {
+class ConnectionWithoutCallback : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(server.waitForClients(1)); }
 
@@ -120,33 +118,33 @@ protected:
     AudioConnection connection{wire::SERVER_SOCKET, wire::SERVER_PORT, nullptr, nullptr};
 };
 
-TEST_F(WithoutACallback, ANotificationIsLoggedAndDropped) {
+TEST_F(ConnectionWithoutCallback, LogsAndDropsNotifications) {
     server.notify(1, 1);
     server.notify(2, 2);
     EXPECT_TRUE(log.waitFor(WARN, "connection cbk is null\n", 2)) << log.dump();
-    EXPECT_EQ(log.count(WARN, "AudioConnection", "run", "connection cbk is null\n"), 2u);
+    EXPECT_TRUE(logged(log, WARN, "AudioConnection", "run", "connection cbk is null\n", 2));
 }
 
-TEST_F(WithoutACallback, ACrashGoesUnmentioned) {
+TEST_F(ConnectionWithoutCallback, DoesNotLogACrash) {
     server.close();
     EXPECT_TRUE(receiveThreadEnds());
-    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 0u) << log.dump();
-    EXPECT_EQ(log.countMatching(DEBUG, ANY_END), 0u);
+    EXPECT_TRUE(loggedLike(log, ERROR, ANY_CRASH, 0));
+    EXPECT_TRUE(loggedLike(log, DEBUG, ANY_END, 0));
 }
 
-TEST_F(WithoutACallback, AWrongMagicIsStillShown) {
+TEST_F(ConnectionWithoutCallback, LogsAWrongMagic) {
     server.send(Bytes(32, 1));
     EXPECT_TRUE(receiveThreadEnds());
-    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 0u);
-    EXPECT_EQ(log.count(DEBUG, "disconnect return from recv,recv failed(32) magic=0x1010101\n"), 1u)
-        << log.dump();
+    EXPECT_TRUE(loggedLike(log, ERROR, ANY_CRASH, 0));
+    EXPECT_TRUE(
+        logged(log, DEBUG, "disconnect return from recv,recv failed(32) magic=0x1010101\n"));
 }
 
 // ---- Receives that fail ------------------------------------------------------------------------
 
 /// The connection is made after the receive function was replaced, because its thread is in there
 /// from then on.
-class AFailingReceive : public ::testing::Test {
+class FrameReceive : public ::testing::Test {
 protected:
     void connect() {
         connection = std::make_unique<AudioConnection>(wire::SERVER_SOCKET, wire::SERVER_PORT,
@@ -166,43 +164,35 @@ protected:
     std::unique_ptr<AudioConnection> connection;
 };
 
-TEST_F(AFailingReceive, IsACrashAtOnceForAnyErrorButEagain) {
-    platform::Replace recv(platform::recvSlot, [&](int, void*, std::size_t, int) {
-        ++calls;
-        return ssize_t{platform::failWith(ECONNRESET)};
-    });
+TEST_F(FrameReceive, CountsAsACrashAtOnceForAnyErrorButEagain) {
+    const platform::Replace recv(platform::recvSlot, returning(-1, ECONNRESET, &calls));
     connect();
     ASSERT_TRUE(box.waitFor(1));
     EXPECT_TRUE(receiveThreadEnds());
     EXPECT_EQ(calls, 1);
-    EXPECT_EQ(log.countMatching(WARN, line(104, "Connection reset by peer", 0)), 1u) << log.dump();
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "run",
-                        "service may be crash!!! mIsStall:0, errno:Connection reset by peer 104\n"),
-              1u);
-    EXPECT_EQ(log.countMatching(DEBUG, ANY_END), 0u);
+    EXPECT_TRUE(loggedLike(log, WARN, line(104, "Connection reset by peer", 0)));
+    EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "run",
+                       "service may be crash!!! mIsStall:0, errno:Connection reset by peer 104\n"));
+    EXPECT_TRUE(loggedLike(log, DEBUG, ANY_END, 0));
     EXPECT_THAT(box.taken(), ElementsAre(SERVER_GONE));
     EXPECT_THAT(sleeping.sleeps(), ElementsAre(10000));
 }
 
-TEST_F(AFailingReceive, OfElevenAttemptsEndsTheThreadWithoutACrash) {
-    platform::Replace recv(platform::recvSlot, [&](int, void*, std::size_t, int) {
-        ++calls;
-        return ssize_t{platform::failWith(EAGAIN)};
-    });
+TEST_F(FrameReceive, EndsTheThreadWithoutACrashAfterElevenAttempts) {
+    const platform::Replace recv(platform::recvSlot, returning(-1, EAGAIN, &calls));
     connect();
     ASSERT_TRUE(log.waitFor(DEBUG, "disconnect return from recv,recv failed(-1) magic=0x0\n"));
     EXPECT_TRUE(receiveThreadEnds());
     EXPECT_EQ(calls, 11);
     for (int retry = 0; retry <= 10; ++retry)
-        EXPECT_EQ(log.countMatching(WARN, line(11, "Resource temporarily unavailable", retry)), 1u)
-            << log.dump();
-    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 0u);
+        EXPECT_TRUE(loggedLike(log, WARN, line(11, "Resource temporarily unavailable", retry)));
+    EXPECT_TRUE(loggedLike(log, ERROR, ANY_CRASH, 0));
     EXPECT_THAT(box.taken(), SizeIs(0));
     EXPECT_THAT(sleeping.sleeps(), SizeIs(11));
     EXPECT_THAT(sleeping.sleeps(), Each(10000));
 }
 
-TEST_F(AFailingReceive, IsRetriedAndTheNextFrameComesThrough) {
+TEST_F(FrameReceive, ReadsTheNextFrameAfterTenRetries) {
     platform::Replace recv(platform::recvSlot,
                            [&](int descriptor, void* data, std::size_t length, int flags) {
                                if (++calls <= 10) return ssize_t{platform::failWith(EAGAIN)};
@@ -214,7 +204,7 @@ TEST_F(AFailingReceive, IsRetriedAndTheNextFrameComesThrough) {
     EXPECT_THAT(box.taken(), ElementsAre(Notification{4, 5}));
 }
 
-TEST_F(AFailingReceive, WithAValidMagicInTheBufferIsStartedOver) {
+TEST_F(FrameReceive, StartsAgainWhenTheBufferHasAValidMagic) {
     platform::Replace recv(platform::recvSlot,
                            [&](int descriptor, void* data, std::size_t length, int flags) {
                                if (++calls > 11)
@@ -226,37 +216,29 @@ TEST_F(AFailingReceive, WithAValidMagicInTheBufferIsStartedOver) {
     connect();
     server.notify(4, 5);
     ASSERT_TRUE(box.waitFor(1));
-    EXPECT_EQ(log.count(WARN, "AudioConnection", "run", "recv again\n"), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, WARN, "AudioConnection", "run", "recv again\n"));
     EXPECT_THAT(box.taken(), ElementsAre(Notification{4, 5}));
 }
 
-TEST_F(AFailingReceive, OfAClosedSocketIsJudgedByTheLastErrno) {
-    platform::Replace recv(platform::recvSlot, [&](int, void*, std::size_t, int) {
-        errno = EAGAIN;
-        return ssize_t{0};
-    });
+TEST_F(FrameReceive, EndsWithoutACrashWhenErrnoIsEagainAtTheEndOfTheStream) {
+    const platform::Replace recv(platform::recvSlot, returning(0, EAGAIN));
     connect();
     EXPECT_TRUE(log.waitFor(DEBUG, "disconnect return from recv,recv failed(0) magic=0x0\n"));
     EXPECT_TRUE(receiveThreadEnds());
-    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 0u) << log.dump();
+    EXPECT_TRUE(loggedLike(log, ERROR, ANY_CRASH, 0));
     EXPECT_THAT(box.taken(), SizeIs(0));
 }
 
-TEST_F(AFailingReceive, BelowMinusOneIsNotRetried) {
-    platform::Replace recv(platform::recvSlot, [&](int, void*, std::size_t, int) {
-        ++calls;
-        errno = EIO;
-        return ssize_t{-2};
-    });
+TEST_F(FrameReceive, IsNotRetriedForAResultBelowMinusOne) {
+    const platform::Replace recv(platform::recvSlot, returning(-2, EIO, &calls));
     connect();
     ASSERT_TRUE(box.waitFor(1));
     EXPECT_EQ(calls, 1);
-    EXPECT_EQ(
-        log.countMatching(WARN, "recv socket:[0-9]+ ret:-2 errno:Input/output error 5, reTry=0\n"),
-        1u);
+    EXPECT_TRUE(
+        loggedLike(log, WARN, "recv socket:[0-9]+ ret:-2 errno:Input/output error 5, reTry=0\n"));
 }
 
-TEST_F(AFailingReceive, IsTheExpectedEndOfADisconnect) {
+TEST_F(FrameReceive, EndsWithoutACrashWhenTheClientDisconnects) {
     Counter entered;
     platform::Replace recv(platform::recvSlot,
                            [&](int descriptor, void* data, std::size_t length, int flags) {
@@ -266,15 +248,13 @@ TEST_F(AFailingReceive, IsTheExpectedEndOfADisconnect) {
     connect();
     ASSERT_TRUE(entered.waitFor(1));
     EXPECT_EQ(connection->disconnect(), 0);
-    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "run",
-                        "disconnect return from recv,recv failed(-1) magic=0x0\n"),
-              1u)
-        << log.dump();
-    EXPECT_EQ(log.countMatching(ERROR, ANY_CRASH), 0u);
+    EXPECT_TRUE(logged(log, DEBUG, "AudioConnection", "run",
+                       "disconnect return from recv,recv failed(-1) magic=0x0\n"));
+    EXPECT_TRUE(loggedLike(log, ERROR, ANY_CRASH, 0));
     EXPECT_THAT(box.taken(), SizeIs(0));
 }
 
-TEST_F(AFailingReceive, HasAskedForOneHeaderWithoutASignal) {
+TEST_F(FrameReceive, RequestsOneHeaderWithoutSignals) {
     std::size_t asked = 0;
     int how = 0;
     platform::Replace recv(platform::recvSlot, [&](int, void*, std::size_t length, int flags) {

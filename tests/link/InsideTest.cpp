@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the library keeps to itself: the record behind a connection, the receive thread's class, and
-// what the clients' destructors use.
+// Internals of the library: the record behind a connection, the receive thread's class, and the end
+// of requests by the clients' destructors.
 #include <cabinaudio/foundation/AudioCondition.h>
 #include <cabinaudio/foundation/AudioMutex.h>
 #include <cabinaudio/foundation/AudioSemaphore.h>
@@ -57,10 +57,9 @@ void waitForWorkersEnd(AudioSocket& record) {
         record.mReplyCond->wait(*record.mReplyLock);
 }
 
-// ---- The record
-// ----------------------------------------------------------------------------------
+// ---- The record ---------------------------------------------------------------------------------
 
-TEST(TheSocketRecord, HasItsFieldsInOrder) {
+TEST(SocketRecord, HasItsFieldsInOrder) {
     const AudioSocket record;
     const void* const fields[] = {&record.mSocket,    &record.mReplySem, &record.mReplyLock,
                                   &record.mReplyCond, &record.mWorker,   &record.mReplyReady,
@@ -73,7 +72,7 @@ TEST(TheSocketRecord, HasItsFieldsInOrder) {
     EXPECT_EQ(sizeof record.mIsStall, 1u);
 }
 
-TEST(TheSocketRecordDeathTest, WithoutADescriptorIsABrokenInvariant) {
+TEST(SocketRecordDeathTest, AssertsThatThereIsADescriptor) {
     // A process under an emulator cannot execute itself; nothing else runs in it here.
     GTEST_FLAG_SET(death_test_style, "fast");
     EXPECT_DEATH(
@@ -94,7 +93,7 @@ TEST(TheSocketRecordDeathTest, WithoutADescriptorIsABrokenInvariant) {
         "AUDIO ASSERT\\(0 <= pSocket->mSocket\\)!");
 }
 
-TEST_F(AConnection, KeepsAReplysBodyForItsReaderWhenTheReceiveThreadWakesUpEarly) {
+TEST_F(Connection, LeavesAReplysBodyToItsReaderWhenTheReceiveThreadWakesUpEarly) {
     AudioSocket* const record = recordOf(connection);
     server.send(ScriptedServer::frame(HEADER_REPLY) + Bytes{1, 2, 3, 4});
     EXPECT_TRUE(eventually([&] {
@@ -111,7 +110,7 @@ TEST_F(AConnection, KeepsAReplysBodyForItsReaderWhenTheReceiveThreadWakesUpEarly
     EXPECT_EQ(body, (Bytes{5, 6, 7, 8}));
 }
 
-TEST_F(AConnection, IsNotFooledByWakeUpsWithoutAReply) {
+TEST_F(Connection, IgnoresWakeUpsWithoutAReply) {
     Bytes body(4);
     AudioSocket* const record = recordOf(connection);
     auto result = receivingInBackground(body);
@@ -125,16 +124,15 @@ TEST_F(AConnection, IsNotFooledByWakeUpsWithoutAReply) {
     EXPECT_THAT(body, ::testing::ElementsAre(1, 2, 3, 4));
 }
 
-// ---- Loans of the record
-// -------------------------------------------------------------------------
+// ---- Loans of the record ------------------------------------------------------------------------
 
-class TheLoansOfARecord : public ::testing::Test {
+class RecordLoans : public ::testing::Test {
 protected:
     alignas(std::max_align_t) AudioSocket record;
     std::atomic<AudioSocket*> slot{&record};
 };
 
-TEST_F(TheLoansOfARecord, AreRefusedBeyondTheLargestCount) {
+TEST_F(RecordLoans, AreRefusedBeyondTheLargestCount) {
     {
         std::vector<std::unique_ptr<RecordLoan>> loans;
         while (loans.size() < MOST_LOANS) {
@@ -147,7 +145,7 @@ TEST_F(TheLoansOfARecord, AreRefusedBeyondTheLargestCount) {
     EXPECT_EQ(slot.load(), &record);
 }
 
-TEST_F(TheLoansOfARecord, AreAllAwaited) {
+TEST_F(RecordLoans, AreAllAwaitedWhenTheRecordIsTaken) {
     auto first = std::make_unique<RecordLoan>(slot);
     auto second = std::make_unique<RecordLoan>(slot);
     const TakenRecord taken = takeRecord(slot);
@@ -161,32 +159,30 @@ TEST_F(TheLoansOfARecord, AreAllAwaited) {
     EXPECT_EQ(waiting.wait_for(BOUND), std::future_status::ready);
 }
 
-// ---- The receive thread's class
-// --------------------------------------------------------------------
+// ---- The receive thread's class -----------------------------------------------------------------
 
-TEST(TheReceiveThread, WithoutARecordSaysSoAndReturns) {
+TEST(ReceiveThread, LogsAndReturnsWithoutARecord) {
     LogCapture log;
     SktWorker worker(nullptr, nullptr, nullptr);
     worker.run();
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "run", "als is null\n"), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "run", "als is null\n"));
 }
 
-TEST(TheReceiveThread, ReturnsAtOnceWhenItIsNotRunning) {
+TEST(ReceiveThread, ReturnsAtOnceWhenItIsNotRunning) {
     LogCapture log;
     AudioSocket* const record = new (std::malloc(sizeof(AudioSocket))) AudioSocket;
     ASSERT_TRUE(record->create(nullptr, nullptr));
     record->mSocket = -1;  // a receive would fail and be logged
     record->mWorker->run();
     EXPECT_TRUE(record->mState.isWorkerGone());
-    EXPECT_TRUE(log.lines().empty()) << log.dump();
+    EXPECT_TRUE(logIsEmpty(log));
     AudioSocket::destroy(record);
 }
 
-// ---- A client's destructor
-// ---------------------------------------------------------------------------
+// ---- A client's destructor ----------------------------------------------------------------------
 
 /// A request under way, and an owner that is about to be destroyed and needs the request to end.
-class AnAbandonedRequest : public ::testing::Test {
+class AbandonedRequest : public ::testing::Test {
 protected:
     void request() {
         result = std::async(std::launch::async, [this] { return call.callFuncId(1, false); });
@@ -201,17 +197,17 @@ protected:
     std::future<std::int32_t> result;
 };
 
-TEST_F(AnAbandonedRequest, EndsWhenTheServerIsGoneAlready) {
+TEST_F(AbandonedRequest, EndsWhenTheServerIsGoneAlready) {
     server.on(1, Answer::close());
     request();
     ASSERT_TRUE(box.waitFor(1));
     EXPECT_TRUE(stillWaiting());
     RemoteCallAccess::abandon(call);
     EXPECT_EQ(result.get(), 1);
-    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "recv", "exit\n"), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, DEBUG, "AudioConnection", "recv", "exit\n"));
 }
 
-TEST_F(AnAbandonedRequest, EndsWhenTheServerGoesLater) {
+TEST_F(AbandonedRequest, EndsWhenTheServerGoesLater) {
     server.on(1, Answer::none());
     request();
     RemoteCallAccess::abandon(call);
@@ -220,17 +216,17 @@ TEST_F(AnAbandonedRequest, EndsWhenTheServerGoesLater) {
     EXPECT_EQ(result.get(), 1);
 }
 
-TEST_F(AnAbandonedRequest, StillGetsItsReplyFromALivingServer) {
+TEST_F(AbandonedRequest, GetsItsReplyFromALivingServer) {
     server.on(1, Answer::status(17).held());
     request();
     RemoteCallAccess::abandon(call);
     EXPECT_TRUE(stillWaiting());
     server.release();
     EXPECT_EQ(result.get(), 17);
-    EXPECT_EQ(log.count(DEBUG, "exit\n"), 0u);
+    EXPECT_TRUE(logged(log, DEBUG, "exit\n", 0));
 }
 
-TEST_F(AnAbandonedRequest, IsServedEvenWhenItComesLate) {
+TEST_F(AbandonedRequest, GetsItsReplyWhenItIsSentAfterwards) {
     server.on(1, Answer::status(17).held());
     RemoteCallAccess::abandon(call);
     request();
@@ -239,7 +235,7 @@ TEST_F(AnAbandonedRequest, IsServedEvenWhenItComesLate) {
     EXPECT_EQ(result.get(), 17);
 }
 
-TEST_F(AnAbandonedRequest, DoesNotHoldTheOwnerUpWhileItsBodyIsMissing) {
+TEST_F(AbandonedRequest, WaitsForItsBodyWithoutBlockingTheOwner) {
     server.on(1, Answer::status(17).bodyHeld());
     request();
     EXPECT_TRUE(stillWaiting());
@@ -249,7 +245,7 @@ TEST_F(AnAbandonedRequest, DoesNotHoldTheOwnerUpWhileItsBodyIsMissing) {
     EXPECT_EQ(result.get(), 17);
 }
 
-TEST_F(AnAbandonedRequest, EndsAtWhateverMomentTheServerGoes) {
+TEST_F(AbandonedRequest, EndsAtAnyMomentOfTheServersEnd) {
     for (std::size_t round = 1; round <= 100; ++round) {
         server.on(2, Answer::close());
         RemoteCall own(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
@@ -260,7 +256,7 @@ TEST_F(AnAbandonedRequest, EndsAtWhateverMomentTheServerGoes) {
     }
 }
 
-TEST_F(AnAbandonedRequest, NeedsNoConnection) {
+TEST_F(AbandonedRequest, MayLackAConnection) {
     server.stop();
     RemoteCall unconnected(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
     RemoteCallAccess::abandon(unconnected);

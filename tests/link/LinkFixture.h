@@ -2,30 +2,34 @@
 #pragma once
 
 #include <cabinaudio/link/AudioConnection.h>
+#include <cabinaudio/link/RemoteCall.h>
 
 #include "tests/link/Platform.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
+#include "tests/support/Row.h"
 #include "tests/support/ScriptedServer.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <future>
+#include <limits>
+#include <memory>
 #include <mutex>
 #include <ostream>
+#include <string>
 #include <vector>
 
 namespace cabinaudio::test {
 
 inline constexpr std::chrono::seconds BOUND = std::chrono::seconds(30);
-/// For what must not happen: a wrong library has this long to do it.
+/// Time that a wrong library has to do something that must not happen.
 inline constexpr std::chrono::milliseconds WHILE = std::chrono::milliseconds(100);
-inline constexpr int DEBUG = 3;
-inline constexpr int WARN = 5;
-inline constexpr int ERROR = 6;
 
 struct Notification {
     std::uint32_t event;
@@ -65,7 +69,7 @@ private:
     std::vector<Notification> mTaken;
 };
 
-/// Counts what happens, from any thread, and lets a test wait for it.
+/// Counts events, from any thread, and lets a test wait for them.
 class Counter {
 public:
     void add() {
@@ -96,7 +100,7 @@ public:
               const std::lock_guard lock(mLock);
               mSleeps.push_back(static_cast<long>(timeout->tv_sec) * 1000000 +
                                 static_cast<long>(timeout->tv_usec));
-              return platform::failWith(EINTR);  // as when a signal comes: errno is another one
+              return platform::failWith(EINTR);  // as after a signal: errno is another one
           }) {}
     [[nodiscard]] std::vector<long> sleeps() const {
         const std::lock_guard lock(mLock);
@@ -109,8 +113,118 @@ private:
     platform::Replace mReplace;
 };
 
+/// Library threads that the system refuses: all of them, or the first ones.
+class RefusedThreads {
+public:
+    explicit RefusedThreads(int count = std::numeric_limits<int>::max())
+        : mCount(count),
+          mReplace(platform::pthreadCreateSlot,
+                   [this](pthread_t* thread, const pthread_attr_t* attributes,
+                          void* (*entry)(void*), void* argument) {
+                       if (platform::isLibraryThread(attributes) && ++mThreads <= mCount)
+                           return EPERM;
+                       return platform::real::pthread_create(thread, attributes, entry, argument);
+                   }) {}
+    /// Library threads so far, refused or not.
+    [[nodiscard]] int threads() const { return mThreads; }
+
+private:
+    const int mCount;
+    std::atomic<int> mThreads = 0;
+    platform::Replace mReplace;
+};
+
+/// For sendSlot and recvSlot: returns this number, with this errno, and counts the calls.
+inline auto returning(ssize_t result, int error, std::atomic<int>* calls = nullptr) {
+    return [=](int, const void*, std::size_t, int) {
+        if (calls != nullptr) ++*calls;
+        errno = error;
+        return result;
+    };
+}
+
+/// A send of the library that returns this number, with EPIPE, when the test lets it.
+class HeldSend {
+public:
+    explicit HeldSend(ssize_t result)
+        : mSend(platform::sendSlot,
+                [this, result](int descriptor, const void*, std::size_t, int) {
+                    mDescriptor = descriptor;
+                    mEntered.add();
+                    mLeave.get_future().wait();
+                    errno = EPIPE;
+                    return result;
+                }),
+          mShutdown(platform::shutdownSlot, [this](int descriptor, int how) {
+              const int done = platform::real::shutdown(descriptor, how);
+              mShutDown.add();
+              return done;
+          }) {}
+
+    [[nodiscard]] bool waitForSend() const { return mEntered.waitFor(1); }
+    /// Waits until the library has shut a socket down.
+    [[nodiscard]] bool waitForShutdown() const { return mShutDown.waitFor(1); }
+    [[nodiscard]] int descriptor() const { return mDescriptor; }
+    void release() { mLeave.set_value(); }
+
+private:
+    Counter mEntered;
+    Counter mShutDown;
+    std::promise<void> mLeave;
+    std::atomic<int> mDescriptor = -1;
+    platform::Replace mSend;
+    platform::Replace mShutdown;
+};
+
+/// Of sending a message or receiving a body, when each call of the platform's function returns the
+/// same.
+struct Attempts : Row {
+    ssize_t result;  // of the platform's function
+    int error;
+    const char* cause;  // as logged
+    std::int32_t status;
+    int calls;
+    /// Each attempt has a warning and a pause, each but the first a debug line.
+    void expectIn(const LogCapture& log, const std::string& operation,
+                  const NoSleeping& sleeping) const {
+        const std::string number = "(" + std::to_string(result) + ") ";
+        for (int retry = 0; retry < calls; ++retry) {
+            const std::string which = std::to_string(retry) + "\n";
+            EXPECT_TRUE(
+                logged(log, WARN, "AudioConnection", operation,
+                       operation + " failed" + number + "errno:" + cause + ", reTry=" + which));
+            EXPECT_TRUE(logged(log, DEBUG, "AudioConnection", operation,
+                               operation + number + "reTry:" + which, retry == 0 ? 0 : 1));
+        }
+        const auto count = static_cast<std::size_t>(calls);
+        EXPECT_TRUE(loggedLike(log, WARN, operation + " failed.*\n", count));
+        EXPECT_EQ(sleeping.sleeps(), std::vector<long>(count, 10000));
+    }
+};
+
+inline constexpr Attempts ATTEMPTS[] = {
+    {"TryAgain", -1, EAGAIN, "Resource temporarily unavailable 11", 1, 11},
+    {"AnotherError", -1, ECONNRESET, "Connection reset by peer 104", 1, 1},
+    {"BelowMinusOne", -2, EAGAIN, "Resource temporarily unavailable 11", 1, 1},
+    {"NothingDone", 0, EIO, "Input/output error 5", 0, 11},
+};
+
+/// A remote call that the test makes, and its server.
+class RemoteCallFixture : public ::testing::Test {
+protected:
+    void connect() {
+        call = std::make_unique<RemoteCall>(AUDIO_CONNECT_MAIN, &Mailbox::take, &box, "name");
+        ASSERT_EQ(call->initCheck(), 0);
+    }
+
+    LogCapture log;
+    ScriptedServer server;
+    Mailbox box;
+    std::unique_ptr<RemoteCall> call;
+};
+
 /// A connection whose every frame is written by the test.
-class AConnection : public ::testing::Test {
+class Connection : public ::testing::Test {
 protected:
     /// Connected, and accepted by the server.
     void SetUp() override { ASSERT_TRUE(server.waitForClients(1)); }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What an application gets that has asked for an end of every wait.
+// The policy by which every wait of an application has an end.
 #include <cabinaudio/foundation/AudioStatus.h>
 #include <cabinaudio/link/AudioConnection.h>
 #include <cabinaudio/link/LinkPolicy.h>
@@ -31,28 +31,31 @@ using ::testing::ElementsAre;
 using ::testing::Le;
 
 constexpr auto TIMEOUT = 200ms;
-/// What a wait of TIMEOUT must not exceed: it shows only that the wait has an end.
+/// Limit for a wait of TIMEOUT: it shows only that the wait has an end.
 constexpr auto LONGEST = 20s;
 
+/// Sees that a wait which begins with it has an end in time.
 class Watch {
 public:
-    [[nodiscard]] std::chrono::milliseconds elapsed() const {
-        return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - mBegin);
+    void expectTimeout() const {
+        EXPECT_GE(Clock::now() - mBegin, TIMEOUT);
+        expectEnd();
     }
+    void expectEnd() const { EXPECT_LT(Clock::now() - mBegin, LONGEST); }
 
 private:
     using Clock = std::chrono::steady_clock;
     Clock::time_point mBegin = Clock::now();
 };
 
-TEST(TheLinkPolicy, IsOffAtFirst) {
+TEST(LinkPolicy, IsOffByDefault) {
     const LinkPolicy policy = linkPolicy();
     EXPECT_EQ(policy.replyTimeout, 0ms);
     EXPECT_FALSE(policy.wakesOnServerLoss);
     EXPECT_FALSE(policy.allowsOrdinaryThreads);
 }
 
-TEST(TheLinkPolicy, IsWhatWasSetLast) {
+TEST(LinkPolicy, IsWhatWasSetLast) {
     const PolicyGuard guard({1500ms, true, true});
     EXPECT_EQ(linkPolicy().replyTimeout, 1500ms);
     EXPECT_TRUE(linkPolicy().wakesOnServerLoss);
@@ -75,7 +78,7 @@ std::vector<long long> sendTimeouts() {
     return timeouts;
 }
 
-TEST(TheLinkPolicy, LeavesTheSocketsOwnSendTimeoutOnceItIsReset) {
+TEST(LinkPolicy, RestoresTheSocketsSendTimeoutWhenItIsReset) {
     ScriptedServer server;
     RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
     EXPECT_THAT(sendTimeouts(), ElementsAre(10000));
@@ -89,21 +92,18 @@ TEST(TheLinkPolicy, LeavesTheSocketsOwnSendTimeoutOnceItIsReset) {
 }
 
 /// A remote call that is registered, under a policy with a time-out alone.
-class ATimeout : public ::testing::Test {
+class ReplyTimeout : public ::testing::Test {
 protected:
-    ATimeout() : guard({TIMEOUT, false, false}) {}
+    ReplyTimeout() : guard({TIMEOUT, false, false}) {}
 
     int request() { return call->callFuncId(7, true); }
-    /// A request that nobody answers in time.
+    /// A request that is not answered in time.
     void expectTimeout() {
         const Watch watch;
         EXPECT_EQ(request(), 1);
-        EXPECT_GE(watch.elapsed(), TIMEOUT);
-        EXPECT_LT(watch.elapsed(), LONGEST);
-        EXPECT_EQ(log.count(ERROR, "AudioConnection", "recv",
-                            "no answer in 200 ms, connection is broken\n"),
-                  1U)
-            << log.dump();
+        watch.expectTimeout();
+        EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "recv",
+                           "no answer in 200 ms, connection is broken\n"));
     }
 
     LogCapture log;
@@ -114,23 +114,33 @@ protected:
         std::make_unique<RemoteCall>(AUDIO_CONNECT_AUXILIARY, &Mailbox::take, &box, "str");
 };
 
-TEST_F(ATimeout, EndsARequestThatIsNotAnswered) {
-    server.onOther(Answer::none());
+struct Silence : Row {
+    Answer answer;
+};
+
+class ReplyTimeoutFor : public ReplyTimeout, public ::testing::WithParamInterface<Silence> {};
+
+/// Also when the receive thread has seen the answer's header and waits for a reader of the body.
+TEST_P(ReplyTimeoutFor, EndsTheRequestAndNotifiesTheClientAsIfTheServerWereGone) {
+    server.onOther(GetParam().answer);
     expectTimeout();
+    ASSERT_TRUE(box.waitFor(1));
+    EXPECT_EQ(box.taken().front(), (Notification{255, 0}));
+    EXPECT_TRUE(server.waitForEndOf());
 }
 
-TEST_F(ATimeout, EndsARequestWhoseBodyDoesNotCome) {
-    server.onOther(Answer::status(0).bodyHeld());
-    expectTimeout();
-}
+INSTANTIATE_TEST_SUITE_P(Silent, ReplyTimeoutFor,
+                         ::testing::Values(Silence{"NoAnswer", Answer::none()},
+                                           Silence{"NoBody", Answer::status(0).bodyHeld()}),
+                         ROW_NAME);
 
-TEST_F(ATimeout, DoesNotTouchAnAnswerInTime) {
+TEST_F(ReplyTimeout, HasNoEffectOnAnAnswerInTime) {
     for (int i = 0; i < 100; ++i)
         ASSERT_EQ(request(), 0);
-    EXPECT_EQ(log.count(ERROR, "connection is broken\n"), 0U) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "connection is broken\n", 0));
 }
 
-TEST_F(ATimeout, BreaksTheConnectionForGood) {
+TEST_F(ReplyTimeout, BreaksTheConnectionForGood) {
     server.onOther(Answer::status(0).held());
     expectTimeout();
     server.onOther(Answer::status(0));
@@ -139,36 +149,18 @@ TEST_F(ATimeout, BreaksTheConnectionForGood) {
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(request(), 1);
     EXPECT_EQ(server.requests().size(), sent);
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "send", "connection is broken\n"), 3U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "send", "connection is broken\n", 3));
 }
 
-TEST_F(ATimeout, TellsTheClientAsIfTheServerWereGone) {
-    server.onOther(Answer::none());
-    expectTimeout();
-    ASSERT_TRUE(box.waitFor(1));
-    EXPECT_EQ(box.taken().front(), (Notification{255, 0}));
-    EXPECT_TRUE(server.waitForEndOf());
-}
-
-/// The receive thread has seen the answer's header and waits for somebody to read the body.
-TEST_F(ATimeout, TellsTheClientAlsoWhenTheBodyDidNotCome) {
-    server.onOther(Answer::status(0).bodyHeld());
-    expectTimeout();
-    ASSERT_TRUE(box.waitFor(1));
-    EXPECT_EQ(box.taken().front(), (Notification{255, 0}));
-}
-
-TEST_F(ATimeout, BreaksTheConnectionOfWhoOnlyReceivesToo) {
+TEST_F(ReplyTimeout, BreaksTheConnectionOfAReceiverWithoutARequest) {
     AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
     std::uint8_t body[4];
     EXPECT_EQ(connection.recv(body, sizeof body), 1);
     EXPECT_EQ(connection.recv(body, sizeof body), 1);
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "recv", "connection is broken\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "recv", "connection is broken\n"));
 }
 
-TEST_F(ATimeout, TellsTheClientAlsoWhenTheAnswerWasOnItsWay) {
+TEST_F(ReplyTimeout, BreaksTheConnectionOrNotWhenTheAnswerRacesWithIt) {
     for (int round = 0; round < 20; ++round) {
         call.reset();
         call = std::make_unique<RemoteCall>(AUDIO_CONNECT_AUXILIARY, &Mailbox::take, &box, "str");
@@ -188,16 +180,15 @@ TEST_F(ATimeout, TellsTheClientAlsoWhenTheAnswerWasOnItsWay) {
     }
 }
 
-TEST_F(ATimeout, EndsARegistration) {
+TEST_F(ReplyTimeout, EndsARegistration) {
     server.onRegistration(Answer::none());
     const Watch watch;
     RemoteCall other(AUDIO_CONNECT_MAIN, nullptr, nullptr, "other");
-    EXPECT_GE(watch.elapsed(), TIMEOUT);
-    EXPECT_LT(watch.elapsed(), LONGEST);
+    watch.expectTimeout();
     EXPECT_EQ(other.initCheck(), AUDIO_NOT_CONNECTED);
 }
 
-TEST_F(ATimeout, EndsASendThatTheServerDoesNotTake) {
+TEST_F(ReplyTimeout, EndsASendThatTheServerDoesNotTake) {
     server.pauseReading();
     Bytes much(8 << 20);
     std::uint8_t* request = nullptr;
@@ -205,13 +196,12 @@ TEST_F(ATimeout, EndsASendThatTheServerDoesNotTake) {
     ASSERT_EQ(call->rcalloc(&request, static_cast<std::uint32_t>(much.size()), &reply, 4), 0);
     const Watch watch;
     EXPECT_EQ(call->call(request, static_cast<std::uint32_t>(much.size()), reply, 4, true), 1);
-    EXPECT_GE(watch.elapsed(), TIMEOUT);
-    EXPECT_LT(watch.elapsed(), LONGEST);
+    watch.expectTimeout();
     EXPECT_EQ(call->rcfree(request, reply), 0);
     server.resumeReading();
 }
 
-TEST_F(ATimeout, EndsAConnectionThatNobodyAccepts) {
+TEST_F(ReplyTimeout, EndsAConnectionThatNobodyAccepts) {
     const std::string path = "deaf" + std::to_string(getpid());
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
@@ -225,25 +215,24 @@ TEST_F(ATimeout, EndsAConnectionThatNobodyAccepts) {
 
     const Watch watch;
     AudioConnection connection(path.c_str(), 0, nullptr, nullptr);
-    EXPECT_GE(watch.elapsed(), TIMEOUT);
-    EXPECT_LT(watch.elapsed(), LONGEST);
+    watch.expectTimeout();
     EXPECT_EQ(connection.disconnect(), 1);
     ::close(first);
     ::close(listening);
 }
 
-TEST_F(ATimeout, LeavesADestructorFree) {
+TEST_F(ReplyTimeout, LetsTheDestructorReturn) {
     server.onOther(Answer::none());
     expectTimeout();
     const Watch watch;
     call.reset();
-    EXPECT_LT(watch.elapsed(), LONGEST);
+    watch.expectEnd();
 }
 
 /// A request under way when the connection is lost, under a policy that wakes it alone.
-class AWake : public ::testing::Test {
+class ServerLossPolicy : public ::testing::Test {
 protected:
-    AWake() : guard({0ms, true, false}) {}
+    ServerLossPolicy() : guard({0ms, true, false}) {}
 
     /// The result of a request, during which the server does this.
     int resultWhile(const std::function<void()>& act) {
@@ -264,28 +253,41 @@ protected:
     RemoteCall call{AUDIO_CONNECT_AUXILIARY, nullptr, nullptr, "str"};
 };
 
-TEST_F(AWake, EndsARequestOfAServerThatCloses) {
-    EXPECT_EQ(resultWhile([&] { server.close(); }), 1);
+struct Loss : Row {
+    void (*act)(ScriptedServer&);
+};
+
+class ServerLossPolicyFor : public ServerLossPolicy, public ::testing::WithParamInterface<Loss> {};
+
+TEST_P(ServerLossPolicyFor, EndsTheRequestUnderWayAndEachLaterOne) {
+    EXPECT_EQ(resultWhile([&] { GetParam().act(server); }), 1);
     EXPECT_EQ(call.callFuncId(7, true), 1);
 }
 
-TEST_F(AWake, EndsARequestOfAServerThatDies) {
-    EXPECT_EQ(resultWhile([&] { server.stop(); }), 1);
-}
+constexpr Loss LOSSES[] = {
+    {"AServerThatCloses", [](ScriptedServer& server) { server.close(); }},
+    {"AServerThatDies", [](ScriptedServer& server) { server.stop(); }},
+    {"AWrongMagic", [](ScriptedServer& server) { server.send(Bytes(32, 0x11)); }},
+    {"AnUnknownMessage", [](ScriptedServer& server) { server.send(ScriptedServer::frame(77)); }},
+};
 
-TEST_F(AWake, EndsARequestOfAServerThatSendsNoMessage) {
-    EXPECT_EQ(resultWhile([&] { server.send(Bytes(32, 0x11)); }), 1);
-    EXPECT_EQ(call.callFuncId(7, true), 1);
-}
+INSTANTIATE_TEST_SUITE_P(Lost, ServerLossPolicyFor, ::testing::ValuesIn(LOSSES), ROW_NAME);
 
-TEST_F(AWake, EndsARequestOfAServerThatSendsAnUnknownMessage) {
-    EXPECT_EQ(resultWhile([&] { server.send(ScriptedServer::frame(77)); }), 1);
-}
-
-TEST_F(AWake, EndsARegistrationOfAServerThatCloses) {
+TEST_F(ServerLossPolicy, EndsARegistrationOfAServerThatCloses) {
     server.onRegistration(Answer::close());
     RemoteCall other(AUDIO_CONNECT_MAIN, nullptr, nullptr, "other");
     EXPECT_EQ(other.initCheck(), AUDIO_NOT_CONNECTED);
+}
+
+TEST(LongestTimeout, IsNotOverBeforeTheRequestBegins) {
+    for (const auto limit : {std::chrono::milliseconds::max(),
+                             std::chrono::milliseconds(std::chrono::hours(24 * 365 * 1000L))}) {
+        const PolicyGuard guard({limit, false, false});
+        ScriptedServer server;
+        RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, "name");
+        ASSERT_EQ(call.initCheck(), 0) << limit.count();
+        EXPECT_EQ(call.callFuncId(1, false), 0) << limit.count();
+    }
 }
 
 /// Refuses real-time threads, and counts the others of the library.
@@ -309,7 +311,7 @@ private:
     platform::Replace mReplace;
 };
 
-TEST(AnOrdinaryThread, DoesWhereNoRealTimeOneIsGranted) {
+TEST(OrdinaryThread, ReplacesARealTimeThreadThatIsRefused) {
     const LogCapture log;
     ScriptedServer server;
     const PolicyGuard guard({0ms, false, true});
@@ -318,12 +320,12 @@ TEST(AnOrdinaryThread, DoesWhereNoRealTimeOneIsGranted) {
     EXPECT_EQ(call.initCheck(), 0);
     EXPECT_EQ(call.callFuncId(7, true), 0);
     EXPECT_EQ(refused.ordinary(), 2U);
-    EXPECT_EQ(log.count(WARN, "Thread(AS-SktWorker) may not be a real-time one.\n"), 1U);
-    EXPECT_EQ(log.count(WARN, "Thread(AS-RCNotifier) may not be a real-time one.\n"), 1U);
-    EXPECT_EQ(log.count(ERROR, "Fail to start thread"), 0U) << log.dump();
+    EXPECT_TRUE(logged(log, WARN, "Thread(AS-SktWorker) may not be a real-time one.\n"));
+    EXPECT_TRUE(logged(log, WARN, "Thread(AS-RCNotifier) may not be a real-time one.\n"));
+    EXPECT_TRUE(logged(log, ERROR, "Fail to start thread", 0));
 }
 
-TEST(AnOrdinaryThread, IsNotMadeUnasked) {
+TEST(OrdinaryThread, IsNotMadeWithoutThePolicy) {
     const LogCapture log;
     ScriptedServer server;
     const NoRealTime refused;

@@ -3,7 +3,7 @@
 #include <cabinaudio/link/AudioConnection.h>
 
 #include "link/AudioSocket.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 #include "tests/support/ScriptedServer.h"
 
 #include <gtest/gtest.h>
@@ -12,8 +12,6 @@
 #include <new>
 
 namespace {
-
-constexpr int ERROR = 6;
 
 // Of this thread only, and only while a test says so.
 thread_local bool failsRecord = false;
@@ -48,37 +46,36 @@ void* __wrap__ZnwjRKSt9nothrow_t(std::size_t size, const std::nothrow_t& nothrow
 namespace cabinaudio::test {
 namespace {
 
-TEST(AConnectionWithoutMemory, ForItsRecordIsNotConnected) {
+TEST(ConnectionWithoutMemory, FailsForItsRecord) {
     LogCapture log;
     ScriptedServer server;
     failsRecord = true;
     AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
     EXPECT_EQ(connection.connect(), 1);
     failsRecord = false;
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "connect", "alloc socket memory failed\n"), 2u)
-        << log.dump();
+    EXPECT_TRUE(
+        logged(log, ERROR, "AudioConnection", "connect", "alloc socket memory failed\n", 2));
     EXPECT_EQ(connection.disconnect(), 1);
     EXPECT_EQ(server.clients(), 0u);
     EXPECT_EQ(connection.connect(), 0);
 }
 
-class AConnectionWithoutMemoryFor : public ::testing::TestWithParam<int> {};
+class ConnectionWithoutMemoryFor : public ::testing::TestWithParam<int> {};
 
-TEST_P(AConnectionWithoutMemoryFor, OneOfItsPartsIsNotConnected) {
+TEST_P(ConnectionWithoutMemoryFor, APartFails) {
     LogCapture log;
     ScriptedServer server;
     failsObject = GetParam();
     AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
     EXPECT_EQ(failsObject, 0) << "there is no such part";
     failsObject = 0;
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "connect", "create mutex failed\n"), 1u)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "connect", "create mutex failed\n"));
     EXPECT_EQ(connection.disconnect(), 1);
     EXPECT_EQ(server.clients(), 0u);
     EXPECT_EQ(connection.connect(), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, AConnectionWithoutMemoryFor, ::testing::Values(1, 2, 3, 4));
+INSTANTIATE_TEST_SUITE_P(Parts, ConnectionWithoutMemoryFor, ::testing::Values(1, 2, 3, 4));
 
 }  // namespace
 }  // namespace cabinaudio::test

@@ -20,27 +20,16 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::SizeIs;
 
-class ANotification : public ::testing::Test {
-protected:
-    void connect(audio_connect_type type = AUDIO_CONNECT_MAIN) {
-        call = std::make_unique<RemoteCall>(type, &Mailbox::take, &box, "name");
-        ASSERT_EQ(call->initCheck(), 0);
-    }
+class RemoteCallNotification : public RemoteCallFixture {};
 
-    LogCapture log;
-    ScriptedServer server;
-    Mailbox box;
-    std::unique_ptr<RemoteCall> call;
-};
-
-TEST_F(ANotification, ReachesTheOwner) {
+TEST_F(RemoteCallNotification, ReachesTheOwner) {
     connect();
     server.notify(0x12345678, 0x89abcdef);
     ASSERT_TRUE(box.waitFor(1));
     EXPECT_THAT(box.taken(), ElementsAre(Notification{0x12345678, 0x89abcdef}));
 }
 
-TEST_F(ANotification, ComesOnItsOwnThread) {
+TEST_F(RemoteCallNotification, DoesNotBlockRequestsWhileTheOwnerIsBusy) {
     std::atomic<bool> released = false;
     Counter entered;
     box.onTake = [&](const Notification&) {
@@ -56,7 +45,7 @@ TEST_F(ANotification, ComesOnItsOwnThread) {
     EXPECT_TRUE(box.waitFor(1));
 }
 
-TEST_F(ANotification, ComesInOrderHoweverManyWait) {
+TEST_F(RemoteCallNotification, ArrivesInOrderWhenThousandsAreQueued) {
     constexpr std::uint32_t COUNT = 5000;
     std::atomic<bool> released = false;
     box.onTake = [&](const Notification& notification) {
@@ -66,7 +55,7 @@ TEST_F(ANotification, ComesInOrderHoweverManyWait) {
     connect();
     for (std::uint32_t i = 0; i < COUNT; ++i)
         server.notify(i, COUNT - i);
-    // The reply comes behind them all, so that all of them are queued by now.
+    // The reply follows the notifications, so all of them are queued by now.
     EXPECT_EQ(call->callFuncId(1, false), 0);
     EXPECT_THAT(box.taken(), SizeIs(0));
     released = true;
@@ -77,7 +66,7 @@ TEST_F(ANotification, ComesInOrderHoweverManyWait) {
         ASSERT_EQ(taken[i], (Notification{i, COUNT - i}));
 }
 
-TEST_F(ANotification, MayBeAnsweredWithARequest) {
+TEST_F(RemoteCallNotification, MayBeAnsweredWithARequest) {
     std::atomic<RemoteCall*> own = nullptr;
     std::atomic<std::int32_t> status = -1;
     server.on(8, Answer::status(31));
@@ -89,24 +78,23 @@ TEST_F(ANotification, MayBeAnsweredWithARequest) {
     EXPECT_EQ(status, 31);
 }
 
-TEST_F(ANotification, Of255ComesWhenTheServerIsGone) {
+TEST_F(RemoteCallNotification, Is255WhenTheServerIsGone) {
     connect();
     server.close();
     ASSERT_TRUE(box.waitFor(1));
     EXPECT_THAT(box.taken(), ElementsAre(Notification{255, 0}));
-    EXPECT_EQ(log.countMatching(ERROR, "service may be crash!!! mIsStall:0, errno:.* [0-9]+\n"),
-              1u);
+    EXPECT_TRUE(loggedLike(log, ERROR, "service may be crash!!! mIsStall:0, errno:.* [0-9]+\n"));
 }
 
-TEST_F(ANotification, IsDroppedWhenNobodyWantsIt) {
+TEST_F(RemoteCallNotification, IsDroppedSilentlyWithoutACallback) {
     RemoteCall deaf(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
     for (std::uint32_t i = 0; i < 100; ++i)
         server.notify(i, i);
     EXPECT_EQ(deaf.callFuncId(1, false), 0);
-    EXPECT_EQ(log.countMatching(WARN, "connection cbk is null\n"), 0u);
+    EXPECT_TRUE(loggedLike(log, WARN, "connection cbk is null\n", 0));
 }
 
-TEST_F(ANotification, ThatWasQueuedIsStillDeliveredDuringTheEnd) {
+TEST_F(RemoteCallNotification, IsDeliveredDuringDestructionWhenItWasQueued) {
     std::atomic<bool> released = false;
     Counter entered;
     box.onTake = [&](const Notification& notification) {
@@ -125,30 +113,23 @@ TEST_F(ANotification, ThatWasQueuedIsStillDeliveredDuringTheEnd) {
     ending.join();
     EXPECT_THAT(box.taken(),
                 ElementsAre(Notification{1, 0}, Notification{2, 0}, Notification{3, 0}));
-    EXPECT_EQ(log.countMatching(WARN, "\\[.*\\]drop msg:.*\n"), 0u);
+    EXPECT_TRUE(loggedLike(log, WARN, "\\[.*\\]drop msg:.*\n", 0));
 }
 
-TEST_F(ANotification, ThatNobodyCouldDeliverIsDroppedWithALineAtTheEnd) {
-    int threads = 0;
+TEST_F(RemoteCallNotification, IsLoggedAndDroppedAtTheEndWithoutANotifierThread) {
     {
         // The notifier is the first thread of the two.
-        const platform::Replace create(
-            platform::pthreadCreateSlot, [&](pthread_t* thread, const pthread_attr_t* attributes,
-                                             void* (*entry)(void*), void* to) {
-                if (platform::isLibraryThread(attributes) && ++threads == 1) return EPERM;
-                return platform::real::pthread_create(thread, attributes, entry, to);
-            });
+        const RefusedThreads refused(1);
         connect();
+        EXPECT_EQ(refused.threads(), 2);
     }
-    EXPECT_EQ(threads, 2);
     for (std::uint32_t i = 0; i < 3; ++i)
         server.notify(i, 0);
     EXPECT_EQ(call->callFuncId(1, false), 0);
     call.reset();
     char owner[32];
     std::snprintf(owner, sizeof owner, "%p", static_cast<void*>(&box));
-    EXPECT_EQ(log.countMatching(WARN, "\\[" + std::string(owner) + "\\]drop msg:0x[0-9a-f]+\n"), 3u)
-        << log.dump();
+    EXPECT_TRUE(loggedLike(log, WARN, "\\[" + std::string(owner) + "\\]drop msg:0x[0-9a-f]+\n", 3));
     const auto lines = log.lines();
     EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
                             [](const LogLine& line) {
@@ -159,7 +140,7 @@ TEST_F(ANotification, ThatNobodyCouldDeliverIsDroppedWithALineAtTheEnd) {
     EXPECT_THAT(box.taken(), SizeIs(0));
 }
 
-TEST(ANotificationDeathTest, ForNobodyIsABrokenInvariant) {
+TEST(RemoteCallNotificationDeathTest, AssertsThatThereIsAnOwner) {
     // A process under an emulator cannot execute itself; nothing else runs in it here.
     GTEST_FLAG_SET(death_test_style, "fast");
     EXPECT_DEATH(

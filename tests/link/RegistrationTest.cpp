@@ -20,7 +20,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 
-class Registering : public ::testing::Test {
+class Registration : public ::testing::Test {
 protected:
     std::string nameOf(std::size_t request) const {
         return server.requests().at(request).header.name;
@@ -30,7 +30,7 @@ protected:
     ScriptedServer server;
 };
 
-TEST_F(Registering, SendsTheseBytesInOnePiece) {
+TEST_F(Registration, SendsItsBytesInOnePiece) {
     const std::uint64_t before = AudioTime::now();
     RemoteCall call(AUDIO_CONNECT_AUXILIARY, nullptr, nullptr, "navigation");
     const std::uint64_t after = AudioTime::now();
@@ -55,18 +55,18 @@ TEST_F(Registering, SendsTheseBytesInOnePiece) {
     EXPECT_THAT(server.pieces(), ElementsAre(88u));
 }
 
-TEST_F(Registering, WithoutANameIsDoneAsUnkn) {
+TEST_F(Registration, UsesTheNameUnknWithoutAName) {
     RemoteCall call(AUDIO_CONNECT_VERSION_SETTING, nullptr, nullptr, nullptr);
     EXPECT_EQ(nameOf(0), "unkn");
     EXPECT_EQ(server.requests().at(0).header.type, 132u);
 }
 
-TEST_F(Registering, CutsTheNameTo63Characters) {
+TEST_F(Registration, CutsTheNameTo63Characters) {
     RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, std::string(70, 'n').c_str());
     EXPECT_EQ(nameOf(0), std::string(63, 'n'));
 }
 
-TEST_F(Registering, PassesEveryTypeOn) {
+TEST_F(Registration, SendsEveryTypeUnchanged) {
     for (const std::uint32_t type :
          {0u, 1u, 2u, 3u, 64u, 65u, 66u, 67u, 68u, 128u, 129u, 130u, 131u, 132u, 133u, 255u}) {
         RemoteCall call(static_cast<audio_connect_type>(type), nullptr, nullptr, "t");
@@ -74,7 +74,7 @@ TEST_F(Registering, PassesEveryTypeOn) {
     }
 }
 
-TEST_F(Registering, TakesTheSecondWordForTheHandle) {
+TEST_F(Registration, TakesTheSecondWordForTheHandle) {
     server.onRegistration(Answer::words(77, 0x12345678));
     RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
     EXPECT_EQ(call.initCheck(), 0);
@@ -82,20 +82,20 @@ TEST_F(Registering, TakesTheSecondWordForTheHandle) {
     EXPECT_EQ(server.requests(1).at(0).header.handle, 0x12345678u);
 }
 
-TEST_F(Registering, IsRefusedWithAHandleOfZero) {
+TEST_F(Registration, FailsWithAHandleOfZero) {
     server.onRegistration(Answer::words(77, 0));
     RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
     EXPECT_EQ(call.initCheck(), -1000);
 }
 
-TEST_F(Registering, IsRefusedWithAReplyThatEndsBeforeTheHandle) {
+TEST_F(Registration, FailsWithAReplyThatEndsBeforeTheHandle) {
     server.onRegistration(Answer::words(77));
     RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
     EXPECT_EQ(call.initCheck(), -1000);
-    EXPECT_FALSE(log.has(WARN, "recv fail\n"));
+    EXPECT_TRUE(logged(log, WARN, "recv fail\n", 0));
 }
 
-TEST_F(Registering, WaitsForABodyThatComesAfterItsHeader) {
+TEST_F(Registration, WaitsForABodyThatComesAfterItsHeader) {
     server.onRegistration(Answer::handle(5).bodyHeld());
     std::thread releaser([&] {
         EXPECT_TRUE(server.waitForRequest([](const Request& r) { return r.isRegistration(); }));
@@ -106,7 +106,7 @@ TEST_F(Registering, WaitsForABodyThatComesAfterItsHeader) {
     releaser.join();
 }
 
-TEST_F(Registering, WaitsForTheAnswer) {
+TEST_F(Registration, WaitsForTheAnswer) {
     server.onRegistration(Answer::handle(5).held());
     std::atomic<bool> released = false;
     std::thread releaser([&] {
@@ -120,7 +120,7 @@ TEST_F(Registering, WaitsForTheAnswer) {
     releaser.join();
 }
 
-TEST_F(Registering, StartsOneThreadForNotificationsAndOneToReceive) {
+TEST_F(Registration, StartsOneThreadForNotificationsAndOneToReceive) {
     RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
     EXPECT_TRUE(eventually([] {
         const auto names = threadNames();
@@ -129,7 +129,7 @@ TEST_F(Registering, StartsOneThreadForNotificationsAndOneToReceive) {
     }));
 }
 
-TEST_F(Registering, DeliversANotificationThatComesBeforeTheAnswer) {
+TEST_F(Registration, DeliversANotificationThatComesBeforeTheAnswer) {
     server.onRegistration(Answer::handle(5).after(3, 9));
     Mailbox box;
     RemoteCall call(AUDIO_CONNECT_MAIN, &Mailbox::take, &box, nullptr);
@@ -138,53 +138,46 @@ TEST_F(Registering, DeliversANotificationThatComesBeforeTheAnswer) {
     EXPECT_EQ(call.initCheck(), 0);
 }
 
-TEST_F(Registering, AwaitsTheAnswerEvenWhenTheMessageWasNotSent) {
-    const platform::Replace send(platform::sendSlot, [](int, const void*, std::size_t, int) {
-        return ssize_t{platform::failWith(EPIPE)};
-    });
+TEST_F(Registration, AwaitsTheAnswerEvenWhenTheMessageWasNotSent) {
+    const platform::Replace send(platform::sendSlot, returning(-1, EPIPE));
     std::thread answering([&] {
         EXPECT_TRUE(server.waitForClients(1));
         server.send(ScriptedServer::frame(HEADER_REPLY) + Bytes{0, 0, 0, 0, 9, 0, 0, 0});
     });
     RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
     answering.join();
-    EXPECT_EQ(log.count(WARN, "RemoteCall", "RemoteCall", "send fail\n"), 1u) << log.dump();
-    EXPECT_FALSE(log.has(WARN, "recv fail\n"));
+    EXPECT_TRUE(logged(log, WARN, "RemoteCall", "RemoteCall", "send fail\n"));
+    EXPECT_TRUE(logged(log, WARN, "recv fail\n", 0));
     EXPECT_EQ(call.initCheck(), 0);
 }
 
-TEST(RegisteringWithoutAServer, ReportsItAndLeavesAUselessObject) {
+TEST(RegistrationWithoutAServer, IsLoggedAndLeavesAnUnregisteredObject) {
     LogCapture log;
     const ProcessState before = ProcessState::now();
     {
         RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
-        EXPECT_EQ(log.count(WARN, "RemoteCall", "RemoteCall", "send fail\n"), 1u) << log.dump();
-        EXPECT_EQ(log.count(WARN, "RemoteCall", "RemoteCall", "recv fail\n"), 1u);
+        EXPECT_TRUE(logged(log, WARN, "RemoteCall", "RemoteCall", "send fail\n"));
+        EXPECT_TRUE(logged(log, WARN, "RemoteCall", "RemoteCall", "recv fail\n"));
         EXPECT_EQ(call.initCheck(), -1000);
         std::int32_t out = 4711;
         EXPECT_EQ(call.callFuncId(1, &out, true), 1);
         EXPECT_EQ(out, 4711);
-        EXPECT_EQ(log.countMatching(ERROR, "mConn=0x[0-9a-f]+, mHandle=0x0\n"), 1u) << log.dump();
+        EXPECT_TRUE(loggedLike(log, ERROR, "mConn=0x[0-9a-f]+, mHandle=0x0\n"));
     }
     EXPECT_TRUE(returnsTo(before));
 }
 
-TEST(RegisteringWithoutRealTimeThreads, ReturnsUnregistered) {
+TEST(RegistrationWithoutThreads, ReturnsUnregistered) {
     LogCapture log;
     ScriptedServer server;
     server.onRegistration(Answer::none());
     const ProcessState before = ProcessState::now();
-    const platform::Replace create(
-        platform::pthreadCreateSlot,
-        [](pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*), void* to) {
-            if (platform::isLibraryThread(attributes)) return EPERM;
-            return platform::real::pthread_create(thread, attributes, entry, to);
-        });
+    const RefusedThreads refused;
     {
         RemoteCall call(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
         EXPECT_EQ(call.initCheck(), -1000);
-        EXPECT_EQ(log.count(DEBUG, "AudioConnection", "recv", "exit\n"), 1u) << log.dump();
-        EXPECT_EQ(log.count(WARN, "recv fail\n"), 1u);
+        EXPECT_TRUE(logged(log, DEBUG, "AudioConnection", "recv", "exit\n"));
+        EXPECT_TRUE(logged(log, WARN, "recv fail\n"));
         EXPECT_EQ(call.callFuncId(1, false), 1);
     }
     EXPECT_TRUE(returnsTo(before));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The end of a remote call, at every awkward moment.
+// The end of a remote call during requests and notifications.
 #include <cabinaudio/foundation/AudioMemory.h>
 #include <cabinaudio/link/RemoteCall.h>
 
@@ -17,24 +17,15 @@
 namespace cabinaudio::test {
 namespace {
 
-class TheEnd : public ::testing::Test {
+class RemoteCallEnd : public RemoteCallFixture {
 protected:
-    void connect() {
-        call = std::make_unique<RemoteCall>(AUDIO_CONNECT_MAIN, &Mailbox::take, &box, nullptr);
-        ASSERT_EQ(call->initCheck(), 0);
-    }
     std::future<std::int32_t> requestInBackground() {
         return std::async(std::launch::async,
                           [own = call.get()] { return own->callFuncId(1, false); });
     }
-
-    LogCapture log;
-    ScriptedServer server;
-    Mailbox box;
-    std::unique_ptr<RemoteCall> call;
 };
 
-TEST_F(TheEnd, LeavesNothingBehind) {
+TEST_F(RemoteCallEnd, LeavesNothingBehind) {
     const ProcessState before = ProcessState::now();
     for (int i = 0; i < 20; ++i) {
         connect();
@@ -44,14 +35,14 @@ TEST_F(TheEnd, LeavesNothingBehind) {
     EXPECT_TRUE(returnsTo(before));
 }
 
-TEST_F(TheEnd, LogsTheDisconnectOnce) {
+TEST_F(RemoteCallEnd, LogsTheDisconnectOnce) {
     connect();
     call.reset();
-    EXPECT_EQ(log.countMatching(DEBUG, "close socket fd:[0-9]+"), 1u) << log.dump();
-    EXPECT_EQ(log.count(ERROR, "pSocket is null\n"), 0u);
+    EXPECT_TRUE(loggedLike(log, DEBUG, "close socket fd:[0-9]+"));
+    EXPECT_TRUE(logged(log, ERROR, "pSocket is null\n", 0));
 }
 
-TEST_F(TheEnd, LeavesAnOutstandingBlockToItsOwner) {
+TEST_F(RemoteCallEnd, LeavesAnOutstandingBlockToItsOwner) {
     connect();
     std::uint8_t* req = nullptr;
     std::uint8_t* ret = nullptr;
@@ -63,48 +54,36 @@ TEST_F(TheEnd, LeavesAnOutstandingBlockToItsOwner) {
     AudioNormalFree(ret);
 }
 
-TEST_F(TheEnd, ReturnsARequestThatTheServerDoesNotAnswer) {
+TEST_F(RemoteCallEnd, ReturnsARequestThatTheServerDoesNotAnswer) {
     server.on(1, Answer::none());
     connect();
     auto result = requestInBackground();
     ASSERT_TRUE(server.waitForRequest(1));
     call.reset();
     EXPECT_EQ(result.get(), 1);
-    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "recv", "exit\n"), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, DEBUG, "AudioConnection", "recv", "exit\n"));
 }
 
-TEST_F(TheEnd, WaitsForACallThatIsAboutToGoOn) {
+TEST_F(RemoteCallEnd, WaitsForACallThatIsSending) {
     connect();
     std::uint8_t* req = nullptr;
     std::uint8_t* ret = nullptr;
     ASSERT_EQ(call->rcalloc(&req, 4, &ret, 4), 0);
-    Counter entered;
-    Counter shutDown;
-    std::promise<void> goOn;
-    platform::Replace send(platform::sendSlot, [&](int, const void*, std::size_t size, int) {
-        entered.add();
-        goOn.get_future().wait();
-        return static_cast<ssize_t>(size);
-    });
-    platform::Replace shutdown(platform::shutdownSlot, [&](int fd, int how) {
-        const int result = platform::real::shutdown(fd, how);
-        shutDown.add();
-        return result;
-    });
+    HeldSend send(92);
     std::thread caller([&, own = call.get()] { EXPECT_EQ(own->call(req, 4, ret, 4, false), 1); });
-    EXPECT_TRUE(entered.waitFor(1));
+    EXPECT_TRUE(send.waitForSend());
     std::thread destroyer([&] { call.reset(); });
-    EXPECT_TRUE(shutDown.waitFor(1));
+    EXPECT_TRUE(send.waitForShutdown());
     EXPECT_FALSE(
         eventually([&] { return log.countMatching(DEBUG, "close socket fd:[0-9]+") != 0; }, WHILE));
-    goOn.set_value();
+    send.release();
     caller.join();
     destroyer.join();
     AudioNormalFree(req - 88);
     AudioNormalFree(ret);
 }
 
-TEST_F(TheEnd, ReturnsARequestWhoseServerIsGone) {
+TEST_F(RemoteCallEnd, ReturnsARequestWhoseServerIsGone) {
     server.on(1, Answer::close());
     connect();
     auto result = requestInBackground();
@@ -112,21 +91,21 @@ TEST_F(TheEnd, ReturnsARequestWhoseServerIsGone) {
     EXPECT_EQ(result.wait_for(WHILE), std::future_status::timeout);
     call.reset();
     EXPECT_EQ(result.get(), 1);
-    EXPECT_EQ(log.count(DEBUG, "exit\n"), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, DEBUG, "exit\n"));
 }
 
-TEST_F(TheEnd, ReturnsARequestWhoseBodyDoesNotCome) {
+TEST_F(RemoteCallEnd, ReturnsARequestWhoseBodyDoesNotCome) {
     server.on(1, Answer::status(5).bodyHeld());
     connect();
     auto result = requestInBackground();
     ASSERT_TRUE(server.waitForRequest(1));
     call.reset();
     // At the end of the stream a read brings nothing, which counts as a reply of zeros; a request
-    // that had not got that far is told to leave.
+    // that had not got that far ends with 1.
     EXPECT_THAT(result.get(), ::testing::AnyOf(0, 1));
 }
 
-TEST_F(TheEnd, ReturnsARequestThatTheServerDoesNotRead) {
+TEST_F(RemoteCallEnd, ReturnsARequestThatTheServerDoesNotRead) {
     connect();
     server.pauseReading();
     constexpr std::uint32_t SIZE = 4000000;
@@ -143,7 +122,7 @@ TEST_F(TheEnd, ReturnsARequestThatTheServerDoesNotRead) {
     AudioNormalFree(ret);
 }
 
-TEST_F(TheEnd, RefusesRequestsOfTheNotifierWhichStillDelivers) {
+TEST_F(RemoteCallEnd, RefusesRequestsOfANotificationUnderWay) {
     Counter entered;
     std::atomic<int> requests = 0;
     std::atomic<RemoteCall*> own = nullptr;
@@ -168,7 +147,7 @@ TEST_F(TheEnd, RefusesRequestsOfTheNotifierWhichStillDelivers) {
         << log.dump();
 }
 
-TEST_F(TheEnd, GivesANotifierThatIsLateNoConnection) {
+TEST_F(RemoteCallEnd, RefusesRequestsOfANotificationThatContinuesAfterTheDisconnect) {
     Counter entered;
     std::atomic<bool> released = false;
     std::atomic<std::int32_t> status = -1;
@@ -187,11 +166,10 @@ TEST_F(TheEnd, GivesANotifierThatIsLateNoConnection) {
     released = true;
     ending.join();
     EXPECT_EQ(status, 1);
-    EXPECT_EQ(log.count(ERROR, "RemoteCall", "call", "mConn=0x0, mHandle=0x64\n"), 1u)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "call", "mConn=0x0, mHandle=0x64\n"));
 }
 
-TEST_F(TheEnd, ComesThroughAStormOfNotifications) {
+TEST_F(RemoteCallEnd, LeavesNothingBehindDuringABurstOfNotifications) {
     const ProcessState before = ProcessState::now();
     for (std::size_t round = 0; round < 20; ++round) {
         connect();

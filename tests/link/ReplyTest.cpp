@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// How a reply's body goes from the receive thread to the requesting one.
+// How the receive thread hands a reply's body over to the requester.
 #include "tests/link/LinkFixture.h"
 
 #include <gmock/gmock.h>
@@ -32,7 +32,7 @@ std::int32_t resultOf(std::future<std::int32_t>& result) {
     return result.wait_for(BOUND) == std::future_status::ready ? result.get() : -1;
 }
 
-class AReply : public AConnection {
+class Reply : public Connection {
 protected:
     std::int32_t receive() {
         return connection.recv(body.data(), static_cast<std::int32_t>(body.size()));
@@ -40,13 +40,13 @@ protected:
     Bytes body = Bytes(4, 0xee);
 };
 
-TEST_F(AReply, IsReadIntoTheBufferOfTheRequester) {
+TEST_F(Reply, IsReadIntoTheBufferOfTheRequester) {
     server.send(reply({1, 2, 3, 4}));
     EXPECT_EQ(receive(), 0);
     EXPECT_THAT(body, ElementsAre(1, 2, 3, 4));
 }
 
-TEST_F(AReply, WakesARequesterThatWaits) {
+TEST_F(Reply, WakesARequesterThatWaits) {
     auto result = receivingInBackground(body);
     EXPECT_TRUE(stillWaiting(result));
     server.send(reply({1, 2, 3, 4}));
@@ -54,13 +54,13 @@ TEST_F(AReply, WakesARequesterThatWaits) {
     EXPECT_THAT(body, ElementsAre(1, 2, 3, 4));
 }
 
-TEST_F(AReply, ThatIsShortLeavesTheRestOfTheBuffer) {
+TEST_F(Reply, LeavesTheRestOfTheBufferWhenItIsShort) {
     server.send(reply({1, 2}));
     EXPECT_EQ(receive(), 0);
     EXPECT_THAT(body, ElementsAre(1, 2, 0xee, 0xee));
 }
 
-TEST_F(AReply, WhoseBodyComesLaterIsWaitedFor) {
+TEST_F(Reply, IsAwaitedWhenItsBodyFollowsLater) {
     server.send(ScriptedServer::frame(HEADER_REPLY));
     auto result = receivingInBackground(body);
     EXPECT_TRUE(stillWaiting(result));
@@ -69,7 +69,7 @@ TEST_F(AReply, WhoseBodyComesLaterIsWaitedFor) {
     EXPECT_THAT(body, ElementsAre(5, 6, 7, 8));
 }
 
-TEST_F(AReply, MayFollowAnother) {
+TEST_F(Reply, IsReadWhenItFollowsAnother) {
     for (std::uint8_t i = 0; i < 100; ++i) {
         server.send(reply({i, i, i, i}));
         ASSERT_EQ(receive(), 0);
@@ -77,32 +77,32 @@ TEST_F(AReply, MayFollowAnother) {
     }
 }
 
-TEST_F(AReply, FailsAfterADisconnect) {
+TEST_F(Reply, FailsAfterADisconnect) {
     EXPECT_EQ(connection.disconnect(), 0);
     EXPECT_EQ(receive(), 1);
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "recv", "pSocket is null\n"), 1u);
+    EXPECT_TRUE(logged(log, ERROR, "AudioConnection", "recv", "pSocket is null\n"));
 }
 
-TEST_F(AReply, IsNotExpectedAnyMoreOnceADisconnectHasCome) {
+TEST_F(Reply, WaitEndsWithADisconnect) {
     auto result = receivingInBackground(body);
     EXPECT_TRUE(stillWaiting(result));
     EXPECT_EQ(connection.disconnect(), 0);
     EXPECT_EQ(resultOf(result), 1);
-    EXPECT_EQ(log.count(DEBUG, "AudioConnection", "recv", "exit\n"), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, DEBUG, "AudioConnection", "recv", "exit\n"));
     EXPECT_THAT(body, Each(0xee));
 }
 
-TEST_F(AReply, IsWaitedForEvenWhenTheServerIsGone) {
+TEST_F(Reply, IsAwaitedEvenWhenTheServerIsGone) {
     auto result = receivingInBackground(body);
     server.close();
     ASSERT_TRUE(box.waitFor(1));
     EXPECT_TRUE(stillWaiting(result));
     EXPECT_EQ(connection.disconnect(), 0);
     EXPECT_EQ(resultOf(result), 1);
-    EXPECT_EQ(log.count(DEBUG, "exit\n"), 1u);
+    EXPECT_TRUE(logged(log, DEBUG, "exit\n"));
 }
 
-TEST_F(AReply, IsNotExpectedAnyMoreByTwoRequestersEither) {
+TEST_F(Reply, WaitsOfTwoRequestersEndWithADisconnect) {
     Bytes other(4);
     auto first = receivingInBackground(body);
     auto second = receivingInBackground(other);
@@ -113,7 +113,7 @@ TEST_F(AReply, IsNotExpectedAnyMoreByTwoRequestersEither) {
     EXPECT_EQ(resultOf(second), 1);
 }
 
-TEST_F(AReply, WhoseBodyNeverComesEndsWithTheConnection) {
+TEST_F(Reply, WaitForAMissingBodyEndsWithTheConnection) {
     NoSleeping sleeping;
     server.send(ScriptedServer::frame(HEADER_REPLY));
     auto result = receivingInBackground(body);
@@ -125,27 +125,25 @@ TEST_F(AReply, WhoseBodyNeverComesEndsWithTheConnection) {
     EXPECT_THAT(body, Each(0xee));
 }
 
-TEST_F(AReply, OfWhichNothingIsWantedReadsNothing) {
+TEST_F(Reply, OfLengthZeroReadsNothing) {
     NoSleeping sleeping;
     server.send(ScriptedServer::frame(HEADER_REPLY));
     EXPECT_EQ(connection.recv(body.data(), 0), 0);
-    EXPECT_EQ(log.countMatching(WARN, "recv failed\\(0\\) errno:.* [0-9]+, reTry=[0-9]+\n"), 11u)
-        << log.dump();
+    EXPECT_TRUE(loggedLike(log, WARN, "recv failed\\(0\\) errno:.* [0-9]+, reTry=[0-9]+\n", 11));
 }
 
-TEST_F(AReply, IsRefusedANegativeLength) {
+TEST_F(Reply, FailsForANegativeLength) {
     NoSleeping sleeping;
     server.send(ScriptedServer::frame(HEADER_REPLY));
     EXPECT_EQ(connection.recv(body.data(), -1), 1);
-    EXPECT_EQ(log.count(ERROR, "recv failed(-1) Invalid argument 22\n"), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "recv failed(-1) Invalid argument 22\n"));
     EXPECT_THAT(body, Each(0xee));
 }
 
-// ---- Who reads what
-// ------------------------------------------------------------------------------
+// ---- Readers of the socket ----------------------------------------------------------------------
 
 /// Lengths of all receives, in the order in which they brought something.
-class TheOrderOfReceives : public ::testing::Test {
+class ReceiveOrder : public ::testing::Test {
 protected:
     std::vector<std::size_t> lengths() const {
         const std::lock_guard lock(mLock);
@@ -171,7 +169,7 @@ protected:
     AudioConnection connection{wire::SERVER_SOCKET, wire::SERVER_PORT, &Mailbox::take, &box};
 };
 
-TEST_F(TheOrderOfReceives, LeavesANotificationBehindABodyUntilTheBodyIsRead) {
+TEST_F(ReceiveOrder, LeavesANotificationBehindABodyUntilTheBodyIsRead) {
     ASSERT_TRUE(server.waitForClients(1));
     server.send(reply(Bytes(200, 7)) + ScriptedServer::frame(HEADER_NOTIFY, 3, 4));
     EXPECT_FALSE(box.waitFor(1, WHILE));
@@ -183,11 +181,10 @@ TEST_F(TheOrderOfReceives, LeavesANotificationBehindABodyUntilTheBodyIsRead) {
     EXPECT_THAT(lengths(), ElementsAre(HEADER, 200, HEADER));
 }
 
-// ---- Bodies that cannot be read
-// ------------------------------------------------------------------
+// ---- Bodies that cannot be read -----------------------------------------------------------------
 
 /// Receives of the requester, which asks for four bytes, are the test's; headers come through.
-class ABodyThatCannotBeRead : public AConnection {
+class ReplyBody : public Connection {
 protected:
     using Receive = std::function<ssize_t(int, void*, std::size_t, int)>;
 
@@ -203,7 +200,7 @@ protected:
         return connection.recv(body, sizeof body);
     }
     /// Nothing of the body was on the socket, so the next frame is in its place.
-    void expectThatTheReceiveThreadGoesOn() {
+    void expectThatTheReceiveThreadContinues() {
         server.notify(6, 7);
         ASSERT_TRUE(box.waitFor(1));
         EXPECT_THAT(box.taken(), ElementsAre(Notification{6, 7}));
@@ -214,60 +211,22 @@ protected:
     int calls = 0;
 };
 
-TEST_F(ABodyThatCannotBeRead, IsTriedElevenTimes) {
-    EXPECT_EQ(receiveThrough(
-                  [](int, void*, std::size_t, int) { return ssize_t{platform::failWith(EAGAIN)}; }),
-              1);
-    EXPECT_EQ(calls, 11);
-    for (int retry = 0; retry <= 10; ++retry)
-        EXPECT_EQ(log.count(WARN, "AudioConnection", "recv",
-                            "recv failed(-1) errno:Resource temporarily unavailable 11, reTry=" +
-                                std::to_string(retry) + "\n"),
-                  1u)
-            << log.dump();
-    EXPECT_EQ(log.count(DEBUG, "recv(-1) reTry:0\n"), 0u);
-    for (int retry = 1; retry <= 10; ++retry)
-        EXPECT_EQ(log.count(DEBUG, "AudioConnection", "recv",
-                            "recv(-1) reTry:" + std::to_string(retry) + "\n"),
-                  1u);
-    EXPECT_EQ(log.count(ERROR, "AudioConnection", "recv",
-                        "recv failed(-1) Resource temporarily unavailable 11\n"),
-              1u);
-    EXPECT_THAT(sleeping.sleeps(), SizeIs(11));
-    EXPECT_THAT(sleeping.sleeps(), Each(10000));
-    expectThatTheReceiveThreadGoesOn();
+class BodyAttempts : public ReplyBody, public ::testing::WithParamInterface<Attempts> {};
+
+TEST_P(BodyAttempts, AreElevenAfterEagainOrNoBytesAndElseOne) {
+    EXPECT_EQ(receiveThrough(returning(GetParam().result, GetParam().error)), GetParam().status);
+    EXPECT_EQ(calls, GetParam().calls);
+    GetParam().expectIn(log, "recv", sleeping);
+    EXPECT_TRUE(
+        logged(log, ERROR, "AudioConnection", "recv",
+               "recv failed(" + std::to_string(GetParam().result) + ") " + GetParam().cause + "\n",
+               GetParam().status == 0 ? 0 : 1));
+    expectThatTheReceiveThreadContinues();
 }
 
-TEST_F(ABodyThatCannotBeRead, FailsAtOnceWithAnyOtherError) {
-    EXPECT_EQ(receiveThrough([](int, void*, std::size_t, int) {
-                  return ssize_t{platform::failWith(ECONNRESET)};
-              }),
-              1);
-    EXPECT_EQ(calls, 1);
-    EXPECT_EQ(log.count(WARN, "recv failed(-1) errno:Connection reset by peer 104, reTry=0\n"), 1u);
-    EXPECT_EQ(log.count(ERROR, "recv failed(-1) Connection reset by peer 104\n"), 1u);
-    expectThatTheReceiveThreadGoesOn();
-}
+INSTANTIATE_TEST_SUITE_P(Returning, BodyAttempts, ::testing::ValuesIn(ATTEMPTS), ROW_NAME);
 
-TEST_F(ABodyThatCannotBeRead, FailsAtOnceBelowMinusOne) {
-    EXPECT_EQ(receiveThrough([](int, void*, std::size_t, int) {
-                  errno = EAGAIN;
-                  return ssize_t{-2};
-              }),
-              1);
-    EXPECT_EQ(calls, 1);
-    EXPECT_EQ(log.count(ERROR, "recv failed(-2) Resource temporarily unavailable 11\n"), 1u);
-    expectThatTheReceiveThreadGoesOn();
-}
-
-TEST_F(ABodyThatCannotBeRead, CountsAsReadWhenElevenAttemptsBringNothing) {
-    EXPECT_EQ(receiveThrough([](int, void*, std::size_t, int) { return ssize_t{0}; }), 0);
-    EXPECT_EQ(calls, 11);
-    EXPECT_EQ(log.count(DEBUG, "recv(0) reTry:10\n"), 1u);
-    expectThatTheReceiveThreadGoesOn();
-}
-
-TEST_F(ABodyThatCannotBeRead, IsReadWithALaterAttempt) {
+TEST_F(ReplyBody, IsReadByALaterAttempt) {
     EXPECT_EQ(receiveThrough([&](int, void* data, std::size_t length, int flags) {
                   EXPECT_EQ(length, 4u);
                   EXPECT_EQ(flags, MSG_NOSIGNAL);
@@ -277,8 +236,8 @@ TEST_F(ABodyThatCannotBeRead, IsReadWithALaterAttempt) {
               }),
               0);
     EXPECT_EQ(body[0], 9);
-    EXPECT_EQ(log.count(DEBUG, "recv(1) reTry:2\n"), 1u) << log.dump();
-    expectThatTheReceiveThreadGoesOn();
+    EXPECT_TRUE(logged(log, DEBUG, "recv(1) reTry:2\n"));
+    expectThatTheReceiveThreadContinues();
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cabinaudio/link/RemoteCall.h>
 
 #include "tests/link/LinkFixture.h"
+#include "tests/support/OnThreads.h"
 
 #include <gmock/gmock.h>
 
@@ -16,7 +17,6 @@
 #include <cstring>
 #include <limits>
 #include <string>
-#include <thread>
 
 namespace cabinaudio::test {
 namespace {
@@ -27,9 +27,9 @@ using ::testing::SizeIs;
 
 constexpr std::uint32_t HIGHEST = std::numeric_limits<std::uint32_t>::max();
 
-class ARequest : public ::testing::Test {
+class RemoteRequest : public ::testing::Test {
 protected:
-    /// What was sent after the registration, with the time of building replaced by 0xaa.
+    /// Bytes sent after the registration, with the time of building replaced by 0xaa.
     Bytes sentBytes() const {
         Bytes bytes = server.received();
         bytes.erase(bytes.begin(), bytes.begin() + 88);
@@ -45,10 +45,9 @@ protected:
     std::uint8_t* ret = nullptr;
 };
 
-// ---- On the wire
-// ---------------------------------------------------------------------------------
+// ---- On the wire --------------------------------------------------------------------------------
 
-TEST_F(ARequest, SendsTheseBytesInOnePiece) {
+TEST_F(RemoteRequest, SendsItsBytesInOnePiece) {
     EXPECT_EQ(call.callFuncId(0x01020304, -2, false), 0);
     EXPECT_THAT(
         sentBytes(),
@@ -66,19 +65,19 @@ TEST_F(ARequest, SendsTheseBytesInOnePiece) {
     EXPECT_THAT(server.pieces(), ElementsAre(88u, 96u));
 }
 
-TEST_F(ARequest, CarriesTheTimeOfItsBuilding) {
+TEST_F(RemoteRequest, CarriesTheTimeOfItsBuilding) {
     const std::uint64_t before = AudioTime::now();
     EXPECT_EQ(call.callFuncId(1, false), 0);
     EXPECT_GE(server.requests(1).at(0).header.timestamp, before);
     EXPECT_LE(server.requests(1).at(0).header.timestamp, AudioTime::now());
 }
 
-TEST_F(ARequest, WithTheFlagHasAnotherCommand) {
+TEST_F(RemoteRequest, HasAnotherCommandWithTheFlag) {
     EXPECT_EQ(call.callFuncId(1, true), 0);
     EXPECT_EQ(server.requests(1).at(0).header.cmd, 198u);
 }
 
-TEST_F(ARequest, OfAFunctionIdCarriesItsNumbers) {
+TEST_F(RemoteRequest, CarriesTheNumbersOfAFunctionId) {
     EXPECT_EQ(call.callFuncId(7, false), 0);
     EXPECT_THAT(lastPayload(), ElementsAre(7, 0, 0, 0));
     EXPECT_EQ(call.callFuncId(7, 1, false), 0);
@@ -92,7 +91,7 @@ TEST_F(ARequest, OfAFunctionIdCarriesItsNumbers) {
     EXPECT_THAT(lastPayload(), ElementsAre(7, 0, 0, 0));
 }
 
-TEST_F(ARequest, SendsThePayloadAsTheCallerLeftIt) {
+TEST_F(RemoteRequest, SendsThePayloadAsTheCallerLeftIt) {
     ASSERT_EQ(call.rcalloc(&req, 5, &ret, 4), 0);
     std::memcpy(req, "hello", 5);
     EXPECT_EQ(call.call(req, 5, ret, 4, true), 0);
@@ -100,10 +99,9 @@ TEST_F(ARequest, SendsThePayloadAsTheCallerLeftIt) {
     EXPECT_EQ(call.rcfree(req, ret), 0);
 }
 
-// ---- Results
-// -------------------------------------------------------------------------------------
+// ---- Results ------------------------------------------------------------------------------------
 
-TEST_F(ARequest, ReturnsTheStatusOfTheServer) {
+TEST_F(RemoteRequest, ReturnsTheStatusOfTheServer) {
     server.on(9, Answer::status(-3000));
     EXPECT_EQ(call.callFuncId(9, false), -3000);
     EXPECT_EQ(call.callFuncId(9, 1, false), -3000);
@@ -111,45 +109,43 @@ TEST_F(ARequest, ReturnsTheStatusOfTheServer) {
     EXPECT_EQ(call.callFuncId(9, 1, 2, 3, true), -3000);
 }
 
-TEST_F(ARequest, StoresTheValueWhateverTheStatus) {
+TEST_F(RemoteRequest, StoresTheValueWhateverTheStatus) {
     server.on(9, Answer::words(-3000, -5));
     std::int32_t out = 4711;
     EXPECT_EQ(call.callFuncId(9, &out, false), -3000);
     EXPECT_EQ(out, -5);
 }
 
-TEST_F(ARequest, StoresZeroWhenTheReplyEndsBeforeTheValue) {
+TEST_F(RemoteRequest, StoresZeroWhenTheReplyEndsBeforeTheValue) {
     server.on(9, Answer::words(-3000));
     std::int32_t out = 4711;
     EXPECT_EQ(call.callFuncId(9, &out, false), -3000);
     EXPECT_EQ(out, 0);
 }
 
-TEST_F(ARequest, NeedsNoPlaceForTheValue) {
+TEST_F(RemoteRequest, SucceedsWithoutAPlaceForTheValue) {
     server.on(9, Answer::words(3, -5));
     EXPECT_EQ(call.callFuncId(9, nullptr, false), 3);
     EXPECT_EQ(call.callFuncId(1, false), 0);
 }
 
-TEST_F(ARequest, HasAStatusOfZeroWhenTheReplyIsEmpty) {
+TEST_F(RemoteRequest, ReturnsZeroWhenTheReplyIsEmpty) {
     const NoSleeping sleeping;
     server.on(9, Answer::raw(ScriptedServer::frame(HEADER_REPLY)).thenClose());
     EXPECT_EQ(call.callFuncId(9, false), 0);
 }
 
-TEST_F(ARequest, ThatIsNotSentReturnsOne) {
+TEST_F(RemoteRequest, ReturnsOneWhenItIsNotSent) {
     std::int32_t out = 4711;
     {
-        const platform::Replace send(platform::sendSlot, [](int, const void*, std::size_t, int) {
-            return ssize_t{platform::failWith(EPIPE)};
-        });
+        const platform::Replace send(platform::sendSlot, returning(-1, EPIPE));
         EXPECT_EQ(call.callFuncId(9, &out, false), 1);
     }
     EXPECT_EQ(out, 4711);
     EXPECT_EQ(call.callFuncId(9, false), 0);
 }
 
-TEST_F(ARequest, WhoseReplyCannotBeReadReturnsOne) {
+TEST_F(RemoteRequest, ReturnsOneWhenItsReplyCannotBeRead) {
     const NoSleeping sleeping;
     std::int32_t out = 4711;
     server.on(9, Answer::raw(ScriptedServer::frame(HEADER_REPLY)));
@@ -165,7 +161,7 @@ TEST_F(ARequest, WhoseReplyCannotBeReadReturnsOne) {
     EXPECT_EQ(call.callFuncId(1, false), 0);
 }
 
-TEST_F(ARequest, MayBeRepeatedOnOneBlock) {
+TEST_F(RemoteRequest, MayBeRepeatedOnOneBlock) {
     ASSERT_EQ(call.rcalloc(&req, 8, &ret, 4), 0);
     std::memset(req, 0, 8);
     for (std::uint8_t i = 1; i <= 3; ++i) {
@@ -176,58 +172,55 @@ TEST_F(ARequest, MayBeRepeatedOnOneBlock) {
     EXPECT_EQ(call.rcfree(req, ret), 0);
 }
 
-// ---- The blocks
-// ----------------------------------------------------------------------------------
+// ---- The blocks ---------------------------------------------------------------------------------
 
-TEST_F(ARequest, HasRoomForTheHeaderInFrontOfThePayload) {
+TEST_F(RemoteRequest, HasRoomForTheHeaderInFrontOfThePayload) {
     ASSERT_EQ(call.rcalloc(&req, 16, &ret, 8), 0);
     std::memset(req - 88, 1, 88 + 16);
     std::memset(ret, 1, 8);
     EXPECT_EQ(call.rcfree(req, ret), 0);
 }
 
-TEST_F(ARequest, MayBeEmptyOnBothSides) {
+TEST_F(RemoteRequest, MayBeEmptyOnBothSides) {
     ASSERT_EQ(call.rcalloc(&req, 0, &ret, 0), 0);
     EXPECT_NE(req, nullptr);
     EXPECT_NE(ret, nullptr);
     EXPECT_EQ(call.rcfree(req, ret), 0);
 }
 
-TEST_F(ARequest, IsRefusedWhileAnotherIsOutstanding) {
+TEST_F(RemoteRequest, IsRefusedWhileAnotherIsOutstanding) {
     ASSERT_EQ(call.rcalloc(&req, 4, &ret, 4), 0);
     std::uint8_t* otherReq = nullptr;
     std::uint8_t* otherRet = nullptr;
     EXPECT_EQ(call.rcalloc(&otherReq, 4, &otherRet, 4), -2992);
-    EXPECT_EQ(log.count(ERROR, "RemoteCall", "rcalloc", "bad sequence\n"), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "rcalloc", "bad sequence\n"));
     EXPECT_EQ(otherReq, nullptr);
     EXPECT_EQ(call.callFuncId(1, false), -1990);
-    EXPECT_EQ(log.count(ERROR, "RemoteCall", "rcalloc", "bad sequence\n"), 2u);
+    EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "rcalloc", "bad sequence\n", 2));
     EXPECT_EQ(call.rcfree(req, ret), 0);
     EXPECT_EQ(call.callFuncId(1, false), 0);
 }
 
-TEST_F(ARequest, IsRefusedASizeThatNoBlockCanHave) {
+TEST_F(RemoteRequest, IsRefusedForASizeThatNoBlockCanHave) {
     for (const std::uint32_t size : {HIGHEST, HIGHEST - 87}) {
         EXPECT_EQ(call.rcalloc(&req, size, &ret, 4), -1990) << size;
         EXPECT_EQ(req, nullptr);
     }
-    EXPECT_EQ(log.count(ERROR, "RemoteCall", "rcalloc", "AudioNormalMalloc failed\n"), 2u)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "rcalloc", "AudioNormalMalloc failed\n", 2));
     ASSERT_EQ(call.rcalloc(&req, 4, &ret, 4), 0);
     EXPECT_EQ(call.rcfree(req, ret), 0);
 }
 
-TEST_F(ARequest, SendsNothingOfALengthThatNoMessageCanHave) {
+TEST_F(RemoteRequest, SendsNothingForALengthThatNoMessageCanHave) {
     ASSERT_EQ(call.rcalloc(&req, 4, &ret, 4), 0);
     for (const std::uint32_t length : {HIGHEST, 0x80000000u, 0x7fffffa8u})
         EXPECT_EQ(call.call(req, length, ret, 4, false), 1) << length;
-    EXPECT_EQ(log.count(WARN, "send failed(-1) errno:Invalid argument 22, reTry=0\n"), 3u)
-        << log.dump();
+    EXPECT_TRUE(logged(log, WARN, "send failed(-1) errno:Invalid argument 22, reTry=0\n", 3));
     EXPECT_THAT(server.requests(), SizeIs(1));
     EXPECT_EQ(call.rcfree(req, ret), 0);
 }
 
-TEST_F(ARequest, ReadsAtMostWhatALengthCanSay) {
+TEST_F(RemoteRequest, ReadsAtMostTheLargestPositiveLength) {
     ASSERT_EQ(call.rcalloc(&req, 4, &ret, 4), 0);
     std::memset(req, 0, 4);
     std::size_t asked = 0;
@@ -242,17 +235,17 @@ TEST_F(ARequest, ReadsAtMostWhatALengthCanSay) {
     EXPECT_EQ(call.rcfree(req, ret), 0);
 }
 
-TEST_F(ARequest, WithAForeignBlockIsRefused) {
+TEST_F(RemoteRequest, IsRefusedWithAForeignBlock) {
     ASSERT_EQ(call.rcalloc(&req, 4, &ret, 4), 0);
     EXPECT_EQ(call.call(req + 1, 4, ret, 4, false), -3000);
     EXPECT_EQ(call.call(nullptr, 4, ret, 4, false), -3000);
-    EXPECT_EQ(log.count(ERROR, "RemoteCall", "call", "bad param\n"), 2u) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "call", "bad param\n", 2));
     EXPECT_THAT(server.requests(), SizeIs(1));
     EXPECT_EQ(call.rcfree(req, ret), 0);
     EXPECT_EQ(call.call(nullptr, 4, ret, 4, false), -3000);
 }
 
-TEST_F(ARequest, OfAnUnregisteredClientIsRefusedBeforeItsBlockIsLookedAt) {
+TEST_F(RemoteRequest, OfAnUnregisteredClientIsRefusedBeforeItsBlockIsChecked) {
     server.onRegistration(Answer::handle(0));
     RemoteCall unregistered(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
     EXPECT_EQ(unregistered.call(nullptr, 4, nullptr, 4, false), 1);
@@ -261,26 +254,26 @@ TEST_F(ARequest, OfAnUnregisteredClientIsRefusedBeforeItsBlockIsLookedAt) {
     char expected[64];
     std::snprintf(expected, sizeof expected, "mConn=0x%" PRIxPTR ", mHandle=0x0\n",
                   reinterpret_cast<std::uintptr_t>(connection));
-    EXPECT_EQ(log.count(ERROR, "RemoteCall", "call", expected), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "call", expected));
 }
 
-TEST_F(ARequest, IsGivenBackOnlyWithBothBlocks) {
+TEST_F(RemoteRequest, IsReleasedOnlyWithBothBlocks) {
     ASSERT_EQ(call.rcalloc(&req, 4, &ret, 4), 0);
     EXPECT_EQ(call.rcfree(nullptr, ret), -2992);
     EXPECT_EQ(call.rcfree(req, nullptr), -2992);
-    EXPECT_EQ(log.count(ERROR, "RemoteCall", "rcfree", "rcfree bad param\n"), 2u) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "rcfree", "rcfree bad param\n", 2));
     EXPECT_EQ(call.rcfree(req + 4, ret), -2992);
     EXPECT_EQ(call.rcfree(req, ret + 1), -2992);
-    EXPECT_EQ(log.count(ERROR, "RemoteCall", "rcfree", "rcfree bad addr\n"), 2u) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "rcfree", "rcfree bad addr\n", 2));
     std::memset(req, 1, 4);
     std::memset(ret, 1, 4);
     EXPECT_EQ(call.call(req, 4, ret, 4, false), 0);
     EXPECT_EQ(call.rcfree(req, ret), 0);
     EXPECT_EQ(call.rcfree(req, ret), -2992);
-    EXPECT_EQ(log.count(ERROR, "rcfree bad addr\n"), 3u);
+    EXPECT_TRUE(logged(log, ERROR, "rcfree bad addr\n", 3));
 }
 
-TEST_F(ARequest, IsNotGivenBackWithABlockOfAnotherClient) {
+TEST_F(RemoteRequest, IsNotReleasedWithABlockOfAnotherClient) {
     RemoteCall other(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
     std::uint8_t* otherReq = nullptr;
     std::uint8_t* otherRet = nullptr;
@@ -288,12 +281,12 @@ TEST_F(ARequest, IsNotGivenBackWithABlockOfAnotherClient) {
     ASSERT_EQ(other.rcalloc(&otherReq, 4, &otherRet, 4), 0);
     EXPECT_EQ(call.rcfree(req, otherRet), -2992);
     EXPECT_EQ(call.rcfree(otherReq, ret), -2992);
-    EXPECT_EQ(log.count(ERROR, "rcfree bad addr\n"), 2u);
+    EXPECT_TRUE(logged(log, ERROR, "rcfree bad addr\n", 2));
     EXPECT_EQ(call.rcfree(req, ret), 0);
     EXPECT_EQ(other.rcfree(otherReq, otherRet), 0);
 }
 
-TEST_F(ARequest, SaysWhenItsBlocksWereGivenBackBehindItsBack) {
+TEST_F(RemoteRequest, LogsThatItsBlocksWereReleasedMeanwhile) {
     const NoSleeping sleeping;
     const std::uint8_t* message = nullptr;
     const platform::Replace send(
@@ -308,16 +301,16 @@ TEST_F(ARequest, SaysWhenItsBlocksWereGivenBackBehindItsBack) {
             return ssize_t{platform::failWith(EIO)};
         });
     EXPECT_EQ(call.callFuncId(9, false), 1);
-    EXPECT_EQ(log.count(ERROR, "RemoteCall", "callFuncId", "rcfree error.\n"), 1u) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "callFuncId", "rcfree error.\n"));
 }
 
-TEST_F(ARequest, IsClaimedByExactlyOneOfTwoThreads) {
+TEST_F(RemoteRequest, IsClaimedByExactlyOneOfTwoThreads) {
     constexpr int ROUNDS = 1000;
     std::barrier together(2);
     std::atomic<int> claimed = 0;
     std::atomic<int> refused = 0;
     std::atomic<int> released = 0;
-    const auto claim = [&] {
+    onThreads(2, [&](int) {
         for (int round = 0; round < ROUNDS; ++round) {
             std::uint8_t* mine = nullptr;
             std::uint8_t* reply = nullptr;
@@ -328,90 +321,75 @@ TEST_F(ARequest, IsClaimedByExactlyOneOfTwoThreads) {
             together.arrive_and_wait();
             if (status == AUDIO_NO_ERROR && call.rcfree(mine, reply) == 0) ++released;
         }
-    };
-    std::thread other(claim);
-    claim();
-    other.join();
+    });
     EXPECT_EQ(claimed, ROUNDS);
     EXPECT_EQ(refused, ROUNDS);
     EXPECT_EQ(released, ROUNDS);
 }
 
-TEST_F(ARequest, IsReleasedByExactlyOneOfTwoThreads) {
+TEST_F(RemoteRequest, IsReleasedByExactlyOneOfTwoThreads) {
     constexpr int ROUNDS = 1000;
     std::barrier together(2);
     std::atomic<int> released = 0;
-    const auto release = [&](bool allocates) {
+    onThreads(2, [&](int thread) {
         for (int round = 0; round < ROUNDS; ++round) {
-            if (allocates) {
+            if (thread == 0) {
                 EXPECT_EQ(call.rcalloc(&req, 4, &ret, 4), 0);
             }
             together.arrive_and_wait();
             if (call.rcfree(req, ret) == 0) ++released;
             together.arrive_and_wait();
         }
-    };
-    std::thread other(release, false);
-    release(true);
-    other.join();
+    });
     EXPECT_EQ(released, ROUNDS);
 }
 
-TEST_F(ARequest, OfSeveralThreadsIsEitherServedOrRefused) {
+TEST_F(RemoteRequest, OfSeveralThreadsIsEitherServedOrRefused) {
     server.on(5, [](const Request& request) { return Answer::status(request.number(1)); });
     constexpr int THREADS = 3;
     constexpr int REQUESTS = 300;
-    std::vector<std::thread> threads;
     std::atomic<int> served = 0;
     std::atomic<int> refused = 0;
-    for (int thread = 0; thread < THREADS; ++thread)
-        threads.emplace_back([&, thread] {
-            for (int i = 0; i < REQUESTS; ++i) {
-                const std::int32_t number = thread * REQUESTS + i + 1;
-                const std::int32_t status = call.callFuncId(5, number, false);
-                if (status == number) ++served;
-                if (status == AUDIO_NO_MEMORY) ++refused;
-            }
-        });
-    for (std::thread& thread : threads)
-        thread.join();
+    onThreads(THREADS, [&](int thread) {
+        for (int i = 0; i < REQUESTS; ++i) {
+            const std::int32_t number = thread * REQUESTS + i + 1;
+            const std::int32_t status = call.callFuncId(5, number, false);
+            if (status == number) ++served;
+            if (status == AUDIO_NO_MEMORY) ++refused;
+        }
+    });
     EXPECT_EQ(served + refused, THREADS * REQUESTS);
     EXPECT_GE(served, 1);
     EXPECT_THAT(server.requests(5), SizeIs(static_cast<std::size_t>(served)));
 }
 
-TEST_F(ARequest, OfManyClientsAtOnceFindsItsOwnReply) {
+TEST_F(RemoteRequest, OfManyClientsAtOnceFindsItsOwnReply) {
     server.on(5, [](const Request& request) { return Answer::words(0, request.word(1)); });
     constexpr int CLIENTS = 4;
     constexpr int REQUESTS = 200;
-    std::vector<std::thread> threads;
     std::atomic<int> right = 0;
-    for (int client = 0; client < CLIENTS; ++client)
-        threads.emplace_back([&, client] {
-            RemoteCall own(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
-            for (int i = 0; i < REQUESTS; ++i) {
-                std::uint8_t* mine = nullptr;
-                std::uint8_t* reply = nullptr;
-                const std::int32_t words[2] = {5, client * REQUESTS + i};
-                std::int32_t answer[2] = {};
-                if (own.rcalloc(&mine, sizeof words, &reply, sizeof answer) != 0) continue;
-                std::memcpy(mine, words, sizeof words);
-                if (own.call(mine, sizeof words, reply, sizeof answer, false) == 0) {
-                    std::memcpy(answer, reply, sizeof answer);
-                    if (answer[1] == words[1]) ++right;
-                }
-                EXPECT_EQ(own.rcfree(mine, reply), 0);
+    onThreads(CLIENTS, [&](int client) {
+        RemoteCall own(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
+        for (int i = 0; i < REQUESTS; ++i) {
+            std::uint8_t* mine = nullptr;
+            std::uint8_t* reply = nullptr;
+            const std::int32_t words[2] = {5, client * REQUESTS + i};
+            std::int32_t answer[2] = {};
+            if (own.rcalloc(&mine, sizeof words, &reply, sizeof answer) != 0) continue;
+            std::memcpy(mine, words, sizeof words);
+            if (own.call(mine, sizeof words, reply, sizeof answer, false) == 0) {
+                std::memcpy(answer, reply, sizeof answer);
+                if (answer[1] == words[1]) ++right;
             }
-        });
-    for (std::thread& thread : threads)
-        thread.join();
+            EXPECT_EQ(own.rcfree(mine, reply), 0);
+        }
+    });
     EXPECT_EQ(right, CLIENTS * REQUESTS);
 }
 
-// ---- Headers
-// -------------------------------------------------------------------------------------
+// ---- Headers ------------------------------------------------------------------------------------
 
-TEST(AHeader, IsWrittenWhole) {
+TEST(RequestHeader, IsWrittenCompletely) {
     std::uint8_t record[90];
     std::memset(record, 0x55, sizeof record);
     RemoteCall::init_audio_param(record + 1, -1, AUDIO_CONNECT_UNKNOWN, -2, -3, "x");

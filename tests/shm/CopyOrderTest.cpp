@@ -64,14 +64,13 @@ private:
 };
 
 /// A ring in physical memory and one behind its header, whose operations have ways of their own.
-class CopyOrder : public Ring, public ::testing::WithParamInterface<bool> {
+class CopyOrder : public RingFixture, public ::testing::WithParamInterface<bool> {
 protected:
-    const bool isPhysical = GetParam();
-    const std::unique_ptr<ShareMemoryEx> ring = isPhysical ? physical(SIZE) : posix(SIZE);
-    const Object object{isPhysical ? physicalName() : posixName(), sizeof(wire::RingHeader)};
+    const std::unique_ptr<ShareMemoryEx> ring = either(GetParam(), SIZE);
+    const Object object{nameOf(GetParam()), sizeof(wire::RingHeader)};
 };
 
-TEST_P(CopyOrder, GivesNoByteFreeBeforeItIsRead) {
+TEST_P(CopyOrder, ReadPublishesItsOffsetAfterTheCopy) {
     const auto bytes = pattern(40, 1);
     ASSERT_EQ(ring->write(bytes.data(), 40), 40);
     WatchedBuffer buffer(object.header());
@@ -82,7 +81,7 @@ TEST_P(CopyOrder, GivesNoByteFreeBeforeItIsRead) {
     EXPECT_EQ(ring->getReadOffset(), 24U);
 }
 
-TEST_P(CopyOrder, ShowsNoByteBeforeItIsWritten) {
+TEST_P(CopyOrder, WritePublishesItsOffsetAfterTheCopy) {
     WatchedBuffer buffer(object.header());
     ASSERT_EQ(ring->write(buffer.watch(), 24), 24);
     EXPECT_EQ(WatchedBuffer::faults, 1);

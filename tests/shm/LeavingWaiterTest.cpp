@@ -45,6 +45,12 @@ protected:
         munmap(front, 2 * page);
     }
 
+    std::thread wait() {
+        return std::thread([this] {
+            pthread_setname_np(pthread_self(), "leaving");
+            EXPECT_EQ(cabinaudio::sem_wait(semaphore), 0);
+        });
+    }
     /// The waiter's thread sleeps; from now on its next look at the number of waiters, which is the
     /// first step of leaving, is a fault.
     void arm() {
@@ -56,7 +62,7 @@ protected:
         step = BEFORE_LOOKING;
         ASSERT_EQ(mprotect(front + page, page, PROT_NONE), 0);
     }
-    /// What a look at a word of the semaphore shows; not before the waiter has left.
+    /// A word of the semaphore; not before the waiter has left.
     [[nodiscard]] std::uint32_t word(int index) const { return words[index]; }
 
     enum Step { IDLE, BEFORE_LOOKING, BEFORE_CLEARING, DONE };
@@ -90,12 +96,9 @@ private:
     struct sigaction previous = {};
 };
 
-TEST_F(LeavingWaiter, MarksTheSemaphoreAgainForAWaiterThatCameMeanwhile) {
+TEST_F(LeavingWaiter, MarksTheSemaphoreAgainForAWaiterThatArrivedMeanwhile) {
     arriving = WAITERS_BIT;
-    std::thread leaving([&] {
-        pthread_setname_np(pthread_self(), "leaving");
-        EXPECT_EQ(cabinaudio::sem_wait(semaphore), 0);
-    });
+    std::thread leaving = wait();
     arm();
     EXPECT_EQ(cabinaudio::sem_post(semaphore), 0);
     leaving.join();
@@ -104,14 +107,11 @@ TEST_F(LeavingWaiter, MarksTheSemaphoreAgainForAWaiterThatCameMeanwhile) {
     EXPECT_EQ(word(0) & WAITERS_BIT, WAITERS_BIT) << "and a post would wake it";
 }
 
-TEST_F(LeavingWaiter, WakesAWaiterWhosePostCameMeanwhile) {
+TEST_F(LeavingWaiter, WakesAWaiterWhosePostArrivedMeanwhile) {
     arriving = ONE_POST | WAITERS_BIT;
-    std::thread leaving([&] {
-        pthread_setname_np(pthread_self(), "leaving");
-        EXPECT_EQ(cabinaudio::sem_wait(semaphore), 0);
-    });
+    std::thread leaving = wait();
     ASSERT_TRUE(eventually([&] { return threadsSleep("leaving"); }));
-    // The other waiter, as far as the kernel knows it. The kernel wakes the first one first.
+    // The other waiter, as far as the kernel knows it. The kernel wakes the first waiter first.
     long woken = -1;
     std::thread other([&] {
         pthread_setname_np(pthread_self(), "other");
@@ -124,21 +124,18 @@ TEST_F(LeavingWaiter, WakesAWaiterWhosePostCameMeanwhile) {
     leaving.join();
     other.join();
     EXPECT_EQ(step, DONE);
-    EXPECT_EQ(woken, 0) << "the post lies there and nobody takes it";
+    EXPECT_EQ(woken, 0) << "the post is not consumed";
     EXPECT_EQ(word(0), ONE_POST | WAITERS_BIT);
 }
 
-TEST_F(LeavingWaiter, TakesItsMarkAlongWhenItIsTheLast) {
-    std::thread leaving([&] {
-        pthread_setname_np(pthread_self(), "leaving");
-        EXPECT_EQ(cabinaudio::sem_wait(semaphore), 0);
-    });
+TEST_F(LeavingWaiter, ClearsTheMarkWhenItIsTheLast) {
+    std::thread leaving = wait();
     ASSERT_TRUE(eventually([&] {
         return std::atomic_ref(semaphore->word[3]).load() == 1 && threadsSleep("leaving");
     }));
     EXPECT_EQ(cabinaudio::sem_post(semaphore), 0);
     leaving.join();
-    EXPECT_EQ(word(0), 0U) << "a post would wake nobody, with a call of the kernel";
+    EXPECT_EQ(word(0), 0U) << "a post would make a useless call of the kernel";
     EXPECT_EQ(word(3), 0U);
 }
 

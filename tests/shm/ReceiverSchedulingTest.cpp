@@ -9,7 +9,7 @@
 namespace cabinaudio::test {
 namespace {
 
-class RingReceiver : public Ring {};
+class RingReceiver : public RingFixture {};
 
 TEST_F(RingReceiver, RunsInRealTimeAtTheHighestPriority) {
     if (!Scheduling::isRealTimeAllowed()) GTEST_SKIP() << "real-time threads are refused";
@@ -20,7 +20,7 @@ TEST_F(RingReceiver, RunsInRealTimeAtTheHighestPriority) {
     auto seen = callback.seen.get_future();
     const auto ring = posix(64, SHM_MODE_CREATOR | SHM_MODE_READER, &callback);
     ring->updateWriteOffset(1);
-    ASSERT_EQ(seen.wait_for(kBound), std::future_status::ready);
+    ASSERT_EQ(seen.wait_for(BOUND), std::future_status::ready);
     EXPECT_EQ(seen.get(), Scheduling::realTime());
 }
 

@@ -29,7 +29,7 @@ unsigned Notifications::count() const {
 
 bool Notifications::waitFor(unsigned times) const {
     std::unique_lock lock(mLock);
-    return mChanged.wait_for(lock, kBound, [&] { return mCount >= times; });
+    return mChanged.wait_for(lock, BOUND, [&] { return mCount >= times; });
 }
 
 void Notifications::close() {
@@ -124,7 +124,7 @@ std::size_t threadsAtRest() {
 
 }  // namespace
 
-Ring::Ring() {
+RingFixture::RingFixture() {
     static const std::size_t threads = threadsAtRest();
     EXPECT_TRUE(eventually([] { return ProcessState::now().threads == threads; }));
     const auto* const info = ::testing::UnitTest::GetInstance()->current_test_info();
@@ -133,7 +133,7 @@ Ring::Ring() {
         if (letter == '/') letter = '.';
 }
 
-Ring::~Ring() {
+RingFixture::~RingFixture() {
     Object::remove(posixName());
     Object::remove(physicalName());
     const char* const instance = std::getenv("CABINAUDIO_INSTANCE");
@@ -142,15 +142,15 @@ Ring::~Ring() {
     unlink(memory.c_str());
 }
 
-std::unique_ptr<ShareMemoryEx> Ring::posix(unsigned size, unsigned mode,
-                                           ShareMemoryUpdateNotificationCallback* callback) const {
+std::unique_ptr<ShareMemoryEx> RingFixture::posix(
+    unsigned size, unsigned mode, ShareMemoryUpdateNotificationCallback* callback) const {
     return std::make_unique<ShareMemoryEx>(SHM_TYPE_POSIX_SHM, mName.c_str(), nullptr, size, mode,
                                            callback);
 }
 
-std::unique_ptr<ShareMemoryEx> Ring::physical(
+std::unique_ptr<ShareMemoryEx> RingFixture::physical(
     unsigned size, unsigned mode, ShareMemoryUpdateNotificationCallback* callback) const {
-    return std::make_unique<ShareMemoryEx>(SHM_TYPE_PHYS_MEM, mName.c_str(), addressOf(kPhysical),
+    return std::make_unique<ShareMemoryEx>(SHM_TYPE_PHYS_MEM, mName.c_str(), addressOf(PHYSICAL),
                                            size, mode, callback);
 }
 

@@ -20,16 +20,12 @@
 
 namespace cabinaudio::test {
 
-constexpr int kDebug = 3;
-constexpr int kInfo = 4;
-constexpr int kError = 6;
-
-constexpr auto kBound = std::chrono::seconds(60);
+constexpr auto BOUND = std::chrono::seconds(60);
 
 /// Physical address where the test rings' data lies, not at the start of a page.
-constexpr std::uint32_t kPhysical = 0x10000040;
+constexpr std::uint32_t PHYSICAL = 0x10000040;
 
-/// Counts what the ring tells.
+/// Counts the ring's notifications.
 class Notifications : public ShareMemoryUpdateNotificationCallback {
 public:
     void notify() override;
@@ -101,24 +97,32 @@ private:
 /// `count` bytes, each different from its neighbours.
 [[nodiscard]] std::vector<unsigned char> pattern(std::size_t count, unsigned start = 0);
 
-/// Gives each test names of its own and removes what it leaves.
-class Ring : public ::testing::Test {
+/// Gives each test names of its own and removes its objects at the end.
+class RingFixture : public ::testing::Test {
 protected:
-    Ring();
-    ~Ring() override;
+    RingFixture();
+    ~RingFixture() override;
 
     /// A ring of type 2 under this test's name; this side is its creator.
     std::unique_ptr<ShareMemoryEx> posix(
         unsigned size, unsigned mode = SHM_MODE_CREATOR,
         ShareMemoryUpdateNotificationCallback* callback = nullptr) const;
-    /// A ring of type 1 with data at kPhysical.
+    /// A ring of type 1 with data at PHYSICAL.
     std::unique_ptr<ShareMemoryEx> physical(
         unsigned size, unsigned mode = SHM_MODE_CREATOR,
         ShareMemoryUpdateNotificationCallback* callback = nullptr) const;
 
+    /// A ring of either type; this side is its creator.
+    std::unique_ptr<ShareMemoryEx> either(bool isPhysical, unsigned size) const {
+        return isPhysical ? physical(size) : posix(size);
+    }
+
     /// Name of the object that holds the header.
     [[nodiscard]] std::string posixName() const { return mName; }
     [[nodiscard]] std::string physicalName() const { return mName + "_0x10000040"; }
+    [[nodiscard]] std::string nameOf(bool isPhysical) const {
+        return isPhysical ? physicalName() : posixName();
+    }
 
 private:
     std::string mName;

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// A ring whose other side writes nonsense into the header: it has neither data nor space, and
-// nothing outside the mapping is touched. Pages that nobody may touch lie around every mapping.
+// A ring whose other side writes an impossible header: it has neither data nor space, and nothing
+// outside the mapping is accessed. Inaccessible pages lie around every mapping.
 #include "tests/shm/Platform.h"
 #include "tests/shm/RingFixture.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/Row.h"
 
 #include <gmock/gmock.h>
 #include <unistd.h>
@@ -14,26 +15,21 @@
 namespace cabinaudio::test {
 namespace {
 
-struct Kind {
-    const char* name;
+struct Kind : Row {
     bool physical;
     std::uint32_t length;  // of the data
 };
 
-std::ostream& operator<<(std::ostream& out, const Kind& kind) {
-    return out << kind.name;
-}
-
-class AScribbledRing : public Ring, public ::testing::WithParamInterface<Kind> {
+class RingWithForeignHeader : public RingFixture, public ::testing::WithParamInterface<Kind> {
 protected:
     const std::uint32_t length = GetParam().length;
     std::unique_ptr<ShareMemoryEx> ring = make();
-    Object object{GetParam().physical ? physicalName() : posixName(), 64};
+    Object object{nameOf(GetParam().physical), 64};
     wire::RingHeader& header = object.header();
 
     std::unique_ptr<ShareMemoryEx> make() const {
         const GuardedMappings guarded;
-        return GetParam().physical ? physical(length) : posix(length);
+        return either(GetParam().physical, length);
     }
 
     [[nodiscard]] std::vector<std::uint32_t> values() const {
@@ -46,7 +42,7 @@ protected:
     }
 };
 
-/// What a ring of at most `length` bytes holds.
+/// Content of a ring of at most `length` bytes.
 struct Expected {
     std::uint32_t used = 0;
     std::uint32_t free = 0;
@@ -60,9 +56,7 @@ struct Expected {
     }
 };
 
-}  // namespace
-
-TEST_P(AScribbledRing, HasWhatItCanHaveAndNothingElse) {
+TEST_P(RingWithForeignHeader, HasDataAndSpaceOnlyWithAPossibleHeader) {
     std::vector<unsigned char> bytes(length, 0x5a);
     audio_buffer_provider_t start = {};
     scribble(length, 0, 0);
@@ -97,7 +91,7 @@ TEST_P(AScribbledRing, HasWhatItCanHaveAndNothingElse) {
             }
 }
 
-TEST_P(AScribbledRing, StoresNoOffsetOfAnImpossibleTransfer) {
+TEST_P(RingWithForeignHeader, StoresNoOffsetForAnImpossibleTransfer) {
     unsigned char byte = 1;
     for (const std::uint32_t impossible : {length, length + 1, 0xffffffffu}) {
         scribble(length, impossible, 1);
@@ -113,7 +107,7 @@ TEST_P(AScribbledRing, StoresNoOffsetOfAnImpossibleTransfer) {
     }
 }
 
-TEST_P(AScribbledRing, PostsAndStampsAsEver) {
+TEST_P(RingWithForeignHeader, PostsAndSetsTheTimeWithAnImpossibleHeader) {
     unsigned char byte = 1;
     header.readNotify = header.writeNotify = 1;
     scribble(length + 1, 0, 5);
@@ -125,7 +119,7 @@ TEST_P(AScribbledRing, PostsAndStampsAsEver) {
     header.readNotify = header.writeNotify = 0;
 }
 
-TEST_P(AScribbledRing, ReleasesModuloWhateverTheSizeIs) {
+TEST_P(RingWithForeignHeader, ReleasesModuloTheSharedSize) {
     for (const std::uint32_t size : values())
         for (const std::uint32_t r : values())
             for (const std::uint32_t count : values()) {
@@ -136,8 +130,8 @@ TEST_P(AScribbledRing, ReleasesModuloWhateverTheSizeIs) {
             }
 }
 
-TEST_P(AScribbledRing, BearsChangesWhileItMovesBytes) {
-    // Any result will do; the guards around the mapping are what is tested.
+TEST_P(RingWithForeignHeader, StaysInsideItsMappingWhileTheHeaderChanges) {
+    // Any result is accepted; the test is that no inaccessible page is touched.
     std::vector<unsigned char> bytes(length);
     std::atomic<bool> stop{false};
     std::atomic<unsigned> rounds{0};
@@ -166,44 +160,37 @@ TEST_P(AScribbledRing, BearsChangesWhileItMovesBytes) {
     scribbler.join();
 }
 
-namespace {
-
-std::string nameOf(const ::testing::TestParamInfo<Kind>& ring) {
-    return ring.param.name;
-}
-
 // Data that ends with a page, and data that does not.
-INSTANTIATE_TEST_SUITE_P(Rings, AScribbledRing,
+INSTANTIATE_TEST_SUITE_P(Rings, RingWithForeignHeader,
                          ::testing::Values(Kind{"Posix", false, 4096 - 64},
                                            Kind{"PosixWithinAPage", false, 1000},
                                            Kind{"Physical", true, 4096 - 64},
                                            Kind{"PhysicalWithinAPage", true, 1000}),
-                         nameOf);
+                         ROW_NAME);
 
-using ARingWithinAPage = Ring;
+using RingWithinAPage = RingFixture;
 
-}  // namespace
-
-TEST_F(ARingWithinAPage, NeverTouchesTheRestOfThePage) {
-    constexpr std::uint32_t kLength = 1000;
-    const auto ring = posix(kLength);
+TEST_F(RingWithinAPage, LeavesTheRestOfThePageUntouched) {
+    constexpr std::uint32_t LENGTH = 1000;
+    const auto ring = posix(LENGTH);
     const auto page = static_cast<std::size_t>(getpagesize());
     const Object object(posixName(), page);
-    const std::size_t end = 64 + kLength;
+    const std::size_t end = 64 + LENGTH;
     std::fill(object.bytes() + end, object.bytes() + page, 0xc3);
-    const auto bytes = pattern(3 * kLength);
-    std::vector<unsigned char> out(3 * kLength);
-    for (const std::uint32_t size : {kLength, kLength + 1, 2 * kLength})
+    const auto bytes = pattern(3 * LENGTH);
+    std::vector<unsigned char> out(3 * LENGTH);
+    for (const std::uint32_t size : {LENGTH, LENGTH + 1, 2 * LENGTH})
         for (std::uint32_t offset = 0; offset < size; offset += 7) {
             object.header().size = size;
             object.header().readOffset = offset;
             object.header().writeOffset = offset;
-            ring->write(bytes.data(), 3 * kLength);
-            ring->read(out.data(), 3 * kLength);
+            ring->write(bytes.data(), 3 * LENGTH);
+            ring->read(out.data(), 3 * LENGTH);
             ASSERT_EQ(std::count(out.begin(), out.end(), 0xc3),
-                      std::count(out.begin(), out.begin() + kLength, 0xc3));
+                      std::count(out.begin(), out.begin() + LENGTH, 0xc3));
         }
     EXPECT_THAT(object.copy(end, page - end), ::testing::Each(0xc3));
 }
 
+}  // namespace
 }  // namespace cabinaudio::test

@@ -8,7 +8,7 @@
 namespace cabinaudio::test {
 namespace {
 
-/// The ring as it is told: counts modulo the size, byte by byte.
+/// The ring as it is specified: counts modulo the size, byte by byte.
 class Model {
 public:
     explicit Model(std::uint32_t size) : mBytes(size) {}
@@ -51,12 +51,11 @@ private:
     std::uint32_t mWrite = 0;
 };
 
-class ARandomlyUsedRing : public Ring,
-                          public ::testing::WithParamInterface<std::tuple<bool, std::uint32_t>> {
+class RandomlyUsedRing : public RingFixture,
+                         public ::testing::WithParamInterface<std::tuple<bool, std::uint32_t>> {
 protected:
-    const bool inPhysicalMemory = std::get<0>(GetParam());
     const std::uint32_t size = std::get<1>(GetParam());
-    std::unique_ptr<ShareMemoryEx> ring = inPhysicalMemory ? physical(size) : posix(size);
+    std::unique_ptr<ShareMemoryEx> ring = either(std::get<0>(GetParam()), size);
     Model model{size};
     std::mt19937 random;
 
@@ -115,9 +114,7 @@ protected:
     }
 };
 
-}  // namespace
-
-TEST_P(ARandomlyUsedRing, DoesWhatItsModelDoes) {
+TEST_P(RandomlyUsedRing, EqualsItsModel) {
     const char* const given = std::getenv("CABINAUDIO_TEST_SEED");
     const auto seed = given != nullptr ? static_cast<std::uint32_t>(std::strtoul(given, nullptr, 0))
                                        : std::random_device()();
@@ -131,15 +128,13 @@ TEST_P(ARandomlyUsedRing, DoesWhatItsModelDoes) {
     }
 }
 
-namespace {
-
 std::string nameOf(const ::testing::TestParamInfo<std::tuple<bool, std::uint32_t>>& ring) {
     return std::string(std::get<0>(ring.param) ? "Physical" : "Posix") +
            std::to_string(std::get<1>(ring.param));
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Sizes, ARandomlyUsedRing,
+    Sizes, RandomlyUsedRing,
     ::testing::Combine(::testing::Bool(), ::testing::Values(1u, 2u, 3u, 16u, 257u, 4096u, 48000u)),
     nameOf);
 

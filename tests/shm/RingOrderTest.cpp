@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// In which order a ring does what others see: the cache device, which does not keep the processor's
-// caches and the memory alike by itself, and the threads of the other side.
+// The order of a ring's visible steps: requests to the cache device, without which the processor's
+// caches and the memory differ, and wake-ups of the other side's threads.
 #include "tests/shm/RingFixture.h"
 #include "tests/shm/Witness.h"
 #include "tests/support/ProcessState.h"
@@ -29,7 +29,7 @@ struct Moment {
     Data memory;  // all of the ring's
 };
 
-class RingCache : public Ring {
+class RingCache : public RingFixture {
 protected:
     RingCache() {
         // Eight bytes reach over the end from here.
@@ -51,7 +51,7 @@ protected:
     }
 
     const std::unique_ptr<ShareMemoryEx> ring = physical(SIZE);
-    const Physical device{kPhysical, SIZE};
+    const Physical device{PHYSICAL, SIZE};
     const Object object{physicalName(), sizeof(wire::RingHeader)};
 };
 
@@ -104,7 +104,7 @@ TEST_F(RingCache, IsInvalidatedBeforeEachPieceIsCopied) {
 }
 
 /// The other side's thread sleeps on its semaphore; the ring is looked at when it is woken.
-class RingWakeUp : public Ring {
+class RingWakeUp : public RingFixture {
 protected:
     void expectWakeUp(const std::function<void()>& operation,
                       const std::function<void(wire::RingHeader&)>& expectation) {
@@ -133,7 +133,7 @@ protected:
     const Data bytes = pattern(4, 1);
 };
 
-TEST_F(RingWakeUp, ByAWriteComesAfterTheDataAndTheTime) {
+TEST_F(RingWakeUp, ByAWriteFollowsTheDataAndTheTime) {
     const auto writer = posix(SIZE);
     const auto reader = posix(SIZE, SHM_MODE_READER, &notifications);
     expectWakeUp([&] { EXPECT_EQ(writer->write(bytes.data(), 4), 4); },
@@ -144,7 +144,7 @@ TEST_F(RingWakeUp, ByAWriteComesAfterTheDataAndTheTime) {
                  });
 }
 
-TEST_F(RingWakeUp, ByAWriteOffsetComesAfterTheOffsetAndTheTime) {
+TEST_F(RingWakeUp, ByAWriteOffsetFollowsTheOffsetAndTheTime) {
     const auto writer = posix(SIZE);
     const auto reader = posix(SIZE, SHM_MODE_READER, &notifications);
     expectWakeUp([&] { writer->updateWriteOffset(5); },
@@ -154,7 +154,7 @@ TEST_F(RingWakeUp, ByAWriteOffsetComesAfterTheOffsetAndTheTime) {
                  });
 }
 
-TEST_F(RingWakeUp, ByAReadOffsetComesAfterTheOffsetAndTheTime) {
+TEST_F(RingWakeUp, ByAReadOffsetFollowsTheOffsetAndTheTime) {
     isReader = false;
     const auto reader = posix(SIZE);
     const auto writer = posix(SIZE, SHM_MODE_WRITER, &notifications);
@@ -166,7 +166,7 @@ TEST_F(RingWakeUp, ByAReadOffsetComesAfterTheOffsetAndTheTime) {
                  });
 }
 
-TEST_F(RingWakeUp, ByAReadComesAfterTheOffset) {
+TEST_F(RingWakeUp, ByAReadFollowsTheOffset) {
     isReader = false;
     const auto reader = posix(SIZE);
     const auto writer = posix(SIZE, SHM_MODE_WRITER, &notifications);
@@ -186,6 +186,8 @@ std::uint32_t kindOf(wire::SemaphoreSlot& slot) {
     return std::atomic_ref(slot.word[1]).load();
 }
 
+using Ring = RingFixture;
+
 TEST_F(Ring, CreatorSharesBothSemaphoresBetweenProcesses) {
     const auto ring = posix(SIZE);
     const Object object(posixName(), SIZE + sizeof(wire::RingHeader));
@@ -193,13 +195,13 @@ TEST_F(Ring, CreatorSharesBothSemaphoresBetweenProcesses) {
     EXPECT_EQ(kindOf(object.header().writeSem), SHARED);
 }
 
-TEST_F(Ring, ReceiverSharesItsSemaphoreWhereTheCreatorHasNotCome) {
+TEST_F(Ring, ReceiverSharesItsSemaphoreBeforeTheCreatorExists) {
     Notifications notifications;
     {
         const auto reader = posix(SIZE, SHM_MODE_READER, &notifications);
         const Object object(posixName(), SIZE + sizeof(wire::RingHeader));
         EXPECT_EQ(kindOf(object.header().readSem), SHARED);
-        EXPECT_EQ(kindOf(object.header().writeSem), 0U) << "nobody waits on it";
+        EXPECT_EQ(kindOf(object.header().writeSem), 0U) << "it has no waiter";
     }
     const auto writer = posix(SIZE, SHM_MODE_WRITER, &notifications);
     const Object object(posixName(), SIZE + sizeof(wire::RingHeader));

@@ -21,8 +21,7 @@ int main(int argc, char** argv) {
                              .creator = number(5) != 0,
                              .bytes = number(6),
                              .seed = static_cast<unsigned>(number(7))};
-    StreamEnd end(plan,
-                  std::string_view(argv[1]) == "read" ? StreamEnd::kReads : StreamEnd::kWrites);
+    StreamEnd end(plan, std::string_view(argv[1]) == "read" ? StreamEnd::READS : StreamEnd::WRITES);
     const auto checksum = end.run();
     if (!checksum) return 1;
     std::printf("%016" PRIx64 "\n", *checksum);

@@ -2,6 +2,7 @@
 // A ring between two processes, the other one perhaps of another build: every byte arrives, in
 // order and unchanged.
 #include "tests/shm/Stream.h"
+#include "tests/support/Row.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -21,7 +22,7 @@ class Peer {
 public:
     Peer(std::vector<std::string> command, const StreamPlan& plan, StreamEnd::Direction direction) {
         for (const std::string& argument :
-             {std::string(direction == StreamEnd::kReads ? "read" : "write"),
+             {std::string(direction == StreamEnd::READS ? "read" : "write"),
               std::to_string(plan.type), plan.name, std::to_string(plan.size),
               std::to_string(plan.creator), std::to_string(plan.bytes), std::to_string(plan.seed)})
             command.push_back(argument);
@@ -74,19 +75,14 @@ private:
     int mOutput = -1;
 };
 
-struct Case {
-    const char* name;
+struct Case : Row {
     const char* peer;  // command, words with blanks between them
     StreamEnd::Direction direction;
     bool creator;
     shm_type_t type;
 };
 
-std::ostream& operator<<(std::ostream& out, const Case& one) {
-    return out << one.name;
-}
-
-class AStream : public Ring, public ::testing::WithParamInterface<Case> {};
+class RingStream : public RingFixture, public ::testing::WithParamInterface<Case> {};
 
 std::vector<std::string> wordsOf(const std::string& text) {
     std::istringstream in(text);
@@ -96,9 +92,7 @@ std::vector<std::string> wordsOf(const std::string& text) {
     return words;
 }
 
-}  // namespace
-
-TEST_P(AStream, ArrivesAsItWasSent) {
+TEST_P(RingStream, ArrivesUnchanged) {
     const Case& one = GetParam();
     const auto command = wordsOf(one.peer);
     ASSERT_EQ(access(command.back().c_str(), X_OK), 0)
@@ -112,43 +106,32 @@ TEST_P(AStream, ArrivesAsItWasSent) {
     StreamEnd end(plan, one.direction);
     plan.creator = !plan.creator;
     Peer peer(command, plan,
-              one.direction == StreamEnd::kReads ? StreamEnd::kWrites : StreamEnd::kReads);
+              one.direction == StreamEnd::READS ? StreamEnd::WRITES : StreamEnd::READS);
     ASSERT_TRUE(peer.runs());
     const auto here = end.run();
     EXPECT_TRUE(here.has_value());
     EXPECT_EQ(here, peer.checksum());
 }
 
-namespace {
-
-constexpr auto kIn = StreamEnd::kReads;
-constexpr auto kOut = StreamEnd::kWrites;
-
-constexpr Case kSame[] = {
-    {"InFromACreator", RING_PEER, kIn, false, SHM_TYPE_POSIX_SHM},
-    {"InAsTheCreator", RING_PEER, kIn, true, SHM_TYPE_POSIX_SHM},
-    {"OutToACreator", RING_PEER, kOut, false, SHM_TYPE_POSIX_SHM},
-    {"OutAsTheCreator", RING_PEER, kOut, true, SHM_TYPE_POSIX_SHM},
-    {"InThroughPhysicalMemory", RING_PEER, kIn, false, SHM_TYPE_PHYS_MEM},
-    {"OutThroughPhysicalMemory", RING_PEER, kOut, false, SHM_TYPE_PHYS_MEM},
-};
-
-std::string nameOf(const ::testing::TestParamInfo<Case>& one) {
-    return one.param.name;
+/// Every direction and creator, through each kind of ring.
+std::vector<Case> casesWith(const char* peer) {
+    constexpr auto IN = StreamEnd::READS;
+    constexpr auto OUT = StreamEnd::WRITES;
+    return {
+        {"InFromACreator", peer, IN, false, SHM_TYPE_POSIX_SHM},
+        {"InAsTheCreator", peer, IN, true, SHM_TYPE_POSIX_SHM},
+        {"OutToACreator", peer, OUT, false, SHM_TYPE_POSIX_SHM},
+        {"OutAsTheCreator", peer, OUT, true, SHM_TYPE_POSIX_SHM},
+        {"InThroughPhysicalMemory", peer, IN, false, SHM_TYPE_PHYS_MEM},
+        {"OutThroughPhysicalMemory", peer, OUT, false, SHM_TYPE_PHYS_MEM},
+    };
 }
 
-INSTANTIATE_TEST_SUITE_P(BetweenTwoProcesses, AStream, ::testing::ValuesIn(kSame), nameOf);
-
+INSTANTIATE_TEST_SUITE_P(BetweenTwoProcesses, RingStream, ::testing::ValuesIn(casesWith(RING_PEER)),
+                         ROW_NAME);
 #ifdef RING_NATIVE_PEER
-constexpr Case kOther[] = {
-    {"InFromACreator", RING_NATIVE_PEER, kIn, false, SHM_TYPE_POSIX_SHM},
-    {"InAsTheCreator", RING_NATIVE_PEER, kIn, true, SHM_TYPE_POSIX_SHM},
-    {"OutToACreator", RING_NATIVE_PEER, kOut, false, SHM_TYPE_POSIX_SHM},
-    {"OutAsTheCreator", RING_NATIVE_PEER, kOut, true, SHM_TYPE_POSIX_SHM},
-    {"InThroughPhysicalMemory", RING_NATIVE_PEER, kIn, false, SHM_TYPE_PHYS_MEM},
-    {"OutThroughPhysicalMemory", RING_NATIVE_PEER, kOut, false, SHM_TYPE_PHYS_MEM},
-};
-INSTANTIATE_TEST_SUITE_P(BetweenTwoMachines, AStream, ::testing::ValuesIn(kOther), nameOf);
+INSTANTIATE_TEST_SUITE_P(BetweenTwoMachines, RingStream,
+                         ::testing::ValuesIn(casesWith(RING_NATIVE_PEER)), ROW_NAME);
 #endif
 
 }  // namespace

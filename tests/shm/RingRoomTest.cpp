@@ -3,7 +3,8 @@
 // any of that room is taken, which others need.
 #include "tests/shm/Platform.h"
 #include "tests/shm/RingFixture.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
+#include "tests/support/Row.h"
 
 #include <sched.h>
 #include <sys/mount.h>
@@ -17,11 +18,11 @@
 namespace cabinaudio::test {
 namespace {
 
-constexpr std::uint64_t kBlock = 4096;
+constexpr unsigned BLOCK = 4096;
 /// The largest ring that a server can grant on 32 bits, and more.
-constexpr unsigned kHuge = 0x70000000;
+constexpr unsigned HUGE_SIZE = 0x70000000;
 
-class ALargeRing : public Ring {
+class LargeRing : public RingFixture {
 protected:
     const LogCapture log;
     const Calls calls;
@@ -32,7 +33,7 @@ protected:
         EXPECT_FALSE(posix(size)->isUsable()) << size;
         const std::string line = "mmap(" + posixName() + ", " + std::to_string(size + 64) +
                                  ") failed:" + std::strerror(ENOSPC) + "\n";
-        EXPECT_EQ(log.count(kError, "ShareMemory", "createShmMap", line), 1u) << log.dump();
+        EXPECT_TRUE(logged(log, ERROR, "ShareMemory", "createShmMap", line));
         EXPECT_EQ(reservations(), 0u) << "memory of others was taken";
     }
     void expectUsable(unsigned size) {
@@ -41,71 +42,67 @@ protected:
     }
 };
 
-}  // namespace
+struct Space : Row {
+    std::uint64_t blocks;  // of the file system, 0: it has no limit
+    std::uint64_t free;
+    unsigned long blockSize;
+    unsigned size;  // of the ring
+    bool suffices;
+};
 
-TEST_F(ALargeRing, IsRefusedWhereThereIsNoRoomForIt) {
-    const Room room(1U << 20, 16);
-    expectRefused(kHuge);
+class LargeRingIn : public LargeRing, public ::testing::WithParamInterface<Space> {};
+
+TEST_P(LargeRingIn, IsMadeIfTheFreeSpaceSuffices) {
+    const Space& space = GetParam();
+    const Room room(space.blocks, space.free, space.blockSize);
+    if (space.suffices)
+        expectUsable(space.size);
+    else
+        expectRefused(space.size);
 }
 
-TEST_F(ALargeRing, IsRefusedWhenOneByteIsMissing) {
-    const Room room(100, 16);
-    expectRefused(16 * kBlock - 64 + 1);
-}
+constexpr std::uint64_t MOST = ~std::uint64_t{0};
+constexpr Space SPACES[] = {
+    {"NoSpace", 1U << 20, 16, BLOCK, HUGE_SIZE, false},
+    {"OneByteTooLittle", 100, 16, BLOCK, 16 * BLOCK - 64 + 1, false},
+    {"JustEnough", 100, 16, BLOCK, 16 * BLOCK - 64, true},
+    {"JustEnoughLargeBlocks", 100, 2, 32768, 2 * 32768 - 64, true},
+    {"NoLimit", 0, 0, 0, 64 * BLOCK, true},
+    {"MoreBlocksThan32Bits", MOST, std::uint64_t{1} << 32, BLOCK, 64 * BLOCK, true},
+    {"MoreBytesThan64Bits", MOST, MOST / BLOCK + 1, BLOCK, 64 * BLOCK, true},
+    {"TheMostBlocks", MOST, MOST, BLOCK, 64 * BLOCK, true},
+};
 
-TEST_F(ALargeRing, MayTakeAllTheRoomThatThereIs) {
-    const Room room(100, 16);
-    expectUsable(16 * kBlock - 64);
-}
+INSTANTIATE_TEST_SUITE_P(Spaces, LargeRingIn, ::testing::ValuesIn(SPACES), ROW_NAME);
 
-TEST_F(ALargeRing, CountsBlocksOfTheFileSystemsSize) {
-    const Room room(100, 2, 32768);
-    expectUsable(2 * 32768 - 64);
-}
-
-TEST_F(ALargeRing, NeedsNoRoomForMemoryThatItsCreatorHasReserved) {
-    const auto creator = posix(16 * kBlock);
+TEST_F(LargeRing, NeedsNoSpaceThatItsCreatorHasReserved) {
+    const auto creator = posix(16 * BLOCK);
     const Room room(100, 0);
-    EXPECT_TRUE(posix(16 * kBlock, 0)->isUsable()) << log.dump();
+    EXPECT_TRUE(posix(16 * BLOCK, 0)->isUsable()) << log.dump();
 }
 
-TEST_F(ALargeRing, IsRefusedWhenItsCreatorHasReservedTooLittle) {
-    const auto creator = posix(16 * kBlock);
+TEST_F(LargeRing, IsRefusedWhenItsCreatorHasReservedTooLittle) {
+    const auto creator = posix(16 * BLOCK);
     const std::size_t before = reservations();
     const Room room(100, 15);
-    EXPECT_FALSE(posix(32 * kBlock, 0)->isUsable());
+    EXPECT_FALSE(posix(32 * BLOCK, 0)->isUsable());
     EXPECT_EQ(reservations(), before);
 }
 
-TEST_F(ALargeRing, IsMadeOnAFileSystemWithoutALimit) {
-    const Room room(0, 0, 0);
-    expectUsable(64 * kBlock);
-}
-
-TEST_F(ALargeRing, IsMadeOnAFileSystemWhoseSizeNeedsAllBits) {
-    for (const std::uint64_t free :
-         {std::uint64_t{1} << 32, ~std::uint64_t{0} / kBlock + 1, ~std::uint64_t{0}}) {
-        const Room room(~std::uint64_t{0}, free);
-        EXPECT_TRUE(posix(64 * kBlock)->isUsable()) << free << log.dump();
-    }
-}
-
-TEST_F(ALargeRing, IsMadeWhereTheFileSystemCannotBeAsked) {
+TEST_F(LargeRing, IsMadeWhereTheFreeSpaceIsUnknown) {
     for (const int error : {EIO, ENOSYS}) {
         const Failing fstatvfs("fstatvfs", error);
-        EXPECT_TRUE(posix(64 * kBlock)->isUsable()) << log.dump();
+        EXPECT_TRUE(posix(64 * BLOCK)->isUsable()) << log.dump();
         EXPECT_TRUE(fstatvfs.happened());
     }
 }
 
-TEST_F(ALargeRing, InPhysicalMemoryNeedsRoomForItsHeaderAlone) {
+TEST_F(LargeRing, InPhysicalMemoryNeedsSpaceForItsHeaderOnly) {
     const Room room(100, 1);
-    EXPECT_TRUE(physical(64 * kBlock)->isUsable()) << log.dump();
+    EXPECT_TRUE(physical(64 * BLOCK)->isUsable()) << log.dump();
 }
 
-namespace {
-
-constexpr int kNoOwnMachine = 77;
+constexpr int NO_OWN_MACHINE = 77;
 
 /// Runs `body` in a process with 16 MiB of shared memory of its own. @return its exit status
 int inSmallSharedMemory(const std::function<void()>& body) {
@@ -115,7 +112,7 @@ int inSmallSharedMemory(const std::function<void()>& body) {
         const bool isSmall = unshare(CLONE_NEWNS) == 0 &&
                              mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
                              mount("none", "/dev/shm", "tmpfs", 0, "size=16m") == 0;
-        if (!isSmall) _exit(kNoOwnMachine);
+        if (!isSmall) _exit(NO_OWN_MACHINE);
         body();
         std::fflush(nullptr);
         _exit(::testing::Test::HasFailure() ? 1 : 0);
@@ -126,21 +123,20 @@ int inSmallSharedMemory(const std::function<void()>& body) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-}  // namespace
-
-TEST_F(ALargeRing, IsRefusedByWhatTheRealFileSystemHas) {
+TEST_F(LargeRing, IsRefusedOnARealFileSystemWithoutSpace) {
     const int status = inSmallSharedMemory([this] {
         ShareMemoryEx other(SHM_TYPE_POSIX_SHM, "other", nullptr, 8 << 20, SHM_MODE_CREATOR,
                             nullptr);
         EXPECT_TRUE(other.isUsable());
         const std::size_t before = reservations();
         EXPECT_FALSE(posix(12 << 20)->isUsable());
-        EXPECT_FALSE(posix(kHuge)->isUsable());
+        EXPECT_FALSE(posix(HUGE_SIZE)->isUsable());
         EXPECT_EQ(reservations(), before) << log.dump();
         EXPECT_TRUE(posix(7 << 20)->isUsable()) << log.dump();
     });
-    if (status == kNoOwnMachine) GTEST_SKIP() << "only the superuser has a /dev/shm of his own";
+    if (status == NO_OWN_MACHINE) GTEST_SKIP() << "only the superuser has a /dev/shm of his own";
     EXPECT_EQ(status, 0);
 }
 
+}  // namespace
 }  // namespace cabinaudio::test

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a ring does when all is well: its bytes in shared memory, arithmetic, posts and times.
+// A ring in normal use: its bytes in shared memory, arithmetic, posts and times.
 #include <cabinaudio/foundation/AudioTime.h>
 
 #include "tests/shm/Platform.h"
 #include "tests/shm/RingFixture.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 #include "tests/support/ProcessState.h"
 
 #include <fcntl.h>
@@ -19,13 +19,13 @@ namespace {
 using ::testing::ElementsAreArray;
 using ::testing::StartsWith;
 
-constexpr unsigned kHeader = 64;
+constexpr unsigned HEADER = 64;
 
 /// A ring of 16 bytes and its shared memory.
-class ARing : public Ring {
+class Ring : public RingFixture {
 protected:
     std::unique_ptr<ShareMemoryEx> ring = posix(16);
-    Object object{posixName(), kHeader + 16};
+    Object object{posixName(), HEADER + 16};
     wire::RingHeader& header = object.header();
 
     void setOffsets(std::uint32_t r, std::uint32_t w) {
@@ -43,13 +43,12 @@ protected:
     }
 };
 
-using ARingInPhysicalMemory = Ring;
-
-}  // namespace
+using RingMapping = RingFixture;
+using RingInPhysicalMemory = RingFixture;
 
 // ---- construction --------------------------------------------------------------------------
 
-TEST_F(ARing, StartsEmptyWithOneByteThatStaysFree) {
+TEST_F(Ring, StartsEmptyAndKeepsOneByteFree) {
     EXPECT_TRUE(ring->isUsable());
     EXPECT_EQ(ring->getTotalSize(), 16u);
     EXPECT_EQ(ring->getUsedSize(), 0u);
@@ -60,34 +59,32 @@ TEST_F(ARing, StartsEmptyWithOneByteThatStaysFree) {
     EXPECT_FALSE(ring->getWait());
 }
 
-TEST_F(ARing, OfACreatorHasTheHeadersBytes) {
-    const unsigned char expected[kHeader] = {
+TEST_F(Ring, OfACreatorHasAnInitialisedHeader) {
+    const unsigned char expected[HEADER] = {
         16, 0, 0, 0,                                        // size
         0,  0, 0, 0, 0,   0, 0, 0,                          // offsets
         0,  0, 0, 0, 128, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,  // readSem
         0,  0, 0, 0, 128, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,  // writeSem
     };                                                      // the rest is zeros
-    EXPECT_THAT(object.copy(0, kHeader), ElementsAreArray(expected));
+    EXPECT_THAT(object.copy(0, HEADER), ElementsAreArray(expected));
 }
 
-TEST_F(ARing, IsOneObjectOfHeaderAndData) {
-    EXPECT_EQ(object.size(), kHeader + 16u);
+TEST_F(Ring, IsOneObjectOfHeaderAndData) {
+    EXPECT_EQ(object.size(), HEADER + 16u);
     EXPECT_EQ(write(3), 3);
-    EXPECT_EQ(object.copy(kHeader, 3), pattern(3));
+    EXPECT_EQ(object.copy(HEADER, 3), pattern(3));
 }
 
-TEST_F(ARing, HoldsNothingButItsHandle) {
+TEST_F(Ring, ConsistsOfItsHandle) {
     EXPECT_EQ(sizeof(ShareMemoryEx), sizeof(void*));
 }
 
-TEST_F(ARing, TellsWhereItIsMapped) {
+TEST_F(Ring, LogsItsMapping) {
     const LogCapture log;
     const ShareMemoryEx another(SHM_TYPE_POSIX_SHM, "another", nullptr, 256, 0, nullptr);
-    ASSERT_EQ(log.countMatching(kInfo,
-                                "\\[another\\] shared memory mmap success: virAddr:0x[0-9a-f]+ "
-                                "size:256 virAddrEnd:0x[0-9a-f]+\n"),
-              1u)
-        << log.dump();
+    ASSERT_TRUE(loggedLike(log, INFO,
+                           "\\[another\\] shared memory mmap success: virAddr:0x[0-9a-f]+ "
+                           "size:256 virAddrEnd:0x[0-9a-f]+\n"));
     EXPECT_THAT(log.lines().at(0).text, StartsWith("[ShareMemory][createShmMap]["));
     unsigned long start = 0;
     unsigned long end = 0;
@@ -99,9 +96,9 @@ TEST_F(ARing, TellsWhereItIsMapped) {
     EXPECT_EQ(start % 64, 0u);
 }
 
-TEST_F(Ring, LeavesTheNotifyFlagsOfAnOlderObjectAlone) {
+TEST_F(RingMapping, LeavesTheNotifyFlagsOfAnOlderObjectAlone) {
     auto older = posix(16);
-    Object object(posixName(), kHeader);
+    Object object(posixName(), HEADER);
     object.header().readNotify = 1;
     object.header().writeNotify = 2;
     object.header().readOffset = 9;
@@ -123,17 +120,17 @@ TEST_F(Ring, LeavesTheNotifyFlagsOfAnOlderObjectAlone) {
     object.header().writeNotify = 0;
 }
 
-TEST_F(Ring, OfAClientLeavesTheHeaderAlone) {
+TEST_F(RingMapping, OfAClientLeavesTheHeaderAlone) {
     const auto creator = posix(16);
     creator->updateWriteOffset(5);
-    Object object(posixName(), kHeader);
-    const auto before = object.copy(0, kHeader);
+    Object object(posixName(), HEADER);
+    const auto before = object.copy(0, HEADER);
     const auto client = posix(16, 0);
-    EXPECT_EQ(object.copy(0, kHeader), before);
+    EXPECT_EQ(object.copy(0, HEADER), before);
     EXPECT_EQ(client->getUsedSize(), 5u);
 }
 
-TEST_F(Ring, OfAClientMayComeBeforeTheCreator) {
+TEST_F(RingMapping, OfAClientWorksOnceTheCreatorFollows) {
     const auto client = posix(16, 0);
     EXPECT_TRUE(client->isUsable());
     EXPECT_EQ(client->getTotalSize(), 0u);
@@ -148,7 +145,7 @@ TEST_F(Ring, OfAClientMayComeBeforeTheCreator) {
     EXPECT_EQ(creator->getUsedSize(), 4u);
 }
 
-TEST_F(Ring, OpensItsObjectForItsUserOnly) {
+TEST_F(RingMapping, OpensItsObjectForItsUserOnly) {
     const Calls calls;
     const auto ring = posix(16);
     const auto opened = calls.of("shm_open");
@@ -157,7 +154,7 @@ TEST_F(Ring, OpensItsObjectForItsUserOnly) {
     EXPECT_EQ(opened[0].second, 0600u);
 }
 
-TEST_F(Ring, SetsTheLengthReservesItAndMapsIt) {
+TEST_F(RingMapping, SetsTheLengthReservesItAndMapsIt) {
     const Calls calls;
     const auto ring = posix(1000);
     for (const char* const function : {"ftruncate", "mmap", "fallocate"}) {
@@ -167,7 +164,7 @@ TEST_F(Ring, SetsTheLengthReservesItAndMapsIt) {
     }
 }
 
-TEST_F(Ring, ComputesWithTheSharedSizeAndNotItsOwn) {
+TEST_F(RingMapping, ComputesWithTheSharedSize) {
     const auto creator = posix(16);
     const auto client = posix(100, 0);
     EXPECT_EQ(client->getTotalSize(), 16u);
@@ -176,16 +173,16 @@ TEST_F(Ring, ComputesWithTheSharedSizeAndNotItsOwn) {
     EXPECT_EQ(client->getFreeSize(), 0u);
 }
 
-TEST_F(Ring, TakesTheNameAndWithAnAddressBoth) {
+TEST_F(RingMapping, HasTheAddressInItsNameInPhysicalMemory) {
     const LogCapture log;
     { const ShareMemoryEx ring(SHM_TYPE_POSIX_SHM, "trk", nullptr, 16, 1, nullptr); }
     { const ShareMemoryEx ring(SHM_TYPE_PHYS_MEM, "trk", addressOf(0x1000), 16, 1, nullptr); }
-    EXPECT_TRUE(log.has(kDebug, "delete shared memory name:trk\n")) << log.dump();
-    EXPECT_TRUE(log.has(kDebug, "delete shared memory name:trk_0x1000\n")) << log.dump();
-    EXPECT_EQ(log.countMatching(kInfo, "\\[trk\\] shared memory mmap success.*\n"), 2u);
+    EXPECT_TRUE(logged(log, DEBUG, "delete shared memory name:trk\n"));
+    EXPECT_TRUE(logged(log, DEBUG, "delete shared memory name:trk_0x1000\n"));
+    EXPECT_TRUE(loggedLike(log, INFO, "\\[trk\\] shared memory mmap success.*\n", 2));
 }
 
-TEST_F(Ring, CutsItsNameTo63Characters) {
+TEST_F(RingMapping, CutsItsNameTo63Characters) {
     const std::string name(70, 'n');
     const LogCapture log;
     const std::string cut(63, 'n');
@@ -193,36 +190,35 @@ TEST_F(Ring, CutsItsNameTo63Characters) {
         const ShareMemoryEx ring(SHM_TYPE_POSIX_SHM, name.c_str(), nullptr, 16, 1, nullptr);
         EXPECT_TRUE(Object::exists(cut));
     }
-    EXPECT_EQ(log.count(kDebug, "ShareMemory", "~ShareMemoryEx",
-                        "delete shared memory name:" + cut + "\n"),
-              1u);
-    EXPECT_EQ(log.countMatching(kInfo, "\\[" + name + "\\] shared memory mmap success.*\n"), 1u);
+    EXPECT_TRUE(logged(log, DEBUG, "ShareMemory", "~ShareMemoryEx",
+                       "delete shared memory name:" + cut + "\n"));
+    EXPECT_TRUE(loggedLike(log, INFO, "\\[" + name + "\\] shared memory mmap success.*\n"));
     EXPECT_FALSE(Object::exists(cut));
 }
 
 // ---- arithmetic ----------------------------------------------------------------------------
 
-TEST_F(ARing, TakesOneByteLessThanItsSize) {
+TEST_F(Ring, AcceptsOneByteLessThanItsSize) {
     EXPECT_EQ(write(20), 15);
     EXPECT_EQ(ring->getFreeSize(), 0u);
     EXPECT_EQ(ring->getUsedSize(), 15u);
     EXPECT_EQ(write(1), 0);
-    EXPECT_EQ(object.copy(kHeader, 15), pattern(15));
+    EXPECT_EQ(object.copy(HEADER, 15), pattern(15));
 }
 
-TEST_F(ARing, ContinuesAtItsStart) {
+TEST_F(Ring, TransferContinuesAtTheStart) {
     setOffsets(10, 10);
     EXPECT_EQ(write(8), 8);
     EXPECT_EQ(header.writeOffset, 2u);
     const auto bytes = pattern(8);
-    EXPECT_THAT(object.copy(kHeader + 10, 6), ElementsAreArray(bytes.data(), 6));
-    EXPECT_THAT(object.copy(kHeader, 2), ElementsAreArray(bytes.data() + 6, 2));
+    EXPECT_THAT(object.copy(HEADER + 10, 6), ElementsAreArray(bytes.data(), 6));
+    EXPECT_THAT(object.copy(HEADER, 2), ElementsAreArray(bytes.data() + 6, 2));
 
     EXPECT_EQ(read(8), bytes);
     EXPECT_EQ(header.readOffset, 2u);
 }
 
-TEST_F(ARing, WrapsExactlyAtItsEnd) {
+TEST_F(Ring, TransferWrapsExactlyAtTheEnd) {
     setOffsets(10, 10);
     EXPECT_EQ(write(6), 6);
     EXPECT_EQ(header.writeOffset, 0u);
@@ -231,7 +227,7 @@ TEST_F(ARing, WrapsExactlyAtItsEnd) {
     EXPECT_EQ(header.readOffset, 0u);
 }
 
-TEST_F(ARing, WritesUpToTheByteBeforeTheReadOffset) {
+TEST_F(Ring, WriteEndsBeforeTheByteAtTheReadOffset) {
     setOffsets(5, 2);
     EXPECT_EQ(ring->getFreeSize(), 2u);
     EXPECT_EQ(write(9), 2);
@@ -245,7 +241,7 @@ TEST_F(ARing, WritesUpToTheByteBeforeTheReadOffset) {
     EXPECT_EQ(header.writeOffset, 1u);
 }
 
-TEST_F(ARing, ReadsNoMoreThanIsThere) {
+TEST_F(Ring, ReadReturnsNoMoreThanTheFillLevel) {
     EXPECT_EQ(write(5), 5);
     EXPECT_EQ(read(2), pattern(2));
     EXPECT_EQ(read(9), pattern(3, 2));
@@ -253,7 +249,7 @@ TEST_F(ARing, ReadsNoMoreThanIsThere) {
     EXPECT_EQ(header.readOffset, 5u);
 }
 
-TEST_F(ARing, TakesTransfersOfNothingWithoutAnAddress) {
+TEST_F(Ring, AcceptsEmptyTransfersWithoutAnAddress) {
     EXPECT_EQ(ring->write(nullptr, 0), 0);
     EXPECT_EQ(ring->read(nullptr, 0), 0);
     EXPECT_EQ(ring->read(nullptr, 4), 0);
@@ -263,7 +259,7 @@ TEST_F(ARing, TakesTransfersOfNothingWithoutAnAddress) {
     EXPECT_EQ(ring->getUsedSize(), 15u);
 }
 
-TEST_F(ARing, TakesTheLargestLengthAsEverythingThatFits) {
+TEST_F(Ring, TransferOfTheLargestLengthIsLimitedToTheRing) {
     const auto bytes = pattern(16);
     EXPECT_EQ(ring->write(bytes.data(), 0xffffffff), 15);
     std::vector<unsigned char> out(16);
@@ -272,7 +268,7 @@ TEST_F(ARing, TakesTheLargestLengthAsEverythingThatFits) {
     EXPECT_EQ(out, pattern(15));
 }
 
-TEST_F(ARing, OfOneByteNeverHoldsAny) {
+TEST_F(Ring, OfOneByteHoldsNoData) {
     const auto tiny =
         std::make_unique<ShareMemoryEx>(SHM_TYPE_POSIX_SHM, "tiny", nullptr, 1, 1, nullptr);
     unsigned char byte = 1;
@@ -281,7 +277,7 @@ TEST_F(ARing, OfOneByteNeverHoldsAny) {
     EXPECT_EQ(tiny->read(&byte, 1), 0);
 }
 
-TEST_F(ARing, OfNoBytesIsUsableAndHasNeitherDataNorSpace) {
+TEST_F(Ring, OfNoBytesIsUsableWithoutDataAndSpace) {
     ShareMemoryEx none(SHM_TYPE_POSIX_SHM, "none", nullptr, 0, 1, nullptr);
     unsigned char byte = 1;
     EXPECT_TRUE(none.isUsable());
@@ -293,7 +289,7 @@ TEST_F(ARing, OfNoBytesIsUsableAndHasNeitherDataNorSpace) {
     EXPECT_EQ(none.getReadOffset(), 0u);
 }
 
-TEST_F(ARing, ShowsItsDataPieceByPiece) {
+TEST_F(Ring, ZeroCopyReadingShowsTheDataInPieces) {
     setOffsets(12, 4);
     audio_buffer_provider_t buffer = {};
     ring->getNextBuffer(buffer);
@@ -313,14 +309,14 @@ TEST_F(ARing, ShowsItsDataPieceByPiece) {
     EXPECT_EQ(buffer.data, last - 8);
 }
 
-TEST_F(ARing, ShowsTheBytesThatWereWritten) {
+TEST_F(Ring, ZeroCopyReadingShowsTheBytesWritten) {
     EXPECT_EQ(write(9), 9);
     audio_buffer_provider_t buffer = {};
     ring->getNextBuffer(buffer);
     EXPECT_EQ(std::vector<unsigned char>(buffer.data, buffer.data + buffer.length), pattern(9));
 }
 
-TEST_F(ARing, ReleasesAnyLengthModuloItsSize) {
+TEST_F(Ring, ReleaseCountsModuloTheSize) {
     setOffsets(3, 3);
     ring->releaseBuffer({nullptr, 16});
     EXPECT_EQ(header.readOffset, 3u);
@@ -328,7 +324,7 @@ TEST_F(ARing, ReleasesAnyLengthModuloItsSize) {
     EXPECT_EQ(header.readOffset, 0u);
 }
 
-TEST_F(ARing, IsEmptyAfterClear) {
+TEST_F(Ring, IsEmptyAfterClear) {
     setOffsets(3, 9);
     header.writeNotify = 1;
     header.readNotify = 1;
@@ -341,7 +337,7 @@ TEST_F(ARing, IsEmptyAfterClear) {
     EXPECT_EQ(ring->getUpdateTime(), time);
 }
 
-TEST_F(ARing, TakesOffsetsAsTheyAre) {
+TEST_F(Ring, StoresOffsetsUnchecked) {
     setOffsets(7, 11);
     EXPECT_EQ(ring->getReadOffset(), 7u);
     EXPECT_EQ(ring->getWriteOffset(), 11u);
@@ -353,7 +349,7 @@ TEST_F(ARing, TakesOffsetsAsTheyAre) {
 
 // ---- posts and times -----------------------------------------------------------------------
 
-TEST_F(ARing, PostsNobodyWhoDidNotAsk) {
+TEST_F(Ring, PostsNothingWithoutANotifyFlag) {
     EXPECT_EQ(write(4), 4);
     EXPECT_EQ(read(2).size(), 2u);
     ring->setWait(true);
@@ -362,7 +358,7 @@ TEST_F(ARing, PostsNobodyWhoDidNotAsk) {
     EXPECT_EQ(postsIn(header.writeSem), 0u);
 }
 
-TEST_F(ARing, PostsTheReaderOncePerWrite) {
+TEST_F(Ring, PostsTheReaderOncePerWrite) {
     header.readNotify = 1;
     EXPECT_EQ(write(4), 4);
     EXPECT_EQ(postsIn(header.readSem), 1u);
@@ -375,7 +371,7 @@ TEST_F(ARing, PostsTheReaderOncePerWrite) {
     EXPECT_EQ(postsIn(header.writeSem), 0u);
 }
 
-TEST_F(ARing, PostsTheWriterOncePerReadWhetherOrNotItWaits) {
+TEST_F(Ring, PostsTheWriterOncePerReadWhetherOrNotItWaits) {
     header.writeNotify = 1;
     EXPECT_EQ(write(9), 9);
     EXPECT_EQ(read(4).size(), 4u);
@@ -387,7 +383,7 @@ TEST_F(ARing, PostsTheWriterOncePerReadWhetherOrNotItWaits) {
     EXPECT_EQ(postsIn(header.readSem), 0u);
 }
 
-TEST_F(ARing, PostsAWriterByTheReadOffsetOnlyWhileItWaits) {
+TEST_F(Ring, ReadOffsetPostsTheWriterOnlyWhileItWaits) {
     header.writeNotify = 1;
     ring->updateReadOffset(1);
     EXPECT_EQ(postsIn(header.writeSem), 0u);
@@ -407,7 +403,7 @@ TEST_F(ARing, PostsAWriterByTheReadOffsetOnlyWhileItWaits) {
     EXPECT_EQ(postsIn(header.writeSem), 1u);
 }
 
-TEST_F(ARing, PostsNobodyForZeroCopyReading) {
+TEST_F(Ring, ZeroCopyReadingPostsNothing) {
     header.writeNotify = 1;
     ring->setWait(true);
     audio_buffer_provider_t buffer = {};
@@ -416,7 +412,7 @@ TEST_F(ARing, PostsNobodyForZeroCopyReading) {
     EXPECT_EQ(postsIn(header.writeSem), 0u);
 }
 
-TEST_F(ARing, StampsWritesAndOffsetUpdatesInMilliseconds) {
+TEST_F(Ring, WritesAndOffsetUpdatesSetTheTimeInMilliseconds) {
     const auto stampedBy = [&](auto operation) {
         header.updateTime = 0;
         const std::uint64_t before = AudioTime::now() / 1000;
@@ -431,7 +427,7 @@ TEST_F(ARing, StampsWritesAndOffsetUpdatesInMilliseconds) {
     EXPECT_TRUE(stampedBy([&] { ring->updateWriteOffset(2); }));
 }
 
-TEST_F(ARing, LeavesTheTimeToReading) {
+TEST_F(Ring, ReadingKeepsTheUpdateTime) {
     EXPECT_EQ(write(9), 9);
     header.updateTime = 0x123456789abcdef0;
     EXPECT_EQ(read(4).size(), 4u);
@@ -443,11 +439,11 @@ TEST_F(ARing, LeavesTheTimeToReading) {
 
 // ---- physical memory -----------------------------------------------------------------------
 
-TEST_F(ARingInPhysicalMemory, KeepsDataAndHeaderApart) {
+TEST_F(RingInPhysicalMemory, KeepsDataAndHeaderApart) {
     const auto ring = physical(100);
-    const Physical memory(kPhysical, 100);
-    const Object object(physicalName(), kHeader);
-    EXPECT_EQ(object.size(), kHeader);
+    const Physical memory(PHYSICAL, 100);
+    const Object object(physicalName(), HEADER);
+    EXPECT_EQ(object.size(), HEADER);
     EXPECT_EQ(object.header().size, 100u);
 
     const auto bytes = pattern(70);
@@ -465,21 +461,21 @@ TEST_F(ARingInPhysicalMemory, KeepsDataAndHeaderApart) {
     EXPECT_EQ(memory.bytes()[70], 0xa5);
 }
 
-TEST_F(ARingInPhysicalMemory, IsMappedInWholePages) {
+TEST_F(RingInPhysicalMemory, IsMappedInWholePages) {
     const auto page = static_cast<std::uint64_t>(getpagesize());
     const Calls calls;
     const auto ring = physical(static_cast<unsigned>(page));
     const auto mapped = calls.of("mmap");
     ASSERT_EQ(mapped.size(), 2u);
     EXPECT_EQ(mapped[0].first, 2 * page);
-    EXPECT_EQ(mapped[0].second, kPhysical - kPhysical % page);
-    EXPECT_EQ(mapped[1].first, kHeader);
+    EXPECT_EQ(mapped[0].second, PHYSICAL - PHYSICAL % page);
+    EXPECT_EQ(mapped[1].first, HEADER);
     const auto reserved = calls.of("fallocate");
     ASSERT_EQ(reserved.size(), 1u);
-    EXPECT_EQ(reserved[0].first, kHeader);
+    EXPECT_EQ(reserved[0].first, HEADER);
 }
 
-TEST_F(ARingInPhysicalMemory, NeverExtendsTheSignOfItsAddress) {
+TEST_F(RingInPhysicalMemory, TreatsItsAddressAsUnsigned) {
     const Calls calls;
     const auto* const high = reinterpret_cast<const unsigned char*>(
         static_cast<std::uintptr_t>(std::intptr_t{-0x0ffff000}));  // 0xf0001000 and a sign
@@ -488,10 +484,10 @@ TEST_F(ARingInPhysicalMemory, NeverExtendsTheSignOfItsAddress) {
     const auto mapped = calls.of("mmap");
     ASSERT_FALSE(mapped.empty());
     EXPECT_EQ(mapped[0].second, 0xf0001000u);
-    EXPECT_TRUE(log.has(kDebug, "delete shared memory name:high_0xf0001000\n")) << log.dump();
+    EXPECT_TRUE(logged(log, DEBUG, "delete shared memory name:high_0xf0001000\n"));
 }
 
-TEST_F(ARingInPhysicalMemory, IsMadeCoherentAroundEachPiece) {
+TEST_F(RingInPhysicalMemory, RequestsCoherenceForEachPiece) {
     const auto ring = physical(16);
     audio_buffer_provider_t buffer = {};
     ring->updateReadOffset(10);
@@ -525,7 +521,7 @@ TEST_F(ARingInPhysicalMemory, IsMadeCoherentAroundEachPiece) {
     expectRequest(requests[4], 0x40084304, 0, 2);
 }
 
-TEST_F(ARingInPhysicalMemory, IsMadeCoherentOnceForATransferOfNothing) {
+TEST_F(RingInPhysicalMemory, RequestsCoherenceOnceForAnEmptyTransfer) {
     const auto ring = physical(16);
     const Calls calls;
     unsigned char byte = 0;
@@ -539,7 +535,7 @@ TEST_F(ARingInPhysicalMemory, IsMadeCoherentOnceForATransferOfNothing) {
     EXPECT_EQ(requests[1].third, 0u);
 }
 
-TEST_F(ARingInPhysicalMemory, IsNotTouchedByTheCacheForZeroCopyReading) {
+TEST_F(RingInPhysicalMemory, RequestsNoCoherenceForZeroCopyReading) {
     const auto ring = physical(16);
     const Calls calls;
     audio_buffer_provider_t buffer = {};
@@ -548,9 +544,19 @@ TEST_F(ARingInPhysicalMemory, IsNotTouchedByTheCacheForZeroCopyReading) {
     EXPECT_TRUE(calls.of("ioctl").empty());
 }
 
+TEST_F(RingInPhysicalMemory, KeepsItsDescriptorsFromProgramsThatTheApplicationStarts) {
+    const Calls calls;
+    const auto ring = physical(64);
+    ASSERT_TRUE(ring->isUsable());
+    const auto opened = calls.of("open");
+    ASSERT_EQ(opened.size(), 2U) << "physical memory and the cache";
+    for (const Call& call : opened)
+        EXPECT_EQ(call.first & O_CLOEXEC, std::uint64_t{O_CLOEXEC});
+}
+
 // ---- destruction ---------------------------------------------------------------------------
 
-TEST_F(Ring, LeavesNothingBehind) {
+TEST_F(RingMapping, LeavesNothingBehind) {
     const ProcessState before = ProcessState::now();
     posix(5000);
     physical(5000);
@@ -560,9 +566,9 @@ TEST_F(Ring, LeavesNothingBehind) {
     EXPECT_TRUE(returnsTo(before));
 }
 
-TEST_F(Ring, IsUnmappedByTheSharedSize) {
+TEST_F(RingMapping, IsUnmappedWithTheSharedSize) {
     auto ring = posix(100);
-    const Object object(posixName(), kHeader);
+    const Object object(posixName(), HEADER);
     object.header().size = 90;
     const Calls calls;
     ring.reset();
@@ -571,13 +577,13 @@ TEST_F(Ring, IsUnmappedByTheSharedSize) {
     EXPECT_EQ(unmapped[0].first, 154u);
 }
 
-TEST_F(Ring, IsUnmappedAsAWholeWhenTheSharedSizeIsNoTrue) {
+TEST_F(RingMapping, IsUnmappedCompletelyWhenTheSharedSizeIsWrong) {
     const auto page = static_cast<unsigned>(getpagesize());
     for (const unsigned size : {0u, 1u, page, 2 * page, 3 * page, 0x7fffffffu, 0xffffffffu}) {
         const ProcessState before = ProcessState::now();
         auto ring = posix(2 * page);
         {
-            const Object object(posixName(), kHeader);
+            const Object object(posixName(), HEADER);
             object.header().size = size;
         }
         const Calls calls;
@@ -590,7 +596,7 @@ TEST_F(Ring, IsUnmappedAsAWholeWhenTheSharedSizeIsNoTrue) {
     }
 }
 
-TEST_F(Ring, UnlinksItsNameOnEitherSideAndLeavesTheMappingUsable) {
+TEST_F(RingMapping, StaysUsableWhenTheOtherSideRemovesTheName) {
     auto creator = posix(16);
     const auto client = posix(16, 0);
     creator.reset();
@@ -604,13 +610,14 @@ TEST_F(Ring, UnlinksItsNameOnEitherSideAndLeavesTheMappingUsable) {
     EXPECT_EQ(again->getUsedSize(), 0u);
 }
 
-TEST_F(Ring, LeavesItsNotifyFlagsWhenItGoes) {
+TEST_F(RingMapping, KeepsItsNotifyFlagsAfterItsEnd) {
     const auto other = posix(16, 0);
-    const Object object(posixName(), kHeader);
+    const Object object(posixName(), HEADER);
     Notifications notifications;
     posix(16, SHM_MODE_CREATOR | SHM_MODE_READER, &notifications);
     EXPECT_EQ(object.header().readNotify, 1);
     EXPECT_EQ(object.header().writeNotify, 0);
 }
 
+}  // namespace
 }  // namespace cabinaudio::test

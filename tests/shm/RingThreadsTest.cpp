@@ -9,25 +9,30 @@
 namespace cabinaudio::test {
 namespace {
 
-using ARingBetweenThreads = Ring;
+class RingBetweenThreads : public RingFixture {
+protected:
+    /// Another thread that writes all bytes, in pieces of this many from this place on.
+    std::thread writing(const std::vector<unsigned char>& sent, unsigned (*piece)(unsigned at)) {
+        return std::thread([this, &sent, piece] {
+            for (std::size_t at = 0; at < sent.size();) {
+                const auto count = std::min(sent.size() - at, std::size_t{piece(unsigned(at))});
+                const int written = ring->write(sent.data() + at, unsigned(count));
+                if (written == 0) std::this_thread::yield();
+                at += static_cast<std::size_t>(written);
+            }
+        });
+    }
 
-}  // namespace
+    const std::unique_ptr<ShareMemoryEx> ring = posix(1000);
+};
 
-TEST_F(ARingBetweenThreads, HandsOverItsBytes) {
-    constexpr unsigned kBytes = 1 << 20;
-    const auto ring = posix(1000);
-    const auto sent = pattern(kBytes);
-    std::thread writer([&] {
-        for (unsigned at = 0; at < kBytes;) {
-            const unsigned count = std::min(kBytes - at, at % 97 + 1);
-            const int written = ring->write(sent.data() + at, count);
-            if (written == 0) std::this_thread::yield();
-            at += static_cast<unsigned>(written);
-        }
-    });
-    std::vector<unsigned char> received(kBytes);
-    for (unsigned at = 0; at < kBytes;) {
-        const unsigned count = std::min(kBytes - at, at % 89 + 1);
+TEST_F(RingBetweenThreads, DeliversItsBytes) {
+    constexpr unsigned BYTES = 1 << 20;
+    const auto sent = pattern(BYTES);
+    std::thread writer = writing(sent, [](unsigned at) { return at % 97 + 1; });
+    std::vector<unsigned char> received(BYTES);
+    for (unsigned at = 0; at < BYTES;) {
+        const unsigned count = std::min(BYTES - at, at % 89 + 1);
         const int read = ring->read(received.data() + at, count);
         if (read == 0) std::this_thread::yield();
         at += static_cast<unsigned>(read);
@@ -36,18 +41,11 @@ TEST_F(ARingBetweenThreads, HandsOverItsBytes) {
     EXPECT_EQ(received, sent);
 }
 
-TEST_F(ARingBetweenThreads, ShowsItsBytesInPlace) {
-    constexpr unsigned kBytes = 1 << 18;
-    const auto ring = posix(1000);
-    const auto sent = pattern(kBytes);
-    std::thread writer([&] {
-        for (unsigned at = 0; at < kBytes;) {
-            const int written = ring->write(sent.data() + at, std::min(kBytes - at, 61u));
-            if (written == 0) std::this_thread::yield();
-            at += static_cast<unsigned>(written);
-        }
-    });
-    for (unsigned at = 0; at < kBytes;) {
+TEST_F(RingBetweenThreads, ShowsItsBytesInPlace) {
+    constexpr unsigned BYTES = 1 << 18;
+    const auto sent = pattern(BYTES);
+    std::thread writer = writing(sent, [](unsigned) { return 61U; });
+    for (unsigned at = 0; at < BYTES;) {
         audio_buffer_provider_t buffer = {};
         ring->getNextBuffer(buffer);
         ASSERT_EQ(std::memcmp(buffer.data, sent.data() + at, buffer.length), 0);
@@ -62,4 +60,5 @@ TEST_F(ARingBetweenThreads, ShowsItsBytesInPlace) {
     EXPECT_EQ(ring->getUsedSize(), 0u);
 }
 
+}  // namespace
 }  // namespace cabinaudio::test

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// The semaphores in a ring's header. On a 32-bit build they are the platform's, and the tests say
-// what the other builds have to speak.
+// The semaphores in a ring's header. On a 32-bit build they are the platform's, and the tests
+// define the encoding of the other builds.
 #include "shm/SharedSemaphore.h"
+#include "tests/support/OnThreads.h"
 #include "tests/support/ProcessState.h"
 
 #include <gtest/gtest.h>
@@ -16,14 +17,22 @@
 namespace cabinaudio::test {
 namespace {
 
-class ASharedSemaphore : public ::testing::Test {
+class SharedSemaphore : public ::testing::Test {
 protected:
     wire::SemaphoreSlot slot = {{1, 2, 3, 4}};
     cabinaudio::sem_t* const semaphore = (cabinaudio::sem_t*)&slot;
 
-    ASharedSemaphore() { EXPECT_EQ(cabinaudio::sem_init(semaphore, 1, 0), 0); }
-    ~ASharedSemaphore() override { EXPECT_EQ(cabinaudio::sem_destroy(semaphore), 0); }
+    SharedSemaphore() { EXPECT_EQ(cabinaudio::sem_init(semaphore, 1, 0), 0); }
+    ~SharedSemaphore() override { EXPECT_EQ(cabinaudio::sem_destroy(semaphore), 0); }
 
+    void post() { EXPECT_EQ(cabinaudio::sem_post(semaphore), 0); }
+    void wait() { EXPECT_EQ(cabinaudio::sem_wait(semaphore), 0); }
+    /// A thread that waits, in the kernel when this returns.
+    std::thread sleeper() {
+        std::thread thread([this] { wait(); });
+        EXPECT_TRUE(eventually([&] { return word(0) == 1 && word(3) == 1; }));
+        return thread;
+    }
     std::uint32_t word(int index) {
         return std::atomic_ref<std::uint32_t>(slot.word[index]).load();
     }
@@ -32,25 +41,23 @@ protected:
     }
 };
 
-}  // namespace
-
-TEST_F(ASharedSemaphore, CountsAboveItsLowestBit) {
+TEST_F(SharedSemaphore, CountsAboveItsLowestBit) {
     EXPECT_EQ(word(0), 0u);
     EXPECT_EQ(word(1), 128u);
     EXPECT_EQ(word(3), 0u);
     EXPECT_FALSE(semaphoreHasPost(semaphore));
-    EXPECT_EQ(cabinaudio::sem_post(semaphore), 0);
+    post();
     EXPECT_EQ(word(0), 2u);
     EXPECT_TRUE(semaphoreHasPost(semaphore));
-    EXPECT_EQ(cabinaudio::sem_post(semaphore), 0);
+    post();
     EXPECT_EQ(word(0), 4u);
-    EXPECT_EQ(cabinaudio::sem_wait(semaphore), 0);
-    EXPECT_EQ(cabinaudio::sem_wait(semaphore), 0);
+    wait();
+    wait();
     EXPECT_EQ(word(0), 0u);
     EXPECT_EQ(word(3), 0u);
 }
 
-TEST_F(ASharedSemaphore, TakesItsFirstCount) {
+TEST_F(SharedSemaphore, StartsWithItsFirstCount) {
     EXPECT_EQ(cabinaudio::sem_init(semaphore, 0, 3), 0);
     EXPECT_EQ(word(0), 6u);
     EXPECT_EQ(word(1), 0u);
@@ -58,61 +65,54 @@ TEST_F(ASharedSemaphore, TakesItsFirstCount) {
     EXPECT_EQ(errno, EINVAL);
 }
 
-TEST_F(ASharedSemaphore, MarksItsSleepers) {
-    std::thread sleeper([&] { EXPECT_EQ(cabinaudio::sem_wait(semaphore), 0); });
-    EXPECT_TRUE(waitersBecome(1));
-    EXPECT_TRUE(eventually([&] { return word(0) == 1; }));
-    EXPECT_EQ(cabinaudio::sem_post(semaphore), 0);
-    sleeper.join();
+TEST_F(SharedSemaphore, MarksItsSleepers) {
+    std::thread thread = sleeper();
+    post();
+    thread.join();
     EXPECT_EQ(word(0), 0u);
     EXPECT_EQ(word(3), 0u);
 }
 
-TEST_F(ASharedSemaphore, RefusesAPostTooMany) {
+TEST_F(SharedSemaphore, RefusesAPostBeyondTheLargestCount) {
     slot.word[0] = 0xfffffffe;
     EXPECT_EQ(cabinaudio::sem_post(semaphore), -1);
     EXPECT_EQ(errno, EOVERFLOW);
     EXPECT_EQ(word(0), 0xfffffffeu);
-    EXPECT_EQ(cabinaudio::sem_wait(semaphore), 0);
+    wait();
     EXPECT_EQ(word(0), 0xfffffffcu);
 }
 
-TEST_F(ASharedSemaphore, LosesNoPostBetweenManyThreads) {
-    constexpr int kThreads = 4;
-    constexpr int kPosts = 2000;
+TEST_F(SharedSemaphore, LosesNoPostBetweenManyThreads) {
+    constexpr int THREADS = 4;
+    constexpr int POSTS = 2000;
     std::atomic<int> taken{0};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([&] {
-            for (int n = 0; n < kPosts; ++n)
-                if (cabinaudio::sem_wait(semaphore) == 0) ++taken;
-        });
-        threads.emplace_back([&] {
-            for (int n = 0; n < kPosts; ++n)
-                EXPECT_EQ(cabinaudio::sem_post(semaphore), 0);
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(taken, kThreads * kPosts);
+    onThreads(2 * THREADS, [&](int thread) {
+        for (int n = 0; n < POSTS; ++n) {
+            if (thread % 2 == 0)
+                post();
+            else if (cabinaudio::sem_wait(semaphore) == 0)
+                ++taken;
+        }
+    });
+    EXPECT_EQ(taken, THREADS * POSTS);
     EXPECT_FALSE(semaphoreHasPost(semaphore));
     EXPECT_EQ(word(3), 0u);
 }
 
-TEST_F(ASharedSemaphore, WakesAllOfSeveralSleepers) {
+TEST_F(SharedSemaphore, WakesAllOfSeveralSleepers) {
     std::vector<std::thread> sleepers;
     for (int i = 0; i < 3; ++i)
-        sleepers.emplace_back([&] { EXPECT_EQ(cabinaudio::sem_wait(semaphore), 0); });
+        sleepers.emplace_back([&] { wait(); });
     EXPECT_TRUE(waitersBecome(3));
     for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(cabinaudio::sem_post(semaphore), 0);
+        post();
     for (std::thread& sleeper : sleepers)
         sleeper.join();
     EXPECT_EQ(word(0), 0u);
     EXPECT_EQ(word(3), 0u);
 }
 
-TEST_F(ASharedSemaphore, EndsAWaitWithASignal) {
+TEST_F(SharedSemaphore, WaitEndsWithASignal) {
     struct sigaction action = {};
     struct sigaction previous = {};
     action.sa_handler = [](int) {};  // without SA_RESTART
@@ -138,14 +138,14 @@ TEST_F(ASharedSemaphore, EndsAWaitWithASignal) {
     EXPECT_EQ(sigaction(SIGUSR2, &previous, nullptr), 0);
 }
 
-TEST_F(ASharedSemaphore, ReachesSleepersThatAnInitialisationForgotByStirring) {
-    std::thread sleeper([&] { EXPECT_EQ(cabinaudio::sem_wait(semaphore), 0); });
-    EXPECT_TRUE(eventually([&] { return word(0) == 1 && word(3) == 1; }));
+TEST_F(SharedSemaphore, WakesSleepersThatAnInitialisationForgot) {
+    std::thread thread = sleeper();
     EXPECT_EQ(cabinaudio::sem_init(semaphore, 1, 0), 0);
-    EXPECT_EQ(cabinaudio::sem_post(semaphore), 0);
+    post();
     semaphoreWakeSleepers(semaphore);
-    sleeper.join();
+    thread.join();
     EXPECT_FALSE(semaphoreHasPost(semaphore));
 }
 
+}  // namespace
 }  // namespace cabinaudio::test

@@ -25,7 +25,7 @@ struct StreamPlan {
 /// This side's end of the stream.
 class StreamEnd {
 public:
-    enum Direction { kReads, kWrites };
+    enum Direction { READS, WRITES };
 
     StreamEnd(const StreamPlan& plan, Direction direction);
 
