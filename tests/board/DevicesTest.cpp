@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/board/Names.h"
 #include "tests/board/InProcess.h"
-#include "tests/board/Process.h"
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
@@ -25,9 +24,9 @@ int __ioctl_time64(int descriptor, unsigned long request, ...) noexcept;
 namespace cabinaudio::test {
 namespace {
 
-constexpr off64_t kMemorySize = 0x7f000000;
-constexpr std::size_t kPage = 4096;
-constexpr off64_t kLastPage = kMemorySize - kPage;
+constexpr off64_t MEMORY_SIZE = 0x7f000000;
+constexpr std::size_t PAGE = 4096;
+constexpr off64_t LAST_PAGE = MEMORY_SIZE - PAGE;
 
 struct WayToOpen {
     const char* name;
@@ -38,7 +37,7 @@ void PrintTo(const WayToOpen& way, std::ostream* out) {
     *out << way.name;
 }
 
-class ADevice : public ::testing::TestWithParam<WayToOpen> {
+class Device : public ::testing::TestWithParam<WayToOpen> {
 protected:
     int open(const char* path) { return GetParam().open(path, O_RDWR | O_CLOEXEC); }
 
@@ -47,7 +46,7 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(
-    OpenedBy, ADevice,
+    OpenedBy, Device,
     ::testing::Values(
         WayToOpen{"open", [](auto path, int flags) { return ::open(path, flags); }},
         WayToOpen{"open64", [](auto path, int flags) { return ::open64(path, flags); }},
@@ -64,7 +63,7 @@ INSTANTIATE_TEST_SUITE_P(
                   [](auto path, int flags) { return ::openat(-1, path, flags); }}),
     [](const auto& way) { return way.param.name; });
 
-TEST_P(ADevice, IsTheInstancesMemoryUnderItsOwnName) {
+TEST_P(Device, MemIsTheMemoryOfTheInstance) {
     const OpenFile memory(open("/dev/mem"));
     ASSERT_GE(memory, 0);
     struct stat64 opened {};
@@ -72,18 +71,18 @@ TEST_P(ADevice, IsTheInstancesMemoryUnderItsOwnName) {
     ASSERT_EQ(fstat64(memory, &opened), 0);
     ASSERT_EQ(stat64(mInstance.memoryFile().c_str(), &named), 0);
     EXPECT_EQ(opened.st_ino, named.st_ino);
-    EXPECT_EQ(opened.st_size, kMemorySize);
+    EXPECT_EQ(opened.st_size, MEMORY_SIZE);
     EXPECT_EQ(fcntl(memory, F_GETFD), FD_CLOEXEC);
 }
 
-TEST_P(ADevice, IsTheCacheUnderItsOtherName) {
+TEST_P(Device, CacheAcceptsCacheRequests) {
     const OpenFile cache(open("/dev/cache"));
     ASSERT_GE(cache, 0);
     EXPECT_EQ(ioctl(cache, board::kCacheInvalidate, nullptr), 0);
     EXPECT_EQ(fcntl(cache, F_GETFD), FD_CLOEXEC);
 }
 
-TEST_P(ADevice, IsNotWhatAnyOtherPathNames) {
+TEST_P(Device, OtherPathsGoToTheKernel) {
     const OpenFile null(open("/dev/null"));
     ASSERT_GE(null, 0);
     struct stat status {};
@@ -93,11 +92,11 @@ TEST_P(ADevice, IsNotWhatAnyOtherPathNames) {
     EXPECT_EQ(errno, ENOENT);
 }
 
-const char* volatile gNothing = nullptr;
+const char* volatile NOTHING = nullptr;
 
 // Called through pointers: compilers know that the functions themselves want no null path.
-TEST(ANullPath, IsLeftToTheKernel) {
-    const char* nothing = gNothing;
+TEST(NullPath, GoesToTheKernel) {
+    const char* nothing = NOTHING;
     int (*volatile plain)(const char*, int, ...) = ::open;
     int (*volatile large)(const char*, int, ...) = ::open64;
     int (*volatile beside)(int, const char*, int, ...) = ::openat;
@@ -114,32 +113,32 @@ TEST(ANullPath, IsLeftToTheKernel) {
 
 // ---- memory -------------------------------------------------------------------
 
-class TheMemoryDevice : public InAnInstance {};
+class MemoryDevice : public InAnInstance {};
 
-TEST_F(TheMemoryDevice, IsAPrivateSparseFileBelowTwoGigabytes) {
+TEST_F(MemoryDevice, IsAPrivateSparseFileBelowTwoGigabytes) {
     const OpenFile memory(open("/dev/mem", O_RDWR));
     struct stat64 status {};
     ASSERT_EQ(fstat64(memory, &status), 0);
-    EXPECT_EQ(status.st_size, kMemorySize);
+    EXPECT_EQ(status.st_size, MEMORY_SIZE);
     EXPECT_EQ(status.st_mode & 07777, 0600U);
     EXPECT_EQ(status.st_uid, geteuid());
     EXPECT_EQ(status.st_blocks, 0);
 }
 
-TEST_F(TheMemoryDevice, IsOneMemoryForAllWhoOpenIt) {
+TEST_F(MemoryDevice, IsSharedByAllWhoOpenIt) {
     const OpenFile first(open("/dev/mem", O_RDWR));
     const OpenFile second(open("/dev/mem", O_RDWR));
-    void* one = mmap64(nullptr, kPage, PROT_READ | PROT_WRITE, MAP_SHARED, first, kLastPage);
-    void* other = mmap64(nullptr, kPage, PROT_READ, MAP_SHARED, second, kLastPage);
+    void* one = mmap64(nullptr, PAGE, PROT_READ | PROT_WRITE, MAP_SHARED, first, LAST_PAGE);
+    void* other = mmap64(nullptr, PAGE, PROT_READ, MAP_SHARED, second, LAST_PAGE);
     ASSERT_NE(one, MAP_FAILED);
     ASSERT_NE(other, MAP_FAILED);
-    static_cast<volatile char*>(one)[kPage - 1] = 'x';
-    EXPECT_EQ(static_cast<volatile char*>(other)[kPage - 1], 'x');
-    munmap(one, kPage);
-    munmap(other, kPage);
+    static_cast<volatile char*>(one)[PAGE - 1] = 'x';
+    EXPECT_EQ(static_cast<volatile char*>(other)[PAGE - 1], 'x');
+    munmap(one, PAGE);
+    munmap(other, PAGE);
 }
 
-TEST_F(TheMemoryDevice, HasTheAccessThatWasAskedFor) {
+TEST_F(MemoryDevice, HasTheRequestedAccess) {
     const OpenFile readOnly(open("/dev/mem", O_RDONLY));
     const OpenFile writeOnly(open("/dev/mem", O_WRONLY));
     ASSERT_GE(readOnly, 0);
@@ -151,20 +150,20 @@ TEST_F(TheMemoryDevice, HasTheAccessThatWasAskedFor) {
     EXPECT_EQ(write(writeOnly, &byte, 1), 1);
 }
 
-TEST_F(TheMemoryDevice, IsNeverTruncated) {
+TEST_F(MemoryDevice, IsNeverTruncated) {
     const OpenFile first(open("/dev/mem", O_RDWR));
-    ASSERT_EQ(pwrite64(first, "x", 1, kLastPage), 1);
+    ASSERT_EQ(pwrite64(first, "x", 1, LAST_PAGE), 1);
     const OpenFile again(open("/dev/mem", O_RDWR | O_CREAT | O_TRUNC, 0666));
     ASSERT_GE(again, 0);
     FILE* stream = fopen("/dev/mem", "w");
     ASSERT_NE(stream, nullptr);
     fclose(stream);
     char byte = 0;
-    EXPECT_EQ(pread64(first, &byte, 1, kLastPage), 1);
+    EXPECT_EQ(pread64(first, &byte, 1, LAST_PAGE), 1);
     EXPECT_EQ(byte, 'x');
 }
 
-TEST_F(TheMemoryDevice, IsMadeWithItsModeWhateverTheUmask) {
+TEST_F(MemoryDevice, HasItsModeUnderAnyUmask) {
     const mode_t before = umask(0777);
     const OpenFile memory(open("/dev/mem", O_RDWR));
     umask(before);
@@ -186,7 +185,7 @@ ino_t numberOf(const std::string& path) {
     return lstat64(path.c_str(), &status) == 0 ? static_cast<ino_t>(status.st_ino) : 0;
 }
 
-TEST_F(TheMemoryDevice, DoesNotFollowALinkInItsPlace) {
+TEST_F(MemoryDevice, DoesNotFollowALinkInItsPlace) {
     const TemporaryDirectory elsewhere;
     ASSERT_EQ(symlink((elsewhere.path() / "trap").c_str(), mInstance.memoryFile().c_str()), 0);
     const ino_t number = memoryNumber();
@@ -195,7 +194,7 @@ TEST_F(TheMemoryDevice, DoesNotFollowALinkInItsPlace) {
     EXPECT_FALSE(std::filesystem::exists(elsewhere.path() / "trap"));
 }
 
-TEST_F(TheMemoryDevice, TakesItsNextPlaceWhereAnotherUserHasTakenOne) {
+TEST_F(MemoryDevice, UsesItsNextPlaceWhenAnotherUserHasTakenOne) {
     const OpenFile foreign(open64(mInstance.memoryFile().c_str(), O_RDWR | O_CREAT, 0666));
     ASSERT_GE(foreign, 0);
     if (fchown(foreign, geteuid() + 1, static_cast<gid_t>(-1)) != 0) {
@@ -215,7 +214,7 @@ TEST_F(TheMemoryDevice, TakesItsNextPlaceWhereAnotherUserHasTakenOne) {
     EXPECT_EQ(status.st_ino, number);
 }
 
-TEST_F(TheMemoryDevice, IsNotThereWhenOtherUsersHaveTakenEachPlace) {
+TEST_F(MemoryDevice, IsMissingWhenOtherUsersHaveTakenEachPlace) {
     for (unsigned place = 0; place < board::kPhysicalMemoryPlaces; ++place) {
         const std::string name =
             mInstance.memoryFile().native() + (place == 0 ? "" : "." + std::to_string(place));
@@ -225,7 +224,7 @@ TEST_F(TheMemoryDevice, IsNotThereWhenOtherUsersHaveTakenEachPlace) {
     EXPECT_EQ(errno, EACCES);
 }
 
-TEST_F(TheMemoryDevice, IsAnotherOneInAnotherInstance) {
+TEST_F(MemoryDevice, IsAnotherOneInAnotherInstance) {
     const OpenFile here(open("/dev/mem", O_RDWR));
     ASSERT_EQ(pwrite64(here, "x", 1, 0), 1);
     const OwnInstance other;
@@ -236,7 +235,7 @@ TEST_F(TheMemoryDevice, IsAnotherOneInAnotherInstance) {
     EXPECT_EQ(byte, '\0');
 }
 
-TEST_F(TheMemoryDevice, OpensInAChildForkedWhileAnotherThreadOpensItToo) {
+TEST_F(MemoryDevice, OpensInAForkedChildWhileAnotherThreadOpensIt) {
     std::atomic<bool> stop{false};
     std::thread opener([&] {
         while (!stop) {
@@ -254,20 +253,20 @@ TEST_F(TheMemoryDevice, OpensInAChildForkedWhileAnotherThreadOpensItToo) {
 
 // ---- cache --------------------------------------------------------------------
 
-class TheCacheDevice : public InAnInstance {
+class CacheDevice : public InAnInstance {
 protected:
     OpenFile mCache{open("/dev/cache", O_RDWR)};
     std::uint32_t mChunk[2] = {0x1000, 64};
 };
 
-TEST_F(TheCacheDevice, AcceptsItsTwoRequests) {
+TEST_F(CacheDevice, AcceptsItsTwoRequests) {
     EXPECT_EQ(ioctl(mCache, 0x40084304, mChunk), 0);
     EXPECT_EQ(ioctl(mCache, 0x40084303, mChunk), 0);
     EXPECT_EQ(__ioctl_time64(mCache, 0x40084304, mChunk), 0);
     EXPECT_EQ(__ioctl_time64(mCache, 0x40084303, mChunk), 0);
 }
 
-TEST_F(TheCacheDevice, RefusesOtherRequests) {
+TEST_F(CacheDevice, RefusesOtherRequests) {
     for (const unsigned long request : {0x40084302UL, 0x40084305UL, 0x80084304UL, 0x40044304UL}) {
         errno = 0;
         EXPECT_EQ(ioctl(mCache, request, mChunk), -1) << std::hex << request;
@@ -275,21 +274,21 @@ TEST_F(TheCacheDevice, RefusesOtherRequests) {
     }
 }
 
-TEST_F(TheCacheDevice, IsKnownThroughCopiesOfItsDescriptor) {
+TEST_F(CacheDevice, AcceptsRequestsThroughCopiesOfItsDescriptor) {
     const OpenFile copy(dup(mCache));
     EXPECT_EQ(ioctl(copy, 0x40084304, mChunk), 0);
     const auto inChild = [&] { return ioctl(mCache, 0x40084303, mChunk) == 0 ? "0" : "refused"; };
     EXPECT_EQ(inForkedChild(inChild), "0");
 }
 
-TEST_F(TheCacheDevice, IsForgottenWhenItsDescriptorNumberGoesToAnotherFile) {
+TEST_F(CacheDevice, RefusesRequestsWhenItsDescriptorNumberIsReused) {
     const int number = mCache;
     const OpenFile null(open("/dev/null", O_RDWR));
     ASSERT_EQ(dup2(null, number), number);
     EXPECT_EQ(ioctl(number, 0x40084304, mChunk), -1);
 }
 
-TEST_F(TheCacheDevice, IsNoOtherFileInMemory) {
+TEST_F(CacheDevice, IsNotMistakenForAnotherFileInMemory) {
     const OpenFile other(memfd_create("other", MFD_ALLOW_SEALING));
     ASSERT_EQ(write(other, "cabinaudio-cache\n", 18), 18);
     EXPECT_EQ(ioctl(other, 0x40084304, mChunk), -1);
@@ -297,13 +296,13 @@ TEST_F(TheCacheDevice, IsNoOtherFileInMemory) {
     EXPECT_EQ(ioctl(memory, 0x40084304, mChunk), -1);
 }
 
-TEST_F(TheCacheDevice, LeavesErrnoAloneWhenItAccepts) {
+TEST_F(CacheDevice, KeepsErrnoOnSuccess) {
     errno = E2BIG;
     EXPECT_EQ(ioctl(mCache, 0x40084304, mChunk), 0);
     EXPECT_EQ(errno, E2BIG);
 }
 
-TEST(AnIoctl, OnAnyOtherFileGoesToTheKernel) {
+TEST(Ioctl, OnAnyOtherFileGoesToTheKernel) {
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
     const OpenFile readEnd(ends[0]);

@@ -7,22 +7,16 @@
 #include <cerrno>
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 
 namespace cabinaudio::test {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kDirectory[] = "/media/flash/nvm/as_server";
-constexpr char kFile[] = "/media/flash/nvm/as_server/audio_config";
+constexpr char CONFIG_DIRECTORY[] = "/media/flash/nvm/as_server";
+constexpr char CONFIG_FILE[] = "/media/flash/nvm/as_server/audio_config";
 
-std::string contentOf(const fs::path& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-class TheDiagnosticsFile : public InAnInstance {
+class DiagnosticsFile : public InAnInstance {
 protected:
     fs::path home() const { return mHome.path(); }
     fs::path directory() const { return home() / "config" / "cabinaudio" / mInstance.name(); }
@@ -34,108 +28,108 @@ protected:
     Variable mGiven{board::kConfigDirectoryVariable, ""};
 };
 
-TEST_F(TheDiagnosticsFile, IsWrittenAndReadThroughFileStreams) {
-    ASSERT_EQ(mkdir(kDirectory, 0700), 0);
-    std::ofstream(kFile) << "Log\n level=3\n";
-    EXPECT_EQ(contentOf(file()), "Log\n level=3\n");
-    EXPECT_EQ(contentOf(kFile), "Log\n level=3\n");
+TEST_F(DiagnosticsFile, IsWrittenAndReadThroughFileStreams) {
+    ASSERT_EQ(mkdir(CONFIG_DIRECTORY, 0700), 0);
+    std::ofstream(CONFIG_FILE) << "Log\n level=3\n";
+    EXPECT_EQ(contentsOf(file()), "Log\n level=3\n");
+    EXPECT_EQ(contentsOf(CONFIG_FILE), "Log\n level=3\n");
 }
 
-TEST_F(TheDiagnosticsFile, IsReachedByEveryWayOfOpening) {
-    ASSERT_EQ(mkdir(kDirectory, 0700), 0);
-    const OpenFile made(open(kFile, O_RDWR | O_CREAT | O_EXCL, 0640));
+TEST_F(DiagnosticsFile, OpensThroughEveryFunction) {
+    ASSERT_EQ(mkdir(CONFIG_DIRECTORY, 0700), 0);
+    const OpenFile made(open(CONFIG_FILE, O_RDWR | O_CREAT | O_EXCL, 0640));
     ASSERT_GE(made, 0);
     ASSERT_EQ(write(made, "x", 1), 1);
     struct stat status {};
     ASSERT_EQ(stat(file().c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0740, 0640U);
-    const OpenFile large(open64(kFile, O_RDONLY));
-    const OpenFile beside(openat(AT_FDCWD, kFile, O_RDONLY));
-    const OpenFile largeBeside(openat64(AT_FDCWD, kFile, O_RDONLY));
+    const OpenFile large(open64(CONFIG_FILE, O_RDONLY));
+    const OpenFile beside(openat(AT_FDCWD, CONFIG_FILE, O_RDONLY));
+    const OpenFile largeBeside(openat64(AT_FDCWD, CONFIG_FILE, O_RDONLY));
     for (const int descriptor : {int(large), int(beside), int(largeBeside)}) {
         char byte = 0;
         EXPECT_EQ(read(descriptor, &byte, 1), 1);
         EXPECT_EQ(byte, 'x');
     }
-    for (FILE* stream : {fopen(kFile, "r"), fopen64(kFile, "r")}) {
+    for (FILE* stream : {fopen(CONFIG_FILE, "r"), fopen64(CONFIG_FILE, "r")}) {
         ASSERT_NE(stream, nullptr);
         EXPECT_EQ(fgetc(stream), 'x');
         fclose(stream);
     }
 }
 
-TEST_F(TheDiagnosticsFile, IsNotThereBeforeItsDirectoryIsMade) {
-    EXPECT_EQ(fopen(kFile, "w"), nullptr);
+TEST_F(DiagnosticsFile, IsMissingBeforeItsDirectoryExists) {
+    EXPECT_EQ(fopen(CONFIG_FILE, "w"), nullptr);
     EXPECT_EQ(errno, ENOENT);
     EXPECT_FALSE(fs::exists(home() / "config"));
 }
 
-TEST_F(TheDiagnosticsFile, HasADirectoryThatIsMadeWithItsParentsAndReportsItsOwnResult) {
-    ASSERT_EQ(mkdir(kDirectory, 0750), 0);
+TEST_F(DiagnosticsFile, DirectoryIsCreatedWithItsParents) {
+    ASSERT_EQ(mkdir(CONFIG_DIRECTORY, 0750), 0);
     struct stat status {};
     ASSERT_EQ(stat(directory().c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777 & ~026U, 0750U & ~026U);
     ASSERT_EQ(stat((home() / "config").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0700U);
-    EXPECT_EQ(mkdir(kDirectory, 0700), -1);
+    EXPECT_EQ(mkdir(CONFIG_DIRECTORY, 0700), -1);
     EXPECT_EQ(errno, EEXIST);
-    EXPECT_EQ(mkdir((std::string(kDirectory) + "/").c_str(), 0700), -1);
+    EXPECT_EQ(mkdir((std::string(CONFIG_DIRECTORY) + "/").c_str(), 0700), -1);
     EXPECT_EQ(errno, EEXIST);
 }
 
-TEST_F(TheDiagnosticsFile, TellsWhyItsDirectoryCannotBeMade) {
+TEST_F(DiagnosticsFile, DirectoryReportsWhyItCannotBeCreated) {
     std::ofstream(home() / "config") << "a file stands in the way";
-    EXPECT_EQ(mkdir(kDirectory, 0700), -1);
+    EXPECT_EQ(mkdir(CONFIG_DIRECTORY, 0700), -1);
     EXPECT_EQ(errno, ENOTDIR);
 }
 
-TEST_F(TheDiagnosticsFile, LiesBelowTheHomeDirectoryWithoutAConfigurationHome) {
+TEST_F(DiagnosticsFile, LiesBelowTheHomeDirectoryWithoutAConfigurationHome) {
     mConfigHome.set("");
-    EXPECT_EQ(mkdir(kDirectory, 0700), 0);
+    EXPECT_EQ(mkdir(CONFIG_DIRECTORY, 0700), 0);
     EXPECT_TRUE(fs::is_directory(home() / ".config" / "cabinaudio" / mInstance.name()));
 }
 
-TEST_F(TheDiagnosticsFile, IgnoresARelativeConfigurationHome) {
+TEST_F(DiagnosticsFile, IgnoresARelativeConfigurationHome) {
     mConfigHome.set("somewhere");
-    EXPECT_EQ(mkdir(kDirectory, 0700), 0);
+    EXPECT_EQ(mkdir(CONFIG_DIRECTORY, 0700), 0);
     EXPECT_TRUE(fs::is_directory(home() / ".config" / "cabinaudio" / mInstance.name()));
 }
 
-TEST_F(TheDiagnosticsFile, HasNoPlaceWithoutAnyHome) {
+TEST_F(DiagnosticsFile, IsMissingWithoutAnyHome) {
     mConfigHome.set("");
     mHomeVariable.set("");
-    EXPECT_EQ(mkdir(kDirectory, 0700), -1);
+    EXPECT_EQ(mkdir(CONFIG_DIRECTORY, 0700), -1);
     EXPECT_EQ(errno, ENOENT);
-    EXPECT_EQ(open(kFile, O_RDONLY), -1);
+    EXPECT_EQ(open(CONFIG_FILE, O_RDONLY), -1);
     EXPECT_EQ(errno, ENOENT);
 }
 
-TEST_F(TheDiagnosticsFile, LiesInTheDirectoryThatTheEnvironmentNames) {
+TEST_F(DiagnosticsFile, LiesInTheDirectoryThatTheEnvironmentNames) {
     mGiven.set(home() / "given");
-    ASSERT_EQ(mkdir(kDirectory, 0700), 0);
-    std::ofstream(kFile) << "x";
-    EXPECT_EQ(contentOf(home() / "given" / "audio_config"), "x");
+    ASSERT_EQ(mkdir(CONFIG_DIRECTORY, 0700), 0);
+    std::ofstream(CONFIG_FILE) << "x";
+    EXPECT_EQ(contentsOf(home() / "given" / "audio_config"), "x");
 }
 
-TEST_F(TheDiagnosticsFile, IsSharedByTheCommonInstanceUnderTheConfigurationHome) {
+TEST_F(DiagnosticsFile, IsSharedByTheCommonInstanceUnderTheConfigurationHome) {
     mVariable.set("");
-    ASSERT_EQ(mkdir(kDirectory, 0700), 0);
-    std::ofstream(kFile) << "x";
-    EXPECT_EQ(contentOf(home() / "config" / "cabinaudio" / "audio_config"), "x");
+    ASSERT_EQ(mkdir(CONFIG_DIRECTORY, 0700), 0);
+    std::ofstream(CONFIG_FILE) << "x";
+    EXPECT_EQ(contentsOf(home() / "config" / "cabinaudio" / "audio_config"), "x");
 }
 
-TEST_F(TheDiagnosticsFile, HasAPathThatIsNeverCut) {
+TEST_F(DiagnosticsFile, RefusesAPathThatIsTooLong) {
     mGiven.set("/" + std::string(5000, 'a'));
-    EXPECT_EQ(open(kFile, O_RDONLY), -1);
+    EXPECT_EQ(open(CONFIG_FILE, O_RDONLY), -1);
     EXPECT_EQ(errno, ENAMETOOLONG);
-    EXPECT_EQ(mkdir(kDirectory, 0700), -1);
+    EXPECT_EQ(mkdir(CONFIG_DIRECTORY, 0700), -1);
     EXPECT_EQ(errno, ENAMETOOLONG);
     mGiven.set("/" + std::string(4090, 'a'));
-    EXPECT_EQ(fopen(kFile, "r"), nullptr);
+    EXPECT_EQ(fopen(CONFIG_FILE, "r"), nullptr);
     EXPECT_EQ(errno, ENAMETOOLONG);
 }
 
-TEST_F(TheDiagnosticsFile, IsTheOnlyFileThatIsElsewhere) {
+TEST_F(DiagnosticsFile, IsTheOnlyRedirectedFile) {
     EXPECT_EQ(mkdir("/media/flash/nvm/as_server_/x", 0700), -1);
     EXPECT_EQ(open("/media/flash/nvm/as_server/other", O_RDONLY), -1);
     const fs::path plain = home() / "plain";

@@ -3,9 +3,15 @@
 
 #include "devkit/board/Board.h"
 #include "tests/board/Surroundings.h"
+#include "tests/support/Files.h"
+#include "tests/support/UserProcess.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
+
+#include <functional>
+#include <optional>
+#include <string>
 
 namespace cabinaudio::test {
 
@@ -15,6 +21,11 @@ protected:
     OwnInstance mInstance;
     Variable mVariable{board::kInstanceVariable, mInstance.name()};
 };
+
+/// Runs `work` in a forked child. @return its text, or how the child ended otherwise
+inline std::string inForkedChild(const std::function<std::string()>& work) {
+    return asUser(std::nullopt, work);
+}
 
 /// A descriptor that is closed with the object.
 class OpenFile {

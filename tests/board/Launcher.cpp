@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/board/Launcher.h"
 
-#include <algorithm>
+#include <fstream>
 
 namespace cabinaudio::test {
 
 namespace fs = std::filesystem;
 
-Start WithTheLauncher::launching(const std::vector<std::string>& words) const {
+Start WithTheLauncher::launching(const Words& words) const {
     Start start;
     start.words.push_back(mLauncher);
     start.words.insert(start.words.end(), words.begin(), words.end());
@@ -28,12 +28,21 @@ fs::path WithTheLauncher::copyOfAll(const std::string& directoryName) const {
     fs::create_directory(copies);
     fs::copy_file(mLauncher, copies / "cabinaudio-run");
     fs::copy_file(BOARD_TEST_LIBRARY, copies / "libcabinaudio-board.so");
-    fs::copy_file(kProbe, copies / "probe");
+    fs::copy_file(PROBE, copies / "probe");
     return copies;
 }
 
-bool isOneLine(const std::string& text) {
-    return std::count(text.begin(), text.end(), '\n') == 1 && text.back() == '\n';
+void writeScript(const fs::path& path, const std::string& text) {
+    std::ofstream(path) << text;
+    fs::permissions(path, fs::perms(0755));
+}
+
+std::string variableIn(const std::string& report, const std::string& name) {
+    const std::string variable = "variable: " + name + "=";
+    const std::size_t found = report.find(variable);
+    if (found == std::string::npos) return "no " + name + " in: " + report;
+    const std::size_t begin = found + variable.size();
+    return report.substr(begin, report.find('\n', begin) - begin);
 }
 
 }  // namespace cabinaudio::test

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the launcher does for a program that it starts.
+// The launcher and the programs that it starts.
 #include "tests/board/Launcher.h"
+#include "tests/support/ProcessState.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -13,87 +14,84 @@ namespace cabinaudio::test {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
-class TheLauncher : public WithTheLauncher {};
+class Launcher : public WithTheLauncher {};
 
 // ---- manners ------------------------------------------------------------------
 
-TEST_F(TheLauncher, HelpsAndTellsItsVersion) {
+TEST_F(Launcher, PrintsHelpAndVersion) {
     for (const char* option : {"-h", "--help"}) {
-        const Outcome helped = launch({option});
-        EXPECT_EQ(helped.exitCode, 0);
-        EXPECT_EQ(helped.out.rfind("Usage: cabinaudio-run", 0), 0U) << helped.out;
+        const Outcome helped = launchExpecting(0, {option});
+        EXPECT_THAT(helped.out, StartsWith("Usage: cabinaudio-run"));
         EXPECT_EQ(helped.err, "");
     }
-    const Outcome version = launch({"--version"});
-    EXPECT_EQ(version.exitCode, 0);
-    EXPECT_EQ(version.out.rfind("cabinaudio-run ", 0), 0U);
-    EXPECT_TRUE(isOneLine(version.out));
+    EXPECT_THAT(launchExpecting(0, {"--version"}).out,
+                AllOf(StartsWith("cabinaudio-run "), IsOneLine()));
 }
 
-TEST_F(TheLauncher, RefusesWrongUsageWithAHint) {
-    const std::vector<std::vector<std::string>> wrong{{},
-                                                      {"--"},
-                                                      {"--nonsense", kProbe},
-                                                      {"-x", kProbe},
-                                                      {"-vx", kProbe},
-                                                      {"-i"},
-                                                      {"--instance"},
-                                                      {"-i", "a.b", kProbe},
-                                                      {"-i", "", kProbe},
-                                                      {"-i", "a", "--private", kProbe},
-                                                      {"--timeout", "0", kProbe},
-                                                      {"--timeout", "1s", kProbe},
-                                                      {"--config-dir", "", kProbe},
-                                                      {"--clean", kProbe},
-                                                      {"--clean", "--private"},
-                                                      {"--private=yes", kProbe}};
+TEST_F(Launcher, RefusesWrongUsageWithAHint) {
+    const std::vector<Words> wrong{{},
+                                   {"--"},
+                                   {"--nonsense", PROBE},
+                                   {"-x", PROBE},
+                                   {"-vx", PROBE},
+                                   {"-i"},
+                                   {"--instance"},
+                                   {"-i", "a.b", PROBE},
+                                   {"-i", "", PROBE},
+                                   {"-i", "a", "--private", PROBE},
+                                   {"--timeout", "0", PROBE},
+                                   {"--timeout", "1s", PROBE},
+                                   {"--config-dir", "", PROBE},
+                                   {"--clean", PROBE},
+                                   {"--clean", "--private"},
+                                   {"--private=yes", PROBE}};
     for (const auto& words : wrong) {
         const Outcome refused = launch(words);
         const std::string shown = ::testing::PrintToString(words);
         EXPECT_EQ(refused.exitCode, 2) << shown;
-        EXPECT_TRUE(isOneLine(refused.err)) << shown << refused.err;
-        EXPECT_NE(refused.err.find("--help"), std::string::npos) << shown << refused.err;
+        EXPECT_THAT(refused.err, AllOf(IsOneLine(), HasSubstr("--help"))) << shown;
         EXPECT_EQ(refused.out, "") << shown;
     }
 }
 
-TEST_F(TheLauncher, NamesTheOptionThatItDoesNotKnow) {
-    EXPECT_NE(launch({"--nonsense"}).err.find("'--nonsense'"), std::string::npos);
-    EXPECT_NE(launch({"-vx"}).err.find("'-x'"), std::string::npos);
+TEST_F(Launcher, NamesAnUnknownOption) {
+    EXPECT_THAT(launch({"--nonsense"}).err, HasSubstr("'--nonsense'"));
+    EXPECT_THAT(launch({"-vx"}).err, HasSubstr("'-x'"));
 }
 
-TEST_F(TheLauncher, IsSilentUnlessAsked) {
-    const Outcome silent = launch({kProbe, "exit", "0"});
-    EXPECT_EQ(silent.err, "");
-    const Outcome verbose = launch({"-v", kProbe, "exit", "0"});
-    EXPECT_TRUE(isOneLine(verbose.err)) << verbose.err;
-    EXPECT_NE(verbose.err.find(mInstance.name()), std::string::npos) << verbose.err;
+TEST_F(Launcher, IsSilentUnlessAsked) {
+    EXPECT_EQ(launch({PROBE, "exit", "0"}).err, "");
+    EXPECT_THAT(launch({"-v", PROBE, "exit", "0"}).err,
+                AllOf(IsOneLine(), HasSubstr(mInstance.name())));
 }
 
 // ---- the program's own --------------------------------------------------------
 
-TEST_F(TheLauncher, PassesTheExitStatusOn) {
+TEST_F(Launcher, PassesTheExitStatusOn) {
     for (const int status : {0, 1, 2, 3, 42, 126, 127, 255}) {
-        EXPECT_EQ(launch({kProbe, "exit", std::to_string(status)}).exitCode, status);
+        EXPECT_EQ(launch({PROBE, "exit", std::to_string(status)}).exitCode, status);
     }
 }
 
-TEST_F(TheLauncher, LetsTheProgramEndByItsSignals) {
+TEST_F(Launcher, LetsTheProgramEndByItsSignals) {
     for (const int number : {SIGTERM, SIGINT, SIGKILL, SIGUSR1}) {
-        EXPECT_EQ(launch({kProbe, "raise", std::to_string(number)}).signal, number);
+        EXPECT_EQ(launch({PROBE, "raise", std::to_string(number)}).signal, number);
     }
 }
 
-TEST_F(TheLauncher, IsTheProgramsOwnProcess) {
-    const Outcome outcome = launch({kProbe, "pid"});
+TEST_F(Launcher, RunsTheProgramInItsOwnProcess) {
+    const Outcome outcome = launch({PROBE, "pid"});
     EXPECT_EQ(outcome.out, std::to_string(outcome.pid) + "\n");
 }
 
-TEST_F(TheLauncher, PassesArgumentsOnToTheLetter) {
-    const std::vector<std::string> arguments{"a b",    "",   "$HOME", "'q'", "\"", "*",
-                                             "--help", "-v", "--",    "-i",  "\n", "\xff"};
-    std::vector<std::string> words{"--", kProbe, "words"};
+TEST_F(Launcher, PassesArgumentsUnchanged) {
+    const Words arguments{"a b",    "",   "$HOME", "'q'", "\"", "*",
+                          "--help", "-v", "--",    "-i",  "\n", "\xff"};
+    Words words{"--", PROBE, "words"};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::string expected;
     for (const std::string& argument : arguments) {
@@ -102,11 +100,11 @@ TEST_F(TheLauncher, PassesArgumentsOnToTheLetter) {
     EXPECT_EQ(launch(words).out, expected);
 }
 
-TEST_F(TheLauncher, TakesOptionsOnlyBeforeTheProgram) {
-    EXPECT_EQ(launch({kProbe, "words", "--private", "-h"}).out, "[--private]\n[-h]\n");
+TEST_F(Launcher, TakesOptionsOnlyBeforeTheProgram) {
+    EXPECT_EQ(launch({PROBE, "words", "--private", "-h"}).out, "[--private]\n[-h]\n");
 }
 
-// Everything that a program can see of its start, but the variables that steer the stand-in.
+// A program's report of its start without the variables of the stand-in.
 std::string reportOf(const Start& start) {
     std::string report = runProgram(start).out;
     for (const char* own : {"variable: LD_PRELOAD=", "variable: CABINAUDIO_INSTANCE="}) {
@@ -118,10 +116,10 @@ std::string reportOf(const Start& start) {
     return report;
 }
 
-class TheProgram : public WithTheLauncher {
+class LaunchedProgram : public WithTheLauncher {
 protected:
     void expectTheSameStart(const std::function<void()>& inChild) const {
-        Start launched = launching({kProbe, "report"});
+        Start launched = launching({PROBE, "report"});
         launched.directory = directory();
         launched.inChild = inChild;
         Start direct = launched;
@@ -132,18 +130,18 @@ protected:
     }
 };
 
-TEST_F(TheProgram, FindsItselfAsIfStartedWithoutTheLauncher) {
+TEST_F(LaunchedProgram, StartsAsWithoutTheLauncher) {
     expectTheSameStart({});
 }
 
-TEST_F(TheProgram, FindsClosedStreamsClosed) {
+TEST_F(LaunchedProgram, InheritsClosedStreams) {
     expectTheSameStart([] {
         close(STDIN_FILENO);
         close(STDERR_FILENO);
     });
 }
 
-TEST_F(TheProgram, FindsItsSignalsAsTheyWere) {
+TEST_F(LaunchedProgram, InheritsItsSignals) {
     expectTheSameStart([] {
         sigset_t all;
         sigfillset(&all);
@@ -153,32 +151,32 @@ TEST_F(TheProgram, FindsItsSignalsAsTheyWere) {
     });
 }
 
-TEST_F(TheProgram, FindsChildrensEndsIgnoredIfTheyWere) {
+TEST_F(LaunchedProgram, InheritsIgnoredChildSignals) {
     expectTheSameStart([] { signal(SIGCHLD, SIG_IGN); });
 }
 
-TEST_F(TheProgram, HasItsOutputEndWithItself) {
-    Start start = launching({"--private", kProbe, "exit", "0"});
+TEST_F(LaunchedProgram, OutputEndsWithTheProgram) {
+    Start start = launching({"--private", PROBE, "exit", "0"});
     Process program(start);
     EXPECT_EQ(program.readLine(), "");  // comes with the end of the stream
     EXPECT_EQ(program.finish().exitCode, 0);
 }
 
 // Its library's constructor may run before the stand-in's.
-TEST_F(TheProgram, MayUseTheBoardInAConstructorOfALibrary) {
+TEST_F(LaunchedProgram, UsesTheBoardInAConstructorOfALibrary) {
     const Outcome outcome = launch({BOARD_TEST_EAGER_PROBE, "find-object", "made-early"});
     EXPECT_EQ(outcome.out, "there\n") << outcome.err;
     EXPECT_TRUE(fs::exists(mInstance.objectFile("made-early")));
 }
 
-TEST_F(TheProgram, SharesNothingAsLongAsItsEnvironmentIsNotKnown) {
-    const Outcome outcome = launch({kProbe, "early"});
+TEST_F(LaunchedProgram, SharesNothingBeforeItsEnvironmentIsKnown) {
+    const Outcome outcome = launch({PROBE, "early"});
     EXPECT_EQ(outcome.out, "refused\n");
     EXPECT_EQ(outcome.err, "libcabinaudio-board.so: CABINAUDIO_INSTANCE=? cannot be read yet\n");
 }
 
-TEST_F(TheProgram, FindsTheConfigurationInTheDirectoryGiven) {
-    Start start = launching({"--config-dir", "a b", kProbe, "check"});
+TEST_F(LaunchedProgram, UsesTheGivenConfigurationDirectory) {
+    Start start = launching({"--config-dir", "a b", PROBE, "check"});
     start.directory = directory();
     const Outcome outcome = runProgram(start);
     EXPECT_EQ(outcome.out, "ok\n") << outcome.err;
@@ -187,74 +185,67 @@ TEST_F(TheProgram, FindsTheConfigurationInTheDirectoryGiven) {
 
 // ---- scripts ------------------------------------------------------------------
 
-class AScript : public WithTheLauncher {
+class Script : public WithTheLauncher {
 protected:
     fs::path write(const std::string& name, const std::string& text) const {
         fs::path path = directory() / name;
-        std::ofstream(path) << text;
-        fs::permissions(path, fs::perms(0755));
+        writeScript(path, text);
         return path;
     }
 };
 
-TEST_F(AScript, HandsTheStandInToItsChildren) {
+TEST_F(Script, PassesTheStandInToItsChildren) {
     const fs::path script =
-        write("my script", "#!/bin/sh\n\"" + std::string(kProbe) + "\" check && exit 5\n");
-    const Outcome outcome = launch({script});
-    EXPECT_EQ(outcome.out, "ok\n") << outcome.err;
-    EXPECT_EQ(outcome.exitCode, 5);
+        write("my script", "#!/bin/sh\n\"" + std::string(PROBE) + "\" check && exit 5\n");
+    EXPECT_EQ(launchExpecting(5, {script}).out, "ok\n");
 }
 
-TEST_F(AScript, MayBeTheInterpreterOfAnother) {
+TEST_F(Script, RunsAsTheInterpreterOfAnother) {
     const fs::path inner = write("inner", "#!/bin/sh -e\necho \"$@\"\nexit 6\n");
     const fs::path outer = write("outer", "#! " + inner.string() + " word \n");
-    const Outcome outcome = launch({outer, "argument"});
-    EXPECT_EQ(outcome.out, "word " + outer.string() + " argument\n") << outcome.err;
-    EXPECT_EQ(outcome.exitCode, 6);
+    EXPECT_EQ(launchExpecting(6, {outer, "argument"}).out,
+              "word " + outer.string() + " argument\n");
 }
 
-TEST_F(AScript, WithoutAnInterpreterIsNotExecutable) {
+TEST_F(Script, WithoutAnInterpreterIsNotExecutable) {
     const std::string cutProgram{0x7f, 'E', 'L', 'F'};
     for (const std::string& text : {std::string("#!/no/such/interpreter\n"), std::string("echo\n"),
                                     std::string(), std::string("#!\n"), cutProgram}) {
         const Outcome outcome = launch({write("broken", text)});
         EXPECT_EQ(outcome.exitCode, 126) << text;
-        EXPECT_TRUE(isOneLine(outcome.err)) << outcome.err;
+        EXPECT_THAT(outcome.err, IsOneLine());
     }
 }
 
-TEST_F(AScript, ThatInterpretsItselfIsNotExecutable) {
+TEST_F(Script, ThatInterpretsItselfIsNotExecutable) {
     const fs::path path = directory() / "circle";
-    const Outcome outcome = launch({write("circle", "#!" + path.string() + "\n")});
-    EXPECT_EQ(outcome.exitCode, 126);
-    EXPECT_TRUE(isOneLine(outcome.err)) << outcome.err;
+    EXPECT_THAT(launchExpecting(126, {write("circle", "#!" + path.string() + "\n")}).err,
+                IsOneLine());
 }
 
 // ---- finding the program ------------------------------------------------------
 
-TEST_F(TheLauncher, FindsTheProgramInPath) {
+TEST_F(Launcher, FindsTheProgramInPath) {
     Start start = launching({"probe", "exit", "9"});
-    start.variables.emplace_back("PATH", "/nowhere:" + fs::path(kProbe).parent_path().string());
+    start.variables.emplace_back("PATH", "/nowhere:" + fs::path(PROBE).parent_path().string());
     EXPECT_EQ(runProgram(start).exitCode, 9);
 }
 
-TEST_F(TheLauncher, EndsAsAShellDoesWhereThereIsNoProgram) {
+TEST_F(Launcher, ReturnsTheStatusOfAShellWhenThereIsNoProgram) {
     EXPECT_EQ(launch({"no-such-program-anywhere"}).exitCode, 127);
-    EXPECT_EQ(launch({"/no/such/program"}).exitCode, 127);
     EXPECT_EQ(launch({""}).exitCode, 127);
     EXPECT_EQ(launch({directory()}).exitCode, 126);
     std::ofstream(directory() / "file") << "text";
     EXPECT_EQ(launch({directory() / "file"}).exitCode, 126);
-    const Outcome outcome = launch({"/no/such/program"});
-    EXPECT_TRUE(isOneLine(outcome.err)) << outcome.err;
+    EXPECT_THAT(launchExpecting(127, {"/no/such/program"}).err, IsOneLine());
 }
 
 // ---- instances ----------------------------------------------------------------
 
 class TwoInstances : public WithTheLauncher {
 protected:
-    std::string say(const OwnInstance& instance, std::vector<std::string> words) const {
-        words.insert(words.begin(), {"-i", instance.name(), kProbe});
+    std::string say(const OwnInstance& instance, Words words) const {
+        words.insert(words.begin(), {"-i", instance.name(), PROBE});
         return launch(words).out;
     }
 
@@ -263,41 +254,39 @@ protected:
 };
 
 TEST_F(TwoInstances, HaveMemoriesOfTheirOwn) {
-    EXPECT_EQ(launch({"-i", mOne.name(), kProbe, "put-memory", "0x7e000000", "77"}).exitCode, 0);
+    EXPECT_EQ(launch({"-i", mOne.name(), PROBE, "put-memory", "0x7e000000", "77"}).exitCode, 0);
     EXPECT_EQ(say(mOne, {"get-memory", "0x7e000000"}), "77\n");
     EXPECT_EQ(say(mOther, {"get-memory", "0x7e000000"}), "0\n");
 }
 
 TEST_F(TwoInstances, HaveObjectsOfTheirOwn) {
-    EXPECT_EQ(launch({"-i", mOne.name(), kProbe, "make-object", "ring"}).exitCode, 0);
+    EXPECT_EQ(launch({"-i", mOne.name(), PROBE, "make-object", "ring"}).exitCode, 0);
     EXPECT_EQ(say(mOne, {"find-object", "ring"}), "there\n");
     EXPECT_EQ(say(mOther, {"find-object", "ring"}), "not there\n");
 }
 
 TEST_F(TwoInstances, HaveServersOfTheirOwn) {
-    Process server(launching({"-i", mOne.name(), kProbe, "serve"}));
+    Process server(launching({"-i", mOne.name(), PROBE, "serve"}));
     ASSERT_EQ(server.readLine(), "listening");
     EXPECT_EQ(say(mOne, {"call"}), "connected\n");
     EXPECT_EQ(say(mOne, {"serve"}), "taken\n");
     EXPECT_EQ(say(mOther, {"call"}), "refused\n");
-    Process second(launching({"-i", mOther.name(), kProbe, "serve"}));
+    Process second(launching({"-i", mOther.name(), PROBE, "serve"}));
     EXPECT_EQ(second.readLine(), "listening");
     EXPECT_EQ(second.finish().exitCode, 0);
     EXPECT_EQ(server.finish().exitCode, 0);
 }
 
-TEST_F(TwoInstances, MayComeFromTheEnvironmentAndTheOption) {
-    EXPECT_EQ(launch({kProbe, "make-object", "ring"}).exitCode, 0);
+TEST_F(TwoInstances, ComeFromTheEnvironmentAndTheOption) {
+    EXPECT_EQ(launch({PROBE, "make-object", "ring"}).exitCode, 0);
     EXPECT_TRUE(fs::exists(mInstance.objectFile("ring")));
     EXPECT_EQ(say(mOne, {"find-object", "ring"}), "not there\n");
 }
 
-TEST_F(TwoInstances, AreNotMixedUpByAWrongNameInTheEnvironment) {
-    Start start = launching({kProbe, "touch", directory() / "ran"});
+TEST_F(TwoInstances, RefuseAWrongNameInTheEnvironment) {
+    Start start = launching({PROBE, "touch", directory() / "ran"});
     start.variables[0].second = "not/allowed";
-    const Outcome outcome = runProgram(start);
-    EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_TRUE(isOneLine(outcome.err)) << outcome.err;
+    EXPECT_THAT(Process(start).finishExpecting(1).err, IsOneLine());
     EXPECT_FALSE(fs::exists(directory() / "ran"));
 }
 
@@ -308,8 +297,7 @@ TEST_F(TwoInstances, AreCleanedOneByOne) {
     }
     const fs::path otherPlace = mOne.memoryFile().native() + ".63";
     std::ofstream(otherPlace) << "memory";
-    const Outcome cleaned = launch({"-i", mOne.name(), "--clean"});
-    EXPECT_EQ(cleaned.exitCode, 0);
+    const Outcome cleaned = launchExpecting(0, {"-i", mOne.name(), "--clean"});
     EXPECT_EQ(cleaned.out + cleaned.err, "");
     EXPECT_FALSE(fs::exists(mOne.memoryFile()));
     EXPECT_FALSE(fs::exists(otherPlace));
@@ -320,13 +308,11 @@ TEST_F(TwoInstances, AreCleanedOneByOne) {
 
 // ---- private instances --------------------------------------------------------
 
-class APrivateInstance : public WithTheLauncher {
+class PrivateInstance : public WithTheLauncher {
 protected:
-    // "variable: CABINAUDIO_INSTANCE=run-..." out of the program's report.
-    static std::string nameIn(const std::string& report) {
-        const std::string variable = "variable: CABINAUDIO_INSTANCE=";
-        const std::size_t begin = report.find(variable) + variable.size();
-        return report.substr(begin, report.find('\n', begin) - begin);
+    // Its name in a run of its own.
+    std::string nameOfARun() const {
+        return variableIn(launch({"--private", PROBE, "report"}).out, "CABINAUDIO_INSTANCE");
     }
 
     static bool leftIn(const fs::path& directory, const std::string& name) {
@@ -337,26 +323,23 @@ protected:
 
     // The cleaner is no child of ours: only the files tell that it is done.
     static bool isGoneInTime(const fs::path& directory, const std::string& name) {
-        for (int i = 0; i < 6000 && leftIn(directory, name); ++i) {
-            usleep(10000);
-        }
-        return !leftIn(directory, name);
+        return eventually([&] { return !leftIn(directory, name); }, std::chrono::minutes(1));
     }
 };
 
-TEST_F(APrivateInstance, IsAnotherOneInEachRun) {
-    const std::string first = nameIn(launch({"--private", kProbe, "report"}).out);
-    const std::string second = nameIn(launch({"--private", kProbe, "report"}).out);
+TEST_F(PrivateInstance, HasANewNameInEachRun) {
+    const std::string first = nameOfARun();
+    const std::string second = nameOfARun();
     EXPECT_EQ(first.rfind("run-", 0), 0U) << first;
     EXPECT_NE(first, second);
 }
 
-TEST_F(APrivateInstance, IsRemovedWithTheEndOfTheProgram) {
+TEST_F(PrivateInstance, IsRemovedWithTheEndOfTheProgram) {
     const fs::path script = directory() / "script";
-    std::ofstream(script) << "#!/bin/sh\n\"$1\" put-memory 0 1\n\"$1\" make-object ring\n"
-                             "\"$1\" check >&2\necho $CABINAUDIO_INSTANCE\nread end\n";
-    fs::permissions(script, fs::perms(0755));
-    Process program(launching({"--private", script, kProbe}));
+    writeScript(script,
+                "#!/bin/sh\n\"$1\" put-memory 0 1\n\"$1\" make-object ring\n"
+                "\"$1\" check >&2\necho $CABINAUDIO_INSTANCE\nread end\n");
+    Process program(launching({"--private", script, PROBE}));
     const std::string name = program.readLine();
     const fs::path configuration = home() / ".config" / "cabinaudio";
     EXPECT_TRUE(leftIn("/dev/shm", name)) << name;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// The library as an object that gets into foreign programs.
+// The library as an object that is loaded into other programs.
 #include "devkit/board/Board.h"
-#include "tests/board/Process.h"
+#include "tests/support/Process.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -23,15 +23,20 @@ std::string linesWith(const std::string& word, const std::string& text) {
     return found;
 }
 
-TEST(TheStandIn, SaysThatItIsHere) {
+std::string readElf(Words words) {
+    words.insert(words.begin(), BOARD_TEST_READELF);
+    words.emplace_back(BOARD_TEST_LIBRARY);
+    return Process({words}).finishExpecting(0).out;
+}
+
+TEST(StandIn, ReportsItsVersion) {
     EXPECT_EQ(cabinaudio_board_active(), board::kVersion);
     EXPECT_EQ(board::activeVersion(), board::kVersion);
 }
 
-TEST(TheStandIn, NeedsNothingButTheCLibrary) {
-    const Outcome read = runProgram({{BOARD_TEST_READELF, "-dW", BOARD_TEST_LIBRARY}});
-    ASSERT_EQ(read.exitCode, 0) << read.err;
-    std::string needed = linesWith("(NEEDED)", read.out);
+TEST(StandIn, NeedsNothingButTheCLibrary) {
+    const std::string read = readElf({"-dW"});
+    std::string needed = linesWith("(NEEDED)", read);
     ASSERT_NE(needed, "");
     for (const char* allowed : {"[libc.so.6]", "[libdl.so.2]", "[ld-linux"}) {
         const std::string line = linesWith(allowed, needed);
@@ -40,12 +45,11 @@ TEST(TheStandIn, NeedsNothingButTheCLibrary) {
         }
     }
     EXPECT_EQ(needed, "");
-    EXPECT_NE(linesWith("(SONAME)", read.out).find("[libcabinaudio-board.so]"), std::string::npos);
+    EXPECT_NE(linesWith("(SONAME)", read).find("[libcabinaudio-board.so]"), std::string::npos);
 }
 
-TEST(TheStandIn, ExportsWhatItStandsInForAndNothingElse) {
-    const Outcome read = runProgram({{BOARD_TEST_READELF, "--dyn-syms", "-W", BOARD_TEST_LIBRARY}});
-    ASSERT_EQ(read.exitCode, 0) << read.err;
+TEST(StandIn, ExportsWhatItStandsInForAndNothingElse) {
+    const std::string read = readElf({"--dyn-syms", "-W"});
     const std::string allowed[] = {"__ioctl_time64",
                                    "__open64_2",
                                    "__open_2",
@@ -68,7 +72,7 @@ TEST(TheStandIn, ExportsWhatItStandsInForAndNothingElse) {
                                    "shm_unlink"};
     std::string defined;
     for (const std::string& name : allowed) {
-        const std::string line = linesWith(" " + name + "\n", read.out);
+        const std::string line = linesWith(" " + name + "\n", read);
         EXPECT_NE(line.find(" FUNC "), std::string::npos) << name;
         EXPECT_EQ(line.find(" UND "), std::string::npos) << name;
         defined += line;
@@ -76,11 +80,11 @@ TEST(TheStandIn, ExportsWhatItStandsInForAndNothingElse) {
     const auto count = [](const std::string& text) {
         return std::count(text.begin(), text.end(), '\n');
     };
-    const std::string global = linesWith(" DEFAULT ", linesWith(" GLOBAL ", read.out));
+    const std::string global = linesWith(" DEFAULT ", linesWith(" GLOBAL ", read));
     EXPECT_EQ(count(global) - count(linesWith(" UND ", global)), count(defined)) << global;
 }
 
-TEST(TheStandIn, StandsBehindTheProgramAndBeforeTheCLibrary) {
+TEST(StandIn, PrecedesTheCLibrary) {
     Dl_info where{};
     void* libc = dlopen("libc.so.6", RTLD_NOLOAD | RTLD_LAZY);
     ASSERT_NE(dladdr(dlsym(RTLD_DEFAULT, "shm_unlink"), &where), 0);

@@ -1,30 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
-// The link that leads the loader to a library with blanks in its path, and those who would like it
-// to lead elsewhere.
+// The link for the loader to a library with blanks in its path, and other users who plant links.
 #include "tests/board/Launcher.h"
-#include "tests/support/Nobody.h"
+#include "tests/support/UserProcess.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <fstream>
 
 namespace cabinaudio::test {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kSharedPlace[] = "/dev/shm";
+constexpr char SHARED_PLACE[] = "/dev/shm";
 
-class ALinkForTheLoader : public WithTheLauncher {
+class LoaderLink : public WithTheLauncher {
 protected:
-    ALinkForTheLoader() {
+    LoaderLink() {
         fs::create_directory(mOdd);
         fs::permissions(directory(), fs::perms(0755));
         fs::copy_file(BOARD_TEST_LIBRARY, library());
     }
-    ~ALinkForTheLoader() override {
+    ~LoaderLink() override {
         fs::remove_all(mOdd);
         launch({"--clean"});  // the link leads nowhere now
         std::error_code ignored;
@@ -42,12 +40,7 @@ protected:
 
     // The path that a program finds the library under.
     fs::path link() const {
-        const std::string report = runProgram(starting({kProbe, "report"})).out;
-        const std::string variable = "variable: LD_PRELOAD=";
-        const std::size_t begin = report.find(variable);
-        if (begin == std::string::npos) return "no preload in: " + report;
-        const std::size_t value = begin + variable.size();
-        return report.substr(value, report.find('\n', value) - value);
+        return variableIn(runProgram(starting({PROBE, "report"})).out, "LD_PRELOAD");
     }
 
     // A directory that is made with another mode.
@@ -70,27 +63,26 @@ protected:
     }
 
     const fs::path mOdd = directory() / "a b";
-    std::vector<std::pair<std::string, std::string>> mVariables;
+    Variables mVariables;
     fs::path mPlanted;  // what the other user has made in a place that is not the test's own
 };
 
 // The other user's link leads to the right library while the launcher looks, and to another one
 // when the program starts a program.
-TEST_F(ALinkForTheLoader, IsNotOneThatAnotherUserHasMade) {
-    if (!asNobody([] { return access(kSharedPlace, W_OK) == 0; })) {
+TEST_F(LoaderLink, IsNotALinkOfAnotherUser) {
+    if (!asNobody([] { return access(SHARED_PLACE, W_OK) == 0; })) {
         GTEST_SKIP() << "this user cannot be another one";
     }
     const fs::path first = link();
-    if (first.parent_path() == kSharedPlace) fs::remove(first);
-    mPlanted = fs::path(kSharedPlace) / first.filename();
+    if (first.parent_path() == SHARED_PLACE) fs::remove(first);
+    mPlanted = fs::path(SHARED_PLACE) / first.filename();
     const std::string planted = mPlanted;
     const std::string other = planted + "-2";
     ASSERT_TRUE(asNobody([&] { return symlink(library().c_str(), planted.c_str()) == 0; }));
 
     const fs::path script = directory() / "script";
-    std::ofstream(script) << "#!/bin/sh\necho begun\nread end\n\"$1\" check\n";
-    fs::permissions(script, fs::perms(0755));
-    Process program(starting({script, kProbe}));
+    writeScript(script, "#!/bin/sh\necho begun\nread end\n\"$1\" check\n");
+    Process program(starting({script, PROBE}));
     ASSERT_EQ(program.readLine(), "begun");
     ASSERT_TRUE(asNobody([&] {
         return symlink(BOARD_TEST_IMPOSTOR, other.c_str()) == 0 &&
@@ -100,14 +92,14 @@ TEST_F(ALinkForTheLoader, IsNotOneThatAnotherUserHasMade) {
     EXPECT_EQ(outcome.out, "ok\n") << outcome.err;
 }
 
-TEST_F(ALinkForTheLoader, IsInADirectoryOfItsUserAlone) {
+TEST_F(LoaderLink, IsInADirectoryOfItsUserAlone) {
     const fs::path made = link();
     EXPECT_TRUE(isPrivate(made.parent_path())) << made;
     EXPECT_EQ(made.parent_path().parent_path(), directory()) << "in TMPDIR";
     EXPECT_EQ(fs::read_symlink(made), library());
 }
 
-TEST_F(ALinkForTheLoader, IsInTheRuntimeDirectory) {
+TEST_F(LoaderLink, IsInTheRuntimeDirectory) {
     const fs::path runtime = place("runtime", 0700);
     mVariables = {{"XDG_RUNTIME_DIR", runtime}};
     EXPECT_EQ(link().parent_path(), runtime);
@@ -116,7 +108,7 @@ TEST_F(ALinkForTheLoader, IsInTheRuntimeDirectory) {
     EXPECT_EQ(link().parent_path(), runtime) << "the loader is told the place itself";
 }
 
-TEST_F(ALinkForTheLoader, IsNotInARuntimeDirectoryThatOthersReach) {
+TEST_F(LoaderLink, IsNotInARuntimeDirectoryOpenToOthers) {
     for (const mode_t mode : {0755U, 0770U, 01777U}) {
         mVariables = {{"XDG_RUNTIME_DIR", place("runtime", mode)}};
         EXPECT_EQ(link().parent_path().parent_path(), directory());
@@ -129,7 +121,7 @@ TEST_F(ALinkForTheLoader, IsNotInARuntimeDirectoryThatOthersReach) {
     }
 }
 
-TEST_F(ALinkForTheLoader, IsNotBelowADirectoryThatOthersMayMove) {
+TEST_F(LoaderLink, IsNotBelowADirectoryThatOthersMayMove) {
     const fs::path shared = place("shared", 0777);
     fs::create_directory(shared / "runtime");
     fs::permissions(shared / "runtime", fs::perms(0700));
@@ -139,7 +131,7 @@ TEST_F(ALinkForTheLoader, IsNotBelowADirectoryThatOthersMayMove) {
     EXPECT_TRUE(isPrivate(made.parent_path())) << made;
 }
 
-TEST_F(ALinkForTheLoader, IsNotInADirectoryThatAnotherUserHasPrepared) {
+TEST_F(LoaderLink, IsNotInADirectoryThatAnotherUserHasPrepared) {
     const fs::path shared = place("shared", 01777);
     const std::string name = "cabinaudio-run-" + std::to_string(geteuid()) + "-";
     const std::string prepared = shared / (name + "aaaaaa");
@@ -159,12 +151,12 @@ TEST_F(ALinkForTheLoader, IsNotInADirectoryThatAnotherUserHasPrepared) {
     fs::remove_all(mOdd);
     Start cleaning = launching({"--clean"});
     cleaning.variables.emplace_back("TMPDIR", shared);
-    EXPECT_EQ(runProgram(cleaning).exitCode, 0);
+    Process(cleaning).finishExpecting(0);
     EXPECT_FALSE(fs::exists(made.parent_path()));
     EXPECT_TRUE(fs::exists(prepared)) << "not this user's";
 }
 
-TEST_F(ALinkForTheLoader, IsOneForAllRuns) {
+TEST_F(LoaderLink, IsSharedByAllRuns) {
     const fs::path made = link();
     EXPECT_EQ(link(), made);
     EXPECT_EQ(link(), made);
@@ -172,22 +164,20 @@ TEST_F(ALinkForTheLoader, IsOneForAllRuns) {
     EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
 }
 
-TEST_F(ALinkForTheLoader, HasNoBlanksInItsPathWhenTemporaryDirectoriesHave) {
+TEST_F(LoaderLink, HasNoBlanksInItsPathDespiteTemporaryDirectoriesWithBlanks) {
     mVariables = {{"TMPDIR", place("temporary files", 0700)},
                   {"XDG_RUNTIME_DIR", place("run time", 0700)}};
     const fs::path made = link();
     EXPECT_EQ(made.native().find(' '), std::string::npos) << made;
     EXPECT_TRUE(isPrivate(made.parent_path())) << made;
-    EXPECT_EQ(runProgram(starting({kProbe, "check"})).out, "ok\n");
+    EXPECT_EQ(runProgram(starting({PROBE, "check"})).out, "ok\n");
 }
 
-TEST_F(ALinkForTheLoader, IsRefusedWhenSomethingElseHasItsName) {
+TEST_F(LoaderLink, IsRefusedWhenItsNameIsTaken) {
     const fs::path made = link();
     fs::remove(made);
     fs::create_symlink(BOARD_TEST_IMPOSTOR, made);
-    const Outcome outcome = runProgram(starting({kProbe, "check"}));
-    EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_TRUE(isOneLine(outcome.err)) << outcome.err;
+    EXPECT_THAT(Process(starting({PROBE, "check"})).finishExpecting(1).err, IsOneLine());
     fs::remove(made);
 }
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Sockets, shared-memory objects and the instance's name itself.
 #include "tests/board/InProcess.h"
-#include "tests/board/Process.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -15,11 +14,11 @@
 namespace cabinaudio::test {
 namespace {
 
-constexpr socklen_t kNameOffset = offsetof(sockaddr_un, sun_path) + 1;
+constexpr socklen_t NAME_OFFSET = offsetof(sockaddr_un, sun_path) + 1;
 
 struct Address {
     explicit Address(const std::string& name)
-        : length(static_cast<socklen_t>(kNameOffset + name.size())) {
+        : length(static_cast<socklen_t>(NAME_OFFSET + name.size())) {
         record.sun_family = AF_UNIX;
         std::memcpy(record.sun_path + 1, name.data(), name.size());
     }
@@ -38,7 +37,7 @@ std::string nameOf(int socket) {
     sockaddr_un record{};
     socklen_t length = sizeof record;
     getsockname(socket, reinterpret_cast<sockaddr*>(&record), &length);
-    return length > kNameOffset ? std::string(record.sun_path + 1, length - kNameOffset) : "";
+    return length > NAME_OFFSET ? std::string(record.sun_path + 1, length - NAME_OFFSET) : "";
 }
 
 std::string boundTo(const std::string& name) {
@@ -47,14 +46,14 @@ std::string boundTo(const std::string& name) {
     return bind(server, address.get(), address.length) == 0 ? nameOf(server) : "";
 }
 
-class AServerSocket : public InAnInstance {};
+class ServerSocket : public InAnInstance {};
 
-TEST_F(AServerSocket, HasTheInstancesNameBehindItsOwn) {
+TEST_F(ServerSocket, EndsWithTheNameOfTheInstance) {
     EXPECT_EQ(boundTo("/tmp/as_internal_file"), "/tmp/as_internal_file." + mInstance.name());
     EXPECT_EQ(boundTo("/tmp/cabinaudio_control"), "/tmp/cabinaudio_control." + mInstance.name());
 }
 
-TEST_F(AServerSocket, IsFoundByAClientOfItsInstanceOnly) {
+TEST_F(ServerSocket, IsFoundByAClientOfItsInstanceOnly) {
     const Address address("/tmp/as_internal_file");
     const OpenFile server(newSocket());
     ASSERT_EQ(bind(server, address.get(), address.length), 0);
@@ -69,7 +68,7 @@ TEST_F(AServerSocket, IsFoundByAClientOfItsInstanceOnly) {
     EXPECT_EQ(bind(OpenFile(newSocket()), address.get(), address.length), 0);
 }
 
-TEST_F(AServerSocket, KeepsEveryOtherName) {
+TEST_F(ServerSocket, KeepsEveryOtherName) {
     const std::string suffix = "-" + mInstance.name();
     for (const std::string& name : {"/tmp/as_internal_file" + suffix, "x" + suffix}) {
         EXPECT_EQ(boundTo(name), name);
@@ -79,7 +78,7 @@ TEST_F(AServerSocket, KeepsEveryOtherName) {
     EXPECT_EQ(boundTo(counted), counted);
 }
 
-TEST_F(AServerSocket, KeepsPathsInTheFileSystem) {
+TEST_F(ServerSocket, KeepsPathsInTheFileSystem) {
     const TemporaryDirectory directory;
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -92,13 +91,13 @@ TEST_F(AServerSocket, KeepsPathsInTheFileSystem) {
     EXPECT_EQ(connect(OpenFile(newSocket()), plain, sizeof address), 0);
 }
 
-TEST_F(AServerSocket, LeavesANullAddressToTheKernel) {
+TEST_F(ServerSocket, PassesANullAddressToTheKernel) {
     const sockaddr* volatile nothing = nullptr;
     EXPECT_EQ(connect(OpenFile(newSocket()), nothing, 24), -1);
     EXPECT_EQ(errno, EFAULT);
 }
 
-TEST_F(AServerSocket, HasItsOwnNameInTheCommonInstance) {
+TEST_F(ServerSocket, KeepsItsNameInTheCommonInstance) {
     mVariable.set("");
     // Bound or taken by a server that is running: both show the name.
     const std::string name = boundTo("/tmp/as_internal_file");
@@ -107,12 +106,12 @@ TEST_F(AServerSocket, HasItsOwnNameInTheCommonInstance) {
 
 // ---- shared memory ------------------------------------------------------------
 
-class ASharedMemoryObject : public InAnInstance {
+class SharedMemoryObject : public InAnInstance {
 protected:
     static bool exists(const std::filesystem::path& file) { return std::filesystem::exists(file); }
 };
 
-TEST_F(ASharedMemoryObject, CarriesTheInstanceInItsName) {
+TEST_F(SharedMemoryObject, CarriesTheInstanceInItsName) {
     for (const char* name : {"ring", "/ring", "//ring"}) {
         const OpenFile object(shm_open(name, O_RDWR | O_CREAT | O_EXCL, 0600));
         EXPECT_GE(object, 0) << name;
@@ -122,7 +121,7 @@ TEST_F(ASharedMemoryObject, CarriesTheInstanceInItsName) {
     }
 }
 
-TEST_F(ASharedMemoryObject, IsNotSeenByAnotherInstance) {
+TEST_F(SharedMemoryObject, IsNotSeenByAnotherInstance) {
     const OpenFile object(shm_open("ring", O_RDWR | O_CREAT, 0600));
     ASSERT_GE(object, 0);
     const OwnInstance other;
@@ -134,7 +133,7 @@ TEST_F(ASharedMemoryObject, IsNotSeenByAnotherInstance) {
     EXPECT_TRUE(exists(mInstance.objectFile("ring")));
 }
 
-TEST_F(ASharedMemoryObject, MayHaveTheLongestNameAndNoLonger) {
+TEST_F(SharedMemoryObject, AcceptsTheLongestNameOnly) {
     const std::size_t prefix = ("cabinaudio." + mInstance.name() + ".").size();
     const std::string longest(255 - prefix, 'n');
     const OpenFile object(shm_open(longest.c_str(), O_RDWR | O_CREAT, 0600));
@@ -146,14 +145,14 @@ TEST_F(ASharedMemoryObject, MayHaveTheLongestNameAndNoLonger) {
     EXPECT_EQ(errno, ENAMETOOLONG);
 }
 
-TEST_F(ASharedMemoryObject, WithoutANameIsRefusedByTheCLibrary) {
+TEST_F(SharedMemoryObject, WithoutANameIsRefusedByTheCLibrary) {
     EXPECT_EQ(shm_open("/", O_RDWR | O_CREAT, 0600), -1);
     EXPECT_EQ(errno, EINVAL);
     EXPECT_EQ(shm_open("a/b", O_RDWR | O_CREAT, 0600), -1);
     EXPECT_EQ(errno, EINVAL);
 }
 
-TEST_F(ASharedMemoryObject, HasItsOwnNameInTheCommonInstance) {
+TEST_F(SharedMemoryObject, KeepsItsNameInTheCommonInstance) {
     mVariable.set("");
     const std::string name = "cabinaudio." + mInstance.name() + ".plain";
     const OpenFile object(shm_open(name.c_str(), O_RDWR | O_CREAT, 0600));
@@ -164,15 +163,15 @@ TEST_F(ASharedMemoryObject, HasItsOwnNameInTheCommonInstance) {
 
 // ---- the name itself ----------------------------------------------------------
 
-class AnInstanceName : public InAnInstance {};
+class InstanceName : public InAnInstance {};
 
-TEST_F(AnInstanceName, IsToldToTheProgram) {
+TEST_F(InstanceName, IsReportedToTheProgram) {
     EXPECT_EQ(cabinaudio_board_instance(), mInstance.name());
     mVariable.set("");
     EXPECT_STREQ(cabinaudio_board_instance(), "");
 }
 
-TEST_F(AnInstanceName, IsMadeOfFewCharactersAndNotLong) {
+TEST_F(InstanceName, AcceptsFewCharactersAndA32ByteLimit) {
     for (const std::string& name : {std::string("a"), std::string(32, 'Z'), std::string("a_B-9")}) {
         mVariable.set(name);
         EXPECT_EQ(cabinaudio_board_instance(), name);
@@ -186,7 +185,7 @@ TEST_F(AnInstanceName, IsMadeOfFewCharactersAndNotLong) {
 }
 
 // In a child, because the line on stderr comes once in a process.
-TEST_F(AnInstanceName, ThatIsNotAllowedSharesNothingAndIsSaidOnce) {
+TEST_F(InstanceName, SharesNothingAndWarnsOnceWhenInvalid) {
     mVariable.set("not/allowed");
     const std::string said = inForkedChild([] {
         int ends[2];

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// That the stand-in gets into programs of every kind, and that nothing runs without it.
+// The stand-in is loaded into programs of every kind, and no program runs without it.
 #include "tests/board/Launcher.h"
+#include "tests/support/UserProcess.h"
 
 #include <elf.h>
 #include <grp.h>
@@ -19,6 +20,8 @@ namespace cabinaudio::test {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
 
 // ---- programs of every kind ---------------------------------------------------
 
@@ -32,9 +35,9 @@ void PrintTo(const Kind& kind, std::ostream* out) {
     *out << kind.name;
 }
 
-class AProgram : public WithTheLauncher, public ::testing::WithParamInterface<Kind> {
+class Program : public WithTheLauncher, public ::testing::WithParamInterface<Kind> {
 protected:
-    Start start(std::vector<std::string> words) const {
+    Start start(Words words) const {
         words.insert(words.begin(), GetParam().program);
         Start started = launching(words);
         started.variables.emplace_back("CABINAUDIO_ARMHF_BOARD_LIB", GetParam().library);
@@ -44,31 +47,30 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(BuiltAs, AProgram,
+INSTANTIATE_TEST_SUITE_P(BuiltAs, Program,
                          ::testing::ValuesIn(std::vector<Kind>{{"Plain", BOARD_TEST_PROBE, ""},
                                                                BOARD_TEST_KINDS}),
                          [](const auto& kind) { return std::string(kind.param.name); });
 
-TEST_P(AProgram, FindsTheWholeBoardUnderTheLauncher) {
-    const Outcome outcome = runProgram(start({"check"}));
+TEST_P(Program, FindsTheWholeBoardUnderTheLauncher) {
+    const Outcome outcome = Process(start({"check"})).finishExpecting(0);
     EXPECT_EQ(outcome.out, "ok\n");
     EXPECT_EQ(outcome.err, "");
-    EXPECT_EQ(outcome.exitCode, 0);
 }
 
-TEST_P(AProgram, KeepsItsExitStatusAndItsSignals) {
+TEST_P(Program, KeepsItsExitStatusAndItsSignals) {
     EXPECT_EQ(runProgram(start({"exit", "17"})).exitCode, 17);
     EXPECT_EQ(runProgram(start({"raise", std::to_string(SIGTERM)})).signal, SIGTERM);
 }
 
-TEST_P(AProgram, KeepsItsArgumentsAndItsName) {
+TEST_P(Program, KeepsItsArgumentsAndItsName) {
     EXPECT_EQ(runProgram(start({"words", "a b", "$c", ",:"})).out, "[a b]\n[$c]\n[,:]\n");
     const std::string report = runProgram(start({"report"})).out;
     EXPECT_NE(report.find("name: " + std::string(GetParam().program) + "\n"), std::string::npos);
     EXPECT_EQ(report.find("CABINAUDIO_HANDSHAKE"), std::string::npos) << report;
 }
 
-TEST_P(AProgram, IsReachedThroughAPathThatTheLoaderWouldMisread) {
+TEST_P(Program, RunsWithLibraryPathsThatTheLoaderWouldMisread) {
     const fs::path odd = directory() / "a b:$LIB,c";
     fs::create_directory(odd);
     const char* library = GetParam().library;
@@ -88,57 +90,52 @@ TEST_P(AProgram, IsReachedThroughAPathThatTheLoaderWouldMisread) {
     }));
 }
 
-class ALinkedProgram : public AProgram {};
+class LinkedProgram : public Program {};
 
-INSTANTIATE_TEST_SUITE_P(BuiltAs, ALinkedProgram,
+INSTANTIATE_TEST_SUITE_P(BuiltAs, LinkedProgram,
                          ::testing::ValuesIn(std::vector<Kind>{
                              {"Plain", BOARD_TEST_LINKED_PROBE, ""}, BOARD_TEST_LINKED_KINDS}),
                          [](const auto& kind) { return std::string(kind.param.name); });
 
-TEST_P(ALinkedProgram, FindsTheWholeBoardWithoutTheLauncher) {
+TEST_P(LinkedProgram, FindsTheWholeBoardWithoutTheLauncher) {
     Start started = start({"check"});
     started.words.erase(started.words.begin());
-    const Outcome outcome = runProgram(started);
-    EXPECT_EQ(outcome.out, "ok\n") << outcome.err;
-    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(Process(started).finishExpecting(0).out, "ok\n");
 }
 
-TEST_P(ALinkedProgram, RunsUnderTheLauncherAsWell) {
+TEST_P(LinkedProgram, RunsUnderTheLauncherAsWell) {
     const Outcome outcome = runProgram(start({"check"}));
     EXPECT_EQ(outcome.out, "ok\n") << outcome.err;
 }
 
 // ---- what else is preloaded ---------------------------------------------------
 
-class ThePreloads : public WithTheLauncher {
+class Preloads : public WithTheLauncher {
 protected:
     std::string valueAfter(const std::string& before) const {
-        Start start = launching({kProbe, "report"});
+        Start start = launching({PROBE, "report"});
         start.variables.emplace_back("LD_PRELOAD", before);
-        const std::string report = runProgram(start).out;
-        const std::string variable = "variable: LD_PRELOAD=";
-        const std::size_t begin = report.find(variable) + variable.size();
-        return report.substr(begin, report.find('\n', begin) - begin);
+        return variableIn(runProgram(start).out, "LD_PRELOAD");
     }
 };
 
-TEST_F(ThePreloads, OfTheUserComeFirst) {
+TEST_F(Preloads, OfTheUserComeFirst) {
     EXPECT_EQ(valueAfter(""), BOARD_TEST_LIBRARY);
     EXPECT_EQ(valueAfter(BOARD_TEST_OTHER_PRELOAD),
               std::string(BOARD_TEST_OTHER_PRELOAD) + ":" + BOARD_TEST_LIBRARY);
 }
 
-TEST_F(ThePreloads, HoldTheStandInOnce) {
+TEST_F(Preloads, ContainTheStandInOnce) {
     const fs::path copies = copyOfAll("copy");
     EXPECT_EQ(valueAfter((copies / "libcabinaudio-board.so").string() + " " + BOARD_TEST_LIBRARY),
               BOARD_TEST_LIBRARY);
-    const Outcome nested = launch({mLauncher, kProbe, "check"});
+    const Outcome nested = launch({mLauncher, PROBE, "check"});
     EXPECT_EQ(nested.out, "ok\n") << nested.err;
 }
 
 // ---- where the library lies ---------------------------------------------------
 
-class ALauncherInATree : public WithTheLauncher {
+class LauncherInTree : public WithTheLauncher {
 protected:
     // A launcher in `bin` and a library in another directory of the same tree.
     Outcome checkIn(const std::string& bin, const std::string& lib, const std::string& library,
@@ -156,25 +153,25 @@ protected:
     int mTrees = 0;
 };
 
-TEST_F(ALauncherInATree, FindsTheLibraryWhereItIsInstalled) {
+TEST_F(LauncherInTree, FindsTheLibraryWhereItIsInstalled) {
     for (const char* lib : {"usr/lib/cabinaudio", "usr/lib"}) {
-        const Outcome outcome = checkIn("usr/bin", lib, BOARD_TEST_LIBRARY, kProbe);
+        const Outcome outcome = checkIn("usr/bin", lib, BOARD_TEST_LIBRARY, PROBE);
         EXPECT_EQ(outcome.out, "ok\n") << lib << outcome.err;
     }
 }
 
-TEST_F(ALauncherInATree, FindsTheLibraryInADirectoryOfItsMachine) {
+TEST_F(LauncherInTree, FindsTheLibraryInADirectoryOfItsMachine) {
     if (*BOARD_TEST_TRIPLET == '\0') {
         GTEST_SKIP() << "this system has one directory for all machines";
     }
     const std::string lib = "usr/lib/" BOARD_TEST_TRIPLET;
     for (const std::string& directory : {lib, lib + "/cabinaudio"}) {
-        const Outcome outcome = checkIn("usr/bin", directory, BOARD_TEST_LIBRARY, kProbe);
+        const Outcome outcome = checkIn("usr/bin", directory, BOARD_TEST_LIBRARY, PROBE);
         EXPECT_EQ(outcome.out, "ok\n") << directory << outcome.err;
     }
 }
 
-TEST_F(ALauncherInATree, FindsTheLibraryForThe32BitArmInTheNeighbouringBuild) {
+TEST_F(LauncherInTree, FindsTheLibraryForThe32BitArmInTheNeighbouringBuild) {
     if (*BOARD_TEST_ARM_PROBE == '\0') {
         GTEST_SKIP() << "no compiler for it, or no emulator";
     }
@@ -185,12 +182,12 @@ TEST_F(ALauncherInATree, FindsTheLibraryForThe32BitArmInTheNeighbouringBuild) {
 
 // ---- refusals -----------------------------------------------------------------
 
-class ALauncherThatCannotPreload : public WithTheLauncher {
+class LauncherPreload : public WithTheLauncher {
 protected:
     fs::path trace() const { return directory() / "work" / "trace"; }
 
     // Runs the program so that it would leave a trace, if it ran.
-    Outcome tryToRun(const std::string& program, std::vector<std::string> options = {}) {
+    Outcome tryToRun(const std::string& program, Words options = {}) {
         fs::create_directory(trace().parent_path());
         chmod(trace().parent_path().c_str(), 0777);
         options.insert(options.end(), {program, "touch", trace()});
@@ -203,90 +200,80 @@ protected:
     void expectRefused(const Outcome& outcome, const std::string& reason) const {
         EXPECT_EQ(outcome.exitCode, 1);
         EXPECT_EQ(outcome.signal, 0);
-        EXPECT_TRUE(isOneLine(outcome.err)) << outcome.err;
-        EXPECT_NE(outcome.err.find(reason), std::string::npos) << outcome.err;
+        EXPECT_THAT(outcome.err, AllOf(IsOneLine(), HasSubstr(reason)));
         EXPECT_EQ(outcome.out, "");
         EXPECT_FALSE(fs::exists(trace()));
     }
 
-    std::vector<std::pair<std::string, std::string>> mMoreVariables;
+    Variables mMoreVariables;
     std::function<void()> mInChild;
 };
 
-TEST_F(ALauncherThatCannotPreload, LeavesATraceWhenItCanForOnce) {
-    EXPECT_EQ(tryToRun(kProbe).exitCode, 0);
+TEST_F(LauncherPreload, RunsTheProgramWhenItWorks) {
+    EXPECT_EQ(tryToRun(PROBE).exitCode, 0);
     EXPECT_TRUE(fs::exists(trace()));
 }
 
-TEST_F(ALauncherThatCannotPreload, RefusesStaticPrograms) {
+TEST_F(LauncherPreload, RefusesStaticPrograms) {
     expectRefused(tryToRun(BOARD_TEST_STATIC_PROBE), "static");
     expectRefused(tryToRun(BOARD_TEST_STATIC_PIE_PROBE), "static");
 }
 
-TEST_F(ALauncherThatCannotPreload, RefusesWithoutItsLibrary) {
+TEST_F(LauncherPreload, RefusesWithoutItsLibrary) {
     const fs::path alone = directory() / "alone";
     fs::create_directory(alone);
     fs::copy_file(mLauncher, alone / "cabinaudio-run");
     mLauncher = alone / "cabinaudio-run";
-    expectRefused(tryToRun(kProbe), "no libcabinaudio-board.so");
-    expectRefused(tryToRun(kProbe, {"--board-lib", alone / "nothing.so"}), "cannot read");
+    expectRefused(tryToRun(PROBE), "no libcabinaudio-board.so");
+    expectRefused(tryToRun(PROBE, {"--board-lib", alone / "nothing.so"}), "cannot read");
 }
 
-TEST_F(ALauncherThatCannotPreload, RefusesALibraryThatIsAnother) {
-    expectRefused(tryToRun(kProbe, {"--board-lib", BOARD_TEST_OTHER_PRELOAD}), "is not a");
+TEST_F(LauncherPreload, RefusesAnotherLibrary) {
+    expectRefused(tryToRun(PROBE, {"--board-lib", BOARD_TEST_OTHER_PRELOAD}), "is not a");
     const fs::path text = directory() / "libcabinaudio-board.so";
     std::ofstream(text) << "text";
-    expectRefused(tryToRun(kProbe, {"--board-lib", text}), "is not a");
+    expectRefused(tryToRun(PROBE, {"--board-lib", text}), "is not a");
 }
 
-// The library with another machine in its header.
-fs::path foreignLibrary(const fs::path& directory) {
-    fs::path foreign = directory / "libcabinaudio-board.so";
-    fs::copy_file(BOARD_TEST_LIBRARY, foreign);
-    std::fstream file(foreign, std::ios::in | std::ios::out | std::ios::binary);
+// A copy of a library or program with another machine in its header.
+fs::path foreign(const fs::path& original, fs::path copy) {
+    fs::copy_file(original, copy);
+    std::fstream file(copy, std::ios::in | std::ios::out | std::ios::binary);
     file.seekp(offsetof(Elf64_Ehdr, e_machine));
     const Elf64_Half machine = EM_S390;
     file.write(reinterpret_cast<const char*>(&machine), sizeof machine);
-    return foreign;
+    return copy;
 }
 
-TEST_F(ALauncherThatCannotPreload, RefusesALibraryForAnotherMachine) {
-    const fs::path foreign = foreignLibrary(directory());
-    expectRefused(tryToRun(kProbe, {"--board-lib", foreign}), "is for");
+TEST_F(LauncherPreload, RefusesALibraryForAnotherMachine) {
+    const fs::path library = foreign(BOARD_TEST_LIBRARY, directory() / "libcabinaudio-board.so");
+    expectRefused(tryToRun(PROBE, {"--board-lib", library}), "is for");
 }
 
-TEST_F(ALauncherThatCannotPreload, RefusesAProgramForAnotherMachine) {
-    const fs::path program = directory() / "program";
-    fs::copy_file(kProbe, program);
-    std::fstream file(program, std::ios::in | std::ios::out | std::ios::binary);
-    file.seekp(offsetof(Elf64_Ehdr, e_machine));
-    const Elf64_Half machine = EM_S390;
-    file.write(reinterpret_cast<const char*>(&machine), sizeof machine);
-    file.close();
-    expectRefused(tryToRun(program), "does not run on this machine");
+TEST_F(LauncherPreload, RefusesAProgramForAnotherMachine) {
+    expectRefused(tryToRun(foreign(PROBE, directory() / "program")),
+                  "does not run on this machine");
 }
 
-TEST_F(ALauncherThatCannotPreload, PassesOverALibraryThatDoesNotFitInItsSearch) {
-    mMoreVariables = {{"CABINAUDIO_BOARD_LIB", foreignLibrary(directory())}};
-    EXPECT_EQ(tryToRun(kProbe).exitCode, 0);
+TEST_F(LauncherPreload, SkipsALibraryForAnotherMachineInItsSearch) {
+    mMoreVariables = {{"CABINAUDIO_BOARD_LIB",
+                       foreign(BOARD_TEST_LIBRARY, directory() / "libcabinaudio-board.so")}};
+    EXPECT_EQ(tryToRun(PROBE).exitCode, 0);
     EXPECT_TRUE(fs::exists(trace()));
 }
 
-TEST_F(ALauncherThatCannotPreload, SaysWhichLibraryTheProgramMisses) {
+TEST_F(LauncherPreload, NamesTheLibraryThatTheProgramMisses) {
     const fs::path program = directory() / "program";
     fs::copy_file(BOARD_TEST_NEEDY_PROBE, program);
     const Outcome outcome = tryToRun(program);
     EXPECT_EQ(outcome.exitCode, 127);
-    EXPECT_TRUE(isOneLine(outcome.err)) << outcome.err;
-    EXPECT_NE(outcome.err.find("libcabinaudio-board-missing.so"), std::string::npos) << outcome.err;
+    EXPECT_THAT(outcome.err, AllOf(IsOneLine(), HasSubstr("libcabinaudio-board-missing.so")));
 }
 
 // ---- programs with more rights than their caller ------------------------------
 
-constexpr uid_t kNobody = 65534;
-
 void becomeNobody() {
-    if (setgroups(0, nullptr) != 0 || setgid(kNobody) != 0 || setuid(kNobody) != 0) {
+    if (setgroups(0, nullptr) != 0 || setgid(NOBODY) != 0 || setuid(NOBODY) != 0) {
         _exit(97);
     }
 }
@@ -297,7 +284,7 @@ bool rightsAreIgnoredHere(const fs::path& directory) {
            prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 1;
 }
 
-class AProgramWithRights : public ALauncherThatCannotPreload {
+class ProgramWithRights : public LauncherPreload {
 protected:
     void SetUp() override {
         if (rightsAreIgnoredHere(directory())) {
@@ -313,7 +300,7 @@ protected:
     fs::path mCopies;  // set for root only, who can give rights
 };
 
-TEST_F(AProgramWithRights, OfItsOwnerIsRefused) {
+TEST_F(ProgramWithRights, SetUserIdIsRefused) {
     std::string program = "/usr/bin/passwd";
     if (geteuid() == 0) {
         program = mCopies / "probe";
@@ -324,7 +311,7 @@ TEST_F(AProgramWithRights, OfItsOwnerIsRefused) {
     expectRefused(tryToRun(program), "set-user-id");
 }
 
-TEST_F(AProgramWithRights, OfAFileCapabilityIsRefused) {
+TEST_F(ProgramWithRights, FileCapabilityIsRefused) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root can give a file a capability";
     }
@@ -341,28 +328,26 @@ TEST_F(AProgramWithRights, OfAFileCapabilityIsRefused) {
     EXPECT_TRUE(fs::exists(trace()));
 }
 
-TEST_F(AProgramWithRights, IsStartedOnceItHasNoneForTheSameUser) {
-    const std::string program = geteuid() == 0 ? (mCopies / "probe").string() : kProbe;
+TEST_F(ProgramWithRights, RunsWithoutExtraRights) {
+    const std::string program = geteuid() == 0 ? (mCopies / "probe").string() : PROBE;
     EXPECT_EQ(tryToRun(program).exitCode, 0);
     EXPECT_TRUE(fs::exists(trace()));
 }
 
 // ---- a preload that the dry run promised and the run did not keep --------------
 
-class ALibraryThatDoesNotAnswer : public WithTheLauncher {};
+class LibraryThatDoesNotAnswer : public WithTheLauncher {};
 
-TEST_F(ALibraryThatDoesNotAnswer, EndsTheProgramInTime) {
+TEST_F(LibraryThatDoesNotAnswer, EndsTheProgramInTime) {
     const Outcome outcome =
-        launch({"--board-lib", BOARD_TEST_IMPOSTOR, "--timeout", "1", kProbe, "pause"});
+        launch({"--board-lib", BOARD_TEST_IMPOSTOR, "--timeout", "1", PROBE, "pause"});
     EXPECT_EQ(outcome.signal, SIGKILL);
-    EXPECT_TRUE(isOneLine(outcome.err)) << outcome.err;
-    EXPECT_NE(outcome.err.find("did not answer within 1 s"), std::string::npos) << outcome.err;
+    EXPECT_THAT(outcome.err, AllOf(IsOneLine(), HasSubstr("did not answer within 1 s")));
 }
 
-TEST_F(ALibraryThatDoesNotAnswer, IsComplainedOfEvenIfTheProgramWasFaster) {
-    const Outcome outcome = launch({"--board-lib", BOARD_TEST_IMPOSTOR, kProbe, "exit", "0"});
-    EXPECT_TRUE(isOneLine(outcome.err)) << outcome.err;
-    EXPECT_NE(outcome.err.find("did not answer"), std::string::npos) << outcome.err;
+TEST_F(LibraryThatDoesNotAnswer, IsReportedEvenAfterAShortProgram) {
+    const Outcome outcome = launch({"--board-lib", BOARD_TEST_IMPOSTOR, PROBE, "exit", "0"});
+    EXPECT_THAT(outcome.err, AllOf(IsOneLine(), HasSubstr("did not answer")));
 }
 
 }  // namespace

@@ -1,29 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/board/Surroundings.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
-#include <stdexcept>
 
 namespace cabinaudio::test {
 
 namespace fs = std::filesystem;
-
-TemporaryDirectory::TemporaryDirectory() {
-    std::string path = fs::temp_directory_path() / "cabinaudio-board-XXXXXX";
-    if (mkdtemp(path.data()) == nullptr || chmod(path.c_str(), 0755) != 0) {
-        throw std::runtime_error("no temporary directory");
-    }
-    mPath = path;
-}
-
-TemporaryDirectory::~TemporaryDirectory() {
-    std::error_code ignored;
-    fs::remove_all(mPath, ignored);
-}
 
 Variable::Variable(const char* name, const std::string& value) : mName(name) {
     const char* old = std::getenv(name);

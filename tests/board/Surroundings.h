@@ -6,20 +6,6 @@
 
 namespace cabinaudio::test {
 
-/// A directory of its own that goes with the object. Other users may look into it.
-class TemporaryDirectory {
-public:
-    TemporaryDirectory();
-    ~TemporaryDirectory();
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-
-    const std::filesystem::path& path() const { return mPath; }
-
-private:
-    std::filesystem::path mPath;
-};
-
 /// An environment variable that gets its old value back. "" removes it.
 class Variable {
 public:

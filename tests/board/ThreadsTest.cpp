@@ -1,37 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/board/Process.h"
+#include "tests/board/InProcess.h"
+#include "tests/support/RealTimeRight.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <sched.h>
-#include <sys/resource.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
-#include <cstdint>
 #include <limits>
 #include <string>
 
 namespace cabinaudio::test {
 namespace {
 
-constexpr std::size_t kStack = 1 << 20;
-constexpr std::size_t kGuard = 64 << 10;
-
-// So that it holds for root and on machines that allow everybody real time.
-void giveRealTimeUp() {
-    const rlimit none{0, 0};
-    setrlimit(RLIMIT_RTPRIO, &none);
-    struct {
-        std::uint32_t version = 0x20080522;  // 64 capabilities
-        int pid = 0;
-    } header;
-    std::uint32_t noCapabilities[6] = {};
-    syscall(SYS_capset, &header, noCapabilities);
-}
+constexpr std::size_t STACK = 1 << 20;
+constexpr std::size_t GUARD = 64 << 10;
 
 class RealTime {
 public:
@@ -90,18 +76,18 @@ std::string describe(const Seen& seen) {
            std::to_string(seen.detached) + (seen.blocksUsr1 ? " blocks" : " open");
 }
 
-TEST(ARealTimeThread, IsRefusedByTheCLibraryWithoutTheRight) {
+TEST(RealTimeThread, IsRefusedByTheCLibraryWithoutThePermission) {
     const std::string status = inForkedChild([] {
-        giveRealTimeUp();
+        giveUpRealTime();
         pthread_t thread;
         return std::to_string(createByTheCLibrary(&thread, RealTime().get()));
     });
     EXPECT_EQ(status, std::to_string(EPERM));
 }
 
-TEST(ARealTimeThread, StartsWithOrdinarySchedulingWhereItIsRefused) {
+TEST(RealTimeThread, StartsWithOrdinarySchedulingWhereItIsRefused) {
     const std::string seen = inForkedChild([] {
-        giveRealTimeUp();
+        giveUpRealTime();
         Seen looked;
         pthread_t thread;
         const int status = pthread_create(&thread, RealTime().get(), lookAtThisThread, &looked);
@@ -115,12 +101,12 @@ TEST(ARealTimeThread, StartsWithOrdinarySchedulingWhereItIsRefused) {
 }
 
 // The stack is compared as "at least": sanitizers enlarge it for themselves.
-TEST(ARealTimeThread, KeepsItsOtherAttributesWhereItIsRefused) {
+TEST(RealTimeThread, KeepsItsOtherAttributesWhereItIsRefused) {
     const std::string seen = inForkedChild([] {
-        giveRealTimeUp();
+        giveUpRealTime();
         RealTime attributes;
-        pthread_attr_setstacksize(attributes.get(), kStack);
-        pthread_attr_setguardsize(attributes.get(), kGuard);
+        pthread_attr_setstacksize(attributes.get(), STACK);
+        pthread_attr_setguardsize(attributes.get(), GUARD);
         sigset_t usr1;
         sigemptyset(&usr1);
         sigaddset(&usr1, SIGUSR1);
@@ -129,15 +115,15 @@ TEST(ARealTimeThread, KeepsItsOtherAttributesWhereItIsRefused) {
         pthread_t thread;
         pthread_create(&thread, attributes.get(), lookAtThisThread, &looked);
         pthread_join(thread, nullptr);
-        looked.stack = looked.stack >= kStack && looked.stack < 4 * kStack ? kStack : looked.stack;
+        looked.stack = looked.stack >= STACK && looked.stack < 4 * STACK ? STACK : looked.stack;
         return describe(looked);
     });
     EXPECT_EQ(seen, "policy 0 stack 1024K guard 64K detached 0 blocks");
 }
 
-TEST(ARealTimeThread, MayBeDetachedWhereItIsRefused) {
+TEST(RealTimeThread, MayBeDetachedWhereItIsRefused) {
     const std::string result = inForkedChild([] {
-        giveRealTimeUp();
+        giveUpRealTime();
         RealTime attributes;
         pthread_attr_setdetachstate(attributes.get(), PTHREAD_CREATE_DETACHED);
         int ends[2];
@@ -162,7 +148,7 @@ TEST(ARealTimeThread, MayBeDetachedWhereItIsRefused) {
     EXPECT_EQ(result, "d");
 }
 
-TEST(AThread, StartsAsAlwaysWithoutAttributes) {
+TEST(Thread, StartsUnchangedWithoutAttributes) {
     Seen looked;
     pthread_t thread;
     ASSERT_EQ(pthread_create(&thread, nullptr, lookAtThisThread, &looked), 0);
@@ -170,7 +156,7 @@ TEST(AThread, StartsAsAlwaysWithoutAttributes) {
     EXPECT_EQ(looked.policy, sched_getscheduler(0));
 }
 
-TEST(AThread, KeepsTheErrorsThatAreNotAboutRealTime) {
+TEST(Thread, ReportsErrorsUnrelatedToRealTime) {
     constexpr std::size_t tooMuch = std::numeric_limits<std::size_t>::max() / 8 * 7;
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // That a leak fails a test, in the surroundings that the tests run in.
-#include "tests/server/TemporaryDirectory.h"
+#include "tests/support/Files.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

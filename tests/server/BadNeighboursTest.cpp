@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Many clients at once that want too much, take nothing, or talk nonsense: whoever plays meanwhile
-// is heard without a gap.
+// Many clients at once that send too many requests, read no replies, or send invalid data: a client
+// that plays meanwhile has no gap.
 #include <cabinaudio/foundation/AudioStatus.h>
 
 #include "tests/server/Playing.h"
@@ -36,7 +36,7 @@ std::chrono::milliseconds since(Clock::time_point begin) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin);
 }
 
-/// How long this machine lets nobody run: a test of the server's punctuality is none of its.
+/// The longest time for which this machine ran no thread: such pauses are not the server's fault.
 class MachineWatch {
 public:
     ~MachineWatch() {
@@ -61,7 +61,7 @@ private:
     std::thread mThread{[this] { run(); }};
 };
 
-/// Does one bad thing after the other until the end.
+/// Repeats bad actions in threads of their own until the end.
 class Rage {
 public:
     void add(std::function<void()> deed) {
@@ -71,7 +71,7 @@ public:
                     deed();
                     ++mDeeds;
                 } catch (const std::runtime_error&) {
-                    // The server has had enough of this client, or of clients.
+                    // The server has refused or disconnected this client.
                     std::this_thread::sleep_for(1ms);
                 }
             }
@@ -145,7 +145,7 @@ void playNothing() {
     (void)client.status(wire::StreamFunction::Start);
 }
 
-TEST(AGoodClient, IsHeardWithoutAGapWhileBadOnesRage) {
+TEST(GoodClient, PlaysWithoutAGapAmongManyBadClients) {
     const MachineWatch machine;
     // A second of sound in the ring: the client may be late, the server may not.
     RecordingServer recording({"--ring-periods", "64"});
@@ -194,7 +194,7 @@ TEST(AGoodClient, IsHeardWithoutAGapWhileBadOnesRage) {
                 rage.deeds(), static_cast<long long>(lasted.count()),
                 output.at("late_periods").get<int>(),
                 static_cast<long long>(machine.longestPause().count()));
-    if (machine.longestPause() > 100ms) return;  // whose gap would it be?
+    if (machine.longestPause() > 100ms) return;  // a gap may be the machine's
     EXPECT_EQ(recording.stream("music").at("underruns"), 0);
     EXPECT_EQ(recording.stream("music").at("segments").size(), 1U);
 }
@@ -214,7 +214,7 @@ private:
     rlimit mBefore = {};
 };
 
-TEST(AUser, HasRoomForTheStreamsOfAllClientsThatAreLetIn) {
+TEST(UserQuota, LeavesDescriptorsForTheStreamsOfAllAdmittedClients) {
     // The limit cannot be raised again, so it is this process's from here on.
     const FewDescriptors few(200);
     ASSERT_TRUE(few.isSet);

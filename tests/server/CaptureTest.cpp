@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What capture streams record from the server's inputs.
+// Capture streams and the inputs of the server.
 #include <cabinaudio/foundation/AudioStatus.h>
 
 #include "tests/server/RawRecorder.h"
 #include "tests/server/Sound.h"
-#include "tests/server/TemporaryDirectory.h"
+#include "tests/support/Files.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
 
@@ -42,9 +42,9 @@ double amplitudeOf(double frequency, unsigned rate, const std::vector<std::int16
     return test::amplitudeOf(frequency, rate, wave.data(), wave.size());
 }
 
-class ACaptureStream : public ::testing::TestWithParam<AudioTagType> {};
+class CaptureStream : public ::testing::TestWithParam<AudioTagType> {};
 
-TEST_P(ACaptureStream, IsToldTheSizesOfItsRingAndPeriod) {
+TEST_P(CaptureStream, CreationReportsTheSizesOfRingAndPeriod) {
     const RealServer server;
     RawRecorder recorder("voice", GetParam(), pcm(16000, 1, 16));
     EXPECT_EQ(recorder.creation().status, AUDIO_NO_ERROR);
@@ -57,32 +57,28 @@ TEST_P(ACaptureStream, IsToldTheSizesOfItsRingAndPeriod) {
     EXPECT_FALSE(recorder.client().hasNotification(0)) << "nothing is announced";
 }
 
-TEST_P(ACaptureStream, RecordsAToneWhenNothingElseIsChosen) {
+TEST_P(CaptureStream, RecordsAToneByDefault) {
     const RealServer server;
     RawRecorder recorder("voice", GetParam(), pcm(16000, 1, 16));
     ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);
     EXPECT_NEAR(amplitudeOf(440, 16000, recorder.readSamples(4000)), 0.5, 0.001);
 }
 
-INSTANTIATE_TEST_SUITE_P(Tags, ACaptureStream,
+INSTANTIATE_TEST_SUITE_P(Tags, CaptureStream,
                          ::testing::Values(AUDIO_TAG_INPUT0, AUDIO_TAG_INPUT1, AUDIO_TAG_INPUT2,
                                            AUDIO_TAG_INPUT_FRONT_FEEDBACK));
 
-TEST(AnInputFile, IsRecordedToTheLastSampleAgainAndAgain) {
-    const TemporaryDirectory directory;
+TEST(InputFile, IsRepeatedWithoutLosingASample) {
     const auto samples = noise16(1000);
-    writeWav(directory.file("in.wav"), 16000, 1, samples);
-    const RealServer server({"--output", "null", "--input", directory.file("in.wav")});
+    const InputServer server(16000, 1, samples);
     RawRecorder recorder("voice", AUDIO_TAG_INPUT0, pcm(16000, 1, 16));
     ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);
     EXPECT_EQ(recorder.readSamples(3500), looped(samples, 3500));
 }
 
-TEST(AnInputFile, IsRecordedFromItsBeginningAfterEveryStart) {
-    const TemporaryDirectory directory;
+TEST(InputFile, StartsAnewWithEveryStart) {
     const auto samples = noise16(100000);
-    writeWav(directory.file("in.wav"), 16000, 1, samples);
-    const RealServer server({"--output", "null", "--input", directory.file("in.wav")});
+    const InputServer server(16000, 1, samples);
     RawRecorder recorder("voice", AUDIO_TAG_INPUT0, pcm(16000, 1, 16));
     for (int round = 0; round < 3; ++round) {
         ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);
@@ -95,21 +91,17 @@ TEST(AnInputFile, IsRecordedFromItsBeginningAfterEveryStart) {
     EXPECT_EQ(other.readSamples(600), looped(samples, 600)) << "each has an input of its own";
 }
 
-TEST(AnInputFile, OfAnotherRateAndMoreChannelsIsConverted) {
-    const TemporaryDirectory directory;
-    writeWav(directory.file("in.wav"), 44100, 2, repeated(sine16(1000, 44100, 44100), 2));
-    const RealServer server({"--output", "null", "--fast", "--input", directory.file("in.wav")});
+TEST(InputFile, IsConvertedToTheRateAndChannelsOfTheStream) {
+    const InputServer server(44100, 2, repeated(sine16(1000, 44100, 44100), 2), {"--fast"});
     RawRecorder recorder("voice", AUDIO_TAG_INPUT0, pcm(16000, 1, 16));
     ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);
     recorder.readSamples(1600);  // the converter's beginning
     EXPECT_NEAR(amplitudeOf(1000, 16000, recorder.readSamples(16000)), 0.5, 0.005);
 }
 
-TEST(AnInputFile, IsRecordedInEveryWidth) {
-    const TemporaryDirectory directory;
+TEST(InputFile, IsRecordedInEveryWidth) {
     const auto samples = noise16(2000);
-    writeWav(directory.file("in.wav"), 48000, 2, samples);
-    const RealServer server({"--output", "null", "--fast", "--input", directory.file("in.wav")});
+    const InputServer server(48000, 2, samples, {"--fast"});
     for (const unsigned bits : {8U, 16U, 24U, 32U}) {
         const unsigned width = bits / 8;
         RawRecorder recorder("bits" + std::to_string(bits), AUDIO_TAG_INPUT0, pcm(48000, 2, bits));
@@ -128,7 +120,7 @@ TEST(AnInputFile, IsRecordedInEveryWidth) {
     }
 }
 
-TEST(TheServersInputs, CanBeChosenForEachTag) {
+TEST(ServerInputs, CanBeChosenForEachTag) {
     const TemporaryDirectory directory;
     const auto samples = noise16(777);
     writeWav(directory.file("a=b.wav"), 16000, 1, samples);
@@ -144,13 +136,13 @@ TEST(TheServersInputs, CanBeChosenForEachTag) {
     EXPECT_EQ(streamOf(server, "tone").at("input"), "tone:1000");
 }
 
-class ARecorder : public ::testing::Test {
+class Recorder : public ::testing::Test {
 protected:
     RealServer server{{"--output", "null", "--input", "tone:500"}};
     RawRecorder recorder{"voice", AUDIO_TAG_INPUT0, pcm(16000, 1, 16)};
 };
 
-TEST_F(ARecorder, GetsAPeriodEverySixteenMilliseconds) {
+TEST_F(Recorder, GetsAPeriodEverySixteenMilliseconds) {
     const auto begin = std::chrono::steady_clock::now();
     ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);
     recorder.readSamples(20 * PERIOD);
@@ -158,7 +150,7 @@ TEST_F(ARecorder, GetsAPeriodEverySixteenMilliseconds) {
     EXPECT_GE(duration, std::chrono::milliseconds(19 * 16));
 }
 
-TEST_F(ARecorder, IsWokenWhenThereIsSomething) {
+TEST_F(Recorder, WakesWhenDataArrives) {
     struct : ShareMemoryUpdateNotificationCallback {
         std::atomic<int> count{0};
         void notify() override { ++count; }
@@ -169,7 +161,7 @@ TEST_F(ARecorder, IsWokenWhenThereIsSomething) {
     EXPECT_TRUE(eventually([&] { return woken.count >= 3; }));
 }
 
-TEST_F(ARecorder, LosesWholePeriodsWhenItDoesNotRead) {
+TEST_F(Recorder, LosesWholePeriodsWhenItDoesNotRead) {
     ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);
     ASSERT_TRUE(eventually([&] { return streamOf(server, "voice").at("overruns") >= 2; }));
     const auto state = streamOf(server, "voice");
@@ -181,7 +173,7 @@ TEST_F(ARecorder, LosesWholePeriodsWhenItDoesNotRead) {
         << "what came first is there without a gap";
 }
 
-TEST_F(ARecorder, GetsNothingWhileItIsStopped) {
+TEST_F(Recorder, GetsNoDataWhileStopped) {
     EXPECT_EQ(recorder.stop(), AUDIO_NO_ERROR) << "stopped already";
     ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);
     EXPECT_EQ(recorder.start(), AUDIO_NO_ERROR) << "started already";
@@ -193,7 +185,7 @@ TEST_F(ARecorder, GetsNothingWhileItIsStopped) {
                             std::chrono::milliseconds(60)));
 }
 
-TEST_F(ARecorder, HasAVolume) {
+TEST_F(Recorder, ScalesSamplesByItsVolume) {
     EXPECT_EQ(recorder.volume().status, AUDIO_NO_ERROR);
     EXPECT_EQ(recorder.volume().volume, 100);
     for (const auto& [volume, amplitude] : {std::pair(50, 0.25), {10, 0.05}, {0, 0.0}}) {
@@ -209,27 +201,27 @@ TEST_F(ARecorder, HasAVolume) {
     EXPECT_EQ(streamOf(server, "voice").at("volume"), 0);
 }
 
-TEST_F(ARecorder, KnowsNothingOfUplinksRings) {
+TEST_F(Recorder, RefusesUplinkRequests) {
     EXPECT_EQ(recorder.client().status(Function::RemoveShareMemory), AUDIO_INVALID_OPERATION);
     EXPECT_EQ(server.command("uplink ring on"), "error: there is no uplink");
     EXPECT_EQ(server.command("uplink ring off voice"), "error: no uplink \"voice\"");
 }
 
-TEST_F(ARecorder, IsRemoved) {
+TEST_F(Recorder, IsNotifiedOfItsRemoval) {
     ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);
     EXPECT_EQ(server.command("stream remove voice"), "ok");
     EXPECT_EQ(recorder.client().notification().event, 255U);
     EXPECT_EQ(recorder.start(), AUDIO_INVALID_STATE);
 }
 
-TEST_F(ARecorder, ThatScribblesIntoItsRingLosesItsConnection) {
+TEST_F(Recorder, IsDisconnectedWhenItWritesABadReadOffset) {
     ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);
     recorder.ring().updateReadOffset(100000);
     EXPECT_TRUE(recorder.client().isClosedByServer());
     EXPECT_THAT(server.output(), HasSubstr("set its ring's read offset to 100000"));
 }
 
-TEST_F(ARecorder, ThatCutsItsRingOffLosesItsConnection) {
+TEST_F(Recorder, IsDisconnectedWhenItTruncatesItsRing) {
     RawClient client(AUDIO_CONNECT_INPUT1, "short");
     ASSERT_EQ(client.createCapture(AUDIO_TAG_INPUT1, pcm(16000, 1, 16)).status, AUDIO_NO_ERROR);
     const int fd = shm_open("short", O_RDWR, 0);
@@ -243,7 +235,7 @@ TEST_F(ARecorder, ThatCutsItsRingOffLosesItsConnection) {
     recorder.readSamples(PERIOD);
 }
 
-TEST_F(ARecorder, IsCreatedOnceAndNeedsItsName) {
+TEST_F(Recorder, IsRefusedASecondTimeAndUnderATakenName) {
     EXPECT_EQ(recorder.client().createCapture(AUDIO_TAG_INPUT0, pcm(16000, 1, 16)).status,
               AUDIO_INVALID_STATE);
     RawRecorder same("voice", AUDIO_TAG_INPUT1, pcm(16000, 1, 16));
@@ -253,7 +245,7 @@ TEST_F(ARecorder, IsCreatedOnceAndNeedsItsName) {
         << "names of playback and capture are the same";
 }
 
-TEST_F(ARecorder, IsRefusedWhatCannotBeRecorded) {
+TEST_F(Recorder, IsRefusedUnderAnotherTagAndInBadFormats) {
     RawClient client(AUDIO_CONNECT_INPUT1, "other");
     EXPECT_EQ(client.status(Function::Start), AUDIO_INVALID_STATE);
     EXPECT_EQ(client.createCapture(AUDIO_TAG_INPUT2, pcm(16000, 1, 16)).status, AUDIO_BAD_VALUE);
@@ -264,11 +256,9 @@ TEST_F(ARecorder, IsRefusedWhatCannotBeRecorded) {
     EXPECT_THAT(server.output(), HasSubstr("only the uplink is coded"));
 }
 
-TEST(AFastServer, RecordsAsFastAsClientsRead) {
-    const TemporaryDirectory directory;
+TEST(FastServer, RecordsAsFastAsClientsRead) {
     const auto samples = noise16(48000);
-    writeWav(directory.file("in.wav"), 48000, 1, samples);
-    const RealServer server({"--output", "null", "--fast", "--input", directory.file("in.wav")});
+    const InputServer server(48000, 1, samples, {"--fast"});
     RawRecorder recorder("voice", AUDIO_TAG_INPUT0, pcm(48000, 1, 16));
     ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);
     const auto begin = std::chrono::steady_clock::now();
@@ -277,7 +267,7 @@ TEST(AFastServer, RecordsAsFastAsClientsRead) {
     EXPECT_EQ(streamOf(server, "voice").at("overruns"), 0);
 }
 
-TEST(AFastServer, AlsoFillsRingsThatAreReadWithoutTellingIt) {
+TEST(FastServer, FillsRingsThatAreReadWithoutNotification) {
     const RealServer server({"--output", "null", "--fast", "--input", "silence"});
     RawRecorder recorder("voice", AUDIO_TAG_INPUT0, pcm(16000, 1, 16));
     ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);

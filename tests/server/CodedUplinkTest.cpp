@@ -4,8 +4,6 @@
 #include "tests/server/Decoders.h"
 #include "tests/server/RawRecorder.h"
 #include "tests/server/Sound.h"
-#include "tests/server/TemporaryDirectory.h"
-#include "tests/support/RealServer.h"
 
 #include <gtest/gtest.h>
 
@@ -19,12 +17,10 @@ constexpr std::uint32_t OPUS = 32;
 constexpr std::uint32_t MSBC = 65;
 
 /// A server that records two seconds of speech again and again, and an uplink of it.
-class ASpokenCall {
+class SpokenCall {
 public:
-    ASpokenCall(std::uint32_t codec, unsigned rate) : mSpeech(speech16(rate, 2 * rate)) {
-        writeWav(mDirectory.file("speech.wav"), rate, 1, mSpeech);
-        mServer = std::make_unique<RealServer>(std::vector<std::string>{
-            "--output", "null", "--fast", "--input", mDirectory.file("speech.wav")});
+    SpokenCall(std::uint32_t codec, unsigned rate)
+        : mSpeech(speech16(rate, 2 * rate)), mServer(rate, 1, mSpeech, {"--fast"}) {
         AudioFormatDesc format = pcm(rate, 1, 16);
         format.codecType = codec;
         mUplink = std::make_unique<RawRecorder>("call", AUDIO_TAG_UPLINK, format);
@@ -32,7 +28,7 @@ public:
     }
 
     RawRecorder& uplink() { return *mUplink; }
-    const RealServer& server() const { return *mServer; }
+    const RealServer& server() const { return mServer; }
 
     /// How much of the speech is in what was decoded, whatever the codec's delay.
     double likeness(std::vector<std::int16_t> decoded) const {
@@ -47,16 +43,15 @@ public:
     }
 
 private:
-    TemporaryDirectory mDirectory;
     std::vector<std::int16_t> mSpeech;
-    std::unique_ptr<RealServer> mServer;
+    InputServer mServer;
     std::unique_ptr<RawRecorder> mUplink;
 };
 
-class OpusOfTheServer : public ::testing::TestWithParam<unsigned> {};
+class ServerOpus : public ::testing::TestWithParam<unsigned> {};
 
-TEST_P(OpusOfTheServer, IsTheSpeechAgain) {
-    ASpokenCall call(OPUS, GetParam());
+TEST_P(ServerOpus, DecodesToTheSpeech) {
+    SpokenCall call(OPUS, GetParam());
     OpusDecoding decoder(GetParam());
     std::vector<std::int16_t> decoded;
     for (int packet = 0; packet < 100; ++packet) {
@@ -73,10 +68,10 @@ TEST_P(OpusOfTheServer, IsTheSpeechAgain) {
     EXPECT_GE(streamOf(call.server(), "call").at("packets"), 100);
 }
 
-INSTANTIATE_TEST_SUITE_P(Rates, OpusOfTheServer, ::testing::Values(8000, 16000, 24000, 48000));
+INSTANTIATE_TEST_SUITE_P(Rates, ServerOpus, ::testing::Values(8000, 16000, 24000, 48000));
 
-TEST(MsbcOfTheServer, IsTheSpeechAgain) {
-    ASpokenCall call(MSBC, 16000);
+TEST(ServerMsbc, DecodesToTheSpeech) {
+    SpokenCall call(MSBC, 16000);
     MsbcDecoding decoder;
     std::vector<std::int16_t> decoded;
     for (int frame = 0; frame < 266; ++frame) {
@@ -89,11 +84,11 @@ TEST(MsbcOfTheServer, IsTheSpeechAgain) {
     EXPECT_GT(call.likeness(decoded), 0.9);
 }
 
-class AacOfTheServer : public ::testing::TestWithParam<unsigned> {};
+class ServerAac : public ::testing::TestWithParam<unsigned> {};
 
-TEST_P(AacOfTheServer, IsTheSpeechAgainFromAnyFrameOn) {
+TEST_P(ServerAac, DecodesToTheSpeechFromTheSecondFrame) {
     if (!AacDecoding::exists()) GTEST_SKIP() << "built without it";
-    ASpokenCall call(AAC, GetParam());
+    SpokenCall call(AAC, GetParam());
     AacDecoding decoder;
     std::vector<std::int16_t> decoded;
     for (unsigned frame = 0; frame < 2 * GetParam() / 1024; ++frame) {
@@ -103,7 +98,7 @@ TEST_P(AacOfTheServer, IsTheSpeechAgainFromAnyFrameOn) {
         Bytes bytes = header;
         const Bytes body = call.uplink().read((std::size_t{header[1] & 0x1fU} << 8) + header[2]);
         bytes.insert(bytes.end(), body.begin(), body.end());
-        if (frame == 0) continue;  // somebody who joins later
+        if (frame == 0) continue;  // a decoder that joins later
         const auto samples = decoder.decode(bytes);
         decoded.insert(decoded.end(), samples.begin(), samples.end());
     }
@@ -113,7 +108,7 @@ TEST_P(AacOfTheServer, IsTheSpeechAgainFromAnyFrameOn) {
     EXPECT_GT(call.likeness(decoded), 0.9);
 }
 
-INSTANTIATE_TEST_SUITE_P(Rates, AacOfTheServer, ::testing::Values(16000, 48000));
+INSTANTIATE_TEST_SUITE_P(Rates, ServerAac, ::testing::Values(16000, 48000));
 
 }  // namespace
 }  // namespace cabinaudio::test

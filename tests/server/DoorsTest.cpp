@@ -1,29 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Programs of the same and of other users that take more than their part of the server, or may not
+// Programs of the same and of other users that use more than their share of the server, or may not
 // use it at all.
 #include <cabinaudio/client/ClientVersionSetting.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 
 #include "tests/server/RawClient.h"
-#include "tests/server/TemporaryDirectory.h"
-#include "tests/server/UserProcess.h"
+#include "tests/server/State.h"
+#include "tests/support/Files.h"
+#include "tests/support/LocalSocket.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
+#include "tests/support/UserProcess.h"
 
 #include <gmock/gmock.h>
 #include <grp.h>
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-#include <poll.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <cstddef>
 #include <cstdlib>
 #include <fstream>
 #include <memory>
@@ -42,7 +39,7 @@ using Clients = std::vector<std::unique_ptr<RawClient>>;
 
 constexpr int PATIENCE_MS = 60000;
 
-/// Servers that are started meanwhile may have so many descriptors.
+/// Limits the descriptors of the servers that are started during its lifetime.
 class DescriptorsOfServer {
 public:
     explicit DescriptorsOfServer(unsigned count) {
@@ -76,55 +73,9 @@ unsigned countOf(const std::string& part, const std::string& text) {
     return count;
 }
 
-bool isReadable(int fd) {
-    pollfd entry = {fd, POLLIN, 0};
-    return poll(&entry, 1, PATIENCE_MS) > 0;
-}
-
-/// A connection to the control socket.
-class Control {
-public:
-    Control() : mFd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        constexpr char NAME[] = "/tmp/cabinaudio_control";
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        std::memcpy(address.sun_path + 1, NAME, sizeof NAME - 1);
-        constexpr auto length =
-            static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + sizeof NAME);
-        if (mFd < 0 || connect(mFd, reinterpret_cast<const sockaddr*>(&address), length) != 0) {
-            throw std::runtime_error(std::string("control: ") + std::strerror(errno));
-        }
-    }
-    ~Control() { close(mFd); }
-    Control(const Control&) = delete;
-    Control& operator=(const Control&) = delete;
-
-    /// Does not wait; a server that has refused may be gone already.
-    void say(const std::string& text) const {
-        (void)!::send(mFd, text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-    }
-    /// The next line, "(closed)" without one.
-    [[nodiscard]] std::string line() const {
-        std::string line;
-        char letter = 0;
-        while (isReadable(mFd) && recv(mFd, &letter, 1, 0) == 1) {
-            if (letter == '\n') return line;
-            line += letter;
-        }
-        return line + "(closed)";
-    }
-    [[nodiscard]] std::string ask(const std::string& text) const {
-        say(text + "\n");
-        return line();
-    }
-
-private:
-    int mFd;
-};
-
-/// Until the server serves commands of this process again: it learns later that others have left.
+/// Waits until the server serves commands of this process; it notices later that others have left.
 bool answersCommands() {
-    return eventually([] { return Control().ask("state").substr(0, 1) == "{"; }, 60s);
+    return eventually([] { return ControlClient().ask("state").substr(0, 1) == "{"; }, 60s);
 }
 
 bool registersClients() {
@@ -134,10 +85,10 @@ bool registersClients() {
 
 /// Opens so many control connections and keeps them; asks each, so that none is left in a queue.
 std::string hoardControls(unsigned count) {
-    static std::vector<std::unique_ptr<Control>> hoard;
+    static std::vector<std::unique_ptr<ControlClient>> hoard;
     unsigned refused = 0;
     for (unsigned i = 0; i < count; ++i) {
-        hoard.push_back(std::make_unique<Control>());
+        hoard.push_back(std::make_unique<ControlClient>());
         const std::string answer = hoard.back()->ask("state");
         if (answer.rfind("error: ", 0) == 0 && answer.find("too many") != std::string::npos)
             ++refused;
@@ -168,19 +119,26 @@ void raiseDescriptors() {
     setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-/// A server of few descriptors, and the number of connections that somebody tries to hold.
+/// A server with few descriptors, and the number of connections of one kind that a user opens.
 struct Siege {
+    const char* kind;
     unsigned descriptors;
     unsigned attempts;
-    unsigned controlsOfUser;
-    unsigned clientsOfUser;
+    unsigned most;  // that one user may hold
+    std::string (*hoard)(unsigned);
+
+    [[nodiscard]] bool isOfControls() const { return hoard == hoardControls; }
 };
 
-void PrintTo(const Siege& siege, std::ostream* out) {
-    *out << siege.attempts << " connections to " << siege.descriptors << " descriptors";
+std::string nameOf(const Siege& siege) {
+    return (siege.isOfControls() ? "controls" : "clients") + std::to_string(siege.descriptors);
 }
 
-class ASiege : public testing::TestWithParam<Siege> {
+void PrintTo(const Siege& siege, std::ostream* out) {
+    *out << nameOf(siege);
+}
+
+class ConnectionHoard : public testing::TestWithParam<Siege> {
 protected:
     void SetUp() override {
         rlimit limit = {};
@@ -189,74 +147,59 @@ protected:
             GTEST_SKIP() << "the attacker may have only " << limit.rlim_max << " descriptors";
     }
 
-    using Hoard = std::string(unsigned);
-
     /// Makes all connections and keeps those that it gets.
-    static UserProcess attacker(const std::optional<User>& user, Hoard* hoard) {
-        return UserProcess(user, [hoard] {
+    static UserProcess attacker(const std::optional<User>& user) {
+        return UserProcess(user, [] {
             raiseDescriptors();
-            return hoard(GetParam().attempts);
+            return GetParam().hoard(GetParam().attempts);
         });
     }
-    /// The report of an attacker that may keep `most` of its connections.
-    static std::string refusedBeyond(std::size_t most) {
-        return std::to_string(GetParam().attempts - most) + " refused";
+    static std::string expectedReport() {
+        return std::to_string(GetParam().attempts - GetParam().most) + " refused";
     }
 };
 
-TEST_P(ASiege, OfControlConnectionsByAnotherUserLeavesRoomForTheOwner) {
+TEST_P(ConnectionHoard, OfAnotherUserLeavesRoomForTheOwner) {
     if (!mayBecomeAnotherUser()) GTEST_SKIP() << "only root can be another user";
     const DescriptorsOfServer few(GetParam().descriptors);
     const RealServer server({"--output", "null", "--allow-all"});
-    UserProcess siege = attacker(User{}, hoardControls);
-    EXPECT_EQ(siege.report(), refusedBeyond(GetParam().controlsOfUser));
+    UserProcess siege = attacker(User{});
+    EXPECT_EQ(siege.report(), expectedReport());
     EXPECT_TRUE(answersCommands());
     EXPECT_TRUE(registersClients());
-    EXPECT_EQ(countOf("user 65534 has too many control connections", server.output()), 1U);
+    const std::string complaint = std::string("user 65534 has too many ") + GetParam().kind;
+    EXPECT_EQ(countOf(complaint, server.output()), 1U);
     siege.end();
-    EXPECT_EQ(asUser(User{}, [] { return std::to_string(answersCommands()); }), "1");
+    EXPECT_TRUE(asNobody([] { return answersCommands() && registersClients(); }));
 }
 
-TEST_P(ASiege, OfControlConnectionsIsOverWhenTheyAreClosed) {
+TEST_P(ConnectionHoard, BlocksItsOwnUserOnlyUntilItIsClosed) {
     const DescriptorsOfServer few(GetParam().descriptors);
     const RealServer server;
-    UserProcess siege = attacker({}, hoardControls);
-    EXPECT_EQ(siege.report(), refusedBeyond(GetParam().controlsOfUser));
-    EXPECT_THAT(Control().ask("state"), StartsWith("error: user "));
-    EXPECT_TRUE(registersClients()) << "clients have descriptors of their own";
+    UserProcess siege = attacker({});
+    EXPECT_EQ(siege.report(), expectedReport());
+    // Clients and commands have descriptors of their own.
+    if (GetParam().isOfControls()) {
+        EXPECT_THAT(ControlClient().ask("state"), StartsWith("error: user "));
+        EXPECT_TRUE(registersClients());
+    } else {
+        EXPECT_TRUE(answersCommands());
+    }
     siege.end();
     EXPECT_TRUE(answersCommands());
-}
-
-TEST_P(ASiege, OfClientsByAnotherUserLeavesRoomForTheOwner) {
-    if (!mayBecomeAnotherUser()) GTEST_SKIP() << "only root can be another user";
-    const DescriptorsOfServer few(GetParam().descriptors);
-    const RealServer server({"--output", "null", "--allow-all"});
-    UserProcess siege = attacker(User{}, hoardClients);
-    EXPECT_EQ(siege.report(), refusedBeyond(GetParam().clientsOfUser));
-    EXPECT_TRUE(registersClients());
-    EXPECT_TRUE(answersCommands());
-    EXPECT_EQ(countOf("user 65534 has too many clients", server.output()), 1U);
-    siege.end();
-    EXPECT_EQ(asUser(User{}, [] { return std::to_string(registersClients()); }), "1");
-}
-
-TEST_P(ASiege, OfClientsIsOverWhenTheyAreClosed) {
-    const DescriptorsOfServer few(GetParam().descriptors);
-    const RealServer server;
-    UserProcess siege = attacker({}, hoardClients);
-    EXPECT_EQ(siege.report(), refusedBeyond(GetParam().clientsOfUser));
-    EXPECT_TRUE(answersCommands()) << "commands have descriptors of their own";
-    siege.end();
     EXPECT_TRUE(registersClients());
 }
 
-INSTANTIATE_TEST_SUITE_P(Any, ASiege,
-                         testing::Values(Siege{256, 300, 8, 36}, Siege{1024, 1100, 32, 162}),
-                         [](const auto& siege) { return std::to_string(siege.param.descriptors); });
+constexpr Siege SIEGES[] = {{"control connections", 256, 300, 8, hoardControls},
+                            {"control connections", 1024, 1100, 32, hoardControls},
+                            {"clients", 256, 300, 36, hoardClients},
+                            {"clients", 1024, 1100, 162, hoardClients}};
+
+INSTANTIATE_TEST_SUITE_P(Any, ConnectionHoard, testing::ValuesIn(SIEGES),
+                         [](const auto& siege) { return nameOf(siege.param); });
 
 /// Clients of two users that together have all places wait for each other, as before.
-TEST(AFullServer, LetsAnotherUsersClientWaitUntilOneLeaves) {
+TEST(FullServer, AdmitsTheNextClientWhenOneLeaves) {
     if (!mayBecomeAnotherUser()) GTEST_SKIP() << "only root can be another user";
     const DescriptorsOfServer few(256);  // 48 clients, 36 of them of other users
     const RealServer server({"--output", "null", "--allow-all"});
@@ -293,7 +236,7 @@ std::string holdUnfinishedMessages(unsigned count) {
     return "sent";
 }
 
-TEST(UnfinishedMessages, OfOneUserAreLimitedTogether) {
+TEST(UnfinishedMessages, HaveOneLimitPerUser) {
     const bool isOther = mayBecomeAnotherUser();
     const RealServer server({"--output", "null", "--allow-all"});
     UserProcess attacker(isOther ? std::make_optional<User>() : std::nullopt,
@@ -306,7 +249,7 @@ TEST(UnfinishedMessages, OfOneUserAreLimitedTogether) {
         },
         60s));
     if (!isOther) return;
-    // Not at the others' cost.
+    // Other users are not affected.
     RawClient good(AUDIO_CONNECT_APP_SETTING, "good");
     Bytes message = bytesOf(good.requestHeader(1 << 20));
     message.resize(message.size() + (1 << 20));
@@ -317,7 +260,7 @@ TEST(UnfinishedMessages, OfOneUserAreLimitedTogether) {
 // ---- Who may use it -----------------------------------------------------------------------------
 
 std::string askForACrash() {
-    return Control().ask("crash");
+    return ControlClient().ask("crash");
 }
 
 std::string handleOf() {
@@ -349,8 +292,8 @@ TEST_F(AnotherUser, IsRefusedOnBothSockets) {
     EXPECT_EQ(countOf("user 65534 may not use this server", server.output()), 1U);
 }
 
-/// Without a policy: a client of a server that closes without a word would wait for ever.
-TEST_F(AnotherUser, GetsAStatusFromTheLibrary) {
+/// Without a link policy: the client would wait for ever if the server closed without a reply.
+TEST_F(AnotherUser, GetsNotConnectedFromTheLibrary) {
     const RealServer server;
     UserProcess program(User{}, [] {
         ClientVersionSetting setting;
@@ -359,10 +302,10 @@ TEST_F(AnotherUser, GetsAStatusFromTheLibrary) {
     EXPECT_EQ(program.report(), std::to_string(AUDIO_NOT_CONNECTED));
 }
 
-TEST_F(AnotherUser, IsServedWhenAllAre) {
+TEST_F(AnotherUser, IsServedWithAllowAll) {
     const RealServer server({"--output", "null", "--allow-all"});
     EXPECT_EQ(asUser(User{}, handleOf), "served");
-    EXPECT_EQ(asUser(User{}, [] { return Control().ask("state").substr(0, 1); }), "{");
+    EXPECT_EQ(asUser(User{}, [] { return ControlClient().ask("state").substr(0, 1); }), "{");
     EXPECT_THAT(server.output(), Not(HasSubstr("may not use")));
 }
 
@@ -379,14 +322,15 @@ TEST_F(AnotherUser, IsServedAsAMemberOfAnAllowedGroup) {
     EXPECT_NE(asUser(User{65534, 65534, many}, handleOf), "served");
     many.push_back(GROUP);
     EXPECT_EQ(asUser(User{65534, 65534, many}, handleOf), "served") << "a supplementary one";
-    EXPECT_EQ(asUser(User{65534, 65534, many}, [] { return Control().ask("state").substr(0, 1); }),
-              "{");
+    EXPECT_EQ(
+        asUser(User{65534, 65534, many}, [] { return ControlClient().ask("state").substr(0, 1); }),
+        "{");
     EXPECT_NE(asUser(User{}, handleOf), "served");
     EXPECT_EQ(handleOf(), "served") << "root needs no group";
 }
 
 /// The server's own user is served without an option, whichever it is.
-TEST_F(AnotherUser, IsServedByItsOwnServerAsRootIs) {
+TEST_F(AnotherUser, IsServedByItsOwnServer) {
     const std::string path = RealServer::path();
     std::unique_ptr<RealServer> server;
     UserProcess owner(
@@ -394,7 +338,7 @@ TEST_F(AnotherUser, IsServedByItsOwnServerAsRootIs) {
         [&] {
             if (access(path.c_str(), X_OK) != 0) return std::string("no access");
             server = std::make_unique<RealServer>();
-            return handleOf() + ", " + Control().ask("state").substr(0, 1);
+            return handleOf() + ", " + ControlClient().ask("state").substr(0, 1);
         },
         [&] { server.reset(); });
     if (owner.report() == "no access") GTEST_SKIP() << "others may not run " << path;
@@ -404,7 +348,7 @@ TEST_F(AnotherUser, IsServedByItsOwnServerAsRootIs) {
               "error: user 65533 may not use this server; it runs as user 65534");
 }
 
-TEST(AnUnknownGroup, IsAnErrorAtTheStart) {
+TEST(UnknownGroup, PreventsTheStart) {
     try {
         const RealServer server({"--allow-group", "no-such-group"});
         FAIL() << "it has started";
@@ -416,7 +360,7 @@ TEST(AnUnknownGroup, IsAnErrorAtTheStart) {
 
 // ---- Which process it is ------------------------------------------------------------------------
 
-TEST(AStreamsProcess, IsThatOfTheSocketWhateverTheClientSays) {
+TEST(StreamProcess, IsThatOfTheSocketWhateverTheClientClaims) {
     const RealServer server;
     RawClient liar(AUDIO_CONNECT_ALTERNATIVE, "liar");
     RawClient honest(AUDIO_CONNECT_AUXILIARY, "honest");
@@ -431,8 +375,8 @@ TEST(AStreamsProcess, IsThatOfTheSocketWhateverTheClientSays) {
     request.tag = AUDIO_CONNECT_INPUT0;
     ASSERT_EQ(recorder.call<wire::CreateReply>(request).status, AUDIO_NO_ERROR);
     ASSERT_EQ(honest.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
-    const auto state = nlohmann::json::parse(server.command("state"));
-    for (const auto& stream : state.at("streams"))
+    const auto streams = stateOf(server).at("streams");
+    for (const auto& stream : streams)
         EXPECT_EQ(stream.at("process"), getpid()) << stream;
     const std::string said = server.output();
     EXPECT_EQ(countOf("\"liar\" says that it is process 1, but it is", said), 1U);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Who has to wait for whom in the server's one thread.
+// The order in which the server's one thread serves clocks and clients.
 #include "devkit/server/base/UniqueFd.h"
 #include "devkit/server/clients/Client.h"
 #include "devkit/server/loop/EventLoop.h"
@@ -17,7 +17,7 @@
 namespace cabinaudio::server {
 namespace {
 
-TEST(TheEventLoop, LooksAtItsClocksHoweverManyClientsWantSomething) {
+TEST(EventLoop, ServesClocksBetweenManyReadyClients) {
     EventLoop loop;
     std::vector<UniqueFd> clients;
     int sinceClock = 0;
@@ -44,7 +44,7 @@ TEST(TheEventLoop, LooksAtItsClocksHoweverManyClientsWantSomething) {
     EXPECT_GE(most, 1);
 }
 
-TEST(TheEventLoop, LetsEveryClientHaveItsTurn) {
+TEST(EventLoop, ServesReadyClientsEvenly) {
     EventLoop loop;
     std::vector<UniqueFd> clients;
     std::vector<int> turns(50);
@@ -79,7 +79,7 @@ private:
     EventLoop& mLoop;
 };
 
-TEST(AClientWithManyRequests, IsHandledOneAtATime) {
+TEST(ClientWithManyRequests, GetsOneRequestHandledPerTurn) {
     EventLoop loop;
     Counting owner(loop);
     int ends[2];

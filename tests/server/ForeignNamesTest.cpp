@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Clients whose names would take over the terminal that shows the server's log.
+// Clients whose names contain control sequences for the terminal that shows the server's log.
 #include "tests/server/RawClient.h"
 #include "tests/server/SettingsClient.h"
-#include "tests/server/TemporaryDirectory.h"
+#include "tests/support/Files.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
 #include "tests/support/TerminalText.h"
@@ -35,7 +35,7 @@ bool isSaid(const RealServer& server, const std::string& text) {
     return eventually([&] { return server.output().find(text) != std::string::npos; });
 }
 
-TEST(AClientsName, ReachesTheLogAndTheTraceEscaped) {
+TEST(ClientName, IsEscapedInLogAndTrace) {
     const RealServer server({"--output", "null", "-v", "--trace"});
     {
         RawClient client(AUDIO_CONNECT_ALTERNATIVE, NAME);
@@ -50,7 +50,7 @@ TEST(AClientsName, ReachesTheLogAndTheTraceEscaped) {
     expectNoControls(server.output());
 }
 
-TEST(AStreamsName, IsWholeInTheState) {
+TEST(StreamName, IsCompleteInTheState) {
     const RealServer server;
     const std::string name =
         "A\x1b]0;x\x07"
@@ -65,7 +65,7 @@ TEST(AStreamsName, IsWholeInTheState) {
     EXPECT_EQ(json::parse(state).at("streams").at(0).at("name"), name);
 }
 
-TEST(ASettingsNames, ReachTheTraceEscaped) {
+TEST(SettingNames, AreEscapedInTheTrace) {
     const RealServer server({"--output", "null", "--trace"});
     SettingsClients clients;
     clients.tell(VOLUME, Message(24).text("main").text(NAME).real(-4.5F));
@@ -75,14 +75,14 @@ TEST(ASettingsNames, ReachTheTraceEscaped) {
     expectNoControls(server.output());
 }
 
-TEST(ACommand, IsNotSentBackAsItStands) {
+TEST(Command, IsEscapedInTheAnswer) {
     const RealServer server;
     const std::string answer = server.command("say \x1b]0;x\x07 \xc2\x9b");
     EXPECT_THAT(answer, HasSubstr(R"(say \x1b]0;x\x07 \u009b)"));
     expectNoControls(answer);
 }
 
-TEST(AFilesName, ReachesTheLogEscaped) {
+TEST(FileName, IsEscapedInTheLog) {
     const TemporaryDirectory directory;
     const std::string path = directory.file(
         "A\x1b]0;x\x07"

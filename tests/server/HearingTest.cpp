@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Settings as they are heard: a client of the library sets something, others play a tone, and the
-// server's WAV file is measured.
+// The effect of settings on the sound: a client of the library changes a setting, others play a
+// tone, and the server's WAV file is measured.
 #include <cabinaudio/client/ClientAppSetting.h>
 #include <cabinaudio/client/ClientMixerSetting.h>
 #include <cabinaudio/client/ClientSink.h>
@@ -93,7 +93,7 @@ public:
     }
     /// Waits until all of it has been played.
     bool end() {
-        if (mTag == AUDIO_TAG_ALTERNATIVE) return isTaken();  // nobody announces its end
+        if (mTag == AUDIO_TAG_ALTERNATIVE) return isTaken();  // its end is not announced
         return mTrack->writeDone() == AUDIO_NO_ERROR && mFinished.wait();
     }
     bool play(Samples samples) { return write(std::move(samples)) && end(); }
@@ -112,7 +112,7 @@ private:
     std::unique_ptr<QVAudioTrack> mTrack;
 };
 
-/// A server whose output loses nothing that is measured here.
+/// A server whose output is exact enough for these measurements.
 class MeasuredServer : public RecordingServer {
 public:
     explicit MeasuredServer(unsigned channels, std::vector<std::string> more = {"--fast"})
@@ -132,7 +132,7 @@ private:
     }
 };
 
-/// Of the tone, against what was played; nothing that is heard at all is called silent.
+/// Level of the tone against the played one; only zeros count as silent.
 double levelOf(const std::vector<float>& samples, std::size_t from, std::size_t count,
                double frequency = FREQUENCY) {
     if (from + count > samples.size()) throw std::runtime_error("the sound is too short");
@@ -156,22 +156,39 @@ using Levels = std::array<double, CHANNELS>;
 constexpr Levels all(double level) {
     return {level, level, level, level};
 }
+constexpr Levels each(double lf, double rf, double ls, double rs) {
+    return {lf, rf, ls, rs};
+}
+
+using Set = std::function<int(Settings&)>;
 
 struct Row {
     const char* name;
     AudioTagType tag;
-    int type;
-    std::function<int(Settings&)> set;
+    Set set;
     Levels levels;
+    int type = BY_TAG;
 };
 
 void PrintTo(const Row& row, std::ostream* out) {
     *out << row.name;
 }
 
-class AToneOnFourLoudspeakers : public ::testing::TestWithParam<Row> {};
+/// Checks what is heard of 200 periods of the tone.
+void expectLevels(const MeasuredServer& server, std::size_t start, const Levels& levels) {
+    for (unsigned i = 0; i < CHANNELS; ++i) {
+        const double level = levelOf(server.wav().channel(i), start, 200 * PERIOD);
+        if (levels[i] == SILENT) {
+            EXPECT_EQ(level, SILENT) << "loudspeaker " << i;
+        } else {
+            EXPECT_NEAR(level, levels[i], TOLERANCE) << "loudspeaker " << i;
+        }
+    }
+}
 
-TEST_P(AToneOnFourLoudspeakers, IsAsLoudAsItIsSet) {
+class ToneOnFourLoudspeakers : public ::testing::TestWithParam<Row> {};
+
+TEST_P(ToneOnFourLoudspeakers, HasTheLevelsOfTheSettings) {
     const Row& row = GetParam();
     MeasuredServer server(CHANNELS);
     Settings settings;
@@ -179,16 +196,8 @@ TEST_P(AToneOnFourLoudspeakers, IsAsLoudAsItIsSet) {
     Stream stream("tone", row.tag, CHANNELS, row.type);
     ASSERT_TRUE(stream.play(tone(200 * PERIOD, CHANNELS)));
     ASSERT_TRUE(server.stop());
-    const std::size_t start = server.startOf("tone");
-    for (unsigned i = 0; i < CHANNELS; ++i) {
-        // From the beginning: a new stream has no ramp.
-        const double level = levelOf(server.wav().channel(i), start, 200 * PERIOD);
-        if (row.levels[i] == SILENT) {
-            EXPECT_EQ(level, SILENT) << "loudspeaker " << i;
-        } else {
-            EXPECT_NEAR(level, row.levels[i], TOLERANCE) << "loudspeaker " << i;
-        }
-    }
+    // From the beginning: a new stream has no ramp.
+    expectLevels(server, server.startOf("tone"), row.levels);
 }
 
 int channelSteps(Settings& settings, audio_channel_idx_e channel, int steps) {
@@ -203,12 +212,32 @@ int trackChannels(Settings& settings, const char* name) {
     return settings.volume.setTrackChannelGain("auxiliary", name, gains.data());
 }
 
-audio_mixer_gain_t mixerSteps(int lf, int rf, int ls, int rs) {
-    return {0, {step(lf), step(rf), step(ls), step(rs)}};
+int nothing(Settings&) {
+    return 0;
+}
+Set mute(const char* path) {
+    return [path](Settings& s) { return s.volume.mute(path, true); };
+}
+Set duck(int percent) {
+    return [percent](Settings& s) { return s.volume.duck(percent); };
+}
+Set fadeBalance(int fade, int balance, unsigned most) {
+    return [=](Settings& s) { return s.volume.setFadeBalance(fade, balance, most); };
 }
 
-audio_mixer_matrix_t mixerMatrix(float lf, float rf, float ls, float rs) {
+audio_mixer_gain_t steps(int lf, int rf, int ls, int rs) {
+    return {0, {step(lf), step(rf), step(ls), step(rs)}};
+}
+audio_mixer_matrix_t gains(float lf, float rf, float ls, float rs) {
     return {0, {lf, rf, ls, rs}};
+}
+template <typename Mix>
+Set mixNavigation(Mix mix) {
+    return [mix](Settings& s) mutable { return s.mixer.setGpsMixerGain(&mix); };
+}
+template <typename Mix>
+Set mixAlternative(Mix mix) {
+    return [mix](Settings& s) mutable { return s.mixer.setAlternativeAudioMixerGain(&mix); };
 }
 
 constexpr AudioTagType MAIN = AUDIO_TAG_MAIN;
@@ -216,246 +245,159 @@ constexpr AudioTagType ALTERNATIVE = AUDIO_TAG_ALTERNATIVE;
 constexpr AudioTagType AUXILIARY = AUDIO_TAG_AUXILIARY;
 constexpr AudioTagType SECOND = AUDIO_TAG_OUTPUT_INVOCATION;
 
-const Row NOTHING_SET[] = {
-    {"main", MAIN, BY_TAG, [](Settings&) { return 0; }, all(0)},
-    {"alternative", ALTERNATIVE, BY_TAG, [](Settings&) { return 0; }, all(0)},
-    {"auxiliary", AUXILIARY, BY_TAG, [](Settings&) { return 0; }, all(0)},
-    {"second", SECOND, BY_TAG, [](Settings&) { return 0; }, all(0)},
-};
+const Row NOTHING_SET[] = {{"main", MAIN, nothing, all(0)},
+                           {"alternative", ALTERNATIVE, nothing, all(0)},
+                           {"auxiliary", AUXILIARY, nothing, all(0)},
+                           {"second", SECOND, nothing, all(0)}};
 
 const Row VOLUMES[] = {
-    {"master_80", MAIN, BY_TAG, [](Settings& s) { return s.volume.setMasterVolume(step(80)); },
-     all(-10)},
-    {"master_148", ALTERNATIVE, BY_TAG,
-     [](Settings& s) { return s.volume.setMasterVolume(step(148)); }, all(24)},
-    {"master_0", MAIN, BY_TAG, [](Settings& s) { return s.volume.setMasterVolume(step(0)); },
-     all(SILENT)},
-    {"master_minus_7_3_dB", AUXILIARY, BY_TAG,
-     [](Settings& s) { return s.volume.setMasterVolume(-7.3F); }, all(-7.3)},
-    {"master_12_dB", SECOND, BY_TAG, [](Settings& s) { return s.volume.setMasterVolume(12.0F); },
-     all(12)},
-    {"second_60", SECOND, BY_TAG,
-     [](Settings& s) { return s.volume.setSecondAudioVolume(step(60)); }, all(-20)},
-    {"second_minus_4_dB", SECOND, BY_TAG,
-     [](Settings& s) { return s.volume.setSecondAudioVolume(-4.0F); }, all(-4)},
-    {"second_for_others", AUXILIARY, BY_TAG,
-     [](Settings& s) { return s.volume.setSecondAudioVolume(-4.0F); }, all(0)},
-    {"alternative_60", ALTERNATIVE, BY_TAG,
-     [](Settings& s) { return s.volume.setAlterAudioVolume(step(60)); }, all(-20)},
-    {"alternative_minus_4_dB", ALTERNATIVE, BY_TAG,
-     [](Settings& s) { return s.volume.setAlterAudioVolume(-4.0F); }, all(-4)},
-    {"alternative_for_others", MAIN, BY_TAG,
-     [](Settings& s) { return s.volume.setAlterAudioVolume(-4.0F); }, all(0)},
-    {"track_90", MAIN, BY_TAG,
-     [](Settings& s) { return s.volume.setTrackVolume("main", "tone", step(90)); }, all(-5)},
-    {"track_3_dB", ALTERNATIVE, BY_TAG,
-     [](Settings& s) { return s.volume.setTrackVolume("alternative", "tone", 3.0F); }, all(3)},
-    {"track_minus_3_dB", AUXILIARY, BY_TAG,
-     [](Settings& s) { return s.volume.setTrackVolume("auxiliary", "tone", -3.0F); }, all(-3)},
-    {"track_of_another_name", MAIN, BY_TAG,
-     [](Settings& s) { return s.volume.setTrackVolume("main", "other", -3.0F); }, all(0)},
-    {"track_of_another_tag", MAIN, BY_TAG,
-     [](Settings& s) { return s.volume.setTrackVolume("auxiliary", "tone", -3.0F); }, all(0)},
-    {"stream_type_70", MAIN, BY_TAG,
-     [](Settings& s) { return s.volume.setVolumeByStreamType("media", step(70)); }, all(-15)},
-    {"stream_type_minus_9_dB", AUXILIARY, ALARM,
-     [](Settings& s) { return s.volume.setGainByStreamType("alarm", -9.0F); }, all(-9)},
-    {"stream_type_of_others", AUXILIARY, ALARM,
-     [](Settings& s) { return s.volume.setGainByStreamType("system", -9.0F); }, all(0)},
-    {"channel_steps",
-     MAIN,
-     BY_TAG,
-     [](Settings& s) {
+    {"master_80", MAIN, [](auto& s) { return s.volume.setMasterVolume(step(80)); }, all(-10)},
+    {"master_148", ALTERNATIVE, [](auto& s) { return s.volume.setMasterVolume(step(148)); },
+     all(24)},
+    {"master_0", MAIN, [](auto& s) { return s.volume.setMasterVolume(step(0)); }, all(SILENT)},
+    {"master_minus_7_3_dB", AUXILIARY, [](auto& s) { return s.volume.setMasterVolume(-7.3F); },
+     all(-7.3)},
+    {"master_12_dB", SECOND, [](auto& s) { return s.volume.setMasterVolume(12.0F); }, all(12)},
+    {"second_60", SECOND, [](auto& s) { return s.volume.setSecondAudioVolume(step(60)); },
+     all(-20)},
+    {"second_minus_4_dB", SECOND, [](auto& s) { return s.volume.setSecondAudioVolume(-4.0F); },
+     all(-4)},
+    {"second_for_others", AUXILIARY, [](auto& s) { return s.volume.setSecondAudioVolume(-4.0F); },
+     all(0)},
+    {"alternative_60", ALTERNATIVE, [](auto& s) { return s.volume.setAlterAudioVolume(step(60)); },
+     all(-20)},
+    {"alternative_minus_4_dB", ALTERNATIVE,
+     [](auto& s) { return s.volume.setAlterAudioVolume(-4.0F); }, all(-4)},
+    {"alternative_for_others", MAIN, [](auto& s) { return s.volume.setAlterAudioVolume(-4.0F); },
+     all(0)},
+    {"track_90", MAIN, [](auto& s) { return s.volume.setTrackVolume("main", "tone", step(90)); },
+     all(-5)},
+    {"track_3_dB", ALTERNATIVE,
+     [](auto& s) { return s.volume.setTrackVolume("alternative", "tone", 3.0F); }, all(3)},
+    {"track_minus_3_dB", AUXILIARY,
+     [](auto& s) { return s.volume.setTrackVolume("auxiliary", "tone", -3.0F); }, all(-3)},
+    {"track_of_another_name", MAIN,
+     [](auto& s) { return s.volume.setTrackVolume("main", "other", -3.0F); }, all(0)},
+    {"track_of_another_tag", MAIN,
+     [](auto& s) { return s.volume.setTrackVolume("auxiliary", "tone", -3.0F); }, all(0)},
+    {"stream_type_70", MAIN,
+     [](auto& s) { return s.volume.setVolumeByStreamType("media", step(70)); }, all(-15)},
+    {"stream_type_minus_9_dB", AUXILIARY,
+     [](auto& s) { return s.volume.setGainByStreamType("alarm", -9.0F); }, all(-9), ALARM},
+    {"stream_type_of_others", AUXILIARY,
+     [](auto& s) { return s.volume.setGainByStreamType("system", -9.0F); }, all(0), ALARM},
+    {"channel_steps", MAIN,
+     [](auto& s) {
          return channelSteps(s, AUDIO_CHANNEL_RF, 80) | channelSteps(s, AUDIO_CHANNEL_LS, 0);
      },
-     {0, -10, SILENT, 0}},
-    {"channel_dB",
-     MAIN,
-     BY_TAG,
-     [](Settings& s) {
+     each(0, -10, SILENT, 0)},
+    {"channel_dB", MAIN,
+     [](auto& s) {
          return s.volume.setChannelGain(AUDIO_CHANNEL_LF, -1.5F) |
                 s.volume.setChannelGain(AUDIO_CHANNEL_RS, 6.0F);
      },
-     {-1.5, 0, 0, 6}},
-    {"channels_for_others", AUXILIARY, BY_TAG,
-     [](Settings& s) { return s.volume.setChannelGain(AUDIO_CHANNEL_LF, -1.5F); }, all(0)},
-    {"track_channels",
-     AUXILIARY,
-     BY_TAG,
-     [](Settings& s) { return trackChannels(s, "tone"); },
-     {-3, SILENT, 0, 12}},
-    {"several_at_once",
-     ALTERNATIVE,
-     BY_TAG,
-     [](Settings& s) {
-         auto matrix = mixerMatrix(-1, -2, -3, -4);
+     each(-1.5, 0, 0, 6)},
+    {"channels_for_others", AUXILIARY,
+     [](auto& s) { return s.volume.setChannelGain(AUDIO_CHANNEL_LF, -1.5F); }, all(0)},
+    {"track_channels", AUXILIARY, [](auto& s) { return trackChannels(s, "tone"); },
+     each(-3, SILENT, 0, 12)},
+    {"several_at_once", ALTERNATIVE,
+     [](auto& s) {
+         auto matrix = gains(-1, -2, -3, -4);
          return s.volume.setMasterVolume(step(90)) | s.volume.setAlterAudioVolume(3.0F) |
                 s.volume.setTrackVolume("alternative", "tone", -6.0F) |
                 s.volume.setGainByStreamType("navigation", -2.5F) |
                 s.mixer.setAlternativeAudioMixerGain(&matrix);
      },
-     {-11.5, -12.5, -13.5, -14.5}},
+     each(-11.5, -12.5, -13.5, -14.5)},
 };
 
 const Row MUTES[] = {
-    {"main", MAIN, BY_TAG, [](Settings& s) { return s.volume.mute("main", true); }, all(SILENT)},
-    {"alternative", ALTERNATIVE, BY_TAG,
-     [](Settings& s) { return s.volume.mute("alternative", true); }, all(SILENT)},
-    {"auxiliary", AUXILIARY, BY_TAG, [](Settings& s) { return s.volume.mute("auxiliary", true); },
-     all(SILENT)},
-    {"second", SECOND, BY_TAG, [](Settings& s) { return s.volume.mute("second", true); },
-     all(SILENT)},
-    {"all_but_main", MAIN, BY_TAG,
-     [](Settings& s) {
+    {"main", MAIN, mute("main"), all(SILENT)},
+    {"alternative", ALTERNATIVE, mute("alternative"), all(SILENT)},
+    {"auxiliary", AUXILIARY, mute("auxiliary"), all(SILENT)},
+    {"second", SECOND, mute("second"), all(SILENT)},
+    {"all_but_main", MAIN,
+     [](auto& s) {
          return s.volume.mute("alternative", true) | s.volume.mute("auxiliary", true) |
                 s.volume.mute("second", true);
      },
      all(0)},
-    {"main_only", AUXILIARY, BY_TAG, [](Settings& s) { return s.volume.mute("main", true); },
-     all(0)},
-    {"by_path", ALTERNATIVE, BY_TAG,
-     [](Settings& s) {
+    {"main_only", AUXILIARY, mute("main"), all(0)},
+    {"by_path", ALTERNATIVE,
+     [](auto& s) {
          return s.volume.setMute(static_cast<unsigned>(AUDIO_OUT_PATH_ALTERNATIVE), true);
      },
      all(SILENT)},
-    {"demuted", SECOND, BY_TAG,
-     [](Settings& s) { return s.volume.mute("second", true) | s.volume.demute("second", true); },
+    {"demuted", SECOND,
+     [](auto& s) { return s.volume.mute("second", true) | s.volume.demute("second", true); },
      all(0)},
 };
 
 const Row DUCKS[] = {
-    {"half", MAIN, BY_TAG, [](Settings& s) { return s.volume.duck(50); }, all(-6.02)},
-    {"ninety", MAIN, BY_TAG, [](Settings& s) { return s.volume.duck(90); }, all(-20)},
-    {"all", MAIN, BY_TAG, [](Settings& s) { return s.volume.duck(100); }, all(SILENT)},
-    {"prompts_not", ALTERNATIVE, BY_TAG, [](Settings& s) { return s.volume.duck(90); }, all(0)},
-    {"chimes_not", AUXILIARY, BY_TAG, [](Settings& s) { return s.volume.duck(90); }, all(0)},
-    {"unducked", MAIN, BY_TAG, [](Settings& s) { return s.volume.duck(90) | s.volume.unduck(); },
+    {"half", MAIN, duck(50), all(-6.02)},
+    {"ninety", MAIN, duck(90), all(-20)},
+    {"all", MAIN, duck(100), all(SILENT)},
+    {"prompts_not", ALTERNATIVE, duck(90), all(0)},
+    {"chimes_not", AUXILIARY, duck(90), all(0)},
+    {"unducked", MAIN, [](auto& s) { return s.volume.duck(90) | s.volume.unduck(); }, all(0)},
+    {"by_mode_without_a_prompt", MAIN, [](auto& s) { return s.volume.setMainAudioDunkingMode(1); },
      all(0)},
-    {"by_mode_without_a_prompt", MAIN, BY_TAG,
-     [](Settings& s) { return s.volume.setMainAudioDunkingMode(1); }, all(0)},
 };
 
 // A loudspeaker's steps: 100 - balance + fade (LF), 100 + balance + fade (RF), 100 - balance - fade
 // (LS), 100 + balance - fade (RS), between 0 and 100.
 const Row FADES_AND_BALANCES[] = {
-    {"middle", MAIN, BY_TAG, [](Settings& s) { return s.volume.setFadeBalance(0, 0, 100); },
-     all(0)},
-    {"right",
-     MAIN,
-     BY_TAG,
-     [](Settings& s) { return s.volume.setFadeBalance(0, 50, 100); },
-     {-25, 0, -25, 0}},
-    {"left",
-     MAIN,
-     BY_TAG,
-     [](Settings& s) { return s.volume.setFadeBalance(0, -20, 100); },
-     {0, -10, 0, -10}},
-    {"all_right",
-     MAIN,
-     BY_TAG,
-     [](Settings& s) { return s.volume.setFadeBalance(0, 10, 10); },
-     {SILENT, 0, SILENT, 0}},
-    {"front",
-     MAIN,
-     BY_TAG,
-     [](Settings& s) { return s.volume.setFadeBalance(3, 0, 10); },
-     {0, 0, -15, -15}},
-    {"back",
-     MAIN,
-     BY_TAG,
-     [](Settings& s) { return s.volume.setFadeBalance(-3, 0, 10); },
-     {-15, -15, 0, 0}},
-    {"all_front",
-     MAIN,
-     BY_TAG,
-     [](Settings& s) { return s.volume.setFadeBalance(2, 0, 2); },
-     {0, 0, SILENT, SILENT}},
-    {"front_right",
-     MAIN,
-     BY_TAG,
-     [](Settings& s) { return s.volume.setFadeBalance(10, 30, 100); },
-     {-10, 0, -20, 0}},
-    {"back_left",
-     MAIN,
-     BY_TAG,
-     [](Settings& s) { return s.volume.setFadeBalance(-15, -10, 50); },
-     {-5, -25, 0, 0}},
-    {"prompts_not", ALTERNATIVE, BY_TAG,
-     [](Settings& s) { return s.volume.setFadeBalance(10, 30, 100); }, all(0)},
+    {"middle", MAIN, fadeBalance(0, 0, 100), all(0)},
+    {"right", MAIN, fadeBalance(0, 50, 100), each(-25, 0, -25, 0)},
+    {"left", MAIN, fadeBalance(0, -20, 100), each(0, -10, 0, -10)},
+    {"all_right", MAIN, fadeBalance(0, 10, 10), each(SILENT, 0, SILENT, 0)},
+    {"front", MAIN, fadeBalance(3, 0, 10), each(0, 0, -15, -15)},
+    {"back", MAIN, fadeBalance(-3, 0, 10), each(-15, -15, 0, 0)},
+    {"all_front", MAIN, fadeBalance(2, 0, 2), each(0, 0, SILENT, SILENT)},
+    {"front_right", MAIN, fadeBalance(10, 30, 100), each(-10, 0, -20, 0)},
+    {"back_left", MAIN, fadeBalance(-15, -10, 50), each(-5, -25, 0, 0)},
+    {"prompts_not", ALTERNATIVE, fadeBalance(10, 30, 100), all(0)},
 };
 
 const Row MIXERS[] = {
-    {"navigation_steps",
-     ALTERNATIVE,
-     BY_TAG,
-     [](Settings& s) {
-         auto gain = mixerSteps(100, 90, 80, 0);
-         return s.mixer.setGpsMixerGain(&gain);
-     },
-     {0, -5, -10, SILENT}},
-    {"navigation_dB",
-     AUXILIARY,
-     NAVIGATION,
-     [](Settings& s) {
-         auto matrix = mixerMatrix(-1, -2.5F, -103.5F, 0);
-         return s.mixer.setGpsMixerGain(&matrix);
-     },
-     {-1, -2.5, SILENT, 0}},
-    {"navigation_for_others", AUXILIARY, ALARM,
-     [](Settings& s) {
-         auto matrix = mixerMatrix(-1, -2.5F, -103.5F, 0);
-         return s.mixer.setGpsMixerGain(&matrix);
-     },
-     all(0)},
-    {"no_navigation", AUXILIARY, NAVIGATION, [](Settings& s) { return s.mixer.mixExtGps(0); },
-     all(SILENT)},
-    {"alternative_steps",
-     ALTERNATIVE,
-     ALARM,
-     [](Settings& s) {
-         auto gain = mixerSteps(60, 100, 100, 98);
-         return s.mixer.setAlternativeAudioMixerGain(&gain);
-     },
-     {-20, 0, 0, -1}},
-    {"alternative_dB",
-     ALTERNATIVE,
-     ALARM,
-     [](Settings& s) {
-         auto matrix = mixerMatrix(-12, -0.5F, 0, -6);
-         return s.mixer.setAlternativeAudioMixerGain(&matrix);
-     },
-     {-12, -0.5, 0, -6}},
-    {"alternative_for_others", MAIN, BY_TAG,
-     [](Settings& s) {
-         auto matrix = mixerMatrix(-12, -0.5F, 0, -6);
-         return s.mixer.setAlternativeAudioMixerGain(&matrix);
-     },
-     all(0)},
-    {"two_loudspeakers",
-     AUXILIARY,
-     BY_TAG,
-     [](Settings& s) {
+    {"navigation_steps", ALTERNATIVE, mixNavigation(steps(100, 90, 80, 0)),
+     each(0, -5, -10, SILENT)},
+    {"navigation_dB", AUXILIARY, mixNavigation(gains(-1, -2.5F, -103.5F, 0)),
+     each(-1, -2.5, SILENT, 0), NAVIGATION},
+    {"navigation_for_others", AUXILIARY, mixNavigation(gains(-1, -2.5F, -103.5F, 0)), all(0),
+     ALARM},
+    {"no_navigation", AUXILIARY, [](auto& s) { return s.mixer.mixExtGps(0); }, all(SILENT),
+     NAVIGATION},
+    {"alternative_steps", ALTERNATIVE, mixAlternative(steps(60, 100, 100, 98)), each(-20, 0, 0, -1),
+     ALARM},
+    {"alternative_dB", ALTERNATIVE, mixAlternative(gains(-12, -0.5F, 0, -6)),
+     each(-12, -0.5, 0, -6), ALARM},
+    {"alternative_for_others", MAIN, mixAlternative(gains(-12, -0.5F, 0, -6)), all(0)},
+    {"two_loudspeakers", AUXILIARY,
+     [](auto& s) {
          return s.source.setSpeakerOutPut(
              static_cast<audio_channel_idx_e>(AUDIO_CHANNEL_LF | AUDIO_CHANNEL_RS));
      },
-     {0, SILENT, SILENT, 0}},
+     each(0, SILENT, SILENT, 0)},
 };
 
 std::string nameOf(const ::testing::TestParamInfo<Row>& row) {
     return row.param.name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Untouched, AToneOnFourLoudspeakers, ::testing::ValuesIn(NOTHING_SET),
+INSTANTIATE_TEST_SUITE_P(Untouched, ToneOnFourLoudspeakers, ::testing::ValuesIn(NOTHING_SET),
                          nameOf);
-INSTANTIATE_TEST_SUITE_P(Volume, AToneOnFourLoudspeakers, ::testing::ValuesIn(VOLUMES), nameOf);
-INSTANTIATE_TEST_SUITE_P(Mute, AToneOnFourLoudspeakers, ::testing::ValuesIn(MUTES), nameOf);
-INSTANTIATE_TEST_SUITE_P(Duck, AToneOnFourLoudspeakers, ::testing::ValuesIn(DUCKS), nameOf);
-INSTANTIATE_TEST_SUITE_P(FadeAndBalance, AToneOnFourLoudspeakers,
+INSTANTIATE_TEST_SUITE_P(Volume, ToneOnFourLoudspeakers, ::testing::ValuesIn(VOLUMES), nameOf);
+INSTANTIATE_TEST_SUITE_P(Mute, ToneOnFourLoudspeakers, ::testing::ValuesIn(MUTES), nameOf);
+INSTANTIATE_TEST_SUITE_P(Duck, ToneOnFourLoudspeakers, ::testing::ValuesIn(DUCKS), nameOf);
+INSTANTIATE_TEST_SUITE_P(FadeAndBalance, ToneOnFourLoudspeakers,
                          ::testing::ValuesIn(FADES_AND_BALANCES), nameOf);
-INSTANTIATE_TEST_SUITE_P(Mixer, AToneOnFourLoudspeakers, ::testing::ValuesIn(MIXERS), nameOf);
+INSTANTIATE_TEST_SUITE_P(Mixer, ToneOnFourLoudspeakers, ::testing::ValuesIn(MIXERS), nameOf);
 
-TEST(AStereoTone, IsHeardAtTheBackWhenItIsUpMixed) {
+TEST(StereoTone, PlaysAtTheBackOnlyWithUpMix) {
     for (const unsigned mode : {0U, 1U}) {
+        SCOPED_TRACE(mode);
         MeasuredServer server(CHANNELS);
         Settings settings;
         ASSERT_EQ(settings.mixer.setUpMixMode(mode), 0);
@@ -464,23 +406,16 @@ TEST(AStereoTone, IsHeardAtTheBackWhenItIsUpMixed) {
             ASSERT_TRUE(stream.play(tone(200 * PERIOD, 2)));
         }
         ASSERT_TRUE(server.stop());
-        const std::size_t start = server.startOf("tone");
-        for (unsigned i = 0; i < CHANNELS; ++i) {
-            const double level = levelOf(server.wav().channel(i), start, 200 * PERIOD);
-            if (i >= 2 && mode == 0) {
-                EXPECT_EQ(level, SILENT);
-            } else {
-                EXPECT_NEAR(level, 0, TOLERANCE);
-            }
-        }
+        expectLevels(server, server.startOf("tone"),
+                     mode == 0 ? each(0, 0, SILENT, SILENT) : all(0));
     }
 }
 
 // Changes while it plays --------------------------------------------------------------------------
 
-/// What is heard of a tone, period by period, when something is set in the middle. In frames:
-/// 12000 before it is set, 36000 after it.
-class AChange : public ::testing::Test {
+/// Level of a tone, period by period, when a setting changes in the middle: 12000 frames before the
+/// change, 36000 after it.
+class GainChange : public ::testing::Test {
 protected:
     static constexpr std::size_t BEFORE = 250;  // periods
     static constexpr std::size_t AFTER = 750;
@@ -528,25 +463,25 @@ protected:
     std::vector<double> mAmplitudes;
 };
 
-TEST_F(AChange, TakesTheTimeThatIsSetForSofter) {
+TEST_F(GainChange, DownwardsTakesTheTimeThatIsSet) {
     ASSERT_EQ(settings.volume.setMasterVolumeRampDuration(100, 300), 0);
     hear([this] { return settings.volume.setMasterVolume(-20.0F); });
     expectRamp(1, 0.1, 300);
 }
 
-TEST_F(AChange, TakesTheTimeThatIsSetForLouder) {
+TEST_F(GainChange, UpwardsTakesTheTimeThatIsSet) {
     ASSERT_EQ(settings.volume.setMasterVolumeRampDuration(150, 10), 0);
     ASSERT_EQ(settings.volume.setMasterVolume(-20.0F), 0);
     hear([this] { return settings.volume.setMasterVolume(6.0206F); });
     expectRamp(0.1, 2, 150);
 }
 
-TEST_F(AChange, TakesTwentyMillisecondsUnlessSomethingIsSet) {
+TEST_F(GainChange, TakesTwentyMillisecondsByDefault) {
     hear([this] { return settings.volume.mute("main", true); });
     expectRamp(1, 0, 20);
 }
 
-TEST_F(AChange, IsARampForOtherGainsToo) {
+TEST_F(GainChange, OfSeveralGainsIsOneRamp) {
     ASSERT_EQ(settings.volume.setMasterVolumeRampDuration(100, 200), 0);
     hear([this] {
         return settings.volume.setTrackVolume("main", "tone", -6.0206F) | settings.volume.duck(50);
@@ -554,14 +489,14 @@ TEST_F(AChange, IsARampForOtherGainsToo) {
     expectRamp(1, 0.25, 200);
 }
 
-TEST_F(AChange, IsMadeAtOnceWithoutATime) {
+TEST_F(GainChange, IsImmediateWithoutARampTime) {
     ASSERT_EQ(settings.volume.setMasterVolumeRampDuration(0, 0), 0);
     hear([this] { return settings.volume.setMasterVolume(-20.0F); });
     EXPECT_NEAR(mAmplitudes[BEFORE - 1], 1, 1e-4);
     EXPECT_NEAR(mAmplitudes[BEFORE], 0.1, 1e-4);
 }
 
-TEST_F(AChange, IsMadeAtOnceWhenRampsAreSwitchedOff) {
+TEST_F(GainChange, IsImmediateWhenRampsAreOff) {
     ASSERT_EQ(settings.volume.setMasterVolumeRampDuration(300, 300), 0);
     ASSERT_EQ(settings.source.setHwAutoRampMode(false), 0);
     hear([this] { return settings.volume.setMasterVolume(-20.0F); });
@@ -573,7 +508,7 @@ TEST_F(AChange, IsMadeAtOnceWhenRampsAreSwitchedOff) {
 
 /// Music at the server's own pace, with a prompt of half a second in it. Rings hold all of it, and
 /// more music than is needed, so that a slow machine tears nothing.
-class MusicUnderAPrompt : public ::testing::Test {
+class MusicDuringPrompt : public ::testing::Test {
 protected:
     static constexpr std::size_t PROMPT_FRAMES = RATE / 2;
     static constexpr double PROMPT_FREQUENCY = 3000;
@@ -613,7 +548,7 @@ private:
     std::size_t mPrompt = 0;
 };
 
-TEST_F(MusicUnderAPrompt, GivesWayInModeOne) {
+TEST_F(MusicDuringPrompt, IsDuckedInModeOne) {
     ASSERT_EQ(settings.volume.setMainAudioDunkingMode(1), 0);
     ASSERT_EQ(settings.volume.setMainAudioDunkingTargetGain(-14.0F), 0);
     hear(ALTERNATIVE, BY_TAG);
@@ -625,7 +560,7 @@ TEST_F(MusicUnderAPrompt, GivesWayInModeOne) {
     EXPECT_NEAR(promptAt(240), 0, TOLERANCE);
 }
 
-TEST_F(MusicUnderAPrompt, GivesWayToNavigationOfAnyTag) {
+TEST_F(MusicDuringPrompt, IsDuckedByNavigationOfAnyTag) {
     ASSERT_EQ(settings.volume.setMainAudioDunkingMode(1), 0);
     ASSERT_EQ(settings.volume.setMainAudioDunkingTargetGain(step(60)), 0);
     ASSERT_EQ(settings.volume.duck(50), 0);
@@ -635,14 +570,14 @@ TEST_F(MusicUnderAPrompt, GivesWayToNavigationOfAnyTag) {
     EXPECT_NEAR(musicAt(760), -6.02, TOLERANCE);
 }
 
-TEST_F(MusicUnderAPrompt, GivesWayToNothingThatIsNotHeard) {
+TEST_F(MusicDuringPrompt, IsNotDuckedByAMutedPrompt) {
     ASSERT_EQ(settings.volume.setMainAudioDunkingMode(1), 0);
     ASSERT_EQ(settings.volume.mute("alternative", true), 0);
     hear(ALTERNATIVE, BY_TAG);
     EXPECT_NEAR(musicAt(240), 0, TOLERANCE);
 }
 
-TEST_F(MusicUnderAPrompt, StaysAsItIsInModeZero) {
+TEST_F(MusicDuringPrompt, IsNotDuckedInModeZero) {
     hear(ALTERNATIVE, BY_TAG);
     EXPECT_NEAR(musicAt(240), 0, TOLERANCE);
     EXPECT_NEAR(promptAt(240), 0, TOLERANCE);
@@ -650,7 +585,7 @@ TEST_F(MusicUnderAPrompt, StaysAsItIsInModeZero) {
 
 // Sources ---------------------------------------------------------------------------------------
 
-TEST(AMainOutput, PlaysTheSourceThatIsSelected) {
+TEST(MainOutput, PlaysTheSelectedSource) {
     MeasuredServer server(2);
     Settings settings;
     Stream radio("radio", MAIN, 2);
@@ -672,7 +607,7 @@ TEST(AMainOutput, PlaysTheSourceThatIsSelected) {
 
 // Loudspeakers ----------------------------------------------------------------------------------
 
-TEST(ALoudspeaker, IsHeardLaterWithADelay) {
+TEST(Loudspeaker, PlaysLaterWithADelay) {
     MeasuredServer server(2);
     Settings settings;
     ASSERT_EQ(settings.app.setSpeakerDelay(AUDIO_CHANNEL_RF, 5.0F), 0);
@@ -683,11 +618,8 @@ TEST(ALoudspeaker, IsHeardLaterWithADelay) {
         click[1998] = click[1999] = 1 << 29;  // the last frame
         ASSERT_TRUE(stream.play(click));
     }
-    const auto hasAll = [&] {
-        const auto state = nlohmann::json::parse(server.server().command("state"));
-        return state.at("output").at("frames") == 1240;
-    };
-    EXPECT_TRUE(eventually(hasAll, std::chrono::minutes(1)));
+    EXPECT_TRUE(
+        eventually([&] { return outputFrames(server.server()) == 1240; }, std::chrono::minutes(1)));
     ASSERT_TRUE(server.stop());
     std::vector<float> left(1240);
     left[50] = 0.5F;
@@ -699,7 +631,7 @@ TEST(ALoudspeaker, IsHeardLaterWithADelay) {
     EXPECT_EQ(server.wav().channel(1), right);
 }
 
-TEST(ALoudspeaker, IsNotDelayedWhenItIsBypassed) {
+TEST(Loudspeaker, HasNoDelayInBypassMode) {
     MeasuredServer server(2);
     Settings settings;
     ASSERT_EQ(settings.app.setSpeakerDelay(AUDIO_CHANNEL_RF, 5.0F), 0);
@@ -713,22 +645,20 @@ TEST(ALoudspeaker, IsNotDelayedWhenItIsBypassed) {
     EXPECT_EQ(server.wav().channel(1)[50], 0.5F);
 }
 
-TEST(ALoudspeaker, IsTestedWithATone) {
+TEST(Loudspeaker, PlaysItsTestToneAlone) {
     MeasuredServer server(CHANNELS, {});
     Settings settings;
     ASSERT_EQ(settings.source.setMainAudioSpeakerTestPattern(AUDIO_CHANNEL_LS, 440), 0);
-    const auto hasSounded = [&] {
-        const auto state = nlohmann::json::parse(server.server().command("state"));
-        return state.at("output").at("frames") >= RATE / 2;
-    };
-    ASSERT_TRUE(eventually(hasSounded, std::chrono::minutes(1))) << "no stream is needed";
+    ASSERT_TRUE(eventually([&] { return outputFrames(server.server()) >= RATE / 2; },
+                           std::chrono::minutes(1)))
+        << "no stream is needed";
     ASSERT_TRUE(server.stop());
     EXPECT_NEAR(amplitudeOf(440, RATE, server.wav().channel(2).data(), RATE / 4), 0.1, 0.0005);
     for (const unsigned channel : {0U, 1U, 3U})
         EXPECT_EQ(levelOf(server.wav().channel(channel), 0, RATE / 4), SILENT);
 }
 
-TEST(TheMeters, ShowWhatIsHeardUntilItIsOver) {
+TEST(Meters, FollowTheOutputAndFallToZero) {
     const RealServer server({"--output", "null", "--channels", "2"});
     Settings settings;
     const auto energy = [&] {
@@ -764,7 +694,7 @@ struct RecordedRow {
     std::array<double, 2> levels;  // against the tone of half full scale
 };
 
-TEST(WhatIsRecorded, HasTheGainOfItsInput) {
+TEST(RecordedInput, HasTheGainOfItsInput) {
     const auto mux0 = AUDIO_INPUT_MUX_0;
     const RecordedRow rows[] = {
         {AUDIO_TAG_UPLINK, [](Settings&) { return 0; }, {0, 0}},

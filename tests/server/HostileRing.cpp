@@ -36,10 +36,10 @@ std::atomic_ref<T> shared(T& field) {
 
 }  // namespace
 
-HostileRing::HostileRing(const RingUser& user, const std::string& name)
+HostileRing::HostileRing(const RingUser& user, const std::string& name,
+                         const AudioFormatDesc& format)
     : mUser(user), mClient(std::in_place, user.type, name) {
     const auto tag = static_cast<std::uint32_t>(user.tag);
-    const AudioFormatDesc format = pcm(16000, 1, 16);
     const wire::CreateReply reply =
         user.isCapture ? mClient->createCapture(tag, format) : mClient->create(tag, format);
     if (reply.status != 0) fail("create");
@@ -47,10 +47,9 @@ HostileRing::HostileRing(const RingUser& user, const std::string& name)
     if (user.isPhysical) {
         if (user.isCapture) start();
         (void)mClient->notification();
-        const std::uint32_t function =
-            user.isCapture ? static_cast<std::uint32_t>(CaptureFunction::GetShareMemory)
-                           : static_cast<std::uint32_t>(StreamFunction::GetShareMemory);
-        const auto place = mClient->call<wire::ShareMemoryReply>(wire::FunctionRequest{function});
+        const auto place =
+            user.isCapture ? mClient->ask<wire::ShareMemoryReply>(CaptureFunction::GetShareMemory)
+                           : mClient->ask<wire::ShareMemoryReply>(StreamFunction::GetShareMemory);
         char suffix[16];
         std::snprintf(suffix, sizeof suffix, "_0x%x", place.address);
         object += suffix;
@@ -97,8 +96,8 @@ void HostileRing::pretendToHaveWritten(std::uint32_t bytes) const {
     post();
 }
 
-void HostileRing::cut() const {
-    if (ftruncate(mObject, 0) != 0) fail("ftruncate");
+void HostileRing::cut(off_t length) const {
+    if (ftruncate(mObject, length) != 0) fail("ftruncate");
 }
 
 void HostileRing::restore() const {

@@ -33,12 +33,14 @@ class HostileRing {
 public:
     /// Registers, creates the stream, starts a capture and waits for the announcement of a physical
     /// ring. Throws std::runtime_error when that does not work.
-    HostileRing(const RingUser& user, const std::string& name);
+    HostileRing(const RingUser& user, const std::string& name,
+                const AudioFormatDesc& format = pcm(16000, 1, 16));
     ~HostileRing();
     HostileRing(const HostileRing&) = delete;
     HostileRing& operator=(const HostileRing&) = delete;
 
     [[nodiscard]] RawClient& client() { return *mClient; }
+    [[nodiscard]] wire::RingHeader& header() const { return *mHeader; }
     void start();
     /// The client goes; its mapping of the ring stays.
     void leave() { mClient.reset(); }
@@ -49,8 +51,9 @@ public:
     void post() const;
     /// Moves the write offset and posts.
     void pretendToHaveWritten(std::uint32_t bytes) const;
-    /// Nothing of the object's memory is left; an access of this process ends it.
-    void cut() const;
+    /// No more than this is left of the object's memory; an access of this process beyond it ends
+    /// the process.
+    void cut(off_t length = 0) const;
     void restore() const;
 
 private:

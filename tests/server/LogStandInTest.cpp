@@ -24,7 +24,7 @@ void keep(const struct __android_logger_data* data, const char* text) {
     lines.push_back({data->struct_size, data->priority, data->tag, text});
 }
 
-class TheLogStandIn : public ::testing::Test {
+class LogStandIn : public ::testing::Test {
 protected:
     void SetUp() override {
         lines.clear();
@@ -36,7 +36,7 @@ protected:
     int before = 0;
 };
 
-TEST_F(TheLogStandIn, GivesMessagesToTheLogger) {
+TEST_F(LogStandIn, GivesMessagesToTheLogger) {
     EXPECT_EQ(__android_log_print(ANDROID_LOG_ERROR, "AS", "%s %d\n", "text", 7), 1);
     ASSERT_EQ(lines.size(), 1U);
     EXPECT_EQ(lines[0].size, sizeof(struct __android_logger_data));
@@ -45,7 +45,7 @@ TEST_F(TheLogStandIn, GivesMessagesToTheLogger) {
     EXPECT_EQ(lines[0].text, "text 7\n");
 }
 
-TEST_F(TheLogStandIn, DropsDebugLinesUntilItIsToldNotTo) {
+TEST_F(LogStandIn, DropsDebugLinesByDefault) {
     EXPECT_LT(__android_log_print(ANDROID_LOG_DEBUG, "AS", "dropped"), 0);
     EXPECT_EQ(__android_log_print(ANDROID_LOG_INFO, "AS", "kept"), 1);
     EXPECT_EQ(__android_log_set_minimum_priority(ANDROID_LOG_VERBOSE), ANDROID_LOG_DEFAULT);
@@ -56,14 +56,14 @@ TEST_F(TheLogStandIn, DropsDebugLinesUntilItIsToldNotTo) {
     EXPECT_EQ(lines[1].text, "kept too");
 }
 
-TEST_F(TheLogStandIn, CutsVeryLongMessages) {
+TEST_F(LogStandIn, CutsVeryLongMessages) {
     const std::string text(10000, 'x');
     EXPECT_EQ(__android_log_print(ANDROID_LOG_WARN, "AS", "%s", text.c_str()), 1);
     ASSERT_EQ(lines.size(), 1U);
     EXPECT_EQ(lines[0].text, std::string(4095, 'x'));
 }
 
-TEST_F(TheLogStandIn, PrintsOneLineToStderr) {
+TEST_F(LogStandIn, PrintsOneLineToStderr) {
     __android_log_set_logger(__android_log_stderr_logger);
     testing::internal::CaptureStderr();
     __android_log_print(ANDROID_LOG_WARN, "AS", "careful");
@@ -71,7 +71,7 @@ TEST_F(TheLogStandIn, PrintsOneLineToStderr) {
                 testing::MatchesRegex("AS W [0-9: -]+ +[0-9]+ +[0-9]+ careful\n"));
 }
 
-TEST_F(TheLogStandIn, PrintsNothingThatATerminalObeys) {
+TEST_F(LogStandIn, PrintsControlCharactersEscaped) {
     __android_log_set_logger(__android_log_stderr_logger);
     testing::internal::CaptureStderr();
     __android_log_print(ANDROID_LOG_WARN, "AS", "stream %s is gone\n",

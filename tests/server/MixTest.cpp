@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the settings do to the server's mix, part by part and without the server.
+// The effect of settings on the parts of the server's mix, without the server.
 #include <cabinaudio/QVAudioTypes.h>
 #include <cabinaudio/foundation/AudioTypes.h>
 
@@ -42,7 +42,7 @@ constexpr std::uint32_t RATE = 48000;
 
 // The curve -----------------------------------------------------------------------------------
 
-TEST(TheGainCurve, IsHalfADecibelAStepAroundStepHundred) {
+TEST(GainCurve, IsHalfADecibelAStepAroundStepHundred) {
     EXPECT_EQ(gain::ofStep(0), -103.5F);
     EXPECT_EQ(gain::ofStep(1), -49.5F);
     EXPECT_EQ(gain::ofStep(40), -30.0F);
@@ -51,7 +51,7 @@ TEST(TheGainCurve, IsHalfADecibelAStepAroundStepHundred) {
     EXPECT_EQ(gain::ofStep(148), 24.0F);
 }
 
-TEST(TheGainCurve, GivesEveryStepBack) {
+TEST(GainCurve, MapsEachStepToADbValueAndBack) {
     for (int step = 0; step <= 148; ++step) {
         const auto narrow = static_cast<std::uint8_t>(step);
         EXPECT_EQ(gain::stepOf(gain::ofStep(narrow)), narrow);
@@ -62,7 +62,7 @@ TEST(TheGainCurve, GivesEveryStepBack) {
     EXPECT_EQ(gain::stepOf(30.0F), 148);
 }
 
-TEST(TheGainCurve, EndsInSilenceAndKeepsUnityExact) {
+TEST(GainCurve, EndsInSilenceAndKeepsUnityExact) {
     EXPECT_EQ(gain::factorOf(0.0F), 1.0F);
     EXPECT_EQ(gain::factorOf(-103.5F), 0.0F);
     EXPECT_EQ(gain::factorOf(-200.0F), 0.0F);
@@ -86,7 +86,7 @@ const StreamRecord PROMPT = streamOf(AUDIO_TAG_ALTERNATIVE, "navigation");
 const StreamRecord CHIME = streamOf(AUDIO_TAG_AUXILIARY, "system");
 const StreamRecord CALL = streamOf(AUDIO_TAG_OUTPUT_INVOCATION, "voice");
 
-/// What of four channels is heard in a four-channel output, each in its own.
+/// Gains of four channels in a four-channel output, each in its own.
 std::array<float, 4> heard(const StreamRecord& stream, const SettingsData& settings,
                            bool isPromptHeard = false) {
     const StreamGains gains = gainsOf(stream, settings, isPromptHeard);
@@ -160,7 +160,7 @@ const GainRow GAIN_ROWS[] = {
 INSTANTIATE_TEST_SUITE_P(By, EveryStream, ::testing::ValuesIn(GAIN_ROWS),
                          [](const auto& row) { return std::string(row.param.what); });
 
-TEST(AStream, IsHeardOnItsOwnLoudspeakersAsTheyAreSet) {
+TEST(StreamGains, FollowTheGainsOfTheLoudspeakers) {
     SettingsData settings;
     settings.volume.channels = {HALF, 0, -103.5F, 20, 0, 0};
     EXPECT_THAT(heard(MUSIC, settings), ElementsAre(FloatNear(0.5F, 1e-5F), 1, SILENT, 10));
@@ -171,7 +171,7 @@ TEST(AStream, IsHeardOnItsOwnLoudspeakersAsTheyAreSet) {
                 ElementsAre(SILENT, FloatNear(0.5F, 1e-5F), FloatNear(0.25F, 1e-5F), 1));
 }
 
-TEST(AStream, HasGainsForItsOwnChannels) {
+TEST(StreamGains, FollowTheGainsOfItsChannels) {
     SettingsData settings;
     settings.volume.tracks[{"auxiliary", "stream"}].channels = {HALF, -103.5F, 0, 20};
     EXPECT_THAT(heard(CHIME, settings), ElementsAre(FloatNear(0.5F, 1e-5F), SILENT, 1, 10));
@@ -179,14 +179,14 @@ TEST(AStream, HasGainsForItsOwnChannels) {
     EXPECT_FLOAT_EQ(gains.factor(3, 0, 2), 10) << "wherever it is folded to";
 }
 
-TEST(AStream, IsSilentOnLoudspeakersThatAreOff) {
+TEST(StreamGains, AreZeroOnLoudspeakersThatAreOff) {
     SettingsData settings;
     settings.source.speakers = audio::AUDIO_CHANNEL_RF | audio::AUDIO_CHANNEL_LS;
     EXPECT_THAT(heard(MUSIC, settings), ElementsAre(SILENT, 1, 1, SILENT));
     EXPECT_THAT(heard(PROMPT, settings), ElementsAre(SILENT, 1, 1, SILENT));
 }
 
-TEST(AStream, HearsTheMeanOfTheFrontInAMonoOutput) {
+TEST(StreamGains, AreTheFrontMeanInAMonoOutput) {
     SettingsData settings;
     settings.volume.channels[0] = -103.5F;
     EXPECT_EQ(gainsOf(MUSIC, settings, false).factor(0, 0, 1), 0.5F);
@@ -194,7 +194,7 @@ TEST(AStream, HearsTheMeanOfTheFrontInAMonoOutput) {
     EXPECT_FLOAT_EQ(gainsOf(MUSIC, settings, false).factor(0, 0, 1), 5);
 }
 
-TEST(AStream, HasNoLoudspeakerGainWhereThereIsNoLoudspeaker) {
+TEST(StreamGains, AreUnityOnChannelsWithoutALoudspeaker) {
     SettingsData settings;
     settings.volume.channels.fill(-103.5F);
     settings.source.speakers = 0;
@@ -202,7 +202,7 @@ TEST(AStream, HasNoLoudspeakerGainWhereThereIsNoLoudspeaker) {
     EXPECT_EQ(gainsOf(MUSIC, settings, false).factor(0, 5, 8), SILENT);
 }
 
-TEST(TheMainAudio, GivesWayToPromptsByMode) {
+TEST(MainAudio, IsDuckedByPromptsInModeOne) {
     SettingsData settings;
     settings.volume.duckingTarget = -20;
     EXPECT_THAT(heard(MUSIC, settings, true), Each(1.0F)) << "not in mode 0";
@@ -213,7 +213,7 @@ TEST(TheMainAudio, GivesWayToPromptsByMode) {
     EXPECT_THAT(heard(CHIME, settings, true), Each(1.0F));
 }
 
-TEST(TheMainAudio, TakesTheSofterOfTwoDucks) {
+TEST(MainAudio, IsDuckedByTheSofterOfTwoGains) {
     VolumeSettings volume;
     volume.duckingMode = 1;
     volume.duckingTarget = -20;
@@ -224,7 +224,7 @@ TEST(TheMainAudio, TakesTheSofterOfTwoDucks) {
     EXPECT_FLOAT_EQ(duckingOf(volume, true), 0.05F);
 }
 
-TEST(APrompt, IsAlternativeOrNavigation) {
+TEST(Prompt, IsAlternativeOrNavigation) {
     EXPECT_TRUE(isPrompt(PROMPT));
     EXPECT_TRUE(isPrompt(streamOf(AUDIO_TAG_ALTERNATIVE, "media")));
     EXPECT_TRUE(isPrompt(streamOf(AUDIO_TAG_AUXILIARY, "navigation")));
@@ -233,7 +233,7 @@ TEST(APrompt, IsAlternativeOrNavigation) {
     EXPECT_FALSE(isPrompt(CHIME));
 }
 
-TEST(ARampsLength, IsTheSettingsByDirection) {
+TEST(RampLength, DependsOnTheDirection) {
     SettingsData settings;
     settings.volume.rampUpMs = 300;
     settings.volume.rampDownMs = 50;
@@ -244,7 +244,7 @@ TEST(ARampsLength, IsTheSettingsByDirection) {
     EXPECT_EQ(rampOf(settings, RATE).down, 0U);
 }
 
-TEST(ARampsLength, IsBoundedWhateverIsSet) {
+TEST(RampLength, IsBoundedForExtremeSettings) {
     SettingsData settings;
     settings.volume.rampUpMs = std::numeric_limits<float>::infinity();
     settings.volume.rampDownMs = std::numeric_limits<float>::quiet_NaN();
@@ -256,7 +256,7 @@ TEST(ARampsLength, IsBoundedWhateverIsSet) {
 
 // Gains of what is recorded ---------------------------------------------------------------------
 
-TEST(WhatIsRecorded, HasTheGainOfItsInput) {
+TEST(RecordedInput, HasTheGainOfItsInput) {
     VolumeSettings volume;
     for (const AudioTagType tag : {AUDIO_TAG_UPLINK, AUDIO_TAG_INPUT0, AUDIO_TAG_INPUT1,
                                    AUDIO_TAG_INPUT2, AUDIO_TAG_INPUT_FRONT_FEEDBACK}) {
@@ -282,7 +282,7 @@ std::vector<float> next(Ramp& ramp, std::size_t count) {
     return values;
 }
 
-TEST(ARamp, GoesInAStraightLineAndMeetsItsTargetExactly) {
+TEST(Ramp, IsLinearAndMeetsItsTargetExactly) {
     Ramp ramp(1);
     ramp.aim(0, {10, 4});
     EXPECT_THAT(next(ramp, 5), ElementsAre(0.75F, 0.5F, 0.25F, 0, 0));
@@ -292,14 +292,14 @@ TEST(ARamp, GoesInAStraightLineAndMeetsItsTargetExactly) {
     EXPECT_FALSE(ramp.isMoving());
 }
 
-TEST(ARamp, IsAtItsTargetAtOnceWithoutFrames) {
+TEST(Ramp, ReachesItsTargetAtOnceWithoutFrames) {
     Ramp ramp(1);
     ramp.aim(0.25F, {10, 0});
     EXPECT_FALSE(ramp.isMoving());
     EXPECT_EQ(ramp.next(), 0.25F);
 }
 
-TEST(ARamp, GoesOnFromWhereItIsWhenTheTargetChanges) {
+TEST(Ramp, ContinuesFromItsValueWhenTheTargetChanges) {
     Ramp ramp(0);
     ramp.aim(1, {4, 4});
     next(ramp, 2);
@@ -307,7 +307,7 @@ TEST(ARamp, GoesOnFromWhereItIsWhenTheTargetChanges) {
     EXPECT_THAT(next(ramp, 3), ElementsAre(0.25F, 0, 0));
 }
 
-TEST(ARamp, IsNotHeldUpByTheSameTargetAgain) {
+TEST(Ramp, IsNotDelayedByTheSameTarget) {
     Ramp ramp(0);
     ramp.aim(1, {4, 4});
     next(ramp, 3);
@@ -318,7 +318,7 @@ TEST(ARamp, IsNotHeldUpByTheSameTargetAgain) {
     EXPECT_EQ(ramp.value(), 0.0F) << "without frames it ends";
 }
 
-TEST(ARamp, EndsExactlyAfterALongWay) {
+TEST(Ramp, MeetsItsTargetAfterMillionsOfFrames) {
     Ramp ramp(0.1F);
     ramp.aim(0.7F, {2'880'000, 0});
     const auto values = next(ramp, 2'880'000);
@@ -336,7 +336,7 @@ std::vector<float> added(GainMatrix& matrix, std::size_t outputs, std::vector<fl
     return out;
 }
 
-TEST(AGainMatrix, PassesSamplesToTheLastBitUntilSomethingIsSet) {
+TEST(GainMatrix, PassesSamplesUnchangedAtUnityGain) {
     GainMatrix matrix(2, 2);
     const std::vector<float> in = {1.0F / 3, -1.0F / 32768, 0.999969F, 1e-20F};
     EXPECT_EQ(added(matrix, 2, in, 2), in);
@@ -348,7 +348,7 @@ TEST(AGainMatrix, PassesSamplesToTheLastBitUntilSomethingIsSet) {
     EXPECT_EQ(added(matrix, 2, in, 2), in);
 }
 
-TEST(AGainMatrix, ChangesFrameByFrame) {
+TEST(GainMatrix, ChangesFrameByFrame) {
     GainMatrix matrix(1, 2);
     StreamGains gains;
     gains.loudspeakers[1] = 0.0F;
@@ -362,7 +362,7 @@ TEST(AGainMatrix, ChangesFrameByFrame) {
     EXPECT_THAT(added(matrix, 2, {1}), ElementsAre(0, 0));
 }
 
-TEST(AGainMatrix, UpMixesMonoAndStereoToTheBack) {
+TEST(GainMatrix, UpMixesMonoAndStereoToTheBack) {
     StreamGains upMixed;
     upMixed.isUpMixed = true;
     GainMatrix mono(1, 4);
@@ -381,7 +381,7 @@ TEST(AGainMatrix, UpMixesMonoAndStereoToTheBack) {
 
 // Ducking ---------------------------------------------------------------------------------------
 
-TEST(Ducking, HoldsForAFifthOfASecond) {
+TEST(Ducking, HoldsFor200Milliseconds) {
     Ducking ducking(RATE);
     EXPECT_FALSE(ducking.mixed(false, 768));
     EXPECT_TRUE(ducking.mixed(true, 768)) << "changed";
@@ -404,7 +404,7 @@ std::vector<float> delayed(DelayLine& line, std::vector<float> samples) {
     return samples;
 }
 
-TEST(ADelayLine, GivesSamplesBackLater) {
+TEST(DelayLine, ReturnsSamplesAfterItsDelay) {
     DelayLine line(3);
     EXPECT_THAT(delayed(line, {1, 2, 3}), ElementsAre(1, 2, 3)) << "without a delay";
     line.set(2);
@@ -425,7 +425,7 @@ std::vector<float> processed(LoudspeakerPath& path, std::vector<float> mix) {
     return mix;
 }
 
-TEST(TheLoudspeakerPath, DelaysEachLoudspeaker) {
+TEST(LoudspeakerPath, DelaysEachLoudspeaker) {
     LoudspeakerPath path(1000, 2);
     SettingsData settings;
     settings.app.speakerDelaysUs = {0, 1400, 5000, 0, 0, 0};  // the output has no LS
@@ -437,7 +437,7 @@ TEST(TheLoudspeakerPath, DelaysEachLoudspeaker) {
     EXPECT_EQ(path.heldFrames(), 0U);
 }
 
-TEST(TheLoudspeakerPath, LeavesDelaysOutWhenBypassed) {
+TEST(LoudspeakerPath, LeavesDelaysOutWhenBypassed) {
     LoudspeakerPath path(1000, 1);
     SettingsData settings;
     settings.app.speakerDelaysUs.fill(2'000'000'000);
@@ -450,7 +450,7 @@ TEST(TheLoudspeakerPath, LeavesDelaysOutWhenBypassed) {
     EXPECT_THAT(processed(path, {0.5F}), ElementsAre(0.5F));
 }
 
-TEST(TheLoudspeakerPath, ForgetsWhatItHoldsInAPause) {
+TEST(LoudspeakerPath, ForgetsHeldSamplesWhenCleared) {
     LoudspeakerPath path(1000, 1);
     SettingsData settings;
     settings.app.speakerDelaysUs.fill(3000);
@@ -492,7 +492,7 @@ std::vector<float> tested(const SourceSettings& source, unsigned channels) {
     return mix;
 }
 
-TEST(ASpeakerTest, IsATwentyDecibelTone) {
+TEST(SpeakerTest, IsATwentyDecibelTone) {
     SourceSettings source;
     source.test = {audio::AUDIO_CHANNEL_RF, 0, 480};
     const auto mix = tested(source, 2);
@@ -503,7 +503,7 @@ TEST(ASpeakerTest, IsATwentyDecibelTone) {
     }
 }
 
-TEST(ASpeakerTest, IsNoiseOfTheSamePower) {
+TEST(SpeakerTest, IsNoiseOfTheSamePower) {
     SourceSettings source;
     source.test = {audio::AUDIO_CHANNEL_LF | audio::AUDIO_CHANNEL_LS, 1, 0};
     const auto mix = tested(source, 4);
@@ -517,7 +517,7 @@ TEST(ASpeakerTest, IsNoiseOfTheSamePower) {
     EXPECT_LT(std::fabs(next / RATE), 0.0001) << "neighbours have nothing to do with each other";
 }
 
-TEST(ASpeakerTest, IsHeardFromOneLoudspeakerOfAMonoOutput) {
+TEST(SpeakerTest, PlaysFromAFrontLoudspeakerInAMonoOutput) {
     SourceSettings source;
     source.test = {audio::AUDIO_CHANNEL_RF, 0, 1000};
     EXPECT_NEAR(rmsOf(tested(source, 1), 0, 1), 0.0707F, 0.0001F);
@@ -525,7 +525,7 @@ TEST(ASpeakerTest, IsHeardFromOneLoudspeakerOfAMonoOutput) {
     EXPECT_EQ(rmsOf(tested(source, 1), 0, 1), 0.0F);
 }
 
-TEST(ASpeakerTest, NeedsALoudspeakerThatIsOnAndAToneThatFits) {
+TEST(SpeakerTest, IsSilentWithoutALoudspeakerOrAPlayableTone) {
     SourceSettings source;
     source.test = {audio::AUDIO_CHANNEL_LF, 0, 1000};
     EXPECT_GT(rmsOf(tested(source, 2), 0, 2), 0.0F);
@@ -540,7 +540,7 @@ TEST(ASpeakerTest, NeedsALoudspeakerThatIsOnAndAToneThatFits) {
 
 // Meters ----------------------------------------------------------------------------------------
 
-TEST(ASpectrum, HoldsThePowerOfASound) {
+TEST(Spectrum, HoldsThePowerOfASound) {
     Spectrum spectrum(4096);
     const auto powers = spectrum.powersOf(sine(1000, 0.5F, 4096));
     ASSERT_EQ(powers.size(), 2049U);
@@ -551,7 +551,7 @@ TEST(ASpectrum, HoldsThePowerOfASound) {
     EXPECT_NEAR(std::accumulate(constant.begin(), constant.end(), 0.0), 0.25, 0.0005);
 }
 
-TEST(AMeter, MeasuresEachLoudspeaker) {
+TEST(Meter, MeasuresEachLoudspeaker) {
     Meter meter(RATE, 4);
     const auto tone = sine(1500, 1, RATE);
     std::vector<float> mix;
@@ -568,7 +568,7 @@ struct BandRow {
     std::size_t band;
 };
 
-TEST(AMeter, SortsTonesIntoFourBands) {
+TEST(Meter, SortsTonesIntoFourBands) {
     for (const auto& [frequency, band] :
          {BandRow{60, 0}, BandRow{200, 0}, BandRow{330, 1}, BandRow{900, 1}, BandRow{1100, 2},
           BandRow{3800, 2}, BandRow{4200, 3}, BandRow{15000, 3}}) {
@@ -582,7 +582,7 @@ TEST(AMeter, SortsTonesIntoFourBands) {
     }
 }
 
-TEST(AMeter, HasTheMeanPowerOfTheLoudspeakersInItsBands) {
+TEST(Meter, HasTheMeanPowerOfTheLoudspeakersInItsBands) {
     Meter meter(RATE, 2);
     const auto low = sine(100, 1, RATE);
     const auto high = sine(8000, 1, RATE);
@@ -594,7 +594,7 @@ TEST(AMeter, HasTheMeanPowerOfTheLoudspeakersInItsBands) {
                                                   FloatNear(0, 0.01F), FloatNear(0.5F, 0.01F)));
 }
 
-TEST(AMeter, FallsToNothingInSilence) {
+TEST(Meter, FallsToZeroInSilence) {
     Meter meter(RATE, 2);
     meter.add(std::vector<float>(9600, 0.5F));
     EXPECT_FLOAT_EQ(meter.levels().rms[0], 0.5F);
@@ -606,13 +606,13 @@ TEST(AMeter, FallsToNothingInSilence) {
     EXPECT_THAT(meter.levels().rms, Each(0.0F));
 }
 
-TEST(AMeter, KnowsOneLoudspeakerAsBothFrontOnes) {
+TEST(Meter, ShowsAMonoOutputAsBothFrontLoudspeakers) {
     Meter meter(8000, 1);
     meter.add(std::vector<float>(8000, 0.25F));
     EXPECT_THAT(meter.levels().rms, ElementsAre(0.25F, 0.25F, 0, 0));
 }
 
-TEST(AMeter, LooksAtSixChannelsOfWhichFourCount) {
+TEST(Meter, ShowsFourOfSixChannels) {
     Meter meter(RATE, 6);
     std::vector<float> mix;
     for (int i = 0; i < 4800; ++i)

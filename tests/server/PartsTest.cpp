@@ -39,14 +39,14 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::FloatNear;
 
-TEST(APeriod, IsSixteenMillisecondsInWholeFrames) {
+TEST(Period, IsSixteenMillisecondsInWholeFrames) {
     EXPECT_EQ(framesOfPeriod(48000), 768U);
     EXPECT_EQ(framesOfPeriod(44100), 706U);
     EXPECT_EQ(framesOfPeriod(8000), 128U);
     EXPECT_EQ(framesOfPeriod(192000), 3072U);
 }
 
-TEST(PeriodsOnEnd, HoldEveryFrameOfTheirTime) {
+TEST(Periods, HoldEveryFrameOfTheirTime) {
     EXPECT_EQ(framesOfPeriods(44100, 0), 0U);
     EXPECT_EQ(framesOfPeriods(44100, 1), 705U);
     EXPECT_EQ(framesOfPeriods(44100, 1000), 705600U);
@@ -69,7 +69,7 @@ TEST(Samples, OfEveryWidthAreDecodedToFullScaleOne) {
     EXPECT_THAT(decoded(4, {0, 0, 0, 0x80, 0, 0, 0, 0x40}), ElementsAre(-1.0F, 0.5F));
 }
 
-TEST(Samples, OfSixteenAndTwentyFourBitsComeBackAsTheyWere) {
+TEST(Samples, OfSixteenAndTwentyFourBitsSurviveDecodingAndEncoding) {
     std::vector<std::uint8_t> all16;
     for (unsigned value = 0; value < 65536; ++value) {
         all16.push_back(static_cast<std::uint8_t>(value));
@@ -89,7 +89,7 @@ TEST(Samples, OfSixteenAndTwentyFourBitsComeBackAsTheyWere) {
     EXPECT_EQ(encoded, some24);
 }
 
-TEST(Samples, OfEveryWidthGoBackToClients) {
+TEST(Samples, OfEveryWidthAreEncodedForClients) {
     for (const unsigned width : {1U, 2U, 3U, 4U}) {
         std::vector<std::uint8_t> bytes;
         encodeSamples(width, std::vector<float>{-1.0F, 0.0F, 0.5F}, bytes);
@@ -121,28 +121,28 @@ std::vector<float> mixed(std::size_t inputs, std::size_t outputs, std::vector<fl
     return out;
 }
 
-TEST(AChannelMatrix, LeavesEqualChannelsAsTheyAre) {
+TEST(ChannelMatrix, PassesEqualChannelCountsUnchanged) {
     EXPECT_THAT(mixed(2, 2, {0.25F, -0.5F}), ElementsAre(0.25F, -0.5F));
     EXPECT_THAT(mixed(1, 1, {0.3F}), ElementsAre(0.3F));
 }
 
-TEST(AChannelMatrix, PlaysMonoInFrontOnly) {
+TEST(ChannelMatrix, PlaysMonoInFrontOnly) {
     EXPECT_THAT(mixed(1, 2, {0.5F}), ElementsAre(0.5F, 0.5F));
     EXPECT_THAT(mixed(1, 4, {0.5F}), ElementsAre(0.5F, 0.5F, 0.0F, 0.0F));
 }
 
-TEST(AChannelMatrix, AveragesStereoToMono) {
+TEST(ChannelMatrix, AveragesStereoToMono) {
     EXPECT_THAT(mixed(2, 1, {0.5F, 0.25F}), ElementsAre(0.375F));
 }
 
-TEST(AChannelMatrix, FoldsSurroundIntoTheSameSide) {
+TEST(ChannelMatrix, FoldsSurroundIntoTheSameSide) {
     const auto left = mixed(4, 2, {0.0F, 0.0F, 1.0F, 0.0F});
     EXPECT_THAT(left, ElementsAre(FloatNear(0.4142F, 0.001F), 0.0F));
     EXPECT_THAT(mixed(6, 2, {0, 0, 0, 0, 1.0F, 0}),
                 ElementsAre(FloatNear(0.2265F, 0.001F), FloatNear(0.2265F, 0.001F)));
 }
 
-TEST(AChannelMatrix, NeverMakesFullScaleLouder) {
+TEST(ChannelMatrix, NeverMakesFullScaleLouder) {
     for (std::size_t inputs = 1; inputs <= 6; ++inputs) {
         for (std::size_t outputs = 1; outputs <= 8; ++outputs) {
             for (const float sample : mixed(inputs, outputs, std::vector<float>(inputs, 1.0F))) {
@@ -152,13 +152,13 @@ TEST(AChannelMatrix, NeverMakesFullScaleLouder) {
     }
 }
 
-TEST(AChannelMatrix, AddsToWhatIsThere) {
+TEST(ChannelMatrix, AddsToTheOutput) {
     std::vector<float> out = {0.5F, 0.5F};
     ChannelMatrix(2, 2).add(std::array{0.25F, -0.25F}.data(), 1, out.data());
     EXPECT_THAT(out, ElementsAre(0.75F, 0.25F));
 }
 
-TEST(ThePhysicalMemory, GivesOutPagesThatDoNotOverlap) {
+TEST(PhysicalMemory, GivesOutPagesThatDoNotOverlap) {
     PhysicalMemory memory;
     const auto first = memory.allocate(1);
     const auto second = memory.allocate(5000);
@@ -169,7 +169,7 @@ TEST(ThePhysicalMemory, GivesOutPagesThatDoNotOverlap) {
     EXPECT_EQ(third->address() - second->address(), 8192U);
 }
 
-TEST(ThePhysicalMemory, UsesWhatWasGivenBack) {
+TEST(PhysicalMemory, ReusesReturnedRanges) {
     PhysicalMemory memory;
     const auto first = memory.allocate(4096);
     auto second = memory.allocate(8192);
@@ -185,7 +185,7 @@ TEST(ThePhysicalMemory, UsesWhatWasGivenBack) {
     PhysicalMemory::remove();
 }
 
-TEST(ThePhysicalMemory, EndsBelowTheBoardsFile) {
+TEST(PhysicalMemory, EndsBelowTheBoardsFile) {
     PhysicalMemory memory;
     EXPECT_FALSE(memory.allocate(0x3f000001));
     EXPECT_FALSE(memory.allocate(0xffffffff));
@@ -194,7 +194,7 @@ TEST(ThePhysicalMemory, EndsBelowTheBoardsFile) {
     EXPECT_FALSE(memory.allocate(1));
 }
 
-TEST(ThePhysicalMemory, IsZeroForItsNextOwner) {
+TEST(PhysicalMemory, IsZeroedBeforeReuse) {
     PhysicalMemory memory;
     auto range = memory.allocate(4096);
     ASSERT_TRUE(range);
@@ -210,7 +210,7 @@ TEST(ThePhysicalMemory, IsZeroForItsNextOwner) {
     PhysicalMemory::remove();
 }
 
-TEST(ARing, HasTheLibrarysObjectName) {
+TEST(Ring, HasTheObjectNameThatTheLibraryUses) {
     PhysicalMemory memory;
     const RingPlace::Memory physical = memory.allocate(4096);
     EXPECT_EQ(RingPlace::objectName("trk", {}), "trk");
@@ -220,7 +220,7 @@ TEST(ARing, HasTheLibrarysObjectName) {
     EXPECT_EQ(RingPlace::objectName(std::string(63, 'x'), physical), std::string(63, 'x'));
 }
 
-TEST(AStreamRecord, JoinsRunsThatTouch) {
+TEST(StreamRecord, JoinsRunsThatTouch) {
     StreamRecord record;
     record.addRun(100, 0, 10, false);
     record.addRun(110, 10, 5, true);
@@ -244,7 +244,7 @@ TEST(Commands, TakeTheRestOfTheLineAsTheirArgument) {
     EXPECT_EQ(commands.run("saying"), "error: no such command: saying");
 }
 
-TEST(AClientsName, IsShownWithoutControlCharacters) {
+TEST(ClientName, IsShownWithoutControlCharacters) {
     EXPECT_EQ(printable("a\n\"b\"\x7f"), "a\\n\\\"b\\\"\\x7f");
     EXPECT_EQ(fileName("../a b"), "_.._a_b");
     EXPECT_EQ(fileName(""), "_");
@@ -259,7 +259,7 @@ TEST(ConnectTypes, HaveNames) {
     EXPECT_FALSE(isKnown(AUDIO_CONNECT_UNKNOWN));
 }
 
-TEST(OutputTexts, AreChecked) {
+TEST(OutputTexts, AreAcceptedOrRefused) {
     for (const char* right : {"auto", "null", "pulse", "alsa", "alsa:hw:0,0", "wav:x:y.wav"}) {
         EXPECT_EQ(checkOutput(right), "") << right;
     }
@@ -272,7 +272,7 @@ TEST(OutputTexts, AreChecked) {
     EXPECT_FALSE(runsWithoutClock("alsa"));
 }
 
-TEST(InputTexts, AreCheckedAndKeptForTheirTags) {
+TEST(InputTexts, AreCheckedAndKeptPerTag) {
     InputChoice choice;
     EXPECT_EQ(choice.of(AUDIO_TAG_INPUT0), "tone:440");
     EXPECT_EQ(choice.add("silence"), "");
@@ -291,7 +291,7 @@ TEST(InputTexts, AreCheckedAndKeptForTheirTags) {
     EXPECT_EQ(choice.of(AUDIO_TAG_INPUT1), "main=file");
 }
 
-TEST(AnInput, IsInTheRateAndChannelsAskedFor) {
+TEST(Input, IsInTheRateAndChannelsAskedFor) {
     for (const unsigned channels : {1U, 2U, 6U}) {
         const auto input = openInput("tone:1000", 44100, channels);
         EXPECT_EQ(input->rate(), 44100U);
@@ -305,7 +305,7 @@ TEST(AnInput, IsInTheRateAndChannelsAskedFor) {
     EXPECT_THROW(openInput("tone:", 48000, 2), std::runtime_error);
 }
 
-TEST(ATimer, TicksWithoutDrift) {
+TEST(Timer, TicksWithoutDrift) {
     EventLoop loop;
     using Clock = std::chrono::steady_clock;
     const auto begin = Clock::now();
@@ -316,11 +316,11 @@ TEST(ATimer, TicksWithoutDrift) {
     });
     timer.every(std::chrono::milliseconds(4));
     loop.run();
-    // The tenth deadline has passed, the one behind the counted ones has not, when it was counted.
+    // Ten deadlines of 4 ms have passed when the tenth is counted.
     EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(40));
 }
 
-TEST(ATimer, RunsOnceWhenAsked) {
+TEST(Timer, RunsOnceWhenAsked) {
     EventLoop loop;
     int runs = 0;
     Timer once(loop, [&](std::uint64_t) { ++runs; });
@@ -331,7 +331,7 @@ TEST(ATimer, RunsOnceWhenAsked) {
     EXPECT_EQ(runs, 1);
 }
 
-TEST(AnEventLoop, DropsEventsOfWhatAHandlerHasRemoved) {
+TEST(EventLoop, DropsEventsOfRemovedDescriptors) {
     EventLoop loop;
     std::array<int, 2> one = {};
     std::array<int, 2> two = {};
@@ -355,7 +355,7 @@ TEST(AnEventLoop, DropsEventsOfWhatAHandlerHasRemoved) {
     }
 }
 
-TEST(AWaker, BringsAnotherThreadsNewsToTheLoop) {
+TEST(Waker, RunsItsHandlerInTheLoopThread) {
     EventLoop loop;
     std::thread::id handledBy;
     Waker waker(loop, [&] {
@@ -398,7 +398,7 @@ private:
     Log& mLog;
 };
 
-TEST(ACardOutput, QueuesWhileTheCardIsBusyAndPlaysAllOfIt) {
+TEST(CardOutput, QueuesWhileTheCardIsBusyAndPlaysEverything) {
     ControlledCard::Log log;
     const std::vector<float> period(1536);
     {
@@ -421,7 +421,7 @@ TEST(ACardOutput, QueuesWhileTheCardIsBusyAndPlaysAllOfIt) {
     EXPECT_EQ(log.drains, 1);
 }
 
-TEST(ACardOutput, AsksForMoreNowAndThenWhenTheCardIsFaster) {
+TEST(CardOutput, RequestsExtraPeriodsWhenTheCardIsFaster) {
     ControlledCard::Log log;
     log.allowed = 1000;
     CardOutput output(std::make_unique<ControlledCard>(log), OutputFormat());

@@ -49,7 +49,7 @@ bool Player::end(int round) {
     if (mTag != AUDIO_TAG_ALTERNATIVE) {
         return mTrack.writeDone() == AUDIO_NO_ERROR && mFinished.wait(round);
     }
-    // Nobody announces the end of an alternative track.
+    // The end of an alternative track is not announced.
     return eventually([this] { return mTrack.bytesFree() == mTrack.getTotalBufferSize() - 1; },
                       std::chrono::minutes(1));
 }
@@ -66,13 +66,6 @@ bool RecordingServer::stop(int signal) {
     std::ifstream(mDirectory.file("report.json")) >> mReport;
     mWav = readWav(mDirectory.file("heard.wav"));
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
-const nlohmann::json& RecordingServer::stream(const std::string& name) const {
-    for (const auto& stream : mReport.at("streams")) {
-        if (stream.at("name") == name) return stream;
-    }
-    throw std::runtime_error("no stream " + name + " in " + mReport.dump());
 }
 
 testing::AssertionResult RecordingServer::heard(const std::string& name,

@@ -4,11 +4,11 @@
 #include <cabinaudio/client/ClientTrack.h>
 
 #include "tests/server/Sound.h"
-#include "tests/server/TemporaryDirectory.h"
+#include "tests/server/State.h"
+#include "tests/support/Files.h"
 #include "tests/support/RealServer.h"
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include <condition_variable>
 #include <csignal>
@@ -70,6 +70,17 @@ public:
     [[nodiscard]] RealServer& server() { return *mServer; }
     [[nodiscard]] const TemporaryDirectory& directory() const { return mDirectory; }
 
+    /// Plays a sound to its end and ends the server. @return whether both went well
+    template <typename Sample>
+    [[nodiscard]] bool play(const AudioFormatDesc& format, const std::vector<Sample>& samples,
+                            AudioTagType tag = AUDIO_TAG_AUXILIARY) {
+        {
+            Player player("sound", tag, format);
+            if (!player.write(samples) || !player.end()) return false;
+        }
+        return stop();
+    }
+
     /// Ends the server with a signal. @return whether it ended well
     bool stop(int signal = SIGTERM);
 
@@ -77,7 +88,9 @@ public:
     [[nodiscard]] const Wav& wav() const { return mWav; }
     [[nodiscard]] const nlohmann::json& report() const { return mReport; }
     /// The report of one stream; throws std::runtime_error when there is none.
-    [[nodiscard]] const nlohmann::json& stream(const std::string& name) const;
+    [[nodiscard]] const nlohmann::json& stream(const std::string& name) const {
+        return streamIn(mReport, name);
+    }
 
     /// Whether the output holds exactly these samples (interleaved, in the output's channels, as
     /// Wav::samples) where the report says that the stream lies, and holds all of them.

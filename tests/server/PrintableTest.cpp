@@ -18,8 +18,7 @@ using text::printable;
 using text::printableInQuotes;
 using text::printableJson;
 
-// Everything that a terminal might obey, none of it left: bytes of the first set of control
-// characters, and characters of the second one.
+// Whether a text has no control characters: no bytes of the first set, no characters of the second.
 bool isHarmless(const std::string& shown) {
     for (std::size_t i = 0; i < shown.size(); ++i) {
         const auto byte = static_cast<unsigned char>(shown[i]);
@@ -64,7 +63,7 @@ TEST(PrintableText, EscapesBytesThatAreNoUtf8) {
     EXPECT_EQ(printable("\xfb\xbf\xbf\xbf\xbf"), "\\xfb\\xbf\\xbf\\xbf\\xbf") << "five bytes";
 }
 
-TEST(PrintableText, HoldsNothingThatATerminalObeysWhateverTheBytes) {
+TEST(PrintableText, HasNoControlCharactersForAnyTwoBytes) {
     for (int first = 0; first < 256; ++first)
         for (int second = 0; second < 256; ++second) {
             const std::string text = {static_cast<char>(first), static_cast<char>(second)};
@@ -74,7 +73,7 @@ TEST(PrintableText, HoldsNothingThatATerminalObeysWhateverTheBytes) {
         }
 }
 
-TEST(PrintableText, InABufferIsCutBetweenCharacters) {
+TEST(PrintableText, IsCutBetweenCharactersInASmallBuffer) {
     std::array<char, 7> buffer = {};
     const auto shown = [&](std::string_view text, std::size_t room) {
         return std::string(buffer.data(), printable(text, buffer.data(), room));
@@ -88,20 +87,20 @@ TEST(PrintableText, InABufferIsCutBetweenCharacters) {
     EXPECT_EQ(buffer[6], '\0');
 }
 
-TEST(TextInQuotes, CannotEndThem) {
+TEST(TextInQuotes, EscapesQuotes) {
     EXPECT_EQ(printableInQuotes("plain \u65e5"), "plain \u65e5");
     EXPECT_EQ(printableInQuotes("a\" plays \"b\\"), "a\\\" plays \\\"b\\\\");
     EXPECT_EQ(printableInQuotes("\x1b\"\n"), "\\x1b\\\"\\n");
 }
 
-TEST(AJsonLine, KeepsItsMeaningWithoutControlCharacters) {
+TEST(JsonLine, KeepsItsMeaningWithoutControlCharacters) {
     EXPECT_EQ(printableJson(R"({"a\u001b\n": "\u00fc \\"})"), R"({"a\u001b\n": "\u00fc \\"})");
     EXPECT_EQ(printableJson("[\"a\x7f\xc2\x9b\u202e\u65e5\"]"),
               "[\"a\\u007f\\u009b\\u202e\u65e5\"]");
     EXPECT_EQ(printableJson("[1,\n2]\n"), "[1,\n2]\n");
 }
 
-TEST(TheColumnsOfAText, AreThoseOfATerminal) {
+TEST(TextColumns, MatchTheWidthOnATerminal) {
     EXPECT_EQ(columnsOf(""), 0U);
     EXPECT_EQ(columnsOf("abc"), 3U);
     EXPECT_EQ(columnsOf("\u00fc\u00df"), 2U);

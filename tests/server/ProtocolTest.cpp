@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What well-behaved clients are told, byte by byte.
+// Replies to valid requests, byte by byte.
 #include <cabinaudio/client/ClientVersionSetting.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 #include <cabinaudio/foundation/AudioTime.h>
@@ -27,10 +27,6 @@ namespace {
 using Function = wire::StreamFunction;
 using ::testing::HasSubstr;
 
-wire::FunctionRequest request(Function function) {
-    return {static_cast<std::uint32_t>(function)};
-}
-
 std::int32_t setKeyShift(RawClient& client, float key) {
     wire::KeyShiftRequest body = {};
     body.function = static_cast<std::uint32_t>(Function::SetKeyShift);
@@ -47,12 +43,12 @@ wire::RingHeader ringHeader(const char* object) {
     return header;
 }
 
-class AClient : public ::testing::Test {
+class ClientProtocol : public ::testing::Test {
 protected:
     RealServer server{{"--output", "null"}};
 };
 
-TEST_F(AClient, IsRegisteredWithAFrameAndItsHandle) {
+TEST_F(ClientProtocol, RegistrationAnswersWithAFrameAndTheHandle) {
     RawClient client;
     const std::uint64_t before = AudioTime::now();
     client.send(bytesOf(RawClient::registration(AUDIO_CONNECT_VOLUME_SETTING, "")));
@@ -69,7 +65,7 @@ TEST_F(AClient, IsRegisteredWithAFrameAndItsHandle) {
     EXPECT_EQ(reply, expected) << "the first handle is 1";
 }
 
-TEST_F(AClient, OfEveryKnownTypeGetsAHandleOfItsOwn) {
+TEST_F(ClientProtocol, EveryKnownTypeGetsItsOwnHandle) {
     std::set<std::uint32_t> handles;
     std::vector<std::unique_ptr<RawClient>> clients;
     for (const unsigned type : {0, 1, 2, 3, 64, 65, 66, 67, 68, 128, 129, 130, 131, 132, 133}) {
@@ -81,7 +77,7 @@ TEST_F(AClient, OfEveryKnownTypeGetsAHandleOfItsOwn) {
     EXPECT_EQ(handles.size(), clients.size());
 }
 
-TEST_F(AClient, OfAnUnknownTypeIsRefusedInsteadOfKeptWaiting) {
+TEST_F(ClientProtocol, UnknownTypeIsRefused) {
     for (const unsigned type : {4U, 63U, 69U, 127U, 134U, 255U, 0xffffffffU}) {
         RawClient client;
         EXPECT_EQ(client.registerAs(static_cast<audio_connect_type>(type), "client"), 0U) << type;
@@ -90,7 +86,7 @@ TEST_F(AClient, OfAnUnknownTypeIsRefusedInsteadOfKeptWaiting) {
     EXPECT_THAT(server.output(), HasSubstr("registers with unknown connection type 255"));
 }
 
-TEST_F(AClient, IsToldTheVersions) {
+TEST_F(ClientProtocol, VersionQueryReturnsTheVersions) {
     RawClient client(AUDIO_CONNECT_VERSION_SETTING, "unkn");
     const Bytes reply = client.call(bytesOf(wire::FunctionRequest{0}), 32);
     const Bytes expected = {0, 0, 0, 0, 2, 0, 0, 0, 24, 0, 0, 0, 25, 0, 0, 0,
@@ -98,7 +94,7 @@ TEST_F(AClient, IsToldTheVersions) {
     EXPECT_EQ(reply, expected);
 }
 
-TEST_F(AClient, OfTheLibraryIsToldTheVersions) {
+TEST_F(ClientProtocol, VersionQueryReturnsTheVersionsToTheLibrary) {
     ClientVersionSetting client;
     ASSERT_EQ(client.initCheck(), 0);
     int first[3] = {-1, -1, -1};
@@ -110,7 +106,7 @@ TEST_F(AClient, OfTheLibraryIsToldTheVersions) {
     EXPECT_EQ(third, 0);
 }
 
-TEST_F(AClient, ThatAsksForAnUnknownFunctionIsToldSoAndGoesOn) {
+TEST_F(ClientProtocol, UnknownFunctionReturnsInvalidOperation) {
     RawClient version(AUDIO_CONNECT_VERSION_SETTING, "unkn");
     EXPECT_EQ(version.call<wire::StatusReply>(wire::FunctionRequest{77}).status,
               AUDIO_INVALID_OPERATION);
@@ -123,11 +119,10 @@ TEST_F(AClient, ThatAsksForAnUnknownFunctionIsToldSoAndGoesOn) {
     EXPECT_THAT(server.output(), HasSubstr("unknown function 0 on connection type 2"));
 }
 
-TEST_F(AClient, MaySendManyRequestsAtOnceAndInPieces) {
+TEST_F(ClientProtocol, RequestsMayArriveTogetherOrByteByByte) {
     RawClient client(AUDIO_CONNECT_VERSION_SETTING, "unkn");
     Bytes message = bytesOf(client.requestHeader(4));
-    const Bytes payload = bytesOf(wire::FunctionRequest{0});
-    message.insert(message.end(), payload.begin(), payload.end());
+    message.resize(message.size() + 4);  // function 0
     Bytes three;
     for (int i = 0; i < 3; ++i) {
         three.insert(three.end(), message.begin(), message.end());
@@ -140,13 +135,13 @@ TEST_F(AClient, MaySendManyRequestsAtOnceAndInPieces) {
     ASSERT_EQ(recv(client.fd(), replies.data(), replies.size(), MSG_WAITALL), 4 * 64);
 }
 
-class AStream : public AClient {
+class StreamProtocol : public ClientProtocol {
 protected:
     RawClient client{AUDIO_CONNECT_AUXILIARY, "stream"};
 };
 
-TEST_F(AStream, OfTheAuxiliaryTagIsCreatedThenAnnouncedThenShown) {
-    EXPECT_EQ(client.call<wire::ShareMemoryReply>(request(Function::GetShareMemory)).status,
+TEST_F(StreamProtocol, AuxiliaryRingIsAnnouncedAfterCreation) {
+    EXPECT_EQ(client.ask<wire::ShareMemoryReply>(Function::GetShareMemory).status,
               AUDIO_INVALID_STATE);
     const wire::CreateReply reply = client.create(2, pcm(44100, 2, 24));
     EXPECT_EQ(reply.status, AUDIO_NO_ERROR);
@@ -155,7 +150,7 @@ TEST_F(AStream, OfTheAuxiliaryTagIsCreatedThenAnnouncedThenShown) {
     const SocketFrameHeader ready = client.notification();
     EXPECT_EQ(ready.event, 3U);
     EXPECT_EQ(ready.param, 0U);
-    const auto memory = client.call<wire::ShareMemoryReply>(request(Function::GetShareMemory));
+    const auto memory = client.ask<wire::ShareMemoryReply>(Function::GetShareMemory);
     EXPECT_EQ(memory.status, AUDIO_NO_ERROR);
     EXPECT_EQ(memory.size, reply.ringSize);
     EXPECT_NE(memory.address, 0U);
@@ -163,7 +158,7 @@ TEST_F(AStream, OfTheAuxiliaryTagIsCreatedThenAnnouncedThenShown) {
     EXPECT_LT(memory.address + memory.size, 0x7f000000U);
 }
 
-TEST_F(AStream, OfTheAlternativeTagHasAnEmptyRingUnderItsName) {
+TEST_F(StreamProtocol, AlternativeRingIsEmptyUnderTheStreamName) {
     RawClient alternative(AUDIO_CONNECT_ALTERNATIVE, "alt");
     const wire::CreateReply reply = alternative.create(1, pcm(8000, 1, 8));
     EXPECT_EQ(reply.status, AUDIO_NO_ERROR);
@@ -174,14 +169,14 @@ TEST_F(AStream, OfTheAlternativeTagHasAnEmptyRingUnderItsName) {
     EXPECT_EQ(ring.readOffset, 0U);
     EXPECT_EQ(ring.writeOffset, 0U);
     EXPECT_EQ(ring.readNotify, 0U) << "the clock reads, not the news";
-    EXPECT_EQ(alternative.call<wire::ShareMemoryReply>(request(Function::GetShareMemory)).status,
+    EXPECT_EQ(alternative.ask<wire::ShareMemoryReply>(Function::GetShareMemory).status,
               AUDIO_INVALID_STATE)
         << "its memory has no address";
     EXPECT_EQ(alternative.status(Function::InitCheck), AUDIO_NO_ERROR);
     EXPECT_FALSE(alternative.hasNotification(0)) << "nothing is announced";
 }
 
-TEST_F(AStream, IsRefusedInAFormatThatCannotBePlayed) {
+TEST_F(StreamProtocol, UnplayableFormatIsRefused) {
     AudioFormatDesc coded = pcm(48000, 2, 16);
     coded.codecType = 64;
     EXPECT_EQ(client.create(2, coded).status, AUDIO_BAD_VALUE);
@@ -192,16 +187,16 @@ TEST_F(AStream, IsRefusedInAFormatThatCannotBePlayed) {
     EXPECT_EQ(client.create(2, pcm(192000, 6, 32)).status, AUDIO_NO_ERROR);
 }
 
-TEST_F(AStream, WithUnknownChannelsAndBitsIsSixteenBitStereo) {
+TEST_F(StreamProtocol, UnknownChannelsAndBitsMeanSixteenBitStereo) {
     EXPECT_EQ(client.create(2, pcm(48000, 77, 99)).perLoopSize, 768 * 4);
 }
 
-TEST_F(AStream, IsCreatedOnceForAClient) {
+TEST_F(StreamProtocol, SecondCreationIsRefused) {
     EXPECT_EQ(client.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
     EXPECT_EQ(client.create(2, pcm(48000, 2, 16)).status, AUDIO_INVALID_STATE);
 }
 
-TEST_F(AStream, DoesNothingBeforeItIsCreated) {
+TEST_F(StreamProtocol, RequestsBeforeCreationReturnInvalidState) {
     for (const Function function :
          {Function::Start, Function::Stop, Function::InitCheck, Function::WriteDone}) {
         EXPECT_EQ(client.status(function), AUDIO_INVALID_STATE);
@@ -209,7 +204,7 @@ TEST_F(AStream, DoesNothingBeforeItIsCreated) {
     EXPECT_EQ(setKeyShift(client, 1.0F), AUDIO_INVALID_STATE);
 }
 
-TEST_F(AStream, KnowsItsStates) {
+TEST_F(StreamProtocol, StatusesFollowStartStopAndWriteDone) {
     ASSERT_EQ(client.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
     EXPECT_EQ(client.status(Function::InitCheck), AUDIO_NO_ERROR);
     EXPECT_EQ(client.status(Function::WriteDone), AUDIO_INVALID_STATE) << "not started";
@@ -224,7 +219,7 @@ TEST_F(AStream, KnowsItsStates) {
     EXPECT_EQ(client.status(Function::WriteDone), AUDIO_NO_ERROR) << "a new round";
 }
 
-TEST_F(AStream, TakesKeyShiftsOfAFifth) {
+TEST_F(StreamProtocol, KeyShiftIsLimitedToTwentyPercent) {
     ASSERT_EQ(client.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
     for (const float key : {0.8F, 1.0F, 1.2F}) {
         EXPECT_EQ(setKeyShift(client, key), AUDIO_NO_ERROR) << key;
@@ -235,7 +230,7 @@ TEST_F(AStream, TakesKeyShiftsOfAFifth) {
     }
 }
 
-TEST_F(AStream, IsRefusedWhileAnotherHasItsRingName) {
+TEST_F(StreamProtocol, TakenRingNameIsRefusedUntilItIsFree) {
     RawClient first(AUDIO_CONNECT_ALTERNATIVE, "same");
     ASSERT_EQ(first.create(1, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
     RawClient second(AUDIO_CONNECT_ALTERNATIVE, "/same");
@@ -248,17 +243,17 @@ TEST_F(AStream, IsRefusedWhileAnotherHasItsRingName) {
     EXPECT_EQ(second.create(1, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR) << "it is free now";
 }
 
-TEST_F(AStream, OfAPhysicalRingMaySharePartsOfItsName) {
+TEST_F(StreamProtocol, PhysicalRingsMayShareAStreamName) {
     RawClient other(AUDIO_CONNECT_AUXILIARY, "stream");
     EXPECT_EQ(client.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
     EXPECT_EQ(other.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
     client.notification();
     other.notification();
-    EXPECT_NE(client.call<wire::ShareMemoryReply>(request(Function::GetShareMemory)).address,
-              other.call<wire::ShareMemoryReply>(request(Function::GetShareMemory)).address);
+    EXPECT_NE(client.ask<wire::ShareMemoryReply>(Function::GetShareMemory).address,
+              other.ask<wire::ShareMemoryReply>(Function::GetShareMemory).address);
 }
 
-TEST_F(AStream, WhoseNameIsNoObjectNameGetsNoRing) {
+TEST_F(StreamProtocol, BadObjectNameGetsNoRing) {
     RawClient slashes(AUDIO_CONNECT_ALTERNATIVE, "no/such/directory");
     EXPECT_EQ(slashes.create(1, pcm(48000, 2, 16)).status, AUDIO_NO_MEMORY);
     RawClient nameless(AUDIO_CONNECT_ALTERNATIVE, "");
@@ -268,21 +263,20 @@ TEST_F(AStream, WhoseNameIsNoObjectNameGetsNoRing) {
         << "the board's memory lies there";
 }
 
-TEST(TheServersRings, AreAsLongAndAsLateAsItIsTold) {
+TEST(ServerRings, HaveTheLengthAndDelayOfTheCommandLine) {
     const RealServer server({"--output", "null", "--ring-periods", "3", "--ring-delay", "50"});
     RawClient client(AUDIO_CONNECT_OUTPUT_INVOCATION, "stream");
     const std::uint64_t before = AudioTime::now();
     EXPECT_EQ(client.create(3, pcm(48000, 2, 16)).ringSize, 3 * 768 * 4U);
-    EXPECT_EQ(client.call<wire::ShareMemoryReply>(request(Function::GetShareMemory)).status,
+    EXPECT_EQ(client.ask<wire::ShareMemoryReply>(Function::GetShareMemory).status,
               AUDIO_INVALID_STATE)
         << "not there yet";
     EXPECT_EQ(client.notification().event, 3U);
     EXPECT_GE(AudioTime::now() - before, 50000U);
-    EXPECT_EQ(client.call<wire::ShareMemoryReply>(request(Function::GetShareMemory)).status,
-              AUDIO_NO_ERROR);
+    EXPECT_EQ(client.ask<wire::ShareMemoryReply>(Function::GetShareMemory).status, AUDIO_NO_ERROR);
 }
 
-TEST(TheServersMemory, RunsOutWithAStatusAndIsGivenBack) {
+TEST(ServerMemory, ReturnsNoMemoryUntilAStreamIsRemoved) {
     const RealServer server({"--output", "null", "--ring-periods", "256"});
     std::vector<std::unique_ptr<RawClient>> clients;
     std::int32_t status = AUDIO_NO_ERROR;

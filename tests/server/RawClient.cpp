@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/server/RawClient.h"
 
-#include <poll.h>
+#include "tests/support/LocalSocket.h"
+
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 
@@ -15,40 +14,23 @@ namespace {
 
 constexpr int PATIENCE_MS = 60000;
 
-bool isReadable(int fd, int timeoutMs) {
-    pollfd entry = {fd, POLLIN, 0};
-    int result = 0;
-    do {
-        result = poll(&entry, 1, timeoutMs);
-    } while (result < 0 && errno == EINTR);
-    return result > 0;
-}
-
 }  // namespace
 
-RawClient::RawClient() : mFd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path + 1, wire::SERVER_SOCKET, sizeof wire::SERVER_SOCKET - 1);
-    const auto length =
-        static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + sizeof wire::SERVER_SOCKET);
-    if (connect(mFd, reinterpret_cast<const sockaddr*>(&address), length) != 0) {
-        close(mFd);
-        throw std::runtime_error(std::string("connect: ") + std::strerror(errno));
-    }
-}
+RawClient::RawClient() : mFd(connectTo(wire::SERVER_SOCKET)) {}
 
 RawClient::RawClient(audio_connect_type type, const std::string& name) : RawClient() {
     registerAs(type, name);
 }
 
-RawClient::~RawClient() {
-    close(mFd);
+void RawClient::send(const Bytes& bytes) {
+    const ssize_t sent = ::send(mFd.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (sent != static_cast<ssize_t>(bytes.size())) throw std::runtime_error("send");
 }
 
-void RawClient::send(const Bytes& bytes) {
-    const ssize_t sent = ::send(mFd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-    if (sent != static_cast<ssize_t>(bytes.size())) throw std::runtime_error("send");
+void RawClient::sendRequest(const Bytes& payload) {
+    Bytes message = bytesOf(requestHeader(payload.size()));
+    message.insert(message.end(), payload.begin(), payload.end());
+    send(message);
 }
 
 audio_param RawClient::registration(audio_connect_type type, const std::string& name) {
@@ -80,26 +62,12 @@ std::uint32_t RawClient::registerAs(audio_connect_type type, const std::string& 
 }
 
 Bytes RawClient::call(const Bytes& payload, std::size_t size) {
-    Bytes message = bytesOf(requestHeader(payload.size()));
-    message.insert(message.end(), payload.begin(), payload.end());
-    send(message);
+    sendRequest(payload);
     while (true) {
         const SocketFrameHeader header = receiveHeader();
         if (header.headerId == HEADER_REPLY) return receive(size);
         mNotifications.push_back(header);
     }
-}
-
-std::int32_t RawClient::status(wire::StreamFunction function) {
-    return statusOf(static_cast<std::uint32_t>(function));
-}
-
-std::int32_t RawClient::status(wire::CaptureFunction function) {
-    return statusOf(static_cast<std::uint32_t>(function));
-}
-
-std::int32_t RawClient::statusOf(std::uint32_t function) {
-    return call<wire::StatusReply>(wire::FunctionRequest{function}).status;
 }
 
 wire::CreateReply RawClient::create(std::uint32_t tag, const AudioFormatDesc& format) {
@@ -132,13 +100,13 @@ SocketFrameHeader RawClient::notification() {
 }
 
 bool RawClient::hasNotification(int timeoutMs) {
-    return !mNotifications.empty() || isReadable(mFd, timeoutMs);
+    return !mNotifications.empty() || isReadable(mFd.get(), timeoutMs);
 }
 
 bool RawClient::isClosedByServer() {
     std::array<char, 4096> chunk;
-    while (isReadable(mFd, PATIENCE_MS)) {
-        const ssize_t count = recv(mFd, chunk.data(), chunk.size(), 0);
+    while (isReadable(mFd.get(), PATIENCE_MS)) {
+        const ssize_t count = recv(mFd.get(), chunk.data(), chunk.size(), 0);
         if (count == 0 || (count < 0 && errno == ECONNRESET)) return true;
         if (count < 0) return false;
     }
@@ -155,8 +123,8 @@ Bytes RawClient::receive(std::size_t size) {
     Bytes bytes(size);
     std::size_t done = 0;
     while (done < size) {
-        if (!isReadable(mFd, PATIENCE_MS)) throw std::runtime_error("nothing received");
-        const ssize_t count = recv(mFd, bytes.data() + done, size - done, 0);
+        if (!isReadable(mFd.get(), PATIENCE_MS)) throw std::runtime_error("nothing received");
+        const ssize_t count = recv(mFd.get(), bytes.data() + done, size - done, 0);
         if (count <= 0) throw std::runtime_error("connection closed");
         done += static_cast<std::size_t>(count);
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "devkit/server/base/UniqueFd.h"
 #include "wire/Frame.h"
 #include "wire/Stream.h"
 
@@ -41,13 +42,13 @@ public:
     RawClient();
     /// Connects and registers.
     RawClient(audio_connect_type type, const std::string& name);
-    ~RawClient();
-    RawClient(const RawClient&) = delete;
-    RawClient& operator=(const RawClient&) = delete;
 
     [[nodiscard]] std::uint32_t handle() const { return mHandle; }
 
     void send(const Bytes& bytes);
+
+    /// Sends the header of a request and as many bytes behind it.
+    void sendRequest(const Bytes& payload);
 
     /// Sends a registration and returns the handle.
     std::uint32_t registerAs(audio_connect_type type, const std::string& name);
@@ -63,9 +64,16 @@ public:
     Reply call(const Request& request) {
         return recordOf<Reply>(call(bytesOf(request), sizeof(Reply)));
     }
+    /// A request without arguments.
+    template <typename Reply, typename Function>
+    Reply ask(Function function) {
+        return call<Reply>(wire::FunctionRequest{static_cast<std::uint32_t>(function)});
+    }
     /// A request without arguments whose reply is a status.
-    std::int32_t status(wire::StreamFunction function);
-    std::int32_t status(wire::CaptureFunction function);
+    template <typename Function>
+    std::int32_t status(Function function) {
+        return ask<wire::StatusReply>(function).status;
+    }
     wire::CreateReply create(std::uint32_t tag, const AudioFormatDesc& format);
     wire::CreateReply createCapture(std::uint32_t tag, const AudioFormatDesc& format);
 
@@ -77,16 +85,15 @@ public:
     /// Waits for the server to close the connection; whatever comes before that is dropped.
     [[nodiscard]] bool isClosedByServer();
 
-    [[nodiscard]] int fd() const { return mFd; }
+    [[nodiscard]] int fd() const { return mFd.get(); }
 
 private:
-    std::int32_t statusOf(std::uint32_t function);
     wire::CreateReply createWith(std::uint32_t function, std::uint32_t tag,
                                  const AudioFormatDesc& format);
     SocketFrameHeader receiveHeader();
     Bytes receive(std::size_t size);
 
-    int mFd;
+    server::UniqueFd mFd;
     audio_connect_type mType = AUDIO_CONNECT_UNKNOWN;
     std::uint32_t mHandle = 0;
     std::deque<SocketFrameHeader> mNotifications;

@@ -1,20 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/server/RawRecorder.h"
 
+#include "tests/server/Sound.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
 
 #include <chrono>
 #include <stdexcept>
+#include <utility>
 
 namespace cabinaudio::test {
-namespace {
-
-wire::FunctionRequest request(wire::CaptureFunction function) {
-    return {static_cast<std::uint32_t>(function)};
-}
-
-}  // namespace
 
 RawRecorder::RawRecorder(const std::string& name, AudioTagType tag, const AudioFormatDesc& format)
     : mName(name),
@@ -32,11 +27,11 @@ std::int32_t RawRecorder::setVolume(std::int32_t volume) {
 }
 
 wire::VolumeReply RawRecorder::volume() {
-    return mClient.call<wire::VolumeReply>(request(wire::CaptureFunction::GetVolume));
+    return mClient.ask<wire::VolumeReply>(wire::CaptureFunction::GetVolume);
 }
 
 wire::ShareMemoryReply RawRecorder::memory() {
-    return mClient.call<wire::ShareMemoryReply>(request(wire::CaptureFunction::GetShareMemory));
+    return mClient.ask<wire::ShareMemoryReply>(wire::CaptureFunction::GetShareMemory);
 }
 
 bool RawRecorder::mapWhenReady() {
@@ -75,12 +70,11 @@ std::vector<std::int16_t> RawRecorder::readSamples(std::size_t count) {
     return samples;
 }
 
-nlohmann::json streamOf(const RealServer& server, const std::string& name) {
-    const auto state = nlohmann::json::parse(server.command("state"));
-    for (const auto& stream : state.at("streams")) {
-        if (stream.at("name") == name) return stream;
-    }
-    throw std::runtime_error("no stream " + name + " in " + state.dump());
+InputServer::InputServer(unsigned rate, unsigned channels, const std::vector<std::int16_t>& samples,
+                         std::vector<std::string> more) {
+    writeWav(mDirectory.file("in.wav"), rate, channels, samples);
+    more.insert(more.end(), {"--output", "null", "--input", mDirectory.file("in.wav")});
+    mServer = std::make_unique<RealServer>(std::move(more));
 }
 
 std::vector<std::int16_t> looped(const std::vector<std::int16_t>& samples, std::size_t count,

@@ -4,8 +4,8 @@
 #include <cabinaudio/shm/ShareMemory.h>
 
 #include "tests/server/RawClient.h"
-
-#include <nlohmann/json.hpp>
+#include "tests/server/State.h"
+#include "tests/support/Files.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -15,8 +15,6 @@
 #include <vector>
 
 namespace cabinaudio::test {
-
-class RealServer;
 
 /// A capture stream without the library's client: requests and ring.
 class RawRecorder {
@@ -51,8 +49,19 @@ private:
     std::unique_ptr<ShareMemoryEx> mRing;
 };
 
-/// The stream of this name in the server's state; throws std::runtime_error when there is none.
-nlohmann::json streamOf(const RealServer& server, const std::string& name);
+/// A server whose inputs are a sound, over and over.
+class InputServer {
+public:
+    /// @param more  arguments of the server
+    InputServer(unsigned rate, unsigned channels, const std::vector<std::int16_t>& samples,
+                std::vector<std::string> more = {});
+
+    operator const RealServer&() const { return *mServer; }
+
+private:
+    TemporaryDirectory mDirectory;
+    std::unique_ptr<RealServer> mServer;
+};
 
 /// `count` samples of a sound that is repeated without an end.
 std::vector<std::int16_t> looped(const std::vector<std::int16_t>& samples, std::size_t count,

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Clients that take their ring's memory away, and programs and users that have put something where
-// a ring or the physical memory is to be: nobody else notices.
+// Clients that truncate their ring, and objects of other programs and users in the place of a ring
+// or of the physical memory: other clients are not affected.
 #include <cabinaudio/foundation/AudioStatus.h>
 #include <cabinaudio/shm/ShareMemory.h>
 
@@ -12,7 +12,7 @@
 #include "tests/server/Sound.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
-#include "tests/support/User.h"
+#include "tests/support/UserProcess.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -30,7 +30,8 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iterator>
+#include <memory>
+#include <optional>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -59,27 +60,19 @@ std::vector<std::string> argumentsOf(bool isFast) {
     return arguments;
 }
 
-std::string firstWordOf(const fs::path& file) {
-    std::ifstream stream(file);
-    std::string word;
-    stream >> word;
-    return word;
-}
-
 /// Whether the server's threads other than its first all sleep in the kernel.
 bool receiversSleep(const RealServer& server) {
     const fs::path tasks = "/proc/" + std::to_string(server.pid()) + "/task";
     for (const auto& task : fs::directory_iterator(tasks)) {
         if (task.path().filename() == std::to_string(server.pid())) continue;
-        std::ifstream file(task.path() / "stat");
-        const std::string line{std::istreambuf_iterator<char>(file), {}};
+        const std::string line = contentsOf(task.path() / "stat");
         const std::size_t state = line.rfind(')') + 2;
         if (state >= line.size() || line[state] != 'S') return false;
     }
     return true;
 }
 
-class ARingWhoseMemoryGoes : public ::testing::TestWithParam<std::tuple<bool, RingUser>> {
+class TruncatedRing : public ::testing::TestWithParam<std::tuple<bool, RingUser>> {
 protected:
     const bool isFast = std::get<0>(GetParam());
     const RingUser user = std::get<1>(GetParam());
@@ -103,7 +96,7 @@ protected:
     }
 };
 
-TEST_P(ARingWhoseMemoryGoes, UnderASleepingReceiverCostsNobodyElse) {
+TEST_P(TruncatedRing, UnderASleepingReceiverAffectsNobodyElse) {
     for (int i = 0; i < 5; ++i) {
         HostileRing ring(user, "hostile" + std::to_string(i));
         ASSERT_NO_FATAL_FAILURE(waitForReceiver(ring));
@@ -113,7 +106,7 @@ TEST_P(ARingWhoseMemoryGoes, UnderASleepingReceiverCostsNobodyElse) {
     }
 }
 
-TEST_P(ARingWhoseMemoryGoes, WhileItsClientPostsWithoutEndCostsNobodyElse) {
+TEST_P(TruncatedRing, WithConstantPostsAffectsNobodyElse) {
     HostileRing ring(user, "hostile");
     const EndlessProcess poster([&ring] { ring.post(); });
     poster.waitFor(10000);
@@ -123,7 +116,7 @@ TEST_P(ARingWhoseMemoryGoes, WhileItsClientPostsWithoutEndCostsNobodyElse) {
     expectServerServes();
 }
 
-TEST_P(ARingWhoseMemoryGoes, AndComesAgainAllTheTimeCostsNobodyElse) {
+TEST_P(TruncatedRing, RestoredAgainAndAgainAffectsNobodyElse) {
     for (int i = 0; i < 5; ++i) {
         HostileRing ring(user, "hostile" + std::to_string(i));
         const EndlessProcess cutter([&ring] {
@@ -136,7 +129,7 @@ TEST_P(ARingWhoseMemoryGoes, AndComesAgainAllTheTimeCostsNobodyElse) {
     }
 }
 
-TEST_P(ARingWhoseMemoryGoes, WhileItPlaysOrRecordsCostsTheConnection) {
+TEST_P(TruncatedRing, InUseCostsItsClientTheConnection) {
     HostileRing ring(user, "hostile");
     ASSERT_NO_FATAL_FAILURE(waitForReceiver(ring));
     if (!user.isPhysical || !user.isCapture) ring.start();
@@ -152,14 +145,14 @@ TEST_P(ARingWhoseMemoryGoes, WhileItPlaysOrRecordsCostsTheConnection) {
     expectServerServes();
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEachPaceAndKind, ARingWhoseMemoryGoes,
+INSTANTIATE_TEST_SUITE_P(OfEachPaceAndKind, TruncatedRing,
                          Combine(::testing::Bool(), ValuesIn(USERS)), [](const auto& test) {
                              const bool isFast = std::get<0>(test.param);
                              return std::string(isFast ? "fast_" : "steady_") +
                                     std::get<1>(test.param).name;
                          });
 
-TEST(PhysicalMemoryThatGoes, CostsTheConnectionOfWhoPlaysFromIt) {
+TEST(TruncatedPhysicalMemory, CostsThePlayingClientItsConnection) {
     for (const bool isFast : {false, true}) {
         const RealServer server(argumentsOf(isFast));
         HostileRing ring(USERS[1], "hostile");
@@ -178,8 +171,6 @@ TEST(PhysicalMemoryThatGoes, CostsTheConnectionOfWhoPlaysFromIt) {
 
 // ---- Names that are taken ----------------------------------------------------------------------
 
-constexpr int CANNOT_RUN = 77;
-
 std::string instance() {
     return std::getenv("CABINAUDIO_INSTANCE");
 }
@@ -188,35 +179,15 @@ std::string memoryPath(uid_t user, unsigned place) {
            (place == 0 ? "" : "." + std::to_string(place));
 }
 
-/// Runs `body` in a child process. @return its exit status: 0 when no expectation has failed
-int inChild(const std::function<int()>& body) {
-    std::fflush(nullptr);
-    const pid_t child = fork();
-    if (child == 0) {
-        int status = 1;
-        try {
-            status = body();
-        } catch (const std::exception& error) {
-            std::printf("%s\n", error.what());
-        }
-        std::fflush(nullptr);
-        _exit(::testing::Test::HasFailure() ? 1 : status);
-    }
-    int status = -1;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-/// The same as an ordinary user. @return CANNOT_RUN where that user may not run the server
-int asNobody(const std::function<void()>& body) {
-    return inChild([&body] {
-        if (!become(User{})) return CANNOT_RUN;
-        prctl(PR_SET_DUMPABLE, 1);
-        if (access(RealServer::path().c_str(), X_OK) != 0) return CANNOT_RUN;
+/// Runs `body` in a child process, as another user if one is given, and expects that no expectation
+/// fails there.
+void inChild(const std::optional<User>& user, const std::function<void()>& body) {
+    UserProcess child(user, [&body] {
+        prctl(PR_SET_DUMPABLE, 1);  // again, after a change of user
         body();
-        return 0;
+        return std::string(::testing::Test::HasFailure() ? "failed" : "done");
     });
+    EXPECT_EQ(child.report(), "done");
 }
 
 /// A file that another program or user has put there; it goes with this object.
@@ -236,27 +207,36 @@ public:
     [[nodiscard]] bool isUntouched() const {
         struct stat64 found = {};
         return lstat64(mPath.c_str(), &found) == 0 && found.st_size == 6 &&
-               firstWordOf(mPath) == "theirs";
+               contentsOf(mPath) == "theirs";
     }
 
 private:
     std::string mPath;
 };
 
+/// Plays something from a physical ring.
+void expectSound() {
+    Player player("music", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
+    ASSERT_TRUE(player.hasRing());
+    EXPECT_TRUE(player.write(noise16(48000)));
+    EXPECT_TRUE(player.end());
+}
+
 /// Tests that run as two users.
 class AnotherUser : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (geteuid() != 0) GTEST_SKIP() << "only the superuser can be two users";
+        if (!asNobody([] { return access(RealServer::path().c_str(), X_OK) == 0; }))
+            GTEST_SKIP() << "another user cannot run the server here";
     }
 };
-class AnObjectOfAnotherUser : public AnotherUser {};
-class AFileOfAnotherUser : public AnotherUser {};
+class ObjectOfAnotherUser : public AnotherUser {};
+class FileOfAnotherUser : public AnotherUser {};
 class FilesOfAnotherUser : public AnotherUser {};
 
-TEST_F(AnObjectOfAnotherUser, DoesNotGetTheMicrophone) {
+TEST_F(ObjectOfAnotherUser, IsNotUsedAsARecordingRing) {
     const Planted planted("/dev/shm/cabinaudio." + instance() + ".mic");
-    const int status = asNobody([] {
+    inChild(User{}, [] {
         const RealServer server(argumentsOf(true));
         RawClient client(AUDIO_CONNECT_INPUT1, "mic");
         EXPECT_EQ(client.createCapture(AUDIO_TAG_INPUT1, pcm(16000, 1, 16)).status,
@@ -266,64 +246,41 @@ TEST_F(AnObjectOfAnotherUser, DoesNotGetTheMicrophone) {
         RawClient other(AUDIO_CONNECT_INPUT1, "mic2");
         EXPECT_EQ(other.createCapture(AUDIO_TAG_INPUT1, pcm(16000, 1, 16)).status, AUDIO_NO_ERROR);
     });
-    if (status == CANNOT_RUN) GTEST_SKIP() << "another user cannot run the server here";
-    EXPECT_EQ(status, 0);
     EXPECT_TRUE(planted.isUntouched());
 }
 
-TEST_F(AFileOfAnotherUser, InThePlaceOfTheMemoryKeepsNoTrackFromPlaying) {
+TEST_F(FileOfAnotherUser, InThePlaceOfTheMemoryDoesNotPreventPlaying) {
     const Planted planted(memoryPath(NOBODY, 0));
-    const int status = asNobody([] {
+    inChild(User{}, [] {
         const RealServer server(argumentsOf(true));
         EXPECT_THAT(server.output(), HasSubstr("belongs to another user"));
-        Player player("music", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
-        ASSERT_TRUE(player.hasRing());
-        EXPECT_TRUE(player.write(noise16(48000)));
-        EXPECT_TRUE(player.end());
+        expectSound();
     });
-    if (status == CANNOT_RUN) GTEST_SKIP() << "another user cannot run the server here";
-    EXPECT_EQ(status, 0);
     EXPECT_TRUE(planted.isUntouched());
     EXPECT_FALSE(fs::exists(memoryPath(NOBODY, 1))) << "the server has gone";
 }
 
-TEST_F(AFileOfAnotherUser, ThatGoesWhileTheServerRunsLeavesTheMemoryWhereItIs) {
-    const int status = inChild([] {
-        std::optional<Planted> planted(std::in_place, memoryPath(NOBODY, 0));
-        int go[2];
-        if (pipe(go) != 0) return 1;
-        const pid_t user = fork();
-        if (user == 0) {
-            _exit(asNobody([&go] {
-                const RealServer server(argumentsOf(true));
-                char byte = 'r';
-                EXPECT_EQ(write(go[1], &byte, 1), 1);
-                ASSERT_TRUE(eventually([] { return !fs::exists(memoryPath(NOBODY, 0)); }));
-                Player player("music", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
-                ASSERT_TRUE(player.hasRing());
-                EXPECT_TRUE(player.write(noise16(48000)));
-                EXPECT_TRUE(player.end());
-                EXPECT_FALSE(fs::exists(memoryPath(NOBODY, 0)));
-            }));
-        }
-        close(go[1]);
-        char byte = 0;
-        const bool hasServer = read(go[0], &byte, 1) == 1;
+TEST_F(FileOfAnotherUser, RemovedAtRunTimeDoesNotMoveTheMemory) {
+    std::optional<Planted> planted(std::in_place, memoryPath(NOBODY, 0));
+    // Removes the file once the server has taken the next place.
+    const UserProcess remover({}, [&planted] {
+        EXPECT_TRUE(eventually([] { return fs::exists(memoryPath(NOBODY, 1)); }));
         planted.reset();
-        int end = -1;
-        waitpid(user, &end, 0);
-        const int result = WIFEXITED(end) ? WEXITSTATUS(end) : 1;
-        return hasServer || result == CANNOT_RUN ? result : 1;
+        return std::string();
     });
-    if (status == CANNOT_RUN) GTEST_SKIP() << "another user cannot run the server here";
-    EXPECT_EQ(status, 0);
+    inChild(User{}, [] {
+        const RealServer server(argumentsOf(true));
+        ASSERT_TRUE(eventually([] { return !fs::exists(memoryPath(NOBODY, 0)); }));
+        expectSound();
+        EXPECT_FALSE(fs::exists(memoryPath(NOBODY, 0)));
+    });
 }
 
-TEST_F(FilesOfAnotherUser, InEachPlaceOfTheMemoryAreReportedWithAWayOut) {
+TEST_F(FilesOfAnotherUser, InEachPlaceOfTheMemoryAreReportedWithACure) {
     std::vector<std::unique_ptr<Planted>> planted;
     for (unsigned place = 0; place < board::kPhysicalMemoryPlaces; ++place)
         planted.push_back(std::make_unique<Planted>(memoryPath(NOBODY, place)));
-    const int status = asNobody([] {
+    inChild(User{}, [] {
         const RealServer server(argumentsOf(true));
         EXPECT_THAT(server.output(), AllOf(HasSubstr("no physical memory: Permission denied"),
                                            HasSubstr("--instance")));
@@ -332,8 +289,6 @@ TEST_F(FilesOfAnotherUser, InEachPlaceOfTheMemoryAreReportedWithAWayOut) {
         RawClient posix(AUDIO_CONNECT_ALTERNATIVE, "posix");
         EXPECT_EQ(posix.create(1, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
     });
-    if (status == CANNOT_RUN) GTEST_SKIP() << "another user cannot run the server here";
-    EXPECT_EQ(status, 0);
 }
 
 /// Names and shared memory that this process has for itself: the common instance's names are those
@@ -345,15 +300,21 @@ bool haveOwnMachine() {
            unsetenv("CABINAUDIO_INSTANCE") == 0;
 }
 
-/// Runs `body` beside a server of the common instance. @return its exit status
-int inTheCommonInstance(const std::function<void(const RealServer&)>& body) {
-    return inChild([&body] {
-        if (!haveOwnMachine()) return CANNOT_RUN;
-        const RealServer server({"--output", "null"});
-        body(server);
-        return 0;
-    });
-}
+class CommonInstance : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (asUser({}, [] { return std::to_string(haveOwnMachine()); }) != "1")
+            GTEST_SKIP() << "only the superuser has a machine of his own";
+    }
+    /// Runs `body` beside a server of the common instance.
+    static void beside(const std::function<void(const RealServer&)>& body) {
+        inChild({}, [&body] {
+            ASSERT_TRUE(haveOwnMachine());
+            const RealServer server({"--output", "null"});
+            body(server);
+        });
+    }
+};
 
 std::int32_t createNamed(const std::string& name) {
     RawClient client(AUDIO_CONNECT_ALTERNATIVE, name);
@@ -363,16 +324,15 @@ std::int32_t createNamed(const std::string& name) {
 /// A ring whose creator was killed.
 void leaveRing(const std::string& name) {
     static ShareMemoryEx* ring;
-    const auto make = [&name] {
+    inChild({}, [&name] {
         ring = new ShareMemoryEx(SHM_TYPE_POSIX_SHM, name.c_str(), nullptr, 4096, SHM_MODE_CREATOR,
                                  nullptr);
-        return ring->isUsable() ? 0 : 1;
-    };
-    EXPECT_EQ(inChild(make), 0);
+        EXPECT_TRUE(ring->isUsable());
+    });
 }
 
-TEST(TheCommonInstance, LeavesTheObjectsOfOtherProgramsAlone) {
-    const int status = inTheCommonInstance([](const RealServer& server) {
+TEST_F(CommonInstance, DoesNotTouchObjectsOfOtherPrograms) {
+    beside([](const RealServer& server) {
         const Planted program("/dev/shm/other-program", 0600);
         EXPECT_EQ(createNamed("other-program"), AUDIO_INVALID_OPERATION);
         EXPECT_EQ(createNamed("//other-program"), AUDIO_INVALID_OPERATION);
@@ -391,12 +351,10 @@ TEST(TheCommonInstance, LeavesTheObjectsOfOtherProgramsAlone) {
 
         EXPECT_EQ(createNamed("free"), AUDIO_NO_ERROR) << "the server goes on";
     });
-    if (status == CANNOT_RUN) GTEST_SKIP() << "only the superuser has a machine of his own";
-    EXPECT_EQ(status, 0);
 }
 
-TEST(TheCommonInstance, LeavesTheObjectsOfOtherInstancesAlone) {
-    const int status = inTheCommonInstance([](const RealServer&) {
+TEST_F(CommonInstance, DoesNotTouchObjectsOfOtherInstances) {
+    beside([](const RealServer&) {
         for (const std::string name : {"cabinaudio.b.ring", "cabinaudio-physmem-0-b"}) {
             const Planted object("/dev/shm/" + name, 0600);
             EXPECT_EQ(createNamed(name), AUDIO_BAD_VALUE);
@@ -404,12 +362,10 @@ TEST(TheCommonInstance, LeavesTheObjectsOfOtherInstancesAlone) {
             EXPECT_TRUE(object.isUntouched()) << name;
         }
     });
-    if (status == CANNOT_RUN) GTEST_SKIP() << "only the superuser has a machine of his own";
-    EXPECT_EQ(status, 0);
 }
 
-TEST(TheCommonInstance, ReplacesOnlyRingsOfItsUserThatNobodyElseCouldOpen) {
-    const int status = inTheCommonInstance([](const RealServer& server) {
+TEST_F(CommonInstance, ReplacesOnlyPrivateRingsOfItsUser) {
+    beside([](const RealServer& server) {
         leaveRing("left");
         EXPECT_EQ(createNamed("left"), AUDIO_NO_ERROR) << server.output();
 
@@ -428,11 +384,9 @@ TEST(TheCommonInstance, ReplacesOnlyRingsOfItsUserThatNobodyElseCouldOpen) {
         for (const char* const name : {"open", "another", "linked", "longer"})
             EXPECT_TRUE(fs::exists(std::string("/dev/shm/") + name)) << name;
     });
-    if (status == CANNOT_RUN) GTEST_SKIP() << "only the superuser has a machine of his own";
-    EXPECT_EQ(status, 0);
 }
 
-TEST(AnInstanceOfItsOwn, ReplacesWhateverIsLeftUnderItsNames) {
+TEST(PrivateInstance, ReplacesAnyLeftoverUnderItsNames) {
     const Planted left("/dev/shm/cabinaudio." + instance() + ".left", 0600);
     const RealServer server({"--output", "null"});
     EXPECT_EQ(createNamed("left"), AUDIO_NO_ERROR) << server.output();

@@ -6,8 +6,9 @@
 #include "tests/server/Playing.h"
 #include "tests/server/RawClient.h"
 #include "tests/server/RawRecorder.h"
+#include "tests/server/ServerRun.h"
 #include "tests/server/Sound.h"
-#include "tests/server/TemporaryDirectory.h"
+#include "tests/support/Files.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
 
@@ -44,25 +45,18 @@ std::vector<std::string> objectsOfThisInstance() {
     return names;
 }
 
-/// Runs the server to its end. @return its wait status and what it has said
-std::pair<int, std::string> outcome(const std::string& arguments) {
-    const std::string command = "'" + RealServer::path() + "' " + arguments + " 2>&1";
-    FILE* pipe = popen(command.c_str(), "re");
-    std::string said;
-    char chunk[256];
-    while (std::fgets(chunk, sizeof chunk, pipe) != nullptr) {
-        said += chunk;
-    }
-    return {pclose(pipe), said};
-}
-
 int exitStatus(int waitStatus) {
     return WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : -1;
 }
 
-class AnEndingServer : public ::testing::TestWithParam<int> {};
+/// Whether the server was built with ALSA.
+bool hasAlsa() {
+    return refusal(1, "--output alsa:no_such_device").find("built without") == std::string::npos;
+}
 
-TEST_P(AnEndingServer, TellsItsStreamsCompletesItsFilesAndLeavesNothingBehind) {
+class EndingServer : public ::testing::TestWithParam<int> {};
+
+TEST_P(EndingServer, NotifiesStreamsCompletesFilesAndLeavesNoObjects) {
     RecordingServer recording;
     RawClient physical(AUDIO_CONNECT_AUXILIARY, "physical");
     RawClient posix(AUDIO_CONNECT_ALTERNATIVE, "posix");
@@ -70,10 +64,8 @@ TEST_P(AnEndingServer, TellsItsStreamsCompletesItsFilesAndLeavesNothingBehind) {
     ASSERT_EQ(posix.create(1, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
     EXPECT_EQ(physical.notification().event, 3U);
     ASSERT_EQ(posix.status(wire::StreamFunction::Start), AUDIO_NO_ERROR);
-    ASSERT_TRUE(eventually([&] {
-        const auto state = nlohmann::json::parse(recording.server().command("state"));
-        return state.at("output").at("periods").get<int>() >= 3;
-    }));
+    ASSERT_TRUE(
+        eventually([&] { return stateOf(recording.server()).at("output").at("periods") >= 3; }));
     EXPECT_EQ(objectsOfThisInstance().size(), 3U) << "two headers and the memory";
 
     EXPECT_TRUE(recording.stop(GetParam()));
@@ -86,9 +78,9 @@ TEST_P(AnEndingServer, TellsItsStreamsCompletesItsFilesAndLeavesNothingBehind) {
     EXPECT_EQ(recording.report().at("output").at("frames"), recording.wav().frames());
 }
 
-INSTANTIATE_TEST_SUITE_P(Signals, AnEndingServer, ::testing::Values(SIGTERM, SIGINT));
+INSTANTIATE_TEST_SUITE_P(Signals, EndingServer, ::testing::Values(SIGTERM, SIGINT));
 
-TEST(AnEndingServer, LeavesTheTracksOfTheLibraryRemoved) {
+TEST(EndingServer, RemovesTheTracksOfTheLibrary) {
     RealServer server;
     Player player("music", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
     ASSERT_TRUE(player.hasRing());
@@ -96,27 +88,26 @@ TEST(AnEndingServer, LeavesTheTracksOfTheLibraryRemoved) {
     EXPECT_TRUE(eventually([&] { return player.track().start() == AUDIO_INVALID_STATE; }));
 }
 
-TEST(ASecondServer, OfTheSameInstanceIsRefusedAndHarmsNothing) {
+TEST(SecondServer, OfTheSameInstanceIsRefused) {
     RecordingServer recording({"--fast"});
     const auto samples = noise16(2 * 768);
     Player player("music", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
     ASSERT_TRUE(player.write(samples));
-    const auto [status, said] = outcome("--output wav:" + recording.directory().file("heard.wav"));
-    EXPECT_EQ(exitStatus(status), 1);
-    EXPECT_EQ(said, "cabinaudio-server: there is a server of instance \"" +
-                        std::string(std::getenv("CABINAUDIO_INSTANCE")) + "\" already\n");
+    EXPECT_EQ(refusal(1, "--output wav:" + recording.directory().file("heard.wav")),
+              "cabinaudio-server: there is a server of instance \"" +
+                  std::string(std::getenv("CABINAUDIO_INSTANCE")) + "\" already\n");
     ASSERT_TRUE(player.end());
     ASSERT_TRUE(recording.stop());
     EXPECT_TRUE(recording.heard("music", wide(samples)));
 }
 
-TEST(ASecondServer, OfAnotherInstanceRunsBeside) {
+TEST(SecondServer, OfAnotherInstanceRunsInParallel) {
     const RealServer one;
     const RealServer other({"--output", "null", "--instance", "other" + std::to_string(getpid())});
     EXPECT_THAT(one.command("state"), HasSubstr("\"version\":\"2.24.25\""));
 }
 
-TEST(AServerAfterAKilledOne, StartsAfresh) {
+TEST(ServerAfterAKilledOne, IgnoresLeftovers) {
     {
         RealServer killed;
         RawClient client(AUDIO_CONNECT_AUXILIARY, "left");
@@ -160,25 +151,25 @@ TEST(ManyClients, AreServedAtOnce) {
     EXPECT_EQ(objectsOfThisInstance(), std::vector<std::string>());
 }
 
-TEST(ARemovedStream, IsGoneAndItsClientTold) {
+TEST(RemovedStream, IsGoneAndItsClientNotified) {
     const RealServer server;
     Player player("music", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
     ASSERT_TRUE(player.hasRing());
     EXPECT_EQ(server.command("stream remove noise"), "error: no stream \"noise\"");
     EXPECT_EQ(server.command("stream remove music"), "ok");
     EXPECT_TRUE(eventually([&] { return player.track().start() == AUDIO_INVALID_STATE; }));
-    const auto state = nlohmann::json::parse(server.command("state"));
+    const auto state = stateOf(server);
     EXPECT_TRUE(state.at("streams").empty());
     EXPECT_EQ(state.at("clients").size(), 1U) << "the connection stays";
     EXPECT_EQ(server.command("stream remove music"), "error: no stream \"music\"");
 }
 
-TEST(TheState, ShowsOutputClientsAndStreams) {
+TEST(State, ShowsOutputClientsAndStreams) {
     const RealServer server({"--output", "null", "--rate", "44100", "--channels", "1"});
     RawClient client(AUDIO_CONNECT_AUXILIARY, "voice \"x\"\t");
     ASSERT_EQ(client.create(2, pcm(16000, 1, 16)).status, AUDIO_NO_ERROR);
     client.notification();
-    const auto state = nlohmann::json::parse(server.command("state"));
+    const auto state = stateOf(server);
     EXPECT_EQ(state.at("output").at("name"), "nothing");
     EXPECT_EQ(state.at("output").at("rate_hz"), 44100);
     EXPECT_EQ(state.at("output").at("channels"), 1);
@@ -199,7 +190,7 @@ TEST(TheState, ShowsOutputClientsAndStreams) {
     EXPECT_EQ(stream.at("queued_ms"), 0);
 }
 
-TEST(TheControlSocket, RefusesWhatItDoesNotKnow) {
+TEST(ControlSocket, RefusesUnknownCommands) {
     const RealServer server;
     EXPECT_EQ(server.command("sing"), "error: no such command: sing");
     EXPECT_EQ(server.command(""), "error: no such command: ");
@@ -209,14 +200,13 @@ TEST(TheControlSocket, RefusesWhatItDoesNotKnow) {
     EXPECT_THAT(server.command("state"), HasSubstr("\"streams\":[]"));
 }
 
-TEST(TheTrace, ShowsRequestsRepliesAndNotificationsInWords) {
+TEST(Trace, ShowsRequestsRepliesAndNotificationsInWords) {
     RealServer server({"--output", "null", "--trace", "--fast"});
     {
         RawClient client(AUDIO_CONNECT_AUXILIARY, "voice");
         ASSERT_EQ(client.create(2, pcm(16000, 1, 16)).status, AUDIO_NO_ERROR);
         client.notification();
-        client.call<wire::ShareMemoryReply>(wire::FunctionRequest{
-            static_cast<std::uint32_t>(wire::StreamFunction::GetShareMemory)});
+        client.ask<wire::ShareMemoryReply>(wire::StreamFunction::GetShareMemory);
         client.status(wire::StreamFunction::WriteDone);
         client.status(wire::StreamFunction::Start);
         client.status(wire::StreamFunction::WriteDone);
@@ -244,7 +234,7 @@ TEST(TheTrace, ShowsRequestsRepliesAndNotificationsInWords) {
                                      "0.0.0, 0 \\[[0-9]+ us\\]\n"));
 }
 
-TEST(TheTrace, NamesWhatSinksAndUplinksAskAndAreTold) {
+TEST(Trace, ShowsRequestsAndNotificationsOfSinksAndUplinks) {
     RealServer server({"--output", "null", "--trace", "--fast"});
     {
         RawClient sink(AUDIO_CONNECT_MAIN, "music");
@@ -281,14 +271,13 @@ TEST(TheTrace, NamesWhatSinksAndUplinksAskAndAreTold) {
     }
 }
 
-TEST(TheCommandLine, IsExplainedAndChecked) {
-    const auto [helped, help] = outcome("--help");
-    EXPECT_EQ(exitStatus(helped), 0);
+TEST(CommandLine, IsExplainedAndChecked) {
+    const std::string help = runServer(0, "--help").out;
     for (const char* option :
          {"--output", "--fast", "--input", "--uplink-delay", "--stems", "--report", "--trace"}) {
         EXPECT_THAT(help, HasSubstr(option));
     }
-    EXPECT_EQ(outcome("--version"), std::make_pair(0, std::string("cabinaudio-server 2.24.25\n")));
+    EXPECT_EQ(runServer(0, "--version").out, "cabinaudio-server 2.24.25\n");
     for (const char* wrong : {"--output tape",
                               "--output wav:",
                               "--output null:x",
@@ -311,33 +300,26 @@ TEST(TheCommandLine, IsExplainedAndChecked) {
                               "--stems /no/such/directory",
                               "--nothing",
                               "word"}) {
-        const auto [status, said] = outcome(wrong);
-        EXPECT_EQ(exitStatus(status), 2) << wrong;
-        EXPECT_THAT(said, AllOf(testing::StartsWith("cabinaudio-server: "),
-                                testing::EndsWith("(try --help)\n")));
-        EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+        EXPECT_THAT(refusal(2, wrong), AllOf(testing::StartsWith("cabinaudio-server: "),
+                                             testing::EndsWith("(try --help)\n")));
     }
 }
 
-TEST(TheServer, EndsWithOneLineWhenItsOutputDoesNotWork) {
+TEST(Server, EndsWithOneLineWhenItsOutputFails) {
     for (const char* output : {"wav:/no/such/directory/x.wav", "alsa:no_such_device"}) {
-        const auto [status, said] = outcome(std::string("--output ") + output);
-        EXPECT_EQ(exitStatus(status), 1) << output;
-        EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+        refusal(1, std::string("--output ") + output);
     }
 }
 
-TEST(TheServer, EndsWithOneLineWhenAnInputDoesNotWork) {
+TEST(Server, EndsWithOneLineWhenAnInputFails) {
     for (const auto& [input, words] : {std::pair("/no/such/file.wav", "/no/such/file.wav: "),
                                        {"uplink=/dev/null", "/dev/null: "}}) {
-        const auto [status, said] = outcome(std::string("--output null --input ") + input);
-        EXPECT_EQ(exitStatus(status), 1) << input;
-        EXPECT_THAT(said, testing::StartsWith(std::string("cabinaudio-server: ") + words));
-        EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+        EXPECT_THAT(refusal(1, std::string("--output null --input ") + input),
+                    testing::StartsWith(std::string("cabinaudio-server: ") + words));
     }
 }
 
-TEST(AStalledServer, AnswersNobodyUntilItsTimeIsOver) {
+TEST(StalledServer, AnswersAfterItsStallTime) {
     const RealServer server;
     RawClient client(AUDIO_CONNECT_AUXILIARY, "track");
     const auto begin = std::chrono::steady_clock::now();
@@ -349,7 +331,7 @@ TEST(AStalledServer, AnswersNobodyUntilItsTimeIsOver) {
     }
 }
 
-TEST(ACrash, LooksLikeAKilledServer) {
+TEST(CrashCommand, KillsTheServer) {
     RealServer server;
     RawClient client(AUDIO_CONNECT_AUXILIARY, "track");
     ASSERT_EQ(client.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
@@ -362,7 +344,7 @@ TEST(ACrash, LooksLikeAKilledServer) {
     const RealServer another;
 }
 
-TEST(AQuietServer, SaysNothingWhenAllIsWell) {
+TEST(QuietServer, PrintsNothingOnSuccess) {
     RealServer server({"--output", "null", "--quiet"});
     {
         Player player("music", AUDIO_TAG_ALTERNATIVE, pcm(48000, 2, 16));
@@ -372,7 +354,7 @@ TEST(AQuietServer, SaysNothingWhenAllIsWell) {
     EXPECT_EQ(server.output(), "");
 }
 
-TEST(AVerboseServer, ShowsTheLibrarysLogToo) {
+TEST(VerboseServer, ShowsTheLogOfTheLibrary) {
     RealServer server({"--output", "null", "--verbose"});
     { Player player("music", AUDIO_TAG_ALTERNATIVE, pcm(48000, 2, 16)); }
     EXPECT_EQ(exitStatus(server.stop()), 0);
@@ -380,14 +362,14 @@ TEST(AVerboseServer, ShowsTheLibrarysLogToo) {
 }
 
 /// No sound server, and ALSA's null device as the default one.
-class AMachineWithoutSound : public ::testing::Test {
+class MachineWithoutSound : public ::testing::Test {
 protected:
-    AMachineWithoutSound() {
+    MachineWithoutSound() {
         std::ofstream(mDirectory.file("asound.conf")) << "pcm.!default { type null }\n";
         setenv("ALSA_CONFIG_PATH", mDirectory.file("asound.conf").c_str(), 1);
         setenv("PULSE_SERVER", mDirectory.file("no-socket").c_str(), 1);
     }
-    ~AMachineWithoutSound() override {
+    ~MachineWithoutSound() override {
         unsetenv("ALSA_CONFIG_PATH");
         unsetenv("PULSE_SERVER");
     }
@@ -395,10 +377,8 @@ protected:
     TemporaryDirectory mDirectory;
 };
 
-TEST_F(AMachineWithoutSound, IsListenedToThroughAlsa) {
-    if (outcome("--output alsa:no_such_device").second.find("built without") != std::string::npos) {
-        GTEST_SKIP() << "the server has no ALSA";
-    }
+TEST_F(MachineWithoutSound, RecordsSilenceFromTheNullDevice) {
+    if (!hasAlsa()) GTEST_SKIP() << "the server has no ALSA";
     RealServer server({"--output", "null", "--input", "mic"});
     {
         RawRecorder recorder("voice", AUDIO_TAG_INPUT0, pcm(16000, 1, 16));
@@ -409,18 +389,14 @@ TEST_F(AMachineWithoutSound, IsListenedToThroughAlsa) {
     EXPECT_EQ(exitStatus(server.stop()), 0);
 }
 
-TEST_F(AMachineWithoutSound, HasNoMicrophone) {
+TEST_F(MachineWithoutSound, RefusesTheMicrophoneInput) {
     std::ofstream(mDirectory.file("asound.conf")) << "# nothing\n";
-    const auto [status, said] = outcome("--output null --input mic");
-    EXPECT_EQ(exitStatus(status), 1);
-    EXPECT_THAT(said, testing::StartsWith("cabinaudio-server: no microphone works: pulse: "));
-    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+    EXPECT_THAT(refusal(1, "--output null --input mic"),
+                testing::StartsWith("cabinaudio-server: no microphone works: pulse: "));
 }
 
-TEST(ASoundCardOutput, PlaysThroughAlsa) {
-    if (outcome("--output alsa:no_such_device").second.find("built without") != std::string::npos) {
-        GTEST_SKIP() << "the server has no ALSA";
-    }
+TEST(SoundCardOutput, PlaysThroughAlsa) {
+    if (!hasAlsa()) GTEST_SKIP() << "the server has no ALSA";
     // ALSA's own null device: the whole way but the card.
     RealServer server({"--output", "alsa:null"});
     {
@@ -428,7 +404,7 @@ TEST(ASoundCardOutput, PlaysThroughAlsa) {
         ASSERT_TRUE(player.write(noise16(2 * 4800)));
         EXPECT_TRUE(player.end());
     }
-    const auto state = nlohmann::json::parse(server.command("state"));
+    const auto state = stateOf(server);
     EXPECT_EQ(state.at("output").at("name"), "alsa device null");
     EXPECT_EQ(state.at("output").at("errors"), 0);
     EXPECT_GE(state.at("output").at("frames"), 4800);

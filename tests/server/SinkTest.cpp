@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Sinks as the server routes them: who is the source of the main output, and what becomes of rings
-// that are withdrawn.
+// Routing of sinks: which one is the source of the main output, and the rings of withdrawn sinks.
 #include <cabinaudio/client/ClientSink.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 #include <cabinaudio/foundation/AudioTime.h>
@@ -45,8 +44,7 @@ public:
     std::uint32_t event() { return mClient.notification().event; }
 
     wire::ShareMemoryReply memory() {
-        return mClient.call<wire::ShareMemoryReply>(
-            wire::FunctionRequest{static_cast<std::uint32_t>(Function::GetShareMemory)});
+        return mClient.ask<wire::ShareMemoryReply>(Function::GetShareMemory);
     }
     /// Asks for the ring and maps it. @return whether there is one
     bool map() {
@@ -76,12 +74,12 @@ private:
     std::unique_ptr<ShareMemoryEx> mRing;
 };
 
-class ASink : public ::testing::Test {
+class SinkRouting : public ::testing::Test {
 protected:
     RealServer server{{"--output", "null"}};
 };
 
-TEST_F(ASink, IsToldThatItIsTheSourceAndShownItsRing) {
+TEST_F(SinkRouting, NewSinkIsActivatedAndGetsItsRing) {
     RawSink sink("music");
     ASSERT_EQ(sink.creation(), AUDIO_NO_ERROR);
     const SocketFrameHeader told = sink.client().notification();
@@ -97,13 +95,13 @@ TEST_F(ASink, IsToldThatItIsTheSourceAndShownItsRing) {
     EXPECT_EQ(state.at("ring_address"), memory.address);
 }
 
-TEST_F(ASink, KnowsNeitherInitCheckNorKeyShift) {
+TEST_F(SinkRouting, SinkHasNeitherInitCheckNorKeyShift) {
     RawSink sink("music");
     EXPECT_EQ(sink.client().status(Function::InitCheck), AUDIO_INVALID_OPERATION);
     EXPECT_EQ(sink.client().status(Function::SetKeyShift), AUDIO_INVALID_OPERATION);
 }
 
-TEST_F(ASink, IsTheSourceWhenItIsTheNewest) {
+TEST_F(SinkRouting, NewestSinkIsTheSource) {
     RawSink first("first");
     ASSERT_EQ(first.event(), ACTIVATED);
     {
@@ -119,7 +117,7 @@ TEST_F(ASink, IsTheSourceWhenItIsTheNewest) {
     EXPECT_TRUE(first.map());
 }
 
-TEST_F(ASink, KeepsItsRingUntilItHasLetGo) {
+TEST_F(SinkRouting, SinkKeepsItsRingUntilItAcknowledges) {
     RawSink sink("music");
     ASSERT_EQ(sink.event(), ACTIVATED);
     ASSERT_TRUE(sink.map());
@@ -142,7 +140,7 @@ TEST_F(ASink, KeepsItsRingUntilItHasLetGo) {
     EXPECT_EQ(streamOf(server, "third").at("ring_address"), address) << "free again";
 }
 
-TEST_F(ASink, IsActivatedAgainOnlyWhenItHasLetGo) {
+TEST_F(SinkRouting, SinkIsReactivatedOnlyAfterItsAcknowledgement) {
     RawSink sink("music");
     ASSERT_EQ(sink.event(), ACTIVATED);
     ASSERT_EQ(server.command("source withdraw music"), "ok");
@@ -155,7 +153,7 @@ TEST_F(ASink, IsActivatedAgainOnlyWhenItHasLetGo) {
     EXPECT_TRUE(sink.map());
 }
 
-TEST_F(ASink, ThatLetsGoUnaskedHandsTheSourceOn) {
+TEST_F(SinkRouting, UnrequestedAcknowledgementPassesTheSourceOn) {
     RawSink first("first");
     RawSink second("second");
     ASSERT_EQ(first.event(), ACTIVATED);
@@ -171,7 +169,7 @@ TEST_F(ASink, ThatLetsGoUnaskedHandsTheSourceOn) {
     EXPECT_EQ(first.event(), DEACTIVATED);
 }
 
-TEST_F(ASink, CanBeSelected) {
+TEST_F(SinkRouting, CommandSelectsTheSource) {
     std::vector<std::unique_ptr<RawSink>> sinks;
     for (const char* name : {"one", "two", "three"}) {
         sinks.push_back(std::make_unique<RawSink>(name));
@@ -191,7 +189,7 @@ TEST_F(ASink, CanBeSelected) {
     EXPECT_FALSE(sinks[1]->client().hasNotification(0));
 }
 
-TEST_F(ASink, IsNamedInTheCommands) {
+TEST_F(SinkRouting, CommandRefusesNamesThatAreNoSinks) {
     RawClient track(AUDIO_CONNECT_AUXILIARY, "track");
     ASSERT_EQ(track.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
     EXPECT_EQ(server.command("source activate track"), "error: no sink \"track\"");
@@ -199,7 +197,7 @@ TEST_F(ASink, IsNamedInTheCommands) {
     EXPECT_EQ(server.command("source switch x"), "error: no such command: source switch x");
 }
 
-TEST_F(ASink, IsRemoved) {
+TEST_F(SinkRouting, RemovedSinkIsNotifiedAndTheOtherActivated) {
     RawSink first("first");
     RawSink second("second");
     ASSERT_EQ(first.event(), ACTIVATED);
@@ -212,7 +210,7 @@ TEST_F(ASink, IsRemoved) {
     EXPECT_EQ(first.event(), ACTIVATED);
 }
 
-TEST_F(ASink, ThatIsWithdrawnHasNothingLeftToPlay) {
+TEST_F(SinkRouting, WithdrawnSinkFinishesAtOnce) {
     RawSink sink("music");
     ASSERT_EQ(sink.event(), ACTIVATED);
     ASSERT_TRUE(sink.map());
@@ -223,7 +221,7 @@ TEST_F(ASink, ThatIsWithdrawnHasNothingLeftToPlay) {
     EXPECT_EQ(sink.event(), FINISHED);
 }
 
-TEST(TheServersSinks, AreToldOfTheirSourceAfterTheRingDelay) {
+TEST(SinksWithRingDelay, AreActivatedAfterTheDelay) {
     const RealServer server({"--output", "null", "--ring-delay", "50"});
     const std::uint64_t before = AudioTime::now();
     RawSink sink("music");
@@ -232,7 +230,7 @@ TEST(TheServersSinks, AreToldOfTheirSourceAfterTheRingDelay) {
     EXPECT_GE(AudioTime::now() - before, 50000U);
 }
 
-TEST(TheServersSinks, ThatWereNotToldOfTheirSourceAreNotToldOfItsEnd) {
+TEST(SinksWithRingDelay, AreNotWithdrawnBeforeTheirActivation) {
     const RealServer server({"--output", "null", "--ring-delay", "60000"});
     RawSink first("first");
     RawSink second("second");
@@ -241,7 +239,7 @@ TEST(TheServersSinks, ThatWereNotToldOfTheirSourceAreNotToldOfItsEnd) {
     EXPECT_FALSE(first.client().hasNotification(50));
 }
 
-TEST(ASinkThroughTheServer, IsHeardToTheLastSampleThenFinished) {
+TEST(SinkThroughServer, PlaysToTheLastSampleThenFinishes) {
     RecordingServer recording({"--fast"});
     const auto samples = noise16(2 * 3000);
     {
@@ -258,7 +256,7 @@ TEST(ASinkThroughTheServer, IsHeardToTheLastSampleThenFinished) {
 }
 
 // What a withdrawn ring still holds is dropped and counted, so that nothing is unaccounted for.
-TEST(ASinkThroughTheServer, LosesWhatItsWithdrawnRingHolds) {
+TEST(SinkThroughServer, DiscardsAndCountsTheRestOfItsWithdrawnRing) {
     RecordingServer recording({"--fast"});
     const auto samples = noise16(2 * 1000);
     {
@@ -283,7 +281,7 @@ TEST(ASinkThroughTheServer, LosesWhatItsWithdrawnRingHolds) {
     EXPECT_EQ(recording.stream("music").at("underruns"), 0);
 }
 
-TEST(TwoSinksOfTheLibrary, TakeTurnsAsTheyComeAndGo) {
+TEST(TwoLibrarySinks, PassTheSourceToTheNewest) {
     RecordingServer recording;
     const auto play = [](ClientSink& sink, std::vector<std::int16_t> samples) {
         return sink.write(bytesPointer(samples), byteCount(samples), true);
@@ -315,7 +313,7 @@ TEST(TwoSinksOfTheLibrary, TakeTurnsAsTheyComeAndGo) {
 }
 
 // The client writes whenever it has a ring; the routing changes as fast as it can.
-TEST(ASinkThroughTheServer, AccountsForEveryFrameInAStormOfRoutings) {
+TEST(SinkThroughServer, AccountsForEveryFrameInThousandRoutings) {
     constexpr int ROUTINGS = 1000;
     RecordingServer recording({"--fast"});
     std::size_t written = 0;

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // A state file in a directory that others may write to, and files that are no state files.
-#include "tests/server/RefusedStart.h"
+#include "tests/server/ServerRun.h"
 #include "tests/server/SettingsClient.h"
-#include "tests/server/TemporaryDirectory.h"
-#include "tests/support/Nobody.h"
+#include "tests/support/Files.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
+#include "tests/support/UserProcess.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -25,9 +25,9 @@ namespace fs = std::filesystem;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-class AStateFileAmongOthers : public ::testing::Test {
+class StateFileInSharedDirectory : public ::testing::Test {
 protected:
-    AStateFileAmongOthers() { chmod(directory.path().c_str(), 0777); }
+    StateFileInSharedDirectory() { chmod(directory.path().c_str(), 0777); }
 
     /// Whether another user can be in the same directory.
     [[nodiscard]] bool hasNeighbour() const {
@@ -43,9 +43,9 @@ protected:
         clients.tell(VOLUME, Message(20).real(-6.5F));
     }
     [[nodiscard]] bool isWritten() const {
-        return contentOf(path).find("\"master_db\": -6.5") != std::string::npos;
+        return contentsOf(path).find("\"master_db\": -6.5") != std::string::npos;
     }
-    [[nodiscard]] std::string complaint() const { return complaintAbout(path, directory); }
+    [[nodiscard]] std::string complaint() const { return complaintAbout(path); }
     [[nodiscard]] std::vector<std::string> names() const {
         std::vector<std::string> all;
         for (const auto& entry : fs::directory_iterator(directory.path()))
@@ -64,29 +64,29 @@ protected:
     std::string treasure = directory.file("treasure");
 };
 
-TEST_F(AStateFileAmongOthers, IsNotWrittenThroughAnotherUsersLinkBesideIt) {
+TEST_F(StateFileInSharedDirectory, IsNotWrittenThroughALinkOfAnotherUser) {
     if (!hasNeighbour()) GTEST_SKIP() << "this user cannot be another one in " << directory.path();
     std::ofstream(treasure) << "gold";
     chmod(treasure.c_str(), 0600);
     ASSERT_TRUE(asNobody(
         [&] { return symlink(treasure.c_str(), directory.file("state.json.new").c_str()) == 0; }));
     serve();
-    EXPECT_EQ(contentOf(treasure), "gold");
+    EXPECT_EQ(contentsOf(treasure), "gold");
     EXPECT_TRUE(isWritten());
 }
 
-TEST_F(AStateFileAmongOthers, IsNotWhereAnotherUsersLinkLeads) {
+TEST_F(StateFileInSharedDirectory, IsRefusedAsALinkOfAnotherUser) {
     if (!hasNeighbour()) GTEST_SKIP() << "this user cannot be another one in " << directory.path();
     std::ofstream(treasure) << "{}";
     ASSERT_TRUE(asNobody([&] { return symlink(treasure.c_str(), path.c_str()) == 0; }));
     EXPECT_THAT(complaint(), HasSubstr("state.json: is a link of another user"));
-    EXPECT_EQ(contentOf(treasure), "{}");
+    EXPECT_EQ(contentsOf(treasure), "{}");
     fs::remove(treasure);
     EXPECT_THAT(complaint(), HasSubstr("state.json: is a link of another user"));
     EXPECT_FALSE(fs::exists(treasure)) << "nothing is made where the link leads";
 }
 
-TEST_F(AStateFileAmongOthers, KeepsItsOwnerAndGroup) {
+TEST_F(StateFileInSharedDirectory, KeepsItsOwnerAndGroup) {
     if (!hasNeighbour()) GTEST_SKIP() << "only root gives files away";
     std::ofstream(path) << "{}";
     ASSERT_EQ(chown(path.c_str(), NOBODY, 1), 0);
@@ -96,7 +96,7 @@ TEST_F(AStateFileAmongOthers, KeepsItsOwnerAndGroup) {
     EXPECT_EQ(status().st_gid, 1U);
 }
 
-TEST_F(AStateFileAmongOthers, KeepsItsMode) {
+TEST_F(StateFileInSharedDirectory, KeepsItsMode) {
     std::ofstream(path) << "{}";
     for (const mode_t mode : {0600U, 0640U, 0664U}) {
         ASSERT_EQ(chmod(path.c_str(), mode), 0);
@@ -106,14 +106,14 @@ TEST_F(AStateFileAmongOthers, KeepsItsMode) {
     }
 }
 
-TEST_F(AStateFileAmongOthers, IsReadableWhenItIsNew) {
+TEST_F(StateFileInSharedDirectory, GetsItsModeFromTheUmask) {
     const mode_t before = umask(027);
     serve();
     umask(before);
     EXPECT_EQ(status().st_mode & 07777U, 0640U);
 }
 
-TEST_F(AStateFileAmongOthers, StaysWhereTheOwnLinkLeads) {
+TEST_F(StateFileInSharedDirectory, IsWrittenWhereALinkOfItsUserLeads) {
     fs::create_directory(directory.file("elsewhere"));
     fs::create_symlink("elsewhere/settings", directory.file("second"));
     fs::create_symlink("second", path);
@@ -126,14 +126,14 @@ TEST_F(AStateFileAmongOthers, StaysWhereTheOwnLinkLeads) {
     }
 }
 
-TEST_F(AStateFileAmongOthers, IsRefusedWhenLinksLeadInACircle) {
+TEST_F(StateFileInSharedDirectory, IsRefusedWhenLinksLeadInACircle) {
     fs::create_symlink("other", path);
     fs::create_symlink("state.json", directory.file("other"));
     EXPECT_THAT(complaint(), HasSubstr("state.json: leads from link to link"));
 }
 
-// A server that is there already shows in which order things are looked at.
-TEST_F(AStateFileAmongOthers, IsRefusedBeforeTheSocketOpensWhenItIsAFifo) {
+// A server that runs already shows the order of the checks.
+TEST_F(StateFileInSharedDirectory, IsRefusedBeforeTheSocketOpensWhenItIsAFifo) {
     const RealServer server;
     ASSERT_EQ(mkfifo(path.c_str(), 0666), 0);
     const std::string said = complaint();
@@ -141,20 +141,20 @@ TEST_F(AStateFileAmongOthers, IsRefusedBeforeTheSocketOpensWhenItIsAFifo) {
     EXPECT_THAT(said, Not(HasSubstr("there is a server")));
 }
 
-TEST_F(AStateFileAmongOthers, IsRefusedWhenItIsADirectoryOrADevice) {
+TEST_F(StateFileInSharedDirectory, IsRefusedWhenItIsADirectoryOrADevice) {
     fs::create_directory(path);
     EXPECT_THAT(complaint(), HasSubstr("state.json: is not a regular file"));
     path = "/dev/null";
     EXPECT_THAT(complaint(), HasSubstr("/dev/null: is not a regular file"));
 }
 
-TEST_F(AStateFileAmongOthers, IsRefusedWhenItIsTooLong) {
+TEST_F(StateFileInSharedDirectory, IsRefusedWhenItIsTooLong) {
     std::ofstream(path).close();
     fs::resize_file(path, (16 << 20) + 1);
     EXPECT_THAT(complaint(), HasSubstr("state.json: is longer than 16 MiB"));
 }
 
-TEST_F(AStateFileAmongOthers, LeavesNothingBesideItWhenItCannotBeWritten) {
+TEST_F(StateFileInSharedDirectory, LeavesNothingBesideItWhenItCannotBeWritten) {
     const RealServer server({"--output", "null", "--state", path});
     fs::create_directory(path);
     change();
@@ -164,7 +164,7 @@ TEST_F(AStateFileAmongOthers, LeavesNothingBesideItWhenItCannotBeWritten) {
     EXPECT_EQ(names(), std::vector<std::string>{"state.json"});
 }
 
-TEST_F(AStateFileAmongOthers, LosesWhatAKilledServerHasLeftBesideIt) {
+TEST_F(StateFileInSharedDirectory, IsFreedOfLeftoversOfAKilledServer) {
     const std::string left = ".cabinaudio-state-state.json-0123456789abcdef";
     const std::string others = ".cabinaudio-state-other.json-0123456789abcdef";
     std::ofstream(directory.file(left)) << "half";

@@ -3,9 +3,10 @@
 // Settings that outlive the server.
 #include <cabinaudio/foundation/AudioStatus.h>
 
-#include "tests/server/RefusedStart.h"
+#include "tests/server/ServerRun.h"
 #include "tests/server/SettingsClient.h"
-#include "tests/server/TemporaryDirectory.h"
+#include "tests/server/State.h"
+#include "tests/support/Files.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
 
@@ -26,21 +27,19 @@ namespace {
 using nlohmann::json;
 using ::testing::HasSubstr;
 
-class AStateFile : public ::testing::Test {
+class StateFile : public ::testing::Test {
 protected:
     [[nodiscard]] std::unique_ptr<RealServer> start() const {
         return std::make_unique<RealServer>(
             std::vector<std::string>{"--output", "null", "--state", path});
     }
-    [[nodiscard]] std::string content() const { return contentOf(path); }
+    [[nodiscard]] std::string content() const { return contentsOf(path); }
     void write(const std::string& text) const { std::ofstream(path) << text; }
-    static json settingsOf(const RealServer& server) {
-        return json::parse(server.command("state")).at("settings");
-    }
-    /// What a server says that does not start with this file.
+    static json settingsOf(const RealServer& server) { return stateOf(server).at("settings"); }
+    /// The message of a server that refuses this file.
     [[nodiscard]] std::string complaint(const std::string& text) const {
         write(text);
-        const std::string said = complaintAbout(path, directory);
+        const std::string said = complaintAbout(path);
         EXPECT_EQ(content(), text) << "left alone";
         return said;
     }
@@ -77,7 +76,7 @@ void setALot() {
     set(RECORD, Message(0).text("uplink").text("agc").block({9}));
 }
 
-TEST_F(AStateFile, KeepsEverythingOverARestart) {
+TEST_F(StateFile, KeepsAllSettingsAcrossARestart) {
     json before;
     {
         const auto server = start();
@@ -94,7 +93,7 @@ TEST_F(AStateFile, KeepsEverythingOverARestart) {
     EXPECT_EQ(clients.ask(RECORD, Message(1).text("uplink").text("agc").block({0}), 9).byte(8), 9U);
 }
 
-TEST_F(AStateFile, IsThereAMomentAfterAChange) {
+TEST_F(StateFile, IsWrittenSoonAfterAChange) {
     const auto server = start();
     setALot();
     const json settings = settingsOf(*server);
@@ -104,12 +103,12 @@ TEST_F(AStateFile, IsThereAMomentAfterAChange) {
     EXPECT_EQ(settingsOf(*start()), settings);
 }
 
-TEST_F(AStateFile, IsNotWrittenWithoutAChange) {
+TEST_F(StateFile, IsNotWrittenWithoutAChange) {
     start().reset();
     EXPECT_EQ(content(), "");
 }
 
-TEST_F(AStateFile, DoesNotKeepATest) {
+TEST_F(StateFile, DoesNotKeepALoudspeakerTest) {
     {
         const auto server = start();
         SettingsClients clients;
@@ -118,8 +117,8 @@ TEST_F(AStateFile, DoesNotKeepATest) {
     EXPECT_THAT(content(), ::testing::Not(HasSubstr("440")));
 }
 
-// Every content that is ever seen is a whole one, whenever the server dies.
-TEST_F(AStateFile, IsNeverCutOff) {
+// The file is complete at every moment, whenever the server is killed.
+TEST_F(StateFile, IsCompleteWheneverTheServerDies) {
     for (int round = 0; round < 10; ++round) {
         const auto server = start();
         SettingsClients clients;
@@ -146,7 +145,7 @@ TEST_F(AStateFile, IsNeverCutOff) {
     }
 }
 
-TEST_F(AStateFile, NeedNotSayEverything) {
+TEST_F(StateFile, MayOmitSettings) {
     write(R"({"volume": {"master_db": -3}, "mixer": {}})");
     const json settings = settingsOf(*start());
     EXPECT_EQ(settings.at("volume").at("master_db"), -3);
@@ -154,7 +153,7 @@ TEST_F(AStateFile, NeedNotSayEverything) {
     EXPECT_EQ(settings.at("source").at("uplink_destination"), "telephone");
 }
 
-TEST_F(AStateFile, WithUnknownKeysIsTakenWithoutThem) {
+TEST_F(StateFile, IgnoresAndDropsUnknownKeys) {
     write(R"({"volume": {"mastre_db": -3, "second_db": -4}, "colour": 7,
               "app": {"effects": [{"tag": "main", "name": "echo", "wet": 1}]}})");
     {
@@ -169,7 +168,7 @@ TEST_F(AStateFile, WithUnknownKeysIsTakenWithoutThem) {
     EXPECT_THAT(content(), ::testing::Not(HasSubstr("mastre_db")));
 }
 
-TEST_F(AStateFile, ThatIsBrokenIsRefusedWithTheLine) {
+TEST_F(StateFile, IsRefusedWithTheLineOfASyntaxError) {
     EXPECT_THAT(complaint("{\n\"volume\": {\n\"master_db\" 3}}"),
                 HasSubstr("state.json: parse error at line 3, column 13"));
     EXPECT_THAT(complaint("{\"volume\": {\"master_db\": 3"), HasSubstr("parse error at line 1"));
@@ -177,7 +176,7 @@ TEST_F(AStateFile, ThatIsBrokenIsRefusedWithTheLine) {
     EXPECT_THAT(complaint("7"), HasSubstr("the document is not an object"));
 }
 
-TEST_F(AStateFile, WithAWrongValueIsRefusedWithItsName) {
+TEST_F(StateFile, IsRefusedWithTheNameOfAWrongValue) {
     const std::pair<const char*, const char*> wrong[] = {
         {R"({"volume": 7})", "volume is not an object"},
         {R"({"volume": {"master_db": 24.5}})", "volume.master_db is out of range"},
@@ -220,7 +219,7 @@ TEST_F(AStateFile, WithAWrongValueIsRefusedWithItsName) {
         EXPECT_THAT(complaint(text), HasSubstr(std::string("state.json: ") + problem)) << text;
 }
 
-TEST_F(AStateFile, ThatCannotBeWrittenIsAnErrorInTheLog) {
+TEST_F(StateFile, CausesALogLineWhenItCannotBeWritten) {
     path = directory.file("nowhere/state.json");
     const auto server = start();
     setALot();

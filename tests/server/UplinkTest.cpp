@@ -6,7 +6,7 @@
 
 #include "tests/server/RawRecorder.h"
 #include "tests/server/Sound.h"
-#include "tests/server/TemporaryDirectory.h"
+#include "tests/support/Files.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
 
@@ -30,9 +30,9 @@ AudioFormatDesc coded(std::uint32_t codec, std::uint32_t rate, unsigned channels
     return format;
 }
 
-class AnUplink : public ::testing::Test {
+class Uplink : public ::testing::Test {
 protected:
-    explicit AnUplink(const std::string& delay = "0")
+    explicit Uplink(const std::string& delay = "0")
         : server({"--output", "null", "--input", "tone:500", "--uplink-delay", delay}) {}
 
     /// Waits for the message about the ring. @return its value
@@ -46,12 +46,12 @@ protected:
     RawRecorder uplink{"call", AUDIO_TAG_UPLINK, pcm(16000, 1, 16)};
 };
 
-class AnUplinkOnCommand : public AnUplink {
+class UplinkOnCommand : public Uplink {
 protected:
-    AnUplinkOnCommand() : AnUplink("never") {}
+    UplinkOnCommand() : Uplink("never") {}
 };
 
-TEST_F(AnUplink, IsToldItsPeriodButNotItsRingAtFirst) {
+TEST_F(Uplink, CreationReportsThePeriodButNoRing) {
     EXPECT_EQ(uplink.creation().status, AUDIO_NO_ERROR);
     EXPECT_EQ(uplink.creation().ringSize, 0U);
     EXPECT_EQ(uplink.creation().perLoopSize, 512);
@@ -64,7 +64,7 @@ TEST_F(AnUplink, IsToldItsPeriodButNotItsRingAtFirst) {
     EXPECT_FALSE(uplink.client().hasNotification(0)) << "not before it is started";
 }
 
-TEST_F(AnUplink, GetsItsRingWhenItIsStarted) {
+TEST_F(Uplink, GetsItsRingWhenStarted) {
     ASSERT_EQ(uplink.start(), AUDIO_NO_ERROR);
     EXPECT_EQ(ringState(), 1U);
     const auto memory = uplink.memory();
@@ -75,14 +75,14 @@ TEST_F(AnUplink, GetsItsRingWhenItIsStarted) {
     EXPECT_EQ(streamOf(server, "call").at("codec"), "pcm");
 }
 
-TEST_F(AnUplink, IsNotRecordedBeforeItKnowsItsRing) {
+TEST_F(Uplink, RecordsNothingBeforeItsRingIsMapped) {
     ASSERT_EQ(uplink.start(), AUDIO_NO_ERROR);
     EXPECT_EQ(ringState(), 1U);
     EXPECT_FALSE(eventually([&] { return streamOf(server, "call").at("frames") != 0; },
                             std::chrono::milliseconds(50)));
 }
 
-TEST_F(AnUplinkOnCommand, GetsAndLosesItsRing) {
+TEST_F(UplinkOnCommand, GetsAndLosesItsRing) {
     ASSERT_EQ(uplink.start(), AUDIO_NO_ERROR);
     EXPECT_FALSE(uplink.client().hasNotification(50));
     for (int round = 0; round < 3; ++round) {
@@ -103,7 +103,7 @@ TEST_F(AnUplinkOnCommand, GetsAndLosesItsRing) {
     }
 }
 
-TEST_F(AnUplinkOnCommand, GetsItsRingBackOnlyWhenItHasLetGo) {
+TEST_F(UplinkOnCommand, GetsItsRingBackOnlyAfterItsAcknowledgement) {
     ASSERT_EQ(server.command("uplink ring on"), "ok") << "also while it is stopped";
     ASSERT_TRUE(uplink.mapWhenReady());
     ASSERT_EQ(server.command("uplink ring off"), "ok");
@@ -114,20 +114,20 @@ TEST_F(AnUplinkOnCommand, GetsItsRingBackOnlyWhenItHasLetGo) {
     EXPECT_EQ(ringState(), 1U);
 }
 
-TEST_F(AnUplinkOnCommand, IsNamedInTheCommand) {
+TEST_F(UplinkOnCommand, CommandRefusesUnknownNames) {
     EXPECT_EQ(server.command("uplink ring"), "error: uplink ring on|off [NAME]");
     EXPECT_EQ(server.command("uplink ring up"), "error: uplink ring on|off [NAME]");
     EXPECT_EQ(server.command("uplink ring on nobody"), "error: no uplink \"nobody\"");
     EXPECT_FALSE(uplink.client().hasNotification(0));
 }
 
-TEST_F(AnUplinkOnCommand, IsRemoved) {
+TEST_F(UplinkOnCommand, IsNotifiedOfItsRemoval) {
     EXPECT_EQ(server.command("stream remove call"), "ok");
     EXPECT_EQ(uplink.client().notification().event, 255U);
     EXPECT_EQ(uplink.memory().status, AUDIO_INVALID_STATE);
 }
 
-TEST(AnUplinksRing, IsAnnouncedAfterTheDelay) {
+TEST(UplinkRing, IsAnnouncedAfterTheDelay) {
     const RealServer server({"--output", "null", "--uplink-delay", "60"});
     RawRecorder uplink("call", AUDIO_TAG_UPLINK, pcm(16000, 1, 16));
     const std::uint64_t before = AudioTime::now();
@@ -136,7 +136,7 @@ TEST(AnUplinksRing, IsAnnouncedAfterTheDelay) {
     EXPECT_GE(AudioTime::now() - before, 60000U);
 }
 
-TEST(AnUplinksRing, HoldsTheInputToTheLastSample) {
+TEST(UplinkRing, HoldsTheInputToTheLastSample) {
     const TemporaryDirectory directory;
     const auto samples = noise16(2 * 1000);
     writeWav(directory.file("in.wav"), 48000, 2, samples);
@@ -147,11 +147,10 @@ TEST(AnUplinksRing, HoldsTheInputToTheLastSample) {
     EXPECT_EQ(uplink.readSamples(2 * 12345), looped(samples, 2 * 12345));
 }
 
-TEST(AnUplinksInput, StandsStillWhileThereIsNoRing) {
-    const TemporaryDirectory directory;
+TEST(UplinkInput, StopsWhileThereIsNoRing) {
     const auto samples = noise16(50000);
-    writeWav(directory.file("in.wav"), 16000, 1, samples);
-    const RealServer server({"--output", "null", "--input", directory.file("in.wav")});
+    const InputServer input(16000, 1, samples);
+    const RealServer& server = input;
     RawRecorder uplink("call", AUDIO_TAG_UPLINK, pcm(16000, 1, 16));
     ASSERT_EQ(uplink.start(), AUDIO_NO_ERROR);
     ASSERT_TRUE(uplink.mapWhenReady());
@@ -167,7 +166,7 @@ TEST(AnUplinksInput, StandsStillWhileThereIsNoRing) {
     EXPECT_EQ(uplink.readSamples(1000), looped(samples, 1000, taken));
 }
 
-TEST(ACodedUplink, IsRefusedWhatItsCodecCannotDo) {
+TEST(CodedUplink, IsRefusedInFormatsThatItsCodecLacks) {
     const RealServer server;
     int number = 0;
     const auto status = [&](const AudioFormatDesc& format) {
@@ -187,7 +186,7 @@ TEST(ACodedUplink, IsRefusedWhatItsCodecCannotDo) {
     EXPECT_THAT(server.output(), HasSubstr("msbc: 16000 Hz in one channel, not 8000 Hz in 1"));
 }
 
-TEST(ACodedUplink, IsToldThePeriodOfLinearPcm) {
+TEST(CodedUplink, HasThePeriodOfLinearPcm) {
     const RealServer server;
     RawRecorder uplink("call", AUDIO_TAG_UPLINK, coded(32, 24000));
     EXPECT_EQ(uplink.creation().status, AUDIO_NO_ERROR);
@@ -195,7 +194,7 @@ TEST(ACodedUplink, IsToldThePeriodOfLinearPcm) {
     EXPECT_EQ(uplink.creation().perLoopSamples, 384);
 }
 
-TEST(ACodedUplink, LosesWholePacketsOnly) {
+TEST(CodedUplink, LosesWholePacketsOnly) {
     const RealServer server;
     RawRecorder uplink("call", AUDIO_TAG_UPLINK, coded(32, 8000));
     ASSERT_EQ(uplink.start(), AUDIO_NO_ERROR);
@@ -216,7 +215,7 @@ TEST(ACodedUplink, LosesWholePacketsOnly) {
     EXPECT_EQ(whole, packets);
 }
 
-TEST(ACodedUplink, TakesABitRate) {
+TEST(CodedUplink, FollowsTheBitRate) {
     const RealServer server({"--output", "null", "--fast"});
     const auto bytesOfASecond = [&](const std::string& name, std::uint32_t bitRate) {
         AudioFormatDesc format = coded(32, 16000);

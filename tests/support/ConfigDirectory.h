@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tests/support/Files.h"
+
 #include <filesystem>
 #include <string>
 
 namespace cabinaudio::test {
-
-/// Whole contents of a file; empty when there is none.
-[[nodiscard]] std::string contentsOf(const std::filesystem::path& file);
 
 /// A fresh directory that the board's diagnostics file is in for as long as this lives.
 class ConfigDirectory {
@@ -18,16 +17,16 @@ public:
     ConfigDirectory& operator=(const ConfigDirectory&) = delete;
 
     /// Room for anything else that a test leaves behind.
-    [[nodiscard]] const std::filesystem::path& top() const { return mTop; }
+    [[nodiscard]] const std::filesystem::path& top() const { return mTop.path(); }
     /// The directory of the diagnostics file, which exists.
-    [[nodiscard]] std::filesystem::path path() const { return mTop / "flash"; }
+    [[nodiscard]] std::filesystem::path path() const { return top() / "flash"; }
     [[nodiscard]] std::filesystem::path file() const { return path() / "audio_config"; }
 
     void write(const std::string& text) const;
     [[nodiscard]] std::string text() const { return contentsOf(file()); }
 
 private:
-    std::filesystem::path mTop;
+    TemporaryDirectory mTop;
 };
 
 }  // namespace cabinaudio::test

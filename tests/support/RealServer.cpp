@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/support/RealServer.h"
 
+#include "tests/support/Files.h"
+#include "tests/support/LocalSocket.h"
 #include "tests/support/Metronome.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,15 +16,14 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstddef>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 namespace cabinaudio::test {
 namespace {
+
+using server::UniqueFd;
 
 // Under an emulator, and with sanitizers, on a busy machine.
 constexpr int PATIENCE_MS = 60000;
@@ -36,33 +35,12 @@ constexpr int LIFE_FD = 4;
     throw std::runtime_error("development server: " + what + ": " + std::strerror(errno));
 }
 
-class Descriptor {
-public:
-    explicit Descriptor(int fd = -1) : mFd(fd) {}
-    ~Descriptor() { close(); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    [[nodiscard]] int get() const { return mFd; }
-    void set(int fd) {
-        close();
-        mFd = fd;
-    }
-    void close() {
-        if (mFd >= 0) ::close(mFd);
-        mFd = -1;
-    }
-
-private:
-    int mFd;
-};
-
 // A pipe whose descriptors lie above those that the child gets.
-void makePipe(Descriptor& readEnd, Descriptor& writeEnd) {
+void makePipe(UniqueFd& readEnd, UniqueFd& writeEnd) {
     std::array<int, 2> ends = {};
     if (pipe2(ends.data(), O_CLOEXEC) != 0) fail("pipe");
-    readEnd.set(fcntl(ends[0], F_DUPFD_CLOEXEC, 10));
-    writeEnd.set(fcntl(ends[1], F_DUPFD_CLOEXEC, 10));
+    readEnd = UniqueFd(fcntl(ends[0], F_DUPFD_CLOEXEC, 10));
+    writeEnd = UniqueFd(fcntl(ends[1], F_DUPFD_CLOEXEC, 10));
     close(ends[0]);
     close(ends[1]);
 }
@@ -84,9 +62,9 @@ void makePipe(Descriptor& readEnd, Descriptor& writeEnd) {
 
 pid_t spawn(std::vector<std::string> words, int output, int ready, int life) {
     // Above those that the child gets, as the others are.
-    const Descriptor null(open("/dev/null", O_RDONLY | O_CLOEXEC));
-    const Descriptor input(fcntl(null.get(), F_DUPFD_CLOEXEC, 10));
-    const Descriptor said(fcntl(output, F_DUPFD_CLOEXEC, 10));
+    const UniqueFd null(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    const UniqueFd input(fcntl(null.get(), F_DUPFD_CLOEXEC, 10));
+    const UniqueFd said(fcntl(output, F_DUPFD_CLOEXEC, 10));
     std::vector<char*> argv;
     for (std::string& word : words) {
         argv.push_back(word.data());
@@ -98,38 +76,12 @@ pid_t spawn(std::vector<std::string> words, int output, int ready, int life) {
     return pid;
 }
 
-bool isReadable(int fd, int timeoutMs) {
-    pollfd entry = {fd, POLLIN, 0};
-    int result = 0;
-    do {
-        result = poll(&entry, 1, timeoutMs);
-    } while (result < 0 && errno == EINTR);
-    return result > 0;
-}
-
-std::string contents(const std::string& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
 // A server that was killed leaves the file that stands for its physical memory.
 void removePhysicalMemory() {
     const char* instance = std::getenv("CABINAUDIO_INSTANCE");
     if (instance == nullptr || *instance == '\0') return;
     const std::string file = "/dev/shm/cabinaudio-physmem-" + std::to_string(geteuid()) + "-";
     unlink((file + instance).c_str());
-}
-
-void connectToControlSocket(int fd) {
-    constexpr char name[] = "/tmp/cabinaudio_control";
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path + 1, name, sizeof name - 1);
-    const auto length =
-        static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + sizeof name - 1);
-    if (connect(fd, reinterpret_cast<const sockaddr*>(&address), length) != 0) {
-        fail("control socket");
-    }
 }
 
 }  // namespace
@@ -145,18 +97,18 @@ RealServer::RealServer(std::vector<std::string> arguments) {
     const char* directory = std::getenv("TMPDIR");
     mOutputFile =
         std::string(directory != nullptr ? directory : "/tmp") + "/cabinaudio-server.XXXXXX";
-    const Descriptor output(mkostemp(mOutputFile.data(), O_CLOEXEC));
+    const UniqueFd output(mkostemp(mOutputFile.data(), O_CLOEXEC));
     if (output.get() < 0) fail(mOutputFile);
-    Descriptor ready;
-    Descriptor readyOfChild;
-    Descriptor life;
-    Descriptor lifeOfChild;
+    UniqueFd ready;
+    UniqueFd readyOfChild;
+    UniqueFd life;
+    UniqueFd lifeOfChild;
     makePipe(ready, readyOfChild);
     makePipe(life, lifeOfChild);
     arguments.insert(arguments.begin(), {path(), "--ready-fd", std::to_string(READY_FD)});
     mPid = spawn(std::move(arguments), output.get(), readyOfChild.get(), lifeOfChild.get());
-    readyOfChild.close();
-    lifeOfChild.close();
+    readyOfChild.reset();
+    lifeOfChild.reset();
     mLifeFd = fcntl(life.get(), F_DUPFD_CLOEXEC, 0);
 
     std::array<char, 8> text = {};
@@ -179,9 +131,7 @@ RealServer::~RealServer() {
 }
 
 std::string RealServer::command(const std::string& line) const {
-    const Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    if (socket.get() < 0) fail("socket");
-    connectToControlSocket(socket.get());
+    const UniqueFd socket = connectTo(CONTROL_SOCKET);
     const std::string request = line + "\n";
     if (send(socket.get(), request.data(), request.size(), MSG_NOSIGNAL) < 0) fail("send");
     std::string answer;
@@ -219,7 +169,7 @@ int RealServer::wait() {
 }
 
 std::string RealServer::output() const {
-    return contents(mOutputFile);
+    return contentsOf(mOutputFile);
 }
 
 }  // namespace cabinaudio::test

@@ -3,10 +3,11 @@
 
 #include <cabinaudio/foundation/AudioTime.h>
 
+#include "tests/support/LocalSocket.h"
+
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -44,20 +45,6 @@ void sendBytes(int descriptor, const Bytes& bytes) {
     message.msg_iov = &piece;
     message.msg_iovlen = 1;
     [[maybe_unused]] const ssize_t sent = ::sendmsg(descriptor, &message, MSG_NOSIGNAL);
-}
-
-int listenAt(const std::string& path) {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    if (path.size() + 1 > sizeof address.sun_path) throw std::runtime_error("path too long");
-    std::memcpy(address.sun_path + 1, path.data(), path.size());
-    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + path.size());
-    const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (descriptor < 0 ||
-        ::bind(descriptor, reinterpret_cast<const sockaddr*>(&address), length) != 0 ||
-        ::listen(descriptor, BACKLOG) != 0)
-        throw std::runtime_error("cannot listen at " + path + ": " + std::strerror(errno));
-    return descriptor;
 }
 
 }  // namespace
@@ -208,14 +195,14 @@ private:
     Handler mRegistration = [](const Request& request) {
         return Answer::handle(FIRST_HANDLE + static_cast<std::uint32_t>(request.client));
     };
-    int mListener;
+    server::UniqueFd mListener;
     const int mWake;
     std::atomic<bool> mStopping = false;
     std::thread mThread;
 };
 
 ScriptedServer::Engine::Engine(const std::string& path)
-    : mListener(listenAt(path)), mWake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    : mListener(listenAt(path, BACKLOG)), mWake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     mThread = std::thread([this] { run(); });
 }
 
@@ -234,7 +221,7 @@ void ScriptedServer::Engine::stop() {
     }
     wake();
     if (mThread.joinable()) mThread.join();
-    if (mListener >= 0) ::close(std::exchange(mListener, -1));
+    mListener.reset();
     for (const auto& client : mClients)
         end(*client);
 }
@@ -256,14 +243,14 @@ void ScriptedServer::Engine::run() {
 /// Poll ignores negative descriptors, so that places and clients correspond.
 std::vector<pollfd> ScriptedServer::Engine::watched() const {
     const std::lock_guard lock(mLock);
-    std::vector<pollfd> descriptors = {{mWake, POLLIN, 0}, {mListener, POLLIN, 0}};
+    std::vector<pollfd> descriptors = {{mWake, POLLIN, 0}, {mListener.get(), POLLIN, 0}};
     for (const auto& client : mClients)
         descriptors.push_back({client->reads ? client->descriptor : -1, POLLIN, 0});
     return descriptors;
 }
 
 void ScriptedServer::Engine::accept() {
-    const int descriptor = ::accept4(mListener, nullptr, nullptr, SOCK_CLOEXEC);
+    const int descriptor = ::accept4(mListener.get(), nullptr, nullptr, SOCK_CLOEXEC);
     if (descriptor < 0) return;
     auto client = std::make_unique<Client>();
     client->descriptor = descriptor;

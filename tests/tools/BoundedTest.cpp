@@ -1,16 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// The tool against servers that die in a request, close it, or stand still: it ends, and says why.
+// The tool with servers that die in a request, close the connection, or hang: it ends with a
+// reason.
 #include <cabinaudio/foundation/AudioConnectType.h>
 
-#include "tests/server/TemporaryDirectory.h"
-#include "tests/support/RealServer.h"
-#include "tests/support/ScriptedServer.h"
-#include "tests/tools/Sounds.h"
-#include "tests/tools/ToolProcess.h"
+#include "tests/tools/ToolTest.h"
 #include "wire/Stream.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <csignal>
 
@@ -19,10 +13,7 @@ namespace cabinaudio::test {
 namespace {
 
 using testing::AnyOf;
-using testing::HasSubstr;
 using namespace std::chrono_literals;
-
-using Words = std::vector<std::string>;
 
 /// Far more than any of these tests lasts, and far more than a request may.
 constexpr const char* LONG = "3000";
@@ -36,7 +27,7 @@ void PrintTo(const Command& command, std::ostream* out) {
     *out << command.name;
 }
 
-class ACommand : public testing::TestWithParam<Command> {
+class ToolCommand : public ToolTest, public testing::WithParamInterface<Command> {
 protected:
     void SetUp() override { writeSound(mSound, {.frames = 4800}); }
 
@@ -47,16 +38,14 @@ protected:
             if (word == "SOUND") word = mSound;
             if (word == "FILE") word = mDirectory.file("recorded.wav");
         }
-        words.insert(words.end(), {"--timeout", timeout, "-v"});
-        return words;
+        return with(words, {"--timeout", timeout, "-v"});
     }
 
-    TemporaryDirectory mDirectory;
     std::string mSound = mDirectory.file("sound.wav");
 };
 
 INSTANTIATE_TEST_SUITE_P(
-    Any, ACommand,
+    Any, ToolCommand,
     testing::Values(
         Command{"play", {"play", "SOUND"}},
         Command{"playAuxiliary", {"play", "SOUND", "--tag", "auxiliary"}},
@@ -70,30 +59,27 @@ INSTANTIATE_TEST_SUITE_P(
 
 }  // namespace
 
-TEST_P(ACommand, EndsAtOnceWhenTheServerIsKilledInARequest) {
+TEST_P(ToolCommand, EndsAtOnceWhenTheServerIsKilledInARequest) {
     RealServer server;
     server.kill(SIGSTOP);
     ToolProcess tool(words(LONG));
     ASSERT_TRUE(tool.waitForErr("connect ok"));
     server.kill(SIGKILL);
     (void)server.wait();
-    const ToolResult result = tool.wait();
-    EXPECT_FALSE(result.overdue);
-    EXPECT_EQ(result.exitCode, 3) << result.text();
+    const Outcome result = tool.finishExpecting(3);
     EXPECT_THAT(result.err, AnyOf(HasSubstr("the server went away"), HasSubstr(": no server "),
                                   HasSubstr("the server is gone")));
 }
 
-TEST_P(ACommand, TimesOutWhenTheServerStandsStill) {
+TEST_P(ToolCommand, TimesOutWhenTheServerStandsStill) {
     RealServer server;
     server.kill(SIGSTOP);
-    const ToolResult result = runTool(words("0.3"));
+    const Outcome result = runExpecting(4, words("0.3"));
     server.kill(SIGCONT);
-    EXPECT_EQ(result.exitCode, 4) << result.text();
     EXPECT_THAT(result.err, HasSubstr("timed out after 0.3 s waiting for the server"));
 }
 
-TEST_P(ACommand, WaitsForAServerThatGoesOnInTime) {
+TEST_P(ToolCommand, WaitsForAServerThatContinuesInTime) {
     RealServer server({"--output", "null", "--input", "tone:440"});
     server.kill(SIGSTOP);
     ToolProcess tool(words("60"));
@@ -103,20 +89,17 @@ TEST_P(ACommand, WaitsForAServerThatGoesOnInTime) {
         ASSERT_TRUE(tool.waitForErr("watching"));
         tool.send(SIGTERM);
     }
-    const ToolResult result = tool.wait();
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    tool.finishExpecting(0);
 }
 
-TEST(APlayback, SaysThatTheServerHasClosedTheConnection) {
+TEST(Playback, ReportsAConnectionClosedByTheServer) {
     TemporaryDirectory directory;
     const std::string sound = directory.file("sound.wav");
     writeSound(sound, {.frames = 4800});
     ScriptedServer server;
-    server.on(static_cast<std::uint32_t>(wire::StreamFunction::Create),
-              Answer::words(0, 0, 65536, 3072, 0, 0, 0));
-    server.on(static_cast<std::uint32_t>(wire::StreamFunction::Start), Answer::close());
-    const ToolResult result = runTool({"play", sound, "--timeout", LONG});
-    EXPECT_EQ(result.exitCode, 3) << result.text();
+    server.on(id(wire::StreamFunction::Create), Answer::words(0, 0, 65536, 3072, 0, 0, 0));
+    server.on(id(wire::StreamFunction::Start), Answer::close());
+    const Outcome result = runExpecting(3, {"play", sound, "--timeout", LONG});
     EXPECT_THAT(result.err, HasSubstr("the server has closed the connection\n"));
 }
 

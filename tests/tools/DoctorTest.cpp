@@ -1,12 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/server/TemporaryDirectory.h"
-#include "tests/support/RealServer.h"
-#include "tests/tools/Surroundings.h"
-#include "tests/tools/ToolProcess.h"
+#include "tests/tools/ToolTest.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,14 +11,8 @@ namespace cabinaudio::test {
 
 namespace {
 
-using nlohmann::json;
-using testing::HasSubstr;
-using testing::IsEmpty;
-
-json examined(const std::vector<std::string>& more = {}, const ToolSetup& setup = {}) {
-    std::vector<std::string> arguments = {"doctor", "--json"};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    return json::parse(runTool(arguments, setup).out);
+json examined(const Words& more = {}, const ToolSetup& setup = {}) {
+    return jsonOf(runTool(with({"doctor", "--json"}, more), setup));
 }
 
 json checkNamed(const json& checks, const std::string& name) {
@@ -39,18 +27,17 @@ bool hasBoardDevices() {
 
 }  // namespace
 
-TEST(TheDoctor, FindsAllWellWithAServer) {
+TEST(Doctor, PassesWithAServer) {
     const RealServer server;
-    const ToolResult result = runTool({"doctor"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    const Outcome result = runExpecting(0, {"doctor"});
     EXPECT_THAT(result.err, IsEmpty());
     EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 9) << result.out;
-    EXPECT_THAT(result.out, testing::Not(HasSubstr("FAIL")));
-    EXPECT_THAT(result.out, testing::Not(HasSubstr("\033")));
+    EXPECT_THAT(result.out, Not(HasSubstr("FAIL")));
+    EXPECT_THAT(result.out, Not(HasSubstr("\033")));
     EXPECT_THAT(result.out, HasSubstr("version 2.24.25\n"));
 }
 
-TEST(TheDoctor, TellsEachCheckTypedInJson) {
+TEST(Doctor, PrintsTypedChecksInJson) {
     const RealServer server;
     const json checks = examined();
     std::set<std::string> names;
@@ -75,11 +62,10 @@ TEST(TheDoctor, TellsEachCheckTypedInJson) {
     EXPECT_EQ(checkNamed(checks, "versions")["library"], CABINAUDIO_VERSION);
 }
 
-TEST(TheDoctor, NamesTheCureWhenThereIsNoServer) {
-    const ToolResult result = runTool({"doctor"});
-    EXPECT_EQ(result.exitCode, 1) << result.text();
+TEST(Doctor, NamesTheCureWhenThereIsNoServer) {
+    const Outcome result = runExpecting(1, {"doctor"});
     EXPECT_THAT(result.err, IsEmpty());
-    EXPECT_THAT(result.out, testing::StartsWith("FAIL  server"));
+    EXPECT_THAT(result.out, StartsWith("FAIL  server"));
     EXPECT_THAT(result.out, HasSubstr("-> start one: cabinaudio-server --instance"));
     const json server = checkNamed(examined(), "server");
     EXPECT_FALSE(server["ok"].get<bool>());
@@ -87,7 +73,7 @@ TEST(TheDoctor, NamesTheCureWhenThereIsNoServer) {
     EXPECT_TRUE(server["answer_ms"].is_null());
 }
 
-TEST(TheDoctor, DoesNotWaitForAServerThatNeverAnswers) {
+TEST(Doctor, DoesNotWaitForAServerThatNeverAnswers) {
     SilentServer silent;
     const json checks = examined({"--timeout", "1"});
     const json server = checkNamed(checks, "server");
@@ -97,33 +83,27 @@ TEST(TheDoctor, DoesNotWaitForAServerThatNeverAnswers) {
     EXPECT_EQ(checkNamed(checks, "versions")["library"], CABINAUDIO_VERSION);
 }
 
-TEST(TheDoctor, GivesTheServerTwoSeconds) {
+TEST(Doctor, GivesTheServerTwoSeconds) {
     SilentServer silent;
-    const ToolResult result = runTool({"doctor"});
-    EXPECT_FALSE(result.overdue);
-    EXPECT_EQ(result.exitCode, 1) << result.text();
+    const Outcome result = runExpecting(1, {"doctor"});
     EXPECT_THAT(result.out, HasSubstr("has not answered within 2 s"));
     EXPECT_GE(result.took, std::chrono::seconds(2));
 }
 
-TEST(TheDoctor, SeesADescriptorThatWasClosedAtTheStart) {
-    ToolSetup setup;
-    setup.closed = {0};
-    const json descriptors = checkNamed(examined({}, setup), "descriptors");
+TEST(Doctor, FailsForADescriptorClosedAtTheStart) {
+    const json descriptors = checkNamed(examined({}, {.closed = {0}}), "descriptors");
     EXPECT_FALSE(descriptors["ok"].get<bool>());
     EXPECT_EQ(descriptors["value"], json::array({0}));
     EXPECT_THAT(descriptors["detail"].get<std::string>(), HasSubstr("0"));
     EXPECT_THAT(descriptors["cure"].get<std::string>(), HasSubstr("/dev/null"));
 }
 
-TEST(TheDoctor, ReachesTheServerAlthoughADescriptorWasClosed) {
+TEST(Doctor, ReachesTheServerAlthoughADescriptorWasClosed) {
     const RealServer server;
-    ToolSetup setup;
-    setup.closed = {0, 2};
-    EXPECT_EQ(checkNamed(examined({}, setup), "server")["value"], "answered");
+    EXPECT_EQ(checkNamed(examined({}, {.closed = {0, 2}}), "server")["value"], "answered");
 }
 
-TEST(TheDoctor, MissesTheDevicesWithoutTheStandIn) {
+TEST(Doctor, FailsForTheDevicesWithoutTheStandIn) {
     if (toolIsEmulated())
         GTEST_SKIP() << "the launcher that starts the emulator brings the stand-in";
     if (hasBoardDevices()) GTEST_SKIP() << "this machine has the devices";
@@ -137,7 +117,7 @@ TEST(TheDoctor, MissesTheDevicesWithoutTheStandIn) {
     EXPECT_THAT(cures, HasSubstr("cabinaudio-run"));
 }
 
-class AToolWithoutItsLauncher : public testing::Test {
+class ToolWithoutLauncher : public ToolTest {
 protected:
     void SetUp() override {
         if (toolIsEmulated()) GTEST_SKIP() << "started by hand through the launcher";
@@ -146,36 +126,32 @@ protected:
         std::filesystem::copy_file(toolPath(), mSetup.program);
     }
 
-    TemporaryDirectory mDirectory;
     ToolSetup mSetup;
 };
 
-TEST_F(AToolWithoutItsLauncher, SaysSoInOneLine) {
-    const ToolResult result = runTool({"version"}, mSetup);
-    EXPECT_EQ(result.exitCode, 1) << result.text();
+TEST_F(ToolWithoutLauncher, FailsWithOneLine) {
+    const Outcome result = runExpecting(1, {"version"}, mSetup);
     EXPECT_THAT(result.out, IsEmpty());
     EXPECT_EQ(result.err,
               "cabinaudio: the board's devices are missing and cabinaudio-run is not beside this "
               "program; install it, or use --no-board\n");
 }
 
-TEST_F(AToolWithoutItsLauncher, StillExaminesThePatient) {
-    const ToolResult result = runTool({"doctor"}, mSetup);
-    EXPECT_EQ(result.exitCode, 1) << result.text();
+TEST_F(ToolWithoutLauncher, StillRunsTheDoctor) {
+    const Outcome result = runExpecting(1, {"doctor"}, mSetup);
     EXPECT_THAT(result.err, IsEmpty());
     EXPECT_THAT(result.out, HasSubstr("install cabinaudio-run beside this program"));
 }
 
-TEST_F(AToolWithoutItsLauncher, HasNoInstances) {
-    const ToolResult result = runTool({"version", "--no-board", "--instance", "other"}, mSetup);
-    EXPECT_EQ(result.exitCode, 2) << result.text();
+TEST_F(ToolWithoutLauncher, RefusesAnInstance) {
+    const Outcome result =
+        runExpecting(2, {"version", "--no-board", "--instance", "other"}, mSetup);
     EXPECT_THAT(result.err, HasSubstr("--instance needs the board stand-in"));
 }
 
-TEST(AnInstance, IsAWorldOfItsOwn) {
+TEST(Instance, DoesNotSeeTheServerOfAnother) {
     const RealServer server;  // of this test's instance
-    const ToolResult other = runTool({"version", "--instance", "nobody-is-here"});
-    EXPECT_EQ(other.exitCode, 3) << other.text();
+    const Outcome other = runExpecting(3, {"version", "--instance", "nobody-is-here"});
     EXPECT_THAT(other.err, HasSubstr("no server of instance 'nobody-is-here'"));
 }
 

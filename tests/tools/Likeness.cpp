@@ -11,11 +11,11 @@ namespace cabinaudio::test {
 namespace {
 
 /// Where both are compared: half a sample is a small part of a tune's wave.
-constexpr int kComparedRate = 8000;
+constexpr int COMPARED_RATE = 8000;
 
 /// A sample of each block's mean: filters well enough for what is compared.
 std::vector<double> thinned(const Sound& sound) {
-    const auto block = static_cast<std::size_t>(sound.info.samplerate / kComparedRate);
+    const auto block = static_cast<std::size_t>(sound.info.samplerate / COMPARED_RATE);
     std::vector<double> thin(sound.samples.size() / block);
     for (std::size_t i = 0; i < thin.size(); ++i)
         for (std::size_t j = 0; j < block; ++j)
@@ -38,12 +38,12 @@ double correlation(const double* a, const double* b, std::size_t count) {
 }  // namespace
 
 void writeTune(const std::string& path, int rate, int seconds) {
-    constexpr double kTurn = 6.283185307179586;
+    constexpr double TURN = 6.283185307179586;
     std::vector<float> samples(static_cast<std::size_t>(rate * seconds));
     double phase = 0;
     for (std::size_t i = 0; i < samples.size(); ++i) {
         const std::size_t note = i * 10 / static_cast<std::size_t>(rate);
-        phase += kTurn * (150.0 + static_cast<double>(note * 37 % 23) * 15.0) / rate;
+        phase += TURN * (150.0 + static_cast<double>(note * 37 % 23) * 15.0) / rate;
         samples[i] = static_cast<float>(0.5 * std::sin(phase));
     }
     SF_INFO info = {};
@@ -59,15 +59,15 @@ void writeTune(const std::string& path, int rate, int seconds) {
 double likeness(const Sound& recorded, const Sound& original) {
     const std::vector<double> heard = thinned(recorded);
     const std::vector<double> played = thinned(original);
-    constexpr double kLoud = 0.1;
+    constexpr double LOUD = 0.1;
     const auto begin = std::find_if(heard.begin(), heard.end(),
-                                    [](double sample) { return std::abs(sample) > kLoud; });
-    constexpr std::size_t kSlack = kComparedRate / 5;
+                                    [](double sample) { return std::abs(sample) > LOUD; });
+    constexpr std::size_t SLACK = COMPARED_RATE / 5;
     const auto length = static_cast<std::size_t>(heard.end() - begin);
-    if (length < kComparedRate / 2 || played.size() < kSlack) return 0;
-    const std::size_t count = std::min(length, played.size() - kSlack);
+    if (length < COMPARED_RATE / 2 || played.size() < SLACK) return 0;
+    const std::size_t count = std::min(length, played.size() - SLACK);
     double best = 0;
-    for (std::size_t shift = 0; shift < kSlack; ++shift)
+    for (std::size_t shift = 0; shift < SLACK; ++shift)
         best = std::max(best, correlation(&*begin, played.data() + shift, count));
     return best;
 }

@@ -1,90 +1,82 @@
 // SPDX-License-Identifier: Apache-2.0
 // Files that cannot be played. None of these needs a server.
-#include "tests/server/TemporaryDirectory.h"
-#include "tests/tools/Sounds.h"
-#include "tests/tools/ToolProcess.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
+#include "tests/tools/ToolTest.h"
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 
 namespace cabinaudio::test {
 
 namespace {
 
-using nlohmann::json;
-using testing::HasSubstr;
-using testing::IsEmpty;
-
-class ABadFile : public testing::Test {
+class BadFile : public ToolTest {
 protected:
-    void expectRefusal(const std::string& why, const ToolSetup& setup = {}) {
-        const ToolResult result = runTool({"play", mFile}, setup);
-        EXPECT_EQ(result.exitCode, 1) << result.text();
-        EXPECT_THAT(result.out, IsEmpty());
-        EXPECT_THAT(result.err, testing::StartsWith("cabinaudio: " + mName + ": "));
-        EXPECT_THAT(result.err, HasSubstr(why));
-        EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
-    }
-
-    TemporaryDirectory mDirectory;
     std::string mFile = mDirectory.file("sound");
-    std::string mName = mFile;
 };
+
+/// A file that is made in a certain way, and the reason why it is refused.
+struct BadFileKind {
+    const char* name;
+    std::function<void(const std::string&)> make;
+    const char* why;
+};
+
+void PrintTo(const BadFileKind& file, std::ostream* out) {
+    *out << file.name;
+}
+
+/// Makes a WAV file of 16 bits.
+auto wav(int rate, int channels, std::size_t frames = 100) {
+    return [=](const std::string& path) {
+        writeSound(path, {SF_FORMAT_WAV | SF_FORMAT_PCM_16, rate, channels, frames});
+    };
+}
+
+auto text(const char* contents) {
+    return [=](const std::string& path) { std::ofstream(path) << contents; };
+}
+
+constexpr char NO_AUDIO_FILE[] = "not an audio file that libsndfile can read";
+
+const BadFileKind BAD_FILES[] = {
+    {"Missing", [](const std::string&) {}, "No such file or directory\n"},
+    {"Directory", [](const std::string& path) { std::filesystem::create_directory(path); },
+     "Is a directory\n"},
+    {"Text", text("This is no sound at all, only words.\n"), NO_AUDIO_FILE},
+    {"Empty", text(""), NO_AUDIO_FILE},
+    {"SevenChannels", wav(48000, 7), "has 7 channels; a stream carries 1 to 6\n"},
+    {"LowRate", wav(7999, 2), "has a rate of 7999 Hz; a stream carries 8000 to 192000 Hz\n"},
+    {"HighRate", wav(192001, 2), "has a rate of 192001 Hz; a stream carries 8000 to 192000 Hz\n"},
+    {"WithoutFrames", wav(48000, 2, 0), "holds no sound\n"},
+};
+
+class BadFileOfAnyKind : public BadFile, public testing::WithParamInterface<BadFileKind> {};
+
+void expectRefusal(const std::string& file, const std::string& shown, const std::string& why) {
+    const Outcome result = runExpecting(1, {"play", file});
+    EXPECT_THAT(result.out, IsEmpty());
+    EXPECT_THAT(result.err, StartsWith("cabinaudio: " + shown + ": "));
+    EXPECT_THAT(result.err, HasSubstr(why));
+    expectOneLine(result.err);
+}
 
 }  // namespace
 
-TEST_F(ABadFile, IsOneThatIsMissing) {
-    expectRefusal("No such file or directory\n");
+TEST_P(BadFileOfAnyKind, IsRefusedWithTheReason) {
+    GetParam().make(mFile);
+    expectRefusal(mFile, mFile, GetParam().why);
 }
 
-TEST_F(ABadFile, IsADirectory) {
-    std::filesystem::create_directory(mFile);
-    expectRefusal("Is a directory\n");
+INSTANTIATE_TEST_SUITE_P(Kind, BadFileOfAnyKind, testing::ValuesIn(BAD_FILES),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+TEST_F(BadFile, IsRefusedFromStandardInput) {
+    expectRefusal("-", "standard input", NO_AUDIO_FILE);  // it is /dev/null
 }
 
-TEST_F(ABadFile, IsAText) {
-    std::ofstream(mFile) << "This is no sound at all, only words.\n";
-    expectRefusal("not an audio file that libsndfile can read");
-}
-
-TEST_F(ABadFile, IsAnEmptyOne) {
-    std::ofstream(mFile).flush();
-    expectRefusal("not an audio file that libsndfile can read");
-}
-
-TEST_F(ABadFile, HasTooManyChannels) {
-    writeSound(mFile, {SF_FORMAT_WAV | SF_FORMAT_PCM_16, 48000, 7, 100});
-    expectRefusal("has 7 channels; a stream carries 1 to 6\n");
-}
-
-TEST_F(ABadFile, HasTooLowARate) {
-    writeSound(mFile, {SF_FORMAT_WAV | SF_FORMAT_PCM_16, 7999, 2, 100});
-    expectRefusal("has a rate of 7999 Hz; a stream carries 8000 to 192000 Hz\n");
-}
-
-TEST_F(ABadFile, HasTooHighARate) {
-    writeSound(mFile, {SF_FORMAT_WAV | SF_FORMAT_PCM_16, 192001, 2, 100});
-    expectRefusal("has a rate of 192001 Hz; a stream carries 8000 to 192000 Hz\n");
-}
-
-TEST_F(ABadFile, HoldsNoSound) {
-    writeSound(mFile, {.frames = 0});
-    expectRefusal("holds no sound\n");
-}
-
-TEST_F(ABadFile, MayBeStandardInput) {
-    mFile = "-";
-    mName = "standard input";
-    expectRefusal("not an audio file that libsndfile can read");  // it is /dev/null
-}
-
-TEST_F(ABadFile, IsReportedInJsonToo) {
-    const ToolResult result = runTool({"play", mFile, "--json"});
-    EXPECT_EQ(result.exitCode, 1) << result.text();
+TEST_F(BadFile, IsReportedInJson) {
+    const Outcome result = runExpecting(1, {"play", mFile, "--json"});
     const json report = json::parse(result.out);
     EXPECT_EQ(report["file"], mFile);
     EXPECT_EQ(report["ended"], "failed");
@@ -93,19 +85,17 @@ TEST_F(ABadFile, IsReportedInJsonToo) {
     EXPECT_THAT(result.err, HasSubstr("No such file or directory\n"));
 }
 
-TEST_F(ABadFile, IsFoundBeforeAnythingIsPlayed) {
+TEST_F(BadFile, IsRefusedBeforeAnythingIsPlayed) {
     const std::string good = mDirectory.file("good");
     writeSound(good, {.frames = 100});
     // Without a server the good one would end with status 3.
-    const ToolResult result = runTool({"play", good, mFile});
-    EXPECT_EQ(result.exitCode, 1) << result.text();
-    EXPECT_THAT(result.err, testing::StartsWith("cabinaudio: " + mFile + ": "));
+    const Outcome result = runExpecting(1, {"play", good, mFile});
+    EXPECT_THAT(result.err, StartsWith("cabinaudio: " + mFile + ": "));
 }
 
-TEST_F(ABadFile, MayHaveBytesInItsNameThatAreNoText) {
+TEST_F(BadFile, IsReportedUnderANameThatIsNoText) {
     mFile += "\xff\xfe";
-    const ToolResult result = runTool({"play", mFile, "--json"});
-    EXPECT_EQ(result.exitCode, 1) << result.text();
+    const Outcome result = runExpecting(1, {"play", mFile, "--json"});
     EXPECT_EQ(json::parse(result.out)["ended"], "failed");
 }
 

@@ -1,33 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the server hears when a file is played.
-#include "tests/server/TemporaryDirectory.h"
-#include "tests/support/RealServer.h"
-#include "tests/tools/Sounds.h"
-#include "tests/tools/ToolProcess.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
+// Samples that reach the server when a file is played.
+#include "tests/tools/ToolTest.h"
 
 namespace cabinaudio::test {
 
 namespace {
 
-using nlohmann::json;
-using testing::HasSubstr;
-using testing::IsEmpty;
-
 /// A server that keeps what it plays and what each stream has delivered.
-class Playing : public testing::Test {
+class Playing : public ToolTest {
 protected:
     /// As fast as the tool writes: nothing can be late, so nothing can be torn.
     void serveFast() { serve({"--fast"}); }
 
-    void serve(std::vector<std::string> more) {
-        std::vector<std::string> arguments = {"--output", "wav:" + mHeard, "--stems",
-                                              mDirectory.path()};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        mServer = std::make_unique<RealServer>(arguments);
+    void serve(const Words& more) {
+        mServer = std::make_unique<RealServer>(
+            with({"--output", "wav:" + mHeard, "--stems", mDirectory.path()}, more));
     }
 
     void endServer() { mServer.reset(); }
@@ -36,10 +23,8 @@ protected:
         return readSound(mDirectory.file(tag + "-" + name + ".wav"));
     }
 
-    TemporaryDirectory mDirectory;
     std::string mHeard = mDirectory.file("heard.wav");
     std::string mFile = mDirectory.file("sound");
-    std::unique_ptr<RealServer> mServer;
 };
 
 /// A file, and what kind of stem it becomes.
@@ -58,10 +43,8 @@ void PrintTo(const Kind& kind, std::ostream* out) {
 TEST_F(Playing, ReachesTheOutputSampleForSample) {
     writeSound(mFile, {.frames = 48000});
     serveFast();
-    const ToolResult result = runTool({"play", mFile});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
-    EXPECT_THAT(result.out,
-                testing::StartsWith(mFile + ": played to the end, 0:01.0 on alternative"));
+    const Outcome result = runExpecting(0, {"play", mFile});
+    EXPECT_THAT(result.out, StartsWith(mFile + ": played to the end, 0:01.0 on alternative"));
     EXPECT_THAT(result.err, IsEmpty());
     endServer();
     EXPECT_TRUE(withoutSilence(readSound(mHeard).samples) == readSound(mFile).samples);
@@ -70,8 +53,7 @@ TEST_F(Playing, ReachesTheOutputSampleForSample) {
 TEST_F(Playing, OnAuxiliaryReachesTheOutputSampleForSample) {
     writeSound(mFile, {.frames = 48000});
     serveFast();
-    const ToolResult result = runTool({"play", mFile, "--tag", "auxiliary", "--json"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    const Outcome result = runExpecting(0, {"play", mFile, "--tag", "auxiliary", "--json"});
     EXPECT_THAT(result.err, IsEmpty());
     EXPECT_EQ(json::parse(result.out)["ended"], "played");
     EXPECT_TRUE(json::parse(result.out)["finished_after_ms"].is_number());
@@ -84,8 +66,7 @@ class PlayingAnyKind : public Playing, public testing::WithParamInterface<Kind> 
 TEST_P(PlayingAnyKind, LosesNothing) {
     writeSound(mFile, GetParam().shape);
     serveFast();
-    const ToolResult result = runTool({"play", mFile, "--name", "any"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    const Outcome result = runExpecting(0, {"play", mFile, "--name", "any"});
     EXPECT_THAT(result.err, IsEmpty());
     endServer();
     const Sound heard = stem("alternative", "any");
@@ -114,8 +95,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(Playing, DecodesOggTo16Bits) {
     writeSound(mFile, {SF_FORMAT_OGG | SF_FORMAT_VORBIS, 44100, 2, 22050});
     serveFast();
-    const ToolResult result = runTool({"play", mFile, "--name", "ogg"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    runExpecting(0, {"play", mFile, "--name", "ogg"});
     endServer();
     const Sound heard = stem("alternative", "ogg");
     EXPECT_EQ(heard.info.format & SF_FORMAT_SUBMASK, SF_FORMAT_PCM_16);
@@ -125,22 +105,18 @@ TEST_F(Playing, DecodesOggTo16Bits) {
 TEST_F(Playing, ReadsStandardInput) {
     writeSound(mFile, {.frames = 9600});
     serveFast();
-    ToolSetup setup;
-    setup.input = mFile;
-    const ToolResult result = runTool({"play", "-", "--name", "stdin"}, setup);
-    EXPECT_EQ(result.exitCode, 0) << result.text();
-    EXPECT_THAT(result.out, testing::StartsWith("standard input: played to the end"));
+    const Outcome result = runExpecting(0, {"play", "-", "--name", "stdin"}, {.input = mFile});
+    EXPECT_THAT(result.out, StartsWith("standard input: played to the end"));
     endServer();
     EXPECT_TRUE(stem("alternative", "stdin").samples == readSound(mFile).samples);
 }
 
-TEST_F(Playing, GoesThroughAListOfFilesInItsOrder) {
+TEST_F(Playing, PlaysFilesInTheOrderOfTheList) {
     const std::string second = mDirectory.file("second");
     writeSound(mFile, {.frames = 4800});
     writeSound(second, {SF_FORMAT_WAV | SF_FORMAT_PCM_24, 44100, 1, 4410});
     serveFast();
-    const ToolResult result = runTool({"play", mFile, second, "--name", "list", "--json"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    const Outcome result = runExpecting(0, {"play", mFile, second, "--name", "list", "--json"});
     const std::size_t lineEnd = result.out.find('\n');
     EXPECT_EQ(json::parse(result.out.substr(0, lineEnd))["file"], mFile);
     EXPECT_EQ(json::parse(result.out.substr(lineEnd))["file"], second);
@@ -155,8 +131,8 @@ class PlayingInRealTime : public Playing, public testing::WithParamInterface<con
 TEST_P(PlayingInRealTime, NeitherLosesNorDoublesASample) {
     writeSound(mFile, {.frames = 48000});
     serve({"--ring-periods", "4"});
-    const ToolResult result = runTool({"play", mFile, "--json", "--name", "paced", GetParam()});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    const Outcome result =
+        runExpecting(0, {"play", mFile, "--json", "--name", "paced", GetParam()});
     EXPECT_THAT(result.err, IsEmpty());
     endServer();
     EXPECT_TRUE(stem("alternative", "paced").samples == readSound(mFile).samples);
@@ -173,10 +149,8 @@ INSTANTIATE_TEST_SUITE_P(Both, PlayingInRealTime, testing::Values("--block", "--
 TEST_F(Playing, ReportsTypedFiguresWithTheirUnits) {
     writeSound(mFile, {SF_FORMAT_WAV | SF_FORMAT_PCM_24, 48000, 2, 24000});
     serveFast();
-    const ToolResult result =
-        runTool({"play", mFile, "--json", "--tag", "output_uplink_invocation", "--name", "typed"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
-    const json report = json::parse(result.out);
+    const json report = jsonOf(runExpecting(
+        0, {"play", mFile, "--json", "--tag", "output_uplink_invocation", "--name", "typed"}));
     EXPECT_EQ(report["file"], mFile);
     EXPECT_EQ(report["name"], "typed");
     EXPECT_EQ(report["tag"], "output_input0_invocation");  // the first of that tag's two names
@@ -205,8 +179,7 @@ TEST_F(Playing, SendsTheKeyShiftBeforeAnyData) {
     writeSound(mFile, {.frames = 480});
     // The ring comes late, so that a key shift that does not wait for it would be in its way.
     serve({"--fast", "--trace", "--ring-delay", "200"});
-    const ToolResult result = runTool({"play", mFile, "--tag", "auxiliary", "--key-shift", "1.1"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    runExpecting(0, {"play", mFile, "--tag", "auxiliary", "--key-shift", "1.1"});
     const std::string trace = mServer->output();
     const std::size_t shift = trace.find("setKeyShift");
     ASSERT_NE(shift, std::string::npos) << trace;
@@ -218,9 +191,8 @@ TEST_F(Playing, SendsTheKeyShiftBeforeAnyData) {
 TEST_F(Playing, WaitsForARingThatComesLate) {
     writeSound(mFile, {.frames = 4800});
     serve({"--fast", "--ring-delay", "1500"});
-    const ToolResult result =
-        runTool({"play", mFile, "--tag", "auxiliary", "--name", "late", "--json"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    const Outcome result =
+        runExpecting(0, {"play", mFile, "--tag", "auxiliary", "--name", "late", "--json"});
     EXPECT_GE(json::parse(result.out)["ring_timeouts"], 1);
     endServer();
     EXPECT_TRUE(stem("auxiliary", "late").samples == readSound(mFile).samples);
@@ -231,11 +203,9 @@ TEST_F(Playing, GivesEachStreamANameOfItsOwn) {
     serve({});
     ToolProcess first({"play", mFile, "--json"});
     ToolProcess second({"play", mFile, "--json"});
-    const ToolResult one = first.wait();
-    const ToolResult two = second.wait();
-    EXPECT_EQ(one.exitCode, 0) << one.text();
-    EXPECT_EQ(two.exitCode, 0) << two.text();
-    EXPECT_NE(json::parse(one.out)["name"], json::parse(two.out)["name"]);
+    const json one = jsonOf(first.finishExpecting(0));
+    const json two = jsonOf(second.finishExpecting(0));
+    EXPECT_NE(one["name"], two["name"]);
 }
 
 }  // namespace cabinaudio::test

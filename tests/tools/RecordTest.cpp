@@ -1,56 +1,40 @@
 // SPDX-License-Identifier: Apache-2.0
-// What becomes of the server's inputs when they are recorded.
-#include "tests/server/TemporaryDirectory.h"
-#include "tests/support/RealServer.h"
-#include "tests/support/ScriptedServer.h"
-#include "tests/tools/Sounds.h"
-#include "tests/tools/ToolProcess.h"
+// Recordings of the server's inputs.
+#include "tests/tools/ToolTest.h"
 #include "wire/Stream.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 namespace cabinaudio::test {
 
 namespace {
 
-using nlohmann::json;
-using testing::HasSubstr;
-using testing::IsEmpty;
-
-std::string contents(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 /// A tool that is slow, as in an emulator, must not lose anything.
-constexpr char kRingPeriods[] = "128";
+constexpr char RING_PERIODS[] = "128";
 
 /// A server whose inputs are a sound of one second, over and over.
-class ARecording : public testing::Test {
+class Recording : public ToolTest {
 protected:
     void serve(const SoundShape& shape, const std::string& tag = "") {
         writeSound(mInput, shape);
         const std::string input = tag.empty() ? mInput : tag + "=" + mInput;
-        mServer = std::make_unique<RealServer>(std::vector<std::string>{
-            "--output", "null", "--input", input, "--ring-periods", kRingPeriods});
+        ToolTest::serve({"--input", input, "--ring-periods", RING_PERIODS});
     }
 
-    [[nodiscard]] std::string file(const std::string& name) const { return mDirectory.file(name); }
+    /// Expects that a recording is the input's first `samples` samples.
+    void expectBeginningOfInput(const std::string& recorded, std::size_t samples) const {
+        Sound input = readSound(mInput);
+        input.samples.resize(samples);
+        EXPECT_TRUE(readSound(recorded).samples == input.samples);
+    }
 
-    TemporaryDirectory mDirectory;
     std::string mInput = mDirectory.file("input.wav");
-    std::unique_ptr<RealServer> mServer;
 };
 
-constexpr std::size_t kSecond = 48000;
+constexpr std::size_t SECOND = 48000;
 
 /// The format of the stream and what kind of file it becomes.
 struct Kept {
@@ -65,28 +49,25 @@ void PrintTo(const Kept& kept, std::ostream* out) {
     *out << kept.name;
 }
 
-class ARecordingOfAnyKind : public ARecording, public testing::WithParamInterface<Kept> {};
+class RecordingOfAnyKind : public Recording, public testing::WithParamInterface<Kept> {};
 
 }  // namespace
 
-TEST_P(ARecordingOfAnyKind, LosesNothing) {
-    serve({SF_FORMAT_WAV | GetParam().inputFormat, 48000, 2, kSecond});
+TEST_P(RecordingOfAnyKind, LosesNothing) {
+    serve({SF_FORMAT_WAV | GetParam().inputFormat, 48000, 2, SECOND});
     const std::string out = file(GetParam().file);
-    const ToolResult result =
-        runTool({"record", out, "--seconds", "0.5", "--format", GetParam().format});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    const Outcome result =
+        runExpecting(0, {"record", out, "--seconds", "0.5", "--format", GetParam().format});
     EXPECT_THAT(result.err, IsEmpty());
-    EXPECT_THAT(result.out, testing::StartsWith(out + ": recorded, 0:00.5 of input0; peak -"));
+    EXPECT_THAT(result.out, StartsWith(out + ": recorded, 0:00.5 of input0; peak -"));
     const Sound recorded = readSound(out);
     EXPECT_EQ(recorded.info.format & SF_FORMAT_SUBMASK, GetParam().fileFormat);
-    EXPECT_EQ(recorded.info.frames, kSecond / 2);
-    Sound input = readSound(mInput);
-    input.samples.resize(kSecond);
-    EXPECT_TRUE(recorded.samples == input.samples);
+    EXPECT_EQ(recorded.info.frames, SECOND / 2);
+    expectBeginningOfInput(out, SECOND);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Kind, ARecordingOfAnyKind,
+    Kind, RecordingOfAnyKind,
     testing::Values(Kept{"Wav16", "s16", "a.wav", SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
                     Kept{"Wav8", "u8", "a.wav", SF_FORMAT_PCM_U8, SF_FORMAT_PCM_U8},
                     Kept{"Wav24", "s24", "a.WAV", SF_FORMAT_PCM_24, SF_FORMAT_PCM_24},
@@ -96,30 +77,27 @@ INSTANTIATE_TEST_SUITE_P(
                     Kept{"Flac24", "s24", "a.flac", SF_FORMAT_PCM_24, SF_FORMAT_PCM_24}),
     [](const auto& kept) { return kept.param.name; });
 
-class AnInput : public ARecording, public testing::WithParamInterface<const char*> {};
+class RecordedTag : public Recording, public testing::WithParamInterface<const char*> {};
 
-TEST_P(AnInput, IsRecordedByItsTag) {
+TEST_P(RecordedTag, RecordsItsInput) {
     serve({SF_FORMAT_WAV | SF_FORMAT_PCM_16, 16000, 1, 16000}, GetParam());
     const std::string out = file("a.wav");
-    const ToolResult result = runTool({"record", out, "--seconds", "0.25", "--tag", GetParam(),
-                                       "--rate", "16000", "--channels", "1", "--json"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    const Outcome result = runExpecting(0, {"record", out, "--seconds", "0.25", "--tag", GetParam(),
+                                            "--rate", "16000", "--channels", "1", "--json"});
     EXPECT_EQ(json::parse(result.out)["tag"], GetParam());
-    Sound input = readSound(mInput);
-    input.samples.resize(4000);
-    EXPECT_TRUE(readSound(out).samples == input.samples);
+    expectBeginningOfInput(out, 4000);
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, AnInput,
-                         testing::Values("input0", "input1", "input2", "input_front_feedback"));
+INSTANTIATE_TEST_SUITE_P(Every, RecordedTag,
+                         testing::Values("input0", "input1", "input2", "input_front_feedback"),
+                         [](const auto& test) { return std::string(test.param); });
 
-TEST_F(ARecording, ReportsTypedFiguresWithTheirUnits) {
-    serve({SF_FORMAT_WAV | SF_FORMAT_PCM_24, 48000, 2, kSecond});
+TEST_F(Recording, ReportsTypedFiguresWithTheirUnits) {
+    serve({SF_FORMAT_WAV | SF_FORMAT_PCM_24, 48000, 2, SECOND});
     const std::string out = file("a.wav");
-    const ToolResult result = runTool({"record", out, "--seconds", "0.5", "--format", "s24",
-                                       "--name", "typed", "--stream-param", "7", "--json"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
-    const json report = json::parse(result.out);
+    const json report =
+        jsonOf(runExpecting(0, {"record", out, "--seconds", "0.5", "--format", "s24", "--name",
+                                "typed", "--stream-param", "7", "--json"}));
     EXPECT_EQ(report["file"], out);
     EXPECT_EQ(report["name"], "typed");
     EXPECT_EQ(report["tag"], "input0");
@@ -146,92 +124,83 @@ TEST_F(ARecording, ReportsTypedFiguresWithTheirUnits) {
     EXPECT_TRUE(report["waited_for"].is_null());
 }
 
-TEST_F(ARecording, WithoutBlockingLosesNothing) {
-    serve({.frames = kSecond});
+TEST_F(Recording, WithoutBlockingLosesNothing) {
+    serve({.frames = SECOND});
     const std::string out = file("a.wav");
-    const ToolResult result = runTool({"record", out, "--seconds", "0.5", "--no-block"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
-    Sound input = readSound(mInput);
-    input.samples.resize(kSecond);
-    EXPECT_TRUE(readSound(out).samples == input.samples);
+    runExpecting(0, {"record", out, "--seconds", "0.5", "--no-block"});
+    expectBeginningOfInput(out, SECOND);
 }
 
-TEST_F(ARecording, GoesToStandardOutputAsItComes) {
-    serve({.frames = kSecond});
-    const ToolResult result = runTool({"record", "-", "--seconds", "0.1"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+TEST_F(Recording, GoesToStandardOutputAsItComes) {
+    serve({.frames = SECOND});
+    const Outcome result = runExpecting(0, {"record", "-", "--seconds", "0.1"});
     EXPECT_THAT(result.err, IsEmpty());
-    const std::string input = contents(mInput);
+    const std::string input = contentsOf(mInput);
     EXPECT_EQ(result.out.size(), 4800u * 4);
-    EXPECT_TRUE(result.out == input.substr(input.size() - kSecond * 4, 4800 * 4));
+    EXPECT_TRUE(result.out == input.substr(input.size() - SECOND * 4, 4800 * 4));
 }
 
-TEST_F(ARecording, IsKeptRawInAFileOfAnyName) {
-    serve({.frames = kSecond});
+TEST_F(Recording, IsKeptRawInAFileOfAnyName) {
+    serve({.frames = SECOND});
     const std::string out = file("a.mp3");
-    EXPECT_EQ(runTool({"record", out, "--seconds", "0.1", "--raw"}).exitCode, 0);
-    const std::string input = contents(mInput);
-    EXPECT_TRUE(contents(out) == input.substr(input.size() - kSecond * 4, 4800 * 4));
+    runExpecting(0, {"record", out, "--seconds", "0.1", "--raw"});
+    const std::string input = contentsOf(mInput);
+    EXPECT_TRUE(contentsOf(out) == input.substr(input.size() - SECOND * 4, 4800 * 4));
 }
 
-TEST_F(ARecording, IsAsLoudAsItsVolume) {
-    serve({.frames = kSecond});
+TEST_F(Recording, HasTheLevelOfItsVolume) {
+    serve({.frames = SECOND});
     const std::string out = file("a.wav");
-    const ToolResult result =
-        runTool({"record", out, "--seconds", "0.1", "--volume", "0", "--json"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    const Outcome result =
+        runExpecting(0, {"record", out, "--seconds", "0.1", "--volume", "0", "--json"});
     EXPECT_EQ(json::parse(result.out)["peak_db"], -120.0);
     EXPECT_THAT(withoutSilence(readSound(out).samples), IsEmpty());
 }
 
 // ---- its ends -------------------------------------------------------------------
 
-class ARecordingsSignal : public ARecording, public testing::WithParamInterface<int> {};
+class RecordingSignal : public Recording, public testing::WithParamInterface<int> {};
 
-TEST_P(ARecordingsSignal, CompletesTheFile) {
-    serve({.frames = kSecond});
+TEST_P(RecordingSignal, CompletesTheFile) {
+    serve({.frames = SECOND});
     const std::string out = file("a.wav");
     ToolProcess tool({"record", out, "--name", "open", "-v"});
     ASSERT_TRUE(tool.waitForErr("start done"));
     tool.send(GetParam());
-    const ToolResult result = tool.wait();
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    const Outcome result = tool.finishExpecting(0);
     EXPECT_THAT(result.out, HasSubstr(": recorded until SIG"));
     EXPECT_THAT(result.err, HasSubstr("stop done"));
-    const Sound recorded = readSound(out);
-    Sound input = readSound(mInput);
-    ASSERT_LE(recorded.samples.size(), input.samples.size());
-    EXPECT_TRUE(
-        std::equal(recorded.samples.begin(), recorded.samples.end(), input.samples.begin()));
-    EXPECT_THAT(mServer->command("state"), testing::Not(HasSubstr("\"open\"")));
+    const std::size_t recorded = readSound(out).samples.size();
+    ASSERT_LE(recorded, readSound(mInput).samples.size());
+    expectBeginningOfInput(out, recorded);
+    EXPECT_THAT(mServer->command("state"), Not(HasSubstr("\"open\"")));
 }
 
-INSTANTIATE_TEST_SUITE_P(Any, ARecordingsSignal, testing::Values(SIGINT, SIGTERM, SIGHUP));
+INSTANTIATE_TEST_SUITE_P(Any, RecordingSignal, testing::Values(SIGINT, SIGTERM, SIGHUP),
+                         nameOfSignal);
 
-TEST_F(ARecording, ThatIsInterruptedBeforeItsTimeIsNotDone) {
-    serve({.frames = kSecond});
+TEST_F(Recording, InterruptedBeforeItsTimeEndsWithStatusOne) {
+    serve({.frames = SECOND});
     ToolProcess tool({"record", file("a.wav"), "--seconds", "60", "--json", "-v"});
     ASSERT_TRUE(tool.waitForErr("start done"));
     tool.send(SIGINT);
-    const ToolResult result = tool.wait();
-    EXPECT_EQ(result.exitCode, 1) << result.text();
+    const Outcome result = tool.finishExpecting(1);
     EXPECT_EQ(json::parse(result.out)["ended"], "interrupted");
     EXPECT_THAT(result.err, HasSubstr("interrupted by SIGINT"));
     EXPECT_GE(readSound(file("a.wav")).info.frames, 0);
 }
 
-class ALostRecording : public ARecording, public testing::WithParamInterface<const char*> {};
+class LostRecording : public Recording, public testing::WithParamInterface<const char*> {};
 
-TEST_P(ALostRecording, KeepsWhatItHas) {
-    serve({.frames = kSecond});
+TEST_P(LostRecording, KeepsTheRecordedPart) {
+    serve({.frames = SECOND});
     const std::string out = file("a.wav");
     ToolProcess tool({"record", out, "--seconds", "60", "--json", "-v", GetParam()});
     ASSERT_TRUE(tool.waitForErr("start done"));
-    // A second after the start something must have come.
+    // Data must have arrived a second after the start.
     EXPECT_FALSE(tool.waitForErr("what is never said", std::chrono::seconds(1)));
     mServer->kill(SIGKILL);
-    const ToolResult result = tool.wait();
-    EXPECT_EQ(result.exitCode, 3) << result.text();
+    const Outcome result = tool.finishExpecting(3);
     EXPECT_EQ(json::parse(result.out)["ended"], "lost");
     EXPECT_THAT(result.err, HasSubstr("the server is gone"));
     if (GetParam() == std::string("--tag=uplink")) return;  // its rate is not the input's
@@ -244,30 +213,27 @@ TEST_P(ALostRecording, KeepsWhatItHas) {
                            input.samples.begin()));
 }
 
-INSTANTIATE_TEST_SUITE_P(Any, ALostRecording,
+INSTANTIATE_TEST_SUITE_P(Any, LostRecording,
                          testing::Values("--block", "--no-block", "--tag=uplink"),
                          [](const auto& test) { return wordsOf(test.param); });
 
-TEST_F(ARecording, EndsWhenTheServerRemovesTheStream) {
-    serve({.frames = kSecond});
+TEST_F(Recording, EndsWhenTheServerRemovesTheStream) {
+    serve({.frames = SECOND});
     ToolProcess tool({"record", file("a.wav"), "--json", "-v", "--name", "victim"});
     ASSERT_TRUE(tool.waitForErr("start done"));
     EXPECT_EQ(mServer->command("stream remove victim"), "ok");
-    const ToolResult result = tool.wait();
-    EXPECT_EQ(result.exitCode, 1) << result.text();
+    const Outcome result = tool.finishExpecting(1);
     EXPECT_EQ(json::parse(result.out)["ended"], "removed");
     EXPECT_THAT(result.err, HasSubstr("the server has removed the stream"));
 }
 
-TEST_F(ARecording, EndsWhenTheServerStandsStill) {
-    serve({.frames = kSecond});
+TEST_F(Recording, EndsWhenTheServerStandsStill) {
+    serve({.frames = SECOND});
     ToolProcess tool({"record", file("a.wav"), "--timeout", "2", "--json", "-v"});
     ASSERT_TRUE(tool.waitForErr("start done"));
     mServer->kill(SIGSTOP);
-    const ToolResult result = tool.wait();
+    const json report = jsonOf(tool.finishExpecting(4));
     mServer->kill(SIGCONT);
-    EXPECT_EQ(result.exitCode, 4) << result.text();
-    const json report = json::parse(result.out);
     EXPECT_EQ(report["ended"], "timed_out");
     EXPECT_GE(report["read_timeouts"], 1);
     EXPECT_GE(readSound(file("a.wav")).info.frames, 0);
@@ -276,100 +242,85 @@ TEST_F(ARecording, EndsWhenTheServerStandsStill) {
 // ---- requests without an answer, and refusals -----------------------------------
 
 /// A server that takes a capture stream and does with it what the test says.
-class AScriptedRecording : public ARecording {
+class ScriptedRecording : public Recording {
 protected:
     void SetUp() override {
         mScripted.on(id(wire::CaptureFunction::Create),
                      Answer::words(0, 0, 65536, 3072, 16, 768, 0));
     }
 
-    static std::uint32_t id(wire::CaptureFunction function) {
-        return static_cast<std::uint32_t>(function);
-    }
-
-    [[nodiscard]] ToolResult record(std::vector<std::string> more) const {
-        std::vector<std::string> words = {"record", file("a.wav"), "--json", "--timeout", "1"};
-        words.insert(words.end(), more.begin(), more.end());
-        return runTool(words);
+    Outcome recordExpecting(int status, const Words& more = {}) const {
+        return runExpecting(status,
+                            with({"record", file("a.wav"), "--json", "--timeout", "1"}, more));
     }
 
     ScriptedServer mScripted;
 };
 
-class AnUnansweredRecording : public AScriptedRecording,
-                              public testing::WithParamInterface<wire::CaptureFunction> {};
+class UnansweredRecording : public ScriptedRecording,
+                            public testing::WithParamInterface<wire::CaptureFunction> {};
 
-TEST_P(AnUnansweredRecording, TimesOut) {
+TEST_P(UnansweredRecording, TimesOut) {
     mScripted.on(id(GetParam()), Answer::none());
-    const ToolResult result = record({"--volume", "50"});
-    EXPECT_EQ(result.exitCode, 4) << result.text();
-    const json report = json::parse(result.out);
+    const json report = jsonOf(recordExpecting(4, {"--volume", "50"}));
     EXPECT_EQ(report["ended"], "timed_out");
-    EXPECT_THAT(report["waited_for"].get<std::string>(), testing::StartsWith("the server to "));
+    EXPECT_THAT(report["waited_for"].get<std::string>(), StartsWith("the server to "));
     EXPECT_EQ(report["bytes_recorded"], 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Any, AnUnansweredRecording,
+    Any, UnansweredRecording,
     testing::Values(wire::CaptureFunction::Create, wire::CaptureFunction::InitCheck,
                     wire::CaptureFunction::SetVolume, wire::CaptureFunction::Start),
-    [](const auto& test) {
-        return "Request" + std::to_string(static_cast<std::uint32_t>(test.param));
-    });
+    [](const auto& test) { return "Request" + std::to_string(id(test.param)); });
 
-TEST_F(AScriptedRecording, CompletesTheFileWhenTheStartIsNotAnswered) {
+TEST_F(ScriptedRecording, CompletesTheFileWhenTheStartIsNotAnswered) {
     mScripted.on(id(wire::CaptureFunction::Start), Answer::none());
-    EXPECT_EQ(record({}).exitCode, 4);
+    recordExpecting(4);
     EXPECT_EQ(readSound(file("a.wav")).info.frames, 0);
 }
 
-TEST_F(AScriptedRecording, ThatIsRefusedEndsWithStatusOne) {
+TEST_F(ScriptedRecording, RefusedStreamEndsWithStatusOne) {
     mScripted.on(id(wire::CaptureFunction::Create), Answer::words(-5, 0, 0, 0, 0, 0, 0));
-    const ToolResult result = record({});
-    EXPECT_EQ(result.exitCode, 1) << result.text();
+    const Outcome result = recordExpecting(1);
     EXPECT_EQ(json::parse(result.out)["ended"], "refused");
     EXPECT_THAT(result.err, HasSubstr("the server has not accepted the stream"));
 }
 
-TEST_F(AScriptedRecording, ThatIsNotStartedTellsTheStatus) {
+TEST_F(ScriptedRecording, RefusedStartReportsTheStatus) {
     mScripted.on(id(wire::CaptureFunction::Start), Answer::status(-4711));
-    const ToolResult result = record({});
-    EXPECT_EQ(result.exitCode, 1) << result.text();
+    const Outcome result = recordExpecting(1);
     EXPECT_THAT(result.err, HasSubstr("cannot start the stream: status -4711\n"));
 }
 
-TEST_F(AScriptedRecording, IsInterruptedDuringARequestToo) {
+TEST_F(ScriptedRecording, IsInterruptedDuringARequest) {
     mScripted.on(id(wire::CaptureFunction::Start), Answer::none());
     ToolProcess tool({"record", file("a.wav"), "--timeout", "600"});
     ASSERT_TRUE(mScripted.waitForRequest(id(wire::CaptureFunction::Start)));
     tool.send(SIGINT);
-    const ToolResult result = tool.wait();
-    EXPECT_EQ(result.exitCode, 1) << result.text();
+    const Outcome result = tool.finishExpecting(1);
     EXPECT_THAT(result.err, HasSubstr("interrupted by SIGINT while waiting for the server to "
                                       "start the stream\n"));
 }
 
-TEST_F(ARecording, WithoutAServerLeavesTheFileAlone) {
+TEST_F(Recording, WithoutAServerDoesNotTouchTheFile) {
     std::ofstream(file("a.wav")) << "precious";
-    const ToolResult result = runTool({"record", file("a.wav")});
-    EXPECT_EQ(result.exitCode, 3) << result.text();
+    const Outcome result = runExpecting(3, {"record", file("a.wav")});
     EXPECT_THAT(result.out, IsEmpty());
     EXPECT_THAT(result.err, HasSubstr("no server"));
-    EXPECT_EQ(contents(file("a.wav")), "precious");
+    EXPECT_EQ(contentsOf(file("a.wav")), "precious");
 }
 
-TEST_F(ARecording, NeedsAFileThatCanBeWritten) {
-    serve({.frames = kSecond});
-    const ToolResult result = runTool({"record", file("none/a.wav"), "--seconds", "1"});
-    EXPECT_EQ(result.exitCode, 1) << result.text();
+TEST_F(Recording, FailsForAFileThatCannotBeWritten) {
+    serve({.frames = SECOND});
+    const Outcome result = runExpecting(1, {"record", file("none/a.wav"), "--seconds", "1"});
     EXPECT_EQ(result.err, "cabinaudio: " + file("none/a.wav") + ": No such file or directory\n");
 }
 
-TEST_F(ARecording, SaysThatTheDiskIsFull) {
+TEST_F(Recording, ReportsAFullDisk) {
     if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "there is no /dev/full";
-    serve({.frames = kSecond});
-    const ToolResult result = runTool({"record", "/dev/full", "--raw", "--seconds", "1"});
-    EXPECT_EQ(result.exitCode, 1) << result.text();
+    serve({.frames = SECOND});
+    const Outcome result = runExpecting(1, {"record", "/dev/full", "--raw", "--seconds", "1"});
     EXPECT_THAT(result.err, HasSubstr("cannot be written: No space left on device"));
 }
 

@@ -1,99 +1,85 @@
 // SPDX-License-Identifier: Apache-2.0
-// What only a terminal gets to see.
-#include "tests/server/TemporaryDirectory.h"
-#include "tests/support/RealServer.h"
-#include "tests/tools/Sounds.h"
-#include "tests/tools/ToolProcess.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+// Output that appears on terminals only.
+#include "tests/tools/ToolTest.h"
 
 namespace cabinaudio::test {
 
 namespace {
 
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
+using testing::ContainsRegex;
+
+/// Starts the tool with stderr on a terminal that has no kind.
+const ToolSetup ON_TERMINAL = {.errOnTerminal = true};
+
+class TerminalTest : public ToolTest {
+protected:
+    [[nodiscard]] Words recording() const { return {"record", file("a.wav"), "--seconds", "0.5"}; }
+};
+class ProgressBar : public TerminalTest {};
+class LevelMeter : public TerminalTest {};
+class DoctorMarks : public TerminalTest {};
+
+/// Output that was overwritten in its row until nothing of it was left.
+void expectWipedOff(const std::string& err) {
+    EXPECT_THAT(err, testing::EndsWith(" \r"));
+    EXPECT_THAT(err, Not(HasSubstr("\n")));
+}
 
 }  // namespace
 
-TEST(TheProgressBar, IsShownOnATerminalAndWipedOffAtTheEnd) {
-    const TemporaryDirectory directory;
-    const std::string file = directory.file("sound");
-    writeSound(file, {.frames = 24000});
-    const RealServer server;
-    ToolSetup setup;
-    setup.errOnTerminal = true;
-    const ToolResult result = runTool({"play", file}, setup);
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+TEST_F(ProgressBar, IsShownOnATerminalAndWipedOffAtTheEnd) {
+    writeSound(file("sound"), {.frames = 24000});
+    serve();
+    const Outcome result = runExpecting(0, {"play", file("sound")}, ON_TERMINAL);
     EXPECT_THAT(result.err,
-                testing::ContainsRegex("\r\\[=* *\\] 0:00\\.[0-9] / 0:00\\.5  queued [0-9]+ ms"));
-    EXPECT_THAT(result.err, testing::EndsWith(" \r"));
-    EXPECT_THAT(result.err, Not(HasSubstr("\n")));
+                ContainsRegex("\r\\[=* *\\] 0:00\\.[0-9] / 0:00\\.5  queued [0-9]+ ms"));
+    expectWipedOff(result.err);
     EXPECT_THAT(result.out, HasSubstr("played to the end"));
     EXPECT_THAT(result.out, Not(HasSubstr("\r")));
 }
 
-TEST(TheLevelMeter, IsShownOnATerminalAndWipedOffAtTheEnd) {
-    const TemporaryDirectory directory;
-    const RealServer server({"--output", "null", "--input", "tone:440"});
-    ToolSetup setup;
-    setup.errOnTerminal = true;
-    const std::vector<std::string> words = {"record", directory.file("a.wav"), "--seconds", "0.5"};
-    const ToolResult result = runTool(words, setup);
-    EXPECT_EQ(result.exitCode, 0) << result.text();
-    EXPECT_THAT(result.err, testing::ContainsRegex(
-                                "\r\\[=+ *\\] +-[0-9]+\\.[0-9] dB  0:00\\.[0-9] / 0:00\\.5"));
-    EXPECT_THAT(result.err, testing::EndsWith(" \r"));
-    EXPECT_THAT(result.err, Not(HasSubstr("\n")));
+TEST_F(LevelMeter, IsShownOnATerminalAndWipedOffAtTheEnd) {
+    serve({"--input", "tone:440"});
+    const Outcome result = runExpecting(0, recording(), ON_TERMINAL);
+    EXPECT_THAT(result.err,
+                ContainsRegex("\r\\[=+ *\\] +-[0-9]+\\.[0-9] dB  0:00\\.[0-9] / 0:00\\.5"));
+    expectWipedOff(result.err);
     EXPECT_THAT(result.err, Not(HasSubstr("\033")));  // no TERM here
-    EXPECT_THAT(runTool(words).err, IsEmpty());
+    EXPECT_THAT(runTool(recording()).err, IsEmpty());
 }
 
-TEST(TheLevelMeter, IsColouredWhereItIsLoud) {
-    const TemporaryDirectory directory;
-    const std::string file = directory.file("loud");
-    writeSound(file, {.frames = 48000});
-    const RealServer server({"--output", "null", "--input", file});
-    ToolSetup setup;
-    setup.errOnTerminal = true;
-    setup.environment = {{"TERM", "xterm"}};
-    const std::vector<std::string> words = {"record", directory.file("a.wav"), "--seconds", "0.5"};
-    EXPECT_THAT(runTool(words, setup).err, testing::ContainsRegex("\r\033\\[3[13]m\\[=+"));
-    setup.environment = {{"TERM", "xterm"}, {"NO_COLOR", "1"}};
-    EXPECT_THAT(runTool(words, setup).err, Not(HasSubstr("\033")));
+TEST_F(LevelMeter, IsColouredWhereItIsLoud) {
+    writeSound(file("loud"), {.frames = 48000});
+    serve({"--input", file("loud")});
+    ToolSetup setup = {.environment = {{"TERM", "xterm"}}, .errOnTerminal = true};
+    EXPECT_THAT(runTool(recording(), setup).err, ContainsRegex("\r\033\\[3[13]m\\[=+"));
+    setup.environment.emplace_back("NO_COLOR", "1");
+    EXPECT_THAT(runTool(recording(), setup).err, Not(HasSubstr("\033")));
 }
 
-TEST(TheLevelMeter, SaysWhatIsNotDecoded) {
-    const TemporaryDirectory directory;
-    const RealServer server({"--output", "null", "--uplink-delay", "never"});
-    ToolSetup setup;
-    setup.errOnTerminal = true;
-    const ToolResult result = runTool({"record", directory.file("a.opus"), "--tag", "uplink",
-                                       "--codec", "opus", "--seconds", "0.3"},
-                                      setup);
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+TEST_F(LevelMeter, IsReplacedByATimeForCodedUplinks) {
+    serve({"--uplink-delay", "never"});
+    const Words words = {"record",  file("a.opus"), "--tag",     "uplink",
+                         "--codec", "opus",         "--seconds", "0.3"};
+    const Outcome result = runExpecting(0, words, ON_TERMINAL);
     EXPECT_THAT(result.err, HasSubstr("\rrecording 0:00."));
     EXPECT_THAT(result.err, HasSubstr("  no ring"));
 }
 
-TEST(TheDoctorsMarks, AreColouredOnATerminalOnly) {
-    const RealServer server;
-    ToolSetup setup;
-    setup.environment = {{"TERM", "xterm"}};
+TEST_F(DoctorMarks, AreColouredOnATerminalOnly) {
+    serve();
+    ToolSetup setup = {.environment = {{"TERM", "xterm"}}};
     EXPECT_THAT(runTool({"doctor"}, setup).out, Not(HasSubstr("\033")));
     setup.outOnTerminal = true;
     EXPECT_THAT(runTool({"doctor"}, setup).out, HasSubstr("\033[32mok  \033[0m  server"));
 }
 
-TEST(TheDoctorsMarks, AreNotColouredWhereNobodyWantsIt) {
-    ToolSetup setup;
-    setup.outOnTerminal = true;
-    setup.environment = {{"TERM", "xterm"}, {"NO_COLOR", "1"}};
-    EXPECT_THAT(runTool({"doctor"}, setup).out, Not(HasSubstr("\033")));
-    setup.environment = {{"TERM", "dumb"}};
-    EXPECT_THAT(runTool({"doctor"}, setup).out, Not(HasSubstr("\033")));
+TEST_F(DoctorMarks, AreNotColouredWithNoColorOrADumbTerminal) {
+    for (const Variables& environment :
+         {Variables{{"TERM", "xterm"}, {"NO_COLOR", "1"}}, Variables{{"TERM", "dumb"}}}) {
+        const ToolSetup setup = {.environment = environment, .outOnTerminal = true};
+        EXPECT_THAT(runTool({"doctor"}, setup).out, Not(HasSubstr("\033")));
+    }
 }
 
 }  // namespace cabinaudio::test

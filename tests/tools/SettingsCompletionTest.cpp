@@ -1,13 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a bash completes of the tool's command lines.
-#include "tests/support/RealServer.h"
-#include "tests/tools/ToolProcess.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+// Completion of the tool's command lines in bash.
+#include "tests/tools/ToolTest.h"
 
 #include <filesystem>
-#include <sstream>
 
 namespace cabinaudio::test {
 
@@ -15,15 +10,11 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::Not;
 
-using Words = std::vector<std::string>;
-
-constexpr char kBash[] = "/bin/bash";
+constexpr char BASH[] = "/bin/bash";
 
 /// Asks a real bash as its line editor does: the words so far, the last one unfinished.
-constexpr char kScript[] = R"(
+constexpr char SCRIPT[] = R"(
 source "$COMPLETION" || exit 1
 [[ $(complete -p cabinaudio) == *_cabinaudio* ]] || exit 2
 COMP_WORDS=("$TOOL" "$@")
@@ -36,29 +27,22 @@ class Completion : public testing::Test {
 protected:
     void SetUp() override {
         if (toolIsEmulated()) GTEST_SKIP() << "bash does not start the target's programs";
-        if (!std::filesystem::exists(kBash)) GTEST_SKIP() << "there is no bash";
+        if (!std::filesystem::exists(BASH)) GTEST_SKIP() << "there is no bash";
     }
 
     static Words complete(const Words& words) {
-        ToolSetup setup;
-        setup.program = kBash;
-        setup.environment = {{"TOOL", toolPath()}, {"COMPLETION", CABINAUDIO_TEST_COMPLETION}};
-        Words arguments = {"-c", kScript, "bash"};
-        arguments.insert(arguments.end(), words.begin(), words.end());
-        const ToolResult result = runTool(arguments, setup);
-        EXPECT_EQ(result.exitCode, 0) << result.text();
+        const ToolSetup bash = {
+            .environment = {{"TOOL", toolPath()}, {"COMPLETION", CABINAUDIO_TEST_COMPLETION}},
+            .program = BASH};
+        const Outcome result = runExpecting(0, with({"-c", SCRIPT, "bash"}, words), bash);
         EXPECT_THAT(result.err, IsEmpty());
-        Words found;
-        std::istringstream lines(result.out);
-        for (std::string line; std::getline(lines, line);)
-            found.push_back(line);
-        return found;
+        return linesOf(result.out);
     }
 };
 
 }  // namespace
 
-TEST_F(Completion, KnowsSubCommandsAndOptions) {
+TEST_F(Completion, OffersSubCommandsAndOptions) {
     EXPECT_THAT(complete({"m"}), ElementsAre("monitor"));
     EXPECT_THAT(complete({""}), testing::AllOf(Contains("play"), Contains("set")));
     EXPECT_THAT(complete({"get", "--st"}), ElementsAre("--steps"));
@@ -67,7 +51,7 @@ TEST_F(Completion, KnowsSubCommandsAndOptions) {
     EXPECT_THAT(complete({"server", "source", "wi"}), ElementsAre("withdraw"));
 }
 
-TEST_F(Completion, KnowsTheNamesOfTheRunningServer) {
+TEST_F(Completion, OffersNamesOfTheRunningServer) {
     const RealServer server;
     EXPECT_THAT(complete({"get", "volume.type.n"}), ElementsAre("volume.type.navigation"));
     EXPECT_THAT(complete({"set", "volume.type.m"}), ElementsAre("volume.type.media="));
@@ -75,7 +59,7 @@ TEST_F(Completion, KnowsTheNamesOfTheRunningServer) {
                 ElementsAre("mixer.navigation", "mixer.navigation.mode"));
 }
 
-TEST_F(Completion, OffersWhatTheCommandCanUse) {
+TEST_F(Completion, OffersOnlyNamesThatTheCommandCanUse) {
     const RealServer server;
     EXPECT_THAT(complete({"get", "mixer.nav"}), IsEmpty());
     EXPECT_THAT(complete({"set", "type"}), IsEmpty());
@@ -83,7 +67,7 @@ TEST_F(Completion, OffersWhatTheCommandCanUse) {
     EXPECT_THAT(complete({"get", "--timeout", "v"}), IsEmpty());
 }
 
-TEST_F(Completion, KnowsTheFixedNamesWithoutAServer) {
+TEST_F(Completion, OffersFixedNamesWithoutAServer) {
     const Words names = complete({"get", "volume."});
     EXPECT_THAT(names, Contains("volume.master"));
     EXPECT_THAT(names, Not(Contains("volume.type.navigation")));

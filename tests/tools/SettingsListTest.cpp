@@ -1,54 +1,36 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the tool says about settings.
-#include "tests/support/RealServer.h"
-#include "tests/tools/ToolProcess.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
+// Lists and descriptions of settings.
+#include "tests/tools/ToolTest.h"
 
 namespace cabinaudio::test {
 
-namespace {
-
-using nlohmann::json;
-using testing::HasSubstr;
-using testing::IsEmpty;
-
-using Words = std::vector<std::string>;
-
-}  // namespace
-
-TEST(TheListOfSettings, LeadsToHowLoudNavigationIs) {
+TEST(SettingsList, FindsSettingsByAWord) {
     const RealServer server;
-    const ToolResult list = runTool({"list", "navigation"});
-    EXPECT_EQ(list.exitCode, 0) << list.text();
+    const Outcome list = runExpecting(0, {"list", "navigation"});
     EXPECT_THAT(list.out, HasSubstr("volume.type.navigation "));
     EXPECT_THAT(list.out, HasSubstr("volume.type.media "));
     EXPECT_THAT(list.out, HasSubstr("mixer.navigation "));
     EXPECT_THAT(list.out, HasSubstr("-103.5..24dB"));
-    EXPECT_THAT(list.out, testing::Not(HasSubstr("mute.main")));
+    EXPECT_THAT(list.out, Not(HasSubstr("mute.main")));
 }
 
-TEST(TheListOfSettings, HasNoNamesOfTheServerWithoutOne) {
-    const ToolResult list = runTool({"list"});
-    EXPECT_EQ(list.exitCode, 0) << list.text();
+TEST(SettingsList, HasFixedNamesOnlyWithoutAServer) {
+    const Outcome list = runExpecting(0, {"list"});
     EXPECT_THAT(list.err, IsEmpty());
     EXPECT_THAT(list.out, HasSubstr("volume.master "));
     EXPECT_THAT(list.out, HasSubstr("volume.type.<type> "));
     EXPECT_THAT(list.out, HasSubstr("effect.<tag>.<effect>.parameter "));
-    const ToolResult names = runTool({"list", "--names"});
+    const Outcome names = runTool({"list", "--names"});
     EXPECT_THAT(names.out, HasSubstr("volume.channel.LF\n"));
-    EXPECT_THAT(names.out, testing::Not(HasSubstr("<")));
+    EXPECT_THAT(names.out, Not(HasSubstr("<")));
 }
 
-TEST(TheListOfSettings, SaysThatItHasNothingOfThat) {
-    const ToolResult list = runTool({"list", "nonsense"});
-    EXPECT_EQ(list.exitCode, 1) << list.text();
+TEST(SettingsList, ReportsAWordWithoutMatches) {
+    const Outcome list = runExpecting(1, {"list", "nonsense"});
     EXPECT_THAT(list.err, HasSubstr("cabinaudio: no setting has that"));
 }
 
-TEST(EverySetting, IsDescribed) {
+TEST(EverySetting, HasADescription) {
     const RealServer server;
     const json list = json::parse(runTool({"list", "--json"}).out);
     ASSERT_EQ(list["ended"], "done");
@@ -56,8 +38,7 @@ TEST(EverySetting, IsDescribed) {
     for (const json& setting : list["settings"])
         words.push_back(setting["name"]);
     ASSERT_GT(words.size(), 80u);
-    const ToolResult result = runTool(words);
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    const Outcome result = runExpecting(0, words);
     const json described = json::parse(result.out)["settings"];
     EXPECT_EQ(described, list["settings"]);
     for (const json& setting : described) {
@@ -69,9 +50,8 @@ TEST(EverySetting, IsDescribed) {
     }
 }
 
-TEST(ADescription, SaysAllThatOneHasToKnow) {
-    const ToolResult result = runTool({"describe", "volume.master", "duck"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+TEST(Description, ShowsRangeUnitAccessAndExample) {
+    const Outcome result = runExpecting(0, {"describe", "volume.master", "duck"});
     EXPECT_EQ(result.out,
               "volume.master\n"
               "  what      Volume of everything that is heard\n"
@@ -94,9 +74,8 @@ TEST(ADescription, SaysAllThatOneHasToKnow) {
               "  example   cabinaudio set duck=1\n");
 }
 
-TEST(ADescription, OfWhatDoesNotExistNamesTheNearest) {
-    const ToolResult result = runTool({"describe", "volume.mastr"});
-    EXPECT_EQ(result.exitCode, 2) << result.text();
+TEST(Description, OfAnUnknownNameSuggestsTheNearest) {
+    const Outcome result = runExpecting(2, {"describe", "volume.mastr"});
     EXPECT_THAT(result.err, HasSubstr("did you mean volume.master"));
 }
 

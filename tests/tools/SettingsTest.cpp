@@ -1,35 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // Settings through the tool and the real server: set, and read back.
-#include "tests/server/TemporaryDirectory.h"
-#include "tests/support/RealServer.h"
-#include "tests/tools/ToolProcess.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
+#include "tests/tools/ToolTest.h"
 
 #include <algorithm>
 #include <fstream>
 #include <set>
-#include <sstream>
 
 namespace cabinaudio::test {
 
 namespace {
-
-using nlohmann::json;
-using testing::HasSubstr;
-using testing::IsEmpty;
-
-using Words = std::vector<std::string>;
-
-Words linesOf(const std::string& text) {
-    Words lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
-}
 
 std::string joined(const Words& lines) {
     std::string text;
@@ -38,34 +17,27 @@ std::string joined(const Words& lines) {
     return text;
 }
 
-class TheSettings : public testing::Test {
+class SettingsRoundTrip : public ToolTest {
 protected:
+    void SetUp() override { serve(); }
+
     static std::string get(const Words& names = {}) {
-        Words words = {"get"};
-        words.insert(words.end(), names.begin(), names.end());
-        const ToolResult result = runTool(words);
-        EXPECT_EQ(result.exitCode, 0) << result.text();
+        const Outcome result = runExpecting(0, with({"get"}, names));
         EXPECT_THAT(result.err, IsEmpty());
         return result.out;
     }
 
     static void set(const Words& assignments) {
-        Words words = {"set"};
-        words.insert(words.end(), assignments.begin(), assignments.end());
-        const ToolResult result = runTool(words);
-        EXPECT_EQ(result.exitCode, 0) << result.text();
+        const Outcome result = runExpecting(0, with({"set"}, assignments));
         EXPECT_THAT(result.out, IsEmpty());
         EXPECT_THAT(result.err, IsEmpty());
     }
 
-    [[nodiscard]] json state() const { return json::parse(mServer.command("state"))["settings"]; }
-
-    TemporaryDirectory mDirectory;
-    RealServer mServer;
+    [[nodiscard]] json state() const { return json::parse(mServer->command("state"))["settings"]; }
 };
 
 /// One value that is not the default for every setting that can be set and read.
-const Words kChanged = {
+const Words CHANGED = {
     "volume.master=-1dB",
     "volume.second=-2.5dB",
     "volume.alternative=24dB",
@@ -115,7 +87,7 @@ const Words kChanged = {
     "nr.attenuation=5",
 };
 
-/// What the one before it or the one behind it changes, too.
+/// Settings that their neighbours in the list change, too.
 bool isOverridden(const std::string& line) {
     for (const char* name : {"fade=", "balance=", "mic.gain="})
         if (line.rfind(name, 0) == 0) return true;
@@ -129,8 +101,8 @@ Words withoutOverridden(Words lines) {
 
 }  // namespace
 
-TEST_F(TheSettings, AreTheSameAfterTheyAreSetToWhatTheyAre) {
-    set(kChanged);
+TEST_F(SettingsRoundTrip, OutputOfGetRestoresAllSettings) {
+    set(CHANGED);
     set({"volume.track.main.my radio=-3.2dB"});
     const std::string before = get();
     const std::string file = mDirectory.file("settings");
@@ -139,50 +111,43 @@ TEST_F(TheSettings, AreTheSameAfterTheyAreSetToWhatTheyAre) {
     ASSERT_NE(get(), before);
     set({"--file", file});
     EXPECT_EQ(get(), before);
-    ToolSetup setup;
-    setup.input = file;
-    const ToolResult result = runTool({"set", "-"}, setup);
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    runExpecting(0, {"set", "-"}, {.input = file});
     EXPECT_EQ(get(), before);
 }
 
-TEST_F(TheSettings, GoThroughXargs) {
+TEST_F(SettingsRoundTrip, OutputOfGetGoesThroughXargs) {
     if (toolIsEmulated()) GTEST_SKIP() << "the launcher stands between the shell and the tool";
-    set(kChanged);
+    set(CHANGED);
     const std::string before = get();
-    ToolSetup setup;
-    setup.program = "/bin/sh";
-    setup.environment = {{"TOOL", toolPath()}};
-    const ToolResult result = runTool({"-c", "\"$TOOL\" get | xargs \"$TOOL\" set"}, setup);
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    const Outcome result =
+        runExpecting(0, {"-c", "\"$TOOL\" get | xargs \"$TOOL\" set"},
+                     {.environment = {{"TOOL", toolPath()}}, .program = "/bin/sh"});
     EXPECT_THAT(result.err, IsEmpty());
     EXPECT_EQ(get(), before);
 }
 
-TEST_F(TheSettings, CanAllBeChangedAndReadBack) {
+TEST_F(SettingsRoundTrip, EverySettingIsReadBack) {
     // All of them: none may be forgotten here.
-    const ToolResult names = runTool({"list", "--names", "--readable", "--settable"});
+    const Outcome names = runTool({"list", "--names", "--readable", "--settable"});
     std::set<std::string> known;
-    for (const std::string& line : kChanged)
+    for (const std::string& line : CHANGED)
         known.insert(line.substr(0, line.find('=')));
     const Words all = linesOf(names.out);
     EXPECT_EQ(std::set<std::string>(all.begin(), all.end()), known);
 
     const std::string defaults = get(Words(known.begin(), known.end()));
-    for (const std::string& line : kChanged)
-        EXPECT_THAT("\n" + defaults, testing::Not(HasSubstr("\n" + line + "\n")));
-    set(withoutOverridden(kChanged));
+    for (const std::string& line : CHANGED)
+        EXPECT_THAT("\n" + defaults, Not(HasSubstr("\n" + line + "\n")));
+    set(withoutOverridden(CHANGED));
     Words asked;
-    for (const std::string& line : withoutOverridden(kChanged))
+    for (const std::string& line : withoutOverridden(CHANGED))
         asked.push_back(line.substr(0, line.find('=')));
-    EXPECT_EQ(get(asked), joined(withoutOverridden(kChanged)));
-    for (const char* line : {"mic.gain=10dB,-5dB"}) {
-        set({line});
-        EXPECT_EQ(get({"mic.gain"}), std::string(line) + "\n");
-    }
+    EXPECT_EQ(get(asked), joined(withoutOverridden(CHANGED)));
+    set({"mic.gain=10dB,-5dB"});
+    EXPECT_EQ(get({"mic.gain"}), "mic.gain=10dB,-5dB\n");
 }
 
-TEST_F(TheSettings, TakeFadeAndBalanceTogetherAndAlone) {
+TEST_F(SettingsRoundTrip, FadeAndBalanceAreSetTogetherAndAlone) {
     set({"fade=20", "balance=-10"});
     EXPECT_EQ(get({"fade", "balance", "volume.channel.L?", "volume.channel.R?"}),
               "fade=20\nbalance=-10\nvolume.channel.LF=0dB\nvolume.channel.LS=-5dB\n"
@@ -193,17 +158,16 @@ TEST_F(TheSettings, TakeFadeAndBalanceTogetherAndAlone) {
     EXPECT_EQ(get({"fade", "balance"}), "fade=-30\nbalance=0\n");
 }
 
-TEST_F(TheSettings, TellThatChannelsAreOfNoFadeAndBalance) {
+TEST_F(SettingsRoundTrip, FadeIsUnknownForOtherChannelVolumes) {
     set({"volume.channel.LF=0.3dB"});
-    EXPECT_THAT(get(), testing::Not(HasSubstr("fade=")));
-    const ToolResult result = runTool({"get", "fade"});
-    EXPECT_EQ(result.exitCode, 1) << result.text();
+    EXPECT_THAT(get(), Not(HasSubstr("fade=")));
+    const Outcome result = runExpecting(1, {"get", "fade"});
     EXPECT_EQ(result.err,
               "cabinaudio: cannot read fade: the loudspeakers' volumes are of no fade and "
               "balance\n");
 }
 
-TEST_F(TheSettings, TakeStepsAndGains) {
+TEST_F(SettingsRoundTrip, StepsAndGainsAreEquivalent) {
     set({"volume.master=87", "volume.type.media=0", "volume.channel.RF=148"});
     EXPECT_EQ(get({"volume.master", "volume.type.media", "volume.channel.RF"}),
               "volume.master=-6.5dB\nvolume.type.media=-103.5dB\nvolume.channel.RF=24dB\n");
@@ -212,7 +176,7 @@ TEST_F(TheSettings, TakeStepsAndGains) {
     EXPECT_EQ(get({"--value", "volume.master"}), "-6.5dB\n");
 }
 
-TEST_F(TheSettings, ThatServersDoNotTellReachThem) {
+TEST_F(SettingsRoundTrip, WriteOnlySettingsReachTheServer) {
     set({"duck=30%",
          "ducking.mode=1",
          "ducking.target=-12dB",
@@ -274,7 +238,7 @@ TEST_F(TheSettings, ThatServersDoNotTellReachThem) {
     EXPECT_EQ(state()["app"]["bypass"], false);
 }
 
-TEST_F(TheSettings, OfNumbersAndNamesOfAllKindsAreReadBack) {
+TEST_F(SettingsRoundTrip, SettingsWithNumbersAndNamesAreReadBack) {
     const std::string file = mDirectory.file("parameter");
     std::ofstream(file) << "abc";
     set({"effect.main.re.verb=on", "effect.main.re.verb.parameter=00ff10",
@@ -288,19 +252,17 @@ TEST_F(TheSettings, OfNumbersAndNamesOfAllKindsAreReadBack) {
               "eq.3=0102\neq.4=00\nnlp.0=0a\nhandsfree.eq.4294967295=ff\n");
 }
 
-TEST_F(TheSettings, OfAStreamWithAnyNameAreReadBack) {
+TEST_F(SettingsRoundTrip, SettingsOfAnyStreamNameAreReadBack) {
     set({"volume.track.main.a%3Db, c\"d=-3dB"});
     EXPECT_EQ(get({"volume.track.main.a=b, c\"d"}), "volume.track.main.a%3Db%2C%20c%22d=-3dB\n");
     EXPECT_EQ(state()["volume"]["tracks"][0]["name"], "a=b, c\"d");
 }
 
-TEST_F(TheSettings, AreTypedInJson) {
+TEST_F(SettingsRoundTrip, ValuesAreTypedInJson) {
     set({"volume.master=-6.4dB", "fade=20"});
-    const ToolResult result =
-        runTool({"get", "--json", "volume.master", "volume.ramp", "mute.main", "fade", "types",
-                 "speaker.output", "mic.calibration.result", "source.main"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
-    const json all = json::parse(result.out);
+    const json all = jsonOf(
+        runExpecting(0, {"get", "--json", "volume.master", "volume.ramp", "mute.main", "fade",
+                         "types", "speaker.output", "mic.calibration.result", "source.main"}));
     EXPECT_EQ(all["ended"], "done");
     EXPECT_TRUE(all["error"].is_null());
     const json& list = all["settings"];
@@ -319,26 +281,24 @@ TEST_F(TheSettings, AreTypedInJson) {
     EXPECT_EQ(done, json::parse(R"({"set":["volume.master=-5dB"],"ended":"done","error":null})"));
 }
 
-TEST_F(TheSettings, ThatCannotBeSetArePassedOverBySet) {
+TEST_F(SettingsRoundTrip, SetIgnoresReadOnlyLines) {
     EXPECT_THAT(get(), HasSubstr("\n#types=media,navigation,call,voice,alarm,system\n"));
     EXPECT_EQ(get({"types"}), "#types=media,navigation,call,voice,alarm,system\n");
     set({"#types=nonsense", "volume.master=-2dB"});
     EXPECT_EQ(get({"volume.master"}), "volume.master=-2dB\n");
 }
 
-TEST_F(TheSettings, TellWhatElseCanBeReadWhenOneCannot) {
-    const ToolResult result = runTool({"get", "volume.type.navigation", "mixer.navigation"});
-    EXPECT_EQ(result.exitCode, 1) << result.text();
+TEST_F(SettingsRoundTrip, GetPrintsTheOthersWhenOneCannotBeRead) {
+    const Outcome result = runExpecting(1, {"get", "volume.type.navigation", "mixer.navigation"});
     EXPECT_EQ(result.out, "volume.type.navigation=0dB\n");
     EXPECT_EQ(result.err,
               "cabinaudio: mixer.navigation can only be set: servers have no operation that tells "
               "it\n");
 }
 
-TEST_F(TheSettings, AreSetUpToTheOneThatTheServerRefuses) {
-    const ToolResult result =
-        runTool({"set", "volume.master=-1dB", "ducking.mode=7", "volume.second=-3dB"});
-    EXPECT_EQ(result.exitCode, 1) << result.text();
+TEST_F(SettingsRoundTrip, SetStopsAtTheOneThatTheServerRefuses) {
+    const Outcome result =
+        runExpecting(1, {"set", "volume.master=-1dB", "ducking.mode=7", "volume.second=-3dB"});
     EXPECT_EQ(result.err,
               "cabinaudio: cannot set ducking.mode=7: the server refused it: AUDIO_BAD_VALUE "
               "(-3000); set: volume.master=-1dB; not set: volume.second=-3dB\n");

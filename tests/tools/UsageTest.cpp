@@ -1,8 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/tools/ToolProcess.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "tests/tools/ToolTest.h"
 
 #include <algorithm>
 #include <string>
@@ -12,11 +9,7 @@ namespace cabinaudio::test {
 
 namespace {
 
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::StartsWith;
-
-constexpr char kHelp[] =
+constexpr char HELP[] =
     R"(Plays and records sound through the cabin audio server and looks after it.
 Usage: cabinaudio [options] sub-command
 
@@ -41,7 +34,7 @@ Exit status: 0 done, 1 failed, 2 wrong usage, 3 no server, 4 timed out,
 )";
 
 struct Wrong {
-    std::vector<std::string> arguments;
+    Words arguments;
     std::string says;
 };
 
@@ -52,51 +45,47 @@ void PrintTo(const Wrong& wrong, std::ostream* out) {
 
 }  // namespace
 
-TEST(TheTool, ExplainsItselfWithoutAServer) {
-    const ToolResult result = runTool({"--help"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
-    EXPECT_EQ(result.out, kHelp);
+TEST(Tool, PrintsHelpWithoutAServer) {
+    const Outcome result = runExpecting(0, {"--help"});
+    EXPECT_EQ(result.out, HELP);
     EXPECT_THAT(result.err, IsEmpty());
-    EXPECT_EQ(runTool({"-h"}).out, kHelp);
+    EXPECT_EQ(runTool({"-h"}).out, HELP);
 }
 
-TEST(TheTool, TellsItsVersionWithoutAServer) {
-    const ToolResult result = runTool({"--version"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+TEST(Tool, PrintsItsVersionWithoutAServer) {
+    const Outcome result = runExpecting(0, {"--version"});
     EXPECT_THAT(result.out, StartsWith("cabinaudio " CABINAUDIO_VERSION " (libsndfile-"));
     EXPECT_THAT(result.err, IsEmpty());
 }
 
-class ASubCommand : public testing::TestWithParam<const char*> {};
+class SubCommand : public testing::TestWithParam<const char*> {};
 
-TEST_P(ASubCommand, ExplainsItselfWithoutAServer) {
+TEST_P(SubCommand, PrintsHelpWithoutAServer) {
     for (const char* option : {"-h", "--help"}) {
-        const ToolResult result = runTool({GetParam(), option});
-        EXPECT_EQ(result.exitCode, 0) << result.text();
+        const Outcome result = runExpecting(0, {GetParam(), option});
         EXPECT_THAT(result.out, HasSubstr(std::string("Usage: cabinaudio ") + GetParam()));
         EXPECT_THAT(result.out, HasSubstr("--json"));
         EXPECT_THAT(result.err, IsEmpty());
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Any, ASubCommand,
+INSTANTIATE_TEST_SUITE_P(Any, SubCommand,
                          testing::Values("play", "record", "get", "set", "list", "describe",
                                          "monitor", "version", "doctor"),
                          [](const auto& test) { return wordsOf(test.param); });
 
-class AWrongCommandLine : public testing::TestWithParam<Wrong> {};
+class WrongCommandLine : public testing::TestWithParam<Wrong> {};
 
-TEST_P(AWrongCommandLine, EndsWithStatusTwoAndOneLine) {
-    const ToolResult result = runTool(GetParam().arguments);
-    EXPECT_EQ(result.exitCode, 2) << result.text();
+TEST_P(WrongCommandLine, EndsWithStatusTwoAndOneLine) {
+    const Outcome result = runExpecting(2, GetParam().arguments);
     EXPECT_THAT(result.out, IsEmpty());
     EXPECT_THAT(result.err, StartsWith("cabinaudio: " + GetParam().says));
     EXPECT_THAT(result.err, HasSubstr("--help')\n"));
-    EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+    expectOneLine(result.err);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Any, AWrongCommandLine,
+    Any, WrongCommandLine,
     testing::Values(Wrong{{"--nonsense"}, "unknown option '--nonsense'"},
                     Wrong{{"plai", "a.wav"}, "unknown sub-command 'plai'"},
                     Wrong{{"play", "--nonsense", "a.wav"}, "unknown option '--nonsense'"},
@@ -119,7 +108,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Wrong{{"doctor", "-x"}, "unknown option '-x'"}));
 
 INSTANTIATE_TEST_SUITE_P(
-    OfRecord, AWrongCommandLine,
+    OfRecord, WrongCommandLine,
     testing::Values(
         Wrong{{"record"}, "FILE is required"},
         Wrong{{"record", "a.wav", "--nonsense"}, "unknown option '--nonsense'"},
@@ -155,7 +144,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{{"record", "-", "--json"}, "--json and the recording both want stdout"}));
 
 INSTANTIATE_TEST_SUITE_P(
-    OfServer, AWrongCommandLine,
+    OfServer, WrongCommandLine,
     testing::Values(Wrong{{"server"}, "A subcommand is required"},
                     Wrong{{"server", "explode"}, "unknown argument 'explode'"},
                     Wrong{{"server", "source"}, "A subcommand is required"},
@@ -169,7 +158,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Wrong{{"server", "crash", "now"}, "unknown argument 'now'"}));
 
 INSTANTIATE_TEST_SUITE_P(
-    OfSettings, AWrongCommandLine,
+    OfSettings, WrongCommandLine,
     testing::Values(Wrong{{"set"}, "NAME=VALUE or --file is required"},
                     Wrong{{"describe"}, "NAME is required"},
                     Wrong{{"monitor", "--interval", "0"}, "--interval: must be a number from 1"},
@@ -177,16 +166,14 @@ INSTANTIATE_TEST_SUITE_P(
                     Wrong{{"get", "--timeout", "never"}, "--timeout: must be a number"},
                     Wrong{{"list", "--nonsense"}, "unknown option '--nonsense'"}));
 
-TEST(TheTool, SaysThatASubCommandIsMissing) {
-    const ToolResult result = runTool({});
-    EXPECT_EQ(result.exitCode, 2) << result.text();
+TEST(Tool, RequiresASubCommand) {
+    const Outcome result = runExpecting(2, {});
     EXPECT_THAT(result.out, IsEmpty());
     EXPECT_THAT(result.err, HasSubstr("(try 'cabinaudio --help')\n"));
 }
 
-TEST(TheTool, RefusesALogFileThatItCannotOpen) {
-    const ToolResult result = runTool({"version", "--log", "/nonsense/log"});
-    EXPECT_EQ(result.exitCode, 1) << result.text();
+TEST(Tool, RefusesALogFileThatItCannotOpen) {
+    const Outcome result = runExpecting(1, {"version", "--log", "/nonsense/log"});
     EXPECT_EQ(result.err,
               "cabinaudio: cannot open log file /nonsense/log: No such file or directory\n");
 }

@@ -1,32 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/foundation/AudioConnectType.h>
 
-#include "tests/server/TemporaryDirectory.h"
-#include "tests/support/RealServer.h"
-#include "tests/support/ScriptedServer.h"
-#include "tests/tools/Surroundings.h"
-#include "tests/tools/ToolProcess.h"
+#include "tests/tools/ToolTest.h"
 #include "wire/Settings.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-
 #include <fstream>
-#include <iterator>
 
 namespace cabinaudio::test {
 
 namespace {
 
-using nlohmann::json;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::StartsWith;
+/// A server that answers the version query with a status and the numbers of its versions.
+class ServerOfVersions : public ScriptedServer {
+public:
+    template <typename... Numbers>
+    explicit ServerOfVersions(Numbers... numbers) {
+        on(AUDIO_CONNECT_VERSION_SETTING, id(wire::VersionFunction::GetServerVersions),
+           Answer::words(numbers...));
+    }
+};
 
-constexpr auto kGetVersions = static_cast<std::uint32_t>(wire::VersionFunction::GetServerVersions);
-
-constexpr char kWithoutServer[] =
+constexpr char WITHOUT_SERVER[] =
     "        client      server\n"
     "first   2.24.25     -\n"
     "second  0.0.0       -\n"
@@ -35,10 +29,8 @@ constexpr char kWithoutServer[] =
 }  // namespace
 
 TEST(Version, ShowsClientAndServerSideBySide) {
-    ScriptedServer server;
-    server.on(AUDIO_CONNECT_VERSION_SETTING, kGetVersions, Answer::words(0, 2, 24, 7, 1, 2, 3, 99));
-    const ToolResult result = runTool({"version"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    const ServerOfVersions server(0, 2, 24, 7, 1, 2, 3, 99);
+    const Outcome result = runExpecting(0, {"version"});
     EXPECT_EQ(result.out,
               "        client      server\n"
               "first   2.24.25     2.24.7\n"
@@ -47,19 +39,16 @@ TEST(Version, ShowsClientAndServerSideBySide) {
     EXPECT_THAT(result.err, IsEmpty());
 }
 
-TEST(Version, OfTheDevelopmentServerIsTheLibrarysOwn) {
+TEST(Version, OfTheDevelopmentServerEqualsThatOfTheLibrary) {
     const RealServer server;
-    const ToolResult result = runTool({"version"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    const Outcome result = runExpecting(0, {"version"});
     EXPECT_THAT(result.out, HasSubstr("first   2.24.25     2.24.25\n"));
     EXPECT_THAT(result.err, IsEmpty());
 }
 
 TEST(Version, IsTypedInJson) {
-    ScriptedServer server;
-    server.on(AUDIO_CONNECT_VERSION_SETTING, kGetVersions, Answer::words(0, 2, 24, 7, 1, 2, 3, 99));
-    const ToolResult result = runTool({"version", "--json"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    const ServerOfVersions server(0, 2, 24, 7, 1, 2, 3, 99);
+    const Outcome result = runExpecting(0, {"version", "--json"});
     EXPECT_THAT(result.err, IsEmpty());
     const json value = json::parse(result.out);
     EXPECT_EQ(value["client"], json::parse(R"({"first":[2,24,25],"second":[0,0,0]})"));
@@ -70,18 +59,16 @@ TEST(Version, IsTypedInJson) {
 }
 
 TEST(Version, WithoutAServerShowsTheClientsAndEndsWithStatusThree) {
-    const ToolResult result = runTool({"version"});
-    EXPECT_EQ(result.exitCode, 3) << result.text();
-    EXPECT_EQ(result.out, kWithoutServer);
+    const Outcome result = runExpecting(3, {"version"});
+    EXPECT_EQ(result.out, WITHOUT_SERVER);
     EXPECT_THAT(result.err, StartsWith("cabinaudio: no server"));
     EXPECT_THAT(result.err, HasSubstr("cabinaudio-server --instance"));
 }
 
 TEST(Version, OfAServerThatNeverAnswersTimesOut) {
     SilentServer silent;
-    const ToolResult result = runTool({"version", "--timeout", "1"});
-    EXPECT_EQ(result.exitCode, 4) << result.text();
-    EXPECT_EQ(result.out, kWithoutServer);
+    const Outcome result = runExpecting(4, {"version", "--timeout", "1"});
+    EXPECT_EQ(result.out, WITHOUT_SERVER);
     EXPECT_EQ(result.err, "cabinaudio: timed out after 1 s waiting for the server's version\n");
     EXPECT_GE(result.took, std::chrono::milliseconds(1000));
 }
@@ -89,8 +76,7 @@ TEST(Version, OfAServerThatNeverAnswersTimesOut) {
 TEST(Version, OfAServerThatRegistersButDoesNotAnswerTheQueryTimesOut) {
     ScriptedServer server;
     server.onOther(Answer::none());
-    const ToolResult result = runTool({"version", "--timeout", "1", "--json"});
-    EXPECT_EQ(result.exitCode, 4) << result.text();
+    const Outcome result = runExpecting(4, {"version", "--timeout", "1", "--json"});
     EXPECT_EQ(json::parse(result.out)["ended"], "timed_out");
     EXPECT_TRUE(json::parse(result.out)["server"].is_null());
 }
@@ -98,42 +84,35 @@ TEST(Version, OfAServerThatRegistersButDoesNotAnswerTheQueryTimesOut) {
 TEST(Version, OfAServerThatRefusesTheClientFails) {
     ScriptedServer server;
     server.onRegistration(Answer::handle(0));
-    const ToolResult result = runTool({"version", "--json"});
-    EXPECT_EQ(result.exitCode, 1) << result.text();
+    const Outcome result = runExpecting(1, {"version", "--json"});
     EXPECT_EQ(json::parse(result.out)["ended"], "refused");
     EXPECT_THAT(result.err, HasSubstr("did not register this client"));
 }
 
-TEST(Version, ShowsWhatAFailingQueryAnswered) {
-    ScriptedServer server;
-    server.on(AUDIO_CONNECT_VERSION_SETTING, kGetVersions, Answer::words(-77, 1, 2, 3, 4, 5, 6, 7));
-    const ToolResult result = runTool({"version"});
-    EXPECT_EQ(result.exitCode, 1) << result.text();
+TEST(Version, ShowsTheAnswerOfAFailingQuery) {
+    const ServerOfVersions server(-77, 1, 2, 3, 4, 5, 6, 7);
+    const Outcome result = runExpecting(1, {"version"});
     EXPECT_THAT(result.out, HasSubstr("first   2.24.25     1.2.3\n"));
     EXPECT_EQ(result.err, "cabinaudio: the version query failed: status -77\n");
 }
 
-TEST(TheLibrarysLog, GoesToStderrWhenAskedFor) {
+TEST(LibraryLog, GoesToStderrWithVerbose) {
     ScriptedServer server;
-    const ToolResult result = runTool({"version", "-v"});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    const Outcome result = runExpecting(0, {"version", "-v"});
     EXPECT_THAT(result.err, HasSubstr(" D AS [AudioConnection][connect]["));
-    // The library is asked for its own version first, unconnected; that is no news.
-    EXPECT_THAT(result.err, testing::Not(HasSubstr("create socket failed")));
+    // The library's own version is read first, without a connection, and logs nothing.
+    EXPECT_THAT(result.err, Not(HasSubstr("create socket failed")));
 }
 
-TEST(TheLibrarysLog, IsAppendedToAFileWhenAskedFor) {
+TEST(LibraryLog, IsAppendedToTheGivenFile) {
     const TemporaryDirectory directory;
     const std::string log = directory.file("log");
     std::ofstream(log) << "before\n";
     ScriptedServer server;
-    const ToolResult result = runTool({"version", "--log", log});
-    EXPECT_EQ(result.exitCode, 0) << result.text();
+    const Outcome result = runExpecting(0, {"version", "--log", log});
     EXPECT_THAT(result.err, IsEmpty());
-    std::ifstream file(log);
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
-    EXPECT_THAT(text, StartsWith("before\n"));
-    EXPECT_THAT(text, HasSubstr("connect ok\n"));
+    EXPECT_THAT(contentsOf(log), StartsWith("before\n"));
+    EXPECT_THAT(contentsOf(log), HasSubstr("connect ok\n"));
 }
 
 }  // namespace cabinaudio::test

@@ -1,15 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "tests/support/User.h"
-
 #include <sys/types.h>
 
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace cabinaudio::test {
+
+/// The user "nobody", that attacks come from.
+inline constexpr uid_t NOBODY = 65534;
+
+/// A user that a child process becomes. Needs root.
+struct User {
+    uid_t user = NOBODY;
+    gid_t group = NOBODY;
+    std::vector<gid_t> groups = {};  // supplementary
+};
 
 /// Whether a child may become another user.
 bool mayBecomeAnotherUser();
@@ -41,5 +50,8 @@ private:
 
 /// Does it in a child that ends afterwards. @return the report
 std::string asUser(const std::optional<User>& user, const std::function<std::string()>& deed);
+
+/// Does it as the user "nobody". @return whether it has succeeded; false where no child may be that
+bool asNobody(const std::function<bool()>& deed);
 
 }  // namespace cabinaudio::test

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/server/UserProcess.h"
+#include "tests/support/UserProcess.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -10,6 +11,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <stdexcept>
@@ -19,6 +21,13 @@ namespace cabinaudio::test {
 namespace {
 
 constexpr int PATIENCE_MS = 120000;
+
+/// Makes this process another user's, for good. @return false, with errno, when it may not
+bool become(const User& user) {
+    return setgroups(user.groups.size(), user.groups.data()) == 0 &&
+           setresgid(user.group, user.group, user.group) == 0 &&
+           setresuid(user.user, user.user, user.user) == 0;
+}
 
 [[noreturn]] void beChild(const std::optional<User>& user, const std::function<std::string()>& deed,
                           const std::function<void()>& end, int report, int life) {
@@ -32,6 +41,7 @@ constexpr int PATIENCE_MS = 120000;
     } catch (const std::exception& error) {
         text = error.what();
     }
+    std::fflush(nullptr);  // failed expectations
     // A null byte ends it: children of the child may hold the pipe.
     if (write(report, text.c_str(), text.size() + 1) < 0) _exit(1);
     close(report);
@@ -55,6 +65,7 @@ UserProcess::UserProcess(const std::optional<User>& user, const std::function<st
     if (pipe2(report.data(), O_CLOEXEC) != 0 || pipe2(life.data(), O_CLOEXEC) != 0) {
         throw std::runtime_error("pipe");
     }
+    std::fflush(nullptr);
     mPid = fork();
     if (mPid == 0) {
         close(report[0]);
@@ -103,6 +114,10 @@ void UserProcess::end() {
 std::string asUser(const std::optional<User>& user, const std::function<std::string()>& deed) {
     UserProcess child(user, deed);
     return child.report();
+}
+
+bool asNobody(const std::function<bool()>& deed) {
+    return asUser(User{}, [&] { return std::string(deed() ? "done" : "failed"); }) == "done";
 }
 
 }  // namespace cabinaudio::test
