@@ -17,12 +17,10 @@
 #include <cabinaudio/link/LinkPolicy.h>
 #include <cabinaudio/link/RemoteCall.h>
 
-#include "tests/client/StreamFixture.h"
-#include "tests/client/StreamKinds.h"
 #include "tests/support/ConfigDirectory.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/ScriptedServer.h"
-#include "tests/support/ServerRing.h"
+#include "tests/support/kinds/StreamKinds.h"
 #include "wire/Settings.h"
 
 #include <algorithm>
@@ -31,7 +29,6 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 namespace cabinaudio::test {
@@ -39,7 +36,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr unsigned SIZE = 4096;
+constexpr unsigned SIZE = RING_SIZE;
 constexpr unsigned GET_VOLUME = 5;  // gives -1 when there is none
 constexpr auto TIMEOUT = 1500ms;
 constexpr auto LONG_WAIT = 20s;    // for what comes
@@ -137,55 +134,29 @@ private:
 
 // ---- Streams ------------------------------------------------------------------------------------
 
-/// A server that plays along with a stream called "str".
-class StreamServer {
-public:
-    explicit StreamServer(const StreamKind& kind) : mKind(kind) {
-        for (const std::uint32_t create : {2U, 21U})
-            server.on(create, Answer::words(0, 0, SIZE, 1024, 16, 256, 0));
-        for (const std::uint32_t place : {18U, 20U})
-            server.on(place, [this](const Request&) {
-                const std::lock_guard lock(mLock);
-                mRing.reset();  // removes the name
-                ++mTimesAsked;
-                // A client that has given up may have asked nevertheless.
-                if (mIsOver) return Answer::words(AUDIO_INVALID_STATE, 0, 0);
-                mRing = physicalRing("str", SIZE);
-                return Answer::words(0, RING_ADDRESS, SIZE);
-            });
+/// A server that serves a stream called "str".
+struct StreamServer {
+    explicit StreamServer(const StreamKind& kind) : ring(kind) {
+        onCreate(server, created());
+        onPlace(server, [this](const Request&) {
+            ++timesAsked;
+            return ring.place();
+        });
     }
 
-    void makeRing() {
-        if (mKind.isPosix) mRing = posixRing("str", SIZE);
+    void notify(std::uint32_t event, std::uint32_t param) {
+        const Exempt exempt;
+        if (server.clients() > 0) server.notify(event, param);
     }
-    void dropRing() {
-        const std::lock_guard lock(mLock);
-        mRing.reset();
-        mIsOver = true;
-    }
-
-    /// How often the client has asked where its ring lies.
-    [[nodiscard]] int timesAsked() const { return mTimesAsked; }
-
-    /// Gives a reader something to read.
-    void fill() {
-        const std::lock_guard lock(mLock);
-        if (!mKind.writes && mRing != nullptr) (void)put(*mRing, pattern(2048));
-    }
-    /// Takes what was written, and wakes who wrote it.
-    void drain() {
-        const std::lock_guard lock(mLock);
-        if (mKind.writes && mRing != nullptr) mRing->updateReadOffset(mRing->getWriteOffset());
+    /// Gives a reader bytes, or takes those that were written.
+    void move() {
+        const Exempt exempt;
+        ring.move(SIZE / 2);
     }
 
-    ScriptedServer server;
-
-private:
-    const StreamKind& mKind;
-    std::mutex mLock;
-    std::unique_ptr<ShareMemoryEx> mRing;
-    bool mIsOver = false;
-    std::atomic<int> mTimesAsked{0};
+    ServedRing ring;
+    std::atomic<int> timesAsked{0};  // where the ring lies
+    ScriptedServer server;           // last: its thread uses all of the above
 };
 
 void useStream(Talk& talk, AnyStream& stream, const StreamKind& kind, StreamServer& peer) {
@@ -193,18 +164,11 @@ void useStream(Talk& talk, AnyStream& stream, const StreamKind& kind, StreamServ
     talk.check("initCheck", stream.initCheck());
     talk.check("start", stream.start());
     if (!kind.isPosix) {
-        {
-            const Exempt exempt;
-            if (peer.server.clients() > 0) peer.server.notify(kind.event, 1);
-        }
+        peer.notify(kind.event, 1);
         talk.await([&] { return stream.getTotalBufferSize() != 0; });
     }
     for (int i = 0; i < 3; ++i) {
-        {
-            const Exempt exempt;
-            peer.fill();
-            peer.drain();
-        }
+        peer.move();
         const int moved = stream.move(data, 1024, true);
         talk.check("move", moved);
         talk.check(moved <= 1024, "more than asked for");
@@ -213,13 +177,10 @@ void useStream(Talk& talk, AnyStream& stream, const StreamKind& kind, StreamServ
         if (const int result = stream.operate(which, data); which != GET_VOLUME || result != -1)
             talk.check("an operation", result);
     if (!kind.isPosix) {
-        {
-            const Exempt exempt;
-            if (peer.server.clients() > 0) peer.server.notify(kind.event, 0);
-        }
+        peer.notify(kind.event, 0);
         // A playback stream takes this for another announcement, and the next operation waits for
         // its lock.
-        if (kind.writes) talk.await([&] { return peer.timesAsked() >= 2; });
+        if (kind.writes) talk.await([&] { return peer.timesAsked >= 2; });
         talk.check("move", stream.move(data, 512, false));
     }
     talk.check("stop", stream.stop());
@@ -229,10 +190,10 @@ void converse(Talk& talk, const StreamKind& kind) {
     StreamServer peer(kind);
     talk.observe(
         [&] {
-            const std::unique_ptr<AnyStream> stream = kind.create(cdFormat());
+            const std::unique_ptr<AnyStream> stream = kind.create("str", MUSIC);
             useStream(talk, *stream, kind, peer);
         },
-        [&peer] { peer.makeRing(); }, [&peer] { peer.dropRing(); });
+        [&peer] { peer.ring.begin(); }, [&peer] { peer.ring.end(); });
 }
 
 template <std::size_t KIND, bool HAS_POLICY>
@@ -252,7 +213,7 @@ std::string dumpedRecord(Record& record, const Fault& fault) {
         std::snprintf(item.outPath, sizeof item.outPath, "%s", directory.top().c_str());
         config.addDumpItem(item);
     }
-    converse(talk, streamKinds()[3]);
+    converse(talk, streamKind("record"));
     return talk.verdict();
 }
 

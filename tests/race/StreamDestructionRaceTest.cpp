@@ -1,23 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
-//
 // A stream is destroyed while one thread is blocked in it, the server's end of the ring works, and
 // notifications come as fast as the link takes them.
 #include "tests/client/StreamFixture.h"
-#include "tests/client/StreamKinds.h"
 #include "tests/race/Rounds.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/kinds/StreamKinds.h"
 
 #include <atomic>
-#include <mutex>
 #include <random>
 #include <thread>
 
 namespace cabinaudio::test {
 namespace {
 
-constexpr unsigned SIZE = 4096;
+constexpr int SIZE = RING_SIZE;
 constexpr int MOST_NOTIFICATIONS = 200;  // in a round
-constexpr int ROUNDS_PER_SERVER = 200;   // it keeps what it has received
+constexpr int ROUNDS_PER_SERVER = 200;   // a scripted server keeps each request
 
 using Random = std::minstd_rand;
 
@@ -26,54 +24,17 @@ unsigned number(Random& random) {
 }
 
 /// A server and its end of the one ring that there is.
-class RaceServer {
-public:
-    explicit RaceServer(const StreamKind& kind) : mKind(kind) {
-        for (const std::uint32_t create : {2U, 21U})
-            mServer.on(create, Answer::words(0, 0, SIZE, 1024, 16, 256, 0));
-        for (const std::uint32_t place : {18U, 20U})
-            mServer.on(place, [this](const Request&) {
-                makeRing();
-                return Answer::words(0, RING_ADDRESS, SIZE);
-            });
-    }
+struct RaceServer {
+    explicit RaceServer(const StreamKind& kind) : ring(kind) { ring.serve(server); }
 
-    void beginRound() {
-        if (mKind.isPosix) makeRing();
-    }
-    void endRound() {
-        const std::lock_guard lock(mRingLock);
-        mRing.reset();
-    }
-
-    /// What a server does to its end of the ring.
-    void work(unsigned count) {
-        const std::lock_guard lock(mRingLock);
-        if (!mRing) return;
-        Bytes bytes(1 + count % 512);
-        if (mKind.writes)
-            mRing->read(bytes.data(), static_cast<unsigned>(bytes.size()));
-        else
-            mRing->write(bytes.data(), static_cast<unsigned>(bytes.size()));
-    }
-
-    /// Notifications to the newest client.
+    /// To the newest client.
     void notify(std::uint32_t event, std::uint32_t param) {
-        mServer.notify(event, param, mServer.clients() - 1);
+        server.notify(event, param, server.clients() - 1);
     }
-    void close() { mServer.close(mServer.clients() - 1); }
+    void close() { server.close(server.clients() - 1); }
 
-private:
-    void makeRing() {
-        const std::lock_guard lock(mRingLock);
-        mRing.reset();  // removes the name
-        mRing = mKind.isPosix ? posixRing("str", SIZE) : physicalRing("str", SIZE);
-    }
-
-    const StreamKind& mKind;
-    std::mutex mRingLock;
-    std::unique_ptr<ShareMemoryEx> mRing;
-    ScriptedServer mServer;
+    ServedRing ring;
+    ScriptedServer server;
 };
 
 /// What the server does all the time, until it is told to stop.
@@ -103,7 +64,7 @@ private:
                 mServer.notify(REMOVED, 0);
             else if (mMayEnd && any % 32 == 2)
                 mServer.close();
-            mServer.work(any);
+            mServer.ring.move(1 + any % 512);
             std::this_thread::yield();
         }
     }
@@ -154,10 +115,10 @@ public:
         : mThread([this, &stream] {
               while (!mEnd) {
                   const int total = stream.getTotalBufferSize();
-                  if (total != 0 && total != static_cast<int>(SIZE)) mSawWrong = true;
+                  if (total != 0 && total != SIZE) mSawWrong = true;
                   // Bytes free or used, which take another way than reading and writing.
                   const int count = stream.operate(6, nullptr);
-                  if (count < 0 || count > static_cast<int>(SIZE)) mSawWrong = true;
+                  if (count < 0 || count > SIZE) mSawWrong = true;
                   std::this_thread::yield();
               }
           }) {}
@@ -174,32 +135,30 @@ private:
     std::thread mThread;
 };
 
-class AStreamInARace : public ::testing::TestWithParam<std::size_t> {
+class StreamRace : public ::testing::TestWithParam<StreamKind> {
 protected:
-    [[nodiscard]] static const StreamKind& kind() { return streamKinds()[GetParam()]; }
-    /// Its destructor always takes 500 ms while a read is blocked in it.
-    [[nodiscard]] static bool isSlowToDestroy() { return !kind().writes && kind().isPosix; }
-    [[nodiscard]] static int refusal() {
-        return kind().writes ? AUDIO_INVALID_OPERATION : AUDIO_INVALID_STATE;
-    }
+    /// The destructor always takes 500 ms while a read is blocked in the stream.
+    [[nodiscard]] bool isSlowToDestroy() const { return !kind.writes && kind.isPosix; }
 
-    void race(RaceServer& server, unsigned seed);
+    void race(RaceServer& server, unsigned seed) const;
+
+    const StreamKind& kind = GetParam();
 };
 
-void AStreamInARace::race(RaceServer& server, unsigned seed) {
+void StreamRace::race(RaceServer& server, unsigned seed) const {
     Random random(seed);
-    server.beginRound();
-    std::unique_ptr<AnyStream> stream = kind().create(cdFormat());
+    server.ring.begin();
+    std::unique_ptr<AnyStream> stream = kind.create("str", MUSIC);
     ASSERT_EQ(stream->initCheck(), AUDIO_NO_ERROR);
     ASSERT_EQ(stream->start(), AUDIO_NO_ERROR);
-    if (!kind().isPosix && number(random) % 4 != 0) server.notify(kind().event, 1);
+    if (!kind.isPosix && number(random) % 4 != 0) server.notify(kind.event, 1);
 
     Looker looker(*stream);
-    const int most = kind().writes ? 3 * static_cast<int>(SIZE) : static_cast<int>(SIZE);
+    const int most = kind.writes ? 3 * SIZE : SIZE;
     {
         Storm storm(server, seed + 1);
         Mover mover(*stream, 1 + static_cast<int>(number(random)) % most);
-        mover.waitUntilInside(*stream, refusal());
+        mover.waitUntilInside(*stream, kind.refusal());
         const bool sawWhatCanBe = looker.end();  // no call may begin from here on
         EXPECT_TRUE(sawWhatCanBe);
         // From here on a request may never be answered, and only the destructor ends it.
@@ -212,20 +171,20 @@ void AStreamInARace::race(RaceServer& server, unsigned seed) {
         // A track without a ring waits for one even when asked not to; then the other call was
         // first.
         EXPECT_TRUE(result >= 0 || result == AUDIO_INVALID_STATE || result == AUDIO_TIMED_OUT ||
-                    result == refusal())
+                    result == kind.refusal())
             << result;
     }
-    server.endRound();
+    server.ring.drop();
 }
 
-TEST_P(AStreamInARace, IsDestroyedAtAnyMoment) {
+TEST_P(StreamRace, DestructionAtAnyMomentEndsEachCall) {
     const ProcessState before = ProcessState::now();
     std::unique_ptr<RaceServer> server;
     const int count = rounds(16);
     for (int round = 0; round < count && !HasFailure(); ++round) {
         if (round % ROUNDS_PER_SERVER == 0) {
             server.reset();
-            server = std::make_unique<RaceServer>(kind());
+            server = std::make_unique<RaceServer>(kind);
         }
         race(*server, static_cast<unsigned>(round) * 7 + 1);
         if (HasFailure()) std::fprintf(stderr, "in round %d of %d\n", round, count);
@@ -235,8 +194,8 @@ TEST_P(AStreamInARace, IsDestroyedAtAnyMoment) {
     RecordProperty("rounds", count);
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, AStreamInARace, ::testing::Range<std::size_t>(0, 5),
-                         [](const auto& kind) { return streamKinds()[kind.param].name; });
+INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamRace, ::testing::ValuesIn(streamKinds()),
+                         ::testing::PrintToStringParamName());
 
 }  // namespace
 }  // namespace cabinaudio::test

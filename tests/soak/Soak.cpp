@@ -10,7 +10,7 @@
 #include "tests/soak/ServerProcess.h"
 #include "tests/soak/Tally.h"
 #include "tests/soak/Worker.h"
-#include "tests/support/ProcessState.h"
+#include "tests/support/kinds/Leftovers.h"
 
 #include <android/log.h>
 #include <sys/mman.h>
@@ -133,11 +133,7 @@ int main(int argc, char** argv) {
         for (std::thread& worker : workers)
             worker.join();
     }
-    const bool isClean = eventually([&] {
-        const ProcessState now = ProcessState::now();
-        return now.threads <= before.threads && now.descriptors == before.descriptors &&
-               now.sharedMappings == before.sharedMappings;
-    });
+    const bool isClean = leavesNothingButNames(before);
     server.end();
     return judge(*tally, counts, server, isClean);
 }
