@@ -86,22 +86,16 @@ private:
 class PhysicalStreamInDestruction : public StreamInDestruction {};
 class WithdrawnStreamInDestruction : public StreamInDestruction {};
 
-/// The kinds of which the destructor waits for a blocked call that is slow.
-std::vector<StreamKind> slowKinds() {
-    std::vector<StreamKind> kinds = physicalKinds();
-    kinds.push_back(streamKind("alternativeTrack"));
-    return kinds;
-}
-/// The kinds that acknowledge the withdrawal of their ring.
-const StreamKind WITHDRAWN_KINDS[] = {streamKind("sink"), streamKind("uplink")};
-
 const auto NAME = ::testing::PrintToStringParamName();
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamInDestruction, ::testing::ValuesIn(slowKinds()), NAME);
+INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamInDestruction,
+                         ::testing::ValuesIn(kindsNamed({"alternativeTrack", "auxiliaryTrack",
+                                                         "sink", "uplink"})),
+                         NAME);
 INSTANTIATE_TEST_SUITE_P(OfEachKind, PhysicalStreamInDestruction,
                          ::testing::ValuesIn(physicalKinds()), NAME);
 INSTANTIATE_TEST_SUITE_P(OfEachKind, WithdrawnStreamInDestruction,
-                         ::testing::ValuesIn(WITHDRAWN_KINDS), NAME);
+                         ::testing::ValuesIn(kindsNamed({"sink", "uplink"})), NAME);
 
 TEST_P(StreamInDestruction, EndsTheBlockedCallAsRemovedWhenTheServerRemovesIt) {
     destroy();
@@ -313,12 +307,10 @@ protected:
 class StreamWithARing : public HookedStream {};
 class PlaybackWithARing : public HookedStream {};
 
-/// Kinds that delete their ring while notifications may arrive; an uplink deletes its ring after
-/// the last notification.
-const StreamKind PLAYBACK_KINDS[] = {streamKind("auxiliaryTrack"), streamKind("sink")};
-
 INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamWithARing, ::testing::ValuesIn(physicalKinds()), NAME);
-INSTANTIATE_TEST_SUITE_P(OfEachKind, PlaybackWithARing, ::testing::ValuesIn(PLAYBACK_KINDS), NAME);
+// An uplink deletes its ring after the last notification.
+INSTANTIATE_TEST_SUITE_P(OfEachKind, PlaybackWithARing,
+                         ::testing::ValuesIn(kindsNamed({"auxiliaryTrack", "sink"})), NAME);
 
 TEST_P(StreamWithARing, CanBeStoppedWhileItsReplacedRingIsDeleted) {
     const std::thread::id test = std::this_thread::get_id();
@@ -362,9 +354,9 @@ TEST_P(PlaybackWithARing, ReleasesARingThatIsAnnouncedWhileItsRingIsDeleted) {
 /// A blocked call that is woken up later than the ring says.
 class LateWakeUp : public HookedStream {};
 
-const StreamKind LATE_KINDS[] = {streamKind("alternativeTrack"), streamKind("record"),
-                                 streamKind("uplink")};
-INSTANTIATE_TEST_SUITE_P(OfEachKind, LateWakeUp, ::testing::ValuesIn(LATE_KINDS), NAME);
+INSTANTIATE_TEST_SUITE_P(OfEachKind, LateWakeUp,
+                         ::testing::ValuesIn(kindsNamed({"alternativeTrack", "record", "uplink"})),
+                         NAME);
 
 TEST_P(LateWakeUp, IsLoggedUnderTheLockOfTheStream) {
     std::promise<std::future_status> during;

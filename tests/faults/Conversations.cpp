@@ -186,7 +186,7 @@ void useStream(Talk& talk, AnyStream& stream, const StreamKind& kind, StreamServ
     talk.check("stop", stream.stop());
 }
 
-void converse(Talk& talk, const StreamKind& kind) {
+void stream(Talk& talk, const StreamKind& kind) {
     StreamServer peer(kind);
     talk.observe(
         [&] {
@@ -196,16 +196,8 @@ void converse(Talk& talk, const StreamKind& kind) {
         [&peer] { peer.ring.begin(); }, [&peer] { peer.ring.end(); });
 }
 
-template <std::size_t KIND, bool HAS_POLICY>
-std::string stream(Record& record, const Fault& fault) {
-    Talk talk(record, fault, HAS_POLICY);
-    converse(talk, streamKinds()[KIND]);
-    return talk.verdict();
-}
-
 /// A record whose bytes go into a file as well.
-std::string dumpedRecord(Record& record, const Fault& fault) {
-    Talk talk(record, fault, true);
+void dumpedRecord(Talk& talk) {
     const ConfigDirectory directory;
     {
         AudioConfig config(false);
@@ -213,8 +205,7 @@ std::string dumpedRecord(Record& record, const Fault& fault) {
         std::snprintf(item.outPath, sizeof item.outPath, "%s", directory.top().c_str());
         config.addDumpItem(item);
     }
-    converse(talk, streamKind("record"));
-    return talk.verdict();
+    stream(talk, streamKind("record"));
 }
 
 // ---- Settings -----------------------------------------------------------------------------------
@@ -281,9 +272,7 @@ void useVersion(Talk& talk) {
     talk.check("getServerVersions", version.getServerVersions(numbers, numbers + 1, numbers + 2));
 }
 
-template <bool HAS_POLICY>
-std::string settings(Record& record, const Fault& fault) {
-    Talk talk(record, fault, HAS_POLICY);
+void settings(Talk& talk) {
     ScriptedServer server;
     constexpr std::uint32_t SOURCE = 130;
     constexpr std::uint32_t VOLUME = 131;
@@ -303,29 +292,23 @@ std::string settings(Record& record, const Fault& fault) {
         useOtherSettings(talk);
         useVersion(talk);
     });
-    return talk.verdict();
 }
 
 // ---- Servers that do not answer -----------------------------------------------------------------
 
-std::string nobody(Record& record, const Fault& fault) {
-    Talk talk(record, fault, false);
+void noServer(Talk& talk) {
     talk.observe([&talk] { useVersion(talk); });
-    return talk.verdict();
 }
 
-std::string silence(Record& record, const Fault& fault) {
-    Talk talk(record, fault, false);
+void silentServer(Talk& talk) {
     ScriptedServer server;
     server.onOther(Answer::none());
     setLinkPolicy({SHORT_WAIT, true, true});
     talk.observe([&talk] { useVersion(talk); });
-    return talk.verdict();
 }
 
 /// A request that another thread waits for ends with its connection.
-std::string givingUp(Record& record, const Fault& fault) {
-    Talk talk(record, fault, true);
+void givingUp(Talk& talk) {
     ScriptedServer server;
     server.onOther(Answer::none());
     talk.observe([&talk, &server] {
@@ -348,13 +331,11 @@ std::string givingUp(Record& record, const Fault& fault) {
         requester.join();
         talk.check("callFuncId", result);
     });
-    return talk.verdict();
 }
 
 // ---- The rest -----------------------------------------------------------------------------------
 
-std::string diagnostics(Record& record, const Fault& fault) {
-    Talk talk(record, fault, false);
+void diagnostics(Talk& talk) {
     const ConfigDirectory directory;
     directory.write(
         "Dump\n tag=main\n usage=client\n outPath=/tmp\nTrace\n tag=main\n usage=client\n"
@@ -378,10 +359,9 @@ std::string diagnostics(Record& record, const Fault& fault) {
         AudioDump paused(AUDIO_TAG_MAIN, "name", "driver", false);
         paused.resume(true);
     });
-    return talk.verdict();
 }
 
-/// Waits for a word to end.
+/// Waits until it is told to end.
 class Sleeper : public AudioThread {
 public:
     Sleeper() : AudioThread("sleeper", -1, POLICY_RR) {}
@@ -399,8 +379,7 @@ private:
     AudioSemaphore mEnd{false};
 };
 
-std::string foundation(Record& record, const Fault& fault) {
-    Talk talk(record, fault, false);
+void foundation(Talk& talk) {
     talk.observe([&talk] {
         AudioNormalFree(AudioNormalRealloc(AudioNormalMalloc(10), 1000));
         Sleeper().start();
@@ -411,27 +390,25 @@ std::string foundation(Record& record, const Fault& fault) {
         (void)AudioTypes::getTag(AUDIO_TAG_INPUT_FRONT_FEEDBACK);
         (void)AudioTypes::getTag(audio::AUDIO_OUT_PATH_NONE);
     });
-    return talk.verdict();
 }
 
-/// Is told of a ring's updates.
-class Ear : public ShareMemoryUpdateNotificationCallback {
+/// Counts a ring's updates.
+class UpdateCounter : public ShareMemoryUpdateNotificationCallback {
 public:
     void notify() override { ++calls; }
     std::atomic<unsigned> calls{0};
 };
 
 /// Both ends of rings of both kinds, in one process.
-std::string rings(Record& record, const Fault& fault) {
-    Talk talk(record, fault, false);
+void rings(Talk& talk) {
     talk.observe([&talk] {
-        Ear ear;
+        UpdateCounter updates;
         for (const bool isPhysical : {false, true}) {
             const auto type = isPhysical ? SHM_TYPE_PHYS_MEM : SHM_TYPE_POSIX_SHM;
             const auto* const address = reinterpret_cast<const unsigned char*>(
                 std::uintptr_t{isPhysical ? RING_ADDRESS : 0U});
             ShareMemoryEx writer(type, "ring", address, 1000, SHM_MODE_CREATOR, nullptr);
-            ShareMemoryEx reader(type, "ring", address, 1000, SHM_MODE_READER, &ear);
+            ShareMemoryEx reader(type, "ring", address, 1000, SHM_MODE_READER, &updates);
             unsigned char bytes[100] = {1, 2, 3};
             for (int i = 0; i < 15; ++i) {
                 const int put = writer.write(bytes, sizeof bytes);
@@ -439,37 +416,49 @@ std::string rings(Record& record, const Fault& fault) {
                 talk.check(put >= 0 && put <= 100, "a write gave something odd");
                 talk.check(got >= 0 && got <= 100, "a read gave something odd");
             }
-            if (reader.isUsable()) talk.await([&ear] { return ear.calls != 0; });
-            ear.calls = 0;
+            if (reader.isUsable()) talk.await([&updates] { return updates.calls != 0; });
+            updates.calls = 0;
         }
     });
-    return talk.verdict();
+}
+
+/// Waits for the server: all of them end under a policy, some may not, or there are none to end.
+enum class Waits { BOUNDED, UNBOUNDED, NONE };
+
+Conversation conversation(const std::string& name, Waits waits,
+                          const std::function<void(Talk&)>& use) {
+    return {name, waits == Waits::UNBOUNDED, [waits, use](Record& record, const Fault& fault) {
+                Talk talk(record, fault, waits == Waits::BOUNDED);
+                use(talk);
+                return talk.verdict();
+            }};
+}
+
+std::vector<Conversation> allConversations() {
+    std::vector<Conversation> all;
+    const auto addStreams = [&all](const std::string& ending, Waits waits) {
+        for (const StreamKind& kind : streamKinds())
+            all.push_back(conversation(kind.name + ending, waits,
+                                       [&kind](Talk& talk) { stream(talk, kind); }));
+    };
+    addStreams("", Waits::BOUNDED);
+    all.push_back(conversation("record with a dump", Waits::BOUNDED, dumpedRecord));
+    all.push_back(conversation("settings", Waits::BOUNDED, settings));
+    all.push_back(conversation("diagnostics", Waits::NONE, diagnostics));
+    all.push_back(conversation("threads and memory", Waits::NONE, foundation));
+    all.push_back(conversation("rings", Waits::NONE, rings));
+    all.push_back(conversation("no server", Waits::NONE, noServer));
+    all.push_back(conversation("silent server", Waits::NONE, silentServer));
+    all.push_back(conversation("request that is given up", Waits::BOUNDED, givingUp));
+    addStreams(" without a policy", Waits::UNBOUNDED);
+    all.push_back(conversation("settings without a policy", Waits::UNBOUNDED, settings));
+    return all;
 }
 
 }  // namespace
 
 const std::vector<Conversation>& conversations() {
-    static const std::vector<Conversation> all = {
-        {"a track of alternative sound", true, stream<0, true>},
-        {"a track of auxiliary sound", true, stream<1, true>},
-        {"a sink", true, stream<2, true>},
-        {"a record", true, stream<3, true>},
-        {"an uplink", true, stream<4, true>},
-        {"a record with a dump", true, dumpedRecord},
-        {"settings", true, settings<true>},
-        {"diagnostics", false, diagnostics},
-        {"threads and memory", false, foundation},
-        {"rings", false, rings},
-        {"nobody there", true, nobody},
-        {"a server that is silent", true, silence},
-        {"a request that is given up", true, givingUp},
-        {"a track of alternative sound, without a policy", false, stream<0, false>},
-        {"a track of auxiliary sound, without a policy", false, stream<1, false>},
-        {"a sink, without a policy", false, stream<2, false>},
-        {"a record, without a policy", false, stream<3, false>},
-        {"an uplink, without a policy", false, stream<4, false>},
-        {"settings, without a policy", false, settings<false>},
-    };
+    static const std::vector<Conversation> all = allConversations();
     return all;
 }
 

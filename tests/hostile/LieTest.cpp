@@ -32,10 +32,19 @@ constexpr unsigned AT_ONCE = 32;
 constexpr int FLOOD = 2000;
 
 /// An answer instead of `good`, which is a frame and perhaps a body.
+using Tell = std::function<Bytes(const Bytes& good)>;
+
 struct Lie {
     std::string name;
-    std::function<Bytes(const Bytes& good)> tell;
+    Tell tell;
 };
+
+/// A server that is wrong about one message.
+Plan lieAt(std::size_t at, const Tell& tell) {
+    return [at, tell](std::size_t message, const Bytes& good) -> Move {
+        return {message == at ? tell(good) : good};
+    };
+}
 
 void append(Bytes& to, const Bytes& bytes) {
     to.insert(to.end(), bytes.begin(), bytes.end());
@@ -167,11 +176,7 @@ TEST_P(WrongAnswer, LetsEachCallReturnAndLeavesNothing) {
         };
         const std::size_t count = all.size() * MESSAGES;
         for (std::size_t i = 0; i < count; ++i)
-            server.plan(nameOf(i),
-                        [lie = all[i / MESSAGES].tell, at = i % MESSAGES](
-                            std::size_t message, const Bytes& good) -> Move {
-                            return {message == at ? lie(good) : good};
-                        });
+            server.plan(nameOf(i), lieAt(i % MESSAGES, all[i / MESSAGES].tell));
         const std::size_t step = stride(2);  // never a divisor of MESSAGES
         inParallel(count / step, AT_ONCE, [&](std::size_t i) { live(nameOf(i * step)); });
     }
@@ -186,9 +191,7 @@ TEST(WrongSettingAnswer, LetsEachCallReturn) {
     for (const Lie& lie : lies())
         for (const std::size_t at : {0U, 1U}) {
             HostileServer server;
-            server.planOthers([&](std::size_t message, const Bytes& good) -> Move {
-                return {message == at ? lie.tell(good) : good};
-            });
+            server.planOthers(lieAt(at, lie.tell));
             ClientVolumeSetting volume;
             float gain = 0;
             for (int i = 0; i < 3; ++i)
@@ -199,9 +202,7 @@ TEST(WrongSettingAnswer, LetsEachCallReturn) {
 TEST(UnrequestedReply, AnswersTheNextRequest) {
     // Deliberate: a reply does not name its request. Under a policy no late reply arrives.
     HostileServer server;
-    server.planOthers([](std::size_t message, const Bytes& good) -> Move {
-        return {message == 1 ? twice(withWord(good, FRAME, 77)) : good};
-    });
+    server.planOthers(lieAt(1, [](const Bytes& good) { return twice(withWord(good, FRAME, 77)); }));
     ClientVolumeSetting volume;
     EXPECT_EQ(volume.setMasterVolume(0.0F), 77);
     EXPECT_EQ(volume.setMasterVolume(0.0F), 77);
@@ -234,13 +235,13 @@ TEST(EarlyAnnouncement, LeavesNoRingBehindInATrackWithItsOwn) {
 TEST(NotificationFlood, LeavesAStreamAsItWas) {
     const PolicyGuard guard({60s, true, true});
     HostileServer server;
-    server.planOthers([](std::size_t message, const Bytes& good) -> Move {
+    server.planOthers(lieAt(3, [](const Bytes& good) {
         Bytes all;
-        for (unsigned i = 0; message == 3 && i < scaled(20000); ++i)
+        for (unsigned i = 0; i < scaled(20000); ++i)
             append(all, ScriptedServer::frame(HEADER_NOTIFY, 9999, i));
         append(all, good);
-        return {all};
-    });
+        return all;
+    }));
     const auto stream = streamKinds().front().create("flooded");
     ASSERT_EQ(stream->initCheck(), AUDIO_NO_ERROR);
     EXPECT_EQ(stream->start(), AUDIO_NO_ERROR);

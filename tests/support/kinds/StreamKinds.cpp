@@ -2,7 +2,6 @@
 #include "tests/support/kinds/StreamKinds.h"
 
 #include <algorithm>
-#include <iterator>
 #include <stdexcept>
 #include <type_traits>
 
@@ -31,13 +30,6 @@ StreamKind uplink(const char* name, std::uint32_t codec) {
             make<ClientRecordRt>};
 }
 
-template <typename Predicate>
-std::vector<StreamKind> kindsWith(Predicate predicate) {
-    std::vector<StreamKind> kinds;
-    std::copy_if(streamKinds().begin(), streamKinds().end(), std::back_inserter(kinds), predicate);
-    return kinds;
-}
-
 }  // namespace
 
 std::unique_ptr<ShareMemoryEx> StreamKind::ring(const std::string& streamName) const {
@@ -58,20 +50,15 @@ const std::vector<StreamKind>& streamKinds() {
     return kinds;
 }
 
-const std::vector<StreamKind>& physicalKinds() {
-    static const std::vector<StreamKind> kinds =
-        kindsWith([](const StreamKind& kind) { return !kind.isPosix; });
-    return kinds;
+std::vector<StreamKind> physicalKinds() {
+    return kindsNamed({"auxiliaryTrack", "sink", "uplink"});
 }
 
-const std::vector<StreamKind>& codedKinds() {
-    static const std::vector<StreamKind> kinds = [] {
-        std::vector<StreamKind> all = streamKinds();
-        all.push_back(uplink("uplinkLoas", 16));
-        all.push_back(uplink("uplinkOpus", 32));
-        return all;
-    }();
-    return kinds;
+std::vector<StreamKind> codedKinds() {
+    std::vector<StreamKind> all = streamKinds();
+    all.push_back(uplink("uplinkLoas", 16));
+    all.push_back(uplink("uplinkOpus", 32));
+    return all;
 }
 
 const StreamKind* findStreamKind(std::string_view name) {
@@ -84,6 +71,13 @@ const StreamKind& streamKind(std::string_view name) {
     const StreamKind* const kind = findStreamKind(name);
     if (kind == nullptr) throw std::invalid_argument("no such kind of stream");
     return *kind;
+}
+
+std::vector<StreamKind> kindsNamed(std::initializer_list<std::string_view> names) {
+    std::vector<StreamKind> kinds;
+    for (const std::string_view name : names)
+        kinds.push_back(streamKind(name));
+    return kinds;
 }
 
 Answer created(int perLoopSize, unsigned size) {

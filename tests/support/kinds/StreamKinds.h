@@ -9,6 +9,7 @@
 #include "tests/support/kinds/AnyStream.h"
 
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <mutex>
 #include <ostream>
@@ -64,13 +65,14 @@ struct StreamKind {
 /// The five kinds, linear PCM: two of tracks, a sink, a record, an uplink.
 [[nodiscard]] const std::vector<StreamKind>& streamKinds();
 /// Those whose ring lies in physical memory, and is announced.
-[[nodiscard]] const std::vector<StreamKind>& physicalKinds();
+[[nodiscard]] std::vector<StreamKind> physicalKinds();
 /// The five kinds, and uplinks that read LOAS and Opus frames.
-[[nodiscard]] const std::vector<StreamKind>& codedKinds();
+[[nodiscard]] std::vector<StreamKind> codedKinds();
 /// One of streamKinds(); null for another name.
 [[nodiscard]] const StreamKind* findStreamKind(std::string_view name);
 /// The same where it must exist.
 [[nodiscard]] const StreamKind& streamKind(std::string_view name);
+[[nodiscard]] std::vector<StreamKind> kindsNamed(std::initializer_list<std::string_view> names);
 
 // ---- A server's part ----------------------------------------------------------------------------
 
