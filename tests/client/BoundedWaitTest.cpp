@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Under a policy that ends every wait, each call of a stream returns, whatever the server does.
+// Under a policy that ends every wait, each call of a stream returns with any server.
 #include "tests/support/PolicyGuard.h"
 #include "tests/support/kinds/KindTest.h"
 

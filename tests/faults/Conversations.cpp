@@ -58,7 +58,8 @@ public:
         if (hasPolicy) setLinkPolicy({TIMEOUT, true, true});
     }
 
-    /// Runs what is to be observed. What it leaves behind counts, but not what the server has.
+    /// Observes `body`. Its leftovers count, but not those of the server, made and removed by
+    /// `begin` and `end`.
     template <typename Body>
     void observe(
         Body body, const std::function<void()>& begin = [] {},
@@ -87,7 +88,7 @@ public:
         if (!holds) say(what);
     }
 
-    /// Waits for what the library does on its own; not for long once something has failed.
+    /// Waits for an act of a library thread; not for long once a call has failed.
     template <typename Condition>
     void await(Condition condition) {
         const Exempt exempt;

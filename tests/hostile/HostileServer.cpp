@@ -12,7 +12,7 @@ namespace cabinaudio::test {
 
 namespace {
 
-/// A scripted server keeps each request and client, so that it is replaced after so many.
+/// A scripted server keeps each request and client; it is replaced after so many clients.
 constexpr std::size_t MOST_CLIENTS = 500;
 
 Bytes reply(std::initializer_list<std::uint32_t> words) {

@@ -17,6 +17,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -70,7 +71,7 @@ public:
         store(mHeader->readOffset, read);
         store(mHeader->writeOffset, write);
     }
-    /// One field to one of the values, by a number that goes on.
+    /// Sets one field to one of the values, both chosen by a running number.
     void scribble(unsigned number) const {
         std::uint32_t* const fields[] = {&mHeader->size, &mHeader->readOffset,
                                          &mHeader->writeOffset};
@@ -169,9 +170,11 @@ TEST_P(RingOfAStream, BearsAnotherProcessThatWritesItsHeaderDuringTransfers) {
         GTEST_SKIP() << "ends the process when less than a packet of silence is due";
     const pid_t scribbler = fork();
     ASSERT_GE(scribbler, 0);
-    if (scribbler == 0)  // nothing here but stores: the other threads are not in this process
-        for (unsigned i = 0;; ++i)
+    if (scribbler == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        for (unsigned i = 0;; ++i)  // only stores: the other threads are not in this process
             header->scribble(i);
+    }
     for (unsigned i = 0; i < scaled(3000); ++i) {
         GuardedBuffer room(CODED_ROOM);
         EXPECT_LE(stream->move(room.data(), LENGTH, false), static_cast<int>(CODED_ROOM));

@@ -171,7 +171,7 @@ protected:
         (void)conversation.statuses();  // as far as it came
         expectBroken(conversation);
         if (way == Way::STOPPED) {
-            // A late answer is nobody's.
+            // The late answer is discarded.
             server.goOn();
             const int late = conversation.operate();
             EXPECT_TRUE(isRefusal(late) || late == UNANSWERED) << late;

@@ -7,6 +7,8 @@
 #include "tests/support/kinds/StreamKinds.h"
 
 #include <atomic>
+#include <chrono>
+#include <future>
 #include <random>
 #include <thread>
 
@@ -37,103 +39,53 @@ struct RaceServer {
     ScriptedServer server;
 };
 
-/// What the server does all the time, until it is told to stop.
-class Storm {
-public:
-    Storm(RaceServer& server, unsigned seed)
-        : mServer(server), mThread([this, seed] { blow(seed); }) {}
-    ~Storm() {
-        mEnd = true;
-        mThread.join();
+/// Notifies the stream and works on its ring until it is told to stop.
+/// @param mayEnd  whether the stream may be removed, or its connection closed, too
+void serve(RaceServer& server, unsigned seed, const std::atomic<bool>& isOver,
+           const std::atomic<bool>& mayEnd) {
+    Random random(seed);
+    int left = MOST_NOTIFICATIONS;
+    while (!isOver) {
+        const unsigned any = number(random);
+        if (any % 3 == 0 && left-- > 0)
+            server.notify(2 + any / 3 % 4, any / 16 % 2);
+        else if (mayEnd && any % 16 == 1)
+            server.notify(REMOVED, 0);
+        else if (mayEnd && any % 32 == 2)
+            server.close();
+        server.ring.move(1 + any % 512);
+        std::this_thread::yield();
     }
-    Storm(const Storm&) = delete;
-    Storm& operator=(const Storm&) = delete;
+}
 
-    /// From now on the stream may be removed, or the connection closed, too.
-    void allowEnd() { mMayEnd = true; }
-
-private:
-    void blow(unsigned seed) {
-        Random random(seed);
-        int left = MOST_NOTIFICATIONS;
-        while (!mEnd) {
-            const unsigned any = number(random);
-            if (any % 3 == 0 && left-- > 0)
-                mServer.notify(2 + any / 3 % 4, any / 16 % 2);
-            else if (mMayEnd && any % 16 == 1)
-                mServer.notify(REMOVED, 0);
-            else if (mMayEnd && any % 32 == 2)
-                mServer.close();
-            mServer.ring.move(1 + any % 512);
-            std::this_thread::yield();
-        }
+/// Queries the stream again and again until it is told to stop. @return whether all values can be
+bool query(AnyStream& stream, const std::atomic<bool>& isOver) {
+    bool isGood = true;
+    while (!isOver) {
+        const int total = stream.getTotalBufferSize();
+        // Bytes free or used, which take another way than reading and writing.
+        const int count = stream.available();
+        isGood = isGood && (total == 0 || total == SIZE) && count >= 0 && count <= SIZE;
+        std::this_thread::yield();
     }
-
-    RaceServer& mServer;
-    std::atomic<bool> mEnd{false};
-    std::atomic<bool> mMayEnd{false};
-    std::thread mThread;
-};
+    return isGood;
+}
 
 /// A read or write in a thread of its own.
-class Mover {
-public:
-    Mover(AnyStream& stream, int bytes)
-        : mThread([this, &stream, bytes] {
-              Bytes data(static_cast<std::size_t>(bytes));
-              mResult = stream.move(data.data(), bytes, true);
-              mHasEnded = true;
-          }) {}
-    ~Mover() { mThread.join(); }
-    Mover(const Mover&) = delete;
-    Mover& operator=(const Mover&) = delete;
+std::future<int> moving(AnyStream& stream, int bytes) {
+    return std::async(std::launch::async, [&stream, bytes] {
+        Bytes data(static_cast<std::size_t>(bytes));
+        return stream.move(data.data(), bytes, true);
+    });
+}
 
-    /// Returns once it is blocked in the stream, or has left it. Of two calls one is refused.
-    void waitUntilInside(AnyStream& stream, int refusal) const {
-        unsigned char byte = 0;
-        while (!mHasEnded && stream.move(&byte, 1, false) != refusal)
-            std::this_thread::yield();
-    }
-    void waitUntilOutside() const {
-        while (!mHasEnded)
-            std::this_thread::yield();
-    }
-    [[nodiscard]] bool hasEnded() const { return mHasEnded; }
-    /// Once it has ended.
-    [[nodiscard]] int result() const { return mResult; }
-
-private:
-    std::atomic<bool> mHasEnded{false};
-    std::atomic<int> mResult{0};
-    std::thread mThread;
-};
-
-/// Looks at the stream again and again.
-class Looker {
-public:
-    explicit Looker(AnyStream& stream)
-        : mThread([this, &stream] {
-              while (!mEnd) {
-                  const int total = stream.getTotalBufferSize();
-                  if (total != 0 && total != SIZE) mSawWrong = true;
-                  // Bytes free or used, which take another way than reading and writing.
-                  const int count = stream.operate(6, nullptr);
-                  if (count < 0 || count > SIZE) mSawWrong = true;
-                  std::this_thread::yield();
-              }
-          }) {}
-    /// @return whether all that it saw can be
-    [[nodiscard]] bool end() {
-        mEnd = true;
-        mThread.join();
-        return !mSawWrong;
-    }
-
-private:
-    std::atomic<bool> mEnd{false};
-    std::atomic<bool> mSawWrong{false};
-    std::thread mThread;
-};
+/// Returns once the call is blocked in the stream, or has left it. Of two calls one is refused.
+void waitUntilInside(const std::future<int>& mover, AnyStream& stream, int refusal) {
+    unsigned char byte = 0;
+    while (mover.wait_for(std::chrono::seconds(0)) != std::future_status::ready &&
+           stream.move(&byte, 1, false) != refusal)
+        std::this_thread::yield();
+}
 
 class StreamRace : public ::testing::TestWithParam<StreamKind> {
 protected:
@@ -153,27 +105,27 @@ void StreamRace::race(RaceServer& server, unsigned seed) const {
     ASSERT_EQ(stream->start(), AUDIO_NO_ERROR);
     if (!kind.isPosix && number(random) % 4 != 0) server.notify(kind.event, 1);
 
-    Looker looker(*stream);
+    std::atomic<bool> areQueriesOver{false};
+    std::atomic<bool> isOver{false};
+    std::atomic<bool> mayEnd{false};
+    auto querying = std::async(std::launch::async, [&] { return query(*stream, areQueriesOver); });
+    std::thread serving([&] { serve(server, seed + 1, isOver, mayEnd); });
     const int most = kind.writes ? 3 * SIZE : SIZE;
-    {
-        Storm storm(server, seed + 1);
-        Mover mover(*stream, 1 + static_cast<int>(number(random)) % most);
-        mover.waitUntilInside(*stream, kind.refusal());
-        const bool sawWhatCanBe = looker.end();  // no call may begin from here on
-        EXPECT_TRUE(sawWhatCanBe);
-        // From here on a request may never be answered, and only the destructor ends it.
-        storm.allowEnd();
-        if (isSlowToDestroy() && number(random) % 64 != 0) mover.waitUntilOutside();
-        stream.reset();
-        // It may still be on its way out of the stream, as an object of the language.
-        mover.waitUntilOutside();
-        const int result = mover.result();
-        // A track without a ring waits for one even when asked not to; then the other call was
-        // first.
-        EXPECT_TRUE(result >= 0 || result == AUDIO_INVALID_STATE || result == AUDIO_TIMED_OUT ||
-                    result == kind.refusal())
-            << result;
-    }
+    auto mover = moving(*stream, 1 + static_cast<int>(number(random)) % most);
+    waitUntilInside(mover, *stream, kind.refusal());
+    areQueriesOver = true;
+    EXPECT_TRUE(querying.get());  // no call may begin from here on
+    // From here on a request may never be answered, and only the destructor ends it.
+    mayEnd = true;
+    if (isSlowToDestroy() && number(random) % 64 != 0) mover.wait();
+    stream.reset();
+    // A track without a ring waits for one even when asked not to; then the other call was first.
+    const int result = mover.get();
+    EXPECT_TRUE(result >= 0 || result == AUDIO_INVALID_STATE || result == AUDIO_TIMED_OUT ||
+                result == kind.refusal())
+        << result;
+    isOver = true;
+    serving.join();
     server.ring.drop();
 }
 

@@ -2,8 +2,8 @@
 // cabinaudio-soak TIME [SEED]: streams of all kinds and settings against servers of which some are
 // killed and some stand still for a while, with sources that come and go, and every byte compared.
 // TIME: hours, or with an ending 90s, 3m, 2h. The seed is printed first, and a summary last. Fails
-// on any byte that is not where it should be, any failure that no killed server explains, and
-// whatever is left behind.
+// on any byte in a wrong place, any failure that no killed server explains, and anything left
+// behind.
 #include <cabinaudio/link/LinkPolicy.h>
 
 #include "tests/soak/Random.h"

@@ -164,7 +164,7 @@ private:
     void compare(std::size_t count) {
         if (count == 0) return;
         if (mIsSilent) {
-            // Silence tells no place. What comes behind it, in as long a piece, does.
+            // Silence has no position in the stream; a piece of data behind it has.
             if (count < 12 || !position_pattern::place(mBytes, 0)) return;
             mIsSilent = false;
         }

@@ -52,7 +52,7 @@ struct StreamKind {
 
     [[nodiscard]] bool isSink() const { return tag == AUDIO_TAG_MAIN; }
     [[nodiscard]] bool isTrack() const { return writes && !isSink(); }
-    /// A read gives one frame, whatever it asks for.
+    /// A read gives one frame, independent of the count that it asks for.
     [[nodiscard]] bool isCoded() const { return format.codecType != 0; }
     /// Result of a write or read while another one is blocked in the stream.
     [[nodiscard]] int refusal() const {
