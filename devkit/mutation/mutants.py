@@ -10,7 +10,7 @@ OUT_OF_REACH = "out of reach: "
 Mutant = namedtuple("Mutant", "place name old new reason", defaults=("",))
 
 # A peer that wakes blocked calls without end.
-STORM = "hostile-server-test --gtest_filter=AStormOfWakeUps.*"
+STORM = "hostile-server-test --gtest_filter=RepeatedWakeUps.*"
 
 # File prefix -> test programs, the quickest first; the first matching entry applies.
 TESTS = [

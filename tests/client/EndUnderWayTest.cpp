@@ -1,21 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-//
 // The server's notifications while a stream is being made or destroyed, and operations beside one
 // that waits.
 #include <cabinaudio/foundation/AudioTime.h>
 
 #include "tests/client/SlowThreads.h"
-#include "tests/client/StreamFixture.h"
-#include "tests/client/StreamKinds.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/kinds/KindTest.h"
 
 #include <android/log.h>
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <atomic>
-#include <cstdio>
 #include <functional>
 #include <future>
 #include <string>
@@ -24,51 +18,32 @@
 namespace cabinaudio::test {
 namespace {
 
-constexpr unsigned SIZE = 4096;
-constexpr int STEP = 512;
-constexpr std::uint32_t LET_GO = 19;
-
-// Indices of streamKinds().
-constexpr std::size_t TRACK = 1;
-constexpr std::size_t SINK = 2;
-constexpr std::size_t UPLINK = 4;
-
 /// A stream whose destructor waits for a blocked call that is slow to wake up.
-class StreamInDestruction : public AStream, public ::testing::WithParamInterface<std::size_t> {
+class StreamInDestruction : public EachKindTest {
 protected:
-    StreamInDestruction() {
-        for (const std::uint32_t create : {2U, 21U})
-            server.on(create, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
-        for (const std::uint32_t function : {18U, 20U})
-            server.on(function, Answer::words(0, RING_ADDRESS, SIZE));
-    }
-
     ~StreamInDestruction() override {
         if (mDestroyer.joinable()) (void)wakeUp();
     }
 
-    [[nodiscard]] static const StreamKind& kind() { return streamKinds()[GetParam()]; }
-
     /// Returns while the destructor waits.
     void destroy() {
         before = ProcessState::now();
-        serverRing = kind().isPosix ? posixRing("str", SIZE) : physicalRing("str", SIZE);
-        stream = kind().create(kind().writes ? cdFormat() : speechFormat());
-        ASSERT_EQ(stream->start(), AUDIO_NO_ERROR) << log.dump();
-        if (!kind().isPosix) {
-            server.notify(kind().event, 1);
-            ASSERT_TRUE(log.waitForMatching(INFO, kind().announced)) << log.dump();
-        }
-        if (kind().writes)
+        serverRing = kind.ring();
+        create();
+        start();
+        announce();
+        if (kind.writes) {
             ASSERT_EQ(stream->move(data.data(), SIZE - 1, false), static_cast<int>(SIZE - 1));
-        else
-            makeLive();
+        } else {
+            ASSERT_EQ(serverRing->write(data.data(), STEP), STEP);
+            ASSERT_EQ(move(STEP), STEP) << log.dump();
+        }
         mMover = blocked(
             [this, moved = stream.get()] {
                 sleepOnUntil(mGo);
                 return moved->move(data.data(), STEP, true);
             },
-            kind().writes ? AUDIO_INVALID_OPERATION : AUDIO_INVALID_STATE);
+            kind.refusal());
         AnyStream* const watched = stream.get();
         mDestroyer = std::thread([this] {
             stream.reset();
@@ -77,7 +52,7 @@ protected:
         // The object lives until the blocked call has left.
         const char* const line = "\\[str\\] client record state is not active:0.\n";
         ASSERT_TRUE(eventually([&] {
-            if (kind().writes) return log.count(WARN, "[str] destroy with out stop finish\n") == 1;
+            if (kind.writes) return log.count(WARN, "[str] destroy with out stop finish\n") == 1;
             (void)watched->available();
             return log.countMatching(ERROR, line) != 0;
         })) << log.dump();
@@ -87,13 +62,6 @@ protected:
         mGo.release();
         mDestroyer.join();
         return mMover.get();
-    }
-    /// Waits until the stream has handled all notifications so far.
-    void settle() {
-        server.notify(9999, 0);
-        const int priority = GetParam() <= TRACK ? ERROR : DEBUG;
-        ASSERT_TRUE(log.waitForMatching(priority, "(\\[str\\] )?unknown msg\\(9999\\), value=0\n"))
-            << log.dump();
     }
     void expectNothingLeft() {
         EXPECT_EQ(mLapsedWaits, 0) << "the blocked call left without a signal";
@@ -107,27 +75,27 @@ protected:
     }
 
     ProcessState before;
-    std::unique_ptr<AnyStream> stream;
 
 private:
-    [[nodiscard]] static AudioFormatDesc speechFormat() {
-        return {0, 16000, 0, AUDIO_CHANNEL_MAP_1, 0, AUDIO_BIT_DEPTH_16};
-    }
-    void makeLive() {
-        ASSERT_EQ(serverRing->write(data.data(), STEP), STEP);
-        ASSERT_EQ(stream->move(data.data(), STEP, true), STEP) << log.dump();
-    }
-
     std::binary_semaphore mGo{0};
     std::future<int> mMover;
     std::thread mDestroyer;
     int mLapsedWaits = 0;  // of the destructor
 };
 
-const auto kindName = [](const auto& kind) { return streamKinds()[kind.param].name; };
+class PhysicalStreamInDestruction : public StreamInDestruction {};
+class WithdrawnStreamInDestruction : public StreamInDestruction {};
+
+const auto NAME = ::testing::PrintToStringParamName();
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamInDestruction,
-                         ::testing::Values(std::size_t{0}, TRACK, SINK, UPLINK), kindName);
+                         ::testing::ValuesIn(kindsNamed({"alternativeTrack", "auxiliaryTrack",
+                                                         "sink", "uplink"})),
+                         NAME);
+INSTANTIATE_TEST_SUITE_P(OfEachKind, PhysicalStreamInDestruction,
+                         ::testing::ValuesIn(physicalKinds()), NAME);
+INSTANTIATE_TEST_SUITE_P(OfEachKind, WithdrawnStreamInDestruction,
+                         ::testing::ValuesIn(kindsNamed({"sink", "uplink"})), NAME);
 
 TEST_P(StreamInDestruction, EndsTheBlockedCallAsRemovedWhenTheServerRemovesIt) {
     destroy();
@@ -140,14 +108,13 @@ TEST_P(StreamInDestruction, EndsTheBlockedCallAsRemovedWhenTheServerRemovesIt) {
     expectNothingLeft();
 }
 
-TEST_P(StreamInDestruction, HandlesTheAnnouncementOfARing) {
-    if (kind().isPosix) return;
+TEST_P(PhysicalStreamInDestruction, HandlesTheAnnouncementOfARing) {
     destroy();
-    const std::uint32_t function = kind().writes ? 20 : 18;
+    const std::uint32_t function = kind.writes ? 20 : 18;
     const std::size_t asked = server.requests(function).size();
-    server.notify(kind().event, 1);
+    server.notify(kind.event, 1);
     settle();
-    if (kind().writes) {
+    if (kind.writes) {
         EXPECT_EQ(server.requests(function).size(), asked + 1) << log.dump();
     } else {
         EXPECT_EQ(server.requests(function).size(), asked);
@@ -157,165 +124,146 @@ TEST_P(StreamInDestruction, HandlesTheAnnouncementOfARing) {
     expectNothingLeft();
 }
 
-TEST_P(StreamInDestruction, LeavesNothingWhenAnotherRingIsAnnounced) {
-    if (kind().isPosix) return;
+TEST_P(PhysicalStreamInDestruction, LeavesNothingWhenAnotherRingIsAnnounced) {
     destroy();
     server.notify(REMOVED, 0);  // so that an uplink maps the ring, too
-    serverRing = physicalRing("str", SIZE);
-    server.notify(kind().event, 1);
+    serverRing = kind.ring();
+    server.notify(kind.event, 1);
     settle();
     (void)wakeUp();
     expectNothingLeft();
 }
 
-TEST_P(StreamInDestruction, AcknowledgesTheWithdrawalOfItsRing) {
-    if (GetParam() != SINK && GetParam() != UPLINK) return;
+TEST_P(WithdrawnStreamInDestruction, AcknowledgesTheWithdrawalOfItsRing) {
     destroy();
-    if (GetParam() == SINK)
-        server.notify(4, 0);
-    else
-        server.notify(2, 0);
+    server.notify(kind.isSink() ? 4 : 2, 0);
     ASSERT_TRUE(server.waitForRequest(LET_GO)) << log.dump();
     settle();
-    if (GetParam() == SINK)
-        EXPECT_EQ(log.count(INFO, "[str]Source is deactived done\n"), 1U) << log.dump();
-    else
-        EXPECT_EQ(log.count(INFO, "[str] record unInitShareMem\n"), 1U) << log.dump();
+    const char* const line =
+        kind.isSink() ? "[str]Source is deactived done\n" : "[str] record unInitShareMem\n";
+    EXPECT_EQ(log.count(INFO, line), 1U) << log.dump();
     EXPECT_EQ(wakeUp(), AUDIO_INVALID_STATE);
     expectNothingLeft();
 }
 
 /// Streams that the server removes before it has answered the create request.
-class StreamRemovedInCreation : public AStream,
-                                public ::testing::WithParamInterface<std::size_t> {};
+class StreamRemovedInCreation : public EachKindTest {};
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamRemovedInCreation, ::testing::Range<std::size_t>(0, 5),
-                         kindName);
+INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamRemovedInCreation, ::testing::ValuesIn(streamKinds()),
+                         NAME);
 
 TEST_P(StreamRemovedInCreation, StaysRemoved) {
-    const StreamKind& kind = streamKinds()[GetParam()];
-    server.on(21, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
-    server.on(2, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
     server.onRegistration(Answer::handle(100).after(REMOVED, 0));
     for (int round = 0; round < 20; ++round) {
-        std::unique_ptr<AnyStream> stream;
         {
             const SlowToLock slow;  // the notification comes first
-            stream = kind.create(cdFormat());
+            create();
         }
-        EXPECT_TRUE(log.waitForMatching(
-            DEBUG, "\\[str\\]server (track|record) has be deleted, disconnect.\n"));
+        waitForRemoval();
         EXPECT_TRUE(eventually([&] { return stream->initCheck() == AUDIO_INVALID_STATE; }))
             << log.dump();
+        stream.reset();
         log.clear();
     }
 }
 
 /// Streams that get a notification before their registration is answered.
-class StreamNotifiedInCreation : public AStream, public ::testing::WithParamInterface<std::size_t> {
-protected:
-    [[nodiscard]] std::unique_ptr<AnyStream> create() const {
-        return streamKinds()[GetParam()].create(cdFormat());
-    }
-};
+class StreamNotifiedInCreation : public EachKindTest {};
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamNotifiedInCreation,
-                         ::testing::Values(TRACK, SINK, UPLINK), kindName);
+INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamNotifiedInCreation, ::testing::ValuesIn(physicalKinds()),
+                         NAME);
 
 TEST_P(StreamNotifiedInCreation, SendsNoRequestBeforeItIsRegistered) {
-    server.on(21, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
-    server.on(2, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
-    server.on(20, Answer::words(0, RING_ADDRESS, SIZE));
     // An uplink that is not created yet maps no ring; it acknowledges the end of one.
-    const bool isUplink = GetParam() == UPLINK;
-    server.onRegistration(Answer::handle(100).bodyHeld().after(isUplink ? 2 : 3, 0));
-    auto creation = std::async(std::launch::async, [this] { return create(); });
+    server.onRegistration(Answer::handle(100).bodyHeld().after(kind.event, 0));
+    auto creation = std::async(std::launch::async, [this] { create(); });
     // A stream that does not wait asks now.
     EXPECT_EQ(creation.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
     server.release();
-    const std::unique_ptr<AnyStream> stream = creation.get();
-    EXPECT_TRUE(server.waitForRequest(isUplink ? LET_GO : 20)) << log.dump();
+    creation.get();
+    EXPECT_TRUE(server.waitForRequest(kind.writes ? 20 : LET_GO)) << log.dump();
     EXPECT_EQ(log.countMatching(ERROR, "mConn=.*\n"), 0U) << log.dump();
 }
 
-class ASinkWithoutItsSource : public AStream {
+class SinkWithoutItsSource : public KindTest {
 protected:
-    ASinkWithoutItsSource() {
-        server.on(21, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
-        server.on(20, Answer::words(0, RING_ADDRESS, SIZE));
-        serverRing = physicalRing("str", SIZE);
-        AudioFormatDesc format = cdFormat();
-        sink = std::make_unique<ClientSink>("str", AUDIO_TAG_MAIN, format, 0);
-    }
+    SinkWithoutItsSource() : KindTest(streamKind("sink")) { serverRing = kind.ring(); }
 
-    std::unique_ptr<ClientSink> sink;
+    AudioFormatDesc format = MUSIC;
+    ClientSink sink{"str", AUDIO_TAG_MAIN, format, 0};
 };
 
-/// A sink whose start request is not answered yet.
-class SinkInARequest : public AStream {
-protected:
-    SinkInARequest() {
-        server.on(21, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
-        server.on(START, Answer::status(0).held());
-        AudioFormatDesc format = cdFormat();
-        sink = std::make_unique<ClientSink>("str", AUDIO_TAG_MAIN, format, 0);
-        starting = std::async(std::launch::async, [this] { return sink->start(); });
-        EXPECT_TRUE(server.waitForRequest(START)) << log.dump();
-    }
-    /// Runs the call on a thread of its own, which may have to wait.
-    void expectLine(int priority, const std::string& line, const std::function<void()>& call) {
-        std::thread caller(call);
-        EXPECT_TRUE(log.waitFor(priority, line)) << line << log.dump();
-        server.release();
-        EXPECT_EQ(starting.get(), AUDIO_NO_ERROR);
-        caller.join();
-    }
-
-    std::unique_ptr<ClientSink> sink;
-    std::future<int> starting;
-};
-
-TEST_F(SinkInARequest, LogsAStopBeforeItWaits) {
-    expectLine(DEBUG, "[str]stop In\n", [this] { EXPECT_EQ(sink->stop(), AUDIO_NO_ERROR); });
-}
-
-TEST_F(SinkInARequest, LogsASecondStartBeforeItWaits) {
-    log.clear();
-    expectLine(DEBUG, "[str]start In\n", [this] { EXPECT_EQ(sink->start(), AUDIO_NO_ERROR); });
-}
-
-TEST_F(SinkInARequest, LogsAClearBeforeItWaits) {
-    expectLine(DEBUG, "[str]clear In\n", [this] { EXPECT_EQ(sink->clear(), AUDIO_INVALID_STATE); });
-}
-
-TEST_F(SinkInARequest, LogsTheEndOfTheDataBeforeItWaits) {
-    expectLine(DEBUG, "[str]writeDone In\n",
-               [this] { EXPECT_EQ(sink->writeDone(), AUDIO_INVALID_STATE); });
-}
-
-TEST_F(SinkInARequest, LogsItsRemovalBeforeItWaits) {
-    expectLine(DEBUG, "[str]server track has be deleted, disconnect.\n",
-               [this] { server.notify(REMOVED, 0); });
-}
-
-TEST_F(SinkInARequest, IsCheckedWithoutWaiting) {
-    EXPECT_EQ(sink->initCheck(), AUDIO_NO_ERROR);
-    EXPECT_EQ(starting.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
-    server.release();
-    EXPECT_EQ(starting.get(), AUDIO_NO_ERROR);
-}
-
-TEST_F(ASinkWithoutItsSource, AsksForTheNextRingOnlyAfterTheAcknowledgment) {
+TEST_F(SinkWithoutItsSource, AsksForTheNextRingOnlyAfterTheAcknowledgment) {
     server.on(LET_GO, Answer::status(0).held());
-    std::future<void> acknowledging = std::async(std::launch::async, [this] { sink->deactived(); });
+    std::future<void> acknowledging = std::async(std::launch::async, [this] { sink.deactived(); });
     ASSERT_TRUE(server.waitForRequest(LET_GO)) << log.dump();
     server.notify(3, 1);
     // A sink that does not wait asks now.
     EXPECT_EQ(acknowledging.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
     server.release();
     EXPECT_TRUE(server.waitForRequest(20)) << log.dump();
-    EXPECT_TRUE(eventually([this] { return sink->getTotalBufferSize() == int{SIZE}; }));
+    EXPECT_TRUE(eventually([this] { return sink.getTotalBufferSize() == int{SIZE}; }));
     EXPECT_EQ(log.countMatching(ERROR, ".*bad sequence\n"), 0U) << log.dump();
+}
+
+/// A sink whose start request is not answered yet.
+class SinkInARequest : public KindTest {
+protected:
+    SinkInARequest() : KindTest(streamKind("sink")) {
+        server.on(START, Answer::status(0).held());
+        create();
+        starting = std::async(std::launch::async, [this] { return stream->start(); });
+        EXPECT_TRUE(server.waitForRequest(START)) << log.dump();
+    }
+    /// Runs the call on a thread of its own, which may have to wait.
+    void expectLine(const std::string& line, const std::function<void()>& call) {
+        log.clear();
+        std::thread caller(call);
+        EXPECT_TRUE(log.waitFor(DEBUG, line)) << line << log.dump();
+        server.release();
+        EXPECT_EQ(starting.get(), AUDIO_NO_ERROR);
+        caller.join();
+    }
+
+    std::future<int> starting;
+};
+
+/// An operation beside a start request, and its result.
+struct SinkOperation {
+    const char* name;
+    int (AnyStream::*call)();
+    int result;
+
+    friend void PrintTo(const SinkOperation& one, std::ostream* out) { *out << one.name; }
+};
+
+class SinkOperationInARequest : public SinkInARequest,
+                                public ::testing::WithParamInterface<SinkOperation> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    OfEachOperation, SinkOperationInARequest,
+    ::testing::Values(SinkOperation{"stop", &AnyStream::stop, AUDIO_NO_ERROR},
+                      SinkOperation{"start", &AnyStream::start, AUDIO_NO_ERROR},
+                      SinkOperation{"clear", &AnyStream::clear, AUDIO_INVALID_STATE},
+                      SinkOperation{"writeDone", &AnyStream::ask, AUDIO_INVALID_STATE}),
+    NAME);
+
+TEST_P(SinkOperationInARequest, IsLoggedBeforeItWaits) {
+    const SinkOperation& one = GetParam();
+    expectLine(std::string("[str]") + one.name + " In\n",
+               [&] { EXPECT_EQ((stream.get()->*one.call)(), one.result); });
+}
+
+TEST_F(SinkInARequest, LogsItsRemovalBeforeItWaits) {
+    expectLine("[str]server track has be deleted, disconnect.\n",
+               [this] { server.notify(REMOVED, 0); });
+}
+
+TEST_F(SinkInARequest, IsCheckedWithoutWaiting) {
+    EXPECT_EQ(stream->initCheck(), AUDIO_NO_ERROR);
+    EXPECT_EQ(starting.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    server.release();
+    EXPECT_EQ(starting.get(), AUDIO_NO_ERROR);
 }
 
 // ---- Steps under the lock, seen from inside of a log line ---------------------------------------
@@ -337,48 +285,32 @@ public:
     LineHook& operator=(const LineHook&) = delete;
 };
 
-/// A stream with a ring in physical memory, whose lines go to a hook.
-class StreamWithARing : public ::testing::TestWithParam<std::size_t> {
+/// A stream whose lines go to a hook instead of `log`.
+class HookedStream : public EachKindTest {
 protected:
-    StreamWithARing() {
-        for (const std::uint32_t create : {2U, 21U})
-            server.on(create, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
-        for (const std::uint32_t function : {18U, 20U})
-            server.on(function, Answer::words(0, RING_ADDRESS, SIZE));
-    }
-    /// A part of the line that says that a ring was mapped.
-    [[nodiscard]] static const char* announced() {
-        if (GetParam() == TRACK) return "]share memory ready size[4096]";
-        return GetParam() == SINK ? "]main init shareMemory OK size:4096"
-                                  : "] record initShareMem OK, shm_size = 4096";
-    }
     [[nodiscard]] static bool isDeletion(const std::string& line) {
         return line.find("delete shared memory name:") != std::string::npos;
     }
+    [[nodiscard]] static bool isLateWakeUp(const std::string& line) {
+        return line.find("update share memory IPC interVal") != std::string::npos;
+    }
+    /// A started stream with its ring.
     void make() {
         makeRing();
-        stream = kind().create(cdFormat());
-        ASSERT_EQ(stream->start(), AUDIO_NO_ERROR);
-        server.notify(kind().event, 1);
+        create();
+        start();
+        if (!kind.isPosix) server.notify(kind.event, 1);
         ASSERT_TRUE(eventually([this] { return stream->getTotalBufferSize() != 0; }));
     }
-    /// The server's end of a ring in a new object.
-    void makeRing() {
-        char name[64];
-        std::snprintf(name, sizeof name, "/str_0x%x", RING_ADDRESS);
-        shm_unlink(name);
-        serverRing = physicalRing("str", SIZE);
-        ASSERT_TRUE(serverRing->isUsable());
-    }
-    [[nodiscard]] static const StreamKind& kind() { return streamKinds()[GetParam()]; }
-
-    ScriptedServer server;
-    std::unique_ptr<ShareMemoryEx> serverRing;
-    std::unique_ptr<AnyStream> stream;
 };
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamWithARing, ::testing::Values(TRACK, SINK, UPLINK),
-                         kindName);
+class StreamWithARing : public HookedStream {};
+class PlaybackWithARing : public HookedStream {};
+
+INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamWithARing, ::testing::ValuesIn(physicalKinds()), NAME);
+// An uplink deletes its ring after the last notification.
+INSTANTIATE_TEST_SUITE_P(OfEachKind, PlaybackWithARing,
+                         ::testing::ValuesIn(kindsNamed({"auxiliaryTrack", "sink"})), NAME);
 
 TEST_P(StreamWithARing, CanBeStoppedWhileItsReplacedRingIsDeleted) {
     const std::thread::id test = std::this_thread::get_id();
@@ -391,25 +323,26 @@ TEST_P(StreamWithARing, CanBeStoppedWhileItsReplacedRingIsDeleted) {
     });
     make();
     makeRing();
-    server.notify(kind().event, 1);
+    server.notify(kind.event, 1);
     EXPECT_EQ(during.get_future().get(), std::future_status::ready)
         << "the ring is deleted under the stream's lock";
     EXPECT_EQ(stopping.get(), AUDIO_NO_ERROR);
     stream.reset();
 }
 
-TEST_P(StreamWithARing, ReleasesARingThatIsAnnouncedWhileItsRingIsDeleted) {
-    if (GetParam() == UPLINK) return;  // deletes its ring after the last notification
+TEST_P(PlaybackWithARing, ReleasesARingThatIsAnnouncedWhileItsRingIsDeleted) {
+    const char* const mapped =
+        kind.isSink() ? "]main init shareMemory OK size:4096" : "]share memory ready size[4096]";
     const ProcessState before = ProcessState::now();
-    std::promise<void> mapped;
-    std::future<void> isMapped = mapped.get_future();
+    std::promise<void> isMapped;
+    std::future<void> mapping = isMapped.get_future();
     std::atomic<int> announcements{0};
     std::atomic<int> deletions{0};
     const LineHook hook([&](const std::string& line) {
-        if (line.find(announced()) != std::string::npos && ++announcements == 2) mapped.set_value();
+        if (line.find(mapped) != std::string::npos && ++announcements == 2) isMapped.set_value();
         if (!isDeletion(line) || ++deletions != 1) return;
-        server.notify(kind().event, 1);
-        EXPECT_EQ(isMapped.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+        server.notify(kind.event, 1);
+        EXPECT_EQ(mapping.wait_for(std::chrono::seconds(20)), std::future_status::ready);
     });
     make();
     stream.reset();
@@ -418,129 +351,76 @@ TEST_P(StreamWithARing, ReleasesARingThatIsAnnouncedWhileItsRingIsDeleted) {
     EXPECT_TRUE(leavesNoMoreThan(before));
 }
 
-class TrackOfATest : public ::testing::Test {
-protected:
-    TrackOfATest() {
-        server.on(21, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
-        server.on(20, Answer::words(0, RING_ADDRESS, SIZE));
-    }
-    void make(AudioTagType tag) {
-        AudioFormatDesc format = cdFormat();
-        serverRing =
-            tag == AUDIO_TAG_ALTERNATIVE ? posixRing("str", SIZE) : physicalRing("str", SIZE);
-        track = std::make_unique<ClientTrack>("str", tag, format, 0);
-        ASSERT_EQ(track->start(), AUDIO_NO_ERROR);
-    }
+/// A blocked call that is woken up later than the ring says.
+class LateWakeUp : public HookedStream {};
 
-    ScriptedServer server;
-    std::vector<unsigned char> data = std::vector<unsigned char>(SIZE, 0x5a);
-    std::unique_ptr<ShareMemoryEx> serverRing;
-    std::unique_ptr<ClientTrack> track;
+INSTANTIATE_TEST_SUITE_P(OfEachKind, LateWakeUp,
+                         ::testing::ValuesIn(kindsNamed({"alternativeTrack", "record", "uplink"})),
+                         NAME);
+
+TEST_P(LateWakeUp, IsLoggedUnderTheLockOfTheStream) {
+    std::promise<std::future_status> during;
+    std::future<int> other;
+    std::atomic<bool> isDone{false};
+    const LineHook hook([&](const std::string& line) {
+        if (!isLateWakeUp(line) || isDone.exchange(true)) return;
+        // Bytes used, or another callback.
+        const unsigned operation = kind.writes ? 8 : 6;
+        other = std::async(std::launch::async,
+                           [this, operation] { return stream->operate(operation, nullptr); });
+        during.set_value(other.wait_for(std::chrono::milliseconds(100)));
+    });
+    make();
+    if (kind.writes) {
+        ASSERT_EQ(stream->move(data.data(), SIZE - 1, false), static_cast<int>(SIZE - 1));
+    } else {
+        ASSERT_EQ(serverRing->write(data.data(), STEP), STEP);
+        ASSERT_EQ(move(STEP), STEP);
+    }
+    std::future<int> mover = blockedMove();
+    // The last update of the ring is that of the bytes above, which is late by now.
+    ASSERT_TRUE(
+        eventually([this] { return AudioTime::now() / 1000 >= serverRing->getUpdateTime() + 2; }));
+    stream->notify();
+    EXPECT_EQ(during.get_future().get(), std::future_status::timeout)
+        << "an operation got the lock in between";
+    EXPECT_GE(other.get(), AUDIO_NO_ERROR);
+    Bytes bytes(STEP);
+    if (kind.writes)
+        serverRing->read(bytes.data(), STEP);
+    else
+        serverRing->write(bytes.data(), STEP);
+    EXPECT_EQ(mover.get(), STEP);
+    stream.reset();
+}
+
+class AuxiliaryTrack : public KindTest {
+protected:
+    AuxiliaryTrack() : KindTest(streamKind("auxiliaryTrack")) { serverRing = kind.ring(); }
 };
 
-TEST_F(TrackOfATest, MapsAnAnnouncedRingWhileItsRequestIsOutstanding) {
+TEST_F(AuxiliaryTrack, MapsAnAnnouncedRingWhileItsRequestIsOutstanding) {
+    std::unique_ptr<ClientTrack> track;
     std::promise<int> during;
     const LineHook hook([&](const std::string& line) {
         if (line.find("]share memory ready size") != std::string::npos)
             during.set_value(track->setKeyShift(1.0F));
     });
-    make(AUDIO_TAG_AUXILIARY);
+    AudioFormatDesc format = MUSIC;
+    track = std::make_unique<ClientTrack>("str", AUDIO_TAG_AUXILIARY, format, 0);
+    ASSERT_EQ(track->start(), AUDIO_NO_ERROR);
     server.notify(3, 0);
     EXPECT_EQ(during.get_future().get(), AUDIO_NO_MEMORY) << "the request's blocks are in use";
-    EXPECT_TRUE(eventually([this] { return track->setKeyShift(1.0F) == AUDIO_NO_ERROR; }));
+    EXPECT_TRUE(eventually([&] { return track->setKeyShift(1.0F) == AUDIO_NO_ERROR; }));
     track.reset();
 }
 
-TEST_F(TrackOfATest, KeepsItsLockUntilALateWakeUpHasBeenLogged) {
-    make(AUDIO_TAG_ALTERNATIVE);
-    std::promise<std::future_status> during;
-    std::future<int> other;
-    bool isDone = false;
-    const LineHook hook([&](const std::string& line) {
-        if (isDone || line.find("update share memory IPC interVal") == std::string::npos) return;
-        isDone = true;
-        other = std::async(std::launch::async, [&] { return track->setCallback(nullptr); });
-        during.set_value(other.wait_for(std::chrono::milliseconds(100)));
-    });
-    ASSERT_EQ(track->write(data.data(), SIZE - 1, false), static_cast<int>(SIZE - 1));
-    std::future<int> writer =
-        blocked([this] { return track->write(data.data(), STEP, true); }, AUDIO_INVALID_OPERATION);
-    // The time of the last update is that of the write above, which is late by now.
-    ASSERT_TRUE(
-        eventually([this] { return AudioTime::now() / 1000 >= serverRing->getUpdateTime() + 2; }));
-    std::vector<unsigned char> played(STEP);
-    serverRing->read(played.data(), STEP);
-    EXPECT_EQ(during.get_future().get(), std::future_status::timeout)
-        << "an operation got the lock in between";
-    EXPECT_EQ(other.get(), AUDIO_NO_ERROR);
-    EXPECT_EQ(writer.get(), STEP);
-    track.reset();
-}
-
-/// A capture stream that reads live data gets a wake-up that is late.
-template <typename Record>
-void expectLockUntilLateWakeUpIsLogged(ScriptedServer& server, Record& record, ShareMemoryEx& ring,
-                                       std::future<std::future_status> during) {
-    const std::vector<unsigned char> sent(STEP, 0x5a);
-    std::vector<unsigned char> bytes(STEP);
-    const auto read = [&] { return record.read(bytes.data(), STEP, true); };
-    ASSERT_EQ(record.start(), AUDIO_NO_ERROR);
-    server.notify(2, 1);
-    ASSERT_TRUE(eventually([&] { return record.getTotalBufferSize() != 0; }));
-    ASSERT_EQ(ring.write(sent.data(), STEP), STEP);
-    ASSERT_EQ(read(), STEP);
-    std::future<int> reader = blocked(read, AUDIO_INVALID_STATE);
-    ASSERT_TRUE(eventually([&] { return AudioTime::now() / 1000 >= ring.getUpdateTime() + 2; }));
-    record.notify();
-    EXPECT_EQ(during.get(), std::future_status::timeout) << "an operation got the lock in between";
-    ASSERT_EQ(ring.write(sent.data(), STEP), STEP);
-    EXPECT_EQ(reader.get(), STEP);
-}
-
-class LateWakeUpOfARecord : public TrackOfATest {
-protected:
-    /// @param make  makes the record
-    template <typename Record, typename Make>
-    void expectLock(std::unique_ptr<ShareMemoryEx> ring, Make make) {
-        server.on(2, Answer::words(0, 0, SIZE, STEP, 16, 256, 0));
-        server.on(18, Answer::words(0, RING_ADDRESS, SIZE));
-        AudioFormatDesc speech = {0, 16000, 0, AUDIO_CHANNEL_MAP_1, 0, AUDIO_BIT_DEPTH_16};
-        Record* record = nullptr;
-        std::promise<std::future_status> during;
-        std::future<int> other;
-        std::atomic<bool> isDone{false};
-        const LineHook hook([&](const std::string& line) {
-            if (line.find("update share memory IPC interVal") == std::string::npos) return;
-            if (isDone.exchange(true)) return;
-            other = std::async(std::launch::async, [&] { return record->bytesUsed(); });
-            during.set_value(other.wait_for(std::chrono::milliseconds(100)));
-        });
-        std::unique_ptr<Record> made = make(speech);
-        record = made.get();
-        expectLockUntilLateWakeUpIsLogged(server, *record, *ring, during.get_future());
-        if (other.valid()) other.wait();
-        made.reset();
-    }
-};
-
-TEST_F(LateWakeUpOfARecord, IsLoggedUnderTheLockOfTheRawMicrophone) {
-    expectLock<ClientRecord>(posixRing("str", SIZE), [](AudioFormatDesc& format) {
-        return std::make_unique<ClientRecord>("str", AUDIO_TAG_INPUT0, format, 0);
-    });
-}
-
-TEST_F(LateWakeUpOfARecord, IsLoggedUnderTheLockOfTheUplink) {
-    expectLock<ClientRecordRt>(physicalRing("str", SIZE), [](AudioFormatDesc& format) {
-        return std::make_unique<ClientRecordRt>("str", AUDIO_TAG_UPLINK, format);
-    });
-}
-
-TEST_F(TrackOfATest, WaitsOnForItsRingAfterASignalWithoutOne) {
-    make(AUDIO_TAG_AUXILIARY);
-    std::future<int> writer =
-        blocked([this] { return track->write(data.data(), STEP, true); }, AUDIO_INVALID_OPERATION);
+TEST_F(AuxiliaryTrack, WaitsOnForItsRingAfterASignalWithoutOne) {
+    create();
+    start();
+    std::future<int> writer = blockedMove();
     for (int i = 0; i < 10; ++i)
-        track->notify();
+        stream->notify();
     server.notify(3, 0);
     EXPECT_EQ(writer.get(), STEP);
 }

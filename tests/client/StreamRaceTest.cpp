@@ -1,64 +1,40 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Any operation from any thread at any time, while the server does as it likes.
-#include "tests/client/StreamFixture.h"
-#include "tests/client/StreamKinds.h"
+// Any operation from any thread at any time, and servers that answer with less or with nonsense.
 #include "tests/support/ProcessState.h"
+#include "tests/support/kinds/KindTest.h"
 
 #include <atomic>
-#include <mutex>
 #include <random>
-#include <string>
 #include <thread>
 #include <vector>
 
 namespace cabinaudio::test {
 namespace {
 
-constexpr unsigned SIZE = 4096;
 constexpr std::uint32_t GET_VOLUME = 9;
 
-class ABusyStream : public AStream, public ::testing::WithParamInterface<std::size_t> {
+class BusyStream : public EachKindTest {
 protected:
-    ABusyStream() {
-        for (const std::uint32_t create : {2U, 21U})
-            server.on(create, Answer::words(0, 0, SIZE, 1024, 16, 256, 0));
-        for (const std::uint32_t place : {18U, 20U})
-            server.on(place, [this](const Request&) {
-                const std::lock_guard lock(mRingLock);
-                serverRing.reset();  // removes the name
-                serverRing = physicalRing("str", SIZE);
-                return Answer::words(0, RING_ADDRESS, SIZE);
-            });
+    BusyStream() {
+        ring.serve(server);
         // In full: what a short answer lacks, the client would take from the notification behind
         // it.
-        if (!kind().writes) server.on(GET_VOLUME, Answer::words(0, 70));
-        if (kind().isPosix) serverRing = posixRing("str", SIZE);
+        if (!kind.writes) server.on(GET_VOLUME, Answer::words(0, 70));
+        ring.begin();
     }
-    ~ABusyStream() override { stream.reset(); }
-
-    [[nodiscard]] static const StreamKind& kind() { return streamKinds()[GetParam()]; }
-
-    /// What a server may do to its end of the ring.
-    void serveRing(unsigned number) {
-        const std::lock_guard lock(mRingLock);
-        if (!serverRing) return;
-        Bytes bytes(1 + number % 512);
-        if (kind().writes)
-            serverRing->read(bytes.data(), static_cast<unsigned>(bytes.size()));
-        else
-            serverRing->write(bytes.data(), static_cast<unsigned>(bytes.size()));
+    ~BusyStream() override {
+        stream.reset();
+        server.stop();  // its rules use the ring
     }
 
-    std::mutex mRingLock;
-    std::unique_ptr<AnyStream> stream;
+    ServedRing ring{kind};
 };
 
-TEST_P(ABusyStream, StandsOperationsFromEverywhere) {
+TEST_P(BusyStream, StandsOperationsFromEachThread) {
     const ProcessState before = ProcessState::now();
-    stream = kind().create(cdFormat());
+    create();
     ASSERT_EQ(stream->initCheck(), AUDIO_NO_ERROR) << log.dump();
-    ASSERT_EQ(stream->start(), AUDIO_NO_ERROR);
+    start();
     std::vector<std::thread> users;
     std::atomic<int> wrong{0};
     for (unsigned seed = 1; seed <= 3; ++seed)
@@ -78,7 +54,7 @@ TEST_P(ABusyStream, StandsOperationsFromEverywhere) {
         const auto number = static_cast<unsigned>(random() >> 4);
         // Rings come, go and are played out; nothing is removed for good.
         if (number % 3 == 0) server.notify(2 + number / 3 % 4, number / 16 % 2);
-        serveRing(number);
+        ring.move(1 + number % 512);
     }
     for (std::thread& user : users)
         user.join();
@@ -88,53 +64,40 @@ TEST_P(ABusyStream, StandsOperationsFromEverywhere) {
     const Stopwatch watch;
     stream.reset();
     EXPECT_LT(watch.ms(), 20'000);
-    {
-        const std::lock_guard lock(mRingLock);
-        serverRing.reset();
-    }
+    ring.drop();
     EXPECT_TRUE(eventually([&] { return ProcessState::now().threads <= before.threads; }));
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, ABusyStream, ::testing::Range<std::size_t>(0, 5),
-                         [](const auto& kind) { return streamKinds()[kind.param].name; });
-
-/// Servers that answer with less, or with nonsense.
-class AnOddServer : public ABusyStream {
+class StreamOfAnOddServer : public BusyStream {
 protected:
-    /// A stream after this answer to its create request. It must bear being used.
-    void use(const Answer& created) {
-        for (const std::uint32_t create : {2U, 21U})
-            server.on(create, created);
-        stream = kind().create(format);
-        ASSERT_EQ(stream->start(), AUDIO_NO_ERROR) << log.dump();
-        EXPECT_LE(stream->move(data.data(), 512, false), 512);
+    /// A stream after this answer to its create request, which moves some data.
+    void use(const Answer& answer) {
+        onCreate(server, answer);
+        create();
+        start();
+        EXPECT_LE(stream->move(data.data(), STEP, false), STEP);
     }
-    AudioFormatDesc format = cdFormat();
 };
 
-TEST_P(AnOddServer, ThatAnswersAStatusOnlyIsTakenAsNamingNoSizes) {
+TEST_P(StreamOfAnOddServer, HasNoStepSizeWhenTheAnswerIsAStatusOnly) {
     use(Answer::status(0));
     EXPECT_EQ(stream->getPerLoopSize(), 0);
     EXPECT_EQ(stream->stop(), AUDIO_NO_ERROR);
 }
 
-TEST_P(AnOddServer, MayNameAnySize) {
+TEST_P(StreamOfAnOddServer, TakesAnySizeFromTheAnswer) {
     for (const std::int32_t size : {-512, 1, 15, 0x7fffffff, static_cast<int>(0x80000000U)}) {
         use(Answer::words(0, 0, SIZE, size, size, size, 0));
         EXPECT_EQ(stream->getPerLoopSize(), size);
         stream.reset();
-        if (kind().isPosix) {
-            serverRing.reset();
-            serverRing = posixRing("str", SIZE);
-        }
+        ring.begin();
     }
 }
 
-TEST_P(AnOddServer, MayRemoveAStreamThatItIsStillMaking) {
+TEST_P(StreamOfAnOddServer, IsRemovedByANotificationInFrontOfItsCreation) {
     for (int round = 0; round < 5; ++round) {
-        for (const std::uint32_t create : {2U, 21U})
-            server.on(create, Answer::words(0, 0, SIZE, 1024, 16, 256, 0).after(REMOVED, 0));
-        stream = kind().create(format);
+        onCreate(server, created().after(REMOVED, 0));
+        create();
         EXPECT_TRUE(eventually([&] { return stream->start() == AUDIO_INVALID_STATE; }))
             << log.dump();
         EXPECT_EQ(stream->stop(), AUDIO_INVALID_STATE);
@@ -142,26 +105,24 @@ TEST_P(AnOddServer, MayRemoveAStreamThatItIsStillMaking) {
     }
 }
 
-TEST_P(AnOddServer, MayAnnounceTheRingOfAStreamThatItIsStillMaking) {
-    if (kind().isPosix) return;
-    for (const std::uint32_t create : {2U, 21U})
-        server.on(create, Answer::words(0, 0, 0, 1024, 16, 256, 0).after(kind().event, 1));
-    stream = kind().create(format);
+class PhysicalStreamOfAnOddServer : public StreamOfAnOddServer {};
+
+TEST_P(PhysicalStreamOfAnOddServer, MapsARingThatIsAnnouncedInFrontOfItsCreation) {
+    onCreate(server, created(1024, 0).after(kind.event, 1));
+    create();
     EXPECT_TRUE(eventually([&] { return stream->getTotalBufferSize() == static_cast<int>(SIZE); }))
         << log.dump();
 }
 
-TEST_P(AnOddServer, MayHaveNoRingBehindItsAnnouncement) {
-    if (kind().isPosix) return;
+TEST_P(PhysicalStreamOfAnOddServer, EndsWithoutARingBehindTheAnnouncement) {
     for (const Answer& place : {Answer::status(0), Answer::words(0, 0xfffff000U, 0xffffffffU),
                                 Answer::words(0, 0, 0), Answer::words(0, RING_ADDRESS, 1)}) {
-        for (const std::uint32_t function : {18U, 20U})
-            server.on(function, place);
-        stream = kind().create(format);
-        ASSERT_EQ(stream->start(), AUDIO_NO_ERROR);
+        onPlace(server, place);
+        create();
+        start();
         log.clear();
-        server.notify(kind().event, 1, server.clients() - 1);
-        ASSERT_TRUE(log.waitForMatching(INFO, kind().announced)) << log.dump();
+        server.notify(kind.event, 1, server.clients() - 1);
+        ASSERT_TRUE(log.waitForMatching(INFO, kind.announced)) << log.dump();
         EXPECT_LE(stream->move(data.data(), 64, false), 64);
         EXPECT_GE(stream->getTotalBufferSize(), -1);
         EXPECT_EQ(stream->stop(), AUDIO_NO_ERROR);
@@ -169,8 +130,11 @@ TEST_P(AnOddServer, MayHaveNoRingBehindItsAnnouncement) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(ForEachKind, AnOddServer, ::testing::Range<std::size_t>(0, 5),
-                         [](const auto& kind) { return streamKinds()[kind.param].name; });
+const auto NAME = ::testing::PrintToStringParamName();
+INSTANTIATE_TEST_SUITE_P(OfEachKind, BusyStream, ::testing::ValuesIn(streamKinds()), NAME);
+INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamOfAnOddServer, ::testing::ValuesIn(streamKinds()), NAME);
+INSTANTIATE_TEST_SUITE_P(OfEachKind, PhysicalStreamOfAnOddServer,
+                         ::testing::ValuesIn(physicalKinds()), NAME);
 
 }  // namespace
 }  // namespace cabinaudio::test

@@ -17,12 +17,10 @@
 #include <cabinaudio/link/LinkPolicy.h>
 #include <cabinaudio/link/RemoteCall.h>
 
-#include "tests/client/StreamFixture.h"
-#include "tests/client/StreamKinds.h"
 #include "tests/support/ConfigDirectory.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/ScriptedServer.h"
-#include "tests/support/ServerRing.h"
+#include "tests/support/kinds/StreamKinds.h"
 #include "wire/Settings.h"
 
 #include <algorithm>
@@ -31,7 +29,6 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 namespace cabinaudio::test {
@@ -39,7 +36,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr unsigned SIZE = 4096;
+constexpr unsigned SIZE = RING_SIZE;
 constexpr unsigned GET_VOLUME = 5;  // gives -1 when there is none
 constexpr auto TIMEOUT = 1500ms;
 constexpr auto LONG_WAIT = 20s;    // for what comes
@@ -61,7 +58,8 @@ public:
         if (hasPolicy) setLinkPolicy({TIMEOUT, true, true});
     }
 
-    /// Runs what is to be observed. What it leaves behind counts, but not what the server has.
+    /// Observes `body`. Its leftovers count, but not those of the server, made and removed by
+    /// `begin` and `end`.
     template <typename Body>
     void observe(
         Body body, const std::function<void()>& begin = [] {},
@@ -90,7 +88,7 @@ public:
         if (!holds) say(what);
     }
 
-    /// Waits for what the library does on its own; not for long once something has failed.
+    /// Waits for an act of a library thread; not for long once a call has failed.
     template <typename Condition>
     void await(Condition condition) {
         const Exempt exempt;
@@ -137,55 +135,29 @@ private:
 
 // ---- Streams ------------------------------------------------------------------------------------
 
-/// A server that plays along with a stream called "str".
-class StreamServer {
-public:
-    explicit StreamServer(const StreamKind& kind) : mKind(kind) {
-        for (const std::uint32_t create : {2U, 21U})
-            server.on(create, Answer::words(0, 0, SIZE, 1024, 16, 256, 0));
-        for (const std::uint32_t place : {18U, 20U})
-            server.on(place, [this](const Request&) {
-                const std::lock_guard lock(mLock);
-                mRing.reset();  // removes the name
-                ++mTimesAsked;
-                // A client that has given up may have asked nevertheless.
-                if (mIsOver) return Answer::words(AUDIO_INVALID_STATE, 0, 0);
-                mRing = physicalRing("str", SIZE);
-                return Answer::words(0, RING_ADDRESS, SIZE);
-            });
+/// A server that serves a stream called "str".
+struct StreamServer {
+    explicit StreamServer(const StreamKind& kind) : ring(kind) {
+        onCreate(server, created());
+        onPlace(server, [this](const Request&) {
+            ++timesAsked;
+            return ring.place();
+        });
     }
 
-    void makeRing() {
-        if (mKind.isPosix) mRing = posixRing("str", SIZE);
+    void notify(std::uint32_t event, std::uint32_t param) {
+        const Exempt exempt;
+        if (server.clients() > 0) server.notify(event, param);
     }
-    void dropRing() {
-        const std::lock_guard lock(mLock);
-        mRing.reset();
-        mIsOver = true;
-    }
-
-    /// How often the client has asked where its ring lies.
-    [[nodiscard]] int timesAsked() const { return mTimesAsked; }
-
-    /// Gives a reader something to read.
-    void fill() {
-        const std::lock_guard lock(mLock);
-        if (!mKind.writes && mRing != nullptr) (void)put(*mRing, pattern(2048));
-    }
-    /// Takes what was written, and wakes who wrote it.
-    void drain() {
-        const std::lock_guard lock(mLock);
-        if (mKind.writes && mRing != nullptr) mRing->updateReadOffset(mRing->getWriteOffset());
+    /// Gives a reader bytes, or takes those that were written.
+    void move() {
+        const Exempt exempt;
+        ring.move(SIZE / 2);
     }
 
-    ScriptedServer server;
-
-private:
-    const StreamKind& mKind;
-    std::mutex mLock;
-    std::unique_ptr<ShareMemoryEx> mRing;
-    bool mIsOver = false;
-    std::atomic<int> mTimesAsked{0};
+    ServedRing ring;
+    std::atomic<int> timesAsked{0};  // where the ring lies
+    ScriptedServer server;           // last: its thread uses all of the above
 };
 
 void useStream(Talk& talk, AnyStream& stream, const StreamKind& kind, StreamServer& peer) {
@@ -193,18 +165,11 @@ void useStream(Talk& talk, AnyStream& stream, const StreamKind& kind, StreamServ
     talk.check("initCheck", stream.initCheck());
     talk.check("start", stream.start());
     if (!kind.isPosix) {
-        {
-            const Exempt exempt;
-            if (peer.server.clients() > 0) peer.server.notify(kind.event, 1);
-        }
+        peer.notify(kind.event, 1);
         talk.await([&] { return stream.getTotalBufferSize() != 0; });
     }
     for (int i = 0; i < 3; ++i) {
-        {
-            const Exempt exempt;
-            peer.fill();
-            peer.drain();
-        }
+        peer.move();
         const int moved = stream.move(data, 1024, true);
         talk.check("move", moved);
         talk.check(moved <= 1024, "more than asked for");
@@ -213,38 +178,27 @@ void useStream(Talk& talk, AnyStream& stream, const StreamKind& kind, StreamServ
         if (const int result = stream.operate(which, data); which != GET_VOLUME || result != -1)
             talk.check("an operation", result);
     if (!kind.isPosix) {
-        {
-            const Exempt exempt;
-            if (peer.server.clients() > 0) peer.server.notify(kind.event, 0);
-        }
+        peer.notify(kind.event, 0);
         // A playback stream takes this for another announcement, and the next operation waits for
         // its lock.
-        if (kind.writes) talk.await([&] { return peer.timesAsked() >= 2; });
+        if (kind.writes) talk.await([&] { return peer.timesAsked >= 2; });
         talk.check("move", stream.move(data, 512, false));
     }
     talk.check("stop", stream.stop());
 }
 
-void converse(Talk& talk, const StreamKind& kind) {
+void stream(Talk& talk, const StreamKind& kind) {
     StreamServer peer(kind);
     talk.observe(
         [&] {
-            const std::unique_ptr<AnyStream> stream = kind.create(cdFormat());
+            const std::unique_ptr<AnyStream> stream = kind.create("str", MUSIC);
             useStream(talk, *stream, kind, peer);
         },
-        [&peer] { peer.makeRing(); }, [&peer] { peer.dropRing(); });
-}
-
-template <std::size_t KIND, bool HAS_POLICY>
-std::string stream(Record& record, const Fault& fault) {
-    Talk talk(record, fault, HAS_POLICY);
-    converse(talk, streamKinds()[KIND]);
-    return talk.verdict();
+        [&peer] { peer.ring.begin(); }, [&peer] { peer.ring.end(); });
 }
 
 /// A record whose bytes go into a file as well.
-std::string dumpedRecord(Record& record, const Fault& fault) {
-    Talk talk(record, fault, true);
+void dumpedRecord(Talk& talk) {
     const ConfigDirectory directory;
     {
         AudioConfig config(false);
@@ -252,8 +206,7 @@ std::string dumpedRecord(Record& record, const Fault& fault) {
         std::snprintf(item.outPath, sizeof item.outPath, "%s", directory.top().c_str());
         config.addDumpItem(item);
     }
-    converse(talk, streamKinds()[3]);
-    return talk.verdict();
+    stream(talk, streamKind("record"));
 }
 
 // ---- Settings -----------------------------------------------------------------------------------
@@ -320,9 +273,7 @@ void useVersion(Talk& talk) {
     talk.check("getServerVersions", version.getServerVersions(numbers, numbers + 1, numbers + 2));
 }
 
-template <bool HAS_POLICY>
-std::string settings(Record& record, const Fault& fault) {
-    Talk talk(record, fault, HAS_POLICY);
+void settings(Talk& talk) {
     ScriptedServer server;
     constexpr std::uint32_t SOURCE = 130;
     constexpr std::uint32_t VOLUME = 131;
@@ -342,29 +293,23 @@ std::string settings(Record& record, const Fault& fault) {
         useOtherSettings(talk);
         useVersion(talk);
     });
-    return talk.verdict();
 }
 
 // ---- Servers that do not answer -----------------------------------------------------------------
 
-std::string nobody(Record& record, const Fault& fault) {
-    Talk talk(record, fault, false);
+void noServer(Talk& talk) {
     talk.observe([&talk] { useVersion(talk); });
-    return talk.verdict();
 }
 
-std::string silence(Record& record, const Fault& fault) {
-    Talk talk(record, fault, false);
+void silentServer(Talk& talk) {
     ScriptedServer server;
     server.onOther(Answer::none());
     setLinkPolicy({SHORT_WAIT, true, true});
     talk.observe([&talk] { useVersion(talk); });
-    return talk.verdict();
 }
 
 /// A request that another thread waits for ends with its connection.
-std::string givingUp(Record& record, const Fault& fault) {
-    Talk talk(record, fault, true);
+void givingUp(Talk& talk) {
     ScriptedServer server;
     server.onOther(Answer::none());
     talk.observe([&talk, &server] {
@@ -387,13 +332,11 @@ std::string givingUp(Record& record, const Fault& fault) {
         requester.join();
         talk.check("callFuncId", result);
     });
-    return talk.verdict();
 }
 
 // ---- The rest -----------------------------------------------------------------------------------
 
-std::string diagnostics(Record& record, const Fault& fault) {
-    Talk talk(record, fault, false);
+void diagnostics(Talk& talk) {
     const ConfigDirectory directory;
     directory.write(
         "Dump\n tag=main\n usage=client\n outPath=/tmp\nTrace\n tag=main\n usage=client\n"
@@ -417,10 +360,9 @@ std::string diagnostics(Record& record, const Fault& fault) {
         AudioDump paused(AUDIO_TAG_MAIN, "name", "driver", false);
         paused.resume(true);
     });
-    return talk.verdict();
 }
 
-/// Waits for a word to end.
+/// Waits until it is told to end.
 class Sleeper : public AudioThread {
 public:
     Sleeper() : AudioThread("sleeper", -1, POLICY_RR) {}
@@ -438,8 +380,7 @@ private:
     AudioSemaphore mEnd{false};
 };
 
-std::string foundation(Record& record, const Fault& fault) {
-    Talk talk(record, fault, false);
+void foundation(Talk& talk) {
     talk.observe([&talk] {
         AudioNormalFree(AudioNormalRealloc(AudioNormalMalloc(10), 1000));
         Sleeper().start();
@@ -450,27 +391,25 @@ std::string foundation(Record& record, const Fault& fault) {
         (void)AudioTypes::getTag(AUDIO_TAG_INPUT_FRONT_FEEDBACK);
         (void)AudioTypes::getTag(audio::AUDIO_OUT_PATH_NONE);
     });
-    return talk.verdict();
 }
 
-/// Is told of a ring's updates.
-class Ear : public ShareMemoryUpdateNotificationCallback {
+/// Counts a ring's updates.
+class UpdateCounter : public ShareMemoryUpdateNotificationCallback {
 public:
     void notify() override { ++calls; }
     std::atomic<unsigned> calls{0};
 };
 
 /// Both ends of rings of both kinds, in one process.
-std::string rings(Record& record, const Fault& fault) {
-    Talk talk(record, fault, false);
+void rings(Talk& talk) {
     talk.observe([&talk] {
-        Ear ear;
+        UpdateCounter updates;
         for (const bool isPhysical : {false, true}) {
             const auto type = isPhysical ? SHM_TYPE_PHYS_MEM : SHM_TYPE_POSIX_SHM;
             const auto* const address = reinterpret_cast<const unsigned char*>(
                 std::uintptr_t{isPhysical ? RING_ADDRESS : 0U});
             ShareMemoryEx writer(type, "ring", address, 1000, SHM_MODE_CREATOR, nullptr);
-            ShareMemoryEx reader(type, "ring", address, 1000, SHM_MODE_READER, &ear);
+            ShareMemoryEx reader(type, "ring", address, 1000, SHM_MODE_READER, &updates);
             unsigned char bytes[100] = {1, 2, 3};
             for (int i = 0; i < 15; ++i) {
                 const int put = writer.write(bytes, sizeof bytes);
@@ -478,37 +417,49 @@ std::string rings(Record& record, const Fault& fault) {
                 talk.check(put >= 0 && put <= 100, "a write gave something odd");
                 talk.check(got >= 0 && got <= 100, "a read gave something odd");
             }
-            if (reader.isUsable()) talk.await([&ear] { return ear.calls != 0; });
-            ear.calls = 0;
+            if (reader.isUsable()) talk.await([&updates] { return updates.calls != 0; });
+            updates.calls = 0;
         }
     });
-    return talk.verdict();
+}
+
+/// Waits for the server: all of them end under a policy, some may not, or there are none to end.
+enum class Waits { BOUNDED, UNBOUNDED, NONE };
+
+Conversation conversation(const std::string& name, Waits waits,
+                          const std::function<void(Talk&)>& use) {
+    return {name, waits == Waits::UNBOUNDED, [waits, use](Record& record, const Fault& fault) {
+                Talk talk(record, fault, waits == Waits::BOUNDED);
+                use(talk);
+                return talk.verdict();
+            }};
+}
+
+std::vector<Conversation> allConversations() {
+    std::vector<Conversation> all;
+    const auto addStreams = [&all](const std::string& ending, Waits waits) {
+        for (const StreamKind& kind : streamKinds())
+            all.push_back(conversation(kind.name + ending, waits,
+                                       [&kind](Talk& talk) { stream(talk, kind); }));
+    };
+    addStreams("", Waits::BOUNDED);
+    all.push_back(conversation("record with a dump", Waits::BOUNDED, dumpedRecord));
+    all.push_back(conversation("settings", Waits::BOUNDED, settings));
+    all.push_back(conversation("diagnostics", Waits::NONE, diagnostics));
+    all.push_back(conversation("threads and memory", Waits::NONE, foundation));
+    all.push_back(conversation("rings", Waits::NONE, rings));
+    all.push_back(conversation("no server", Waits::NONE, noServer));
+    all.push_back(conversation("silent server", Waits::NONE, silentServer));
+    all.push_back(conversation("request that is given up", Waits::BOUNDED, givingUp));
+    addStreams(" without a policy", Waits::UNBOUNDED);
+    all.push_back(conversation("settings without a policy", Waits::UNBOUNDED, settings));
+    return all;
 }
 
 }  // namespace
 
 const std::vector<Conversation>& conversations() {
-    static const std::vector<Conversation> all = {
-        {"a track of alternative sound", true, stream<0, true>},
-        {"a track of auxiliary sound", true, stream<1, true>},
-        {"a sink", true, stream<2, true>},
-        {"a record", true, stream<3, true>},
-        {"an uplink", true, stream<4, true>},
-        {"a record with a dump", true, dumpedRecord},
-        {"settings", true, settings<true>},
-        {"diagnostics", false, diagnostics},
-        {"threads and memory", false, foundation},
-        {"rings", false, rings},
-        {"nobody there", true, nobody},
-        {"a server that is silent", true, silence},
-        {"a request that is given up", true, givingUp},
-        {"a track of alternative sound, without a policy", false, stream<0, false>},
-        {"a track of auxiliary sound, without a policy", false, stream<1, false>},
-        {"a sink, without a policy", false, stream<2, false>},
-        {"a record, without a policy", false, stream<3, false>},
-        {"an uplink, without a policy", false, stream<4, false>},
-        {"settings, without a policy", false, settings<false>},
-    };
+    static const std::vector<Conversation> all = allConversations();
     return all;
 }
 

@@ -3,20 +3,21 @@
 
 #include "tests/faults/Injector.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace cabinaudio::test {
 
-/// What an application does with one class of the library, from its first call to its last.
+/// An application's use of one class of the library, from its first call to its last.
 struct Conversation {
-    const char* name;
-    bool hasPolicy;  // every wait for the server has an end
-    std::string (*run)(Record& record, const Fault& fault);
+    std::string name;
+    bool mayWaitForever;  // for its server, without a policy
+    std::function<std::string(Record& record, const Fault& fault)> run;
 };
 
-/// Each run begins and ends with nothing of the library left. It gives what was not as documented:
-/// a result that no operation has, an exception, something that was not given back; or nothing.
+/// Each run begins and ends with nothing of the library left. It returns the deviations from the
+/// documents: an unknown result, an exception, something that was not given back.
 [[nodiscard]] const std::vector<Conversation>& conversations();
 
 }  // namespace cabinaudio::test

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Each call of the library that can fail fails, once and for good, with each errno that it can have
-// here. Nothing may come of it but what is documented: a status, or the process's end where memory
-// is exhausted; never a crash, an exception, a wait without an end, or something that stays behind.
+// here. The only results are documented ones: a status, or the process's end where memory is
+// exhausted; never a crash, an exception, an endless wait, or a leak.
 #include "tests/faults/Conversations.h"
 #include "tests/faults/Imports.h"
 #include "tests/faults/Injector.h"
@@ -44,7 +44,7 @@ bool isThorough() {
     return wish != nullptr && std::strcmp(wish, "all") == 0;
 }
 
-/// How often a site is called is no limit of interest: later calls are like earlier ones.
+/// Calls of one site that are made to fail: later calls are like earlier ones.
 constexpr std::uint32_t MOST_OCCURRENCES = 5;
 
 /// Of one fault, until its call comes.
@@ -64,7 +64,7 @@ Record* newRecord() {
 
 Record* gOwnRecord = nullptr;
 
-/// What goes wrong in here must not unwind into the copy of the test that this process is, too.
+/// No exception may unwind into the copy of the test that this process is, too.
 [[noreturn]] void converse(const Conversation& conversation, const Fault& fault,
                            Record& record) noexcept {
     const struct rlimit noCore = {0, 0};
@@ -99,7 +99,7 @@ struct Attempt {
 
     [[nodiscard]] std::string name() const {
         if (fault.occurrence == Fault::NEVER) return conversation->name;
-        return std::string(conversation->name) + ": " + describe(fault.site) + ", call " +
+        return conversation->name + ": " + describe(fault.site) + ", call " +
                std::to_string(fault.occurrence) + (fault.forGood ? " and all later ones" : "") +
                ": " + std::strerror(fault.error);
     }
@@ -192,7 +192,7 @@ std::string complaintAbout(const Attempt& run) {
            run.record->lastAssertion;
 }
 
-/// What the conversations call when nothing fails.
+/// The calls of the conversations when none fails.
 class Faults : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
@@ -244,7 +244,7 @@ TEST_F(Faults, EndAsDocumented) {
         ++processes;
         failures += run.record->failures;
         if (WIFSIGNALED(run.status)) ++aborted;
-        // Threads take turns: a call may not have come, and may so the next time.
+        // By the order of threads a call may be missing in one run and made in the next.
         if (run.record->failures == 0 && run.attempt < MOST_ATTEMPTS) again.push_back(run);
         if (run.record->failures != 0)
             injected.insert({run.fault.site, run.fault.error});
@@ -257,10 +257,8 @@ TEST_F(Faults, EndAsDocumented) {
     for (const Conversation& conversation : conversations())
         for (const Visited& visited : visits()[conversation.name]) {
             const FaultyFunction& function = faultyFunctions()[visited.site.function];
-            // Its failure may mean a wait without an end: that is what the policy is for.
-            if (function.needsPolicy && !conversation.hasPolicy &&
-                std::strstr(conversation.name, "without a policy") != nullptr)
-                continue;
+            // Its failure may mean a wait without an end; only a policy ends that wait.
+            if (function.needsPolicy && conversation.mayWaitForever) continue;
             if (!all && !seen.insert(visited.site).second) continue;
             const std::uint32_t most = all ? std::min(visited.calls, MOST_OCCURRENCES) : 1;
             for (std::uint32_t occurrence = 1; occurrence <= most; ++occurrence)

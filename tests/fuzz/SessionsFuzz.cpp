@@ -7,7 +7,7 @@
 #include "tests/fuzz/Demand.h"
 #include "tests/fuzz/Input.h"
 #include "tests/hostile/HostileServer.h"
-#include "tests/hostile/NamedStreams.h"
+#include "tests/support/kinds/StreamKinds.h"
 #include "wire/Frame.h"
 
 #include <fcntl.h>
@@ -64,8 +64,8 @@ Move moveOf(Input& input, const Bytes& good) {
 }
 
 /// A word into the header of the stream's ring.
-void scribble(const test::NamedKind& kind, Input& input) {
-    const int fd = shm_open(kind.isPosix ? "/fuzz" : "/fuzz_0x100000", O_RDWR, 0);
+void scribble(const test::StreamKind& kind, Input& input) {
+    const int fd = shm_open(("/" + kind.ringObject("fuzz")).c_str(), O_RDWR, 0);
     if (fd < 0) return;
     const std::uint32_t numbers[] = {0, 1, 63, 64, 2000, 4095, 4096, 0xffffffff};
     const std::uint32_t number = numbers[input.byte() % 8];
@@ -81,7 +81,7 @@ void move(test::AnyStream& stream, Input& input) {
     demand(stream.move(bytes.get(), count, false) <= count, "no more is moved than was asked for");
 }
 
-void operate(test::AnyStream& stream, const test::NamedKind& kind, Input& input) {
+void operate(test::AnyStream& stream, const test::StreamKind& kind, Input& input) {
     switch (input.byte() % 10) {
         case 0:
             (void)stream.initCheck();
@@ -118,7 +118,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static HostileServer server;
     cabinaudio::setLinkPolicy({std::chrono::milliseconds(20), true, true});
     if (size < 2) return 0;
-    const auto& kind = cabinaudio::test::namedKinds()[data[0] % KINDS];
+    const auto& kind = cabinaudio::test::streamKinds()[data[0] % KINDS];
     const std::size_t ours = 1 + (size - 1) / 2;
     Input operations(data + 1, ours - 1);
     server.plan("fuzz", [answers = std::make_shared<Answers>(data + ours, size - ours)](

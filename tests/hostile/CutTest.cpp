@@ -1,19 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
-// A server whose conversation ends at any byte of it: it closes the connection there, or says no
-// more. Under a policy every call comes back, and none succeeds on what was never said.
+// A server closes the connection, or stalls, behind any byte of a conversation. Under a policy
+// every call returns, and none succeeds without its answer.
 #include <cabinaudio/client/ClientSourceSetting.h>
 #include <cabinaudio/client/ClientVersionSetting.h>
 #include <cabinaudio/client/ClientVolumeSetting.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 
+#include "tests/hostile/Effort.h"
 #include "tests/hostile/HostileServer.h"
-#include "tests/hostile/NamedStreams.h"
 #include "tests/support/PolicyGuard.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/kinds/StreamKinds.h"
 
 #include <gtest/gtest.h>
 
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -25,24 +25,24 @@ using namespace std::chrono_literals;
 constexpr std::size_t FRAME = 32;
 constexpr std::size_t REGISTERED = FRAME + 8;
 constexpr std::size_t CREATED = REGISTERED + FRAME + 28;
-/// A frame counts as a reply with its first five bytes, magic and id, and what is missing of a body
-/// as 0: a server that closes behind them has said yes. Kept as it is.
+/// Deliberate: the first five bytes of a frame, magic and id, make it a reply, and missing bytes of
+/// its body count as 0. A server that closes behind them has agreed.
 constexpr std::size_t TOLD = 5;
 constexpr unsigned AT_ONCE = 32;
 
-/// How many bytes a server has said when an operation of a kind can have succeeded.
+/// How many bytes a server has sent when an operation of a kind can have succeeded.
 struct Ends {
     std::size_t checked;  // 0: without the server
     std::size_t started;
     std::size_t all;
 
-    explicit Ends(const NamedKind& kind)
-        : checked(kind.checksAtServer ? CREATED + FRAME + 4 : CREATED),
+    explicit Ends(const StreamKind& kind)
+        : checked(kind.isSink() ? CREATED : CREATED + FRAME + 4),
           started(checked + FRAME + 4),
           all(started + (kind.isPosix ? 0 : FRAME + FRAME + 12) + FRAME + 4) {}
 };
 
-/// What a stream's calls have returned.
+/// Results of a stream's calls.
 struct Outcome {
     std::size_t cut = 0;
     int check = 0;
@@ -51,21 +51,21 @@ struct Outcome {
     int stop = 0;
 };
 
-Outcome liveWith(const NamedKind& kind, const std::string& name, std::size_t cut) {
+Outcome liveWith(const StreamKind& kind, const std::string& name, std::size_t cut) {
     unsigned char bytes[64] = {};
     Outcome outcome;
     outcome.cut = cut;
     const auto stream = kind.create(name);
     outcome.check = stream->initCheck();
     outcome.start = stream->start();
-    outcome.moved = kind.isCoded ? 0 : stream->move(bytes, sizeof bytes, false);
+    outcome.moved = stream->move(bytes, sizeof bytes, false);
     (void)stream->available();
     outcome.stop = stream->stop();
     return outcome;
 }
 
 /// The calls with a server that is cut after 0, 1, 2, ... bytes.
-std::vector<Outcome> outcomes(const NamedKind& kind, Move::End end) {
+std::vector<Outcome> outcomes(const StreamKind& kind, Move::End end) {
     const std::size_t step = stride(end == Move::End::STALLS ? 3 : 1);
     std::vector<Outcome> all(Ends(kind).all / step + 1);
     HostileServer server;
@@ -77,19 +77,19 @@ std::vector<Outcome> outcomes(const NamedKind& kind, Move::End end) {
     return all;
 }
 
-class AConversation : public ::testing::TestWithParam<std::size_t> {
+class CutConversation : public ::testing::TestWithParam<StreamKind> {
 protected:
     static std::size_t withoutBody(std::size_t end, std::size_t body) {
         return end - FRAME - body + TOLD;
     }
 
-    const NamedKind& kind = namedKinds()[GetParam()];
+    const StreamKind& kind = GetParam();
     const Ends ends{kind};
 
-    void expectNothingOutOfNothing(const Outcome& outcome) const {
+    void expectNoSuccessBefore(const Outcome& outcome) const {
         const std::size_t cut = outcome.cut;
         EXPECT_TRUE(cut >= withoutBody(CREATED, 28) || outcome.check != AUDIO_NO_ERROR) << cut;
-        if (kind.checksAtServer) {
+        if (!kind.isSink()) {
             EXPECT_TRUE(cut >= withoutBody(ends.checked, 4) || outcome.check != AUDIO_NO_ERROR)
                 << cut;
         }
@@ -98,12 +98,12 @@ protected:
     }
 };
 
-TEST_P(AConversation, ThatIsClosedAtAnyByteFailsFromThereOn) {
+TEST_P(CutConversation, FailsWhenItIsClosedAtAnyByte) {
     const ProcessState before = ProcessState::now();
     {
         const PolicyGuard guard({60s, true, true});
         for (const Outcome& outcome : outcomes(kind, Move::End::CLOSES)) {
-            expectNothingOutOfNothing(outcome);
+            expectNoSuccessBefore(outcome);
             EXPECT_TRUE(outcome.cut < ends.checked || outcome.check == AUDIO_NO_ERROR)
                 << outcome.cut;
             EXPECT_TRUE(outcome.cut < ends.started || outcome.start == AUDIO_NO_ERROR)
@@ -113,20 +113,18 @@ TEST_P(AConversation, ThatIsClosedAtAnyByteFailsFromThereOn) {
     EXPECT_TRUE(leavesNoMoreThan(before));
 }
 
-TEST_P(AConversation, ThatFallsSilentAtAnyByteFailsFromThereOn) {
+TEST_P(CutConversation, FailsWhenTheServerStallsAtAnyByte) {
     const ProcessState before = ProcessState::now();
     {
         const PolicyGuard guard({40ms, true, true});
         for (const Outcome& outcome : outcomes(kind, Move::End::STALLS))
-            expectNothingOutOfNothing(outcome);
+            expectNoSuccessBefore(outcome);
     }
     EXPECT_TRUE(leavesNoMoreThan(before));
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, AConversation, ::testing::Range<std::size_t>(0, 5),
-                         [](const auto& test) {
-                             return std::string(namedKinds()[test.param].name);
-                         });
+INSTANTIATE_TEST_SUITE_P(OfEachKind, CutConversation, ::testing::ValuesIn(streamKinds()),
+                         ::testing::PrintToStringParamName());
 
 // ---- Settings, which all use one kind of request --------------------------------------------
 
@@ -138,14 +136,15 @@ bool succeeds(std::size_t cut, Move::End end, Operation operation) {
     return operation() == AUDIO_NO_ERROR;
 }
 
-TEST(ASettingsConversation, ThatIsClosedAtAnyByteFails) {
+int getVolume() {
+    float gain = 1;
+    return ClientVolumeSetting().getMasterVolume(&gain);
+}
+
+TEST(CutSettingConversation, FailsWhenItIsClosedAtAnyByte) {
     const ProcessState before = ProcessState::now();
     {
         const PolicyGuard guard({60s, true, true});
-        const auto getVolume = [] {
-            float gain = 1;
-            return ClientVolumeSetting().getMasterVolume(&gain);
-        };
         const auto getVersions = [] {
             int numbers[9] = {};
             ClientVersionSetting setting;
@@ -168,14 +167,10 @@ TEST(ASettingsConversation, ThatIsClosedAtAnyByteFails) {
     EXPECT_TRUE(leavesNoMoreThan(before));
 }
 
-TEST(ASettingsConversation, ThatFallsSilentAtAnyByteFails) {
+TEST(CutSettingConversation, FailsWhenTheServerStallsAtAnyByte) {
     const PolicyGuard guard({20ms, true, true});
-    for (std::size_t cut = 0; cut < REGISTERED + FRAME; cut += stride(3)) {
-        EXPECT_FALSE(succeeds(cut, Move::End::STALLS, [] {
-            float gain = 1;
-            return ClientVolumeSetting().getMasterVolume(&gain);
-        })) << cut;
-    }
+    for (std::size_t cut = 0; cut < REGISTERED + FRAME; cut += stride(3))
+        EXPECT_FALSE(succeeds(cut, Move::End::STALLS, getVolume)) << cut;
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 namespace cabinaudio::test {
 
 /// While it lives, every shared mapping of this program, whichever thread makes it, lies between
-/// pages that nobody may touch: one before and, where addresses are plentiful, 4 GiB behind. They
+/// inaccessible pages: one before and, where addresses are plentiful, 4 GiB behind. They
 /// stay reserved for the process's life when the mapping goes.
 class EveryMappingGuarded {
 public:

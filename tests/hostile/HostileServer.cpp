@@ -3,48 +3,17 @@
 
 #include <cabinaudio/foundation/AudioConnectType.h>
 
-#include "tests/support/ServerRing.h"
-#include "wire/Frame.h"
-
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstring>
-#include <iterator>
 #include <memory>
-#include <stdexcept>
 #include <utility>
 
 namespace cabinaudio::test {
 
 namespace {
 
-constexpr int BACKLOG = 256;
-constexpr std::uint32_t LONGEST_PAYLOAD = 1U << 16;
-
-bool receive(int connection, void* to, std::size_t size) {
-    return size == 0 || ::recv(connection, to, size, MSG_WAITALL) == static_cast<ssize_t>(size);
-}
-
-bool send(int connection, const Bytes& bytes) {
-    std::size_t sent = 0;
-    while (sent < bytes.size()) {
-        const ssize_t count =
-            ::send(connection, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-        if (count <= 0) return false;
-        sent += static_cast<std::size_t>(count);
-    }
-    return true;
-}
-
-/// Until the client has gone.
-void discard(int connection) {
-    std::uint8_t chunk[1024];
-    while (::recv(connection, chunk, sizeof chunk, 0) > 0) {
-    }
-}
+/// A scripted server keeps each request and client; it is replaced after so many clients.
+constexpr std::size_t MOST_CLIENTS = 500;
 
 Bytes reply(std::initializer_list<std::uint32_t> words) {
     Bytes bytes = ScriptedServer::frame(HEADER_REPLY);
@@ -57,7 +26,7 @@ bool captures(std::uint32_t type) {
     return type == AUDIO_CONNECT_UPLINK || type == AUDIO_CONNECT_INPUT0;
 }
 
-/// A sink and an auxiliary track are told in one way, an uplink in another.
+/// Of a ring in physical memory.
 Bytes announcement(std::uint32_t type) {
     if (type == AUDIO_CONNECT_UPLINK) return ScriptedServer::frame(HEADER_NOTIFY, 2, 1);
     if (type == AUDIO_CONNECT_MAIN || type == AUDIO_CONNECT_AUXILIARY)
@@ -66,8 +35,8 @@ Bytes announcement(std::uint32_t type) {
 }
 
 Bytes goodAnswer(std::uint32_t type, std::uint32_t function) {
-    constexpr std::uint32_t RING = HostileServer::RING_BYTES;
-    if (type >= AUDIO_CONNECT_APP_SETTING) return reply({0});  // and no more is missed
+    constexpr std::uint32_t RING = RING_SIZE;
+    if (type >= AUDIO_CONNECT_APP_SETTING) return reply({0});  // the clients miss no more
     const bool isCapture = captures(type);
     if (function == (isCapture ? 2U : 21U)) return reply({0, 0, RING, 1024, 16, 256, 0});
     if (function == (isCapture ? 18U : 20U)) return reply({0, RING_ADDRESS, RING});
@@ -78,11 +47,6 @@ Bytes goodAnswer(std::uint32_t type, std::uint32_t function) {
         bytes.insert(bytes.end(), told.begin(), told.end());
     }
     return bytes;
-}
-
-/// For clients that nothing is planned for.
-Move goodMove(std::size_t, const Bytes& good) {
-    return {good};
 }
 
 }  // namespace
@@ -97,35 +61,16 @@ Plan cutAfter(std::size_t budget, Move::End end) {
     };
 }
 
-HostileServer::HostileServer()
-    : mOthers(goodMove), mListener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    constexpr std::size_t NAME = sizeof wire::SERVER_SOCKET - 1;
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path + 1, wire::SERVER_SOCKET, NAME);
-    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + NAME);
-    if (mListener < 0 ||
-        ::bind(mListener, reinterpret_cast<const sockaddr*>(&address), length) != 0 ||
-        ::listen(mListener, BACKLOG) != 0)
-        throw std::runtime_error("cannot listen");
-    mThread = std::thread([this] { run(); });
-}
-
-HostileServer::~HostileServer() {
-    {
-        const std::lock_guard lock(mLock);
-        mEnds = true;
-        for (const int connection : mConnections)
-            ::shutdown(connection, SHUT_RDWR);
-    }
-    ::shutdown(mListener, SHUT_RDWR);
-    mThread.join();
-    for (Serving& one : mServing)
-        one.thread.join();
-    ::close(mListener);
+void HostileServer::renew() {
+    mServer.reset();
+    mConversations.clear();
+    mServer = std::make_unique<ScriptedServer>();
+    mServer->onRegistration([this](const Request& request) { return answer(request); });
+    mServer->onOther([this](const Request& request) { return answer(request); });
 }
 
 void HostileServer::plan(const std::string& name, Plan plan) {
+    if (mServer->clients() >= MOST_CLIENTS) renew();
     const std::lock_guard lock(mLock);
     mPlans[name] = std::move(plan);
 }
@@ -141,61 +86,19 @@ Plan HostileServer::planOf(const std::string& name) {
     return found != mPlans.end() ? found->second : mOthers;
 }
 
-void HostileServer::run() {
-    while (true) {
-        const int connection = ::accept4(mListener, nullptr, nullptr, SOCK_CLOEXEC);
-        if (connection < 0) return;
-        {
-            const std::lock_guard lock(mLock);
-            mConnections.insert(connection);
-            if (mEnds) ::shutdown(connection, SHUT_RDWR);
-        }
-        joinEnded();
-        Serving& one = mServing.emplace_back();
-        one.thread = std::thread([this, connection, &one] {
-            serve(connection);
-            one.isDone = true;
-        });
-    }
-}
-
-/// Their stacks would fill a small address space.
-void HostileServer::joinEnded() {
-    for (auto one = mServing.begin(); one != mServing.end();) {
-        const bool isDone = one->isDone;
-        if (isDone) one->thread.join();
-        one = isDone ? mServing.erase(one) : std::next(one);
-    }
-}
-
-void HostileServer::serve(int connection) {
-    converse(connection);
-    const std::lock_guard lock(mLock);
-    mConnections.erase(connection);
-    ::close(connection);
-}
-
-void HostileServer::converse(int connection) {
-    Plan plan;
-    audio_param header = {};
-    for (std::size_t message = 0; receive(connection, &header, sizeof header); ++message) {
-        Bytes good;
-        if (message == 0) {
-            header.name[sizeof header.name - 1] = '\0';
-            plan = planOf(header.name);
-            good = reply({0, 7});
-        } else {
-            if (header.length > LONGEST_PAYLOAD) return;
-            Bytes payload(header.length);
-            if (!receive(connection, payload.data(), payload.size())) return;
-            std::uint32_t function = 0;
-            std::memcpy(&function, payload.data(), std::min(payload.size(), sizeof function));
-            good = goodAnswer(header.type, function);
-        }
-        const Move move = plan(message, good);
-        if (!send(connection, move.bytes) || move.end == Move::End::CLOSES) return;
-        if (move.end == Move::End::STALLS) return discard(connection);
-    }
+Answer HostileServer::answer(const Request& request) {
+    Conversation& talk = mConversations[request.client];
+    if (talk.isOver) return Answer::none();
+    Bytes good = reply({0, 7});
+    if (talk.messages == 0)
+        talk.plan = planOf(std::string(request.header.name, strnlen(request.header.name, 63)));
+    else
+        good = goodAnswer(request.header.type, request.function());
+    const Move move = talk.plan(talk.messages++, good);
+    talk.isOver = move.end != Move::End::GOES_ON;
+    Answer answer = Answer::raw(move.bytes);
+    if (move.end == Move::End::CLOSES) answer.thenClose();
+    return answer;
 }
 
 }  // namespace cabinaudio::test

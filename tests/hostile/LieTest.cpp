@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-// A server that says something else than it should about one message of each conversation: frames
-// that are none, replies that nobody asked for, too many or too few bytes, impossible numbers, a
-// flood. Under a policy every call comes back, and nothing is left behind.
+// A server answers one message of each conversation wrongly: with no frame, with replies without a
+// request, with too many or too few bytes, impossible numbers, a flood. Under a policy every call
+// returns, and nothing is left behind.
 #include <cabinaudio/client/ClientVolumeSetting.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 
+#include "tests/hostile/Effort.h"
 #include "tests/hostile/HostileServer.h"
-#include "tests/hostile/NamedStreams.h"
 #include "tests/support/PolicyGuard.h"
 #include "tests/support/ProcessState.h"
-#include "tests/support/ServerRing.h"
+#include "tests/support/kinds/StreamKinds.h"
 #include "wire/Frame.h"
 
 #include <gtest/gtest.h>
@@ -31,11 +31,20 @@ constexpr std::size_t MESSAGES = 7;  // registration, create, check, start, ring
 constexpr unsigned AT_ONCE = 32;
 constexpr int FLOOD = 2000;
 
-/// What is sent instead of `good`, which is a frame and perhaps a body.
+/// An answer instead of `good`, which is a frame and perhaps a body.
+using Tell = std::function<Bytes(const Bytes& good)>;
+
 struct Lie {
     std::string name;
-    std::function<Bytes(const Bytes& good)> tell;
+    Tell tell;
 };
+
+/// A server that is wrong about one message.
+Plan lieAt(std::size_t at, const Tell& tell) {
+    return [at, tell](std::size_t message, const Bytes& good) -> Move {
+        return {message == at ? tell(good) : good};
+    };
+}
 
 void append(Bytes& to, const Bytes& bytes) {
     to.insert(to.end(), bytes.begin(), bytes.end());
@@ -52,7 +61,7 @@ Bytes twice(const Bytes& good) {
     return all;
 }
 
-/// A reply that nobody has asked for, of as many bytes as the right one, all ones.
+/// A reply without a request, as long as the right one, all ones, in front of the right one.
 Bytes unasked(const Bytes& good) {
     Bytes all(good.begin(), good.begin() + FRAME);
     all.resize(good.size(), 0xff);
@@ -60,7 +69,7 @@ Bytes unasked(const Bytes& good) {
     return all;
 }
 
-/// Of every kind that a client knows, and of some that none does, in front of the right answer.
+/// Notifications that clients know, and unknown ones, in front of the right answer.
 Bytes flooded(const Bytes& good) {
     Bytes all;
     for (int i = 0; i < FLOOD; ++i) {
@@ -114,7 +123,7 @@ std::vector<Lie> lies() {
     return all;
 }
 
-/// A server's number may be the length of an object: what would take gigabytes fails instead.
+/// A server's number may be the length of an object: one of gigabytes fails instead.
 class SmallFiles {
 public:
     SmallFiles() {
@@ -134,14 +143,12 @@ private:
     rlimit mBefore = {};
 };
 
-class ALyingServer : public ::testing::TestWithParam<std::size_t> {
+class WrongAnswer : public ::testing::TestWithParam<StreamKind> {
 protected:
-    const NamedKind& kind = namedKinds()[GetParam()];
-
-    void live(const std::string& name) const {
+    static void live(const std::string& name) {
         std::vector<unsigned char> bytes(HostileServer::RING_BYTES + 8);
         const int most = static_cast<int>(HostileServer::RING_BYTES);
-        const auto stream = kind.create(name);
+        const auto stream = GetParam().create(name);
         (void)stream->initCheck();
         (void)stream->start();
         for (int i = 0; i < 3; ++i) {
@@ -157,7 +164,7 @@ protected:
     }
 };
 
-TEST_P(ALyingServer, LeavesNoCallWithoutAnEndAndNothingBehind) {
+TEST_P(WrongAnswer, LetsEachCallReturnAndLeavesNothing) {
     const std::vector<Lie> all = lies();
     const ProcessState before = ProcessState::now();
     {
@@ -169,30 +176,22 @@ TEST_P(ALyingServer, LeavesNoCallWithoutAnEndAndNothingBehind) {
         };
         const std::size_t count = all.size() * MESSAGES;
         for (std::size_t i = 0; i < count; ++i)
-            server.plan(nameOf(i),
-                        [lie = all[i / MESSAGES].tell, at = i % MESSAGES](
-                            std::size_t message, const Bytes& good) -> Move {
-                            return {message == at ? lie(good) : good};
-                        });
+            server.plan(nameOf(i), lieAt(i % MESSAGES, all[i / MESSAGES].tell));
         const std::size_t step = stride(2);  // never a divisor of MESSAGES
         inParallel(count / step, AT_ONCE, [&](std::size_t i) { live(nameOf(i * step)); });
     }
     EXPECT_TRUE(leavesNoMoreThan(before));
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, ALyingServer, ::testing::Range<std::size_t>(0, 5),
-                         [](const auto& test) {
-                             return std::string(namedKinds()[test.param].name);
-                         });
+INSTANTIATE_TEST_SUITE_P(OfEachKind, WrongAnswer, ::testing::ValuesIn(streamKinds()),
+                         ::testing::PrintToStringParamName());
 
-TEST(ALyingServerOfSettings, LeavesNoCallWithoutAnEnd) {
+TEST(WrongSettingAnswer, LetsEachCallReturn) {
     const PolicyGuard guard({20ms, true, true});
     for (const Lie& lie : lies())
         for (const std::size_t at : {0U, 1U}) {
             HostileServer server;
-            server.planOthers([&](std::size_t message, const Bytes& good) -> Move {
-                return {message == at ? lie.tell(good) : good};
-            });
+            server.planOthers(lieAt(at, lie.tell));
             ClientVolumeSetting volume;
             float gain = 0;
             for (int i = 0; i < 3; ++i)
@@ -200,19 +199,17 @@ TEST(ALyingServerOfSettings, LeavesNoCallWithoutAnEnd) {
         }
 }
 
-TEST(AReplyThatNobodyAskedFor, IsTakenForThatOfTheNextRequest) {
-    // Deliberate: a reply carries nothing that tells whose it is. Under a policy no late one comes.
+TEST(UnrequestedReply, AnswersTheNextRequest) {
+    // Deliberate: a reply does not name its request. Under a policy no late reply arrives.
     HostileServer server;
-    server.planOthers([](std::size_t message, const Bytes& good) -> Move {
-        return {message == 1 ? twice(withWord(good, FRAME, 77)) : good};
-    });
+    server.planOthers(lieAt(1, [](const Bytes& good) { return twice(withWord(good, FRAME, 77)); }));
     ClientVolumeSetting volume;
     EXPECT_EQ(volume.setMasterVolume(0.0F), 77);
     EXPECT_EQ(volume.setMasterVolume(0.0F), 77);
     EXPECT_EQ(volume.setMasterVolume(0.0F), 0);
 }
 
-TEST(ARingThatIsAnnouncedTooEarly, IsNotLeftBehindByATrackThatHasItsOwn) {
+TEST(EarlyAnnouncement, LeavesNoRingBehindInATrackWithItsOwn) {
     const ProcessState before = ProcessState::now();
     {
         const PolicyGuard guard({60s, true, true});
@@ -227,7 +224,7 @@ TEST(ARingThatIsAnnouncedTooEarly, IsNotLeftBehindByATrackThatHasItsOwn) {
         // Whether the announcement or the constructor comes first, is up to the scheduler.
         const unsigned tracks = scaled(300);
         inParallel(tracks, 3, [](std::size_t i) {
-            const auto stream = namedKinds()[0].create("early" + std::to_string(i));
+            const auto stream = streamKinds().front().create("early" + std::to_string(i));
             (void)stream->initCheck();
             (void)stream->start();
         });
@@ -235,17 +232,17 @@ TEST(ARingThatIsAnnouncedTooEarly, IsNotLeftBehindByATrackThatHasItsOwn) {
     EXPECT_TRUE(leavesNoMoreThan(before));
 }
 
-TEST(AFloodOfNotifications, LeavesAStreamAsItWas) {
+TEST(NotificationFlood, LeavesAStreamAsItWas) {
     const PolicyGuard guard({60s, true, true});
     HostileServer server;
-    server.planOthers([](std::size_t message, const Bytes& good) -> Move {
+    server.planOthers(lieAt(3, [](const Bytes& good) {
         Bytes all;
-        for (unsigned i = 0; message == 3 && i < scaled(20000); ++i)
+        for (unsigned i = 0; i < scaled(20000); ++i)
             append(all, ScriptedServer::frame(HEADER_NOTIFY, 9999, i));
         append(all, good);
-        return {all};
-    });
-    const auto stream = namedKinds()[0].create("flooded");
+        return all;
+    }));
+    const auto stream = streamKinds().front().create("flooded");
     ASSERT_EQ(stream->initCheck(), AUDIO_NO_ERROR);
     EXPECT_EQ(stream->start(), AUDIO_NO_ERROR);
     EXPECT_EQ(stream->stop(), AUDIO_NO_ERROR);

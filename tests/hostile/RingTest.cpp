@@ -1,21 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
-// Streams whose server writes nonsense into their ring's header, before and while bytes are moved:
-// no call takes more than there can be, and no byte outside the mapping or the caller's buffer is
-// touched. The ring alone is driven through the same headers by the tests of the ring.
+// A server writes nonsense into a ring's header, before and while bytes are moved: no call takes
+// more bytes than the ring can hold, and no byte outside the mapping or the caller's buffer is
+// touched. The tests of the ring alone use the same headers.
 #include <cabinaudio/foundation/AudioStatus.h>
 
 #include "tests/client/GuardedBuffer.h"
+#include "tests/hostile/Effort.h"
 #include "tests/hostile/GuardedMappings.h"
 #include "tests/hostile/HostileServer.h"
-#include "tests/hostile/NamedStreams.h"
 #include "tests/support/PolicyGuard.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/kinds/StreamKinds.h"
 #include "wire/Ring.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -69,7 +71,7 @@ public:
         store(mHeader->readOffset, read);
         store(mHeader->writeOffset, write);
     }
-    /// One field to one of the values, by a number that goes on.
+    /// Sets one field to one of the values, both chosen by a running number.
     void scribble(unsigned number) const {
         std::uint32_t* const fields[] = {&mHeader->size, &mHeader->readOffset,
                                          &mHeader->writeOffset};
@@ -94,12 +96,12 @@ std::uint32_t freeOf(std::uint32_t size, std::uint32_t read, std::uint32_t write
     return size - 1 - usedOf(size, read, write);
 }
 
-class AStreamsRing : public ::testing::TestWithParam<std::size_t> {
+class RingOfAStream : public ::testing::TestWithParam<StreamKind> {
 protected:
     void SetUp() override {
         ASSERT_EQ(stream->initCheck(), AUDIO_NO_ERROR);
         ASSERT_EQ(stream->start(), AUDIO_NO_ERROR);
-        const std::string object = kind.isPosix ? "ring" : "ring_0x100000";
+        const std::string object = kind.ringObject("ring");
         ASSERT_TRUE(eventually([&] { return hasHeader(object); }));
         header.emplace(object);
         header->set(LENGTH, 0, 0);
@@ -116,19 +118,19 @@ protected:
     [[nodiscard]] bool isTooLittle(std::uint32_t size, std::uint32_t read,
                                    std::uint32_t write) const {
         const std::uint32_t used = usedOf(size, read, write);
-        return kind.isCoded && used > 0 && used < 64;
+        return kind.isCoded() && used > 0 && used < 64;
     }
 
     void expectMoved(std::uint32_t asked, std::uint32_t most) {
-        GuardedBuffer room(kind.isCoded ? CODED_ROOM : asked);
+        GuardedBuffer room(kind.isCoded() ? CODED_ROOM : asked);
         const int moved = stream->move(room.data(), static_cast<int>(asked), false);
-        if (kind.isCoded)  // a frame, or what stands for silence
+        if (kind.isCoded())  // a frame, or what stands for silence
             EXPECT_LE(moved, static_cast<int>(CODED_ROOM));
         else
             EXPECT_LE(moved, static_cast<int>(std::min(asked, most)));
     }
 
-    const NamedKind& kind = namedKinds()[GetParam()];
+    const StreamKind& kind = GetParam();
     PolicyGuard guard{{60s, true, true}};
     HostileServer server;
     std::optional<EveryMappingGuarded> guarded{std::in_place};
@@ -136,11 +138,11 @@ protected:
     std::optional<ServersHeader> header;
 };
 
-TEST_P(AStreamsRing, LiesBetweenGuards) {
+TEST_P(RingOfAStream, LiesBetweenGuards) {
     EXPECT_GE(EveryMappingGuarded::count(), kind.isPosix ? 1U : 2U);
 }
 
-TEST_P(AStreamsRing, GivesAndTakesWhatItCanHaveAndNothingElse) {
+TEST_P(RingOfAStream, GivesAndTakesNoMoreThanItsHeaderAllows) {
     const std::uint32_t step = static_cast<std::uint32_t>(stride(1));
     std::uint32_t round = 0;
     for (const std::uint32_t size : VALUES)
@@ -163,14 +165,16 @@ TEST_P(AStreamsRing, GivesAndTakesWhatItCanHaveAndNothingElse) {
             }
 }
 
-TEST_P(AStreamsRing, BearsAnotherProcessThatScribblesWhileBytesAreMoved) {
+TEST_P(RingOfAStream, BearsAnotherProcessThatWritesItsHeaderDuringTransfers) {
     if (std::string(kind.name) == "uplinkOpus")
         GTEST_SKIP() << "ends the process when less than a packet of silence is due";
     const pid_t scribbler = fork();
     ASSERT_GE(scribbler, 0);
-    if (scribbler == 0)  // nothing here but stores: the other threads are not in this process
-        for (unsigned i = 0;; ++i)
+    if (scribbler == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        for (unsigned i = 0;; ++i)  // only stores: the other threads are not in this process
             header->scribble(i);
+    }
     for (unsigned i = 0; i < scaled(3000); ++i) {
         GuardedBuffer room(CODED_ROOM);
         EXPECT_LE(stream->move(room.data(), LENGTH, false), static_cast<int>(CODED_ROOM));
@@ -182,22 +186,18 @@ TEST_P(AStreamsRing, BearsAnotherProcessThatScribblesWhileBytesAreMoved) {
     EXPECT_TRUE(WIFSIGNALED(status)) << "it scribbled to the end";
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, AStreamsRing,
-                         ::testing::Range<std::size_t>(0, namedKinds().size() - 1),
-                         [](const auto& test) {
-                             return std::string(namedKinds()[test.param].name);
-                         });
+INSTANTIATE_TEST_SUITE_P(OfEachKind, RingOfAStream, ::testing::ValuesIn(codedKinds()),
+                         ::testing::PrintToStringParamName());
 
 // ---- Objects that are shorter than the server says ----------------------------------------------
 
-class AnObject : public ::testing::TestWithParam<off_t> {};
+class ObjectOfLength : public ::testing::TestWithParam<off_t> {};
 
-TEST_P(AnObject, OfAnotherLengthIsMadeAsLongAsAnnounced) {
+TEST_P(ObjectOfLength, IsMadeAsLongAsAnnounced) {
     const PolicyGuard guard({60s, true, true});
     HostileServer server;
-    for (const std::size_t which : {0U, 3U, 1U, 4U}) {
-        const NamedKind& kind = namedKinds()[which];
-        const std::string object = kind.isPosix ? "/short" : "/short_0x100000";
+    for (const StreamKind& kind : streamKinds()) {
+        const std::string object = "/" + kind.ringObject("short");
         const int fd = shm_open(object.c_str(), O_RDWR | O_CREAT, 0600);
         ASSERT_GE(fd, 0);
         ASSERT_EQ(ftruncate(fd, GetParam()), 0);
@@ -217,7 +217,8 @@ TEST_P(AnObject, OfAnotherLengthIsMadeAsLongAsAnnounced) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Lengths, AnObject, ::testing::Values(0, 1, 63, 64, 65, 4096, 100000));
+INSTANTIATE_TEST_SUITE_P(Lengths, ObjectOfLength,
+                         ::testing::Values(0, 1, 63, 64, 65, 4096, 100000));
 
 }  // namespace
 }  // namespace cabinaudio::test

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// A server that wakes a waiting stream again and again, and gives it neither space nor data. Each
-// wake-up begins a new wait; under a policy the waits of one call have an end all the same.
+// A server wakes a waiting stream again and again without space or data. Each wake-up begins a new
+// wait; under a policy the waits of one call end all the same.
 #include <cabinaudio/foundation/AudioStatus.h>
 
+#include "tests/hostile/Effort.h"
 #include "tests/hostile/HostileServer.h"
-#include "tests/hostile/NamedStreams.h"
 #include "tests/support/PolicyGuard.h"
 #include "tests/support/ProcessState.h"
-#include "tests/support/ServerRing.h"
+#include "tests/support/kinds/StreamKinds.h"
 
 #include <gtest/gtest.h>
 
@@ -28,11 +28,10 @@ constexpr unsigned LENGTH = HostileServer::RING_BYTES;
 /// A stream with a ring that is full, or empty and live.
 class WaitingStream {
 public:
-    explicit WaitingStream(const NamedKind& kind)
+    explicit WaitingStream(const StreamKind& kind)
         : mKind(kind),
           mName(std::string("storm-") + kind.name),
-          mRing(kind.isPosix ? posixRing(mName.c_str(), LENGTH)
-                             : physicalRing(mName.c_str(), LENGTH)),
+          mRing(kind.ring(mName)),
           mStream(kind.create(mName)) {
         EXPECT_TRUE(mRing->isUsable());
         EXPECT_EQ(mStream->initCheck(), AUDIO_NO_ERROR);
@@ -67,21 +66,21 @@ public:
     }
 
 private:
-    const NamedKind& mKind;
+    const StreamKind& mKind;
     std::string mName;
     std::unique_ptr<ShareMemoryEx> mRing;
     std::unique_ptr<AnyStream> mStream;
     unsigned char mBytes[LENGTH] = {};
 };
 
-TEST(AStormOfWakeUps, EndsUnderAPolicyForEachKind) {
+TEST(RepeatedWakeUps, EndUnderAPolicyForEachKind) {
     const PolicyGuard guard({60s, true, true});
     HostileServer server;
     std::vector<std::unique_ptr<WaitingStream>> streams;
-    for (std::size_t which = 0; which < 5; ++which)
-        streams.push_back(std::make_unique<WaitingStream>(namedKinds()[which]));
+    for (const StreamKind& kind : streamKinds())
+        streams.push_back(std::make_unique<WaitingStream>(kind));
     setLinkPolicy({50ms, true, true});
-    inParallel(5, 5, [&](std::size_t which) { streams[which]->expectAnEnd(); });
+    inParallel(streams.size(), 5, [&](std::size_t which) { streams[which]->expectAnEnd(); });
 }
 
 }  // namespace

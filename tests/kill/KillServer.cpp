@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-// kill-server MESSAGE CUT KIND: a server that stands still (SIGSTOP) once it listens, and again at
-// one point of its first client's conversation, and goes on from there when it is continued.
-// Whoever started it waits for that, and kills or continues it. It ends with its standard input,
-// and even while it stands still with whoever started it.
+// kill-server MESSAGE CUT KIND: a server that stops (SIGSTOP) once it listens, and again at one
+// point of its first client's conversation, and continues from there with SIGCONT. The process that
+// started it waits for the stop, and kills or continues it. It ends with its standard input, and,
+// even while it is stopped, with the process that started it.
 //
 // MESSAGE  number of the client's message, 0 is the registration; -1: none
 // CUT      see Point.h
 // KIND     of the client, see Kinds.h
 #include "tests/kill/Point.h"
 #include "tests/support/ScriptedServer.h"
-#include "tests/support/ServerRing.h"
+#include "tests/support/kinds/SettingKinds.h"
+#include "tests/support/kinds/StreamKinds.h"
 
 #include <android/log.h>
 #include <poll.h>
@@ -20,8 +21,8 @@
 #include <cstdint>
 #include <cstdlib>
 #include <future>
-#include <memory>
-#include <string>
+#include <optional>
+#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -29,20 +30,16 @@ namespace {
 
 using namespace cabinaudio::test;
 
-constexpr std::uint32_t NOBODYS_EVENT = 77;
-constexpr unsigned SIZE = 4096;  // of a ring
-
-/// Which notification announces a ring to clients of this name. Others get one that means nothing.
-std::uint32_t announcement(const std::string& kind) {
-    if (kind == "uplink") return 2;
-    if (kind == "auxiliaryTrack" || kind == "sink") return 3;
-    return NOBODYS_EVENT;
-}
+/// Means nothing to clients whose ring is not announced.
+constexpr std::uint32_t UNKNOWN_EVENT = 77;
 
 class Server {
 public:
-    Server(int message, Cut cut, std::string kind)
-        : mMessage(message), mCut(cut), mKind(std::move(kind)) {
+    Server(int message, Cut cut, std::string_view kind)
+        : mMessage(message), mCut(cut), mStream(findStreamKind(kind)) {
+        for (const SettingKind& setting : settingKinds())
+            if (setting.name == kind) mReplied = setting.replied;
+        if (mStream != nullptr) mRing.emplace(*mStream);
         mServer.onRegistration([this](const Request& request) {
             return answer(request, bytesOf({0, 100}));
         });
@@ -66,23 +63,18 @@ private:
     /// this one would go on meanwhile.
     static void standStill() { raise(SIGSTOP); }
 
-    /// As many bytes as the client expects: it takes what is more for the next message.
+    /// As many bytes as the client expects: it takes more bytes for the next message.
     Bytes bodyOf(const Request& request) {
-        if (mKind == "version") return Bytes(32);
-        if (mKind.ends_with("Setting")) return Bytes(4);
+        if (mStream == nullptr) return Bytes(mReplied);
         switch (request.function()) {
             case 2:
             case 21:
-                if (!isRinging()) {
-                    mRing.reset();  // removes the name
-                    mRing = posixRing("str", SIZE);
-                }
-                return bytesOf({0, 0, SIZE, 1024, 16, 256, 0});
+                mRing->begin();
+                return bytesOf({0, 0, RING_SIZE, 1024, 16, 256, 0});
             case 18:
             case 20:
-                mRing.reset();  // removes the name
-                mRing = physicalRing("str", SIZE);
-                return bytesOf({0, RING_ADDRESS, SIZE});
+                (void)mRing->place();
+                return bytesOf({0, RING_ADDRESS, RING_SIZE});
             default:
                 return Bytes(4);
         }
@@ -90,10 +82,11 @@ private:
 
     Answer answer(const Request& request, Bytes body) {
         // A ring is announced once its stream is started.
-        const bool announces = !request.isRegistration() && request.function() == 6 && isRinging();
+        const bool announces =
+            !request.isRegistration() && request.function() == 6 && event() != UNKNOWN_EVENT;
         if (request.client != 0 || mSeen++ != mMessage) {
             Answer whole = Answer::bytes(std::move(body));
-            if (announces) whole.then(announcement(mKind), 1);
+            if (announces) whole.then(event(), 1);
             return whole;
         }
         Bytes frame = ScriptedServer::frame(HEADER_REPLY);
@@ -102,7 +95,10 @@ private:
         return Answer::none();
     }
 
-    [[nodiscard]] bool isRinging() const { return announcement(mKind) != NOBODYS_EVENT; }
+    /// The notification that announces a ring.
+    [[nodiscard]] std::uint32_t event() const {
+        return mStream != nullptr && !mStream->isPosix ? mStream->event : UNKNOWN_EVENT;
+    }
 
     struct Reply {
         Bytes bytes;
@@ -117,15 +113,15 @@ private:
         if (mCut == Cut::IN_BODY) sent = all.size() - 2;
         if (mCut >= Cut::BEHIND) sent = all.size();
         send(all, 0, sent);
-        const Bytes event = ScriptedServer::frame(
-            HEADER_NOTIFY, reply.announces ? announcement(mKind) : NOBODYS_EVENT, 1);
+        const Bytes notification =
+            ScriptedServer::frame(HEADER_NOTIFY, reply.announces ? event() : UNKNOWN_EVENT, 1);
         const std::size_t told = mCut == Cut::IN_NOTIFICATION       ? 21
-                                 : mCut == Cut::BEHIND_NOTIFICATION ? event.size()
+                                 : mCut == Cut::BEHIND_NOTIFICATION ? notification.size()
                                                                     : 0;
-        send(event, 0, told);
+        send(notification, 0, told);
         standStill();
         send(all, sent, all.size());
-        if (told != 0 || reply.announces) send(event, told, event.size());
+        if (told != 0 || reply.announces) send(notification, told, notification.size());
     }
 
     void send(const Bytes& bytes, std::size_t begin, std::size_t end) {
@@ -136,10 +132,11 @@ private:
 
     const int mMessage;
     const Cut mCut;
-    const std::string mKind;
+    const StreamKind* const mStream;  // null for settings
+    std::size_t mReplied = 0;
     int mSeen = 0;  // of the server's thread
     std::promise<Reply> mReply;
-    std::unique_ptr<ShareMemoryEx> mRing;
+    std::optional<ServedRing> mRing;
     ScriptedServer mServer;
 };
 
@@ -149,7 +146,7 @@ int main(int argc, char** argv) {
     if (argc != 4) return 2;
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     pollfd input = {STDIN_FILENO, POLLIN, 0};
-    if (poll(&input, 1, 0) != 0) return 2;  // whoever started it is gone already
+    if (poll(&input, 1, 0) != 0) return 2;  // the parent process has ended
     __android_log_set_logger([](const struct __android_logger_data*, const char*) {});
     Server(std::atoi(argv[1]), static_cast<Cut>(std::atoi(argv[2])), argv[3]).run();
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// A server that is killed, killed and started again, stopped and continued, or stopped for longer
-// than requests may last, with the client gone before or after it goes on: at every point of a
-// conversation with every kind of client.
+// At every point of a conversation with every kind of client, a server is killed, killed and
+// started again, stopped and continued, or stopped for longer than requests may last, with the
+// client destroyed before or after it continues.
 //
 // By default each point meets one of the five, and of those of the settings objects, which are much
 // alike, each second one; CABINAUDIO_KILL=all has each point meet all of them.
@@ -11,6 +11,7 @@
 #include "tests/kill/PointServer.h"
 #include "tests/support/PolicyGuard.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/kinds/Leftovers.h"
 
 #include <gtest/gtest.h>
 
@@ -24,22 +25,22 @@ namespace {
 
 using namespace std::chrono_literals;
 
-enum class Way { KILLED, RESTARTED, CONTINUED, STANDING, STANDING_AT_THE_END };
+enum class Way { KILLED, RESTARTED, CONTINUED, STOPPED, STOPPED_TO_THE_END };
 constexpr int WAYS = 5;
 
-bool staysStanding(Way way) {
-    return way == Way::STANDING || way == Way::STANDING_AT_THE_END;
+bool staysStopped(Way way) {
+    return way == Way::STOPPED || way == Way::STOPPED_TO_THE_END;
 }
 
-/// All steps of a client, however busy the machine is: none of them may be endless.
+/// For all steps of a client, however busy the machine is.
 constexpr auto BOUND = 60s;
-/// Of a client whose server stands still. On a busy machine a request that is answered may take
-/// longer, so that the point is not reached; then it is tried with the next one.
+/// Of a client whose server stops. On a busy machine an answer may take longer, so that the point
+/// is not reached; then the next time-out is tried.
 constexpr std::chrono::milliseconds SHORT_TIMEOUTS[] = {50ms, 500ms, 5000ms};
 /// For a server to stop behind the last answer.
 constexpr auto STOPPING_BOUND = 2s;
 
-/// What the library says of a request without an answer.
+/// Status of a request without an answer.
 constexpr int UNANSWERED = 1;
 
 struct Point {
@@ -55,8 +56,8 @@ std::vector<Point> pointsOf(const ClientKind& kind) {
     return points;
 }
 
-/// A server has to send headers and bodies in one piece each, so it is not heard any more when it
-/// goes on in the middle of one.
+/// A server must send each header and body in one piece, so the client ignores a server that
+/// continues in the middle of one.
 bool isPossible(Point point, Way way) {
     return way != Way::CONTINUED || point.cut == Cut::BEFORE || point.cut == Cut::BEHIND ||
            point.cut == Cut::BEHIND_NOTIFICATION;
@@ -64,7 +65,7 @@ bool isPossible(Point point, Way way) {
 
 LinkPolicy policyOf(Way way, std::chrono::milliseconds shortTimeout = SHORT_TIMEOUTS[0]) {
     if (way == Way::CONTINUED) return {};
-    return {staysStanding(way) ? shortTimeout : std::chrono::milliseconds(BOUND), true, true};
+    return {staysStopped(way) ? shortTimeout : std::chrono::milliseconds(BOUND), true, true};
 }
 
 /// A client that goes through its steps on a thread of its own.
@@ -91,9 +92,11 @@ private:
     std::future<std::vector<int>> mDone;
 };
 
-class AServer : public testing::TestWithParam<std::size_t> {
+class ServerLoss : public testing::TestWithParam<ClientKind> {
 protected:
-    static const ClientKind& kind() { return clientKinds()[GetParam()]; }
+    ~ServerLoss() override { EXPECT_TRUE(leavesNothingButNames(mBefore)); }
+
+    static const ClientKind& kind() { return GetParam(); }
     static bool meetsAll() {
         const char* const wanted = std::getenv("CABINAUDIO_KILL");
         return wanted != nullptr && std::string(wanted) == "all";
@@ -103,12 +106,15 @@ protected:
         return kind().isStream ? status == AUDIO_INVALID_STATE : status == UNANSWERED;
     }
 
-    /// The next server serves this kind of client as if nothing had been.
-    static void expectGood(PointServer& server) {
+    /// This server serves the client as usual.
+    static void expectGood(PointServer& server, Conversation& conversation) {
         server.goOn();
-        Conversation conversation(kind());
         ASSERT_TRUE(conversation.ends());
         expectGood(conversation.statuses());
+    }
+    static void expectGood(PointServer& server) {
+        Conversation conversation(kind());
+        expectGood(server, conversation);
     }
 
     static void expectGood(const std::vector<int>& statuses) {
@@ -125,7 +131,7 @@ protected:
     }
 
     static void meet(Point point, Way way) {
-        if (!staysStanding(way)) {
+        if (!staysStopped(way)) {
             EXPECT_TRUE(isMet(point, way, {})) << "the point was not reached";
             return;
         }
@@ -159,18 +165,13 @@ protected:
 
     /// Behind the point.
     static void goOn(Conversation& conversation, PointServer& server, Way way) {
-        if (way == Way::CONTINUED) {
-            server.goOn();
-            ASSERT_TRUE(conversation.ends());
-            expectGood(conversation.statuses());
-            return;
-        }
-        if (!staysStanding(way)) server.kill();
+        if (way == Way::CONTINUED) return expectGood(server, conversation);
+        if (!staysStopped(way)) server.kill();
         ASSERT_TRUE(conversation.ends());
         (void)conversation.statuses();  // as far as it came
         expectBroken(conversation);
-        if (way == Way::STANDING) {
-            // What comes late is nobody's answer.
+        if (way == Way::STOPPED) {
+            // The late answer is discarded.
             server.goOn();
             const int late = conversation.operate();
             EXPECT_TRUE(isRefusal(late) || late == UNANSWERED) << late;
@@ -180,13 +181,13 @@ protected:
             PointServer next(kind().name, NO_MESSAGE, Cut::BEFORE);
             expectGood(next);
         }
-        if (!staysStanding(way)) return;
+        if (!staysStopped(way)) return;
         setLinkPolicy({});
         expectGood(server);  // another client is not affected
     }
 
-    /// A stream refuses once its notifier thread has heard of the loss. Until then one that is
-    /// started still is, and one that is not gets no answer.
+    /// A stream refuses once its notifier thread knows of the loss. Until then a started stream
+    /// stays started, and any other gets no answer.
     static void expectBroken(Conversation& conversation) {
         int last = 0;
         EXPECT_TRUE(eventually([&] {
@@ -195,21 +196,15 @@ protected:
         })) << last;
     }
 
-    static void expectNothingLeft(const ProcessState& before) {
-        EXPECT_TRUE(eventually([&] {
-            const ProcessState now = ProcessState::now();
-            return now.threads <= before.threads && now.descriptors == before.descriptors &&
-                   now.sharedMappings == before.sharedMappings;
-        }));
-    }
+private:
+    const ProcessState mBefore = ProcessState::now();
 };
 
-TEST_P(AServer, LeavesNobodyHangingAtAnyPoint) {
-    const ProcessState before = ProcessState::now();
+TEST_P(ServerLoss, AtAnyPointLeavesNoClientBlocked) {
     int met = 0;
     const std::vector<Point> points = pointsOf(kind());
     for (std::size_t number = 0; number < points.size(); ++number) {
-        const std::size_t mine = number + GetParam();
+        const std::size_t mine = number + kind().number;
         if (!meetsAll() && !kind().isStream && mine % 2 != 0) continue;
         const auto turn = static_cast<Way>(mine % WAYS);
         for (int one = 0; one < WAYS; ++one) {
@@ -225,44 +220,31 @@ TEST_P(AServer, LeavesNobodyHangingAtAnyPoint) {
         }
     }
     EXPECT_GE(met, static_cast<int>(points.size() / 2));
-    expectNothingLeft(before);
     RecordProperty("met", met);
 }
 
-TEST_P(AServer, IsKilledWhileAClientGoes) {
-    const ProcessState before = ProcessState::now();
-    {
-        const PolicyGuard guard(policyOf(Way::KILLED));
-        PointServer server(kind().name, NO_MESSAGE, Cut::BEFORE);
-        server.goOn();
-        Conversation conversation(kind());
-        ASSERT_TRUE(conversation.ends());
-        expectGood(conversation.statuses());
-        std::thread killer([&] { server.kill(); });
-        conversation.destroy();
-        killer.join();
-    }
-    expectNothingLeft(before);
+TEST_P(ServerLoss, ByAKillDuringDestructionLeavesNothing) {
+    const PolicyGuard guard(policyOf(Way::KILLED));
+    PointServer server(kind().name, NO_MESSAGE, Cut::BEFORE);
+    Conversation conversation(kind());
+    ASSERT_NO_FATAL_FAILURE(expectGood(server, conversation));
+    std::thread killer([&] { server.kill(); });
+    conversation.destroy();
+    killer.join();
 }
 
 // Without a policy. A request that is under way would have to be answered first.
-TEST_P(AServer, StandsStillWhileAClientGoes) {
-    const ProcessState before = ProcessState::now();
-    {
-        PointServer server(kind().name, NO_MESSAGE, Cut::BEFORE);
-        server.goOn();
-        Conversation conversation(kind());
-        ASSERT_TRUE(conversation.ends());
-        expectGood(conversation.statuses());
-        ASSERT_TRUE(eventually([&] { return conversation.isSettled(); }));
-        server.stop();
-        conversation.destroy();
-    }
-    expectNothingLeft(before);
+TEST_P(ServerLoss, ByAStopBeforeDestructionLeavesNothing) {
+    PointServer server(kind().name, NO_MESSAGE, Cut::BEFORE);
+    Conversation conversation(kind());
+    ASSERT_NO_FATAL_FAILURE(expectGood(server, conversation));
+    ASSERT_TRUE(eventually([&] { return conversation.isSettled(); }));
+    server.stop();
+    conversation.destroy();
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, AServer, testing::Range<std::size_t>(0, 11),
-                         [](const auto& one) { return clientKinds()[one.param].name; });
+INSTANTIATE_TEST_SUITE_P(OfEachKind, ServerLoss, testing::ValuesIn(clientKinds()),
+                         testing::PrintToStringParamName());
 
 }  // namespace
 }  // namespace cabinaudio::test

@@ -9,11 +9,11 @@
 
 namespace cabinaudio::test {
 
-/// No message: the server stands still only before it has accepted anybody.
+/// No message: the server stops only before it has accepted a client.
 constexpr int NO_MESSAGE = -1;
 
-/// A server in a process of its own that stands still at one point, see KillServer.cpp. At first it
-/// listens and stands still. Killed at the end.
+/// A server in a process of its own that stops at one point, see KillServer.cpp. It listens and is
+/// stopped at first. The destructor kills it.
 class PointServer {
 public:
     PointServer(const std::string& kind, int message, Cut cut);
@@ -21,7 +21,7 @@ public:
     PointServer(const PointServer&) = delete;
     PointServer& operator=(const PointServer&) = delete;
 
-    /// Waits until it stands still, for a minute at most. @return whether it does
+    /// Waits until it is stopped, for a minute at most. @return whether it is
     [[nodiscard]] bool standsStill();
     /// The same, but without waiting.
     [[nodiscard]] bool standsStillNow();

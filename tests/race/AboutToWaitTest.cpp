@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// What somebody waits for happens at the last moment: he has looked, holds the lock, and is about
-// to fall asleep. Whoever changes something then has to wait for the lock, or his wake-up is lost.
+// The awaited event happens between the check and the wait, while the waiter holds the lock. The
+// thread that causes the event must wait for the lock, or its wake-up is lost.
 // This program's versions of two exported operations come before the library's own.
-#include <cabinaudio/client/ClientTrack.h>
 #include <cabinaudio/foundation/AudioCondition.h>
 #include <cabinaudio/foundation/AudioMutex.h>
 #include <cabinaudio/foundation/AudioStatus.h>
@@ -11,9 +9,9 @@
 #include <cabinaudio/link/RemoteCall.h>
 #include <cabinaudio/shm/ShareMemory.h>
 
-#include "tests/client/StreamFixture.h"
 #include "tests/support/PolicyGuard.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/kinds/KindTest.h"
 
 #include <dlfcn.h>
 #include <unistd.h>
@@ -73,7 +71,7 @@ void ShareMemoryEx::setWait(bool wait) {
 namespace cabinaudio::test {
 namespace {
 
-/// Long enough for whoever does not wait for the lock. Who does comes later, however long it is.
+/// Long enough for a thread that does not wait for the lock. One that does comes later anyway.
 void letOthersRun() {
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
 }
@@ -104,10 +102,20 @@ Result soon(std::future<Result>& result) {
 
 // ---- A requester --------------------------------------------------------------------------------
 
-class ARequesterAboutToWait : public ::testing::Test {
+class RequesterAboutToWait : public ::testing::Test {
 protected:
+    RequesterAboutToWait() { EXPECT_TRUE(server.waitForClients(1)); }
+
     std::future<std::int32_t> receiving(std::function<void()> event) {
         return calling([this] { return connection->recv(body, sizeof body); }, std::move(event));
+    }
+    void expectEndByADisconnect() {
+        std::future<std::int32_t> end;
+        auto result = receiving([&] {
+            end = std::async(std::launch::async, [this] { return connection->disconnect(); });
+        });
+        EXPECT_EQ(soon(result), 1);
+        EXPECT_EQ(soon(end), 0);
     }
 
     ScriptedServer server;
@@ -117,32 +125,22 @@ protected:
     std::uint8_t body[4] = {};
 };
 
-TEST_F(ARequesterAboutToWait, HearsOfADisconnect) {
-    ASSERT_TRUE(server.waitForClients(1));
-    std::future<std::int32_t> end;
-    auto result = receiving(
-        [&] { end = std::async(std::launch::async, [this] { return connection->disconnect(); }); });
-    EXPECT_EQ(soon(result), 1);
-    EXPECT_EQ(soon(end), 0);
+TEST_F(RequesterAboutToWait, EndsWithADisconnect) {
+    expectEndByADisconnect();
 }
 
-/// Nobody else wakes it then: the receive thread does so at its end, which is over.
-TEST_F(ARequesterAboutToWait, HearsOfADisconnectFromALostServer) {
-    ASSERT_TRUE(server.waitForClients(1));
+/// Only the disconnect wakes the requester: the receiver thread, which does so at its end, has
+/// ended.
+TEST_F(RequesterAboutToWait, EndsWithADisconnectFromALostServer) {
     server.close();
     ASSERT_TRUE(eventually([] {
         const std::vector<std::string> names = threadNames();
         return std::find(names.begin(), names.end(), "AS-SktWorker") == names.end();
     }));
-    std::future<std::int32_t> end;
-    auto result = receiving(
-        [&] { end = std::async(std::launch::async, [this] { return connection->disconnect(); }); });
-    EXPECT_EQ(soon(result), 1);
-    EXPECT_EQ(soon(end), 0);
+    expectEndByADisconnect();
 }
 
-TEST_F(ARequesterAboutToWait, HearsOfAReply) {
-    ASSERT_TRUE(server.waitForClients(1));
+TEST_F(RequesterAboutToWait, GetsAReply) {
     auto result = receiving([this] {
         Bytes reply = ScriptedServer::frame(HEADER_REPLY);
         reply.insert(reply.end(), {1, 2, 3, 4});
@@ -152,18 +150,17 @@ TEST_F(ARequesterAboutToWait, HearsOfAReply) {
     EXPECT_EQ(body[3], 4);
 }
 
-TEST_F(ARequesterAboutToWait, HearsOfALostServer) {
+TEST_F(RequesterAboutToWait, EndsWithItsServer) {
     LinkPolicy wakes;
     wakes.wakesOnServerLoss = true;
     setLinkPolicy(wakes);
-    ASSERT_TRUE(server.waitForClients(1));
     auto result = receiving([this] { server.close(); });
     EXPECT_EQ(soon(result), 1);
 }
 
 // ---- A destructor -------------------------------------------------------------------------------
 
-TEST(ADestructorAboutToWait, HearsOfTheLastRequest) {
+TEST(DestructorAboutToWait, EndsWithTheLastRequest) {
     ScriptedServer server;
     server.on(1, Answer::status(0).held());
     auto call = std::make_unique<RemoteCall>(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
@@ -182,65 +179,59 @@ TEST(ADestructorAboutToWait, HearsOfTheLastRequest) {
 
 // ---- A writer -----------------------------------------------------------------------------------
 
-class AWriterAboutToWait : public AStream {
+class WriterAboutToWait : public KindTest {
 protected:
-    static constexpr std::uint32_t CREATE = 21;
-    static constexpr unsigned SIZE = 1024;
-
-    AWriterAboutToWait() {
-        server.on(CREATE, Answer::words(0, 0, SIZE, 256, 0, 0, 0));
-        serverRing = posixRing("trk", SIZE);
-        AudioFormatDesc format = cdFormat();
-        track = std::make_unique<ClientTrack>("trk", AUDIO_TAG_ALTERNATIVE, format, 0);
-        EXPECT_EQ(track->start(), AUDIO_NO_ERROR) << log.dump();
-        EXPECT_EQ(track->write(data.data(), SIZE - 1, false), static_cast<int>(SIZE) - 1);
+    WriterAboutToWait() : KindTest(streamKind("alternativeTrack")) {
+        serverRing = kind.ring();
+        create();
+        start();
+        EXPECT_EQ(stream->move(data.data(), SIZE - 1, false), static_cast<int>(SIZE) - 1);
     }
-    ~AWriterAboutToWait() override { track.reset(); }
 
     std::future<int> writing(std::function<void()> event) {
-        return calling([this] { return track->write(data.data(), 256, true); }, std::move(event));
+        return calling(
+            [this, writer = stream.get()] { return writer->move(data.data(), 256, true); },
+            std::move(event));
     }
-
-    std::unique_ptr<ClientTrack> track;
 };
 
-TEST_F(AWriterAboutToWait, HearsOfSpace) {
+TEST_F(WriterAboutToWait, WritesIntoNewSpace) {
     auto result = writing([this] {
-        Bytes heard(512);
-        serverRing->read(heard.data(), 512);
+        Bytes played(512);
+        serverRing->read(played.data(), 512);
     });
     EXPECT_EQ(soon(result), 256) << log.dump();
 }
 
-/// The server frees, looks at the flag and wakes nobody, before the flag is set.
-TEST_F(AWriterAboutToWait, SeesSpaceThatNobodyTellsItOf) {
+/// The server frees space, finds the flag unset and wakes no writer, before the flag is set.
+TEST_F(WriterAboutToWait, WritesIntoSpaceThatCameBeforeItsFlag) {
     auto result = std::async(std::launch::async, [this] {
         tBeforeFlag = [this] { serverRing->updateReadOffset(512); };
-        return track->write(data.data(), 256, true);
+        return move(256);
     });
     EXPECT_EQ(soon(result), 256) << log.dump();
     EXPECT_EQ(log.countMatching(WARN, ".*wait free space timeout.*\n"), 0U);
     EXPECT_FALSE(serverRing->getWait());
 }
 
-TEST_F(AWriterAboutToWait, HearsThatTheStreamIsRemoved) {
+TEST_F(WriterAboutToWait, EndsWithTheRemovalOfItsStream) {
     auto result = writing([this] { server.notify(REMOVED, 0); });
     EXPECT_EQ(soon(result), AUDIO_INVALID_STATE) << log.dump();
 }
 
-TEST_F(AWriterAboutToWait, HearsOfAStop) {
+TEST_F(WriterAboutToWait, EndsWithAStop) {
     std::future<int> stopped;
     auto result = writing(
-        [&] { stopped = std::async(std::launch::async, [this] { return track->stop(); }); });
+        [&] { stopped = std::async(std::launch::async, [this] { return stream->stop(); }); });
     EXPECT_EQ(soon(result), AUDIO_INVALID_STATE) << log.dump();
     EXPECT_EQ(soon(stopped), AUDIO_NO_ERROR);
 }
 
-TEST_F(AWriterAboutToWait, HearsOfTheDestructor) {
+TEST_F(WriterAboutToWait, EndsWithTheDestructor) {
     std::future<bool> end;
     auto result = writing([&] {
         end = std::async(std::launch::async, [this] {
-            track.reset();
+            stream.reset();
             return true;
         });
     });

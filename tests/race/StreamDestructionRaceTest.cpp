@@ -1,23 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
-//
 // A stream is destroyed while one thread is blocked in it, the server's end of the ring works, and
 // notifications come as fast as the link takes them.
 #include "tests/client/StreamFixture.h"
-#include "tests/client/StreamKinds.h"
 #include "tests/race/Rounds.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/kinds/StreamKinds.h"
 
 #include <atomic>
-#include <mutex>
+#include <chrono>
+#include <future>
 #include <random>
 #include <thread>
 
 namespace cabinaudio::test {
 namespace {
 
-constexpr unsigned SIZE = 4096;
+constexpr int SIZE = RING_SIZE;
 constexpr int MOST_NOTIFICATIONS = 200;  // in a round
-constexpr int ROUNDS_PER_SERVER = 200;   // it keeps what it has received
+constexpr int ROUNDS_PER_SERVER = 200;   // a scripted server keeps each request
 
 using Random = std::minstd_rand;
 
@@ -26,206 +26,117 @@ unsigned number(Random& random) {
 }
 
 /// A server and its end of the one ring that there is.
-class RaceServer {
-public:
-    explicit RaceServer(const StreamKind& kind) : mKind(kind) {
-        for (const std::uint32_t create : {2U, 21U})
-            mServer.on(create, Answer::words(0, 0, SIZE, 1024, 16, 256, 0));
-        for (const std::uint32_t place : {18U, 20U})
-            mServer.on(place, [this](const Request&) {
-                makeRing();
-                return Answer::words(0, RING_ADDRESS, SIZE);
-            });
-    }
+struct RaceServer {
+    explicit RaceServer(const StreamKind& kind) : ring(kind) { ring.serve(server); }
 
-    void beginRound() {
-        if (mKind.isPosix) makeRing();
-    }
-    void endRound() {
-        const std::lock_guard lock(mRingLock);
-        mRing.reset();
-    }
-
-    /// What a server does to its end of the ring.
-    void work(unsigned count) {
-        const std::lock_guard lock(mRingLock);
-        if (!mRing) return;
-        Bytes bytes(1 + count % 512);
-        if (mKind.writes)
-            mRing->read(bytes.data(), static_cast<unsigned>(bytes.size()));
-        else
-            mRing->write(bytes.data(), static_cast<unsigned>(bytes.size()));
-    }
-
-    /// Notifications to the newest client.
+    /// To the newest client.
     void notify(std::uint32_t event, std::uint32_t param) {
-        mServer.notify(event, param, mServer.clients() - 1);
+        server.notify(event, param, server.clients() - 1);
     }
-    void close() { mServer.close(mServer.clients() - 1); }
+    void close() { server.close(server.clients() - 1); }
 
-private:
-    void makeRing() {
-        const std::lock_guard lock(mRingLock);
-        mRing.reset();  // removes the name
-        mRing = mKind.isPosix ? posixRing("str", SIZE) : physicalRing("str", SIZE);
-    }
-
-    const StreamKind& mKind;
-    std::mutex mRingLock;
-    std::unique_ptr<ShareMemoryEx> mRing;
-    ScriptedServer mServer;
+    ServedRing ring;
+    ScriptedServer server;
 };
 
-/// What the server does all the time, until it is told to stop.
-class Storm {
-public:
-    Storm(RaceServer& server, unsigned seed)
-        : mServer(server), mThread([this, seed] { blow(seed); }) {}
-    ~Storm() {
-        mEnd = true;
-        mThread.join();
-    }
-    Storm(const Storm&) = delete;
-    Storm& operator=(const Storm&) = delete;
-
-    /// From now on the stream may be removed, or the connection closed, too.
-    void allowEnd() { mMayEnd = true; }
-
-private:
-    void blow(unsigned seed) {
-        Random random(seed);
-        int left = MOST_NOTIFICATIONS;
-        while (!mEnd) {
-            const unsigned any = number(random);
-            if (any % 3 == 0 && left-- > 0)
-                mServer.notify(2 + any / 3 % 4, any / 16 % 2);
-            else if (mMayEnd && any % 16 == 1)
-                mServer.notify(REMOVED, 0);
-            else if (mMayEnd && any % 32 == 2)
-                mServer.close();
-            mServer.work(any);
-            std::this_thread::yield();
-        }
-    }
-
-    RaceServer& mServer;
-    std::atomic<bool> mEnd{false};
-    std::atomic<bool> mMayEnd{false};
-    std::thread mThread;
-};
-
-/// A read or write in a thread of its own.
-class Mover {
-public:
-    Mover(AnyStream& stream, int bytes)
-        : mThread([this, &stream, bytes] {
-              Bytes data(static_cast<std::size_t>(bytes));
-              mResult = stream.move(data.data(), bytes, true);
-              mHasEnded = true;
-          }) {}
-    ~Mover() { mThread.join(); }
-    Mover(const Mover&) = delete;
-    Mover& operator=(const Mover&) = delete;
-
-    /// Returns once it is blocked in the stream, or has left it. Of two calls one is refused.
-    void waitUntilInside(AnyStream& stream, int refusal) const {
-        unsigned char byte = 0;
-        while (!mHasEnded && stream.move(&byte, 1, false) != refusal)
-            std::this_thread::yield();
-    }
-    void waitUntilOutside() const {
-        while (!mHasEnded)
-            std::this_thread::yield();
-    }
-    [[nodiscard]] bool hasEnded() const { return mHasEnded; }
-    /// Once it has ended.
-    [[nodiscard]] int result() const { return mResult; }
-
-private:
-    std::atomic<bool> mHasEnded{false};
-    std::atomic<int> mResult{0};
-    std::thread mThread;
-};
-
-/// Looks at the stream again and again.
-class Looker {
-public:
-    explicit Looker(AnyStream& stream)
-        : mThread([this, &stream] {
-              while (!mEnd) {
-                  const int total = stream.getTotalBufferSize();
-                  if (total != 0 && total != static_cast<int>(SIZE)) mSawWrong = true;
-                  // Bytes free or used, which take another way than reading and writing.
-                  const int count = stream.operate(6, nullptr);
-                  if (count < 0 || count > static_cast<int>(SIZE)) mSawWrong = true;
-                  std::this_thread::yield();
-              }
-          }) {}
-    /// @return whether all that it saw can be
-    [[nodiscard]] bool end() {
-        mEnd = true;
-        mThread.join();
-        return !mSawWrong;
-    }
-
-private:
-    std::atomic<bool> mEnd{false};
-    std::atomic<bool> mSawWrong{false};
-    std::thread mThread;
-};
-
-class AStreamInARace : public ::testing::TestWithParam<std::size_t> {
-protected:
-    [[nodiscard]] static const StreamKind& kind() { return streamKinds()[GetParam()]; }
-    /// Its destructor always takes 500 ms while a read is blocked in it.
-    [[nodiscard]] static bool isSlowToDestroy() { return !kind().writes && kind().isPosix; }
-    [[nodiscard]] static int refusal() {
-        return kind().writes ? AUDIO_INVALID_OPERATION : AUDIO_INVALID_STATE;
-    }
-
-    void race(RaceServer& server, unsigned seed);
-};
-
-void AStreamInARace::race(RaceServer& server, unsigned seed) {
+/// Notifies the stream and works on its ring until it is told to stop.
+/// @param mayEnd  whether the stream may be removed, or its connection closed, too
+void serve(RaceServer& server, unsigned seed, const std::atomic<bool>& isOver,
+           const std::atomic<bool>& mayEnd) {
     Random random(seed);
-    server.beginRound();
-    std::unique_ptr<AnyStream> stream = kind().create(cdFormat());
-    ASSERT_EQ(stream->initCheck(), AUDIO_NO_ERROR);
-    ASSERT_EQ(stream->start(), AUDIO_NO_ERROR);
-    if (!kind().isPosix && number(random) % 4 != 0) server.notify(kind().event, 1);
-
-    Looker looker(*stream);
-    const int most = kind().writes ? 3 * static_cast<int>(SIZE) : static_cast<int>(SIZE);
-    {
-        Storm storm(server, seed + 1);
-        Mover mover(*stream, 1 + static_cast<int>(number(random)) % most);
-        mover.waitUntilInside(*stream, refusal());
-        const bool sawWhatCanBe = looker.end();  // no call may begin from here on
-        EXPECT_TRUE(sawWhatCanBe);
-        // From here on a request may never be answered, and only the destructor ends it.
-        storm.allowEnd();
-        if (isSlowToDestroy() && number(random) % 64 != 0) mover.waitUntilOutside();
-        stream.reset();
-        // It may still be on its way out of the stream, as an object of the language.
-        mover.waitUntilOutside();
-        const int result = mover.result();
-        // A track without a ring waits for one even when asked not to; then the other call was
-        // first.
-        EXPECT_TRUE(result >= 0 || result == AUDIO_INVALID_STATE || result == AUDIO_TIMED_OUT ||
-                    result == refusal())
-            << result;
+    int left = MOST_NOTIFICATIONS;
+    while (!isOver) {
+        const unsigned any = number(random);
+        if (any % 3 == 0 && left-- > 0)
+            server.notify(2 + any / 3 % 4, any / 16 % 2);
+        else if (mayEnd && any % 16 == 1)
+            server.notify(REMOVED, 0);
+        else if (mayEnd && any % 32 == 2)
+            server.close();
+        server.ring.move(1 + any % 512);
+        std::this_thread::yield();
     }
-    server.endRound();
 }
 
-TEST_P(AStreamInARace, IsDestroyedAtAnyMoment) {
+/// Queries the stream again and again until it is told to stop. @return whether all values can be
+bool query(AnyStream& stream, const std::atomic<bool>& isOver) {
+    bool isGood = true;
+    while (!isOver) {
+        const int total = stream.getTotalBufferSize();
+        // Bytes free or used, which take another way than reading and writing.
+        const int count = stream.available();
+        isGood = isGood && (total == 0 || total == SIZE) && count >= 0 && count <= SIZE;
+        std::this_thread::yield();
+    }
+    return isGood;
+}
+
+/// A read or write in a thread of its own.
+std::future<int> moving(AnyStream& stream, int bytes) {
+    return std::async(std::launch::async, [&stream, bytes] {
+        Bytes data(static_cast<std::size_t>(bytes));
+        return stream.move(data.data(), bytes, true);
+    });
+}
+
+/// Returns once the call is blocked in the stream, or has left it. Of two calls one is refused.
+void waitUntilInside(const std::future<int>& mover, AnyStream& stream, int refusal) {
+    unsigned char byte = 0;
+    while (mover.wait_for(std::chrono::seconds(0)) != std::future_status::ready &&
+           stream.move(&byte, 1, false) != refusal)
+        std::this_thread::yield();
+}
+
+class StreamRace : public ::testing::TestWithParam<StreamKind> {
+protected:
+    /// The destructor always takes 500 ms while a read is blocked in the stream.
+    [[nodiscard]] bool isSlowToDestroy() const { return !kind.writes && kind.isPosix; }
+
+    void race(RaceServer& server, unsigned seed) const;
+
+    const StreamKind& kind = GetParam();
+};
+
+void StreamRace::race(RaceServer& server, unsigned seed) const {
+    Random random(seed);
+    server.ring.begin();
+    std::unique_ptr<AnyStream> stream = kind.create("str", MUSIC);
+    ASSERT_EQ(stream->initCheck(), AUDIO_NO_ERROR);
+    ASSERT_EQ(stream->start(), AUDIO_NO_ERROR);
+    if (!kind.isPosix && number(random) % 4 != 0) server.notify(kind.event, 1);
+
+    std::atomic<bool> areQueriesOver{false};
+    std::atomic<bool> isOver{false};
+    std::atomic<bool> mayEnd{false};
+    auto querying = std::async(std::launch::async, [&] { return query(*stream, areQueriesOver); });
+    std::thread serving([&] { serve(server, seed + 1, isOver, mayEnd); });
+    const int most = kind.writes ? 3 * SIZE : SIZE;
+    auto mover = moving(*stream, 1 + static_cast<int>(number(random)) % most);
+    waitUntilInside(mover, *stream, kind.refusal());
+    areQueriesOver = true;
+    EXPECT_TRUE(querying.get());  // no call may begin from here on
+    // From here on a request may never be answered, and only the destructor ends it.
+    mayEnd = true;
+    if (isSlowToDestroy() && number(random) % 64 != 0) mover.wait();
+    stream.reset();
+    // A track without a ring waits for one even when asked not to; then the other call was first.
+    const int result = mover.get();
+    EXPECT_TRUE(result >= 0 || result == AUDIO_INVALID_STATE || result == AUDIO_TIMED_OUT ||
+                result == kind.refusal())
+        << result;
+    isOver = true;
+    serving.join();
+    server.ring.drop();
+}
+
+TEST_P(StreamRace, DestructionAtAnyMomentEndsEachCall) {
     const ProcessState before = ProcessState::now();
     std::unique_ptr<RaceServer> server;
     const int count = rounds(16);
     for (int round = 0; round < count && !HasFailure(); ++round) {
         if (round % ROUNDS_PER_SERVER == 0) {
             server.reset();
-            server = std::make_unique<RaceServer>(kind());
+            server = std::make_unique<RaceServer>(kind);
         }
         race(*server, static_cast<unsigned>(round) * 7 + 1);
         if (HasFailure()) std::fprintf(stderr, "in round %d of %d\n", round, count);
@@ -235,8 +146,8 @@ TEST_P(AStreamInARace, IsDestroyedAtAnyMoment) {
     RecordProperty("rounds", count);
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, AStreamInARace, ::testing::Range<std::size_t>(0, 5),
-                         [](const auto& kind) { return streamKinds()[kind.param].name; });
+INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamRace, ::testing::ValuesIn(streamKinds()),
+                         ::testing::PrintToStringParamName());
 
 }  // namespace
 }  // namespace cabinaudio::test

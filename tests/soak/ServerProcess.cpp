@@ -26,8 +26,9 @@ constexpr int TALLY = 3;
     std::exit(1);
 }
 
-/// Rings that a killed server has left; nobody else uses this instance. The memory that stands for
-/// the physical one is removed with the last server only: this process has it mapped.
+/// Removes rings that a killed server has left; only this process uses this instance. The memory
+/// that stands for the physical one is removed with the last server only: this process has it
+/// mapped.
 void removeNames(bool isLast) {
     const std::string instance = std::getenv("CABINAUDIO_INSTANCE");
     std::error_code error;
@@ -77,7 +78,7 @@ void ServerProcess::start() {
 }
 
 void ServerProcess::replace() {
-    // First, so that whoever fails knows why.
+    // First, so that a client that fails finds the reason.
     mState = (mState / 2 + 1) * 2;
     ++mKills;
     kill();

@@ -13,7 +13,7 @@ namespace cabinaudio::test {
 /// The soak's server, which is replaced when it is killed. One thread but for state().
 class ServerProcess {
 public:
-    /// What explains why a client fails: another state when it ends than when it began, or no
+    /// Explains why a client fails: another state when it ends than when it began, or no
     /// server at that time.
     struct State {
         unsigned generation;

@@ -2,15 +2,15 @@
 // cabinaudio-soak TIME [SEED]: streams of all kinds and settings against servers of which some are
 // killed and some stand still for a while, with sources that come and go, and every byte compared.
 // TIME: hours, or with an ending 90s, 3m, 2h. The seed is printed first, and a summary last. Fails
-// on any byte that is not where it should be, any failure that no killed server explains, and
-// whatever is left behind.
+// on any byte in a wrong place, any failure that no killed server explains, and anything left
+// behind.
 #include <cabinaudio/link/LinkPolicy.h>
 
 #include "tests/soak/Random.h"
 #include "tests/soak/ServerProcess.h"
 #include "tests/soak/Tally.h"
 #include "tests/soak/Worker.h"
-#include "tests/support/ProcessState.h"
+#include "tests/support/kinds/Leftovers.h"
 
 #include <android/log.h>
 #include <sys/mman.h>
@@ -133,11 +133,7 @@ int main(int argc, char** argv) {
         for (std::thread& worker : workers)
             worker.join();
     }
-    const bool isClean = eventually([&] {
-        const ProcessState now = ProcessState::now();
-        return now.threads <= before.threads && now.descriptors == before.descriptors &&
-               now.sharedMappings == before.sharedMappings;
-    });
+    const bool isClean = leavesNothingButNames(before);
     server.end();
     return judge(*tally, counts, server, isClean);
 }

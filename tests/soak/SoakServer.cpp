@@ -9,7 +9,7 @@
 #include "tests/soak/Random.h"
 #include "tests/soak/Tally.h"
 #include "tests/support/ScriptedServer.h"
-#include "tests/support/ServerRing.h"
+#include "tests/support/kinds/StreamKinds.h"
 
 #include <android/log.h>
 #include <poll.h>
@@ -42,9 +42,7 @@ struct Stream {
     std::size_t client = 0;
     std::string name;
     StreamTally* tally = nullptr;
-    bool isPlayed = false;
-    bool isSink = false;
-    bool isPhysical = false;
+    const StreamKind* kind = nullptr;
     bool isActive = false;  // a sink's source
     bool isStarted = false;
     bool isPlaced = false;  // the ring that is there has not been looked at
@@ -57,7 +55,7 @@ struct Stream {
     void take(Random& random) {
         unsigned char bytes[PIECE];
         // A look at the beginning needs a few whole words.
-        if (isPlaced && isSink) {
+        if (isPlaced && kind->isSink()) {
             const unsigned used = ring->getUsedSize();
             if (used < 12) return;
             const auto seen = static_cast<std::size_t>(ring->read(bytes, std::min(used, PIECE)));
@@ -133,12 +131,9 @@ private:
         auto stream = std::make_unique<Stream>();
         stream->client = request.client;
         stream->name = name;
-        const std::string kind = name.substr(0, dash);
-        stream->isPlayed = kind != "record" && kind != "uplink";
-        stream->isSink = kind == "sink";
-        stream->isPhysical = kind != "record" && kind != "alternativeTrack";
+        stream->kind = findStreamKind(name.substr(0, dash));
         const auto place = static_cast<std::size_t>(std::atoi(name.c_str() + dash + 1));
-        if (place >= STREAMS) return;
+        if (stream->kind == nullptr || place >= STREAMS) return;
         stream->tally = &mTally.streams[place];
         mStreams[request.client] = std::move(stream);
     }
@@ -147,13 +142,13 @@ private:
         switch (function) {
             case 2:
             case 21:
-                if (!stream.isPhysical) makeRing(stream);
+                if (stream.kind->isPosix) makeRing(stream);
                 return Answer::words(0, 0, SIZE, 1024, 16, 256, 0);
             case 6: {
                 stream.isStarted = true;
                 Answer started = Answer::status(0);
                 // A stream that is started again has its ring.
-                if (stream.isPhysical && !stream.ring) started.then(stream.isPlayed ? 3 : 2, 1);
+                if (!stream.kind->isPosix && !stream.ring) started.then(stream.kind->event, 1);
                 return started;
             }
             case 18:
@@ -168,10 +163,11 @@ private:
                 return Answer::status(0);
             case 19:
                 // A sink has let go: what is left in its ring is all there is.
-                while (stream.isPlayed && stream.ring && stream.ring->getUsedSize() != 0 &&
+                while (stream.kind->writes && stream.ring && stream.ring->getUsedSize() != 0 &&
                        !isStuck(stream))
                     stream.take(mRandom);
-                if (stream.isSink && stream.ring) stream.unseen += stream.ring->getUsedSize();
+                if (stream.kind->isSink() && stream.ring)
+                    stream.unseen += stream.ring->getUsedSize();
                 stream.ring.reset();
                 stream.change = std::chrono::steady_clock::now() + pause(60);
                 return Answer::status(0);
@@ -182,15 +178,15 @@ private:
 
     /// So few bytes in a new ring that nothing tells where they come from.
     static bool isStuck(const Stream& stream) {
-        return stream.isPlaced && stream.isSink && stream.ring->getUsedSize() < 12;
+        return stream.isPlaced && stream.kind->isSink() && stream.ring->getUsedSize() < 12;
     }
 
     unsigned makeRing(Stream& stream) {
         stream.ring.reset();  // removes the name
         const unsigned address =
             RING_ADDRESS + static_cast<unsigned>(stream.client % PLACES) * DISTANCE;
-        stream.ring = stream.isPhysical ? physicalRing(stream.name.c_str(), SIZE, address)
-                                        : posixRing(stream.name.c_str(), SIZE);
+        stream.ring = stream.kind->isPosix ? posixRing(stream.name.c_str(), SIZE)
+                                           : physicalRing(stream.name.c_str(), SIZE, address);
         stream.isPlaced = true;
         return address;
     }
@@ -200,9 +196,9 @@ private:
     }
 
     void serve(Stream& stream) {
-        if (stream.ring && stream.isPlayed) stream.take(mRandom);
-        if (stream.ring && !stream.isPlayed && stream.isStarted) stream.give(mRandom);
-        if (!stream.isSink || !stream.isStarted) return;
+        if (stream.ring && stream.kind->writes) stream.take(mRandom);
+        if (stream.ring && !stream.kind->writes && stream.isStarted) stream.give(mRandom);
+        if (!stream.kind->isSink() || !stream.isStarted) return;
         const auto now = std::chrono::steady_clock::now();
         if (now < stream.change || stream.change == std::chrono::steady_clock::time_point{}) return;
         stream.change = {};  // until the sink has followed

@@ -12,7 +12,7 @@ namespace cabinaudio::test {
 /// How many streams there are at a time.
 constexpr std::size_t STREAMS = 10;
 
-/// What a server has seen of one place's streams, one after the other.
+/// Counts of one place's streams, one after the other.
 struct StreamTally {
     std::atomic<std::uint64_t> verified;  // bytes that were as they should be
     std::atomic<std::uint64_t> skipped;   // bytes that a sink has not played, its source being away

@@ -1,23 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/soak/Worker.h"
 
-#include <cabinaudio/client/ClientRecord.h>
-#include <cabinaudio/client/ClientRecordRt.h>
-#include <cabinaudio/client/ClientSink.h>
-#include <cabinaudio/client/ClientTrack.h>
-#include <cabinaudio/client/ClientVolumeSetting.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 
 #include "tests/soak/Pattern.h"
 #include "tests/soak/Random.h"
+#include "tests/support/kinds/SettingKinds.h"
+#include "tests/support/kinds/StreamKinds.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 #include <string>
 #include <thread>
-#include <vector>
 
 namespace cabinaudio::test {
 
@@ -31,10 +26,7 @@ constexpr unsigned PIECE = 4096;
 /// All or nothing of so many bytes is lost when a source goes.
 constexpr unsigned STEP = 2048;
 
-AudioFormatDesc gFormat = {  // only read
-    0, 48000, 0, AUDIO_CHANNEL_MAP_2, 0, AUDIO_BIT_DEPTH_16};
-
-/// What every stream has: its place, its time, and whether a failure is the server's.
+/// A stream's place and time, and whether a failure is the server's.
 class Life {
 public:
     Life(std::size_t place, const ServerProcess& server, Counts& allCounts, Random& ownRandom,
@@ -49,7 +41,7 @@ public:
     [[nodiscard]] bool goesOn() const { return Clock::now() < mEnd; }
     [[nodiscard]] std::atomic<std::uint64_t>& thrownAway() { return counts.thrownAway[mPlace]; }
 
-    /// A failure that has to have a killed server behind it. @return false
+    /// A failure that only a killed server explains. @return false
     bool isLost(const char* what, int status) {
         if (mBegin.isThere && mServer.state() == mBegin) {
             ++counts.errors;
@@ -70,8 +62,7 @@ private:
     const Clock::time_point mEnd;
 };
 
-template <typename Stream>
-bool begin(Stream& stream, Life& life) {
+bool begin(AnyStream& stream, Life& life) {
     int status = stream.initCheck();
     if (status == AUDIO_NO_ERROR) status = stream.start();
     if (status == AUDIO_NO_ERROR) return true;
@@ -79,18 +70,16 @@ bool begin(Stream& stream, Life& life) {
     return life.isLost("begin", status);
 }
 
-/// Now and then. @return whether the stream is there
-template <typename Stream>
-bool stopAndStart(Stream& stream, Life& life) {
+/// @return whether the stream still has its server
+bool stopAndStart(AnyStream& stream, Life& life) {
     int status = stream.stop();
     if (status == AUDIO_NO_ERROR) status = stream.start();
     return status == AUDIO_NO_ERROR || life.isLost("stop and start", status);
 }
 
-template <typename Stream>
 class Player {
 public:
-    Player(Stream& stream, Life& life) : mStream(stream), mLife(life) {}
+    Player(AnyStream& stream, Life& life) : mStream(stream), mLife(life) {}
 
     void run() {
         while (mLife.goesOn() && write())
@@ -102,8 +91,8 @@ private:
     bool write() {
         const unsigned count = (mLife.random() % (STEP / 4) + 1) * 4;
         const bool isBlock = mLife.random() % 4 != 0;
-        int status = mStream.write(const_cast<unsigned char*>(mView.from(mAt)),
-                                   static_cast<int>(count), isBlock);
+        int status = mStream.move(const_cast<unsigned char*>(mView.from(mAt)),
+                                  static_cast<int>(count), isBlock);
         if (status == AUDIO_INVALID_STATE) return mLife.isLost("write", status);
         if (status == AUDIO_TIMED_OUT) {
             // It does not say how much was queued.
@@ -123,28 +112,27 @@ private:
         return true;
     }
 
-    /// The server plays what is left; nothing is left behind by stop().
+    /// The server plays the rest of the ring; stop() leaves nothing in it.
     bool drain() {
         const auto bound = Clock::now() + 5s;
         while (mStream.getTotalBufferSize() > 0 &&
-               mStream.bytesFree() < mStream.getTotalBufferSize() - 1) {
+               mStream.available() < mStream.getTotalBufferSize() - 1) {
             if (Clock::now() > bound) return true;
             std::this_thread::sleep_for(1ms);
         }
         return true;
     }
 
-    Stream& mStream;
+    AnyStream& mStream;
     Life& mLife;
     std::uint64_t mAt = 0;
     position_pattern::View<STEP> mView;
 };
 
-template <typename Stream>
 class Recorder {
 public:
     /// @param beginsSilent  silence comes until the ring has met a whole request
-    Recorder(Stream& stream, Life& life, bool beginsSilent)
+    Recorder(AnyStream& stream, Life& life, bool beginsSilent)
         : mStream(stream), mLife(life), mBeginsSilent(beginsSilent) {}
 
     void run() {
@@ -159,7 +147,7 @@ public:
 private:
     bool read() {
         const unsigned count = (mLife.random() % (PIECE / 4 - 3) + 3) * 4;
-        const int got = mStream.read(mBytes, static_cast<int>(count), mLife.random() % 4 != 0);
+        const int got = mStream.move(mBytes, static_cast<int>(count), mLife.random() % 4 != 0);
         if (got == AUDIO_INVALID_STATE) {
             // Of an uplink: or nothing has come for a second.
             const int status = mStream.start();
@@ -176,7 +164,7 @@ private:
     void compare(std::size_t count) {
         if (count == 0) return;
         if (mIsSilent) {
-            // Silence tells no place. What comes behind it, in as long a piece, does.
+            // Silence has no position in the stream; a piece of data behind it has.
             if (count < 12 || !position_pattern::place(mBytes, 0)) return;
             mIsSilent = false;
         }
@@ -199,7 +187,7 @@ private:
                      static_cast<unsigned long long>(mAt));
     }
 
-    Stream& mStream;
+    AnyStream& mStream;
     Life& mLife;
     std::uint64_t mAt = 0;
     const bool mBeginsSilent;
@@ -209,26 +197,10 @@ private:
     unsigned char mBytes[PIECE];
 };
 
-template <typename Stream>
-void play(const std::string& name, AudioTagType tag, Life& life) {
-    Stream stream(name.c_str(), tag, gFormat, 0);
-    if (begin(stream, life)) Player<Stream>(stream, life).run();
-}
-
-void record(const std::string& name, Life& life) {
-    ClientRecord stream(name.c_str(), AUDIO_TAG_INPUT0, gFormat, 0);
-    if (begin(stream, life)) Recorder<ClientRecord>(stream, life, false).run();
-}
-
-void recordUplink(const std::string& name, Life& life) {
-    ClientRecordRt stream(name.c_str(), AUDIO_TAG_UPLINK, gFormat);
-    if (begin(stream, life)) Recorder<ClientRecordRt>(stream, life, true).run();
-}
-
 void ask(Life& life) {
-    ClientVolumeSetting volume;
+    const auto volume = settingKinds().front().create();
     while (life.goesOn()) {
-        const int status = volume.setMasterVolume(-1.0F);
+        const int status = volume->ask();
         if (status != AUDIO_NO_ERROR) {
             std::this_thread::sleep_for(5ms);
             life.isLost("set a volume", status);
@@ -243,8 +215,6 @@ void ask(Life& life) {
 
 void work(std::size_t place, const ServerProcess& server, Counts& counts, unsigned seed,
           Clock::time_point end) {
-    constexpr const char* KINDS[] = {"alternativeTrack", "auxiliaryTrack", "sink", "record",
-                                     "uplink"};
     Random random(seed);
     for (unsigned number = 0; Clock::now() < end; ++number) {
         Life life(place, server, counts, random, end);
@@ -253,14 +223,15 @@ void work(std::size_t place, const ServerProcess& server, Counts& counts, unsign
             continue;
         }
         ++counts.streams;
-        const std::size_t kind = place % std::size(KINDS);
-        const std::string name = std::string(KINDS[kind]) + "-" + std::to_string(place) + "." +
+        const StreamKind& kind = streamKinds()[place % streamKinds().size()];
+        const std::string name = std::string(kind.name) + "-" + std::to_string(place) + "." +
                                  std::to_string(number % 1000);
-        if (kind == 0) play<ClientTrack>(name, AUDIO_TAG_ALTERNATIVE, life);
-        if (kind == 1) play<ClientTrack>(name, AUDIO_TAG_AUXILIARY, life);
-        if (kind == 2) play<ClientSink>(name, AUDIO_TAG_MAIN, life);
-        if (kind == 3) record(name, life);
-        if (kind == 4) recordUplink(name, life);
+        const auto stream = kind.create(name, MUSIC);
+        if (!begin(*stream, life)) continue;
+        if (kind.writes)
+            Player(*stream, life).run();
+        else
+            Recorder(*stream, life, !kind.isPosix).run();
     }
 }
 

@@ -11,7 +11,7 @@
 
 namespace cabinaudio::test {
 
-/// What the clients of a soak count.
+/// Counts of the clients of a soak.
 struct Counts {
     std::atomic<std::uint64_t> streams{0};
     std::atomic<std::uint64_t> settings{0};    // requests that were answered

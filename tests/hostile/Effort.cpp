@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/hostile/NamedStreams.h"
+#include "tests/hostile/Effort.h"
 
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <thread>
+#include <vector>
 
 namespace cabinaudio::test {
 
@@ -30,33 +31,7 @@ unsigned percent() {
     return wanted != nullptr ? static_cast<unsigned>(std::max(1, std::atoi(wanted))) : 100;
 }
 
-template <typename Stream, AudioTagType TAG>
-std::unique_ptr<AnyStream> create(const std::string& name) {
-    AudioFormatDesc format = {0, 48000, 0, AUDIO_CHANNEL_MAP_2, 0, AUDIO_BIT_DEPTH_16};
-    return std::make_unique<StreamOf<Stream>>(name.c_str(), TAG, format, 0);
-}
-
-template <std::uint32_t CODEC>
-std::unique_ptr<AnyStream> createUplink(const std::string& name) {
-    AudioFormatDesc format = {CODEC, 16000, 0, AUDIO_CHANNEL_MAP_1, 0, AUDIO_BIT_DEPTH_16};
-    return std::make_unique<StreamOf<ClientRecordRt>>(name.c_str(), AUDIO_TAG_UPLINK, format);
-}
-
 }  // namespace
-
-const std::vector<NamedKind>& namedKinds() {
-    static const std::vector<NamedKind> kinds = {
-        {"alternativeTrack", true, true, true, false, create<ClientTrack, AUDIO_TAG_ALTERNATIVE>},
-        {"auxiliaryTrack", true, false, true, false, create<ClientTrack, AUDIO_TAG_AUXILIARY>},
-        {"sink", true, false, false, false, create<ClientSink, AUDIO_TAG_MAIN>},
-        {"record", false, true, true, false, create<ClientRecord, AUDIO_TAG_INPUT0>},
-        {"uplink", false, false, true, false, createUplink<0>},
-        {"uplinkLoas", false, false, true, true, createUplink<16>},
-        {"uplinkOpus", false, false, true, true, createUplink<32>},
-        {"uplinkMsbc", false, false, true, true, createUplink<65>},
-    };
-    return kinds;
-}
 
 void inParallel(std::size_t count, unsigned threads, const std::function<void(std::size_t)>& body) {
     std::atomic<std::size_t> next{0};

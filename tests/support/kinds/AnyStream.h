@@ -10,7 +10,7 @@
 
 namespace cabinaudio::test {
 
-/// A stream of any kind, for what all of them have to stand.
+/// A stream of any kind.
 class AnyStream {
 public:
     virtual ~AnyStream() = default;
@@ -22,12 +22,14 @@ public:
     virtual int getTotalBufferSize() = 0;
     /// Writes or reads.
     virtual int move(unsigned char* bytes, int count, bool isBlock) = 0;
-    /// Bytes that a move takes at once, as far as the stream says.
+    /// Bytes free or used: what a move takes at once.
     virtual int available() = 0;
-    /// One request more, if the kind has one.
+    /// One more request: the end of the data, or the volume of a capture stream.
     virtual int ask() = 0;
     /// One of the operations that never wait for data.
     virtual int operate(unsigned which, unsigned char* bytes) = 0;
+    /// Reports an update of the ring, as the ring's receiver thread does.
+    virtual void notify() = 0;
 };
 
 template <typename Stream>
@@ -89,6 +91,8 @@ public:
                 return move(bytes, 1 + static_cast<int>(which % 64), false);
         }
     }
+
+    void notify() override { mStream.notify(); }
 
 private:
     static constexpr bool PLAYS = std::is_base_of_v<audio::QVAudioTrack, Stream>;
