@@ -18,28 +18,19 @@ constexpr const char* byLong(const char* ofLong, const char* ofLongLong) {
 
 }  // namespace
 
-constinit Interposed<std::uint64_t()> now{"_ZN9AudioTime3nowEv"};
-constinit Interposed<std::int32_t(std::uint64_t)> sleep{
-    byLong("_ZN9AudioTime5sleepEm", "_ZN9AudioTime5sleepEy")};
-constinit Interposed<void(AudioCondition*, AudioMutex&)> wait{
-    "_ZN14AudioCondition4waitER10AudioMutex"};
-constinit Interposed<std::int32_t(AudioCondition*, AudioMutex&, std::uint64_t)> waitRelative{
+constinit decltype(now) now{"_ZN9AudioTime3nowEv"};
+constinit decltype(sleep) sleep{byLong("_ZN9AudioTime5sleepEm", "_ZN9AudioTime5sleepEy")};
+constinit decltype(wait) wait{"_ZN14AudioCondition4waitER10AudioMutex"};
+constinit decltype(waitRelative) waitRelative{
     byLong("_ZN14AudioCondition12waitRelativeER10AudioMutexm",
            "_ZN14AudioCondition12waitRelativeER10AudioMutexy")};
-constinit Interposed<std::int32_t()> randn{"_Z14audioMathRandnv"};
-constinit Interposed<std::int32_t(RemoteCall*, std::uint8_t**, std::uint32_t, std::uint8_t**,
-                                  std::uint32_t)>
-    rcalloc{"_ZN10RemoteCall7rcallocEPPhjS1_j"};
-constinit Interposed<std::int32_t(RemoteCall*, std::uint8_t*, std::uint32_t, std::uint8_t*,
-                                  std::uint32_t, bool)>
-    call{"_ZN10RemoteCall4callEPhjS0_jb"};
-constinit Interposed<std::int32_t(RemoteCall*, void*, void*)> rcfree{
-    "_ZN10RemoteCall6rcfreeEPvS0_"};
-constinit Interposed<int(ShareMemoryEx*, const unsigned char*, unsigned)> write{
-    "_ZN13ShareMemoryEx5writeEPKhj"};
-constinit Interposed<int(ShareMemoryEx*, unsigned char*, unsigned)> read{
-    "_ZN13ShareMemoryEx4readEPhj"};
-constinit Interposed<void(ShareMemoryEx*, bool)> setWait{"_ZN13ShareMemoryEx7setWaitEb"};
+constinit decltype(randn) randn{"_Z14audioMathRandnv"};
+constinit decltype(rcalloc) rcalloc{"_ZN10RemoteCall7rcallocEPPhjS1_j"};
+constinit decltype(call) call{"_ZN10RemoteCall4callEPhjS0_jb"};
+constinit decltype(rcfree) rcfree{"_ZN10RemoteCall6rcfreeEPvS0_"};
+constinit decltype(write) write{"_ZN13ShareMemoryEx5writeEPKhj"};
+constinit decltype(read) read{"_ZN13ShareMemoryEx4readEPhj"};
+constinit decltype(setWait) setWait{"_ZN13ShareMemoryEx7setWaitEb"};
 
 }  // namespace cabinaudio::test::operations
 
