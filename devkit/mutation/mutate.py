@@ -7,7 +7,7 @@ removes the library's locks, barriers, bounds and checks, one at a time, changes
 constants, comparisons, flags and fields, and checks that a test fails.
 
 mutants.py lists the mutants. Each is applied to a copy of the library's sources, which is built and
-loaded instead of the tests' own library. A mutant is caught when it does not compile, when one of
+loaded instead of the tests' own library, in both of its links. A mutant is caught when it does not compile, when one of
 the tests for its file fails or does not end, when a test's source that checks it does not compile,
 or when the check of the target's object code fails. --tests is a build with the test programs;
 --tsan is one with the thread sanitizer, whose tests catch what the others miss.
@@ -27,6 +27,7 @@ import filecmp
 import hashlib
 import json
 import os
+import re
 import shutil
 import signal
 import subprocess
@@ -78,8 +79,9 @@ class Library:
             file.write(text)
 
     def compiles(self):
-        run = subprocess.run(["ninja", "-C", self.build, "cabinaudio"], check=False,
-                             stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+        run = subprocess.run(["ninja", "-C", self.build, "cabinaudio", "cabinaudio-interposable"],
+                             check=False, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                             text=True)
         self.said = run.stdout
         return run.returncode == 0
 
@@ -123,14 +125,22 @@ def relinked(library, directory, name):
     return words[place]
 
 
+def interposes(path):
+    """Whether the program runs with the link of the library whose functions it can replace."""
+    said = subprocess.run(["readelf", "-d", path], check=True, stdout=subprocess.PIPE,
+                          text=True).stdout
+    return re.search(r"R(UN)?PATH.*/interposable[\]:]", said) is not None
+
+
 def failing_test(library, directory, tests, seconds):
     """The first of the tests that fails with this library, or None."""
-    environment = dict(os.environ, LD_LIBRARY_PATH=library.build, CABINAUDIO_RACE_ROUNDS="300",
-                       TSAN_OPTIONS="halt_on_error=1")
+    environment = dict(os.environ, CABINAUDIO_RACE_ROUNDS="300", TSAN_OPTIONS="halt_on_error=1")
     for test in tests:
         name, *arguments = test.split()
         path = relinked(library, directory, name) if name in mutants.RELINKED \
             else program(directory, name)
+        environment["LD_LIBRARY_PATH"] = os.path.join(
+            library.build, "interposable" if interposes(path) else "")
         command = [path, "--gtest_brief=1", "--gtest_fail_fast", *arguments]
         how = complaint(command, environment, seconds)
         if how:

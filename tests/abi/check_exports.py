@@ -2,10 +2,11 @@
 # SPDX-License-Identifier: Apache-2.0
 """Compares what a build of the library exports and needs with what it should.
 
-usage: check_exports.py LIBRARY LIST [--update]
+usage: check_exports.py LIBRARY LIST [--update] [--interposable]
 
 LIST holds one mangled name a line, sorted. --update writes it anew; look at the difference before
-committing it: a name that goes away breaks programs.
+committing it: a name that goes away breaks programs. --interposable: of the link for tests, whose
+own calls are not bound.
 """
 import re
 import subprocess
@@ -38,6 +39,12 @@ def exported(library):
     return sorted(names)
 
 
+def looked_up(library):
+    """The library's own functions and objects that the loader looks up by name."""
+    relocations = output("readelf", "-rW", library)
+    return sorted(set(re.findall(rf"\s(\S+)@@{NODE}", relocations)))
+
+
 def main():
     library, listed = sys.argv[1:3]
     names = exported(library)
@@ -59,6 +66,12 @@ def main():
         problems.append("does not need the log library")
     if "SYMBOLIC" in dynamic:
         problems.append("binds its own symbols: a process could not take over the log")
+    by_name = looked_up(library)
+    if "--interposable" in sys.argv:
+        if not by_name:
+            problems.append("binds its own calls: no program can replace a function of the library")
+    else:
+        problems += [f"does not bind its own {name}" for name in by_name]
     if not re.search(r" w sem_clockwait", output("nm", "-D", library)):
         problems.append("sem_clockwait is not a weak reference")
     for problem in problems:

@@ -1,50 +1,31 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// This program's versions of some exported operations come before the library's own.
 #include "tests/client/Faults.h"
 
-#include <cabinaudio/link/RemoteCall.h>
-#include <cabinaudio/shm/ShareMemory.h>
+#include <cabinaudio/foundation/AudioStatus.h>
 
-#include "tests/support/RealCall.h"
-
-#include <atomic>
-
-namespace real = cabinaudio::test::real;
-
-namespace {
-
-std::atomic<bool> gNoBlocks{false};
-std::atomic<bool> gFreeingFails{false};
-std::atomic<bool> gRingTakesNothing{false};
-std::atomic<bool> gRingGivesNothing{false};
-
-}  // namespace
-
-std::int32_t RemoteCall::rcalloc(std::uint8_t** req, std::uint32_t reqLen, std::uint8_t** ret,
-                                 std::uint32_t retLen) {
-    return gNoBlocks ? static_cast<std::int32_t>(AUDIO_NO_MEMORY)
-                     : real::rcalloc(this, req, reqLen, ret, retLen);
-}
-
-std::int32_t RemoteCall::rcfree(void* req, void* ret) {
-    const std::int32_t freed = real::rcfree(this, req, ret);
-    return gFreeingFails ? static_cast<std::int32_t>(AUDIO_BAD_SEQUENCE) : freed;
-}
-
-int ShareMemoryEx::write(const unsigned char* src, unsigned len) {
-    using Write = int (*)(ShareMemoryEx*, const unsigned char*, unsigned);
-    static const auto function = real::next<Write>("_ZN13ShareMemoryEx5writeEPKhj");
-    return gRingTakesNothing ? 0 : function(this, src, len);
-}
-
-int ShareMemoryEx::read(unsigned char* dst, unsigned len) {
-    using Read = int (*)(ShareMemoryEx*, unsigned char*, unsigned);
-    static const auto function = real::next<Read>("_ZN13ShareMemoryEx4readEPhj");
-    return gRingGivesNothing ? 0 : function(this, dst, len);
-}
+#include "tests/interpose/Operations.h"
 
 namespace cabinaudio::test {
+namespace {
+
+std::int32_t refuse(RemoteCall*, std::uint8_t**, std::uint32_t, std::uint8_t**, std::uint32_t) {
+    return AUDIO_NO_MEMORY;
+}
+
+std::int32_t freeAndFail(RemoteCall* rc, void* req, void* ret) {
+    (void)operations::rcfree.real(rc, req, ret);
+    return AUDIO_BAD_SEQUENCE;
+}
+
+int takeNone(ShareMemoryEx*, const unsigned char*, unsigned) {
+    return 0;
+}
+
+int giveNone(ShareMemoryEx*, unsigned char*, unsigned) {
+    return 0;
+}
+
+}  // namespace
 
 Faults::~Faults() {
     refuseBlocks(false);
@@ -54,19 +35,19 @@ Faults::~Faults() {
 }
 
 void Faults::refuseBlocks(bool does) {
-    gNoBlocks = does;
+    operations::rcalloc.set(does ? refuse : nullptr);
 }
 
 void Faults::failFreeing(bool does) {
-    gFreeingFails = does;
+    operations::rcfree.set(does ? freeAndFail : nullptr);
 }
 
 void Faults::takeNothing(bool does) {
-    gRingTakesNothing = does;
+    operations::write.set(does ? takeNone : nullptr);
 }
 
 void Faults::giveNothing(bool does) {
-    gRingGivesNothing = does;
+    operations::read.set(does ? giveNone : nullptr);
 }
 
 }  // namespace cabinaudio::test

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The source comes and goes as fast as the link allows while somebody writes. The pauses that keep
-// writers from spinning are shortened here: this program's AudioTime::sleep() comes first.
-#include <cabinaudio/foundation/AudioTime.h>
-
+// The source comes and goes as fast as the link allows while a thread writes. The pauses that keep
+// writers from spinning are shortened here.
 #include "tests/client/SinkFixture.h"
+#include "tests/interpose/Operations.h"
 #include "tests/support/ProcessState.h"
 
 #include <atomic>
@@ -12,14 +11,13 @@
 #include <set>
 #include <thread>
 
+namespace cabinaudio::test {
 namespace {
 
 std::mutex gLock;
 std::multiset<std::uint64_t> gPauses;  // microseconds
 
-}  // namespace
-
-std::int32_t AudioTime::sleep(std::uint64_t us) {
+std::int32_t notePause(std::uint64_t us) {
     {
         const std::lock_guard lock(gLock);
         gPauses.insert(us);
@@ -28,8 +26,7 @@ std::int32_t AudioTime::sleep(std::uint64_t us) {
     return 0;
 }
 
-namespace cabinaudio::test {
-namespace {
+const Hooked PAUSES(operations::sleep, notePause);
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || !defined(__x86_64__)
 constexpr int ROUNDS = 300;

@@ -1,14 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// This program's versions of three exported operations come before the library's own.
 #include "tests/client/VirtualTime.h"
 
-#include <cabinaudio/foundation/AudioCondition.h>
-#include <cabinaudio/foundation/AudioMath.h>
 #include <cabinaudio/foundation/AudioMutex.h>
-#include <cabinaudio/foundation/AudioTime.h>
 
-#include <dlfcn.h>
+#include "tests/interpose/Operations.h"
 
 #include <atomic>
 #include <cerrno>
@@ -16,6 +11,7 @@
 #include <mutex>
 #include <utility>
 
+namespace cabinaudio::test {
 namespace {
 
 struct Wake {
@@ -33,13 +29,6 @@ std::vector<std::uint64_t> gWaits;
 std::deque<Wake> gWakes;
 std::vector<std::int32_t> gNoise;
 
-/// The library's own function of one of these names, which differ with the width of integers.
-template <typename Function>
-Function next(const char* symbol, const char* otherSymbol) {
-    void* const found = dlsym(RTLD_NEXT, symbol);
-    return reinterpret_cast<Function>(found != nullptr ? found : dlsym(RTLD_NEXT, otherSymbol));
-}
-
 /// Whether the next wait is to be woken, and how.
 bool takeWake(Wake& wake) {
     const std::lock_guard lock(gLock);
@@ -49,20 +38,13 @@ bool takeWake(Wake& wake) {
     return true;
 }
 
-}  // namespace
-
-std::uint64_t AudioTime::now() {
-    using Now = std::uint64_t (*)();
-    static const auto real = next<Now>("_ZN9AudioTime3nowEv", "_ZN9AudioTime3nowEv");
+std::uint64_t virtualNow() {
     const std::uint64_t frozen = gNowUs;
-    return frozen != 0 ? frozen : real();
+    return frozen != 0 ? frozen : operations::now.real();
 }
 
-std::int32_t AudioCondition::waitRelative(AudioMutex& mutex, std::uint64_t ms) {
-    using Wait = std::int32_t (*)(AudioCondition*, AudioMutex&, std::uint64_t);
-    static const auto real = next<Wait>("_ZN14AudioCondition12waitRelativeER10AudioMutexm",
-                                        "_ZN14AudioCondition12waitRelativeER10AudioMutexy");
-    if (!tVirtual) return real(this, mutex, ms);
+std::int32_t waitVirtually(AudioCondition* condition, AudioMutex& mutex, std::uint64_t ms) {
+    if (!tVirtual) return operations::waitRelative.real(condition, mutex, ms);
     {
         const std::lock_guard lock(gLock);
         gWaits.push_back(ms);
@@ -83,16 +65,18 @@ std::int32_t AudioCondition::waitRelative(AudioMutex& mutex, std::uint64_t ms) {
     return wake.isTimeOut ? -ETIMEDOUT : 0;
 }
 
-std::int32_t audioMathRandn() {
-    using Randn = std::int32_t (*)();
-    static const auto real = next<Randn>("_Z14audioMathRandnv", "_Z14audioMathRandnv");
-    const std::int32_t number = real();
+std::int32_t noteNoise() {
+    const std::int32_t number = operations::randn.real();
     const std::lock_guard lock(gLock);
     gNoise.push_back(number);
     return number;
 }
 
-namespace cabinaudio::test {
+const Hooked NOW(operations::now, virtualNow);
+const Hooked WAIT(operations::waitRelative, waitVirtually);
+const Hooked NOISE(operations::randn, noteNoise);
+
+}  // namespace
 
 VirtualTime::VirtualTime() {
     gNowUs = 1'000'000'000;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/link/Platform.h"
 
+#include "tests/interpose/Threads.h"
+
 #include <dlfcn.h>
 
 #include <cerrno>
@@ -66,7 +68,6 @@ extern "C" {
 [[gnu::weak]] decltype(::shutdown) __interceptor_shutdown;
 [[gnu::weak]] int __interceptor_close(int descriptor);
 [[gnu::weak]] decltype(::select) __interceptor_select;
-[[gnu::weak]] decltype(::pthread_create) __interceptor_pthread_create;
 }
 
 namespace cabinaudio::test::platform::real {
@@ -113,11 +114,23 @@ int select(int count, fd_set* read, fd_set* write, fd_set* except, timeval* time
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*),
                    void* argument) {
-    static const auto function = next(&__interceptor_pthread_create, "pthread_create");
-    return function(thread, attributes, entry, argument);
+    return platform::pthread_create.real(thread, attributes, entry, argument);
 }
 
 }  // namespace cabinaudio::test::platform::real
+
+namespace cabinaudio::test::platform {
+namespace {
+
+int createThread(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*),
+                 void* argument) {
+    return enter(pthreadCreateSlot, real::pthread_create, thread, attributes, entry, argument);
+}
+
+const Hooked CREATE_THREAD(pthread_create, createThread);
+
+}  // namespace
+}  // namespace cabinaudio::test::platform
 
 extern "C" {
 
@@ -156,11 +169,5 @@ int close(int descriptor) {
 int select(int count, fd_set* read, fd_set* write, fd_set* except, timeval* timeout) {
     return platform::enter(platform::selectSlot, platform::real::select, count, read, write, except,
                            timeout);
-}
-
-int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*),
-                   void* argument) noexcept {
-    return platform::enter(platform::pthreadCreateSlot, platform::real::pthread_create, thread,
-                           attributes, entry, argument);
 }
 }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The awaited event happens between the check and the wait, while the waiter holds the lock. The
 // thread that causes the event must wait for the lock, or its wake-up is lost.
-// This program's versions of two exported operations come before the library's own.
 #include <cabinaudio/foundation/AudioCondition.h>
 #include <cabinaudio/foundation/AudioMutex.h>
 #include <cabinaudio/foundation/AudioStatus.h>
@@ -9,11 +8,11 @@
 #include <cabinaudio/link/RemoteCall.h>
 #include <cabinaudio/shm/ShareMemory.h>
 
+#include "tests/interpose/Operations.h"
 #include "tests/support/PolicyGuard.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/kinds/KindTest.h"
 
-#include <dlfcn.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -27,49 +26,34 @@
 #include <utility>
 #include <vector>
 
+namespace cabinaudio::test {
 namespace {
 
 thread_local std::function<void()> tLastMoment;  // of the next wait of this thread
 thread_local std::function<void()> tBeforeFlag;  // before it says next that it waits for space
 
-template <typename Function>
-Function next(const char* symbol, const char* otherSymbol) {
-    void* const found = dlsym(RTLD_NEXT, symbol);
-    return reinterpret_cast<Function>(found != nullptr ? found : dlsym(RTLD_NEXT, otherSymbol));
-}
-
 void comeToTheLastMoment() {
     if (tLastMoment) std::exchange(tLastMoment, nullptr)();
 }
 
-}  // namespace
-
-void AudioCondition::wait(AudioMutex& mutex) {
-    using Wait = void (*)(AudioCondition*, AudioMutex&);
-    static const auto real = next<Wait>("_ZN14AudioCondition4waitER10AudioMutex",
-                                        "_ZN14AudioCondition4waitER10AudioMutex");
+void waitLater(AudioCondition* condition, AudioMutex& mutex) {
     comeToTheLastMoment();
-    real(this, mutex);
+    operations::wait.real(condition, mutex);
 }
 
-std::int32_t AudioCondition::waitRelative(AudioMutex& mutex, std::uint64_t ms) {
-    using Wait = std::int32_t (*)(AudioCondition*, AudioMutex&, std::uint64_t);
-    static const auto real = next<Wait>("_ZN14AudioCondition12waitRelativeER10AudioMutexm",
-                                        "_ZN14AudioCondition12waitRelativeER10AudioMutexy");
+std::int32_t waitRelativeLater(AudioCondition* condition, AudioMutex& mutex, std::uint64_t ms) {
     comeToTheLastMoment();
-    return real(this, mutex, ms);
+    return operations::waitRelative.real(condition, mutex, ms);
 }
 
-void ShareMemoryEx::setWait(bool wait) {
-    using SetWait = void (*)(ShareMemoryEx*, bool);
-    static const auto real =
-        next<SetWait>("_ZN13ShareMemoryEx7setWaitEb", "_ZN13ShareMemoryEx7setWaitEb");
+void setWaitLater(ShareMemoryEx* ring, bool wait) {
     if (wait && tBeforeFlag) std::exchange(tBeforeFlag, nullptr)();
-    real(this, wait);
+    operations::setWait.real(ring, wait);
 }
 
-namespace cabinaudio::test {
-namespace {
+const Hooked WAIT(operations::wait, waitLater);
+const Hooked WAIT_RELATIVE(operations::waitRelative, waitRelativeLater);
+const Hooked SET_WAIT(operations::setWait, setWaitLater);
 
 /// Long enough for a thread that does not wait for the lock. One that does comes later anyway.
 void letOthersRun() {

@@ -1,29 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/shm/Platform.h"
 
-#include "tests/shm/NextDefinition.h"
+#include "tests/interpose/Files.h"
+#include "tests/interpose/Threads.h"
+#include "tests/interpose/Waits.h"
 
-#include <dlfcn.h>
-#include <fcntl.h>
-#include <pthread.h>
-#include <semaphore.h>
-#include <sys/ioctl.h>
 #include <sys/mman.h>
-#include <sys/statvfs.h>
 #include <sys/syscall.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <cstdarg>
 #include <cstring>
 #include <utility>
 
+namespace cabinaudio::test {
 namespace {
-
-using cabinaudio::test::Call;
-using cabinaudio::test::next;
 
 struct Failure {
     const char* function;
@@ -45,9 +36,9 @@ struct FileSystem {
 constinit FileSystem gFileSystem{};
 constinit std::atomic<bool> gHasFileSystem{false};
 
-constexpr std::size_t kMostCalls = 512;
+constexpr std::size_t MOST_CALLS = 512;
 struct Notes {
-    Call calls[kMostCalls];
+    Call calls[MOST_CALLS];
     std::size_t count;
 };
 constinit thread_local Notes* tNotes = nullptr;
@@ -69,32 +60,8 @@ void interrupt(const char* function) {
 
 void note(const char* function, std::uint64_t first, std::uint64_t second = 0,
           std::uint64_t third = 0) {
-    if (tNotes == nullptr || tNotes->count == kMostCalls) return;
+    if (tNotes == nullptr || tNotes->count == MOST_CALLS) return;
     tNotes->calls[tNotes->count++] = {function, first, second, third};
-}
-
-std::uint64_t numberOf(const void* address) {
-    return reinterpret_cast<std::uintptr_t>(address);
-}
-
-using Map = void*(void*, std::size_t, int, int, int, off64_t);
-
-void* mapPlainly(void* address, std::size_t length, int protection, int flags, int fd,
-                 off64_t offset) {
-    static constinit std::atomic<Map*> found{nullptr};
-    return next(found, "mmap64", "__interceptor_mmap64")(address, length, protection, flags, fd,
-                                                         offset);
-}
-
-void* mapBetweenGuards(std::size_t length, int protection, int flags, int fd, off64_t offset) {
-    const auto page = static_cast<std::size_t>(getpagesize());
-    const std::size_t pages = (length + page - 1) / page * page;
-    const std::size_t behind = sizeof(void*) == 8 ? std::size_t{0xffffffff} + 1 : page;
-    void* const room = mapPlainly(nullptr, page + pages + behind, PROT_NONE,
-                                  MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (room == MAP_FAILED) return room;
-    return mapPlainly(static_cast<char*>(room) + page, length, protection, flags | MAP_FIXED, fd,
-                      offset);
 }
 
 void* map(void* address, std::size_t length, int protection, int flags, int fd, off64_t offset) {
@@ -102,28 +69,63 @@ void* map(void* address, std::size_t length, int protection, int flags, int fd, 
     if (shared) note("mmap", length, static_cast<std::uint64_t>(offset));
     if (shared && takeFailure("mmap")) return MAP_FAILED;
     if (shared && tGuarded && length != 0)
-        return mapBetweenGuards(length, protection, flags, fd, offset);
-    return mapPlainly(address, length, protection, flags, fd, offset);
+        return platform::mapBetweenGuards(length, protection, flags, fd, offset);
+    return platform::mmap.real(address, length, protection, flags, fd, offset);
 }
+const Hooked MAP(platform::mmap, map);
+
+int unmap(void* address, std::size_t length) {
+    note("munmap", length, 0, reinterpret_cast<std::uintptr_t>(address));
+    if (takeFailure("munmap")) return -1;
+    return platform::munmap.real(address, length);
+}
+const Hooked UNMAP(platform::munmap, unmap);
 
 int truncate(int fd, off64_t length) {
-    using Function = int(int, off64_t);
-    static constinit std::atomic<Function*> found{nullptr};
     note("ftruncate", static_cast<std::uint64_t>(length));
     if (takeFailure("ftruncate")) return -1;
-    return next(found, "ftruncate64", "__interceptor_ftruncate64")(fd, length);
+    return platform::ftruncate.real(fd, length);
 }
+const Hooked TRUNCATE(platform::ftruncate, truncate);
 
 int reserve(int fd, int mode, off64_t offset, off64_t length) {
-    using Function = int(int, int, off64_t, off64_t);
-    static constinit std::atomic<Function*> found{nullptr};
     interrupt("fallocate");
     note("fallocate", static_cast<std::uint64_t>(length));
     if (takeFailure("fallocate")) return -1;
-    return next(found, "fallocate64", "__interceptor_fallocate64")(fd, mode, offset, length);
+    return platform::fallocate.real(fd, mode, offset, length);
 }
+const Hooked RESERVE(platform::fallocate, reserve);
 
-using Ioctl = int(int, unsigned long, ...);
+int describeFileSystem(int fd, struct statvfs64* system) {
+    if (takeFailure("fstatvfs")) return -1;
+    const int result = platform::fstatvfs.real(fd, system);
+    if (!gHasFileSystem) return result;
+    system->f_blocks = gFileSystem.blocks;
+    system->f_bfree = system->f_bavail = gFileSystem.free;
+    system->f_frsize = gFileSystem.blockSize;
+    return 0;
+}
+const Hooked DESCRIBE_FILE_SYSTEM(platform::fstatvfs, describeFileSystem);
+
+int openFile(const char* path, int flags, mode_t rights) {
+    note("open", static_cast<std::uint64_t>(flags));
+    if (std::strncmp(path, "/dev/", 5) == 0 && takeFailure("open")) return -1;
+    return platform::open.real(path, flags, rights);
+}
+const Hooked OPEN_FILE(platform::open, openFile);
+
+int openObject(const char* name, int flags, mode_t rights) {
+    note("shm_open", static_cast<std::uint64_t>(flags), rights);
+    if (takeFailure("shm_open")) return -1;
+    return platform::shm_open.real(name, flags, rights);
+}
+const Hooked OPEN_OBJECT(platform::shm_open, openObject);
+
+int unlinkObject(const char* name) {
+    interrupt("shm_unlink");
+    return platform::shm_unlink.real(name);
+}
+const Hooked UNLINK_OBJECT(platform::shm_unlink, unlinkObject);
 
 bool failsCacheRequest(unsigned long request, const void* argument) {
     if (request != 0x40084303 && request != 0x40084304) return false;
@@ -133,17 +135,53 @@ bool failsCacheRequest(unsigned long request, const void* argument) {
     return takeFailure("ioctl");
 }
 
-int openFile(const char* path, int flags, mode_t rights) {
-    using Function = int(const char*, int, ...);
-    static constinit std::atomic<Function*> found{nullptr};
-    note("open", static_cast<std::uint64_t>(flags));
-    if (std::strncmp(path, "/dev/", 5) == 0 && takeFailure("open")) return -1;
-    return next(found, "open64", "__interceptor_open64")(path, flags, rights);
+int control(int fd, unsigned long request, void* argument) {
+    if (failsCacheRequest(request, argument)) return -1;
+    return platform::ioctl.real(fd, request, argument);
 }
+const Hooked CONTROL(platform::ioctl, control);
+
+int createThread(pthread_t* thread, const pthread_attr_t* attr, void* (*entry)(void*),
+                 void* argument) {
+    if (takeFailure("pthread_create")) return errno;
+    return platform::pthread_create.real(thread, attr, entry, argument);
+}
+const Hooked CREATE_THREAD(platform::pthread_create, createThread);
+
+#if __WORDSIZE == 32
+// The ring's semaphores are the platform's own.
+
+int initSemaphore(sem_t* semaphore, int shared, unsigned value) {
+    if (takeFailure("sem_init")) return -1;
+    return platform::sem_init.real(semaphore, shared, value);
+}
+const Hooked INIT_SEMAPHORE(platform::sem_init, initSemaphore);
+
+int destroySemaphore(sem_t* semaphore) {
+    if (takeFailure("sem_destroy")) return -1;
+    return platform::sem_destroy.real(semaphore);
+}
+const Hooked DESTROY_SEMAPHORE(platform::sem_destroy, destroySemaphore);
+
+int waitForSemaphore(sem_t* semaphore) {
+    if (takeFailure("sem_wait")) return -1;
+    return platform::sem_wait.real(semaphore);
+}
+const Hooked WAIT_FOR_SEMAPHORE(platform::sem_wait, waitForSemaphore);
+
+#else
+// The ring's semaphores wait in the kernel; a failure of that is one of sem_wait.
+
+long callSystem(long number, long a, long b, long c, long d, long e, long f) {
+    constexpr long FUTEX_WAIT_SHARED = 0;  // FUTEX_WAIT, between processes
+    if (number == SYS_futex && b == FUTEX_WAIT_SHARED && takeFailure("sem_wait")) return -1;
+    return platform::syscall.real(number, a, b, c, d, e, f);
+}
+const Hooked CALL_SYSTEM(platform::syscall, callSystem);
+
+#endif
 
 }  // namespace
-
-namespace cabinaudio::test {
 
 Failing::Failing(const char* function, int error, unsigned passed) {
     gFailure.function = function;
@@ -213,147 +251,3 @@ GuardedMappings::~GuardedMappings() {
 }
 
 }  // namespace cabinaudio::test
-
-extern "C" {
-
-void* mmap64(void* address, std::size_t length, int protection, int flags, int fd,
-             off64_t offset) noexcept {
-    return map(address, length, protection, flags, fd, offset);
-}
-void* mmap(void* address, std::size_t length, int protection, int flags, int fd,
-           off_t offset) noexcept {
-    return map(address, length, protection, flags, fd, offset);
-}
-
-int munmap(void* address, std::size_t length) noexcept {
-    using Function = int(void*, std::size_t);
-    static constinit std::atomic<Function*> found{nullptr};
-    note("munmap", length, 0, numberOf(address));
-    if (takeFailure("munmap")) return -1;
-    return next(found, "munmap", "__interceptor_munmap")(address, length);
-}
-
-int ftruncate64(int fd, off64_t length) noexcept {
-    return truncate(fd, length);
-}
-int ftruncate(int fd, off_t length) noexcept {
-    return truncate(fd, length);
-}
-
-int fallocate64(int fd, int mode, off64_t offset, off64_t length) {
-    return reserve(fd, mode, offset, length);
-}
-int fallocate(int fd, int mode, off_t offset, off_t length) {
-    return reserve(fd, mode, offset, length);
-}
-
-int fstatvfs64(int fd, struct statvfs64* system) noexcept {
-    using Function = int(int, struct statvfs64*);
-    static constinit std::atomic<Function*> found{nullptr};
-    if (takeFailure("fstatvfs")) return -1;
-    const int result = next(found, "fstatvfs64", "__interceptor_fstatvfs64")(fd, system);
-    if (!gHasFileSystem) return result;
-    system->f_blocks = gFileSystem.blocks;
-    system->f_bfree = system->f_bavail = gFileSystem.free;
-    system->f_frsize = gFileSystem.blockSize;
-    return 0;
-}
-
-int open64(const char* path, int flags, ...) {
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t rights = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
-    va_end(arguments);
-    return openFile(path, flags, rights);
-}
-int open(const char* path, int flags, ...) {
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t rights = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
-    va_end(arguments);
-    return openFile(path, flags, rights);
-}
-
-int shm_open(const char* name, int flags, mode_t rights) {
-    using Function = int(const char*, int, mode_t);
-    static constinit std::atomic<Function*> found{nullptr};
-    note("shm_open", static_cast<std::uint64_t>(flags), rights);
-    if (takeFailure("shm_open")) return -1;
-    return next(found, "shm_open", "__interceptor_shm_open")(name, flags, rights);
-}
-
-int shm_unlink(const char* name) {
-    using Function = int(const char*);
-    static constinit std::atomic<Function*> found{nullptr};
-    interrupt("shm_unlink");
-    return next(found, "shm_unlink", "__interceptor_shm_unlink")(name);
-}
-
-int ioctl(int fd, unsigned long request, ...) noexcept {
-    static constinit std::atomic<Ioctl*> found{nullptr};
-    va_list arguments;
-    va_start(arguments, request);
-    void* const argument = va_arg(arguments, void*);
-    va_end(arguments);
-    if (failsCacheRequest(request, argument)) return -1;
-    return next(found, "ioctl", "__interceptor_ioctl")(fd, request, argument);
-}
-
-// What a 32-bit library built with 64-bit times calls instead.
-int __ioctl_time64(int fd, unsigned long request, ...) noexcept;
-int __ioctl_time64(int fd, unsigned long request, ...) noexcept {
-    static constinit std::atomic<Ioctl*> found{nullptr};
-    va_list arguments;
-    va_start(arguments, request);
-    void* const argument = va_arg(arguments, void*);
-    va_end(arguments);
-    if (failsCacheRequest(request, argument)) return -1;
-    return next(found, "__ioctl_time64", "__interceptor_ioctl")(fd, request, argument);
-}
-
-int pthread_create(pthread_t* thread, const pthread_attr_t* attr, void* (*entry)(void*),
-                   void* argument) noexcept {
-    using Function = int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
-    static constinit std::atomic<Function*> found{nullptr};
-    if (takeFailure("pthread_create")) return errno;
-    return next(found, "pthread_create", "__interceptor_pthread_create")(thread, attr, entry,
-                                                                         argument);
-}
-
-#if __WORDSIZE == 32
-// The ring's semaphores are the platform's own.
-
-int sem_init(sem_t* semaphore, int shared, unsigned value) noexcept {
-    using Function = int(sem_t*, int, unsigned);
-    static constinit std::atomic<Function*> found{nullptr};
-    if (takeFailure("sem_init")) return -1;
-    return next(found, "sem_init", "__interceptor_sem_init")(semaphore, shared, value);
-}
-int sem_destroy(sem_t* semaphore) noexcept {
-    using Function = int(sem_t*);
-    static constinit std::atomic<Function*> found{nullptr};
-    if (takeFailure("sem_destroy")) return -1;
-    return next(found, "sem_destroy", "__interceptor_sem_destroy")(semaphore);
-}
-int sem_wait(sem_t* semaphore) {
-    using Function = int(sem_t*);
-    static constinit std::atomic<Function*> found{nullptr};
-    if (takeFailure("sem_wait")) return -1;
-    return next(found, "sem_wait", "__interceptor_sem_wait")(semaphore);
-}
-
-#else
-// The ring's semaphores sleep in the kernel; a failure of that is one of sem_wait.
-
-long syscall(long number, ...) noexcept {
-    va_list arguments;
-    va_start(arguments, number);
-    const auto call = cabinaudio::test::systemCall(number, arguments);
-    va_end(arguments);
-    constexpr long kFutexWait = 0;  // FUTEX_WAIT, between processes
-    if (number == SYS_futex && call.argument[1] == kFutexWait && takeFailure("sem_wait")) return -1;
-    return call.pass();
-}
-
-#endif
-}

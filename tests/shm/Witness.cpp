@@ -1,31 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/shm/Witness.h"
 
-#include "tests/shm/NextDefinition.h"
+#include "tests/interpose/Files.h"
+#include "tests/interpose/Waits.h"
 
 #include <linux/futex.h>
-#include <semaphore.h>
-#include <sys/ioctl.h>
 #include <sys/syscall.h>
-#include <unistd.h>
 
-#include <atomic>
-#include <cstdarg>
 #include <cstring>
 #include <utility>
 
+namespace cabinaudio::test {
 namespace {
-
-using cabinaudio::test::next;
-using cabinaudio::test::Shown;
 
 constinit thread_local std::function<void(const Shown&)>* tLook = nullptr;
 
 void show(const Shown& shown) {
     if (tLook != nullptr) (*tLook)(shown);
 }
-
-using Ioctl = int(int, unsigned long, ...);
 
 void showRequest(unsigned long request, const void* argument) {
     constexpr unsigned long CLEAN = 0x40084303;
@@ -36,14 +28,32 @@ void showRequest(unsigned long request, const void* argument) {
     show({false, request, range[0], range[1]});
 }
 
-int showAndPass(Ioctl& behind, int fd, unsigned long request, void* argument) {
+int showAndPass(int fd, unsigned long request, void* argument) {
     showRequest(request, argument);
-    return behind(fd, request, argument);
+    return platform::ioctl.real(fd, request, argument);
 }
 
-}  // namespace
+#if __WORDSIZE == 32
 
-namespace cabinaudio::test {
+int showPost(sem_t* semaphore) {
+    show({true, 0, 0, 0});
+    return platform::sem_post.real(semaphore);
+}
+const Hooked POST(platform::sem_post, showPost);
+
+#else
+
+long showWake(long number, long a, long b, long c, long d, long e, long f) {
+    if (number == SYS_futex && b == FUTEX_WAKE) show({true, 0, 0, 0});
+    return platform::syscall.real(number, a, b, c, d, e, f);
+}
+const Hooked WAKE(platform::syscall, showWake);
+
+#endif
+
+const Hooked REQUEST(platform::ioctl, showAndPass);
+
+}  // namespace
 
 Witness::Witness(std::function<void(const Shown&)> look) : mLook(std::move(look)) {
     tLook = &mLook;
@@ -54,49 +64,3 @@ Witness::~Witness() {
 }
 
 }  // namespace cabinaudio::test
-
-extern "C" {
-
-int ioctl(int fd, unsigned long request, ...) noexcept {
-    static constinit std::atomic<Ioctl*> found{nullptr};
-    va_list arguments;
-    va_start(arguments, request);
-    void* const argument = va_arg(arguments, void*);
-    va_end(arguments);
-    return showAndPass(*next(found, "ioctl", "__interceptor_ioctl"), fd, request, argument);
-}
-
-// What a 32-bit library built with 64-bit times calls instead.
-int __ioctl_time64(int fd, unsigned long request, ...) noexcept;
-int __ioctl_time64(int fd, unsigned long request, ...) noexcept {
-    static constinit std::atomic<Ioctl*> found{nullptr};
-    va_list arguments;
-    va_start(arguments, request);
-    void* const argument = va_arg(arguments, void*);
-    va_end(arguments);
-    return showAndPass(*next(found, "__ioctl_time64", "__interceptor_ioctl"), fd, request,
-                       argument);
-}
-
-#if __WORDSIZE == 32
-
-int sem_post(sem_t* semaphore) noexcept {
-    using Function = int(sem_t*);
-    static constinit std::atomic<Function*> found{nullptr};
-    show({true, 0, 0, 0});
-    return next(found, "sem_post", "__interceptor_sem_post")(semaphore);
-}
-
-#else
-
-long syscall(long number, ...) noexcept {
-    va_list arguments;
-    va_start(arguments, number);
-    const auto call = cabinaudio::test::systemCall(number, arguments);
-    va_end(arguments);
-    if (number == SYS_futex && call.argument[1] == FUTEX_WAKE) show({true, 0, 0, 0});
-    return call.pass();
-}
-
-#endif
-}
