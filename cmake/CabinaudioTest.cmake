@@ -34,24 +34,25 @@ function(cabinaudio_add_test name)
 endfunction()
 
 # Seconds of a program's longest test, for programs with tests of two and more. CTest starts long
-# tests first; without these figures, the first run in a new build tree ends with a few long tests alone.
+# tests first; without these figures, the first run in a new build tree ends with a few long tests
+# alone.
 set(cabinaudio_long_tests
     call-test 6 client-server-test 2 client-sink-test 2 client-storm-test 9 client-stream-test 5
     client-test 2 coded-uplink-test 5 faults-test 20 kill-test 3 life-cycle-test 4 link-tests 4
     race-test 2 server-neighbours-test 5 server-settings-test 10 server-test 2
     settings-replay-test 5 shm-test 2 test-tool 5)
 
-# cabinaudio_speed_up_tests(): to be called after the last test program, when all options, definitions
-# and source properties are set. Most of the time of compiling a test goes into headers, so
-#  - GoogleTest and the standard headers that most tests include are precompiled, and
-#  - a source of several programs (fixtures, raw clients) is compiled once; each program still links
+# cabinaudio_speed_up_tests(): to be called after the last test program, when all options,
+# definitions and source properties are set. Most of the time of compiling a test goes into headers:
+#  - GoogleTest and the standard headers that most tests include are precompiled.
+#  - A source of several programs (fixtures, raw clients) is compiled once; each program still links
 #    the objects of exactly the sources that it lists.
-# Neither applies to a source with options or definitions of its own: such a source defines functions
-# of the C library, or must not be instrumented.
+# Neither applies to a source with options or definitions of its own: such a source defines
+# functions of the C library, or must not be instrumented.
 function(cabinaudio_speed_up_tests)
-    # clang's precompiled headers contain the paths of the clone, so that ccache would find nothing that
-    # was compiled in another one.
-    if(NOT (CMAKE_CXX_COMPILER_ID STREQUAL "Clang" AND CMAKE_CXX_COMPILER_LAUNCHER MATCHES "ccache"))
+    # clang's precompiled headers contain the paths of the clone: with them, ccache would find
+    # nothing that was compiled in another clone.
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang" OR NOT CMAKE_CXX_COMPILER_LAUNCHER MATCHES "ccache")
         cabinaudio_precompile(cabinaudio-test-headers)
         cabinaudio_precompile(cabinaudio-test-headers-json <nlohmann/json.hpp>)
     endif()
