@@ -32,11 +32,159 @@ function(cabinaudio_add_test name)
         -Wl,--no-as-needed cabinaudio-board -Wl,--as-needed
         cabinaudio-build cabinaudio-test-support ${arg_LIBS} ${library} cabinaudio-log
         GTest::gmock GTest::gtest Threads::Threads ${CMAKE_DL_LIBS})
+    set(properties TIMEOUT ${arg_TIMEOUT})
     if(arg_LABELS)
-        set(labels PROPERTIES LABELS "${arg_LABELS}" TIMEOUT ${arg_TIMEOUT})
-    else()
-        set(labels PROPERTIES TIMEOUT ${arg_TIMEOUT})
+        list(APPEND properties LABELS "${arg_LABELS}")
+    endif()
+    list(FIND cabinaudio_long_tests ${name} place)
+    if(place GREATER_EQUAL 0)
+        math(EXPR place "${place} + 1")
+        list(GET cabinaudio_long_tests ${place} seconds)
+        list(APPEND properties COST ${seconds})
     endif()
     gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
-                         DISCOVERY_TIMEOUT 120 ${labels})
+                         DISCOVERY_TIMEOUT 120 PROPERTIES ${properties})
+    set_property(GLOBAL APPEND PROPERTY cabinaudio_test_programs ${name})
+endfunction()
+
+# Seconds of a program's longest test, for programs with tests of two and more. CTest starts long
+# tests first; without these figures, the first run in a new build tree ends with a few long tests
+# alone.
+set(cabinaudio_long_tests
+    call-test 6 client-server-test 2 client-sink-test 2 client-storm-test 9 client-stream-test 5
+    client-test 2 coded-uplink-test 5 faults-test 20 kill-test 3 life-cycle-test 4 link-tests 4
+    race-test 2 server-neighbours-test 5 server-settings-test 10 server-test 2
+    settings-replay-test 5 shm-test 2 test-tool 5)
+
+# cabinaudio_speed_up_tests(): to be called after the last test program, when all options,
+# definitions and source properties are set. Most of the time of compiling a test goes into headers:
+#  - GoogleTest and the standard headers that most tests include are precompiled.
+#  - A source of several programs (fixtures, raw clients) is compiled once; each program still links
+#    the objects of exactly the sources that it lists.
+# Neither applies to a source with options or definitions of its own: such a source defines
+# functions of the C library, or must not be instrumented.
+function(cabinaudio_speed_up_tests)
+    # clang's precompiled headers contain the paths of the clone: with them, ccache would find
+    # nothing that was compiled in another clone.
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang" OR NOT CMAKE_CXX_COMPILER_LAUNCHER MATCHES "ccache")
+        cabinaudio_precompile(cabinaudio-test-headers)
+        cabinaudio_precompile(cabinaudio-test-headers-json <nlohmann/json.hpp>)
+    endif()
+    get_property(programs GLOBAL PROPERTY cabinaudio_test_programs)
+    # users-<key>: the programs that compile one source in the same way.
+    set(keys)
+    foreach(program IN LISTS programs)
+        cabinaudio_find_sources(${program})
+        foreach(path IN LISTS ordinary)
+            # The definitions of a program are for the sources in its own directory.
+            get_filename_component(folder "${path}" DIRECTORY)
+            file(RELATIVE_PATH name "${PROJECT_SOURCE_DIR}/tests" "${path}")
+            if(definitions AND folder STREQUAL directory)
+                string(MD5 key "${name};${options};${definitions}")
+            else()
+                string(MD5 key "${name};${options}")
+            endif()
+            list(APPEND keys ${key})
+            list(APPEND users-${key} ${program})
+            set(path-${key} "${path}")
+        endforeach()
+    endforeach()
+    list(REMOVE_DUPLICATES keys)
+    foreach(key IN LISTS keys)
+        list(LENGTH users-${key} count)
+        if(count GREATER 1)
+            cabinaudio_compile_once(${key} "${path-${key}}" ${users-${key}})
+        endif()
+    endforeach()
+    foreach(program IN LISTS programs)
+        cabinaudio_reuse_headers(${program} ${program})
+    endforeach()
+endfunction()
+
+# An object library that only compiles these headers.
+function(cabinaudio_precompile name)
+    set(source "${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp")
+    file(CONFIGURE OUTPUT "${source}" CONTENT "// Compiled for its precompiled header only.\n")
+    add_library(${name} OBJECT "${source}")
+    target_link_libraries(${name} PRIVATE
+        cabinaudio-build cabinaudio-test-support GTest::gmock GTest::gtest Threads::Threads)
+    target_precompile_headers(${name} PRIVATE
+        <gmock/gmock.h> <gtest/gtest.h>
+        <algorithm> <array> <atomic> <chrono> <filesystem> <fstream> <functional> <future> <map>
+        <memory> <mutex> <optional> <string> <thread> <vector> ${ARGN})
+endfunction()
+
+# Sets in the caller the program's directory, options and definitions, and ordinary: the whole paths
+# of its sources without properties of their own.
+function(cabinaudio_find_sources program)
+    get_target_property(sources ${program} SOURCES)
+    get_target_property(directory ${program} SOURCE_DIR)
+    set(ordinary)
+    list(FILTER sources EXCLUDE REGEX "^[$]<")
+    foreach(source IN LISTS sources)
+        get_filename_component(path "${source}" ABSOLUTE BASE_DIR "${directory}")
+        set(special)
+        foreach(property COMPILE_OPTIONS COMPILE_DEFINITIONS COMPILE_FLAGS)
+            get_source_file_property(value "${path}" TARGET_DIRECTORY ${program} ${property})
+            if(value)
+                set(special yes)
+            endif()
+        endforeach()
+        if(special)
+            set_source_files_properties("${path}" TARGET_DIRECTORY ${program} PROPERTIES
+                SKIP_PRECOMPILE_HEADERS ON)
+        else()
+            list(APPEND ordinary "${path}")
+        endif()
+    endforeach()
+    get_target_property(options ${program} COMPILE_OPTIONS)
+    get_target_property(definitions ${program} COMPILE_DEFINITIONS)
+    foreach(result directory options definitions ordinary)
+        set(${result} "${${result}}" PARENT_SCOPE)
+    endforeach()
+endfunction()
+
+# Compiles the source as the first of these programs does, for all of them.
+function(cabinaudio_compile_once key path first)
+    file(RELATIVE_PATH name "${PROJECT_SOURCE_DIR}/tests" "${path}")
+    string(MAKE_C_IDENTIFIER "${name}" name)
+    string(SUBSTRING ${key} 0 4 suffix)
+    set(object shared-${name}-${suffix})
+    add_library(${object} OBJECT "${path}")
+    foreach(property COMPILE_OPTIONS COMPILE_DEFINITIONS INCLUDE_DIRECTORIES LINK_LIBRARIES)
+        get_target_property(value ${first} ${property})
+        if(value)
+            set_target_properties(${object} PROPERTIES ${property} "${value}")
+        endif()
+    endforeach()
+    cabinaudio_reuse_headers(${object} ${first})
+    foreach(program ${first} ${ARGN})
+        get_target_property(sources ${program} SOURCES)
+        get_target_property(directory ${program} SOURCE_DIR)
+        set(others)
+        foreach(source IN LISTS sources)
+            get_filename_component(absolute "${source}" ABSOLUTE BASE_DIR "${directory}")
+            if(absolute STREQUAL path)
+                list(APPEND others $<TARGET_OBJECTS:${object}>)
+            else()
+                list(APPEND others "${source}")
+            endif()
+        endforeach()
+        set_target_properties(${program} PROPERTIES SOURCES "${others}")
+    endforeach()
+endfunction()
+
+# A precompiled header fits only the options that it was compiled with.
+function(cabinaudio_reuse_headers target program)
+    get_target_property(options ${target} COMPILE_OPTIONS)
+    get_directory_property(usual COMPILE_OPTIONS)
+    if(NOT options STREQUAL usual OR NOT TARGET cabinaudio-test-headers)
+        return()
+    endif()
+    get_target_property(libs ${program} LINK_LIBRARIES)
+    if("nlohmann_json::nlohmann_json" IN_LIST libs OR "cabinaudio-server-parts" IN_LIST libs)
+        target_precompile_headers(${target} REUSE_FROM cabinaudio-test-headers-json)
+    else()
+        target_precompile_headers(${target} REUSE_FROM cabinaudio-test-headers)
+    endif()
 endfunction()

@@ -2,6 +2,10 @@
 # shellcheck shell=sh
 # The builds in build/NAME, one CMake preset each.
 
+# ccache ignores sources with precompiled headers unless it may take their macros as given: nothing
+# that is precompiled depends on the time or on a macro that only the including source defines.
+export CCACHE_SLOPPINESS="${CCACHE_SLOPPINESS:-pch_defines,time_macros}"
+
 # build NAME [TARGET...]: configures and compiles everything or the targets; silent on success.
 build() {
     name=$1
@@ -20,10 +24,14 @@ build() {
     log=$tree/build.log
     began=$(date +%s)
     say "building $name (output: $log)"
+    # Another command may be building the same tree. The lock ends with this descriptor.
+    exec 9>"$tree/.lock"
+    ! command -v flock >/dev/null || flock 9
     : >"$log"
     logged "$log" cmake --preset "$name"
     if [ $# -gt 0 ]; then set -- --target "$@"; fi
     logged "$log" cmake --build --preset "$name" --parallel "$(jobs)" "$@"
+    exec 9>&-
     say "built $name in $(($(date +%s) - began)) s"
 }
 

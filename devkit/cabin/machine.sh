@@ -30,7 +30,7 @@ unpack_guest() {
     if ! download_guest >>build/armhf-vm/build.log 2>&1; then
         may_be_root || die "needs root or sudo to update the package lists"
         say "updating the package lists"
-        as_root apt-get -o DPkg::Lock::Timeout=120 update >>build/armhf-vm/build.log 2>&1 \
+        as_root apt-get -o DPkg::Lock::Timeout=600 update >>build/armhf-vm/build.log 2>&1 \
             </dev/null || true
         logged build/armhf-vm/build.log download_guest
     fi

@@ -116,7 +116,7 @@ install_packages() {
     # not prevent the installation.
     if ! apt_install "$log" "$@"; then
         say "updating the package lists"
-        as_root apt-get -o DPkg::Lock::Timeout=120 update >>"$log" 2>&1 </dev/null || true
+        as_root apt-get -o DPkg::Lock::Timeout=600 update >>"$log" 2>&1 </dev/null || true
         apt_install "$log" "$@" || {
             tail -n 30 "$log" >&2
             die "the packages could not be installed; try: $(install_hint "$@")"
@@ -129,7 +129,7 @@ apt_install() {
     apt_log=$1
     shift
     as_root env DEBIAN_FRONTEND=noninteractive apt-get -q -y --no-install-recommends \
-        -o DPkg::Lock::Timeout=120 install "$@" >>"$apt_log" 2>&1 </dev/null
+        -o DPkg::Lock::Timeout=600 install "$@" >>"$apt_log" 2>&1 </dev/null
 }
 
 add_armhf() {

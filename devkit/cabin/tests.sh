@@ -30,6 +30,7 @@ cmd_test() {
         [ "$suite" != armhf-vm ] || cat "$(machine_programs)" || failed=1
         results="$results$suite: $(closing_line "$suite")
 $(failed_tests "$suite")
+$(slowest_tests "$suite")
 "
     done
     return $failed
@@ -82,6 +83,13 @@ failed_tests() {
     sed -n '/^The following tests FAILED:/,$ s/^[[:blank:]]*\([0-9][0-9]* - \)/    \1/p' \
         "build/$1/test.log" 2>/dev/null |
         awk 'NR <= 50 { print } END { if (NR > 50) print "    ... " NR - 50 " more, see test.log" }'
+}
+
+# The ten tests that took longest, with their seconds.
+slowest_tests() {
+    sed -n 's/^ *[0-9]*\/[0-9]* \{1,\}Test \{1,\}#[0-9]*: \([^ ]*\) .* \([0-9.]*\) sec.*/\2 \1/p' \
+        "build/$1/test.log" 2>/dev/null | sort -k1,1nr -k2 | head -n 10 |
+        awk 'NR == 1 { print "    slowest tests:" } { printf "    %8.2f s  %s\n", $1, $2 }'
 }
 
 closing_line() {
