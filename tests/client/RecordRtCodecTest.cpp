@@ -36,7 +36,7 @@ TEST_P(UplinkFrame, IsReadWithItsHeader) {
     EXPECT_EQ(left(), static_cast<unsigned>(headerSize()) + 50U);
     EXPECT_TRUE(logged(DEBUG, "ClientRecordRt", "read", HEADER_LINE))
         << "says so when it went well";
-    EXPECT_TRUE(logged(DEBUG, BODY_LINE, NEVER));
+    EXPECT_TRUE(logged(DEBUG, BODY_LINE, ABSENT));
 }
 
 TEST_P(UplinkFrame, IsLongerThanTheRequestWhenItsLengthSaysSo) {
@@ -134,7 +134,7 @@ TEST_F(UplinkPacket, StaysWhenItsHeaderIsIncomplete) {
     ASSERT_TRUE(put(*serverRing, {0x56, 0xe0}));
     EXPECT_EQ(read(2, true), 0) << "there is no silence of this kind";
     EXPECT_EQ(serverRing->getUsedSize(), 2U);
-    EXPECT_TRUE(logged(DEBUG, HEADER_LINE, NEVER));
+    EXPECT_TRUE(logged(DEBUG, HEADER_LINE, ABSENT));
     ASSERT_TRUE(put(*serverRing, {0x04, 1, 2, 3, 4, 0}));
     EXPECT_TRUE(delivered(read(2, true), (Bytes{0x56, 0xe0, 0x04, 1, 2, 3, 4})));
 }

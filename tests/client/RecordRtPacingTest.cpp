@@ -102,7 +102,7 @@ TEST_F(PacedSilence, StaysWithinTwoPeriodsOfTheClockWhenReadsAreLate) {
 TEST_F(PacedSilence, WarnsWhenAWaitTookTooLong) {
     time.beLate(2);
     EXPECT_EQ(read(512, true), 512);
-    EXPECT_TRUE(loggedLike(WARN, ".*wait silence data.*\n", NEVER));
+    EXPECT_TRUE(loggedLike(WARN, ".*wait silence data.*\n", ABSENT));
     time.beLate(3);
     EXPECT_EQ(read(512, true), 512);
     // Two milliseconds were due from the first one.

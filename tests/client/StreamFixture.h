@@ -41,7 +41,7 @@ constexpr std::uint32_t FLAGGED = 198;
 [[nodiscard]] std::future<int> blocked(const std::function<int()>& call, int refusal);
 
 /// How often a line is expected that must not be there.
-constexpr std::size_t NEVER = 0;
+constexpr std::size_t ABSENT = 0;
 
 /// Whether there is a shared-memory object for the stream's ring in physical memory.
 [[nodiscard]] bool ringHasAName(const std::string& streamName);
