@@ -26,12 +26,12 @@ std::ptrdiff_t placeOf(const std::vector<std::int16_t>& part,
     return at == twice.end() ? -1 : at - twice.begin();
 }
 
-class Capturing : public ::testing::TestWithParam<AudioTagType> {
+class CaptureCall : public ::testing::TestWithParam<AudioTagType> {
 protected:
     LogCapture log;
 };
 
-TEST_P(Capturing, GivesTheRecordedVoiceSampleForSample) {
+TEST_P(CaptureCall, DeliversTheRecordedVoiceSampleForSample) {
     const std::vector<std::int16_t> voice = samplesOf(speechFile());
     ASSERT_FALSE(voice.empty()) << "cannot read " << speechFile() << " (package alsa-utils)";
     const RealServer server({"--output", "null", "--input", speechFile()});
@@ -55,7 +55,7 @@ TEST_P(Capturing, GivesTheRecordedVoiceSampleForSample) {
     EXPECT_EQ(placeOf(heard, voice), 0) << "begins with the file, and loops without a gap";
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryInput, Capturing,
+INSTANTIATE_TEST_SUITE_P(EveryInput, CaptureCall,
                          ::testing::Values(AUDIO_TAG_INPUT0, AUDIO_TAG_INPUT1, AUDIO_TAG_INPUT2,
                                            AUDIO_TAG_INPUT_FRONT_FEEDBACK),
                          [](const auto& tag) { return std::to_string(tag.param); });

@@ -45,7 +45,7 @@ private:
     std::unique_ptr<OpusDecoder, void (*)(OpusDecoder*)> mDecoder;
 };
 
-class AnOpusCall : public ::testing::TestWithParam<std::uint32_t> {
+class OpusCall : public ::testing::TestWithParam<std::uint32_t> {
 protected:
     /// One read of a whole packet; checks its header. @return the packet without the header
     std::vector<unsigned char> packet(ClientRecordRt& record) {
@@ -69,7 +69,7 @@ protected:
     Decoder decoder;
 };
 
-TEST_P(AnOpusCall, CarriesTheVoice) {
+TEST_P(OpusCall, DeliversTheVoice) {
     const std::vector<std::int16_t> voice = samplesOf(speechFile());
     ASSERT_FALSE(voice.empty()) << "cannot read " << speechFile() << " (package alsa-utils)";
     const RealServer server(
@@ -103,7 +103,7 @@ TEST_P(AnOpusCall, CarriesTheVoice) {
     EXPECT_GT(correlation(thinned(heard, FACTOR), thinned(voice, FACTOR)), 0.9);
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryRate, AnOpusCall, ::testing::Values(8000, 16000, 24000, 48000),
+INSTANTIATE_TEST_SUITE_P(EveryRate, OpusCall, ::testing::Values(8000, 16000, 24000, 48000),
                          [](const auto& rate) { return std::to_string(rate.param); });
 
 }  // namespace

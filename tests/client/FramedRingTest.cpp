@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <ostream>
 
 namespace cabinaudio::test {
 namespace {
@@ -32,36 +33,52 @@ protected:
 const Bytes OPUS_FRAME{0, 0, 0, 5, 1, 2, 3, 4, 'a', 'b', 'c', 'd', 'e'};
 const Bytes LOAS_FRAME{0x56, 0xe0, 2, 'x', 'y'};
 
-TEST_F(FramedRingTest, EmptyRingNeedsAHeader) {
-    EXPECT_EQ(opus.needed(), OPUS_HEADER_BYTES);
-    EXPECT_EQ(loas.needed(), LOAS_HEADER_BYTES);
+TEST_F(FramedRingTest, EmptyRingGivesNothing) {
     EXPECT_EQ(opus.takeWithin(buffer.data(), 100).outcome, Outcome::Missing);
     EXPECT_EQ(opus.takeWhole(buffer.data(), SITE), 0U);
 }
 
-TEST_F(FramedRingTest, PartOfAHeaderStillNeedsAHeader) {
+TEST_F(FramedRingTest, PartOfAHeaderStays) {
     ASSERT_TRUE(put(*ring, {0, 0, 0, 5, 1, 2, 3}));
-    EXPECT_EQ(opus.needed(), OPUS_HEADER_BYTES);
     EXPECT_EQ(opus.takeWithin(buffer.data(), 100).outcome, Outcome::Missing);
     EXPECT_EQ(opus.takeWhole(buffer.data(), SITE), 0U);
     EXPECT_EQ(ring->getUsedSize(), 7U) << "nothing was taken";
 }
 
-TEST_F(FramedRingTest, HeaderTellsTheNeedOfTheWholeFrame) {
-    ASSERT_TRUE(put(*ring, {0, 0, 1, 2, 1, 2, 3, 4}));
-    EXPECT_EQ(opus.needed(), 8U + 0x102U);
-    EXPECT_EQ(ring->getUsedSize(), 8U) << "the header stays in the ring";
+struct NeedRow {
+    const char* name;
+    std::uint32_t codec;
+    Bytes inRing;
+    unsigned needed;
+};
+
+void PrintTo(const NeedRow& row, std::ostream* out) {
+    *out << row.name;
 }
 
-TEST_F(FramedRingTest, LengthOfALoasFrameHas13Bits) {
-    ASSERT_TRUE(put(*ring, {0x56, 0xe1, 0x10}));
-    EXPECT_EQ(loas.needed(), 3U + 0x110U);
+class FramedRingNeed : public FramedRingTest, public ::testing::WithParamInterface<NeedRow> {};
+
+TEST_P(FramedRingNeed, IsToldByTheHeaderWhichStaysInTheRing) {
+    const auto& [name, codec, inRing, needed] = GetParam();
+    if (!inRing.empty()) {
+        ASSERT_TRUE(put(*ring, inRing));
+    }
+    FramedRing& frames = codec == CODEC_OPUS ? opus : loas;
+    EXPECT_EQ(frames.needed(), needed);
+    EXPECT_EQ(ring->getUsedSize(), inRing.size());
 }
 
-TEST_F(FramedRingTest, ImpossibleLengthNeedsAHeaderOnly) {
-    ASSERT_TRUE(put(*ring, {0xff, 0xff, 0xff, 0xff, 1, 2, 3, 4}));
-    EXPECT_EQ(opus.needed(), OPUS_HEADER_BYTES);
-}
+INSTANTIATE_TEST_SUITE_P(
+    Of, FramedRingNeed,
+    ::testing::Values(
+        NeedRow{"AnEmptyOpusRing", CODEC_OPUS, {}, OPUS_HEADER_BYTES},
+        NeedRow{"AnEmptyLoasRing", CODEC_LOAS, {}, LOAS_HEADER_BYTES},
+        NeedRow{"PartOfAHeader", CODEC_OPUS, {0, 0, 0, 5, 1, 2, 3}, OPUS_HEADER_BYTES},
+        NeedRow{"AnOpusHeader", CODEC_OPUS, {0, 0, 1, 2, 1, 2, 3, 4}, 8 + 0x102},
+        NeedRow{"ALoasHeaderOf13Bits", CODEC_LOAS, {0x56, 0xe1, 0x10}, 3 + 0x110},
+        NeedRow{
+            "AnImpossibleLength", CODEC_OPUS, {255, 255, 255, 255, 1, 2, 3, 4}, OPUS_HEADER_BYTES}),
+    [](const auto& row) { return row.param.name; });
 
 TEST_F(FramedRingTest, WholeFrameIsTakenIntoABufferOfItsLength) {
     ASSERT_TRUE(put(*ring, OPUS_FRAME));

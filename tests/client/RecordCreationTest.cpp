@@ -6,111 +6,97 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <ostream>
 #include <string>
 
 namespace cabinaudio::test {
 namespace {
 
-class ACaptureUnderConstruction : public ACapture {
+class NewCapture : public EachCapture {
 protected:
-    /// A stream of this name and tag, whatever comes of it.
-    [[nodiscard]] std::unique_ptr<AudioRecord> create(const char* name, AudioTagType tag,
-                                                      AudioFormatDesc format) {
-        if (kind == Kind::RAW_MIC) return std::make_unique<ClientRecord>(name, tag, format, -5);
-        return std::make_unique<ClientRecordRt>(name, tag, format);
-    }
-
-    void expectUnusable(AudioRecord& stream, const std::string& name) {
+    void expectUnusable(AudioRecord& stream) {
         const std::size_t before = server.functions().size();
         EXPECT_EQ(stream.initCheck(), AUDIO_INVALID_STATE);
         EXPECT_EQ(stream.start(), AUDIO_INVALID_STATE);
         EXPECT_EQ(stream.stop(), AUDIO_INVALID_STATE);
         EXPECT_EQ(stream.clear(), AUDIO_INVALID_STATE);
         EXPECT_EQ(stream.read(data.data(), 4, true),
-                  kind == Kind::RAW_MIC ? AUDIO_BAD_VALUE : AUDIO_INVALID_STATE);
+                  kind == Kind::RawMic ? AUDIO_BAD_VALUE : AUDIO_INVALID_STATE);
         EXPECT_EQ(stream.bytesUsed(), 0);
         EXPECT_EQ(stream.getPerLoopSize(), 0);
         EXPECT_EQ(stream.getTotalBufferSize(), 0);
-        EXPECT_EQ(stream.getVolume(), kind == Kind::RAW_MIC ? -1 : 0);
-        EXPECT_EQ(stream.setVolume(3), kind == Kind::RAW_MIC ? AUDIO_INVALID_STATE : 0);
+        EXPECT_EQ(stream.getVolume(), kind == Kind::RawMic ? -1 : 0);
+        EXPECT_EQ(stream.setVolume(3), kind == Kind::RawMic ? AUDIO_INVALID_STATE : 0);
         EXPECT_EQ(server.functions().size(), before);
-        EXPECT_EQ(log.count(ERROR, "[" + name + "]state is not IDLE, clear failed, mstate:0\n"), 1U)
-            << log.dump();
+        EXPECT_TRUE(logged(ERROR, "[rec]state is not IDLE, clear failed, mstate:0\n"));
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(ForBoth, ACaptureUnderConstruction,
-                         ::testing::Values(Kind::RAW_MIC, Kind::UPLINK), nameOf);
+INSTANTIATE_TEST_SUITE_P(Stream, NewCapture, ::testing::Values(Kind::RawMic, Kind::Uplink),
+                         captureName);
 
-TEST_P(ACaptureUnderConstruction, RegistersWithItsNameAndTheTypeOfItsTag) {
+TEST_P(NewCapture, RegistersItsNameAndTheTypeOfItsTag) {
     make();
     const std::vector<Request> all = server.requests();
     ASSERT_FALSE(all.empty());
     EXPECT_TRUE(all[0].isRegistration());
-    EXPECT_EQ(all[0].header.type, kind == Kind::RAW_MIC ? 64U : 65U);
+    EXPECT_EQ(all[0].header.type, kind == Kind::RawMic ? 64U : 65U);
     EXPECT_STREQ(all[0].header.name, "rec");
 }
 
-TEST_P(ACaptureUnderConstruction, RegistersAnUnknownTagAsUnknownAndSendsTheTagAsItIs) {
-    const auto odd = create("odd", static_cast<AudioTagType>(77), speech());
+TEST_P(NewCapture, RegistersTypeUnknownAndSendsTheTagUnchangedForAnUnknownTag) {
+    const auto odd = ACaptureStream::create(kind, "odd", static_cast<AudioTagType>(77));
     EXPECT_EQ(server.requests()[0].header.type, 255U);
     ASSERT_EQ(server.requests(CREATE).size(), 1U);
     EXPECT_EQ(server.requests(CREATE)[0].word(1), 77U);
 }
 
-TEST_P(ACaptureUnderConstruction, SendsTheCreateRequestToTheByte) {
-    const auto created =
-        create("rec", AUDIO_TAG_INPUT2,
-               {32, 8000, 7, AUDIO_CHANNEL_MAP_MONO_253, 2, static_cast<AudioBitDepthType>(1)});
-    const std::vector<Request> create = server.requests(CREATE);
-    ASSERT_EQ(create.size(), 1U);
-    EXPECT_EQ(create[0].header.cmd, FLAGGED);
-    EXPECT_EQ(create[0].header.length, 40U);
-    const std::uint32_t param = kind == Kind::RAW_MIC ? 0xfffffffbU : 0;
-    EXPECT_EQ(create[0].payload, bytesOf({2, 67, 32, 8000, 7, 253, 2, 1, param,
-                                          static_cast<std::uint32_t>(getpid())}));
+TEST_P(NewCapture, SendsACreateRequestOfTheseBytes) {
+    const auto created = ACaptureStream::create(
+        kind, "rec", AUDIO_TAG_INPUT2,
+        {32, 8000, 7, AUDIO_CHANNEL_MAP_MONO_253, 2, static_cast<AudioBitDepthType>(1)}, -5);
+    const std::vector<Request> sent = server.requests(CREATE);
+    ASSERT_EQ(sent.size(), 1U);
+    EXPECT_EQ(sent[0].header.cmd, FLAGGED);
+    EXPECT_EQ(sent[0].header.length, 40U);
+    const std::uint32_t param = kind == Kind::RawMic ? 0xfffffffbU : 0;
+    EXPECT_EQ(sent[0].payload, bytesOf({2, 67, 32, 8000, 7, 253, 2, 1, param,
+                                        static_cast<std::uint32_t>(getpid())}));
 }
 
-TEST_P(ACaptureUnderConstruction, CutsItsNameToSixtyThreeCharacters) {
-    const auto created = create(std::string(100, 'n').c_str(), AUDIO_TAG_INPUT0, speech());
+TEST_P(NewCapture, CutsItsNameToSixtyThreeCharacters) {
+    const auto created = ACaptureStream::create(kind, std::string(100, 'n'));
     EXPECT_EQ(server.requests()[0].header.name, std::string(63, 'n'));
     (void)created->clear();
-    EXPECT_EQ(log.count(DEBUG, "[" + std::string(63, 'n') + "] clear finish state: IDLE\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(logged(DEBUG, "[" + std::string(63, 'n') + "] clear finish state: IDLE\n"));
 }
 
-TEST_P(ACaptureUnderConstruction, StaysUnusableWhenTheServerRefusesTheStream) {
+TEST_P(NewCapture, IsUnusableWhenTheServerRefusesTheStream) {
     server.on(CREATE, Answer::words(-3000, 0, 4096, 1024, 16, 512, 0));
-    const auto refused = create("rec", AUDIO_TAG_INPUT0, speech());
-    EXPECT_EQ(log.count(ERROR, file(), "init",
-                        "[rec] RPC data transfer failure, status:0  ret_status:-3000\n"),
-              1U)
-        << log.dump();
-    expectUnusable(*refused, "rec");
+    const auto refused = create();
+    EXPECT_TRUE(logged(ERROR, file(), "init",
+                       "[rec] RPC data transfer failure, status:0  ret_status:-3000\n"));
+    expectUnusable(*refused);
 }
 
-TEST_P(ACaptureUnderConstruction, SaysSoWhenThereIsNoServer) {
+TEST_P(NewCapture, IsUnusableWithoutAServer) {
     server.stop();
-    const auto lost = create("rec", AUDIO_TAG_INPUT0, speech());
-    EXPECT_EQ(log.count(ERROR, file(), "init",
-                        text("Fail to check RemoteCall.\n", "[rec] Fail to check RemoteCall.\n")),
-              1U)
-        << log.dump();
-    EXPECT_EQ(log.countMatching(INFO, ".* record init\\.\n"), 0U);
-    expectUnusable(*lost, "rec");
+    const auto lost = create();
+    EXPECT_TRUE(logged(ERROR, file(), "init",
+                       text("Fail to check RemoteCall.\n", "[rec] Fail to check RemoteCall.\n")));
+    EXPECT_TRUE(loggedLike(INFO, ".* record init\\.\n", ABSENT));
+    expectUnusable(*lost);
 }
 
-class ARecordUnderConstruction : public ACaptureStream {};
+using NewRecord = ACaptureStream;
 
-TEST_F(ARecordUnderConstruction, TakesOverStepAndRingFromTheReplyAndBecomesIdle) {
+TEST_F(NewRecord, HasStepAndRingOfTheReplyAndIsIdle) {
     makeRawMic(2000, 500);
     EXPECT_EQ(record->getPerLoopSize(), 500);
     EXPECT_EQ(record->getTotalBufferSize(), 2000);
-    EXPECT_EQ(log.countMatching(DEBUG,
-                                "\\[rec\\] ShareMemoryEx create ok: mShareMemorySize:2000 "
-                                "\\[cast:[0-9]+ ms\\]\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(loggedLike(DEBUG,
+                           "\\[rec\\] ShareMemoryEx create ok: mShareMemorySize:2000 "
+                           "\\[cast:[0-9]+ ms\\]\n"));
     EXPECT_EQ(record->clear(), AUDIO_NO_ERROR);
     const std::vector<std::string> names = ProcessState::now().shmNames;
     EXPECT_TRUE(std::any_of(names.begin(), names.end(), [](const std::string& name) {
@@ -118,31 +104,28 @@ TEST_F(ARecordUnderConstruction, TakesOverStepAndRingFromTheReplyAndBecomesIdle)
     })) << ::testing::PrintToString(names);
 }
 
-TEST_F(ARecordUnderConstruction, GetsARingWhateverItsTag) {
+TEST_F(NewRecord, HasARingWhateverItsTag) {
     for (const AudioTagType tag : {AUDIO_TAG_INPUT0, AUDIO_TAG_INPUT1, AUDIO_TAG_INPUT2,
                                    AUDIO_TAG_INPUT_FRONT_FEEDBACK, AUDIO_TAG_UNKNOWN}) {
         server.on(CREATE, Answer::words(0, 0, 3000, 640, 16, 320, 0));
         serverRing.reset();
         serverRing = posixRing("rec", 3000);
-        AudioFormatDesc format = speech();
-        ClientRecord created("rec", tag, format, 0);
-        EXPECT_EQ(created.getTotalBufferSize(), 3000) << tag;
+        const auto created = create(Kind::RawMic, "rec", tag);
+        EXPECT_EQ(created->getTotalBufferSize(), 3000) << tag;
     }
 }
 
-class AnUplinkUnderConstruction : public ACaptureStream {};
+using NewUplink = ACaptureStream;
 
-TEST_F(AnUplinkUnderConstruction, TakesOverStepAndPaceAndHasNoRing) {
+TEST_F(NewUplink, HasStepAndPaceOfTheReplyAndNoRing) {
     makeUplink(640);
     EXPECT_EQ(record->getPerLoopSize(), 640);
     EXPECT_EQ(record->getTotalBufferSize(), 0);
-    EXPECT_EQ(log.count(INFO, "ClientRecordRt", "init", "[rec] record init.\n"), 1U) << log.dump();
-    EXPECT_EQ(log.countMatching(INFO,
-                                "\\[rec\\] init done\\[cast:[0-9]+ ms\\] mPerLoopSamples = "
-                                "320, mPerLoopBytes = 640, mPerLoopTime = 16 mBytesPerMSec = "
-                                "40 mCacheSizeMax = 1280\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(logged(INFO, "ClientRecordRt", "init", "[rec] record init.\n"));
+    EXPECT_TRUE(loggedLike(INFO,
+                           "\\[rec\\] init done\\[cast:[0-9]+ ms\\] mPerLoopSamples = "
+                           "320, mPerLoopBytes = 640, mPerLoopTime = 16 mBytesPerMSec = "
+                           "40 mCacheSizeMax = 1280\n"));
     EXPECT_EQ(server.functions(), std::vector<std::uint32_t>{CREATE});
 }
 
@@ -153,24 +136,26 @@ struct CodecRow {
     int bytes;
 };
 
-class AnUplinksCodec : public ACaptureStream, public ::testing::WithParamInterface<CodecRow> {};
+void PrintTo(const CodecRow& row, std::ostream* out) {
+    *out << "codec " << row.codec << " at " << row.rate;
+}
 
-TEST_P(AnUplinksCodec, DecidesOnTheSizeOfAStepAndLeavesThePaceToTheServer) {
+class UplinkCodec : public ACaptureStream, public ::testing::WithParamInterface<CodecRow> {};
+
+TEST_P(UplinkCodec, DecidesTheSizeOfAStepAndLeavesThePaceToTheServer) {
     const auto& [codec, rate, samples, bytes] = GetParam();
     AudioFormatDesc format = speech(codec);
     format.sampleRate = rate;
     makeUplink(512, format);
     EXPECT_EQ(record->getPerLoopSize(), bytes);
-    EXPECT_EQ(log.countMatching(INFO, "\\[rec\\] init done\\[cast:[0-9]+ ms\\] mPerLoopSamples = " +
-                                          samples + ", mPerLoopBytes = " + std::to_string(bytes) +
-                                          ", mPerLoopTime = 16 mBytesPerMSec = 32 mCacheSizeMax = "
-                                          "1024\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(loggedLike(INFO, "\\[rec\\] init done\\[cast:[0-9]+ ms\\] mPerLoopSamples = " +
+                                     samples + ", mPerLoopBytes = " + std::to_string(bytes) +
+                                     ", mPerLoopTime = 16 mBytesPerMSec = 32 mCacheSizeMax = "
+                                     "1024\n"));
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    OfEachKind, AnUplinksCodec,
+    OfEachKind, UplinkCodec,
     ::testing::Values(CodecRow{0, 16000, "256", 512}, CodecRow{16, 16000, "480", 512},
                       CodecRow{16, 44100, "480", 512}, CodecRow{32, 8000, "160", 320},
                       CodecRow{32, 16000, "320", 640}, CodecRow{32, 24000, "480", 960},
@@ -180,31 +165,28 @@ INSTANTIATE_TEST_SUITE_P(
         return "codec" + std::to_string(row.param.codec) + "at" + std::to_string(row.param.rate);
     });
 
-class AnUplinkOfAnUnknownCodec : public ACaptureStream,
-                                 public ::testing::WithParamInterface<std::uint32_t> {};
+class UplinkOfAnUnknownCodec : public ACaptureStream,
+                               public ::testing::WithParamInterface<std::uint32_t> {};
 
-TEST_P(AnUplinkOfAnUnknownCodec, IsUsableWithTheServersSizes) {
+TEST_P(UplinkOfAnUnknownCodec, IsUsableWithTheServersSizes) {
     server.on(CREATE, Answer::words(0, 0, 0, 512, 16, 256, 0));
-    AudioFormatDesc format = speech(GetParam());
-    ClientRecordRt odd("rec", AUDIO_TAG_UPLINK, format);
-    EXPECT_EQ(log.count(ERROR, "[rec] unsupport CODEC type:" + std::to_string(GetParam()) + ".\n"),
-              1U)
-        << log.dump();
-    EXPECT_EQ(log.countMatching(INFO, ".*init done.*\n"), 0U);
-    EXPECT_EQ(odd.getPerLoopSize(), 512);
-    EXPECT_EQ(odd.initCheck(), AUDIO_NO_ERROR);
-    EXPECT_EQ(odd.start(), AUDIO_NO_ERROR);
-    EXPECT_EQ(odd.read(data.data(), 16, true), 0) << "there is no silence of this kind";
-    EXPECT_EQ(odd.stop(), AUDIO_NO_ERROR);
+    record = create(Kind::Uplink, "rec", AUDIO_TAG_UPLINK, speech(GetParam()));
+    EXPECT_TRUE(logged(ERROR, "[rec] unsupport CODEC type:" + std::to_string(GetParam()) + ".\n"));
+    EXPECT_TRUE(loggedLike(INFO, ".*init done.*\n", ABSENT));
+    EXPECT_EQ(record->getPerLoopSize(), 512);
+    EXPECT_EQ(record->initCheck(), AUDIO_NO_ERROR);
+    EXPECT_EQ(record->start(), AUDIO_NO_ERROR);
+    EXPECT_EQ(read(16, true), 0) << "there is no silence of this kind";
+    EXPECT_EQ(record->stop(), AUDIO_NO_ERROR);
 }
 
-INSTANTIATE_TEST_SUITE_P(OfMany, AnUplinkOfAnUnknownCodec,
+INSTANTIATE_TEST_SUITE_P(OfMany, UplinkOfAnUnknownCodec,
                          ::testing::Values(1, 15, 17, 19, 33, 51, 64, 66, 0xffff));
 
-/// With a diagnostics file of its own that asks for dumps of what clients capture.
-class ADumpedCapture : public ACapture {
+/// With a diagnostics file of its own that asks for dumps of captured data.
+class DumpedCapture : public EachCapture {
 protected:
-    ADumpedCapture() {
+    DumpedCapture() {
         settings.write("Dump\n tag=input0\n usage=client\n outPath=" + dumps("input0").string() +
                        "\nDump\n tag=uplink\n usage=client\n outPath=" + dumps("uplink").string() +
                        "\n");
@@ -229,14 +211,14 @@ protected:
     ConfigDirectory settings;
 };
 
-INSTANTIATE_TEST_SUITE_P(ForBoth, ADumpedCapture, ::testing::Values(Kind::RAW_MIC, Kind::UPLINK),
-                         nameOf);
+INSTANTIATE_TEST_SUITE_P(Stream, DumpedCapture, ::testing::Values(Kind::RawMic, Kind::Uplink),
+                         captureName);
 
-TEST_P(ADumpedCapture, LeavesTheBytesThatWereReadInAFile) {
+TEST_P(DumpedCapture, FileHoldsTheBytesThatWereRead) {
     make();
     ASSERT_EQ(record->initCheck(), AUDIO_NO_ERROR);
     start();
-    if (kind == Kind::UPLINK) giveRing();
+    if (kind == Kind::Uplink) giveRing();
     ASSERT_TRUE(put(*serverRing, pattern(1000)));
     ASSERT_EQ(read(600, true), 600);
     ASSERT_EQ(read(400, true), 400);
@@ -245,10 +227,8 @@ TEST_P(ADumpedCapture, LeavesTheBytesThatWereReadInAFile) {
     EXPECT_EQ(dumped(), std::string(expected.begin(), expected.end())) << log.dump();
 }
 
-TEST_P(ADumpedCapture, IsDumpedFromItsInitCheckOnOnly) {
-    make();
-    start();
-    if (kind == Kind::UPLINK) giveRing();
+TEST_P(DumpedCapture, BeginsAtTheInitCheck) {
+    makeCapturing();
     ASSERT_TRUE(put(*serverRing, pattern(100)));
     ASSERT_EQ(read(100, true), 100);
     ASSERT_EQ(record->stop(), AUDIO_NO_ERROR);
@@ -261,19 +241,35 @@ TEST_P(ADumpedCapture, IsDumpedFromItsInitCheckOnOnly) {
     EXPECT_EQ(dumped(), std::string(expected.begin(), expected.end())) << log.dump();
 }
 
-class ADumpedUplink : public ADumpedCapture {};
-INSTANTIATE_TEST_SUITE_P(ForIt, ADumpedUplink, ::testing::Values(Kind::UPLINK), nameOf);
+using DumpedRecord = DumpedCapture;
+INSTANTIATE_TEST_SUITE_P(Stream, DumpedRecord, ::testing::Values(Kind::RawMic), captureName);
 
-TEST_P(ADumpedUplink, IsDumpedAsAnUplinkWhateverItsTagAndInTheLengthThatWasDue) {
+TEST_P(DumpedRecord, FileHoldsTheBytesOfAReadThatTookThemInTwoPieces) {
+    make();
+    ASSERT_EQ(record->initCheck(), AUDIO_NO_ERROR);
+    start();
+    const Bytes sent = pattern(600);
+    ASSERT_TRUE(put(*serverRing, pattern(300)));
+    std::future<int> reader = blockedRead(600);
+    ASSERT_TRUE(put(*serverRing, pattern(300, 300)));
+    ASSERT_EQ(reader.get(), 600);
+    EXPECT_EQ(heard(600), sent);
+    record.reset();
+    EXPECT_EQ(dumped(), std::string(sent.begin(), sent.end())) << log.dump();
+}
+
+using DumpedUplink = DumpedCapture;
+INSTANTIATE_TEST_SUITE_P(Stream, DumpedUplink, ::testing::Values(Kind::Uplink), captureName);
+
+TEST_P(DumpedUplink, IsDumpedByTheUplinksTagInTheLengthThatWasDue) {
     server.on(CREATE, Answer::words(0, 0, 0, 512, 16, 256, 0));
-    AudioFormatDesc format = speech(32);
-    record = std::make_unique<ClientRecordRt>("rec", AUDIO_TAG_INPUT1, format);
+    record = ACaptureStream::create(kind, "rec", AUDIO_TAG_INPUT1, speech(32));
     ASSERT_EQ(record->initCheck(), AUDIO_NO_ERROR);
     start();
     std::fill_n(data.begin(), 100, static_cast<unsigned char>('x'));
     ASSERT_EQ(read(64, true), 11) << "one packet of silence";
     record.reset();
-    // The dump gets as many bytes as were due, that is the packet and what lay behind it.
+    // The dump gets as many bytes as were due, that is the packet and the bytes behind it.
     EXPECT_EQ(dumped(), std::string("\0\0\0\3\1\2\3\4\xB8\xFF\xFE", 11) + std::string(53, 'x'))
         << log.dump();
 }

@@ -7,56 +7,45 @@
 namespace cabinaudio::test {
 namespace {
 
-class ACaptureWithAFaultBelow : public ACapture {
+class FaultyCapture : public EachCapture {
 protected:
-    [[nodiscard]] std::unique_ptr<AudioRecord> create() {
-        AudioFormatDesc format = speech();
-        if (kind == Kind::RAW_MIC)
-            return std::make_unique<ClientRecord>("rec", AUDIO_TAG_INPUT0, format, 0);
-        return std::make_unique<ClientRecordRt>("rec", AUDIO_TAG_UPLINK, format);
-    }
-
     Faults faults;
 };
 
-INSTANTIATE_TEST_SUITE_P(ForBoth, ACaptureWithAFaultBelow,
-                         ::testing::Values(Kind::RAW_MIC, Kind::UPLINK), nameOf);
+INSTANTIATE_TEST_SUITE_P(Stream, FaultyCapture, ::testing::Values(Kind::RawMic, Kind::Uplink),
+                         captureName);
 
-TEST_P(ACaptureWithAFaultBelow, StaysUnusableWithoutBlocksForItsCreateRequest) {
+TEST_P(FaultyCapture, IsUnusableWithoutBlocksForItsCreateRequest) {
     faults.refuseBlocks(true);
     const auto lost = create();
     EXPECT_TRUE(server.requests(CREATE).empty());
-    EXPECT_EQ(log.countMatching(ERROR, ".*\n"), 0U) << "without a word" << log.dump();
+    EXPECT_TRUE(loggedLike(ERROR, ".*\n", ABSENT)) << "without a word";
     EXPECT_EQ(lost->initCheck(), AUDIO_INVALID_STATE);
     EXPECT_EQ(lost->getPerLoopSize(), 0);
 }
 
-TEST_P(ACaptureWithAFaultBelow, IsCreatedAllTheSameWhenItsBlocksCannotBeGivenBack) {
+TEST_P(FaultyCapture, IsUsableWhenTheBlocksOfItsCreateRequestCannotBeFreed) {
     faults.failFreeing(true);
     make();
     EXPECT_EQ(record->clear(), AUDIO_NO_ERROR);
     EXPECT_GE(record->getPerLoopSize(), 512);
-    EXPECT_EQ(log.count(DEBUG, file(), "init",
-                        text("AUDIO IGNORE(mRc->rcfree(param, ret) == AUDIO_NO_ERROR)!\n",
-                             "AUDIO IGNORE(mRc->rcfree(initPrm, ret) == AUDIO_NO_ERROR)!\n")),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(logged(DEBUG, file(), "init",
+                       text("AUDIO IGNORE(mRc->rcfree(param, ret) == AUDIO_NO_ERROR)!\n",
+                            "AUDIO IGNORE(mRc->rcfree(initPrm, ret) == AUDIO_NO_ERROR)!\n")));
 }
 
-TEST_P(ACaptureWithAFaultBelow, SaysThatItsBlocksCannotBeGivenBackAfterARefusal) {
+TEST_P(FaultyCapture, LogsThatTheBlocksOfARefusedRequestCannotBeFreed) {
     faults.failFreeing(true);
     server.on(CREATE, Answer::words(-3000, 0, 0, 0, 0, 0, 0));
     const auto refused = create();
-    EXPECT_EQ(log.countMatching(DEBUG, text("AUDIO IGNORE\\(mRc->rcfree\\(param, ret\\) == "
-                                            "AUDIO_NO_ERROR\\)!\n",
-                                            "AUDIO IGNORE\\(mRc->rcfree\\(initPrm, ret\\) == "
-                                            "AUDIO_NO_ERROR\\)!\n")),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(loggedLike(DEBUG, text("AUDIO IGNORE\\(mRc->rcfree\\(param, ret\\) == "
+                                       "AUDIO_NO_ERROR\\)!\n",
+                                       "AUDIO IGNORE\\(mRc->rcfree\\(initPrm, ret\\) == "
+                                       "AUDIO_NO_ERROR\\)!\n")));
     EXPECT_EQ(refused->initCheck(), AUDIO_INVALID_STATE);
 }
 
-TEST_P(ACaptureWithAFaultBelow, HandsOnThatThereAreNoBlocks) {
+TEST_P(FaultyCapture, ReturnsNoMemoryWithoutBlocks) {
     make();
     faults.refuseBlocks(true);
     EXPECT_EQ(record->initCheck(), AUDIO_NO_MEMORY);
@@ -67,52 +56,49 @@ TEST_P(ACaptureWithAFaultBelow, HandsOnThatThereAreNoBlocks) {
     EXPECT_EQ(record->stop(), AUDIO_NO_MEMORY);
 }
 
-class ARecordWithAFaultBelow : public ACaptureStream {
+class FaultyRecord : public ACaptureStream {
 protected:
     Faults faults;
 };
 
-TEST_F(ARecordWithAFaultBelow, EndsAReadOfARingThatGivesNothing) {
+TEST_F(FaultyRecord, ReadEndsWhenTheRingGivesNothing) {
     makeRawMic();
     start();
     ASSERT_TRUE(put(*serverRing, pattern(100)));
     faults.giveNothing(true);
     EXPECT_EQ(read(10, true), 0);
-    EXPECT_EQ(log.count(ERROR, "[rec] read from shm return:0\n"), 1U) << log.dump();
+    EXPECT_TRUE(logged(ERROR, "[rec] read from shm return:0\n"));
     faults.giveNothing(false);
     EXPECT_EQ(read(10, true), 10);
 }
 
-TEST_F(ARecordWithAFaultBelow, DoesNotKnowItsVolumeWithoutBlocks) {
+TEST_F(FaultyRecord, VolumeIsUnknownWithoutBlocks) {
     makeRawMic();
     faults.refuseBlocks(true);
     EXPECT_EQ(record->getVolume(), -1);
     EXPECT_EQ(record->setVolume(5), AUDIO_NO_MEMORY);
-    EXPECT_EQ(log.count(ERROR, "[rec]get volume form server failed.\n"), 1U) << log.dump();
-    EXPECT_EQ(log.count(ERROR, "[rec]set volume(-1->5) failed\n"), 1U) << log.dump();
+    EXPECT_TRUE(logged(ERROR, "[rec]get volume form server failed.\n"));
+    EXPECT_TRUE(logged(ERROR, "[rec]set volume(-1->5) failed\n"));
 }
 
-class AnUplinkWithAFaultBelow : public ACaptureStream {
+class FaultyUplink : public ACaptureStream {
 protected:
     Faults faults;
 };
 
-TEST_F(AnUplinkWithAFaultBelow, HasNoBlocksToAskForItsRing) {
+TEST_F(FaultyUplink, HasNoRingWithoutBlocksForTheRequest) {
     makeUplink();
     faults.refuseBlocks(true);
     server.notify(RING_STATE, 1);
     settle();
     EXPECT_EQ(record->getTotalBufferSize(), 0);
-    EXPECT_EQ(log.countMatching(ERROR, "\\[rec\\] remote call return error\\(.*\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(loggedLike(ERROR, "\\[rec\\] remote call return error\\(.*\n"));
     faults.refuseBlocks(false);
     giveRing();
 }
 
-TEST_F(AnUplinkWithAFaultBelow, TakesNothingForALengthThatTheRingDidNotGive) {
-    AudioFormatDesc opus = speech();
-    opus.codecType = 32;
-    makeUplink(512, opus);
+TEST_F(FaultyUplink, ReadGivesSilenceWhenTheRingGivesNoHeader) {
+    makeUplink(512, speech(32));
     start();
     giveRing();
     ASSERT_TRUE(put(*serverRing, {0, 0, 0, 1, 1, 2, 3, 4, 0xaa, 0}));
@@ -124,37 +110,32 @@ TEST_F(AnUplinkWithAFaultBelow, TakesNothingForALengthThatTheRingDidNotGive) {
     EXPECT_EQ(read(64, false), 11) << "a packet of silence" << log.dump();
 }
 
-TEST_F(AnUplinkWithAFaultBelow, HasItsRingAllTheSameWhenTheBlocksCannotBeGivenBack) {
+TEST_F(FaultyUplink, HasItsRingWhenTheBlocksOfTheRequestCannotBeFreed) {
     makeUplink();
     faults.failFreeing(true);
     giveRing();
-    EXPECT_EQ(log.count(DEBUG, "ClientRecordRt", "initShareMem",
-                        "AUDIO IGNORE(0 == mRc->rcfree(param, ret))!\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(logged(DEBUG, "ClientRecordRt", "initShareMem",
+                       "AUDIO IGNORE(0 == mRc->rcfree(param, ret))!\n"));
     server.on(GET_RING, Answer::words(-1, 0, 0));
     server.notify(RING_STATE, 1);
     settle();
-    EXPECT_EQ(log.count(DEBUG, "ClientRecordRt", "initShareMem",
-                        "AUDIO IGNORE(AUDIO_NO_ERROR == mRc->rcfree(param, ret))!\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(logged(DEBUG, "ClientRecordRt", "initShareMem",
+                       "AUDIO IGNORE(AUDIO_NO_ERROR == mRc->rcfree(param, ret))!\n"));
 }
 
-TEST_F(AnUplinkWithAFaultBelow, TakesARingThatGivesNothingForOneWithoutAFrame) {
+TEST_F(FaultyUplink, ReadFindsNoFrameInARingThatGivesNothing) {
     makeUplink(512, speech(16));
     start();
     giveRing();
     ASSERT_TRUE(put(*serverRing, pattern(100)));
     faults.giveNothing(true);
     EXPECT_EQ(read(10, true), 0);
-    EXPECT_EQ(log.countMatching(DEBUG, "AUDIO IGNORE\\(0==mShareMemory->read.*\n"), 0U)
-        << log.dump();
+    EXPECT_TRUE(loggedLike(DEBUG, "AUDIO IGNORE\\(0==mShareMemory->read.*\n", ABSENT));
     faults.giveNothing(false);
     EXPECT_EQ(serverRing->getUsedSize(), 100U);
 }
 
-TEST_F(AnUplinkWithAFaultBelow, ReadsNothingOutOfARingThatGivesNothing) {
+TEST_F(FaultyUplink, ReadReturnsNothingWhenTheRingGivesNothing) {
     makeUplink();
     start();
     giveRing();

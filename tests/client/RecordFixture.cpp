@@ -7,37 +7,44 @@ AudioFormatDesc speech(std::uint32_t codec) {
     return {codec, 16000, 0, AUDIO_CHANNEL_MAP_1, 0, AUDIO_BIT_DEPTH_16};
 }
 
+std::unique_ptr<AudioRecord> ACaptureStream::create(Kind which, const std::string& name,
+                                                    AudioTagType tag, AudioFormatDesc format,
+                                                    int streamParam) const {
+    if (which == Kind::RawMic)
+        return std::make_unique<ClientRecord>(name.c_str(), tag, format, streamParam);
+    return std::make_unique<ClientRecordRt>(name.c_str(), tag, format);
+}
+
 void ACaptureStream::makeRawMic(unsigned size, int perLoopSize) {
     ringSize = size;
-    kind = Kind::RAW_MIC;
+    kind = Kind::RawMic;
     server.on(CREATE, Answer::words(0, 0, size, perLoopSize, 16, 512, 0));
     record.reset();
     serverRing.reset();  // removes the name
     serverRing = posixRing("rec", size);
-    AudioFormatDesc format = speech();
-    record = std::make_unique<ClientRecord>("rec", AUDIO_TAG_INPUT0, format, 0);
+    record = create(kind);
     ASSERT_EQ(record->getTotalBufferSize(), static_cast<int>(size)) << log.dump();
 }
 
 void ACaptureStream::makeUplink(int perLoopSize, AudioFormatDesc format) {
-    kind = Kind::UPLINK;
+    kind = Kind::Uplink;
     server.on(CREATE, Answer::words(0, 0, 0, perLoopSize, 16, perLoopSize / 2, 0));
-    record = std::make_unique<ClientRecordRt>("rec", AUDIO_TAG_UPLINK, format);
+    record = create(kind, "rec", AUDIO_TAG_UPLINK, format);
     ASSERT_EQ(log.countMatching(ERROR, ".*\n"), 0U) << log.dump();
 }
 
 void ACaptureStream::make(Kind which) {
-    if (which == Kind::RAW_MIC)
+    if (which == Kind::RawMic)
         makeRawMic();
     else
         makeUplink();
 }
 
-void ACaptureStream::giveRing(unsigned size) {
+void ACaptureStream::giveRing(unsigned size, unsigned address) {
     ringSize = size;
-    server.on(GET_RING, Answer::words(0, RING_ADDRESS, size));
+    server.on(GET_RING, Answer::words(0, address, size));
     serverRing.reset();  // removes the name
-    serverRing = physicalRing("rec", size);
+    serverRing = physicalRing("rec", size, address);
     ASSERT_TRUE(serverRing->isUsable()) << log.dump();
     const std::string line = "[rec] record initShareMem OK, shm_size = " + std::to_string(size);
     const std::size_t before = log.count(INFO, line + "\n");
@@ -54,8 +61,8 @@ void ACaptureStream::takeRing() {
 }
 
 void ACaptureStream::settle() {
-    const char* const line = kind == Kind::RAW_MIC ? "[rec]unknown msg(9999), value=0\n"
-                                                   : "[rec] unknown msg(9999), value=0\n";
+    const char* const line = kind == Kind::RawMic ? "[rec]unknown msg(9999), value=0\n"
+                                                  : "[rec] unknown msg(9999), value=0\n";
     const std::size_t before = log.count(DEBUG, line);
     server.notify(9999, 0, newest());
     ASSERT_TRUE(log.waitFor(DEBUG, line, before + 1)) << log.dump();
@@ -68,6 +75,16 @@ void ACaptureStream::removeByServer() {
 
 void ACaptureStream::start() {
     ASSERT_EQ(record->start(), AUDIO_NO_ERROR) << log.dump();
+}
+
+::testing::AssertionResult ACaptureStream::delivered(int length, const Bytes& expected) const {
+    if (length != static_cast<int>(expected.size()))
+        return ::testing::AssertionFailure()
+               << "returned " << length << " instead of " << expected.size() << "\n"
+               << log.dump();
+    if (heard(length) == expected) return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << "stored " << ::testing::PrintToString(heard(length))
+                                         << " instead of " << ::testing::PrintToString(expected);
 }
 
 std::future<int> ACaptureStream::blockedRead(int bytes) {

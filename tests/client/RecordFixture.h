@@ -6,12 +6,14 @@
 
 #include "tests/client/StreamFixture.h"
 
+#include <memory>
+#include <ostream>
 #include <string>
 
 namespace cabinaudio::test {
 
 /// The two classes that capture.
-enum class Kind { RAW_MIC, UPLINK };
+enum class Kind { RawMic, Uplink };
 
 /// One channel, 16 bits, 16 kHz, linear or coded.
 [[nodiscard]] AudioFormatDesc speech(std::uint32_t codec = 0);
@@ -27,6 +29,11 @@ protected:
     static constexpr int REMOVE_RING = 19;
     static constexpr std::uint32_t RING_STATE = 2;
 
+    /// A stream of this kind, usable or not.
+    [[nodiscard]] std::unique_ptr<AudioRecord> create(Kind which, const std::string& name = "rec",
+                                                      AudioTagType tag = AUDIO_TAG_INPUT0,
+                                                      AudioFormatDesc format = speech(),
+                                                      int streamParam = 0) const;
     /// A created ClientRecord with its ring, which the test may fill through serverRing.
     void makeRawMic(unsigned size = 4096, int perLoopSize = 1024);
     /// A created ClientRecordRt, without a ring yet.
@@ -34,8 +41,8 @@ protected:
     void make(Kind which);
 
     /// Announces the uplink's ring and waits until the record has it.
-    void giveRing(unsigned size = 4096);
-    /// Withdraws it and waits until the record has let go of it.
+    void giveRing(unsigned size = 4096, unsigned address = RING_ADDRESS);
+    /// Takes the ring away and waits until the record has acknowledged it.
     void takeRing();
     /// Removes the server's side and waits until the record knows.
     void removeByServer();
@@ -47,33 +54,49 @@ protected:
     /// Starts a read that has to wait, and returns once it does.
     [[nodiscard]] std::future<int> blockedRead(int bytes);
 
-    /// What was read last.
+    /// Whether a read returned the length of these bytes, and stored them in `data`.
+    [[nodiscard]] ::testing::AssertionResult delivered(int length, const Bytes& expected) const;
+    /// The first bytes of the last read.
     [[nodiscard]] Bytes heard(int count) const {
         return {data.begin(), data.begin() + static_cast<std::ptrdiff_t>(count)};
     }
-    [[nodiscard]] std::size_t newest() const { return server.clients() - 1; }
 
-    Kind kind = Kind::RAW_MIC;
+    Kind kind = Kind::RawMic;
     std::unique_ptr<AudioRecord> record;
 };
 
-/// For what both classes do alike, but for their words.
-class ACapture : public ACaptureStream, public ::testing::WithParamInterface<Kind> {
+/// For everything that both classes do alike, but for their words.
+class EachCapture : public ACaptureStream, public ::testing::WithParamInterface<Kind> {
 protected:
-    ACapture() { kind = GetParam(); }
+    EachCapture() { kind = GetParam(); }
 
     void make() { ACaptureStream::make(kind); }
+    /// An active stream with its ring.
+    void makeCapturing() {
+        make();
+        start();
+        if (kind == Kind::Uplink) giveRing();
+    }
+    [[nodiscard]] std::unique_ptr<AudioRecord> create() const {
+        const AudioTagType tag = kind == Kind::RawMic ? AUDIO_TAG_INPUT0 : AUDIO_TAG_UPLINK;
+        return ACaptureStream::create(kind, "rec", tag);
+    }
     /// The class that writes the log lines.
     [[nodiscard]] const char* file() const {
-        return kind == Kind::RAW_MIC ? "ClientRecord" : "ClientRecordRt";
+        return kind == Kind::RawMic ? "ClientRecord" : "ClientRecordRt";
     }
     [[nodiscard]] const char* text(const char* rawMic, const char* uplink) const {
-        return kind == Kind::RAW_MIC ? rawMic : uplink;
+        return kind == Kind::RawMic ? rawMic : uplink;
     }
 };
 
-[[nodiscard]] inline std::string nameOf(const ::testing::TestParamInfo<Kind>& kind) {
-    return kind.param == Kind::RAW_MIC ? "ClientRecord" : "ClientRecordRt";
+/// For the messages of failing tests.
+inline void PrintTo(Kind kind, std::ostream* out) {
+    *out << (kind == Kind::RawMic ? "record" : "uplink");
+}
+
+[[nodiscard]] inline std::string captureName(const ::testing::TestParamInfo<Kind>& kind) {
+    return kind.param == Kind::RawMic ? "Record" : "Uplink";
 }
 
 }  // namespace cabinaudio::test

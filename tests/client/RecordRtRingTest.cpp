@@ -9,38 +9,27 @@
 namespace cabinaudio::test {
 namespace {
 
-bool isRingsName(const std::string& name) {
-    return name.find("rec_0x100000") != std::string::npos;
-}
+class UplinkRing : public AnUplinkInTime {
+protected:
+    UplinkRing() { makeUplink(); }
+};
 
-bool ringHasAName() {
-    const std::vector<std::string> names = ProcessState::now().shmNames;
-    return std::any_of(names.begin(), names.end(), isRingsName);
-}
-
-class AnUplinksRing : public AnUplinkInTime {};
-
-TEST_F(AnUplinksRing, IsMappedWhereTheServerSays) {
-    makeUplink();
+TEST_F(UplinkRing, IsMappedWhereTheServerSays) {
     time.pass(123);
     giveRing(3000);
     EXPECT_EQ(server.requests(GET_RING).size(), 1U);
     EXPECT_EQ(sent(GET_RING, PLAIN), 1U);
     EXPECT_EQ(record->getTotalBufferSize(), 3000);
-    EXPECT_TRUE(ringHasAName());
-    EXPECT_EQ(log.count(INFO, "ClientRecordRt", "initShareMem",
-                        "[rec] record initShareMem OK, shm_size = 3000\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(ringHasAName("rec"));
+    EXPECT_TRUE(logged(INFO, "ClientRecordRt", "initShareMem",
+                       "[rec] record initShareMem OK, shm_size = 3000\n"));
     // This line has no end.
-    EXPECT_EQ(log.count(INFO,
-                        "[rec] source already now,constructTime--->SourceReadyTime[cast:"
-                        "123ms]"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(logged(INFO,
+                       "[rec] source already now,constructTime--->SourceReadyTime[cast:"
+                       "123ms]"));
 }
 
-TEST_F(AnUplinksRing, IsAnnouncedByEveryValueButZero) {
+TEST_F(UplinkRing, IsAnnouncedByEveryValueButZero) {
     for (const std::uint32_t value : {2U, 255U, 0xffffffffU}) {
         makeUplink();
         server.on(GET_RING, Answer::words(0, RING_ADDRESS, 4096));
@@ -53,120 +42,138 @@ TEST_F(AnUplinksRing, IsAnnouncedByEveryValueButZero) {
     }
 }
 
-TEST_F(AnUplinksRing, IsLetGoOfWhenTheServerTakesItAndAcknowledgedThen) {
-    makeUplink();
+TEST_F(UplinkRing, IsUnmappedThenAcknowledgedWhenTheServerTakesIt) {
     giveRing();
     std::atomic<bool> wasThere{true};
     server.on(REMOVE_RING, [&](const Request&) {
-        wasThere = record->getTotalBufferSize() != 0 || ringHasAName();
+        wasThere = record->getTotalBufferSize() != 0 || ringHasAName("rec");
         return Answer::status(0);
     });
-    server.notify(RING_STATE, 0);
+    server.notify(RING_STATE, 0, newest());
     settle();
     EXPECT_EQ(sent(REMOVE_RING, PLAIN), 1U);
     EXPECT_FALSE(wasThere) << "acknowledged before the ring was gone";
     EXPECT_EQ(record->getTotalBufferSize(), 0);
-    EXPECT_EQ(log.count(INFO, "ClientRecordRt", "unInitShareMem", "[rec] record unInitShareMem\n"),
-              1U)
-        << log.dump();
-    EXPECT_EQ(log.countMatching(ERROR, ".*\n"), 0U) << log.dump();
+    EXPECT_TRUE(logged(INFO, "ClientRecordRt", "unInitShareMem", "[rec] record unInitShareMem\n"));
+    EXPECT_TRUE(loggedLike(ERROR, ".*\n", ABSENT));
 }
 
-TEST_F(AnUplinksRing, CanBeTakenWithoutHavingBeenGiven) {
-    makeUplink();
+TEST_F(UplinkRing, IsAcknowledgedWhenItIsTakenWithoutAnAnnouncement) {
     takeRing();
-    EXPECT_EQ(log.count(INFO, "[rec] record unInitShareMem\n"), 1U) << log.dump();
+    EXPECT_TRUE(logged(INFO, "[rec] record unInitShareMem\n"));
     EXPECT_EQ(record->getTotalBufferSize(), 0);
 }
 
-TEST_F(AnUplinksRing, SaysHowLongItWasAwayWhenItComesBack) {
-    makeUplink();
+TEST_F(UplinkRing, LogsTheTimeItWasAwayWhenItComesBack) {
     giveRing();
     takeRing();
     time.pass(55);
     giveRing();
-    EXPECT_EQ(log.count(INFO,
-                        "[rec] source already now,unInitShareMemTime--->SourceReadyTime[cast:"
-                        "55ms]"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(logged(INFO,
+                       "[rec] source already now,unInitShareMemTime--->SourceReadyTime[cast:"
+                       "55ms]"));
 }
 
-TEST_F(AnUplinksRing, SaysWhenTheServerDoesNotTakeNote) {
-    makeUplink();
+TEST_F(UplinkRing, LogsWhenTheServerRefusesTheAcknowledgement) {
     giveRing();
     server.on(REMOVE_RING, Answer::status(-9));
     takeRing();
-    EXPECT_EQ(log.count(ERROR, "remove[rec] share memory failed\n"), 1U) << log.dump();
+    EXPECT_TRUE(logged(ERROR, "remove[rec] share memory failed\n"));
     EXPECT_EQ(record->getTotalBufferSize(), 0);
 }
 
-TEST_F(AnUplinksRing, SaysWhenItCannotBeHad) {
-    makeUplink();
+TEST_F(UplinkRing, LogsWhenItsRequestFails) {
     server.on(GET_RING, Answer::words(-1990, 0, 0));
-    server.notify(RING_STATE, 1);
+    server.notify(RING_STATE, 1, newest());
     settle();
-    EXPECT_EQ(log.count(ERROR, "ClientRecordRt", "initShareMem",
-                        "[rec] remote call return error(0), ret->status:-1990.\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(logged(ERROR, "ClientRecordRt", "initShareMem",
+                       "[rec] remote call return error(0), ret->status:-1990.\n"));
     EXPECT_EQ(record->getTotalBufferSize(), 0);
     start();
-    EXPECT_EQ(read(512, true), 512) << "silence goes on";
+    EXPECT_EQ(read(512, true), 512) << "silence continues";
     giveRing();
     EXPECT_EQ(record->getTotalBufferSize(), 4096);
 }
 
-TEST_F(AnUplinksRing, IsNothingToAStreamThatTheServerRefused) {
+TEST_F(UplinkRing, IsIgnoredByARefusedStream) {
     server.on(CREATE, Answer::words(-1, 0, 0, 512, 16, 256, 0));
-    AudioFormatDesc format = speech();
-    record = std::make_unique<ClientRecordRt>("rec", AUDIO_TAG_UPLINK, format);
-    kind = Kind::UPLINK;
-    server.notify(RING_STATE, 1);
+    record = create(Kind::Uplink, "rec", AUDIO_TAG_UPLINK);
+    server.notify(RING_STATE, 1, newest());
     settle();
-    EXPECT_EQ(
-        log.count(WARN, "ClientRecordRt", "initShareMem", "[rec] can not init share memory.\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(
+        logged(WARN, "ClientRecordRt", "initShareMem", "[rec] can not init share memory.\n"));
     EXPECT_TRUE(server.requests(GET_RING).empty());
 }
 
-TEST_F(AnUplinksRing, IsReplacedByAnother) {
+TEST_F(UplinkRing, IsReplacedByTheNextRing) {
     makeLive();
-    const auto first = std::move(serverRing);
-    const unsigned other = RING_ADDRESS + 0x10000;
-    server.on(GET_RING, Answer::words(0, other, 5000));
-    serverRing = physicalRing("rec", 5000, other);
-    server.notify(RING_STATE, 1);
-    settle();
+    std::unique_ptr<ShareMemoryEx> first;
+    first.swap(serverRing);
+    giveRing(5000, RING_ADDRESS + 0x10000);
     EXPECT_EQ(record->getTotalBufferSize(), 5000);
     ASSERT_TRUE(put(*first, pattern(100)));
     ASSERT_TRUE(put(*serverRing, pattern(100, 500)));
-    EXPECT_EQ(read(100, true), 100);
-    EXPECT_EQ(heard(100), pattern(100, 500));
+    EXPECT_TRUE(delivered(read(100, true), pattern(100, 500)));
 }
 
-class LiveData : public AnUplinkInTime {};
+TEST_F(UplinkRing, IsReadNextTimeWhenItArrivesDuringAWaitForSilence) {
+    start();
+    time.wakeAfter(2, [&] { giveRing(); });
+    EXPECT_EQ(read(512, true), 512);
+    EXPECT_EQ(takeNoise().size(), 256U) << "silence, at once";
+    ASSERT_TRUE(put(*serverRing, pattern(512)));
+    EXPECT_TRUE(delivered(read(512, true), pattern(512)));
+}
 
-TEST_F(LiveData, BeginsOnceTheRingHoldsAWholeRequest) {
-    makeActive();
-    giveRing();
+class NewUplinkRing : public AnUplinkInTime {
+protected:
+    NewUplinkRing() {
+        makeUplink();
+        start();
+        giveRing();
+    }
+    [[nodiscard]] std::size_t live() const {
+        return log.countMatching(INFO, "\\[rec\\]start read from shm.*\n");
+    }
+};
+
+TEST_F(NewUplinkRing, IsNotReadBeforeItHoldsAWholeRequest) {
+    const Bytes some(100, 0x77);
+    ASSERT_EQ(serverRing->write(some.data(), 100), 100);
+    (void)read(200, false);  // silence, as much as is due
+    EXPECT_EQ(serverRing->getUsedSize(), 100U) << "the ring's data is taken too early";
+    EXPECT_EQ(live(), 0U) << log.dump();
+    ASSERT_EQ(serverRing->write(some.data(), 100), 100);
+    EXPECT_TRUE(delivered(read(200, false), Bytes(200, 0x77)));
+    EXPECT_EQ(live(), 1U) << log.dump();
+}
+
+TEST_F(NewUplinkRing, IsNotReadEarlierBecauseTheRingBeforeItWasLive) {
+    const Bytes some(200, 0x77);
+    ASSERT_EQ(serverRing->write(some.data(), 200), 200);
+    ASSERT_EQ(read(200, false), 200);
+    ASSERT_EQ(live(), 1U);
+    giveRing(8192);
+    ASSERT_EQ(serverRing->write(some.data(), 100), 100);
+    (void)read(200, false);
+    EXPECT_EQ(serverRing->getUsedSize(), 100U);
+    EXPECT_EQ(live(), 1U) << log.dump();
+}
+
+TEST_F(NewUplinkRing, IsReadOnceItHoldsAWholeRequest) {
     ASSERT_TRUE(put(*serverRing, pattern(100)));
     EXPECT_EQ(read(512, true), 512) << "silence";
     EXPECT_EQ(serverRing->getUsedSize(), 100U);
-    EXPECT_EQ(log.countMatching(INFO, ".*start read from shm.*\n"), 0U) << log.dump();
+    EXPECT_TRUE(loggedLike(INFO, ".*start read from shm.*\n", ABSENT));
     ASSERT_TRUE(put(*serverRing, pattern(412, 100)));
-    EXPECT_EQ(read(512, true), 512);
-    EXPECT_EQ(heard(512), pattern(512));
-    EXPECT_EQ(log.count(INFO, "[rec]start read from shm(dsp) at 16 ms readBytes:512\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(delivered(read(512, true), pattern(512)));
+    EXPECT_TRUE(logged(INFO, "[rec]start read from shm(dsp) at 16 ms readBytes:512\n"));
     ASSERT_TRUE(put(*serverRing, pattern(512)));
     EXPECT_EQ(read(512, true), 512);
-    EXPECT_EQ(log.countMatching(INFO, ".*start read from shm.*\n"), 1U) << log.dump();
+    EXPECT_TRUE(loggedLike(INFO, ".*start read from shm.*\n"));
 }
 
-TEST_F(LiveData, IsCountedInsteadOfSilence) {
-    makeActive();
-    giveRing();
+TEST_F(NewUplinkRing, IsCountedInsteadOfSilenceOnceItWasRead) {
     time.pass(5);
     ASSERT_TRUE(put(*serverRing, pattern(100)));
     EXPECT_EQ(record->bytesUsed(), 160) << "silence until something was read";
@@ -174,49 +181,45 @@ TEST_F(LiveData, IsCountedInsteadOfSilence) {
     EXPECT_EQ(record->bytesUsed(), 90);
 }
 
-TEST_F(LiveData, IsTakenAsFarAsItIsThereWhenAReadMayNotBlock) {
-    makeLive();
+/// Reads of an uplink that was live and whose ring is empty.
+class LiveData : public AnUplinkInTime {
+protected:
+    LiveData() { makeLive(); }
+};
+
+TEST_F(LiveData, IsReturnedAsFarAsItIsThereWithoutBlocking) {
     EXPECT_EQ(read(512, false), 0);
     ASSERT_TRUE(put(*serverRing, pattern(100)));
-    EXPECT_EQ(read(512, false), 100);
-    EXPECT_EQ(heard(100), pattern(100));
+    EXPECT_TRUE(delivered(read(512, false), pattern(100)));
     EXPECT_EQ(time.takeWaits(), Waits{});
 }
 
 TEST_F(LiveData, IsWaitedForUntilTheWholeRequestIsThere) {
-    makeLive();
     time.wakeAfter(5, [&] { ASSERT_TRUE(put(*serverRing, pattern(200))); });
     time.wakeAfter(5, [&] { ASSERT_TRUE(put(*serverRing, pattern(312, 200))); });
-    EXPECT_EQ(read(512, true), 512);
-    EXPECT_EQ(heard(512), pattern(512));
+    EXPECT_TRUE(delivered(read(512, true), pattern(512)));
     EXPECT_EQ(time.takeWaits(), (Waits{1000, 1000}));
 }
 
-TEST_F(LiveData, ThatStaysAwayForASecondIsToldAsAWrongState) {
-    makeLive();
+TEST_F(LiveData, ReadReturnsInvalidStateAfterASecondWithoutData) {
     ASSERT_TRUE(put(*serverRing, pattern(100)));
     EXPECT_EQ(read(512, true), AUDIO_INVALID_STATE);
     EXPECT_EQ(time.takeWaits(), Waits{1000});
-    EXPECT_EQ(log.count(ERROR, "[rec]wait shm data timeOut:1000 expect:1000\n"), 1U) << log.dump();
-    EXPECT_EQ(log.count(ERROR, "ClientRecordRt", "read", "[rec] client read data error state:3\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(logged(ERROR, "[rec]wait shm data timeOut:1000 expect:1000\n"));
+    EXPECT_TRUE(logged(ERROR, "ClientRecordRt", "read", "[rec] client read data error state:3\n"));
     EXPECT_EQ(serverRing->getUsedSize(), 100U) << "nothing is lost";
     ASSERT_TRUE(put(*serverRing, pattern(412, 100)));
-    EXPECT_EQ(read(512, true), 512) << "nobody is blocked any more";
-    EXPECT_EQ(heard(512), pattern(512));
+    EXPECT_TRUE(delivered(read(512, true), pattern(512))) << "no read is blocked any more";
 }
 
-TEST_F(LiveData, ThatStaysAwayIsToldSoEvenWhenTheStreamWasStoppedMeanwhile) {
-    makeLive();
+TEST_F(LiveData, ReadLogsTheTimeOutEvenWhenTheUplinkWasStoppedMeanwhile) {
     time.timeOutAfter([&] { EXPECT_EQ(record->stop(), AUDIO_NO_ERROR); });
     EXPECT_EQ(read(512, true), AUDIO_INVALID_STATE);
-    EXPECT_EQ(log.count(ERROR, "[rec]wait shm data timeOut:1000 expect:1000\n"), 1U) << log.dump();
-    EXPECT_EQ(log.countMatching(ERROR, ".*after waiting.*\n"), 0U) << log.dump();
+    EXPECT_TRUE(logged(ERROR, "[rec]wait shm data timeOut:1000 expect:1000\n"));
+    EXPECT_TRUE(loggedLike(ERROR, ".*after waiting.*\n", ABSENT));
 }
 
 TEST_F(LiveData, GivesWayToSilenceWhenTheRingIsTaken) {
-    makeLive();
     time.wakeAfter(5, [&] { takeRing(); });
     EXPECT_EQ(read(512, true), 512);
     ASSERT_EQ(takeNoise().size(), 256U) << log.dump();
@@ -224,48 +227,33 @@ TEST_F(LiveData, GivesWayToSilenceWhenTheRingIsTaken) {
     EXPECT_EQ(read(512, true), 512) << "and is silence until the new ring has delivered";
     EXPECT_EQ(takeNoise().size(), 256U);
     ASSERT_TRUE(put(*serverRing, pattern(512)));
-    EXPECT_EQ(read(512, true), 512);
-    EXPECT_EQ(heard(512), pattern(512));
+    EXPECT_TRUE(delivered(read(512, true), pattern(512)));
 }
 
-TEST_F(LiveData, IsWaitedForUntilAStop) {
-    makeLive();
+TEST_F(LiveData, ReadReturnsInvalidStateWhenTheUplinkIsStopped) {
     time.wakeAfter(5, [&] { EXPECT_EQ(record->stop(), AUDIO_NO_ERROR); });
     EXPECT_EQ(read(512, true), AUDIO_INVALID_STATE);
-    EXPECT_EQ(log.count(ERROR, "[rec]after waiting ,status:IDLE, may have stop\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(logged(ERROR, "[rec]after waiting ,status:IDLE, may have stop\n"));
 }
 
-TEST_F(LiveData, CountsAsHandedOutForTheSilenceThatFollows) {
-    makeLive();
+TEST_F(LiveData, CountsAsReturnedForTheSilenceThatFollows) {
     for (int i = 0; i < 10; ++i) {
         ASSERT_TRUE(put(*serverRing, pattern(512)));
         ASSERT_EQ(read(512, true), 512);
     }
     takeRing();
-    // Ten periods were read in no time: what is due wraps round to the cap.
+    // Ten periods were read in no time: the bytes due wrap round to the cap.
     EXPECT_EQ(record->bytesUsed(), 1024);
 }
 
-TEST_F(LiveData, ThatArrivesWhileSilenceIsWaitedForIsReadNextTime) {
-    makeActive();
-    time.wakeAfter(2, [&] { giveRing(); });
-    EXPECT_EQ(read(512, true), 512);
-    EXPECT_EQ(takeNoise().size(), 256U) << "silence, at once";
-    ASSERT_TRUE(put(*serverRing, pattern(512)));
-    EXPECT_EQ(read(512, true), 512);
-    EXPECT_EQ(heard(512), pattern(512));
-}
-
-TEST_F(LiveData, OfARequestBeyondTheRingNeverComes) {
+TEST_F(LiveData, ReadReturnsInvalidStateForMoreThanTheRingHolds) {
     makeLive(speech(), 1000);
     ASSERT_TRUE(put(*serverRing, pattern(999)));
     EXPECT_EQ(read(2000, true), AUDIO_INVALID_STATE);
     EXPECT_EQ(read(2000, false), 999);
 }
 
-TEST_F(LiveData, CannotBeReadOutOfARingWithAnImpossibleHeader) {
-    makeLive();
+TEST_F(LiveData, IsNotFoundInARingWithAnImpossibleHeader) {
     serverRing->updateWriteOffset(0xffffffffU);
     EXPECT_EQ(record->bytesUsed(), 0);
     EXPECT_EQ(read(10, false), 0);
@@ -293,13 +281,13 @@ TEST_F(LiveDataInRealTime, WakesAReaderThatWaitsForIt) {
     EXPECT_EQ(heard(300), pattern(300));
 }
 
-TEST_F(LiveDataInRealTime, IsNotWaitedForAnyMoreWhenTheRingIsTaken) {
+TEST_F(LiveDataInRealTime, GivesWayToSilenceWhenTheRingIsTaken) {
     std::future<int> reader = blockedLiveRead();
     takeRing();
     EXPECT_EQ(reader.get(), 300) << "silence" << log.dump();
 }
 
-TEST_F(LiveDataInRealTime, IsToldOfSlowWakeUpsByName) {
+TEST_F(LiveDataInRealTime, WarnsOfASlowWakeUpByName) {
     std::future<int> reader = blockedLiveRead();
     const std::uint64_t stamp = serverRing->getUpdateTime();
     ASSERT_TRUE(eventually([&] {
@@ -312,7 +300,7 @@ TEST_F(LiveDataInRealTime, IsToldOfSlowWakeUpsByName) {
     EXPECT_EQ(reader.get(), 300) << log.dump();
 }
 
-/// The ring comes and goes while somebody reads: every read gives what it was asked for, and the
+/// The ring comes and goes during reads: every read returns the requested length, and the
 /// server's data arrives without gaps as long as one ring lives.
 TEST_F(LiveDataInRealTime, ComesAndGoesUnderAReader) {
     makeUplink();
@@ -339,11 +327,11 @@ TEST_F(LiveDataInRealTime, ComesAndGoesUnderAReader) {
     EXPECT_EQ(record->stop(), AUDIO_NO_ERROR);
 }
 
-TEST_F(LiveDataInRealTime, IsNotPulledFromUnderALooker) {
+TEST_F(LiveDataInRealTime, RingStaysMappedWhileItsSizeIsRead) {
     makeUplink();
     std::atomic<bool> end{false};
     std::atomic<int> wrong{0};
-    std::thread looker([&] {
+    std::thread reader([&] {
         while (!end) {
             const int total = record->getTotalBufferSize();
             const int used = record->bytesUsed();
@@ -355,7 +343,7 @@ TEST_F(LiveDataInRealTime, IsNotPulledFromUnderALooker) {
         takeRing();
     }
     end = true;
-    looker.join();
+    reader.join();
     EXPECT_EQ(wrong, 0);
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What an uplink gives while its source is away, as a call's far end hears it.
+// An uplink's data while its source is away, decoded as at the far end of a call.
 #include "tests/client/RecordFixture.h"
 
 #include <opus/opus.h>
@@ -33,7 +33,7 @@ int peakOf(const Samples& samples) {
 
 class DecodedSilence : public ACaptureStream {
 protected:
-    /// What a read gives without a ring.
+    /// The bytes of a read without a ring.
     Bytes silenceOf(std::uint32_t codec, std::uint32_t rate) {
         AudioFormatDesc format = speech(codec);
         format.sampleRate = rate;

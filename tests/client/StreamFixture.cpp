@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/client/StreamFixture.h"
 
+#include "tests/support/ProcessState.h"
+
+#include <algorithm>
 #include <atomic>
 #include <latch>
 #include <semaphore>
@@ -57,11 +60,45 @@ std::future<int> blocked(const std::function<int()>& call, int refusal) {
     }
 }
 
+bool ringHasAName(const std::string& streamName) {
+    const std::vector<std::string> names = ProcessState::now().shmNames;
+    return std::any_of(names.begin(), names.end(), [&](const std::string& name) {
+        return name.find(streamName + "_0x100000") != std::string::npos;
+    });
+}
+
 std::size_t AStream::sent(int function, std::uint32_t command, std::size_t length) const {
     std::size_t count = 0;
     for (const Request& one : server.requests(static_cast<std::uint32_t>(function)))
         if (one.header.cmd == command && one.payload.size() == length) ++count;
     return count;
+}
+
+namespace {
+
+::testing::AssertionResult isLogged(const LogCapture& log, std::size_t found, std::size_t times) {
+    if (found == times) return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure()
+           << "logged " << found << " times instead of " << times << "\n"
+           << log.dump();
+}
+
+}  // namespace
+
+::testing::AssertionResult AStream::logged(int level, std::string_view line,
+                                           std::size_t times) const {
+    return isLogged(log, log.count(level, line), times);
+}
+
+::testing::AssertionResult AStream::logged(int level, std::string_view file,
+                                           std::string_view function, std::string_view line,
+                                           std::size_t times) const {
+    return isLogged(log, log.count(level, file, function, line), times);
+}
+
+::testing::AssertionResult AStream::loggedLike(int level, const std::string& expression,
+                                               std::size_t times) const {
+    return isLogged(log, log.countMatching(level, expression), times);
 }
 
 }  // namespace cabinaudio::test

@@ -13,6 +13,8 @@
 #include <functional>
 #include <future>
 #include <memory>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace cabinaudio::test {
@@ -38,6 +40,12 @@ constexpr std::uint32_t FLAGGED = 198;
 /// is refused with `refusal`, which proves that the other one is waiting.
 [[nodiscard]] std::future<int> blocked(const std::function<int()>& call, int refusal);
 
+/// How often a line is expected that must not be there.
+constexpr std::size_t ABSENT = 0;
+
+/// Whether there is a shared-memory object for the stream's ring in physical memory.
+[[nodiscard]] bool ringHasAName(const std::string& streamName);
+
 /// Time that goes by.
 class Stopwatch {
 public:
@@ -56,6 +64,21 @@ protected:
     /// How often a request of this function and payload length went out with this command word.
     [[nodiscard]] std::size_t sent(int function, std::uint32_t command,
                                    std::size_t length = 4) const;
+
+    /// Whether the log has this line, to the letter, exactly `times` times; the log if not.
+    [[nodiscard]] ::testing::AssertionResult logged(int level, std::string_view line,
+                                                    std::size_t times = 1) const;
+    /// The same for a line of this source file and function.
+    [[nodiscard]] ::testing::AssertionResult logged(int level, std::string_view file,
+                                                    std::string_view function,
+                                                    std::string_view line,
+                                                    std::size_t times = 1) const;
+    /// The same for lines that match this expression.
+    [[nodiscard]] ::testing::AssertionResult loggedLike(int level, const std::string& expression,
+                                                        std::size_t times = 1) const;
+
+    /// The newest client's number at the server.
+    [[nodiscard]] std::size_t newest() const { return server.clients() - 1; }
 
     ScriptedServer server;
     LogCapture log;

@@ -4,6 +4,7 @@
 #include <cabinaudio/client/ClientTrack.h>
 #include <cabinaudio/client/ClientVersionSetting.h>
 
+#include "tests/client/StreamFixture.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
@@ -14,16 +15,13 @@
 #include <condition_variable>
 #include <csignal>
 #include <future>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
 namespace cabinaudio::test {
 namespace {
-
-AudioFormatDesc stereo() {
-    return {0, 48000, 0, AUDIO_CHANNEL_MAP_2, 0, AUDIO_BIT_DEPTH_16};
-}
 
 class FinishCallback : public audio::QVAudioTrackCallback {
 public:
@@ -43,51 +41,56 @@ private:
     bool mFinished = false;
 };
 
-class ATrackOfARealServer : public ::testing::Test {
+class TrackOfARealServer : public ::testing::Test {
 protected:
-    /// Writes `bytes` bytes in blocking steps; every step has to go through.
-    void play(ClientTrack& track, int bytes) {
+    /// A track named "song" that is ready to start.
+    void make(const RealServer& server, AudioTagType tag) {
+        AudioFormatDesc format = cdFormat();
+        track = std::make_unique<ClientTrack>("song", tag, format, 0);
+        ASSERT_EQ(track->initCheck(), AUDIO_NO_ERROR) << log.dump() << server.output();
+    }
+    void start() { ASSERT_EQ(track->start(), AUDIO_NO_ERROR) << log.dump(); }
+    /// Writes `bytes` bytes in blocking steps, each of which must succeed.
+    void play(int bytes) {
         while (bytes > 0) {
             const int step = std::min<int>(bytes, static_cast<int>(pcm.size()));
-            ASSERT_EQ(track.write(pcm.data(), step, true), step) << log.dump();
+            ASSERT_EQ(track->write(pcm.data(), step, true), step) << log.dump();
             bytes -= step;
         }
     }
 
     LogCapture log;
+    std::unique_ptr<ClientTrack> track;
     std::vector<unsigned char> pcm = std::vector<unsigned char>(4096, 1);
 };
 
-TEST_F(ATrackOfARealServer, PlaysToTheEndAndIsTold) {
+TEST_F(TrackOfARealServer, PlaysToTheEndAndCallsTheCallback) {
     const RealServer server({"--output", "null", "--fast"});
-    AudioFormatDesc format = stereo();
-    ClientTrack track("song", AUDIO_TAG_AUXILIARY, format, 0);
     FinishCallback callback;
-    ASSERT_EQ(track.initCheck(), AUDIO_NO_ERROR) << log.dump() << server.output();
-    ASSERT_EQ(track.setCallback(&callback), AUDIO_NO_ERROR);
-    ASSERT_EQ(track.start(), AUDIO_NO_ERROR);
-    play(track, 500000);
-    ASSERT_EQ(track.writeDone(), AUDIO_NO_ERROR);
+    make(server, AUDIO_TAG_AUXILIARY);
+    ASSERT_EQ(track->setCallback(&callback), AUDIO_NO_ERROR);
+    start();
+    play(500000);
+    ASSERT_EQ(track->writeDone(), AUDIO_NO_ERROR);
     EXPECT_TRUE(callback.wait()) << log.dump() << server.output();
-    EXPECT_EQ(track.bytesFree(), track.getTotalBufferSize() - 1) << "everything was taken";
-    EXPECT_EQ(track.stop(), AUDIO_NO_ERROR);
+    EXPECT_EQ(track->bytesFree(), track->getTotalBufferSize() - 1) << "everything was taken";
+    EXPECT_EQ(track->stop(), AUDIO_NO_ERROR);
+    track.reset();  // before its callback
 }
 
-TEST_F(ATrackOfARealServer, PlaysAtTheServersPace) {
+TEST_F(TrackOfARealServer, PlaysAtTheServersPace) {
     const RealServer server({"--output", "null"});
-    AudioFormatDesc format = stereo();
-    ClientTrack track("song", AUDIO_TAG_ALTERNATIVE, format, 0);
-    ASSERT_EQ(track.initCheck(), AUDIO_NO_ERROR) << log.dump() << server.output();
-    ASSERT_EQ(track.start(), AUDIO_NO_ERROR);
+    make(server, AUDIO_TAG_ALTERNATIVE);
+    start();
     const auto begin = std::chrono::steady_clock::now();
     const int half = 48000 * 4 / 2;
-    play(track, half);
+    play(half);
     // All but what the ring and one period still hold has been played in real time.
-    const double seconds = 0.5 - track.getTotalBufferSize() / (48000.0 * 4) - 2 * 0.016;
+    const double seconds = 0.5 - track->getTotalBufferSize() / (48000.0 * 4) - 2 * 0.016;
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::duration<double>(seconds));
 }
 
-TEST_F(ATrackOfARealServer, KnowsTheServersVersion) {
+TEST_F(TrackOfARealServer, VersionQueryReturnsTheServersVersion) {
     const RealServer server;
     ClientVersionSetting query;
     ASSERT_EQ(query.initCheck(), AUDIO_NO_ERROR) << server.output();
@@ -97,33 +100,31 @@ TEST_F(ATrackOfARealServer, KnowsTheServersVersion) {
         EXPECT_GE(number, 0);
 }
 
-TEST_F(ATrackOfARealServer, IsRefusedACodedFormat) {
+TEST_F(TrackOfARealServer, IsRefusedWithACodedFormat) {
     const RealServer server;
-    AudioFormatDesc format = stereo();
+    AudioFormatDesc format = cdFormat();
     format.codecType = 64;
-    ClientTrack track("song", AUDIO_TAG_AUXILIARY, format, 0);
+    ClientTrack refused("song", AUDIO_TAG_AUXILIARY, format, 0);
     EXPECT_EQ(log.count(6, "[song] mRc->call failure, status:0  ret_status:-3000\n"), 1U)
         << log.dump();
-    EXPECT_EQ(track.initCheck(), AUDIO_INVALID_STATE);
+    EXPECT_EQ(refused.initCheck(), AUDIO_INVALID_STATE);
 }
 
-class AKilledServer : public ATrackOfARealServer,
-                      public ::testing::WithParamInterface<AudioTagType> {};
+class KilledServer : public TrackOfARealServer,
+                     public ::testing::WithParamInterface<AudioTagType> {};
 
-TEST_P(AKilledServer, EndsTheWriteAndLeavesNothingBehind) {
+TEST_P(KilledServer, EndsTheWriteAndLeavesNothingBehind) {
     const ProcessState before = ProcessState::now();
     for (int round = 0; round < 3; ++round) {
         const RealServer server({"--output", "null"});
-        AudioFormatDesc format = stereo();
-        ClientTrack track("song", GetParam(), format, 0);
-        ASSERT_EQ(track.initCheck(), AUDIO_NO_ERROR) << log.dump() << server.output();
-        ASSERT_EQ(track.start(), AUDIO_NO_ERROR);
-        // A request that a server leaves unanswered by dying waits on (the owner decides how long),
-        // so the ring has to be there before the server is killed.
-        play(track, 4096);
+        make(server, GetParam());
+        start();
+        // A request that a dying server leaves unanswered keeps waiting, so the ring must be there
+        // before the server is killed.
+        play(4096);
         std::future<int> writer = std::async(std::launch::async, [&] {
             for (;;) {
-                const int status = track.write(pcm.data(), static_cast<int>(pcm.size()), true);
+                const int status = track->write(pcm.data(), static_cast<int>(pcm.size()), true);
                 if (status < 0) return status;
             }
         });
@@ -132,6 +133,7 @@ TEST_P(AKilledServer, EndsTheWriteAndLeavesNothingBehind) {
         EXPECT_TRUE(status == AUDIO_INVALID_STATE || status == AUDIO_TIMED_OUT) << status;
         EXPECT_TRUE(log.waitFor(3, "[song]server track has be deleted, disconnect.\n"))
             << log.dump();
+        track.reset();
         log.clear();
     }
     EXPECT_TRUE(eventually([&] {
@@ -141,37 +143,35 @@ TEST_P(AKilledServer, EndsTheWriteAndLeavesNothingBehind) {
     })) << log.dump();
 }
 
-INSTANTIATE_TEST_SUITE_P(ForEveryKindOfTrack, AKilledServer,
+INSTANTIATE_TEST_SUITE_P(Stream, KilledServer,
                          ::testing::Values(AUDIO_TAG_ALTERNATIVE, AUDIO_TAG_AUXILIARY),
                          [](const auto& kind) {
-                             return kind.param == AUDIO_TAG_ALTERNATIVE ? "alternative"
-                                                                        : "auxiliary";
+                             return kind.param == AUDIO_TAG_ALTERNATIVE ? "Alternative"
+                                                                        : "Auxiliary";
                          });
 
-TEST_F(ATrackOfARealServer, IsToldWhenTheServerRemovesIt) {
+TEST_F(TrackOfARealServer, RefusesStartOnceTheServerHasRemovedIt) {
     const RealServer server;
-    AudioFormatDesc format = stereo();
-    ClientTrack track("song", AUDIO_TAG_AUXILIARY, format, 0);
-    ASSERT_EQ(track.initCheck(), AUDIO_NO_ERROR) << log.dump();
+    make(server, AUDIO_TAG_AUXILIARY);
     EXPECT_EQ(server.command("stream remove song"), "ok");
     EXPECT_TRUE(log.waitFor(3, "[song]server track has be deleted, disconnect.\n")) << log.dump();
-    EXPECT_TRUE(eventually([&] { return track.start() == AUDIO_INVALID_STATE; }));
+    EXPECT_TRUE(eventually([&] { return track->start() == AUDIO_INVALID_STATE; }));
 }
 
-TEST_F(ATrackOfARealServer, IsOneOfManyAtTheSameTime) {
+TEST_F(TrackOfARealServer, PlaysBesideManyOthers) {
     const RealServer server({"--output", "null", "--fast"});
     std::vector<std::future<int>> players;
     for (int i = 0; i < 12; ++i)
         players.push_back(std::async(std::launch::async, [i] {
-            AudioFormatDesc format = stereo();
+            AudioFormatDesc format = cdFormat();
             const std::string name = "song" + std::to_string(i);
-            ClientTrack track(name.c_str(),
-                              i % 2 == 0 ? AUDIO_TAG_ALTERNATIVE : AUDIO_TAG_AUXILIARY, format, 0);
+            ClientTrack song(name.c_str(), i % 2 == 0 ? AUDIO_TAG_ALTERNATIVE : AUDIO_TAG_AUXILIARY,
+                             format, 0);
             std::vector<unsigned char> second(48000, 3);
-            int status = track.initCheck();
-            if (status == AUDIO_NO_ERROR) status = track.start();
-            if (status == AUDIO_NO_ERROR) status = track.write(second.data(), 48000, true);
-            if (status == 48000) status = track.stop();
+            int status = song.initCheck();
+            if (status == AUDIO_NO_ERROR) status = song.start();
+            if (status == AUDIO_NO_ERROR) status = song.write(second.data(), 48000, true);
+            if (status == 48000) status = song.stop();
             return status;
         }));
     for (auto& player : players)

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ostream>
 
 namespace cabinaudio::test {
 namespace {
@@ -35,39 +36,36 @@ struct UplinkSilenceTest : ::testing::Test {
     void useDepth(int bits) { format.bitDepth = AudioTypes::getBitDepthType(bits); }
 };
 
-TEST_F(UplinkSilenceTest, NoiseFillsABufferOfThePace) {
-    useDepth(16);
-    EXPECT_EQ(fill(512), 512U);
-    EXPECT_EQ(stored(), 512);
+struct NoiseRow {
+    const char* name;
+    int bits;
+    unsigned bytes;
+    std::uint32_t bytesPerMs;
+    std::ptrdiff_t stored;
+};
+
+void PrintTo(const NoiseRow& row, std::ostream* out) {
+    *out << row.name;
 }
 
-TEST_F(UplinkSilenceTest, NoiseFillsTheStreamsRateOnlyAndAllBytesCount) {
-    useDepth(16);
-    EXPECT_EQ(fill(640, 40), 640U);
-    EXPECT_EQ(stored(), 512) << "256 samples are 16 ms";
+class UplinkNoise : public UplinkSilenceTest, public ::testing::WithParamInterface<NoiseRow> {};
+
+TEST_P(UplinkNoise, CountsAllBytesAndStoresTheStreamsRate) {
+    useDepth(GetParam().bits);
+    EXPECT_EQ(fill(GetParam().bytes, GetParam().bytesPerMs), GetParam().bytes);
+    EXPECT_EQ(stored(), GetParam().stored);
 }
 
-TEST_F(UplinkSilenceTest, NoiseStaysInsideTheBufferWhenThePaceIsTooSlow) {
-    useDepth(16);
-    EXPECT_EQ(fill(512, 1), 512U);
-    EXPECT_EQ(stored(), 512);
-}
-
-TEST_F(UplinkSilenceTest, NoiseFillsTheBufferWithoutAPace) {
-    useDepth(16);
-    EXPECT_EQ(fill(100, 0), 100U);
-    EXPECT_EQ(stored(), 100);
-}
-
-TEST_F(UplinkSilenceTest, NoiseHasTheWidthOfASample) {
-    useDepth(32);
-    EXPECT_EQ(fill(512), 512U);
-    EXPECT_EQ(stored(), 512) << "no more than the buffer's 128 samples";
-    std::fill(buffer.begin(), buffer.end(), UNTOUCHED);
-    useDepth(8);
-    EXPECT_EQ(fill(512), 512U);
-    EXPECT_EQ(stored(), 256) << "256 samples of one byte";
-}
+INSTANTIATE_TEST_SUITE_P(
+    Of, UplinkNoise,
+    ::testing::Values(
+        NoiseRow{"ThePace", 16, 512, BYTES_PER_MS, 512},
+        NoiseRow{"TooFastAPace", 16, 640, 40, 512},  // 256 samples are 16 ms
+        NoiseRow{"TooSlowAPace", 16, 512, 1, 512},   // ends with the buffer
+        NoiseRow{"NoPace", 16, 100, 0, 100},
+        NoiseRow{"WideSamples", 32, 512, BYTES_PER_MS, 512},    // ends with the buffer's 128
+        NoiseRow{"NarrowSamples", 8, 512, BYTES_PER_MS, 256}),  // 256 samples of one byte
+    [](const auto& row) { return row.param.name; });
 
 TEST_F(UplinkSilenceTest, OtherDepthsGive16BitsAndAWarning) {
     const LogCapture log;

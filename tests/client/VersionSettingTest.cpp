@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/client/ClientVersionSetting.h>
 
-#include "tests/support/LogCapture.h"
-#include "tests/support/ScriptedServer.h"
-
-#include <gtest/gtest.h>
+#include "tests/client/StreamFixture.h"
 
 #include <algorithm>
 #include <future>
@@ -13,7 +10,7 @@
 namespace cabinaudio::test {
 namespace {
 
-class AVersionQuery : public ::testing::Test {
+class VersionQuery : public AStream {
 protected:
     int ask(ClientVersionSetting& query) {
         return query.getServerVersions(numbers, numbers + 3, numbers + 6);
@@ -24,12 +21,10 @@ protected:
             << ::testing::PrintToString(numbers);
     }
 
-    LogCapture log;
     int numbers[7] = {-1, -1, -1, -1, -1, -1, -1};
 };
 
-TEST_F(AVersionQuery, RegistersWithoutANameAndSendsNothingElse) {
-    ScriptedServer server;
+TEST_F(VersionQuery, RegistersWithoutANameAndSendsNothingElse) {
     ClientVersionSetting query;
     EXPECT_EQ(query.initCheck(), AUDIO_NO_ERROR);
     const std::vector<Request> all = server.requests();
@@ -38,8 +33,7 @@ TEST_F(AVersionQuery, RegistersWithoutANameAndSendsNothingElse) {
     EXPECT_STREQ(all[0].header.name, "unkn");
 }
 
-TEST_F(AVersionQuery, SpreadsTheSevenWordsOverItsArguments) {
-    ScriptedServer server;
+TEST_F(VersionQuery, SpreadsTheSevenWordsOverItsArguments) {
     server.on(132, 0, Answer::words(0, 1, 2, 3, 4, 5, 6, 7));
     ClientVersionSetting query;
     EXPECT_EQ(ask(query), 0);
@@ -50,32 +44,30 @@ TEST_F(AVersionQuery, SpreadsTheSevenWordsOverItsArguments) {
     EXPECT_EQ(asked[0].payload, Bytes(4, 0));
 }
 
-TEST_F(AVersionQuery, CopiesTheNumbersEvenWhenTheServerReportsAnError) {
-    ScriptedServer server;
+TEST_F(VersionQuery, CopiesTheNumbersEvenWhenTheServerReportsAnError) {
     server.on(132, 0, Answer::words(-42, 1, 2, 3, 4, 5, 6, 7));
     ClientVersionSetting query;
     EXPECT_EQ(ask(query), -42);
     expectNumbers({1, 2, 3, 4, 5, 6, 7});
 }
 
-TEST_F(AVersionQuery, ReadsWhatAShortReplyLeavesOutAsZeros) {
-    ScriptedServer server;
+TEST_F(VersionQuery, ReadsMissingWordsOfAShortReplyAsZeros) {
     server.on(132, 0, Answer::words(0, 9, 8));
     ClientVersionSetting query;
     EXPECT_EQ(ask(query), 0);
     expectNumbers({9, 8, 0, 0, 0, 0, 0});
 }
 
-TEST_F(AVersionQuery, LeavesItsArgumentsAloneWithoutAServer) {
+TEST_F(VersionQuery, LeavesItsArgumentsAloneWithoutAServer) {
+    server.stop();
     ClientVersionSetting query;
     EXPECT_EQ(query.initCheck(), AUDIO_NOT_CONNECTED);
     EXPECT_EQ(ask(query), 1);
     expectNumbers({-1, -1, -1, -1, -1, -1, -1});
-    EXPECT_EQ(log.countMatching(6, "mConn=0x[0-9a-f]+, mHandle=0x0\n"), 1U) << log.dump();
+    EXPECT_TRUE(loggedLike(ERROR, "mConn=0x[0-9a-f]+, mHandle=0x0\n"));
 }
 
-TEST_F(AVersionQuery, RefusesASecondRequestAtTheSameTime) {
-    ScriptedServer server;
+TEST_F(VersionQuery, RefusesASecondRequestAtTheSameTime) {
     server.on(132, 0, Answer::words(0, 1, 2, 3, 4, 5, 6, 7).held());
     ClientVersionSetting query;
     int others[7] = {};
@@ -89,7 +81,8 @@ TEST_F(AVersionQuery, RefusesASecondRequestAtTheSameTime) {
     EXPECT_EQ(first.get(), 0);
 }
 
-TEST_F(AVersionQuery, KnowsTheLibrarysOwnVersionWithoutAServer) {
+TEST_F(VersionQuery, ReturnsTheLibrarysVersionWithoutAServer) {
+    server.stop();
     ClientVersionSetting query;
     query.getClientVersions(numbers, numbers + 3);
     expectNumbers({2, 24, 25, 0, 0, 0, -1});
