@@ -18,7 +18,7 @@
 namespace cabinaudio {
 namespace {
 
-constexpr const char* kMemoryDevice = "/dev/mem";
+constexpr const char* MEMORY_DEVICE = "/dev/mem";
 
 std::uint64_t roundedUp(std::uint64_t length, std::uint64_t pageSize) {
     return (length + pageSize - 1) / pageSize * pageSize;
@@ -121,9 +121,9 @@ std::size_t headerLength(const ShareMemoryHandle* hdl) {
 }  // namespace
 
 bool mapPhysicalMemory(ShareMemoryHandle* hdl, const LogSite& site) {
-    const int fd = open(kMemoryDevice, O_RDWR | O_CLOEXEC);
+    const int fd = open(MEMORY_DEVICE, O_RDWR | O_CLOEXEC);
     if (fd < 0) {
-        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "open(%s) failed:%s\n", kMemoryDevice,
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "open(%s) failed:%s\n", MEMORY_DEVICE,
                      std::strerror(errno));
         return false;
     }

@@ -20,7 +20,7 @@ namespace cabinaudio::tool {
 
 namespace {
 
-constexpr char kFooter[] =
+constexpr char FOOTER[] =
     "Exit status: 0 done, 1 failed, 2 wrong usage, 3 no server, 4 timed out,\n"
     "5 a check was not met.";
 
@@ -154,14 +154,14 @@ void addPlay(CLI::App& app, PlayOptions& options, CommonOptions& common) {
     addCommon(command, common);
 }
 
-constexpr std::pair<const char*, RecordCodec> kCodecs[] = {{"pcm", RecordCodec::Pcm},
-                                                           {"opus", RecordCodec::Opus},
-                                                           {"msbc", RecordCodec::Msbc},
-                                                           {"aac", RecordCodec::Aac}};
-constexpr std::pair<const char*, AudioBitDepthType> kDepths[] = {{"s16", AUDIO_BIT_DEPTH_16},
-                                                                 {"u8", AUDIO_BIT_DEPTH_8},
-                                                                 {"s24", AUDIO_BIT_DEPTH_24},
-                                                                 {"s32", AUDIO_BIT_DEPTH_32}};
+constexpr std::pair<const char*, RecordCodec> CODECS[] = {{"pcm", RecordCodec::Pcm},
+                                                          {"opus", RecordCodec::Opus},
+                                                          {"msbc", RecordCodec::Msbc},
+                                                          {"aac", RecordCodec::Aac}};
+constexpr std::pair<const char*, AudioBitDepthType> DEPTHS[] = {{"s16", AUDIO_BIT_DEPTH_16},
+                                                                {"u8", AUDIO_BIT_DEPTH_8},
+                                                                {"s24", AUDIO_BIT_DEPTH_24},
+                                                                {"s32", AUDIO_BIT_DEPTH_32}};
 
 /// An option whose value is a name of a table; the first one is the default.
 template <typename Value, std::size_t Size>
@@ -191,8 +191,8 @@ void addRecordFormat(CLI::App& command, RecordFormat& format) {
     command.add_option("--channels", format.channels, "Channels (2; of an uplink 1)")
         ->type_name("N")
         ->check(range(1, 6));
-    addChoice(command, "--format", format.depth, kDepths, "Samples of PCM: s16, u8, s24 or s32");
-    addChoice(command, "--codec", format.codec, kCodecs,
+    addChoice(command, "--format", format.depth, DEPTHS, "Samples of PCM: s16, u8, s24 or s32");
+    addChoice(command, "--codec", format.codec, CODECS,
               "How an uplink is coded: pcm, opus, msbc or aac");
     command
         .add_option(
@@ -311,7 +311,7 @@ void addServer(CLI::App& app, ServerOptions& options, CommonOptions& common) {
     addServerCommand(server, "crash", "crash", "Have it die at once", options, common);
 }
 
-constexpr char kNames[] =
+constexpr char NAMES[] =
     "Names of settings, or patterns such as 'volume.*'; see\n'cabinaudio list'";
 
 CLI::App& addSettings(CLI::App& app, const char* word, const char* what, SettingsOptions& options,
@@ -325,7 +325,7 @@ CLI::App& addSettings(CLI::App& app, const char* word, const char* what, Setting
 void addGet(CLI::App& app, GetOptions& options, CommonOptions& common) {
     CLI::App& command =
         addSettings(app, "get", "Print settings as lines that set takes", options, common);
-    command.add_option("NAME", options.names, std::string(kNames) + "; all without any")
+    command.add_option("NAME", options.names, std::string(NAMES) + "; all without any")
         ->type_name("");
     command.add_flag("--steps", options.inSteps, "Volumes in steps, where servers tell them");
     command.add_flag("--value", options.valueOnly, "Print the values only");
@@ -369,13 +369,13 @@ void addDescribe(CLI::App& app, DescribeOptions& options, CommonOptions& common)
     CLI::App& command =
         addSettings(app, "describe", "Say what settings are: range, unit, functions, an example",
                     options, common);
-    command.add_option("NAME", options.names, kNames)->type_name("")->required();
+    command.add_option("NAME", options.names, NAMES)->type_name("")->required();
 }
 
 void addMonitor(CLI::App& app, MonitorOptions& options, CommonOptions& common) {
     CLI::App& command = addSettings(app, "monitor", "Print settings when they change, until Ctrl-C",
                                     options, common);
-    command.add_option("NAME", options.names, std::string(kNames) + "; all but meters without any")
+    command.add_option("NAME", options.names, std::string(NAMES) + "; all but meters without any")
         ->type_name("");
     command
         .add_option_function<int>(
@@ -432,7 +432,7 @@ void configure(CLI::App& app) {
     app.get_formatter()->column_width(28);
     app.get_formatter()->label("OPTIONS", "options");
     app.get_formatter()->label("SUBCOMMAND", "sub-command");
-    app.footer(kFooter);
+    app.footer(FOOTER);
 }
 
 }  // namespace

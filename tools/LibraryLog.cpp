@@ -25,8 +25,8 @@ std::atomic<bool> gOnTerminal{false};
 std::atomic<bool> gSilenced{false};
 
 char priorityLetter(int priority) {
-    constexpr char kLetters[] = "??VDIWEF";
-    return priority >= 2 && priority <= 7 ? kLetters[priority] : '?';
+    constexpr char LETTERS[] = "??VDIWEF";
+    return priority >= 2 && priority <= 7 ? LETTERS[priority] : '?';
 }
 
 std::string formatted(int priority, const char* tag, const char* message) {

@@ -20,7 +20,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds OWN_VERSION_BOUND{30};
 
 // The library's status of a request without an answer.
-constexpr std::int32_t kUnanswered = 1;
+constexpr std::int32_t UNANSWERED = 1;
 
 // The child's record about the server.
 struct ServerRecord {
@@ -59,7 +59,7 @@ ServerRecord askServer() {
     if (record.registered)
         record.status = setting.getServerVersions(
             record.versions.first.data(), record.versions.second.data(), &record.versions.third);
-    if (!record.registered || record.status == kUnanswered) record.listens = serverListens();
+    if (!record.registered || record.status == UNANSWERED) record.listens = serverListens();
     record.tookUs =
         std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count();
     return record;
@@ -72,7 +72,7 @@ void sayAnswer(int answers) {
 }
 
 Reach reached(const ServerRecord& record) {
-    const bool isAnswered = record.registered && record.status != kUnanswered;
+    const bool isAnswered = record.registered && record.status != UNANSWERED;
     if (!isAnswered && !record.listens) return Reach::NoServer;
     if (!record.registered) return Reach::Refused;
     return record.status == AUDIO_NO_ERROR ? Reach::Answered : Reach::Failed;
@@ -97,7 +97,7 @@ ServerQuery queryServer(std::chrono::milliseconds bound) {
         const bool isSilent = server.listens && query.took >= bound;
         query.reach = isSilent ? Reach::Silent : reached(server);
         // A request that did not go through left the versions unset.
-        if (server.registered && server.status != kUnanswered) query.server = server.versions;
+        if (server.registered && server.status != UNANSWERED) query.server = server.versions;
     }
     return query;
 }

@@ -43,8 +43,8 @@ public:
     using Clock = std::chrono::steady_clock;
 
     /// Limits of the sleep between two polls of a state that sends no notification.
-    static constexpr std::chrono::nanoseconds kShortestRest = std::chrono::milliseconds(1);
-    static constexpr std::chrono::nanoseconds kLongestRest = std::chrono::milliseconds(100);
+    static constexpr std::chrono::nanoseconds SHORTEST_REST = std::chrono::milliseconds(1);
+    static constexpr std::chrono::nanoseconds LONGEST_REST = std::chrono::milliseconds(100);
 
     /// @param timeout  for each wait without progress
     StreamControl(const Interruption& interruption, Watchdog& watchdog,

@@ -9,7 +9,7 @@ namespace cabinaudio::tool {
 namespace {
 
 /// Time left after an interruption for the current call, or for calls that end the stream.
-constexpr std::chrono::milliseconds kGrace{1000};
+constexpr std::chrono::milliseconds GRACE{1000};
 
 }  // namespace
 
@@ -23,7 +23,7 @@ Watchdog::~Watchdog() {
 
 Watchdog::Watch::Watch(Watchdog& dog, const char* what, std::chrono::milliseconds bound)
     : mDog(dog) {
-    if (dog.mInterruption.hasHappened()) bound = std::min(bound, kGrace);
+    if (dog.mInterruption.hasHappened()) bound = std::min(bound, GRACE);
     const std::lock_guard lock(dog.mLock);
     dog.mWhat = what;
     dog.mDeadline = Clock::now() + bound;
@@ -57,7 +57,7 @@ void Watchdog::run() {
 Watchdog::Clock::time_point Watchdog::look(bool interrupted) {
     const std::lock_guard lock(mLock);
     const Clock::time_point now = Clock::now();
-    if (interrupted) mDeadline = std::min(mDeadline, now + kGrace);
+    if (interrupted) mDeadline = std::min(mDeadline, now + GRACE);
     if (mWhat != nullptr && now >= mDeadline) mOverdue(mWhat);
     mNextLook = mWhat != nullptr ? mDeadline : Clock::time_point::max();
     return mNextLook;

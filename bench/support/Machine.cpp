@@ -37,7 +37,7 @@ std::string processorName() {
 }  // namespace
 
 PrivateInstance::PrivateInstance() : mName("bench-" + std::to_string(getpid())) {
-    setenv(board::kInstanceVariable, mName.c_str(), 1);
+    setenv(board::INSTANCE_VARIABLE, mName.c_str(), 1);
 }
 
 PrivateInstance::~PrivateInstance() {

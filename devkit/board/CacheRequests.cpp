@@ -15,7 +15,7 @@ namespace {
 
 int request(libc::Ioctl* next, int descriptor, unsigned long number, void* argument) noexcept {
     const auto low = static_cast<std::uint32_t>(number);  // the kernel ignores the upper bits
-    if ((low == kCacheClean || low == kCacheInvalidate) && isCache(descriptor)) {
+    if ((low == CACHE_CLEAN || low == CACHE_INVALIDATE) && isCache(descriptor)) {
         return 0;
     }
     const int result = next(descriptor, number, argument);

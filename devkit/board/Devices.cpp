@@ -18,8 +18,8 @@ namespace {
 
 // The cache object identifies itself: a sealed anonymous file with this text. So no table of
 // descriptors is needed that close() and dup() would have to update.
-constexpr char kCacheMark[] = "cabinaudio-cache\n";
-constexpr int kCacheSeals = F_SEAL_SEAL | F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE;
+constexpr char CACHE_MARK[] = "cabinaudio-cache\n";
+constexpr int CACHE_SEALS = F_SEAL_SEAL | F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE;
 
 int closeKeepingErrno(int descriptor) noexcept {
     const int error = errno;
@@ -59,7 +59,7 @@ int openPlace(const char* instance, unsigned place, int flags, int creation) noe
 
 /// Opens this user's file in the first place that holds one.
 int openExisting(const char* instance, int flags) noexcept {
-    for (unsigned place = 0; place < kPhysicalMemoryPlaces; ++place) {
+    for (unsigned place = 0; place < PHYSICAL_MEMORY_PLACES; ++place) {
         const int opened = openPlace(instance, place, flags, 0);
         if (opened >= 0 || errno != ENOENT) {
             return opened;
@@ -71,7 +71,7 @@ int openExisting(const char* instance, int flags) noexcept {
 /// Creates the file in the first free place, or opens the file that another process of this user
 /// has created there meanwhile.
 int makeAnywhere(const char* instance, int flags) noexcept {
-    for (unsigned place = 0; place < kPhysicalMemoryPlaces; ++place) {
+    for (unsigned place = 0; place < PHYSICAL_MEMORY_PLACES; ++place) {
         int opened = openPlace(instance, place, flags, O_CREAT | O_EXCL);
         if (opened < 0 && errno == EEXIST) {
             opened = openPlace(instance, place, flags, 0);
@@ -92,14 +92,14 @@ bool makeReady(int descriptor) noexcept {
     if ((found.st_mode & 07777) != 0600 && fchmod(descriptor, 0600) != 0) {
         return false;
     }
-    constexpr auto size = static_cast<off64_t>(kPhysicalMemorySize);
+    constexpr auto size = static_cast<off64_t>(PHYSICAL_MEMORY_SIZE);
     return found.st_size >= size || ftruncate64(descriptor, size) == 0;
 }
 
 bool markAsCache(int descriptor) noexcept {
-    constexpr auto length = static_cast<ssize_t>(sizeof kCacheMark);
-    return pwrite(descriptor, kCacheMark, sizeof kCacheMark, 0) == length &&
-           fcntl(descriptor, F_ADD_SEALS, kCacheSeals) == 0;
+    constexpr auto length = static_cast<ssize_t>(sizeof CACHE_MARK);
+    return pwrite(descriptor, CACHE_MARK, sizeof CACHE_MARK, 0) == length &&
+           fcntl(descriptor, F_ADD_SEALS, CACHE_SEALS) == 0;
 }
 
 }  // namespace
@@ -139,12 +139,12 @@ int openCache(int flags) noexcept {
 
 bool isCache(int descriptor) noexcept {
     const int error = errno;
-    char mark[sizeof kCacheMark];
+    char mark[sizeof CACHE_MARK];
     // The seals are checked first: only memory files have seals, so pipes, terminals and devices
     // are never read here.
-    const bool is = fcntl(descriptor, F_GET_SEALS) == kCacheSeals &&
+    const bool is = fcntl(descriptor, F_GET_SEALS) == CACHE_SEALS &&
                     pread(descriptor, mark, sizeof mark, 0) == static_cast<ssize_t>(sizeof mark) &&
-                    memcmp(mark, kCacheMark, sizeof mark) == 0;
+                    memcmp(mark, CACHE_MARK, sizeof mark) == 0;
     errno = error;
     return is;
 }

@@ -31,21 +31,21 @@ Place placeOf(const char* path) noexcept {
     if (isNull(path) || path[0] != '/') {
         return Place::elsewhere;
     }
-    if (strcmp(path, kMemoryDevice) == 0) {
+    if (strcmp(path, MEMORY_DEVICE) == 0) {
         return Place::memoryDevice;
     }
-    if (strcmp(path, kCacheDevice) == 0) {
+    if (strcmp(path, CACHE_DEVICE) == 0) {
         return Place::cacheDevice;
     }
-    return strcmp(path, kConfigFile) == 0 ? Place::configFile : Place::elsewhere;
+    return strcmp(path, CONFIG_FILE) == 0 ? Place::configFile : Place::elsewhere;
 }
 
 bool isConfigDirectory(const char* path) noexcept {
     if (isNull(path)) {
         return false;
     }
-    constexpr std::size_t length = sizeof kConfigDirectory - 1;
-    if (strncmp(path, kConfigDirectory, length) != 0) {
+    constexpr std::size_t length = sizeof CONFIG_DIRECTORY - 1;
+    if (strncmp(path, CONFIG_DIRECTORY, length) != 0) {
         return false;
     }
     const char* rest = path + length;
@@ -61,7 +61,7 @@ bool mappedConfigFile(PathText& path) noexcept {
     if (!mappedConfigDirectory(path)) {
         return false;
     }
-    if (!path.append(kConfigFile + sizeof kConfigDirectory - 1).fits()) {
+    if (!path.append(CONFIG_FILE + sizeof CONFIG_DIRECTORY - 1).fits()) {
         errno = ENAMETOOLONG;
     }
     return path.fits();

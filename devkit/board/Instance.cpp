@@ -21,8 +21,8 @@ void sayOnce(const char* instance, const char* why) noexcept {
         return;
     }
     Text<160> line;
-    line.append(kLibraryName).append(": ").append(kInstanceVariable).append("=");
-    line.append(instance, strnlen(instance, 2 * kInstanceLength)).append(why).append("\n");
+    line.append(LIBRARY_NAME).append(": ").append(INSTANCE_VARIABLE).append("=");
+    line.append(instance, strnlen(instance, 2 * INSTANCE_LENGTH)).append(why).append("\n");
     const ssize_t written = write(STDERR_FILENO, line.c_str(), line.length());
     static_cast<void>(written);  // nowhere else to report an error
 }
@@ -44,7 +44,7 @@ const char* instanceOrRefuse() noexcept {
     if (instance != nullptr) {
         return instance;
     }
-    const char* refused = getenv(kInstanceVariable);
+    const char* refused = getenv(INSTANCE_VARIABLE);
     if (refused == nullptr) {
         sayOnce("?", " cannot be read yet");
     } else {

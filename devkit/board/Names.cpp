@@ -9,7 +9,7 @@
 namespace cabinaudio::board {
 namespace {
 
-constexpr char kTakenByTheConfigFile[] = "audio_config";
+constexpr char TAKEN_BY_THE_CONFIG_FILE[] = "audio_config";
 
 bool isInstanceCharacter(char c) noexcept {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
@@ -34,16 +34,16 @@ bool completed(const PathText& path) noexcept {
 bool isInstanceName(const char* name) noexcept {
     std::size_t length = 0;
     while (name[length] != '\0') {
-        if (length == kInstanceLength || !isInstanceCharacter(name[length])) {
+        if (length == INSTANCE_LENGTH || !isInstanceCharacter(name[length])) {
             return false;
         }
         ++length;
     }
-    return length != 0 && strcmp(name, kTakenByTheConfigFile) != 0;
+    return length != 0 && strcmp(name, TAKEN_BY_THE_CONFIG_FILE) != 0;
 }
 
 const char* instanceInEnvironment() noexcept {
-    const char* instance = getenv(kInstanceVariable);
+    const char* instance = getenv(INSTANCE_VARIABLE);
     if (instance == nullptr || instance[0] == '\0') {
         return "";
     }
@@ -51,7 +51,7 @@ const char* instanceInEnvironment() noexcept {
 }
 
 void physicalMemoryPath(const char* instance, uid_t user, unsigned place, PathText& path) noexcept {
-    path.append(kObjectDirectory).append("/cabinaudio-physmem-");
+    path.append(OBJECT_DIRECTORY).append("/cabinaudio-physmem-");
     path.append(static_cast<unsigned long>(user));
     if (instance[0] != '\0') {
         path.append("-").append(instance);
@@ -62,7 +62,7 @@ void physicalMemoryPath(const char* instance, uid_t user, unsigned place, PathTe
 }
 
 bool configDirectory(const char* instance, PathText& path) noexcept {
-    const char* given = getenv(kConfigDirectoryVariable);
+    const char* given = getenv(CONFIG_DIRECTORY_VARIABLE);
     if (given != nullptr && given[0] != '\0') {
         path.append(given);
         return completed(path);

@@ -17,7 +17,7 @@ namespace {
 
 // Environment: the user that was warned about. The launcher and the program that it starts are one
 // program to the user, who wants one warning.
-constexpr char kWarnedVariable[] = "CABINAUDIO_WARNED_OF_USER";
+constexpr char WARNED_VARIABLE[] = "CABINAUDIO_WARNED_OF_USER";
 
 // The owner of the listening socket; available before the server accepts, and when it refuses.
 std::optional<uid_t> ownerOf(int connection) {
@@ -53,20 +53,20 @@ std::string warningOf(int connection) {
 
 std::string warningOfForeignServer(const std::string& instance, Look look) {
     const std::string suffix = instance.empty() ? "" : "." + instance;
-    const int control = connectTo(kControlSocket + suffix);
+    const int control = connectTo(CONTROL_SOCKET + suffix);
     if (control >= 0 || look == Look::AtControlSocket) return warningOf(control);
     // Without a control socket it is not the development server, or another user has taken only the
     // clients' name.
-    return warningOf(connectTo(kServerSocket + suffix));
+    return warningOf(connectTo(SERVER_SOCKET + suffix));
 }
 
 std::string warningOfForeignServer(int connection) {
     const std::optional<uid_t> owner = ownerOf(connection);
     if (!owner || *owner == 0 || *owner == geteuid()) return {};
     const std::string user = std::to_string(*owner);
-    const char* const warned = std::getenv(kWarnedVariable);
+    const char* const warned = std::getenv(WARNED_VARIABLE);
     if (warned != nullptr && user == warned) return {};
-    setenv(kWarnedVariable, user.c_str(), 1);
+    setenv(WARNED_VARIABLE, user.c_str(), 1);
     return "warning: the server belongs to user " + user +
            ", who can hear and change what is played and recorded";
 }

@@ -288,7 +288,7 @@ _in("uninitShmNotificationReceiver",
     ("a receiver whose post was taken away",
      "if (!semaphoreHasPost(hdl->recevierSem)) postFor(hdl, __func__);", ""),
     ("a receiver that destroys its ring", "receiver->isCaller()", "false"),
-    ("a receiver is not waited for", "!receiver->waitForBodysEnd(kReceiverWakeIntervalMs)",
+    ("a receiver is not waited for", "!receiver->waitForBodysEnd(RECEIVER_WAKE_INTERVAL_MS)",
      "false", "join() waits as well; what is in the loop has mutants of its own"))
 _in("initShmNotificationReceiver",
     ("a receiver's semaphore is not shared", "semaphoreShare(hdl->recevierSem);", ""),
@@ -350,8 +350,8 @@ _in("nameIsMapped",
     ("a descriptor stays open", "close(fd);", ""))
 
 _in("sem_post",
-    ("a post too many", "countIn(seen) == kCountMax", "false"),
-    ("a post wakes nobody", "(seen & kWaitersBit) != 0", "false"))
+    ("a post too many", "countIn(seen) == COUNT_MAX", "false"),
+    ("a post wakes nobody", "(seen & WAITERS_BIT) != 0", "false"))
 _in("leaveWaiters",
     ("a sleeper that is not counted as one", "guess == 0", "false"),
     ("a waiter that leaves does not repair the bit", "guess != 1 || before == 1",
@@ -362,8 +362,8 @@ _in("sleepForPost",
     ("a post before going to sleep", "if (countIn(seen) != 0) continue;", "",
      "the kernel compares the word with one that has no post, and does not sleep"))
 _in("sem_init",
-    ("too large a count", "count > kCountMax", "false"))
-_in("kProcessShared",
+    ("too large a count", "count > COUNT_MAX", "false"))
+_in("PROCESS_SHARED",
     ("the mark of a shared semaphore", "128", "64"))
 _in("semaphoreWakeSleepers",
     ("only one kind of sleeper is woken", "futexWake(word, FUTEX_WAKE_PRIVATE, INT_MAX);", "",
@@ -1313,7 +1313,7 @@ _in("AudioConfig::_parseLogItem",
     ("only 1 is on", "!= 0; AUDIO_LOGI", "== 1; AUDIO_LOGI"),
     ("a level that is not told", "mLogLevel = static_cast<AudioLogLevel>(toNumber(level))",
      "(void)level"))
-_in("kFile",
+_in("CONFIG_FILE",
     ("another file", "\"/media/flash/nvm/as_server/audio_config\"",
      "\"/media/flash/nvm/as_server/audio_conf\""))
 _in("AudioConfig::_parseConfigItems",
@@ -1381,13 +1381,13 @@ _in("cabinaudio::chooseClock",
     ("the other clock", "CLOCK_MONOTONIC : CLOCK_REALTIME", "CLOCK_REALTIME : CLOCK_MONOTONIC"))
 _in("AudioTime::travel",
     ("back over a second's begin", "nanoseconds < 0", "false"),
-    ("a whole second of nanoseconds", "nanoseconds %= kNanosecondsPerSecond;", ""),
-    ("the other end of the clock", "kLastSecond : kFirstSecond", "kFirstSecond : kLastSecond"))
+    ("a whole second of nanoseconds", "nanoseconds %= NANOSECONDS_PER_SECOND;", ""),
+    ("the other end of the clock", "LAST_SECOND : FIRST_SECOND", "FIRST_SECOND : LAST_SECOND"))
 _in("AudioTime::now",
     ("microseconds of another length", "tv_nsec / 1000", "tv_nsec / 1024"),
     ("a clock that cannot be read is silent", "== 0", "!= 1"))
 _in("AudioTime::sleep",
-    ("a sleep's rest", "us % kMicrosecondsPerSecond", "0 * us"))
+    ("a sleep's rest", "us % MICROSECONDS_PER_SECOND", "0 * us"))
 
 _in("chosenClock",
     ("the clock is chosen each time", "clock != CLOCK_NOT_CHOSEN ? clock :", ""))
@@ -1403,11 +1403,11 @@ _in("gAllowsOrdinaryThreads",
 
 _in("audioMathLog10Extend",
     ("a midpoint goes down", "amplitude > 0.0F", "amplitude >= 0.0F"),
-    ("the search goes the wrong way", "amplitude > kAmplitudes", "amplitude < kAmplitudes"))
+    ("the search goes the wrong way", "amplitude > AMPLITUDES", "amplitude < AMPLITUDES"))
 _in("audioMathPow10Extend",
     ("decibels are rounded", "(step)", "(step + 0.5F)"),
-    ("no number is loud", "kAmplitudes[0]", "kAmplitudes[kLastStep]"),
-    ("the last step is looked up", "(kLastStep)", "(kLastStep) + 9"))
+    ("no number is loud", "AMPLITUDES[0]", "AMPLITUDES[LAST_STEP]"),
+    ("the last step is looked up", "(LAST_STEP)", "(LAST_STEP) + 9"))
 _in("audioMathRandn",
     ("another volume of noise", "0.005", "0.0049"),
     ("the generator's other way", "4294967296.0 - next", "4294967295.0 - next"))
@@ -1433,24 +1433,24 @@ _in("AudioAlert::alert",
     ("two numbers of an alert", "elapsedUs, thresholdUs", "thresholdUs, elapsedUs"),
     ("a missing name", "name, \"Unknown\"", "name, \"-\""))
 
-_in("kTags",
+_in("TAGS",
     ("the connection of a tag", "AUDIO_TAG_INPUT1, AUDIO_CONNECT_INPUT1",
      "AUDIO_TAG_INPUT1, AUDIO_CONNECT_INPUT2"),
     ("the path of a tag", "AUDIO_OUT_PATH_ALTERNATIVE, AUDIO_TAG_ALTERNATIVE",
      "AUDIO_OUT_PATH_AUXILIARY, AUDIO_TAG_ALTERNATIVE"),
     ("the name of a shared tag", "\"output_input0_invocation\", AUDIO_OUT_PATH_NONE",
      "\"output_input1_invocation\", AUDIO_OUT_PATH_NONE"))
-_in("kCodecs",
+_in("CODECS",
     ("the number of a codec", "AUDIO_CODEC_6, 64", "AUDIO_CODEC_6, 65"),
     ("the usage of a codec", "AUDIO_CODEC_4_USAGE2, 16, 2", "AUDIO_CODEC_4_USAGE2, 16, 1"))
-_in("kBitDepths",
+_in("BIT_DEPTHS",
     ("the format of 32 bits", "MULTI_AUDIO_FMT_S24, 2", "MULTI_AUDIO_FMT_S24, 1"),
     ("the bytes of 24 bits", "MULTI_AUDIO_FMT_S24, 1, 24, 3", "MULTI_AUDIO_FMT_S24, 1, 24, 4"))
-_in("kChannelMaps",
+_in("CHANNEL_MAPS",
     ("the channels of a layout", "AUDIO_CHANNEL_MAP_5, 10, 5", "AUDIO_CHANNEL_MAP_5, 10, 6"))
-_in("kChannelNames",
+_in("CHANNEL_NAMES",
     ("the name of a loudspeaker", "AUDIO_CHANNEL_CF, \"CF\"", "AUDIO_CHANNEL_CF, \"FC\""))
-_in("kSampleRates",
+_in("SAMPLE_RATES",
     ("a usual rate", "11025", "11024"))
 _in("AudioTypes::getFfmpegSampleRate",
     ("an unusual rate", "known : 48000", "known : 44100"))
@@ -1459,7 +1459,7 @@ _in("carriesFlag",
 _in("AudioTypes::getFormatDesc",
     ("a flag of any number", "flag != 0 ? 1 : 0", "flag"),
     ("a codec's parameter", "filled.codecParam = parameter.codecParam;", ""),
-    ("a coded stream has a bit depth", "if (filled.codecType == kPcm) filled", "filled"),
+    ("a coded stream has a bit depth", "if (filled.codecType == PCM) filled", "filled"),
     ("a conversion keeps what was there",
      "audio_uplink_parameter_t& parameter) { AudioFormatDesc filled = {}",
      "audio_uplink_parameter_t& parameter) { AudioFormatDesc filled = format"))

@@ -49,10 +49,10 @@ int run(int argc, const char* const* argv) {
     log::setLevel(options.logLevel);
     // Set first: all names on this machine depend on the instance.
     if (!options.instance.empty()) {
-        setenv(board::kInstanceVariable, options.instance.c_str(), 1);
+        setenv(board::INSTANCE_VARIABLE, options.instance.c_str(), 1);
     } else if (cabinaudio_board_instance() == nullptr) {
-        log::error("%s=%s is not an instance name", board::kInstanceVariable,
-                   getenv(board::kInstanceVariable));
+        log::error("%s=%s is not an instance name", board::INSTANCE_VARIABLE,
+                   getenv(board::INSTANCE_VARIABLE));
         return EXIT_USAGE;
     }
     prepareProcess();

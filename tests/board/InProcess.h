@@ -13,7 +13,7 @@ namespace cabinaudio::test {
 class InAnInstance : public ::testing::Test {
 protected:
     OwnInstance mInstance;
-    Variable mVariable{board::kInstanceVariable, mInstance.name()};
+    Variable mVariable{board::INSTANCE_VARIABLE, mInstance.name()};
 };
 
 /// A descriptor that is closed with the object.

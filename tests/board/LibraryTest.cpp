@@ -24,8 +24,8 @@ std::string linesWith(const std::string& word, const std::string& text) {
 }
 
 TEST(TheStandIn, SaysThatItIsHere) {
-    EXPECT_EQ(cabinaudio_board_active(), board::kVersion);
-    EXPECT_EQ(board::activeVersion(), board::kVersion);
+    EXPECT_EQ(cabinaudio_board_active(), board::VERSION);
+    EXPECT_EQ(board::activeVersion(), board::VERSION);
 }
 
 TEST(TheStandIn, NeedsNothingButTheCLibrary) {

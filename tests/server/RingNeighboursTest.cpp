@@ -321,7 +321,7 @@ TEST_F(AFileOfAnotherUser, ThatGoesWhileTheServerRunsLeavesTheMemoryWhereItIs) {
 
 TEST_F(FilesOfAnotherUser, InEachPlaceOfTheMemoryAreReportedWithAWayOut) {
     std::vector<std::unique_ptr<Planted>> planted;
-    for (unsigned place = 0; place < board::kPhysicalMemoryPlaces; ++place)
+    for (unsigned place = 0; place < board::PHYSICAL_MEMORY_PLACES; ++place)
         planted.push_back(std::make_unique<Planted>(memoryPath(NOBODY, place)));
     const int status = asNobody([] {
         const RealServer server(argumentsOf(true));

@@ -20,11 +20,11 @@ ConfigDirectory::ConfigDirectory() {
     if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("mkdtemp");
     mTop = name;
     std::filesystem::create_directory(path());
-    setenv(board::kConfigDirectoryVariable, path().c_str(), 1);
+    setenv(board::CONFIG_DIRECTORY_VARIABLE, path().c_str(), 1);
 }
 
 ConfigDirectory::~ConfigDirectory() {
-    unsetenv(board::kConfigDirectoryVariable);
+    unsetenv(board::CONFIG_DIRECTORY_VARIABLE);
     std::error_code gone;
     std::filesystem::remove_all(mTop, gone);
 }

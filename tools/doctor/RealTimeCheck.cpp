@@ -56,14 +56,14 @@ std::string limitText(rlim_t limit) {
     return limit == RLIM_INFINITY ? "unlimited" : std::to_string(limit);
 }
 
-constexpr char kCure[] =
+constexpr char CURE[] =
     "raise the rtprio limit to 99 (/etc/security/limits.d, or LimitRTPRIO=99 of a service), "
     "or in a container add --cap-add SYS_NICE";
 
 }  // namespace
 
 Check checkRealTime() {
-    Check check{"real_time", false, "refused", "", kCure};
+    Check check{"real_time", false, "refused", "", CURE};
     struct rlimit limit = {};
     getrlimit(RLIMIT_RTPRIO, &limit);
     check.more = {{"rtprio_limit", limitOf(limit.rlim_cur)}, {"priority", nullptr}};

@@ -18,17 +18,17 @@ using namespace std::chrono_literals;
 namespace {
 
 /// After this time without progress, check whether the stream still exists.
-constexpr auto kSuspicion = 500ms;
+constexpr auto SUSPICION = 500ms;
 
 /// A write waits up to a second for the ring and then for space; the rest is margin for load.
-constexpr std::chrono::milliseconds kLongestWrite = 3000ms;
+constexpr std::chrono::milliseconds LONGEST_WRITE = 3000ms;
 
 /// Amount given to a withdrawn sink at once: the library takes this long to discard it; a
 /// non-blocking sink must wait that time itself.
-constexpr auto kDiscardedBlocking = 500ms;
-constexpr auto kDiscardedElse = 100ms;
+constexpr auto DISCARDED_BLOCKING = 500ms;
+constexpr auto DISCARDED_ELSE = 100ms;
 
-constexpr auto kProgressInterval = 100ms;
+constexpr auto PROGRESS_INTERVAL = 100ms;
 
 double milliseconds(std::chrono::nanoseconds duration) {
     return std::chrono::duration<double, std::milli>(duration).count();
@@ -112,14 +112,14 @@ void Playback::begin() {
 // ring is being handed over, and an earlier one could delay the ring's request.
 void Playback::shiftKey() {
     while (mTrack->getTotalBufferSize() == 0) {
-        mControl.rest(StreamControl::kShortestRest);
+        mControl.rest(StreamControl::SHORTEST_REST);
         mControl.endIfStalled(mStartTime, "the ring");
     }
     const auto shift = [&] { return mTrack->setKeyShift(*mOptions.keyShift); };
     for (;;) {
         const int status = mControl.request("the server to shift the key", shift);
         if (status != AUDIO_NO_MEMORY) return mControl.demand(status, "shift the key");
-        mControl.rest(StreamControl::kShortestRest);
+        mControl.rest(StreamControl::SHORTEST_REST);
         mControl.endIfStalled(mStartTime, "the track to be free for a request");
     }
 }
@@ -141,7 +141,7 @@ void Playback::feed() {
 /// One period of the server, or the amount for a withdrawn source; whole frames.
 std::size_t Playback::chunkBytes() const {
     const std::size_t frame = mFile.frameBytes();
-    const auto away = mOptions.block ? kDiscardedBlocking : kDiscardedElse;
+    const auto away = mOptions.block ? DISCARDED_BLOCKING : DISCARDED_ELSE;
     const std::size_t bytes =
         mReport.isWithdrawn ? mFile.bytesPerSecond() * static_cast<std::size_t>(away.count()) / 1000
                             : static_cast<std::size_t>(std::max(mReport.perLoopBytes, 0));
@@ -187,7 +187,7 @@ std::size_t Playback::writeWithoutWaiting(Bytes bytes) {
     auto free = static_cast<std::size_t>(std::max(mTrack->bytesFree(), 0));
     if (mIsSink) free -= free % mFile.frameBytes();
     if (free == 0 && mTrack->getTotalBufferSize() != 0) {
-        if (Clock::now() - mLastProgress >= kSuspicion) endIfRemoved();
+        if (Clock::now() - mLastProgress >= SUSPICION) endIfRemoved();
         mControl.rest(queuedTime() / 2);
         return 0;
     }
@@ -204,7 +204,7 @@ int Playback::write(Bytes bytes) {
     // The write is bounded, except when a notification queries the server meanwhile.
     const int status = mControl.limit(
         "the server to hand over the ring",
-        std::max(mOptions.timeout + Watchdog::GRACE, kLongestWrite), [&] {
+        std::max(mOptions.timeout + Watchdog::GRACE, LONGEST_WRITE), [&] {
             return mTrack->write(bytes.data(), static_cast<int>(bytes.size()), mOptions.block);
         });
     if (status == AUDIO_INVALID_STATE) mControl.endByRemoval(status);
@@ -246,7 +246,7 @@ void Playback::awaitSource() {
     for (lookAtSource(); !mHasHadSource; lookAtSource()) {
         showProgress();
         mControl.rest(10ms);
-        if (Clock::now() - mStartTime >= kSuspicion) endIfRemoved();
+        if (Clock::now() - mStartTime >= SUSPICION) endIfRemoved();
         mControl.endIfStalled(mStartTime, "the source");
     }
 }
@@ -278,14 +278,14 @@ void Playback::awaitFinish() {
     noteProgress();
     while (!mFinish.event().isSet()) {
         waitForAny({&mFinish.event(), &mControl.interruption().event()},
-                   StreamControl::kLongestRest);
+                   StreamControl::LONGEST_REST);
         mControl.endIfInterrupted();
         if (const std::size_t now = queuedBytes(); now != std::exchange(queued, now))
             noteProgress();
         showProgress();
         if (mFinish.event().isSet()) break;
         if (mIsSink) endWithoutSource();
-        if (Clock::now() - mLastProgress >= kSuspicion) endIfRemoved();
+        if (Clock::now() - mLastProgress >= SUSPICION) endIfRemoved();
         mControl.endIfStalled(mLastProgress, "the end of playback");
         mControl.endIfStalled(allowance, "the end of playback");
     }
@@ -303,7 +303,7 @@ void Playback::awaitEmptyRing() {
         if (const std::size_t now = queuedBytes(); now != std::exchange(queued, now))
             noteProgress();
         showProgress();
-        if (Clock::now() - mLastProgress >= kSuspicion) endIfRemoved();
+        if (Clock::now() - mLastProgress >= SUSPICION) endIfRemoved();
         mControl.endIfStalled(mLastProgress, "the end of playback");
         mControl.endIfStalled(allowance, "the end of playback");
     }
@@ -352,7 +352,7 @@ void Playback::showProgress() {
     updateReport();
     if (!mLine.isShown()) return;
     const Clock::time_point now = Clock::now();
-    if (now - mLastShown < kProgressInterval) return;
+    if (now - mLastShown < PROGRESS_INTERVAL) return;
     mLastShown = now;
     mLine.show(progressText(mReport, ProgressLine::width()));
 }

@@ -77,12 +77,12 @@ std::string brokenLine(const RecordReport& report) {
     return line + details(report);
 }
 
-constexpr std::size_t kNarrowestMeter = 10;
-constexpr std::size_t kWidestMeter = 40;
-constexpr double kQuietest = -60;  // dB, an empty meter
+constexpr std::size_t NARROWEST_METER = 10;
+constexpr std::size_t WIDEST_METER = 40;
+constexpr double QUIETEST = -60;  // dB, an empty meter
 
 std::string meter(double peak, std::size_t columns) {
-    const double part = std::max(0.0, 1 - decibels(peak) / kQuietest);
+    const double part = std::max(0.0, 1 - decibels(peak) / QUIETEST);
     const auto full = static_cast<std::size_t>(std::lround(part * static_cast<double>(columns)));
     return "[" + std::string(full, '=') + std::string(columns - full, ' ') + "]";
 }
@@ -97,16 +97,16 @@ std::string meterText(const RecordReport& report, Level level, std::size_t width
     char decibel[32];
     std::snprintf(decibel, sizeof decibel, " %6.1f dB ", decibels(*level));
     text = decibel + text;
-    constexpr std::size_t kFrame = 2;
-    const std::size_t room = width > text.size() + kFrame ? width - text.size() - kFrame : 0;
-    return room < kNarrowestMeter ? text : meter(*level, std::min(room, kWidestMeter)) + text;
+    constexpr std::size_t FRAME = 2;
+    const std::size_t room = width > text.size() + FRAME ? width - text.size() - FRAME : 0;
+    return room < NARROWEST_METER ? text : meter(*level, std::min(room, WIDEST_METER)) + text;
 }
 
 const char* levelColour(Level level) {
-    constexpr double kAlmostClipped = -1;
-    constexpr double kLoud = -9;
-    if (!level || decibels(*level) < kLoud) return "";
-    return decibels(*level) < kAlmostClipped ? "\033[33m" : "\033[31m";
+    constexpr double ALMOST_CLIPPED = -1;
+    constexpr double LOUD = -9;
+    if (!level || decibels(*level) < LOUD) return "";
+    return decibels(*level) < ALMOST_CLIPPED ? "\033[33m" : "\033[31m";
 }
 
 // With the recording on standard output, nothing else may be printed there.

@@ -25,8 +25,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr char kName[] = "/tmp/cabinaudio_control";
-constexpr std::chrono::milliseconds kPollPause{2};
+constexpr char CONTROL_SOCKET[] = "/tmp/cabinaudio_control";
+constexpr std::chrono::milliseconds POLL_PAUSE{2};
 
 class ControlLine {
 public:
@@ -44,9 +44,9 @@ public:
         struct sockaddr_un address = {};
         address.sun_family = AF_UNIX;
         // Abstract: the first byte is zero and the name is not terminated.
-        std::memcpy(address.sun_path + 1, kName, sizeof kName - 1);
+        std::memcpy(address.sun_path + 1, CONTROL_SOCKET, sizeof CONTROL_SOCKET - 1);
         constexpr auto length =
-            static_cast<socklen_t>(offsetof(struct sockaddr_un, sun_path) + sizeof kName);
+            static_cast<socklen_t>(offsetof(struct sockaddr_un, sun_path) + sizeof CONTROL_SOCKET);
         if (connect(mSocket, reinterpret_cast<const struct sockaddr*>(&address), length) == 0) {
             const std::string warning = board::warningOfForeignServer(mSocket);
             if (!warning.empty()) complain(warning);
@@ -86,7 +86,7 @@ public:
         }
         while (serverListens()) {
             if (Clock::now() >= mDeadline) throwTimeOut("end");
-            std::this_thread::sleep_for(kPollPause);
+            std::this_thread::sleep_for(POLL_PAUSE);
         }
     }
 

@@ -17,7 +17,7 @@ namespace cabinaudio::tool {
 namespace {
 
 /// The library's status when the request did not reach the server, or no answer came back.
-constexpr std::int32_t kNotSent = 1;
+constexpr std::int32_t NOT_SENT = 1;
 
 const char* endName(ExitCode code) {
     switch (code) {
@@ -93,7 +93,7 @@ void Session::demandServer() const {
 void Session::check(std::int32_t status) const {
     if (status == AUDIO_NOT_CONNECTED)
         throw Failure("the server did not register this client; see 'cabinaudio doctor'");
-    if (status != kNotSent) return;
+    if (status != NOT_SENT) return;
     if (!serverListens()) throw Failure("the server went away", ExitCode::NoServer);
     throw Failure("the request did not go through; see -v or 'cabinaudio doctor'");
 }

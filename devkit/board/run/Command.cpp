@@ -13,13 +13,13 @@
 namespace cabinaudio::run {
 namespace {
 
-constexpr char kPreloadVariable[] = "LD_PRELOAD";
-constexpr char kDryRunVariable[] = "LD_TRACE_LOADED_OBJECTS";
-constexpr char kEmulator[] = "qemu-arm";
+constexpr char PRELOAD_VARIABLE[] = "LD_PRELOAD";
+constexpr char DRY_RUN_VARIABLE[] = "LD_TRACE_LOADED_OBJECTS";
+constexpr char EMULATOR[] = "qemu-arm";
 
 bool runsHere(const ElfFile& elf) {
-    return elf.machine == board::kThisMachine ||
-           (board::kThisMachine == EM_X86_64 && elf.machine == EM_386);
+    return elf.machine == board::THIS_MACHINE ||
+           (board::THIS_MACHINE == EM_X86_64 && elf.machine == EM_386);
 }
 
 std::string emulatorFor(const Program& program) {
@@ -31,7 +31,7 @@ std::string emulatorFor(const Program& program) {
                       " and does not run on this machine");
     }
     try {
-        return findCommand(kEmulator);
+        return findCommand(EMULATOR);
     } catch (const Refusal&) {
         throw Refusal(program.binary + " is for 32-bit ARM and needs qemu-arm (Debian: qemu-user)");
     }
@@ -60,9 +60,9 @@ void Command::preload(const std::vector<std::string>& libraries) {
 void Command::setPreloadVariable() const {
     const std::string own = isEmulated() ? joinedPreloads(foreignPreloads()) : mPreload;
     if (own.empty()) {
-        unsetenv(kPreloadVariable);
+        unsetenv(PRELOAD_VARIABLE);
     } else {
-        setenv(kPreloadVariable, own.c_str(), 1);
+        setenv(PRELOAD_VARIABLE, own.c_str(), 1);
     }
 }
 
@@ -72,9 +72,9 @@ std::vector<std::string> Command::emulatedWords(bool dryRun) const {
         // Loader and libraries must both come from this machine's armhf packages.
         words.insert(words.end(), {"-L", "/"});
     }
-    words.insert(words.end(), {"-E", std::string(kPreloadVariable) + "=" + mPreload});
+    words.insert(words.end(), {"-E", std::string(PRELOAD_VARIABLE) + "=" + mPreload});
     if (dryRun) {
-        words.insert(words.end(), {"-E", std::string(kDryRunVariable) + "=1"});
+        words.insert(words.end(), {"-E", std::string(DRY_RUN_VARIABLE) + "=1"});
     }
     if (mProgram.viaScript.empty()) {
         words.insert(words.end(), {"-0", mProgram.arguments.front(), mProgram.binary});
@@ -99,7 +99,7 @@ void Command::executeDryRun() const {
     if (isEmulated()) {
         executeWords(mEmulator, emulatedWords(true));
     } else {
-        setenv(kDryRunVariable, "1", 1);
+        setenv(DRY_RUN_VARIABLE, "1", 1);
         executeWords(mProgram.path, mProgram.arguments);
     }
 }

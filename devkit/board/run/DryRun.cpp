@@ -40,7 +40,7 @@ Pipe makePipe() {
         dup2(err, STDERR_FILENO) >= 0) {
         command.executeDryRun();
     }
-    _exit(kNotExecutable);
+    _exit(NOT_EXECUTABLE);
 }
 
 // Reads once. @return false at the end of the stream

@@ -27,9 +27,9 @@ struct Elf64 {
     using Entry = Elf64_Dyn;
 };
 
-constexpr std::size_t kLongestText = 4096;  // for a path or a name
-constexpr std::size_t kMostEntries = 65536;
-constexpr std::uint64_t kFarthest = std::numeric_limits<off64_t>::max();
+constexpr std::size_t LONGEST_TEXT = 4096;  // for a path or a name
+constexpr std::size_t MOST_ENTRIES = 65536;
+constexpr std::uint64_t FARTHEST = std::numeric_limits<off64_t>::max();
 
 class Truncated : public std::exception {};
 
@@ -48,7 +48,7 @@ public:
     }
 
     std::string textAt(std::uint64_t offset) const {
-        char text[kLongestText];
+        char text[LONGEST_TEXT];
         const std::size_t got = read(offset, text, sizeof text);
         const std::size_t length = strnlen(text, got);
         if (length == got) {
@@ -59,7 +59,7 @@ public:
 
 private:
     std::size_t read(std::uint64_t offset, void* into, std::size_t length) const {
-        if (offset > kFarthest - length) {
+        if (offset > FARTHEST - length) {
             throw Truncated();
         }
         const ssize_t got = pread64(mDescriptor, into, length, static_cast<off64_t>(offset));
@@ -87,7 +87,7 @@ std::string soname(const Reader& file, const std::vector<typename Elf::Segment>&
     using Entry = typename Elf::Entry;
     std::optional<std::uint64_t> name;
     std::optional<std::uint64_t> texts;
-    for (std::uint64_t i = 0; i < dynamic.p_filesz / sizeof(Entry) && i < kMostEntries; ++i) {
+    for (std::uint64_t i = 0; i < dynamic.p_filesz / sizeof(Entry) && i < MOST_ENTRIES; ++i) {
         const auto entry = file.at<Entry>(dynamic.p_offset + i * sizeof(Entry));
         if (entry.d_tag == DT_NULL) {
             break;

@@ -35,7 +35,7 @@ std::string newInstance() {
     if (getrandom(&random, sizeof random, 0) != sizeof random) {
         throw Refusal(withReason("cannot name a private instance"));
     }
-    char name[board::kInstanceLength + 1];
+    char name[board::INSTANCE_LENGTH + 1];
     std::snprintf(name, sizeof name, "run-%d-%08x", static_cast<int>(getpid()),
                   static_cast<unsigned>(random));
     return name;
@@ -45,12 +45,12 @@ std::string newInstance() {
 std::string chooseInstance(const Options& options) {
     const std::string chosen = options.isPrivate ? newInstance() : options.instance;
     if (!chosen.empty()) {
-        setenv(board::kInstanceVariable, chosen.c_str(), 1);
+        setenv(board::INSTANCE_VARIABLE, chosen.c_str(), 1);
     }
     const char* instance = board::instanceInEnvironment();
     if (instance == nullptr) {
-        throw Refusal(std::string(board::kInstanceVariable) + "=" +
-                      std::getenv(board::kInstanceVariable) + " is not an instance name");
+        throw Refusal(std::string(board::INSTANCE_VARIABLE) + "=" +
+                      std::getenv(board::INSTANCE_VARIABLE) + " is not an instance name");
     }
     return instance;
 }
@@ -58,7 +58,7 @@ std::string chooseInstance(const Options& options) {
 void chooseConfigDirectory(const Options& options) {
     if (!options.configDirectory.empty()) {
         const fs::path path = fs::absolute(options.configDirectory);
-        setenv(board::kConfigDirectoryVariable, path.c_str(), 1);
+        setenv(board::CONFIG_DIRECTORY_VARIABLE, path.c_str(), 1);
     }
 }
 
@@ -86,7 +86,7 @@ void checkObjects(const Program& program, const LoadedObjects& objects,
     }
     if (!objects.missing.empty()) {
         throw Refusal(program.binary + " needs " + objects.missing + ", which is not found",
-                      kNotFound);
+                      NOT_FOUND);
     }
 }
 
@@ -121,10 +121,10 @@ void sayWhatIsDone(const Program& program, const Command& command, const std::st
 
 // Set by the tool `cabinaudio` when it starts itself through this launcher. The tool prints the
 // warning itself.
-constexpr char kToolVariable[] = "CABINAUDIO_TOOL_LAUNCHED";
+constexpr char TOOL_VARIABLE[] = "CABINAUDIO_TOOL_LAUNCHED";
 
 void warnOfForeignServer(const std::string& instance) {
-    if (std::getenv(kToolVariable) != nullptr) {
+    if (std::getenv(TOOL_VARIABLE) != nullptr) {
         return;
     }
     const std::string warning = board::warningOfForeignServer(instance, board::Look::AtBothSockets);
@@ -153,7 +153,7 @@ void launch(const Options& options) {
     const int error = errno;
     watcher.dismiss();
     errno = error;
-    throw Refusal(withReason("cannot execute " + program.path), kNotExecutable);
+    throw Refusal(withReason("cannot execute " + program.path), NOT_EXECUTABLE);
 }
 
 void clean(const Options& options) {

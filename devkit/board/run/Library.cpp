@@ -50,9 +50,9 @@ void addNeighbours(const fs::path& here, std::vector<fs::path>& directories) {
 std::vector<fs::path> candidatesFor(const ElfFile& program) {
     std::vector<fs::path> candidates;
     if (program.machine == EM_ARM) {
-        addFromEnvironment(kArmLibraryVariable, candidates);
+        addFromEnvironment(ARM_LIBRARY_VARIABLE, candidates);
     }
-    addFromEnvironment(kLibraryVariable, candidates);
+    addFromEnvironment(LIBRARY_VARIABLE, candidates);
     const fs::path here = launcherDirectory();
     std::vector<fs::path> directories{here};
     addInstalled(here.parent_path() / "lib", debianTriplet(program), directories);
@@ -60,13 +60,13 @@ std::vector<fs::path> candidatesFor(const ElfFile& program) {
         addNeighbours(here, directories);
     }
     for (const fs::path& directory : directories) {
-        candidates.push_back(directory / board::kLibraryName);
+        candidates.push_back(directory / board::LIBRARY_NAME);
     }
     return candidates;
 }
 
 bool isBoardLibrary(const std::optional<ElfFile>& elf) {
-    return elf && elf->soname == board::kLibraryName;
+    return elf && elf->soname == board::LIBRARY_NAME;
 }
 
 std::string absolutePath(const fs::path& path) {
@@ -76,7 +76,7 @@ std::string absolutePath(const fs::path& path) {
 std::string checkGiven(const std::string& given, const ElfFile& program) {
     const std::optional<ElfFile> elf = readElf(given);
     if (!isBoardLibrary(elf)) {
-        throw Refusal(given + " is not a " + board::kLibraryName);
+        throw Refusal(given + " is not a " + board::LIBRARY_NAME);
     }
     if (!elf->fits(program)) {
         throw Refusal(given + " is for " + describe(*elf) + ", the program for " +
@@ -101,7 +101,7 @@ std::string findBoardLibrary(const std::string& given, const ElfFile& program) {
             return absolutePath(candidate);
         }
     }
-    throw Refusal(std::string("no ") + board::kLibraryName + " for " + describe(program) +
+    throw Refusal(std::string("no ") + board::LIBRARY_NAME + " for " + describe(program) +
                   " programs is found; name one with --board-lib");
 }
 

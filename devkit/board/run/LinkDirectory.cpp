@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kRandomLetters = 6;  // as in mkdtemp()
+constexpr std::size_t RANDOM_LETTERS = 6;  // as in mkdtemp()
 
 std::string ownBeginning() {
     return "cabinaudio-run-" + std::to_string(geteuid()) + "-";
@@ -26,7 +26,7 @@ std::string ownBeginning() {
 
 bool isOwnName(const std::string& name) {
     return name.starts_with(ownBeginning()) &&
-           name.size() == ownBeginning().size() + kRandomLetters;
+           name.size() == ownBeginning().size() + RANDOM_LETTERS;
 }
 
 // The root directory's owner has all of root's power; in a container that need not be user 0.
@@ -102,7 +102,7 @@ std::vector<std::string> ownDirectoriesIn(const fs::path& temporary) {
 }
 
 std::string newDirectoryIn(const fs::path& temporary) {
-    std::string path = temporary / (ownBeginning() + std::string(kRandomLetters, 'X'));
+    std::string path = temporary / (ownBeginning() + std::string(RANDOM_LETTERS, 'X'));
     if (mkdtemp(path.data()) == nullptr) {
         return {};
     }

@@ -13,7 +13,7 @@
 namespace cabinaudio::run {
 namespace {
 
-constexpr char kHelp[] =
+constexpr char HELP[] =
     R"(Usage: cabinaudio-run [options] [--] PROGRAM [ARGUMENT...]
 
 Runs PROGRAM on a desktop as if it were on the board: physical memory, cache
@@ -37,28 +37,28 @@ The exit status is PROGRAM's; 1: refused, 2: wrong usage, 126: PROGRAM is not
 executable, 127: PROGRAM or a library of it is not found.
 )";
 
-constexpr int kPrivate = 256;
-constexpr int kConfigDirectory = 257;
-constexpr int kBoardLibrary = 258;
-constexpr int kTimeout = 259;
-constexpr int kClean = 260;
-constexpr int kVersion = 261;
+constexpr int PRIVATE = 256;
+constexpr int CONFIG_DIRECTORY = 257;
+constexpr int BOARD_LIBRARY = 258;
+constexpr int TIMEOUT = 259;
+constexpr int CLEAN = 260;
+constexpr int VERSION = 261;
 
-const option kLongOptions[] = {
+const option LONG_OPTIONS[] = {
     {"instance", required_argument, nullptr, 'i'},
-    {"private", no_argument, nullptr, kPrivate},
-    {"config-dir", required_argument, nullptr, kConfigDirectory},
-    {"board-lib", required_argument, nullptr, kBoardLibrary},
-    {"timeout", required_argument, nullptr, kTimeout},
-    {"clean", no_argument, nullptr, kClean},
+    {"private", no_argument, nullptr, PRIVATE},
+    {"config-dir", required_argument, nullptr, CONFIG_DIRECTORY},
+    {"board-lib", required_argument, nullptr, BOARD_LIBRARY},
+    {"timeout", required_argument, nullptr, TIMEOUT},
+    {"clean", no_argument, nullptr, CLEAN},
     {"verbose", no_argument, nullptr, 'v'},
     {"help", no_argument, nullptr, 'h'},
-    {"version", no_argument, nullptr, kVersion},
+    {"version", no_argument, nullptr, VERSION},
     {nullptr, 0, nullptr, 0},
 };
 
 [[noreturn]] void refuseUsage(const std::string& what) {
-    throw Refusal(what + " (try 'cabinaudio-run --help')", kUsage);
+    throw Refusal(what + " (try 'cabinaudio-run --help')", USAGE);
 }
 
 std::string instanceArgument(const char* name) {
@@ -90,19 +90,19 @@ void take(int found, const char* argument, Options& options) {
         case 'i':
             options.instance = instanceArgument(argument);
             break;
-        case kPrivate:
+        case PRIVATE:
             options.isPrivate = true;
             break;
-        case kConfigDirectory:
+        case CONFIG_DIRECTORY:
             options.configDirectory = pathArgument("--config-dir", argument);
             break;
-        case kBoardLibrary:
+        case BOARD_LIBRARY:
             options.boardLibrary = pathArgument("--board-lib", argument);
             break;
-        case kTimeout:
+        case TIMEOUT:
             options.timeout = timeoutArgument(argument);
             break;
-        case kClean:
+        case CLEAN:
             options.task = Options::Task::clean;
             break;
         case 'v':
@@ -111,7 +111,7 @@ void take(int found, const char* argument, Options& options) {
         case 'h':
             options.task = Options::Task::help;
             break;
-        case kVersion:
+        case VERSION:
             options.task = Options::Task::version;
             break;
     }
@@ -119,7 +119,7 @@ void take(int found, const char* argument, Options& options) {
 
 // getopt moves past a bad long option, but stays inside a group of short options.
 std::string badOption(char** argv) {
-    if (optopt != 0 && optopt < kPrivate) {
+    if (optopt != 0 && optopt < PRIVATE) {
         return std::string("-") + static_cast<char>(optopt);
     }
     return argv[optind - 1];
@@ -144,7 +144,7 @@ Options parseOptions(int argc, char** argv) {
     opterr = 0;
     int found;
     // '+': the first word that is not an option is the program. ':': report missing arguments.
-    while ((found = getopt_long(argc, argv, "+:i:vh", kLongOptions, nullptr)) != -1) {
+    while ((found = getopt_long(argc, argv, "+:i:vh", LONG_OPTIONS, nullptr)) != -1) {
         if (found == '?') {
             refuseUsage("unknown option '" + badOption(argv) + "'");
         }
@@ -162,7 +162,7 @@ Options parseOptions(int argc, char** argv) {
 }
 
 void printHelp() {
-    std::fputs(kHelp, stdout);
+    std::fputs(HELP, stdout);
 }
 
 void printVersion() {

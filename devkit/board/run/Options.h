@@ -21,7 +21,7 @@ struct Options {
     std::vector<std::string> program;  // with its arguments
 };
 
-/// @throws Refusal with kUsage
+/// @throws Refusal with USAGE
 Options parseOptions(int argc, char** argv);
 
 void printHelp();

@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kSeparators[] = " :";
+constexpr char SEPARATORS[] = " :";
 
 // FNV-1a: the same path always gets the same link, so links do not accumulate.
 std::string digest(std::string_view text) {
@@ -38,10 +38,10 @@ std::vector<std::string> foreignPreloads() {
     std::string_view rest(variable != nullptr ? variable : "");
     std::vector<std::string> entries;
     while (!rest.empty()) {
-        const std::string_view entry = rest.substr(0, rest.find_first_of(kSeparators));
+        const std::string_view entry = rest.substr(0, rest.find_first_of(SEPARATORS));
         rest.remove_prefix(std::min(entry.size() + 1, rest.size()));
         const bool isBoard =
-            fs::path(entry).filename() == board::kLibraryName ||
+            fs::path(entry).filename() == board::LIBRARY_NAME ||
             fs::path(entry).filename().native().starts_with(loadableLinkBeginning());
         if (!entry.empty() && !isBoard) {
             entries.emplace_back(entry);

@@ -15,7 +15,7 @@
 namespace cabinaudio::run {
 namespace {
 
-constexpr int kMostInterpreters = 5;  // the kernel's limit
+constexpr int MOST_INTERPRETERS = 5;  // the kernel's limit
 
 enum class Found { executable, notExecutable, unreachable, nothing };
 
@@ -66,12 +66,12 @@ void goToInterpreter(Program& program) {
     std::vector<std::string> words = interpreterLine(program.binary);
     if (words.empty()) {
         throw Refusal(program.binary + " is neither an ELF program nor a #! script",
-                      kNotExecutable);
+                      NOT_EXECUTABLE);
     }
     const std::string interpreter = words.front();
     if (lookAt(interpreter) != Found::executable) {
         throw Refusal(program.binary + ": its interpreter " + interpreter + " is not executable",
-                      kNotExecutable);
+                      NOT_EXECUTABLE);
     }
     if (program.viaScript.empty()) {
         program.viaScript.push_back(program.path);
@@ -101,9 +101,9 @@ std::string findCommand(const std::string& name) {
                 return name;
             case Found::notExecutable:
             case Found::unreachable:
-                throw Refusal(name + " is not executable", kNotExecutable);
+                throw Refusal(name + " is not executable", NOT_EXECUTABLE);
             case Found::nothing:
-                throw Refusal(name + " is not found", kNotFound);
+                throw Refusal(name + " is not found", NOT_FOUND);
         }
     }
     bool seen = false;
@@ -116,8 +116,8 @@ std::string findCommand(const std::string& name) {
         }
         seen = seen || found == Found::notExecutable;
     }
-    throw seen ? Refusal(name + " is not executable", kNotExecutable)
-               : Refusal("'" + name + "' is not found in PATH", kNotFound);
+    throw seen ? Refusal(name + " is not executable", NOT_EXECUTABLE)
+               : Refusal("'" + name + "' is not found in PATH", NOT_FOUND);
 }
 
 Program inspectProgram(const std::vector<std::string>& command) {
@@ -125,7 +125,7 @@ Program inspectProgram(const std::vector<std::string>& command) {
     program.path = findCommand(command.front());
     program.arguments = command;
     program.binary = program.path;
-    for (int i = 0; i <= kMostInterpreters; ++i) {
+    for (int i = 0; i <= MOST_INTERPRETERS; ++i) {
         if (const std::optional<ElfFile> elf = readElf(program.binary)) {
             program.elf = *elf;
             checkLoader(program);
@@ -133,7 +133,7 @@ Program inspectProgram(const std::vector<std::string>& command) {
         }
         goToInterpreter(program);
     }
-    throw Refusal(program.path + ": too many interpreters", kNotExecutable);
+    throw Refusal(program.path + ": too many interpreters", NOT_EXECUTABLE);
 }
 
 }  // namespace cabinaudio::run

@@ -24,7 +24,7 @@
 namespace cabinaudio::run {
 namespace {
 
-constexpr char kDismissal = 'd';
+constexpr char DISMISSAL = 'd';
 
 enum class Answer { right, dismissed, none, late };
 
@@ -155,11 +155,11 @@ void Watcher::offer() const {
     const int kept = fcntl(mOffered.get(), F_GETFD) & ~FD_CLOEXEC;
     fcntl(mOffered.get(), F_SETFD, kept);
     const std::string offered = std::to_string(mOffered.get()) + ":" + std::to_string(getpid());
-    setenv(board::kHandshakeVariable, offered.c_str(), 1);
+    setenv(board::HANDSHAKE_VARIABLE, offered.c_str(), 1);
 }
 
 void Watcher::dismiss() const {
-    send(mOffered.get(), &kDismissal, 1, MSG_NOSIGNAL);
+    send(mOffered.get(), &DISMISSAL, 1, MSG_NOSIGNAL);
 }
 
 }  // namespace cabinaudio::run

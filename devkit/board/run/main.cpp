@@ -40,7 +40,7 @@ int run(int argc, char** argv) {
         case Options::Task::runProgram:
             launch(options);
     }
-    return kDone;
+    return DONE;
 }
 
 int refuse(const char* why, int exitCode) {
@@ -57,6 +57,6 @@ int main(int argc, char** argv) {
     } catch (const Refusal& refusal) {
         return refuse(refusal.what(), refusal.exitCode());
     } catch (const std::exception& failure) {
-        return refuse(failure.what(), kRefused);
+        return refuse(failure.what(), REFUSED);
     }
 }
