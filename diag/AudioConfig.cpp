@@ -27,9 +27,9 @@ constexpr char CONFIG_FILE[] = "/media/flash/nvm/as_server/audio_config";
 
 /// strtol() clamped to the range of the target's 32-bit long on every build.
 std::int32_t toNumber(const char* text) {
-    constexpr long least = std::numeric_limits<std::int32_t>::min();
-    constexpr long most = std::numeric_limits<std::int32_t>::max();
-    return static_cast<std::int32_t>(std::clamp(std::strtol(text, nullptr, 10), least, most));
+    constexpr long LEAST = std::numeric_limits<std::int32_t>::min();
+    constexpr long MOST = std::numeric_limits<std::int32_t>::max();
+    return static_cast<std::int32_t>(std::clamp(std::strtol(text, nullptr, 10), LEAST, MOST));
 }
 
 }  // namespace

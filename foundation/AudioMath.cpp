@@ -18,14 +18,14 @@ constexpr double roundedTo8Decimals(double amplitude) {
 
 /// Linear amplitudes of -103.5 to +24.0 dB in steps of 0.5 dB, that is 10^((0.5 i - 103.5) / 20).
 constexpr std::array<float, LAST_STEP + 1> amplitudes() {
-    constexpr unsigned unity = 207;                     // 0 dB
-    constexpr double perStep = 1.05925372517728884816;  // 10^(1/40)
+    constexpr unsigned UNITY = 207;                      // 0 dB
+    constexpr double PER_STEP = 1.05925372517728884816;  // 10^(1/40)
     std::array<float, LAST_STEP + 1> table{};
     double amplitude = 1.0;
-    for (unsigned i = unity; i <= LAST_STEP; ++i, amplitude *= perStep)
+    for (unsigned i = UNITY; i <= LAST_STEP; ++i, amplitude *= PER_STEP)
         table[i] = static_cast<float>(roundedTo8Decimals(amplitude));
     amplitude = 1.0;
-    for (unsigned i = unity; i > 0; --i, amplitude /= perStep)
+    for (unsigned i = UNITY; i > 0; --i, amplitude /= PER_STEP)
         table[i] = static_cast<float>(roundedTo8Decimals(amplitude));
     table[0] = 0.0F;                // deliberate: the lowest step is silence
     table[LAST_STEP] = 15.848933F;  // deliberate: slightly above the formula

@@ -52,7 +52,7 @@ void uninitShmNotificationReceiver(ShareMemoryHandle* hdl) {
     // The other side may have initialised the semaphore while the receiver waits on it, so that no
     // post reaches the receiver, or may have taken the post.
     semaphoreWakeSleepers(hdl->recevierSem);
-    while (!receiver->waitForBodysEnd(RECEIVER_WAKE_INTERVAL_MS)) {
+    while (!receiver->waitForBodyEnd(RECEIVER_WAKE_INTERVAL_MS)) {
         if (!semaphoreHasPost(hdl->recevierSem)) postFor(hdl, __func__);
         semaphoreWakeSleepers(hdl->recevierSem);
     }

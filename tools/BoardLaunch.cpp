@@ -92,7 +92,7 @@ std::string boardInstance() {
 void warnOfForeignServer() {
     // The stand-in appends the instance's name to the socket's name.
     const std::string warning = board::warningOfForeignServer(
-        "", boardIsActive() ? board::Look::AtBothSockets : board::Look::AtControlSocket);
+        "", boardIsActive() ? board::CheckedSockets::Both : board::CheckedSockets::ControlOnly);
     if (!warning.empty()) complain(warning);
 }
 

@@ -28,7 +28,7 @@ struct ServerRecord {
     bool listens;  // checked when registration or query failed
     std::int32_t status;
     ServerVersions versions;
-    std::int64_t tookUs;
+    std::int64_t durationUs;
 };
 
 // The library accepts no socket whose number is that of a standard descriptor. While descriptor 0
@@ -60,13 +60,13 @@ ServerRecord askServer() {
         record.status = setting.getServerVersions(
             record.versions.first.data(), record.versions.second.data(), &record.versions.third);
     if (!record.registered || record.status == UNANSWERED) record.listens = serverListens();
-    record.tookUs =
+    record.durationUs =
         std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count();
     return record;
 }
 
 template <auto ASK>
-void sayAnswer(int answers) {
+void sendAnswer(int answers) {
     const auto record = ASK();
     answer(answers, &record, sizeof record);
 }
@@ -83,16 +83,16 @@ Reach reached(const ServerRecord& record) {
 ServerQuery queryServer(std::chrono::milliseconds bound) {
     ServerQuery query;
     // A separate child: the time limit applies to the server only.
-    ChildResult child = runInChild(OWN_VERSION_BOUND, sayAnswer<askLibrary>);
+    ChildResult child = runInChild(OWN_VERSION_BOUND, sendAnswer<askLibrary>);
     ClientVersions client;
-    if (takeRecord(child.said, client)) query.client = client;
+    if (takeRecord(child.output, client)) query.client = client;
 
-    child = runInChild(bound, sayAnswer<askServer>);
+    child = runInChild(bound, sendAnswer<askServer>);
     query.reach = child.end == ChildEnd::Overdue ? Reach::Silent : Reach::Crashed;
     ServerRecord server;
-    if (takeRecord(child.said, server)) {
+    if (takeRecord(child.output, server)) {
         query.status = server.status;
-        query.took = std::chrono::microseconds(server.tookUs);
+        query.took = std::chrono::microseconds(server.durationUs);
         // The server listens, but the library's wait has timed out.
         const bool isSilent = server.listens && query.took >= bound;
         query.reach = isSilent ? Reach::Silent : reached(server);

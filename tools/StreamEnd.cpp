@@ -93,7 +93,7 @@ void StreamControl::endIfUnanswered(std::int32_t status) const {
                  status};
 }
 
-void StreamControl::demand(std::int32_t status, const std::string& operation) const {
+void StreamControl::require(std::int32_t status, const std::string& operation) const {
     endIfUnanswered(status);
     if (status == AUDIO_NO_ERROR) return;
     throw Ending{StreamEnd::Refused, "cannot " + operation + ": " + statusText(status), status};

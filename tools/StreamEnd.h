@@ -31,7 +31,7 @@ enum class StreamEnd {
 
 /// An end and its description. Thrown to leave a stream early.
 struct Ending {
-    StreamEnd how = StreamEnd::Failed;
+    StreamEnd kind = StreamEnd::Failed;
     std::string text = {};       // for display; without the file name
     std::int32_t status = 0;     // of the library or server, if it caused the end
     std::string waitedFor = {};  // what the timed-out wait waited for
@@ -84,7 +84,7 @@ public:
     void endIfUnanswered(std::int32_t status) const;
     void endIfStalled(Clock::time_point since, const char* what) const;
     /// Ends the stream unless the status is 0. @param operation  for example "start the stream"
-    void demand(std::int32_t status, const std::string& operation) const;
+    void require(std::int32_t status, const std::string& operation) const;
     /// A failed creation has one status for all reasons; this tells a missing server from a
     /// refusal.
     [[noreturn]] void endByCreation(std::int32_t status) const;

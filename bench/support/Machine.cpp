@@ -51,7 +51,7 @@ PrivateInstance::~PrivateInstance() {
     }
 }
 
-int stayOnOneCpu(int cpu) {
+int pinToCpu(int cpu) {
     cpu_set_t cpus;
     if (cpu < 0) {
         checked(sched_getaffinity(0, sizeof cpus, &cpus), "sched_getaffinity");

@@ -34,7 +34,7 @@ bool isOwnFile(const struct stat64& found) noexcept {
 
 // The directory is writable for all users: a file of that name may be another user's, or a link;
 // such a file is not the memory.
-bool isAnothers(const char* path) noexcept {
+bool belongsToOtherUser(const char* path) noexcept {
     struct stat64 found;
     return lstat64(path, &found) == 0 && !isOwnFile(found);
 }
@@ -49,7 +49,7 @@ int openPlace(const char* instance, unsigned place, int flags, int creation) noe
     const int error = errno;
     struct stat64 found;
     const bool isForeign = opened >= 0 ? fstat64(opened, &found) != 0 || !isOwnFile(found)
-                                       : error != ENOENT && isAnothers(path.c_str());
+                                       : error != ENOENT && belongsToOtherUser(path.c_str());
     if (opened >= 0 && isForeign) {
         close(opened);
     }
@@ -70,7 +70,7 @@ int openExisting(const char* instance, int flags) noexcept {
 
 /// Creates the file in the first free place, or opens the file that another process of this user
 /// has created there meanwhile.
-int makeAnywhere(const char* instance, int flags) noexcept {
+int createInFreePlace(const char* instance, int flags) noexcept {
     for (unsigned place = 0; place < PHYSICAL_MEMORY_PLACES; ++place) {
         int opened = openPlace(instance, place, flags, O_CREAT | O_EXCL);
         if (opened < 0 && errno == EEXIST) {
@@ -92,13 +92,13 @@ bool makeReady(int descriptor) noexcept {
     if ((found.st_mode & 07777) != 0600 && fchmod(descriptor, 0600) != 0) {
         return false;
     }
-    constexpr auto size = static_cast<off64_t>(PHYSICAL_MEMORY_SIZE);
-    return found.st_size >= size || ftruncate64(descriptor, size) == 0;
+    constexpr auto SIZE = static_cast<off64_t>(PHYSICAL_MEMORY_SIZE);
+    return found.st_size >= SIZE || ftruncate64(descriptor, SIZE) == 0;
 }
 
 bool markAsCache(int descriptor) noexcept {
-    constexpr auto length = static_cast<ssize_t>(sizeof CACHE_MARK);
-    return pwrite(descriptor, CACHE_MARK, sizeof CACHE_MARK, 0) == length &&
+    constexpr auto LENGTH = static_cast<ssize_t>(sizeof CACHE_MARK);
+    return pwrite(descriptor, CACHE_MARK, sizeof CACHE_MARK, 0) == LENGTH &&
            fcntl(descriptor, F_ADD_SEALS, CACHE_SEALS) == 0;
 }
 
@@ -112,7 +112,7 @@ int openPhysicalMemory(int flags) noexcept {
     const int kept = flags & O_CLOEXEC;
     int made = openExisting(instance, O_RDWR | kept);
     if (made < 0 && errno == ENOENT) {
-        made = makeAnywhere(instance, O_RDWR | kept);
+        made = createInFreePlace(instance, O_RDWR | kept);
     }
     if (made < 0) {
         return -1;

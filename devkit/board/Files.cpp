@@ -18,7 +18,7 @@
 namespace cabinaudio::board {
 namespace {
 
-enum class Place { elsewhere, memoryDevice, cacheDevice, configFile };
+enum class Place { Elsewhere, MemoryDevice, CacheDevice, ConfigFile };
 
 // A null path must reach the kernel, which returns EFAULT. The headers declare the path non-null,
 // so compilers drop a plain null check.
@@ -29,26 +29,26 @@ bool isNull(const char* path) noexcept {
 
 Place placeOf(const char* path) noexcept {
     if (isNull(path) || path[0] != '/') {
-        return Place::elsewhere;
+        return Place::Elsewhere;
     }
     if (strcmp(path, MEMORY_DEVICE) == 0) {
-        return Place::memoryDevice;
+        return Place::MemoryDevice;
     }
     if (strcmp(path, CACHE_DEVICE) == 0) {
-        return Place::cacheDevice;
+        return Place::CacheDevice;
     }
-    return strcmp(path, CONFIG_FILE) == 0 ? Place::configFile : Place::elsewhere;
+    return strcmp(path, CONFIG_FILE) == 0 ? Place::ConfigFile : Place::Elsewhere;
 }
 
 bool isConfigDirectory(const char* path) noexcept {
     if (isNull(path)) {
         return false;
     }
-    constexpr std::size_t length = sizeof CONFIG_DIRECTORY - 1;
-    if (strncmp(path, CONFIG_DIRECTORY, length) != 0) {
+    constexpr std::size_t LENGTH = sizeof CONFIG_DIRECTORY - 1;
+    if (strncmp(path, CONFIG_DIRECTORY, LENGTH) != 0) {
         return false;
     }
-    const char* rest = path + length;
+    const char* rest = path + LENGTH;
     return rest[strspn(rest, "/")] == '\0';
 }
 
@@ -71,15 +71,15 @@ bool mappedConfigFile(PathText& path) noexcept {
 template <typename OpenThere>
 int openPlace(const char* path, int flags, OpenThere openThere) noexcept {
     switch (placeOf(path)) {
-        case Place::memoryDevice:
+        case Place::MemoryDevice:
             return openPhysicalMemory(flags);
-        case Place::cacheDevice:
+        case Place::CacheDevice:
             return openCache(flags);
-        case Place::configFile: {
+        case Place::ConfigFile: {
             PathText mapped;
             return mappedConfigFile(mapped) ? openThere(mapped.c_str()) : -1;
         }
-        case Place::elsewhere:
+        case Place::Elsewhere:
             break;
     }
     return openThere(path);
@@ -101,15 +101,15 @@ FILE* streamOf(int descriptor, const char* mode) noexcept {
 
 FILE* openStream(const char* path, const char* mode, libc::Fopen* next) noexcept {
     switch (placeOf(path)) {
-        case Place::memoryDevice:
+        case Place::MemoryDevice:
             return streamOf(openPhysicalMemory(O_RDWR), mode);
-        case Place::cacheDevice:
+        case Place::CacheDevice:
             return streamOf(openCache(O_RDWR), mode);
-        case Place::configFile: {
+        case Place::ConfigFile: {
             PathText mapped;
             return mappedConfigFile(mapped) ? next(mapped.c_str(), mode) : nullptr;
         }
-        case Place::elsewhere:
+        case Place::Elsewhere:
             break;
     }
     return next(path, mode);

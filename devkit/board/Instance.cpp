@@ -15,9 +15,9 @@ namespace {
 
 constinit std::atomic<bool> gHasEnvironment{false};
 
-void sayOnce(const char* instance, const char* why) noexcept {
-    static constinit std::atomic<bool> said{false};
-    if (said.exchange(true)) {
+void warnOnce(const char* instance, const char* why) noexcept {
+    static constinit std::atomic<bool> warned{false};
+    if (warned.exchange(true)) {
         return;
     }
     Text<160> line;
@@ -29,26 +29,26 @@ void sayOnce(const char* instance, const char* why) noexcept {
 
 // A program's .preinit_array runs before the C library has the environment. Treating that as "no
 // instance" would use the common instance by mistake.
-bool isTooEarly() noexcept {
+bool isBeforeEnvironment() noexcept {
     return environ == nullptr && !gHasEnvironment;
 }
 
 }  // namespace
 
-void environmentIsThere() noexcept {
+void noteEnvironment() noexcept {
     gHasEnvironment = true;
 }
 
 const char* instanceOrRefuse() noexcept {
-    const char* instance = isTooEarly() ? nullptr : instanceInEnvironment();
+    const char* instance = isBeforeEnvironment() ? nullptr : instanceInEnvironment();
     if (instance != nullptr) {
         return instance;
     }
     const char* refused = getenv(INSTANCE_VARIABLE);
     if (refused == nullptr) {
-        sayOnce("?", " cannot be read yet");
+        warnOnce("?", " cannot be read yet");
     } else {
-        sayOnce(refused, " is not an instance name");
+        warnOnce(refused, " is not an instance name");
     }
     errno = EINVAL;
     return nullptr;

@@ -19,7 +19,7 @@ namespace {
 
 // The launcher execs the program, so its process id is the program's. A child that inherited the
 // variable from a parent without the stand-in must not answer.
-void answerTheLauncher() noexcept {
+void answerLauncher() noexcept {
     const char* offer = getenv(HANDSHAKE_VARIABLE);
     if (offer == nullptr) {
         return;
@@ -35,11 +35,11 @@ void answerTheLauncher() noexcept {
     }
 }
 
-__attribute__((constructor)) void arrive() noexcept {
+__attribute__((constructor)) void announcePresence() noexcept {
     const int error = errno;
-    environmentIsThere();
+    noteEnvironment();
     findAllOfLibc();
-    answerTheLauncher();
+    answerLauncher();
     errno = error;
 }
 

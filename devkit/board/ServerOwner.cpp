@@ -51,10 +51,10 @@ std::string warningOf(int connection) {
 
 }  // namespace
 
-std::string warningOfForeignServer(const std::string& instance, Look look) {
+std::string warningOfForeignServer(const std::string& instance, CheckedSockets sockets) {
     const std::string suffix = instance.empty() ? "" : "." + instance;
     const int control = connectTo(CONTROL_SOCKET + suffix);
-    if (control >= 0 || look == Look::AtControlSocket) return warningOf(control);
+    if (control >= 0 || sockets == CheckedSockets::ControlOnly) return warningOf(control);
     // Without a control socket it is not the development server, or another user has taken only the
     // clients' name.
     return warningOf(connectTo(SERVER_SOCKET + suffix));

@@ -17,13 +17,13 @@ namespace {
 constexpr std::size_t NAME_OFFSET = offsetof(sockaddr_un, sun_path) + 1;
 
 // Abstract names have a length and no terminator.
-template <std::size_t Size>
-bool names(const sockaddr* address, socklen_t length, const char (&name)[Size]) noexcept {
-    if (address == nullptr || length != NAME_OFFSET + Size - 1 || address->sa_family != AF_UNIX) {
+template <std::size_t SIZE>
+bool names(const sockaddr* address, socklen_t length, const char (&name)[SIZE]) noexcept {
+    if (address == nullptr || length != NAME_OFFSET + SIZE - 1 || address->sa_family != AF_UNIX) {
         return false;
     }
     const char* path = reinterpret_cast<const sockaddr_un*>(address)->sun_path;
-    return path[0] == '\0' && memcmp(path + 1, name, Size - 1) == 0;
+    return path[0] == '\0' && memcmp(path + 1, name, SIZE - 1) == 0;
 }
 
 int useAddress(libc::UseAddress* next, int descriptor, const sockaddr* address,

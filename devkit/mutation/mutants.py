@@ -151,7 +151,7 @@ _in("loadAcquire",
     ("offsets loaded without a barrier", "std::memory_order_acquire", "std::memory_order_relaxed"))
 _in("RingState::of",
     ("a size without a barrier", "loadAcquire(ring.size)", "loadRelaxed(ring.size)"))
-_in("RingState::possible",
+_in("RingState::isPossible",
     ("a ring larger than its mapping", "- 1 < limit", "!= 0"),
     ("a read offset behind the end", "read < size &&", ""),
     ("a write offset behind the end", "&& write < size", ""))
@@ -196,7 +196,7 @@ _in("ShareMemoryEx::releaseBuffer",
 _in("ShareMemoryEx::getTotalSize",
     ("a total size without a barrier", "loadAcquire", "loadRelaxed"))
 _in("copyOut",
-    ("an impossible ring is read", "if (!state.possible(hdl->len)) return 0;", ""),
+    ("an impossible ring is read", "if (!state.isPossible(hdl->len)) return 0;", ""),
     ("more is read than there is", "std::min(state.used(), len)", "len"),
     ("the cache is invalidated after the copy",
      "if (hdl->needCache) cache_invalidate(hdl, from, bytes); copyBytes(dst",
@@ -210,7 +210,7 @@ _in("copyOut",
      "copyBytes(dst, from, bytes); dst += bytes; taken(next)",
      "taken(next); copyBytes(dst, from, bytes); dst += bytes"))
 _in("writeInPieces",
-    ("an impossible ring is written", "if (!state.possible(hdl->len)) return 0;", ""),
+    ("an impossible ring is written", "if (!state.isPossible(hdl->len)) return 0;", ""),
     ("more is written than fits", "std::min(state.free(), len)", "len"),
     ("the cache is cleaned before the copy",
      "copyBytes(to, src, bytes); if (hdl->needCache) cache_clean(hdl, to, bytes)",
@@ -220,18 +220,18 @@ _in("writeInPieces",
      "storeRelease(hdl->hdr->writeOffset, next)",
      "src += bytes; storeRelease(hdl->hdr->writeOffset, next); if (hdl->needCache) "
      "cache_clean(hdl, to, bytes)"))
-_in("readAnyhow",
+_in("readAnyRing",
     ("an object without a mapping is read", "if (!hdl->isMapped()) return 0;", ""))
-_in("writeAnyhow",
+_in("writeAnyRing",
     ("an object without a mapping is written", "if (!hdl->isMapped()) return 0;", ""))
 _in("ShareMemoryEx::getUsedSize",
-    ("the used size of an impossible ring", "possible(mHandle->len) ? state.used() : 0", "used()"))
+    ("the used size of an impossible ring", "isPossible(mHandle->len) ? state.used() : 0", "used()"))
 _in("ShareMemoryEx::getFreeSize",
-    ("the free size of an impossible ring", "possible(mHandle->len) ? state.free() : 0", "free()"))
+    ("the free size of an impossible ring", "isPossible(mHandle->len) ? state.free() : 0", "free()"))
 _in("ShareMemoryEx::getNextBuffer",
-    ("a view of an impossible ring", "possible ? state.usedInOnePiece() : 0",
+    ("a view of an impossible ring", "isPossible ? state.usedInOnePiece() : 0",
      "state.usedInOnePiece()"),
-    ("a view from an impossible offset", "(possible ? state.read : 0)", "state.read"))
+    ("a view from an impossible offset", "(isPossible ? state.read : 0)", "state.read"))
 _in("finishRead",
     ("a reader does not wake the writer",
      "if (loadRelaxed(ring.writeNotify) != 0) [[unlikely]] post(ring.writeSem, \"read\");", ""))
@@ -288,7 +288,7 @@ _in("uninitShmNotificationReceiver",
     ("a receiver whose post was taken away",
      "if (!semaphoreHasPost(hdl->recevierSem)) postFor(hdl, __func__);", ""),
     ("a receiver that destroys its ring", "receiver->isCaller()", "false"),
-    ("a receiver is not waited for", "!receiver->waitForBodysEnd(RECEIVER_WAKE_INTERVAL_MS)",
+    ("a receiver is not waited for", "!receiver->waitForBodyEnd(RECEIVER_WAKE_INTERVAL_MS)",
      "false", "join() waits as well; what is in the loop has mutants of its own"))
 _in("initShmNotificationReceiver",
     ("a receiver's semaphore is not shared", "semaphoreShare(hdl->recevierSem);", ""),
@@ -519,7 +519,7 @@ _in("ConnectionState::abandon",
     ("abandoned without saying so", "fetch_or(ABANDONED)", "load()"))
 _in("ConnectionState::offerBody",
     ("a body that was read before counts for the next",
-     "mFacts &= static_cast<std::uint8_t>(~BODY_TAKEN);", ""))
+     "mFlags &= static_cast<std::uint8_t>(~BODY_TAKEN);", ""))
 
 _in("RecordLoan::RecordLoan",
     ("a loan is not counted", "(seen) + 1", "(seen)"),
@@ -760,7 +760,7 @@ _in("StreamLink",
 _in("Playback::step",
     ("a step of nothing", "std::max(perLoopSize, 1)", "perLoopSize"),
     ("a step of less than there is", "0 ? free", "1 ? free"))
-_in("Playback::fitting",
+_in("Playback::writableNow",
     ("more is written than fits", "std::min(freeSize(ring), bytes)", "bytes"),
     ("a negative count is written", "std::max(count, 0)", "count",
      OUT_OF_REACH + "takes a ring of 2 GiB"))
@@ -933,7 +933,7 @@ _in("ClientSink::onSourceActivated",
     ("a new source wakes nobody", "if (mIsBlocked) mCond.signal();", ""),
     ("a source that went stays gone", "mSourceRemoved = false;", ""),
     ("a source is never there", "mSourceActive = true;", ""))
-_in("ClientSink::letGoOfSource",
+_in("ClientSink::acknowledgeWithdrawal",
     ("the server hears before the ring is gone",
      "cabinaudio::deleteRing(StreamLink::of(mRc), ring); return cabinaudio::sendInTurn(*mRc, "
      "id(StreamFunction::SourceDeactivated), true) == AUDIO_NO_ERROR",
@@ -1307,7 +1307,7 @@ _in("AudioConfig::AudioConfig",
     ("another first level", "(AUDIO_LOG_LEVEL_INFO)", "(AUDIO_LOG_LEVEL_WARN)"))
 _in("toNumber",
     ("numbers of another base", "nullptr, 10", "nullptr, 0"),
-    ("a number beyond the target's", "clamp(std::strtol(text, nullptr, 10), least, most)",
+    ("a number beyond the target's", "clamp(std::strtol(text, nullptr, 10), LEAST, MOST)",
      "strtol(text, nullptr, 10)"))
 _in("AudioConfig::_parseLogItem",
     ("only 1 is on", "!= 0; AUDIO_LOGI", "== 1; AUDIO_LOGI"),
@@ -1393,7 +1393,7 @@ _in("chosenClock",
     ("the clock is chosen each time", "clock != CLOCK_NOT_CHOSEN ? clock :", ""))
 
 _in("deadlineIn",
-    ("a deadline that wraps round", "std::min(ms, longestMs)", "ms"))
+    ("a deadline that wraps round", "std::min(ms, LONGEST_MS)", "ms"))
 
 _in("LibraryThread::STACK_BYTES",
     ("another stack", "size_t{1024}", "size_t{4096}"))

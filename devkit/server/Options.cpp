@@ -140,7 +140,8 @@ void describeUsers(CLI::App& app, Options& options) {
            "as. May be repeated")
         ->type_name("NAME")
         ->allow_extra_args(false);
-    app.add_flag("--allow-all", options.allowed.isEverybody, "Serve every user of this machine");
+    app.add_flag("--allow-all", options.allowed.includesEverybody,
+                 "Serve every user of this machine");
 }
 
 void describeProgram(CLI::App& app, Options& options) {

@@ -62,7 +62,7 @@ TEST(ConnectionLimits, AreBeyondHonestUse) {
 }
 
 TEST(AShare, IsGivenBackAtItsEnd) {
-    Quota quota(Quota::Of::EachUser, "things", 10);
+    Quota quota(Quota::Scope::PerUser, "things", 10);
     Quota::Share second(quota, 1);
     {
         Quota::Share first(quota, 1);
@@ -79,7 +79,7 @@ TEST(AShare, IsGivenBackAtItsEnd) {
 }
 
 TEST(AShare, OfAllTogetherCountsTheOtherUsersToo) {
-    Quota quota(Quota::Of::AllTogether, "things", 10);
+    Quota quota(Quota::Scope::AllUsers, "things", 10);
     Quota::Share first(quota, 1);
     Quota::Share second(quota, 2);
     EXPECT_TRUE(first.resize(6));

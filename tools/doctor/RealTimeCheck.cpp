@@ -71,7 +71,7 @@ Check checkRealTime() {
 
     ChildResult child = runInChild(2s, createRealTimeThread);
     Trial trial;
-    if (!takeRecord(child.said, trial)) {
+    if (!takeRecord(child.output, trial)) {
         check.detail = "trying to create a real-time thread did not come to an end; " + limited;
     } else if (trial.error != 0) {
         check.detail = std::string("a real-time thread is refused: ") + std::strerror(trial.error) +

@@ -35,7 +35,7 @@ double milliseconds(std::chrono::nanoseconds duration) {
 }
 
 /// Whether the server notifies the end of playback.
-bool tellsItsEnd(AudioTagType tag) {
+bool isEndNotified(AudioTagType tag) {
     return tag != AUDIO_TAG_ALTERNATIVE;
 }
 
@@ -62,14 +62,14 @@ void Playback::run() {
     updateReport();
     mLine.clear();
     mReport.ending = ending;
-    takeDown();
+    tearDown();
 }
 
 void Playback::play() {
     create();
     begin();
     feed();
-    if (tellsItsEnd(mOptions.tag))
+    if (isEndNotified(mOptions.tag))
         awaitFinish();
     else
         awaitEmptyRing();
@@ -99,8 +99,8 @@ int Playback::confirm(AudioFormatDesc& format) {
 }
 
 void Playback::begin() {
-    if (tellsItsEnd(mOptions.tag)) mTrack->setCallback(&mFinish);
-    mControl.demand(
+    if (isEndNotified(mOptions.tag)) mTrack->setCallback(&mFinish);
+    mControl.require(
         mControl.request("the server to start the stream", [&] { return mTrack->start(); }),
         "start the stream");
     mIsStarted = true;
@@ -118,7 +118,7 @@ void Playback::shiftKey() {
     const auto shift = [&] { return mTrack->setKeyShift(*mOptions.keyShift); };
     for (;;) {
         const int status = mControl.request("the server to shift the key", shift);
-        if (status != AUDIO_NO_MEMORY) return mControl.demand(status, "shift the key");
+        if (status != AUDIO_NO_MEMORY) return mControl.require(status, "shift the key");
         mControl.rest(StreamControl::SHORTEST_REST);
         mControl.endIfStalled(mStartTime, "the track to be free for a request");
     }
@@ -154,7 +154,7 @@ void Playback::feedChunk(Bytes chunk) {
     noteProgress();
     while (!chunk.empty()) {
         mControl.endIfInterrupted();
-        if (mIsSink) lookAtSource();
+        if (mIsSink) updateSourceState();
         const std::size_t taken = mReport.isWithdrawn ? discard(chunk)
                                   : mOptions.block    ? writeWaiting(chunk)
                                                       : writeWithoutWaiting(chunk);
@@ -208,7 +208,7 @@ int Playback::write(Bytes bytes) {
             return mTrack->write(bytes.data(), static_cast<int>(bytes.size()), mOptions.block);
         });
     if (status == AUDIO_INVALID_STATE) mControl.endByRemoval(status);
-    if (status < 0 && status != AUDIO_TIMED_OUT) mControl.demand(status, "write");
+    if (status < 0 && status != AUDIO_TIMED_OUT) mControl.require(status, "write");
     mReport.ringBytes = mTrack->getTotalBufferSize();
     mReport.bytesWritten += static_cast<std::uint64_t>(std::max(status, 0));
     return status;
@@ -243,7 +243,7 @@ std::size_t Playback::noteDiscarded(std::size_t bytes) {
 
 // Before the first source, a write would wait forever.
 void Playback::awaitSource() {
-    for (lookAtSource(); !mHasHadSource; lookAtSource()) {
+    for (updateSourceState(); !mHadSource; updateSourceState()) {
         showProgress();
         mControl.rest(10ms);
         if (Clock::now() - mStartTime >= SUSPICION) endIfRemoved();
@@ -252,17 +252,17 @@ void Playback::awaitSource() {
 }
 
 /// A sink has a ring exactly while its source is active.
-void Playback::lookAtSource() {
+void Playback::updateSourceState() {
     const bool isActive = mTrack->getTotalBufferSize() != 0;
-    if (isActive) mHasHadSource = true;
-    const bool isWithdrawn = mHasHadSource && !isActive;
+    if (isActive) mHadSource = true;
+    const bool isWithdrawn = mHadSource && !isActive;
     if (isWithdrawn && !mReport.isWithdrawn) ++mReport.withdrawals;
     mReport.isWithdrawn = isWithdrawn;
 }
 
 /// A sink without a source is never notified of the end of playback.
 void Playback::endWithoutSource() {
-    lookAtSource();
+    updateSourceState();
     if (mReport.isWithdrawn) throw Ending{StreamEnd::Done, "ended while the source was withdrawn"};
 }
 
@@ -273,7 +273,7 @@ void Playback::awaitFinish() {
     const int status = mControl.request("the server to take the end of the data",
                                         [&] { return mTrack->writeDone(); });
     if (mIsSink) endWithoutSource();
-    mControl.demand(status, "announce the end of the data");
+    mControl.require(status, "announce the end of the data");
     std::size_t queued = queuedBytes();
     noteProgress();
     while (!mFinish.event().isSet()) {
@@ -310,9 +310,9 @@ void Playback::awaitEmptyRing() {
     mControl.rest(duration(static_cast<std::size_t>(std::max(mReport.perLoopBytes, 0))));
 }
 
-void Playback::takeDown() {
+void Playback::tearDown() {
     if (mTrack == nullptr) return;
-    const StreamEnd end = mReport.ending.how;
+    const StreamEnd end = mReport.ending.kind;
     const bool isGone = end == StreamEnd::Removed || end == StreamEnd::Lost;
     if (mIsStarted && !isGone) stop();
     mControl.limit("the stream to be taken down", mOptions.timeout + 2000ms,
@@ -325,7 +325,7 @@ void Playback::stop() {
             mControl.request("the server to stop the stream", [&] { return mTrack->stop(); }));
     } catch (const Ending& ending) {
         // Keep an earlier result.
-        if (mReport.ending.how == StreamEnd::Done) mReport.ending = ending;
+        if (mReport.ending.kind == StreamEnd::Done) mReport.ending = ending;
     }
 }
 

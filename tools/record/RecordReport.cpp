@@ -42,7 +42,7 @@ Json toJson(const RecordReport& report) {
             {"per_loop_bytes", report.perLoopBytes},
             {"ring_bytes", report.ringBytes},
             {"read_timeouts", report.readTimeouts},
-            {"ended", endName(report.ending.how, "recorded")},
+            {"ended", endName(report.ending.kind, "recorded")},
             {"waited_for", orNull(report.ending.waitedFor)},
             {"status", report.ending.status},
             {"status_name", statusName(report.ending.status)},
@@ -64,7 +64,7 @@ std::string details(const RecordReport& report) {
     return text;
 }
 
-std::string goodLine(const RecordReport& report) {
+std::string successLine(const RecordReport& report) {
     return report.file + ": " + report.ending.text + ", " + clockText(report.recordedMs / 1000) +
            " of " + tagText(report.tag) + details(report);
 }
@@ -112,10 +112,10 @@ const char* levelColour(Level level) {
 // With the recording on standard output, nothing else may be printed there.
 void printReport(const RecordReport& report, bool json) {
     if (json) printJson(toJson(report));
-    if (report.ending.how != StreamEnd::Done)
+    if (report.ending.kind != StreamEnd::Done)
         complain(brokenLine(report));
     else if (!json && report.file != "standard output")
-        say(text::printable(goodLine(report)));
+        say(text::printable(successLine(report)));
 }
 
 }  // namespace cabinaudio::tool

@@ -67,10 +67,10 @@ void Recording::run() {
     try {
         mTarget.close();
     } catch (const Failure& failure) {
-        if (ending.how == StreamEnd::Done) ending = {StreamEnd::Failed, failure.what()};
+        if (ending.kind == StreamEnd::Done) ending = {StreamEnd::Failed, failure.what()};
     }
     mReport.ending = ending;
-    takeDown();
+    tearDown();
 }
 
 void Recording::record() {
@@ -109,10 +109,10 @@ void Recording::openFile() {
 
 void Recording::begin() {
     if (mOptions.volume)
-        mControl.demand(mControl.request("the server to set the volume",
-                                         [&] { return mRecord->setVolume(*mOptions.volume); }),
-                        "set the volume");
-    mControl.demand(
+        mControl.require(mControl.request("the server to set the volume",
+                                          [&] { return mRecord->setVolume(*mOptions.volume); }),
+                         "set the volume");
+    mControl.require(
         mControl.request("the server to start the stream", [&] { return mRecord->start(); }),
         "start the stream");
     mIsStarted = true;
@@ -183,18 +183,18 @@ int Recording::read(std::size_t offset, std::size_t bytes) {
         });
     mIsSilent = isUplink() && !hasRing;
     mReport.ringBytes = mRecord->getTotalBufferSize();
-    if (status == AUDIO_INVALID_STATE) return dataStayedAway(status);
+    if (status == AUDIO_INVALID_STATE) return handleMissingData(status);
     if (status == AUDIO_BAD_VALUE && mOptions.format.codec == RecordCodec::Msbc)
         throw Ending{StreamEnd::Refused,
                      "the library does not deliver live mSBC data; record the call with another "
                      "--codec",
                      status};
-    if (status < 0) mControl.demand(status, "read");
+    if (status < 0) mControl.require(status, "read");
     return status;
 }
 
 // One status has two causes: the stream is gone, or live data was missing for a second.
-int Recording::dataStayedAway(int status) {
+int Recording::handleMissingData(int status) {
     mControl.endIfInterrupted();
     if (mControl.request("the stream's state", [&] { return mRecord->start(); }) != AUDIO_NO_ERROR)
         mControl.endByRemoval(status);
@@ -245,9 +245,9 @@ void Recording::pace() const {
     if (due > StreamControl::SHORTEST_REST) mControl.rest(due);
 }
 
-void Recording::takeDown() {
+void Recording::tearDown() {
     if (mRecord == nullptr) return;
-    const StreamEnd end = mReport.ending.how;
+    const StreamEnd end = mReport.ending.kind;
     if (mIsStarted && end != StreamEnd::Removed && end != StreamEnd::Lost) stop();
     mControl.limit("the stream to be taken down", mOptions.timeout + 2000ms,
                    [&] { mRecord.reset(); });
@@ -259,7 +259,7 @@ void Recording::stop() {
             mControl.request("the server to stop the stream", [&] { return mRecord->stop(); }));
     } catch (const Ending& ending) {
         // Keep an earlier result.
-        if (mReport.ending.how == StreamEnd::Done) mReport.ending = ending;
+        if (mReport.ending.kind == StreamEnd::Done) mReport.ending = ending;
     }
 }
 
@@ -272,7 +272,7 @@ void Recording::endIfRemoved() {
 
 /// The user ends a recording without a time limit; that is its normal end.
 Ending Recording::userEnd(const Ending& ending) const {
-    if (ending.how != StreamEnd::Interrupted || mReport.wantedMs || !mIsStarted) return ending;
+    if (ending.kind != StreamEnd::Interrupted || mReport.wantedMs || !mIsStarted) return ending;
     return {StreamEnd::Done, "recorded until " + mControl.interruption().signalName()};
 }
 

@@ -45,9 +45,9 @@ public:
         address.sun_family = AF_UNIX;
         // Abstract: the first byte is zero and the name is not terminated.
         std::memcpy(address.sun_path + 1, CONTROL_SOCKET, sizeof CONTROL_SOCKET - 1);
-        constexpr auto length =
+        constexpr auto LENGTH =
             static_cast<socklen_t>(offsetof(struct sockaddr_un, sun_path) + sizeof CONTROL_SOCKET);
-        if (connect(mSocket, reinterpret_cast<const struct sockaddr*>(&address), length) == 0) {
+        if (connect(mSocket, reinterpret_cast<const struct sockaddr*>(&address), LENGTH) == 0) {
             const std::string warning = board::warningOfForeignServer(mSocket);
             if (!warning.empty()) complain(warning);
             return;
@@ -81,7 +81,7 @@ public:
 
     /// Waits until the server's sockets are all closed: a dying process closes them one by one, and
     /// a client that connects meanwhile waits for an answer that never comes.
-    void awaitServersEnd() const {
+    void awaitServerEnd() const {
         while (receiveSome("end")) {
         }
         while (serverListens()) {
@@ -117,12 +117,13 @@ private:
 
 }  // namespace
 
-std::string askServer(const std::string& line, std::chrono::milliseconds bound, Then then) {
+std::string askServer(const std::string& line, std::chrono::milliseconds bound,
+                      AfterCommand after) {
     const ControlLine control(bound);
     control.open();
     control.send(line + "\n");
     const std::string answer = control.receiveLine();
-    if (then == Then::AwaitItsEnd && answer == SERVER_DONE) control.awaitServersEnd();
+    if (after == AfterCommand::AwaitServerEnd && answer == SERVER_DONE) control.awaitServerEnd();
     return answer;
 }
 

@@ -55,7 +55,7 @@ ExitCode Session::run(const std::function<void()>& command) {
 }
 
 void Session::finish(ExitCode code, std::string why) {
-    if (code != ExitCode::Done) why += mAside;
+    if (code != ExitCode::Done) why += mFailureNote;
     if (mCommon.json) {
         mReport["ended"] = endName(code);
         mReport["error"] = orNull(why);
@@ -86,7 +86,7 @@ void Session::endIfInterrupted() const {
     if (mInterruption.hasHappened()) throw Failure("interrupted by " + mInterruption.signalName());
 }
 
-void Session::demandServer() const {
+void Session::requireServer() const {
     if (!serverListens()) throw Failure(noServerText(), ExitCode::NoServer);
 }
 
@@ -99,7 +99,7 @@ void Session::check(std::int32_t status) const {
 }
 
 Directory Session::directory() {
-    demandServer();
+    requireServer();
     LiveNames live;
     // A server without these lists has no such names; that is not an error.
     check(ask("the stream types", [&] { return mClients.volume().getStreamTypeList(live.types); }));

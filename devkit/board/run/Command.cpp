@@ -17,13 +17,13 @@ constexpr char PRELOAD_VARIABLE[] = "LD_PRELOAD";
 constexpr char DRY_RUN_VARIABLE[] = "LD_TRACE_LOADED_OBJECTS";
 constexpr char EMULATOR[] = "qemu-arm";
 
-bool runsHere(const ElfFile& elf) {
+bool runsNatively(const ElfFile& elf) {
     return elf.machine == board::THIS_MACHINE ||
            (board::THIS_MACHINE == EM_X86_64 && elf.machine == EM_386);
 }
 
 std::string emulatorFor(const Program& program) {
-    if (runsHere(program.elf)) {
+    if (runsNatively(program.elf)) {
         return {};
     }
     if (program.elf.machine != EM_ARM) {

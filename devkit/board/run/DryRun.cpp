@@ -80,12 +80,12 @@ bool readBoth(int out, std::string& outText, int err, std::string& errText,
 
 // Lines are "\tPATH (0xADDRESS)", "\tNAME => PATH (0xADDRESS)" or "\tNAME => not found".
 void takeLine(const std::string& line, LoadedObjects& objects) {
-    constexpr std::string_view arrow = " => ";
+    constexpr std::string_view ARROW = " => ";
     if (!line.starts_with('\t')) {
         return;
     }
-    const std::size_t arrowAt = line.find(arrow);
-    const std::size_t begin = arrowAt == std::string::npos ? 1 : arrowAt + arrow.size();
+    const std::size_t arrowAt = line.find(ARROW);
+    const std::size_t begin = arrowAt == std::string::npos ? 1 : arrowAt + ARROW.size();
     if (std::string_view(line).substr(begin) == "not found") {
         if (objects.missing.empty()) {
             objects.missing = line.substr(1, arrowAt - 1);

@@ -63,7 +63,7 @@ void chooseConfigDirectory(const Options& options) {
 }
 
 // In secure mode the loader ignores LD_PRELOAD silently.
-std::string whySkipped(const Program& program, const LoadedObjects& objects) {
+std::string skipReason(const Program& program, const LoadedObjects& objects) {
     struct stat64 status;
     if (stat64(program.binary.c_str(), &status) == 0 &&
         (status.st_mode & (S_ISUID | S_ISGID)) != 0) {
@@ -82,7 +82,7 @@ void checkObjects(const Program& program, const LoadedObjects& objects,
                   const std::string& library) {
     if (!objects.contains(library)) {
         throw Refusal("the board library cannot be preloaded into " + program.binary + ": " +
-                      whySkipped(program, objects));
+                      skipReason(program, objects));
     }
     if (!objects.missing.empty()) {
         throw Refusal(program.binary + " needs " + objects.missing + ", which is not found",
@@ -111,8 +111,8 @@ void arrangePreloads(Command& command, const Program& program, const std::string
     }
 }
 
-void sayWhatIsDone(const Program& program, const Command& command, const std::string& library,
-                   const std::string& instance) {
+void reportLaunch(const Program& program, const Command& command, const std::string& library,
+                  const std::string& instance) {
     std::fprintf(stderr, "cabinaudio-run: %s%s, instance %s, %s\n",
                  text::printable(program.path).c_str(), command.isEmulated() ? " in qemu-arm" : "",
                  instance.empty() ? "(common)" : instance.c_str(),
@@ -127,7 +127,8 @@ void warnOfForeignServer(const std::string& instance) {
     if (std::getenv(TOOL_VARIABLE) != nullptr) {
         return;
     }
-    const std::string warning = board::warningOfForeignServer(instance, board::Look::AtBothSockets);
+    const std::string warning =
+        board::warningOfForeignServer(instance, board::CheckedSockets::Both);
     if (!warning.empty()) {
         std::fprintf(stderr, "cabinaudio-run: %s\n", warning.c_str());
     }
@@ -143,7 +144,7 @@ void launch(const Options& options) {
     const std::string library = loadablePath(findBoardLibrary(options.boardLibrary, program.elf));
     arrangePreloads(command, program, library, options.timeout);
     if (options.verbose) {
-        sayWhatIsDone(program, command, library, instance);
+        reportLaunch(program, command, library, instance);
     }
     warnOfForeignServer(instance);
     const Watcher watcher({program.path, program.elf.machine, options.timeout,

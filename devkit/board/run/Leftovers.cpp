@@ -41,7 +41,7 @@ std::vector<std::string> removeLeftovers(const std::string& instance) {
         }
     }
     for (const std::string& directory : linkDirectories()) {
-        for (std::string& path : removeDanglingLinks(directory, loadableLinkBeginning())) {
+        for (std::string& path : removeDanglingLinks(directory, loadableLinkPrefix())) {
             removed.push_back(std::move(path));
         }
     }

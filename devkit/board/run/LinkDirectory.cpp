@@ -20,13 +20,12 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t RANDOM_LETTERS = 6;  // as in mkdtemp()
 
-std::string ownBeginning() {
+std::string ownPrefix() {
     return "cabinaudio-run-" + std::to_string(geteuid()) + "-";
 }
 
 bool isOwnName(const std::string& name) {
-    return name.starts_with(ownBeginning()) &&
-           name.size() == ownBeginning().size() + RANDOM_LETTERS;
+    return name.starts_with(ownPrefix()) && name.size() == ownPrefix().size() + RANDOM_LETTERS;
 }
 
 // The root directory's owner has all of root's power; in a container that need not be user 0.
@@ -36,7 +35,7 @@ bool isTrusted(uid_t user) {
 }
 
 // Whether only this user and root can replace a directory that lies in this one.
-bool keepsItsEntries(const fs::path& directory) {
+bool protectsEntries(const fs::path& directory) {
     struct stat status {};
     if (lstat(directory.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
         return false;
@@ -45,10 +44,10 @@ bool keepsItsEntries(const fs::path& directory) {
     return isTrusted(status.st_uid) && (!isShared || (status.st_mode & S_ISVTX) != 0);
 }
 
-bool isPathKept(const fs::path& directory) {
+bool isPathProtected(const fs::path& directory) {
     for (fs::path above = directory; above.has_relative_path();) {
         above = above.parent_path();
-        if (!keepsItsEntries(above)) {
+        if (!protectsEntries(above)) {
             return false;
         }
     }
@@ -64,7 +63,7 @@ Descriptor openOwn(const fs::path& directory) {
 }
 
 bool isPrivate(const fs::path& directory) {
-    return openOwn(directory) && isPathKept(directory) && isLoadable(directory);
+    return openOwn(directory) && isPathProtected(directory) && isLoadable(directory);
 }
 
 // Resolves links, so that the checked directory is the one that the loader opens. Empty if there is
@@ -82,8 +81,8 @@ fs::path directoryIn(const char* variable) {
 std::vector<fs::path> temporaryDirectories() {
     std::vector<fs::path> directories;
     for (const fs::path& directory : {directoryIn("TMPDIR"), fs::path("/tmp")}) {
-        if (!directory.empty() && isLoadable(directory) && keepsItsEntries(directory) &&
-            isPathKept(directory)) {
+        if (!directory.empty() && isLoadable(directory) && protectsEntries(directory) &&
+            isPathProtected(directory)) {
             directories.push_back(directory);
         }
     }
@@ -102,7 +101,7 @@ std::vector<std::string> ownDirectoriesIn(const fs::path& temporary) {
 }
 
 std::string newDirectoryIn(const fs::path& temporary) {
-    std::string path = temporary / (ownBeginning() + std::string(RANDOM_LETTERS, 'X'));
+    std::string path = temporary / (ownPrefix() + std::string(RANDOM_LETTERS, 'X'));
     if (mkdtemp(path.data()) == nullptr) {
         return {};
     }
@@ -184,13 +183,13 @@ bool makeLink(const std::string& directory, const std::string& name, const std::
 }
 
 std::vector<std::string> removeDanglingLinks(const std::string& directory,
-                                             const std::string& beginning) {
+                                             const std::string& prefix) {
     std::vector<std::string> removed;
     const Descriptor opened = openOwn(directory);
     std::error_code failed;
     for (const auto& entry : fs::directory_iterator(directory, failed)) {
         const std::string name = entry.path().filename();
-        const bool isLink = name.starts_with(beginning) && !targetOf(opened.get(), name).empty();
+        const bool isLink = name.starts_with(prefix) && !targetOf(opened.get(), name).empty();
         if (isLink && faccessat(opened.get(), name.c_str(), F_OK, 0) != 0 && errno == ENOENT &&
             unlinkat(opened.get(), name.c_str(), 0) == 0) {
             removed.push_back(entry.path());

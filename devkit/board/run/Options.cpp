@@ -103,16 +103,16 @@ void take(int found, const char* argument, Options& options) {
             options.timeout = timeoutArgument(argument);
             break;
         case CLEAN:
-            options.task = Options::Task::clean;
+            options.task = Options::Task::Clean;
             break;
         case 'v':
             options.verbose = true;
             break;
         case 'h':
-            options.task = Options::Task::help;
+            options.task = Options::Task::Help;
             break;
         case VERSION:
-            options.task = Options::Task::version;
+            options.task = Options::Task::Version;
             break;
     }
 }
@@ -129,10 +129,10 @@ void check(const Options& options) {
     if (options.isPrivate && !options.instance.empty()) {
         refuseUsage("--private and --instance exclude each other");
     }
-    if (options.task == Options::Task::clean && (options.isPrivate || !options.program.empty())) {
+    if (options.task == Options::Task::Clean && (options.isPrivate || !options.program.empty())) {
         refuseUsage("--clean takes an instance and nothing else");
     }
-    if (options.task == Options::Task::runProgram && options.program.empty()) {
+    if (options.task == Options::Task::RunProgram && options.program.empty()) {
         refuseUsage("no program given");
     }
 }
@@ -152,7 +152,7 @@ Options parseOptions(int argc, char** argv) {
             refuseUsage("option '" + std::string(argv[optind - 1]) + "' needs an argument");
         }
         take(found, optarg, options);
-        if (options.task == Options::Task::help || options.task == Options::Task::version) {
+        if (options.task == Options::Task::Help || options.task == Options::Task::Version) {
             return options;
         }
     }

@@ -9,9 +9,9 @@ namespace cabinaudio::run {
 
 /// Values of the command line's options.
 struct Options {
-    enum class Task { runProgram, clean, help, version };
+    enum class Task { RunProgram, Clean, Help, Version };
 
-    Task task = Task::runProgram;
+    Task task = Task::RunProgram;
     std::string instance;
     bool isPrivate = false;
     std::string configDirectory;

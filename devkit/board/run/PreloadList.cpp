@@ -40,9 +40,8 @@ std::vector<std::string> foreignPreloads() {
     while (!rest.empty()) {
         const std::string_view entry = rest.substr(0, rest.find_first_of(SEPARATORS));
         rest.remove_prefix(std::min(entry.size() + 1, rest.size()));
-        const bool isBoard =
-            fs::path(entry).filename() == board::LIBRARY_NAME ||
-            fs::path(entry).filename().native().starts_with(loadableLinkBeginning());
+        const bool isBoard = fs::path(entry).filename() == board::LIBRARY_NAME ||
+                             fs::path(entry).filename().native().starts_with(loadableLinkPrefix());
         if (!entry.empty() && !isBoard) {
             entries.emplace_back(entry);
         }
@@ -50,7 +49,7 @@ std::vector<std::string> foreignPreloads() {
     return entries;
 }
 
-std::string loadableLinkBeginning() {
+std::string loadableLinkPrefix() {
     return "cabinaudio-lib-" + std::to_string(geteuid()) + "-";
 }
 
@@ -58,7 +57,7 @@ std::string loadablePath(const std::string& path) {
     if (isLoadable(path)) {
         return path;
     }
-    const std::string name = loadableLinkBeginning() + digest(path) + ".so";
+    const std::string name = loadableLinkPrefix() + digest(path) + ".so";
     std::string directory = linkDirectory();
     // Retried: another launcher may be removing the directory.
     while (!makeLink(directory, name, path)) {

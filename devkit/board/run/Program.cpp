@@ -17,16 +17,16 @@ namespace {
 
 constexpr int MOST_INTERPRETERS = 5;  // the kernel's limit
 
-enum class Found { executable, notExecutable, unreachable, nothing };
+enum class Found { Executable, NotExecutable, Unreachable, Nothing };
 
-Found lookAt(const std::string& path) {
+Found classify(const std::string& path) {
     struct stat64 status;
     if (stat64(path.c_str(), &status) != 0) {
-        return errno == ENOENT || errno == ENOTDIR ? Found::nothing : Found::unreachable;
+        return errno == ENOENT || errno == ENOTDIR ? Found::Nothing : Found::Unreachable;
     }
     const bool executable =
         S_ISREG(status.st_mode) && faccessat(AT_FDCWD, path.c_str(), X_OK, AT_EACCESS) == 0;
-    return executable ? Found::executable : Found::notExecutable;
+    return executable ? Found::Executable : Found::NotExecutable;
 }
 
 std::vector<std::string> searchPath() {
@@ -69,7 +69,7 @@ void goToInterpreter(Program& program) {
                       NOT_EXECUTABLE);
     }
     const std::string interpreter = words.front();
-    if (lookAt(interpreter) != Found::executable) {
+    if (classify(interpreter) != Found::Executable) {
         throw Refusal(program.binary + ": its interpreter " + interpreter + " is not executable",
                       NOT_EXECUTABLE);
     }
@@ -96,13 +96,13 @@ void checkLoader(const Program& program) {
 
 std::string findCommand(const std::string& name) {
     if (name.find('/') != std::string::npos) {
-        switch (lookAt(name)) {
-            case Found::executable:
+        switch (classify(name)) {
+            case Found::Executable:
                 return name;
-            case Found::notExecutable:
-            case Found::unreachable:
+            case Found::NotExecutable:
+            case Found::Unreachable:
                 throw Refusal(name + " is not executable", NOT_EXECUTABLE);
-            case Found::nothing:
+            case Found::Nothing:
                 throw Refusal(name + " is not found", NOT_FOUND);
         }
     }
@@ -110,11 +110,11 @@ std::string findCommand(const std::string& name) {
     for (const std::string& directory : searchPath()) {
         std::string candidate = directory;
         candidate.append("/").append(name);
-        const Found found = name.empty() ? Found::nothing : lookAt(candidate);
-        if (found == Found::executable) {
+        const Found found = name.empty() ? Found::Nothing : classify(candidate);
+        if (found == Found::Executable) {
             return candidate;
         }
-        seen = seen || found == Found::notExecutable;
+        seen = seen || found == Found::NotExecutable;
     }
     throw seen ? Refusal(name + " is not executable", NOT_EXECUTABLE)
                : Refusal("'" + name + "' is not found in PATH", NOT_FOUND);

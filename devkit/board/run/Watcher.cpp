@@ -26,7 +26,7 @@ namespace {
 
 constexpr char DISMISSAL = 'd';
 
-enum class Answer { right, dismissed, none, late };
+enum class Answer { Right, Dismissed, None, Late };
 
 // Refers to this process even after its number is reused.
 Descriptor processDescriptor(pid_t process) {
@@ -42,11 +42,11 @@ public:
 
     void run() const {
         const Answer answer = awaitAnswer();
-        if (answer == Answer::late || answer == Answer::none) {
+        if (answer == Answer::Late || answer == Answer::None) {
             endProgram(answer);
         }
         if (!mDuty.instanceToRemove.empty()) {
-            if (answer != Answer::dismissed) {
+            if (answer != Answer::Dismissed) {
                 awaitEnd();
             }
             removeLeftovers(mDuty.instanceToRemove);
@@ -63,18 +63,18 @@ private:
             ready = poll(&answers, 1, static_cast<int>(timeout));
         } while (ready < 0 && errno == EINTR);
         if (ready == 0) {
-            return Answer::late;
+            return Answer::Late;
         }
         board::HandshakeAnswer got{};
         const ssize_t length = recv(mAnswers, &got, sizeof got, 0);
         if (length == 1) {
-            return Answer::dismissed;
+            return Answer::Dismissed;
         }
         const board::HandshakeAnswer expected;
         const bool right = length == sizeof got &&
                            std::memcmp(got.magic, expected.magic, sizeof got.magic) == 0 &&
                            got.machine == mDuty.machine;
-        return right ? Answer::right : Answer::none;
+        return right ? Answer::Right : Answer::None;
     }
 
     void endProgram(Answer answer) const {
@@ -83,7 +83,7 @@ private:
         } else {
             kill(mProgram, SIGKILL);
         }
-        const std::string when = answer == Answer::late
+        const std::string when = answer == Answer::Late
                                      ? " within " + std::to_string(mDuty.timeout.count()) + " s"
                                      : std::string();
         std::fprintf(stderr, "cabinaudio-run: %s was ended: the board library did not answer%s\n",

@@ -28,16 +28,16 @@ void occupyClosedStreams() {
 int run(int argc, char** argv) {
     const Options options = parseOptions(argc, argv);
     switch (options.task) {
-        case Options::Task::help:
+        case Options::Task::Help:
             printHelp();
             break;
-        case Options::Task::version:
+        case Options::Task::Version:
             printVersion();
             break;
-        case Options::Task::clean:
+        case Options::Task::Clean:
             clean(options);
             break;
-        case Options::Task::runProgram:
+        case Options::Task::RunProgram:
             launch(options);
     }
     return DONE;

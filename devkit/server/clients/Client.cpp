@@ -74,7 +74,7 @@ void Client::onReadable() {
     }
     mInput.clear();
     if (mInput.capacity() > PIECE) mInput.shrink_to_fit();
-    mLooks = 0;
+    mChecks = 0;
     if (mAdmitted) (void)mAdmitted->unfinishedBytes.resize(0);
 }
 
@@ -109,9 +109,9 @@ void Client::awaitRest() {
     }
 }
 
-bool Client::look() {
+bool Client::checkProgress() {
     if (!isOpen() || !isUnfinished()) return false;
-    if (++mLooks <= PATIENCE) return true;
+    if (++mChecks <= PATIENCE) return true;
     fail(mHandle == 0 ? "does not register" : "does not finish its message");
     return false;
 }
@@ -119,7 +119,7 @@ bool Client::look() {
 std::int32_t Client::process(std::int32_t claimed) {
     if (!mAdmitted) return claimed;
     const std::int32_t process = mAdmitted->peer.process;
-    if (process != claimed && !std::exchange(mIsLiar, true)) {
+    if (process != claimed && !std::exchange(mHasFalseProcess, true)) {
         log::warning("%s says that it is process %d, but it is %d", title().c_str(), claimed,
                      process);
     }

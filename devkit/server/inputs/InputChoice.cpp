@@ -46,7 +46,7 @@ std::string complaint(const std::string& text) {
     return {};
 }
 
-std::unique_ptr<InputSource> openAsItIs(const std::string& text, std::uint32_t rate) {
+std::unique_ptr<InputSource> openUnconverted(const std::string& text, std::uint32_t rate) {
     if (text == "silence") return makeSilence(rate);
     if (text == "mic") return openMicrophone();
     if (isTone(text)) return makeTone(frequencyOf(text).value(), rate);
@@ -89,7 +89,7 @@ std::unique_ptr<InputSource> openInput(const std::string& text, std::uint32_t ra
     if (const std::string problem = complaint(text); !problem.empty()) {
         throw std::runtime_error(problem);
     }
-    return convertInput(openAsItIs(text, rate), rate, channels);
+    return convertInput(openUnconverted(text, rate), rate, channels);
 }
 
 }  // namespace cabinaudio::server

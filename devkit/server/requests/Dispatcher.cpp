@@ -68,8 +68,8 @@ void Dispatcher::run(Client& client, const Operation& operation,
         operation.run(call, payload, reply);
     } catch (const std::exception& error) {
         log::error("%s: %s: %s", client.title().c_str(), operation.name, error.what());
-        constexpr std::int32_t status = AUDIO_NO_MEMORY;
-        std::memcpy(reply.data(), &status, sizeof status);
+        constexpr std::int32_t STATUS = AUDIO_NO_MEMORY;
+        std::memcpy(reply.data(), &STATUS, sizeof STATUS);
     }
     client.reply(reply);
     const auto duration = std::chrono::steady_clock::now() - begin;

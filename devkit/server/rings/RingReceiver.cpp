@@ -61,8 +61,8 @@ void unblockOwnSignals() {
 RingReceiver::RingReceiver(wire::RingHeader& header, unsigned side,
                            ShareMemoryUpdateNotificationCallback& callback)
     : mSemaphore(semaphoreOf(header, side)), mCallback(callback) {
-    static const bool isInstalled = (installHandler(), true);
-    static_cast<void>(isInstalled);
+    static const bool INSTALLED = (installHandler(), true);
+    static_cast<void>(INSTALLED);
     std::uint8_t& isAskedFor = side == SHM_MODE_READER ? header.readNotify : header.writeNotify;
     std::atomic_ref(isAskedFor).store(1, std::memory_order_relaxed);
     const Blocked signals;
@@ -72,12 +72,12 @@ RingReceiver::RingReceiver(wire::RingHeader& header, unsigned side,
 RingReceiver::~RingReceiver() {
     mEnds = true;
     sem_post(mSemaphore);  // normal wake-up; fails when the client has filled the count
-    while (!hasEndedSoon())
+    while (!waitForEnd())
         pthread_kill(mThread.native_handle(), INTERRUPTION);
     mThread.join();
 }
 
-bool RingReceiver::hasEndedSoon() {
+bool RingReceiver::waitForEnd() {
     const auto deadline = std::chrono::steady_clock::now() + INTERVAL;
     Lock lock(mLock);
     while (!mHasEnded) {

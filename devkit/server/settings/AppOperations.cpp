@@ -161,7 +161,7 @@ constexpr std::array OPERATIONS = {
     setting<Id::SetEffectParameter, &setPlaybackEffect>(),
     setting<Id::GetEffectParameter, &getPlaybackEffect>(),
 };
-static_assert(answersAll(OPERATIONS, wire::APP_SETTINGS));
+static_assert(coversAll(OPERATIONS, wire::APP_SETTINGS));
 
 }  // namespace
 

@@ -101,7 +101,7 @@ constexpr std::array OPERATIONS = {
     setting<Id::Set, &setCaptureEffect>(),
     setting<Id::Get, &getCaptureEffect>(),
 };
-static_assert(answersAll(OPERATIONS, wire::RECORD_CONTROL_SETTINGS));
+static_assert(coversAll(OPERATIONS, wire::RECORD_CONTROL_SETTINGS));
 
 }  // namespace
 

@@ -84,7 +84,7 @@ constexpr std::array OPERATIONS = {
     setting<Id::SetAlternativeMatrix, &setGains<&M::alternative>>(),
     setting<Id::MixAlternativeInHardware, &mixInHardware>(),
 };
-static_assert(answersAll(OPERATIONS, wire::MIXER_SETTINGS));
+static_assert(coversAll(OPERATIONS, wire::MIXER_SETTINGS));
 
 }  // namespace
 

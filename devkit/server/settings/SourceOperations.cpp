@@ -341,7 +341,7 @@ constexpr std::array OPERATIONS = {
     setting<Id::GetSignalEnergy, &getSignalEnergy>(),
     setting<Id::GetActiveTracks, &getActiveTracks>(),
 };
-static_assert(answersAll(OPERATIONS, wire::SOURCE_SETTINGS));
+static_assert(coversAll(OPERATIONS, wire::SOURCE_SETTINGS));
 
 }  // namespace
 

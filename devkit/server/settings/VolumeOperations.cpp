@@ -345,7 +345,7 @@ constexpr std::array OPERATIONS = {
     setting<Id::SetMasterRamp, &setRamp>(),
     setting<Id::GetMasterRamp, &getRamp>(),
 };
-static_assert(answersAll(OPERATIONS, wire::VOLUME_SETTINGS));
+static_assert(coversAll(OPERATIONS, wire::VOLUME_SETTINGS));
 
 }  // namespace
 

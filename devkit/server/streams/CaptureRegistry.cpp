@@ -126,7 +126,7 @@ void CaptureRegistry::clientGone(const Client& client) {
 
 void CaptureRegistry::remove(CaptureStream& stream) {
     log::info("%s: stream removed", stream.client().title().c_str());
-    stream.sayRemoved();
+    stream.notifyRemoved();
     erase(stream);
 }
 

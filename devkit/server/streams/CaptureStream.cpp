@@ -76,7 +76,7 @@ std::int32_t CaptureStream::getShareMemory(wire::ShareMemoryReply& reply) {
 
 std::int32_t CaptureStream::removeShareMemory() {
     if (!mOffer) return AUDIO_INVALID_OPERATION;
-    mOffer->letGo();
+    mOffer->onRingUnmapped();
     mParts.onChange();
     return AUDIO_NO_ERROR;
 }
@@ -94,7 +94,7 @@ void CaptureStream::withdrawRing() {
     mParts.onChange();
 }
 
-void CaptureStream::sayRemoved() {
+void CaptureStream::notifyRemoved() {
     mClient.notify(static_cast<std::uint32_t>(wire::CaptureEvent::Removed), 0);
 }
 

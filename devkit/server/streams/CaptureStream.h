@@ -82,7 +82,7 @@ public:
     /// Repeats the announcement of the physical ring to the client. @return false without a ring
     [[nodiscard]] bool announceRingAgain();
     /// Notifies the client that the stream is gone.
-    void sayRemoved();
+    void notifyRemoved();
 
     // The clock ------------------------------------------------------------------
     /// Whether the stream has both data to record and a ring.

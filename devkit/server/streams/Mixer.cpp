@@ -47,7 +47,7 @@ void Mixer::updateClock() {
         mIsRunning = false;
         mClock.stop();
         mOutput.pause();
-        beSilent();
+        discardHeld();
     } else if (!mIsRunning && (anyActive(mStreams) || isTested())) {
         mIsRunning = true;
         mClock.every(PERIOD);
@@ -79,7 +79,7 @@ void Mixer::mixRound() {
     if (frames > 0) {
         update();  // after other pending events
     } else if (mStreams.streams().empty()) {
-        beSilent();
+        discardHeld();
     }
 }
 
@@ -113,7 +113,7 @@ std::size_t Mixer::remainingFrames(std::size_t most) const {
 }
 
 // Drops all sound that is still held.
-void Mixer::beSilent() {
+void Mixer::discardHeld() {
     mLoudspeakers.clear();
     mDucking.reset();
 }

@@ -96,8 +96,8 @@ void PlaybackStream::withdrawRing() {
     mOnChange();
 }
 
-void PlaybackStream::ringLetGo() {
-    mOffer->letGo();
+void PlaybackStream::onRingUnmapped() {
+    mOffer->onRingUnmapped();
     mOnChange();
 }
 
@@ -109,13 +109,13 @@ void PlaybackStream::dropRing() {
     beginSound();
 }
 
-void PlaybackStream::sayRemoved() {
+void PlaybackStream::notifyRemoved() {
     mClient.notify(static_cast<std::uint32_t>(wire::TrackEvent::Removed), 0);
 }
 
 std::size_t PlaybackStream::addTo(std::span<float> mix, std::uint64_t outputFrame, bool isSteady) {
     if (!isActive() || mIsEnded) return 0;
-    if (isCutOff()) return beSilent();
+    if (isCutOff()) return addSilence();
     memory_fault::take();  // discard faults caused by other streams
     const std::size_t wanted = mix.size() / mOutputChannels;
     const bool isDue = !isSteady || isReady(wanted);
@@ -129,7 +129,7 @@ std::size_t PlaybackStream::addTo(std::span<float> mix, std::uint64_t outputFram
 }
 
 // The client was told to discard its remaining data, so the stream has nothing to wait for.
-std::size_t PlaybackStream::beSilent() {
+std::size_t PlaybackStream::addSilence() {
     mFlow = Flow::Dry;
     mIsEnded = mIsWriteDone;
     return 0;

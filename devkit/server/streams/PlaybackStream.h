@@ -66,9 +66,9 @@ public:
     /// Withdraws the physical ring: the client must unmap it. Data queued in it is lost.
     void withdrawRing();
     /// The client has unmapped its ring.
-    void ringLetGo();
+    void onRingUnmapped();
     /// Notifies the client that the stream is gone.
-    void sayRemoved();
+    void notifyRemoved();
 
     // Mixing ---------------------------------------------------------------------
     /// Takes effect at once before the first sound after a start.
@@ -103,7 +103,7 @@ private:
     enum class Flow { Dry, Filling, Flowing };
 
     void dropRing();
-    [[nodiscard]] bool isCutOff() const { return !mRing || (mOffer && mOffer->isLettingGo()); }
+    [[nodiscard]] bool isCutOff() const { return !mRing || (mOffer && mOffer->isWithdrawing()); }
     bool isReady(std::size_t wantedFrames);
     std::size_t addDue(std::span<float> mix, std::size_t wanted, std::uint64_t outputFrame);
     std::size_t pull(std::size_t frames);
@@ -113,7 +113,7 @@ private:
     void take(const StreamRing::View& view, std::size_t frames);
     void account(std::uint64_t outputFrame, std::uint64_t streamFrame, std::size_t frames);
     void beginSound();
-    std::size_t beSilent();
+    std::size_t addSilence();
 
     // Set at construction.
     Client& mClient;

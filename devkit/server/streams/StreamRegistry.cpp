@@ -122,7 +122,7 @@ void StreamRegistry::clientGone(const Client& client) {
 
 void StreamRegistry::remove(PlaybackStream& stream) {
     log::info("%s: stream removed", stream.client().title().c_str());
-    stream.sayRemoved();
+    stream.notifyRemoved();
     erase(stream);
 }
 
