@@ -127,13 +127,12 @@ void AudioConfig::_parseConfigItems() {
         std::ifstream file(CONFIG_FILE);
         LineReader lines(file);
         while (lines.next()) {
-            if (lines.startsWith("Dump")) {
+            if (lines.startsWith("Dump"))
                 _parseDumpItem(lines);
-            } else if (lines.startsWith("Trace")) {
+            else if (lines.startsWith("Trace"))
                 _parseTraceItem(lines);
-            } else if (lines.startsWith("Log")) {
+            else if (lines.startsWith("Log"))
                 _parseLogItem(lines);
-            }
         }
     } catch (const std::bad_alloc&) {
         // Diagnostics must not end the process: the settings read so far are used.

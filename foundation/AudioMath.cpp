@@ -10,7 +10,7 @@ constexpr unsigned LAST_STEP = 255;
 constexpr float LOWEST_DB = -103.5F;
 constexpr float DB_PER_STEP = 0.5F;
 
-// std::lround() is not constexpr.
+/// std::lround() is not constexpr.
 constexpr double roundedTo8Decimals(double amplitude) {
     // NOLINTNEXTLINE(bugprone-incorrect-roundings): of positive numbers, far below 2^52
     return static_cast<double>(static_cast<std::int64_t>(amplitude * 1e8 + 0.5)) / 1e8;
@@ -43,17 +43,16 @@ static_assert(std::atomic<double>::is_always_lock_free);
 
 }  // namespace
 
-// Always ends with two neighbours, because each pass shrinks an interval of more than one step.
+/// Always ends with two neighbours, because each pass shrinks an interval of more than one step.
 float audioMathLog10Extend(float amplitude) {
     unsigned low = 0;
     unsigned high = LAST_STEP;
     for (unsigned distance = high - low; distance > 1; distance = high - low) {
         const unsigned middle = low + distance / 2;
-        if (amplitude > AMPLITUDES[middle]) {
+        if (amplitude > AMPLITUDES[middle])
             low = middle;
-        } else {
+        else
             high -= distance / 2;
-        }
     }
     const bool belowMidpoint = AMPLITUDES[low] + AMPLITUDES[high] - 2.0F * amplitude > 0.0F;
     return static_cast<float>(belowMidpoint ? low : high) * DB_PER_STEP + LOWEST_DB;
@@ -66,8 +65,8 @@ float audioMathPow10Extend(float decibel) {
     return AMPLITUDES[static_cast<unsigned>(step)];
 }
 
-// A step of the Park-Miller generator. The state stays a positive integer below 2^31, so truncation
-// rounds down, and every double here except the last product is exact.
+/// A step of the Park-Miller generator. The state stays a positive integer below 2^31, so
+/// truncation rounds down, and every double here except the last product is exact.
 std::int32_t audioMathRandn() {
     const double state = gNoiseState.load(std::memory_order_relaxed);
     const double high = static_cast<std::int32_t>(state * 16807.0 * 4.656612873077393e-10);

@@ -54,8 +54,8 @@ std::uint64_t AudioTime::now() {
            static_cast<std::uint64_t>(ts.tv_nsec / 1000);
 }
 
-// Seconds and nanoseconds are added separately, so that no span overflows. A time that time_t (32
-// bits on some builds) cannot hold becomes its last or first second.
+/// Seconds and nanoseconds are added separately, so that no span overflows. A time that time_t (32
+/// bits on some builds) cannot hold becomes its last or first second.
 void AudioTime::travel(std::int64_t us) {
     std::int64_t seconds = us / MICROSECONDS_PER_SECOND;
     std::int64_t nanoseconds = us % MICROSECONDS_PER_SECOND * 1000 + mTime.tv_nsec;

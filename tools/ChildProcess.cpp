@@ -76,11 +76,10 @@ ChildResult runInChild(std::chrono::milliseconds bound, const std::function<void
     if (child < 0) throw Failure(std::string("cannot make a process: ") + std::strerror(error));
     if (!inTime) kill(child, SIGKILL);
     const int status = waitFor(child);
-    if (!inTime) {
+    if (!inTime)
         result.end = ChildEnd::Overdue;
-    } else if (status != 0) {
+    else if (status != 0)
         result.end = ChildEnd::Died;
-    }
     return result;
 }
 

@@ -22,7 +22,7 @@ constexpr std::chrono::seconds OWN_VERSION_BOUND{30};
 // The library's status of a request without an answer.
 constexpr std::int32_t UNANSWERED = 1;
 
-// The child's record about the server.
+/// The child's record about the server.
 struct ServerRecord {
     bool registered;
     bool listens;  // checked when registration or query failed
@@ -31,8 +31,8 @@ struct ServerRecord {
     std::int64_t durationUs;
 };
 
-// The library accepts no socket whose number is that of a standard descriptor. While descriptor 0
-// is closed, clients cannot connect: their constructors return at once, whatever the server does.
+/// The library accepts no socket whose number is that of a standard descriptor. While descriptor 0
+/// is closed, clients cannot connect: their constructors return at once, whatever the server does.
 class NoConnections {
 public:
     NoConnections() { close(STDIN_FILENO); }

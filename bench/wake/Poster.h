@@ -17,11 +17,11 @@ namespace cabinaudio::bench {
 class Poster {
 public:
     enum class Action : std::uint32_t {
-        MapRing,    ///< map a ring as its creator
-        FillChunk,  ///< advance a ring's write offset, and post
-        TakeChunk,  ///< advance a ring's read offset, and post
-        WakeWord,   ///< increment word() and wake its waiters
-        PostSem,    ///< post semaphore()
+        MapRing,    // map a ring as its creator
+        FillChunk,  // advance a ring's write offset, and post
+        TakeChunk,  // advance a ring's read offset, and post
+        WakeWord,   // increment word() and wake its waiters
+        PostSem,    // post semaphore()
     };
 
     /// Bytes that an offset advances. They are filled or taken before the time is taken, because

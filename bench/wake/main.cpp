@@ -106,7 +106,7 @@ void require(bool isTrue, const char* what) {
 
 /// Waits until a ring that the server announces is mapped.
 template <typename Stream>
-void awaitRing(Stream& stream) {
+void waitForRing(Stream& stream) {
     const std::uint64_t limit = nowNs() + 5'000'000'000;
     while (stream.getTotalBufferSize() == 0) {
         require(nowNs() < limit, "no ring was mapped");
@@ -169,7 +169,7 @@ private:
     static void prepare(Stream& stream) {
         require(stream.initCheck() == AUDIO_NO_ERROR && stream.start() == AUDIO_NO_ERROR,
                 "the library does not reach the answering server");
-        awaitRing(stream);
+        waitForRing(stream);
     }
 
     template <typename Stream>

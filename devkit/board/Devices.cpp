@@ -32,8 +32,8 @@ bool isOwnFile(const struct stat64& found) noexcept {
     return found.st_uid == geteuid() && S_ISREG(found.st_mode);
 }
 
-// The directory is writable for all users: a file of that name may be another user's, or a link;
-// such a file is not the memory.
+/// The directory is writable for all users: a file of that name may be another user's, or a link;
+/// such a file is not the memory.
 bool belongsToOtherUser(const char* path) noexcept {
     struct stat64 found;
     return lstat64(path, &found) == 0 && !isOwnFile(found);
@@ -50,9 +50,7 @@ int openPlace(const char* instance, unsigned place, int flags, int creation) noe
     struct stat64 found;
     const bool isForeign = opened >= 0 ? fstat64(opened, &found) != 0 || !isOwnFile(found)
                                        : error != ENOENT && belongsToOtherUser(path.c_str());
-    if (opened >= 0 && isForeign) {
-        close(opened);
-    }
+    if (opened >= 0 && isForeign) close(opened);
     errno = isForeign ? (creation != 0 ? EEXIST : ENOENT) : error;
     return isForeign ? -1 : opened;
 }
@@ -61,9 +59,7 @@ int openPlace(const char* instance, unsigned place, int flags, int creation) noe
 int openExisting(const char* instance, int flags) noexcept {
     for (unsigned place = 0; place < PHYSICAL_MEMORY_PLACES; ++place) {
         const int opened = openPlace(instance, place, flags, 0);
-        if (opened >= 0 || errno != ENOENT) {
-            return opened;
-        }
+        if (opened >= 0 || errno != ENOENT) return opened;
     }
     return -1;
 }
@@ -73,12 +69,8 @@ int openExisting(const char* instance, int flags) noexcept {
 int createInFreePlace(const char* instance, int flags) noexcept {
     for (unsigned place = 0; place < PHYSICAL_MEMORY_PLACES; ++place) {
         int opened = openPlace(instance, place, flags, O_CREAT | O_EXCL);
-        if (opened < 0 && errno == EEXIST) {
-            opened = openPlace(instance, place, flags, 0);
-        }
-        if (opened >= 0 || errno != ENOENT) {
-            return opened;
-        }
+        if (opened < 0 && errno == EEXIST) opened = openPlace(instance, place, flags, 0);
+        if (opened >= 0 || errno != ENOENT) return opened;
     }
     errno = EACCES;
     return -1;
@@ -86,12 +78,8 @@ int createInFreePlace(const char* instance, int flags) noexcept {
 
 bool makeReady(int descriptor) noexcept {
     struct stat64 found;
-    if (fstat64(descriptor, &found) != 0) {
-        return false;
-    }
-    if ((found.st_mode & 07777) != 0600 && fchmod(descriptor, 0600) != 0) {
-        return false;
-    }
+    if (fstat64(descriptor, &found) != 0) return false;
+    if ((found.st_mode & 07777) != 0600 && fchmod(descriptor, 0600) != 0) return false;
     constexpr auto SIZE = static_cast<off64_t>(PHYSICAL_MEMORY_SIZE);
     return found.st_size >= SIZE || ftruncate64(descriptor, SIZE) == 0;
 }
@@ -106,23 +94,13 @@ bool markAsCache(int descriptor) noexcept {
 
 int openPhysicalMemory(int flags) noexcept {
     const char* instance = instanceOrRefuse();
-    if (instance == nullptr) {
-        return -1;
-    }
+    if (instance == nullptr) return -1;
     const int kept = flags & O_CLOEXEC;
     int made = openExisting(instance, O_RDWR | kept);
-    if (made < 0 && errno == ENOENT) {
-        made = createInFreePlace(instance, O_RDWR | kept);
-    }
-    if (made < 0) {
-        return -1;
-    }
-    if (!makeReady(made)) {
-        return closeKeepingErrno(made);
-    }
-    if ((flags & O_ACCMODE) == O_RDWR) {
-        return made;
-    }
+    if (made < 0 && errno == ENOENT) made = createInFreePlace(instance, O_RDWR | kept);
+    if (made < 0) return -1;
+    if (!makeReady(made)) return closeKeepingErrno(made);
+    if ((flags & O_ACCMODE) == O_RDWR) return made;
     const int narrowed = openExisting(instance, (flags & O_ACCMODE) | kept);
     closeKeepingErrno(made);
     return narrowed;
@@ -131,9 +109,7 @@ int openPhysicalMemory(int flags) noexcept {
 int openCache(int flags) noexcept {
     const unsigned closeOnExec = (flags & O_CLOEXEC) != 0 ? MFD_CLOEXEC : 0;
     const int made = memfd_create("cabinaudio-cache", MFD_ALLOW_SEALING | closeOnExec);
-    if (made >= 0 && !markAsCache(made)) {
-        return closeKeepingErrno(made);
-    }
+    if (made >= 0 && !markAsCache(made)) return closeKeepingErrno(made);
     return made;
 }
 

@@ -17,9 +17,7 @@ constinit std::atomic<bool> gHasEnvironment{false};
 
 void warnOnce(const char* instance, const char* why) noexcept {
     static constinit std::atomic<bool> warned{false};
-    if (warned.exchange(true)) {
-        return;
-    }
+    if (warned.exchange(true)) return;
     Text<160> line;
     line.append(LIBRARY_NAME).append(": ").append(INSTANCE_VARIABLE).append("=");
     line.append(instance, strnlen(instance, 2 * INSTANCE_LENGTH)).append(why).append("\n");
@@ -27,8 +25,8 @@ void warnOnce(const char* instance, const char* why) noexcept {
     static_cast<void>(written);  // nowhere else to report an error
 }
 
-// A program's .preinit_array runs before the C library has the environment. Treating that as "no
-// instance" would use the common instance by mistake.
+/// A program's .preinit_array runs before the C library has the environment. Treating that as "no
+/// instance" would use the common instance by mistake.
 bool isBeforeEnvironment() noexcept {
     return environ == nullptr && !gHasEnvironment;
 }
@@ -41,15 +39,12 @@ void noteEnvironment() noexcept {
 
 const char* instanceOrRefuse() noexcept {
     const char* instance = isBeforeEnvironment() ? nullptr : instanceInEnvironment();
-    if (instance != nullptr) {
-        return instance;
-    }
+    if (instance != nullptr) return instance;
     const char* refused = getenv(INSTANCE_VARIABLE);
-    if (refused == nullptr) {
+    if (refused == nullptr)
         warnOnce("?", " cannot be read yet");
-    } else {
+    else
         warnOnce(refused, " is not an instance name");
-    }
     errno = EINVAL;
     return nullptr;
 }

@@ -16,16 +16,14 @@ bool isInstanceCharacter(char c) noexcept {
            c == '-';
 }
 
-// Relative paths are ignored: they would name a different directory in each process.
+/// Relative paths are ignored: they would name a different directory in each process.
 const char* absolutePathInEnvironment(const char* variable) noexcept {
     const char* path = getenv(variable);
     return path != nullptr && path[0] == '/' ? path : nullptr;
 }
 
 bool completed(const PathText& path) noexcept {
-    if (!path.fits()) {
-        errno = ENAMETOOLONG;
-    }
+    if (!path.fits()) errno = ENAMETOOLONG;
     return path.fits();
 }
 
@@ -34,9 +32,7 @@ bool completed(const PathText& path) noexcept {
 bool isInstanceName(const char* name) noexcept {
     std::size_t length = 0;
     while (name[length] != '\0') {
-        if (length == INSTANCE_LENGTH || !isInstanceCharacter(name[length])) {
-            return false;
-        }
+        if (length == INSTANCE_LENGTH || !isInstanceCharacter(name[length])) return false;
         ++length;
     }
     return length != 0 && strcmp(name, TAKEN_BY_THE_CONFIG_FILE) != 0;
@@ -44,21 +40,15 @@ bool isInstanceName(const char* name) noexcept {
 
 const char* instanceInEnvironment() noexcept {
     const char* instance = getenv(INSTANCE_VARIABLE);
-    if (instance == nullptr || instance[0] == '\0') {
-        return "";
-    }
+    if (instance == nullptr || instance[0] == '\0') return "";
     return isInstanceName(instance) ? instance : nullptr;
 }
 
 void physicalMemoryPath(const char* instance, uid_t user, unsigned place, PathText& path) noexcept {
     path.append(OBJECT_DIRECTORY).append("/cabinaudio-physmem-");
     path.append(static_cast<unsigned long>(user));
-    if (instance[0] != '\0') {
-        path.append("-").append(instance);
-    }
-    if (place != 0) {
-        path.append(".").append(static_cast<unsigned long>(place));
-    }
+    if (instance[0] != '\0') path.append("-").append(instance);
+    if (place != 0) path.append(".").append(static_cast<unsigned long>(place));
 }
 
 bool configDirectory(const char* instance, PathText& path) noexcept {
@@ -76,9 +66,7 @@ bool configDirectory(const char* instance, PathText& path) noexcept {
         return false;
     }
     path.append("/cabinaudio");
-    if (instance[0] != '\0') {
-        path.append("/").append(instance);
-    }
+    if (instance[0] != '\0') path.append("/").append(instance);
     return completed(path);
 }
 
@@ -95,9 +83,7 @@ bool sharedMemoryName(const char* instance, const char* name, NameText& mapped) 
     } else {
         mapped.append(name);
     }
-    if (!mapped.fits()) {
-        errno = ENAMETOOLONG;
-    }
+    if (!mapped.fits()) errno = ENAMETOOLONG;
     return mapped.fits();
 }
 

@@ -17,13 +17,11 @@
 namespace cabinaudio::board {
 namespace {
 
-// The launcher execs the program, so its process id is the program's. A child that inherited the
-// variable from a parent without the stand-in must not answer.
+/// The launcher execs the program, so its process id is the program's. A child that inherited the
+/// variable from a parent without the stand-in must not answer.
 void answerLauncher() noexcept {
     const char* offer = getenv(HANDSHAKE_VARIABLE);
-    if (offer == nullptr) {
-        return;
-    }
+    if (offer == nullptr) return;
     char* end = nullptr;
     const long descriptor = strtol(offer, &end, 10);
     const bool forUs = *end == ':' && strtol(end + 1, nullptr, 10) == getpid();

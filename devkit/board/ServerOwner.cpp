@@ -19,7 +19,7 @@ namespace {
 // program to the user, who wants one warning.
 constexpr char WARNED_VARIABLE[] = "CABINAUDIO_WARNED_OF_USER";
 
-// The owner of the listening socket; available before the server accepts, and when it refuses.
+/// The owner of the listening socket; available before the server accepts, and when it refuses.
 std::optional<uid_t> ownerOf(int connection) {
     ucred credentials = {};
     socklen_t size = sizeof credentials;
@@ -27,7 +27,7 @@ std::optional<uid_t> ownerOf(int connection) {
     return credentials.uid;
 }
 
-// -1 when no socket listens under the name.
+/// -1 when no socket listens under the name.
 int connectTo(const std::string& name) {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;

@@ -16,28 +16,22 @@ namespace {
 
 constexpr std::size_t NAME_OFFSET = offsetof(sockaddr_un, sun_path) + 1;
 
-// Abstract names have a length and no terminator.
+/// Abstract names have a length and no terminator.
 template <std::size_t SIZE>
 bool names(const sockaddr* address, socklen_t length, const char (&name)[SIZE]) noexcept {
-    if (address == nullptr || length != NAME_OFFSET + SIZE - 1 || address->sa_family != AF_UNIX) {
+    if (address == nullptr || length != NAME_OFFSET + SIZE - 1 || address->sa_family != AF_UNIX)
         return false;
-    }
     const char* path = reinterpret_cast<const sockaddr_un*>(address)->sun_path;
     return path[0] == '\0' && memcmp(path + 1, name, SIZE - 1) == 0;
 }
 
 int useAddress(libc::UseAddress* next, int descriptor, const sockaddr* address,
                socklen_t length) noexcept {
-    if (!names(address, length, SERVER_SOCKET) && !names(address, length, CONTROL_SOCKET)) {
+    if (!names(address, length, SERVER_SOCKET) && !names(address, length, CONTROL_SOCKET))
         return next(descriptor, address, length);
-    }
     const char* instance = instanceOrRefuse();
-    if (instance == nullptr) {
-        return -1;
-    }
-    if (instance[0] == '\0') {
-        return next(descriptor, address, length);
-    }
+    if (instance == nullptr) return -1;
+    if (instance[0] == '\0') return next(descriptor, address, length);
     Text<sizeof(sockaddr_un::sun_path) - 2> name;
     const auto* given = reinterpret_cast<const sockaddr_un*>(address);
     name.append(given->sun_path + 1, length - NAME_OFFSET).append(".").append(instance);

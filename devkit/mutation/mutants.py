@@ -464,7 +464,7 @@ _in("AudioConnection::disconnect",
     ("a disconnect that does not wake the receive thread", "pSocket->mReplySem->signal();", ""),
     ("a receive thread that is not joined", "pSocket->mWorker->join();", "",
      "its own destructor joins it"),
-    ("requesters are not waited for", "taken.awaitReturn();", ""))
+    ("requesters are not waited for", "taken.waitForReturn();", ""))
 _in("AudioConnection::_interrupt",
     ("interrupted without waking", "pSocket->wakeRequester();", ""))
 _in("SEND_TIMEOUT_MS",
@@ -535,7 +535,7 @@ _in("takeRecord",
     ("a record stays in the slot", "exchange(nullptr, std::memory_order_acq_rel)",
      "load(std::memory_order_acquire)"),
     ("a record is taken with its count", "recordIn(taken)", "taken"))
-_in("TakenRecord::awaitReturn",
+_in("TakenRecord::waitForReturn",
     ("the taker does not wait", "record->mReturnedLoans.await(loans);", ""))
 _in("ReturnedLoans::await",
     ("one loan that is given back is enough", "mCount < count", "mCount == 0"),
@@ -722,7 +722,7 @@ _in("wakeAfterUpdate",
     ("an update of a ring that is not mapped", "|| !ring->isUsable()", "",
      "a ring that is not mapped has no receiver thread, which alone asks"),
     ("an update of no ring", "ring == nullptr ||", ""))
-_in("awaitExit",
+_in("waitForExit",
     ("the destructor does not wake the blocked call", "stream.changed.signal();", ""),
     ("the destructor waits once",
      "for (; stream.isBlocked && waited < limitMs; waited = nowMs() - begin)",
@@ -731,7 +731,7 @@ _in("awaitExit",
      OUT_OF_REACH + "differs after a wake-up that was the blocked call's, and then only in length"))
 _in("endReader",
     ("the destructor does not wait for a reader",
-     "true; (void)awaitExit(stream, READER_EXIT_WAIT_MS);", "true;"))
+     "true; (void)waitForExit(stream, READER_EXIT_WAIT_MS);", "true;"))
 _in("READER_EXIT_WAIT_MS",
     ("another wait for a reader", "500", "250"))
 _in("clearCapture",
@@ -806,7 +806,7 @@ _in("Playback::writeDone",
     ("the flag of requests", "true);", "false);"))
 _in("Playback::endWriter",
     ("a stream that is destroyed is stopping", "NO_INIT; if", "STOPPING; if"),
-    ("the destructor does not wait for a writer", "awaitExit(stream, WRITER_EXIT_WAIT_MS)", "0"))
+    ("the destructor does not wait for a writer", "waitForExit(stream, WRITER_EXIT_WAIT_MS)", "0"))
 _in("setRingWait",
     ("a ring that is not mapped has a flag", "&& ring->isUsable()", ""))
 

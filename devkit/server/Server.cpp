@@ -118,13 +118,12 @@ void Server::run() {
 void Server::reportReady() const {
     if (mOptions.readyFd < 0) return;
     constexpr char READY[] = "ready\n";
-    if (write(mOptions.readyFd, READY, sizeof READY - 1) < 0) {
+    if (write(mOptions.readyFd, READY, sizeof READY - 1) < 0)
         log::warning("--ready-fd %d: %s", mOptions.readyFd, strerror(errno));
-    }
     close(mOptions.readyFd);
 }
 
-// A client has written to or read from its ring; the wake-up does not tell which client.
+/// A client has written to or read from its ring; the wake-up does not tell which client.
 void Server::wake() {
     mMixer.update();
     mCaptureClock.update();
@@ -157,9 +156,8 @@ void Server::unfinished(const Client&) {
 
 void Server::checkClients() {
     bool isAnyLeft = false;
-    for (const auto& client : mClients) {
+    for (const auto& client : mClients)
         isAnyLeft |= client->checkProgress();
-    }
     if (isAnyLeft) return;
     mIsChecking = false;
     mCheckTimer.stop();

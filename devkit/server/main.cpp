@@ -27,7 +27,7 @@ std::string instanceText() {
     return instance.empty() ? "" : " of instance \"" + instance + "\"";
 }
 
-// Each client needs a descriptor.
+/// Each client needs a descriptor.
 void raiseDescriptorLimit() {
     struct rlimit limit = {};
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
@@ -71,11 +71,10 @@ int main(int argc, char** argv) {
     try {
         return run(argc, argv);
     } catch (const std::system_error& error) {
-        if (error.code().value() == EADDRINUSE) {
+        if (error.code().value() == EADDRINUSE)
             log::error("there is a server%s already", instanceText().c_str());
-        } else {
+        else
             log::error("%s", error.what());
-        }
     } catch (const std::exception& error) {
         log::error("%s", error.what());
     }

@@ -15,7 +15,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// The child's result.
+/// The child's result.
 struct Trial {
     int error;   // of the thread's creation
     int policy;  // the thread's actual policy

@@ -26,7 +26,7 @@ ExitCode reportBadFile(PlayReport report, const Failure& failure, const CommonOp
     return failure.code();
 }
 
-// The name is also used for the stream's shared memory, so it must be unique.
+/// The name is also used for the stream's shared memory, so it must be unique.
 std::string streamName(const PlayOptions& options, std::size_t index) {
     std::string name =
         options.name.empty() ? "cabinaudio-play-" + std::to_string(getpid()) : options.name;

@@ -70,9 +70,9 @@ void Playback::play() {
     begin();
     feed();
     if (isEndNotified(mOptions.tag))
-        awaitFinish();
+        waitForFinish();
     else
-        awaitEmptyRing();
+        waitForEmptyRing();
 }
 
 void Playback::create() {
@@ -108,8 +108,8 @@ void Playback::begin() {
     if (mOptions.keyShift) shiftKey();
 }
 
-// A track carries one request at a time, and a key shift does not wait: it is refused while the
-// ring is being handed over, and an earlier one could delay the ring's request.
+/// A track carries one request at a time, and a key shift does not wait: it is refused while the
+/// ring is being handed over, and an earlier one could delay the ring's request.
 void Playback::shiftKey() {
     while (mTrack->getTotalBufferSize() == 0) {
         mControl.rest(StreamControl::SHORTEST_REST);
@@ -127,7 +127,7 @@ void Playback::shiftKey() {
 void Playback::feed() {
     std::vector<unsigned char> chunk;
     for (;;) {
-        if (mIsSink) awaitSource();
+        if (mIsSink) waitForSource();
         chunk.resize(chunkBytes());
         // Watched: a pipe may have no data for a long time, and the user may interrupt.
         const std::size_t bytes =
@@ -168,9 +168,9 @@ void Playback::feedChunk(Bytes chunk) {
     }
 }
 
-// A blocking write that times out does not tell how much it has queued. So only the amount that
-// fits is written at once, and the wait is done with a single frame: either it is queued whole, or
-// exactly the free odd bytes of it are queued.
+/// A blocking write that times out does not tell how much it has queued. So only the amount that
+/// fits is written at once, and the wait is done with a single frame: either it is queued whole, or
+/// exactly the free odd bytes of it are queued.
 std::size_t Playback::writeWaiting(Bytes bytes) {
     const std::size_t frame = mFile.frameBytes();
     const auto free = static_cast<std::size_t>(std::max(mTrack->bytesFree(), 0));
@@ -220,8 +220,8 @@ std::size_t Playback::timedOutWrite(std::size_t taken) {
     return taken;
 }
 
-// The library discards the data of a withdrawn sink at its own pace, but only in blocking mode. If
-// the source comes back meanwhile, the data is queued.
+/// The library discards the data of a withdrawn sink at its own pace, but only in blocking mode. If
+/// the source comes back meanwhile, the data is queued.
 std::size_t Playback::discard(Bytes bytes) {
     // Pads to a whole frame, because the next ring begins with a whole frame.
     if (const std::size_t odd = bytes.size() % mFile.frameBytes(); odd != 0)
@@ -241,8 +241,8 @@ std::size_t Playback::noteDiscarded(std::size_t bytes) {
     return bytes;
 }
 
-// Before the first source, a write would wait forever.
-void Playback::awaitSource() {
+/// Before the first source, a write would wait forever.
+void Playback::waitForSource() {
     for (updateSourceState(); !mHadSource; updateSourceState()) {
         showProgress();
         mControl.rest(10ms);
@@ -266,7 +266,7 @@ void Playback::endWithoutSource() {
     if (mReport.isWithdrawn) throw Ending{StreamEnd::Done, "ended while the source was withdrawn"};
 }
 
-void Playback::awaitFinish() {
+void Playback::waitForFinish() {
     const Clock::time_point done = Clock::now();
     const Clock::time_point allowance = done + 2 * queuedTime();
     if (mIsSink) endWithoutSource();
@@ -292,9 +292,9 @@ void Playback::awaitFinish() {
     mReport.finishedAfterMs = milliseconds(Clock::now() - done);
 }
 
-// An alternative track has no finish event: data taken out of the ring counts as played one period
-// later.
-void Playback::awaitEmptyRing() {
+/// An alternative track has no finish event: data taken out of the ring counts as played one period
+/// later.
+void Playback::waitForEmptyRing() {
     std::size_t queued = queuedBytes();
     const Clock::time_point allowance = Clock::now() + 2 * queuedTime();
     noteProgress();
@@ -329,8 +329,8 @@ void Playback::stop() {
     }
 }
 
-// During playback nothing reports the loss of the server. Starting a started track sends nothing,
-// and is refused once the stream no longer exists.
+/// During playback nothing reports the loss of the server. Starting a started track sends nothing,
+/// and is refused once the stream no longer exists.
 void Playback::endIfRemoved() {
     const int status = mControl.request("the stream's state", [&] { return mTrack->start(); });
     if (status == AUDIO_INVALID_STATE) mControl.endByRemoval(status);

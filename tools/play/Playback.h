@@ -51,10 +51,10 @@ private:
     std::size_t timedOutWrite(std::size_t taken);
     std::size_t discard(Bytes bytes);
     std::size_t noteDiscarded(std::size_t bytes);
-    void awaitSource();
+    void waitForSource();
     void updateSourceState();
-    void awaitFinish();
-    void awaitEmptyRing();
+    void waitForFinish();
+    void waitForEmptyRing();
     void tearDown();
     void stop();
 

@@ -73,7 +73,7 @@ public:
     OpusTarget(const OpusTarget&) = delete;
     OpusTarget& operator=(const OpusTarget&) = delete;
 
-    // One packet is held back, because the last one carries an end mark.
+    /// One packet is held back, because the last one carries an end mark.
     void write(Bytes frame) override {
         const Bytes packet = opusPayload(frame);
         const std::uint32_t samples = opusSamples(packet);

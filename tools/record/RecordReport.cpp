@@ -109,7 +109,7 @@ const char* levelColour(Level level) {
     return decibels(*level) < ALMOST_CLIPPED ? "\033[33m" : "\033[31m";
 }
 
-// With the recording on standard output, nothing else may be printed there.
+/// With the recording on standard output, nothing else may be printed there.
 void printReport(const RecordReport& report, bool json) {
     if (json) printJson(toJson(report));
     if (report.ending.kind != StreamEnd::Done)

@@ -100,7 +100,7 @@ void Recording::create() {
     mControl.endIfInterrupted();
 }
 
-// Not earlier: without a server, an existing recording must not be overwritten.
+/// Not earlier: without a server, an existing recording must not be overwritten.
 void Recording::openFile() {
     // Opening a pipe blocks until its other end is opened.
     mControl.limit("the file to open", 1h,
@@ -193,7 +193,7 @@ int Recording::read(std::size_t offset, std::size_t bytes) {
     return status;
 }
 
-// One status has two causes: the stream is gone, or live data was missing for a second.
+/// One status has two causes: the stream is gone, or live data was missing for a second.
 int Recording::handleMissingData(int status) {
     mControl.endIfInterrupted();
     if (mControl.request("the stream's state", [&] { return mRecord->start(); }) != AUDIO_NO_ERROR)
@@ -237,7 +237,7 @@ void Recording::storeFrame(Bytes frame) {
     if (mIsSilent) mReport.silentMs += duration;
 }
 
-// The library returns silent frames without delay, so the recorder must keep the pace itself.
+/// The library returns silent frames without delay, so the recorder must keep the pace itself.
 void Recording::pace() const {
     const auto recorded = std::chrono::duration<double, std::milli>(mReport.recordedMs);
     const auto due =
@@ -263,8 +263,8 @@ void Recording::stop() {
     }
 }
 
-// While data is missing nothing reports the loss of the server. Starting a started stream sends
-// nothing, and is refused once the stream no longer exists.
+/// While data is missing nothing reports the loss of the server. Starting a started stream sends
+/// nothing, and is refused once the stream no longer exists.
 void Recording::endIfRemoved() {
     const int status = mControl.request("the stream's state", [&] { return mRecord->start(); });
     if (status == AUDIO_INVALID_STATE) mControl.endByRemoval(status);
@@ -280,7 +280,7 @@ bool Recording::isComplete() const {
     return mReport.wantedMs && mReport.recordedMs >= *mReport.wantedMs;
 }
 
-// An AAC stream has no silent frames; the clock gives the recorded duration.
+/// An AAC stream has no silent frames; the clock gives the recorded duration.
 void Recording::updateReport() {
     if (!mIsStarted) return;
     mReport.elapsedMs = milliseconds(Clock::now() - mStartTime);

@@ -60,7 +60,7 @@ public:
         throw Failure(noServerText(), ExitCode::NoServer);
     }
 
-    // A line fits any socket's buffer. A server that refuses has sent its reason and closed.
+    /// A line fits any socket's buffer. A server that refuses has sent its reason and closed.
     void send(const std::string& line) const {
         if (::send(mSocket, line.data(), line.size(), MSG_NOSIGNAL) !=
                 static_cast<ssize_t>(line.size()) &&
@@ -81,7 +81,7 @@ public:
 
     /// Waits until the server's sockets are all closed: a dying process closes them one by one, and
     /// a client that connects meanwhile waits for an answer that never comes.
-    void awaitServerEnd() const {
+    void waitForServerEnd() const {
         while (receiveSome("end")) {
         }
         while (serverListens()) {
@@ -123,7 +123,8 @@ std::string askServer(const std::string& line, std::chrono::milliseconds bound,
     control.open();
     control.send(line + "\n");
     const std::string answer = control.receiveLine();
-    if (after == AfterCommand::AwaitServerEnd && answer == SERVER_DONE) control.awaitServerEnd();
+    if (after == AfterCommand::WaitForServerEnd && answer == SERVER_DONE)
+        control.waitForServerEnd();
     return answer;
 }
 

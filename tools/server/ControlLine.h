@@ -10,7 +10,7 @@ namespace cabinaudio::tool {
 inline constexpr char SERVER_DONE[] = "ok";
 
 /// How askServer() continues after a successful command.
-enum class AfterCommand { Return, AwaitServerEnd };
+enum class AfterCommand { Return, WaitForServerEnd };
 
 /// Sends one line to the development server's control socket. @return its answer, one line
 /// @throws Failure  with ExitCode::NoServer when no server listens there; with ExitCode::TimedOut

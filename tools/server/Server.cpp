@@ -24,7 +24,7 @@ Json parsedState(const std::string& answer) {
 ExitCode run(const ServerOptions& options, const CommonOptions& common) {
     // A client that is started after this command must not reach the dying server.
     const AfterCommand after =
-        options.command == "crash" ? AfterCommand::AwaitServerEnd : AfterCommand::Return;
+        options.command == "crash" ? AfterCommand::WaitForServerEnd : AfterCommand::Return;
     const std::string answer = askServer(options.command, options.timeout, after);
     if (answer.rfind(ERROR, 0) == 0) throw Failure(answer.substr(sizeof ERROR - 1));
     if (options.isState) {

@@ -14,7 +14,7 @@ using namespace rows;
 using F = wire::AppFunction;
 using audio::QVAudioSetting::App;
 
-// The server's records: a selector, which is part of the setting's name, and the bytes after it.
+/// The server's records: a selector, which is part of the setting's name, and the bytes after it.
 template <typename Record>
 Setting record(const char* name, const char* what, const Functions& functions,
                int (App::*set)(Record*), int (App::*get)(Record*)) {

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::string_view DIGITS = "0123456789ABCDEF";
 
-// Non-ASCII characters include letters, but also control characters for terminals.
+/// Non-ASCII characters include letters, but also control characters for terminals.
 bool isPlain(const text::Front& front) {
     constexpr std::string_view OTHERS = "._-+/:";
     const char32_t character = front.character;

@@ -20,7 +20,7 @@ constexpr std::int32_t MAPPING_MAX = 10;
 // Bytes of the record that are transferred.
 constexpr std::size_t I2S_FORMAT_SIZE = 6;
 
-// A null name means that the request was not answered.
+/// A null name means that the request was not answered.
 Reading readName(const char* name) {
     if (name == nullptr) return {1, {}};
     return {AUDIO_NO_ERROR, std::string(name)};

@@ -23,7 +23,7 @@ public:
           mDaemon(std::in_place, jackServer(directory, mServer)) {
         jack_set_error_function([](const char*) {});
         jack_set_info_function([](const char*) {});
-        mDaemon->await([this] {
+        mDaemon->waitFor([this] {
             mClient = jack_client_open(
                 CLIENT, static_cast<jack_options_t>(JackNoStartServer | JackServerName), nullptr,
                 mServer.c_str());

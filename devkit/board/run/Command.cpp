@@ -23,9 +23,7 @@ bool runsNatively(const ElfFile& elf) {
 }
 
 std::string emulatorFor(const Program& program) {
-    if (runsNatively(program.elf)) {
-        return {};
-    }
+    if (runsNatively(program.elf)) return {};
     if (program.elf.machine != EM_ARM) {
         throw Refusal(program.binary + " is for " + describe(program.elf) +
                       " and does not run on this machine");
@@ -55,15 +53,14 @@ void Command::preload(const std::vector<std::string>& libraries) {
     mPreload = joinedPreloads(libraries);
 }
 
-// A guest library in the emulator's own environment has the wrong architecture for it, and a host
-// board library there would answer in the guest's place.
+/// A guest library in the emulator's own environment has the wrong architecture for it, and a host
+/// board library there would answer in the guest's place.
 void Command::setPreloadVariable() const {
     const std::string own = isEmulated() ? joinedPreloads(foreignPreloads()) : mPreload;
-    if (own.empty()) {
+    if (own.empty())
         unsetenv(PRELOAD_VARIABLE);
-    } else {
+    else
         setenv(PRELOAD_VARIABLE, own.c_str(), 1);
-    }
 }
 
 std::vector<std::string> Command::emulatedWords(bool dryRun) const {
@@ -73,25 +70,21 @@ std::vector<std::string> Command::emulatedWords(bool dryRun) const {
         words.insert(words.end(), {"-L", "/"});
     }
     words.insert(words.end(), {"-E", std::string(PRELOAD_VARIABLE) + "=" + mPreload});
-    if (dryRun) {
-        words.insert(words.end(), {"-E", std::string(DRY_RUN_VARIABLE) + "=1"});
-    }
-    if (mProgram.viaScript.empty()) {
+    if (dryRun) words.insert(words.end(), {"-E", std::string(DRY_RUN_VARIABLE) + "=1"});
+    if (mProgram.viaScript.empty())
         words.insert(words.end(), {"-0", mProgram.arguments.front(), mProgram.binary});
-    } else {
+    else
         words.insert(words.end(), mProgram.viaScript.begin(), mProgram.viaScript.end());
-    }
     words.insert(words.end(), mProgram.arguments.begin() + 1, mProgram.arguments.end());
     return words;
 }
 
 void Command::execute() const {
     setPreloadVariable();
-    if (isEmulated()) {
+    if (isEmulated())
         executeWords(mEmulator, emulatedWords(false));
-    } else {
+    else
         executeWords(mProgram.path, mProgram.arguments);
-    }
 }
 
 void Command::executeDryRun() const {

@@ -32,21 +32,18 @@ namespace fs = std::filesystem;
 
 std::string newInstance() {
     std::uint32_t random = 0;
-    if (getrandom(&random, sizeof random, 0) != sizeof random) {
+    if (getrandom(&random, sizeof random, 0) != sizeof random)
         throw Refusal(withReason("cannot name a private instance"));
-    }
     char name[board::INSTANCE_LENGTH + 1];
     std::snprintf(name, sizeof name, "run-%d-%08x", static_cast<int>(getpid()),
                   static_cast<unsigned>(random));
     return name;
 }
 
-// Sets the instance in the environment. @return its name
+/// Sets the instance in the environment. @return its name
 std::string chooseInstance(const Options& options) {
     const std::string chosen = options.isPrivate ? newInstance() : options.instance;
-    if (!chosen.empty()) {
-        setenv(board::INSTANCE_VARIABLE, chosen.c_str(), 1);
-    }
+    if (!chosen.empty()) setenv(board::INSTANCE_VARIABLE, chosen.c_str(), 1);
     const char* instance = board::instanceInEnvironment();
     if (instance == nullptr) {
         throw Refusal(std::string(board::INSTANCE_VARIABLE) + "=" +
@@ -62,19 +59,17 @@ void chooseConfigDirectory(const Options& options) {
     }
 }
 
-// In secure mode the loader ignores LD_PRELOAD silently.
+/// In secure mode the loader ignores LD_PRELOAD silently.
 std::string skipReason(const Program& program, const LoadedObjects& objects) {
     struct stat64 status;
     if (stat64(program.binary.c_str(), &status) == 0 &&
         (status.st_mode & (S_ISUID | S_ISGID)) != 0) {
         return "it is set-user-id or set-group-id";
     }
-    if (getxattr(program.binary.c_str(), "security.capability", nullptr, 0) > 0) {
+    if (getxattr(program.binary.c_str(), "security.capability", nullptr, 0) > 0)
         return "it has file capabilities";
-    }
-    if (!objects.complaints.empty()) {
+    if (!objects.complaints.empty())
         return "the loader said: " + objects.complaints.substr(0, objects.complaints.find('\n'));
-    }
     return "the loader left it out";
 }
 
@@ -90,13 +85,11 @@ void checkObjects(const Program& program, const LoadedObjects& objects,
     }
 }
 
-// Determines the preloads, in an order that the program's loader accepts.
+/// Determines the preloads, in an order that the program's loader accepts.
 void arrangePreloads(Command& command, const Program& program, const std::string& library,
                      std::chrono::seconds timeout) {
     std::vector<std::string> preloads;
-    if (!command.isEmulated()) {
-        preloads = foreignPreloads();
-    }
+    if (!command.isEmulated()) preloads = foreignPreloads();
     preloads.push_back(library);
     command.preload(preloads);
     LoadedObjects objects = dryRun(command, timeout);
@@ -124,14 +117,10 @@ void reportLaunch(const Program& program, const Command& command, const std::str
 constexpr char TOOL_VARIABLE[] = "CABINAUDIO_TOOL_LAUNCHED";
 
 void warnOfForeignServer(const std::string& instance) {
-    if (std::getenv(TOOL_VARIABLE) != nullptr) {
-        return;
-    }
+    if (std::getenv(TOOL_VARIABLE) != nullptr) return;
     const std::string warning =
         board::warningOfForeignServer(instance, board::CheckedSockets::Both);
-    if (!warning.empty()) {
-        std::fprintf(stderr, "cabinaudio-run: %s\n", warning.c_str());
-    }
+    if (!warning.empty()) std::fprintf(stderr, "cabinaudio-run: %s\n", warning.c_str());
 }
 
 }  // namespace
@@ -143,9 +132,7 @@ void launch(const Options& options) {
     Command command(program);
     const std::string library = loadablePath(findBoardLibrary(options.boardLibrary, program.elf));
     arrangePreloads(command, program, library, options.timeout);
-    if (options.verbose) {
-        reportLaunch(program, command, library, instance);
-    }
+    if (options.verbose) reportLaunch(program, command, library, instance);
     warnOfForeignServer(instance);
     const Watcher watcher({program.path, program.elf.machine, options.timeout,
                            options.isPrivate ? instance : std::string()});
@@ -160,9 +147,8 @@ void launch(const Options& options) {
 void clean(const Options& options) {
     const std::string instance = chooseInstance(options);
     for (const std::string& removed : removeLeftovers(instance)) {
-        if (options.verbose) {
+        if (options.verbose)
             std::fprintf(stderr, "cabinaudio-run: removed %s\n", text::printable(removed).c_str());
-        }
     }
 }
 

@@ -17,9 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 
 void removeFile(const fs::path& path, std::vector<std::string>& removed) {
-    if (unlink(path.c_str()) == 0) {
-        removed.push_back(path);
-    }
+    if (unlink(path.c_str()) == 0) removed.push_back(path);
 }
 
 }  // namespace
@@ -36,14 +34,12 @@ std::vector<std::string> removeLeftovers(const std::string& instance) {
     std::error_code failed;
     for (const auto& entry : fs::directory_iterator(board::OBJECT_DIRECTORY, failed)) {
         const std::string name = entry.path().filename();
-        if (!instance.empty() && name.starts_with(prefix.c_str())) {
+        if (!instance.empty() && name.starts_with(prefix.c_str()))
             removeFile(entry.path(), removed);
-        }
     }
     for (const std::string& directory : linkDirectories()) {
-        for (std::string& path : removeDanglingLinks(directory, loadableLinkPrefix())) {
+        for (std::string& path : removeDanglingLinks(directory, loadableLinkPrefix()))
             removed.push_back(std::move(path));
-        }
     }
     return removed;
 }

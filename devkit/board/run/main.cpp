@@ -15,8 +15,8 @@ namespace {
 
 using namespace cabinaudio::run;
 
-// If the caller has closed stdin, stdout or stderr, our descriptors must not get these numbers. The
-// program finds them closed again.
+/// If the caller has closed stdin, stdout or stderr, our descriptors must not get these numbers.
+/// The program finds them closed again.
 void occupyClosedStreams() {
     int descriptor;
     do {

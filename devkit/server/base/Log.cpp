@@ -16,7 +16,7 @@ namespace {
 
 std::atomic<Level> maximum{Level::Info};
 
-// One write per line, so that lines of two threads never mix.
+/// One write per line, so that lines of two threads never mix.
 void print(Level level, const char* format, std::va_list arguments) {
     if (level > maximum.load(std::memory_order_relaxed)) return;
     char message[1024];

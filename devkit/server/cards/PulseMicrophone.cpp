@@ -27,9 +27,8 @@ public:
 
     std::string read(std::span<std::int16_t> samples) override {
         int error = 0;
-        if (pa_simple_read(mStream.get(), samples.data(), samples.size_bytes(), &error) == 0) {
+        if (pa_simple_read(mStream.get(), samples.data(), samples.size_bytes(), &error) == 0)
             return {};
-        }
         return name() + ": " + pa_strerror(error);
     }
 

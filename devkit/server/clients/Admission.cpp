@@ -72,13 +72,12 @@ std::optional<Admitted> Admission::admit(int socket, Quotas& quotas, std::string
     }
     Admitted admitted{*peer, Quota::Share(quotas.ofUser, user), {}, {}};
     if (!isTrusted(user)) admitted.ofOthers = Quota::Share(quotas.ofOthers, user);
-    if (!admitted.ofUser.resize(1)) {
+    if (!admitted.ofUser.resize(1))
         reason = quotas.ofUser.complaint(user);
-    } else if (!admitted.ofOthers.resize(1)) {
+    else if (!admitted.ofOthers.resize(1))
         reason = quotas.ofOthers.complaint(user);
-    } else {
+    else
         return admitted;
-    }
     return {};
 }
 

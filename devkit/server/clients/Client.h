@@ -88,7 +88,7 @@ public:
 private:
     void onReadable();
     bool receive(std::size_t end);
-    void awaitRest();
+    void waitForRest();
     void handleRegistration(const audio_param& header);
     void handleRequest(const audio_param& header, std::span<const std::uint8_t> payload);
     [[nodiscard]] std::string complaint(const audio_param& header) const;

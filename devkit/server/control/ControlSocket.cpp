@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::chrono::seconds TICK_INTERVAL{1};
 
-// Best effort: the other side may not be reading.
+/// Best effort: the other side may not be reading.
 void refuse(const UniqueFd& socket, const std::string& reason) {
     const std::string line = "error: " + reason + "\n";
     (void)!send(socket.get(), line.data(), line.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
@@ -41,9 +41,8 @@ ControlSocket::ControlSocket(EventLoop& loop, Admission& admission, Handler hand
 
 ControlSocket::~ControlSocket() {
     mLoop.remove(mTurn.get());
-    for (const auto& [fd, connection] : mConnections) {
+    for (const auto& [fd, connection] : mConnections)
         mLoop.remove(fd);
-    }
 }
 
 void ControlSocket::accept(UniqueFd socket) {
@@ -78,14 +77,13 @@ void ControlSocket::onReadable(int fd) {
 }
 
 void ControlSocket::onWritable(int fd) {
-    if (send(mConnections.at(fd))) {
+    if (send(mConnections.at(fd)))
         selectWait(fd);
-    } else {
+    else
         close(fd);
-    }
 }
 
-// Selects what the connection waits for: room for its answer, its turn, or the rest of a line.
+/// Selects what the connection waits for: room for its answer, its turn, or the rest of a line.
 void ControlSocket::selectWait(int fd) {
     Connection& connection = mConnections.at(fd);
     const std::size_t end = connection.input.find('\n');
@@ -144,15 +142,14 @@ void ControlSocket::watch(int fd, Watch wanted) {
     if (connection.watch == wanted) return;
     connection.watch = wanted;
     mLoop.remove(fd);
-    if (wanted == Watch::Output) {
+    if (wanted == Watch::Output)
         mLoop.add(fd, EPOLLOUT, [this, fd](std::uint32_t) { onWritable(fd); });
-    } else if (wanted == Watch::Input) {
+    else if (wanted == Watch::Input)
         mLoop.add(fd, EPOLLIN, [this, fd](std::uint32_t) { onReadable(fd); });
-    }
 }
 
-// Ticks are counted instead of time: after a pause of this process the other side's data may have
-// arrived but not been read yet.
+/// Ticks are counted instead of time: after a pause of this process the other side's data may have
+/// arrived but not been read yet.
 void ControlSocket::countTicks() {
     std::vector<int> overdue;
     bool isAnyUnfinished = false;
@@ -160,11 +157,10 @@ void ControlSocket::countTicks() {
         // A connection that is not watched waits for the server, not for the other side.
         const bool isUnfinished = !connection.input.empty() || !connection.output.empty();
         isAnyUnfinished |= isUnfinished;
-        if (!isUnfinished || connection.watch == Watch::Nothing) {
+        if (!isUnfinished || connection.watch == Watch::Nothing)
             connection.ticks = 0;
-        } else if (++connection.ticks > PATIENCE) {
+        else if (++connection.ticks > PATIENCE)
             overdue.push_back(fd);
-        }
     }
     for (const int fd : overdue)
         close(fd);

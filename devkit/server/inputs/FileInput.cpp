@@ -49,7 +49,7 @@ private:
         void operator()(SNDFILE* file) const { sf_close(file); }
     };
 
-    // The file was shortened while open.
+    /// The file was shortened while open.
     void failWithSilence(std::span<float> frames) {
         std::fill(frames.begin(), frames.end(), 0.0F);
         if (!mHasFailed) log::error("%s: %s", mPath.c_str(), sf_strerror(mFile.get()));

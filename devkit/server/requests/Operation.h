@@ -82,13 +82,12 @@ void run(Call& call, std::span<const std::uint8_t> payload, std::span<std::uint8
     using Request = typename Types::RequestType;
     const auto request = load<Request>(payload);
     typename Types::ReplyType body = {};
-    if constexpr (Types::BLOCK == Block::Sent) {
+    if constexpr (Types::BLOCK == Block::Sent)
         body.status = FUNCTION(call, request, payload.subspan(sizeof request, request.size), body);
-    } else if constexpr (Types::BLOCK == Block::Returned) {
+    else if constexpr (Types::BLOCK == Block::Returned)
         body.status = FUNCTION(call, request, body, reply.subspan(sizeof body));
-    } else {
+    else
         body.status = FUNCTION(call, request, body);
-    }
     std::memcpy(reply.data(), &body, sizeof body);
 }
 

@@ -45,7 +45,7 @@ std::string pathOf(const UniqueFd& file) {
     return length > 0 ? std::string(target, static_cast<std::size_t>(length)) : std::string();
 }
 
-// The next owner gets zeros, and the system gets the memory back.
+/// The next owner gets zeros, and the system gets the memory back.
 void clear(std::uint32_t address, std::uint32_t size) {
     const UniqueFd memory(open(board::MEMORY_DEVICE, O_RDWR | O_CLOEXEC));
     if (!memory || fallocate(memory.get(), FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE,
@@ -108,9 +108,8 @@ void PhysicalMemory::take() {
 void PhysicalMemory::remove() {
     for (unsigned place = 0; place < board::PHYSICAL_MEMORY_PLACES; ++place) {
         const std::string path = pathOf(place);
-        if (!path.empty() && unlink(path.c_str()) != 0 && errno != ENOENT) {
+        if (!path.empty() && unlink(path.c_str()) != 0 && errno != ENOENT)
             log::debug("%s: %s", path.c_str(), strerror(errno));
-        }
     }
 }
 

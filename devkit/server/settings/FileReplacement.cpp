@@ -40,7 +40,7 @@ Place placeOf(const std::string& path) {
     return {directory.empty() ? "." : directory, whole.filename()};
 }
 
-// Empty when there is no such file.
+/// Empty when there is no such file.
 std::optional<struct stat> statusOf(int directory, const std::string& name) {
     struct stat status = {};
     if (fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) return status;
@@ -52,7 +52,7 @@ std::optional<struct stat> statusOf(int directory, const std::string& name) {
     throw std::runtime_error(path + ": " + why);
 }
 
-// Follows one link of a chain.
+/// Follows one link of a chain.
 std::string targetOf(const std::string& path, uid_t owner) {
     if (owner != geteuid() && owner != 0) refuse(path, "is a link of another user");
     std::error_code error;
@@ -70,8 +70,8 @@ void writeAll(int fd, std::string_view content) {
     }
 }
 
-// Derived from the file's name, so that different files get different prefixes, as far as the
-// length limit of names allows.
+/// Derived from the file's name, so that different files get different prefixes, as far as the
+/// length limit of names allows.
 std::string prefixFor(const std::string& name) {
     return PREFIX + name.substr(0, 200) + "-";
 }
@@ -116,7 +116,7 @@ private:
     bool mHasMoved = false;
 };
 
-// If the group cannot be set, its permissions are dropped; another group must not get them.
+/// If the group cannot be set, its permissions are dropped; another group must not get them.
 void copyOwnership(const struct stat& old, int fd) {
     mode_t mode = old.st_mode & PERMISSIONS;
     if (fchown(fd, old.st_uid, old.st_gid) != 0 &&

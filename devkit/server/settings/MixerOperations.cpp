@@ -14,7 +14,7 @@
 namespace cabinaudio::server {
 namespace {
 
-// @return the status of an accepted request
+/// @return the status of an accepted request
 template <typename Change>
 std::int32_t change(Call& call, Change make) {
     call.services.settings.change([&](SettingsData& data) { make(data.mixer); });

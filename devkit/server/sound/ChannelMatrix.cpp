@@ -16,11 +16,10 @@ constexpr float THREE_DB_DOWN = 0.70710678F;
 ChannelMatrix::ChannelMatrix(std::size_t inputs, std::size_t outputs, bool isUpMixed)
     : mInputs(inputs), mOutputs(outputs), mFactors(inputs * outputs, 0.0F) {
     for (std::size_t input = 0; input < mInputs; ++input) {
-        if (input < mOutputs) {
+        if (input < mOutputs)
             at(input, input) = 1.0F;
-        } else {
+        else
             fold(input);
-        }
     }
     if (mInputs == 1 && mOutputs > 1) at(LEFT_FRONT, RIGHT_FRONT) = 1.0F;
     if (isUpMixed && mInputs <= 2) upMix();
@@ -59,9 +58,8 @@ void ChannelMatrix::limitRows() {
     for (std::size_t output = 0; output < mOutputs; ++output) {
         float* row = &mFactors[output * mInputs];
         const float sum = std::accumulate(row, row + mInputs, 0.0F);
-        if (sum > 1.0F) {
+        if (sum > 1.0F)
             std::transform(row, row + mInputs, row, [sum](float value) { return value / sum; });
-        }
     }
 }
 

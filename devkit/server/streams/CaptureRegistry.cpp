@@ -13,7 +13,7 @@
 namespace cabinaudio::server {
 namespace {
 
-// Checks that the format is valid and the codec supports it. @return the status
+/// Checks that the format is valid and the codec supports it. @return the status
 std::int32_t check(const Client& client, const AudioFormatDesc& desc,
                    std::optional<StreamFormat>& format) {
     const bool isPcm = desc.codecType == static_cast<std::uint32_t>(Codec::Pcm);
@@ -131,9 +131,8 @@ void CaptureRegistry::remove(CaptureStream& stream) {
 }
 
 void CaptureRegistry::removeAll() {
-    while (!mStreams.empty()) {
+    while (!mStreams.empty())
         remove(*mStreams.front());
-    }
 }
 
 void CaptureRegistry::erase(const CaptureStream& stream) {

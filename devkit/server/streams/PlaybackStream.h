@@ -50,7 +50,7 @@ public:
     PlaybackStream(const PlaybackStream&) = delete;
     PlaybackStream& operator=(const PlaybackStream&) = delete;
 
-    // Requests -------------------------------------------------------------------
+    // ---- Requests -------------------------------------------------------------------------------
     std::int32_t start();
     std::int32_t stop();
     std::int32_t writeDone();
@@ -70,7 +70,7 @@ public:
     /// Notifies the client that the stream is gone.
     void notifyRemoved();
 
-    // Mixing ---------------------------------------------------------------------
+    // ---- Mixing ---------------------------------------------------------------------------------
     /// Takes effect at once before the first sound after a start.
     void setGains(const StreamGains& gains, const RampFrames& ramp) {
         mGains.set(gains, mHasSounded ? ramp : RampFrames());
@@ -87,7 +87,7 @@ public:
     /// The frames added last have been played: notifies the client if they were the end.
     void played();
 
-    // Queries -----------------------------------------------------------------------
+    // ---- Queries --------------------------------------------------------------------------------
     [[nodiscard]] Client& client() const { return mClient; }
     [[nodiscard]] const StreamRecord& record() const { return *mRecord; }
     [[nodiscard]] bool isSink() const { return mRecord->tag == AUDIO_TAG_MAIN; }
