@@ -22,14 +22,15 @@ device, diagnostics file, real-time threads. 32-bit ARM programs run in qemu-arm
   -i, --instance NAME    share sockets, memory and names only with programs of the
                          same instance (A-Z a-z 0-9 _ -, at most 32; default: the
                          environment's CABINAUDIO_INSTANCE, or the common one)
-      --private          a new instance for this run; what it leaves behind is
+      --private          a new instance for this run; its remaining objects are
                          removed when PROGRAM ends
       --config-dir DIR   directory of the diagnostics file audio_config
       --board-lib PATH   use this libcabinaudio-board.so
-      --timeout SECONDS  how long PROGRAM may take to load its libraries (default 30)
-      --clean            remove what programs of the instance have left in /dev/shm,
-                         and links to libraries that are gone; run no program
-  -v, --verbose          say what is done
+      --timeout SECONDS  time limit for loading PROGRAM's libraries (default 30)
+      --clean            remove objects that programs of the instance have left in
+                         /dev/shm, and links to libraries that no longer exist;
+                         run no program
+  -v, --verbose          print each step
   -h, --help             this text
       --version          the version
 
@@ -62,16 +63,13 @@ const option LONG_OPTIONS[] = {
 }
 
 std::string instanceArgument(const char* name) {
-    if (!board::isInstanceName(name)) {
+    if (!board::isInstanceName(name))
         refuseUsage(std::string("'") + name + "' is not an instance name");
-    }
     return name;
 }
 
 std::string pathArgument(const char* option, const char* path) {
-    if (path[0] == '\0') {
-        refuseUsage(std::string(option) + " needs a path");
-    }
+    if (path[0] == '\0') refuseUsage(std::string(option) + " needs a path");
     return path;
 }
 
@@ -117,24 +115,19 @@ void take(int found, const char* argument, Options& options) {
     }
 }
 
-// getopt moves past a bad long option, but stays inside a group of short options.
+/// getopt moves past a bad long option, but stays inside a group of short options.
 std::string badOption(char** argv) {
-    if (optopt != 0 && optopt < PRIVATE) {
-        return std::string("-") + static_cast<char>(optopt);
-    }
+    if (optopt != 0 && optopt < PRIVATE) return std::string("-") + static_cast<char>(optopt);
     return argv[optind - 1];
 }
 
 void check(const Options& options) {
-    if (options.isPrivate && !options.instance.empty()) {
+    if (options.isPrivate && !options.instance.empty())
         refuseUsage("--private and --instance exclude each other");
-    }
-    if (options.task == Options::Task::Clean && (options.isPrivate || !options.program.empty())) {
+    if (options.task == Options::Task::Clean && (options.isPrivate || !options.program.empty()))
         refuseUsage("--clean takes an instance and nothing else");
-    }
-    if (options.task == Options::Task::RunProgram && options.program.empty()) {
+    if (options.task == Options::Task::RunProgram && options.program.empty())
         refuseUsage("no program given");
-    }
 }
 
 }  // namespace
@@ -145,16 +138,12 @@ Options parseOptions(int argc, char** argv) {
     int found;
     // '+': the first word that is not an option is the program. ':': report missing arguments.
     while ((found = getopt_long(argc, argv, "+:i:vh", LONG_OPTIONS, nullptr)) != -1) {
-        if (found == '?') {
-            refuseUsage("unknown option '" + badOption(argv) + "'");
-        }
-        if (found == ':') {
+        if (found == '?') refuseUsage("unknown option '" + badOption(argv) + "'");
+        if (found == ':')
             refuseUsage("option '" + std::string(argv[optind - 1]) + "' needs an argument");
-        }
         take(found, optarg, options);
-        if (options.task == Options::Task::Help || options.task == Options::Task::Version) {
+        if (options.task == Options::Task::Help || options.task == Options::Task::Version)
             return options;
-        }
     }
     options.program.assign(argv + optind, argv + argc);
     check(options);
