@@ -42,15 +42,15 @@ std::string tagText(AudioTagType tag) {
 }
 
 const std::vector<std::string>& playbackTagNames() {
-    static const std::vector<std::string> NAMES = {
+    static const std::vector<std::string> names = {
         "alternative", "auxiliary", "main", "output_input0_invocation", "output_uplink_invocation"};
-    return NAMES;
+    return names;
 }
 
 const std::vector<std::string>& captureTagNames() {
-    static const std::vector<std::string> NAMES = {"input0", "input1", "input2",
+    static const std::vector<std::string> names = {"input0", "input1", "input2",
                                                    "input_front_feedback", "uplink"};
-    return NAMES;
+    return names;
 }
 
 }  // namespace cabinaudio::tool

@@ -1474,8 +1474,8 @@ _in("SourceStem::SourceStem",
     ("a name with its extension", "&& name[i] != '.'", ""))
 
 _in("copyText",
-    ("a text without an end", "size - 1", "size"),
-    ("what lies behind a text", "std::memset(to + length, 0, size - length);", ""))
+    ("a text without an end", "SIZE - 1", "SIZE"),
+    ("what lies behind a text", "std::memset(to + length, 0, SIZE - length);", ""))
 _in("findItem",
     ("an item of another usage", "&& std::strcmp(item->usage, key.usage) == 0", ""),
     ("an item of another tag", "std::strcmp(item->tag, key.tag) == 0 &&", ""))

@@ -13,8 +13,8 @@ struct Range {
     char32_t last;
 };
 
-template <std::size_t count>
-bool isIn(const std::array<Range, count>& ranges, char32_t character) {
+template <std::size_t COUNT>
+bool isIn(const std::array<Range, COUNT>& ranges, char32_t character) {
     return std::any_of(ranges.begin(), ranges.end(), [character](const Range& range) {
         return character >= range.first && character <= range.last;
     });

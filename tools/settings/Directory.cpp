@@ -18,16 +18,16 @@ namespace cabinaudio::tool {
 namespace {
 
 const Texts& fixedNames(const std::string& placeholder) {
-    static const Texts SPEAKERS(std::begin(LOUDSPEAKERS), std::end(LOUDSPEAKERS));
-    static const Texts PATHS = {"main", "second", "alternative", "auxiliary"};
-    static const Texts OUTPUTS = {"main", "alternative", "auxiliary"};
-    static const Texts INPUTS = {"0", "1"};
-    static const Texts NONE;
-    if (placeholder == "<loudspeaker>") return SPEAKERS;
-    if (placeholder == "<path>") return PATHS;
-    if (placeholder == "<output>") return OUTPUTS;
-    if (placeholder == "<input>") return INPUTS;
-    return NONE;
+    static const Texts speakers(std::begin(LOUDSPEAKERS), std::end(LOUDSPEAKERS));
+    static const Texts paths = {"main", "second", "alternative", "auxiliary"};
+    static const Texts outputs = {"main", "alternative", "auxiliary"};
+    static const Texts inputs = {"0", "1"};
+    static const Texts none;
+    if (placeholder == "<loudspeaker>") return speakers;
+    if (placeholder == "<path>") return paths;
+    if (placeholder == "<output>") return outputs;
+    if (placeholder == "<input>") return inputs;
+    return none;
 }
 
 /// The first placeholder of a pattern, with its brackets; empty if there is none.

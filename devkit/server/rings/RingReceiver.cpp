@@ -61,8 +61,8 @@ void unblockOwnSignals() {
 RingReceiver::RingReceiver(wire::RingHeader& header, unsigned side,
                            ShareMemoryUpdateNotificationCallback& callback)
     : mSemaphore(semaphoreOf(header, side)), mCallback(callback) {
-    static const bool INSTALLED = (installHandler(), true);
-    static_cast<void>(INSTALLED);
+    static const bool isInstalled = (installHandler(), true);
+    static_cast<void>(isInstalled);
     std::uint8_t& isAskedFor = side == SHM_MODE_READER ? header.readNotify : header.writeNotify;
     std::atomic_ref(isAskedFor).store(1, std::memory_order_relaxed);
     const Blocked signals;
