@@ -418,11 +418,11 @@ ClientRecordRt::Supply ClientRecordRt::chooseSource(const Wanted& wanted, const 
     ShareMemoryEx* const ring = mShareMemory;
     if (ring == nullptr) return silentSupply(wanted);
     const Supply live = liveSupply(wanted, *ring);
-    if (live.isEnough() && !mSourceReady) goLive(live.needed, site);
+    if (live.isEnough() && !mSourceReady) switchToLive(live.needed, site);
     return mSourceReady ? live : silentSupply(wanted);
 }
 
-void ClientRecordRt::goLive(unsigned bytes, const LogSite& site) {
+void ClientRecordRt::switchToLive(unsigned bytes, const LogSite& site) {
     mSourceReady = true;
     AUDIO_LOG_AT(ANDROID_LOG_INFO, site, "[%s]start read from shm(dsp) at %llu ms readBytes:%u\n",
                  mName, llu(sinceCreation()), bytes);

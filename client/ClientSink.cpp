@@ -280,7 +280,7 @@ int ClientSink::checkAndWaitShareBufferFree(int need) {
 }
 
 int ClientSink::nonblockWrite(unsigned char* buffer, int bytes) {
-    const int count = Playback::fitting(mShareMemory, bytes, mName, AUDIO_LOG_SITE);
+    const int count = Playback::writableNow(mShareMemory, bytes, mName, AUDIO_LOG_SITE);
     if (count < 1) return 0;
     Playback::writeOnce(*mShareMemory, mDump, buffer, count, AUDIO_LOG_SITE);
     add(mTotalWritedLen, count);
@@ -333,12 +333,12 @@ void ClientSink::onSourceDeactivated() {
         ring = detachRing();
         if (mIsBlocked) mCond.signal();
     }
-    const bool isTold = letGoOfSource(ring);
+    const bool isTold = acknowledgeWithdrawal(ring);
     AUDIO_LOGI("[%s]Source is deactived %s\n", mName, isTold ? "done" : "failed");
 }
 
 void ClientSink::deactived() {
-    const bool isTold = letGoOfSource(detachRing());
+    const bool isTold = acknowledgeWithdrawal(detachRing());
     AUDIO_LOGD("[%s]Source is deactived %s\n", mName, isTold ? "done" : "failed");
 }
 
@@ -350,7 +350,7 @@ ShareMemoryEx* ClientSink::detachRing() {
 
 /// Deletes the ring and acknowledges the withdrawal; the server may then reuse the memory. Called
 /// without mLock. @return whether the server has answered with AUDIO_NO_ERROR
-bool ClientSink::letGoOfSource(ShareMemoryEx* ring) {
+bool ClientSink::acknowledgeWithdrawal(ShareMemoryEx* ring) {
     cabinaudio::deleteRing(StreamLink::of(mRc), ring);
     return cabinaudio::sendInTurn(*mRc, id(StreamFunction::SourceDeactivated), true) ==
            AUDIO_NO_ERROR;

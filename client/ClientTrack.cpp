@@ -268,7 +268,7 @@ int ClientTrack::checkAndWaitShareBufferFree(int need) {
 }
 
 int ClientTrack::nonblockWrite(unsigned char* buffer, int bytes) {
-    const int count = Playback::fitting(mShareMemory, bytes, mName, AUDIO_LOG_SITE);
+    const int count = Playback::writableNow(mShareMemory, bytes, mName, AUDIO_LOG_SITE);
     return count < 1 ? 0 : writeOnce(buffer, count);
 }
 

@@ -33,7 +33,7 @@ int ClientVersionSetting::getServerVersions(int* first, int* second, int* third)
 }
 
 void ClientVersionSetting::getClientVersions(int* first, int* second) {
-    constexpr int version[3] = {2, 24, 25};
-    std::copy_n(version, 3, first);
+    constexpr int VERSION[3] = {2, 24, 25};
+    std::copy_n(VERSION, 3, first);
     std::fill_n(second, 3, 0);
 }

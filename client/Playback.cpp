@@ -170,7 +170,7 @@ ShareMemoryEx* Playback::endWriter(const PlaybackParts& stream, LogSite site) {
     stream.state = NO_INIT;
     if (stream.isBlocked) {
         AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "[%s] destroy with out stop finish\n", stream.name);
-        const std::uint64_t waited = awaitExit(stream, WRITER_EXIT_WAIT_MS);
+        const std::uint64_t waited = waitForExit(stream, WRITER_EXIT_WAIT_MS);
         if (stream.isBlocked)
             AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s] waitting exit timeout[%llu ms]\n",
                          stream.name, llu(waited));

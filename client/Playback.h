@@ -111,7 +111,7 @@ struct Playback {
                             const std::atomic<bool>* isGivenUp, LogSite site);
 
     /// Bytes that a write can take without waiting, at most `bytes`.
-    static int fitting(ShareMemoryEx* ring, int bytes, const char* name, LogSite site) {
+    static int writableNow(ShareMemoryEx* ring, int bytes, const char* name, LogSite site) {
         const int count = std::min(freeSize(ring), bytes);
         if (count < bytes)
             AUDIO_LOG_AT(ANDROID_LOG_WARN, site,

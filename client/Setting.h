@@ -201,8 +201,8 @@ std::int32_t setRecord(const From& from, const Value& value) {
     static_assert(std::is_same_v<decltype(Request::value), Value> &&
                       offsetof(Request, value) + sizeof value == sizeof(Request),
                   "The request does not carry this record.");
-    constexpr std::uint32_t function = id(FUNCTION);
-    return tell(from, {&function, sizeof function}, {&value, sizeof value});
+    constexpr std::uint32_t NUMBER = id(FUNCTION);
+    return tell(from, {&NUMBER, sizeof NUMBER}, {&value, sizeof value});
 }
 
 /// An operation with results, in the order of the reply: references, or pointers that may be null.

@@ -54,7 +54,7 @@ void logUpdate(const StreamParts& stream, LogSite site) {
                      llu(lag));
 }
 
-std::uint64_t awaitExit(const StreamParts& stream, std::uint64_t limitMs) {
+std::uint64_t waitForExit(const StreamParts& stream, std::uint64_t limitMs) {
     stream.changed.signal();
     const std::uint64_t begin = nowMs();
     std::uint64_t waited = 0;
@@ -67,7 +67,7 @@ std::uint64_t awaitExit(const StreamParts& stream, std::uint64_t limitMs) {
 bool endReader(const StreamParts& stream, LogSite site) {
     stream.state = NO_INIT;
     if (!stream.isBlocked) return true;
-    (void)awaitExit(stream, READER_EXIT_WAIT_MS);
+    (void)waitForExit(stream, READER_EXIT_WAIT_MS);
     if (!stream.isBlocked) return true;
     AUDIO_LOG_AT(ANDROID_LOG_WARN, site, "[%s] waitting exit read timeout[%d ms]\n", stream.name,
                  static_cast<int>(READER_EXIT_WAIT_MS));

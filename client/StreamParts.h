@@ -103,7 +103,7 @@ void logUpdate(const StreamParts& stream, LogSite site);
 
 /// Wakes a blocked read or write and waits until it has left.
 /// @return milliseconds waited; `limitMs` or slightly more when the call has not left
-std::uint64_t awaitExit(const StreamParts& stream, std::uint64_t limitMs);
+std::uint64_t waitForExit(const StreamParts& stream, std::uint64_t limitMs);
 
 /// The first step of a capture stream's destruction: ends a blocked read.
 /// @return whether no read is blocked any more

@@ -51,7 +51,7 @@ endfunction()
 # tests first; without these figures, the first run in a new build tree ends with a few long tests
 # alone.
 set(cabinaudio_long_tests
-    call-test 6 client-server-test 2 client-sink-test 2 client-storm-test 9 client-stream-test 5
+    call-test 6 client-server-test 2 client-storm-test 9 client-stream-test 5
     client-test 2 coded-uplink-test 5 faults-test 20 kill-test 3 life-cycle-test 4 link-tests 4
     race-test 2 server-neighbours-test 5 server-settings-test 10 server-test 2
     settings-replay-test 5 shm-test 2 test-tool 5)

@@ -23,20 +23,20 @@ constexpr double REQUIRED = 0.9;
 constexpr int COMPARED_RATE = 16000;
 constexpr std::size_t PICTURE_COLUMNS = 1200;
 
-bool say(bool isMet, const char* what, const std::string& text) {
+bool report(bool isMet, const char* what, const std::string& text) {
     std::printf("%s%s: %s\n", isMet ? "ok      " : "NOT MET ", what, text.c_str());
     return isMet;
 }
 
-bool isLooped(const Sound& input, const Sound& recorded) {
+bool checkLoop(const Sound& input, const Sound& recorded) {
     if (input.rate != recorded.rate || input.channels != recorded.channels ||
         input.bits != recorded.bits)
-        return say(false, "input", "recorded in another form than the file has");
+        return report(false, "input", "recorded in another form than the file has");
     for (std::size_t i = 0; i < recorded.samples.size(); ++i)
         if (recorded.samples[i] != input.samples[i % input.samples.size()])
-            return say(false, "input", "differs from sample " + std::to_string(i) + " on");
-    return say(true, "input",
-               "recorded sample for sample, " + std::to_string(recorded.frames()) + " frames");
+            return report(false, "input", "differs from sample " + std::to_string(i) + " on");
+    return report(true, "input",
+                  "recorded sample for sample, " + std::to_string(recorded.frames()) + " frames");
 }
 
 /// Index of the first sample above a tenth of the peak.
@@ -64,16 +64,16 @@ double correlation(const Sound& heard, std::size_t begin, const Sound& said, std
     return both / std::sqrt(std::max(ofHeard * ofSaid, 1e-12));
 }
 
-bool isUnderstood(const Sound& input, const Sound& call) {
+bool checkCall(const Sound& input, const Sound& call) {
     if (input.channels != 1 || call.channels != 1)
-        return say(false, "call", "more than one channel");
+        return report(false, "call", "more than one channel");
     const Sound said = atRate(input, COMPARED_RATE);
     const Sound heard = atRate(call, COMPARED_RATE);
     const std::size_t begin = onset(heard);
     const std::size_t middle = onset(said);
-    constexpr std::size_t slack = COMPARED_RATE / 20;
+    constexpr std::size_t SLACK = COMPARED_RATE / 20;
     double best = 0;
-    for (std::size_t shift = middle > slack ? middle - slack : 0; shift < middle + slack; ++shift)
+    for (std::size_t shift = middle > SLACK ? middle - SLACK : 0; shift < middle + SLACK; ++shift)
         best = std::max(best, correlation(heard, begin, said, shift));
     char text[120];
     std::snprintf(text, sizeof text,
@@ -82,7 +82,7 @@ bool isUnderstood(const Sound& input, const Sound& call) {
                   static_cast<double>(call.frames()) / call.rate,
                   static_cast<double>(begin) / COMPARED_RATE, best, REQUIRED);
     const bool isLongEnough = heard.frames() > begin + COMPARED_RATE;
-    return say(best > REQUIRED && isLongEnough, "call", text);
+    return report(best > REQUIRED && isLongEnough, "call", text);
 }
 
 void writeEnvelopes(const char* path, const Sound& recorded, const Sound& call) {
@@ -97,8 +97,8 @@ int check(char** files) {
     using cabinaudio::wavcheck::readSound;
     const Sound recorded = readSound(files[2]);
     const Sound call = readSound(files[4]);
-    const bool isRecorded = isLooped(readSound(files[1]), recorded);
-    const bool isHeard = isUnderstood(readSound(files[3]), call);
+    const bool isRecorded = checkLoop(readSound(files[1]), recorded);
+    const bool isHeard = checkCall(readSound(files[3]), call);
     writeEnvelopes(files[5], recorded, call);
     return isRecorded && isHeard ? 0 : EXIT_NOT_MET;
 }

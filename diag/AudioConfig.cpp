@@ -22,14 +22,14 @@ using cabinaudio::LineReader;
 
 namespace {
 
-constexpr char kDirectory[] = "/media/flash/nvm/as_server";
-constexpr char kFile[] = "/media/flash/nvm/as_server/audio_config";
+constexpr char CONFIG_DIRECTORY[] = "/media/flash/nvm/as_server";
+constexpr char CONFIG_FILE[] = "/media/flash/nvm/as_server/audio_config";
 
 /// strtol() clamped to the range of the target's 32-bit long on every build.
 std::int32_t toNumber(const char* text) {
-    constexpr long least = std::numeric_limits<std::int32_t>::min();
-    constexpr long most = std::numeric_limits<std::int32_t>::max();
-    return static_cast<std::int32_t>(std::clamp(std::strtol(text, nullptr, 10), least, most));
+    constexpr long LEAST = std::numeric_limits<std::int32_t>::min();
+    constexpr long MOST = std::numeric_limits<std::int32_t>::max();
+    return static_cast<std::int32_t>(std::clamp(std::strtol(text, nullptr, 10), LEAST, MOST));
 }
 
 }  // namespace
@@ -122,18 +122,17 @@ void AudioConfig::clearTraceItem() {
 }
 
 void AudioConfig::_parseConfigItems() {
-    cabinaudio::makeDirectory(kDirectory, AUDIO_LOG_SITE);
+    cabinaudio::makeDirectory(CONFIG_DIRECTORY, AUDIO_LOG_SITE);
     try {
-        std::ifstream file(kFile);
+        std::ifstream file(CONFIG_FILE);
         LineReader lines(file);
         while (lines.next()) {
-            if (lines.startsWith("Dump")) {
+            if (lines.startsWith("Dump"))
                 _parseDumpItem(lines);
-            } else if (lines.startsWith("Trace")) {
+            else if (lines.startsWith("Trace"))
                 _parseTraceItem(lines);
-            } else if (lines.startsWith("Log")) {
+            else if (lines.startsWith("Log"))
                 _parseLogItem(lines);
-            }
         }
     } catch (const std::bad_alloc&) {
         // Diagnostics must not end the process: the settings read so far are used.
@@ -165,18 +164,19 @@ void AudioConfig::_parseLogItem(LineReader& lines) {
 }
 
 void AudioConfig::_storeConfigItems() {
-    cabinaudio::makeDirectory(kDirectory, AUDIO_LOG_SITE);
+    cabinaudio::makeDirectory(CONFIG_DIRECTORY, AUDIO_LOG_SITE);
     int error = 0;
     if (_writeConfigItems(error)) return;
     // Logged for every failed write-back, even one that fails in the middle of the file.
-    AUDIO_LOGE("Failed to open file(w):%s, error:%s(%d)\n", kFile, std::strerror(error), error);
+    AUDIO_LOGE("Failed to open file(w):%s, error:%s(%d)\n", CONFIG_FILE, std::strerror(error),
+               error);
 }
 
 /// @param error  gets the reason why not all items are in the file
 bool AudioConfig::_writeConfigItems(int& error) {
     errno = 0;
     try {
-        std::ofstream file(kFile, std::ios::out | std::ios::trunc);
+        std::ofstream file(CONFIG_FILE, std::ios::out | std::ios::trunc);
         cabinaudio::writeItems(file, "Dump", mDumpItems);
         cabinaudio::writeItems(file, "Trace", mTraceItems);
         // Formatted here, because a program's global locale could add separators to the number.

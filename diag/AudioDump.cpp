@@ -63,7 +63,7 @@ AudioDump::~AudioDump() {
     _deinit();
 }
 
-// Takes no lock, because every transfer calls this; the caller must not resume during a write.
+/// Takes no lock, because every transfer calls this; the caller must not resume during a write.
 void AudioDump::write(const unsigned char* data, unsigned len) CABINAUDIO_UNCHECKED_LOCKING {
     if (!mEnabled || !mFile.is_open() || !mRunning || data == nullptr || len == 0) return;
     mFile.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(len));
@@ -83,8 +83,8 @@ void AudioDump::resume(bool on) {
     mRunning = on;
 }
 
-// Deliberate: a file that is open already is not closed first. Opening again then fails, and the
-// failed stream drops what is written later; a dump never continues in a second file.
+/// Deliberate: a file that is open already is not closed first. Opening again then fails, and the
+/// failed stream drops what is written later; a dump never continues in a second file.
 void AudioDump::_init(const char* dir, const char* tag, const char* name, const char* usage,
                       bool append) {
     cabinaudio::makeDirectory(dir, AUDIO_LOG_SITE);

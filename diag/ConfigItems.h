@@ -20,11 +20,11 @@ using ConfigItems = std::list<Item*>;
 
 /// Copies as much as fits and fills the rest with zeros. Never reads beyond the bytes that it can
 /// copy.
-template <std::size_t size>
-void copyText(char (&to)[size], const char* from) {
-    const std::size_t length = strnlen(from, size - 1);
+template <std::size_t SIZE>
+void copyText(char (&to)[SIZE], const char* from) {
+    const std::size_t length = strnlen(from, SIZE - 1);
     std::memcpy(to, from, length);
-    std::memset(to + length, 0, size - length);
+    std::memset(to + length, 0, SIZE - length);
 }
 
 /// A copy of the item with every string terminated inside its field.
@@ -86,8 +86,8 @@ Item* getItem(ConfigItems<Item>& items, const char* tag, const char* usage, cons
     return *found;
 }
 
-template <std::size_t size>
-bool readField(LineReader& lines, const char* key, char (&field)[size]) {
+template <std::size_t SIZE>
+bool readField(LineReader& lines, const char* key, char (&field)[SIZE]) {
     const char* const value = lines.nextValue(key);
     if (value != nullptr) copyText(field, value);
     return value != nullptr;

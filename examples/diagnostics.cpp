@@ -25,10 +25,10 @@
 namespace {
 
 /// The usage of dumps by applications. The server's own dumps have other usages.
-constexpr char kUsage[] = "client";
+constexpr char USAGE[] = "client";
 
-constexpr const char* kTags[] = {"main",   "alternative", "auxiliary", "uplink",
-                                 "input0", "input1",      "input2",    "input_front_feedback"};
+constexpr const char* TAGS[] = {"main",   "alternative", "auxiliary", "uplink",
+                                "input0", "input1",      "input2",    "input_front_feedback"};
 
 int show() {
     ClientVersionSetting version;
@@ -37,8 +37,8 @@ int show() {
     std::printf("library %d.%d.%d\n", library[0], library[1], library[2]);
 
     AudioConfig config(true);  // read only
-    for (const char* tag : kTags)
-        if (const AudioDumpItem* const item = config.getDumpItem(tag, kUsage))
+    for (const char* tag : TAGS)
+        if (const AudioDumpItem* const item = config.getDumpItem(tag, USAGE))
             std::printf("dump %s %s\n", tag, item->outPath);
 
     int server[3] = {}, serverBuild[3] = {}, other[1] = {};
@@ -66,12 +66,12 @@ int dump(const char* tag, const char* directory) {
         return 2;
     }
     std::strcpy(item.tag, tag);
-    std::strcpy(item.usage, kUsage);
+    std::strcpy(item.usage, USAGE);
     std::strcpy(item.outPath, directory);
     AudioConfig(false).addDumpItem(item);  // written by the destructor
 
     // The destructor cannot report a failure, so read the item back.
-    if (AudioConfig(true).getDumpItem(tag, kUsage) == nullptr) {
+    if (AudioConfig(true).getDumpItem(tag, USAGE) == nullptr) {
         std::fprintf(stderr, "diagnostics: cannot write the settings; see the log\n");
         return 1;
     }

@@ -23,13 +23,13 @@
 
 namespace {
 
-constexpr int kRate = 48000;  // frames per second; a frame is one sample here
+constexpr int RATE = 48000;  // frames per second; a frame is one sample here
 
 /// The source of the sound. Replace it with your own.
 class Tone {
 public:
     Tone(double hz, double seconds)
-        : mStep(2 * 3.14159265358979 * hz / kRate), mFrames(std::llround(seconds * kRate)) {}
+        : mStep(2 * 3.14159265358979 * hz / RATE), mFrames(std::llround(seconds * RATE)) {}
 
     /// Fills the block. @return frames in it, 0 at the end
     std::size_t read(std::vector<std::int16_t>& block) {
@@ -82,7 +82,7 @@ int failed(const char* what, int status) {
 
 int play(Tone& tone) {
     AudioFormatDesc format{};  // codec 0: linear PCM
-    format.sampleRate = kRate;
+    format.sampleRate = RATE;
     format.channelMap = AUDIO_CHANNEL_MAP_1;
     format.bitDepth = AUDIO_BIT_DEPTH_16;
 
@@ -97,11 +97,11 @@ int play(Tone& tone) {
         return failed("start the stream", status);
 
     // Write one period of the server at a time.
-    constexpr int kFrameBytes = sizeof(std::int16_t);
+    constexpr int FRAME_BYTES = sizeof(std::int16_t);
     std::vector<std::int16_t> block(
-        static_cast<std::size_t>(std::max(track.getPerLoopSize() / kFrameBytes, 1)));
+        static_cast<std::size_t>(std::max(track.getPerLoopSize() / FRAME_BYTES, 1)));
     while (const std::size_t frames = tone.read(block)) {
-        const int bytes = static_cast<int>(frames) * kFrameBytes;
+        const int bytes = static_cast<int>(frames) * FRAME_BYTES;
         // A blocking write waits for space, which paces this loop.
         const int written =
             track.write(reinterpret_cast<unsigned char*>(block.data()), bytes, true);
@@ -111,7 +111,7 @@ int play(Tone& tone) {
     // The ring still holds sound that has not been played: without this the end would be cut off.
     if (const int status = track.writeDone(); status != AUDIO_NO_ERROR)
         return failed("announce the end", status);
-    const int queued = track.getTotalBufferSize() / kFrameBytes * 1000 / kRate;
+    const int queued = track.getTotalBufferSize() / FRAME_BYTES * 1000 / RATE;
     if (!end.waitFor(std::chrono::milliseconds(queued + 2000)))
         return failed("hear the end",
                       track.start() == AUDIO_INVALID_STATE ? AUDIO_INVALID_STATE : AUDIO_TIMED_OUT);
@@ -124,7 +124,7 @@ int play(Tone& tone) {
 int main(int argc, char** argv) {
     const double hz = argc > 1 ? std::atof(argv[1]) : 440;
     const double seconds = argc > 2 ? std::atof(argv[2]) : 1;
-    if (argc > 3 || !(hz > 0 && hz < kRate / 2) || !(seconds > 0 && seconds <= 3600)) {
+    if (argc > 3 || !(hz > 0 && hz < RATE / 2) || !(seconds > 0 && seconds <= 3600)) {
         std::fprintf(stderr, "usage: play [HZ [SECONDS]]\n");
         return 2;
     }

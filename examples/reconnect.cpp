@@ -28,10 +28,10 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int kRate = 48000;  // frames per second; a frame is one sample here
-constexpr int kFrameBytes = sizeof(std::int16_t);
-constexpr auto kPatience = std::chrono::seconds(30);
-constexpr auto kSuspicion = std::chrono::milliseconds(500);
+constexpr int RATE = 48000;  // frames per second; a frame is one sample here
+constexpr int FRAME_BYTES = sizeof(std::int16_t);
+constexpr auto PATIENCE = std::chrono::seconds(30);
+constexpr auto SUSPICION = std::chrono::milliseconds(500);
 
 volatile std::sig_atomic_t gInterrupted = 0;
 void interrupt(int) {
@@ -52,7 +52,7 @@ void tone(long long at, std::vector<std::int16_t>& block) {
 /// Frames in the ring that the server has not taken yet.
 long long queuedFrames(ClientTrack& track) {
     // One byte of a ring always stays free.
-    return std::max(track.getTotalBufferSize() - 1 - track.bytesFree(), 0) / kFrameBytes;
+    return std::max(track.getTotalBufferSize() - 1 - track.bytesFree(), 0) / FRAME_BYTES;
 }
 
 enum class End { Interrupted, NoServer, Lost, Refused };
@@ -60,8 +60,8 @@ enum class End { Interrupted, NoServer, Lost, Refused };
 /// Writes until the stream ends. @param at  the next frame; advanced by the frames written
 End feed(ClientTrack& track, long long& at) {
     std::vector<std::int16_t> period(
-        static_cast<std::size_t>(std::max(track.getPerLoopSize() / kFrameBytes, 1)));
-    const int bytes = static_cast<int>(period.size()) * kFrameBytes;
+        static_cast<std::size_t>(std::max(track.getPerLoopSize() / FRAME_BYTES, 1)));
+    const int bytes = static_cast<int>(period.size()) * FRAME_BYTES;
     for (auto written = Clock::now(); gInterrupted == 0;) {
         if (track.bytesFree() >= bytes) {
             // All of it fits, because no other thread writes.
@@ -70,16 +70,16 @@ End feed(ClientTrack& track, long long& at) {
                 track.write(reinterpret_cast<unsigned char*>(period.data()), bytes, false);
             if (status == AUDIO_INVALID_STATE) return End::Lost;
             if (status < 0) return End::Refused;
-            at += status / kFrameBytes;
+            at += status / FRAME_BYTES;
             written = Clock::now();
             continue;
         }
         // No space, or no ring yet. start() tests whether the stream is alive: on a started stream
         // it sends nothing, and it is refused once the server is lost.
         const auto idle = Clock::now() - written;
-        if (idle > kSuspicion && track.start() != AUDIO_NO_ERROR) return End::Lost;
-        if (idle > kPatience) return End::Lost;  // the server hangs: try another stream
-        rest(idle > kSuspicion ? 100 : 5);
+        if (idle > SUSPICION && track.start() != AUDIO_NO_ERROR) return End::Lost;
+        if (idle > PATIENCE) return End::Lost;  // the server hangs: try another stream
+        rest(idle > SUSPICION ? 100 : 5);
     }
     return End::Interrupted;
 }
@@ -87,7 +87,7 @@ End feed(ClientTrack& track, long long& at) {
 /// One stream, from its creation to its end.
 End play(long long& at) {
     AudioFormatDesc format{};  // codec 0: linear PCM
-    format.sampleRate = kRate;
+    format.sampleRate = RATE;
     format.channelMap = AUDIO_CHANNEL_MAP_1;
     format.bitDepth = AUDIO_BIT_DEPTH_16;
 
@@ -99,7 +99,7 @@ End play(long long& at) {
         const bool isAway = status == 1 || status == AUDIO_INVALID_STATE;
         return isAway ? End::NoServer : End::Refused;
     }
-    std::printf("playing from %.2f s\n", static_cast<double>(at) / kRate);
+    std::printf("playing from %.2f s\n", static_cast<double>(at) / RATE);
     const End end = feed(track, at);
     if (end == End::Lost) at = std::max(at - queuedFrames(track), 0LL);
     if (end == End::Interrupted) track.stop();
@@ -132,7 +132,7 @@ int main(int argc, char**) {
                 lastSeen = Clock::now();
                 break;
             case End::NoServer:
-                if (Clock::now() - lastSeen < kPatience) break;
+                if (Clock::now() - lastSeen < PATIENCE) break;
                 std::fprintf(stderr, "reconnect: no server\n");
                 return 3;
             case End::Refused:
@@ -140,6 +140,6 @@ int main(int argc, char**) {
                 return 1;
         }
     }
-    std::printf("interrupted at %.2f s\n", static_cast<double>(at) / kRate);
+    std::printf("interrupted at %.2f s\n", static_cast<double>(at) / RATE);
     return 0;
 }

@@ -22,9 +22,9 @@
 
 namespace {
 
-constexpr std::uint32_t kRate = 48000;
-constexpr std::uint16_t kChannels = 2;
-constexpr std::uint16_t kFrameBytes = kChannels * sizeof(std::int16_t);
+constexpr std::uint32_t RATE = 48000;
+constexpr std::uint16_t CHANNELS = 2;
+constexpr std::uint16_t FRAME_BYTES = CHANNELS * sizeof(std::int16_t);
 
 /// A WAV file of 16-bit PCM. Written without conversion, so it needs a little-endian machine.
 class WavFile {
@@ -60,9 +60,9 @@ private:
             std::uint32_t rest;
             char wave[8] = {'W', 'A', 'V', 'E', 'f', 'm', 't', ' '};
             std::uint32_t formatBytes = 16;
-            std::uint16_t pcm = 1, channels = kChannels;
-            std::uint32_t rate = kRate, bytesPerSecond = kRate * kFrameBytes;
-            std::uint16_t frameBytes = kFrameBytes, bits = 16;
+            std::uint16_t pcm = 1, channels = CHANNELS;
+            std::uint32_t rate = RATE, bytesPerSecond = RATE * FRAME_BYTES;
+            std::uint16_t frameBytes = FRAME_BYTES, bits = 16;
             char data[4] = {'d', 'a', 't', 'a'};
             std::uint32_t bytes;
         } head;
@@ -104,7 +104,7 @@ int fill(WavFile& file, ClientRecord& record, std::uint64_t wanted) {
     double peak = 0;
     int patience = 5;
     std::vector<unsigned char> block(
-        static_cast<std::size_t>(std::max<int>(record.getPerLoopSize(), kFrameBytes)));
+        static_cast<std::size_t>(std::max<int>(record.getPerLoopSize(), FRAME_BYTES)));
     while (bytes < wanted) {
         const auto room = std::min<std::uint64_t>(block.size(), wanted - bytes);
         const int got = record.read(block.data(), static_cast<int>(room), true);
@@ -120,7 +120,7 @@ int fill(WavFile& file, ClientRecord& record, std::uint64_t wanted) {
         bytes += static_cast<std::uint64_t>(got);
         peak = std::max(peak, peakOf(block, static_cast<std::size_t>(got)));
     }
-    std::printf("recorded %.2f s, peak %.1f dB\n", static_cast<double>(bytes) / kFrameBytes / kRate,
+    std::printf("recorded %.2f s, peak %.1f dB\n", static_cast<double>(bytes) / FRAME_BYTES / RATE,
                 20 * std::log10(std::max(peak, 1.0 / 32768)));
     return 0;
 }
@@ -136,7 +136,7 @@ int main(int argc, char** argv) {
     // Limits every wait for a server that dies or hangs. Set before the first object is created.
     cabinaudio::setLinkPolicy({std::chrono::seconds(5), true, true});
     AudioFormatDesc format{};  // codec 0: linear PCM
-    format.sampleRate = kRate;
+    format.sampleRate = RATE;
     format.channelMap = AUDIO_CHANNEL_MAP_2;
     format.bitDepth = AUDIO_BIT_DEPTH_16;
     // The name must be unique among live streams.
@@ -152,7 +152,7 @@ int main(int argc, char** argv) {
     }
     if (const int status = record.start(); status != AUDIO_NO_ERROR)
         return failed("start the stream", status);
-    int status = fill(file, record, static_cast<std::uint64_t>(seconds * kRate) * kFrameBytes);
+    int status = fill(file, record, static_cast<std::uint64_t>(seconds * RATE) * FRAME_BYTES);
     record.stop();  // the result does not matter: no more data is needed
     if (!file.close()) {
         std::perror(argv[1]);

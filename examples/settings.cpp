@@ -21,7 +21,7 @@
 
 namespace {
 
-constexpr const char* kPaths[] = {"main", "second", "alternative", "auxiliary"};
+constexpr const char* PATHS[] = {"main", "second", "alternative", "auxiliary"};
 
 /// Reports a failure. @return the exit status for the status of a setting
 int result(const char* what, int status) {
@@ -46,7 +46,7 @@ int show(ClientVolumeSetting& volume) {
         return result("master", status);
     std::printf("master %+.1f dB, step %d of 148\n", static_cast<double>(dB), step);
 
-    for (const char* path : kPaths) {
+    for (const char* path : PATHS) {
         bool isMuted = false;
         if (const int status = volume.getMuteState(path, isMuted); status != AUDIO_NO_ERROR)
             return result(path, status);

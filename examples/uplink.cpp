@@ -25,13 +25,13 @@
 
 namespace {
 
-constexpr std::uint32_t kOpus = 32;     // AudioFormatDesc::codecType
-constexpr std::uint32_t kRate = 16000;  // silent packets exist for 8000, 16000, 24000 and 48000
-constexpr auto kPacketTime = std::chrono::milliseconds(20);
+constexpr std::uint32_t OPUS = 32;     // AudioFormatDesc::codecType
+constexpr std::uint32_t RATE = 16000;  // silent packets exist for 8000, 16000, 24000 and 48000
+constexpr auto PACKET_TIME = std::chrono::milliseconds(20);
 
-constexpr int kHeaderBytes = 8;
-constexpr int kSilenceBytes = kHeaderBytes + 3;  // at this rate
-constexpr int kLargestBytes = kHeaderBytes + 1275;
+constexpr int HEADER_BYTES = 8;
+constexpr int SILENCE_BYTES = HEADER_BYTES + 3;  // at this rate
+constexpr int LARGEST_BYTES = HEADER_BYTES + 1275;
 
 int failed(const char* what, int status) {
     // 1: the request got no reply. AUDIO_INVALID_STATE: the stream has no server or has lost it.
@@ -57,7 +57,7 @@ int fill(std::FILE* file, ClientRecordRt& record, long wanted) {
         // Minimum fill level before a packet is read. One byte more than the largest packet
         // guarantees a whole packet. This adds latency, about 0.3 s at 32 kbit/s.
         const int ring = record.getTotalBufferSize();  // 0 without a ring
-        const int enough = ring > 0 ? std::min(kLargestBytes + 1, ring / 2) : kLargestBytes + 1;
+        const int enough = ring > 0 ? std::min(LARGEST_BYTES + 1, ring / 2) : LARGEST_BYTES + 1;
         const int got = record.read(packet.data(), enough, true);
 
         if (got == AUDIO_INVALID_STATE) {
@@ -71,14 +71,14 @@ int fill(std::FILE* file, ClientRecordRt& record, long wanted) {
         if (got <= 0) return failed("read", got);
         patience = 5;
         ++packets;
-        if (got <= kSilenceBytes) ++silent;
+        if (got <= SILENCE_BYTES) ++silent;
         if (std::fwrite(packet.data(), 1, static_cast<std::size_t>(got), file) !=
             static_cast<std::size_t>(got)) {
             std::perror("uplink: cannot write");
             return 1;
         }
         // A read of live packets waits for them; silent packets need pacing.
-        if (got <= kSilenceBytes) std::this_thread::sleep_until(begin + packets * kPacketTime);
+        if (got <= SILENCE_BYTES) std::this_thread::sleep_until(begin + packets * PACKET_TIME);
     }
     std::printf("took %ld packets, %ld of them silent\n", packets, silent);
     return 0;
@@ -95,8 +95,8 @@ int main(int argc, char** argv) {
     // Limits every wait for a server that dies or hangs. Set before the first object is created.
     cabinaudio::setLinkPolicy({std::chrono::seconds(5), true, true});
     AudioFormatDesc format{};
-    format.codecType = kOpus;
-    format.sampleRate = kRate;
+    format.codecType = OPUS;
+    format.sampleRate = RATE;
     format.channelMap = AUDIO_CHANNEL_MAP_1;
     // The name must be unique among live streams.
     const std::string name = "uplink-" + std::to_string(getpid());
@@ -115,7 +115,7 @@ int main(int argc, char** argv) {
     if (status != AUDIO_NO_ERROR)
         status = failed("start the stream", status);
     else
-        status = fill(file, record, static_cast<long>(seconds * 1000 / kPacketTime.count()));
+        status = fill(file, record, static_cast<long>(seconds * 1000 / PACKET_TIME.count()));
     record.stop();  // the result does not matter: no more data is needed
     if (std::fclose(file) != 0) {
         std::perror(argv[1]);

@@ -26,8 +26,8 @@ AudioAlert::AutoAlert::~AutoAlert() {
     alert(mName, elapsedUs, mThresholdUs, mFile, mFunction, mLine);
 }
 
-// The log line names the measured place, with an unpadded line number, so AUDIO_LOGW cannot write
-// it.
+/// The log line names the measured place, with an unpadded line number, so AUDIO_LOGW cannot write
+/// it.
 void AudioAlert::alert(const char* name, std::uint32_t elapsedUs, std::uint32_t thresholdUs,
                        const char* file, const char* function, std::uint32_t line) {
     file = orElse(file, "-");

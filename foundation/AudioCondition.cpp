@@ -23,8 +23,8 @@ void AudioCondition::wait(AudioMutex& mutex) {
     AUDIO_IGNORE(pthread_cond_wait(&mCond, &mutex.mMutex) == 0);
 }
 
-// Deliberate: the deadline is taken from the library's clock. On an old C library the condition
-// waits on another clock, and such a wait lasts very long.
+/// Deliberate: the deadline is taken from the library's clock. On an old C library the condition
+/// waits on another clock, and such a wait lasts very long.
 std::int32_t AudioCondition::waitRelative(AudioMutex& mutex, std::uint64_t ms) {
     AudioTime deadline = cabinaudio::deadlineIn(ms);
     return -pthread_cond_timedwait(&mCond, &mutex.mMutex, deadline.getTimespec());

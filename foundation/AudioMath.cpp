@@ -6,36 +6,36 @@
 
 namespace {
 
-constexpr unsigned kLastStep = 255;
-constexpr float kLowestDb = -103.5F;
-constexpr float kDbPerStep = 0.5F;
+constexpr unsigned LAST_STEP = 255;
+constexpr float LOWEST_DB = -103.5F;
+constexpr float DB_PER_STEP = 0.5F;
 
-// std::lround() is not constexpr.
+/// std::lround() is not constexpr.
 constexpr double roundedTo8Decimals(double amplitude) {
     // NOLINTNEXTLINE(bugprone-incorrect-roundings): of positive numbers, far below 2^52
     return static_cast<double>(static_cast<std::int64_t>(amplitude * 1e8 + 0.5)) / 1e8;
 }
 
 /// Linear amplitudes of -103.5 to +24.0 dB in steps of 0.5 dB, that is 10^((0.5 i - 103.5) / 20).
-constexpr std::array<float, kLastStep + 1> amplitudes() {
-    constexpr unsigned unity = 207;                     // 0 dB
-    constexpr double perStep = 1.05925372517728884816;  // 10^(1/40)
-    std::array<float, kLastStep + 1> table{};
+constexpr std::array<float, LAST_STEP + 1> amplitudes() {
+    constexpr unsigned UNITY = 207;                      // 0 dB
+    constexpr double PER_STEP = 1.05925372517728884816;  // 10^(1/40)
+    std::array<float, LAST_STEP + 1> table{};
     double amplitude = 1.0;
-    for (unsigned i = unity; i <= kLastStep; ++i, amplitude *= perStep)
+    for (unsigned i = UNITY; i <= LAST_STEP; ++i, amplitude *= PER_STEP)
         table[i] = static_cast<float>(roundedTo8Decimals(amplitude));
     amplitude = 1.0;
-    for (unsigned i = unity; i > 0; --i, amplitude /= perStep)
+    for (unsigned i = UNITY; i > 0; --i, amplitude /= PER_STEP)
         table[i] = static_cast<float>(roundedTo8Decimals(amplitude));
     table[0] = 0.0F;                // deliberate: the lowest step is silence
-    table[kLastStep] = 15.848933F;  // deliberate: slightly above the formula
+    table[LAST_STEP] = 15.848933F;  // deliberate: slightly above the formula
     return table;
 }
 
-constexpr std::array<float, kLastStep + 1> kAmplitudes = amplitudes();
-static_assert(kAmplitudes[1] == 0.00000708F);
-static_assert(kAmplitudes[207] == 1.0F);
-static_assert(kAmplitudes[255] == 15.848933F);
+constexpr std::array<float, LAST_STEP + 1> AMPLITUDES = amplitudes();
+static_assert(AMPLITUDES[1] == 0.00000708F);
+static_assert(AMPLITUDES[207] == 1.0F);
+static_assert(AMPLITUDES[255] == 15.848933F);
 
 // Concurrent threads may draw the same number, which does not matter for noise.
 constinit std::atomic<double> gNoiseState{868346455.0};
@@ -43,31 +43,30 @@ static_assert(std::atomic<double>::is_always_lock_free);
 
 }  // namespace
 
-// Always ends with two neighbours, because each pass shrinks an interval of more than one step.
+/// Always ends with two neighbours, because each pass shrinks an interval of more than one step.
 float audioMathLog10Extend(float amplitude) {
     unsigned low = 0;
-    unsigned high = kLastStep;
+    unsigned high = LAST_STEP;
     for (unsigned distance = high - low; distance > 1; distance = high - low) {
         const unsigned middle = low + distance / 2;
-        if (amplitude > kAmplitudes[middle]) {
+        if (amplitude > AMPLITUDES[middle])
             low = middle;
-        } else {
+        else
             high -= distance / 2;
-        }
     }
-    const bool belowMidpoint = kAmplitudes[low] + kAmplitudes[high] - 2.0F * amplitude > 0.0F;
-    return static_cast<float>(belowMidpoint ? low : high) * kDbPerStep + kLowestDb;
+    const bool belowMidpoint = AMPLITUDES[low] + AMPLITUDES[high] - 2.0F * amplitude > 0.0F;
+    return static_cast<float>(belowMidpoint ? low : high) * DB_PER_STEP + LOWEST_DB;
 }
 
 float audioMathPow10Extend(float decibel) {
-    const float step = (decibel - kLowestDb) / kDbPerStep;
-    if (!(step >= 0.0F)) return kAmplitudes[0];  // NaN, too
-    if (step >= static_cast<float>(kLastStep)) return kAmplitudes[kLastStep];
-    return kAmplitudes[static_cast<unsigned>(step)];
+    const float step = (decibel - LOWEST_DB) / DB_PER_STEP;
+    if (!(step >= 0.0F)) return AMPLITUDES[0];  // NaN, too
+    if (step >= static_cast<float>(LAST_STEP)) return AMPLITUDES[LAST_STEP];
+    return AMPLITUDES[static_cast<unsigned>(step)];
 }
 
-// A step of the Park-Miller generator. The state stays a positive integer below 2^31, so truncation
-// rounds down, and every double here except the last product is exact.
+/// A step of the Park-Miller generator. The state stays a positive integer below 2^31, so
+/// truncation rounds down, and every double here except the last product is exact.
 std::int32_t audioMathRandn() {
     const double state = gNoiseState.load(std::memory_order_relaxed);
     const double high = static_cast<std::int32_t>(state * 16807.0 * 4.656612873077393e-10);

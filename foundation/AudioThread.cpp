@@ -154,7 +154,7 @@ void AudioThread::stop() {
     join();
 }
 
-// Not noexcept: pthread_exit unwinds through here.
+/// Not noexcept: pthread_exit unwinds through here.
 void* AudioThread::_run(void* self) {
     const sigset_t faults = faultSignals();
     AUDIO_IGNORE(pthread_sigmask(SIG_UNBLOCK, &faults, nullptr) == 0);

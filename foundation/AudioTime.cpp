@@ -14,10 +14,10 @@
 
 namespace {
 
-constexpr std::int64_t kMicrosecondsPerSecond = 1'000'000;
-constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
-constexpr time_t kLastSecond = std::numeric_limits<time_t>::max();
-constexpr time_t kFirstSecond = std::numeric_limits<time_t>::min();
+constexpr std::int64_t MICROSECONDS_PER_SECOND = 1'000'000;
+constexpr std::int64_t NANOSECONDS_PER_SECOND = 1'000'000'000;
+constexpr time_t LAST_SECOND = std::numeric_limits<time_t>::max();
+constexpr time_t FIRST_SECOND = std::numeric_limits<time_t>::min();
 
 bool semaphoresCanWaitOnTheMonotonicClock() {
     if (sem_clockwait == nullptr || gnu_get_libc_version == nullptr) return false;
@@ -50,23 +50,23 @@ void AudioTime::now(struct timespec* ts) {
 std::uint64_t AudioTime::now() {
     struct timespec ts = {};
     now(&ts);
-    return static_cast<std::uint64_t>(ts.tv_sec) * kMicrosecondsPerSecond +
+    return static_cast<std::uint64_t>(ts.tv_sec) * MICROSECONDS_PER_SECOND +
            static_cast<std::uint64_t>(ts.tv_nsec / 1000);
 }
 
-// Seconds and nanoseconds are added separately, so that no span overflows. A time that time_t (32
-// bits on some builds) cannot hold becomes its last or first second.
+/// Seconds and nanoseconds are added separately, so that no span overflows. A time that time_t (32
+/// bits on some builds) cannot hold becomes its last or first second.
 void AudioTime::travel(std::int64_t us) {
-    std::int64_t seconds = us / kMicrosecondsPerSecond;
-    std::int64_t nanoseconds = us % kMicrosecondsPerSecond * 1000 + mTime.tv_nsec;
-    seconds += nanoseconds / kNanosecondsPerSecond;
-    nanoseconds %= kNanosecondsPerSecond;
+    std::int64_t seconds = us / MICROSECONDS_PER_SECOND;
+    std::int64_t nanoseconds = us % MICROSECONDS_PER_SECOND * 1000 + mTime.tv_nsec;
+    seconds += nanoseconds / NANOSECONDS_PER_SECOND;
+    nanoseconds %= NANOSECONDS_PER_SECOND;
     if (nanoseconds < 0) {
         seconds -= 1;
-        nanoseconds += kNanosecondsPerSecond;
+        nanoseconds += NANOSECONDS_PER_SECOND;
     }
     if (__builtin_add_overflow(mTime.tv_sec, seconds, &mTime.tv_sec))
-        mTime.tv_sec = us > 0 ? kLastSecond : kFirstSecond;
+        mTime.tv_sec = us > 0 ? LAST_SECOND : FIRST_SECOND;
     mTime.tv_nsec = static_cast<long>(nanoseconds);
 }
 
@@ -75,10 +75,10 @@ struct timespec* AudioTime::getTimespec() {
 }
 
 std::int32_t AudioTime::sleep(std::uint64_t us) {
-    const std::uint64_t seconds = us / kMicrosecondsPerSecond;
+    const std::uint64_t seconds = us / MICROSECONDS_PER_SECOND;
     struct timeval span = {};
-    span.tv_sec = static_cast<time_t>(std::min<std::uint64_t>(seconds, kLastSecond));
-    span.tv_usec = static_cast<suseconds_t>(us % kMicrosecondsPerSecond);
+    span.tv_sec = static_cast<time_t>(std::min<std::uint64_t>(seconds, LAST_SECOND));
+    span.tv_usec = static_cast<suseconds_t>(us % MICROSECONDS_PER_SECOND);
     return select(0, nullptr, nullptr, nullptr, &span);
 }
 

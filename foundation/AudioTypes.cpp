@@ -19,7 +19,7 @@ struct TagRow {
 };
 
 // Two names share tag 3: both are accepted, and the first one is printed.
-constexpr TagRow kTags[] = {
+constexpr TagRow TAGS[] = {
     {"main", AUDIO_OUT_PATH_MAIN, AUDIO_TAG_MAIN, AUDIO_CONNECT_MAIN},
     {"alternative", AUDIO_OUT_PATH_ALTERNATIVE, AUDIO_TAG_ALTERNATIVE, AUDIO_CONNECT_ALTERNATIVE},
     {"auxiliary", AUDIO_OUT_PATH_AUXILIARY, AUDIO_TAG_AUXILIARY, AUDIO_CONNECT_AUXILIARY},
@@ -41,7 +41,7 @@ struct CodecRow {
     std::uint32_t usage;
 };
 
-constexpr CodecRow kCodecs[] = {
+constexpr CodecRow CODECS[] = {
     {AUDIO_CODEC_PCM, 0, 0},       {AUDIO_CODEC_3, 51, 0},         {AUDIO_CODEC_4, 16, 0},
     {AUDIO_CODEC_5, 19, 0},        {AUDIO_CODEC_6, 64, 0},         {AUDIO_CODEC_7, 65, 0},
     {AUDIO_CODEC_8, 32, 0},        {AUDIO_CODEC_PCM_USAGE1, 0, 1}, {AUDIO_CODEC_PCM_USAGE2, 0, 2},
@@ -56,16 +56,16 @@ struct BitDepthRow {
     int bytes;
 };
 
-constexpr multi_audio_fmt kNoFormat = static_cast<multi_audio_fmt>(-1);
+constexpr multi_audio_fmt NO_FORMAT = static_cast<multi_audio_fmt>(-1);
 
-constexpr BitDepthRow kBitDepths[] = {
+constexpr BitDepthRow BIT_DEPTHS[] = {
     {AUDIO_BIT_DEPTH_8, MULTI_AUDIO_FMT_U8, 0, 8, 1},
     {AUDIO_BIT_DEPTH_16, MULTI_AUDIO_FMT_S16, 1, 16, 2},
-    {AUDIO_BIT_DEPTH_16_ALT, kNoFormat, 1, 16, 2},
+    {AUDIO_BIT_DEPTH_16_ALT, NO_FORMAT, 1, 16, 2},
     {AUDIO_BIT_DEPTH_24, MULTI_AUDIO_FMT_S24, 1, 24, 3},
-    {AUDIO_BIT_DEPTH_24_ALT, kNoFormat, 1, 24, 3},
+    {AUDIO_BIT_DEPTH_24_ALT, NO_FORMAT, 1, 24, 3},
     {AUDIO_BIT_DEPTH_32, MULTI_AUDIO_FMT_S24, 2, 32, 4},
-    {AUDIO_BIT_DEPTH_32_ALT, kNoFormat, 1, 32, 4},
+    {AUDIO_BIT_DEPTH_32_ALT, NO_FORMAT, 1, 32, 4},
 };
 
 struct ChannelMapRow {
@@ -75,7 +75,7 @@ struct ChannelMapRow {
     int channels;
 };
 
-constexpr ChannelMapRow kChannelMaps[] = {
+constexpr ChannelMapRow CHANNEL_MAPS[] = {
     {MULTI_AUDIO_CHL_MONO, AUDIO_CHANNEL_MAP_1, 0, 1},
     {MULTI_AUDIO_CHL_STEREO, AUDIO_CHANNEL_MAP_2, 1, 2},
     {MULTI_AUDIO_CHL_3, AUDIO_CHANNEL_MAP_3, 2, 3},
@@ -93,12 +93,12 @@ struct ChannelNameRow {
     std::string_view name;
 };
 
-constexpr ChannelNameRow kChannelNames[] = {
+constexpr ChannelNameRow CHANNEL_NAMES[] = {
     {AUDIO_CHANNEL_LF, "LF"}, {AUDIO_CHANNEL_RF, "RF"}, {AUDIO_CHANNEL_LS, "LS"},
     {AUDIO_CHANNEL_RS, "RS"}, {AUDIO_CHANNEL_CF, "CF"}, {AUDIO_CHANNEL_L1, "L1"},
 };
 
-constexpr unsigned kSampleRates[] = {8000,  11025, 12000, 16000, 22050, 24000,
+constexpr unsigned SAMPLE_RATES[] = {8000,  11025, 12000, 16000, 22050, 24000,
                                      32000, 44100, 48000, 96000, 192000};
 
 /// The value column of the first row whose key column holds `key`.
@@ -110,7 +110,7 @@ Value lookUp(const Rows& rows, Key Row::*keyColumn, const std::type_identity_t<K
     return row != std::end(rows) ? (*row).*valueColumn : otherwise;
 }
 
-constexpr std::uint32_t kPcm = 0;
+constexpr std::uint32_t PCM = 0;
 
 bool carriesFlag(std::uint32_t codecType) {
     return codecType == 64 || codecType == 65;
@@ -119,80 +119,80 @@ bool carriesFlag(std::uint32_t codecType) {
 }  // namespace
 
 AudioTagType AudioTypes::getTagType(std::string& tag) {
-    return lookUp(kTags, &TagRow::text, tag, &TagRow::tag, AUDIO_TAG_UNKNOWN);
+    return lookUp(TAGS, &TagRow::text, tag, &TagRow::tag, AUDIO_TAG_UNKNOWN);
 }
 
 std::string AudioTypes::getTag(AudioTagType tag) noexcept {
-    return std::string(lookUp(kTags, &TagRow::tag, tag, &TagRow::text, ""));
+    return std::string(lookUp(TAGS, &TagRow::tag, tag, &TagRow::text, ""));
 }
 
 std::string AudioTypes::getTag(audio_out_path_id_e path) noexcept {
-    return std::string(lookUp(kTags, &TagRow::path, path, &TagRow::text, ""));
+    return std::string(lookUp(TAGS, &TagRow::path, path, &TagRow::text, ""));
 }
 
 audio_connect_type AudioTypes::getConnectType(AudioTagType tag) {
-    return lookUp(kTags, &TagRow::tag, tag, &TagRow::connect, AUDIO_CONNECT_UNKNOWN);
+    return lookUp(TAGS, &TagRow::tag, tag, &TagRow::connect, AUDIO_CONNECT_UNKNOWN);
 }
 
 std::uint32_t AudioTypes::getCodecType(audio_codec_e codec) {
-    return lookUp(kCodecs, &CodecRow::codec, codec, &CodecRow::type, 0);
+    return lookUp(CODECS, &CodecRow::codec, codec, &CodecRow::type, 0);
 }
 
 std::uint32_t AudioTypes::getUsageType(audio_codec_e codec) {
-    return lookUp(kCodecs, &CodecRow::codec, codec, &CodecRow::usage, 0);
+    return lookUp(CODECS, &CodecRow::codec, codec, &CodecRow::usage, 0);
 }
 
 AudioBitDepthType AudioTypes::getBitDepthType(multi_audio_fmt format) {
-    return lookUp(kBitDepths, &BitDepthRow::format, format, &BitDepthRow::type, AUDIO_BIT_DEPTH_16);
+    return lookUp(BIT_DEPTHS, &BitDepthRow::format, format, &BitDepthRow::type, AUDIO_BIT_DEPTH_16);
 }
 
 AudioBitDepthType AudioTypes::getBitDepthType(int bits) {
-    return lookUp(kBitDepths, &BitDepthRow::bits, bits, &BitDepthRow::type, AUDIO_BIT_DEPTH_16);
+    return lookUp(BIT_DEPTHS, &BitDepthRow::bits, bits, &BitDepthRow::type, AUDIO_BIT_DEPTH_16);
 }
 
 int AudioTypes::getBitsPerSample(AudioBitDepthType bitDepth) {
-    return lookUp(kBitDepths, &BitDepthRow::type, bitDepth, &BitDepthRow::bits, 16);
+    return lookUp(BIT_DEPTHS, &BitDepthRow::type, bitDepth, &BitDepthRow::bits, 16);
 }
 
 int AudioTypes::getBytesPerSample(AudioBitDepthType bitDepth) {
-    return lookUp(kBitDepths, &BitDepthRow::type, bitDepth, &BitDepthRow::bytes, 2);
+    return lookUp(BIT_DEPTHS, &BitDepthRow::type, bitDepth, &BitDepthRow::bytes, 2);
 }
 
 int AudioTypes::getFfmpegSampleFormat(AudioBitDepthType bitDepth) {
-    return lookUp(kBitDepths, &BitDepthRow::type, bitDepth, &BitDepthRow::ffmpegFormat, 1);
+    return lookUp(BIT_DEPTHS, &BitDepthRow::type, bitDepth, &BitDepthRow::ffmpegFormat, 1);
 }
 
 AudioChannelMapType AudioTypes::getChannelMapType(multi_audio_chl layout) {
-    return lookUp(kChannelMaps, &ChannelMapRow::layout, layout, &ChannelMapRow::type,
+    return lookUp(CHANNEL_MAPS, &ChannelMapRow::layout, layout, &ChannelMapRow::type,
                   AUDIO_CHANNEL_MAP_2);
 }
 
 AudioChannelMapType AudioTypes::getChannelMapType(int channels) {
-    return lookUp(kChannelMaps, &ChannelMapRow::channels, channels, &ChannelMapRow::type,
+    return lookUp(CHANNEL_MAPS, &ChannelMapRow::channels, channels, &ChannelMapRow::type,
                   AUDIO_CHANNEL_MAP_2);
 }
 
 int AudioTypes::getChannelNumber(AudioChannelMapType channelMap) {
-    return lookUp(kChannelMaps, &ChannelMapRow::type, channelMap, &ChannelMapRow::channels, 2);
+    return lookUp(CHANNEL_MAPS, &ChannelMapRow::type, channelMap, &ChannelMapRow::channels, 2);
 }
 
 int AudioTypes::getFfmpegSampleChannel(AudioChannelMapType channelMap) {
-    return lookUp(kChannelMaps, &ChannelMapRow::type, channelMap, &ChannelMapRow::ffmpegChannel, 1);
+    return lookUp(CHANNEL_MAPS, &ChannelMapRow::type, channelMap, &ChannelMapRow::ffmpegChannel, 1);
 }
 
 std::string AudioTypes::getChannelName(audio_channel_idx_e channel) noexcept {
     return std::string(
-        lookUp(kChannelNames, &ChannelNameRow::channel, channel, &ChannelNameRow::name, ""));
+        lookUp(CHANNEL_NAMES, &ChannelNameRow::channel, channel, &ChannelNameRow::name, ""));
 }
 
 audio_channel_idx_e AudioTypes::getChannelType(std::string& name) {
-    return lookUp(kChannelNames, &ChannelNameRow::name, name, &ChannelNameRow::channel,
+    return lookUp(CHANNEL_NAMES, &ChannelNameRow::name, name, &ChannelNameRow::channel,
                   audio_channel_idx_e{});
 }
 
 unsigned AudioTypes::getFfmpegSampleRate(unsigned rate) {
-    const auto known = std::find(std::begin(kSampleRates), std::end(kSampleRates), rate);
-    return known != std::end(kSampleRates) ? *known : 48000;
+    const auto known = std::find(std::begin(SAMPLE_RATES), std::end(SAMPLE_RATES), rate);
+    return known != std::end(SAMPLE_RATES) ? *known : 48000;
 }
 
 void AudioTypes::getFormatDesc(AudioFormatDesc& format, audio_decoder_parameter_t& parameter) {
@@ -201,7 +201,7 @@ void AudioTypes::getFormatDesc(AudioFormatDesc& format, audio_decoder_parameter_
     filled.sampleRate = parameter.sampleRate;
     filled.channelMap = getChannelMapType(parameter.channels);
     filled.usage = getUsageType(parameter.codec);
-    if (filled.codecType == kPcm) {
+    if (filled.codecType == PCM) {
         filled.bitDepth = getBitDepthType(parameter.bitsPerSample);
     } else if (carriesFlag(filled.codecType)) {
         const std::uint8_t flag = parameter.flag != 0 ? 1 : 0;
@@ -217,6 +217,6 @@ void AudioTypes::getFormatDesc(AudioFormatDesc& format, audio_uplink_parameter_t
     filled.codecParam = parameter.codecParam;
     filled.channelMap = getChannelMapType(parameter.channelLayout);
     filled.usage = getUsageType(parameter.codec);
-    if (filled.codecType == kPcm) filled.bitDepth = getBitDepthType(parameter.sampleFormat);
+    if (filled.codecType == PCM) filled.bitDepth = getBitDepthType(parameter.sampleFormat);
     format = filled;
 }

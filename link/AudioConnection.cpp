@@ -274,7 +274,7 @@ std::int32_t AudioConnection::disconnect() {
     pSocket->mWorker->join();
     // A requester may still use the descriptor; after close() its number can belong to another
     // file.
-    taken.awaitReturn();
+    taken.waitForReturn();
     ::close(pSocket->mSocket);
     pSocket->mSocket = -1;
     AudioSocket::destroy(pSocket);

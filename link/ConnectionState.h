@@ -15,23 +15,23 @@ public:
     // ---- Transitions ----------------------------------------------------------------------------
 
     /// The receive thread has been started. Called before other threads can reach the connection.
-    void startWorker() { mFacts |= WORKER_STARTED; }
+    void startWorker() { mFlags |= WORKER_STARTED; }
     /// The receive thread has stopped reading.
     void endWorker([[maybe_unused]] AudioMutex& lock) CABINAUDIO_REQUIRES(lock) {
-        mFacts |= WORKER_GONE;
+        mFlags |= WORKER_GONE;
     }
     /// A reply's body waits in the socket.
     void offerBody([[maybe_unused]] AudioMutex& lock) CABINAUDIO_REQUIRES(lock) {
-        mFacts &= static_cast<std::uint8_t>(~BODY_TAKEN);
+        mFlags &= static_cast<std::uint8_t>(~BODY_TAKEN);
     }
     /// The requester has finished reading the body.
     void takeBody([[maybe_unused]] AudioMutex& lock) CABINAUDIO_REQUIRES(lock) {
-        mFacts |= BODY_TAKEN;
+        mFlags |= BODY_TAKEN;
     }
     /// A requester has given the connection up.
-    void breakOff([[maybe_unused]] AudioMutex& lock) CABINAUDIO_REQUIRES(lock) { mFacts |= BROKEN; }
+    void breakOff([[maybe_unused]] AudioMutex& lock) CABINAUDIO_REQUIRES(lock) { mFlags |= BROKEN; }
     /// The owner is about to be destroyed. @return whether the receive thread had already ended
-    [[nodiscard]] bool abandon() { return (mFacts.fetch_or(ABANDONED) & WORKER_GONE) != 0; }
+    [[nodiscard]] bool abandon() { return (mFlags.fetch_or(ABANDONED) & WORKER_GONE) != 0; }
 
     // ---- Questions ------------------------------------------------------------------------------
 
@@ -50,9 +50,9 @@ private:
     static constexpr std::uint8_t BROKEN = 8;
     static constexpr std::uint8_t ABANDONED = 16;
 
-    [[nodiscard]] bool is(std::uint8_t fact) const { return (mFacts & fact) != 0; }
+    [[nodiscard]] bool is(std::uint8_t flag) const { return (mFlags & flag) != 0; }
 
-    std::atomic<std::uint8_t> mFacts{0};
+    std::atomic<std::uint8_t> mFlags{0};
 };
 
 }  // namespace cabinaudio

@@ -70,7 +70,7 @@ TakenRecord takeRecord(std::atomic<AudioSocket*>& slot) noexcept {
     return {recordIn(taken), static_cast<std::uint32_t>(loansIn(taken))};
 }
 
-void TakenRecord::awaitReturn() const {
+void TakenRecord::waitForReturn() const {
     record->mReturnedLoans.await(loans);
 }
 

@@ -52,7 +52,7 @@ struct TakenRecord {
     std::uint32_t loans;  // at the time of taking
 
     /// Waits, without a time limit, until every loan has been returned.
-    void awaitReturn() const;
+    void waitForReturn() const;
 };
 
 /// Clears the slot. Any thread; does not wait.

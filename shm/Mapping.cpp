@@ -18,7 +18,7 @@
 namespace cabinaudio {
 namespace {
 
-constexpr const char* kMemoryDevice = "/dev/mem";
+constexpr const char* MEMORY_DEVICE = "/dev/mem";
 
 std::uint64_t roundedUp(std::uint64_t length, std::uint64_t pageSize) {
     return (length + pageSize - 1) / pageSize * pageSize;
@@ -61,8 +61,8 @@ bool hasRoom(int fd, off_t length) {
     struct stat object;
     if (fstatvfs(fd, &system) != 0 || system.f_blocks == 0 || fstat(fd, &object) != 0) return true;
     // Capped at 2^32 - 1, the most bytes to reserve, so that the product fits 64 bits.
-    constexpr std::uint64_t most = std::numeric_limits<std::uint32_t>::max();
-    const std::uint64_t blocks = std::min<std::uint64_t>(system.f_bfree, most);
+    constexpr std::uint64_t MOST = std::numeric_limits<std::uint32_t>::max();
+    const std::uint64_t blocks = std::min<std::uint64_t>(system.f_bfree, MOST);
     const std::uint64_t held = static_cast<std::uint64_t>(object.st_blocks) * 512;
     return static_cast<std::uint64_t>(length) <= blocks * system.f_frsize + held;
 }
@@ -109,11 +109,11 @@ void noteObject(ShareMemoryHandle* hdl, int fd) {
 /// Length to unmap at the header: by the shared size if it gives the same number of pages as the
 /// mapping, else the mapped length, because the other side may have stored any size.
 std::size_t headerLength(const ShareMemoryHandle* hdl) {
-    constexpr std::uint64_t header = sizeof(*hdl->hdr);
-    if (hdl->type == SHM_TYPE_PHYS_MEM) return header;
+    constexpr std::uint64_t HEADER = sizeof(*hdl->hdr);
+    if (hdl->type == SHM_TYPE_PHYS_MEM) return HEADER;
     const auto pageSize = static_cast<std::uint64_t>(getpagesize());
-    const std::uint64_t mapped = hdl->len + header;
-    const std::uint64_t shared = loadRelaxed(hdl->hdr->size) + header;
+    const std::uint64_t mapped = hdl->len + HEADER;
+    const std::uint64_t shared = loadRelaxed(hdl->hdr->size) + HEADER;
     const bool same = roundedUp(shared, pageSize) == roundedUp(mapped, pageSize);
     return static_cast<std::size_t>(same ? shared : mapped);
 }
@@ -121,9 +121,9 @@ std::size_t headerLength(const ShareMemoryHandle* hdl) {
 }  // namespace
 
 bool mapPhysicalMemory(ShareMemoryHandle* hdl, const LogSite& site) {
-    const int fd = open(kMemoryDevice, O_RDWR | O_CLOEXEC);
+    const int fd = open(MEMORY_DEVICE, O_RDWR | O_CLOEXEC);
     if (fd < 0) {
-        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "open(%s) failed:%s\n", kMemoryDevice,
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "open(%s) failed:%s\n", MEMORY_DEVICE,
                      std::strerror(errno));
         return false;
     }

@@ -18,8 +18,8 @@ static_assert(sizeof(off_t) == 8, "physical addresses from 2 GiB on are file off
 
 /// Length of the ring's shared-memory object in bytes.
 [[nodiscard]] inline off_t objectLength(const ShareMemoryHandle& hdl) {
-    constexpr off_t header = sizeof(wire::RingHeader);
-    return hdl.type == SHM_TYPE_PHYS_MEM ? header : header + off_t{hdl.len};
+    constexpr off_t HEADER = sizeof(wire::RingHeader);
+    return hdl.type == SHM_TYPE_PHYS_MEM ? HEADER : HEADER + off_t{hdl.len};
 }
 
 /// Opens or creates the ring's shared-memory object. @return the descriptor, negative on failure

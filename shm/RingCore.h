@@ -42,7 +42,7 @@ struct RingState {
     }
 
     /// Whether a ring of at most `limit` bytes can have this state.
-    [[nodiscard]] bool possible(std::uint32_t limit) const {
+    [[nodiscard]] bool isPossible(std::uint32_t limit) const {
         return size - 1 < limit && read < size && write < size;
     }
 

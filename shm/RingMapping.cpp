@@ -19,7 +19,7 @@ namespace {
 
 using wire::RingHeader;
 
-constexpr const char* kCacheDevice = "/dev/cache";
+constexpr const char* CACHE_DEVICE = "/dev/cache";
 
 /// Sets the object's length. Deliberate: both sides set it, and the last one takes effect.
 /// @param text  of the condition in the log
@@ -88,9 +88,9 @@ bool createShmMap(ShareMemoryHandle* hdl, const char* name) {
     if (!(physical ? mapPhysicalRing(hdl, site) : mapObjectRing(hdl, site))) return false;
     if ((hdl->mode & SHM_MODE_CREATOR) != 0) initHeader(*hdl->hdr, hdl->len, site.function);
     if (hdl->needCache) {
-        hdl->cacheFd = open(kCacheDevice, O_RDWR | O_CLOEXEC);
+        hdl->cacheFd = open(CACHE_DEVICE, O_RDWR | O_CLOEXEC);
         if (hdl->cacheFd < 0) {
-            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "open %s failed\n", kCacheDevice);
+            AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "open %s failed\n", CACHE_DEVICE);
             return false;
         }
     }

@@ -14,7 +14,7 @@ namespace cabinaudio {
 namespace {
 
 // A receiver that has not ended is woken again after this time.
-constexpr long kReceiverWakeIntervalMs = 10;
+constexpr long RECEIVER_WAKE_INTERVAL_MS = 10;
 
 void postFor(ShareMemoryHandle* hdl, const char* function) {
     ignoreUnless(sem_post(hdl->recevierSem) == 0, function, "!sem_post(hdl->recevierSem)");
@@ -52,7 +52,7 @@ void uninitShmNotificationReceiver(ShareMemoryHandle* hdl) {
     // The other side may have initialised the semaphore while the receiver waits on it, so that no
     // post reaches the receiver, or may have taken the post.
     semaphoreWakeSleepers(hdl->recevierSem);
-    while (!receiver->waitForBodysEnd(kReceiverWakeIntervalMs)) {
+    while (!receiver->waitForBodyEnd(RECEIVER_WAKE_INTERVAL_MS)) {
         if (!semaphoreHasPost(hdl->recevierSem)) postFor(hdl, __func__);
         semaphoreWakeSleepers(hdl->recevierSem);
     }

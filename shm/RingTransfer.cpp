@@ -57,7 +57,7 @@ inline void stampUpdate(RingHeader& ring) {
 template <typename Taken>
 inline std::uint32_t copyOut(const ShareMemoryHandle* hdl, RingState state, unsigned char* dst,
                              std::uint32_t len, Taken taken) {
-    if (!state.possible(hdl->len)) return 0;
+    if (!state.isPossible(hdl->len)) return 0;
     const std::uint32_t count = std::min(state.used(), len);
     forEachPiece(state.read, count, state.size,
                  [&](std::uint32_t offset, std::uint32_t bytes, std::uint32_t next) {
@@ -79,7 +79,7 @@ std::uint32_t readInPieces(const ShareMemoryHandle* hdl, RingState state, unsign
 /// Copies into a ring of any kind.
 std::uint32_t writeInPieces(const ShareMemoryHandle* hdl, RingState state, const unsigned char* src,
                             std::uint32_t len) {
-    if (!state.possible(hdl->len)) return 0;
+    if (!state.isPossible(hdl->len)) return 0;
     const std::uint32_t count = std::min(state.free(), len);
     forEachPiece(state.write, count, state.size,
                  [&](std::uint32_t offset, std::uint32_t bytes, std::uint32_t next) {
@@ -109,14 +109,14 @@ inline int finishWrite(RingHeader& ring, std::uint32_t count) {
 
 // read() and write() for a ring of any kind. They load the header again.
 
-[[gnu::noinline]] int readAnyhow(const ShareMemoryHandle* hdl, unsigned char* dst,
-                                 std::uint32_t len) {
+[[gnu::noinline]] int readAnyRing(const ShareMemoryHandle* hdl, unsigned char* dst,
+                                  std::uint32_t len) {
     if (!hdl->isMapped()) return 0;
     return finishRead(*hdl->hdr, readInPieces(hdl, RingState::of(*hdl->hdr), dst, len));
 }
 
-[[gnu::noinline]] int writeAnyhow(const ShareMemoryHandle* hdl, const unsigned char* src,
-                                  std::uint32_t len) {
+[[gnu::noinline]] int writeAnyRing(const ShareMemoryHandle* hdl, const unsigned char* src,
+                                   std::uint32_t len) {
     if (!hdl->isMapped()) return 0;
     return finishWrite(*hdl->hdr, writeInPieces(hdl, RingState::of(*hdl->hdr), src, len));
 }
@@ -150,12 +150,12 @@ unsigned ShareMemoryEx::getTotalSize() {
 
 unsigned ShareMemoryEx::getUsedSize() {
     const RingState state = RingState::of(*mHandle->ring);
-    return state.possible(mHandle->len) ? state.used() : 0;
+    return state.isPossible(mHandle->len) ? state.used() : 0;
 }
 
 unsigned ShareMemoryEx::getFreeSize() {
     const RingState state = RingState::of(*mHandle->ring);
-    return state.possible(mHandle->len) ? state.free() : 0;
+    return state.isPossible(mHandle->len) ? state.free() : 0;
 }
 
 unsigned ShareMemoryEx::getReadOffset() {
@@ -175,7 +175,7 @@ __attribute__((no_sanitize("nonnull-attribute"))) int ShareMemoryEx::read(unsign
     const std::uint32_t size = loadAcquire(ring.size);
     const std::uint32_t r = loadRelaxed(ring.readOffset);
     const std::uint32_t w = loadAcquire(ring.writeOffset);
-    const auto inPieces = [=] { return readAnyhow(hdl, dst, static_cast<std::uint32_t>(count)); };
+    const auto inPieces = [=] { return readAnyRing(hdl, dst, static_cast<std::uint32_t>(count)); };
     // Fast path: a plain ring, and all `len` bytes lie in one piece between the offsets, which also
     // shows that the offsets are possible. Joined by ||, the conditions take more instructions on
     // the target.
@@ -197,7 +197,7 @@ __attribute__((no_sanitize("nonnull-attribute"))) int ShareMemoryEx::write(const
     const std::uint32_t size = loadAcquire(ring.size);
     const std::uint32_t r = loadAcquire(ring.readOffset);
     const std::uint32_t w = loadRelaxed(ring.writeOffset);
-    const auto inPieces = [=] { return writeAnyhow(hdl, src, static_cast<std::uint32_t>(count)); };
+    const auto inPieces = [=] { return writeAnyRing(hdl, src, static_cast<std::uint32_t>(count)); };
     // Fast path: a plain ring, and `len` bytes fit behind the data without reaching the ring's end.
     if (r > w) return inPieces();
     const std::size_t end = opaque(w + count);
@@ -238,9 +238,9 @@ void ShareMemoryEx::updateWriteOffset(unsigned offset) {
 void ShareMemoryEx::getNextBuffer(audio_buffer_provider_t& buffer) {
     if (!mHandle->isMapped()) return;
     const RingState state = RingState::of(*mHandle->ring);
-    const bool possible = state.possible(mHandle->len);
-    buffer.data = mHandle->data + (possible ? state.read : 0);
-    buffer.length = possible ? state.usedInOnePiece() : 0;
+    const bool isPossible = state.isPossible(mHandle->len);
+    buffer.data = mHandle->data + (isPossible ? state.read : 0);
+    buffer.length = isPossible ? state.usedInOnePiece() : 0;
 }
 
 void ShareMemoryEx::releaseBuffer(const audio_buffer_provider_t& buffer) {

@@ -12,7 +12,7 @@ namespace cabinaudio {
 
 namespace {
 
-constexpr std::uint32_t kProcessShared = 128;
+constexpr std::uint32_t PROCESS_SHARED = 128;
 
 std::uint32_t* wordsOf(sem_t* semaphore) {
     return reinterpret_cast<std::uint32_t*>(semaphore);
@@ -23,7 +23,7 @@ std::uint32_t* wordsOf(sem_t* semaphore) {
 void semaphoreShare(sem_t* semaphore) {
     std::uint32_t unset = 0;
     std::atomic_ref<std::uint32_t>(wordsOf(semaphore)[1])
-        .compare_exchange_strong(unset, kProcessShared);
+        .compare_exchange_strong(unset, PROCESS_SHARED);
 }
 
 void semaphoreWakeSleepers(sem_t* semaphore) {
@@ -44,9 +44,9 @@ bool semaphoreHasPost(sem_t* semaphore) {
 
 namespace {
 
-constexpr std::uint32_t kWaitersBit = 1;
-constexpr std::uint32_t kOnePost = 2;
-constexpr std::uint32_t kCountMax = 0x7fffffff;
+constexpr std::uint32_t WAITERS_BIT = 1;
+constexpr std::uint32_t ONE_POST = 2;
+constexpr std::uint32_t COUNT_MAX = 0x7fffffff;
 
 using Word = std::atomic_ref<std::uint32_t>;
 
@@ -58,13 +58,13 @@ Word waitersOf(sem_t* semaphore) {
 }
 
 constexpr std::uint32_t countIn(std::uint32_t value) {
-    return value / kOnePost;
+    return value / ONE_POST;
 }
 
 bool tryTake(Word value) {
     std::uint32_t seen = value.load(std::memory_order_relaxed);
     while (countIn(seen) != 0)
-        if (value.compare_exchange_weak(seen, seen - kOnePost, std::memory_order_acquire,
+        if (value.compare_exchange_weak(seen, seen - ONE_POST, std::memory_order_acquire,
                                         std::memory_order_relaxed))
             return true;
     return false;
@@ -74,9 +74,9 @@ int sleepForPost(sem_t* semaphore) {
     const Word value = valueOf(semaphore);
     while (!tryTake(value)) {
         // Set in every round: a leaving waiter, or an initialisation, may have cleared it.
-        const std::uint32_t seen = value.fetch_or(kWaitersBit, std::memory_order_relaxed);
+        const std::uint32_t seen = value.fetch_or(WAITERS_BIT, std::memory_order_relaxed);
         if (countIn(seen) != 0) continue;
-        if (futexWait(semaphore->word, FUTEX_WAIT, kWaitersBit, nullptr) != 0 && errno != EAGAIN)
+        if (futexWait(semaphore->word, FUTEX_WAIT, WAITERS_BIT, nullptr) != 0 && errno != EAGAIN)
             return -1;
     }
     return 0;
@@ -87,22 +87,22 @@ void leaveWaiters(sem_t* semaphore) {
     const Word waiters = waitersOf(semaphore);
     const std::uint32_t guess = waiters.load(std::memory_order_relaxed);
     if (guess == 0) return;  // initialised during the wait: this waiter is not counted
-    if (guess == 1) value.fetch_and(~kWaitersBit, std::memory_order_acquire);
+    if (guess == 1) value.fetch_and(~WAITERS_BIT, std::memory_order_acquire);
     const std::uint32_t before = waiters.fetch_sub(1, std::memory_order_release);
     if (guess != 1 || before == 1) return;
     // Another waiter arrived in between and may wait without the bit; a post may have been missed.
-    const std::uint32_t seen = value.fetch_or(kWaitersBit, std::memory_order_relaxed);
+    const std::uint32_t seen = value.fetch_or(WAITERS_BIT, std::memory_order_relaxed);
     if (countIn(seen) != 0) futexWake(semaphore->word, FUTEX_WAKE, 1);
 }
 
 }  // namespace
 
 int sem_init(sem_t* semaphore, int shared, unsigned count) {
-    if (count > kCountMax) {
+    if (count > COUNT_MAX) {
         errno = EINVAL;
         return -1;
     }
-    const std::uint32_t words[4] = {count * kOnePost, shared != 0 ? kProcessShared : 0, 0, 0};
+    const std::uint32_t words[4] = {count * ONE_POST, shared != 0 ? PROCESS_SHARED : 0, 0, 0};
     for (int i = 0; i < 4; ++i)
         Word(semaphore->word[i]).store(words[i], std::memory_order_relaxed);
     return 0;
@@ -116,13 +116,13 @@ int sem_post(sem_t* semaphore) {
     const Word value = valueOf(semaphore);
     std::uint32_t seen = value.load(std::memory_order_relaxed);
     do {
-        if (countIn(seen) == kCountMax) {
+        if (countIn(seen) == COUNT_MAX) {
             errno = EOVERFLOW;
             return -1;
         }
-    } while (!value.compare_exchange_weak(seen, seen + kOnePost, std::memory_order_release,
+    } while (!value.compare_exchange_weak(seen, seen + ONE_POST, std::memory_order_release,
                                           std::memory_order_relaxed));
-    if ((seen & kWaitersBit) != 0) futexWake(semaphore->word, FUTEX_WAKE, 1);
+    if ((seen & WAITERS_BIT) != 0) futexWake(semaphore->word, FUTEX_WAKE, 1);
     return 0;
 }
 

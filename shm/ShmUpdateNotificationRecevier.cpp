@@ -54,7 +54,7 @@ bool ShmUpdateNotificationRecevier::receive() {
     return true;
 }
 
-bool ShmUpdateNotificationRecevier::waitForBodysEnd(long ms) {
+bool ShmUpdateNotificationRecevier::waitForBodyEnd(long ms) {
     const struct timespec timeout = {static_cast<time_t>(ms / 1000), ms % 1000 * 1000000};
     if (mBodyRuns != 0) futexWait(wordOf(mBodyRuns), FUTEX_WAIT_PRIVATE, 1, &timeout);
     return mBodyRuns == 0;

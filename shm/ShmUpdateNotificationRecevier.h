@@ -28,7 +28,7 @@ public:
 
     /// Waits, for at most `ms` milliseconds, until the body no longer waits on the semaphore or
     /// calls the callback. @return whether the body has ended
-    [[nodiscard]] bool waitForBodysEnd(long ms);
+    [[nodiscard]] bool waitForBodyEnd(long ms);
 
     /// Whether the caller is the body, that is, inside notify().
     [[nodiscard]] bool isCaller() const;

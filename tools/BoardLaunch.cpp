@@ -21,9 +21,9 @@ namespace {
 
 // Set for one exec: the launcher was tried. The value is "-" and the numbers of the standard
 // descriptors that were closed before.
-constexpr char kLaunchedVariable[] = "CABINAUDIO_TOOL_LAUNCHED";
+constexpr char LAUNCHED_VARIABLE[] = "CABINAUDIO_TOOL_LAUNCHED";
 
-constexpr char kLauncher[] = "cabinaudio-run";
+constexpr char LAUNCHER[] = "cabinaudio-run";
 
 bool isUsable(const char* device) {
     return faccessat(AT_FDCWD, device, R_OK | W_OK, AT_EACCESS) == 0;
@@ -38,7 +38,7 @@ std::filesystem::path thisProgram() {
 std::filesystem::path launcher() {
     const std::filesystem::path here = thisProgram().parent_path();
     for (const std::filesystem::path& place :
-         {here / kLauncher, here.parent_path() / "devkit" / "board" / kLauncher})
+         {here / LAUNCHER, here.parent_path() / "devkit" / "board" / LAUNCHER})
         if (access(place.c_str(), X_OK) == 0) return place;
     return {};
 }
@@ -58,7 +58,7 @@ std::string descriptorList(const ClosedDescriptors& closed) {
     for (char** argument = argv + 1; *argument != nullptr; ++argument)
         arguments.push_back(*argument);
     arguments.push_back(nullptr);
-    setenv(kLaunchedVariable, descriptorList(start.closedDescriptors).c_str(), 1);
+    setenv(LAUNCHED_VARIABLE, descriptorList(start.closedDescriptors).c_str(), 1);
     execv(path.c_str(), arguments.data());
     const int error = errno;
     throw Failure("cannot run " + path + ": " + std::strerror(error) +
@@ -69,13 +69,13 @@ std::string descriptorList(const ClosedDescriptors& closed) {
 
 Start noteStart() {
     Start start{closedStandardDescriptors(), false};
-    if (const char* closed = std::getenv(kLaunchedVariable)) {
+    if (const char* closed = std::getenv(LAUNCHED_VARIABLE)) {
         start.launched = true;
         start.closedDescriptors.reset();
         for (std::size_t descriptor = 0; descriptor < start.closedDescriptors.size(); ++descriptor)
             start.closedDescriptors[descriptor] =
                 std::strchr(closed, static_cast<char>('0' + descriptor)) != nullptr;
-        unsetenv(kLaunchedVariable);
+        unsetenv(LAUNCHED_VARIABLE);
     }
     return start;
 }
@@ -85,20 +85,20 @@ bool boardIsActive() {
 }
 
 std::string boardInstance() {
-    const char* instance = boardIsActive() ? std::getenv(board::kInstanceVariable) : nullptr;
+    const char* instance = boardIsActive() ? std::getenv(board::INSTANCE_VARIABLE) : nullptr;
     return instance != nullptr ? instance : "";
 }
 
 void warnOfForeignServer() {
     // The stand-in appends the instance's name to the socket's name.
     const std::string warning = board::warningOfForeignServer(
-        "", boardIsActive() ? board::Look::AtBothSockets : board::Look::AtControlSocket);
+        "", boardIsActive() ? board::CheckedSockets::Both : board::CheckedSockets::ControlOnly);
     if (!warning.empty()) complain(warning);
 }
 
 void enterBoard(const Start& start, const CommonOptions& options, char** argv) {
     if (boardIsActive() || !options.board) return;
-    if (isUsable(Devices::kMemory) && isUsable(Devices::kCache)) return;
+    if (isUsable(Devices::MEMORY) && isUsable(Devices::CACHE)) return;
     if (start.launched)
         throw Failure("cabinaudio-run has not loaded the board stand-in; reinstall it");
     const std::filesystem::path program = launcher();

@@ -18,8 +18,8 @@ struct Start {
 
 /// The board's two devices, or their stand-ins.
 struct Devices {
-    static constexpr char kMemory[] = "/dev/mem";
-    static constexpr char kCache[] = "/dev/cache";
+    static constexpr char MEMORY[] = "/dev/mem";
+    static constexpr char CACHE[] = "/dev/cache";
 };
 
 /// @return whether the stand-in is loaded in this process

@@ -20,7 +20,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-[[noreturn]] void beChild(pid_t parent, int answers, const std::function<void(int)>& work) {
+[[noreturn]] void runChild(pid_t parent, int answers, const std::function<void(int)>& work) {
     // Ends the child if this program is killed.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent) _exit(1);
@@ -33,7 +33,7 @@ using Clock = std::chrono::steady_clock;
 }
 
 /// Reads until the end of the pipe. @return false if the deadline passes first
-bool readAll(int pipe, Clock::time_point deadline, std::string& said) {
+bool readAll(int pipe, Clock::time_point deadline, std::string& output) {
     for (;;) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
         struct pollfd entry = {pipe, POLLIN, 0};
@@ -43,7 +43,7 @@ bool readAll(int pipe, Clock::time_point deadline, std::string& said) {
         char part[256];
         const ssize_t got = ready > 0 ? read(pipe, part, sizeof part) : -1;
         if (got == 0 || (got < 0 && errno != EINTR)) return true;
-        if (got > 0) said.append(part, static_cast<std::size_t>(got));
+        if (got > 0) output.append(part, static_cast<std::size_t>(got));
     }
 }
 
@@ -66,21 +66,20 @@ ChildResult runInChild(std::chrono::milliseconds bound, const std::function<void
     const pid_t child = fork();
     if (child == 0) {
         close(ends[0]);
-        beChild(parent, ends[1], work);
+        runChild(parent, ends[1], work);
     }
     const int error = errno;
     close(ends[1]);
     ChildResult result{"", ChildEnd::Finished};
-    const bool inTime = child > 0 && readAll(ends[0], deadline, result.said);
+    const bool inTime = child > 0 && readAll(ends[0], deadline, result.output);
     close(ends[0]);
     if (child < 0) throw Failure(std::string("cannot make a process: ") + std::strerror(error));
     if (!inTime) kill(child, SIGKILL);
     const int status = waitFor(child);
-    if (!inTime) {
+    if (!inTime)
         result.end = ChildEnd::Overdue;
-    } else if (status != 0) {
+    else if (status != 0)
         result.end = ChildEnd::Died;
-    }
     return result;
 }
 

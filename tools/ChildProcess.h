@@ -18,7 +18,7 @@ enum class ChildEnd {
 };
 
 struct ChildResult {
-    std::string said;  // all that it wrote to its descriptor
+    std::string output;  // all that it wrote to its descriptor
     ChildEnd end;
 };
 
@@ -35,11 +35,11 @@ void answer(int answers, const void* record, std::size_t size);
 
 /// Removes the next record from the front of a child's answers. @return false when there is none
 template <typename Record>
-bool takeRecord(std::string& said, Record& record) {
+bool takeRecord(std::string& output, Record& record) {
     static_assert(std::is_trivially_copyable_v<Record>);
-    if (said.size() < sizeof record) return false;
-    std::memcpy(&record, said.data(), sizeof record);
-    said.erase(0, sizeof record);
+    if (output.size() < sizeof record) return false;
+    std::memcpy(&record, output.data(), sizeof record);
+    output.erase(0, sizeof record);
     return true;
 }
 

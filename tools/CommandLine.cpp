@@ -20,7 +20,7 @@ namespace cabinaudio::tool {
 
 namespace {
 
-constexpr char kFooter[] =
+constexpr char FOOTER[] =
     "Exit status: 0 done, 1 failed, 2 wrong usage, 3 no server, 4 timed out,\n"
     "5 a check was not met.";
 
@@ -128,45 +128,46 @@ void addBlock(CLI::App& command, bool& block, const char* ifBlocking, const char
 void addStreamParam(CLI::App& command, int& streamParam) {
     command
         .add_option("--stream-param", streamParam,
-                    "Stream parameter, handed to the server as it is")
+                    "Stream parameter, passed to the server unchanged")
         ->type_name("NUMBER");
 }
 
 void addPlay(CLI::App& app, PlayOptions& options, CommonOptions& common) {
     CLI::App& command = *app.add_subcommand("play", "Play audio files: WAV, FLAC, Ogg and more");
-    command.add_option("FILE", options.files, "What to play, in this order; - is standard input")
+    command.add_option("FILE", options.files, "Files to play, in this order; - is standard input")
         ->type_name("")
         ->required();
-    addTag(command, options.tag, playbackTagNames(),
-           "What the stream is for: alternative, auxiliary,\nmain, output_input0_invocation or "
-           "output_uplink_invocation.\nOn main the server may withdraw the source; what the files\n"
-           "hold for that time is discarded, and counted");
+    addTag(
+        command, options.tag, playbackTagNames(),
+        "Purpose of the stream: alternative, auxiliary,\nmain, output_input0_invocation or "
+        "output_uplink_invocation.\nOn main the server may withdraw the source; the data of that\n"
+        "time is discarded and counted");
     addName(command, options.name);
     addBlock(command, options.block, "Let the library wait for free space (this is the default)",
-             "Write what fits and sleep half of what is queued");
+             "Write what fits, then sleep for half of the queued time");
     command
         .add_option("--key-shift", options.keyShift,
                     "Pitch, 0.8 to 1.2; not on alternative or main")
         ->type_name("KEY")
         ->check(range(0.8, 1.2));
     addStreamParam(command, options.streamParam);
-    addTimeout(command, options.timeout, "How long to wait for anything that does not move");
+    addTimeout(command, options.timeout, "Time limit of each wait without progress");
     addCommon(command, common);
 }
 
-constexpr std::pair<const char*, RecordCodec> kCodecs[] = {{"pcm", RecordCodec::Pcm},
-                                                           {"opus", RecordCodec::Opus},
-                                                           {"msbc", RecordCodec::Msbc},
-                                                           {"aac", RecordCodec::Aac}};
-constexpr std::pair<const char*, AudioBitDepthType> kDepths[] = {{"s16", AUDIO_BIT_DEPTH_16},
-                                                                 {"u8", AUDIO_BIT_DEPTH_8},
-                                                                 {"s24", AUDIO_BIT_DEPTH_24},
-                                                                 {"s32", AUDIO_BIT_DEPTH_32}};
+constexpr std::pair<const char*, RecordCodec> CODECS[] = {{"pcm", RecordCodec::Pcm},
+                                                          {"opus", RecordCodec::Opus},
+                                                          {"msbc", RecordCodec::Msbc},
+                                                          {"aac", RecordCodec::Aac}};
+constexpr std::pair<const char*, AudioBitDepthType> DEPTHS[] = {{"s16", AUDIO_BIT_DEPTH_16},
+                                                                {"u8", AUDIO_BIT_DEPTH_8},
+                                                                {"s24", AUDIO_BIT_DEPTH_24},
+                                                                {"s32", AUDIO_BIT_DEPTH_32}};
 
 /// An option whose value is a name of a table; the first one is the default.
-template <typename Value, std::size_t Size>
+template <typename Value, std::size_t SIZE>
 void addChoice(CLI::App& command, const char* option, Value& value,
-               const std::pair<const char*, Value> (&table)[Size], const char* what) {
+               const std::pair<const char*, Value> (&table)[SIZE], const char* what) {
     std::vector<std::string> names;
     for (const auto& row : table)
         names.emplace_back(row.first);
@@ -191,13 +192,13 @@ void addRecordFormat(CLI::App& command, RecordFormat& format) {
     command.add_option("--channels", format.channels, "Channels (2; of an uplink 1)")
         ->type_name("N")
         ->check(range(1, 6));
-    addChoice(command, "--format", format.depth, kDepths, "Samples of PCM: s16, u8, s24 or s32");
-    addChoice(command, "--codec", format.codec, kCodecs,
-              "How an uplink is coded: pcm, opus, msbc or aac");
+    addChoice(command, "--format", format.depth, DEPTHS, "Samples of PCM: s16, u8, s24 or s32");
+    addChoice(command, "--codec", format.codec, CODECS,
+              "Codec of an uplink: pcm, opus, msbc or aac");
     command
         .add_option(
             "--codec-param", format.codecParam,
-            "Codec parameter, handed to the server as it is;\nfor cabinaudio-server the bit "
+            "Codec parameter, passed to the server unchanged;\nfor cabinaudio-server the bit "
             "rate")
         ->type_name("NUMBER");
 }
@@ -208,25 +209,25 @@ void addRecord(CLI::App& app, RecordOptions& options, CommonOptions& common) {
     command
         .add_option(
             "FILE", options.file,
-            "Where to: .wav or .flac, for Opus .opus, for AAC .loas;\n- is standard output, "
-            "as it comes")
+            "Output file: .wav or .flac, for Opus .opus, for AAC .loas;\n- is standard output, "
+            "unchanged")
         ->type_name("")
         ->required();
     addTag(command, options.tag, captureTagNames(),
-           "What to record: input0, input1, input2, input_front_feedback\nor uplink");
-    command.add_option("--seconds", options.seconds, "How much; without it until SIGINT")
+           "Source to record: input0, input1, input2, input_front_feedback\nor uplink");
+    command.add_option("--seconds", options.seconds, "Duration; without it until SIGINT")
         ->type_name("N")
         ->check(range(0.001, 1e6));
     addRecordFormat(command, options.format);
-    command.add_flag("--raw", options.raw, "Store what the stream delivers as it is");
+    command.add_flag("--raw", options.raw, "Store the stream's data unchanged");
     command.add_option("--volume", options.volume, "Capture volume, 0 to 100; not of an uplink")
         ->type_name("N")
         ->check(range(0, 100));
     addName(command, options.name);
     addBlock(command, options.block, "Let the library wait for data (this is the default)",
-             "Take what is there, and sleep; PCM only");
+             "Read the available data, then sleep; PCM only");
     addStreamParam(command, options.streamParam);
-    addTimeout(command, options.timeout, "How long to wait for anything that does not move");
+    addTimeout(command, options.timeout, "Time limit of each wait without progress");
     addCommon(command, common);
 }
 
@@ -242,7 +243,7 @@ CLI::App& addServerCommand(CLI::App& parent, const std::string& word, const std:
                            const char* what, ServerOptions& options, CommonOptions& common) {
     CLI::App& command = *parent.add_subcommand(word, what);
     command.callback([&options, words] { options.command.insert(0, words); });
-    addTimeout(command, options.timeout, "How long to wait for the server's answer");
+    addTimeout(command, options.timeout, "Time limit for the server's answer");
     addCommon(command, common);
     return command;
 }
@@ -257,7 +258,7 @@ CLI::Option& addArgument(CLI::App& command, ServerOptions& options, const char* 
 }
 
 void addServerStreams(CLI::App& server, ServerOptions& options, CommonOptions& common) {
-    CLI::App& source = *server.add_subcommand("source", "Who plays on the main output");
+    CLI::App& source = *server.add_subcommand("source", "The source of the main output");
     source.require_subcommand(1);
     for (const auto& [word, what] : {std::pair{"activate", "Make a sink the main source"},
                                      std::pair{"withdraw", "Take the main output from a sink"}})
@@ -268,21 +269,22 @@ void addServerStreams(CLI::App& server, ServerOptions& options, CommonOptions& c
     CLI::App& stream = *server.add_subcommand("stream", "The streams of the clients");
     stream.require_subcommand(1);
     addArgument(
-        addServerCommand(stream, "remove", "stream remove", "Take a stream away", options, common),
+        addServerCommand(stream, "remove", "stream remove", "Remove a stream", options, common),
         options, "The stream's name")
         .required();
     CLI::App& rings = *server.add_subcommand("ring", "The rings of the streams");
     rings.require_subcommand(1);
     addArgument(addServerCommand(rings, "announce", "ring announce",
-                                 "Announce a stream's ring once more", options, common),
+                                 "Announce a stream's ring again", options, common),
                 options, "The stream's name")
         .required();
     CLI::App& uplink = *server.add_subcommand("uplink", "The uplink of a call");
     uplink.require_subcommand(1);
-    CLI::App& ring = *uplink.add_subcommand("ring", "Its ring, without which there is silence");
+    CLI::App& ring =
+        *uplink.add_subcommand("ring", "The uplink's ring; without it, recordings are silent");
     ring.require_subcommand(1);
-    for (const auto& [word, what] :
-         {std::pair{"on", "Let uplinks have their rings"}, std::pair{"off", "Take the rings back"}})
+    for (const auto& [word, what] : {std::pair{"on", "Announce the rings of uplinks"},
+                                     std::pair{"off", "Withdraw the rings of uplinks"}})
         addArgument(
             addServerCommand(ring, word, std::string("uplink ring ") + word, what, options, common),
             options, "Of this uplink only");
@@ -290,7 +292,7 @@ void addServerStreams(CLI::App& server, ServerOptions& options, CommonOptions& c
 
 void addServer(CLI::App& app, ServerOptions& options, CommonOptions& common) {
     CLI::App& server =
-        *app.add_subcommand("server", "Have a running cabinaudio-server do something");
+        *app.add_subcommand("server", "Send a command to a running cabinaudio-server");
     server.require_subcommand(1);
     addServerCommand(server, "state", "state", "Show its streams; --json shows all of it", options,
                      common)
@@ -299,8 +301,8 @@ void addServer(CLI::App& app, ServerOptions& options, CommonOptions& common) {
             options.isState = true;
         });
     addServerStreams(server, options, common);
-    CLI::App& stall = addServerCommand(server, "stall", "stall", "Have it stand still for a while",
-                                       options, common);
+    CLI::App& stall =
+        addServerCommand(server, "stall", "stall", "Block the server for a while", options, common);
     stall
         .add_option_function<int>(
             "MS", [&options](const int& ms) { options.command = " " + std::to_string(ms); },
@@ -308,26 +310,26 @@ void addServer(CLI::App& app, ServerOptions& options, CommonOptions& common) {
         ->type_name("")
         ->required()
         ->check(range(1, 60000));
-    addServerCommand(server, "crash", "crash", "Have it die at once", options, common);
+    addServerCommand(server, "crash", "crash", "Abort the server at once", options, common);
 }
 
-constexpr char kNames[] =
+constexpr char NAMES[] =
     "Names of settings, or patterns such as 'volume.*'; see\n'cabinaudio list'";
 
 CLI::App& addSettings(CLI::App& app, const char* word, const char* what, SettingsOptions& options,
                       CommonOptions& common) {
     CLI::App& command = *app.add_subcommand(word, what);
-    addTimeout(command, options.timeout, "How long to wait for each of the server's answers");
+    addTimeout(command, options.timeout, "Time limit for each answer of the server");
     addCommon(command, common);
     return command;
 }
 
 void addGet(CLI::App& app, GetOptions& options, CommonOptions& common) {
     CLI::App& command =
-        addSettings(app, "get", "Print settings as lines that set takes", options, common);
-    command.add_option("NAME", options.names, std::string(kNames) + "; all without any")
+        addSettings(app, "get", "Print settings as lines that set accepts", options, common);
+    command.add_option("NAME", options.names, std::string(NAMES) + "; all without any")
         ->type_name("");
-    command.add_flag("--steps", options.inSteps, "Volumes in steps, where servers tell them");
+    command.add_flag("--steps", options.inSteps, "Volumes in steps, where the server has them");
     command.add_flag("--value", options.valueOnly, "Print the values only");
 }
 
@@ -338,11 +340,11 @@ void addSet(CLI::App& app, SetOptions& options, CommonOptions& common) {
     CLI::Option* assignments =
         command
             .add_option("NAME=VALUE", options.assignments,
-                        "In this order; - takes lines from standard input.\nWhat begins with '#' "
-                        "is passed over")
+                        "In this order; - reads lines from standard input.\nLines that begin with "
+                        "'#' are ignored")
             ->type_name("");
     CLI::Option* file =
-        command.add_option("--file", options.files, "Take lines from a file, after all others")
+        command.add_option("--file", options.files, "Read lines from a file, after all others")
             ->type_name("FILE")
             ->expected(1);
     command.callback([assignments, file] {
@@ -366,26 +368,25 @@ void addList(CLI::App& app, ListOptions& options, CommonOptions& common) {
 }
 
 void addDescribe(CLI::App& app, DescribeOptions& options, CommonOptions& common) {
-    CLI::App& command =
-        addSettings(app, "describe", "Say what settings are: range, unit, functions, an example",
-                    options, common);
-    command.add_option("NAME", options.names, kNames)->type_name("")->required();
+    CLI::App& command = addSettings(
+        app, "describe", "Describe settings: range, unit, functions, an example", options, common);
+    command.add_option("NAME", options.names, NAMES)->type_name("")->required();
 }
 
 void addMonitor(CLI::App& app, MonitorOptions& options, CommonOptions& common) {
     CLI::App& command = addSettings(app, "monitor", "Print settings when they change, until Ctrl-C",
                                     options, common);
-    command.add_option("NAME", options.names, std::string(kNames) + "; all but meters without any")
+    command.add_option("NAME", options.names, std::string(NAMES) + "; all but meters without any")
         ->type_name("");
     command
         .add_option_function<int>(
             "--interval",
             [&options](const int& ms) { options.interval = std::chrono::milliseconds(ms); },
-            "Milliseconds between two looks")
+            "Milliseconds between two polls")
         ->type_name("MS")
         ->check(range(1, 3600000))
         ->default_str(std::to_string(options.interval.count()));
-    command.add_option("--count", options.count, "End after so many changes")
+    command.add_option("--count", options.count, "End after this number of changes")
         ->type_name("N")
         ->check(range(1, 1e9));
 }
@@ -393,14 +394,14 @@ void addMonitor(CLI::App& app, MonitorOptions& options, CommonOptions& common) {
 void addVersion(CLI::App& app, VersionOptions& options, CommonOptions& common) {
     CLI::App& command =
         *app.add_subcommand("version", "Print the versions of library and server side by side");
-    addTimeout(command, options.timeout, "How long to wait for the server's answer");
+    addTimeout(command, options.timeout, "Time limit for the server's answer");
     addCommon(command, common);
 }
 
 void addDoctor(CLI::App& app, DoctorOptions& options, CommonOptions& common) {
-    CLI::App& command = *app.add_subcommand(
-        "doctor", "Look for whatever could keep sound from playing, and name the cure");
-    addTimeout(command, options.timeout, "How long to wait for the server's answer");
+    CLI::App& command =
+        *app.add_subcommand("doctor", "Check for causes of missing sound, and name the remedies");
+    addTimeout(command, options.timeout, "Time limit for the server's answer");
     addCommon(command, common);
 }
 
@@ -432,7 +433,7 @@ void configure(CLI::App& app) {
     app.get_formatter()->column_width(28);
     app.get_formatter()->label("OPTIONS", "options");
     app.get_formatter()->label("SUBCOMMAND", "sub-command");
-    app.footer(kFooter);
+    app.footer(FOOTER);
 }
 
 }  // namespace

@@ -9,7 +9,7 @@ namespace cabinaudio::tool {
 
 namespace {
 
-constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr int SIGNALS[] = {SIGINT, SIGTERM, SIGHUP};
 
 // A signal handler can reach the event only through a global.
 std::atomic<const Event*> gEvent{nullptr};
@@ -20,7 +20,7 @@ static_assert(std::atomic<const Event*>::is_always_lock_free);
 void mask(int how) {
     sigset_t set;
     sigemptyset(&set);
-    for (const int signal : kSignals)
+    for (const int signal : SIGNALS)
         sigaddset(&set, signal);
     pthread_sigmask(how, &set, nullptr);
 }
@@ -30,7 +30,7 @@ void mask(int how) {
 Interruption::Interruption() {
     mask(SIG_BLOCK);
     gEvent = &mEvent;
-    for (const int signal : kSignals) {
+    for (const int signal : SIGNALS) {
         struct sigaction present = {};
         sigaction(signal, nullptr, &present);
         if (present.sa_handler == SIG_IGN) continue;

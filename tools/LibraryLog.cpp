@@ -25,8 +25,8 @@ std::atomic<bool> gOnTerminal{false};
 std::atomic<bool> gSilenced{false};
 
 char priorityLetter(int priority) {
-    constexpr char kLetters[] = "??VDIWEF";
-    return priority >= 2 && priority <= 7 ? kLetters[priority] : '?';
+    constexpr char LETTERS[] = "??VDIWEF";
+    return priority >= 2 && priority <= 7 ? LETTERS[priority] : '?';
 }
 
 std::string formatted(int priority, const char* tag, const char* message) {
@@ -46,7 +46,7 @@ std::string formatted(int priority, const char* tag, const char* message) {
     return line;
 }
 
-// One write per line, so that lines of threads and of child processes are not mixed.
+/// One write per line, so that lines of threads and of child processes are not mixed.
 void put(int descriptor, const std::string& line) {
     [[maybe_unused]] const ssize_t written = write(descriptor, line.data(), line.size());
 }
@@ -59,7 +59,7 @@ void take(int priority, const char* tag, const char* text) {
     if (gOnTerminal) put(STDERR_FILENO, line);
 }
 
-// The signature of a logger differs between releases of the log library.
+/// The signature of a logger differs between releases of the log library.
 template <typename Function>
 struct Logger;
 template <typename Data>

@@ -18,7 +18,7 @@ namespace {
 /// Prepares the process for the library: loads the board stand-in if needed.
 void prepare(const Start& start, const Command& command, char** argv) {
     const CommonOptions& common = command.common;
-    if (!common.instance.empty()) setenv(board::kInstanceVariable, common.instance.c_str(), 1);
+    if (!common.instance.empty()) setenv(board::INSTANCE_VARIABLE, common.instance.c_str(), 1);
     try {
         enterBoard(start, common, argv);
     } catch (const Failure&) {

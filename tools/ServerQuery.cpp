@@ -20,19 +20,19 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds OWN_VERSION_BOUND{30};
 
 // The library's status of a request without an answer.
-constexpr std::int32_t kUnanswered = 1;
+constexpr std::int32_t UNANSWERED = 1;
 
-// The child's record about the server.
+/// The child's record about the server.
 struct ServerRecord {
     bool registered;
     bool listens;  // checked when registration or query failed
     std::int32_t status;
     ServerVersions versions;
-    std::int64_t tookUs;
+    std::int64_t durationUs;
 };
 
-// The library accepts no socket whose number is that of a standard descriptor. While descriptor 0
-// is closed, clients cannot connect: their constructors return at once, whatever the server does.
+/// The library accepts no socket whose number is that of a standard descriptor. While descriptor 0
+/// is closed, clients cannot connect: their constructors return at once, whatever the server does.
 class NoConnections {
 public:
     NoConnections() { close(STDIN_FILENO); }
@@ -59,20 +59,20 @@ ServerRecord askServer() {
     if (record.registered)
         record.status = setting.getServerVersions(
             record.versions.first.data(), record.versions.second.data(), &record.versions.third);
-    if (!record.registered || record.status == kUnanswered) record.listens = serverListens();
-    record.tookUs =
+    if (!record.registered || record.status == UNANSWERED) record.listens = serverListens();
+    record.durationUs =
         std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count();
     return record;
 }
 
 template <auto ASK>
-void sayAnswer(int answers) {
+void sendAnswer(int answers) {
     const auto record = ASK();
     answer(answers, &record, sizeof record);
 }
 
 Reach reached(const ServerRecord& record) {
-    const bool isAnswered = record.registered && record.status != kUnanswered;
+    const bool isAnswered = record.registered && record.status != UNANSWERED;
     if (!isAnswered && !record.listens) return Reach::NoServer;
     if (!record.registered) return Reach::Refused;
     return record.status == AUDIO_NO_ERROR ? Reach::Answered : Reach::Failed;
@@ -83,21 +83,21 @@ Reach reached(const ServerRecord& record) {
 ServerQuery queryServer(std::chrono::milliseconds bound) {
     ServerQuery query;
     // A separate child: the time limit applies to the server only.
-    ChildResult child = runInChild(OWN_VERSION_BOUND, sayAnswer<askLibrary>);
+    ChildResult child = runInChild(OWN_VERSION_BOUND, sendAnswer<askLibrary>);
     ClientVersions client;
-    if (takeRecord(child.said, client)) query.client = client;
+    if (takeRecord(child.output, client)) query.client = client;
 
-    child = runInChild(bound, sayAnswer<askServer>);
+    child = runInChild(bound, sendAnswer<askServer>);
     query.reach = child.end == ChildEnd::Overdue ? Reach::Silent : Reach::Crashed;
     ServerRecord server;
-    if (takeRecord(child.said, server)) {
+    if (takeRecord(child.output, server)) {
         query.status = server.status;
-        query.took = std::chrono::microseconds(server.tookUs);
+        query.took = std::chrono::microseconds(server.durationUs);
         // The server listens, but the library's wait has timed out.
         const bool isSilent = server.listens && query.took >= bound;
         query.reach = isSilent ? Reach::Silent : reached(server);
         // A request that did not go through left the versions unset.
-        if (server.registered && server.status != kUnanswered) query.server = server.versions;
+        if (server.registered && server.status != UNANSWERED) query.server = server.versions;
     }
     return query;
 }

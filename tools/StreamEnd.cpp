@@ -15,7 +15,7 @@ namespace cabinaudio::tool {
 namespace {
 
 /// The library's status of a request without an answer.
-constexpr std::int32_t kUnanswered = 1;
+constexpr std::int32_t UNANSWERED = 1;
 
 /// Whether the server answers a new client. Takes at most a request's time limit.
 bool serverAnswers() {
@@ -66,7 +66,7 @@ const char* endName(StreamEnd end, const char* done) {
 }
 
 void StreamControl::rest(std::chrono::nanoseconds bound) const {
-    waitForAny({&mInterruption.event()}, std::clamp(bound, kShortestRest, kLongestRest));
+    waitForAny({&mInterruption.event()}, std::clamp(bound, SHORTEST_REST, LONGEST_REST));
     endIfInterrupted();
 }
 
@@ -87,13 +87,13 @@ void StreamControl::endIfOverdue(Clock::time_point since, const char* what) cons
 }
 
 void StreamControl::endIfUnanswered(std::int32_t status) const {
-    if (status != kUnanswered) return;
+    if (status != UNANSWERED) return;
     throw Ending{StreamEnd::Lost,
                  serverListens() ? "the server has closed the connection" : "the server is gone",
                  status};
 }
 
-void StreamControl::demand(std::int32_t status, const std::string& operation) const {
+void StreamControl::require(std::int32_t status, const std::string& operation) const {
     endIfUnanswered(status);
     if (status == AUDIO_NO_ERROR) return;
     throw Ending{StreamEnd::Refused, "cannot " + operation + ": " + statusText(status), status};

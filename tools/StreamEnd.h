@@ -31,7 +31,7 @@ enum class StreamEnd {
 
 /// An end and its description. Thrown to leave a stream early.
 struct Ending {
-    StreamEnd how = StreamEnd::Failed;
+    StreamEnd kind = StreamEnd::Failed;
     std::string text = {};       // for display; without the file name
     std::int32_t status = 0;     // of the library or server, if it caused the end
     std::string waitedFor = {};  // what the timed-out wait waited for
@@ -43,8 +43,8 @@ public:
     using Clock = std::chrono::steady_clock;
 
     /// Limits of the sleep between two polls of a state that sends no notification.
-    static constexpr std::chrono::nanoseconds kShortestRest = std::chrono::milliseconds(1);
-    static constexpr std::chrono::nanoseconds kLongestRest = std::chrono::milliseconds(100);
+    static constexpr std::chrono::nanoseconds SHORTEST_REST = std::chrono::milliseconds(1);
+    static constexpr std::chrono::nanoseconds LONGEST_REST = std::chrono::milliseconds(100);
 
     /// @param timeout  for each wait without progress
     StreamControl(const Interruption& interruption, Watchdog& watchdog,
@@ -84,7 +84,7 @@ public:
     void endIfUnanswered(std::int32_t status) const;
     void endIfStalled(Clock::time_point since, const char* what) const;
     /// Ends the stream unless the status is 0. @param operation  for example "start the stream"
-    void demand(std::int32_t status, const std::string& operation) const;
+    void require(std::int32_t status, const std::string& operation) const;
     /// A failed creation has one status for all reasons; this tells a missing server from a
     /// refusal.
     [[noreturn]] void endByCreation(std::int32_t status) const;

@@ -9,7 +9,7 @@ namespace cabinaudio::tool {
 namespace {
 
 /// Time left after an interruption for the current call, or for calls that end the stream.
-constexpr std::chrono::milliseconds kGrace{1000};
+constexpr std::chrono::milliseconds GRACE{1000};
 
 }  // namespace
 
@@ -21,19 +21,19 @@ Watchdog::~Watchdog() {
     mThread.join();
 }
 
-Watchdog::Watch::Watch(Watchdog& dog, const char* what, std::chrono::milliseconds bound)
-    : mDog(dog) {
-    if (dog.mInterruption.hasHappened()) bound = std::min(bound, kGrace);
-    const std::lock_guard lock(dog.mLock);
-    dog.mWhat = what;
-    dog.mDeadline = Clock::now() + bound;
-    if (dog.mDeadline < dog.mNextLook) dog.mRearmed.set();
+Watchdog::Watch::Watch(Watchdog& watchdog, const char* what, std::chrono::milliseconds bound)
+    : mWatchdog(watchdog) {
+    if (watchdog.mInterruption.hasHappened()) bound = std::min(bound, GRACE);
+    const std::lock_guard lock(watchdog.mLock);
+    watchdog.mWatchedCall = what;
+    watchdog.mDeadline = Clock::now() + bound;
+    if (watchdog.mDeadline < watchdog.mNextCheck) watchdog.mRearmed.set();
 }
 
 Watchdog::Watch::~Watch() {
     // Held forever by the watchdog's thread once the call is overdue.
-    const std::lock_guard lock(mDog.mLock);
-    mDog.mWhat = nullptr;
+    const std::lock_guard lock(mWatchdog.mLock);
+    mWatchdog.mWatchedCall = nullptr;
 }
 
 void Watchdog::run() {
@@ -41,7 +41,7 @@ void Watchdog::run() {
     bool interrupted = false;
     while (!mEnd.isSet()) {
         const bool nowInterrupted = mInterruption.hasHappened();
-        const Clock::time_point next = look(nowInterrupted && !interrupted);
+        const Clock::time_point next = check(nowInterrupted && !interrupted);
         interrupted = nowInterrupted;
         const auto pause = std::min<Clock::duration>(next - Clock::now(), std::chrono::hours(1));
         if (interrupted)
@@ -54,13 +54,13 @@ void Watchdog::run() {
 
 /// @param interrupted  the interruption has just been seen for the first time
 /// @return deadline of the next check
-Watchdog::Clock::time_point Watchdog::look(bool interrupted) {
+Watchdog::Clock::time_point Watchdog::check(bool interrupted) {
     const std::lock_guard lock(mLock);
     const Clock::time_point now = Clock::now();
-    if (interrupted) mDeadline = std::min(mDeadline, now + kGrace);
-    if (mWhat != nullptr && now >= mDeadline) mOverdue(mWhat);
-    mNextLook = mWhat != nullptr ? mDeadline : Clock::time_point::max();
-    return mNextLook;
+    if (interrupted) mDeadline = std::min(mDeadline, now + GRACE);
+    if (mWatchedCall != nullptr && now >= mDeadline) mOverdue(mWatchedCall);
+    mNextCheck = mWatchedCall != nullptr ? mDeadline : Clock::time_point::max();
+    return mNextCheck;
 }
 
 }  // namespace cabinaudio::tool

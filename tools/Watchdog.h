@@ -44,17 +44,17 @@ public:
 private:
     class Watch {
     public:
-        Watch(Watchdog& dog, const char* what, std::chrono::milliseconds bound);
+        Watch(Watchdog& watchdog, const char* what, std::chrono::milliseconds bound);
         ~Watch();
         Watch(const Watch&) = delete;
         Watch& operator=(const Watch&) = delete;
 
     private:
-        Watchdog& mDog;
+        Watchdog& mWatchdog;
     };
 
     void run();
-    Clock::time_point look(bool interrupted);
+    Clock::time_point check(bool interrupted);
 
     const Interruption& mInterruption;
     const Overdue mOverdue;
@@ -63,9 +63,9 @@ private:
 
     // Guarded by mLock
     std::mutex mLock;
-    const char* mWhat = nullptr;  // null while no call is watched
+    const char* mWatchedCall = nullptr;  // null while no call is watched
     Clock::time_point mDeadline;
-    Clock::time_point mNextLook = Clock::time_point::max();
+    Clock::time_point mNextCheck = Clock::time_point::max();
 
     std::thread mThread;  // last: uses all members above
 };

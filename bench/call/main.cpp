@@ -88,7 +88,7 @@ void addProgram(const char* name, int repeats, RoundTrip roundTrip) {
 void measure(const Options& options) {
     const PrivateInstance instance;
     setLogLines(LogLines::Dropped);
-    const int cpu = options.anyCpu ? -1 : stayOnOneCpu(options.cpu);
+    const int cpu = options.anyCpu ? -1 : pinToCpu(options.cpu);
     const AnsweringServer server(5);  // one connection per program
 
     PingPong raw;
@@ -129,8 +129,8 @@ void measure(const Options& options) {
     Report report("Round trip of one request", options);
     const Requesters peers;
     for (const Requesters::Entry& entry : peers.all()) {
-        report.setting(entry.name,
-                       entry.requester ? "its own server" : "not measured: " + entry.whyNot);
+        report.setting(entry.name, entry.requester ? "its own server"
+                                                   : "not measured: " + entry.unavailableReason);
         Requester* const requester = entry.requester.get();
         if (requester != nullptr)
             addProgram(entry.name.c_str(), std::min(options.repeats, MOST_PEER_REPEATS),

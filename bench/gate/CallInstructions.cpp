@@ -48,8 +48,8 @@ public:
         const std::vector<unsigned char> silence(RING_BYTES / 2);
         mRing.write(silence.data(), RING_BYTES / 2);
     }
-    void takeBackWhatWasWritten() { mRing.updateWriteOffset(0); }
-    void giveAgainWhatWasRead() { mRing.updateReadOffset(0); }
+    void discardWritten() { mRing.updateWriteOffset(0); }
+    void restoreRead() { mRing.updateReadOffset(0); }
 
 private:
     ShareMemoryEx mRing;
@@ -63,7 +63,7 @@ void writeToTrack(long rounds) {
     std::vector<unsigned char> chunk(CHUNK);
     for (long i = 0; i < rounds; ++i) {
         require(track.write(chunk.data(), CHUNK, true) == CHUNK, "nothing was written");
-        server.takeBackWhatWasWritten();
+        server.discardWritten();
     }
 }
 
@@ -76,7 +76,7 @@ void readFromRecord(long rounds) {
     std::vector<unsigned char> chunk(CHUNK);
     for (long i = 0; i < rounds; ++i) {
         require(record.read(chunk.data(), CHUNK, true) == CHUNK, "nothing was read");
-        server.giveAgainWhatWasRead();
+        server.restoreRead();
     }
 }
 
@@ -89,7 +89,7 @@ void request(long rounds) {
 void run(std::string_view what, long rounds) {
     const PrivateInstance instance;
     setLogLines(LogLines::Dropped);
-    stayOnOneCpu(-1);
+    pinToCpu(-1);
     const AnsweringServer server(1);
     if (what == "track") return writeToTrack(rounds);
     if (what == "record") return readFromRecord(rounds);

@@ -55,7 +55,7 @@ void addProgram(const Library& library, int repeats) {
 }
 
 void measure(const Options& options) {
-    const int cpu = options.anyCpu ? -1 : stayOnOneCpu(options.cpu);
+    const int cpu = options.anyCpu ? -1 : pinToCpu(options.cpu);
     Report report("Loading a library, C++ and log library present", options);
     report.setting("processor", cpu < 0 ? "all of them, nothing is pinned"
                                         : "everything on CPU " + std::to_string(cpu));

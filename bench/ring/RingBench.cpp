@@ -108,7 +108,7 @@ void addPrograms(int repeats) {
 }
 
 /// Requests real-time scheduling against interruptions by other programs, where permitted.
-bool askForQuiet() {
+bool requestRealTime() {
     const sched_param priority{10};
     return sched_setscheduler(0, SCHED_RR, &priority) == 0;
 }
@@ -116,12 +116,13 @@ bool askForQuiet() {
 void measure(const Options& options) {
     const PrivateInstance instance;
     setLogLines(LogLines::Dropped);
-    const int cpu = options.anyCpu ? -1 : stayOnOneCpu(options.cpu);
+    const int cpu = options.anyCpu ? -1 : pinToCpu(options.cpu);
     Report report("Write and read of one chunk, one thread", options);
     report.setting("processor",
                    cpu < 0 ? "all of them, nothing is pinned" : "CPU " + std::to_string(cpu));
-    report.setting("scheduling",
-                   askForQuiet() ? "SCHED_RR" : "ordinary: SCHED_RR is refused, expect more noise");
+    report.setting("scheduling", requestRealTime()
+                                     ? "SCHED_RR"
+                                     : "ordinary: SCHED_RR is refused, expect more noise");
     addPrograms(options.repeats);
     const Results results = runInRounds(options.rounds);
     report.table("Medians of the rounds [min..max], ns", results, {{"time", "time", true, 1, 1}});

@@ -42,7 +42,7 @@ struct Variant {
 };
 
 // "called" variants are behind functions of a shared library, as ours is.
-constexpr Variant kVariants[] = {
+constexpr Variant VARIANTS[] = {
     {"ours", run<Ours>},
     {"memcpy", run<Stamped<Copies>>},
     {"memcpy-called", run<Called<Copies>>},
@@ -59,13 +59,13 @@ constexpr Variant kVariants[] = {
 int main(int argc, char** argv) {
     __android_log_set_logger([](const struct __android_logger_data*, const char*) {});
     if (argc == 5)
-        for (const Variant& variant : kVariants)
+        for (const Variant& variant : VARIANTS)
             if (variant.name == argv[1])
                 return variant.run(static_cast<std::uint32_t>(std::atol(argv[2])),
                                    static_cast<std::uint32_t>(std::atol(argv[3])),
                                    std::atol(argv[4]));
     std::fprintf(stderr, "usage: ring-instructions VARIANT CHUNK SIZE ROUNDS, VARIANT one of");
-    for (const Variant& variant : kVariants)
+    for (const Variant& variant : VARIANTS)
         std::fprintf(stderr, " %s", variant.name.data());
     std::fprintf(stderr, "\n");
     return 2;

@@ -205,7 +205,7 @@ const Places& places() {
 }
 
 /// Requests real-time scheduling against interruptions by other programs, where permitted.
-bool askForQuiet() {
+bool requestRealTime() {
     const sched_param priority{10};
     return sched_setscheduler(0, SCHED_RR, &priority) == 0;
 }
@@ -218,7 +218,7 @@ struct Signals {
 template <typename Ring>
 [[noreturn]] void readAll(Ring& ring, Signals& signals, std::uint64_t bytes, std::uint32_t chunk) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    stayOnOneCpu(places().reader());
+    pinToCpu(places().reader());
     std::vector<unsigned char> to(chunk);
     signals.isReady = true;
     Patience patience;
@@ -277,9 +277,10 @@ void measure(const Options& options) {
     Report report("From one process to another, ring of 64 KiB", options);
     report.setting("processors", "writer on CPU " + std::to_string(places().writer()) +
                                      ", reader on CPU " + std::to_string(places().reader()));
-    stayOnOneCpu(places().writer());
-    report.setting("scheduling",
-                   askForQuiet() ? "SCHED_RR" : "ordinary: SCHED_RR is refused, expect more noise");
+    pinToCpu(places().writer());
+    report.setting("scheduling", requestRealTime()
+                                     ? "SCHED_RR"
+                                     : "ordinary: SCHED_RR is refused, expect more noise");
     for (const std::uint32_t chunk : CHUNKS) {
         addProgram<OursCopied>("ours", chunk, options.repeats);
         addProgram<OursInPlace>("ours in place", chunk, options.repeats);

@@ -133,7 +133,7 @@ void forAllSizes(Visit visit) {
 }
 
 /// Requests real-time scheduling against interruptions by other programs, where permitted.
-bool askForQuiet() {
+bool requestRealTime() {
     const sched_param priority{REAL_TIME_PRIORITY};
     return sched_setscheduler(0, SCHED_RR, &priority) == 0;
 }
@@ -141,12 +141,13 @@ bool askForQuiet() {
 void measure(const Options& options) {
     const PrivateInstance instance;
     setLogLines(LogLines::Dropped);
-    const int cpu = options.anyCpu ? -1 : stayOnOneCpu(options.cpu);
+    const int cpu = options.anyCpu ? -1 : pinToCpu(options.cpu);
     Report report("Reading a ring without copying", options);
     report.setting("processor",
                    cpu < 0 ? "all of them, nothing is pinned" : "CPU " + std::to_string(cpu));
-    report.setting("scheduling",
-                   askForQuiet() ? "SCHED_RR" : "ordinary: SCHED_RR is refused, expect more noise");
+    report.setting("scheduling", requestRealTime()
+                                     ? "SCHED_RR"
+                                     : "ordinary: SCHED_RR is refused, expect more noise");
     forAllSizes([&](std::uint32_t size, std::uint32_t chunk) {
         addProgram<Copied<Nothing>>("copy", size, chunk, options.repeats);
         addProgram<Viewed<Nothing>>("view", size, chunk, options.repeats);

@@ -85,7 +85,7 @@ public:
                                                 mReport, "--quiet"},
                                                {},
                                                directory + "/log"}) {
-        mDaemon->await(doesAnswer);
+        mDaemon->waitFor(doesAnswer);
         checked(-clock_getcpuclockid(mDaemon->process(), &mClock), "clock_getcpuclockid");
     }
 

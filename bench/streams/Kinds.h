@@ -12,11 +12,11 @@ namespace cabinaudio::bench {
 
 /// Facts about a stream client that a minimal stream of the same kind needs.
 struct StreamKind {
-    const char* name;         ///< in the tables
-    AudioTagType tag;         ///< also the number of its connection type
-    std::uint32_t create;     ///< function id
-    std::uint32_t initCheck;  ///< function id, 0: no request
-    bool hasRing;             ///< maps a ring when constructed; otherwise on the announcement
+    const char* name;         // in the tables
+    AudioTagType tag;         // also the number of its connection type
+    std::uint32_t create;     // function id
+    std::uint32_t initCheck;  // function id, 0: no request
+    bool hasRing;             // maps a ring when constructed; otherwise on the announcement
 };
 
 template <typename Function>

@@ -8,8 +8,8 @@ namespace cabinaudio::bench {
 /// Resident memory of this process in KiB. Exact, unlike the kernel's running counters, and read
 /// without allocating memory.
 struct Memory {
-    long resident;  ///< all pages in memory, also those shared with other processes
-    long own;       ///< pages that no other process shares
+    long resident;  // all pages in memory, also those shared with other processes
+    long own;       // pages that no other process shares
 };
 Memory memoryNow();
 

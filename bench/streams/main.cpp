@@ -38,7 +38,7 @@ struct Life {
 };
 
 template <typename Stream>
-std::optional<Life> live(const StreamKind& kind) {
+std::optional<Life> measureLife(const StreamKind& kind) {
     const std::uint64_t beginning = nowNs();
     std::optional<Stream> stream(std::in_place, kind);
     const std::uint64_t constructed = nowNs();
@@ -50,7 +50,7 @@ std::optional<Life> live(const StreamKind& kind) {
     return Life{constructed - beginning, checkedAt - constructed, end - checkedAt};
 }
 
-std::optional<Life> live(Peer& peer) {
+std::optional<Life> measureLife(Peer& peer) {
     const std::uint64_t beginning = nowNs();
     const bool isOpen = peer.open();
     const std::uint64_t opened = nowNs();
@@ -86,9 +86,9 @@ void addProgram(const std::string& name, int repeats, LogLines lines, LiveOnce l
 void addStreams(int repeats) {
     for (const StreamKind* const kind : KINDS) {
         addProgram(minimal(*kind), repeats, LogLines::Dropped,
-                   [kind] { return live<MinimalStream>(*kind); });
+                   [kind] { return measureLife<MinimalStream>(*kind); });
         withLibraryClass(*kind, [&]<typename Stream>() {
-            const auto liveOnce = [kind] { return live<Stream>(*kind); };
+            const auto liveOnce = [kind] { return measureLife<Stream>(*kind); };
             addProgram(library(*kind), repeats, LogLines::Dropped, liveOnce);
             addProgram(logged(*kind), repeats, LogLines::Formatted, liveOnce);
         });
@@ -98,10 +98,11 @@ void addStreams(int repeats) {
 void addPeers(const Peers& peers, int repeats, Report& report) {
     for (const Peers::Entry& entry : peers.all()) {
         report.setting(entry.name, entry.peer ? "its own server, with a sink that plays nothing"
-                                              : "not measured: " + entry.whyNot);
+                                              : "not measured: " + entry.unavailableReason);
         Peer* const peer = entry.peer.get();
         if (peer != nullptr)
-            addProgram(entry.name, repeats, LogLines::Dropped, [peer] { return live(*peer); });
+            addProgram(entry.name, repeats, LogLines::Dropped,
+                       [peer] { return measureLife(*peer); });
     }
 }
 
@@ -146,7 +147,7 @@ void reportFirst(Report& report, const Results& first) {
 
 void measure(const Options& options) {
     const PrivateInstance instance;
-    const int cpu = options.anyCpu ? -1 : stayOnOneCpu(options.cpu);
+    const int cpu = options.anyCpu ? -1 : pinToCpu(options.cpu);
     const AnsweringServer server(1);
 
     Report report("Construction and end of a stream", options);

@@ -64,7 +64,7 @@ Daemon::~Daemon() {
     }
 }
 
-void Daemon::await(const std::function<bool()>& isReady) {
+void Daemon::waitFor(const std::function<bool()>& isReady) {
     const std::uint64_t limit = nowNs() + START_LIMIT_NS;
     while (!isReady()) {
         int status = 0;

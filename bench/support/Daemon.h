@@ -14,8 +14,8 @@ class Daemon {
 public:
     struct Start {
         std::vector<std::string> command;
-        std::vector<std::string> environment;  ///< NAME=value, beside this process's own
-        std::string logFile;                   ///< receives the program's output
+        std::vector<std::string> environment;  // NAME=value, beside this process's own
+        std::string logFile;                   // receives the program's output
     };
 
     explicit Daemon(const Start& start);
@@ -25,7 +25,7 @@ public:
 
     /// Calls `isReady` until it succeeds.
     /// @throws std::runtime_error with the end of the log, if the program has ended or after 5 s
-    void await(const std::function<bool()>& isReady);
+    void waitFor(const std::function<bool()>& isReady);
 
     [[nodiscard]] pid_t process() const { return mProcess; }
 

@@ -37,7 +37,7 @@ std::string processorName() {
 }  // namespace
 
 PrivateInstance::PrivateInstance() : mName("bench-" + std::to_string(getpid())) {
-    setenv(board::kInstanceVariable, mName.c_str(), 1);
+    setenv(board::INSTANCE_VARIABLE, mName.c_str(), 1);
 }
 
 PrivateInstance::~PrivateInstance() {
@@ -51,7 +51,7 @@ PrivateInstance::~PrivateInstance() {
     }
 }
 
-int stayOnOneCpu(int cpu) {
+int pinToCpu(int cpu) {
     cpu_set_t cpus;
     if (cpu < 0) {
         checked(sched_getaffinity(0, sizeof cpus, &cpus), "sched_getaffinity");

@@ -23,7 +23,7 @@ private:
 /// the figures are repeatable; across CPUs they vary by several times between rounds.
 /// @param cpu  number, or -1 for the last permitted one
 /// @return the number
-int stayOnOneCpu(int cpu);
+int pinToCpu(int cpu);
 
 /// Gives the calling process the scheduling of the library's threads: SCHED_RR, highest priority.
 /// @return false when the system refuses it

@@ -8,11 +8,11 @@ namespace cabinaudio::bench {
 
 /// Measuring options of a program; its values are the defaults shown by --help.
 struct Options {
-    int rounds;           ///< each program runs once per round
-    int repeats;          ///< measurements of a program per round
-    int cpu = -1;         ///< -1: the last permitted one
-    bool anyCpu = false;  ///< do not pin
-    std::string json{};   ///< file, empty for none
+    int rounds;           // each program runs once per round
+    int repeats;          // measurements of a program per round
+    int cpu = -1;         // -1: the last permitted one
+    bool anyCpu = false;  // do not pin
+    std::string json{};   // file, empty for none
 };
 
 /// Reads the command line; Google Benchmark's flags are accepted too.

@@ -16,9 +16,9 @@ namespace cabinaudio::bench {
 struct Column {
     std::string heading;
     std::string counter;
-    bool withRange = false;  ///< "median [min..max]" instead of the median alone
-    double unit = 1;         ///< divisor for the values
-    int digits = 0;          ///< digits after the decimal point
+    bool withRange = false;  // "median [min..max]" instead of the median alone
+    double unit = 1;         // divisor for the values
+    int digits = 0;          // digits after the decimal point
 };
 
 /// Prints the results and keeps them for the JSON file. Goals are only shown: no figure makes a

@@ -24,7 +24,7 @@ struct Poster::Shared {
     sem_t ordered;
     sem_t done;  // posted when an awaited order is complete
     // The order; the poster does not read it after it has begun.
-    Deed deed;
+    Action action;
     int ring;
     bool isAwaited;
     std::uint32_t address;
@@ -41,14 +41,14 @@ class Poster::Process {
 public:
     explicit Process(Shared& shared) : mShared(shared) {}
 
-    [[noreturn]] void obeyForEver() {
+    [[noreturn]] void run() {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         prctl(PR_SET_TIMERSLACK, 1);
         becomeRealTime();  // the measuring program reports whether it is permitted
         for (;;) {
             while (sem_wait(&mShared.ordered) != 0) {
             }
-            obey();
+            executeOrder();
         }
     }
 
@@ -59,17 +59,17 @@ private:
         unsigned char* data = nullptr;
     };
 
-    void obey() {
+    void executeOrder() {
         const bool isAwaited = mShared.isAwaited;
-        const Deed deed = mShared.deed;
+        const Action action = mShared.action;
         const int ring = mShared.ring;
-        if (deed == Deed::MapRing) {
+        if (action == Action::MapRing) {
             map(ring);
         } else {
-            if (!isAwaited) letTheOtherSleep();
-            handle(deed, ring);
+            if (!isAwaited) letCallerSleep();
+            handle(action, ring);
             mShared.postedAt = nowNs();
-            post(deed, ring);
+            post(action, ring);
         }
         if (isAwaited) sem_post(&mShared.done);
     }
@@ -91,12 +91,12 @@ private:
     }
 
     /// Touches the bytes first: a real server has just copied them, so they are in its cache.
-    void handle(Deed deed, int number) {
+    void handle(Action action, int number) {
         const Ring& ring = mRings[static_cast<std::size_t>(number)];
-        if (deed == Deed::FillChunk)
+        if (action == Action::FillChunk)
             forEachByte(ring, ring.memory->getWriteOffset(),
                         [](unsigned char& byte, unsigned char& kept) { byte = kept; });
-        else if (deed == Deed::TakeChunk)
+        else if (action == Action::TakeChunk)
             forEachByte(ring, ring.memory->getReadOffset(),
                         [](unsigned char& byte, unsigned char& kept) { kept = byte; });
     }
@@ -107,25 +107,25 @@ private:
             use(ring.data[(offset + i) % ring.size], mChunk[i]);
     }
 
-    void post(Deed deed, int ring) {
-        if (deed == Deed::WakeWord) {
+    void post(Action action, int ring) {
+        if (action == Action::WakeWord) {
             std::atomic_ref(mShared.word).fetch_add(1, std::memory_order_release);
             futexWake(&mShared.word, FUTEX_WAKE, 1);
             return;
         }
-        if (deed == Deed::PostSem) {
+        if (action == Action::PostSem) {
             sem_post(&mShared.semaphore);
             return;
         }
         const Ring& target = mRings[static_cast<std::size_t>(ring)];
         ShareMemoryEx& memory = *target.memory;
-        if (deed == Deed::FillChunk)
+        if (action == Action::FillChunk)
             memory.updateWriteOffset((memory.getWriteOffset() + CHUNK) % target.size);
         else
             memory.updateReadOffset((memory.getReadOffset() + CHUNK) % target.size);
     }
 
-    static void letTheOtherSleep() {
+    static void letCallerSleep() {
         const timespec pause{0, 100'000};
         clock_nanosleep(CLOCK_MONOTONIC, 0, &pause, nullptr);
     }
@@ -144,7 +144,7 @@ Poster::Poster() {
     sem_init(&mShared->done, 1, 0);
     sem_init(&mShared->semaphore, 1, 0);
     mProcess = checked(fork(), "fork");
-    if (mProcess == 0) Process(*mShared).obeyForEver();
+    if (mProcess == 0) Process(*mShared).run();
 }
 
 Poster::~Poster() {
@@ -157,19 +157,19 @@ void Poster::mapRing(int ring, const char* name, std::uint32_t address, std::uin
     mShared->address = address;
     mShared->size = size;
     std::snprintf(mShared->name, sizeof mShared->name, "%s", name);
-    order(Deed::MapRing, ring, true);
+    order(Action::MapRing, ring, true);
 }
 
-void Poster::doNow(Deed deed, int ring) {
-    order(deed, ring, true);
+void Poster::execute(Action action, int ring) {
+    order(action, ring, true);
 }
 
-void Poster::doSoon(Deed deed, int ring) {
-    order(deed, ring, false);
+void Poster::executeSoon(Action action, int ring) {
+    order(action, ring, false);
 }
 
-void Poster::order(Deed deed, int ring, bool isAwaited) {
-    mShared->deed = deed;
+void Poster::order(Action action, int ring, bool isAwaited) {
+    mShared->action = action;
     mShared->ring = ring;
     mShared->isAwaited = isAwaited;
     sem_post(&mShared->ordered);

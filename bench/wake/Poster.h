@@ -16,12 +16,12 @@ namespace cabinaudio::bench {
 /// Create it before any thread is started, because it forks.
 class Poster {
 public:
-    enum class Deed : std::uint32_t {
-        MapRing,    ///< map a ring as its creator
-        FillChunk,  ///< advance a ring's write offset, and post
-        TakeChunk,  ///< advance a ring's read offset, and post
-        WakeWord,   ///< increment word() and wake its waiters
-        PostSem,    ///< post semaphore()
+    enum class Action : std::uint32_t {
+        MapRing,    // map a ring as its creator
+        FillChunk,  // advance a ring's write offset, and post
+        TakeChunk,  // advance a ring's read offset, and post
+        WakeWord,   // increment word() and wake its waiters
+        PostSem,    // post semaphore()
     };
 
     /// Bytes that an offset advances. They are filled or taken before the time is taken, because
@@ -39,10 +39,10 @@ public:
     void mapRing(int ring, const char* name, std::uint32_t address, std::uint32_t size);
 
     /// Executes the order now, and returns when it is complete.
-    void doNow(Deed deed, int ring);
+    void execute(Action action, int ring);
 
     /// Returns at once. The order is executed after 100 us, when the caller sleeps.
-    void doSoon(Deed deed, int ring);
+    void executeSoon(Action action, int ring);
 
     /// When the last order began, as nowNs().
     [[nodiscard]] std::uint64_t postedAt() const;
@@ -55,7 +55,7 @@ private:
     struct Shared;
     class Process;
 
-    void order(Deed deed, int ring, bool isAwaited);
+    void order(Action action, int ring, bool isAwaited);
 
     Shared* mShared;
     pid_t mProcess;

@@ -51,7 +51,7 @@ constexpr int CHUNK = Poster::CHUNK;
 
 enum Ring { TRACK_RING, SINK_RING, RECORD_RING, UPLINK_RING };
 
-long timesAsleep() {
+long voluntarySwitches() {
     rusage usage{};
     getrusage(RUSAGE_THREAD, &usage);
     return usage.ru_nvcsw;
@@ -60,7 +60,7 @@ long timesAsleep() {
 /// A call that blocks until the poster has executed its order.
 struct Waiter {
     Poster& poster;
-    Poster::Deed deed;
+    Poster::Action action;
     int ring;
     std::function<bool()> wait;  // returns whether it succeeded
 };
@@ -70,14 +70,14 @@ void measureWakeUps(const Waiter& waiter, benchmark::State& state) {
     samples.reserve(static_cast<std::size_t>(state.max_iterations));
     int unusable = 0;
     const auto wakeUp = [&](bool isMeasured) {
-        const long asleepBefore = timesAsleep();
-        waiter.poster.doSoon(waiter.deed, waiter.ring);
+        const long asleepBefore = voluntarySwitches();
+        waiter.poster.executeSoon(waiter.action, waiter.ring);
         const bool isDone = waiter.wait();
         const std::uint64_t returned = nowNs();
         if (!isDone) return false;
         if (!isMeasured) return true;
         // The caller was preempted, and the post came before its sleep: no wake-up.
-        if (timesAsleep() == asleepBefore)
+        if (voluntarySwitches() == asleepBefore)
             ++unusable;
         else
             samples.push_back(returned - waiter.poster.postedAt());
@@ -106,7 +106,7 @@ void require(bool isTrue, const char* what) {
 
 /// Waits until a ring that the server announces is mapped.
 template <typename Stream>
-void awaitRing(Stream& stream) {
+void waitForRing(Stream& stream) {
     const std::uint64_t limit = nowNs() + 5'000'000'000;
     while (stream.getTotalBufferSize() == 0) {
         require(nowNs() < limit, "no ring was mapped");
@@ -153,7 +153,7 @@ public:
         fill(mTrack);
         fill(mSink);
         // An uplink returns silence by the clock until its ring has served one request.
-        mPoster.doNow(Poster::Deed::FillChunk, UPLINK_RING);
+        mPoster.execute(Poster::Action::FillChunk, UPLINK_RING);
         require(mUplink.read(mChunk, CHUNK, true) == CHUNK, "the uplink's ring gives nothing");
     }
 
@@ -169,7 +169,7 @@ private:
     static void prepare(Stream& stream) {
         require(stream.initCheck() == AUDIO_NO_ERROR && stream.start() == AUDIO_NO_ERROR,
                 "the library does not reach the answering server");
-        awaitRing(stream);
+        waitForRing(stream);
     }
 
     template <typename Stream>
@@ -181,14 +181,14 @@ private:
 
     template <typename Stream>
     void addWriter(const char* name, int repeats, Stream& stream, int ring) {
-        addProgram(name, repeats, {mPoster, Poster::Deed::TakeChunk, ring, [this, &stream] {
+        addProgram(name, repeats, {mPoster, Poster::Action::TakeChunk, ring, [this, &stream] {
                                        return stream.write(mChunk, CHUNK, true) == CHUNK;
                                    }});
     }
 
     template <typename Stream>
     void addReader(const char* name, int repeats, Stream& stream, int ring) {
-        addProgram(name, repeats, {mPoster, Poster::Deed::FillChunk, ring, [this, &stream] {
+        addProgram(name, repeats, {mPoster, Poster::Action::FillChunk, ring, [this, &stream] {
                                        return stream.read(mChunk, CHUNK, true) == CHUNK;
                                    }});
     }
@@ -229,7 +229,7 @@ void report(const Options& options, int cpu) {
 void measure(const Options& options) {
     const PrivateInstance instance;
     setLogLines(LogLines::Dropped);
-    const int cpu = options.anyCpu ? -1 : stayOnOneCpu(options.cpu);
+    const int cpu = options.anyCpu ? -1 : pinToCpu(options.cpu);
     const AnsweringServer server(4);  // one for each stream
     Poster poster;
     FutexChain chain(poster.word());
@@ -238,14 +238,14 @@ void measure(const Options& options) {
     Streams streams(poster);
 
     addProgram(CHAIN, options.repeats,
-               {poster, Poster::Deed::WakeWord, 0, [&] { return chain.wait(nullptr); }});
+               {poster, Poster::Action::WakeWord, 0, [&] { return chain.wait(nullptr); }});
     addProgram(CHAIN_LIMIT, options.repeats,
-               {poster, Poster::Deed::WakeWord, 0, [&] { return chain.wait(&LIMIT); }});
+               {poster, Poster::Action::WakeWord, 0, [&] { return chain.wait(&LIMIT); }});
     addProgram(CHAIN_LIMIT_CACHE, options.repeats,
-               {poster, Poster::Deed::WakeWord, 0,
+               {poster, Poster::Action::WakeWord, 0,
                 [&] { return chain.wait(&LIMIT) && cache.invalidate(); }});
     addProgram(MINIMAL, options.repeats,
-               {poster, Poster::Deed::PostSem, 0, [&] { return minimal.wait(); }});
+               {poster, Poster::Action::PostSem, 0, [&] { return minimal.wait(); }});
     streams.addPrograms(options.repeats);
     report(options, cpu);
 }

@@ -17,15 +17,15 @@ namespace cabinaudio::board {
 
 /// Version that cabinaudio_board_active() returns; it is incremented when the stand-in covers
 /// something more.
-constexpr int kVersion = 1;
+constexpr int VERSION = 1;
 
 /// File name and soname of the stand-in.
-constexpr char kLibraryName[] = "libcabinaudio-board.so";
+constexpr char LIBRARY_NAME[] = "libcabinaudio-board.so";
 
 /// Physical addresses are offsets into one sparse file of this many bytes. It is below 2 GiB
 /// because a 32-bit program without large-file support cannot open a larger file; every allocated
 /// physical address must lie below it.
-constexpr std::uint64_t kPhysicalMemorySize = 0x7f000000;
+constexpr std::uint64_t PHYSICAL_MEMORY_SIZE = 0x7f000000;
 
 /// Environment: instance name, 1 to 32 of A-Z a-z 0-9 _ and - ("audio_config" is
 /// taken). Processes of one instance share sockets, physical memory, object names
@@ -38,33 +38,33 @@ constexpr std::uint64_t kPhysicalMemorySize = 0x7f000000;
 ///
 /// Dots are not allowed, because instance "a" with an object "b.x" and instance "a.b" with an
 /// object "x" would give the same name.
-constexpr char kInstanceVariable[] = "CABINAUDIO_INSTANCE";
+constexpr char INSTANCE_VARIABLE[] = "CABINAUDIO_INSTANCE";
 
 /// Environment: directory that holds `audio_config`, instead of
 /// `${XDG_CONFIG_HOME:-$HOME/.config}/cabinaudio[/<instance>]`.
-constexpr char kConfigDirectoryVariable[] = "CABINAUDIO_CONFIG_DIR";
+constexpr char CONFIG_DIRECTORY_VARIABLE[] = "CABINAUDIO_CONFIG_DIR";
 
 /// Environment: "<descriptor>:<process id>", set by the launcher for one exec. The library answers
 /// on the descriptor, closes it and removes the variable before main() is entered.
-constexpr char kHandshakeVariable[] = "CABINAUDIO_HANDSHAKE";
+constexpr char HANDSHAKE_VARIABLE[] = "CABINAUDIO_HANDSHAKE";
 
 /// The board's paths and abstract socket names that the stand-in replaces.
-constexpr char kMemoryDevice[] = "/dev/mem";
-constexpr char kCacheDevice[] = "/dev/cache";
-constexpr char kConfigDirectory[] = "/media/flash/nvm/as_server";
-constexpr char kConfigFile[] = "/media/flash/nvm/as_server/audio_config";
-constexpr char kServerSocket[] = "/tmp/as_internal_file";
-constexpr char kControlSocket[] = "/tmp/cabinaudio_control";
+constexpr char MEMORY_DEVICE[] = "/dev/mem";
+constexpr char CACHE_DEVICE[] = "/dev/cache";
+constexpr char CONFIG_DIRECTORY[] = "/media/flash/nvm/as_server";
+constexpr char CONFIG_FILE[] = "/media/flash/nvm/as_server/audio_config";
+constexpr char SERVER_SOCKET[] = "/tmp/as_internal_file";
+constexpr char CONTROL_SOCKET[] = "/tmp/cabinaudio_control";
 
 /// The two requests that the cache device accepts.
-constexpr std::uint32_t kCacheClean = 0x40084303;
-constexpr std::uint32_t kCacheInvalidate = 0x40084304;
+constexpr std::uint32_t CACHE_CLEAN = 0x40084303;
+constexpr std::uint32_t CACHE_INVALIDATE = 0x40084304;
 
 }  // namespace cabinaudio::board
 
 extern "C" {
 
-/// @return cabinaudio::board::kVersion. If the symbol resolves, the stand-in is in
+/// @return cabinaudio::board::VERSION. If the symbol resolves, the stand-in is in
 ///         this process. Any thread, never blocks.
 int cabinaudio_board_active(void) noexcept;
 

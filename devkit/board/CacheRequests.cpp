@@ -15,14 +15,10 @@ namespace {
 
 int request(libc::Ioctl* next, int descriptor, unsigned long number, void* argument) noexcept {
     const auto low = static_cast<std::uint32_t>(number);  // the kernel ignores the upper bits
-    if ((low == kCacheClean || low == kCacheInvalidate) && isCache(descriptor)) {
-        return 0;
-    }
+    if ((low == CACHE_CLEAN || low == CACHE_INVALIDATE) && isCache(descriptor)) return 0;
     const int result = next(descriptor, number, argument);
     // An emulator handles only the requests that it knows, and returns ENOSYS for others.
-    if (result == -1 && errno == ENOSYS && isCache(descriptor)) {
-        errno = ENOTTY;
-    }
+    if (result == -1 && errno == ENOSYS && isCache(descriptor)) errno = ENOTTY;
     return result;
 }
 

@@ -18,37 +18,27 @@
 namespace cabinaudio::board {
 namespace {
 
-enum class Place { elsewhere, memoryDevice, cacheDevice, configFile };
+enum class Place { Elsewhere, MemoryDevice, CacheDevice, ConfigFile };
 
-// A null path must reach the kernel, which returns EFAULT. The headers declare the path non-null,
-// so compilers drop a plain null check.
+/// A null path must reach the kernel, which returns EFAULT. The headers declare the path non-null,
+/// so compilers drop a plain null check.
 bool isNull(const char* path) noexcept {
     asm("" : "+r"(path));
     return path == nullptr;
 }
 
 Place placeOf(const char* path) noexcept {
-    if (isNull(path) || path[0] != '/') {
-        return Place::elsewhere;
-    }
-    if (strcmp(path, kMemoryDevice) == 0) {
-        return Place::memoryDevice;
-    }
-    if (strcmp(path, kCacheDevice) == 0) {
-        return Place::cacheDevice;
-    }
-    return strcmp(path, kConfigFile) == 0 ? Place::configFile : Place::elsewhere;
+    if (isNull(path) || path[0] != '/') return Place::Elsewhere;
+    if (strcmp(path, MEMORY_DEVICE) == 0) return Place::MemoryDevice;
+    if (strcmp(path, CACHE_DEVICE) == 0) return Place::CacheDevice;
+    return strcmp(path, CONFIG_FILE) == 0 ? Place::ConfigFile : Place::Elsewhere;
 }
 
 bool isConfigDirectory(const char* path) noexcept {
-    if (isNull(path)) {
-        return false;
-    }
-    constexpr std::size_t length = sizeof kConfigDirectory - 1;
-    if (strncmp(path, kConfigDirectory, length) != 0) {
-        return false;
-    }
-    const char* rest = path + length;
+    if (isNull(path)) return false;
+    constexpr std::size_t LENGTH = sizeof CONFIG_DIRECTORY - 1;
+    if (strncmp(path, CONFIG_DIRECTORY, LENGTH) != 0) return false;
+    const char* rest = path + LENGTH;
     return rest[strspn(rest, "/")] == '\0';
 }
 
@@ -58,38 +48,32 @@ bool mappedConfigDirectory(PathText& path) noexcept {
 }
 
 bool mappedConfigFile(PathText& path) noexcept {
-    if (!mappedConfigDirectory(path)) {
-        return false;
-    }
-    if (!path.append(kConfigFile + sizeof kConfigDirectory - 1).fits()) {
-        errno = ENAMETOOLONG;
-    }
+    if (!mappedConfigDirectory(path)) return false;
+    if (!path.append(CONFIG_FILE + sizeof CONFIG_DIRECTORY - 1).fits()) errno = ENAMETOOLONG;
     return path.fits();
 }
 
-// `openThere` opens the given path in the same way as the program's call.
+/// `openThere` opens the given path in the same way as the program's call.
 template <typename OpenThere>
 int openPlace(const char* path, int flags, OpenThere openThere) noexcept {
     switch (placeOf(path)) {
-        case Place::memoryDevice:
+        case Place::MemoryDevice:
             return openPhysicalMemory(flags);
-        case Place::cacheDevice:
+        case Place::CacheDevice:
             return openCache(flags);
-        case Place::configFile: {
+        case Place::ConfigFile: {
             PathText mapped;
             return mappedConfigFile(mapped) ? openThere(mapped.c_str()) : -1;
         }
-        case Place::elsewhere:
+        case Place::Elsewhere:
             break;
     }
     return openThere(path);
 }
 
-// A device cannot be truncated, so its stand-in must not be: fopen(..., "w") would do it.
+/// A device cannot be truncated, so its stand-in must not be: fopen(..., "w") would do it.
 FILE* streamOf(int descriptor, const char* mode) noexcept {
-    if (descriptor < 0) {
-        return nullptr;
-    }
+    if (descriptor < 0) return nullptr;
     FILE* stream = fdopen(descriptor, mode);
     if (stream == nullptr) {
         const int error = errno;
@@ -101,22 +85,22 @@ FILE* streamOf(int descriptor, const char* mode) noexcept {
 
 FILE* openStream(const char* path, const char* mode, libc::Fopen* next) noexcept {
     switch (placeOf(path)) {
-        case Place::memoryDevice:
+        case Place::MemoryDevice:
             return streamOf(openPhysicalMemory(O_RDWR), mode);
-        case Place::cacheDevice:
+        case Place::CacheDevice:
             return streamOf(openCache(O_RDWR), mode);
-        case Place::configFile: {
+        case Place::ConfigFile: {
             PathText mapped;
             return mappedConfigFile(mapped) ? next(mapped.c_str(), mode) : nullptr;
         }
-        case Place::elsewhere:
+        case Place::Elsewhere:
             break;
     }
     return next(path, mode);
 }
 
-// On the board these directories are part of the system; here they may be missing. Errors show when
-// the last directory is created.
+/// On the board these directories are part of the system; here they may be missing. Errors show
+/// when the last directory is created.
 void makeParents(PathText& path) noexcept {
     for (char* end = path.data() + 1; *end != '\0'; ++end) {
         if (*end == '/') {
@@ -191,7 +175,7 @@ BOARD_EXPORT int openat64(int directory, const char* path, int flags, ...) {
     return openAtAs(libc::openat64, directory, path, flags, mode);
 }
 
-// Called by programs built with _FORTIFY_SOURCE, in place of the four functions above.
+/// Called by programs built with _FORTIFY_SOURCE, in place of the four functions above.
 BOARD_EXPORT int __open_2(const char* path, int flags) {
     return openAs(libc::checkedOpen, path, flags);
 }
@@ -214,13 +198,9 @@ BOARD_EXPORT FILE* fopen64(const char* path, const char* mode) {
 }
 
 BOARD_EXPORT int mkdir(const char* path, mode_t mode) noexcept {
-    if (!isConfigDirectory(path)) {
-        return libc::mkdir.find()(path, mode);
-    }
+    if (!isConfigDirectory(path)) return libc::mkdir.find()(path, mode);
     PathText mapped;
-    if (!mappedConfigDirectory(mapped)) {
-        return -1;
-    }
+    if (!mappedConfigDirectory(mapped)) return -1;
     makeParents(mapped);
     return libc::mkdir.find()(mapped.c_str(), mode);
 }

@@ -10,7 +10,7 @@
 namespace cabinaudio::board {
 
 /// The machine that this code was compiled for, as ELF headers name it.
-constexpr std::uint16_t kThisMachine =
+constexpr std::uint16_t THIS_MACHINE =
 #if defined(__x86_64__)
     EM_X86_64;
 #elif defined(__i386__)
@@ -27,8 +27,8 @@ constexpr std::uint16_t kThisMachine =
 /// program from one that was loaded into the emulator itself.
 struct HandshakeAnswer {
     char magic[4] = {'C', 'A', 'B', 'O'};  // 0
-    std::uint16_t version = kVersion;      // 4
-    std::uint16_t machine = kThisMachine;  // 6
+    std::uint16_t version = VERSION;       // 4
+    std::uint16_t machine = THIS_MACHINE;  // 6
 };
 static_assert(sizeof(HandshakeAnswer) == 8);
 

@@ -8,6 +8,6 @@ namespace cabinaudio::board {
 const char* instanceOrRefuse() noexcept;
 
 /// Called by the stand-in's constructor: the C library has set up the environment.
-void environmentIsThere() noexcept;
+void noteEnvironment() noexcept;
 
 }  // namespace cabinaudio::board

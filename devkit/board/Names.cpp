@@ -9,23 +9,21 @@
 namespace cabinaudio::board {
 namespace {
 
-constexpr char kTakenByTheConfigFile[] = "audio_config";
+constexpr char TAKEN_BY_THE_CONFIG_FILE[] = "audio_config";
 
 bool isInstanceCharacter(char c) noexcept {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
            c == '-';
 }
 
-// Relative paths are ignored: they would name a different directory in each process.
+/// Relative paths are ignored: they would name a different directory in each process.
 const char* absolutePathInEnvironment(const char* variable) noexcept {
     const char* path = getenv(variable);
     return path != nullptr && path[0] == '/' ? path : nullptr;
 }
 
 bool completed(const PathText& path) noexcept {
-    if (!path.fits()) {
-        errno = ENAMETOOLONG;
-    }
+    if (!path.fits()) errno = ENAMETOOLONG;
     return path.fits();
 }
 
@@ -34,35 +32,27 @@ bool completed(const PathText& path) noexcept {
 bool isInstanceName(const char* name) noexcept {
     std::size_t length = 0;
     while (name[length] != '\0') {
-        if (length == kInstanceLength || !isInstanceCharacter(name[length])) {
-            return false;
-        }
+        if (length == INSTANCE_LENGTH || !isInstanceCharacter(name[length])) return false;
         ++length;
     }
-    return length != 0 && strcmp(name, kTakenByTheConfigFile) != 0;
+    return length != 0 && strcmp(name, TAKEN_BY_THE_CONFIG_FILE) != 0;
 }
 
 const char* instanceInEnvironment() noexcept {
-    const char* instance = getenv(kInstanceVariable);
-    if (instance == nullptr || instance[0] == '\0') {
-        return "";
-    }
+    const char* instance = getenv(INSTANCE_VARIABLE);
+    if (instance == nullptr || instance[0] == '\0') return "";
     return isInstanceName(instance) ? instance : nullptr;
 }
 
 void physicalMemoryPath(const char* instance, uid_t user, unsigned place, PathText& path) noexcept {
-    path.append(kObjectDirectory).append("/cabinaudio-physmem-");
+    path.append(OBJECT_DIRECTORY).append("/cabinaudio-physmem-");
     path.append(static_cast<unsigned long>(user));
-    if (instance[0] != '\0') {
-        path.append("-").append(instance);
-    }
-    if (place != 0) {
-        path.append(".").append(static_cast<unsigned long>(place));
-    }
+    if (instance[0] != '\0') path.append("-").append(instance);
+    if (place != 0) path.append(".").append(static_cast<unsigned long>(place));
 }
 
 bool configDirectory(const char* instance, PathText& path) noexcept {
-    const char* given = getenv(kConfigDirectoryVariable);
+    const char* given = getenv(CONFIG_DIRECTORY_VARIABLE);
     if (given != nullptr && given[0] != '\0') {
         path.append(given);
         return completed(path);
@@ -76,9 +66,7 @@ bool configDirectory(const char* instance, PathText& path) noexcept {
         return false;
     }
     path.append("/cabinaudio");
-    if (instance[0] != '\0') {
-        path.append("/").append(instance);
-    }
+    if (instance[0] != '\0') path.append("/").append(instance);
     return completed(path);
 }
 
@@ -95,9 +83,7 @@ bool sharedMemoryName(const char* instance, const char* name, NameText& mapped) 
     } else {
         mapped.append(name);
     }
-    if (!mapped.fits()) {
-        errno = ENAMETOOLONG;
-    }
+    if (!mapped.fits()) errno = ENAMETOOLONG;
     return mapped.fits();
 }
 

@@ -11,12 +11,12 @@
 /// so the launcher uses the same code to remove an instance's leftovers.
 namespace cabinaudio::board {
 
-constexpr std::size_t kInstanceLength = 32;
+constexpr std::size_t INSTANCE_LENGTH = 32;
 
 /// Directory of the shared-memory objects and of the physical-memory file.
-constexpr char kObjectDirectory[] = "/dev/shm";
+constexpr char OBJECT_DIRECTORY[] = "/dev/shm";
 
-/// True for a name of 1 to kInstanceLength allowed characters.
+/// True for a name of 1 to INSTANCE_LENGTH allowed characters.
 bool isInstanceName(const char* name) noexcept;
 
 /// The instance in the environment: "" for the common one, nullptr if not allowed.
@@ -24,13 +24,13 @@ const char* instanceInEnvironment() noexcept;
 
 /// Number of names for the file behind the memory device: another user can take one of them before
 /// its owner does.
-constexpr unsigned kPhysicalMemoryPlaces = 64;
+constexpr unsigned PHYSICAL_MEMORY_PLACES = 64;
 
 /// The file behind the memory device, in one of its places. Depends on no environment variable
 /// except the instance, so that server and clients always agree.
 void physicalMemoryPath(const char* instance, uid_t user, unsigned place, PathText& path) noexcept;
 
-/// The directory that stands for kConfigDirectory.
+/// The directory that stands for CONFIG_DIRECTORY.
 /// @return false with errno ENOENT when neither the configuration home nor the
 ///         home directory is known, ENAMETOOLONG when the path is too long.
 bool configDirectory(const char* instance, PathText& path) noexcept;

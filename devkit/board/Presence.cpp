@@ -17,17 +17,15 @@
 namespace cabinaudio::board {
 namespace {
 
-// The launcher execs the program, so its process id is the program's. A child that inherited the
-// variable from a parent without the stand-in must not answer.
-void answerTheLauncher() noexcept {
-    const char* offer = getenv(kHandshakeVariable);
-    if (offer == nullptr) {
-        return;
-    }
+/// The launcher execs the program, so its process id is the program's. A child that inherited the
+/// variable from a parent without the stand-in must not answer.
+void answerLauncher() noexcept {
+    const char* offer = getenv(HANDSHAKE_VARIABLE);
+    if (offer == nullptr) return;
     char* end = nullptr;
     const long descriptor = strtol(offer, &end, 10);
     const bool forUs = *end == ':' && strtol(end + 1, nullptr, 10) == getpid();
-    unsetenv(kHandshakeVariable);
+    unsetenv(HANDSHAKE_VARIABLE);
     if (forUs) {
         const HandshakeAnswer answer;
         send(static_cast<int>(descriptor), &answer, sizeof answer, MSG_NOSIGNAL);
@@ -35,11 +33,11 @@ void answerTheLauncher() noexcept {
     }
 }
 
-__attribute__((constructor)) void arrive() noexcept {
+__attribute__((constructor)) void announcePresence() noexcept {
     const int error = errno;
-    environmentIsThere();
+    noteEnvironment();
     findAllOfLibc();
-    answerTheLauncher();
+    answerLauncher();
     errno = error;
 }
 
@@ -49,7 +47,7 @@ __attribute__((constructor)) void arrive() noexcept {
 extern "C" {
 
 BOARD_EXPORT int cabinaudio_board_active(void) noexcept {
-    return cabinaudio::board::kVersion;
+    return cabinaudio::board::VERSION;
 }
 
 BOARD_EXPORT const char* cabinaudio_board_instance(void) noexcept {

@@ -17,9 +17,9 @@ namespace {
 
 // Environment: the user that was warned about. The launcher and the program that it starts are one
 // program to the user, who wants one warning.
-constexpr char kWarnedVariable[] = "CABINAUDIO_WARNED_OF_USER";
+constexpr char WARNED_VARIABLE[] = "CABINAUDIO_WARNED_OF_USER";
 
-// The owner of the listening socket; available before the server accepts, and when it refuses.
+/// The owner of the listening socket; available before the server accepts, and when it refuses.
 std::optional<uid_t> ownerOf(int connection) {
     ucred credentials = {};
     socklen_t size = sizeof credentials;
@@ -27,7 +27,7 @@ std::optional<uid_t> ownerOf(int connection) {
     return credentials.uid;
 }
 
-// -1 when no socket listens under the name.
+/// -1 when no socket listens under the name.
 int connectTo(const std::string& name) {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
@@ -51,22 +51,22 @@ std::string warningOf(int connection) {
 
 }  // namespace
 
-std::string warningOfForeignServer(const std::string& instance, Look look) {
+std::string warningOfForeignServer(const std::string& instance, CheckedSockets sockets) {
     const std::string suffix = instance.empty() ? "" : "." + instance;
-    const int control = connectTo(kControlSocket + suffix);
-    if (control >= 0 || look == Look::AtControlSocket) return warningOf(control);
+    const int control = connectTo(CONTROL_SOCKET + suffix);
+    if (control >= 0 || sockets == CheckedSockets::ControlOnly) return warningOf(control);
     // Without a control socket it is not the development server, or another user has taken only the
     // clients' name.
-    return warningOf(connectTo(kServerSocket + suffix));
+    return warningOf(connectTo(SERVER_SOCKET + suffix));
 }
 
 std::string warningOfForeignServer(int connection) {
     const std::optional<uid_t> owner = ownerOf(connection);
     if (!owner || *owner == 0 || *owner == geteuid()) return {};
     const std::string user = std::to_string(*owner);
-    const char* const warned = std::getenv(kWarnedVariable);
+    const char* const warned = std::getenv(WARNED_VARIABLE);
     if (warned != nullptr && user == warned) return {};
-    setenv(kWarnedVariable, user.c_str(), 1);
+    setenv(WARNED_VARIABLE, user.c_str(), 1);
     return "warning: the server belongs to user " + user +
            ", who can hear and change what is played and recorded";
 }

@@ -7,7 +7,7 @@ namespace cabinaudio::board {
 
 /// Sockets to check for the server's owner. A server on a board must not see connections that come
 /// and go on its clients' socket.
-enum class Look { AtControlSocket, AtBothSockets };
+enum class CheckedSockets { ControlOnly, Both };
 
 /// Checks, without blocking, which user the server runs as. The kernel tells the user at the other
 /// end of a connection; the control socket is tried first. A process that takes the server's name
@@ -19,7 +19,7 @@ enum class Look { AtControlSocket, AtBothSockets };
 /// @return a warning line, without a line end, when the user is neither root nor this process's
 ///         effective user. Empty otherwise, without a server, and when this process or an ancestor
 ///         has already got the line
-std::string warningOfForeignServer(const std::string& instance, Look look);
+std::string warningOfForeignServer(const std::string& instance, CheckedSockets sockets);
 
 /// The same for a connection to the server.
 std::string warningOfForeignServer(int connection);

@@ -13,16 +13,10 @@ namespace {
 
 template <typename UseName>
 int useName(const char* name, UseName use) noexcept {
-    if (name == nullptr) {
-        return use(name);
-    }
+    if (name == nullptr) return use(name);
     const char* instance = instanceOrRefuse();
-    if (instance == nullptr) {
-        return -1;
-    }
-    if (instance[0] == '\0') {
-        return use(name);
-    }
+    if (instance == nullptr) return -1;
+    if (instance[0] == '\0') return use(name);
     NameText mapped;
     return sharedMemoryName(instance, name, mapped) ? use(mapped.c_str()) : -1;
 }

@@ -14,41 +14,35 @@
 namespace cabinaudio::board {
 namespace {
 
-constexpr std::size_t kNameOffset = offsetof(sockaddr_un, sun_path) + 1;
+constexpr std::size_t NAME_OFFSET = offsetof(sockaddr_un, sun_path) + 1;
 
-// Abstract names have a length and no terminator.
-template <std::size_t Size>
-bool names(const sockaddr* address, socklen_t length, const char (&name)[Size]) noexcept {
-    if (address == nullptr || length != kNameOffset + Size - 1 || address->sa_family != AF_UNIX) {
+/// Abstract names have a length and no terminator.
+template <std::size_t SIZE>
+bool names(const sockaddr* address, socklen_t length, const char (&name)[SIZE]) noexcept {
+    if (address == nullptr || length != NAME_OFFSET + SIZE - 1 || address->sa_family != AF_UNIX)
         return false;
-    }
     const char* path = reinterpret_cast<const sockaddr_un*>(address)->sun_path;
-    return path[0] == '\0' && memcmp(path + 1, name, Size - 1) == 0;
+    return path[0] == '\0' && memcmp(path + 1, name, SIZE - 1) == 0;
 }
 
 int useAddress(libc::UseAddress* next, int descriptor, const sockaddr* address,
                socklen_t length) noexcept {
-    if (!names(address, length, kServerSocket) && !names(address, length, kControlSocket)) {
+    if (!names(address, length, SERVER_SOCKET) && !names(address, length, CONTROL_SOCKET))
         return next(descriptor, address, length);
-    }
     const char* instance = instanceOrRefuse();
-    if (instance == nullptr) {
-        return -1;
-    }
-    if (instance[0] == '\0') {
-        return next(descriptor, address, length);
-    }
+    if (instance == nullptr) return -1;
+    if (instance[0] == '\0') return next(descriptor, address, length);
     Text<sizeof(sockaddr_un::sun_path) - 2> name;
     const auto* given = reinterpret_cast<const sockaddr_un*>(address);
-    name.append(given->sun_path + 1, length - kNameOffset).append(".").append(instance);
+    name.append(given->sun_path + 1, length - NAME_OFFSET).append(".").append(instance);
     sockaddr_un mapped = {};
     mapped.sun_family = AF_UNIX;
     memcpy(mapped.sun_path + 1, name.c_str(), name.length());
     return next(descriptor, reinterpret_cast<const sockaddr*>(&mapped),
-                static_cast<socklen_t>(kNameOffset + name.length()));
+                static_cast<socklen_t>(NAME_OFFSET + name.length()));
 }
 
-static_assert(sizeof kControlSocket + 1 + kInstanceLength < sizeof(sockaddr_un::sun_path) - 2);
+static_assert(sizeof CONTROL_SOCKET + 1 + INSTANCE_LENGTH < sizeof(sockaddr_un::sun_path) - 2);
 
 }  // namespace
 }  // namespace cabinaudio::board

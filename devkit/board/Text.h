@@ -9,11 +9,11 @@ namespace cabinaudio::board {
 
 /// A text of bounded length on the stack. The stand-in runs inside foreign programs, before their
 /// constructors and between fork and exec, so it must neither allocate nor use stdio.
-template <std::size_t Capacity>
+template <std::size_t CAPACITY>
 class Text {
 public:
     Text& append(const char* text, std::size_t length) noexcept {
-        if (length > Capacity - mLength) {
+        if (length > CAPACITY - mLength) {
             mFits = false;
             return *this;
         }
@@ -43,7 +43,7 @@ public:
     std::size_t length() const noexcept { return mLength; }
 
 private:
-    char mText[Capacity + 1] = {};
+    char mText[CAPACITY + 1] = {};
     std::size_t mLength = 0;
     bool mFits = true;
 };

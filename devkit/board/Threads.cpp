@@ -17,9 +17,7 @@ BOARD_EXPORT int pthread_create(pthread_t* thread, const pthread_attr_t* attribu
                                 void* (*start)(void*), void* argument) {
     libc::PthreadCreate* next = libc::pthreadCreate.find();
     const int status = next(thread, attributes, start, argument);
-    if (status != EPERM || attributes == nullptr) {
-        return status;
-    }
+    if (status != EPERM || attributes == nullptr) return status;
     // A bytewise copy keeps stack, guard, detach state, affinity and signal mask. It shares the
     // allocated parts with the original and therefore must not be destroyed.
     pthread_attr_t inheriting = *attributes;

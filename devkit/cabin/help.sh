@@ -7,50 +7,51 @@ usage() {
 Usage: ./cabin COMMAND [ARGUMENT...]
 
   demo [FILE [FILE]]     play speech (or your sound files) through library and server, record
-                         an input and a call at the same time, compare what was heard and
-                         recorded, draw it: demo/heard.wav, recorded.wav, call.opus, heard.png
+                         an input and a call at the same time, compare the output and the
+                         recordings with the sources, and plot them: demo/heard.wav,
+                         recorded.wav, call.opus, heard.png
   test [BUILD...]        build and run the tests: native (default), asan, tsan, armhf (programs of
-                         the target in an emulator), armhf-time64 (of these: rings, threads and
-                         streams with 64-bit times), armhf-vm (a kernel of the target with two
-                         processors, in a virtual machine), all; failures are named at the end
-       [--long]          the long ones too
+                         the target in an emulator), armhf-time64 (rings, threads and streams of
+                         the target with 64-bit times), armhf-vm (a kernel of the target with two
+                         processors, in a virtual machine), all; failures are listed at the end
+       [--long]          include the long tests
   bench [NAME...]        run the benchmarks (default: all of them, into bench/results.json and
                          docs/performance.md)
-        --gate           count what has no noise, such as instructions, against limits
-  fuzz [SECONDS|HOURSh]  arbitrary messages, rings, files and sessions for library and server, equal
-                         shares for each target (default: 70 s); says what was found
-  race [ROUNDS]          destroy streams and settings in the midst of their work, under the thread
+        --gate           compare counts without noise, such as instructions, with their limits
+  fuzz [SECONDS|HOURSh]  send arbitrary messages, rings, files and sessions to library and server,
+                         with equal time for each target (default: 70 s); print the findings
+  race [ROUNDS]          destroy streams and settings while calls are under way, under the thread
                          sanitizer (default: 100000 rounds)
-  coverage               run the tests with a library that counts which lines run, and compare with
-                         what is to run
-  mutate [ARGUMENT...]   take the library's locks, barriers and checks away, change its order,
-                         constants and comparisons, one at a time, and look whether a test fails;
-                         with --slice K/N a part of it, with --sum FILE... the result of all parts
-  faults                 each call of the library that can fail fails, at every occurrence, in every
-                         conversation; ten thousand life cycles of each class
-  kill                   servers that are killed, started again and stand still, at every point of a
-                         conversation with every kind of client
-  soak [HOURS [SEED]]    streams of all kinds against servers that are killed and stand still, every
-                         byte compared (default: 3m; 90s and 2h are times, too); then 10^9 bytes
+  coverage               run the tests with a library that counts executed lines, and compare with
+                         the list of lines that cannot run
+  mutate [ARGUMENT...]   remove locks, barriers and checks of the library, change its order,
+                         constants and comparisons, one at a time, and check that a test fails;
+                         --slice K/N runs a part of them, --sum FILE... adds up all parts
+  faults                 let each system call and allocation of the library fail, at every
+                         occurrence in every conversation; ten thousand life cycles of each class
+  kill                   kill, restart and suspend servers at every point of a conversation with
+                         every kind of client
+  soak [HOURS [SEED]]    streams of all kinds with servers that are killed and suspended, every
+                         byte compared (default: 3m; 90s and 2h are valid, too); then 10^9 bytes
                          through rings between programs of this machine and of the target, all pairs
-  models                 go through every state of the models of rings, replies and destructors, and
-                         of the same models with faults, which must be found
+  models                 check all states of the models of rings, replies and destructors, and that
+                         faults in the same models are found
   build [BUILD]          build only: native (default), asan, tsan, fuzz, armhf, armhf-time64,
                          armhf-vm, bench
   install [PREFIX]       install library, server, launcher and tool (default: ~/.local)
   abi [--update]         compare the binary interface, native and armhf, with the recorded one;
-                         --update records it anew
-  package [native|armhf] make Debian packages (default: native), into build/package/<name>
-       [--test]          install, use and purge them in a Debian of their own; with both
-                         names the armhf ones beside the native ones
-  docs                   make the reference of the headers and the man pages as HTML, and check that
-                         nothing is without documentation: build/docs/
-  format                 lay out the sources
-  lint                   check layout, sources, scripts, licence lines, layers and recipes
+                         --update records it again
+  package [native|armhf] build Debian packages (default: native), in build/package/<name>
+       [--test]          install, use and purge them in a separate Debian system; with both
+                         names, the armhf packages beside the native ones
+  docs                   generate the reference of the headers and the man pages as HTML in
+                         build/docs/, and check that everything is documented
+  format                 format the sources
+  lint                   check format, sources, scripts, licence lines, layers and recipes
   deps [GROUP...]        list the Debian packages that the commands install
   clean                  remove build/
-  help                   this text
+  help                   print this text
 
-Builds live in build/<name>, with their output in build/<name>/build.log.
+Each build is in build/<name>; its output is in build/<name>/build.log.
 END
 }

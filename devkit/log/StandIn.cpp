@@ -24,8 +24,8 @@ bool isLoggable(int priority) {
 }
 
 char letterOf(int priority) {
-    constexpr char letters[] = "??VDIWEF";
-    return priority >= 0 && priority <= ANDROID_LOG_FATAL ? letters[priority] : '?';
+    constexpr char LETTERS[] = "??VDIWEF";
+    return priority >= 0 && priority <= ANDROID_LOG_FATAL ? LETTERS[priority] : '?';
 }
 
 void print(int priority, const char* tag, const char* format, std::va_list arguments) {

@@ -148,7 +148,7 @@ _in("loadAcquire",
     ("offsets loaded without a barrier", "std::memory_order_acquire", "std::memory_order_relaxed"))
 _in("RingState::of",
     ("a size without a barrier", "loadAcquire(ring.size)", "loadRelaxed(ring.size)"))
-_in("RingState::possible",
+_in("RingState::isPossible",
     ("a ring larger than its mapping", "- 1 < limit", "!= 0"),
     ("a read offset behind the end", "read < size &&", ""),
     ("a write offset behind the end", "&& write < size", ""))
@@ -193,7 +193,7 @@ _in("ShareMemoryEx::releaseBuffer",
 _in("ShareMemoryEx::getTotalSize",
     ("a total size without a barrier", "loadAcquire", "loadRelaxed"))
 _in("copyOut",
-    ("an impossible ring is read", "if (!state.possible(hdl->len)) return 0;", ""),
+    ("an impossible ring is read", "if (!state.isPossible(hdl->len)) return 0;", ""),
     ("more is read than there is", "std::min(state.used(), len)", "len"),
     ("the cache is invalidated after the copy",
      "if (hdl->needCache) cache_invalidate(hdl, from, bytes); copyBytes(dst",
@@ -207,7 +207,7 @@ _in("copyOut",
      "copyBytes(dst, from, bytes); dst += bytes; taken(next)",
      "taken(next); copyBytes(dst, from, bytes); dst += bytes"))
 _in("writeInPieces",
-    ("an impossible ring is written", "if (!state.possible(hdl->len)) return 0;", ""),
+    ("an impossible ring is written", "if (!state.isPossible(hdl->len)) return 0;", ""),
     ("more is written than fits", "std::min(state.free(), len)", "len"),
     ("the cache is cleaned before the copy",
      "copyBytes(to, src, bytes); if (hdl->needCache) cache_clean(hdl, to, bytes)",
@@ -217,18 +217,18 @@ _in("writeInPieces",
      "storeRelease(hdl->hdr->writeOffset, next)",
      "src += bytes; storeRelease(hdl->hdr->writeOffset, next); if (hdl->needCache) "
      "cache_clean(hdl, to, bytes)"))
-_in("readAnyhow",
+_in("readAnyRing",
     ("an object without a mapping is read", "if (!hdl->isMapped()) return 0;", ""))
-_in("writeAnyhow",
+_in("writeAnyRing",
     ("an object without a mapping is written", "if (!hdl->isMapped()) return 0;", ""))
 _in("ShareMemoryEx::getUsedSize",
-    ("the used size of an impossible ring", "possible(mHandle->len) ? state.used() : 0", "used()"))
+    ("the used size of an impossible ring", "isPossible(mHandle->len) ? state.used() : 0", "used()"))
 _in("ShareMemoryEx::getFreeSize",
-    ("the free size of an impossible ring", "possible(mHandle->len) ? state.free() : 0", "free()"))
+    ("the free size of an impossible ring", "isPossible(mHandle->len) ? state.free() : 0", "free()"))
 _in("ShareMemoryEx::getNextBuffer",
-    ("a view of an impossible ring", "possible ? state.usedInOnePiece() : 0",
+    ("a view of an impossible ring", "isPossible ? state.usedInOnePiece() : 0",
      "state.usedInOnePiece()"),
-    ("a view from an impossible offset", "(possible ? state.read : 0)", "state.read"))
+    ("a view from an impossible offset", "(isPossible ? state.read : 0)", "state.read"))
 _in("finishRead",
     ("a reader does not wake the writer",
      "if (loadRelaxed(ring.writeNotify) != 0) [[unlikely]] post(ring.writeSem, \"read\");", ""))
@@ -285,7 +285,7 @@ _in("uninitShmNotificationReceiver",
     ("a receiver whose post was taken away",
      "if (!semaphoreHasPost(hdl->recevierSem)) postFor(hdl, __func__);", ""),
     ("a receiver that destroys its ring", "receiver->isCaller()", "false"),
-    ("a receiver is not waited for", "!receiver->waitForBodysEnd(kReceiverWakeIntervalMs)",
+    ("a receiver is not waited for", "!receiver->waitForBodyEnd(RECEIVER_WAKE_INTERVAL_MS)",
      "false", "join() waits as well; what is in the loop has mutants of its own"))
 _in("initShmNotificationReceiver",
     ("a receiver's semaphore is not shared", "semaphoreShare(hdl->recevierSem);", ""),
@@ -347,8 +347,8 @@ _in("nameIsMapped",
     ("a descriptor stays open", "close(fd);", ""))
 
 _in("sem_post",
-    ("a post too many", "countIn(seen) == kCountMax", "false"),
-    ("a post wakes nobody", "(seen & kWaitersBit) != 0", "false"))
+    ("a post too many", "countIn(seen) == COUNT_MAX", "false"),
+    ("a post wakes nobody", "(seen & WAITERS_BIT) != 0", "false"))
 _in("leaveWaiters",
     ("a sleeper that is not counted as one", "guess == 0", "false"),
     ("a waiter that leaves does not repair the bit", "guess != 1 || before == 1",
@@ -359,8 +359,8 @@ _in("sleepForPost",
     ("a post before going to sleep", "if (countIn(seen) != 0) continue;", "",
      "the kernel compares the word with one that has no post, and does not sleep"))
 _in("sem_init",
-    ("too large a count", "count > kCountMax", "false"))
-_in("kProcessShared",
+    ("too large a count", "count > COUNT_MAX", "false"))
+_in("PROCESS_SHARED",
     ("the mark of a shared semaphore", "128", "64"))
 _in("semaphoreWakeSleepers",
     ("only one kind of sleeper is woken", "futexWake(word, FUTEX_WAKE_PRIVATE, INT_MAX);", "",
@@ -461,7 +461,7 @@ _in("AudioConnection::disconnect",
     ("a disconnect that does not wake the receive thread", "pSocket->mReplySem->signal();", ""),
     ("a receive thread that is not joined", "pSocket->mWorker->join();", "",
      "its own destructor joins it"),
-    ("requesters are not waited for", "taken.awaitReturn();", ""))
+    ("requesters are not waited for", "taken.waitForReturn();", ""))
 _in("AudioConnection::_interrupt",
     ("interrupted without waking", "pSocket->wakeRequester();", ""))
 _in("SEND_TIMEOUT_MS",
@@ -516,7 +516,7 @@ _in("ConnectionState::abandon",
     ("abandoned without saying so", "fetch_or(ABANDONED)", "load()"))
 _in("ConnectionState::offerBody",
     ("a body that was read before counts for the next",
-     "mFacts &= static_cast<std::uint8_t>(~BODY_TAKEN);", ""))
+     "mFlags &= static_cast<std::uint8_t>(~BODY_TAKEN);", ""))
 
 _in("RecordLoan::RecordLoan",
     ("a loan is not counted", "(seen) + 1", "(seen)"),
@@ -532,7 +532,7 @@ _in("takeRecord",
     ("a record stays in the slot", "exchange(nullptr, std::memory_order_acq_rel)",
      "load(std::memory_order_acquire)"),
     ("a record is taken with its count", "recordIn(taken)", "taken"))
-_in("TakenRecord::awaitReturn",
+_in("TakenRecord::waitForReturn",
     ("the taker does not wait", "record->mReturnedLoans.await(loans);", ""))
 _in("ReturnedLoans::await",
     ("one loan that is given back is enough", "mCount < count", "mCount == 0"),
@@ -719,7 +719,7 @@ _in("wakeAfterUpdate",
     ("an update of a ring that is not mapped", "|| !ring->isUsable()", "",
      "a ring that is not mapped has no receiver thread, which alone asks"),
     ("an update of no ring", "ring == nullptr ||", ""))
-_in("awaitExit",
+_in("waitForExit",
     ("the destructor does not wake the blocked call", "stream.changed.signal();", ""),
     ("the destructor waits once",
      "for (; stream.isBlocked && waited < limitMs; waited = nowMs() - begin)",
@@ -728,7 +728,7 @@ _in("awaitExit",
      OUT_OF_REACH + "differs after a wake-up that was the blocked call's, and then only in length"))
 _in("endReader",
     ("the destructor does not wait for a reader",
-     "true; (void)awaitExit(stream, READER_EXIT_WAIT_MS);", "true;"))
+     "true; (void)waitForExit(stream, READER_EXIT_WAIT_MS);", "true;"))
 _in("READER_EXIT_WAIT_MS",
     ("another wait for a reader", "500", "250"))
 _in("clearCapture",
@@ -757,7 +757,7 @@ _in("StreamLink",
 _in("Playback::step",
     ("a step of nothing", "std::max(perLoopSize, 1)", "perLoopSize"),
     ("a step of less than there is", "0 ? free", "1 ? free"))
-_in("Playback::fitting",
+_in("Playback::writableNow",
     ("more is written than fits", "std::min(freeSize(ring), bytes)", "bytes"),
     ("a negative count is written", "std::max(count, 0)", "count",
      OUT_OF_REACH + "takes a ring of 2 GiB"))
@@ -803,7 +803,7 @@ _in("Playback::writeDone",
     ("the flag of requests", "true);", "false);"))
 _in("Playback::endWriter",
     ("a stream that is destroyed is stopping", "NO_INIT; if", "STOPPING; if"),
-    ("the destructor does not wait for a writer", "awaitExit(stream, WRITER_EXIT_WAIT_MS)", "0"))
+    ("the destructor does not wait for a writer", "waitForExit(stream, WRITER_EXIT_WAIT_MS)", "0"))
 _in("setRingWait",
     ("a ring that is not mapped has a flag", "&& ring->isUsable()", ""))
 
@@ -930,7 +930,7 @@ _in("ClientSink::onSourceActivated",
     ("a new source wakes nobody", "if (mIsBlocked) mCond.signal();", ""),
     ("a source that went stays gone", "mSourceRemoved = false;", ""),
     ("a source is never there", "mSourceActive = true;", ""))
-_in("ClientSink::letGoOfSource",
+_in("ClientSink::acknowledgeWithdrawal",
     ("the server hears before the ring is gone",
      "cabinaudio::deleteRing(StreamLink::of(mRc), ring); return cabinaudio::sendInTurn(*mRc, "
      "id(StreamFunction::SourceDeactivated), true) == AUDIO_NO_ERROR",
@@ -1304,13 +1304,13 @@ _in("AudioConfig::AudioConfig",
     ("another first level", "(AUDIO_LOG_LEVEL_INFO)", "(AUDIO_LOG_LEVEL_WARN)"))
 _in("toNumber",
     ("numbers of another base", "nullptr, 10", "nullptr, 0"),
-    ("a number beyond the target's", "clamp(std::strtol(text, nullptr, 10), least, most)",
+    ("a number beyond the target's", "clamp(std::strtol(text, nullptr, 10), LEAST, MOST)",
      "strtol(text, nullptr, 10)"))
 _in("AudioConfig::_parseLogItem",
     ("only 1 is on", "!= 0; AUDIO_LOGI", "== 1; AUDIO_LOGI"),
     ("a level that is not told", "mLogLevel = static_cast<AudioLogLevel>(toNumber(level))",
      "(void)level"))
-_in("kFile",
+_in("CONFIG_FILE",
     ("another file", "\"/media/flash/nvm/as_server/audio_config\"",
      "\"/media/flash/nvm/as_server/audio_conf\""))
 _in("AudioConfig::_parseConfigItems",
@@ -1378,19 +1378,19 @@ _in("cabinaudio::chooseClock",
     ("the other clock", "CLOCK_MONOTONIC : CLOCK_REALTIME", "CLOCK_REALTIME : CLOCK_MONOTONIC"))
 _in("AudioTime::travel",
     ("back over a second's begin", "nanoseconds < 0", "false"),
-    ("a whole second of nanoseconds", "nanoseconds %= kNanosecondsPerSecond;", ""),
-    ("the other end of the clock", "kLastSecond : kFirstSecond", "kFirstSecond : kLastSecond"))
+    ("a whole second of nanoseconds", "nanoseconds %= NANOSECONDS_PER_SECOND;", ""),
+    ("the other end of the clock", "LAST_SECOND : FIRST_SECOND", "FIRST_SECOND : LAST_SECOND"))
 _in("AudioTime::now",
     ("microseconds of another length", "tv_nsec / 1000", "tv_nsec / 1024"),
     ("a clock that cannot be read is silent", "== 0", "!= 1"))
 _in("AudioTime::sleep",
-    ("a sleep's rest", "us % kMicrosecondsPerSecond", "0 * us"))
+    ("a sleep's rest", "us % MICROSECONDS_PER_SECOND", "0 * us"))
 
 _in("chosenClock",
     ("the clock is chosen each time", "clock != CLOCK_NOT_CHOSEN ? clock :", ""))
 
 _in("deadlineIn",
-    ("a deadline that wraps round", "std::min(ms, longestMs)", "ms"))
+    ("a deadline that wraps round", "std::min(ms, LONGEST_MS)", "ms"))
 
 _in("LibraryThread::STACK_BYTES",
     ("another stack", "size_t{1024}", "size_t{4096}"))
@@ -1400,11 +1400,11 @@ _in("gAllowsOrdinaryThreads",
 
 _in("audioMathLog10Extend",
     ("a midpoint goes down", "amplitude > 0.0F", "amplitude >= 0.0F"),
-    ("the search goes the wrong way", "amplitude > kAmplitudes", "amplitude < kAmplitudes"))
+    ("the search goes the wrong way", "amplitude > AMPLITUDES", "amplitude < AMPLITUDES"))
 _in("audioMathPow10Extend",
     ("decibels are rounded", "(step)", "(step + 0.5F)"),
-    ("no number is loud", "kAmplitudes[0]", "kAmplitudes[kLastStep]"),
-    ("the last step is looked up", "(kLastStep)", "(kLastStep) + 9"))
+    ("no number is loud", "AMPLITUDES[0]", "AMPLITUDES[LAST_STEP]"),
+    ("the last step is looked up", "(LAST_STEP)", "(LAST_STEP) + 9"))
 _in("audioMathRandn",
     ("another volume of noise", "0.005", "0.0049"),
     ("the generator's other way", "4294967296.0 - next", "4294967295.0 - next"))
@@ -1430,24 +1430,24 @@ _in("AudioAlert::alert",
     ("two numbers of an alert", "elapsedUs, thresholdUs", "thresholdUs, elapsedUs"),
     ("a missing name", "name, \"Unknown\"", "name, \"-\""))
 
-_in("kTags",
+_in("TAGS",
     ("the connection of a tag", "AUDIO_TAG_INPUT1, AUDIO_CONNECT_INPUT1",
      "AUDIO_TAG_INPUT1, AUDIO_CONNECT_INPUT2"),
     ("the path of a tag", "AUDIO_OUT_PATH_ALTERNATIVE, AUDIO_TAG_ALTERNATIVE",
      "AUDIO_OUT_PATH_AUXILIARY, AUDIO_TAG_ALTERNATIVE"),
     ("the name of a shared tag", "\"output_input0_invocation\", AUDIO_OUT_PATH_NONE",
      "\"output_input1_invocation\", AUDIO_OUT_PATH_NONE"))
-_in("kCodecs",
+_in("CODECS",
     ("the number of a codec", "AUDIO_CODEC_6, 64", "AUDIO_CODEC_6, 65"),
     ("the usage of a codec", "AUDIO_CODEC_4_USAGE2, 16, 2", "AUDIO_CODEC_4_USAGE2, 16, 1"))
-_in("kBitDepths",
+_in("BIT_DEPTHS",
     ("the format of 32 bits", "MULTI_AUDIO_FMT_S24, 2", "MULTI_AUDIO_FMT_S24, 1"),
     ("the bytes of 24 bits", "MULTI_AUDIO_FMT_S24, 1, 24, 3", "MULTI_AUDIO_FMT_S24, 1, 24, 4"))
-_in("kChannelMaps",
+_in("CHANNEL_MAPS",
     ("the channels of a layout", "AUDIO_CHANNEL_MAP_5, 10, 5", "AUDIO_CHANNEL_MAP_5, 10, 6"))
-_in("kChannelNames",
+_in("CHANNEL_NAMES",
     ("the name of a loudspeaker", "AUDIO_CHANNEL_CF, \"CF\"", "AUDIO_CHANNEL_CF, \"FC\""))
-_in("kSampleRates",
+_in("SAMPLE_RATES",
     ("a usual rate", "11025", "11024"))
 _in("AudioTypes::getFfmpegSampleRate",
     ("an unusual rate", "known : 48000", "known : 44100"))
@@ -1456,7 +1456,7 @@ _in("carriesFlag",
 _in("AudioTypes::getFormatDesc",
     ("a flag of any number", "flag != 0 ? 1 : 0", "flag"),
     ("a codec's parameter", "filled.codecParam = parameter.codecParam;", ""),
-    ("a coded stream has a bit depth", "if (filled.codecType == kPcm) filled", "filled"),
+    ("a coded stream has a bit depth", "if (filled.codecType == PCM) filled", "filled"),
     ("a conversion keeps what was there",
      "audio_uplink_parameter_t& parameter) { AudioFormatDesc filled = {}",
      "audio_uplink_parameter_t& parameter) { AudioFormatDesc filled = format"))
@@ -1471,8 +1471,8 @@ _in("SourceStem::SourceStem",
     ("a name with its extension", "&& name[i] != '.'", ""))
 
 _in("copyText",
-    ("a text without an end", "size - 1", "size"),
-    ("what lies behind a text", "std::memset(to + length, 0, size - length);", ""))
+    ("a text without an end", "SIZE - 1", "SIZE"),
+    ("what lies behind a text", "std::memset(to + length, 0, SIZE - length);", ""))
 _in("findItem",
     ("an item of another usage", "&& std::strcmp(item->usage, key.usage) == 0", ""),
     ("an item of another tag", "std::strcmp(item->tag, key.tag) == 0 &&", ""))

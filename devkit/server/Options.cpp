@@ -31,10 +31,9 @@ std::string checkInstance(const std::string& name) {
 }
 
 void describeOutput(CLI::App& app, Options& options) {
-    app.add_option(
-           "--output", options.output,
-           "Where to play: auto, pulse, alsa[:DEVICE], wav:FILE or null. auto, the default, "
-           "is the first of pulse, alsa and null that works")
+    app.add_option("--output", options.output,
+                   "Output: auto, pulse, alsa[:DEVICE], wav:FILE or null. auto, the default, "
+                   "is the first of pulse, alsa and null that works")
         ->type_name("WHERE")
         ->check([](const std::string& text) { return checkOutput(text); });
     app.add_option("--rate", options.format.rate, "Sample rate of the output (48000)")
@@ -46,7 +45,7 @@ void describeOutput(CLI::App& app, Options& options) {
     app.add_option_function<std::string>(
            "--format",
            [&options](const std::string& name) { options.format.type = *sampleTypeOf(name); },
-           "Samples of the output: s16, s24, s32 or float (s16)")
+           "Sample format of the output: s16, s24, s32 or float (s16)")
         ->type_name("TYPE")
         ->check([](const std::string& name) {
             return sampleTypeOf(name) ? "" : "no such samples: " + name;
@@ -63,15 +62,14 @@ void describeStreams(CLI::App& app, Options& options) {
     app.add_option_function<int>(
            "--ring-delay",
            [&options](const int& ms) { options.ringDelay = std::chrono::milliseconds(ms); },
-           "Wait before the ring of a track or sink is announced to its client (0)")
+           "Delay before the ring of a track or sink is announced to its client (0)")
         ->type_name("MS")
         ->check(CLI::Range(0, LONGEST_DELAY_MS));
 }
 
 void addInput(Options& options, const std::string& text) {
-    if (const std::string problem = options.inputs.add(text); !problem.empty()) {
+    if (const std::string problem = options.inputs.add(text); !problem.empty())
         throw CLI::ValidationError("--input", problem);
-    }
 }
 
 void setUplinkDelay(Options& options, const std::string& text) {
@@ -82,9 +80,8 @@ void setUplinkDelay(Options& options, const std::string& text) {
     int ms = 0;
     const char* const end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, ms);
-    if (error != std::errc() || rest != end || ms < 0 || ms > LONGEST_DELAY_MS) {
+    if (error != std::errc() || rest != end || ms < 0 || ms > LONGEST_DELAY_MS)
         throw CLI::ValidationError("--uplink-delay", "neither 0 to 60000 nor never: " + text);
-    }
     options.uplinkDelay = std::chrono::milliseconds(ms);
 }
 
@@ -95,24 +92,25 @@ void describeCapture(CLI::App& app, Options& options) {
                for (const std::string& text : texts)
                    addInput(options, text);
            },
-           "What is recorded: a sound file, which is looped, tone:HZ, silence or mic; with TAG= in "
-           "front, only by streams of that tag. May be repeated (tone:440)")
+           "Input for recordings: a sound file, which is looped, tone:HZ, silence or mic; with "
+           "TAG= in "
+           "front, only for streams of that tag. May be repeated (tone:440)")
         ->type_name("[TAG=]WHAT")
         ->allow_extra_args(false);
     app.add_option_function<std::string>(
            "--uplink-delay", [&options](const std::string& text) { setUplinkDelay(options, text); },
-           "Wait between the start of an uplink and the announcement of its ring; never: it is "
+           "Delay between the start of an uplink and the announcement of its ring; never: it is "
            "announced on command only (0)")
         ->type_name("MS|never");
 }
 
 void describeRecords(CLI::App& app, Options& options) {
     app.add_option("--stems", options.stemDirectory,
-                   "Also write what each stream delivers, as DIR/<tag>-<name>.wav")
+                   "Also write the data of each stream, as DIR/<tag>-<name>.wav")
         ->type_name("DIR")
         ->check(CLI::ExistingDirectory.description(""));
     app.add_option("--report", options.reportFile,
-                   "At the end write what was played, and where in the output it lies, as JSON")
+                   "At the end write the played streams and their places in the output, as JSON")
         ->type_name("FILE");
     app.add_option("--state", options.stateFile,
                    "Keep the settings in FILE, as JSON: read at the start, written after changes")
@@ -136,11 +134,12 @@ void describeUsers(CLI::App& app, Options& options) {
                    if (const auto problem = addGroup(options.allowed, name); !problem.empty())
                        throw CLI::ValidationError("--allow-group", problem);
            },
-           "Serve also the members of this group, besides root and the user that the server runs "
+           "Also serve the members of this group, besides root and the user that the server runs "
            "as. May be repeated")
         ->type_name("NAME")
         ->allow_extra_args(false);
-    app.add_flag("--allow-all", options.allowed.isEverybody, "Serve every user of this machine");
+    app.add_flag("--allow-all", options.allowed.includesEverybody,
+                 "Serve every user of this machine");
 }
 
 void describeProgram(CLI::App& app, Options& options) {
@@ -154,9 +153,9 @@ void describeProgram(CLI::App& app, Options& options) {
         ->check(CLI::Range(0, 1 << 20));
     app.add_flag_callback(
         "-v,--verbose", [&options] { options.logLevel = log::Level::Debug; },
-        "Say more, the library's log included");
+        "Log more, including the library's log");
     app.add_flag_callback(
-        "-q,--quiet", [&options] { options.logLevel = log::Level::Error; }, "Say errors only");
+        "-q,--quiet", [&options] { options.logLevel = log::Level::Error; }, "Log errors only");
     app.set_version_flag("--version", versionText());
 }
 
@@ -184,9 +183,8 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
     } catch (const CLI::ParseError& error) {
         return usage(error.what());
     }
-    if (options.isFast && !runsWithoutClock(options.output)) {
+    if (options.isFast && !runsWithoutClock(options.output))
         return usage("--fast needs --output wav:FILE or null");
-    }
     return options;
 }
 

@@ -46,7 +46,7 @@ CaptureRegistry::Settings captureSettings(const Options& options, const Settings
     return settings;
 }
 
-constexpr std::chrono::seconds LOOK{1};
+constexpr std::chrono::seconds CHECK_INTERVAL{1};
 
 ConnectionLimits connectionLimits() {
     struct rlimit limit = {};
@@ -66,7 +66,7 @@ Server::Server(const Options& options)
       mTrace(options.isTraced),
       mLimits(connectionLimits()),
       mAdmission(options.allowed, mLimits),
-      mPatience(mLoop, [this](std::uint64_t) { lookAtClients(); }),
+      mCheckTimer(mLoop, [this](std::uint64_t) { checkClients(); }),
       // First: a second server must not touch the objects of the running one.
       mListener(mLoop, wire::SERVER_SOCKET,
                 [this](UniqueFd socket) { addClient(std::move(socket)); }),
@@ -108,23 +108,22 @@ void Server::run() {
     const OutputFormat& format = mOptions.format;
     log::info("plays to %s, %u Hz, %u channel%s, %s", mOutput->name().c_str(), format.rate,
               format.channels, format.channels == 1 ? "" : "s", nameOf(format.type));
-    sayReady();
+    reportReady();
     mLoop.run();
     mStreams.removeAll();
     mCaptures.removeAll();
     if (!mOptions.reportFile.empty()) writeFile(mOptions.reportFile, reportOf(reported()));
 }
 
-void Server::sayReady() const {
+void Server::reportReady() const {
     if (mOptions.readyFd < 0) return;
-    constexpr char ready[] = "ready\n";
-    if (write(mOptions.readyFd, ready, sizeof ready - 1) < 0) {
+    constexpr char READY[] = "ready\n";
+    if (write(mOptions.readyFd, READY, sizeof READY - 1) < 0)
         log::warning("--ready-fd %d: %s", mOptions.readyFd, strerror(errno));
-    }
     close(mOptions.readyFd);
 }
 
-// A client has written to or read from its ring; the wake-up does not tell which client.
+/// A client has written to or read from its ring; the wake-up does not tell which client.
 void Server::wake() {
     mMixer.update();
     mCaptureClock.update();
@@ -152,17 +151,16 @@ void Server::addClient(UniqueFd socket) {
 }
 
 void Server::unfinished(const Client&) {
-    if (!std::exchange(mIsLooking, true)) mPatience.every(LOOK);
+    if (!std::exchange(mIsChecking, true)) mCheckTimer.every(CHECK_INTERVAL);
 }
 
-void Server::lookAtClients() {
+void Server::checkClients() {
     bool isAnyLeft = false;
-    for (const auto& client : mClients) {
-        isAnyLeft |= client->look();
-    }
+    for (const auto& client : mClients)
+        isAnyLeft |= client->checkProgress();
     if (isAnyLeft) return;
-    mIsLooking = false;
-    mPatience.stop();
+    mIsChecking = false;
+    mCheckTimer.stop();
 }
 
 void Server::descriptorClosed() {

@@ -56,12 +56,12 @@ private:
     void unfinished(const Client& client) override;
 
     void addClient(UniqueFd socket);
-    void lookAtClients();
+    void checkClients();
     void descriptorClosed();
     void addCommands();
     void wake();
     void erase(const Client& client);
-    void sayReady() const;
+    void reportReady() const;
     [[nodiscard]] Reported reported() const {
         return {mStreams, mCaptures, mMixer, *mOutput, mOptions.format, mSettings};
     }
@@ -74,8 +74,8 @@ private:
     const ConnectionLimits mLimits;
     Admission mAdmission;
     std::vector<std::unique_ptr<Client>> mClients;
-    Timer mPatience;          // ticks while a client is unregistered or mid-message
-    bool mIsLooking = false;  // whether mPatience ticks
+    Timer mCheckTimer;         // ticks while a client is unregistered or mid-message
+    bool mIsChecking = false;  // whether mCheckTimer ticks
     Listener mListener;
     Commands mCommands;
     ControlSocket mControl;

@@ -27,7 +27,7 @@ std::string instanceText() {
     return instance.empty() ? "" : " of instance \"" + instance + "\"";
 }
 
-// Each client needs a descriptor.
+/// Each client needs a descriptor.
 void raiseDescriptorLimit() {
     struct rlimit limit = {};
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
@@ -49,10 +49,10 @@ int run(int argc, const char* const* argv) {
     log::setLevel(options.logLevel);
     // Set first: all names on this machine depend on the instance.
     if (!options.instance.empty()) {
-        setenv(board::kInstanceVariable, options.instance.c_str(), 1);
+        setenv(board::INSTANCE_VARIABLE, options.instance.c_str(), 1);
     } else if (cabinaudio_board_instance() == nullptr) {
-        log::error("%s=%s is not an instance name", board::kInstanceVariable,
-                   getenv(board::kInstanceVariable));
+        log::error("%s=%s is not an instance name", board::INSTANCE_VARIABLE,
+                   getenv(board::INSTANCE_VARIABLE));
         return EXIT_USAGE;
     }
     prepareProcess();
@@ -71,11 +71,10 @@ int main(int argc, char** argv) {
     try {
         return run(argc, argv);
     } catch (const std::system_error& error) {
-        if (error.code().value() == EADDRINUSE) {
+        if (error.code().value() == EADDRINUSE)
             log::error("there is a server%s already", instanceText().c_str());
-        } else {
+        else
             log::error("%s", error.what());
-        }
     } catch (const std::exception& error) {
         log::error("%s", error.what());
     }

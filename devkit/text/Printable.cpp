@@ -13,8 +13,8 @@ struct Range {
     char32_t last;
 };
 
-template <std::size_t count>
-bool isIn(const std::array<Range, count>& ranges, char32_t character) {
+template <std::size_t COUNT>
+bool isIn(const std::array<Range, COUNT>& ranges, char32_t character) {
     return std::any_of(ranges.begin(), ranges.end(), [character](const Range& range) {
         return character >= range.first && character <= range.last;
     });
@@ -37,7 +37,7 @@ constexpr std::size_t LONGEST_CHARACTER = 4;
 // The smallest character for each encoded length of 1 to 4 bytes.
 constexpr std::array<char32_t, LONGEST_CHARACTER> SMALLEST = {0, 0x80, 0x800, 0x10000};
 
-// Length by the first byte; 0 for a byte that cannot start a character.
+/// Length by the first byte; 0 for a byte that cannot start a character.
 std::size_t lengthOf(unsigned char first) {
     if (first < 0x80) return 1;
     if (first < 0xc0) return 0;
@@ -51,13 +51,13 @@ bool isUnicode(char32_t character, std::size_t length) {
     return character >= SMALLEST[length - 1] && character <= 0x10ffff && !isSurrogate;
 }
 
-// How a character is written: unchanged, or escaped.
+/// How a character is written: unchanged, or escaped.
 struct Written {
     std::array<char, 6> text;
     std::size_t length;
 };
 
-// A backslash, a letter, and the character in `digits` hex digits.
+/// A backslash, a letter, and the character in `digits` hex digits.
 Written escaped(char letter, std::size_t digits, char32_t character) {
     constexpr char DIGITS[] = "0123456789abcdef";
     Written written = {{'\\', letter}, 2 + digits};
@@ -169,11 +169,10 @@ std::size_t columnsOf(std::string_view text) {
     std::size_t columns = 0;
     while (!text.empty()) {
         const Front front = frontOf(text);
-        if (isIn(WIDE, front.character)) {
+        if (isIn(WIDE, front.character))
             columns += 2;
-        } else if (!isIn(WITHOUT_WIDTH, front.character)) {
+        else if (!isIn(WITHOUT_WIDTH, front.character))
             ++columns;
-        }
         text.remove_prefix(front.length);
     }
     return columns;

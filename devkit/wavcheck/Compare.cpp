@@ -9,7 +9,7 @@
 namespace cabinaudio::wavcheck {
 namespace {
 
-// Both sounds have the same form; the shorter one is extended with silence.
+/// Both sounds have the same form; the shorter one is extended with silence.
 double signalToNoiseDb(const Sound& expected, const Sound& heard) {
     const auto at = [](const Sound& sound, std::size_t i) {
         return i < sound.samples.size() ? sound.samples[i] : 0.0;
@@ -33,9 +33,8 @@ Verdict compareExactly(const Sound& expected, const Sound& heard) {
     const auto [wanted, found] = std::mismatch(expected.samples.begin(), expected.samples.end(),
                                                heard.samples.begin(), heard.samples.end());
     const bool isEqual = wanted == expected.samples.end() && found == heard.samples.end();
-    if (isEqual) {
+    if (isEqual)
         return {true, "sample for sample, " + std::to_string(expected.frames()) + " frames"};
-    }
     const auto frame = static_cast<std::size_t>(wanted - expected.samples.begin()) /
                        static_cast<std::size_t>(expected.channels);
     return {false, "differs from frame " + std::to_string(frame) + " on (" +
@@ -55,9 +54,8 @@ Verdict compareRoughly(const Sound& expected, const Sound& heard) {
 
 Verdict compare(const Sound& expected, const Sound& heard, bool mustBeExact) {
     if (expected.samples.empty()) return {false, "there is nothing to compare with"};
-    if (expected.rate != heard.rate || expected.channels != heard.channels) {
+    if (expected.rate != heard.rate || expected.channels != heard.channels)
         return {false, formOf(heard) + " instead of " + formOf(expected)};
-    }
     return mustBeExact ? compareExactly(expected, heard) : compareRoughly(expected, heard);
 }
 

@@ -13,7 +13,7 @@ namespace {
 
 using server::ChannelMatrix;
 
-// Adds one frame to another; channels are mapped by the server's rules.
+/// Adds one frame to another; channels are mapped by the server's rules.
 void addFrame(const Sound& source, std::size_t from, const ChannelMatrix& matrix, Sound& output,
               std::size_t to) {
     const auto inputs = static_cast<std::size_t>(source.channels);
@@ -45,9 +45,8 @@ Sound placed(const StreamReport& stream, const Sound& stem, const Sound& form, s
             throw std::runtime_error(stream.name + ": reported where there is nothing");
         }
         const std::size_t count = std::min(segment.frames, source.frames() - begin);
-        for (std::size_t i = 0; i < count; ++i) {
+        for (std::size_t i = 0; i < count; ++i)
             addFrame(source, begin + i, matrix, output, segment.outputFrame + i);
-        }
         follows += segment.frames;
     }
     return output;

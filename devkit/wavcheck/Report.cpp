@@ -26,9 +26,8 @@ StreamReport streamFrom(const json& entry) {
 
 const StreamReport& Report::stream(const std::string& name) const {
     const auto hasName = [&](const StreamReport& stream) { return stream.name == name; };
-    if (std::count_if(streams.begin(), streams.end(), hasName) != 1) {
+    if (std::count_if(streams.begin(), streams.end(), hasName) != 1)
         throw std::runtime_error("the report does not hold exactly one stream \"" + name + '"');
-    }
     return *std::find_if(streams.begin(), streams.end(), hasName);
 }
 

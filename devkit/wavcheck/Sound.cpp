@@ -36,9 +36,8 @@ Sound readSound(const std::string& path) {
     Sound sound{file.samplerate(), file.channels(), bitsOf(file.format()), {}};
     const auto samples = static_cast<std::size_t>(file.frames() * file.channels());
     sound.samples.resize(samples);
-    if (file.readf(sound.samples.data(), file.frames()) != file.frames()) {
+    if (file.readf(sound.samples.data(), file.frames()) != file.frames())
         throw std::runtime_error(path + ": shorter than its header says");
-    }
     return sound;
 }
 
@@ -53,9 +52,8 @@ Sound atRate(const Sound& sound, int rate) {
     data.input_frames = static_cast<long>(sound.frames());
     data.output_frames = frames;
     data.src_ratio = ratio;
-    if (const int error = src_simple(&data, SRC_SINC_BEST_QUALITY, sound.channels); error != 0) {
+    if (const int error = src_simple(&data, SRC_SINC_BEST_QUALITY, sound.channels); error != 0)
         throw std::runtime_error(src_strerror(error));
-    }
     out.resize(static_cast<std::size_t>(data.output_frames_gen * sound.channels));
     return {rate, sound.channels, 0, {out.begin(), out.end()}};
 }

@@ -49,7 +49,7 @@ public:
         std::string line = stream.tag + ", " + seconds(stem) + ": arrived, " + verdict.text;
         if (stream.finishes != 0) line += "; end announced";
         if (stream.underruns != 0) line += "; underruns: " + std::to_string(stream.underruns);
-        say(name, {verdict.isMet, line});
+        report(name, {verdict.isMet, line});
         mIsExact = mIsExact && isPlacedExactly(stem, mHeard);
         mPlaced.push_back(placed(stream, stem, mHeard, mHeard.frames()));
     }
@@ -57,18 +57,19 @@ public:
     /// Compares the output with the sum of the checked streams.
     void checkMix() {
         if (mReport.streams.size() != mPlaced.size()) {
-            say("mix", {false, "other streams than these were played"});
+            report("mix", {false, "other streams than these were played"});
         } else if (mReport.frames != mHeard.frames()) {
-            say("mix", {false, "the report speaks of " + std::to_string(mReport.frames) +
-                                   " frames, the file holds " + std::to_string(mHeard.frames())});
+            report("mix",
+                   {false, "the report speaks of " + std::to_string(mReport.frames) +
+                               " frames, the file holds " + std::to_string(mHeard.frames())});
         } else {
             const Verdict verdict = compare(sumOf(mPlaced, mHeard), mHeard, mIsExact);
             const std::string late =
                 mReport.latePeriods == 0
                     ? ""
                     : "; the server was late " + std::to_string(mReport.latePeriods) + " times";
-            say("mix", {verdict.isMet,
-                        seconds(mHeard) + ": the sum of the streams, " + verdict.text + late});
+            report("mix", {verdict.isMet,
+                           seconds(mHeard) + ": the sum of the streams, " + verdict.text + late});
         }
     }
 
@@ -82,7 +83,7 @@ public:
         if (!file) throw std::runtime_error(path + " cannot be written");
     }
 
-    [[nodiscard]] bool areMet() const { return mAreMet; }
+    [[nodiscard]] bool allMet() const { return mAllMet; }
 
 private:
     static std::string seconds(const Sound& sound) {
@@ -92,17 +93,17 @@ private:
         return text;
     }
 
-    void say(const std::string& what, const Verdict& verdict) {
+    void report(const std::string& what, const Verdict& verdict) {
         std::cout << (verdict.isMet ? "ok      " : "NOT MET ") << text::printable(what) << ": "
                   << text::printable(verdict.text) << '\n';
-        mAreMet = mAreMet && verdict.isMet;
+        mAllMet = mAllMet && verdict.isMet;
     }
 
     Report mReport;
     Sound mHeard;
     std::vector<Sound> mPlaced;
     bool mIsExact = true;
-    bool mAreMet = true;
+    bool mAllMet = true;
 };
 
 int check(const Options& options) {
@@ -113,7 +114,7 @@ int check(const Options& options) {
     }
     checks.checkMix();
     if (!options.envelopeFile.empty()) checks.writeEnvelopes(options.envelopeFile);
-    return checks.areMet() ? 0 : EXIT_NOT_MET;
+    return checks.allMet() ? 0 : EXIT_NOT_MET;
 }
 
 std::string checkPlayed(const std::string& text) {

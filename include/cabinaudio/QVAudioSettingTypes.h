@@ -20,7 +20,7 @@ enum audio_seat_state_e : std::int32_t {};
 
 namespace audio {
 
-// ---- Volumes --------------------------------------------------------------------------------
+// ---- Volumes ------------------------------------------------------------------------------------
 
 /// A channel and its volume step.
 struct audio_channel_gain_t {
@@ -37,7 +37,7 @@ enum audio_input_mux_id_e : std::uint32_t {
     AUDIO_INPUT_MUX_1 = 1,  ///< second input
 };
 
-// ---- Sources and routing ----------------------------------------------------------------------
+// ---- Sources and routing ------------------------------------------------------------------------
 
 /// Pins of the converter's inputs; values defined by the server.
 enum audio_input_select_pin_e : std::int32_t {};

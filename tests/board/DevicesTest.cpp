@@ -42,7 +42,7 @@ protected:
     int open(const char* path) { return GetParam().open(path, O_RDWR | O_CLOEXEC); }
 
     OwnInstance mInstance;
-    Variable mVariable{board::kInstanceVariable, mInstance.name()};
+    Variable mVariable{board::INSTANCE_VARIABLE, mInstance.name()};
 };
 
 INSTANTIATE_TEST_SUITE_P(
@@ -78,7 +78,7 @@ TEST_P(Device, MemIsTheMemoryOfTheInstance) {
 TEST_P(Device, CacheAcceptsCacheRequests) {
     const OpenFile cache(open("/dev/cache"));
     ASSERT_GE(cache, 0);
-    EXPECT_EQ(ioctl(cache, board::kCacheInvalidate, nullptr), 0);
+    EXPECT_EQ(ioctl(cache, board::CACHE_INVALIDATE, nullptr), 0);
     EXPECT_EQ(fcntl(cache, F_GETFD), FD_CLOEXEC);
 }
 
@@ -215,7 +215,7 @@ TEST_F(MemoryDevice, UsesItsNextPlaceWhenAnotherUserHasTakenOne) {
 }
 
 TEST_F(MemoryDevice, IsMissingWhenOtherUsersHaveTakenEachPlace) {
-    for (unsigned place = 0; place < board::kPhysicalMemoryPlaces; ++place) {
+    for (unsigned place = 0; place < board::PHYSICAL_MEMORY_PLACES; ++place) {
         const std::string name =
             mInstance.memoryFile().native() + (place == 0 ? "" : "." + std::to_string(place));
         ASSERT_EQ(symlink("/nowhere", name.c_str()), 0);

@@ -25,7 +25,7 @@ protected:
     TemporaryDirectory mHome;
     Variable mConfigHome{"XDG_CONFIG_HOME", mHome.path() / "config"};
     Variable mHomeVariable{"HOME", mHome.path()};
-    Variable mGiven{board::kConfigDirectoryVariable, ""};
+    Variable mGiven{board::CONFIG_DIRECTORY_VARIABLE, ""};
 };
 
 TEST_F(DiagnosticsFile, IsWrittenAndReadThroughFileStreams) {

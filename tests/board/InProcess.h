@@ -19,7 +19,7 @@ namespace cabinaudio::test {
 class InAnInstance : public ::testing::Test {
 protected:
     OwnInstance mInstance;
-    Variable mVariable{board::kInstanceVariable, mInstance.name()};
+    Variable mVariable{board::INSTANCE_VARIABLE, mInstance.name()};
 };
 
 /// Runs `work` in a forked child. @return its text, or how the child ended otherwise

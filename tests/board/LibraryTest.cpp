@@ -30,8 +30,8 @@ std::string readElf(Words words) {
 }
 
 TEST(StandIn, ReportsItsVersion) {
-    EXPECT_EQ(cabinaudio_board_active(), board::kVersion);
-    EXPECT_EQ(board::activeVersion(), board::kVersion);
+    EXPECT_EQ(cabinaudio_board_active(), board::VERSION);
+    EXPECT_EQ(board::activeVersion(), board::VERSION);
 }
 
 TEST(StandIn, NeedsNothingButTheCLibrary) {

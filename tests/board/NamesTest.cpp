@@ -198,8 +198,8 @@ TEST_F(InstanceName, SharesNothingAndWarnsOnceWhenInvalid) {
                                shm_unlink("ring"),
                                bind(newSocket(), server.get(), server.length),
                                connect(newSocket(), server.get(), server.length),
-                               mkdir(board::kConfigDirectory, 0700),
-                               open(board::kConfigFile, O_RDONLY)};
+                               mkdir(board::CONFIG_DIRECTORY, 0700),
+                               open(board::CONFIG_FILE, O_RDONLY)};
         for (const int result : results) {
             if (result != -1 || errno != EINVAL) {
                 return std::string("something was shared");

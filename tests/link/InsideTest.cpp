@@ -152,7 +152,7 @@ TEST_F(RecordLoans, AreAllAwaitedWhenTheRecordIsTaken) {
     EXPECT_EQ(taken.record, &record);
     EXPECT_EQ(taken.loans, 2U);
     EXPECT_EQ(RecordLoan(slot).record(), nullptr);
-    const auto waiting = std::async(std::launch::async, [&] { taken.awaitReturn(); });
+    const auto waiting = std::async(std::launch::async, [&] { taken.waitForReturn(); });
     first.reset();
     EXPECT_EQ(waiting.wait_for(WHILE), std::future_status::timeout);
     second.reset();

@@ -52,7 +52,7 @@ TEST(ConnectionLimits, AllowTheStreamsOfOneProcess) {
 }
 
 TEST(QuotaShare, IsGivenBackAtItsEnd) {
-    Quota quota(Quota::Of::EachUser, "things", 10);
+    Quota quota(Quota::Scope::PerUser, "things", 10);
     Quota::Share second(quota, 1);
     {
         Quota::Share first(quota, 1);
@@ -69,7 +69,7 @@ TEST(QuotaShare, IsGivenBackAtItsEnd) {
 }
 
 TEST(QuotaShare, OfAllTogetherCountsOtherUsers) {
-    Quota quota(Quota::Of::AllTogether, "things", 10);
+    Quota quota(Quota::Scope::AllUsers, "things", 10);
     Quota::Share first(quota, 1);
     Quota::Share second(quota, 2);
     EXPECT_TRUE(first.resize(6));

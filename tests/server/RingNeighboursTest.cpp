@@ -278,7 +278,7 @@ TEST_F(FileOfAnotherUser, RemovedAtRunTimeDoesNotMoveTheMemory) {
 
 TEST_F(FilesOfAnotherUser, InEachPlaceOfTheMemoryAreReportedWithACure) {
     std::vector<std::unique_ptr<Planted>> planted;
-    for (unsigned place = 0; place < board::kPhysicalMemoryPlaces; ++place)
+    for (unsigned place = 0; place < board::PHYSICAL_MEMORY_PLACES; ++place)
         planted.push_back(std::make_unique<Planted>(memoryPath(NOBODY, place)));
     inChild(User{}, [] {
         const RealServer server(argumentsOf(true));

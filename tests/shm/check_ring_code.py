@@ -17,8 +17,8 @@ import sys
 TRANSFERS = {
     "ShareMemoryEx::read(": 4,
     "ShareMemoryEx::write(": 8,
-    "::readAnyhow(": 4,
-    "::writeAnyhow(": 8,
+    "::readAnyRing(": 4,
+    "::writeAnyRing(": 8,
 }
 # Operations around a copy that the caller makes: function, and what must stand in it in this order.
 BARRIER = ("barrier",)

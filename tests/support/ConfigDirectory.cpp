@@ -10,11 +10,11 @@ namespace cabinaudio::test {
 
 ConfigDirectory::ConfigDirectory() {
     std::filesystem::create_directory(path());
-    setenv(board::kConfigDirectoryVariable, path().c_str(), 1);
+    setenv(board::CONFIG_DIRECTORY_VARIABLE, path().c_str(), 1);
 }
 
 ConfigDirectory::~ConfigDirectory() {
-    unsetenv(board::kConfigDirectoryVariable);
+    unsetenv(board::CONFIG_DIRECTORY_VARIABLE);
 }
 
 void ConfigDirectory::write(const std::string& text) const {

@@ -20,14 +20,14 @@ Options:
 Subcommands:
   play                      Play audio files: WAV, FLAC, Ogg and more
   record                    Record what the server captures, or the uplink of a call
-  get                       Print settings as lines that set takes
+  get                       Print settings as lines that set accepts
   set                       Change settings; nothing is changed if a name or value is wrong
   list                      List the settings, or find them by a word such as navigation
-  describe                  Say what settings are: range, unit, functions, an example
+  describe                  Describe settings: range, unit, functions, an example
   monitor                   Print settings when they change, until Ctrl-C
   version                   Print the versions of library and server side by side
-  doctor                    Look for whatever could keep sound from playing, and name the cure
-  server                    Have a running cabinaudio-server do something
+  doctor                    Check for causes of missing sound, and name the remedies
+  server                    Send a command to a running cabinaudio-server
 
 Exit status: 0 done, 1 failed, 2 wrong usage, 3 no server, 4 timed out,
 5 a check was not met.

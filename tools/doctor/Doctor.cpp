@@ -36,9 +36,9 @@ std::string mark(bool ok, bool colour) {
 }
 
 std::string line(const Check& check, bool colour) {
-    constexpr std::size_t kNameWidth = 17;
+    constexpr std::size_t NAME_WIDTH = 17;
     std::string text = mark(check.ok, colour) + "  " + check.name;
-    text.append(kNameWidth - std::min(kNameWidth, check.name.size()), ' ');
+    text.append(NAME_WIDTH - std::min(NAME_WIDTH, check.name.size()), ' ');
     text += text::printable(check.detail);
     if (!check.cure.empty()) text += " -> " + text::printable(check.cure);
     return text;

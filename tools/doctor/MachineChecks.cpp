@@ -19,10 +19,10 @@ namespace cabinaudio::tool {
 
 namespace {
 
-constexpr char kSharedMemory[] = "/dev/shm";
+constexpr char SHARED_MEMORY[] = "/dev/shm";
 
 // Enough for a dozen streams' rings; the stand-in's physical memory is a sparse file.
-constexpr std::uint64_t kEnoughSharedMemory = std::uint64_t{4} << 20;
+constexpr std::uint64_t ENOUGH_SHARED_MEMORY = std::uint64_t{4} << 20;
 
 /// @return 0, or the error of creating a shared-memory object
 int trySharedMemory() {
@@ -85,10 +85,10 @@ Check checkLogLibrary() {
 
 Check checkSharedMemory() {
     Check check{"shared_memory"};
-    check.more = {{"path", kSharedMemory}};
+    check.more = {{"path", SHARED_MEMORY}};
     struct statvfs space = {};
-    if (statvfs(kSharedMemory, &space) != 0) {
-        check.detail = std::string(kSharedMemory) + ": " + std::strerror(errno);
+    if (statvfs(SHARED_MEMORY, &space) != 0) {
+        check.detail = std::string(SHARED_MEMORY) + ": " + std::strerror(errno);
         check.cure = "mount a tmpfs there";
         return check;
     }
@@ -96,28 +96,28 @@ Check checkSharedMemory() {
     check.value = free;
     check.more["free_bytes"] = free;
     if (const int error = trySharedMemory(); error != 0) {
-        check.detail = std::string("an object in ") + kSharedMemory +
+        check.detail = std::string("an object in ") + SHARED_MEMORY +
                        " cannot be made: " + std::strerror(error) + "; " + megabytes(free) +
                        " free";
         check.cure = error == ENOSPC ? "remove what is left there (cabinaudio-run --clean)"
                                      : "give every user the right to write there (mode 1777)";
         return check;
     }
-    check.ok = free >= kEnoughSharedMemory;
-    check.detail = std::string(kSharedMemory) + " is writable, " + megabytes(free) + " free";
+    check.ok = free >= ENOUGH_SHARED_MEMORY;
+    check.detail = std::string(SHARED_MEMORY) + " is writable, " + megabytes(free) + " free";
     if (!check.ok)
-        check.cure = "streams need up to " + megabytes(kEnoughSharedMemory) +
+        check.cure = "streams need up to " + megabytes(ENOUGH_SHARED_MEMORY) +
                      ": remove what is left there (cabinaudio-run --clean) or enlarge it "
                      "(containers: --shm-size)";
     return check;
 }
 
 Check checkPhysicalMemory() {
-    return checkDevice("physical_memory", Devices::kMemory);
+    return checkDevice("physical_memory", Devices::MEMORY);
 }
 
 Check checkCache() {
-    return checkDevice("cache", Devices::kCache);
+    return checkDevice("cache", Devices::CACHE);
 }
 
 Check checkCLibrary() {

@@ -15,7 +15,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// The child's result.
+/// The child's result.
 struct Trial {
     int error;   // of the thread's creation
     int policy;  // the thread's actual policy
@@ -56,14 +56,14 @@ std::string limitText(rlim_t limit) {
     return limit == RLIM_INFINITY ? "unlimited" : std::to_string(limit);
 }
 
-constexpr char kCure[] =
+constexpr char CURE[] =
     "raise the rtprio limit to 99 (/etc/security/limits.d, or LimitRTPRIO=99 of a service), "
     "or in a container add --cap-add SYS_NICE";
 
 }  // namespace
 
 Check checkRealTime() {
-    Check check{"real_time", false, "refused", "", kCure};
+    Check check{"real_time", false, "refused", "", CURE};
     struct rlimit limit = {};
     getrlimit(RLIMIT_RTPRIO, &limit);
     check.more = {{"rtprio_limit", limitOf(limit.rlim_cur)}, {"priority", nullptr}};
@@ -71,7 +71,7 @@ Check checkRealTime() {
 
     ChildResult child = runInChild(2s, createRealTimeThread);
     Trial trial;
-    if (!takeRecord(child.said, trial)) {
+    if (!takeRecord(child.output, trial)) {
         check.detail = "trying to create a real-time thread did not come to an end; " + limited;
     } else if (trial.error != 0) {
         check.detail = std::string("a real-time thread is refused: ") + std::strerror(trial.error) +

@@ -15,9 +15,9 @@ namespace cabinaudio::tool {
 
 namespace {
 
-constexpr int kMaximalChannels = 6;
-constexpr int kLowestRate = 8000;
-constexpr int kHighestRate = 192000;
+constexpr int MAXIMAL_CHANNELS = 6;
+constexpr int LOWEST_RATE = 8000;
+constexpr int HIGHEST_RATE = 192000;
 
 /// @return a descriptor to read from
 int openFile(const std::string& path) {
@@ -55,20 +55,20 @@ AudioFile::AudioFile(const std::string& path) : mInfo{} {
 }
 
 void AudioFile::check() const {
-    if (mInfo.channels < 1 || mInfo.channels > kMaximalChannels)
+    if (mInfo.channels < 1 || mInfo.channels > MAXIMAL_CHANNELS)
         throw Failure("has " + std::to_string(mInfo.channels) +
-                      " channels; a stream carries 1 to " + std::to_string(kMaximalChannels));
-    if (mInfo.samplerate < kLowestRate || mInfo.samplerate > kHighestRate)
+                      " channels; a stream carries 1 to " + std::to_string(MAXIMAL_CHANNELS));
+    if (mInfo.samplerate < LOWEST_RATE || mInfo.samplerate > HIGHEST_RATE)
         throw Failure("has a rate of " + std::to_string(mInfo.samplerate) +
-                      " Hz; a stream carries " + std::to_string(kLowestRate) + " to " +
-                      std::to_string(kHighestRate) + " Hz");
+                      " Hz; a stream carries " + std::to_string(LOWEST_RATE) + " to " +
+                      std::to_string(HIGHEST_RATE) + " Hz");
     if (mInfo.frames == 0) throw Failure("holds no sound");
 }
 
 std::optional<std::int64_t> AudioFile::frames() const {
     // Length in a header that was written before the length was known.
-    constexpr sf_count_t kUnknown = 0x7fffffff;
-    if (mInfo.seekable == 0 && mInfo.frames >= kUnknown / static_cast<sf_count_t>(mFrameBytes))
+    constexpr sf_count_t UNKNOWN = 0x7fffffff;
+    if (mInfo.seekable == 0 && mInfo.frames >= UNKNOWN / static_cast<sf_count_t>(mFrameBytes))
         return std::nullopt;
     return mInfo.frames;
 }

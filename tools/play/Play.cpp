@@ -26,7 +26,7 @@ ExitCode reportBadFile(PlayReport report, const Failure& failure, const CommonOp
     return failure.code();
 }
 
-// The name is also used for the stream's shared memory, so it must be unique.
+/// The name is also used for the stream's shared memory, so it must be unique.
 std::string streamName(const PlayOptions& options, std::size_t index) {
     std::string name =
         options.name.empty() ? "cabinaudio-play-" + std::to_string(getpid()) : options.name;
@@ -56,7 +56,7 @@ bool isRegular(const std::string& path) {
 }
 
 /// Checks all files first, so that nothing is played when a later file is bad.
-std::optional<ExitCode> lookAtAll(const PlayOptions& options, const CommonOptions& common) {
+std::optional<ExitCode> checkFiles(const PlayOptions& options, const CommonOptions& common) {
     for (std::size_t index = 0; index < options.files.size(); ++index) {
         const bool exists = access(options.files[index].c_str(), F_OK) == 0;
         if (options.files[index] == "-" || (exists && !isRegular(options.files[index]))) continue;
@@ -88,21 +88,21 @@ public:
         describe(*file, mReport);
         Playback(*file, mOptions, mInterruption, mWatchdog, mReport, mLine).run();
         printReport(mReport, mCommon.json);
-        return exitCode(mReport.ending.how);
+        return exitCode(mReport.ending.kind);
     }
 
 private:
     /// A request to the server timed out, and the playing thread is stuck in it.
     [[noreturn]] void endOverdue(const std::string& what) {
         const bool hasEndedBadly =
-            !mReport.ending.text.empty() && mReport.ending.how != StreamEnd::Done;
+            !mReport.ending.text.empty() && mReport.ending.kind != StreamEnd::Done;
         // Otherwise the previous result stands: only the clean-up hangs.
         if (!hasEndedBadly)
             mReport.ending = StreamControl::overdue(mInterruption, mOptions.timeout, what);
         mLine.clear();
         printReport(mReport, mCommon.json);
         std::fflush(nullptr);
-        _exit(static_cast<int>(exitCode(mReport.ending.how)));
+        _exit(static_cast<int>(exitCode(mReport.ending.kind)));
     }
 
     const PlayOptions& mOptions;
@@ -125,7 +125,7 @@ std::string optionFault(const PlayOptions& options) {
 }
 
 ExitCode run(const PlayOptions& options, const CommonOptions& common) {
-    if (const auto bad = lookAtAll(options, common)) return *bad;
+    if (const auto bad = checkFiles(options, common)) return *bad;
     Session session(options, common);
     for (std::size_t index = 0; index < options.files.size(); ++index) {
         const ExitCode code = session.play(index);

@@ -33,7 +33,7 @@ Json toJson(const PlayReport& report) {
             {"space_timeouts", report.spaceTimeouts},
             {"short_writes", report.shortWrites},
             {"ring_ran_empty", report.ringRanEmpty},
-            {"ended", endName(report.ending.how, "played")},
+            {"ended", endName(report.ending.kind, "played")},
             {"waited_for", orNull(report.ending.waitedFor)},
             {"status", report.ending.status},
             {"status_name", statusName(report.ending.status)},
@@ -72,7 +72,7 @@ std::string brokenLine(const PlayReport& report) {
 
 void printReport(const PlayReport& report, bool json) {
     if (json) printJson(toJson(report));
-    if (report.ending.how != StreamEnd::Done)
+    if (report.ending.kind != StreamEnd::Done)
         complain(brokenLine(report));
     else if (!json)
         say(text::printable(playedLine(report)));

@@ -18,24 +18,24 @@ using namespace std::chrono_literals;
 namespace {
 
 /// After this time without progress, check whether the stream still exists.
-constexpr auto kSuspicion = 500ms;
+constexpr auto SUSPICION = 500ms;
 
 /// A write waits up to a second for the ring and then for space; the rest is margin for load.
-constexpr std::chrono::milliseconds kLongestWrite = 3000ms;
+constexpr std::chrono::milliseconds LONGEST_WRITE = 3000ms;
 
 /// Amount given to a withdrawn sink at once: the library takes this long to discard it; a
 /// non-blocking sink must wait that time itself.
-constexpr auto kDiscardedBlocking = 500ms;
-constexpr auto kDiscardedElse = 100ms;
+constexpr auto DISCARDED_BLOCKING = 500ms;
+constexpr auto DISCARDED_ELSE = 100ms;
 
-constexpr auto kProgressInterval = 100ms;
+constexpr auto PROGRESS_INTERVAL = 100ms;
 
 double milliseconds(std::chrono::nanoseconds duration) {
     return std::chrono::duration<double, std::milli>(duration).count();
 }
 
 /// Whether the server notifies the end of playback.
-bool tellsItsEnd(AudioTagType tag) {
+bool isEndNotified(AudioTagType tag) {
     return tag != AUDIO_TAG_ALTERNATIVE;
 }
 
@@ -62,17 +62,17 @@ void Playback::run() {
     updateReport();
     mLine.clear();
     mReport.ending = ending;
-    takeDown();
+    tearDown();
 }
 
 void Playback::play() {
     create();
     begin();
     feed();
-    if (tellsItsEnd(mOptions.tag))
-        awaitFinish();
+    if (isEndNotified(mOptions.tag))
+        waitForFinish();
     else
-        awaitEmptyRing();
+        waitForEmptyRing();
 }
 
 void Playback::create() {
@@ -99,8 +99,8 @@ int Playback::confirm(AudioFormatDesc& format) {
 }
 
 void Playback::begin() {
-    if (tellsItsEnd(mOptions.tag)) mTrack->setCallback(&mFinish);
-    mControl.demand(
+    if (isEndNotified(mOptions.tag)) mTrack->setCallback(&mFinish);
+    mControl.require(
         mControl.request("the server to start the stream", [&] { return mTrack->start(); }),
         "start the stream");
     mIsStarted = true;
@@ -108,18 +108,18 @@ void Playback::begin() {
     if (mOptions.keyShift) shiftKey();
 }
 
-// A track carries one request at a time, and a key shift does not wait: it is refused while the
-// ring is being handed over, and an earlier one could delay the ring's request.
+/// A track carries one request at a time, and a key shift does not wait: it is refused while the
+/// ring is being handed over, and an earlier one could delay the ring's request.
 void Playback::shiftKey() {
     while (mTrack->getTotalBufferSize() == 0) {
-        mControl.rest(StreamControl::kShortestRest);
+        mControl.rest(StreamControl::SHORTEST_REST);
         mControl.endIfStalled(mStartTime, "the ring");
     }
     const auto shift = [&] { return mTrack->setKeyShift(*mOptions.keyShift); };
     for (;;) {
         const int status = mControl.request("the server to shift the key", shift);
-        if (status != AUDIO_NO_MEMORY) return mControl.demand(status, "shift the key");
-        mControl.rest(StreamControl::kShortestRest);
+        if (status != AUDIO_NO_MEMORY) return mControl.require(status, "shift the key");
+        mControl.rest(StreamControl::SHORTEST_REST);
         mControl.endIfStalled(mStartTime, "the track to be free for a request");
     }
 }
@@ -127,7 +127,7 @@ void Playback::shiftKey() {
 void Playback::feed() {
     std::vector<unsigned char> chunk;
     for (;;) {
-        if (mIsSink) awaitSource();
+        if (mIsSink) waitForSource();
         chunk.resize(chunkBytes());
         // Watched: a pipe may have no data for a long time, and the user may interrupt.
         const std::size_t bytes =
@@ -141,7 +141,7 @@ void Playback::feed() {
 /// One period of the server, or the amount for a withdrawn source; whole frames.
 std::size_t Playback::chunkBytes() const {
     const std::size_t frame = mFile.frameBytes();
-    const auto away = mOptions.block ? kDiscardedBlocking : kDiscardedElse;
+    const auto away = mOptions.block ? DISCARDED_BLOCKING : DISCARDED_ELSE;
     const std::size_t bytes =
         mReport.isWithdrawn ? mFile.bytesPerSecond() * static_cast<std::size_t>(away.count()) / 1000
                             : static_cast<std::size_t>(std::max(mReport.perLoopBytes, 0));
@@ -154,7 +154,7 @@ void Playback::feedChunk(Bytes chunk) {
     noteProgress();
     while (!chunk.empty()) {
         mControl.endIfInterrupted();
-        if (mIsSink) lookAtSource();
+        if (mIsSink) updateSourceState();
         const std::size_t taken = mReport.isWithdrawn ? discard(chunk)
                                   : mOptions.block    ? writeWaiting(chunk)
                                                       : writeWithoutWaiting(chunk);
@@ -168,9 +168,9 @@ void Playback::feedChunk(Bytes chunk) {
     }
 }
 
-// A blocking write that times out does not tell how much it has queued. So only the amount that
-// fits is written at once, and the wait is done with a single frame: either it is queued whole, or
-// exactly the free odd bytes of it are queued.
+/// A blocking write that times out does not tell how much it has queued. So only the amount that
+/// fits is written at once, and the wait is done with a single frame: either it is queued whole, or
+/// exactly the free odd bytes of it are queued.
 std::size_t Playback::writeWaiting(Bytes bytes) {
     const std::size_t frame = mFile.frameBytes();
     const auto free = static_cast<std::size_t>(std::max(mTrack->bytesFree(), 0));
@@ -187,7 +187,7 @@ std::size_t Playback::writeWithoutWaiting(Bytes bytes) {
     auto free = static_cast<std::size_t>(std::max(mTrack->bytesFree(), 0));
     if (mIsSink) free -= free % mFile.frameBytes();
     if (free == 0 && mTrack->getTotalBufferSize() != 0) {
-        if (Clock::now() - mLastProgress >= kSuspicion) endIfRemoved();
+        if (Clock::now() - mLastProgress >= SUSPICION) endIfRemoved();
         mControl.rest(queuedTime() / 2);
         return 0;
     }
@@ -204,11 +204,11 @@ int Playback::write(Bytes bytes) {
     // The write is bounded, except when a notification queries the server meanwhile.
     const int status = mControl.limit(
         "the server to hand over the ring",
-        std::max(mOptions.timeout + Watchdog::GRACE, kLongestWrite), [&] {
+        std::max(mOptions.timeout + Watchdog::GRACE, LONGEST_WRITE), [&] {
             return mTrack->write(bytes.data(), static_cast<int>(bytes.size()), mOptions.block);
         });
     if (status == AUDIO_INVALID_STATE) mControl.endByRemoval(status);
-    if (status < 0 && status != AUDIO_TIMED_OUT) mControl.demand(status, "write");
+    if (status < 0 && status != AUDIO_TIMED_OUT) mControl.require(status, "write");
     mReport.ringBytes = mTrack->getTotalBufferSize();
     mReport.bytesWritten += static_cast<std::uint64_t>(std::max(status, 0));
     return status;
@@ -220,8 +220,8 @@ std::size_t Playback::timedOutWrite(std::size_t taken) {
     return taken;
 }
 
-// The library discards the data of a withdrawn sink at its own pace, but only in blocking mode. If
-// the source comes back meanwhile, the data is queued.
+/// The library discards the data of a withdrawn sink at its own pace, but only in blocking mode. If
+/// the source comes back meanwhile, the data is queued.
 std::size_t Playback::discard(Bytes bytes) {
     // Pads to a whole frame, because the next ring begins with a whole frame.
     if (const std::size_t odd = bytes.size() % mFile.frameBytes(); odd != 0)
@@ -241,60 +241,60 @@ std::size_t Playback::noteDiscarded(std::size_t bytes) {
     return bytes;
 }
 
-// Before the first source, a write would wait forever.
-void Playback::awaitSource() {
-    for (lookAtSource(); !mHasHadSource; lookAtSource()) {
+/// Before the first source, a write would wait forever.
+void Playback::waitForSource() {
+    for (updateSourceState(); !mHadSource; updateSourceState()) {
         showProgress();
         mControl.rest(10ms);
-        if (Clock::now() - mStartTime >= kSuspicion) endIfRemoved();
+        if (Clock::now() - mStartTime >= SUSPICION) endIfRemoved();
         mControl.endIfStalled(mStartTime, "the source");
     }
 }
 
 /// A sink has a ring exactly while its source is active.
-void Playback::lookAtSource() {
+void Playback::updateSourceState() {
     const bool isActive = mTrack->getTotalBufferSize() != 0;
-    if (isActive) mHasHadSource = true;
-    const bool isWithdrawn = mHasHadSource && !isActive;
+    if (isActive) mHadSource = true;
+    const bool isWithdrawn = mHadSource && !isActive;
     if (isWithdrawn && !mReport.isWithdrawn) ++mReport.withdrawals;
     mReport.isWithdrawn = isWithdrawn;
 }
 
 /// A sink without a source is never notified of the end of playback.
 void Playback::endWithoutSource() {
-    lookAtSource();
+    updateSourceState();
     if (mReport.isWithdrawn) throw Ending{StreamEnd::Done, "ended while the source was withdrawn"};
 }
 
-void Playback::awaitFinish() {
+void Playback::waitForFinish() {
     const Clock::time_point done = Clock::now();
     const Clock::time_point allowance = done + 2 * queuedTime();
     if (mIsSink) endWithoutSource();
     const int status = mControl.request("the server to take the end of the data",
                                         [&] { return mTrack->writeDone(); });
     if (mIsSink) endWithoutSource();
-    mControl.demand(status, "announce the end of the data");
+    mControl.require(status, "announce the end of the data");
     std::size_t queued = queuedBytes();
     noteProgress();
     while (!mFinish.event().isSet()) {
         waitForAny({&mFinish.event(), &mControl.interruption().event()},
-                   StreamControl::kLongestRest);
+                   StreamControl::LONGEST_REST);
         mControl.endIfInterrupted();
         if (const std::size_t now = queuedBytes(); now != std::exchange(queued, now))
             noteProgress();
         showProgress();
         if (mFinish.event().isSet()) break;
         if (mIsSink) endWithoutSource();
-        if (Clock::now() - mLastProgress >= kSuspicion) endIfRemoved();
+        if (Clock::now() - mLastProgress >= SUSPICION) endIfRemoved();
         mControl.endIfStalled(mLastProgress, "the end of playback");
         mControl.endIfStalled(allowance, "the end of playback");
     }
     mReport.finishedAfterMs = milliseconds(Clock::now() - done);
 }
 
-// An alternative track has no finish event: data taken out of the ring counts as played one period
-// later.
-void Playback::awaitEmptyRing() {
+/// An alternative track has no finish event: data taken out of the ring counts as played one period
+/// later.
+void Playback::waitForEmptyRing() {
     std::size_t queued = queuedBytes();
     const Clock::time_point allowance = Clock::now() + 2 * queuedTime();
     noteProgress();
@@ -303,16 +303,16 @@ void Playback::awaitEmptyRing() {
         if (const std::size_t now = queuedBytes(); now != std::exchange(queued, now))
             noteProgress();
         showProgress();
-        if (Clock::now() - mLastProgress >= kSuspicion) endIfRemoved();
+        if (Clock::now() - mLastProgress >= SUSPICION) endIfRemoved();
         mControl.endIfStalled(mLastProgress, "the end of playback");
         mControl.endIfStalled(allowance, "the end of playback");
     }
     mControl.rest(duration(static_cast<std::size_t>(std::max(mReport.perLoopBytes, 0))));
 }
 
-void Playback::takeDown() {
+void Playback::tearDown() {
     if (mTrack == nullptr) return;
-    const StreamEnd end = mReport.ending.how;
+    const StreamEnd end = mReport.ending.kind;
     const bool isGone = end == StreamEnd::Removed || end == StreamEnd::Lost;
     if (mIsStarted && !isGone) stop();
     mControl.limit("the stream to be taken down", mOptions.timeout + 2000ms,
@@ -325,12 +325,12 @@ void Playback::stop() {
             mControl.request("the server to stop the stream", [&] { return mTrack->stop(); }));
     } catch (const Ending& ending) {
         // Keep an earlier result.
-        if (mReport.ending.how == StreamEnd::Done) mReport.ending = ending;
+        if (mReport.ending.kind == StreamEnd::Done) mReport.ending = ending;
     }
 }
 
-// During playback nothing reports the loss of the server. Starting a started track sends nothing,
-// and is refused once the stream no longer exists.
+/// During playback nothing reports the loss of the server. Starting a started track sends nothing,
+/// and is refused once the stream no longer exists.
 void Playback::endIfRemoved() {
     const int status = mControl.request("the stream's state", [&] { return mTrack->start(); });
     if (status == AUDIO_INVALID_STATE) mControl.endByRemoval(status);
@@ -352,7 +352,7 @@ void Playback::showProgress() {
     updateReport();
     if (!mLine.isShown()) return;
     const Clock::time_point now = Clock::now();
-    if (now - mLastShown < kProgressInterval) return;
+    if (now - mLastShown < PROGRESS_INTERVAL) return;
     mLastShown = now;
     mLine.show(progressText(mReport, ProgressLine::width()));
 }

@@ -51,11 +51,11 @@ private:
     std::size_t timedOutWrite(std::size_t taken);
     std::size_t discard(Bytes bytes);
     std::size_t noteDiscarded(std::size_t bytes);
-    void awaitSource();
-    void lookAtSource();
-    void awaitFinish();
-    void awaitEmptyRing();
-    void takeDown();
+    void waitForSource();
+    void updateSourceState();
+    void waitForFinish();
+    void waitForEmptyRing();
+    void tearDown();
     void stop();
 
     void endIfRemoved();
@@ -79,7 +79,7 @@ private:
     FinishListener mFinish;  // outlives the stream
     std::unique_ptr<audio::QVAudioTrack> mTrack;
     bool mIsStarted = false;
-    bool mHasHadSource = false;  // of a sink
+    bool mHadSource = false;  // of a sink
     Clock::time_point mStartTime;
     Clock::time_point mLastProgress;  // of the data
     Clock::time_point mLastShown;

@@ -10,8 +10,8 @@ namespace cabinaudio::tool {
 
 namespace {
 
-constexpr std::size_t kNarrowestBar = 10;
-constexpr std::size_t kWidestBar = 40;
+constexpr std::size_t NARROWEST_BAR = 10;
+constexpr std::size_t WIDEST_BAR = 40;
 
 std::string bar(double part, std::size_t columns) {
     const auto full = static_cast<std::size_t>(
@@ -26,10 +26,10 @@ std::string progressText(const PlayReport& report, std::size_t width) {
     if (report.durationMs) text += " / " + clockText(*report.durationMs / 1000);
     text += report.isWithdrawn ? "  source withdrawn"
                                : "  queued " + std::to_string(std::lround(report.queuedMs)) + " ms";
-    constexpr std::size_t kFrame = 3;
-    const std::size_t room = width > text.size() + kFrame ? width - text.size() - kFrame : 0;
-    if (report.durationMs && room >= kNarrowestBar)
-        text = bar(report.playedMs() / *report.durationMs, std::min(room, kWidestBar)) + text;
+    constexpr std::size_t FRAME = 3;
+    const std::size_t room = width > text.size() + FRAME ? width - text.size() - FRAME : 0;
+    if (report.durationMs && room >= NARROWEST_BAR)
+        text = bar(report.playedMs() / *report.durationMs, std::min(room, WIDEST_BAR)) + text;
     return text;
 }
 

@@ -13,7 +13,7 @@ namespace cabinaudio::tool {
 
 namespace {
 
-// Each takes the sample as a 32-bit number, left-justified.
+/// Each takes the sample as a 32-bit number, left-justified.
 void put(AudioBitDepthType depth, std::int32_t sample, unsigned char*& to) {
     const auto bits = static_cast<std::uint32_t>(sample);
     switch (depth) {

@@ -15,8 +15,8 @@ void raise(Level& level, std::span<const std::int32_t> samples) {
 }
 
 double decibels(double peak) {
-    constexpr double kFloor = -120;
-    return peak <= 0 ? kFloor : std::max(kFloor, 20 * std::log10(peak));
+    constexpr double FLOOR = -120;
+    return peak <= 0 ? FLOOR : std::max(FLOOR, 20 * std::log10(peak));
 }
 
 }  // namespace cabinaudio::tool

@@ -19,7 +19,7 @@ namespace cabinaudio::tool {
 namespace {
 
 /// Usual look-ahead of an encoder; decoders drop this much at the beginning.
-constexpr std::uint16_t kPreSkip = 312;
+constexpr std::uint16_t PRE_SKIP = 312;
 
 using Packet = std::vector<std::uint8_t>;
 
@@ -37,7 +37,7 @@ Packet headPacket(const RecordFormat& format) {
     append(head, "OpusHead");
     append(head, 1, 1);  // version
     append(head, static_cast<std::uint32_t>(format.channels), 1);
-    append(head, kPreSkip, 2);
+    append(head, PRE_SKIP, 2);
     append(head, format.rate, 4);
     append(head, 0, 2);  // output gain
     append(head, 0, 1);  // channel mapping family: mono or stereo
@@ -73,7 +73,7 @@ public:
     OpusTarget(const OpusTarget&) = delete;
     OpusTarget& operator=(const OpusTarget&) = delete;
 
-    // One packet is held back, because the last one carries an end mark.
+    /// One packet is held back, because the last one carries an end mark.
     void write(Bytes frame) override {
         const Bytes packet = opusPayload(frame);
         const std::uint32_t samples = opusSamples(packet);
@@ -84,7 +84,7 @@ public:
         mGranule += samples;
         mUnwritten += samples;
         // One page per second limits the loss if the process is killed.
-        const bool isSecond = mUnwritten >= kOpusClock;
+        const bool isSecond = mUnwritten >= OPUS_CLOCK;
         writePages(isSecond);
         if (isSecond) mUnwritten = 0;
     }

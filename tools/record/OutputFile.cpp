@@ -12,10 +12,10 @@
 namespace cabinaudio::tool {
 
 int createFile(const std::string& path) {
-    constexpr mode_t kForAll = 0666;
+    constexpr mode_t FOR_ALL = 0666;
     const int descriptor =
         path == "-" ? fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3)
-                    : open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, kForAll);
+                    : open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, FOR_ALL);
     if (descriptor < 0) throw Failure(std::strerror(errno));
     return descriptor;
 }

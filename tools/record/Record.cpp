@@ -40,14 +40,14 @@ public:
     ExitCode record() {
         Recording(mOptions, mInterruption, mWatchdog, mReport, mTarget, mLine).run();
         printReport(mReport, mCommon.json);
-        return exitCode(mReport.ending.how);
+        return exitCode(mReport.ending.kind);
     }
 
 private:
     /// A request to the server timed out, and the recording thread is stuck in it.
     [[noreturn]] void endOverdue(const std::string& what) {
         const bool hasEndedBadly =
-            !mReport.ending.text.empty() && mReport.ending.how != StreamEnd::Done;
+            !mReport.ending.text.empty() && mReport.ending.kind != StreamEnd::Done;
         // Otherwise the previous result stands: only the clean-up hangs.
         if (!hasEndedBadly)
             mReport.ending = StreamControl::overdue(mInterruption, mOptions.timeout, what);
@@ -59,7 +59,7 @@ private:
         }
         printReport(mReport, mCommon.json);
         std::fflush(nullptr);
-        _exit(static_cast<int>(exitCode(mReport.ending.how)));
+        _exit(static_cast<int>(exitCode(mReport.ending.kind)));
     }
 
     const RecordOptions& mOptions;

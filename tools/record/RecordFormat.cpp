@@ -9,8 +9,8 @@ namespace cabinaudio::tool {
 namespace {
 
 /// The library has silent packets of these rates only.
-constexpr std::array<std::uint32_t, 4> kOpusRates = {8000, 16000, 24000, 48000};
-constexpr std::uint32_t kMsbcRate = 16000;
+constexpr std::array<std::uint32_t, 4> OPUS_RATES = {8000, 16000, 24000, 48000};
+constexpr std::uint32_t MSBC_RATE = 16000;
 
 }  // namespace
 
@@ -51,10 +51,10 @@ double RecordFormat::milliseconds(std::size_t bytesOfPcm) const {
 
 std::string formatFault(const RecordFormat& format) {
     const bool isOpusRate =
-        std::find(kOpusRates.begin(), kOpusRates.end(), format.rate) != kOpusRates.end();
+        std::find(OPUS_RATES.begin(), OPUS_RATES.end(), format.rate) != OPUS_RATES.end();
     if (format.codec == RecordCodec::Opus && !isOpusRate)
         return "--codec opus goes with a --rate of 8000, 16000, 24000 or 48000";
-    if (format.codec == RecordCodec::Msbc && (format.rate != kMsbcRate || format.channels != 1))
+    if (format.codec == RecordCodec::Msbc && (format.rate != MSBC_RATE || format.channels != 1))
         return "--codec msbc is 16000 Hz in one channel";
     if (format.codec != RecordCodec::Pcm && format.channels > 2)
         return std::string("--codec ") + codecName(format.codec) + " has 2 channels at most";

@@ -42,7 +42,7 @@ Json toJson(const RecordReport& report) {
             {"per_loop_bytes", report.perLoopBytes},
             {"ring_bytes", report.ringBytes},
             {"read_timeouts", report.readTimeouts},
-            {"ended", endName(report.ending.how, "recorded")},
+            {"ended", endName(report.ending.kind, "recorded")},
             {"waited_for", orNull(report.ending.waitedFor)},
             {"status", report.ending.status},
             {"status_name", statusName(report.ending.status)},
@@ -64,7 +64,7 @@ std::string details(const RecordReport& report) {
     return text;
 }
 
-std::string goodLine(const RecordReport& report) {
+std::string successLine(const RecordReport& report) {
     return report.file + ": " + report.ending.text + ", " + clockText(report.recordedMs / 1000) +
            " of " + tagText(report.tag) + details(report);
 }
@@ -77,12 +77,12 @@ std::string brokenLine(const RecordReport& report) {
     return line + details(report);
 }
 
-constexpr std::size_t kNarrowestMeter = 10;
-constexpr std::size_t kWidestMeter = 40;
-constexpr double kQuietest = -60;  // dB, an empty meter
+constexpr std::size_t NARROWEST_METER = 10;
+constexpr std::size_t WIDEST_METER = 40;
+constexpr double QUIETEST = -60;  // dB, an empty meter
 
 std::string meter(double peak, std::size_t columns) {
-    const double part = std::max(0.0, 1 - decibels(peak) / kQuietest);
+    const double part = std::max(0.0, 1 - decibels(peak) / QUIETEST);
     const auto full = static_cast<std::size_t>(std::lround(part * static_cast<double>(columns)));
     return "[" + std::string(full, '=') + std::string(columns - full, ' ') + "]";
 }
@@ -97,25 +97,25 @@ std::string meterText(const RecordReport& report, Level level, std::size_t width
     char decibel[32];
     std::snprintf(decibel, sizeof decibel, " %6.1f dB ", decibels(*level));
     text = decibel + text;
-    constexpr std::size_t kFrame = 2;
-    const std::size_t room = width > text.size() + kFrame ? width - text.size() - kFrame : 0;
-    return room < kNarrowestMeter ? text : meter(*level, std::min(room, kWidestMeter)) + text;
+    constexpr std::size_t FRAME = 2;
+    const std::size_t room = width > text.size() + FRAME ? width - text.size() - FRAME : 0;
+    return room < NARROWEST_METER ? text : meter(*level, std::min(room, WIDEST_METER)) + text;
 }
 
 const char* levelColour(Level level) {
-    constexpr double kAlmostClipped = -1;
-    constexpr double kLoud = -9;
-    if (!level || decibels(*level) < kLoud) return "";
-    return decibels(*level) < kAlmostClipped ? "\033[33m" : "\033[31m";
+    constexpr double ALMOST_CLIPPED = -1;
+    constexpr double LOUD = -9;
+    if (!level || decibels(*level) < LOUD) return "";
+    return decibels(*level) < ALMOST_CLIPPED ? "\033[33m" : "\033[31m";
 }
 
-// With the recording on standard output, nothing else may be printed there.
+/// With the recording on standard output, nothing else may be printed there.
 void printReport(const RecordReport& report, bool json) {
     if (json) printJson(toJson(report));
-    if (report.ending.how != StreamEnd::Done)
+    if (report.ending.kind != StreamEnd::Done)
         complain(brokenLine(report));
     else if (!json && report.file != "standard output")
-        say(text::printable(goodLine(report)));
+        say(text::printable(successLine(report)));
 }
 
 }  // namespace cabinaudio::tool

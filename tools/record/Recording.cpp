@@ -19,24 +19,24 @@ using namespace std::chrono_literals;
 namespace {
 
 /// After this time without data, check whether the stream still exists.
-constexpr auto kSuspicion = 500ms;
+constexpr auto SUSPICION = 500ms;
 
 /// A read waits up to a second for each piece of data; the rest is margin for load.
-constexpr std::chrono::milliseconds kLongestRead = 3000ms;
+constexpr std::chrono::milliseconds LONGEST_READ = 3000ms;
 
-constexpr auto kMeterInterval = 100ms;
+constexpr auto METER_INTERVAL = 100ms;
 
 /// A frame is returned whole, even if it exceeds the byte count of the read.
-constexpr std::size_t kLargestFrame = std::size_t{1} << 20;
+constexpr std::size_t LARGEST_FRAME = std::size_t{1} << 20;
 
-constexpr std::size_t kMsbcFrame = 57;
-constexpr double kMsbcFrameMs = 7.5;
-constexpr std::size_t kLongestOpusSilence = 231;
+constexpr std::size_t MSBC_FRAME = 57;
+constexpr double MSBC_FRAME_MS = 7.5;
+constexpr std::size_t LONGEST_OPUS_SILENCE = 231;
 
 // The library takes a frame only when this many bytes are queued: the largest frame plus one byte.
 // A frame that is incomplete by then is lost, and all following ones are misaligned.
-constexpr std::size_t kLargestOpusFrame = 8 + 1275 + 1;
-constexpr std::size_t kLargestAacFrame = 2 * 768 + 64;
+constexpr std::size_t LARGEST_OPUS_FRAME = 8 + 1275 + 1;
+constexpr std::size_t LARGEST_AAC_FRAME = 2 * 768 + 64;
 
 double milliseconds(std::chrono::nanoseconds duration) {
     return std::chrono::duration<double, std::milli>(duration).count();
@@ -67,10 +67,10 @@ void Recording::run() {
     try {
         mTarget.close();
     } catch (const Failure& failure) {
-        if (ending.how == StreamEnd::Done) ending = {StreamEnd::Failed, failure.what()};
+        if (ending.kind == StreamEnd::Done) ending = {StreamEnd::Failed, failure.what()};
     }
     mReport.ending = ending;
-    takeDown();
+    tearDown();
 }
 
 void Recording::record() {
@@ -100,7 +100,7 @@ void Recording::create() {
     mControl.endIfInterrupted();
 }
 
-// Not earlier: without a server, an existing recording must not be overwritten.
+/// Not earlier: without a server, an existing recording must not be overwritten.
 void Recording::openFile() {
     // Opening a pipe blocks until its other end is opened.
     mControl.limit("the file to open", 1h,
@@ -109,10 +109,10 @@ void Recording::openFile() {
 
 void Recording::begin() {
     if (mOptions.volume)
-        mControl.demand(mControl.request("the server to set the volume",
-                                         [&] { return mRecord->setVolume(*mOptions.volume); }),
-                        "set the volume");
-    mControl.demand(
+        mControl.require(mControl.request("the server to set the volume",
+                                          [&] { return mRecord->setVolume(*mOptions.volume); }),
+                         "set the volume");
+    mControl.require(
         mControl.request("the server to start the stream", [&] { return mRecord->start(); }),
         "start the stream");
     mIsStarted = true;
@@ -147,7 +147,7 @@ void Recording::capturePcm() {
 void Recording::captureFrames() {
     while (!isComplete()) {
         const auto ring = static_cast<std::size_t>(std::max(mRecord->getTotalBufferSize(), 0));
-        mBuffer.resize(std::max(ring, kLargestFrame));
+        mBuffer.resize(std::max(ring, LARGEST_FRAME));
         const int got = read(0, frameRequest());
         if (got > 0) storeFrame(Bytes(mBuffer).first(static_cast<std::size_t>(got)));
         if (mOptions.format.codec == RecordCodec::Aac) updateReport();
@@ -165,11 +165,11 @@ std::size_t Recording::frameRequest() const {
     const auto ring = static_cast<std::size_t>(std::max(mRecord->getTotalBufferSize(), 0));
     switch (mOptions.format.codec) {
         case RecordCodec::Opus:
-            return std::max(kLongestOpusSilence, std::min(kLargestOpusFrame, ring / 2));
+            return std::max(LONGEST_OPUS_SILENCE, std::min(LARGEST_OPUS_FRAME, ring / 2));
         case RecordCodec::Aac:
-            return std::max<std::size_t>(1, std::min(kLargestAacFrame, ring / 2));
+            return std::max<std::size_t>(1, std::min(LARGEST_AAC_FRAME, ring / 2));
         default:
-            return kMsbcFrame;
+            return MSBC_FRAME;
     }
 }
 
@@ -178,23 +178,23 @@ int Recording::read(std::size_t offset, std::size_t bytes) {
     mControl.endIfInterrupted();
     const bool hasRing = mRecord->getTotalBufferSize() != 0;
     const int status =
-        mControl.limit("data", std::max(mOptions.timeout + Watchdog::GRACE, kLongestRead), [&] {
+        mControl.limit("data", std::max(mOptions.timeout + Watchdog::GRACE, LONGEST_READ), [&] {
             return mRecord->read(mBuffer.data() + offset, static_cast<int>(bytes), mOptions.block);
         });
     mIsSilent = isUplink() && !hasRing;
     mReport.ringBytes = mRecord->getTotalBufferSize();
-    if (status == AUDIO_INVALID_STATE) return dataStayedAway(status);
+    if (status == AUDIO_INVALID_STATE) return handleMissingData(status);
     if (status == AUDIO_BAD_VALUE && mOptions.format.codec == RecordCodec::Msbc)
         throw Ending{StreamEnd::Refused,
                      "the library does not deliver live mSBC data; record the call with another "
                      "--codec",
                      status};
-    if (status < 0) mControl.demand(status, "read");
+    if (status < 0) mControl.require(status, "read");
     return status;
 }
 
-// One status has two causes: the stream is gone, or live data was missing for a second.
-int Recording::dataStayedAway(int status) {
+/// One status has two causes: the stream is gone, or live data was missing for a second.
+int Recording::handleMissingData(int status) {
     mControl.endIfInterrupted();
     if (mControl.request("the stream's state", [&] { return mRecord->start(); }) != AUDIO_NO_ERROR)
         mControl.endByRemoval(status);
@@ -207,7 +207,7 @@ void Recording::waitForMore(int got) {
     const bool isDue = got == 0 && !mIsSilent;
     if (got > 0) mLastProgress = Clock::now();
     if (isDue && mOptions.block && !isUplink()) ++mReport.readTimeouts;
-    if (Clock::now() - mLastProgress >= kSuspicion) endIfRemoved();
+    if (Clock::now() - mLastProgress >= SUSPICION) endIfRemoved();
     if (isDue) mControl.endIfStalled(mLastProgress, "data");
     if (got == 0) mControl.rest(8ms);
 }
@@ -227,27 +227,27 @@ void Recording::storeFrame(Bytes frame) {
     ++mReport.frames;
     double duration = 0;
     if (mOptions.format.codec == RecordCodec::Msbc) {
-        duration = kMsbcFrameMs;
+        duration = MSBC_FRAME_MS;
         mIsSilent = true;  // the library delivers nothing else for mSBC
     } else if (mOptions.format.codec == RecordCodec::Opus) {
-        duration = 1000.0 * opusSamples(opusPayload(frame)) / kOpusClock;
+        duration = 1000.0 * opusSamples(opusPayload(frame)) / OPUS_CLOCK;
         mIsSilent = mIsSilent || isOpusSilence(frame);
     }
     mReport.recordedMs += duration;
     if (mIsSilent) mReport.silentMs += duration;
 }
 
-// The library returns silent frames without delay, so the recorder must keep the pace itself.
+/// The library returns silent frames without delay, so the recorder must keep the pace itself.
 void Recording::pace() const {
     const auto recorded = std::chrono::duration<double, std::milli>(mReport.recordedMs);
     const auto due =
         mStartTime + std::chrono::duration_cast<Clock::duration>(recorded) - Clock::now();
-    if (due > StreamControl::kShortestRest) mControl.rest(due);
+    if (due > StreamControl::SHORTEST_REST) mControl.rest(due);
 }
 
-void Recording::takeDown() {
+void Recording::tearDown() {
     if (mRecord == nullptr) return;
-    const StreamEnd end = mReport.ending.how;
+    const StreamEnd end = mReport.ending.kind;
     if (mIsStarted && end != StreamEnd::Removed && end != StreamEnd::Lost) stop();
     mControl.limit("the stream to be taken down", mOptions.timeout + 2000ms,
                    [&] { mRecord.reset(); });
@@ -259,12 +259,12 @@ void Recording::stop() {
             mControl.request("the server to stop the stream", [&] { return mRecord->stop(); }));
     } catch (const Ending& ending) {
         // Keep an earlier result.
-        if (mReport.ending.how == StreamEnd::Done) mReport.ending = ending;
+        if (mReport.ending.kind == StreamEnd::Done) mReport.ending = ending;
     }
 }
 
-// While data is missing nothing reports the loss of the server. Starting a started stream sends
-// nothing, and is refused once the stream no longer exists.
+/// While data is missing nothing reports the loss of the server. Starting a started stream sends
+/// nothing, and is refused once the stream no longer exists.
 void Recording::endIfRemoved() {
     const int status = mControl.request("the stream's state", [&] { return mRecord->start(); });
     if (status == AUDIO_INVALID_STATE) mControl.endByRemoval(status);
@@ -272,7 +272,7 @@ void Recording::endIfRemoved() {
 
 /// The user ends a recording without a time limit; that is its normal end.
 Ending Recording::userEnd(const Ending& ending) const {
-    if (ending.how != StreamEnd::Interrupted || mReport.wantedMs || !mIsStarted) return ending;
+    if (ending.kind != StreamEnd::Interrupted || mReport.wantedMs || !mIsStarted) return ending;
     return {StreamEnd::Done, "recorded until " + mControl.interruption().signalName()};
 }
 
@@ -280,7 +280,7 @@ bool Recording::isComplete() const {
     return mReport.wantedMs && mReport.recordedMs >= *mReport.wantedMs;
 }
 
-// An AAC stream has no silent frames; the clock gives the recorded duration.
+/// An AAC stream has no silent frames; the clock gives the recorded duration.
 void Recording::updateReport() {
     if (!mIsStarted) return;
     mReport.elapsedMs = milliseconds(Clock::now() - mStartTime);
@@ -291,7 +291,7 @@ void Recording::updateReport() {
 
 void Recording::showMeter() {
     const Clock::time_point now = Clock::now();
-    if (now - mLastShown < kMeterInterval) return;
+    if (now - mLastShown < METER_INTERVAL) return;
     mLastShown = now;
     const Level level = mTarget.takeLevel();
     if (level) mReport.peak = std::max(mReport.peak.value_or(0), *level);

@@ -43,12 +43,12 @@ private:
     void captureFrames();
     [[nodiscard]] std::size_t frameRequest() const;
     int read(std::size_t offset, std::size_t bytes);
-    int dataStayedAway(int status);
+    int handleMissingData(int status);
     void waitForMore(int got);
     void store(Bytes bytes);
     void storeFrame(Bytes frame);
     void pace() const;
-    void takeDown();
+    void tearDown();
     void stop();
     void endIfRemoved();
     [[nodiscard]] Ending userEnd(const Ending& ending) const;

@@ -34,7 +34,7 @@ bool isSound(TargetKind kind) {
 }
 
 /// Suggested file type for each codec.
-const char* cureOf(RecordCodec codec) {
+const char* suggestionFor(RecordCodec codec) {
     switch (codec) {
         case RecordCodec::Opus:
             return "FILE.opus, or any file with --raw";
@@ -66,7 +66,7 @@ std::string targetFault(const std::string& file, const RecordFormat& format, boo
     const auto kind = kindOf(file, format.codec, raw);
     if (!kind || !canHold(*kind, format.codec))
         return "cannot tell how to store " + std::string(codecName(format.codec)) + " in '" + file +
-               "'; use " + cureOf(format.codec);
+               "'; use " + suggestionFor(format.codec);
     if (*kind == TargetKind::Flac && format.codec == RecordCodec::Pcm &&
         format.depth == AUDIO_BIT_DEPTH_32)
         return "FLAC has 24 bits at most; use --format s24, or FILE.wav";

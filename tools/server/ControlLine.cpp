@@ -25,8 +25,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr char kName[] = "/tmp/cabinaudio_control";
-constexpr std::chrono::milliseconds kPollPause{2};
+constexpr char CONTROL_SOCKET[] = "/tmp/cabinaudio_control";
+constexpr std::chrono::milliseconds POLL_PAUSE{2};
 
 class ControlLine {
 public:
@@ -44,10 +44,10 @@ public:
         struct sockaddr_un address = {};
         address.sun_family = AF_UNIX;
         // Abstract: the first byte is zero and the name is not terminated.
-        std::memcpy(address.sun_path + 1, kName, sizeof kName - 1);
-        constexpr auto length =
-            static_cast<socklen_t>(offsetof(struct sockaddr_un, sun_path) + sizeof kName);
-        if (connect(mSocket, reinterpret_cast<const struct sockaddr*>(&address), length) == 0) {
+        std::memcpy(address.sun_path + 1, CONTROL_SOCKET, sizeof CONTROL_SOCKET - 1);
+        constexpr auto LENGTH =
+            static_cast<socklen_t>(offsetof(struct sockaddr_un, sun_path) + sizeof CONTROL_SOCKET);
+        if (connect(mSocket, reinterpret_cast<const struct sockaddr*>(&address), LENGTH) == 0) {
             const std::string warning = board::warningOfForeignServer(mSocket);
             if (!warning.empty()) complain(warning);
             return;
@@ -60,7 +60,7 @@ public:
         throw Failure(noServerText(), ExitCode::NoServer);
     }
 
-    // A line fits any socket's buffer. A server that refuses has sent its reason and closed.
+    /// A line fits any socket's buffer. A server that refuses has sent its reason and closed.
     void send(const std::string& line) const {
         if (::send(mSocket, line.data(), line.size(), MSG_NOSIGNAL) !=
                 static_cast<ssize_t>(line.size()) &&
@@ -81,12 +81,12 @@ public:
 
     /// Waits until the server's sockets are all closed: a dying process closes them one by one, and
     /// a client that connects meanwhile waits for an answer that never comes.
-    void awaitServersEnd() const {
+    void waitForServerEnd() const {
         while (receiveSome("end")) {
         }
         while (serverListens()) {
             if (Clock::now() >= mDeadline) throwTimeOut("end");
-            std::this_thread::sleep_for(kPollPause);
+            std::this_thread::sleep_for(POLL_PAUSE);
         }
     }
 
@@ -117,12 +117,14 @@ private:
 
 }  // namespace
 
-std::string askServer(const std::string& line, std::chrono::milliseconds bound, Then then) {
+std::string askServer(const std::string& line, std::chrono::milliseconds bound,
+                      AfterCommand after) {
     const ControlLine control(bound);
     control.open();
     control.send(line + "\n");
     const std::string answer = control.receiveLine();
-    if (then == Then::AwaitItsEnd && answer == SERVER_DONE) control.awaitServersEnd();
+    if (after == AfterCommand::WaitForServerEnd && answer == SERVER_DONE)
+        control.waitForServerEnd();
     return answer;
 }
 

@@ -10,12 +10,12 @@ namespace cabinaudio::tool {
 inline constexpr char SERVER_DONE[] = "ok";
 
 /// How askServer() continues after a successful command.
-enum class Then { Return, AwaitItsEnd };
+enum class AfterCommand { Return, WaitForServerEnd };
 
 /// Sends one line to the development server's control socket. @return its answer, one line
 /// @throws Failure  with ExitCode::NoServer when no server listens there; with ExitCode::TimedOut
 ///         when the answer, or the server's end, does not come in time
 [[nodiscard]] std::string askServer(const std::string& line, std::chrono::milliseconds bound,
-                                    Then then = Then::Return);
+                                    AfterCommand after = AfterCommand::Return);
 
 }  // namespace cabinaudio::tool

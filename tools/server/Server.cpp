@@ -11,7 +11,7 @@ namespace cabinaudio::tool {
 
 namespace {
 
-constexpr char kError[] = "error: ";
+constexpr char ERROR[] = "error: ";
 
 Json parsedState(const std::string& answer) {
     Json state = Json::parse(answer, nullptr, false);
@@ -23,9 +23,10 @@ Json parsedState(const std::string& answer) {
 
 ExitCode run(const ServerOptions& options, const CommonOptions& common) {
     // A client that is started after this command must not reach the dying server.
-    const Then then = options.command == "crash" ? Then::AwaitItsEnd : Then::Return;
-    const std::string answer = askServer(options.command, options.timeout, then);
-    if (answer.rfind(kError, 0) == 0) throw Failure(answer.substr(sizeof kError - 1));
+    const AfterCommand after =
+        options.command == "crash" ? AfterCommand::WaitForServerEnd : AfterCommand::Return;
+    const std::string answer = askServer(options.command, options.timeout, after);
+    if (answer.rfind(ERROR, 0) == 0) throw Failure(answer.substr(sizeof ERROR - 1));
     if (options.isState) {
         const Json state = parsedState(answer);
         if (common.json)

@@ -14,13 +14,13 @@ using namespace rows;
 using F = wire::AppFunction;
 using audio::QVAudioSetting::App;
 
-// The server's records: a selector, which is part of the setting's name, and the bytes after it.
+/// The server's records: a selector, which is part of the setting's name, and the bytes after it.
 template <typename Record>
 Setting record(const char* name, const char* what, const Functions& functions,
                int (App::*set)(Record*), int (App::*get)(Record*)) {
-    constexpr std::size_t kHead = sizeof(Record::selector);
+    constexpr std::size_t HEAD = sizeof(Record::selector);
     return {.name = name,
-            .type = bytes(sizeof(Record) - kHead),
+            .type = bytes(sizeof(Record) - HEAD),
             .what = what,
             .functions = functions,
             .get =
@@ -28,8 +28,8 @@ Setting record(const char* name, const char* what, const Functions& functions,
                     Record value{};
                     value.selector = static_cast<std::uint32_t>(numberOf(names[0]));
                     const int status = (c.app().*get)(&value);
-                    Octets data(sizeof value - kHead);
-                    std::memcpy(data.data(), reinterpret_cast<const std::uint8_t*>(&value) + kHead,
+                    Octets data(sizeof value - HEAD);
+                    std::memcpy(data.data(), reinterpret_cast<const std::uint8_t*>(&value) + HEAD,
                                 data.size());
                     // Drop trailing zeros: most of the record is unused.
                     while (data.size() > 1 && data.back() == 0)
@@ -41,7 +41,7 @@ Setting record(const char* name, const char* what, const Functions& functions,
                     Record all{};
                     all.selector = static_cast<std::uint32_t>(numberOf(names[0]));
                     const auto& data = std::get<Octets>(value);
-                    std::memcpy(reinterpret_cast<std::uint8_t*>(&all) + kHead, data.data(),
+                    std::memcpy(reinterpret_cast<std::uint8_t*>(&all) + HEAD, data.data(),
                                 data.size());
                     return (c.app().*set)(&all);
                 }};
@@ -49,10 +49,10 @@ Setting record(const char* name, const char* what, const Functions& functions,
 
 /// The library truncates to whole microseconds; this avoids ending up one below the wanted delay.
 float exactDelay(float ms) {
-    constexpr float kUsPerMs = 1000.0F;
-    const float us = std::round(ms * kUsPerMs);
-    float exact = us / kUsPerMs;
-    while (exact * kUsPerMs < us)
+    constexpr float US_PER_MS = 1000.0F;
+    const float us = std::round(ms * US_PER_MS);
+    float exact = us / US_PER_MS;
+    while (exact * US_PER_MS < us)
         exact = std::nextafter(exact, 2 * exact);
     return exact;
 }
@@ -208,7 +208,7 @@ void addEffects(std::vector<Setting>& table) {
                                                              std::get<bool>(value));
                          }});
     table.push_back({.name = "effect.<tag>.<effect>.parameter",
-                     .type = bytes(kLargestEffect),
+                     .type = bytes(LARGEST_EFFECT),
                      .what = "Parameter of an effect of the streams of a tag",
                      .functions = functions(F::SetEffectParameter, F::GetEffectParameter),
                      .get =
@@ -227,7 +227,7 @@ void addEffects(std::vector<Setting>& table) {
     using C = wire::RecordControlFunction;
     table.push_back(
         {.name = "capture-effect.<tag>.<effect>",
-         .type = bytes(kLargestEffect),
+         .type = bytes(LARGEST_EFFECT),
          .what = "Parameter of an effect of the captures of a tag, such as input0",
          .functions = functions(C::Set, C::Get),
          .get =

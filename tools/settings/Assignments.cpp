@@ -19,10 +19,10 @@ namespace {
 }
 
 std::string trimmed(const std::string& line) {
-    constexpr char kBlanks[] = " \t\r";
-    const std::size_t begin = line.find_first_not_of(kBlanks);
+    constexpr char BLANKS[] = " \t\r";
+    const std::size_t begin = line.find_first_not_of(BLANKS);
     if (begin == std::string::npos) return "";
-    return line.substr(begin, line.find_last_not_of(kBlanks) + 1 - begin);
+    return line.substr(begin, line.find_last_not_of(BLANKS) + 1 - begin);
 }
 
 void add(const std::string& word, std::vector<std::string>& into) {

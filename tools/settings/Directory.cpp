@@ -18,16 +18,16 @@ namespace cabinaudio::tool {
 namespace {
 
 const Texts& fixedNames(const std::string& placeholder) {
-    static const Texts kSpeakers(std::begin(kLoudspeakers), std::end(kLoudspeakers));
-    static const Texts kPaths = {"main", "second", "alternative", "auxiliary"};
-    static const Texts kOutputs = {"main", "alternative", "auxiliary"};
-    static const Texts kInputs = {"0", "1"};
-    static const Texts kNone;
-    if (placeholder == "<loudspeaker>") return kSpeakers;
-    if (placeholder == "<path>") return kPaths;
-    if (placeholder == "<output>") return kOutputs;
-    if (placeholder == "<input>") return kInputs;
-    return kNone;
+    static const Texts speakers(std::begin(LOUDSPEAKERS), std::end(LOUDSPEAKERS));
+    static const Texts paths = {"main", "second", "alternative", "auxiliary"};
+    static const Texts outputs = {"main", "alternative", "auxiliary"};
+    static const Texts inputs = {"0", "1"};
+    static const Texts none;
+    if (placeholder == "<loudspeaker>") return speakers;
+    if (placeholder == "<path>") return paths;
+    if (placeholder == "<output>") return outputs;
+    if (placeholder == "<input>") return inputs;
+    return none;
 }
 
 /// The first placeholder of a pattern, with its brackets; empty if there is none.
@@ -87,7 +87,7 @@ std::string lastPart(const std::string& name) {
 }
 
 std::vector<std::string> nearest(const std::vector<Named>& all, const std::string& name) {
-    constexpr std::size_t kMost = 3;
+    constexpr std::size_t MOST = 3;
     std::vector<std::pair<std::size_t, std::string>> near;
     for (const Named& named : all) {
         std::size_t far = distance(name, named.name);
@@ -98,7 +98,7 @@ std::vector<std::string> nearest(const std::vector<Named>& all, const std::strin
     std::stable_sort(near.begin(), near.end(),
                      [](const auto& left, const auto& right) { return left.first < right.first; });
     std::vector<std::string> names;
-    for (std::size_t i = 0; i < std::min(kMost, near.size()); ++i)
+    for (std::size_t i = 0; i < std::min(MOST, near.size()); ++i)
         names.push_back(near[i].second);
     return names;
 }

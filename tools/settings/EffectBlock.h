@@ -12,7 +12,7 @@
 namespace cabinaudio::tool {
 
 /// Maximum size of an effect's parameter, bytes.
-constexpr std::size_t kLargestEffect = 65536;
+constexpr std::size_t LARGEST_EFFECT = 65536;
 
 /// An effect's parameter in the library's form: a header followed by the bytes.
 class EffectBlock {
@@ -45,7 +45,7 @@ template <typename Get>
 Reading readEffect(Get get) {
     EffectBlock none(std::size_t{0});
     if (const int status = get(none.head()); status != AUDIO_NO_ERROR) return {status, {}};
-    if (none.head().size > kLargestEffect) return {AUDIO_BAD_VALUE, {}};
+    if (none.head().size > LARGEST_EFFECT) return {AUDIO_BAD_VALUE, {}};
     if (none.head().size == 0) return {AUDIO_NO_ERROR, Octets{}};
     EffectBlock block(none.head().size);
     const int status = get(block.head());

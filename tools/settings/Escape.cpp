@@ -10,21 +10,21 @@ namespace cabinaudio::tool {
 
 namespace {
 
-constexpr std::string_view kDigits = "0123456789ABCDEF";
+constexpr std::string_view DIGITS = "0123456789ABCDEF";
 
-// Non-ASCII characters include letters, but also control characters for terminals.
+/// Non-ASCII characters include letters, but also control characters for terminals.
 bool isPlain(const text::Front& front) {
-    constexpr std::string_view kOthers = "._-+/:";
+    constexpr std::string_view OTHERS = "._-+/:";
     const char32_t character = front.character;
     if (character >= 0x80) return front.isShown();
     return (character >= '0' && character <= '9') || (character >= 'A' && character <= 'Z') ||
            (character >= 'a' && character <= 'z') ||
-           kOthers.find(static_cast<char>(character)) != std::string_view::npos;
+           OTHERS.find(static_cast<char>(character)) != std::string_view::npos;
 }
 
 int digitOf(char letter) {
     if (letter >= 'a' && letter <= 'f') letter = static_cast<char>(letter - 'a' + 'A');
-    const std::size_t digit = kDigits.find(letter);
+    const std::size_t digit = DIGITS.find(letter);
     return digit == std::string_view::npos ? -1 : static_cast<int>(digit);
 }
 
@@ -42,7 +42,7 @@ std::string escaped(const std::string& text) {
         }
         for (const char letter : piece) {
             const auto byte = static_cast<unsigned char>(letter);
-            word += {'%', kDigits[byte / 16], kDigits[byte % 16]};
+            word += {'%', DIGITS[byte / 16], DIGITS[byte % 16]};
         }
     }
     return word;

@@ -13,16 +13,16 @@ namespace cabinaudio::tool {
 
 namespace {
 
-class Getting {
+class Getter {
 public:
-    Getting(Session& session, const GetOptions& options) : mSession(session), mOptions(options) {}
+    Getter(Session& session, const GetOptions& options) : mSession(session), mOptions(options) {}
 
     void getAll() {
         if (mSession.wantsJson()) mSession.report("settings") = Json::array();
         for (const Named& named : mSession.directory().select(mOptions.names))
             get(named);
         if (!mFaults.empty()) throw Failure(mFaults);
-        if (!mUntold.empty()) complain("this server does not tell" + mUntold);
+        if (!mUnreadable.empty()) complain("this server does not tell" + mUnreadable);
     }
 
 private:
@@ -36,17 +36,18 @@ private:
             print(named, reading.value);
         else if (named.isByName)
             note(mFaults, "; ", "cannot read " + named.name + ": " + reason(named, reading.status));
-        else if (!isUnclear(named, reading.status))
-            note(mUntold, ",", " " + named.name);
+        else if (!hasNoPosition(named, reading.status))
+            note(mUnreadable, ",", " " + named.name);
     }
 
     /// Fade and balance are derived from channel gains, which may match no position.
-    static bool isUnclear(const Named& named, std::int32_t status) {
+    static bool hasNoPosition(const Named& named, std::int32_t status) {
         return named.setting->partner != nullptr && status == AUDIO_INVALID_STATE;
     }
 
     static std::string reason(const Named& named, std::int32_t status) {
-        if (isUnclear(named, status)) return "the loudspeakers' volumes are of no fade and balance";
+        if (hasNoPosition(named, status))
+            return "the loudspeakers' volumes are of no fade and balance";
         if (status == AUDIO_INVALID_OPERATION) return "this server does not have it";
         return statusText(status);
     }
@@ -65,14 +66,14 @@ private:
     Session& mSession;
     const GetOptions& mOptions;
     std::string mFaults;  // printed at the end, after all values that could be read
-    std::string mUntold;
+    std::string mUnreadable;
 };
 
 }  // namespace
 
 ExitCode run(const GetOptions& options, const CommonOptions& common) {
     Session session(options, common);
-    return session.run([&] { Getting(session, options).getAll(); });
+    return session.run([&] { Getter(session, options).getAll(); });
 }
 
 }  // namespace cabinaudio::tool

@@ -19,7 +19,7 @@ std::string lower(std::string text) {
     return text;
 }
 
-bool isMeant(const Named& named, const ListOptions& options) {
+bool matches(const Named& named, const ListOptions& options) {
     if (options.readable && !named.setting->get) return false;
     if (options.settable && !named.setting->set) return false;
     const std::string text = lower(named.name + " " + named.setting->what);
@@ -66,7 +66,7 @@ void print(const std::vector<Named>& all) {
 void list(Session& session, const ListOptions& options) {
     std::vector<Named> all = everything(session.directoryOrFixed(), options.namesOnly);
     all.erase(std::remove_if(all.begin(), all.end(),
-                             [&](const Named& named) { return !isMeant(named, options); }),
+                             [&](const Named& named) { return !matches(named, options); }),
               all.end());
     if (session.wantsJson()) {
         session.report("settings") = Json::array();

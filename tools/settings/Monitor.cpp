@@ -37,12 +37,12 @@ public:
 
     void watch() {
         try {
-            const std::size_t count = look();
+            const std::size_t count = poll();
             // To stderr: stdout carries only changes, for programs.
             complain("watching " + std::to_string(count) + " settings; Ctrl-C ends it");
             while (!isOver()) {
                 waitForAny({&mSession.interruption().event()}, mOptions.interval);
-                if (!isOver()) look();
+                if (!isOver()) poll();
             }
         } catch (const Failure&) {
             if (!mSession.interruption().hasHappened()) throw;
@@ -53,7 +53,7 @@ public:
 private:
     struct Seen {
         std::string line;  // as printed
-        std::uint64_t look;
+        std::uint64_t poll;
     };
 
     [[nodiscard]] bool isOver() const {
@@ -62,32 +62,32 @@ private:
     }
 
     /// Streams come and go, and their settings with them.
-    std::size_t look() {
-        ++mLooks;
+    std::size_t poll() {
+        ++mPolls;
         for (const Named& named : mSession.directory().select(mOptions.names)) {
-            if (isOver() && mLooks > 1) break;
-            if (named.setting->get && (named.isByName || !named.setting->isMeter)) look(named);
+            if (isOver() && mPolls > 1) break;
+            if (named.setting->get && (named.isByName || !named.setting->isMeter)) poll(named);
             if (!named.setting->get && named.isByName)
                 throw Failure(onlySetText(named), ExitCode::Usage);
         }
-        if (!isOver()) forgetGone();
+        if (!isOver()) dropVanished();
         return mSeen.size();
     }
 
-    void look(const Named& named) {
+    void poll(const Named& named) {
         const Reading reading = mSession.get(named);
         if (reading.status != AUDIO_NO_ERROR) return;
         const std::string line = named.name + "=" + valueText(named.setting->type, reading.value);
         Seen& seen = mSeen[named.name];
         const bool isChanged = seen.line != line;
-        seen = {line, mLooks};
-        if (!isChanged || mLooks == 1) return;
+        seen = {line, mPolls};
+        if (!isChanged || mPolls == 1) return;
         print(line, jsonOf(named, reading.value));
     }
 
-    void forgetGone() {
+    void dropVanished() {
         for (auto seen = mSeen.begin(); seen != mSeen.end();) {
-            if (seen->second.look == mLooks) {
+            if (seen->second.poll == mPolls) {
                 ++seen;
                 continue;
             }
@@ -111,7 +111,7 @@ private:
     Session& mSession;
     const MonitorOptions& mOptions;
     std::map<std::string, Seen> mSeen;
-    std::uint64_t mLooks = 0;
+    std::uint64_t mPolls = 0;
     std::uint64_t mChanges = 0;
 };
 

@@ -11,15 +11,15 @@
 /// Helpers for the rows of the table.
 namespace cabinaudio::tool::rows {
 
-inline constexpr double kLowestGain = -103.5;
+inline constexpr double LOWEST_GAIN = -103.5;
 
 /// A volume: up to 24 dB, or 0 to 148 steps.
 inline Type gain() {
-    return {.kind = Kind::Gain, .low = kLowestGain, .high = 24, .unit = "dB"};
+    return {.kind = Kind::Gain, .low = LOWEST_GAIN, .high = 24, .unit = "dB"};
 }
 /// An attenuation: up to 0 dB, or 0 to 100 steps.
 inline Type attenuation(std::size_t count = 1) {
-    return {.kind = Kind::Gain, .count = count, .low = kLowestGain, .high = 0, .unit = "dB"};
+    return {.kind = Kind::Gain, .count = count, .low = LOWEST_GAIN, .high = 0, .unit = "dB"};
 }
 inline Type real(double low, double high, const char* unit, std::size_t count = 1) {
     return {.kind = Kind::Real, .count = count, .low = low, .high = high, .unit = unit};
@@ -71,7 +71,7 @@ inline long long numberOf(const std::string& name) {
 /// The loudspeaker with this name.
 inline audio::audio_channel_idx_e channelOf(const std::string& name) {
     int bit = 0;
-    while (kLoudspeakers[bit] != name)
+    while (LOUDSPEAKERS[bit] != name)
         ++bit;
     return static_cast<audio::audio_channel_idx_e>(1 << bit);
 }

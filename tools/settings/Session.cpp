@@ -17,7 +17,7 @@ namespace cabinaudio::tool {
 namespace {
 
 /// The library's status when the request did not reach the server, or no answer came back.
-constexpr std::int32_t kNotSent = 1;
+constexpr std::int32_t NOT_SENT = 1;
 
 const char* endName(ExitCode code) {
     switch (code) {
@@ -55,7 +55,7 @@ ExitCode Session::run(const std::function<void()>& command) {
 }
 
 void Session::finish(ExitCode code, std::string why) {
-    if (code != ExitCode::Done) why += mAside;
+    if (code != ExitCode::Done) why += mFailureNote;
     if (mCommon.json) {
         mReport["ended"] = endName(code);
         mReport["error"] = orNull(why);
@@ -86,20 +86,20 @@ void Session::endIfInterrupted() const {
     if (mInterruption.hasHappened()) throw Failure("interrupted by " + mInterruption.signalName());
 }
 
-void Session::demandServer() const {
+void Session::requireServer() const {
     if (!serverListens()) throw Failure(noServerText(), ExitCode::NoServer);
 }
 
 void Session::check(std::int32_t status) const {
     if (status == AUDIO_NOT_CONNECTED)
         throw Failure("the server did not register this client; see 'cabinaudio doctor'");
-    if (status != kNotSent) return;
+    if (status != NOT_SENT) return;
     if (!serverListens()) throw Failure("the server went away", ExitCode::NoServer);
     throw Failure("the request did not go through; see -v or 'cabinaudio doctor'");
 }
 
 Directory Session::directory() {
-    demandServer();
+    requireServer();
     LiveNames live;
     // A server without these lists has no such names; that is not an error.
     check(ask("the stream types", [&] { return mClients.volume().getStreamTypeList(live.types); }));

@@ -35,7 +35,7 @@ public:
     /// A part of the JSON report.
     [[nodiscard]] Json& report(const char* key) { return mReport[key]; }
     /// Extra text that is printed if the command fails.
-    void setAside(std::string text) { mAside = std::move(text); }
+    void setFailureNote(std::string text) { mFailureNote = std::move(text); }
     [[nodiscard]] bool wantsJson() const { return mCommon.json; }
     [[nodiscard]] const Interruption& interruption() const { return mInterruption; }
 
@@ -61,7 +61,7 @@ private:
         if (Watchdog::Clock::now() - since >= mOptions.timeout) throw overdue(what);
         return answer;
     }
-    void demandServer() const;
+    void requireServer() const;
     void endIfInterrupted() const;
     /// Throws unless the request was answered.
     void check(std::int32_t status) const;
@@ -72,7 +72,7 @@ private:
     const SettingsOptions& mOptions;
     const CommonOptions& mCommon;
     Json mReport = Json::object();
-    std::string mAside;
+    std::string mFailureNote;
     Clients mClients;
     Interruption mInterruption;
     Watchdog mWatchdog;

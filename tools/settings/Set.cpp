@@ -38,7 +38,7 @@ void setAll(Session& session, const SetOptions& options) {
     const std::vector<std::string> words = readAssignments(options.assignments, options.files);
     const std::vector<Assignment> all = parseAssignments(session.directory(), words);
     for (std::size_t i = 0; i < all.size(); ++i) {
-        session.setAside(rest(all, i));
+        session.setFailureNote(rest(all, i));
         set(session, all[i]);
     }
 }

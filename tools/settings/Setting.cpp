@@ -4,7 +4,7 @@
 namespace cabinaudio::tool {
 
 const std::vector<Setting>& settings() {
-    static const std::vector<Setting> kTable = [] {
+    static const std::vector<Setting> rows = [] {
         std::vector<Setting> table;
         addVolumeSettings(table);
         addMixerSettings(table);
@@ -12,7 +12,7 @@ const std::vector<Setting>& settings() {
         addAppSettings(table);
         return table;
     }();
-    return kTable;
+    return rows;
 }
 
 }  // namespace cabinaudio::tool

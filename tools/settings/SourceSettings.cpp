@@ -16,11 +16,11 @@ namespace {
 using namespace rows;
 using F = wire::SourceFunction;
 
-constexpr std::int32_t kMappingMax = 10;
+constexpr std::int32_t MAPPING_MAX = 10;
 // Bytes of the record that are transferred.
-constexpr std::size_t kI2sFormatSize = 6;
+constexpr std::size_t I2S_FORMAT_SIZE = 6;
 
-// A null name means that the request was not answered.
+/// A null name means that the request was not answered.
 Reading readName(const char* name) {
     if (name == nullptr) return {1, {}};
     return {AUDIO_NO_ERROR, std::string(name)};
@@ -122,10 +122,10 @@ void addTrackLists(std::vector<Setting>& table) {
                      .what = "All streams, playing or not: tag/track/rate/channels/bits/on or off",
                      .functions = functions(F::GetOutputTrackInfo),
                      .get = [](Clients& c, const Names&) {
-                         constexpr auto kAll = static_cast<audio::audio_output_src_tag_e>(
+                         constexpr auto ALL = static_cast<audio::audio_output_src_tag_e>(
                              wire::MAIN_OUTPUT | wire::OTHER_OUTPUTS);
                          std::vector<audio::audio_output_src_parameter_t> records;
-                         const int status = c.source().getOutPutTrackInfoList(kAll, records);
+                         const int status = c.source().getOutPutTrackInfoList(ALL, records);
                          return Reading{status, trackTexts(records)};
                      }});
     table.push_back({.name = "track.<tag>.<track>.type",
@@ -170,7 +170,7 @@ Table tableOf(const Value& value) {
 }
 
 void addMappings(std::vector<Setting>& table) {
-    const Type mapping = integer(anyInteger().low, kMappingMax);
+    const Type mapping = integer(anyInteger().low, MAPPING_MAX);
     using Dac = audio::audio_dac_output_mapping_tbl_t;
     Type six = mapping;
     six.count = std::size(Dac{}.entry);
@@ -237,7 +237,7 @@ void addConverters(std::vector<Setting>& table) {
                      }});
     addMappings(table);
     table.push_back({.name = "i2s.format.<number>",
-                     .type = bytes(kI2sFormatSize),
+                     .type = bytes(I2S_FORMAT_SIZE),
                      .what = "Format of the serial bus, by selection; the server's record",
                      .functions = functions(F::SetI2sFormat),
                      .set = [](Clients& c, const Names& names, const Value& value) {

@@ -13,7 +13,7 @@
 
 namespace cabinaudio::tool {
 
-const char* const kLoudspeakers[6] = {"LF", "RF", "LS", "RS", "CF", "L1"};
+const char* const LOUDSPEAKERS[6] = {"LF", "RF", "LS", "RS", "CF", "L1"};
 
 namespace {
 
@@ -133,17 +133,17 @@ std::int64_t parseLoudspeakers(const Type& type, const std::string& text) {
     if (text == "none") return 0;
     std::int64_t mask = 0;
     for (const std::string& name : split(text, '+')) {
-        const auto found = std::find(std::begin(kLoudspeakers), std::end(kLoudspeakers), name);
-        if (found == std::end(kLoudspeakers)) refuse(expected(type));
-        mask |= std::int64_t{1} << (found - std::begin(kLoudspeakers));
+        const auto found = std::find(std::begin(LOUDSPEAKERS), std::end(LOUDSPEAKERS), name);
+        if (found == std::end(LOUDSPEAKERS)) refuse(expected(type));
+        mask |= std::int64_t{1} << (found - std::begin(LOUDSPEAKERS));
     }
     return mask;
 }
 
 std::string loudspeakersText(std::int64_t mask) {
     Texts names;
-    for (std::size_t i = 0; i < std::size(kLoudspeakers); ++i)
-        if ((mask >> i & 1) != 0) names.emplace_back(kLoudspeakers[i]);
+    for (std::size_t i = 0; i < std::size(LOUDSPEAKERS); ++i)
+        if ((mask >> i & 1) != 0) names.emplace_back(LOUDSPEAKERS[i]);
     return names.empty() ? "none"
                          : joined(names, "+", [](const std::string& name) { return name; });
 }
@@ -177,10 +177,10 @@ Octets parseBytes(const Type& type, const std::string& text) {
 }
 
 std::string hexText(const Octets& bytes) {
-    constexpr char kDigits[] = "0123456789abcdef";
+    constexpr char DIGITS[] = "0123456789abcdef";
     std::string text;
     for (const std::uint8_t byte : bytes)
-        text += {kDigits[byte / 16], kDigits[byte % 16]};
+        text += {DIGITS[byte / 16], DIGITS[byte % 16]};
     return text;
 }
 

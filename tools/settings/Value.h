@@ -46,7 +46,7 @@ struct Type {
 };
 
 /// Names of the loudspeakers, in the order of their bits.
-extern const char* const kLoudspeakers[6];
+extern const char* const LOUDSPEAKERS[6];
 
 /// The largest step of a gain.
 [[nodiscard]] int largestStep(const Type& type);

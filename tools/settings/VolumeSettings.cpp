@@ -46,19 +46,18 @@ std::optional<Position> positionOf(const std::array<int, 4>& steps) {
     return best;
 }
 
-constexpr audio::audio_channel_idx_e kCorners[] = {audio::AUDIO_CHANNEL_LF, audio::AUDIO_CHANNEL_RF,
-                                                   audio::AUDIO_CHANNEL_LS,
-                                                   audio::AUDIO_CHANNEL_RS};
+constexpr audio::audio_channel_idx_e CORNERS[] = {audio::AUDIO_CHANNEL_LF, audio::AUDIO_CHANNEL_RF,
+                                                  audio::AUDIO_CHANNEL_LS, audio::AUDIO_CHANNEL_RS};
 
 /// @return a status; with status 0 `position` may still be empty
 int readPosition(Clients& clients, std::optional<Position>& position) {
     std::array<int, 4> steps{};
     for (std::size_t i = 0; i < steps.size(); ++i) {
         float dB = 0;
-        if (const int status = clients.volume().getChannelGain(kCorners[i], &dB); status != 0)
+        if (const int status = clients.volume().getChannelGain(CORNERS[i], &dB); status != 0)
             return status;
         // A step is half a dB, step 100 is 0 dB; values between steps were set as gains.
-        const float step = dB <= static_cast<float>(kLowestGain) ? 0.0F : 100.0F + 2.0F * dB;
+        const float step = dB <= static_cast<float>(LOWEST_GAIN) ? 0.0F : 100.0F + 2.0F * dB;
         if (step != std::round(step)) return AUDIO_NO_ERROR;
         steps[i] = static_cast<int>(step);
     }
@@ -189,7 +188,7 @@ void addTracks(std::vector<Setting>& table) {
                  });
              }});
     table.push_back({.name = "track.auxiliary.<track>.channels",
-                     .type = real(kLowestGain, 24, "dB", 8),
+                     .type = real(LOWEST_GAIN, 24, "dB", 8),
                      .what = "Gains of the channels of an auxiliary stream",
                      .functions = functions(F::SetTrackChannelGains),
                      .set = [](Clients& c, const Names& names, const Value& value) {
@@ -354,7 +353,7 @@ void addMicrophones(std::vector<Setting>& table) {
     using audio::QVAudioSetting::Volume;
     table.push_back(
         {.name = "uplink.gain",
-         .type = real(kLowestGain, 24, "dB"),
+         .type = real(LOWEST_GAIN, 24, "dB"),
          .what = "Gain of what is sent to the other side of a call",
          .functions = functions(F::SetUpLinkGain, F::GetUpLinkGain),
          .get =

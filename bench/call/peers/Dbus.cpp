@@ -15,7 +15,7 @@ class Dbus : public Requester {
 public:
     explicit Dbus(const std::string& directory)
         : mAddress(busAddress(directory)), mDaemon(busServer(directory)) {
-        mDaemon.await([this] { return connect(); });
+        mDaemon.waitFor([this] { return connect(); });
     }
     ~Dbus() override {
         if (mConnection == nullptr) return;

@@ -23,7 +23,7 @@ public:
           mDaemon(std::in_place, jackServer(directory, mServer)) {
         jack_set_error_function([](const char*) {});
         jack_set_info_function([](const char*) {});
-        mDaemon->await([this] {
+        mDaemon->waitFor([this] {
             mClient = jack_client_open(
                 CLIENT, static_cast<jack_options_t>(JackNoStartServer | JackServerName), nullptr,
                 mServer.c_str());
@@ -33,7 +33,7 @@ public:
     ~Jack() override {
         if (mClient != nullptr) jack_client_close(mClient);
         mDaemon.reset();
-        removeWhatItHasLeft();
+        removeLeftovers();
     }
 
     bool request() override {
@@ -45,7 +45,7 @@ public:
 
 private:
     /// The names of its semaphores in shared memory contain the server's name.
-    void removeWhatItHasLeft() const {
+    void removeLeftovers() const {
         std::error_code ignored;
         for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", ignored))
             if (entry.path().filename().string().find(mServer) != std::string::npos)

@@ -17,7 +17,7 @@ public:
     explicit PipeWire(const std::string& directory) : mDaemon(pipeWireServer(directory)) {
         setenv("PIPEWIRE_RUNTIME_DIR", directory.c_str(), 1);
         pw_init(nullptr, nullptr);
-        mDaemon.await([this] { return connect(); });
+        mDaemon.waitFor([this] { return connect(); });
     }
     ~PipeWire() override {
         disconnect();

@@ -14,7 +14,7 @@ class Pulse : public Requester {
 public:
     explicit Pulse(const std::string& directory)
         : mAddress(pulseAddress(directory)), mDaemon(pulseServer(directory)) {
-        mDaemon.await([this] { return connect(); });
+        mDaemon.waitFor([this] { return connect(); });
     }
     ~Pulse() override { disconnect(); }
 

@@ -16,7 +16,7 @@ public:
     struct Entry {
         std::string name;
         std::unique_ptr<Requester> requester;  // null: unavailable here
-        std::string whyNot;
+        std::string unavailableReason;
     };
 
     Requesters();

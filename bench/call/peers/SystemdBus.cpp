@@ -13,7 +13,7 @@ class SystemdBus : public Requester {
 public:
     explicit SystemdBus(const std::string& directory)
         : mAddress(busAddress(directory)), mDaemon(busServer(directory)) {
-        mDaemon.await([this] { return connect(); });
+        mDaemon.waitFor([this] { return connect(); });
     }
     ~SystemdBus() override { sd_bus_flush_close_unref(mBus); }
 

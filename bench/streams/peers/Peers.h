@@ -16,7 +16,7 @@ public:
     struct Entry {
         std::string name;
         std::unique_ptr<Peer> peer;  // null: unavailable here
-        std::string whyNot;
+        std::string unavailableReason;
         double mostConstruct;  // goal for the ratio of our construction to the peer's
     };
 

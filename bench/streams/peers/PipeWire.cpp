@@ -17,7 +17,7 @@ public:
     explicit PipeWire(const std::string& directory) : mDaemon(pipeWireServer(directory)) {
         setenv("PIPEWIRE_RUNTIME_DIR", directory.c_str(), 1);
         pw_init(nullptr, nullptr);
-        mDaemon.await([this] {
+        mDaemon.waitFor([this] {
             const bool isOpen = open();
             close();
             return isOpen;
@@ -38,7 +38,7 @@ public:
             &EVENTS, this);
         if (mStream == nullptr || pw_thread_loop_start(mLoop) != 0) return false;
         pw_thread_loop_lock(mLoop);
-        const bool isOpen = connect() && awaitPaused();
+        const bool isOpen = connect() && waitForPaused();
         pw_thread_loop_unlock(mLoop);
         return isOpen;
     }
@@ -67,7 +67,7 @@ private:
                                  PW_STREAM_FLAG_MAP_BUFFERS, parameters, 1) == 0;
     }
 
-    bool awaitPaused() {
+    bool waitForPaused() {
         for (;;) {
             const pw_stream_state state = pw_stream_get_state(mStream, nullptr);
             if (state == PW_STREAM_STATE_PAUSED || state == PW_STREAM_STATE_STREAMING) return true;

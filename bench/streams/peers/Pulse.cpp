@@ -13,7 +13,7 @@ class Pulse : public Peer {
 public:
     explicit Pulse(const std::string& directory)
         : mAddress(pulseAddress(directory)), mDaemon(pulseServer(directory)) {
-        mDaemon.await([this] {
+        mDaemon.waitFor([this] {
             const bool isOpen = open();
             close();
             return isOpen;

@@ -34,7 +34,7 @@ public:
                     "rsnd/0"},
                    {"ALSA_CONFIG_PATH=" + alsaConfiguration(directory)},
                    directory + "/log"}) {
-        mDaemon.await([this] {
+        mDaemon.waitFor([this] {
             const bool isOpen = open();
             close();
             return isOpen;

@@ -13,9 +13,7 @@ namespace cabinaudio::run {
 
 pid_t forkChild() {
     const pid_t child = fork();
-    if (child < 0) {
-        throw Refusal(withReason("cannot fork"));
-    }
+    if (child < 0) throw Refusal(withReason("cannot fork"));
     return child;
 }
 

@@ -13,25 +13,23 @@
 namespace cabinaudio::run {
 namespace {
 
-constexpr char kPreloadVariable[] = "LD_PRELOAD";
-constexpr char kDryRunVariable[] = "LD_TRACE_LOADED_OBJECTS";
-constexpr char kEmulator[] = "qemu-arm";
+constexpr char PRELOAD_VARIABLE[] = "LD_PRELOAD";
+constexpr char DRY_RUN_VARIABLE[] = "LD_TRACE_LOADED_OBJECTS";
+constexpr char EMULATOR[] = "qemu-arm";
 
-bool runsHere(const ElfFile& elf) {
-    return elf.machine == board::kThisMachine ||
-           (board::kThisMachine == EM_X86_64 && elf.machine == EM_386);
+bool runsNatively(const ElfFile& elf) {
+    return elf.machine == board::THIS_MACHINE ||
+           (board::THIS_MACHINE == EM_X86_64 && elf.machine == EM_386);
 }
 
 std::string emulatorFor(const Program& program) {
-    if (runsHere(program.elf)) {
-        return {};
-    }
+    if (runsNatively(program.elf)) return {};
     if (program.elf.machine != EM_ARM) {
         throw Refusal(program.binary + " is for " + describe(program.elf) +
                       " and does not run on this machine");
     }
     try {
-        return findCommand(kEmulator);
+        return findCommand(EMULATOR);
     } catch (const Refusal&) {
         throw Refusal(program.binary + " is for 32-bit ARM and needs qemu-arm (Debian: qemu-user)");
     }
@@ -55,15 +53,14 @@ void Command::preload(const std::vector<std::string>& libraries) {
     mPreload = joinedPreloads(libraries);
 }
 
-// A guest library in the emulator's own environment has the wrong architecture for it, and a host
-// board library there would answer in the guest's place.
+/// A guest library in the emulator's own environment has the wrong architecture for it, and a host
+/// board library there would answer in the guest's place.
 void Command::setPreloadVariable() const {
     const std::string own = isEmulated() ? joinedPreloads(foreignPreloads()) : mPreload;
-    if (own.empty()) {
-        unsetenv(kPreloadVariable);
-    } else {
-        setenv(kPreloadVariable, own.c_str(), 1);
-    }
+    if (own.empty())
+        unsetenv(PRELOAD_VARIABLE);
+    else
+        setenv(PRELOAD_VARIABLE, own.c_str(), 1);
 }
 
 std::vector<std::string> Command::emulatedWords(bool dryRun) const {
@@ -72,26 +69,22 @@ std::vector<std::string> Command::emulatedWords(bool dryRun) const {
         // Loader and libraries must both come from this machine's armhf packages.
         words.insert(words.end(), {"-L", "/"});
     }
-    words.insert(words.end(), {"-E", std::string(kPreloadVariable) + "=" + mPreload});
-    if (dryRun) {
-        words.insert(words.end(), {"-E", std::string(kDryRunVariable) + "=1"});
-    }
-    if (mProgram.viaScript.empty()) {
+    words.insert(words.end(), {"-E", std::string(PRELOAD_VARIABLE) + "=" + mPreload});
+    if (dryRun) words.insert(words.end(), {"-E", std::string(DRY_RUN_VARIABLE) + "=1"});
+    if (mProgram.viaScript.empty())
         words.insert(words.end(), {"-0", mProgram.arguments.front(), mProgram.binary});
-    } else {
+    else
         words.insert(words.end(), mProgram.viaScript.begin(), mProgram.viaScript.end());
-    }
     words.insert(words.end(), mProgram.arguments.begin() + 1, mProgram.arguments.end());
     return words;
 }
 
 void Command::execute() const {
     setPreloadVariable();
-    if (isEmulated()) {
+    if (isEmulated())
         executeWords(mEmulator, emulatedWords(false));
-    } else {
+    else
         executeWords(mProgram.path, mProgram.arguments);
-    }
 }
 
 void Command::executeDryRun() const {
@@ -99,7 +92,7 @@ void Command::executeDryRun() const {
     if (isEmulated()) {
         executeWords(mEmulator, emulatedWords(true));
     } else {
-        setenv(kDryRunVariable, "1", 1);
+        setenv(DRY_RUN_VARIABLE, "1", 1);
         executeWords(mProgram.path, mProgram.arguments);
     }
 }

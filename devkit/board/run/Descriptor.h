@@ -22,9 +22,7 @@ public:
     explicit operator bool() const noexcept { return mDescriptor >= 0; }
 
     void close() noexcept {
-        if (mDescriptor >= 0) {
-            ::close(std::exchange(mDescriptor, -1));
-        }
+        if (mDescriptor >= 0) ::close(std::exchange(mDescriptor, -1));
     }
 
 private:

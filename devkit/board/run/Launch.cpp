@@ -32,25 +32,22 @@ namespace fs = std::filesystem;
 
 std::string newInstance() {
     std::uint32_t random = 0;
-    if (getrandom(&random, sizeof random, 0) != sizeof random) {
+    if (getrandom(&random, sizeof random, 0) != sizeof random)
         throw Refusal(withReason("cannot name a private instance"));
-    }
-    char name[board::kInstanceLength + 1];
+    char name[board::INSTANCE_LENGTH + 1];
     std::snprintf(name, sizeof name, "run-%d-%08x", static_cast<int>(getpid()),
                   static_cast<unsigned>(random));
     return name;
 }
 
-// Sets the instance in the environment. @return its name
+/// Sets the instance in the environment. @return its name
 std::string chooseInstance(const Options& options) {
     const std::string chosen = options.isPrivate ? newInstance() : options.instance;
-    if (!chosen.empty()) {
-        setenv(board::kInstanceVariable, chosen.c_str(), 1);
-    }
+    if (!chosen.empty()) setenv(board::INSTANCE_VARIABLE, chosen.c_str(), 1);
     const char* instance = board::instanceInEnvironment();
     if (instance == nullptr) {
-        throw Refusal(std::string(board::kInstanceVariable) + "=" +
-                      std::getenv(board::kInstanceVariable) + " is not an instance name");
+        throw Refusal(std::string(board::INSTANCE_VARIABLE) + "=" +
+                      std::getenv(board::INSTANCE_VARIABLE) + " is not an instance name");
     }
     return instance;
 }
@@ -58,23 +55,21 @@ std::string chooseInstance(const Options& options) {
 void chooseConfigDirectory(const Options& options) {
     if (!options.configDirectory.empty()) {
         const fs::path path = fs::absolute(options.configDirectory);
-        setenv(board::kConfigDirectoryVariable, path.c_str(), 1);
+        setenv(board::CONFIG_DIRECTORY_VARIABLE, path.c_str(), 1);
     }
 }
 
-// In secure mode the loader ignores LD_PRELOAD silently.
-std::string whySkipped(const Program& program, const LoadedObjects& objects) {
+/// In secure mode the loader ignores LD_PRELOAD silently.
+std::string skipReason(const Program& program, const LoadedObjects& objects) {
     struct stat64 status;
     if (stat64(program.binary.c_str(), &status) == 0 &&
         (status.st_mode & (S_ISUID | S_ISGID)) != 0) {
         return "it is set-user-id or set-group-id";
     }
-    if (getxattr(program.binary.c_str(), "security.capability", nullptr, 0) > 0) {
+    if (getxattr(program.binary.c_str(), "security.capability", nullptr, 0) > 0)
         return "it has file capabilities";
-    }
-    if (!objects.complaints.empty()) {
+    if (!objects.complaints.empty())
         return "the loader said: " + objects.complaints.substr(0, objects.complaints.find('\n'));
-    }
     return "the loader left it out";
 }
 
@@ -82,21 +77,19 @@ void checkObjects(const Program& program, const LoadedObjects& objects,
                   const std::string& library) {
     if (!objects.contains(library)) {
         throw Refusal("the board library cannot be preloaded into " + program.binary + ": " +
-                      whySkipped(program, objects));
+                      skipReason(program, objects));
     }
     if (!objects.missing.empty()) {
         throw Refusal(program.binary + " needs " + objects.missing + ", which is not found",
-                      kNotFound);
+                      NOT_FOUND);
     }
 }
 
-// Determines the preloads, in an order that the program's loader accepts.
+/// Determines the preloads, in an order that the program's loader accepts.
 void arrangePreloads(Command& command, const Program& program, const std::string& library,
                      std::chrono::seconds timeout) {
     std::vector<std::string> preloads;
-    if (!command.isEmulated()) {
-        preloads = foreignPreloads();
-    }
+    if (!command.isEmulated()) preloads = foreignPreloads();
     preloads.push_back(library);
     command.preload(preloads);
     LoadedObjects objects = dryRun(command, timeout);
@@ -111,8 +104,8 @@ void arrangePreloads(Command& command, const Program& program, const std::string
     }
 }
 
-void sayWhatIsDone(const Program& program, const Command& command, const std::string& library,
-                   const std::string& instance) {
+void reportLaunch(const Program& program, const Command& command, const std::string& library,
+                  const std::string& instance) {
     std::fprintf(stderr, "cabinaudio-run: %s%s, instance %s, %s\n",
                  text::printable(program.path).c_str(), command.isEmulated() ? " in qemu-arm" : "",
                  instance.empty() ? "(common)" : instance.c_str(),
@@ -121,16 +114,13 @@ void sayWhatIsDone(const Program& program, const Command& command, const std::st
 
 // Set by the tool `cabinaudio` when it starts itself through this launcher. The tool prints the
 // warning itself.
-constexpr char kToolVariable[] = "CABINAUDIO_TOOL_LAUNCHED";
+constexpr char TOOL_VARIABLE[] = "CABINAUDIO_TOOL_LAUNCHED";
 
 void warnOfForeignServer(const std::string& instance) {
-    if (std::getenv(kToolVariable) != nullptr) {
-        return;
-    }
-    const std::string warning = board::warningOfForeignServer(instance, board::Look::AtBothSockets);
-    if (!warning.empty()) {
-        std::fprintf(stderr, "cabinaudio-run: %s\n", warning.c_str());
-    }
+    if (std::getenv(TOOL_VARIABLE) != nullptr) return;
+    const std::string warning =
+        board::warningOfForeignServer(instance, board::CheckedSockets::Both);
+    if (!warning.empty()) std::fprintf(stderr, "cabinaudio-run: %s\n", warning.c_str());
 }
 
 }  // namespace
@@ -142,9 +132,7 @@ void launch(const Options& options) {
     Command command(program);
     const std::string library = loadablePath(findBoardLibrary(options.boardLibrary, program.elf));
     arrangePreloads(command, program, library, options.timeout);
-    if (options.verbose) {
-        sayWhatIsDone(program, command, library, instance);
-    }
+    if (options.verbose) reportLaunch(program, command, library, instance);
     warnOfForeignServer(instance);
     const Watcher watcher({program.path, program.elf.machine, options.timeout,
                            options.isPrivate ? instance : std::string()});
@@ -153,15 +141,14 @@ void launch(const Options& options) {
     const int error = errno;
     watcher.dismiss();
     errno = error;
-    throw Refusal(withReason("cannot execute " + program.path), kNotExecutable);
+    throw Refusal(withReason("cannot execute " + program.path), NOT_EXECUTABLE);
 }
 
 void clean(const Options& options) {
     const std::string instance = chooseInstance(options);
     for (const std::string& removed : removeLeftovers(instance)) {
-        if (options.verbose) {
+        if (options.verbose)
             std::fprintf(stderr, "cabinaudio-run: removed %s\n", text::printable(removed).c_str());
-        }
     }
 }
 

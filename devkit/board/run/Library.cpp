@@ -23,9 +23,7 @@ fs::path launcherDirectory() {
 
 void addFromEnvironment(const char* variable, std::vector<fs::path>& candidates) {
     const char* path = std::getenv(variable);
-    if (path != nullptr && path[0] != '\0') {
-        candidates.emplace_back(path);
-    }
+    if (path != nullptr && path[0] != '\0') candidates.emplace_back(path);
 }
 
 void addInstalled(const fs::path& lib, const std::string& triplet,
@@ -38,7 +36,7 @@ void addInstalled(const fs::path& lib, const std::string& triplet,
     directories.push_back(lib);
 }
 
-// Maps .../build/native/devkit/board to .../build/armhf/devkit/board.
+/// Maps .../build/native/devkit/board to .../build/armhf/devkit/board.
 void addNeighbours(const fs::path& here, std::vector<fs::path>& directories) {
     fs::path within;
     for (fs::path tree = here; tree.has_relative_path(); tree = tree.parent_path()) {
@@ -49,24 +47,19 @@ void addNeighbours(const fs::path& here, std::vector<fs::path>& directories) {
 
 std::vector<fs::path> candidatesFor(const ElfFile& program) {
     std::vector<fs::path> candidates;
-    if (program.machine == EM_ARM) {
-        addFromEnvironment(kArmLibraryVariable, candidates);
-    }
-    addFromEnvironment(kLibraryVariable, candidates);
+    if (program.machine == EM_ARM) addFromEnvironment(ARM_LIBRARY_VARIABLE, candidates);
+    addFromEnvironment(LIBRARY_VARIABLE, candidates);
     const fs::path here = launcherDirectory();
     std::vector<fs::path> directories{here};
     addInstalled(here.parent_path() / "lib", debianTriplet(program), directories);
-    if (program.machine == EM_ARM) {
-        addNeighbours(here, directories);
-    }
-    for (const fs::path& directory : directories) {
-        candidates.push_back(directory / board::kLibraryName);
-    }
+    if (program.machine == EM_ARM) addNeighbours(here, directories);
+    for (const fs::path& directory : directories)
+        candidates.push_back(directory / board::LIBRARY_NAME);
     return candidates;
 }
 
 bool isBoardLibrary(const std::optional<ElfFile>& elf) {
-    return elf && elf->soname == board::kLibraryName;
+    return elf && elf->soname == board::LIBRARY_NAME;
 }
 
 std::string absolutePath(const fs::path& path) {
@@ -75,9 +68,7 @@ std::string absolutePath(const fs::path& path) {
 
 std::string checkGiven(const std::string& given, const ElfFile& program) {
     const std::optional<ElfFile> elf = readElf(given);
-    if (!isBoardLibrary(elf)) {
-        throw Refusal(given + " is not a " + board::kLibraryName);
-    }
+    if (!isBoardLibrary(elf)) throw Refusal(given + " is not a " + board::LIBRARY_NAME);
     if (!elf->fits(program)) {
         throw Refusal(given + " is for " + describe(*elf) + ", the program for " +
                       describe(program));
@@ -88,20 +79,14 @@ std::string checkGiven(const std::string& given, const ElfFile& program) {
 }  // namespace
 
 std::string findBoardLibrary(const std::string& given, const ElfFile& program) {
-    if (!given.empty()) {
-        return checkGiven(given, program);
-    }
+    if (!given.empty()) return checkGiven(given, program);
     for (const fs::path& candidate : candidatesFor(program)) {
         std::error_code failed;
-        if (!fs::is_regular_file(candidate, failed)) {
-            continue;
-        }
+        if (!fs::is_regular_file(candidate, failed)) continue;
         const std::optional<ElfFile> elf = readElf(candidate);
-        if (isBoardLibrary(elf) && elf->fits(program)) {
-            return absolutePath(candidate);
-        }
+        if (isBoardLibrary(elf) && elf->fits(program)) return absolutePath(candidate);
     }
-    throw Refusal(std::string("no ") + board::kLibraryName + " for " + describe(program) +
+    throw Refusal(std::string("no ") + board::LIBRARY_NAME + " for " + describe(program) +
                   " programs is found; name one with --board-lib");
 }
 

@@ -9,8 +9,8 @@ namespace cabinaudio::run {
 
 /// Environment: a board library to try first, for every program and for 32-bit ARM programs. A
 /// library that does not fit the program is skipped.
-constexpr char kLibraryVariable[] = "CABINAUDIO_BOARD_LIB";
-constexpr char kArmLibraryVariable[] = "CABINAUDIO_ARMHF_BOARD_LIB";
+constexpr char LIBRARY_VARIABLE[] = "CABINAUDIO_BOARD_LIB";
+constexpr char ARM_LIBRARY_VARIABLE[] = "CABINAUDIO_ARMHF_BOARD_LIB";
 
 /// The absolute path of the board library for a program. Search order:
 /// 1. `given`, from the command line; must fit;

@@ -18,39 +18,34 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kRandomLetters = 6;  // as in mkdtemp()
+constexpr std::size_t RANDOM_LETTERS = 6;  // as in mkdtemp()
 
-std::string ownBeginning() {
+std::string ownPrefix() {
     return "cabinaudio-run-" + std::to_string(geteuid()) + "-";
 }
 
 bool isOwnName(const std::string& name) {
-    return name.starts_with(ownBeginning()) &&
-           name.size() == ownBeginning().size() + kRandomLetters;
+    return name.starts_with(ownPrefix()) && name.size() == ownPrefix().size() + RANDOM_LETTERS;
 }
 
-// The root directory's owner has all of root's power; in a container that need not be user 0.
+/// The root directory's owner has all of root's power; in a container that need not be user 0.
 bool isTrusted(uid_t user) {
     struct stat root {};
     return user == 0 || user == geteuid() || (stat("/", &root) == 0 && user == root.st_uid);
 }
 
-// Whether only this user and root can replace a directory that lies in this one.
-bool keepsItsEntries(const fs::path& directory) {
+/// Whether only this user and root can replace a directory that lies in this one.
+bool protectsEntries(const fs::path& directory) {
     struct stat status {};
-    if (lstat(directory.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
-        return false;
-    }
+    if (lstat(directory.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return false;
     const bool isShared = (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
     return isTrusted(status.st_uid) && (!isShared || (status.st_mode & S_ISVTX) != 0);
 }
 
-bool isPathKept(const fs::path& directory) {
+bool isPathProtected(const fs::path& directory) {
     for (fs::path above = directory; above.has_relative_path();) {
         above = above.parent_path();
-        if (!keepsItsEntries(above)) {
-            return false;
-        }
+        if (!protectsEntries(above)) return false;
     }
     return true;
 }
@@ -64,16 +59,14 @@ Descriptor openOwn(const fs::path& directory) {
 }
 
 bool isPrivate(const fs::path& directory) {
-    return openOwn(directory) && isPathKept(directory) && isLoadable(directory);
+    return openOwn(directory) && isPathProtected(directory) && isLoadable(directory);
 }
 
-// Resolves links, so that the checked directory is the one that the loader opens. Empty if there is
-// none.
+/// Resolves links, so that the checked directory is the one that the loader opens. Empty if there
+/// is none.
 fs::path directoryIn(const char* variable) {
     const char* value = std::getenv(variable);
-    if (value == nullptr || value[0] != '/') {
-        return {};
-    }
+    if (value == nullptr || value[0] != '/') return {};
     std::error_code failed;
     const fs::path path = fs::canonical(value, failed);
     return failed ? fs::path() : path;
@@ -82,8 +75,8 @@ fs::path directoryIn(const char* variable) {
 std::vector<fs::path> temporaryDirectories() {
     std::vector<fs::path> directories;
     for (const fs::path& directory : {directoryIn("TMPDIR"), fs::path("/tmp")}) {
-        if (!directory.empty() && isLoadable(directory) && keepsItsEntries(directory) &&
-            isPathKept(directory)) {
+        if (!directory.empty() && isLoadable(directory) && protectsEntries(directory) &&
+            isPathProtected(directory)) {
             directories.push_back(directory);
         }
     }
@@ -94,26 +87,21 @@ std::vector<std::string> ownDirectoriesIn(const fs::path& temporary) {
     std::vector<std::string> found;
     std::error_code failed;
     for (const auto& entry : fs::directory_iterator(temporary, failed)) {
-        if (isOwnName(entry.path().filename()) && isPrivate(entry.path())) {
+        if (isOwnName(entry.path().filename()) && isPrivate(entry.path()))
             found.push_back(entry.path());
-        }
     }
     return found;
 }
 
 std::string newDirectoryIn(const fs::path& temporary) {
-    std::string path = temporary / (ownBeginning() + std::string(kRandomLetters, 'X'));
-    if (mkdtemp(path.data()) == nullptr) {
-        return {};
-    }
-    if (isPrivate(path)) {
-        return path;
-    }
+    std::string path = temporary / (ownPrefix() + std::string(RANDOM_LETTERS, 'X'));
+    if (mkdtemp(path.data()) == nullptr) return {};
+    if (isPrivate(path)) return path;
     rmdir(path.c_str());
     return {};
 }
 
-// Empty unless it is a link of this user.
+/// Empty unless it is a link of this user.
 std::string targetOf(int directory, const std::string& name) {
     struct stat status {};
     if (fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
@@ -134,15 +122,11 @@ bool isLoadable(const std::string& path) {
 
 std::string linkDirectory() {
     const fs::path runtime = directoryIn("XDG_RUNTIME_DIR");
-    if (!runtime.empty() && isPrivate(runtime)) {
-        return runtime;
-    }
+    if (!runtime.empty() && isPrivate(runtime)) return runtime;
     for (const fs::path& temporary : temporaryDirectories()) {
         const std::vector<std::string> found = ownDirectoriesIn(temporary);
         const std::string path = found.empty() ? newDirectoryIn(temporary) : found.front();
-        if (!path.empty()) {
-            return path;
-        }
+        if (!path.empty()) return path;
     }
     throw Refusal(
         "there is no private directory for a link to a library whose path the loader would "
@@ -156,9 +140,8 @@ std::vector<std::string> linkDirectories() {
         directories.push_back(runtime);
     }
     for (const fs::path& temporary : temporaryDirectories()) {
-        for (const std::string& found : ownDirectoriesIn(temporary)) {
+        for (const std::string& found : ownDirectoriesIn(temporary))
             directories.push_back(found);
-        }
     }
     return directories;
 }
@@ -166,16 +149,10 @@ std::vector<std::string> linkDirectories() {
 bool makeLink(const std::string& directory, const std::string& name, const std::string& target) {
     const std::string link = directory + "/" + name;
     const Descriptor opened = openOwn(directory);
-    if (!opened) {
-        return false;
-    }
-    if (symlinkat(target.c_str(), opened.get(), name.c_str()) == 0) {
-        return true;
-    }
+    if (!opened) return false;
+    if (symlinkat(target.c_str(), opened.get(), name.c_str()) == 0) return true;
     const int error = errno;
-    if (error == ENOENT) {
-        return false;
-    }
+    if (error == ENOENT) return false;
     if (error != EEXIST || targetOf(opened.get(), name) != target) {
         errno = error;
         throw Refusal(withReason("cannot make the link " + link + " to " + target));
@@ -184,22 +161,20 @@ bool makeLink(const std::string& directory, const std::string& name, const std::
 }
 
 std::vector<std::string> removeDanglingLinks(const std::string& directory,
-                                             const std::string& beginning) {
+                                             const std::string& prefix) {
     std::vector<std::string> removed;
     const Descriptor opened = openOwn(directory);
     std::error_code failed;
     for (const auto& entry : fs::directory_iterator(directory, failed)) {
         const std::string name = entry.path().filename();
-        const bool isLink = name.starts_with(beginning) && !targetOf(opened.get(), name).empty();
+        const bool isLink = name.starts_with(prefix) && !targetOf(opened.get(), name).empty();
         if (isLink && faccessat(opened.get(), name.c_str(), F_OK, 0) != 0 && errno == ENOENT &&
             unlinkat(opened.get(), name.c_str(), 0) == 0) {
             removed.push_back(entry.path());
         }
     }
     const fs::path path(directory);
-    if (isOwnName(path.filename()) && rmdir(path.c_str()) == 0) {
-        removed.push_back(path);
-    }
+    if (isOwnName(path.filename()) && rmdir(path.c_str()) == 0) removed.push_back(path);
     return removed;
 }
 

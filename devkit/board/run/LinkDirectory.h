@@ -24,7 +24,7 @@ bool makeLink(const std::string& directory, const std::string& name, const std::
 /// linkDirectory() created it and it is empty then. Other entries stay.
 /// @return the removed paths
 std::vector<std::string> removeDanglingLinks(const std::string& directory,
-                                             const std::string& beginning);
+                                             const std::string& prefix);
 
 /// Whether the loader, and the emulator's option, take a path literally: a blank, ':', ',' or '$'
 /// in it would split or expand it.

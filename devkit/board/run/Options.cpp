@@ -13,7 +13,7 @@
 namespace cabinaudio::run {
 namespace {
 
-constexpr char kHelp[] =
+constexpr char HELP[] =
     R"(Usage: cabinaudio-run [options] [--] PROGRAM [ARGUMENT...]
 
 Runs PROGRAM on a desktop as if it were on the board: physical memory, cache
@@ -22,14 +22,15 @@ device, diagnostics file, real-time threads. 32-bit ARM programs run in qemu-arm
   -i, --instance NAME    share sockets, memory and names only with programs of the
                          same instance (A-Z a-z 0-9 _ -, at most 32; default: the
                          environment's CABINAUDIO_INSTANCE, or the common one)
-      --private          a new instance for this run; what it leaves behind is
+      --private          a new instance for this run; its remaining objects are
                          removed when PROGRAM ends
       --config-dir DIR   directory of the diagnostics file audio_config
       --board-lib PATH   use this libcabinaudio-board.so
-      --timeout SECONDS  how long PROGRAM may take to load its libraries (default 30)
-      --clean            remove what programs of the instance have left in /dev/shm,
-                         and links to libraries that are gone; run no program
-  -v, --verbose          say what is done
+      --timeout SECONDS  time limit for loading PROGRAM's libraries (default 30)
+      --clean            remove objects that programs of the instance have left in
+                         /dev/shm, and links to libraries that no longer exist;
+                         run no program
+  -v, --verbose          print each step
   -h, --help             this text
       --version          the version
 
@@ -37,41 +38,38 @@ The exit status is PROGRAM's; 1: refused, 2: wrong usage, 126: PROGRAM is not
 executable, 127: PROGRAM or a library of it is not found.
 )";
 
-constexpr int kPrivate = 256;
-constexpr int kConfigDirectory = 257;
-constexpr int kBoardLibrary = 258;
-constexpr int kTimeout = 259;
-constexpr int kClean = 260;
-constexpr int kVersion = 261;
+constexpr int PRIVATE = 256;
+constexpr int CONFIG_DIRECTORY = 257;
+constexpr int BOARD_LIBRARY = 258;
+constexpr int TIMEOUT = 259;
+constexpr int CLEAN = 260;
+constexpr int VERSION = 261;
 
-const option kLongOptions[] = {
+const option LONG_OPTIONS[] = {
     {"instance", required_argument, nullptr, 'i'},
-    {"private", no_argument, nullptr, kPrivate},
-    {"config-dir", required_argument, nullptr, kConfigDirectory},
-    {"board-lib", required_argument, nullptr, kBoardLibrary},
-    {"timeout", required_argument, nullptr, kTimeout},
-    {"clean", no_argument, nullptr, kClean},
+    {"private", no_argument, nullptr, PRIVATE},
+    {"config-dir", required_argument, nullptr, CONFIG_DIRECTORY},
+    {"board-lib", required_argument, nullptr, BOARD_LIBRARY},
+    {"timeout", required_argument, nullptr, TIMEOUT},
+    {"clean", no_argument, nullptr, CLEAN},
     {"verbose", no_argument, nullptr, 'v'},
     {"help", no_argument, nullptr, 'h'},
-    {"version", no_argument, nullptr, kVersion},
+    {"version", no_argument, nullptr, VERSION},
     {nullptr, 0, nullptr, 0},
 };
 
 [[noreturn]] void refuseUsage(const std::string& what) {
-    throw Refusal(what + " (try 'cabinaudio-run --help')", kUsage);
+    throw Refusal(what + " (try 'cabinaudio-run --help')", USAGE);
 }
 
 std::string instanceArgument(const char* name) {
-    if (!board::isInstanceName(name)) {
+    if (!board::isInstanceName(name))
         refuseUsage(std::string("'") + name + "' is not an instance name");
-    }
     return name;
 }
 
 std::string pathArgument(const char* option, const char* path) {
-    if (path[0] == '\0') {
-        refuseUsage(std::string(option) + " needs a path");
-    }
+    if (path[0] == '\0') refuseUsage(std::string(option) + " needs a path");
     return path;
 }
 
@@ -90,51 +88,46 @@ void take(int found, const char* argument, Options& options) {
         case 'i':
             options.instance = instanceArgument(argument);
             break;
-        case kPrivate:
+        case PRIVATE:
             options.isPrivate = true;
             break;
-        case kConfigDirectory:
+        case CONFIG_DIRECTORY:
             options.configDirectory = pathArgument("--config-dir", argument);
             break;
-        case kBoardLibrary:
+        case BOARD_LIBRARY:
             options.boardLibrary = pathArgument("--board-lib", argument);
             break;
-        case kTimeout:
+        case TIMEOUT:
             options.timeout = timeoutArgument(argument);
             break;
-        case kClean:
-            options.task = Options::Task::clean;
+        case CLEAN:
+            options.task = Options::Task::Clean;
             break;
         case 'v':
             options.verbose = true;
             break;
         case 'h':
-            options.task = Options::Task::help;
+            options.task = Options::Task::Help;
             break;
-        case kVersion:
-            options.task = Options::Task::version;
+        case VERSION:
+            options.task = Options::Task::Version;
             break;
     }
 }
 
-// getopt moves past a bad long option, but stays inside a group of short options.
+/// getopt moves past a bad long option, but stays inside a group of short options.
 std::string badOption(char** argv) {
-    if (optopt != 0 && optopt < kPrivate) {
-        return std::string("-") + static_cast<char>(optopt);
-    }
+    if (optopt != 0 && optopt < PRIVATE) return std::string("-") + static_cast<char>(optopt);
     return argv[optind - 1];
 }
 
 void check(const Options& options) {
-    if (options.isPrivate && !options.instance.empty()) {
+    if (options.isPrivate && !options.instance.empty())
         refuseUsage("--private and --instance exclude each other");
-    }
-    if (options.task == Options::Task::clean && (options.isPrivate || !options.program.empty())) {
+    if (options.task == Options::Task::Clean && (options.isPrivate || !options.program.empty()))
         refuseUsage("--clean takes an instance and nothing else");
-    }
-    if (options.task == Options::Task::runProgram && options.program.empty()) {
+    if (options.task == Options::Task::RunProgram && options.program.empty())
         refuseUsage("no program given");
-    }
 }
 
 }  // namespace
@@ -144,17 +137,13 @@ Options parseOptions(int argc, char** argv) {
     opterr = 0;
     int found;
     // '+': the first word that is not an option is the program. ':': report missing arguments.
-    while ((found = getopt_long(argc, argv, "+:i:vh", kLongOptions, nullptr)) != -1) {
-        if (found == '?') {
-            refuseUsage("unknown option '" + badOption(argv) + "'");
-        }
-        if (found == ':') {
+    while ((found = getopt_long(argc, argv, "+:i:vh", LONG_OPTIONS, nullptr)) != -1) {
+        if (found == '?') refuseUsage("unknown option '" + badOption(argv) + "'");
+        if (found == ':')
             refuseUsage("option '" + std::string(argv[optind - 1]) + "' needs an argument");
-        }
         take(found, optarg, options);
-        if (options.task == Options::Task::help || options.task == Options::Task::version) {
+        if (options.task == Options::Task::Help || options.task == Options::Task::Version)
             return options;
-        }
     }
     options.program.assign(argv + optind, argv + argc);
     check(options);
@@ -162,7 +151,7 @@ Options parseOptions(int argc, char** argv) {
 }
 
 void printHelp() {
-    std::fputs(kHelp, stdout);
+    std::fputs(HELP, stdout);
 }
 
 void printVersion() {

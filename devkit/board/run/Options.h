@@ -9,9 +9,9 @@ namespace cabinaudio::run {
 
 /// Values of the command line's options.
 struct Options {
-    enum class Task { runProgram, clean, help, version };
+    enum class Task { RunProgram, Clean, Help, Version };
 
-    Task task = Task::runProgram;
+    Task task = Task::RunProgram;
     std::string instance;
     bool isPrivate = false;
     std::string configDirectory;
@@ -21,7 +21,7 @@ struct Options {
     std::vector<std::string> program;  // with its arguments
 };
 
-/// @throws Refusal with kUsage
+/// @throws Refusal with USAGE
 Options parseOptions(int argc, char** argv);
 
 void printHelp();

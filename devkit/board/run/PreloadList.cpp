@@ -18,14 +18,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kSeparators[] = " :";
+constexpr char SEPARATORS[] = " :";
 
-// FNV-1a: the same path always gets the same link, so links do not accumulate.
+/// FNV-1a: the same path always gets the same link, so links do not accumulate.
 std::string digest(std::string_view text) {
     std::uint64_t hash = 0xcbf29ce484222325;
-    for (const char c : text) {
+    for (const char c : text)
         hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3;
-    }
     char digits[17];
     std::snprintf(digits, sizeof digits, "%016" PRIx64, hash);
     return digits;
@@ -38,40 +37,33 @@ std::vector<std::string> foreignPreloads() {
     std::string_view rest(variable != nullptr ? variable : "");
     std::vector<std::string> entries;
     while (!rest.empty()) {
-        const std::string_view entry = rest.substr(0, rest.find_first_of(kSeparators));
+        const std::string_view entry = rest.substr(0, rest.find_first_of(SEPARATORS));
         rest.remove_prefix(std::min(entry.size() + 1, rest.size()));
-        const bool isBoard =
-            fs::path(entry).filename() == board::kLibraryName ||
-            fs::path(entry).filename().native().starts_with(loadableLinkBeginning());
-        if (!entry.empty() && !isBoard) {
-            entries.emplace_back(entry);
-        }
+        const bool isBoard = fs::path(entry).filename() == board::LIBRARY_NAME ||
+                             fs::path(entry).filename().native().starts_with(loadableLinkPrefix());
+        if (!entry.empty() && !isBoard) entries.emplace_back(entry);
     }
     return entries;
 }
 
-std::string loadableLinkBeginning() {
+std::string loadableLinkPrefix() {
     return "cabinaudio-lib-" + std::to_string(geteuid()) + "-";
 }
 
 std::string loadablePath(const std::string& path) {
-    if (isLoadable(path)) {
-        return path;
-    }
-    const std::string name = loadableLinkBeginning() + digest(path) + ".so";
+    if (isLoadable(path)) return path;
+    const std::string name = loadableLinkPrefix() + digest(path) + ".so";
     std::string directory = linkDirectory();
     // Retried: another launcher may be removing the directory.
-    while (!makeLink(directory, name, path)) {
+    while (!makeLink(directory, name, path))
         directory = linkDirectory();
-    }
     return directory + "/" + name;
 }
 
 std::string joinedPreloads(const std::vector<std::string>& entries) {
     std::string joined;
-    for (const std::string& entry : entries) {
+    for (const std::string& entry : entries)
         joined += joined.empty() ? entry : ":" + entry;
-    }
     return joined;
 }
 

@@ -17,7 +17,7 @@ std::vector<std::string> foreignPreloads();
 std::string loadablePath(const std::string& path);
 
 /// Prefix of the names of links that loadablePath() creates for this user.
-std::string loadableLinkBeginning();
+std::string loadableLinkPrefix();
 
 std::string joinedPreloads(const std::vector<std::string>& entries);
 

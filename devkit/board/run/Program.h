@@ -18,7 +18,7 @@ struct Program {
 };
 
 /// The file for a command name, as execvp() finds it.
-/// @throws Refusal with kNotFound or kNotExecutable
+/// @throws Refusal with NOT_FOUND or NOT_EXECUTABLE
 std::string findCommand(const std::string& name);
 
 /// Finds the program and checks that a preload can work: a dynamic ELF file with the GNU loader, or

@@ -7,16 +7,16 @@
 namespace cabinaudio::run {
 
 /// Exit codes of the launcher itself; other codes come from the program.
-constexpr int kDone = 0;
-constexpr int kRefused = 1;
-constexpr int kUsage = 2;
-constexpr int kNotExecutable = 126;  // as shells do
-constexpr int kNotFound = 127;
+constexpr int DONE = 0;
+constexpr int REFUSED = 1;
+constexpr int USAGE = 2;
+constexpr int NOT_EXECUTABLE = 126;  // as shells do
+constexpr int NOT_FOUND = 127;
 
 /// Why the program is not started: one line for the user, and the exit code.
 class Refusal : public std::runtime_error {
 public:
-    explicit Refusal(const std::string& line, int exitCode = kRefused)
+    explicit Refusal(const std::string& line, int exitCode = REFUSED)
         : std::runtime_error(line), mExitCode(exitCode) {}
 
     int exitCode() const noexcept { return mExitCode; }

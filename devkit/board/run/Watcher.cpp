@@ -24,11 +24,11 @@
 namespace cabinaudio::run {
 namespace {
 
-constexpr char kDismissal = 'd';
+constexpr char DISMISSAL = 'd';
 
-enum class Answer { right, dismissed, none, late };
+enum class Answer { Right, Dismissed, None, Late };
 
-// Refers to this process even after its number is reused.
+/// Refers to this process even after its number is reused.
 Descriptor processDescriptor(pid_t process) {
     const Descriptor opened(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
     // Above the numbers that the watcher gives its other descriptors.
@@ -41,57 +41,48 @@ public:
         : mDuty(duty), mProgram(program), mHandle(handle), mAnswers(answers) {}
 
     void run() const {
-        const Answer answer = awaitAnswer();
-        if (answer == Answer::late || answer == Answer::none) {
-            endProgram(answer);
-        }
+        const Answer answer = waitForAnswer();
+        if (answer == Answer::Late || answer == Answer::None) endProgram(answer);
         if (!mDuty.instanceToRemove.empty()) {
-            if (answer != Answer::dismissed) {
-                awaitEnd();
-            }
+            if (answer != Answer::Dismissed) waitForEnd();
             removeLeftovers(mDuty.instanceToRemove);
             removeConfiguration(mDuty.instanceToRemove);
         }
     }
 
 private:
-    Answer awaitAnswer() const {
+    Answer waitForAnswer() const {
         pollfd answers{mAnswers, POLLIN, 0};
         const auto timeout = std::chrono::milliseconds(mDuty.timeout).count();
         int ready;
         do {
             ready = poll(&answers, 1, static_cast<int>(timeout));
         } while (ready < 0 && errno == EINTR);
-        if (ready == 0) {
-            return Answer::late;
-        }
+        if (ready == 0) return Answer::Late;
         board::HandshakeAnswer got{};
         const ssize_t length = recv(mAnswers, &got, sizeof got, 0);
-        if (length == 1) {
-            return Answer::dismissed;
-        }
+        if (length == 1) return Answer::Dismissed;
         const board::HandshakeAnswer expected;
         const bool right = length == sizeof got &&
                            std::memcmp(got.magic, expected.magic, sizeof got.magic) == 0 &&
                            got.machine == mDuty.machine;
-        return right ? Answer::right : Answer::none;
+        return right ? Answer::Right : Answer::None;
     }
 
     void endProgram(Answer answer) const {
-        if (mHandle) {
+        if (mHandle)
             syscall(SYS_pidfd_send_signal, mHandle.get(), SIGKILL, nullptr, 0);
-        } else {
+        else
             kill(mProgram, SIGKILL);
-        }
-        const std::string when = answer == Answer::late
+        const std::string when = answer == Answer::Late
                                      ? " within " + std::to_string(mDuty.timeout.count()) + " s"
                                      : std::string();
         std::fprintf(stderr, "cabinaudio-run: %s was ended: the board library did not answer%s\n",
                      text::printable(mDuty.program).c_str(), when.c_str());
     }
 
-    // Without a process descriptor there is no safe way to wait for the process.
-    void awaitEnd() const {
+    /// Without a process descriptor there is no safe way to wait for the process.
+    void waitForEnd() const {
         close(STDERR_FILENO);
         pollfd ended{mHandle.get(), POLLIN, 0};
         while (mHandle && poll(&ended, 1, -1) < 0 && errno == EINTR) {
@@ -104,7 +95,7 @@ private:
     int mAnswers;
 };
 
-// Closes inherited descriptors: readers of the program's output must not wait for the watcher.
+/// Closes inherited descriptors: readers of the program's output must not wait for the watcher.
 void keepOnly(const Descriptor& answers, const Descriptor& handle) {
     dup2(answers.get(), STDIN_FILENO);
     close(STDOUT_FILENO);
@@ -123,9 +114,7 @@ void keepOnly(const Descriptor& answers, const Descriptor& handle) {
     setsid();
     signal(SIGPIPE, SIG_IGN);
     prctl(PR_SET_NAME, "cabinaudio-wtch");
-    if (chdir("/") == 0) {
-        Watch(duty, program, handle, STDIN_FILENO).run();
-    }
+    if (chdir("/") == 0) Watch(duty, program, handle, STDIN_FILENO).run();
     _exit(0);
 }
 
@@ -133,9 +122,8 @@ void keepOnly(const Descriptor& answers, const Descriptor& handle) {
 
 Watcher::Watcher(const Duty& duty) {
     int ends[2];
-    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0)
         throw Refusal(withReason("cannot make a socket pair"));
-    }
     mOffered = Descriptor(ends[0]);
     const Descriptor answers(ends[1]);
     const pid_t program = getpid();
@@ -155,11 +143,11 @@ void Watcher::offer() const {
     const int kept = fcntl(mOffered.get(), F_GETFD) & ~FD_CLOEXEC;
     fcntl(mOffered.get(), F_SETFD, kept);
     const std::string offered = std::to_string(mOffered.get()) + ":" + std::to_string(getpid());
-    setenv(board::kHandshakeVariable, offered.c_str(), 1);
+    setenv(board::HANDSHAKE_VARIABLE, offered.c_str(), 1);
 }
 
 void Watcher::dismiss() const {
-    send(mOffered.get(), &kDismissal, 1, MSG_NOSIGNAL);
+    send(mOffered.get(), &DISMISSAL, 1, MSG_NOSIGNAL);
 }
 
 }  // namespace cabinaudio::run

@@ -15,8 +15,8 @@ namespace {
 
 using namespace cabinaudio::run;
 
-// If the caller has closed stdin, stdout or stderr, our descriptors must not get these numbers. The
-// program finds them closed again.
+/// If the caller has closed stdin, stdout or stderr, our descriptors must not get these numbers.
+/// The program finds them closed again.
 void occupyClosedStreams() {
     int descriptor;
     do {
@@ -28,19 +28,19 @@ void occupyClosedStreams() {
 int run(int argc, char** argv) {
     const Options options = parseOptions(argc, argv);
     switch (options.task) {
-        case Options::Task::help:
+        case Options::Task::Help:
             printHelp();
             break;
-        case Options::Task::version:
+        case Options::Task::Version:
             printVersion();
             break;
-        case Options::Task::clean:
+        case Options::Task::Clean:
             clean(options);
             break;
-        case Options::Task::runProgram:
+        case Options::Task::RunProgram:
             launch(options);
     }
-    return kDone;
+    return DONE;
 }
 
 int refuse(const char* why, int exitCode) {
@@ -57,6 +57,6 @@ int main(int argc, char** argv) {
     } catch (const Refusal& refusal) {
         return refuse(refusal.what(), refusal.exitCode());
     } catch (const std::exception& failure) {
-        return refuse(failure.what(), kRefused);
+        return refuse(failure.what(), REFUSED);
     }
 }

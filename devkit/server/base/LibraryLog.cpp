@@ -14,14 +14,13 @@ void print(int priority, const char* text) {
     // Drop the line's own end. Other line ends are part of a client's text and are escaped.
     auto length = static_cast<int>(std::strlen(text));
     if (length > 0 && text[length - 1] == '\n') --length;
-    if (priority >= ANDROID_LOG_ERROR) {
+    if (priority >= ANDROID_LOG_ERROR)
         log::warning("%.*s", length, text);
-    } else {
+    else
         log::debug("%.*s", length, text);
-    }
 }
 
-// The signature of a logger differs between releases of the log library.
+/// The signature of a logger differs between releases of the log library.
 template <typename Function>
 struct Logger;
 

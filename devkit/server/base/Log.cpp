@@ -16,7 +16,7 @@ namespace {
 
 std::atomic<Level> maximum{Level::Info};
 
-// One write per line, so that lines of two threads never mix.
+/// One write per line, so that lines of two threads never mix.
 void print(Level level, const char* format, std::va_list arguments) {
     if (level > maximum.load(std::memory_order_relaxed)) return;
     char message[1024];
@@ -24,10 +24,10 @@ void print(Level level, const char* format, std::va_list arguments) {
     if (length < 0) return;
     const std::size_t said = std::min(static_cast<std::size_t>(length), sizeof message - 1);
     char line[1024] = "cabinaudio-server: ";
-    constexpr std::size_t prefix = sizeof "cabinaudio-server: " - 1;
+    constexpr std::size_t PREFIX_LENGTH = sizeof "cabinaudio-server: " - 1;
     // The text may hold names of clients and files, and texts of other libraries.
-    const std::size_t end =
-        prefix + text::printable({message, said}, line + prefix, sizeof line - prefix - 1);
+    const std::size_t end = PREFIX_LENGTH + text::printable({message, said}, line + PREFIX_LENGTH,
+                                                            sizeof line - PREFIX_LENGTH - 1);
     line[end] = '\n';
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line, end + 1);
 }

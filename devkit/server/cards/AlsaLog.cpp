@@ -11,7 +11,7 @@
 namespace cabinaudio::server {
 namespace {
 
-// Debug only: errors that matter are also return values.
+/// Debug only: errors that matter are also return values.
 void logAlsa(const char*, int, const char* function, int error, const char* text, ...) {
     char message[256];
     std::va_list arguments;

@@ -37,9 +37,8 @@ public:
                 continue;
             }
             const int error = static_cast<int>(got);
-            if (snd_pcm_recover(mPcm, error, 1) != 0 || ++attempts == 3) {
+            if (snd_pcm_recover(mPcm, error, 1) != 0 || ++attempts == 3)
                 return name() + ": " + snd_strerror(error);
-            }
         }
         return {};
     }

@@ -31,9 +31,9 @@ public:
         spec.format = pulseFormat(format.type);
         spec.rate = format.rate;
         spec.channels = static_cast<std::uint8_t>(format.channels);
-        constexpr auto automatic = static_cast<std::uint32_t>(-1);
+        constexpr auto AUTOMATIC = static_cast<std::uint32_t>(-1);
         pa_buffer_attr buffer = {};
-        buffer.maxlength = buffer.prebuf = buffer.minreq = buffer.fragsize = automatic;
+        buffer.maxlength = buffer.prebuf = buffer.minreq = buffer.fragsize = AUTOMATIC;
         buffer.tlength =
             static_cast<std::uint32_t>(pa_usec_to_bytes(pa_usec_t{CARD_LATENCY_MS} * 1000, &spec));
         int error = 0;

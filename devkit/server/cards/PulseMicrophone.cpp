@@ -14,9 +14,9 @@ class PulseMicrophone : public Microphone {
 public:
     PulseMicrophone() {
         const pa_sample_spec spec = {PA_SAMPLE_S16LE, RATE, CHANNELS};
-        constexpr auto automatic = static_cast<std::uint32_t>(-1);
+        constexpr auto AUTOMATIC = static_cast<std::uint32_t>(-1);
         pa_buffer_attr buffer = {};
-        buffer.maxlength = buffer.tlength = buffer.prebuf = buffer.minreq = automatic;
+        buffer.maxlength = buffer.tlength = buffer.prebuf = buffer.minreq = AUTOMATIC;
         buffer.fragsize =
             static_cast<std::uint32_t>(sizeof(std::int16_t) * CHANNELS * framesOfPeriod(RATE));
         int error = 0;
@@ -27,9 +27,8 @@ public:
 
     std::string read(std::span<std::int16_t> samples) override {
         int error = 0;
-        if (pa_simple_read(mStream.get(), samples.data(), samples.size_bytes(), &error) == 0) {
+        if (pa_simple_read(mStream.get(), samples.data(), samples.size_bytes(), &error) == 0)
             return {};
-        }
         return name() + ": " + pa_strerror(error);
     }
 

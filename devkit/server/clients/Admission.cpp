@@ -40,11 +40,11 @@ ConnectionLimits ConnectionLimits::of(rlim_t descriptors) {
 Admission::Admission(AllowedUsers allowed, const ConnectionLimits& limits)
     : mAllowed(std::move(allowed)),
       mOwner(geteuid()),
-      mClients{{Quota::Of::EachUser, "clients", limits.clientsOfUser},
-               {Quota::Of::AllTogether, "clients", limits.clientsOfOthers}},
-      mControls{{Quota::Of::EachUser, "control connections", limits.controlsOfUser},
-                {Quota::Of::AllTogether, "control connections", limits.controlsOfOthers}},
-      mUnfinished(Quota::Of::EachUser, "bytes of unfinished messages", UNFINISHED_BYTES) {}
+      mClients{{Quota::Scope::PerUser, "clients", limits.clientsOfUser},
+               {Quota::Scope::AllUsers, "clients", limits.clientsOfOthers}},
+      mControls{{Quota::Scope::PerUser, "control connections", limits.controlsOfUser},
+                {Quota::Scope::AllUsers, "control connections", limits.controlsOfOthers}},
+      mUnfinished(Quota::Scope::PerUser, "bytes of unfinished messages", UNFINISHED_BYTES) {}
 
 std::optional<Admitted> Admission::admitClient(int socket) {
     std::string reason;  // only logged: the protocol cannot carry it
@@ -57,7 +57,7 @@ std::optional<Admitted> Admission::admitControl(int socket, std::string& reason)
     return admit(socket, mControls, reason);
 }
 
-std::optional<Admitted> Admission::admit(int socket, Door& door, std::string& reason) {
+std::optional<Admitted> Admission::admit(int socket, Quotas& quotas, std::string& reason) {
     const std::optional<Peer> peer = peerOf(socket);
     if (!peer) {
         reason = "unknown user";
@@ -70,20 +70,19 @@ std::optional<Admitted> Admission::admit(int socket, Door& door, std::string& re
             log::warning("%s (--allow-group, --allow-all)", reason.c_str());
         return {};
     }
-    Admitted admitted{*peer, Quota::Share(door.ofUser, user), {}, {}};
-    if (!isTrusted(user)) admitted.ofOthers = Quota::Share(door.ofOthers, user);
-    if (!admitted.ofUser.resize(1)) {
-        reason = door.ofUser.complaint(user);
-    } else if (!admitted.ofOthers.resize(1)) {
-        reason = door.ofOthers.complaint(user);
-    } else {
+    Admitted admitted{*peer, Quota::Share(quotas.ofUser, user), {}, {}};
+    if (!isTrusted(user)) admitted.ofOthers = Quota::Share(quotas.ofOthers, user);
+    if (!admitted.ofUser.resize(1))
+        reason = quotas.ofUser.complaint(user);
+    else if (!admitted.ofOthers.resize(1))
+        reason = quotas.ofOthers.complaint(user);
+    else
         return admitted;
-    }
     return {};
 }
 
 bool Admission::isAllowed(int socket, const Peer& peer) const {
-    if (mAllowed.isEverybody || isTrusted(peer.user)) return true;
+    if (mAllowed.includesEverybody || isTrusted(peer.user)) return true;
     if (mAllowed.groups.empty()) return false;
     const auto isOne = [this](gid_t group) {
         return std::find(mAllowed.groups.begin(), mAllowed.groups.end(), group) !=

@@ -16,7 +16,7 @@ namespace cabinaudio::server {
 
 /// Users admitted besides root and the server's own user.
 struct AllowedUsers {
-    bool isEverybody = false;
+    bool includesEverybody = false;
     std::vector<gid_t> groups;  // whose members are admitted
 };
 
@@ -55,19 +55,19 @@ public:
     std::optional<Admitted> admitControl(int socket, std::string& reason);
 
 private:
-    struct Door {
+    struct Quotas {
         Quota ofUser;
         Quota ofOthers;
     };
 
-    std::optional<Admitted> admit(int socket, Door& door, std::string& reason);
+    std::optional<Admitted> admit(int socket, Quotas& quotas, std::string& reason);
     [[nodiscard]] bool isTrusted(uid_t user) const { return user == 0 || user == mOwner; }
     [[nodiscard]] bool isAllowed(int socket, const Peer& peer) const;
 
     const AllowedUsers mAllowed;
     const uid_t mOwner;
-    Door mClients;
-    Door mControls;
+    Quotas mClients;
+    Quotas mControls;
     Quota mUnfinished;
     std::set<uid_t> mRefused;  // users whose refusal was logged
 };

@@ -67,18 +67,17 @@ void Client::onReadable() {
     const bool isRegistration = header.cmd == AUDIO_CMD_REGISTER;
     const std::size_t end = sizeof header + (isRegistration ? 0 : header.length);
     if (!receive(end)) return;
-    if (isRegistration) {
+    if (isRegistration)
         handleRegistration(header);
-    } else {
+    else
         handleRequest(header, std::span(mInput).subspan(sizeof header));
-    }
     mInput.clear();
     if (mInput.capacity() > PIECE) mInput.shrink_to_fit();
-    mLooks = 0;
+    mChecks = 0;
     if (mAdmitted) (void)mAdmitted->unfinishedBytes.resize(0);
 }
 
-// Reads the message up to byte `end`. @return whether it is complete that far
+/// Reads the message up to byte `end`. @return whether it is complete that far
 bool Client::receive(std::size_t end) {
     while (mInput.size() < end) {
         std::array<std::uint8_t, PIECE> chunk;
@@ -88,19 +87,18 @@ bool Client::receive(std::size_t end) {
             mInput.insert(mInput.end(), chunk.begin(), chunk.begin() + count);
             continue;
         }
-        if (count == 0 && !mInput.empty()) {
+        if (count == 0 && !mInput.empty())
             fail("ended in the middle of a message");
-        } else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
+        else if (count == 0 || (errno != EAGAIN && errno != EINTR))
             close();
-        } else {
-            awaitRest();
-        }
+        else
+            waitForRest();
         return false;
     }
     return true;
 }
 
-void Client::awaitRest() {
+void Client::waitForRest() {
     if (mInput.empty()) return;
     if (mAdmitted && !mAdmitted->unfinishedBytes.resize(mInput.capacity())) {
         close();  // the quota has logged it for this user
@@ -109,9 +107,9 @@ void Client::awaitRest() {
     }
 }
 
-bool Client::look() {
+bool Client::checkProgress() {
     if (!isOpen() || !isUnfinished()) return false;
-    if (++mLooks <= PATIENCE) return true;
+    if (++mChecks <= PATIENCE) return true;
     fail(mHandle == 0 ? "does not register" : "does not finish its message");
     return false;
 }
@@ -119,7 +117,7 @@ bool Client::look() {
 std::int32_t Client::process(std::int32_t claimed) {
     if (!mAdmitted) return claimed;
     const std::int32_t process = mAdmitted->peer.process;
-    if (process != claimed && !std::exchange(mIsLiar, true)) {
+    if (process != claimed && !std::exchange(mHasFalseProcess, true)) {
         log::warning("%s says that it is process %d, but it is %d", title().c_str(), claimed,
                      process);
     }
@@ -140,12 +138,10 @@ std::string Client::complaint(const audio_param& header) const {
     switch (header.cmd) {
         case AUDIO_CMD_REGISTER:
             if (mHandle != 0) return "registers twice";
-            if (header.handle != AUDIO_REGISTER_WORD) {
+            if (header.handle != AUDIO_REGISTER_WORD)
                 return format("register word 0x%08x", header.handle);
-            }
-            if (header.length != sizeof header.name) {
+            if (header.length != sizeof header.name)
                 return format("registration of length %u", header.length);
-            }
             return {};
         case AUDIO_CMD_CALL:
         case AUDIO_CMD_CALL_FLAG:
@@ -198,11 +194,10 @@ void Client::send(std::span<const std::uint8_t> bytes) {
     const ssize_t sent =
         ::send(mSocket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     if (sent == static_cast<ssize_t>(bytes.size())) return;
-    if (sent < 0 && (errno == EPIPE || errno == ECONNRESET)) {
+    if (sent < 0 && (errno == EPIPE || errno == ECONNRESET))
         close();
-    } else {
+    else
         fail("does not read its socket");
-    }
 }
 
 void Client::fail(const std::string& reason) {

@@ -32,7 +32,7 @@ public:
     /// The connection has ended. The client may be destroyed after the caller has returned to the
     /// event loop, not before.
     virtual void disconnected(Client& client) = 0;
-    /// The client is in the middle of a message: look() must be called from now on.
+    /// The client is in the middle of a message: checkProgress() must be called from now on.
     virtual void unfinished(const Client& /*client*/) {}
 
 protected:
@@ -77,8 +77,8 @@ public:
     /// Must be called once a second: closes the connection when it has stayed unregistered, or in
     /// the middle of one message, for PATIENCE calls. Calls are counted instead of time: after a
     /// pause of this process the rest may have arrived but not been read yet.
-    /// @return whether look() must be called again
-    bool look();
+    /// @return whether checkProgress() must be called again
+    bool checkProgress();
 
     /// Refuses a client, as far as its socket accepts the bytes: sends the answer to a
     /// registration, with handle 0, before the client has registered. A client that is merely
@@ -88,7 +88,7 @@ public:
 private:
     void onReadable();
     bool receive(std::size_t end);
-    void awaitRest();
+    void waitForRest();
     void handleRegistration(const audio_param& header);
     void handleRequest(const audio_param& header, std::span<const std::uint8_t> payload);
     [[nodiscard]] std::string complaint(const audio_param& header) const;
@@ -101,8 +101,8 @@ private:
     std::optional<Admitted> mAdmitted;
     UniqueFd mSocket;
     std::vector<std::uint8_t> mInput;  // being received
-    int mLooks = 0;                    // calls of look() during this message
-    bool mIsLiar = false;              // its claimed process was wrong, and that was logged
+    int mChecks = 0;                   // calls of checkProgress() during this message
+    bool mHasFalseProcess = false;     // its claimed process was wrong, and that was logged
     std::uint32_t mHandle = 0;
     audio_connect_type mType = AUDIO_CONNECT_UNKNOWN;
     std::string mName;

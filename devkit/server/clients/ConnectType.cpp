@@ -20,7 +20,7 @@ constexpr std::array<std::pair<audio_connect_type, const char*>, 6> CONTROL_NAME
     {AUDIO_CONNECT_RECORD_CONTROL, "record control"},
 }};
 
-// A stream's connection type equals the number of its tag.
+/// A stream's connection type equals the number of its tag.
 std::string nameOf(audio_connect_type type) {
     for (const auto& [control, name] : CONTROL_NAMES) {
         if (control == type) return name;

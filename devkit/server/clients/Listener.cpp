@@ -17,7 +17,7 @@
 namespace cabinaudio::server {
 namespace {
 
-// Abstract names have a length and no terminator.
+/// Abstract names have a length and no terminator.
 void bindAbstract(int fd, const char* name) {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
@@ -55,11 +55,10 @@ void Listener::watch() {
     const bool isWanted = !mIsPaused && !mIsWaiting;
     if (isWanted == mIsWatched) return;
     mIsWatched = isWanted;
-    if (isWanted) {
+    if (isWanted)
         mLoop.add(mSocket.get(), EPOLLIN, [this](std::uint32_t) { acceptOne(); });
-    } else {
+    else
         mLoop.remove(mSocket.get());
-    }
 }
 
 void Listener::acceptOne() {
@@ -72,11 +71,10 @@ void Listener::acceptOne() {
     }
 }
 
-// The connection stays in the backlog, so the watch is removed: the loop would spin on it.
+/// The connection stays in the backlog, so the watch is removed: the loop would spin on it.
 void Listener::waitForDescriptor(int error) {
-    if (!std::exchange(mIsShort, true)) {
+    if (!std::exchange(mIsShort, true))
         log::warning("accept: %s; new connections wait", strerror(error));
-    }
     mIsWaiting = true;
     mRetry.once(RETRY);
     watch();

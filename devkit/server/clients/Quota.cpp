@@ -26,14 +26,14 @@ bool Quota::Share::resize(std::size_t amount) {
 }
 
 std::string Quota::complaint(uid_t user) const {
-    const std::string holder = mOf == Of::EachUser
+    const std::string holder = mScope == Scope::PerUser
                                    ? format("user %u has", user)
                                    : "users other than root and the server's together have";
-    return format("%s too many %s (limit %zu)", holder.c_str(), mThings.c_str(), mLimit);
+    return format("%s too many %s (limit %zu)", holder.c_str(), mNoun.c_str(), mLimit);
 }
 
 bool Quota::change(uid_t user, std::size_t from, std::size_t to) {
-    const uid_t key = mOf == Of::EachUser ? user : 0;
+    const uid_t key = mScope == Scope::PerUser ? user : 0;
     Use& use = mUses[key];
     const std::size_t amount = use.amount - from + to;
     if (to > from && amount > mLimit) {

@@ -14,7 +14,7 @@ namespace cabinaudio::server {
 class Quota {
 public:
     /// Whether the limit applies to each user separately or to all users together.
-    enum class Of { EachUser, AllTogether };
+    enum class Scope { PerUser, AllUsers };
 
     /// One user's part, released by the destructor. Without a quota nothing is counted.
     class Share {
@@ -35,9 +35,9 @@ public:
         std::size_t mAmount = 0;
     };
 
-    /// @param things  plural noun for messages
-    Quota(Of of, std::string things, std::size_t limit)
-        : mOf(of), mThings(std::move(things)), mLimit(limit) {}
+    /// @param noun  plural noun for messages
+    Quota(Scope scope, std::string noun, std::size_t limit)
+        : mScope(scope), mNoun(std::move(noun)), mLimit(limit) {}
     Quota(const Quota&) = delete;
     Quota& operator=(const Quota&) = delete;
 
@@ -52,8 +52,8 @@ private:
 
     [[nodiscard]] bool change(uid_t user, std::size_t from, std::size_t to);
 
-    const Of mOf;
-    const std::string mThings;
+    const Scope mScope;
+    const std::string mNoun;
     const std::size_t mLimit;
     std::map<uid_t, Use> mUses;  // of users that hold something
 };

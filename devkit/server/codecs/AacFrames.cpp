@@ -83,7 +83,7 @@ public:
     }
 
 private:
-    // Whether `bytes` is const differs between versions of the library.
+    /// Whether `bytes` is const differs between versions of the library.
     static int write(void* muxer, const std::uint8_t* bytes, int size) {
         auto& all = static_cast<LoasMuxer*>(muxer)->mBytes;
         all.insert(all.end(), bytes, bytes + size);

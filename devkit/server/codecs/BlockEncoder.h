@@ -15,9 +15,8 @@ public:
     void encode(std::span<const float> samples, const Output& output) final {
         mWaiting.insert(mWaiting.end(), samples.begin(), samples.end());
         std::size_t done = 0;
-        for (; mWaiting.size() - done >= mBlockSamples; done += mBlockSamples) {
+        for (; mWaiting.size() - done >= mBlockSamples; done += mBlockSamples)
             encodeBlock(std::span<const float>(mWaiting).subspan(done, mBlockSamples), output);
-        }
         mWaiting.erase(mWaiting.begin(), mWaiting.begin() + static_cast<std::ptrdiff_t>(done));
     }
 

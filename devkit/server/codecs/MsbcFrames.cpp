@@ -19,9 +19,8 @@ constexpr std::size_t FRAME = 57;
 class MsbcFrames : public BlockEncoder {
 public:
     MsbcFrames() : BlockEncoder(BLOCK_SAMPLES) {
-        if (const int error = sbc_init_msbc(&mCodec, 0); error != 0) {
+        if (const int error = sbc_init_msbc(&mCodec, 0); error != 0)
             throw std::runtime_error(std::string("msbc: ") + std::strerror(-error));
-        }
         mCodec.endian = SBC_LE;
     }
     ~MsbcFrames() override { sbc_finish(&mCodec); }

@@ -44,9 +44,8 @@ protected:
             log::error("opus: %s", opus_strerror(size));
             return;
         }
-        for (unsigned i = 0; i < 4; ++i) {
+        for (unsigned i = 0; i < 4; ++i)
             frame[i] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(size) >> (24 - 8 * i));
-        }
         std::copy(MARK.begin(), MARK.end(), frame.begin() + 4);
         frame.resize(HEADER + static_cast<std::size_t>(size));
         output(std::move(frame));

@@ -17,9 +17,9 @@
 namespace cabinaudio::server {
 namespace {
 
-constexpr std::chrono::seconds LOOK{1};
+constexpr std::chrono::seconds TICK_INTERVAL{1};
 
-// Best effort: the other side may not be reading.
+/// Best effort: the other side may not be reading.
 void refuse(const UniqueFd& socket, const std::string& reason) {
     const std::string line = "error: " + reason + "\n";
     (void)!send(socket.get(), line.data(), line.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
@@ -34,16 +34,15 @@ ControlSocket::ControlSocket(EventLoop& loop, Admission& admission, Handler hand
       mHandler(std::move(handler)),
       mOnClosed(std::move(onClosed)),
       mTurn(eventfd(1, EFD_CLOEXEC)),
-      mClock(loop, [this](std::uint64_t) { lookAtClock(); }),
+      mClock(loop, [this](std::uint64_t) { countTicks(); }),
       mListener(loop, NAME, [this](UniqueFd socket) { accept(std::move(socket)); }) {
     if (!mTurn) throw systemError("eventfd");
 }
 
 ControlSocket::~ControlSocket() {
     mLoop.remove(mTurn.get());
-    for (const auto& [fd, connection] : mConnections) {
+    for (const auto& [fd, connection] : mConnections)
         mLoop.remove(fd);
-    }
 }
 
 void ControlSocket::accept(UniqueFd socket) {
@@ -74,19 +73,18 @@ void ControlSocket::onReadable(int fd) {
         return;
     }
     mConnections.at(fd).input.append(chunk.data(), static_cast<std::size_t>(count));
-    goOn(fd);
+    selectWait(fd);
 }
 
 void ControlSocket::onWritable(int fd) {
-    if (send(mConnections.at(fd))) {
-        goOn(fd);
-    } else {
+    if (send(mConnections.at(fd)))
+        selectWait(fd);
+    else
         close(fd);
-    }
 }
 
-// Selects what the connection waits for: room for its answer, its turn, or the rest of a line.
-void ControlSocket::goOn(int fd) {
+/// Selects what the connection waits for: room for its answer, its turn, or the rest of a line.
+void ControlSocket::selectWait(int fd) {
     Connection& connection = mConnections.at(fd);
     const std::size_t end = connection.input.find('\n');
     if (!connection.output.empty()) {
@@ -101,7 +99,7 @@ void ControlSocket::goOn(int fd) {
         return;
     }
     const bool isUnfinished = !connection.output.empty() || !connection.input.empty();
-    if (isUnfinished && !std::exchange(mIsTicking, true)) mClock.every(LOOK);
+    if (isUnfinished && !std::exchange(mIsTicking, true)) mClock.every(TICK_INTERVAL);
 }
 
 void ControlSocket::enqueue(int fd) {
@@ -117,7 +115,7 @@ void ControlSocket::answerOne() {
     const std::size_t end = connection.input.find('\n');
     const std::string line = connection.input.substr(0, end);
     connection.input.erase(0, end + 1);
-    connection.looks = 0;
+    connection.ticks = 0;
     connection.output = answerTo(line) + "\n";
     onWritable(fd);
 }
@@ -144,27 +142,25 @@ void ControlSocket::watch(int fd, Watch wanted) {
     if (connection.watch == wanted) return;
     connection.watch = wanted;
     mLoop.remove(fd);
-    if (wanted == Watch::Output) {
+    if (wanted == Watch::Output)
         mLoop.add(fd, EPOLLOUT, [this, fd](std::uint32_t) { onWritable(fd); });
-    } else if (wanted == Watch::Input) {
+    else if (wanted == Watch::Input)
         mLoop.add(fd, EPOLLIN, [this, fd](std::uint32_t) { onReadable(fd); });
-    }
 }
 
-// Ticks are counted instead of time: after a pause of this process the other side's data may have
-// arrived but not been read yet.
-void ControlSocket::lookAtClock() {
+/// Ticks are counted instead of time: after a pause of this process the other side's data may have
+/// arrived but not been read yet.
+void ControlSocket::countTicks() {
     std::vector<int> overdue;
     bool isAnyUnfinished = false;
     for (auto& [fd, connection] : mConnections) {
         // A connection that is not watched waits for the server, not for the other side.
         const bool isUnfinished = !connection.input.empty() || !connection.output.empty();
         isAnyUnfinished |= isUnfinished;
-        if (!isUnfinished || connection.watch == Watch::Nothing) {
-            connection.looks = 0;
-        } else if (++connection.looks > PATIENCE) {
+        if (!isUnfinished || connection.watch == Watch::Nothing)
+            connection.ticks = 0;
+        else if (++connection.ticks > PATIENCE)
             overdue.push_back(fd);
-        }
     }
     for (const int fd : overdue)
         close(fd);

@@ -51,19 +51,19 @@ private:
         std::string input;
         std::string output;  // not taken by the other side yet
         Watch watch = Watch::Nothing;
-        int looks = 0;  // ticks during an incomplete line or answer
+        int ticks = 0;  // ticks during an incomplete line or answer
     };
 
     void accept(UniqueFd socket);
     void onReadable(int fd);
     void onWritable(int fd);
-    void goOn(int fd);
+    void selectWait(int fd);
     void enqueue(int fd);
     void answerOne();
     [[nodiscard]] std::string answerTo(const std::string& line) const;
     static bool send(Connection& connection);
     void watch(int fd, Watch wanted);
-    void lookAtClock();
+    void countTicks();
     void close(int fd);
 
     EventLoop& mLoop;

@@ -38,13 +38,12 @@ void RemoteControl::addTo(Commands& commands) {
 }
 
 std::string RemoteControl::removeStream(const std::string& name) {
-    if (PlaybackStream* stream = mStreams.find(name)) {
+    if (PlaybackStream* stream = mStreams.find(name))
         mStreams.remove(*stream);
-    } else if (CaptureStream* capture = mCaptures.find(name)) {
+    else if (CaptureStream* capture = mCaptures.find(name))
         mCaptures.remove(*capture);
-    } else {
+    else
         return noSuch("stream", name);
-    }
     return "ok";
 }
 
@@ -56,7 +55,7 @@ std::string RemoteControl::withSink(const std::string& name,
     return "ok";
 }
 
-// Argument: "on" or "off", then an optional name.
+/// Argument: "on" or "off", then an optional name.
 std::string RemoteControl::switchUplinkRing(const std::string& argument) {
     const auto blank = argument.find(' ');
     const std::string word = argument.substr(0, blank);
@@ -66,11 +65,10 @@ std::string RemoteControl::switchUplinkRing(const std::string& argument) {
     for (const auto& stream : mCaptures.streams()) {
         if (!stream->isUplink() || (!name.empty() && stream->client().name() != name)) continue;
         isFound = true;
-        if (word == "on") {
+        if (word == "on")
             stream->offerRing();
-        } else {
+        else
             stream->withdrawRing();
-        }
     }
     if (isFound) return "ok";
     return name.empty() ? "error: there is no uplink" : noSuch("uplink", name);
@@ -91,9 +89,8 @@ std::string RemoteControl::stall(const std::string& argument) {
     int ms = 0;
     const char* const end = argument.data() + argument.size();
     const auto [rest, error] = std::from_chars(argument.data(), end, ms);
-    if (error != std::errc() || rest != end || ms < 1 || ms > LONGEST_STALL_MS) {
+    if (error != std::errc() || rest != end || ms < 1 || ms > LONGEST_STALL_MS)
         return format("error: stall MS, 1 to %d", LONGEST_STALL_MS);
-    }
     mLoop.post([ms] { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); });
     return "ok";
 }

@@ -63,9 +63,8 @@ json describeStream(const Reported& reported, const PlaybackStream& stream) {
     result["queued_frames"] = queued;
     result["queued_ms"] = queued * 1000 / stream.record().format.rate;
     describeRing(stream.ring(), stream.ringOffer(), result);
-    if (stream.isSink()) {
+    if (stream.isSink())
         result["source"] = reported.streams.sources().active() == &stream ? "active" : "withdrawn";
-    }
     return result;
 }
 
@@ -118,12 +117,10 @@ json stateOf(const Reported& reported, const std::vector<std::unique_ptr<Client>
                                      {"name", client->name()}});
     }
     result["streams"] = json::array();
-    for (const auto& stream : reported.streams.streams()) {
+    for (const auto& stream : reported.streams.streams())
         result["streams"].push_back(describeStream(reported, *stream));
-    }
-    for (const auto& stream : reported.captures.streams()) {
+    for (const auto& stream : reported.captures.streams())
         result["streams"].push_back(describeCapture(*stream));
-    }
     result["settings"] = jsonOf(*reported.settings);
     return result;
 }

@@ -31,11 +31,10 @@ public:
     void read(std::span<float> frames) override {
         const std::size_t count = frames.size() / mChannels;
         mRead.assign(count * mSource->channels(), 0.0F);
-        if (mConverter) {
+        if (mConverter)
             readConverted(count);
-        } else {
+        else
             mSource->read(mRead);
-        }
         std::fill(frames.begin(), frames.end(), 0.0F);
         mMatrix.add(mRead.data(), count, frames.data());
     }

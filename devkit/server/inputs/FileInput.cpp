@@ -36,7 +36,7 @@ public:
             if (got > 0) {
                 isAtStart = false;
             } else if (isAtStart || sf_seek(mFile.get(), 0, SEEK_SET) != 0) {
-                beSilent(frames);
+                failWithSilence(frames);
                 return;
             } else {
                 isAtStart = true;
@@ -49,8 +49,8 @@ private:
         void operator()(SNDFILE* file) const { sf_close(file); }
     };
 
-    // The file was shortened while open.
-    void beSilent(std::span<float> frames) {
+    /// The file was shortened while open.
+    void failWithSilence(std::span<float> frames) {
         std::fill(frames.begin(), frames.end(), 0.0F);
         if (!mHasFailed) log::error("%s: %s", mPath.c_str(), sf_strerror(mFile.get()));
         mHasFailed = true;

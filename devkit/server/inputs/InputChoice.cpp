@@ -31,7 +31,7 @@ std::optional<double> frequencyOf(const std::string& text) {
     return frequency;
 }
 
-// The tag before "="; empty if there is none, because a file name may contain "=".
+/// The tag before "="; empty if there is none, because a file name may contain "=".
 std::optional<std::uint32_t> tagOf(const std::string& name) {
     for (const AudioTagType tag : {AUDIO_TAG_INPUT0, AUDIO_TAG_UPLINK, AUDIO_TAG_INPUT1,
                                    AUDIO_TAG_INPUT2, AUDIO_TAG_INPUT_FRONT_FEEDBACK}) {
@@ -46,7 +46,7 @@ std::string complaint(const std::string& text) {
     return {};
 }
 
-std::unique_ptr<InputSource> openAsItIs(const std::string& text, std::uint32_t rate) {
+std::unique_ptr<InputSource> openUnconverted(const std::string& text, std::uint32_t rate) {
     if (text == "silence") return makeSilence(rate);
     if (text == "mic") return openMicrophone();
     if (isTone(text)) return makeTone(frequencyOf(text).value(), rate);
@@ -61,11 +61,10 @@ std::string InputChoice::add(const std::string& text) {
     const bool isOfTag = tag && equals != std::string::npos;
     const std::string what = isOfTag ? text.substr(equals + 1) : text;
     if (std::string problem = complaint(what); !problem.empty()) return problem;
-    if (isOfTag) {
+    if (isOfTag)
         mByTag[*tag] = what;
-    } else {
+    else
         mForAll = what;
-    }
     return {};
 }
 
@@ -76,20 +75,17 @@ const std::string& InputChoice::of(std::uint32_t tag) const {
 
 void InputChoice::check() const {
     std::set<std::string> texts = {mForAll};
-    for (const auto& [tag, text] : mByTag) {
+    for (const auto& [tag, text] : mByTag)
         texts.insert(text);
-    }
-    for (const std::string& text : texts) {
+    for (const std::string& text : texts)
         openInput(text, 48000, 2);
-    }
 }
 
 std::unique_ptr<InputSource> openInput(const std::string& text, std::uint32_t rate,
                                        unsigned channels) {
-    if (const std::string problem = complaint(text); !problem.empty()) {
+    if (const std::string problem = complaint(text); !problem.empty())
         throw std::runtime_error(problem);
-    }
-    return convertInput(openAsItIs(text, rate), rate, channels);
+    return convertInput(openUnconverted(text, rate), rate, channels);
 }
 
 }  // namespace cabinaudio::server

@@ -63,9 +63,8 @@ private:
     void queue(const std::vector<float>& samples) CABINAUDIO_EXCLUDES(mLock) {
         const Lock lock(mLock);
         mQueue.insert(mQueue.end(), samples.begin(), samples.end());
-        if (mQueue.size() > LONGEST_QUEUE) {
+        if (mQueue.size() > LONGEST_QUEUE)
             mQueue.erase(mQueue.begin(), mQueue.end() - static_cast<std::ptrdiff_t>(LONGEST_QUEUE));
-        }
     }
 
     // Set at construction. Only the reading thread uses it.

@@ -70,9 +70,8 @@ void EventLoop::run() {
 
 void EventLoop::runTasks() {
     const auto tasks = std::exchange(mTasks, {});
-    for (const Task& task : tasks) {
+    for (const Task& task : tasks)
         call(task);
-    }
 }
 
 void EventLoop::call(const Task& task) {
@@ -88,7 +87,7 @@ void EventLoop::wait() {
     if (isAnyInOrder) (void)handle(mInOrder, IN_ORDER_AT_ONCE, 0);
 }
 
-// @return whether mInOrder was among the ready descriptors
+/// @return whether mInOrder was among the ready descriptors
 bool EventLoop::handle(const UniqueFd& epoll, int most, int timeout) {
     std::array<epoll_event, MOST_AT_ONCE> events;
     const int count = epoll_wait(epoll.get(), events.data(), most, timeout);

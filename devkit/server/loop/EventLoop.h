@@ -22,8 +22,8 @@ public:
 
     /// Clients must not delay the clocks, however many have events.
     enum class Turn {
-        First,    ///< before all others: clocks and signals
-        InOrder,  ///< a few per turn, one after another
+        First,    // before all others: clocks and signals
+        InOrder,  // a few per turn, one after another
     };
 
     /// @throws std::system_error

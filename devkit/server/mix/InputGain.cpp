@@ -6,7 +6,7 @@
 namespace cabinaudio::server {
 namespace {
 
-// Null for tags that no microphone input feeds.
+/// Null for tags that no microphone input feeds.
 const VolumeSettings::Input* amplifiersOf(AudioTagType tag, const VolumeSettings& volume) {
     switch (tag) {
         case AUDIO_TAG_UPLINK:

@@ -9,7 +9,7 @@
 namespace cabinaudio::server {
 namespace {
 
-// Long enough for the lowest tones, short enough to follow level changes; a power of two.
+/// Long enough for the lowest tones, short enough to follow level changes; a power of two.
 std::size_t framesOfWindow(std::uint32_t rate) {
     return std::bit_ceil(std::size_t{rate} / 15);
 }

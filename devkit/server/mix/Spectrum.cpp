@@ -16,7 +16,7 @@ struct Free {
     void operator()(void* memory) const { fftwf_free(memory); }
 };
 
-// The mean of its squares is 1, so it preserves the power of a steady sound.
+/// The mean of its squares is 1, so it preserves the power of a steady sound.
 std::vector<float> makeWindow(std::size_t size) {
     std::vector<float> window(size);
     const double step = 2 * std::numbers::pi / static_cast<double>(size);

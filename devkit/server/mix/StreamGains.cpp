@@ -69,7 +69,7 @@ void applyMask(std::uint32_t speakers, StreamGains& gains) {
     }
 }
 
-// NaN gives 0 frames.
+/// NaN gives 0 frames.
 std::size_t framesOf(float ms, std::uint32_t rate) {
     if (!(ms > 0.0F)) return 0;
     return static_cast<std::size_t>(std::min(ms, LONGEST_RAMP_MS) * static_cast<float>(rate) /

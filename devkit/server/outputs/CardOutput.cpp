@@ -75,20 +75,18 @@ void CardOutput::run() {
 }
 
 void CardOutput::play(const Bytes& bytes) {
-    if (bytes.empty()) {
+    if (bytes.empty())
         mCard->drain();
-    } else if (const std::string problem = mCard->write(bytes); !problem.empty()) {
+    else if (const std::string problem = mCard->write(bytes); !problem.empty())
         countError(problem);
-    }
 }
 
 void CardOutput::countError(const std::string& problem) {
     // An unplugged card fails at every period.
-    if (mErrors++ == 0) {
+    if (mErrors++ == 0)
         log::warning("%s; further trouble is only counted", problem.c_str());
-    } else {
+    else
         log::debug("%s", problem.c_str());
-    }
 }
 
 }  // namespace cabinaudio::server

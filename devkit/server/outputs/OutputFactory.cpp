@@ -64,7 +64,7 @@ Request parse(const std::string& text) {
             colon == std::string::npos ? std::string() : text.substr(colon + 1)};
 }
 
-// The first sound card that works, else null: sound should be audible by default.
+/// The first sound card that works, else null: sound should be audible by default.
 std::unique_ptr<Output> makeAuto(const std::string&, const OutputFormat& format) {
     for (const auto make : {makePulse, makeAlsa}) {
         try {
@@ -82,12 +82,10 @@ std::unique_ptr<Output> makeAuto(const std::string&, const OutputFormat& format)
 std::string checkOutput(const std::string& text) {
     const auto [kind, argument] = parse(text);
     if (kind == nullptr) return "no such output: " + text;
-    if (kind->argument == Argument::Required && argument.empty()) {
+    if (kind->argument == Argument::Required && argument.empty())
         return "output " + text + " needs a file: wav:FILE";
-    }
-    if (kind->argument == Argument::None && text != kind->name) {
+    if (kind->argument == Argument::None && text != kind->name)
         return std::string("output ") + kind->name + " takes no argument";
-    }
     return {};
 }
 
@@ -97,9 +95,8 @@ bool runsWithoutClock(const std::string& text) {
 }
 
 std::unique_ptr<Output> makeOutput(const std::string& text, const OutputFormat& format) {
-    if (const std::string problem = checkOutput(text); !problem.empty()) {
+    if (const std::string problem = checkOutput(text); !problem.empty())
         throw std::runtime_error(problem);
-    }
     const auto [kind, argument] = parse(text);
     return kind->make(argument, format);
 }

@@ -9,7 +9,7 @@
 namespace cabinaudio::server {
 namespace {
 
-// Null for an unknown event.
+/// Null for an unknown event.
 const char* wordsOf(wire::TrackEvent event) {
     if (event == wire::TrackEvent::RingReady) return "ring ready";
     return event == wire::TrackEvent::Finished ? "finished" : nullptr;

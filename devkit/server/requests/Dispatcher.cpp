@@ -17,7 +17,7 @@
 namespace cabinaudio::server {
 namespace {
 
-// Bytes after a request's record, from the record's last word.
+/// Bytes after a request's record, from the record's last word.
 std::size_t blockSize(const Operation& operation, std::span<const std::uint8_t> payload) {
     if (operation.block == Block::None) return 0;
     std::uint32_t size = 0;
@@ -39,13 +39,12 @@ void Dispatcher::dispatch(Client& client, std::span<const std::uint8_t> payload)
     const auto operation =
         std::find_if(operations.begin(), operations.end(),
                      [&](const Operation& candidate) { return candidate.id == function; });
-    if (operation == operations.end()) {
+    if (operation == operations.end())
         refuse(client, function);
-    } else if (!isComplete(*operation, payload)) {
+    else if (!isComplete(*operation, payload))
         client.fail(format("%s with a payload of %zu bytes", operation->name, payload.size()));
-    } else {
+    else
         run(client, *operation, payload);
-    }
 }
 
 void Dispatcher::refuse(Client& client, std::uint32_t function) {
@@ -68,8 +67,8 @@ void Dispatcher::run(Client& client, const Operation& operation,
         operation.run(call, payload, reply);
     } catch (const std::exception& error) {
         log::error("%s: %s: %s", client.title().c_str(), operation.name, error.what());
-        constexpr std::int32_t status = AUDIO_NO_MEMORY;
-        std::memcpy(reply.data(), &status, sizeof status);
+        constexpr std::int32_t STATUS = AUDIO_NO_MEMORY;
+        std::memcpy(reply.data(), &STATUS, sizeof STATUS);
     }
     client.reply(reply);
     const auto duration = std::chrono::steady_clock::now() - begin;

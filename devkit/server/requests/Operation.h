@@ -76,19 +76,18 @@ struct Signature<std::int32_t (*)(Call&, const Request&, Reply&, std::span<std::
     static constexpr Block BLOCK = Block::Returned;
 };
 
-template <auto Function>
+template <auto FUNCTION>
 void run(Call& call, std::span<const std::uint8_t> payload, std::span<std::uint8_t> reply) {
-    using Types = Signature<decltype(Function)>;
+    using Types = Signature<decltype(FUNCTION)>;
     using Request = typename Types::RequestType;
     const auto request = load<Request>(payload);
     typename Types::ReplyType body = {};
-    if constexpr (Types::BLOCK == Block::Sent) {
-        body.status = Function(call, request, payload.subspan(sizeof request, request.size), body);
-    } else if constexpr (Types::BLOCK == Block::Returned) {
-        body.status = Function(call, request, body, reply.subspan(sizeof body));
-    } else {
-        body.status = Function(call, request, body);
-    }
+    if constexpr (Types::BLOCK == Block::Sent)
+        body.status = FUNCTION(call, request, payload.subspan(sizeof request, request.size), body);
+    else if constexpr (Types::BLOCK == Block::Returned)
+        body.status = FUNCTION(call, request, body, reply.subspan(sizeof body));
+    else
+        body.status = FUNCTION(call, request, body);
     std::memcpy(reply.data(), &body, sizeof body);
 }
 
@@ -99,9 +98,9 @@ void run(Call& call, std::span<const std::uint8_t> payload, std::span<std::uint8
 /// client reads that many bytes and would otherwise take bytes of the next frame. For a request
 /// with a block, the function gets the block before the reply; for a reply with a block, it gets
 /// the block's place after the reply.
-template <auto Function, typename Id>
+template <auto FUNCTION, typename Id>
 constexpr Operation operation(Id id, const char* name) {
-    using Types = detail::Signature<decltype(Function)>;
+    using Types = detail::Signature<decltype(FUNCTION)>;
     using Request = typename Types::RequestType;
     using Reply = typename Types::ReplyType;
     return {static_cast<std::uint32_t>(id),
@@ -109,7 +108,7 @@ constexpr Operation operation(Id id, const char* name) {
             sizeof(Request),
             sizeof(Reply),
             Types::BLOCK,
-            &detail::run<Function>,
+            &detail::run<FUNCTION>,
             &detail::describeBytes<Request>,
             &detail::describeBytes<Reply>};
 }

@@ -53,7 +53,7 @@ std::int32_t setKeyShift(Call& call, const wire::KeyShiftRequest& request, wire:
 std::int32_t sourceDeactivated(Call& call, const wire::FunctionRequest&, wire::StatusReply&) {
     PlaybackStream* stream = streamOf(call);
     if (stream == nullptr) return AUDIO_INVALID_STATE;
-    call.services.streams.sources().letGo(*stream);
+    call.services.streams.sources().onRingUnmapped(*stream);
     return AUDIO_NO_ERROR;
 }
 

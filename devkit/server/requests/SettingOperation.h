@@ -12,20 +12,20 @@
 namespace cabinaudio::server {
 
 /// The row of a setting. Id, name and records come from the catalogue.
-template <auto ID, auto Function>
+template <auto ID, auto FUNCTION>
 constexpr Operation setting() {
-    using Types = detail::Signature<decltype(Function)>;
+    using Types = detail::Signature<decltype(FUNCTION)>;
     static_assert(std::is_same_v<typename Types::RequestType, wire::RequestOf<ID>>,
                   "The function takes another request.");
     static_assert(std::is_same_v<typename Types::ReplyType, wire::ReplyOf<ID>>,
                   "The function gives another reply.");
-    return operation<Function>(ID, wire::SETTING<ID>.name);
+    return operation<FUNCTION>(ID, wire::SETTING<ID>.name);
 }
 
 /// Whether a table has exactly the settings of a connection type.
 template <std::size_t SIZE, typename... Settings>
-constexpr bool answersAll(const std::array<Operation, SIZE>& table,
-                          const wire::Settings<Settings...>& settings) {
+constexpr bool coversAll(const std::array<Operation, SIZE>& table,
+                         const wire::Settings<Settings...>& settings) {
     bool isComplete = SIZE == sizeof...(Settings);
     wire::forEach(settings, [&](const auto& entry) {
         isComplete =

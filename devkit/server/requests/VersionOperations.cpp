@@ -19,7 +19,7 @@ std::int32_t getServerVersions(Call&, const wire::FunctionRequest&, wire::Versio
 constexpr std::array OPERATIONS = {
     setting<wire::VersionFunction::GetServerVersions, &getServerVersions>(),
 };
-static_assert(answersAll(OPERATIONS, wire::VERSION_SETTINGS));
+static_assert(coversAll(OPERATIONS, wire::VERSION_SETTINGS));
 
 }  // namespace
 

@@ -18,12 +18,10 @@ bool CaptureRing::write(std::span<const std::uint8_t> frame) {
 
 std::string CaptureRing::damage() const {
     if (std::string changed = sizeDamage(); !changed.empty()) return changed;
-    if (ring().getReadOffset() >= size()) {
+    if (ring().getReadOffset() >= size())
         return format("set its ring's read offset to %u", ring().getReadOffset());
-    }
-    if (ring().getWriteOffset() >= size()) {
+    if (ring().getWriteOffset() >= size())
         return format("set its ring's write offset to %u", ring().getWriteOffset());
-    }
     return {};
 }
 

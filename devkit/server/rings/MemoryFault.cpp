@@ -21,9 +21,9 @@ constexpr long MAP = SYS_mmap2;
 constexpr long MAP = SYS_mmap;
 #endif
 
-// The plain system call is async-signal-safe. The thread sanitizer would report the C library's
-// mmap as a write of the whole page, racing with the ring's other thread. syscall(2) takes each
-// argument in the width of a register.
+/// The plain system call is async-signal-safe. The thread sanitizer would report the C library's
+/// mmap as a write of the whole page, racing with the ring's other thread. syscall(2) takes each
+/// argument in the width of a register.
 bool mapZeros(std::uintptr_t page) {
     constexpr long RIGHTS = PROT_READ | PROT_WRITE;
     constexpr long FLAGS = MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED;
@@ -32,7 +32,7 @@ bool mapZeros(std::uintptr_t page) {
     return syscall(MAP, page, pageSize, RIGHTS, FLAGS, NO_FILE, OFFSET) != -1;
 }
 
-// The interrupted access is repeated after the return and then succeeds.
+/// The interrupted access is repeated after the return and then succeeds.
 void replacePage(int signal, siginfo_t* info, void*) {
     const auto page = reinterpret_cast<std::uintptr_t>(info->si_addr) & ~(pageSize - 1);
     if (info->si_code != BUS_ADRERR || !mapZeros(page)) {

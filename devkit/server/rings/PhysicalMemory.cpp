@@ -22,7 +22,7 @@ namespace {
 // Above the addresses that boards reserve for devices; every address must also fit the stand-in's
 // file.
 constexpr std::uint64_t FIRST_ADDRESS = 0x40000000;
-constexpr std::uint64_t END = board::kPhysicalMemorySize;
+constexpr std::uint64_t END = board::PHYSICAL_MEMORY_SIZE;
 
 std::uint64_t inWholePages(std::uint32_t size) {
     const auto page = static_cast<std::uint64_t>(std::max(4096L, sysconf(_SC_PAGESIZE)));
@@ -45,9 +45,9 @@ std::string pathOf(const UniqueFd& file) {
     return length > 0 ? std::string(target, static_cast<std::size_t>(length)) : std::string();
 }
 
-// The next owner gets zeros, and the system gets the memory back.
+/// The next owner gets zeros, and the system gets the memory back.
 void clear(std::uint32_t address, std::uint32_t size) {
-    const UniqueFd memory(open(board::kMemoryDevice, O_RDWR | O_CLOEXEC));
+    const UniqueFd memory(open(board::MEMORY_DEVICE, O_RDWR | O_CLOEXEC));
     if (!memory || fallocate(memory.get(), FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE,
                              static_cast<off_t>(address), static_cast<off_t>(size)) != 0) {
         log::debug("physical memory at 0x%x stays filled: %s", address, strerror(errno));
@@ -90,7 +90,7 @@ void PhysicalMemory::release(std::uint32_t address) {
 
 void PhysicalMemory::take() {
     remove();
-    const UniqueFd memory(open(board::kMemoryDevice, O_RDWR | O_CLOEXEC));
+    const UniqueFd memory(open(board::MEMORY_DEVICE, O_RDWR | O_CLOEXEC));
     if (!memory) {
         log::error("no physical memory: %s%s", strerror(errno),
                    errno == EACCES ? "; other users have taken each of its names in /dev/shm, an "
@@ -106,11 +106,10 @@ void PhysicalMemory::take() {
 }
 
 void PhysicalMemory::remove() {
-    for (unsigned place = 0; place < board::kPhysicalMemoryPlaces; ++place) {
+    for (unsigned place = 0; place < board::PHYSICAL_MEMORY_PLACES; ++place) {
         const std::string path = pathOf(place);
-        if (!path.empty() && unlink(path.c_str()) != 0 && errno != ENOENT) {
+        if (!path.empty() && unlink(path.c_str()) != 0 && errno != ENOENT)
             log::debug("%s: %s", path.c_str(), strerror(errno));
-        }
     }
 }
 

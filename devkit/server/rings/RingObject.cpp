@@ -32,7 +32,7 @@ bool isInitialised(const wire::SemaphoreSlot& semaphore) {
     return semaphore.word[1] == SHARED && semaphore.word[2] == 0;
 }
 
-// A physical ring's size is that of its data, which lies outside the object.
+/// A physical ring's size is that of its data, which lies outside the object.
 bool isRing(const RingHeader& header, off64_t length) {
     constexpr off64_t HEADER = sizeof header;
     return (length == HEADER || length == HEADER + off64_t{header.size}) && header.size != 0 &&

@@ -7,17 +7,17 @@
 
 namespace cabinaudio::server {
 
-RingOffer::RingOffer(EventLoop& loop, Client& client, Notification ready, Notification gone,
+RingOffer::RingOffer(EventLoop& loop, Client& client, Notification ready, Notification withdrawn,
                      Owner owner)
     : mClient(client),
       mReady(ready),
-      mGone(gone),
+      mWithdrawn(withdrawn),
       mOwner(std::move(owner)),
       mTimer(loop, [this](std::uint64_t) { announce(); }) {}
 
 void RingOffer::offer(std::chrono::milliseconds delay) {
     mDelay = delay;
-    if (mState == State::LettingGo) {
+    if (mState == State::Withdrawing) {
         mIsWanted = true;
     } else if (mState == State::Away) {
         mState = State::Waiting;
@@ -33,7 +33,7 @@ void RingOffer::announce() {
         return;
     }
     mState = State::Offered;
-    tell(mReady);
+    send(mReady);
 }
 
 void RingOffer::withdraw() {
@@ -41,24 +41,24 @@ void RingOffer::withdraw() {
     mTimer.stop();
     if (mState == State::Waiting) mState = State::Away;
     if (mState != State::Offered) return;
-    mState = State::LettingGo;
-    tell(mGone);
+    mState = State::Withdrawing;
+    send(mWithdrawn);
 }
 
 bool RingOffer::announceAgain() {
     if (!isOffered()) return false;
-    tell(mReady);
+    send(mReady);
     return true;
 }
 
-void RingOffer::letGo() {
+void RingOffer::onRingUnmapped() {
     if (!canBeShown()) return;
     mState = State::Away;
     mOwner.release();
     if (std::exchange(mIsWanted, false)) offer(mDelay);
 }
 
-void RingOffer::tell(const Notification& notification) {
+void RingOffer::send(const Notification& notification) {
     mClient.notify(notification.event, notification.value);
 }
 
@@ -70,7 +70,7 @@ const char* RingOffer::stateName() const {
             return "waiting";
         case State::Offered:
             return "offered";
-        case State::LettingGo:
+        case State::Withdrawing:
             break;
     }
     return "letting go";

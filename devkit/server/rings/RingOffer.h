@@ -15,8 +15,8 @@ namespace cabinaudio::server {
 ///
 ///     Away --offer()--> Waiting --the delay is over, client told--> Offered
 ///     Waiting --withdraw()--> Away
-///     Offered --withdraw(), client told--> LettingGo --letGo()--> Away
-///     Offered --letGo(), unasked--> Away
+///     Offered --withdraw(), client told--> Withdrawing --onRingUnmapped()--> Away
+///     Offered --onRingUnmapped(), unasked--> Away
 ///
 /// A withdrawn ring stays allocated until the client acknowledges, because the client may be
 /// writing to it. An offer made meanwhile is postponed until then.
@@ -33,7 +33,8 @@ public:
         std::function<void()> release;
     };
 
-    RingOffer(EventLoop& loop, Client& client, Notification ready, Notification gone, Owner owner);
+    RingOffer(EventLoop& loop, Client& client, Notification ready, Notification withdrawn,
+              Owner owner);
 
     /// Announces the ring after `delay`, and after the reply to the current request.
     void offer(std::chrono::milliseconds delay);
@@ -41,26 +42,26 @@ public:
     /// Repeats the announcement to the client. @return false when no ring is offered
     [[nodiscard]] bool announceAgain();
     /// The client reports that it has unmapped the ring, whether the ring was withdrawn or not.
-    void letGo();
+    void onRingUnmapped();
 
     /// The ring has been announced and not withdrawn since.
     [[nodiscard]] bool isOffered() const { return mState == State::Offered; }
     /// The client may ask for the ring's address. It may also do so after a withdrawal whose
     /// notification it has not received yet.
-    [[nodiscard]] bool canBeShown() const { return isOffered() || isLettingGo(); }
-    [[nodiscard]] bool isLettingGo() const { return mState == State::LettingGo; }
+    [[nodiscard]] bool canBeShown() const { return isOffered() || isWithdrawing(); }
+    [[nodiscard]] bool isWithdrawing() const { return mState == State::Withdrawing; }
     /// "away", "waiting", "offered" or "letting go".
     [[nodiscard]] const char* stateName() const;
 
 private:
-    enum class State { Away, Waiting, Offered, LettingGo };
+    enum class State { Away, Waiting, Offered, Withdrawing };
 
     void announce();
-    void tell(const Notification& notification);
+    void send(const Notification& notification);
 
     Client& mClient;
     Notification mReady;
-    Notification mGone;
+    Notification mWithdrawn;
     Owner mOwner;
     State mState = State::Away;
     bool mIsWanted = false;  // an offer is postponed until the acknowledgement

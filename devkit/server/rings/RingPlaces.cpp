@@ -12,7 +12,7 @@
 namespace cabinaudio::server {
 namespace {
 
-// The physical memory and objects of other instances lie in the same directory.
+/// The physical memory and objects of other instances lie in the same directory.
 bool isReserved(const std::string& object) {
     return object.empty() || object.starts_with("cabinaudio-physmem") ||
            object.starts_with("cabinaudio.");
@@ -37,11 +37,10 @@ void RingPlace::Release::operator()(const std::string* name) const {
 
 std::string RingPlace::objectName(const std::string& name, const Memory& memory) {
     char text[64];  // the library cuts it to this length
-    if (memory) {
+    if (memory)
         std::snprintf(text, sizeof text, "%s_0x%x", name.c_str(), memory->address());
-    } else {
+    else
         std::snprintf(text, sizeof text, "%s", name.c_str());
-    }
     const std::string object = text;
     const auto start = object.find_first_not_of('/');
     return start == std::string::npos ? std::string() : object.substr(start);

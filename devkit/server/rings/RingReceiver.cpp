@@ -23,7 +23,7 @@ sem_t* semaphoreOf(wire::RingHeader& header, unsigned side) {
     return reinterpret_cast<sem_t*>(side == SHM_MODE_READER ? &header.readSem : &header.writeSem);
 }
 
-// Without SA_RESTART, so that the signal ends the wait.
+/// Without SA_RESTART, so that the signal ends the wait.
 void installHandler() {
     struct sigaction action = {};
     action.sa_handler = [](int) {};
@@ -46,7 +46,7 @@ private:
     sigset_t mBefore;
 };
 
-// The SIGBUS handler works in this thread too (see MemoryFault.h).
+/// The SIGBUS handler works in this thread too (see MemoryFault.h).
 void unblockOwnSignals() {
     sigset_t own;
     sigemptyset(&own);
@@ -72,12 +72,12 @@ RingReceiver::RingReceiver(wire::RingHeader& header, unsigned side,
 RingReceiver::~RingReceiver() {
     mEnds = true;
     sem_post(mSemaphore);  // normal wake-up; fails when the client has filled the count
-    while (!hasEndedSoon())
+    while (!waitForEnd())
         pthread_kill(mThread.native_handle(), INTERRUPTION);
     mThread.join();
 }
 
-bool RingReceiver::hasEndedSoon() {
+bool RingReceiver::waitForEnd() {
     const auto deadline = std::chrono::steady_clock::now() + INTERVAL;
     Lock lock(mLock);
     while (!mHasEnded) {

@@ -30,7 +30,7 @@ public:
 private:
     void run() CABINAUDIO_EXCLUDES(mLock);
     void receive();
-    [[nodiscard]] bool hasEndedSoon() CABINAUDIO_EXCLUDES(mLock);
+    [[nodiscard]] bool waitForEnd() CABINAUDIO_EXCLUDES(mLock);
 
     // Set at construction.
     sem_t* mSemaphore;

@@ -26,7 +26,7 @@ ServerRing::ServerRing(RingPlace place, unsigned side,
     mIsUsable = mRing->isUsable() && isOwnObject() && startReceiver(side, onUpdate);
 }
 
-// The library opened the object by name, so compare it with the object that was made.
+/// The library opened the object by name, so compare it with the object that was made.
 bool ServerRing::isOwnObject() const {
     const bool isOwn = mPlace.object().isNamed();
     if (!isOwn)

@@ -33,9 +33,8 @@ void StreamRing::consume(const View& view, std::size_t frames) {
 std::string StreamRing::damage() const {
     if (std::string changed = sizeDamage(); !changed.empty()) return changed;
     const unsigned offset = ring().getReadOffset();
-    if (offset % mFrameBytes != 0 || offset >= size()) {
+    if (offset % mFrameBytes != 0 || offset >= size())
         return format("set its ring's read offset to %u", offset);
-    }
     return {};
 }
 

@@ -40,7 +40,7 @@ inline auto areUpTo(std::int64_t maximum) {
     };
 }
 
-inline bool isFewEnough(const auto& values) {
+inline bool isCountWithinLimit(const auto& values) {
     return values.size() <= MOST_REMEMBERED;
 }
 

@@ -27,7 +27,7 @@ const AppSettings& appOf(const Call& call) {
     return call.services.settings->app;
 }
 
-// @return the status of an accepted request
+/// @return the status of an accepted request
 template <typename Change>
 std::int32_t change(Call& call, Change make) {
     call.services.settings.change([&](SettingsData& data) { make(data.app); });
@@ -77,8 +77,8 @@ std::int32_t getSpeakerDelay(Call& call, const wire::ChannelRequest& request,
     return AUDIO_NO_ERROR;
 }
 
-// Time until data that a client writes now reaches the output: the data queued before it, plus one
-// period. 0 when nothing plays.
+/// Time until data that a client writes now reaches the output: the data queued before it, plus one
+/// period. 0 when nothing plays.
 std::int32_t downlinkDelayMs(const StreamRegistry& streams) {
     std::uint64_t longest = 0;
     for (const auto& stream : streams.streams()) {
@@ -118,7 +118,7 @@ std::int32_t setRecord(Call& call, const Request& request, wire::StatusReply&) {
     });
 }
 
-// A record that was never set reads as zeros after its selector.
+/// A record that was never set reads as zeros after its selector.
 template <auto RECORDS, typename Reply>
 std::int32_t getRecord(Call& call, const wire::NumberRequest& request, Reply& reply) {
     const auto& records = appOf(call).*RECORDS;
@@ -161,7 +161,7 @@ constexpr std::array OPERATIONS = {
     setting<Id::SetEffectParameter, &setPlaybackEffect>(),
     setting<Id::GetEffectParameter, &getPlaybackEffect>(),
 };
-static_assert(answersAll(OPERATIONS, wire::APP_SETTINGS));
+static_assert(coversAll(OPERATIONS, wire::APP_SETTINGS));
 
 }  // namespace
 

@@ -48,13 +48,13 @@ struct AppSettings {
 
 template <std::size_t SIZE>
 bool areRecords(const std::map<std::uint32_t, std::vector<std::uint8_t>>& records) {
-    return isFewEnough(records) && std::all_of(records.begin(), records.end(), [](const auto& row) {
-               return row.second.size() == SIZE;
-           });
+    return isCountWithinLimit(records) &&
+           std::all_of(records.begin(), records.end(),
+                       [](const auto& row) { return row.second.size() == SIZE; });
 }
 
 inline bool areEffects(const Effects& effects, bool (*isTag)(const std::string& tag)) {
-    return isFewEnough(effects) &&
+    return isCountWithinLimit(effects) &&
            std::all_of(effects.begin(), effects.end(),
                        [isTag](const auto& row) { return isTag(row.first.first); });
 }

@@ -21,7 +21,7 @@ namespace {
 
 using EffectName = Effects::key_type;
 
-// The effects of one kind of streams.
+/// The effects of one kind of streams.
 struct Store {
     Effects& (*of)(SettingsData& settings);
     const Effects& (*in)(const SettingsData& settings);
@@ -38,7 +38,7 @@ constexpr Store CAPTURE = {
     [](const SettingsData& settings) -> const Effects& { return settings.captureEffects; },
     &hasCaptureEffects};
 
-// Empty for an unknown tag and for an effect without a name.
+/// Empty for an unknown tag and for an effect without a name.
 template <typename Text>
 std::optional<EffectName> nameOf(const Store& store, const Text& tag, const Text& effect) {
     EffectName name{textOf(tag), textOf(effect)};
@@ -46,7 +46,7 @@ std::optional<EffectName> nameOf(const Store& store, const Text& tag, const Text
     return name;
 }
 
-// An effect that was never set is off and has no parameter.
+/// An effect that was never set is off and has no parameter.
 const Effect& find(const Call& call, const Store& store, const EffectName& name) {
     static const Effect UNSET;
     const Effects& effects = store.in(*call.services.settings);
@@ -71,8 +71,8 @@ std::int32_t set(Call& call, const Store& store, const wire::EffectRequest& requ
     });
 }
 
-// A request for 0 bytes is answered with the size. A parameter that was never set reads as zeros of
-// any size.
+/// A request for 0 bytes is answered with the size. A parameter that was never set reads as zeros
+/// of any size.
 std::int32_t get(const Call& call, const Store& store, const wire::EffectRequest& request,
                  wire::EffectReply& reply, std::span<std::uint8_t> parameter) {
     reply.size = request.size;
@@ -101,7 +101,7 @@ constexpr std::array OPERATIONS = {
     setting<Id::Set, &setCaptureEffect>(),
     setting<Id::Get, &getCaptureEffect>(),
 };
-static_assert(answersAll(OPERATIONS, wire::RECORD_CONTROL_SETTINGS));
+static_assert(coversAll(OPERATIONS, wire::RECORD_CONTROL_SETTINGS));
 
 }  // namespace
 

@@ -26,7 +26,7 @@ namespace fs = std::filesystem;
 constexpr int MOST_LINKS = 40;  // the kernel's limit
 constexpr std::size_t MOST_BYTES = 16 << 20;
 constexpr mode_t PERMISSIONS = 0777;
-constexpr char BEGINNING[] = ".cabinaudio-state-";
+constexpr char PREFIX[] = ".cabinaudio-state-";
 constexpr std::size_t RANDOM_DIGITS = 16;
 
 struct Place {
@@ -40,7 +40,7 @@ Place placeOf(const std::string& path) {
     return {directory.empty() ? "." : directory, whole.filename()};
 }
 
-// Empty when there is no such file.
+/// Empty when there is no such file.
 std::optional<struct stat> statusOf(int directory, const std::string& name) {
     struct stat status = {};
     if (fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) return status;
@@ -52,7 +52,7 @@ std::optional<struct stat> statusOf(int directory, const std::string& name) {
     throw std::runtime_error(path + ": " + why);
 }
 
-// Follows one link of a chain.
+/// Follows one link of a chain.
 std::string targetOf(const std::string& path, uid_t owner) {
     if (owner != geteuid() && owner != 0) refuse(path, "is a link of another user");
     std::error_code error;
@@ -70,10 +70,10 @@ void writeAll(int fd, std::string_view content) {
     }
 }
 
-// Derived from the file's name, so that different files get different prefixes, as far as the
-// length limit of names allows.
-std::string beginningFor(const std::string& name) {
-    return BEGINNING + name.substr(0, 200) + "-";
+/// Derived from the file's name, so that different files get different prefixes, as far as the
+/// length limit of names allows.
+std::string prefixFor(const std::string& name) {
+    return PREFIX + name.substr(0, 200) + "-";
 }
 
 /// The new content under an unpredictable name, until it is renamed to the file's. The destructor
@@ -82,7 +82,7 @@ class Temporary {
 public:
     Temporary(int directory, const std::string& name, mode_t mode)
         : mDirectory(directory),
-          mName(beginningFor(name) + random()),
+          mName(prefixFor(name) + random()),
           mFile(openat(directory, mName.c_str(),
                        O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode)) {
         if (!mFile) throw systemError(mName);
@@ -116,8 +116,8 @@ private:
     bool mHasMoved = false;
 };
 
-// If the group cannot be set, its permissions are dropped; another group must not get them.
-void takeOver(const struct stat& old, int fd) {
+/// If the group cannot be set, its permissions are dropped; another group must not get them.
+void copyOwnership(const struct stat& old, int fd) {
     mode_t mode = old.st_mode & PERMISSIONS;
     if (fchown(fd, old.st_uid, old.st_gid) != 0 &&
         fchown(fd, static_cast<uid_t>(-1), old.st_gid) != 0)
@@ -125,9 +125,9 @@ void takeOver(const struct stat& old, int fd) {
     if (fchmod(fd, mode) != 0) throw systemError("fchmod");
 }
 
-bool isLeftover(const std::string& name, const std::string& beginning) {
-    return name.size() == beginning.size() + RANDOM_DIGITS && name.starts_with(beginning) &&
-           name.find_first_not_of("0123456789abcdef", beginning.size()) == std::string::npos;
+bool isLeftover(const std::string& name, const std::string& prefix) {
+    return name.size() == prefix.size() + RANDOM_DIGITS && name.starts_with(prefix) &&
+           name.find_first_not_of("0123456789abcdef", prefix.size()) == std::string::npos;
 }
 
 }  // namespace
@@ -172,7 +172,7 @@ void replaceFile(const std::string& path, std::string_view content) {
         throw std::system_error(EINVAL, std::generic_category(), "no longer a regular file");
     // Other users cannot read it before it has the old file's owner.
     Temporary temporary(directory.get(), name, old ? S_IRUSR | S_IWUSR : 0644);
-    if (old) takeOver(*old, temporary.fd());
+    if (old) copyOwnership(*old, temporary.fd());
     writeAll(temporary.fd(), content);
     if (fsync(temporary.fd()) != 0) throw systemError("fsync");
     temporary.moveTo(name);
@@ -182,11 +182,11 @@ void replaceFile(const std::string& path, std::string_view content) {
 
 void removeLeftovers(const std::string& path) {
     const auto [directoryName, name] = placeOf(path);
-    const std::string beginning = beginningFor(name);
+    const std::string prefix = prefixFor(name);
     std::error_code ignored;
     for (const auto& entry : fs::directory_iterator(directoryName, ignored)) {
         struct stat status = {};
-        if (isLeftover(entry.path().filename(), beginning) &&
+        if (isLeftover(entry.path().filename(), prefix) &&
             lstat(entry.path().c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
             status.st_uid == geteuid())
             unlink(entry.path().c_str());

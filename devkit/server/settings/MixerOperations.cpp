@@ -14,7 +14,7 @@
 namespace cabinaudio::server {
 namespace {
 
-// @return the status of an accepted request
+/// @return the status of an accepted request
 template <typename Change>
 std::int32_t change(Call& call, Change make) {
     call.services.settings.change([&](SettingsData& data) { make(data.mixer); });
@@ -84,7 +84,7 @@ constexpr std::array OPERATIONS = {
     setting<Id::SetAlternativeMatrix, &setGains<&M::alternative>>(),
     setting<Id::MixAlternativeInHardware, &mixInHardware>(),
 };
-static_assert(answersAll(OPERATIONS, wire::MIXER_SETTINGS));
+static_assert(coversAll(OPERATIONS, wire::MIXER_SETTINGS));
 
 }  // namespace
 

@@ -28,14 +28,14 @@ const SourceSettings& sourceOf(const Call& call) {
     return call.services.settings->source;
 }
 
-// @return the status of an accepted request
+/// @return the status of an accepted request
 template <typename Change>
 std::int32_t change(Call& call, Change make) {
     call.services.settings.change([&](SettingsData& data) { make(data.source); });
     return AUDIO_NO_ERROR;
 }
 
-// A number that is only stored.
+/// A number that is only stored.
 template <std::int32_t SourceSettings::*VALUE>
 std::int32_t setNumber(Call& call, const wire::NumberRequest& request, wire::StatusReply&) {
     return change(call, [&](SourceSettings& source) { source.*VALUE = request.value; });
@@ -48,12 +48,12 @@ std::int32_t setSwitch(Call& call, const wire::NumberRequest& request, wire::Sta
 
 // ---- Outputs and their sources ------------------------------------------------------------------
 
-// Only the main output selects one of several sources.
+/// Only the main output selects one of several sources.
 bool isOutput(const std::string& tag) {
     return isTrackTag(tag);
 }
 
-// The sink that plays on the main output, else the chosen name.
+/// The sink that plays on the main output, else the chosen name.
 std::string outputSource(const Call& call, const std::string& tag) {
     const PlaybackStream* sink = call.services.streams.sources().active();
     if (tag == "main" && sink != nullptr) return sink->record().name;
@@ -62,7 +62,7 @@ std::string outputSource(const Call& call, const std::string& tag) {
     return found != chosen.end() ? found->second : "";
 }
 
-// A sink created later gets the source anyway, as the newest one.
+/// A sink created later gets the source anyway, as the newest one.
 std::int32_t setOutputSource(Call& call, const wire::TwoNamesRequest& request, wire::StatusReply&) {
     const std::string tag = textOf(request.tag);
     if (!isOutput(tag)) return AUDIO_BAD_VALUE;
@@ -143,7 +143,7 @@ std::int32_t getSourceNumber(Call& call, const wire::NameRequest& request,
     return AUDIO_NO_ERROR;
 }
 
-// The next free slot; null when all are used.
+/// The next free slot; null when all are used.
 template <typename Slot, std::uint32_t SLOTS>
 Slot* nextSlot(wire::List<Slot, SLOTS>& list) {
     return list.count < static_cast<std::int32_t>(SLOTS) ? &list.slots[list.count++] : nullptr;
@@ -341,7 +341,7 @@ constexpr std::array OPERATIONS = {
     setting<Id::GetSignalEnergy, &getSignalEnergy>(),
     setting<Id::GetActiveTracks, &getActiveTracks>(),
 };
-static_assert(answersAll(OPERATIONS, wire::SOURCE_SETTINGS));
+static_assert(coversAll(OPERATIONS, wire::SOURCE_SETTINGS));
 
 }  // namespace
 

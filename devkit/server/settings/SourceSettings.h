@@ -49,7 +49,8 @@ template <typename Fields>
 void visit(Fields& fields, Is<SourceSettings> auto& source) {
     fields("output_sources", source.outputSources, areOutputs);
     fields("uplink_destination", source.uplinkDestination, isAny);
-    fields("seat_sources", source.seatSources, [](const auto& all) { return isFewEnough(all); });
+    fields("seat_sources", source.seatSources,
+           [](const auto& all) { return isCountWithinLimit(all); });
     fields("front_state", source.frontState, isAny);
     fields("rear_state", source.rearState, isAny);
     fields("adc_pins", source.adcPins, isAny);
@@ -61,7 +62,8 @@ void visit(Fields& fields, Is<SourceSettings> auto& source) {
     fields("speakers", source.speakers, isUpTo(ALL_LOUDSPEAKERS));
     fields("handsfree_delay", source.handsfreeDelay, isAny);
     fields("sample_rate_capability", source.sampleRateCapability, isUpTo(CAPABILITY_MAX));
-    fields("i2s_formats", source.i2sFormats, [](const auto& all) { return isFewEnough(all); });
+    fields("i2s_formats", source.i2sFormats,
+           [](const auto& all) { return isCountWithinLimit(all); });
     fields("auto_ramp", source.isAutoRamped, isAny);
 }
 

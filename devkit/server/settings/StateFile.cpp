@@ -19,7 +19,7 @@ using nlohmann::json;
 // Merges changes: a fader sends many values a second.
 constexpr std::chrono::milliseconds DELAY(100);
 
-// "[json.exception.parse_error.101] parse error at line 2, column 7: ..." without the brackets.
+/// "[json.exception.parse_error.101] parse error at line 2, column 7: ..." without the brackets.
 std::string readable(const json::exception& error) {
     const std::string text = error.what();
     const auto end = text.find("] ");

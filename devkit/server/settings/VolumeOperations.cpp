@@ -23,7 +23,7 @@ const VolumeSettings& volumeOf(const Call& call) {
     return call.services.settings->volume;
 }
 
-// @return the status of an accepted request
+/// @return the status of an accepted request
 template <typename Change>
 std::int32_t change(Call& call, Change make) {
     call.services.settings.change([&](SettingsData& data) { make(data.volume); });
@@ -125,7 +125,7 @@ std::optional<VolumeSettings::TrackName> trackOf(const Request& request) {
     return track;
 }
 
-// Tracks that do not exist (yet) have settings too.
+/// Tracks that do not exist (yet) have settings too.
 template <typename Change>
 std::int32_t changeTrack(Call& call, const std::optional<VolumeSettings::TrackName>& name,
                          Change make) {
@@ -345,7 +345,7 @@ constexpr std::array OPERATIONS = {
     setting<Id::SetMasterRamp, &setRamp>(),
     setting<Id::GetMasterRamp, &getRamp>(),
 };
-static_assert(answersAll(OPERATIONS, wire::VOLUME_SETTINGS));
+static_assert(coversAll(OPERATIONS, wire::VOLUME_SETTINGS));
 
 }  // namespace
 

@@ -59,9 +59,9 @@ inline bool areStreamTypes(const std::map<std::string, float>& gains) {
 }
 
 inline bool areTracks(const std::map<VolumeSettings::TrackName, VolumeSettings::Track>& tracks) {
-    return isFewEnough(tracks) && std::all_of(tracks.begin(), tracks.end(), [](const auto& row) {
-               return isTrackTag(row.first.first);
-           });
+    return isCountWithinLimit(tracks) &&
+           std::all_of(tracks.begin(), tracks.end(),
+                       [](const auto& row) { return isTrackTag(row.first.first); });
 }
 
 template <typename Fields>

@@ -7,7 +7,7 @@
 namespace cabinaudio::server {
 namespace {
 
-enum Place : std::size_t { LeftFront, RightFront, LeftSurround, RightSurround, Centre, Low };
+enum Place : std::size_t { LEFT_FRONT, RIGHT_FRONT, LEFT_SURROUND, RIGHT_SURROUND, CENTRE, LOW };
 
 constexpr float THREE_DB_DOWN = 0.70710678F;
 
@@ -16,33 +16,32 @@ constexpr float THREE_DB_DOWN = 0.70710678F;
 ChannelMatrix::ChannelMatrix(std::size_t inputs, std::size_t outputs, bool isUpMixed)
     : mInputs(inputs), mOutputs(outputs), mFactors(inputs * outputs, 0.0F) {
     for (std::size_t input = 0; input < mInputs; ++input) {
-        if (input < mOutputs) {
+        if (input < mOutputs)
             at(input, input) = 1.0F;
-        } else {
+        else
             fold(input);
-        }
     }
-    if (mInputs == 1 && mOutputs > 1) at(LeftFront, RightFront) = 1.0F;
+    if (mInputs == 1 && mOutputs > 1) at(LEFT_FRONT, RIGHT_FRONT) = 1.0F;
     if (isUpMixed && mInputs <= 2) upMix();
     limitRows();
     mIsIdentity = isIdentity();
 }
 
 void ChannelMatrix::fold(std::size_t input) {
-    const std::size_t right = mOutputs > 1 ? RightFront : LeftFront;
+    const std::size_t right = mOutputs > 1 ? RIGHT_FRONT : LEFT_FRONT;
     switch (input) {
-        case RightFront:
-            at(input, LeftFront) = 1.0F;
+        case RIGHT_FRONT:
+            at(input, LEFT_FRONT) = 1.0F;
             break;
-        case LeftSurround:
-            at(input, LeftFront) = THREE_DB_DOWN;
+        case LEFT_SURROUND:
+            at(input, LEFT_FRONT) = THREE_DB_DOWN;
             break;
-        case RightSurround:
+        case RIGHT_SURROUND:
             at(input, right) = THREE_DB_DOWN;
             break;
-        case Centre:
-        case Low:
-            at(input, LeftFront) = THREE_DB_DOWN;
+        case CENTRE:
+        case LOW:
+            at(input, LEFT_FRONT) = THREE_DB_DOWN;
             at(input, right) = THREE_DB_DOWN;
             break;
         default:
@@ -51,17 +50,16 @@ void ChannelMatrix::fold(std::size_t input) {
 }
 
 void ChannelMatrix::upMix() {
-    if (mOutputs > LeftSurround) at(LeftFront, LeftSurround) = 1.0F;
-    if (mOutputs > RightSurround) at(mInputs - 1, RightSurround) = 1.0F;
+    if (mOutputs > LEFT_SURROUND) at(LEFT_FRONT, LEFT_SURROUND) = 1.0F;
+    if (mOutputs > RIGHT_SURROUND) at(mInputs - 1, RIGHT_SURROUND) = 1.0F;
 }
 
 void ChannelMatrix::limitRows() {
     for (std::size_t output = 0; output < mOutputs; ++output) {
         float* row = &mFactors[output * mInputs];
         const float sum = std::accumulate(row, row + mInputs, 0.0F);
-        if (sum > 1.0F) {
+        if (sum > 1.0F)
             std::transform(row, row + mInputs, row, [sum](float value) { return value / sum; });
-        }
     }
 }
 

@@ -24,13 +24,13 @@ RateConverter::Progress RateConverter::convert(const float* in, std::size_t inFr
 }
 
 std::size_t RateConverter::takeOut(float* out, std::size_t outFrames) {
-    constexpr float none = 0.0F;
-    return process(&none, 0, out, outFrames, false).written;
+    constexpr float NONE = 0.0F;
+    return process(&NONE, 0, out, outFrames, false).written;
 }
 
 std::size_t RateConverter::flush(float* out, std::size_t outFrames) {
-    constexpr float none = 0.0F;
-    return process(&none, 0, out, outFrames, true).written;
+    constexpr float NONE = 0.0F;
+    return process(&NONE, 0, out, outFrames, true).written;
 }
 
 void RateConverter::reset() {

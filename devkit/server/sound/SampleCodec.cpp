@@ -24,7 +24,7 @@ float fromPacked24(const std::uint8_t* sample) {
     return static_cast<float>(value >> 8) / 8388608.0F;
 }
 
-// libsamplerate produces 32 bits; the upper 24 are packed.
+/// libsamplerate produces 32 bits; the upper 24 are packed.
 void pack24(std::span<const std::int32_t> in, std::uint8_t* out) {
     for (const std::int32_t sample : in) {
         std::memcpy(out, reinterpret_cast<const std::uint8_t*>(&sample) + 1, 3);

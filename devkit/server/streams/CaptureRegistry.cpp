@@ -13,7 +13,7 @@
 namespace cabinaudio::server {
 namespace {
 
-// Checks that the format is valid and the codec supports it. @return the status
+/// Checks that the format is valid and the codec supports it. @return the status
 std::int32_t check(const Client& client, const AudioFormatDesc& desc,
                    std::optional<StreamFormat>& format) {
     const bool isPcm = desc.codecType == static_cast<std::uint32_t>(Codec::Pcm);
@@ -126,14 +126,13 @@ void CaptureRegistry::clientGone(const Client& client) {
 
 void CaptureRegistry::remove(CaptureStream& stream) {
     log::info("%s: stream removed", stream.client().title().c_str());
-    stream.sayRemoved();
+    stream.notifyRemoved();
     erase(stream);
 }
 
 void CaptureRegistry::removeAll() {
-    while (!mStreams.empty()) {
+    while (!mStreams.empty())
         remove(*mStreams.front());
-    }
 }
 
 void CaptureRegistry::erase(const CaptureStream& stream) {

@@ -64,7 +64,7 @@ std::int32_t CaptureStream::setVolume(std::int32_t volume) {
     return AUDIO_NO_ERROR;
 }
 
-// The client maps the ring now; earlier samples would only have filled it.
+/// The client maps the ring now; earlier samples would only have filled it.
 std::int32_t CaptureStream::getShareMemory(wire::ShareMemoryReply& reply) {
     if (!mOffer || !mOffer->canBeShown()) return AUDIO_INVALID_STATE;
     reply.address = mParts.ring->address();
@@ -76,7 +76,7 @@ std::int32_t CaptureStream::getShareMemory(wire::ShareMemoryReply& reply) {
 
 std::int32_t CaptureStream::removeShareMemory() {
     if (!mOffer) return AUDIO_INVALID_OPERATION;
-    mOffer->letGo();
+    mOffer->onRingUnmapped();
     mParts.onChange();
     return AUDIO_NO_ERROR;
 }
@@ -94,7 +94,7 @@ void CaptureStream::withdrawRing() {
     mParts.onChange();
 }
 
-void CaptureStream::sayRemoved() {
+void CaptureStream::notifyRemoved() {
     mClient.notify(static_cast<std::uint32_t>(wire::CaptureEvent::Removed), 0);
 }
 
@@ -155,7 +155,7 @@ void CaptureStream::applyVolume() {
     }
 }
 
-// @return whether all packets fitted
+/// @return whether all packets fitted
 bool CaptureStream::writeOut() {
     while (!mPackets.empty()) {
         const auto& packet = mPackets.front();
@@ -173,11 +173,10 @@ bool CaptureStream::writeOut() {
 }
 
 void CaptureStream::checkClient() {
-    if (memory_fault::take()) {
+    if (memory_fault::take())
         mClient.fail("cut off its ring's memory");
-    } else if (const std::string damage = mParts.ring->damage(); !damage.empty()) {
+    else if (const std::string damage = mParts.ring->damage(); !damage.empty())
         mClient.fail(damage);
-    }
 }
 
 }  // namespace cabinaudio::server

@@ -66,7 +66,7 @@ public:
     CaptureStream(const CaptureStream&) = delete;
     CaptureStream& operator=(const CaptureStream&) = delete;
 
-    // Requests -------------------------------------------------------------------
+    // ---- Requests -------------------------------------------------------------------------------
     std::int32_t start();
     std::int32_t stop();
     std::int32_t setVolume(std::int32_t volume);
@@ -75,16 +75,16 @@ public:
     /// The client has unmapped its ring.
     std::int32_t removeShareMemory();
 
-    // Commands -------------------------------------------------------------------
+    // ---- Commands -------------------------------------------------------------------------------
     /// Only for uplinks.
     void offerRing();
     void withdrawRing();
     /// Repeats the announcement of the physical ring to the client. @return false without a ring
     [[nodiscard]] bool announceRingAgain();
     /// Notifies the client that the stream is gone.
-    void sayRemoved();
+    void notifyRemoved();
 
-    // The clock ------------------------------------------------------------------
+    // ---- The clock ------------------------------------------------------------------------------
     /// Whether the stream has both data to record and a ring.
     [[nodiscard]] bool isFlowing() const;
     /// Records one period.
@@ -92,7 +92,7 @@ public:
     /// Records as much as fits, up to a limit. @return whether there was room for more
     bool fillUp();
 
-    // Queries ---------------------------------------------------------------------
+    // ---- Queries --------------------------------------------------------------------------------
     [[nodiscard]] Client& client() const { return mClient; }
     [[nodiscard]] const Parts& parts() const { return mParts; }
     [[nodiscard]] const Counters& counters() const { return mCounters; }

@@ -47,7 +47,7 @@ void Mixer::updateClock() {
         mIsRunning = false;
         mClock.stop();
         mOutput.pause();
-        beSilent();
+        discardHeld();
     } else if (!mIsRunning && (anyActive(mStreams) || isTested())) {
         mIsRunning = true;
         mClock.every(PERIOD);
@@ -57,9 +57,8 @@ void Mixer::updateClock() {
 void Mixer::tick(std::uint64_t deadlines) {
     mCounters.latePeriods += deadlines - 1;
     const auto periods = mOutput.periodsDue(std::min(deadlines, MAXIMUM_CATCH_UP));
-    for (std::uint64_t i = 0; i < periods; ++i) {
+    for (std::uint64_t i = 0; i < periods; ++i)
         mixPeriod();
-    }
     updateClock();
 }
 
@@ -79,11 +78,11 @@ void Mixer::mixRound() {
     if (frames > 0) {
         update();  // after other pending events
     } else if (mStreams.streams().empty()) {
-        beSilent();
+        discardHeld();
     }
 }
 
-// @return the largest number of frames that a stream has added
+/// @return the largest number of frames that a stream has added
 std::size_t Mixer::addStreams(std::size_t frames, bool isSteady) {
     mMix.assign(frames * mFormat.channels, 0.0F);
     if (mAreSettingsDue) applySettings();
@@ -101,19 +100,18 @@ std::size_t Mixer::addStreams(std::size_t frames, bool isSteady) {
 void Mixer::applySettings() {
     mAreSettingsDue = false;
     const RampFrames ramp = rampOf(*mSettings, mFormat.rate);
-    for (const auto& stream : mStreams.streams()) {
+    for (const auto& stream : mStreams.streams())
         stream->setGains(gainsOf(stream->record(), *mSettings, mDucking.isPromptHeard()), ramp);
-    }
     mLoudspeakers.set(*mSettings);
 }
 
-// Without streams, only the delays still hold sound.
+/// Without streams, only the delays still hold sound.
 std::size_t Mixer::remainingFrames(std::size_t most) const {
     return mStreams.streams().empty() ? std::min(most, mLoudspeakers.heldFrames()) : 0;
 }
 
-// Drops all sound that is still held.
-void Mixer::beSilent() {
+/// Drops all sound that is still held.
+void Mixer::discardHeld() {
     mLoudspeakers.clear();
     mDucking.reset();
 }
@@ -130,9 +128,8 @@ void Mixer::handOver(std::size_t frames) {
         ++mCounters.periods;
         mCounters.frames += frames;
     }
-    for (const auto& stream : mStreams.streams()) {
+    for (const auto& stream : mStreams.streams())
         stream->played();
-    }
 }
 
 }  // namespace cabinaudio::server

@@ -51,7 +51,7 @@ private:
     void mixRound();
     std::size_t addStreams(std::size_t frames, bool isSteady);
     void applySettings();
-    void beSilent();
+    void discardHeld();
     void handOver(std::size_t frames);
 
     EventLoop& mLoop;

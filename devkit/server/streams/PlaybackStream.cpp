@@ -96,12 +96,12 @@ void PlaybackStream::withdrawRing() {
     mOnChange();
 }
 
-void PlaybackStream::ringLetGo() {
-    mOffer->letGo();
+void PlaybackStream::onRingUnmapped() {
+    mOffer->onRingUnmapped();
     mOnChange();
 }
 
-// Called after the client has stopped using the ring, so the count of queued data is final.
+/// Called after the client has stopped using the ring, so the count of queued data is final.
 void PlaybackStream::dropRing() {
     mRecord->discardedFrames += mRing->usedFrames();
     mRing.reset();
@@ -109,27 +109,26 @@ void PlaybackStream::dropRing() {
     beginSound();
 }
 
-void PlaybackStream::sayRemoved() {
+void PlaybackStream::notifyRemoved() {
     mClient.notify(static_cast<std::uint32_t>(wire::TrackEvent::Removed), 0);
 }
 
 std::size_t PlaybackStream::addTo(std::span<float> mix, std::uint64_t outputFrame, bool isSteady) {
     if (!isActive() || mIsEnded) return 0;
-    if (isCutOff()) return beSilent();
+    if (isCutOff()) return addSilence();
     memory_fault::take();  // discard faults caused by other streams
     const std::size_t wanted = mix.size() / mOutputChannels;
     const bool isDue = !isSteady || isReady(wanted);
     const std::size_t frames = isDue ? addDue(mix, wanted, outputFrame) : 0;
-    if (memory_fault::take()) {
+    if (memory_fault::take())
         mClient.fail("cut off its ring's memory");
-    } else if (const std::string damage = mRing->damage(); !damage.empty()) {
+    else if (const std::string damage = mRing->damage(); !damage.empty())
         mClient.fail(damage);
-    }
     return frames;
 }
 
-// The client was told to discard its remaining data, so the stream has nothing to wait for.
-std::size_t PlaybackStream::beSilent() {
+/// The client was told to discard its remaining data, so the stream has nothing to wait for.
+std::size_t PlaybackStream::addSilence() {
     mFlow = Flow::Dry;
     mIsEnded = mIsWriteDone;
     return 0;
@@ -147,8 +146,8 @@ std::size_t PlaybackStream::addDue(std::span<float> mix, std::size_t wanted,
     return frames;
 }
 
-// A client that is slightly late fills a period by the next tick; playing a partial period at once
-// would interrupt the sound twice.
+/// A client that is slightly late fills a period by the next tick; playing a partial period at once
+/// would interrupt the sound twice.
 bool PlaybackStream::isReady(std::size_t wantedFrames) {
     if (mFlow == Flow::Flowing) return true;
     const std::size_t used = mRing->usedFrames();
@@ -183,9 +182,9 @@ std::size_t PlaybackStream::pullDirectly(std::size_t frames) {
     return done;
 }
 
-// The converter takes all input offered and keeps what it cannot use yet. So its held output is
-// taken first, then it gets only the input that the rest of the output needs, and the ring drains
-// evenly.
+/// The converter takes all input offered and keeps what it cannot use yet. So its held output is
+/// taken first, then it gets only the input that the rest of the output needs, and the ring drains
+/// evenly.
 std::size_t PlaybackStream::pullConverted(std::size_t frames) {
     const unsigned channels = mRecord->format.channels;
     std::size_t done = 0;
@@ -212,7 +211,7 @@ std::size_t PlaybackStream::pullConverted(std::size_t frames) {
     return done;
 }
 
-// Input frames needed for `outputFrames` output frames, rounded up.
+/// Input frames needed for `outputFrames` output frames, rounded up.
 std::size_t PlaybackStream::inputFor(std::size_t outputFrames) const {
     const std::uint64_t scaled = std::uint64_t{outputFrames} * mRecord->format.rate;
     return static_cast<std::size_t>((scaled + mOutputRate - 1) / mOutputRate);
@@ -241,7 +240,7 @@ void PlaybackStream::played() {
                    0);
 }
 
-// Resets the filter, so that a sound does not begin with the tail of the previous one.
+/// Resets the filter, so that a sound does not begin with the tail of the previous one.
 void PlaybackStream::beginSound() {
     if (mConverter) mConverter->reset();
     mSoundStart = mRecord->frames;

@@ -50,7 +50,7 @@ public:
     PlaybackStream(const PlaybackStream&) = delete;
     PlaybackStream& operator=(const PlaybackStream&) = delete;
 
-    // Requests -------------------------------------------------------------------
+    // ---- Requests -------------------------------------------------------------------------------
     std::int32_t start();
     std::int32_t stop();
     std::int32_t writeDone();
@@ -66,11 +66,11 @@ public:
     /// Withdraws the physical ring: the client must unmap it. Data queued in it is lost.
     void withdrawRing();
     /// The client has unmapped its ring.
-    void ringLetGo();
+    void onRingUnmapped();
     /// Notifies the client that the stream is gone.
-    void sayRemoved();
+    void notifyRemoved();
 
-    // Mixing ---------------------------------------------------------------------
+    // ---- Mixing ---------------------------------------------------------------------------------
     /// Takes effect at once before the first sound after a start.
     void setGains(const StreamGains& gains, const RampFrames& ramp) {
         mGains.set(gains, mHasSounded ? ramp : RampFrames());
@@ -87,7 +87,7 @@ public:
     /// The frames added last have been played: notifies the client if they were the end.
     void played();
 
-    // Queries -----------------------------------------------------------------------
+    // ---- Queries --------------------------------------------------------------------------------
     [[nodiscard]] Client& client() const { return mClient; }
     [[nodiscard]] const StreamRecord& record() const { return *mRecord; }
     [[nodiscard]] bool isSink() const { return mRecord->tag == AUDIO_TAG_MAIN; }
@@ -103,7 +103,7 @@ private:
     enum class Flow { Dry, Filling, Flowing };
 
     void dropRing();
-    [[nodiscard]] bool isCutOff() const { return !mRing || (mOffer && mOffer->isLettingGo()); }
+    [[nodiscard]] bool isCutOff() const { return !mRing || (mOffer && mOffer->isWithdrawing()); }
     bool isReady(std::size_t wantedFrames);
     std::size_t addDue(std::span<float> mix, std::size_t wanted, std::uint64_t outputFrame);
     std::size_t pull(std::size_t frames);
@@ -113,7 +113,7 @@ private:
     void take(const StreamRing::View& view, std::size_t frames);
     void account(std::uint64_t outputFrame, std::uint64_t streamFrame, std::size_t frames);
     void beginSound();
-    std::size_t beSilent();
+    std::size_t addSilence();
 
     // Set at construction.
     Client& mClient;

@@ -17,9 +17,9 @@ void SourceRouting::withdraw(const PlaybackStream& sink) {
     route();
 }
 
-void SourceRouting::letGo(PlaybackStream& sink) {
+void SourceRouting::onRingUnmapped(PlaybackStream& sink) {
     const bool isUnasked = sink.ringOffer()->isOffered();
-    sink.ringLetGo();
+    sink.onRingUnmapped();
     if (!isUnasked) return;
     std::erase(mCandidates, &sink);
     if (mActive == &sink) mActive = nullptr;

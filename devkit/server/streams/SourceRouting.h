@@ -22,7 +22,7 @@ public:
     void withdraw(const PlaybackStream& sink);
     /// The client has unmapped its ring. Unless the sink was withdrawn, this also gives up the
     /// source.
-    void letGo(PlaybackStream& sink);
+    void onRingUnmapped(PlaybackStream& sink);
     /// The sink is about to be destroyed and gets no notification.
     void forget(const PlaybackStream& sink);
 

@@ -70,11 +70,10 @@ void StreamRegistry::add(Client& client, const wire::CreateRequest& request,
 }
 
 void StreamRegistry::offerRing(PlaybackStream& stream) {
-    if (stream.isSink()) {
+    if (stream.isSink())
         mSources.activate(stream);
-    } else if (stream.ringOffer() != nullptr) {
+    else if (stream.ringOffer() != nullptr)
         stream.offerRing(mSettings.ringDelay);
-    }
 }
 
 std::unique_ptr<WavFile> StreamRegistry::makeStem(StreamRecord& record) {
@@ -82,9 +81,8 @@ std::unique_ptr<WavFile> StreamRegistry::makeStem(StreamRecord& record) {
     const std::string base =
         AudioTypes::getTag(static_cast<AudioTagType>(record.tag)) + "-" + fileName(record.name);
     std::string name = base;
-    for (int i = 2; !mStemNames.insert(name).second; ++i) {
+    for (int i = 2; !mStemNames.insert(name).second; ++i)
         name = base + "-" + std::to_string(i);
-    }
     record.stem = mSettings.stemDirectory + "/" + name + ".wav";
     try {
         return std::make_unique<WavFile>(record.stem, record.format);
@@ -122,14 +120,13 @@ void StreamRegistry::clientGone(const Client& client) {
 
 void StreamRegistry::remove(PlaybackStream& stream) {
     log::info("%s: stream removed", stream.client().title().c_str());
-    stream.sayRemoved();
+    stream.notifyRemoved();
     erase(stream);
 }
 
 void StreamRegistry::removeAll() {
-    while (!mStreams.empty()) {
+    while (!mStreams.empty())
         remove(*mStreams.front());
-    }
 }
 
 void StreamRegistry::erase(const PlaybackStream& stream) {

@@ -207,7 +207,7 @@ private:
     CABINAUDIO_LOCAL bool endReader() CABINAUDIO_REQUIRES(mLock);
     CABINAUDIO_LOCAL Supply chooseSource(const Wanted& wanted, const cabinaudio::LogSite& site)
         CABINAUDIO_REQUIRES(mLock);
-    CABINAUDIO_LOCAL void goLive(unsigned bytes, const cabinaudio::LogSite& site)
+    CABINAUDIO_LOCAL void switchToLive(unsigned bytes, const cabinaudio::LogSite& site)
         CABINAUDIO_REQUIRES(mLock);
     CABINAUDIO_LOCAL Supply liveSupply(const Wanted& wanted, ShareMemoryEx& ring) const
         CABINAUDIO_REQUIRES(mLock);

@@ -134,7 +134,7 @@ private:
     CABINAUDIO_LOCAL void onSourceDeactivated() CABINAUDIO_EXCLUDES(mLock);
     CABINAUDIO_LOCAL void onFinished();
     CABINAUDIO_LOCAL void onRemoved(cabinaudio::LogSite site) CABINAUDIO_EXCLUDES(mLock);
-    CABINAUDIO_LOCAL bool letGoOfSource(ShareMemoryEx* ring) CABINAUDIO_EXCLUDES(mLock);
+    CABINAUDIO_LOCAL bool acknowledgeWithdrawal(ShareMemoryEx* ring) CABINAUDIO_EXCLUDES(mLock);
     CABINAUDIO_LOCAL ShareMemoryEx* detachRing();
     CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
 
