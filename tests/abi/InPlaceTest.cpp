@@ -116,7 +116,7 @@ protected:
     std::vector<unsigned char> data = std::vector<unsigned char>(STEP, 0x5a);
 };
 
-// Foundation -----------------------------------------------------------------------------------
+// ---- Foundation ---------------------------------------------------------------------------------
 
 TEST_F(ObjectInPlace, LocksKeepToTheirSize) {
     InPlace<AudioMutex, AudioMutexSkeleton> mutex(false);
@@ -158,7 +158,7 @@ TEST_F(ObjectInPlace, ThreadKeepsToItsSize) {
     EXPECT_EQ(ran.waitRelative(30000), 0) << log.dump();
 }
 
-// Link, rings, diagnostics -----------------------------------------------------------------------
+// ---- Link, rings, diagnostics -------------------------------------------------------------------
 
 TEST_F(ObjectInPlace, ConnectionKeepsToItsSize) {
     std::uint8_t message[sizeof(audio_param)];
@@ -203,7 +203,7 @@ TEST_F(ObjectInPlace, DiagnosticsKeepToTheirSize) {
     EXPECT_FALSE(std::filesystem::is_empty(path)) << log.dump();
 }
 
-// Streams ----------------------------------------------------------------------------------------
+// ---- Streams ------------------------------------------------------------------------------------
 
 TEST_F(ObjectInPlace, TrackKeepsToItsSize) {
     server.on(21, Answer::words(0, 0, RING, STEP, 0, 0, 0));
@@ -262,7 +262,7 @@ TEST_F(ObjectInPlace, UplinkKeepsToItsSize) {
     EXPECT_EQ(uplink->stop(), AUDIO_NO_ERROR) << log.dump();
 }
 
-// Settings ---------------------------------------------------------------------------------------
+// ---- Settings -----------------------------------------------------------------------------------
 
 TEST_F(ObjectInPlace, VolumeSettingKeepsToItsSize) {
     expectAnswer<ClientVolumeSetting>([](ClientVolumeSetting& volume) {

@@ -27,7 +27,7 @@ constexpr bool onArm(std::size_t size) {
 #endif
 }
 
-// foundation ---------------------------------------------------------------------------------
+// ---- Foundation ---------------------------------------------------------------------------------
 
 struct AudioMutexSkeleton {
     pthread_mutex_t mMutex;
@@ -80,7 +80,7 @@ struct AudioThreadSkeleton {
 };
 static_assert(onArm<AudioThreadSkeleton>(64));
 
-// link ---------------------------------------------------------------------------------------
+// ---- Link ---------------------------------------------------------------------------------------
 
 struct AudioConnectionSkeleton {
     const char* mPath;
@@ -102,7 +102,7 @@ struct RemoteCallSkeleton {
 };
 static_assert(onArm<RemoteCallSkeleton>(28));
 
-// shm ----------------------------------------------------------------------------------------
+// ---- Shm ----------------------------------------------------------------------------------------
 
 struct ShareMemoryExSkeleton {
     void* mHandle;
@@ -115,7 +115,7 @@ struct InterfaceSkeleton {
 };
 static_assert(onArm<InterfaceSkeleton>(4));
 
-// diag ---------------------------------------------------------------------------------------
+// ---- Diag ---------------------------------------------------------------------------------------
 
 /// A doubly linked list with its count.
 struct ListSkeleton {
@@ -148,7 +148,7 @@ struct AudioDumpSkeleton {
 };
 static_assert(onArm<AudioDumpSkeleton>(560));
 
-// client -------------------------------------------------------------------------------------
+// ---- Client -------------------------------------------------------------------------------------
 
 struct FormatSkeleton {
     std::uint32_t words[6];

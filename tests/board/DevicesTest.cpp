@@ -111,7 +111,7 @@ TEST(NullPath, GoesToTheKernel) {
     EXPECT_EQ(errno, EFAULT);
 }
 
-// ---- memory -------------------------------------------------------------------
+// ---- Memory -------------------------------------------------------------------------------------
 
 class MemoryDevice : public InAnInstance {};
 
@@ -243,15 +243,14 @@ TEST_F(MemoryDevice, OpensInAForkedChildWhileAnotherThreadOpensIt) {
         }
     });
     std::string results;
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < 20; ++i)
         results += inForkedChild([] { return open("/dev/mem", O_RDWR) >= 0 ? "+" : "-"; });
-    }
     stop = true;
     opener.join();
     EXPECT_EQ(results, std::string(20, '+'));
 }
 
-// ---- cache --------------------------------------------------------------------
+// ---- Cache --------------------------------------------------------------------------------------
 
 class CacheDevice : public InAnInstance {
 protected:

@@ -32,9 +32,7 @@ class OpenFile {
 public:
     explicit OpenFile(int descriptor) : mDescriptor(descriptor) {}
     ~OpenFile() {
-        if (mDescriptor >= 0) {
-            close(mDescriptor);
-        }
+        if (mDescriptor >= 0) close(mDescriptor);
     }
     OpenFile(const OpenFile&) = delete;
     OpenFile& operator=(const OpenFile&) = delete;

@@ -20,7 +20,7 @@ using ::testing::StartsWith;
 
 class Launcher : public WithTheLauncher {};
 
-// ---- manners ------------------------------------------------------------------
+// ---- Manners ------------------------------------------------------------------------------------
 
 TEST_F(Launcher, PrintsHelpAndVersion) {
     for (const char* option : {"-h", "--help"}) {
@@ -69,18 +69,16 @@ TEST_F(Launcher, IsSilentUnlessAsked) {
                 AllOf(IsOneLine(), HasSubstr(mInstance.name())));
 }
 
-// ---- the program's own --------------------------------------------------------
+// ---- The program's own --------------------------------------------------------------------------
 
 TEST_F(Launcher, PassesTheExitStatusOn) {
-    for (const int status : {0, 1, 2, 3, 42, 126, 127, 255}) {
+    for (const int status : {0, 1, 2, 3, 42, 126, 127, 255})
         EXPECT_EQ(launch({PROBE, "exit", std::to_string(status)}).exitCode, status);
-    }
 }
 
 TEST_F(Launcher, LetsTheProgramEndByItsSignals) {
-    for (const int number : {SIGTERM, SIGINT, SIGKILL, SIGUSR1}) {
+    for (const int number : {SIGTERM, SIGINT, SIGKILL, SIGUSR1})
         EXPECT_EQ(launch({PROBE, "raise", std::to_string(number)}).signal, number);
-    }
 }
 
 TEST_F(Launcher, RunsTheProgramInItsOwnProcess) {
@@ -94,9 +92,8 @@ TEST_F(Launcher, PassesArgumentsUnchanged) {
     Words words{"--", PROBE, "words"};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::string expected;
-    for (const std::string& argument : arguments) {
+    for (const std::string& argument : arguments)
         expected += "[" + argument + "]\n";
-    }
     EXPECT_EQ(launch(words).out, expected);
 }
 
@@ -104,14 +101,12 @@ TEST_F(Launcher, TakesOptionsOnlyBeforeTheProgram) {
     EXPECT_EQ(launch({PROBE, "words", "--private", "-h"}).out, "[--private]\n[-h]\n");
 }
 
-// A program's report of its start without the variables of the stand-in.
+/// A program's report of its start without the variables of the stand-in.
 std::string reportOf(const Start& start) {
     std::string report = runProgram(start).out;
     for (const char* own : {"variable: LD_PRELOAD=", "variable: CABINAUDIO_INSTANCE="}) {
         const std::size_t begin = report.find(own);
-        if (begin != std::string::npos) {
-            report.erase(begin, report.find('\n', begin) + 1 - begin);
-        }
+        if (begin != std::string::npos) report.erase(begin, report.find('\n', begin) + 1 - begin);
     }
     return report;
 }
@@ -183,7 +178,7 @@ TEST_F(LaunchedProgram, UsesTheGivenConfigurationDirectory) {
     EXPECT_TRUE(fs::exists(directory() / "a b" / "audio_config"));
 }
 
-// ---- scripts ------------------------------------------------------------------
+// ---- Scripts ------------------------------------------------------------------------------------
 
 class Script : public WithTheLauncher {
 protected:
@@ -223,7 +218,7 @@ TEST_F(Script, ThatInterpretsItselfIsNotExecutable) {
                 IsOneLine());
 }
 
-// ---- finding the program ------------------------------------------------------
+// ---- Finding the program ------------------------------------------------------------------------
 
 TEST_F(Launcher, FindsTheProgramInPath) {
     Start start = launching({"probe", "exit", "9"});
@@ -240,7 +235,7 @@ TEST_F(Launcher, ReturnsTheStatusOfAShellWhenThereIsNoProgram) {
     EXPECT_THAT(launchExpecting(127, {"/no/such/program"}).err, IsOneLine());
 }
 
-// ---- instances ----------------------------------------------------------------
+// ---- Instances ----------------------------------------------------------------------------------
 
 class TwoInstances : public WithTheLauncher {
 protected:
@@ -306,11 +301,11 @@ TEST_F(TwoInstances, AreCleanedOneByOne) {
     EXPECT_TRUE(fs::exists(mOther.objectFile("ring")));
 }
 
-// ---- private instances --------------------------------------------------------
+// ---- Private instances --------------------------------------------------------------------------
 
 class PrivateInstance : public WithTheLauncher {
 protected:
-    // Its name in a run of its own.
+    /// Its name in a run of its own.
     std::string nameOfARun() const {
         return variableIn(launch({"--private", PROBE, "report"}).out, "CABINAUDIO_INSTANCE");
     }
@@ -321,7 +316,7 @@ protected:
         });
     }
 
-    // The cleaner is no child of ours: only the files tell that it is done.
+    /// The cleaner is no child of ours: only the files tell that it is done.
     static bool isGoneInTime(const fs::path& directory, const std::string& name) {
         return eventually([&] { return !leftIn(directory, name); }, std::chrono::minutes(1));
     }

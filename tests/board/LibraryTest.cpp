@@ -15,9 +15,7 @@ std::string linesWith(const std::string& word, const std::string& text) {
     while (begin < text.size()) {
         const std::size_t end = text.find('\n', begin) + 1;
         const std::string line = text.substr(begin, end - begin);
-        if (line.find(word) != std::string::npos) {
-            found += line;
-        }
+        if (line.find(word) != std::string::npos) found += line;
         begin = end == 0 ? text.size() : end;
     }
     return found;
@@ -40,9 +38,7 @@ TEST(StandIn, NeedsNothingButTheCLibrary) {
     ASSERT_NE(needed, "");
     for (const char* allowed : {"[libc.so.6]", "[libdl.so.2]", "[ld-linux"}) {
         const std::string line = linesWith(allowed, needed);
-        if (!line.empty()) {
-            needed.erase(needed.find(line), line.size());
-        }
+        if (!line.empty()) needed.erase(needed.find(line), line.size());
     }
     EXPECT_EQ(needed, "");
     EXPECT_NE(linesWith("(SONAME)", read).find("[libcabinaudio-board.so]"), std::string::npos);

@@ -38,12 +38,12 @@ protected:
         return start;
     }
 
-    // The path that a program finds the library under.
+    /// The path that a program finds the library under.
     fs::path link() const {
         return variableIn(runProgram(starting({PROBE, "report"})).out, "LD_PRELOAD");
     }
 
-    // A directory that is made with another mode.
+    /// A directory that is made with another mode.
     fs::path place(const char* name, mode_t mode) const {
         const fs::path path = directory() / name;
         fs::create_directory(path);

@@ -32,7 +32,7 @@ int newSocket() {
     return socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
 }
 
-// The abstract name that a socket really has.
+/// The abstract name that a socket really has.
 std::string nameOf(int socket) {
     sockaddr_un record{};
     socklen_t length = sizeof record;
@@ -70,9 +70,8 @@ TEST_F(ServerSocket, IsFoundByAClientOfItsInstanceOnly) {
 
 TEST_F(ServerSocket, KeepsEveryOtherName) {
     const std::string suffix = "-" + mInstance.name();
-    for (const std::string& name : {"/tmp/as_internal_file" + suffix, "x" + suffix}) {
+    for (const std::string& name : {"/tmp/as_internal_file" + suffix, "x" + suffix})
         EXPECT_EQ(boundTo(name), name);
-    }
     // One byte more: the terminating zero would belong to the name.
     const std::string counted("/tmp/as_internal_file\0", 22);
     EXPECT_EQ(boundTo(counted), counted);
@@ -104,7 +103,7 @@ TEST_F(ServerSocket, KeepsItsNameInTheCommonInstance) {
     EXPECT_TRUE(name == "/tmp/as_internal_file" || errno == EADDRINUSE) << name;
 }
 
-// ---- shared memory ------------------------------------------------------------
+// ---- Shared memory ------------------------------------------------------------------------------
 
 class SharedMemoryObject : public InAnInstance {
 protected:
@@ -161,7 +160,7 @@ TEST_F(SharedMemoryObject, KeepsItsNameInTheCommonInstance) {
     EXPECT_EQ(shm_unlink(name.c_str()), 0);
 }
 
-// ---- the name itself ----------------------------------------------------------
+// ---- The name itself ----------------------------------------------------------------------------
 
 class InstanceName : public InAnInstance {};
 
@@ -189,9 +188,7 @@ TEST_F(InstanceName, SharesNothingAndWarnsOnceWhenInvalid) {
     mVariable.set("not/allowed");
     const std::string said = inForkedChild([] {
         int ends[2];
-        if (pipe(ends) != 0 || dup2(ends[1], STDERR_FILENO) < 0) {
-            return std::string("no pipe");
-        }
+        if (pipe(ends) != 0 || dup2(ends[1], STDERR_FILENO) < 0) return std::string("no pipe");
         const Address server("/tmp/as_internal_file");
         const int results[] = {open("/dev/mem", O_RDWR),
                                shm_open("ring", O_RDWR | O_CREAT, 0600),
@@ -201,9 +198,7 @@ TEST_F(InstanceName, SharesNothingAndWarnsOnceWhenInvalid) {
                                mkdir(board::CONFIG_DIRECTORY, 0700),
                                open(board::CONFIG_FILE, O_RDONLY)};
         for (const int result : results) {
-            if (result != -1 || errno != EINVAL) {
-                return std::string("something was shared");
-            }
+            if (result != -1 || errno != EINVAL) return std::string("something was shared");
         }
         char text[4096];
         const ssize_t length = read(ends[0], text, sizeof text);

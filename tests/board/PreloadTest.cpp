@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 
-// ---- programs of every kind ---------------------------------------------------
+// ---- Programs of every kind ---------------------------------------------------------------------
 
 struct Kind {
     const char* name;
@@ -108,7 +108,7 @@ TEST_P(LinkedProgram, RunsUnderTheLauncherAsWell) {
     EXPECT_EQ(outcome.out, "ok\n") << outcome.err;
 }
 
-// ---- what else is preloaded ---------------------------------------------------
+// ---- What else is preloaded ---------------------------------------------------------------------
 
 class Preloads : public WithTheLauncher {
 protected:
@@ -133,11 +133,11 @@ TEST_F(Preloads, ContainTheStandInOnce) {
     EXPECT_EQ(nested.out, "ok\n") << nested.err;
 }
 
-// ---- where the library lies ---------------------------------------------------
+// ---- Where the library lies ---------------------------------------------------------------------
 
 class LauncherInTree : public WithTheLauncher {
 protected:
-    // A launcher in `bin` and a library in another directory of the same tree.
+    /// A launcher in `bin` and a library in another directory of the same tree.
     Outcome checkIn(const std::string& bin, const std::string& lib, const std::string& library,
                     const std::string& program) {
         const fs::path root = directory() / std::to_string(++mTrees);
@@ -180,13 +180,13 @@ TEST_F(LauncherInTree, FindsTheLibraryForThe32BitArmInTheNeighbouringBuild) {
     EXPECT_EQ(outcome.out, "ok\n") << outcome.err;
 }
 
-// ---- refusals -----------------------------------------------------------------
+// ---- Refusals -----------------------------------------------------------------------------------
 
 class LauncherPreload : public WithTheLauncher {
 protected:
     fs::path trace() const { return directory() / "work" / "trace"; }
 
-    // Runs the program so that it would leave a trace, if it ran.
+    /// Runs the program so that it would leave a trace, if it ran.
     Outcome tryToRun(const std::string& program, Words options = {}) {
         fs::create_directory(trace().parent_path());
         chmod(trace().parent_path().c_str(), 0777);
@@ -235,7 +235,7 @@ TEST_F(LauncherPreload, RefusesAnotherLibrary) {
     expectRefused(tryToRun(PROBE, {"--board-lib", text}), "is not a");
 }
 
-// A copy of a library or program with another machine in its header.
+/// A copy of a library or program with another machine in its header.
 fs::path foreign(const fs::path& original, fs::path copy) {
     fs::copy_file(original, copy);
     std::fstream file(copy, std::ios::in | std::ios::out | std::ios::binary);
@@ -270,12 +270,10 @@ TEST_F(LauncherPreload, NamesTheLibraryThatTheProgramMisses) {
     EXPECT_THAT(outcome.err, AllOf(IsOneLine(), HasSubstr("libcabinaudio-board-missing.so")));
 }
 
-// ---- programs with more rights than their caller ------------------------------
+// ---- Programs with more rights than their caller ------------------------------------------------
 
 void becomeNobody() {
-    if (setgroups(0, nullptr) != 0 || setgid(NOBODY) != 0 || setuid(NOBODY) != 0) {
-        _exit(97);
-    }
+    if (setgroups(0, nullptr) != 0 || setgid(NOBODY) != 0 || setuid(NOBODY) != 0) _exit(97);
 }
 
 bool rightsAreIgnoredHere(const fs::path& directory) {
@@ -334,7 +332,7 @@ TEST_F(ProgramWithRights, RunsWithoutExtraRights) {
     EXPECT_TRUE(fs::exists(trace()));
 }
 
-// ---- a preload that the dry run promised and the run did not keep --------------
+// ---- A preload that the dry run promised and the run did not keep -------------------------------
 
 class LibraryThatDoesNotAnswer : public WithTheLauncher {};
 

@@ -18,19 +18,17 @@ Variable::Variable(const char* name, const std::string& value) : mName(name) {
 }
 
 Variable::~Variable() {
-    if (mHadValue) {
+    if (mHadValue)
         setenv(mName, mOldValue.c_str(), 1);
-    } else {
+    else
         unsetenv(mName);
-    }
 }
 
 void Variable::set(const std::string& value) {
-    if (value.empty()) {
+    if (value.empty())
         unsetenv(mName);
-    } else {
+    else
         setenv(mName, value.c_str(), 1);
-    }
 }
 
 OwnInstance::OwnInstance() {
@@ -45,9 +43,8 @@ OwnInstance::~OwnInstance() {
     const std::string otherPlaces = memoryFile().filename().native() + ".";
     for (const auto& entry : fs::directory_iterator("/dev/shm", ignored)) {
         const std::string name = entry.path().filename();
-        if (name.starts_with(prefix) || name.starts_with(otherPlaces)) {
+        if (name.starts_with(prefix) || name.starts_with(otherPlaces))
             fs::remove(entry.path(), ignored);
-        }
     }
 }
 

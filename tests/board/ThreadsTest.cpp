@@ -38,7 +38,7 @@ private:
     pthread_attr_t mAttributes;
 };
 
-// The C library's own function, without ours in front.
+/// The C library's own function, without ours in front.
 int createByTheCLibrary(pthread_t* thread, const pthread_attr_t* attributes) {
     using Create = int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
     void* libc = dlopen("libc.so.6", RTLD_NOLOAD | RTLD_LAZY);
@@ -91,9 +91,7 @@ TEST(RealTimeThread, StartsWithOrdinarySchedulingWhereItIsRefused) {
         Seen looked;
         pthread_t thread;
         const int status = pthread_create(&thread, RealTime().get(), lookAtThisThread, &looked);
-        if (status != 0) {
-            return "status " + std::to_string(status);
-        }
+        if (status != 0) return "status " + std::to_string(status);
         pthread_join(thread, nullptr);
         return "policy " + std::to_string(looked.policy);
     });
@@ -127,9 +125,7 @@ TEST(RealTimeThread, MayBeDetachedWhereItIsRefused) {
         RealTime attributes;
         pthread_attr_setdetachstate(attributes.get(), PTHREAD_CREATE_DETACHED);
         int ends[2];
-        if (pipe(ends) != 0) {
-            return std::string("no pipe");
-        }
+        if (pipe(ends) != 0) return std::string("no pipe");
         const auto say = [](void* end) -> void* {
             pthread_attr_t own;
             int detached = -1;
@@ -157,10 +153,10 @@ TEST(Thread, StartsUnchangedWithoutAttributes) {
 }
 
 TEST(Thread, ReportsErrorsUnrelatedToRealTime) {
-    constexpr std::size_t tooMuch = std::numeric_limits<std::size_t>::max() / 8 * 7;
+    constexpr std::size_t TOO_MUCH = std::numeric_limits<std::size_t>::max() / 8 * 7;
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, tooMuch), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, TOO_MUCH), 0);
     pthread_t thread;
     const int status = createByTheCLibrary(&thread, &attributes);
     ASSERT_NE(status, 0);

@@ -40,7 +40,7 @@ protected:
         }
         mMover = blocked(
             [this, moved = stream.get()] {
-                sleepOnUntil(mGo);
+                sleepUntilReleased(mGo);
                 return moved->move(data.data(), STEP, true);
             },
             kind.refusal());

@@ -99,7 +99,7 @@ protected:
         makeFull();
         mWriter = blocked(
             [this] {
-                sleepOnUntil(mGo);
+                sleepUntilReleased(mGo);
                 return write(10, true);
             },
             AUDIO_INVALID_OPERATION);

@@ -105,7 +105,7 @@ TEST_P(PlaybackFinish, NeedsNoCallback) {
 }
 
 TEST_P(PlaybackFinish, CallsTheCallbackWithoutTheLock) {
-    // Uses the stream from inside: would never return if the lock were held.
+    /// Uses the stream from inside: would never return if the lock were held.
     struct UsingCallback : audio::QVAudioTrackCallback {
         explicit UsingCallback(audio::QVAudioTrack& used) : user(used) {}
         void finish(bool) override { stopped = user.stop(); }

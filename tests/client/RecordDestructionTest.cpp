@@ -74,7 +74,7 @@ TEST_P(CaptureDestruction, KeepsWaitingWhenAnUpdateWakesItInsteadOfTheReader) {
     const int bytes = kind == Kind::RawMic ? 10 : 32 * 60'000;
     std::future<int> reader = blocked(
         [&] {
-            sleepOnUntil(go);
+            sleepUntilReleased(go);
             return read(bytes, true);
         },
         AUDIO_INVALID_STATE);

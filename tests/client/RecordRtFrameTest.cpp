@@ -183,9 +183,8 @@ TEST_F(LimitedFrame, IsRefusedForLiveMsbc) {
 
 TEST_F(LimitedFrame, IsSilentAtThePaceOfTheStream) {
     makeActive(512, speech(OPUS));  // 32 bytes a millisecond; a packet counts as 640
-    for (int i = 0; i < 10; ++i) {
+    for (int i = 0; i < 10; ++i)
         EXPECT_TRUE(delivered(readFrame(1000, true), silentOpusPacket(16000)));
-    }
     EXPECT_EQ(time.takeWaits(), Waits(10, 20));
     EXPECT_EQ(readFrame(1000, false), 0);
     time.pass(19);

@@ -87,7 +87,7 @@ TEST_F(PacedSilence, KeepsTheServersPaceWhateverTheApplicationAsksFor) {
 }
 
 TEST_F(PacedSilence, StaysWithinTwoPeriodsOfTheClockWhenReadsAreLate) {
-    time.beLate(2);  // as an application's thread may be
+    time.wakeLate(2);  // as an application's thread may be
     const std::uint64_t begin = time.now();
     std::uint64_t total = 0;
     for (int i = 0; i < 1000; ++i) {
@@ -100,10 +100,10 @@ TEST_F(PacedSilence, StaysWithinTwoPeriodsOfTheClockWhenReadsAreLate) {
 }
 
 TEST_F(PacedSilence, WarnsWhenAWaitTookTooLong) {
-    time.beLate(2);
+    time.wakeLate(2);
     EXPECT_EQ(read(512, true), 512);
     EXPECT_TRUE(loggedLike(WARN, ".*wait silence data.*\n", ABSENT));
-    time.beLate(3);
+    time.wakeLate(3);
     EXPECT_EQ(read(512, true), 512);
     // Two milliseconds were due from the first one.
     EXPECT_TRUE(logged(WARN, "[rec]wait silence data timeOut:17 expect:14\n"));

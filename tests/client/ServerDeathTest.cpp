@@ -8,7 +8,7 @@
 namespace cabinaudio::test {
 namespace {
 
-enum class Stage { CREATED, CHECKED, STARTED, MOVING, BLOCKED, STOPPED };
+enum class Stage { Created, Checked, Started, Moving, Blocked, Stopped };
 
 void PrintTo(Stage stage, std::ostream* out) {
     constexpr const char* NAMES[] = {"created", "checked", "started",
@@ -37,14 +37,14 @@ protected:
 TEST_P(ServerDeath, NeitherCrashesNorBlocksTheClient) {
     const ProcessState before = ProcessState::now();
     create();
-    if (reaches(Stage::CHECKED)) {
+    if (reaches(Stage::Checked)) {
         ASSERT_EQ(stream->initCheck(), AUDIO_NO_ERROR);
     }
-    if (reaches(Stage::STARTED)) start();
-    if (reaches(Stage::MOVING)) moveSome();
+    if (reaches(Stage::Started)) start();
+    if (reaches(Stage::Moving)) moveSome();
     std::future<int> blockedOne;
-    if (stopsAt(Stage::BLOCKED)) blockedOne = blockedMove(kind.writes ? 9000 : 4096);
-    if (stopsAt(Stage::STOPPED)) {
+    if (stopsAt(Stage::Blocked)) blockedOne = blockedMove(kind.writes ? 9000 : 4096);
+    if (stopsAt(Stage::Stopped)) {
         ASSERT_EQ(stream->stop(), AUDIO_NO_ERROR);
     }
 
@@ -68,9 +68,9 @@ TEST_P(ServerDeath, NeitherCrashesNorBlocksTheClient) {
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, ServerDeath,
                          ::testing::Combine(::testing::ValuesIn(streamKinds()),
-                                            ::testing::Values(Stage::CREATED, Stage::CHECKED,
-                                                              Stage::STARTED, Stage::MOVING,
-                                                              Stage::BLOCKED, Stage::STOPPED)),
+                                            ::testing::Values(Stage::Created, Stage::Checked,
+                                                              Stage::Started, Stage::Moving,
+                                                              Stage::Blocked, Stage::Stopped)),
                          NameOfParts());
 
 }  // namespace

@@ -77,7 +77,7 @@ void missNextSignal() {
     tMissesSignal = true;
 }
 
-void sleepOnUntil(std::binary_semaphore& go) {
+void sleepUntilReleased(std::binary_semaphore& go) {
     tGo = &go;
 }
 

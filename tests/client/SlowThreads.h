@@ -19,7 +19,7 @@ void missNextSignal();
 
 /// This thread's next timed wait on a condition goes on, without the wait's mutex, until `go` is
 /// released, whatever ended it.
-void sleepOnUntil(std::binary_semaphore& go);
+void sleepUntilReleased(std::binary_semaphore& go);
 
 /// As long as it lives, its thread notices a mutex that was let go of only 20 ms later at times, as
 /// any thread does that has to be woken up first.

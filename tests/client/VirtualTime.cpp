@@ -99,7 +99,7 @@ std::uint64_t VirtualTime::now() const {
     return gNowUs / 1000;
 }
 
-void VirtualTime::beLate(std::uint64_t ms) {
+void VirtualTime::wakeLate(std::uint64_t ms) {
     gLateMs = ms;
 }
 

@@ -21,7 +21,7 @@ public:
     [[nodiscard]] std::uint64_t now() const;
 
     /// Every wait that times out does so this much late.
-    void beLate(std::uint64_t ms);
+    void wakeLate(std::uint64_t ms);
     /// The next wait does not time out but is woken after `ms`, by this event or just so. The event
     /// runs without the wait's mutex.
     void wakeAfter(std::uint64_t ms, std::function<void()> event = {});

@@ -424,12 +424,12 @@ void rings(Talk& talk) {
 }
 
 /// Waits for the server: all of them end under a policy, some may not, or there are none to end.
-enum class Waits { BOUNDED, UNBOUNDED, NONE };
+enum class Waits { Bounded, Unbounded, None };
 
 Conversation conversation(const std::string& name, Waits waits,
                           const std::function<void(Talk&)>& use) {
-    return {name, waits == Waits::UNBOUNDED, [waits, use](Record& record, const Fault& fault) {
-                Talk talk(record, fault, waits == Waits::BOUNDED);
+    return {name, waits == Waits::Unbounded, [waits, use](Record& record, const Fault& fault) {
+                Talk talk(record, fault, waits == Waits::Bounded);
                 use(talk);
                 return talk.verdict();
             }};
@@ -442,17 +442,17 @@ std::vector<Conversation> allConversations() {
             all.push_back(conversation(kind.name + ending, waits,
                                        [&kind](Talk& talk) { stream(talk, kind); }));
     };
-    addStreams("", Waits::BOUNDED);
-    all.push_back(conversation("record with a dump", Waits::BOUNDED, dumpedRecord));
-    all.push_back(conversation("settings", Waits::BOUNDED, settings));
-    all.push_back(conversation("diagnostics", Waits::NONE, diagnostics));
-    all.push_back(conversation("threads and memory", Waits::NONE, foundation));
-    all.push_back(conversation("rings", Waits::NONE, rings));
-    all.push_back(conversation("no server", Waits::NONE, noServer));
-    all.push_back(conversation("silent server", Waits::NONE, silentServer));
-    all.push_back(conversation("request that is given up", Waits::BOUNDED, givingUp));
-    addStreams(" without a policy", Waits::UNBOUNDED);
-    all.push_back(conversation("settings without a policy", Waits::UNBOUNDED, settings));
+    addStreams("", Waits::Bounded);
+    all.push_back(conversation("record with a dump", Waits::Bounded, dumpedRecord));
+    all.push_back(conversation("settings", Waits::Bounded, settings));
+    all.push_back(conversation("diagnostics", Waits::None, diagnostics));
+    all.push_back(conversation("threads and memory", Waits::None, foundation));
+    all.push_back(conversation("rings", Waits::None, rings));
+    all.push_back(conversation("no server", Waits::None, noServer));
+    all.push_back(conversation("silent server", Waits::None, silentServer));
+    all.push_back(conversation("request that is given up", Waits::Bounded, givingUp));
+    addStreams(" without a policy", Waits::Unbounded);
+    all.push_back(conversation("settings without a policy", Waits::Unbounded, settings));
     return all;
 }
 

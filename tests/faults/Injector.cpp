@@ -92,10 +92,10 @@ bool isToFail(std::uint16_t function, void* returnAddress, int& error) {
 
 /// How a function tells that it has failed.
 enum class Telling {
-    ERRNO,      // -1, or what stands for it
-    RESULT,     // the error itself
-    EXCEPTION,  // std::bad_alloc
-    AFTERWARDS  // -1, when it has done what it was asked for
+    Errno,      // -1, or what stands for it
+    Result,     // the error itself
+    Exception,  // std::bad_alloc
+    Afterwards  // -1, when it has done what it was asked for
 };
 
 template <typename Result>
@@ -114,9 +114,9 @@ struct Hook {
     static Result call(Arguments... arguments) {
         int error = 0;
         if (!isToFail(WHICH, __builtin_return_address(0), error)) return real(arguments...);
-        if constexpr (TELLING == Telling::EXCEPTION) throw std::bad_alloc();
-        if constexpr (TELLING == Telling::RESULT) return static_cast<Result>(error);
-        if constexpr (TELLING == Telling::AFTERWARDS) (void)real(arguments...);
+        if constexpr (TELLING == Telling::Exception) throw std::bad_alloc();
+        if constexpr (TELLING == Telling::Result) return static_cast<Result>(error);
+        if constexpr (TELLING == Telling::Afterwards) (void)real(arguments...);
         errno = error;
         return failure<Result>();
     }
@@ -198,23 +198,23 @@ Row row(FaultyFunction function) {
 }
 
 template <std::uint16_t WHICH, typename Result, typename... Arguments>
-using ErrnoHook = Hook<WHICH, Telling::ERRNO, Result, Arguments...>;
+using ErrnoHook = Hook<WHICH, Telling::Errno, Result, Arguments...>;
 template <std::uint16_t WHICH, typename Result, typename... Arguments>
-using LateHook = Hook<WHICH, Telling::AFTERWARDS, Result, Arguments...>;
+using LateHook = Hook<WHICH, Telling::Afterwards, Result, Arguments...>;
 
 constexpr const char* NEW = sizeof(std::size_t) == 8 ? "_Znwm" : "_Znwj";
 constexpr const char* NEW_ARRAY = sizeof(std::size_t) == 8 ? "_Znam" : "_Znaj";
 constexpr const char* NEW_NOTHROW =
     sizeof(std::size_t) == 8 ? "_ZnwmRKSt9nothrow_t" : "_ZnwjRKSt9nothrow_t";
 
-// Functions whose arguments vary get as many words as any call of them has.
+/// Functions whose arguments vary get as many words as any call of them has.
 const std::vector<Row>& rows() {
     using Word = long;
     static const std::vector<Row> all = {
         row<ErrnoHook<0, void*, std::size_t>>({"malloc", {ENOMEM}, true}),
         row<ErrnoHook<1, void*, void*, std::size_t>>({"realloc", {ENOMEM}, true}),
-        row<Hook<2, Telling::EXCEPTION, void*, std::size_t>>({NEW, {ENOMEM}, true}),
-        row<Hook<3, Telling::EXCEPTION, void*, std::size_t>>({NEW_ARRAY, {ENOMEM}, true}),
+        row<Hook<2, Telling::Exception, void*, std::size_t>>({NEW, {ENOMEM}, true}),
+        row<Hook<3, Telling::Exception, void*, std::size_t>>({NEW_ARRAY, {ENOMEM}, true}),
         row<ErrnoHook<4, void*, std::size_t, const std::nothrow_t&>>({NEW_NOTHROW, {ENOMEM}, true}),
         row<ErrnoHook<5, int, int, int, int>>(
             {"socket", {EMFILE, ENFILE, ENOMEM, ENOBUFS, EACCES}}),
@@ -249,7 +249,7 @@ const std::vector<Row>& rows() {
         row<ErrnoHook<26, int, sem_t*, int, const void*>>({"sem_clockwait", {EINTR, ETIMEDOUT}}),
         row<LateHook<27, int, sem_t*>>({"sem_destroy", {EBUSY}}),
         row<ThreadHook<28>>({"pthread_create", {EAGAIN, EPERM}, false, false, true}),
-        row<Hook<29, Telling::RESULT, int, pthread_t, const char*>>(
+        row<Hook<29, Telling::Result, int, pthread_t, const char*>>(
             {"pthread_setname_np", {EMFILE, EACCES, ENOENT}}),
         // Sleeping: the word has changed already, or a signal came.
         row<SleepHook<30>>({"syscall", {EAGAIN, EINTR}, false, false, true, true}),

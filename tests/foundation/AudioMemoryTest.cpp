@@ -12,7 +12,7 @@
 #include <string>
 
 extern "C" {
-// A sanitizer's allocator should fail like any other, and 4 GiB should be too much for it.
+/// A sanitizer's allocator should fail like any other, and 4 GiB should be too much for it.
 const char* __asan_default_options() {
     return "allocator_may_return_null=1:max_allocation_size_mb=1024";
 }

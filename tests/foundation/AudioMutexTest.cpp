@@ -23,7 +23,7 @@ std::int32_t tryLockOnAnotherThread(AudioMutex& mutex) {
     return result;
 }
 
-// The compiler does not follow a result through an expectation.
+/// The compiler does not follow a result through an expectation.
 void tryTwice() CABINAUDIO_UNCHECKED_LOCKING {
     AudioMutex mutex(false);
     ASSERT_EQ(mutex.tryLock(), 0);

@@ -110,14 +110,14 @@ TEST(TimeTravel, EndsWhereItBeganWhenItIsUndone) {
 }
 
 TEST(TimeTravel, StopsAtTheEndsOfTheClock) {
-    constexpr time_t last = std::numeric_limits<time_t>::max();
-    constexpr time_t first = std::numeric_limits<time_t>::min();
-    expectTravel(timeOf(last, 0), 2000000, last, 0);
-    expectTravel(timeOf(last, 999999000), 1, last, 0);
-    expectTravel(timeOf(first, 0), -2000000, first, 0);
+    constexpr time_t LAST = std::numeric_limits<time_t>::max();
+    constexpr time_t FIRST = std::numeric_limits<time_t>::min();
+    expectTravel(timeOf(LAST, 0), 2000000, LAST, 0);
+    expectTravel(timeOf(LAST, 999999000), 1, LAST, 0);
+    expectTravel(timeOf(FIRST, 0), -2000000, FIRST, 0);
     if constexpr (sizeof(time_t) == 4) {
-        expectTravel(timeOf(5, 0), MOST, last, 775807000);
-        expectTravel(timeOf(5, 0), LEAST, first, 224192000);
+        expectTravel(timeOf(5, 0), MOST, LAST, 775807000);
+        expectTravel(timeOf(5, 0), LEAST, FIRST, 224192000);
     } else {
         expectTravel(timeOf(5, 0), MOST, static_cast<time_t>(9223372036859), 775807000);
         expectTravel(timeOf(5, 0), LEAST, static_cast<time_t>(-9223372036850), 224192000);

@@ -14,7 +14,7 @@ namespace cabinaudio::test {
 
 namespace {
 
-[[noreturn]] void beTheChild(int output, void (*body)()) {
+[[noreturn]] void runChild(int output, void (*body)()) {
     const struct rlimit noCore = {0, 0};
     setrlimit(RLIMIT_CORE, &noCore);
     dup2(output, STDERR_FILENO);
@@ -51,7 +51,7 @@ ChildEnd runInChild(void (*body)()) {
     if (pipe(ends) != 0) throw std::runtime_error("pipe");
     const pid_t child = fork();
     if (child < 0) throw std::runtime_error("fork");
-    if (child == 0) beTheChild(ends[1], body);
+    if (child == 0) runChild(ends[1], body);
     close(ends[1]);
     ChildEnd end = {};
     end.output = readAll(ends[0]);

@@ -18,7 +18,7 @@
 namespace cabinaudio::fuzz {
 
 /// How many requests an operation makes.
-enum class Requests { NONE, ONE, SEVERAL };
+enum class Requests { None, One, Several };
 
 /// Calls the member with arguments out of the input, first to last, and checks its results.
 template <typename Client, typename Result, typename Owner, typename... Parameter>
@@ -52,24 +52,24 @@ struct Operation {
     }
     template <auto MEMBER>
     static Operation none() {
-        return of<Requests::NONE, MEMBER>();
+        return of<Requests::None, MEMBER>();
     }
     template <auto MEMBER>
     static Operation one() {
-        return of<Requests::ONE, MEMBER>();
+        return of<Requests::One, MEMBER>();
     }
     template <auto MEMBER>
     static Operation several() {
-        return of<Requests::SEVERAL, MEMBER>();
+        return of<Requests::Several, MEMBER>();
     }
     /// The same for overloads, which the member's type tells apart.
     template <typename Member, Member MEMBER>
     static Operation none() {
-        return of<Requests::NONE, MEMBER>();
+        return of<Requests::None, MEMBER>();
     }
     template <typename Member, Member MEMBER>
     static Operation one() {
-        return of<Requests::ONE, MEMBER>();
+        return of<Requests::One, MEMBER>();
     }
 };
 

@@ -82,7 +82,7 @@ public:
     }
 
     /// What is no message: from here on the server may take the rest of one for anything.
-    void babble(const Bytes& bytes) {
+    void sendGarbage(const Bytes& bytes) {
         mIsInStep = false;
         (void)send(bytes);
     }
@@ -236,11 +236,11 @@ void step(std::vector<FuzzedClient>& clients, Input& input) {
         Bytes bytes(input.byte());
         for (std::uint8_t& byte : bytes)
             byte = input.byte();
-        client.babble(bytes);
+        client.sendGarbage(bytes);
     } else if (choice < 112) {
         Bytes message = client.request(payloadOf(client, input));
         message.resize(input.byte() % (message.size() + 1));
-        client.babble(message);
+        client.sendGarbage(message);
     } else if (choice < 136) {
         harm(client, input);
     } else {

@@ -57,8 +57,8 @@ Move moveOf(Input& input, const Bytes& good) {
         std::memcpy(&bytes[at], &number, sizeof number);
     }
     if (choice == 240) bytes.resize(input.byte() % bytes.size());
-    if (choice == 241) return {bytes, Move::End::CLOSES};
-    if (choice == 242) return {{}, Move::End::CLOSES};
+    if (choice == 241) return {bytes, Move::End::Closes};
+    if (choice == 242) return {{}, Move::End::Closes};
     if (choice == 243) bytes.resize(bytes.size() + input.byte());
     return {bytes};
 }

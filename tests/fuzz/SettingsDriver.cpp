@@ -33,7 +33,7 @@ public:
 
     void perform(std::size_t index, Input& input) {
         const Operation<Client>& operation = mOperations[index];
-        mPeer->prepare(Script(input), operation.requests != Requests::SEVERAL);
+        mPeer->prepare(Script(input), operation.requests != Requests::Several);
         operation.invoke(*mClient, input);
         if (mPeer->answered() != 0) ++mAnswers[index];
         for (const Function& function : mPeer->functions())
@@ -128,7 +128,7 @@ const char* SettingsDriver::nameOf(std::size_t operation) const {
 bool SettingsDriver::hasEffect(std::size_t operation) const {
     bool hasEffect = false;
     mConnections->at(operation, [&hasEffect](const auto& connection, std::size_t place) {
-        hasEffect = connection.operation(place).requests != Requests::NONE;
+        hasEffect = connection.operation(place).requests != Requests::None;
     });
     return hasEffect;
 }

@@ -66,7 +66,7 @@ Outcome liveWith(const StreamKind& kind, const std::string& name, std::size_t cu
 
 /// The calls with a server that is cut after 0, 1, 2, ... bytes.
 std::vector<Outcome> outcomes(const StreamKind& kind, Move::End end) {
-    const std::size_t step = stride(end == Move::End::STALLS ? 3 : 1);
+    const std::size_t step = stride(end == Move::End::Stalls ? 3 : 1);
     std::vector<Outcome> all(Ends(kind).all / step + 1);
     HostileServer server;
     for (std::size_t i = 0; i < all.size(); ++i)
@@ -102,7 +102,7 @@ TEST_P(CutConversation, FailsWhenItIsClosedAtAnyByte) {
     const ProcessState before = ProcessState::now();
     {
         const PolicyGuard guard({60s, true, true});
-        for (const Outcome& outcome : outcomes(kind, Move::End::CLOSES)) {
+        for (const Outcome& outcome : outcomes(kind, Move::End::Closes)) {
             expectNoSuccessBefore(outcome);
             EXPECT_TRUE(outcome.cut < ends.checked || outcome.check == AUDIO_NO_ERROR)
                 << outcome.cut;
@@ -117,7 +117,7 @@ TEST_P(CutConversation, FailsWhenTheServerStallsAtAnyByte) {
     const ProcessState before = ProcessState::now();
     {
         const PolicyGuard guard({40ms, true, true});
-        for (const Outcome& outcome : outcomes(kind, Move::End::STALLS))
+        for (const Outcome& outcome : outcomes(kind, Move::End::Stalls))
             expectNoSuccessBefore(outcome);
     }
     EXPECT_TRUE(leavesNoMoreThan(before));
@@ -126,7 +126,7 @@ TEST_P(CutConversation, FailsWhenTheServerStallsAtAnyByte) {
 INSTANTIATE_TEST_SUITE_P(OfEachKind, CutConversation, ::testing::ValuesIn(streamKinds()),
                          ::testing::PrintToStringParamName());
 
-// ---- Settings, which all use one kind of request --------------------------------------------
+// ---- Settings, which all use one kind of request ------------------------------------------------
 
 /// @return whether the operation succeeded, with a server that is cut
 template <typename Operation>
@@ -158,11 +158,11 @@ TEST(CutSettingConversation, FailsWhenItIsClosedAtAnyByte) {
         };
         for (std::size_t cut = 0; cut <= REGISTERED + FRAME; cut += stride(1)) {
             const bool isTold = cut >= REGISTERED + TOLD;
-            EXPECT_EQ(succeeds(cut, Move::End::CLOSES, getVolume), isTold) << cut;
-            EXPECT_EQ(succeeds(cut, Move::End::CLOSES, getVersions), isTold) << cut;
-            EXPECT_EQ(succeeds(cut, Move::End::CLOSES, getNames), isTold) << cut;
+            EXPECT_EQ(succeeds(cut, Move::End::Closes, getVolume), isTold) << cut;
+            EXPECT_EQ(succeeds(cut, Move::End::Closes, getVersions), isTold) << cut;
+            EXPECT_EQ(succeeds(cut, Move::End::Closes, getNames), isTold) << cut;
         }
-        EXPECT_TRUE(succeeds(REGISTERED + FRAME + 4, Move::End::CLOSES, getVolume));
+        EXPECT_TRUE(succeeds(REGISTERED + FRAME + 4, Move::End::Closes, getVolume));
     }
     EXPECT_TRUE(leavesNoMoreThan(before));
 }
@@ -170,7 +170,7 @@ TEST(CutSettingConversation, FailsWhenItIsClosedAtAnyByte) {
 TEST(CutSettingConversation, FailsWhenTheServerStallsAtAnyByte) {
     const PolicyGuard guard({20ms, true, true});
     for (std::size_t cut = 0; cut < REGISTERED + FRAME; cut += stride(3))
-        EXPECT_FALSE(succeeds(cut, Move::End::STALLS, getVolume)) << cut;
+        EXPECT_FALSE(succeeds(cut, Move::End::Stalls, getVolume)) << cut;
 }
 
 }  // namespace

@@ -57,7 +57,7 @@ Plan cutAfter(std::size_t budget, Move::End end) {
         const std::size_t count = std::min(*left, good.size());
         *left -= count;
         const auto stop = good.begin() + static_cast<std::ptrdiff_t>(count);
-        return {Bytes(good.begin(), stop), count < good.size() ? end : Move::End::GOES_ON};
+        return {Bytes(good.begin(), stop), count < good.size() ? end : Move::End::GoesOn};
     };
 }
 
@@ -95,9 +95,9 @@ Answer HostileServer::answer(const Request& request) {
     else
         good = goodAnswer(request.header.type, request.function());
     const Move move = talk.plan(talk.messages++, good);
-    talk.isOver = move.end != Move::End::GOES_ON;
+    talk.isOver = move.end != Move::End::GoesOn;
     Answer answer = Answer::raw(move.bytes);
-    if (move.end == Move::End::CLOSES) answer.thenClose();
+    if (move.end == Move::End::Closes) answer.thenClose();
     return answer;
 }
 

@@ -15,9 +15,9 @@ namespace cabinaudio::test {
 
 /// A server's bytes about one message of a client, and its behaviour behind them.
 struct Move {
-    enum class End { GOES_ON, CLOSES, STALLS };
+    enum class End { GoesOn, Closes, Stalls };
     Bytes bytes;
-    End end = End::GOES_ON;
+    End end = End::GoesOn;
 };
 
 /// Called for each message of one client: its number, from 0, the registration, and all that a good

@@ -49,7 +49,7 @@ public:
 
     /// Stands still at its point, and then serves until its input ends.
     void run() {
-        standStill();  // now it can be connected to
+        suspend();  // now it can be connected to
         if (mMessage >= 0) std::thread([this] { stopAtPoint(); }).detach();
         pollfd input = {STDIN_FILENO, POLLIN, 0};
         while (poll(&input, 1, -1) <= 0) {
@@ -61,7 +61,7 @@ public:
 private:
     /// At once: a signal to the process instead of the thread might stop another thread first, and
     /// this one would go on meanwhile.
-    static void standStill() { raise(SIGSTOP); }
+    static void suspend() { raise(SIGSTOP); }
 
     /// As many bytes as the client expects: it takes more bytes for the next message.
     Bytes bodyOf(const Request& request) {
@@ -109,17 +109,17 @@ private:
         const Reply reply = mReply.get_future().get();
         const Bytes& all = reply.bytes;
         std::size_t sent = 0;
-        if (mCut == Cut::IN_HEADER) sent = 13;
-        if (mCut == Cut::IN_BODY) sent = all.size() - 2;
-        if (mCut >= Cut::BEHIND) sent = all.size();
+        if (mCut == Cut::InHeader) sent = 13;
+        if (mCut == Cut::InBody) sent = all.size() - 2;
+        if (mCut >= Cut::Behind) sent = all.size();
         send(all, 0, sent);
         const Bytes notification =
             ScriptedServer::frame(HEADER_NOTIFY, reply.announces ? event() : UNKNOWN_EVENT, 1);
-        const std::size_t told = mCut == Cut::IN_NOTIFICATION       ? 21
-                                 : mCut == Cut::BEHIND_NOTIFICATION ? notification.size()
-                                                                    : 0;
+        const std::size_t told = mCut == Cut::InNotification       ? 21
+                                 : mCut == Cut::BehindNotification ? notification.size()
+                                                                   : 0;
         send(notification, 0, told);
-        standStill();
+        suspend();
         send(all, sent, all.size());
         if (told != 0 || reply.announces) send(notification, told, notification.size());
     }

@@ -25,11 +25,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-enum class Way { KILLED, RESTARTED, CONTINUED, STOPPED, STOPPED_TO_THE_END };
+enum class Way { Killed, Restarted, Continued, Stopped, StoppedToTheEnd };
 constexpr int WAYS = 5;
 
 bool staysStopped(Way way) {
-    return way == Way::STOPPED || way == Way::STOPPED_TO_THE_END;
+    return way == Way::Stopped || way == Way::StoppedToTheEnd;
 }
 
 /// For all steps of a client, however busy the machine is.
@@ -49,7 +49,7 @@ struct Point {
 };
 
 std::vector<Point> pointsOf(const ClientKind& kind) {
-    std::vector<Point> points = {{NO_MESSAGE, Cut::BEFORE}};
+    std::vector<Point> points = {{NO_MESSAGE, Cut::Before}};
     for (int message = 0; message < kind.messages; ++message)
         for (int cut = 0; cut < CUTS; ++cut)
             points.push_back({message, static_cast<Cut>(cut)});
@@ -59,12 +59,12 @@ std::vector<Point> pointsOf(const ClientKind& kind) {
 /// A server must send each header and body in one piece, so the client ignores a server that
 /// continues in the middle of one.
 bool isPossible(Point point, Way way) {
-    return way != Way::CONTINUED || point.cut == Cut::BEFORE || point.cut == Cut::BEHIND ||
-           point.cut == Cut::BEHIND_NOTIFICATION;
+    return way != Way::Continued || point.cut == Cut::Before || point.cut == Cut::Behind ||
+           point.cut == Cut::BehindNotification;
 }
 
 LinkPolicy policyOf(Way way, std::chrono::milliseconds shortTimeout = SHORT_TIMEOUTS[0]) {
-    if (way == Way::CONTINUED) return {};
+    if (way == Way::Continued) return {};
     return {staysStopped(way) ? shortTimeout : std::chrono::milliseconds(BOUND), true, true};
 }
 
@@ -108,7 +108,7 @@ protected:
 
     /// This server serves the client as usual.
     static void expectGood(PointServer& server, Conversation& conversation) {
-        server.goOn();
+        server.resume();
         ASSERT_TRUE(conversation.ends());
         expectGood(conversation.statuses());
     }
@@ -144,41 +144,41 @@ protected:
     static bool isMet(Point point, Way way, std::chrono::milliseconds shortTimeout) {
         const PolicyGuard guard(policyOf(way, shortTimeout));
         PointServer server(kind().name, point.message, point.cut);
-        if (point.message != NO_MESSAGE) server.goOn();
+        if (point.message != NO_MESSAGE) server.resume();
         Conversation conversation(kind());
-        if (point.message != NO_MESSAGE && !comesToPoint(server, conversation)) return false;
-        goOn(conversation, server, way);
+        if (point.message != NO_MESSAGE && !reachesPoint(server, conversation)) return false;
+        resume(conversation, server, way);
         return true;
     }
 
-    static bool comesToPoint(PointServer& server, Conversation& conversation) {
+    static bool reachesPoint(PointServer& server, Conversation& conversation) {
         bool stands = false;
         const bool isOver = eventually(
             [&] {
-                stands = server.standsStillNow();
+                stands = server.isSuspendedNow();
                 return stands || conversation.hasEnded();
             },
             BOUND);
         if (stands || !isOver) return stands;
-        return eventually([&] { return server.standsStillNow(); }, STOPPING_BOUND);
+        return eventually([&] { return server.isSuspendedNow(); }, STOPPING_BOUND);
     }
 
     /// Behind the point.
-    static void goOn(Conversation& conversation, PointServer& server, Way way) {
-        if (way == Way::CONTINUED) return expectGood(server, conversation);
+    static void resume(Conversation& conversation, PointServer& server, Way way) {
+        if (way == Way::Continued) return expectGood(server, conversation);
         if (!staysStopped(way)) server.kill();
         ASSERT_TRUE(conversation.ends());
         (void)conversation.statuses();  // as far as it came
         expectBroken(conversation);
-        if (way == Way::STOPPED) {
+        if (way == Way::Stopped) {
             // The late answer is discarded.
-            server.goOn();
+            server.resume();
             const int late = conversation.operate();
             EXPECT_TRUE(isRefusal(late) || late == UNANSWERED) << late;
         }
         conversation.destroy();
-        if (way == Way::RESTARTED) {
-            PointServer next(kind().name, NO_MESSAGE, Cut::BEFORE);
+        if (way == Way::Restarted) {
+            PointServer next(kind().name, NO_MESSAGE, Cut::Before);
             expectGood(next);
         }
         if (!staysStopped(way)) return;
@@ -209,7 +209,7 @@ TEST_P(ServerLoss, AtAnyPointLeavesNoClientBlocked) {
         const auto turn = static_cast<Way>(mine % WAYS);
         for (int one = 0; one < WAYS; ++one) {
             const auto way = static_cast<Way>(one);
-            const Way only = isPossible(points[number], turn) ? turn : Way::KILLED;
+            const Way only = isPossible(points[number], turn) ? turn : Way::Killed;
             if (meetsAll() ? !isPossible(points[number], way) : way != only) continue;
             SCOPED_TRACE("message " + std::to_string(points[number].message) + ", cut " +
                          std::to_string(static_cast<int>(points[number].cut)) + ", way " +
@@ -224,8 +224,8 @@ TEST_P(ServerLoss, AtAnyPointLeavesNoClientBlocked) {
 }
 
 TEST_P(ServerLoss, ByAKillDuringDestructionLeavesNothing) {
-    const PolicyGuard guard(policyOf(Way::KILLED));
-    PointServer server(kind().name, NO_MESSAGE, Cut::BEFORE);
+    const PolicyGuard guard(policyOf(Way::Killed));
+    PointServer server(kind().name, NO_MESSAGE, Cut::Before);
     Conversation conversation(kind());
     ASSERT_NO_FATAL_FAILURE(expectGood(server, conversation));
     std::thread killer([&] { server.kill(); });
@@ -235,7 +235,7 @@ TEST_P(ServerLoss, ByAKillDuringDestructionLeavesNothing) {
 
 // Without a policy. A request that is under way would have to be answered first.
 TEST_P(ServerLoss, ByAStopBeforeDestructionLeavesNothing) {
-    PointServer server(kind().name, NO_MESSAGE, Cut::BEFORE);
+    PointServer server(kind().name, NO_MESSAGE, Cut::Before);
     Conversation conversation(kind());
     ASSERT_NO_FATAL_FAILURE(expectGood(server, conversation));
     ASSERT_TRUE(eventually([&] { return conversation.isSettled(); }));

@@ -46,7 +46,7 @@ PointServer::PointServer(const std::string& kind, int message, Cut cut) {
     mPid = start(words, ends[0]);
     close(ends[0]);
     mInput = ends[1];
-    if (!standsStill()) throw std::runtime_error("the server does not come up");
+    if (!isSuspended()) throw std::runtime_error("the server does not come up");
 }
 
 PointServer::~PointServer() {
@@ -54,21 +54,21 @@ PointServer::~PointServer() {
     close(mInput);
 }
 
-bool PointServer::standsStill() {
-    return eventually([this] { return standsStillNow(); }, std::chrono::minutes(1));
+bool PointServer::isSuspended() {
+    return eventually([this] { return isSuspendedNow(); }, std::chrono::minutes(1));
 }
 
-bool PointServer::standsStillNow() {
+bool PointServer::isSuspendedNow() {
     int status = 0;
     return waitpid(mPid, &status, WUNTRACED | WNOHANG) == mPid && WIFSTOPPED(status);
 }
 
 void PointServer::stop() {
     ::kill(mPid, SIGSTOP);
-    if (!standsStill()) throw std::runtime_error("the server does not stop");
+    if (!isSuspended()) throw std::runtime_error("the server does not stop");
 }
 
-void PointServer::goOn() {
+void PointServer::resume() {
     ::kill(mPid, SIGCONT);
 }
 

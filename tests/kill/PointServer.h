@@ -22,11 +22,11 @@ public:
     PointServer& operator=(const PointServer&) = delete;
 
     /// Waits until it is stopped, for a minute at most. @return whether it is
-    [[nodiscard]] bool standsStill();
+    [[nodiscard]] bool isSuspended();
     /// The same, but without waiting.
-    [[nodiscard]] bool standsStillNow();
+    [[nodiscard]] bool isSuspendedNow();
     void stop();
-    void goOn();
+    void resume();
     /// With SIGKILL; returns once it is gone.
     void kill();
 

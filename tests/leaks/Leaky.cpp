@@ -20,7 +20,7 @@ void loseRing() {
     gLost = nullptr;
 }
 
-// Pushes what is left of the calls off the stack.
+/// Pushes what is left of the calls off the stack.
 __attribute__((noinline)) void forget() {
     volatile char wiped[4096];
     for (volatile char& byte : wiped)

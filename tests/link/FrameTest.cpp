@@ -107,7 +107,7 @@ TEST_F(Frame, CallbackRunsOnTheReceiveThread) {
     EXPECT_TRUE(elsewhere);
 }
 
-// ---- Without a callback ------------------------------------------------------------------------
+// ---- Without a callback -------------------------------------------------------------------------
 
 class ConnectionWithoutCallback : public ::testing::Test {
 protected:
@@ -140,7 +140,7 @@ TEST_F(ConnectionWithoutCallback, LogsAWrongMagic) {
         logged(log, DEBUG, "disconnect return from recv,recv failed(32) magic=0x1010101\n"));
 }
 
-// ---- Receives that fail ------------------------------------------------------------------------
+// ---- Receives that fail -------------------------------------------------------------------------
 
 /// The connection is made after the receive function was replaced, because its thread is in there
 /// from then on.

@@ -33,7 +33,7 @@ void* __wrap_malloc(std::size_t size) {
     return __real_malloc(size);
 }
 
-// operator new(std::size_t, const std::nothrow_t&), as 64-bit and as 32-bit compilers name it.
+/// operator new(std::size_t, const std::nothrow_t&), as 64-bit and as 32-bit compilers name it.
 void* __wrap__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t&) {
     if (failsObject > 0 && --failsObject == 0) return nullptr;
     return ::operator new(size);

@@ -32,17 +32,17 @@ namespace {
 thread_local std::function<void()> tLastMoment;  // of the next wait of this thread
 thread_local std::function<void()> tBeforeFlag;  // before it says next that it waits for space
 
-void comeToTheLastMoment() {
+void reachCheckBeforeWait() {
     if (tLastMoment) std::exchange(tLastMoment, nullptr)();
 }
 
 void waitLater(AudioCondition* condition, AudioMutex& mutex) {
-    comeToTheLastMoment();
+    reachCheckBeforeWait();
     operations::wait.real(condition, mutex);
 }
 
 std::int32_t waitRelativeLater(AudioCondition* condition, AudioMutex& mutex, std::uint64_t ms) {
-    comeToTheLastMoment();
+    reachCheckBeforeWait();
     return operations::waitRelative.real(condition, mutex, ms);
 }
 

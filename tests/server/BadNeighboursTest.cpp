@@ -64,12 +64,12 @@ private:
 /// Repeats bad actions in threads of their own until the end.
 class Rage {
 public:
-    void add(std::function<void()> deed) {
-        mThreads.emplace_back([this, deed = std::move(deed)] {
+    void add(std::function<void()> action) {
+        mThreads.emplace_back([this, action = std::move(action)] {
             while (!mEnds) {
                 try {
-                    deed();
-                    ++mDeeds;
+                    action();
+                    ++mActions;
                 } catch (const std::runtime_error&) {
                     // The server has refused or disconnected this client.
                     std::this_thread::sleep_for(1ms);
@@ -84,11 +84,11 @@ public:
             thread.join();
         mThreads.clear();
     }
-    [[nodiscard]] unsigned deeds() const { return mDeeds; }
+    [[nodiscard]] unsigned actions() const { return mActions; }
 
 private:
     std::atomic<bool> mEnds{false};
-    std::atomic<unsigned> mDeeds{0};
+    std::atomic<unsigned> mActions{0};
     std::vector<std::thread> mThreads;
 };
 
@@ -126,13 +126,13 @@ void askAndListen() {
     }
 }
 
-void talkNonsense() {
+void sendGarbage() {
     RawClient client;
     client.send(Bytes(5000, 0x41));
     EXPECT_TRUE(client.isClosedByServer());
 }
 
-void leaveInTheMiddle() {
+void disconnectMidMessage() {
     RawClient client(AUDIO_CONNECT_AUXILIARY, "gone");
     Bytes message = requestOf(client, 21);
     message.resize(message.size() - 2);
@@ -163,8 +163,8 @@ TEST(GoodClient, PlaysWithoutAGapAmongManyBadClients) {
         rage.add(askWithoutListening);
         rage.add(askAndListen);
     }
-    rage.add(talkNonsense);
-    rage.add(leaveInTheMiddle);
+    rage.add(sendGarbage);
+    rage.add(disconnectMidMessage);
     rage.add(playNothing);
 
     auto* at = reinterpret_cast<const unsigned char*>(samples.data());
@@ -180,18 +180,18 @@ TEST(GoodClient, PlaysWithoutAGapAmongManyBadClients) {
     ASSERT_TRUE(player.end());
     const auto lasted = since(begin);
     rage.end();
-    EXPECT_GE(rage.deeds(), 10U);
+    EXPECT_GE(rage.actions(), 10U);
     idle.clear();
     ASSERT_TRUE(recording.stop());
 
     EXPECT_TRUE(recording.heard("music", wide(samples)));
     const auto& output = recording.report().at("output");
-    RecordProperty("deeds", static_cast<int>(rage.deeds()));
+    RecordProperty("deeds", static_cast<int>(rage.actions()));
     RecordProperty("milliseconds", static_cast<int>(lasted.count()));
     RecordProperty("late_periods", output.at("late_periods").get<int>());
     RecordProperty("longest_pause_ms", static_cast<int>(machine.longestPause().count()));
     std::printf("%u deeds, two seconds in %lld ms, %d periods late, machine away for %lld ms\n",
-                rage.deeds(), static_cast<long long>(lasted.count()),
+                rage.actions(), static_cast<long long>(lasted.count()),
                 output.at("late_periods").get<int>(),
                 static_cast<long long>(machine.longestPause().count()));
     if (machine.longestPause() > 100ms) return;  // a gap may be the machine's

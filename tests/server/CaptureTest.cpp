@@ -31,9 +31,8 @@ constexpr std::size_t PERIOD = 256;  // frames at 16000 Hz
 
 std::vector<float> floats(const std::vector<std::int16_t>& samples) {
     std::vector<float> result;
-    for (const std::int16_t sample : samples) {
+    for (const std::int16_t sample : samples)
         result.push_back(static_cast<float>(sample) / 32768.0F);
-    }
     return result;
 }
 

@@ -52,11 +52,10 @@ public:
         setenv("CABINAUDIO_SERVER", script.c_str(), 1);
     }
     ~DescriptorsOfServer() {
-        if (mBefore) {
+        if (mBefore)
             setenv("CABINAUDIO_SERVER", mBefore->c_str(), 1);
-        } else {
+        else
             unsetenv("CABINAUDIO_SERVER");
-        }
     }
     DescriptorsOfServer(const DescriptorsOfServer&) = delete;
     DescriptorsOfServer& operator=(const DescriptorsOfServer&) = delete;
@@ -84,7 +83,7 @@ bool registersClients() {
 }
 
 /// Opens so many control connections and keeps them; asks each, so that none is left in a queue.
-std::string hoardControls(unsigned count) {
+std::string openManyControls(unsigned count) {
     static std::vector<std::unique_ptr<ControlClient>> hoard;
     unsigned refused = 0;
     for (unsigned i = 0; i < count; ++i) {
@@ -96,7 +95,7 @@ std::string hoardControls(unsigned count) {
     return std::to_string(refused) + " refused";
 }
 
-std::string hoardClients(unsigned count) {
+std::string openManyClients(unsigned count) {
     static Clients hoard;
     unsigned refused = 0;
     for (unsigned i = 0; i < count; ++i) {
@@ -127,7 +126,7 @@ struct Siege {
     unsigned most;  // that one user may hold
     std::string (*hoard)(unsigned);
 
-    [[nodiscard]] bool isOfControls() const { return hoard == hoardControls; }
+    [[nodiscard]] bool isOfControls() const { return hoard == openManyControls; }
 };
 
 std::string nameOf(const Siege& siege) {
@@ -190,10 +189,10 @@ TEST_P(ConnectionHoard, BlocksItsOwnUserOnlyUntilItIsClosed) {
     EXPECT_TRUE(registersClients());
 }
 
-constexpr Siege SIEGES[] = {{"control connections", 256, 300, 8, hoardControls},
-                            {"control connections", 1024, 1100, 32, hoardControls},
-                            {"clients", 256, 300, 36, hoardClients},
-                            {"clients", 1024, 1100, 162, hoardClients}};
+constexpr Siege SIEGES[] = {{"control connections", 256, 300, 8, openManyControls},
+                            {"control connections", 1024, 1100, 32, openManyControls},
+                            {"clients", 256, 300, 36, openManyClients},
+                            {"clients", 1024, 1100, 162, openManyClients}};
 
 INSTANTIATE_TEST_SUITE_P(Any, ConnectionHoard, testing::ValuesIn(SIEGES),
                          [](const auto& siege) { return nameOf(siege.param); });
@@ -203,7 +202,7 @@ TEST(FullServer, AdmitsTheNextClientWhenOneLeaves) {
     if (!mayBecomeAnotherUser()) GTEST_SKIP() << "only root can be another user";
     const DescriptorsOfServer few(256);  // 48 clients, 36 of them of other users
     const RealServer server({"--output", "null", "--allow-all"});
-    UserProcess other(User{}, [] { return hoardClients(36); });
+    UserProcess other(User{}, [] { return openManyClients(36); });
     ASSERT_EQ(other.report(), "0 refused");
     Clients own;
     for (int i = 0; i < 12; ++i)

@@ -146,7 +146,7 @@ unsigned char step(int value) {
     return static_cast<unsigned char>(value);
 }
 
-// Levels ----------------------------------------------------------------------------------------
+// ---- Levels -------------------------------------------------------------------------------------
 
 constexpr unsigned CHANNELS = 4;  // LF, RF, LS, RS
 
@@ -411,7 +411,7 @@ TEST(StereoTone, PlaysAtTheBackOnlyWithUpMix) {
     }
 }
 
-// Changes while it plays --------------------------------------------------------------------------
+// ---- Changes while it plays ---------------------------------------------------------------------
 
 /// Level of a tone, period by period, when a setting changes in the middle: 12000 frames before the
 /// change, 36000 after it.
@@ -504,7 +504,7 @@ TEST_F(GainChange, IsImmediateWhenRampsAreOff) {
     EXPECT_NEAR(mAmplitudes[BEFORE], 0.1, 1e-4);
 }
 
-// Ducking by mode -------------------------------------------------------------------------------
+// ---- Ducking by mode ----------------------------------------------------------------------------
 
 /// Music at the server's own pace, with a prompt of half a second in it. Rings hold all of it, and
 /// more music than is needed, so that a slow machine tears nothing.
@@ -553,9 +553,8 @@ TEST_F(MusicDuringPrompt, IsDuckedInModeOne) {
     ASSERT_EQ(settings.volume.setMainAudioDunkingTargetGain(-14.0F), 0);
     hear(ALTERNATIVE, BY_TAG);
     EXPECT_NEAR(musicAt(-20), 0, TOLERANCE);
-    for (int ms = 40; ms < 680; ms += 20) {
+    for (int ms = 40; ms < 680; ms += 20)
         EXPECT_NEAR(musicAt(ms), -14, TOLERANCE) << ms << " ms after the prompt began";
-    }
     EXPECT_NEAR(musicAt(760), 0, TOLERANCE) << "the prompt has been over for a fifth of a second";
     EXPECT_NEAR(promptAt(240), 0, TOLERANCE);
 }
@@ -583,7 +582,7 @@ TEST_F(MusicDuringPrompt, IsNotDuckedInModeZero) {
     EXPECT_NEAR(promptAt(240), 0, TOLERANCE);
 }
 
-// Sources ---------------------------------------------------------------------------------------
+// ---- Sources ------------------------------------------------------------------------------------
 
 TEST(MainOutput, PlaysTheSelectedSource) {
     MeasuredServer server(2);
@@ -605,7 +604,7 @@ TEST(MainOutput, PlaysTheSelectedSource) {
     EXPECT_NEAR(levelOf(heard, start - 200 * PERIOD, 200 * PERIOD, 3000), 0, TOLERANCE);
 }
 
-// Loudspeakers ----------------------------------------------------------------------------------
+// ---- Loudspeakers -------------------------------------------------------------------------------
 
 TEST(Loudspeaker, PlaysLaterWithADelay) {
     MeasuredServer server(2);
@@ -686,7 +685,7 @@ TEST(Meters, FollowTheOutputAndFallToZero) {
     EXPECT_TRUE(eventually([&] { return energy().opaque0[0] == 0; }, std::chrono::minutes(1)));
 }
 
-// What is recorded ------------------------------------------------------------------------------
+// ---- What is recorded ---------------------------------------------------------------------------
 
 struct RecordedRow {
     AudioTagType tag;

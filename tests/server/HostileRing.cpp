@@ -104,7 +104,7 @@ void HostileRing::restore() const {
     if (ftruncate(mObject, mLength) != 0) fail("ftruncate");
 }
 
-EndlessProcess::EndlessProcess(const std::function<void()>& deed) {
+EndlessProcess::EndlessProcess(const std::function<void()>& action) {
     void* const at =
         mmap(nullptr, sizeof *mCount, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (at == MAP_FAILED) fail("mmap");
@@ -116,7 +116,7 @@ EndlessProcess::EndlessProcess(const std::function<void()>& deed) {
     // Its own access to what was cut off.
     std::signal(SIGBUS, [](int) { kill(getpid(), SIGKILL); });
     for (;;) {
-        deed();
+        action();
         shared(*mCount).fetch_add(1);
     }
 }

@@ -69,7 +69,7 @@ private:
 /// Another process that does one thing without an end, until it is destroyed.
 class EndlessProcess {
 public:
-    explicit EndlessProcess(const std::function<void()>& deed);
+    explicit EndlessProcess(const std::function<void()>& action);
     ~EndlessProcess();
     EndlessProcess(const EndlessProcess&) = delete;
     EndlessProcess& operator=(const EndlessProcess&) = delete;

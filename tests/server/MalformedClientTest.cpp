@@ -143,9 +143,8 @@ TEST(ClientThatDoesNotReadItsSocket, IsDisconnectedAndDelaysNobody) {
         return send(lazy.fd(), message.data(), message.size(), MSG_NOSIGNAL) > 0;
     };
     int requests = 0;
-    while (requests < 1000000 && sendsOn()) {
+    while (requests < 1000000 && sendsOn())
         ++requests;
-    }
     EXPECT_LT(requests, 1000000);
     EXPECT_THAT(server.output(), HasSubstr("does not read its socket"));
     RawClient other(AUDIO_CONNECT_VERSION_SETTING, "unkn");

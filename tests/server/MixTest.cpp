@@ -40,7 +40,7 @@ constexpr float HALF = -6.0206F;  // dB
 constexpr float SILENT = 0.0F;
 constexpr std::uint32_t RATE = 48000;
 
-// The curve -----------------------------------------------------------------------------------
+// ---- The curve ----------------------------------------------------------------------------------
 
 TEST(GainCurve, IsHalfADecibelAStepAroundStepHundred) {
     EXPECT_EQ(gain::ofStep(0), -103.5F);
@@ -71,7 +71,7 @@ TEST(GainCurve, EndsInSilenceAndKeepsUnityExact) {
     EXPECT_FLOAT_EQ(gain::factorOf(20.0F), 10.0F);
 }
 
-// Gains of a stream -----------------------------------------------------------------------------
+// ---- Gains of a stream --------------------------------------------------------------------------
 
 StreamRecord streamOf(AudioTagType tag, const std::string& type) {
     StreamRecord stream;
@@ -254,7 +254,7 @@ TEST(RampLength, IsBoundedForExtremeSettings) {
     EXPECT_EQ(rampOf(settings, RATE).up, 0U);
 }
 
-// Gains of what is recorded ---------------------------------------------------------------------
+// ---- Gains of what is recorded ------------------------------------------------------------------
 
 TEST(RecordedInput, HasTheGainOfItsInput) {
     VolumeSettings volume;
@@ -274,7 +274,7 @@ TEST(RecordedInput, HasTheGainOfItsInput) {
     EXPECT_EQ(inputGainOf(AUDIO_TAG_INPUT2, 0, volume), 1.0F);
 }
 
-// Ramps -----------------------------------------------------------------------------------------
+// ---- Ramps --------------------------------------------------------------------------------------
 
 std::vector<float> next(Ramp& ramp, std::size_t count) {
     std::vector<float> values(count);
@@ -327,7 +327,7 @@ TEST(Ramp, MeetsItsTargetAfterMillionsOfFrames) {
     EXPECT_EQ(values.back(), 0.7F);
 }
 
-// The matrix with gains -----------------------------------------------------------------------
+// ---- The matrix with gains ----------------------------------------------------------------------
 
 std::vector<float> added(GainMatrix& matrix, std::size_t outputs, std::vector<float> in,
                          std::size_t frames = 1) {
@@ -379,7 +379,7 @@ TEST(GainMatrix, UpMixesMonoAndStereoToTheBack) {
     EXPECT_THAT(added(quad, 4, {1, 0, 0, 0}), ElementsAre(1, 0, 0, 0));
 }
 
-// Ducking ---------------------------------------------------------------------------------------
+// ---- Ducking ------------------------------------------------------------------------------------
 
 TEST(Ducking, HoldsFor200Milliseconds) {
     Ducking ducking(RATE);
@@ -396,7 +396,7 @@ TEST(Ducking, HoldsFor200Milliseconds) {
     EXPECT_FALSE(ducking.isPromptHeard());
 }
 
-// Delays ----------------------------------------------------------------------------------------
+// ---- Delays -------------------------------------------------------------------------------------
 
 std::vector<float> delayed(DelayLine& line, std::vector<float> samples) {
     for (float& sample : samples)
@@ -462,7 +462,7 @@ TEST(LoudspeakerPath, ForgetsHeldSamplesWhenCleared) {
     EXPECT_EQ(path.meter().levels().rms[0], 0.0F);
 }
 
-// Sounds to be measured -------------------------------------------------------------------------
+// ---- Sounds to be measured ----------------------------------------------------------------------
 
 std::vector<float> sine(double frequency, float amplitude, std::size_t count,
                         std::uint32_t rate = RATE) {
@@ -482,7 +482,7 @@ float rmsOf(const std::vector<float>& samples, std::size_t channel, std::size_t 
         std::sqrt(sum * static_cast<double>(channels) / static_cast<double>(samples.size())));
 }
 
-// The test of loudspeakers ----------------------------------------------------------------------
+// ---- The test of loudspeakers -------------------------------------------------------------------
 
 std::vector<float> tested(const SourceSettings& source, unsigned channels) {
     SpeakerTest test(RATE, channels);
@@ -538,7 +538,7 @@ TEST(SpeakerTest, IsSilentWithoutALoudspeakerOrAPlayableTone) {
     EXPECT_EQ(rmsOf(tested(source, 2), 0, 2), 0.0F);
 }
 
-// Meters ----------------------------------------------------------------------------------------
+// ---- Meters -------------------------------------------------------------------------------------
 
 TEST(Spectrum, HoldsThePowerOfASound) {
     Spectrum spectrum(4096);

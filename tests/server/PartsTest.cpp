@@ -81,9 +81,8 @@ TEST(Samples, OfSixteenAndTwentyFourBitsSurviveDecodingAndEncoding) {
 
     std::vector<std::uint8_t> some24;
     for (unsigned value = 0; value < 1U << 24; value += 97) {
-        for (const unsigned shift : {0U, 8U, 16U}) {
+        for (const unsigned shift : {0U, 8U, 16U})
             some24.push_back(static_cast<std::uint8_t>(value >> shift));
-        }
     }
     encodeSamples(SampleType::S24, decoded(3, some24), encoded);
     EXPECT_EQ(encoded, some24);
@@ -145,9 +144,8 @@ TEST(ChannelMatrix, FoldsSurroundIntoTheSameSide) {
 TEST(ChannelMatrix, NeverMakesFullScaleLouder) {
     for (std::size_t inputs = 1; inputs <= 6; ++inputs) {
         for (std::size_t outputs = 1; outputs <= 8; ++outputs) {
-            for (const float sample : mixed(inputs, outputs, std::vector<float>(inputs, 1.0F))) {
+            for (const float sample : mixed(inputs, outputs, std::vector<float>(inputs, 1.0F)))
                 EXPECT_LE(sample, 1.0001F) << inputs << " to " << outputs;
-            }
         }
     }
 }
@@ -260,12 +258,10 @@ TEST(ConnectTypes, HaveNames) {
 }
 
 TEST(OutputTexts, AreAcceptedOrRefused) {
-    for (const char* right : {"auto", "null", "pulse", "alsa", "alsa:hw:0,0", "wav:x:y.wav"}) {
+    for (const char* right : {"auto", "null", "pulse", "alsa", "alsa:hw:0,0", "wav:x:y.wav"})
         EXPECT_EQ(checkOutput(right), "") << right;
-    }
-    for (const char* wrong : {"", "wav", "wav:", "null:", "auto:x", "pulse:x", "oss", "alsa2"}) {
+    for (const char* wrong : {"", "wav", "wav:", "null:", "auto:x", "pulse:x", "oss", "alsa2"})
         EXPECT_NE(checkOutput(wrong), "") << wrong;
-    }
     EXPECT_TRUE(runsWithoutClock("null"));
     EXPECT_TRUE(runsWithoutClock("wav:x"));
     EXPECT_FALSE(runsWithoutClock("auto"));
@@ -350,9 +346,8 @@ TEST(EventLoop, DropsEventsOfRemovedDescriptors) {
     loop.add(two[0], EPOLLIN, handler);
     loop.run();
     EXPECT_EQ(handled, 1);
-    for (const int fd : {one[0], one[1], two[0], two[1]}) {
+    for (const int fd : {one[0], one[1], two[0], two[1]})
         close(fd);
-    }
 }
 
 TEST(Waker, RunsItsHandlerInTheLoopThread) {
@@ -403,9 +398,8 @@ TEST(CardOutput, QueuesWhileTheCardIsBusyAndPlaysEverything) {
     const std::vector<float> period(1536);
     {
         CardOutput output(std::make_unique<ControlledCard>(log), OutputFormat());
-        for (int i = 0; i < 4; ++i) {
+        for (int i = 0; i < 4; ++i)
             output.write(period);
-        }
         EXPECT_EQ(output.periodsDue(1), 0U) << "four periods wait";
         const auto allow = [&](int periods) {
             const std::lock_guard lock(log.lock);
@@ -426,9 +420,8 @@ TEST(CardOutput, RequestsExtraPeriodsWhenTheCardIsFaster) {
     log.allowed = 1000;
     CardOutput output(std::make_unique<ControlledCard>(log), OutputFormat());
     std::uint64_t periods = 0;
-    for (int tick = 0; tick < 320; ++tick) {
+    for (int tick = 0; tick < 320; ++tick)
         periods += output.periodsDue(1);
-    }
     EXPECT_EQ(periods, 330U);
 }
 

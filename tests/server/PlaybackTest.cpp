@@ -170,9 +170,8 @@ TEST(TwoStreams, AreMixedToTheirSum) {
             const std::size_t output = segment.at("output_frame").get<std::size_t>() * 2;
             const std::size_t start = segment.at("stream_frame").get<std::size_t>() * 2;
             const std::size_t length = segment.at("frames").get<std::size_t>() * 2;
-            for (std::size_t i = 0; i < length; ++i) {
+            for (std::size_t i = 0; i < length; ++i)
                 rest.at(output + i) -= samples.at(start + i) * 65536;
-            }
             frames += length / 2;
         }
         EXPECT_EQ(frames, samples.size() / 2);
@@ -243,9 +242,8 @@ TEST(TwentyFourBitSound, IsPackedAndKeepsAllItsBits) {
     std::vector<std::uint8_t> packed;
     std::vector<std::int32_t> expected;
     for (const std::int32_t value : values) {
-        for (const int shift : {0, 8, 16}) {
+        for (const int shift : {0, 8, 16})
             packed.push_back(static_cast<std::uint8_t>(value >> shift));
-        }
         expected.push_back(value * 256);
     }
     ASSERT_TRUE(recording.play(pcm(48000, 1, 24), packed));
@@ -267,19 +265,18 @@ class SoundOfAnotherRate : public ::testing::TestWithParam<unsigned> {};
 TEST_P(SoundOfAnotherRate, KeepsItsPitchLoudnessAndLength) {
     RecordingServer recording({"--fast"});
     const unsigned rate = GetParam();
-    constexpr double frequency = 1000;
-    ASSERT_TRUE(recording.play(pcm(rate, 1, 16), sine16(frequency, rate, rate)));
+    constexpr double FREQUENCY = 1000;
+    ASSERT_TRUE(recording.play(pcm(rate, 1, 16), sine16(FREQUENCY, rate, rate)));
     const auto left = recording.wav().channel(0);
     // A second of sound; the filter may add or lose some samples at the ends.
     EXPECT_NEAR(static_cast<double>(left.size()), 48000, 100);
     ASSERT_GT(left.size(), 2 * 4800U);
     const float* middle = left.data() + 4800;
     const std::size_t count = 33600;  // whole waves
-    EXPECT_NEAR(amplitudeOf(frequency, 48000, middle, count), 0.5, 0.002);
+    EXPECT_NEAR(amplitudeOf(FREQUENCY, 48000, middle, count), 0.5, 0.002);
     double energy = 0;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i)
         energy += static_cast<double>(middle[i]) * static_cast<double>(middle[i]);
-    }
     EXPECT_NEAR(energy / count, 0.125, 0.001) << "there is something beside the tone";
     EXPECT_EQ(recording.stream("sound").at("segments").size(), 1U);
     EXPECT_EQ(recording.wav().channel(0), recording.wav().channel(1));

@@ -46,9 +46,8 @@ bool Player::writeBytes(unsigned char* bytes, int count) {
 }
 
 bool Player::end(int round) {
-    if (mTag != AUDIO_TAG_ALTERNATIVE) {
+    if (mTag != AUDIO_TAG_ALTERNATIVE)
         return mTrack.writeDone() == AUDIO_NO_ERROR && mFinished.wait(round);
-    }
     // The end of an alternative track is not announced.
     return eventually([this] { return mTrack.bytesFree() == mTrack.getTotalBufferSize() - 1; },
                       std::chrono::minutes(1));
@@ -100,9 +99,8 @@ testing::AssertionResult RecordingServer::heard(const std::string& name,
 
 std::vector<std::int32_t> wide(const std::vector<std::int16_t>& samples) {
     std::vector<std::int32_t> result;
-    for (const std::int16_t sample : samples) {
+    for (const std::int16_t sample : samples)
         result.push_back(sample * 65536);
-    }
     return result;
 }
 

@@ -18,7 +18,8 @@ using text::printable;
 using text::printableInQuotes;
 using text::printableJson;
 
-// Whether a text has no control characters: no bytes of the first set, no characters of the second.
+/// Whether a text has no control characters: no bytes of the first set, no characters of the
+/// second.
 bool isHarmless(const std::string& shown) {
     for (std::size_t i = 0; i < shown.size(); ++i) {
         const auto byte = static_cast<unsigned char>(shown[i]);

@@ -124,13 +124,11 @@ TEST_F(ClientProtocol, RequestsMayArriveTogetherOrByteByByte) {
     Bytes message = bytesOf(client.requestHeader(4));
     message.resize(message.size() + 4);  // function 0
     Bytes three;
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < 3; ++i)
         three.insert(three.end(), message.begin(), message.end());
-    }
     client.send(three);
-    for (const std::uint8_t byte : message) {
+    for (const std::uint8_t byte : message)
         client.send({byte});
-    }
     Bytes replies(4 * 64);
     ASSERT_EQ(recv(client.fd(), replies.data(), replies.size(), MSG_WAITALL), 4 * 64);
 }
@@ -180,9 +178,8 @@ TEST_F(StreamProtocol, UnplayableFormatIsRefused) {
     AudioFormatDesc coded = pcm(48000, 2, 16);
     coded.codecType = 64;
     EXPECT_EQ(client.create(2, coded).status, AUDIO_BAD_VALUE);
-    for (const unsigned rate : {0U, 7999U, 192001U, 0xffffffffU}) {
+    for (const unsigned rate : {0U, 7999U, 192001U, 0xffffffffU})
         EXPECT_EQ(client.create(2, pcm(rate, 2, 16)).status, AUDIO_BAD_VALUE) << rate;
-    }
     EXPECT_EQ(client.create(1, pcm(48000, 2, 16)).status, AUDIO_BAD_VALUE) << "another tag";
     EXPECT_EQ(client.create(2, pcm(192000, 6, 32)).status, AUDIO_NO_ERROR);
 }
@@ -221,13 +218,11 @@ TEST_F(StreamProtocol, StatusesFollowStartStopAndWriteDone) {
 
 TEST_F(StreamProtocol, KeyShiftIsLimitedToTwentyPercent) {
     ASSERT_EQ(client.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
-    for (const float key : {0.8F, 1.0F, 1.2F}) {
+    for (const float key : {0.8F, 1.0F, 1.2F})
         EXPECT_EQ(setKeyShift(client, key), AUDIO_NO_ERROR) << key;
-    }
     EXPECT_THAT(server.command("state"), HasSubstr("\"key_shift\":1.2"));
-    for (const float key : {0.79F, 1.21F, -1.0F, INFINITY, NAN}) {
+    for (const float key : {0.79F, 1.21F, -1.0F, INFINITY, NAN})
         EXPECT_EQ(setKeyShift(client, key), AUDIO_BAD_VALUE) << key;
-    }
 }
 
 TEST_F(StreamProtocol, TakenRingNameIsRefusedUntilItIsFree) {

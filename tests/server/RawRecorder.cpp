@@ -46,7 +46,7 @@ bool RawRecorder::mapWhenReady() {
     return mRing->isUsable();
 }
 
-std::int32_t RawRecorder::letGo() {
+std::int32_t RawRecorder::acknowledgeWithdrawal() {
     mRing.reset();
     return mClient.status(wire::CaptureFunction::RemoveShareMemory);
 }
@@ -80,9 +80,8 @@ InputServer::InputServer(unsigned rate, unsigned channels, const std::vector<std
 std::vector<std::int16_t> looped(const std::vector<std::int16_t>& samples, std::size_t count,
                                  std::size_t start) {
     std::vector<std::int16_t> result;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i)
         result.push_back(samples[(start + i) % samples.size()]);
-    }
     return result;
 }
 

@@ -36,7 +36,7 @@ public:
     /// Waits for the announcement of an uplink's ring and maps it. @return whether it could
     bool mapWhenReady();
     /// Unmaps the ring and says so. @return the status
-    std::int32_t letGo();
+    std::int32_t acknowledgeWithdrawal();
 
     /// The next bytes; throws std::runtime_error when they do not come within a minute.
     Bytes read(std::size_t size);

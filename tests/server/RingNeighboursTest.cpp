@@ -45,7 +45,7 @@ using ::testing::HasSubstr;
 using ::testing::ValuesIn;
 namespace fs = std::filesystem;
 
-// ---- Memory that is taken away -----------------------------------------------------------------
+// ---- Memory that is taken away ------------------------------------------------------------------
 
 constexpr RingUser USERS[] = {
     {"track", AUDIO_CONNECT_ALTERNATIVE, AUDIO_TAG_ALTERNATIVE, false, false},
@@ -169,7 +169,7 @@ TEST(TruncatedPhysicalMemory, CostsThePlayingClientItsConnection) {
     }
 }
 
-// ---- Names that are taken ----------------------------------------------------------------------
+// ---- Names that are taken -----------------------------------------------------------------------
 
 std::string instance() {
     return std::getenv("CABINAUDIO_INSTANCE");
@@ -262,7 +262,7 @@ TEST_F(FileOfAnotherUser, InThePlaceOfTheMemoryDoesNotPreventPlaying) {
 
 TEST_F(FileOfAnotherUser, RemovedAtRunTimeDoesNotMoveTheMemory) {
     std::optional<Planted> planted(std::in_place, memoryPath(NOBODY, 0));
-    // Removes the file once the server has taken the next place.
+    /// Removes the file once the server has taken the next place.
     const UserProcess remover({}, [&planted] {
         EXPECT_TRUE(eventually([] { return fs::exists(memoryPath(NOBODY, 1)); }));
         planted.reset();

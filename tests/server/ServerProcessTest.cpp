@@ -139,15 +139,13 @@ TEST(ManyClients, AreServedAtOnce) {
             if (player.write(noise16(5000, static_cast<std::uint32_t>(i))) && player.end()) ++done;
         });
     }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
     EXPECT_EQ(done, COUNT);
     ASSERT_TRUE(recording.stop());
     EXPECT_EQ(recording.report().at("streams").size(), COUNT);
-    for (const auto& stream : recording.report().at("streams")) {
+    for (const auto& stream : recording.report().at("streams"))
         EXPECT_EQ(stream.at("frames"), 5000) << stream;
-    }
     EXPECT_EQ(objectsOfThisInstance(), std::vector<std::string>());
 }
 
@@ -252,7 +250,7 @@ TEST(Trace, ShowsRequestsAndNotificationsOfSinksAndUplinks) {
         ASSERT_TRUE(uplink.mapWhenReady());
         ASSERT_EQ(server.command("uplink ring off"), "ok");
         ASSERT_EQ(uplink.client().notification().param, 0U);
-        uplink.letGo();
+        uplink.acknowledgeWithdrawal();
 
         RawRecorder input("voice", AUDIO_TAG_INPUT0, pcm(16000, 1, 16));
         ASSERT_EQ(input.setVolume(70), AUDIO_NO_ERROR);
@@ -306,9 +304,8 @@ TEST(CommandLine, IsExplainedAndChecked) {
 }
 
 TEST(Server, EndsWithOneLineWhenItsOutputFails) {
-    for (const char* output : {"wav:/no/such/directory/x.wav", "alsa:no_such_device"}) {
+    for (const char* output : {"wav:/no/such/directory/x.wav", "alsa:no_such_device"})
         refusal(1, std::string("--output ") + output);
-    }
 }
 
 TEST(Server, EndsWithOneLineWhenAnInputFails) {
@@ -326,9 +323,8 @@ TEST(StalledServer, AnswersAfterItsStallTime) {
     EXPECT_EQ(server.command("stall 300"), "ok");
     EXPECT_EQ(client.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(290));
-    for (const char* wrong : {"stall", "stall 0", "stall 60001", "stall 5s", "stall x"}) {
+    for (const char* wrong : {"stall", "stall 0", "stall 60001", "stall 5s", "stall x"})
         EXPECT_EQ(server.command(wrong), "error: stall MS, 1 to 60000") << wrong;
-    }
 }
 
 TEST(CrashCommand, KillsTheServer) {

@@ -62,7 +62,7 @@ public:
                    mRing->write(bytesPointer(samples), static_cast<unsigned>(byteCount(samples)))) /
                4;
     }
-    std::int32_t letGo() {
+    std::int32_t acknowledgeWithdrawal() {
         mRing.reset();
         return mClient.status(Function::SourceDeactivated);
     }
@@ -110,7 +110,7 @@ TEST_F(SinkRouting, NewestSinkIsTheSource) {
         EXPECT_EQ(second.event(), ACTIVATED);
         EXPECT_EQ(streamOf(server, "first").at("source"), "withdrawn");
         EXPECT_EQ(streamOf(server, "second").at("source"), "active");
-        EXPECT_EQ(first.letGo(), AUDIO_NO_ERROR);
+        EXPECT_EQ(first.acknowledgeWithdrawal(), AUDIO_NO_ERROR);
         EXPECT_FALSE(first.map());
     }
     EXPECT_EQ(first.event(), ACTIVATED) << "the newest one has gone";
@@ -131,7 +131,7 @@ TEST_F(SinkRouting, SinkKeepsItsRingUntilItAcknowledges) {
     ASSERT_EQ(other.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
     EXPECT_NE(streamOf(server, "prompt").at("ring_address"), address);
 
-    EXPECT_EQ(sink.letGo(), AUDIO_NO_ERROR);
+    EXPECT_EQ(sink.acknowledgeWithdrawal(), AUDIO_NO_ERROR);
     const auto state = streamOf(server, "music");
     EXPECT_EQ(state.at("ring"), "away");
     EXPECT_EQ(state.at("ring_bytes"), 0);
@@ -148,7 +148,7 @@ TEST_F(SinkRouting, SinkIsReactivatedOnlyAfterItsAcknowledgement) {
     EXPECT_EQ(sink.event(), DEACTIVATED);
     ASSERT_EQ(sink.client().status(Function::Start), AUDIO_NO_ERROR);
     EXPECT_FALSE(sink.client().hasNotification(50));
-    EXPECT_EQ(sink.letGo(), AUDIO_NO_ERROR);
+    EXPECT_EQ(sink.acknowledgeWithdrawal(), AUDIO_NO_ERROR);
     EXPECT_EQ(sink.event(), ACTIVATED);
     EXPECT_TRUE(sink.map());
 }
@@ -158,12 +158,12 @@ TEST_F(SinkRouting, UnrequestedAcknowledgementPassesTheSourceOn) {
     RawSink second("second");
     ASSERT_EQ(first.event(), ACTIVATED);
     ASSERT_EQ(first.event(), DEACTIVATED);
-    ASSERT_EQ(first.letGo(), AUDIO_NO_ERROR);
+    ASSERT_EQ(first.acknowledgeWithdrawal(), AUDIO_NO_ERROR);
     ASSERT_EQ(second.event(), ACTIVATED);
-    EXPECT_EQ(second.letGo(), AUDIO_NO_ERROR);
+    EXPECT_EQ(second.acknowledgeWithdrawal(), AUDIO_NO_ERROR);
     EXPECT_EQ(first.event(), ACTIVATED);
     EXPECT_EQ(streamOf(server, "second").at("source"), "withdrawn");
-    EXPECT_EQ(second.letGo(), AUDIO_NO_ERROR) << "nothing to let go of";
+    EXPECT_EQ(second.acknowledgeWithdrawal(), AUDIO_NO_ERROR) << "nothing to let go of";
     EXPECT_EQ(server.command("source activate second"), "ok");
     EXPECT_EQ(second.event(), ACTIVATED);
     EXPECT_EQ(first.event(), DEACTIVATED);
@@ -177,13 +177,13 @@ TEST_F(SinkRouting, CommandSelectsTheSource) {
     }
     EXPECT_EQ(sinks[0]->event(), DEACTIVATED);
     EXPECT_EQ(sinks[1]->event(), DEACTIVATED);
-    sinks[0]->letGo();
+    sinks[0]->acknowledgeWithdrawal();
     EXPECT_EQ(server.command("source activate one"), "ok");
     EXPECT_EQ(sinks[0]->event(), ACTIVATED);
     EXPECT_EQ(sinks[2]->event(), DEACTIVATED);
     EXPECT_EQ(server.command("source activate one"), "ok") << "it is already";
     EXPECT_EQ(server.command("source withdraw two"), "ok") << "it has nothing";
-    sinks[2]->letGo();
+    sinks[2]->acknowledgeWithdrawal();
     EXPECT_EQ(server.command("source withdraw one"), "ok");
     EXPECT_EQ(sinks[2]->event(), ACTIVATED) << "two is not wanted any more";
     EXPECT_FALSE(sinks[1]->client().hasNotification(0));
@@ -203,7 +203,7 @@ TEST_F(SinkRouting, RemovedSinkIsNotifiedAndTheOtherActivated) {
     ASSERT_EQ(first.event(), ACTIVATED);
     ASSERT_EQ(second.event(), ACTIVATED);
     ASSERT_EQ(first.event(), DEACTIVATED);
-    first.letGo();
+    first.acknowledgeWithdrawal();
     EXPECT_EQ(server.command("stream remove second"), "ok");
     EXPECT_EQ(second.event(), REMOVED);
     EXPECT_EQ(second.client().status(Function::Start), AUDIO_INVALID_STATE);
@@ -267,7 +267,7 @@ TEST(SinkThroughServer, DiscardsAndCountsTheRestOfItsWithdrawnRing) {
         ASSERT_EQ(recording.server().command("source withdraw music"), "ok");
         ASSERT_EQ(sink.event(), DEACTIVATED);
         ASSERT_EQ(sink.client().status(Function::Start), AUDIO_NO_ERROR);
-        ASSERT_EQ(sink.letGo(), AUDIO_NO_ERROR);
+        ASSERT_EQ(sink.acknowledgeWithdrawal(), AUDIO_NO_ERROR);
         EXPECT_EQ(streamOf(recording.server(), "music").at("discarded_frames"), 3000);
         ASSERT_EQ(recording.server().command("source activate music"), "ok");
         ASSERT_EQ(sink.event(), ACTIVATED);
@@ -338,14 +338,14 @@ TEST(SinkThroughServer, AccountsForEveryFrameInThousandRoutings) {
             hasRing = event == ACTIVATED && sink.map();
             if (event == ACTIVATED) ++activations;
             if (event == DEACTIVATED) {
-                EXPECT_EQ(sink.letGo(), AUDIO_NO_ERROR);
+                EXPECT_EQ(sink.acknowledgeWithdrawal(), AUDIO_NO_ERROR);
             }
         }
         router.join();
         EXPECT_TRUE(hasRing) << "the last command was to activate";
         ASSERT_EQ(recording.server().command("source withdraw music"), "ok");
         ASSERT_EQ(sink.event(), DEACTIVATED);
-        ASSERT_EQ(sink.letGo(), AUDIO_NO_ERROR);
+        ASSERT_EQ(sink.acknowledgeWithdrawal(), AUDIO_NO_ERROR);
     }
     ASSERT_TRUE(recording.stop());
     const auto& stream = recording.stream("music");

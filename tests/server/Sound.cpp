@@ -13,9 +13,8 @@ namespace cabinaudio::test {
 
 std::vector<float> Wav::channel(unsigned index) const {
     std::vector<float> result;
-    for (std::size_t i = index; i < samples.size(); i += channels) {
+    for (std::size_t i = index; i < samples.size(); i += channels)
         result.push_back(static_cast<float>(samples[i] / 2147483648.0));
-    }
     return result;
 }
 

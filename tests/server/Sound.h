@@ -47,9 +47,8 @@ double correlation(const std::vector<std::int16_t>& sooner, const std::vector<st
 template <typename Sample>
 std::vector<Sample> repeated(const std::vector<Sample>& mono, unsigned channels) {
     std::vector<Sample> result;
-    for (const Sample sample : mono) {
+    for (const Sample sample : mono)
         result.insert(result.end(), channels, sample);
-    }
     return result;
 }
 

@@ -48,8 +48,8 @@ protected:
     std::string path = directory.file("state.json");
 };
 
-// Something of every kind.
-void setALot() {
+/// Something of every kind.
+void setManyValues() {
     SettingsClients clients;
     const auto set = [&](audio_connect_type type, const Message& message) {
         ASSERT_EQ(clients.tell(type, message), AUDIO_NO_ERROR);
@@ -80,7 +80,7 @@ TEST_F(StateFile, KeepsAllSettingsAcrossARestart) {
     json before;
     {
         const auto server = start();
-        setALot();
+        setManyValues();
         before = settingsOf(*server);
     }
     EXPECT_EQ(json::parse(content()), before);
@@ -95,7 +95,7 @@ TEST_F(StateFile, KeepsAllSettingsAcrossARestart) {
 
 TEST_F(StateFile, IsWrittenSoonAfterAChange) {
     const auto server = start();
-    setALot();
+    setManyValues();
     const json settings = settingsOf(*server);
     EXPECT_TRUE(eventually([&] { return json::parse(content(), nullptr, false) == settings; }));
     server->kill(SIGKILL);
@@ -222,7 +222,7 @@ TEST_F(StateFile, IsRefusedWithTheNameOfAWrongValue) {
 TEST_F(StateFile, CausesALogLineWhenItCannotBeWritten) {
     path = directory.file("nowhere/state.json");
     const auto server = start();
-    setALot();
+    setManyValues();
     EXPECT_TRUE(eventually([&] {
         return server->output().find("state.json cannot be written: ") != std::string::npos;
     }));

@@ -17,7 +17,7 @@ using ::testing::StartsWith;
 
 constexpr int PATIENCE_MS = 60000;
 
-Bytes halfARequest(const RawClient& client) {
+Bytes halfOfRequest(const RawClient& client) {
     Bytes message = bytesOf(client.requestHeader(100));
     message.resize(message.size() + 50);
     return message;
@@ -27,7 +27,7 @@ TEST(UnfinishedMessage, EndsTheConnectionAfterATimeout) {
     const RealServer server;
     RawClient slow(AUDIO_CONNECT_APP_SETTING, "slow");
     RawClient idle(AUDIO_CONNECT_VERSION_SETTING, "idle");
-    slow.send(halfARequest(slow));
+    slow.send(halfOfRequest(slow));
     EXPECT_TRUE(slow.isClosedByServer());
     EXPECT_THAT(server.output(), HasSubstr("\"slow\": does not finish its message"));
     EXPECT_EQ(idle.call(bytesOf(wire::FunctionRequest{0}), 32).size(), 32U)

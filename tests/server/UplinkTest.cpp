@@ -96,7 +96,7 @@ TEST_F(UplinkOnCommand, GetsAndLosesItsRing) {
         EXPECT_EQ(ringState(), 0U);
         EXPECT_EQ(streamOf(server, "call").at("ring"), "letting go");
         EXPECT_EQ(streamOf(server, "call").at("ring_address"), address);
-        EXPECT_EQ(uplink.letGo(), AUDIO_NO_ERROR);
+        EXPECT_EQ(uplink.acknowledgeWithdrawal(), AUDIO_NO_ERROR);
         EXPECT_EQ(streamOf(server, "call").at("ring"), "away");
         EXPECT_EQ(streamOf(server, "call").at("ring_bytes"), 0);
         EXPECT_EQ(uplink.memory().status, AUDIO_INVALID_STATE);
@@ -110,7 +110,7 @@ TEST_F(UplinkOnCommand, GetsItsRingBackOnlyAfterItsAcknowledgement) {
     ASSERT_EQ(server.command("uplink ring on"), "ok");
     EXPECT_EQ(ringState(), 0U);
     EXPECT_FALSE(uplink.client().hasNotification(50));
-    EXPECT_EQ(uplink.letGo(), AUDIO_NO_ERROR);
+    EXPECT_EQ(uplink.acknowledgeWithdrawal(), AUDIO_NO_ERROR);
     EXPECT_EQ(ringState(), 1U);
 }
 
@@ -157,7 +157,7 @@ TEST(UplinkInput, StopsWhileThereIsNoRing) {
     EXPECT_EQ(uplink.readSamples(1000), looped(samples, 1000));
     ASSERT_EQ(server.command("uplink ring off"), "ok");
     ASSERT_EQ(uplink.client().notification().param, 0U);
-    ASSERT_EQ(uplink.letGo(), AUDIO_NO_ERROR);
+    ASSERT_EQ(uplink.acknowledgeWithdrawal(), AUDIO_NO_ERROR);
     const auto state = streamOf(server, "call");
     const auto taken = state.at("frames").get<std::size_t>();
     EXPECT_EQ(state.at("discarded_bytes"), 2 * (taken - 1000)) << "nothing is unaccounted for";
@@ -173,9 +173,8 @@ TEST(CodedUplink, IsRefusedInFormatsThatItsCodecLacks) {
         RawRecorder uplink("call" + std::to_string(++number), AUDIO_TAG_UPLINK, format);
         return uplink.creation().status;
     };
-    for (const std::uint32_t unknown : {1U, 19U, 51U, 64U, 66U, 0xffffffffU}) {
+    for (const std::uint32_t unknown : {1U, 19U, 51U, 64U, 66U, 0xffffffffU})
         EXPECT_EQ(status(coded(unknown, 16000)), AUDIO_BAD_VALUE) << unknown;
-    }
     EXPECT_THAT(server.output(), HasSubstr("client 3 uplink \"call3\": unknown codec 51"));
     EXPECT_EQ(status(coded(32, 44100)), AUDIO_BAD_VALUE);
     EXPECT_EQ(status(coded(32, 16000, 6)), AUDIO_BAD_VALUE);

@@ -20,7 +20,7 @@ std::vector<Row> numberRows() {
                     Outputs& out) { return c.app().getSpeakerDelay(Channel{8}, out.at<float>()); },
          .results = real(1500.0F),
          .stored = real(1500.0F),
-         .result = Result::IGNORED},
+         .result = Result::Ignored},
         {"SetQualityOfAEC", 198, joined({word(24), number(-3)}), 4,
          [](const Clients& c, Outputs&) {
              return c.app().setQualityOfAEC(audio::audio_aec_quality_e{-3});

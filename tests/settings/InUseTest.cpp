@@ -25,7 +25,7 @@ TEST_P(ObjectInUse, RefusesASecondRequest) {
     ASSERT_TRUE(server.waitForRequest(functionOf(row)));
 
     Outputs second;
-    EXPECT_EQ(row.call(clients, second), row.result == Result::NAME ? 1 : NO_MEMORY);
+    EXPECT_EQ(row.call(clients, second), row.result == Result::Name ? 1 : NO_MEMORY);
     EXPECT_TRUE(second.isUntouched());
     EXPECT_EQ(second.texts, row.textsOnFailure);
     EXPECT_EQ(log.count(ERROR, "RemoteCall", "rcalloc", "bad sequence\n"), 1U) << log.dump();
@@ -47,7 +47,7 @@ TEST_P(ObjectWithoutServer, ReturnsNotSent) {
     server.stop();
     ASSERT_TRUE(server.waitForEndOf());
     Outputs outputs;
-    EXPECT_EQ(row.call(clients, outputs), row.result == Result::NAME ? 1 : NOT_SENT);
+    EXPECT_EQ(row.call(clients, outputs), row.result == Result::Name ? 1 : NOT_SENT);
     EXPECT_TRUE(outputs.isUntouched());
     EXPECT_EQ(outputs.texts, row.textsOnFailure);
 }

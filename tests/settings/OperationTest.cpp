@@ -37,13 +37,13 @@ protected:
 
     /// The operation's result when the server has answered this status.
     [[nodiscard]] int resultOf(std::int32_t status) const {
-        if (row.result == Result::IGNORED || row.result == Result::NAME) return 0;
-        if (row.result == Result::COUNT && status == 0) return recordOf<int>(row.results);
+        if (row.result == Result::Ignored || row.result == Result::Name) return 0;
+        if (row.result == Result::Count && status == 0) return recordOf<int>(row.results);
         return status;
     }
     /// The same when the operation has not come so far.
     [[nodiscard]] int resultOfFailure(int failure) const {
-        return row.result == Result::NAME ? 1 : failure;
+        return row.result == Result::Name ? 1 : failure;
     }
 
     void expectStored(const Bytes& stored) const {

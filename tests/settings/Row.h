@@ -115,10 +115,10 @@ using Call = std::function<int(const Clients&, Outputs&)>;
 
 /// What an operation makes of the reply's status word.
 enum class Result {
-    STATUS,   // its result
-    IGNORED,  // nothing: its result is that of the call
-    COUNT,    // its result, unless it is 0: then the word behind it
-    NAME,     // nothing: a pointer, shown as 0, or as 1 when it is null
+    Status,   // its result
+    Ignored,  // nothing: its result is that of the call
+    Count,    // its result, unless it is 0: then the word behind it
+    Name,     // nothing: a pointer, shown as 0, or as 1 when it is null
 };
 
 /// One operation with one set of arguments.
@@ -130,7 +130,7 @@ struct Row {
     Call call;                // on the object
     Bytes results = {};       // what the server answers behind its status
     Bytes stored = {};        // what the caller then has
-    Result result = Result::STATUS;
+    Result result = Result::Status;
     std::vector<std::string> texts = {};  // the same, of operations with texts
     std::vector<std::string> textsOnFailure = {};
     /// The operation as log lines name it, where the test's name does not begin with it.

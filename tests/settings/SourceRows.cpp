@@ -43,7 +43,7 @@ std::vector<Row> nameRows() {
          .call = [](const Clients& c,
                     Outputs& out) { return shown(c.source().getOutPutSource("main"), out); },
          .results = text("radio"),
-         .result = Result::NAME,
+         .result = Result::Name,
          .texts = {"radio"},
          .textsOnFailure = {"(null)"}},
         {"SetInputDestination", 198, joined({word(15), text("uplink"), text("phone")}), 4,
@@ -62,7 +62,7 @@ std::vector<Row> nameRows() {
          .call = [](const Clients& c,
                     Outputs& out) { return shown(c.source().getInputDestination("uplink"), out); },
          .results = text("phone"),
-         .result = Result::NAME,
+         .result = Result::Name,
          .texts = {"phone"},
          .textsOnFailure = {"(null)"}},
         {"DumpOutPutSourceList", 198, joined({word(16), text(LONGEST)}), 4,
@@ -78,7 +78,7 @@ std::vector<Row> nameRows() {
          .call = [](const Clients& c,
                     Outputs&) { return c.source().getActivedSourceNumber("main"); },
          .results = word(3),
-         .result = Result::COUNT},
+         .result = Result::Count},
         {"SelectSource", 198, joined({word(2), number(-2), word(9)}), 4,
          [](const Clients& c, Outputs&) {
              return c.seats().selectSource(audio_seat_id_e{-2}, audio_source_id_e{9});
@@ -106,7 +106,7 @@ std::vector<Row> trackRows() {
                  return c.source().getActiveTracksName(LONG.c_str(), out.texts);
              },
          .results = joined({word(2), text("radio"), text("phone")}),
-         .result = Result::IGNORED,
+         .result = Result::Ignored,
          .texts = {"kept", "radio", "phone"},
          .textsOnFailure = {"kept"}},
         {.test = "GetTrackStreamType",
@@ -119,7 +119,7 @@ std::vector<Row> trackRows() {
                  return c.source().getTrackStreamType(LONG.c_str(), LONG.c_str(), out.texts[0]);
              },
          .results = text("music"),
-         .result = Result::IGNORED,
+         .result = Result::Ignored,
          .texts = {"music"},
          .textsOnFailure = {"before"}},
         {.test = "GetActiveTracksInfo",
@@ -133,7 +133,7 @@ std::vector<Row> trackRows() {
                  return shown(tracks, result, out);
              },
          .results = joined({word(2), Bytes(200, 'a'), Bytes(200, 'b')}),
-         .result = Result::IGNORED,
+         .result = Result::Ignored,
          .texts = {std::string(200, '\0'), std::string(200, 'a'), std::string(200, 'b')},
          .textsOnFailure = {std::string(200, '\0')}},
         {.test = "GetOutputTrackInfo",

@@ -74,7 +74,7 @@ protected:
     cabinaudio::sem_t* semaphore = nullptr;
 
 private:
-    // Plain accesses: a sanitizer's own lock of the word may be held by the access that faulted.
+    /// Plain accesses: a sanitizer's own lock of the word may be held by the access that faulted.
     __attribute__((no_sanitize("thread", "address"))) static void onFault(int) {
         if (step == BEFORE_LOOKING) {
             // It may look, and sees itself alone. Its next write to the value is a fault.

@@ -45,7 +45,7 @@ void setLength(const std::string& name, off_t length) {
     close(fd);
 }
 
-// ---- names ---------------------------------------------------------------------------------
+// ---- Names --------------------------------------------------------------------------------------
 
 struct Pair : Row {
     unsigned older;  // modes
@@ -187,7 +187,7 @@ TEST_F(RingName, StaysForTheRemainingRingWhileThreadsMapAndDelete) {
     EXPECT_EQ(lost, 0u);
 }
 
-// ---- announcements -------------------------------------------------------------------------
+// ---- Announcements ------------------------------------------------------------------------------
 
 TEST_F(RingAnnouncement, IsMappedUnderItsOwnNumbers) {
     const auto ring = posix(16, WRITER);

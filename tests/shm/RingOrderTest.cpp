@@ -84,7 +84,7 @@ TEST_F(RingCache, IsInvalidatedBeforeEachPieceIsCopied) {
     std::vector<Moment> moments;
     Data got(8);
     {
-        // The memory behind the cache lines shows up with the request.
+        /// The memory behind the cache lines shows up with the request.
         const Witness witness([&](const Shown& shown) {
             if (shown.isWakeUp) return;
             moments.push_back(now(shown));

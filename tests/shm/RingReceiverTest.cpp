@@ -384,7 +384,7 @@ TEST_F(RingReceiver, LogsADeadlockWhenItDestroysItsOwnRing) {
     EXPECT_TRUE(returnsTo(before));
 }
 
-// ---- its thread ------------------------------------------------------------------------------
+// ---- Its thread ---------------------------------------------------------------------------------
 
 TEST_F(RingReceiver, HasAStackOfOneMebibyte) {
     class Measuring : public ShareMemoryUpdateNotificationCallback {

@@ -46,7 +46,7 @@ protected:
 using RingMapping = RingFixture;
 using RingInPhysicalMemory = RingFixture;
 
-// ---- construction --------------------------------------------------------------------------
+// ---- Construction -------------------------------------------------------------------------------
 
 TEST_F(Ring, StartsEmptyAndKeepsOneByteFree) {
     EXPECT_TRUE(ring->isUsable());
@@ -196,7 +196,7 @@ TEST_F(RingMapping, CutsItsNameTo63Characters) {
     EXPECT_FALSE(Object::exists(cut));
 }
 
-// ---- arithmetic ----------------------------------------------------------------------------
+// ---- Arithmetic ---------------------------------------------------------------------------------
 
 TEST_F(Ring, AcceptsOneByteLessThanItsSize) {
     EXPECT_EQ(write(20), 15);
@@ -347,7 +347,7 @@ TEST_F(Ring, StoresOffsetsUnchecked) {
     EXPECT_EQ(ring->getFreeSize(), 0u);
 }
 
-// ---- posts and times -----------------------------------------------------------------------
+// ---- Posts and times ----------------------------------------------------------------------------
 
 TEST_F(Ring, PostsNothingWithoutANotifyFlag) {
     EXPECT_EQ(write(4), 4);
@@ -437,7 +437,7 @@ TEST_F(Ring, ReadingKeepsTheUpdateTime) {
     EXPECT_EQ(ring->getUpdateTime(), 0x123456789abcdef0u);
 }
 
-// ---- physical memory -----------------------------------------------------------------------
+// ---- Physical memory ----------------------------------------------------------------------------
 
 TEST_F(RingInPhysicalMemory, KeepsDataAndHeaderApart) {
     const auto ring = physical(100);
@@ -554,7 +554,7 @@ TEST_F(RingInPhysicalMemory, KeepsItsDescriptorsFromProgramsThatTheApplicationSt
         EXPECT_EQ(call.first & O_CLOEXEC, std::uint64_t{O_CLOEXEC});
 }
 
-// ---- destruction ---------------------------------------------------------------------------
+// ---- Destruction --------------------------------------------------------------------------------
 
 TEST_F(RingMapping, LeavesNothingBehind) {
     const ProcessState before = ProcessState::now();

@@ -87,7 +87,7 @@ void ServerProcess::replace() {
     start();
 }
 
-void ServerProcess::standStill(std::chrono::milliseconds time) {
+void ServerProcess::suspend(std::chrono::milliseconds time) {
     ++mStops;
     ::kill(mPid, SIGSTOP);
     std::this_thread::sleep_for(time);

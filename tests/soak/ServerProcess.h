@@ -37,7 +37,7 @@ public:
 
     /// Kills it, and starts the next one a little later.
     void replace();
-    void standStill(std::chrono::milliseconds time);
+    void suspend(std::chrono::milliseconds time);
     void end();
 
 private:

@@ -57,7 +57,7 @@ void trouble(ServerProcess& server, const Counts& counts, Random& random, Clock:
             next += 50 + random() % 101;
             server.replace();
         } else if (random() % 40 == 0) {
-            server.standStill(std::chrono::milliseconds(random() % 300 + 1));
+            server.suspend(std::chrono::milliseconds(random() % 300 + 1));
         }
     }
 }

@@ -38,7 +38,7 @@ public:
           mBegin(server.state()),
           mEnd(std::min(end, Clock::now() + std::chrono::milliseconds(ownRandom() % 1500 + 50))) {}
 
-    [[nodiscard]] bool goesOn() const { return Clock::now() < mEnd; }
+    [[nodiscard]] bool isRunning() const { return Clock::now() < mEnd; }
     [[nodiscard]] std::atomic<std::uint64_t>& thrownAway() { return counts.thrownAway[mPlace]; }
 
     /// A failure that only a killed server explains. @return false
@@ -82,7 +82,7 @@ public:
     Player(AnyStream& stream, Life& life) : mStream(stream), mLife(life) {}
 
     void run() {
-        while (mLife.goesOn() && write())
+        while (mLife.isRunning() && write())
             if (mLife.random() % 200 == 0 && !(drain() && stopAndStart(mStream, mLife))) return;
         drain();
     }
@@ -136,7 +136,7 @@ public:
         : mStream(stream), mLife(life), mBeginsSilent(beginsSilent) {}
 
     void run() {
-        while (mLife.goesOn() && read()) {
+        while (mLife.isRunning() && read()) {
             if (mLife.random() % 200 != 0) continue;
             if (!stopAndStart(mStream, mLife)) return;
             mIsPlaced = false;
@@ -199,7 +199,7 @@ private:
 
 void ask(Life& life) {
     const auto volume = settingKinds().front().create();
-    while (life.goesOn()) {
+    while (life.isRunning()) {
         const int status = volume->ask();
         if (status != AUDIO_NO_ERROR) {
             std::this_thread::sleep_for(5ms);

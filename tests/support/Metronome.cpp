@@ -31,7 +31,7 @@ struct KernelTime {
     long nanoseconds;
 };
 
-// Not the C library's: some tests put functions of their own in front of those.
+/// Not the C library's: some tests put functions of their own in front of those.
 std::int64_t nowUs() {
     KernelTime now = {};
     syscall(SYS_clock_gettime, CLOCK_MONOTONIC, &now);
@@ -43,7 +43,7 @@ void pause(std::int64_t us) {
     syscall(SYS_clock_nanosleep, CLOCK_MONOTONIC, 0, &time, nullptr);
 }
 
-// Held descriptors would keep the test's peers from seeing that they are closed.
+/// Held descriptors would keep the test's peers from seeing that they are closed.
 void closeAll() {
 #ifdef SYS_close_range
     if (syscall(SYS_close_range, 0U, ~0U, 0U) == 0) return;

@@ -35,7 +35,7 @@ constexpr int LIFE_FD = 4;
     throw std::runtime_error("development server: " + what + ": " + std::strerror(errno));
 }
 
-// A pipe whose descriptors lie above those that the child gets.
+/// A pipe whose descriptors lie above those that the child gets.
 void makePipe(UniqueFd& readEnd, UniqueFd& writeEnd) {
     std::array<int, 2> ends = {};
     if (pipe2(ends.data(), O_CLOEXEC) != 0) fail("pipe");
@@ -45,7 +45,7 @@ void makePipe(UniqueFd& readEnd, UniqueFd& writeEnd) {
     close(ends[1]);
 }
 
-[[noreturn]] void beServer(char** argv, int null, int output, int ready, int life) {
+[[noreturn]] void runServer(char** argv, int null, int output, int ready, int life) {
     // Nobody else would end it if the test were killed meanwhile, least of all while it is stopped.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     sigset_t none;
@@ -66,17 +66,16 @@ pid_t spawn(std::vector<std::string> words, int output, int ready, int life) {
     const UniqueFd input(fcntl(null.get(), F_DUPFD_CLOEXEC, 10));
     const UniqueFd said(fcntl(output, F_DUPFD_CLOEXEC, 10));
     std::vector<char*> argv;
-    for (std::string& word : words) {
+    for (std::string& word : words)
         argv.push_back(word.data());
-    }
     argv.push_back(nullptr);
     const pid_t pid = fork();
-    if (pid == 0) beServer(argv.data(), input.get(), said.get(), ready, life);
+    if (pid == 0) runServer(argv.data(), input.get(), said.get(), ready, life);
     if (pid < 0) fail(words.front());
     return pid;
 }
 
-// A server that was killed leaves the file that stands for its physical memory.
+/// A server that was killed leaves the file that stands for its physical memory.
 void removePhysicalMemory() {
     const char* instance = std::getenv("CABINAUDIO_INSTANCE");
     if (instance == nullptr || *instance == '\0') return;
@@ -155,8 +154,8 @@ int RealServer::stop() {
     return wait();
 }
 
-// The server holds the other end of a pipe until it is gone. One that does not end is killed, which
-// its wait status then says.
+/// The server holds the other end of a pipe until it is gone. One that does not end is killed,
+/// which its wait status then says.
 int RealServer::wait() {
     if (mPid <= 0) return mWaitStatus;
     if (!isReadable(mLifeFd, PATIENCE_MS)) ::kill(mPid, SIGKILL);

@@ -18,7 +18,7 @@ static_assert(CAP_SYS_NICE < 32);
 
 }  // namespace
 
-// Each of the calls fails where there is nothing to give up.
+/// Each of the calls fails where there is nothing to give up.
 void giveUpRealTime() {
     const struct rlimit none = {0, 0};
     setrlimit(RLIMIT_RTPRIO, &none);

@@ -79,12 +79,12 @@ Answer Answer::close() {
 }
 
 Answer& Answer::held() {
-    mHold = Hold::ALL;
+    mHold = Hold::All;
     return *this;
 }
 
 Answer& Answer::bodyHeld() {
-    mHold = Hold::BODY;
+    mHold = Hold::Body;
     return *this;
 }
 
@@ -182,7 +182,7 @@ private:
     static std::vector<Request> parse(std::size_t index, Bytes& bytes);
     void serve(const Request& request);
     Handler handlerFor(const Request& request) const;
-    bool mayGo(std::size_t index, const Answer& answer);
+    bool takePermit(std::size_t index, const Answer& answer);
     void deliver(std::size_t index, const Answer& answer);
     void end(Client& client);
     void wake() const;
@@ -306,12 +306,12 @@ void ScriptedServer::Engine::serve(const Request& request) {
         mChanged.notify_all();
     }
     Answer answer = handler(request);
-    if (answer.mHold == Answer::Hold::BODY) {
+    if (answer.mHold == Answer::Hold::Body) {
         send(request.client, answer.head());
         answer = Answer::raw(answer.tail()).closing(answer.mClose);
         answer.held();
     }
-    if (mayGo(request.client, answer)) deliver(request.client, answer);
+    if (takePermit(request.client, answer)) deliver(request.client, answer);
 }
 
 ScriptedServer::Handler ScriptedServer::Engine::handlerFor(const Request& request) const {
@@ -323,10 +323,10 @@ ScriptedServer::Handler ScriptedServer::Engine::handlerFor(const Request& reques
 }
 
 /// Keeps an answer that has to wait for its release.
-bool ScriptedServer::Engine::mayGo(std::size_t index, const Answer& answer) {
+bool ScriptedServer::Engine::takePermit(std::size_t index, const Answer& answer) {
     Client& to = client(index);
     const std::lock_guard lock(mLock);
-    if (answer.mHold == Answer::Hold::NOTHING) return true;
+    if (answer.mHold == Answer::Hold::Nothing) return true;
     if (to.permits == 0) {
         to.held = answer;
         return false;

@@ -73,7 +73,7 @@ public:
 
 private:
     friend class ScriptedServer;
-    enum class Hold { NOTHING, ALL, BODY };
+    enum class Hold { Nothing, All, Body };
 
     template <typename Word>
     void appendValue(Word word) {
@@ -89,7 +89,7 @@ private:
 
     bool mFramed = true;
     bool mClose = false;
-    Hold mHold = Hold::NOTHING;
+    Hold mHold = Hold::Nothing;
     Bytes mFront;
     Bytes mBody;
     Bytes mBack;

@@ -62,9 +62,8 @@ UserProcess::UserProcess(const std::optional<User>& user, const std::function<st
                          const std::function<void()>& end) {
     std::array<int, 2> report = {};
     std::array<int, 2> life = {};
-    if (pipe2(report.data(), O_CLOEXEC) != 0 || pipe2(life.data(), O_CLOEXEC) != 0) {
+    if (pipe2(report.data(), O_CLOEXEC) != 0 || pipe2(life.data(), O_CLOEXEC) != 0)
         throw std::runtime_error("pipe");
-    }
     std::fflush(nullptr);
     mPid = fork();
     if (mPid == 0) {

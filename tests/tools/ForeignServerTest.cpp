@@ -36,8 +36,8 @@ constexpr char WARNING[] =
         const int connection = accept(listener, nullptr, nullptr);
         std::array<char, 100> line;
         if (recv(connection, line.data(), line.size(), 0) > 0) {
-            constexpr char answer[] = "{\"output\":{},\"streams\":[]}\n";
-            (void)!send(connection, answer, sizeof answer - 1, MSG_NOSIGNAL);
+            constexpr char ANSWER[] = "{\"output\":{},\"streams\":[]}\n";
+            (void)!send(connection, ANSWER, sizeof ANSWER - 1, MSG_NOSIGNAL);
         }
         close(connection);
     }

@@ -54,7 +54,7 @@ protected:
 
 }  // namespace
 
-// ---- no server, or one that refuses ------------------------------------------
+// ---- No server, or one that refuses -------------------------------------------------------------
 
 TEST_F(Playback, WithoutAServerEndsWithStatusThree) {
     const Outcome result = runExpecting(3, {"play", mLong});
@@ -88,7 +88,7 @@ TEST_F(ScriptedPlayback, RefusedStartReportsTheStatus) {
     }
 }
 
-// ---- deadlines ---------------------------------------------------------------
+// ---- Deadlines ----------------------------------------------------------------------------------
 
 TEST_F(Playback, DoesNotWaitForAServerThatNeverAnswers) {
     SilentServer silent;
@@ -200,7 +200,7 @@ TEST_F(Playback, EndsWhenTheServerStandsStill) {
     EXPECT_THAT(result.err, HasSubstr("timed out after 2 s waiting for"));
 }
 
-// ---- the stream is lost ------------------------------------------------------
+// ---- The stream is lost -------------------------------------------------------------------------
 
 class LostServer : public Playback, public testing::WithParamInterface<const char*> {};
 
@@ -240,7 +240,7 @@ TEST_F(ScriptedPlayback, EndsWhenTheStreamIsRemovedWhileDraining) {
     EXPECT_EQ(json::parse(result.out)["ended"], "removed");
 }
 
-// ---- the user ends it --------------------------------------------------------
+// ---- The user ends it ---------------------------------------------------------------------------
 
 class PlaybackSignal : public Playback, public testing::WithParamInterface<int> {};
 

@@ -157,7 +157,7 @@ TEST_F(Recording, HasTheLevelOfItsVolume) {
     EXPECT_THAT(withoutSilence(readSound(out).samples), IsEmpty());
 }
 
-// ---- its ends -------------------------------------------------------------------
+// ---- Its ends -----------------------------------------------------------------------------------
 
 class RecordingSignal : public Recording, public testing::WithParamInterface<int> {};
 
@@ -239,7 +239,7 @@ TEST_F(Recording, EndsWhenTheServerStandsStill) {
     EXPECT_GE(readSound(file("a.wav")).info.frames, 0);
 }
 
-// ---- requests without an answer, and refusals -----------------------------------
+// ---- Requests without an answer, and refusals ---------------------------------------------------
 
 /// A server that takes a capture stream and does with it what the test says.
 class ScriptedRecording : public Recording {

@@ -28,8 +28,8 @@
 
 namespace {
 
-constexpr size_t kPage = 4096;
-constexpr char kServer[] = "/tmp/as_internal_file";
+constexpr size_t PAGE = 4096;
+constexpr char SERVER[] = "/tmp/as_internal_file";
 
 int gFailures = 0;
 
@@ -61,16 +61,15 @@ int early() {
 }
 #endif
 
-// ---- report: what a program can see of how it was started ---------------------
+// ---- Report: what a program can see of how it was started ---------------------------------------
 
 void reportDescriptors() {
     DIR* directory = opendir("/proc/self/fd");
     std::string listed;
     while (const dirent* entry = readdir(directory)) {
         const int descriptor = atoi(entry->d_name);
-        if (entry->d_name[0] != '.' && descriptor != dirfd(directory)) {
+        if (entry->d_name[0] != '.' && descriptor != dirfd(directory))
             listed += " " + std::to_string(descriptor);
-        }
     }
     closedir(directory);
     printf("descriptors:%s\n", listed.c_str());
@@ -81,9 +80,7 @@ void reportSignals() {
     for (std::string line; std::getline(status, line);) {
         // Not "SigQ", which counts the signals of all the user's processes.
         for (const char* set : {"SigPnd", "ShdPnd", "SigBlk", "SigIgn", "SigCgt"}) {
-            if (line.rfind(set, 0) == 0) {
-                printf("%s\n", line.c_str());
-            }
+            if (line.rfind(set, 0) == 0) printf("%s\n", line.c_str());
         }
     }
 }
@@ -93,17 +90,16 @@ int report(const char* name) {
     reportSignals();
     const bool childless = waitpid(-1, nullptr, WNOHANG) == -1 && errno == ECHILD;
     printf("children: %s\n", childless ? "none" : "some");
-    char directory[kPage];
+    char directory[PAGE];
     printf("directory: %s\n", getcwd(directory, sizeof directory));
     printf("name: %s\n", name);
     printf("umask and parent: %o %d\n", umask(0), static_cast<int>(getppid()));
-    for (char** variable = environ; *variable != nullptr; ++variable) {
+    for (char** variable = environ; *variable != nullptr; ++variable)
         printf("variable: %s\n", *variable);
-    }
     return 0;
 }
 
-// ---- check: everything that is stood in for, once -----------------------------
+// ---- Check: everything that is stood in for, once -----------------------------------------------
 
 void checkDevices() {
     const int memory = open("/dev/mem", O_RDWR);
@@ -128,9 +124,7 @@ void checkConfiguration() {
     expect(line == "Log", "streams reach the diagnostics file");
     FILE* stream = fopen(file, "r");
     expect(stream != nullptr, "so does stdio");
-    if (stream != nullptr) {
-        fclose(stream);
-    }
+    if (stream != nullptr) fclose(stream);
 }
 
 void giveRealTimeUp() {
@@ -172,26 +166,22 @@ int check() {
     checkDevices();
     checkConfiguration();
     checkThreads();
-    if (gFailures == 0) {
-        puts("ok");
-    }
+    if (gFailures == 0) puts("ok");
     return gFailures == 0 ? 0 : 1;
 }
 
-// ---- things that instances share or do not share ------------------------------
+// ---- Things that instances share or do not share ------------------------------------------------
 
 unsigned char* mapMemory(off_t offset) {
     const int memory = open("/dev/mem", O_RDWR);
-    void* mapped = mmap(nullptr, kPage, PROT_READ | PROT_WRITE, MAP_SHARED, memory, offset);
+    void* mapped = mmap(nullptr, PAGE, PROT_READ | PROT_WRITE, MAP_SHARED, memory, offset);
     close(memory);
     return mapped == MAP_FAILED ? nullptr : static_cast<unsigned char*>(mapped);
 }
 
 int putMemory(const char* offset, const char* value) {
     unsigned char* page = mapMemory(strtol(offset, nullptr, 0));
-    if (page == nullptr) {
-        return 1;
-    }
+    if (page == nullptr) return 1;
     *page = static_cast<unsigned char>(atoi(value));
     return 0;
 }
@@ -216,8 +206,8 @@ using UseAddress = int(int, const sockaddr*, socklen_t);
 int useServerAddress(int descriptor, UseAddress* use) {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
-    memcpy(address.sun_path + 1, kServer, sizeof kServer - 1);
-    const auto length = offsetof(sockaddr_un, sun_path) + sizeof kServer;
+    memcpy(address.sun_path + 1, SERVER, sizeof SERVER - 1);
+    const auto length = offsetof(sockaddr_un, sun_path) + sizeof SERVER;
     return use(descriptor, reinterpret_cast<const sockaddr*>(&address),
                static_cast<socklen_t>(length));
 }
@@ -240,9 +230,8 @@ int callServer() {
 }
 
 int printWords(int count, char** words) {
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < count; ++i)
         printf("[%s]\n", words[i]);
-    }
     return 0;
 }
 
