@@ -9,7 +9,7 @@ namespace cabinaudio::tool {
 namespace {
 
 /// Time left after an interruption for the current call, or for calls that end the stream.
-constexpr std::chrono::milliseconds GRACE{1000};
+constexpr std::chrono::milliseconds INTERRUPTED_GRACE{1000};
 
 }  // namespace
 
@@ -23,7 +23,7 @@ Watchdog::~Watchdog() {
 
 Watchdog::Watch::Watch(Watchdog& watchdog, const char* what, std::chrono::milliseconds bound)
     : mWatchdog(watchdog) {
-    if (watchdog.mInterruption.hasHappened()) bound = std::min(bound, GRACE);
+    if (watchdog.mInterruption.hasHappened()) bound = std::min(bound, INTERRUPTED_GRACE);
     const std::lock_guard lock(watchdog.mLock);
     watchdog.mWatchedCall = what;
     watchdog.mDeadline = Clock::now() + bound;
@@ -57,7 +57,7 @@ void Watchdog::run() {
 Watchdog::Clock::time_point Watchdog::check(bool interrupted) {
     const std::lock_guard lock(mLock);
     const Clock::time_point now = Clock::now();
-    if (interrupted) mDeadline = std::min(mDeadline, now + GRACE);
+    if (interrupted) mDeadline = std::min(mDeadline, now + INTERRUPTED_GRACE);
     if (mWatchedCall != nullptr && now >= mDeadline) mOverdue(mWatchedCall);
     mNextCheck = mWatchedCall != nullptr ? mDeadline : Clock::time_point::max();
     return mNextCheck;
