@@ -43,7 +43,8 @@ std::uint64_t virtualNow() {
     return frozen != 0 ? frozen : operations::now.real();
 }
 
-std::int32_t waitVirtually(AudioCondition* condition, AudioMutex& mutex, std::uint64_t ms) {
+std::int32_t waitVirtually(AudioCondition* condition, AudioMutex& mutex, std::uint64_t ms)
+    CABINAUDIO_REQUIRES(mutex) {
     if (!tVirtual) return operations::waitRelative.real(condition, mutex, ms);
     {
         const std::lock_guard lock(gLock);

@@ -44,7 +44,7 @@ public:
     std::uint32_t first;
 
 private:
-    std::uint32_t mSecond;
+    [[maybe_unused]] std::uint32_t mSecond;
 };
 
 // ---- Numbers and records ------------------------------------------------------------------------
