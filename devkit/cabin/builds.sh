@@ -6,6 +6,16 @@
 # that is precompiled depends on the time or on a macro that only the including source defines.
 export CCACHE_SLOPPINESS="${CCACHE_SLOPPINESS:-pch_defines,time_macros}"
 
+# lock_tree TREE: waits until no other command builds or tests this tree. The lock ends with
+# descriptor 9. Commands that a test runs have the lock of their suite already.
+lock_tree() {
+    [ "${CABIN_LOCKED_TREE:-}" != "$1" ] && command -v flock >/dev/null || return 0
+    exec 9>"$1/.lock"
+    flock 9
+}
+
+unlock_tree() { exec 9>&-; }
+
 # build NAME [TARGET...]: configures and compiles everything or the targets; silent on success.
 build() {
     name=$1
@@ -24,14 +34,12 @@ build() {
     log=$tree/build.log
     began=$(date +%s)
     say "building $name (output: $log)"
-    # Another command may be building the same tree. The lock ends with this descriptor.
-    exec 9>"$tree/.lock"
-    ! command -v flock >/dev/null || flock 9
+    lock_tree "$tree"
     : >"$log"
     logged "$log" cmake --preset "$name"
     if [ $# -gt 0 ]; then set -- --target "$@"; fi
     logged "$log" cmake --build --preset "$name" --parallel "$(jobs)" "$@"
-    exec 9>&-
+    unlock_tree
     say "built $name in $(($(date +%s) - began)) s"
 }
 

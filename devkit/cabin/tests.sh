@@ -52,7 +52,14 @@ run_tests() {
     # Tests mostly wait, so more of them run in parallel than there are processors.
     set -- "$@" --parallel $((2 * $(jobs)))
     if [ -t 1 ]; then set -- "$@" --progress; else set -- "$@" --quiet; fi
-    fixed_addresses ctest "$@" --output-log "$tree/test.log" </dev/null && return 0
+    # CMake's files of the tests are not whole while another command configures the tree.
+    lock_tree "$tree"
+    export CABIN_LOCKED_TREE="$tree"
+    result=0
+    fixed_addresses ctest "$@" --output-log "$tree/test.log" </dev/null 9>&- || result=$?
+    unset CABIN_LOCKED_TREE
+    unlock_tree
+    [ "$result" -ne 0 ] || return 0
     [ -t 1 ] || show_failures "$suite_name"
     return 1
 }
