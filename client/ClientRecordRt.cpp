@@ -121,6 +121,8 @@ void ClientRecordRt::init(AudioTagType tag) {
     AUDIO_LOGI("[%s] record init.\n", mName);
     const LogSite site = AUDIO_LOG_SITE;
     const AudioMutex::AutoLock lock(mLock);
+    // The notifier thread acknowledges the end of a ring without mLock, even while this runs.
+    const AudioMutex::AutoLock requestLock(StreamLink::of(mRc).requestLock);
     bool isGranted = false;
     const auto answer = cabinaudio::requestRecord<wire::CreateReply>(
         *mRc, cabinaudio::createRequest(id(CaptureFunction::Create), tag, mFormat, 0), true,
