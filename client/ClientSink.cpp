@@ -84,6 +84,8 @@ void ClientSink::init(AudioTagType /*tag*/, int streamParam) {
         return;
     }
     const AudioMutex::AutoLock lock(mLock);
+    // The notifier thread acknowledges a withdrawal without mLock, even while this runs.
+    const AudioMutex::AutoLock requestLock(StreamLink::of(mRc).requestLock);
     const auto accepted = [&](const wire::CreateReply& reply) { mPerLoopSize = reply.perLoopSize; };
     const wire::CreateRequest request =
         cabinaudio::createRequest(id(StreamFunction::Create), mTag, mFormat, streamParam);

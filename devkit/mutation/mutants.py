@@ -941,7 +941,9 @@ _in("ClientSink::ClientSink",
     ("notifications before the end of construction", "const AudioMutex::AutoLock lock(mLock);", ""),
     ("any parameter is real time", "streamParam > 0", "streamParam >= 0"))
 _in("ClientSink::init",
-    ("a stream that was removed while it was made", "if (mState == NO_INIT)", ""))
+    ("a stream that was removed while it was made", "if (mState == NO_INIT)", ""),
+    ("a creation beside an acknowledgment",
+     "const AudioMutex::AutoLock requestLock(StreamLink::of(mRc).requestLock);", ""))
 _in("ClientSink::getTotalBufferSize",
     ("the total size of a ring that goes",
      "const UseGate::Visit visit(StreamLink::of(mRc).ringVisitors);", ""))
@@ -1055,6 +1057,9 @@ _in("ClientRecordRt::readAs",
 _in("ClientRecordRt::getTotalBufferSize",
     ("the total size of a ring that goes",
      "const UseGate::Visit visit(StreamLink::of(mRc).ringVisitors);", ""))
+_in("ClientRecordRt::init",
+    ("a creation beside an acknowledgment",
+     "const AudioMutex::AutoLock requestLock(StreamLink::of(mRc).requestLock);", ""))
 _in("ClientRecordRt::initShareMem",
     ("a ring is asked for beside another request",
      "const AudioMutex::AutoLock lock(StreamLink::of(mRc).requestLock);", "",

@@ -185,6 +185,25 @@ TEST_P(StreamNotifiedInCreation, SendsNoRequestBeforeItIsRegistered) {
     EXPECT_EQ(log.countMatching(ERROR, "mConn=.*\n"), 0U) << log.dump();
 }
 
+/// Streams whose source goes while they are created.
+class StreamWithdrawnInCreation : public EachKindTest {};
+
+INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamWithdrawnInCreation,
+                         ::testing::Values(streamKind("sink"), streamKind("uplink")), NAME);
+
+TEST_P(StreamWithdrawnInCreation, AcknowledgesBesideItsCreateRequest) {
+    const std::uint32_t withdrawn = kind.name == std::string("sink") ? 4 : 2;
+    server.onRegistration(Answer::handle(100).after(withdrawn, 0));
+    for (std::size_t round = 1; round <= 100; ++round) {
+        create();
+        EXPECT_TRUE(eventually([&] { return server.requests(LET_GO).size() == round; }))
+            << log.dump();
+        EXPECT_EQ(stream->initCheck(), AUDIO_NO_ERROR);
+        stream.reset();
+    }
+    EXPECT_EQ(log.countMatching(ERROR, ".*bad sequence\n"), 0U) << log.dump();
+}
+
 class SinkWithoutItsSource : public KindTest {
 protected:
     SinkWithoutItsSource() : KindTest(streamKind("sink")) { serverRing = kind.ring(); }
