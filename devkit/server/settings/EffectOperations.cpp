@@ -48,10 +48,10 @@ std::optional<EffectName> nameOf(const Store& store, const Text& tag, const Text
 
 /// An effect that was never set is off and has no parameter.
 const Effect& find(const Call& call, const Store& store, const EffectName& name) {
-    static const Effect UNSET;
+    static const Effect unset;
     const Effects& effects = store.in(*call.services.settings);
     const auto found = effects.find(name);
-    return found != effects.end() ? found->second : UNSET;
+    return found != effects.end() ? found->second : unset;
 }
 
 template <typename Change>
