@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "client/FramedRing.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 #include "tests/support/ServerRing.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +13,6 @@ namespace {
 
 using Outcome = FramedRing::Outcome;
 
-constexpr int DEBUG = 3;
 constexpr unsigned RING_BYTES = 1024;
 constexpr LogSite SITE{"ClientRecordRt", "read"};
 

@@ -256,7 +256,7 @@ TEST_P(PlaybackDestruction, SurvivesABurstOfNotifications) {
         eventually([&] { return ProcessState::now().sharedMappings == before.sharedMappings; }));
 }
 
-using SinkDestruction = ASink;
+using SinkDestruction = SinkFixture;
 
 TEST_F(SinkDestruction, UnmapsTheRingBeforeItClosesTheConnection) {
     makeWithSource();

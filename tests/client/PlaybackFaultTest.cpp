@@ -58,7 +58,7 @@ TEST_P(FaultyPlayback, WriteReturnsItsLengthAndLogsARingThatTookNothing) {
     }
 }
 
-class FaultyTrack : public ATrack {
+class FaultyTrack : public TrackFixture {
 protected:
     Faults faults;
 };
@@ -78,7 +78,7 @@ TEST_F(FaultyTrack, ReturnsTheStatusOfAKeyShiftWhoseBlocksCannotBeFreed) {
     EXPECT_TRUE(logged(ERROR, "ClientTrack", "setKeyShift", "rcfree error.\n"));
 }
 
-class FaultyVersionQuery : public AStream {
+class FaultyVersionQuery : public StreamFixture {
 protected:
     Faults faults;
 };
@@ -99,7 +99,7 @@ TEST_F(FaultyVersionQuery, LeavesItsNumbersAloneWithoutBlocksAndLogsAFailedFree)
     EXPECT_TRUE(logged(ERROR, "ClientVersionSetting", "getServerVersions", "rcfree error.\n"));
 }
 
-class FaultySink : public ASink {
+class FaultySink : public SinkFixture {
 protected:
     FaultySink() { makeActive(); }
 

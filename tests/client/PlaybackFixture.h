@@ -4,7 +4,7 @@
 #include <cabinaudio/client/ClientSink.h>
 #include <cabinaudio/client/ClientTrack.h>
 
-#include "tests/client/StreamFixture.h"
+#include "tests/support/StreamFixture.h"
 
 #include <cstdint>
 #include <future>
@@ -19,7 +19,7 @@ namespace cabinaudio::test {
 enum class Playing { Track, Sink };
 
 /// A track named "trk" or a sink named "snk" against a scripted server.
-class PlaybackFixture : public AStream {
+class PlaybackFixture : public StreamFixture {
 protected:
     static constexpr int CREATE = 21;
     static constexpr int INIT_CHECK = 8;

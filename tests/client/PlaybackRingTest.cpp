@@ -136,7 +136,7 @@ TEST_P(PlaybackNotification, IsLoggedWhenItIsUnknown) {
                            "unknown msg(" + std::to_string(event) + "), value=77\n"));
 }
 
-using TrackNotification = ATrack;
+using TrackNotification = TrackFixture;
 
 TEST_F(TrackNotification, OfARingIsLoggedWhenItsRequestCannotBeMade) {
     makeAuxiliary();

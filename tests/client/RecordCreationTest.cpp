@@ -45,14 +45,14 @@ TEST_P(NewCapture, RegistersItsNameAndTheTypeOfItsTag) {
 }
 
 TEST_P(NewCapture, RegistersTypeUnknownAndSendsTheTagUnchangedForAnUnknownTag) {
-    const auto odd = ACaptureStream::create(kind, "odd", static_cast<AudioTagType>(77));
+    const auto odd = RecordFixture::create(kind, "odd", static_cast<AudioTagType>(77));
     EXPECT_EQ(server.requests()[0].header.type, 255U);
     ASSERT_EQ(server.requests(CREATE).size(), 1U);
     EXPECT_EQ(server.requests(CREATE)[0].word(1), 77U);
 }
 
 TEST_P(NewCapture, SendsACreateRequestOfTheseBytes) {
-    const auto created = ACaptureStream::create(
+    const auto created = RecordFixture::create(
         kind, "rec", AUDIO_TAG_INPUT2,
         {32, 8000, 7, AUDIO_CHANNEL_MAP_MONO_253, 2, static_cast<AudioBitDepthType>(1)}, -5);
     const std::vector<Request> sent = server.requests(CREATE);
@@ -65,7 +65,7 @@ TEST_P(NewCapture, SendsACreateRequestOfTheseBytes) {
 }
 
 TEST_P(NewCapture, CutsItsNameToSixtyThreeCharacters) {
-    const auto created = ACaptureStream::create(kind, std::string(100, 'n'));
+    const auto created = RecordFixture::create(kind, std::string(100, 'n'));
     EXPECT_EQ(server.requests()[0].header.name, std::string(63, 'n'));
     (void)created->clear();
     EXPECT_TRUE(logged(DEBUG, "[" + std::string(63, 'n') + "] clear finish state: IDLE\n"));
@@ -88,7 +88,7 @@ TEST_P(NewCapture, IsUnusableWithoutAServer) {
     expectUnusable(*lost);
 }
 
-using NewRecord = ACaptureStream;
+using NewRecord = RecordFixture;
 
 TEST_F(NewRecord, HasStepAndRingOfTheReplyAndIsIdle) {
     makeRawMic(2000, 500);
@@ -115,7 +115,7 @@ TEST_F(NewRecord, HasARingWhateverItsTag) {
     }
 }
 
-using NewUplink = ACaptureStream;
+using NewUplink = RecordFixture;
 
 TEST_F(NewUplink, HasStepAndPaceOfTheReplyAndNoRing) {
     makeUplink(640);
@@ -140,7 +140,7 @@ void PrintTo(const CodecRow& row, std::ostream* out) {
     *out << "codec " << row.codec << " at " << row.rate;
 }
 
-class UplinkCodec : public ACaptureStream, public ::testing::WithParamInterface<CodecRow> {};
+class UplinkCodec : public RecordFixture, public ::testing::WithParamInterface<CodecRow> {};
 
 TEST_P(UplinkCodec, DecidesTheSizeOfAStepAndLeavesThePaceToTheServer) {
     const auto& [codec, rate, samples, bytes] = GetParam();
@@ -165,7 +165,7 @@ INSTANTIATE_TEST_SUITE_P(
         return "codec" + std::to_string(row.param.codec) + "at" + std::to_string(row.param.rate);
     });
 
-class UplinkOfAnUnknownCodec : public ACaptureStream,
+class UplinkOfAnUnknownCodec : public RecordFixture,
                                public ::testing::WithParamInterface<std::uint32_t> {};
 
 TEST_P(UplinkOfAnUnknownCodec, IsUsableWithTheServersSizes) {
@@ -263,7 +263,7 @@ INSTANTIATE_TEST_SUITE_P(Stream, DumpedUplink, ::testing::Values(Kind::Uplink), 
 
 TEST_P(DumpedUplink, IsDumpedByTheUplinksTagInTheLengthThatWasDue) {
     server.on(CREATE, Answer::words(0, 0, 0, 512, 16, 256, 0));
-    record = ACaptureStream::create(kind, "rec", AUDIO_TAG_INPUT1, speech(32));
+    record = RecordFixture::create(kind, "rec", AUDIO_TAG_INPUT1, speech(32));
     ASSERT_EQ(record->initCheck(), AUDIO_NO_ERROR);
     start();
     std::fill_n(data.begin(), 100, static_cast<unsigned char>('x'));

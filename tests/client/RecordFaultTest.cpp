@@ -56,7 +56,7 @@ TEST_P(FaultyCapture, ReturnsNoMemoryWithoutBlocks) {
     EXPECT_EQ(record->stop(), AUDIO_NO_MEMORY);
 }
 
-class FaultyRecord : public ACaptureStream {
+class FaultyRecord : public RecordFixture {
 protected:
     Faults faults;
 };
@@ -81,7 +81,7 @@ TEST_F(FaultyRecord, VolumeIsUnknownWithoutBlocks) {
     EXPECT_TRUE(logged(ERROR, "[rec]set volume(-1->5) failed\n"));
 }
 
-class FaultyUplink : public ACaptureStream {
+class FaultyUplink : public RecordFixture {
 protected:
     Faults faults;
 };

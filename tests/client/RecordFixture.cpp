@@ -7,15 +7,15 @@ AudioFormatDesc speech(std::uint32_t codec) {
     return {codec, 16000, 0, AUDIO_CHANNEL_MAP_1, 0, AUDIO_BIT_DEPTH_16};
 }
 
-std::unique_ptr<AudioRecord> ACaptureStream::create(Kind which, const std::string& name,
-                                                    AudioTagType tag, AudioFormatDesc format,
-                                                    int streamParam) const {
+std::unique_ptr<AudioRecord> RecordFixture::create(Kind which, const std::string& name,
+                                                   AudioTagType tag, AudioFormatDesc format,
+                                                   int streamParam) const {
     if (which == Kind::RawMic)
         return std::make_unique<ClientRecord>(name.c_str(), tag, format, streamParam);
     return std::make_unique<ClientRecordRt>(name.c_str(), tag, format);
 }
 
-void ACaptureStream::makeRawMic(unsigned size, int perLoopSize) {
+void RecordFixture::makeRawMic(unsigned size, int perLoopSize) {
     ringSize = size;
     kind = Kind::RawMic;
     server.on(CREATE, Answer::words(0, 0, size, perLoopSize, 16, 512, 0));
@@ -26,21 +26,21 @@ void ACaptureStream::makeRawMic(unsigned size, int perLoopSize) {
     ASSERT_EQ(record->getTotalBufferSize(), static_cast<int>(size)) << log.dump();
 }
 
-void ACaptureStream::makeUplink(int perLoopSize, AudioFormatDesc format) {
+void RecordFixture::makeUplink(int perLoopSize, AudioFormatDesc format) {
     kind = Kind::Uplink;
     server.on(CREATE, Answer::words(0, 0, 0, perLoopSize, 16, perLoopSize / 2, 0));
     record = create(kind, "rec", AUDIO_TAG_UPLINK, format);
     ASSERT_EQ(log.countMatching(ERROR, ".*\n"), 0U) << log.dump();
 }
 
-void ACaptureStream::make(Kind which) {
+void RecordFixture::make(Kind which) {
     if (which == Kind::RawMic)
         makeRawMic();
     else
         makeUplink();
 }
 
-void ACaptureStream::giveRing(unsigned size, unsigned address) {
+void RecordFixture::giveRing(unsigned size, unsigned address) {
     ringSize = size;
     server.on(GET_RING, Answer::words(0, address, size));
     serverRing.reset();  // removes the name
@@ -53,14 +53,14 @@ void ACaptureStream::giveRing(unsigned size, unsigned address) {
     settle();
 }
 
-void ACaptureStream::takeRing() {
+void RecordFixture::takeRing() {
     const std::size_t before = server.requests(REMOVE_RING).size();
     server.notify(RING_STATE, 0, newest());
     ASSERT_TRUE(server.waitForRequest(REMOVE_RING, before + 1)) << log.dump();
     settle();
 }
 
-void ACaptureStream::settle() {
+void RecordFixture::settle() {
     const char* const line = kind == Kind::RawMic ? "[rec]unknown msg(9999), value=0\n"
                                                   : "[rec] unknown msg(9999), value=0\n";
     const std::size_t before = log.count(DEBUG, line);
@@ -68,16 +68,16 @@ void ACaptureStream::settle() {
     ASSERT_TRUE(log.waitFor(DEBUG, line, before + 1)) << log.dump();
 }
 
-void ACaptureStream::removeByServer() {
+void RecordFixture::removeByServer() {
     server.notify(REMOVED, 0, newest());
     settle();
 }
 
-void ACaptureStream::start() {
+void RecordFixture::start() {
     ASSERT_EQ(record->start(), AUDIO_NO_ERROR) << log.dump();
 }
 
-::testing::AssertionResult ACaptureStream::delivered(int length, const Bytes& expected) const {
+::testing::AssertionResult RecordFixture::delivered(int length, const Bytes& expected) const {
     if (length != static_cast<int>(expected.size()))
         return ::testing::AssertionFailure()
                << "returned " << length << " instead of " << expected.size() << "\n"
@@ -87,7 +87,7 @@ void ACaptureStream::start() {
                                          << " instead of " << ::testing::PrintToString(expected);
 }
 
-std::future<int> ACaptureStream::blockedRead(int bytes) {
+std::future<int> RecordFixture::blockedRead(int bytes) {
     return blocked([this, bytes] { return read(bytes, true); }, AUDIO_INVALID_STATE);
 }
 

@@ -4,7 +4,7 @@
 #include <cabinaudio/client/ClientRecord.h>
 #include <cabinaudio/client/ClientRecordRt.h>
 
-#include "tests/client/StreamFixture.h"
+#include "tests/support/StreamFixture.h"
 
 #include <memory>
 #include <ostream>
@@ -19,7 +19,7 @@ enum class Kind { RawMic, Uplink };
 [[nodiscard]] AudioFormatDesc speech(std::uint32_t codec = 0);
 
 /// A capture stream named "rec" against a scripted server.
-class ACaptureStream : public AStream {
+class RecordFixture : public StreamFixture {
 protected:
     static constexpr int CREATE = 2;
     static constexpr int SET_VOLUME = 8;
@@ -66,11 +66,11 @@ protected:
 };
 
 /// For everything that both classes do alike, but for their words.
-class EachCapture : public ACaptureStream, public ::testing::WithParamInterface<Kind> {
+class EachCapture : public RecordFixture, public ::testing::WithParamInterface<Kind> {
 protected:
     EachCapture() { kind = GetParam(); }
 
-    void make() { ACaptureStream::make(kind); }
+    void make() { RecordFixture::make(kind); }
     /// An active stream with its ring.
     void makeCapturing() {
         make();
@@ -79,7 +79,7 @@ protected:
     }
     [[nodiscard]] std::unique_ptr<AudioRecord> create() const {
         const AudioTagType tag = kind == Kind::RawMic ? AUDIO_TAG_INPUT0 : AUDIO_TAG_UPLINK;
-        return ACaptureStream::create(kind, "rec", tag);
+        return RecordFixture::create(kind, "rec", tag);
     }
     /// The class that writes the log lines.
     [[nodiscard]] const char* file() const {

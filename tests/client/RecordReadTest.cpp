@@ -10,7 +10,7 @@ namespace cabinaudio::test {
 namespace {
 
 /// Reads of an active record.
-class RecordRead : public ACaptureStream {
+class RecordRead : public RecordFixture {
 protected:
     RecordRead() { makeActive(); }
 

@@ -16,7 +16,7 @@ constexpr const char* BODY_LINE =
     "AUDIO IGNORE(mShareMemory->read(buffer + mHeaderSize, frameSize))!\n";
 
 /// A stream of frames with lengths of their own.
-class UplinkFrame : public AnUplinkInTime, public EachFrameCodec {
+class UplinkFrame : public UplinkInTime, public EachFrameCodec {
 protected:
     UplinkFrame() { makeLive(speech(GetParam()), 20'000); }
 
@@ -113,7 +113,7 @@ TEST_P(UplinkFrame, IsWaitedForUntilTheRequestedBytesAreThere) {
     EXPECT_EQ(time.takeWaits(), Waits{1000});
 }
 
-class UplinkPacket : public AnUplinkInTime {};
+class UplinkPacket : public UplinkInTime {};
 
 TEST_F(UplinkPacket, GivesSilenceForAnImpossibleLength) {
     makeLive(speech(OPUS));
@@ -157,8 +157,7 @@ TEST_F(UplinkPacket, IsReadAcrossTheEndOfTheRing) {
     }
 }
 
-class UnreadableCodec : public AnUplinkInTime,
-                        public ::testing::WithParamInterface<std::uint32_t> {};
+class UnreadableCodec : public UplinkInTime, public ::testing::WithParamInterface<std::uint32_t> {};
 
 TEST_P(UnreadableCodec, RefusesEveryLiveReadAndLeavesTheDataInTheRing) {
     server.on(CREATE, Answer::words(0, 0, 0, 512, 16, 256, 0));

@@ -12,7 +12,7 @@ namespace {
 constexpr std::uint8_t UNTOUCHED = 0x5a;
 
 /// Reads of frames into a buffer that ends where they say.
-class LimitedFrame : public AnUplinkInTime {
+class LimitedFrame : public UplinkInTime {
 protected:
     int readFrame(int capacity, bool isBlock) {
         std::fill(data.begin(), data.end(), UNTOUCHED);
@@ -240,7 +240,7 @@ TEST_F(LimitedFrame, IsRefusedWithoutABufferOrAStart) {
 }
 
 /// Real time, real threads.
-class FrameInRealTime : public ACaptureStream {};
+class FrameInRealTime : public RecordFixture {};
 
 TEST_F(FrameInRealTime, IsRefusedWhileAnotherReadWaits) {
     makeUplink(512, speech(OPUS));

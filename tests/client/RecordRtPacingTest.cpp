@@ -7,7 +7,7 @@ namespace cabinaudio::test {
 namespace {
 
 /// 16 kHz, one channel, 16 bits: 32 bytes a millisecond.
-class PacedSilence : public AnUplinkInTime {
+class PacedSilence : public UplinkInTime {
 protected:
     PacedSilence() { makeActive(); }
 };
@@ -216,7 +216,7 @@ TEST_F(PacedSilence, RefusesNoBufferAndNoBytes) {
     EXPECT_TRUE(logged(ERROR, "[rec] state[1] is not ACTIVE\n"));
 }
 
-class UplinkWithoutAPace : public AnUplinkInTime, public ::testing::WithParamInterface<int> {};
+class UplinkWithoutAPace : public UplinkInTime, public ::testing::WithParamInterface<int> {};
 
 TEST_P(UplinkWithoutAPace, NeitherCrashesNorHangs) {
     makeActive(GetParam());
@@ -247,7 +247,7 @@ TEST_F(PacedSilence, IsNotGivenByARefusedStream) {
 }
 
 /// Real time, real waits.
-class SilenceInRealTime : public ACaptureStream {};
+class SilenceInRealTime : public RecordFixture {};
 
 TEST_F(SilenceInRealTime, ComesAtTheServersPace) {
     makeUplink();

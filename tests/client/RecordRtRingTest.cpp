@@ -9,7 +9,7 @@
 namespace cabinaudio::test {
 namespace {
 
-class UplinkRing : public AnUplinkInTime {
+class UplinkRing : public UplinkInTime {
 protected:
     UplinkRing() { makeUplink(); }
 };
@@ -125,7 +125,7 @@ TEST_F(UplinkRing, IsReadNextTimeWhenItArrivesDuringAWaitForSilence) {
     EXPECT_TRUE(delivered(read(512, true), pattern(512)));
 }
 
-class NewUplinkRing : public AnUplinkInTime {
+class NewUplinkRing : public UplinkInTime {
 protected:
     NewUplinkRing() {
         makeUplink();
@@ -182,7 +182,7 @@ TEST_F(NewUplinkRing, IsCountedInsteadOfSilenceOnceItWasRead) {
 }
 
 /// Reads of an uplink that was live and whose ring is empty.
-class LiveData : public AnUplinkInTime {
+class LiveData : public UplinkInTime {
 protected:
     LiveData() { makeLive(); }
 };
@@ -260,7 +260,7 @@ TEST_F(LiveData, IsNotFoundInARingWithAnImpossibleHeader) {
 }
 
 /// Real time, real threads.
-class LiveDataInRealTime : public ACaptureStream {
+class LiveDataInRealTime : public RecordFixture {
 protected:
     /// A read of 300 bytes, of an uplink that has delivered and has nothing any more.
     [[nodiscard]] std::future<int> blockedLiveRead() {

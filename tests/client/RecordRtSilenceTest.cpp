@@ -26,7 +26,7 @@ Bytes samples(const std::vector<std::int32_t>& noise, int bits) {
     return bytes;
 }
 
-class Noise : public AnUplinkInTime {};
+class Noise : public UplinkInTime {};
 
 TEST_F(Noise, IsTheUpperHalfOfTheGeneratorsNumbers) {
     makeActive();
@@ -91,7 +91,7 @@ TEST_F(Noise, LeavesAnOddByteAlone) {
     EXPECT_EQ(buffer.bytes(), expected);
 }
 
-class NoiseOfADepth : public AnUplinkInTime, public ::testing::WithParamInterface<std::uint32_t> {
+class NoiseOfADepth : public UplinkInTime, public ::testing::WithParamInterface<std::uint32_t> {
 protected:
     /// Width of the noise's samples.
     [[nodiscard]] static int width() {
@@ -167,7 +167,7 @@ INSTANTIATE_TEST_SUITE_P(OfEachKind, NoiseOfADepth,
                          ::testing::Values(8, 16, 17, 24, 25, 32, 33, 12),
                          [](const auto& bits) { return "of" + std::to_string(bits.param); });
 
-class StoredSilence : public AnUplinkInTime {
+class StoredSilence : public UplinkInTime {
 protected:
     /// A read into a buffer of exactly the silence's length.
     void expectSilence(const AudioFormatDesc& format, const Bytes& silence) {

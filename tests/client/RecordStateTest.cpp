@@ -167,7 +167,7 @@ TEST_P(ActiveCapture, IgnoresOtherNotifications) {
     EXPECT_EQ(record->stop(), AUDIO_NO_ERROR);
 }
 
-using RecordNotification = ACaptureStream;
+using RecordNotification = RecordFixture;
 
 TEST_F(RecordNotification, TwoIsUnknownToARecord) {
     makeRawMic();

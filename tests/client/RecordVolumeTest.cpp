@@ -4,7 +4,7 @@
 namespace cabinaudio::test {
 namespace {
 
-class RecordVolume : public ACaptureStream {
+class RecordVolume : public RecordFixture {
 protected:
     RecordVolume() { makeRawMic(); }
 };

@@ -31,7 +31,7 @@ int peakOf(const Samples& samples) {
     return peak;
 }
 
-class DecodedSilence : public ACaptureStream {
+class DecodedSilence : public RecordFixture {
 protected:
     /// The bytes of a read without a ring.
     Bytes silenceOf(std::uint32_t codec, std::uint32_t rate) {

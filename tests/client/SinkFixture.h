@@ -6,13 +6,13 @@
 namespace cabinaudio::test {
 
 /// A sink named "snk" against a scripted server.
-class ASink : public PlaybackFixture {
+class SinkFixture : public PlaybackFixture {
 protected:
     static constexpr std::uint32_t ACTIVATED = RING_READY;
     static constexpr std::uint32_t WITHDRAWN = 4;
     static constexpr std::uint32_t FINISHED = 5;
 
-    ASink() : PlaybackFixture(Playing::Sink) {}
+    SinkFixture() : PlaybackFixture(Playing::Sink) {}
 
     /// A created sink, without a source yet.
     void make(int perLoopSize = 1024, AudioFormatDesc format = cdFormat(), int streamParam = 0) {

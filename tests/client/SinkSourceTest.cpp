@@ -19,7 +19,7 @@ AudioFormatDesc codedFormat() {
     return format;
 }
 
-using SinkSource = ASink;
+using SinkSource = SinkFixture;
 
 TEST_F(SinkSource, IsUnmappedThenAcknowledgedWhenItIsWithdrawn) {
     make();
@@ -111,7 +111,7 @@ TEST_F(SinkSource, HoldsWritesForASecondWhenItsRingCannotBeMapped) {
 }
 
 /// Writes that meet no source.
-using SinkWriteWithoutASource = ASink;
+using SinkWriteWithoutASource = SinkFixture;
 
 TEST_F(SinkWriteWithoutASource, ReturnsAtOnceWhenItMayNotBlock) {
     makeActive();

@@ -5,7 +5,7 @@
 namespace cabinaudio::test {
 namespace {
 
-using NewSink = ASink;
+using NewSink = SinkFixture;
 
 TEST_F(NewSink, HasTheStepOfTheReplyAndNoRingWhateverItsTag) {
     for (const AudioTagType any : {AUDIO_TAG_MAIN, AUDIO_TAG_ALTERNATIVE, AUDIO_TAG_AUXILIARY,
@@ -21,7 +21,7 @@ TEST_F(NewSink, HasTheStepOfTheReplyAndNoRingWhateverItsTag) {
     }
 }
 
-using SinkInitCheck = ASink;
+using SinkInitCheck = SinkFixture;
 
 TEST_F(SinkInitCheck, SendsNothing) {
     make();
@@ -53,7 +53,7 @@ TEST_F(NewSink, UnlocksTheTurnBeforeTheLock) {
     EXPECT_EQ(locks.unlocked, locks.locked);
 }
 
-class ActiveSink : public ASink {
+class ActiveSink : public SinkFixture {
 protected:
     ActiveSink() { makeActive(); }
 };

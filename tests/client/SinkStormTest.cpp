@@ -42,7 +42,7 @@ constexpr int ROUNDS = 10'000;
 
 constexpr int STEP = 1024;
 
-class SourceBurst : public ASink {
+class SourceBurst : public SinkFixture {
 protected:
     ~SourceBurst() override {
         mEnd = true;

@@ -6,7 +6,7 @@
 namespace cabinaudio::test {
 namespace {
 
-using SinkWrite = ASink;
+using SinkWrite = SinkFixture;
 
 TEST_F(SinkWrite, IsNotLoggedTheFirstTime) {
     makeWithSource();

@@ -6,7 +6,7 @@
 namespace cabinaudio::test {
 namespace {
 
-using NewTrack = ATrack;
+using NewTrack = TrackFixture;
 
 TEST_F(NewTrack, HasStepAndRingOfTheReplyAndIsIdleWhenItIsAlternative) {
     makeAlternative(2000, 500);
@@ -86,7 +86,7 @@ TEST_F(NewTrack, IsAuxiliaryUnlessItsTagIsTheAlternative) {
     EXPECT_EQ(server.requests(KEY_SHIFT).size(), 3U);
 }
 
-using TrackInitCheck = ATrack;
+using TrackInitCheck = TrackFixture;
 
 TEST_F(TrackInitCheck, AsksTheServerWithoutTheFlagAndKeepsTheTrackIdle) {
     makeAlternative();

@@ -6,11 +6,11 @@
 namespace cabinaudio::test {
 
 /// A track named "trk" against a scripted server.
-class ATrack : public PlaybackFixture {
+class TrackFixture : public PlaybackFixture {
 protected:
     static constexpr std::uint32_t FINISHED = 4;
 
-    ATrack() : PlaybackFixture(Playing::Track) {}
+    TrackFixture() : PlaybackFixture(Playing::Track) {}
 
     /// A created alternative track with its ring.
     void makeAlternative(unsigned size = 4096, int perLoopSize = 1024) {

@@ -4,7 +4,7 @@
 namespace cabinaudio::test {
 namespace {
 
-class IdleTrack : public ATrack {
+class IdleTrack : public TrackFixture {
 protected:
     IdleTrack() { makeAuxiliary(); }
 };
@@ -53,7 +53,7 @@ TEST_F(IdleTrack, RefusesAKeyShiftDuringAnother) {
     EXPECT_EQ(server.requests(KEY_SHIFT).size(), 1U);
 }
 
-class AlternativeTrack : public ATrack {
+class AlternativeTrack : public TrackFixture {
 protected:
     AlternativeTrack() {
         makeAlternative();

@@ -4,10 +4,10 @@
 #include <cabinaudio/client/ClientTrack.h>
 #include <cabinaudio/client/ClientVersionSetting.h>
 
-#include "tests/client/StreamFixture.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
+#include "tests/support/StreamFixture.h"
 
 #include <gtest/gtest.h>
 

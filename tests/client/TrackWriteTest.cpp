@@ -4,7 +4,7 @@
 namespace cabinaudio::test {
 namespace {
 
-using TrackWrite = ATrack;
+using TrackWrite = TrackFixture;
 
 TEST_F(TrackWrite, IsLoggedTheFirstTimeOnlyAndBeforeAnyCheck) {
     makeAlternative();
@@ -16,7 +16,7 @@ TEST_F(TrackWrite, IsLoggedTheFirstTimeOnlyAndBeforeAnyCheck) {
 }
 
 /// Writes to an active auxiliary track whose ring was not announced.
-class TrackWriteWithoutARing : public ATrack {
+class TrackWriteWithoutARing : public TrackFixture {
 protected:
     TrackWriteWithoutARing() {
         makeAuxiliary();

@@ -25,7 +25,7 @@ constexpr std::uint32_t MSBC = 65;
 }
 
 /// An uplink whose clock is in the test's hands. Reads that wait take no time.
-class AnUplinkInTime : public ACaptureStream {
+class UplinkInTime : public RecordFixture {
 protected:
     using Waits = std::vector<std::uint64_t>;
 

@@ -2,7 +2,7 @@
 #include "client/UplinkCodec.h"
 #include "client/UplinkSilence.h"
 #include "tests/client/SilentPackets.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,6 @@
 namespace cabinaudio::test {
 namespace {
 
-constexpr int WARN = 5;
 constexpr std::uint32_t BYTES_PER_MS = 32;
 constexpr std::uint8_t UNTOUCHED = 0x5a;  // no sample of the noise is as loud
 constexpr LogSite SITE{"ClientRecordRt", "read"};

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/client/ClientVersionSetting.h>
 
-#include "tests/client/StreamFixture.h"
+#include "tests/support/StreamFixture.h"
 
 #include <algorithm>
 #include <future>
@@ -10,7 +10,7 @@
 namespace cabinaudio::test {
 namespace {
 
-class VersionQuery : public AStream {
+class VersionQuery : public StreamFixture {
 protected:
     int ask(ClientVersionSetting& query) {
         return query.getServerVersions(numbers, numbers + 3, numbers + 6);

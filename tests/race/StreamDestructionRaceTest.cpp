@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // A stream is destroyed while one thread is blocked in it, the server's end of the ring works, and
 // notifications come as fast as the link takes them.
-#include "tests/client/StreamFixture.h"
 #include "tests/race/Rounds.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/StreamFixture.h"
 #include "tests/support/kinds/StreamKinds.h"
 
 #include <atomic>

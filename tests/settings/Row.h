@@ -7,6 +7,7 @@
 #include <cabinaudio/client/ClientSourceSetting.h>
 #include <cabinaudio/client/ClientVolumeSetting.h>
 
+#include "tests/support/Logged.h"
 #include "tests/support/ScriptedServer.h"
 
 #include <gtest/gtest.h>
@@ -22,10 +23,6 @@
 #include <vector>
 
 namespace cabinaudio::test {
-
-constexpr int INFO = 4;
-constexpr int WARN = 5;
-constexpr int ERROR = 6;
 
 constexpr int NOT_SENT = 1;
 constexpr int REFUSED = -3000;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "tests/client/StreamFixture.h"
+#include "tests/support/StreamFixture.h"
 #include "tests/support/kinds/StreamKinds.h"
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@
 namespace cabinaudio::test {
 
 /// Tests of a stream "str" of some kind against a scripted server that answers its requests.
-class KindTest : public AStream {
+class KindTest : public StreamFixture {
 protected:
     static constexpr unsigned SIZE = RING_SIZE;
     static constexpr int STEP = 512;  // per loop

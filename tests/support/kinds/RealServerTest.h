@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "tests/client/StreamFixture.h"
 #include "tests/support/RealServer.h"
+#include "tests/support/StreamFixture.h"
 #include "tests/support/kinds/Leftovers.h"
 #include "tests/support/kinds/StreamKinds.h"
 

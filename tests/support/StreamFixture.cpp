@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/client/StreamFixture.h"
+#include "tests/support/StreamFixture.h"
 
 #include "tests/support/ProcessState.h"
 
@@ -67,38 +67,11 @@ bool ringHasAName(const std::string& streamName) {
     });
 }
 
-std::size_t AStream::sent(int function, std::uint32_t command, std::size_t length) const {
+std::size_t StreamFixture::sent(int function, std::uint32_t command, std::size_t length) const {
     std::size_t count = 0;
     for (const Request& one : server.requests(static_cast<std::uint32_t>(function)))
         if (one.header.cmd == command && one.payload.size() == length) ++count;
     return count;
-}
-
-namespace {
-
-::testing::AssertionResult isLogged(const LogCapture& log, std::size_t found, std::size_t times) {
-    if (found == times) return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure()
-           << "logged " << found << " times instead of " << times << "\n"
-           << log.dump();
-}
-
-}  // namespace
-
-::testing::AssertionResult AStream::logged(int level, std::string_view line,
-                                           std::size_t times) const {
-    return isLogged(log, log.count(level, line), times);
-}
-
-::testing::AssertionResult AStream::logged(int level, std::string_view file,
-                                           std::string_view function, std::string_view line,
-                                           std::size_t times) const {
-    return isLogged(log, log.count(level, file, function, line), times);
-}
-
-::testing::AssertionResult AStream::loggedLike(int level, const std::string& expression,
-                                               std::size_t times) const {
-    return isLogged(log, log.countMatching(level, expression), times);
 }
 
 }  // namespace cabinaudio::test

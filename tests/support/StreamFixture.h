@@ -4,6 +4,7 @@
 #include <cabinaudio/foundation/AudioTypes.h>
 
 #include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/ServerRing.h"
 
@@ -23,11 +24,6 @@ constexpr int START = 6;
 constexpr int STOP = 7;
 
 constexpr std::uint32_t REMOVED = 255;
-
-constexpr int DEBUG = 3;
-constexpr int INFO = 4;
-constexpr int WARN = 5;
-constexpr int ERROR = 6;
 
 /// Command words of a request without and with the flag.
 constexpr std::uint32_t PLAIN = 195;
@@ -59,23 +55,27 @@ private:
 };
 
 /// Tests of a stream against a scripted server, with the server's end of the ring in their hands.
-class AStream : public ::testing::Test {
+class StreamFixture : public ::testing::Test {
 protected:
     /// How often a request of this function and payload length went out with this command word.
     [[nodiscard]] std::size_t sent(int function, std::uint32_t command,
                                    std::size_t length = 4) const;
 
-    /// Whether the log has this line, to the letter, exactly `times` times; the log if not.
+    // The expectations of Logged.h, of this test's log.
     [[nodiscard]] ::testing::AssertionResult logged(int level, std::string_view line,
-                                                    std::size_t times = 1) const;
-    /// The same for a line of this source file and function.
+                                                    std::size_t times = 1) const {
+        return test::logged(log, level, line, times);
+    }
     [[nodiscard]] ::testing::AssertionResult logged(int level, std::string_view file,
                                                     std::string_view function,
                                                     std::string_view line,
-                                                    std::size_t times = 1) const;
-    /// The same for lines that match this expression.
+                                                    std::size_t times = 1) const {
+        return test::logged(log, level, file, function, line, times);
+    }
     [[nodiscard]] ::testing::AssertionResult loggedLike(int level, const std::string& expression,
-                                                        std::size_t times = 1) const;
+                                                        std::size_t times = 1) const {
+        return test::loggedLike(log, level, expression, times);
+    }
 
     /// The newest client's number at the server.
     [[nodiscard]] std::size_t newest() const { return server.clients() - 1; }
