@@ -26,19 +26,26 @@ void copyBytes(unsigned char* to, const unsigned char* from, std::uint32_t lengt
     if (length != 0) std::memcpy(to, from, length);  // the caller's pointer may be null then
 }
 
-[[gnu::noinline, gnu::cold]] struct timespec timeOfBrokenClock() {
-    struct timespec now = {};
-    AudioTime::now(&now);  // logs the failure
-    return now;
+/// With 32-bit divisions only.
+inline std::uint64_t inMilliseconds(const struct timespec& time) {
+    return static_cast<std::uint64_t>(time.tv_sec) * 1000 +
+           static_cast<std::uint32_t>(time.tv_nsec) / 1000000;
 }
 
-/// AudioTime::now() in milliseconds, with 32-bit divisions only.
+/// Has a time of its own, because the address of the caller's would take up a register on the way
+/// of every write.
+[[gnu::noinline, gnu::cold]] std::uint64_t millisecondsOfBrokenClock() {
+    struct timespec now = {};
+    AudioTime::now(&now);  // logs the failure
+    return inMilliseconds(now);
+}
+
+/// AudioTime::now() in milliseconds.
 inline std::uint64_t milliseconds() {
     struct timespec now;
     if (clock_gettime(gLibraryClock.load(std::memory_order_relaxed), &now) != 0) [[unlikely]]
-        now = timeOfBrokenClock();
-    return static_cast<std::uint64_t>(now.tv_sec) * 1000 +
-           static_cast<std::uint32_t>(now.tv_nsec) / 1000000;
+        return millisecondsOfBrokenClock();
+    return inMilliseconds(now);
 }
 
 inline void stampUpdate(RingHeader& ring) {

@@ -264,8 +264,12 @@ _in("ShareMemoryEx::setWait",
 _in("RingAccess::peek",
     ("looking takes the bytes", "[](std::uint32_t) {}",
      "[hdl](std::uint32_t next) { storeRelease(hdl->hdr->readOffset, next); }"))
-_in("milliseconds",
+_in("inMilliseconds",
     ("milliseconds of another length", "1000000", "1000"))
+_in("milliseconds",
+    ("the time of a clock that failed", "return millisecondsOfBrokenClock();", "return 0;"))
+_in("millisecondsOfBrokenClock",
+    ("a failing clock is not read again", "AudioTime::now(&now);", ""))
 
 _in("initHeader",
     ("a sleeper is forgotten by a new read semaphore", "semaphoreWakeSleepers(readSem);", ""),

@@ -52,8 +52,8 @@ FAULTS = {
          "storeRelaxed(hdl->hdr->writeOffset, next)"),
     "no fences around the wait flag": (RING, FENCE, 2, ""),
     "a division of 64 bits":
-        (RING, "static_cast<std::uint32_t>(now.tv_nsec) / 1000000",
-         1, "static_cast<std::uint64_t>(now.tv_sec * 1000000000LL + now.tv_nsec) / 1000000"),
+        (RING, "static_cast<std::uint32_t>(time.tv_nsec) / 1000000",
+         1, "static_cast<std::uint64_t>(time.tv_sec * 1000000000LL + time.tv_nsec) / 1000000"),
 }
 
 
