@@ -52,6 +52,14 @@ inline void stampUpdate(RingHeader& ring) {
     storeRelaxed(ring.updateTime, milliseconds());
 }
 
+/// Stores one of the ring's offsets and the time of this update. The clock is read first: the other
+/// side polls the offset, so a later store of the time would fetch the cache line of both again.
+inline void storeStamped(RingHeader& ring, std::uint32_t& offset, std::uint32_t value) {
+    const std::uint64_t now = milliseconds();
+    storeRelease(offset, value);
+    storeRelaxed(ring.updateTime, now);
+}
+
 /// @param function  operation that the failure is logged for
 [[gnu::noinline]] void post(wire::SemaphoreSlot& slot, const char* function) {
     if (sem_post(semaphoreIn(slot)) == 0) return;
@@ -108,7 +116,6 @@ inline int finishRead(RingHeader& ring, std::uint32_t count) {
 }
 
 inline int finishWrite(RingHeader& ring, std::uint32_t count) {
-    stampUpdate(ring);
     if (loadRelaxed(ring.readNotify) != 0) [[unlikely]]
         post(ring.readSem, "write");
     return static_cast<int>(count);
@@ -125,7 +132,10 @@ inline int finishWrite(RingHeader& ring, std::uint32_t count) {
 [[gnu::noinline]] int writeAnyRing(const ShareMemoryHandle* hdl, const unsigned char* src,
                                    std::uint32_t len) {
     if (!hdl->isMapped()) return 0;
-    return finishWrite(*hdl->hdr, writeInPieces(hdl, RingState::of(*hdl->hdr), src, len));
+    RingHeader& ring = *hdl->hdr;
+    const std::uint32_t count = writeInPieces(hdl, RingState::of(ring), src, len);
+    stampUpdate(ring);
+    return finishWrite(ring, count);
 }
 
 /// Hides the value's origin from a 64-bit compiler, which otherwise keeps both the value and its
@@ -212,7 +222,7 @@ __attribute__((no_sanitize("nonnull-attribute"))) int ShareMemoryEx::write(const
     if (end >= size) return inPieces();
     if (size > hdl->plainLimit) return inPieces();
     std::memcpy(dataBehind(ring) + w, src, count);
-    storeRelease(ring.writeOffset, static_cast<std::uint32_t>(end));
+    storeStamped(ring, ring.writeOffset, static_cast<std::uint32_t>(end));
     return finishWrite(ring, static_cast<std::uint32_t>(count));
 }
 
@@ -225,8 +235,7 @@ unsigned RingAccess::peek(const ShareMemoryEx& ring, unsigned char* dst, unsigne
 void ShareMemoryEx::updateReadOffset(unsigned offset) {
     if (!mHandle->isMapped()) return;
     RingHeader& ring = *mHandle->ring;
-    storeRelease(ring.readOffset, offset);
-    stampUpdate(ring);
+    storeStamped(ring, ring.readOffset, offset);
     // Pairs with setWait(): either this side sees the flag or the writing side sees the space.
     std::atomic_thread_fence(std::memory_order_seq_cst);
     // Deliberate: unlike read(), posts only if `wait` is set.
@@ -237,8 +246,7 @@ void ShareMemoryEx::updateReadOffset(unsigned offset) {
 void ShareMemoryEx::updateWriteOffset(unsigned offset) {
     if (!mHandle->isMapped()) return;
     RingHeader& ring = *mHandle->ring;
-    storeRelease(ring.writeOffset, offset);
-    stampUpdate(ring);
+    storeStamped(ring, ring.writeOffset, offset);
     if (loadRelaxed(ring.readNotify) != 0) post(ring.readSem, __func__);
 }
 

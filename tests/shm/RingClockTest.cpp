@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstring>
 
 namespace cabinaudio::test {
 namespace {
@@ -31,7 +32,22 @@ protected:
         return ring->getUpdateTime();
     }
 
+    /// Calls the operation and look(header) when it reads the clock.
+    template <typename Operation, typename Look>
+    void watch(Operation operation, Look look) {
+        const OwnClock clock([&](struct timespec& now) {
+            ++readings;
+            look(object.header());
+            now = TIME;
+            return 0;
+        });
+        operation();
+        EXPECT_EQ(readings, 1u);
+        EXPECT_EQ(ring->getUpdateTime(), TIME_IN_MILLISECONDS);
+    }
+
     const std::unique_ptr<ShareMemoryEx> ring = posix(SIZE);
+    const Object object{posixName(), SIZE + sizeof(wire::RingHeader)};
     unsigned readings = 0;
 };
 
@@ -62,6 +78,33 @@ TEST_F(RingClock, FailureIsLoggedAndSetsTheTimeToZero) {
     EXPECT_TRUE(logged(log, ERROR, "AudioTime", "now",
                        "Fail to get clock time, error:Invalid argument(22).\n"));
     EXPECT_EQ(ring->getUsedSize(), 1u);
+}
+
+// Offset and time share a cache line, so nothing slow comes between their stores.
+
+TEST_F(RingClock, IsReadBetweenTheCopyAndTheOffsetOfAWrite) {
+    const auto bytes = pattern(8, 1);
+    watch([&] { EXPECT_EQ(ring->write(bytes.data(), 8), 8); },
+          [&](wire::RingHeader& header) {
+              EXPECT_EQ(std::memcmp(&header + 1, bytes.data(), 8), 0);
+              EXPECT_EQ(std::atomic_ref(header.writeOffset).load(), 0u);
+          });
+    EXPECT_EQ(ring->getWriteOffset(), 8u);
+}
+
+TEST_F(RingClock, IsReadBeforeAWriteOffsetIsSet) {
+    watch([&] { ring->updateWriteOffset(5); },
+          [](wire::RingHeader& header) {
+              EXPECT_EQ(std::atomic_ref(header.writeOffset).load(), 0u);
+          });
+    EXPECT_EQ(ring->getWriteOffset(), 5u);
+}
+
+TEST_F(RingClock, IsReadBeforeAReadOffsetIsSet) {
+    watch(
+        [&] { ring->updateReadOffset(7); },
+        [](wire::RingHeader& header) { EXPECT_EQ(std::atomic_ref(header.readOffset).load(), 0u); });
+    EXPECT_EQ(ring->getReadOffset(), 7u);
 }
 
 }  // namespace
