@@ -26,23 +26,38 @@ void copyBytes(unsigned char* to, const unsigned char* from, std::uint32_t lengt
     if (length != 0) std::memcpy(to, from, length);  // the caller's pointer may be null then
 }
 
-[[gnu::noinline, gnu::cold]] struct timespec timeOfBrokenClock() {
-    struct timespec now = {};
-    AudioTime::now(&now);  // logs the failure
-    return now;
+/// With 32-bit divisions only.
+inline std::uint64_t inMilliseconds(const struct timespec& time) {
+    return static_cast<std::uint64_t>(time.tv_sec) * 1000 +
+           static_cast<std::uint32_t>(time.tv_nsec) / 1000000;
 }
 
-/// AudioTime::now() in milliseconds, with 32-bit divisions only.
+/// Has a time of its own, because the address of the caller's would take up a register on the way
+/// of every write.
+[[gnu::noinline, gnu::cold]] std::uint64_t millisecondsOfBrokenClock() {
+    struct timespec now = {};
+    AudioTime::now(&now);  // logs the failure
+    return inMilliseconds(now);
+}
+
+/// AudioTime::now() in milliseconds.
 inline std::uint64_t milliseconds() {
     struct timespec now;
     if (clock_gettime(gLibraryClock.load(std::memory_order_relaxed), &now) != 0) [[unlikely]]
-        now = timeOfBrokenClock();
-    return static_cast<std::uint64_t>(now.tv_sec) * 1000 +
-           static_cast<std::uint32_t>(now.tv_nsec) / 1000000;
+        return millisecondsOfBrokenClock();
+    return inMilliseconds(now);
 }
 
 inline void stampUpdate(RingHeader& ring) {
     storeRelaxed(ring.updateTime, milliseconds());
+}
+
+/// Stores one of the ring's offsets and the time of this update. The clock is read first: the other
+/// side polls the offset, so a later store of the time would fetch the cache line of both again.
+inline void storeStamped(RingHeader& ring, std::uint32_t& offset, std::uint32_t value) {
+    const std::uint64_t now = milliseconds();
+    storeRelease(offset, value);
+    storeRelaxed(ring.updateTime, now);
 }
 
 /// @param function  operation that the failure is logged for
@@ -101,7 +116,6 @@ inline int finishRead(RingHeader& ring, std::uint32_t count) {
 }
 
 inline int finishWrite(RingHeader& ring, std::uint32_t count) {
-    stampUpdate(ring);
     if (loadRelaxed(ring.readNotify) != 0) [[unlikely]]
         post(ring.readSem, "write");
     return static_cast<int>(count);
@@ -118,7 +132,10 @@ inline int finishWrite(RingHeader& ring, std::uint32_t count) {
 [[gnu::noinline]] int writeAnyRing(const ShareMemoryHandle* hdl, const unsigned char* src,
                                    std::uint32_t len) {
     if (!hdl->isMapped()) return 0;
-    return finishWrite(*hdl->hdr, writeInPieces(hdl, RingState::of(*hdl->hdr), src, len));
+    RingHeader& ring = *hdl->hdr;
+    const std::uint32_t count = writeInPieces(hdl, RingState::of(ring), src, len);
+    stampUpdate(ring);
+    return finishWrite(ring, count);
 }
 
 /// Hides the value's origin from a 64-bit compiler, which otherwise keeps both the value and its
@@ -205,7 +222,7 @@ __attribute__((no_sanitize("nonnull-attribute"))) int ShareMemoryEx::write(const
     if (end >= size) return inPieces();
     if (size > hdl->plainLimit) return inPieces();
     std::memcpy(dataBehind(ring) + w, src, count);
-    storeRelease(ring.writeOffset, static_cast<std::uint32_t>(end));
+    storeStamped(ring, ring.writeOffset, static_cast<std::uint32_t>(end));
     return finishWrite(ring, static_cast<std::uint32_t>(count));
 }
 
@@ -218,8 +235,7 @@ unsigned RingAccess::peek(const ShareMemoryEx& ring, unsigned char* dst, unsigne
 void ShareMemoryEx::updateReadOffset(unsigned offset) {
     if (!mHandle->isMapped()) return;
     RingHeader& ring = *mHandle->ring;
-    storeRelease(ring.readOffset, offset);
-    stampUpdate(ring);
+    storeStamped(ring, ring.readOffset, offset);
     // Pairs with setWait(): either this side sees the flag or the writing side sees the space.
     std::atomic_thread_fence(std::memory_order_seq_cst);
     // Deliberate: unlike read(), posts only if `wait` is set.
@@ -230,8 +246,7 @@ void ShareMemoryEx::updateReadOffset(unsigned offset) {
 void ShareMemoryEx::updateWriteOffset(unsigned offset) {
     if (!mHandle->isMapped()) return;
     RingHeader& ring = *mHandle->ring;
-    storeRelease(ring.writeOffset, offset);
-    stampUpdate(ring);
+    storeStamped(ring, ring.writeOffset, offset);
     if (loadRelaxed(ring.readNotify) != 0) post(ring.readSem, __func__);
 }
 

@@ -176,14 +176,30 @@ _in("ShareMemoryEx::write",
     ("a short write without a barrier behind the size", "size = loadAcquire", "size = loadRelaxed"),
     ("a short write to the ring's end", "end >= size", "end > size"),
     ("a short write beyond the mapping", "if (size > hdl->plainLimit) return inPieces();", ""),
-    ("a short write without a barrier", "storeRelease", "storeRelaxed"),
     ("a reader is woken before the data",
-     "std::memcpy(dataBehind(ring) + w, src, count); storeRelease(ring.writeOffset, "
+     "std::memcpy(dataBehind(ring) + w, src, count); storeStamped(ring, ring.writeOffset, "
      "static_cast<std::uint32_t>(end)); return finishWrite(ring, "
      "static_cast<std::uint32_t>(count))",
      "const int done = finishWrite(ring, static_cast<std::uint32_t>(count)); "
-     "std::memcpy(dataBehind(ring) + w, src, count); storeRelease(ring.writeOffset, "
-     "static_cast<std::uint32_t>(end)); return done"))
+     "std::memcpy(dataBehind(ring) + w, src, count); storeStamped(ring, ring.writeOffset, "
+     "static_cast<std::uint32_t>(end)); return done"),
+    ("a reader is woken before the offset and the time",
+     "storeStamped(ring, ring.writeOffset, static_cast<std::uint32_t>(end)); return "
+     "finishWrite(ring, static_cast<std::uint32_t>(count))",
+     "const int done = finishWrite(ring, static_cast<std::uint32_t>(count)); storeStamped(ring, "
+     "ring.writeOffset, static_cast<std::uint32_t>(end)); return done"),
+    ("the time of a write is that before its copy",
+     "std::memcpy(dataBehind(ring) + w, src, count); storeStamped(ring, ring.writeOffset, "
+     "static_cast<std::uint32_t>(end))",
+     "const std::uint64_t now = milliseconds(); std::memcpy(dataBehind(ring) + w, src, count); "
+     "storeRelease(ring.writeOffset, static_cast<std::uint32_t>(end)); "
+     "storeRelaxed(ring.updateTime, now)"))
+_in("storeStamped",
+    ("an offset and its time without a barrier", "storeRelease", "storeRelaxed"),
+    ("an offset before the clock is read",
+     "const std::uint64_t now = milliseconds(); storeRelease(offset, value)",
+     "storeRelease(offset, value); const std::uint64_t now = milliseconds()"),
+    ("an offset without its time", "storeRelaxed(ring.updateTime, now);", "(void)now; (void)ring;"))
 _in("ShareMemoryEx::releaseBuffer",
     ("a release without a barrier behind the size", "size = loadAcquire", "size = loadRelaxed"),
     ("a release in a ring without size", "if (size == 0) return;", ""),
@@ -220,7 +236,11 @@ _in("writeInPieces",
 _in("readAnyRing",
     ("an object without a mapping is read", "if (!hdl->isMapped()) return 0;", ""))
 _in("writeAnyRing",
-    ("an object without a mapping is written", "if (!hdl->isMapped()) return 0;", ""))
+    ("an object without a mapping is written", "if (!hdl->isMapped()) return 0;", ""),
+    ("a write in pieces without its time", "stampUpdate(ring);", ""),
+    ("a reader of pieces is woken before the time",
+     "stampUpdate(ring); return finishWrite(ring, count)",
+     "const int done = finishWrite(ring, count); stampUpdate(ring); return done"))
 _in("ShareMemoryEx::getUsedSize",
     ("the used size of an impossible ring", "isPossible(mHandle->len) ? state.used() : 0", "used()"))
 _in("ShareMemoryEx::getFreeSize",
@@ -234,12 +254,7 @@ _in("finishRead",
      "if (loadRelaxed(ring.writeNotify) != 0) [[unlikely]] post(ring.writeSem, \"read\");", ""))
 _in("finishWrite",
     ("a writer does not wake the reader",
-     "if (loadRelaxed(ring.readNotify) != 0) [[unlikely]] post(ring.readSem, \"write\");", ""),
-    ("a reader is woken before the time",
-     "stampUpdate(ring); if (loadRelaxed(ring.readNotify) != 0) [[unlikely]] post(ring.readSem, "
-     "\"write\")",
-     "if (loadRelaxed(ring.readNotify) != 0) [[unlikely]] post(ring.readSem, \"write\"); "
-     "stampUpdate(ring)"))
+     "if (loadRelaxed(ring.readNotify) != 0) [[unlikely]] post(ring.readSem, \"write\");", ""))
 _in("ShareMemoryEx::updateReadOffset",
     ("a freed offset wakes nobody",
      "if (loadRelaxed(ring.writeNotify) != 0 && loadRelaxed(ring.wait) != 0) post(ring.writeSem, "
@@ -248,24 +263,31 @@ _in("ShareMemoryEx::updateReadOffset",
     ("no fence before the wait flag is looked at",
      "std::atomic_thread_fence(std::memory_order_seq_cst);", ""),
     ("a writer is woken by the offset before the time",
-     "stampUpdate(ring); std::atomic_thread_fence(std::memory_order_seq_cst); if "
-     "(loadRelaxed(ring.writeNotify) != 0 && loadRelaxed(ring.wait) != 0) post(ring.writeSem, "
-     "__func__)",
+     "storeStamped(ring, ring.readOffset, offset); "
      "std::atomic_thread_fence(std::memory_order_seq_cst); if (loadRelaxed(ring.writeNotify) != "
-     "0 && loadRelaxed(ring.wait) != 0) post(ring.writeSem, __func__); stampUpdate(ring)"))
+     "0 && loadRelaxed(ring.wait) != 0) post(ring.writeSem, __func__)",
+     "storeRelease(ring.readOffset, offset); std::atomic_thread_fence(std::memory_order_seq_cst); "
+     "if (loadRelaxed(ring.writeNotify) != 0 && loadRelaxed(ring.wait) != 0) post(ring.writeSem, "
+     "__func__); stampUpdate(ring)"))
 _in("ShareMemoryEx::updateWriteOffset",
     ("a written offset wakes nobody",
      "if (loadRelaxed(ring.readNotify) != 0) post(ring.readSem, __func__);", ""),
     ("a reader is woken by the offset before the time",
-     "stampUpdate(ring); if (loadRelaxed(ring.readNotify) != 0) post(ring.readSem, __func__)",
-     "if (loadRelaxed(ring.readNotify) != 0) post(ring.readSem, __func__); stampUpdate(ring)"))
+     "storeStamped(ring, ring.writeOffset, offset); if (loadRelaxed(ring.readNotify) != 0) "
+     "post(ring.readSem, __func__)",
+     "storeRelease(ring.writeOffset, offset); if (loadRelaxed(ring.readNotify) != 0) "
+     "post(ring.readSem, __func__); stampUpdate(ring)"))
 _in("ShareMemoryEx::setWait",
     ("no fence behind the wait flag", "std::atomic_thread_fence(std::memory_order_seq_cst);", ""))
 _in("RingAccess::peek",
     ("looking takes the bytes", "[](std::uint32_t) {}",
      "[hdl](std::uint32_t next) { storeRelease(hdl->hdr->readOffset, next); }"))
-_in("milliseconds",
+_in("inMilliseconds",
     ("milliseconds of another length", "1000000", "1000"))
+_in("milliseconds",
+    ("the time of a clock that failed", "return millisecondsOfBrokenClock();", "return 0;"))
+_in("millisecondsOfBrokenClock",
+    ("a failing clock is not read again", "AudioTime::now(&now);", ""))
 
 _in("initHeader",
     ("a sleeper is forgotten by a new read semaphore", "semaphoreWakeSleepers(readSem);", ""),

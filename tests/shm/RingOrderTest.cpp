@@ -144,6 +144,21 @@ TEST_F(RingWakeUp, ByAWriteFollowsTheDataAndTheTime) {
                  });
 }
 
+TEST_F(RingWakeUp, ByAWriteAroundTheEndFollowsTheDataAndTheTime) {
+    const auto writer = posix(SIZE);
+    writer->updateReadOffset(14);
+    writer->updateWriteOffset(14);
+    const auto reader = posix(SIZE, SHM_MODE_READER, &notifications);
+    expectWakeUp([&] { EXPECT_EQ(writer->write(bytes.data(), 4), 4); },
+                 [&](wire::RingHeader& header) {
+                     EXPECT_NE(std::atomic_ref(header.updateTime).load(), 0U);
+                     EXPECT_EQ(std::atomic_ref(header.writeOffset).load(), 2U);
+                     const auto* const memory = reinterpret_cast<unsigned char*>(&header + 1);
+                     EXPECT_EQ(std::memcmp(memory + 14, bytes.data(), 2), 0);
+                     EXPECT_EQ(std::memcmp(memory, bytes.data() + 2, 2), 0);
+                 });
+}
+
 TEST_F(RingWakeUp, ByAWriteOffsetFollowsTheOffsetAndTheTime) {
     const auto writer = posix(SIZE);
     const auto reader = posix(SIZE, SHM_MODE_READER, &notifications);

@@ -17,7 +17,7 @@ CORE = "shm/RingCore.h"
 RING = "shm/RingTransfer.cpp"
 
 SHORT_READ = "storeRelease(ring.readOffset, static_cast<std::uint32_t>(end));"
-SHORT_WRITE = "storeRelease(ring.writeOffset, static_cast<std::uint32_t>(end));"
+STAMPED = "storeRelease(offset, value);"
 SIZE = "const std::uint32_t size = loadAcquire(ring.size);\n    "
 FENCE = "    std::atomic_thread_fence(std::memory_order_seq_cst);\n"
 
@@ -42,8 +42,8 @@ FAULTS = {
         (RING, "loadAcquire(mHandle->ring->size)", 1, "loadRelaxed(mHandle->ring->size)"),
     "no barrier in a short read":
         (RING, SHORT_READ, 1, SHORT_READ.replace("Release", "Relaxed")),
-    "no barrier in a short write":
-        (RING, SHORT_WRITE, 1, SHORT_WRITE.replace("Release", "Relaxed")),
+    "no barrier before an offset that is stored with the time":
+        (RING, STAMPED, 1, STAMPED.replace("Release", "Relaxed")),
     "no barrier in a read in pieces":
         (RING, "storeRelease(hdl->hdr->readOffset, next)", 1,
          "storeRelaxed(hdl->hdr->readOffset, next)"),
@@ -52,8 +52,8 @@ FAULTS = {
          "storeRelaxed(hdl->hdr->writeOffset, next)"),
     "no fences around the wait flag": (RING, FENCE, 2, ""),
     "a division of 64 bits":
-        (RING, "static_cast<std::uint32_t>(now.tv_nsec) / 1000000",
-         1, "static_cast<std::uint64_t>(now.tv_sec * 1000000000LL + now.tv_nsec) / 1000000"),
+        (RING, "static_cast<std::uint32_t>(time.tv_nsec) / 1000000",
+         1, "static_cast<std::uint64_t>(time.tv_sec * 1000000000LL + time.tv_nsec) / 1000000"),
 }
 
 
