@@ -190,10 +190,11 @@ def goals(results, name, pattern=""):
 
 
 def counters(results, name, program, unit=1):
-    """All counters of one program."""
-    lines = ["| | |", "|---|---|"]
-    return lines + [f"| {counter} | {with_range(values, float(unit))} |"
-                    for counter, values in results.programs[name]["rounds"][program].items()]
+    """All counters of one program, the largest first."""
+    by_size = sorted(results.programs[name]["rounds"].get(program, {}).items(),
+                     key=lambda item: -statistics.median(item[1]))
+    return ["| | |", "|---|---|"] + [f"| {counter} | {with_range(values, float(unit))} |"
+                                     for counter, values in by_size]
 
 
 def ratios(results, name, pattern=""):
@@ -361,9 +362,11 @@ def scale_plot(results, name):
 
 PICTURES = {
     "ring": lambda results: sizes_plot(results, "ring", (
-        "ours", "memcpy+clock", "spa+clock", "jack+clock", "boost+clock"), "ring 64 KiB"),
+        "ours", "memcpy+clock", "memcpy+clock,called", "header+clock,called", "spa+clock",
+        "spa+clock,called", "jack+clock", "boost+clock", "boost+clock,called"), "ring 64 KiB"),
     "processes": lambda results: sizes_plot(results, "processes", (
-        "ours", "ours in place", "spa+clock", "jack+clock", "boost+clock"), ""),
+        "ours", "ours in place", "header+clock,called", "spa+clock", "spa+clock,called", "jack+clock",
+        "boost+clock", "boost+clock,called"), ""),
     "view": lambda results: sizes_plot(results, "view", (
         "copy", "view", "copy+sum", "view+sum"), "ring 1024 KiB"),
     "call": lambda results: bars_plot(results, "call", "p50", 1000, "us"),

@@ -111,7 +111,8 @@ class Page(unittest.TestCase):
         self.assertIn("| time: ours / other | 1.10 [1.00..2.00] |", self.lines("ratios: strange"))
 
     def test_shows_the_counters_of_one_program(self):
-        self.assertIn("| names | 2 [1..3] |", self.lines("counters: strange, parts, 1000"))
+        self.assertIn("| requests | 5 [5..5] |\n| names | 2 [1..3] |",
+                      self.lines("counters: strange, parts, 1000"))
 
     def test_takes_an_exact_goal_exactly(self):
         self.assertIn("| threads | 4.00 | exactly 3 | **missed**", self.lines("goals: strange"))

@@ -159,6 +159,7 @@ void measure(const Options& options) {
                      RatioGoal(MOST_OF_PEERS, "handover"));
         report.ratio(results, "p50", "handover", entry.name);
     }
+    report.ratio(results, "p99", "callFuncId", "handover");
     report.ratio(results, "cpu", "callFuncId", "handover");
     report.ratio(results, "p50", "handover", "raw");
     report.ratio(results, "p50", "callFuncId", "raw");
@@ -177,7 +178,7 @@ void measure(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    Options options{.rounds = 9, .repeats = 3000};
+    Options options{.rounds = 21, .repeats = 3000};
     if (const auto status = readCommandLine(argc, argv, "Round trip of one request.", options))
         return *status;
     try {
