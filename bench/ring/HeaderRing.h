@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <cstring>
 #include <ctime>
+#include <memory>
+#include <new>
 
 namespace cabinaudio::bench {
 
@@ -18,41 +20,52 @@ struct alignas(CACHE_LINE) RingHeader {
     std::atomic<std::uint32_t> time{0};  // ms
 };
 
-/// Lower bound for a ring with our header: both offsets are in memory, the bytes are at an offset
-/// that is loaded from there, and a write stores the time. It checks for space and for bytes and
-/// nothing else; chunks of one length never continue at the begin.
+/// As our exported class: the object has a pointer to this, and this one to the header.
+struct RingHandle {
+    RingHeader* header;
+    std::uint32_t size;
+};
+
+/// Lower bound for a ring with our header: the way to the bytes leads from the object to the
+/// handle, to the header and to an offset in it, and a write stores the time. It checks for space
+/// and for bytes and nothing else; chunks of one length never continue at the begin.
 template <bool IS_STAMPED>
 class HeaderRing {
 public:
-    HeaderRing(RingHeader& header, unsigned char* data, std::uint32_t size)
-        : mHeader(header), mData(data), mSize(size) {}
+    /// The bytes are behind the header.
+    HeaderRing(RingHeader* header, std::uint32_t size) : mHandle(new RingHandle{header, size}) {}
 
     std::uint32_t write(const unsigned char* src, std::uint32_t length) {
-        const std::uint32_t at = mHeader.written.load(std::memory_order_relaxed);
+        RingHeader& header = *mHandle->header;
+        const std::uint32_t at = header.written.load(std::memory_order_relaxed);
         const std::uint32_t next = after(at, length);
-        if (next == mHeader.read.load(std::memory_order_acquire)) return 0;
-        std::memcpy(mData + at, src, length);
+        if (next == header.read.load(std::memory_order_acquire)) return 0;
+        std::memcpy(bytesBehind(header) + at, src, length);
         if constexpr (!IS_STAMPED) {
-            mHeader.written.store(next, std::memory_order_release);
+            header.written.store(next, std::memory_order_release);
         } else {
             const std::uint32_t time = nowMs();
-            mHeader.written.store(next, std::memory_order_release);
-            mHeader.time.store(time, std::memory_order_relaxed);
+            header.written.store(next, std::memory_order_release);
+            header.time.store(time, std::memory_order_relaxed);
         }
         return length;
     }
     std::uint32_t read(unsigned char* dst, std::uint32_t length) {
-        const std::uint32_t at = mHeader.read.load(std::memory_order_relaxed);
-        if (at == mHeader.written.load(std::memory_order_acquire)) return 0;
-        std::memcpy(dst, mData + at, length);
-        mHeader.read.store(after(at, length), std::memory_order_release);
+        RingHeader& header = *mHandle->header;
+        const std::uint32_t at = header.read.load(std::memory_order_relaxed);
+        if (at == header.written.load(std::memory_order_acquire)) return 0;
+        std::memcpy(dst, bytesBehind(header) + at, length);
+        header.read.store(after(at, length), std::memory_order_release);
         return length;
     }
 
 private:
+    static unsigned char* bytesBehind(RingHeader& header) {
+        return reinterpret_cast<unsigned char*>(&header + 1);
+    }
     [[nodiscard]] std::uint32_t after(std::uint32_t at, std::uint32_t length) const {
         at += length;
-        return at + length > mSize ? 0 : at;
+        return at + length > mHandle->size ? 0 : at;
     }
     static std::uint32_t nowMs() {
         struct timespec now;
@@ -61,9 +74,7 @@ private:
                static_cast<std::uint32_t>(now.tv_nsec) / 1'000'000;
     }
 
-    RingHeader& mHeader;
-    unsigned char* mData;
-    std::uint32_t mSize;
+    std::unique_ptr<RingHandle> mHandle;
 };
 
 /// The same with memory of its own, for one process.
@@ -71,13 +82,12 @@ template <bool IS_STAMPED>
 class OwnHeaderRing {
 public:
     explicit OwnHeaderRing(std::uint32_t size)
-        : mBytes(size), mRing(mHeader, mBytes.data(), size) {}
+        : mBytes(sizeof(RingHeader) + size), mRing(new (mBytes.data()) RingHeader, size) {}
 
     void write(const unsigned char* src, std::uint32_t length) { mRing.write(src, length); }
     void read(unsigned char* dst, std::uint32_t length) { mRing.read(dst, length); }
 
 private:
-    RingHeader mHeader;
     Bytes mBytes;
     HeaderRing<IS_STAMPED> mRing;
 };

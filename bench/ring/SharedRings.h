@@ -79,7 +79,7 @@ private:
         alignas(CACHE_LINE) unsigned char data[RING_BYTES];
     };
     Shared<Content> mContent;
-    HeaderRing<true> mRing{mContent->header, mContent->data, RING_BYTES};
+    HeaderRing<true> mRing{&mContent->header, RING_BYTES};
 };
 
 class SpaShared {
