@@ -80,7 +80,7 @@ class Goal:
         if self.reached:
             return some if self.rounds and reached < len(self.rounds) else "reached"
         text = "**missed**"
-        if self.goal:
+        if self.goal and not self.is_exact:
             text += f" by {100 * (self.value / self.goal - 1):.0f} %"
         return f"{text}, {some}" if reached else text
 

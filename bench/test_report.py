@@ -32,7 +32,8 @@ MEASURED = {
         {"counter": "time", "numerator": "ours", "denominator": "beaten", "rounds": [1.0],
          "atMost": 1.1, "bound": {"program": "least", "rounds": [1.2]}},
         {"counter": "time", "numerator": "ours", "denominator": "other", "rounds": [2.0, 1.0, 1.1]}],
-    "figures": [{"name": "threads", "value": 4, "exactly": 3}],
+    "figures": [{"name": "threads", "value": 4, "exactly": 3},
+                {"name": "rings", "value": 2, "exactly": 3}],
 }
 
 COUNTED = {"counts": {
@@ -76,7 +77,7 @@ class Page(unittest.TestCase):
     def test_counts_the_goals_by_verdict(self):
         self.assertIn("| | goals | reached | of these not in every round | missed | out of reach |",
                       self.lines("overview"))
-        self.assertIn("| strange | 7 | 3 | 1 | 4 | 1 |", self.lines("overview"))
+        self.assertIn("| strange | 8 | 3 | 1 | 5 | 1 |", self.lines("overview"))
 
     def test_lists_a_goal_that_the_minimal_program_misses_too_as_out_of_reach(self):
         self.assertIn("| time: ours / inlined | 1.25 [1.20..1.30] | at most 1.1 | "
@@ -98,6 +99,7 @@ class Page(unittest.TestCase):
                       "in 68 chunks |", listed)
         self.assertIn("| ClientTrack::write beyond the ring | 234 | at most 60 | "
                       "57.0: lock and unlock in the C library |", listed)
+        self.assertIn("copied in pieces", listed)
         self.assertIn("| ring 64 KiB, 960 B | 30.0 | 31 |  |  |", self.lines("counts"))
 
     def test_misses_a_count_where_chunks_in_one_piece_are_above_the_goal(self):
@@ -115,7 +117,8 @@ class Page(unittest.TestCase):
                       self.lines("counters: strange, parts, 1000"))
 
     def test_takes_an_exact_goal_exactly(self):
-        self.assertIn("| threads | 4.00 | exactly 3 | **missed**", self.lines("goals: strange"))
+        self.assertIn("| threads | 4.00 | exactly 3 | **missed** |", self.lines("goals: strange"))
+        self.assertIn("| rings | 2.00 | exactly 3 | **missed** |", self.lines("goals: strange"))
 
     def test_says_when_there_is_no_reason_yet(self):
         self.assertIn("Not explained yet.", self.lines("missed"))
