@@ -26,7 +26,7 @@ struct RingHandle {
     std::uint32_t size;
 };
 
-/// Lower bound for a ring with our header: the way to the bytes leads from the object to the
+/// A minimal ring with our header: the way to the bytes leads from the object to the
 /// handle, to the header and to an offset in it, and a write stores the time. It checks for space
 /// and for bytes and nothing else; chunks of one length never continue at the begin.
 template <bool IS_STAMPED>

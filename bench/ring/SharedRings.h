@@ -65,7 +65,7 @@ struct SharedAllocator {
     bool operator==(const SharedAllocator&) const { return true; }
 };
 
-/// Lower bound for a ring with our header.
+/// A minimal ring with our header.
 class HeaderShared {
 public:
     std::uint32_t write(const unsigned char* from, std::uint32_t length) {
