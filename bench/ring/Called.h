@@ -9,8 +9,8 @@
 namespace cabinaudio::bench {
 
 /// A stamped ring behind two functions of a shared library, which is how programs call ours. With
-/// Copies it is the lower bound for such a pair of functions, with Header for such a pair whose
-/// ring has our header.
+/// Copies it is the lower bound for such a pair of functions; with Header it is a minimal ring of
+/// our kind.
 template <typename Ring>
 class Called {
 public:
