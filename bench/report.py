@@ -9,7 +9,9 @@ The page's text is bench/page.md. Lines of the form {{what: arguments}} are repl
     {{ratios: NAME [pattern]}} ratios without a goal
     {{settings: NAME}}        conditions of the measurement
     {{plot: NAME}}            the picture
+    {{counters: NAME program}} all counters of one program
     {{missed}}                all goals that were missed, with their reasons (bench/reasons.txt)
+    {{out of reach}}          goals that the design cannot reach, with their bounds (bench/bounds.txt)
     {{machine}}               machine of the run
     {{counts}}                the counts of the gate
 Missing measurements are reported in their places.
@@ -40,24 +42,55 @@ def with_range(values, unit=1):
     return "{} [{}..{}]".format(*(number(value / unit) for value in spread(values)))
 
 
-class Goal:
-    """A figure with a goal."""
+def reaches(value, goal):
+    """Compares two digits after the point, as many as are shown."""
+    return round(value, 2) <= round(goal, 2)
 
-    def __init__(self, source, what, value, goal, is_exact=False, rounds=None):
+
+def ratio_with_range(rounds):
+    return "{:.2f} [{:.2f}..{:.2f}]".format(*spread(rounds))
+
+
+class Goal:
+    """A figure with a goal: one value, or a ratio in each round, which is judged by its median."""
+
+    def __init__(self, source, what, value, goal, is_exact=False, rounds=None, bound=None):
+        """bound: the text that shows that the design cannot reach the goal, or None"""
         self.source, self.what, self.value, self.goal = source, what, value, goal
         self.is_exact, self.rounds = is_exact, rounds
-        # The verdict uses the value as shown: two digits after the point.
-        self.reached = value == goal if is_exact else round(value, 2) <= round(goal, 2)
+        self.reached = value == goal if is_exact else reaches(value, goal)
+        self.bound = None if self.reached else bound
 
-    def row(self):
+    @staticmethod
+    def of_ratio(source, ratio):
+        """A ratio is out of reach where a program with only the prescribed parts misses it too."""
+        rounds, goal, bound = ratio["rounds"], ratio["atMost"], ratio.get("bound")
+        text = None
+        if bound and not reaches(statistics.median(bound["rounds"]), goal):
+            text = f"{ratio_with_range(bound['rounds'])}: {bound['program']}"
+        return Goal(source, ratio_name(ratio), statistics.median(rounds), goal, rounds=rounds,
+                    bound=text)
+
+    def rounds_that_reach(self):
+        return sum(reaches(ratio, self.goal) for ratio in self.rounds or [])
+
+    def verdict(self):
+        reached = self.rounds_that_reach()
+        some = f"reached in {reached} of {len(self.rounds)} rounds" if self.rounds else ""
+        if self.reached:
+            return some if self.rounds and reached < len(self.rounds) else "reached"
+        text = "**missed**"
+        if self.goal and not self.is_exact:
+            text += f" by {100 * (self.value / self.goal - 1):.0f} %"
+        return f"{text}, {some}" if reached else text
+
+    def row(self, last=None):
+        """last: the last column instead of the verdict"""
         text = f"{self.value:.2f}" if self.value < 100 else f"{self.value:.0f}"
         if self.rounds:
-            text += " [{:.2f}..{:.2f}]".format(min(self.rounds), max(self.rounds))
+            text = ratio_with_range(self.rounds)
         goal = f"{'exactly' if self.is_exact else 'at most'} {self.goal:.4g}"
-        verdict = "reached" if self.reached else "**missed**"
-        if not self.reached and self.goal:
-            verdict += f" by {100 * (self.value / self.goal - 1):.0f} %"
-        return f"| {self.what} | {text} | {goal} | {verdict} |"
+        return f"| {self.what} | {text} | {goal} | {last or self.verdict()} |"
 
 
 class Results:
@@ -78,18 +111,26 @@ class Results:
         return f"It could not be measured: {program['failed']}" if "failed" in program else None
 
     def goals(self, name):
+        """Goals that the design can reach."""
+        return [goal for goal in self.all_goals(name) if goal.bound is None]
+
+    def out_of_reach(self, name):
+        return [goal for goal in self.all_goals(name) if goal.bound is not None]
+
+    def all_goals(self, name):
         program = self.programs.get(name, {})
         for ratio in program.get("ratios") or []:
             if "atMost" in ratio:
-                yield Goal(name, ratio_name(ratio), ratio["ratio"], ratio["atMost"],
-                           rounds=ratio["rounds"])
+                yield Goal.of_ratio(name, ratio)
         for figure in program.get("figures") or []:
             is_exact = "exactly" in figure
             yield Goal(name, figure["name"], figure["value"],
                        figure["exactly" if is_exact else "atMost"], is_exact)
-        for count, entry in (program.get("counts") or {}).items():
+        entries = program.get("counts") or {}
+        for count, entry in entries.items():
             if entry.get("goal") is not None:
-                yield Goal(name, count, entry["count"], entry["goal"])
+                yield Goal(name, count, entry["count"], entry["goal"],
+                           bound=count_bound(count, entries))
 
 
 def ratio_name(ratio):
@@ -97,6 +138,22 @@ def ratio_name(ratio):
         return f"{ratio['numerator']}: {ratio['counter']}"
     # Where two programs have the same label, their first words distinguish them.
     return f"{ratio['counter']}: {ratio['numerator']} / {ratio['denominator']}"
+
+
+def count_bound(what, entries):
+    """The text that shows, by other counts of the same run, that the design cannot reach the goal of
+    a count; or None."""
+    count, goal = entries[what]["count"], entries[what]["goal"]
+    without_lock = entries.get(f"{what} and the C library's lock")
+    if without_lock is not None:
+        return f"{count - without_lock['count']:.1f}: lock and unlock in the C library"
+    parts = re.fullmatch(r"(ring (\d+) (K|M)iB), (\d+) B", what)
+    one_piece = parts and entries.get(f"{parts[1]}, 64 B")
+    if not one_piece or one_piece["count"] > goal:
+        return None
+    chunks = int(parts[2]) * (1 << 20 if parts[3] == "M" else 1 << 10) / int(parts[4])
+    return (f"{one_piece['count']:.1f} in one piece, and {(count - one_piece['count']) * chunks:.0f} "
+            f"more once in {chunks:.0f} chunks")
 
 
 # Pieces of the page -----------------------------------------------------------------------------
@@ -129,15 +186,22 @@ def grid(results, name, counter, pattern="ring 64 KiB"):
 
 def goals(results, name, pattern=""):
     rows = [goal.row() for goal in results.goals(name) if re.search(pattern, goal.what)]
-    return ["| | measured [within one round] | goal | |", "|---|---|---|---|"] + rows
+    return ["| | measured [lowest..highest round] | goal | |", "|---|---|---|---|"] + rows
+
+
+def counters(results, name, program, unit=1):
+    """All counters of one program, the largest first."""
+    by_size = sorted(results.programs[name]["rounds"].get(program, {}).items(),
+                     key=lambda item: -statistics.median(item[1]))
+    return ["| | |", "|---|---|"] + [f"| {counter} | {with_range(values, float(unit))} |"
+                                     for counter, values in by_size]
 
 
 def ratios(results, name, pattern=""):
-    lines = ["| | ratio [within one round] |", "|---|---|"]
+    lines = ["| | ratio [lowest..highest round] |", "|---|---|"]
     for ratio in results.programs[name]["ratios"]:
         if "atMost" not in ratio and re.search(pattern, ratio_name(ratio)):
-            low, high = min(ratio["rounds"]), max(ratio["rounds"])
-            lines.append(f"| {ratio_name(ratio)} | {ratio['ratio']:.2f} [{low:.2f}..{high:.2f}] |")
+            lines.append(f"| {ratio_name(ratio)} | {ratio_with_range(ratio['rounds'])} |")
     return lines
 
 
@@ -147,8 +211,9 @@ def settings(results, name):
 
 def counts(results, name="gate"):
     lines = ["| | counted | limit | goal | |", "|---|---|---|---|---|"]
+    out_of_reach = [goal.what for goal in results.out_of_reach(name)]
     for what, entry in results.programs[name]["counts"].items():
-        goal = entry.get("goal")
+        goal = None if what in out_of_reach else entry.get("goal")
         verdict = "" if goal is None else "reached" if entry["count"] <= goal else "**missed**"
         limit = entry.get("limit")
         shown = ["" if value is None else format(value, ".0f") for value in (limit, goal)]
@@ -162,9 +227,9 @@ def figures(results, name):
     return lines + [f"| {what} | {value} |" for what, value in results.programs[name]["values"].items()]
 
 
-def read_reasons():
+def read_reasons(name):
     reasons = []
-    with open(f"{HERE}/reasons.txt", encoding="utf-8") as lines:
+    with open(f"{HERE}/{name}", encoding="utf-8") as lines:
         for line in lines:
             pattern, found, reason = line.rstrip("\n").partition(" => ")
             if found and not line.startswith("#"):
@@ -172,34 +237,47 @@ def read_reasons():
     return reasons
 
 
-def missed(results):
-    reasons = read_reasons()
-    by_reason = {}
-    for name in results.programs:
-        for goal in results.goals(name):
-            if not goal.reached:
-                text = next((reason for pattern, reason in reasons
-                             if re.search(pattern, f"{name}: {goal.what}")), "Not explained yet.")
-                by_reason.setdefault(text, []).append(goal)
-    if not by_reason:
-        return ["None."]
+def by_reason(goals_with_names, file, last_heading, last_of):
+    """A table for each reason in the file: the first pattern found in "program: goal" counts."""
+    reasons = read_reasons(file)
+    tables = {}
+    for name, goal in goals_with_names:
+        text = next((reason for pattern, reason in reasons
+                     if re.search(pattern, f"{name}: {goal.what}")), "Not explained yet.")
+        tables.setdefault(text, []).append(goal)
     lines = []
-    for reason, all_missed in by_reason.items():
-        lines += ["| | measured [within one round] | goal | |", "|---|---|---|---|"]
-        lines += [goal.row() for goal in all_missed] + ["", reason, ""]
-    return lines
+    for reason, of_reason in tables.items():
+        lines += [f"| | measured [lowest..highest round] | goal | {last_heading} |", "|---|---|---|---|"]
+        lines += [goal.row(last_of(goal)) for goal in of_reason] + ["", reason, ""]
+    return lines or ["None."]
+
+
+def missed(results):
+    return by_reason(((name, goal) for name in results.programs for goal in results.goals(name)
+                      if not goal.reached), "reasons.txt", "", lambda goal: goal.verdict())
+
+
+def out_of_reach(results):
+    return by_reason(((name, goal) for name in results.programs
+                      for goal in results.out_of_reach(name)),
+                     "bounds.txt", "bound", lambda goal: goal.bound)
 
 
 def overview(results):
-    lines = ["| | goals | reached | missed |", "|---|---|---|---|"]
+    lines = ["| | goals | reached | of these not in every round | missed | out of reach |",
+             "|---|---|---|---|---|---|"]
     for name in results.programs:
-        verdicts = [goal.reached for goal in results.goals(name)]
+        goals_of = results.goals(name)
+        reached = [goal for goal in goals_of if goal.reached]
+        not_always = [goal for goal in reached
+                      if goal.rounds and goal.rounds_that_reach() < len(goal.rounds)]
+        without = results.out_of_reach(name)
         why = results.failure(name)
         if why:
-            lines.append(f"| {name} | {why} | | |")
-        elif verdicts:
-            lines.append(f"| {name} | {len(verdicts)} | {sum(verdicts)} | "
-                         f"{len(verdicts) - sum(verdicts)} |")
+            lines.append(f"| {name} | {why} | | | | |")
+        elif goals_of or without:
+            lines.append(f"| {name} | {len(goals_of)} | {len(reached)} | {len(not_always)} | "
+                         f"{len(goals_of) - len(reached)} | {len(without)} |")
     return lines
 
 
@@ -284,9 +362,11 @@ def scale_plot(results, name):
 
 PICTURES = {
     "ring": lambda results: sizes_plot(results, "ring", (
-        "ours", "memcpy+clock", "spa+clock", "jack+clock", "boost+clock"), "ring 64 KiB"),
+        "ours", "memcpy+clock", "memcpy+clock,called", "header+clock,called", "spa+clock",
+        "spa+clock,called", "jack+clock", "boost+clock", "boost+clock,called"), "ring 64 KiB"),
     "processes": lambda results: sizes_plot(results, "processes", (
-        "ours", "ours in place", "spa+clock", "jack+clock", "boost+clock"), ""),
+        "ours", "ours in place", "header+clock,called", "spa+clock", "spa+clock,called", "jack+clock",
+        "boost+clock", "boost+clock,called"), ""),
     "view": lambda results: sizes_plot(results, "view", (
         "copy", "view", "copy+sum", "view+sum"), "ring 1024 KiB"),
     "call": lambda results: bars_plot(results, "call", "p50", 1000, "us"),
@@ -305,8 +385,9 @@ def plot(results, name):
 # ------------------------------------------------------------------------------------------------
 
 PIECES = {"table": table, "grid": grid, "goals": goals, "ratios": ratios, "settings": settings,
-          "counts": counts, "figures": figures, "plot": plot}
-WHOLE = {"machine": machine, "missed": missed, "overview": overview, "absent": absent}
+          "counters": counters, "counts": counts, "figures": figures, "plot": plot}
+WHOLE = {"machine": machine, "missed": missed, "out of reach": out_of_reach, "overview": overview,
+         "absent": absent}
 
 
 def piece(results, text):

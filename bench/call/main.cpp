@@ -151,13 +151,15 @@ void measure(const Options& options) {
          {"CPU", "cpu"},
          {"switches", "switches", false, 1, 1},
          {"blocks", "blocks", false, 1, 1}});
-    std::printf("\nRatios of the medians [within one round]\n");
+    std::printf("\nRatios within a round, medians [min..max]\n");
     report.ratio(results, "p50", "callFuncId", "handover", 1.05);
     report.quotient(results, "callFuncId", "p99", "p50", MOST_P99);
     for (const Requesters::Entry& entry : peers.all()) {
-        report.ratio(results, "p50", "callFuncId", entry.name, MOST_OF_PEERS);
-        report.ratio(results, "p50", "handover", entry.name);  // the achievable limit
+        report.ratio(results, "p50", "callFuncId", entry.name,
+                     RatioGoal(MOST_OF_PEERS, "handover"));
+        report.ratio(results, "p50", "handover", entry.name);
     }
+    report.ratio(results, "p99", "callFuncId", "handover");
     report.ratio(results, "cpu", "callFuncId", "handover");
     report.ratio(results, "p50", "handover", "raw");
     report.ratio(results, "p50", "callFuncId", "raw");
@@ -176,7 +178,7 @@ void measure(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    Options options{.rounds = 9, .repeats = 3000};
+    Options options{.rounds = 21, .repeats = 3000};
     if (const auto status = readCommandLine(argc, argv, "Round trip of one request.", options))
         return *status;
     try {

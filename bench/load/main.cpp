@@ -68,7 +68,7 @@ void measure(const Options& options) {
     const Results results = runInRounds(options.rounds);
     report.table("Medians of the rounds [min..max], us", results,
                  {{"load", "time", true, 1000, 0}});
-    std::printf("\nRatios of the medians [within one round]\n");
+    std::printf("\nRatios within a round, medians [min..max]\n");
     for (const Library& library : LIBRARIES)
         if (library.name != OURS)
             report.ratio(results, "time", OURS, library.name,

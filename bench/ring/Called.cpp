@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "bench/ring/Called.h"
 
+#include "bench/ring/HeaderRing.h"
 #include "bench/ring/Peers.h"
 
 namespace cabinaudio::bench {
@@ -18,6 +19,7 @@ int Called<Ring>::read(unsigned char* dst, std::uint32_t length) {
 }
 
 template class Called<Copies>;
+template class Called<Header>;
 template class Called<Spa>;
 template class Called<Jack>;
 template class Called<Boost>;

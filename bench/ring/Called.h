@@ -9,7 +9,8 @@
 namespace cabinaudio::bench {
 
 /// A stamped ring behind two functions of a shared library, which is how programs call ours. With
-/// Copies it is the lower bound for such a pair of functions.
+/// Copies it is the lower bound for such a pair of functions; with Header it is a minimal ring of
+/// our kind.
 template <typename Ring>
 class Called {
 public:

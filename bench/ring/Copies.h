@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "bench/support/Bytes.h"
+
 #include <cstdint>
 #include <cstring>
-#include <memory>
 
 namespace cabinaudio::bench {
 
@@ -11,7 +12,7 @@ namespace cabinaudio::bench {
 /// Single-threaded; a chunk is read immediately after it was written.
 class Copies {
 public:
-    explicit Copies(std::uint32_t size) : mBuffer(new unsigned char[size]()), mSize(size) {}
+    explicit Copies(std::uint32_t size) : mBuffer(size), mSize(size) {}
 
     void write(const unsigned char* src, std::uint32_t length) {
         std::memcpy(&mBuffer[mAt], src, length);
@@ -23,7 +24,7 @@ public:
     }
 
 private:
-    std::unique_ptr<unsigned char[]> mBuffer;
+    Bytes mBuffer;
     std::uint32_t mSize;
     std::uint32_t mAt = 0;
 };

@@ -1,21 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "bench/support/Bytes.h"
+
 #include <boost/lockfree/spsc_queue.hpp>
 #include <jack/ringbuffer.h>
 #include <spa/utils/ringbuffer.h>
 
 #include <algorithm>
 #include <cstdint>
-#include <memory>
+#include <cstdlib>
 
-// Other rings behind the interface of Copies: write(src, length), read(dst, length).
+// Other rings behind the interface of Copies: write(src, length), read(dst, length). Their bytes
+// begin on a cache line, as ours do.
 
 namespace cabinaudio::bench {
 
 class Jack {
 public:
-    explicit Jack(std::uint32_t size) : mRing(jack_ringbuffer_create(size)) {}
+    explicit Jack(std::uint32_t size) : mRing(jack_ringbuffer_create(size)) {
+        // Its own buffer is aligned to 16 bytes. jack_ringbuffer_free() frees the new one.
+        std::free(mRing->buf);
+        mRing->buf = static_cast<char*>(std::aligned_alloc(CACHE_LINE, size));
+    }
     ~Jack() { jack_ringbuffer_free(mRing); }
     Jack(const Jack&) = delete;
     Jack& operator=(const Jack&) = delete;
@@ -34,27 +41,25 @@ private:
 /// Used as documented; the size is a power of two.
 class Spa {
 public:
-    explicit Spa(std::uint32_t size) : mBuffer(new unsigned char[size]()), mSize(size) {
-        spa_ringbuffer_init(&mRing);
-    }
+    explicit Spa(std::uint32_t size) : mBuffer(size), mSize(size) { spa_ringbuffer_init(&mRing); }
 
     void write(const unsigned char* src, std::uint32_t length) {
         std::uint32_t index;
         const std::int32_t filled = spa_ringbuffer_get_write_index(&mRing, &index);
         const std::uint32_t count = std::min(length, mSize - static_cast<std::uint32_t>(filled));
-        spa_ringbuffer_write_data(&mRing, mBuffer.get(), mSize, index & (mSize - 1), src, count);
+        spa_ringbuffer_write_data(&mRing, mBuffer.data(), mSize, index & (mSize - 1), src, count);
         spa_ringbuffer_write_update(&mRing, static_cast<std::int32_t>(index + count));
     }
     void read(unsigned char* dst, std::uint32_t length) {
         std::uint32_t index;
         const std::int32_t filled = spa_ringbuffer_get_read_index(&mRing, &index);
         const std::uint32_t count = std::min(length, static_cast<std::uint32_t>(filled));
-        spa_ringbuffer_read_data(&mRing, mBuffer.get(), mSize, index & (mSize - 1), dst, count);
+        spa_ringbuffer_read_data(&mRing, mBuffer.data(), mSize, index & (mSize - 1), dst, count);
         spa_ringbuffer_read_update(&mRing, static_cast<std::int32_t>(index + count));
     }
 
 private:
-    std::unique_ptr<unsigned char[]> mBuffer;
+    Bytes mBuffer;
     std::uint32_t mSize;
     struct spa_ringbuffer mRing;
 };
@@ -67,7 +72,9 @@ public:
     void read(unsigned char* dst, std::uint32_t length) { mQueue.pop(dst, length); }
 
 private:
-    boost::lockfree::spsc_queue<unsigned char> mQueue;
+    boost::lockfree::spsc_queue<unsigned char,
+                                boost::lockfree::allocator<LineAllocator<unsigned char>>>
+        mQueue;
 };
 
 }  // namespace cabinaudio::bench

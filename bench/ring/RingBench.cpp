@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-// Time of write and read of one chunk in one thread: our ring, the same bytes moved by memcpy, and
-// the rings of other libraries. "+clock" takes the time once per write, as ours does. "called":
-// behind two functions of a shared library, as ours is; otherwise the compiler inlines the peer
-// into the loop.
+// Time of write and read of one chunk in one thread: our ring, the same bytes moved by memcpy alone
+// or between offsets in a header like ours, and the rings of other libraries. "+clock" takes the
+// time once per write, as ours does. "called": behind two functions of a shared library, as ours
+// is; otherwise the compiler inlines the program into the loop. jack's functions are in a shared
+// library anyway.
 #include "bench/ring/Called.h"
 #include "bench/ring/Copies.h"
+#include "bench/ring/HeaderRing.h"
 #include "bench/ring/Ours.h"
 #include "bench/ring/Peers.h"
 #include "bench/ring/Stamped.h"
+#include "bench/support/Bytes.h"
 #include "bench/support/Clock.h"
 #include "bench/support/LogSink.h"
 #include "bench/support/Machine.h"
@@ -27,15 +30,13 @@ using namespace cabinaudio::bench;
 
 namespace {
 
-struct alignas(64) Line {
-    unsigned char bytes[64];
-    bool operator==(const Line&) const = default;
-};
-
 constexpr std::uint32_t RING_SIZES[] = {64 << 10, 1 << 20};
 constexpr std::uint32_t CHUNKS[] = {64, 192, 960, 3840, 16 << 10, 64 << 10};
-constexpr const char* STAMPED_PEERS[] = {"spa+clock", "jack+clock", "boost+clock"};
-constexpr const char* LIMIT = "memcpy+clock";
+constexpr const char* LIMITS[] = {"memcpy+clock", "memcpy+clock,called"};
+constexpr const char* PEERS[] = {"spa+clock", "spa+clock,called", "jack+clock", "boost+clock",
+                                 "boost+clock,called"};
+/// Only the prescribed parts: two called functions, and a header in memory.
+constexpr const char* MINIMAL = "header+clock,called";
 constexpr double MOST_OF_PEERS = 1.00;
 /// 0.95 or 0.93 of the limit's speed.
 double mostOfLimit(std::uint32_t chunk) {
@@ -54,15 +55,14 @@ std::string nameOf(const char* ring, std::uint32_t size, std::uint32_t chunk) {
 template <typename Ring>
 void addProgram(const char* name, std::uint32_t size, std::uint32_t chunk, int repeats) {
     const auto measure = [size, chunk](benchmark::State& state) {
-        // Whole cache lines, so that alignment does not affect memcpy at random.
-        std::vector<Line> source(chunk / sizeof(Line), Line{{0x5a}});
-        std::vector<Line> destination(source.size());
+        const Bytes source(chunk, 0x5a);
+        Bytes destination(chunk);
         Ring ring(size);
         const std::uint32_t perSample = std::min(BYTES_PER_SAMPLE / chunk, MOST_CHUNKS_PER_SAMPLE);
         const auto pass = [&] {
             for (std::uint32_t i = 0; i < perSample; ++i) {
-                ring.write(source.data()->bytes, chunk);
-                ring.read(destination.data()->bytes, chunk);
+                ring.write(source.data(), chunk);
+                ring.read(destination.data(), chunk);
                 benchmark::ClobberMemory();
             }
         };
@@ -96,6 +96,9 @@ void addPrograms(int repeats) {
         addProgram<Copies>("memcpy", size, chunk, repeats);
         addProgram<Stamped<Copies>>("memcpy+clock", size, chunk, repeats);
         addProgram<Called<Copies>>("memcpy+clock,called", size, chunk, repeats);
+        addProgram<Header>("header", size, chunk, repeats);
+        addProgram<Stamped<Header>>("header+clock", size, chunk, repeats);
+        addProgram<Called<Header>>(MINIMAL, size, chunk, repeats);
         addProgram<Spa>("spa", size, chunk, repeats);
         addProgram<Stamped<Spa>>("spa+clock", size, chunk, repeats);
         addProgram<Called<Spa>>("spa+clock,called", size, chunk, repeats);
@@ -126,18 +129,20 @@ void measure(const Options& options) {
     addPrograms(options.repeats);
     const Results results = runInRounds(options.rounds);
     report.table("Medians of the rounds [min..max], ns", results, {{"time", "time", true, 1, 1}});
-    std::printf("\nRatios of the medians [within one round]\n");
+    std::printf("\nRatios within a round, medians [min..max]\n");
     forAllSizes([&](std::uint32_t size, std::uint32_t chunk) {
-        const auto compare = [&](const char* other, std::optional<double> goal) {
-            report.ratio(results, "time", nameOf("ours", size, chunk), nameOf(other, size, chunk),
-                         goal);
+        const auto compare = [&](const char* ring, const char* other, auto... goal) {
+            report.ratio(results, "time", nameOf(ring, size, chunk), nameOf(other, size, chunk),
+                         goal...);
         };
-        compare(LIMIT, mostOfLimit(chunk));
-        for (const char* const called :
-             {"memcpy+clock,called", "spa+clock,called", "boost+clock,called"})
-            compare(called, std::nullopt);
-        for (const char* const peer : STAMPED_PEERS)
-            compare(peer, MOST_OF_PEERS);
+        for (const char* const limit : LIMITS)
+            compare("ours", limit, RatioGoal(mostOfLimit(chunk), nameOf(MINIMAL, size, chunk)));
+        for (const char* const peer : PEERS)
+            compare("ours", peer, RatioGoal(MOST_OF_PEERS, nameOf(MINIMAL, size, chunk)));
+        compare("ours", MINIMAL);
+        compare("header", "memcpy");
+        compare("header+clock", "memcpy+clock");
+        compare(MINIMAL, "header+clock");
     });
     report.finish();
 }

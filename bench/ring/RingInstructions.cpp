@@ -5,13 +5,13 @@
 #include "bench/ring/Copies.h"
 #include "bench/ring/Ours.h"
 #include "bench/ring/Peers.h"
+#include "bench/support/Bytes.h"
 
 #include <android/log.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
-#include <vector>
 
 namespace {
 
@@ -29,8 +29,8 @@ template <typename Ring>
 
 template <typename Ring>
 int run(std::uint32_t chunk, std::uint32_t size, long rounds) {
-    std::vector<unsigned char> src(chunk, 0x5a);
-    std::vector<unsigned char> dst(chunk);
+    const Bytes src(chunk, 0x5a);
+    Bytes dst(chunk);
     Ring ring(size);
     writeAndRead(ring, src.data(), dst.data(), chunk, rounds);
     return src == dst ? 0 : 1;

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // Time per chunk from one process to another: our ring, copied out and viewed in place, and the
 // rings of other libraries in shared memory, which take the time once per write as ours does.
-// Writer and reader poll instead of sleeping, so that only the ring is measured.
+// "called": behind two functions of a shared library, as ours is; jack's functions are in one
+// anyway. Writer and reader poll instead of sleeping, so that only the ring is measured.
 #include <cabinaudio/shm/ShareMemory.h>
 
-#include "bench/ring/Stamped.h"
+#include "bench/ring/CalledShared.h"
+#include "bench/ring/SharedRings.h"
+#include "bench/support/Bytes.h"
 #include "bench/support/Clock.h"
 #include "bench/support/Errors.h"
 #include "bench/support/LogSink.h"
@@ -14,11 +17,7 @@
 #include "bench/support/Rounds.h"
 
 #include <benchmark/benchmark.h>
-#include <boost/lockfree/spsc_queue.hpp>
-#include <jack/ringbuffer.h>
 #include <sched.h>
-#include <spa/utils/ringbuffer.h>
-#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -28,7 +27,6 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
-#include <new>
 #include <string>
 #include <vector>
 
@@ -36,35 +34,17 @@ using namespace cabinaudio::bench;
 
 namespace {
 
-constexpr std::uint32_t RING_BYTES = 1 << 16;
 constexpr std::uint32_t CHUNKS[] = {64, 192, 960, 3840, 16 << 10};
 constexpr std::uint32_t LEAST_WITH_GOAL = 960;
 constexpr double MOST_OF_PEERS = 1 / 0.95;
+constexpr const char* PEERS[] = {"spa+clock", "spa+clock,called", "jack+clock", "boost+clock",
+                                 "boost+clock,called"};
+/// Only the prescribed parts: two called functions, and a header in shared memory.
+constexpr const char* MINIMAL = "header+clock,called";
 constexpr std::uint32_t BYTES_PER_SAMPLE = 32 << 20;
 constexpr std::uint32_t MOST_CHUNKS = 20000;
 
-/// Memory shared with a child, at the same address.
-template <typename Content>
-class Shared {
-public:
-    template <typename... Arguments>
-    explicit Shared(Arguments... arguments) {
-        void* const at = mmap(nullptr, sizeof(Content), PROT_READ | PROT_WRITE,
-                              MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-        if (at == MAP_FAILED) raise(errno, "mmap");
-        mContent = new (at) Content(arguments...);
-    }
-    ~Shared() { munmap(mContent, sizeof(Content)); }
-    Shared(const Shared&) = delete;
-    Shared& operator=(const Shared&) = delete;
-    Content* operator->() { return mContent; }
-
-private:
-    Content* mContent;
-};
-
-// Rings: created before the fork; then one process writes and the other reads. Both functions
-// return the number of bytes moved: `length`, or less when no more is available.
+// Our rings, with the interface of the others (see SharedRings.h).
 
 class OursCopied {
 public:
@@ -92,83 +72,6 @@ public:
         mRing.releaseBuffer(view);
         return view.length;
     }
-};
-
-class SpaShared {
-public:
-    SpaShared() { spa_ringbuffer_init(&mContent->ring); }
-    std::uint32_t write(const unsigned char* from, std::uint32_t length) {
-        std::uint32_t index;
-        const std::int32_t filled = spa_ringbuffer_get_write_index(&mContent->ring, &index);
-        if (RING_BYTES - static_cast<std::uint32_t>(filled) < length) return 0;
-        spa_ringbuffer_write_data(&mContent->ring, mContent->data, RING_BYTES,
-                                  index & (RING_BYTES - 1), from, length);
-        spa_ringbuffer_write_update(&mContent->ring, static_cast<std::int32_t>(index + length));
-        takeTime();
-        return length;
-    }
-    std::uint32_t read(unsigned char* to, std::uint32_t length) {
-        std::uint32_t index;
-        const std::int32_t filled = spa_ringbuffer_get_read_index(&mContent->ring, &index);
-        const std::uint32_t count = std::min(length, static_cast<std::uint32_t>(filled));
-        if (count == 0) return 0;
-        spa_ringbuffer_read_data(&mContent->ring, mContent->data, RING_BYTES,
-                                 index & (RING_BYTES - 1), to, count);
-        spa_ringbuffer_read_update(&mContent->ring, static_cast<std::int32_t>(index + count));
-        return count;
-    }
-
-private:
-    struct Content {
-        spa_ringbuffer ring;
-        alignas(64) unsigned char data[RING_BYTES];
-    };
-    Shared<Content> mContent;
-};
-
-class JackShared {
-public:
-    JackShared() {
-        jack_ringbuffer_t* const made = jack_ringbuffer_create(RING_BYTES);
-        mContent->ring = *made;
-        mContent->ring.buf = mContent->data;
-        jack_ringbuffer_free(made);
-    }
-    std::uint32_t write(const unsigned char* from, std::uint32_t length) {
-        if (jack_ringbuffer_write_space(&mContent->ring) < length) return 0;
-        jack_ringbuffer_write(&mContent->ring, reinterpret_cast<const char*>(from), length);
-        takeTime();
-        return length;
-    }
-    std::uint32_t read(unsigned char* to, std::uint32_t length) {
-        return static_cast<std::uint32_t>(
-            jack_ringbuffer_read(&mContent->ring, reinterpret_cast<char*>(to), length));
-    }
-
-private:
-    struct Content {
-        jack_ringbuffer_t ring;
-        alignas(64) char data[RING_BYTES];
-    };
-    Shared<Content> mContent;
-};
-
-class BoostShared {
-public:
-    std::uint32_t write(const unsigned char* from, std::uint32_t length) {
-        if (mQueue->write_available() < length) return 0;
-        const auto count = static_cast<std::uint32_t>(mQueue->push(from, length));
-        takeTime();
-        return count;
-    }
-    std::uint32_t read(unsigned char* to, std::uint32_t length) {
-        return static_cast<std::uint32_t>(mQueue->pop(to, length));
-    }
-
-private:
-    using Queue =
-        boost::lockfree::spsc_queue<unsigned char, boost::lockfree::capacity<RING_BYTES - 1>>;
-    Shared<Queue> mQueue;
 };
 
 /// Yields to the other process now and then, in case both share one CPU.
@@ -219,7 +122,7 @@ template <typename Ring>
 [[noreturn]] void readAll(Ring& ring, Signals& signals, std::uint64_t bytes, std::uint32_t chunk) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     pinToCpu(places().reader());
-    std::vector<unsigned char> to(chunk);
+    Bytes to(chunk);
     signals.isReady = true;
     Patience patience;
     while (bytes > 0) {
@@ -239,7 +142,7 @@ double nsPerChunk(std::uint32_t chunk) {
     Shared<Signals> signals;
     const pid_t reader = checked(fork(), "fork");
     if (reader == 0) readAll(ring, *signals.operator->(), std::uint64_t{chunks} * chunk, chunk);
-    const std::vector<unsigned char> from(chunk, 0x5a);
+    const Bytes from(chunk, 0x5a);
     Patience patience;
     while (!signals->isReady)
         patience.wait();
@@ -284,18 +187,24 @@ void measure(const Options& options) {
     for (const std::uint32_t chunk : CHUNKS) {
         addProgram<OursCopied>("ours", chunk, options.repeats);
         addProgram<OursInPlace>("ours in place", chunk, options.repeats);
+        addProgram<CalledShared<HeaderShared>>(MINIMAL, chunk, options.repeats);
         addProgram<SpaShared>("spa+clock", chunk, options.repeats);
+        addProgram<CalledShared<SpaShared>>("spa+clock,called", chunk, options.repeats);
         addProgram<JackShared>("jack+clock", chunk, options.repeats);
         addProgram<BoostShared>("boost+clock", chunk, options.repeats);
+        addProgram<CalledShared<BoostShared>>("boost+clock,called", chunk, options.repeats);
     }
     const Results results = runInRounds(options.rounds);
     report.table("Medians of the rounds [min..max], ns per chunk", results,
                  {{"time", "time", true, 1, 1}});
-    std::printf("\nRatios of the medians [within one round]\n");
+    std::printf("\nRatios within a round, medians [min..max]\n");
     for (const std::uint32_t chunk : CHUNKS) {
-        for (const char* const peer : {"spa+clock", "jack+clock", "boost+clock"})
+        for (const char* const peer : PEERS)
             report.ratio(results, "time", nameOf("ours", chunk), nameOf(peer, chunk),
-                         chunk >= LEAST_WITH_GOAL ? std::optional(MOST_OF_PEERS) : std::nullopt);
+                         chunk >= LEAST_WITH_GOAL
+                             ? std::optional(RatioGoal(MOST_OF_PEERS, nameOf(MINIMAL, chunk)))
+                             : std::nullopt);
+        report.ratio(results, "time", nameOf("ours", chunk), nameOf(MINIMAL, chunk));
         report.ratio(results, "time", nameOf("ours in place", chunk), nameOf("ours", chunk));
     }
     report.finish();

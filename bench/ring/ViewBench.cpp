@@ -4,6 +4,7 @@
 // the bytes to both, a sum over all of them in place.
 #include <cabinaudio/shm/ShareMemory.h>
 
+#include "bench/support/Bytes.h"
 #include "bench/support/Clock.h"
 #include "bench/support/LogSink.h"
 #include "bench/support/Machine.h"
@@ -30,12 +31,6 @@ constexpr std::uint32_t CHUNKS[] = {960, 3840, 16 << 10, 64 << 10};
 constexpr std::uint32_t LEAST_WITH_GOAL = 3840;
 constexpr double MOST_RATIO = 0.70;
 constexpr int REAL_TIME_PRIORITY = 10;
-constexpr std::size_t CACHE_LINE = 64;
-
-struct alignas(CACHE_LINE) Line {
-    unsigned char bytes[CACHE_LINE];
-};
-using Lines = std::vector<Line>;
 
 std::uint64_t sumOf(const unsigned char* bytes, std::uint32_t length) {
     std::uint64_t sum = 0;
@@ -63,9 +58,9 @@ struct Sum {
 /// Copies a chunk out. @return its bytes
 template <typename Use>
 struct Copied {
-    static std::uint32_t read(ShareMemoryEx& ring, Lines& to, std::uint32_t chunk) {
-        const auto got = static_cast<std::uint32_t>(ring.read(to.front().bytes, chunk));
-        benchmark::DoNotOptimize(Use::of(to.front().bytes, got));
+    static std::uint32_t read(ShareMemoryEx& ring, Bytes& to, std::uint32_t chunk) {
+        const auto got = static_cast<std::uint32_t>(ring.read(to.data(), chunk));
+        benchmark::DoNotOptimize(Use::of(to.data(), got));
         return got;
     }
 };
@@ -73,7 +68,7 @@ struct Copied {
 /// Views a chunk in place: in two pieces when it wraps around the ring's end.
 template <typename Use>
 struct Viewed {
-    static std::uint32_t read(ShareMemoryEx& ring, Lines&, std::uint32_t chunk) {
+    static std::uint32_t read(ShareMemoryEx& ring, Bytes&, std::uint32_t chunk) {
         std::uint32_t got = 0;
         while (got < chunk) {
             audio_buffer_provider_t view{};
@@ -99,13 +94,13 @@ constexpr std::uint32_t BYTES_PER_SAMPLE = 1 << 20;
 template <typename Way>
 void addProgram(const char* way, std::uint32_t size, std::uint32_t chunk, int repeats) {
     const auto measure = [size, chunk](benchmark::State& state) {
-        const Lines source((chunk + CACHE_LINE - 1) / CACHE_LINE, Line{{0x5a}});
-        Lines destination(source.size());
+        const Bytes source(chunk, 0x5a);
+        Bytes destination(chunk);
         ShareMemoryEx ring(SHM_TYPE_POSIX_SHM, "view", nullptr, size, SHM_MODE_CREATOR, nullptr);
         const std::uint32_t perSample = BYTES_PER_SAMPLE / chunk;
         const auto pass = [&] {
             for (std::uint32_t i = 0; i < perSample; ++i) {
-                ring.write(source.front().bytes, chunk);
+                ring.write(source.data(), chunk);
                 if (Way::read(ring, destination, chunk) != chunk) return false;
                 benchmark::ClobberMemory();
             }
@@ -157,7 +152,7 @@ void measure(const Options& options) {
     const Results results = runInRounds(options.rounds);
     report.table("Write and read of one chunk, medians of the rounds [min..max], ns", results,
                  {{"time", "time", true, 1, 1}});
-    std::printf("\nRatios of the medians [within one round]\n");
+    std::printf("\nRatios within a round, medians [min..max]\n");
     forAllSizes([&](std::uint32_t size, std::uint32_t chunk) {
         report.ratio(results, "time", nameOf("view", size, chunk), nameOf("copy", size, chunk),
                      chunk >= LEAST_WITH_GOAL ? std::optional(MOST_RATIO) : std::nullopt);

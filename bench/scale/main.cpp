@@ -202,7 +202,7 @@ void measure(const Options& options) {
          {"server, KiB", "server memory", true},
          {"client, KiB", "client memory", true},
          {"missed", "missed", true}});
-    std::printf("\nRatios of the medians [within one round]\n");
+    std::printf("\nRatios within a round, medians [min..max]\n");
     for (const char* counter : {"server cpu", "client cpu"})
         for (const int count : COUNTS)
             for (const int fewer : {1, 8})

@@ -2,6 +2,7 @@
 #include "bench/streams/MinimalStream.h"
 
 #include "bench/support/Errors.h"
+#include "bench/support/PartTimes.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -52,16 +53,22 @@ int MinimalStream::initCheck() {
 }
 
 void MinimalStream::createStream() {
+    const TimedPart timed(&PartTimes::requests);
     const auto pid = static_cast<std::uint32_t>(getpid());
     if (mLink->request({mKind.create, mKind.tag, 0, 0, 0, 0, 0, 0, 0, pid},
                        sizeof(wire::CreateReply)) != 0)
         raise(EPROTO, "creation of a stream");
 }
 
+void MinimalStream::reserve(int object) {
+    const TimedPart timed(&PartTimes::reservation);
+    checked(fallocate(object, 0, 0, OBJECT_BYTES), "fallocate");
+}
+
 void MinimalStream::mapRing() {
     const int object = checked(shm_open(STREAM_NAME, O_RDWR | O_CREAT, 0600), "shm_open");
     checked(ftruncate(object, OBJECT_BYTES), "ftruncate");
-    checked(fallocate(object, 0, 0, OBJECT_BYTES), "fallocate");
+    reserve(object);
     void* const mapping =
         mmap(nullptr, OBJECT_BYTES, PROT_READ | PROT_WRITE, MAP_SHARED, object, 0);
     close(object);

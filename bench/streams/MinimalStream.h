@@ -51,6 +51,7 @@ private:
     static constexpr std::size_t OBJECT_BYTES = RING_BYTES + 64;
 
     void createStream();
+    static void reserve(int object);
     void mapRing();
 
     const StreamKind& mKind;

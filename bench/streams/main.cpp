@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Cost of a stream: construction and destruction of each stream client, its threads and its memory;
 // and the streams of other systems, for comparison.
+#include "bench/streams/ConstructionParts.h"
 #include "bench/streams/FirstStream.h"
 #include "bench/streams/LibraryStreams.h"
 #include "bench/streams/MinimalStream.h"
@@ -113,7 +114,10 @@ void reportLives(Report& report, const Results& lives, const Peers& peers) {
                   {"p99", "construct p99", false, US, 1},
                   {"initCheck", "initCheck", true, US, 1},
                   {"destroy", "destroy", true, US, 1}});
-    std::printf("\nRatios of the medians [within one round]\n");
+    report.counters(
+        "Parts of a minimal construction with a ring: medians of the rounds [min..max], us", lives,
+        CONSTRUCTION_PARTS, US, 1);
+    std::printf("\nRatios within a round, medians [min..max]\n");
     for (const StreamKind* const kind : KINDS)
         report.ratio(lives, "construct", library(*kind), minimal(*kind), MOST_CONSTRUCT);
     for (const StreamKind* const kind : KINDS)
@@ -121,7 +125,8 @@ void reportLives(Report& report, const Results& lives, const Peers& peers) {
     for (const StreamKind* const kind : KINDS)
         report.ratio(lives, "destroy", library(*kind), minimal(*kind), MOST_DESTROY);
     for (const Peers::Entry& entry : peers.all()) {
-        report.ratio(lives, "construct", library(ALTERNATIVE), entry.name, entry.mostConstruct);
+        report.ratio(lives, "construct", library(ALTERNATIVE), entry.name,
+                     RatioGoal(entry.mostConstruct, minimal(ALTERNATIVE)));
         report.ratio(lives, "destroy", library(ALTERNATIVE), entry.name);
     }
 }
@@ -159,6 +164,7 @@ void measure(const Options& options) {
     const Results first = measureFirstStreams(options.rounds);
     const Peers peers;
     addStreams(options.repeats);
+    addConstructionParts(options.repeats);
     addPeers(peers, options.repeats, report);
     reportLives(report, runInRounds(options.rounds), peers);
     reportFirst(report, first);
@@ -173,7 +179,7 @@ int main(int argc, char** argv) {
             runFirstStreamProcess(argv[1]);
             return 0;
         }
-        Options options{.rounds = 9, .repeats = 100};
+        Options options{.rounds = 21, .repeats = 100};
         if (const auto status =
                 readCommandLine(argc, argv, "Construction and end of a stream.", options))
             return *status;

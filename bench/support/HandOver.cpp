@@ -3,6 +3,7 @@
 
 #include "bench/support/Clock.h"
 #include "bench/support/Errors.h"
+#include "bench/support/PartTimes.h"
 #include "bench/support/ServerAddress.h"
 
 #include <sys/socket.h>
@@ -18,6 +19,7 @@ namespace cabinaudio::bench {
 namespace {
 
 int connectToServer() {
+    const TimedPart timed(&PartTimes::connection);
     const int descriptor = checked(socket(AF_UNIX, SOCK_STREAM, 0), "socket");
     const ServerAddress address;
     checked(connect(descriptor, address.get(), address.length()), "connect");
@@ -32,6 +34,7 @@ HandOver::HandOver(audio_connect_type type, const char* name)
     : mSocket(connectToServer()), mType(type) {
     sem_init(&mReplySem, 0, 0);
     mReceiver.emplace("HandOver", receive, this);
+    const TimedPart timed(&PartTimes::requests);
     audio_param registration;
     fillHeader(registration, AUDIO_CMD_REGISTER, AUDIO_REGISTER_WORD, sizeof registration.name,
                name);

@@ -4,6 +4,8 @@
 #include "bench/support/Machine.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstddef>
 #include <cstdio>
 #include <fstream>
 #include <stdexcept>
@@ -31,6 +33,14 @@ std::string cell(const Results& results, const std::string& program, const Colum
     return column.withRange ? median + " " + range(spread, column.unit, column.digits) : median;
 }
 
+bool hasOneOf(const Results& results, const std::string& program,
+              const std::vector<Column>& columns) {
+    const auto& counters = results.counters(program);
+    return std::any_of(columns.begin(), columns.end(), [&counters](const Column& column) {
+        return counters.contains(column.counter);
+    });
+}
+
 using Row = std::vector<std::string>;
 
 void printAligned(const std::vector<Row>& rows) {
@@ -47,6 +57,30 @@ void printAligned(const std::vector<Row>& rows) {
 
 const char* verdict(bool reached) {
     return reached ? "reached" : "MISSED";
+}
+
+/// Compares two digits after the point, as many as are shown on the page.
+bool reaches(double ratio, double goal) {
+    return std::round(ratio * 100) <= std::round(goal * 100);
+}
+
+/// Judges by the median of the rounds, and counts the rounds that judge otherwise.
+std::string verdictOf(const nlohmann::ordered_json& entry, const std::vector<double>& rounds) {
+    const double goal = entry["atMost"];
+    const auto reached = std::count_if(rounds.begin(), rounds.end(),
+                                       [goal](double ratio) { return reaches(ratio, goal); });
+    const std::string ofRounds =
+        std::to_string(reached) + " of " + std::to_string(rounds.size()) + " rounds";
+    if (reaches(spreadOf(rounds).median, goal))
+        return reached == static_cast<std::ptrdiff_t>(rounds.size()) ? "reached"
+                                                                     : "reached in " + ofRounds;
+    if (entry.contains("bound")) {
+        const double bound = spreadOf(entry["bound"]["rounds"]).median;
+        if (!reaches(bound, goal))
+            return "out of reach: " + entry["bound"]["program"].get<std::string>() + " has " +
+                   number(bound, 3);
+    }
+    return reached == 0 ? "MISSED" : "MISSED, reached in " + ofRounds;
 }
 
 }  // namespace
@@ -71,59 +105,73 @@ void Report::table(const std::string& title, const Results& results,
     for (const Column& column : columns)
         rows.front().push_back(column.heading);
     for (const std::string& program : results.programs()) {
+        for (const auto& [counter, values] : results.counters(program))
+            mDocument["rounds"][program][counter] = values;
+        if (!hasOneOf(results, program, columns)) continue;
         Row& row = rows.emplace_back(Row{program});
         for (const Column& column : columns)
             row.push_back(cell(results, program, column));
-        for (const auto& [counter, values] : results.counters(program))
-            mDocument["rounds"][program][counter] = values;
     }
     std::printf("\n%s\n", title.c_str());
     printAligned(rows);
 }
 
+void Report::counters(const std::string& title, const Results& results, const std::string& program,
+                      double unit, int digits) {
+    if (!results.has(program)) return;  // excluded by a filter
+    std::vector<Row> rows;
+    for (const auto& [counter, values] : results.counters(program))
+        rows.push_back({counter, cell(results, program, {counter, counter, true, unit, digits})});
+    std::printf("\n%s\n", title.c_str());
+    printAligned(rows);
+}
+
 void Report::ratio(const Results& results, const std::string& counter, const std::string& numerator,
-                   const std::string& denominator, std::optional<double> atMost) {
+                   const std::string& denominator, const std::optional<RatioGoal>& goal) {
     if (!results.has(numerator) || !results.has(denominator)) return;  // excluded by a filter
-    const std::vector<double>& above = results.values(numerator, counter);
-    const std::vector<double>& below = results.values(denominator, counter);
-    std::vector<double> single;
-    for (std::size_t i = 0; i < std::min(above.size(), below.size()); ++i)
-        single.push_back(above[i] / below[i]);
-    const double value = spreadOf(above).median / spreadOf(below).median;
-    std::printf("  %s, %s / %s: %s %s", counter.c_str(), numerator.c_str(), denominator.c_str(),
-                number(value, 3).c_str(), range(spreadOf(single), 1, 3).c_str());
-    nlohmann::ordered_json entry{{"counter", counter},
-                                 {"numerator", numerator},
-                                 {"denominator", denominator},
-                                 {"ratio", value},
-                                 {"rounds", single}};
-    if (atMost) {
-        std::printf("  (goal: at most %s, %s)", number(*atMost, 2).c_str(),
-                    verdict(value <= *atMost));
-        entry["atMost"] = *atMost;
+    nlohmann::ordered_json entry{
+        {"counter", counter},
+        {"numerator", numerator},
+        {"denominator", denominator},
+        {"rounds", results.ratios(numerator, counter, denominator, counter)}};
+    if (goal) {
+        entry["atMost"] = goal->atMost;
+        addBound(entry, results, *goal);
     }
-    std::printf("\n");
-    mDocument["ratios"].push_back(entry);
+    std::printf("  %s, %s / %s", counter.c_str(), numerator.c_str(), denominator.c_str());
+    add(std::move(entry));
 }
 
 void Report::quotient(const Results& results, const std::string& program, const std::string& above,
                       const std::string& below, double atMost) {
     if (!results.has(program)) return;  // excluded by a filter
-    const double value =
-        results.spread(program, above).median / results.spread(program, below).median;
-    std::vector<double> single;
-    const std::vector<double>& denominators = results.values(program, below);
-    for (std::size_t i = 0; i < denominators.size(); ++i)
-        single.push_back(results.values(program, above)[i] / denominators[i]);
-    std::printf("  %s: %s / %s: %s %s  (goal: at most %s, %s)\n", program.c_str(), above.c_str(),
-                below.c_str(), number(value, 2).c_str(), range(spreadOf(single), 1, 2).c_str(),
-                number(atMost, 2).c_str(), verdict(value <= atMost));
-    mDocument["ratios"].push_back({{"counter", above + " / " + below},
-                                   {"numerator", program},
-                                   {"denominator", "itself"},
-                                   {"ratio", value},
-                                   {"rounds", single},
-                                   {"atMost", atMost}});
+    std::printf("  %s: %s / %s", program.c_str(), above.c_str(), below.c_str());
+    add({{"counter", above + " / " + below},
+         {"numerator", program},
+         {"denominator", "itself"},
+         {"rounds", results.ratios(program, above, program, below)},
+         {"atMost", atMost}});
+}
+
+void Report::addBound(nlohmann::ordered_json& entry, const Results& results,
+                      const RatioGoal& goal) {
+    if (!results.has(goal.minimal)) return;
+    const std::string counter = entry["counter"];
+    entry["bound"] = {
+        {"program", goal.minimal},
+        {"rounds", results.ratios(goal.minimal, counter, entry["denominator"], counter)}};
+}
+
+/// Prints the ratio of an entry after its name, and keeps the entry.
+void Report::add(nlohmann::ordered_json entry) {
+    const std::vector<double> rounds = entry["rounds"];
+    const Spread ratio = spreadOf(rounds);
+    std::printf(": %s %s", number(ratio.median, 3).c_str(), range(ratio, 1, 3).c_str());
+    if (entry.contains("atMost"))
+        std::printf("  (goal: at most %s, %s)", number(entry["atMost"], 2).c_str(),
+                    verdictOf(entry, rounds).c_str());
+    std::printf("\n");
+    mDocument["ratios"].push_back(std::move(entry));
 }
 
 void Report::figure(const std::string& name, double value, const std::string& unit, double goal,

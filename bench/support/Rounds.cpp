@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <stdexcept>
 
 namespace cabinaudio::bench {
@@ -65,6 +66,19 @@ const std::vector<double>& Results::values(const std::string& program,
 
 Spread Results::spread(const std::string& program, const std::string& counter) const {
     return spreadOf(values(program, counter));
+}
+
+std::vector<double> Results::ratios(const std::string& numerator, const std::string& above,
+                                    const std::string& denominator,
+                                    const std::string& below) const {
+    const std::vector<double>& tops = values(numerator, above);
+    const std::vector<double>& bottoms = values(denominator, below);
+    if (tops.size() != bottoms.size())
+        throw std::invalid_argument(numerator + " and " + denominator +
+                                    " were not measured in the same rounds");
+    std::vector<double> ratios(tops.size());
+    std::transform(tops.begin(), tops.end(), bottoms.begin(), ratios.begin(), std::divides<>());
+    return ratios;
 }
 
 Results runInRounds(int rounds) {

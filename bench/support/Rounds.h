@@ -32,6 +32,10 @@ public:
     [[nodiscard]] const std::vector<double>& values(const std::string& program,
                                                     const std::string& counter) const;
     [[nodiscard]] Spread spread(const std::string& program, const std::string& counter) const;
+    /// Ratio of one counter to another, of the same program or of two, within each round.
+    [[nodiscard]] std::vector<double> ratios(const std::string& numerator, const std::string& above,
+                                             const std::string& denominator,
+                                             const std::string& below) const;
 
 private:
     std::vector<std::string> mPrograms;

@@ -2,6 +2,7 @@
 #include "bench/support/WorkerThread.h"
 
 #include "bench/support/Errors.h"
+#include "bench/support/PartTimes.h"
 
 #include <sched.h>
 
@@ -21,10 +22,14 @@ WorkerThread::WorkerThread(const char* name, void* (*body)(void*), void* argumen
     sigset_t before;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &before);
-    const int error = pthread_create(&mThread, &attributes, body, argument);
+    const int error = [&] {
+        const TimedPart timed(&PartTimes::threadStarts);
+        return pthread_create(&mThread, &attributes, body, argument);
+    }();
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     pthread_attr_destroy(&attributes);
     if (error != 0) raise(error, "pthread_create");
+    const TimedPart timed(&PartTimes::threadNames);
     pthread_setname_np(mThread, name);
 }
 

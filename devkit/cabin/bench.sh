@@ -26,7 +26,9 @@ cmd_bench() {
     failed=0
     for bench; do
         printf '\n'
+        bench_began=$(date +%s)
         run_bench "$bench" || failed=1
+        say "measured $bench in $(($(date +%s) - bench_began)) s"
     done
     [ -z "$page" ] || bench/report.py "$figures"
     return $failed
