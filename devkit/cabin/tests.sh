@@ -110,7 +110,10 @@ cmd_coverage() {
     build coverage
     find build/coverage -name '*.gcda' -delete
     say "running the tests (output: build/coverage/test.log)"
+    # Left out: tests of the library's imports and exports, because counting adds some, and tests
+    # with programs of other users, which may not store their counts here.
     ctest --test-dir build/coverage -LE long -j 2 --quiet --output-log build/coverage/test.log \
+        -E '^(abi\.The(Lib|Int)|faults.*(sites|AreKnown)|.*\.RootServer|.*\.RefusedTool)' \
         </dev/null || say "tests have failed, see build/coverage/test.log"
     devkit/coverage/check.py build/coverage
 }
