@@ -849,7 +849,10 @@ _in("ClientTrack::write",
     ("no ring is another status", "return AUDIO_TIMED_OUT;", "return AUDIO_INVALID_STATE;"),
     ("no bytes are written", "bytes < 1", "false"),
     ("no buffer is written", "buffer == nullptr", "false"),
-    ("every write is the first", "exchange(true)", "load()"))
+    ("every write is the first", "exchange(true)", "load()"),
+    ("a write without the space for it", "Playback::freeSize(mShareMemory) >= bytes", "true"),
+    ("a write waits for one byte more", ">= bytes", "> bytes",
+     "the step that follows takes all bytes as well"))
 _in("ClientTrack::ClientTrack",
     ("notifications before the end of construction", "const AudioMutex::AutoLock lock(mLock);", ""),
     ("which track is auxiliary", "tag != AUDIO_TAG_ALTERNATIVE", "tag == AUDIO_TAG_AUXILIARY"))
@@ -957,7 +960,8 @@ _in("ClientSink::write",
     ("nobody else has a turn",
      "turn.lock(); const AudioMutex::AutoLock lock(mLock); turn.unlock()",
      "(void)turn; const AudioMutex::AutoLock lock(mLock)"),
-    ("no bytes are written", "len < 1", "false"))
+    ("no bytes are written", "len < 1", "false"),
+    ("a write without the space for it", "Playback::freeSize(mShareMemory) >= len", "true"))
 _in("ClientSink::checkAndWaitSourceReady",
     ("a wait for a source without the policy's end",
      "if (deadline.isOver()) return AUDIO_TIMED_OUT;", ""),
@@ -975,8 +979,9 @@ _in("MISSING_RING_PAUSE_US",
     ("a shorter pause without a ring", "1'000'000", "100'000"))
 _in("ClientSink::onFinished",
     ("the end of the stream", "(false)", "(true)"))
-_in("ClientSink::blockWrite",
-    ("what was written", "add(mTotalWritedLen, chunk);", ""))
+_in("ClientSink::writeOnce",
+    ("what was written", "add(mTotalWritedLen, len);", ""),
+    ("the mode that the log names", "isBlock ?", "!isBlock ?"))
 
 _in("ClientRecord::read",
     ("a stopped stream is read", "mState.load(std::memory_order_relaxed) != ACTIVE", "false"),
