@@ -988,7 +988,15 @@ _in("ClientRecord::read",
     ("more is read than a ring holds", "|| bytes > bufferSize", ""),
     ("no bytes are read", "bytes <= 0 ||", ""),
     ("no buffer is read to", "buffer == nullptr ||", ""),
-    ("a second reader", "(mIsBlocked)", "(false)"))
+    ("a second reader", "mIsBlocked ||", ""),
+    ("the begin is overwritten", "buffer += got;", ""),
+    ("the bytes that follow are dumped",
+     "StreamDump::write(mDump, buffer, count); buffer += got",
+     "buffer += got; StreamDump::write(mDump, buffer, count)"),
+    ("a part counts as the whole", "remaining -= got;", "remaining = 0;"),
+    ("reading does not wait", "0 && isBlock", "0 && !isBlock"))
+_in("refusal",
+    ("a refusal is logged for another reason", "!stream.isIn(ACTIVE)", "stream.isBlocked"))
 _in("ClientRecord::notify",
     ("an update is logged without the lock",
      "const AudioMutex::AutoLock lock(mLock); const std::uint64_t lag = "
@@ -1016,9 +1024,6 @@ _in("VOLUME_MAX",
     ("the highest volume", "100", "101"))
 _in("DATA_WAIT_MS",
     ("another wait for data", "1000", "500"))
-_in("ClientRecord::readLoop",
-    ("the begin is dumped again", "mDump, buffer + done", "mDump, buffer"),
-    ("reading does not wait", "0 && isBlock", "0 && !isBlock"))
 _in("ClientRecord::stop",
     ("the flag of a stop", "true", "false"))
 
