@@ -1048,6 +1048,9 @@ _in("ClientRecordRt::onRingGone",
     ("a ring that goes wakes nobody", "if (mIsBlocked) mCond.signal();", ""))
 _in("ClientRecordRt::_prepareData",
     ("a part of a frame is taken for the frame", "if (wanted.unit == Unit::Frame) ready = 0;", ""))
+_in("ClientRecordRt::waitForRest",
+    ("silence is waited for again", "if (!supply.isLive) break;", ""),
+    ("less is ready than was waited for", "ready = supply.needed;", ""))
 _in("ClientRecordRt::waitForMore",
     ("a wait that ends in vain goes on", "!chooseSource(wanted, site).isEnough()", "false"),
     ("a wake-up is a time-out", "(!isWoken || isInVain)", "!isWoken"))
