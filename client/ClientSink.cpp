@@ -36,10 +36,6 @@ using wire::StreamFunction;
 
 namespace {
 
-/// Log sites of writeOnce().
-constexpr LogSite BLOCK_WRITE{"ClientSink", "blockWrite"};
-constexpr LogSite NONBLOCK_WRITE{"ClientSink", "nonblockWrite"};
-
 constexpr std::uint64_t SOURCE_WAIT_MS = 2000;
 constexpr std::uint64_t REMOVED_PAUSE_US = 500'000;
 constexpr std::uint64_t MISSING_RING_PAUSE_US = 1'000'000;
@@ -296,7 +292,8 @@ int ClientSink::nonblockWrite(unsigned char* buffer, int bytes) {
 
 /// @param isBlock  mode of the write, for the log
 int ClientSink::writeOnce(unsigned char* buffer, int len, bool isBlock) {
-    Playback::writeOnce(*mShareMemory, mDump, buffer, len, isBlock ? BLOCK_WRITE : NONBLOCK_WRITE);
+    const LogSite site{"ClientSink", isBlock ? "blockWrite" : "nonblockWrite"};
+    Playback::writeOnce(*mShareMemory, mDump, buffer, len, site);
     add(mTotalWritedLen, len);
     return len;
 }
