@@ -285,14 +285,14 @@ int ClientRecordRt::bytesUsed() {
 // ---- Reading ------------------------------------------------------------------------------------
 
 int ClientRecordRt::read(unsigned char* buffer, int bytes, bool isBlock) {
-    static constexpr LogSite site = AUDIO_LOG_SITE;
-    return readAs(Unit::Bytes, buffer, bytes, isBlock, site);
+    static constexpr LogSite SITE = AUDIO_LOG_SITE;
+    return readAs(Unit::Bytes, buffer, bytes, isBlock, SITE);
 }
 
 int ClientRecordRt::readFrame(unsigned char* buffer, int capacity, bool isBlock) {
-    static constexpr LogSite site = AUDIO_LOG_SITE;
+    static constexpr LogSite SITE = AUDIO_LOG_SITE;
     const Unit unit = mFormat.codecType == cabinaudio::CODEC_PCM ? Unit::Bytes : Unit::Frame;
-    return readAs(unit, buffer, capacity, isBlock, site);
+    return readAs(unit, buffer, capacity, isBlock, SITE);
 }
 
 int ClientRecordRt::readAs(Unit unit, unsigned char* buffer, int bytes, bool isBlock,
