@@ -29,8 +29,24 @@ namespace {
 constexpr std::uint64_t DATA_WAIT_MS = 1000;
 constexpr unsigned VOLUME_MAX = 100;
 
-/// Log site of the helpers of read().
+/// Log site of the helpers of read(). A read that finds data does not come to the cold ones.
 constexpr LogSite READ{"ClientRecord", "read"};
+
+int totalSize(ShareMemoryEx* ring) {
+    return ring != nullptr ? static_cast<int>(ring->getTotalSize()) : 0;
+}
+
+/// The status with which a read is refused.
+[[gnu::cold]] int refusal(const StreamParts& stream) {
+    if (!stream.isIn(ACTIVE))
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, READ, "[%s]state is not ACTIVE mState:%d \n", stream.name,
+                     stream.state.load());
+    else
+        AUDIO_LOG_AT(ANDROID_LOG_ERROR, READ,
+                     "[%s]Can not read,the last write did not exit [mIsBlocked=%d]\n", stream.name,
+                     stream.isBlocked);
+    return AUDIO_INVALID_STATE;
+}
 
 }  // namespace
 
@@ -207,8 +223,7 @@ int ClientRecord::getPerLoopSize() {
 }
 
 int ClientRecord::getTotalBufferSize() {
-    ShareMemoryEx* const ring = mShareMemory;
-    return ring != nullptr ? static_cast<int>(ring->getTotalSize()) : 0;
+    return totalSize(mShareMemory);
 }
 
 int ClientRecord::bytesUsed() {
@@ -222,48 +237,35 @@ int ClientRecord::bytesUsed() {
 }
 
 int ClientRecord::read(unsigned char* buffer, int bytes, bool isBlock) {
-    const int bufferSize = getTotalBufferSize();
+    ShareMemoryEx* const ring = mShareMemory;
+    const int bufferSize = totalSize(ring);
     if (buffer == nullptr || bytes <= 0 || bytes > bufferSize) {
         AUDIO_LOGE("[%s]invalid input param, bufferSize:%d bytes:%d\n", mName, bufferSize, bytes);
         return AUDIO_BAD_VALUE;
     }
     const AudioMutex::AutoLock lock(mLock);
-    if (mState.load(std::memory_order_relaxed) != ACTIVE) {
-        AUDIO_LOGE("[%s]state is not ACTIVE mState:%d \n", mName, mState.load());
-        return AUDIO_INVALID_STATE;
-    }
-    if (mIsBlocked) {
-        AUDIO_LOGE("[%s]Can not read,the last write did not exit [mIsBlocked=%d]\n", mName,
-                   mIsBlocked);
-        return AUDIO_INVALID_STATE;
-    }
-    return readLoop(buffer, bytes, isBlock);
-}
-
-/// @return bytes stored in `buffer`
-int ClientRecord::readLoop(unsigned char* buffer, int bytes, bool isBlock) {
-    ShareMemoryEx* const ring = mShareMemory;
-    const auto wanted = static_cast<unsigned>(bytes);
-    unsigned done = 0;
-    while (done < wanted) {
+    if (mIsBlocked || mState.load(std::memory_order_relaxed) != ACTIVE) return refusal(parts());
+    auto remaining = static_cast<unsigned>(bytes);
+    while (remaining != 0) {
         unsigned used = ring->getUsedSize();
         if (used == 0 && isBlock) used = waitForData();
         if (used == 0) break;
-        const unsigned count = std::min(wanted - done, used);
-        const auto got = static_cast<unsigned>(ring->read(buffer + done, count));
-        if (got == 0) {
-            AUDIO_LOG_AT(ANDROID_LOG_ERROR, READ, "[%s] read from shm return:%u\n", mName, got);
+        const unsigned count = std::min(remaining, used);
+        const auto got = static_cast<unsigned>(ring->read(buffer, count));
+        if (got == 0) [[unlikely]] {
+            AUDIO_LOGE("[%s] read from shm return:%u\n", mName, got);
             break;
         }
-        StreamDump::write(mDump, buffer + done, count);
-        done += got;
+        StreamDump::write(mDump, buffer, count);
+        buffer += got;
+        remaining -= got;
     }
-    return static_cast<int>(done);
+    return bytes - static_cast<int>(remaining);
 }
 
 /// Waits for data. @return bytes in the ring; 0 when none arrived, or the stream is no longer
 /// active
-unsigned ClientRecord::waitForData() {
+[[gnu::cold]] unsigned ClientRecord::waitForData() {
     ShareMemoryEx* const ring = mShareMemory;
     const cabinaudio::RingPatience patience(DATA_WAIT_MS);
     const cabinaudio::BlockedWait blocked(parts());

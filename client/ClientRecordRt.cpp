@@ -17,7 +17,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <optional>
 
 namespace wire = cabinaudio::wire;
 using cabinaudio::FramedRing;
@@ -286,12 +285,14 @@ int ClientRecordRt::bytesUsed() {
 // ---- Reading ------------------------------------------------------------------------------------
 
 int ClientRecordRt::read(unsigned char* buffer, int bytes, bool isBlock) {
-    return readAs(Unit::Bytes, buffer, bytes, isBlock, AUDIO_LOG_SITE);
+    static constexpr LogSite SITE = AUDIO_LOG_SITE;
+    return readAs(Unit::Bytes, buffer, bytes, isBlock, SITE);
 }
 
 int ClientRecordRt::readFrame(unsigned char* buffer, int capacity, bool isBlock) {
+    static constexpr LogSite SITE = AUDIO_LOG_SITE;
     const Unit unit = mFormat.codecType == cabinaudio::CODEC_PCM ? Unit::Bytes : Unit::Frame;
-    return readAs(unit, buffer, capacity, isBlock, AUDIO_LOG_SITE);
+    return readAs(unit, buffer, capacity, isBlock, SITE);
 }
 
 int ClientRecordRt::readAs(Unit unit, unsigned char* buffer, int bytes, bool isBlock,
@@ -355,25 +356,30 @@ ClientRecordRt::Taken ClientRecordRt::readLocked(const Wanted& wanted, unsigned 
 /// @retval AUDIO_INVALID_STATE  the stream was stopped, removed or destroyed during the wait
 std::int32_t ClientRecordRt::_prepareData(const Wanted& wanted, bool isBlock, unsigned& ready,
                                           const LogSite& site) {
-    std::optional<RingPatience> patience;
-    for (;;) {
-        const Supply supply = chooseSource(wanted, site);
-        ready = std::min(supply.bytes, supply.needed);
-        if (supply.isEnough()) return AUDIO_NO_ERROR;
-        if (!isBlock) {
-            if (wanted.unit == Unit::Frame) ready = 0;
-            return AUDIO_NO_ERROR;
-        }
-        if (!patience) patience.emplace(RING_WAIT_MS);
-        const std::int32_t status = waitForMore(supply, wanted, *patience, site);
+    const Supply supply = chooseSource(wanted, site);
+    ready = std::min(supply.bytes, supply.needed);
+    if (supply.isEnough()) return AUDIO_NO_ERROR;
+    if (isBlock) return waitForRest(supply, wanted, ready, site);
+    if (wanted.unit == Unit::Frame) ready = 0;
+    return AUDIO_NO_ERROR;
+}
+
+/// Waits until all wanted bytes are due. Cold: a read that finds them does not come here.
+/// Parameters and statuses as for _prepareData().
+/// @param supply  less than wanted
+[[gnu::cold]] std::int32_t ClientRecordRt::waitForRest(Supply supply, const Wanted& wanted,
+                                                       unsigned& ready, const LogSite& site) {
+    const RingPatience patience(RING_WAIT_MS);
+    while (!supply.isEnough()) {
+        const std::int32_t status = waitForMore(supply, wanted, patience, site);
         if (status != AUDIO_NO_ERROR) return status;
-        if (!supply.isLive) {
-            // Even after an early wake-up: a ring may be mapped now, and silence must not delay its
-            // data.
-            ready = supply.needed;
-            return AUDIO_NO_ERROR;
-        }
+        // Silence is due even after an early wake-up: a ring may be mapped now, and silence must
+        // not delay its data.
+        if (!supply.isLive) break;
+        supply = chooseSource(wanted, site);
     }
+    ready = supply.needed;
+    return AUDIO_NO_ERROR;
 }
 
 /// Waits once. Statuses as for _prepareData().

@@ -211,13 +211,18 @@ int ClientSink::write(unsigned char* buffer, int len, bool isBlock) {
     turn.unlock();
     if (mIsBlocked || mIsWriteDone || mState.load(std::memory_order_relaxed) != ACTIVE)
         return Playback::refusal(parts(), AUDIO_LOG_SITE);
-    const int ready = checkAndWaitSourceReady(isBlock, len);
-    if (ready != 1) return ready;
+    if (mShareMemory == nullptr) {
+        const int ready = checkAndWaitSourceReady(isBlock, len);
+        if (ready != 1) return ready;
+    }
+    // The normal case, the same in both modes: all bytes fit, and one step queues them.
+    if (Playback::freeSize(mShareMemory) >= len) return writeOnce(buffer, len, isBlock);
     return isBlock ? blockWrite(buffer, len) : nonblockWrite(buffer, len);
 }
 
+/// Waits for the ring. Cold: a write that finds the ring does not come here.
 /// @return 1 when there is a ring to write to, else the result of write()
-int ClientSink::checkAndWaitSourceReady(bool isBlock, int len) {
+[[gnu::cold]] int ClientSink::checkAndWaitSourceReady(bool isBlock, int len) {
     const ReplyDeadline deadline;
     while (mShareMemory == nullptr) {
         AUDIO_LOGW("[%s]source is not ready mode[%s]\n", mName, isBlock ? "block" : "unblock");
@@ -262,8 +267,7 @@ int ClientSink::blockWrite(unsigned char* buffer, int bytes) {
             const int ready = checkAndWaitShareBufferFree(chunk);
             if (ready < 1) return ready;
         }
-        Playback::writeOnce(*mShareMemory, mDump, buffer, chunk, AUDIO_LOG_SITE);
-        add(mTotalWritedLen, chunk);
+        writeOnce(buffer, chunk, true);
         buffer += chunk;
         remaining -= chunk;
     }
@@ -283,10 +287,15 @@ int ClientSink::checkAndWaitShareBufferFree(int need) {
 
 int ClientSink::nonblockWrite(unsigned char* buffer, int bytes) {
     const int count = Playback::writableNow(mShareMemory, bytes, mName, AUDIO_LOG_SITE);
-    if (count < 1) return 0;
-    Playback::writeOnce(*mShareMemory, mDump, buffer, count, AUDIO_LOG_SITE);
-    add(mTotalWritedLen, count);
-    return count;
+    return count < 1 ? 0 : writeOnce(buffer, count, false);
+}
+
+/// @param isBlock  mode of the write, for the log
+int ClientSink::writeOnce(unsigned char* buffer, int len, bool isBlock) {
+    const LogSite site{"ClientSink", isBlock ? "blockWrite" : "nonblockWrite"};
+    Playback::writeOnce(*mShareMemory, mDump, buffer, len, site);
+    add(mTotalWritedLen, len);
+    return len;
 }
 
 void ClientSink::notify() {

@@ -225,11 +225,14 @@ int ClientTrack::write(unsigned char* buffer, int bytes, bool isBlock) {
     if (mIsBlocked || mIsWriteDone || mState.load(std::memory_order_relaxed) != ACTIVE)
         return Playback::refusal(parts(), AUDIO_LOG_SITE);
     if (mShareMemory == nullptr && !checkAndWaitShareBufferReady()) return AUDIO_TIMED_OUT;
+    // The normal case, the same in both modes: all bytes fit, and one step queues them.
+    if (Playback::freeSize(mShareMemory) >= bytes) return writeOnce(buffer, bytes);
     return isBlock ? blockWrite(buffer, bytes) : nonblockWrite(buffer, bytes);
 }
 
-/// Waits for the ring. @return whether it is mapped and the track is still ACTIVE
-bool ClientTrack::checkAndWaitShareBufferReady() {
+/// Waits for the ring. Cold: a write that finds the ring does not come here. @return whether it is
+/// mapped and the track is still ACTIVE
+[[gnu::cold]] bool ClientTrack::checkAndWaitShareBufferReady() {
     const cabinaudio::BlockedWait blocked(parts());
     const std::uint64_t begin = nowMs();
     bool isTimedOut = false;

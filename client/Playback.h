@@ -23,7 +23,8 @@ struct PlaybackParts : StreamParts {
 };
 
 /// Common operations of tracks and sinks, all with the stream's lock held. `site` is the operation
-/// that the log lines name.
+/// that the log lines name. Cold operations are those that a write with enough space never calls:
+/// the compiler makes them small and places them apart.
 struct Playback {
     static constexpr std::uint64_t SPACE_WAIT_MS = 600;
     static constexpr std::uint64_t WRITER_EXIT_WAIT_MS = 2000;
@@ -95,7 +96,7 @@ struct Playback {
     static int writeDone(const PlaybackParts& stream, LogSite site);
 
     /// The status with which a write is refused now, or AUDIO_NO_ERROR.
-    static int refusal(const PlaybackParts& stream, LogSite site);
+    [[gnu::cold]] static int refusal(const PlaybackParts& stream, LogSite site);
 
     /// Bytes that the next step of a blocking write takes, with `free` bytes free in the ring: more
     /// than `free` only when `free` is 0.
@@ -107,8 +108,8 @@ struct Playback {
     /// Waits until `need` bytes are free.
     /// @param isGivenUp  tested after each wake-up while the stream is still ACTIVE; may be null
     /// @return `need`, 0 when given up, or a status
-    static int waitForSpace(const PlaybackParts& stream, int need,
-                            const std::atomic<bool>* isGivenUp, LogSite site);
+    [[gnu::cold]] static int waitForSpace(const PlaybackParts& stream, int need,
+                                          const std::atomic<bool>* isGivenUp, LogSite site);
 
     /// Bytes that a write can take without waiting, at most `bytes`.
     static int writableNow(ShareMemoryEx* ring, int bytes, const char* name, LogSite site) {
@@ -144,7 +145,7 @@ struct Playback {
     static int deprecated(LogSite site, const char* instead);
 
     /// Logs that a wait for the ring or the source ended because the stream is no longer ACTIVE.
-    static void logInvalidState(const PlaybackParts& stream, LogSite site);
+    [[gnu::cold]] static void logInvalidState(const PlaybackParts& stream, LogSite site);
 
 private:
     static void logFree(const Answer& answer, LogSite site) {

@@ -37,7 +37,7 @@ REQUEST = "RemoteCall::callFuncId(unsigned int, int, bool)"
 LOCK = re.compile(r"pthread_mutex_(un)?lock")
 COPY = re.compile(r"mem(cpy|move)")
 DIVISION = re.compile(r"__aeabi_u?ldivmod|__u?divdi3|__u?moddi3")
-TRANSFER = re.compile(r"::(write|writeOnce|blockWrite|nonblockWrite|checkAndWaitShareBuffer\w*|read|readLoop"
+TRANSFER = re.compile(r"::(write|writeOnce|blockWrite|nonblockWrite|checkAndWaitShareBuffer\w*|read"
                       r"|waitForData|waitForSpace)\(")
 
 

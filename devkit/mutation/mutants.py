@@ -871,7 +871,10 @@ _in("ClientTrack::write",
     ("no ring is another status", "return AUDIO_TIMED_OUT;", "return AUDIO_INVALID_STATE;"),
     ("no bytes are written", "bytes < 1", "false"),
     ("no buffer is written", "buffer == nullptr", "false"),
-    ("every write is the first", "exchange(true)", "load()"))
+    ("every write is the first", "exchange(true)", "load()"),
+    ("a write without the space for it", "Playback::freeSize(mShareMemory) >= bytes", "true"),
+    ("a write waits for one byte more", ">= bytes", "> bytes",
+     "the step that follows takes all bytes as well"))
 _in("ClientTrack::ClientTrack",
     ("notifications before the end of construction", "const AudioMutex::AutoLock lock(mLock);", ""),
     ("which track is auxiliary", "tag != AUDIO_TAG_ALTERNATIVE", "tag == AUDIO_TAG_AUXILIARY"))
@@ -979,7 +982,8 @@ _in("ClientSink::write",
     ("nobody else has a turn",
      "turn.lock(); const AudioMutex::AutoLock lock(mLock); turn.unlock()",
      "(void)turn; const AudioMutex::AutoLock lock(mLock)"),
-    ("no bytes are written", "len < 1", "false"))
+    ("no bytes are written", "len < 1", "false"),
+    ("a write without the space for it", "Playback::freeSize(mShareMemory) >= len", "true"))
 _in("ClientSink::checkAndWaitSourceReady",
     ("a wait for a source without the policy's end",
      "if (deadline.isOver()) return AUDIO_TIMED_OUT;", ""),
@@ -997,15 +1001,24 @@ _in("MISSING_RING_PAUSE_US",
     ("a shorter pause without a ring", "1'000'000", "100'000"))
 _in("ClientSink::onFinished",
     ("the end of the stream", "(false)", "(true)"))
-_in("ClientSink::blockWrite",
-    ("what was written", "add(mTotalWritedLen, chunk);", ""))
+_in("ClientSink::writeOnce",
+    ("what was written", "add(mTotalWritedLen, len);", ""),
+    ("the mode that the log names", "isBlock ?", "!isBlock ?"))
 
 _in("ClientRecord::read",
     ("a stopped stream is read", "mState.load(std::memory_order_relaxed) != ACTIVE", "false"),
     ("more is read than a ring holds", "|| bytes > bufferSize", ""),
     ("no bytes are read", "bytes <= 0 ||", ""),
     ("no buffer is read to", "buffer == nullptr ||", ""),
-    ("a second reader", "(mIsBlocked)", "(false)"))
+    ("a second reader", "mIsBlocked ||", ""),
+    ("the begin is overwritten", "buffer += got;", ""),
+    ("the bytes that follow are dumped",
+     "StreamDump::write(mDump, buffer, count); buffer += got",
+     "buffer += got; StreamDump::write(mDump, buffer, count)"),
+    ("a part counts as the whole", "remaining -= got;", "remaining = 0;"),
+    ("reading does not wait", "0 && isBlock", "0 && !isBlock"))
+_in("refusal",
+    ("a refusal is logged for another reason", "!stream.isIn(ACTIVE)", "stream.isBlocked"))
 _in("ClientRecord::notify",
     ("an update is logged without the lock",
      "const AudioMutex::AutoLock lock(mLock); const std::uint64_t lag = "
@@ -1033,9 +1046,6 @@ _in("VOLUME_MAX",
     ("the highest volume", "100", "101"))
 _in("DATA_WAIT_MS",
     ("another wait for data", "1000", "500"))
-_in("ClientRecord::readLoop",
-    ("the begin is dumped again", "mDump, buffer + done", "mDump, buffer"),
-    ("reading does not wait", "0 && isBlock", "0 && !isBlock"))
 _in("ClientRecord::stop",
     ("the flag of a stop", "true", "false"))
 
@@ -1060,6 +1070,9 @@ _in("ClientRecordRt::onRingGone",
     ("a ring that goes wakes nobody", "if (mIsBlocked) mCond.signal();", ""))
 _in("ClientRecordRt::_prepareData",
     ("a part of a frame is taken for the frame", "if (wanted.unit == Unit::Frame) ready = 0;", ""))
+_in("ClientRecordRt::waitForRest",
+    ("silence is waited for again", "if (!supply.isLive) break;", ""),
+    ("less is ready than was waited for", "ready = supply.needed;", ""))
 _in("ClientRecordRt::waitForMore",
     ("a wait that ends in vain goes on", "!chooseSource(wanted, site).isEnough()", "false"),
     ("a wake-up is a time-out", "(!isWoken || isInVain)", "!isWoken"))

@@ -124,8 +124,6 @@ private:
     CABINAUDIO_LOCAL std::uint64_t sinceCreation() const;
 
     CABINAUDIO_LOCAL cabinaudio::StreamParts parts() CABINAUDIO_REQUIRES(mLock);
-    CABINAUDIO_LOCAL int readLoop(unsigned char* buffer, int bytes, bool isBlock)
-        CABINAUDIO_REQUIRES(mLock);
     CABINAUDIO_LOCAL unsigned waitForData() CABINAUDIO_REQUIRES(mLock);
     CABINAUDIO_LOCAL void endReader() CABINAUDIO_REQUIRES(mLock);
     CABINAUDIO_LOCAL bool isIdleOrActive() const CABINAUDIO_REQUIRES(mLock);

@@ -197,6 +197,9 @@ private:
     CABINAUDIO_LOCAL std::int32_t _prepareData(const Wanted& wanted, bool isBlock, unsigned& ready,
                                                const cabinaudio::LogSite& site)
         CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL std::int32_t waitForRest(Supply supply, const Wanted& wanted, unsigned& ready,
+                                              const cabinaudio::LogSite& site)
+        CABINAUDIO_REQUIRES(mLock);
     CABINAUDIO_LOCAL std::int32_t waitForMore(const Supply& supply, const Wanted& wanted,
                                               const cabinaudio::RingPatience& patience,
                                               const cabinaudio::LogSite& site)

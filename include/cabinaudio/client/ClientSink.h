@@ -145,6 +145,8 @@ private:
     CABINAUDIO_LOCAL int checkAndWaitShareBufferFree(int need) CABINAUDIO_REQUIRES(mLock);
     CABINAUDIO_LOCAL int blockWrite(unsigned char* buffer, int bytes) CABINAUDIO_REQUIRES(mLock);
     CABINAUDIO_LOCAL int nonblockWrite(unsigned char* buffer, int bytes) CABINAUDIO_REQUIRES(mLock);
+    CABINAUDIO_LOCAL int writeOnce(unsigned char* buffer, int len, bool isBlock)
+        CABINAUDIO_REQUIRES(mLock);
 
     // Set at construction.
     char mName[64];
