@@ -529,9 +529,9 @@ ClientRecordRt::Taken ClientRecordRt::takeLiveFrame(unsigned char* buffer, unsig
                          mName, frame.bytes);
             return {AUDIO_BAD_VALUE, 0, 0};
         case FramedRing::Outcome::Missing:
-            break;
+            break;  // the server has taken bytes back since the fill level was read
     }
-    return {};
+    return {};  // no frame
 }
 
 ClientRecordRt::Taken ClientRecordRt::refuseFrame(unsigned length, unsigned capacity,

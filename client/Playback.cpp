@@ -129,12 +129,9 @@ int Playback::refusal(const PlaybackParts& stream, LogSite site) {
                      stream.isWriteDone);
         return AUDIO_INVALID_OPERATION;
     }
-    if (!stream.isIn(ACTIVE)) {
-        AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]Current mState[%d] [not ACTIVE]\n", stream.name,
-                     stream.state.load());
-        return AUDIO_INVALID_STATE;
-    }
-    return AUDIO_NO_ERROR;
+    AUDIO_LOG_AT(ANDROID_LOG_ERROR, site, "[%s]Current mState[%d] [not ACTIVE]\n", stream.name,
+                 stream.state.load());
+    return AUDIO_INVALID_STATE;
 }
 
 int Playback::waitForSpace(const PlaybackParts& stream, int need,

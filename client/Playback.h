@@ -95,7 +95,7 @@ struct Playback {
     /// Announces the end of the data.
     static int writeDone(const PlaybackParts& stream, LogSite site);
 
-    /// The status with which a write is refused now, or AUDIO_NO_ERROR.
+    /// The status of a refused write. Logs the reason: another writer, writeDone(), or the state.
     [[gnu::cold]] static int refusal(const PlaybackParts& stream, LogSite site);
 
     /// Bytes that the next step of a blocking write takes, with `free` bytes free in the ring: more
