@@ -113,10 +113,10 @@ def program(directory, name):
 def recompiled(library, directory, commands, source):
     """Object file of a test's source that includes private headers, with this library's headers."""
     words = next(command for command in commands if command.endswith("-c " + source)).split()
+    words.insert(words.index("-I" + ROOT), "-I" + library.tree)
     place = words.index("-o") + 1
     name = words[place]
     words[place] = os.path.join(library.build, os.path.basename(name))
-    words.insert(words.index("-I" + ROOT), "-I" + library.tree)
     subprocess.run(" ".join(words), shell=True, cwd=directory, check=True)
     return name, words[place]
 
