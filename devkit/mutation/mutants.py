@@ -650,7 +650,7 @@ _in("UseGate::drain",
      "== 0) break;",
      "if ((mState.load(std::memory_order_acquire) & VISITORS) == 0) break; "
      "const std::uint32_t seen = gEmptied;",
-     OUT_OF_REACH + "differs when the last visitor leaves between two loads; models/gate.pml has it"),
+     OUT_OF_REACH + "differs when a visitor leaves between two loads; models/gate.pml has it"),
     ("a drain does not acquire", "mState.load(std::memory_order_acquire)",
      "mState.load(std::memory_order_relaxed)"),
     ("a drained gate stays marked", "mState.fetch_and(VISITORS, std::memory_order_relaxed);", ""))
