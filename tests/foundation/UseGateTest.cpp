@@ -76,31 +76,26 @@ void expectSoon(const std::future<void>& done) {
     std::_Exit(1);
 }
 
-/// Gates in pages of their own. A gate that has been taken away faults at every access.
-class Pages {
+/// A gate in a page of its own. After takeAway() every access to it faults.
+class GateInAPage {
 public:
-    explicit Pages(int count)
+    GateInAPage()
         : mBytes(static_cast<std::size_t>(getpagesize())),
-          mCount(static_cast<std::size_t>(count)),
-          mFirst(mmap(nullptr, mBytes * mCount, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS,
-                      -1, 0)) {
-        if (mFirst == MAP_FAILED) throw std::bad_alloc();
+          mPage(mmap(nullptr, mBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) {
+        if (mPage == MAP_FAILED) throw std::bad_alloc();
+        mGate = new (mPage) UseGate;
     }
-    ~Pages() { munmap(mFirst, mBytes * mCount); }
-    Pages(const Pages&) = delete;
-    Pages& operator=(const Pages&) = delete;
+    ~GateInAPage() { munmap(mPage, mBytes); }
+    GateInAPage(const GateInAPage&) = delete;
+    GateInAPage& operator=(const GateInAPage&) = delete;
 
-    [[nodiscard]] UseGate* make(int index) const { return new (page(index)) UseGate; }
-    void takeAway(int index) const { EXPECT_EQ(mprotect(page(index), mBytes, PROT_NONE), 0); }
+    [[nodiscard]] UseGate& gate() const { return *mGate; }
+    void takeAway() const { EXPECT_EQ(mprotect(mPage, mBytes, PROT_NONE), 0); }
 
 private:
-    [[nodiscard]] void* page(int index) const {
-        return static_cast<char*>(mFirst) + static_cast<std::size_t>(index) * mBytes;
-    }
-
     std::size_t mBytes;
-    std::size_t mCount;
-    void* mFirst;
+    void* mPage;
+    UseGate* mGate;
 };
 
 /// Waits for a moment that is near, without sleeping: a race needs threads that are awake.
@@ -234,8 +229,8 @@ TEST_F(TwoGates, LeavingAGateThatIsNotBeingDrainedWakesNoDrainOfTheOther) {
 
 /// The visitor is still about to wake the drain when the gate is gone.
 TEST(UseGate, MayBeFreedBeforeItsLastVisitorHasWokenTheDrain) {
-    const Pages pages(1);
-    UseGate& gate = *pages.make(0);
+    const GateInAPage page;
+    UseGate& gate = page.gate();
     std::optional<Visit> visit(std::in_place, gate);
     std::promise<void> drainIsAboutToWait;
     std::promise<void> visitorIsAboutToWake;
@@ -248,7 +243,7 @@ TEST(UseGate, MayBeFreedBeforeItsLastVisitorHasWokenTheDrain) {
             visitorIsAboutToWake.get_future().wait();
         };
         gate.drain();
-        pages.takeAway(0);
+        page.takeAway();
         gateIsGone.set_value();
     });
     const auto left = std::async(std::launch::async, [&] {
@@ -266,24 +261,24 @@ TEST(UseGate, MayBeFreedBeforeItsLastVisitorHasWokenTheDrain) {
     EXPECT_NE(woken, reinterpret_cast<std::uintptr_t>(&gate));
 }
 
-/// Several visitors leave while the owner drains. A late access to the gate faults, and a wake-up
-/// that is lost leaves the owner waiting.
+/// Several visitors leave while the owner drains, and deletes the gate directly afterwards. The
+/// sanitizers see a late access to it; a wake-up that is lost leaves the owner waiting.
 TEST(UseGate, IsNotTouchedAfterTheDrain) {
     constexpr int VISITORS = 3;
     const int last = rounds(200);
-    const Pages pages(last);
     std::atomic<UseGate*> current{nullptr};
     std::atomic<int> round{-1};
     std::atomic<int> entered{0};
 
     const auto owner = std::async(std::launch::async, [&] {
         for (int i = 0; i < last; ++i) {
-            current = pages.make(i);
+            auto gate = std::make_unique<UseGate>();
+            current = gate.get();
             entered = 0;
             round = i;
             spinUntil([&] { return entered == VISITORS; });
-            current.load()->drain();
-            pages.takeAway(i);
+            gate->drain();
+            gate.reset();
         }
     });
     const auto visitors = std::async(std::launch::async, [&] {
