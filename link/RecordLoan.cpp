@@ -24,13 +24,18 @@ std::uintptr_t loansIn(AudioSocket* value) {
     return bitsOf(value) & LOANS;
 }
 
-AudioSocket* withLoans(AudioSocket* record, std::uintptr_t loans) {
-    return reinterpret_cast<AudioSocket*>(bitsOf(record) | loans);
+AudioSocket* withOneMore(AudioSocket* value) {
+    return reinterpret_cast<AudioSocket*>(bitsOf(value) + 1);
+}
+
+AudioSocket* withOneLess(AudioSocket* value) {
+    return reinterpret_cast<AudioSocket*>(bitsOf(value) - 1);
 }
 
 }  // namespace
 
-void ReturnedLoans::add() {
+// Out of line: inlined, it would make every return of a loan save registers for it.
+[[gnu::noinline]] void ReturnedLoans::add() {
     const AudioMutex::AutoLock lock(mLock);
     ++mCount;
     mChanged.signal();
@@ -46,8 +51,8 @@ RecordLoan::RecordLoan(std::atomic<AudioSocket*>& slot) noexcept : mSlot(slot), 
     AudioSocket* seen = slot.load(std::memory_order_acquire);
     while (recordIn(seen) != nullptr && loansIn(seen) != LOANS) {
         AudioSocket* const record = recordIn(seen);
-        if (slot.compare_exchange_weak(seen, withLoans(record, loansIn(seen) + 1),
-                                       std::memory_order_acq_rel, std::memory_order_acquire)) {
+        if (slot.compare_exchange_weak(seen, withOneMore(seen), std::memory_order_acq_rel,
+                                       std::memory_order_acquire)) {
             mRecord = record;
             return;
         }
@@ -58,8 +63,8 @@ RecordLoan::~RecordLoan() {
     if (mRecord == nullptr) return;
     AudioSocket* seen = mSlot.load(std::memory_order_acquire);
     while (recordIn(seen) == mRecord) {
-        if (mSlot.compare_exchange_weak(seen, withLoans(mRecord, loansIn(seen) - 1),
-                                        std::memory_order_acq_rel, std::memory_order_acquire))
+        if (mSlot.compare_exchange_weak(seen, withOneLess(seen), std::memory_order_acq_rel,
+                                        std::memory_order_acquire))
             return;
     }
     mRecord->mReturnedLoans.add();  // the record may be freed as soon as this returns

@@ -34,7 +34,8 @@ TESTS = [
     ("foundation/AudioTypes.cpp", ["foundation-test"]),
     ("foundation/LibraryThread.h", ["link-tests", "shm-test"]),
     ("foundation/Log.h", ["foundation-test", "diag-test", "link-tests"]),
-    ("foundation/UseGate.h", ["race-wait-test", "link-tests", "client-uplink-test", "client-test"]),
+    ("foundation/UseGate", ["foundation-gate-test", "race-wait-test", "link-tests",
+                            "client-uplink-test", "client-test"]),
     ("foundation/", ["foundation-platform-test", "foundation-test", "link-tests"]),
     ("wire/Frame.h", ["link-tests"]),
     ("wire/Ring.h", ["shm-test", "shm-order-test"]),
@@ -86,7 +87,7 @@ TESTS = [
 SANITIZED_TESTS = [
     ("shm/", ["shm-test", "race-test"]),
     ("link/", ["race-test", "link-tests", "link-inside-tests"]),
-    ("foundation/UseGate.h", ["race-test", "link-tests"]),
+    ("foundation/UseGate", ["foundation-gate-test", "race-test", "link-tests"]),
     ("foundation/", ["foundation-platform-test", "foundation-test"]),
     ("wire/", ["link-tests"]),
     ("client/Setting", ["settings-test"]),
@@ -112,13 +113,17 @@ COMPILED = {
         ("tests/abi/OverloadTest.cpp", "-DNDEBUG", True)],
 }
 # Programs that contain the library's objects, some of them compiled once more.
-RELINKED = ("link-inside-tests", "shm-test")
+RELINKED = ("foundation-gate-test", "link-inside-tests", "shm-test")
 OWN_COPIES = {
+    "tests/foundation/CMakeFiles/foundation-gate-test.dir/__/__/foundation/UseGate.cpp.o":
+        "foundation/CMakeFiles/cabinaudio-foundation.dir/UseGate.cpp.o",
     "tests/shm/CMakeFiles/shm-test.dir/__/__/shm/RingAccess.cpp.o":
         "shm/CMakeFiles/cabinaudio-shm.dir/RingAccess.cpp.o",
     "tests/shm/CMakeFiles/shm-test.dir/__/__/shm/SharedSemaphore.cpp.o":
         "shm/CMakeFiles/cabinaudio-shm.dir/SharedSemaphore.cpp.o",
 }
+# Their sources that use inline functions of private headers, compiled with the mutant's headers.
+RECOMPILED = {"foundation-gate-test": ("tests/foundation/UseGateTest.cpp",)}
 # Files that check_ring_code.py checks.
 RING_CODE = ("shm/RingCore.h", "shm/RingTransfer.cpp")
 
@@ -541,10 +546,10 @@ _in("ConnectionState::offerBody",
      "mFlags &= static_cast<std::uint8_t>(~BODY_TAKEN);", ""))
 
 _in("RecordLoan::RecordLoan",
-    ("a loan is not counted", "(seen) + 1", "(seen)"),
+    ("a loan is not counted", "withOneMore(seen)", "seen"),
     ("a loan more than can be counted", "&& loansIn(seen) != LOANS", ""))
 _in("RecordLoan::~RecordLoan",
-    ("a loan stays counted in the slot", "(seen) - 1", "(seen)"),
+    ("a loan stays counted in the slot", "withOneLess(seen)", "seen"),
     ("a loan is given back to the slot of the next record", "recordIn(seen) == mRecord", "true"),
     ("a loan is not given back to the record", "mRecord->mReturnedLoans.add();", ""))
 _in("ReturnedLoans::add",
@@ -660,14 +665,35 @@ _in("AudioThread::prepareStop",
     ("a body that was stopped is still running", "mRunning = false;", ""))
 
 _in("UseGate::drain",
-    ("nobody is waited for", "mCount != 0", "false"),
-    ("one wake-up is enough", "(mLock); while", "(mLock); if",
-     "nobody enters any more, and only the last one who leaves wakes"))
+    ("nobody is waited for", "(mState.load(std::memory_order_acquire) & VISITORS) == 0", "true"),
+    ("a drain does not announce itself", "fetch_or(DRAINING,", "fetch_or(0,"),
+    ("a drain counts before it looks at the word",
+     "const std::uint32_t seen = gEmptied; if ((mState.load(std::memory_order_acquire) & VISITORS) "
+     "== 0) break;",
+     "if ((mState.load(std::memory_order_acquire) & VISITORS) == 0) break; "
+     "const std::uint32_t seen = gEmptied;",
+     OUT_OF_REACH + "differs when a visitor leaves between two loads; models/gate.pml has it"),
+    ("a drain does not acquire", "mState.load(std::memory_order_acquire)",
+     "mState.load(std::memory_order_relaxed)",
+     OUT_OF_REACH + "differs when a visitor leaves between two steps; the thread sanitizer sees it "
+     "in some runs"),
+    ("a drained gate stays marked", "mState.fetch_and(VISITORS, std::memory_order_relaxed);", ""))
+_in("UseGate::empty",
+    ("no gate is empty", "== 0", "== VISITORS"),
+    ("every gate is empty", "== 0", "<= VISITORS"))
 _in("UseGate::enter",
-    ("entering without the lock", "const AudioMutex::AutoLock lock(mLock);", ""))
+    ("a visitor is not counted", "fetch_add(1,", "fetch_add(0,"))
 _in("UseGate::leave",
-    ("leaving without the lock", "const AudioMutex::AutoLock lock(mLock);", ""),
-    ("leaving without waking", "if (--mCount == 0) mEmpty.broadcast()", "--mCount"))
+    ("a visitor stays counted", "fetch_sub(1,", "fetch_sub(0,"),
+    ("leaving does not release", "std::memory_order_release", "std::memory_order_relaxed"),
+    ("the gate is looked at after leaving",
+     "if (mState.fetch_sub(1, std::memory_order_release) == (DRAINING | 1))",
+     "mState.fetch_sub(1, std::memory_order_release); if (mState == DRAINING)"),
+    ("leaving without waking", "wakeDrains()", "(void)0"))
+_in("UseGate::wakeDrains",
+    ("the word of the drains stays the same", "++gEmptied;", ""),
+    ("nobody is woken", "gEmptied.notify_all();", ""),
+    ("one drain is woken for all", "notify_all", "notify_one"))
 
 _in("requestBlocks",
     ("a request does not hold the call",

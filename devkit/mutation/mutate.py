@@ -110,13 +110,28 @@ def program(directory, name):
     sys.exit(f"no test program {name} below {directory}/tests")
 
 
+def recompiled(library, directory, commands, source):
+    """Object file of a test's source that includes private headers, with this library's headers."""
+    words = next(command for command in commands if command.endswith("-c " + source)).split()
+    words.insert(words.index("-I" + ROOT), "-I" + library.tree)
+    place = words.index("-o") + 1
+    name = words[place]
+    words[place] = os.path.join(library.build, os.path.basename(name))
+    subprocess.run(" ".join(words), shell=True, cwd=directory, check=True)
+    return name, words[place]
+
+
 def relinked(library, directory, name):
     """A program that contains objects of the library, with this library's objects instead."""
     said = subprocess.run(["ninja", "-C", directory, "-t", "commands", name], check=True,
                           stdout=subprocess.PIPE, text=True).stdout
-    words = said.strip().splitlines()[-1].split()
+    *commands, linking = said.strip().splitlines()
+    words = linking.split()
+    copies = dict(mutants.OWN_COPIES)
+    for source in mutants.RECOMPILED.get(name, ()):
+        copies.update([recompiled(library, directory, commands, os.path.join(ROOT, source))])
     for i, word in enumerate(words):
-        own = mutants.OWN_COPIES.get(word, word)
+        own = copies.get(word, word)
         if word.endswith(".o") and os.path.exists(os.path.join(library.build, own)):
             words[i] = os.path.join(library.build, own)
     place = words.index("-o") + 1

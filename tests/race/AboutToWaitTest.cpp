@@ -9,10 +9,13 @@
 #include <cabinaudio/shm/ShareMemory.h>
 
 #include "tests/interpose/Operations.h"
+#include "tests/interpose/Waits.h"
 #include "tests/support/PolicyGuard.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/kinds/KindTest.h"
 
+#include <linux/futex.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -31,6 +34,7 @@ namespace {
 
 thread_local std::function<void()> tLastMoment;  // of the next wait of this thread
 thread_local std::function<void()> tBeforeFlag;  // before it says next that it waits for space
+thread_local std::function<void()> tBeforeFree;  // before it frees the blocks of its next request
 
 void reachCheckBeforeWait() {
     if (tLastMoment) std::exchange(tLastMoment, nullptr)();
@@ -46,14 +50,26 @@ std::int32_t waitRelativeLater(AudioCondition* condition, AudioMutex& mutex, std
     return operations::waitRelative.real(condition, mutex, ms);
 }
 
+long sleepLater(long number, long a, long b, long c, long d, long e, long f) {
+    if (number == SYS_futex && (b & FUTEX_CMD_MASK) == FUTEX_WAIT) reachCheckBeforeWait();
+    return platform::syscall.real(number, a, b, c, d, e, f);
+}
+
 void setWaitLater(ShareMemoryEx* ring, bool wait) {
     if (wait && tBeforeFlag) std::exchange(tBeforeFlag, nullptr)();
     operations::setWait.real(ring, wait);
 }
 
+std::int32_t freeLater(RemoteCall* call, void* req, void* ret) {
+    if (tBeforeFree) std::exchange(tBeforeFree, nullptr)();
+    return operations::rcfree.real(call, req, ret);
+}
+
 const Hooked WAIT(operations::wait, waitLater);
+const Hooked SLEEP(platform::syscall, sleepLater);
 const Hooked WAIT_RELATIVE(operations::waitRelative, waitRelativeLater);
 const Hooked SET_WAIT(operations::setWait, setWaitLater);
+const Hooked FREE(operations::rcfree, freeLater);
 
 /// Long enough for a thread that does not wait for the lock. One that does comes later anyway.
 void letOthersRun() {
@@ -148,15 +164,21 @@ TEST(DestructorAboutToWait, EndsWithTheLastRequest) {
     ScriptedServer server;
     server.on(1, Answer::status(0).held());
     auto call = std::make_unique<RemoteCall>(AUDIO_CONNECT_MAIN, nullptr, nullptr, nullptr);
-    auto request =
-        std::async(std::launch::async, [own = call.get()] { return own->callFuncId(1, false); });
+    std::promise<void> destructorWaits;
+    auto request = std::async(std::launch::async, [&, own = call.get()] {
+        tBeforeFree = [&] { destructorWaits.get_future().wait(); };
+        return own->callFuncId(1, false);
+    });
     ASSERT_TRUE(server.waitForRequest(1));
     auto end = calling(
         [&] {
             call.reset();
             return true;
         },
-        [&] { (void)request.wait_for(std::chrono::milliseconds(1)); });
+        [&] {
+            destructorWaits.set_value();
+            EXPECT_EQ(request.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+        });
     EXPECT_TRUE(soon(end));
     EXPECT_EQ(soon(request), 1);
 }
