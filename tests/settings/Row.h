@@ -135,6 +135,17 @@ struct Row {
     std::uint32_t type = 0;  // connection type; of the table
 };
 
+/// An operation that gets nothing but a status.
+[[nodiscard]] Row setter(const char* test, std::uint32_t command,
+                         std::initializer_list<Bytes> request, Call call);
+/// An operation that gets results and stores them as they are. It has room for the status and them.
+[[nodiscard]] Row getter(const char* test, std::uint32_t command,
+                         std::initializer_list<Bytes> request, const Bytes& results, Call call);
+/// The same for an operation that stores something else.
+[[nodiscard]] Row getter(const char* test, std::uint32_t command,
+                         std::initializer_list<Bytes> request, Bytes results, Bytes stored,
+                         Call call);
+
 void PrintTo(const Row& row, std::ostream* stream);
 
 [[nodiscard]] std::vector<Row> volumeRows();
