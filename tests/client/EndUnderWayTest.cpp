@@ -5,6 +5,7 @@
 
 #include "tests/client/SlowThreads.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/Row.h"
 #include "tests/support/kinds/KindTest.h"
 
 #include <android/log.h>
@@ -65,8 +66,8 @@ protected:
     }
     void expectNothingLeft() {
         EXPECT_EQ(mLapsedWaits, 0) << "the blocked call left without a signal";
-        EXPECT_EQ(log.countMatching(ERROR, ".*waitting exit.*\n"), 0U) << log.dump();
-        EXPECT_EQ(log.countMatching(WARN, ".*waitting exit.*\n"), 0U) << log.dump();
+        EXPECT_TRUE(loggedLike(ERROR, ".*waitting exit.*\n", 0));
+        EXPECT_TRUE(loggedLike(WARN, ".*waitting exit.*\n", 0));
         serverRing.reset();
         EXPECT_TRUE(eventually([this] {
             const ProcessState now = ProcessState::now();
@@ -102,9 +103,8 @@ TEST_P(StreamInDestruction, EndsTheBlockedCallAsRemovedWhenTheServerRemovesIt) {
     server.notify(REMOVED, 0);
     settle();
     EXPECT_EQ(wakeUp(), AUDIO_INVALID_STATE);
-    EXPECT_EQ(log.count(ERROR, "[str]after waiting ,status:STOPPING,server may have crash\n"), 1U)
-        << log.dump();
-    EXPECT_EQ(log.countMatching(ERROR, ".*(exit has requested|may have destroy).*\n"), 0U);
+    EXPECT_TRUE(logged(ERROR, "[str]after waiting ,status:STOPPING,server may have crash\n"));
+    EXPECT_TRUE(loggedLike(ERROR, ".*(exit has requested|may have destroy).*\n", 0));
     expectNothingLeft();
 }
 
@@ -118,7 +118,7 @@ TEST_P(PhysicalStreamInDestruction, HandlesTheAnnouncementOfARing) {
         EXPECT_EQ(server.requests(function).size(), asked + 1) << log.dump();
     } else {
         EXPECT_EQ(server.requests(function).size(), asked);
-        EXPECT_EQ(log.count(WARN, "[str] can not init share memory.\n"), 1U) << log.dump();
+        EXPECT_TRUE(logged(WARN, "[str] can not init share memory.\n"));
     }
     EXPECT_EQ(wakeUp(), AUDIO_INVALID_STATE);
     expectNothingLeft();
@@ -141,7 +141,7 @@ TEST_P(WithdrawnStreamInDestruction, AcknowledgesTheWithdrawalOfItsRing) {
     settle();
     const char* const line =
         kind.isSink() ? "[str]Source is deactived done\n" : "[str] record unInitShareMem\n";
-    EXPECT_EQ(log.count(INFO, line), 1U) << log.dump();
+    EXPECT_TRUE(logged(INFO, line));
     EXPECT_EQ(wakeUp(), AUDIO_INVALID_STATE);
     expectNothingLeft();
 }
@@ -182,7 +182,7 @@ TEST_P(StreamNotifiedInCreation, SendsNoRequestBeforeItIsRegistered) {
     server.release();
     creation.get();
     EXPECT_TRUE(server.waitForRequest(kind.writes ? 20 : LET_GO)) << log.dump();
-    EXPECT_EQ(log.countMatching(ERROR, "mConn=.*\n"), 0U) << log.dump();
+    EXPECT_TRUE(loggedLike(ERROR, "mConn=.*\n", 0));
 }
 
 /// Streams whose source goes while they are created.
@@ -201,7 +201,7 @@ TEST_P(StreamWithdrawnInCreation, AcknowledgesBesideItsCreateRequest) {
         EXPECT_EQ(stream->initCheck(), AUDIO_NO_ERROR);
         stream.reset();
     }
-    EXPECT_EQ(log.countMatching(ERROR, ".*bad sequence\n"), 0U) << log.dump();
+    EXPECT_TRUE(loggedLike(ERROR, ".*bad sequence\n", 0));
 }
 
 class SinkWithoutItsSource : public KindTest {
@@ -222,7 +222,7 @@ TEST_F(SinkWithoutItsSource, AsksForTheNextRingOnlyAfterTheAcknowledgment) {
     server.release();
     EXPECT_TRUE(server.waitForRequest(20)) << log.dump();
     EXPECT_TRUE(eventually([this] { return sink.getTotalBufferSize() == int{SIZE}; }));
-    EXPECT_EQ(log.countMatching(ERROR, ".*bad sequence\n"), 0U) << log.dump();
+    EXPECT_TRUE(loggedLike(ERROR, ".*bad sequence\n", 0));
 }
 
 /// A sink whose start request is not answered yet.
@@ -248,12 +248,9 @@ protected:
 };
 
 /// An operation beside a start request, and its result.
-struct SinkOperation {
-    const char* name;
+struct SinkOperation : Row {
     int (AnyStream::*call)();
     int result;
-
-    friend void PrintTo(const SinkOperation& one, std::ostream* out) { *out << one.name; }
 };
 
 class SinkOperationInARequest : public SinkInARequest,

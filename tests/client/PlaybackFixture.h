@@ -11,7 +11,6 @@
 #include <memory>
 #include <ostream>
 #include <string>
-#include <vector>
 
 namespace cabinaudio::test {
 

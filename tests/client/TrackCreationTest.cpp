@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/client/TrackFixture.h"
 
-#include <string>
-
 namespace cabinaudio::test {
 namespace {
 

@@ -20,7 +20,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
-#include <set>
 #include <stdexcept>
 
 namespace cabinaudio::test {

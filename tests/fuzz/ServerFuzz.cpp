@@ -19,7 +19,6 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstring>
 #include <string>
 #include <thread>

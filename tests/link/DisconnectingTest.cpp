@@ -6,8 +6,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <future>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>

@@ -4,11 +4,9 @@
 
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <cerrno>
 #include <mutex>
 #include <string>
-#include <thread>
 
 namespace cabinaudio::test {
 namespace {

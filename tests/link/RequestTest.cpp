@@ -16,7 +16,6 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
-#include <string>
 
 namespace cabinaudio::test {
 namespace {

@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
-#include <string>
 
 namespace cabinaudio::test {
 namespace {

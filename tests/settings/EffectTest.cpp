@@ -22,10 +22,6 @@ struct Effects {
     std::function<int(const Clients&, const char*, const char*, Parameter&)> get;
 };
 
-void PrintTo(const Effects& effects, std::ostream* stream) {
-    *stream << effects.test;
-}
-
 /// A parameter block of a caller, in memory that it fills to the last byte.
 class Block {
 public:
@@ -161,7 +157,7 @@ INSTANTIATE_TEST_SUITE_P(
         Effects{"Capture", 133, 0, 1,
                 [](auto& c, auto&&... with) { return c.record().set(with...); },
                 [](auto& c, auto&&... with) { return c.record().get(with...); }}),
-    [](const ::testing::TestParamInfo<Effects>& one) { return std::string(one.param.test); });
+    ROW_NAME);
 
 }  // namespace
 }  // namespace cabinaudio::test

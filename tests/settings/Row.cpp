@@ -102,10 +102,6 @@ Row getter(const char* test, std::uint32_t command, std::initializer_list<Bytes>
             .stored = std::move(stored)};
 }
 
-void PrintTo(const Row& row, std::ostream* stream) {
-    *stream << row.test;
-}
-
 std::vector<Row> rowsWhere(const std::function<bool(const Row&)>& isWanted) {
     std::vector<Row> chosen;
     for (const auto& rows :
@@ -116,10 +112,6 @@ std::vector<Row> rowsWhere(const std::function<bool(const Row&)>& isWanted) {
 
 std::uint32_t functionOf(const Row& row) {
     return static_cast<std::uint32_t>(row.request[0] + 256 * row.request[1]);
-}
-
-std::string nameOf(const ::testing::TestParamInfo<Row>& info) {
-    return info.param.test;
 }
 
 }  // namespace cabinaudio::test

@@ -146,8 +146,6 @@ struct Row {
                          std::initializer_list<Bytes> request, Bytes results, Bytes stored,
                          Call call);
 
-void PrintTo(const Row& row, std::ostream* stream);
-
 [[nodiscard]] std::vector<Row> volumeRows();
 [[nodiscard]] std::vector<Row> sourceRows();
 [[nodiscard]] std::vector<Row> appRows();
@@ -158,7 +156,16 @@ void PrintTo(const Row& row, std::ostream* stream);
 
 /// Function id.
 [[nodiscard]] std::uint32_t functionOf(const Row& row);
+
+/// Rows of all tables are shown by the names of their tests.
+template <typename AnyRow>
+concept NamedRow = requires(const AnyRow& row) {
+    row.test;
+};
+void PrintTo(const NamedRow auto& row, std::ostream* stream) {
+    *stream << row.test;
+}
 /// For INSTANTIATE_TEST_SUITE_P.
-[[nodiscard]] std::string nameOf(const ::testing::TestParamInfo<Row>& info);
+inline constexpr auto ROW_NAME = [](const auto& info) { return std::string(info.param.test); };
 
 }  // namespace cabinaudio::test

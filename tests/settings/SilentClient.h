@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tests/settings/Row.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 
 #include <gtest/gtest.h>
 
@@ -40,7 +40,7 @@ private:
         SCOPED_TRACE(testing::Message() << operation << " in line " << line);
         EXPECT_EQ(result, expected);
         EXPECT_EQ(log.lines().size(), 1U) << log.dump();
-        EXPECT_EQ(log.count(priority, mFile, operation, message), 1U) << message << log.dump();
+        EXPECT_TRUE(logged(log, priority, mFile, operation, message)) << message;
         log.clear();
     }
 

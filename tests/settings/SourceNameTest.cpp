@@ -19,10 +19,6 @@ struct Getter {
     const char* (audio::QVAudioSetting::Source::*get)(const char*);
 };
 
-void PrintTo(const Getter& getter, std::ostream* stream) {
-    *stream << getter.test;
-}
-
 class KeptName : public ::testing::TestWithParam<Getter> {
 protected:
     const char* get() { return get(getter.tag); }
@@ -104,7 +100,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(Getter{"Output", 24, "main", &audio::QVAudioSetting::Source::getOutPutSource},
                       Getter{"Input", 25, "uplink",
                              &audio::QVAudioSetting::Source::getInputDestination}),
-    [](const ::testing::TestParamInfo<Getter>& one) { return std::string(one.param.test); });
+    ROW_NAME);
 
 TEST(KeptNames, AreSeparateForOutputAndInput) {
     ScriptedServer server;

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/tools/ToolTest.h"
 
-#include <algorithm>
 #include <string>
-#include <vector>
 
 namespace cabinaudio::test {
 
