@@ -139,12 +139,7 @@ std::vector<Row> effectRows() {
 }  // namespace
 
 std::vector<Row> appRows() {
-    std::vector<Row> rows;
-    for (const auto& part : {numberRows(), recordRows(), effectRows()})
-        rows.insert(rows.end(), part.begin(), part.end());
-    for (Row& row : rows)
-        row.type = 128;
-    return rows;
+    return ofType(128, {numberRows(), recordRows(), effectRows()});
 }
 
 }  // namespace cabinaudio::test

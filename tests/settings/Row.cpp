@@ -102,6 +102,15 @@ Row getter(const char* test, std::uint32_t command, std::initializer_list<Bytes>
             .stored = std::move(stored)};
 }
 
+std::vector<Row> ofType(std::uint32_t type, const std::vector<std::vector<Row>>& parts) {
+    std::vector<Row> rows;
+    for (const std::vector<Row>& part : parts)
+        rows.insert(rows.end(), part.begin(), part.end());
+    for (Row& row : rows)
+        row.type = type;
+    return rows;
+}
+
 std::vector<Row> rowsWhere(const std::function<bool(const Row&)>& isWanted) {
     std::vector<Row> chosen;
     for (const auto& rows :

@@ -146,6 +146,10 @@ struct Row {
                          std::initializer_list<Bytes> request, Bytes results, Bytes stored,
                          Call call);
 
+/// All these rows, of one connection type.
+[[nodiscard]] std::vector<Row> ofType(std::uint32_t type,
+                                      const std::vector<std::vector<Row>>& parts);
+
 [[nodiscard]] std::vector<Row> volumeRows();
 [[nodiscard]] std::vector<Row> sourceRows();
 [[nodiscard]] std::vector<Row> appRows();

@@ -259,12 +259,7 @@ std::vector<Row> hardwareRows() {
 }  // namespace
 
 std::vector<Row> sourceRows() {
-    std::vector<Row> rows;
-    for (const auto& part : {nameRows(), trackRows(), hardwareRows()})
-        rows.insert(rows.end(), part.begin(), part.end());
-    for (Row& row : rows)
-        row.type = 130;
-    return rows;
+    return ofType(130, {nameRows(), trackRows(), hardwareRows()});
 }
 
 }  // namespace cabinaudio::test

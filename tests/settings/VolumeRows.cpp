@@ -238,12 +238,7 @@ std::vector<Row> microphoneRows() {
 }  // namespace
 
 std::vector<Row> volumeRows() {
-    std::vector<Row> rows;
-    for (const auto& part : {outputRows(), channelAndTrackRows(), muteRows(), microphoneRows()})
-        rows.insert(rows.end(), part.begin(), part.end());
-    for (Row& row : rows)
-        row.type = 131;
-    return rows;
+    return ofType(131, {outputRows(), channelAndTrackRows(), muteRows(), microphoneRows()});
 }
 
 }  // namespace cabinaudio::test
