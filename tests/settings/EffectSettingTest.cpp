@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Effects' settings with lines or conversions of their own.
-#include "tests/settings/Blocks.h"
+#include "tests/interpose/Blocks.h"
 #include "tests/settings/Row.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Parameter blocks of effects, which carry their own length.
-#include "tests/settings/Blocks.h"
+#include "tests/interpose/Blocks.h"
 #include "tests/settings/Row.h"
 #include "tests/support/LogCapture.h"
 

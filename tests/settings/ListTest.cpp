@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Lists in replies, for every count that the server may report.
-#include "tests/settings/Blocks.h"
+#include "tests/interpose/Blocks.h"
 #include "tests/settings/Row.h"
 
 #include <gtest/gtest.h>

@@ -3,7 +3,7 @@
 // The order of an operation's steps, which shows when a later step fails.
 #include <cabinaudio/client/ClientVersionSetting.h>
 
-#include "tests/settings/Blocks.h"
+#include "tests/interpose/Blocks.h"
 #include "tests/settings/Row.h"
 
 #include <gtest/gtest.h>
