@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <bit>
 #include <iterator>
-#include <utility>
 
 namespace cabinaudio::test {
 namespace {
@@ -78,28 +77,6 @@ bool Outputs::holds(const Bytes& stored) const {
 
 Bytes Outputs::first(std::size_t size) const {
     return Bytes(mBytes, mBytes + size);
-}
-
-Row setter(const char* test, std::uint32_t command, std::initializer_list<Bytes> request,
-           Call call) {
-    return {test, command, joined(request), 4, std::move(call)};
-}
-
-Row getter(const char* test, std::uint32_t command, std::initializer_list<Bytes> request,
-           const Bytes& results, Call call) {
-    return getter(test, command, request, results, results, std::move(call));
-}
-
-Row getter(const char* test, std::uint32_t command, std::initializer_list<Bytes> request,
-           Bytes results, Bytes stored, Call call) {
-    const auto replySize = static_cast<std::uint32_t>(4 + results.size());
-    return {.test = test,
-            .command = command,
-            .request = joined(request),
-            .replySize = replySize,
-            .call = std::move(call),
-            .results = std::move(results),
-            .stored = std::move(stored)};
 }
 
 std::vector<Row> ofType(std::uint32_t type, const std::vector<std::vector<Row>>& parts) {
