@@ -25,6 +25,9 @@ protected:
                        int expected = REFUSED, int line = __builtin_LINE()) {
         expectLine(ERROR, operation, message, result, expected, line);
     }
+    void expectInvalid(const char* operation, int result, int line = __builtin_LINE()) {
+        expectRefused(operation, "invalid input param\n", result, REFUSED, line);
+    }
     void expectNoEffect(const char* operation, int result, int line = __builtin_LINE()) {
         expectLine(WARN, operation, std::string("Deprecated API[") + operation + "] is called. \n",
                    result, 0, line);
