@@ -33,8 +33,7 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, EndOfData,
-                         ::testing::ValuesIn(kindsNamed({"auxiliaryTrack", "sink"})),
-                         ::testing::PrintToStringParamName());
+                         ::testing::ValuesIn(kindsNamed({"auxiliaryTrack", "sink"})), ROW_NAME);
 
 TEST_P(EndOfData, IsAnnouncedAtTheTimeOfTheRequest) {
     const char* const line = kind.isSink() ? "\\[str\\]play finish duration\\[([0-9]+)\\] ms\n"

@@ -87,16 +87,14 @@ private:
 class PhysicalStreamInDestruction : public StreamInDestruction {};
 class WithdrawnStreamInDestruction : public StreamInDestruction {};
 
-const auto NAME = ::testing::PrintToStringParamName();
-
 INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamInDestruction,
                          ::testing::ValuesIn(kindsNamed({"alternativeTrack", "auxiliaryTrack",
                                                          "sink", "uplink"})),
-                         NAME);
+                         ROW_NAME);
 INSTANTIATE_TEST_SUITE_P(OfEachKind, PhysicalStreamInDestruction,
-                         ::testing::ValuesIn(physicalKinds()), NAME);
+                         ::testing::ValuesIn(physicalKinds()), ROW_NAME);
 INSTANTIATE_TEST_SUITE_P(OfEachKind, WithdrawnStreamInDestruction,
-                         ::testing::ValuesIn(kindsNamed({"sink", "uplink"})), NAME);
+                         ::testing::ValuesIn(kindsNamed({"sink", "uplink"})), ROW_NAME);
 
 TEST_P(StreamInDestruction, EndsTheBlockedCallAsRemovedWhenTheServerRemovesIt) {
     destroy();
@@ -150,7 +148,7 @@ TEST_P(WithdrawnStreamInDestruction, AcknowledgesTheWithdrawalOfItsRing) {
 class StreamRemovedInCreation : public EachKindTest {};
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamRemovedInCreation, ::testing::ValuesIn(streamKinds()),
-                         NAME);
+                         ROW_NAME);
 
 TEST_P(StreamRemovedInCreation, StaysRemoved) {
     server.onRegistration(Answer::handle(100).after(REMOVED, 0));
@@ -171,7 +169,7 @@ TEST_P(StreamRemovedInCreation, StaysRemoved) {
 class StreamNotifiedInCreation : public EachKindTest {};
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamNotifiedInCreation, ::testing::ValuesIn(physicalKinds()),
-                         NAME);
+                         ROW_NAME);
 
 TEST_P(StreamNotifiedInCreation, SendsNoRequestBeforeItIsRegistered) {
     // An uplink that is not created yet maps no ring; it acknowledges the end of one.
@@ -189,7 +187,7 @@ TEST_P(StreamNotifiedInCreation, SendsNoRequestBeforeItIsRegistered) {
 class StreamWithdrawnInCreation : public EachKindTest {};
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamWithdrawnInCreation,
-                         ::testing::Values(streamKind("sink"), streamKind("uplink")), NAME);
+                         ::testing::Values(streamKind("sink"), streamKind("uplink")), ROW_NAME);
 
 TEST_P(StreamWithdrawnInCreation, AcknowledgesBesideItsCreateRequest) {
     const std::uint32_t withdrawn = kind.name == std::string("sink") ? 4 : 2;
@@ -262,7 +260,7 @@ INSTANTIATE_TEST_SUITE_P(
                       SinkOperation{"start", &AnyStream::start, AUDIO_NO_ERROR},
                       SinkOperation{"clear", &AnyStream::clear, AUDIO_INVALID_STATE},
                       SinkOperation{"writeDone", &AnyStream::ask, AUDIO_INVALID_STATE}),
-    NAME);
+    ROW_NAME);
 
 TEST_P(SinkOperationInARequest, IsLoggedBeforeItWaits) {
     const SinkOperation& one = GetParam();
@@ -323,10 +321,11 @@ protected:
 class StreamWithARing : public HookedStream {};
 class PlaybackWithARing : public HookedStream {};
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamWithARing, ::testing::ValuesIn(physicalKinds()), NAME);
+INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamWithARing, ::testing::ValuesIn(physicalKinds()),
+                         ROW_NAME);
 // An uplink deletes its ring after the last notification.
 INSTANTIATE_TEST_SUITE_P(OfEachKind, PlaybackWithARing,
-                         ::testing::ValuesIn(kindsNamed({"auxiliaryTrack", "sink"})), NAME);
+                         ::testing::ValuesIn(kindsNamed({"auxiliaryTrack", "sink"})), ROW_NAME);
 
 TEST_P(StreamWithARing, CanBeStoppedWhileItsReplacedRingIsDeleted) {
     const std::thread::id test = std::this_thread::get_id();
@@ -372,7 +371,7 @@ class LateWakeUp : public HookedStream {};
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, LateWakeUp,
                          ::testing::ValuesIn(kindsNamed({"alternativeTrack", "record", "uplink"})),
-                         NAME);
+                         ROW_NAME);
 
 TEST_P(LateWakeUp, IsLoggedUnderTheLockOfTheStream) {
     std::promise<std::future_status> during;

@@ -15,8 +15,7 @@ protected:
     Faults faults;
 };
 
-INSTANTIATE_TEST_SUITE_P(Stream, FaultyPlayback, ::testing::Values(Playing::Track, Playing::Sink),
-                         playingName);
+INSTANTIATE_TEST_SUITE_P(Stream, FaultyPlayback, PLAYBACKS, playingName);
 
 TEST_P(FaultyPlayback, IsUnusableWithoutBlocksForItsCreateRequest) {
     acceptStreams();
@@ -64,14 +63,14 @@ protected:
 };
 
 TEST_F(FaultyTrack, RefusesAKeyShiftWithoutBlocks) {
-    makeAuxiliary();
+    makeIdle();
     faults.refuse(true);
     EXPECT_EQ(track->setKeyShift(1.0F), AUDIO_NO_MEMORY);
     EXPECT_TRUE(server.requests(KEY_SHIFT).empty());
 }
 
 TEST_F(FaultyTrack, ReturnsTheStatusOfAKeyShiftWhoseBlocksCannotBeFreed) {
-    makeAuxiliary();
+    makeIdle();
     faults.failFreeing(true);
     server.on(KEY_SHIFT, Answer::status(-81));
     EXPECT_EQ(track->setKeyShift(1.0F), -81);

@@ -110,6 +110,8 @@ protected:
     EachPlayback() : PlaybackFixture(GetParam()) {}
 };
 
+inline const auto PLAYBACKS = ::testing::Values(Playing::Track, Playing::Sink);
+
 /// For the messages of failing tests.
 inline void PrintTo(Playing kind, std::ostream* out) {
     *out << (kind == Playing::Track ? "track" : "sink");

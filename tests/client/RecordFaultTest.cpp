@@ -12,8 +12,7 @@ protected:
     Faults faults;
 };
 
-INSTANTIATE_TEST_SUITE_P(Stream, FaultyCapture, ::testing::Values(Kind::RawMic, Kind::Uplink),
-                         captureName);
+INSTANTIATE_TEST_SUITE_P(Stream, FaultyCapture, CAPTURES, captureName);
 
 TEST_P(FaultyCapture, IsUnusableWithoutBlocksForItsCreateRequest) {
     faults.refuse(true);

@@ -63,10 +63,9 @@ private:
 
 class AnnouncedUplinkRing : public AnnouncedRing {};
 
-const auto NAME = ::testing::PrintToStringParamName();
-INSTANTIATE_TEST_SUITE_P(OfEachKind, AnnouncedRing, ::testing::ValuesIn(physicalKinds()), NAME);
+INSTANTIATE_TEST_SUITE_P(OfEachKind, AnnouncedRing, ::testing::ValuesIn(physicalKinds()), ROW_NAME);
 INSTANTIATE_TEST_SUITE_P(OfEachKind, AnnouncedUplinkRing,
-                         ::testing::ValuesIn(kindsNamed({"uplink"})), NAME);
+                         ::testing::ValuesIn(kindsNamed({"uplink"})), ROW_NAME);
 
 TEST_P(AnnouncedRing, PassesBytesAfterTwoAndThreeEqualAnnouncements) {
     announce();

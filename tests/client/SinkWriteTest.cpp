@@ -7,13 +7,13 @@ namespace {
 using SinkWrite = SinkFixture;
 
 TEST_F(SinkWrite, IsNotLoggedTheFirstTime) {
-    makeWithSource();
+    makePlaying();
     ASSERT_EQ(write(4, true), 4);
     EXPECT_TRUE(loggedLike(INFO, ".*first write.*\n", ABSENT));
 }
 
 TEST_F(SinkWrite, IsThrownAwayWhenTheSourceIsWithdrawnWhileItWaitsForSpace) {
-    makeWithSource();
+    makePlaying();
     fillRing();
     std::future<int> writer = blockedWrite(700);
     server.notify(WITHDRAWN, 0);
@@ -27,7 +27,7 @@ TEST_F(SinkWrite, IsThrownAwayWhenTheSourceIsWithdrawnWhileItWaitsForSpace) {
 }
 
 TEST_F(SinkWrite, KeepsTheQueuedBytesAndLosesOneStepWhenTheSourceIsWithdrawn) {
-    makeWithSource();
+    makePlaying();
     std::future<int> writer = blockedWrite(8000);
     server.notify(WITHDRAWN, 0);
     EXPECT_EQ(writer.get(), 0);
@@ -36,7 +36,7 @@ TEST_F(SinkWrite, KeepsTheQueuedBytesAndLosesOneStepWhenTheSourceIsWithdrawn) {
 }
 
 TEST_F(SinkWrite, ContinuesInTheNewRingWhenTheSourceIsActivatedAgain) {
-    makeWithSource();
+    makePlaying();
     fillRing();
     std::future<int> writer = blockedWrite(700);
     std::unique_ptr<ShareMemoryEx> first;

@@ -20,10 +20,10 @@ protected:
 
 class PhysicalStreamWithServer : public StreamWithServer {};
 
-const auto NAME = ::testing::PrintToStringParamName();
-INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamWithServer, ::testing::ValuesIn(streamKinds()), NAME);
+INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamWithServer, ::testing::ValuesIn(streamKinds()),
+                         ROW_NAME);
 INSTANTIATE_TEST_SUITE_P(OfEachKind, PhysicalStreamWithServer, ::testing::ValuesIn(physicalKinds()),
-                         NAME);
+                         ROW_NAME);
 
 TEST_P(StreamWithServer, MovesItsBytesAndStops) {
     begin();

@@ -124,9 +124,7 @@ TEST_P(CutConversation, FailsWhenTheServerStallsAtAnyByte) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, CutConversation, ::testing::ValuesIn(streamKinds()),
-                         ::testing::PrintToStringParamName());
-
-// ---- Settings, which all use one kind of request ------------------------------------------------
+                         ROW_NAME);
 
 /// @return whether the operation succeeded, with a server that is cut
 template <typename Operation>

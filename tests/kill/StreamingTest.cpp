@@ -54,7 +54,7 @@ TEST_P(StreamTransfer, ContinuesWithItsServerAndAgainWithTheNextOne) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamTransfer, ::testing::ValuesIn(streamKinds()),
-                         ::testing::PrintToStringParamName());
+                         ROW_NAME);
 
 }  // namespace
 }  // namespace cabinaudio::test
