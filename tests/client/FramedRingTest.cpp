@@ -54,13 +54,13 @@ struct NeedRow : Row {
 class FramedRingNeed : public FramedRingTest, public ::testing::WithParamInterface<NeedRow> {};
 
 TEST_P(FramedRingNeed, IsToldByTheHeaderWhichStaysInTheRing) {
-    const auto& [name, codec, inRing, needed] = GetParam();
-    if (!inRing.empty()) {
-        ASSERT_TRUE(put(*ring, inRing));
+    const NeedRow& row = GetParam();
+    if (!row.inRing.empty()) {
+        ASSERT_TRUE(put(*ring, row.inRing));
     }
-    FramedRing& frames = codec == CODEC_OPUS ? opus : loas;
-    EXPECT_EQ(frames.needed(), needed);
-    EXPECT_EQ(ring->getUsedSize(), inRing.size());
+    FramedRing& frames = row.codec == CODEC_OPUS ? opus : loas;
+    EXPECT_EQ(frames.needed(), row.needed);
+    EXPECT_EQ(ring->getUsedSize(), row.inRing.size());
 }
 
 INSTANTIATE_TEST_SUITE_P(
