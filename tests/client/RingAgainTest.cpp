@@ -15,13 +15,14 @@
 namespace cabinaudio::test {
 namespace {
 
-/// An active stream whose ring lies in physical memory.
+/// An active stream whose ring lies in physical memory and was announced.
 class AnnouncedRing : public EachKindTest {
 protected:
     AnnouncedRing() {
         makeRing();
         create();
         start();
+        announce();
     }
 
     [[nodiscard]] bool hasName() const {
@@ -68,7 +69,6 @@ INSTANTIATE_TEST_SUITE_P(OfEachKind, AnnouncedUplinkRing,
                          ::testing::ValuesIn(kindsNamed({"uplink"})), ROW_NAME);
 
 TEST_P(AnnouncedRing, PassesBytesAfterTwoAndThreeEqualAnnouncements) {
-    announce();
     expectBytesToPass();
     for (int again = 0; again < 2; ++again) {
         announce();
@@ -78,7 +78,6 @@ TEST_P(AnnouncedRing, PassesBytesAfterTwoAndThreeEqualAnnouncements) {
 }
 
 TEST_P(AnnouncedRing, StaysMappedWhenItIsAnnouncedUnchanged) {
-    announce();
     const std::size_t deleted = log.countMatching(DEBUG, "delete shared memory name:.*\n");
     const std::size_t mapped = log.countMatching(INFO, "\\[str\\] shared memory mmap success.*\n");
     const std::size_t views = mappings();
@@ -91,7 +90,6 @@ TEST_P(AnnouncedRing, StaysMappedWhenItIsAnnouncedUnchanged) {
 }
 
 TEST_P(AnnouncedRing, IsReplacedByANewObjectAtTheSameAddress) {
-    announce();
     expectBytesToPass();
     for (int again = 0; again < 3; ++again) {
         makeRing();
@@ -103,7 +101,6 @@ TEST_P(AnnouncedRing, IsReplacedByANewObjectAtTheSameAddress) {
 }
 
 TEST_P(AnnouncedUplinkRing, GivesSilenceUntilItsNewObjectHasData) {
-    announce();
     expectBytesToPass();
     makeRing();
     announce();
@@ -114,7 +111,6 @@ TEST_P(AnnouncedUplinkRing, GivesSilenceUntilItsNewObjectHasData) {
 }
 
 TEST_P(AnnouncedUplinkRing, GivesNoSilenceAfterTheSameAnnouncement) {
-    announce();
     expectBytesToPass();
     announce();
     settle();
@@ -122,7 +118,6 @@ TEST_P(AnnouncedUplinkRing, GivesNoSilenceAfterTheSameAnnouncement) {
 }
 
 TEST_P(AnnouncedRing, StaysWhenTheRequestForItsPlaceFails) {
-    announce();
     expectBytesToPass();
     onPlace(server, Answer::words(-1990, 0, 0));
     server.notify(kind.event, 1);
@@ -135,7 +130,6 @@ TEST_P(AnnouncedRing, StaysWhenTheRequestForItsPlaceFails) {
 }
 
 TEST_P(AnnouncedRing, StaysWhenTheAnnouncedPlaceCannotBeMapped) {
-    announce();
     expectBytesToPass();
     {
         const NoDescriptors none;
@@ -150,7 +144,6 @@ TEST_P(AnnouncedRing, StaysWhenTheAnnouncedPlaceCannotBeMapped) {
 }
 
 TEST_P(AnnouncedRing, IsReplacedBesideACallThatNeverStops) {
-    announce();
     std::atomic<bool> isOver{false};
     std::atomic<int> worst{0};
     std::thread mover([&] {
@@ -174,7 +167,6 @@ TEST_P(AnnouncedRing, IsReplacedBesideACallThatNeverStops) {
 }
 
 TEST_P(AnnouncedRing, WakesACallThatWaitsForItsEarlierObject) {
-    announce();
     expectBytesToPass();
     if (kind.writes) {
         const int free = stream->available();
@@ -188,7 +180,6 @@ TEST_P(AnnouncedRing, WakesACallThatWaitsForItsEarlierObject) {
 }
 
 TEST_P(AnnouncedRing, LeavesNothingBehind) {
-    announce();
     makeRing();
     announce();
     announce();
