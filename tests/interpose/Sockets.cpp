@@ -11,7 +11,8 @@ constinit decltype(socket) socket{"socket"};
 constinit decltype(connect) connect{"connect"};
 constinit decltype(send) send{"send"};
 constinit decltype(recv) recv{"recv"};
-constinit decltype(setsockopt) setsockopt{"setsockopt"};
+constinit decltype(setsockopt) setsockopt{"setsockopt",
+                                          symbolByTime("setsockopt", "__setsockopt64")};
 constinit decltype(shutdown) shutdown{"shutdown"};
 constinit decltype(close) close{"close"};
 constinit decltype(select) select{"select", symbolByTime("select", "__select64")};
