@@ -97,29 +97,29 @@ void expectLines(void* object, const char* file, const std::vector<Place>& place
 }
 
 TEST(VolumeSettingInTheLibrary, AnswersCallsBySlot) {
-    const char* const INVALID = "invalid input param";
-    const char* const NO_TAG = "Invalid param, tag=NULL.";
+    const char* const invalid = "invalid input param";
+    const char* const noTag = "Invalid param, tag=NULL.";
     ClientVolumeSetting volume;
     expectLines(
         &volume, "ClientVolumeSetting",
-        {{5, "getMasterVolume", INVALID, REFUSED},
-         {6, "getMasterVolume", INVALID, REFUSED},
-         {7, "setChannelGain", INVALID, REFUSED},
-         {9, "getChannelGain", INVALID, REFUSED},
-         {10, "getChannelGain", INVALID, REFUSED},
-         {11, "setTrackVolume", INVALID, REFUSED},
-         {13, "getTrackVolume", INVALID, REFUSED},
-         {14, "getTrackVolume", INVALID, REFUSED},
+        {{5, "getMasterVolume", invalid, REFUSED},
+         {6, "getMasterVolume", invalid, REFUSED},
+         {7, "setChannelGain", invalid, REFUSED},
+         {9, "getChannelGain", invalid, REFUSED},
+         {10, "getChannelGain", invalid, REFUSED},
+         {11, "setTrackVolume", invalid, REFUSED},
+         {13, "getTrackVolume", invalid, REFUSED},
+         {14, "getTrackVolume", invalid, REFUSED},
          {16, "getSourceLevel", ""},
-         {17, "mute", NO_TAG, REFUSED},
-         {18, "demute", NO_TAG, REFUSED},
+         {17, "mute", noTag, REFUSED},
+         {18, "demute", noTag, REFUSED},
          {19, "setFadeBalance", "Invalid param, stepMax=0, balance=0, fade=0.", REFUSED},
-         {29, "getSecondAudioVolume", INVALID, REFUSED},
-         {30, "getSecondAudioVolume", INVALID, REFUSED},
-         {33, "getAlterAudioVolume", INVALID, REFUSED},
-         {34, "getAlterAudioVolume", INVALID, REFUSED},
-         {35, "getUpLinkGain", INVALID, REFUSED},
-         {36, "getMuteState", NO_TAG, REFUSED},
+         {29, "getSecondAudioVolume", invalid, REFUSED},
+         {30, "getSecondAudioVolume", invalid, REFUSED},
+         {33, "getAlterAudioVolume", invalid, REFUSED},
+         {34, "getAlterAudioVolume", invalid, REFUSED},
+         {35, "getUpLinkGain", invalid, REFUSED},
+         {36, "getMuteState", noTag, REFUSED},
          {37, "setVolumeByStreamType", "Invalid input param(volume:0, streamtype:NULL)", REFUSED},
          {38, "getVolumeByStreamType", "Invalid input param(streamtype:NULL)", REFUSED},
          {44, "getGainByStreamType", "Invalid input param(streamtype:NULL)", REFUSED},
@@ -128,15 +128,15 @@ TEST(VolumeSettingInTheLibrary, AnswersCallsBySlot) {
 }
 
 TEST(SourceSettingInTheLibrary, AnswersCallsBySlot) {
-    const char* const BAD_NAME = "bad source name";
+    const char* const badName = "bad source name";
     ClientSourceSetting source;
     expectLines(&source, "ClientSourceSetting",
-                {{0, "setOutPutSource", BAD_NAME, REFUSED},
+                {{0, "setOutPutSource", badName, REFUSED},
                  {2, "getActiveTracksName", "tag is NULL", REFUSED},
                  {3, "getTrackStreamType", "tag is NULL", REFUSED},
-                 {4, "setInputDestination", BAD_NAME, REFUSED},
-                 {6, "dumpOutPutSourceList", BAD_NAME, REFUSED},
-                 {7, "dumpInputDestinationList", BAD_NAME, REFUSED},
+                 {4, "setInputDestination", badName, REFUSED},
+                 {6, "dumpOutPutSourceList", badName, REFUSED},
+                 {7, "dumpInputDestinationList", badName, REFUSED},
                  {9, "getAdcMuxPin", "pin is null", REFUSED},  // by way of slot 39
                  {10, "setExtAdcEnable", ""},
                  {11, "setDacOutPutMapping", "tbl is null", REFUSED},
@@ -145,7 +145,7 @@ TEST(SourceSettingInTheLibrary, AnswersCallsBySlot) {
                  {14, "getI2sOutPutMapping", "tbl is null", REFUSED},
                  {17, "setMainAudioSpeakerTestPattern", " invalid frequency(0)", REFUSED},
                  {18, "configurePcmHwInterface", "cfg is null", REFUSED},
-                 {21, "getActivedSourceNumber", BAD_NAME, REFUSED},
+                 {21, "getActivedSourceNumber", badName, REFUSED},
                  {24, "setAdcPrcMode", ""},
                  {25, "setI2sFormatAndConfig", "dcp is null", REFUSED},
                  {26, "setAdcPinIntoGPIO", ""},
@@ -167,8 +167,8 @@ TEST(SourceSettingInTheLibrary, AnswersNameGettersBySlot) {
 }
 
 TEST(AppSettingInTheLibrary, AnswersCallsBySlot) {
-    const char* const INVALID = "invalid input param";
-    const char* const NULL_RECORD = "Invalid params, param=0.";
+    const char* const invalid = "invalid input param";
+    const char* const nullRecord = "Invalid params, param=0.";
     ClientAppSetting app;
     expectLines(&app, "ClientAppSetting",
                 {{0, "setFilter", ""},
@@ -182,7 +182,7 @@ TEST(AppSettingInTheLibrary, AnswersCallsBySlot) {
                  {8, "getEqualizer", ""},
                  {9, "getEqualizerQValueTable", ""},
                  {10, "getEqualizerCfTable", ""},
-                 {11, "getEqualizerSpectrum", NULL_RECORD, REFUSED},
+                 {11, "getEqualizerSpectrum", nullRecord, REFUSED},
                  {12, "enableDps", ""},
                  {13, "disableDps", ""},
                  {14, "setDpsProfile", ""},
@@ -193,40 +193,40 @@ TEST(AppSettingInTheLibrary, AnswersCallsBySlot) {
                  {20, "getDpsUserEq", ""},
                  {21, "setQualityOfSound", ""},
                  {22, "getQualityOfSound", ""},
-                 {24, "getSpeakerDelay", INVALID, REFUSED},
-                 {26, "getQualityOfAEC", INVALID, REFUSED},
+                 {24, "getSpeakerDelay", invalid, REFUSED},
+                 {26, "getQualityOfAEC", invalid, REFUSED},
                  {27, "setUplinkConfig", ""},
                  {28, "setEqualizerType", ""},
-                 {31, "setEqualizer", NULL_RECORD, REFUSED},
-                 {32, "getEqualizer", NULL_RECORD, REFUSED},
+                 {31, "setEqualizer", nullRecord, REFUSED},
+                 {32, "getEqualizer", nullRecord, REFUSED},
                  {35, "setSurround", ""},
-                 {40, "setNLPConfig", INVALID, REFUSED},
-                 {41, "getNLPConfig", INVALID, REFUSED},
-                 {42, "setHandsfreeEQ", INVALID, REFUSED},
-                 {43, "getHandsfreeEQ", INVALID, REFUSED},
-                 {44, "setDACGainControl", INVALID, REFUSED},
+                 {40, "setNLPConfig", invalid, REFUSED},
+                 {41, "getNLPConfig", invalid, REFUSED},
+                 {42, "setHandsfreeEQ", invalid, REFUSED},
+                 {43, "getHandsfreeEQ", invalid, REFUSED},
+                 {44, "setDACGainControl", invalid, REFUSED},
                  {45, "setDACSampleRateCtrl", ""},
-                 {46, "getOutPutDataEnergy", INVALID, REFUSED}});
+                 {46, "getOutPutDataEnergy", invalid, REFUSED}});
 }
 
 TEST(MixerSettingInTheLibrary, AnswersCallsBySlot) {
-    const char* const INVALID = "invalid input param";
+    const char* const invalid = "invalid input param";
     ClientMixerSetting mixer;
     expectLines(&mixer, "ClientMixerSetting",
-                {{2, "setGpsMixerGain", INVALID, REFUSED},
-                 {3, "setGpsMixerGain", INVALID, REFUSED},
+                {{2, "setGpsMixerGain", invalid, REFUSED},
+                 {3, "setGpsMixerGain", invalid, REFUSED},
                  {4, "setEffectMixerGain", ""},
                  {5, "setEffectMixerGain", ""},
-                 {6, "setAlternativeAudioMixerGain", INVALID, REFUSED},
-                 {7, "setAlternativeAudioMixerGain", INVALID, REFUSED},
+                 {6, "setAlternativeAudioMixerGain", invalid, REFUSED},
+                 {7, "setAlternativeAudioMixerGain", invalid, REFUSED},
                  {8, "mixRearAudioWithFrontAudio", ""}});
 }
 
 TEST(RecordControlInTheLibrary, AnswersCallsBySlot) {
-    const char* const INVALID = "invalid input param";
+    const char* const invalid = "invalid input param";
     ClientAudioRecordControl record;
     expectLines(&record, "ClientRecordControl",
-                {{0, "set", INVALID, REFUSED}, {1, "get", INVALID, REFUSED}});
+                {{0, "set", invalid, REFUSED}, {1, "get", invalid, REFUSED}});
 }
 
 }  // namespace

@@ -81,13 +81,13 @@ std::vector<Operation<Client>> otherOperations() {
 
 template <typename Client>
 const std::vector<Operation<Client>>& operationsOf() {
-    static const std::vector<Operation<Client>> OPERATIONS = [] {
+    static const std::vector<Operation<Client>> operations = [] {
         auto all = virtualOperations<Client>(typename test::slots::Operations<Client>::All());
         for (const Operation<Client>& other : otherOperations<Client>())
             all.push_back(other);
         return all;
     }();
-    return OPERATIONS;
+    return operations;
 }
 
 template const std::vector<Operation<ClientVolumeSetting>>& operationsOf();
