@@ -3,20 +3,18 @@
 // Operations that take steps or dB, called with numbers as programs write them.
 #include <cabinaudio/client/ClientVolumeSetting.h>
 
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <string>
 #include <type_traits>
 #include <utility>
 
+namespace cabinaudio::test {
 namespace {
-
-using cabinaudio::test::LogCapture;
 
 constexpr int REFUSED = -3000;
 constexpr int NOT_SENT = 1;  // there is no server
@@ -169,8 +167,7 @@ TEST(VolumeClient, RefusesNumbersOutsideTheirRangeWithOneLine) {
     LogCapture log;
     const auto expectRefused = [&log](const char* function, int result) {
         EXPECT_EQ(result, REFUSED) << function;
-        EXPECT_EQ(log.count(6, "ClientVolumeSetting", function, "invalid input param\n"), 1U)
-            << log.dump();
+        EXPECT_TRUE(logged(log, ERROR, "ClientVolumeSetting", function, "invalid input param\n"));
         log.clear();
     };
     expectRefused("setMasterVolume", volume.setMasterVolume(149));
@@ -192,17 +189,14 @@ TEST(VolumeClient, RefusesStepsByStreamTypeOutsideTheirRange) {
     ClientVolumeSetting volume;
     LogCapture log;
     EXPECT_EQ(volume.setVolumeByStreamType("music", 149), REFUSED);
-    EXPECT_EQ(log.count(6, "ClientVolumeSetting", "setVolumeByStreamType",
-                        "Invalid input param(volume:149, streamtype:music)\n"),
-              1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "ClientVolumeSetting", "setVolumeByStreamType",
+                       "Invalid input param(volume:149, streamtype:music)\n"));
     for (const int volumeOfNoByte : {255, 256, 300, 356, -1}) {
         log.clear();
         EXPECT_EQ(volume.setVolumeByStreamType("music", volumeOfNoByte), REFUSED);
-        EXPECT_EQ(log.count(6, "ClientVolumeSetting", "setVolumeByStreamType",
-                            "Invalid input param(volume:255, streamtype:music)\n"),
-                  1U)
-            << volumeOfNoByte << log.dump();
+        EXPECT_TRUE(logged(log, ERROR, "ClientVolumeSetting", "setVolumeByStreamType",
+                           "Invalid input param(volume:255, streamtype:music)\n"))
+            << volumeOfNoByte;
     }
     EXPECT_EQ(volume.setVolumeByStreamType("music", 148), NOT_SENT);
 }
@@ -216,7 +210,7 @@ TEST(VolumeClient, TakesNumbersInsideTheirRange) {
     EXPECT_EQ(volume.setSecondAudioVolume(0), NOT_SENT);
     EXPECT_EQ(volume.setAlterAudioVolume(24.0), NOT_SENT);
     EXPECT_EQ(volume.setTrackVolume("main", "radio", 0), NOT_SENT);
-    EXPECT_EQ(log.count(6, "invalid input param\n"), 0U) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "invalid input param\n", 0));
 }
 
 TEST(VolumeClient, TakesAPathNumberForNoTag) {
@@ -231,7 +225,7 @@ TEST(VolumeClient, TakesAPathNumberForNoTag) {
     EXPECT_EQ(volume.demute(audio::AUDIO_OUT_PATH_MAIN, true), NOT_SENT);
     bool muted = false;
     EXPECT_EQ(volume.getMuteState(audio::AUDIO_OUT_PATH_NONE, muted), NOT_SENT);
-    EXPECT_EQ(log.count(6, "Invalid param, tag=NULL.\n"), 0U) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "Invalid param, tag=NULL.\n", 0));
 }
 
 TEST(VolumeClient, RefusesAnUnknownTag) {
@@ -240,9 +234,8 @@ TEST(VolumeClient, RefusesAnUnknownTag) {
     EXPECT_EQ(volume.mute("main", true), NOT_SENT);
     EXPECT_EQ(volume.mute("Main", true), REFUSED);
     EXPECT_EQ(volume.demute(nullptr, true), REFUSED);
-    EXPECT_EQ(log.count(6, "ClientVolumeSetting", "mute", "Invalid param, tag=Main.\n"), 1U);
-    EXPECT_EQ(log.count(6, "ClientVolumeSetting", "demute", "Invalid param, tag=NULL.\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "ClientVolumeSetting", "mute", "Invalid param, tag=Main.\n"));
+    EXPECT_TRUE(logged(log, ERROR, "ClientVolumeSetting", "demute", "Invalid param, tag=NULL.\n"));
 }
 
 template <typename Number, typename = void>
@@ -272,3 +265,4 @@ static_assert(stepOf(148) == 148 && stepOf(300) == 255 && stepOf(-1) == 255);
 static_assert(stepOf(147.5) == 147 && stepOf(256.0) == 255 && stepOf(-0.5) == 255);
 
 }  // namespace
+}  // namespace cabinaudio::test

@@ -10,7 +10,7 @@
 #include <cabinaudio/foundation/AudioThread.h>
 
 #include "tests/abi/Slots.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 
 #include <gtest/gtest.h>
 
@@ -18,17 +18,8 @@
 #include <type_traits>
 #include <vector>
 
+namespace cabinaudio::test {
 namespace {
-
-using cabinaudio::test::called;
-using cabinaudio::test::expectDestructorsSideBySide;
-using cabinaudio::test::expectSlots;
-using cabinaudio::test::gCalled;
-using cabinaudio::test::LogCapture;
-using cabinaudio::test::Operation;
-using cabinaudio::test::operation;
-using cabinaudio::test::Plain;
-using cabinaudio::test::slot;
 
 AudioFormatDesc gFormat = {0, 48000, 0, AUDIO_CHANNEL_MAP_2, 0, AUDIO_BIT_DEPTH_16};
 
@@ -142,13 +133,11 @@ TEST(TrackInTheLibrary, AnswersCallsBySlot) {
     EXPECT_EQ((slot<int(void*, float)>(&track, 14)(&track, 9.0F)), AUDIO_NO_ERROR);
     EXPECT_EQ(slot<Plain>(&track, 17)(&track), AUDIO_INVALID_STATE);
     for (const char* const line : {"[slots]clear In\n", "[slots]start In\n", "[slots]stop In\n"})
-        EXPECT_EQ(log.count(3, line), 1U) << log.dump();
-    EXPECT_EQ(log.count(5, "ClientTrack", "setVolume",
-                        "Deprecated API(ClientTrack::setVolume) is called. please try "
-                        "QVAudioSetting::Volume::setTrackVolume/setVolumeByStreamType.\n"),
-              1U)
-        << log.dump();
-    EXPECT_EQ(log.count(6, "[slots]initCheck failed state[0] not IDLE, Out\n"), 1U) << log.dump();
+        EXPECT_TRUE(logged(log, DEBUG, line));
+    EXPECT_TRUE(logged(log, WARN, "ClientTrack", "setVolume",
+                       "Deprecated API(ClientTrack::setVolume) is called. please try "
+                       "QVAudioSetting::Volume::setTrackVolume/setVolumeByStreamType.\n"));
+    EXPECT_TRUE(logged(log, ERROR, "[slots]initCheck failed state[0] not IDLE, Out\n"));
 }
 
 TEST(SinkInTheLibrary, AnswersCallsBySlot) {
@@ -166,13 +155,11 @@ TEST(SinkInTheLibrary, AnswersCallsBySlot) {
     EXPECT_EQ(slot<Plain>(&sink, 17)(&sink), AUDIO_INVALID_STATE);
     for (const char* const line :
          {"[slots]clear In\n", "[slots]start In\n", "[slots]stop In\n", "[slots]writeDone In\n"})
-        EXPECT_EQ(log.count(3, line), 1U) << log.dump();
-    EXPECT_EQ(log.count(5,
-                        "Deprecated API(ClientTrack::unduck) is called. please try "
-                        "QVAudioSetting::Volume::unduck.\n"),
-              1U)
-        << log.dump();
-    EXPECT_EQ(log.count(6, "[slots]initCheck failed state[0] not IDLE, Out\n"), 1U) << log.dump();
+        EXPECT_TRUE(logged(log, DEBUG, line));
+    EXPECT_TRUE(logged(log, WARN,
+                       "Deprecated API(ClientTrack::unduck) is called. please try "
+                       "QVAudioSetting::Volume::unduck.\n"));
+    EXPECT_TRUE(logged(log, ERROR, "[slots]initCheck failed state[0] not IDLE, Out\n"));
 }
 
 TEST(RecordInTheLibrary, AnswersCallsBySlot) {
@@ -194,7 +181,7 @@ TEST(RecordInTheLibrary, AnswersCallsBySlot) {
           "[slots]state is not IDLE, start failed\n", "[slots]state is not ACTIVE, stop failed\n",
           "[slots]invalid input param, bufferSize:0 bytes:1\n", "[slots]Abnormal state:0.\n",
           "[slots]state is not IDLE, init failed\n"})
-        EXPECT_EQ(log.count(6, line), 1U) << log.dump();
+        EXPECT_TRUE(logged(log, ERROR, line));
 }
 
 TEST(UplinkInTheLibrary, AnswersCallsBySlot) {
@@ -211,13 +198,13 @@ TEST(UplinkInTheLibrary, AnswersCallsBySlot) {
               AUDIO_BAD_VALUE);
     EXPECT_EQ(slot<Plain>(&record, 8)(&record), 0);
     EXPECT_EQ(slot<Plain>(&record, 11)(&record), AUDIO_INVALID_STATE);
-    EXPECT_EQ(log.count(5, "[slots]not surpport, ignore op set volume:101\n"), 1U) << log.dump();
+    EXPECT_TRUE(logged(log, WARN, "[slots]not surpport, ignore op set volume:101\n"));
     for (const char* const line :
          {"[slots]state is not IDLE, clear failed, mstate:0\n", "[slots] state is not IDLE\n",
           "[slots] state is not ACTIVE\n", "[slots]invalid input param bytes:1\n",
           "[slots] client record state is not active:0.\n",
           "[slots] state is not IDLE init failed\n"})
-        EXPECT_EQ(log.count(6, line), 1U) << log.dump();
+        EXPECT_TRUE(logged(log, ERROR, line));
 }
 
 class RecordingThread : public AudioThread {
@@ -256,3 +243,4 @@ TEST(TrackCallbackTable, HasFinishAfterTheDestructors) {
 }
 
 }  // namespace
+}  // namespace cabinaudio::test

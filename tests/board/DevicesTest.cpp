@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/board/Names.h"
 #include "tests/board/InProcess.h"
+#include "tests/support/Row.h"
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
@@ -28,14 +29,9 @@ constexpr off64_t MEMORY_SIZE = 0x7f000000;
 constexpr std::size_t PAGE = 4096;
 constexpr off64_t LAST_PAGE = MEMORY_SIZE - PAGE;
 
-struct WayToOpen {
-    const char* name;
+struct WayToOpen : Row {
     std::function<int(const char*, int)> open;
 };
-
-void PrintTo(const WayToOpen& way, std::ostream* out) {
-    *out << way.name;
-}
 
 class Device : public ::testing::TestWithParam<WayToOpen> {
 protected:
@@ -61,7 +57,7 @@ INSTANTIATE_TEST_SUITE_P(
                   [](auto path, int flags) { return ::__openat64_2(AT_FDCWD, path, flags); }},
         WayToOpen{"openatBesideAnyDirectory",
                   [](auto path, int flags) { return ::openat(-1, path, flags); }}),
-    [](const auto& way) { return way.param.name; });
+    ROW_NAME);
 
 TEST_P(Device, MemIsTheMemoryOfTheInstance) {
     const OpenFile memory(open("/dev/mem"));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The stand-in is loaded into programs of every kind, and no program runs without it.
 #include "tests/board/Launcher.h"
+#include "tests/support/Row.h"
 #include "tests/support/UserProcess.h"
 
 #include <elf.h>
@@ -25,15 +26,10 @@ using ::testing::HasSubstr;
 
 // ---- Programs of every kind ---------------------------------------------------------------------
 
-struct Kind {
-    const char* name;
+struct Kind : Row {
     const char* program;
     const char* library;  // for a foreign machine, else ""
 };
-
-void PrintTo(const Kind& kind, std::ostream* out) {
-    *out << kind.name;
-}
 
 class Program : public WithTheLauncher, public ::testing::WithParamInterface<Kind> {
 protected:
@@ -50,7 +46,7 @@ protected:
 INSTANTIATE_TEST_SUITE_P(BuiltAs, Program,
                          ::testing::ValuesIn(std::vector<Kind>{{"Plain", BOARD_TEST_PROBE, ""},
                                                                BOARD_TEST_KINDS}),
-                         [](const auto& kind) { return std::string(kind.param.name); });
+                         ROW_NAME);
 
 TEST_P(Program, FindsTheWholeBoardUnderTheLauncher) {
     const Outcome outcome = Process(start({"check"})).finishExpecting(0);
@@ -95,7 +91,7 @@ class LinkedProgram : public Program {};
 INSTANTIATE_TEST_SUITE_P(BuiltAs, LinkedProgram,
                          ::testing::ValuesIn(std::vector<Kind>{
                              {"Plain", BOARD_TEST_LINKED_PROBE, ""}, BOARD_TEST_LINKED_KINDS}),
-                         [](const auto& kind) { return std::string(kind.param.name); });
+                         ROW_NAME);
 
 TEST_P(LinkedProgram, FindsTheWholeBoardWithoutTheLauncher) {
     Start started = start({"check"});

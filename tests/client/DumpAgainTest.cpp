@@ -55,8 +55,7 @@ protected:
     ConfigDirectory settings;
 };
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, DumpedStream, ::testing::ValuesIn(streamKinds()),
-                         ::testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(OfEachKind, DumpedStream, ::testing::ValuesIn(streamKinds()), ROW_NAME);
 
 TEST_P(DumpedStream, KeepsTheDumpOfAnEarlierCheckOpenUntilItIsDestroyed) {
     ASSERT_EQ(stream->initCheck(), AUDIO_NO_ERROR) << log.dump();

@@ -33,8 +33,7 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, EndOfData,
-                         ::testing::ValuesIn(kindsNamed({"auxiliaryTrack", "sink"})),
-                         ::testing::PrintToStringParamName());
+                         ::testing::ValuesIn(kindsNamed({"auxiliaryTrack", "sink"})), ROW_NAME);
 
 TEST_P(EndOfData, IsAnnouncedAtTheTimeOfTheRequest) {
     const char* const line = kind.isSink() ? "\\[str\\]play finish duration\\[([0-9]+)\\] ms\n"
@@ -56,8 +55,8 @@ TEST_P(EndOfData, IsForgottenByAStop) {
     ASSERT_EQ(stream->stop(), AUDIO_NO_ERROR);
     EXPECT_EQ(move(4), AUDIO_INVALID_STATE);
     EXPECT_EQ(stream->ask(), AUDIO_INVALID_STATE);
-    EXPECT_EQ(log.count(ERROR, "[str]Current mState[1] [not ACTIVE]\n"), 1U) << log.dump();
-    EXPECT_EQ(log.count(ERROR, "[str]writeDone failed, state[1] Out\n"), 1U) << log.dump();
+    EXPECT_TRUE(logged(ERROR, "[str]Current mState[1] [not ACTIVE]\n"));
+    EXPECT_TRUE(logged(ERROR, "[str]writeDone failed, state[1] Out\n"));
 }
 
 class ReactivatedSink : public KindTest {
@@ -82,7 +81,7 @@ TEST_F(ReactivatedSink, KeepsAWriterThatWaitsForSpace) {
     ASSERT_EQ(serverRing->read(played.data(), 200), 200);
     EXPECT_EQ(writer.get(), 100) << log.dump();
     EXPECT_EQ(serverRing->getUsedSize(), SIZE - 1 - 100U);
-    EXPECT_EQ(log.countMatching(WARN, ".*write ineffective.*\n"), 0U) << log.dump();
+    EXPECT_TRUE(loggedLike(WARN, ".*write ineffective.*\n", 0));
 }
 
 }  // namespace

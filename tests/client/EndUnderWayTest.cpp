@@ -5,6 +5,7 @@
 
 #include "tests/client/SlowThreads.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/Row.h"
 #include "tests/support/kinds/KindTest.h"
 
 #include <android/log.h>
@@ -65,8 +66,8 @@ protected:
     }
     void expectNothingLeft() {
         EXPECT_EQ(mLapsedWaits, 0) << "the blocked call left without a signal";
-        EXPECT_EQ(log.countMatching(ERROR, ".*waitting exit.*\n"), 0U) << log.dump();
-        EXPECT_EQ(log.countMatching(WARN, ".*waitting exit.*\n"), 0U) << log.dump();
+        EXPECT_TRUE(loggedLike(ERROR, ".*waitting exit.*\n", 0));
+        EXPECT_TRUE(loggedLike(WARN, ".*waitting exit.*\n", 0));
         serverRing.reset();
         EXPECT_TRUE(eventually([this] {
             const ProcessState now = ProcessState::now();
@@ -86,25 +87,22 @@ private:
 class PhysicalStreamInDestruction : public StreamInDestruction {};
 class WithdrawnStreamInDestruction : public StreamInDestruction {};
 
-const auto NAME = ::testing::PrintToStringParamName();
-
 INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamInDestruction,
                          ::testing::ValuesIn(kindsNamed({"alternativeTrack", "auxiliaryTrack",
                                                          "sink", "uplink"})),
-                         NAME);
+                         ROW_NAME);
 INSTANTIATE_TEST_SUITE_P(OfEachKind, PhysicalStreamInDestruction,
-                         ::testing::ValuesIn(physicalKinds()), NAME);
+                         ::testing::ValuesIn(physicalKinds()), ROW_NAME);
 INSTANTIATE_TEST_SUITE_P(OfEachKind, WithdrawnStreamInDestruction,
-                         ::testing::ValuesIn(kindsNamed({"sink", "uplink"})), NAME);
+                         ::testing::ValuesIn(kindsNamed({"sink", "uplink"})), ROW_NAME);
 
 TEST_P(StreamInDestruction, EndsTheBlockedCallAsRemovedWhenTheServerRemovesIt) {
     destroy();
     server.notify(REMOVED, 0);
     settle();
     EXPECT_EQ(wakeUp(), AUDIO_INVALID_STATE);
-    EXPECT_EQ(log.count(ERROR, "[str]after waiting ,status:STOPPING,server may have crash\n"), 1U)
-        << log.dump();
-    EXPECT_EQ(log.countMatching(ERROR, ".*(exit has requested|may have destroy).*\n"), 0U);
+    EXPECT_TRUE(logged(ERROR, "[str]after waiting ,status:STOPPING,server may have crash\n"));
+    EXPECT_TRUE(loggedLike(ERROR, ".*(exit has requested|may have destroy).*\n", 0));
     expectNothingLeft();
 }
 
@@ -118,7 +116,7 @@ TEST_P(PhysicalStreamInDestruction, HandlesTheAnnouncementOfARing) {
         EXPECT_EQ(server.requests(function).size(), asked + 1) << log.dump();
     } else {
         EXPECT_EQ(server.requests(function).size(), asked);
-        EXPECT_EQ(log.count(WARN, "[str] can not init share memory.\n"), 1U) << log.dump();
+        EXPECT_TRUE(logged(WARN, "[str] can not init share memory.\n"));
     }
     EXPECT_EQ(wakeUp(), AUDIO_INVALID_STATE);
     expectNothingLeft();
@@ -141,7 +139,7 @@ TEST_P(WithdrawnStreamInDestruction, AcknowledgesTheWithdrawalOfItsRing) {
     settle();
     const char* const line =
         kind.isSink() ? "[str]Source is deactived done\n" : "[str] record unInitShareMem\n";
-    EXPECT_EQ(log.count(INFO, line), 1U) << log.dump();
+    EXPECT_TRUE(logged(INFO, line));
     EXPECT_EQ(wakeUp(), AUDIO_INVALID_STATE);
     expectNothingLeft();
 }
@@ -150,7 +148,7 @@ TEST_P(WithdrawnStreamInDestruction, AcknowledgesTheWithdrawalOfItsRing) {
 class StreamRemovedInCreation : public EachKindTest {};
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamRemovedInCreation, ::testing::ValuesIn(streamKinds()),
-                         NAME);
+                         ROW_NAME);
 
 TEST_P(StreamRemovedInCreation, StaysRemoved) {
     server.onRegistration(Answer::handle(100).after(REMOVED, 0));
@@ -171,7 +169,7 @@ TEST_P(StreamRemovedInCreation, StaysRemoved) {
 class StreamNotifiedInCreation : public EachKindTest {};
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamNotifiedInCreation, ::testing::ValuesIn(physicalKinds()),
-                         NAME);
+                         ROW_NAME);
 
 TEST_P(StreamNotifiedInCreation, SendsNoRequestBeforeItIsRegistered) {
     // An uplink that is not created yet maps no ring; it acknowledges the end of one.
@@ -182,14 +180,14 @@ TEST_P(StreamNotifiedInCreation, SendsNoRequestBeforeItIsRegistered) {
     server.release();
     creation.get();
     EXPECT_TRUE(server.waitForRequest(kind.writes ? 20 : LET_GO)) << log.dump();
-    EXPECT_EQ(log.countMatching(ERROR, "mConn=.*\n"), 0U) << log.dump();
+    EXPECT_TRUE(loggedLike(ERROR, "mConn=.*\n", 0));
 }
 
 /// Streams whose source goes while they are created.
 class StreamWithdrawnInCreation : public EachKindTest {};
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamWithdrawnInCreation,
-                         ::testing::Values(streamKind("sink"), streamKind("uplink")), NAME);
+                         ::testing::Values(streamKind("sink"), streamKind("uplink")), ROW_NAME);
 
 TEST_P(StreamWithdrawnInCreation, AcknowledgesBesideItsCreateRequest) {
     const std::uint32_t withdrawn = kind.name == std::string("sink") ? 4 : 2;
@@ -201,7 +199,7 @@ TEST_P(StreamWithdrawnInCreation, AcknowledgesBesideItsCreateRequest) {
         EXPECT_EQ(stream->initCheck(), AUDIO_NO_ERROR);
         stream.reset();
     }
-    EXPECT_EQ(log.countMatching(ERROR, ".*bad sequence\n"), 0U) << log.dump();
+    EXPECT_TRUE(loggedLike(ERROR, ".*bad sequence\n", 0));
 }
 
 class SinkWithoutItsSource : public KindTest {
@@ -222,7 +220,7 @@ TEST_F(SinkWithoutItsSource, AsksForTheNextRingOnlyAfterTheAcknowledgment) {
     server.release();
     EXPECT_TRUE(server.waitForRequest(20)) << log.dump();
     EXPECT_TRUE(eventually([this] { return sink.getTotalBufferSize() == int{SIZE}; }));
-    EXPECT_EQ(log.countMatching(ERROR, ".*bad sequence\n"), 0U) << log.dump();
+    EXPECT_TRUE(loggedLike(ERROR, ".*bad sequence\n", 0));
 }
 
 /// A sink whose start request is not answered yet.
@@ -248,12 +246,9 @@ protected:
 };
 
 /// An operation beside a start request, and its result.
-struct SinkOperation {
-    const char* name;
+struct SinkOperation : Row {
     int (AnyStream::*call)();
     int result;
-
-    friend void PrintTo(const SinkOperation& one, std::ostream* out) { *out << one.name; }
 };
 
 class SinkOperationInARequest : public SinkInARequest,
@@ -265,7 +260,7 @@ INSTANTIATE_TEST_SUITE_P(
                       SinkOperation{"start", &AnyStream::start, AUDIO_NO_ERROR},
                       SinkOperation{"clear", &AnyStream::clear, AUDIO_INVALID_STATE},
                       SinkOperation{"writeDone", &AnyStream::ask, AUDIO_INVALID_STATE}),
-    NAME);
+    ROW_NAME);
 
 TEST_P(SinkOperationInARequest, IsLoggedBeforeItWaits) {
     const SinkOperation& one = GetParam();
@@ -326,10 +321,11 @@ protected:
 class StreamWithARing : public HookedStream {};
 class PlaybackWithARing : public HookedStream {};
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamWithARing, ::testing::ValuesIn(physicalKinds()), NAME);
+INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamWithARing, ::testing::ValuesIn(physicalKinds()),
+                         ROW_NAME);
 // An uplink deletes its ring after the last notification.
 INSTANTIATE_TEST_SUITE_P(OfEachKind, PlaybackWithARing,
-                         ::testing::ValuesIn(kindsNamed({"auxiliaryTrack", "sink"})), NAME);
+                         ::testing::ValuesIn(kindsNamed({"auxiliaryTrack", "sink"})), ROW_NAME);
 
 TEST_P(StreamWithARing, CanBeStoppedWhileItsReplacedRingIsDeleted) {
     const std::thread::id test = std::this_thread::get_id();
@@ -375,7 +371,7 @@ class LateWakeUp : public HookedStream {};
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, LateWakeUp,
                          ::testing::ValuesIn(kindsNamed({"alternativeTrack", "record", "uplink"})),
-                         NAME);
+                         ROW_NAME);
 
 TEST_P(LateWakeUp, IsLoggedUnderTheLockOfTheStream) {
     std::promise<std::future_status> during;

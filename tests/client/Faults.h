@@ -1,24 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tests/interpose/Blocks.h"
+
 namespace cabinaudio::test {
 
 /// Failures of the layers below that no server can produce. They end with this object.
-class Faults {
+class Faults : public Blocks {
 public:
-    Faults() = default;
-    ~Faults();
-    Faults(const Faults&) = delete;
-    Faults& operator=(const Faults&) = delete;
+    ~Faults() {
+        takeNothing(false);
+        giveNothing(false);
+    }
 
-    /// RemoteCall::rcalloc() refuses. Blocks of callFuncId() are among them.
-    void refuseBlocks(bool does);
-    /// RemoteCall::rcfree() frees, but reports a failure.
-    void failFreeing(bool does);
     /// Rings take no bytes.
-    void takeNothing(bool does);
+    void takeNothing(bool does) {
+        operations::write.set(
+            does ? +[](ShareMemoryEx*, const unsigned char*, unsigned) { return 0; } : nullptr);
+    }
     /// Rings give no bytes.
-    void giveNothing(bool does);
+    void giveNothing(bool does) {
+        operations::read.set(does ? +[](ShareMemoryEx*, unsigned char*, unsigned) { return 0; }
+                                  : nullptr);
+    }
 };
 
 }  // namespace cabinaudio::test

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <string>
 
 namespace cabinaudio::test {
@@ -13,8 +12,7 @@ namespace {
 
 class NewPlayback : public EachPlayback {};
 
-INSTANTIATE_TEST_SUITE_P(Stream, NewPlayback, ::testing::Values(Playing::Track, Playing::Sink),
-                         playingName);
+INSTANTIATE_TEST_SUITE_P(Stream, NewPlayback, PLAYBACKS, playingName);
 
 TEST_P(NewPlayback, RegistersItsNameAndTheTypeOfItsTag) {
     makeIdle();
@@ -97,30 +95,13 @@ TEST_P(NewPlayback, InitCheckIsRefusedOnceItIsActive) {
 /// With a diagnostics file of its own that asks for the dump of the kind's streams.
 class DumpedPlayback : public EachPlayback {
 protected:
-    DumpedPlayback() {
-        settings.write(std::string("Dump\n tag=") + dumpTag() +
-                       "\n usage=client\n outPath=" + dumps().string() + "\n");
-    }
-
     [[nodiscard]] const char* dumpTag() const { return text("alternative", "main"); }
-    [[nodiscard]] std::filesystem::path dumps() const { return settings.top() / "pcm"; }
+    [[nodiscard]] std::string dumped() const { return dumps.dumped(dumpTag(), name()); }
 
-    /// All dumps of the stream, one behind the other.
-    [[nodiscard]] std::string dumped() const {
-        std::string bytes;
-        const std::string begin = dumpTag() + ("_" + name()) + "_client_";
-        for (const auto& entry : std::filesystem::directory_iterator(dumps())) {
-            EXPECT_EQ(entry.path().filename().string().rfind(begin, 0), 0U);
-            bytes += contentsOf(entry.path());
-        }
-        return bytes;
-    }
-
-    ConfigDirectory settings;
+    const DumpDirectory dumps{dumpTag()};
 };
 
-INSTANTIATE_TEST_SUITE_P(Stream, DumpedPlayback, ::testing::Values(Playing::Track, Playing::Sink),
-                         playingName);
+INSTANTIATE_TEST_SUITE_P(Stream, DumpedPlayback, PLAYBACKS, playingName);
 
 TEST_P(DumpedPlayback, FileHoldsTheBytesThatWereWritten) {
     makeWithRing();

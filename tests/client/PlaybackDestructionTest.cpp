@@ -35,8 +35,7 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Stream, PlaybackDestruction,
-                         ::testing::Values(Playing::Track, Playing::Sink), playingName);
+INSTANTIATE_TEST_SUITE_P(Stream, PlaybackDestruction, PLAYBACKS, playingName);
 
 TEST_P(PlaybackDestruction, SendsNoRequest) {
     makePlaying();
@@ -119,8 +118,7 @@ private:
     std::thread mDestroyer;
 };
 
-INSTANTIATE_TEST_SUITE_P(Stream, SlowWriteAtDestruction,
-                         ::testing::Values(Playing::Track, Playing::Sink), playingName);
+INSTANTIATE_TEST_SUITE_P(Stream, SlowWriteAtDestruction, PLAYBACKS, playingName);
 
 TEST_P(SlowWriteAtDestruction, KeepsTheRingWhenTheServerPostsMeanwhile) {
     destroy();
@@ -259,7 +257,7 @@ TEST_P(PlaybackDestruction, SurvivesABurstOfNotifications) {
 using SinkDestruction = SinkFixture;
 
 TEST_F(SinkDestruction, UnmapsTheRingBeforeItClosesTheConnection) {
-    makeWithSource();
+    makePlaying();
     log.clear();
     sink.reset();
     const std::string lines = log.dump();

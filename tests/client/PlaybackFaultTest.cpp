@@ -15,14 +15,13 @@ protected:
     Faults faults;
 };
 
-INSTANTIATE_TEST_SUITE_P(Stream, FaultyPlayback, ::testing::Values(Playing::Track, Playing::Sink),
-                         playingName);
+INSTANTIATE_TEST_SUITE_P(Stream, FaultyPlayback, PLAYBACKS, playingName);
 
 TEST_P(FaultyPlayback, IsUnusableWithoutBlocksForItsCreateRequest) {
     acceptStreams();
-    faults.refuseBlocks(true);
+    faults.refuse(true);
     stream = create(name(), ringsTag());
-    EXPECT_TRUE(streamLogged(ERROR, "init", "mRc->rcalloc return failed, ret:-1990\n"));
+    EXPECT_TRUE(streamLogged(ERROR, "init", "mRc->rcalloc return failed, ret:-2992\n"));
     EXPECT_EQ(initCheck(), AUDIO_INVALID_STATE);
     EXPECT_TRUE(server.requests(CREATE).empty());
 }
@@ -66,14 +65,14 @@ protected:
 };
 
 TEST_F(FaultyTrack, RefusesAKeyShiftWithoutBlocks) {
-    makeAuxiliary();
-    faults.refuseBlocks(true);
+    makeIdle();
+    faults.refuse(true);
     EXPECT_EQ(track->setKeyShift(1.0F), AUDIO_NO_MEMORY);
     EXPECT_TRUE(server.requests(KEY_SHIFT).empty());
 }
 
 TEST_F(FaultyTrack, ReturnsTheStatusOfAKeyShiftWhoseBlocksCannotBeFreed) {
-    makeAuxiliary();
+    makeIdle();
     faults.failFreeing(true);
     server.on(KEY_SHIFT, Answer::status(-81));
     EXPECT_EQ(track->setKeyShift(1.0F), -81);
@@ -87,14 +86,14 @@ protected:
 
 TEST_F(FaultyVersionQuery, LeavesItsNumbersAloneWithoutBlocksAndLogsAFailedFree) {
     ClientVersionSetting query;
-    faults.refuseBlocks(true);
+    faults.refuse(true);
     log.clear();
     int numbers[7] = {-1, -1, -1, -1, -1, -1, -1};
     EXPECT_EQ(query.getServerVersions(numbers, numbers + 3, numbers + 6), AUDIO_NO_MEMORY);
     for (const int number : numbers)
         EXPECT_EQ(number, -1);
     EXPECT_TRUE(log.lines().empty()) << log.dump();
-    faults.refuseBlocks(false);
+    faults.refuse(false);
     faults.failFreeing(true);
     server.on(132, 0, Answer::words(0, 1, 2, 3, 4, 5, 6, 7));
     EXPECT_EQ(query.getServerVersions(numbers, numbers + 3, numbers + 6), 0);
@@ -109,13 +108,13 @@ protected:
 };
 
 TEST_F(FaultySink, HasNoRingWithoutBlocksForTheRequest) {
-    faults.refuseBlocks(true);
+    faults.refuse(true);
     server.notify(ACTIVATED, 0);
     settle();
     EXPECT_TRUE(streamLogged(ERROR, "initShareMemory",
-                             "mRc->rcalloc return failed, ret:-1990, mState[NO_INIT]\n"));
+                             "mRc->rcalloc return failed, ret:-2992, mState[NO_INIT]\n"));
     EXPECT_EQ(sink->getTotalBufferSize(), 0);
-    faults.refuseBlocks(false);
+    faults.refuse(false);
     activate();
     EXPECT_EQ(write(10, true), 10);
 }

@@ -11,7 +11,6 @@
 #include <memory>
 #include <ostream>
 #include <string>
-#include <vector>
 
 namespace cabinaudio::test {
 
@@ -110,6 +109,8 @@ class EachPlayback : public PlaybackFixture, public ::testing::WithParamInterfac
 protected:
     EachPlayback() : PlaybackFixture(GetParam()) {}
 };
+
+inline const auto PLAYBACKS = ::testing::Values(Playing::Track, Playing::Sink);
 
 /// For the messages of failing tests.
 inline void PrintTo(Playing kind, std::ostream* out) {

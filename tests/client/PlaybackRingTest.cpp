@@ -23,8 +23,7 @@ public:
 };
 
 class AnnouncedRing : public EachPlayback {};
-INSTANTIATE_TEST_SUITE_P(Stream, AnnouncedRing, ::testing::Values(Playing::Track, Playing::Sink),
-                         playingName);
+INSTANTIATE_TEST_SUITE_P(Stream, AnnouncedRing, PLAYBACKS, playingName);
 
 TEST_P(AnnouncedRing, IsMappedWhereTheServerSays) {
     makeIdle(3000, 512);
@@ -79,8 +78,7 @@ protected:
                                 times);
     }
 };
-INSTANTIATE_TEST_SUITE_P(Stream, PlaybackFinish, ::testing::Values(Playing::Track, Playing::Sink),
-                         playingName);
+INSTANTIATE_TEST_SUITE_P(Stream, PlaybackFinish, PLAYBACKS, playingName);
 
 TEST_P(PlaybackFinish, CallsTheCallbackUntilItIsTakenBack) {
     CountingCallback callback;
@@ -120,8 +118,7 @@ TEST_P(PlaybackFinish, CallsTheCallbackWithoutTheLock) {
 }
 
 using PlaybackNotification = AnnouncedRing;
-INSTANTIATE_TEST_SUITE_P(Stream, PlaybackNotification,
-                         ::testing::Values(Playing::Track, Playing::Sink), playingName);
+INSTANTIATE_TEST_SUITE_P(Stream, PlaybackNotification, PLAYBACKS, playingName);
 
 TEST_P(PlaybackNotification, IsLoggedWhenItIsUnknown) {
     makeIdle();
@@ -139,7 +136,7 @@ TEST_P(PlaybackNotification, IsLoggedWhenItIsUnknown) {
 using TrackNotification = TrackFixture;
 
 TEST_F(TrackNotification, OfARingIsLoggedWhenItsRequestCannotBeMade) {
-    makeAuxiliary();
+    makeIdle();
     server.on(KEY_SHIFT, Answer::status(0).held());
     std::future<int> shift =
         std::async(std::launch::async, [&] { return track->setKeyShift(1.0F); });
@@ -158,8 +155,8 @@ TEST_F(TrackNotification, WithoutATrackIsLogged) {
 
 /// The ring is looked at without the lock while the server replaces it again and again.
 TEST_F(TrackNotification, OfNewRingsLeavesSizesReadableMeanwhile) {
-    makeAuxiliary(3000, 512);
-    announceRing();
+    makeIdle(3000, 512);
+    giveRing();
     std::atomic<bool> end{false};
     std::atomic<int> wrong{0};
     std::thread reader([&] {

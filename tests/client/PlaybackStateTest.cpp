@@ -18,10 +18,8 @@ protected:
     ActivePlayback() { start(); }
 };
 
-INSTANTIATE_TEST_SUITE_P(Stream, IdlePlayback, ::testing::Values(Playing::Track, Playing::Sink),
-                         playingName);
-INSTANTIATE_TEST_SUITE_P(Stream, ActivePlayback, ::testing::Values(Playing::Track, Playing::Sink),
-                         playingName);
+INSTANTIATE_TEST_SUITE_P(Stream, IdlePlayback, PLAYBACKS, playingName);
+INSTANTIATE_TEST_SUITE_P(Stream, ActivePlayback, PLAYBACKS, playingName);
 
 TEST_P(IdlePlayback, StartAsksTheServer) {
     EXPECT_EQ(stream->start(), AUDIO_NO_ERROR);

@@ -27,8 +27,7 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Stream, PlaybackWrite, ::testing::Values(Playing::Track, Playing::Sink),
-                         playingName);
+INSTANTIATE_TEST_SUITE_P(Stream, PlaybackWrite, PLAYBACKS, playingName);
 
 TEST_P(PlaybackWrite, RefusesNoBufferAndNoBytes) {
     makePlaying();
@@ -235,8 +234,7 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Stream, WriteWithoutARing,
-                         ::testing::Values(Playing::Track, Playing::Sink), playingName);
+INSTANTIATE_TEST_SUITE_P(Stream, WriteWithoutARing, PLAYBACKS, playingName);
 
 TEST_P(WriteWithoutARing, ContinuesWhenTheRingArrives) {
     std::future<int> writer = blockedWrite(100);

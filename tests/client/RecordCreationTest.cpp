@@ -32,8 +32,7 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Stream, NewCapture, ::testing::Values(Kind::RawMic, Kind::Uplink),
-                         captureName);
+INSTANTIATE_TEST_SUITE_P(Stream, NewCapture, CAPTURES, captureName);
 
 TEST_P(NewCapture, RegistersItsNameAndTheTypeOfItsTag) {
     make();
@@ -186,33 +185,14 @@ INSTANTIATE_TEST_SUITE_P(OfMany, UplinkOfAnUnknownCodec,
 /// With a diagnostics file of its own that asks for dumps of captured data.
 class DumpedCapture : public EachCapture {
 protected:
-    DumpedCapture() {
-        settings.write("Dump\n tag=input0\n usage=client\n outPath=" + dumps("input0").string() +
-                       "\nDump\n tag=uplink\n usage=client\n outPath=" + dumps("uplink").string() +
-                       "\n");
-    }
-
-    [[nodiscard]] std::filesystem::path dumps(const std::string& tag) const {
-        return settings.top() / tag;
-    }
-
-    /// All dumps of the record, one behind the other.
     [[nodiscard]] std::string dumped() const {
-        const std::string tag = text("input0", "uplink");
-        std::string bytes;
-        if (!std::filesystem::exists(dumps(tag))) return bytes;
-        for (const auto& entry : std::filesystem::directory_iterator(dumps(tag))) {
-            EXPECT_EQ(entry.path().filename().string().rfind(tag + "_rec_client_", 0), 0U);
-            bytes += contentsOf(entry.path());
-        }
-        return bytes;
+        return dumps.dumped(text("input0", "uplink"), "rec");
     }
 
-    ConfigDirectory settings;
+    const DumpDirectory dumps{"input0", "uplink"};
 };
 
-INSTANTIATE_TEST_SUITE_P(Stream, DumpedCapture, ::testing::Values(Kind::RawMic, Kind::Uplink),
-                         captureName);
+INSTANTIATE_TEST_SUITE_P(Stream, DumpedCapture, CAPTURES, captureName);
 
 TEST_P(DumpedCapture, FileHoldsTheBytesThatWereRead) {
     make();

@@ -32,8 +32,7 @@ protected:
     static constexpr const char* TIMEOUT = "[rec] waitting exit read timeout[500 ms]\n";
 };
 
-INSTANTIATE_TEST_SUITE_P(Stream, CaptureDestruction, ::testing::Values(Kind::RawMic, Kind::Uplink),
-                         captureName);
+INSTANTIATE_TEST_SUITE_P(Stream, CaptureDestruction, CAPTURES, captureName);
 
 TEST_P(CaptureDestruction, SendsNoStopRequest) {
     makeActive();

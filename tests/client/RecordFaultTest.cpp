@@ -12,11 +12,10 @@ protected:
     Faults faults;
 };
 
-INSTANTIATE_TEST_SUITE_P(Stream, FaultyCapture, ::testing::Values(Kind::RawMic, Kind::Uplink),
-                         captureName);
+INSTANTIATE_TEST_SUITE_P(Stream, FaultyCapture, CAPTURES, captureName);
 
 TEST_P(FaultyCapture, IsUnusableWithoutBlocksForItsCreateRequest) {
-    faults.refuseBlocks(true);
+    faults.refuse(true);
     const auto lost = create();
     EXPECT_TRUE(server.requests(CREATE).empty());
     EXPECT_TRUE(loggedLike(ERROR, ".*\n", ABSENT)) << "without a word";
@@ -47,12 +46,12 @@ TEST_P(FaultyCapture, LogsThatTheBlocksOfARefusedRequestCannotBeFreed) {
 
 TEST_P(FaultyCapture, ReturnsNoMemoryWithoutBlocks) {
     make();
-    faults.refuseBlocks(true);
+    faults.refuse(true);
     EXPECT_EQ(record->initCheck(), AUDIO_NO_MEMORY);
     EXPECT_EQ(record->start(), AUDIO_NO_MEMORY);
-    faults.refuseBlocks(false);
+    faults.refuse(false);
     start();
-    faults.refuseBlocks(true);
+    faults.refuse(true);
     EXPECT_EQ(record->stop(), AUDIO_NO_MEMORY);
 }
 
@@ -74,7 +73,7 @@ TEST_F(FaultyRecord, ReadEndsWhenTheRingGivesNothing) {
 
 TEST_F(FaultyRecord, VolumeIsUnknownWithoutBlocks) {
     makeRawMic();
-    faults.refuseBlocks(true);
+    faults.refuse(true);
     EXPECT_EQ(record->getVolume(), -1);
     EXPECT_EQ(record->setVolume(5), AUDIO_NO_MEMORY);
     EXPECT_TRUE(logged(ERROR, "[rec]get volume form server failed.\n"));
@@ -88,12 +87,12 @@ protected:
 
 TEST_F(FaultyUplink, HasNoRingWithoutBlocksForTheRequest) {
     makeUplink();
-    faults.refuseBlocks(true);
+    faults.refuse(true);
     server.notify(RING_STATE, 1);
     settle();
     EXPECT_EQ(record->getTotalBufferSize(), 0);
     EXPECT_TRUE(loggedLike(ERROR, "\\[rec\\] remote call return error\\(.*\n"));
-    faults.refuseBlocks(false);
+    faults.refuse(false);
     giveRing();
 }
 

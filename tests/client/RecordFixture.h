@@ -90,6 +90,8 @@ protected:
     }
 };
 
+inline const auto CAPTURES = ::testing::Values(Kind::RawMic, Kind::Uplink);
+
 /// For the messages of failing tests.
 inline void PrintTo(Kind kind, std::ostream* out) {
     *out << (kind == Kind::RawMic ? "record" : "uplink");

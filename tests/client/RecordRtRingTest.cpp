@@ -2,7 +2,6 @@
 #include "tests/client/UplinkFixture.h"
 #include "tests/support/ProcessState.h"
 
-#include <algorithm>
 #include <atomic>
 #include <thread>
 

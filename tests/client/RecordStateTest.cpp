@@ -18,10 +18,8 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Stream, IdleCapture, ::testing::Values(Kind::RawMic, Kind::Uplink),
-                         captureName);
-INSTANTIATE_TEST_SUITE_P(Stream, ActiveCapture, ::testing::Values(Kind::RawMic, Kind::Uplink),
-                         captureName);
+INSTANTIATE_TEST_SUITE_P(Stream, IdleCapture, CAPTURES, captureName);
+INSTANTIATE_TEST_SUITE_P(Stream, ActiveCapture, CAPTURES, captureName);
 
 TEST_P(IdleCapture, StartAsksTheServer) {
     EXPECT_EQ(record->start(), AUDIO_NO_ERROR);

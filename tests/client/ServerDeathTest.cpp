@@ -2,7 +2,6 @@
 #include "tests/support/ProcessState.h"
 #include "tests/support/kinds/KindTest.h"
 
-#include <string>
 #include <tuple>
 
 namespace cabinaudio::test {

@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
-#include <string>
 #include <vector>
 
 namespace cabinaudio::test {

@@ -24,10 +24,6 @@ protected:
         make(perLoopSize, format);
         start();
     }
-    /// An active sink with a source whose ring has this size.
-    void makeWithSource(unsigned size = 4096, int perLoopSize = 1024) {
-        makePlaying(size, perLoopSize);
-    }
 
     /// Activates the source and waits until the sink has it.
     void activate(unsigned size = 4096) { giveRing(size); }

@@ -54,7 +54,7 @@ TEST_F(SinkSource, IsAcknowledgedWhenItIsWithdrawnWithoutAnActivation) {
 }
 
 TEST_F(SinkSource, IsUnmappedAndAcknowledgedWhenTheApplicationDeactivatesIt) {
-    makeWithSource();
+    makePlaying();
     dynamic_cast<ClientSink&>(*sink).deactived();
     EXPECT_EQ(sent(LET_GO, FLAGGED), 1U);
     EXPECT_TRUE(logged(DEBUG, "ClientSink", "deactived", "[snk]Source is deactived done\n"));
@@ -68,7 +68,7 @@ TEST_F(SinkSource, IsUnmappedAndAcknowledgedWhenTheApplicationDeactivatesIt) {
 }
 
 TEST_F(SinkSource, TakesWritesAgainAfterAnotherActivation) {
-    makeWithSource();
+    makePlaying();
     ASSERT_EQ(write(100, true), 100);
     withdraw();
     activate(5000);
@@ -79,7 +79,7 @@ TEST_F(SinkSource, TakesWritesAgainAfterAnotherActivation) {
 }
 
 TEST_F(SinkSource, StaysAsItWasThroughAStopAndAStart) {
-    makeWithSource();
+    makePlaying();
     ASSERT_EQ(sink->stop(), AUDIO_NO_ERROR);
     start();
     EXPECT_EQ(write(100, true), 100);
@@ -146,7 +146,7 @@ TEST_F(SinkWriteWithoutASource, KeepsWaitingAfterTwoSeconds) {
 }
 
 TEST_F(SinkWriteWithoutASource, IsThrownAwayAfterHalfASecondWhenTheSourceWasWithdrawn) {
-    makeWithSource();
+    makePlaying();
     withdraw();
     const Stopwatch watch;
     EXPECT_EQ(write(960, true), 0);
@@ -176,7 +176,7 @@ TEST_F(SinkWriteWithoutASource, IsThrownAwayWhenTheSourceIsWithdrawnMeanwhile) {
 
 /// Each write holds the lock for half a second, and the next one follows at once.
 TEST_F(SinkWriteWithoutASource, LetsOtherOperationsInBetweenRepeatedWrites) {
-    makeWithSource();
+    makePlaying();
     withdraw();
     std::atomic<int> thrownAway{0};
     std::thread writer([&] {

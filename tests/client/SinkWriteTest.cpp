@@ -1,21 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/client/SinkFixture.h"
 
-#include <string>
-
 namespace cabinaudio::test {
 namespace {
 
 using SinkWrite = SinkFixture;
 
 TEST_F(SinkWrite, IsNotLoggedTheFirstTime) {
-    makeWithSource();
+    makePlaying();
     ASSERT_EQ(write(4, true), 4);
     EXPECT_TRUE(loggedLike(INFO, ".*first write.*\n", ABSENT));
 }
 
 TEST_F(SinkWrite, IsThrownAwayWhenTheSourceIsWithdrawnWhileItWaitsForSpace) {
-    makeWithSource();
+    makePlaying();
     fillRing();
     std::future<int> writer = blockedWrite(700);
     server.notify(WITHDRAWN, 0);
@@ -29,7 +27,7 @@ TEST_F(SinkWrite, IsThrownAwayWhenTheSourceIsWithdrawnWhileItWaitsForSpace) {
 }
 
 TEST_F(SinkWrite, KeepsTheQueuedBytesAndLosesOneStepWhenTheSourceIsWithdrawn) {
-    makeWithSource();
+    makePlaying();
     std::future<int> writer = blockedWrite(8000);
     server.notify(WITHDRAWN, 0);
     EXPECT_EQ(writer.get(), 0);
@@ -38,7 +36,7 @@ TEST_F(SinkWrite, KeepsTheQueuedBytesAndLosesOneStepWhenTheSourceIsWithdrawn) {
 }
 
 TEST_F(SinkWrite, ContinuesInTheNewRingWhenTheSourceIsActivatedAgain) {
-    makeWithSource();
+    makePlaying();
     fillRing();
     std::future<int> writer = blockedWrite(700);
     std::unique_ptr<ShareMemoryEx> first;

@@ -130,11 +130,11 @@ TEST_P(PhysicalStreamOfAnOddServer, EndsWithoutARingBehindTheAnnouncement) {
     }
 }
 
-const auto NAME = ::testing::PrintToStringParamName();
-INSTANTIATE_TEST_SUITE_P(OfEachKind, BusyStream, ::testing::ValuesIn(streamKinds()), NAME);
-INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamOfAnOddServer, ::testing::ValuesIn(streamKinds()), NAME);
+INSTANTIATE_TEST_SUITE_P(OfEachKind, BusyStream, ::testing::ValuesIn(streamKinds()), ROW_NAME);
+INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamOfAnOddServer, ::testing::ValuesIn(streamKinds()),
+                         ROW_NAME);
 INSTANTIATE_TEST_SUITE_P(OfEachKind, PhysicalStreamOfAnOddServer,
-                         ::testing::ValuesIn(physicalKinds()), NAME);
+                         ::testing::ValuesIn(physicalKinds()), ROW_NAME);
 
 }  // namespace
 }  // namespace cabinaudio::test

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/client/TrackFixture.h"
 
-#include <string>
-
 namespace cabinaudio::test {
 namespace {
 
 using NewTrack = TrackFixture;
 
 TEST_F(NewTrack, HasStepAndRingOfTheReplyAndIsIdleWhenItIsAlternative) {
-    makeAlternative(2000, 500);
+    makeWithRing(2000, 500);
     EXPECT_EQ(track->getPerLoopSize(), 500);
     EXPECT_EQ(track->getTotalBufferSize(), 2000);
     EXPECT_EQ(track->bytesFree(), 1999);
@@ -20,13 +18,13 @@ TEST_F(NewTrack, HasStepAndRingOfTheReplyAndIsIdleWhenItIsAlternative) {
 }
 
 TEST_F(NewTrack, HasNoRingWhenItIsAuxiliary) {
-    makeAuxiliary();
+    makeIdle();
     EXPECT_EQ(track->getTotalBufferSize(), 0);
     EXPECT_EQ(track->bytesFree(), 0);
 }
 
 TEST_F(NewTrack, RingWakesTheWriterAfterReads) {
-    makeAlternative();
+    makeWithRing();
     serverRing->write(data.data(), 8);
     unsigned char out[8];
     serverRing->read(out, 8);  // posts, because the track asked for it
@@ -89,7 +87,7 @@ TEST_F(NewTrack, IsAuxiliaryUnlessItsTagIsTheAlternative) {
 using TrackInitCheck = TrackFixture;
 
 TEST_F(TrackInitCheck, AsksTheServerWithoutTheFlagAndKeepsTheTrackIdle) {
-    makeAlternative();
+    makeWithRing();
     EXPECT_EQ(initCheck(), AUDIO_NO_ERROR);
     const std::vector<Request> asked = server.requests(INIT_CHECK);
     ASSERT_EQ(asked.size(), 1U);
@@ -100,13 +98,13 @@ TEST_F(TrackInitCheck, AsksTheServerWithoutTheFlagAndKeepsTheTrackIdle) {
 }
 
 TEST_F(TrackInitCheck, LogsAuxiliaryForEveryOtherTrack) {
-    makeAuxiliary();
+    makeIdle();
     EXPECT_EQ(initCheck(), AUDIO_NO_ERROR);
     EXPECT_TRUE(loggedLike(INFO, "Create auxiliary track\\[trk\\] Done cast:[0-9]+ ms\n"));
 }
 
 TEST_F(TrackInitCheck, ReturnsTheServersStatusWhenTheServerRefuses) {
-    makeAlternative();
+    makeWithRing();
     server.on(INIT_CHECK, Answer::status(-1234));
     EXPECT_EQ(initCheck(), -1234);
     EXPECT_TRUE(streamLogged(ERROR, "initCheck", "initCheck RPC failed status[-1234], Out\n"));

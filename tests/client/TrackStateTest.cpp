@@ -6,7 +6,7 @@ namespace {
 
 class IdleTrack : public TrackFixture {
 protected:
-    IdleTrack() { makeAuxiliary(); }
+    IdleTrack() { makeIdle(); }
 };
 
 TEST_F(IdleTrack, CanBeStartedAgainAfterAStop) {
@@ -56,7 +56,7 @@ TEST_F(IdleTrack, RefusesAKeyShiftDuringAnother) {
 class AlternativeTrack : public TrackFixture {
 protected:
     AlternativeTrack() {
-        makeAlternative();
+        makeWithRing();
         start();
     }
 };

@@ -4,7 +4,7 @@
 #include <cabinaudio/client/ClientTrack.h>
 #include <cabinaudio/client/ClientVersionSetting.h>
 
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
 #include "tests/support/StreamFixture.h"
@@ -105,8 +105,7 @@ TEST_F(TrackOfARealServer, IsRefusedWithACodedFormat) {
     AudioFormatDesc format = cdFormat();
     format.codecType = 64;
     ClientTrack refused("song", AUDIO_TAG_AUXILIARY, format, 0);
-    EXPECT_EQ(log.count(6, "[song] mRc->call failure, status:0  ret_status:-3000\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, 6, "[song] mRc->call failure, status:0  ret_status:-3000\n"));
     EXPECT_EQ(refused.initCheck(), AUDIO_INVALID_STATE);
 }
 

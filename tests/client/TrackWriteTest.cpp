@@ -7,7 +7,7 @@ namespace {
 using TrackWrite = TrackFixture;
 
 TEST_F(TrackWrite, IsLoggedTheFirstTimeOnlyAndBeforeAnyCheck) {
-    makeAlternative();
+    makeWithRing();
     EXPECT_EQ(track->write(nullptr, 7, true), AUDIO_BAD_VALUE);
     EXPECT_EQ(write(4, false), AUDIO_INVALID_STATE);
     EXPECT_TRUE(streamLoggedLike(
@@ -19,7 +19,7 @@ TEST_F(TrackWrite, IsLoggedTheFirstTimeOnlyAndBeforeAnyCheck) {
 class TrackWriteWithoutARing : public TrackFixture {
 protected:
     TrackWriteWithoutARing() {
-        makeAuxiliary();
+        makeIdle();
         start();
     }
 };
@@ -29,7 +29,7 @@ TEST_F(TrackWriteWithoutARing, WaitsASecondForIt) {
     EXPECT_EQ(write(10, false), AUDIO_TIMED_OUT) << "even when it may not block";
     EXPECT_GE(watch.ms(), 1000);
     EXPECT_TRUE(streamLoggedLike(ERROR, "share buffer not ready timeout\\[[0-9]+\\] Out \n"));
-    announceRing();
+    giveRing();
     EXPECT_EQ(write(10, false), 10);
 }
 
@@ -43,7 +43,7 @@ TEST_F(TrackWriteWithoutARing, TimesOutWhenTheAnnouncedRingCannotBeMapped) {
     EXPECT_TRUE(loggedLike(ERROR, ".*share buffer not ready timeout\\[1[0-9]+\\] Out \n"));
     EXPECT_TRUE(loggedLike(WARN, ".*wait free space timeout.*\n", ABSENT));
     // A later announcement is still followed, and the track is not left blocked.
-    announceRing();
+    giveRing();
     EXPECT_EQ(write(10, true), 10);
 }
 

@@ -20,7 +20,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
-#include <set>
+#include <sstream>
 #include <stdexcept>
 
 namespace cabinaudio::test {
@@ -92,7 +92,8 @@ bool isToFail(std::uint16_t function, void* returnAddress, int& error) {
 
 /// How a function tells that it has failed.
 enum class Telling {
-    Errno,      // -1, or what stands for it
+    Errno,      // -1, or null
+    Address,    // an address of its own, mmap's
     Result,     // the error itself
     Exception,  // std::bad_alloc
     Afterwards  // -1, when it has done what it was asked for
@@ -118,23 +119,8 @@ struct Hook {
         if constexpr (TELLING == Telling::Result) return static_cast<Result>(error);
         if constexpr (TELLING == Telling::Afterwards) (void)real(arguments...);
         errno = error;
+        if constexpr (TELLING == Telling::Address) return MAP_FAILED;
         return failure<Result>();
-    }
-};
-
-/// mmap, whose failure has an address of its own.
-template <std::uint16_t WHICH>
-struct MapHook {
-    using Real = void* (*)(void*, std::size_t, int, int, int, off64_t);
-    static inline Real real = nullptr;
-
-    static void* call(void* at, std::size_t length, int rights, int flags, int file,
-                      off64_t offset) {
-        int error = 0;
-        if (!isToFail(WHICH, __builtin_return_address(0), error))
-            return real(at, length, rights, flags, file, offset);
-        errno = error;
-        return MAP_FAILED;
     }
 };
 
@@ -235,7 +221,8 @@ const std::vector<Row>& rows() {
         row<ErrnoHook<15, int, int, off64_t>>({"ftruncate64", {EFBIG, EINTR, EIO, EPERM}}),
         row<ErrnoHook<16, int, int, int, off64_t, off64_t>>(
             {"fallocate64", {ENOSPC, EDQUOT, ENOMEM, EFBIG, EINTR, EIO, EOPNOTSUPP, ENOSYS}}),
-        row<MapHook<17>>({"mmap64", {ENOMEM, EAGAIN, EACCES, EPERM, ENODEV, ENFILE}}),
+        row<Hook<17, Telling::Address, void*, void*, std::size_t, int, int, int, off64_t>>(
+            {"mmap64", {ENOMEM, EAGAIN, EACCES, EPERM, ENODEV, ENFILE}}),
         row<ErrnoHook<18, int, void*, std::size_t>>({"munmap", {ENOMEM}, false, true}),
         row<LateHook<19, int, int>>({"close", {EINTR, EIO}}),
         row<ErrnoHook<20, int, const char*, int, Word>>(
@@ -274,53 +261,13 @@ const std::vector<Row>& rows() {
 
 /// Starts of names of what only computes, only looks, only ends things, or cannot fail as long as
 /// it is given what it has made itself.
-const std::vector<std::string>& harmless() {
-    static const std::vector<std::string> starts = {"_ITM_",
-                                                    "_Unwind_Resume",
-                                                    "_ZN",
-                                                    "_ZS",
-                                                    "_ZT",
-                                                    "_ZdlPv",
-                                                    "_ZdaPv",
-                                                    "__aeabi_",
-                                                    "__android_log_print",
-                                                    "__asan_",
-                                                    "__cxa_",
-                                                    "__errno_location",
-                                                    "ceilf",
-                                                    "__gmon_start__",
-                                                    "__gxx_personality_v0",
-                                                    "__gnu_",
-                                                    "__sanitizer_",
-                                                    "__stack_chk",
-                                                    "__tsan_",
-                                                    "__ubsan_",
-                                                    "abort",
-                                                    "free",
-                                                    "getenv",
-                                                    "getpagesize",
-                                                    "gnu_get_libc_version",
-                                                    "memc",
-                                                    "memm",
-                                                    "mems",
-                                                    "pthread_attr_",
-                                                    "pthread_cond",
-                                                    "pthread_detach",
-                                                    "pthread_exit",
-                                                    "pthread_join",
-                                                    "pthread_mutex",
-                                                    "pthread_self",
-                                                    "pthread_sigmask",
-                                                    "pthread_tryjoin_np",
-                                                    "sched_get_priority_max",
-                                                    "sem_getvalue",
-                                                    "sig",
-                                                    "snprintf",
-                                                    "__snprintf_chk",
-                                                    "str",
-                                                    "__isoc23_strtol"};
-    return starts;
-}
+constexpr const char* HARMLESS =
+    "_ITM_ _Unwind_Resume _ZN _ZS _ZT _ZdlPv _ZdaPv __aeabi_ __android_log_print __asan_ __cxa_ "
+    "__errno_location ceilf __gmon_start__ __gxx_personality_v0 __gnu_ __sanitizer_ __stack_chk "
+    "__tsan_ __ubsan_ abort free getenv getpagesize gnu_get_libc_version memc memm mems "
+    "pthread_attr_ pthread_cond pthread_detach pthread_exit pthread_join pthread_mutex "
+    "pthread_self pthread_sigmask pthread_tryjoin_np sched_get_priority_max sem_getvalue sig "
+    "snprintf __snprintf_chk str __isoc23_strtol";
 
 /// What matters of the C++ library: its files and their buffers.
 bool isOfFiles(const char* name) {
@@ -353,9 +300,10 @@ const std::vector<FaultyFunction>& faultyFunctions() {
 }
 
 bool cannotFail(const std::string& name) {
-    return std::any_of(harmless().begin(), harmless().end(), [&name](const std::string& start) {
-        return name.compare(0, start.size(), start) == 0;
-    });
+    std::istringstream starts(HARMLESS);
+    for (std::string start; starts >> start;)
+        if (name.starts_with(start)) return true;
+    return false;
 }
 
 std::string describe(const Site& site) {

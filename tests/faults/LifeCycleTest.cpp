@@ -17,7 +17,6 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -110,8 +109,7 @@ TEST_P(StreamLife, LeavesNothingAfterAnyNumberOfRounds) {
     EXPECT_LT(end, half + SLACK + static_cast<std::size_t>(rounds));
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamLife, ::testing::ValuesIn(streamKinds()),
-                         ::testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamLife, ::testing::ValuesIn(streamKinds()), ROW_NAME);
 
 TEST(SettingLife, LeavesNothingAfterAnyNumberOfRounds) {
     const LogCapture log;

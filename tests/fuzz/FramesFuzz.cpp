@@ -23,7 +23,7 @@ namespace {
 
 constexpr std::size_t MOST = 4096;
 
-void sendAll(int connection, const std::vector<std::uint8_t>& bytes) {
+void sendAll(int connection, const Bytes& bytes) {
     std::size_t sent = 0;
     while (sent < bytes.size()) {
         const ssize_t count =
@@ -34,7 +34,7 @@ void sendAll(int connection, const std::vector<std::uint8_t>& bytes) {
 }
 
 /// Serves one connection: sends all it has, and is silent until the client has gone.
-void serve(const Listener& listener, const std::vector<std::uint8_t>& bytes) {
+void serve(const Listener& listener, const Bytes& bytes) {
     const int connection = listener.accept();
     sendAll(connection, bytes);
     ::shutdown(connection, SHUT_WR);
@@ -44,15 +44,9 @@ void serve(const Listener& listener, const std::vector<std::uint8_t>& bytes) {
     ::close(connection);
 }
 
-template <typename Record>
-void append(std::vector<std::uint8_t>& to, const Record& record) {
-    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(&record);
-    to.insert(to.end(), bytes, bytes + sizeof record);
-}
-
 /// Frames with the numbers of the input, most of them well formed; plain bytes in between.
-std::vector<std::uint8_t> bytesOf(Input& input) {
-    std::vector<std::uint8_t> bytes;
+Bytes bytesOf(Input& input) {
+    Bytes bytes;
     if (input.byte() % 8 != 7) {
         append(bytes, SocketFrameHeader{FRAME_MAGIC, HEADER_REPLY, 0, 0, 0, 0, 0});
         append(bytes, wire::RegistrationReply{0, 1});
@@ -88,7 +82,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         AUDIO_CONNECT_MIXER_SETTING, AUDIO_CONNECT_VERSION_SETTING, AUDIO_CONNECT_UNKNOWN};
     const audio_connect_type type = TYPES[input.byte() % std::size(TYPES)];
     const std::size_t frames = 1 + size / 2 + MOST / sizeof(SocketFrameHeader);
-    const std::vector<std::uint8_t> bytes = bytesOf(input);
+    const Bytes bytes = bytesOf(input);
     std::thread peer([&] { serve(listener, bytes); });
 
     std::atomic<std::size_t> told{0};

@@ -7,8 +7,17 @@
 #include <iterator>
 #include <list>
 #include <memory>
+#include <vector>
 
 namespace cabinaudio::fuzz {
+
+using Bytes = std::vector<std::uint8_t>;
+
+template <typename Record>
+void append(Bytes& to, const Record& record) {
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(&record);
+    to.insert(to.end(), bytes, bytes + sizeof record);
+}
 
 /// Arguments and replies out of one piece of arbitrary bytes. Bytes beyond its end read as 0.
 class Input {

@@ -1,15 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cabinaudio/client/ClientAppSetting.h>
-#include <cabinaudio/client/ClientMixerSetting.h>
-#include <cabinaudio/client/ClientRecordControl.h>
-#include <cabinaudio/client/ClientSourceSetting.h>
-#include <cabinaudio/client/ClientVolumeSetting.h>
-
 #include "tests/fuzz/Arguments.h"
 #include "tests/fuzz/Demand.h"
 #include "tests/fuzz/Input.h"
+#include "tests/support/SettingSlots.h"
 
 #include <cstring>
 #include <tuple>
@@ -17,8 +12,7 @@
 
 namespace cabinaudio::fuzz {
 
-/// How many requests an operation makes.
-enum class Requests { None, One, Several };
+using test::slots::Requests;
 
 /// Calls the member with arguments out of the input, first to last, and checks its results.
 template <typename Client, typename Result, typename Owner, typename... Parameter>
@@ -43,42 +37,10 @@ struct Operation {
     const char* name;
     Requests requests;
     void (*invoke)(Client& client, Input& input);
-
-    /// An operation whose arguments follow from its signature. The name is the member's.
-    template <Requests REQUESTS, auto MEMBER>
-    static Operation of() {
-        return {__PRETTY_FUNCTION__, REQUESTS,
-                [](Client& client, Input& input) { fuzz::invoke(client, input, MEMBER); }};
-    }
-    template <auto MEMBER>
-    static Operation none() {
-        return of<Requests::None, MEMBER>();
-    }
-    template <auto MEMBER>
-    static Operation one() {
-        return of<Requests::One, MEMBER>();
-    }
-    template <auto MEMBER>
-    static Operation several() {
-        return of<Requests::Several, MEMBER>();
-    }
-    /// The same for overloads, which the member's type tells apart.
-    template <typename Member, Member MEMBER>
-    static Operation none() {
-        return of<Requests::None, MEMBER>();
-    }
-    template <typename Member, Member MEMBER>
-    static Operation one() {
-        return of<Requests::One, MEMBER>();
-    }
 };
 
 /// Every operation of each class.
-const std::vector<Operation<ClientVolumeSetting>>& operationsOf(const ClientVolumeSetting*);
-const std::vector<Operation<ClientSourceSetting>>& operationsOf(const ClientSourceSetting*);
-const std::vector<Operation<ClientAppSetting>>& operationsOf(const ClientAppSetting*);
-const std::vector<Operation<ClientMixerSetting>>& operationsOf(const ClientMixerSetting*);
-const std::vector<Operation<ClientAudioRecordControl>>& operationsOf(
-    const ClientAudioRecordControl*);
+template <typename Client>
+const std::vector<Operation<Client>>& operationsOf();
 
 }  // namespace cabinaudio::fuzz

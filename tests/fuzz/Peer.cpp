@@ -7,34 +7,17 @@
 #include "wire/Settings.h"
 
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 namespace cabinaudio::fuzz {
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-
 constexpr auto SETTINGS = wire::settingRows();
-
-int checked(int result, const char* what) {
-    if (result >= 0) return result;
-    std::perror(what);
-    std::abort();
-}
-
-template <typename Record>
-void append(Bytes& to, const Record& record) {
-    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(&record);
-    to.insert(to.end(), bytes, bytes + sizeof record);
-}
 
 /// One step of a xorshift generator; 0 is not in its cycle.
 std::uint32_t step(std::uint32_t& state) {
@@ -114,24 +97,10 @@ std::uint32_t bodySize(std::uint32_t type, const Bytes& payload) {
 
 }  // namespace
 
-Listener::Listener()
-    : mSocket(checked(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket")) {
-    constexpr std::size_t NAME_LENGTH = sizeof wire::SERVER_SOCKET - 1;
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path + 1, wire::SERVER_SOCKET, NAME_LENGTH);
-    checked(::bind(mSocket, reinterpret_cast<const sockaddr*>(&address),
-                   static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + NAME_LENGTH)),
-            "bind");
-    checked(::listen(mSocket, 16), "listen");
-}
-
-Listener::~Listener() {
-    ::close(mSocket);
-}
-
 int Listener::accept() const {
-    return checked(::accept(mSocket, nullptr, nullptr), "accept");
+    const int connection = ::accept(mSocket.get(), nullptr, nullptr);
+    demand(connection >= 0, "a client is accepted");
+    return connection;
 }
 
 Script::Script(Input& input) : manner(mannerOf(input.number<std::uint16_t>())) {

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tests/support/LocalSocket.h"
+#include "wire/Frame.h"
+
 #include <cstdint>
 #include <mutex>
 #include <thread>
@@ -14,15 +17,10 @@ class Input;
 /// The socket that the library's clients connect to.
 class Listener {
 public:
-    Listener();
-    ~Listener();
-    Listener(const Listener&) = delete;
-    Listener& operator=(const Listener&) = delete;
-
     [[nodiscard]] int accept() const;
 
 private:
-    int mSocket;
+    server::UniqueFd mSocket = test::listenAt(wire::SERVER_SOCKET, 16);
 };
 
 /// What a peer does with a request, besides the bytes of its answer. Whatever it does, a frame of a

@@ -15,7 +15,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <string>
 
 namespace cabinaudio::fuzz {
 namespace {

@@ -8,18 +8,16 @@
 #include "devkit/server/rings/MemoryFault.h"
 #include "tests/fuzz/Demand.h"
 #include "tests/fuzz/Input.h"
+#include "tests/support/LocalSocket.h"
 #include "wire/Frame.h"
 #include "wire/Settings.h"
 #include "wire/Stream.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstring>
 #include <string>
 #include <thread>
@@ -28,8 +26,6 @@
 
 namespace cabinaudio::fuzz {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr int PATIENCE_MS = 60000;
 constexpr int MOST_STEPS = 32;
@@ -46,41 +42,8 @@ void startServer() {
     std::thread([server] { server->run(); }).detach();
 }
 
-template <typename Record>
-void append(Bytes& to, const Record& record) {
-    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(&record);
-    to.insert(to.end(), bytes, bytes + sizeof record);
-}
-
 class FuzzedClient {
 public:
-    FuzzedClient() : mFd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        constexpr std::size_t NAME = sizeof wire::SERVER_SOCKET - 1;
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        std::memcpy(address.sun_path + 1, wire::SERVER_SOCKET, NAME);
-        const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + NAME);
-        demand(::connect(mFd, reinterpret_cast<const sockaddr*>(&address), length) == 0,
-               "the server accepts");
-    }
-    FuzzedClient(FuzzedClient&& other) noexcept
-        : mFd(std::exchange(other.mFd, -1)),
-          mType(other.mType),
-          mHandle(other.mHandle),
-          mIsInStep(other.mIsInStep),
-          mName(std::move(other.mName)) {}
-    FuzzedClient& operator=(FuzzedClient&& other) noexcept {
-        std::swap(mFd, other.mFd);
-        mType = other.mType;
-        mHandle = other.mHandle;
-        mIsInStep = other.mIsInStep;
-        mName = std::move(other.mName);
-        return *this;
-    }
-    ~FuzzedClient() {
-        if (mFd >= 0) ::close(mFd);
-    }
-
     /// What is no message: from here on the server may take the rest of one for anything.
     void sendGarbage(const Bytes& bytes) {
         mIsInStep = false;
@@ -88,7 +51,7 @@ public:
     }
 
     bool send(const Bytes& bytes) const {
-        return ::send(mFd, bytes.data(), bytes.size(), MSG_NOSIGNAL) ==
+        return ::send(mFd.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) ==
                static_cast<ssize_t>(bytes.size());
     }
 
@@ -97,9 +60,8 @@ public:
         Bytes bytes(65536);
         std::size_t count = 0;
         while (count < least) {
-            pollfd entry = {mFd, POLLIN, 0};
-            demand(::poll(&entry, 1, PATIENCE_MS) > 0, "the server answers or closes");
-            const ssize_t got = ::recv(mFd, bytes.data() + count, bytes.size() - count, 0);
+            demand(test::isReadable(mFd.get(), PATIENCE_MS), "the server answers or closes");
+            const ssize_t got = ::recv(mFd.get(), bytes.data() + count, bytes.size() - count, 0);
             if (got <= 0) return {};
             count += static_cast<std::size_t>(got);
         }
@@ -142,7 +104,7 @@ public:
     [[nodiscard]] const std::string& name() const { return mName; }
 
 private:
-    int mFd;
+    server::UniqueFd mFd = test::connectTo(wire::SERVER_SOCKET);
     std::uint32_t mType = 0;
     std::uint32_t mHandle = 0;
     bool mIsInStep = true;

@@ -16,7 +16,6 @@
 
 #include <chrono>
 #include <memory>
-#include <vector>
 
 namespace cabinaudio::fuzz {
 namespace {

@@ -14,9 +14,7 @@ template <typename Client>
 class Connection {
 public:
     explicit Connection(const Listener& listener)
-        : mListener(listener),
-          mOperations(operationsOf(static_cast<const Client*>(nullptr))),
-          mAnswers(mOperations.size()) {
+        : mListener(listener), mOperations(operationsOf<Client>()), mAnswers(mOperations.size()) {
         renew();
     }
     ~Connection() { mClient.reset(); }  // before its peer, which waits for that

@@ -123,10 +123,7 @@ TEST_P(CutConversation, FailsWhenTheServerStallsAtAnyByte) {
     EXPECT_TRUE(leavesNoMoreThan(before));
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, CutConversation, ::testing::ValuesIn(streamKinds()),
-                         ::testing::PrintToStringParamName());
-
-// ---- Settings, which all use one kind of request ------------------------------------------------
+INSTANTIATE_TEST_SUITE_P(OfEachKind, CutConversation, ::testing::ValuesIn(streamKinds()), ROW_NAME);
 
 /// @return whether the operation succeeded, with a server that is cut
 template <typename Operation>

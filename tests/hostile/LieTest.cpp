@@ -183,8 +183,7 @@ TEST_P(WrongAnswer, LetsEachCallReturnAndLeavesNothing) {
     EXPECT_TRUE(leavesNoMoreThan(before));
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, WrongAnswer, ::testing::ValuesIn(streamKinds()),
-                         ::testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(OfEachKind, WrongAnswer, ::testing::ValuesIn(streamKinds()), ROW_NAME);
 
 TEST(WrongSettingAnswer, LetsEachCallReturn) {
     const PolicyGuard guard({20ms, true, true});

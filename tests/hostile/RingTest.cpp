@@ -186,8 +186,7 @@ TEST_P(RingOfAStream, BearsAnotherProcessThatWritesItsHeaderDuringTransfers) {
     EXPECT_TRUE(WIFSIGNALED(status)) << "it scribbled to the end";
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, RingOfAStream, ::testing::ValuesIn(codedKinds()),
-                         ::testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(OfEachKind, RingOfAStream, ::testing::ValuesIn(codedKinds()), ROW_NAME);
 
 // ---- Objects that are shorter than the server says ----------------------------------------------
 

@@ -243,8 +243,7 @@ TEST_P(ServerLoss, ByAStopBeforeDestructionLeavesNothing) {
     conversation.destroy();
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, ServerLoss, testing::ValuesIn(clientKinds()),
-                         testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(OfEachKind, ServerLoss, testing::ValuesIn(clientKinds()), ROW_NAME);
 
 }  // namespace
 }  // namespace cabinaudio::test

@@ -53,8 +53,7 @@ TEST_P(StreamTransfer, ContinuesWithItsServerAndAgainWithTheNextOne) {
     EXPECT_TRUE(leavesNothing());
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamTransfer, ::testing::ValuesIn(streamKinds()),
-                         ::testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(OfEachKind, StreamTransfer, ::testing::ValuesIn(streamKinds()), ROW_NAME);
 
 }  // namespace
 }  // namespace cabinaudio::test

@@ -49,17 +49,16 @@ TEST_F(Connecting, RequestsALocalStreamSocketAndItsAbstractName) {
     std::vector<int> asked;
     std::vector<std::uint8_t> address;
     socklen_t given = 0;
-    platform::Replace socket(platform::socketSlot, [&](int domain, int type, int protocol) {
+    Replaced<platform::socket> socket([&](int domain, int type, int protocol) {
         asked = {domain, type, protocol};
-        return platform::real::socket(domain, type, protocol);
+        return platform::socket.real(domain, type, protocol);
     });
-    platform::Replace connect(
-        platform::connectSlot, [&](int descriptor, const sockaddr* to, socklen_t length) {
-            const auto* const bytes = reinterpret_cast<const std::uint8_t*>(to);
-            address.assign(bytes, bytes + sizeof(sockaddr_un));
-            given = length;
-            return platform::real::connect(descriptor, to, length);
-        });
+    Replaced<platform::connect> connect([&](int descriptor, const sockaddr* to, socklen_t length) {
+        const auto* const bytes = reinterpret_cast<const std::uint8_t*>(to);
+        address.assign(bytes, bytes + sizeof(sockaddr_un));
+        given = length;
+        return platform::connect.real(descriptor, to, length);
+    });
     AudioConnection connection("abstract", 1, nullptr, nullptr);
     EXPECT_TRUE(abstract.waitForClients(1));
     EXPECT_THAT(asked, ElementsAre(AF_UNIX, SOCK_STREAM, 0));
@@ -71,11 +70,10 @@ TEST_F(Connecting, RequestsALocalStreamSocketAndItsAbstractName) {
 
 TEST_F(Connecting, GivesTheDescriptorASendTimeoutAndCloseOnExec) {
     int descriptor = -1;
-    platform::Replace connect(platform::connectSlot,
-                              [&](int fd, const sockaddr* to, socklen_t length) {
-                                  descriptor = fd;
-                                  return platform::real::connect(fd, to, length);
-                              });
+    Replaced<platform::connect> connect([&](int fd, const sockaddr* to, socklen_t length) {
+        descriptor = fd;
+        return platform::connect.real(fd, to, length);
+    });
     AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
     timeval timeout = {};
     socklen_t length = sizeof timeout;
@@ -86,9 +84,8 @@ TEST_F(Connecting, GivesTheDescriptorASendTimeoutAndCloseOnExec) {
 }
 
 TEST_F(Connecting, SucceedsWithoutASendTimeout) {
-    platform::Replace setsockopt(
-        platform::setsockoptSlot,
-        [](int, int, int, const void*, socklen_t) { return platform::failWith(EDOM); });
+    Replaced<platform::setsockopt> setsockopt(
+        [](int, int, int, const void*, socklen_t) { return failWith(EDOM); });
     AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
     EXPECT_TRUE(logged(log, WARN, "AudioConnection", "connect", "set send timeout time failed\n"));
     const std::uint8_t byte = 1;
@@ -98,14 +95,13 @@ TEST_F(Connecting, SucceedsWithoutASendTimeout) {
 TEST_F(Connecting, CreatesItsThreadForRoundRobinAtTheHighestPriority) {
     int policy = -1;
     sched_param param = {};
-    platform::Replace create(
-        platform::pthreadCreateSlot,
+    Replaced<platform::pthread_create> create(
         [&](pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*), void* to) {
-            if (platform::isLibraryThread(attributes)) {
+            if (isLibraryThread(attributes)) {
                 pthread_attr_getschedpolicy(attributes, &policy);
                 pthread_attr_getschedparam(attributes, &param);
             }
-            return platform::real::pthread_create(thread, attributes, entry, to);
+            return platform::pthread_create.real(thread, attributes, entry, to);
         });
     AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
     EXPECT_EQ(policy, SCHED_RR);
@@ -138,11 +134,10 @@ TEST_F(Connecting, FailsEveryLaterOperationWhenNobodyListens) {
 TEST_F(Connecting, SucceedsWithItsLastAttempt) {
     const ProcessState before = ProcessState::now();
     int attempts = 0;
-    platform::Replace connect(platform::connectSlot,
-                              [&](int descriptor, const sockaddr* to, socklen_t length) {
-                                  if (++attempts < 11) return platform::failWith(ECONNREFUSED);
-                                  return platform::real::connect(descriptor, to, length);
-                              });
+    Replaced<platform::connect> connect([&](int descriptor, const sockaddr* to, socklen_t length) {
+        if (++attempts < 11) return failWith(ECONNREFUSED);
+        return platform::connect.real(descriptor, to, length);
+    });
     {
         AudioConnection connection(wire::SERVER_SOCKET, 0, nullptr, nullptr);
         EXPECT_TRUE(logged(log, ERROR, "connect failed\n", 10));
@@ -155,9 +150,9 @@ TEST_F(Connecting, SucceedsWithItsLastAttempt) {
 
 TEST_F(Connecting, CountsARefusedSocketAsAnAttempt) {
     int attempts = 0;
-    platform::Replace socket(platform::socketSlot, [&](int, int, int) {
+    Replaced<platform::socket> socket([&](int, int, int) {
         ++attempts;
-        return platform::failWith(EMFILE);
+        return failWith(EMFILE);
     });
     AudioConnection connection(NOBODY, 0, nullptr, nullptr);
     EXPECT_EQ(attempts, 11);
@@ -169,11 +164,11 @@ TEST_F(Connecting, CountsARefusedSocketAsAnAttempt) {
 TEST_F(Connecting, RefusesTheStandardDescriptors) {
     std::vector<int> closed;
     int next = 0;
-    platform::Replace socket(platform::socketSlot, [&](int domain, int type, int protocol) {
-        return next <= 2 ? next++ : platform::real::socket(domain, type, protocol);
+    Replaced<platform::socket> socket([&](int domain, int type, int protocol) {
+        return next <= 2 ? next++ : platform::socket.real(domain, type, protocol);
     });
-    platform::Replace close(platform::closeSlot, [&](int descriptor) {
-        if (descriptor > 2) return platform::real::close(descriptor);
+    Replaced<platform::close> close([&](int descriptor) {
+        if (descriptor > 2) return platform::close.real(descriptor);
         closed.push_back(descriptor);
         return 0;
     });

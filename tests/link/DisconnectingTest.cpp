@@ -6,8 +6,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <future>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -23,16 +21,16 @@ TEST_F(Disconnecting, ShutsTheSocketDownLogsAndClosesIt) {
     std::mutex lock;
     std::vector<std::string> steps;
     int descriptor = -1;
-    platform::Replace shutdown(platform::shutdownSlot, [&](int fd, int how) {
+    Replaced<platform::shutdown> shutdown([&](int fd, int how) {
         const std::lock_guard hold(lock);
         descriptor = fd;
         steps.push_back(how == SHUT_RDWR ? "shutdown" : "half a shutdown");
-        return platform::real::shutdown(fd, how);
+        return platform::shutdown.real(fd, how);
     });
-    platform::Replace close(platform::closeSlot, [&](int fd) {
+    Replaced<platform::close> close([&](int fd) {
         const std::lock_guard hold(lock);
         if (fd == descriptor) steps.push_back("close");
-        return platform::real::close(fd);
+        return platform::close.real(fd);
     });
     EXPECT_EQ(connection.disconnect(), 0);
     EXPECT_THAT(steps, ElementsAre("shutdown", "close"));
@@ -115,9 +113,9 @@ TEST_F(Disconnecting, EndsASendThatTheServerDoesNotRead) {
 TEST_F(Disconnecting, KeepsTheDescriptorOpenWhileASenderUsesIt) {
     std::atomic<int> closed = 0;
     HeldSend send(-1);
-    platform::Replace close(platform::closeSlot, [&](int fd) {
+    Replaced<platform::close> close([&](int fd) {
         if (fd == send.descriptor()) ++closed;
-        return platform::real::close(fd);
+        return platform::close.real(fd);
     });
     std::thread sender([&] {
         const Bytes message(100);

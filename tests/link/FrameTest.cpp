@@ -165,7 +165,7 @@ protected:
 };
 
 TEST_F(FrameReceive, CountsAsACrashAtOnceForAnyErrorButEagain) {
-    const platform::Replace recv(platform::recvSlot, returning(-1, ECONNRESET, &calls));
+    const Replaced<platform::recv> recv(returning(-1, ECONNRESET, &calls));
     connect();
     ASSERT_TRUE(box.waitFor(1));
     EXPECT_TRUE(receiveThreadEnds());
@@ -179,7 +179,7 @@ TEST_F(FrameReceive, CountsAsACrashAtOnceForAnyErrorButEagain) {
 }
 
 TEST_F(FrameReceive, EndsTheThreadWithoutACrashAfterElevenAttempts) {
-    const platform::Replace recv(platform::recvSlot, returning(-1, EAGAIN, &calls));
+    const Replaced<platform::recv> recv(returning(-1, EAGAIN, &calls));
     connect();
     ASSERT_TRUE(log.waitFor(DEBUG, "disconnect return from recv,recv failed(-1) magic=0x0\n"));
     EXPECT_TRUE(receiveThreadEnds());
@@ -193,11 +193,10 @@ TEST_F(FrameReceive, EndsTheThreadWithoutACrashAfterElevenAttempts) {
 }
 
 TEST_F(FrameReceive, ReadsTheNextFrameAfterTenRetries) {
-    platform::Replace recv(platform::recvSlot,
-                           [&](int descriptor, void* data, std::size_t length, int flags) {
-                               if (++calls <= 10) return ssize_t{platform::failWith(EAGAIN)};
-                               return platform::real::recv(descriptor, data, length, flags);
-                           });
+    Replaced<platform::recv> recv([&](int descriptor, void* data, std::size_t length, int flags) {
+        if (++calls <= 10) return ssize_t{failWith(EAGAIN)};
+        return platform::recv.real(descriptor, data, length, flags);
+    });
     connect();
     server.notify(4, 5);
     ASSERT_TRUE(box.waitFor(1));
@@ -205,14 +204,12 @@ TEST_F(FrameReceive, ReadsTheNextFrameAfterTenRetries) {
 }
 
 TEST_F(FrameReceive, StartsAgainWhenTheBufferHasAValidMagic) {
-    platform::Replace recv(platform::recvSlot,
-                           [&](int descriptor, void* data, std::size_t length, int flags) {
-                               if (++calls > 11)
-                                   return platform::real::recv(descriptor, data, length, flags);
-                               const std::uint32_t magic = 0x00112233;
-                               std::memcpy(data, &magic, sizeof magic);
-                               return ssize_t{platform::failWith(EAGAIN)};
-                           });
+    Replaced<platform::recv> recv([&](int descriptor, void* data, std::size_t length, int flags) {
+        if (++calls > 11) return platform::recv.real(descriptor, data, length, flags);
+        const std::uint32_t magic = 0x00112233;
+        std::memcpy(data, &magic, sizeof magic);
+        return ssize_t{failWith(EAGAIN)};
+    });
     connect();
     server.notify(4, 5);
     ASSERT_TRUE(box.waitFor(1));
@@ -221,7 +218,7 @@ TEST_F(FrameReceive, StartsAgainWhenTheBufferHasAValidMagic) {
 }
 
 TEST_F(FrameReceive, EndsWithoutACrashWhenErrnoIsEagainAtTheEndOfTheStream) {
-    const platform::Replace recv(platform::recvSlot, returning(0, EAGAIN));
+    const Replaced<platform::recv> recv(returning(0, EAGAIN));
     connect();
     EXPECT_TRUE(log.waitFor(DEBUG, "disconnect return from recv,recv failed(0) magic=0x0\n"));
     EXPECT_TRUE(receiveThreadEnds());
@@ -230,7 +227,7 @@ TEST_F(FrameReceive, EndsWithoutACrashWhenErrnoIsEagainAtTheEndOfTheStream) {
 }
 
 TEST_F(FrameReceive, IsNotRetriedForAResultBelowMinusOne) {
-    const platform::Replace recv(platform::recvSlot, returning(-2, EIO, &calls));
+    const Replaced<platform::recv> recv(returning(-2, EIO, &calls));
     connect();
     ASSERT_TRUE(box.waitFor(1));
     EXPECT_EQ(calls, 1);
@@ -240,11 +237,10 @@ TEST_F(FrameReceive, IsNotRetriedForAResultBelowMinusOne) {
 
 TEST_F(FrameReceive, EndsWithoutACrashWhenTheClientDisconnects) {
     Counter entered;
-    platform::Replace recv(platform::recvSlot,
-                           [&](int descriptor, void* data, std::size_t length, int flags) {
-                               entered.add();
-                               return platform::real::recv(descriptor, data, length, flags);
-                           });
+    Replaced<platform::recv> recv([&](int descriptor, void* data, std::size_t length, int flags) {
+        entered.add();
+        return platform::recv.real(descriptor, data, length, flags);
+    });
     connect();
     ASSERT_TRUE(entered.waitFor(1));
     EXPECT_EQ(connection->disconnect(), 0);
@@ -257,10 +253,10 @@ TEST_F(FrameReceive, EndsWithoutACrashWhenTheClientDisconnects) {
 TEST_F(FrameReceive, RequestsOneHeaderWithoutSignals) {
     std::size_t asked = 0;
     int how = 0;
-    platform::Replace recv(platform::recvSlot, [&](int, void*, std::size_t length, int flags) {
+    Replaced<platform::recv> recv([&](int, void*, std::size_t length, int flags) {
         asked = length;
         how = flags;
-        return ssize_t{platform::failWith(EIO)};
+        return ssize_t{failWith(EIO)};
     });
     connect();
     ASSERT_TRUE(box.waitFor(1));

@@ -4,7 +4,9 @@
 #include <cabinaudio/link/AudioConnection.h>
 #include <cabinaudio/link/RemoteCall.h>
 
-#include "tests/link/Platform.h"
+#include "tests/interpose/Replaced.h"
+#include "tests/interpose/Sockets.h"
+#include "tests/interpose/Threads.h"
 #include "tests/support/Logged.h"
 #include "tests/support/Row.h"
 #include "tests/support/ScriptedServer.h"
@@ -92,15 +94,28 @@ private:
     std::size_t mCount = 0;
 };
 
+/// As a failing function of the platform.
+inline int failWith(int error) {
+    errno = error;
+    return -1;
+}
+
+/// Whether a thread with these attributes is one of the library's: those choose their scheduling.
+inline bool isLibraryThread(const pthread_attr_t* attributes) {
+    int inherit = PTHREAD_INHERIT_SCHED;
+    if (attributes != nullptr) pthread_attr_getinheritsched(attributes, &inherit);
+    return inherit == PTHREAD_EXPLICIT_SCHED;
+}
+
 /// Sleeps of the library, in microseconds; none of them takes any time.
 class NoSleeping {
 public:
     NoSleeping()
-        : mReplace(platform::selectSlot, [this](int, fd_set*, fd_set*, fd_set*, timeval* timeout) {
+        : mReplace([this](int, fd_set*, fd_set*, fd_set*, timeval* timeout) {
               const std::lock_guard lock(mLock);
               mSleeps.push_back(static_cast<long>(timeout->tv_sec) * 1000000 +
                                 static_cast<long>(timeout->tv_usec));
-              return platform::failWith(EINTR);  // as after a signal: errno is another one
+              return failWith(EINTR);  // as after a signal: errno is another one
           }) {}
     [[nodiscard]] std::vector<long> sleeps() const {
         const std::lock_guard lock(mLock);
@@ -110,7 +125,7 @@ public:
 private:
     mutable std::mutex mLock;
     std::vector<long> mSleeps;
-    platform::Replace mReplace;
+    Replaced<platform::select> mReplace;
 };
 
 /// Library threads that the system refuses: all of them, or the first ones.
@@ -118,23 +133,21 @@ class RefusedThreads {
 public:
     explicit RefusedThreads(int count = std::numeric_limits<int>::max())
         : mCount(count),
-          mReplace(platform::pthreadCreateSlot,
-                   [this](pthread_t* thread, const pthread_attr_t* attributes,
+          mReplace([this](pthread_t* thread, const pthread_attr_t* attributes,
                           void* (*entry)(void*), void* argument) {
-                       if (platform::isLibraryThread(attributes) && ++mThreads <= mCount)
-                           return EPERM;
-                       return platform::real::pthread_create(thread, attributes, entry, argument);
-                   }) {}
+              if (isLibraryThread(attributes) && ++mThreads <= mCount) return EPERM;
+              return platform::pthread_create.real(thread, attributes, entry, argument);
+          }) {}
     /// Library threads so far, refused or not.
     [[nodiscard]] int threads() const { return mThreads; }
 
 private:
     const int mCount;
     std::atomic<int> mThreads = 0;
-    platform::Replace mReplace;
+    Replaced<platform::pthread_create> mReplace;
 };
 
-/// For sendSlot and recvSlot: returns this number, with this errno, and counts the calls.
+/// In place of send or recv: returns this number, with this errno, and counts the calls.
 inline auto returning(ssize_t result, int error, std::atomic<int>* calls = nullptr) {
     return [=](int, const void*, std::size_t, int) {
         if (calls != nullptr) ++*calls;
@@ -147,16 +160,15 @@ inline auto returning(ssize_t result, int error, std::atomic<int>* calls = nullp
 class HeldSend {
 public:
     explicit HeldSend(ssize_t result)
-        : mSend(platform::sendSlot,
-                [this, result](int descriptor, const void*, std::size_t, int) {
-                    mDescriptor = descriptor;
-                    mEntered.add();
-                    mLeave.get_future().wait();
-                    errno = EPIPE;
-                    return result;
-                }),
-          mShutdown(platform::shutdownSlot, [this](int descriptor, int how) {
-              const int done = platform::real::shutdown(descriptor, how);
+        : mSend([this, result](int descriptor, const void*, std::size_t, int) {
+              mDescriptor = descriptor;
+              mEntered.add();
+              mLeave.get_future().wait();
+              errno = EPIPE;
+              return result;
+          }),
+          mShutdown([this](int descriptor, int how) {
+              const int done = platform::shutdown.real(descriptor, how);
               mShutDown.add();
               return done;
           }) {}
@@ -172,8 +184,8 @@ private:
     Counter mShutDown;
     std::promise<void> mLeave;
     std::atomic<int> mDescriptor = -1;
-    platform::Replace mSend;
-    platform::Replace mShutdown;
+    Replaced<platform::send> mSend;
+    Replaced<platform::shutdown> mShutdown;
 };
 
 /// Of sending a message or receiving a body, when each call of the platform's function returns the

@@ -6,12 +6,12 @@
 #include <cabinaudio/link/RemoteCall.h>
 
 #include "tests/link/LinkFixture.h"
+#include "tests/support/LocalSocket.h"
 #include "tests/support/PolicyGuard.h"
 
 #include <gmock/gmock.h>
 #include <sys/socket.h>
 #include <sys/time.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -203,22 +203,12 @@ TEST_F(ReplyTimeout, EndsASendThatTheServerDoesNotTake) {
 
 TEST_F(ReplyTimeout, EndsAConnectionThatNobodyAccepts) {
     const std::string path = "deaf" + std::to_string(getpid());
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path + 1, path.data(), path.size());
-    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + path.size());
-    const int listening = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    ASSERT_EQ(::bind(listening, reinterpret_cast<const sockaddr*>(&address), length), 0);
-    ASSERT_EQ(::listen(listening, 0), 0);
-    const int first = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    ASSERT_EQ(::connect(first, reinterpret_cast<const sockaddr*>(&address), length), 0);
-
+    const server::UniqueFd listening = listenAt(path, 0);
+    const server::UniqueFd first = connectTo(path);
     const Watch watch;
     AudioConnection connection(path.c_str(), 0, nullptr, nullptr);
     watch.expectTimeout();
     EXPECT_EQ(connection.disconnect(), 1);
-    ::close(first);
-    ::close(listening);
 }
 
 TEST_F(ReplyTimeout, LetsTheDestructorReturn) {
@@ -294,21 +284,20 @@ TEST(LongestTimeout, IsNotOverBeforeTheRequestBegins) {
 class NoRealTime {
 public:
     NoRealTime()
-        : mReplace(platform::pthreadCreateSlot,
-                   [this](pthread_t* thread, const pthread_attr_t* attributes,
+        : mReplace([this](pthread_t* thread, const pthread_attr_t* attributes,
                           void* (*entry)(void*), void* argument) {
-                       int policy = SCHED_OTHER;
-                       if (attributes != nullptr) pthread_attr_getschedpolicy(attributes, &policy);
-                       if (policy != SCHED_OTHER) return EPERM;
-                       if (platform::isLibraryThread(attributes)) mOrdinary.add();
-                       return platform::real::pthread_create(thread, attributes, entry, argument);
-                   }) {}
+              int policy = SCHED_OTHER;
+              if (attributes != nullptr) pthread_attr_getschedpolicy(attributes, &policy);
+              if (policy != SCHED_OTHER) return EPERM;
+              if (isLibraryThread(attributes)) mOrdinary.add();
+              return platform::pthread_create.real(thread, attributes, entry, argument);
+          }) {}
 
     [[nodiscard]] std::size_t ordinary() const { return mOrdinary.count(); }
 
 private:
     Counter mOrdinary;
-    platform::Replace mReplace;
+    Replaced<platform::pthread_create> mReplace;
 };
 
 TEST(OrdinaryThread, ReplacesARealTimeThreadThatIsRefused) {

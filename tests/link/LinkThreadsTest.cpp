@@ -56,11 +56,11 @@ TEST(RemoteCallThreads, HaveStacksOfOneMebibyte) {
     ScriptedServer server;
     std::list<Body> bodies;
     {
-        const platform::Replace replaced(
-            platform::pthreadCreateSlot, [&](pthread_t* thread, const pthread_attr_t* attributes,
-                                             void* (*entry)(void*), void* argument) {
+        const Replaced<platform::pthread_create> replaced(
+            [&](pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*),
+                void* argument) {
                 bodies.push_back({entry, argument, {}});
-                return platform::real::pthread_create(thread, attributes, measure, &bodies.back());
+                return platform::pthread_create.real(thread, attributes, measure, &bodies.back());
             });
         Mailbox box;
         RemoteCall call(AUDIO_CONNECT_MAIN, &Mailbox::take, &box, "stacks");

@@ -10,7 +10,6 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
-#include <memory>
 #include <string>
 #include <thread>
 

@@ -139,7 +139,7 @@ TEST_F(Registration, DeliversANotificationThatComesBeforeTheAnswer) {
 }
 
 TEST_F(Registration, AwaitsTheAnswerEvenWhenTheMessageWasNotSent) {
-    const platform::Replace send(platform::sendSlot, returning(-1, EPIPE));
+    const Replaced<platform::send> send(returning(-1, EPIPE));
     std::thread answering([&] {
         EXPECT_TRUE(server.waitForClients(1));
         server.send(ScriptedServer::frame(HEADER_REPLY) + Bytes{0, 0, 0, 0, 9, 0, 0, 0});

@@ -11,7 +11,6 @@
 #include <atomic>
 #include <cstring>
 #include <future>
-#include <memory>
 #include <thread>
 
 namespace cabinaudio::test {

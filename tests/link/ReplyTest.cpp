@@ -4,11 +4,9 @@
 
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <cerrno>
 #include <mutex>
 #include <string>
-#include <thread>
 
 namespace cabinaudio::test {
 namespace {
@@ -157,9 +155,9 @@ protected:
 private:
     mutable std::mutex mLock;
     std::vector<std::size_t> mLengths;
-    platform::Replace mReplace{
-        platform::recvSlot, [this](int descriptor, void* data, std::size_t length, int flags) {
-            const ssize_t got = platform::real::recv(descriptor, data, length, flags);
+    Replaced<platform::recv> mReplace{
+        [this](int descriptor, void* data, std::size_t length, int flags) {
+            const ssize_t got = platform::recv.real(descriptor, data, length, flags);
             const std::lock_guard lock(mLock);
             if (got > 0) mLengths.push_back(length);
             return got;
@@ -190,9 +188,9 @@ protected:
 
     /// With one reply header on its way.
     std::int32_t receiveThrough(Receive receive) {
-        const platform::Replace replace(
-            platform::recvSlot, [&](int descriptor, void* data, std::size_t length, int flags) {
-                if (length == HEADER) return platform::real::recv(descriptor, data, length, flags);
+        const Replaced<platform::recv> replace(
+            [&](int descriptor, void* data, std::size_t length, int flags) {
+                if (length == HEADER) return platform::recv.real(descriptor, data, length, flags);
                 ++calls;
                 return receive(descriptor, data, length, flags);
             });
@@ -230,7 +228,7 @@ TEST_F(ReplyBody, IsReadByALaterAttempt) {
     EXPECT_EQ(receiveThrough([&](int, void* data, std::size_t length, int flags) {
                   EXPECT_EQ(length, 4u);
                   EXPECT_EQ(flags, MSG_NOSIGNAL);
-                  if (calls < 3) return ssize_t{platform::failWith(EAGAIN)};
+                  if (calls < 3) return ssize_t{failWith(EAGAIN)};
                   static_cast<std::uint8_t*>(data)[0] = 9;
                   return ssize_t{1};
               }),

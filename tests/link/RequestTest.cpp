@@ -16,7 +16,6 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
-#include <string>
 
 namespace cabinaudio::test {
 namespace {
@@ -138,7 +137,7 @@ TEST_F(RemoteRequest, ReturnsZeroWhenTheReplyIsEmpty) {
 TEST_F(RemoteRequest, ReturnsOneWhenItIsNotSent) {
     std::int32_t out = 4711;
     {
-        const platform::Replace send(platform::sendSlot, returning(-1, EPIPE));
+        const Replaced<platform::send> send(returning(-1, EPIPE));
         EXPECT_EQ(call.callFuncId(9, &out, false), 1);
     }
     EXPECT_EQ(out, 4711);
@@ -150,10 +149,10 @@ TEST_F(RemoteRequest, ReturnsOneWhenItsReplyCannotBeRead) {
     std::int32_t out = 4711;
     server.on(9, Answer::raw(ScriptedServer::frame(HEADER_REPLY)));
     {
-        const platform::Replace recv(
-            platform::recvSlot, [](int descriptor, void* data, std::size_t length, int flags) {
-                if (length == 8) return ssize_t{platform::failWith(EIO)};
-                return platform::real::recv(descriptor, data, length, flags);
+        const Replaced<platform::recv> recv(
+            [](int descriptor, void* data, std::size_t length, int flags) {
+                if (length == 8) return ssize_t{failWith(EIO)};
+                return platform::recv.real(descriptor, data, length, flags);
             });
         EXPECT_EQ(call.callFuncId(9, &out, false), 1);
     }
@@ -224,11 +223,11 @@ TEST_F(RemoteRequest, ReadsAtMostTheLargestPositiveLength) {
     ASSERT_EQ(call.rcalloc(&req, 4, &ret, 4), 0);
     std::memset(req, 0, 4);
     std::size_t asked = 0;
-    const platform::Replace recv(
-        platform::recvSlot, [&](int descriptor, void* data, std::size_t length, int flags) {
-            if (length == 32) return platform::real::recv(descriptor, data, length, flags);
+    const Replaced<platform::recv> recv(
+        [&](int descriptor, void* data, std::size_t length, int flags) {
+            if (length == 32) return platform::recv.real(descriptor, data, length, flags);
             asked = length;
-            return platform::real::recv(descriptor, data, 4, flags);
+            return platform::recv.real(descriptor, data, 4, flags);
         });
     EXPECT_EQ(call.call(req, 4, ret, 0x80000000u, false), 0);
     EXPECT_EQ(asked, 0x7fffffffu);
@@ -289,16 +288,16 @@ TEST_F(RemoteRequest, IsNotReleasedWithABlockOfAnotherClient) {
 TEST_F(RemoteRequest, LogsThatItsBlocksWereReleasedMeanwhile) {
     const NoSleeping sleeping;
     const std::uint8_t* message = nullptr;
-    const platform::Replace send(
-        platform::sendSlot, [&](int descriptor, const void* data, std::size_t length, int flags) {
+    const Replaced<platform::send> send(
+        [&](int descriptor, const void* data, std::size_t length, int flags) {
             message = static_cast<const std::uint8_t*>(data);
-            return platform::real::send(descriptor, data, length, flags);
+            return platform::send.real(descriptor, data, length, flags);
         });
-    const platform::Replace recv(
-        platform::recvSlot, [&](int descriptor, void* data, std::size_t length, int flags) {
-            if (length != 4) return platform::real::recv(descriptor, data, length, flags);
+    const Replaced<platform::recv> recv(
+        [&](int descriptor, void* data, std::size_t length, int flags) {
+            if (length != 4) return platform::recv.real(descriptor, data, length, flags);
             EXPECT_EQ(call.rcfree(const_cast<std::uint8_t*>(message) + 88, data), 0);
-            return ssize_t{platform::failWith(EIO)};
+            return ssize_t{failWith(EIO)};
         });
     EXPECT_EQ(call.callFuncId(9, false), 1);
     EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "callFuncId", "rcfree error.\n"));

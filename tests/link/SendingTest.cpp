@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
-#include <string>
 
 namespace cabinaudio::test {
 namespace {
@@ -26,14 +25,13 @@ TEST_F(Sending, PassesTheWholeMessageOnceWithoutSignals) {
     std::size_t length = 0;
     int flags = 0;
     const void* data = nullptr;
-    platform::Replace send(platform::sendSlot,
-                           [&](int descriptor, const void* from, std::size_t size, int how) {
-                               ++calls;
-                               data = from;
-                               length = size;
-                               flags = how;
-                               return platform::real::send(descriptor, from, size, how);
-                           });
+    Replaced<platform::send> send([&](int descriptor, const void* from, std::size_t size, int how) {
+        ++calls;
+        data = from;
+        length = size;
+        flags = how;
+        return platform::send.real(descriptor, from, size, how);
+    });
     EXPECT_EQ(sendMessage(), 0);
     EXPECT_EQ(calls, 1);
     EXPECT_EQ(data, MESSAGE);
@@ -49,7 +47,7 @@ TEST_F(Sending, DeliversTheBytesUnchanged) {
 }
 
 TEST_F(Sending, SucceedsWhenAPartWasSent) {
-    const platform::Replace send(platform::sendSlot, returning(1, 0, &calls));
+    const Replaced<platform::send> send(returning(1, 0, &calls));
     EXPECT_EQ(sendMessage(), 0);
     EXPECT_EQ(calls, 1);
     EXPECT_THAT(sleeping.sleeps(), SizeIs(0));
@@ -58,8 +56,7 @@ TEST_F(Sending, SucceedsWhenAPartWasSent) {
 class SendAttempts : public Sending, public ::testing::WithParamInterface<Attempts> {};
 
 TEST_P(SendAttempts, AreElevenAfterEagainOrNoBytesAndElseOne) {
-    const platform::Replace send(platform::sendSlot,
-                                 returning(GetParam().result, GetParam().error, &calls));
+    const Replaced<platform::send> send(returning(GetParam().result, GetParam().error, &calls));
     EXPECT_EQ(sendMessage(), GetParam().status);
     EXPECT_EQ(calls, GetParam().calls);
     GetParam().expectIn(log, "send", sleeping);
@@ -68,11 +65,11 @@ TEST_P(SendAttempts, AreElevenAfterEagainOrNoBytesAndElseOne) {
 INSTANTIATE_TEST_SUITE_P(Returning, SendAttempts, ::testing::ValuesIn(ATTEMPTS), ROW_NAME);
 
 TEST_F(Sending, SucceedsWithARetry) {
-    platform::Replace send(platform::sendSlot,
-                           [&](int descriptor, const void* data, std::size_t length, int flags) {
-                               if (++calls <= 2) return ssize_t{platform::failWith(EAGAIN)};
-                               return platform::real::send(descriptor, data, length, flags);
-                           });
+    Replaced<platform::send> send(
+        [&](int descriptor, const void* data, std::size_t length, int flags) {
+            if (++calls <= 2) return ssize_t{failWith(EAGAIN)};
+            return platform::send.real(descriptor, data, length, flags);
+        });
     EXPECT_EQ(sendMessage(), 0);
     EXPECT_EQ(calls, 3);
     EXPECT_TRUE(logged(log, DEBUG, "send(-1) reTry:1\n"));
@@ -80,7 +77,7 @@ TEST_F(Sending, SucceedsWithARetry) {
 }
 
 TEST_F(Sending, RefusesANegativeLength) {
-    const platform::Replace send(platform::sendSlot, returning(1, 0, &calls));
+    const Replaced<platform::send> send(returning(1, 0, &calls));
     EXPECT_EQ(connection.send(MESSAGE, -1), 1);
     EXPECT_EQ(calls, 0);
     EXPECT_TRUE(logged(log, WARN, "send failed(-1) errno:Invalid argument 22, reTry=0\n"));

@@ -15,10 +15,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <numeric>
 
 namespace cabinaudio::test {
 namespace {

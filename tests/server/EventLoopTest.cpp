@@ -11,7 +11,6 @@
 #include <sys/socket.h>
 
 #include <algorithm>
-#include <cstring>
 #include <vector>
 
 namespace cabinaudio::server {

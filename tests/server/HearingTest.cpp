@@ -14,6 +14,7 @@
 #include "tests/server/RawClient.h"
 #include "tests/server/RawRecorder.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/Row.h"
 
 #include <gtest/gtest.h>
 
@@ -162,17 +163,12 @@ constexpr Levels each(double lf, double rf, double ls, double rs) {
 
 using Set = std::function<int(Settings&)>;
 
-struct Row {
-    const char* name;
+struct Row : test::Row {
     AudioTagType tag;
     Set set;
     Levels levels;
     int type = BY_TAG;
 };
-
-void PrintTo(const Row& row, std::ostream* out) {
-    *out << row.name;
-}
 
 /// Checks what is heard of 200 periods of the tone.
 void expectLevels(const MeasuredServer& server, std::size_t start, const Levels& levels) {
@@ -382,18 +378,14 @@ const Row MIXERS[] = {
      each(0, SILENT, SILENT, 0)},
 };
 
-std::string nameOf(const ::testing::TestParamInfo<Row>& row) {
-    return row.param.name;
-}
-
 INSTANTIATE_TEST_SUITE_P(Untouched, ToneOnFourLoudspeakers, ::testing::ValuesIn(NOTHING_SET),
-                         nameOf);
-INSTANTIATE_TEST_SUITE_P(Volume, ToneOnFourLoudspeakers, ::testing::ValuesIn(VOLUMES), nameOf);
-INSTANTIATE_TEST_SUITE_P(Mute, ToneOnFourLoudspeakers, ::testing::ValuesIn(MUTES), nameOf);
-INSTANTIATE_TEST_SUITE_P(Duck, ToneOnFourLoudspeakers, ::testing::ValuesIn(DUCKS), nameOf);
+                         ROW_NAME);
+INSTANTIATE_TEST_SUITE_P(Volume, ToneOnFourLoudspeakers, ::testing::ValuesIn(VOLUMES), ROW_NAME);
+INSTANTIATE_TEST_SUITE_P(Mute, ToneOnFourLoudspeakers, ::testing::ValuesIn(MUTES), ROW_NAME);
+INSTANTIATE_TEST_SUITE_P(Duck, ToneOnFourLoudspeakers, ::testing::ValuesIn(DUCKS), ROW_NAME);
 INSTANTIATE_TEST_SUITE_P(FadeAndBalance, ToneOnFourLoudspeakers,
-                         ::testing::ValuesIn(FADES_AND_BALANCES), nameOf);
-INSTANTIATE_TEST_SUITE_P(Mixer, ToneOnFourLoudspeakers, ::testing::ValuesIn(MIXERS), nameOf);
+                         ::testing::ValuesIn(FADES_AND_BALANCES), ROW_NAME);
+INSTANTIATE_TEST_SUITE_P(Mixer, ToneOnFourLoudspeakers, ::testing::ValuesIn(MIXERS), ROW_NAME);
 
 TEST(StereoTone, PlaysAtTheBackOnlyWithUpMix) {
     for (const unsigned mode : {0U, 1U}) {

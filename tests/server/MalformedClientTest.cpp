@@ -8,6 +8,7 @@
 #include "tests/server/RawClient.h"
 #include "tests/server/Sound.h"
 #include "tests/support/RealServer.h"
+#include "tests/support/Row.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,16 +27,11 @@ namespace {
 using ::testing::HasSubstr;
 
 /// A violation of the protocol, and the server's log line about it.
-struct Offence {
-    const char* name;
+struct Offence : Row {
     const char* log;
     std::function<void(RawClient&)> commit;
     bool isRegistered = false;  // before
 };
-
-void PrintTo(const Offence& offence, std::ostream* stream) {
-    *stream << offence.name;
-}
 
 using Change = std::function<void(audio_param&)>;
 using Commit = std::function<void(RawClient&)>;
@@ -131,8 +127,7 @@ TEST_P(MalformedClient, IsDisconnectedAndOthersContinue) {
     EXPECT_TRUE(recording.heard("music", wide(samples)));
 }
 
-INSTANTIATE_TEST_SUITE_P(Offences, MalformedClient, ::testing::ValuesIn(OFFENCES),
-                         [](const auto& test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(Offences, MalformedClient, ::testing::ValuesIn(OFFENCES), ROW_NAME);
 
 TEST(ClientThatDoesNotReadItsSocket, IsDisconnectedAndDelaysNobody) {
     const RealServer server({"--output", "null"});
@@ -152,15 +147,10 @@ TEST(ClientThatDoesNotReadItsSocket, IsDisconnectedAndDelaysNobody) {
 }
 
 /// A damage to a ring, and the server's log line about it.
-struct Damage {
-    const char* name;
+struct Damage : Row {
     std::function<void(const HostileRing&)> spoil;
     const char* log;
 };
-
-void PrintTo(const Damage& damage, std::ostream* out) {
-    *out << damage.name;
-}
 
 const Damage DAMAGES[] = {
     {"AnotherSize", [](const HostileRing& ring) { ring.header().size = 7; },

@@ -15,6 +15,7 @@
 #include "devkit/server/mix/Spectrum.h"
 #include "devkit/server/mix/StreamGains.h"
 #include "devkit/server/settings/GainCurve.h"
+#include "tests/support/Row.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -96,16 +97,11 @@ std::array<float, 4> heard(const StreamRecord& stream, const SettingsData& setti
     return factors;
 }
 
-struct GainRow {
-    const char* what;
+struct GainRow : test::Row {
     std::function<void(SettingsData&)> set;
     // The factors of all four channels, or those of each.
     float music, prompt, chime, call;
 };
-
-void PrintTo(const GainRow& row, std::ostream* out) {
-    *out << row.what;
-}
 
 class EveryStream : public ::testing::TestWithParam<GainRow> {};
 
@@ -157,8 +153,7 @@ const GainRow GAIN_ROWS[] = {
      0.25F, 0.03125F, 0.5F, 0.5F},
 };
 
-INSTANTIATE_TEST_SUITE_P(By, EveryStream, ::testing::ValuesIn(GAIN_ROWS),
-                         [](const auto& row) { return std::string(row.param.what); });
+INSTANTIATE_TEST_SUITE_P(By, EveryStream, ::testing::ValuesIn(GAIN_ROWS), test::ROW_NAME);
 
 TEST(StreamGains, FollowTheGainsOfTheLoudspeakers) {
     SettingsData settings;

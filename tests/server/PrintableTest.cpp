@@ -7,8 +7,6 @@
 
 #include <array>
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace cabinaudio::test {
 namespace {

@@ -9,8 +9,6 @@
 #include <cstdint>
 #include <cstring>
 #include <deque>
-#include <optional>
-#include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>

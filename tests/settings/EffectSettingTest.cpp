@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Effects' settings with lines or conversions of their own.
-#include "tests/settings/Blocks.h"
+#include "tests/interpose/Blocks.h"
 #include "tests/settings/Row.h"
-#include "tests/support/LogCapture.h"
 
 #include <gtest/gtest.h>
 
@@ -52,14 +51,12 @@ TEST_F(SpeakerDelay, GoesOutInWholeMicroseconds) {
 
 TEST_F(SpeakerDelay, IsLoggedAsItIsSetAndAsItIsRead) {
     EXPECT_EQ(app.setSpeakerDelay(LEFT, -2.25F), 0);
-    EXPECT_EQ(log.count(INFO, "ClientAppSetting", "setSpeakerDelay", "delay -2.250000 ms\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, INFO, "ClientAppSetting", "setSpeakerDelay", "delay -2.250000 ms\n"));
     server.on(128, 23, Answer::words(-42, 1234.5F));
     float delay = 0;
     EXPECT_EQ(app.getSpeakerDelay(LEFT, &delay), 0);
     EXPECT_EQ(delay, 1234.5F);
-    EXPECT_EQ(log.count(INFO, "ClientAppSetting", "getSpeakerDelay", "delay 1234.500000\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, INFO, "ClientAppSetting", "getSpeakerDelay", "delay 1234.500000\n"));
     EXPECT_EQ(log.lines().size(), 2U) << log.dump();
 }
 
@@ -67,11 +64,11 @@ TEST_F(SpeakerDelay, IsLoggedBeforeItIsSentAndNotWhenItIsNotRead) {
     Blocks blocks;
     blocks.loseReplies(true);
     EXPECT_EQ(app.setSpeakerDelay(LEFT, 1.0F), 1);
-    EXPECT_EQ(log.count(INFO, "delay 1.000000 ms\n"), 1U) << log.dump();
+    EXPECT_TRUE(logged(log, INFO, "delay 1.000000 ms\n"));
     float delay = 5;
     EXPECT_EQ(app.getSpeakerDelay(LEFT, &delay), 1);
     EXPECT_EQ(delay, 5.0F);
-    EXPECT_EQ(log.countMatching(INFO, "delay .*"), 1U) << log.dump();
+    EXPECT_TRUE(loggedLike(log, INFO, "delay .*"));
 }
 
 TEST_F(DownlinkDelay, IsStoredAsAWholeWord) {
@@ -108,7 +105,7 @@ TEST_F(DownlinkDelay, IsRequestedAsANumber) {
     short delays[2] = {};
     EXPECT_EQ(app.getDownlinkDelayEstimation(delays), 0);
     EXPECT_EQ(delays[0], 7);
-    EXPECT_EQ(log.count(ERROR, "RemoteCall", "callFuncId", "rcfree error.\n"), 1U) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "RemoteCall", "callFuncId", "rcfree error.\n"));
 }
 
 TEST_F(ConverterGain, IsLoggedBeforeItsBlocksAndBeforeItIsSent) {
@@ -121,15 +118,15 @@ TEST_F(ConverterGain, IsLoggedBeforeItsBlocksAndBeforeItIsSent) {
     audio::audio_dacgain_ctrl_t control{7};
     EXPECT_EQ(app.setDACGainControl(&control), 0);
     EXPECT_EQ(before, (std::vector<std::string>{"client begin\n", "client end\n"}));
-    EXPECT_EQ(log.count(INFO, "ClientAppSetting", "setDACGainControl", "client begin\n"), 1U);
-    EXPECT_EQ(log.count(INFO, "ClientAppSetting", "setDACGainControl", "client end\n"), 1U);
+    EXPECT_TRUE(logged(log, INFO, "ClientAppSetting", "setDACGainControl", "client begin\n"));
+    EXPECT_TRUE(logged(log, INFO, "ClientAppSetting", "setDACGainControl", "client end\n"));
     EXPECT_EQ(log.lines().size(), 2U) << log.dump();
 
     Blocks blocks;
     blocks.refuse(true);
     log.clear();
     EXPECT_EQ(app.setDACGainControl(&control), NO_MEMORY);
-    EXPECT_EQ(log.count(INFO, "client begin\n"), 1U) << log.dump();
+    EXPECT_TRUE(logged(log, INFO, "client begin\n"));
     EXPECT_EQ(log.lines().size(), 1U) << log.dump();
 }
 

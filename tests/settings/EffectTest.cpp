@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Parameter blocks of effects, which carry their own length.
-#include "tests/settings/Blocks.h"
+#include "tests/interpose/Blocks.h"
 #include "tests/settings/Row.h"
 #include "tests/support/LogCapture.h"
 
@@ -21,10 +21,6 @@ struct Effects {
     std::function<int(const Clients&, const char*, const char*, const Parameter&)> set;
     std::function<int(const Clients&, const char*, const char*, Parameter&)> get;
 };
-
-void PrintTo(const Effects& effects, std::ostream* stream) {
-    *stream << effects.test;
-}
 
 /// A parameter block of a caller, in memory that it fills to the last byte.
 class Block {
@@ -161,7 +157,7 @@ INSTANTIATE_TEST_SUITE_P(
         Effects{"Capture", 133, 0, 1,
                 [](auto& c, auto&&... with) { return c.record().set(with...); },
                 [](auto& c, auto&&... with) { return c.record().get(with...); }}),
-    [](const ::testing::TestParamInfo<Effects>& one) { return std::string(one.param.test); });
+    ROW_NAME);
 
 }  // namespace
 }  // namespace cabinaudio::test

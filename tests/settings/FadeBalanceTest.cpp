@@ -2,7 +2,6 @@
 #include <cabinaudio/client/ClientVolumeSetting.h>
 
 #include "tests/settings/Row.h"
-#include "tests/support/LogCapture.h"
 
 #include <gtest/gtest.h>
 
@@ -63,8 +62,8 @@ protected:
         const std::string message = "Invalid param, stepMax=" + std::to_string(whole) +
                                     ", balance=" + std::to_string(balance) +
                                     ", fade=" + std::to_string(fade) + ".\n";
-        EXPECT_EQ(log.count(ERROR, "ClientVolumeSetting", "setFadeBalance", message), 1U)
-            << message << log.dump();
+        EXPECT_TRUE(logged(log, ERROR, "ClientVolumeSetting", "setFadeBalance", message))
+            << message;
         EXPECT_EQ(log.lines().size(), 1U) << log.dump();
         EXPECT_TRUE(volume.gains.empty());
     }
@@ -143,8 +142,7 @@ TEST_F(FadeAndBalance, SetAllChannelsAndReportAllStatusesAtOnce) {
         EXPECT_EQ(volume.gains.size(), 4U);
         const std::string message =
             "Fail to set channels' gain, ret=" + std::to_string(result) + ".\n";
-        EXPECT_EQ(log.count(WARN, "ClientVolumeSetting", "setFadeBalance", message), 1U)
-            << message << log.dump();
+        EXPECT_TRUE(logged(log, WARN, "ClientVolumeSetting", "setFadeBalance", message)) << message;
         EXPECT_EQ(log.lines().size(), 1U) << log.dump();
     }
 }
@@ -163,7 +161,7 @@ TEST(FadeAndBalanceOverTheWire, AreFourRequestsInOrder) {
         EXPECT_EQ(sent[i].header.cmd, 198U);
         EXPECT_EQ(sent[i].payload, joined({word(6), word(1U << i), byte(steps[i])}));
     }
-    EXPECT_EQ(log.count(WARN, "Fail to set channels' gain, ret=15.\n"), 1U) << log.dump();
+    EXPECT_TRUE(logged(log, WARN, "Fail to set channels' gain, ret=15.\n"));
 }
 
 TEST(FadeAndBalanceOverTheWire, TryAllFourChannelsWithoutAServer) {
@@ -171,8 +169,8 @@ TEST(FadeAndBalanceOverTheWire, TryAllFourChannelsWithoutAServer) {
     ClientVolumeSetting volume;
     log.clear();
     EXPECT_EQ(volume.setFadeBalance(0, 0, 2), 1);
-    EXPECT_EQ(log.countMatching(ERROR, "mConn=0x[0-9a-f]+, mHandle=0x0\n"), 4U) << log.dump();
-    EXPECT_EQ(log.count(WARN, "Fail to set channels' gain, ret=1.\n"), 1U) << log.dump();
+    EXPECT_TRUE(loggedLike(log, ERROR, "mConn=0x[0-9a-f]+, mHandle=0x0\n", 4));
+    EXPECT_TRUE(logged(log, WARN, "Fail to set channels' gain, ret=1.\n"));
 }
 
 }  // namespace

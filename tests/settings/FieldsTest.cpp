@@ -47,8 +47,6 @@ private:
     [[maybe_unused]] std::uint32_t mSecond;
 };
 
-// ---- Numbers and records ------------------------------------------------------------------------
-
 static_assert(Number<int> && Number<unsigned> && Number<Word>);
 static_assert(Number<audio::audio_channel_idx_e>);
 static_assert(!Number<float> && !Number<std::uint8_t> && !Number<bool> && !Number<std::int64_t>);
@@ -70,8 +68,6 @@ static_assert(Storable<Words>);
 static_assert(!Storable<bool> && !Storable<char> && !Storable<short> && !Storable<double>);
 static_assert(!Storable<char*> && !Storable<std::string> && !Storable<WithDouble>);
 
-// ---- Results against replies --------------------------------------------------------------------
-
 static_assert(ARE_FIELDS_OF<wire::StepReply, std::uint8_t>);
 static_assert(ARE_FIELDS_OF<wire::GainReply, float>);
 static_assert(ARE_FIELDS_OF<wire::NumberReply, std::int32_t>);
@@ -88,8 +84,6 @@ static_assert(!ARE_FIELDS_OF<wire::CalibrationReply, float>);
 static_assert(!ARE_FIELDS_OF<wire::GainReply, float, float>);
 static_assert(!ARE_FIELDS_OF<wire::GainReply>);
 static_assert(!ARE_FIELDS_OF<wire::EqualizerReply, audio::audio_handsfree_eq_t>);
-
-// ---- Names of operations ------------------------------------------------------------------------
 
 LogSite namedSite() {
     return here();

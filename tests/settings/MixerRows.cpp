@@ -4,6 +4,7 @@
 namespace cabinaudio::test {
 namespace {
 
+using M = audio::QVAudioSetting::Mixer;
 using ExtChannel = audio::audio_ext_channel_idx_e;
 
 audio::audio_mixer_gain_t steps() {
@@ -19,59 +20,46 @@ const Bytes DECIBELS =
 }  // namespace
 
 std::vector<Row> mixerRows() {
-    std::vector<Row> rows = {
-        {"SetUpMixMode", 198, joined({word(2), word(0x80000001)}), 4,
-         [](const Clients& c, Outputs&) { return c.mixer().setUpMixMode(0x80000001); }},
-        {"MixExtGps", 198, joined({word(3), word(7)}), 4,
-         [](const Clients& c, Outputs&) { return c.mixer().mixExtGps(7); }},
-        {"SetGpsMixerGainInSteps", 198, joined({word(4), STEPS}), 4,
-         [](const Clients& c, Outputs&) {
-             audio::audio_mixer_gain_t gain = steps();
-             return c.mixer().setGpsMixerGain(&gain);
-         }},
-        {"SetGpsMixerGainInDecibels", 198, joined({word(8), DECIBELS}), 4,
-         [](const Clients& c, Outputs&) {
-             audio::audio_mixer_matrix_t matrix = decibels();
-             return c.mixer().setGpsMixerGain(&matrix);
-         }},
-        {"SetAlternativeAudioMixerGainInSteps", 198, joined({word(7), STEPS}), 4,
-         [](const Clients& c, Outputs&) {
-             audio::audio_mixer_gain_t gain = steps();
-             return c.mixer().setAlternativeAudioMixerGain(&gain);
-         }},
-        {"SetAlternativeAudioMixerGainInDecibels", 198, joined({word(10), DECIBELS}), 4,
-         [](const Clients& c, Outputs&) {
-             audio::audio_mixer_matrix_t matrix = decibels();
-             return c.mixer().setAlternativeAudioMixerGain(&matrix);
-         }},
-        {"SetHwAlternativeAudioMixerWithMain", 198, joined({word(11), word(65534), word(1)}), 4,
-         [](const Clients& c, Outputs&) {
-             return c.mixer().setHwAlternativeAudioMixerWithMain(ExtChannel{65534}, true);
-         }},
-        {"SetHwAlternativeAudioMixerWithMainOfANegativeChannel", 198,
-         joined({word(11), number(-2147483647 - 1), word(0)}), 4,
-         [](const Clients& c, Outputs&) {
-             return c.mixer().setHwAlternativeAudioMixerWithMain(ExtChannel{-2147483647 - 1},
-                                                                 false);
-         }},
-        {.test = "GetUpMixMode",
-         .command = 198,
-         .request = word(12),
-         .replySize = 8,
-         .call = [](const Clients& c,
-                    Outputs& out) { return c.mixer().getUpMixMode(out.at<unsigned>()); },
-         .results = word(0x9abcdef0),
-         .stored = word(0x9abcdef0)},
-        {.test = "GetUpMixModeIntoNothing",
-         .command = 198,
-         .request = word(12),
-         .replySize = 8,
-         .call = [](const Clients& c, Outputs&) { return c.mixer().getUpMixMode(nullptr); },
-         .results = word(1)},
-    };
-    for (Row& row : rows)
-        row.type = 129;
-    return rows;
+    return ofType(
+        129, {{
+                 setter("SetUpMixMode", 198, {word(2), word(0x80000001)},
+                        [](M& m) { return m.setUpMixMode(0x80000001); }),
+                 setter("MixExtGps", 198, {word(3), word(7)}, [](M& m) { return m.mixExtGps(7); }),
+                 setter("SetGpsMixerGainInSteps", 198, {word(4), STEPS},
+                        [](M& m) {
+                            audio::audio_mixer_gain_t gain = steps();
+                            return m.setGpsMixerGain(&gain);
+                        }),
+                 setter("SetGpsMixerGainInDecibels", 198, {word(8), DECIBELS},
+                        [](M& m) {
+                            audio::audio_mixer_matrix_t matrix = decibels();
+                            return m.setGpsMixerGain(&matrix);
+                        }),
+                 setter("SetAlternativeAudioMixerGainInSteps", 198, {word(7), STEPS},
+                        [](M& m) {
+                            audio::audio_mixer_gain_t gain = steps();
+                            return m.setAlternativeAudioMixerGain(&gain);
+                        }),
+                 setter("SetAlternativeAudioMixerGainInDecibels", 198, {word(10), DECIBELS},
+                        [](M& m) {
+                            audio::audio_mixer_matrix_t matrix = decibels();
+                            return m.setAlternativeAudioMixerGain(&matrix);
+                        }),
+                 setter("SetHwAlternativeAudioMixerWithMain", 198, {word(11), word(65534), word(1)},
+                        [](M& m) {
+                            return m.setHwAlternativeAudioMixerWithMain(ExtChannel{65534}, true);
+                        }),
+                 setter("SetHwAlternativeAudioMixerWithMainOfANegativeChannel", 198,
+                        {word(11), number(-2147483647 - 1), word(0)},
+                        [](M& m) {
+                            return m.setHwAlternativeAudioMixerWithMain(ExtChannel{-2147483647 - 1},
+                                                                        false);
+                        }),
+                 getter("GetUpMixMode", 198, {word(12)}, word(0x9abcdef0),
+                        [](M& m, Outputs& out) { return m.getUpMixMode(out.at<unsigned>()); }),
+                 getter("GetUpMixModeIntoNothing", 198, {word(12)}, word(1), {},
+                        [](M& m) { return m.getUpMixMode(nullptr); }),
+             }});
 }
 
 }  // namespace cabinaudio::test

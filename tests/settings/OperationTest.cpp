@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Every operation that is one request, in every way that a request can end.
-#include "tests/settings/Blocks.h"
+#include "tests/interpose/Blocks.h"
 #include "tests/settings/Row.h"
-#include "tests/support/LogCapture.h"
 
 #include <gtest/gtest.h>
 
@@ -96,7 +95,7 @@ TEST_P(SettingOperation, SendsOneRequestAndReturnsTheAnswer) {
     answers(SERVER_ERROR);
     EXPECT_EQ(call(clients), resultOf(SERVER_ERROR));
     expectResults();
-    EXPECT_EQ(log.count(ERROR, "rcfree error.\n"), 0U);
+    EXPECT_TRUE(logged(log, ERROR, "rcfree error.\n", 0));
 
     // What a short reply leaves out reads as zeros.
     answers(Answer::status(SERVER_ERROR));
@@ -117,7 +116,7 @@ TEST_P(SettingOperation, ReportsEachFailureOnTheWay) {
     blocks.failFreeing(true);
     EXPECT_EQ(call(*clients), resultOf(0));
     expectResults();
-    EXPECT_EQ(log.count(ERROR, "rcfree error.\n"), 1U) << log.dump();
+    EXPECT_TRUE(logged(log, ERROR, "rcfree error.\n"));
     EXPECT_TRUE(isNamed(log.lines())) << log.dump();
     blocks.failFreeing(false);
 
@@ -132,12 +131,12 @@ TEST_P(SettingOperation, ReportsEachFailureOnTheWay) {
     expectNoResults();
 }
 
-INSTANTIATE_TEST_SUITE_P(Volume, SettingOperation, ::testing::ValuesIn(volumeRows()), nameOf);
-INSTANTIATE_TEST_SUITE_P(Source, SettingOperation, ::testing::ValuesIn(sourceRows()), nameOf);
-INSTANTIATE_TEST_SUITE_P(App, SettingOperation, ::testing::ValuesIn(appRows()), nameOf);
-INSTANTIATE_TEST_SUITE_P(Mixer, SettingOperation, ::testing::ValuesIn(mixerRows()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Volume, SettingOperation, ::testing::ValuesIn(volumeRows()), ROW_NAME);
+INSTANTIATE_TEST_SUITE_P(Source, SettingOperation, ::testing::ValuesIn(sourceRows()), ROW_NAME);
+INSTANTIATE_TEST_SUITE_P(App, SettingOperation, ::testing::ValuesIn(appRows()), ROW_NAME);
+INSTANTIATE_TEST_SUITE_P(Mixer, SettingOperation, ::testing::ValuesIn(mixerRows()), ROW_NAME);
 INSTANTIATE_TEST_SUITE_P(Capture, SettingOperation, ::testing::ValuesIn(recordControlRows()),
-                         nameOf);
+                         ROW_NAME);
 
 }  // namespace
 }  // namespace cabinaudio::test

@@ -3,9 +3,8 @@
 // The order of an operation's steps, which shows when a later step fails.
 #include <cabinaudio/client/ClientVersionSetting.h>
 
-#include "tests/settings/Blocks.h"
+#include "tests/interpose/Blocks.h"
 #include "tests/settings/Row.h"
-#include "tests/support/LogCapture.h"
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -13,7 +12,6 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstdint>
 #include <new>
 #include <system_error>
 
@@ -51,7 +49,7 @@ std::vector<Row> withResults() {
     });
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, SettingResult, ::testing::ValuesIn(withResults()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Of, SettingResult, ::testing::ValuesIn(withResults()), ROW_NAME);
 
 TEST(ActiveTracks, AreAppendedBeforeTheBlocksAreFreed) {
     ScriptedServer server;
@@ -102,16 +100,13 @@ TEST(ResultLine, ComesBeforeThatOfBlocksThatAreNotFreed) {
     EXPECT_EQ(source.getOutputTrackInfo(audio::audio_output_src_tag_e{1}, tracks, &count), 0);
     EXPECT_EQ(messagesOf(log),
               (std::vector<std::string>{"get track info size: 3\n", "rcfree error.\n"}));
-    EXPECT_EQ(
-        log.count(INFO, "ClientSourceSetting", "getOutputTrackInfo", "get track info size: 3\n"),
-        1U)
-        << log.dump();
+    EXPECT_TRUE(
+        logged(log, INFO, "ClientSourceSetting", "getOutputTrackInfo", "get track info size: 3\n"));
     log.clear();
     float delay = 0;
     EXPECT_EQ(app.getSpeakerDelay(audio::audio_channel_idx_e{1}, &delay), 0);
     EXPECT_EQ(messagesOf(log), (std::vector<std::string>{"delay 1.500000\n", "rcfree error.\n"}));
-    EXPECT_EQ(log.count(INFO, "ClientAppSetting", "getSpeakerDelay", "delay 1.500000\n"), 1U)
-        << log.dump();
+    EXPECT_TRUE(logged(log, INFO, "ClientAppSetting", "getSpeakerDelay", "delay 1.500000\n"));
 }
 
 // ---- The words of a mixer's matrix --------------------------------------------------------------

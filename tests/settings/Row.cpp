@@ -79,8 +79,13 @@ Bytes Outputs::first(std::size_t size) const {
     return Bytes(mBytes, mBytes + size);
 }
 
-void PrintTo(const Row& row, std::ostream* stream) {
-    *stream << row.test;
+std::vector<Row> ofType(std::uint32_t type, const std::vector<std::vector<Row>>& parts) {
+    std::vector<Row> rows;
+    for (const std::vector<Row>& part : parts)
+        rows.insert(rows.end(), part.begin(), part.end());
+    for (Row& row : rows)
+        row.type = type;
+    return rows;
 }
 
 std::vector<Row> rowsWhere(const std::function<bool(const Row&)>& isWanted) {
@@ -93,10 +98,6 @@ std::vector<Row> rowsWhere(const std::function<bool(const Row&)>& isWanted) {
 
 std::uint32_t functionOf(const Row& row) {
     return static_cast<std::uint32_t>(row.request[0] + 256 * row.request[1]);
-}
-
-std::string nameOf(const ::testing::TestParamInfo<Row>& info) {
-    return info.param.test;
 }
 
 }  // namespace cabinaudio::test

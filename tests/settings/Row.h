@@ -19,7 +19,10 @@
 #include <initializer_list>
 #include <memory>
 #include <ostream>
+#include <stdexcept>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace cabinaudio::test {
@@ -34,8 +37,6 @@ constexpr std::uint32_t MIXER = 129;
 constexpr std::uint32_t SOURCE = 130;
 constexpr std::uint32_t VOLUME = 131;
 constexpr std::uint32_t RECORD_CONTROL = 133;
-
-// ---- Bytes of requests and replies, least significant first -------------------------------------
 
 [[nodiscard]] Bytes word(std::uint32_t value);
 [[nodiscard]] Bytes number(std::int32_t value);
@@ -56,8 +57,6 @@ template <typename Record>
     return record;
 }
 
-// ---- One operation ------------------------------------------------------------------------------
-
 /// The settings object of one connection type, as applications hold it.
 class Clients {
 public:
@@ -73,6 +72,15 @@ public:
     /// With the operations that the public interface does not have.
     [[nodiscard]] ClientVolumeSetting& paths() const { return *mVolume; }
     [[nodiscard]] ClientSourceSetting& seats() const { return *mSource; }
+    /// Hands the object to `use`.
+    template <typename Use>
+    int visit(Use use) const {
+        if (mVolume) return use(*mVolume);
+        if (mSource) return use(*mSource);
+        if (mApp) return use(*mApp);
+        if (mMixer) return use(*mMixer);
+        return use(*mRecord);
+    }
 
 private:
     std::unique_ptr<ClientVolumeSetting> mVolume;
@@ -118,24 +126,68 @@ enum class Result {
     Name,     // nothing: a pointer, shown as 0, or as 1 when it is null
 };
 
-/// One operation with one set of arguments.
-struct Row {
-    const char* test;         // what its test is called
-    std::uint32_t command;    // command word: 198, or 195 without the flag
-    Bytes request;            // everything behind the header
-    std::uint32_t replySize;  // what it has room for
-    Call call;                // on the object
-    Bytes results = {};       // what the server answers behind its status
-    Bytes stored = {};        // what the caller then has
+/// What is different about an operation.
+struct Details {
+    std::uint32_t replySize = 0;  // what it has room for; 0: the status and the results
     Result result = Result::Status;
-    std::vector<std::string> texts = {};  // the same, of operations with texts
+    std::vector<std::string> texts = {};  // that the caller then has
     std::vector<std::string> textsOnFailure = {};
     /// The operation as log lines name it, where the test's name does not begin with it.
     const char* logged = nullptr;
-    std::uint32_t type = 0;  // connection type; of the table
 };
 
-void PrintTo(const Row& row, std::ostream* stream);
+/// One operation with one set of arguments.
+struct Row : Details {
+    const char* test;       // what its test is called
+    std::uint32_t command;  // command word: 198, or 195 without the flag
+    Bytes request;          // everything behind the header
+    Call call;              // on the object
+    Bytes results;          // what the server answers behind its status
+    Bytes stored;           // what the caller then has
+    std::uint32_t type;     // connection type; of the table
+};
+
+/// Calls a function of an object, or of an object and the outputs.
+template <typename Function>
+[[nodiscard]] Call callOf(Function function) {
+    return [function](const Clients& clients, Outputs& outputs) {
+        return clients.visit([&](auto& client) -> int {
+            if constexpr (std::is_invocable_v<Function, decltype(client), Outputs&>)
+                return function(client, outputs);
+            else if constexpr (std::is_invocable_v<Function, decltype(client)>)
+                return function(client);
+            else
+                throw std::logic_error("a row of another table");
+        });
+    };
+}
+
+/// An operation that gets results and stores something.
+template <typename Function>
+[[nodiscard]] Row getter(const char* test, std::uint32_t command,
+                         std::initializer_list<Bytes> request, const Bytes& results,
+                         const Bytes& stored, Function function, Details details = {}) {
+    if (details.replySize == 0) details.replySize = static_cast<std::uint32_t>(4 + results.size());
+    return {details, test, command, joined(request), callOf(function), results, stored, 0};
+}
+/// The same for an operation that stores the results as they are.
+template <typename Function>
+[[nodiscard]] Row getter(const char* test, std::uint32_t command,
+                         std::initializer_list<Bytes> request, const Bytes& results,
+                         Function function, const Details& details = {}) {
+    return getter(test, command, request, results, results, function, details);
+}
+/// An operation that gets nothing but a status.
+template <typename Function>
+[[nodiscard]] Row setter(const char* test, std::uint32_t command,
+                         std::initializer_list<Bytes> request, Function function,
+                         const Details& details = {}) {
+    return getter(test, command, request, {}, {}, function, details);
+}
+
+/// All these rows, of one connection type.
+[[nodiscard]] std::vector<Row> ofType(std::uint32_t type,
+                                      const std::vector<std::vector<Row>>& parts);
 
 [[nodiscard]] std::vector<Row> volumeRows();
 [[nodiscard]] std::vector<Row> sourceRows();
@@ -147,7 +199,16 @@ void PrintTo(const Row& row, std::ostream* stream);
 
 /// Function id.
 [[nodiscard]] std::uint32_t functionOf(const Row& row);
+
+/// Rows of all tables are shown by the names of their tests.
+template <typename AnyRow>
+concept NamedRow = requires(const AnyRow& row) {
+    row.test;
+};
+void PrintTo(const NamedRow auto& row, std::ostream* stream) {
+    *stream << row.test;
+}
 /// For INSTANTIATE_TEST_SUITE_P.
-[[nodiscard]] std::string nameOf(const ::testing::TestParamInfo<Row>& info);
+inline constexpr auto ROW_NAME = [](const auto& info) { return std::string(info.param.test); };
 
 }  // namespace cabinaudio::test

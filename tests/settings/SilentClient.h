@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tests/settings/Row.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/Logged.h"
 
 #include <gtest/gtest.h>
 
@@ -25,6 +25,9 @@ protected:
                        int expected = REFUSED, int line = __builtin_LINE()) {
         expectLine(ERROR, operation, message, result, expected, line);
     }
+    void expectInvalid(const char* operation, int result, int line = __builtin_LINE()) {
+        expectRefused(operation, "invalid input param\n", result, REFUSED, line);
+    }
     void expectNoEffect(const char* operation, int result, int line = __builtin_LINE()) {
         expectLine(WARN, operation, std::string("Deprecated API[") + operation + "] is called. \n",
                    result, 0, line);
@@ -40,7 +43,7 @@ private:
         SCOPED_TRACE(testing::Message() << operation << " in line " << line);
         EXPECT_EQ(result, expected);
         EXPECT_EQ(log.lines().size(), 1U) << log.dump();
-        EXPECT_EQ(log.count(priority, mFile, operation, message), 1U) << message << log.dump();
+        EXPECT_TRUE(logged(log, priority, mFile, operation, message)) << message;
         log.clear();
     }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Names that an object keeps for its caller.
-#include "tests/settings/Blocks.h"
+#include "tests/interpose/Blocks.h"
 #include "tests/settings/Row.h"
 #include "tests/support/LogCapture.h"
 
@@ -18,10 +18,6 @@ struct Getter {
     const char* tag;
     const char* (audio::QVAudioSetting::Source::*get)(const char*);
 };
-
-void PrintTo(const Getter& getter, std::ostream* stream) {
-    *stream << getter.test;
-}
 
 class KeptName : public ::testing::TestWithParam<Getter> {
 protected:
@@ -104,7 +100,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(Getter{"Output", 24, "main", &audio::QVAudioSetting::Source::getOutPutSource},
                       Getter{"Input", 25, "uplink",
                              &audio::QVAudioSetting::Source::getInputDestination}),
-    [](const ::testing::TestParamInfo<Getter>& one) { return std::string(one.param.test); });
+    ROW_NAME);
 
 TEST(KeptNames, AreSeparateForOutputAndInput) {
     ScriptedServer server;

@@ -4,6 +4,7 @@
 #include "tests/support/Files.h"
 
 #include <filesystem>
+#include <initializer_list>
 #include <string>
 
 namespace cabinaudio::test {
@@ -27,6 +28,16 @@ public:
 
 private:
     TemporaryDirectory mTop;
+};
+
+/// A diagnostics file that asks for the dumps of clients' streams with these tags, and the dumps,
+/// those of each tag in a directory of its own.
+class DumpDirectory : public ConfigDirectory {
+public:
+    DumpDirectory(std::initializer_list<const char*> tags);
+
+    /// All dumps of a stream, one behind the other. A file with another name counts as its name.
+    [[nodiscard]] std::string dumped(const std::string& tag, const std::string& name) const;
 };
 
 }  // namespace cabinaudio::test

@@ -19,7 +19,6 @@
 #include <map>
 #include <mutex>
 #include <optional>
-#include <stdexcept>
 #include <thread>
 #include <utility>
 
@@ -412,10 +411,6 @@ void ScriptedServer::Engine::setRegistration(Handler handler) {
 
 namespace {
 
-ScriptedServer::Handler always(Answer answer) {
-    return [answer = std::move(answer)](const Request&) { return answer; };
-}
-
 ScriptedServer::Predicate requestsOf(std::uint32_t function) {
     return [function](const Request& request) {
         return !request.isRegistration() && request.function() == function;
@@ -432,32 +427,16 @@ void ScriptedServer::on(std::uint32_t type, std::uint32_t function, Handler hand
     mEngine->setRule(type, function, std::move(handler));
 }
 
-void ScriptedServer::on(std::uint32_t type, std::uint32_t function, Answer answer) {
-    on(type, function, always(std::move(answer)));
-}
-
 void ScriptedServer::on(std::uint32_t function, Handler handler) {
     mEngine->setRule(std::nullopt, function, std::move(handler));
-}
-
-void ScriptedServer::on(std::uint32_t function, Answer answer) {
-    on(function, always(std::move(answer)));
 }
 
 void ScriptedServer::onOther(Handler handler) {
     mEngine->setOther(std::move(handler));
 }
 
-void ScriptedServer::onOther(Answer answer) {
-    onOther(always(std::move(answer)));
-}
-
 void ScriptedServer::onRegistration(Handler handler) {
     mEngine->setRegistration(std::move(handler));
-}
-
-void ScriptedServer::onRegistration(Answer answer) {
-    onRegistration(always(std::move(answer)));
 }
 
 void ScriptedServer::release(std::size_t client) {

@@ -104,7 +104,11 @@ private:
 /// Waits     Bounded; they return false when the bound is over, and the test asserts on that.
 class ScriptedServer {
 public:
-    using Handler = std::function<Answer(const Request&)>;
+    /// What to answer a request; an answer stands for itself.
+    struct Handler : std::function<Answer(const Request&)> {
+        using function::function;
+        Handler(Answer answer) : function([=](const Request&) { return answer; }) {}
+    };
     using Predicate = std::function<bool(const Request&)>;
     static constexpr std::chrono::milliseconds BOUND = std::chrono::seconds(30);
 
@@ -117,15 +121,11 @@ public:
 
     /// What to do about requests of this client type with this function id; the last word counts.
     void on(std::uint32_t type, std::uint32_t function, Handler handler);
-    void on(std::uint32_t type, std::uint32_t function, Answer answer);
     /// The same for this function id of every type that has no rule of its own.
     void on(std::uint32_t function, Handler handler);
-    void on(std::uint32_t function, Answer answer);
     /// What to do about requests without any rule.
     void onOther(Handler handler);
-    void onOther(Answer answer);
     void onRegistration(Handler handler);
-    void onRegistration(Answer answer);
 
     /// Lets one held answer of this client go; the next one when none is held at the moment.
     void release(std::size_t client = 0);

@@ -3,6 +3,7 @@
 // reason.
 #include <cabinaudio/foundation/AudioConnectType.h>
 
+#include "tests/support/Row.h"
 #include "tests/tools/ToolTest.h"
 #include "wire/Stream.h"
 
@@ -18,14 +19,9 @@ using namespace std::chrono_literals;
 /// Far more than any of these tests lasts, and far more than a request may.
 constexpr const char* LONG = "3000";
 
-struct Command {
-    const char* name;
+struct Command : Row {
     Words words;
 };
-
-void PrintTo(const Command& command, std::ostream* out) {
-    *out << command.name;
-}
 
 class ToolCommand : public ToolTest, public testing::WithParamInterface<Command> {
 protected:
@@ -55,7 +51,7 @@ INSTANTIATE_TEST_SUITE_P(
                 {"record", "FILE", "--tag", "uplink", "--rate", "16000", "--seconds", "0.2"}},
         Command{"get", {"get", "volume.master"}}, Command{"set", {"set", "volume.master=-1dB"}},
         Command{"monitor", {"monitor", "volume.master"}}, Command{"version", {"version"}}),
-    [](const auto& one) { return one.param.name; });
+    ROW_NAME);
 
 }  // namespace
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Files that cannot be played. None of these needs a server.
+#include "tests/support/Row.h"
 #include "tests/tools/ToolTest.h"
 
 #include <filesystem>
@@ -16,15 +17,10 @@ protected:
 };
 
 /// A file that is made in a certain way, and the reason why it is refused.
-struct BadFileKind {
-    const char* name;
+struct BadFileKind : Row {
     std::function<void(const std::string&)> make;
     const char* why;
 };
-
-void PrintTo(const BadFileKind& file, std::ostream* out) {
-    *out << file.name;
-}
 
 /// Makes a WAV file of 16 bits.
 auto wav(int rate, int channels, std::size_t frames = 100) {
@@ -68,8 +64,7 @@ TEST_P(BadFileOfAnyKind, IsRefusedWithTheReason) {
     expectRefusal(mFile, mFile, GetParam().why);
 }
 
-INSTANTIATE_TEST_SUITE_P(Kind, BadFileOfAnyKind, testing::ValuesIn(BAD_FILES),
-                         [](const auto& test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(Kind, BadFileOfAnyKind, testing::ValuesIn(BAD_FILES), ROW_NAME);
 
 TEST_F(BadFile, IsRefusedFromStandardInput) {
     expectRefusal("-", "standard input", NO_AUDIO_FILE);  // it is /dev/null

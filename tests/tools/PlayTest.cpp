@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Samples that reach the server when a file is played.
+#include "tests/support/Row.h"
 #include "tests/tools/ToolTest.h"
 
 namespace cabinaudio::test {
@@ -28,15 +29,10 @@ protected:
 };
 
 /// A file, and what kind of stem it becomes.
-struct Kind {
-    const char* name;
+struct Kind : Row {
     SoundShape shape;
     int stemFormat;
 };
-
-void PrintTo(const Kind& kind, std::ostream* out) {
-    *out << kind.name;
-}
 
 }  // namespace
 
@@ -90,7 +86,7 @@ INSTANTIATE_TEST_SUITE_P(
         Kind{"WavFloat", {SF_FORMAT_WAV | SF_FORMAT_FLOAT, 48000, 2, 9973}, SF_FORMAT_PCM_32},
         Kind{"Flac16", {SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 48000, 2, 20011}, SF_FORMAT_PCM_16},
         Kind{"Flac24", {SF_FORMAT_FLAC | SF_FORMAT_PCM_24, 96000, 2, 20011}, SF_FORMAT_PCM_24}),
-    [](const auto& kind) { return kind.param.name; });
+    ROW_NAME);
 
 TEST_F(Playing, DecodesOggTo16Bits) {
     writeSound(mFile, {SF_FORMAT_OGG | SF_FORMAT_VORBIS, 44100, 2, 22050});

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Recordings of the server's inputs.
+#include "tests/support/Row.h"
 #include "tests/tools/ToolTest.h"
 #include "wire/Stream.h"
 
@@ -37,17 +38,12 @@ protected:
 constexpr std::size_t SECOND = 48000;
 
 /// The format of the stream and what kind of file it becomes.
-struct Kept {
-    const char* name;
+struct Kept : Row {
     const char* format;
     const char* file;
     int inputFormat;
     int fileFormat;
 };
-
-void PrintTo(const Kept& kept, std::ostream* out) {
-    *out << kept.name;
-}
 
 class RecordingOfAnyKind : public Recording, public testing::WithParamInterface<Kept> {};
 
@@ -75,7 +71,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Kept{"Flac16", "s16", "a.flac", SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
                     Kept{"Flac8", "u8", "a.flac", SF_FORMAT_PCM_U8, SF_FORMAT_PCM_S8},
                     Kept{"Flac24", "s24", "a.flac", SF_FORMAT_PCM_24, SF_FORMAT_PCM_24}),
-    [](const auto& kept) { return kept.param.name; });
+    ROW_NAME);
 
 class RecordedTag : public Recording, public testing::WithParamInterface<const char*> {};
 

@@ -40,17 +40,7 @@ protected:
     std::unique_ptr<ToolProcess> mStream;
 };
 
-struct Refused {
-    Words command;
-    std::string says;
-};
-
-void PrintTo(const Refused& refused, std::ostream* out) {
-    for (const std::string& word : refused.command)
-        *out << word << ' ';
-}
-
-class RefusedCommand : public testing::TestWithParam<Refused> {};
+class RefusedCommand : public testing::TestWithParam<Refusal> {};
 
 }  // namespace
 
@@ -166,18 +156,18 @@ TEST(CrashCommand, TimesOutWhileClientsReachTheServer) {
 
 TEST_P(RefusedCommand, EndsWithStatusOneAndTheServersMessage) {
     const RealServer server;
-    const Outcome result = runExpecting(1, with({"server"}, GetParam().command));
+    const Outcome result = runExpecting(1, with({"server"}, GetParam().command.words));
     EXPECT_THAT(result.out, IsEmpty());
     EXPECT_EQ(result.err, "cabinaudio: " + GetParam().says + "\n");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Any, RefusedCommand,
-    testing::Values(Refused{{"source", "activate", "nobody"}, "no sink \"nobody\""},
-                    Refused{{"source", "withdraw", "nobody"}, "no sink \"nobody\""},
-                    Refused{{"stream", "remove", "nobody"}, "no stream \"nobody\""},
-                    Refused{{"uplink", "ring", "on"}, "there is no uplink"},
-                    Refused{{"uplink", "ring", "off", "nobody"}, "no uplink \"nobody\""}));
+INSTANTIATE_TEST_SUITE_P(Any, RefusedCommand,
+                         testing::Values(Refusal{"source activate nobody", "no sink \"nobody\""},
+                                         Refusal{"source withdraw nobody", "no sink \"nobody\""},
+                                         Refusal{"stream remove nobody", "no stream \"nobody\""},
+                                         Refusal{"uplink ring on", "there is no uplink"},
+                                         Refusal{"uplink ring off nobody",
+                                                 "no uplink \"nobody\""}));
 
 class ServerCommand : public testing::TestWithParam<Words> {};
 

@@ -5,7 +5,6 @@
 #include "tests/tools/ToolTest.h"
 #include "wire/Settings.h"
 
-#include <algorithm>
 #include <csignal>
 
 namespace cabinaudio::test {

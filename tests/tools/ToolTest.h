@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -79,6 +80,29 @@ constexpr std::uint32_t id(Function function) {
         lines.push_back(line);
     return lines;
 }
+
+/// Arguments as one text with blanks, or as words that may be empty or have blanks.
+struct CommandLine {
+    CommandLine(const char* line) {
+        std::istringstream stream(line);
+        for (std::string word; stream >> word;)
+            words.push_back(word);
+    }
+    CommandLine(std::initializer_list<std::string> list) : words(list) {}
+
+    Words words;
+};
+
+/// A command that is refused, and the begin of the message.
+struct Refusal {
+    CommandLine command;
+    std::string says;
+
+    friend void PrintTo(const Refusal& refusal, std::ostream* out) {
+        for (const std::string& word : refusal.command.words)
+            *out << word << ' ';
+    }
+};
 
 /// Expects that a text is exactly one line.
 inline void expectOneLine(const std::string& text) {

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/tools/ToolTest.h"
 
-#include <algorithm>
 #include <string>
-#include <vector>
 
 namespace cabinaudio::test {
 
@@ -32,16 +30,6 @@ Subcommands:
 Exit status: 0 done, 1 failed, 2 wrong usage, 3 no server, 4 timed out,
 5 a check was not met.
 )";
-
-struct Wrong {
-    Words arguments;
-    std::string says;
-};
-
-void PrintTo(const Wrong& wrong, std::ostream* out) {
-    for (const std::string& word : wrong.arguments)
-        *out << word << ' ';
-}
 
 }  // namespace
 
@@ -74,10 +62,10 @@ INSTANTIATE_TEST_SUITE_P(Any, SubCommand,
                                          "monitor", "version", "doctor"),
                          [](const auto& test) { return wordsOf(test.param); });
 
-class WrongCommandLine : public testing::TestWithParam<Wrong> {};
+class WrongCommandLine : public testing::TestWithParam<Refusal> {};
 
 TEST_P(WrongCommandLine, EndsWithStatusTwoAndOneLine) {
-    const Outcome result = runExpecting(2, GetParam().arguments);
+    const Outcome result = runExpecting(2, GetParam().command.words);
     EXPECT_THAT(result.out, IsEmpty());
     EXPECT_THAT(result.err, StartsWith("cabinaudio: " + GetParam().says));
     EXPECT_THAT(result.err, HasSubstr("--help')\n"));
@@ -86,85 +74,84 @@ TEST_P(WrongCommandLine, EndsWithStatusTwoAndOneLine) {
 
 INSTANTIATE_TEST_SUITE_P(
     Any, WrongCommandLine,
-    testing::Values(Wrong{{"--nonsense"}, "unknown option '--nonsense'"},
-                    Wrong{{"plai", "a.wav"}, "unknown sub-command 'plai'"},
-                    Wrong{{"play", "--nonsense", "a.wav"}, "unknown option '--nonsense'"},
-                    Wrong{{"play"}, "FILE is required"},
-                    Wrong{{"play", "a.wav", "--tag", "uplink"},
-                          "--tag: must be one of alternative"},
-                    Wrong{{"play", "a.wav", "--tag", "Auxiliary"}, "--tag: must be one of"},
-                    Wrong{{"play", "a.wav", "--name", "a/b"}, "--name: must not contain '/'"},
-                    Wrong{{"play", "a.wav", "--name", ""}, "--name: must have 1 to 63 characters"},
-                    Wrong{{"play", "a.wav", "--name", std::string(64, 'n')}, "--name: must have"},
-                    Wrong{{"play", "a.wav", "--key-shift", "1.21", "--tag", "auxiliary"},
-                          "--key-shift: must be a number from 0.8 to 1.2"},
-                    Wrong{{"play", "a.wav", "--key-shift", "1.1"},
-                          "--key-shift does nothing on an alternative stream"},
-                    Wrong{{"play", "a.wav", "--timeout", "soon"}, "--timeout: must be a number"},
-                    Wrong{{"play", "a.wav", "--instance", "a.b"}, "--instance: must be 1 to 32 of"},
-                    Wrong{{"play", "a.wav", "--key-shift", "1.1", "--tag", "main"},
-                          "--key-shift does nothing on a main stream"},
-                    Wrong{{"version", "surplus"}, "unknown argument 'surplus'"},
-                    Wrong{{"doctor", "-x"}, "unknown option '-x'"}));
+    testing::Values(
+        Refusal{"--nonsense", "unknown option '--nonsense'"},
+        Refusal{"plai a.wav", "unknown sub-command 'plai'"},
+        Refusal{"play --nonsense a.wav", "unknown option '--nonsense'"},
+        Refusal{"play", "FILE is required"},
+        Refusal{"play a.wav --tag uplink", "--tag: must be one of alternative"},
+        Refusal{"play a.wav --tag Auxiliary", "--tag: must be one of"},
+        Refusal{"play a.wav --name a/b", "--name: must not contain '/'"},
+        Refusal{{"play", "a.wav", "--name", ""}, "--name: must have 1 to 63 characters"},
+        Refusal{{"play", "a.wav", "--name", std::string(64, 'n')}, "--name: must have"},
+        Refusal{"play a.wav --key-shift 1.21 --tag auxiliary",
+                "--key-shift: must be a number from 0.8 to 1.2"},
+        Refusal{"play a.wav --key-shift 1.1", "--key-shift does nothing on an alternative stream"},
+        Refusal{"play a.wav --timeout soon", "--timeout: must be a number"},
+        Refusal{"play a.wav --instance a.b", "--instance: must be 1 to 32 of"},
+        Refusal{"play a.wav --key-shift 1.1 --tag main",
+                "--key-shift does nothing on a main stream"},
+        Refusal{"version surplus", "unknown argument 'surplus'"},
+        Refusal{"doctor -x", "unknown option '-x'"}));
 
 INSTANTIATE_TEST_SUITE_P(
     OfRecord, WrongCommandLine,
     testing::Values(
-        Wrong{{"record"}, "FILE is required"},
-        Wrong{{"record", "a.wav", "--nonsense"}, "unknown option '--nonsense'"},
-        Wrong{{"record", "a.wav", "--tag", "main"}, "--tag: must be one of input0"},
-        Wrong{{"record", "a.mp3"}, "cannot tell how to store pcm in 'a.mp3'; use FILE.wav"},
-        Wrong{{"record", "a"}, "cannot tell how to store pcm in 'a'"},
-        Wrong{{"record", "a.opus"}, "cannot tell how to store pcm in 'a.opus'"},
-        Wrong{{"record", "a.wav", "--tag", "uplink", "--codec", "opus"},
-              "cannot tell how to store opus in 'a.wav'; use FILE.opus"},
-        Wrong{{"record", "a.wav", "--tag", "uplink", "--codec", "aac"},
-              "cannot tell how to store aac in 'a.wav'; use FILE.loas"},
-        Wrong{{"record", "a.flac", "--format", "s32"}, "FLAC has 24 bits at most"},
-        Wrong{{"record", "a.wav", "--format", "float"}, "--format: must be one of s16, u8"},
-        Wrong{{"record", "a.wav", "--codec", "mp3"}, "--codec: must be one of pcm, opus"},
-        Wrong{{"record", "a.opus", "--codec", "opus"}, "--codec opus needs --tag uplink"},
-        Wrong{{"record", "a.opus", "--codec", "opus", "--tag", "uplink", "--rate", "44100"},
-              "--codec opus goes with a --rate of 8000, 16000, 24000 or 48000"},
-        Wrong{{"record", "a.opus", "--codec", "opus", "--tag", "uplink", "--channels", "3"},
-              "--codec opus has 2 channels at most"},
-        Wrong{{"record", "a.opus", "--codec", "opus", "--tag", "uplink", "--no-block"},
-              "--codec opus does not go with --no-block"},
-        Wrong{{"record", "a.wav", "--codec", "msbc", "--tag", "uplink", "--rate", "8000"},
-              "--codec msbc is 16000 Hz in one channel"},
-        Wrong{{"record", "a.wav", "--tag", "uplink", "--volume", "3"}, "an uplink has no --volume"},
-        Wrong{{"record", "a.wav", "--tag", "uplink", "--format", "u8"},
-              "the library's silence of an uplink is loud in this format; use --format s16"},
-        Wrong{{"record", "a.wav", "--tag", "uplink", "--format", "s24"},
-              "the library's silence of an uplink is loud in this format"},
-        Wrong{{"record", "a.wav", "--volume", "101"}, "--volume: must be a number from 0 to 100"},
-        Wrong{{"record", "a.wav", "--seconds", "0"}, "--seconds: must be a number from 0.001"},
-        Wrong{{"record", "a.wav", "--rate", "7999"}, "--rate: must be a number from 8000"},
-        Wrong{{"record", "a.wav", "--channels", "7"}, "--channels: must be a number from 1 to 6"},
-        Wrong{{"record", "-", "--json"}, "--json and the recording both want stdout"}));
+        Refusal{"record", "FILE is required"},
+        Refusal{"record a.wav --nonsense", "unknown option '--nonsense'"},
+        Refusal{"record a.wav --tag main", "--tag: must be one of input0"},
+        Refusal{"record a.mp3", "cannot tell how to store pcm in 'a.mp3'; use FILE.wav"},
+        Refusal{"record a", "cannot tell how to store pcm in 'a'"},
+        Refusal{"record a.opus", "cannot tell how to store pcm in 'a.opus'"},
+        Refusal{"record a.wav --tag uplink --codec opus",
+                "cannot tell how to store opus in 'a.wav'; use FILE.opus"},
+        Refusal{"record a.wav --tag uplink --codec aac",
+                "cannot tell how to store aac in 'a.wav'; use FILE.loas"},
+        Refusal{"record a.flac --format s32", "FLAC has 24 bits at most"},
+        Refusal{"record a.wav --format float", "--format: must be one of s16, u8"},
+        Refusal{"record a.wav --codec mp3", "--codec: must be one of pcm, opus"},
+        Refusal{"record a.opus --codec opus", "--codec opus needs --tag uplink"},
+        Refusal{"record a.opus --codec opus --tag uplink --rate 44100",
+                "--codec opus goes with a --rate of 8000, 16000, 24000 or 48000"},
+        Refusal{"record a.opus --codec opus --tag uplink --channels 3",
+                "--codec opus has 2 channels at most"},
+        Refusal{"record a.opus --codec opus --tag uplink --no-block",
+                "--codec opus does not go with --no-block"},
+        Refusal{"record a.wav --codec msbc --tag uplink --rate 8000",
+                "--codec msbc is 16000 Hz in one channel"},
+        Refusal{"record a.wav --tag uplink --volume 3", "an uplink has no --volume"},
+        Refusal{"record a.wav --tag uplink --format u8",
+                "the library's silence of an uplink is loud in this format; use --format s16"},
+        Refusal{"record a.wav --tag uplink --format s24",
+                "the library's silence of an uplink is loud in this format"},
+        Refusal{"record a.wav --volume 101", "--volume: must be a number from 0 to 100"},
+        Refusal{"record a.wav --seconds 0", "--seconds: must be a number from 0.001"},
+        Refusal{"record a.wav --rate 7999", "--rate: must be a number from 8000"},
+        Refusal{"record a.wav --channels 7", "--channels: must be a number from 1 to 6"},
+        Refusal{"record - --json", "--json and the recording both want stdout"}));
 
 INSTANTIATE_TEST_SUITE_P(
     OfServer, WrongCommandLine,
-    testing::Values(Wrong{{"server"}, "A subcommand is required"},
-                    Wrong{{"server", "explode"}, "unknown argument 'explode'"},
-                    Wrong{{"server", "source"}, "A subcommand is required"},
-                    Wrong{{"server", "source", "activate"}, "NAME is required"},
-                    Wrong{{"server", "source", "activate", ""}, "NAME: must have 1 to 63"},
-                    Wrong{{"server", "stream", "remove", "a\nb"},
-                          "NAME: must not contain a line end"},
-                    Wrong{{"server", "uplink", "ring"}, "A subcommand is required"},
-                    Wrong{{"server", "stall"}, "MS is required"},
-                    Wrong{{"server", "stall", "0"}, "MS: must be a number from 1 to 60000"},
-                    Wrong{{"server", "crash", "now"}, "unknown argument 'now'"}));
+    testing::Values(Refusal{"server", "A subcommand is required"},
+                    Refusal{"server explode", "unknown argument 'explode'"},
+                    Refusal{"server source", "A subcommand is required"},
+                    Refusal{"server source activate", "NAME is required"},
+                    Refusal{{"server", "source", "activate", ""}, "NAME: must have 1 to 63"},
+                    Refusal{{"server", "stream", "remove", "a\nb"},
+                            "NAME: must not contain a line end"},
+                    Refusal{"server uplink ring", "A subcommand is required"},
+                    Refusal{"server stall", "MS is required"},
+                    Refusal{"server stall 0", "MS: must be a number from 1 to 60000"},
+                    Refusal{"server crash now", "unknown argument 'now'"}));
 
 INSTANTIATE_TEST_SUITE_P(
     OfSettings, WrongCommandLine,
-    testing::Values(Wrong{{"set"}, "NAME=VALUE or --file is required"},
-                    Wrong{{"describe"}, "NAME is required"},
-                    Wrong{{"monitor", "--interval", "0"}, "--interval: must be a number from 1"},
-                    Wrong{{"monitor", "--count", "0"}, "--count: must be a number from 1"},
-                    Wrong{{"get", "--timeout", "never"}, "--timeout: must be a number"},
-                    Wrong{{"list", "--nonsense"}, "unknown option '--nonsense'"}));
+    testing::Values(Refusal{"set", "NAME=VALUE or --file is required"},
+                    Refusal{"describe", "NAME is required"},
+                    Refusal{"monitor --interval 0", "--interval: must be a number from 1"},
+                    Refusal{"monitor --count 0", "--count: must be a number from 1"},
+                    Refusal{"get --timeout never", "--timeout: must be a number"},
+                    Refusal{"list --nonsense", "unknown option '--nonsense'"}));
 
 TEST(Tool, RequiresASubCommand) {
     const Outcome result = runExpecting(2, {});

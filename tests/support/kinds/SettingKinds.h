@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tests/support/Row.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <ostream>
 #include <vector>
 
 namespace cabinaudio::test {
@@ -29,13 +30,10 @@ private:
 };
 
 /// One class of settings.
-struct SettingKind {
-    const char* name;
+struct SettingKind : Row {
     std::uint32_t type;   // of its connection
     std::size_t replied;  // bytes of the answer to ask()
     std::unique_ptr<AnySetting> (*create)();
-
-    friend void PrintTo(const SettingKind& kind, std::ostream* out) { *out << kind.name; }
 };
 
 [[nodiscard]] const std::vector<SettingKind>& settingKinds();

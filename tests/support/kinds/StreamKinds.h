@@ -4,6 +4,7 @@
 #include <cabinaudio/foundation/AudioStatus.h>
 #include <cabinaudio/foundation/AudioTypes.h>
 
+#include "tests/support/Row.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/ServerRing.h"
 #include "tests/support/kinds/AnyStream.h"
@@ -12,7 +13,6 @@
 #include <initializer_list>
 #include <memory>
 #include <mutex>
-#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,8 +26,7 @@ constexpr AudioFormatDesc MUSIC = {0, 48000, 0, AUDIO_CHANNEL_MAP_2, 0, AUDIO_BI
 constexpr AudioFormatDesc SPEECH = {0, 16000, 0, AUDIO_CHANNEL_MAP_1, 0, AUDIO_BIT_DEPTH_16};
 
 /// One kind of stream: how it is made, how its ring arrives, what it logs and refuses.
-struct StreamKind {
-    const char* name;
+struct StreamKind : Row {
     AudioTagType tag;
     AudioFormatDesc format;
     bool writes;
@@ -58,8 +57,6 @@ struct StreamKind {
     [[nodiscard]] int refusal() const {
         return writes ? AUDIO_INVALID_OPERATION : AUDIO_INVALID_STATE;
     }
-
-    friend void PrintTo(const StreamKind& kind, std::ostream* out) { *out << kind.name; }
 };
 
 /// The five kinds, linear PCM: two of tracks, a sink, a record, an uplink.
@@ -73,8 +70,6 @@ struct StreamKind {
 /// The same where it must exist.
 [[nodiscard]] const StreamKind& streamKind(std::string_view name);
 [[nodiscard]] std::vector<StreamKind> kindsNamed(std::initializer_list<std::string_view> names);
-
-// ---- A server's part ----------------------------------------------------------------------------
 
 /// Functions of capture and of playback streams.
 constexpr std::uint32_t CREATE_FUNCTIONS[] = {2, 21};
