@@ -21,7 +21,6 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <thread>
 
 namespace cabinaudio::test {
@@ -277,13 +276,28 @@ TEST(CommandLine, IsExplainedAndChecked) {
         EXPECT_THAT(help, HasSubstr(option));
     }
     EXPECT_EQ(runServer(0, "--version").out, "cabinaudio-server 2.24.25\n");
-    std::istringstream commandLines(
-        "--output tape|--output wav:|--output null:x|--rate 7999|--channels 0|--format s17|"
-        "--ring-periods 1|--ring-delay -1|--instance a.b|--fast|--fast --output alsa|"
-        "--input tone:|--input tone:0.5|--input tone:440Hz|--input input0=|--uplink-delay -1|"
-        "--uplink-delay 60001|--uplink-delay soon|--input silence silence|"
-        "--stems /no/such/directory|--nothing|word");
-    for (std::string wrong; std::getline(commandLines, wrong, '|');) {
+    for (const char* wrong : {"--output tape",
+                              "--output wav:",
+                              "--output null:x",
+                              "--rate 7999",
+                              "--channels 0",
+                              "--format s17",
+                              "--ring-periods 1",
+                              "--ring-delay -1",
+                              "--instance a.b",
+                              "--fast",
+                              "--fast --output alsa",
+                              "--input tone:",
+                              "--input tone:0.5",
+                              "--input tone:440Hz",
+                              "--input input0=",
+                              "--uplink-delay -1",
+                              "--uplink-delay 60001",
+                              "--uplink-delay soon",
+                              "--input silence silence",
+                              "--stems /no/such/directory",
+                              "--nothing",
+                              "word"}) {
         EXPECT_THAT(refusal(2, wrong), AllOf(testing::StartsWith("cabinaudio-server: "),
                                              testing::EndsWith("(try --help)\n")));
     }
