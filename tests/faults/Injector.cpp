@@ -266,8 +266,8 @@ constexpr const char* HARMLESS =
     "__errno_location ceilf __gmon_start__ __gxx_personality_v0 __gnu_ __sanitizer_ __stack_chk "
     "__tsan_ __ubsan_ abort free getenv getpagesize gnu_get_libc_version memc memm mems "
     "pthread_attr_ pthread_cond pthread_detach pthread_exit pthread_join pthread_mutex "
-    "pthread_self pthread_sigmask pthread_tryjoin_np sched_get_priority_max sem_getvalue sig "
-    "snprintf __snprintf_chk str __isoc23_strtol";
+    "pthread_self pthread_sigmask pthread_tryjoin_np sched_get_priority_max sched_yield "
+    "sem_getvalue sig snprintf __snprintf_chk str __isoc23_strtol";
 
 /// What matters of the C++ library: its files and their buffers.
 bool isOfFiles(const char* name) {
