@@ -2,8 +2,8 @@
 // The gate on its own, with hooks at the system calls by which a drain waits and is woken.
 #include "foundation/UseGate.h"
 #include "tests/interpose/Waits.h"
-#include "tests/race/Rounds.h"
 #include "tests/support/OnThreads.h"
+#include "tests/support/Rounds.h"
 
 #include <gtest/gtest.h>
 #include <linux/futex.h>

@@ -4,8 +4,8 @@
 #include <cabinaudio/foundation/AudioStatus.h>
 #include <cabinaudio/link/RemoteCall.h>
 
-#include "tests/race/Rounds.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/Rounds.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/kinds/SettingKinds.h"
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // A stream is destroyed while one thread is blocked in it, the server's end of the ring works, and
 // notifications come as fast as the link takes them.
-#include "tests/race/Rounds.h"
 #include "tests/support/ProcessState.h"
+#include "tests/support/Rounds.h"
 #include "tests/support/StreamFixture.h"
 #include "tests/support/kinds/StreamKinds.h"
 

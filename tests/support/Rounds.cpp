@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/race/Rounds.h"
+#include "tests/support/Rounds.h"
 
 #include <algorithm>
 #include <cstdlib>
