@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tools/settings/Change.h"
 #include "tools/settings/Directory.h"
 
 #include <optional>
@@ -12,7 +13,8 @@ namespace cabinaudio::tool {
 /// One request of the set command.
 struct Assignment {
     Named named;
-    Value value;
+    Value value = {};                   // unless there is a change
+    std::optional<Change> change = {};  // of the present value
     std::optional<Value> partner = {};  // value of the related setting, if merged
     std::string text = {};              // "fade=20 balance=-10"
 };

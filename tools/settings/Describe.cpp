@@ -2,6 +2,7 @@
 #include "tools/settings/Describe.h"
 
 #include "tools/Terminal.h"
+#include "tools/settings/Change.h"
 
 #include <algorithm>
 
@@ -37,7 +38,10 @@ std::string valueHelp(const Type& type) {
         case Kind::Gain:
             return range +
                    "\n            with dB a gain, such as -6.5dB; without a volume step: "
-                   "half a dB each,\n            100 is 0dB and 0 is silence";
+                   "half a dB each,\n            100 is 0dB and 0 is silence; with % the "
+                   "amplitude: 50% is -6.02dB";
+        case Kind::Switch:
+            return range + ", also as true or false, 1 or 0";
         case Kind::Text:
             return range +
                    "; other than letters, digits and ._-+/: may be\n            written as "
@@ -45,6 +49,19 @@ std::string valueHelp(const Type& type) {
         default:
             return range;
     }
+}
+
+/// "3dB+, 5- or 10%+ from the present value, or volume.master+=3dB"; empty if there is none.
+std::string changeHelp(const Named& named) {
+    const Type& type = named.setting->type;
+    const std::vector<std::string> examples = exampleChanges(*named.setting);
+    if (examples.empty()) return "";
+    if (type.kind == Kind::Switch) return "toggle or !";
+    const std::string& first = examples.front();
+    const std::string words =
+        type.kind == Kind::Gain ? "3dB+, 5- or 10%+" : first + " or " + examples.back();
+    return words + " from the present value, or " + named.name +
+           "+=" + first.substr(0, first.size() - 1);
 }
 
 std::string exampleValue(const Type& type) {
@@ -87,6 +104,7 @@ void print(const Named& named) {
     say(std::string("  type      ") + kindName(setting.type.kind));
     say("  range     " + valueHelp(setting.type));
     if (*setting.type.unit != '\0') say(std::string("  unit      ") + setting.type.unit);
+    if (const std::string change = changeHelp(named); !change.empty()) say("  change    " + change);
     say("  access    " + accessText(setting));
     say("  functions " + functionsText(setting.functions));
     if (setting.set)
@@ -158,6 +176,7 @@ Json descriptionJson(const Named& named) {
     json["count"] = setting.type.kind == Kind::Bytes ? 1 : setting.type.count;
     json["range"] = rangeText(setting.type);
     json["unit"] = orNull(std::string(setting.type.unit));
+    json["changes"] = exampleChanges(setting);
     json["readable"] = static_cast<bool>(setting.get);
     json["settable"] = static_cast<bool>(setting.set);
     json["connection"] = static_cast<unsigned>(setting.functions.connection);

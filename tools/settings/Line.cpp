@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/settings/Line.h"
 
+#include <cabinaudio/foundation/AudioStatus.h>
+
 #include "tools/Json.h"
+#include "tools/Names.h"
 
 #include <stdexcept>
 
@@ -32,6 +35,19 @@ Json jsonOf(const Named& named, const Value& value) {
             {"unit", isSteps ? Json("step") : orNull(std::string(type.unit))},
             {"settable", isSettable(*named.setting, value)},
             {"text", valueText(type, value)}};
+}
+
+bool hasNoPosition(const Named& named, std::int32_t status) {
+    return named.setting->partner != nullptr && status == AUDIO_INVALID_STATE;
+}
+
+std::string unreadableText(const Named& named, std::int32_t status) {
+    std::string why = statusText(status);
+    if (hasNoPosition(named, status))
+        why = "the loudspeakers' volumes are of no fade and balance";
+    else if (status == AUDIO_INVALID_OPERATION)
+        why = "this server does not have it";
+    return "cannot read " + named.name + ": " + why;
 }
 
 std::string onlySetText(const Named& named) {

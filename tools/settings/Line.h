@@ -3,6 +3,7 @@
 
 #include "tools/settings/Directory.h"
 
+#include <cstdint>
 #include <string>
 
 namespace cabinaudio::tool {
@@ -15,6 +16,13 @@ namespace cabinaudio::tool {
 
 /// {"name": ..., "value": ..., "unit": ..., "text": ...}
 [[nodiscard]] Json jsonOf(const Named& named, const Value& value);
+
+/// Whether there is no value now: fade and balance follow from the loudspeakers' volumes, which may
+/// match no position.
+[[nodiscard]] bool hasNoPosition(const Named& named, std::int32_t status);
+
+/// Why a setting could not be read; `status` is the server's.
+[[nodiscard]] std::string unreadableText(const Named& named, std::int32_t status);
 
 /// "it is read-only" and the like, for messages about settings that cannot be read or set.
 [[nodiscard]] std::string onlySetText(const Named& named);

@@ -58,6 +58,7 @@ extern const char* const LOUDSPEAKERS[6];
 /// The same for JSON: numbers, strings, lists of them. Bytes are hex digits.
 [[nodiscard]] Json valueJson(const Type& type, const Value& value);
 
+/// A value that does not depend on the present one; see Change.h for the others.
 /// @throws std::invalid_argument with a text that completes "volume.master: ..."
 [[nodiscard]] Value parsedValue(const Type& type, const std::string& text);
 
