@@ -8,6 +8,7 @@
 #include "tests/server/RawRecorder.h"
 #include "tests/server/ServerRun.h"
 #include "tests/server/Sound.h"
+#include "tests/support/BrokenOutput.h"
 #include "tests/support/Files.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
@@ -266,6 +267,14 @@ TEST(Trace, ShowsRequestsAndNotificationsOfSinksAndUplinks) {
           " -> ok, ring 4096 bytes, per loop 512 bytes, 16 ms, 256 frames [",
           "input0 \"voice\" setVolume(70) -> ok [", "input0 \"voice\" getVolume() -> ok, 70 ["}) {
         EXPECT_THAT(trace, HasSubstr(line));
+    }
+}
+
+TEST(CommandLine, FailsWhenHelpAndVersionCannotBePrinted) {
+    for (const char* option : {"--help", "--version"}) {
+        Process server({.words = {RealServer::path(), option}, .inChild = printToFullDisk});
+        EXPECT_THAT(server.finishExpecting(1).err,
+                    HasSubstr("cannot write to standard output: No space left on device\n"));
     }
 }
 

@@ -31,10 +31,16 @@ void add(const std::string& word, std::vector<std::string>& into) {
     if (!word.empty() && word.front() != '#') into.push_back(word);
 }
 
-void addLines(std::istream& stream, std::vector<std::string>& into) {
+/// An empty file is an error: its writer may have failed, such as get on a full disk.
+void addLines(std::istream& stream, const std::string& name, std::vector<std::string>& into) {
+    const std::size_t before = into.size();
     std::string line;
+    errno = 0;
     while (std::getline(stream, line))
         add(trimmed(line), into);
+    if (stream.bad())
+        throw Failure("cannot read " + name + ": " + std::strerror(errno) + "; nothing was set");
+    if (into.size() == before) throw Failure(name + " has no NAME=VALUE; nothing was set");
 }
 
 /// NAME=VALUE, NAME+=AMOUNT or NAME-=AMOUNT.
@@ -101,14 +107,14 @@ std::vector<std::string> readAssignments(const std::vector<std::string>& words,
     std::vector<std::string> all;
     for (const std::string& word : words) {
         if (word == "-")
-            addLines(std::cin, all);
+            addLines(std::cin, "standard input", all);
         else
             add(word, all);
     }
     for (const std::string& name : files) {
         std::ifstream file(name);
         if (!file) throw Failure("cannot open file " + name + ": " + std::strerror(errno));
-        addLines(file, all);
+        addLines(file, "file " + name, all);
     }
     return all;
 }

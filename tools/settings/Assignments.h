@@ -21,7 +21,7 @@ struct Assignment {
 
 /// The words in their order, with "-" replaced by the lines of standard input, followed by the
 /// lines of the files. Empty lines and lines that begin with '#' are skipped.
-/// @throws Failure when a file cannot be read
+/// @throws Failure when a file cannot be read, or has no other lines
 [[nodiscard]] std::vector<std::string> readAssignments(const std::vector<std::string>& words,
                                                        const std::vector<std::string>& files);
 
