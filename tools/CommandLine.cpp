@@ -373,6 +373,8 @@ void addDescribe(CLI::App& app, DescribeOptions& options, CommonOptions& common)
     CLI::App& command = addSettings(
         app, "describe", "Describe settings: range, unit, functions, an example", options, common);
     command.add_option("NAME", options.names, NAMES)->type_name("")->required();
+    command.add_flag("--values", options.valuesOnly,
+                     "Print words that the values can be, one a line");
 }
 
 void addMonitor(CLI::App& app, MonitorOptions& options, CommonOptions& common) {

@@ -5,6 +5,7 @@
 #include "tools/settings/Change.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace cabinaudio::tool {
 
@@ -97,6 +98,24 @@ std::string functionsText(const Functions& functions) {
            std::to_string(functions.connection) + ")";
 }
 
+/// Values that can be listed, and examples of volumes and changes.
+std::vector<std::string> exampleWords(const Setting& setting) {
+    const Type& type = setting.type;
+    std::vector<std::string> words;
+    if (!setting.set) return words;
+    if (type.kind == Kind::Switch) words = {"on", "off"};
+    if (type.kind == Kind::Gain) words = {"0dB", "-6dB", "100", "50%"};
+    if (type.kind == Kind::Loudspeakers) {
+        words.assign(std::begin(LOUDSPEAKERS), std::end(LOUDSPEAKERS));
+        words.emplace_back("none");
+    }
+    for (const auto& [word, number] : type.words)
+        words.emplace_back(word);
+    for (const std::string& change : exampleChanges(setting))
+        if (change != "!") words.push_back(change);  // toggle is the same
+    return words;
+}
+
 void print(const Named& named) {
     const Setting& setting = *named.setting;
     say(named.name);
@@ -129,6 +148,12 @@ std::vector<Named> selected(const Directory& directory, const std::vector<std::s
 void describe(Session& session, const DescribeOptions& options) {
     const std::vector<Named> all = selected(session.directoryOrFixed(), options.names);
     if (session.wantsJson()) session.report("settings") = Json::array();
+    if (options.valuesOnly && !session.wantsJson()) {
+        for (const Named& named : all)
+            for (const std::string& word : exampleWords(*named.setting))
+                say(word);
+        return;
+    }
     for (const Named& named : all) {
         if (session.wantsJson())
             session.report("settings").push_back(descriptionJson(named));
