@@ -125,6 +125,19 @@ TEST(Change, OfAnUnreadableValuePreventsAllRequests) {
     EXPECT_THAT(server.requests(VOLUME, id(VolumeFunction::SetMasterGain)), IsEmpty());
 }
 
+TEST(Meter, ShowsDbAndKeepsTheServersNumbersInJson) {
+    ScriptedServer server;
+    server.on(AUDIO_CONNECT_APP_SETTING, id(wire::AppFunction::GetOutputEnergy),
+              Answer::words(0, 1000000, 500000, 0, 1));
+    const Outcome text = runExpecting(0, {"get", "energy.output"});
+    EXPECT_EQ(text.out, "#energy.output=0dB,-6dB,silence,-120dB\n");
+    const json all = jsonOf(runExpecting(0, {"get", "--json", "energy.output"}));
+    EXPECT_EQ(all["settings"][0],
+              json::parse(R"({"name":"energy.output","value":[1000000,500000,0,1],
+                              "unit":"millionth","value_db":[0,-6,null,-120],"settable":false,
+                              "text":"0dB,-6dB,silence,-120dB"})"));
+}
+
 TEST(FadeAndBalance, AreSentAsOneOperation) {
     ScriptedServer server;
     runExpecting(0, {"set", "fade=20", "volume.master=-1dB", "balance=-10"});

@@ -283,6 +283,23 @@ TEST_F(SettingsRoundTrip, ValuesAreTypedInJson) {
         json::parse(R"({"set":["volume.master=-5dB"],"changes":[],"ended":"done","error":null})"));
 }
 
+TEST_F(SettingsRoundTrip, MetersAreSilentWithoutSound) {
+    EXPECT_EQ(get({"energy.output", "spectrum", "energy.hardware.0"}),
+              "#energy.output=silence,silence,silence,silence\n"
+              "#spectrum=silence,silence,silence,silence\n#energy.hardware.0=silence\n");
+}
+
+TEST_F(SettingsRoundTrip, MetersShowTheLevelOfATone) {
+    set({"speaker.test.tone.LF=500"});  // a peak of 0.1
+    json level = {{"value", {0}}};
+    // Each request takes a few milliseconds; the tone is there after one or two periods.
+    for (int i = 0; i < 1000 && level["value"][0] < 70000; ++i)
+        level = jsonOf(runTool({"get", "--json", "energy.output"}))["settings"][0];
+    ASSERT_GE(level["value"][0], 70000) << level;
+    EXPECT_NEAR(level["value_db"][0], -23.0, 0.11) << level;
+    EXPECT_TRUE(level["value_db"][1].is_null()) << level;
+}
+
 TEST_F(SettingsRoundTrip, SetIgnoresReadOnlyLines) {
     EXPECT_THAT(get(), HasSubstr("\n#types=media,navigation,call,voice,alarm,system\n"));
     EXPECT_EQ(get({"types"}), "#types=media,navigation,call,voice,alarm,system\n");

@@ -30,11 +30,13 @@ std::string lineOf(const Named& named, const Value& value) {
 Json jsonOf(const Named& named, const Value& value) {
     const Type& type = named.setting->type;
     const bool isSteps = std::holds_alternative<Steps>(value);
-    return {{"name", named.name},
-            {"value", valueJson(type, value)},
-            {"unit", isSteps ? Json("step") : orNull(std::string(type.unit))},
-            {"settable", isSettable(*named.setting, value)},
-            {"text", valueText(type, value)}};
+    Json json = {{"name", named.name},
+                 {"value", valueJson(type, value)},
+                 {"unit", isSteps ? Json("step") : orNull(std::string(type.unit))}};
+    if (type.kind == Kind::Level) json["value_db"] = levelsInDb(type, value);
+    json["settable"] = isSettable(*named.setting, value);
+    json["text"] = valueText(type, value);
+    return json;
 }
 
 bool hasNoPosition(const Named& named, std::int32_t status) {

@@ -14,7 +14,7 @@ namespace cabinaudio::tool {
 /// "volume.master=-6dB"; "#tracks=..." for settings that cannot be set.
 [[nodiscard]] std::string lineOf(const Named& named, const Value& value);
 
-/// {"name": ..., "value": ..., "unit": ..., "text": ...}
+/// {"name": ..., "value": ..., "unit": ..., "text": ...}; levels also have "value_db".
 [[nodiscard]] Json jsonOf(const Named& named, const Value& value);
 
 /// Whether there is no value now: fade and balance follow from the loudspeakers' volumes, which may

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <initializer_list>
 #include <iterator>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
 
@@ -182,7 +183,20 @@ std::string hexText(const Octets& bytes) {
     return text;
 }
 
+/// In tenths of a dB; empty for silence.
+std::optional<double> levelInDb(std::int64_t millionths) {
+    if (millionths <= 0) return std::nullopt;
+    const double dB = 20 * std::log10(static_cast<double>(millionths) / 1e6);
+    return std::round(dB * 10) / 10 + 0.0;  // no -0
+}
+
+std::string levelText(std::int64_t millionths) {
+    const std::optional<double> dB = levelInDb(millionths);
+    return dB ? numberText(*dB) + "dB" : "silence";
+}
+
 std::string integerText(const Type& type, std::int64_t number) {
+    if (type.kind == Kind::Level) return levelText(number);
     if (type.kind == Kind::Loudspeakers) return loudspeakersText(number);
     for (const auto& [word, meant] : type.words)
         if (number == meant) return word;
@@ -220,6 +234,8 @@ const char* kindName(Kind kind) {
             return "text";
         case Kind::Bytes:
             return "bytes";
+        case Kind::Level:
+            return "level";
         case Kind::List:
             break;
     }
@@ -249,6 +265,8 @@ std::string rangeText(const Type& type) {
             return "a text of at most 63 bytes";
         case Kind::Bytes:
             return "hex digits of at most " + std::to_string(type.count) + " bytes, or @FILE";
+        case Kind::Level:
+            return times + "dB of full scale, or silence";
         case Kind::List:
             break;
     }
@@ -294,6 +312,8 @@ Json valueJson(const Type& type, const Value& value) {
             return listJson(type, steps.steps, [](std::uint8_t step) { return unsigned{step}; });
         }
         Json operator()(const Integers& numbers) const {
+            if (type.kind == Kind::Level)
+                return listJson(type, numbers, [](std::int64_t n) { return Json(n); });
             return listJson(type, numbers, [&](std::int64_t n) {
                 const std::string text = integerText(type, n);
                 return text == numberText(n) + type.unit ? Json(n) : Json(text);
@@ -305,6 +325,13 @@ Json valueJson(const Type& type, const Value& value) {
         Json operator()(const Texts& texts) const { return texts; }
     };
     return std::visit(Writer{type}, value);
+}
+
+Json levelsInDb(const Type& type, const Value& value) {
+    return listJson(type, std::get<Integers>(value), [](std::int64_t millionths) {
+        const std::optional<double> dB = levelInDb(millionths);
+        return dB ? Json(*dB) : Json(nullptr);
+    });
 }
 
 Value parsedValue(const Type& type, const std::string& text) {
@@ -339,10 +366,11 @@ Value parsedValue(const Type& type, const std::string& text) {
         }
         case Kind::Bytes:
             return parseBytes(type, text);
+        case Kind::Level:
         case Kind::List:
             break;
     }
-    refuse("is a list, which can only be read");
+    refuse("can only be read");
 }
 
 }  // namespace cabinaudio::tool
