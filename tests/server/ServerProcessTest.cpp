@@ -16,6 +16,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -276,6 +277,20 @@ TEST(CommandLine, FailsWhenHelpAndVersionCannotBePrinted) {
         EXPECT_THAT(server.finishExpecting(1).err,
                     HasSubstr("cannot write to standard output: No space left on device\n"));
     }
+}
+
+TEST(Trace, FailsTheServerAtItsEndWhenItCannotBePrinted) {
+    const auto breakOutput = [] {
+        printToFullDisk();
+        dup2(STDERR_FILENO, 9);
+    };
+    Process server({.words = {RealServer::path(), "--output", "null", "--trace", "--ready-fd", "9"},
+                    .inChild = breakOutput});
+    ASSERT_TRUE(server.waitForErr("ready"));
+    { const RawClient version(AUDIO_CONNECT_VERSION_SETTING, "unkn"); }
+    server.send(SIGTERM);
+    EXPECT_THAT(server.finishExpecting(1).err,
+                HasSubstr("cannot write to standard output: No space left on device\n"));
 }
 
 TEST(CommandLine, IsExplainedAndChecked) {
