@@ -3,6 +3,7 @@
 #include "tools/CommandLine.h"
 
 #include "devkit/board/Names.h"
+#include "devkit/text/Output.h"
 #include "tools/Failure.h"
 #include "tools/Names.h"
 #include "tools/ProgramVersion.h"
@@ -341,7 +342,8 @@ void addSet(CLI::App& app, SetOptions& options, CommonOptions& common) {
         command
             .add_option("NAME=VALUE", options.assignments,
                         "In this order; - reads lines from standard input.\nLines that begin with "
-                        "'#' are ignored")
+                        "'#' are ignored. NAME=3dB+, NAME=5-, NAME=10%+,\nNAME+=3dB and "
+                        "NAME=toggle change the present value")
             ->type_name("");
     CLI::Option* file =
         command.add_option("--file", options.files, "Read lines from a file, after all others")
@@ -371,6 +373,8 @@ void addDescribe(CLI::App& app, DescribeOptions& options, CommonOptions& common)
     CLI::App& command = addSettings(
         app, "describe", "Describe settings: range, unit, functions, an example", options, common);
     command.add_option("NAME", options.names, NAMES)->type_name("")->required();
+    command.add_flag("--values", options.valuesOnly,
+                     "Print words that the values can be, one a line");
 }
 
 void addMonitor(CLI::App& app, MonitorOptions& options, CommonOptions& common) {
@@ -465,7 +469,9 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& asked) {  // help or version
-        app.exit(asked);
+        std::ostringstream printed;
+        app.exit(asked, printed, printed);
+        text::print(printed.str());
         return std::nullopt;
     } catch (const CLI::ParseError& error) {
         refuse(app, explain(app, error));

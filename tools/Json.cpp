@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/Json.h"
 
+#include "devkit/text/Output.h"
 #include "devkit/text/Printable.h"
 
 #include <cmath>
-#include <cstdio>
 
 namespace cabinaudio::tool {
 
@@ -24,8 +24,7 @@ void printJson(const Json& value) {
     // File names are bytes; a name that is not UTF-8 must not make the whole report fail.
     const std::string line =
         text::printableJson(value.dump(-1, ' ', false, Json::error_handler_t::replace)) + "\n";
-    std::fputs(line.c_str(), stdout);
-    std::fflush(stdout);
+    text::print(line);
 }
 
 }  // namespace cabinaudio::tool

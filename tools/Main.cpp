@@ -70,5 +70,5 @@ int main(int argc, char** argv) {
     } catch (const std::exception& error) {
         complain(error.what());
     }
-    return static_cast<int>(code);
+    return static_cast<int>(afterOutput(code));
 }

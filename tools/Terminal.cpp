@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/Terminal.h"
 
+#include "devkit/text/Output.h"
 #include "devkit/text/Printable.h"
 
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -14,13 +16,24 @@
 namespace cabinaudio::tool {
 
 void complain(const std::string& text) {
-    std::fflush(stdout);
+    text::flushOutput();
     std::fputs(("cabinaudio: " + text::printable(text) + "\n").c_str(), stderr);
 }
 
 void say(const std::string& text) {
-    std::fputs((text + "\n").c_str(), stdout);
-    std::fflush(stdout);
+    text::print(text + "\n");
+}
+
+std::string newOutputFault() {
+    static std::atomic<bool> isTold{false};
+    std::string fault = text::outputFault();
+    if (fault.empty() || isTold.exchange(true)) return "";
+    return fault;
+}
+
+ExitCode afterOutput(ExitCode code) {
+    if (const std::string fault = newOutputFault(); !fault.empty()) complain(fault);
+    return code == ExitCode::Done && text::outputIsLost() ? ExitCode::Failed : code;
 }
 
 bool mayColour(int descriptor) {

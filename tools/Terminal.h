@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tools/ExitCode.h"
+
 #include <string>
 
 namespace cabinaudio::tool {
@@ -11,6 +13,14 @@ void complain(const std::string& text);
 /// Prints lines on stdout unchanged, and flushes. Callers pass foreign text through
 /// text::printable() first.
 void say(const std::string& text);
+
+/// @return why a part of what was printed is lost; empty if all was written, or if an earlier call
+/// has returned the reason
+[[nodiscard]] std::string newOutputFault();
+
+/// The status of a program that ends with `code`: output that was lost is a failure. Prints the
+/// reason on stderr unless newOutputFault() has returned it.
+[[nodiscard]] ExitCode afterOutput(ExitCode code);
 
 /// @return whether colour may be used on this descriptor: a terminal with colours, and no NO_COLOR
 [[nodiscard]] bool mayColour(int descriptor);

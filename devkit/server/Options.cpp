@@ -5,6 +5,7 @@
 #include "devkit/server/base/ExitStatus.h"
 #include "devkit/server/base/Version.h"
 #include "devkit/server/outputs/OutputFactory.h"
+#include "devkit/text/Output.h"
 #include "devkit/text/Printable.h"
 
 #include <CLI/App.hpp>
@@ -14,6 +15,7 @@
 
 #include <charconv>
 #include <cstdio>
+#include <sstream>
 #include <vector>
 
 namespace cabinaudio::server {
@@ -179,7 +181,10 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& success) {
-        return app.exit(success);  // prints help or version
+        std::ostringstream printed;  // help or version
+        const int status = app.exit(success, printed, printed);
+        text::print(printed.str());
+        return status;
     } catch (const CLI::ParseError& error) {
         return usage(error.what());
     }

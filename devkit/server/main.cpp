@@ -7,6 +7,7 @@
 #include "devkit/server/base/Log.h"
 #include "devkit/server/rings/MemoryFault.h"
 #include "devkit/server/settings/StateFile.h"
+#include "devkit/text/Output.h"
 
 #include <sys/resource.h>
 
@@ -68,8 +69,12 @@ int run(int argc, const char* const* argv) {
 
 int main(int argc, char** argv) {
     using namespace cabinaudio::server;
+    namespace text = cabinaudio::text;
     try {
-        return run(argc, argv);
+        const int status = run(argc, argv);
+        const std::string fault = text::outputFault();  // of help, version and trace
+        if (fault.empty()) return status;
+        log::error("%s", fault.c_str());
     } catch (const std::system_error& error) {
         if (error.code().value() == EADDRINUSE)
             log::error("there is a server%s already", instanceText().c_str());

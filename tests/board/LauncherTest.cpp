@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The launcher and the programs that it starts.
 #include "tests/board/Launcher.h"
+#include "tests/support/BrokenOutput.h"
 #include "tests/support/ProcessState.h"
 
 #include <sys/stat.h>
@@ -30,6 +31,15 @@ TEST_F(Launcher, PrintsHelpAndVersion) {
     }
     EXPECT_THAT(launchExpecting(0, {"--version"}).out,
                 AllOf(StartsWith("cabinaudio-run "), IsOneLine()));
+}
+
+TEST_F(Launcher, FailsWhenHelpAndVersionCannotBePrinted) {
+    for (const char* option : {"--help", "--version"}) {
+        Start start = launching({option});
+        start.inChild = printToFullDisk;
+        EXPECT_EQ(Process(start).finishExpecting(1).err,
+                  "cabinaudio-run: cannot write to standard output: No space left on device\n");
+    }
 }
 
 TEST_F(Launcher, RefusesWrongUsageWithAHint) {

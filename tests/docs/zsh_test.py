@@ -131,8 +131,20 @@ class Zsh(unittest.TestCase):
     def test_offers_what_the_command_can_use(self):
         self.with_server()
         self.assertEqual(self.complete("cabinaudio get mixer.nav"), [])
-        self.assertEqual(self.complete("cabinaudio set mute.main=o"), [])
         self.assertEqual(self.complete("cabinaudio get --timeout v"), [])
+
+    def test_knows_the_values_of_settings(self):
+        self.assertEqual(self.complete("cabinaudio set mute.main=o"), ["off", "on"])
+        self.assertEqual(self.complete("cabinaudio set volume.master="),
+                         ["-6dB", "0dB", "10%+", "10%-", "100", "3dB+", "3dB-", "5+", "5-", "50%"])
+        self.assertEqual(self.complete("cabinaudio set volume.master+="), ["10%", "3dB", "5"])
+
+    def test_knows_the_values_of_options(self):
+        self.assertEqual(self.complete("cabinaudio play --tag a"), ["alternative", "auxiliary"])
+        self.assertEqual(self.complete("cabinaudio record --tag=u"), ["uplink"])
+        self.assertEqual(self.complete("cabinaudio record --format "), ["s16", "s24", "s32", "u8"])
+        self.assertEqual(self.complete("cabinaudio play --name s"), [])
+        self.assertEqual(self.complete("cabinaudio play --block so"), ["sound.wav"])
 
     def test_knows_the_fixed_names_without_a_server(self):
         names = self.complete("cabinaudio get volume.")

@@ -8,6 +8,7 @@
 #include "tests/server/RawRecorder.h"
 #include "tests/server/ServerRun.h"
 #include "tests/server/Sound.h"
+#include "tests/support/BrokenOutput.h"
 #include "tests/support/Files.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
@@ -15,6 +16,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -267,6 +269,28 @@ TEST(Trace, ShowsRequestsAndNotificationsOfSinksAndUplinks) {
           "input0 \"voice\" setVolume(70) -> ok [", "input0 \"voice\" getVolume() -> ok, 70 ["}) {
         EXPECT_THAT(trace, HasSubstr(line));
     }
+}
+
+TEST(CommandLine, FailsWhenHelpAndVersionCannotBePrinted) {
+    for (const char* option : {"--help", "--version"}) {
+        Process server({.words = {RealServer::path(), option}, .inChild = printToFullDisk});
+        EXPECT_THAT(server.finishExpecting(1).err,
+                    HasSubstr("cannot write to standard output: No space left on device\n"));
+    }
+}
+
+TEST(Trace, FailsTheServerAtItsEndWhenItCannotBePrinted) {
+    const auto breakOutput = [] {
+        printToFullDisk();
+        dup2(STDERR_FILENO, 9);
+    };
+    Process server({.words = {RealServer::path(), "--output", "null", "--trace", "--ready-fd", "9"},
+                    .inChild = breakOutput});
+    ASSERT_TRUE(server.waitForErr("ready"));
+    { const RawClient version(AUDIO_CONNECT_VERSION_SETTING, "unkn"); }
+    server.send(SIGTERM);
+    EXPECT_THAT(server.finishExpecting(1).err,
+                HasSubstr("cannot write to standard output: No space left on device\n"));
 }
 
 TEST(CommandLine, IsExplainedAndChecked) {

@@ -3,6 +3,7 @@
 #include "tests/tools/ToolTest.h"
 
 #include <filesystem>
+#include <fstream>
 
 namespace cabinaudio::test {
 
@@ -63,8 +64,37 @@ TEST_F(Completion, OffersOnlyNamesThatTheCommandCanUse) {
     const RealServer server;
     EXPECT_THAT(complete({"get", "mixer.nav"}), IsEmpty());
     EXPECT_THAT(complete({"set", "type"}), IsEmpty());
-    EXPECT_THAT(complete({"set", "mute.main", "=", "o"}), IsEmpty());
     EXPECT_THAT(complete({"get", "--timeout", "v"}), IsEmpty());
+}
+
+TEST_F(Completion, OffersValuesOfSettings) {
+    EXPECT_THAT(complete({"set", "mute.main", "=", "o"}), ElementsAre("on", "off"));
+    EXPECT_THAT(complete({"set", "mute.main", "="}), ElementsAre("on", "off", "toggle"));
+    EXPECT_THAT(complete({"set", "bypass", "="}), ElementsAre("on", "off"));
+    EXPECT_THAT(complete({"set", "duck", "="}), ElementsAre("off"));
+    EXPECT_THAT(complete({"set", "speaker.output", "=", "R"}), ElementsAre("RF", "RS"));
+    EXPECT_THAT(complete({"set", "volume.master", "=", "5"}), ElementsAre("50%", "5+", "5-"));
+    EXPECT_THAT(complete({"set", "volume.master+", "="}), ElementsAre("3dB", "5", "10%"));
+    EXPECT_THAT(complete({"set", "source.main", "="}), IsEmpty());
+}
+
+TEST_F(Completion, OffersValuesOfOptions) {
+    EXPECT_THAT(complete({"play", "--tag", "a"}), ElementsAre("alternative", "auxiliary"));
+    EXPECT_THAT(complete({"play", "--tag", "=", "m"}), ElementsAre("main"));
+    EXPECT_THAT(complete({"record", "--tag", "=", "u"}), ElementsAre("uplink"));
+    EXPECT_THAT(complete({"record", "a.wav", "--format", ""}),
+                ElementsAre("s16", "u8", "s24", "s32"));
+    EXPECT_THAT(complete({"record", "--codec", "o"}), ElementsAre("opus"));
+    for (const char* option : {"--name", "--timeout", "--key-shift", "--instance"})
+        EXPECT_THAT(complete({"play", option, ""}), IsEmpty()) << option;
+}
+
+TEST_F(Completion, OffersFilesBehindOptionsWithoutAValue) {
+    const TemporaryDirectory directory;
+    std::ofstream(directory.file("sound.wav")) << "";
+    const std::string begin = directory.file("so");
+    EXPECT_THAT(complete({"play", "--block", begin}), ElementsAre(directory.file("sound.wav")));
+    EXPECT_THAT(complete({"get", "--log", begin}), ElementsAre(directory.file("sound.wav")));
 }
 
 TEST_F(Completion, OffersFixedNamesWithoutAServer) {

@@ -58,8 +58,9 @@ TEST(Description, ShowsRangeUnitAccessAndExample) {
               "  type      gain\n"
               "  range     -103.5dB to 24dB, or 0 to 148\n"
               "            with dB a gain, such as -6.5dB; without a volume step: half a dB each,\n"
-              "            100 is 0dB and 0 is silence\n"
+              "            100 is 0dB and 0 is silence; with % the amplitude: 50% is -6.02dB\n"
               "  unit      dB\n"
+              "  change    3dB+, 5- or 10%+ from the present value, or volume.master+=3dB\n"
               "  access    can be read and set\n"
               "  functions 20, 21, 4, 5 of the volume settings (connection type 131)\n"
               "  example   cabinaudio set volume.master=-6dB\n"
@@ -72,6 +73,24 @@ TEST(Description, ShowsRangeUnitAccessAndExample) {
               "  access    can only be set: servers have no operation that tells it\n"
               "  functions 37, 38 of the volume settings (connection type 131)\n"
               "  example   cabinaudio set duck=1\n");
+}
+
+TEST(Description, ShowsChangesOfReadableNumbersAndSwitches) {
+    const Outcome result = runExpecting(0, {"describe", "mute.main", "speaker.delay.LF", "bypass"});
+    EXPECT_THAT(result.out, HasSubstr("  range     on or off, also as true or false, 1 or 0\n"
+                                      "  change    toggle or !\n"
+                                      "  access    can be read and set\n"));
+    EXPECT_THAT(result.out, HasSubstr("  change    1ms+ or 1ms- from the present value, or "
+                                      "speaker.delay.LF+=1ms\n"));
+    EXPECT_THAT(result.out, HasSubstr("  range     on or off, also as true or false, 1 or 0\n"
+                                      "  access    can only be set"));
+    const json described = jsonOf(
+        runTool({"describe", "--json", "mute.main", "duck", "volume.master", "source.main"}));
+    const json& all = described["settings"];
+    EXPECT_EQ(all[0]["changes"], json({"toggle", "!"}));
+    EXPECT_EQ(all[1]["changes"], json::array());
+    EXPECT_EQ(all[2]["changes"], json({"3dB+", "3dB-", "5+", "5-", "10%+", "10%-"}));
+    EXPECT_EQ(all[3]["changes"], json::array());
 }
 
 TEST(Description, OfAnUnknownNameSuggestsTheNearest) {

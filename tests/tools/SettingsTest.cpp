@@ -278,7 +278,26 @@ TEST_F(SettingsRoundTrip, ValuesAreTypedInJson) {
     EXPECT_EQ(list[6]["value"], "none");
     EXPECT_EQ(list[7]["value"], "");
     const json done = json::parse(runTool({"set", "--json", "volume.master=-5dB"}).out);
-    EXPECT_EQ(done, json::parse(R"({"set":["volume.master=-5dB"],"ended":"done","error":null})"));
+    EXPECT_EQ(
+        done,
+        json::parse(R"({"set":["volume.master=-5dB"],"changes":[],"ended":"done","error":null})"));
+}
+
+TEST_F(SettingsRoundTrip, MetersAreSilentWithoutSound) {
+    EXPECT_EQ(get({"energy.output", "spectrum", "energy.hardware.0"}),
+              "#energy.output=silence,silence,silence,silence\n"
+              "#spectrum=silence,silence,silence,silence\n#energy.hardware.0=silence\n");
+}
+
+TEST_F(SettingsRoundTrip, MetersShowTheLevelOfATone) {
+    set({"speaker.test.tone.LF=500"});  // a peak of 0.1
+    json level = {{"value", {0}}};
+    // Each request takes a few milliseconds; the tone is there after one or two periods.
+    for (int i = 0; i < 1000 && level["value"][0] < 70000; ++i)
+        level = jsonOf(runTool({"get", "--json", "energy.output"}))["settings"][0];
+    ASSERT_GE(level["value"][0], 70000) << level;
+    EXPECT_NEAR(level["value_db"][0], -23.0, 0.11) << level;
+    EXPECT_TRUE(level["value_db"][1].is_null()) << level;
 }
 
 TEST_F(SettingsRoundTrip, SetIgnoresReadOnlyLines) {

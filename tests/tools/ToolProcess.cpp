@@ -30,6 +30,7 @@ Start startOf(const Words& arguments, const ToolSetup& setup) {
     start.inChild = [&setup] {
         for (const int descriptor : setup.closed)
             close(descriptor);
+        if (setup.inChild) setup.inChild();
     };
     return start;
 }

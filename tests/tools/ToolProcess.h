@@ -3,6 +3,7 @@
 
 #include "tests/support/Process.h"
 
+#include <functional>
 #include <string>
 
 namespace cabinaudio::test {
@@ -15,7 +16,8 @@ struct ToolSetup {
     std::vector<int> closed = {};  // descriptors that are closed
     bool outOnTerminal = false;
     bool errOnTerminal = false;
-    std::string program = {};  // instead of the tool that was built
+    std::string program = {};            // instead of the tool that was built
+    std::function<void()> inChild = {};  // last thing before the exec
 };
 
 /// The real tool as a child process; on the target's build it runs in the emulator.

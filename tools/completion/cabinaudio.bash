@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# Bash completion for `cabinaudio`. Sub-commands and options are parsed from the program's help;
-# names of settings come from the running server, or are the fixed ones.
+# Bash completion for `cabinaudio`. Sub-commands, options and their values are parsed from the
+# program's help and messages; names of settings come from the running server, or are the fixed ones.
 
 # The first words of the lines in a section of a help text.
 _cabinaudio_words() {
@@ -12,6 +12,7 @@ _cabinaudio_words() {
             inside && /^  [a-z-]/ { n = split($1, words, ","); for (i = 1; i <= n; i++) print words[i] }'
 }
 
+# Runs a sub-command of the settings with the server of the command line.
 _cabinaudio_settings() {
     local -a server=()
     local i
@@ -27,50 +28,102 @@ _cabinaudio_settings() {
                 ;;
         esac
     done
-    "${COMP_WORDS[0]}" list --names --timeout 1 "${server[@]}" "$@" 2>/dev/null
+    "${COMP_WORDS[0]}" "$@" --timeout 1 "${server[@]}" 2>/dev/null
+}
+
+# The kind of an option's value, such as FILE; fails for an option without a value.
+#   _cabinaudio_kind SUB-COMMAND OPTION
+_cabinaudio_kind() {
+    "${COMP_WORDS[0]}" "$1" --help 2>/dev/null | awk -v option="$2" '
+        /^  -/ {
+            n = split($1, names, ",")
+            # Two blanks stand before the description.
+            if (names[n] == option && match($0, /^  [^ ]+ [A-Z][A-Z|]*/)) {
+                print substr($0, RSTART + length($1) + 3, RLENGTH - length($1) - 3)
+                found = 1
+            }
+        }
+        END { exit !found }'
+}
+
+# The values of an option that takes one of a few: the message about a wrong value lists them. No
+# instance has the name ".", so nothing is done in any case.
+#   _cabinaudio_choices SUB-COMMAND OPTION
+_cabinaudio_choices() {
+    "${COMP_WORDS[0]}" "$1" "$2" '?' --instance . 2>&1 >/dev/null |
+        sed -n "s/^cabinaudio: $2: must be one of \(.*\) (try .*/\1/p" | tr -d ,
+}
+
+# Offers words that begin with the second argument.
+#   _cabinaudio_offer WORDS BEGIN
+_cabinaudio_offer() {
+    mapfile -t COMPREPLY < <(compgen -W "$1" -- "$2")
+}
+
+# Offers values of an option. Fails for an option without a value.
+#   _cabinaudio_option SUB-COMMAND OPTION BEGIN
+_cabinaudio_option() {
+    local kind
+    kind=$(_cabinaudio_kind "$1" "$2") || return 1
+    case $kind in
+        FILE) mapfile -t COMPREPLY < <(compgen -f -- "$3") ;;
+        DIR) mapfile -t COMPREPLY < <(compgen -d -- "$3") ;;
+        *) _cabinaudio_offer "$(_cabinaudio_choices "$1" "$2")" "$3" ;;
+    esac
+}
+
+# Offers values for NAME=, or amounts for NAME+= and NAME-=.
+#   _cabinaudio_setting NAME BEGIN
+_cabinaudio_setting() {
+    local words
+    words=$(_cabinaudio_settings describe --values "${1%[+-]}")
+    [[ $1 != *[+-] ]] || words=$(sed -n 's/+$//p' <<<"$words")
+    _cabinaudio_offer "$words" "$2"
 }
 
 _cabinaudio() {
-    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
+    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} assigned=
     COMPREPLY=()
     if ((COMP_CWORD == 1)); then
-        local words
-        words="$(_cabinaudio_words Subcommands) $(_cabinaudio_words Options)"
-        mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
+        _cabinaudio_offer "$(_cabinaudio_words Subcommands) $(_cabinaudio_words Options)" "$word"
         return
     fi
     local command=${COMP_WORDS[1]}
-    if [[ $word == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$(_cabinaudio_words Options "$command")" -- "$word")
+    # NAME=VALUE and --option=VALUE are three words.
+    if [[ $word == '=' ]]; then
+        assigned=$before
+        word=
+    elif [[ $before == '=' ]]; then
+        assigned=${COMP_WORDS[COMP_CWORD - 2]}
+    fi
+    if [[ -z $assigned && $word == -* ]]; then
+        _cabinaudio_offer "$(_cabinaudio_words Options "$command")" "$word"
         return
     fi
-    case $before in
-        --instance | --timeout | --interval | --count) return ;;
-        --log | --file)
-            mapfile -t COMPREPLY < <(compgen -f -- "$word")
-            return
-            ;;
-    esac
+    if [[ ${assigned:-$before} == --* ]]; then
+        _cabinaudio_option "$command" "${assigned:-$before}" "$word" && return
+        [[ -z $assigned ]] || return
+    fi
     case $command in
         get | monitor)
-            mapfile -t COMPREPLY < <(compgen -W "$(_cabinaudio_settings --readable)" -- "$word")
+            _cabinaudio_offer "$(_cabinaudio_settings list --names --readable)" "$word"
             ;;
         describe)
-            mapfile -t COMPREPLY < <(compgen -W "$(_cabinaudio_settings)" -- "$word")
+            _cabinaudio_offer "$(_cabinaudio_settings list --names)" "$word"
             ;;
         set)
-            # No names follow the '='.
-            if [[ $word == '=' || $before == '=' || $word == *=* ]]; then return; fi
+            if [[ -n $assigned ]]; then
+                _cabinaudio_setting "$assigned" "$word"
+                return
+            fi
             mapfile -t COMPREPLY < <(
-                compgen -W "$(_cabinaudio_settings --settable)" -S = -- "$word"
+                compgen -W "$(_cabinaudio_settings list --names --settable)" -S = -- "$word"
             )
             compopt -o nospace 2>/dev/null
             ;;
         server)
-            mapfile -t COMPREPLY < <(
-                compgen -W "$(_cabinaudio_words Subcommands "${COMP_WORDS[@]:1:COMP_CWORD-1}")" \
-                    -- "$word"
-            )
+            _cabinaudio_offer \
+                "$(_cabinaudio_words Subcommands "${COMP_WORDS[@]:1:COMP_CWORD-1}")" "$word"
             ;;
         *)
             mapfile -t COMPREPLY < <(compgen -f -- "$word")

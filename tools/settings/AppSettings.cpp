@@ -163,9 +163,9 @@ void addSound(std::vector<Setting>& table) {
                          return c.app().setDACGainControl(&control);
                      }});
     table.push_back({.name = "spectrum",
-                     .type = anyUnsigned(4),
-                     .what = "Level of four bands of the main output; of cabinaudio-server in "
-                             "millionths of full scale",
+                     .type = level(4),
+                     .what = "Level of four bands of the main output; dB of servers that count "
+                             "millionths of full scale, as cabinaudio-server does",
                      .functions = functions(F::GetSpectrum),
                      .get =
                          [](Clients& c, const Names&) {
@@ -176,9 +176,9 @@ void addSound(std::vector<Setting>& table) {
                          },
                      .isMeter = true});
     table.push_back({.name = "energy.output",
-                     .type = anyUnsigned(4),
-                     .what = "Level of the loudspeakers LF, RF, LS, RS; of cabinaudio-server in "
-                             "millionths of full scale",
+                     .type = level(4),
+                     .what = "Level of the loudspeakers LF, RF, LS, RS; dB of servers that count "
+                             "millionths of full scale, as cabinaudio-server does",
                      .functions = functions(F::GetOutputEnergy),
                      .get =
                          [](Clients& c, const Names&) {

@@ -2,8 +2,10 @@
 #include "tools/settings/Describe.h"
 
 #include "tools/Terminal.h"
+#include "tools/settings/Change.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace cabinaudio::tool {
 
@@ -37,7 +39,12 @@ std::string valueHelp(const Type& type) {
         case Kind::Gain:
             return range +
                    "\n            with dB a gain, such as -6.5dB; without a volume step: "
-                   "half a dB each,\n            100 is 0dB and 0 is silence";
+                   "half a dB each,\n            100 is 0dB and 0 is silence; with % the "
+                   "amplitude: 50% is -6.02dB";
+        case Kind::Level:
+            return range + ";\n            in JSON also in millionths of full scale";
+        case Kind::Switch:
+            return range + ", also as true or false, 1 or 0";
         case Kind::Text:
             return range +
                    "; other than letters, digits and ._-+/: may be\n            written as "
@@ -45,6 +52,19 @@ std::string valueHelp(const Type& type) {
         default:
             return range;
     }
+}
+
+/// "3dB+, 5- or 10%+ from the present value, or volume.master+=3dB"; empty if there is none.
+std::string changeHelp(const Named& named) {
+    const Type& type = named.setting->type;
+    const std::vector<std::string> examples = exampleChanges(*named.setting);
+    if (examples.empty()) return "";
+    if (type.kind == Kind::Switch) return "toggle or !";
+    const std::string& first = examples.front();
+    const std::string words =
+        type.kind == Kind::Gain ? "3dB+, 5- or 10%+" : first + " or " + examples.back();
+    return words + " from the present value, or " + named.name +
+           "+=" + first.substr(0, first.size() - 1);
 }
 
 std::string exampleValue(const Type& type) {
@@ -80,13 +100,34 @@ std::string functionsText(const Functions& functions) {
            std::to_string(functions.connection) + ")";
 }
 
+/// Values that can be listed, and examples of volumes and changes.
+std::vector<std::string> exampleWords(const Setting& setting) {
+    const Type& type = setting.type;
+    std::vector<std::string> words;
+    if (!setting.set) return words;
+    if (type.kind == Kind::Switch) words = {"on", "off"};
+    if (type.kind == Kind::Gain) words = {"0dB", "-6dB", "100", "50%"};
+    if (type.kind == Kind::Loudspeakers) {
+        words.assign(std::begin(LOUDSPEAKERS), std::end(LOUDSPEAKERS));
+        words.emplace_back("none");
+    }
+    for (const auto& [word, number] : type.words)
+        words.emplace_back(word);
+    for (const std::string& change : exampleChanges(setting))
+        if (change != "!") words.push_back(change);  // toggle is the same
+    return words;
+}
+
 void print(const Named& named) {
     const Setting& setting = *named.setting;
     say(named.name);
     say(std::string("  what      ") + setting.what);
     say(std::string("  type      ") + kindName(setting.type.kind));
     say("  range     " + valueHelp(setting.type));
-    if (*setting.type.unit != '\0') say(std::string("  unit      ") + setting.type.unit);
+    const bool isLevel = setting.type.kind == Kind::Level;
+    if (*setting.type.unit != '\0')
+        say(std::string("  unit      ") + (isLevel ? "dB" : setting.type.unit));
+    if (const std::string change = changeHelp(named); !change.empty()) say("  change    " + change);
     say("  access    " + accessText(setting));
     say("  functions " + functionsText(setting.functions));
     if (setting.set)
@@ -111,6 +152,12 @@ std::vector<Named> selected(const Directory& directory, const std::vector<std::s
 void describe(Session& session, const DescribeOptions& options) {
     const std::vector<Named> all = selected(session.directoryOrFixed(), options.names);
     if (session.wantsJson()) session.report("settings") = Json::array();
+    if (options.valuesOnly && !session.wantsJson()) {
+        for (const Named& named : all)
+            for (const std::string& word : exampleWords(*named.setting))
+                say(word);
+        return;
+    }
     for (const Named& named : all) {
         if (session.wantsJson())
             session.report("settings").push_back(descriptionJson(named));
@@ -135,6 +182,8 @@ std::string shortRangeText(const Type& type) {
         case Kind::List:
         case Kind::Loudspeakers:
             return kindName(type.kind);
+        case Kind::Level:
+            return "dB, silence";
         case Kind::Switch:
             return "on, off";
         case Kind::Integer:
@@ -158,6 +207,7 @@ Json descriptionJson(const Named& named) {
     json["count"] = setting.type.kind == Kind::Bytes ? 1 : setting.type.count;
     json["range"] = rangeText(setting.type);
     json["unit"] = orNull(std::string(setting.type.unit));
+    json["changes"] = exampleChanges(setting);
     json["readable"] = static_cast<bool>(setting.get);
     json["settable"] = static_cast<bool>(setting.set);
     json["connection"] = static_cast<unsigned>(setting.functions.connection);

@@ -10,6 +10,7 @@ namespace cabinaudio::tool {
 
 struct DescribeOptions : SettingsOptions {
     std::vector<std::string> names;  // also patterns, or names with placeholders from the table
+    bool valuesOnly = false;         // words that values can be, for completion
 };
 
 /// Prints all that is known about settings. Also works without a server.

@@ -3,6 +3,7 @@
 
 #include "tools/Failure.h"
 #include "tools/settings/Escape.h"
+#include "tools/settings/Numbers.h"
 
 #include <fnmatch.h>
 
@@ -40,7 +41,12 @@ std::string placeholderOf(const std::string& pattern) {
 /// The pattern with its first placeholder replaced by a name.
 std::string filled(const std::string& pattern, const std::string& name) {
     const std::size_t begin = pattern.find('<');
-    return pattern.substr(0, begin) + escaped(name) + pattern.substr(pattern.find('>') + 1);
+    const std::string rest = pattern.substr(pattern.find('>') + 1);
+    std::string word = escaped(name);
+    // At the end a sign would read as a part of += or -=.
+    if (rest.empty() && !word.empty() && isSign(word.back()))
+        word.replace(word.size() - 1, 1, word.back() == '+' ? "%2B" : "%2D");
+    return pattern.substr(0, begin) + word + rest;
 }
 
 bool isNumber(const std::string& text) {

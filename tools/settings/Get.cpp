@@ -3,7 +3,6 @@
 
 #include <cabinaudio/foundation/AudioStatus.h>
 
-#include "tools/Names.h"
 #include "tools/Terminal.h"
 #include "tools/settings/Line.h"
 
@@ -35,21 +34,9 @@ private:
         if (reading.status == AUDIO_NO_ERROR)
             print(named, reading.value);
         else if (named.isByName)
-            note(mFaults, "; ", "cannot read " + named.name + ": " + reason(named, reading.status));
+            note(mFaults, "; ", unreadableText(named, reading.status));
         else if (!hasNoPosition(named, reading.status))
             note(mUnreadable, ",", " " + named.name);
-    }
-
-    /// Fade and balance are derived from channel gains, which may match no position.
-    static bool hasNoPosition(const Named& named, std::int32_t status) {
-        return named.setting->partner != nullptr && status == AUDIO_INVALID_STATE;
-    }
-
-    static std::string reason(const Named& named, std::int32_t status) {
-        if (hasNoPosition(named, status))
-            return "the loudspeakers' volumes are of no fade and balance";
-        if (status == AUDIO_INVALID_OPERATION) return "this server does not have it";
-        return statusText(status);
     }
 
     void print(const Named& named, const Value& value) {

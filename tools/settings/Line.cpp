@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/settings/Line.h"
 
+#include <cabinaudio/foundation/AudioStatus.h>
+
 #include "tools/Json.h"
+#include "tools/Names.h"
 
 #include <stdexcept>
 
@@ -27,11 +30,26 @@ std::string lineOf(const Named& named, const Value& value) {
 Json jsonOf(const Named& named, const Value& value) {
     const Type& type = named.setting->type;
     const bool isSteps = std::holds_alternative<Steps>(value);
-    return {{"name", named.name},
-            {"value", valueJson(type, value)},
-            {"unit", isSteps ? Json("step") : orNull(std::string(type.unit))},
-            {"settable", isSettable(*named.setting, value)},
-            {"text", valueText(type, value)}};
+    Json json = {{"name", named.name},
+                 {"value", valueJson(type, value)},
+                 {"unit", isSteps ? Json("step") : orNull(std::string(type.unit))}};
+    if (type.kind == Kind::Level) json["value_db"] = levelsInDb(type, value);
+    json["settable"] = isSettable(*named.setting, value);
+    json["text"] = valueText(type, value);
+    return json;
+}
+
+bool hasNoPosition(const Named& named, std::int32_t status) {
+    return named.setting->partner != nullptr && status == AUDIO_INVALID_STATE;
+}
+
+std::string unreadableText(const Named& named, std::int32_t status) {
+    std::string why = statusText(status);
+    if (hasNoPosition(named, status))
+        why = "the loudspeakers' volumes are of no fade and balance";
+    else if (status == AUDIO_INVALID_OPERATION)
+        why = "this server does not have it";
+    return "cannot read " + named.name + ": " + why;
 }
 
 std::string onlySetText(const Named& named) {

@@ -35,6 +35,13 @@ inline Type anyInteger(std::size_t count = 1) {
 inline Type anyUnsigned(std::size_t count = 1) {
     return integer(0, std::numeric_limits<std::uint32_t>::max(), "", count);
 }
+/// Meters. The unit is that of JSON.
+inline Type level(std::size_t count = 1) {
+    return {.kind = Kind::Level,
+            .count = count,
+            .high = std::numeric_limits<std::uint32_t>::max(),
+            .unit = "millionth"};
+}
 /// A setting that triggers an action.
 inline Type action(const char* word) {
     return {.kind = Kind::Integer, .low = 1, .high = 0, .words = {{word, 1}}};

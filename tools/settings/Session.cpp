@@ -3,6 +3,7 @@
 
 #include <cabinaudio/foundation/AudioStatus.h>
 
+#include "devkit/text/Output.h"
 #include "tools/Duration.h"
 #include "tools/ServerSocket.h"
 #include "tools/Terminal.h"
@@ -84,6 +85,12 @@ void Session::endOverdue(const std::string& what) {
 
 void Session::endIfInterrupted() const {
     if (mInterruption.hasHappened()) throw Failure("interrupted by " + mInterruption.signalName());
+}
+
+/// Ends commands that print for a long time, such as monitor.
+void Session::endIfOutputIsLost() {
+    if (!text::outputIsLost()) return;
+    throw Failure(newOutputFault());
 }
 
 void Session::requireServer() const {

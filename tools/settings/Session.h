@@ -56,6 +56,7 @@ private:
     template <typename Call>
     auto ask(const char* what, Call call) {
         endIfInterrupted();
+        endIfOutputIsLost();
         const auto since = Watchdog::Clock::now();
         const auto answer = mWatchdog.limit(what, mOptions.timeout + Watchdog::GRACE, call);
         if (Watchdog::Clock::now() - since >= mOptions.timeout) throw overdue(what);
@@ -63,6 +64,7 @@ private:
     }
     void requireServer() const;
     void endIfInterrupted() const;
+    static void endIfOutputIsLost();
     /// Throws unless the request was answered.
     void check(std::int32_t status) const;
     void finish(ExitCode code, std::string why);

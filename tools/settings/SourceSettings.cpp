@@ -322,20 +322,20 @@ void addSpeakers(std::vector<Setting>& table) {
                      .set = [](Clients& c, const Names&, const Value& value) {
                          return c.source().setHwAutoRampMode(std::get<bool>(value));
                      }});
-    table.push_back({.name = "energy.hardware.<number>",
-                     .type = anyUnsigned(),
-                     .what = "Level of a piece of hardware; 0 is cabinaudio-server's mix, in "
-                             "millionths of full scale",
-                     .functions = functions(F::GetSignalEnergy),
-                     .get =
-                         [](Clients& c, const Names& names) {
-                             const auto hardware =
-                                 static_cast<audio::audio_hw_type_e>(numberOf(names[0]));
-                             return readInteger<unsigned>([&](unsigned& energy) {
-                                 return c.source().getHWSignalEnergy(hardware, &energy);
-                             });
-                         },
-                     .isMeter = true});
+    table.push_back(
+        {.name = "energy.hardware.<number>",
+         .type = level(),
+         .what = "Level of a piece of hardware; 0 is the mix of cabinaudio-server, which "
+                 "counts millionths of full scale",
+         .functions = functions(F::GetSignalEnergy),
+         .get =
+             [](Clients& c, const Names& names) {
+                 const auto hardware = static_cast<audio::audio_hw_type_e>(numberOf(names[0]));
+                 return readInteger<unsigned>([&](unsigned& energy) {
+                     return c.source().getHWSignalEnergy(hardware, &energy);
+                 });
+             },
+         .isMeter = true});
 }
 
 }  // namespace

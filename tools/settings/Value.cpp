@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/settings/Value.h"
 
+#include "tools/settings/Amplitude.h"
 #include "tools/settings/Escape.h"
+#include "tools/settings/Numbers.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <fstream>
+#include <initializer_list>
 #include <iterator>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
 
@@ -35,17 +39,6 @@ std::string limitText(const Type& type, double limit) {
     return number + type.unit;
 }
 
-std::vector<std::string> split(const std::string& text, char separator) {
-    std::vector<std::string> parts;
-    std::size_t begin = 0;
-    for (;;) {
-        const std::size_t end = text.find(separator, begin);
-        parts.push_back(text.substr(begin, end - begin));
-        if (end == std::string::npos) return parts;
-        begin = end + 1;
-    }
-}
-
 template <typename Items, typename Text>
 std::string joined(const Items& items, const char* separator, Text textOf) {
     std::string text;
@@ -56,25 +49,6 @@ std::string joined(const Items& items, const char* separator, Text textOf) {
 
 std::string expected(const Type& type) {
     return "must be " + rangeText(type);
-}
-
-/// Removes a unit, ignoring case. @return whether it was present
-bool takeUnit(std::string_view& text, std::string_view unit) {
-    if (unit.empty() || text.size() < unit.size()) return false;
-    const std::string_view end = text.substr(text.size() - unit.size());
-    const auto isSame = [](unsigned char left, unsigned char right) {
-        return std::tolower(left) == std::tolower(right);
-    };
-    if (!std::equal(end.begin(), end.end(), unit.begin(), isSame)) return false;
-    text.remove_suffix(unit.size());
-    return true;
-}
-
-template <typename Number>
-bool parseNumber(std::string_view text, Number& number) {
-    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc() && end == text.data() + text.size() && !text.empty();
 }
 
 bool parseInteger(std::string_view text, std::int64_t& number) {
@@ -94,6 +68,16 @@ float parseReal(const Type& type, std::string_view text) {
     return number;
 }
 
+/// A percentage of the amplitude.
+float parsePercent(const Type& type, std::string_view number) {
+    double percent = 0;
+    // NaN is in no range.
+    if (!parseNumber(number, percent) || !(percent >= 0)) refuse(expected(type));
+    const double dB = gainOfPercent(percent, type.low);
+    if (!(dB <= type.high)) refuse(expected(type) + "; 100% is 0dB, 200% is 6.02dB");
+    return static_cast<float>(dB);
+}
+
 Value parseGains(const Type& type, const std::vector<std::string>& parts) {
     Reals gains;
     Steps steps;
@@ -101,6 +85,10 @@ Value parseGains(const Type& type, const std::vector<std::string>& parts) {
         std::string_view bare = part;
         if (takeUnit(bare, type.unit)) {
             gains.push_back(parseReal(type, part));
+            continue;
+        }
+        if (takeUnit(bare, "%")) {
+            gains.push_back(parsePercent(type, bare));
             continue;
         }
         int step = 0;
@@ -112,7 +100,8 @@ Value parseGains(const Type& type, const std::vector<std::string>& parts) {
         }
         steps.steps.push_back(static_cast<std::uint8_t>(step));
     }
-    if (!gains.empty() && !steps.steps.empty()) refuse("must be all gains in dB, or all steps");
+    if (!gains.empty() && !steps.steps.empty())
+        refuse("must be all gains in dB or %, or all steps");
     if (!gains.empty()) return gains;
     return steps;
 }
@@ -127,6 +116,16 @@ std::int64_t parseWordOrInteger(const Type& type, const std::string& part) {
         static_cast<double>(number) > type.high)
         refuse(expected(type));
     return number;
+}
+
+bool parseSwitch(const Type& type, const std::string& text) {
+    const auto isOneOf = [&](std::initializer_list<const char*> words) {
+        return std::any_of(words.begin(), words.end(),
+                           [&](const char* word) { return isSameWord(text, word); });
+    };
+    if (isOneOf({"on", "true", "1"})) return true;
+    if (!isOneOf({"off", "false", "0"})) refuse(expected(type));
+    return false;
 }
 
 std::int64_t parseLoudspeakers(const Type& type, const std::string& text) {
@@ -184,19 +183,24 @@ std::string hexText(const Octets& bytes) {
     return text;
 }
 
+/// In tenths of a dB; empty for silence.
+std::optional<double> levelInDb(std::int64_t millionths) {
+    if (millionths <= 0) return std::nullopt;
+    const double dB = 20 * std::log10(static_cast<double>(millionths) / 1e6);
+    return std::round(dB * 10) / 10 + 0.0;  // no -0
+}
+
+std::string levelText(std::int64_t millionths) {
+    const std::optional<double> dB = levelInDb(millionths);
+    return dB ? numberText(*dB) + "dB" : "silence";
+}
+
 std::string integerText(const Type& type, std::int64_t number) {
+    if (type.kind == Kind::Level) return levelText(number);
     if (type.kind == Kind::Loudspeakers) return loudspeakersText(number);
     for (const auto& [word, meant] : type.words)
         if (number == meant) return word;
     return numberText(number) + type.unit;
-}
-
-/// The shortest decimal value of the float, not the exact double.
-double decimal(float number) {
-    const std::string text = numberText(number);
-    double result = 0;
-    std::from_chars(text.data(), text.data() + text.size(), result);
-    return result;
 }
 
 template <typename Items, typename Convert>
@@ -230,6 +234,8 @@ const char* kindName(Kind kind) {
             return "text";
         case Kind::Bytes:
             return "bytes";
+        case Kind::Level:
+            return "level";
         case Kind::List:
             break;
     }
@@ -259,6 +265,8 @@ std::string rangeText(const Type& type) {
             return "a text of at most 63 bytes";
         case Kind::Bytes:
             return "hex digits of at most " + std::to_string(type.count) + " bytes, or @FILE";
+        case Kind::Level:
+            return times + "dB of full scale, or silence";
         case Kind::List:
             break;
     }
@@ -304,6 +312,8 @@ Json valueJson(const Type& type, const Value& value) {
             return listJson(type, steps.steps, [](std::uint8_t step) { return unsigned{step}; });
         }
         Json operator()(const Integers& numbers) const {
+            if (type.kind == Kind::Level)
+                return listJson(type, numbers, [](std::int64_t n) { return Json(n); });
             return listJson(type, numbers, [&](std::int64_t n) {
                 const std::string text = integerText(type, n);
                 return text == numberText(n) + type.unit ? Json(n) : Json(text);
@@ -315,6 +325,13 @@ Json valueJson(const Type& type, const Value& value) {
         Json operator()(const Texts& texts) const { return texts; }
     };
     return std::visit(Writer{type}, value);
+}
+
+Json levelsInDb(const Type& type, const Value& value) {
+    return listJson(type, std::get<Integers>(value), [](std::int64_t millionths) {
+        const std::optional<double> dB = levelInDb(millionths);
+        return dB ? Json(*dB) : Json(nullptr);
+    });
 }
 
 Value parsedValue(const Type& type, const std::string& text) {
@@ -341,8 +358,7 @@ Value parsedValue(const Type& type, const std::string& text) {
         case Kind::Loudspeakers:
             return Integers{parseLoudspeakers(type, text)};
         case Kind::Switch:
-            if (text != "on" && text != "off") refuse(expected(type));
-            return text == "on";
+            return parseSwitch(type, text);
         case Kind::Text: {
             std::string plain = unescaped(text);
             if (plain.size() > 63 || plain.find('\0') != std::string::npos) refuse(expected(type));
@@ -350,10 +366,11 @@ Value parsedValue(const Type& type, const std::string& text) {
         }
         case Kind::Bytes:
             return parseBytes(type, text);
+        case Kind::Level:
         case Kind::List:
             break;
     }
-    refuse("is a list, which can only be read");
+    refuse("can only be read");
 }
 
 }  // namespace cabinaudio::tool

@@ -28,6 +28,7 @@ enum class Kind {
     Gain,          // Reals in dB, or Steps
     Real,          // Reals
     Integer,       // Integers
+    Level,         // Integers in millionths of full scale; as text in dB
     Loudspeakers,  // Integers: a mask of audio_channel_idx_e
     Switch,        // bool
     Text,          // std::string
@@ -58,6 +59,10 @@ extern const char* const LOUDSPEAKERS[6];
 /// The same for JSON: numbers, strings, lists of them. Bytes are hex digits.
 [[nodiscard]] Json valueJson(const Type& type, const Value& value);
 
+/// Levels in dB for JSON; null is silence.
+[[nodiscard]] Json levelsInDb(const Type& type, const Value& value);
+
+/// A value that does not depend on the present one; see Change.h for the others.
 /// @throws std::invalid_argument with a text that completes "volume.master: ..."
 [[nodiscard]] Value parsedValue(const Type& type, const std::string& text);
 

@@ -3,6 +3,7 @@
 #include "devkit/board/run/Launch.h"
 #include "devkit/board/run/Options.h"
 #include "devkit/board/run/Refusal.h"
+#include "devkit/text/Output.h"
 #include "devkit/text/Printable.h"
 
 #include <fcntl.h>
@@ -10,10 +11,12 @@
 
 #include <cstdio>
 #include <exception>
+#include <string>
 
 namespace {
 
 using namespace cabinaudio::run;
+namespace text = cabinaudio::text;
 
 /// If the caller has closed stdin, stdout or stderr, our descriptors must not get these numbers.
 /// The program finds them closed again.
@@ -40,6 +43,8 @@ int run(int argc, char** argv) {
         case Options::Task::RunProgram:
             launch(options);
     }
+    if (const std::string fault = text::outputFault(); !fault.empty())
+        throw Refusal(fault, REFUSED);
     return DONE;
 }
 

@@ -4,6 +4,7 @@
 #include "devkit/server/base/Text.h"
 #include "devkit/server/clients/ConnectType.h"
 #include "devkit/server/requests/Describe.h"
+#include "devkit/text/Output.h"
 #include "devkit/text/Printable.h"
 
 #include <cstdio>
@@ -68,7 +69,7 @@ void Trace::print(std::uint32_t handle, const Client& client, const std::string&
     std::printf("%11.6f #%u %s \"%s\" %s\n", time.count(), handle,
                 connectTypeName(client.type()).c_str(), printable(client.name()).c_str(),
                 text::printable(text).c_str());
-    std::fflush(stdout);
+    text::flushOutput();
 }
 
 }  // namespace cabinaudio::server
