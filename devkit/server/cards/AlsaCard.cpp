@@ -100,9 +100,10 @@ private:
     [[nodiscard]] CardProgress progressOf(snd_pcm_sframes_t result) {
         if (result >= 0 || result == -EAGAIN) return {};
         const int error = static_cast<int>(result);
+        const int afterwards = snd_pcm_recover(mPcm, error, 1);
         CardProgress progress;
-        progress.problem = textOf(error);
-        progress.isLost = snd_pcm_recover(mPcm, error, 1) != 0;
+        progress.isLost = afterwards < 0;
+        progress.problem = textOf(progress.isLost ? afterwards : error);
         return progress;
     }
 
