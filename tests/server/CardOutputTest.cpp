@@ -139,7 +139,7 @@ TEST_F(CardOutputTest, NeverHoldsTheMixWhenTheCardStalls) {
     EXPECT_GE(dropped, 31U * 768);
     EXPECT_LE(dropped, 32U * 768);
     mBench.set(&Bench::isStalled, false);
-    const std::size_t played = (std::size_t{64} * 768 - dropped) * 2;
+    const std::uint64_t played = (std::uint64_t{64} * 768 - dropped) * 2;
     EXPECT_TRUE(eventually([&] { return mBench.heardSamples() == played; }));
     EXPECT_FALSE(isLost());
     EXPECT_EQ(mBench.heard.front(), 1) << "dropped is the newest sound";

@@ -105,6 +105,29 @@ TEST_F(RestartingSoundServer, DoesNotHoldTheEndOfTheServer) {
     mDesktop->send(SIGCONT);
 }
 
+TEST_F(RestartingSoundServer, RecordsAgainWhenItIsBack) {
+    serve({"--output", "pulse", "--input", "mic"});
+    RawRecorder recorder("voice", AUDIO_TAG_INPUT0, pcm(48000, 2, 16));
+    ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);
+    const auto input = [&] { return stateOf(*mServer).at("inputs").at(0); };
+    mDesktop->kill();
+    ASSERT_TRUE(eventually([&] { return input().at("state") == "lost"; }));
+    ASSERT_TRUE(becomes("lost"));
+    mDesktop->start();
+    ASSERT_TRUE(eventually([&] { return input().at("state") == "open"; }));
+    ASSERT_TRUE(becomes("open"));
+    // The source is the monitor of the sink.
+    beginPlaying(milliseconds(1000));
+    bool isHeard = false;
+    for (int i = 0; i < 20 && !isHeard; ++i) {
+        const auto samples = recorder.readSamples(RATE / 10);
+        isHeard =
+            std::any_of(samples.begin(), samples.end(), [](auto sample) { return sample != 0; });
+    }
+    EXPECT_TRUE(isHeard);
+    EXPECT_EQ(mPlayer->finish().exitCode, 0);
+}
+
 TEST_F(RestartingSoundServer, GivesSilenceToARecordingUntilItIsBack) {
     serve({"--output", "null", "--input", "mic"});
     RawRecorder recorder("voice", AUDIO_TAG_INPUT0, pcm(48000, 2, 16));

@@ -32,8 +32,7 @@ json orNull(const std::string& text) {
 json timeOf(const std::optional<std::chrono::system_clock::time_point>& time) {
     if (!time) return {};
     const auto sinceEpoch = time->time_since_epoch();
-    const std::time_t seconds =
-        std::chrono::duration_cast<std::chrono::seconds>(sinceEpoch).count();
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(*time);
     const auto ms =
         std::chrono::duration_cast<std::chrono::milliseconds>(sinceEpoch).count() % 1000;
     std::tm fields = {};

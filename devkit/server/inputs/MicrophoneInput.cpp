@@ -26,8 +26,9 @@ constexpr std::size_t PERIOD_SAMPLES =
     std::size_t{framesOfPeriod(Microphone::RATE)} * Microphone::CHANNELS;
 // When the queue is full, the oldest samples are dropped.
 constexpr std::size_t LONGEST_QUEUE = 8 * PERIOD_SAMPLES;
-// A microphone that gives nothing for so long is opened again.
-constexpr milliseconds STALL{2000};
+// A microphone that gives nothing for so long is opened again. One that starts may need two
+// seconds.
+constexpr milliseconds STALL{5000};
 // For the reader's end. A device that is being opened takes longer.
 constexpr milliseconds END_PATIENCE{50};
 
