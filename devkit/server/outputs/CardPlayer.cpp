@@ -288,13 +288,15 @@ void CardPlayer::notice(const CardProgress& progress) {
 }
 
 void CardPlayer::lose(const std::string& problem) {
-    mHealth.lost(problem);
-    log::warning("%s: nothing is heard; tries again", problem.c_str());
-    mCard.reset();
+    {
+        const Lock lock(mLock);
+        mHasCard = false;
+        mQueue.clear();
+    }
     mPending.clear();
-    const Lock lock(mLock);
-    mHasCard = false;
-    mQueue.clear();
+    mHealth.lost(problem);  // after the queue: a state with the loss has no latency
+    log::warning("%s: nothing is heard; tries again", problem.c_str());
+    mCard.reset();  // may take long
 }
 
 void CardPlayer::publish() {
