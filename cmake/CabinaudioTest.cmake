@@ -53,8 +53,8 @@ endfunction()
 set(cabinaudio_long_tests
     call-test 6 client-server-test 2 client-storm-test 9 client-stream-test 5
     client-test 2 coded-uplink-test 5 faults-test 20 kill-test 3 life-cycle-test 4 link-tests 4
-    race-test 2 server-neighbours-test 5 server-settings-test 10 server-test 2
-    settings-replay-test 5 shm-test 2 test-tool 5)
+    race-test 2 server-neighbours-test 5 server-parts-test 2 server-settings-test 10 server-test 2
+    settings-replay-test 5 shm-test 2 sound-test 3 test-tool 5)
 
 # cabinaudio_speed_up_tests(): to be called after the last test program, when all options,
 # definitions and source properties are set. Most of the time of compiling a test goes into headers:

@@ -21,8 +21,8 @@ build() {
     name=$1
     shift
     case $name in
-        native | coverage) need build test consume ;;
-        asan | tsan) need build test asan ;;
+        native | coverage) need build test consume "$(sound_server)" ;;
+        asan | tsan) need build test asan "$(sound_server)" ;;
         fuzz) need build test asan ;;
         armhf | armhf-time64) need build test consume armhf ;;
         armhf-vm) need build test armhf pkgarm vm ;;

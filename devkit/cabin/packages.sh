@@ -27,9 +27,15 @@ test    libgtest-dev                 test framework
 test    libgmock-dev                 matchers
 test    libcap2-bin                  setcap: programs with file capabilities refuse a preload
 test    alsa-utils                   recorded speech for the tests of calls
+test    pulseaudio-utils             records what sound servers play
+test    pipewire-bin                 a sound server to play to
+test    libpipewire-0.3-modules      its interface of PulseAudio
+test    libspa-0.2-modules           its null sink
+test    wireplumber                  links streams to sinks
 test    python3                      pseudo terminals for the tests of the tool
 test    mandoc                       form of the man pages
 test    zsh                          completion
+sound   pulseaudio                   a sound server to restart; see sound_server()
 consume make                         the examples as their users build them
 consume pkgconf
 asan    clang                        compiler of the sanitizer builds
@@ -104,6 +110,14 @@ need() {
     # shellcheck disable=SC2046  # package names are words
     set -- $(missing_packages "$@")
     [ $# -eq 0 ] || install_packages "$@"
+}
+
+# sound_server: the group of the sound server that tests start, unless this is a desktop that plays
+# through another one: both would run from the next login on. Its tests are skipped then.
+sound_server() {
+    command -v dpkg-query >/dev/null || return 0
+    [ "$(dpkg-query -W -f '${db:Status-Status}' pipewire-pulse 2>/dev/null)" = installed ] ||
+        echo sound
 }
 
 install_packages() {

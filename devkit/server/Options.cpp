@@ -35,7 +35,7 @@ std::string checkInstance(const std::string& name) {
 void describeOutput(CLI::App& app, Options& options) {
     app.add_option("--output", options.output,
                    "Output: auto, pulse, alsa[:DEVICE], wav:FILE or null. auto, the default, "
-                   "is the first of pulse, alsa and null that works")
+                   "is the first of pulse and alsa that works, or null until one works")
         ->type_name("WHERE")
         ->check([](const std::string& text) { return checkOutput(text); });
     app.add_option("--rate", options.format.rate, "Sample rate of the output (48000)")

@@ -33,8 +33,9 @@
 
 namespace cabinaudio::server {
 
-/// The whole server. It works on the thread that calls run(); other threads only wake that thread:
-/// a sound card's, and the rings' receivers when there is no clock.
+/// The whole server. It works on the thread that calls run(). The threads of sound cards and
+/// microphones exchange sound with that thread through queues; the rings' receivers only wake it
+/// when there is no clock.
 class Server : private ClientOwner {
 public:
     /// Clients can connect once the constructor returns, and are served once run() is called.
@@ -63,7 +64,7 @@ private:
     void erase(const Client& client);
     void reportReady() const;
     [[nodiscard]] Reported reported() const {
-        return {mStreams, mCaptures, mMixer, *mOutput, mOptions.format, mSettings};
+        return {mStreams, mCaptures, mMixer, *mOutput, mOptions.format, mSettings, mOptions.output};
     }
 
     // Each member needs those before it.

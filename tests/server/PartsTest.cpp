@@ -10,7 +10,6 @@
 #include "devkit/server/loop/Timer.h"
 #include "devkit/server/loop/Waker.h"
 #include "devkit/server/mix/StreamRecord.h"
-#include "devkit/server/outputs/CardOutput.h"
 #include "devkit/server/outputs/OutputFactory.h"
 #include "devkit/server/rings/PhysicalMemory.h"
 #include "devkit/server/rings/RingPlaces.h"
@@ -28,8 +27,6 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
 
 namespace cabinaudio::server {
@@ -360,68 +357,6 @@ TEST(Waker, RunsItsHandlerInTheLoopThread) {
     loop.run();
     other.join();
     EXPECT_EQ(handledBy, std::this_thread::get_id());
-}
-
-/// A sound card that takes a period when the test allows it.
-class ControlledCard : public SoundCard {
-public:
-    struct Log {
-        std::mutex lock;
-        std::condition_variable changed;
-        int allowed = 0;
-        std::vector<std::size_t> written;
-        int drains = 0;
-    };
-    explicit ControlledCard(Log& log) : mLog(log) {}
-
-    std::string write(std::span<const std::uint8_t> frames) override {
-        std::unique_lock lock(mLog.lock);
-        mLog.changed.wait(lock, [this] { return mLog.allowed > 0; });
-        --mLog.allowed;
-        mLog.written.push_back(frames.size());
-        mLog.changed.notify_all();
-        return mLog.written.size() == 2 ? "second write" : "";
-    }
-    void drain() override {
-        const std::lock_guard lock(mLog.lock);
-        ++mLog.drains;
-    }
-    [[nodiscard]] std::string name() const override { return "controlled"; }
-
-private:
-    Log& mLog;
-};
-
-TEST(CardOutput, QueuesWhileTheCardIsBusyAndPlaysEverything) {
-    ControlledCard::Log log;
-    const std::vector<float> period(1536);
-    {
-        CardOutput output(std::make_unique<ControlledCard>(log), OutputFormat());
-        for (int i = 0; i < 4; ++i)
-            output.write(period);
-        EXPECT_EQ(output.periodsDue(1), 0U) << "four periods wait";
-        const auto allow = [&](int periods) {
-            const std::lock_guard lock(log.lock);
-            log.allowed += periods;
-            log.changed.notify_all();
-        };
-        allow(2);
-        EXPECT_TRUE(test::eventually([&] { return output.periodsDue(1) == 1; }));
-        EXPECT_TRUE(test::eventually([&] { return output.errors() == 1; }));
-        allow(2);
-    }
-    EXPECT_EQ(log.written, std::vector<std::size_t>(4, 3072));
-    EXPECT_EQ(log.drains, 1);
-}
-
-TEST(CardOutput, RequestsExtraPeriodsWhenTheCardIsFaster) {
-    ControlledCard::Log log;
-    log.allowed = 1000;
-    CardOutput output(std::make_unique<ControlledCard>(log), OutputFormat());
-    std::uint64_t periods = 0;
-    for (int tick = 0; tick < 320; ++tick)
-        periods += output.periodsDue(1);
-    EXPECT_EQ(periods, 330U);
 }
 
 }  // namespace

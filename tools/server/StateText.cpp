@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <vector>
 
 namespace cabinaudio::tool {
@@ -38,6 +39,32 @@ Row rowOf(const Json& stream) {
             sourceOf(stream),        valueOf(stream, "ring_bytes")};
 }
 
+/// "\noutput  lost for 1.2 s, since ...: pulse: Connection refused; tries again", or nothing.
+std::string lossOf(const std::string& what, const Json& device) {
+    if (valueOf(device, "state") != "lost") return {};
+    char seconds[32];
+    std::snprintf(seconds, sizeof seconds, "%.1f", device.value("lost_ms", 0.0) / 1000);
+    return "\n" + what + "  lost for " + seconds + " s, since " + valueOf(device, "since") + ": " +
+           valueOf(device, "problem") + "; tries again";
+}
+
+/// ", dropped frames 480": nothing for a count of 0.
+std::string countOf(const Json& output, const char* key, const char* name) {
+    const std::string count = valueOf(output, key);
+    return count == "-" || count == "0" ? "" : std::string(", ") + name + " " + count;
+}
+
+std::string outputText(const Json& output) {
+    std::string text = "output  " + valueOf(output, "name") + ", " + valueOf(output, "rate_hz") +
+                       " Hz x" + valueOf(output, "channels") + " " + valueOf(output, "format") +
+                       ", late periods " + valueOf(output, "late_periods") + ", clipped samples " +
+                       valueOf(output, "clipped_samples") +
+                       countOf(output, "dropped_frames", "dropped frames") +
+                       countOf(output, "losses", "losses") + lossOf("output", output);
+    const std::string warning = valueOf(output, "warning");
+    return warning == "-" ? text : text + "\nwarning  " + warning;
+}
+
 std::string tableOf(const std::vector<Row>& rows) {
     std::array<std::size_t, std::tuple_size_v<Row>> widths = {};
     for (const Row& row : rows)
@@ -56,11 +83,9 @@ std::string tableOf(const std::vector<Row>& rows) {
 }  // namespace
 
 std::string stateText(const Json& state) {
-    const Json output = state.value("output", Json::object());
-    std::string text = "output  " + valueOf(output, "name") + ", " + valueOf(output, "rate_hz") +
-                       " Hz x" + valueOf(output, "channels") + " " + valueOf(output, "format") +
-                       ", late periods " + valueOf(output, "late_periods") + ", clipped samples " +
-                       valueOf(output, "clipped_samples");
+    std::string text = outputText(state.value("output", Json::object()));
+    for (const Json& input : state.value("inputs", Json::array()))
+        text += lossOf("microphone", input);
     const Json streams = state.value("streams", Json::array());
     if (streams.empty()) return text + "\nno streams";
     std::vector<Row> rows = {

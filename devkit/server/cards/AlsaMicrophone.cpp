@@ -5,6 +5,7 @@
 
 #include <alsa/asoundlib.h>
 
+#include <cerrno>
 #include <stdexcept>
 
 namespace cabinaudio::server {
@@ -14,10 +15,12 @@ class AlsaMicrophone : public Microphone {
 public:
     AlsaMicrophone() {
         captureAlsaLog();
-        check(snd_pcm_open(&mPcm, "default", SND_PCM_STREAM_CAPTURE, 0));
+        check(snd_pcm_open(&mPcm, "default", SND_PCM_STREAM_CAPTURE, SND_PCM_NONBLOCK));
         try {
             check(snd_pcm_set_params(mPcm, SND_PCM_FORMAT_S16_LE, SND_PCM_ACCESS_RW_INTERLEAVED,
                                      CHANNELS, RATE, 1, CARD_LATENCY_MS * 1000));
+            // A read of less than the whole buffer does not start the device.
+            check(snd_pcm_start(mPcm));
         } catch (...) {
             snd_pcm_close(mPcm);
             throw;
@@ -27,25 +30,29 @@ public:
     AlsaMicrophone(const AlsaMicrophone&) = delete;
     AlsaMicrophone& operator=(const AlsaMicrophone&) = delete;
 
-    std::string read(std::span<std::int16_t> samples) override {
-        int attempts = 0;
-        while (!samples.empty()) {
-            const snd_pcm_sframes_t got =
-                snd_pcm_readi(mPcm, samples.data(), samples.size() / CHANNELS);
-            if (got >= 0) {
-                samples = samples.subspan(static_cast<std::size_t>(got) * CHANNELS);
-                continue;
-            }
-            const int error = static_cast<int>(got);
-            if (snd_pcm_recover(mPcm, error, 1) != 0 || ++attempts == 3)
-                return name() + ": " + snd_strerror(error);
+    CardProgress read(std::span<std::int16_t> samples,
+                      std::chrono::milliseconds patience) override {
+        snd_pcm_sframes_t got = readNow(samples);
+        if (got == -EAGAIN) {
+            const int ready = snd_pcm_wait(mPcm, static_cast<int>(patience.count()));
+            got = ready < 0 ? ready : readNow(samples);
         }
-        return {};
+        CardProgress progress;
+        if (got > 0) progress.count = static_cast<std::size_t>(got) * CHANNELS;
+        if (got >= 0 || got == -EAGAIN) return progress;
+        const int error = static_cast<int>(got);
+        progress.problem = name() + ": " + snd_strerror(error);
+        progress.isLost = snd_pcm_recover(mPcm, error, 1) != 0 || snd_pcm_start(mPcm) != 0;
+        return progress;
     }
 
     [[nodiscard]] std::string name() const override { return "alsa"; }
 
 private:
+    [[nodiscard]] snd_pcm_sframes_t readNow(std::span<std::int16_t> samples) {
+        return snd_pcm_readi(mPcm, samples.data(), samples.size() / CHANNELS);
+    }
+
     void check(int result) const {
         if (result < 0) throw std::runtime_error(name() + ": " + snd_strerror(result));
     }

@@ -6,11 +6,11 @@
 
 namespace cabinaudio::server {
 
-std::unique_ptr<SoundCard> openPulse(const OutputFormat&) {
+std::unique_ptr<SoundCard> openPulse(const OutputFormat&, Spawn) {
     throw std::runtime_error("pulse: this server was built without it");
 }
 
-std::unique_ptr<Microphone> openPulseMicrophone() {
+std::unique_ptr<Microphone> openPulseMicrophone(Spawn) {
     throw std::runtime_error("pulse: this server was built without it");
 }
 

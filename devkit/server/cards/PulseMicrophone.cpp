@@ -1,50 +1,73 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/server/base/Period.h"
 #include "devkit/server/cards/Microphone.h"
+#include "devkit/server/cards/PulseConnection.h"
 
-#include <pulse/error.h>
-#include <pulse/simple.h>
-
+#include <algorithm>
+#include <cstring>
 #include <stdexcept>
 
 namespace cabinaudio::server {
 namespace {
 
+constexpr pa_sample_spec SPEC = {PA_SAMPLE_S16LE, Microphone::RATE, Microphone::CHANNELS};
+
 class PulseMicrophone : public Microphone {
 public:
-    PulseMicrophone() {
-        const pa_sample_spec spec = {PA_SAMPLE_S16LE, RATE, CHANNELS};
+    explicit PulseMicrophone(Spawn spawn) : mConnection("input", SPEC, spawn) {
         constexpr auto AUTOMATIC = static_cast<std::uint32_t>(-1);
         pa_buffer_attr buffer = {};
         buffer.maxlength = buffer.tlength = buffer.prebuf = buffer.minreq = AUTOMATIC;
         buffer.fragsize =
             static_cast<std::uint32_t>(sizeof(std::int16_t) * CHANNELS * framesOfPeriod(RATE));
-        int error = 0;
-        mStream.reset(pa_simple_new(nullptr, "cabinaudio-server", PA_STREAM_RECORD, nullptr,
-                                    "input", &spec, nullptr, &buffer, &error));
-        if (!mStream) throw std::runtime_error(name() + ": " + pa_strerror(error));
+        if (pa_stream_connect_record(mConnection.stream(), nullptr, &buffer,
+                                     PA_STREAM_ADJUST_LATENCY) < 0)
+            throw std::runtime_error(mConnection.errorText());
+        mConnection.awaitStream();
     }
 
-    std::string read(std::span<std::int16_t> samples) override {
-        int error = 0;
-        if (pa_simple_read(mStream.get(), samples.data(), samples.size_bytes(), &error) == 0)
-            return {};
-        return name() + ": " + pa_strerror(error);
+    CardProgress read(std::span<std::int16_t> samples,
+                      std::chrono::milliseconds patience) override {
+        CardProgress progress;
+        mConnection.iterateUntil(
+            [this] { return pa_stream_readable_size(mConnection.stream()) > 0; }, patience);
+        progress.problem = mConnection.problem();
+        progress.isLost = !progress.problem.empty();
+        if (!progress.isLost) progress.count = take(samples);
+        return progress;
     }
 
-    [[nodiscard]] std::string name() const override { return "pulse"; }
+    [[nodiscard]] std::string name() const override { return PulseConnection::NAME; }
 
 private:
-    struct Free {
-        void operator()(pa_simple* stream) const { pa_simple_free(stream); }
-    };
-    std::unique_ptr<pa_simple, Free> mStream;
+    /// A fragment of the sound server may be longer than `samples`: its rest waits for the next
+    /// call. A hole in the recording has no data and is left out.
+    std::size_t take(std::span<std::int16_t> samples) {
+        const void* data = nullptr;
+        std::size_t bytes = 0;
+        if (pa_stream_peek(mConnection.stream(), &data, &bytes) < 0 || bytes == 0) return 0;
+        std::size_t count = 0;
+        if (data != nullptr) {
+            count = std::min(bytes - mTaken, samples.size_bytes()) / sizeof(std::int16_t);
+            std::memcpy(samples.data(), static_cast<const std::uint8_t*>(data) + mTaken,
+                        count * sizeof(std::int16_t));
+            mTaken += count * sizeof(std::int16_t);
+        }
+        if (data == nullptr || mTaken + sizeof(std::int16_t) > bytes) {
+            pa_stream_drop(mConnection.stream());
+            mTaken = 0;
+        }
+        return count;
+    }
+
+    PulseConnection mConnection;
+    std::size_t mTaken = 0;  // bytes of the present fragment
 };
 
 }  // namespace
 
-std::unique_ptr<Microphone> openPulseMicrophone() {
-    return std::make_unique<PulseMicrophone>();
+std::unique_ptr<Microphone> openPulseMicrophone(Spawn spawn) {
+    return std::make_unique<PulseMicrophone>(spawn);
 }
 
 }  // namespace cabinaudio::server

@@ -11,15 +11,52 @@
 
 #include <nlohmann/json.hpp>
 
+#include <chrono>
+#include <cmath>
+#include <ctime>
 #include <fstream>
+#include <optional>
 #include <stdexcept>
+#include <utility>
 
 namespace cabinaudio::server {
 namespace {
 
 using nlohmann::json;
 
-json describeOutput(const Reported& reported) {
+json orNull(const std::string& text) {
+    return text.empty() ? json() : json(text);
+}
+
+/// "2026-11-22T19:01:02.345+00:00"
+json timeOf(const std::optional<std::chrono::system_clock::time_point>& time) {
+    if (!time) return {};
+    const auto sinceEpoch = time->time_since_epoch();
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(*time);
+    const auto ms =
+        std::chrono::duration_cast<std::chrono::milliseconds>(sinceEpoch).count() % 1000;
+    std::tm fields = {};
+    gmtime_r(&seconds, &fields);
+    char text[32] = {};
+    std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &fields);
+    return format("%s.%03d+00:00", text, static_cast<int>(ms));
+}
+
+/// Whether a card or microphone is open or lost.
+void describeDevice(const DeviceState& device, json& result) {
+    result["state"] = device.isLost() ? "lost" : "open";
+    result["problem"] = orNull(device.problem);
+    result["since"] = timeOf(device.since);
+    result["lost_ms"] = device.isLost() ? json(device.lostFor.count()) : json();
+    result["losses"] = device.losses;
+}
+
+/// To a tenth of a millisecond.
+json latencyOf(const std::optional<double>& ms) {
+    return ms ? json(std::round(*ms * 10) / 10) : json();
+}
+
+json describeCounters(const Reported& reported) {
     const Mixer::Counters& counters = reported.mixer.counters();
     return {{"name", reported.output.name()},
             {"rate_hz", reported.format.rate},
@@ -29,7 +66,33 @@ json describeOutput(const Reported& reported) {
             {"periods", counters.periods},
             {"late_periods", counters.latePeriods},
             {"clipped_samples", counters.clippedSamples},
-            {"errors", reported.output.errors()}};
+            {"errors", reported.output.state().device.errors}};
+}
+
+json describeOutput(const Reported& reported) {
+    const OutputState state = reported.output.state();
+    json result = describeCounters(reported);
+    describeDevice(state.device, result);
+    result["requested"] = reported.requestedOutput;
+    result["recent_errors"] = state.device.recentErrors;
+    result["last_error"] = orNull(state.device.lastError);
+    result["dropped_frames"] = state.droppedFrames;
+    result["latency_ms"] = latencyOf(state.latencyMs);
+    result["warning"] = orNull(state.warning);
+    return result;
+}
+
+/// The microphones of the started recordings.
+json describeInputs(const CaptureRegistry& captures) {
+    json result = json::array();
+    for (const auto& stream : captures.streams()) {
+        const auto device = stream->inputDevice();
+        if (!device) continue;
+        json input = {{"name", device->name}, {"stream", stream->client().name()}};
+        describeDevice(device->state, input);
+        result.push_back(std::move(input));
+    }
+    return result;
 }
 
 json describeRecord(const StreamRecord& record) {
@@ -109,6 +172,7 @@ json stateOf(const Reported& reported, const std::vector<std::unique_ptr<Client>
     json result;
     result["version"] = format("%d.%d.%d", SERVER_VERSION[0], SERVER_VERSION[1], SERVER_VERSION[2]);
     result["output"] = describeOutput(reported);
+    result["inputs"] = describeInputs(reported.captures);
     result["clients"] = json::array();
     for (const auto& client : clients) {
         result["clients"].push_back({{"handle", client->handle()},
@@ -127,7 +191,9 @@ json stateOf(const Reported& reported, const std::vector<std::unique_ptr<Client>
 
 json reportOf(const Reported& reported) {
     json result;
-    result["output"] = describeOutput(reported);
+    result["output"] = describeCounters(reported);
+    result["output"]["losses"] = reported.output.state().device.losses;
+    result["output"]["dropped_frames"] = reported.output.state().droppedFrames;
     result["streams"] = json::array();
     for (const auto& record : reported.streams.records()) {
         json stream = describeRecord(*record);

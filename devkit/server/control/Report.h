@@ -24,6 +24,7 @@ struct Reported {
     const Output& output;
     const OutputFormat& format;
     const Settings& settings;
+    const std::string& requestedOutput;  // as on the command line
 };
 
 /// The server's present state: output, clients, streams, settings.

@@ -28,6 +28,8 @@ public:
     [[nodiscard]] std::uint32_t rate() const override { return mRate; }
     [[nodiscard]] unsigned channels() const override { return mChannels; }
 
+    [[nodiscard]] std::optional<InputDevice> device() const override { return mSource->device(); }
+
     void read(std::span<float> frames) override {
         const std::size_t count = frames.size() / mChannels;
         mRead.assign(count * mSource->channels(), 0.0F);

@@ -14,6 +14,8 @@ namespace cabinaudio::server {
 namespace {
 
 constexpr std::string_view TONE = "tone:";
+// Before the event loop runs.
+constexpr std::chrono::seconds START_PATIENCE{20};
 constexpr double LOWEST_TONE = 1;
 constexpr double HIGHEST_TONE = 96000;
 
@@ -46,9 +48,10 @@ std::string complaint(const std::string& text) {
     return {};
 }
 
-std::unique_ptr<InputSource> openUnconverted(const std::string& text, std::uint32_t rate) {
+std::unique_ptr<InputSource> openUnconverted(const std::string& text, std::uint32_t rate,
+                                             std::chrono::milliseconds patience) {
     if (text == "silence") return makeSilence(rate);
-    if (text == "mic") return openMicrophone();
+    if (text == "mic") return openMicrophone(patience);
     if (isTone(text)) return makeTone(frequencyOf(text).value(), rate);
     return openInputFile(text);
 }
@@ -78,14 +81,14 @@ void InputChoice::check() const {
     for (const auto& [tag, text] : mByTag)
         texts.insert(text);
     for (const std::string& text : texts)
-        openInput(text, 48000, 2);
+        openInput(text, 48000, 2, START_PATIENCE);
 }
 
 std::unique_ptr<InputSource> openInput(const std::string& text, std::uint32_t rate,
-                                       unsigned channels) {
+                                       unsigned channels, std::chrono::milliseconds patience) {
     if (const std::string problem = complaint(text); !problem.empty())
         throw std::runtime_error(problem);
-    return convertInput(openUnconverted(text, rate), rate, channels);
+    return convertInput(openUnconverted(text, rate, patience), rate, channels);
 }
 
 }  // namespace cabinaudio::server

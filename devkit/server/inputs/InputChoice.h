@@ -3,6 +3,7 @@
 
 #include "devkit/server/inputs/InputSource.h"
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -29,9 +30,13 @@ private:
     std::map<std::uint32_t, std::string> mByTag;
 };
 
+/// Longest time that the event loop waits for a microphone.
+inline constexpr std::chrono::milliseconds MICROPHONE_PATIENCE{50};
+
 /// Opens an input, at its beginning, with this rate and number of channels.
 /// @throws std::runtime_error with the reason
 std::unique_ptr<InputSource> openInput(const std::string& text, std::uint32_t rate,
-                                       unsigned channels);
+                                       unsigned channels,
+                                       std::chrono::milliseconds patience = MICROPHONE_PATIENCE);
 
 }  // namespace cabinaudio::server

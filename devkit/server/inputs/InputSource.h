@@ -1,12 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "devkit/server/cards/DeviceHealth.h"
+
+#include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 
 namespace cabinaudio::server {
+
+/// The device behind an input.
+struct InputDevice {
+    std::string name;
+    DeviceState state;
+};
 
 /// An endless sound that capture streams record. Called on the event loop's thread; may block only
 /// for file access.
@@ -19,6 +29,9 @@ public:
 
     /// Fills `frames`, whole frames, with samples between -1 and 1.
     virtual void read(std::span<float> frames) = 0;
+
+    /// Empty for inputs without a device.
+    [[nodiscard]] virtual std::optional<InputDevice> device() const { return std::nullopt; }
 };
 
 // The kinds of input. Each function throws std::runtime_error with the reason when it fails.
@@ -28,8 +41,9 @@ std::unique_ptr<InputSource> makeTone(double frequency, std::uint32_t rate);
 std::unique_ptr<InputSource> makeSilence(std::uint32_t rate);
 /// Any file that libsndfile reads and that can be rewound.
 std::unique_ptr<InputSource> openInputFile(const std::string& path);
-/// The first of pulse and alsa that works.
-std::unique_ptr<InputSource> openMicrophone();
+/// The first of pulse and alsa that works. One that is not open after `patience` is silent until it
+/// is open.
+std::unique_ptr<InputSource> openMicrophone(std::chrono::milliseconds patience);
 /// `source` converted to another rate and number of channels.
 std::unique_ptr<InputSource> convertInput(std::unique_ptr<InputSource> source, std::uint32_t rate,
                                           unsigned channels);

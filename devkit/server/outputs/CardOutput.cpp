@@ -3,90 +3,70 @@
 
 #include "devkit/server/base/Log.h"
 
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
 #include <utility>
 
 namespace cabinaudio::server {
 namespace {
 
-// Periods queued for the card.
-constexpr std::size_t QUEUE_LOW = 1;
-constexpr std::size_t QUEUE_HIGH = 4;
+// Periods between mix and card, at the shortest. The card takes several at once, so that the queue
+// varies; its shortest length shows whether there is too little or too much.
+constexpr double QUEUE_LOW = 1;
+constexpr double QUEUE_HIGH = 5;
 // Clocks of sound cards differ by some hundred ppm; one period in 32 is the largest correction.
 constexpr std::uint64_t TICKS_BETWEEN_CORRECTIONS = 32;
 
+constexpr double UNKNOWN = std::numeric_limits<double>::infinity();
+
 }  // namespace
 
-CardOutput::CardOutput(std::unique_ptr<SoundCard> card, const OutputFormat& format)
-    : mCard(std::move(card)), mType(format.type), mThread([this] { run(); }) {}
+CardOutput::CardOutput(std::vector<CardOpener> openers, const OutputFormat& format, bool isOptional)
+    : mType(format.type),
+      mShortestQueue(UNKNOWN),
+      mPlayer(std::make_shared<CardPlayer>(std::move(openers), format, isOptional)),
+      mThread([player = mPlayer] { player->run(); }) {
+    const std::string problem = mPlayer->awaitStart();
+    if (problem.empty()) return;
+    endPlayer();
+    throw std::runtime_error(problem);
+}
 
 CardOutput::~CardOutput() {
-    pause();
-    {
-        const Lock lock(mLock);
-        mIsOver = true;
+    mPlayer->pause();
+    endPlayer();
+}
+
+void CardOutput::endPlayer() {
+    if (mPlayer->end()) {
+        mThread.join();
+        return;
     }
-    mChanged.notifyOne();
-    mThread.join();
+    log::warning("%s does not end; left alone", mPlayer->name().c_str());
+    mThread.detach();
 }
 
 void CardOutput::write(std::span<const float> frames) {
-    Bytes bytes;
+    CardPlayer::Bytes bytes;
     encodeSamples(mType, frames, bytes);
-    push(std::move(bytes));
+    mPlayer->push(std::move(bytes));
 }
 
 std::uint64_t CardOutput::periodsDue(std::uint64_t deadlines) {
-    std::size_t queued = 0;
-    {
-        const Lock lock(mLock);
-        queued = mQueue.size();
+    const auto queued = mPlayer->queuedPeriods();
+    if (!queued) {
+        mTicks = 0;
+        mShortestQueue = UNKNOWN;
+        return deadlines;
     }
-    mTicksSinceCorrection += deadlines;
-    if (queued >= QUEUE_HIGH) return 0;
-    if (queued >= QUEUE_LOW || mTicksSinceCorrection < TICKS_BETWEEN_CORRECTIONS) return deadlines;
-    mTicksSinceCorrection = 0;
-    return deadlines + 1;
-}
-
-void CardOutput::pause() {
-    push({});
-}
-
-void CardOutput::push(Bytes bytes) {
-    {
-        const Lock lock(mLock);
-        mQueue.push_back(std::move(bytes));
-    }
-    mChanged.notifyOne();
-}
-
-void CardOutput::run() {
-    Lock lock(mLock);
-    while (true) {
-        while (!mIsOver && mQueue.empty())
-            mChanged.wait(lock);
-        if (mQueue.empty()) return;
-        const Bytes bytes = std::move(mQueue.front());
-        lock.unlock();
-        play(bytes);
-        lock.lock();
-        mQueue.pop_front();  // only now: a period being written still counts as queued
-    }
-}
-
-void CardOutput::play(const Bytes& bytes) {
-    if (bytes.empty())
-        mCard->drain();
-    else if (const std::string problem = mCard->write(bytes); !problem.empty())
-        countError(problem);
-}
-
-void CardOutput::countError(const std::string& problem) {
-    // An unplugged card fails at every period.
-    if (mErrors++ == 0)
-        log::warning("%s; further trouble is only counted", problem.c_str());
-    else
-        log::debug("%s", problem.c_str());
+    mTicks += deadlines;
+    mShortestQueue = std::min(mShortestQueue, *queued);
+    if (mTicks < TICKS_BETWEEN_CORRECTIONS) return deadlines;
+    mTicks = 0;
+    const double shortest = std::exchange(mShortestQueue, UNKNOWN);
+    if (shortest < QUEUE_LOW) return deadlines + 1;
+    return shortest > QUEUE_HIGH ? deadlines - 1 : deadlines;
 }
 
 }  // namespace cabinaudio::server

@@ -1,59 +1,42 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "devkit/server/base/Mutex.h"
-#include "devkit/server/cards/SoundCard.h"
+#include "devkit/server/outputs/CardPlayer.h"
 #include "devkit/server/outputs/Output.h"
 
-#include <atomic>
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <thread>
 #include <vector>
 
 namespace cabinaudio::server {
 
-/// Plays to a sound card from its own thread, through a short queue: the card blocks, and the event
-/// loop must not. The card's clock differs from the server's; a period more or less now and then
-/// keeps the queue's length.
+/// Plays to a sound card through a CardPlayer. The card's clock differs from the server's; a period
+/// more or less now and then keeps the length of the queue.
 class CardOutput : public Output {
 public:
-    CardOutput(std::unique_ptr<SoundCard> card, const OutputFormat& format);
-    /// Plays the queue to its end.
+    /// Returns when the card runs. @throws std::runtime_error with the reason
+    CardOutput(std::vector<CardOpener> openers, const OutputFormat& format,
+               bool isOptional = false);
+    /// Plays the queue to its end, unless the card takes too long for that.
     ~CardOutput() override;
+    CardOutput(const CardOutput&) = delete;
+    CardOutput& operator=(const CardOutput&) = delete;
 
     void write(std::span<const float> frames) override;
     std::uint64_t periodsDue(std::uint64_t deadlines) override;
-    void pause() override;
-    [[nodiscard]] std::uint64_t errors() const override { return mErrors; }
-    [[nodiscard]] std::string name() const override { return mCard->name(); }
+    void pause() override { mPlayer->pause(); }
+    [[nodiscard]] OutputState state() const override { return mPlayer->state(); }
+    [[nodiscard]] std::string name() const override { return mPlayer->name(); }
 
 private:
-    using Bytes = std::vector<std::uint8_t>;  // empty: drain the card
+    void endPlayer();
 
-    void push(Bytes bytes) CABINAUDIO_EXCLUDES(mLock);
-    void run() CABINAUDIO_EXCLUDES(mLock);
-    void play(const Bytes& bytes);
-    void countError(const std::string& problem);
-
-    // Set at construction. Only the playing thread uses it.
-    std::unique_ptr<SoundCard> mCard;
     SampleType mType;
-
-    // Of the event loop's thread.
-    std::uint64_t mTicksSinceCorrection = 0;
-
-    // Has its own synchronization.
-    std::atomic<std::uint64_t> mErrors{0};
-    Mutex mLock;
-    Condition mChanged;
-
-    // Guarded by mLock.
-    std::deque<Bytes> mQueue CABINAUDIO_GUARDED_BY(mLock);
-    bool mIsOver CABINAUDIO_GUARDED_BY(mLock) = false;
-
-    std::thread mThread;  // last: uses all members above
+    std::uint64_t mTicks = 0;  // of the present interval between corrections
+    double mShortestQueue;     // in it
+    std::shared_ptr<CardPlayer> mPlayer;
+    std::thread mThread;  // shares the player
 };
 
 }  // namespace cabinaudio::server

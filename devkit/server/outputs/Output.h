@@ -1,14 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "devkit/server/cards/DeviceHealth.h"
 #include "devkit/server/sound/OutputFormat.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 
 namespace cabinaudio::server {
+
+/// How an output does at present.
+struct OutputState {
+    DeviceState device;
+    std::uint64_t droppedFrames = 0;  // did not fit into the card's buffer
+    std::optional<double> latencyMs;  // from the mix to the loudspeaker; empty when unknown
+    std::string warning;              // why nothing can be heard, although nothing has failed
+};
 
 /// Destination of the mix. Called on the event loop's thread; must never block.
 class Output {
@@ -27,8 +37,8 @@ public:
     /// write().
     virtual void pause() {}
 
-    /// Number of playback errors.
-    [[nodiscard]] virtual std::uint64_t errors() const { return 0; }
+    /// Errors, losses and latency.
+    [[nodiscard]] virtual OutputState state() const { return {}; }
 
     /// For display: "WAV file heard.wav".
     [[nodiscard]] virtual std::string name() const = 0;

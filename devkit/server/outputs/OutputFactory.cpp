@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/server/outputs/OutputFactory.h"
 
-#include "devkit/server/base/Log.h"
 #include "devkit/server/cards/SoundCard.h"
 #include "devkit/server/outputs/CardOutput.h"
 #include "devkit/server/outputs/NullOutput.h"
@@ -10,18 +9,33 @@
 #include <algorithm>
 #include <array>
 #include <stdexcept>
+#include <vector>
 
 namespace cabinaudio::server {
 namespace {
 
-std::unique_ptr<Output> makeAuto(const std::string&, const OutputFormat& format);
+CardOpener pulseOpener(const OutputFormat& format) {
+    return [format](Spawn spawn) { return openPulse(format, spawn); };
+}
+
+CardOpener alsaOpener(const std::string& device, const OutputFormat& format) {
+    return [name = device.empty() ? "default" : device, format](Spawn) {
+        return openAlsa(name, format);
+    };
+}
+
+/// The first sound card that works, else nothing: sound should be audible by default.
+std::unique_ptr<Output> makeAuto(const std::string&, const OutputFormat& format) {
+    return std::make_unique<CardOutput>(
+        std::vector<CardOpener>{pulseOpener(format), alsaOpener("", format)}, format, true);
+}
 
 std::unique_ptr<Output> makePulse(const std::string&, const OutputFormat& format) {
-    return std::make_unique<CardOutput>(openPulse(format), format);
+    return std::make_unique<CardOutput>(std::vector<CardOpener>{pulseOpener(format)}, format);
 }
 
 std::unique_ptr<Output> makeAlsa(const std::string& device, const OutputFormat& format) {
-    return std::make_unique<CardOutput>(openAlsa(device.empty() ? "default" : device, format),
+    return std::make_unique<CardOutput>(std::vector<CardOpener>{alsaOpener(device, format)},
                                         format);
 }
 
@@ -62,19 +76,6 @@ Request parse(const std::string& text) {
                                    [&](const Kind& candidate) { return candidate.name == name; });
     return {kind != KINDS.end() ? kind : nullptr,
             colon == std::string::npos ? std::string() : text.substr(colon + 1)};
-}
-
-/// The first sound card that works, else null: sound should be audible by default.
-std::unique_ptr<Output> makeAuto(const std::string&, const OutputFormat& format) {
-    for (const auto make : {makePulse, makeAlsa}) {
-        try {
-            return make("", format);
-        } catch (const std::runtime_error& error) {
-            log::debug("%s", error.what());
-        }
-    }
-    log::info("no sound card works (-v says why)");
-    return makeNull("", format);
 }
 
 }  // namespace

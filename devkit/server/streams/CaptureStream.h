@@ -99,6 +99,10 @@ public:
     [[nodiscard]] bool isUplink() const { return mParts.tag == AUDIO_TAG_UPLINK; }
     [[nodiscard]] bool isActive() const { return mState == ACTIVE; }
     [[nodiscard]] std::int32_t volume() const { return mVolume; }
+    /// The microphone of a started stream; empty for other inputs.
+    [[nodiscard]] std::optional<InputDevice> inputDevice() const {
+        return mInput ? mInput->device() : std::nullopt;
+    }
     /// Null while the client has none.
     [[nodiscard]] const CaptureRing* ring() const { return mParts.ring.get(); }
     /// Null for a POSIX ring, which is never announced.
