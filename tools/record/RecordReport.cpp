@@ -34,6 +34,7 @@ Json toJson(const RecordReport& report) {
             {"wanted_ms", orNull(report.wantedMs)},
             {"recorded_ms", roundedMs(report.recordedMs)},
             {"silent_ms", roundedMs(report.silentMs)},
+            {"skipped_ms", roundedMs(report.skippedMs)},
             {"live_ms", roundedMs(report.recordedMs - report.silentMs)},
             {"elapsed_ms", roundedMs(report.elapsedMs)},
             {"bytes_recorded", report.bytesRecorded},
