@@ -20,6 +20,7 @@ Json toJson(const PlayReport& report) {
             {"channels", report.channels},
             {"bits_per_sample", static_cast<std::uint32_t>(report.format.bitDepth)},
             {"duration_ms", orNull(report.durationMs)},
+            {"missing_ms", orNull(report.missingMs)},
             {"played_ms", roundedMs(report.playedMs())},
             {"queued_ms", roundedMs(report.queuedMs)},
             {"elapsed_ms", roundedMs(report.elapsedMs)},
