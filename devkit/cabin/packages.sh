@@ -28,6 +28,7 @@ test    libgtest-dev                 test framework
 test    libgmock-dev                 matchers
 test    libcap2-bin                  setcap: programs with file capabilities refuse a preload
 test    alsa-utils                   recorded speech for the tests of calls
+test    python3-jsonschema           checks what the programs print as JSON
 test    python3                      pseudo terminals for the tests of the tool
 test    mandoc                       form of the man pages
 test    zsh                          completion

@@ -278,7 +278,8 @@ TEST_F(SettingsRoundTrip, ValuesAreTypedInJson) {
     EXPECT_EQ(list[6]["value"], "none");
     EXPECT_EQ(list[7]["value"], "");
     const json done = json::parse(runTool({"set", "--json", "volume.master=-5dB"}).out);
-    EXPECT_EQ(done, json::parse(R"({"set":["volume.master=-5dB"],"ended":"done","error":null})"));
+    EXPECT_EQ(done, json::parse(
+                        R"({"set":["volume.master=-5dB"],"ended":"done","error":null,"exit":0})"));
 }
 
 TEST_F(SettingsRoundTrip, SetIgnoresReadOnlyLines) {
