@@ -43,7 +43,7 @@ private:
 
     [[nodiscard]] std::string check(const json& schema, const json& value,
                                     const std::string& at) const {
-        static const std::map<std::string, Check> CHECKS = {
+        static const std::map<std::string, Check> checks = {
             {"$ref", &Validator::reference},    {"type", &Validator::type},
             {"enum", &Validator::listed},       {"minimum", &Validator::minimum},
             {"maximum", &Validator::maximum},   {"items", &Validator::items},
@@ -52,8 +52,8 @@ private:
             if (keyword == "description" || keyword == "properties" ||
                 keyword == "additionalProperties")
                 continue;
-            const auto found = CHECKS.find(keyword);
-            if (found == CHECKS.end())
+            const auto found = checks.find(keyword);
+            if (found == checks.end())
                 throw std::logic_error("unknown keyword in the schema: " + keyword);
             if (std::string fault = (this->*found->second)(rule, value, at); !fault.empty())
                 return fault;
@@ -141,16 +141,16 @@ private:
 };
 
 const json& installedSchema() {
-    static const json SCHEMA = [] {
+    static const json schema = [] {
         std::ifstream file(CABINAUDIO_TEST_SCHEMA);
         return json::parse(file);
     }();
-    return SCHEMA;
+    return schema;
 }
 
 /// The definitions of what a command prints besides its end.
 std::vector<std::string> definitionsOf(const std::vector<std::string>& command) {
-    static const std::map<std::string, std::vector<std::string>> DEFINITIONS = {
+    static const std::map<std::string, std::vector<std::string>> known = {
         {"play", {"play"}},
         {"record", {"record"}},
         {"get", {"get"}},
@@ -162,9 +162,9 @@ std::vector<std::string> definitionsOf(const std::vector<std::string>& command) 
         {"monitor", {"change", "monitor"}},
         {"server", {"state", "command"}},
         {"top", {"top"}}};
-    const auto found = DEFINITIONS.find(command.empty() ? "" : command.front());
+    const auto found = known.find(command.empty() ? "" : command.front());
     std::vector<std::string> definitions =
-        found == DEFINITIONS.end() ? std::vector<std::string>{} : found->second;
+        found == known.end() ? std::vector<std::string>{} : found->second;
     definitions.emplace_back("end");
     return definitions;
 }

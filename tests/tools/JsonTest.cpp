@@ -105,8 +105,7 @@ TEST(JsonOfACommand, EndsWithoutAnErrorWhenItHasDoneItsWork) {
     }
 }
 
-// ---- The schema itself
-// ----------------------------------------------------------------------------
+// ---- The schema itself --------------------------------------------------------------------------
 
 TEST(Schema, RefusesAnUnknownKey) {
     const json end = {{"ended", "failed"}, {"error", "no"}, {"exit", 1}};
