@@ -161,7 +161,8 @@ std::vector<std::string> definitionsOf(const std::vector<std::string>& command) 
         {"doctor", {"doctor"}},
         {"monitor", {"change", "monitor"}},
         {"server", {"state", "command"}},
-        {"top", {"top"}}};
+        {"top", {"top", "waiting"}},
+        {"listen", {"listen"}}};
     const auto found = known.find(command.empty() ? "" : command.front());
     std::vector<std::string> definitions =
         found == known.end() ? std::vector<std::string>{} : found->second;

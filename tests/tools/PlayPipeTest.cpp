@@ -82,6 +82,11 @@ private:
     std::thread mWriter;
 };
 
+bool isLossy(int format) {
+    const int kind = format & SF_FORMAT_SUBMASK;
+    return kind == SF_FORMAT_VORBIS || kind == SF_FORMAT_OPUS || kind == SF_FORMAT_MPEG_LAYER_III;
+}
+
 /// A WAV file of 16 bits whose header announces another length.
 std::string withLength(std::string wav, std::uint32_t bytes) {
     std::memcpy(&wav[DATA_SIZE], &bytes, sizeof bytes);
@@ -101,9 +106,7 @@ protected:
         return GetParam().length ? withLength(bytes, *GetParam().length) : bytes;
     }
     [[nodiscard]] std::vector<std::int32_t> samples() const {
-        const int kind = GetParam().format & SF_FORMAT_SUBMASK;
-        const bool isLossy = kind == SF_FORMAT_VORBIS;
-        return isLossy ? decodedTo16Bits(mFile) : readSound(mFile).samples;
+        return isLossy(GetParam().format) ? decodedTo16Bits(mFile) : readSound(mFile).samples;
     }
 };
 
@@ -137,19 +140,21 @@ TEST_P(PipedSoundOfAnyKind, IsPlayedBeforeItsEnd) {
     EXPECT_TRUE(mIsDue);
 }
 
-INSTANTIATE_TEST_SUITE_P(Kind, PipedSoundOfAnyKind,
-                         testing::Values(PipedKind{"Wav16", WAV16},
-                                         PipedKind{"Wav24", SF_FORMAT_WAV | SF_FORMAT_PCM_24},
-                                         PipedKind{"WavFloat", SF_FORMAT_WAV | SF_FORMAT_FLOAT},
-                                         PipedKind{"WavWithoutLength", WAV16, 0},
-                                         PipedKind{"WavOfUnknownLength", WAV16, 0xffffffff},
-                                         PipedKind{"WavOfTheGreatestLength", WAV16, 0x7ffff000},
-                                         PipedKind{"Rf64", SF_FORMAT_RF64 | SF_FORMAT_PCM_16},
-                                         PipedKind{"Au", SF_FORMAT_AU | SF_FORMAT_PCM_16},
-                                         PipedKind{"Flac16", SF_FORMAT_FLAC | SF_FORMAT_PCM_16},
-                                         PipedKind{"Flac24", SF_FORMAT_FLAC | SF_FORMAT_PCM_24},
-                                         PipedKind{"Ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS}),
-                         ROW_NAME);
+INSTANTIATE_TEST_SUITE_P(
+    Kind, PipedSoundOfAnyKind,
+    testing::Values(PipedKind{"Wav16", WAV16}, PipedKind{"Wav24", SF_FORMAT_WAV | SF_FORMAT_PCM_24},
+                    PipedKind{"WavFloat", SF_FORMAT_WAV | SF_FORMAT_FLOAT},
+                    PipedKind{"WavWithoutLength", WAV16, 0},
+                    PipedKind{"WavOfUnknownLength", WAV16, 0xffffffff},
+                    PipedKind{"WavOfTheGreatestLength", WAV16, 0x7ffff000},
+                    PipedKind{"Rf64", SF_FORMAT_RF64 | SF_FORMAT_PCM_16},
+                    PipedKind{"Au", SF_FORMAT_AU | SF_FORMAT_PCM_16},
+                    PipedKind{"Flac16", SF_FORMAT_FLAC | SF_FORMAT_PCM_16},
+                    PipedKind{"Flac24", SF_FORMAT_FLAC | SF_FORMAT_PCM_24},
+                    PipedKind{"Vorbis", SF_FORMAT_OGG | SF_FORMAT_VORBIS},
+                    PipedKind{"Opus", SF_FORMAT_OGG | SF_FORMAT_OPUS},
+                    PipedKind{"Mp3", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III}),
+    ROW_NAME);
 
 TEST_F(PipedSound, OfAFileWithoutLengthIsPlayedWhole) {
     writeSound(mFile, {.frames = 9973});
@@ -268,9 +273,8 @@ protected:
         const Sound heard = stem("piped");
         const std::size_t samples = heard.samples.size();
         EXPECT_GT(samples, 48000u);
-        const auto whole = (GetParam().format & SF_FORMAT_SUBMASK) == SF_FORMAT_VORBIS
-                               ? decodedTo16Bits(mFile)
-                               : readSound(mFile).samples;
+        const auto whole =
+            isLossy(GetParam().format) ? decodedTo16Bits(mFile) : readSound(mFile).samples;
         ASSERT_LT(samples, whole.size());
         EXPECT_TRUE(std::equal(heard.samples.begin(), heard.samples.end(), whole.begin()));
         if (!GetParam().isLengthKnown) {
@@ -303,7 +307,8 @@ TEST_P(CutSound, IsPlayedFromAPipeAndReported) {
 INSTANTIATE_TEST_SUITE_P(Kind, CutSound,
                          testing::Values(CutKind{"Wav", WAV16, true},
                                          CutKind{"Flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, true},
-                                         CutKind{"Ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS, false}),
+                                         CutKind{"Vorbis", SF_FORMAT_OGG | SF_FORMAT_VORBIS, false},
+                                         CutKind{"Opus", SF_FORMAT_OGG | SF_FORMAT_OPUS, false}),
                          ROW_NAME);
 
 TEST_F(PipedSound, ThatIsCutIsReportedInALine) {

@@ -28,7 +28,7 @@ PACKAGE_BEFORE_PN = "${PN}-tools ${PN}-devkit"
 FILES:${PN} = "${libdir}/libcabinaudio.so.* ${libdir}/libcabinaudio-log.so.*"
 FILES:${PN}-dev = "${includedir} ${libdir}/libcabinaudio.so ${libdir}/cmake ${libdir}/pkgconfig"
 FILES:${PN}-doc = "${docdir} ${mandir}"
-FILES:${PN}-tools = "${bindir}/cabinaudio ${datadir}/bash-completion ${datadir}/zsh"
+FILES:${PN}-tools = "${bindir}/cabinaudio ${datadir}/cabinaudio ${datadir}/bash-completion ${datadir}/zsh"
 FILES:${PN}-devkit = "${bindir}/cabinaudio-run ${bindir}/cabinaudio-server ${libdir}/cabinaudio"
 
 BBCLASSEXTEND = "native nativesdk"
