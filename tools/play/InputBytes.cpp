@@ -96,7 +96,7 @@ bool InputBytes::wait(const Event& event) const {
 
 void InputBytes::rewind() {
     mHead.clear();
-    if (lseek(mDescriptor, mStart, SEEK_SET) < 0) fail();
+    if (lseek(mDescriptor, static_cast<off_t>(mStart), SEEK_SET) < 0) fail();
 }
 
 std::size_t InputBytes::takeHead(std::span<std::uint8_t> to) {
