@@ -133,11 +133,55 @@ void addStreamParam(CLI::App& command, int& streamParam) {
         ->type_name("NUMBER");
 }
 
-void addPlay(CLI::App& app, PlayOptions& options, CommonOptions& common) {
+/// An option whose value is a name of a table; the first one is the default.
+template <typename Value, std::size_t SIZE>
+CLI::Option& addChoice(CLI::App& command, const char* option, Value& value,
+                       const std::pair<const char*, Value> (&table)[SIZE], const char* what) {
+    std::vector<std::string> names;
+    for (const auto& row : table)
+        names.emplace_back(row.first);
+    return *command
+                .add_option_function<std::string>(
+                    option,
+                    [&value, &table](const std::string& name) {
+                        value =
+                            std::find_if(std::begin(table), std::end(table), [&](const auto& row) {
+                                return name == row.first;
+                            })->second;
+                    },
+                    what)
+                ->type_name("NAME")
+                ->check(oneOf(names))
+                ->default_str(names.front());
+}
+
+constexpr std::pair<const char*, RawFormat::Samples> RAW_SAMPLES[] = {
+    {"s16", RawFormat::Samples::S16},     {"u8", RawFormat::Samples::U8},
+    {"s24", RawFormat::Samples::S24},     {"s32", RawFormat::Samples::S32},
+    {"float", RawFormat::Samples::Float}, {"double", RawFormat::Samples::Double}};
+
+void addRawFormat(CLI::App& command, RawFormat& format, std::optional<RawFormat>& raw) {
+    auto* const flag = command.add_flag_callback(
+        "--raw", [&] { raw.emplace(); }, "The files are samples without a header, little-endian");
+    command.add_option("--rate", format.rate, "Sample rate of --raw (48000)")
+        ->type_name("HZ")
+        ->check(range(8000, 192000))
+        ->needs(flag);
+    command.add_option("--channels", format.channels, "Channels of --raw (2)")
+        ->type_name("N")
+        ->check(range(1, 6))
+        ->needs(flag);
+    addChoice(command, "--format", format.samples, RAW_SAMPLES,
+              "Samples of --raw: s16, u8, s24, s32, float or double")
+        .needs(flag);
+}
+
+void addPlay(CLI::App& app, PlayOptions& options, RawFormat& raw, CommonOptions& common) {
     CLI::App& command = *app.add_subcommand("play", "Play audio files: WAV, FLAC, Ogg and more");
     command.add_option("FILE", options.files, "Files to play, in this order; - is standard input")
         ->type_name("")
         ->required();
+    addRawFormat(command, raw, options.raw);
     addTag(
         command, options.tag, playbackTagNames(),
         "Purpose of the stream: alternative, auxiliary,\nmain, output_input0_invocation or "
@@ -164,27 +208,6 @@ constexpr std::pair<const char*, AudioBitDepthType> DEPTHS[] = {{"s16", AUDIO_BI
                                                                 {"u8", AUDIO_BIT_DEPTH_8},
                                                                 {"s24", AUDIO_BIT_DEPTH_24},
                                                                 {"s32", AUDIO_BIT_DEPTH_32}};
-
-/// An option whose value is a name of a table; the first one is the default.
-template <typename Value, std::size_t SIZE>
-void addChoice(CLI::App& command, const char* option, Value& value,
-               const std::pair<const char*, Value> (&table)[SIZE], const char* what) {
-    std::vector<std::string> names;
-    for (const auto& row : table)
-        names.emplace_back(row.first);
-    command
-        .add_option_function<std::string>(
-            option,
-            [&value, &table](const std::string& name) {
-                value = std::find_if(std::begin(table), std::end(table), [&](const auto& row) {
-                            return name == row.first;
-                        })->second;
-            },
-            what)
-        ->type_name("NAME")
-        ->check(oneOf(names))
-        ->default_str(names.front());
-}
 
 void addRecordFormat(CLI::App& command, RecordFormat& format) {
     command.add_option("--rate", format.rate, "Sample rate (48000; of an uplink 16000)")
@@ -447,6 +470,7 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
     configure(app);
     Command command;
     PlayOptions play;
+    RawFormat raw;
     RecordOptions record;
     GetOptions get;
     SetOptions set;
@@ -456,7 +480,7 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
     VersionOptions version;
     DoctorOptions doctor;
     ServerOptions server;
-    addPlay(app, play, command.common);
+    addPlay(app, play, raw, command.common);
     addRecord(app, record, command.common);
     addGet(app, get, command.common);
     addSet(app, set, command.common);
@@ -477,6 +501,7 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
         refuse(app, explain(app, error));
     }
     if (app.got_subcommand("play")) {
+        if (play.raw) play.raw = raw;
         if (const std::string fault = optionFault(play); !fault.empty()) refuse(app, fault);
         command.options = play;
     } else if (app.got_subcommand("record")) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tools/ExitCode.h"
+
 #include <nlohmann/json.hpp>
 
 #include <optional>
@@ -17,6 +19,16 @@ using Json = nlohmann::ordered_json;
 
 /// Rounded to a microsecond; more digits would be noise.
 [[nodiscard]] double roundedMs(double ms);
+
+/// "done", "wrong_usage", "no_server", ...
+[[nodiscard]] const char* endName(ExitCode code);
+
+/// Adds how a command has ended: "error", the text or null, and "exit", the status. The last object
+/// that a command prints has these.
+void addEnd(Json& report, ExitCode code, const std::string& error);
+
+/// Prints {"ended": ..., "error": ..., "exit": ...}, for a command without a report of its own.
+void printEnd(ExitCode code, const std::string& error);
 
 /// Prints one value as one line on stdout, and flushes.
 void printJson(const Json& value);

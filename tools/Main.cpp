@@ -5,11 +5,15 @@
 #include "tools/BoardLaunch.h"
 #include "tools/CommandLine.h"
 #include "tools/Failure.h"
+#include "tools/Json.h"
 #include "tools/LibraryLog.h"
 #include "tools/Terminal.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
+#include <string>
 
 namespace cabinaudio::tool {
 
@@ -55,6 +59,18 @@ ExitCode runTool(int argc, char** argv) {
                       command->options);
 }
 
+/// The command line may be wrong, so its options are not known.
+bool wantsJson(int argc, char** argv) {
+    return std::any_of(argv, argv + argc,
+                       [](const char* word) { return std::strcmp(word, "--json") == 0; });
+}
+
+ExitCode fail(int argc, char** argv, ExitCode code, const std::string& why) {
+    if (wantsJson(argc, argv)) printEnd(code, why);
+    complain(why);
+    return code;
+}
+
 }  // namespace
 
 }  // namespace cabinaudio::tool
@@ -65,10 +81,9 @@ int main(int argc, char** argv) {
     try {
         code = runTool(argc, argv);
     } catch (const Failure& failure) {
-        complain(failure.what());
-        code = failure.code();
+        code = fail(argc, argv, failure.code(), failure.what());
     } catch (const std::exception& error) {
-        complain(error.what());
+        code = fail(argc, argv, ExitCode::Failed, error.what());
     }
     return static_cast<int>(afterOutput(code));
 }

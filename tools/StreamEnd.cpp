@@ -37,6 +37,7 @@ ExitCode exitCode(StreamEnd end) {
         case StreamEnd::Removed:
         case StreamEnd::Interrupted:
         case StreamEnd::Refused:
+        case StreamEnd::Cut:
         case StreamEnd::Failed:
             break;
     }
@@ -59,6 +60,8 @@ const char* endName(StreamEnd end, const char* done) {
             return "no_server";
         case StreamEnd::Refused:
             return "refused";
+        case StreamEnd::Cut:
+            return "cut";
         case StreamEnd::Failed:
             break;
     }

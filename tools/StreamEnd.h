@@ -21,6 +21,7 @@ enum class StreamEnd {
     Interrupted,  // by the user
     NoServer,     // no server at the start
     Refused,      // the server answered an operation with an error status
+    Cut,          // the file ends before its end; what there is has been played
     Failed,       // file error, or misuse of the library
 };
 

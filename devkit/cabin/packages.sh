@@ -19,6 +19,7 @@ build   libavcodec-dev               uplink in AAC: server
 build   libavformat-dev              its LOAS framing
 build   libavutil-dev                both need it
 build   libogg-dev                   container of recorded Opus
+build   libflac-dev                  FLAC from pipes: player
 build   libcli11-dev                 command lines of server and tool
 build   nlohmann-json3-dev           JSON of server and tool
 build   libasound2-dev               server output "alsa"
@@ -32,6 +33,7 @@ test    pipewire-bin                 a sound server to play to
 test    libpipewire-0.3-modules      its interface of PulseAudio
 test    libspa-0.2-modules           its null sink
 test    wireplumber                  links streams to sinks
+test    python3-jsonschema           checks what the programs print as JSON
 test    python3                      pseudo terminals for the tests of the tool
 test    mandoc                       form of the man pages
 test    zsh                          completion
@@ -52,6 +54,7 @@ armhf   libasound2-dev:armhf
 armhf   libopus-dev:armhf
 armhf   libsbc-dev:armhf
 armhf   libogg-dev:armhf
+armhf   libflac-dev:armhf
 armhf   qemu-user                    runs the target's programs here
 vm      qemu-system-arm              a machine of the target
 vm      cpio                         its files

@@ -48,6 +48,7 @@ has libcabinaudio-dev "$lib/libcabinaudio\.so" "$lib/pkgconfig/cabinaudio\.pc" \
     /usr/share/doc/libcabinaudio-dev/examples/play.cpp
 has libcabinaudio-board "$lib/cabinaudio/libcabinaudio-board\.so"
 has cabinaudio-tools /usr/bin/cabinaudio /usr/share/bash-completion/completions/cabinaudio \
+    /usr/share/cabinaudio/cabinaudio.schema.json \
     /usr/share/zsh/vendor-completions/_cabinaudio '/usr/share/man/man1/cabinaudio\.1\.gz'
 has cabinaudio-devkit /usr/bin/cabinaudio-run /usr/bin/cabinaudio-server \
     '/usr/share/man/man1/cabinaudio-(run|server)\.1\.gz'

@@ -47,9 +47,10 @@ up() {
     name=$1
     shift
     for _ in $(seq 300); do
-        state=$(cabinaudio server state --json --timeout 2 "$@" 2>/dev/null) &&
+        if state=$(cabinaudio server state --json --timeout 2 "$@" 2>/dev/null); then
             case $state in *"\\"name\\":\\"$name\\""*) return ;; esac
-        [ -n "$state" ] && [ -z "$name" ] && return
+            [ -z "$name" ] && return
+        fi
         sleep 0.1
     done
     echo "nothing came up"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/server/Playing.h"
 
+#include "tests/support/JsonSchema.h"
+
 #include "tests/support/ProcessState.h"
 
 #include <sys/wait.h>
@@ -63,6 +65,7 @@ bool RecordingServer::stop(int signal) {
     mServer->kill(signal);
     const int status = mServer->wait();
     std::ifstream(mDirectory.file("report.json")) >> mReport;
+    expectSchema("report", mReport);
     mWav = readWav(mDirectory.file("heard.wav"));
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }

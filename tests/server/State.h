@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tests/support/JsonSchema.h"
 #include "tests/support/RealServer.h"
 
 #include <nlohmann/json.hpp>
@@ -13,7 +14,9 @@
 namespace cabinaudio::test {
 
 inline nlohmann::json stateOf(const RealServer& server) {
-    return nlohmann::json::parse(server.command("state"));
+    const auto state = nlohmann::json::parse(server.command("state"));
+    expectSchema("state", state);
+    return state;
 }
 
 /// The stream of this name in a state or a report; throws std::runtime_error when there is none.

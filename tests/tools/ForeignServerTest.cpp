@@ -63,7 +63,8 @@ protected:
 }  // namespace
 
 TEST_F(AnotherUsersServer, CausesAWarningForAServerCommand) {
-    const Outcome result = runExpecting(0, {"server", "state", "--json"});
+    const Outcome result =
+        runExpecting(0, {"server", "state", "--json"}, {.isStateScripted = true});
     EXPECT_TRUE(json::parse(result.out).is_object());
     EXPECT_THAT(result.err, MatchesRegex(WARNING));
 }
@@ -82,6 +83,7 @@ TEST_F(AnotherUsersServer, CausesOneWarningFromLauncherAndTool) {
     if (toolIsEmulated()) GTEST_SKIP() << "there it is always started by the launcher";
     const std::filesystem::path tool = toolPath();
     ToolSetup setup;
+    setup.isStateScripted = true;
     setup.program = tool.parent_path().parent_path() / "devkit" / "board" / "cabinaudio-run";
     const Outcome result = runExpecting(0, {"--", tool, "server", "state", "--json"}, setup);
     EXPECT_TRUE(json::parse(result.out).is_object());

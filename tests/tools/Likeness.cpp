@@ -55,7 +55,15 @@ void writeTune(const std::string& path, int rate, int seconds) {
     sf_close(file);
 }
 
-double likeness(const Sound& recorded, const Sound& original) {
+namespace {
+
+struct Match {
+    double likeness = 0;
+    std::size_t quietBefore = 0;  // thinned samples of the recording
+    std::size_t shift = 0;        // of the original, where the loud part of the recording begins
+};
+
+Match matchOf(const Sound& recorded, const Sound& original) {
     const std::vector<double> heard = thinned(recorded);
     const std::vector<double> played = thinned(original);
     constexpr double LOUD = 0.1;
@@ -63,12 +71,30 @@ double likeness(const Sound& recorded, const Sound& original) {
                                     [](double sample) { return std::abs(sample) > LOUD; });
     constexpr std::size_t SLACK = COMPARED_RATE / 5;
     const auto length = static_cast<std::size_t>(heard.end() - begin);
-    if (length < COMPARED_RATE / 2 || played.size() < SLACK) return 0;
+    if (length < COMPARED_RATE / 4 || played.size() < SLACK) return {};
+    Match best{0, heard.size() - length, 0};
     const std::size_t count = std::min(length, played.size() - SLACK);
-    double best = 0;
-    for (std::size_t shift = 0; shift < SLACK; ++shift)
-        best = std::max(best, correlation(&*begin, played.data() + shift, count));
+    for (std::size_t shift = 0; shift < SLACK; ++shift) {
+        const double here = correlation(&*begin, played.data() + shift, count);
+        if (here <= best.likeness) continue;
+        best.likeness = here;
+        best.shift = shift;
+    }
     return best;
+}
+
+}  // namespace
+
+double likeness(const Sound& recorded, const Sound& original) {
+    return matchOf(recorded, original).likeness;
+}
+
+double millisecondsCut(const Sound& recorded, const Sound& original) {
+    const Match match = matchOf(recorded, original);
+    if (match.likeness == 0) throw std::runtime_error("a recording of something else");
+    const double samples =
+        static_cast<double>(match.shift) - static_cast<double>(match.quietBefore);
+    return 1000 * samples / COMPARED_RATE;
 }
 
 }  // namespace cabinaudio::test

@@ -13,4 +13,8 @@ void writeTune(const std::string& path, int rate, int seconds);
 /// of both at the place where they match best. 1 is all of it. Both in mono.
 [[nodiscard]] double likeness(const Sound& recorded, const Sound& original);
 
+/// How much of the original's beginning a recording lacks, at the place where they match best;
+/// negative when something stands before it. Throws std::runtime_error when they do not match.
+[[nodiscard]] double millisecondsCut(const Sound& recorded, const Sound& original);
+
 }  // namespace cabinaudio::test

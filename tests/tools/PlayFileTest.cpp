@@ -40,7 +40,9 @@ const BadFileKind BAD_FILES[] = {
     {"Directory", [](const std::string& path) { std::filesystem::create_directory(path); },
      "Is a directory\n"},
     {"Text", text("This is no sound at all, only words.\n"), NO_AUDIO_FILE},
-    {"Empty", text(""), NO_AUDIO_FILE},
+    {"Empty", text(""), "is empty\n"},
+    {"EndInTheHeaderOfWav", text("RIFF\1\1\1\1WAVEfmt"), "ends within its header\n"},
+    {"EndInTheHeaderOfFlac", text("fLaC\1\1\1"), "ends within its header\n"},
     {"SevenChannels", wav(48000, 7), "has 7 channels; a stream carries 1 to 6\n"},
     {"LowRate", wav(7999, 2), "has a rate of 7999 Hz; a stream carries 8000 to 192000 Hz\n"},
     {"HighRate", wav(192001, 2), "has a rate of 192001 Hz; a stream carries 8000 to 192000 Hz\n"},
@@ -67,7 +69,7 @@ TEST_P(BadFileOfAnyKind, IsRefusedWithTheReason) {
 INSTANTIATE_TEST_SUITE_P(Kind, BadFileOfAnyKind, testing::ValuesIn(BAD_FILES), ROW_NAME);
 
 TEST_F(BadFile, IsRefusedFromStandardInput) {
-    expectRefusal("-", "standard input", NO_AUDIO_FILE);  // it is /dev/null
+    expectRefusal("-", "standard input", "is empty\n");  // it is /dev/null
 }
 
 TEST_F(BadFile, IsReportedInJson) {

@@ -16,6 +16,8 @@ namespace {
 /// A tool that is slow, as in an emulator, must not lose anything.
 constexpr char RING_PERIODS[] = "128";
 
+constexpr std::size_t SECOND = 48000;
+
 /// A server whose inputs are a sound of one second, over and over.
 class Recording : public ToolTest {
 protected:
@@ -32,10 +34,22 @@ protected:
         EXPECT_TRUE(readSound(recorded).samples == input.samples);
     }
 
+    /// One second that is quiet but for a single sample of half of full scale.
+    void writeClick(std::size_t at) const {
+        std::vector<std::int16_t> samples(2 * SECOND, 1);
+        samples[2 * at] = 16384;
+        SF_INFO info = {};
+        info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+        info.samplerate = SECOND;
+        info.channels = 2;
+        SNDFILE* const click = sf_open(mInput.c_str(), SFM_WRITE, &info);
+        ASSERT_NE(click, nullptr);
+        EXPECT_EQ(sf_writef_short(click, samples.data(), SECOND), sf_count_t{SECOND});
+        sf_close(click);
+    }
+
     std::string mInput = mDirectory.file("input.wav");
 };
-
-constexpr std::size_t SECOND = 48000;
 
 /// The format of the stream and what kind of file it becomes.
 struct Kept : Row {
@@ -118,6 +132,15 @@ TEST_F(Recording, ReportsTypedFiguresWithTheirUnits) {
     EXPECT_EQ(report["ended"], "recorded");
     EXPECT_EQ(report["status_name"], "AUDIO_NO_ERROR");
     EXPECT_TRUE(report["waited_for"].is_null());
+}
+
+/// Loud at the end only: a recording that is shorter than a step of the meter has it all the same.
+TEST_F(Recording, HasThePeakOfAllThatWasRecorded) {
+    writeClick(SECOND / 2 - 10);
+    ToolTest::serve({"--input", mInput, "--fast"});
+    const json report =
+        jsonOf(runExpecting(0, {"record", file("a.wav"), "--seconds", "0.5", "--json"}));
+    EXPECT_NEAR(report["peak_db"].get<double>(), -6.02, 0.01);
 }
 
 TEST_F(Recording, WithoutBlockingLosesNothing) {

@@ -30,7 +30,8 @@ TEST(Monitor, WatchesOnlyTheGivenNames) {
     EXPECT_EQ(change["value"], -5);
     EXPECT_EQ(change["time"].get<std::string>().size(),
               std::string("2000-01-01T00:00:00.000").size());
-    EXPECT_EQ(json::parse(lines[1]), json::parse(R"({"changes":1,"ended":"done","error":null})"));
+    EXPECT_EQ(json::parse(lines[1]),
+              json::parse(R"({"changes":1,"ended":"done","error":null,"exit":0})"));
 }
 
 TEST(Monitor, PrintsStreamsThatComeAndGo) {

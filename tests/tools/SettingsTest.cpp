@@ -280,7 +280,8 @@ TEST_F(SettingsRoundTrip, ValuesAreTypedInJson) {
     const json done = json::parse(runTool({"set", "--json", "volume.master=-5dB"}).out);
     EXPECT_EQ(
         done,
-        json::parse(R"({"set":["volume.master=-5dB"],"changes":[],"ended":"done","error":null})"));
+        json::parse(
+            R"({"set":["volume.master=-5dB"],"changes":[],"ended":"done","error":null,"exit":0})"));
 }
 
 TEST_F(SettingsRoundTrip, MetersAreSilentWithoutSound) {

@@ -24,7 +24,7 @@ std::unique_ptr<SNDFILE, Close> openSound(const std::string& path, int mode, SF_
 bool isFloating(int format) {
     const int kind = format & SF_FORMAT_SUBMASK;
     return kind == SF_FORMAT_FLOAT || kind == SF_FORMAT_DOUBLE || kind == SF_FORMAT_VORBIS ||
-           kind == SF_FORMAT_OPUS;
+           kind == SF_FORMAT_OPUS || kind == SF_FORMAT_MPEG_LAYER_III;
 }
 
 /// Bit 24 is always set, so that the sample is not 0 even with 8 bits.

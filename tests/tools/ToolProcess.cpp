@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/tools/ToolProcess.h"
 
+#include "tests/support/JsonSchema.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -38,7 +40,26 @@ Start startOf(const Words& arguments, const ToolSetup& setup) {
 }  // namespace
 
 ToolProcess::ToolProcess(const Words& arguments, const ToolSetup& setup)
-    : Process(startOf(arguments, setup)) {}
+    : Process(startOf(arguments, setup)),
+      mArguments(arguments),
+      mIsStateScripted(setup.isStateScripted) {}
+
+Outcome ToolProcess::finish(std::chrono::milliseconds bound) {
+    return checked(Process::finish(bound));
+}
+
+Outcome ToolProcess::finishExpecting(int status, const char* file, int line) {
+    return checked(Process::finishExpecting(status, file, line));
+}
+
+Outcome ToolProcess::checked(Outcome outcome) const {
+    const auto has = [&](const char* word) {
+        return std::find(mArguments.begin(), mArguments.end(), word) != mArguments.end();
+    };
+    if (mIsStateScripted) return outcome;
+    if (has("--json") && !has("--help") && !has("-h")) expectJsonOf(mArguments, outcome.out);
+    return outcome;
+}
 
 Outcome runTool(const Words& arguments, const ToolSetup& setup) {
     return ToolProcess(arguments, setup).finish();

@@ -3,6 +3,7 @@
 
 #include "tests/support/Process.h"
 
+#include <chrono>
 #include <functional>
 #include <string>
 
@@ -18,12 +19,24 @@ struct ToolSetup {
     bool errOnTerminal = false;
     std::string program = {};            // instead of the tool that was built
     std::function<void()> inChild = {};  // last thing before the exec
+    bool isStateScripted = false;  // by a server of the test's own, and not as the schema has it
 };
 
 /// The real tool as a child process; on the target's build it runs in the emulator.
 class ToolProcess : public Process {
 public:
     explicit ToolProcess(const Words& arguments, const ToolSetup& setup = {});
+
+    /// As those of the base; with --json also expect that the output is as the schema has it.
+    Outcome finish(std::chrono::milliseconds bound = std::chrono::minutes(2));
+    Outcome finishExpecting(int status, const char* file = __builtin_FILE(),
+                            int line = __builtin_LINE());
+
+private:
+    [[nodiscard]] Outcome checked(Outcome outcome) const;
+
+    const Words mArguments;
+    const bool mIsStateScripted;
 };
 
 /// Runs the tool to its end.

@@ -61,7 +61,7 @@ std::optional<ExitCode> checkFiles(const PlayOptions& options, const CommonOptio
         const bool exists = access(options.files[index].c_str(), F_OK) == 0;
         if (options.files[index] == "-" || (exists && !isRegular(options.files[index]))) continue;
         try {
-            const AudioFile file(options.files[index]);
+            const AudioFile file(options.files[index], options.raw);
         } catch (const Failure& failure) {
             return reportBadFile(blankReport(options, index), failure, common);
         }
@@ -81,7 +81,8 @@ public:
         mReport = blankReport(mOptions, index);
         std::optional<AudioFile> file;
         try {
-            mWatchdog.limit("the file's header", 1h, [&] { file.emplace(mOptions.files[index]); });
+            mWatchdog.limit("the file's header", 1h,
+                            [&] { file.emplace(mOptions.files[index], mOptions.raw); });
         } catch (const Failure& failure) {
             return reportBadFile(mReport, failure, mCommon);
         }

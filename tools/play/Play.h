@@ -5,6 +5,7 @@
 
 #include "tools/CommonOptions.h"
 #include "tools/ExitCode.h"
+#include "tools/play/SoundReader.h"
 
 #include <chrono>
 #include <optional>
@@ -15,6 +16,7 @@ namespace cabinaudio::tool {
 
 struct PlayOptions {
     std::vector<std::string> files;  // "-" is standard input
+    std::optional<RawFormat> raw;    // of files without a header
     AudioTagType tag = AUDIO_TAG_ALTERNATIVE;
     std::string name;  // of the stream; empty: a generated, unique name
     bool block = true;

@@ -23,6 +23,7 @@ struct PlayReport {
     AudioFormatDesc format = {};
     int channels = 0;
     std::optional<double> durationMs;
+    std::optional<double> missingMs;  // of a file that is cut short; empty also when unknown
 
     // Of the stream.
     int perLoopBytes = 0;

@@ -5,8 +5,10 @@
 #include <cabinaudio/client/ClientTrack.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 
+#include "tools/Duration.h"
 #include "tools/Failure.h"
 #include "tools/play/ProgressText.h"
+#include "tools/server/ControlLine.h"
 
 #include <algorithm>
 #include <utility>
@@ -32,6 +34,16 @@ constexpr auto PROGRESS_INTERVAL = 100ms;
 
 double milliseconds(std::chrono::nanoseconds duration) {
     return std::chrono::duration<double, std::milli>(duration).count();
+}
+
+/// Whether the server is known to take data without a clock. Then an empty ring is no underrun.
+bool serverIsFast() {
+    try {
+        const Json state = Json::parse(askServer("state", 500ms), nullptr, false);
+        return state.is_object() && state.value("fast", false);
+    } catch (const Failure&) {
+        return false;  // the head unit's server takes no commands
+    }
 }
 
 /// Whether the server notifies the end of playback.
@@ -60,6 +72,7 @@ void Playback::run() {
         ending = {StreamEnd::Failed, failure.what()};
     }
     updateReport();
+    if (mReport.ringRanEmpty != 0 && serverIsFast()) mReport.ringRanEmpty = 0;
     mLine.clear();
     mReport.ending = ending;
     tearDown();
@@ -73,6 +86,23 @@ void Playback::play() {
         waitForFinish();
     else
         waitForEmptyRing();
+    endIfCut();
+}
+
+/// Not earlier: what there is has been played.
+void Playback::endIfCut() {
+    const std::optional<Cut> cut = mFile.cut();
+    if (!cut) return;
+    std::string missing = "its end is missing";
+    if (cut->missingFrames) {
+        mReport.missingMs =
+            1000.0 * static_cast<double>(*cut->missingFrames) / mFile.format().sampleRate;
+        missing = secondsText(std::chrono::ceil<std::chrono::milliseconds>(
+                      std::chrono::duration<double, std::milli>(*mReport.missingMs))) +
+                  " of it missing";
+    }
+    if (!cut->text.empty()) missing += " (" + cut->text + ")";
+    throw Ending{StreamEnd::Cut, "cut short, " + missing};
 }
 
 void Playback::create() {
@@ -135,7 +165,8 @@ void Playback::feed() {
         if (bytes == 0) break;
         feedChunk(Bytes(chunk).first(bytes));
     }
-    if (mReport.bytesWritten + mReport.bytesDiscarded == 0) throw Failure("holds no sound");
+    if (mReport.bytesWritten + mReport.bytesDiscarded == 0)
+        throw Failure(mFile.cut() ? "ends before its first sound" : "holds no sound");
 }
 
 /// One period of the server, or the amount for a withdrawn source; whole frames.

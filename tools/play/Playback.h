@@ -55,6 +55,7 @@ private:
     void updateSourceState();
     void waitForFinish();
     void waitForEmptyRing();
+    void endIfCut();
     void tearDown();
     void stop();
 

@@ -7,7 +7,7 @@
 
 namespace cabinaudio::tool {
 
-/// Sample type requested from libsndfile, so that nothing is lost or scaled twice.
+/// Sample type requested from a decoder, so that nothing is lost or scaled twice.
 enum class SampleSource {
     Short,  // integer files of up to 16 bits
     Int,    // deeper integer files, left-justified in 32 bits

@@ -29,6 +29,7 @@ struct RecordReport {
     std::uint64_t frames = 0;         // codec frames; 0 for linear PCM
     double recordedMs = 0;
     double silentMs = 0;             // part of them: an uplink without a ring, or Opus silence
+    double skippedMs = 0;            // silence before the first frame of Opus, not recorded
     std::uint32_t readTimeouts = 0;  // reads that timed out without data
     double elapsedMs = 0;            // from start to end
     Level peak;                      // empty when nothing was decoded

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 namespace cabinaudio::tool {
 
@@ -26,17 +27,11 @@ constexpr std::chrono::milliseconds LONGEST_READ = 3000ms;
 
 constexpr auto METER_INTERVAL = 100ms;
 
-/// A frame is returned whole, even if it exceeds the byte count of the read.
+/// Holds every frame, also while the ring's size is unknown.
 constexpr std::size_t LARGEST_FRAME = std::size_t{1} << 20;
 
 constexpr std::size_t MSBC_FRAME = 57;
 constexpr double MSBC_FRAME_MS = 7.5;
-constexpr std::size_t LONGEST_OPUS_SILENCE = 231;
-
-// The library takes a frame only when this many bytes are queued: the largest frame plus one byte.
-// A frame that is incomplete by then is lost, and all following ones are misaligned.
-constexpr std::size_t LARGEST_OPUS_FRAME = 8 + 1275 + 1;
-constexpr std::size_t LARGEST_AAC_FRAME = 2 * 768 + 64;
 
 double milliseconds(std::chrono::nanoseconds duration) {
     return std::chrono::duration<double, std::milli>(duration).count();
@@ -65,6 +60,7 @@ void Recording::run() {
     updateReport();
     mLine.clear();
     try {
+        storeSkipped();
         mTarget.close();
     } catch (const Failure& failure) {
         if (ending.kind == StreamEnd::Done) ending = {StreamEnd::Failed, failure.what()};
@@ -77,21 +73,24 @@ void Recording::record() {
     create();
     openFile();
     begin();
-    if (mOptions.format.codec == RecordCodec::Pcm)
-        capturePcm();
-    else
+    if (isCoded())
         captureFrames();
+    else
+        capturePcm();
 }
 
 void Recording::create() {
     AudioFormatDesc format = mOptions.format.description();
     mControl.request("the server to create the stream", [&] {
         const char* const name = mReport.name.c_str();
-        if (isUplink())
-            mRecord = std::make_unique<ClientRecordRt>(name, mOptions.tag, format);
-        else
+        if (isUplink()) {
+            auto uplink = std::make_unique<ClientRecordRt>(name, mOptions.tag, format);
+            mUplink = uplink.get();
+            mRecord = std::move(uplink);
+        } else {
             mRecord =
                 std::make_unique<ClientRecord>(name, mOptions.tag, format, mOptions.streamParam);
+        }
     });
     const int status =
         mControl.request("the server to confirm the stream", [&] { return mRecord->initCheck(); });
@@ -148,43 +147,35 @@ void Recording::captureFrames() {
     while (!isComplete()) {
         const auto ring = static_cast<std::size_t>(std::max(mRecord->getTotalBufferSize(), 0));
         mBuffer.resize(std::max(ring, LARGEST_FRAME));
-        const int got = read(0, frameRequest());
+        const int got = read(0, isMsbc() ? MSBC_FRAME : mBuffer.size());
         if (got > 0) storeFrame(Bytes(mBuffer).first(static_cast<std::size_t>(got)));
         if (mOptions.format.codec == RecordCodec::Aac) updateReport();
         if (mIsSilent) {
             mLastProgress = Clock::now();  // silence is not a fault
-            pace();
+            if (isMsbc()) pace();
         }
         waitForMore(got);
     }
 }
 
-/// Bytes that must be queued before a frame is taken. A request shorter than the library's silent
-/// frame ends the process.
-std::size_t Recording::frameRequest() const {
-    const auto ring = static_cast<std::size_t>(std::max(mRecord->getTotalBufferSize(), 0));
-    switch (mOptions.format.codec) {
-        case RecordCodec::Opus:
-            return std::max(LONGEST_OPUS_SILENCE, std::min(LARGEST_OPUS_FRAME, ring / 2));
-        case RecordCodec::Aac:
-            return std::max<std::size_t>(1, std::min(LARGEST_AAC_FRAME, ring / 2));
-        default:
-            return MSBC_FRAME;
-    }
-}
-
+/// @param bytes  wanted; of frames that the library takes whole, the room for one
 /// @return bytes in the buffer at `offset`; every failure ends the recording
 int Recording::read(std::size_t offset, std::size_t bytes) {
     mControl.endIfInterrupted();
     const bool hasRing = mRecord->getTotalBufferSize() != 0;
     const int status =
         mControl.limit("data", std::max(mOptions.timeout + Watchdog::GRACE, LONGEST_READ), [&] {
-            return mRecord->read(mBuffer.data() + offset, static_cast<int>(bytes), mOptions.block);
+            unsigned char* const to = mBuffer.data() + offset;
+            const auto count = static_cast<int>(bytes);
+            // The library plays mSBC's silence too slowly as whole frames.
+            const bool isWhole = isCoded() && !isMsbc();
+            return isWhole ? mUplink->readFrame(to, count, mOptions.block)
+                           : mRecord->read(to, count, mOptions.block);
         });
     mIsSilent = isUplink() && !hasRing;
     mReport.ringBytes = mRecord->getTotalBufferSize();
     if (status == AUDIO_INVALID_STATE) return handleMissingData(status);
-    if (status == AUDIO_BAD_VALUE && mOptions.format.codec == RecordCodec::Msbc)
+    if (status == AUDIO_BAD_VALUE && isMsbc())
         throw Ending{StreamEnd::Refused,
                      "the library does not deliver live mSBC data; record the call with another "
                      "--codec",
@@ -215,29 +206,51 @@ void Recording::waitForMore(int got) {
 void Recording::store(Bytes bytes) {
     if (bytes.empty()) return;
     mControl.limit("the file to take the data", 1h, [&] { mTarget.write(bytes); });
+    if (const Level level = mTarget.takeLevel()) {
+        mReport.peak = std::max(mReport.peak.value_or(0), *level);
+        mMeterLevel = std::max(mMeterLevel.value_or(0), *level);
+    }
     mReport.bytesRecorded += bytes.size();
-    if (mOptions.format.codec != RecordCodec::Pcm) return;
+    if (isCoded()) return;
     const double duration = mOptions.format.milliseconds(bytes.size());
     mReport.recordedMs += duration;
     if (mIsSilent) mReport.silentMs += duration;
 }
 
 void Recording::storeFrame(Bytes frame) {
+    if (mOptions.format.codec != RecordCodec::Opus) {
+        // The library delivers nothing but silence for mSBC.
+        mIsSilent = mIsSilent || isMsbc();
+        return storeFrame(frame, isMsbc() ? MSBC_FRAME_MS : 0);
+    }
+    const double duration = 1000.0 * opusSamples(opusPayload(frame)) / OPUS_CLOCK;
+    // The ring may have come during the read, so its absence before the read says nothing.
+    mIsSilent = isOpusSilence(frame);
+    if (!mIsSilent) mHasBegun = true;
+    if (mHasBegun) return storeFrame(frame, duration);
+    mReport.skippedMs += duration;
+    mSkippedFrame.assign(frame.begin(), frame.end());
+    if (mReport.wantedMs && mReport.skippedMs >= *mReport.wantedMs) storeSkipped();
+}
+
+void Recording::storeFrame(Bytes frame, double duration) {
     store(frame);
     ++mReport.frames;
-    double duration = 0;
-    if (mOptions.format.codec == RecordCodec::Msbc) {
-        duration = MSBC_FRAME_MS;
-        mIsSilent = true;  // the library delivers nothing else for mSBC
-    } else if (mOptions.format.codec == RecordCodec::Opus) {
-        duration = 1000.0 * opusSamples(opusPayload(frame)) / OPUS_CLOCK;
-        mIsSilent = mIsSilent || isOpusSilence(frame);
-    }
     mReport.recordedMs += duration;
     if (mIsSilent) mReport.silentMs += duration;
 }
 
-/// The library returns silent frames without delay, so the recorder must keep the pace itself.
+/// The uplink has delivered nothing: its silence is the recording.
+void Recording::storeSkipped() {
+    if (mHasBegun || mSkippedFrame.empty()) return;
+    mHasBegun = mIsSilent = true;
+    const double duration = 1000.0 * opusSamples(opusPayload(mSkippedFrame)) / OPUS_CLOCK;
+    for (auto frames = std::lround(mReport.skippedMs / duration); frames > 0; --frames)
+        storeFrame(mSkippedFrame, duration);
+    mReport.skippedMs = 0;
+}
+
+/// The library returns silent mSBC frames without delay, so the recorder must keep the pace itself.
 void Recording::pace() const {
     const auto recorded = std::chrono::duration<double, std::milli>(mReport.recordedMs);
     const auto due =
@@ -293,8 +306,7 @@ void Recording::showMeter() {
     const Clock::time_point now = Clock::now();
     if (now - mLastShown < METER_INTERVAL) return;
     mLastShown = now;
-    const Level level = mTarget.takeLevel();
-    if (level) mReport.peak = std::max(mReport.peak.value_or(0), *level);
+    const Level level = std::exchange(mMeterLevel, std::nullopt);
     if (!mLine.isShown()) return;
     mLine.show(meterText(mReport, level, ProgressLine::width()), levelColour(level));
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cabinaudio/client/AudioRecord.h>
+#include <cabinaudio/client/ClientRecordRt.h>
 
 #include "tools/StreamEnd.h"
 #include "tools/Terminal.h"
@@ -41,12 +42,13 @@ private:
     void begin();
     void capturePcm();
     void captureFrames();
-    [[nodiscard]] std::size_t frameRequest() const;
     int read(std::size_t offset, std::size_t bytes);
     int handleMissingData(int status);
     void waitForMore(int got);
     void store(Bytes bytes);
     void storeFrame(Bytes frame);
+    void storeFrame(Bytes frame, double duration);
+    void storeSkipped();
     void pace() const;
     void tearDown();
     void stop();
@@ -54,6 +56,8 @@ private:
     [[nodiscard]] Ending userEnd(const Ending& ending) const;
 
     [[nodiscard]] bool isUplink() const { return mOptions.tag == AUDIO_TAG_UPLINK; }
+    [[nodiscard]] bool isCoded() const { return mOptions.format.codec != RecordCodec::Pcm; }
+    [[nodiscard]] bool isMsbc() const { return mOptions.format.codec == RecordCodec::Msbc; }
     [[nodiscard]] bool isComplete() const;
     void updateReport();
     void showMeter();
@@ -65,8 +69,12 @@ private:
     ProgressLine& mLine;
 
     std::unique_ptr<AudioRecord> mRecord;
+    ClientRecordRt* mUplink = nullptr;  // mRecord, if it is one
     bool mIsStarted = false;
-    bool mIsSilent = false;  // the last read returned the library's silence
+    bool mIsSilent = false;                   // the last read returned the library's silence
+    bool mHasBegun = false;                   // of Opus: frames are stored
+    std::vector<std::uint8_t> mSkippedFrame;  // silence before the first frame of Opus
+    Level mMeterLevel;                        // since the meter was shown
     std::vector<std::uint8_t> mBuffer;
     Clock::time_point mStartTime;
     Clock::time_point mLastProgress;  // of the data

@@ -36,7 +36,11 @@ ExitCode run(const ServerOptions& options, const CommonOptions& common) {
         return ExitCode::Done;
     }
     if (answer != SERVER_DONE) throw Failure("the server answered '" + answer + "'");
-    if (common.json) printJson({{"command", options.command}, {"ended", "done"}});
+    if (common.json) {
+        Json report = {{"command", options.command}, {"ended", endName(ExitCode::Done)}};
+        addEnd(report, ExitCode::Done, "");
+        printJson(report);
+    }
     return ExitCode::Done;
 }
 

@@ -20,23 +20,6 @@ namespace {
 /// The library's status when the request did not reach the server, or no answer came back.
 constexpr std::int32_t NOT_SENT = 1;
 
-const char* endName(ExitCode code) {
-    switch (code) {
-        case ExitCode::Done:
-            return "done";
-        case ExitCode::Usage:
-            return "wrong_usage";
-        case ExitCode::NoServer:
-            return "no_server";
-        case ExitCode::TimedOut:
-            return "timed_out";
-        case ExitCode::Failed:
-        case ExitCode::CheckNotMet:
-            break;
-    }
-    return "failed";
-}
-
 }  // namespace
 
 Session::Session(const SettingsOptions& options, const CommonOptions& common)
@@ -59,7 +42,7 @@ void Session::finish(ExitCode code, std::string why) {
     if (code != ExitCode::Done) why += mFailureNote;
     if (mCommon.json) {
         mReport["ended"] = endName(code);
-        mReport["error"] = orNull(why);
+        addEnd(mReport, code, why);
         printJson(mReport);
     }
     if (code != ExitCode::Done) complain(why);

@@ -78,6 +78,7 @@ Json toJson(const ServerQuery& query, const Verdict& verdict) {
     json["answer_ms"] = nullptr;
     if (query.reach == Reach::Answered)
         json["answer_ms"] = static_cast<double>(query.took.count()) / 1000;
+    addEnd(json, verdict.code, verdict.text);
     return json;
 }
 

@@ -38,6 +38,7 @@ public:
     /// Call after streams were added, removed, started, stopped or written to, or settings changed.
     void update();
 
+    [[nodiscard]] bool isFast() const { return mPace == Pace::Fast; }
     [[nodiscard]] const Counters& counters() const { return mCounters; }
     /// Meter of the audible mix.
     [[nodiscard]] Meter& meter() { return mLoudspeakers.meter(); }

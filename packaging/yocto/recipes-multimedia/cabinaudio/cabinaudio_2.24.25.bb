@@ -19,7 +19,7 @@ DEPENDS = "${CABINAUDIO_LOG}"
 
 # On a board that has its own audio server, neither is needed.
 PACKAGECONFIG ??= "tools"
-PACKAGECONFIG[tools] = "-DCABINAUDIO_BUILD_TOOLS=ON,-DCABINAUDIO_BUILD_TOOLS=OFF,cli11 libogg libsndfile1 nlohmann-json sbc"
+PACKAGECONFIG[tools] = "-DCABINAUDIO_BUILD_TOOLS=ON,-DCABINAUDIO_BUILD_TOOLS=OFF,cli11 flac libogg libsndfile1 nlohmann-json sbc"
 PACKAGECONFIG[devkit] = "-DCABINAUDIO_BUILD_DEVKIT=ON -DCABINAUDIO_SERVER_FOR_TARGET=ON,-DCABINAUDIO_BUILD_DEVKIT=OFF,alsa-lib cli11 fftw libopus libsamplerate0 libsndfile1 nlohmann-json sbc"
 
 EXTRA_OECMAKE = "-DCABINAUDIO_BUILD_TESTS=OFF -DCABINAUDIO_BUILD_BENCH=OFF"
@@ -28,7 +28,7 @@ PACKAGE_BEFORE_PN = "${PN}-tools ${PN}-devkit"
 FILES:${PN} = "${libdir}/libcabinaudio.so.* ${libdir}/libcabinaudio-log.so.*"
 FILES:${PN}-dev = "${includedir} ${libdir}/libcabinaudio.so ${libdir}/cmake ${libdir}/pkgconfig"
 FILES:${PN}-doc = "${docdir} ${mandir}"
-FILES:${PN}-tools = "${bindir}/cabinaudio ${datadir}/bash-completion ${datadir}/zsh"
+FILES:${PN}-tools = "${bindir}/cabinaudio ${datadir}/cabinaudio ${datadir}/bash-completion ${datadir}/zsh"
 FILES:${PN}-devkit = "${bindir}/cabinaudio-run ${bindir}/cabinaudio-server ${libdir}/cabinaudio"
 
 BBCLASSEXTEND = "native nativesdk"
