@@ -7,6 +7,7 @@
 #include "tools/Names.h"
 #include "tools/ProgramVersion.h"
 #include "tools/Terminal.h"
+#include "tools/settings/Value.h"
 
 #include <CLI/CLI.hpp>
 
@@ -238,6 +239,52 @@ void completeFormat(const CLI::App& command, RecordOptions& options) {
     if (command.count("--channels") == 0) options.format.channels = isUplink ? 1 : 2;
 }
 
+int loudspeakerOf(const std::string& text) {
+    for (int i = 0; i < static_cast<int>(std::size(LOUDSPEAKERS)); ++i)
+        if (text == LOUDSPEAKERS[i] || text == std::to_string(i)) return i;
+    return -1;
+}
+
+std::string loudspeakerFault(const std::string& text) {
+    return loudspeakerOf(text) >= 0 ? "" : "must be LF, RF, LS, RS, CF or L1, or 0 to 5";
+}
+
+void addListen(CLI::App& app, ListenOptions& options, CommonOptions& common) {
+    CLI::App& command =
+        *app.add_subcommand("listen", "Record what a running cabinaudio-server plays");
+    command
+        .add_option("FILE", options.file,
+                    "Output file: .wav or .flac; - is standard output, samples\nwithout a header")
+        ->type_name("")
+        ->required();
+    command
+        .add_option("--stream", options.stream,
+                    "This stream only, after its volumes and mutes; waits\nuntil it exists")
+        ->type_name("NAME")
+        ->check(check(argumentFault, "name"));
+    command
+        .add_option_function<std::string>(
+            "--loudspeaker",
+            [&options](const std::string& text) { options.loudspeaker = loudspeakerOf(text); },
+            "This loudspeaker only: LF, RF, LS, RS, CF or L1, or 0 to 5")
+        ->type_name("NAME")
+        ->check(check(loudspeakerFault, "loudspeaker"));
+    command
+        .add_option("--seconds", options.seconds,
+                    "Duration of the sound; without it until SIGINT. Time without\nany stream is "
+                    "left out")
+        ->type_name("N")
+        ->check(range(0.001, 1e6));
+    command
+        .add_option("--format", options.format,
+                    "Samples: s16, s24 or s32; without it as the output has them")
+        ->type_name("NAME")
+        ->check(oneOf({"s16", "s24", "s32"}));
+    command.add_flag("--raw", options.raw, "Store the samples without a header");
+    addTimeout(command, options.timeout, "Time limit for the answer, and for the stream to exist");
+    addCommon(command, common);
+}
+
 /// One server command: its words, and an argument unless `argument` is null.
 CLI::App& addServerCommand(CLI::App& parent, const std::string& word, const std::string& words,
                            const char* what, ServerOptions& options, CommonOptions& common) {
@@ -452,8 +499,10 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
     VersionOptions version;
     DoctorOptions doctor;
     ServerOptions server;
+    ListenOptions listen;
     addPlay(app, play, command.common);
     addRecord(app, record, command.common);
+    addListen(app, listen, command.common);
     addGet(app, get, command.common);
     addSet(app, set, command.common);
     addList(app, list, command.common);
@@ -478,6 +527,10 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
         if (const std::string fault = optionFault(record, command.common); !fault.empty())
             refuse(app, fault);
         command.options = record;
+    } else if (app.got_subcommand("listen")) {
+        if (const std::string fault = optionFault(listen, command.common); !fault.empty())
+            refuse(app, fault);
+        command.options = listen;
     } else if (app.got_subcommand("server")) {
         command.options = server;
     } else if (app.got_subcommand("get")) {

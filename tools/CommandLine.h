@@ -3,6 +3,7 @@
 
 #include "tools/CommonOptions.h"
 #include "tools/doctor/Doctor.h"
+#include "tools/listen/Listen.h"
 #include "tools/play/Play.h"
 #include "tools/record/Record.h"
 #include "tools/server/Server.h"
@@ -23,7 +24,7 @@ namespace cabinaudio::tool {
 struct Command {
     CommonOptions common;
     std::variant<PlayOptions, RecordOptions, GetOptions, SetOptions, ListOptions, DescribeOptions,
-                 MonitorOptions, VersionOptions, DoctorOptions, ServerOptions>
+                 MonitorOptions, VersionOptions, DoctorOptions, ServerOptions, ListenOptions>
         options;
 };
 

@@ -73,7 +73,7 @@ _cabinaudio() {
             _cabinaudio_settings --settable -- -S =
             ;;
         server) _cabinaudio_words Subcommands ${words[2,CURRENT-1]} ;;
-        play | record) _files ;;
+        listen | play | record) _files ;;
     esac
 }
 

@@ -125,6 +125,7 @@ void Mixer::handOver(std::size_t frames) {
                 return sample > mLargest || sample < -1.0F;
             }));
         mOutput.write(mix);
+        mOnMixed(mix);
         ++mCounters.periods;
         mCounters.frames += frames;
     }

@@ -11,6 +11,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <span>
+#include <utility>
 #include <vector>
 
 namespace cabinaudio::server {
@@ -35,6 +38,11 @@ public:
     Mixer(EventLoop& loop, StreamRegistry& streams, const Settings& settings, Output& output,
           const OutputFormat& format, Pace pace);
 
+    /// Called with the frames that the output has got.
+    void setOnMixed(std::function<void(std::span<const float> mix)> onMixed) {
+        mOnMixed = std::move(onMixed);
+    }
+
     /// Call after streams were added, removed, started, stopped or written to, or settings changed.
     void update();
 
@@ -58,6 +66,7 @@ private:
     StreamRegistry& mStreams;
     const Settings& mSettings;
     Output& mOutput;
+    std::function<void(std::span<const float> mix)> mOnMixed = [](std::span<const float>) {};
     OutputFormat mFormat;
     float mLargest;
     Pace mPace;

@@ -114,6 +114,7 @@ void PlaybackStream::notifyRemoved() {
 }
 
 std::size_t PlaybackStream::addTo(std::span<float> mix, std::uint64_t outputFrame, bool isSteady) {
+    mShare.clear();
     if (!isActive() || mIsEnded) return 0;
     if (isCutOff()) return addSilence();
     memory_fault::take();  // discard faults caused by other streams
@@ -140,10 +141,19 @@ std::size_t PlaybackStream::addDue(std::span<float> mix, std::size_t wanted,
     const std::uint64_t streamFrame =
         mConverter ? mSoundStart + mConvertedFrames * format.rate / mOutputRate : mRecord->frames;
     const std::size_t frames = pull(wanted);
+    if (mKeepsShare) copyShare(frames);
     mGains.add(mPulled.data(), frames, mix.data());
     account(outputFrame, streamFrame, frames);
     if (frames < wanted) mFlow = Flow::Dry;
     return frames;
+}
+
+/// With a copy of the gains, whose ramps move on. The mix itself must not depend on listeners: sums
+/// of floats in another order differ in the last bit.
+void PlaybackStream::copyShare(std::size_t frames) {
+    mShare.assign(frames * mOutputChannels, 0.0F);
+    GainMatrix gains = mGains;
+    gains.add(mPulled.data(), frames, mShare.data());
 }
 
 /// A client that is slightly late fills a period by the next tick; playing a partial period at once

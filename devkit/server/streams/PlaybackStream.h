@@ -84,6 +84,10 @@ public:
     /// @param isSteady     whether the output continues when the stream does not
     /// @return frames added
     std::size_t addTo(std::span<float> mix, std::uint64_t outputFrame, bool isSteady);
+    /// Keeps, from now on, what the stream adds to the mix.
+    void keepShare() { mKeepsShare = true; }
+    /// What the last call of addTo() has added, in frames of the output.
+    [[nodiscard]] std::span<const float> share() const { return mShare; }
     /// The frames added last have been played: notifies the client if they were the end.
     void played();
 
@@ -112,6 +116,7 @@ private:
     [[nodiscard]] std::size_t inputFor(std::size_t outputFrames) const;
     void take(const StreamRing::View& view, std::size_t frames);
     void account(std::uint64_t outputFrame, std::uint64_t streamFrame, std::size_t frames);
+    void copyShare(std::size_t frames);
     void beginSound();
     std::size_t addSilence();
 
@@ -138,7 +143,9 @@ private:
     std::uint64_t mSoundStart = 0;       // stream frame that was the first after start
     std::uint64_t mConvertedFrames = 0;  // output frames since then
     float mKeyShift = 1.0F;
-    std::vector<float> mInput;   // one piece of the ring, decoded
+    std::vector<float> mInput;  // one piece of the ring, decoded
+    bool mKeepsShare = false;
+    std::vector<float> mShare;   // of the mix; empty unless kept
     std::vector<float> mPulled;  // at the output's rate, in the stream's channels
 };
 
