@@ -7,6 +7,7 @@
 #include "devkit/server/codecs/FrameEncoder.h"
 #include "devkit/server/inputs/InputSource.h"
 #include "devkit/server/loop/EventLoop.h"
+#include "devkit/server/mix/PeakWindow.h"
 #include "devkit/server/rings/CaptureRing.h"
 #include "devkit/server/rings/RingOffer.h"
 #include "devkit/server/sound/StreamFormat.h"
@@ -99,6 +100,8 @@ public:
     [[nodiscard]] bool isUplink() const { return mParts.tag == AUDIO_TAG_UPLINK; }
     [[nodiscard]] bool isActive() const { return mState == ACTIVE; }
     [[nodiscard]] std::int32_t volume() const { return mVolume; }
+    /// Highest recorded amplitude in the last tenth of a second.
+    [[nodiscard]] float peak() const { return isFlowing() ? mPeak.peak(mCounters.frames) : 0.0F; }
     /// Null while the client has none.
     [[nodiscard]] const CaptureRing* ring() const { return mParts.ring.get(); }
     /// Null for a POSIX ring, which is never announced.
@@ -108,6 +111,7 @@ private:
     void dropRing();
     void record();
     void applyVolume();
+    void measure();
     bool writeOut();
     void checkClient();
 
@@ -123,6 +127,7 @@ private:
     std::vector<float> mSamples;                     // of one period
     std::deque<std::vector<std::uint8_t>> mPackets;  // waiting for room
     Counters mCounters;
+    PeakWindow mPeak;
 };
 
 }  // namespace cabinaudio::server

@@ -4,6 +4,7 @@
 #include "devkit/server/loop/EventLoop.h"
 #include "devkit/server/loop/Timer.h"
 #include "devkit/server/mix/Ducking.h"
+#include "devkit/server/mix/LoadMeter.h"
 #include "devkit/server/mix/LoudspeakerPath.h"
 #include "devkit/server/outputs/Output.h"
 #include "devkit/server/settings/Settings.h"
@@ -13,6 +14,7 @@
 #include <cstdint>
 #include <functional>
 #include <span>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -49,6 +51,12 @@ public:
     [[nodiscard]] const Counters& counters() const { return mCounters; }
     /// Meter of the audible mix.
     [[nodiscard]] Meter& meter() { return mLoudspeakers.meter(); }
+    /// Highest amplitude of each channel of the audible mix in the last tenth of a second.
+    [[nodiscard]] std::vector<float> peaks() const { return mLoudspeakers.peaks(); }
+    /// Name of the stream that is heard as a prompt; empty for none.
+    [[nodiscard]] const std::string& prompt() const { return mPrompt; }
+    /// Time that mixing and handing over to the output takes.
+    [[nodiscard]] LoadMeter::Load load() const { return mLoad.load(LoadMeter::Clock::now()); }
 
 private:
     void updateClock();
@@ -57,7 +65,9 @@ private:
     void tick(std::uint64_t deadlines);
     void mixPeriod();
     void mixRound();
+    std::size_t mixData();
     std::size_t addStreams(std::size_t frames, bool isSteady);
+    void duck(const PlaybackStream* prompt, std::size_t frames);
     void applySettings();
     void discardHeld();
     void handOver(std::size_t frames);
@@ -76,6 +86,8 @@ private:
     Counters mCounters;
     bool mAreSettingsDue = false;  // gains must be computed again
     Ducking mDucking;
+    std::string mPrompt;  // the last one; empty while mDucking has none
+    LoadMeter mLoad;
     LoudspeakerPath mLoudspeakers;
     std::vector<float> mMix;
 };

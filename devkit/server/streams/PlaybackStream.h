@@ -5,6 +5,7 @@
 
 #include "devkit/server/clients/Client.h"
 #include "devkit/server/mix/GainMatrix.h"
+#include "devkit/server/mix/PeakWindow.h"
 #include "devkit/server/mix/StreamRecord.h"
 #include "devkit/server/rings/RingOffer.h"
 #include "devkit/server/rings/StreamRing.h"
@@ -102,6 +103,13 @@ public:
     [[nodiscard]] bool isActive() const { return mState == ACTIVE; }
     [[nodiscard]] bool isWriteDone() const { return mIsWriteDone; }
     [[nodiscard]] float keyShift() const { return mKeyShift; }
+    /// Highest amplitude of the stream's own samples in the last tenth of a second.
+    /// @param outputFrame  present position in the output
+    [[nodiscard]] float peak(std::uint64_t outputFrame) const { return mPeak.peak(outputFrame); }
+    /// The same after all gains, in the loudest channel of the output.
+    [[nodiscard]] float heardPeak(std::uint64_t outputFrame) const {
+        return mHeardPeak.peak(outputFrame);
+    }
 
 private:
     enum class Flow { Dry, Filling, Flowing };
@@ -119,6 +127,7 @@ private:
     void copyShare(std::size_t frames);
     void beginSound();
     std::size_t addSilence();
+    void measure(std::size_t frames, std::uint64_t outputFrame);
 
     // Set at construction.
     Client& mClient;
@@ -129,6 +138,8 @@ private:
     std::uint32_t mOutputRate;
     unsigned mOutputChannels;
     GainMatrix mGains;
+    PeakWindow mPeak;
+    PeakWindow mHeardPeak;
     std::function<void()> mOnChange;
     std::optional<RingOffer> mOffer;  // of a physical ring
 
@@ -146,6 +157,7 @@ private:
     std::vector<float> mInput;  // one piece of the ring, decoded
     bool mKeepsShare = false;
     std::vector<float> mShare;   // of the mix; empty unless kept
+    std::vector<float> mPeaks;   // of each channel in the last piece of the mix
     std::vector<float> mPulled;  // at the output's rate, in the stream's channels
 };
 
