@@ -98,6 +98,16 @@ void addTimeout(CLI::App& command, std::chrono::milliseconds& timeout, const cha
         ->default_str(std::to_string(timeout.count() / 1000));
 }
 
+void addInterval(CLI::App& command, std::chrono::milliseconds& interval, const char* what) {
+    command
+        .add_option_function<int>(
+            "--interval", [&interval](const int& ms) { interval = std::chrono::milliseconds(ms); },
+            what)
+        ->type_name("MS")
+        ->check(range(1, 3600000))
+        ->default_str(std::to_string(interval.count()));
+}
+
 void addTag(CLI::App& command, AudioTagType& tag, const std::vector<std::string>& names,
             const char* what) {
     command
@@ -285,6 +295,18 @@ void addListen(CLI::App& app, ListenOptions& options, CommonOptions& common) {
     addCommon(command, common);
 }
 
+void addTop(CLI::App& app, TopOptions& options, CommonOptions& common) {
+    CLI::App& command = *app.add_subcommand(
+        "top", "Show the streams of a running cabinaudio-server, levels and load");
+    command.add_flag("--once", options.once, "Print one table, without a terminal");
+    addInterval(command, options.interval, "Milliseconds between two tables");
+    command.add_option("--count", options.count, "End after this number of tables")
+        ->type_name("N")
+        ->check(range(1, 1e9));
+    addTimeout(command, options.timeout, "Time limit for each answer of the server");
+    addCommon(command, common);
+}
+
 /// One server command: its words, and an argument unless `argument` is null.
 CLI::App& addServerCommand(CLI::App& parent, const std::string& word, const std::string& words,
                            const char* what, ServerOptions& options, CommonOptions& common) {
@@ -425,14 +447,7 @@ void addMonitor(CLI::App& app, MonitorOptions& options, CommonOptions& common) {
                                     options, common);
     command.add_option("NAME", options.names, std::string(NAMES) + "; all but meters without any")
         ->type_name("");
-    command
-        .add_option_function<int>(
-            "--interval",
-            [&options](const int& ms) { options.interval = std::chrono::milliseconds(ms); },
-            "Milliseconds between two polls")
-        ->type_name("MS")
-        ->check(range(1, 3600000))
-        ->default_str(std::to_string(options.interval.count()));
+    addInterval(command, options.interval, "Milliseconds between two polls");
     command.add_option("--count", options.count, "End after this number of changes")
         ->type_name("N")
         ->check(range(1, 1e9));
@@ -500,9 +515,11 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
     DoctorOptions doctor;
     ServerOptions server;
     ListenOptions listen;
+    TopOptions top;
     addPlay(app, play, command.common);
     addRecord(app, record, command.common);
     addListen(app, listen, command.common);
+    addTop(app, top, command.common);
     addGet(app, get, command.common);
     addSet(app, set, command.common);
     addList(app, list, command.common);
@@ -531,6 +548,10 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
         if (const std::string fault = optionFault(listen, command.common); !fault.empty())
             refuse(app, fault);
         command.options = listen;
+    } else if (app.got_subcommand("top")) {
+        if (const std::string fault = optionFault(top, command.common); !fault.empty())
+            refuse(app, fault);
+        command.options = top;
     } else if (app.got_subcommand("server")) {
         command.options = server;
     } else if (app.got_subcommand("get")) {

@@ -12,6 +12,7 @@
 #include "tools/settings/List.h"
 #include "tools/settings/Monitor.h"
 #include "tools/settings/Set.h"
+#include "tools/top/Top.h"
 #include "tools/version/Version.h"
 
 #include <optional>
@@ -24,7 +25,8 @@ namespace cabinaudio::tool {
 struct Command {
     CommonOptions common;
     std::variant<PlayOptions, RecordOptions, GetOptions, SetOptions, ListOptions, DescribeOptions,
-                 MonitorOptions, VersionOptions, DoctorOptions, ServerOptions, ListenOptions>
+                 MonitorOptions, VersionOptions, DoctorOptions, ServerOptions, ListenOptions,
+                 TopOptions>
         options;
 };
 

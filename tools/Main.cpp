@@ -44,7 +44,8 @@ void boundWaits(const Command& command) {
 /// Such a command checks its own connection.
 bool usesControlSocketOnly(const Command& command) {
     return std::holds_alternative<ServerOptions>(command.options) ||
-           std::holds_alternative<ListenOptions>(command.options);
+           std::holds_alternative<ListenOptions>(command.options) ||
+           std::holds_alternative<TopOptions>(command.options);
 }
 
 ExitCode runTool(int argc, char** argv) {

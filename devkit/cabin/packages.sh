@@ -21,6 +21,7 @@ build   libavutil-dev                both need it
 build   libogg-dev                   container of recorded Opus
 build   libcli11-dev                 command lines of server and tool
 build   nlohmann-json3-dev           JSON of server and tool
+build   libncurses-dev               screen of the tool's top
 build   libasound2-dev               server output "alsa"
 build   libpulse-dev                 server output "pulse"
 test    libgtest-dev                 test framework
@@ -28,6 +29,7 @@ test    libgmock-dev                 matchers
 test    libcap2-bin                  setcap: programs with file capabilities refuse a preload
 test    alsa-utils                   recorded speech for the tests of calls
 test    python3                      pseudo terminals for the tests of the tool
+test    python3-pyte                 a terminal that is only calculated: screen of top
 test    mandoc                       form of the man pages
 test    zsh                          completion
 consume make                         the examples as their users build them
@@ -46,6 +48,7 @@ armhf   libasound2-dev:armhf
 armhf   libopus-dev:armhf
 armhf   libsbc-dev:armhf
 armhf   libogg-dev:armhf
+armhf   libncurses-dev:armhf
 armhf   qemu-user                    runs the target's programs here
 vm      qemu-system-arm              a machine of the target
 vm      cpio                         its files

@@ -40,6 +40,7 @@ COVERED = {
         ["cabinaudio", "describe"],
         ["cabinaudio", "monitor"],
     ],
+    "cabinaudio-top.1": [["cabinaudio", "top"]],
     "cabinaudio-run.1": [["cabinaudio-run"]],
     "cabinaudio-server.1": [["cabinaudio-server"]],
 }
