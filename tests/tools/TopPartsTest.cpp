@@ -205,6 +205,14 @@ TEST(TopKeys, ChangeTheVolumeOfTheSelectedStream) {
     EXPECT_EQ(std::get<double>(std::get<SettingChange>(onKey('-', view, figures)).value), -7.0);
 }
 
+TEST(TopKeys, PressedFastChangeTheVolumeEachTime) {
+    Figures figures = threeStreams();
+    View view;
+    for (int i = 0; i < 3; ++i)
+        anticipate(std::get<SettingChange>(onKey('-', view, figures)), figures);
+    EXPECT_EQ(figures.streams[0].gains[0].db, -9.0);
+}
+
 TEST(TopKeys, MuteAStreamAndGiveItsVolumeBack) {
     Figures figures = threeStreams();
     View view;

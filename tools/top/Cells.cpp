@@ -86,6 +86,7 @@ std::size_t columnsOf(const Line& line) {
 void cut(Line& line, std::size_t width, Glyphs glyphs) {
     std::size_t used = 0;
     for (std::size_t i = 0; i < line.size(); ++i) {
+        line[i].text = shownOf(line[i].text, glyphs);
         const std::size_t columns = text::columnsOf(line[i].text);
         if (used + columns > width) {
             line[i].text = fit(line[i].text, width - used, glyphs);

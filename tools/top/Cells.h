@@ -34,7 +34,7 @@ enum class Glyphs { Ascii, Utf8 };
 /// Columns of a line.
 [[nodiscard]] std::size_t columnsOf(const Line& line);
 
-/// Cuts the line to `width` columns.
+/// Cuts the line to `width` columns, of characters that the terminal can show.
 void cut(Line& line, std::size_t width, Glyphs glyphs);
 
 /// The line without styles and blanks at its end.

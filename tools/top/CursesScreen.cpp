@@ -95,6 +95,8 @@ int Screen::readKey() {
         case ERR:
             return NO_KEY;
         case KEY_RESIZE:
+            // The terminal has moved what it showed in its own way.
+            clearok(stdscr, TRUE);
             return KEY_RESIZED;
         case KEY_UP:
             return KEY_ROW_UP;

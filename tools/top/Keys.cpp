@@ -143,4 +143,15 @@ Action onKey(int key, View& view, const Figures& figures) {
     }
 }
 
+void anticipate(const SettingChange& change, Figures& figures) {
+    for (Stream& stream : figures.streams)
+        for (Gain& gain : stream.gains) {
+            if (gain.setting != change.setting) continue;
+            if (const auto* const isOn = std::get_if<bool>(&change.value))
+                gain.isMuted = *isOn;
+            else
+                gain.db = std::get<double>(change.value);
+        }
+}
+
 }  // namespace cabinaudio::tool::top

@@ -38,4 +38,7 @@ using Action = std::variant<Nothing, Quit, SettingChange, ServerCommand>;
 /// @param figures  whose streams are in the order of the screen
 [[nodiscard]] Action onKey(int key, View& view, const Figures& figures);
 
+/// Puts the new value into the figures: the next key may come before the server's next state.
+void anticipate(const SettingChange& change, Figures& figures);
+
 }  // namespace cabinaudio::tool::top

@@ -48,8 +48,9 @@ bool isBefore(const Stream& left, const Stream& right, Column column) {
 
 void sort(std::vector<Stream>& streams, const Order& order) {
     std::stable_sort(streams.begin(), streams.end(), [&](const Stream& left, const Stream& right) {
-        return order.isReversed ? isBefore(right, left, order.column)
-                                : isBefore(left, right, order.column);
+        const Stream& first = order.isReversed ? right : left;
+        const Stream& second = order.isReversed ? left : right;
+        return isBefore(first, second, order.column);
     });
 }
 

@@ -200,9 +200,12 @@ private:
 
     void act(const Nothing&) {}
     void act(const Quit&) { end(); }
-    template <typename Change>
-    void act(const Change& change) {
+    void act(const SettingChange& change) {
         mView.message = perform(change, std::min(mOptions.timeout, LONGEST_CHANGE));
+        anticipate(change, mFigures);
+    }
+    void act(const ServerCommand& command) {
+        mView.message = perform(command, std::min(mOptions.timeout, LONGEST_CHANGE));
     }
 
     void draw() {
