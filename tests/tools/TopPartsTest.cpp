@@ -84,7 +84,7 @@ Figures sortedBy(Figures figures, const Order& order) {
 
 TEST(TopModel, TellsWhatLowersAStream) {
     const Figures figures = threeStreams();
-    EXPECT_EQ(loweredBy(figures.streams[0]), "prompt -20.0 dB");
+    EXPECT_EQ(loweredBy(figures.streams[0]), "prompt -20 dB");
     EXPECT_EQ(loweredBy(figures.streams[1]), "mute.auxiliary");
     EXPECT_EQ(loweredBy(figures.streams[2]), "");
     Stream withdrawn = figures.streams[0];
@@ -142,7 +142,7 @@ TEST(TopLayout, ShowsAllColumnsWhereThereIsRoom) {
     EXPECT_THAT(text, HasSubstr("LF    -12.3 dB"));
     EXPECT_THAT(text, HasSubstr(" muted\n"));
     EXPECT_THAT(text, testing::ContainsRegex("music +5 play +auxiliary media +active 48000x2x16 +"
-                                             "-6\\.0 +-26\\.0 .* 127 +3 +37 prompt -20\\.0 dB"));
+                                             "-6\\.0 +-26\\.0 .* 127 +3 +37 prompt -20 dB"));
     for (const ColumnShape& shape : columnShapes())
         EXPECT_THAT(text, HasSubstr(shape.title));
 }

@@ -2,6 +2,7 @@
 """Programs on a terminal that is only calculated, and the server that they need."""
 
 import fcntl
+import math
 import os
 import pty
 import select
@@ -10,6 +11,7 @@ import struct
 import subprocess
 import termios
 import time
+import wave
 
 import pyte
 
@@ -26,8 +28,8 @@ class Terminal:
         self.master, slave = pty.openpty()
         self.resize(columns, rows)
         self.modes_before = termios.tcgetattr(slave)
-        # A kind whose sequences pyte knows all: it has no repeated characters.
-        environment = {**os.environ, "TERM": "screen-256color", "LC_ALL": "C.UTF-8", **variables}
+        # pyte knows this kind's sequences; of others it ignores tabs to the left, for example.
+        environment = {**os.environ, "TERM": "linux", "LC_ALL": "C.UTF-8", **variables}
         self.process = subprocess.Popen(
             [str(word) for word in words], stdin=slave, stdout=slave, stderr=slave,
             env=environment, preexec_fn=_take_terminal, close_fds=True)
@@ -88,6 +90,17 @@ class Terminal:
 def _take_terminal():
     os.setsid()
     fcntl.ioctl(0, termios.TIOCSCTTY, 0)
+
+
+def write_tone(path, peak=0.25):
+    """Two minutes."""
+    with wave.open(str(path), "wb") as file:
+        file.setnchannels(1)
+        file.setsampwidth(2)
+        file.setframerate(8000)
+        second = b"".join(struct.pack("<h", int(32767 * peak * math.sin(math.tau * i / 20)))
+                          for i in range(8000))
+        file.writeframes(second * 120)
 
 
 class Server:

@@ -1,33 +1,23 @@
 # SPDX-License-Identifier: Apache-2.0
 """The screen of `cabinaudio top`, on a terminal that is only calculated."""
 
-import math
 import os
 import pathlib
 import re
 import signal
-import struct
 import subprocess
 import tempfile
 import unittest
-import wave
+import xml.etree.ElementTree
 
 try:
-    from terminal import Server, Terminal
+    from terminal import Server, Terminal, write_tone
+    from top_picture import svg
 except ImportError:
     Terminal = None
 
 TOOL = os.environ["CABINAUDIO_TEST_TOOL"]
 SERVER = os.environ["CABINAUDIO_TEST_SERVER"]
-
-
-def write_tone(path):
-    with wave.open(str(path), "wb") as file:
-        file.setnchannels(1)
-        file.setsampwidth(2)
-        file.setframerate(8000)
-        second = b"".join(struct.pack("<h", int(8000 * math.sin(i * 0.35))) for i in range(8000))
-        file.writeframes(second * 120)
 
 
 def tool(*words):
@@ -160,7 +150,7 @@ class TopScreen(unittest.TestCase):
     def test_leaves_the_terminal_as_it_was(self):
         for how in ("q", "\x03", signal.SIGTERM, signal.SIGHUP):
             with self.subTest(how):
-                top = self.top()
+                top = self.top(TERM="screen-256color")  # has a second screen
                 top.wait_for_text("no streams")
                 self.assertNotEqual(top.modes(), top.modes_before)
                 if isinstance(how, str):
@@ -182,6 +172,15 @@ class TopScreen(unittest.TestCase):
         top = self.top()
         top.wait_for_text("\\x1b]0;")
         self.assertEqual(top.screen.title, "")
+
+    def test_is_drawn_as_a_picture(self):
+        self.play("radio", "main")
+        top = self.top()
+        top.wait_for_text("radio")
+        drawn = svg(top.screen)
+        words = "".join(xml.etree.ElementTree.fromstring(drawn).itertext())
+        self.assertIn("cabinaudio\xa0top", words)
+        self.assertIn("radio", words)
 
     def test_refuses_a_terminal_that_cannot_place_its_cursor(self):
         for kind in ("dumb", "no-such-terminal", ""):

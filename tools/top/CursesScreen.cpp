@@ -8,6 +8,7 @@
 #include <curses.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 
@@ -73,7 +74,9 @@ Screen::~Screen() {
 }
 
 Size Screen::size() {
-    return {static_cast<std::size_t>(getmaxx(stdscr)), static_cast<std::size_t>(getmaxy(stdscr))};
+    // The last column stays free: some terminals wrap once it is written.
+    const int columns = std::max(1, getmaxx(stdscr) - 1);
+    return {static_cast<std::size_t>(columns), static_cast<std::size_t>(getmaxy(stdscr))};
 }
 
 void Screen::draw(const std::vector<Line>& lines) {

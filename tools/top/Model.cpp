@@ -4,6 +4,7 @@
 #include "devkit/text/Printable.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace cabinaudio::tool::top {
@@ -175,7 +176,8 @@ std::string loweredBy(const Stream& stream) {
     }
     for (const Gain& gain : stream.gains) {
         if (gain.stage != "ducking" || gain.db >= 0) continue;
-        return (gain.by.empty() ? gain.stage : gain.by) + " " + decibelText(gain.db) + " dB";
+        return (gain.by.empty() ? gain.stage : gain.by) + " " +
+               std::to_string(std::lround(gain.db)) + " dB";
     }
     return "";
 }

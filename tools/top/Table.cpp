@@ -97,19 +97,22 @@ Table::Table(std::size_t width, Glyphs glyphs, const std::vector<Stream>& stream
                                         [](const ColumnShape& left, const ColumnShape& right) {
                                             return left.rank < right.rank;
                                         }));
-    // Columns whose texts are cut get the rest, in the order of their ranks.
-    std::size_t room = width - std::min(width, widthOf(mColumns));
-    for (int rank = 0; rank <= 10; ++rank)
-        for (ColumnShape& shape : mColumns) {
-            if (shape.rank != rank) continue;
-            std::size_t wanted = shape.column == Column::Bar ? shape.widest : 0;
-            for (const Stream& stream : streams)
-                wanted = std::max(wanted, text::columnsOf(cellOf(stream, shape.column)));
-            wanted = std::clamp(wanted, shape.width, shape.widest);
-            const std::size_t more = std::min(room, wanted - shape.width);
-            shape.width += more;
-            room -= more;
-        }
+    widen(width - std::min(width, widthOf(mColumns)), streams);
+}
+
+/// Columns whose texts are cut get the room that is left, the bar what then remains.
+void Table::widen(std::size_t room, const std::vector<Stream>& streams) {
+    const auto grow = [&](ColumnShape& shape, std::size_t wanted) {
+        const std::size_t more =
+            std::min(room, std::clamp(wanted, shape.width, shape.widest) - shape.width);
+        shape.width += more;
+        room -= more;
+    };
+    for (ColumnShape& shape : mColumns)
+        for (const Stream& stream : streams)
+            grow(shape, text::columnsOf(cellOf(stream, shape.column)));
+    for (ColumnShape& shape : mColumns)
+        if (shape.column == Column::Bar) grow(shape, shape.widest);
 }
 
 Line Table::heading(const Order& order) const {

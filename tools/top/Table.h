@@ -35,6 +35,8 @@ public:
     [[nodiscard]] Line row(const Stream& stream, bool isSelected) const;
 
 private:
+    void widen(std::size_t room, const std::vector<Stream>& streams);
+
     std::vector<ColumnShape> mColumns;
     Glyphs mGlyphs;
 };
