@@ -48,7 +48,8 @@ armhf   libasound2-dev:armhf
 armhf   libopus-dev:armhf
 armhf   libsbc-dev:armhf
 armhf   libogg-dev:armhf
-armhf   libncurses-dev:armhf
+armhf   libncursesw6:armhf           its libncurses-dev needs the C library's own headers
+armhf   libtinfo6:armhf
 armhf   qemu-user                    runs the target's programs here
 vm      qemu-system-arm              a machine of the target
 vm      cpio                         its files

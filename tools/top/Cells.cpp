@@ -20,10 +20,10 @@ constexpr double QUIETEST_DB = -60;
 std::string shownOf(const std::string& text, Glyphs glyphs) {
     if (glyphs == Glyphs::Utf8) return text;
     std::string shown;
-    for (std::string_view rest = text; !rest.empty();) {
-        const text::Front front = text::frontOf(rest);
-        shown += front.length == 1 ? rest.front() : '?';
-        rest.remove_prefix(front.length);
+    for (std::size_t i = 0; i < text.size();) {
+        const std::size_t length = text::frontOf(std::string_view(text).substr(i)).length;
+        shown += length == 1 ? text[i] : '?';
+        i += length;
     }
     return shown;
 }

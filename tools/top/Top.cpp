@@ -171,9 +171,7 @@ private:
 /// The whole terminal.
 class Display : public Watching {
 public:
-    Display(const TopOptions& options, const Json& state) : Watching(options), mOptions(options) {
-        onState(state);
-    }
+    explicit Display(const TopOptions& options) : Watching(options), mOptions(options) {}
 
 private:
     void onState(const Json& state) override {
@@ -234,6 +232,7 @@ std::string optionFault(const TopOptions& options, const CommonOptions& common) 
 ExitCode run(const TopOptions& options, const CommonOptions& common) {
     // Characters only: numbers keep their decimal point.
     std::setlocale(LC_CTYPE, "");
+    // Without a server there is nothing to wait for, as with the other sub-commands.
     const Json state = stateNow(options);
     if (options.once && common.json)
         printFigures(state);
@@ -242,7 +241,7 @@ ExitCode run(const TopOptions& options, const CommonOptions& common) {
     else if (common.json)
         Lines(options).watch();
     else
-        Display(options, state).watch();
+        Display(options).watch();
     return ExitCode::Done;
 }
 
