@@ -190,6 +190,23 @@ TEST(TopLayout, TellsWhereTheLevelOfTheSelectedStreamIsLost) {
                 HasSubstr("samples -6.0 dB, track -6.0, ducking -20.0 (prompt), heard -26.0"));
 }
 
+TEST(TopLayout, TellsThatACardOrAMicrophoneIsLost) {
+    Json state = stateWith(Json::array());
+    state["output"]["state"] = "lost";
+    state["output"]["since"] = "2026-11-22T19:01:02.345+00:00";
+    state["output"]["problem"] = "pulse: Connection refused";
+    state["output"]["warning"] = "no sound card works: plays to nothing";
+    state["output"]["losses"] = 3;
+    state["output"]["latency_ms"] = 64.0;
+    state["inputs"] = {{{"name", "mic"}, {"state", "open"}, {"problem", nullptr}, {"losses", 0}}};
+    View view;
+    const std::string text = textOf(screenOf(figuresOf(state), view, {160, 24}, Glyphs::Utf8));
+    EXPECT_THAT(text, HasSubstr("output pulse  lost since 2026-11-22T19:01:02.345+00:00: pulse: "
+                                "Connection refused  48000x2 s16  late 7  lost 3  latency 64 ms\n"
+                                "  no sound card works: plays to nothing\n"
+                                "input  mic\n"));
+}
+
 TEST(TopLayout, TellsThatItWaitsForTheServer) {
     View view;
     view.waitingFor = "waiting for the server since 19:01:02: it is not running";
