@@ -43,11 +43,11 @@ std::string set(const Named& named, const Value& value) {
 
 std::string perform(const SettingChange& change, std::chrono::milliseconds bound) {
     const auto named = Directory(std::nullopt).find(change.setting);
-    if (!named || !named->setting->set) return change.setting + " cannot be set";
+    if (!named || !named->setting->set) return text::printable(change.setting) + " cannot be set";
     const Value value = std::holds_alternative<bool>(change.value)
                             ? Value(std::get<bool>(change.value))
                             : Value(Reals{static_cast<float>(std::get<double>(change.value))});
-    return inQuietChild(bound, [&] { return set(*named, value); });
+    return text::printable(inQuietChild(bound, [&] { return set(*named, value); }));
 }
 
 std::string perform(const ServerCommand& command, std::chrono::milliseconds bound) {

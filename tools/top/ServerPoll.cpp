@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/top/ServerPoll.h"
 
+#include "devkit/text/Printable.h"
 #include "tools/Failure.h"
 
 #include <sys/socket.h>
@@ -37,7 +38,7 @@ std::optional<Json> ServerPoll::receive() {
     if (end == std::string::npos) return {};
     Json state = Json::parse(mInput.substr(0, end), nullptr, false);
     if (!state.is_object()) {
-        lose("its answer is no state: " + mInput.substr(0, end));
+        lose("its answer is no state: " + text::printable(mInput.substr(0, end)));
         return {};
     }
     mInput.erase(0, end + 1);
