@@ -33,10 +33,13 @@ if(CABINAUDIO_COVERAGE)
 endif()
 
 # Imports a library without a CMake package and without a usable .pc file.
-#   cabinaudio_import(<target> LIBRARY <name> HEADER <header> PACKAGE <Debian package>)
+#   cabinaudio_import(<target> [OPTIONAL] LIBRARY <name> HEADER <header> PACKAGE <Debian package>
+#                     [RUNTIME <file>])
+# RUNTIME: the library of programs. It is linked where the target's development package cannot be
+# installed, with the header of this machine's.
 function(cabinaudio_import target)
-    cmake_parse_arguments(arg "OPTIONAL" "LIBRARY;HEADER;PACKAGE" "" ${ARGN})
-    find_library(${target}_LIBRARY NAMES ${arg_LIBRARY})
+    cmake_parse_arguments(arg "OPTIONAL" "LIBRARY;HEADER;PACKAGE;RUNTIME" "" ${ARGN})
+    find_library(${target}_LIBRARY NAMES ${arg_LIBRARY} ${arg_RUNTIME})
     find_path(${target}_INCLUDE_DIR NAMES ${arg_HEADER})
     mark_as_advanced(${target}_LIBRARY ${target}_INCLUDE_DIR)
     if(NOT ${target}_LIBRARY OR NOT ${target}_INCLUDE_DIR)

@@ -8,6 +8,7 @@
 #include "tools/Names.h"
 #include "tools/ProgramVersion.h"
 #include "tools/Terminal.h"
+#include "tools/settings/Value.h"
 
 #include <CLI/CLI.hpp>
 
@@ -96,6 +97,16 @@ void addTimeout(CLI::App& command, std::chrono::milliseconds& timeout, const cha
         ->type_name("SECONDS")
         ->check(range(0.01, 86400))
         ->default_str(std::to_string(timeout.count() / 1000));
+}
+
+void addInterval(CLI::App& command, std::chrono::milliseconds& interval, const char* what) {
+    command
+        .add_option_function<int>(
+            "--interval", [&interval](const int& ms) { interval = std::chrono::milliseconds(ms); },
+            what)
+        ->type_name("MS")
+        ->check(range(1, 3600000))
+        ->default_str(std::to_string(interval.count()));
 }
 
 void addTag(CLI::App& command, AudioTagType& tag, const std::vector<std::string>& names,
@@ -262,6 +273,64 @@ void completeFormat(const CLI::App& command, RecordOptions& options) {
     if (command.count("--channels") == 0) options.format.channels = isUplink ? 1 : 2;
 }
 
+int loudspeakerOf(const std::string& text) {
+    for (int i = 0; i < static_cast<int>(std::size(LOUDSPEAKERS)); ++i)
+        if (text == LOUDSPEAKERS[i] || text == std::to_string(i)) return i;
+    return -1;
+}
+
+std::string loudspeakerFault(const std::string& text) {
+    return loudspeakerOf(text) >= 0 ? "" : "must be LF, RF, LS, RS, CF or L1, or 0 to 5";
+}
+
+void addListen(CLI::App& app, ListenOptions& options, CommonOptions& common) {
+    CLI::App& command =
+        *app.add_subcommand("listen", "Record what a running cabinaudio-server plays");
+    command
+        .add_option("FILE", options.file,
+                    "Output file: .wav or .flac; - is standard output, samples\nwithout a header")
+        ->type_name("")
+        ->required();
+    command
+        .add_option("--stream", options.stream,
+                    "This stream only, after its volumes and mutes; waits\nuntil it exists")
+        ->type_name("NAME")
+        ->check(check(argumentFault, "name"));
+    command
+        .add_option_function<std::string>(
+            "--loudspeaker",
+            [&options](const std::string& text) { options.loudspeaker = loudspeakerOf(text); },
+            "This loudspeaker only: LF, RF, LS, RS, CF or L1, or 0 to 5")
+        ->type_name("NAME")
+        ->check(check(loudspeakerFault, "loudspeaker"));
+    command
+        .add_option("--seconds", options.seconds,
+                    "Duration of the sound; without it until SIGINT. Time without\nany stream is "
+                    "left out")
+        ->type_name("N")
+        ->check(range(0.001, 1e6));
+    command
+        .add_option("--format", options.format,
+                    "Samples: s16, s24 or s32; without it as the output has them")
+        ->type_name("NAME")
+        ->check(oneOf({"s16", "s24", "s32"}));
+    command.add_flag("--raw", options.raw, "Store the samples without a header");
+    addTimeout(command, options.timeout, "Time limit for the answer, and for the stream to exist");
+    addCommon(command, common);
+}
+
+void addTop(CLI::App& app, TopOptions& options, CommonOptions& common) {
+    CLI::App& command = *app.add_subcommand(
+        "top", "Show the streams of a running cabinaudio-server, levels and load");
+    command.add_flag("--once", options.once, "Print one table, without a terminal");
+    addInterval(command, options.interval, "Milliseconds between two tables");
+    command.add_option("--count", options.count, "End after this number of tables")
+        ->type_name("N")
+        ->check(range(1, 1e9));
+    addTimeout(command, options.timeout, "Time limit for each answer of the server");
+    addCommon(command, common);
+}
+
 /// One server command: its words, and an argument unless `argument` is null.
 CLI::App& addServerCommand(CLI::App& parent, const std::string& word, const std::string& words,
                            const char* what, ServerOptions& options, CommonOptions& common) {
@@ -405,14 +474,7 @@ void addMonitor(CLI::App& app, MonitorOptions& options, CommonOptions& common) {
                                     options, common);
     command.add_option("NAME", options.names, std::string(NAMES) + "; all but meters without any")
         ->type_name("");
-    command
-        .add_option_function<int>(
-            "--interval",
-            [&options](const int& ms) { options.interval = std::chrono::milliseconds(ms); },
-            "Milliseconds between two polls")
-        ->type_name("MS")
-        ->check(range(1, 3600000))
-        ->default_str(std::to_string(options.interval.count()));
+    addInterval(command, options.interval, "Milliseconds between two polls");
     command.add_option("--count", options.count, "End after this number of changes")
         ->type_name("N")
         ->check(range(1, 1e9));
@@ -480,8 +542,12 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
     VersionOptions version;
     DoctorOptions doctor;
     ServerOptions server;
+    ListenOptions listen;
+    TopOptions top;
     addPlay(app, play, raw, command.common);
     addRecord(app, record, command.common);
+    addListen(app, listen, command.common);
+    addTop(app, top, command.common);
     addGet(app, get, command.common);
     addSet(app, set, command.common);
     addList(app, list, command.common);
@@ -509,6 +575,14 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
         if (const std::string fault = optionFault(record, command.common); !fault.empty())
             refuse(app, fault);
         command.options = record;
+    } else if (app.got_subcommand("listen")) {
+        if (const std::string fault = optionFault(listen, command.common); !fault.empty())
+            refuse(app, fault);
+        command.options = listen;
+    } else if (app.got_subcommand("top")) {
+        if (const std::string fault = optionFault(top, command.common); !fault.empty())
+            refuse(app, fault);
+        command.options = top;
     } else if (app.got_subcommand("server")) {
         command.options = server;
     } else if (app.got_subcommand("get")) {

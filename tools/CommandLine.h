@@ -3,6 +3,7 @@
 
 #include "tools/CommonOptions.h"
 #include "tools/doctor/Doctor.h"
+#include "tools/listen/Listen.h"
 #include "tools/play/Play.h"
 #include "tools/record/Record.h"
 #include "tools/server/Server.h"
@@ -11,6 +12,7 @@
 #include "tools/settings/List.h"
 #include "tools/settings/Monitor.h"
 #include "tools/settings/Set.h"
+#include "tools/top/Top.h"
 #include "tools/version/Version.h"
 
 #include <optional>
@@ -23,7 +25,8 @@ namespace cabinaudio::tool {
 struct Command {
     CommonOptions common;
     std::variant<PlayOptions, RecordOptions, GetOptions, SetOptions, ListOptions, DescribeOptions,
-                 MonitorOptions, VersionOptions, DoctorOptions, ServerOptions>
+                 MonitorOptions, VersionOptions, DoctorOptions, ServerOptions, ListenOptions,
+                 TopOptions>
         options;
 };
 

@@ -45,13 +45,19 @@ void boundWaits(const Command& command) {
     setLinkPolicy(policy);
 }
 
+/// Such a command checks its own connection.
+bool usesControlSocketOnly(const Command& command) {
+    return std::holds_alternative<ServerOptions>(command.options) ||
+           std::holds_alternative<ListenOptions>(command.options) ||
+           std::holds_alternative<TopOptions>(command.options);
+}
+
 ExitCode runTool(int argc, char** argv) {
     const Start start = noteStart();
     std::optional<Command> command = parseCommandLine(argc, argv);
     if (!command) return ExitCode::Done;
     prepare(start, *command, argv);
-    // A server command checks its own connection.
-    if (!std::holds_alternative<ServerOptions>(command->options)) warnOfForeignServer();
+    if (!usesControlSocketOnly(*command)) warnOfForeignServer();
     boundWaits(*command);
     if (auto* doctor = std::get_if<DoctorOptions>(&command->options))
         doctor->closedDescriptors = start.closedDescriptors;

@@ -22,6 +22,7 @@ build   libogg-dev                   container of recorded Opus
 build   libflac-dev                  FLAC from pipes: player
 build   libcli11-dev                 command lines of server and tool
 build   nlohmann-json3-dev           JSON of server and tool
+build   libncurses-dev               screen of the tool's top
 build   libasound2-dev               server output "alsa"
 build   libpulse-dev                 server output "pulse"
 test    libgtest-dev                 test framework
@@ -35,6 +36,7 @@ test    libspa-0.2-modules           its null sink
 test    wireplumber                  links streams to sinks
 test    python3-jsonschema           checks what the programs print as JSON
 test    python3                      pseudo terminals for the tests of the tool
+test    python3-pyte                 a terminal that is only calculated: screen of top
 test    mandoc                       form of the man pages
 test    zsh                          completion
 sound   pulseaudio                   a sound server to restart; see sound_server()
@@ -55,6 +57,8 @@ armhf   libopus-dev:armhf
 armhf   libsbc-dev:armhf
 armhf   libogg-dev:armhf
 armhf   libflac-dev:armhf
+armhf   libncursesw6:armhf           its libncurses-dev needs the C library's own headers
+armhf   libtinfo6:armhf
 armhf   qemu-user                    runs the target's programs here
 vm      qemu-system-arm              a machine of the target
 vm      cpio                         its files

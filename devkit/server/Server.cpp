@@ -86,16 +86,22 @@ Server::Server(const Options& options)
                        return openInput(microphone, Calibration::RATE, 1);
                    }),
       mDispatcher({mStreams, mCaptures, mSettings, mMixer, mCalibration}, mTrace),
-      mRemoteControl(mLoop, mStreams, mCaptures) {
+      mRemoteControl(mLoop, mStreams, mCaptures),
+      mTaps(mLoop, mStreams, options.format, options.isFast ? Taps::FAST_BOUND : Taps::STEADY_BOUND,
+            [this] { descriptorClosed(); }) {
     options.inputs.check();
     if (!options.stateFile.empty()) mStateFile.emplace(mLoop, options.stateFile, mSettings);
     // The clients of a killed server may still have its memory mapped; they must not write into the
     // rings of this server.
     PhysicalMemory::take();
-    mStreams.setOnChange([this] { mMixer.update(); });
+    mStreams.setOnChange([this] {
+        mTaps.streamsChanged();
+        mMixer.update();
+    });
     mSettings.watch([this] { mMixer.update(); });
     mCaptures.setOnChange([this] { mCaptureClock.update(); });
     addCommands();
+    addListeners();
 }
 
 Server::~Server() {
@@ -110,6 +116,7 @@ void Server::run() {
               format.channels, format.channels == 1 ? "" : "s", nameOf(format.type));
     reportReady();
     mLoop.run();
+    mTaps.end();
     mStreams.removeAll();
     mCaptures.removeAll();
     if (!mOptions.reportFile.empty()) writeFile(mOptions.reportFile, reportOf(reported()));
@@ -130,9 +137,26 @@ void Server::wake() {
 }
 
 void Server::addCommands() {
-    mCommands.add("state",
-                  [this](const std::string&) { return textOf(stateOf(reported(), mClients)); });
+    mCommands.add("state", [this](const std::string&) {
+        auto state = stateOf(reported(), mClients);
+        state["listeners"] = mTaps.describe();
+        return textOf(state);
+    });
     mRemoteControl.addTo(mCommands);
+}
+
+/// A command "listen" keeps its connection: the sound follows its answer.
+void Server::addListeners() {
+    static constexpr char WORD[] = "listen ";
+    mMixer.setOnMixed([this](std::span<const float> mix) { mTaps.mixed(mix); });
+    mControl.setTaker([this](const std::string& line, UniqueFd& socket, Admitted& admitted) {
+        if (!line.starts_with(WORD)) return false;
+        return mTaps.add(line.substr(sizeof WORD - 1), socket, admitted);
+    });
+    // Answers the lines that were not taken.
+    mCommands.add("listen", [this](const std::string& argument) {
+        return "error: " + mTaps.faultOf(argument);
+    });
 }
 
 void Server::addClient(UniqueFd socket) {

@@ -24,6 +24,7 @@
 #include "devkit/server/streams/CaptureRegistry.h"
 #include "devkit/server/streams/Mixer.h"
 #include "devkit/server/streams/StreamRegistry.h"
+#include "devkit/server/taps/Taps.h"
 
 #include <cstdint>
 #include <memory>
@@ -60,6 +61,7 @@ private:
     void checkClients();
     void descriptorClosed();
     void addCommands();
+    void addListeners();
     void wake();
     void erase(const Client& client);
     void reportReady() const;
@@ -92,6 +94,7 @@ private:
     Calibration mCalibration;
     Dispatcher mDispatcher;
     RemoteControl mRemoteControl;
+    Taps mTaps;
     std::uint32_t mLastHandle = 0;
 };
 

@@ -30,6 +30,7 @@ COVERED = {
         ["cabinaudio", "server", "stall"],
         ["cabinaudio", "server", "crash"],
     ],
+    "cabinaudio-listen.1": [["cabinaudio", "listen"]],
     "cabinaudio-play.1": [["cabinaudio", "play"]],
     "cabinaudio-record.1": [["cabinaudio", "record"]],
     "cabinaudio-settings.1": [
@@ -39,6 +40,7 @@ COVERED = {
         ["cabinaudio", "describe"],
         ["cabinaudio", "monitor"],
     ],
+    "cabinaudio-top.1": [["cabinaudio", "top"]],
     "cabinaudio-run.1": [["cabinaudio-run"]],
     "cabinaudio-server.1": [["cabinaudio-server"]],
 }

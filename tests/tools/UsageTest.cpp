@@ -18,6 +18,8 @@ Options:
 Subcommands:
   play                      Play audio files: WAV, FLAC, Ogg and more
   record                    Record what the server captures, or the uplink of a call
+  listen                    Record what a running cabinaudio-server plays
+  top                       Show the streams of a running cabinaudio-server, levels and load
   get                       Print settings as lines that set accepts
   set                       Change settings; nothing is changed if a name or value is wrong
   list                      List the settings, or find them by a word such as navigation
@@ -58,8 +60,8 @@ TEST_P(SubCommand, PrintsHelpWithoutAServer) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Any, SubCommand,
-                         testing::Values("play", "record", "get", "set", "list", "describe",
-                                         "monitor", "version", "doctor"),
+                         testing::Values("play", "record", "listen", "top", "get", "set", "list",
+                                         "describe", "monitor", "version", "doctor"),
                          [](const auto& test) { return wordsOf(test.param); });
 
 class WrongCommandLine : public testing::TestWithParam<Refusal> {};

@@ -28,44 +28,30 @@ using Clock = std::chrono::steady_clock;
 constexpr char CONTROL_SOCKET[] = "/tmp/cabinaudio_control";
 constexpr std::chrono::milliseconds POLL_PAUSE{2};
 
+void connectToServer(int descriptor) {
+    struct sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    // Abstract: the first byte is zero and the name is not terminated.
+    std::memcpy(address.sun_path + 1, CONTROL_SOCKET, sizeof CONTROL_SOCKET - 1);
+    constexpr auto LENGTH =
+        static_cast<socklen_t>(offsetof(struct sockaddr_un, sun_path) + sizeof CONTROL_SOCKET);
+    if (connect(descriptor, reinterpret_cast<const struct sockaddr*>(&address), LENGTH) == 0)
+        return;
+    // EAGAIN: the server listens, but its backlog is full.
+    if (errno == EAGAIN) throw Failure("the server is busy: too many wait for it");
+    // The head unit's server has no control socket.
+    if (serverListens()) throw Failure("the server takes no commands; it is not cabinaudio-server");
+    throw Failure(noServerText(), ExitCode::NoServer);
+}
+
 class ControlLine {
 public:
     explicit ControlLine(std::chrono::milliseconds bound)
-        : mBound(bound),
-          mDeadline(Clock::now() + bound),
-          mSocket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
-        if (mSocket < 0) throw Failure(std::string("no socket: ") + std::strerror(errno));
-    }
-    ~ControlLine() { close(mSocket); }
-    ControlLine(const ControlLine&) = delete;
-    ControlLine& operator=(const ControlLine&) = delete;
+        : mBound(bound), mDeadline(Clock::now() + bound) {}
 
-    void open() const {
-        struct sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        // Abstract: the first byte is zero and the name is not terminated.
-        std::memcpy(address.sun_path + 1, CONTROL_SOCKET, sizeof CONTROL_SOCKET - 1);
-        constexpr auto LENGTH =
-            static_cast<socklen_t>(offsetof(struct sockaddr_un, sun_path) + sizeof CONTROL_SOCKET);
-        if (connect(mSocket, reinterpret_cast<const struct sockaddr*>(&address), LENGTH) == 0) {
-            const std::string warning = board::warningOfForeignServer(mSocket);
-            if (!warning.empty()) complain(warning);
-            return;
-        }
-        // EAGAIN: the server listens, but its backlog is full.
-        if (errno == EAGAIN) throw Failure("the server is busy: too many wait for it");
-        // The head unit's server has no control socket.
-        if (serverListens())
-            throw Failure("the server takes no commands; it is not cabinaudio-server");
-        throw Failure(noServerText(), ExitCode::NoServer);
-    }
-
-    /// A line fits any socket's buffer. A server that refuses has sent its reason and closed.
     void send(const std::string& line) const {
-        if (::send(mSocket, line.data(), line.size(), MSG_NOSIGNAL) !=
-                static_cast<ssize_t>(line.size()) &&
-            errno != EPIPE && errno != ECONNRESET)
-            throw Failure(std::string("cannot send the command: ") + std::strerror(errno));
+        mSocket.warnOfForeignServer();
+        mSocket.send(line + "\n");
     }
 
     [[nodiscard]] std::string receiveLine() const {
@@ -94,11 +80,11 @@ private:
     /// @return empty once the server has closed the connection
     [[nodiscard]] std::optional<std::string> receiveSome(const char* awaited) const {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(mDeadline - Clock::now());
-        struct pollfd entry = {mSocket, POLLIN, 0};
+        struct pollfd entry = {mSocket.descriptor(), POLLIN, 0};
         if (left.count() <= 0 || poll(&entry, 1, static_cast<int>(left.count())) == 0)
             throwTimeOut(awaited);
         std::array<char, 4096> part;
-        const ssize_t got = recv(mSocket, part.data(), part.size(), 0);
+        const ssize_t got = recv(mSocket.descriptor(), part.data(), part.size(), 0);
         if (got > 0) return std::string(part.data(), static_cast<std::size_t>(got));
         if (got < 0 && (errno == EINTR || errno == EAGAIN)) return std::string();
         return std::nullopt;
@@ -112,16 +98,42 @@ private:
 
     const std::chrono::milliseconds mBound;
     const Clock::time_point mDeadline;
-    const int mSocket;
+    const ControlSocket mSocket;
 };
 
 }  // namespace
 
+ControlSocket::ControlSocket()
+    : mDescriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
+    if (mDescriptor < 0) throw Failure(std::string("no socket: ") + std::strerror(errno));
+    try {
+        connectToServer(mDescriptor);
+    } catch (...) {
+        close(mDescriptor);
+        throw;
+    }
+}
+
+ControlSocket::~ControlSocket() {
+    close(mDescriptor);
+}
+
+void ControlSocket::warnOfForeignServer() const {
+    const std::string warning = board::warningOfForeignServer(mDescriptor);
+    if (!warning.empty()) complain(warning);
+}
+
+void ControlSocket::send(const std::string& line) const {
+    if (::send(mDescriptor, line.data(), line.size(), MSG_NOSIGNAL) !=
+            static_cast<ssize_t>(line.size()) &&
+        errno != EPIPE && errno != ECONNRESET)
+        throw Failure(std::string("cannot send the command: ") + std::strerror(errno));
+}
+
 std::string askServer(const std::string& line, std::chrono::milliseconds bound,
                       AfterCommand after) {
     const ControlLine control(bound);
-    control.open();
-    control.send(line + "\n");
+    control.send(line);
     const std::string answer = control.receiveLine();
     if (after == AfterCommand::WaitForServerEnd && answer == SERVER_DONE)
         control.waitForServerEnd();

@@ -9,6 +9,26 @@ namespace cabinaudio::tool {
 /// The server's answer to a successful command.
 inline constexpr char SERVER_DONE[] = "ok";
 
+/// A connection to the development server's control socket, non-blocking.
+class ControlSocket {
+public:
+    /// @throws Failure  with ExitCode::NoServer when no server listens there
+    ControlSocket();
+    ~ControlSocket();
+    ControlSocket(const ControlSocket&) = delete;
+    ControlSocket& operator=(const ControlSocket&) = delete;
+
+    [[nodiscard]] int descriptor() const { return mDescriptor; }
+    /// Tells the user if the server belongs to somebody else.
+    void warnOfForeignServer() const;
+    /// Sends a line with its end, which fits any socket's buffer. A server that refuses has sent
+    /// its reason and closed, which is no error here.
+    void send(const std::string& line) const;
+
+private:
+    int mDescriptor;
+};
+
 /// How askServer() continues after a successful command.
 enum class AfterCommand { Return, WaitForServerEnd };
 

@@ -3,9 +3,14 @@
 
 #include <cabinaudio/foundation/AudioTypes.h>
 
+#include "devkit/server/base/Period.h"
 #include "devkit/server/base/Text.h"
 #include "devkit/server/base/Version.h"
 #include "devkit/server/clients/ConnectType.h"
+#include "devkit/server/clients/Program.h"
+#include "devkit/server/mix/GainChain.h"
+#include "devkit/server/mix/Loudspeaker.h"
+#include "devkit/server/settings/Names.h"
 #include "devkit/server/settings/SettingsJson.h"
 #include "devkit/text/Printable.h"
 
@@ -13,6 +18,8 @@
 
 #include <chrono>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <ctime>
 #include <fstream>
 #include <optional>
@@ -95,6 +102,77 @@ json describeInputs(const CaptureRegistry& captures) {
     return result;
 }
 
+/// To 1 / `parts`: further digits would be noise.
+double rounded(double value, double parts) {
+    return std::round(value * parts) / parts;
+}
+
+/// Null for silence, and for less than the smallest step of 32 bits.
+json decibels(float amplitude, double parts) {
+    if (amplitude < 4e-10F) return nullptr;
+    return rounded(20.0 * std::log10(double{amplitude}), parts) + 0.0;  // no negative zero
+}
+
+json peakOf(float amplitude) {
+    return decibels(amplitude, 10.0);
+}
+
+json textOrNull(const std::string& text) {
+    return text.empty() ? json() : json(text);
+}
+
+json describeLoad(const Mixer& mixer) {
+    const LoadMeter::Load load = mixer.load();
+    return {{"mix_percent", rounded(load.share * 100.0, 100.0)},
+            {"longest_mix_us", load.longest.count()},
+            {"period_us", std::chrono::microseconds(PERIOD).count()}};
+}
+
+json describeLoudspeakers(const Reported& reported) {
+    json result = json::array();
+    const std::vector<float> peaks = reported.mixer.peaks();
+    for (std::size_t channel = 0; channel < peaks.size(); ++channel) {
+        const std::uint32_t mask = maskOf(channel, peaks.size());
+        const bool isMuted = mask != 0 && (mask & reported.settings->source.speakers) == 0;
+        result.push_back({{"loudspeaker", channel},
+                          {"name", mask != 0 ? json(loudspeakerNames(mask)) : json()},
+                          {"peak_db", peakOf(peaks[channel])},
+                          {"muted", isMuted}});
+    }
+    return result;
+}
+
+json programName(std::int32_t process) {
+    const std::optional<std::string> program = programOf(process);
+    return program ? json(*program) : json();
+}
+
+json describeGains(const Reported& reported, const StreamRecord& stream) {
+    json result = json::array();
+    for (const GainLink& link : gainChainOf(stream, *reported.settings, reported.format.channels,
+                                            reported.mixer.prompt())) {
+        result.push_back({{"stage", link.stage},
+                          {"setting", textOrNull(link.setting)},
+                          {"db", decibels(link.factor, 100.0)},
+                          {"muted", link.isMuted},
+                          {"by", textOrNull(link.cause)}});
+    }
+    return result;
+}
+
+/// The sound's way from the ring to the loudspeakers.
+void describeSound(const Reported& reported, const PlaybackStream& stream, json& result) {
+    const std::size_t queued = stream.ring() != nullptr ? stream.ring()->usedFrames() : 0;
+    result["queued_frames"] = queued;
+    result["queued_ms"] = queued * 1000 / stream.record().format.rate;
+    result["latency_ms"] =
+        rounded(static_cast<double>(queued) * 1000.0 / stream.record().format.rate, 10.0);
+    const std::uint64_t now = reported.mixer.counters().frames;
+    result["peak_db"] = peakOf(stream.peak(now));
+    result["heard_db"] = peakOf(stream.heardPeak(now));
+    result["gains"] = describeGains(reported, stream.record());
+}
+
 json describeRecord(const StreamRecord& record) {
     return {{"name", record.name},
             {"tag", AudioTypes::getTag(static_cast<AudioTagType>(record.tag))},
@@ -122,9 +200,8 @@ json describeStream(const Reported& reported, const PlaybackStream& stream) {
     result["state"] = stream.isActive() ? "active" : "idle";
     result["write_done"] = stream.isWriteDone();
     result["key_shift"] = stream.keyShift();
-    const std::size_t queued = stream.ring() != nullptr ? stream.ring()->usedFrames() : 0;
-    result["queued_frames"] = queued;
-    result["queued_ms"] = queued * 1000 / stream.record().format.rate;
+    result["program"] = programName(stream.record().pid);
+    describeSound(reported, stream, result);
     describeRing(stream.ring(), stream.ringOffer(), result);
     if (stream.isSink())
         result["source"] = reported.streams.sources().active() == &stream ? "active" : "withdrawn";
@@ -139,6 +216,7 @@ json describeCapture(const CaptureStream& stream) {
                    {"tag", AudioTypes::getTag(static_cast<AudioTagType>(parts.tag))},
                    {"tag_number", parts.tag},
                    {"process", parts.pid},
+                   {"program", programName(parts.pid)},
                    {"rate_hz", parts.format.rate},
                    {"channels", parts.format.channels},
                    {"bits", parts.format.bytesPerSample * 8},
@@ -146,6 +224,7 @@ json describeCapture(const CaptureStream& stream) {
                    {"input", parts.input},
                    {"state", stream.isActive() ? "active" : "idle"},
                    {"volume", stream.volume()},
+                   {"peak_db", peakOf(stream.peak())},
                    {"frames", counters.frames},
                    {"bytes", counters.bytes},
                    {"packets", counters.packets},
@@ -174,6 +253,8 @@ json stateOf(const Reported& reported, const std::vector<std::unique_ptr<Client>
     result["fast"] = reported.mixer.isFast();
     result["output"] = describeOutput(reported);
     result["inputs"] = describeInputs(reported.captures);
+    result["load"] = describeLoad(reported.mixer);
+    result["loudspeakers"] = describeLoudspeakers(reported);
     result["clients"] = json::array();
     for (const auto& client : clients) {
         result["clients"].push_back({{"handle", client->handle()},

@@ -2,6 +2,7 @@
 #include "devkit/server/mix/GainMatrix.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace cabinaudio::server {
 
@@ -38,6 +39,33 @@ void GainMatrix::add(const float* in, std::size_t frames, float* out) {
         }
         in += mInputs;
     }
+}
+
+float GainMatrix::peakOf(const float* in, std::size_t frames, std::span<const float> peaks) const {
+    float highest = 0.0F;
+    for (std::size_t output = 0; output < mOutputs; ++output) {
+        const auto row = std::span(mFactors).subspan(output * mInputs, mInputs);
+        const auto sources = std::count_if(
+            row.begin(), row.end(), [](const Ramp& factor) { return factor.value() != 0.0F; });
+        if (sources > 1) {
+            highest = std::max(highest, peakOfSum(in, frames, output));
+            continue;
+        }
+        for (std::size_t input = 0; input < mInputs; ++input)
+            highest = std::max(highest, peaks[input] * row[input].value());
+    }
+    return highest;
+}
+
+float GainMatrix::peakOfSum(const float* in, std::size_t frames, std::size_t output) const {
+    float highest = 0.0F;
+    for (std::size_t frame = 0; frame < frames; ++frame) {
+        float sum = 0.0F;
+        for (std::size_t input = 0; input < mInputs; ++input)
+            sum += in[frame * mInputs + input] * mFactors[output * mInputs + input].value();
+        highest = std::max(highest, std::fabs(sum));
+    }
+    return highest;
 }
 
 bool GainMatrix::isSilent() const {

@@ -6,6 +6,7 @@
 #include "devkit/server/sound/ChannelMatrix.h"
 
 #include <cstddef>
+#include <span>
 #include <vector>
 
 namespace cabinaudio::server {
@@ -23,11 +24,18 @@ public:
     /// multiply, see ChannelMatrix::add().
     void add(const float* in, std::size_t frames, float* out);
 
+    /// Highest amplitude that add() adds to a channel of the output, with the factors that these
+    /// frames end with.
+    /// @param peaks  of the input's channels in these frames
+    [[nodiscard]] float peakOf(const float* in, std::size_t frames,
+                               std::span<const float> peaks) const;
+
     /// Whether the output is silent, except for the end of a ramp.
     [[nodiscard]] bool isSilent() const;
 
 private:
     [[nodiscard]] bool isPlain() const;
+    [[nodiscard]] float peakOfSum(const float* in, std::size_t frames, std::size_t output) const;
 
     std::size_t mInputs;
     std::size_t mOutputs;

@@ -2,6 +2,7 @@
 #include "devkit/server/mix/LoudspeakerPath.h"
 
 #include "devkit/server/mix/Loudspeaker.h"
+#include "devkit/server/mix/Peaks.h"
 
 #include <algorithm>
 
@@ -21,7 +22,9 @@ LoudspeakerPath::LoudspeakerPath(std::uint32_t rate, unsigned channels)
       mTest(rate, channels),
       mDelays(channels, DelayLine(framesOf(LONGEST_DELAY_US, rate))),
       mSilentFrames(framesOf(LONGEST_DELAY_US, rate)),
-      mMeter(rate, channels) {}
+      mMeter(rate, channels),
+      mPeaks(channels, PeakWindow(rate)),
+      mNewest(channels) {}
 
 void LoudspeakerPath::set(const SettingsData& settings) {
     mTest.set(settings.source);
@@ -37,6 +40,7 @@ void LoudspeakerPath::process(std::span<float> mix) {
     mTest.addTo(mix);
     delay(mix);
     mMeter.add(mix);
+    measure(mix);
 }
 
 void LoudspeakerPath::clear() {
@@ -44,10 +48,27 @@ void LoudspeakerPath::clear() {
         line.clear();
     mSilentFrames = framesOf(LONGEST_DELAY_US, mRate);
     mMeter.clear();
+    for (PeakWindow& window : mPeaks)
+        window.clear();
 }
 
 std::size_t LoudspeakerPath::heldFrames() const {
     return mLongestDelay - std::min(mSilentFrames, mLongestDelay);
+}
+
+std::vector<float> LoudspeakerPath::peaks() const {
+    std::vector<float> peaks(mPeaks.size());
+    std::transform(mPeaks.begin(), mPeaks.end(), peaks.begin(),
+                   [this](const PeakWindow& window) { return window.peak(mFrames); });
+    return peaks;
+}
+
+void LoudspeakerPath::measure(std::span<const float> mix) {
+    std::fill(mNewest.begin(), mNewest.end(), 0.0F);
+    raisePeaks(mix, mNewest);
+    for (std::size_t channel = 0; channel < mPeaks.size(); ++channel)
+        mPeaks[channel].add(mFrames, mNewest[channel]);
+    mFrames += mix.size() / mPeaks.size();
 }
 
 void LoudspeakerPath::delay(std::span<float> mix) {

@@ -7,6 +7,7 @@
 #include "devkit/server/settings/GainCurve.h"
 
 #include <algorithm>
+#include <functional>
 #include <string>
 
 namespace cabinaudio::server {
@@ -33,40 +34,55 @@ audio::audio_out_path_id_e pathOf(AudioTagType tag) {
 }
 
 float pathFactor(AudioTagType tag, const VolumeSettings& volume) {
-    const auto path = static_cast<std::uint32_t>(pathOf(tag));
-    if ((volume.mutedPaths & path) != 0) return 0.0F;
     if (tag == AUDIO_TAG_ALTERNATIVE) return gain::factorOf(volume.alternative);
     return tag == AUDIO_TAG_OUTPUT_INVOCATION ? gain::factorOf(volume.second) : 1.0F;
 }
 
-float typeFactor(const std::string& type, const SettingsData& settings) {
-    if (type == NAVIGATION && settings.mixer.navigationMode == 0) return 0.0F;
-    const auto found = settings.volume.streamTypes.find(type);
-    return found != settings.volume.streamTypes.end() ? gain::factorOf(found->second) : 1.0F;
+float muteFactor(AudioTagType tag, const VolumeSettings& volume) {
+    const auto path = static_cast<std::uint32_t>(pathOf(tag));
+    return (volume.mutedPaths & path) != 0 ? 0.0F : 1.0F;
+}
+
+float typeFactor(const std::string& type, const VolumeSettings& volume) {
+    const auto found = volume.streamTypes.find(type);
+    return found != volume.streamTypes.end() ? gain::factorOf(found->second) : 1.0F;
 }
 
 void applyTrack(const StreamRecord& stream, const VolumeSettings& volume, StreamGains& gains) {
     const auto found = volume.tracks.find({AudioTypes::getTag(tagOf(stream)), stream.name});
     if (found == volume.tracks.end()) return;
-    gains.common *= gain::factorOf(found->second.gain);
+    gains.common = gain::factorOf(found->second.gain);
     std::transform(found->second.channels.begin(), found->second.channels.end(),
                    gains.inputs.begin(), gain::factorOf);
 }
 
-void applyMixer(const MixerSettings::Gains& mixer, StreamGains& gains) {
+void applyGains(const MixerSettings::Gains& mixer, StreamGains& gains) {
     for (std::size_t i = 0; i < mixer.size(); ++i)
         gains.loudspeakers[i] *= gain::factorOf(mixer[i]);
 }
 
+void applyMixer(const StreamRecord& stream, const MixerSettings& mixer, StreamGains& gains) {
+    if (stream.type == NAVIGATION) {
+        if (mixer.navigationMode == 0) gains.common = 0.0F;
+        applyGains(mixer.navigation, gains);
+    }
+    if (tagOf(stream) == AUDIO_TAG_ALTERNATIVE) applyGains(mixer.alternative, gains);
+}
+
 void applyChannels(const VolumeSettings& volume, StreamGains& gains) {
     for (std::size_t i = 0; i < volume.channels.size(); ++i)
-        gains.loudspeakers[i] *= gain::factorOf(volume.channels[i]);
+        gains.loudspeakers[i] = gain::factorOf(volume.channels[i]);
 }
 
 void applyMask(std::uint32_t speakers, StreamGains& gains) {
     for (std::size_t i = 0; i < gains.loudspeakers.size(); ++i) {
         if ((speakers & maskOf(i)) == 0) gains.loudspeakers[i] = 0.0F;
     }
+}
+
+void multiply(const auto& factors, auto& gains) {
+    std::transform(factors.begin(), factors.end(), gains.begin(), gains.begin(),
+                   std::multiplies<>());
 }
 
 /// NaN gives 0 frames.
@@ -84,20 +100,39 @@ float StreamGains::factor(std::size_t input, std::size_t output, std::size_t out
     return output < loudspeakers.size() ? ofInput * loudspeakers[output] : ofInput;
 }
 
-StreamGains gainsOf(const StreamRecord& stream, const SettingsData& settings, bool isPromptHeard) {
+StreamGains& StreamGains::operator*=(const StreamGains& other) {
+    common *= other.common;
+    multiply(other.inputs, inputs);
+    multiply(other.loudspeakers, loudspeakers);
+    isUpMixed |= other.isUpMixed;
+    return *this;
+}
+
+StagedGains stagesOf(const StreamRecord& stream, const SettingsData& settings, bool isPromptHeard) {
     const AudioTagType tag = tagOf(stream);
-    StreamGains gains;
-    gains.isUpMixed = settings.mixer.upMixMode == 1;
-    gains.common = gain::factorOf(settings.volume.master) * pathFactor(tag, settings.volume) *
-                   typeFactor(stream.type, settings);
-    applyTrack(stream, settings.volume, gains);
-    if (stream.type == NAVIGATION) applyMixer(settings.mixer.navigation, gains);
-    if (tag == AUDIO_TAG_ALTERNATIVE) applyMixer(settings.mixer.alternative, gains);
+    StagedGains stages;
+    const auto at = [&stages](GainStage stage) -> StreamGains& {
+        return stages[static_cast<std::size_t>(stage)];
+    };
+    applyTrack(stream, settings.volume, at(GainStage::Track));
+    at(GainStage::Type).common = typeFactor(stream.type, settings.volume);
+    at(GainStage::Path).common = pathFactor(tag, settings.volume);
+    at(GainStage::Master).common = gain::factorOf(settings.volume.master);
+    at(GainStage::Mute).common = muteFactor(tag, settings.volume);
+    applyMixer(stream, settings.mixer, at(GainStage::Mixer));
+    at(GainStage::Mixer).isUpMixed = settings.mixer.upMixMode == 1;
     if (tag == AUDIO_TAG_MAIN) {
-        gains.common *= duckingOf(settings.volume, isPromptHeard);
-        applyChannels(settings.volume, gains);
+        at(GainStage::Ducking).common = duckingOf(settings.volume, isPromptHeard);
+        applyChannels(settings.volume, at(GainStage::FadeBalance));
     }
-    applyMask(settings.source.speakers, gains);
+    applyMask(settings.source.speakers, at(GainStage::Loudspeakers));
+    return stages;
+}
+
+StreamGains gainsOf(const StreamRecord& stream, const SettingsData& settings, bool isPromptHeard) {
+    StreamGains gains;
+    for (const StreamGains& stage : stagesOf(stream, settings, isPromptHeard))
+        gains *= stage;
     return gains;
 }
 

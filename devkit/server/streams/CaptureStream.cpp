@@ -5,8 +5,10 @@
 
 #include "devkit/server/base/Log.h"
 #include "devkit/server/base/Period.h"
+#include "devkit/server/mix/Peaks.h"
 #include "devkit/server/rings/MemoryFault.h"
 
+#include <array>
 #include <exception>
 #include <utility>
 
@@ -23,7 +25,7 @@ constexpr int PERIODS_AT_ONCE = 64;
 }  // namespace
 
 CaptureStream::CaptureStream(EventLoop& loop, Client& client, Parts parts)
-    : mClient(client), mParts(std::move(parts)) {
+    : mClient(client), mParts(std::move(parts)), mPeak(mParts.format.rate) {
     if (!isUplink()) return;
     const auto make = [this] {
         if (!mParts.ring) mParts.ring = mParts.makeRing();
@@ -138,6 +140,7 @@ void CaptureStream::record() {
     mSamples.resize(static_cast<std::size_t>(frames) * mParts.format.channels);
     mInput->read(mSamples);
     applyVolume();
+    measure();
     mCounters.frames += frames;
     mEncoder->encode(mSamples, [this](std::vector<std::uint8_t> packet) {
         mPackets.push_back(std::move(packet));
@@ -153,6 +156,12 @@ void CaptureStream::applyVolume() {
         for (std::size_t i = channel; i < mSamples.size(); i += channels)
             mSamples[i] *= factor;
     }
+}
+
+void CaptureStream::measure() {
+    std::array<float, 1> peak{};
+    raisePeaks(mSamples, peak);
+    mPeak.add(mCounters.frames, peak.front());
 }
 
 /// @return whether all packets fitted

@@ -7,6 +7,7 @@
 #include "devkit/server/codecs/FrameEncoder.h"
 #include "devkit/server/inputs/InputSource.h"
 #include "devkit/server/loop/EventLoop.h"
+#include "devkit/server/mix/PeakWindow.h"
 #include "devkit/server/rings/CaptureRing.h"
 #include "devkit/server/rings/RingOffer.h"
 #include "devkit/server/sound/StreamFormat.h"
@@ -103,6 +104,8 @@ public:
     [[nodiscard]] std::optional<InputDevice> inputDevice() const {
         return mInput ? mInput->device() : std::nullopt;
     }
+    /// Highest recorded amplitude in the last tenth of a second.
+    [[nodiscard]] float peak() const { return isFlowing() ? mPeak.peak(mCounters.frames) : 0.0F; }
     /// Null while the client has none.
     [[nodiscard]] const CaptureRing* ring() const { return mParts.ring.get(); }
     /// Null for a POSIX ring, which is never announced.
@@ -112,6 +115,7 @@ private:
     void dropRing();
     void record();
     void applyVolume();
+    void measure();
     bool writeOut();
     void checkClient();
 
@@ -127,6 +131,7 @@ private:
     std::vector<float> mSamples;                     // of one period
     std::deque<std::vector<std::uint8_t>> mPackets;  // waiting for room
     Counters mCounters;
+    PeakWindow mPeak;
 };
 
 }  // namespace cabinaudio::server

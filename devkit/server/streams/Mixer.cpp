@@ -63,18 +63,20 @@ void Mixer::tick(std::uint64_t deadlines) {
 }
 
 void Mixer::mixPeriod() {
+    const auto begin = LoadMeter::Clock::now();
     const auto frames =
         static_cast<std::size_t>(framesOfPeriods(mFormat.rate, mCounters.periods + 1) -
                                  framesOfPeriods(mFormat.rate, mCounters.periods));
     addStreams(frames, true);
     handOver(frames);
+    mLoad.add(begin, LoadMeter::Clock::now());
 }
 
 void Mixer::mixRound() {
     mIsPosted = false;
-    const std::size_t period = framesOfPeriod(mFormat.rate);
-    const std::size_t frames = std::max(addStreams(period, false), remainingFrames(period));
-    handOver(frames);
+    const auto begin = LoadMeter::Clock::now();
+    const std::size_t frames = mixData();
+    mLoad.add(begin, LoadMeter::Clock::now());
     if (frames > 0) {
         update();  // after other pending events
     } else if (mStreams.streams().empty()) {
@@ -82,19 +84,36 @@ void Mixer::mixRound() {
     }
 }
 
+/// @return the frames of a round
+std::size_t Mixer::mixData() {
+    const std::size_t period = framesOfPeriod(mFormat.rate);
+    const std::size_t frames = std::max(addStreams(period, false), remainingFrames(period));
+    handOver(frames);
+    return frames;
+}
+
 /// @return the largest number of frames that a stream has added
 std::size_t Mixer::addStreams(std::size_t frames, bool isSteady) {
     mMix.assign(frames * mFormat.channels, 0.0F);
     if (mAreSettingsDue) applySettings();
     std::size_t longest = 0;
-    bool isPromptHeard = false;
+    const PlaybackStream* prompt = nullptr;
     for (const auto& stream : mStreams.streams()) {
         const std::size_t added = stream->addTo(mMix, mCounters.frames, isSteady);
         longest = std::max(longest, added);
-        isPromptHeard |= added > 0 && isPrompt(stream->record()) && !stream->isSilenced();
+        if (added > 0 && isPrompt(stream->record()) && !stream->isSilenced()) prompt = stream.get();
     }
-    if (mDucking.mixed(isPromptHeard, isSteady ? frames : longest)) mAreSettingsDue = true;
+    duck(prompt, isSteady ? frames : longest);
     return longest;
+}
+
+/// @param prompt  a prompt in the last frames, or null
+void Mixer::duck(const PlaybackStream* prompt, std::size_t frames) {
+    if (mDucking.mixed(prompt != nullptr, frames)) mAreSettingsDue = true;
+    if (prompt != nullptr)
+        mPrompt = prompt->record().name;
+    else if (!mDucking.isPromptHeard())
+        mPrompt.clear();
 }
 
 void Mixer::applySettings() {
@@ -114,6 +133,7 @@ std::size_t Mixer::remainingFrames(std::size_t most) const {
 void Mixer::discardHeld() {
     mLoudspeakers.clear();
     mDucking.reset();
+    mPrompt.clear();
 }
 
 void Mixer::handOver(std::size_t frames) {
@@ -125,6 +145,7 @@ void Mixer::handOver(std::size_t frames) {
                 return sample > mLargest || sample < -1.0F;
             }));
         mOutput.write(mix);
+        mOnMixed(mix);
         ++mCounters.periods;
         mCounters.frames += frames;
     }

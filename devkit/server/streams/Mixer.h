@@ -4,6 +4,7 @@
 #include "devkit/server/loop/EventLoop.h"
 #include "devkit/server/loop/Timer.h"
 #include "devkit/server/mix/Ducking.h"
+#include "devkit/server/mix/LoadMeter.h"
 #include "devkit/server/mix/LoudspeakerPath.h"
 #include "devkit/server/outputs/Output.h"
 #include "devkit/server/settings/Settings.h"
@@ -11,6 +12,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace cabinaudio::server {
@@ -35,6 +40,11 @@ public:
     Mixer(EventLoop& loop, StreamRegistry& streams, const Settings& settings, Output& output,
           const OutputFormat& format, Pace pace);
 
+    /// Called with the frames that the output has got.
+    void setOnMixed(std::function<void(std::span<const float> mix)> onMixed) {
+        mOnMixed = std::move(onMixed);
+    }
+
     /// Call after streams were added, removed, started, stopped or written to, or settings changed.
     void update();
 
@@ -42,6 +52,12 @@ public:
     [[nodiscard]] const Counters& counters() const { return mCounters; }
     /// Meter of the audible mix.
     [[nodiscard]] Meter& meter() { return mLoudspeakers.meter(); }
+    /// Highest amplitude of each channel of the audible mix in the last tenth of a second.
+    [[nodiscard]] std::vector<float> peaks() const { return mLoudspeakers.peaks(); }
+    /// Name of the stream that is heard as a prompt; empty for none.
+    [[nodiscard]] const std::string& prompt() const { return mPrompt; }
+    /// Time that mixing and handing over to the output takes.
+    [[nodiscard]] LoadMeter::Load load() const { return mLoad.load(LoadMeter::Clock::now()); }
 
 private:
     void updateClock();
@@ -50,7 +66,9 @@ private:
     void tick(std::uint64_t deadlines);
     void mixPeriod();
     void mixRound();
+    std::size_t mixData();
     std::size_t addStreams(std::size_t frames, bool isSteady);
+    void duck(const PlaybackStream* prompt, std::size_t frames);
     void applySettings();
     void discardHeld();
     void handOver(std::size_t frames);
@@ -59,6 +77,7 @@ private:
     StreamRegistry& mStreams;
     const Settings& mSettings;
     Output& mOutput;
+    std::function<void(std::span<const float> mix)> mOnMixed = [](std::span<const float>) {};
     OutputFormat mFormat;
     float mLargest;
     Pace mPace;
@@ -68,6 +87,8 @@ private:
     Counters mCounters;
     bool mAreSettingsDue = false;  // gains must be computed again
     Ducking mDucking;
+    std::string mPrompt;  // the last one; empty while mDucking has none
+    LoadMeter mLoad;
     LoudspeakerPath mLoudspeakers;
     std::vector<float> mMix;
 };

@@ -3,6 +3,7 @@
 
 #include <cabinaudio/foundation/AudioStatus.h>
 
+#include "devkit/server/mix/Peaks.h"
 #include "devkit/server/rings/MemoryFault.h"
 #include "devkit/server/sound/SampleCodec.h"
 
@@ -31,6 +32,8 @@ PlaybackStream::PlaybackStream(EventLoop& loop, Client& client, Parts parts)
       mOutputRate(parts.outputRate),
       mOutputChannels(parts.outputChannels),
       mGains(mRecord->format.channels, parts.outputChannels),
+      mPeak(parts.outputRate),
+      mHeardPeak(parts.outputRate),
       mOnChange(std::move(parts.onChange)) {
     const StreamFormat& format = mRecord->format;
     if (format.rate != mOutputRate) mConverter.emplace(format.channels, format.rate, mOutputRate);
@@ -114,6 +117,7 @@ void PlaybackStream::notifyRemoved() {
 }
 
 std::size_t PlaybackStream::addTo(std::span<float> mix, std::uint64_t outputFrame, bool isSteady) {
+    mShare.clear();
     if (!isActive() || mIsEnded) return 0;
     if (isCutOff()) return addSilence();
     memory_fault::take();  // discard faults caused by other streams
@@ -140,10 +144,27 @@ std::size_t PlaybackStream::addDue(std::span<float> mix, std::size_t wanted,
     const std::uint64_t streamFrame =
         mConverter ? mSoundStart + mConvertedFrames * format.rate / mOutputRate : mRecord->frames;
     const std::size_t frames = pull(wanted);
+    if (mKeepsShare) copyShare(frames);
     mGains.add(mPulled.data(), frames, mix.data());
+    measure(frames, outputFrame);
     account(outputFrame, streamFrame, frames);
     if (frames < wanted) mFlow = Flow::Dry;
     return frames;
+}
+
+/// With a copy of the gains, whose ramps move on. The mix itself must not depend on listeners: sums
+/// of floats in another order differ in the last bit.
+void PlaybackStream::copyShare(std::size_t frames) {
+    mShare.assign(frames * mOutputChannels, 0.0F);
+    GainMatrix gains = mGains;
+    gains.add(mPulled.data(), frames, mShare.data());
+}
+
+void PlaybackStream::measure(std::size_t frames, std::uint64_t outputFrame) {
+    mPeaks.assign(mRecord->format.channels, 0.0F);
+    raisePeaks(std::span(mPulled).first(frames * mRecord->format.channels), mPeaks);
+    mPeak.add(outputFrame, *std::max_element(mPeaks.begin(), mPeaks.end()));
+    mHeardPeak.add(outputFrame, mGains.peakOf(mPulled.data(), frames, mPeaks));
 }
 
 /// A client that is slightly late fills a period by the next tick; playing a partial period at once

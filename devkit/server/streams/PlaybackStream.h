@@ -5,6 +5,7 @@
 
 #include "devkit/server/clients/Client.h"
 #include "devkit/server/mix/GainMatrix.h"
+#include "devkit/server/mix/PeakWindow.h"
 #include "devkit/server/mix/StreamRecord.h"
 #include "devkit/server/rings/RingOffer.h"
 #include "devkit/server/rings/StreamRing.h"
@@ -84,6 +85,10 @@ public:
     /// @param isSteady     whether the output continues when the stream does not
     /// @return frames added
     std::size_t addTo(std::span<float> mix, std::uint64_t outputFrame, bool isSteady);
+    /// Keeps, from now on, what the stream adds to the mix.
+    void keepShare() { mKeepsShare = true; }
+    /// What the last call of addTo() has added, in frames of the output.
+    [[nodiscard]] std::span<const float> share() const { return mShare; }
     /// The frames added last have been played: notifies the client if they were the end.
     void played();
 
@@ -98,6 +103,13 @@ public:
     [[nodiscard]] bool isActive() const { return mState == ACTIVE; }
     [[nodiscard]] bool isWriteDone() const { return mIsWriteDone; }
     [[nodiscard]] float keyShift() const { return mKeyShift; }
+    /// Highest amplitude of the stream's own samples in the last tenth of a second.
+    /// @param outputFrame  present position in the output
+    [[nodiscard]] float peak(std::uint64_t outputFrame) const { return mPeak.peak(outputFrame); }
+    /// The same after all gains, in the loudest channel of the output.
+    [[nodiscard]] float heardPeak(std::uint64_t outputFrame) const {
+        return mHeardPeak.peak(outputFrame);
+    }
 
 private:
     enum class Flow { Dry, Filling, Flowing };
@@ -112,8 +124,10 @@ private:
     [[nodiscard]] std::size_t inputFor(std::size_t outputFrames) const;
     void take(const StreamRing::View& view, std::size_t frames);
     void account(std::uint64_t outputFrame, std::uint64_t streamFrame, std::size_t frames);
+    void copyShare(std::size_t frames);
     void beginSound();
     std::size_t addSilence();
+    void measure(std::size_t frames, std::uint64_t outputFrame);
 
     // Set at construction.
     Client& mClient;
@@ -124,6 +138,8 @@ private:
     std::uint32_t mOutputRate;
     unsigned mOutputChannels;
     GainMatrix mGains;
+    PeakWindow mPeak;
+    PeakWindow mHeardPeak;
     std::function<void()> mOnChange;
     std::optional<RingOffer> mOffer;  // of a physical ring
 
@@ -138,7 +154,10 @@ private:
     std::uint64_t mSoundStart = 0;       // stream frame that was the first after start
     std::uint64_t mConvertedFrames = 0;  // output frames since then
     float mKeyShift = 1.0F;
-    std::vector<float> mInput;   // one piece of the ring, decoded
+    std::vector<float> mInput;  // one piece of the ring, decoded
+    bool mKeepsShare = false;
+    std::vector<float> mShare;   // of the mix; empty unless kept
+    std::vector<float> mPeaks;   // of each channel in the last piece of the mix
     std::vector<float> mPulled;  // at the output's rate, in the stream's channels
 };
 

@@ -1,19 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/settings/Escape.h"
+#include "devkit/text/Escape.h"
 
 #include "devkit/text/Printable.h"
 
 #include <array>
 #include <string_view>
 
-namespace cabinaudio::tool {
+namespace cabinaudio::text {
 
 namespace {
 
 constexpr std::string_view DIGITS = "0123456789ABCDEF";
 
 /// Non-ASCII characters include letters, but also control characters for terminals.
-bool isPlain(const text::Front& front) {
+bool isPlain(const Front& front) {
     constexpr std::string_view OTHERS = "._-+/:";
     const char32_t character = front.character;
     if (character >= 0x80) return front.isShown();
@@ -33,7 +33,7 @@ int digitOf(char letter) {
 std::string escaped(const std::string& text) {
     std::string word;
     for (std::string_view rest = text; !rest.empty();) {
-        const text::Front front = text::frontOf(rest);
+        const Front front = frontOf(rest);
         const std::string_view piece = rest.substr(0, front.length);
         rest.remove_prefix(front.length);
         if (isPlain(front)) {
@@ -64,4 +64,4 @@ std::string unescaped(const std::string& word) {
     return text;
 }
 
-}  // namespace cabinaudio::tool
+}  // namespace cabinaudio::text
