@@ -4,6 +4,9 @@
 #include "tools/CommonOptions.h"
 #include "tools/StandardDescriptors.h"
 
+#include <sys/types.h>
+
+#include <optional>
 #include <string>
 
 namespace cabinaudio::tool {
@@ -33,6 +36,10 @@ struct Devices {
 /// devices exist, or if the options forbid it.
 /// @throws Failure when the stand-in is needed but unavailable
 void enterBoard(const Start& start, const CommonOptions& options, char** argv);
+
+/// The user whose server this process reaches; empty without a server. On a board only of the
+/// development server.
+[[nodiscard]] std::optional<uid_t> serverOwner();
 
 /// Warns on stderr when the server belongs to a user who is neither root nor this one.
 void warnOfForeignServer();

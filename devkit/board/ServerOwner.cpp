@@ -42,22 +42,31 @@ int connectTo(const std::string& name) {
     return -1;
 }
 
-std::string warningOf(int connection) {
+/// A connection to the server, -1 without one. Without a control socket it is not the development
+/// server, or another user has taken only the clients' name.
+int connectToServer(const std::string& instance, CheckedSockets sockets) {
+    const std::string suffix = instance.empty() ? "" : "." + instance;
+    const int control = connectTo(CONTROL_SOCKET + suffix);
+    if (control >= 0 || sockets == CheckedSockets::ControlOnly) return control;
+    return connectTo(SERVER_SOCKET + suffix);
+}
+
+}  // namespace
+
+std::string warningOfForeignServer(const std::string& instance, CheckedSockets sockets) {
+    const int connection = connectToServer(instance, sockets);
     if (connection < 0) return {};
     std::string warning = warningOfForeignServer(connection);
     close(connection);
     return warning;
 }
 
-}  // namespace
-
-std::string warningOfForeignServer(const std::string& instance, CheckedSockets sockets) {
-    const std::string suffix = instance.empty() ? "" : "." + instance;
-    const int control = connectTo(CONTROL_SOCKET + suffix);
-    if (control >= 0 || sockets == CheckedSockets::ControlOnly) return warningOf(control);
-    // Without a control socket it is not the development server, or another user has taken only the
-    // clients' name.
-    return warningOf(connectTo(SERVER_SOCKET + suffix));
+std::optional<uid_t> ownerOfServer(const std::string& instance, CheckedSockets sockets) {
+    const int connection = connectToServer(instance, sockets);
+    if (connection < 0) return {};
+    const std::optional<uid_t> owner = ownerOf(connection);
+    close(connection);
+    return owner;
 }
 
 std::string warningOfForeignServer(int connection) {

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <sys/types.h>
+
+#include <optional>
 #include <string>
 
 namespace cabinaudio::board {
@@ -21,7 +24,10 @@ enum class CheckedSockets { ControlOnly, Both };
 ///         has already got the line
 std::string warningOfForeignServer(const std::string& instance, CheckedSockets sockets);
 
-/// The same for a connection to the server.
+/// The server's user, found in the same way; empty without a server.
+std::optional<uid_t> ownerOfServer(const std::string& instance, CheckedSockets sockets);
+
+/// Like warningOfForeignServer(), for a connection to the server.
 std::string warningOfForeignServer(int connection);
 
 }  // namespace cabinaudio::board

@@ -5,39 +5,68 @@
 #include "tools/ServerQuery.h"
 #include "tools/Terminal.h"
 #include "tools/doctor/Check.h"
+#include "tools/doctor/ServerState.h"
+#include "tools/doctor/SoundChecks.h"
 
 #include <unistd.h>
 
 #include <algorithm>
+#include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace cabinaudio::tool {
 
 namespace {
 
-std::vector<Check> examine(const DoctorOptions& options) {
-    const ServerQuery query = queryServer(options.timeout);
-    return {checkServer(query, options.timeout),
-            checkRealTime(),
-            checkLogLibrary(),
-            checkSharedMemory(),
-            checkPhysicalMemory(),
-            checkCache(),
-            checkCLibrary(),
-            checkDescriptors(options.closedDescriptors),
-            checkVersions(query)};
+void append(std::vector<Check> more, std::vector<Check>& checks) {
+    std::move(more.begin(), more.end(), std::back_inserter(checks));
 }
 
-std::string mark(bool ok, bool colour) {
-    const std::string word = ok ? "ok  " : "FAIL";
+/// Only of a server that answers.
+std::vector<Check> examineSound(std::chrono::milliseconds timeout, const std::string& instance) {
+    ServerState server = readState(timeout);
+    server.instance = instance;
+    server.settings = readSettings(timeout);
+    std::vector<Check> checks = {
+        checkOutput(server),  checkOutputErrors(server),
+        checkMutes(server),   checkVolumes(server),
+        checkSources(server), checkRings(server, [timeout] {
+                                                                      return readState(timeout); }),
+        checkRates(server)};
+    append(checkStreams(server), checks);
+    return checks;
+}
+
+std::vector<Check> examine(const DoctorOptions& options, const CommonOptions& common) {
+    const ServerQuery query = queryServer(options.timeout);
+    std::vector<Check> checks = {checkServer(query, options.timeout)};
+    if (query.reach != Reach::NoServer) checks.push_back(checkServerUser(query));
+    if (query.reach == Reach::Answered)
+        append(examineSound(options.timeout, common.instance), checks);
+    append({checkRealTime(), checkLogLibrary(), checkSharedMemory(), checkPhysicalMemory(),
+            checkCache(), checkCLibrary(), checkDescriptors(options.closedDescriptors),
+            checkVersions(query)},
+           checks);
+    return checks;
+}
+
+const char* levelOf(const Check& check) {
+    if (!check.ok) return "failed";
+    return check.warning ? "warning" : "ok";
+}
+
+std::string mark(const Check& check, bool colour) {
+    const std::string word = !check.ok ? "FAIL" : check.warning ? "warn" : "ok  ";
     if (!colour) return word;
-    return (ok ? "\033[32m" : "\033[31m") + word + "\033[0m";
+    const char* const code = !check.ok ? "\033[31m" : check.warning ? "\033[33m" : "\033[32m";
+    return code + word + "\033[0m";
 }
 
 std::string line(const Check& check, bool colour) {
     constexpr std::size_t NAME_WIDTH = 17;
-    std::string text = mark(check.ok, colour) + "  " + check.name;
+    std::string text = mark(check, colour) + "  " + check.name;
     text.append(NAME_WIDTH - std::min(NAME_WIDTH, check.name.size()), ' ');
     text += text::printable(check.detail);
     if (!check.cure.empty()) text += " -> " + text::printable(check.cure);
@@ -45,7 +74,8 @@ std::string line(const Check& check, bool colour) {
 }
 
 Json toJson(const Check& check) {
-    Json json = {{"name", check.name}, {"ok", check.ok}, {"value", check.value}};
+    Json json = {
+        {"name", check.name}, {"ok", check.ok}, {"level", levelOf(check)}, {"value", check.value}};
     json.update(check.more);
     json["detail"] = check.detail;
     json["cure"] = nullptr;
@@ -69,7 +99,7 @@ void print(const std::vector<Check>& checks, bool json) {
 }  // namespace
 
 ExitCode run(const DoctorOptions& options, const CommonOptions& common) {
-    const std::vector<Check> checks = examine(options);
+    const std::vector<Check> checks = examine(options, common);
     print(checks, common.json);
     const bool fine =
         std::all_of(checks.begin(), checks.end(), [](const Check& check) { return check.ok; });
