@@ -93,8 +93,8 @@ std::string boardInstance() {
     return instance != nullptr ? instance : "";
 }
 
-std::optional<uid_t> serverOwner() {
-    return board::ownerOfServer("", checkedSockets());
+std::optional<ServerProcess> serverProcess() {
+    return board::processOfServer("", checkedSockets());
 }
 
 void warnOfForeignServer() {

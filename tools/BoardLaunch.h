@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "devkit/board/ServerOwner.h"
 #include "tools/CommonOptions.h"
 #include "tools/StandardDescriptors.h"
-
-#include <sys/types.h>
 
 #include <optional>
 #include <string>
@@ -37,9 +36,11 @@ struct Devices {
 /// @throws Failure when the stand-in is needed but unavailable
 void enterBoard(const Start& start, const CommonOptions& options, char** argv);
 
-/// The user whose server this process reaches; empty without a server. On a board only of the
-/// development server.
-[[nodiscard]] std::optional<uid_t> serverOwner();
+using board::ServerProcess;
+
+/// The server that this process reaches; empty without a server. On a board only the development
+/// server.
+[[nodiscard]] std::optional<ServerProcess> serverProcess();
 
 /// Warns on stderr when the server belongs to a user who is neither root nor this one.
 void warnOfForeignServer();

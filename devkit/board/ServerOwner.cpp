@@ -20,11 +20,11 @@ namespace {
 constexpr char WARNED_VARIABLE[] = "CABINAUDIO_WARNED_OF_USER";
 
 /// The owner of the listening socket; available before the server accepts, and when it refuses.
-std::optional<uid_t> ownerOf(int connection) {
+std::optional<ServerProcess> ownerOf(int connection) {
     ucred credentials = {};
     socklen_t size = sizeof credentials;
     if (getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) return {};
-    return credentials.uid;
+    return ServerProcess{credentials.uid, credentials.pid};
 }
 
 /// -1 when no socket listens under the name.
@@ -61,18 +61,18 @@ std::string warningOfForeignServer(const std::string& instance, CheckedSockets s
     return warning;
 }
 
-std::optional<uid_t> ownerOfServer(const std::string& instance, CheckedSockets sockets) {
+std::optional<ServerProcess> processOfServer(const std::string& instance, CheckedSockets sockets) {
     const int connection = connectToServer(instance, sockets);
     if (connection < 0) return {};
-    const std::optional<uid_t> owner = ownerOf(connection);
+    const std::optional<ServerProcess> owner = ownerOf(connection);
     close(connection);
     return owner;
 }
 
 std::string warningOfForeignServer(int connection) {
-    const std::optional<uid_t> owner = ownerOf(connection);
-    if (!owner || *owner == 0 || *owner == geteuid()) return {};
-    const std::string user = std::to_string(*owner);
+    const std::optional<ServerProcess> owner = ownerOf(connection);
+    if (!owner || owner->user == 0 || owner->user == geteuid()) return {};
+    const std::string user = std::to_string(owner->user);
     const char* const warned = std::getenv(WARNED_VARIABLE);
     if (warned != nullptr && user == warned) return {};
     setenv(WARNED_VARIABLE, user.c_str(), 1);

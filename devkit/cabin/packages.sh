@@ -19,6 +19,7 @@ build   libavcodec-dev               uplink in AAC: server
 build   libavformat-dev              its LOAS framing
 build   libavutil-dev                both need it
 build   libogg-dev                   container of recorded Opus
+build   libarchive-dev               reports of the tool
 build   libcli11-dev                 command lines of server and tool
 build   nlohmann-json3-dev           JSON of server and tool
 build   libasound2-dev               server output "alsa"
@@ -46,6 +47,7 @@ armhf   libasound2-dev:armhf
 armhf   libopus-dev:armhf
 armhf   libsbc-dev:armhf
 armhf   libogg-dev:armhf
+armhf   libarchive-dev:armhf
 armhf   qemu-user                    runs the target's programs here
 vm      qemu-system-arm              a machine of the target
 vm      cpio                         its files

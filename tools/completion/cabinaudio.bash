@@ -46,7 +46,7 @@ _cabinaudio() {
     fi
     case $before in
         --instance | --timeout | --interval | --count) return ;;
-        --log | --file)
+        --log | --file | --report)
             mapfile -t COMPREPLY < <(compgen -f -- "$word")
             return
             ;;

@@ -59,7 +59,7 @@ _cabinaudio() {
     fi
     case $before in
         --instance | --timeout | --interval | --count) return 1 ;;
-        --log | --file)
+        --log | --file | --report)
             _files
             return
             ;;

@@ -5,6 +5,7 @@
 #include "tools/ServerQuery.h"
 #include "tools/Terminal.h"
 #include "tools/doctor/Check.h"
+#include "tools/doctor/Report.h"
 #include "tools/doctor/ServerState.h"
 #include "tools/doctor/SoundChecks.h"
 
@@ -24,32 +25,35 @@ void append(std::vector<Check> more, std::vector<Check>& checks) {
     std::move(more.begin(), more.end(), std::back_inserter(checks));
 }
 
-/// Only of a server that answers.
-std::vector<Check> examineSound(std::chrono::milliseconds timeout, const std::string& instance) {
-    ServerState server = readState(timeout);
-    server.instance = instance;
-    server.settings = readSettings(timeout);
-    std::vector<Check> checks = {
-        checkOutput(server),  checkOutputErrors(server),
-        checkMutes(server),   checkVolumes(server),
-        checkSources(server), checkRings(server, [timeout] {
-                                                                      return readState(timeout); }),
-        checkRates(server)};
-    append(checkStreams(server), checks);
-    return checks;
+struct Examination {
+    ServerQuery query;
+    ServerState server = {};  // empty unless it answers
+    std::vector<Check> checks = {};
+};
+
+void examineSound(std::chrono::milliseconds timeout, const std::string& instance,
+                  Examination& all) {
+    all.server = readState(timeout);
+    all.server.settings = readSettings(timeout);
+    all.server.instance = instance;
+    const ServerState& server = all.server;
+    append({checkOutput(server), checkOutputErrors(server), checkMutes(server),
+            checkVolumes(server), checkSources(server),
+            checkRings(server, [timeout] { return readState(timeout); }), checkRates(server)},
+           all.checks);
+    append(checkStreams(server), all.checks);
 }
 
-std::vector<Check> examine(const DoctorOptions& options, const CommonOptions& common) {
-    const ServerQuery query = queryServer(options.timeout);
-    std::vector<Check> checks = {checkServer(query, options.timeout)};
-    if (query.reach != Reach::NoServer) checks.push_back(checkServerUser(query));
-    if (query.reach == Reach::Answered)
-        append(examineSound(options.timeout, common.instance), checks);
+Examination examine(const DoctorOptions& options, const CommonOptions& common) {
+    Examination all{queryServer(options.timeout)};
+    all.checks.push_back(checkServer(all.query, options.timeout));
+    if (all.query.reach != Reach::NoServer) all.checks.push_back(checkServerUser(all.query));
+    if (all.query.reach == Reach::Answered) examineSound(options.timeout, common.instance, all);
     append({checkRealTime(), checkLogLibrary(), checkSharedMemory(), checkPhysicalMemory(),
             checkCache(), checkCLibrary(), checkDescriptors(options.closedDescriptors),
-            checkVersions(query)},
-           checks);
-    return checks;
+            checkVersions(all.query)},
+           all.checks);
+    return all;
 }
 
 const char* levelOf(const Check& check) {
@@ -83,26 +87,63 @@ Json toJson(const Check& check) {
     return json;
 }
 
+Json toJson(const std::vector<Check>& checks) {
+    Json array = Json::array();
+    for (const Check& check : checks)
+        array.push_back(toJson(check));
+    return array;
+}
+
+std::string textOf(const std::vector<Check>& checks, bool colour) {
+    std::string text;
+    for (const Check& check : checks)
+        text += line(check, colour) + "\n";
+    return text;
+}
+
 void print(const std::vector<Check>& checks, bool json) {
     if (json) {
-        Json array = Json::array();
-        for (const Check& check : checks)
-            array.push_back(toJson(check));
-        printJson(array);
+        printJson(toJson(checks));
         return;
     }
-    const bool colour = mayColour(STDOUT_FILENO);
-    for (const Check& check : checks)
-        say(line(check, colour));
+    std::string text = textOf(checks, mayColour(STDOUT_FILENO));
+    text.pop_back();  // the last line's end
+    say(text);
+}
+
+/// The user must know the content before the report leaves the machine.
+void printContent(const std::string& file, const std::vector<Member>& members, bool json) {
+    if (json) {
+        Json list = Json::array();
+        for (const Member& member : members)
+            list.push_back({{"name", member.name},
+                            {"bytes", member.content.size()},
+                            {"content", member.what}});
+        printJson({{"report", file}, {"members", list}});
+        return;
+    }
+    say(text::printable(file) + ", for your ticket, contains:");
+    for (const Member& member : members)
+        say("  " + member.name + ", " + std::to_string(member.content.size()) +
+            " bytes: " + text::printable(member.what));
+}
+
+void report(const Examination& all, const DoctorOptions& options, const CommonOptions& common) {
+    const std::vector<Member> members = membersOf(
+        {all.query, all.server, textOf(all.checks, false), toJson(all.checks)}, common.logFile);
+    writeReport(options.reportFile, archiveOf("cabinaudio-report", members));
+    printContent(options.reportFile, members, common.json);
 }
 
 }  // namespace
 
 ExitCode run(const DoctorOptions& options, const CommonOptions& common) {
-    const std::vector<Check> checks = examine(options, common);
-    print(checks, common.json);
-    const bool fine =
-        std::all_of(checks.begin(), checks.end(), [](const Check& check) { return check.ok; });
+    if (!options.reportFile.empty()) requireAbsent(options.reportFile);
+    const Examination all = examine(options, common);
+    print(all.checks, common.json);
+    if (!options.reportFile.empty()) report(all, options, common);
+    const bool fine = std::all_of(all.checks.begin(), all.checks.end(),
+                                  [](const Check& check) { return check.ok; });
     return fine ? ExitCode::Done : ExitCode::Failed;
 }
 

@@ -87,21 +87,22 @@ Check checkServer(const ServerQuery& query, std::chrono::milliseconds bound) {
 
 Check checkServerUser(const ServerQuery& query) {
     Check check{"server_user", true};
-    const std::optional<uid_t> owner = serverOwner();
-    if (!owner) {
+    const std::optional<ServerProcess> server = serverProcess();
+    if (!server) {
         check.detail = "the server does not tell its user; cabinaudio-server does";
         return check;
     }
-    check.value = userName(*owner);
-    check.more = {{"user_number", *owner}};
-    if (*owner == geteuid()) {
-        check.detail = "the server is this user's, " + userName(*owner);
+    const uid_t owner = server->user;
+    check.value = userName(owner);
+    check.more = {{"user_number", owner}};
+    if (owner == geteuid()) {
+        check.detail = "the server is this user's, " + userName(owner);
         return check;
     }
     check.ok = query.reach != Reach::Refused;
-    check.warning = check.ok && *owner != 0;
+    check.warning = check.ok && owner != 0;
     check.detail =
-        "the server belongs to user " + userName(*owner) + ", this is user " + userName(geteuid());
+        "the server belongs to user " + userName(owner) + ", this is user " + userName(geteuid());
     if (check.ok && !check.warning) return check;
     check.detail +=
         check.ok ? ", whose sound the other user can hear and change" : ", who may not use it";
