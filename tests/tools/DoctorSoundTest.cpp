@@ -417,6 +417,34 @@ TEST(DoctorOfOutput, WarnsOfErrorsAndOfAnOutputToNothing) {
               "2 in the last minute, 3 since the start; the last one: EPIPE");
 }
 
+/// 16-bit stereo whose ring of eight periods has room for half a period.
+json fullStream(const std::string& name, const std::string& state) {
+    return {{"name", name},   {"tag", "auxiliary"}, {"state", state},        {"underruns", 0},
+            {"frames", 4711}, {"rate_hz", 48000},   {"channels", 2},         {"bits", 16},
+            {"process", 42},  {"program", "radio"}, {"queued_frames", 5760}, {"ring_bytes", 24576}};
+}
+
+TEST(DoctorOfFullRings, NamesAStoppedStream) {
+    const StateServer server(OPEN_OUTPUT, json::array({fullStream("song", "idle")}));
+    const json rings = checkNamed(examinedQuickly(), "rings");
+    EXPECT_EQ(rings["level"], "warning");
+    EXPECT_EQ(rings["detail"], "song (program radio, process 42) is stopped with a full ring");
+}
+
+TEST(DoctorOfFullRings, NamesAStreamThatTheServerDoesNotPlay) {
+    const StateServer server(OPEN_OUTPUT, json::array({fullStream("song", "active")}));
+    const json rings = checkNamed(examinedQuickly(), "rings");
+    EXPECT_EQ(rings["level"], "warning");
+    EXPECT_EQ(rings["detail"], "the server takes nothing from song (program radio, process 42)");
+}
+
+TEST(DoctorOfFullRings, AcceptsARingWithRoomForAPeriod) {
+    json stream = fullStream("song", "idle");
+    stream["queued_frames"] = 5375;  // one frame more than a period is free
+    const StateServer server(OPEN_OUTPUT, json::array({stream}));
+    EXPECT_EQ(checkNamed(examinedQuickly(), "rings")["level"], "ok");
+}
+
 /// As on a head unit.
 TEST(DoctorOfAServerWithoutControlSocket, ReadsItsSettingsAndNeedsTheStateForTheRest) {
     ScriptedServer server;
