@@ -27,7 +27,6 @@ namespace cabinaudio::test {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::ElementsAre;
 
 constexpr int RATE = 48000;
 constexpr sf_count_t LONG = 30 * RATE;  // frames: longer than any test plays
@@ -117,6 +116,20 @@ TEST_F(DoctorOfSound, NamesTheInstanceOfTheCommandLineInItsCures) {
               "cabinaudio set --instance " + instance + " mute.main=off");
 }
 
+TEST_F(DoctorOfSound, PrintsALineForEachStreamAndFailsWhenOneIsNotHeard) {
+    set({"volume.track.auxiliary.a=-103.5dB"});
+    play("auxiliary", "a");
+    const Outcome outcome = runExpecting(1, {"doctor"});
+    EXPECT_THAT(outcome.err, IsEmpty());
+    EXPECT_THAT(linesOf(outcome.out),
+                testing::IsSupersetOf(
+                    {"ok    streams          one is running",
+                     "warn  volumes          volume.track.auxiliary.a=-103.5dB -> cabinaudio set "
+                     "volume.track.auxiliary.a=0dB",
+                     "FAIL  stream           a: stream silent, type 0 dB: not heard -> cabinaudio "
+                     "set volume.track.auxiliary.a=0dB"}));
+}
+
 // ---- The table of situations --------------------------------------------------------------------
 
 namespace {
@@ -145,11 +158,15 @@ TEST_P(SoundOf, OneStreamIsFollowedToTheLoudspeakers) {
         writeConstant(file(situation.sound), situation.sound == "left.wav" ? 0.5 : 0.0, 0.0);
     set(situation.settings);
     play(situation.tag, "a", situation.sound);
-    const Outcome outcome = runTool({"doctor"});
-    EXPECT_THAT(outcome.out, HasSubstr("  stream           " + situation.line));
+    Outcome outcome;
+    json check;
+    // A player that gets no time for a while lets its ring run empty.
+    EXPECT_TRUE(eventually([&] {
+        outcome = runTool({"doctor", "--json"});
+        check = checkOfStream(jsonOf(outcome), "a");
+        return check["detail"] == situation.line;
+    })) << check;
     EXPECT_EQ(outcome.exitCode, situation.level == "failed" ? 1 : 0) << outcome.text();
-    const json check = checkOfStream(examined(), "a");
-    EXPECT_EQ(check["detail"], situation.line);
     EXPECT_EQ(check["level"], situation.level);
     EXPECT_EQ(check["ok"], situation.level != "failed");
     EXPECT_EQ(check["value"], situation.value);
@@ -252,11 +269,15 @@ TEST_F(DoctorOfSound, NamesThePromptThatDucks) {
     set({"ducking.mode=1", "ducking.target=-103.5dB"});
     play("main", "radio");
     play("alternative", "turn left");
-    ASSERT_TRUE(eventually([&] { return streamOf("radio").at("heard_db").is_null(); }));
-    const json checks = examined();
-    const json radio = checkOfStream(checks, "radio");
-    EXPECT_EQ(radio["detail"],
-              "radio: stream 0 dB, type 0 dB, ducking silent by turn left: not heard");
+    json checks;
+    json radio;
+    // Only while the prompt has data.
+    EXPECT_TRUE(eventually([&] {
+        checks = examined();
+        radio = checkOfStream(checks, "radio");
+        return radio["detail"] ==
+               "radio: stream 0 dB, type 0 dB, ducking silent by turn left: not heard";
+    })) << radio;
     EXPECT_EQ(radio["lost_at"], "ducking");
     EXPECT_EQ(radio["cure"], "cabinaudio set ducking.target=0dB");
     EXPECT_EQ(checkOfStream(checks, "turn left")["level"], "ok");
