@@ -438,6 +438,14 @@ TEST(DoctorOfOutput, WarnsOfErrorsAndOfAnOutputToNothing) {
               "2 in the last minute, 3 since the start; the last one: EPIPE");
 }
 
+TEST(DoctorOfAStrangeState, FailsAndMakesItsOtherChecks) {
+    const StateServer server(OPEN_OUTPUT, json::array({5}));
+    const json checks = examinedQuickly();
+    EXPECT_EQ(checkNamed(checks, "state")["value"], "unreadable");
+    EXPECT_EQ(checkNamed(checks, "state")["level"], "failed");
+    EXPECT_EQ(checkNamed(checks, "versions")["level"], "ok");
+}
+
 /// 16-bit stereo whose ring of eight periods has room for half a period.
 json fullStream(const std::string& name, const std::string& state) {
     return {{"name", name},   {"tag", "auxiliary"}, {"state", state},        {"underruns", 0},

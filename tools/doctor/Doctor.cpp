@@ -31,17 +31,29 @@ struct Examination {
     std::vector<Check> checks = {};
 };
 
+std::vector<Check> checkSound(const ServerState& server, std::chrono::milliseconds timeout) {
+    std::vector<Check> checks = {
+        checkOutput(server),  checkOutputErrors(server),
+        checkMutes(server),   checkVolumes(server),
+        checkSources(server), checkRings(server, [timeout] { return readState(timeout); }),
+        checkRates(server)};
+    append(checkStreams(server), checks);
+    return checks;
+}
+
+/// Only of a server that answers.
 void examineSound(std::chrono::milliseconds timeout, const std::string& instance,
                   Examination& all) {
     all.server = readState(timeout);
     all.server.settings = readSettings(timeout);
     all.server.instance = instance;
-    const ServerState& server = all.server;
-    append({checkOutput(server), checkOutputErrors(server), checkMutes(server),
-            checkVolumes(server), checkSources(server),
-            checkRings(server, [timeout] { return readState(timeout); }), checkRates(server)},
-           all.checks);
-    append(checkStreams(server), all.checks);
+    try {
+        append(checkSound(all.server, timeout), all.checks);
+    } catch (const Json::exception& error) {
+        all.checks.push_back({"state", false, "unreadable",
+                              std::string("the server's state cannot be read: ") + error.what(),
+                              "install server and tool of one version"});
+    }
 }
 
 Examination examine(const DoctorOptions& options, const CommonOptions& common) {
