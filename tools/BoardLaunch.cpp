@@ -65,6 +65,10 @@ std::string descriptorList(const ClosedDescriptors& closed) {
                   "; start this program through cabinaudio-run yourself, or use --no-board");
 }
 
+board::CheckedSockets checkedSockets() {
+    return boardIsActive() ? board::CheckedSockets::Both : board::CheckedSockets::ControlOnly;
+}
+
 }  // namespace
 
 Start noteStart() {
@@ -89,10 +93,13 @@ std::string boardInstance() {
     return instance != nullptr ? instance : "";
 }
 
+std::optional<ServerProcess> serverProcess() {
+    return board::processOfServer("", checkedSockets());
+}
+
 void warnOfForeignServer() {
     // The stand-in appends the instance's name to the socket's name.
-    const std::string warning = board::warningOfForeignServer(
-        "", boardIsActive() ? board::CheckedSockets::Both : board::CheckedSockets::ControlOnly);
+    const std::string warning = board::warningOfForeignServer("", checkedSockets());
     if (!warning.empty()) complain(warning);
 }
 

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "devkit/board/ServerOwner.h"
 #include "tools/CommonOptions.h"
 #include "tools/StandardDescriptors.h"
 
+#include <optional>
 #include <string>
 
 namespace cabinaudio::tool {
@@ -33,6 +35,12 @@ struct Devices {
 /// devices exist, or if the options forbid it.
 /// @throws Failure when the stand-in is needed but unavailable
 void enterBoard(const Start& start, const CommonOptions& options, char** argv);
+
+using board::ServerProcess;
+
+/// The server that this process reaches; empty without a server. On a board only the development
+/// server.
+[[nodiscard]] std::optional<ServerProcess> serverProcess();
 
 /// Warns on stderr when the server belongs to a user who is neither root nor this one.
 void warnOfForeignServer();

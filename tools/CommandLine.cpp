@@ -17,6 +17,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <string_view>
 
 namespace cabinaudio::tool {
 
@@ -43,6 +44,12 @@ std::string argumentFault(const std::string& name) {
     if (name.empty() || name.size() > 63) return "must have 1 to 63 characters";
     if (name.find('\n') != std::string::npos) return "must not contain a line end";
     return "";
+}
+
+std::string reportFault(const std::string& file) {
+    constexpr std::string_view END = ".tar.gz";
+    if (file.size() > END.size() && std::string_view(file).ends_with(END)) return "";
+    return "must be a file name that ends in .tar.gz";
 }
 
 CLI::Validator oneOf(const std::vector<std::string>& names) {
@@ -490,6 +497,12 @@ void addVersion(CLI::App& app, VersionOptions& options, CommonOptions& common) {
 void addDoctor(CLI::App& app, DoctorOptions& options, CommonOptions& common) {
     CLI::App& command =
         *app.add_subcommand("doctor", "Check for causes of missing sound, and name the remedies");
+    command
+        .add_option("--report", options.reportFile,
+                    "Pack findings, versions, state, settings and logs for a ticket\ninto a new "
+                    "file, and list what is in it")
+        ->type_name("FILE.tar.gz")
+        ->check(check(reportFault, "report"));
     addTimeout(command, options.timeout, "Time limit for the server's answer");
     addCommon(command, common);
 }

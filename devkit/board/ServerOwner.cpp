@@ -20,11 +20,11 @@ namespace {
 constexpr char WARNED_VARIABLE[] = "CABINAUDIO_WARNED_OF_USER";
 
 /// The owner of the listening socket; available before the server accepts, and when it refuses.
-std::optional<uid_t> ownerOf(int connection) {
+std::optional<ServerProcess> ownerOf(int connection) {
     ucred credentials = {};
     socklen_t size = sizeof credentials;
     if (getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) return {};
-    return credentials.uid;
+    return ServerProcess{credentials.uid, credentials.pid};
 }
 
 /// -1 when no socket listens under the name.
@@ -42,28 +42,37 @@ int connectTo(const std::string& name) {
     return -1;
 }
 
-std::string warningOf(int connection) {
+/// A connection to the server, -1 without one. Without a control socket it is not the development
+/// server, or another user has taken only the clients' name.
+int connectToServer(const std::string& instance, CheckedSockets sockets) {
+    const std::string suffix = instance.empty() ? "" : "." + instance;
+    const int control = connectTo(CONTROL_SOCKET + suffix);
+    if (control >= 0 || sockets == CheckedSockets::ControlOnly) return control;
+    return connectTo(SERVER_SOCKET + suffix);
+}
+
+}  // namespace
+
+std::string warningOfForeignServer(const std::string& instance, CheckedSockets sockets) {
+    const int connection = connectToServer(instance, sockets);
     if (connection < 0) return {};
     std::string warning = warningOfForeignServer(connection);
     close(connection);
     return warning;
 }
 
-}  // namespace
-
-std::string warningOfForeignServer(const std::string& instance, CheckedSockets sockets) {
-    const std::string suffix = instance.empty() ? "" : "." + instance;
-    const int control = connectTo(CONTROL_SOCKET + suffix);
-    if (control >= 0 || sockets == CheckedSockets::ControlOnly) return warningOf(control);
-    // Without a control socket it is not the development server, or another user has taken only the
-    // clients' name.
-    return warningOf(connectTo(SERVER_SOCKET + suffix));
+std::optional<ServerProcess> processOfServer(const std::string& instance, CheckedSockets sockets) {
+    const int connection = connectToServer(instance, sockets);
+    if (connection < 0) return {};
+    const std::optional<ServerProcess> owner = ownerOf(connection);
+    close(connection);
+    return owner;
 }
 
 std::string warningOfForeignServer(int connection) {
-    const std::optional<uid_t> owner = ownerOf(connection);
-    if (!owner || *owner == 0 || *owner == geteuid()) return {};
-    const std::string user = std::to_string(*owner);
+    const std::optional<ServerProcess> owner = ownerOf(connection);
+    if (!owner || owner->user == 0 || owner->user == geteuid()) return {};
+    const std::string user = std::to_string(owner->user);
     const char* const warned = std::getenv(WARNED_VARIABLE);
     if (warned != nullptr && user == warned) return {};
     setenv(WARNED_VARIABLE, user.c_str(), 1);

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <sys/types.h>
+
+#include <optional>
 #include <string>
 
 namespace cabinaudio::board {
@@ -21,7 +24,16 @@ enum class CheckedSockets { ControlOnly, Both };
 ///         has already got the line
 std::string warningOfForeignServer(const std::string& instance, CheckedSockets sockets);
 
-/// The same for a connection to the server.
+/// The process that listens on a server's socket.
+struct ServerProcess {
+    uid_t user;
+    pid_t process;  // 0 if it is of another name space
+};
+
+/// The server's process, found in the same way; empty without a server.
+std::optional<ServerProcess> processOfServer(const std::string& instance, CheckedSockets sockets);
+
+/// Like warningOfForeignServer(), for a connection to the server.
 std::string warningOfForeignServer(int connection);
 
 }  // namespace cabinaudio::board

@@ -20,6 +20,7 @@ build   libavformat-dev              its LOAS framing
 build   libavutil-dev                both need it
 build   libogg-dev                   container of recorded Opus
 build   libflac-dev                  FLAC from pipes: player
+build   libarchive-dev               reports of the tool
 build   libcli11-dev                 command lines of server and tool
 build   nlohmann-json3-dev           JSON of server and tool
 build   libncurses-dev               screen of the tool's top
@@ -59,6 +60,7 @@ armhf   libogg-dev:armhf
 armhf   libflac-dev:armhf
 armhf   libncursesw6:armhf           its libncurses-dev needs the C library's own headers
 armhf   libtinfo6:armhf
+armhf   libarchive-dev:armhf
 armhf   qemu-user                    runs the target's programs here
 vm      qemu-system-arm              a machine of the target
 vm      cpio                         its files

@@ -15,6 +15,7 @@
 
 #include <array>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -49,6 +50,12 @@ std::string take(const std::string& name) {
     return "listens";
 }
 
+json serverUserIn(const std::string& checks) {
+    for (const json& check : json::parse(checks))
+        if (check["name"] == "server_user") return check;
+    return nullptr;
+}
+
 class AnotherUsersServer : public testing::Test {
 protected:
     void SetUp() override {
@@ -77,6 +84,20 @@ TEST_F(AnotherUsersServer, CausesAWarningForAClient) {
     const Outcome result = runExpecting(0, {"version", "--json"});
     EXPECT_TRUE(json::parse(result.out).is_object());
     EXPECT_THAT(result.err, MatchesRegex(WARNING));
+}
+
+TEST_F(AnotherUsersServer, IsNamedByTheDoctorWithACure) {
+    ScriptedServer server;
+    server.on(AUDIO_CONNECT_VERSION_SETTING,
+              static_cast<std::uint32_t>(wire::VersionFunction::GetServerVersions),
+              Answer::words(0, 2, 24, 7, 1, 2, 3, 99));
+    const json check = serverUserIn(runTool({"doctor", "--json", "--timeout", "0.5"}).out);
+    EXPECT_EQ(check["level"], "warning");
+    EXPECT_EQ(check["user_number"], 65534);
+    EXPECT_THAT(check["detail"].get<std::string>(),
+                MatchesRegex("the server belongs to user [a-z0-9]+, this is user root, whose sound "
+                             "the other user can hear and change"));
+    EXPECT_THAT(check["cure"].get<std::string>(), HasSubstr("cabinaudio-server --instance"));
 }
 
 TEST_F(AnotherUsersServer, CausesOneWarningFromLauncherAndTool) {
@@ -131,6 +152,27 @@ TEST(RefusedTool, PrintsTheReasonOfTheServer) {
     });
     if (said == "no access") GTEST_SKIP() << "others may not run " << toolPath();
     EXPECT_EQ(said, "1 cabinaudio: user 65534 may not use this server; it runs as user 0\n");
+}
+
+TEST(RefusedTool, LearnsFromTheDoctorWhoseServerItIs) {
+    if (!mayBecomeAnotherUser()) GTEST_SKIP() << "only root can be another user";
+    if (toolIsEmulated()) GTEST_SKIP() << "others may not run the emulator's launcher";
+    const RealServer server;
+    const std::string said = asUser(User{}, [] {
+        if (access(toolPath().c_str(), X_OK) != 0) return std::string("no access");
+        const Outcome result = runTool({"doctor", "--json"});
+        // The check of physical memory makes this user's, which no server removes.
+        const char* const instance = std::getenv("CABINAUDIO_INSTANCE");
+        if (instance != nullptr)
+            std::filesystem::remove("/dev/shm/cabinaudio-physmem-" + std::to_string(getuid()) +
+                                    "-" + instance);
+        return std::to_string(result.exitCode) + serverUserIn(result.out).dump();
+    });
+    if (said == "no access") GTEST_SKIP() << "others may not run " << toolPath();
+    EXPECT_THAT(said, StartsWith("1{"));
+    EXPECT_THAT(said, HasSubstr("the server belongs to user root, this is user "));
+    EXPECT_THAT(said, HasSubstr(", who may not use it"));
+    EXPECT_THAT(said, HasSubstr("--allow-group"));
 }
 
 }  // namespace cabinaudio::test

@@ -5,7 +5,12 @@
 #include "tools/ServerSocket.h"
 #include "tools/doctor/Check.h"
 
+#include <pwd.h>
+#include <unistd.h>
+
+#include <array>
 #include <cstdio>
+#include <optional>
 
 namespace cabinaudio::tool {
 
@@ -20,6 +25,15 @@ std::string milliseconds(std::chrono::microseconds duration) {
     char text[32];
     std::snprintf(text, sizeof text, "%.1f ms", static_cast<double>(duration.count()) / 1000);
     return text;
+}
+
+std::string userName(uid_t user) {
+    std::array<char, 4096> buffer;
+    struct passwd entry = {};
+    struct passwd* found = nullptr;
+    if (getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr)
+        return found->pw_name;
+    return std::to_string(user);
 }
 
 }  // namespace
@@ -68,6 +82,33 @@ Check checkServer(const ServerQuery& query, std::chrono::milliseconds bound) {
             check.cure = "look at 'cabinaudio version -v'; report it with a core file";
             break;
     }
+    return check;
+}
+
+Check checkServerUser(const ServerQuery& query) {
+    Check check{"server_user", true};
+    const std::optional<ServerProcess> server = serverProcess();
+    if (!server) {
+        check.detail = "the server does not tell its user; cabinaudio-server does";
+        return check;
+    }
+    const uid_t owner = server->user;
+    check.value = userName(owner);
+    check.more = {{"user_number", owner}};
+    if (owner == geteuid()) {
+        check.detail = "the server is this user's, " + userName(owner);
+        return check;
+    }
+    check.ok = query.reach != Reach::Refused;
+    check.warning = check.ok && owner != 0;
+    check.detail =
+        "the server belongs to user " + userName(owner) + ", this is user " + userName(geteuid());
+    if (check.ok && !check.warning) return check;
+    check.detail +=
+        check.ok ? ", whose sound the other user can hear and change" : ", who may not use it";
+    check.cure =
+        "start your own with a name, cabinaudio-server --instance mine &, and use --instance mine; "
+        "or let its user start it with --allow-group or --allow-all";
     return check;
 }
 

@@ -16,8 +16,8 @@ public:
 
     /// @param frame  position of the samples, never before those of an earlier call
     void add(std::uint64_t frame, float peak) {
-        Slot& slot = mSlots[frame / mSlotFrames % mSlots.size()];
         const std::uint64_t number = frame / mSlotFrames;
+        Slot& slot = mSlots[static_cast<std::size_t>(number % mSlots.size())];
         slot = {number, slot.number == number ? std::max(slot.peak, peak) : peak};
     }
 
