@@ -31,7 +31,7 @@ std::string subjectOf(const ListenOptions& options) {
 Json toJson(const ListenReport& report, const ListenOptions& options) {
     const RecordFormat& format = report.format;
     const bool isSilent = !report.peak || *report.peak == 0;
-    return {
+    Json json = {
         {"file", fileName(options)},
         {"stream", orNull(options.stream)},
         {"loudspeaker", options.loudspeaker ? Json(*options.loudspeaker) : Json(nullptr)},
@@ -45,6 +45,8 @@ Json toJson(const ListenReport& report, const ListenOptions& options) {
         {"peak_db", isSilent ? Json(nullptr) : Json(roundedMs(decibels(*report.peak)))},
         {"ended", endName(report.ending.kind, "heard")},
         {"text", report.ending.text}};
+    addEnd(json, exitCode(report.ending.kind), report.ending.text);
+    return json;
 }
 
 std::string lineOf(const ListenReport& report, const ListenOptions& options) {
