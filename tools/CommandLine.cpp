@@ -78,6 +78,15 @@ void addCommon(CLI::App& command, CommonOptions& common) {
     command.add_flag_callback(
         "--no-board", [&common] { common.board = false; },
         "Never run through cabinaudio-run, the stand-in for the board");
+    command
+        .add_option_function<double>(
+            "--wait",
+            [&common](const double& seconds) {
+                common.wait = std::chrono::milliseconds(std::llround(seconds * 1000));
+            },
+            "First wait for a server to listen, so long at most")
+        ->type_name("SECONDS")
+        ->check(range(0, 86400));
     command.add_flag("-v,--verbose", common.verbose, "Show the library's log on stderr");
     command.add_option("--log", common.logFile, "Append the library's log to a file")
         ->type_name("FILE");

@@ -88,6 +88,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "--key-shift: must be a number from 0.8 to 1.2"},
         Refusal{"play a.wav --key-shift 1.1", "--key-shift does nothing on an alternative stream"},
         Refusal{"play a.wav --timeout soon", "--timeout: must be a number"},
+        Refusal{"play a.wav --wait soon", "--wait: must be a number"},
         Refusal{"play a.wav --instance a.b", "--instance: must be 1 to 32 of"},
         Refusal{"play a.wav --key-shift 1.1 --tag main",
                 "--key-shift does nothing on a main stream"},
