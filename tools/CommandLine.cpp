@@ -438,7 +438,8 @@ std::string explain(const CLI::App& app, const CLI::ParseError& error) {
 void configure(CLI::App& app) {
     app.name("cabinaudio");
     app.require_subcommand(1);
-    app.set_version_flag("--version", programVersion, "Print the version and exit");
+    app.set_version_flag("-V,--version", programVersion,
+                         "Print the version, compiler and libraries, and exit");
     app.get_formatter()->column_width(28);
     app.get_formatter()->label("OPTIONS", "options");
     app.get_formatter()->label("SUBCOMMAND", "sub-command");

@@ -13,7 +13,7 @@ Usage: cabinaudio [options] sub-command
 
 Options:
   -h,--help                 Print this help message and exit
-  --version                 Print the version and exit
+  -V,--version              Print the version, compiler and libraries, and exit
 
 Subcommands:
   play                      Play audio files: WAV, FLAC, Ogg and more
@@ -42,8 +42,14 @@ TEST(Tool, PrintsHelpWithoutAServer) {
 
 TEST(Tool, PrintsItsVersionWithoutAServer) {
     const Outcome result = runExpecting(0, {"--version"});
-    EXPECT_THAT(result.out, StartsWith("cabinaudio " CABINAUDIO_VERSION " (libsndfile-"));
+    EXPECT_THAT(result.out,
+                testing::MatchesRegex("cabinaudio " CABINAUDIO_VERSION "\n"
+                                      "compiler        (GCC|.*[Cc]lang).* [0-9]+\\.[0-9].*\n"
+                                      "libsndfile      [0-9]+\\.[0-9]+\\..*\n"));
+    for (const char* library : {"\nlibogg ", "\nlibsbc ", "\nnlohmann-json   3."})
+        EXPECT_THAT(result.out, HasSubstr(library));
     EXPECT_THAT(result.err, IsEmpty());
+    EXPECT_EQ(runExpecting(0, {"-V"}).out, result.out);
 }
 
 class SubCommand : public testing::TestWithParam<const char*> {};
