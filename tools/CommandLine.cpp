@@ -391,7 +391,7 @@ void addMonitor(CLI::App& app, MonitorOptions& options, CommonOptions& common) {
         .add_option_function<int>(
             "--interval",
             [&options](const int& ms) { options.interval = std::chrono::milliseconds(ms); },
-            "Milliseconds between two polls")
+            "Milliseconds between two polls of what the server does\nnot notify")
         ->type_name("MS")
         ->check(range(1, 3600000))
         ->default_str(std::to_string(options.interval.count()));

@@ -86,16 +86,26 @@ Server::Server(const Options& options)
                        return openInput(microphone, Calibration::RATE, 1);
                    }),
       mDispatcher({mStreams, mCaptures, mSettings, mMixer, mCalibration}, mTrace),
-      mRemoteControl(mLoop, mStreams, mCaptures) {
+      mRemoteControl(mLoop, mStreams, mCaptures),
+      mFeed(
+          mLoop, [this] { return watchedOf(mSettings, mStreams); },
+          [this] { descriptorClosed(); }) {
     options.inputs.check();
     if (!options.stateFile.empty()) mStateFile.emplace(mLoop, options.stateFile, mSettings);
     // The clients of a killed server may still have its memory mapped; they must not write into the
     // rings of this server.
     PhysicalMemory::take();
-    mStreams.setOnChange([this] { mMixer.update(); });
-    mSettings.watch([this] { mMixer.update(); });
+    mStreams.setOnChange([this] {
+        mMixer.update();
+        mFeed.changed();
+    });
+    mSettings.watch([this] {
+        mMixer.update();
+        mFeed.changed();
+    });
     mCaptures.setOnChange([this] { mCaptureClock.update(); });
     addCommands();
+    addSubscriptions();
 }
 
 Server::~Server() {
@@ -133,6 +143,15 @@ void Server::addCommands() {
     mCommands.add("state",
                   [this](const std::string&) { return textOf(stateOf(reported(), mClients)); });
     mRemoteControl.addTo(mCommands);
+}
+
+/// A command "subscribe settings" keeps its connection: the changes follow.
+void Server::addSubscriptions() {
+    mControl.setTaker([this](const std::string& line, UniqueFd& socket, Admitted& admitted) {
+        if (line != "subscribe settings") return false;
+        mFeed.add(socket, admitted);
+        return true;
+    });
 }
 
 void Server::addClient(UniqueFd socket) {

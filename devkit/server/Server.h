@@ -5,6 +5,7 @@
 #include "devkit/server/clients/Admission.h"
 #include "devkit/server/clients/Client.h"
 #include "devkit/server/clients/Listener.h"
+#include "devkit/server/control/ChangeFeed.h"
 #include "devkit/server/control/Commands.h"
 #include "devkit/server/control/ControlSocket.h"
 #include "devkit/server/control/RemoteControl.h"
@@ -59,6 +60,7 @@ private:
     void checkClients();
     void descriptorClosed();
     void addCommands();
+    void addSubscriptions();
     void wake();
     void erase(const Client& client);
     void reportReady() const;
@@ -91,6 +93,7 @@ private:
     Calibration mCalibration;
     Dispatcher mDispatcher;
     RemoteControl mRemoteControl;
+    ChangeFeed mFeed;
     std::uint32_t mLastHandle = 0;
 };
 

@@ -116,6 +116,10 @@ void ControlSocket::answerOne() {
     const std::string line = connection.input.substr(0, end);
     connection.input.erase(0, end + 1);
     connection.ticks = 0;
+    if (mTaker && mTaker(line, connection.socket, connection.admitted)) {
+        mConnections.erase(fd);
+        return;
+    }
     connection.output = answerTo(line) + "\n";
     onWritable(fd);
 }

@@ -12,6 +12,7 @@
 #include <functional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 
 namespace cabinaudio::server {
 
@@ -31,6 +32,11 @@ public:
     /// Receives a line and returns the answer, both without the line end.
     using Handler = std::function<std::string(const std::string& line)>;
 
+    /// Is offered a line with its connection before the handler is. @return whether it has taken
+    /// the connection, and answers itself
+    using Taker =
+        std::function<bool(const std::string& line, UniqueFd& socket, Admitted& admitted)>;
+
     /// @param onClosed  called when a descriptor has become free
     /// @throws std::system_error
     ControlSocket(EventLoop& loop, Admission& admission, Handler handler,
@@ -39,6 +45,7 @@ public:
     ControlSocket(const ControlSocket&) = delete;
     ControlSocket& operator=(const ControlSocket&) = delete;
 
+    void setTaker(Taker taker) { mTaker = std::move(taker); }
     /// See Listener.
     void descriptorClosed() { mListener.descriptorClosed(); }
 
@@ -69,6 +76,7 @@ private:
     EventLoop& mLoop;
     Admission& mAdmission;
     Handler mHandler;
+    Taker mTaker;
     std::function<void()> mOnClosed;
     std::unordered_map<int, Connection> mConnections;
     std::deque<int> mLines;  // connections with a complete line, oldest first; not watched
