@@ -113,13 +113,13 @@ Read position(int Position::*part) {
 }
 
 Fed muted(const Json& document, const Names& names) {
-    static const std::map<std::string, audio::audio_out_path_id_e> PATHS = {
+    static const std::map<std::string, audio::audio_out_path_id_e> bits = {
         {"main", audio::AUDIO_OUT_PATH_MAIN},
         {"second", audio::AUDIO_OUT_PATH_SECOND},
         {"alternative", audio::AUDIO_OUT_PATH_ALTERNATIVE},
         {"auxiliary", audio::AUDIO_OUT_PATH_AUXILIARY}};
     const auto paths = document.at("volume").at("muted_paths").get<std::int32_t>();
-    return (paths & PATHS.at(names[0])) != 0;
+    return (paths & bits.at(names[0])) != 0;
 }
 
 Fed ramp(const Json& document, const Names&) {
