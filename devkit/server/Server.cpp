@@ -147,7 +147,7 @@ void Server::addCommands() {
 
 /// A command "subscribe settings" keeps its connection: the changes follow.
 void Server::addSubscriptions() {
-    mControl.setTaker([this](const std::string& line, UniqueFd& socket, Admitted& admitted) {
+    mControl.addTaker([this](const std::string& line, UniqueFd& socket, Admitted& admitted) {
         if (line != "subscribe settings") return false;
         mFeed.add(socket, admitted);
         return true;
