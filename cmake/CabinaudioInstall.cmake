@@ -3,7 +3,7 @@
 # so that the installed tree may be moved, packed, or unpacked below a sysroot.
 #
 # Components: `library` for running programs, `development` for building them; `tools` and `devkit`
-# contain the programs.
+# contain the programs, `documentation` the guides and the examples.
 include(CMakePackageConfigHelpers)
 
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/cabinaudio"
@@ -44,3 +44,18 @@ configure_file("${PROJECT_SOURCE_DIR}/cmake/cabinaudio.pc.in" "${PROJECT_BINARY_
     @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/cabinaudio.pc"
     DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
+
+# The links between these pages stay valid. Packages that install them in their own way leave the
+# component out.
+set(cabinaudio_pages "${CMAKE_INSTALL_DOCDIR}")
+install(FILES README.md CHANGELOG.md LICENSE
+    DESTINATION "${cabinaudio_pages}"
+    COMPONENT documentation)
+install(DIRECTORY docs DESTINATION "${cabinaudio_pages}" COMPONENT documentation
+    PATTERN Doxyfile EXCLUDE)
+install(FILES devkit/server/README.md DESTINATION "${cabinaudio_pages}/devkit/server"
+    COMPONENT documentation)
+# By name: users build in this directory.
+install(DIRECTORY examples DESTINATION "${cabinaudio_pages}" COMPONENT documentation
+    FILES_MATCHING PATTERN *.cpp PATTERN *.h PATTERN CMakeLists.txt PATTERN Makefile
+    PATTERN README.md PATTERN build EXCLUDE)

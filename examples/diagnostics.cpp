@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // diagnostics: shows versions and dumps, and makes the library dump the data of streams.
 //
-//     diagnostics                   versions, time of a request, current dumps
-//     diagnostics dump TAG DIR      dumps the PCM of new streams with this tag into DIR, an
-//                                   absolute path; most programs play with the tag "auxiliary"
-//     diagnostics off               ends all dumps
+//     diagnostics [-v]                   versions, time of a request, current dumps
+//     diagnostics [-v] dump TAG DIR      dumps the PCM of new streams with this tag into DIR, an
+//                                        absolute path; most programs play with the tag "auxiliary"
+//     diagnostics [-v] off               ends all dumps
 //
 // The dump commands work without a server: the settings are a file on the board, which
 // cabinaudio-run emulates on a desktop.
@@ -16,6 +16,8 @@
 #include <cabinaudio/foundation/AudioTime.h>
 #include <cabinaudio/foundation/AudioTypes.h>
 #include <cabinaudio/link/LinkPolicy.h>
+
+#include "log.h"
 
 #include <chrono>
 #include <cstdio>
@@ -88,11 +90,12 @@ int off() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    hideLibraryLog(argc, argv);
     // Limits every wait for a server that dies or hangs. Set before the first object is created.
     cabinaudio::setLinkPolicy({std::chrono::seconds(5), true, true});
     if (argc == 1) return show();
     if (argc == 4 && std::strcmp(argv[1], "dump") == 0) return dump(argv[2], argv[3]);
     if (argc == 2 && std::strcmp(argv[1], "off") == 0) return off();
-    std::fprintf(stderr, "usage: diagnostics [dump TAG DIR | off]\n");
+    std::fprintf(stderr, "usage: diagnostics [-v] [dump TAG DIR | off]\n");
     return 2;
 }

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // play: plays a tone up to its last sample.
 //
-//     play [HZ [SECONDS]]        440 Hz, 1 s
+//     play [-v] [HZ [SECONDS]]        440 Hz, 1 s
 //
 // Exit status: 0 played, 1 failed, 2 wrong usage, 3 no server, or it went away or does not reply,
 // 4 timed out.
 #include <cabinaudio/client/ClientTrack.h>
 #include <cabinaudio/link/LinkPolicy.h>
+
+#include "log.h"
 
 #include <unistd.h>
 
@@ -122,10 +124,11 @@ int play(Tone& tone) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    hideLibraryLog(argc, argv);
     const double hz = argc > 1 ? std::atof(argv[1]) : 440;
     const double seconds = argc > 2 ? std::atof(argv[2]) : 1;
     if (argc > 3 || !(hz > 0 && hz < RATE / 2) || !(seconds > 0 && seconds <= 3600)) {
-        std::fprintf(stderr, "usage: play [HZ [SECONDS]]\n");
+        std::fprintf(stderr, "usage: play [-v] [HZ [SECONDS]]\n");
         return 2;
     }
     // Limits every wait for a server that dies or hangs. Set before the first object is created.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // reconnect: plays a tone until Ctrl-C, across restarts of the server.
 //
-//     reconnect
+//     reconnect [-v]
 //
 // A stream does not outlive its server: after the server goes away, the stream refuses every
 // operation. The program then destroys it and creates a new one as soon as a server is available.
@@ -11,6 +11,8 @@
 // 30 s.
 #include <cabinaudio/client/ClientTrack.h>
 #include <cabinaudio/link/LinkPolicy.h>
+
+#include "log.h"
 
 #include <poll.h>
 #include <unistd.h>
@@ -108,9 +110,10 @@ End play(long long& at) {
 
 }  // namespace
 
-int main(int argc, char**) {
+int main(int argc, char** argv) {
+    hideLibraryLog(argc, argv);
     if (argc != 1) {
-        std::fprintf(stderr, "usage: reconnect\n");
+        std::fprintf(stderr, "usage: reconnect [-v]\n");
         return 2;
     }
     // Makes a request fail when the server dies or does not reply for five seconds; without this

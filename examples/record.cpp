@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // record: records an input into a WAV file.
 //
-//     record FILE.wav [SECONDS]        5 s
+//     record [-v] FILE.wav [SECONDS]        5 s
 //
 // Exit status: 0 recorded, 1 failed, 2 wrong usage, 3 no server, or it went away or does not
 // reply, 4 timed out. After a failure the file contains the data recorded so far.
 #include <cabinaudio/client/ClientRecord.h>
 #include <cabinaudio/link/LinkPolicy.h>
+
+#include "log.h"
 
 #include <unistd.h>
 
@@ -128,9 +130,10 @@ int fill(WavFile& file, ClientRecord& record, std::uint64_t wanted) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    hideLibraryLog(argc, argv);
     const double seconds = argc > 2 ? std::atof(argv[2]) : 5;
     if (argc < 2 || argc > 3 || !(seconds > 0 && seconds <= 3600)) {
-        std::fprintf(stderr, "usage: record FILE.wav [SECONDS]\n");
+        std::fprintf(stderr, "usage: record [-v] FILE.wav [SECONDS]\n");
         return 2;
     }
     // Limits every wait for a server that dies or hangs. Set before the first object is created.

@@ -1,16 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 // settings: shows or changes volumes and mutes.
 //
-//     settings                      shows all of the following
-//     settings master DB            master volume, -103.5 to 24.0
-//     settings TYPE DB              volume of a stream type, such as "media"
-//     settings mute PATH            main, second, alternative or auxiliary
-//     settings unmute PATH
+//     settings [-v]                      shows all of the following
+//     settings [-v] master DB            master volume, -103.5 to 24.0
+//     settings [-v] TYPE DB              volume of a stream type, such as "media"
+//     settings [-v] mute PATH            main, second, alternative or auxiliary
+//     settings [-v] unmute PATH
 //
 // Exit status: 0 done, 1 refused, 2 wrong usage, 3 no server, or it does not reply.
 #include <cabinaudio/client/ClientVolumeSetting.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 #include <cabinaudio/link/LinkPolicy.h>
+
+#include "log.h"
 
 #include <chrono>
 #include <cstdio>
@@ -73,13 +75,14 @@ bool parse(const char* text, float& number) {
 }
 
 int usage() {
-    std::fprintf(stderr, "usage: settings [master DB | TYPE DB | mute PATH | unmute PATH]\n");
+    std::fprintf(stderr, "usage: settings [-v] [master DB | TYPE DB | mute PATH | unmute PATH]\n");
     return 2;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    hideLibraryLog(argc, argv);
     if (argc != 1 && argc != 3) return usage();
     // Limits every wait for a server that dies or hangs. Set before the first object is created.
     cabinaudio::setLinkPolicy({std::chrono::seconds(5), true, true});

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // uplink: reads the microphone's side of a call as Opus packets, one every 20 ms.
 //
-//     uplink FILE [SECONDS]        5 s
+//     uplink [-v] FILE [SECONDS]        5 s
 //
 // The server announces and withdraws the uplink's ring as calls come and go. Without a ring the
 // library returns silent packets. FILE gets the packets as the library returns them, each with its
@@ -11,6 +11,8 @@
 // 4 timed out.
 #include <cabinaudio/client/ClientRecordRt.h>
 #include <cabinaudio/link/LinkPolicy.h>
+
+#include "log.h"
 
 #include <unistd.h>
 
@@ -87,9 +89,10 @@ int fill(std::FILE* file, ClientRecordRt& record, long wanted) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    hideLibraryLog(argc, argv);
     const double seconds = argc > 2 ? std::atof(argv[2]) : 5;
     if (argc < 2 || argc > 3 || !(seconds > 0 && seconds <= 3600)) {
-        std::fprintf(stderr, "usage: uplink FILE [SECONDS]\n");
+        std::fprintf(stderr, "usage: uplink [-v] FILE [SECONDS]\n");
         return 2;
     }
     // Limits every wait for a server that dies or hangs. Set before the first object is created.

@@ -87,6 +87,15 @@ void addCommon(CLI::App& command, CommonOptions& common) {
     command.add_flag_callback(
         "--no-board", [&common] { common.board = false; },
         "Never run through cabinaudio-run, the stand-in for the board");
+    command
+        .add_option_function<double>(
+            "--wait",
+            [&common](const double& seconds) {
+                common.wait = std::chrono::milliseconds(std::llround(seconds * 1000));
+            },
+            "First wait for a server to listen, so long at most")
+        ->type_name("SECONDS")
+        ->check(range(0, 86400));
     command.add_flag("-v,--verbose", common.verbose, "Show the library's log on stderr");
     command.add_option("--log", common.logFile, "Append the library's log to a file")
         ->type_name("FILE");
@@ -481,7 +490,7 @@ void addMonitor(CLI::App& app, MonitorOptions& options, CommonOptions& common) {
                                     options, common);
     command.add_option("NAME", options.names, std::string(NAMES) + "; all but meters without any")
         ->type_name("");
-    addInterval(command, options.interval, "Milliseconds between two polls");
+    addInterval(command, options.interval, "Milliseconds between two polls of what the server does\nnot notify");
     command.add_option("--count", options.count, "End after this number of changes")
         ->type_name("N")
         ->check(range(1, 1e9));
@@ -531,7 +540,8 @@ std::string explain(const CLI::App& app, const CLI::ParseError& error) {
 void configure(CLI::App& app) {
     app.name("cabinaudio");
     app.require_subcommand(1);
-    app.set_version_flag("--version", programVersion, "Print the version and exit");
+    app.set_version_flag("-V,--version", programVersion,
+                         "Print the version, compiler and libraries, and exit");
     app.get_formatter()->column_width(28);
     app.get_formatter()->label("OPTIONS", "options");
     app.get_formatter()->label("SUBCOMMAND", "sub-command");

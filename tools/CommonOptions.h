@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <string>
 
 namespace cabinaudio::tool {
@@ -11,7 +12,8 @@ struct CommonOptions {
     bool board = true;     // whether the launcher may be used
     bool json = false;
     bool verbose = false;
-    std::string logFile;  // empty: no file
+    std::chrono::milliseconds wait{0};  // for a server to listen, before the command begins
+    std::string logFile;                // empty: no file
 };
 
 }  // namespace cabinaudio::tool

@@ -86,6 +86,10 @@ void routeLibraryLog(const CommonOptions& options) {
     __android_log_set_logger(&Logger<__android_logger_function>::log);
 }
 
+void logError(const std::string& text) {
+    take(ANDROID_LOG_ERROR, "cabinaudio", text.c_str());
+}
+
 SilencedLibraryLog::SilencedLibraryLog() {
     gSilenced = true;
 }

@@ -10,6 +10,9 @@ namespace cabinaudio::tool {
 /// @throws Failure when the file cannot be opened
 void routeLibraryLog(const CommonOptions& options);
 
+/// Adds an error line of this program to the places where the library's lines go.
+void logError(const std::string& text);
+
 /// Drops the library's log lines during its lifetime. One object at a time, one thread.
 class SilencedLibraryLog {
 public:

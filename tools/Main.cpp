@@ -2,11 +2,14 @@
 #include <cabinaudio/link/LinkPolicy.h>
 
 #include "devkit/board/Board.h"
+#include "devkit/board/ServerWait.h"
 #include "tools/BoardLaunch.h"
 #include "tools/CommandLine.h"
+#include "tools/Duration.h"
 #include "tools/Failure.h"
 #include "tools/Json.h"
 #include "tools/LibraryLog.h"
+#include "tools/ServerSocket.h"
 #include "tools/Terminal.h"
 
 #include <algorithm>
@@ -36,6 +39,28 @@ void prepare(const Start& start, const Command& command, char** argv) {
     routeLibraryLog(common);
 }
 
+/// Such a command checks its own connection.
+bool usesControlSocketOnly(const Command& command) {
+    return std::holds_alternative<ServerOptions>(command.options) ||
+           std::holds_alternative<ListenOptions>(command.options) ||
+           std::holds_alternative<TopOptions>(command.options);
+}
+
+/// For scripts that start a server and do not know when it serves.
+void waitForServer(const Command& command) {
+    const std::chrono::milliseconds bound = command.common.wait;
+    // The control socket is the last one that the development server opens.
+    const auto socket = usesControlSocketOnly(command)
+                            ? board::AwaitedSocket::Control
+                            : board::AwaitedSocket::Clients;
+    if (bound.count() == 0 || board::waitForServer("", socket, bound)) return;
+    // A server of another kind has no control socket; the command says so.
+    if (serverListens()) return;
+    throw Failure(
+        "timed out after " + secondsText(bound) + " waiting for a server: " + noServerText(),
+        ExitCode::TimedOut);
+}
+
 /// Bounds the library's waits. Otherwise a hanging server, a server that dies during a request, or
 /// missing real-time permission would leave the tool waiting or unable to work.
 void boundWaits(const Command& command) {
@@ -45,18 +70,12 @@ void boundWaits(const Command& command) {
     setLinkPolicy(policy);
 }
 
-/// Such a command checks its own connection.
-bool usesControlSocketOnly(const Command& command) {
-    return std::holds_alternative<ServerOptions>(command.options) ||
-           std::holds_alternative<ListenOptions>(command.options) ||
-           std::holds_alternative<TopOptions>(command.options);
-}
-
 ExitCode runTool(int argc, char** argv) {
     const Start start = noteStart();
     std::optional<Command> command = parseCommandLine(argc, argv);
     if (!command) return ExitCode::Done;
     prepare(start, *command, argv);
+    waitForServer(*command);
     if (!usesControlSocketOnly(*command)) warnOfForeignServer();
     boundWaits(*command);
     if (auto* doctor = std::get_if<DoctorOptions>(&command->options))

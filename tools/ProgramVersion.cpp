@@ -1,12 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/ProgramVersion.h"
 
+#include "devkit/text/BuiltWith.h"
+
+#include <nlohmann/json.hpp>
 #include <sndfile.h>
 
 namespace cabinaudio::tool {
 
 std::string programVersion() {
-    return std::string("cabinaudio " CABINAUDIO_VERSION " (") + sf_version_string() + ")";
+    using namespace text;
+    return "cabinaudio " CABINAUDIO_VERSION +
+           builtWith({
+               {"libsndfile", versionIn(sf_version_string())},
+               {"libogg", ""},
+               {"libsbc", ""},
+               {"nlohmann-json", dotted(NLOHMANN_JSON_VERSION_MAJOR, NLOHMANN_JSON_VERSION_MINOR,
+                                        NLOHMANN_JSON_VERSION_PATCH)},
+           });
 }
 
 }  // namespace cabinaudio::tool

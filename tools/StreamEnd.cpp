@@ -7,6 +7,7 @@
 #include "tools/Duration.h"
 #include "tools/Names.h"
 #include "tools/ServerSocket.h"
+#include "tools/server/StreamTwin.h"
 
 #include <algorithm>
 
@@ -102,11 +103,18 @@ void StreamControl::require(std::int32_t status, const std::string& operation) c
     throw Ending{StreamEnd::Refused, "cannot " + operation + ": " + statusText(status), status};
 }
 
-void StreamControl::endByCreation(std::int32_t status) const {
+void StreamControl::endByCreation(std::int32_t status, AudioTagType tag,
+                                  const std::string& name) const {
     if (!serverListens()) throw Ending{StreamEnd::NoServer, noServerText(), status};
+    const std::string refusal = "the server has not accepted the stream: ";
+    // Two further requests: the state, or the list of streams.
+    const std::string twin =
+        mWatchdog.limit("the server's list of streams", 2 * mTimeout + Watchdog::GRACE,
+                        [&] { return twinText(tag, name, mTimeout); });
+    if (!twin.empty())
+        throw Ending{StreamEnd::Refused, refusal + twin + "; choose another --name", status};
     throw Ending{StreamEnd::Refused,
-                 "the server has not accepted the stream: " + statusText(status) +
-                     "; see its log, -v, or 'cabinaudio doctor'",
+                 refusal + statusText(status) + "; see its log, -v, or 'cabinaudio doctor'",
                  status};
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cabinaudio/foundation/AudioTypes.h>
+
 #include "tools/ExitCode.h"
 #include "tools/Interruption.h"
 #include "tools/Watchdog.h"
@@ -86,9 +88,10 @@ public:
     void endIfStalled(Clock::time_point since, const char* what) const;
     /// Ends the stream unless the status is 0. @param operation  for example "start the stream"
     void require(std::int32_t status, const std::string& operation) const;
-    /// A failed creation has one status for all reasons; this tells a missing server from a
-    /// refusal.
-    [[noreturn]] void endByCreation(std::int32_t status) const;
+    /// A failed creation has one status for all reasons; this tells a missing server, a name in
+    /// use, and other refusals apart.
+    [[noreturn]] void endByCreation(std::int32_t status, AudioTagType tag,
+                                    const std::string& name) const;
     /// The stream no longer exists.
     [[noreturn]] void endByRemoval(std::int32_t status) const;
 

@@ -38,7 +38,8 @@ Usage: ./cabin COMMAND [ARGUMENT...]
                          faults in the same models are found
   build [BUILD]          build only: native (default), asan, tsan, fuzz, armhf, armhf-time64,
                          armhf-vm, bench
-  install [PREFIX]       install library, server, launcher and tool (default: ~/.local)
+  install [PREFIX]       install library, server, launcher, tool, guides and examples
+                         (default: ~/.local)
   abi [--update]         compare the binary interface, native and armhf, with the recorded one;
                          --update records it again
   package [native|armhf] build Debian packages (default: native), in build/package/<name>

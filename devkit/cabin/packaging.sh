@@ -6,7 +6,7 @@ cmd_install() {
     prefix=$(of_caller "${1:-$HOME/.local}")
     build_programs
     logged build/native/build.log cmake --install build/native --prefix "$prefix"
-    say "installed in $prefix"
+    say "installed in $prefix; guides and examples are in $prefix/share/doc/cabinaudio"
     case :$PATH: in *":$prefix/bin:"*) ;; *) say "$prefix/bin is not in the PATH" ;; esac
 }
 

@@ -2,8 +2,8 @@
 #include "devkit/server/Options.h"
 
 #include "devkit/board/Names.h"
+#include "devkit/server/BuiltWith.h"
 #include "devkit/server/base/ExitStatus.h"
-#include "devkit/server/base/Version.h"
 #include "devkit/server/outputs/OutputFactory.h"
 #include "devkit/text/Output.h"
 #include "devkit/text/Printable.h"
@@ -22,11 +22,6 @@ namespace cabinaudio::server {
 namespace {
 
 constexpr int LONGEST_DELAY_MS = 60000;
-
-std::string versionText() {
-    return "cabinaudio-server " + std::to_string(SERVER_VERSION[0]) + "." +
-           std::to_string(SERVER_VERSION[1]) + "." + std::to_string(SERVER_VERSION[2]);
-}
 
 std::string checkInstance(const std::string& name) {
     return board::isInstanceName(name.c_str()) ? "" : "not an instance name: " + name;
@@ -108,9 +103,10 @@ void describeCapture(CLI::App& app, Options& options) {
 
 void describeRecords(CLI::App& app, Options& options) {
     app.add_option("--stems", options.stemDirectory,
-                   "Also write the data of each stream, as DIR/<tag>-<name>.wav")
+                   "Also write the data of each stream, as DIR/<tag>-<name>.wav; the directory is "
+                   "made if it does not exist")
         ->type_name("DIR")
-        ->check(CLI::ExistingDirectory.description(""));
+        ->check([](const std::string& path) { return path.empty() ? "no directory given" : ""; });
     app.add_option("--report", options.reportFile,
                    "At the end write the played streams and their places in the output, as JSON")
         ->type_name("FILE");
@@ -158,7 +154,7 @@ void describeProgram(CLI::App& app, Options& options) {
         "Log more, including the library's log");
     app.add_flag_callback(
         "-q,--quiet", [&options] { options.logLevel = log::Level::Error; }, "Log errors only");
-    app.set_version_flag("--version", versionText());
+    app.set_version_flag("-V,--version", versionText);
 }
 
 int usage(const std::string& problem) {

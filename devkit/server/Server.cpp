@@ -88,7 +88,10 @@ Server::Server(const Options& options)
       mDispatcher({mStreams, mCaptures, mSettings, mMixer, mCalibration}, mTrace),
       mRemoteControl(mLoop, mStreams, mCaptures),
       mTaps(mLoop, mStreams, options.format, options.isFast ? Taps::FAST_BOUND : Taps::STEADY_BOUND,
-            [this] { descriptorClosed(); }) {
+            [this] { descriptorClosed(); }),
+      mFeed(
+          mLoop, [this] { return watchedOf(mSettings, mStreams); },
+          [this] { descriptorClosed(); }) {
     options.inputs.check();
     if (!options.stateFile.empty()) mStateFile.emplace(mLoop, options.stateFile, mSettings);
     // The clients of a killed server may still have its memory mapped; they must not write into the
@@ -97,11 +100,16 @@ Server::Server(const Options& options)
     mStreams.setOnChange([this] {
         mTaps.streamsChanged();
         mMixer.update();
+        mFeed.changed();
     });
-    mSettings.watch([this] { mMixer.update(); });
+    mSettings.watch([this] {
+        mMixer.update();
+        mFeed.changed();
+    });
     mCaptures.setOnChange([this] { mCaptureClock.update(); });
     addCommands();
     addListeners();
+    addSubscriptions();
 }
 
 Server::~Server() {
@@ -149,13 +157,22 @@ void Server::addCommands() {
 void Server::addListeners() {
     static constexpr char WORD[] = "listen ";
     mMixer.setOnMixed([this](std::span<const float> mix) { mTaps.mixed(mix); });
-    mControl.setTaker([this](const std::string& line, UniqueFd& socket, Admitted& admitted) {
+    mControl.addTaker([this](const std::string& line, UniqueFd& socket, Admitted& admitted) {
         if (!line.starts_with(WORD)) return false;
         return mTaps.add(line.substr(sizeof WORD - 1), socket, admitted);
     });
     // Answers the lines that were not taken.
     mCommands.add("listen", [this](const std::string& argument) {
         return "error: " + mTaps.faultOf(argument);
+    });
+}
+
+/// A command "subscribe settings" keeps its connection: the changes follow.
+void Server::addSubscriptions() {
+    mControl.addTaker([this](const std::string& line, UniqueFd& socket, Admitted& admitted) {
+        if (line != "subscribe settings") return false;
+        mFeed.add(socket, admitted);
+        return true;
     });
 }
 

@@ -5,6 +5,7 @@
 #include "devkit/server/clients/Admission.h"
 #include "devkit/server/clients/Client.h"
 #include "devkit/server/clients/Listener.h"
+#include "devkit/server/control/ChangeFeed.h"
 #include "devkit/server/control/Commands.h"
 #include "devkit/server/control/ControlSocket.h"
 #include "devkit/server/control/RemoteControl.h"
@@ -62,6 +63,7 @@ private:
     void descriptorClosed();
     void addCommands();
     void addListeners();
+    void addSubscriptions();
     void wake();
     void erase(const Client& client);
     void reportReady() const;
@@ -95,6 +97,7 @@ private:
     Dispatcher mDispatcher;
     RemoteControl mRemoteControl;
     Taps mTaps;
+    ChangeFeed mFeed;
     std::uint32_t mLastHandle = 0;
 };
 

@@ -10,12 +10,15 @@
 #include "devkit/text/Output.h"
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <system_error>
 #include <variant>
@@ -43,6 +46,18 @@ void prepareProcess() {
     memory_fault::install();
 }
 
+/// @throws std::runtime_error when the streams' files could not be made there
+void prepareStems(const std::string& directory) {
+    std::error_code error;
+    std::filesystem::create_directories(directory, error);
+    // A path that exists and is no directory is not always an error of the call.
+    if (!error && access(directory.c_str(), W_OK | X_OK) != 0)
+        error = std::error_code(errno, std::generic_category());
+    if (!error && !std::filesystem::is_directory(directory))
+        error = std::make_error_code(std::errc::not_a_directory);
+    if (error) throw std::runtime_error("--stems " + directory + ": " + error.message());
+}
+
 int run(int argc, const char* const* argv) {
     const auto parsed = parseOptions(argc, argv);
     if (const int* status = std::get_if<int>(&parsed)) return *status;
@@ -59,6 +74,7 @@ int run(int argc, const char* const* argv) {
     prepareProcess();
     // Checked first: a server that cannot keep its settings must not accept clients.
     if (!options.stateFile.empty()) StateFile::check(options.stateFile);
+    if (!options.stemDirectory.empty()) prepareStems(options.stemDirectory);
     Server server(options);
     server.run();
     return EXIT_DONE;

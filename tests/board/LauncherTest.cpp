@@ -2,6 +2,7 @@
 // The launcher and the programs that it starts.
 #include "tests/board/Launcher.h"
 #include "tests/support/BrokenOutput.h"
+#include "tests/support/LocalSocket.h"
 #include "tests/support/ProcessState.h"
 
 #include <sys/stat.h>
@@ -29,8 +30,9 @@ TEST_F(Launcher, PrintsHelpAndVersion) {
         EXPECT_THAT(helped.out, StartsWith("Usage: cabinaudio-run"));
         EXPECT_EQ(helped.err, "");
     }
-    EXPECT_THAT(launchExpecting(0, {"--version"}).out,
-                AllOf(StartsWith("cabinaudio-run "), IsOneLine()));
+    for (const char* option : {"-V", "--version"})
+        EXPECT_THAT(launchExpecting(0, {option}).out,
+                    AllOf(StartsWith("cabinaudio-run "), IsOneLine()));
 }
 
 TEST_F(Launcher, FailsWhenHelpAndVersionCannotBePrinted) {
@@ -56,6 +58,8 @@ TEST_F(Launcher, RefusesWrongUsageWithAHint) {
                                    {"--timeout", "0", PROBE},
                                    {"--timeout", "1s", PROBE},
                                    {"--config-dir", "", PROBE},
+                                   {"--wait", "soon", PROBE},
+                                   {"--wait", "-1", PROBE},
                                    {"--clean", PROBE},
                                    {"--clean", "--private"},
                                    {"--private=yes", PROBE}};
@@ -77,6 +81,23 @@ TEST_F(Launcher, IsSilentUnlessAsked) {
     EXPECT_EQ(launch({PROBE, "exit", "0"}).err, "");
     EXPECT_THAT(launch({"-v", PROBE, "exit", "0"}).err,
                 AllOf(IsOneLine(), HasSubstr(mInstance.name())));
+}
+
+// ---- Waiting for a server -----------------------------------------------------------------------
+
+TEST_F(Launcher, WaitsForAServer) {
+    Process program(launching({"--wait", "60", PROBE, "exit", "7"}));
+    const server::UniqueFd socket = listenAt("/tmp/as_internal_file." + mInstance.name());
+    const Outcome ended = program.finish();
+    EXPECT_EQ(ended.exitCode, 7) << ended.text();
+    EXPECT_TRUE(isReadable(socket.get(), 0));
+}
+
+TEST_F(Launcher, DoesNotStartTheProgramWhenNoServerCame) {
+    const Outcome late = launchExpecting(4, {"--wait", "0.05", PROBE, "exit", "0"});
+    EXPECT_EQ(late.err, "cabinaudio-run: timed out waiting for a server of instance '" +
+                            mInstance.name() + "'\n");
+    EXPECT_GE(late.took, std::chrono::milliseconds(50));
 }
 
 // ---- The program's own --------------------------------------------------------------------------

@@ -215,8 +215,19 @@ class Play(ExampleTest):
         self.assertAlmostEqual(sound.loud_frames(), sound.rate / 2, delta=60)
         self.assertGreater(sound.level(1000), 7000)
 
+    def testShowsTheLibrarysLogOnlyIfAsked(self):
+        with Server("--output", "null", "--fast"):
+            quiet = Result("play", 440, 0.1)
+            self.assert_ended(quiet, 0, "played 0.1 s of 440 Hz")
+            self.assertEqual(quiet.err, "")
+            shown = Result("play", "-v", 440, 0.1)
+            self.assert_ended(shown, 0, "played 0.1 s of 440 Hz")
+            self.assertRegex(shown.err, r"(?m)^AS +I ")
+
     def testSaysThatThereIsNoServer(self):
-        self.assert_ended(Result("play"), 3, "play: cannot create the stream: no server")
+        result = Result("play")
+        self.assert_ended(result, 3, "play: cannot create the stream: no server")
+        self.assertEqual(result.err.count("\n"), 1, result.err)
 
     def testSaysThatTheServerHasGone(self):
         with Server("--output", "null") as server, example("play", 440, 3600) as player:
@@ -328,7 +339,7 @@ class Reconnect(ExampleTest):
         self.assertGreater(places[-1], places[0], player.out)
 
     def testEndsByTheUserWithoutAServer(self):
-        with example("reconnect") as player:
+        with example("reconnect", "-v") as player:
             player.wait_for("connect failed", where="err")  # from the library's log
             player.send(signal.SIGTERM)
             self.assertEqual(player.end(), 0, player.err)

@@ -2,6 +2,8 @@
 """Other projects find and build against an installed tree, wherever it lies."""
 
 import re
+import shutil
+import subprocess
 import unittest
 
 from surroundings import (
@@ -168,6 +170,33 @@ class ATreeBelowASysroot(Installed):
         for example in EXAMPLES:
             self.assert_builds_against(examples / example, self.libdir / "libcabinaudio.so.2")
             self.assertEqual(libraries_of(examples / example)["RUNPATH"], [])
+
+
+class TheExamplesReadme(Installed):
+    """Its lines for this machine, as typed."""
+
+    def testBuildsTheExamples(self):
+        work = fresh_directory("examples-readme")
+        (work / ".local").symlink_to(MOVED)
+        examples = work / "examples"
+        shutil.copytree(SOURCE / "examples", examples)
+        text = (SOURCE / "examples" / "README.md").read_text(encoding="utf-8")
+        lines = re.search(r"^## Build$.*?^```sh\n(.*?)^```$", text, re.M | re.S)[1].splitlines()
+        self.assertEqual([line.split()[0] for line in lines], ["cmake", "make"])
+        for line in lines:
+            run("sh", "-c", line, cwd=examples, HOME=work, CXX=COMPILER, CXXFLAGS="-O0",
+                MAKEFLAGS="-j2", CMAKE_BUILD_PARALLEL_LEVEL=2)
+        for example in EXAMPLES:
+            for program in (examples / example, examples / "build" / example):
+                self.assert_builds_against(program, MOVED / LIBDIR / "libcabinaudio.so.2")
+                # The log is hidden, so that the program's own words are all.
+                self.assertIn("usage", self.said_by(program, "-v", "a", "b", "c", "d", "e"))
+
+    @staticmethod
+    def said_by(program, *words):
+        done = subprocess.run([program, *words], stdin=subprocess.DEVNULL, text=True, check=False,
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=100)
+        return done.stdout
 
 
 if __name__ == "__main__":

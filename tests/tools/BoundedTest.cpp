@@ -55,6 +55,29 @@ INSTANTIATE_TEST_SUITE_P(
 
 }  // namespace
 
+TEST_P(ToolCommand, EndsWithStatusFourWhenNoServerComes) {
+    const Outcome result = runExpecting(4, with(words(LONG), {"--wait", "0.05"}));
+    EXPECT_THAT(result.err,
+                HasSubstr("timed out after 0.05 s waiting for a server: no server of "));
+    EXPECT_THAT(result.out, IsEmpty());
+}
+
+TEST_P(ToolCommand, WaitsForAServer) {
+    ToolProcess tool(with(words(LONG), {"--wait", "60"}));
+    const RealServer server;
+    if (std::string(GetParam().name) == "monitor") {
+        ASSERT_TRUE(tool.waitForErr("watching"));
+        tool.send(SIGINT);
+    }
+    tool.finishExpecting(0);
+}
+
+TEST(ServerCommand, WaitsForAServer) {
+    ToolProcess tool({"server", "state", "--wait", "60"});
+    const RealServer server;
+    EXPECT_THAT(tool.finishExpecting(0).out, HasSubstr("no streams"));
+}
+
 TEST_P(ToolCommand, EndsAtOnceWhenTheServerIsKilledInARequest) {
     RealServer server;
     server.kill(SIGSTOP);

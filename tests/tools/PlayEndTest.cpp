@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // The ends of a playback that do not come with the end of the file.
+#include <cabinaudio/foundation/AudioConnectType.h>
 #include <cabinaudio/shm/ShareMemory.h>
 
 #include "tests/support/ProcessState.h"
 #include "tests/tools/ToolTest.h"
+#include "wire/SettingRecords.h"
+#include "wire/Settings.h"
 #include "wire/Stream.h"
 
 #include <csignal>
@@ -21,6 +24,14 @@ class Playback : public ToolTest {
 protected:
     void SetUp() override {
         writeSound(mLong, {SF_FORMAT_WAV | SF_FORMAT_PCM_16, 8000, 1, 480000});
+    }
+
+    void waitForStream(const std::string& name) const {
+        ASSERT_TRUE(eventually([&] {
+            const json streams = json::parse(mServer->command("state"))["streams"];
+            return std::any_of(streams.begin(), streams.end(),
+                               [&](const json& stream) { return stream["name"] == name; });
+        }));
     }
 
     std::string mLong = mDirectory.file("long.wav");  // lasts a minute
@@ -61,6 +72,47 @@ TEST_F(Playback, WithoutAServerEndsWithStatusThree) {
     EXPECT_THAT(result.out, IsEmpty());
     EXPECT_THAT(result.err, StartsWith("cabinaudio: " + mLong + ": no server"));
     expectOneLine(result.err);
+}
+
+TEST_F(Playback, WithoutAServerLogsTheSocketAndTheSystemsError) {
+    const std::string log = file("log");
+    runExpecting(3, {"play", mLong, "--instance", "nobody-serves", "--log", log});
+    const Words lines = linesOf(contentsOf(log));
+    const auto isOurs = [](const std::string& line) {
+        return line.find(
+                   " E cabinaudio no server listens on the socket "
+                   "@/tmp/as_internal_file.nobody-serves: Connection refused") != std::string::npos;
+    };
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(), isOurs), 1) << contentsOf(log);
+    // The library's own lines stay.
+    EXPECT_THAT(contentsOf(log), HasSubstr(" E AS [AudioConnection][connect]["));
+}
+
+TEST_F(Playback, OfANameInUseNamesTheStreamsProcess) {
+    serve();
+    ToolProcess first({"play", mLong, "--name", "nav", "--json"});
+    waitForStream("nav");
+    const Outcome second = runExpecting(1, {"play", mLong, "--name", "nav"});
+    EXPECT_THAT(second.err, StartsWith("cabinaudio: " + mLong +
+                                       ": the server has not accepted the stream: a stream of this "
+                                       "name plays already: pid " +
+                                       std::to_string(first.pid())));
+    EXPECT_THAT(second.err, testing::EndsWith("; choose another --name\n"));
+    expectOneLine(second.err);
+    const Outcome capture = runExpecting(1, {"record", file("a.wav"), "--name", "nav"});
+    EXPECT_THAT(capture.err, HasSubstr("a stream of this name plays already: pid "));
+}
+
+TEST_F(ScriptedPlayback, OfANameInUseIsToldByAnotherServerToo) {
+    mScripted.on(id(wire::StreamFunction::Create), Answer::words(-8000, 0, 0, 0, 0, 0, 0));
+    wire::TracksReply tracks = {};
+    tracks.list.count = 1;
+    std::memcpy(tracks.list.slots[0].name.text, "nav", 3);
+    mScripted.on(AUDIO_CONNECT_SOURCE_SETTING, id(wire::SourceFunction::GetActiveTracks),
+                 Answer::bytes(Bytes(reinterpret_cast<const std::uint8_t*>(&tracks),
+                                     reinterpret_cast<const std::uint8_t*>(&tracks + 1))));
+    const Outcome result = runExpecting(1, {"play", mLong, "--name", "nav"});
+    EXPECT_THAT(result.err, HasSubstr("a stream of this name plays already; choose another"));
 }
 
 TEST_F(Playback, WithoutAServerReportsNoServerInJson) {

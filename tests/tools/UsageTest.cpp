@@ -13,7 +13,7 @@ Usage: cabinaudio [options] sub-command
 
 Options:
   -h,--help                 Print this help message and exit
-  --version                 Print the version and exit
+  -V,--version              Print the version, compiler and libraries, and exit
 
 Subcommands:
   play                      Play audio files: WAV, FLAC, Ogg and more
@@ -44,8 +44,14 @@ TEST(Tool, PrintsHelpWithoutAServer) {
 
 TEST(Tool, PrintsItsVersionWithoutAServer) {
     const Outcome result = runExpecting(0, {"--version"});
-    EXPECT_THAT(result.out, StartsWith("cabinaudio " CABINAUDIO_VERSION " (libsndfile-"));
+    EXPECT_THAT(result.out,
+                testing::MatchesRegex("cabinaudio " CABINAUDIO_VERSION "\n"
+                                      "compiler        (GCC|.*[Cc]lang).* [0-9]+\\.[0-9].*\n"
+                                      "libsndfile      [0-9]+\\.[0-9]+\\..*\n"));
+    for (const char* library : {"\nlibogg ", "\nlibsbc ", "\nnlohmann-json   3."})
+        EXPECT_THAT(result.out, HasSubstr(library));
     EXPECT_THAT(result.err, IsEmpty());
+    EXPECT_EQ(runExpecting(0, {"-V"}).out, result.out);
 }
 
 class SubCommand : public testing::TestWithParam<const char*> {};
@@ -90,6 +96,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "--key-shift: must be a number from 0.8 to 1.2"},
         Refusal{"play a.wav --key-shift 1.1", "--key-shift does nothing on an alternative stream"},
         Refusal{"play a.wav --timeout soon", "--timeout: must be a number"},
+        Refusal{"play a.wav --wait soon", "--wait: must be a number"},
         Refusal{"play a.wav --instance a.b", "--instance: must be 1 to 32 of"},
         Refusal{"play a.wav --key-shift 1.1 --tag main",
                 "--key-shift does nothing on a main stream"},

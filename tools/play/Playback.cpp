@@ -108,7 +108,7 @@ void Playback::endIfCut() {
 void Playback::create() {
     AudioFormatDesc format = mFile.format();
     const int status = confirm(format);
-    if (status != AUDIO_NO_ERROR) mControl.endByCreation(status);
+    if (status != AUDIO_NO_ERROR) mControl.endByCreation(status, mOptions.tag, mReport.name);
     mReport.perLoopBytes = mTrack->getPerLoopSize();
     mControl.endIfInterrupted();
 }

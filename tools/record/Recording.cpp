@@ -94,7 +94,7 @@ void Recording::create() {
     });
     const int status =
         mControl.request("the server to confirm the stream", [&] { return mRecord->initCheck(); });
-    if (status != AUDIO_NO_ERROR) mControl.endByCreation(status);
+    if (status != AUDIO_NO_ERROR) mControl.endByCreation(status, mOptions.tag, mReport.name);
     mReport.perLoopBytes = mRecord->getPerLoopSize();
     mControl.endIfInterrupted();
 }

@@ -194,6 +194,15 @@ void Directory::refuse(const std::string& name) const {
     throw Failure(what + name + "'" + hint + " (try 'cabinaudio list')", ExitCode::Usage);
 }
 
+bool Directory::matches(const std::string& nameOrPattern) const {
+    if (find(nameOrPattern)) return true;
+    const std::vector<Named> names = all();
+    return isPattern(nameOrPattern) &&
+           std::any_of(names.begin(), names.end(), [&](const Named& named) {
+               return fnmatch(nameOrPattern.c_str(), named.name.c_str(), 0) == 0;
+           });
+}
+
 std::vector<Named> Directory::select(const std::string& nameOrPattern) const {
     if (auto named = find(nameOrPattern)) return {*named};
     std::vector<Named> found;

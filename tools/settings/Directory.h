@@ -44,6 +44,9 @@ public:
     /// The setting with this name; empty if there is none.
     [[nodiscard]] std::optional<Named> find(const std::string& name) const;
 
+    /// Whether select() finds something.
+    [[nodiscard]] bool matches(const std::string& nameOrPattern) const;
+
     /// The setting with this name, or those that match the pattern ('*', '?', '[...]').
     /// @throws Failure with ExitCode::Usage and the most similar names when nothing matches
     [[nodiscard]] std::vector<Named> select(const std::string& nameOrPattern) const;

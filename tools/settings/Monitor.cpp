@@ -4,11 +4,16 @@
 #include <cabinaudio/foundation/AudioStatus.h>
 
 #include "tools/Terminal.h"
+#include "tools/server/Subscription.h"
+#include "tools/settings/FedValue.h"
 #include "tools/settings/Line.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 #include <map>
+#include <memory>
+#include <utility>
 
 namespace cabinaudio::tool {
 
@@ -30,6 +35,38 @@ std::string text(Wall::time_point time, const char* format) {
     return std::string(buffer, length) + fraction;
 }
 
+/// A time in the two forms that are printed.
+struct Stamp {
+    std::string clock;  // "19:01:02.345"
+    std::string full;   // "2026-11-22T19:01:02.345"
+};
+
+Stamp presentTime() {
+    const Wall::time_point now = Wall::now();
+    return {text(now, "%H:%M:%S"), text(now, "%Y-%m-%dT%H:%M:%S")};
+}
+
+/// @param time  of a notification, with its offset to UTC
+Stamp stampOf(const std::string& time) {
+    constexpr std::size_t DATE = sizeof "2026-11-22T" - 1;
+    constexpr std::size_t ALL = sizeof "2026-11-22T19:01:02.345" - 1;
+    return {time.substr(std::min(DATE, time.size()), ALL - DATE), time.substr(0, ALL)};
+}
+
+/// Whether the pattern can match the settings of streams that do not play yet.
+bool isOfStreams(const std::string& pattern) {
+    const std::string begin = pattern.substr(0, pattern.find_first_of("*?["));
+    const std::vector<Setting>& all = settings();
+    return isPattern(pattern) && std::any_of(all.begin(), all.end(), [&](const Setting& setting) {
+               const std::string fixed = setting.name.substr(0, setting.name.find('<'));
+               const std::size_t common = std::min(fixed.size(), begin.size());
+               return setting.name.find("<track>") != std::string::npos &&
+                      fixed.compare(0, common, begin, 0, common) == 0;
+           });
+}
+
+/// Prints changes. The development server notifies each one, with all values that a client can set;
+/// other settings, and those of other servers, are polled.
 class Monitoring {
 public:
     Monitoring(Session& session, const MonitorOptions& options)
@@ -37,13 +74,14 @@ public:
 
     void watch() {
         try {
-            const std::size_t count = poll();
+            (void)mSession.directory();  // fails if the server cannot be asked
+            mTypes = streamTypes();
+            mFeed = Subscription::open(mSession.interruption().event(), mOptions.timeout);
+            look(presentTime(), Which::All);
             // To stderr: stdout carries only changes, for programs.
-            complain("watching " + std::to_string(count) + " settings; Ctrl-C ends it");
-            while (!isOver()) {
-                waitForAny({&mSession.interruption().event()}, mOptions.interval);
-                if (!isOver()) poll();
-            }
+            complain("watching " + std::to_string(mSeen.size()) + " settings; Ctrl-C ends it");
+            while (!isOver())
+                waitAndLook();
         } catch (const Failure&) {
             if (!mSession.interruption().hasHappened()) throw;
         }
@@ -51,9 +89,11 @@ public:
     }
 
 private:
+    enum class Which { Fed, Polled, All };
+
     struct Seen {
         std::string line;  // as printed
-        std::uint64_t poll;
+        std::uint64_t look;
     };
 
     [[nodiscard]] bool isOver() const {
@@ -61,57 +101,121 @@ private:
                (mOptions.count && mChanges >= *mOptions.count);
     }
 
-    /// Streams come and go, and their settings with them.
-    std::size_t poll() {
-        ++mPolls;
-        for (const Named& named : mSession.directory().select(mOptions.names)) {
-            if (isOver() && mPolls > 1) break;
-            if (named.setting->get && (named.isByName || !named.setting->isMeter)) poll(named);
-            if (!named.setting->get && named.isByName)
-                throw Failure(onlySetText(named), ExitCode::Usage);
+    /// Everything that was notified goes first: the server keeps no more than a bound of it.
+    void waitAndLook() {
+        if (!mFeed) {
+            waitForAny({&mSession.interruption().event()}, mOptions.interval);
+        } else if (auto change = mFeed->next(mOptions.interval)) {
+            do
+                look(stampOf(change->time), Which::Fed);
+            while (!isOver() && (change = mFeed->next(std::chrono::milliseconds(0))));
         }
-        if (!isOver()) dropVanished();
-        return mSeen.size();
+        if (!isOver()) look(presentTime(), Which::Polled);
     }
 
-    void poll(const Named& named) {
-        const Reading reading = mSession.get(named);
-        if (reading.status != AUDIO_NO_ERROR) return;
-        const std::string line = named.name + "=" + valueText(named.setting->type, reading.value);
-        Seen& seen = mSeen[named.name];
-        const bool isChanged = seen.line != line;
-        seen = {line, mPolls};
-        if (!isChanged || mPolls == 1) return;
-        print(line, jsonOf(named, reading.value));
+    /// Streams come and go, and their settings with them.
+    void look(const Stamp& time, Which which) {
+        if (mFeed && which == Which::Polled && mPolled == 0) return;
+        ++mLooks;
+        mPolled = 0;
+        for (const Named& named : selected()) {
+            if (isOver() && mLooks > 1) return;
+            if (named.setting->isMeter && !named.isByName) continue;
+            look(named, time, which);
+        }
+        if (!isOver()) dropVanished(time);
     }
 
-    void dropVanished() {
+    void look(const Named& named, const Stamp& time, Which which) {
+        if (mFeed && isFed(*named.setting)) {
+            see(named, time,
+                which == Which::Polled ? std::nullopt
+                                       : fedValue(mFeed->document().at("settings"), named));
+            return;
+        }
+        if (!named.setting->get) {
+            if (named.isByName) throw Failure(onlySetText(named), ExitCode::Usage);
+            return;
+        }
+        ++mPolled;
+        std::optional<Value> value;
+        if (which != Which::Fed) {
+            const Reading reading = mSession.get(named);
+            if (reading.status != AUDIO_NO_ERROR) return;
+            value = reading.value;
+        }
+        see(named, time, value);
+    }
+
+    /// @param value  empty: as before
+    void see(const Named& named, const Stamp& time, const std::optional<Value>& value) {
+        const auto known = mSeen.find(named.name);
+        if (!value) {
+            if (known != mSeen.end()) known->second.look = mLooks;
+            return;
+        }
+        const std::string line = named.name + "=" + valueText(named.setting->type, *value);
+        const bool isChanged = known == mSeen.end() || known->second.line != line;
+        mSeen[named.name] = {line, mLooks};
+        if (isChanged && mLooks > 1) print(time, line, jsonOf(named, *value));
+    }
+
+    void dropVanished(const Stamp& time) {
         for (auto seen = mSeen.begin(); seen != mSeen.end();) {
-            if (seen->second.poll == mPolls) {
+            if (seen->second.look == mLooks) {
                 ++seen;
                 continue;
             }
-            print(seen->first + " is gone", {{"name", seen->first}, {"value", nullptr}});
+            print(time, seen->first + " is gone", {{"name", seen->first}, {"value", nullptr}});
             seen = mSeen.erase(seen);
         }
     }
 
-    void print(const std::string& line, const Json& json) {
+    void print(const Stamp& time, const std::string& line, const Json& json) {
         ++mChanges;
-        const Wall::time_point now = Wall::now();
         if (!mSession.wantsJson()) {
-            say(text(now, "%H:%M:%S") + " " + line);
-            return;
+            say(time.clock + " " + line);
+        } else {
+            Json whole = {{"time", time.full}};
+            whole.update(json);
+            printJson(whole);
         }
-        Json whole = {{"time", text(now, "%Y-%m-%dT%H:%M:%S")}};
-        whole.update(json);
-        printJson(whole);
+        if (std::ferror(stdout) != 0) throw Failure("standard output cannot be written");
+    }
+
+    /// The settings to watch, some of which may not exist at present.
+    [[nodiscard]] std::vector<Named> selected() {
+        const Directory directory = mFeed ? Directory(fedNames()) : mSession.directory();
+        if (mOptions.names.empty()) return directory.all();
+        std::vector<std::string> names;
+        for (const std::string& name : mOptions.names)
+            if (!isOfStreams(name) || directory.matches(name)) names.push_back(name);
+        if (names.empty()) return {};
+        return directory.select(names);
+    }
+
+    [[nodiscard]] LiveNames fedNames() const {
+        LiveNames live{mTypes, {}};
+        for (const Json& stream : mFeed->document().at("streams"))
+            live.tracks.emplace_back(stream.at("tag").get<std::string>(),
+                                     stream.at("name").get<std::string>());
+        return live;
+    }
+
+    /// The server has the same types all the time.
+    [[nodiscard]] Texts streamTypes() {
+        const std::optional<Named> types = Directory(std::nullopt).find("types");
+        const Reading reading = mSession.get(*types);
+        return reading.status == AUDIO_NO_ERROR ? std::get<Texts>(reading.value) : Texts();
     }
 
     Session& mSession;
     const MonitorOptions& mOptions;
+    std::unique_ptr<Subscription> mFeed;  // null: everything is polled
+    Texts mTypes;
     std::map<std::string, Seen> mSeen;
-    std::uint64_t mPolls = 0;
+    std::uint64_t mLooks = 0;
+    std::size_t mPolled = 0;  // settings that the last look found to be polled
     std::uint64_t mChanges = 0;
 };
 

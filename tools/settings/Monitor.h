@@ -17,7 +17,8 @@ struct MonitorOptions : SettingsOptions {
     std::optional<std::uint64_t> count;  // end after this many changes
 };
 
-/// Polls settings and prints those that change, until a signal.
+/// Prints settings that change, until a signal. The development server notifies every change; other
+/// servers are polled.
 [[nodiscard]] ExitCode run(const MonitorOptions& options, const CommonOptions& common);
 
 }  // namespace cabinaudio::tool

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cabinaudio/foundation/AudioStatus.h>
 
+#include "tools/settings/FadeBalance.h"
 #include "tools/settings/Rows.h"
 
-#include <algorithm>
 #include <array>
-#include <cmath>
-#include <cstdlib>
 #include <optional>
 
 namespace cabinaudio::tool {
@@ -16,52 +14,16 @@ namespace {
 using namespace rows;
 using F = wire::VolumeFunction;
 
-/// Channel volumes for a fade and balance, computed as in the library.
-std::array<int, 4> channelSteps(int fade, int balance) {
-    std::array<int, 4> steps = {100 - balance + fade, 100 + balance + fade, 100 - balance - fade,
-                                100 + balance - fade};
-    for (int& step : steps)
-        step = std::clamp(step, 0, 100);
-    return steps;
-}
-
-struct Position {
-    int fade = 0;
-    int balance = 0;
-};
-
-/// The server stores channel volumes only. Returns the position nearest to the middle that gives
-/// these volumes; empty if none does, because the channels were set one by one.
-std::optional<Position> positionOf(const std::array<int, 4>& steps) {
-    std::optional<Position> best;
-    const auto distance = [](const Position& position) {
-        return std::abs(position.fade) + std::abs(position.balance);
-    };
-    for (int fade = -100; fade <= 100; ++fade)
-        for (int balance = -100; balance <= 100; ++balance) {
-            const Position position{fade, balance};
-            if (channelSteps(fade, balance) != steps) continue;
-            if (!best || distance(position) < distance(*best)) best = position;
-        }
-    return best;
-}
-
 constexpr audio::audio_channel_idx_e CORNERS[] = {audio::AUDIO_CHANNEL_LF, audio::AUDIO_CHANNEL_RF,
                                                   audio::AUDIO_CHANNEL_LS, audio::AUDIO_CHANNEL_RS};
 
 /// @return a status; with status 0 `position` may still be empty
 int readPosition(Clients& clients, std::optional<Position>& position) {
-    std::array<int, 4> steps{};
-    for (std::size_t i = 0; i < steps.size(); ++i) {
-        float dB = 0;
-        if (const int status = clients.volume().getChannelGain(CORNERS[i], &dB); status != 0)
+    std::array<float, 4> gains{};
+    for (std::size_t i = 0; i < gains.size(); ++i)
+        if (const int status = clients.volume().getChannelGain(CORNERS[i], &gains[i]); status != 0)
             return status;
-        // A step is half a dB, step 100 is 0 dB; values between steps were set as gains.
-        const float step = dB <= static_cast<float>(LOWEST_GAIN) ? 0.0F : 100.0F + 2.0F * dB;
-        if (step != std::round(step)) return AUDIO_NO_ERROR;
-        steps[i] = static_cast<int>(step);
-    }
-    position = positionOf(steps);
+    position = positionOf(gains);
     return AUDIO_NO_ERROR;
 }
 

@@ -4,6 +4,7 @@
 #include "devkit/board/Board.h"
 #include "devkit/board/Names.h"
 #include "devkit/board/ServerOwner.h"
+#include "devkit/board/ServerWait.h"
 #include "devkit/board/run/Command.h"
 #include "devkit/board/run/DryRun.h"
 #include "devkit/board/run/Leftovers.h"
@@ -57,6 +58,15 @@ void chooseConfigDirectory(const Options& options) {
         const fs::path path = fs::absolute(options.configDirectory);
         setenv(board::CONFIG_DIRECTORY_VARIABLE, path.c_str(), 1);
     }
+}
+
+/// For scripts that start a server and do not know when it serves.
+void waitForServer(const std::string& instance, std::chrono::milliseconds bound) {
+    if (bound.count() == 0) return;
+    if (board::waitForServer(instance, board::AwaitedSocket::Clients, bound)) return;
+    throw Refusal("timed out waiting for a server" +
+                      (instance.empty() ? "" : " of instance '" + instance + "'"),
+                  TIMED_OUT);
 }
 
 /// In secure mode the loader ignores LD_PRELOAD silently.
@@ -133,6 +143,7 @@ void launch(const Options& options) {
     const std::string library = loadablePath(findBoardLibrary(options.boardLibrary, program.elf));
     arrangePreloads(command, program, library, options.timeout);
     if (options.verbose) reportLaunch(program, command, library, instance);
+    waitForServer(instance, options.wait);
     warnOfForeignServer(instance);
     const Watcher watcher({program.path, program.elf.machine, options.timeout,
                            options.isPrivate ? instance : std::string()});

@@ -7,6 +7,7 @@
 #include <getopt.h>
 
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <string_view>
 
@@ -27,15 +28,18 @@ device, diagnostics file, real-time threads. 32-bit ARM programs run in qemu-arm
       --config-dir DIR   directory of the diagnostics file audio_config
       --board-lib PATH   use this libcabinaudio-board.so
       --timeout SECONDS  time limit for loading PROGRAM's libraries (default 30)
+      --wait SECONDS     first wait for a server of the instance to listen, so long
+                         at most
       --clean            remove objects that programs of the instance have left in
                          /dev/shm, and links to libraries that no longer exist;
                          run no program
   -v, --verbose          print each step
   -h, --help             this text
-      --version          the version
+  -V, --version          the version
 
-The exit status is PROGRAM's; 1: refused, 2: wrong usage, 126: PROGRAM is not
-executable, 127: PROGRAM or a library of it is not found.
+The exit status is PROGRAM's; 1: refused, 2: wrong usage, 4: no server came
+within --wait, 126: PROGRAM is not executable, 127: PROGRAM or a library of it
+is not found.
 )";
 
 constexpr int PRIVATE = 256;
@@ -43,7 +47,7 @@ constexpr int CONFIG_DIRECTORY = 257;
 constexpr int BOARD_LIBRARY = 258;
 constexpr int TIMEOUT = 259;
 constexpr int CLEAN = 260;
-constexpr int VERSION = 261;
+constexpr int WAIT = 261;
 
 const option LONG_OPTIONS[] = {
     {"instance", required_argument, nullptr, 'i'},
@@ -54,7 +58,8 @@ const option LONG_OPTIONS[] = {
     {"clean", no_argument, nullptr, CLEAN},
     {"verbose", no_argument, nullptr, 'v'},
     {"help", no_argument, nullptr, 'h'},
-    {"version", no_argument, nullptr, VERSION},
+    {"version", no_argument, nullptr, 'V'},
+    {"wait", required_argument, nullptr, WAIT},
     {nullptr, 0, nullptr, 0},
 };
 
@@ -83,6 +88,16 @@ std::chrono::seconds timeoutArgument(std::string_view text) {
     return std::chrono::seconds(seconds);
 }
 
+std::chrono::milliseconds waitArgument(std::string_view text) {
+    double seconds = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+    if (error != std::errc() || end != text.data() + text.size() ||
+        !(seconds >= 0 && seconds <= 86400)) {
+        refuseUsage("--wait needs a number of seconds from 0 to 86400");
+    }
+    return std::chrono::milliseconds(std::llround(seconds * 1000));
+}
+
 void take(int found, const char* argument, Options& options) {
     switch (found) {
         case 'i':
@@ -100,6 +115,9 @@ void take(int found, const char* argument, Options& options) {
         case TIMEOUT:
             options.timeout = timeoutArgument(argument);
             break;
+        case WAIT:
+            options.wait = waitArgument(argument);
+            break;
         case CLEAN:
             options.task = Options::Task::Clean;
             break;
@@ -109,7 +127,7 @@ void take(int found, const char* argument, Options& options) {
         case 'h':
             options.task = Options::Task::Help;
             break;
-        case VERSION:
+        case 'V':
             options.task = Options::Task::Version;
             break;
     }
@@ -137,7 +155,7 @@ Options parseOptions(int argc, char** argv) {
     opterr = 0;
     int found;
     // '+': the first word that is not an option is the program. ':': report missing arguments.
-    while ((found = getopt_long(argc, argv, "+:i:vh", LONG_OPTIONS, nullptr)) != -1) {
+    while ((found = getopt_long(argc, argv, "+:i:vVh", LONG_OPTIONS, nullptr)) != -1) {
         if (found == '?') refuseUsage("unknown option '" + badOption(argv) + "'");
         if (found == ':')
             refuseUsage("option '" + std::string(argv[optind - 1]) + "' needs an argument");

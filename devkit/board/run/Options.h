@@ -17,6 +17,7 @@ struct Options {
     std::string configDirectory;
     std::string boardLibrary;
     std::chrono::seconds timeout{30};
+    std::chrono::milliseconds wait{0};  // for a server to listen
     bool verbose = false;
     std::vector<std::string> program;  // with its arguments
 };

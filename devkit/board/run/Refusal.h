@@ -10,6 +10,7 @@ namespace cabinaudio::run {
 constexpr int DONE = 0;
 constexpr int REFUSED = 1;
 constexpr int USAGE = 2;
+constexpr int TIMED_OUT = 4;
 constexpr int NOT_EXECUTABLE = 126;  // as shells do
 constexpr int NOT_FOUND = 127;
 

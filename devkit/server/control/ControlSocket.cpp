@@ -7,6 +7,7 @@
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -116,7 +117,10 @@ void ControlSocket::answerOne() {
     const std::string line = connection.input.substr(0, end);
     connection.input.erase(0, end + 1);
     connection.ticks = 0;
-    if (mTaker && mTaker(line, connection.socket, connection.admitted)) {
+    const auto takes = [&](const Taker& taker) {
+        return taker(line, connection.socket, connection.admitted);
+    };
+    if (std::any_of(mTakers.begin(), mTakers.end(), takes)) {
         mConnections.erase(fd);
         return;
     }

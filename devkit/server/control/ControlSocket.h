@@ -13,6 +13,7 @@
 #include <string>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 namespace cabinaudio::server {
 
@@ -45,7 +46,8 @@ public:
     ControlSocket(const ControlSocket&) = delete;
     ControlSocket& operator=(const ControlSocket&) = delete;
 
-    void setTaker(Taker taker) { mTaker = std::move(taker); }
+    /// Takers are asked in the order of these calls.
+    void addTaker(Taker taker) { mTakers.push_back(std::move(taker)); }
     /// See Listener.
     void descriptorClosed() { mListener.descriptorClosed(); }
 
@@ -76,7 +78,7 @@ private:
     EventLoop& mLoop;
     Admission& mAdmission;
     Handler mHandler;
-    Taker mTaker;
+    std::vector<Taker> mTakers;
     std::function<void()> mOnClosed;
     std::unordered_map<int, Connection> mConnections;
     std::deque<int> mLines;  // connections with a complete line, oldest first; not watched

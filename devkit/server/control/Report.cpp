@@ -271,6 +271,16 @@ json stateOf(const Reported& reported, const std::vector<std::unique_ptr<Client>
     return result;
 }
 
+json watchedOf(const Settings& settings, const StreamRegistry& streams) {
+    json playing = json::array();
+    for (const auto& stream : streams.streams())
+        if (stream->isActive())
+            playing.push_back(
+                {{"name", stream->record().name},
+                 {"tag", AudioTypes::getTag(static_cast<AudioTagType>(stream->record().tag))}});
+    return {{"settings", jsonOf(*settings)}, {"streams", std::move(playing)}};
+}
+
 json reportOf(const Reported& reported) {
     json result;
     result["output"] = describeCounters(reported);

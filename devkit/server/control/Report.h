@@ -31,6 +31,9 @@ struct Reported {
 nlohmann::json stateOf(const Reported& reported,
                        const std::vector<std::unique_ptr<Client>>& clients);
 
+/// The settings, and the streams that play, for subscribers to changes.
+nlohmann::json watchedOf(const Settings& settings, const StreamRegistry& streams);
+
 /// Everything played since the start, with the position in the output of every run of frames.
 nlohmann::json reportOf(const Reported& reported);
 
