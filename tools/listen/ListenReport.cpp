@@ -28,9 +28,20 @@ std::string subjectOf(const ListenOptions& options) {
     return text;
 }
 
+std::string lineOf(const ListenReport& report, const ListenOptions& options) {
+    std::string line = fileName(options) + ": " + report.ending.text;
+    if (report.frames == 0) return line + "; nothing was played";
+    line += ", " + clockText(secondsOf(report.frames, report.format)) + " of " + subjectOf(options);
+    if (!report.peak || *report.peak == 0) return line + ", all of it silent";
+    char peak[32];
+    std::snprintf(peak, sizeof peak, "; peak %.1f dB", decibels(*report.peak));
+    return line + peak;
+}
+
 Json toJson(const ListenReport& report, const ListenOptions& options) {
     const RecordFormat& format = report.format;
     const bool isSilent = !report.peak || *report.peak == 0;
+    const bool isDone = report.ending.kind == StreamEnd::Done;
     return {
         {"file", fileName(options)},
         {"stream", orNull(options.stream)},
@@ -44,17 +55,9 @@ Json toJson(const ListenReport& report, const ListenOptions& options) {
         {"lost_frames", report.lostFrames},
         {"peak_db", isSilent ? Json(nullptr) : Json(roundedMs(decibels(*report.peak)))},
         {"ended", endName(report.ending.kind, "heard")},
-        {"text", report.ending.text}};
-}
-
-std::string lineOf(const ListenReport& report, const ListenOptions& options) {
-    std::string line = fileName(options) + ": " + report.ending.text;
-    if (report.frames == 0) return line + "; nothing was played";
-    line += ", " + clockText(secondsOf(report.frames, report.format)) + " of " + subjectOf(options);
-    if (!report.peak || *report.peak == 0) return line + ", all of it silent";
-    char peak[32];
-    std::snprintf(peak, sizeof peak, "; peak %.1f dB", decibels(*report.peak));
-    return line + peak;
+        {"text", report.ending.text},
+        {"error", orNull(isDone ? "" : lineOf(report, options))},
+        {"exit", static_cast<int>(exitCode(report.ending.kind))}};
 }
 
 }  // namespace
