@@ -490,7 +490,8 @@ void addMonitor(CLI::App& app, MonitorOptions& options, CommonOptions& common) {
                                     options, common);
     command.add_option("NAME", options.names, std::string(NAMES) + "; all but meters without any")
         ->type_name("");
-    addInterval(command, options.interval, "Milliseconds between two polls of what the server does\nnot notify");
+    addInterval(command, options.interval,
+                "Milliseconds between two polls of what the server does\nnot notify");
     command.add_option("--count", options.count, "End after this number of changes")
         ->type_name("N")
         ->check(range(1, 1e9));

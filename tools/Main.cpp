@@ -50,9 +50,8 @@ bool usesControlSocketOnly(const Command& command) {
 void waitForServer(const Command& command) {
     const std::chrono::milliseconds bound = command.common.wait;
     // The control socket is the last one that the development server opens.
-    const auto socket = usesControlSocketOnly(command)
-                            ? board::AwaitedSocket::Control
-                            : board::AwaitedSocket::Clients;
+    const auto socket = usesControlSocketOnly(command) ? board::AwaitedSocket::Control
+                                                       : board::AwaitedSocket::Clients;
     if (bound.count() == 0 || board::waitForServer("", socket, bound)) return;
     // A server of another kind has no control socket; the command says so.
     if (serverListens()) return;

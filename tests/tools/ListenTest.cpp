@@ -104,6 +104,7 @@ TEST_F(Listen, StoresAStreamAfterItsGainsInStepWithTheMix) {
     EXPECT_EQ(report.at("stream"), "second");
     EXPECT_EQ(report.at("lost_frames"), 0);
     EXPECT_EQ(report.at("ended"), "heard");
+    EXPECT_EQ(report.at("error"), nullptr);
     mix.send(SIGINT);
     mix.finishExpecting(0);
 
@@ -184,11 +185,16 @@ TEST_F(Listen, IsNotDisturbedByListenersThatAreKilledOrStopReading) {
 
 TEST_F(Listen, CompletesItsFileWhenTheServerIsKilled) {
     serve();
-    ToolProcess& mix = listen({file("mix.wav")});
+    ToolProcess& mix = listen({file("mix.wav"), "--json"});
     play("radio", 4800);
     mServer->kill(SIGKILL);
     mServer->wait();
-    EXPECT_THAT(mix.finishExpecting(3).err, HasSubstr("mix.wav: the server went away, 0:0"));
+    const Outcome outcome = mix.finishExpecting(3);
+    EXPECT_THAT(outcome.err, HasSubstr("mix.wav: the server went away, 0:0"));
+    const json report = jsonOf(outcome);
+    EXPECT_EQ(report.at("ended"), "lost");
+    EXPECT_THAT(report.at("error"), HasSubstr("the server went away"));
+    EXPECT_EQ(report.at("exit"), 3);
     EXPECT_FALSE(withoutSilence(soundOf("mix.wav")).empty());
 }
 

@@ -28,9 +28,20 @@ std::string subjectOf(const ListenOptions& options) {
     return text;
 }
 
+std::string lineOf(const ListenReport& report, const ListenOptions& options) {
+    std::string line = fileName(options) + ": " + report.ending.text;
+    if (report.frames == 0) return line + "; nothing was played";
+    line += ", " + clockText(secondsOf(report.frames, report.format)) + " of " + subjectOf(options);
+    if (!report.peak || *report.peak == 0) return line + ", all of it silent";
+    char peak[32];
+    std::snprintf(peak, sizeof peak, "; peak %.1f dB", decibels(*report.peak));
+    return line + peak;
+}
+
 Json toJson(const ListenReport& report, const ListenOptions& options) {
     const RecordFormat& format = report.format;
     const bool isSilent = !report.peak || *report.peak == 0;
+    const bool isDone = report.ending.kind == StreamEnd::Done;
     Json json = {
         {"file", fileName(options)},
         {"stream", orNull(options.stream)},
@@ -45,18 +56,8 @@ Json toJson(const ListenReport& report, const ListenOptions& options) {
         {"peak_db", isSilent ? Json(nullptr) : Json(roundedMs(decibels(*report.peak)))},
         {"ended", endName(report.ending.kind, "heard")},
         {"text", report.ending.text}};
-    addEnd(json, exitCode(report.ending.kind), report.ending.text);
+    addEnd(json, exitCode(report.ending.kind), isDone ? "" : lineOf(report, options));
     return json;
-}
-
-std::string lineOf(const ListenReport& report, const ListenOptions& options) {
-    std::string line = fileName(options) + ": " + report.ending.text;
-    if (report.frames == 0) return line + "; nothing was played";
-    line += ", " + clockText(secondsOf(report.frames, report.format)) + " of " + subjectOf(options);
-    if (!report.peak || *report.peak == 0) return line + ", all of it silent";
-    char peak[32];
-    std::snprintf(peak, sizeof peak, "; peak %.1f dB", decibels(*report.peak));
-    return line + peak;
 }
 
 }  // namespace
