@@ -41,7 +41,7 @@ std::string valueHelp(const Type& type) {
                    "\n            with dB a gain, such as -6.5dB; without a volume step: "
                    "half a dB each,\n            100 is 0dB and 0 is silence; with % the "
                    "amplitude: 50% is -6.02dB";
-        case Kind::Level:
+        case Kind::Meter:
             return range + ";\n            in JSON also in millionths of full scale";
         case Kind::Switch:
             return range + ", also as true or false, 1 or 0";
@@ -124,7 +124,7 @@ void print(const Named& named) {
     say(std::string("  what      ") + setting.what);
     say(std::string("  type      ") + kindName(setting.type.kind));
     say("  range     " + valueHelp(setting.type));
-    const bool isLevel = setting.type.kind == Kind::Level;
+    const bool isLevel = setting.type.kind == Kind::Meter;
     if (*setting.type.unit != '\0')
         say(std::string("  unit      ") + (isLevel ? "dB" : setting.type.unit));
     if (const std::string change = changeHelp(named); !change.empty()) say("  change    " + change);
@@ -182,7 +182,7 @@ std::string shortRangeText(const Type& type) {
         case Kind::List:
         case Kind::Loudspeakers:
             return kindName(type.kind);
-        case Kind::Level:
+        case Kind::Meter:
             return "dB, silence";
         case Kind::Switch:
             return "on, off";

@@ -33,7 +33,7 @@ Json jsonOf(const Named& named, const Value& value) {
     Json json = {{"name", named.name},
                  {"value", valueJson(type, value)},
                  {"unit", isSteps ? Json("step") : orNull(std::string(type.unit))}};
-    if (type.kind == Kind::Level) json["value_db"] = levelsInDb(type, value);
+    if (type.kind == Kind::Meter) json["value_db"] = levelsInDb(type, value);
     json["settable"] = isSettable(*named.setting, value);
     json["text"] = valueText(type, value);
     return json;

@@ -37,7 +37,7 @@ inline Type anyUnsigned(std::size_t count = 1) {
 }
 /// Meters. The unit is that of JSON.
 inline Type level(std::size_t count = 1) {
-    return {.kind = Kind::Level,
+    return {.kind = Kind::Meter,
             .count = count,
             .high = std::numeric_limits<std::uint32_t>::max(),
             .unit = "millionth"};

@@ -196,7 +196,7 @@ std::string levelText(std::int64_t millionths) {
 }
 
 std::string integerText(const Type& type, std::int64_t number) {
-    if (type.kind == Kind::Level) return levelText(number);
+    if (type.kind == Kind::Meter) return levelText(number);
     if (type.kind == Kind::Loudspeakers) return loudspeakersText(number);
     for (const auto& [word, meant] : type.words)
         if (number == meant) return word;
@@ -234,7 +234,7 @@ const char* kindName(Kind kind) {
             return "text";
         case Kind::Bytes:
             return "bytes";
-        case Kind::Level:
+        case Kind::Meter:
             return "level";
         case Kind::List:
             break;
@@ -265,7 +265,7 @@ std::string rangeText(const Type& type) {
             return "a text of at most 63 bytes";
         case Kind::Bytes:
             return "hex digits of at most " + std::to_string(type.count) + " bytes, or @FILE";
-        case Kind::Level:
+        case Kind::Meter:
             return times + "dB of full scale, or silence";
         case Kind::List:
             break;
@@ -312,7 +312,7 @@ Json valueJson(const Type& type, const Value& value) {
             return listJson(type, steps.steps, [](std::uint8_t step) { return unsigned{step}; });
         }
         Json operator()(const Integers& numbers) const {
-            if (type.kind == Kind::Level)
+            if (type.kind == Kind::Meter)
                 return listJson(type, numbers, [](std::int64_t n) { return Json(n); });
             return listJson(type, numbers, [&](std::int64_t n) {
                 const std::string text = integerText(type, n);
@@ -366,7 +366,7 @@ Value parsedValue(const Type& type, const std::string& text) {
         }
         case Kind::Bytes:
             return parseBytes(type, text);
-        case Kind::Level:
+        case Kind::Meter:
         case Kind::List:
             break;
     }

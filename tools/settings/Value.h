@@ -28,7 +28,7 @@ enum class Kind {
     Gain,          // Reals in dB, or Steps
     Real,          // Reals
     Integer,       // Integers
-    Level,         // Integers in millionths of full scale; as text in dB
+    Meter,         // Integers in millionths of full scale; as text in dB
     Loudspeakers,  // Integers: a mask of audio_channel_idx_e
     Switch,        // bool
     Text,          // std::string
