@@ -3,6 +3,8 @@
 
 #include "devkit/text/BuiltWith.h"
 
+#include <CLI/Version.hpp>
+#include <FLAC/format.h>
 #include <nlohmann/json.hpp>
 #include <sndfile.h>
 
@@ -13,8 +15,12 @@ std::string programVersion() {
     return "cabinaudio " CABINAUDIO_VERSION +
            builtWith({
                {"libsndfile", versionIn(sf_version_string())},
+               {"libFLAC", versionIn(FLAC__VERSION_STRING)},
                {"libogg", ""},
                {"libsbc", ""},
+               {"libarchive", versionOfOptional("archive_version_string")},
+               {"ncurses", versionOfOptional("curses_version")},
+               {"CLI11", CLI11_VERSION},
                {"nlohmann-json", dotted(NLOHMANN_JSON_VERSION_MAJOR, NLOHMANN_JSON_VERSION_MINOR,
                                         NLOHMANN_JSON_VERSION_PATCH)},
            });

@@ -14,19 +14,9 @@
 namespace cabinaudio::server {
 namespace {
 
-/// The optional libraries are looked up: this file is the same with and without them.
-template <typename Function>
-Function* optional(const char* name) {
-    return reinterpret_cast<Function*>(dlsym(RTLD_DEFAULT, name));
-}
-
-std::string textOfOptional(const char* function) {
-    if (auto* const version = optional<const char*()>(function)) return version();
-    return "left out";
-}
-
 std::string avcodecVersion() {
-    auto* const version = optional<unsigned()>("avcodec_version");
+    using Version = unsigned();
+    auto* const version = reinterpret_cast<Version*>(dlsym(RTLD_DEFAULT, "avcodec_version"));
     if (version == nullptr) return "left out";
     const unsigned number = version();
     return text::dotted(number >> 16, number >> 8 & 255, number & 255);
@@ -44,8 +34,8 @@ std::string versionText() {
                             {"fftw", versionIn(fftwf_version)},
                             {"libopus", versionIn(opus_get_version_string())},
                             {"libsbc", ""},
-                            {"ALSA", textOfOptional("snd_asoundlib_version")},
-                            {"PulseAudio", textOfOptional("pa_get_library_version")},
+                            {"ALSA", text::versionOfOptional("snd_asoundlib_version")},
+                            {"PulseAudio", text::versionOfOptional("pa_get_library_version")},
                             {"libavcodec", avcodecVersion()},
                             {"CLI11", CLI11_VERSION},
                             {"nlohmann-json",

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/text/BuiltWith.h"
 
+#include <dlfcn.h>
+
 #include <algorithm>
 
 namespace cabinaudio::text {
@@ -27,6 +29,12 @@ std::string builtWith(const std::vector<Library>& libraries) {
         text += line(library.name,
                      library.version.empty() ? "does not tell its version" : library.version);
     return text;
+}
+
+std::string versionOfOptional(const char* function) {
+    using Version = const char*();
+    auto* const version = reinterpret_cast<Version*>(dlsym(RTLD_DEFAULT, function));
+    return version != nullptr ? versionIn(version()) : "left out";
 }
 
 std::string versionIn(std::string_view text) {

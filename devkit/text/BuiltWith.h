@@ -17,6 +17,10 @@ struct Library {
 /// Lines for the compiler and for each library. Starts with a line end and does not end with one.
 [[nodiscard]] std::string builtWith(const std::vector<Library>& libraries);
 
+/// Version of a library that a build may leave out: the result of its function without arguments
+/// that returns text, or "left out" when no loaded library has the function.
+[[nodiscard]] std::string versionOfOptional(const char* function);
+
 /// The word that begins with the first digit: "1.2.0" of "libsndfile-1.2.0 (experimental)".
 [[nodiscard]] std::string versionIn(std::string_view text);
 

@@ -48,7 +48,8 @@ TEST(Tool, PrintsItsVersionWithoutAServer) {
                 testing::MatchesRegex("cabinaudio " CABINAUDIO_VERSION "\n"
                                       "compiler        (GCC|.*[Cc]lang).* [0-9]+\\.[0-9].*\n"
                                       "libsndfile      [0-9]+\\.[0-9]+\\..*\n"));
-    for (const char* library : {"\nlibogg ", "\nlibsbc ", "\nnlohmann-json   3."})
+    for (const char* library : {"\nlibFLAC         ", "\nlibogg ", "\nlibsbc ",
+                                "\nlibarchive      ", "\nncurses         ", "\nnlohmann-json   3."})
         EXPECT_THAT(result.out, HasSubstr(library));
     EXPECT_THAT(result.err, IsEmpty());
     EXPECT_EQ(runExpecting(0, {"-V"}).out, result.out);
