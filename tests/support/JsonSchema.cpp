@@ -158,7 +158,7 @@ std::vector<std::string> definitionsOf(const std::vector<std::string>& command) 
         {"list", {"settings"}},
         {"describe", {"settings"}},
         {"version", {"version"}},
-        {"doctor", {"doctor"}},
+        {"doctor", {"doctor", "doctor_report"}},
         {"monitor", {"change", "monitor"}},
         {"server", {"state", "command"}},
         {"top", {"top", "waiting"}},

@@ -103,6 +103,7 @@ TEST_F(ReportOfTheDoctor, IsListedInJsonAfterTheChecks) {
     EXPECT_EQ(content.at("report"), mReport);
     EXPECT_EQ(content.at("members").size(), unpacked(mReport).size());
     EXPECT_EQ(content.at("members").at(0).at("name"), "checks.txt");
+    EXPECT_EQ(content.at("exit"), 0);
 }
 
 TEST_F(ReportOfTheDoctor, IsMadeWithoutAServer) {

@@ -308,7 +308,7 @@ TEST_P(PlaybackSignal, EndsThePlaybackInGoodOrder) {
     EXPECT_THAT(result.err, HasSubstr(GetParam() == SIGINT    ? "interrupted by SIGINT"
                                       : GetParam() == SIGTERM ? "interrupted by SIGTERM"
                                                               : "interrupted by SIGHUP"));
-    EXPECT_EQ(server.command("state").find("long"), std::string::npos);
+    EXPECT_EQ(server.command("state").find("\"name\":\"long\""), std::string::npos);
 }
 
 INSTANTIATE_TEST_SUITE_P(Any, PlaybackSignal, testing::Values(SIGINT, SIGTERM, SIGHUP),

@@ -192,7 +192,7 @@ TEST_P(RecordingSignal, CompletesTheFile) {
     const std::size_t recorded = readSound(out).samples.size();
     ASSERT_LE(recorded, readSound(mInput).samples.size());
     expectBeginningOfInput(out, recorded);
-    EXPECT_THAT(mServer->command("state"), Not(HasSubstr("\"open\"")));
+    EXPECT_THAT(mServer->command("state"), Not(HasSubstr("\"name\":\"open\"")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Any, RecordingSignal, testing::Values(SIGINT, SIGTERM, SIGHUP),

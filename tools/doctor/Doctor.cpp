@@ -124,14 +124,17 @@ void print(const std::vector<Check>& checks, bool json) {
 }
 
 /// The user must know the content before the report leaves the machine.
-void printContent(const std::string& file, const std::vector<Member>& members, bool json) {
+void printContent(const std::string& file, const std::vector<Member>& members, bool json,
+                  ExitCode code) {
     if (json) {
         Json list = Json::array();
         for (const Member& member : members)
             list.push_back({{"name", member.name},
                             {"bytes", member.content.size()},
                             {"content", member.what}});
-        printJson({{"report", file}, {"members", list}});
+        Json content = {{"report", file}, {"members", list}};
+        addEnd(content, code, "checks have failed");
+        printJson(content);
         return;
     }
     say(text::printable(file) + ", for your ticket, contains:");
@@ -140,11 +143,12 @@ void printContent(const std::string& file, const std::vector<Member>& members, b
             " bytes: " + text::printable(member.what));
 }
 
-void report(const Examination& all, const DoctorOptions& options, const CommonOptions& common) {
+void report(const Examination& all, const DoctorOptions& options, const CommonOptions& common,
+            ExitCode code) {
     const std::vector<Member> members = membersOf(
         {all.query, all.server, textOf(all.checks, false), toJson(all.checks)}, common.logFile);
     writeReport(options.reportFile, archiveOf("cabinaudio-report", members));
-    printContent(options.reportFile, members, common.json);
+    printContent(options.reportFile, members, common.json, code);
 }
 
 }  // namespace
@@ -153,10 +157,11 @@ ExitCode run(const DoctorOptions& options, const CommonOptions& common) {
     if (!options.reportFile.empty()) requireAbsent(options.reportFile);
     const Examination all = examine(options, common);
     print(all.checks, common.json);
-    if (!options.reportFile.empty()) report(all, options, common);
     const bool fine = std::all_of(all.checks.begin(), all.checks.end(),
                                   [](const Check& check) { return check.ok; });
-    return fine ? ExitCode::Done : ExitCode::Failed;
+    const ExitCode code = fine ? ExitCode::Done : ExitCode::Failed;
+    if (!options.reportFile.empty()) report(all, options, common, code);
+    return code;
 }
 
 }  // namespace cabinaudio::tool
