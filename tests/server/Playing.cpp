@@ -2,7 +2,6 @@
 #include "tests/server/Playing.h"
 
 #include "tests/support/JsonSchema.h"
-
 #include "tests/support/ProcessState.h"
 
 #include <sys/wait.h>

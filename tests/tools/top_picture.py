@@ -65,7 +65,8 @@ def svg(screen):
     width = screen.columns * CELL_WIDTH + 2 * MARGIN
     height = screen.lines * CELL_HEIGHT + 2 * MARGIN
     shapes = [
-        '<!-- SPDX-License-Identifier: Apache-2.0 -->',
+        # In two parts: the licence of the picture, not of this line.
+        '<!-- SPDX-License-' 'Identifier: Apache-2.0 -->',
         f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width} {height}" '
         f'width="{width}" height="{height}" font-family="DejaVu Sans Mono, monospace" '
         'font-size="13">',
