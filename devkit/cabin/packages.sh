@@ -60,7 +60,6 @@ armhf   libogg-dev:armhf
 armhf   libflac-dev:armhf
 armhf   libncursesw6:armhf           its libncurses-dev needs the C library's own headers
 armhf   libtinfo6:armhf
-armhf   libarchive-dev:armhf
 armhf   qemu-user                    runs the target's programs here
 vm      qemu-system-arm              a machine of the target
 vm      cpio                         its files
