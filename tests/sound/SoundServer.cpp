@@ -228,6 +228,7 @@ std::vector<std::int16_t> Monitor::heard() const {
 std::vector<std::int16_t> rawSamples(const fs::path& file) {
     const std::string bytes = contentsOf(file);
     std::vector<std::int16_t> samples(bytes.size() / sizeof(std::int16_t));
+    if (samples.empty()) return samples;
     std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(std::int16_t));
     return samples;
 }

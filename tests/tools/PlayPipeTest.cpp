@@ -84,7 +84,7 @@ private:
 
 bool isLossy(int format) {
     const int kind = format & SF_FORMAT_SUBMASK;
-    return kind == SF_FORMAT_VORBIS || kind == SF_FORMAT_OPUS || kind == SF_FORMAT_MPEG_LAYER_III;
+    return kind == SF_FORMAT_VORBIS || kind == SF_FORMAT_OPUS;
 }
 
 /// A WAV file of 16 bits whose header announces another length.
@@ -152,8 +152,7 @@ INSTANTIATE_TEST_SUITE_P(
                     PipedKind{"Flac16", SF_FORMAT_FLAC | SF_FORMAT_PCM_16},
                     PipedKind{"Flac24", SF_FORMAT_FLAC | SF_FORMAT_PCM_24},
                     PipedKind{"Vorbis", SF_FORMAT_OGG | SF_FORMAT_VORBIS},
-                    PipedKind{"Opus", SF_FORMAT_OGG | SF_FORMAT_OPUS},
-                    PipedKind{"Mp3", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III}),
+                    PipedKind{"Opus", SF_FORMAT_OGG | SF_FORMAT_OPUS}),
     ROW_NAME);
 
 TEST_F(PipedSound, OfAFileWithoutLengthIsPlayedWhole) {
@@ -356,6 +355,8 @@ INSTANTIATE_TEST_SUITE_P(
                     NoSound{"Text", "no sound, only words", "not an audio file that libsndfile"},
                     NoSound{"EndInTheHeaderOfWav", "RIFF1111WAVEfmt ", "ends within its header\n"},
                     NoSound{"EndInTheHeaderOfFlac", "fLaC", "ends within its header\n"},
+                    NoSound{"Mp3", "\xFF\xFB\x90\x64", "MP3 cannot be played from a pipe"},
+                    NoSound{"TaggedMp3", "ID3\x04", "MP3 cannot be played from a pipe"},
                     NoSound{"EndInTheHeaderOfOgg", "OggS", "not an audio file that libsndfile"}),
     ROW_NAME);
 

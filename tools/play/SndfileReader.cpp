@@ -20,6 +20,14 @@ bool isOgg(const SF_INFO& info) {
     return (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_OGG;
 }
 
+/// A frame's synchronization word, or the tags that stand before the first one.
+bool isMp3(InputBytes& input) {
+    const InputBytes::Bytes head = input.peek(3);
+    if (head.size() < 3) return false;
+    const bool isTagged = head[0] == 'I' && head[1] == 'D' && head[2] == '3';
+    return isTagged || (head[0] == 0xFF && (head[1] & 0xE0) == 0xE0);
+}
+
 bool hasOggEnd(int descriptor, std::uint64_t bytes) {
     OggEnd end;
     const auto size = static_cast<off_t>(bytes);
@@ -107,6 +115,9 @@ private:
 }  // namespace
 
 std::unique_ptr<SoundReader> openSndfile(std::unique_ptr<InputBytes> input) {
+    // libsndfile 1.2.0 then reads in front of its buffer.
+    if (!input->isSeekable() && isMp3(*input))
+        throw Failure("MP3 cannot be played from a pipe; play it from a file");
     return std::make_unique<SndfileReader>(std::move(input));
 }
 

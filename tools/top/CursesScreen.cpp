@@ -71,6 +71,7 @@ Screen::Screen() {
 
 Screen::~Screen() {
     endwin();
+    delscreen(set_term(nullptr));
 }
 
 Size Screen::size() {

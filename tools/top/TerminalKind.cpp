@@ -12,7 +12,9 @@ bool canPlaceCursor() {
     int error = 0;
     if (setupterm(nullptr, STDOUT_FILENO, &error) != OK) return false;
     const char* const move = tigetstr("cup");
-    return move != nullptr && move != reinterpret_cast<const char*>(-1);
+    const bool isKnown = move != nullptr && move != reinterpret_cast<const char*>(-1);
+    del_curterm(cur_term);
+    return isKnown;
 }
 
 }  // namespace cabinaudio::tool::top
