@@ -140,20 +140,20 @@ TEST_P(PipedSoundOfAnyKind, IsPlayedBeforeItsEnd) {
     EXPECT_TRUE(mIsDue);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Kind, PipedSoundOfAnyKind,
-    testing::Values(PipedKind{"Wav16", WAV16}, PipedKind{"Wav24", SF_FORMAT_WAV | SF_FORMAT_PCM_24},
-                    PipedKind{"WavFloat", SF_FORMAT_WAV | SF_FORMAT_FLOAT},
-                    PipedKind{"WavWithoutLength", WAV16, 0},
-                    PipedKind{"WavOfUnknownLength", WAV16, 0xffffffff},
-                    PipedKind{"WavOfTheGreatestLength", WAV16, 0x7ffff000},
-                    PipedKind{"Rf64", SF_FORMAT_RF64 | SF_FORMAT_PCM_16},
-                    PipedKind{"Au", SF_FORMAT_AU | SF_FORMAT_PCM_16},
-                    PipedKind{"Flac16", SF_FORMAT_FLAC | SF_FORMAT_PCM_16},
-                    PipedKind{"Flac24", SF_FORMAT_FLAC | SF_FORMAT_PCM_24},
-                    PipedKind{"Vorbis", SF_FORMAT_OGG | SF_FORMAT_VORBIS},
-                    PipedKind{"Opus", SF_FORMAT_OGG | SF_FORMAT_OPUS}),
-    ROW_NAME);
+INSTANTIATE_TEST_SUITE_P(Kind, PipedSoundOfAnyKind,
+                         testing::Values(PipedKind{"Wav16", WAV16},
+                                         PipedKind{"Wav24", SF_FORMAT_WAV | SF_FORMAT_PCM_24},
+                                         PipedKind{"WavFloat", SF_FORMAT_WAV | SF_FORMAT_FLOAT},
+                                         PipedKind{"WavWithoutLength", WAV16, 0},
+                                         PipedKind{"WavOfUnknownLength", WAV16, 0xffffffff},
+                                         PipedKind{"WavOfTheGreatestLength", WAV16, 0x7ffff000},
+                                         PipedKind{"Rf64", SF_FORMAT_RF64 | SF_FORMAT_PCM_16},
+                                         PipedKind{"Au", SF_FORMAT_AU | SF_FORMAT_PCM_16},
+                                         PipedKind{"Flac16", SF_FORMAT_FLAC | SF_FORMAT_PCM_16},
+                                         PipedKind{"Flac24", SF_FORMAT_FLAC | SF_FORMAT_PCM_24},
+                                         PipedKind{"Vorbis", SF_FORMAT_OGG | SF_FORMAT_VORBIS},
+                                         PipedKind{"Opus", SF_FORMAT_OGG | SF_FORMAT_OPUS}),
+                         ROW_NAME);
 
 TEST_F(PipedSound, OfAFileWithoutLengthIsPlayedWhole) {
     writeSound(mFile, {.frames = 9973});
