@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -46,6 +47,10 @@ constexpr unsigned CHANNELS = 2;
 /// A sound file, and the server and the tool that play it.
 class SoundTest : public testing::Test {
 protected:
+    /// For the server, which inherits it.
+    SoundTest() { setenv("TSAN_OPTIONS", "suppressions=" CABINAUDIO_TEST_SUPPRESSIONS, 1); }
+    ~SoundTest() override { unsetenv("TSAN_OPTIONS"); }
+
     void makeSound(std::chrono::milliseconds length) {
         mSent = noise16(static_cast<std::size_t>(length.count()) * RATE / 1000 * CHANNELS);
         writeWav(soundFile(), RATE, CHANNELS, mSent);
