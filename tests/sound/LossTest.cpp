@@ -65,7 +65,7 @@ TEST_F(RestartingSoundServer, IsHeardAgainWhileAStreamPlays) {
     const Monitor monitor(*mDesktop);
     const Outcome outcome = mPlayer->finish();
     EXPECT_EQ(outcome.exitCode, 0) << outcome.text();
-    EXPECT_LT(outcome.took, milliseconds(2500 + 5000)) << outcome.text();
+    EXPECT_LT(outcome.took, milliseconds(2500 + 2000)) << outcome.text();
     const json open = output();
     EXPECT_EQ(open.at("losses"), 1);
     EXPECT_EQ(open.at("problem"), nullptr);
@@ -88,7 +88,7 @@ TEST_F(RestartingSoundServer, LosesOnlyTheRestOfAStreamWhenItStandsStill) {
     EXPECT_TRUE(isDropped);
     const Outcome outcome = mPlayer->finish();
     EXPECT_EQ(outcome.exitCode, 0) << outcome.text();
-    EXPECT_LT(outcome.took, milliseconds(1800 + 5000)) << outcome.text();
+    EXPECT_LT(outcome.took, milliseconds(1800 + 2000)) << outcome.text();
     EXPECT_EQ(output().at("losses"), 0);
     EXPECT_TRUE(logs("pulse was held up: "));
     EXPECT_THAT(mServer->output(), HasSubstr(" ms) did not fit and are not heard\n"));

@@ -55,7 +55,7 @@ TEST_F(RemovableCard, IsHeardAgainOncePluggedIn) {
     ASSERT_TRUE(eventually([&] { return output().at("state") == "open"; }));
     const Outcome outcome = player.finish();
     EXPECT_EQ(outcome.exitCode, 0) << outcome.text();
-    EXPECT_LT(outcome.took, std::chrono::milliseconds(1200 + 5000)) << outcome.text();
+    EXPECT_LT(outcome.took, std::chrono::milliseconds(1200 + 2000)) << outcome.text();
     EXPECT_EQ(output().at("losses"), 1);
     EXPECT_EQ(mServer->stop(), 0);
     EXPECT_TRUE(contains(heard(), {mSent.end() - RATE / 10 * CHANNELS, mSent.end()}));

@@ -3,6 +3,7 @@
 
 #include "devkit/text/Printable.h"
 #include "tools/Duration.h"
+#include "tools/EndingJson.h"
 #include "tools/Names.h"
 #include "tools/Terminal.h"
 
@@ -33,13 +34,8 @@ Json toJson(const PlayReport& report) {
                  {"ring_timeouts", report.ringTimeouts},
                  {"space_timeouts", report.spaceTimeouts},
                  {"short_writes", report.shortWrites},
-                 {"ring_ran_empty", report.ringRanEmpty},
-                 {"ended", endName(report.ending.kind, "played")},
-                 {"waited_for", orNull(report.ending.waitedFor)},
-                 {"status", report.ending.status},
-                 {"status_name", statusName(report.ending.status)},
-                 {"text", report.ending.text}};
-    addEnd(json, exitCode(report.ending.kind), report.ending.text);
+                 {"ring_ran_empty", report.ringRanEmpty}};
+    addEnding(json, report.ending, "played");
     return json;
 }
 

@@ -3,6 +3,7 @@
 
 #include "devkit/text/Printable.h"
 #include "tools/Duration.h"
+#include "tools/EndingJson.h"
 #include "tools/Json.h"
 #include "tools/Names.h"
 #include "tools/Terminal.h"
@@ -42,13 +43,8 @@ Json toJson(const RecordReport& report) {
                  {"peak_db", peakOf(report)},
                  {"per_loop_bytes", report.perLoopBytes},
                  {"ring_bytes", report.ringBytes},
-                 {"read_timeouts", report.readTimeouts},
-                 {"ended", endName(report.ending.kind, "recorded")},
-                 {"waited_for", orNull(report.ending.waitedFor)},
-                 {"status", report.ending.status},
-                 {"status_name", statusName(report.ending.status)},
-                 {"text", report.ending.text}};
-    addEnd(json, exitCode(report.ending.kind), report.ending.text);
+                 {"read_timeouts", report.readTimeouts}};
+    addEnding(json, report.ending, "recorded");
     return json;
 }
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/settings/Directory.h"
 
+#include "devkit/text/Escape.h"
 #include "tools/Failure.h"
-#include "tools/settings/Escape.h"
 #include "tools/settings/Numbers.h"
 
 #include <fnmatch.h>
@@ -42,7 +42,7 @@ std::string placeholderOf(const std::string& pattern) {
 std::string filled(const std::string& pattern, const std::string& name) {
     const std::size_t begin = pattern.find('<');
     const std::string rest = pattern.substr(pattern.find('>') + 1);
-    std::string word = escaped(name);
+    std::string word = text::escaped(name);
     // At the end a sign would read as a part of += or -=.
     if (rest.empty() && !word.empty() && isSign(word.back()))
         word.replace(word.size() - 1, 1, word.back() == '+' ? "%2B" : "%2D");
@@ -135,7 +135,7 @@ bool Directory::match(const std::string& pattern, const std::string& name, Names
     for (std::size_t end = name.size(); end > begin; --end) {
         const std::string text = name.substr(begin, end - begin);
         if (!mayHoldDots && text.find('.') != std::string::npos) continue;
-        const std::string plain = unescaped(text);
+        const std::string plain = text::unescaped(text);
         if (!accepts(placeholder, plain)) continue;
         names.push_back(plain);
         if (match(rest, name.substr(end), names)) return true;

@@ -180,7 +180,7 @@ private:
             whole.update(json);
             printJson(whole);
         }
-        if (std::ferror(stdout) != 0) throw Failure("standard output cannot be written");
+        Session::endIfOutputIsLost();
     }
 
     /// The settings to watch, some of which may not exist at present.

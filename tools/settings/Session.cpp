@@ -70,7 +70,6 @@ void Session::endIfInterrupted() const {
     if (mInterruption.hasHappened()) throw Failure("interrupted by " + mInterruption.signalName());
 }
 
-/// Ends commands that print for a long time, such as monitor.
 void Session::endIfOutputIsLost() {
     if (!text::outputIsLost()) return;
     throw Failure(newOutputFault());

@@ -52,6 +52,9 @@ public:
     /// Sets two settings in one request.
     [[nodiscard]] std::int32_t set(const Named& named, const Value& value, const Value& partner);
 
+    /// Throws when what was printed could not be written; for commands that print for a long time.
+    static void endIfOutputIsLost();
+
 private:
     template <typename Call>
     auto ask(const char* what, Call call) {
@@ -64,7 +67,6 @@ private:
     }
     void requireServer() const;
     void endIfInterrupted() const;
-    static void endIfOutputIsLost();
     /// Throws unless the request was answered.
     void check(std::int32_t status) const;
     void finish(ExitCode code, std::string why);

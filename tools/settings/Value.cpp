@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/settings/Value.h"
 
+#include "devkit/text/Escape.h"
 #include "tools/settings/Amplitude.h"
-#include "tools/settings/Escape.h"
 #include "tools/settings/Numbers.h"
 
 #include <algorithm>
@@ -297,9 +297,11 @@ std::string valueText(const Type& type, const Value& value) {
             return joined(numbers, ",", [&](std::int64_t n) { return integerText(type, n); });
         }
         std::string operator()(bool on) const { return on ? "on" : "off"; }
-        std::string operator()(const std::string& text) const { return escaped(text); }
+        std::string operator()(const std::string& text) const { return text::escaped(text); }
         std::string operator()(const Octets& bytes) const { return hexText(bytes); }
-        std::string operator()(const Texts& texts) const { return joined(texts, ",", escaped); }
+        std::string operator()(const Texts& texts) const {
+            return joined(texts, ",", text::escaped);
+        }
     };
     return std::visit(Writer{type}, value);
 }
@@ -360,7 +362,7 @@ Value parsedValue(const Type& type, const std::string& text) {
         case Kind::Switch:
             return parseSwitch(type, text);
         case Kind::Text: {
-            std::string plain = unescaped(text);
+            std::string plain = text::unescaped(text);
             if (plain.size() > 63 || plain.find('\0') != std::string::npos) refuse(expected(type));
             return plain;
         }
