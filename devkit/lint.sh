@@ -10,7 +10,7 @@ failed=
 
 # Directories with our sources.
 library='foundation wire link shm diag client include'
-others='devkit tools tests bench demo examples'
+others='devkit tools plugins tests bench demo examples'
 
 sources() {
     for directory; do
@@ -85,6 +85,15 @@ upward_includes() {
         forbid "$directory" '[<"](devkit|tools|tests|bench)/' 'library code includes other code' ||
             status=1
     done
+    forbid plugins '["](foundation|wire|link|shm|diag|client|devkit|tools|tests)/' \
+        'a plug-in includes more than public headers' || status=1
+    for directory in common loader devkit; do
+        forbid "plugins/$directory" '[<"](alsa|gst|glib|glib-object|gio|plugins/alsa|plugins/gstreamer)[/.]' \
+            "what plug-ins share includes ALSA or GStreamer" || status=1
+    done
+    forbid plugins/alsa '[<"](gst|glib|gio|plugins/gstreamer)[/.]' \
+        "ALSA's plug-in includes GStreamer" || status=1
+    forbid plugins/gstreamer '[<"](alsa|plugins/alsa)/' "GStreamer's plug-in includes ALSA" || status=1
     forbid include '"' 'a public header includes a private one' || status=1
     return $status
 }
@@ -126,7 +135,7 @@ tidy() {
         >"$commands/compile_commands.json"
     status=0
     sed -n 's/^ *"file": "\(.*\)",\{0,1\}$/\1/p' "$commands/compile_commands.json" |
-        grep -E "^$PWD/(foundation|link|shm|diag|client|devkit|tools)/" | sort -u |
+        grep -E "^$PWD/(foundation|link|shm|diag|client|devkit|tools|plugins)/" | sort -u |
         CLEAN=$clean CHECKS=$checks xargs -P "$jobs" -n 1 sh -c '
             command=$(grep -F -B 1 "\"file\": \"$2\"" "$1/compile_commands.json" |
                 sed "s|$PWD||g")
@@ -145,13 +154,14 @@ switched_off() {
     done | complain 'switched off without a reason'
 }
 
-# Delivered sources too: cppcheck follows values where the compilers do not.
+# Delivered sources too: cppcheck follows values where the compilers do not. Its library "gtk" knows
+# the macros of GLib.
 cpp_check() {
     # shellcheck disable=SC2046,SC2086  # file names without blanks, a list of directories
-    cppcheck --quiet --std=c++20 --language=c++ --enable=warning,performance,portability \
+    cppcheck --quiet --std=c++20 --language=c++ --library=gtk --enable=warning,performance,portability \
         --suppressions-list=devkit/cppcheck/suppressions.txt --inline-suppr -j "$jobs" \
         -Idevkit/cppcheck -I. -Iinclude --error-exitcode=1 \
-        $library devkit/board devkit/log devkit/server devkit/wavcheck tools
+        $library devkit/board devkit/log devkit/server devkit/wavcheck tools plugins
 }
 
 # Files for Yocto and Buildroot: checks that they package everything that this build would install.

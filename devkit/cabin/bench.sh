@@ -10,9 +10,15 @@ cmd_bench() {
         bench_gate build/bench/counts.json
         return
     fi
-    everything='ring processes view call wake streams load scale size variants gate'
+    everything='ring processes view call wake streams load scale alsa size variants gate'
     page=
-    if [ $# -eq 0 ]; then
+    measured=
+    if [ "${1:-}" = --page ]; then
+        shift
+        [ $# -ne 0 ] || bad_usage "bench --page needs the names of benchmarks"
+        page=yes
+        measured=$*
+    elif [ $# -eq 0 ]; then
         page=yes
         # shellcheck disable=SC2086  # names are words
         set -- $everything
@@ -22,6 +28,7 @@ cmd_bench() {
     done
     build bench
     case " $* " in *" size "* | *" variants "* | *" gate "*) build armhf cabinaudio ;; esac
+    case " $* " in *" alsa "*) unpack_alsa_peers ;; esac
     mkdir -p "$figures"
     failed=0
     for bench; do
@@ -30,8 +37,28 @@ cmd_bench() {
         run_bench "$bench" || failed=1
         say "measured $bench in $(($(date +%s) - bench_began)) s"
     done
-    [ -z "$page" ] || bench/report.py "$figures"
+    # shellcheck disable=SC2086  # names are words
+    [ -z "$page" ] || bench/report.py "$figures" $measured
     return $failed
+}
+
+# Unpacks the ALSA plug-ins of other sound servers: installed together they conflict, and would
+# change the desktop's sound. Without them those are not measured.
+unpack_alsa_peers() {
+    peers=build/bench/peers
+    if [ -e "$peers/usr" ] || ! command -v apt-get >/dev/null; then return 0; fi
+    say "packages to unpack: $(names alsapeers)"
+    rm -rf "$peers"
+    mkdir -p "$peers"
+    # shellcheck disable=SC2046  # package names are words
+    if ! (cd "$peers" && apt-get -q download $(names alsapeers)) >"$peers/log" 2>&1; then
+        say "not to be had, see $peers/log"
+        return 0
+    fi
+    for package in "$peers"/*.deb; do
+        dpkg-deb -x "$package" "$peers"
+    done
+    rm -f "$peers"/*.deb
 }
 
 # bench_gate FILE: writes counts to FILE, and verifies that a limit lower by one would fail.

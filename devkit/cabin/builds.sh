@@ -24,7 +24,11 @@ build() {
         native | coverage) need build test consume "$(sound_server)" ;;
         asan | tsan) need build test asan "$(sound_server)" ;;
         fuzz) need build test asan ;;
-        armhf | armhf-time64) need build test consume armhf ;;
+        armhf)
+            need build test consume armhf
+            unpack_target
+            ;;
+        armhf-time64) need build test consume armhf ;;
         armhf-vm) need build test armhf pkgarm vm ;;
         bench) need build bench ;;
         *) bad_usage "unknown build '$name'" ;;

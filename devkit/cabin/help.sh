@@ -15,8 +15,12 @@ Usage: ./cabin COMMAND [ARGUMENT...]
                          the target with 64-bit times), armhf-vm (a kernel of the target with two
                          processors, in a virtual machine), all; failures are listed at the end
        [--long]          include the long tests
+       [--programs]      install the large programs that play and record through the plug-ins,
+                         such as a browser, and fail if a test is skipped because one is missing;
+                         otherwise the missing programs are listed at the end
   bench [NAME...]        run the benchmarks (default: all of them, into bench/results.json and
                          docs/performance.md)
+        --page NAME...   run some, and make the page with the stored results of the others
         --gate           compare counts without noise, such as instructions, with their limits
   fuzz [SECONDS|HOURSh]  send arbitrary messages, rings, files and sessions to library and server,
                          with equal time for each target (default: 70 s); print the findings
@@ -38,7 +42,7 @@ Usage: ./cabin COMMAND [ARGUMENT...]
                          faults in the same models are found
   build [BUILD]          build only: native (default), asan, tsan, fuzz, armhf, armhf-time64,
                          armhf-vm, bench
-  install [PREFIX]       install library, server, launcher, tool, guides and examples
+  install [PREFIX]       install library, server, launcher, tool, plug-ins, guides and examples
                          (default: ~/.local)
   abi [--update]         compare the binary interface, native and armhf, with the recorded one;
                          --update records it again
@@ -49,7 +53,9 @@ Usage: ./cabin COMMAND [ARGUMENT...]
                          build/docs/, and check that everything is documented
   format                 format the sources
   lint                   check format, sources, scripts, licence lines, layers and recipes
-  deps [GROUP...]        list the Debian packages that the commands install
+  deps [GROUP...]        list the Debian packages that the commands install, in groups: build
+                         (compiling), test, plugins (tests of the plug-ins), programs (large ones
+                         for these tests) and those of single builds and commands
   clean                  remove build/
   help                   print this text
 

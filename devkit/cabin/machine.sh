@@ -19,24 +19,13 @@ make_machine() {
     say "the virtual machine's console: $machine/console.log"
 }
 
-# Unpacks kernel and shell from their packages. Both stay until `./cabin clean`.
+# Unpacks kernel and shell from their packages.
 unpack_guest() {
     guest=$machine/packages
     if [ -e "$guest/vmlinuz" ] && [ -e "$guest/busybox" ]; then return 0; fi
     command -v apt-get >/dev/null || die "apt-get not found: the virtual machine's kernel is Debian's"
-    say "packages to unpack: $(names guest)"
     rm -rf "$guest"
-    mkdir -p "$guest"
-    if ! download_guest >>build/armhf-vm/build.log 2>&1; then
-        may_be_root || die "needs root or sudo to update the package lists"
-        say "updating the package lists"
-        as_root apt-get -o DPkg::Lock::Timeout=600 update >>build/armhf-vm/build.log 2>&1 \
-            </dev/null || true
-        logged build/armhf-vm/build.log download_guest
-    fi
-    for package in "$guest"/*.deb; do
-        dpkg-deb -x "$package" "$guest/files"
-    done
+    unpack_packages guest "$guest" "$guest/files" build/armhf-vm/build.log download_guest
     cp "$guest/files/bin/busybox" "$guest/"
     cp "$guest"/files/boot/vmlinuz-* "$guest/vmlinuz"
     rm -rf "$guest/files" "$guest"/*.deb
@@ -47,5 +36,5 @@ download_guest() {
     kernel=$(apt-cache depends linux-image-armmp:armhf |
         sed -n 's/^ *Depends: \(linux-image-[^ ]*\)$/\1/p') || return 1
     [ -n "$kernel" ] || return 1
-    (cd "$guest" && apt-get -q download "$kernel" busybox-static:armhf)
+    apt-get -q download "$kernel" busybox-static:armhf
 }

@@ -26,6 +26,8 @@ build   nlohmann-json3-dev           JSON of server and tool
 build   libncurses-dev               screen of the tool's top
 build   libasound2-dev               server output "alsa"
 build   libpulse-dev                 server output "pulse"
+build   libgstreamer-plugins-base1.0-dev GStreamer plug-in
+build   pkgconf                      finds its libraries
 test    libgtest-dev                 test framework
 test    libgmock-dev                 matchers
 test    libcap2-bin                  setcap: programs with file capabilities refuse a preload
@@ -41,6 +43,18 @@ test    python3-pyte                 a terminal that is only calculated: screen 
 test    mandoc                       form of the man pages
 test    zsh                          completion
 sound   pulseaudio                   a sound server to restart; see sound_server()
+plugins alsa-utils                   players, recorders and mixers of ALSA
+plugins gstreamer1.0-alsa            GStreamer's elements of ALSA
+plugins gstreamer1.0-plugins-base    sources, converters, Ogg, Opus
+plugins gstreamer1.0-plugins-base-apps gst-device-monitor-1.0, gst-play-1.0
+plugins gstreamer1.0-plugins-good    WAV, FLAC, MP3, Matroska
+plugins gstreamer1.0-libav           AAC in LOAS
+plugins gstreamer1.0-tools           gst-launch-1.0, gst-inspect-1.0
+programs chromium                    a browser
+programs ffmpeg                      plays and records, tells what is in a file
+programs libsox-fmt-alsa             sox plays and records
+programs mpv                         pauses and seeks
+programs sox
 consume make                         the examples as their users build them
 consume pkgconf
 asan    clang                        compiler of the sanitizer builds
@@ -61,6 +75,34 @@ armhf   libflac-dev:armhf
 armhf   libncursesw6:armhf           its libncurses-dev needs the C library's own headers
 armhf   libtinfo6:armhf
 armhf   qemu-user                    runs the target's programs here
+gstarm  libgstreamer-plugins-base1.0-dev:armhf GStreamer plug-in: unpacked, not installed
+gstarm  libgstreamer1.0-dev:armhf    what its pkg-config modules name
+gstarm  libglib2.0-dev:armhf
+gstarm  libdw-dev:armhf
+gstarm  libelf-dev:armhf
+gstarm  libffi-dev:armhf
+gstarm  liblzma-dev:armhf
+gstarm  liborc-0.4-dev:armhf
+gstarm  libpcre2-dev:armhf
+gstarm  libunwind-dev:armhf
+gstarm  zlib1g-dev:armhf
+gstarm  libgstreamer1.0-0:armhf      its tests: libraries and elements, and what these load
+gstarm  libgstreamer-plugins-base1.0-0:armhf
+gstarm  gstreamer1.0-plugins-base:armhf
+gstarm  gstreamer1.0-plugins-good:armhf
+gstarm  libglib2.0-0:armhf
+gstarm  libblkid1:armhf
+gstarm  libbz2-1.0:armhf
+gstarm  libdw1:armhf
+gstarm  libelf1:armhf
+gstarm  libffi8:armhf
+gstarm  liblzma5:armhf
+gstarm  libmount1:armhf
+gstarm  liborc-0.4-0:armhf
+gstarm  libpcre2-8-0:armhf
+gstarm  libselinux1:armhf
+gstarm  libunwind8:armhf
+gstarm  zlib1g:armhf
 vm      qemu-system-arm              a machine of the target
 vm      cpio                         its files
 guest   linux-image-armmp:armhf      its kernel: unpacked, not installed
@@ -83,6 +125,10 @@ bench   libpipewire-0.3-dev          streams to compare with
 bench   libsndio-dev
 bench   pipewire-bin                 their servers
 bench   libspa-0.2-modules
+bench   alsa-utils                   aplay
+bench   wireplumber                  links streams to sinks
+alsapeers libasound2-plugins         ALSA plug-ins of other sound servers: unpacked, not installed
+alsapeers pipewire-alsa
 peers   pulseaudio                   servers to compare with, by hand: a desktop plays through them
 peers   sndiod
 peers   jackd2

@@ -4,7 +4,7 @@
 
 cmd_install() {
     prefix=$(of_caller "${1:-$HOME/.local}")
-    build_programs
+    build_programs plugins/all
     logged build/native/build.log cmake --install build/native --prefix "$prefix"
     say "installed in $prefix; guides and examples are in $prefix/share/doc/cabinaudio"
     case :$PATH: in *":$prefix/bin:"*) ;; *) say "$prefix/bin is not in the PATH" ;; esac
@@ -47,7 +47,10 @@ cmd_package() {
     need build package
     own_tree build/package
     for kind in $kinds; do
-        [ "$kind" != armhf ] || need armhf pkgarm
+        if [ "$kind" = armhf ]; then
+            need armhf pkgarm
+            unpack_target
+        fi
         packaging/debian/build.sh "$kind" "build/package/$kind"
     done
     [ -n "$try" ] || return 0

@@ -4,15 +4,18 @@
 
 cmd_test() {
     long=
+    all_programs=
     builds=
     for word; do
         case $word in
             --long) long=yes ;;
+            --programs) all_programs=yes ;;
             all) builds="$builds native asan tsan armhf armhf-time64 armhf-vm" ;;
             native | asan | tsan | armhf | armhf-time64 | armhf-vm) builds="$builds $word" ;;
             *) bad_usage "unknown argument '$word' of test" ;;
         esac
     done
+    [ -z "$all_programs" ] || need programs
     results=
     failed=0
     # Prints the results even if a later suite cannot be built.
@@ -23,12 +26,17 @@ cmd_test() {
             armhf | armhf-time64) build native ;;
             # The virtual machine runs the test programs of this build.
             armhf-vm) build armhf ;;
+            # Programs of this machine load the plug-ins.
+            *) need plugins ;;
         esac
         build "$suite"
         [ "$suite" != armhf-vm ] || make_machine "$long"
         run_tests "$suite" "$long" || failed=1
         [ "$suite" != armhf-vm ] || cat "$(machine_programs)" || failed=1
+        missing=$(missing_programs "$suite")
+        [ -z "$all_programs" ] || [ -z "$missing" ] || failed=1
         results="$results$suite: $(closing_line "$suite")
+${missing:+    skipped without $missing: './cabin test --programs' installs what is missing}
 $(failed_tests "$suite")
 $(slowest_tests "$suite")
 "
@@ -92,6 +100,14 @@ failed_tests() {
         awk 'NR <= 50 { print } END { if (NR > 50) print "    ... " NR - 50 " more, see test.log" }'
 }
 
+# Programs without which tests were skipped: these tests say "NAME is not installed".
+missing_programs() {
+    awk 'function tell(name) { if (!seen[name]++) { printf "%s%s", separator, name; separator = ", " } }
+         /^[^ ]+: Skipped$/ { getline; if (sub(/ is not installed$/, "")) tell($0) }
+         / skipped .[^ ]+ is not installed.$/ { tell(substr($(NF - 3), 2)) }' \
+        "build/$1/Testing/Temporary/LastTest.log" 2>/dev/null || true
+}
+
 # The ten tests that took longest, with their seconds.
 slowest_tests() {
     sed -n 's/^ *[0-9]*\/[0-9]* \{1,\}Test \{1,\}#[0-9]*: \([^ ]*\) .* \([0-9.]*\) sec.*/\2 \1/p' \
@@ -106,7 +122,7 @@ closing_line() {
 
 cmd_coverage() {
     [ $# -eq 0 ] || bad_usage "too many arguments of coverage"
-    need coverage
+    need coverage plugins
     build coverage
     find build/coverage -name '*.gcda' -delete
     say "running the tests (output: build/coverage/test.log)"

@@ -125,6 +125,19 @@ def _script(commands):
     return script + "kill $(jobs -p) 2>/dev/null\nwait\n"
 
 
+def _alsa_configuration(directory, tree):
+    """ALSA's files as if its plug-in were installed where the system looks. Returns their list."""
+    modules = tree / LIBDIR / "alsa-lib"
+    module = modules / "libasound_module_pcm_cabinaudio-devkit.so"
+    configuration = directory / ".alsa.conf"
+    configuration.write_text(
+        "</usr/share/alsa/alsa.conf>\n"
+        f"<{tree}/share/alsa/alsa.conf.d/50-cabinaudio.conf>\n"
+        f'pcm_type.cabinaudio.lib "{module}"\n'
+        f'ctl_type.cabinaudio.lib "{module}"\n')
+    return configuration
+
+
 def _started_environment(directory, programs, home):
     shims = directory / ".shims"
     shims.mkdir()
@@ -139,6 +152,9 @@ def _started_environment(directory, programs, home):
         HOME=home,
         # As if it were installed where the system looks.
         LD_LIBRARY_PATH=programs.parent / LIBDIR if programs.parent == PREFIX else "",
+        ALSA_CONFIG_PATH=_alsa_configuration(directory, programs.parent),
+        GST_PLUGIN_PATH=programs.parent / LIBDIR / "gstreamer-1.0",
+        GST_REGISTRY=directory / ".gstreamer",
         PKG_CONFIG_PATH=programs.parent / LIBDIR / "pkgconfig",
         CABINAUDIO_INSTANCE=f"docs-{os.getpid()}-{next(_SESSIONS)}")
 

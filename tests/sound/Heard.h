@@ -7,6 +7,7 @@
 #include "tests/support/Files.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealServer.h"
+#include "tests/support/SmallBuffers.h"
 #include "tests/tools/ToolProcess.h"
 
 #include <gmock/gmock.h>
@@ -45,7 +46,7 @@ constexpr unsigned CHANNELS = 2;
 }
 
 /// A sound file, and the server and the tool that play it.
-class SoundTest : public testing::Test {
+class SoundTest : public testing::Test, private SmallBuffers {
 protected:
     /// For the server, which inherits it.
     SoundTest() { setenv("TSAN_OPTIONS", "suppressions=" CABINAUDIO_TEST_SUPPRESSIONS, 1); }

@@ -30,6 +30,7 @@ context.properties = {
     default.clock.rate = 48000
 }
 context.spa-libs = {
+    api.alsa.*      = alsa/libspa-alsa
     audio.convert.* = audioconvert/libspa-audioconvert
     support.*       = support/libspa-support
 }
@@ -49,7 +50,7 @@ context.objects = [
       args = { factory.name = support.node.driver node.name = driver priority.driver = 20000 } }
     { factory = adapter
       args = {
-          factory.name   = support.null-audio-sink
+          SINK
           node.name      = nothing
           media.class    = Audio/Sink
           audio.position = [ FL FR ]
@@ -58,6 +59,8 @@ context.objects = [
     }
 ]
 )";
+
+constexpr char NULL_SINK[] = "factory.name = support.null-audio-sink";
 
 /// Only the policy that links streams to the sink: no devices, no D-Bus.
 constexpr char SESSION_CONFIGURATION[] = R"(
@@ -140,7 +143,8 @@ void SoundServer::start() {
     if (mKind == Kind::PulseAudio) {
         launch({"pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1",
                 "--log-target=stderr",
-                "--load=module-null-sink sink_name=nothing rate=48000 " + mSinkArguments,
+                "--load=module-null-sink sink_name=nothing rate=48000 " +
+                    (mSinkArguments.empty() ? "norewinds=1" : mSinkArguments),
                 "--load=module-native-protocol-unix auth-anonymous=1 socket=" + file("socket")});
     } else {
         launch({"pipewire", "-c", "pipewire.conf"});
@@ -200,6 +204,8 @@ Variables SoundServer::environment() const {
 void SoundServer::configurePipeWire() const {
     std::string configuration = PIPEWIRE_CONFIGURATION;
     configuration.replace(configuration.find("SOCKET"), 6, file("socket"));
+    configuration.replace(configuration.find("SINK"), 4,
+                          mSinkArguments.empty() ? NULL_SINK : mSinkArguments);
     writeText(file("pipewire.conf"), configuration);
     writeText(file("session/wireplumber.conf"), SESSION_CONFIGURATION);
     writeText(file("session/main.lua.d/10-modules.lua"), SESSION_MODULES);

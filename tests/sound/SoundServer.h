@@ -15,9 +15,9 @@ namespace cabinaudio::test {
 /// Whether these programs are installed.
 [[nodiscard]] bool haveAll(const Words& programs);
 
-/// A desktop's sound server with one sink, "nothing", which plays to nothing and has a monitor. It
-/// shares nothing with the user's own one. While this object exists, PULSE_SERVER names its socket;
-/// child processes find it there.
+/// A desktop's sound server with one sink, "nothing", which has a monitor and plays to nothing
+/// unless it is given another factory. It shares nothing with the user's own one. While this object
+/// exists, PULSE_SERVER names its socket; child processes find it there.
 class SoundServer {
 public:
     enum class Kind { PulseAudio, PipeWire };
@@ -26,8 +26,10 @@ public:
     [[nodiscard]] static Words programsOf(Kind kind);
 
     /// Started and accepting clients when the constructor returns.
-    /// @param sinkArguments  of the sink (PulseAudio only)
-    explicit SoundServer(Kind kind, std::string sinkArguments = "norewinds=1");
+    /// @param sinkArguments  instead of the usual ones: arguments of PulseAudio's module,
+    /// properties
+    ///                       of PipeWire's node, beginning with its factory
+    explicit SoundServer(Kind kind, std::string sinkArguments = {});
     ~SoundServer();
     SoundServer(const SoundServer&) = delete;
     SoundServer& operator=(const SoundServer&) = delete;

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -43,8 +42,6 @@ void startFirstThread() {
         std::abort();
 }
 
-/// What is less, the rings of a server at real pace bridge.
-constexpr std::chrono::milliseconds LONGEST_PAUSE(100);
 constexpr int MOST_ATTEMPTS = 5;
 constexpr const char* ATTEMPT = "CABINAUDIO_TEST_ATTEMPT";
 
@@ -55,7 +52,7 @@ void repeatAfterPause(char** arguments) {
     const char* const before = std::getenv(ATTEMPT);
     const int attempt = before != nullptr ? std::atoi(before) : 1;
     const auto pause = cabinaudio::test::Metronome::longestPause();
-    if (pause < LONGEST_PAUSE || attempt >= MOST_ATTEMPTS) return;
+    if (pause < cabinaudio::test::Metronome::bridged() || attempt >= MOST_ATTEMPTS) return;
     std::printf("the machine stood still for %lld ms: once more, attempt %d\n",
                 static_cast<long long>(pause.count()), attempt + 1);
     std::fflush(nullptr);

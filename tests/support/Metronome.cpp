@@ -24,6 +24,7 @@ using Pause = std::atomic<std::int64_t>;  // in microseconds
 static_assert(Pause::is_always_lock_free);
 
 std::atomic<Pause*> gLongest{nullptr};
+std::atomic<std::int64_t> gBridgedMs{100};
 
 /// As the kernel's interface of this width has it, whatever the C library makes of times.
 struct KernelTime {
@@ -94,6 +95,14 @@ std::chrono::milliseconds Metronome::longestPause() {
     const Pause* const longest = gLongest;
     return std::chrono::milliseconds(
         longest != nullptr ? longest->load(std::memory_order_relaxed) / 1000 : 0);
+}
+
+void Metronome::setBridged(std::chrono::milliseconds pause) {
+    gBridgedMs = pause.count();
+}
+
+std::chrono::milliseconds Metronome::bridged() {
+    return std::chrono::milliseconds(gBridgedMs);
 }
 
 }  // namespace cabinaudio::test

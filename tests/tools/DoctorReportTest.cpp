@@ -69,6 +69,9 @@ TEST_F(ReportOfTheDoctor, HasChecksVersionsStateSettingsAndLogs) {
                                      Key("library.log"), Key("server.log")));
     EXPECT_THAT(outcome.out, StartsWith(members.at("checks.txt")));
     EXPECT_EQ(json::parse(members.at("checks.json")).at(0).at("name"), "server");
+    EXPECT_THAT(members.at("checks.json"),
+                testing::AllOf(HasSubstr("\"alsa_plugin\""), HasSubstr("\"gstreamer_plugin\""),
+                               HasSubstr("\"directories\"")));
     EXPECT_EQ(json::parse(members.at("versions.json")).at("server").at(0), json({2, 24, 25}));
     EXPECT_EQ(json::parse(members.at("state.json")).at("settings").at("volume").at("master_db"),
               -12.0);

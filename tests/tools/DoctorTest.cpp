@@ -31,7 +31,7 @@ TEST(Doctor, PassesWithAServer) {
     const RealServer server;
     const Outcome result = runExpecting(0, {"doctor"});
     EXPECT_THAT(result.err, IsEmpty());
-    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 18) << result.out;
+    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 20) << result.out;
     EXPECT_THAT(result.out, Not(HasSubstr("FAIL")));
     EXPECT_THAT(result.out, Not(HasSubstr("\033")));
     EXPECT_THAT(result.out, HasSubstr("version 2.24.25\n"));
@@ -49,11 +49,11 @@ TEST(Doctor, PrintsTypedChecksInJson) {
         EXPECT_FALSE(check["detail"].get<std::string>().empty()) << check;
         EXPECT_TRUE(check["cure"].is_null()) << check;
     }
-    EXPECT_THAT(names,
-                testing::UnorderedElementsAre(
-                    "server", "real_time", "log_library", "shared_memory", "physical_memory",
-                    "cache", "c_library", "descriptors", "versions", "server_user", "output",
-                    "output_errors", "mutes", "volumes", "sources", "rings", "rates", "streams"));
+    EXPECT_THAT(names, testing::UnorderedElementsAre(
+                           "server", "real_time", "log_library", "shared_memory", "physical_memory",
+                           "cache", "c_library", "descriptors", "versions", "server_user", "output",
+                           "output_errors", "mutes", "volumes", "sources", "rings", "rates",
+                           "streams", "alsa_plugin", "gstreamer_plugin"));
     EXPECT_EQ(checkNamed(checks, "server")["value"], "answered");
     EXPECT_TRUE(checkNamed(checks, "server")["answer_ms"].is_number());
     EXPECT_TRUE(checkNamed(checks, "shared_memory")["free_bytes"].is_number_unsigned());
