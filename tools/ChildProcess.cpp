@@ -83,6 +83,11 @@ ChildResult runInChild(std::chrono::milliseconds bound, const std::function<void
     return result;
 }
 
+void silenceStandardError() {
+    const int nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (nothing >= 0) dup2(nothing, STDERR_FILENO);
+}
+
 void answer(int answers, const void* record, std::size_t size) {
     // Far smaller than the pipe's capacity, so the write is atomic and does not block.
     [[maybe_unused]] const ssize_t written = write(answers, record, size);

@@ -30,6 +30,9 @@ struct ChildResult {
 [[nodiscard]] ChildResult runInChild(std::chrono::milliseconds bound,
                                      const std::function<void(int answers)>& work);
 
+/// In a child: messages of libraries go nowhere.
+void silenceStandardError();
+
 /// Writes one record of an answer.
 void answer(int answers, const void* record, std::size_t size);
 

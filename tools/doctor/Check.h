@@ -34,6 +34,10 @@ struct Check {
 [[nodiscard]] Check checkPhysicalMemory();
 [[nodiscard]] Check checkCache();
 [[nodiscard]] Check checkCLibrary();
+/// Whether programs that speak ALSA, or GStreamer, find the plug-in and can load it. Where it is
+/// not installed, all is well. Call only while this process has one thread.
+[[nodiscard]] Check checkAlsaPlugin();
+[[nodiscard]] Check checkGStreamerPlugin();
 [[nodiscard]] Check checkDescriptors(const ClosedDescriptors& closed);
 
 }  // namespace cabinaudio::tool

@@ -63,7 +63,7 @@ Examination examine(const DoctorOptions& options, const CommonOptions& common) {
     if (all.query.reach == Reach::Answered) examineSound(options.timeout, common.instance, all);
     append({checkRealTime(), checkLogLibrary(), checkSharedMemory(), checkPhysicalMemory(),
             checkCache(), checkCLibrary(), checkDescriptors(options.closedDescriptors),
-            checkVersions(all.query)},
+            checkVersions(all.query), checkAlsaPlugin(), checkGStreamerPlugin()},
            all.checks);
     return all;
 }

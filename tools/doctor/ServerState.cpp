@@ -9,9 +9,6 @@
 #include "tools/settings/Line.h"
 #include "tools/settings/Session.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <sstream>
 #include <utility>
 
@@ -19,15 +16,9 @@ namespace cabinaudio::tool {
 
 namespace {
 
-/// The reasons of failures are for the commands that settings belong to.
-void closeStandardError() {
-    const int nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (nothing >= 0) dup2(nothing, STDERR_FILENO);
-}
-
 /// Writes one line of JSON for each setting that the server tells.
 void writeSettings(int answers, std::chrono::milliseconds timeout) {
-    closeStandardError();
+    silenceStandardError();  // the reasons of failures are for the commands that settings belong to
     SettingsOptions options;
     options.timeout = timeout;
     const CommonOptions common;
