@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""report.py DIRECTORY: generates bench/results.json, docs/performance.md and its plots from the
-benchmarks' files in DIRECTORY, one NAME.json each.
+"""report.py DIRECTORY [NAME...]: generates bench/results.json, docs/performance.md and its plots from
+the benchmarks' files in DIRECTORY, one NAME.json each. With names, only these are read there; all
+others stay as they are in bench/results.json.
 
 The page's text is bench/page.md. Lines of the form {{what: arguments}} are replaced:
     {{table: NAME counter}}   medians [min..max] of a program's counter
@@ -10,6 +11,7 @@ The page's text is bench/page.md. Lines of the form {{what: arguments}} are repl
     {{settings: NAME}}        conditions of the measurement
     {{plot: NAME}}            the picture
     {{counters: NAME program}} all counters of one program
+    {{columns: NAME pattern counter/unit...}} medians [min..max] of some counters of some programs
     {{missed}}                all goals that were missed, with their reasons (bench/reasons.txt)
     {{out of reach}}          goals that the design cannot reach, with their bounds (bench/bounds.txt)
     {{machine}}               machine of the run
@@ -26,6 +28,7 @@ import sys
 
 HERE = os.path.dirname(os.path.realpath(__file__))
 ROOT = os.path.dirname(HERE)
+STORED = f"{HERE}/results.json"
 PAGE = f"{ROOT}/docs/performance.md"
 PLOTS = f"{ROOT}/docs/performance"
 
@@ -96,12 +99,17 @@ class Goal:
 class Results:
     """Results of the programs, by name."""
 
-    def __init__(self, directory):
+    def __init__(self, directory, names=None, stored=None):
+        """names: only these, in addition to the stored results; None: all there are"""
         self.programs = {}
+        stored = stored or {}
+        for name, program in stored.get("programs", {}).items():
+            self.programs[name] = {"date": stored["date"], **program}
+        now = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
         for name in sorted(os.listdir(directory)):
-            if name.endswith(".json"):
+            if name.endswith(".json") and (names is None or name[:-5] in names):
                 with open(f"{directory}/{name}", encoding="utf-8") as file:
-                    self.programs[name[:-5]] = json.load(file)
+                    self.programs[name[:-5]] = {**json.load(file), "date": now}
 
     def failure(self, name):
         """The reason why there are no figures, or None."""
@@ -182,6 +190,18 @@ def grid(results, name, counter, pattern="ring 64 KiB"):
              "|---" * (len(chunks) + 1) + "|"]
     return lines + [f"| {row} | " + " | ".join(of.get(chunk, "-") for chunk in chunks) + " |"
                     for row, of in cells.items()]
+
+
+def columns(results, name, pattern, *counters):
+    """Several counters of the programs that have all of them. A counter is "name/unit"."""
+    parts = [counter.replace("_", " ").partition("/") for counter in counters]
+    lines = ["| | " + " | ".join(counter for counter, _, _ in parts) + " |",
+             "|---" * (len(parts) + 1) + "|"]
+    for program, values in results.programs[name]["rounds"].items():
+        if re.search(pattern, program) and all(counter in values for counter, _, _ in parts):
+            cells = [with_range(values[counter], float(unit or 1)) for counter, _, unit in parts]
+            lines.append(f"| {program} | " + " | ".join(cells) + " |")
+    return lines
 
 
 def goals(results, name, pattern=""):
@@ -290,7 +310,17 @@ def machine(results):
                    if "load before" in each)
     if loads:
         lines.append(f"- load before the programs: {loads[0]} to {loads[-1]}")
-    return lines + [f"- {datetime.date.today().isoformat()}"]
+    return lines + dates(results)
+
+
+def dates(results):
+    """The days of the measurements; each with its programs if there are several."""
+    names = {}
+    for name, program in results.programs.items():
+        names.setdefault(program["date"][:10], []).append(name)
+    if len(names) == 1:
+        return [f"- {day}" for day in names]
+    return [f"- {day}: {', '.join(names[day])}" for day in sorted(names)]
 
 
 def absent(results):
@@ -385,7 +415,7 @@ def plot(results, name):
 # ------------------------------------------------------------------------------------------------
 
 PIECES = {"table": table, "grid": grid, "goals": goals, "ratios": ratios, "settings": settings,
-          "counters": counters, "counts": counts, "figures": figures, "plot": plot}
+          "counters": counters, "columns": columns, "counts": counts, "figures": figures, "plot": plot}
 WHOLE = {"machine": machine, "missed": missed, "out of reach": out_of_reach, "overview": overview,
          "absent": absent}
 
@@ -417,17 +447,21 @@ def one_line_lists(text):
 
 
 def main():
-    if len(sys.argv) != 2:
-        sys.exit("usage: report.py DIRECTORY")
-    results = Results(sys.argv[1])
+    if len(sys.argv) < 2:
+        sys.exit("usage: report.py DIRECTORY [NAME...]")
+    if names := sys.argv[2:]:
+        with open(STORED, encoding="utf-8") as file:
+            results = Results(sys.argv[1], names, json.load(file))
+    else:
+        results = Results(sys.argv[1])
     when = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
-    with open(f"{HERE}/results.json", "w", encoding="utf-8") as file:
+    with open(STORED, "w", encoding="utf-8") as file:
         file.write(one_line_lists(json.dumps({"date": when, "programs": results.programs},
                                              indent=1)))
         file.write("\n")
     with open(PAGE, "w", encoding="utf-8") as file:
         file.write(page(results))
-    print(f"made {HERE}/results.json, {PAGE} and its plots")
+    print(f"made {STORED}, {PAGE} and its plots")
 
 
 if __name__ == "__main__":

@@ -116,6 +116,30 @@ class Page(unittest.TestCase):
         self.assertIn("| requests | 5 [5..5] |\n| names | 2 [1..3] |",
                       self.lines("counters: strange, parts, 1000"))
 
+    def test_shows_several_counters_of_the_programs_that_have_them(self):
+        self.assertIn("| | names | requests |\n|---|---|---|\n| parts | 2 [1..3] | 5000 [5000..5000] |",
+                      self.lines("columns: strange, ., names/1000, requests"))
+        self.assertNotIn("ours", self.lines("columns: strange, ., names/1000, requests"))
+
+    def test_keeps_stored_results_of_programs_that_were_not_run_again(self):
+        stored = {"date": "2001-02-03T04:05:06Z",
+                  "programs": {"wake": MEASURED, "load": {"failed": "long ago"},
+                               "strange": {"failed": "kept, it is not named"}}}
+        with tempfile.TemporaryDirectory() as directory:
+            for name in ("load", "strange"):
+                with open(f"{directory}/{name}.json", "w", encoding="utf-8") as file:
+                    json.dump({"failed": "now"}, file)
+            results = report.Results(directory, ["load"], stored)
+        self.assertEqual("It could not be measured: now", results.failure("load"))
+        self.assertEqual("It could not be measured: kept, it is not named",
+                         results.failure("strange"))
+        days = report.dates(results)
+        self.assertEqual("- 2001-02-03: wake, strange", days[0])
+        self.assertRegex(days[1], r"^- 20\d\d-\d\d-\d\d: load$")
+
+    def test_names_one_day_where_all_were_measured_together(self):
+        self.assertRegex("\n".join(report.dates(self.results)), r"^- 20\d\d-\d\d-\d\d$")
+
     def test_takes_an_exact_goal_exactly(self):
         self.assertIn("| threads | 4.00 | exactly 3 | **missed** |", self.lines("goals: strange"))
         self.assertIn("| rings | 2.00 | exactly 3 | **missed** |", self.lines("goals: strange"))

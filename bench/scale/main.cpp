@@ -4,7 +4,7 @@
 #include <cabinaudio/client/ClientTrack.h>
 
 #include "bench/support/Clock.h"
-#include "bench/support/Daemon.h"
+#include "bench/support/DevelopmentServer.h"
 #include "bench/support/Errors.h"
 #include "bench/support/LogSink.h"
 #include "bench/support/Machine.h"
@@ -12,11 +12,9 @@
 #include "bench/support/Report.h"
 #include "bench/support/Rounds.h"
 #include "bench/support/ScratchDirectory.h"
-#include "bench/support/ServerAddress.h"
 
 #include <nlohmann/json.hpp>
 #include <sched.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -68,33 +66,18 @@ double memoryOf(const std::string& process) {
     throw std::runtime_error("cannot read the memory of process " + process);
 }
 
-bool doesAnswer() {
-    const int descriptor = checked(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket");
-    const ServerAddress address;
-    const bool isThere = connect(descriptor, address.get(), address.length()) == 0;
-    close(descriptor);
-    return isThere;
-}
-
-/// The development server in real time, with the null output.
+/// The development server, and what it has missed.
 class Server {
 public:
     explicit Server(const std::string& directory)
-        : mReport(directory + "/report.json"),
-          mDaemon(std::in_place, Daemon::Start{{SERVER_PROGRAM, "--output", "null", "--report",
-                                                mReport, "--quiet"},
-                                               {},
-                                               directory + "/log"}) {
-        mDaemon->waitFor(doesAnswer);
-        checked(-clock_getcpuclockid(mDaemon->process(), &mClock), "clock_getcpuclockid");
-    }
+        : mServer(std::in_place, SERVER_PROGRAM, directory), mReport(mServer->reportFile()) {}
 
-    [[nodiscard]] std::uint64_t processorTime() const { return nanoseconds(mClock); }
-    [[nodiscard]] double memory() const { return memoryOf(std::to_string(mDaemon->process())); }
+    [[nodiscard]] std::uint64_t processorTime() const { return mServer->processorTime(); }
+    [[nodiscard]] double memory() const { return memoryOf(std::to_string(mServer->process())); }
 
     /// Ends the server. @return underruns plus late periods
     std::uint64_t missedPeriods() {
-        mDaemon.reset();
+        mServer.reset();
         std::ifstream file(mReport);
         const auto report = nlohmann::json::parse(file);
         return sumOf(report, "underruns") + sumOf(report, "late_periods");
@@ -111,9 +94,8 @@ private:
         return sum;
     }
 
-    std::string mReport;
-    std::optional<Daemon> mDaemon;
-    clockid_t mClock = 0;
+    std::optional<DevelopmentServer> mServer;
+    const std::string mReport;
 };
 
 AudioFormatDesc pcm() {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <ctime>
 
@@ -12,6 +14,12 @@ inline std::uint64_t nanoseconds(clockid_t clock) {
     clock_gettime(clock, &time);
     return static_cast<std::uint64_t>(time.tv_sec) * 1'000'000'000 +
            static_cast<std::uint64_t>(time.tv_nsec);
+}
+
+/// Processor time that a running process has taken so far, in nanoseconds. 0 when there is none.
+inline std::uint64_t processorTimeOf(pid_t process) {
+    clockid_t clock = 0;
+    return clock_getcpuclockid(process, &clock) == 0 ? nanoseconds(clock) : 0;
 }
 
 /// The clock of the library's time stamps.

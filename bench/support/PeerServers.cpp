@@ -3,9 +3,14 @@
 
 #include <dlfcn.h>
 
+#include <filesystem>
+#include <string_view>
+
 namespace cabinaudio::bench {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 /// The modules that a stream needs, and a sink that plays nothing. No session manager: the stream
 /// is ready once the server has created its node; nothing links it to the sink.
@@ -28,6 +33,7 @@ context.modules = [
     { name = libpipewire-module-access args = { } }
     { name = libpipewire-module-adapter }
     { name = libpipewire-module-link-factory }
+    MODULES
 ]
 context.objects = [
     { factory = adapter
@@ -41,6 +47,34 @@ context.objects = [
     }
 ]
 )";
+
+/// Only the policy that links streams to the sink.
+constexpr char SESSION_CONFIGURATION[] = R"(
+context.properties = { wireplumber.script-engine = lua-scripting }
+context.spa-libs = {
+    audio.convert.* = audioconvert/libspa-audioconvert
+    support.*       = support/libspa-support
+}
+context.modules = [
+    { name = libpipewire-module-protocol-native }
+    { name = libpipewire-module-client-node }
+    { name = libpipewire-module-adapter }
+    { name = libpipewire-module-metadata }
+    { name = libpipewire-module-session-manager }
+]
+wireplumber.components = [
+    { name = libwireplumber-module-lua-scripting, type = module }
+    { name = main.lua, type = config/lua }
+    { name = policy.lua, type = config/lua }
+]
+)";
+
+constexpr char SESSION_MODULES[] = R"(
+load_module("metadata")
+load_module("default-nodes", { ["use-persistent-storage"] = false })
+)";
+
+constexpr char SESSION_SCRIPTS[] = "/usr/share/wireplumber";
 
 std::string socketIn(const std::string& directory) {
     return directory + "/socket";
@@ -63,11 +97,11 @@ std::string busConfiguration(const std::string& directory) {
 
 }  // namespace
 
-Daemon::Start pulseServer(const std::string& directory) {
+Daemon::Start pulseServer(const std::string& directory, const std::string& sinkArguments) {
     return {{"pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1",
              "--disallow-module-loading=no", "--log-target=stderr",
              "--load=module-native-protocol-unix auth-anonymous=1 socket=" + socketIn(directory),
-             "--load=module-null-sink"},
+             "--load=module-null-sink " + sinkArguments},
             {"HOME=" + directory, "XDG_RUNTIME_DIR=" + directory, "PULSE_RUNTIME_PATH=" + directory,
              "PULSE_STATE_PATH=" + directory},
             directory + "/log"};
@@ -77,12 +111,33 @@ std::string pulseAddress(const std::string& directory) {
     return "unix:" + socketIn(directory);
 }
 
-Daemon::Start pipeWireServer(const std::string& directory) {
-    writeFile(directory + "/pipewire.conf", PIPEWIRE_CONFIGURATION);
+Daemon::Start pipeWireServer(const std::string& directory, const std::string& modules) {
+    constexpr std::string_view PLACE = "MODULES";
+    std::string configuration = PIPEWIRE_CONFIGURATION;
+    configuration.replace(configuration.find(PLACE), PLACE.size(), modules);
+    writeFile(directory + "/pipewire.conf", configuration);
     return {{"pipewire", "-c", "pipewire.conf"},
             {"PIPEWIRE_CONFIG_DIR=" + directory, "PIPEWIRE_RUNTIME_DIR=" + directory,
              "HOME=" + directory},
             directory + "/log"};
+}
+
+Daemon::Start pipeWireSession(const std::string& directory) {
+    const fs::path session = fs::path(directory) / "session";
+    fs::create_directories(session / "main.lua.d");
+    writeFile(session / "wireplumber.conf", SESSION_CONFIGURATION);
+    writeFile(session / "main.lua.d/10-modules.lua", SESSION_MODULES);
+    std::error_code missing;  // the program is not installed either then
+    fs::copy(fs::path(SESSION_SCRIPTS) / "main.lua.d/00-functions.lua", session / "main.lua.d",
+             missing);
+    fs::copy(fs::path(SESSION_SCRIPTS) / "policy.lua.d", session / "policy.lua.d", missing);
+    const std::string noBus = "unix:path=" + directory + "/no-bus";
+    return {{"wireplumber"},
+            {"WIREPLUMBER_CONFIG_DIR=" + session.string(), "PIPEWIRE_RUNTIME_DIR=" + directory,
+             "PIPEWIRE_REMOTE=" + std::string(PIPEWIRE_CORE), "HOME=" + directory,
+             "XDG_RUNTIME_DIR=" + directory, "XDG_STATE_HOME=" + directory,
+             "DBUS_SESSION_BUS_ADDRESS=" + noBus, "DBUS_SYSTEM_BUS_ADDRESS=" + noBus},
+            directory + "/session.log"};
 }
 
 Daemon::Start busServer(const std::string& directory) {
