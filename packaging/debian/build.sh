@@ -43,6 +43,8 @@ case $kind in
     *) fail "packages for '$kind' are unknown" ;;
 esac
 
+# Packages of the target that cannot be installed here, unpacked by ./cabin.
+export CABINAUDIO_UNPACKED="$root/build/armhf-packages/files"
 mkdir "$source"
 (cd "$root" && list_sources | tar -T - -cf -) | tar -C "$source" -xf -
 say "building for $kind (output: $log)"

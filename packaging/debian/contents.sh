@@ -52,7 +52,16 @@ has cabinaudio-tools /usr/bin/cabinaudio /usr/share/bash-completion/completions/
     /usr/share/zsh/vendor-completions/_cabinaudio '/usr/share/man/man1/cabinaudio\.1\.gz'
 has cabinaudio-devkit /usr/bin/cabinaudio-run /usr/bin/cabinaudio-server \
     '/usr/share/man/man1/cabinaudio-(run|server)\.1\.gz'
-for name in libcabinaudio2 libcabinaudio-board cabinaudio-tools cabinaudio-devkit; do
+has libcabinaudio-board "$lib/alsa-lib/libasound_module_pcm_cabinaudio-devkit\.so" \
+    "$lib/cabinaudio/libcabinaudio-with-board\.so" /etc/alsa/conf.d/51-cabinaudio-devkit.conf
+has libasound2-plugin-cabinaudio "$lib/alsa-lib/libasound_module_pcm_cabinaudio\.so" \
+    "$lib/alsa-lib/libasound_module_ctl_cabinaudio\.so" \
+    /usr/share/alsa/alsa.conf.d/50-cabinaudio.conf /etc/alsa/conf.d/50-cabinaudio.conf \
+    /usr/share/doc/libasound2-plugin-cabinaudio/99-cabinaudio-default.conf.example
+has gstreamer1.0-cabinaudio "$lib/gstreamer-1.0/libgstcabinaudio\.so" \
+    "$lib/cabinaudio/libcabinaudio-gstreamer\.so"
+for name in libcabinaudio2 libcabinaudio-board cabinaudio-tools cabinaudio-devkit \
+    libasound2-plugin-cabinaudio gstreamer1.0-cabinaudio; do
     has "$name-dbgsym" '/usr/lib/debug/\.build-id/.*\.debug'
 done
 if ls ./*_amd64.changes >/dev/null 2>&1; then
@@ -63,6 +72,10 @@ fi
 field libcabinaudio2 Multi-Arch '^same$'
 field libcabinaudio-dev Multi-Arch '^same$'
 field libcabinaudio-board Multi-Arch '^same$'
+field libasound2-plugin-cabinaudio Multi-Arch '^same$'
+field libasound2-plugin-cabinaudio Depends 'libasound2 .*libcabinaudio2 '
+field gstreamer1.0-cabinaudio Multi-Arch '^same$'
+field gstreamer1.0-cabinaudio Depends 'libcabinaudio2 .*libgstreamer-plugins-base1\.0-0 '
 field cabinaudio-tools Multi-Arch '^foreign$'
 field cabinaudio-devkit Multi-Arch '^foreign$'
 field libcabinaudio2 Depends 'android-liblog .*libc6 '
@@ -74,7 +87,8 @@ field cabinaudio-devkit Depends 'libcabinaudio-board \(= .*libcabinaudio2 \(>= '
 cat "$work"/*.list | grep -v '/$' | sort | uniq -d >"$work/twice"
 [ ! -s "$work/twice" ] || complain "in more than one package: $(tr '\n' ' ' <"$work/twice")"
 # What is below the path of an architecture and what every architecture has must not be mixed up.
-for name in libcabinaudio2 libcabinaudio-dev libcabinaudio-board; do
+for name in libcabinaudio2 libcabinaudio-dev libcabinaudio-board libasound2-plugin-cabinaudio \
+    gstreamer1.0-cabinaudio; do
     ! grep -E '^/usr/(bin|lib/cabinaudio)/' "$work/$name.list" ||
         complain "$name cannot be installed for two architectures"
 done

@@ -24,6 +24,14 @@ say "using it, as root and as an ordinary user"
 /packages/tests/use
 setpriv --reuid=65534 --regid=65534 --clear-groups env HOME=/tmp /packages/tests/use
 
+say "playing to it through ALSA"
+install ./libasound2-plugin-cabinaudio_*.deb alsa-utils
+/packages/tests/alsa
+
+say "playing to it through GStreamer"
+install ./gstreamer1.0-cabinaudio_*.deb gstreamer1.0-plugins-base gstreamer1.0-tools
+/packages/tests/gstreamer
+
 say "building a program with it"
 install ./libcabinaudio-dev_*.deb ./cabinaudio-doc_*.deb cmake g++ make pkg-config
 /packages/tests/build

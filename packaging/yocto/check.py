@@ -151,7 +151,8 @@ def check_files(recipe, install_tree, problems):
         if package is None:
             problems.append(f"{name} is in no package")
         seen.add(package)
-    for package in ("cabinaudio", "cabinaudio-dev", "cabinaudio-tools", "cabinaudio-devkit"):
+    for package in ("cabinaudio", "cabinaudio-dev", "cabinaudio-tools", "cabinaudio-devkit",
+                    "cabinaudio-alsa", "cabinaudio-gstreamer"):
         if package not in seen:
             problems.append(f"{package} is empty")
 

@@ -21,14 +21,21 @@ DEPENDS = "${CABINAUDIO_LOG}"
 PACKAGECONFIG ??= "tools"
 PACKAGECONFIG[tools] = "-DCABINAUDIO_BUILD_TOOLS=ON,-DCABINAUDIO_BUILD_TOOLS=OFF,cli11 flac libarchive libogg libsndfile1 ncurses nlohmann-json sbc"
 PACKAGECONFIG[devkit] = "-DCABINAUDIO_BUILD_DEVKIT=ON -DCABINAUDIO_SERVER_FOR_TARGET=ON,-DCABINAUDIO_BUILD_DEVKIT=OFF,alsa-lib cli11 fftw libopus libsamplerate0 libsndfile1 nlohmann-json sbc"
+# Programs that speak ALSA, and pipelines of GStreamer, become clients.
+PACKAGECONFIG[alsa] = "-DCABINAUDIO_BUILD_ALSA=ON,-DCABINAUDIO_BUILD_ALSA=OFF,alsa-lib"
+PACKAGECONFIG[gstreamer] = "-DCABINAUDIO_BUILD_GSTREAMER=ON,-DCABINAUDIO_BUILD_GSTREAMER=OFF,gstreamer1.0 gstreamer1.0-plugins-base"
 
-EXTRA_OECMAKE = "-DCABINAUDIO_BUILD_TESTS=OFF -DCABINAUDIO_BUILD_BENCH=OFF"
+EXTRA_OECMAKE = "-DCABINAUDIO_BUILD_PLUGINS=ON -DCABINAUDIO_BUILD_TESTS=OFF -DCABINAUDIO_BUILD_BENCH=OFF"
 
-PACKAGE_BEFORE_PN = "${PN}-tools ${PN}-devkit"
+# In this order: the plug-in's elements lie beside the development kit's libraries.
+PACKAGE_BEFORE_PN = "${PN}-tools ${PN}-gstreamer ${PN}-devkit ${PN}-alsa"
 FILES:${PN} = "${libdir}/libcabinaudio.so.* ${libdir}/libcabinaudio-log.so.*"
 FILES:${PN}-dev = "${includedir} ${libdir}/libcabinaudio.so ${libdir}/cmake ${libdir}/pkgconfig"
 FILES:${PN}-doc = "${docdir} ${mandir}"
 FILES:${PN}-tools = "${bindir}/cabinaudio ${datadir}/cabinaudio ${datadir}/bash-completion ${datadir}/zsh"
-FILES:${PN}-devkit = "${bindir}/cabinaudio-run ${bindir}/cabinaudio-server ${libdir}/cabinaudio"
+FILES:${PN}-gstreamer = "${libdir}/gstreamer-1.0 ${libdir}/cabinaudio/libcabinaudio-gstreamer.so"
+FILES:${PN}-devkit = "${bindir}/cabinaudio-run ${bindir}/cabinaudio-server ${libdir}/cabinaudio \
+    ${libdir}/alsa-lib/*cabinaudio*devkit.so ${datadir}/alsa/alsa.conf.d/51-cabinaudio-devkit.conf"
+FILES:${PN}-alsa = "${libdir}/alsa-lib ${datadir}/alsa"
 
 BBCLASSEXTEND = "native nativesdk"
