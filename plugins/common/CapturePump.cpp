@@ -38,8 +38,12 @@ int CapturePump::halt(PumpState next) {
 
 int CapturePump::prepare() {
     if (const int error = halt(PumpState::Stopped); error != 0) return error;
-    mRecord.clear();
+    const int status = mRecord.clear();
     const Lock lock(mLock);
+    if (status != AUDIO_NO_ERROR) {  // the server has removed the stream
+        lose();
+        return -ENODEV;
+    }
     mCaptured = mTaken = 0;
     mOdd = 0;
     ++mSoundNumber;

@@ -64,6 +64,7 @@ PlaybackPump::PlaybackPump(audio::QVAudioTrack& track, const Settings& settings,
 /// Stops the stream if it was started. The I/O thread drops the results of a write that this
 /// overtakes.
 int PlaybackPump::halt(PumpState next) {
+    const Lock request(mRequest);
     bool isStarted = false;
     {
         const Lock lock(mLock);
@@ -92,8 +93,12 @@ int PlaybackPump::go(PumpState next) {
 
 int PlaybackPump::prepare() {
     if (const int error = halt(PumpState::Stopped); error != 0) return error;
-    mTrack.clear();
+    const int status = mTrack.clear();
     const Lock lock(mLock);
+    if (status != AUDIO_NO_ERROR) {  // the server has removed the stream
+        lose();
+        return -ENODEV;
+    }
     mEnd = mSent = mClaimed = mPlayed = 0;
     mInRing = 0;
     ++mSoundNumber;
@@ -298,13 +303,23 @@ void PlaybackPump::ask() {
     if (!mWatch.mustAsk(mClock())) return;
     const unsigned run = mRun;
     mLock.unlock();
-    const int status = mTrack.start();
+    const int status = startAgain(run);
     mLock.lock();
     if (run != mRun) return;
     const std::uint64_t now = mClock();  // it may have moved meanwhile
     const bool hasNoRing =
         !mHasRing && !mSettings.isSink && now - mWatch.moved() >= RING_PATIENCE_US;
     if (status != AUDIO_NO_ERROR || hasNoRing || mWatch.isOverdue(now)) lose();
+}
+
+/// Not after a halt() that came in between: that stream must stay stopped.
+int PlaybackPump::startAgain(unsigned run) {
+    const Lock request(mRequest);
+    {
+        const Lock lock(mLock);
+        if (run != mRun) return AUDIO_NO_ERROR;
+    }
+    return mTrack.start();
 }
 
 /// Fills the ring. Never waits in the library: a blocking write does not tell how much it has

@@ -118,6 +118,7 @@ private:
     void look() CABINAUDIO_REQUIRES(mLock);
     void discardByClock(std::uint64_t now) CABINAUDIO_REQUIRES(mLock);
     void ask() CABINAUDIO_REQUIRES(mLock);
+    int startAgain(unsigned run) CABINAUDIO_EXCLUDES(mLock);
     void feed() CABINAUDIO_REQUIRES(mLock);
     std::size_t feedOnce(std::size_t room) CABINAUDIO_REQUIRES(mLock);
     void stepDrain() CABINAUDIO_REQUIRES(mLock);
@@ -144,6 +145,7 @@ private:
     const std::uint64_t mPeriod;  // us
 
     // Have their own synchronization.
+    Mutex mRequest;  // taken before mLock: a stop, or a question that may start the stream
     Mutex mLock;
     Condition mChanged;
 

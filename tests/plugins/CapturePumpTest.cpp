@@ -32,6 +32,7 @@ public:
     static constexpr int RING_BYTES = 33;
 
     int clear() override {
+        if (isActive || isGone) return AUDIO_INVALID_STATE;
         ring.clear();
         return AUDIO_NO_ERROR;
     }
@@ -200,6 +201,14 @@ TEST_F(Capture, LosesAStreamThatIsGone) {
     EXPECT_EQ(mPump->state(), PumpState::Lost);
     EXPECT_TRUE(isReadable());
     EXPECT_EQ(mPump->start(), -ENODEV);
+}
+
+TEST_F(Capture, PrepareNoticesThatTheStreamWasRemoved) {
+    make();
+    mRecord.isGone = true;
+    EXPECT_EQ(mPump->prepare(), -ENODEV);
+    EXPECT_EQ(mPump->state(), PumpState::Lost);
+    EXPECT_TRUE(isReadable());
 }
 
 TEST_F(Capture, LosesAServerThatStandsStillForFiveSeconds) {

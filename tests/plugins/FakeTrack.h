@@ -17,7 +17,7 @@ public:
     static constexpr int RING_BYTES = 25;  // one byte always stays free
 
     int clear() override {
-        if (isActive) return AUDIO_INVALID_STATE;
+        if (isActive || isGone) return AUDIO_INVALID_STATE;
         ring.clear();
         return AUDIO_NO_ERROR;
     }

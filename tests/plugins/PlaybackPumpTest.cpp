@@ -373,6 +373,24 @@ TEST_F(Pump, KeepsAStreamThatMovesWhileItIsAsked) {
     EXPECT_EQ(mPump->state(), PumpState::Running);
 }
 
+TEST_F(Pump, StaysStoppedWhenAPauseMeetsAQuestion) {
+    make();
+    append(60);
+    ASSERT_EQ(mPump->start(), 0);
+    pass(1, 0);
+    std::future<int> pause;
+    mTrack.whileStarting = [&] {
+        pause = std::async(std::launch::async, [this] { return mPump->pause(); });
+        // Gives it the time to overtake.
+        pause.wait_for(std::chrono::milliseconds(50));
+    };
+    pass(101, 0);
+    ASSERT_EQ(mTrack.starts, 2);
+    EXPECT_EQ(pause.get(), 0);
+    EXPECT_EQ(mPump->state(), PumpState::Paused);
+    EXPECT_FALSE(mTrack.isActive);
+}
+
 TEST_F(Pump, DoesNotAskAStreamThatMoves) {
     make();
     append(60);
@@ -398,6 +416,14 @@ TEST_F(Pump, LosesAStreamThatIsGone) {
     EXPECT_TRUE(isReadable());
     EXPECT_EQ(mPump->prepare(), -ENODEV);
     EXPECT_EQ(mPump->start(), -ENODEV);
+}
+
+TEST_F(Pump, PrepareNoticesThatTheStreamWasRemoved) {
+    make();
+    mTrack.isGone = true;
+    EXPECT_EQ(mPump->prepare(), -ENODEV);
+    EXPECT_EQ(mPump->state(), PumpState::Lost);
+    EXPECT_TRUE(isReadable());
 }
 
 TEST_F(Pump, LosesAServerThatStandsStillForFiveSeconds) {

@@ -54,6 +54,16 @@ TEST_F(AlsaProbe, UsesNoProcessorAfterALoss) {
     EXPECT_LT(std::stoi(outcome.out), LITTLE);
 }
 
+TEST_F(AlsaProbe, LearnsOfALossWhilePreparing) {
+    RealServer server;
+    Process probe(start({CABINAUDIO_TEST_PROBE, "prepare-until-lost"}));
+    ASSERT_EQ(probe.readLine(), "plays");
+    server.kill(SIGKILL);
+    server.wait();
+    const Outcome outcome = probe.finish(10s);
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.text();
+}
+
 TEST_F(AlsaProbe, EndsWithoutAClose) {
     const RealServer server;
     for (const char* deed : {"leave-open", "drain-and-leave-open"}) {

@@ -131,9 +131,22 @@ void restLost() {
     std::puts("plays");
     std::fflush(stdout);
     const Samples silence(CHANNELS * 480, 1000);
+    for (snd_pcm_sframes_t written = 0; written != -ENODEV;) {
+        written = snd_pcm_writei(pcm, silence.data(), 480);
+        if (written == -EPIPE) snd_pcm_prepare(pcm);
+    }
+    rest();
+    check(snd_pcm_close(pcm), "snd_pcm_close");
+}
+
+/// A program that prepares again and again, and so never plays: it, too, learns of the loss.
+void prepareUntilLost() {
+    snd_pcm_t* const pcm = openPlaying(4800);
+    std::puts("plays");
+    std::fflush(stdout);
+    const Samples silence(CHANNELS * 480, 1000);
     while (snd_pcm_writei(pcm, silence.data(), 480) != -ENODEV)
         snd_pcm_prepare(pcm);
-    rest();
     check(snd_pcm_close(pcm), "snd_pcm_close");
 }
 
@@ -253,6 +266,7 @@ const std::map<std::string, void (*)()> DEEDS = {
     {"rest-drained", restDrained},
     {"rest-after-an-underrun", restAfterAnUnderrun},
     {"rest-lost", restLost},
+    {"prepare-until-lost", prepareUntilLost},
     {"play-bytes", playBytes},
     {"loop", loop},
 };
