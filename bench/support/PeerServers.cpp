@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "bench/support/PeerServers.h"
 
+#include "devkit/pipewire/SessionFiles.h"
+
 #include <dlfcn.h>
 
 #include <filesystem>
@@ -47,34 +49,6 @@ context.objects = [
     }
 ]
 )";
-
-/// Only the policy that links streams to the sink.
-constexpr char SESSION_CONFIGURATION[] = R"(
-context.properties = { wireplumber.script-engine = lua-scripting }
-context.spa-libs = {
-    audio.convert.* = audioconvert/libspa-audioconvert
-    support.*       = support/libspa-support
-}
-context.modules = [
-    { name = libpipewire-module-protocol-native }
-    { name = libpipewire-module-client-node }
-    { name = libpipewire-module-adapter }
-    { name = libpipewire-module-metadata }
-    { name = libpipewire-module-session-manager }
-]
-wireplumber.components = [
-    { name = libwireplumber-module-lua-scripting, type = module }
-    { name = main.lua, type = config/lua }
-    { name = policy.lua, type = config/lua }
-]
-)";
-
-constexpr char SESSION_MODULES[] = R"(
-load_module("metadata")
-load_module("default-nodes", { ["use-persistent-storage"] = false })
-)";
-
-constexpr char SESSION_SCRIPTS[] = "/usr/share/wireplumber";
 
 std::string socketIn(const std::string& directory) {
     return directory + "/socket";
@@ -124,13 +98,7 @@ Daemon::Start pipeWireServer(const std::string& directory, const std::string& mo
 
 Daemon::Start pipeWireSession(const std::string& directory) {
     const fs::path session = fs::path(directory) / "session";
-    fs::create_directories(session / "main.lua.d");
-    writeFile(session / "wireplumber.conf", SESSION_CONFIGURATION);
-    writeFile(session / "main.lua.d/10-modules.lua", SESSION_MODULES);
-    std::error_code missing;  // the program is not installed either then
-    fs::copy(fs::path(SESSION_SCRIPTS) / "main.lua.d/00-functions.lua", session / "main.lua.d",
-             missing);
-    fs::copy(fs::path(SESSION_SCRIPTS) / "policy.lua.d", session / "policy.lua.d", missing);
+    pipewire::writeSession(session);
     const std::string noBus = "unix:path=" + directory + "/no-bus";
     return {{"wireplumber"},
             {"WIREPLUMBER_CONFIG_DIR=" + session.string(), "PIPEWIRE_RUNTIME_DIR=" + directory,

@@ -55,7 +55,7 @@ void finalize(GObject* object) {
     G_OBJECT_CLASS(cabinaudio_sink_parent_class)->finalize(object);
 }
 
-void setProperty(GObject* object, guint id, const GValue* value, GParamSpec* specification) {
+void setProperty(GObject* object, guint id, const GValue* value, GParamSpec* spec) {
     Sink& sink = of(object);
     if (sink.properties.set(GST_ELEMENT_CAST(object), id, value)) return;
     if (id == VOLUME)
@@ -63,10 +63,10 @@ void setProperty(GObject* object, guint id, const GValue* value, GParamSpec* spe
     else if (id == MUTE)
         sink.volume.setMute(g_value_get_boolean(value) != FALSE);
     else
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, specification);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
 }
 
-void getProperty(GObject* object, guint id, GValue* value, GParamSpec* specification) {
+void getProperty(GObject* object, guint id, GValue* value, GParamSpec* spec) {
     Sink& sink = of(object);
     if (sink.properties.get(GST_ELEMENT_CAST(object), id, value)) return;
     if (id == VOLUME)
@@ -74,7 +74,7 @@ void getProperty(GObject* object, guint id, GValue* value, GParamSpec* specifica
     else if (id == MUTE)
         g_value_set_boolean(value, sink.volume.isMute() ? TRUE : FALSE);
     else
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, specification);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
 }
 
 GstAudioRingBuffer* createRing(GstAudioBaseSink* element) {
@@ -145,10 +145,7 @@ void cabinaudio_sink_class_init(CabinaudioSinkClass* elementClass) {
     base->change_state = changeState;
     gst_element_class_set_static_metadata(base, "Audio sink (cabin audio server)", "Sink/Audio",
                                           "Plays through the cabin audio server", "cabinaudio");
-    GstCaps* const caps = streamCaps();
-    gst_element_class_add_pad_template(
-        base, gst_pad_template_new("sink", GST_PAD_SINK, GST_PAD_ALWAYS, caps));
-    gst_caps_unref(caps);
+    addPadTemplate(base, GST_PAD_SINK, streamCaps());
 
     GstBaseSinkClass* const sinkClass = GST_BASE_SINK_CLASS(elementClass);
     sinkClass->render = render;

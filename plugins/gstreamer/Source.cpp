@@ -3,10 +3,10 @@
 // cabinaudiosrc: an input of the server, or the uplink as linear sound.
 #include "plugins/gstreamer/Elements.h"
 #include "plugins/gstreamer/Log.h"
-#include "plugins/gstreamer/Owner.h"
 #include "plugins/gstreamer/Rank.h"
 #include "plugins/gstreamer/SourceStream.h"
 #include "plugins/gstreamer/StreamFormats.h"
+#include "plugins/gstreamer/StreamHolder.h"
 #include "plugins/gstreamer/StreamProperties.h"
 
 #include <gst/audio/gstaudiosrc.h>
@@ -42,19 +42,8 @@ struct Loudness {
 };
 
 /// The C++ part of an element.
-class SourceParts {
+class SourceParts : public StreamHolder<SourceStream> {
 public:
-    /// Null in the child of a fork().
-    [[nodiscard]] std::shared_ptr<SourceStream> stream() {
-        if (!owner.isThisProcess()) return nullptr;
-        const plugin::Lock lock(mLock);
-        return mStream;
-    }
-    /// @return the stream before, which ends without the lock
-    std::shared_ptr<SourceStream> exchange(std::shared_ptr<SourceStream> stream) {
-        const plugin::Lock lock(mLock);
-        return std::exchange(mStream, std::move(stream));
-    }
     [[nodiscard]] Loudness loudness() {
         const plugin::Lock lock(mLock);
         return mLoudness;
@@ -66,16 +55,11 @@ public:
         mLoudness.isSet = true;
     }
 
-    // Set at construction.
-    const Owner owner{};
-
     // Has its own synchronization.
     StreamProperties properties{Direction::Capture};
     std::atomic<bool> isLost = false;
 
 private:
-    plugin::Mutex mLock;
-    std::shared_ptr<SourceStream> mStream CABINAUDIO_GUARDED_BY(mLock);
     Loudness mLoudness CABINAUDIO_GUARDED_BY(mLock);
 };
 
@@ -288,10 +272,7 @@ void initClass(gpointer sourceClass, gpointer /*data*/) {
     gst_element_class_set_static_metadata(elementClass, "Cabin audio source", "Source/Audio",
                                           "Captures sound from the cabin audio server",
                                           "cabinaudio");
-    GstCaps* const caps = streamCaps();
-    gst_element_class_add_pad_template(
-        elementClass, gst_pad_template_new("src", GST_PAD_SRC, GST_PAD_ALWAYS, caps));
-    gst_caps_unref(caps);
+    addPadTemplate(elementClass, GST_PAD_SRC, streamCaps());
 
     GST_BASE_SRC_CLASS(sourceClass)->create = create;
     GST_BASE_SRC_CLASS(sourceClass)->fixate = fixate;

@@ -48,6 +48,13 @@ GstCaps* streamCaps() {
     return result;
 }
 
+void addPadTemplate(GstElementClass* elementClass, GstPadDirection direction, GstCaps* caps) {
+    const char* const name = direction == GST_PAD_SRC ? "src" : "sink";
+    gst_element_class_add_pad_template(elementClass,
+                                       gst_pad_template_new(name, direction, GST_PAD_ALWAYS, caps));
+    gst_caps_unref(caps);
+}
+
 AudioFormatDesc streamFormat(const GstAudioInfo& info) {
     return plugin::pcmFormat(static_cast<unsigned>(GST_AUDIO_INFO_RATE(&info)),
                              static_cast<unsigned>(GST_AUDIO_INFO_CHANNELS(&info)),

@@ -15,6 +15,9 @@ inline constexpr int MOST_CHANNELS = 6;
 /// positions; they are then in the order of the server. The caller releases the caps.
 [[nodiscard]] GstCaps* streamCaps();
 
+/// The element's one pad, "sink" or "src". Takes the caps.
+void addPadTemplate(GstElementClass* elementClass, GstPadDirection direction, GstCaps* caps);
+
 /// The format of a stream for sound of these caps.
 [[nodiscard]] AudioFormatDesc streamFormat(const GstAudioInfo& info);
 

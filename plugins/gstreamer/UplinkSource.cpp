@@ -3,8 +3,8 @@
 // cabinaudiouplinksrc: the uplink of a call as the server codes it.
 #include "plugins/gstreamer/Elements.h"
 #include "plugins/gstreamer/Log.h"
-#include "plugins/gstreamer/Owner.h"
 #include "plugins/gstreamer/StreamFormats.h"
+#include "plugins/gstreamer/StreamHolder.h"
 #include "plugins/gstreamer/StreamProperties.h"
 #include "plugins/gstreamer/UplinkSourceFrames.h"
 #include "plugins/gstreamer/UplinkSourceStream.h"
@@ -48,14 +48,8 @@ constexpr char PCM_CAPS[] =
     "rate=(int)[8000,192000],channels=(int)2,channel-mask=(bitmask)0x3";
 
 /// The C++ part of an element.
-class UplinkParts {
+class UplinkParts : public StreamHolder<UplinkSourceStream> {
 public:
-    /// Null in the child of a fork().
-    [[nodiscard]] std::shared_ptr<UplinkSourceStream> stream() {
-        if (!owner.isThisProcess()) return nullptr;
-        const plugin::Lock lock(mLock);
-        return mStream;
-    }
     /// A new stream is interrupted while the element is.
     /// @return the stream before, which ends without the lock
     std::shared_ptr<UplinkSourceStream> exchange(std::shared_ptr<UplinkSourceStream> stream) {
@@ -68,9 +62,6 @@ public:
         mIsInterrupted = isOn;
         if (mStream != nullptr) isOn ? mStream->interrupt() : mStream->allow();
     }
-
-    // Set at construction.
-    const Owner owner{};
 
     // Has its own synchronization.
     StreamProperties properties{Direction::Uplink};
@@ -86,8 +77,6 @@ public:
     guint64 latency = 0;  // ns
 
 private:
-    plugin::Mutex mLock;
-    std::shared_ptr<UplinkSourceStream> mStream CABINAUDIO_GUARDED_BY(mLock);
     bool mIsInterrupted CABINAUDIO_GUARDED_BY(mLock) = false;
 };
 
@@ -393,9 +382,7 @@ void addTemplate(GstElementClass* elementClass) {
     GstCaps* const caps = gst_caps_from_string(OPUS_CAPS);
     gst_caps_append(caps, gst_caps_from_string(AAC_CAPS));
     gst_caps_append(caps, gst_caps_from_string(PCM_CAPS));
-    gst_element_class_add_pad_template(
-        elementClass, gst_pad_template_new("src", GST_PAD_SRC, GST_PAD_ALWAYS, caps));
-    gst_caps_unref(caps);
+    addPadTemplate(elementClass, GST_PAD_SRC, caps);
 }
 
 void initClass(gpointer sourceClass, gpointer /*data*/) {

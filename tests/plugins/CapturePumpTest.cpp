@@ -2,6 +2,7 @@
 #include <cabinaudio/foundation/AudioStatus.h>
 
 #include "plugins/common/CapturePump.h"
+#include "tests/plugins/PumpClock.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,12 +20,6 @@ using plugin::CapturePump;
 using plugin::PumpState;
 
 namespace {
-
-std::uint64_t gNow = 0;  // us
-
-std::uint64_t testNow() {
-    return gNow;
-}
 
 /// A stream with a ring of 32 bytes and a period of 8.
 class FakeRecord : public audio::QVAudioRecord {

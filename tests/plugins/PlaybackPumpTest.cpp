@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "plugins/common/PlaybackPump.h"
 #include "tests/plugins/FakeTrack.h"
+#include "tests/plugins/PumpClock.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,12 +18,6 @@ using plugin::PlaybackPump;
 using plugin::PumpState;
 
 namespace {
-
-std::uint64_t gNow = 0;  // us
-
-std::uint64_t testNow() {
-    return gNow;
-}
 
 /// A pump of one byte per frame and 1000 frames per second; the server's period is 8 frames.
 class Pump : public testing::Test {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/sound/SoundServer.h"
 
+#include "devkit/pipewire/SessionFiles.h"
 #include "tests/support/ProcessState.h"
 
 #include <fcntl.h>
@@ -62,36 +63,8 @@ context.objects = [
 
 constexpr char NULL_SINK[] = "factory.name = support.null-audio-sink";
 
-/// Only the policy that links streams to the sink: no devices, no D-Bus.
-constexpr char SESSION_CONFIGURATION[] = R"(
-context.properties = { wireplumber.script-engine = lua-scripting }
-context.spa-libs = {
-    audio.convert.* = audioconvert/libspa-audioconvert
-    support.*       = support/libspa-support
-}
-context.modules = [
-    { name = libpipewire-module-protocol-native }
-    { name = libpipewire-module-client-node }
-    { name = libpipewire-module-adapter }
-    { name = libpipewire-module-metadata }
-    { name = libpipewire-module-session-manager }
-]
-wireplumber.components = [
-    { name = libwireplumber-module-lua-scripting, type = module }
-    { name = main.lua, type = config/lua }
-    { name = policy.lua, type = config/lua }
-]
-)";
-
-constexpr char SESSION_MODULES[] = R"(
-load_module("metadata")
-load_module("default-nodes", { ["use-persistent-storage"] = false })
-)";
-
 // Finds a program and becomes it.
 constexpr char SEARCH[] = "/usr/bin/env";
-
-constexpr char POLICY[] = "/usr/share/wireplumber/policy.lua.d";
 
 void writeText(const fs::path& file, const std::string& text) {
     fs::create_directories(file.parent_path());
@@ -207,10 +180,7 @@ void SoundServer::configurePipeWire() const {
     configuration.replace(configuration.find("SINK"), 4,
                           mSinkArguments.empty() ? NULL_SINK : mSinkArguments);
     writeText(file("pipewire.conf"), configuration);
-    writeText(file("session/wireplumber.conf"), SESSION_CONFIGURATION);
-    writeText(file("session/main.lua.d/10-modules.lua"), SESSION_MODULES);
-    fs::copy(std::string(POLICY) + "/../main.lua.d/00-functions.lua", file("session/main.lua.d"));
-    fs::copy(POLICY, file("session/policy.lua.d"));
+    pipewire::writeSession(file("session"));
 }
 
 Monitor::Monitor(const SoundServer& server)

@@ -53,6 +53,20 @@ bool Capturing::become(GstState state) const {
     return result == GST_STATE_CHANGE_SUCCESS || result == GST_STATE_CHANGE_NO_PREROLL;
 }
 
+std::string Capturing::changeStates(int rounds) {
+    for (int round = 0; round < rounds; ++round) {
+        const std::string where = ", round " + std::to_string(round);
+        if (!become(round % 3 == 0 ? GST_STATE_PLAYING : GST_STATE_PAUSED)) return "up" + where;
+        if (round % 20 == 0) {
+            if (!become(GST_STATE_PLAYING)) return "PLAYING" + where;
+            if (!waitForBuffers(1)) return "no sound" + where;
+        }
+        if (!become(round % 2 == 0 ? GST_STATE_NULL : GST_STATE_READY)) return "down" + where;
+        forget();
+    }
+    return "";
+}
+
 template <typename Condition>
 bool Capturing::waitFor(Condition condition) {
     std::unique_lock lock(mLock);

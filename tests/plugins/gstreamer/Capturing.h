@@ -34,6 +34,9 @@ public:
     [[nodiscard]] GstElement* source() const { return mPipeline.element("source"); }
     /// Changes the state and waits until it is reached, with sound or, in PAUSED, without.
     [[nodiscard]] bool become(GstState state) const;
+    /// Goes up and down through all states so many times, with sound in some of them.
+    /// @return what did not happen, "" for nothing
+    [[nodiscard]] std::string changeStates(int rounds);
 
     /// Waits until that much sound has arrived since the last forget(). @return whether it has
     [[nodiscard]] bool waitForBytes(std::size_t count);
