@@ -61,7 +61,8 @@ public:
     void hold(unsigned streams);
     void await(const std::string& stream, std::chrono::milliseconds at = {});
     void at(std::chrono::milliseconds at, const std::string& command);
-    /// Waits until a playback stream of this name has been played to its end.
+    /// Waits until a playback stream of this name has been played to its end. Looks every few
+    /// milliseconds: for a stream that its program destroys at once, wait for the program.
     /// @throws Failure when the bound is over
     void untilFinished(const std::string& stream,
                        std::chrono::milliseconds bound = std::chrono::minutes(1));
