@@ -98,7 +98,7 @@ private:
 int playPrompt() {
     Playing<ClientTrack> prompt("prompt", AUDIO_TAG_AUXILIARY, NAVIGATION);
     if (const int status = prompt.start()) return status;
-    if (const int status = prompt.write(tone(1000, 8192, 0, RATE))) return status;
+    if (const int status = prompt.write(tone(1000, 16384, 0, RATE))) return status;
     return prompt.end();
 }
 
@@ -109,7 +109,7 @@ int playBoth(int frames, int promptAt) {
     constexpr int BLOCK = 4800;
     for (int at = 0; at < frames; at += BLOCK) {
         if (!prompt.valid() && at >= promptAt) prompt = std::async(std::launch::async, playPrompt);
-        const int status = music.write(tone(440, 16384, at, std::min(BLOCK, frames - at)));
+        const int status = music.write(tone(440, 8192, at, std::min(BLOCK, frames - at)));
         if (status != 0) return status;
     }
     const int status = music.end();
