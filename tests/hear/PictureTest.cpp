@@ -109,7 +109,7 @@ TEST_F(Picture, ShowsTheStreams) {
     Recording recording = recordingOf(std::vector<float>(RATE));
     const int without = draw(recording, {}).height();
     addStream(recording, "prompt", tone(440, -12, RATE / 2), 0);
-    addStream(recording, "<music & \"more\">", tone(440, -12, RATE / 2), 0);
+    addStream(recording, "<music & \"more\">\xff\n", tone(440, -12, RATE / 2), 0);
     EXPECT_GT(draw(recording, {}).height(), without);
 }
 
