@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/scenario/LineReader.h"
 
+#include "tools/scenario/Hearing.h"
 #include "tools/scenario/Moment.h"
 #include "tools/scenario/ServerWords.h"
 #include "tools/scenario/Signals.h"
@@ -30,8 +31,7 @@ std::string quoted(const std::string& text) {
 std::string lineOf(const Words& words) {
     std::string line;
     for (const std::string& word : words) {
-        const bool isPlain =
-            !word.empty() && word.find_first_of(" \t'\"\\#") == std::string::npos;
+        const bool isPlain = !word.empty() && word.find_first_of(" \t'\"\\#") == std::string::npos;
         const char* const quote = isPlain ? "" : word.find('\'') == std::string::npos ? "'" : "\"";
         line += (line.empty() ? "" : " ") + (quote + word) + quote;
     }
@@ -130,8 +130,9 @@ void LineReader::takeSet(const Words& words) {
     mHasOthers = true;
     requireAssignments(words);
     if (!mProgramLines.empty())
-        throw Fault("'set' without a time stands before the programs; later, write 'at MS set ...'");
-    mScenario.settings.push_back({words});
+        throw Fault(
+            "'set' without a time stands before the programs; later, write 'at MS set ...'");
+    mScenario.settings.push_back({mLine, words});
 }
 
 void LineReader::takeRun(const Words& words) {
@@ -188,7 +189,7 @@ Action LineReader::actionOf(const Words& words) {
     const Words rest = behind(words, 1);
     if (words.front() == "set") {
         requireAssignments(rest);
-        return SetCommand{rest};
+        return SetCommand{mLine, rest};
     }
     if (words.front() == "run") return RunCommand{programOf(rest)};
     if (words.front() == "signal") return signalOf(rest);
@@ -255,6 +256,7 @@ void LineReader::takeExpect(const Words& words) {
         count = 2;
     } else if (kind == "check") {
         if (rest.empty()) throw Fault("'expect check' lacks a check such as 'tone 440'");
+        if (const std::string fault = checkFault(rest.front()); !fault.empty()) throw Fault(fault);
         expectation.what = ExpectCheck{rest.front()};
     } else if (kind == "error") {
         if (rest.empty()) throw Fault("'expect error' lacks a part of the error's text");
@@ -277,8 +279,7 @@ ExpectExit LineReader::exitOf(const Words& words) const {
     if (words.empty()) throw Fault("'expect exit' lacks the name of a program");
     requireProgram(words.front());
     if (words.size() == 1) throw Fault("'expect exit' lacks a status");
-    if (const std::optional<int> status = statusOf(words[1]))
-        return {words.front(), *status, 0};
+    if (const std::optional<int> status = statusOf(words[1])) return {words.front(), *status, 0};
     const bool isName = words[1].find_first_not_of("0123456789") != std::string::npos;
     const std::optional<int> signal = isName ? signalNumber(words[1]) : std::nullopt;
     if (!signal)
@@ -304,8 +305,9 @@ void LineReader::requireProgram(const std::string& name) const {
     std::string known;
     for (const auto& [program, line] : mProgramLines)
         known += (known.empty() ? "" : ", ") + program;
-    throw Fault("no program " + quoted(name) + " on the lines before; expected " +
-                (known.empty() ? "a line such as 'run " + name + " ./program'" : "one of " + known));
+    throw Fault(
+        "no program " + quoted(name) + " on the lines before; expected " +
+        (known.empty() ? "a line such as 'run " + name + " ./program'" : "one of " + known));
 }
 
 }  // namespace cabinaudio::tool::scenario

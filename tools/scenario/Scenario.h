@@ -37,6 +37,7 @@ struct ServerCommand {
 
 /// Settings that the tool's own `set` changes.
 struct SetCommand {
+    unsigned line;
     Words assignments;
 };
 
@@ -66,15 +67,15 @@ struct Await {
 /// The time from the start of one server until the next one replaces it.
 struct Part {
     std::vector<Await> awaits;
-    std::vector<TimedAction> actions;   // by time, then by line
-    std::optional<Moment> restartAt;    // the end of this part; none in the last one
+    std::vector<TimedAction> actions;  // by time, then by line
+    std::optional<Moment> restartAt;   // the end of this part; none in the last one
     unsigned restartLine = 0;
 };
 
 /// What ends the last part.
 struct Until {
-    unsigned line = 0;       // 0: the file does not say
-    std::string finished;    // this stream has been played to its end
+    unsigned line = 0;     // 0: the file does not say
+    std::string finished;  // this stream has been played to its end
     std::optional<Moment> at;
     // Neither: all programs have ended.
 };
@@ -114,7 +115,7 @@ struct Scenario {
     Words serverOptions;
     unsigned serverLine = 0;  // the first line with options
     std::chrono::milliseconds patience{5000};
-    unsigned rate = 48000;  // of the output
+    unsigned rate = 48000;             // of the output
     std::vector<SetCommand> settings;  // before any program starts
     std::vector<Program> programs;     // started with the first server
     std::vector<Part> parts;           // one at least

@@ -19,11 +19,11 @@ struct Command {
 };
 
 constexpr Command COMMANDS[] = {
-    {"source activate", Argument::Required}, {"source withdraw", Argument::Required},
-    {"stream remove", Argument::Required},   {"ring announce", Argument::Required},
-    {"uplink ring on", Argument::Optional},  {"uplink ring off", Argument::Optional},
+    {"source activate", Argument::Required},   {"source withdraw", Argument::Required},
+    {"stream remove", Argument::Required},     {"ring announce", Argument::Required},
+    {"uplink ring on", Argument::Optional},    {"uplink ring off", Argument::Optional},
     {"fault short-reply", Argument::Optional}, {"fault wrong-magic", Argument::Optional},
-    {"stall", Argument::Milliseconds},       {"crash", Argument::None},
+    {"stall", Argument::Milliseconds},         {"crash", Argument::None},
 };
 
 struct OwnOption {
@@ -33,10 +33,18 @@ struct OwnOption {
 
 constexpr char OWN[] = "the scenario sets it";
 constexpr OwnOption OWN_OPTIONS[] = {
-    {"--output", OWN},      {"--report", OWN},   {"--stems", OWN},
-    {"--trace", OWN},       {"--state", OWN},    {"--instance", OWN},
-    {"--ready-fd", OWN},    {"--time", OWN},     {"--strict", OWN},
-    {"--fast", OWN},        {"--log-level", OWN}, {"--await", "write a line 'await NAME MS'"},
+    {"--output", OWN},
+    {"--report", OWN},
+    {"--stems", OWN},
+    {"--trace", OWN},
+    {"--state", OWN},
+    {"--instance", OWN},
+    {"--ready-fd", OWN},
+    {"--time", OWN},
+    {"--strict", OWN},
+    {"--fast", OWN},
+    {"--log-level", OWN},
+    {"--await", "write a line 'await NAME MS'"},
     {"--at", "write a line 'at MS COMMAND'"},
     {"--help", "it starts no server"},
     {"-h", "it starts no server"},
