@@ -196,7 +196,10 @@ INSTANTIATE_TEST_SUITE_P(
         BadLine{"at", std::string("'at' lacks a time; ") + TIMES},
         BadLine{"at 2s crash", std::string("'2s' is no time; ") + TIMES},
         BadLine{"at 999 crash", "the time 999 is before 1000 of line 2; times must rise"},
-        BadLine{"at 47999f crash", "the time 47999f is before 1000 of line 2; times must rise"},
+        BadLine{"at 47952f crash", "the time 999 is before 1000 of line 2; times must rise"},
+        BadLine{"at 96001f crash",
+                "'96001f' is no frame that begins a millisecond, as the server's times do; "
+                "expected 96000f or 96048f"},
         BadLine{"at 2000", std::string("'at' lacks an action; ") + ACTIONS},
         BadLine{"at 2000 jump high", std::string("'jump high' is no action; ") + ACTIONS},
         BadLine{"at 2000 uplink ring", std::string("'uplink ring' is no action; ") + ACTIONS},

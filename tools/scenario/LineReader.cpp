@@ -291,6 +291,13 @@ ExpectExit LineReader::exitOf(const Words& words) const {
 Moment LineReader::moment(const std::string& text) const {
     const std::optional<Moment> found = momentOf(text, mScenario.rate, mLast);
     if (!found) throw Fault(quoted(text) + " is no time; " + TIMES);
+    const std::uint64_t ms = milliseconds(*found, mScenario.rate);
+    if (found->text.ends_with('f'))
+        throw Fault(quoted(text) +
+                    " is no frame that begins a millisecond, as the server's times "
+                    "do; expected " +
+                    std::to_string(ms * mScenario.rate / 1000) + "f or " +
+                    std::to_string((ms + 1) * mScenario.rate / 1000) + "f");
     return *found;
 }
 
