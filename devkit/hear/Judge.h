@@ -36,6 +36,6 @@ struct JudgeOptions {
 /// The time up to which the text of a check looks at the sound, in seconds; empty: to its end, or
 /// up to a frame.
 /// @throws Error when the text is no check
-[[nodiscard]] std::optional<double> neededSeconds(const std::string& check);
+[[nodiscard]] std::optional<double> neededSeconds(const std::string& check, unsigned rate);
 
 }  // namespace cabinaudio::hear

@@ -22,6 +22,12 @@ std::optional<hear::Recording> recorded(const PartFiles& files, std::string& fau
     }
 }
 
+/// The report names the check itself.
+std::string withoutCheck(const hear::Verdict& verdict) {
+    const std::string begin = verdict.check + ": ";
+    return verdict.text.rfind(begin, 0) == 0 ? verdict.text.substr(begin.size()) : verdict.text;
+}
+
 }  // namespace
 
 struct Hearing::Inside {
@@ -39,7 +45,7 @@ struct Hearing::Inside {
         try {
             // One by one, so that a check that cannot be made does not hide the others.
             for (hear::Verdict& verdict : hear::judge(*recording, {check})) {
-                results[check] = {verdict.isMet, verdict.text};
+                results[check] = {verdict.isMet, withoutCheck(verdict)};
                 verdicts.push_back(std::move(verdict));
             }
         } catch (const hear::Error& error) {
@@ -75,7 +81,7 @@ void Hearing::draw() const {
 
 std::string checkFault(const std::string& check) {
     try {
-        (void)hear::neededSeconds(check);
+        (void)hear::neededSeconds(check, 48000);
         return "";
     } catch (const hear::Error& error) {
         return error.what();

@@ -11,7 +11,7 @@
 
 namespace cabinaudio::tool::scenario {
 
-/// An error of a server's time, from its report.
+/// An error of a server's time.
 struct TimeError {
     std::size_t part = 0;
     double ms = 0;

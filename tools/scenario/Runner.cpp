@@ -181,6 +181,7 @@ private:
         if (const auto* signal = std::get_if<SignalCommand>(&timed.action))
             mPrograms.send(signal->program, signal->signal);
         if (const auto* server = std::get_if<ServerCommand>(&timed.action)) {
+            if (server->text == "crash") noteErrors();
             command(timed.line, server->text);
             if (server->text == "crash") endCrash(timed.line);
         }
@@ -277,9 +278,17 @@ private:
         command(0, "time stop");
     }
 
+    void noteErrors() {
+        for (TimeError error : timeState(ask(0, "time")).errors) {
+            error.part = mPart;
+            mOutcome.errors.push_back(std::move(error));
+        }
+    }
+
     /// Ends the server; it writes its report.
     void endServer() {
         if (!mServer) return;
+        noteErrors();
         mServer->process().send(SIGTERM);
         const auto hasEnded = [&] { return mServer->process().ended().has_value(); };
         if (!mWait.atMost(mScenario.patience, hasEnded))

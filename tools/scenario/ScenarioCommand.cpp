@@ -29,23 +29,18 @@ Scenario readOrRefuse(const std::string& file) {
     throw Failure(reading.faults.back(), ExitCode::Usage);
 }
 
-/// The errors of time up to the end of the test, and the sound up to there.
-void readReports(const Scenario& scenario, Outcome& outcome) {
-    for (std::size_t i = 0; i < outcome.parts.size(); ++i) {
-        PartResult& part = outcome.parts[i];
-        if (part.hasCrashed) continue;
-        const bool isLast = i + 1 == scenario.parts.size();
-        const std::string stream = isLast ? scenario.until.finished : "";
-        const ServerReport report = serverReport(part.files.report, stream);
-        if (report.lastFrame) part.endFrame = report.lastFrame;
-        for (TimeError error : report.errors) {
-            error.part = i;
-            const double frame = error.ms * scenario.rate / 1000;
-            if (!part.endFrame || frame <= static_cast<double>(*part.endFrame))
-                outcome.errors.push_back(std::move(error));
-        }
+/// Shortens the last sound to what is part of the test, and drops the errors of later times.
+void cutEnds(const Scenario& scenario, Outcome& outcome) {
+    const bool isComplete = outcome.parts.size() == scenario.parts.size();
+    PartResult& last = outcome.parts.back();
+    if (isComplete && !scenario.until.finished.empty() && !last.hasCrashed)
+        last.endFrame = lastFrameOf(last.files.report, scenario.until.finished);
+    for (const PartResult& part : outcome.parts)
         if (part.endFrame) cutSound(part.files.heard, *part.endFrame);
-    }
+    std::erase_if(outcome.errors, [&](const TimeError& error) {
+        const std::optional<std::uint64_t>& end = outcome.parts[error.part].endFrame;
+        return end && error.ms * scenario.rate / 1000 > static_cast<double>(*end);
+    });
 }
 
 }  // namespace
@@ -57,7 +52,7 @@ ExitCode run(const ScenarioOptions& options, const CommonOptions& common) {
     const Locations locations = findPrograms();
     ResultDirectory directory(options.keepDirectory);
     Outcome outcome = runScenario(scenario, locations, directory, interruption);
-    readReports(scenario, outcome);
+    cutEnds(scenario, outcome);
     const std::vector<Judgement> judgements = judgeRun(scenario, outcome);
     const bool isMet = areAllMet(judgements);
     if (!isMet) directory.keep();

@@ -27,15 +27,12 @@ auto used(const std::string& what, const Use& use) {
     }
 }
 
-std::optional<std::uint64_t> lastFrameOf(const Json& streams, const std::string& name) {
-    std::optional<std::uint64_t> last;
-    for (const Json& stream : streams) {
-        if (stream.at("name") != name) continue;
-        for (const Json& segment : stream.value("segments", Json::array()))
-            last = std::max(last.value_or(0), segment.at("output_frame").get<std::uint64_t>() +
-                                                  segment.at("frames").get<std::uint64_t>());
-    }
-    return last;
+/// The wait for enough started streams has no name.
+std::string waitText(const Json& wait) {
+    const std::string why = wait.at("why").get<std::string>();
+    return wait.at("name").is_null()
+               ? why
+               : '"' + wait.at("name").get<std::string>() + "\" (" + why + ")";
 }
 
 }  // namespace
@@ -48,9 +45,10 @@ TimeState timeState(const std::string& answer) {
         state.state = time.at("state").get<std::string>();
         state.frame = time.at("frame").get<std::uint64_t>();
         for (const Json& one : time.at("waiting_for"))
-            state.waitingFor += (state.waitingFor.empty() ? "\"" : ", \"") +
-                                one.at("name").get<std::string>() + "\" (" +
-                                one.at("why").get<std::string>() + ")";
+            state.waitingFor += (state.waitingFor.empty() ? "" : ", ") + waitText(one);
+        for (const Json& error : time.at("errors"))
+            state.errors.push_back(
+                {0, error.at("ms").get<double>(), error.at("text").get<std::string>()});
         return state;
     });
 }
@@ -69,16 +67,18 @@ StreamState streamState(const std::string& answer, const std::string& stream) {
     });
 }
 
-ServerReport serverReport(const std::string& file, const std::string& stream) {
+std::optional<std::uint64_t> lastFrameOf(const std::string& file, const std::string& stream) {
     const std::string what = "the server's report " + file;
     const Json report = parsed(contentsOf(file), what);
     return used(what, [&] {
-        ServerReport found;
-        for (const Json& error : report.at("time").at("errors"))
-            found.errors.push_back(
-                {0, error.at("ms").get<double>(), error.at("text").get<std::string>()});
-        found.lastFrame = lastFrameOf(report.at("streams"), stream);
-        return found;
+        std::optional<std::uint64_t> last;
+        for (const Json& one : report.at("streams")) {
+            if (one.at("name") != stream) continue;
+            for (const Json& segment : one.value("segments", Json::array()))
+                last = std::max(last.value_or(0), segment.at("output_frame").get<std::uint64_t>() +
+                                                      segment.at("frames").get<std::uint64_t>());
+        }
+        return last;
     });
 }
 

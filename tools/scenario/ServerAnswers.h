@@ -15,7 +15,8 @@ namespace cabinaudio::tool::scenario {
 struct TimeState {
     std::string state;
     std::uint64_t frame = 0;
-    std::string waitingFor;  // names with their reasons, for people
+    std::string waitingFor;         // names with their reasons, for people
+    std::vector<TimeError> errors;  // their part is 0
 };
 
 /// @throws Failure when the text is no such answer
@@ -27,14 +28,10 @@ enum class StreamState { Absent, Playing, Finished };
 /// @throws Failure when the text is no such answer
 [[nodiscard]] StreamState streamState(const std::string& answer, const std::string& stream);
 
-/// The report that a server writes at its end, as far as a scenario uses it.
-struct ServerReport {
-    std::vector<TimeError> errors;           // their part is 0
-    std::optional<std::uint64_t> lastFrame;  // of the output, behind the stream's last sound
-};
-
-/// @param stream  whose end is wanted; empty: of none
+/// @param file    the report of a server
+/// @return the frame of the output behind the stream's last sound; empty if it was not heard
 /// @throws Failure when there is no such report
-[[nodiscard]] ServerReport serverReport(const std::string& file, const std::string& stream);
+[[nodiscard]] std::optional<std::uint64_t> lastFrameOf(const std::string& file,
+                                                       const std::string& stream);
 
 }  // namespace cabinaudio::tool::scenario
