@@ -517,6 +517,23 @@ void addDoctor(CLI::App& app, DoctorOptions& options, CommonOptions& common) {
     addCommon(command, common);
 }
 
+/// It has its own server, so the options for connecting to one do not apply.
+void addScenario(CLI::App& app, ScenarioOptions& options, CommonOptions& common) {
+    CLI::App& command = *app.add_subcommand(
+        "scenario", "Run programs against a server of their own, and judge them");
+    command.add_option("FILE", options.file, "Programs, times, actions and expectations")
+        ->type_name("")
+        ->required();
+    command.add_option("--junit", options.junitFile, "Write the results as JUnit's XML")
+        ->type_name("FILE");
+    command
+        .add_option("--keep", options.keepDirectory,
+                    "Keep sound, report, stems, trace and logs in this directory;\nwithout it, "
+                    "they are kept of a failure only")
+        ->type_name("DIR");
+    command.add_flag("--json", common.json, "Print JSON instead of text, one value a line");
+}
+
 /// The unparsed words give a better message than the parser's own text.
 std::string explain(const CLI::App& app, const CLI::ParseError& error) {
     for (const std::string& word : app.remaining(true)) {
@@ -568,10 +585,12 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
     ServerOptions server;
     ListenOptions listen;
     TopOptions top;
+    ScenarioOptions scenario;
     addPlay(app, play, raw, command.common);
     addRecord(app, record, command.common);
     addListen(app, listen, command.common);
     addTop(app, top, command.common);
+    addScenario(app, scenario, command.common);
     addGet(app, get, command.common);
     addSet(app, set, command.common);
     addList(app, list, command.common);
@@ -607,6 +626,8 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
         if (const std::string fault = optionFault(top, command.common); !fault.empty())
             refuse(app, fault);
         command.options = top;
+    } else if (app.got_subcommand("scenario")) {
+        command.options = scenario;
     } else if (app.got_subcommand("server")) {
         command.options = server;
     } else if (app.got_subcommand("get")) {

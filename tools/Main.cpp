@@ -27,7 +27,9 @@ void prepare(const Start& start, const Command& command, char** argv) {
     const CommonOptions& common = command.common;
     if (!common.instance.empty()) setenv(board::INSTANCE_VARIABLE, common.instance.c_str(), 1);
     try {
-        enterBoard(start, common, argv);
+        // A scenario only starts programs.
+        if (!std::holds_alternative<ScenarioOptions>(command.options))
+            enterBoard(start, common, argv);
     } catch (const Failure&) {
         // The doctor reports this failure itself.
         if (!std::holds_alternative<DoctorOptions>(command.options)) throw;
@@ -43,7 +45,8 @@ void prepare(const Start& start, const Command& command, char** argv) {
 bool usesControlSocketOnly(const Command& command) {
     return std::holds_alternative<ServerOptions>(command.options) ||
            std::holds_alternative<ListenOptions>(command.options) ||
-           std::holds_alternative<TopOptions>(command.options);
+           std::holds_alternative<TopOptions>(command.options) ||
+           std::holds_alternative<ScenarioOptions>(command.options);
 }
 
 /// For scripts that start a server and do not know when it serves.

@@ -116,7 +116,7 @@ _cabinaudio() {
             fi
             ;;
         server) _cabinaudio_words Subcommands ${words[2,CURRENT-1]} ;;
-        listen | play | record) _files ;;
+        listen | play | record | scenario) _files ;;
     esac
 }
 

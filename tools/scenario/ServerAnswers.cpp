@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/scenario/ServerAnswers.h"
+
+#include "tools/Failure.h"
+#include "tools/Json.h"
+#include "tools/scenario/Files.h"
+
+#include <algorithm>
+
+namespace cabinaudio::tool::scenario {
+
+namespace {
+
+/// A document of our server. Keys that are missing would be an error of the server.
+Json parsed(const std::string& text, const std::string& what) {
+    Json document = Json::parse(text, nullptr, false);
+    if (!document.is_object()) throw Failure(what + " is no JSON object: " + text);
+    return document;
+}
+
+template <typename Use>
+auto used(const std::string& what, const Use& use) {
+    try {
+        return use();
+    } catch (const Json::exception& error) {
+        throw Failure(what + " is not as expected: " + error.what());
+    }
+}
+
+/// The wait for enough started streams has no name.
+std::string waitText(const Json& wait) {
+    const std::string why = wait.at("why").get<std::string>();
+    return wait.at("name").is_null()
+               ? why
+               : '"' + wait.at("name").get<std::string>() + "\" (" + why + ")";
+}
+
+}  // namespace
+
+TimeState timeState(const std::string& answer) {
+    const std::string what = "the server's answer to 'time'";
+    const Json time = parsed(answer, what);
+    return used(what, [&] {
+        TimeState state;
+        state.state = time.at("state").get<std::string>();
+        state.frame = time.at("frame").get<std::uint64_t>();
+        for (const Json& one : time.at("waiting_for"))
+            state.waitingFor += (state.waitingFor.empty() ? "" : ", ") + waitText(one);
+        for (const Json& error : time.at("errors"))
+            state.errors.push_back(
+                {0, error.at("ms").get<double>(), error.at("text").get<std::string>()});
+        return state;
+    });
+}
+
+StreamState streamState(const std::string& answer, const std::string& stream) {
+    const std::string what = "the server's state";
+    const Json state = parsed(answer, what);
+    return used(what, [&] {
+        StreamState found = StreamState::Absent;
+        for (const Json& one : state.at("streams")) {
+            if (one.at("name") != stream) continue;
+            if (one.value("finishes", 0) > 0) return StreamState::Finished;
+            found = StreamState::Playing;
+        }
+        return found;
+    });
+}
+
+std::optional<std::uint64_t> lastFrameOf(const std::string& file, const std::string& stream) {
+    const std::string what = "the server's report " + file;
+    const Json report = parsed(contentsOf(file), what);
+    return used(what, [&] {
+        std::optional<std::uint64_t> last;
+        for (const Json& one : report.at("streams")) {
+            if (one.at("name") != stream) continue;
+            for (const Json& segment : one.value("segments", Json::array()))
+                last = std::max(last.value_or(0), segment.at("output_frame").get<std::uint64_t>() +
+                                                      segment.at("frames").get<std::uint64_t>());
+        }
+        return last;
+    });
+}
+
+}  // namespace cabinaudio::tool::scenario
