@@ -101,7 +101,7 @@ upward_includes() {
 # Rooms of the development server, from the lowest to the highest: none includes a higher one. The
 # operations of settings are exempt, because they use streams.
 room_order() {
-    above='base loop clients sound codecs cards outputs inputs settings mix rings streams taps requests control'
+    above='base loop clients sound codecs cards outputs inputs settings mix rings streams taps time requests control'
     for room in $above; do
         above=${above#"$room"}
         above=${above# }

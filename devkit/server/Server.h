@@ -21,11 +21,11 @@
 #include "devkit/server/settings/Calibration.h"
 #include "devkit/server/settings/Settings.h"
 #include "devkit/server/settings/StateFile.h"
-#include "devkit/server/streams/CaptureClock.h"
 #include "devkit/server/streams/CaptureRegistry.h"
 #include "devkit/server/streams/Mixer.h"
 #include "devkit/server/streams/StreamRegistry.h"
 #include "devkit/server/taps/Taps.h"
+#include "devkit/server/time/TimeLine.h"
 
 #include <cstdint>
 #include <memory>
@@ -49,6 +49,8 @@ public:
     /// Serves until SIGTERM or SIGINT, then ends the streams and completes all files.
     /// @throws std::runtime_error when the report cannot be written
     void run();
+    /// Whether the report lists errors of time.
+    [[nodiscard]] bool hasTimeErrors() const { return mTime->hasErrors(); }
 
 private:
     // ClientOwner
@@ -64,11 +66,12 @@ private:
     void addCommands();
     void addListeners();
     void addSubscriptions();
-    void wake();
+    [[nodiscard]] std::unique_ptr<TimeLine> makeTime();
     void erase(const Client& client);
     void reportReady() const;
     [[nodiscard]] Reported reported() const {
-        return {mStreams, mCaptures, mMixer, *mOutput, mOptions.format, mSettings, mOptions.output};
+        return {mStreams, mCaptures, mMixer, *mOutput, mOptions.format, mSettings, mOptions.output,
+                *mTime, mOptions.time};
     }
 
     // Each member needs those before it.
@@ -92,7 +95,7 @@ private:
     StreamRegistry mStreams;
     Mixer mMixer;
     CaptureRegistry mCaptures;
-    CaptureClock mCaptureClock;
+    std::unique_ptr<TimeLine> mTime;
     Calibration mCalibration;
     Dispatcher mDispatcher;
     RemoteControl mRemoteControl;

@@ -7,6 +7,8 @@
 #include "devkit/server/streams/CaptureRegistry.h"
 #include "devkit/server/streams/Mixer.h"
 #include "devkit/server/streams/StreamRegistry.h"
+#include "devkit/server/time/TimeLine.h"
+#include "devkit/server/time/TimeOptions.h"
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -25,6 +27,8 @@ struct Reported {
     const OutputFormat& format;
     const Settings& settings;
     const std::string& requestedOutput;  // as on the command line
+    const TimeLine& time;
+    const TimeOptions& timeOptions;
 };
 
 /// The server's present state: output, clients, streams, settings.

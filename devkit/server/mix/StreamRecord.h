@@ -4,6 +4,7 @@
 #include "devkit/server/sound/StreamFormat.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,7 +29,9 @@ struct StreamRecord {
     std::uint64_t discardedFrames = 0;  // left in withdrawn rings
     std::uint64_t underruns = 0;        // gaps with sound on both sides
     std::uint32_t finishes = 0;         // times the end of the data was reached
-    std::vector<Segment> segments;      // adjacent ones are merged
+    /// Frame of the output at which the stream first took part; empty if it never did.
+    std::optional<std::uint64_t> startedAtFrame;
+    std::vector<Segment> segments;  // adjacent ones are merged
 
     /// Records that `outputFrames` frames of the stream lie at `outputFrame`.
     /// @param isContinued  the frames directly follow the previous run in the stream

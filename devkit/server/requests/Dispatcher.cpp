@@ -63,6 +63,7 @@ void Dispatcher::run(Client& client, const Operation& operation,
     std::vector<std::uint8_t> reply(operation.replySize +
                                     (returnsBlock ? blockSize(operation, payload) : 0));
     Call call{client, mServices};
+    mRunning = operation.name;
     try {
         operation.run(call, payload, reply);
     } catch (const std::exception& error) {

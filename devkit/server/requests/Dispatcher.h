@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 
 namespace cabinaudio::server {
 
@@ -20,12 +21,16 @@ public:
     /// @param payload  at least the function id
     void dispatch(Client& client, std::span<const std::uint8_t> payload);
 
+    /// Name of the request that is being answered.
+    [[nodiscard]] const std::string& running() const { return mRunning; }
+
 private:
     void refuse(Client& client, std::uint32_t function);
     void run(Client& client, const Operation& operation, std::span<const std::uint8_t> payload);
 
     Services mServices;
     const Trace& mTrace;
+    std::string mRunning;
 };
 
 }  // namespace cabinaudio::server

@@ -3,6 +3,7 @@
 
 #include <cabinaudio/foundation/AudioStatus.h>
 
+#include "devkit/server/base/Period.h"
 #include "devkit/server/mix/Peaks.h"
 #include "devkit/server/rings/MemoryFault.h"
 #include "devkit/server/sound/SampleCodec.h"
@@ -50,8 +51,10 @@ PlaybackStream::PlaybackStream(EventLoop& loop, Client& client, Parts parts)
 std::int32_t PlaybackStream::start() {
     if (mState == ACTIVE) return AUDIO_NO_ERROR;
     mState = ACTIVE;
+    ++mStarts;
     mIsWriteDone = mIsEnded = mIsFinished = false;
     mFlow = Flow::Dry;
+    mTail = Tail::None;
     mHasSounded = false;
     beginSound();
     mOnChange();
@@ -118,17 +121,57 @@ void PlaybackStream::notifyRemoved() {
 
 std::size_t PlaybackStream::addTo(std::span<float> mix, std::uint64_t outputFrame, bool isSteady) {
     mShare.clear();
-    if (!isActive() || mIsEnded) return 0;
+    if (!isActive() || mIsEnded || mIsHeld || isDrained()) return 0;
+    if (!mRecord->startedAtFrame) mRecord->startedAtFrame = outputFrame;
     if (isCutOff()) return addSilence();
     memory_fault::take();  // discard faults caused by other streams
     const std::size_t wanted = mix.size() / mOutputChannels;
     const bool isDue = !isSteady || isReady(wanted);
     const std::size_t frames = isDue ? addDue(mix, wanted, outputFrame) : 0;
+    if (mTail == Tail::Draining && mRing->usedFrames() == 0) mTail = Tail::Drained;
+    checkRing();
+    return frames;
+}
+
+void PlaybackStream::checkRing() {
+    if (!mRing) return;
+    const std::string damage = mRing->damage();
     if (memory_fault::take())
         mClient.fail("cut off its ring's memory");
-    else if (const std::string damage = mRing->damage(); !damage.empty())
+    else if (!damage.empty())
         mClient.fail(damage);
-    return frames;
+}
+
+std::size_t PlaybackStream::neededFrames(std::size_t outputFrames) const {
+    if (!mConverter) return outputFrames;
+    return inputFor(outputFrames) + framesOfPeriod(mRecord->format.rate);
+}
+
+bool PlaybackStream::isBehind(std::size_t outputFrames) const {
+    if (!isActive() || mIsEnded || mIsWriteDone || isWithoutRing()) return false;
+    return queuedFrames() < neededFrames(outputFrames);
+}
+
+void PlaybackStream::endIfDone() {
+    if (!isActive() || mIsEnded || !mIsWriteDone || mIsHeld) return;
+    if (!isCutOff() && (mConverter || mRing->usedFrames() > 0)) return;
+    mIsEnded = true;
+    played();
+}
+
+void PlaybackStream::runDry() {
+    mTail = queuedFrames() > 0 ? Tail::Draining : Tail::Drained;
+}
+
+bool PlaybackStream::isSettled() const {
+    if (!isActive() || mIsEnded || mIsWriteDone || isDry() || isWithoutRing()) return true;
+    const std::size_t period =
+        framesOfPeriod(mRecord->format.rate) * std::size_t{mRecord->format.frameBytes()};
+    return mRing && mRing->isWriterWaiting() && mRing->freeBytes() < period;
+}
+
+void PlaybackStream::wakeWriter() {
+    if (mRing && !isCutOff()) mRing->wakeWriter();
 }
 
 /// The client was told to discard its remaining data, so the stream has nothing to wait for.

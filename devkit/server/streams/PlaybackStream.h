@@ -92,6 +92,38 @@ public:
     /// The frames added last have been played: notifies the client if they were the end.
     void played();
 
+    // ---- Time that waits for streams ------------------------------------------------------------
+    /// A stream that is held back adds nothing, although it may have data.
+    void hold(bool isHeld) { mIsHeld = isHeld; }
+    /// Frames of the stream that must be queued for `outputFrames` of the output. A rate conversion
+    /// looks ahead, so it needs a period more.
+    [[nodiscard]] std::size_t neededFrames(std::size_t outputFrames) const;
+    [[nodiscard]] std::size_t queuedFrames() const { return mRing ? mRing->usedFrames() : 0; }
+    /// Whether the client must write more before `outputFrames` of the output can be mixed.
+    [[nodiscard]] bool isBehind(std::size_t outputFrames) const;
+    /// Ends a stream of which the client has announced the end, and nothing is left to mix.
+    void endIfDone();
+    /// The client writes no more for now: plays the rest, and then nothing until resume().
+    void runDry();
+    void resume() { mTail = Tail::None; }
+    /// Whether the rest is being played, or nothing, after runDry().
+    [[nodiscard]] bool isDry() const { return mTail != Tail::None; }
+    /// Whether the rest has been played.
+    [[nodiscard]] bool isDrained() const { return mTail == Tail::Drained; }
+    /// Whether a sink's source is withdrawn, or a track has no ring.
+    [[nodiscard]] bool isWithoutRing() const { return mOffer && mOffer->isAway(); }
+    /// Whether the client must still acknowledge that its ring was withdrawn.
+    [[nodiscard]] bool isLettingGo() const { return mOffer && mOffer->isWithdrawing(); }
+    /// Whether the client can write nothing more before frames are taken: its writer waits, or it
+    /// has nothing to write.
+    [[nodiscard]] bool isSettled() const;
+    /// See StreamRing.
+    void wakeWriter();
+    /// Disconnects the client when it has damaged its ring.
+    void checkRing();
+    /// Number of starts so far.
+    [[nodiscard]] std::uint32_t starts() const { return mStarts; }
+
     // ---- Queries --------------------------------------------------------------------------------
     [[nodiscard]] Client& client() const { return mClient; }
     [[nodiscard]] const StreamRecord& record() const { return *mRecord; }
@@ -102,6 +134,10 @@ public:
     [[nodiscard]] const RingOffer* ringOffer() const { return mOffer ? &*mOffer : nullptr; }
     [[nodiscard]] bool isActive() const { return mState == ACTIVE; }
     [[nodiscard]] bool isWriteDone() const { return mIsWriteDone; }
+    /// The last sample has been added to the mix.
+    [[nodiscard]] bool isEnded() const { return mIsEnded; }
+    /// Whether frames were played since the start.
+    [[nodiscard]] bool hasSounded() const { return mHasSounded; }
     [[nodiscard]] float keyShift() const { return mKeyShift; }
     /// Highest amplitude of the stream's own samples in the last tenth of a second.
     /// @param outputFrame  present position in the output
@@ -113,6 +149,7 @@ public:
 
 private:
     enum class Flow { Dry, Filling, Flowing };
+    enum class Tail { None, Draining, Drained };
 
     void dropRing();
     [[nodiscard]] bool isCutOff() const { return !mRing || (mOffer && mOffer->isWithdrawing()); }
@@ -149,6 +186,9 @@ private:
     bool mIsEnded = false;     // the last sample has been added to the mix
     bool mIsFinished = false;  // the client has been notified of the end
     Flow mFlow = Flow::Dry;
+    bool mIsHeld = false;
+    Tail mTail = Tail::None;
+    std::uint32_t mStarts = 0;
     bool mHasSounded = false;            // since start
     bool mIsContinued = false;           // no data was lost since the last run of frames
     std::uint64_t mSoundStart = 0;       // stream frame that was the first after start
