@@ -1,0 +1,67 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Client library of a car's audio server.
+
+Playing, recording, settings::
+
+    import cabinaudio
+
+    with cabinaudio.Track("prompt", rate=48000, channels=2) as track:
+        track.play(samples)                            # bytes, array, NumPy array
+
+    with cabinaudio.Record("note") as record:
+        voice = record.record(2.5)                     # s
+
+    cabinaudio.settings["volume.master"] = -6.0        # dB
+
+On a head unit the package uses its devices. Where the development kit is installed, it uses the
+kit's stand-in for them: no launcher is needed, and a server is `cabinaudio-server`. The environment
+variable CABINAUDIO_INSTANCE, set before the first object, chooses among several servers.
+
+`cabinaudio.testing` starts servers of a test's own, and pytest has fixtures for them.
+"""
+
+from typing import TYPE_CHECKING
+
+from ._process import reply_timeout
+from ._errors import (
+    AudioError,
+    AudioTimeout,
+    BadValue,
+    Busy,
+    InvalidOperation,
+    InvalidState,
+    ServerGone,
+)
+from ._settings import Settings, Steps
+from ._streams import Record, Sink, Track, Uplink, play_together
+
+if TYPE_CHECKING:
+    settings: Settings
+
+__all__ = [
+    "AudioError",
+    "AudioTimeout",
+    "BadValue",
+    "Busy",
+    "InvalidOperation",
+    "InvalidState",
+    "Record",
+    "ServerGone",
+    "Settings",
+    "Sink",
+    "Steps",
+    "Track",
+    "Uplink",
+    "play_together",
+    "reply_timeout",
+    "settings",
+]
+
+
+def __getattr__(name: str) -> Settings:
+    """Connects `cabinaudio.settings` on its first use."""
+    if name != "settings":
+        raise AttributeError(f"module 'cabinaudio' has no attribute '{name}'")
+    made = Settings()
+    globals()["settings"] = made
+    return made
