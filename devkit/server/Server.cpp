@@ -25,8 +25,10 @@ namespace cabinaudio::server {
 namespace {
 
 StreamRegistry::Settings streamSettings(const Options& options,
-                                        ShareMemoryUpdateNotificationCallback* onWrite) {
+                                        ShareMemoryUpdateNotificationCallback* onWrite,
+                                        std::function<std::uint64_t()> outputFrame) {
     StreamRegistry::Settings settings;
+    settings.outputFrame = std::move(outputFrame);
     settings.ringPeriods = options.ringPeriods;
     settings.ringDelay = options.ringDelay;
     settings.stemDirectory = options.stemDirectory;
@@ -85,7 +87,9 @@ Server::Server(const Options& options)
       mWaker(options.time.mode != TimeMode::Real
                  ? std::make_optional<Waker>(mLoop, [this] { mTime->update(); })
                  : std::nullopt),
-      mStreams(mLoop, mPlaces, streamSettings(options, mWaker ? &*mWaker : nullptr)),
+      mStreams(mLoop, mPlaces,
+               streamSettings(options, mWaker ? &*mWaker : nullptr,
+                              [this] { return mMixer.counters().frames; })),
       mMixer(mStreams, mSettings, *mOutput, options.format),
       mCaptures(mLoop, mPlaces, captureSettings(options, mSettings, mWaker ? &*mWaker : nullptr)),
       mTime(makeTime()),
@@ -103,6 +107,7 @@ Server::Server(const Options& options)
           [this] { descriptorClosed(); }) {
     options.inputs.check();
     if (!options.stateFile.empty()) mStateFile.emplace(mLoop, options.stateFile, mSettings);
+    if (!options.reportFile.empty()) mChanges.emplace(mSettings);
     // The clients of a killed server may still have its memory mapped; they must not write into the
     // rings of this server.
     PhysicalMemory::take();
@@ -119,6 +124,7 @@ Server::Server(const Options& options)
         mFeed.changed();
     });
     mCaptures.setOnChange([this] { mTime->update(); });
+    if (mChanges) keepChanges();
     addCommands();
     addListeners();
     addSubscriptions();
@@ -160,6 +166,13 @@ std::unique_ptr<TimeLine> Server::makeTime() {
     return std::make_unique<Lockstep>(
         mLoop, mMixer, mStreams, mCaptures, mOptions.time,
         [this](const std::string& line) { return mCommands.run(line); });
+}
+
+void Server::keepChanges() {
+    mSettings.watch([this] { mChanges->settingsChanged(mMixer.counters().frames); });
+    mMixer.setOnDucked([this](float factor, const std::string& prompt) {
+        mChanges->ducked(mMixer.counters().frames, factor, prompt);
+    });
 }
 
 void Server::addCommands() {
