@@ -77,6 +77,7 @@ private:
             part().restartAt.has_value() || (isLast() && mScenario.until.at.has_value());
         if (standsAtEnd && mServer) result().endFrame = timeline.stops.back().at.frame;
         if (!isLast()) {
+            if (mServer) noteErrors();
             endServer();
         } else if (!standsAtEnd && mServer) {
             if (!timeline.stops.empty()) command(0, "time go");
@@ -179,12 +180,21 @@ private:
         if (const auto* set = std::get_if<SetCommand>(&timed.action)) change(*set);
         if (const auto* run = std::get_if<RunCommand>(&timed.action)) mPrograms.start(run->program);
         if (const auto* signal = std::get_if<SignalCommand>(&timed.action))
-            mPrograms.send(signal->program, signal->signal);
+            send(*signal, timed.line);
         if (const auto* server = std::get_if<ServerCommand>(&timed.action)) {
             if (server->text == "crash") noteErrors();
             command(timed.line, server->text);
             if (server->text == "crash") endCrash(timed.line);
         }
+    }
+
+    void send(const SignalCommand& signal, unsigned line) {
+        mPrograms.send(signal.program, signal.signal);
+        if (signal.signal != SIGKILL) return;
+        // The kernel needs a moment, in which time must not pass.
+        mWait.until(line, "the end of \"" + signal.program + "\"",
+                    [&] { return mPrograms.update(); },
+                    [&] { return mPrograms.hasEnded(signal.program); });
     }
 
     void change(const SetCommand& set) {
@@ -244,9 +254,15 @@ private:
         return text + (running.empty() ? ", no program runs" : ", still running: " + running);
     }
 
-    /// Programs with an expected end may still end by themselves; the others are ended.
+    /// Programs with an expected end may still end by themselves; the others are ended. Time passes
+    /// meanwhile, because programs may play the rest of their sound first.
     void endPrograms() {
-        if (mServer && !mOutcome.problem) awaitExpectedEnds();
+        if (mServer) {
+            if (!mPrograms.haveAllEnded()) command(0, "time stop");
+            noteErrors();
+            command(0, "time go");
+            if (!mOutcome.problem) awaitExpectedEnds();
+        }
         mPrograms.update();
         mOutcome.ends = mPrograms.ends();
         if (mPrograms.haveAllEnded()) return;
@@ -269,15 +285,14 @@ private:
         mPrograms.update();
         if (haveEnded()) return;
         try {
-            if (result().endFrame) command(0, "time go");
             mWait.until(
                 0, "the expected ends of programs", [&] { return hasProgressed(); }, haveEnded);
         } catch (const Overdue&) {
             // Each program has its own expectation, which tells it.
         }
-        command(0, "time stop");
     }
 
+    /// The errors up to here. Later ones are not part of the test.
     void noteErrors() {
         for (TimeError error : timeState(ask(0, "time")).errors) {
             error.part = mPart;
@@ -288,7 +303,6 @@ private:
     /// Ends the server; it writes its report.
     void endServer() {
         if (!mServer) return;
-        noteErrors();
         mServer->process().send(SIGTERM);
         const auto hasEnded = [&] { return mServer->process().ended().has_value(); };
         if (!mWait.atMost(mScenario.patience, hasEnded))

@@ -6,6 +6,7 @@
 #include "tools/scenario/Files.h"
 
 #include <algorithm>
+#include <string_view>
 
 namespace cabinaudio::tool::scenario {
 
@@ -35,6 +36,13 @@ std::string waitText(const Json& wait) {
                : '"' + wait.at("name").get<std::string>() + "\" (" + why + ")";
 }
 
+/// Without the beginning that tells errors of time from other lines of the server's log.
+std::string errorText(const Json& error) {
+    constexpr std::string_view BEGIN = "time: ";
+    const std::string text = error.at("text").get<std::string>();
+    return text.substr(text.starts_with(BEGIN) ? BEGIN.size() : 0);
+}
+
 }  // namespace
 
 TimeState timeState(const std::string& answer) {
@@ -47,8 +55,7 @@ TimeState timeState(const std::string& answer) {
         for (const Json& one : time.at("waiting_for"))
             state.waitingFor += (state.waitingFor.empty() ? "" : ", ") + waitText(one);
         for (const Json& error : time.at("errors"))
-            state.errors.push_back(
-                {0, error.at("ms").get<double>(), error.at("text").get<std::string>()});
+            state.errors.push_back({0, error.at("ms").get<double>(), errorText(error)});
         return state;
     });
 }
