@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+import time
 from typing import Dict, Type
 
 NAMES: Dict[int, str] = {
@@ -87,9 +88,18 @@ _DOUBTFUL = (1, -2000, -9998)
 
 def make(status: int, call: str, done: int = 0, data: bytes = b"") -> AudioError:
     """The exception for a status: ServerGone when a lost server may be the reason, and is lost."""
-    from . import _cabinaudio
-
     kind = _CLASSES.get(status, AudioError)
-    if status in _DOUBTFUL and not _cabinaudio.server_listens():
+    if status in _DOUBTFUL and _is_lost():
         kind = ServerGone
     return kind(status, call, done, data)
+
+
+def _is_lost() -> bool:
+    """Looks again a moment later: the sockets of a killed server are closed one after the other."""
+    from . import _cabinaudio
+
+    for _ in range(5):
+        if not _cabinaudio.server_listens():
+            return True
+        time.sleep(0.01)
+    return False

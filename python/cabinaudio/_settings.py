@@ -3,8 +3,20 @@
 
 from __future__ import annotations
 
+import operator
 from types import TracebackType
-from typing import Dict, Iterator, List, MutableMapping, Optional, Sequence, Type, Union
+from typing import (
+    Dict,
+    Iterator,
+    List,
+    MutableMapping,
+    Optional,
+    Sequence,
+    SupportsFloat,
+    SupportsIndex,
+    Type,
+    Union,
+)
 
 from . import _cabinaudio
 from ._process import opened
@@ -47,7 +59,8 @@ class Settings(MutableMapping[str, Value]):
         opened.add(self)
 
     def __getitem__(self, name: str) -> Value:
-        return self._core.get(name)
+        value: Value = self._core.get(name)
+        return value
 
     def __setitem__(self, name: str, value: Union[Value, Steps]) -> None:
         self._core.set(name, self._text(name, value))
@@ -153,9 +166,10 @@ def _switch(name: str, kind: Dict[str, object], value: object) -> str:
 def _number(name: str, item: object, unit: str) -> str:
     if isinstance(item, str):
         return item
-    if not hasattr(item, "__float__"):
+    # NumPy's numbers are also among these.
+    if isinstance(item, SupportsIndex):
+        return f"{operator.index(item)}{unit}"
+    if not isinstance(item, SupportsFloat):
         raise TypeError(f"{name} takes no {type(item).__name__}")
     number = float(item)
-    if hasattr(item, "__index__"):
-        return f"{item}{unit}"
     return f"{int(number)}{unit}" if number.is_integer() else f"{number!r}{unit}"

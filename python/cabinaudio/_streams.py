@@ -196,7 +196,7 @@ class Track(_Stream):
         Raises:
             TypeError, BufferError, ValueError: the buffer is none, not contiguous, of other samples
                 or of no whole frames
-            AudioTimeout:     no space; ``done`` has the bytes that were queued
+            AudioTimeout:     no space; ``done`` has the bytes that were queued, to a quarter of the ring
             InvalidState:     not started, or stopped meanwhile
             InvalidOperation: another thread writes, or write_done() was called
             ServerGone:       the server has ended

@@ -133,7 +133,7 @@ def heard(cabin: "Server") -> "Callable[[], Sound]":
 _failed = pytest.StashKey[bool]()
 
 
-@pytest.hookimpl(hookwrapper=True)
+@pytest.hookimpl(hookwrapper=True)  # type: ignore[misc]
 def pytest_pyfunc_call(pyfuncitem: pytest.Function) -> Generator[None, Any, None]:
     """Ends a test's servers with its function, so that errors of time are the test's failure."""
     outcome = yield
@@ -142,7 +142,7 @@ def pytest_pyfunc_call(pyfuncitem: pytest.Function) -> Generator[None, Any, None
         server.stop().require_time()
 
 
-@pytest.hookimpl(hookwrapper=True)
+@pytest.hookimpl(hookwrapper=True)  # type: ignore[misc]
 def pytest_runtest_makereport(
     item: pytest.Item, call: "pytest.CallInfo[None]"
 ) -> Generator[None, Any, None]:

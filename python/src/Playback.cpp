@@ -25,6 +25,9 @@ using Clock = std::chrono::steady_clock;
 /// Of one call of the library while there is no ring yet, in frames.
 constexpr int FIRST_FRAMES = 2048;
 
+/// Of a ring, each as long as one call of the library.
+constexpr std::size_t PARTS = 4;
+
 /// The stream in whose callback this thread is.
 thread_local const Playback* tNotified = nullptr;
 
@@ -108,8 +111,8 @@ void Playback::setKeyShift(float key) {
     if (status != AUDIO_NO_ERROR) throw Failure(status, "key_shift of " + quoted(mName));
 }
 
-/// The pieces of a long write: each at most as long as the ring, so that signals and the end of the
-/// stream are noticed between them.
+/// The pieces of a long write: short ones, so that signals and the end of the stream are noticed
+/// between them, and it is known how much was queued before a refusal.
 struct Playback::Slices {
     unsigned char* next;
     std::size_t left;
@@ -117,7 +120,7 @@ struct Playback::Slices {
 
     [[nodiscard]] int size(int ring) const {
         const std::size_t most =
-            ring > 0 ? static_cast<std::size_t>(ring) / frame * frame : FIRST_FRAMES * frame;
+            ring > 0 ? static_cast<std::size_t>(ring) / PARTS / frame * frame : FIRST_FRAMES * frame;
         return static_cast<int>(std::min(left, std::max(most, frame)));
     }
     void advance(int bytes) {

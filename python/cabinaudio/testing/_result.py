@@ -36,7 +36,8 @@ class Sound:
         self.rate = core.rate
         self.channels = core.channels
         self.bits = core.bits
-        self.samples = memoryview(core)
+        # mypy knows no buffers of extension classes before Python 3.12.
+        self.samples = memoryview(core)  # type: ignore[arg-type]
 
     def __len__(self) -> int:
         """Number of frames."""
