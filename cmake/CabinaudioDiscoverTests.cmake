@@ -14,8 +14,13 @@ function(cabinaudio_find_program variable name target)
         set(${variable} "$<TARGET_FILE:${target}>" PARENT_SCOPE)
         return()
     endif()
-    # A sysroot has the target's programs; the tests start this machine's.
-    find_program(CABINAUDIO_PROGRAM_${target} NAMES ${name} HINTS "${cabinaudio_PROGRAMS}"
+    # What is beside the package of another architecture are that architecture's programs; the tests
+    # start this machine's.
+    set(hints)
+    if(NOT CMAKE_CROSSCOMPILING)
+        set(hints HINTS "${cabinaudio_PROGRAMS}")
+    endif()
+    find_program(CABINAUDIO_PROGRAM_${target} NAMES ${name} ${hints} NO_CMAKE_PATH
         NO_CMAKE_FIND_ROOT_PATH)
     mark_as_advanced(CABINAUDIO_PROGRAM_${target})
     set(${variable} "${CABINAUDIO_PROGRAM_${target}}" PARENT_SCOPE)
@@ -37,6 +42,10 @@ function(cabinaudio_discover_tests target)
         "CABINAUDIO_TEST_OUTPUT=${output}")
     if(tool)  # for scenarios only
         list(APPEND variables "CABINAUDIO_TOOL=${tool}")
+    endif()
+    if(CMAKE_CROSSCOMPILING AND EXISTS "${cabinaudio_BOARD}")
+        # The launcher finds this machine's beside itself.
+        list(APPEND variables "CABINAUDIO_BOARD_LIB=${cabinaudio_BOARD}")
     endif()
     # By a program in front, because gtest_discover_tests() takes no lists as values of properties.
     set_target_properties(${target} PROPERTIES CROSSCOMPILING_EMULATOR
