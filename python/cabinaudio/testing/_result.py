@@ -104,9 +104,11 @@ class Result:
             if not self.path.exists():
                 raise CheckError(f"nothing was heard: the server has not written {self.path}")
             report = str(self.report_path) if self.report_path.exists() else ""
-            self._recording = _hear.read_recording(
-                str(self.path), report, str(self.directory / "stems")
-            )
+            recording = _hear.read_recording(str(self.path), report, str(self.directory / "stems"))
+            # Without this, a test whose streams never started would find silence.
+            if recording.heard.frames == 0:
+                raise CheckError(f"nothing was heard: {self.path} is empty; no stream was started")
+            self._recording = recording
         return self._recording
 
     @property
