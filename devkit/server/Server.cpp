@@ -2,6 +2,7 @@
 #include "devkit/server/Server.h"
 
 #include "devkit/server/base/Log.h"
+#include "devkit/server/base/Text.h"
 #include "devkit/server/clients/ConnectType.h"
 #include "devkit/server/mix/InputGain.h"
 #include "devkit/server/outputs/OutputFactory.h"
@@ -25,8 +26,10 @@ namespace cabinaudio::server {
 namespace {
 
 StreamRegistry::Settings streamSettings(const Options& options,
-                                        ShareMemoryUpdateNotificationCallback* onWrite) {
+                                        ShareMemoryUpdateNotificationCallback* onWrite,
+                                        std::function<std::uint64_t()> outputFrame) {
     StreamRegistry::Settings settings;
+    settings.outputFrame = std::move(outputFrame);
     settings.ringPeriods = options.ringPeriods;
     settings.ringDelay = options.ringDelay;
     settings.stemDirectory = options.stemDirectory;
@@ -85,7 +88,9 @@ Server::Server(const Options& options)
       mWaker(options.time.mode != TimeMode::Real
                  ? std::make_optional<Waker>(mLoop, [this] { mTime->update(); })
                  : std::nullopt),
-      mStreams(mLoop, mPlaces, streamSettings(options, mWaker ? &*mWaker : nullptr)),
+      mStreams(mLoop, mPlaces,
+               streamSettings(options, mWaker ? &*mWaker : nullptr,
+                              [this] { return mMixer.counters().frames; })),
       mMixer(mStreams, mSettings, *mOutput, options.format),
       mCaptures(mLoop, mPlaces, captureSettings(options, mSettings, mWaker ? &*mWaker : nullptr)),
       mTime(makeTime()),
@@ -93,8 +98,8 @@ Server::Server(const Options& options)
                    [microphone = options.inputs.of(AUDIO_TAG_UPLINK)] {
                        return openInput(microphone, Calibration::RATE, 1);
                    }),
-      mDispatcher({mStreams, mCaptures, mSettings, mMixer, mCalibration}, mTrace),
-      mRemoteControl(mLoop, mStreams, mCaptures),
+      mDispatcher({mStreams, mCaptures, mSettings, mMixer, mCalibration}, mTrace, mReplyFaults),
+      mRemoteControl(mLoop, mStreams, mCaptures, mReplyFaults),
       mTaps(mLoop, mStreams, options.format,
             options.time.mode == TimeMode::Real ? Taps::STEADY_BOUND : Taps::FAST_BOUND,
             [this] { descriptorClosed(); }),
@@ -103,6 +108,7 @@ Server::Server(const Options& options)
           [this] { descriptorClosed(); }) {
     options.inputs.check();
     if (!options.stateFile.empty()) mStateFile.emplace(mLoop, options.stateFile, mSettings);
+    if (!options.reportFile.empty()) mChanges.emplace(mSettings);
     // The clients of a killed server may still have its memory mapped; they must not write into the
     // rings of this server.
     PhysicalMemory::take();
@@ -119,6 +125,7 @@ Server::Server(const Options& options)
         mFeed.changed();
     });
     mCaptures.setOnChange([this] { mTime->update(); });
+    if (mChanges) keepChanges();
     addCommands();
     addListeners();
     addSubscriptions();
@@ -162,6 +169,13 @@ std::unique_ptr<TimeLine> Server::makeTime() {
         [this](const std::string& line) { return mCommands.run(line); });
 }
 
+void Server::keepChanges() {
+    mSettings.watch([this] { mChanges->settingsChanged(mMixer.counters().frames); });
+    mMixer.setOnDucked([this](float factor, const std::string& prompt) {
+        mChanges->ducked(mMixer.counters().frames, factor, prompt);
+    });
+}
+
 void Server::addCommands() {
     mCommands.add("state", [this](const std::string&) {
         auto state = stateOf(reported(), mClients);
@@ -170,6 +184,10 @@ void Server::addCommands() {
     });
     mRemoteControl.addTo(mCommands);
     addTimeCommands(mCommands, *mTime);
+    for (const TimedCommand& timed : mOptions.time.commands)
+        if (const std::string fault = mCommands.faultOf(timed.command); !fault.empty())
+            throw std::runtime_error("--at " + std::to_string(timed.ms) + ":" +
+                                     printable(timed.command) + ": " + fault);
 }
 
 /// A command "listen" keeps its connection: the sound follows its answer.

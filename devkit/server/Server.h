@@ -6,6 +6,7 @@
 #include "devkit/server/clients/Client.h"
 #include "devkit/server/clients/Listener.h"
 #include "devkit/server/control/ChangeFeed.h"
+#include "devkit/server/control/ChangeList.h"
 #include "devkit/server/control/Commands.h"
 #include "devkit/server/control/ControlSocket.h"
 #include "devkit/server/control/RemoteControl.h"
@@ -16,6 +17,7 @@
 #include "devkit/server/loop/Waker.h"
 #include "devkit/server/outputs/Output.h"
 #include "devkit/server/requests/Dispatcher.h"
+#include "devkit/server/requests/ReplyFaults.h"
 #include "devkit/server/requests/Trace.h"
 #include "devkit/server/rings/RingPlaces.h"
 #include "devkit/server/settings/Calibration.h"
@@ -65,13 +67,14 @@ private:
     void descriptorClosed();
     void addCommands();
     void addListeners();
+    void keepChanges();
     void addSubscriptions();
     [[nodiscard]] std::unique_ptr<TimeLine> makeTime();
     void erase(const Client& client);
     void reportReady() const;
     [[nodiscard]] Reported reported() const {
         return {mStreams, mCaptures, mMixer, *mOutput, mOptions.format, mSettings, mOptions.output,
-                *mTime, mOptions.time};
+                *mTime, mOptions.time, mChanges ? &*mChanges : nullptr};
     }
 
     // Each member needs those before it.
@@ -92,11 +95,13 @@ private:
     RingPlaces mPlaces;
     Settings mSettings;
     std::optional<StateFile> mStateFile;
+    std::optional<ChangeList> mChanges;  // only with a report
     StreamRegistry mStreams;
     Mixer mMixer;
     CaptureRegistry mCaptures;
     std::unique_ptr<TimeLine> mTime;
     Calibration mCalibration;
+    ReplyFaults mReplyFaults;
     Dispatcher mDispatcher;
     RemoteControl mRemoteControl;
     Taps mTaps;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "devkit/server/clients/Client.h"
+#include "devkit/server/control/ChangeList.h"
 #include "devkit/server/outputs/Output.h"
 #include "devkit/server/settings/Settings.h"
 #include "devkit/server/streams/CaptureRegistry.h"
@@ -29,6 +30,7 @@ struct Reported {
     const std::string& requestedOutput;  // as on the command line
     const TimeLine& time;
     const TimeOptions& timeOptions;
+    const ChangeList* changes;  // null without a report
 };
 
 /// The server's present state: output, clients, streams, settings.
@@ -38,7 +40,9 @@ nlohmann::json stateOf(const Reported& reported,
 /// The settings, and the streams that play, for subscribers to changes.
 nlohmann::json watchedOf(const Settings& settings, const StreamRegistry& streams);
 
-/// Everything played since the start, with the position in the output of every run of frames.
+/// Everything played since the start, with the position in the output of every run of frames. Where
+/// frames alone decide what is heard, equal runs have equal reports: the streams are sorted, and
+/// have no process.
 nlohmann::json reportOf(const Reported& reported);
 
 /// @throws std::runtime_error when the file cannot be written

@@ -17,6 +17,12 @@ struct Segment {
     std::uint64_t outputFrames;  // length, in frames of the output
 };
 
+/// Something that happened to a stream, and where in the output it took effect.
+struct StreamChange {
+    std::uint64_t outputFrame;
+    const char* what;  // "start", "stop", "end", "withdrawn", "activated" or "removed"
+};
+
 /// History of a stream for the report; outlives the stream.
 struct StreamRecord {
     std::string name;
@@ -31,8 +37,13 @@ struct StreamRecord {
     std::uint32_t finishes = 0;         // times the end of the data was reached
     /// Frame of the output at which the stream first took part; empty if it never did.
     std::optional<std::uint64_t> startedAtFrame;
+    bool keepsChanges = false;
+    std::vector<StreamChange> changes;
     std::vector<Segment> segments;  // adjacent ones are merged
 
+    void addChange(std::uint64_t outputFrame, const char* what) {
+        if (keepsChanges) changes.push_back({outputFrame, what});
+    }
     /// Records that `outputFrames` frames of the stream lie at `outputFrame`.
     /// @param isContinued  the frames directly follow the previous run in the stream
     void addRun(std::uint64_t outputFrame, std::uint64_t streamFrame, std::uint64_t outputFrames,

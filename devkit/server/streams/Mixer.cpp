@@ -114,6 +114,8 @@ void Mixer::applySettings() {
     for (const auto& stream : mStreams.streams())
         stream->setGains(gainsOf(stream->record(), *mSettings, mDucking.isPromptHeard()), ramp);
     mLoudspeakers.set(*mSettings);
+    const float ducked = duckingOf(mSettings->volume, mDucking.isPromptHeard());
+    if (std::exchange(mDuckedBy, ducked) != ducked) mOnDucked(ducked, mPrompt);
 }
 
 /// Streams of one tag and name stay in the order of their creation.

@@ -39,6 +39,12 @@ public:
         mOnMixed = std::move(onMixed);
     }
 
+    /// Called when the main audio is ducked by another factor, before the first frame with it.
+    /// @param prompt  name of the stream that is heard as a prompt; empty for none
+    void setOnDucked(std::function<void(float factor, const std::string& prompt)> onDucked) {
+        mOnDucked = std::move(onDucked);
+    }
+
     /// Must be called after streams were added, removed, started or stopped, or settings changed.
     void update() { mAreSettingsDue = true; }
 
@@ -90,6 +96,8 @@ private:
     const Settings& mSettings;
     Output& mOutput;
     std::function<void(std::span<const float> mix)> mOnMixed = [](std::span<const float>) {};
+    std::function<void(float, const std::string&)> mOnDucked = [](float, const std::string&) {};
+    float mDuckedBy = 1.0F;
     OutputFormat mFormat;
     float mLargest;
     Counters mCounters;

@@ -35,6 +35,7 @@ PlaybackStream::PlaybackStream(EventLoop& loop, Client& client, Parts parts)
       mGains(mRecord->format.channels, parts.outputChannels),
       mPeak(parts.outputRate),
       mHeardPeak(parts.outputRate),
+      mOutputFrame(std::move(parts.outputFrame)),
       mOnChange(std::move(parts.onChange)) {
     const StreamFormat& format = mRecord->format;
     if (format.rate != mOutputRate) mConverter.emplace(format.channels, format.rate, mOutputRate);
@@ -55,6 +56,7 @@ std::int32_t PlaybackStream::start() {
     mIsWriteDone = mIsEnded = mIsFinished = false;
     mFlow = Flow::Dry;
     mTail = Tail::None;
+    mTakesPart = false;
     mHasSounded = false;
     beginSound();
     mOnChange();
@@ -65,6 +67,8 @@ std::int32_t PlaybackStream::stop() {
     if (mState == IDLE) return AUDIO_NO_ERROR;
     mState = IDLE;
     mIsWriteDone = false;
+    // Afterwards the stop cannot be heard, and comes at any frame.
+    if (!mIsEnded && !isDrained()) note("stop");
     mOnChange();
     return AUDIO_NO_ERROR;
 }
@@ -90,6 +94,7 @@ std::int32_t PlaybackStream::getShareMemory(wire::ShareMemoryReply& reply) const
 }
 
 void PlaybackStream::offerRing(std::chrono::milliseconds delay) {
+    if (isSink() && mOffer->isAway()) note("activated");
     mOffer->offer(delay);
 }
 
@@ -98,6 +103,7 @@ bool PlaybackStream::announceRingAgain() {
 }
 
 void PlaybackStream::withdrawRing() {
+    note("withdrawn");
     mOffer->withdraw();
     mOnChange();
 }
@@ -115,20 +121,31 @@ void PlaybackStream::dropRing() {
     beginSound();
 }
 
+/// At the next frame of the output.
+void PlaybackStream::note(const char* change) {
+    mRecord->addChange(mOutputFrame(), change);
+}
+
 void PlaybackStream::notifyRemoved() {
+    note("removed");
     mClient.notify(static_cast<std::uint32_t>(wire::TrackEvent::Removed), 0);
 }
 
 std::size_t PlaybackStream::addTo(std::span<float> mix, std::uint64_t outputFrame, bool isSteady) {
     mShare.clear();
     if (!isActive() || mIsEnded || mIsHeld || isDrained()) return 0;
+    if (!std::exchange(mTakesPart, true)) mRecord->addChange(outputFrame, "start");
     if (!mRecord->startedAtFrame) mRecord->startedAtFrame = outputFrame;
     if (isCutOff()) return addSilence();
     memory_fault::take();  // discard faults caused by other streams
     const std::size_t wanted = mix.size() / mOutputChannels;
     const bool isDue = !isSteady || isReady(wanted);
     const std::size_t frames = isDue ? addDue(mix, wanted, outputFrame) : 0;
-    if (mTail == Tail::Draining && mRing->usedFrames() == 0) mTail = Tail::Drained;
+    if (mIsEnded) mRecord->addChange(outputFrame + frames, "end");
+    if (mTail == Tail::Draining && mRing->usedFrames() == 0) {
+        mTail = Tail::Drained;
+        mRecord->addChange(outputFrame + frames, "end");
+    }
     checkRing();
     return frames;
 }
@@ -156,11 +173,13 @@ void PlaybackStream::endIfDone() {
     if (!isActive() || mIsEnded || !mIsWriteDone || mIsHeld) return;
     if (!isCutOff() && (mConverter || mRing->usedFrames() > 0)) return;
     mIsEnded = true;
+    note("end");
     played();
 }
 
 void PlaybackStream::runDry() {
     mTail = queuedFrames() > 0 ? Tail::Draining : Tail::Drained;
+    if (isDrained()) note("end");
 }
 
 bool PlaybackStream::isSettled() const {
@@ -178,6 +197,7 @@ void PlaybackStream::wakeWriter() {
 std::size_t PlaybackStream::addSilence() {
     mFlow = Flow::Dry;
     mIsEnded = mIsWriteDone;
+    if (mIsEnded) note("end");
     return 0;
 }
 

@@ -43,6 +43,8 @@ public:
         std::unique_ptr<WavFile> stem;  // may be null
         std::uint32_t outputRate;
         unsigned outputChannels;
+        /// The next frame of the output.
+        std::function<std::uint64_t()> outputFrame;
         /// Called when playback may have become possible or impossible.
         std::function<void()> onChange;
     };
@@ -163,6 +165,7 @@ private:
     void account(std::uint64_t outputFrame, std::uint64_t streamFrame, std::size_t frames);
     void copyShare(std::size_t frames);
     void beginSound();
+    void note(const char* change);
     std::size_t addSilence();
     void measure(std::size_t frames, std::uint64_t outputFrame);
 
@@ -177,6 +180,7 @@ private:
     GainMatrix mGains;
     PeakWindow mPeak;
     PeakWindow mHeardPeak;
+    std::function<std::uint64_t()> mOutputFrame;
     std::function<void()> mOnChange;
     std::optional<RingOffer> mOffer;  // of a physical ring
 
@@ -187,6 +191,7 @@ private:
     bool mIsFinished = false;  // the client has been notified of the end
     Flow mFlow = Flow::Dry;
     bool mIsHeld = false;
+    bool mTakesPart = false;  // since the start
     Tail mTail = Tail::None;
     std::uint32_t mStarts = 0;
     bool mHasSounded = false;            // since start
