@@ -32,7 +32,8 @@ struct Ducking {
 
 /// Of the gains relative to the usual one.
 struct Measured {
-    std::vector<double> depths;  // dB
+    std::vector<double> depths;    // dB
+    bool isHeardTogether = false;  // at least one depth is of a time when the prompt is heard
     std::optional<double> attackMs;
     std::optional<double> releaseMs;
     std::optional<std::size_t> fault;  // frame
@@ -59,7 +60,9 @@ public:
         measureAttack(prompt, *usual, result);
         measureDepth(prompt, *usual, result);
         measureRelease(prompt, *usual, result);
-        if (result.depths.empty() && result.why.empty()) {
+        const std::size_t steady = prompt.begin + frames(PERIOD_MS + mDucking.rampMs);
+        const bool isLong = prompt.end > steady + 2 * frames(WINDOW_MS);
+        if (result.why.empty() && (isLong ? !result.isHeardTogether : result.depths.empty())) {
             result.fault = prompt.begin;
             result.why =
                 '"' + mDucking.name + "\" cannot be measured during \"" + mDucking.prompt + '"';
@@ -118,6 +121,7 @@ private:
         forEachGain(begin, prompt.end + frames(mDucking.holdMs), [&](std::size_t at, double gain) {
             const double depth = decibels(gain / usual);
             result.depths.push_back(depth);
+            result.isHeardTogether = result.isHeardTogether || at < prompt.end;
             if (!result.fault && std::abs(depth - mDucking.depth) > mDucking.tolerance) {
                 result.fault = at;
                 result.why = numberText(depth, 2) + " dB";

@@ -33,9 +33,8 @@ struct JudgeOptions {
                                          const std::vector<std::string>& checks,
                                          const JudgeOptions& options = {});
 
-/// The time up to which the text of a check looks at the sound, in seconds; empty: to its end, or
-/// up to a frame.
+/// The time up to which a check looks at a sound of this rate, in seconds; empty: to its end.
 /// @throws Error when the text is no check
-[[nodiscard]] std::optional<double> neededSeconds(const std::string& check);
+[[nodiscard]] std::optional<double> neededSeconds(const std::string& check, unsigned rate);
 
 }  // namespace cabinaudio::hear

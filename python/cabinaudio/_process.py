@@ -18,7 +18,7 @@ class _Closable(Protocol):
 # Before the module that is linked with the library: a library that is loaded cannot be bound anew.
 _board.bind()
 
-from . import _cabinaudio  # noqa: E402
+from . import _cabinaudio as _cabinaudio  # noqa: E402  # others take it from here
 
 # Priorities of the library's log. Exceptions tell what programs must know.
 _SILENT = 8

@@ -162,7 +162,8 @@ std::vector<std::string> definitionsOf(const std::vector<std::string>& command) 
         {"monitor", {"change", "monitor"}},
         {"server", {"state", "command", "time"}},
         {"top", {"top", "waiting"}},
-        {"listen", {"listen"}}};
+        {"listen", {"listen"}},
+        {"check", {"hearing"}}};
     const auto found = known.find(command.empty() ? "" : command.front());
     std::vector<std::string> definitions =
         found == known.end() ? std::vector<std::string>{} : found->second;

@@ -45,10 +45,12 @@ class Sound:
 
     @property
     def frames(self) -> int:
+        """Number of frames."""
         return self._core.frames
 
     @property
     def seconds(self) -> float:
+        """Length in s."""
         return self.frames / self.rate if self.rate else 0.0
 
     @property
@@ -98,6 +100,7 @@ class Result:
 
     @property
     def recording(self) -> "_hear.Recording":
+        """The mix, the streams and the report, for checks."""
         if self._recording is None:
             from .. import _hear
 
