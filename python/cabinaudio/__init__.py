@@ -20,22 +20,23 @@ variable CABINAUDIO_INSTANCE, set before the first object, chooses among several
 `cabinaudio.testing` starts servers of a test's own, and pytest has fixtures for them.
 """
 
-from typing import TYPE_CHECKING
-
-from ._process import reply_timeout
-from ._errors import (
-    AudioError,
-    AudioTimeout,
-    BadValue,
-    Busy,
-    InvalidOperation,
-    InvalidState,
-    ServerGone,
-)
-from ._settings import Settings, Steps
-from ._streams import Record, Sink, Track, Uplink, play_together
+from importlib import import_module
+from typing import TYPE_CHECKING, Any, Dict
 
 if TYPE_CHECKING:
+    from ._errors import (
+        AudioError,
+        AudioTimeout,
+        BadValue,
+        Busy,
+        InvalidOperation,
+        InvalidState,
+        ServerGone,
+    )
+    from ._process import reply_timeout
+    from ._settings import Settings, Steps
+    from ._streams import Record, Sink, Track, Uplink, play_together
+
     settings: Settings
 
 __all__ = [
@@ -57,11 +58,26 @@ __all__ = [
     "settings",
 ]
 
+_MODULES: Dict[str, str] = {
+    "Record": "_streams",
+    "Settings": "_settings",
+    "Sink": "_streams",
+    "Steps": "_settings",
+    "Track": "_streams",
+    "Uplink": "_streams",
+    "play_together": "_streams",
+    "reply_timeout": "_process",
+}
 
-def __getattr__(name: str) -> Settings:
-    """Connects `cabinaudio.settings` on its first use."""
-    if name != "settings":
+
+def __getattr__(name: str) -> Any:
+    """Loads the library with the first name that needs it, and connects `settings` on its first
+    use. pytest loads this package for its fixtures in runs that do not use them."""
+    if name not in __all__:
         raise AttributeError(f"module 'cabinaudio' has no attribute '{name}'")
-    made = Settings()
-    globals()["settings"] = made
-    return made
+    if name == "settings":
+        found: Any = import_module("._settings", __name__).Settings()
+    else:
+        found = getattr(import_module("." + _MODULES.get(name, "_errors"), __name__), name)
+    globals()[name] = found
+    return found

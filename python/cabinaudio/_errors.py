@@ -96,7 +96,7 @@ def make(status: int, call: str, done: int = 0, data: bytes = b"") -> AudioError
 
 def _is_lost() -> bool:
     """Looks again a moment later: the sockets of a killed server are closed one after the other."""
-    from . import _cabinaudio
+    from ._process import _cabinaudio
 
     for _ in range(5):
         if not _cabinaudio.server_listens():

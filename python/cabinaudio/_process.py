@@ -18,9 +18,10 @@ class _Closable(Protocol):
 # Before the module that is linked with the library: a library that is loaded cannot be bound anew.
 _board.bind()
 
-from . import _cabinaudio  # noqa: E402
+from . import _cabinaudio as _cabinaudio  # noqa: E402  # others take it from here
 
-_ERROR = 6
+# Priorities of the library's log. Exceptions tell what programs must know.
+_SILENT = 8
 _INFO = 4
 _REPLY_TIMEOUT = 5.0
 
@@ -36,7 +37,7 @@ def _close_all() -> None:
 
 def _prepare() -> None:
     _cabinaudio.set_reply_timeout(_REPLY_TIMEOUT)
-    _cabinaudio.set_log_priority(_INFO if "CABINAUDIO_LOG" in os.environ else _ERROR)
+    _cabinaudio.set_log_priority(_INFO if "CABINAUDIO_LOG" in os.environ else _SILENT)
     atexit.register(_close_all)
     if hasattr(os, "register_at_fork"):
         os.register_at_fork(after_in_child=_cabinaudio.abandon_after_fork)

@@ -18,8 +18,7 @@ from typing import (
     Union,
 )
 
-from . import _cabinaudio
-from ._process import opened
+from ._process import _cabinaudio, opened
 
 Single = Union[float, int, bool, str, bytes]
 Value = Union[Single, Sequence[float], Sequence[int], Sequence[str]]

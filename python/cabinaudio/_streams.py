@@ -12,9 +12,8 @@ from concurrent.futures import Future, TimeoutError as FutureTimeout
 from types import TracebackType
 from typing import Any, Callable, Optional, Tuple, Type, TypeVar, Union
 
-from . import _cabinaudio
 from ._errors import AudioTimeout, make
-from ._process import opened
+from ._process import _cabinaudio, opened
 
 if sys.version_info >= (3, 12):
     from collections.abc import Buffer

@@ -55,7 +55,8 @@ def _options(request: pytest.FixtureRequest) -> Dict[str, Any]:
     program = request.config.getoption("--cabinaudio-server")
     if program:
         options["program"] = program
-    for mark in reversed([m for name in _MARKS for m in request.node.iter_markers(name)]):
+    marks = [mark for mark in request.node.iter_markers() if mark.name in _MARKS]
+    for mark in reversed(marks):
         if mark.args:
             raise pytest.UsageError(f"@pytest.mark.{mark.name} takes options by name only")
         options.update(mark.kwargs)
@@ -155,10 +156,10 @@ def pytest_runtest_makereport(
     item.stash[_failed] = report.failed
     if report.failed:
         for server in item.stash.get(_servers, []):
-            _describe(server, report)
+            _describe(server, item, report)
 
 
-def _describe(server: "Server", report: pytest.TestReport) -> None:
+def _describe(server: "Server", item: pytest.Item, report: pytest.TestReport) -> None:
     """Names the files that the server has left, and draws the picture unless there is one."""
     result = server.stop()
     if result.picture is None and result.path.exists():
@@ -174,6 +175,8 @@ def _describe(server: "Server", report: pytest.TestReport) -> None:
         if path is not None and path.exists():
             lines.append(f"{title:8} {path}")
             if title in ("heard", "picture"):
+                # JUnit takes them from the item, xdist from the report.
+                item.user_properties.append((title, str(path)))
                 report.user_properties.append((title, str(path)))
     lines += [f"time     {error}" for error in result.errors]
     log = server.log_tail(20)

@@ -35,6 +35,7 @@ class Program:
 
     @property
     def pid(self) -> int:
+        """Of the program."""
         return self._process.pid
 
     @property
@@ -43,6 +44,7 @@ class Program:
         return self.log.read_text(errors="replace")
 
     def signal(self, number: int) -> None:
+        """Sends it a signal."""
         self._process.send_signal(number)
 
     def wait(self, timeout: float = 60) -> int:

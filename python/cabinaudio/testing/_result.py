@@ -45,10 +45,12 @@ class Sound:
 
     @property
     def frames(self) -> int:
+        """Number of frames."""
         return self._core.frames
 
     @property
     def seconds(self) -> float:
+        """Length in s."""
         return self.frames / self.rate if self.rate else 0.0
 
     @property
@@ -98,15 +100,18 @@ class Result:
 
     @property
     def recording(self) -> "_hear.Recording":
+        """The mix, the streams and the report, for checks."""
         if self._recording is None:
             from .. import _hear
 
             if not self.path.exists():
                 raise CheckError(f"nothing was heard: the server has not written {self.path}")
             report = str(self.report_path) if self.report_path.exists() else ""
-            self._recording = _hear.read_recording(
-                str(self.path), report, str(self.directory / "stems")
-            )
+            recording = _hear.read_recording(str(self.path), report, str(self.directory / "stems"))
+            # Without this, a test whose streams never started would find silence.
+            if recording.heard.frames == 0:
+                raise CheckError(f"nothing was heard: {self.path} is empty; no stream was started")
+            self._recording = recording
         return self._recording
 
     @property

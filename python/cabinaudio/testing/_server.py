@@ -146,7 +146,7 @@ class Server:
         _CURRENT.append(self)
 
     def _spawn(self, ready: int) -> None:
-        from .. import _cabinaudio
+        from .._process import _cabinaudio
 
         words = [self._program, "--instance", self.instance, "--ready-fd", str(ready)]
         words += ["--output", f"wav:{self._heard}", "--report", str(self._report)]
@@ -244,6 +244,7 @@ class Server:
 
     @property
     def is_running(self) -> bool:
+        """Whether the server's process runs."""
         return self._process is not None and self._process.poll() is None
 
     def log_tail(self, lines: int = 20) -> str:
