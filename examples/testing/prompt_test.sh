@@ -1,17 +1,17 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
 # prompt_test.sh PROGRAM [ARGUMENT...]: the navigation program tested by shell. Sound, report and
-# picture of a failed test stay in the directory prompt-test. With the argument --without-ducking the
+# picture of a failed test stay in the directory prompt-heard. With the argument --without-ducking the
 # test fails, to show how.
 set -eu
 export CABINAUDIO_INSTANCE="prompt-$$"
-rm -rf prompt-test
-mkdir prompt-test
+rm -rf prompt-heard
+mkdir prompt-heard
 
 # Time begins when the music is started, and the prompt is heard at one second. The first command of
 # the program waits until the server is ready.
-cabinaudio-server --quiet --output wav:prompt-test/heard.wav --report prompt-test/report.json \
-    --stems prompt-test/stems --time lockstep --strict --hold 1 --await prompt@1000 &
+cabinaudio-server --quiet --output wav:prompt-heard/heard.wav --report prompt-heard/report.json \
+    --stems prompt-heard/stems --time lockstep --strict --hold 1 --await prompt@1000 &
 server=$!
 status=0
 cabinaudio-run --wait 60 "$@" || status=$?
@@ -20,11 +20,11 @@ cabinaudio-run --wait 60 "$@" || status=$?
 kill "$server"
 wait "$server" || status=$?
 [ "$status" -eq 0 ] || {
-    echo "status $status; the files are in prompt-test" >&2
+    echo "status $status; the files are in prompt-heard" >&2
     exit "$status"
 }
 
-cabinaudio check prompt-test/heard.wav --report prompt-test/report.json \
-    --stems prompt-test/stems --picture prompt-test/picture.png \
+cabinaudio check prompt-heard/heard.wav --report prompt-heard/report.json \
+    --stems prompt-heard/stems --picture prompt-heard/picture.png \
     'starts prompt@1000' 'tone 1000 [1.2..1.8]' 'ducked music by -20dB during prompt'
-rm -rf prompt-test
+rm -rf prompt-heard
