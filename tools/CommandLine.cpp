@@ -335,6 +335,61 @@ void addListen(CLI::App& app, ListenOptions& options, CommonOptions& common) {
     addCommon(command, common);
 }
 
+/// The channels of a file may be more than the loudspeakers.
+int channelOf(const std::string& text) {
+    constexpr char LAST = '7';
+    const bool isNumber = text.size() == 1 && text[0] >= '0' && text[0] <= LAST;
+    return isNumber ? text[0] - '0' : loudspeakerOf(text);
+}
+
+std::string channelFault(const std::string& text) {
+    return channelOf(text) >= 0 ? "" : "must be LF, RF, LS, RS, CF or L1, or 0 to 7";
+}
+
+void addCheckFiles(CLI::App& command, CheckOptions& options) {
+    command.add_option("--report", options.reportFile, "What --report of the server has written")
+        ->type_name("FILE");
+    command
+        .add_option("--stems", options.stemDirectory,
+                    "Where the server's stems are, if not where the report says")
+        ->type_name("DIR");
+    command
+        .add_option("--checks", options.checksFile,
+                    "More checks, one a line; lines that begin with '#' are\nignored")
+        ->type_name("FILE");
+    command.add_option("--junit", options.junitFile, "Write the results as XML of JUnit")
+        ->type_name("FILE");
+    command
+        .add_option("--picture", options.pictureFile,
+                    "Draw the sound; what is wrong in it is red")
+        ->type_name("FILE.png");
+}
+
+void addCheck(CLI::App& app, CheckOptions& options, CommonOptions& common) {
+    CLI::App& command = *app.add_subcommand(
+        "check", "Check what cabinaudio-server has played: tones, levels, ducking and more");
+    command
+        .add_option("FILE CHECK", options.words,
+                    "The sound, then checks such as 'tone 440 level=-12 [0.5..2]'")
+        ->type_name("");
+    command.add_flag("--live", options.isLive, "Without FILE: what a running server plays");
+    command
+        .add_option("--seconds", options.seconds,
+                    "Duration of --live; without it as long as the checks need")
+        ->type_name("N")
+        ->check(range(0.001, 3600));
+    command
+        .add_option_function<std::string>(
+            "--channel",
+            [&options](const std::string& text) { options.channel = channelOf(text); },
+            "For checks without 'on': LF, RF, LS, RS, CF or L1, or 0 to 7")
+        ->type_name("NAME")
+        ->check(check(channelFault, "channel"));
+    addCheckFiles(command, options);
+    addTimeout(command, options.timeout, "Time limit of --live for each wait without sound");
+    addCommon(command, common);
+}
+
 void addTop(CLI::App& app, TopOptions& options, CommonOptions& common) {
     CLI::App& command = *app.add_subcommand(
         "top", "Show the streams of a running cabinaudio-server, levels and load");
@@ -586,11 +641,13 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
     ListenOptions listen;
     TopOptions top;
     ScenarioOptions scenario;
+    CheckOptions checks;
     addPlay(app, play, raw, command.common);
     addRecord(app, record, command.common);
     addListen(app, listen, command.common);
     addTop(app, top, command.common);
     addScenario(app, scenario, command.common);
+    addCheck(app, checks, command.common);
     addGet(app, get, command.common);
     addSet(app, set, command.common);
     addList(app, list, command.common);
@@ -622,6 +679,9 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
         if (const std::string fault = optionFault(listen, command.common); !fault.empty())
             refuse(app, fault);
         command.options = listen;
+    } else if (app.got_subcommand("check")) {
+        if (const std::string fault = optionFault(checks); !fault.empty()) refuse(app, fault);
+        command.options = checks;
     } else if (app.got_subcommand("top")) {
         if (const std::string fault = optionFault(top, command.common); !fault.empty())
             refuse(app, fault);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/CommonOptions.h"
+#include "tools/check/CheckCommand.h"
 #include "tools/doctor/Doctor.h"
 #include "tools/listen/Listen.h"
 #include "tools/play/Play.h"
@@ -27,7 +28,7 @@ struct Command {
     CommonOptions common;
     std::variant<PlayOptions, RecordOptions, GetOptions, SetOptions, ListOptions, DescribeOptions,
                  MonitorOptions, VersionOptions, DoctorOptions, ServerOptions, ListenOptions,
-                 TopOptions, ScenarioOptions>
+                 TopOptions, CheckOptions, ScenarioOptions>
         options;
 };
 

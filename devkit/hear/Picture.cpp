@@ -43,6 +43,7 @@ constexpr Colour GREY{0.6, 0.62, 0.65};
 constexpr Colour WAVES{0.18, 0.35, 0.6};
 constexpr Colour STREAMS{0.25, 0.5, 0.35};
 constexpr Colour FAULT{0.9, 0.1, 0.1, 0.35};
+constexpr Colour FAULTY_RANGE{0.9, 0.1, 0.1, 0.2};
 
 struct Destroy {
     void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
@@ -195,7 +196,8 @@ private:
         double from = column(fault.from);
         const double to = std::max(column(fault.to), from + NARROWEST);
         from = std::min(from, to - NARROWEST);
-        use(FAULT);
+        // With a place of its own, the range only shows what was looked at.
+        use(fault.at ? FAULTY_RANGE : FAULT);
         fill(from, top, to - from, bottom - top);
         if (!fault.at) return;
         use({0.8, 0, 0});

@@ -27,12 +27,21 @@ unsigned bitsOf(int format) {
     }
 }
 
+/// Without the words that libsndfile puts around the system's reason.
+std::string reasonOf(SndfileHandle& file) {
+    std::string reason = file.strError();
+    constexpr char PREFIX[] = "System error : ";
+    if (reason.rfind(PREFIX, 0) == 0) reason.erase(0, sizeof PREFIX - 1);
+    if (!reason.empty() && reason.back() == '.') reason.pop_back();
+    return reason;
+}
+
 }  // namespace
 
 Sound readSound(const std::string& path) {
     SndfileHandle file(path);
     // The handle's operator! does not report a file that could not be opened.
-    if (file.error() != SF_ERR_NO_ERROR) throw Error(path + ": " + file.strError());
+    if (file.error() != SF_ERR_NO_ERROR) throw Error(path + ": " + reasonOf(file));
     Sound sound{static_cast<unsigned>(file.samplerate()),
                 static_cast<unsigned>(file.channels()),
                 {},

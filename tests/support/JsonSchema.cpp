@@ -163,7 +163,8 @@ std::vector<std::string> definitionsOf(const std::vector<std::string>& command) 
         {"server", {"state", "command"}},
         {"top", {"top", "waiting"}},
         {"listen", {"listen"}},
-        {"scenario", {"scenario"}}};
+        {"scenario", {"scenario"}},
+        {"check", {"hearing"}}};
     const auto found = known.find(command.empty() ? "" : command.front());
     std::vector<std::string> definitions =
         found == known.end() ? std::vector<std::string>{} : found->second;
