@@ -454,6 +454,96 @@ void addServerStreams(CLI::App& server, ServerOptions& options, CommonOptions& c
             options, "Of this uplink only");
 }
 
+/// The arguments of a command are put together in the order of these calls.
+CLI::Option& addMilliseconds(CLI::App& command, ServerOptions& options, const char* what) {
+    return *command
+                .add_option_function<std::int64_t>(
+                    "MS",
+                    [&options](const std::int64_t& ms) {
+                        options.command += " " + std::to_string(ms);
+                    },
+                    what)
+                ->type_name("")
+                ->check(range(0, 86'400'000));
+}
+
+CLI::Option& addWord(CLI::App& command, ServerOptions& options, const char* name,
+                     const char* what) {
+    return *command
+                .add_option_function<std::string>(
+                    name, [&options](const std::string& word) { options.command += " " + word; },
+                    what)
+                ->type_name("")
+                ->check(check(argumentFault, "argument"));
+}
+
+/// A command that is answered when it is done.
+CLI::App& addLongCommand(CLI::App& parent, const std::string& word, const std::string& words,
+                         const char* what, ServerOptions& options, CommonOptions& common) {
+    CLI::App& command = *parent.add_subcommand(word, what);
+    command.callback([&options, words] {
+        options.command.insert(0, words);
+        options.isLong = true;
+    });
+    addTimeout(command, options.longTimeout, "Time limit for the server's answer");
+    addCommon(command, common);
+    return command;
+}
+
+void addServerTime(CLI::App& server, ServerOptions& options, CommonOptions& common) {
+    CLI::App& time = addServerCommand(
+        server, "time", "time", "Show how far time is and what it waits for", options, common);
+    time.require_subcommand(0, 1);
+    time.callback([&options, &time] {
+        if (!time.get_subcommands().empty()) return;
+        options.command = "time";
+        options.answer = ServerOptions::Answer::Time;
+    });
+    addMilliseconds(addLongCommand(time, "run", "time run", "Let time pass, and wait until it has",
+                                   options, common),
+                    options, "So much time, in milliseconds")
+        .required();
+    addMilliseconds(addServerCommand(time, "stop", "time stop", "Let time stand", options, common),
+                    options, "When time is there; without it, at once");
+    addServerCommand(time, "go", "time go", "Let time pass again", options, common);
+    CLI::App& await = addServerCommand(time, "await", "time await",
+                                       "Let time not pass before a stream is started", options,
+                                       common);
+    addWord(await, options, "NAME", "The stream's name").required();
+    addMilliseconds(await, options, "Nor the stream be heard earlier; without it, now");
+    CLI::App& hold = addServerCommand(time, "hold", "time hold",
+                                      "Let time begin when so many streams are started", options,
+                                      common);
+    addWord(hold, options, "N", "Number of streams").required()->check(CLI::Range(0, 1000));
+    addLongCommand(time, "settle", "time settle", "Wait until no stream can write more", options,
+                   common);
+    CLI::App& at = addServerCommand(server, "at", "at", "Run a server command at a time", options,
+                                    common);
+    addMilliseconds(at, options, "When time is there").required();
+    at.add_option_function<std::vector<std::string>>(
+          "COMMAND",
+          [&options](const std::vector<std::string>& words) {
+              for (const std::string& word : words)
+                  options.command += " " + word;
+          },
+          "The command's words")
+        ->type_name("")
+        ->required()
+        ->check(check(argumentFault, "word"));
+}
+
+void addServerFaults(CLI::App& server, ServerOptions& options, CommonOptions& common) {
+    CLI::App& fault = *server.add_subcommand("fault", "Damage the next reply to a program");
+    fault.require_subcommand(1);
+    for (const auto& [word, what] : {std::pair{"short-reply", "Half of the reply is missing"},
+                                     std::pair{"wrong-magic", "The reply's first word is wrong"}}) {
+        CLI::App& command = addServerCommand(fault, word, std::string("fault ") + word, what,
+                                             options, common);
+        addWord(command, options, "REQUEST", "The request, for example start; or any").required();
+        addWord(command, options, "NAME", "Of this stream only");
+    }
+}
+
 void addServer(CLI::App& app, ServerOptions& options, CommonOptions& common) {
     CLI::App& server =
         *app.add_subcommand("server", "Send a command to a running cabinaudio-server");
@@ -462,9 +552,11 @@ void addServer(CLI::App& app, ServerOptions& options, CommonOptions& common) {
                      common)
         .callback([&options] {
             options.command = "state";
-            options.isState = true;
+            options.answer = ServerOptions::Answer::State;
         });
     addServerStreams(server, options, common);
+    addServerTime(server, options, common);
+    addServerFaults(server, options, common);
     CLI::App& stall =
         addServerCommand(server, "stall", "stall", "Block the server for a while", options, common);
     stall

@@ -2,6 +2,7 @@
 #include "devkit/server/Server.h"
 
 #include "devkit/server/base/Log.h"
+#include "devkit/server/base/Text.h"
 #include "devkit/server/clients/ConnectType.h"
 #include "devkit/server/mix/InputGain.h"
 #include "devkit/server/outputs/OutputFactory.h"
@@ -97,8 +98,8 @@ Server::Server(const Options& options)
                    [microphone = options.inputs.of(AUDIO_TAG_UPLINK)] {
                        return openInput(microphone, Calibration::RATE, 1);
                    }),
-      mDispatcher({mStreams, mCaptures, mSettings, mMixer, mCalibration}, mTrace),
-      mRemoteControl(mLoop, mStreams, mCaptures),
+      mDispatcher({mStreams, mCaptures, mSettings, mMixer, mCalibration}, mTrace, mReplyFaults),
+      mRemoteControl(mLoop, mStreams, mCaptures, mReplyFaults),
       mTaps(mLoop, mStreams, options.format,
             options.time.mode == TimeMode::Real ? Taps::STEADY_BOUND : Taps::FAST_BOUND,
             [this] { descriptorClosed(); }),
@@ -183,6 +184,10 @@ void Server::addCommands() {
     });
     mRemoteControl.addTo(mCommands);
     addTimeCommands(mCommands, *mTime);
+    for (const TimedCommand& timed : mOptions.time.commands)
+        if (const std::string fault = mCommands.faultOf(timed.command); !fault.empty())
+            throw std::runtime_error("--at " + std::to_string(timed.ms) + ":" +
+                                     printable(timed.command) + ": " + fault);
 }
 
 /// A command "listen" keeps its connection: the sound follows its answer.

@@ -17,6 +17,7 @@
 #include "devkit/server/loop/Waker.h"
 #include "devkit/server/outputs/Output.h"
 #include "devkit/server/requests/Dispatcher.h"
+#include "devkit/server/requests/ReplyFaults.h"
 #include "devkit/server/requests/Trace.h"
 #include "devkit/server/rings/RingPlaces.h"
 #include "devkit/server/settings/Calibration.h"
@@ -100,6 +101,7 @@ private:
     CaptureRegistry mCaptures;
     std::unique_ptr<TimeLine> mTime;
     Calibration mCalibration;
+    ReplyFaults mReplyFaults;
     Dispatcher mDispatcher;
     RemoteControl mRemoteControl;
     Taps mTaps;

@@ -160,7 +160,7 @@ std::vector<std::string> definitionsOf(const std::vector<std::string>& command) 
         {"version", {"version"}},
         {"doctor", {"doctor", "doctor_report"}},
         {"monitor", {"change", "monitor"}},
-        {"server", {"state", "command"}},
+        {"server", {"state", "command", "time"}},
         {"top", {"top", "waiting"}},
         {"listen", {"listen"}},
         {"scenario", {"scenario"}},

@@ -262,7 +262,7 @@ json describeSegments(const StreamRecord& record) {
 json stateOf(const Reported& reported, const std::vector<std::unique_ptr<Client>>& clients) {
     json result;
     result["version"] = format("%d.%d.%d", SERVER_VERSION[0], SERVER_VERSION[1], SERVER_VERSION[2]);
-    result["fast"] = reported.timeOptions.isFast();
+    result["fast"] = reported.timeOptions.mode != TimeMode::Real;
     result["output"] = describeOutput(reported);
     result["inputs"] = describeInputs(reported.captures);
     result["load"] = describeLoad(reported.mixer);

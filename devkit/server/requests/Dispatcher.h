@@ -2,6 +2,7 @@
 #pragma once
 
 #include "devkit/server/clients/Client.h"
+#include "devkit/server/requests/ReplyFaults.h"
 #include "devkit/server/requests/Services.h"
 #include "devkit/server/requests/Trace.h"
 
@@ -16,7 +17,8 @@ struct Operation;
 /// Finds the operation of a request, runs it and sends the reply.
 class Dispatcher {
 public:
-    Dispatcher(Services services, const Trace& trace) : mServices(services), mTrace(trace) {}
+    Dispatcher(Services services, const Trace& trace, ReplyFaults& faults)
+        : mServices(services), mTrace(trace), mFaults(faults) {}
 
     /// @param payload  at least the function id
     void dispatch(Client& client, std::span<const std::uint8_t> payload);
@@ -30,6 +32,7 @@ private:
 
     Services mServices;
     const Trace& mTrace;
+    ReplyFaults& mFaults;
     std::string mRunning;
 };
 
