@@ -28,7 +28,7 @@ struct Command {
     CommonOptions common;
     std::variant<PlayOptions, RecordOptions, GetOptions, SetOptions, ListOptions, DescribeOptions,
                  MonitorOptions, VersionOptions, DoctorOptions, ServerOptions, ListenOptions,
-                 TopOptions, ScenarioOptions, CheckOptions>
+                 TopOptions, CheckOptions, ScenarioOptions>
         options;
 };
 

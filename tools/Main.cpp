@@ -52,8 +52,8 @@ bool usesControlSocketOnly(const Command& command) {
     return std::holds_alternative<ServerOptions>(command.options) ||
            std::holds_alternative<ListenOptions>(command.options) ||
            std::holds_alternative<TopOptions>(command.options) ||
-           std::holds_alternative<ScenarioOptions>(command.options) ||
-           std::holds_alternative<CheckOptions>(command.options);
+           std::holds_alternative<CheckOptions>(command.options) ||
+           std::holds_alternative<ScenarioOptions>(command.options);
 }
 
 /// For scripts that start a server and do not know when it serves.

@@ -135,13 +135,16 @@ TEST_F(Scenario, EqualRunsGiveEqualBytes) {
                              "at 1100 signal nav CONT\n"
                              "until finished prompt\n";
     std::string first;
+    std::string firstReport;
     for (int i = 0; i < 10; ++i) {
         play(0, text, {"--keep", file("kept")});
         const std::string heard = contentsOf(file("kept/heard.wav"));
-        if (i == 0) first = heard;
-        // The prompt ends at 1.5 s.
-        EXPECT_EQ(heard.size(), 44u + 72000 * 4);
+        const std::string report = contentsOf(file("kept/report.json"));
+        if (i == 0) first = heard, firstReport = report;
+        // The prompt ends at 1.5 s, and the period after 93.75 ones.
+        EXPECT_EQ(heard.size(), 44u + 94 * 768 * 4);
         EXPECT_TRUE(heard == first) << "run " << i;
+        EXPECT_EQ(report, firstReport) << "run " << i;
     }
 }
 

@@ -3,7 +3,6 @@
 
 #include "tools/scenario/PrivateServer.h"
 
-#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -27,8 +26,7 @@ struct Problem {
 /// What one server has left.
 struct PartResult {
     PartFiles files;
-    bool hasCrashed = false;                // on command; then there is no report
-    std::optional<std::uint64_t> endFrame;  // what is heard after it is not part of the test
+    bool hasCrashed = false;  // on command; then there is no report
 };
 
 /// What a run has left for its expectations.

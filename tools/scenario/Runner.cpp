@@ -5,9 +5,9 @@
 #include "tools/scenario/Instance.h"
 #include "tools/scenario/Moment.h"
 #include "tools/scenario/Programs.h"
-#include "tools/scenario/ServerAnswers.h"
 #include "tools/scenario/SettingsChange.h"
 #include "tools/scenario/Signals.h"
+#include "tools/scenario/TimeState.h"
 #include "tools/scenario/Timeline.h"
 #include "tools/scenario/Wait.h"
 
@@ -43,8 +43,7 @@ public:
         } catch (const Overdue& overdue) {
             mOutcome.problem = Problem{overdue.line(), overdue.what() + standing()};
         }
-        endPrograms();
-        endServer();
+        finish();
         mOutcome.logs = mPrograms.logs();
         return std::move(mOutcome);
     }
@@ -75,13 +74,11 @@ private:
     void finishPart(const Timeline& timeline) {
         const bool standsAtEnd =
             part().restartAt.has_value() || (isLast() && mScenario.until.at.has_value());
-        if (standsAtEnd && mServer) result().endFrame = timeline.stops.back().at.frame;
         if (!isLast()) {
             if (mServer) noteErrors();
             endServer();
         } else if (!standsAtEnd && mServer) {
-            if (!timeline.stops.empty()) command(0, "time go");
-            waitForEnd();
+            waitForEnd(timeline);
         } else if (!mServer) {
             mWait.until(
                 mScenario.until.line, "the programs' ends", [&] { return mPrograms.update(); },
@@ -94,7 +91,7 @@ private:
         options.insert(options.end(), {"--state", mDirectory.file("settings.json")});
         options.insert(options.end(), mScenario.serverOptions.begin(),
                        mScenario.serverOptions.end());
-        mOutcome.parts.push_back({filesOfPart(), false, std::nullopt});
+        mOutcome.parts.push_back({filesOfPart(), false});
         mServer.emplace(mLocations, mInstance.name(), result().files, options);
         while (!mServer->isReady(std::chrono::milliseconds(20))) {
             mWait.requireNoInterruption();
@@ -140,18 +137,26 @@ private:
         command(stop.line, "time settle");
     }
 
-    void waitForEnd() {
+    void waitForEnd(const Timeline& timeline) {
         const Until& until = mScenario.until;
+        const bool stands = !timeline.stops.empty();
         if (until.finished.empty()) {
+            if (stands) command(0, "time go");
             mWait.until(
                 until.line, "the programs' ends", [&] { return hasProgressed(); },
                 [&] { return mPrograms.haveAllEnded(); });
             return;
         }
+        // The answer comes when time stands at the end, so it has a connection of its own.
+        ControlLink link(mInstance.name());
+        link.send("time until " + until.finished);
+        if (stands) command(0, "time go");
+        const auto hasFinished = [&] {
+            return link.receive(std::chrono::milliseconds(0)) || mPrograms.haveAllEnded();
+        };
         mWait.until(
             until.line, "the end of stream \"" + until.finished + "\"",
-            [&] { return hasProgressed(); },
-            [&] { return mPrograms.haveAllEnded() || hasFinished(until.finished); });
+            [&] { return hasProgressed(); }, hasFinished);
     }
 
     /// Asks for time and programs. @return whether one of them has advanced
@@ -159,21 +164,6 @@ private:
         const bool hasOneEnded = mPrograms.update();
         const TimeState before = std::exchange(mTime, timeState(ask(0, "time")));
         return hasOneEnded || mTime.frame != before.frame;
-    }
-
-    /// Whether the stream has been played to its end. A stream can end and vanish between two
-    /// questions, so one that was seen and is gone has ended too.
-    bool hasFinished(const std::string& stream) {
-        switch (streamState(ask(0, "state"), stream)) {
-            case StreamState::Finished:
-                return true;
-            case StreamState::Playing:
-                mHasSeenStream = true;
-                return false;
-            case StreamState::Absent:
-                break;
-        }
-        return mHasSeenStream;
     }
 
     void act(const TimedAction& timed) {
@@ -192,9 +182,9 @@ private:
         mPrograms.send(signal.program, signal.signal);
         if (signal.signal != SIGKILL) return;
         // The kernel needs a moment, in which time must not pass.
-        mWait.until(line, "the end of \"" + signal.program + "\"",
-                    [&] { return mPrograms.update(); },
-                    [&] { return mPrograms.hasEnded(signal.program); });
+        mWait.until(
+            line, "the end of \"" + signal.program + "\"", [&] { return mPrograms.update(); },
+            [&] { return mPrograms.hasEnded(signal.program); });
     }
 
     void change(const SetCommand& set) {
@@ -254,17 +244,17 @@ private:
         return text + (running.empty() ? ", no program runs" : ", still running: " + running);
     }
 
-    /// Programs with an expected end may still end by themselves; the others are ended. Time passes
-    /// meanwhile, because programs may play the rest of their sound first.
-    void endPrograms() {
+    /// Programs with an expected end may still end by themselves; time stands meanwhile. The server
+    /// ends before the others, so that what they do from here on is neither heard nor reported.
+    void finish() {
         if (mServer) {
             if (!mPrograms.haveAllEnded()) command(0, "time stop");
             noteErrors();
-            command(0, "time go");
             if (!mOutcome.problem) awaitExpectedEnds();
         }
         mPrograms.update();
         mOutcome.ends = mPrograms.ends();
+        endServer();
         if (mPrograms.haveAllEnded()) return;
         mPrograms.sendToAll(SIGCONT);
         mPrograms.sendToAll(SIGTERM);
@@ -324,7 +314,6 @@ private:
     Outcome mOutcome;
     TimeState mTime;
     std::size_t mPart = 0;
-    bool mHasSeenStream = false;
 };
 
 }  // namespace

@@ -4,13 +4,11 @@
 #include "tools/Failure.h"
 #include "tools/Interruption.h"
 #include "tools/Terminal.h"
-#include "tools/scenario/Cut.h"
 #include "tools/scenario/JUnit.h"
 #include "tools/scenario/Judgement.h"
 #include "tools/scenario/Reader.h"
 #include "tools/scenario/Runner.h"
 #include "tools/scenario/ScenarioReport.h"
-#include "tools/scenario/ServerAnswers.h"
 
 #include <utility>
 
@@ -29,20 +27,6 @@ Scenario readOrRefuse(const std::string& file) {
     throw Failure(reading.faults.back(), ExitCode::Usage);
 }
 
-/// Shortens the last sound to what is part of the test, and drops the errors of later times.
-void cutEnds(const Scenario& scenario, Outcome& outcome) {
-    const bool isComplete = outcome.parts.size() == scenario.parts.size();
-    PartResult& last = outcome.parts.back();
-    if (isComplete && !scenario.until.finished.empty() && !last.hasCrashed)
-        last.endFrame = lastFrameOf(last.files.report, scenario.until.finished);
-    for (const PartResult& part : outcome.parts)
-        if (part.endFrame) cutSound(part.files.heard, *part.endFrame);
-    std::erase_if(outcome.errors, [&](const TimeError& error) {
-        const std::optional<std::uint64_t>& end = outcome.parts[error.part].endFrame;
-        return end && error.ms * scenario.rate / 1000 > static_cast<double>(*end);
-    });
-}
-
 }  // namespace
 
 ExitCode run(const ScenarioOptions& options, const CommonOptions& common) {
@@ -51,8 +35,7 @@ ExitCode run(const ScenarioOptions& options, const CommonOptions& common) {
     Interruption::receiveHere();
     const Locations locations = findPrograms();
     ResultDirectory directory(options.keepDirectory);
-    Outcome outcome = runScenario(scenario, locations, directory, interruption);
-    cutEnds(scenario, outcome);
+    const Outcome outcome = runScenario(scenario, locations, directory, interruption);
     const std::vector<Judgement> judgements = judgeRun(scenario, outcome);
     const bool isMet = areAllMet(judgements);
     if (!isMet) directory.keep();

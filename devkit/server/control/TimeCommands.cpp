@@ -73,6 +73,13 @@ void addTimeCommands(Commands& commands, TimeLine& time) {
         else
             later("error: time settle takes no argument");
     });
+    commands.addLater("time until", [&time](const std::string& argument,
+                                            const Commands::Later& later) {
+        if (argument.empty())
+            later("error: time until NAME");
+        else
+            time.until(argument, later);
+    });
     // Later, so that none of these can be run at a time.
     const auto add = [&commands](const char* words, Commands::Handler handler) {
         commands.addLater(words, [handler = std::move(handler)](const std::string& argument,

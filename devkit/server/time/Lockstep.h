@@ -50,6 +50,7 @@ public:
     std::string await(const std::string& name, std::optional<Milliseconds> ms) override;
     std::string hold(std::uint32_t streams) override;
     void settle(const Later& later) override;
+    void until(const std::string& name, const Later& later) override;
     std::string at(Milliseconds ms, const std::string& command) override;
 
 private:
@@ -62,6 +63,11 @@ private:
     };
     struct Run {
         std::uint64_t end;
+        Later later;
+    };
+
+    struct Finish {
+        std::string stream;
         Later later;
     };
 
@@ -80,6 +86,8 @@ private:
     [[nodiscard]] bool isSettled();
     void answerSettled();
     void answerRun();
+    void answerFinished();
+    [[nodiscard]] bool hasFinished(const std::string& name) const;
     void endRun(const std::string& answer);
 
     void updateTick();
@@ -110,6 +118,7 @@ private:
     std::optional<std::uint64_t> mLimit;  // frame at which time stands; empty for none
     std::optional<Run> mRun;
     std::vector<Later> mSettling;
+    std::vector<Finish> mFinishes;
     std::optional<std::uint64_t> mAskedAt;  // frame at which the writers were asked to wait again
     std::optional<std::chrono::steady_clock::time_point> mSettledSince;
     std::map<std::uint32_t, std::uint64_t> mDrainedAt;  // frame, by the client's handle

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/scenario/ServerAnswers.h"
+#include "tools/scenario/TimeState.h"
 
 #include "tools/Failure.h"
 #include "tools/Json.h"
-#include "tools/scenario/Files.h"
 
-#include <algorithm>
 #include <string_view>
 
 namespace cabinaudio::tool::scenario {
@@ -57,35 +55,6 @@ TimeState timeState(const std::string& answer) {
         for (const Json& error : time.at("errors"))
             state.errors.push_back({0, error.at("ms").get<double>(), errorText(error)});
         return state;
-    });
-}
-
-StreamState streamState(const std::string& answer, const std::string& stream) {
-    const std::string what = "the server's state";
-    const Json state = parsed(answer, what);
-    return used(what, [&] {
-        StreamState found = StreamState::Absent;
-        for (const Json& one : state.at("streams")) {
-            if (one.at("name") != stream) continue;
-            if (one.value("finishes", 0) > 0) return StreamState::Finished;
-            found = StreamState::Playing;
-        }
-        return found;
-    });
-}
-
-std::optional<std::uint64_t> lastFrameOf(const std::string& file, const std::string& stream) {
-    const std::string what = "the server's report " + file;
-    const Json report = parsed(contentsOf(file), what);
-    return used(what, [&] {
-        std::optional<std::uint64_t> last;
-        for (const Json& one : report.at("streams")) {
-            if (one.at("name") != stream) continue;
-            for (const Json& segment : one.value("segments", Json::array()))
-                last = std::max(last.value_or(0), segment.at("output_frame").get<std::uint64_t>() +
-                                                      segment.at("frames").get<std::uint64_t>());
-        }
-        return last;
     });
 }
 
