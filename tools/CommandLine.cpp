@@ -335,6 +335,61 @@ void addListen(CLI::App& app, ListenOptions& options, CommonOptions& common) {
     addCommon(command, common);
 }
 
+/// The channels of a file may be more than the loudspeakers.
+int channelOf(const std::string& text) {
+    constexpr char LAST = '7';
+    const bool isNumber = text.size() == 1 && text[0] >= '0' && text[0] <= LAST;
+    return isNumber ? text[0] - '0' : loudspeakerOf(text);
+}
+
+std::string channelFault(const std::string& text) {
+    return channelOf(text) >= 0 ? "" : "must be LF, RF, LS, RS, CF or L1, or 0 to 7";
+}
+
+void addCheckFiles(CLI::App& command, CheckOptions& options) {
+    command.add_option("--report", options.reportFile, "What --report of the server has written")
+        ->type_name("FILE");
+    command
+        .add_option("--stems", options.stemDirectory,
+                    "Where the server's stems are, if not where the report says")
+        ->type_name("DIR");
+    command
+        .add_option("--checks", options.checksFile,
+                    "More checks, one a line; lines that begin with '#' are\nignored")
+        ->type_name("FILE");
+    command.add_option("--junit", options.junitFile, "Write the results as XML of JUnit")
+        ->type_name("FILE");
+    command
+        .add_option("--picture", options.pictureFile,
+                    "Draw the sound; what is wrong in it is red")
+        ->type_name("FILE.png");
+}
+
+void addCheck(CLI::App& app, CheckOptions& options, CommonOptions& common) {
+    CLI::App& command = *app.add_subcommand(
+        "check", "Check what cabinaudio-server has played: tones, levels, ducking and more");
+    command
+        .add_option("FILE CHECK", options.words,
+                    "The sound, then checks such as 'tone 440 level=-12 [0.5..2]'")
+        ->type_name("");
+    command.add_flag("--live", options.isLive, "Without FILE: what a running server plays");
+    command
+        .add_option("--seconds", options.seconds,
+                    "Duration of --live; without it as long as the checks need")
+        ->type_name("N")
+        ->check(range(0.001, 3600));
+    command
+        .add_option_function<std::string>(
+            "--channel",
+            [&options](const std::string& text) { options.channel = channelOf(text); },
+            "For checks without 'on': LF, RF, LS, RS, CF or L1, or 0 to 7")
+        ->type_name("NAME")
+        ->check(check(channelFault, "channel"));
+    addCheckFiles(command, options);
+    addTimeout(command, options.timeout, "Time limit of --live for each wait without sound");
+    addCommon(command, common);
+}
+
 void addTop(CLI::App& app, TopOptions& options, CommonOptions& common) {
     CLI::App& command = *app.add_subcommand(
         "top", "Show the streams of a running cabinaudio-server, levels and load");
@@ -399,6 +454,96 @@ void addServerStreams(CLI::App& server, ServerOptions& options, CommonOptions& c
             options, "Of this uplink only");
 }
 
+/// The arguments of a command are put together in the order of these calls.
+CLI::Option& addMilliseconds(CLI::App& command, ServerOptions& options, const char* what) {
+    return *command
+                .add_option_function<std::int64_t>(
+                    "MS",
+                    [&options](const std::int64_t& ms) {
+                        options.command += " " + std::to_string(ms);
+                    },
+                    what)
+                ->type_name("")
+                ->check(range(0, 86'400'000));
+}
+
+CLI::Option& addWord(CLI::App& command, ServerOptions& options, const char* name,
+                     const char* what) {
+    return *command
+                .add_option_function<std::string>(
+                    name, [&options](const std::string& word) { options.command += " " + word; },
+                    what)
+                ->type_name("")
+                ->check(check(argumentFault, "argument"));
+}
+
+/// A command that is answered when it is done.
+CLI::App& addLongCommand(CLI::App& parent, const std::string& word, const std::string& words,
+                         const char* what, ServerOptions& options, CommonOptions& common) {
+    CLI::App& command = *parent.add_subcommand(word, what);
+    command.callback([&options, words] {
+        options.command.insert(0, words);
+        options.isLong = true;
+    });
+    addTimeout(command, options.longTimeout, "Time limit for the server's answer");
+    addCommon(command, common);
+    return command;
+}
+
+void addServerTime(CLI::App& server, ServerOptions& options, CommonOptions& common) {
+    CLI::App& time = addServerCommand(
+        server, "time", "time", "Show how far time is and what it waits for", options, common);
+    time.require_subcommand(0, 1);
+    time.callback([&options, &time] {
+        if (!time.get_subcommands().empty()) return;
+        options.command = "time";
+        options.answer = ServerOptions::Answer::Time;
+    });
+    addMilliseconds(addLongCommand(time, "run", "time run", "Let time pass, and wait until it has",
+                                   options, common),
+                    options, "So much time, in milliseconds")
+        .required();
+    addMilliseconds(addServerCommand(time, "stop", "time stop", "Let time stand", options, common),
+                    options, "When time is there; without it, at once");
+    addServerCommand(time, "go", "time go", "Let time pass again", options, common);
+    CLI::App& await = addServerCommand(time, "await", "time await",
+                                       "Let time not pass before a stream is started", options,
+                                       common);
+    addWord(await, options, "NAME", "The stream's name").required();
+    addMilliseconds(await, options, "Nor the stream be heard earlier; without it, now");
+    CLI::App& hold = addServerCommand(time, "hold", "time hold",
+                                      "Let time begin when so many streams are started", options,
+                                      common);
+    addWord(hold, options, "N", "Number of streams").required()->check(CLI::Range(0, 1000));
+    addLongCommand(time, "settle", "time settle", "Wait until no stream can write more", options,
+                   common);
+    CLI::App& at = addServerCommand(server, "at", "at", "Run a server command at a time", options,
+                                    common);
+    addMilliseconds(at, options, "When time is there").required();
+    at.add_option_function<std::vector<std::string>>(
+          "COMMAND",
+          [&options](const std::vector<std::string>& words) {
+              for (const std::string& word : words)
+                  options.command += " " + word;
+          },
+          "The command's words")
+        ->type_name("")
+        ->required()
+        ->check(check(argumentFault, "word"));
+}
+
+void addServerFaults(CLI::App& server, ServerOptions& options, CommonOptions& common) {
+    CLI::App& fault = *server.add_subcommand("fault", "Damage the next reply to a program");
+    fault.require_subcommand(1);
+    for (const auto& [word, what] : {std::pair{"short-reply", "Half of the reply is missing"},
+                                     std::pair{"wrong-magic", "The reply's first word is wrong"}}) {
+        CLI::App& command = addServerCommand(fault, word, std::string("fault ") + word, what,
+                                             options, common);
+        addWord(command, options, "REQUEST", "The request, for example start; or any").required();
+        addWord(command, options, "NAME", "Of this stream only");
+    }
+}
+
 void addServer(CLI::App& app, ServerOptions& options, CommonOptions& common) {
     CLI::App& server =
         *app.add_subcommand("server", "Send a command to a running cabinaudio-server");
@@ -407,9 +552,11 @@ void addServer(CLI::App& app, ServerOptions& options, CommonOptions& common) {
                      common)
         .callback([&options] {
             options.command = "state";
-            options.isState = true;
+            options.answer = ServerOptions::Answer::State;
         });
     addServerStreams(server, options, common);
+    addServerTime(server, options, common);
+    addServerFaults(server, options, common);
     CLI::App& stall =
         addServerCommand(server, "stall", "stall", "Block the server for a while", options, common);
     stall
@@ -517,6 +664,23 @@ void addDoctor(CLI::App& app, DoctorOptions& options, CommonOptions& common) {
     addCommon(command, common);
 }
 
+/// It has its own server, so the options for connecting to one do not apply.
+void addScenario(CLI::App& app, ScenarioOptions& options, CommonOptions& common) {
+    CLI::App& command = *app.add_subcommand(
+        "scenario", "Run programs against a server of their own, and judge them");
+    command.add_option("FILE", options.file, "Programs, times, actions and expectations")
+        ->type_name("")
+        ->required();
+    command.add_option("--junit", options.junitFile, "Write the results as JUnit's XML")
+        ->type_name("FILE");
+    command
+        .add_option("--keep", options.keepDirectory,
+                    "Keep sound, report, stems, trace and logs in this directory;\nwithout it, "
+                    "they are kept of a failure only")
+        ->type_name("DIR");
+    command.add_flag("--json", common.json, "Print JSON instead of text, one value a line");
+}
+
 /// The unparsed words give a better message than the parser's own text.
 std::string explain(const CLI::App& app, const CLI::ParseError& error) {
     for (const std::string& word : app.remaining(true)) {
@@ -568,10 +732,14 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
     ServerOptions server;
     ListenOptions listen;
     TopOptions top;
+    ScenarioOptions scenario;
+    CheckOptions checks;
     addPlay(app, play, raw, command.common);
     addRecord(app, record, command.common);
     addListen(app, listen, command.common);
     addTop(app, top, command.common);
+    addScenario(app, scenario, command.common);
+    addCheck(app, checks, command.common);
     addGet(app, get, command.common);
     addSet(app, set, command.common);
     addList(app, list, command.common);
@@ -603,10 +771,15 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
         if (const std::string fault = optionFault(listen, command.common); !fault.empty())
             refuse(app, fault);
         command.options = listen;
+    } else if (app.got_subcommand("check")) {
+        if (const std::string fault = optionFault(checks); !fault.empty()) refuse(app, fault);
+        command.options = checks;
     } else if (app.got_subcommand("top")) {
         if (const std::string fault = optionFault(top, command.common); !fault.empty())
             refuse(app, fault);
         command.options = top;
+    } else if (app.got_subcommand("scenario")) {
+        command.options = scenario;
     } else if (app.got_subcommand("server")) {
         command.options = server;
     } else if (app.got_subcommand("get")) {

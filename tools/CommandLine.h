@@ -2,10 +2,12 @@
 #pragma once
 
 #include "tools/CommonOptions.h"
+#include "tools/check/CheckCommand.h"
 #include "tools/doctor/Doctor.h"
 #include "tools/listen/Listen.h"
 #include "tools/play/Play.h"
 #include "tools/record/Record.h"
+#include "tools/scenario/ScenarioCommand.h"
 #include "tools/server/Server.h"
 #include "tools/settings/Describe.h"
 #include "tools/settings/Get.h"
@@ -26,7 +28,7 @@ struct Command {
     CommonOptions common;
     std::variant<PlayOptions, RecordOptions, GetOptions, SetOptions, ListOptions, DescribeOptions,
                  MonitorOptions, VersionOptions, DoctorOptions, ServerOptions, ListenOptions,
-                 TopOptions>
+                 TopOptions, CheckOptions, ScenarioOptions>
         options;
 };
 

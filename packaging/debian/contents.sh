@@ -46,6 +46,10 @@ has libcabinaudio2 "$lib/libcabinaudio\.so\.2" "$lib/libcabinaudio\.so\.2\.[0-9.
 has libcabinaudio-dev "$lib/libcabinaudio\.so" "$lib/pkgconfig/cabinaudio\.pc" \
     "$lib/cmake/cabinaudio/cabinaudioConfig\.cmake" '/usr/include/cabinaudio/client/ClientTrack\.h' \
     /usr/share/doc/libcabinaudio-dev/examples/play.cpp
+has libcabinaudio-testing-dev "$lib/libcabinaudio_testing\.a" \
+    "$lib/cmake/cabinaudio/cabinaudioTesting(Targets)?\.cmake" \
+    "$lib/cmake/cabinaudio/CabinaudioDiscoverTests\.cmake" \
+    '/usr/include/cabinaudio/testing/Matchers\.h'
 has libcabinaudio-board "$lib/cabinaudio/libcabinaudio-board\.so"
 has cabinaudio-tools /usr/bin/cabinaudio /usr/share/bash-completion/completions/cabinaudio \
     /usr/share/cabinaudio/cabinaudio.schema.json \
@@ -71,6 +75,8 @@ fi
 
 field libcabinaudio2 Multi-Arch '^same$'
 field libcabinaudio-dev Multi-Arch '^same$'
+field libcabinaudio-testing-dev Multi-Arch '^same$'
+field libcabinaudio-testing-dev Depends 'libcabinaudio-dev \(= .*libgmock-dev'
 field libcabinaudio-board Multi-Arch '^same$'
 field libasound2-plugin-cabinaudio Multi-Arch '^same$'
 field libasound2-plugin-cabinaudio Depends 'libasound2 .*libcabinaudio2 '

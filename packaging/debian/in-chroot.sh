@@ -35,6 +35,9 @@ install ./gstreamer1.0-cabinaudio_*.deb gstreamer1.0-plugins-base gstreamer1.0-t
 say "building a program with it"
 install ./libcabinaudio-dev_*.deb ./cabinaudio-doc_*.deb cmake g++ make pkg-config
 /packages/tests/build
+say "testing a program with it"
+install ./libcabinaudio-testing-dev_*.deb
+/packages/tests/testing
 
 if ls /packages/armhf/*.deb >/dev/null 2>&1; then
     cd /packages/armhf

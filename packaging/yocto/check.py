@@ -132,7 +132,7 @@ def owner(patterns, path):
 
 
 def check_files(recipe, install_tree, problems):
-    packages = ["cabinaudio-dev", "cabinaudio-doc",
+    packages = ["cabinaudio-staticdev", "cabinaudio-dev", "cabinaudio-doc",
                 *expand(recipe, recipe.values["PACKAGE_BEFORE_PN"]).split(), "cabinaudio"]
     files = {expand(recipe, name)[len("FILES:"):]: expand(recipe, value).split()
              for name, value in recipe.values.items() if name.startswith("FILES:")}
@@ -152,7 +152,7 @@ def check_files(recipe, install_tree, problems):
             problems.append(f"{name} is in no package")
         seen.add(package)
     for package in ("cabinaudio", "cabinaudio-dev", "cabinaudio-tools", "cabinaudio-devkit",
-                    "cabinaudio-alsa", "cabinaudio-gstreamer"):
+                    "cabinaudio-alsa", "cabinaudio-gstreamer", "cabinaudio-staticdev"):
         if package not in seen:
             problems.append(f"{package} is empty")
 

@@ -30,9 +30,11 @@ COVERED = {
         ["cabinaudio", "server", "stall"],
         ["cabinaudio", "server", "crash"],
     ],
+    "cabinaudio-check.1": [["cabinaudio", "check"]],
     "cabinaudio-listen.1": [["cabinaudio", "listen"]],
     "cabinaudio-play.1": [["cabinaudio", "play"]],
     "cabinaudio-record.1": [["cabinaudio", "record"]],
+    "cabinaudio-scenario.1": [["cabinaudio", "scenario"]],
     "cabinaudio-settings.1": [
         ["cabinaudio", "get"],
         ["cabinaudio", "set"],

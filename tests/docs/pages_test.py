@@ -116,6 +116,8 @@ class Snippets(unittest.TestCase):
         count = 0
         for page in PAGES:
             for project in blocks(page, "cmake"):
+                if named_file(project):
+                    continue  # a part of it; see Excerpts
                 count += 1
                 directory = fresh_directory(f"project-{page.stem}")
                 compile_programs(page, directory)  # leaves their sources
@@ -140,6 +142,29 @@ class Snippets(unittest.TestCase):
         source = directory / "parts.cpp"
         source.write_text(text)
         run(COMPILER, *_WARNINGS, "-I", PREFIX / "include", "-fsyntax-only", source)
+
+
+def named_file(block):
+    """The file of the source tree that the block's first line names in a comment, if any."""
+    found = re.match(r"(?://|#) (\S+/\S+)\n", block)
+    path = SOURCE / found[1] if found else None
+    return path if path and path.is_file() else None
+
+
+class Excerpts(unittest.TestCase):
+    """Blocks whose first line is the path of a file are parts of it."""
+
+    def test_are_in_their_files(self):
+        count = 0
+        for page in PAGES:
+            for _, block in _FENCE.findall(page.read_text()):
+                file = named_file(block)
+                if file is None:
+                    continue
+                count += 1
+                with self.subTest(page.name, file=file.name):
+                    self.assertIn(block.split("\n", 1)[1], file.read_text())
+        self.assertGreater(count, 0)
 
 
 class Volumes(unittest.TestCase):

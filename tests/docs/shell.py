@@ -20,7 +20,7 @@ import signal
 import subprocess
 import time
 
-from surroundings import LIBDIR, PREFIX, clean_environment, fresh_directory, write_tone
+from surroundings import LIBDIR, PREFIX, PYTHON, clean_environment, fresh_directory, write_tone
 
 _SESSIONS = itertools.count()
 _MARK = "@@command@@"
@@ -144,9 +144,12 @@ def _started_environment(directory, programs, home):
     server = shims / "cabinaudio-server"
     server.write_text(_QUIET_SERVER.format(program=programs / "cabinaudio-server"))
     server.chmod(0o755)
+    # The package is built for the distribution's Python, which need not be the first in the path.
+    (shims / "python3").symlink_to(PYTHON)
     if home is None:
         home = directory / ".home"
         home.mkdir()
+        (home / ".local").symlink_to(programs.parent)
     return clean_environment(
         PATH=f"{shims}:{programs}:{os.environ['PATH']}",
         HOME=home,

@@ -19,6 +19,7 @@ WORK = Path(_SURROUNDINGS["work"])
 LIBDIR = _SURROUNDINGS["libdir"]  # relative to the prefix
 CMAKE = _SURROUNDINGS["cmake"]
 COMPILER = _SURROUNDINGS["compiler"]
+PYTHON = _SURROUNDINGS["python"] or "/usr/bin/python3"
 
 # Where AnInstalledTree leaves it for the other tests.
 PREFIX = WORK / "prefix"

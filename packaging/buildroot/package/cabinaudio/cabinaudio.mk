@@ -16,7 +16,9 @@ CABINAUDIO_CONF_OPTS = \
 	-DCABINAUDIO_BUILD_PLUGINS=ON -DCABINAUDIO_BUILD_TESTS=OFF -DCABINAUDIO_BUILD_BENCH=OFF
 
 ifeq ($(BR2_PACKAGE_CABINAUDIO_TOOLS),y)
-CABINAUDIO_DEPENDENCIES += cli11 flac json-for-modern-cpp libarchive libogg libsndfile ncurses sbc zlib
+CABINAUDIO_DEPENDENCIES += \
+	cairo cli11 fftw flac json-for-modern-cpp libarchive libogg libsamplerate libsndfile \
+	ncurses sbc zlib
 CABINAUDIO_CONF_OPTS += -DCABINAUDIO_BUILD_TOOLS=ON
 else
 CABINAUDIO_CONF_OPTS += -DCABINAUDIO_BUILD_TOOLS=OFF
@@ -43,6 +45,13 @@ CABINAUDIO_DEPENDENCIES += host-pkgconf gst1-plugins-base gstreamer1
 CABINAUDIO_CONF_OPTS += -DCABINAUDIO_BUILD_GSTREAMER=ON
 else
 CABINAUDIO_CONF_OPTS += -DCABINAUDIO_BUILD_GSTREAMER=OFF
+endif
+
+ifeq ($(BR2_PACKAGE_CABINAUDIO_TESTING),y)
+CABINAUDIO_DEPENDENCIES += cairo fftw gtest json-for-modern-cpp libsamplerate libsndfile
+CABINAUDIO_CONF_OPTS += -DCABINAUDIO_BUILD_TESTING_KIT=ON
+else
+CABINAUDIO_CONF_OPTS += -DCABINAUDIO_BUILD_TESTING_KIT=OFF
 endif
 
 $(eval $(cmake-package))

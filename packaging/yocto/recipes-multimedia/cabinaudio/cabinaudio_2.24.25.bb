@@ -19,8 +19,10 @@ DEPENDS = "${CABINAUDIO_LOG}"
 
 # On a board that has its own audio server, neither is needed.
 PACKAGECONFIG ??= "tools"
-PACKAGECONFIG[tools] = "-DCABINAUDIO_BUILD_TOOLS=ON,-DCABINAUDIO_BUILD_TOOLS=OFF,cli11 flac libarchive libogg libsndfile1 ncurses nlohmann-json sbc"
+PACKAGECONFIG[tools] = "-DCABINAUDIO_BUILD_TOOLS=ON,-DCABINAUDIO_BUILD_TOOLS=OFF,cairo cli11 fftw flac libarchive libogg libsamplerate0 libsndfile1 ncurses nlohmann-json sbc"
 PACKAGECONFIG[devkit] = "-DCABINAUDIO_BUILD_DEVKIT=ON -DCABINAUDIO_SERVER_FOR_TARGET=ON,-DCABINAUDIO_BUILD_DEVKIT=OFF,alsa-lib cli11 fftw libopus libsamplerate0 libsndfile1 nlohmann-json sbc"
+# The GoogleTest kit for tests of applications; for a development kit.
+PACKAGECONFIG[testing] = "-DCABINAUDIO_BUILD_TESTING_KIT=ON,-DCABINAUDIO_BUILD_TESTING_KIT=OFF,cairo fftw googletest libsamplerate0 libsndfile1 nlohmann-json"
 # Programs that speak ALSA, and pipelines of GStreamer, become clients.
 PACKAGECONFIG[alsa] = "-DCABINAUDIO_BUILD_ALSA=ON,-DCABINAUDIO_BUILD_ALSA=OFF,alsa-lib"
 PACKAGECONFIG[gstreamer] = "-DCABINAUDIO_BUILD_GSTREAMER=ON,-DCABINAUDIO_BUILD_GSTREAMER=OFF,gstreamer1.0 gstreamer1.0-plugins-base"
@@ -31,6 +33,7 @@ EXTRA_OECMAKE = "-DCABINAUDIO_BUILD_PLUGINS=ON -DCABINAUDIO_BUILD_TESTS=OFF -DCA
 PACKAGE_BEFORE_PN = "${PN}-tools ${PN}-gstreamer ${PN}-devkit ${PN}-alsa"
 FILES:${PN} = "${libdir}/libcabinaudio.so.* ${libdir}/libcabinaudio-log.so.*"
 FILES:${PN}-dev = "${includedir} ${libdir}/libcabinaudio.so ${libdir}/cmake ${libdir}/pkgconfig"
+FILES:${PN}-staticdev = "${libdir}/libcabinaudio_testing.a"
 FILES:${PN}-doc = "${docdir} ${mandir}"
 FILES:${PN}-tools = "${bindir}/cabinaudio ${datadir}/cabinaudio ${datadir}/bash-completion ${datadir}/zsh"
 FILES:${PN}-gstreamer = "${libdir}/gstreamer-1.0 ${libdir}/cabinaudio/libcabinaudio-gstreamer.so"

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devkit/server/control/TimeCommands.h"
+
+#include "devkit/server/control/Report.h"
+
+#include <nlohmann/json.hpp>
+
+#include <charconv>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace cabinaudio::server {
+namespace {
+
+constexpr std::uint64_t LONGEST_MS = 1000ULL * 60 * 60 * 24;
+
+std::optional<std::uint64_t> numberOf(std::string_view text, std::uint64_t most = LONGEST_MS) {
+    std::uint64_t number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    const bool isNumber = error == std::errc() && rest == end && number <= most;
+    return isNumber ? std::make_optional(number) : std::nullopt;
+}
+
+std::string stop(TimeLine& time, const std::string& argument) {
+    const auto ms = numberOf(argument);
+    if (!ms && !argument.empty()) return "error: time stop [MS]";
+    return time.stop(ms);
+}
+
+/// A number at the end of the argument is the time, so a name cannot end in one without a time.
+std::string await(TimeLine& time, const std::string& argument) {
+    const auto blank = argument.rfind(' ');
+    const auto ms = blank != std::string::npos && blank > 0
+                        ? numberOf(std::string_view(argument).substr(blank + 1))
+                        : std::nullopt;
+    const std::string name = ms ? argument.substr(0, blank) : argument;
+    if (name.empty()) return "error: time await NAME [MS]";
+    return time.await(name, ms);
+}
+
+std::string hold(TimeLine& time, const std::string& argument) {
+    const auto streams = numberOf(argument, 1000);
+    if (!streams) return "error: time hold N, 0 to 1000";
+    return time.hold(static_cast<std::uint32_t>(*streams));
+}
+
+std::string at(const Commands& commands, TimeLine& time, const std::string& argument) {
+    const auto blank = argument.find(' ');
+    const auto ms = numberOf(std::string_view(argument).substr(0, blank));
+    if (!ms || blank == std::string::npos) return "error: at MS COMMAND";
+    const std::string command = argument.substr(blank + 1);
+    if (const std::string fault = commands.faultOf(command); !fault.empty())
+        return "error: " + fault;
+    return time.at(*ms, command);
+}
+
+}  // namespace
+
+void addTimeCommands(Commands& commands, TimeLine& time) {
+    commands.addLater("time run", [&time](const std::string& argument, const Commands::Later& later) {
+        if (const auto ms = numberOf(argument))
+            time.run(*ms, later);
+        else
+            later("error: time run MS");
+    });
+    commands.addLater("time settle", [&time](const std::string& argument,
+                                             const Commands::Later& later) {
+        if (argument.empty())
+            time.settle(later);
+        else
+            later("error: time settle takes no argument");
+    });
+    commands.addLater("time until", [&time](const std::string& argument,
+                                            const Commands::Later& later) {
+        if (argument.empty())
+            later("error: time until NAME");
+        else
+            time.until(argument, later);
+    });
+    // Later, so that none of these can be run at a time.
+    const auto add = [&commands](const char* words, Commands::Handler handler) {
+        commands.addLater(words, [handler = std::move(handler)](const std::string& argument,
+                                                                const Commands::Later& later) {
+            later(handler(argument));
+        });
+    };
+    add("time stop", [&time](const std::string& argument) { return stop(time, argument); });
+    add("time go", [&time](const std::string& argument) {
+        return argument.empty() ? time.go() : "error: time go takes no argument";
+    });
+    add("time await", [&time](const std::string& argument) { return await(time, argument); });
+    add("time hold", [&time](const std::string& argument) { return hold(time, argument); });
+    add("time", [&time](const std::string& argument) {
+        return argument.empty() ? textOf(time.describe())
+                                : "error: time [run|stop|go|await|hold|settle]";
+    });
+    add("at", [&commands, &time](const std::string& argument) {
+        return at(commands, time, argument);
+    });
+}
+
+}  // namespace cabinaudio::server

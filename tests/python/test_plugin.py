@@ -1,0 +1,205 @@
+# SPDX-License-Identifier: Apache-2.0
+"""The fixtures of pytest, in runs of their own."""
+
+import os
+import re
+import subprocess
+import sys
+
+import pytest
+
+HEAD = """
+import pytest
+import cabinaudio
+from cabinaudio.testing import assert_heard, silence, tone
+
+MUSIC = tone(440, 10)
+PROMPT = tone(1000, 2)
+
+def play(cabin):
+    cabin.settings["ducking.mode"] = 1
+    with cabinaudio.Sink("music") as music, cabinaudio.Track("prompt", type=2) as prompt:
+        cabinaudio.play_together((music, MUSIC), (prompt, PROMPT))
+"""
+
+PASSING = HEAD + """
+@pytest.mark.cabin(hold=2, await_={"prompt": 5000})
+def test_prompt(cabin):
+    play(cabin)
+    assert_heard("ducked music by -20dB during prompt", "starts prompt@5000", "lasts music 10")
+"""
+
+
+@pytest.fixture
+def run(pytester):
+    """Runs tests in a process of their own."""
+
+    def run(code, *options, name="test_it.py"):
+        (pytester.path / name).write_text(code)
+        return pytester.runpytest_subprocess(
+            "-p", "no:cacheprovider", "--basetemp", str(pytester.path / "kept"), *options
+        )
+
+    return run
+
+
+def kept(pytester):
+    return sorted(path.name for path in (pytester.path / "kept").glob("*/cabin*/*"))
+
+
+def test_a_prompt_that_ducks_music(run, pytester):
+    run(PASSING).assert_outcomes(passed=1)
+    assert kept(pytester) == []
+
+
+def test_a_failure_names_what_was_heard(run, pytester):
+    result = run(PASSING.replace("-20dB", "-12dB"), "-o", "junit_family=xunit1",
+                 "--junitxml", "junit.xml")
+    result.assert_outcomes(failed=1)
+    result.stdout.fnmatch_lines([
+        "*HeardError: 1 of 3 checks not met",
+        "*NOT MET*ducked music by -12dB during prompt*",
+        "*- audio -*",
+        "heard *heard.wav",
+        "report *report.json",
+        "trace *trace.txt",
+        "log *server.log",
+    ])
+    names = kept(pytester)
+    for name in ("heard.wav", "report.json", "trace.txt", "server.log"):
+        assert name in names
+    if "picture.png" in names:  # of a build with Cairo
+        result.stdout.fnmatch_lines(["picture *picture.png"])
+    assert re.search(r'property name="heard" value=".*heard\.wav"',
+                     (pytester.path / "junit.xml").read_text())
+
+
+def test_any_failure_names_them(run):
+    result = run(HEAD + """
+def test_it(cabin):
+    with cabinaudio.Track("prompt") as track:
+        track.play(PROMPT)
+    assert 1 == 2
+""")
+    result.assert_outcomes(failed=1)
+    result.stdout.fnmatch_lines(["*- audio -*", "heard *heard.wav"])
+
+
+def test_errors_of_time_fail_a_test(run):
+    result = run(HEAD + """
+@pytest.mark.cabin(hold=2, patience=1000)
+def test_it(cabin):
+    with cabinaudio.Track("prompt") as track:
+        track.play(silence(0.1))
+""")
+    result.assert_outcomes(failed=1)
+    result.stdout.fnmatch_lines(["*TimeError*2 streams*", "time *2 streams*"])
+
+
+@pytest.mark.parametrize("keep, is_kept", [("all", True), ("failed", False), ("none", False)])
+def test_keeps_what_is_asked_for(run, pytester, keep, is_kept):
+    run(PASSING, f"--cabinaudio-keep={keep}").assert_outcomes(passed=1)
+    assert ("heard.wav" in kept(pytester)) is is_kept
+
+
+def test_keeps_nothing_of_a_failed_test_if_asked_for(run, pytester):
+    run(PASSING.replace("-20dB", "-12dB"), "--cabinaudio-keep=none").assert_outcomes(failed=1)
+    assert kept(pytester) == []
+
+
+def test_the_options_of_marks_add_up(run):
+    run(HEAD + """
+pytestmark = pytest.mark.cabin(time="stepped", patience=3000)
+
+@pytest.mark.cabin(hold=1)
+class TestOptions:
+    @pytest.mark.cabin_server(time="lockstep")
+    def test_nearest(self, cabin_server, cabin):
+        assert cabin is cabin_server
+        assert (cabin.time, cabin.patience) == ("lockstep", 3000)
+
+    def test_module(self, cabin):
+        assert cabin.time_state()["mode"] == "stepped"
+""").assert_outcomes(passed=2)
+
+
+def test_a_mark_takes_options_by_name(run):
+    result = run(HEAD + """
+@pytest.mark.cabin(2)
+def test_it(cabin):
+    pass
+""")
+    result.assert_outcomes(errors=1)
+    result.stdout.fnmatch_lines(["*takes options by name only*"])
+
+
+def test_an_unknown_option_is_an_error(run):
+    result = run(HEAD + """
+@pytest.mark.cabin(louder=True)
+def test_it(cabin):
+    pass
+""")
+    result.assert_outcomes(errors=1)
+    result.stdout.fnmatch_lines(["*louder*"])
+
+
+def test_a_server_that_is_not_there(run):
+    result = run(PASSING, "--cabinaudio-server=/nowhere/cabinaudio-server")
+    result.assert_outcomes(errors=1)
+    result.stdout.fnmatch_lines(["*/nowhere/cabinaudio-server*"])
+
+
+def test_patience_of_the_ini_file(run, pytester):
+    pytester.makeini("[pytest]\ncabinaudio_patience = 4321\n")
+    run("def test_it(cabin):\n    assert cabin.patience == 4321\n").assert_outcomes(passed=1)
+
+
+def test_parallel_under_xdist(run):
+    code = HEAD + """
+@pytest.mark.parametrize("number", range(12))
+@pytest.mark.cabin(hold=2, await_={"prompt": 5000})
+def test_prompt(cabin, number):
+    play(cabin)
+    assert_heard("ducked music by -20dB during prompt", "starts prompt@5000", "lasts music 10")
+"""
+    run(code, "-n", "3").assert_outcomes(passed=12)
+
+
+def test_a_failure_under_xdist(run):
+    result = run(PASSING.replace("-20dB", "-12dB"), "-n", "2")
+    result.assert_outcomes(failed=1)
+    result.stdout.fnmatch_lines(["*- audio -*", "heard *heard.wav"])
+
+
+def test_the_plugin_imports_nothing_before_it_is_used():
+    code = "import sys, pytest; pytest.main(['--markers']); print(sorted(sys.modules))"
+    printed = subprocess.run([sys.executable, "-c", code], stdout=subprocess.PIPE, text=True,
+                             check=True, timeout=120).stdout
+    assert "@pytest.mark.cabin(" in printed
+    assert "cabinaudio.pytest_plugin" in printed
+    for module in ("cabinaudio._cabinaudio", "cabinaudio._streams", "cabinaudio.testing"):
+        assert f"'{module}'" not in printed
+
+
+def test_no_server_outlives_a_killed_test(run, pytester):
+    code = """
+import os, signal
+def test_it(cabin):
+    print("instance", cabin.instance)
+    with open("instance", "w") as file:
+        file.write(str(cabin._process.pid))
+    os.kill(os.getpid(), signal.SIGKILL)
+"""
+    run(code)
+    pid = int((pytester.path / "instance").read_text())
+    # The signal is on its way when the run has ended.
+    for _ in range(6000):
+        try:
+            with open(f"/proc/{pid}/stat") as file:
+                if file.read().rsplit(")", 1)[1].split()[0] == "Z":
+                    return
+        except FileNotFoundError:
+            return
+        os.sched_yield()
+        subprocess.run(["sleep", "0.01"], check=True)
+    raise AssertionError(f"the server runs on as process {pid}")

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/check/CheckCommand.h"
+
+#include "devkit/hear/Error.h"
+#include "devkit/hear/Judge.h"
+#include "devkit/hear/Picture.h"
+#include "devkit/hear/Recording.h"
+#include "tools/Failure.h"
+#include "tools/check/CheckReport.h"
+#include "tools/check/CheckTexts.h"
+#include "tools/check/LiveSound.h"
+
+#include <filesystem>
+
+namespace cabinaudio::tool {
+
+namespace {
+
+std::string fileName(const CheckOptions& options) {
+    return options.isLive ? "live" : options.words.front();
+}
+
+hear::Recording recordingOf(const CheckOptions& options, const std::vector<std::string>& checks) {
+    if (!options.isLive)
+        return hear::readRecording(options.words.front(), options.reportFile,
+                                   options.stemDirectory);
+    hear::Recording recording;
+    recording.heard = listenTo(options, checks);
+    return recording;
+}
+
+CheckReport reportOf(const CheckOptions& options, const hear::Recording& recording,
+                     const std::vector<std::string>& checks) {
+    hear::JudgeOptions judging;
+    if (options.channel) judging.channel = static_cast<unsigned>(*options.channel);
+    CheckReport report;
+    report.file = fileName(options);
+    report.rate = recording.heard.rate;
+    report.channels = recording.heard.channels;
+    report.frames = recording.heard.frames();
+    report.verdicts = hear::judge(recording, checks, judging);
+    if (!options.pictureFile.empty()) {
+        hear::drawPicture(options.pictureFile, recording, report.verdicts);
+        report.picture = std::filesystem::absolute(options.pictureFile).string();
+    }
+    return report;
+}
+
+CheckReport checked(const CheckOptions& options, const std::vector<std::string>& checks) {
+    try {
+        return reportOf(options, recordingOf(options, checks), checks);
+    } catch (const hear::Error& error) {
+        throw Failure(error.what());
+    }
+}
+
+}  // namespace
+
+ExitCode run(const CheckOptions& options, const CommonOptions& common) {
+    const std::vector<std::string> checks = checkTexts(options);
+    CheckReport report;
+    try {
+        report = checked(options, checks);
+    } catch (const Failure& failure) {
+        if (!options.junitFile.empty())
+            writeJunitError(options.junitFile, fileName(options), checks, failure.what());
+        throw;
+    }
+    if (!options.junitFile.empty()) writeJunit(options.junitFile, report);
+    printReport(report, common.json);
+    return report.code();
+}
+
+}  // namespace cabinaudio::tool

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/scenario/Programs.h"
+
+#include "devkit/board/Board.h"
+
+namespace cabinaudio::tool::scenario {
+
+void Programs::start(const Program& program) {
+    ChildStart start;
+    start.words = {mLocations.launcher, "--instance", mInstance, "--"};
+    start.words.insert(start.words.end(), program.words.begin(), program.words.end());
+    const std::string log = mDirectory.file(program.name + ".log");
+    start.outputFile = log;
+    start.errorFile = log;
+    // Settings of the library belong to the user, not to a test.
+    start.variables = {{board::INSTANCE_VARIABLE, mInstance},
+                       {board::CONFIG_DIRECTORY_VARIABLE, mDirectory.file("config")},
+                       {"PATH", mLocations.searchPath()}};
+    mChildren[program.name] = std::make_unique<Child>(start);
+    mLogs[program.name] = log;
+}
+
+void Programs::send(const std::string& name, int signal) const {
+    if (const auto child = mChildren.find(name); child != mChildren.end())
+        child->second->send(signal);
+}
+
+void Programs::sendToAll(int signal) const {
+    for (const auto& [name, child] : mChildren)
+        if (!hasEnded(name)) child->sendToGroup(signal);
+}
+
+bool Programs::update() {
+    const std::size_t before = mEnds.size();
+    for (const auto& [name, child] : mChildren)
+        if (const std::optional<int> status = child->ended()) mEnds.emplace(name, *status);
+    return mEnds.size() > before;
+}
+
+bool Programs::hasEnded(const std::string& name) const {
+    return mEnds.count(name) != 0;
+}
+
+bool Programs::haveAllEnded() const {
+    return mEnds.size() == mChildren.size();
+}
+
+std::string Programs::running() const {
+    std::string names;
+    for (const auto& [name, child] : mChildren)
+        if (!hasEnded(name)) names += (names.empty() ? "\"" : ", \"") + name + "\"";
+    return names;
+}
+
+}  // namespace cabinaudio::tool::scenario

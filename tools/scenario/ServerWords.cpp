@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/scenario/ServerWords.h"
+
+#include <algorithm>
+#include <charconv>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+namespace cabinaudio::tool::scenario {
+
+namespace {
+
+enum class Argument { None, Optional, Required, Milliseconds };
+
+struct Command {
+    const char* words;
+    Argument argument;
+};
+
+constexpr Command COMMANDS[] = {
+    {"source activate", Argument::Required},   {"source withdraw", Argument::Required},
+    {"stream remove", Argument::Required},     {"ring announce", Argument::Required},
+    {"uplink ring on", Argument::Optional},    {"uplink ring off", Argument::Optional},
+    {"fault short-reply", Argument::Optional}, {"fault wrong-magic", Argument::Optional},
+    {"stall", Argument::Milliseconds},         {"crash", Argument::None},
+};
+
+struct OwnOption {
+    std::string_view name;
+    const char* remedy;
+};
+
+constexpr char OWN[] = "the scenario sets it";
+constexpr OwnOption OWN_OPTIONS[] = {
+    {"--output", OWN},
+    {"--report", OWN},
+    {"--stems", OWN},
+    {"--trace", OWN},
+    {"--state", OWN},
+    {"--instance", OWN},
+    {"--ready-fd", OWN},
+    {"--time", OWN},
+    {"--strict", OWN},
+    {"--fast", OWN},
+    {"--log-level", OWN},
+    {"--await", "write a line 'await NAME MS'"},
+    {"--at", "write a line 'at MS COMMAND'"},
+    {"--help", "it starts no server"},
+    {"-h", "it starts no server"},
+    {"--version", "it starts no server"},
+};
+
+std::string nameOf(const std::string& option) {
+    return option.substr(0, option.find('='));
+}
+
+std::optional<unsigned> numberOf(std::string_view text) {
+    unsigned number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    return number;
+}
+
+/// The value of the option at this place, as "--rate 48000" or "--rate=48000".
+std::string valueAt(const Words& options, std::size_t place) {
+    const std::size_t equals = options[place].find('=');
+    if (equals != std::string::npos) return options[place].substr(equals + 1);
+    return place + 1 < options.size() ? options[place + 1] : "";
+}
+
+std::string joined(const Words& words, std::size_t count) {
+    std::string text;
+    for (std::size_t i = 0; i < std::min(count, words.size()); ++i)
+        text += (i == 0 ? "" : " ") + words[i];
+    return text;
+}
+
+/// A known command and the number of its fixed words.
+std::pair<const Command*, std::size_t> find(const Words& words) {
+    for (const Command& command : COMMANDS) {
+        const std::string_view fixed = command.words;
+        const auto count =
+            static_cast<std::size_t>(std::count(fixed.begin(), fixed.end(), ' ')) + 1;
+        if (joined(words, count) == fixed) return {&command, count};
+    }
+    return {nullptr, 0};
+}
+
+}  // namespace
+
+std::string optionFault(const std::string& option) {
+    const std::string name = nameOf(option);
+    for (const OwnOption& own : OWN_OPTIONS)
+        if (name == own.name) return "the option " + name + " is not for a scenario: " + own.remedy;
+    return "";
+}
+
+std::string takeOptions(const Words& options, Scenario& scenario) {
+    for (std::size_t i = 0; i < options.size(); ++i) {
+        if (std::string fault = optionFault(options[i]); !fault.empty()) return fault;
+        const std::string name = nameOf(options[i]);
+        if (name != "--patience" && name != "--rate") continue;
+        const std::string value = valueAt(options, i);
+        const std::optional<unsigned> number = numberOf(value);
+        const bool isRate = name == "--rate";
+        const unsigned lowest = isRate ? 8000 : 1000;
+        const unsigned highest = isRate ? 192000 : 3600000;
+        if (!number || *number < lowest || *number > highest)
+            return "'" + value + "' of " + name + " is no number from " + std::to_string(lowest) +
+                   " to " + std::to_string(highest);
+        if (isRate)
+            scenario.rate = *number;
+        else
+            scenario.patience = std::chrono::milliseconds(*number);
+    }
+    return "";
+}
+
+bool isServerCommand(const Words& words) {
+    return find(words).first != nullptr;
+}
+
+std::string commandFault(const Words& words) {
+    const auto [command, count] = find(words);
+    const std::size_t arguments = words.size() - count;
+    const std::string fixed = command->words;
+    if (command->argument == Argument::None && arguments > 0)
+        return "unexpected '" + words[count] + "' after '" + fixed + "'";
+    if (command->argument == Argument::Required && arguments == 0)
+        return "'" + fixed + "' lacks the name of a stream";
+    if (command->argument != Argument::Milliseconds) {
+        if (arguments <= 1) return "";
+        return "unexpected '" + words[count + 1] + "' after '" + joined(words, count + 1) +
+               "'; a name with blanks needs quotes";
+    }
+    const std::optional<unsigned> ms = arguments == 1 ? numberOf(words[count]) : std::nullopt;
+    if (ms && *ms >= 1 && *ms <= 60000) return "";
+    return "'" + joined(words, words.size()) + "' lacks a number of milliseconds from 1 to 60000";
+}
+
+std::string serverCommands() {
+    std::string all;
+    for (const Command& command : COMMANDS)
+        all += (all.empty() ? "" : ", ") + std::string(command.words);
+    return all;
+}
+
+std::string commandText(const Words& words) {
+    return joined(words, words.size());
+}
+
+}  // namespace cabinaudio::tool::scenario
