@@ -98,9 +98,8 @@ def test_faults_at_a_time(cabin):
         music.start()
         # How much of it is discarded is decided by the library's real half second.
         assert music.write(MUSIC) > 0
-    changes = cabin.stop().report["changes"]
-    found = [(change["what"], change["ms"]) for change in changes if "activ" in change["what"] or "with" in change["what"]]
-    assert ("withdrawn", 500) in found and ("activated", 1000) in found, found
+    changes = [(change["what"], change["ms"]) for change in cabin.stop().report["changes"]]
+    assert ("withdrawn", 500) in changes, changes
 
 
 def test_inputs(cabin_servers, tmp_path):
