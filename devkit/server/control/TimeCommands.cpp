@@ -73,13 +73,6 @@ void addTimeCommands(Commands& commands, TimeLine& time) {
         else
             later("error: time settle takes no argument");
     });
-    commands.addLater("time until", [&time](const std::string& argument,
-                                            const Commands::Later& later) {
-        if (argument.empty())
-            later("error: time until NAME");
-        else
-            time.until(argument, later);
-    });
     // Later, so that none of these can be run at a time.
     const auto add = [&commands](const char* words, Commands::Handler handler) {
         commands.addLater(words, [handler = std::move(handler)](const std::string& argument,
@@ -92,6 +85,7 @@ void addTimeCommands(Commands& commands, TimeLine& time) {
         return argument.empty() ? time.go() : "error: time go takes no argument";
     });
     add("time await", [&time](const std::string& argument) { return await(time, argument); });
+    add("time until", [&time](const std::string& argument) { return time.until(argument); });
     add("time hold", [&time](const std::string& argument) { return hold(time, argument); });
     add("time", [&time](const std::string& argument) {
         return argument.empty() ? textOf(time.describe())

@@ -55,7 +55,10 @@ bool Cast::isOtherAudible(const Seen& seen) const {
 
 void Cast::noteChange(Seen& seen, std::uint32_t starts, bool isActive, bool isOver,
                       std::vector<Event>& events) {
-    const bool isStopped = seen.isAudible && (!isActive || starts != seen.starts) && !isOver;
+    // Time waits for a stream with an empty ring, so its stop is decided by frames: an alternative
+    // stream has no other way to tell its end.
+    const bool isCut = seen.isAudible && !seen.isEmpty;
+    const bool isStopped = isCut && (!isActive || starts != seen.starts) && !isOver;
     const bool isStarted = isActive && starts != seen.starts;
     if (starts != seen.starts) seen.isAdmitted = false;
     seen.starts = starts;
@@ -84,6 +87,7 @@ std::vector<Cast::Event> Cast::look(Agenda& agenda, std::uint64_t frame) {
         stream->hold(isEarly(seen, stream->isActive(), agenda, frame));
         stream->endIfDone();
         seen.isAudible = isPlaying(*stream) && !stream->isOver();
+        seen.isEmpty = stream->queuedFrames() == 0;
     }
     for (const auto& stream : mCaptures.streams()) {
         Seen& seen = mSeen[stream->client().handle()];

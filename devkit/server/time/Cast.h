@@ -65,6 +65,7 @@ private:
         std::string name;
         std::uint32_t starts = 0;
         bool isAudible = false;
+        bool isEmpty = false;  // its ring
         bool isAdmitted = false;  // takes part since its last start
         bool isCapture = false;
         bool isThere = true;

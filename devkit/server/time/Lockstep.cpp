@@ -83,7 +83,7 @@ Lockstep::Step Lockstep::advance() {
     mWaits.release();
     if (isHolding()) return Step::Rest;
     answerRun();
-    answerFinished();
+    if (!mUntil.empty() && hasFinished(mUntil)) mLimit = mFrame;
     if (isAtLimit()) {
         mState = State::Standing;
         return Step::Rest;
@@ -256,24 +256,16 @@ void Lockstep::answerRun() {
     if (mRun && mFrame >= mRun->end) endRun("ok");
 }
 
-void Lockstep::answerFinished() {
-    const auto isUnderWay = [this](const Finish& one) { return !hasFinished(one.stream); };
-    const auto first = std::stable_partition(mFinishes.begin(), mFinishes.end(), isUnderWay);
-    if (first == mFinishes.end()) return;
-    mLimit = mFrame;
-    const std::vector<Finish> over(first, mFinishes.end());
-    mFinishes.erase(first, mFinishes.end());
-    for (const Finish& one : over)
-        one.later("ok");
-}
-
 /// Whether a stream of this name has come to its end at least once.
 bool Lockstep::hasFinished(const std::string& name) const {
     const auto& streams = mStreams.streams();
     const bool isAlive =
         std::any_of(streams.begin(), streams.end(),
                     [&](const auto& stream) { return stream->record().name == name; });
-    const auto isEnd = [](const StreamChange& one) { return one.what == std::string_view("end"); };
+    const auto isEnd = [](const StreamChange& one) {
+        const std::string_view what = one.what;
+        return what == "end" || what == "stop" || what == "removed";
+    };
     const auto& records = mStreams.records();
     return std::any_of(records.begin(), records.end(), [&](const auto& record) {
         const auto& changes = record->changes;
@@ -381,9 +373,10 @@ std::string Lockstep::stop(std::optional<Milliseconds> ms) {
     return "ok";
 }
 
-void Lockstep::until(const std::string& name, const Later& later) {
-    mFinishes.push_back({name, later});
+std::string Lockstep::until(const std::string& name) {
+    mUntil = name;
     update();
+    return "ok";
 }
 
 std::string Lockstep::go() {
@@ -427,8 +420,6 @@ void Lockstep::end() {
     endRun("error: the server ends");
     for (const Later& later : std::exchange(mSettling, {}))
         later("error: the server ends");
-    for (const Finish& one : std::exchange(mFinishes, {}))
-        one.later("error: the server ends");
 }
 
 nlohmann::json Lockstep::describe() const {

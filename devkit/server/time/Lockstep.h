@@ -50,7 +50,7 @@ public:
     std::string await(const std::string& name, std::optional<Milliseconds> ms) override;
     std::string hold(std::uint32_t streams) override;
     void settle(const Later& later) override;
-    void until(const std::string& name, const Later& later) override;
+    std::string until(const std::string& name) override;
     std::string at(Milliseconds ms, const std::string& command) override;
 
 private:
@@ -63,11 +63,6 @@ private:
     };
     struct Run {
         std::uint64_t end;
-        Later later;
-    };
-
-    struct Finish {
-        std::string stream;
         Later later;
     };
 
@@ -86,7 +81,6 @@ private:
     [[nodiscard]] bool isSettled();
     void answerSettled();
     void answerRun();
-    void answerFinished();
     [[nodiscard]] bool hasFinished(const std::string& name) const;
     void endRun(const std::string& answer);
 
@@ -118,7 +112,7 @@ private:
     std::optional<std::uint64_t> mLimit;  // frame at which time stands; empty for none
     std::optional<Run> mRun;
     std::vector<Later> mSettling;
-    std::vector<Finish> mFinishes;
+    std::string mUntil;  // stream after which time stands; empty for none
     std::optional<std::uint64_t> mAskedAt;  // frame at which the writers were asked to wait again
     std::optional<std::chrono::steady_clock::time_point> mSettledSince;
     std::map<std::uint32_t, std::uint64_t> mDrainedAt;  // frame, by the client's handle
