@@ -53,9 +53,9 @@ bool Cast::isOtherAudible(const Seen& seen) const {
     });
 }
 
-void Cast::noteChange(Seen& seen, std::uint32_t starts, bool isActive, bool isEnded,
+void Cast::noteChange(Seen& seen, std::uint32_t starts, bool isActive, bool isOver,
                       std::vector<Event>& events) {
-    const bool isStopped = seen.isAudible && (!isActive || starts != seen.starts) && !isEnded;
+    const bool isStopped = seen.isAudible && (!isActive || starts != seen.starts) && !isOver;
     const bool isStarted = isActive && starts != seen.starts;
     if (starts != seen.starts) seen.isAdmitted = false;
     seen.starts = starts;
@@ -80,10 +80,10 @@ std::vector<Cast::Event> Cast::look(Agenda& agenda, std::uint64_t frame) {
         Seen& seen = mSeen[stream->client().handle()];
         seen.isThere = true;
         seen.name = stream->record().name;
-        noteChange(seen, stream->starts(), stream->isActive(), stream->isEnded(), events);
+        noteChange(seen, stream->starts(), stream->isActive(), stream->isOver(), events);
         stream->hold(isEarly(seen, stream->isActive(), agenda, frame));
         stream->endIfDone();
-        seen.isAudible = isPlaying(*stream) && !stream->isDrained();
+        seen.isAudible = isPlaying(*stream) && !stream->isOver();
     }
     for (const auto& stream : mCaptures.streams()) {
         Seen& seen = mSeen[stream->client().handle()];

@@ -75,7 +75,7 @@ private:
     void prepare(CaptureStream& stream, const Part& part, Readiness& readiness);
     [[nodiscard]] Need dataNeed(const PlaybackStream& stream, std::size_t needed) const;
     [[nodiscard]] bool isOtherAudible(const Seen& seen) const;
-    void noteChange(Seen& seen, std::uint32_t starts, bool isActive, bool isEnded,
+    void noteChange(Seen& seen, std::uint32_t starts, bool isActive, bool isOver,
                     std::vector<Event>& events);
     [[nodiscard]] bool isEarly(Seen& seen, bool isActive, const Agenda& agenda,
                                std::uint64_t frame);
