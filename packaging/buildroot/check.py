@@ -107,7 +107,8 @@ def main():
     problems = []
     options = set()
     for path in [tree / "CMakeLists.txt", *tree.glob("*/CMakeLists.txt")]:
-        options |= set(re.findall(r"(?:option|set|find_path)\((CABINAUDIO_\w+)", path.read_text(encoding="utf-8")))
+        options |= set(re.findall(r"(?:option|set|find_path)\((CABINAUDIO_\w+)",
+                                   path.read_text(encoding="utf-8")))
     description = (external / "external.desc").read_text(encoding="utf-8")
     if not re.fullmatch(r"name: CABINAUDIO\ndesc: \S.*\n", description):
         problems.append("external.desc is not as Buildroot wants it")

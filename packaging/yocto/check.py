@@ -103,7 +103,8 @@ def check_values(tree, recipe_path, recipe, problems):
 def check_options(tree, recipe, problems):
     declared = set()
     for path in [tree / "CMakeLists.txt", *tree.glob("*/CMakeLists.txt")]:
-        declared |= set(re.findall(r"(?:option|set|find_path)\((CABINAUDIO_\w+)", path.read_text(encoding="utf-8")))
+        declared |= set(re.findall(r"(?:option|set|find_path)\((CABINAUDIO_\w+)",
+                                   path.read_text(encoding="utf-8")))
     configurations = recipe.flags.get("PACKAGECONFIG", {})
     for name, value in configurations.items():
         if len(value.split(",")) < 3:
