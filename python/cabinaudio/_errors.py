@@ -1,10 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Exceptions, one for each status of the library."""
+"""Exceptions, one for each status of the library. The module _cabinaudio raises them.
+
+No class has a constructor: the module makes them where no code of Python may run.
+"""
 
 from __future__ import annotations
 
-import time
-from typing import Dict, Type
+from typing import Any, Dict
 
 NAMES: Dict[int, str] = {
     0: "AUDIO_NO_ERROR",
@@ -20,23 +22,35 @@ NAMES: Dict[int, str] = {
 
 
 class AudioError(Exception):
-    """The library or the server has refused an operation.
+    """The library or the server has refused an operation."""
 
-    Attributes:
-        status: number of the library (see ``AudioStatus.h``), or the server's own
-        name:   the number's name, for example "AUDIO_TIMED_OUT", or the number as text
-        call:   the operation, for example 'write to "music"'
-        done:   bytes that were written before
-        data:   bytes that were read before
-    """
+    def _argument(self, index: int, default: Any) -> Any:
+        return self.args[index] if len(self.args) > index else default
 
-    def __init__(self, status: int, call: str = "", done: int = 0, data: bytes = b"") -> None:
-        self.status = status
-        self.name = NAMES.get(status, str(status))
-        self.call = call
-        self.done = done
-        self.data = data
-        super().__init__(status, call)
+    @property
+    def status(self) -> int:
+        """Number of the library (see ``AudioStatus.h``), or the server's own."""
+        return int(self._argument(0, 0))
+
+    @property
+    def name(self) -> str:
+        """The status's name, for example "AUDIO_TIMED_OUT", or the number as text."""
+        return NAMES.get(self.status, str(self.status))
+
+    @property
+    def call(self) -> str:
+        """The operation, for example 'write to "music"'."""
+        return str(self._argument(1, ""))
+
+    @property
+    def done(self) -> int:
+        """Bytes that were written before."""
+        return int(self._argument(2, 0))
+
+    @property
+    def data(self) -> bytes:
+        """What was read before."""
+        return bytes(self._argument(3, b""))
 
     def _why(self) -> str:
         return self.name if self.status == 1 else f"{self.name} ({self.status})"
@@ -71,35 +85,3 @@ class BadValue(AudioError, ValueError):
 
 class Busy(AudioError):
     """Another request of the same object is in progress, or memory is exhausted."""
-
-
-_CLASSES: Dict[int, Type[AudioError]] = {
-    -1000: ServerGone,
-    -1990: Busy,
-    -2000: AudioTimeout,
-    -3000: BadValue,
-    -8000: InvalidOperation,
-    -9998: InvalidState,
-}
-
-# Results that a lost server has as well as other reasons.
-_DOUBTFUL = (1, -2000, -9998)
-
-
-def make(status: int, call: str, done: int = 0, data: bytes = b"") -> AudioError:
-    """The exception for a status: ServerGone when a lost server may be the reason, and is lost."""
-    kind = _CLASSES.get(status, AudioError)
-    if status in _DOUBTFUL and _is_lost():
-        kind = ServerGone
-    return kind(status, call, done, data)
-
-
-def _is_lost() -> bool:
-    """Looks again a moment later: the sockets of a killed server are closed one after the other."""
-    from ._process import _cabinaudio
-
-    for _ in range(5):
-        if not _cabinaudio.server_listens():
-            return True
-        time.sleep(0.01)
-    return False

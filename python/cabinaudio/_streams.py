@@ -10,9 +10,9 @@ import time
 import weakref
 from concurrent.futures import Future, TimeoutError as FutureTimeout
 from types import TracebackType
-from typing import Any, Callable, Optional, Tuple, Type, TypeVar, Union
+from typing import Any, Callable, List, Optional, Tuple, Type, TypeVar, Union
 
-from ._errors import AudioTimeout, make
+from ._errors import AudioTimeout, ServerGone
 from ._process import _cabinaudio, opened
 
 if sys.version_info >= (3, 12):
@@ -229,7 +229,7 @@ class Track(_Stream):
                 if self._finished.done():
                     raise
                 if not _cabinaudio.server_listens():
-                    raise make(1, f'wait for the end of "{self.name}"') from None
+                    raise ServerGone(1, f'wait for the end of "{self.name}"') from None
                 if left <= _SLICE:
                     return False
 
@@ -242,7 +242,7 @@ class Track(_Stream):
         # A ring holds a byte less than its size.
         while self.ring_bytes - self.bytes_free >= self.frame_bytes:
             if time.monotonic() >= deadline:
-                raise make(-2000, f'drain of "{self.name}"')
+                raise AudioTimeout(-2000, f'drain of "{self.name}"')
             time.sleep(_POLL)
         time.sleep(self.period_bytes / max(self.frame_bytes * self.rate, 1))
 
@@ -260,7 +260,7 @@ class Track(_Stream):
             else:
                 self.write_done()
                 if not self.wait(timeout):
-                    raise make(-2000, f'wait for the end of "{self.name}"')
+                    raise AudioTimeout(-2000, f'wait for the end of "{self.name}"')
         except BaseException:
             # The reason is more important than a stop that fails for the same reason.
             with contextlib.suppress(Exception):
@@ -304,7 +304,7 @@ def _drain_to(track: Track, future: "Future[bool]") -> None:
 def play_together(*parts: Tuple[Track, Buffer], timeout: float = 60) -> None:
     """Starts the tracks in their order, plays a sound on each of them at the same time, and stops
     them when all have ended. Raises the first error of one of them."""
-    errors = []
+    errors: List[BaseException] = []
 
     def feed(track: Track, buffer: Buffer) -> None:
         try:
@@ -326,7 +326,7 @@ def play_together(*parts: Tuple[Track, Buffer], timeout: float = 60) -> None:
     if not errors:
         for track, _ in parts:
             if track.tag != "alternative" and not track.wait(timeout):
-                errors.append(make(-2000, f'wait for the end of "{track.name}"'))
+                errors.append(AudioTimeout(-2000, f'wait for the end of "{track.name}"'))
     if errors:
         raise errors[0]
     for track, _ in parts:
@@ -395,7 +395,7 @@ class _Recording(_Stream):
                 done += got
                 late = deadline is not None and time.monotonic() >= deadline
                 if done < count and (late or (got == 0 and deadline is None)):
-                    raise make(-2000, f'record of "{self.name}"', 0, bytes(view[:done]))
+                    raise AudioTimeout(-2000, f'record of "{self.name}"', 0, bytes(view[:done]))
         return bytes(data)
 
 
@@ -470,7 +470,7 @@ class Uplink(_Recording):
         deadline = time.monotonic() + timeout
         while self.ring_bytes == 0:
             if time.monotonic() >= deadline:
-                raise make(-2000, f'wait for the ring of "{self.name}"')
+                raise AudioTimeout(-2000, f'wait for the ring of "{self.name}"')
             time.sleep(_POLL)
 
 

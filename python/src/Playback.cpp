@@ -119,8 +119,8 @@ struct Playback::Slices {
     std::size_t frame;
 
     [[nodiscard]] int size(int ring) const {
-        const std::size_t most =
-            ring > 0 ? static_cast<std::size_t>(ring) / PARTS / frame * frame : FIRST_FRAMES * frame;
+        const std::size_t most = ring > 0 ? static_cast<std::size_t>(ring) / PARTS / frame * frame
+                                          : FIRST_FRAMES * frame;
         return static_cast<int>(std::min(left, std::max(most, frame)));
     }
     void advance(int bytes) {

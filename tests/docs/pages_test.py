@@ -4,14 +4,24 @@
 A fenced block of the kind "console" is a terminal (see shell.py). One of the kind "cpp" that has a
 main() is a program, with "// NAME.cpp" in its first line: the page's terminals find it compiled as
 ./NAME, and run it. One whose first line is "// in a function" is compiled inside of one; others are
-excerpts. One of the kind "cmake" is a project that builds the page's programs.
+excerpts. One of the kind "python" is a program or a test, with "# NAME.py" in its first line: the
+page's terminals find it and run it. One of the kind "cmake" is a project that builds the page's programs.
 """
 
 import re
 import unittest
 
 from shell import run_session
-from surroundings import CMAKE, COMPILER, LIBDIR, PREFIX, SOURCE, fresh_directory, run
+from surroundings import (
+    CMAKE,
+    COMPILER,
+    LIBDIR,
+    PREFIX,
+    PYTHON_DIRECTORY,
+    SOURCE,
+    fresh_directory,
+    run,
+)
 
 GUIDES = sorted((SOURCE / "docs").glob("[a-z]*.md"))
 DECISIONS = sorted((SOURCE / "docs" / "decisions").glob("[a-z]*.md"))
@@ -78,14 +88,27 @@ def compile_programs(page, directory):
     return programs
 
 
+def write_scripts(page, directory):
+    """The Python programs of a page. Returns their paths."""
+    scripts = []
+    for text in blocks(page, "python"):
+        script = directory / re.match(r"# (\S+\.py)\n", text).group(1)
+        script.write_text(text)
+        scripts.append(script)
+    return scripts
+
+
 class Commands(unittest.TestCase):
     def test_do_what_they_say(self):
         for page in PAGES:
+            if blocks(page, "python") and not PYTHON_DIRECTORY:
+                continue
             lines = "\n".join(blocks(page, "console")).splitlines()
             if not lines:
                 continue
             with self.subTest(page.name):
-                programs = compile_programs(page, fresh_directory(f"programs-{page.stem}"))
+                directory = fresh_directory(f"programs-{page.stem}")
+                programs = compile_programs(page, directory) + write_scripts(page, directory)
                 run_session(self, page.name, lines, programs)
 
     def test_are_all_of_a_kind_that_is_tested(self):
@@ -94,7 +117,7 @@ class Commands(unittest.TestCase):
             for kind, text in _FENCE.findall(page.read_text()):
                 if "$ " in text or "cabinaudio " in text:
                     with self.subTest(page.name, block=text):
-                        self.assertIn(kind, ("console", "cpp", "cmake", ""))
+                        self.assertIn(kind, ("console", "cpp", "cmake", "python", ""))
                 if kind == "":
                     with self.subTest(page.name, block=text):
                         self.assertNotRegex(text, r"(?m)^\$? ?cabinaudio(-run|-server)? ")
@@ -111,6 +134,14 @@ class Snippets(unittest.TestCase):
                     with self.subTest(page.name, program=text.splitlines()[0]):
                         self.assertIn(f"cabinaudio-run ./{program_name(text)}", terminal)
         self.assertGreater(count, 0)
+
+    def test_of_python_run_in_their_page(self):
+        for page in PAGES:
+            terminal = "\n".join(blocks(page, "console"))
+            for text in blocks(page, "python"):
+                with self.subTest(page.name, program=text.splitlines()[0]):
+                    name = re.match(r"# (\S+\.py)\n", text).group(1)
+                    self.assertRegex(terminal, rf"\$ python3 .*\b{re.escape(name)}")
 
     def test_that_are_projects_build(self):
         count = 0

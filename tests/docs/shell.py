@@ -20,7 +20,15 @@ import signal
 import subprocess
 import time
 
-from surroundings import LIBDIR, PREFIX, PYTHON, clean_environment, fresh_directory, write_tone
+from surroundings import (
+    LIBDIR,
+    PREFIX,
+    PYTHON,
+    PYTHON_DIRECTORY,
+    clean_environment,
+    fresh_directory,
+    write_tone,
+)
 
 _SESSIONS = itertools.count()
 _MARK = "@@command@@"
@@ -144,8 +152,8 @@ def _started_environment(directory, programs, home):
     server = shims / "cabinaudio-server"
     server.write_text(_QUIET_SERVER.format(program=programs / "cabinaudio-server"))
     server.chmod(0o755)
-    # The package is built for the distribution's Python, which need not be the first in the path.
-    (shims / "python3").symlink_to(PYTHON)
+    if PYTHON_DIRECTORY:
+        (shims / "python3").symlink_to(PYTHON)
     if home is None:
         home = directory / ".home"
         home.mkdir()
@@ -156,6 +164,8 @@ def _started_environment(directory, programs, home):
         # As if it were installed where the system looks.
         LD_LIBRARY_PATH=programs.parent / LIBDIR if programs.parent == PREFIX else "",
         ALSA_CONFIG_PATH=_alsa_configuration(directory, programs.parent),
+        PYTHONPATH=programs.parent / PYTHON_DIRECTORY,
+        PYTHONDONTWRITEBYTECODE=1,
         GST_PLUGIN_PATH=programs.parent / LIBDIR / "gstreamer-1.0",
         GST_REGISTRY=directory / ".gstreamer",
         PKG_CONFIG_PATH=programs.parent / LIBDIR / "pkgconfig",

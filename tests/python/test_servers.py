@@ -44,7 +44,7 @@ def test_the_same_bytes_in_every_run(cabin_servers):
 
 def test_a_late_program_changes_nothing(cabin_servers):
     def play(delay):
-        server = cabin_servers(hold=1, await_={"prompt": 500})
+        server = cabin_servers(await_={"music": 0, "prompt": 500})
         with cabinaudio.Sink("music") as music, cabinaudio.Track("prompt") as prompt:
             late = threading.Timer(delay, prompt.play, (PROMPT,))
             late.start()
@@ -96,10 +96,10 @@ def test_faults_at_a_time(cabin):
         cabin.withdraw("music", at=500)
         cabin.activate("music", at=1000)
         music.start()
-        written = music.write(MUSIC)
-        assert 0 < written < len(MUSIC)
-    whats = [change["what"] for change in cabin.stop().report["changes"]]
-    assert any("withdr" in what for what in whats), whats
+        # How much of it is discarded is decided by the library's real half second.
+        assert music.write(MUSIC) > 0
+    changes = [(change["what"], change["ms"]) for change in cabin.stop().report["changes"]]
+    assert ("withdrawn", 500) in changes, changes
 
 
 def test_inputs(cabin_servers, tmp_path):
