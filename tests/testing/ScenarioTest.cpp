@@ -15,9 +15,8 @@ class Scenario : public ::testing::Test {
 protected:
     std::string write(const std::string& expectation) {
         const std::string path = mDirectory.file("test.scenario");
-        std::ofstream(path) << "server --hold 1\n"
+        std::ofstream(path) << "# A program that plays nothing\n"
                             << "run player " << KIT_TEST_APPLICATION << " say\n"
-                            << "until 100\n"
                             << expectation << '\n';
         return path;
     }
@@ -43,13 +42,12 @@ TEST_F(Scenario, WithAnErrorNamesItsLine) {
     const std::string file = write("expect exit player");
     const ScenarioResult result = runScenario(file, mDirectory.path());
     EXPECT_EQ(result.exitStatus, 2);
-    EXPECT_THAT(result.log, HasSubstr(file + ":4: "));
+    EXPECT_THAT(result.log, HasSubstr(file + ":3: "));
 }
 
 TEST_F(Scenario, HasABound) {
     const std::string file = mDirectory.file("test.scenario");
-    std::ofstream(file) << "server\nrun player " << KIT_TEST_APPLICATION
-                        << " hang\nuntil finished music\n";
+    std::ofstream(file) << "run player " << KIT_TEST_APPLICATION << " hang\nuntil finished music\n";
     try {
         (void)runScenario(file, mDirectory.path(), std::chrono::milliseconds(300));
         FAIL() << "ended";
