@@ -67,8 +67,11 @@ std::int32_t PlaybackStream::stop() {
     if (mState == IDLE) return AUDIO_NO_ERROR;
     mState = IDLE;
     mIsWriteDone = false;
-    // Afterwards the stop cannot be heard, and comes at any frame.
-    if (!mIsEnded && !isDrained()) note("stop");
+    // When the stream is over, the stop comes at any frame.
+    if (!isOver())
+        note("stop");
+    else if (!mIsEnded && !isDrained())
+        note("end");
     mOnChange();
     return AUDIO_NO_ERROR;
 }

@@ -112,6 +112,12 @@ public:
     [[nodiscard]] bool isDry() const { return mTail != Tail::None; }
     /// Whether the rest has been played.
     [[nodiscard]] bool isDrained() const { return mTail == Tail::Drained; }
+    /// Whether a stop now could not be heard: the stream has ended, or its client, which has no way to
+    /// announce the end, sees that all was played.
+    [[nodiscard]] bool isOver() const {
+        return mIsEnded || isDrained() ||
+               (mRecord->tag == AUDIO_TAG_ALTERNATIVE && mHasSounded && queuedFrames() == 0);
+    }
     /// Whether a sink's source is withdrawn, or a track has no ring.
     [[nodiscard]] bool isWithoutRing() const { return mOffer && mOffer->isAway(); }
     /// Whether the client must still acknowledge that its ring was withdrawn.

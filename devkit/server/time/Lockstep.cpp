@@ -173,7 +173,7 @@ Lockstep::Step Lockstep::pass() {
 /// Without anybody who is ready.
 bool Lockstep::mayPassInSilence(bool isAnyParked) const {
     if (mLimit && (mRun || mOptions.mode == TimeMode::Stepped)) return true;
-    if (isAnyParked && mAgenda.next(mFrame)) return true;
+    if (isAnyParked && (mLimit || mAgenda.next(mFrame))) return true;
     return mStreams.streams().empty() && mMixer.heldFrames() > 0;
 }
 
