@@ -360,8 +360,7 @@ void addCheckFiles(CLI::App& command, CheckOptions& options) {
     command.add_option("--junit", options.junitFile, "Write the results as XML of JUnit")
         ->type_name("FILE");
     command
-        .add_option("--picture", options.pictureFile,
-                    "Draw the sound; what is wrong in it is red")
+        .add_option("--picture", options.pictureFile, "Draw the sound; what is wrong in it is red")
         ->type_name("FILE.png");
 }
 
@@ -380,8 +379,7 @@ void addCheck(CLI::App& app, CheckOptions& options, CommonOptions& common) {
         ->check(range(0.001, 3600));
     command
         .add_option_function<std::string>(
-            "--channel",
-            [&options](const std::string& text) { options.channel = channelOf(text); },
+            "--channel", [&options](const std::string& text) { options.channel = channelOf(text); },
             "For checks without 'on': LF, RF, LS, RS, CF or L1, or 0 to 7")
         ->type_name("NAME")
         ->check(check(channelFault, "channel"));

@@ -12,7 +12,8 @@ build   libc6-dev                    C library headers
 build   android-liblog-dev           the log library
 build   libsndfile1-dev              sound files: server, player, demo
 build   libsamplerate0-dev           rate conversion in the server
-build   libfftw3-dev                 spectrum of the server's mix
+build   libfftw3-dev                 spectra: server, checks
+build   libcairo2-dev                pictures of checks
 build   libopus-dev                  uplink in Opus: server
 build   libsbc-dev                   uplink in mSBC: server, recorder
 build   libavcodec-dev               uplink in AAC: server
@@ -67,6 +68,7 @@ armhf   libgmock-dev:armhf
 armhf   android-liblog-dev:armhf
 armhf   libsndfile1-dev:armhf
 armhf   libsamplerate0-dev:armhf
+armhf   libfftw3-dev:armhf
 armhf   libasound2-dev:armhf
 armhf   libopus-dev:armhf
 armhf   libsbc-dev:armhf

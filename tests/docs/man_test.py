@@ -30,6 +30,7 @@ COVERED = {
         ["cabinaudio", "server", "stall"],
         ["cabinaudio", "server", "crash"],
     ],
+    "cabinaudio-check.1": [["cabinaudio", "check"]],
     "cabinaudio-listen.1": [["cabinaudio", "listen"]],
     "cabinaudio-play.1": [["cabinaudio", "play"]],
     "cabinaudio-record.1": [["cabinaudio", "record"]],

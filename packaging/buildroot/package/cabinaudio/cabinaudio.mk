@@ -16,7 +16,9 @@ CABINAUDIO_CONF_OPTS = \
 	-DCABINAUDIO_BUILD_PLUGINS=ON -DCABINAUDIO_BUILD_TESTS=OFF -DCABINAUDIO_BUILD_BENCH=OFF
 
 ifeq ($(BR2_PACKAGE_CABINAUDIO_TOOLS),y)
-CABINAUDIO_DEPENDENCIES += cli11 flac json-for-modern-cpp libarchive libogg libsndfile ncurses sbc zlib
+CABINAUDIO_DEPENDENCIES += \
+	cairo cli11 fftw flac json-for-modern-cpp libarchive libogg libsamplerate libsndfile \
+	ncurses sbc zlib
 CABINAUDIO_CONF_OPTS += -DCABINAUDIO_BUILD_TOOLS=ON
 else
 CABINAUDIO_CONF_OPTS += -DCABINAUDIO_BUILD_TOOLS=OFF

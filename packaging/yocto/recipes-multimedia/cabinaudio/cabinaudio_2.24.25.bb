@@ -19,7 +19,7 @@ DEPENDS = "${CABINAUDIO_LOG}"
 
 # On a board that has its own audio server, neither is needed.
 PACKAGECONFIG ??= "tools"
-PACKAGECONFIG[tools] = "-DCABINAUDIO_BUILD_TOOLS=ON,-DCABINAUDIO_BUILD_TOOLS=OFF,cli11 flac libarchive libogg libsndfile1 ncurses nlohmann-json sbc"
+PACKAGECONFIG[tools] = "-DCABINAUDIO_BUILD_TOOLS=ON,-DCABINAUDIO_BUILD_TOOLS=OFF,cairo cli11 fftw flac libarchive libogg libsamplerate0 libsndfile1 ncurses nlohmann-json sbc"
 PACKAGECONFIG[devkit] = "-DCABINAUDIO_BUILD_DEVKIT=ON -DCABINAUDIO_SERVER_FOR_TARGET=ON,-DCABINAUDIO_BUILD_DEVKIT=OFF,alsa-lib cli11 fftw libopus libsamplerate0 libsndfile1 nlohmann-json sbc"
 # Programs that speak ALSA, and pipelines of GStreamer, become clients.
 PACKAGECONFIG[alsa] = "-DCABINAUDIO_BUILD_ALSA=ON,-DCABINAUDIO_BUILD_ALSA=OFF,alsa-lib"
