@@ -199,6 +199,16 @@ TEST_F(Scenario, AWithdrawnSourceIsSilent) {
                 "expect check 'tone 440 [1.1..1.5]'\n");
 }
 
+TEST_F(Scenario, TimePassesForASinkThatIsWithdrawnAlone) {
+    play(0, std::string(MUSIC) +
+                "at 500 source withdraw music\n"
+                "at 1000 set volume.master=-20dB\n"
+                "at 1000 source activate music\n"
+                "until 1500\n"
+                "expect check 'silence [0.5..1]'\n"
+                "expect check 'lasts 1.5'\n");
+}
+
 TEST_F(Scenario, ARemovedStreamEnds) {
     play(0, std::string(MUSIC) +
                 "at 1000 stream remove music\n"
@@ -234,7 +244,9 @@ TEST_F(Scenario, ADamagedReplyReachesTheProgram) {
 TEST_F(Scenario, ACrashEndsTheServerAtItsFrame) {
     play(0, std::string(MUSIC) +
                 "at 1000 crash\n"
-                "expect exit music 3\n");
+                "expect exit music 3\n"
+                "expect check 'tone 440'\n"
+                "expect check 'lasts 1'\n");
 }
 
 TEST_F(Scenario, ARestartKeepsSettingsAndBeginsANewTime) {

@@ -49,16 +49,13 @@ Need lettingGo(const Stream& stream, const std::string& title, std::chrono::mill
 
 bool Cast::isOtherAudible(const Seen& seen) const {
     return std::any_of(mSeen.begin(), mSeen.end(), [&](const auto& item) {
-        return &item.second != &seen && item.second.isThere && item.second.isAudible;
+        return &item.second != &seen && item.second.isAudible;  // as of the last look
     });
 }
 
 void Cast::noteChange(Seen& seen, std::uint32_t starts, bool isActive, bool isOver,
                       std::vector<Event>& events) {
-    // Time waits for a stream with an empty ring, so its stop is decided by frames: an alternative
-    // stream has no other way to tell its end.
-    const bool isCut = seen.isAudible && !seen.isEmpty;
-    const bool isStopped = isCut && (!isActive || starts != seen.starts) && !isOver;
+    const bool isStopped = seen.isAudible && (!isActive || starts != seen.starts) && !isOver;
     const bool isStarted = isActive && starts != seen.starts;
     if (starts != seen.starts) seen.isAdmitted = false;
     seen.starts = starts;
@@ -87,7 +84,6 @@ std::vector<Cast::Event> Cast::look(Agenda& agenda, std::uint64_t frame) {
         stream->hold(isEarly(seen, stream->isActive(), agenda, frame));
         stream->endIfDone();
         seen.isAudible = isPlaying(*stream) && !stream->isOver();
-        seen.isEmpty = stream->queuedFrames() == 0;
     }
     for (const auto& stream : mCaptures.streams()) {
         Seen& seen = mSeen[stream->client().handle()];
@@ -178,8 +174,7 @@ Need Cast::dataNeed(const PlaybackStream& stream, std::size_t needed) const {
             handle,
             queued,
             "stream " + quoted(name) + " was started and writes nothing" +
-                forBound(mOptions.patience) +
-                format(" (%zu of %zu frames queued)", queued, needed),
+                forBound(mOptions.patience) + format(" (%zu of %zu frames queued)", queued, needed),
             mOptions.patience};
 }
 
@@ -236,18 +231,27 @@ void Cast::askWriters() {
         stream->wakeWriter();
 }
 
+std::vector<Need> Cast::writing() {
+    std::vector<Need> needs;
+    for (const auto& stream : mStreams.streams()) {
+        const std::uint32_t handle = stream->client().handle();
+        if (stream->isSettled())
+            mExcused.erase(handle);
+        else if (mExcused.count(handle) == 0)
+            needs.push_back({keyOf("write", handle) + " " + std::to_string(stream->queuedFrames()),
+                             stream->record().name, "settling", handle, stream->queuedFrames(), "",
+                             QUIET});
+    }
+    return needs;
+}
+
 /// A need's key contains the fill level, so that each change begins a new wait.
 std::vector<Need> Cast::unsettled() const {
     std::vector<Need> needs;
     const auto add = [&](const char* kind, const auto& stream, std::size_t queued, bool isRing) {
         const std::uint32_t handle = stream.client().handle();
-        needs.push_back({keyOf(kind, handle) + " " + std::to_string(queued),
-                         stream.client().name(),
-                         "settling",
-                         handle,
-                         queued,
-                         "",
-                         isRing ? mOptions.patience : QUIET});
+        needs.push_back({keyOf(kind, handle) + " " + std::to_string(queued), stream.client().name(),
+                         "settling", handle, queued, "", isRing ? mOptions.patience : QUIET});
     };
     for (const auto& stream : mStreams.streams()) {
         if (stream->isLettingGo() || !stream->isSettled())

@@ -72,6 +72,7 @@ private:
     [[nodiscard]] bool isStartAwaited();
     [[nodiscard]] Step runCommand();
     [[nodiscard]] Step pass();
+    [[nodiscard]] bool areWritersWaiting();
     [[nodiscard]] bool mayPassInSilence(bool isAnyParked) const;
     [[nodiscard]] Cast::Part nextPart() const;
     void mix(const Cast::Part& part);
@@ -113,13 +114,16 @@ private:
     std::optional<Run> mRun;
     std::vector<Later> mSettling;
     std::string mUntil;  // stream after which time stands; empty for none
+    std::optional<std::uint64_t> mTakenAt;  // the same, for the next frames
     std::optional<std::uint64_t> mAskedAt;  // frame at which the writers were asked to wait again
     std::optional<std::chrono::steady_clock::time_point> mSettledSince;
     std::map<std::uint32_t, std::uint64_t> mDrainedAt;  // frame, by the client's handle
     std::vector<Error> mErrors;
     bool mIsPosted = false;
-    Timer mTick;  // ticks while time waits
+    Timer mTick;  // while time waits
     bool mIsTicking = false;
+    bool mIsSettling = false;  // time waits for something that nobody tells
+    int mLooks = 0;            // since time has passed
     std::chrono::steady_clock::time_point mLastTick;
     Timer mNudge;
     std::uint64_t mNudgedFrame = 0;
