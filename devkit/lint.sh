@@ -10,7 +10,7 @@ failed=
 
 # Directories with our sources.
 library='foundation wire link shm diag client include'
-others='devkit tools plugins testing tests bench demo examples'
+others='devkit tools plugins python testing tests bench demo examples'
 
 sources() {
     for directory; do
@@ -138,7 +138,7 @@ tidy() {
         >"$commands/compile_commands.json"
     status=0
     sed -n 's/^ *"file": "\(.*\)",\{0,1\}$/\1/p' "$commands/compile_commands.json" |
-        grep -E "^$PWD/(foundation|link|shm|diag|client|devkit|tools|plugins|testing)/" | sort -u |
+        grep -E "^$PWD/(foundation|link|shm|diag|client|devkit|tools|plugins|python|testing)/" | sort -u |
         CLEAN=$clean CHECKS=$checks xargs -P "$jobs" -n 1 sh -c '
             command=$(grep -F -B 1 "\"file\": \"$2\"" "$1/compile_commands.json" |
                 sed "s|$PWD||g")

@@ -360,8 +360,7 @@ void addCheckFiles(CLI::App& command, CheckOptions& options) {
     command.add_option("--junit", options.junitFile, "Write the results as XML of JUnit")
         ->type_name("FILE");
     command
-        .add_option("--picture", options.pictureFile,
-                    "Draw the sound; what is wrong in it is red")
+        .add_option("--picture", options.pictureFile, "Draw the sound; what is wrong in it is red")
         ->type_name("FILE.png");
 }
 
@@ -380,8 +379,7 @@ void addCheck(CLI::App& app, CheckOptions& options, CommonOptions& common) {
         ->check(range(0.001, 3600));
     command
         .add_option_function<std::string>(
-            "--channel",
-            [&options](const std::string& text) { options.channel = channelOf(text); },
+            "--channel", [&options](const std::string& text) { options.channel = channelOf(text); },
             "For checks without 'on': LF, RF, LS, RS, CF or L1, or 0 to 7")
         ->type_name("NAME")
         ->check(check(channelFault, "channel"));
@@ -506,19 +504,19 @@ void addServerTime(CLI::App& server, ServerOptions& options, CommonOptions& comm
     addMilliseconds(addServerCommand(time, "stop", "time stop", "Let time stand", options, common),
                     options, "When time is there; without it, at once");
     addServerCommand(time, "go", "time go", "Let time pass again", options, common);
-    CLI::App& await = addServerCommand(time, "await", "time await",
-                                       "Let time not pass before a stream is started", options,
-                                       common);
+    CLI::App& await =
+        addServerCommand(time, "await", "time await",
+                         "Let time not pass before a stream is started", options, common);
     addWord(await, options, "NAME", "The stream's name").required();
     addMilliseconds(await, options, "Nor the stream be heard earlier; without it, now");
-    CLI::App& hold = addServerCommand(time, "hold", "time hold",
-                                      "Let time begin when so many streams are started", options,
-                                      common);
+    CLI::App& hold =
+        addServerCommand(time, "hold", "time hold",
+                         "Let time begin when so many streams are started", options, common);
     addWord(hold, options, "N", "Number of streams").required()->check(CLI::Range(0, 1000));
     addLongCommand(time, "settle", "time settle", "Wait until no stream can write more", options,
                    common);
-    CLI::App& at = addServerCommand(server, "at", "at", "Run a server command at a time", options,
-                                    common);
+    CLI::App& at =
+        addServerCommand(server, "at", "at", "Run a server command at a time", options, common);
     addMilliseconds(at, options, "When time is there").required();
     at.add_option_function<std::vector<std::string>>(
           "COMMAND",
@@ -537,8 +535,8 @@ void addServerFaults(CLI::App& server, ServerOptions& options, CommonOptions& co
     fault.require_subcommand(1);
     for (const auto& [word, what] : {std::pair{"short-reply", "Half of the reply is missing"},
                                      std::pair{"wrong-magic", "The reply's first word is wrong"}}) {
-        CLI::App& command = addServerCommand(fault, word, std::string("fault ") + word, what,
-                                             options, common);
+        CLI::App& command =
+            addServerCommand(fault, word, std::string("fault ") + word, what, options, common);
         addWord(command, options, "REQUEST", "The request, for example start; or any").required();
         addWord(command, options, "NAME", "Of this stream only");
     }

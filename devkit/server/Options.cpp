@@ -82,8 +82,7 @@ Await awaitOf(const std::string& text) {
     const auto place = text.rfind('@');
     if (place == std::string::npos) return {text, 0};
     const auto ms = timeOf(std::string_view(text).substr(place + 1));
-    if (!ms || place == 0)
-        throw CLI::ValidationError("--await", "not NAME or NAME@MS: " + text);
+    if (!ms || place == 0) throw CLI::ValidationError("--await", "not NAME or NAME@MS: " + text);
     return {text.substr(0, place), *ms};
 }
 
@@ -123,11 +122,11 @@ void describeTime(CLI::App& app, TimeOptions& time) {
                    "when everybody who plays or records is ready: lockstep; as lockstep, but only "
                    "as far as commands say: stepped (all but real: wav and null only)")
         ->type_name("MODE")
-        ->transform(CLI::CheckedTransformer(std::map<std::string, TimeMode>{
-            {"real", TimeMode::Real},
-            {"fast", TimeMode::Fast},
-            {"lockstep", TimeMode::Lockstep},
-            {"stepped", TimeMode::Stepped}}));
+        ->transform(CLI::CheckedTransformer(
+            std::map<std::string, TimeMode>{{"real", TimeMode::Real},
+                                            {"fast", TimeMode::Fast},
+                                            {"lockstep", TimeMode::Lockstep},
+                                            {"stepped", TimeMode::Stepped}}));
     app.add_option("--hold", time.hold, "Time begins when N streams are started (0)")
         ->type_name("N")
         ->check(CLI::Range(0, 1000));
@@ -245,16 +244,14 @@ std::string timeProblem(const CLI::App& app, const Options& options) {
     const TimeOptions& time = options.time;
     const bool isAsFast = app.count("--fast") > 0;
     if (isAsFast && app.count("--time") > 0) return "--fast excludes --time";
-    const std::string mode =
-        isAsFast ? "--fast" : std::string("--time ") + nameOf(time.mode);
+    const std::string mode = isAsFast ? "--fast" : std::string("--time ") + nameOf(time.mode);
     if (time.mode != TimeMode::Real && !runsWithoutClock(options.output))
         return mode + " needs --output wav:FILE or null";
     if (time.isOwned() && options.ringPeriods < 3) return mode + " needs --ring-periods 3 or more";
     if (time.isOwned())
         return time.tail < time.patience ? "" : "--tail must be less than --patience";
     for (const char* option : {"--hold", "--await", "--at", "--patience", "--tail", "--strict"})
-        if (app.count(option) > 0)
-            return std::string(option) + " needs --time lockstep or stepped";
+        if (app.count(option) > 0) return std::string(option) + " needs --time lockstep or stepped";
     return {};
 }
 

@@ -73,8 +73,8 @@ private:
     void erase(const Client& client);
     void reportReady() const;
     [[nodiscard]] Reported reported() const {
-        return {mStreams, mCaptures, mMixer, *mOutput, mOptions.format, mSettings, mOptions.output,
-                *mTime, mOptions.time, mChanges ? &*mChanges : nullptr};
+        return {mStreams,  mCaptures,       mMixer, *mOutput,      mOptions.format,
+                mSettings, mOptions.output, *mTime, mOptions.time, mChanges ? &*mChanges : nullptr};
     }
 
     // Each member needs those before it.

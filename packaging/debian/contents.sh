@@ -64,8 +64,12 @@ has libasound2-plugin-cabinaudio "$lib/alsa-lib/libasound_module_pcm_cabinaudio\
     /usr/share/doc/libasound2-plugin-cabinaudio/99-cabinaudio-default.conf.example
 has gstreamer1.0-cabinaudio "$lib/gstreamer-1.0/libgstcabinaudio\.so" \
     "$lib/cabinaudio/libcabinaudio-gstreamer\.so"
+has python3-cabinaudio '/usr/lib/python3/dist-packages/cabinaudio/_cabinaudio\.cpython-.*\.so' \
+    '/usr/lib/python3/dist-packages/cabinaudio/_(board|hear)\.cpython-.*\.so' \
+    /usr/lib/python3/dist-packages/cabinaudio/testing/__init__.py \
+    '/usr/lib/python3/dist-packages/cabinaudio-[0-9.]+\.dist-info/entry_points\.txt'
 for name in libcabinaudio2 libcabinaudio-board cabinaudio-tools cabinaudio-devkit \
-    libasound2-plugin-cabinaudio gstreamer1.0-cabinaudio; do
+    libasound2-plugin-cabinaudio gstreamer1.0-cabinaudio python3-cabinaudio; do
     has "$name-dbgsym" '/usr/lib/debug/\.build-id/.*\.debug'
 done
 if ls ./*_amd64.changes >/dev/null 2>&1; then
@@ -82,6 +86,7 @@ field libasound2-plugin-cabinaudio Multi-Arch '^same$'
 field libasound2-plugin-cabinaudio Depends 'libasound2 .*libcabinaudio2 '
 field gstreamer1.0-cabinaudio Multi-Arch '^same$'
 field gstreamer1.0-cabinaudio Depends 'libcabinaudio2 .*libgstreamer-plugins-base1\.0-0 '
+field python3-cabinaudio Depends 'libcabinaudio2 .*python3 '
 field cabinaudio-tools Multi-Arch '^foreign$'
 field cabinaudio-devkit Multi-Arch '^foreign$'
 field libcabinaudio2 Depends 'android-liblog .*libc6 '

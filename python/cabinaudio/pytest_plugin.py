@@ -131,6 +131,34 @@ def heard(cabin: "Server") -> "Callable[[], Sound]":
     return lambda: cabin.stop().heard
 
 
+class _ScenarioFile(pytest.File):
+    def collect(self) -> "Generator[_Scenario, None, None]":
+        yield _Scenario.from_parent(self, name=self.path.stem)
+
+
+class _Scenario(pytest.Item):
+    """A scenario file: one test, which the command-line tool runs."""
+
+    def runtest(self) -> None:
+        from .testing import run_scenario
+
+        run_scenario(self.path)
+
+    def repr_failure(self, excinfo: "pytest.ExceptionInfo[BaseException]", style: Any = None) -> str:
+        return str(excinfo.value)  # names file and line itself
+
+    def reportinfo(self) -> Any:
+        return self.path, 0, f"scenario {self.name}"
+
+
+def pytest_collect_file(file_path: Any, parent: pytest.Collector) -> Optional[pytest.Collector]:
+    """Collects ``*.scenario``."""
+    if file_path.suffix != ".scenario":
+        return None
+    collected: pytest.Collector = _ScenarioFile.from_parent(parent, path=file_path)
+    return collected
+
+
 _failed = pytest.StashKey[bool]()
 
 

@@ -119,7 +119,7 @@ public:
 
     [[nodiscard]] std::string logPath() const { return mDirectory + "/server.log"; }
 
-    std::string ask(const std::string& line) {
+    std::string ask(const std::string& line) const {  // NOLINT(modernize-use-nodiscard): "ok"
         std::string answer = mProcess.ask(line, mPatience + ANSWER_BOUND);
         if (answer.rfind("error: ", 0) == 0)
             throw Failure("command '" + line + "': " + answer.substr(answer.find(' ') + 1));

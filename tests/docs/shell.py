@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """Runs what a document shows of a terminal.
 
-Lines that begin with "$ " are commands; a backslash at the end continues one, and so do lines that
-begin with "> ". The lines below a command are what it prints, in which "..." stands for anything;
+Lines that begin with "$ " are commands; a backslash at the end continues one, with or without "> "
+in the next line, and so do lines that begin with "> ". The lines below a command are what it prints, in which "..." stands for anything;
 without such lines it may print what it likes. A command has to succeed, unless the next one is
 "echo $?". All commands of a document are one session, in a directory and with a server instance of
 its own.
@@ -85,7 +85,7 @@ def parse(lines):
     unfinished = False
     for line in lines:
         if unfinished:
-            commands[-1].text += "\n" + line
+            commands[-1].text += "\n" + re.sub("^> ", "", line)
         elif commands and not commands[-1].expected and re.match(r">( |$)", line):
             commands[-1].text += "\n" + line[2:]
             continue

@@ -60,7 +60,8 @@ private:
                                     const std::function<bool(int, int, int)>& fits) const {
         std::size_t result = 0;
         for (int y = 0; y < height(); ++y) {
-            for (int x = static_cast<int>(from * width()); x < static_cast<int>(to * width()); ++x) {
+            for (int x = static_cast<int>(from * width()); x < static_cast<int>(to * width());
+                 ++x) {
                 std::uint32_t pixel = 0;
                 std::memcpy(&pixel,
                             cairo_image_surface_get_data(mSurface) +

@@ -8,6 +8,8 @@ import sys
 
 import pytest
 
+from cabinaudio.testing import tone, write_wav
+
 HEAD = """
 import pytest
 import cabinaudio
@@ -169,6 +171,29 @@ def test_a_failure_under_xdist(run):
     result = run(PASSING.replace("-20dB", "-12dB"), "-n", "2")
     result.assert_outcomes(failed=1)
     result.stdout.fnmatch_lines(["*- audio -*", "heard *heard.wav"])
+
+
+TOOL = os.environ["CABINAUDIO_TEST_TOOL"]
+SCENARIO = """server --hold 1
+run player %s play --name nav prompt.wav
+until finished nav
+expect exit player 0
+expect check 'tone %s [0.1..0.9]'
+"""
+has_scenarios = subprocess.run([TOOL, "scenario", "--help"], stdout=subprocess.DEVNULL,
+                               stderr=subprocess.DEVNULL, timeout=120).returncode == 0
+
+
+@pytest.mark.skipif(not has_scenarios, reason="the tool runs no scenarios")
+def test_collects_scenarios(pytester, monkeypatch):
+    monkeypatch.setenv("CABINAUDIO_TOOL", TOOL)
+    write_wav(pytester.path / "prompt.wav", tone(1000, 1))
+    for name, text in (("good", SCENARIO % (TOOL, 1000)), ("bad", SCENARIO % (TOOL, 500)),
+                       ("wrong", "server --hold 1\nfly high\n")):
+        (pytester.path / f"{name}.scenario").write_text(text)
+    result = pytester.runpytest_subprocess("-p", "no:cacheprovider")
+    result.assert_outcomes(passed=1, failed=2)
+    result.stdout.fnmatch_lines_random(["*tone 500*", "*wrong.scenario:2: *fly*"])
 
 
 def test_the_plugin_imports_nothing_before_it_is_used():

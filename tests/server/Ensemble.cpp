@@ -78,8 +78,8 @@ std::string record(const Voice& voice, AudioFormatDesc format, More... more) {
     std::vector<std::uint8_t> sound(std::size_t{voice.frames} * voice.channels * 2);
     std::size_t done = 0;
     while (done < sound.size()) {
-        const auto wanted = std::min<std::size_t>(voice.chunkFrames * voice.channels * 2,
-                                                  sound.size() - done);
+        const auto wanted =
+            std::min<std::size_t>(voice.chunkFrames * voice.channels * 2, sound.size() - done);
         const int taken = stream.read(&sound[done], static_cast<int>(wanted), true);
         if (taken < 0) return "read: " + std::to_string(taken);
         done += static_cast<std::size_t>(taken);
@@ -135,8 +135,12 @@ std::vector<Voice> ensemble(unsigned count) {
 }
 
 std::vector<std::string> timeOf(const std::vector<Voice>& voices) {
-    std::vector<std::string> arguments = {"--time",     "lockstep", "--strict",
-                                          "--patience", "60000",    "--hold",
+    std::vector<std::string> arguments = {"--time",
+                                          "lockstep",
+                                          "--strict",
+                                          "--patience",
+                                          "60000",
+                                          "--hold",
                                           std::to_string(voices.size())};
     const auto add = [&](const char* option, const std::string& text) {
         arguments.emplace_back(option);

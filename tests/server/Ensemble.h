@@ -16,9 +16,9 @@ struct Voice {
     unsigned rate = 48000;
     unsigned channels = 2;
     std::uint32_t seed = 1;
-    unsigned frames = 24000;       // to play or to record
-    unsigned chunkFrames = 1000;   // of a write or read
-    unsigned waitMs = 0;           // before it is created
+    unsigned frames = 24000;      // to play or to record
+    unsigned chunkFrames = 1000;  // of a write or read
+    unsigned waitMs = 0;          // before it is created
 };
 
 /// Plays and records all of them at once, to their ends.

@@ -139,7 +139,8 @@ TEST_F(Scenario, EqualRunsGiveEqualBytes) {
     for (int i = 0; i < 10; ++i) {
         play(0, text, {"--keep", file("kept")});
         const std::string heard = contentsOf(file("kept/heard.wav"));
-        const std::string report = contentsOf(file("kept/report.json"));
+        const std::string report =
+            json::parse(contentsOf(file("kept/report.json")))["streams"].dump();
         if (i == 0) first = heard, firstReport = report;
         // The prompt ends at 1.5 s, and the period after 93.75 ones.
         EXPECT_EQ(heard.size(), 44u + 94 * 768 * 4);
@@ -159,6 +160,18 @@ TEST_F(Scenario, SettingsChangeWhileTimeStands) {
                 "at 1000 set volume.master=-20dB\n"
                 "expect check 'level -9 tol=1 [0.1..1]'\n"
                 "expect check 'level -29 tol=1 [1.05..2]'\n");
+}
+
+TEST_F(Scenario, EachActionHappensAtItsOwnTime) {
+    play(0, std::string(MUSIC) +
+                "at 500 set volume.master=-20dB\n"
+                "at 1000 set volume.master=0dB\n"
+                "at 1000 set volume.master=-40dB\n"
+                "at 1500 set volume.master=0dB\n"
+                "expect check 'level -9 tol=1 [0.1..0.5]'\n"
+                "expect check 'level -29 tol=1 [0.55..1]'\n"
+                "expect check 'level -49 tol=1 [1.05..1.5]'\n"
+                "expect check 'level -9 tol=1 [1.55..2]'\n");
 }
 
 TEST_F(Scenario, AProgramStartsAtATime) {
@@ -186,6 +199,16 @@ TEST_F(Scenario, AWithdrawnSourceIsSilent) {
                 "expect check 'tone 440 [1.1..1.5]'\n");
 }
 
+TEST_F(Scenario, TimePassesForASinkThatIsWithdrawnAlone) {
+    play(0, std::string(MUSIC) +
+                "at 500 source withdraw music\n"
+                "at 1000 set volume.master=-20dB\n"
+                "at 1000 source activate music\n"
+                "until 1500\n"
+                "expect check 'silence [0.5..1]'\n"
+                "expect check 'lasts 1.5'\n");
+}
+
 TEST_F(Scenario, ARemovedStreamEnds) {
     play(0, std::string(MUSIC) +
                 "at 1000 stream remove music\n"
@@ -202,10 +225,28 @@ TEST_F(Scenario, AStallChangesNothing) {
                 "expect check 'gap-free'\n");
 }
 
+TEST_F(Scenario, ADamagedReplyReachesTheProgram) {
+    const std::string begin =
+        "server --hold 2\n"
+        "run music cabinaudio play --tag main --name music @/music.wav\n"
+        "run nav cabinaudio play --name prompt @/prompt.wav\n"
+        "await prompt 500\n";
+    // A reply to `stop` that is too short has all that matters.
+    play(0,
+         begin + "at 500 fault short-reply stop prompt\nexpect exit music 0\nexpect exit nav 0\n");
+    play(0, begin +
+                "at 500 fault wrong-magic stop prompt\n"
+                "expect exit music 0\n"
+                "expect exit nav 3\n"
+                "expect output nav 'the server has closed the connection'\n");
+}
+
 TEST_F(Scenario, ACrashEndsTheServerAtItsFrame) {
     play(0, std::string(MUSIC) +
                 "at 1000 crash\n"
-                "expect exit music 3\n");
+                "expect exit music 3\n"
+                "expect check 'tone 440'\n"
+                "expect check 'lasts 1'\n");
 }
 
 TEST_F(Scenario, ARestartKeepsSettingsAndBeginsANewTime) {

@@ -57,7 +57,10 @@ private:
         mPart = number;
         const Timeline timeline = timelineOf(part(), mScenario.until, isLast());
         startServer(timeline);
-        if (!timeline.stops.empty()) command(0, "time stop " + timeline.stops.front().at.text);
+        if (timeline.stops.empty())
+            letTimePass();
+        else
+            command(0, "time stop " + timeline.stops.front().at.text);
         if (number == 0) startPrograms();
         for (std::size_t i = 0; i < timeline.stops.size(); ++i) {
             waitForStop(timeline.stops[i]);
@@ -65,8 +68,8 @@ private:
                 act(*timed);
             if (!mServer) break;  // it has crashed
             if (i + 1 == timeline.stops.size()) continue;
+            // Time goes on, as far as this.
             command(0, "time stop " + timeline.stops[i + 1].at.text);
-            command(0, "time go");
         }
         finishPart(timeline);
     }
@@ -78,7 +81,8 @@ private:
             if (mServer) noteErrors();
             endServer();
         } else if (!standsAtEnd && mServer) {
-            waitForEnd(timeline);
+            if (!timeline.stops.empty()) letTimePass();
+            waitForEnd();
         } else if (!mServer) {
             mWait.until(
                 mScenario.until.line, "the programs' ends", [&] { return mPrograms.update(); },
@@ -129,34 +133,27 @@ private:
 
     /// @throws Overdue, Failure
     void waitForStop(const Stop& stop) {
-        const auto stands = [&] {
-            return mTime.state == "standing" && mTime.frame >= stop.at.frame;
-        };
+        const auto stands = [&] { return mTime.isAtLimit && mTime.frame >= stop.at.frame; };
         mWait.until(
             stop.line, "time " + stop.at.text, [&] { return hasProgressed(); }, stands);
         command(stop.line, "time settle");
     }
 
-    void waitForEnd(const Timeline& timeline) {
+    /// As far as the scenario's end.
+    void letTimePass() {
+        if (isLast() && !mScenario.until.finished.empty())
+            command(mScenario.until.line, "time until " + mScenario.until.finished);
+        command(0, "time go");
+    }
+
+    void waitForEnd() {
         const Until& until = mScenario.until;
-        const bool stands = !timeline.stops.empty();
-        if (until.finished.empty()) {
-            if (stands) command(0, "time go");
-            mWait.until(
-                until.line, "the programs' ends", [&] { return hasProgressed(); },
-                [&] { return mPrograms.haveAllEnded(); });
-            return;
-        }
-        // The answer comes when time stands at the end, so it has a connection of its own.
-        ControlLink link(mInstance.name());
-        link.send("time until " + until.finished);
-        if (stands) command(0, "time go");
-        const auto hasFinished = [&] {
-            return link.receive(std::chrono::milliseconds(0)) || mPrograms.haveAllEnded();
-        };
+        const std::string what = until.finished.empty()
+                                     ? "the programs' ends"
+                                     : "the end of stream \"" + until.finished + "\"";
         mWait.until(
-            until.line, "the end of stream \"" + until.finished + "\"",
-            [&] { return hasProgressed(); }, hasFinished);
+            until.line, what, [&] { return hasProgressed(); },
+            [&] { return mPrograms.haveAllEnded() || mTime.isAtLimit; });
     }
 
     /// Asks for time and programs. @return whether one of them has advanced

@@ -11,7 +11,7 @@ namespace cabinaudio::tool::scenario {
 
 namespace {
 
-enum class Argument { None, Optional, Required, Milliseconds };
+enum class Argument { None, Optional, Required, Request, Milliseconds };
 
 struct Command {
     const char* words;
@@ -19,11 +19,11 @@ struct Command {
 };
 
 constexpr Command COMMANDS[] = {
-    {"source activate", Argument::Required},   {"source withdraw", Argument::Required},
-    {"stream remove", Argument::Required},     {"ring announce", Argument::Required},
-    {"uplink ring on", Argument::Optional},    {"uplink ring off", Argument::Optional},
-    {"fault short-reply", Argument::Optional}, {"fault wrong-magic", Argument::Optional},
-    {"stall", Argument::Milliseconds},         {"crash", Argument::None},
+    {"source activate", Argument::Required},  {"source withdraw", Argument::Required},
+    {"stream remove", Argument::Required},    {"ring announce", Argument::Required},
+    {"uplink ring on", Argument::Optional},   {"uplink ring off", Argument::Optional},
+    {"fault short-reply", Argument::Request}, {"fault wrong-magic", Argument::Request},
+    {"stall", Argument::Milliseconds},        {"crash", Argument::None},
 };
 
 struct OwnOption {
@@ -129,9 +129,12 @@ std::string commandFault(const Words& words) {
         return "unexpected '" + words[count] + "' after '" + fixed + "'";
     if (command->argument == Argument::Required && arguments == 0)
         return "'" + fixed + "' lacks the name of a stream";
+    if (command->argument == Argument::Request && arguments == 0)
+        return "'" + fixed + "' lacks the name of a request such as start, or 'any'";
     if (command->argument != Argument::Milliseconds) {
-        if (arguments <= 1) return "";
-        return "unexpected '" + words[count + 1] + "' after '" + joined(words, count + 1) +
+        const std::size_t most = command->argument == Argument::Request ? 2 : 1;
+        if (arguments <= most) return "";
+        return "unexpected '" + words[count + most] + "' after '" + joined(words, count + most) +
                "'; a name with blanks needs quotes";
     }
     const std::optional<unsigned> ms = arguments == 1 ? numberOf(words[count]) : std::nullopt;

@@ -50,6 +50,7 @@ TimeState timeState(const std::string& answer) {
         TimeState state;
         state.state = time.at("state").get<std::string>();
         state.frame = time.at("frame").get<std::uint64_t>();
+        state.isAtLimit = state.state == "standing" && time.at("budget_ms") == 0;
         for (const Json& one : time.at("waiting_for"))
             state.waitingFor += (state.waitingFor.empty() ? "" : ", ") + waitText(one);
         for (const Json& error : time.at("errors"))

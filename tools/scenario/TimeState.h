@@ -13,6 +13,7 @@ namespace cabinaudio::tool::scenario {
 struct TimeState {
     std::string state;
     std::uint64_t frame = 0;
+    bool isAtLimit = false;         // stands because it was told to
     std::string waitingFor;         // names with their reasons, for people
     std::vector<TimeError> errors;  // their part is 0
 };

@@ -21,7 +21,8 @@ json decibelsOf(float factor) {
 
 }  // namespace
 
-ChangeList::ChangeList(const Settings& settings) : mSettings(settings), mBefore(jsonOf(*settings)) {}
+ChangeList::ChangeList(const Settings& settings)
+    : mSettings(settings), mBefore(jsonOf(*settings)) {}
 
 void ChangeList::settingsChanged(std::uint64_t frame) {
     json now = jsonOf(*mSettings);
@@ -46,13 +47,16 @@ json ChangeList::describe(const std::vector<std::shared_ptr<StreamRecord>>& stre
     std::vector<json> changes = mChanges;
     for (const auto& stream : streams) {
         for (const StreamChange& change : stream->changes)
-            changes.push_back({{"frame", change.outputFrame},
-                               {"what", change.what},
-                               {"stream", stream->name},
-                               {"tag", AudioTypes::getTag(static_cast<AudioTagType>(stream->tag))}});
+            changes.push_back(
+                {{"frame", change.outputFrame},
+                 {"what", change.what},
+                 {"stream", stream->name},
+                 {"tag", AudioTypes::getTag(static_cast<AudioTagType>(stream->tag))}});
     }
     std::stable_sort(changes.begin(), changes.end(), [](const json& left, const json& right) {
-        const auto frame = [](const json& change) { return change.at("frame").get<std::uint64_t>(); };
+        const auto frame = [](const json& change) {
+            return change.at("frame").get<std::uint64_t>();
+        };
         if (frame(left) != frame(right)) return frame(left) < frame(right);
         const auto isOfStream = [](const json& change) { return change.contains("stream"); };
         if (!isOfStream(left) || !isOfStream(right)) return isOfStream(left) < isOfStream(right);

@@ -25,8 +25,8 @@ public:
     void ducked(std::uint64_t frame, float factor, const std::string& prompt);
 
     /// With the changes of the streams, in the order of the frames.
-    [[nodiscard]] nlohmann::json describe(
-        const std::vector<std::shared_ptr<StreamRecord>>& streams, std::uint32_t rate) const;
+    [[nodiscard]] nlohmann::json describe(const std::vector<std::shared_ptr<StreamRecord>>& streams,
+                                          std::uint32_t rate) const;
 
 private:
     const Settings& mSettings;

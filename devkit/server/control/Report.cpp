@@ -303,7 +303,8 @@ json reportOf(const Reported& reported) {
         json stream = describeRecord(*record);
         if (reported.timeOptions.isOwned()) stream.erase("process");
         if (!record->stem.empty()) stream["stem"] = record->stem;
-        stream["started_at_frame"] = record->startedAtFrame ? json(*record->startedAtFrame) : json();
+        stream["started_at_frame"] =
+            record->startedAtFrame ? json(*record->startedAtFrame) : json();
         stream["segments"] = describeSegments(*record);
         result["streams"].push_back(std::move(stream));
     }

@@ -60,26 +60,20 @@ std::string at(const Commands& commands, TimeLine& time, const std::string& argu
 }  // namespace
 
 void addTimeCommands(Commands& commands, TimeLine& time) {
-    commands.addLater("time run", [&time](const std::string& argument, const Commands::Later& later) {
-        if (const auto ms = numberOf(argument))
-            time.run(*ms, later);
-        else
-            later("error: time run MS");
-    });
-    commands.addLater("time settle", [&time](const std::string& argument,
-                                             const Commands::Later& later) {
-        if (argument.empty())
-            time.settle(later);
-        else
-            later("error: time settle takes no argument");
-    });
-    commands.addLater("time until", [&time](const std::string& argument,
-                                            const Commands::Later& later) {
-        if (argument.empty())
-            later("error: time until NAME");
-        else
-            time.until(argument, later);
-    });
+    commands.addLater("time run",
+                      [&time](const std::string& argument, const Commands::Later& later) {
+                          if (const auto ms = numberOf(argument))
+                              time.run(*ms, later);
+                          else
+                              later("error: time run MS");
+                      });
+    commands.addLater("time settle",
+                      [&time](const std::string& argument, const Commands::Later& later) {
+                          if (argument.empty())
+                              time.settle(later);
+                          else
+                              later("error: time settle takes no argument");
+                      });
     // Later, so that none of these can be run at a time.
     const auto add = [&commands](const char* words, Commands::Handler handler) {
         commands.addLater(words, [handler = std::move(handler)](const std::string& argument,
@@ -92,14 +86,14 @@ void addTimeCommands(Commands& commands, TimeLine& time) {
         return argument.empty() ? time.go() : "error: time go takes no argument";
     });
     add("time await", [&time](const std::string& argument) { return await(time, argument); });
+    add("time until", [&time](const std::string& argument) { return time.until(argument); });
     add("time hold", [&time](const std::string& argument) { return hold(time, argument); });
     add("time", [&time](const std::string& argument) {
         return argument.empty() ? textOf(time.describe())
                                 : "error: time [run|stop|go|await|hold|settle]";
     });
-    add("at", [&commands, &time](const std::string& argument) {
-        return at(commands, time, argument);
-    });
+    add("at",
+        [&commands, &time](const std::string& argument) { return at(commands, time, argument); });
 }
 
 }  // namespace cabinaudio::server

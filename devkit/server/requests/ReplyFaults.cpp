@@ -11,7 +11,7 @@ namespace cabinaudio::server {
 namespace {
 
 // Connection types are small numbers; those without operations have empty tables.
-constexpr int CONNECT_TYPES = 64;
+constexpr int CONNECT_TYPES = AUDIO_CONNECT_UNKNOWN;
 
 bool isRequest(const std::string& name) {
     for (int type = 0; type < CONNECT_TYPES; ++type) {

@@ -33,8 +33,8 @@ void StreamRing::consume(const View& view, std::size_t frames) {
     ring().updateReadOffset(static_cast<unsigned>(offset == size() ? 0 : offset));
 }
 
-/// The flag is taken back before the post: a writer that sets the flag later sees the space that was
-/// freed before, and needs no post.
+/// The flag is taken back before the post: a writer that sets the flag later sees the space that
+/// was freed before, and needs no post.
 void StreamRing::wakeWriter() {
     wire::RingHeader& shared = header();
     if (std::atomic_ref(shared.wait).exchange(0, std::memory_order_seq_cst) == 0) return;

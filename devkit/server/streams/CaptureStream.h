@@ -149,8 +149,8 @@ private:
     bool mIsRingKnown = false;        // the client has asked for its address
     AudioStreamState mState = IDLE;
     std::int32_t mVolume = FULL_VOLUME;
-    std::unique_ptr<InputSource> mInput;             // while started
-    std::unique_ptr<FrameEncoder> mEncoder;          // while started
+    std::unique_ptr<InputSource> mInput;     // while started
+    std::unique_ptr<FrameEncoder> mEncoder;  // while started
     bool mIsHeld = false;
     std::uint32_t mStarts = 0;
     std::uint64_t mPeriods = 0;                      // recorded since the start

@@ -19,9 +19,9 @@
 
 namespace cabinaudio::server {
 
-/// Sums the active streams and passes the sum to the output. It has no clock: a TimeLine decides when
-/// a period is mixed and how long the period is. Streams are added in the order of tag and name,
-/// because sums of floats in another order differ in the last bit.
+/// Sums the active streams and passes the sum to the output. It has no clock: a TimeLine decides
+/// when a period is mixed and how long the period is. Streams are added in the order of tag and
+/// name, because sums of floats in another order differ in the last bit.
 class Mixer {
 public:
     struct Counters {
@@ -101,13 +101,13 @@ private:
     OutputFormat mFormat;
     float mLargest;
     Counters mCounters;
-    bool mAreSettingsDue = false;  // gains must be computed again
+    bool mAreSettingsDue = false;         // gains must be computed again
     std::vector<PlaybackStream*> mOrder;  // of the sum; as old as the gains
     Ducking mDucking;
     bool mEndsPeriod = true;                   // the frames being mixed do
     std::optional<std::string> mPeriodPrompt;  // heard in this period so far
     std::size_t mPeriodFrames = 0;             // of this period so far
-    std::string mPrompt;  // the last one; empty while mDucking has none
+    std::string mPrompt;                       // the last one; empty while mDucking has none
     LoadMeter mLoad;
     LoudspeakerPath mLoudspeakers;
     std::vector<float> mMix;

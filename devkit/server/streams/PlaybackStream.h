@@ -112,8 +112,8 @@ public:
     [[nodiscard]] bool isDry() const { return mTail != Tail::None; }
     /// Whether the rest has been played.
     [[nodiscard]] bool isDrained() const { return mTail == Tail::Drained; }
-    /// Whether a stop now could not be heard: the stream has ended, or its client, which has no way to
-    /// announce the end, sees that all was played.
+    /// Whether a stop now could not be heard: the stream has ended, or its client, which has no way
+    /// to announce the end, sees that all was played.
     [[nodiscard]] bool isOver() const {
         return mIsEnded || isDrained() ||
                (mRecord->tag == AUDIO_TAG_ALTERNATIVE && mHasSounded && queuedFrames() == 0);

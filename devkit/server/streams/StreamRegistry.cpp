@@ -62,10 +62,11 @@ void StreamRegistry::add(Client& client, const wire::CreateRequest& request,
     auto stem = makeStem(*record);
     mStreams.push_back(std::make_unique<PlaybackStream>(
         mLoop, client,
-        PlaybackStream::Parts{record, std::move(ring), std::move(makeAnother), std::move(stem),
-                              mSettings.outputRate, mSettings.outputChannels,
-                              [this] { return mSettings.outputFrame ? mSettings.outputFrame() : 0; },
-                              [this] { mOnChange(); }}));
+        PlaybackStream::Parts{
+            record, std::move(ring), std::move(makeAnother), std::move(stem), mSettings.outputRate,
+            mSettings.outputChannels,
+            [this] { return mSettings.outputFrame ? mSettings.outputFrame() : 0; },
+            [this] { mOnChange(); }}));
     offerRing(*mStreams.back());
     if (mSettings.keepsRecords) mRecords.push_back(std::move(record));
     log::info("%s plays %s", client.title().c_str(), format.text().c_str());

@@ -48,7 +48,8 @@ const Agenda::Start* Agenda::firstStart(const std::string& name) const {
 }
 
 void Agenda::startedOrGivenUp(const std::string& name) {
-    if (const Start* start = firstStart(name)) mStarts.erase(mStarts.begin() + (start - &mStarts[0]));
+    if (const Start* start = firstStart(name))
+        mStarts.erase(mStarts.begin() + (start - &mStarts[0]));
 }
 
 bool Agenda::isAwaited(const std::string& name) const {

@@ -33,6 +33,7 @@ public:
     /// Whether the first awaited start of this name comes after `frame`.
     [[nodiscard]] bool isEarly(const std::string& name, std::uint64_t frame) const;
 
+    [[nodiscard]] bool hasCommands() const { return !mCommands.empty(); }
     [[nodiscard]] bool isCommandDue(std::uint64_t frame) const;
     /// The first command. Only if one is due.
     [[nodiscard]] Command takeCommand();

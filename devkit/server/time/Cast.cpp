@@ -49,7 +49,7 @@ Need lettingGo(const Stream& stream, const std::string& title, std::chrono::mill
 
 bool Cast::isOtherAudible(const Seen& seen) const {
     return std::any_of(mSeen.begin(), mSeen.end(), [&](const auto& item) {
-        return &item.second != &seen && item.second.isThere && item.second.isAudible;
+        return &item.second != &seen && item.second.isAudible;  // as of the last look
     });
 }
 
@@ -174,8 +174,7 @@ Need Cast::dataNeed(const PlaybackStream& stream, std::size_t needed) const {
             handle,
             queued,
             "stream " + quoted(name) + " was started and writes nothing" +
-                forBound(mOptions.patience) +
-                format(" (%zu of %zu frames queued)", queued, needed),
+                forBound(mOptions.patience) + format(" (%zu of %zu frames queued)", queued, needed),
             mOptions.patience};
 }
 
@@ -232,18 +231,27 @@ void Cast::askWriters() {
         stream->wakeWriter();
 }
 
+std::vector<Need> Cast::writing() {
+    std::vector<Need> needs;
+    for (const auto& stream : mStreams.streams()) {
+        const std::uint32_t handle = stream->client().handle();
+        if (stream->isSettled())
+            mExcused.erase(handle);
+        else if (mExcused.count(handle) == 0)
+            needs.push_back({keyOf("write", handle) + " " + std::to_string(stream->queuedFrames()),
+                             stream->record().name, "settling", handle, stream->queuedFrames(), "",
+                             QUIET});
+    }
+    return needs;
+}
+
 /// A need's key contains the fill level, so that each change begins a new wait.
 std::vector<Need> Cast::unsettled() const {
     std::vector<Need> needs;
     const auto add = [&](const char* kind, const auto& stream, std::size_t queued, bool isRing) {
         const std::uint32_t handle = stream.client().handle();
-        needs.push_back({keyOf(kind, handle) + " " + std::to_string(queued),
-                         stream.client().name(),
-                         "settling",
-                         handle,
-                         queued,
-                         "",
-                         isRing ? mOptions.patience : QUIET});
+        needs.push_back({keyOf(kind, handle) + " " + std::to_string(queued), stream.client().name(),
+                         "settling", handle, queued, "", isRing ? mOptions.patience : QUIET});
     };
     for (const auto& stream : mStreams.streams()) {
         if (stream->isLettingGo() || !stream->isSettled())

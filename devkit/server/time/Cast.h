@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -24,7 +25,7 @@ public:
         bool endsPeriod;     // captures record at its end
     };
     struct Readiness {
-        std::size_t ready = 0;  // streams that take part and have what they need
+        std::size_t ready = 0;     // streams that take part and have what they need
         bool isAnyParked = false;  // a started stream takes no part before a later frame
         std::vector<Need> needs;
     };
@@ -32,7 +33,7 @@ public:
     struct Event {
         enum class Kind { Started, Stopped, Gone } kind;
         std::string name;
-        bool isAudible;    // of others at that time: whether any is
+        bool isAudible;  // of others at that time: whether any is
     };
 
     Cast(const StreamRegistry& streams, const CaptureRegistry& captures, const TimeOptions& options)
@@ -57,6 +58,10 @@ public:
     void askWriters();
     /// Who may still change what is queued.
     [[nodiscard]] std::vector<Need> unsettled() const;
+    /// Who may still write, of those whose writers have waited so far.
+    [[nodiscard]] std::vector<Need> writing();
+    /// This client's writer does not wait when its ring is full.
+    void excuse(std::uint32_t handle) { mExcused.insert(handle); }
     /// Wakes all waiting clients, so that their waits begin anew.
     void wakeAll();
 
@@ -83,6 +88,7 @@ private:
     const StreamRegistry& mStreams;
     const CaptureRegistry& mCaptures;
     const TimeOptions& mOptions;
+    std::set<std::uint32_t> mExcused;     // handles
     std::map<std::uint32_t, Seen> mSeen;  // by the client's handle
 };
 

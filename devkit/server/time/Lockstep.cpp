@@ -21,9 +21,12 @@ using std::chrono::milliseconds;
 // Limits one turn: other handlers wait for the event loop.
 constexpr int PARTS_AT_ONCE = 16;
 
-// Waits are looked at so often. No notification tells that a writer begins to wait.
+// Waits are looked at so often. No notification tells that a writer begins to wait: that is looked
+// for more often at first.
 constexpr milliseconds TICK{10};
 constexpr milliseconds SETTLING_TICK{2};
+constexpr std::chrono::microseconds FIRST_TICK{200};
+constexpr int FIRST_LOOKS = 25;
 
 // After a pause of this process its clients need their time, so a tick counts no more than this.
 constexpr milliseconds LONGEST_TICK{50};
@@ -81,9 +84,10 @@ void Lockstep::turn() {
 Lockstep::Step Lockstep::advance() {
     look();
     mWaits.release();
+    mIsSettling = false;
     if (isHolding()) return Step::Rest;
     answerRun();
-    answerFinished();
+    if (!mUntil.empty() && hasFinished(mUntil)) mLimit = mFrame;
     if (isAtLimit()) {
         mState = State::Standing;
         return Step::Rest;
@@ -104,13 +108,17 @@ bool Lockstep::isHolding() {
     }
     mState = State::Holding;
     const auto bound = mOptions.patience;
-    (void)mWaits.require(Waits::Stage::Start,
-                         {{"hold", "", "hold", 0, {},
-                           format("waited %lld ms for %u stream%s to be started (%zu %s)",
-                                  static_cast<long long>(bound.count()), mOptions.hold,
-                                  mOptions.hold == 1 ? "" : "s", started,
-                                  started == 1 ? "is" : "are"),
-                           bound}});
+    (void)mWaits.require(
+        Waits::Stage::Start,
+        {{"hold",
+          "",
+          "hold",
+          0,
+          {},
+          format("waited %lld ms for %u stream%s to be started (%zu %s)",
+                 static_cast<long long>(bound.count()), mOptions.hold,
+                 mOptions.hold == 1 ? "" : "s", started, started == 1 ? "is" : "are"),
+          bound}});
     return true;
 }
 
@@ -122,11 +130,15 @@ bool Lockstep::isStartAwaited() {
             mAgenda.startedOrGivenUp(start.name);
             continue;
         }
-        needs.push_back({"start " + start.name, start.name, "start", 0, {},
-                         format("waited %lld ms for the start of ",
-                                static_cast<long long>(bound.count())) +
-                             quoted(start.name),
-                         bound});
+        needs.push_back(
+            {"start " + start.name,
+             start.name,
+             "start",
+             0,
+             {},
+             format("waited %lld ms for the start of ", static_cast<long long>(bound.count())) +
+                 quoted(start.name),
+             bound});
     }
     return mWaits.require(Waits::Stage::Start, needs);
 }
@@ -143,8 +155,7 @@ Lockstep::Step Lockstep::runCommand() {
     look();
     mIsActing = false;
     static constexpr std::string_view ERROR = "error: ";
-    if (answer.starts_with(ERROR))
-        fail(quoted(command.line) + ": " + answer.substr(ERROR.size()));
+    if (answer.starts_with(ERROR)) fail(quoted(command.line) + ": " + answer.substr(ERROR.size()));
     return Step::Later;
 }
 
@@ -165,15 +176,28 @@ Lockstep::Step Lockstep::pass() {
         if (mMixer.isOver()) mMixer.discardHeld();
         return Step::Rest;
     }
+    if (!areWritersWaiting()) {
+        mState = State::Waiting;
+        return Step::Rest;
+    }
     mState = State::Passing;
     mix(part);
     return Step::Again;
 }
 
+/// A writer that is late fills its ring in other pieces than a writer that waits. So where a
+/// command may find the rings, all writers wait whenever frames are taken.
+bool Lockstep::areWritersWaiting() {
+    if (!mAgenda.hasCommands() && mOptions.mode != TimeMode::Stepped) return true;
+    if (std::exchange(mTakenAt, mFrame) != mFrame) mCast.askWriters();
+    mIsSettling = mWaits.require(Waits::Stage::Writing, mCast.writing());
+    return !mIsSettling;
+}
+
 /// Without anybody who is ready.
 bool Lockstep::mayPassInSilence(bool isAnyParked) const {
     if (mLimit && (mRun || mOptions.mode == TimeMode::Stepped)) return true;
-    if (isAnyParked && mAgenda.next(mFrame)) return true;
+    if (isAnyParked && (mLimit || mAgenda.next(mFrame))) return true;
     return mStreams.streams().empty() && mMixer.heldFrames() > 0;
 }
 
@@ -192,6 +216,7 @@ Cast::Part Lockstep::nextPart() const {
 void Lockstep::mix(const Cast::Part& part) {
     mMixer.mix(part.frames, part.endsPeriod);
     mFrame += part.frames;
+    mLooks = 0;
     if (part.endsPeriod) mCast.record();
     for (const auto& stream : mStreams.streams())
         if (stream->isDry() && !stream->isDrained()) mDrainedAt[stream->client().handle()] = mFrame;
@@ -200,8 +225,7 @@ void Lockstep::mix(const Cast::Part& part) {
 // ---- What clients do ----------------------------------------------------------------------------
 
 void Lockstep::look() {
-    const bool isPassing =
-        mHasBegun && !isAtLimit() && !mIsActing && mOptions.isStrict;
+    const bool isPassing = mHasBegun && !isAtLimit() && !mIsActing && mOptions.isStrict;
     for (const Cast::Event& event : mCast.look(mAgenda, mFrame))
         if (isPassing && (event.isAudible || mRun)) complain(event);
 }
@@ -225,8 +249,7 @@ void Lockstep::complain(const Cast::Event& event) {
 
 void Lockstep::settingChanged(const std::string& request) {
     const bool isPassing = mHasBegun && !isAtLimit() && !mIsActing && mOptions.isStrict;
-    if (isPassing && (mCast.started() > 0 || mRun))
-        fail(request + " was called while time passes");
+    if (isPassing && (mCast.started() > 0 || mRun)) fail(request + " was called while time passes");
 }
 
 /// Whether no client can change what is queued. Looked at for a while: a writer that finds space
@@ -256,24 +279,16 @@ void Lockstep::answerRun() {
     if (mRun && mFrame >= mRun->end) endRun("ok");
 }
 
-void Lockstep::answerFinished() {
-    const auto isUnderWay = [this](const Finish& one) { return !hasFinished(one.stream); };
-    const auto first = std::stable_partition(mFinishes.begin(), mFinishes.end(), isUnderWay);
-    if (first == mFinishes.end()) return;
-    mLimit = mFrame;
-    const std::vector<Finish> over(first, mFinishes.end());
-    mFinishes.erase(first, mFinishes.end());
-    for (const Finish& one : over)
-        one.later("ok");
-}
-
 /// Whether a stream of this name has come to its end at least once.
 bool Lockstep::hasFinished(const std::string& name) const {
     const auto& streams = mStreams.streams();
     const bool isAlive =
         std::any_of(streams.begin(), streams.end(),
                     [&](const auto& stream) { return stream->record().name == name; });
-    const auto isEnd = [](const StreamChange& one) { return one.what == std::string_view("end"); };
+    const auto isEnd = [](const StreamChange& one) {
+        const std::string_view what = one.what;
+        return what == "end" || what == "stop" || what == "removed";
+    };
     const auto& records = mStreams.records();
     return std::any_of(records.begin(), records.end(), [&](const auto& record) {
         const auto& changes = record->changes;
@@ -297,16 +312,20 @@ bool Lockstep::isHeldUp() const {
 }
 
 void Lockstep::updateTick() {
-    const bool isSettling =
-        !mSettling.empty() || (mAgenda.isCommandDue(mFrame) && mHasBegun && !isAtLimit());
+    const bool isSettling = mIsSettling || !mSettling.empty() ||
+                            (mAgenda.isCommandDue(mFrame) && mHasBegun && !isAtLimit());
     const bool isNeeded = isSettling || (mWaits.isWaiting() && isHeldUp());
-    if (isNeeded == mIsTicking) return;
-    mIsTicking = isNeeded;
-    mLastTick = std::chrono::steady_clock::now();
-    if (isNeeded)
-        mTick.every(isSettling ? SETTLING_TICK : TICK);
+    if (!isNeeded) {
+        if (std::exchange(mIsTicking, false)) mTick.stop();
+        return;
+    }
+    if (!std::exchange(mIsTicking, true)) mLastTick = std::chrono::steady_clock::now();
+    if (!isSettling)
+        mTick.once(TICK);
+    else if (++mLooks <= FIRST_LOOKS)
+        mTick.once(FIRST_TICK);
     else
-        mTick.stop();
+        mTick.once(SETTLING_TICK);
 }
 
 void Lockstep::tick() {
@@ -317,13 +336,13 @@ void Lockstep::tick() {
         for (const Need& need : mWaits.count(std::min(elapsed, LONGEST_TICK)))
             giveUp(need);
     }
-    mIsTicking = false;  // the interval may change
     turn();
 }
 
 void Lockstep::giveUp(const Need& need) {
     if (need.why == std::string_view("hold")) mHasBegun = true;
     if (need.why == std::string_view("start")) mAgenda.startedOrGivenUp(need.name);
+    if (need.why == std::string_view("settling")) mCast.excuse(need.handle);
     if (need.complaint.empty()) {
         if (need.why == std::string_view("data")) {
             mDrainedAt[need.handle] = mFrame;
@@ -332,7 +351,8 @@ void Lockstep::giveUp(const Need& need) {
         return;
     }
     fail(need.complaint);
-    endRun("error: " + need.complaint + format(", at %llu ms", static_cast<unsigned long long>(ms())));
+    endRun("error: " + need.complaint +
+           format(", at %llu ms", static_cast<unsigned long long>(ms())));
 }
 
 /// The library's waits for data and space end after a while; each wake-up begins them anew.
@@ -381,9 +401,10 @@ std::string Lockstep::stop(std::optional<Milliseconds> ms) {
     return "ok";
 }
 
-void Lockstep::until(const std::string& name, const Later& later) {
-    mFinishes.push_back({name, later});
+std::string Lockstep::until(const std::string& name) {
+    mUntil = name;
     update();
+    return "ok";
 }
 
 std::string Lockstep::go() {
@@ -427,8 +448,6 @@ void Lockstep::end() {
     endRun("error: the server ends");
     for (const Later& later : std::exchange(mSettling, {}))
         later("error: the server ends");
-    for (const Finish& one : std::exchange(mFinishes, {}))
-        one.later("error: the server ends");
 }
 
 nlohmann::json Lockstep::describe() const {

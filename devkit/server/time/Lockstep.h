@@ -50,7 +50,7 @@ public:
     std::string await(const std::string& name, std::optional<Milliseconds> ms) override;
     std::string hold(std::uint32_t streams) override;
     void settle(const Later& later) override;
-    void until(const std::string& name, const Later& later) override;
+    std::string until(const std::string& name) override;
     std::string at(Milliseconds ms, const std::string& command) override;
 
 private:
@@ -66,17 +66,13 @@ private:
         Later later;
     };
 
-    struct Finish {
-        std::string stream;
-        Later later;
-    };
-
     void turn();
     [[nodiscard]] Step advance();
     [[nodiscard]] bool isHolding();
     [[nodiscard]] bool isStartAwaited();
     [[nodiscard]] Step runCommand();
     [[nodiscard]] Step pass();
+    [[nodiscard]] bool areWritersWaiting();
     [[nodiscard]] bool mayPassInSilence(bool isAnyParked) const;
     [[nodiscard]] Cast::Part nextPart() const;
     void mix(const Cast::Part& part);
@@ -86,7 +82,6 @@ private:
     [[nodiscard]] bool isSettled();
     void answerSettled();
     void answerRun();
-    void answerFinished();
     [[nodiscard]] bool hasFinished(const std::string& name) const;
     void endRun(const std::string& answer);
 
@@ -118,14 +113,17 @@ private:
     std::optional<std::uint64_t> mLimit;  // frame at which time stands; empty for none
     std::optional<Run> mRun;
     std::vector<Later> mSettling;
-    std::vector<Finish> mFinishes;
+    std::string mUntil;  // stream after which time stands; empty for none
+    std::optional<std::uint64_t> mTakenAt;  // the same, for the next frames
     std::optional<std::uint64_t> mAskedAt;  // frame at which the writers were asked to wait again
     std::optional<std::chrono::steady_clock::time_point> mSettledSince;
     std::map<std::uint32_t, std::uint64_t> mDrainedAt;  // frame, by the client's handle
     std::vector<Error> mErrors;
     bool mIsPosted = false;
-    Timer mTick;  // ticks while time waits
+    Timer mTick;  // while time waits
     bool mIsTicking = false;
+    bool mIsSettling = false;  // time waits for something that nobody tells
+    int mLooks = 0;            // since time has passed
     std::chrono::steady_clock::time_point mLastTick;
     Timer mNudge;
     std::uint64_t mNudgedFrame = 0;

@@ -33,8 +33,8 @@ void TimeLine::settle(const Later& later) {
     later(NOT_OWNED);
 }
 
-void TimeLine::until(const std::string&, const Later& later) {
-    later(NOT_OWNED);
+std::string TimeLine::until(const std::string&) {
+    return NOT_OWNED;
 }
 
 std::string TimeLine::at(Milliseconds, const std::string&) {

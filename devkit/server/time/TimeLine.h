@@ -47,9 +47,10 @@ public:
     virtual std::string hold(std::uint32_t streams);
     /// Answers once no stream can write more before time passes.
     virtual void settle(const Later& later);
-    /// Lets time stand once a stream of this name has been played to its end or is gone, and
-    /// answers then.
-    virtual void until(const std::string& name, const Later& later);
+    /// Lets time stand for good once a playback stream of this name has been played to its end,
+    /// was stopped or is gone. Streams that are gone are known from the records for the report.
+    /// @param name  empty: no longer
+    virtual std::string until(const std::string& name);
     /// Runs a command of the control socket when time is at `ms`.
     virtual std::string at(Milliseconds ms, const std::string& command);
 };

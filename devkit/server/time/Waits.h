@@ -15,12 +15,12 @@ namespace cabinaudio::server {
 
 /// Something that must happen before time passes.
 struct Need {
-    std::string key;     // distinguishes the needs of one stage
-    std::string name;    // of the stream; empty when any stream will do
-    const char* why;     // for programs
-    std::uint32_t handle = 0;            // of the stream's client; 0 when it does not exist
-    std::optional<std::size_t> queued;   // frames in the stream's ring
-    std::string complaint;               // when it has not happened in time; empty: that is no error
+    std::string key;                    // distinguishes the needs of one stage
+    std::string name;                   // of the stream; empty when any stream will do
+    const char* why;                    // for programs
+    std::uint32_t handle = 0;           // of the stream's client; 0 when it does not exist
+    std::optional<std::size_t> queued;  // frames in the stream's ring
+    std::string complaint;              // when it has not happened in time; empty: that is no error
     std::chrono::milliseconds bound{0};  // real time
 };
 
@@ -29,7 +29,7 @@ struct Need {
 class Waits {
 public:
     /// Needs that are looked for together.
-    enum class Stage : std::uint8_t { Start, Settling, Streams };
+    enum class Stage : std::uint8_t { Start, Settling, Streams, Writing };
 
     /// Nothing is waited for, until require() is called again.
     void release();

@@ -26,6 +26,7 @@ from ._checks import (
 )
 from ._program import Program, launch
 from ._result import CheckError, Result, Sound, TimeError, read_sound
+from ._scenario import ScenarioError, run_scenario
 from ._server import Server, ServerError
 from ._sounds import silence, tone, write_wav
 
@@ -34,6 +35,7 @@ __all__ = [
     "HeardError",
     "Program",
     "Result",
+    "ScenarioError",
     "Server",
     "ServerError",
     "Sound",
@@ -50,6 +52,7 @@ __all__ = [
     "judge",
     "launch",
     "read_sound",
+    "run_scenario",
     "silence",
     "tone",
     "write_wav",

@@ -10,7 +10,7 @@ LIC_FILES_CHKSUM = "file://LICENSE;md5=3b83ef96387f14655fc854ddc3c6bd57"
 inherit externalsrc
 EXTERNALSRC = "${@os.path.abspath(d.getVar('THISDIR') + '/../../../..')}"
 
-inherit cmake pkgconfig
+inherit cmake pkgconfig python3native
 
 # Layers that have Android's log library name its recipe here; without it one that writes to stderr
 # is built and installed beside the library.
@@ -27,10 +27,13 @@ PACKAGECONFIG[testing] = "-DCABINAUDIO_BUILD_TESTING_KIT=ON,-DCABINAUDIO_BUILD_T
 PACKAGECONFIG[alsa] = "-DCABINAUDIO_BUILD_ALSA=ON,-DCABINAUDIO_BUILD_ALSA=OFF,alsa-lib"
 PACKAGECONFIG[gstreamer] = "-DCABINAUDIO_BUILD_GSTREAMER=ON,-DCABINAUDIO_BUILD_GSTREAMER=OFF,gstreamer1.0 gstreamer1.0-plugins-base"
 
+# The Python package. Its modules are for the version of python3-native.
+PACKAGECONFIG[python] = "-DCABINAUDIO_PYTHON=ON -DCABINAUDIO_PYTHON_EXECUTABLE=${STAGING_BINDIR_NATIVE}/python3-native/python3 -DCABINAUDIO_PYTHON_INCLUDE_DIR=${STAGING_INCDIR}/${PYTHON_DIR} -DCABINAUDIO_PYTHON_DIR=lib/${PYTHON_DIR}/site-packages,-DCABINAUDIO_PYTHON=OFF,python3 python3-native python3-pybind11,python3-core"
+
 EXTRA_OECMAKE = "-DCABINAUDIO_BUILD_PLUGINS=ON -DCABINAUDIO_BUILD_TESTS=OFF -DCABINAUDIO_BUILD_BENCH=OFF"
 
 # In this order: the plug-in's elements lie beside the development kit's libraries.
-PACKAGE_BEFORE_PN = "${PN}-tools ${PN}-gstreamer ${PN}-devkit ${PN}-alsa"
+PACKAGE_BEFORE_PN = "${PN}-tools ${PN}-gstreamer ${PN}-devkit ${PN}-alsa ${PN}-python"
 FILES:${PN} = "${libdir}/libcabinaudio.so.* ${libdir}/libcabinaudio-log.so.*"
 FILES:${PN}-dev = "${includedir} ${libdir}/libcabinaudio.so ${libdir}/cmake ${libdir}/pkgconfig"
 FILES:${PN}-staticdev = "${libdir}/libcabinaudio_testing.a"
@@ -40,5 +43,6 @@ FILES:${PN}-gstreamer = "${libdir}/gstreamer-1.0 ${libdir}/cabinaudio/libcabinau
 FILES:${PN}-devkit = "${bindir}/cabinaudio-run ${bindir}/cabinaudio-server ${libdir}/cabinaudio \
     ${libdir}/alsa-lib/*cabinaudio*devkit.so ${datadir}/alsa/alsa.conf.d/51-cabinaudio-devkit.conf"
 FILES:${PN}-alsa = "${libdir}/alsa-lib ${datadir}/alsa"
+FILES:${PN}-python = "${libdir}/python*"
 
 BBCLASSEXTEND = "native nativesdk"

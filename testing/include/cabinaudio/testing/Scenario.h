@@ -26,7 +26,7 @@ void PrintTo(const ScenarioResult& result, std::ostream* out);
 
 /// Runs a scenario file with `cabinaudio scenario`, which is CABINAUDIO_TOOL of the environment or
 /// in PATH. The scenario has servers of its own.
-/// @param directory  for its files; must exist
+/// @param directory  in which a directory for its files is made; must exist
 /// @throws Failure when the tool cannot be started, or the bound is over
 [[nodiscard]] ScenarioResult runScenario(const std::string& file, const std::string& directory,
                                          std::chrono::milliseconds bound = std::chrono::minutes(2));
