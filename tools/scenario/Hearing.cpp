@@ -6,6 +6,7 @@
 #include "devkit/hear/Picture.h"
 #include "devkit/hear/Recording.h"
 
+#include <filesystem>
 #include <map>
 #include <optional>
 
@@ -15,6 +16,8 @@ namespace {
 
 std::optional<hear::Recording> recorded(const PartFiles& files, std::string& fault) {
     try {
+        // A crashed server has left no report, and stems whose headers may be old.
+        if (!std::filesystem::exists(files.report)) return hear::readRecording(files.heard);
         return hear::readRecording(files.heard, files.report, files.stems);
     } catch (const hear::Error& error) {
         fault = error.what();
