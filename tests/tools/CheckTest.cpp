@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cmath>
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <stdexcept>
 #include <thread>
@@ -150,6 +151,7 @@ TEST_F(Check, JunitHasACaseForEachCheck) {
 
 #ifdef CABINAUDIO_TEST_CAIRO
 TEST_F(Check, DrawsAPictureAndTellsWhere) {
+    setenv("LSAN_OPTIONS", "suppressions=" CABINAUDIO_TEST_LEAK_SUPPRESSIONS, 1);
     const std::string junit = file("checks.xml");
     const std::string picture = file("heard.png");
     (void)check(5, {"level -20", "--junit", junit, "--picture", picture});
