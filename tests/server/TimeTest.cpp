@@ -177,7 +177,7 @@ TEST(TimeOptions, AreRefusedWithImpossibleValues) {
                 HasSubstr("--tail must be less than --patience"));
     EXPECT_THAT(refusal(2, lockstep + "--await prompt@soon"), HasSubstr("prompt@soon"));
     EXPECT_THAT(refusal(2, lockstep + "--at crash"), HasSubstr("not MS:COMMAND: crash"));
-    EXPECT_THAT(refusal(2, "--output null --time slow"), HasSubstr("--time"));
+    EXPECT_THAT(refusal(2, "--output null --time slow"), HasSubstr("no such mode of time: slow"));
     EXPECT_THAT(refusal(1, lockstep + "--at 5:dance"), HasSubstr("--at 5:dance: no such command"));
 }
 
