@@ -477,6 +477,8 @@ TEST_F(StrictTime, NamesTheStreamThatIsStopped) {
 TEST_F(StrictTime, NamesTheStreamThatIsRemoved) {
     Player prompt("prompt", AUDIO_TAG_AUXILIARY, STEREO);
     mMusic.reset();
+    const auto isNoticed = [this] { return time().at("errors").size() == 2; };
+    EXPECT_TRUE(eventually(isNoticed, std::chrono::minutes(1)));
     EXPECT_THAT(errors(), ::testing::Contains(
                               "time: stream \"music\" was removed while time passes, at 96 ms"));
 }
