@@ -15,7 +15,6 @@
 
 #include <charconv>
 #include <cstdio>
-#include <map>
 #include <optional>
 #include <sstream>
 #include <string_view>
@@ -117,16 +116,15 @@ void describeEvents(CLI::App& app, TimeOptions& time) {
 }
 
 void describeTime(CLI::App& app, TimeOptions& time) {
-    app.add_option("--time", time.mode,
-                   "Time passes by the clock: real, the default; as fast as clients write: fast; "
-                   "when everybody who plays or records is ready: lockstep; as lockstep, but only "
-                   "as far as commands say: stepped (all but real: wav and null only)")
+    app.add_option_function<std::string>(
+           "--time", [&time](const std::string& name) { time.mode = *timeModeOf(name); },
+           "How time passes. real, the default: by the clock; fast: as fast as clients write; "
+           "lockstep: when everybody who plays or records is ready; stepped: as lockstep, but only "
+           "as far as commands say (all but real: wav and null only)")
         ->type_name("MODE")
-        ->transform(CLI::CheckedTransformer(
-            std::map<std::string, TimeMode>{{"real", TimeMode::Real},
-                                            {"fast", TimeMode::Fast},
-                                            {"lockstep", TimeMode::Lockstep},
-                                            {"stepped", TimeMode::Stepped}}));
+        ->check([](const std::string& name) {
+            return timeModeOf(name) ? "" : "no such mode of time: " + name;
+        });
     app.add_option("--hold", time.hold, "Time begins when N streams are started (0)")
         ->type_name("N")
         ->check(CLI::Range(0, 1000));

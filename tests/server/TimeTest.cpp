@@ -177,7 +177,7 @@ TEST(TimeOptions, AreRefusedWithImpossibleValues) {
                 HasSubstr("--tail must be less than --patience"));
     EXPECT_THAT(refusal(2, lockstep + "--await prompt@soon"), HasSubstr("prompt@soon"));
     EXPECT_THAT(refusal(2, lockstep + "--at crash"), HasSubstr("not MS:COMMAND: crash"));
-    EXPECT_THAT(refusal(2, "--output null --time slow"), HasSubstr("--time"));
+    EXPECT_THAT(refusal(2, "--output null --time slow"), HasSubstr("no such mode of time: slow"));
     EXPECT_THAT(refusal(1, lockstep + "--at 5:dance"), HasSubstr("--at 5:dance: no such command"));
 }
 
@@ -477,6 +477,8 @@ TEST_F(StrictTime, NamesTheStreamThatIsStopped) {
 TEST_F(StrictTime, NamesTheStreamThatIsRemoved) {
     Player prompt("prompt", AUDIO_TAG_AUXILIARY, STEREO);
     mMusic.reset();
+    const auto isNoticed = [this] { return time().at("errors").size() == 2; };
+    EXPECT_TRUE(eventually(isNoticed, std::chrono::minutes(1)));
     EXPECT_THAT(errors(), ::testing::Contains(
                               "time: stream \"music\" was removed while time passes, at 96 ms"));
 }

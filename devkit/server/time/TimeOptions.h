@@ -3,7 +3,9 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace cabinaudio::server {
@@ -59,6 +61,14 @@ constexpr const char* nameOf(TimeMode mode) {
             break;
     }
     return "stepped";
+}
+
+/// The mode of this name; empty if there is none.
+inline std::optional<TimeMode> timeModeOf(std::string_view name) {
+    for (const TimeMode mode :
+         {TimeMode::Real, TimeMode::Fast, TimeMode::Lockstep, TimeMode::Stepped})
+        if (name == nameOf(mode)) return mode;
+    return std::nullopt;
 }
 
 }  // namespace cabinaudio::server
