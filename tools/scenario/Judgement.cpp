@@ -96,7 +96,7 @@ private:
         if (mExpectedErrors.size() == mOutcome.errors.size())
             mJudgements.push_back({0, "time", true, "no error that was not expected"});
         for (std::size_t i = 0; i < mOutcome.errors.size(); ++i)
-            if (mExpectedErrors.count(i) == 0)
+            if (!mExpectedErrors.contains(i))
                 mJudgements.push_back({0, "time", false, mOutcome.errors[i].text});
     }
 

@@ -308,7 +308,7 @@ void LineReader::requireRising(const Moment& at) const {
 }
 
 void LineReader::requireProgram(const std::string& name) const {
-    if (mProgramLines.count(name) != 0) return;
+    if (mProgramLines.contains(name)) return;
     std::string known;
     for (const auto& [program, line] : mProgramLines)
         known += (known.empty() ? "" : ", ") + program;

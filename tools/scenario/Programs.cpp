@@ -38,7 +38,7 @@ bool Programs::update() {
 }
 
 bool Programs::hasEnded(const std::string& name) const {
-    return mEnds.count(name) != 0;
+    return mEnds.contains(name);
 }
 
 bool Programs::haveAllEnded() const {

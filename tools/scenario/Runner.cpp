@@ -13,6 +13,7 @@
 
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <csignal>
 #include <optional>
 #include <set>
@@ -265,9 +266,8 @@ private:
             if (const auto* exit = std::get_if<ExpectExit>(&one.what))
                 expected.insert(exit->program);
         const auto haveEnded = [&] {
-            for (const std::string& name : expected)
-                if (!mPrograms.hasEnded(name)) return false;
-            return true;
+            return std::all_of(expected.begin(), expected.end(),
+                               [&](const std::string& name) { return mPrograms.hasEnded(name); });
         };
         mPrograms.update();
         if (haveEnded()) return;

@@ -282,9 +282,9 @@ void Lockstep::answerRun() {
 /// Whether a stream of this name has come to its end at least once.
 bool Lockstep::hasFinished(const std::string& name) const {
     const auto& streams = mStreams.streams();
-    const bool isAlive =
-        std::any_of(streams.begin(), streams.end(),
-                    [&](const auto& stream) { return stream->record().name == name; });
+    const bool isAlive = std::any_of(streams.begin(), streams.end(), [&](const auto& stream) {
+        return stream->record().name == name;
+    });
     const auto isEnd = [](const StreamChange& one) {
         const std::string_view what = one.what;
         return what == "end" || what == "stop" || what == "removed";

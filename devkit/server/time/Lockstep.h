@@ -113,7 +113,7 @@ private:
     std::optional<std::uint64_t> mLimit;  // frame at which time stands; empty for none
     std::optional<Run> mRun;
     std::vector<Later> mSettling;
-    std::string mUntil;  // stream after which time stands; empty for none
+    std::string mUntil;                     // stream after which time stands; empty for none
     std::optional<std::uint64_t> mTakenAt;  // the same, for the next frames
     std::optional<std::uint64_t> mAskedAt;  // frame at which the writers were asked to wait again
     std::optional<std::chrono::steady_clock::time_point> mSettledSince;
