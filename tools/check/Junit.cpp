@@ -45,8 +45,8 @@ struct Counts {
 std::string suite(const std::string& file, const Counts& counts, const std::string& content) {
     const std::string numbers = " tests=\"" + std::to_string(counts.tests) + "\" failures=\"" +
                                 std::to_string(counts.failures) + "\" errors=\"" +
-                                std::to_string(counts.errors) + "\" skipped=\"0\"";
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites" + numbers +
+                                std::to_string(counts.errors) + R"(" skipped="0")";
+    return std::string(R"(<?xml version="1.0" encoding="UTF-8"?>)") + "\n<testsuites" + numbers +
            ">\n  <testsuite name=\"" + xml(file) + "\"" + numbers + ">\n" + content +
            "  </testsuite>\n</testsuites>\n";
 }
@@ -54,7 +54,7 @@ std::string suite(const std::string& file, const Counts& counts, const std::stri
 /// @param element  "failure", "error", or empty
 std::string testCase(const std::string& name, const char* element, const std::string& message) {
     const std::string begin =
-        "    <testcase classname=\"cabinaudio.check\" name=\"" + xml(name) + '"';
+        R"(    <testcase classname="cabinaudio.check" name=")" + xml(name) + '"';
     if (*element == '\0') return begin + "/>\n";
     return begin + ">\n      <" + element + " message=\"" + xml(message) + "\">" + xml(message) +
            "</" + element + ">\n    </testcase>\n";
