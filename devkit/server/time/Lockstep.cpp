@@ -50,7 +50,6 @@ Lockstep::Lockstep(EventLoop& loop, Mixer& mixer, const StreamRegistry& streams,
       mRunCommand(std::move(runCommand)),
       mRate(mixer.format().rate),
       mCast(streams, captures, mOptions),
-      mHasBegun(options.hold == 0),
       mTick(loop, [this](std::uint64_t) { tick(); }),
       mNudge(loop, [this](std::uint64_t) { nudge(); }) {
     if (mOptions.mode == TimeMode::Stepped) mLimit = 0;
@@ -99,12 +98,17 @@ Lockstep::Step Lockstep::advance() {
     return mAgenda.isCommandDue(mFrame) ? runCommand() : pass();
 }
 
-/// Whether too few streams are started. Once enough were, time has begun for good.
+/// Whether too few streams are started. Once enough were, time has begun for good. Without anybody
+/// it begins with a budget only, so that the commands of the first frame find streams.
 bool Lockstep::isHolding() {
     const std::size_t started = mCast.started();
-    if (mHasBegun || started >= mOptions.hold) {
+    if (mHasBegun || started >= std::max(mOptions.hold, 1U) || (mOptions.hold == 0 && mRun)) {
         mHasBegun = true;
         return false;
+    }
+    if (mOptions.hold == 0) {
+        mState = State::Standing;
+        return true;
     }
     mState = State::Holding;
     const auto bound = mOptions.patience;
@@ -427,7 +431,7 @@ std::string Lockstep::await(const std::string& name, std::optional<Milliseconds>
 std::string Lockstep::hold(std::uint32_t streams) {
     if (mFrame > 0) return tooLate();
     mOptions.hold = streams;
-    mHasBegun = streams == 0;
+    mHasBegun = false;
     update();
     return "ok";
 }
