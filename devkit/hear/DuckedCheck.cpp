@@ -65,7 +65,8 @@ public:
         if (result.why.empty() && (isLong ? !result.isHeardTogether : result.depths.empty())) {
             result.fault = prompt.begin;
             result.why =
-                '"' + mDucking.name + "\" cannot be measured during \"" + mDucking.prompt + '"';
+                '"' + mDucking.name + "\" cannot be measured during \"" + mDucking.prompt +
+                "\": it is too soft, or sounds like another stream";
         }
         return result;
     }

@@ -92,6 +92,8 @@ def write_scripts(page, directory):
     """The Python programs of a page. Returns their paths."""
     scripts = []
     for text in blocks(page, "python"):
+        if named_file(text) is not None:
+            continue  # a part of it; see Excerpts
         script = directory / re.match(r"# (\S+\.py)\n", text).group(1)
         script.write_text(text)
         scripts.append(script)

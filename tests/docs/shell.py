@@ -157,6 +157,7 @@ def _started_environment(directory, programs, home):
     if home is None:
         home = directory / ".home"
         home.mkdir()
+        (home / ".local").symlink_to(programs.parent)
     return clean_environment(
         PATH=f"{shims}:{programs}:{os.environ['PATH']}",
         HOME=home,
