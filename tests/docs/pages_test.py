@@ -92,7 +92,7 @@ def write_scripts(page, directory):
     """The Python programs of a page. Returns their paths."""
     scripts = []
     for text in blocks(page, "python"):
-        if named_file(text) is not None:
+        if named_file(text):
             continue  # a part of it; see Excerpts
         script = directory / re.match(r"# (\S+\.py)\n", text).group(1)
         script.write_text(text)
@@ -141,6 +141,8 @@ class Snippets(unittest.TestCase):
         for page in PAGES:
             terminal = "\n".join(blocks(page, "console"))
             for text in blocks(page, "python"):
+                if named_file(text):
+                    continue  # a part of it; see Excerpts
                 with self.subTest(page.name, program=text.splitlines()[0]):
                     name = re.match(r"# (\S+\.py)\n", text).group(1)
                     self.assertRegex(terminal, rf"\$ python3 .*\b{re.escape(name)}")
