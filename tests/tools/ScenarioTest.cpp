@@ -488,7 +488,7 @@ TEST_F(Scenario, OnlyDirectoriesOfScenariosAreUsedAgain) {
 
 TEST_F(Scenario, AFullDiskIsAFailure) {
     const Outcome result = play(1, "run p true\nexpect exit p 0\n", {"--junit", "/dev/full"});
-    EXPECT_EQ(result.err, "cabinaudio: cannot write /dev/full: No space left on device\n");
+    EXPECT_EQ(result.err, "cabinaudio: cannot write '/dev/full': No space left on device\n");
 }
 
 }  // namespace cabinaudio::test

@@ -63,10 +63,10 @@ ExitCode run(const CheckOptions& options, const CommonOptions& common) {
         report = checked(options, checks);
     } catch (const Failure& failure) {
         if (!options.junitFile.empty())
-            writeJunitError(options.junitFile, fileName(options), checks, failure.what());
+            writeJUnitError(options.junitFile, fileName(options), checks, failure.what());
         throw;
     }
-    if (!options.junitFile.empty()) writeJunit(options.junitFile, report);
+    if (!options.junitFile.empty()) writeJUnit(options.junitFile, report);
     printReport(report, common.json);
     return report.code();
 }

@@ -27,10 +27,10 @@ void printReport(const CheckReport& report, bool json);
 
 /// Writes a file for continuous integration: a suite for the sound, a case for each check.
 /// @throws Failure
-void writeJunit(const std::string& path, const CheckReport& report);
+void writeJUnit(const std::string& path, const CheckReport& report);
 
 /// The same for checks that could not be made: each case has the error.
-void writeJunitError(const std::string& path, const std::string& file,
+void writeJUnitError(const std::string& path, const std::string& file,
                      const std::vector<std::string>& checks, const std::string& error);
 
 }  // namespace cabinaudio::tool

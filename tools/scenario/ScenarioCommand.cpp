@@ -4,7 +4,7 @@
 #include "tools/Failure.h"
 #include "tools/Interruption.h"
 #include "tools/Terminal.h"
-#include "tools/scenario/JUnit.h"
+#include "tools/scenario/ScenarioJUnit.h"
 #include "tools/scenario/Judgement.h"
 #include "tools/scenario/Reader.h"
 #include "tools/scenario/Runner.h"
