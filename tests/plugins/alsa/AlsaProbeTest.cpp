@@ -16,6 +16,15 @@ protected:
     [[nodiscard]] Outcome probe(const char* deed) const {
         return run({CABINAUDIO_TEST_PROBE, deed});
     }
+    /// Its server is killed while it plays.
+    [[nodiscard]] Outcome probeWithALoss(const char* deed) const {
+        RealServer server;
+        Process probe(start({CABINAUDIO_TEST_PROBE, deed}));
+        EXPECT_EQ(probe.readLine(), "plays");
+        server.kill(SIGKILL);
+        server.wait();
+        return probe.finish(10s);
+    }
 };
 
 struct DeedRow : Row {
@@ -44,23 +53,13 @@ INSTANTIATE_TEST_SUITE_P(State, AlsaProbeAtRest,
                          ROW_NAME);
 
 TEST_F(AlsaProbe, UsesNoProcessorAfterALoss) {
-    RealServer server;
-    Process probe(start({CABINAUDIO_TEST_PROBE, "rest-lost"}));
-    ASSERT_EQ(probe.readLine(), "plays");
-    server.kill(SIGKILL);
-    server.wait();
-    const Outcome outcome = probe.finish(10s);
+    const Outcome outcome = probeWithALoss("rest-lost");
     ASSERT_EQ(outcome.exitCode, 0) << outcome.text();
     EXPECT_LT(std::stoi(outcome.out), LITTLE);
 }
 
 TEST_F(AlsaProbe, LearnsOfALossWhilePreparing) {
-    RealServer server;
-    Process probe(start({CABINAUDIO_TEST_PROBE, "prepare-until-lost"}));
-    ASSERT_EQ(probe.readLine(), "plays");
-    server.kill(SIGKILL);
-    server.wait();
-    const Outcome outcome = probe.finish(10s);
+    const Outcome outcome = probeWithALoss("prepare-until-lost");
     EXPECT_EQ(outcome.exitCode, 0) << outcome.text();
 }
 

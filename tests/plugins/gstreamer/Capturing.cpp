@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/plugins/gstreamer/Capturing.h"
 
+#include <gtest/gtest.h>
+
 #include <cstring>
 #include <utility>
 
@@ -122,6 +124,15 @@ bool Capturing::waitForEnd() {
 
 std::string resourceError(GstResourceError code) {
     return std::string(g_quark_to_string(GST_RESOURCE_ERROR)) + " " + std::to_string(code);
+}
+
+void expectOneLoss(Capturing& capturing) {
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(capturing.waitForError(), resourceError(GST_RESOURCE_ERROR_READ));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);
+    EXPECT_TRUE(capturing.waitForEnd());
+    EXPECT_TRUE(capturing.become(GST_STATE_READY));
+    EXPECT_EQ(capturing.waitForError(0ms), "");
 }
 
 }  // namespace cabinaudio::test

@@ -71,4 +71,8 @@ private:
 /// An error as errorOf() writes it.
 [[nodiscard]] std::string resourceError(GstResourceError code);
 
+/// Expects that a pipeline whose server has just ended posts one error and ends its sound, and can
+/// be stopped.
+void expectOneLoss(Capturing& capturing);
+
 }  // namespace cabinaudio::test
