@@ -4,7 +4,7 @@
 # picture of a failed test stay in the directory prompt-heard. With the argument --without-ducking the
 # test fails, to show how.
 set -eu
-export CABINAUDIO_INSTANCE="prompt-$$"
+export CABINAUDIO_INSTANCE="prompt-$$" CABINAUDIO_CONFIG_DIR="$PWD/prompt-heard/config"
 rm -rf prompt-heard
 mkdir prompt-heard
 

@@ -23,6 +23,9 @@ namespace cabinaudio::testing {
 namespace {
 
 constexpr char INSTANCE_VARIABLE[] = "CABINAUDIO_INSTANCE";
+/// Where clients look for the user's diagnostics settings: a test is not to find them, and leaves
+/// nothing there.
+constexpr char CONFIG_VARIABLE[] = "CABINAUDIO_CONFIG_DIR";
 /// On a busy machine, in an emulator, with sanitizers.
 constexpr std::chrono::minutes ANSWER_BOUND{1};
 
@@ -113,7 +116,8 @@ public:
           mInstance(newInstance()),
           mPatience(options.patience),
           mProcess(serverWords(options, mDirectory), mInstance, logPath(), options.patience),
-          mChange(INSTANCE_VARIABLE, mInstance) {
+          mChange(INSTANCE_VARIABLE, mInstance),
+          mConfigChange(CONFIG_VARIABLE, mDirectory + "/config") {
         limitWaits();
     }
 
@@ -141,6 +145,7 @@ public:
     std::chrono::milliseconds mPatience;
     ServerProcess mProcess;
     EnvironmentChange mChange;
+    EnvironmentChange mConfigChange;
     std::optional<Result> mResult;
 };
 

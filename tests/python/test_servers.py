@@ -165,6 +165,14 @@ def test_refuses_other_options(tmp_path, options, error, text):
     assert os.environ.get("CABINAUDIO_INSTANCE") == before
 
 
+def test_the_diagnostics_settings_of_the_user_are_kept_away(cabin_servers, monkeypatch):
+    monkeypatch.setenv("CABINAUDIO_CONFIG_DIR", "/nowhere/of/the/user")
+    server = cabin_servers()
+    assert os.environ["CABINAUDIO_CONFIG_DIR"] == str(server.directory / "config")
+    server.stop()
+    assert os.environ["CABINAUDIO_CONFIG_DIR"] == "/nowhere/of/the/user"
+
+
 def test_the_instance_is_that_of_the_latest_server(cabin_servers):
     before = os.environ.get("CABINAUDIO_INSTANCE")
     first, second = cabin_servers(), cabin_servers()

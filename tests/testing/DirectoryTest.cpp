@@ -24,8 +24,12 @@ namespace fs = std::filesystem;
 class KeptDirectories : public ::testing::Test {
 protected:
     Outcome runTests(const std::string& filter, bool isKept) {
-        cabinaudio::test::Start start = {{KIT_TEST_SAMPLE, "--gtest_filter=" + filter,
-                                          "--gtest_output=xml:" + mDirectory.file("result.xml")}};
+        cabinaudio::test::Start start;
+        // In the emulator, programs are started by this machine's launcher.
+        if (KIT_TEST_IS_EMULATED) start.words = {KIT_TEST_LAUNCHER, "--"};
+        for (const std::string& word : {std::string(KIT_TEST_SAMPLE), "--gtest_filter=" + filter,
+                                        "--gtest_output=xml:" + mDirectory.file("result.xml")})
+            start.words.push_back(word);
         start.variables = {{"CABINAUDIO_TEST_OUTPUT", isKept ? kept().string() : ""},
                            {"TMPDIR", temporary()}};
         fs::create_directories(temporary());

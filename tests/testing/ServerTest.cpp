@@ -89,6 +89,15 @@ TEST(TestServer, HasAnInstanceOfItsOwnWhileItLives) {
     EXPECT_EQ(std::getenv("CABINAUDIO_INSTANCE"), before);
 }
 
+TEST(TestServer, KeepsTheUsersDiagnosticsSettingsAway) {
+    const Variable variable("CABINAUDIO_CONFIG_DIR", "/nowhere/of/the/user");
+    {
+        const TestServer server(inRealTime());
+        EXPECT_EQ(std::getenv("CABINAUDIO_CONFIG_DIR"), server.directory() + "/config");
+    }
+    EXPECT_STREQ(std::getenv("CABINAUDIO_CONFIG_DIR"), "/nowhere/of/the/user");
+}
+
 TEST(TestServer, LimitsTheWaitsOfTheLibrary) {
     const TestServer server(inRealTime());
     EXPECT_EQ(cabinaudio::linkPolicy().replyTimeout, 60s);

@@ -250,6 +250,7 @@ TEST_F(Scenario, ACrashEndsTheServerAtItsFrame) {
 }
 
 TEST_F(Scenario, ARestartKeepsSettingsAndBeginsANewTime) {
+    if (toolIsEmulated()) GTEST_SKIP() << "the shell would be started in the emulator";
     // The program plays again when the server has gone.
     const Outcome result =
         play(0,
@@ -267,6 +268,7 @@ TEST_F(Scenario, ARestartKeepsSettingsAndBeginsANewTime) {
 }
 
 TEST_F(Scenario, ACrashedServerIsReplaced) {
+    if (toolIsEmulated()) GTEST_SKIP() << "the shell would be started in the emulator";
     play(0,
          "server --hold 1\n"
          "run music sh -c 'cabinaudio play --name music @/music.wav; exec cabinaudio play "
@@ -276,6 +278,21 @@ TEST_F(Scenario, ACrashedServerIsReplaced) {
          "expect exit music 0\n"
          "expect check 'tone 1000'\n"
          "expect check 'lasts 0.5'\n");
+}
+
+TEST_F(Scenario, AProgramBeginsWithTheServerThatReplacesAnother) {
+    const Outcome result = play(0,
+                                "server --hold 1\n"
+                                "set volume.master=-20dB\n"
+                                "run music cabinaudio play --name music @/music.wav\n"
+                                "at 1000 restart\n"
+                                "at 0 set volume.master=-6dB\n"
+                                "at 0 run again cabinaudio play --name again @/prompt.wav\n"
+                                "expect exit music 3\n"
+                                "expect exit again 0\n"
+                                "expect check 'tone 1000 [0..0.45] level=-15 tol=1'\n"
+                                "expect check 'lasts 0.5'\n");
+    EXPECT_THAT(result.out, HasSubstr("exit again 0: ended with status 0"));
 }
 
 TEST_F(Scenario, AnUplinkLosesItsRing) {

@@ -63,6 +63,8 @@ private:
         else
             command(0, "time stop " + timeline.stops.front().at.text);
         if (number == 0) startPrograms();
+        for (const TimedAction* timed : timeline.beginning)
+            act(*timed);
         for (std::size_t i = 0; i < timeline.stops.size(); ++i) {
             waitForStop(timeline.stops[i]);
             for (const TimedAction* timed : timeline.stops[i].actions)

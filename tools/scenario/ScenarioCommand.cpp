@@ -4,10 +4,10 @@
 #include "tools/Failure.h"
 #include "tools/Interruption.h"
 #include "tools/Terminal.h"
-#include "tools/scenario/ScenarioJUnit.h"
 #include "tools/scenario/Judgement.h"
 #include "tools/scenario/Reader.h"
 #include "tools/scenario/Runner.h"
+#include "tools/scenario/ScenarioJUnit.h"
 #include "tools/scenario/ScenarioReport.h"
 
 #include <utility>

@@ -12,6 +12,11 @@ bool needsThisProgram(const TimedAction& timed) {
     return command == nullptr || command->text == "crash";
 }
 
+bool needsNoStream(const TimedAction& timed) {
+    return std::holds_alternative<SetCommand>(timed.action) ||
+           std::holds_alternative<RunCommand>(timed.action);
+}
+
 void addStop(Timeline& timeline, const Moment& at, unsigned line) {
     if (timeline.stops.empty() || !(timeline.stops.back().at == at))
         timeline.stops.push_back({at, line, {}});
@@ -25,7 +30,11 @@ Timeline timelineOf(const Part& part, const Until& until, bool isLast) {
         const std::string at = await.at ? "@" + await.at->text : "";
         timeline.serverOptions.insert(timeline.serverOptions.end(), {"--await", await.stream + at});
     }
-    for (const TimedAction& timed : part.actions) {
+    auto first = part.actions.begin();
+    for (; first != part.actions.end() && first->at.frame == 0 && needsNoStream(*first); ++first)
+        timeline.beginning.push_back(&*first);
+    for (; first != part.actions.end(); ++first) {
+        const TimedAction& timed = *first;
         const bool isStop =
             std::any_of(part.actions.begin(), part.actions.end(), [&](const TimedAction& other) {
                 return other.at == timed.at && needsThisProgram(other);

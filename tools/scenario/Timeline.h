@@ -16,6 +16,8 @@ struct Stop {
 
 /// How the times of one part are divided: what the server does alone, and what needs this program.
 struct Timeline {
+    /// Settings and programs of time 0: time may be held there until their streams have started.
+    std::vector<const TimedAction*> beginning;
     Words serverOptions;      // --await and --at
     std::vector<Stop> stops;  // rising
 };

@@ -86,5 +86,5 @@ def launch(
     words = [_launcher(server), "--", *map(os.fspath, argv)]
     name = Path(argv[0]).name
     number = len(list(server.directory.glob("program-*.log"))) + 1
-    environment = {**os.environ, "CABINAUDIO_INSTANCE": server.instance, **(env or {})}
+    environment = {**os.environ, **server._variables(), **(env or {})}
     return Program(words, server.directory / f"program-{number}-{name}.log", environment)

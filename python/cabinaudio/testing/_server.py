@@ -24,6 +24,9 @@ if TYPE_CHECKING:
     from .._settings import Settings
 
 _VARIABLE = "CABINAUDIO_INSTANCE"
+# Where clients look for the user's diagnostics settings: a test is not to find them, and leaves
+# nothing there.
+_CONFIG = "CABINAUDIO_CONFIG_DIR"
 _CONTROL = "/tmp/cabinaudio_control"
 _STARTUP = 60.0  # s; under an emulator on a busy machine
 _CURRENT: List["Server"] = []
@@ -70,7 +73,8 @@ class Server:
     """A development server of its own instance, running when the constructor returns.
 
     Streams and settings that this process makes from then on are its clients: the environment
-    variable CABINAUDIO_INSTANCE is changed until the server is stopped. Close streams of an earlier
+    variable CABINAUDIO_INSTANCE is changed until the server is stopped, and with it
+    CABINAUDIO_CONFIG_DIR, the directory of the diagnostics settings. Close streams of an earlier
     server before.
 
     Args:
@@ -122,7 +126,7 @@ class Server:
             self._options += ["--input", f"{tag}={what}"]
         self._options += _time_options(time, hold, await_ or {}, at, patience, tail, strict)
         self._options += list(args)
-        self._before = os.environ.get(_VARIABLE)
+        self._before = {name: os.environ.get(name) for name in (_VARIABLE, _CONFIG)}
         self._start()
 
     # ---- Start and end ---------------------------------------------------------------------------
@@ -142,8 +146,11 @@ class Server:
             os.close(ready)
             if child >= 0:
                 os.close(child)
-        os.environ[_VARIABLE] = self.instance
+        os.environ.update(self._variables())
         _CURRENT.append(self)
+
+    def _variables(self) -> Dict[str, str]:
+        return {_VARIABLE: self.instance, _CONFIG: str(self.directory / "config")}
 
     def _spawn(self, ready: int) -> None:
         from .._process import _cabinaudio
@@ -229,11 +236,14 @@ class Server:
         _CURRENT.remove(self)
         if os.environ.get(_VARIABLE) != self.instance:
             return
-        before = _CURRENT[-1].instance if _CURRENT else self._before
-        if before is None:
-            del os.environ[_VARIABLE]
-        else:
-            os.environ[_VARIABLE] = before
+        before = dict(self._before)
+        if _CURRENT:
+            before.update(_CURRENT[-1]._variables())
+        for name, value in before.items():
+            if value is None:
+                os.environ.pop(name, None)
+            else:
+                os.environ[name] = value
 
     @staticmethod
     def current() -> "Server":

@@ -19,9 +19,10 @@ namespace cabinaudio::testing {
 /// thread that made it.
 ///
 /// While it lives, CABINAUDIO_INSTANCE of this process names its instance, so that objects of the
-/// library reach it; the link policy of this process has a limit of 60 s. So there can be one at a
-/// time in a process, and it must be made before the first object of the library. The test program
-/// itself needs `cabinaudio-run` for streams, see cabinaudio_discover_tests().
+/// library reach it, and CABINAUDIO_CONFIG_DIR a directory of the test, so that none finds the
+/// user's diagnostics settings; the link policy of this process has a limit of 60 s. So there can
+/// be one at a time in a process, and it must be made before the first object of the library. The
+/// test program itself needs `cabinaudio-run` for streams, see cabinaudio_discover_tests().
 ///
 /// cabinaudio-server is CABINAUDIO_SERVER of the environment, otherwise found in PATH. Functions
 /// throw Failure when the server is gone or refuses; none waits longer than the options' patience
