@@ -64,9 +64,8 @@ public:
         const bool isLong = prompt.end > steady + 2 * frames(WINDOW_MS);
         if (result.why.empty() && (isLong ? !result.isHeardTogether : result.depths.empty())) {
             result.fault = prompt.begin;
-            result.why =
-                '"' + mDucking.name + "\" cannot be measured during \"" + mDucking.prompt +
-                "\": it is too soft, or sounds like another stream";
+            result.why = '"' + mDucking.name + "\" cannot be measured during \"" + mDucking.prompt +
+                         "\": it is too soft, or sounds like another stream";
         }
         return result;
     }

@@ -237,6 +237,11 @@ void TestServer::untilFinished(const std::string& stream, std::chrono::milliseco
     }
 }
 
+void TestServer::damageReply(Damage damage, const std::string& request, const std::string& client) {
+    const std::string how = damage == Damage::ShortReply ? "short-reply " : "wrong-magic ";
+    mInside->ask("fault " + how + request + (client.empty() ? "" : " " + client));
+}
+
 void TestServer::stall(std::chrono::milliseconds duration) {
     mInside->ask("stall " + millisecondsIn(duration));
 }

@@ -173,6 +173,19 @@ def test_the_diagnostics_settings_of_the_user_are_kept_away(cabin_servers, monke
     assert os.environ["CABINAUDIO_CONFIG_DIR"] == "/nowhere/of/the/user"
 
 
+def test_damages_one_reply(cabin):
+    cabin.settings["volume.master"] = -20.0
+    cabin.damage_reply("short-reply", "getMasterVolume")
+    assert cabin.settings["volume.master"] != -20.0
+    assert cabin.settings["volume.master"] == -20.0
+    cabin.damage_reply("wrong-magic", "any")
+    for _ in range(2):  # the library leaves the connection
+        with pytest.raises(cabinaudio.AudioError, match="request not sent"):
+            cabin.settings["volume.master"] = -10.0
+    with pytest.raises(ServerError, match="dance"):
+        cabin.damage_reply("short-reply", "dance")
+
+
 def test_the_instance_is_that_of_the_latest_server(cabin_servers):
     before = os.environ.get("CABINAUDIO_INSTANCE")
     first, second = cabin_servers(), cabin_servers()

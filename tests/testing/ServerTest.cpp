@@ -199,6 +199,23 @@ TEST(TestServer, CrashLeavesNoPhysicalMemoryAndASignal) {
                 HasSubstr("the server does not listen for commands"));
 }
 
+TEST(TestServer, DamagesOneReply) {
+    TestServer server(inRealTime());
+    ClientVolumeSetting volume;
+    ASSERT_EQ(volume.setMasterVolume(-20.0F), 0);
+    float db = 1;
+    server.damageReply(Damage::ShortReply, "getMasterVolume");
+    (void)volume.getMasterVolume(&db);
+    EXPECT_NE(db, -20.0F);
+    EXPECT_EQ(volume.getMasterVolume(&db), 0);
+    EXPECT_EQ(db, -20.0F);
+    server.damageReply(Damage::WrongMagic, "any");
+    EXPECT_NE(volume.setMasterVolume(-10.0F), 0);
+    EXPECT_NE(volume.setMasterVolume(-10.0F), 0) << "the library has left the connection";
+    EXPECT_EQ(messageOf([&] { server.damageReply(Damage::ShortReply, "dance"); }),
+              "command 'fault short-reply dance': no request \"dance\"");
+}
+
 TEST(TestServer, StalledServerAnswersLater) {
     TestServer server(inRealTime());
     const auto before = std::chrono::steady_clock::now();

@@ -361,6 +361,14 @@ TEST_F(Scenario, ATimeThatNeverComesIsNamed) {
     EXPECT_THAT(result.out, HasSubstr("no program runs"));
 }
 
+TEST_F(Scenario, AProgramThatFailedIsNamedWithItsLastWords) {
+    const Outcome result = play(5,
+                                "server --patience 1000 --hold 1\n"
+                                "run music cabinaudio play --loud @/music.wav\n"
+                                "at 1000 signal music USR1\n");
+    EXPECT_THAT(result.out, HasSubstr("no program runs; \"music\" has ended with status 2: "));
+}
+
 TEST_F(Scenario, ProgramsThatIgnoreSigtermAreKilled) {
     play(0, std::string(MUSIC) +
                 "run deaf sh -c \"trap '' TERM; while :; do sleep 1; done # @/deaf\"\n"

@@ -2,6 +2,8 @@
 #include "tools/scenario/Programs.h"
 
 #include "devkit/board/Board.h"
+#include "tools/scenario/Files.h"
+#include "tools/scenario/Signals.h"
 
 namespace cabinaudio::tool::scenario {
 
@@ -50,6 +52,17 @@ std::string Programs::running() const {
     for (const auto& [name, child] : mChildren)
         if (!hasEnded(name)) names += (names.empty() ? "\"" : ", \"") + name + "\"";
     return names;
+}
+
+std::string Programs::failures() const {
+    std::string text;
+    for (const auto& [name, status] : mEnds) {
+        if (status == 0) continue;
+        const std::string said = lastLine(mLogs.at(name));
+        text += "; \"" + name + "\" has ended with " + endText(status) +
+                (said.empty() ? "" : ": " + said);
+    }
+    return text;
 }
 
 }  // namespace cabinaudio::tool::scenario

@@ -30,6 +30,8 @@ public:
     [[nodiscard]] bool haveAllEnded() const;
     /// Names of the programs that run, for people.
     [[nodiscard]] std::string running() const;
+    /// Which programs have failed and what they said last, for people; "" if none has.
+    [[nodiscard]] std::string failures() const;
 
     /// Wait statuses of those that have ended.
     [[nodiscard]] const std::map<std::string, int>& ends() const { return mEnds; }

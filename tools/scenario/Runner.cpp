@@ -241,7 +241,8 @@ private:
                            std::to_string(milliseconds({mTime.frame, ""}, mScenario.rate)) + " ms";
         if (!mTime.waitingFor.empty()) text += " for " + mTime.waitingFor;
         const std::string running = mPrograms.running();
-        return text + (running.empty() ? ", no program runs" : ", still running: " + running);
+        text += running.empty() ? ", no program runs" : ", still running: " + running;
+        return text + mPrograms.failures();
     }
 
     /// Programs with an expected end may still end by themselves; time stands meanwhile. The server

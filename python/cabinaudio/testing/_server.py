@@ -356,6 +356,19 @@ class Server:
         """The ring of an uplink, or of all, comes or goes."""
         self._fault(f"uplink ring {'on' if on else 'off'} {name}".rstrip(), at)
 
+    def damage_reply(
+        self, damage: str, request: str, name: str = "", *, at: Optional[float] = None
+    ) -> None:
+        """Damages the next reply to a request.
+
+        Args:
+            damage:  "short-reply": its second half is missing; "wrong-magic": its first word is not
+                     that of a reply
+            request: as in the server's trace, or "any"
+            name:    of the stream whose reply it is; by default of any client
+        """
+        self._fault(f"fault {damage} {request} {name}".rstrip(), at)
+
     def stall(self, ms: int) -> None:
         """The server does nothing for so long."""
         self.command(f"stall {ms}")

@@ -14,6 +14,10 @@
 
 namespace cabinaudio::testing {
 
+/// How a reply is damaged: its second half is missing, or its first word is not that of a reply,
+/// with which the client's connection ends.
+enum class Damage { ShortReply, WrongMagic };
+
 /// A development server of the test's own: in its own instance, with its output in a file. It
 /// serves when the constructor returns, and is ended by the destructor, at the latest with the
 /// thread that made it.
@@ -73,6 +77,10 @@ public:
     void activate(const std::string& sink) { command("source activate " + sink); }
     void remove(const std::string& stream) { command("stream remove " + stream); }
     void uplinkRing(bool on) { command(on ? "uplink ring on" : "uplink ring off"); }
+    /// Damages the next reply to a request, which is named as in the server's trace; "any" is each.
+    /// @param client  name of a stream; by default the reply to any client
+    /// @throws Failure when there is no such request
+    void damageReply(Damage damage, const std::string& request, const std::string& client = {});
     /// The server answers nothing for so long, in real time.
     void stall(std::chrono::milliseconds duration);
     /// Ends the server as a crash does, and waits for that.
