@@ -4,7 +4,7 @@
 #include "devkit/board/Board.h"
 #include "devkit/board/ServerWait.h"
 #include "tools/BoardLaunch.h"
-#include "tools/CommandLine.h"
+#include "tools/options/CommandLine.h"
 #include "tools/Duration.h"
 #include "tools/Failure.h"
 #include "tools/Json.h"

@@ -98,9 +98,11 @@ Verdict verdictOf(const Check& check, const Recording& recording, const JudgeOpt
 std::vector<Verdict> judge(const Recording& recording, const std::vector<std::string>& checks,
                            const JudgeOptions& options) {
     std::vector<Check> understood;
+    understood.reserve(checks.size());
     for (const std::string& text : checks)
         understood.push_back(checkOf(text));
     std::vector<Verdict> verdicts;
+    verdicts.reserve(understood.size());
     for (const Check& check : understood)
         verdicts.push_back(verdictOf(check, recording, options));
     return verdicts;

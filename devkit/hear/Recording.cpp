@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 void readReportedStems(Recording& recording, const std::string& directory) {
     for (const StreamReport& stream : recording.report.streams) {
-        if (stream.stem.empty() || recording.stems.count(stream.name) != 0) continue;
+        if (stream.stem.empty() || recording.stems.contains(stream.name)) continue;
         const fs::path path = directory.empty()
                                   ? fs::path(stream.stem)
                                   : fs::path(directory) / fs::path(stream.stem).filename();

@@ -20,7 +20,7 @@ constexpr double PERIOD_MS = 16;
 /// First frame of the stream in the view: from report or stem, otherwise the onset of any sound.
 std::optional<std::size_t> startOf(const Recording& recording, const View& view,
                                    const std::string& name) {
-    if (!recording.report.isPresent && recording.stems.count(name) == 0) {
+    if (!recording.report.isPresent && !recording.stems.contains(name)) {
         const std::size_t onset = firstAtLeast(view, amplitudeOf(ONSET_DB));
         return onset < view.end ? std::optional(onset) : std::nullopt;
     }

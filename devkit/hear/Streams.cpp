@@ -39,7 +39,7 @@ std::vector<Interval> foundIn(const Sound& heard, const Sound& stem) {
 
 std::vector<Interval> intervalsOf(const Recording& recording, const std::string& name) {
     if (!recording.report.isPresent) {
-        if (recording.stems.count(name) == 0)
+        if (!recording.stems.contains(name))
             throw Error("stream \"" + name + "\": neither a report nor its stem is there");
         return foundIn(recording.heard, recording.stems.at(name));
     }

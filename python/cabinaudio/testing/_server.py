@@ -363,7 +363,7 @@ class Server:
 
         Args:
             damage:  "short-reply": its second half is missing; "wrong-magic": its first word is not
-                     that of a reply
+                     that of a reply, with which the client's connection ends
             request: as in the server's trace, or "any"
             name:    of the stream whose reply it is; by default of any client
         """

@@ -23,7 +23,7 @@
 namespace cabinaudio::tool {
 
 /// The parsed command line. A new sub-command adds its options here, a run() for them, and its
-/// words in CommandLine.cpp.
+/// words in CommandOptions.h.
 struct Command {
     CommonOptions common;
     std::variant<PlayOptions, RecordOptions, GetOptions, SetOptions, ListOptions, DescribeOptions,
