@@ -4,7 +4,6 @@
 from __future__ import annotations
 
 import operator
-from types import TracebackType
 from typing import (
     Dict,
     Iterator,
@@ -14,11 +13,11 @@ from typing import (
     Sequence,
     SupportsFloat,
     SupportsIndex,
-    Type,
     Union,
 )
 
 from ._process import _cabinaudio, opened
+from ._scoped import Scoped
 
 Single = Union[float, int, bool, str, bytes]
 Value = Union[Single, Sequence[float], Sequence[int], Sequence[str]]
@@ -36,7 +35,7 @@ class Steps:
         return f"Steps({', '.join(map(str, self.steps))})"
 
 
-class Settings(MutableMapping[str, Value]):
+class Settings(Scoped, MutableMapping[str, Value]):
     """The server's settings by the names of ``cabinaudio list``.
 
     ``settings["volume.master"] = -6.0`` sets 6 dB of attenuation, and reading gives a float. Gains
@@ -120,17 +119,6 @@ class Settings(MutableMapping[str, Value]):
     def close(self) -> None:
         """Disconnects. Closing again does nothing."""
         self._core.close()
-
-    def __enter__(self) -> "Settings":
-        return self
-
-    def __exit__(
-        self,
-        kind: Optional[Type[BaseException]],
-        value: Optional[BaseException],
-        trace: Optional[TracebackType],
-    ) -> None:
-        self.close()
 
     # Identity, not contents: the mapping changes whenever another program sets something.
     __eq__ = object.__eq__

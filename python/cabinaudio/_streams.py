@@ -9,24 +9,23 @@ import threading
 import time
 import weakref
 from concurrent.futures import Future, TimeoutError as FutureTimeout
-from types import TracebackType
-from typing import Any, Callable, List, Optional, Tuple, Type, TypeVar, Union
+from typing import Any, Callable, List, Optional, Tuple, Union
 
 from ._errors import AudioTimeout, ServerGone
 from ._process import _cabinaudio, opened
+from ._scoped import Scoped
 
 if sys.version_info >= (3, 12):
     from collections.abc import Buffer
 else:
     Buffer = Union[bytes, bytearray, memoryview, Any]
 
-_Self = TypeVar("_Self", bound="_Stream")
 
 _SLICE = 0.1  # s between two looks at the server during a wait
 _POLL = 0.002
 
 
-class _Stream:
+class _Stream(Scoped):
     """What all streams share: a name, states, and an end."""
 
     _core: Union[_cabinaudio.Playback, _cabinaudio.Capture]
@@ -78,17 +77,6 @@ class _Stream:
         """Ends calls of other threads, and the stream. Closing it again does nothing; every other
         use then raises ValueError."""
         self._core.close()
-
-    def __enter__(self: _Self) -> _Self:
-        return self
-
-    def __exit__(
-        self,
-        kind: Optional[Type[BaseException]],
-        value: Optional[BaseException],
-        trace: Optional[TracebackType],
-    ) -> None:
-        self.close()
 
     def __repr__(self) -> str:
         return (

@@ -2,17 +2,19 @@
 #include <cabinaudio/testing/Directory.h>
 #include <cabinaudio/testing/Program.h>
 
+#include "tests/testing/helpers/MessageOf.h"
+
 #include <gmock/gmock.h>
 
 #include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <functional>
 #include <string>
 #include <vector>
 
 using namespace cabinaudio::testing;
+using kit::messageOf;
 using namespace std::chrono_literals;
 using ::testing::HasSubstr;
 
@@ -21,15 +23,6 @@ namespace {
 std::vector<std::string> application(std::vector<std::string> commands) {
     commands.insert(commands.begin(), KIT_TEST_APPLICATION);
     return commands;
-}
-
-std::string messageOf(const std::function<void()>& function) {
-    try {
-        function();
-    } catch (const Failure& failure) {
-        return failure.what();
-    }
-    return "nothing was thrown";
 }
 
 /// The program runs while the test looks at it.

@@ -4,6 +4,7 @@
 #include <cabinaudio/testing/Testing.h>
 
 #include "tests/support/Files.h"
+#include "tests/testing/helpers/MessageOf.h"
 #include "tests/testing/helpers/Playing.h"
 
 #include <unistd.h>
@@ -12,13 +13,13 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
 #include <future>
 #include <memory>
 #include <string>
 #include <thread>
 
 using namespace cabinaudio::testing;
+using kit::messageOf;
 using namespace std::chrono_literals;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
@@ -38,15 +39,6 @@ ServerOptions asFastAsWritten() {
     ServerOptions options;
     options.time = Time::Fast;
     return options;
-}
-
-std::string messageOf(const std::function<void()>& function) {
-    try {
-        function();
-    } catch (const Failure& failure) {
-        return failure.what();
-    }
-    return "nothing was thrown";
 }
 
 fs::path physicalMemoryOf(const TestServer& server) {

@@ -7,9 +7,9 @@ import os
 import shutil
 import subprocess
 from pathlib import Path
-from types import TracebackType
-from typing import List, Mapping, Optional, Sequence, Type
+from typing import List, Mapping, Optional, Sequence
 
+from .._scoped import Scoped
 from ._server import Server, ServerError
 
 
@@ -23,7 +23,7 @@ def _launcher(server: Server) -> str:
     return found
 
 
-class Program:
+class Program(Scoped):
     """A program that plays or records through a server; see launch()."""
 
     def __init__(self, words: List[str], log: Path, environment: Mapping[str, str]) -> None:
@@ -62,17 +62,6 @@ class Program:
         if self._process.poll() is None:
             self._process.kill()
         self._process.wait()
-
-    def __enter__(self) -> "Program":
-        return self
-
-    def __exit__(
-        self,
-        kind: Optional[Type[BaseException]],
-        value: Optional[BaseException],
-        trace: Optional[TracebackType],
-    ) -> None:
-        self.close()
 
 
 def launch(

@@ -15,9 +15,9 @@ import tempfile
 import threading
 import time as clock
 from pathlib import Path
-from types import TracebackType
-from typing import TYPE_CHECKING, Any, Dict, Iterable, List, Mapping, Optional, Tuple, Type, Union
+from typing import TYPE_CHECKING, Any, Dict, Iterable, List, Mapping, Optional, Tuple, Union
 
+from .._scoped import Scoped
 from ._result import Result
 
 if TYPE_CHECKING:
@@ -69,7 +69,7 @@ class _Control:
         self._socket.close()
 
 
-class Server:
+class Server(Scoped):
     """A development server of its own instance, running when the constructor returns.
 
     Streams and settings that this process makes from then on are its clients: the environment
@@ -195,6 +195,10 @@ class Server:
         self._forget()
         self._result = Result(self.directory, self._heard, self._report, status)
         return self._result
+
+    def close(self) -> None:
+        """As stop()."""
+        self.stop()
 
     def crash(self) -> None:
         """Kills the server, as the kernel would."""
@@ -388,17 +392,6 @@ class Server:
     def heard(self) -> "Any":
         """The mix: stops the server. See Result.heard."""
         return self.stop().heard
-
-    def __enter__(self) -> "Server":
-        return self
-
-    def __exit__(
-        self,
-        kind: Optional[Type[BaseException]],
-        value: Optional[BaseException],
-        trace: Optional[TracebackType],
-    ) -> None:
-        self.stop()
 
     def __repr__(self) -> str:
         state = "running" if self.is_running else "stopped"
