@@ -16,14 +16,16 @@ std::string_view formatOf(const Py_buffer& view) {
 }
 
 bool isInteger(std::string_view format) {
-    return format.size() == 1 && std::string_view("bBhHiIlLqQ").find(format) != format.npos;
+    return format.size() == 1 &&
+           std::string_view("bBhHiIlLqQ").find(format) != std::string_view::npos;
 }
 
 /// The format without a mark for the order of bytes that this machine has anyway.
 std::string_view nativeFormat(std::string_view format) {
     constexpr bool IS_LITTLE = std::endian::native == std::endian::little;
     constexpr std::string_view NATIVE = IS_LITTLE ? "@=<" : "@=>!";
-    if (format.size() > 1 && NATIVE.find(format.front()) != NATIVE.npos) format.remove_prefix(1);
+    if (format.size() > 1 && NATIVE.find(format.front()) != std::string_view::npos)
+        format.remove_prefix(1);
     return format;
 }
 

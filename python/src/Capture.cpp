@@ -53,6 +53,7 @@ Capture::Capture(const std::string& name, const std::string& codec, unsigned rat
     mStream = std::move(record);
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): only a mutex that does not exist would throw
 Capture::~Capture() {
     if (mLife.isAbandoned()) {
         (void)mStream.release();  // its threads are the parent's

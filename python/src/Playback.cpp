@@ -69,6 +69,7 @@ Playback::Playback(const std::string& name, const std::string& tag, unsigned rat
     mStream->setCallback(this);
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): only a mutex that does not exist would throw
 Playback::~Playback() {
     if (mLife.isAbandoned()) {
         (void)mStream.release();  // its threads are the parent's

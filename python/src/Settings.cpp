@@ -84,6 +84,7 @@ struct ToPython {
 
 Settings::Settings() : mClients(std::make_unique<tool::Clients>()) {}
 
+// NOLINTNEXTLINE(bugprone-exception-escape): only a mutex that does not exist would throw
 Settings::~Settings() {
     if (mLife.isAbandoned())
         (void)mClients.release();  // its threads are the parent's

@@ -152,7 +152,7 @@ void CaptureStream::step() {
     checkClient();
 }
 
-void CaptureStream::wakeReader() {
+void CaptureStream::wakeReader() const {
     if (isFlowing()) mParts.ring->wakeReader();
 }
 

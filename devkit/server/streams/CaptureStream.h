@@ -112,7 +112,7 @@ public:
     /// Whether the client must still acknowledge that its ring was withdrawn.
     [[nodiscard]] bool isLettingGo() const { return mOffer && mOffer->isWithdrawing(); }
     /// Wakes a waiting reader: its wait begins anew.
-    void wakeReader();
+    void wakeReader() const;
     /// Number of starts so far.
     [[nodiscard]] std::uint32_t starts() const { return mStarts; }
 

@@ -49,7 +49,7 @@ const Agenda::Start* Agenda::firstStart(const std::string& name) const {
 
 void Agenda::startedOrGivenUp(const std::string& name) {
     if (const Start* start = firstStart(name))
-        mStarts.erase(mStarts.begin() + (start - &mStarts[0]));
+        mStarts.erase(mStarts.begin() + (start - mStarts.data()));
 }
 
 bool Agenda::isAwaited(const std::string& name) const {

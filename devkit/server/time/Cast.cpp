@@ -140,7 +140,7 @@ void Cast::prepare(PlaybackStream& stream, const Part& part, Readiness& readines
         return;
     }
     if (!isPlaying(stream)) return;
-    if (mSeen.count(stream.client().handle()) != 0 &&
+    if (mSeen.contains(stream.client().handle()) &&
         !mSeen.at(stream.client().handle()).isAdmitted) {
         readiness.isAnyParked = true;
         return;
@@ -237,7 +237,7 @@ std::vector<Need> Cast::writing() {
         const std::uint32_t handle = stream->client().handle();
         if (stream->isSettled())
             mExcused.erase(handle);
-        else if (mExcused.count(handle) == 0)
+        else if (!mExcused.contains(handle))
             needs.push_back({keyOf("write", handle) + " " + std::to_string(stream->queuedFrames()),
                              stream->record().name, "settling", handle, stream->queuedFrames(), "",
                              QUIET});

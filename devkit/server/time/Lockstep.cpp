@@ -31,8 +31,9 @@ constexpr int FIRST_LOOKS = 25;
 // After a pause of this process its clients need their time, so a tick counts no more than this.
 constexpr milliseconds LONGEST_TICK{50};
 
-// Well below the shortest of the library's waits, 600 ms.
-constexpr milliseconds NUDGE_INTERVAL{200};
+// A wait begins anew one to two of these after time came to a stand. The shortest of the library's
+// waits is 600 ms, and this process may be held up for most of that on a busy machine.
+constexpr milliseconds NUDGE_INTERVAL{75};
 
 std::string quoted(const std::string& name) {
     return '"' + printable(name) + '"';
