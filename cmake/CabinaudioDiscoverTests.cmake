@@ -48,7 +48,13 @@ function(cabinaudio_discover_tests target)
         list(APPEND variables "CABINAUDIO_BOARD_LIB=${cabinaudio_BOARD}")
     endif()
     # By a program in front, because gtest_discover_tests() takes no lists as values of properties.
-    set_target_properties(${target} PROPERTIES CROSSCOMPILING_EMULATOR
+    # From 3.29 on, the emulator may count in cross builds only.
+    if(CMAKE_CROSSCOMPILING OR CMAKE_VERSION VERSION_LESS 3.29)
+        set(front CROSSCOMPILING_EMULATOR)
+    else()
+        set(front TEST_LAUNCHER)
+    endif()
+    set_target_properties(${target} PROPERTIES ${front}
         "${CMAKE_COMMAND};-E;env;${variables};${launcher};--timeout;120;--")
     gtest_discover_tests(${target} ${ARGN})
 endfunction()

@@ -13,7 +13,7 @@
 namespace cabinaudio::testing {
 namespace {
 
-/// File names as words of a check.
+/// Names of files and streams as words of a check.
 std::string quoted(const std::string& text) {
     const bool isPlain = text.find_first_of(" \t'\"") == std::string::npos && !text.empty();
     if (isPlain) return text;
@@ -151,7 +151,7 @@ HeardMatcher HasNoClick() {
 }
 
 HeardMatcher StartsAt(const std::string& stream, std::chrono::milliseconds at) {
-    return HeardMatcher("starts " + stream + "@" + std::to_string(at.count()));
+    return HeardMatcher("starts " + quoted(stream + "@" + std::to_string(at.count())));
 }
 
 HeardMatcher IsSameAs(const std::string& file) {
@@ -169,12 +169,12 @@ HeardMatcher Lasts(double seconds) {
 HeardMatcher HasOrder(std::initializer_list<std::string> streams) {
     std::string check = "order";
     for (const std::string& stream : streams)
-        check.append(" ").append(stream);
+        check.append(" ").append(quoted(stream));
     return HeardMatcher(check);
 }
 
 HeardMatcher HasOverlap(const std::string& one, const std::string& other) {
-    return HeardMatcher("overlap " + one + " " + other);
+    return HeardMatcher("overlap " + quoted(one) + " " + quoted(other));
 }
 
 HeardMatcher Meets(const std::string& check) {
@@ -182,7 +182,8 @@ HeardMatcher Meets(const std::string& check) {
 }
 
 HeardMatcher Ducking::during(const std::string& prompt) const {
-    return HeardMatcher("ducked " + mStream + " by " + shortNumber(mDb) + "dB during " + prompt);
+    return HeardMatcher("ducked " + quoted(mStream) + " by " + shortNumber(mDb) + "dB during " +
+                        quoted(prompt));
 }
 
 }  // namespace cabinaudio::testing

@@ -63,8 +63,13 @@ TEST(Matchers, WriteTheTextOfTheCheck) {
     EXPECT_EQ(StartsAt("prompt", 5000ms).check(), "starts prompt@5000");
     EXPECT_EQ(IsSameAs("a b.wav").check(), "same 'a b.wav'");
     EXPECT_EQ(IsLike("it's.wav").check(), "like \"it's.wav\"");
+    EXPECT_EQ(StartsAt("my prompt", 5000ms).check(), "starts 'my prompt@5000'");
+    EXPECT_EQ(IsDucked("my music", -20).during("it's time").check(),
+              "ducked 'my music' by -20dB during \"it's time\"");
     EXPECT_EQ(HasOrder({"a", "b", "c"}).check(), "order a b c");
+    EXPECT_EQ(HasOrder({"a b", "c"}).check(), "order 'a b' c");
     EXPECT_EQ(HasOverlap("a", "b").check(), "overlap a b");
+    EXPECT_EQ(HasOverlap("a b", "c").check(), "overlap 'a b' c");
     EXPECT_EQ(Meets("click-free [1..2]").check(), "click-free [1..2]");
     EXPECT_EQ(::testing::DescribeMatcher<Heard>(HasLevel(-3)), "meets 'level -3'");
     EXPECT_EQ(::testing::DescribeMatcher<Heard>(Not(HasLevel(-3))), "does not meet 'level -3'");

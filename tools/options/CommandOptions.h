@@ -3,7 +3,7 @@
 
 #include "tools/options/CommandLine.h"
 
-namespace CLI {
+namespace CLI {  // NOLINT(readability-identifier-naming): as CLI11 spells it
 class App;
 }
 
