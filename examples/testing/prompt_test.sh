@@ -4,7 +4,11 @@
 # picture of a failed test stay in the directory prompt-heard. With the argument --without-ducking the
 # test fails, to show how.
 set -eu
-export CABINAUDIO_INSTANCE="prompt-$$" CABINAUDIO_CONFIG_DIR="$PWD/prompt-heard/config"
+export CABINAUDIO_INSTANCE="prompt-$$"
+# The diagnostics settings of the user are not those of a test.
+CABINAUDIO_CONFIG_DIR=$(mktemp -d)
+export CABINAUDIO_CONFIG_DIR
+trap 'rm -rf "$CABINAUDIO_CONFIG_DIR"' EXIT
 rm -rf prompt-heard
 mkdir prompt-heard
 

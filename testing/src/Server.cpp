@@ -14,7 +14,9 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <optional>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -117,10 +119,11 @@ public:
           mPatience(options.patience),
           mProcess(serverWords(options, mDirectory), mInstance, logPath(), options.patience),
           mChange(INSTANCE_VARIABLE, mInstance),
-          mConfigChange(CONFIG_VARIABLE, mDirectory + "/config") {
+          mConfigChange(CONFIG_VARIABLE, configDirectory()) {
         limitWaits();
     }
 
+    [[nodiscard]] std::string configDirectory() const { return mDirectory + "/config"; }
     [[nodiscard]] std::string logPath() const { return mDirectory + "/server.log"; }
 
     std::string ask(const std::string& line) const {  // NOLINT(modernize-use-nodiscard): "ok"
@@ -134,6 +137,8 @@ public:
         if (mResult) return *mResult;
         mProcess.send(signal);
         const int status = mProcess.wait(ANSWER_BOUND);
+        std::error_code notEmpty;  // a test has put settings there
+        std::filesystem::remove(configDirectory(), notEmpty);
         mResult.emplace(mOwn, mDirectory, WIFEXITED(status) ? WEXITSTATUS(status) : -1,
                         WIFSIGNALED(status) ? WTERMSIG(status) : 0);
         return *mResult;
