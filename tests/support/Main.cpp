@@ -42,7 +42,7 @@ void startFirstThread() {
         std::abort();
 }
 
-constexpr int MOST_ATTEMPTS = 5;
+constexpr int MOST_ATTEMPTS = 10;
 constexpr const char* ATTEMPT = "CABINAUDIO_TEST_ATTEMPT";
 
 /// Begins the program anew when it failed with a server at real pace while the machine stood

@@ -2,6 +2,7 @@
 #include <cabinaudio/client/ClientVolumeSetting.h>
 
 #include "tests/plugins/alsa/AlsaConfig.h"
+#include "tests/support/Generous.h"
 #include "tests/support/RealServer.h"
 
 #include <gmock/gmock.h>
@@ -185,7 +186,7 @@ TEST_F(AlsaMixer, ReportsAChangeByAnotherClientWithinASecond) {
     ASSERT_EQ(setting.setVolumeByStreamType("media", 90), 0);
     const auto begin = Clock::now();
     ASSERT_EQ(snd_ctl_wait(mCtl, 10000), 1);
-    EXPECT_LT(Clock::now() - begin, 1s);
+    EXPECT_LT(Clock::now() - begin, generous(1s));
     snd_ctl_event_t* event = nullptr;
     snd_ctl_event_alloca(&event);
     ASSERT_EQ(snd_ctl_read(mCtl, event), 1);
@@ -203,7 +204,7 @@ TEST_F(AlsaMixer, UsesTheNextServerAfterALoss) {
     choose("Master Playback Volume");
     const auto begin = Clock::now();
     EXPECT_EQ(snd_ctl_elem_read(mCtl, mValue), -ENODEV);
-    EXPECT_LT(Clock::now() - begin, 2s);
+    EXPECT_LT(Clock::now() - begin, generous(2s));
     mServer = std::make_unique<RealServer>();
     EXPECT_EQ(set("Master Playback Volume", 90), 1);
     EXPECT_EQ(get("Master Playback Volume"), 90);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/plugins/gstreamer/Capturing.h"
 
+#include "tests/support/Generous.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -129,7 +131,7 @@ std::string resourceError(GstResourceError code) {
 void expectOneLoss(Capturing& capturing) {
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(capturing.waitForError(), resourceError(GST_RESOURCE_ERROR_READ));
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, generous(2s));
     EXPECT_TRUE(capturing.waitForEnd());
     EXPECT_TRUE(capturing.become(GST_STATE_READY));
     EXPECT_EQ(capturing.waitForError(0ms), "");

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/plugins/gstreamer/Pipeline.h"
+#include "tests/support/Generous.h"
 #include "tests/support/RealServer.h"
 
 #include <gst/gst.h>
@@ -181,7 +182,7 @@ TEST_F(GstDevices, ProviderStopsWhileTheServerStandsStill) {
     server.kill(SIGSTOP);
     const auto begin = std::chrono::steady_clock::now();
     gst_device_provider_stop(mProvider.get());
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(3));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, generous(std::chrono::seconds(3)));
     server.kill(SIGCONT);
     EXPECT_EQ(devices().size(), SINKS.size() + SOURCES.size()) << "of a new look";
 }
