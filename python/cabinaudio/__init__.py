@@ -71,12 +71,12 @@ _MODULES: Dict[str, str] = {
 
 
 def __getattr__(name: str) -> Any:
-    """Loads the library with the first name that needs it, and connects `settings` on its first
-    use. pytest loads this package for its fixtures in runs that do not use them."""
+    """Loads the library with the first name that needs it. pytest loads this package for its
+    fixtures in runs that do not use them."""
     if name not in __all__:
         raise AttributeError(f"module 'cabinaudio' has no attribute '{name}'")
     if name == "settings":
-        found: Any = import_module("._settings", __name__).Settings()
+        found: Any = import_module("._settings", __name__).shared
     else:
         found = getattr(import_module("." + _MODULES.get(name, "_errors"), __name__), name)
     globals()[name] = found

@@ -4,6 +4,7 @@
 from __future__ import annotations
 
 import operator
+import threading
 from typing import (
     Dict,
     Iterator,
@@ -53,8 +54,13 @@ class Settings(Scoped, MutableMapping[str, Value]):
     """
 
     def __init__(self) -> None:
-        self._core = _cabinaudio.Settings()
+        self._connection: Optional[_cabinaudio.Settings] = _cabinaudio.Settings()
         opened.add(self)
+
+    @property
+    def _core(self) -> _cabinaudio.Settings:
+        assert self._connection is not None  # _Shared alone has none at times
+        return self._connection
 
     def __getitem__(self, name: str) -> Value:
         value: Value = self._core.get(name)
@@ -142,6 +148,34 @@ class Settings(Scoped, MutableMapping[str, Value]):
         unit = str(kind["unit"])
         items = value if isinstance(value, Sequence) else [value]
         return ",".join(_number(name, item, unit) for item in items)
+
+
+class _Shared(Settings):
+    """cabinaudio.settings: connects on its first use, and anew on the first use after close(). So it
+    reaches the next server, too."""
+
+    def __init__(self) -> None:
+        self._connection = None
+        self._lock = threading.Lock()
+        opened.add(self)
+
+    @property
+    def _core(self) -> _cabinaudio.Settings:
+        with self._lock:
+            if self._connection is None:
+                self._connection = _cabinaudio.Settings()
+            return self._connection
+
+    def close(self) -> None:
+        """Disconnects. The next use connects again."""
+        with self._lock:
+            before, self._connection = self._connection, None
+        if before is not None:
+            before.close()
+
+
+#: cabinaudio.settings
+shared = _Shared()
 
 
 def _switch(name: str, kind: Dict[str, object], value: object) -> str:

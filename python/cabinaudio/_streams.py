@@ -141,6 +141,11 @@ class Track(_Stream):
         self._core.close()
         self._abandon(self._finished)
 
+    def __del__(self) -> None:
+        # Who waits for the end of a forgotten stream would wait for ever.
+        if hasattr(self, "_finished"):
+            self._finished.cancel()
+
     def _abandon(self, next_future: "Future[bool]") -> None:
         """Ends the waits for a playback that will not be played to its end."""
         before, self._finished = self._finished, next_future
@@ -167,7 +172,7 @@ class Track(_Stream):
     @property
     def finished(self) -> "Future[bool]":
         """The end of this playback: a future whose result is True. It is cancelled when the stream
-        is closed, or started anew after a stop."""
+        is closed or forgotten, or started anew after a stop. The future does not keep the stream."""
         return self._finished
 
     def write(self, buffer: Buffer, block: bool = True, timeout: Optional[float] = None) -> int:
@@ -176,14 +181,19 @@ class Track(_Stream):
         Args:
             buffer:  contiguous, whole frames: bytes, bytearray, memoryview, array, a NumPy array
             block:   wait until everything is queued; else queue what fits
-            timeout: s, for a blocking write; checked between waits of the library (0.6 s each)
+            timeout: s, for a blocking write
+
+        Ctrl-C ends a blocking write of the main thread. A write that ends early may leave a piece of
+        up to a quarter of the ring, which is queued as soon as there is space, before the data of
+        the next write; stop() discards it.
 
         A sink whose source is withdrawn returns less than was given: the rest is discarded.
 
         Raises:
             TypeError, BufferError, ValueError: the buffer is none, not contiguous, of other samples
                 or of no whole frames
-            AudioTimeout:     no space; ``done`` has the bytes that were queued, to a quarter of the ring
+            AudioTimeout:     no space; ``done`` has the bytes that were queued, or left to be
+                queued: continue with the rest
             InvalidState:     not started, or stopped meanwhile
             InvalidOperation: another thread writes, or write_done() was called
             ServerGone:       the server has ended
@@ -333,7 +343,8 @@ class _Recording(_Stream):
 
     def readinto(self, buffer: Buffer, block: bool = True) -> int:
         """Reads into a writable buffer and returns the number of bytes; fewer than it holds when
-        there was no new data for 1 s, or without `block`. Errors are those of Track.write()."""
+        there was no new data for 1 s, or without `block`. Ctrl-C ends a blocking read of the main
+        thread, except of an uplink. Errors are those of Track.write()."""
         view = memoryview(buffer)
         if view.itemsize != 1 or view.ndim != 1:
             # The first read checks the samples of the whole buffer.
@@ -379,7 +390,8 @@ class _Recording(_Stream):
         with memoryview(data) as view:
             done = 0
             while done < count:
-                got = self._core.read_into(view[done:], True)
+                left = None if deadline is None else deadline - time.monotonic()
+                got = self._core.read_into(view[done:], True, left)
                 done += got
                 late = deadline is not None and time.monotonic() >= deadline
                 if done < count and (late or (got == 0 and deadline is None)):

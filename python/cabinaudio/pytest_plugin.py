@@ -13,6 +13,8 @@ from __future__ import annotations
 
 import os
 import shutil
+import tempfile
+from pathlib import Path
 from typing import TYPE_CHECKING, Any, Callable, Dict, Generator, List, Optional
 
 import pytest
@@ -37,6 +39,9 @@ def pytest_addoption(parser: pytest.Parser) -> None:
         help="whose sounds, reports and traces to keep (failed)",
     )
     parser.addini("cabinaudio_patience", "ms that a server waits for somebody (20000)", default="")
+    parser.addini(
+        "cabinaudio_scenarios", "whether files *.scenario are tests", type="bool", default=False
+    )
 
 
 def pytest_configure(config: pytest.Config) -> None:
@@ -98,7 +103,8 @@ def cabin_servers(
 @pytest.fixture
 def cabin(cabin_servers: "Callable[..., Server]") -> "Server":
     """A server of the test's own in lockstep, in tmp_path; see cabinaudio.testing.Server. Its
-    options are those of ``@pytest.mark.cabin(...)``. Errors of time fail the test."""
+    options are those of ``@pytest.mark.cabin(...)``. Errors of time fail the test, and so does a
+    server that has ended by itself, in each of its runs."""
     return cabin_servers()
 
 
@@ -142,7 +148,26 @@ class _Scenario(pytest.Item):
     def runtest(self) -> None:
         from .testing import run_scenario
 
-        run_scenario(self.path)
+        directory = self._directory()
+        keep = self.config.getoption("--cabinaudio-keep")
+        has_failed = True
+        try:
+            run_scenario(
+                self.path, directory, program=self.config.getoption("--cabinaudio-server")
+            )
+            has_failed = False
+        finally:
+            if keep == "all" or (keep == "failed" and has_failed):
+                self.add_report_section("call", "audio", f"results  {directory}")
+            else:
+                shutil.rmtree(directory, ignore_errors=True)
+
+    def _directory(self) -> Path:
+        """Where tests with the fixture tmp_path have theirs."""
+        factory = getattr(self.config, "_tmp_path_factory", None)
+        if factory is None:  # the plug-in tmpdir is switched off
+            return Path(tempfile.mkdtemp(prefix="cabinaudio-"))
+        return Path(factory.mktemp(f"scenario-{self.name}"))
 
     def repr_failure(self, excinfo: "pytest.ExceptionInfo[BaseException]", style: Any = None) -> str:
         return str(excinfo.value)  # names file and line itself
@@ -152,8 +177,8 @@ class _Scenario(pytest.Item):
 
 
 def pytest_collect_file(file_path: Any, parent: pytest.Collector) -> Optional[pytest.Collector]:
-    """Collects ``*.scenario``."""
-    if file_path.suffix != ".scenario":
+    """Collects ``*.scenario`` in projects that want it: the plug-in is loaded in all of them."""
+    if file_path.suffix != ".scenario" or not parent.config.getini("cabinaudio_scenarios"):
         return None
     collected: pytest.Collector = _ScenarioFile.from_parent(parent, path=file_path)
     return collected
@@ -164,11 +189,23 @@ _failed = pytest.StashKey[bool]()
 
 @pytest.hookimpl(hookwrapper=True)  # type: ignore[misc]
 def pytest_pyfunc_call(pyfuncitem: pytest.Function) -> Generator[None, Any, None]:
-    """Ends a test's servers with its function, so that errors of time are the test's failure."""
+    """Ends a test's servers with its function, so that what their ends show is the test's failure."""
     outcome = yield
     outcome.get_result()  # the test's own failure comes first
-    for server in pyfuncitem.stash.get(_servers, []):
-        server.stop().require_time()
+    servers: List[Server] = pyfuncitem.stash.get(_servers, [])
+    for server in reversed(servers):
+        server.stop()
+    _require_good_ends([result for server in servers for result in server.results])
+
+
+def _require_good_ends(results: "List[Result]") -> None:
+    faults = [result.fault for result in results if result.fault]
+    if faults:
+        from .testing import ServerError
+
+        raise ServerError("; ".join(faults))
+    for result in results:
+        result.require_time()
 
 
 @pytest.hookimpl(hookwrapper=True)  # type: ignore[misc]
@@ -206,7 +243,9 @@ def _describe(server: "Server", item: pytest.Item, report: pytest.TestReport) ->
                 # JUnit takes them from the item, xdist from the report.
                 item.user_properties.append((title, str(path)))
                 report.user_properties.append((title, str(path)))
-    lines += [f"time     {error}" for error in result.errors]
+    for run in server.results:
+        lines += [f"server   {run.fault}"] if run.fault else []
+        lines += [f"time     {error}" for error in run.errors]
     log = server.log_tail(20)
     if log:
         lines += ["last lines of the server's log:", log]

@@ -57,6 +57,7 @@ Capture::Capture(const std::string& name, const std::string& codec, unsigned rat
 Capture::~Capture() {
     if (mLife.isAbandoned()) {
         (void)mStream.release();  // its threads are the parent's
+        (void)mAside.release();
     } else if (mLife.close()) {
         const py::gil_scoped_release unlocked;
         destroy();
@@ -80,9 +81,11 @@ void Capture::stop() {
 
 void Capture::clear() {
     request("clear of", &audio::QVAudioRecord::clear);
+    const std::scoped_lock lock(mPieceLock);
+    mPiece.clear();
 }
 
-long Capture::readInto(const py::object& object, bool isBlock) {
+long Capture::readInto(const py::object& object, bool isBlock, std::optional<double> timeout) {
     const Life::Use use(mLife);
     const Buffer buffer(object, Buffer::Access::Write, mLayout);
     if (mLayout.isCoded)
@@ -92,8 +95,55 @@ long Capture::readInto(const py::object& object, bool isBlock) {
     const int ring = mStream->getTotalBufferSize();
     const int most = ring > 0 ? ring / mLayout.frameBytes() * mLayout.frameBytes() : 1 << 14;
     const int wanted = static_cast<int>(std::min<std::size_t>(buffer.bytes(), std::max(most, 1)));
-    const int count = mStream->read(buffer.data(), wanted, isBlock);
+    SignalCheck signals;
+    const auto deadline = isBlock ? deadlineAfter(timeout) : Aside::Clock::now();
+    if (const auto left = takeLeft(buffer.data(), wanted, signals, deadline)) return *left;
+    // The silence of an uplink comes at the pace of the clock.
+    const int count = isBlock && isWatched(timeout) && mUplink == nullptr
+                          ? readWatched(buffer.data(), wanted, signals, deadline)
+                          : mStream->read(buffer.data(), wanted, isBlock);
     if (count < 0) throw Failure(count, "read of \"" + mName + "\"");
+    return count;
+}
+
+/// What is there, or a period that is waited for. @return as the library's read()
+int Capture::readWatched(unsigned char* data, int bytes, SignalCheck& signals,
+                         const Deadline& deadline) {
+    const int frame = mLayout.frameBytes();
+    const int used = mStream->bytesUsed() / frame * frame;
+    if (used > 0) return mStream->read(data, std::min(bytes, used), true);
+    const int period = std::max(mStream->getPerLoopSize() / frame, 1) * frame;
+    auto piece = std::make_shared<Bytes>(static_cast<std::size_t>(std::min(bytes, period)));
+    // The call keeps the stream, whoever waits for it.
+    auto read = [this, piece, use = std::make_shared<Life::Use>(mLife)] {
+        return mStream->read(piece->data(), static_cast<int>(piece->size()), true);
+    };
+    if (!mAside->begin(std::move(read))) return mStream->read(data, bytes, true);
+    mReading = piece;
+    const std::optional<int> count = mAside->await(signals, deadline);
+    if (count && *count > 0) std::copy_n(piece->begin(), *count, data);
+    return count.value_or(0);
+}
+
+/// What an earlier call has left. @return empty when there is nothing, 0 when it still waits
+std::optional<int> Capture::takeLeft(unsigned char* data, int bytes, SignalCheck& signals,
+                                     const Deadline& deadline) {
+    if (mAside->adopt()) {
+        const std::shared_ptr<Bytes> piece = mReading;
+        const std::optional<int> count = mAside->await(signals, deadline);
+        if (!count) return 0;
+        const std::scoped_lock lock(mPieceLock);
+        if (*count > 0) mPiece.insert(mPiece.end(), piece->begin(), piece->begin() + *count);
+    }
+    return takePiece(data, bytes);
+}
+
+std::optional<int> Capture::takePiece(unsigned char* data, int bytes) {
+    const std::scoped_lock lock(mPieceLock);
+    if (mPiece.empty()) return {};
+    const int count = std::min(bytes, static_cast<int>(mPiece.size()));
+    std::copy_n(mPiece.begin(), count, data);
+    mPiece.erase(mPiece.begin(), mPiece.begin() + count);
     return count;
 }
 
@@ -134,7 +184,8 @@ void Capture::setVolume(int volume) {
 int Capture::bytesUsed() {
     const Life::Use use(mLife);
     const py::gil_scoped_release unlocked;
-    return mStream->bytesUsed();
+    const std::scoped_lock lock(mPieceLock);
+    return mStream->bytesUsed() + static_cast<int>(mPiece.size());
 }
 
 int Capture::ringBytes() {
@@ -156,6 +207,7 @@ void Capture::close() {
 void Capture::destroy() {
     while (!mLife.isUnused())
         mStream->stop();  // a blocked read ends with its next data, or within a second
+    mAside.reset();
     mUplink = nullptr;
     mStream.reset();
 }
@@ -175,7 +227,8 @@ void bindCapture(py::module_& module) {
         .def("start", &Capture::start)
         .def("stop", &Capture::stop)
         .def("clear", &Capture::clear)
-        .def("read_into", &Capture::readInto, py::arg("buffer"), py::arg("block"))
+        .def("read_into", &Capture::readInto, py::arg("buffer"), py::arg("block"),
+             py::arg("timeout") = py::none())
         .def("read_frame", &Capture::readFrame, py::arg("block"))
         .def("close", &Capture::close)
         .def_property("volume", &Capture::volume, &Capture::setVolume)

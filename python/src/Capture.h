@@ -3,13 +3,17 @@
 
 #include <cabinaudio/QVAudioRecord.h>
 
+#include "python/src/Aside.h"
 #include "python/src/Buffer.h"
 #include "python/src/Format.h"
 #include "python/src/Life.h"
 #include "python/src/Python.h"
 
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <string>
+#include <vector>
 
 class ClientRecordRt;
 
@@ -33,8 +37,11 @@ public:
     void stop();
     void clear();
 
-    /// One read of the library, at most as long as the ring. @return bytes stored
-    long readInto(const py::object& buffer, bool isBlock);
+    /// One read of the library, at most as long as the ring. A call that ends early, by its timeout
+    /// or a signal, leaves a read of a period, whose data the next call returns.
+    /// @param timeout  s; none: the library's
+    /// @return bytes stored
+    long readInto(const py::object& buffer, bool isBlock, std::optional<double> timeout);
     /// The next frame of a coded stream, or one period of PCM; empty when none is due.
     py::bytes readFrame(bool isBlock);
 
@@ -49,8 +56,16 @@ public:
     [[nodiscard]] bool isClosed() { return mLife.isClosed(); }
 
 private:
+    using Bytes = std::vector<unsigned char>;
+    using Deadline = std::optional<Aside::Clock::time_point>;
+
     void request(const char* what, int (audio::QVAudioRecord::*operation)());
     [[nodiscard]] int frameCapacity() const;
+    [[nodiscard]] int readWatched(unsigned char* data, int bytes, SignalCheck& signals,
+                                  const Deadline& deadline);
+    [[nodiscard]] std::optional<int> takeLeft(unsigned char* data, int bytes, SignalCheck& signals,
+                                              const Deadline& deadline);
+    [[nodiscard]] std::optional<int> takePiece(unsigned char* data, int bytes);
     void destroy();
 
     std::string mName;
@@ -58,6 +73,10 @@ private:
     std::unique_ptr<audio::QVAudioRecord> mStream;
     ClientRecordRt* mUplink = nullptr;  // the same stream
     Life mLife;
+    std::unique_ptr<Aside> mAside = std::make_unique<Aside>();
+    std::shared_ptr<Bytes> mReading;  // by the call aside
+    std::mutex mPieceLock;
+    Bytes mPiece;  // that was read by a call that was left
 };
 
 void bindCapture(py::module_& module);

@@ -20,10 +20,11 @@ namespace cabinaudio::python {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 /// Of one call of the library while there is no ring yet, in frames.
 constexpr int FIRST_FRAMES = 2048;
+
+/// For the end of a blocked call after a stop.
+constexpr std::chrono::seconds STOP_BOUND{5};
 
 /// Of a ring, each as long as one call of the library.
 constexpr std::size_t PARTS = 4;
@@ -73,9 +74,15 @@ Playback::Playback(const std::string& name, const std::string& tag, unsigned rat
 Playback::~Playback() {
     if (mLife.isAbandoned()) {
         (void)mStream.release();  // its threads are the parent's
+        (void)mAside.release();
     } else if (mLife.close() && tNotified == this) {
         mStream->setCallback(nullptr);
-        destroyElsewhere(std::move(mStream));
+        {
+            const py::gil_scoped_release unlocked;
+            endCalls();
+        }
+        std::shared_ptr<audio::QVAudioTrack> stream = std::move(mStream);
+        destroyElsewhere([last = std::move(stream)]() mutable { last.reset(); });
     } else if (mStream) {
         const py::gil_scoped_release unlocked;
         destroy();
@@ -95,6 +102,15 @@ void Playback::start() {
 
 void Playback::stop() {
     request("stop of", &audio::QVAudioTrack::stop);
+    discardLeft();
+}
+
+/// The stop has ended the call that was left.
+void Playback::discardLeft() {
+    const Life::Use use(mLife);
+    const py::gil_scoped_release unlocked;
+    SignalCheck signals;
+    if (mAside->adopt()) (void)mAside->await(signals, Aside::Clock::now() + STOP_BOUND);
 }
 
 void Playback::clear() {
@@ -102,6 +118,12 @@ void Playback::clear() {
 }
 
 void Playback::writeDone() {
+    {
+        const Life::Use use(mLife);
+        const py::gil_scoped_release unlocked;
+        SignalCheck signals;
+        (void)queueLeft(signals, {});
+    }
     request("write_done of", &audio::QVAudioTrack::writeDone);
 }
 
@@ -134,29 +156,63 @@ long Playback::write(const py::object& object, bool isBlock, std::optional<doubl
     const Life::Use use(mLife);
     const Buffer buffer(object, Buffer::Access::Read, mLayout);
     if (buffer.bytes() == 0) return 0;
+    const Slices slices{buffer.data(), buffer.bytes(),
+                        static_cast<std::size_t>(mLayout.frameBytes())};
     const py::gil_scoped_release unlocked;
-    return writeSlices(buffer, isBlock, timeout);
+    return writeSlices(slices, isBlock, timeout);
 }
 
-long Playback::writeSlices(const Buffer& buffer, bool isBlock, std::optional<double> timeout) {
-    const auto begin = Clock::now();
+long Playback::writeSlices(Slices slices, bool isBlock, std::optional<double> timeout) {
     SignalCheck signals;
-    Slices slices{buffer.data(), buffer.bytes(), static_cast<std::size_t>(mLayout.frameBytes())};
+    const Deadline deadline = isBlock ? deadlineAfter(timeout) : Aside::Clock::now();
+    const bool isCareful = isBlock && isWatched(timeout);
+    const auto late = [&](long done) {
+        return Failure(AUDIO_TIMED_OUT, "write to " + quoted(mName), done);
+    };
+    if (!queueLeft(signals, deadline)) {
+        if (!isBlock) return 0;
+        throw late(0);
+    }
     long done = 0;
     while (slices.left > 0) {
         const int wanted = slices.size(mStream->getTotalBufferSize());
-        const int written = mStream->write(slices.next, wanted, isBlock);
-        if (written < 0) throw Failure(written, "write to " + quoted(mName), done);
-        done += written;
+        const std::optional<int> written = isCareful
+                                               ? writeSlice(slices.next, wanted, signals, deadline)
+                                               : mStream->write(slices.next, wanted, isBlock);
+        if (!written) throw late(done + wanted);
+        if (*written < 0) throw Failure(*written, "write to " + quoted(mName), done);
+        done += *written;
         // A withdrawn sink takes no more, and a non-blocking write is done.
-        if (written < wanted) break;
-        slices.advance(written);
+        if (*written < wanted) break;
+        slices.advance(*written);
         signals.look();
-        const std::chrono::duration<double> passed = Clock::now() - begin;
-        if (timeout && slices.left > 0 && passed.count() >= *timeout)
-            throw Failure(AUDIO_TIMED_OUT, "write to " + quoted(mName), done);
+        if (isBlock && deadline && slices.left > 0 && Aside::Clock::now() >= *deadline)
+            throw late(done);
     }
     return done;
+}
+
+/// @return empty when the slice was left
+std::optional<int> Playback::writeSlice(unsigned char* data, int bytes, SignalCheck& signals,
+                                        const Deadline& deadline) {
+    if (mStream->bytesFree() >= bytes) return mStream->write(data, bytes, true);
+    std::vector<unsigned char> piece(data, data + bytes);
+    // The call keeps the stream, whoever waits for it.
+    auto use = std::make_shared<Life::Use>(mLife);
+    auto write = [this, use = std::move(use), piece = std::move(piece)]() mutable {
+        return mStream->write(piece.data(), static_cast<int>(piece.size()), true);
+    };
+    if (!mAside->begin(std::move(write))) return mStream->write(data, bytes, true);
+    return mAside->await(signals, deadline);
+}
+
+/// Queues what an earlier call has left. @return false when it still waits for space
+bool Playback::queueLeft(SignalCheck& signals, const Deadline& deadline) {
+    if (!mAside->adopt()) return true;
+    const std::optional<int> written = mAside->await(signals, deadline);
+    if (!written) return false;
+    if (*written < 0) throw Failure(*written, "write to " + quoted(mName));
+    return true;
 }
 
 int Playback::bytesFree() {
@@ -213,9 +269,14 @@ void Playback::close() {
     mOnFinish = py::none();
 }
 
-void Playback::destroy() {
+void Playback::endCalls() {
     while (!mLife.isUnused())
         mStream->stop();  // ends a blocked write
+    mAside.reset();
+}
+
+void Playback::destroy() {
+    endCalls();
     mStream.reset();
 }
 

@@ -3,6 +3,7 @@
 
 #include <cabinaudio/QVAudioTrack.h>
 
+#include "python/src/Aside.h"
 #include "python/src/Buffer.h"
 #include "python/src/Life.h"
 #include "python/src/Python.h"
@@ -34,8 +35,11 @@ public:
     void writeDone();
     void setKeyShift(float key);
 
-    /// @param timeout  s for the whole call, in steps of the library's own waits; none: no bound
+    /// A call that ends early, by its timeout or a signal, leaves a piece of the data that waits
+    /// for space. The next write, or writeDone(), waits for that piece first.
+    /// @param timeout  s for the whole call; none: no bound
     /// @return bytes queued
+    /// @throws Failure  with the bytes queued, or left to be queued
     long write(const py::object& buffer, bool isBlock, std::optional<double> timeout);
 
     [[nodiscard]] int bytesFree();
@@ -51,17 +55,24 @@ public:
 
 private:
     struct Slices;
+    using Deadline = std::optional<Aside::Clock::time_point>;
 
     void finish(bool) override;
     void notifyPython();
     void request(const char* what, int (audio::QVAudioTrack::*operation)());
-    long writeSlices(const Buffer& buffer, bool isBlock, std::optional<double> timeout);
+    [[nodiscard]] bool queueLeft(SignalCheck& signals, const Deadline& deadline);
+    void discardLeft();
+    long writeSlices(Slices slices, bool isBlock, std::optional<double> timeout);
+    [[nodiscard]] std::optional<int> writeSlice(unsigned char* data, int bytes,
+                                                SignalCheck& signals, const Deadline& deadline);
+    void endCalls();
     void destroy();
 
     std::string mName;
     SampleLayout mLayout;
     std::unique_ptr<audio::QVAudioTrack> mStream;
     Life mLife;
+    std::unique_ptr<Aside> mAside = std::make_unique<Aside>();
     py::object mOnFinish;
 };
 

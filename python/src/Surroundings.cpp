@@ -42,7 +42,10 @@ void bindSurroundings(py::module_& module) {
     module.def("reply_timeout", &replyTimeout);
     module.def("set_log_priority", &__android_log_set_minimum_priority, py::arg("priority"));
     module.def("die_with_parent", &dieWithParent);
-    module.def("abandon_after_fork", &abandonAfterFork);
+    module.def("abandon_after_fork", [] {
+        abandonAfterFork();
+        forgetDestructions();
+    });
     module.def("wait_for_destructions", &waitForDestructions,
                py::call_guard<py::gil_scoped_release>());
 }

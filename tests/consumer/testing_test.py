@@ -41,8 +41,7 @@ def perform(*command, cwd, **environment):
     """Runs a command that may fail, with the programs of the installed tree. Its output is one text."""
     path = f"{LAUNCHER.parent}:{SERVER.parent}:{TOOL.parent}:{os.environ['PATH']}"
     environment = {"PATH": path, "TMPDIR": cwd, "CABINAUDIO_SERVER": SERVER,
-                   "CABINAUDIO_LAUNCHER": LAUNCHER, "CABINAUDIO_RUN": LAUNCHER,
-                   "CABINAUDIO_BOARD_LIB": BOARD, **environment}
+                   "CABINAUDIO_LAUNCHER": LAUNCHER, "CABINAUDIO_BOARD_LIB": BOARD, **environment}
     return subprocess.run(
         [str(word) for word in command], cwd=cwd, env=clean_environment(**environment),
         stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,

@@ -2,7 +2,9 @@
 """Assertions about sounds, and the texts of their failures."""
 
 import array
+import math
 
+import numpy
 import pytest
 
 import cabinaudio
@@ -25,6 +27,7 @@ from cabinaudio.testing import (
     tone,
     write_wav,
 )
+from cabinaudio.testing._text import number
 
 BEEP = tone(440, 1)
 
@@ -60,6 +63,40 @@ def test_assertions_are_met_or_not(beep, tmp_path, met, missed):
     assert met(beep) is None
     with pytest.raises(HeardError, match="NOT MET"):
         missed(beep)
+
+
+def test_numbers_have_all_digits_and_no_exponent():
+    values = (5, 5.0, -12, 0.5, 1e-7, 1e22, 123456.7, 1000001, 1000001.0, 2**63)
+    assert [number(value) for value in values] == [
+        "5", "5", "-12", "0.5", "0.0000001", "10000000000000000000000", "123456.7", "1000001",
+        "1000001", "9223372036854775808"]
+    assert number(numpy.float32(0.5)) == "0.5" and number(numpy.int64(7)) == "7"
+    for wrong in (math.nan, math.inf):
+        with pytest.raises(ValueError, match="number is needed"):
+            number(wrong)
+
+
+def test_a_small_tolerance(beep):
+    with pytest.raises(HeardError, match="NOT MET"):
+        assert_level(beep, -20, tolerance=1e-7, start=0.6)
+
+
+@pytest.mark.parametrize("name", ["a b.wav", "it's.wav", "[0..1].wav", "a'b\"c d.wav"])
+def test_names_of_files_are_one_word(beep, tmp_path, name):
+    same = write_wav(tmp_path / name, silence(0.5) + BEEP)
+    assert_same(beep, same)
+    write_wav(same, BEEP)
+    with pytest.raises(HeardError, match="NOT MET"):
+        assert_same(beep, same)
+
+
+@pytest.mark.cabin(hold=2, await_={"the voice": 500})
+def test_names_of_streams_are_one_word(cabin):
+    cabin.settings["ducking.mode"] = 1
+    with cabinaudio.Sink("my music") as music, cabinaudio.Track("the voice", type=2) as voice:
+        cabinaudio.play_together((music, tone(440, 3)), (voice, tone(1000, 1)))
+    assert_starts(cabin, "the voice", 500)
+    assert_ducked(cabin, "my music", during="the voice")
 
 
 def test_clicks(beep, gap):

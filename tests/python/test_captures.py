@@ -2,6 +2,11 @@
 """Capture streams and the uplink of a call."""
 
 import array
+import concurrent.futures
+import os
+import signal
+import threading
+import time
 
 import numpy
 import pytest
@@ -90,6 +95,38 @@ def test_record_times_out_with_what_there_is(voice):
     got = late.value.data
     assert 0 < len(got) < 2 * 48000 * 60
     assert got[:960] == VOICE[:960]
+
+
+@pytest.mark.cabin(time="stepped")
+def test_a_record_that_times_out_loses_nothing(cabin_servers, tmp_path):
+    path = write_wav(tmp_path / "voice.wav", VOICE, channels=1)
+    server = cabin_servers(inputs={"input0": path})
+    with cabinaudio.Record("note") as record:
+        record.start()
+        begin = time.monotonic()
+        with pytest.raises(cabinaudio.AudioTimeout) as late:
+            record.record(0.2, timeout=0.3)
+        assert time.monotonic() - begin < 15  # the library's own wait has 60 s here
+        got = late.value.data
+        with concurrent.futures.ThreadPoolExecutor() as pool:
+            rest = pool.submit(record.record, 0.2)
+            server.run(300)  # the ring holds more, whoever reads
+            got += rest.result(60)
+        assert len(got) >= 19200 and got == VOICE[: len(got)]
+        record.stop()
+
+
+@pytest.mark.cabin(time="stepped")
+def test_ctrl_c_ends_a_read(cabin):
+    with cabinaudio.Record("note") as record:
+        record.start()
+        timer = threading.Timer(0.1, os.kill, (os.getpid(), signal.SIGINT))
+        timer.start()
+        begin = time.monotonic()
+        with pytest.raises(KeyboardInterrupt):
+            record.read(48000)
+        assert time.monotonic() - begin < 15
+        timer.join()
 
 
 def test_volume(voice):

@@ -98,6 +98,63 @@ def test_it(cabin):
     result.stdout.fnmatch_lines(["*TimeError*2 streams*", "time *2 streams*"])
 
 
+def test_the_end_of_a_server_is_judged(run):
+    result = run(HEAD + """
+import os, signal
+
+@pytest.mark.parametrize("number", [signal.SIGSEGV, signal.SIGKILL])
+def test_dies(cabin, number):
+    os.kill(cabin._process.pid, number)
+
+def test_dies_before_a_crash(cabin):
+    os.kill(cabin._process.pid, signal.SIGSEGV)
+    cabin._process.wait()
+    cabin.crash()
+
+def test_dies_in_the_first_run(cabin):
+    os.kill(cabin._process.pid, signal.SIGSEGV)
+    cabin._process.wait()
+    cabin.restart()
+
+def test_crashes(cabin):
+    cabin.crash()
+    cabin.restart()
+    cabin.crash()
+""")
+    result.assert_outcomes(failed=4, passed=1)
+    result.stdout.fnmatch_lines(["*ServerError: the server has ended by SIGSEGV*",
+                                 "server *SIGSEGV*",
+                                 "*ServerError: the server has ended by SIGKILL*"])
+
+
+def test_errors_of_time_of_the_first_run_fail_a_test(run):
+    result = run(HEAD + """
+@pytest.mark.cabin(hold=2, patience=1000)
+def test_it(cabin):
+    with cabinaudio.Track("prompt") as track:
+        track.play(silence(0.1))
+    cabin.restart()
+""")
+    result.assert_outcomes(failed=1)
+    result.stdout.fnmatch_lines(["*TimeError*2 streams*", "time *2 streams*"])
+
+
+def test_the_environment_is_that_of_before(run):
+    run(HEAD + """
+import os
+
+NAMES = ("CABINAUDIO_INSTANCE", "CABINAUDIO_CONFIG_DIR")
+os.environ["CABINAUDIO_INSTANCE"] = "of-the-user"
+os.environ.pop("CABINAUDIO_CONFIG_DIR", None)
+
+def test_two(cabin_servers):
+    cabin_servers(), cabin_servers()
+
+def test_nothing_is_left():
+    assert [os.environ.get(name) for name in NAMES] == ["of-the-user", None]
+""").assert_outcomes(passed=2)
+
+
 @pytest.mark.parametrize("keep, is_kept", [("all", True), ("failed", False), ("none", False)])
 def test_keeps_what_is_asked_for(run, pytester, keep, is_kept):
     run(PASSING, f"--cabinaudio-keep={keep}").assert_outcomes(passed=1)
@@ -184,18 +241,34 @@ has_scenarios = "\n  scenario " in subprocess.run([TOOL, "--help"], stdout=subpr
                                                   text=True, timeout=120).stdout
 
 
+def kept_scenarios(pytester):
+    """Those of which something was heard."""
+    kept = (pytester.path / "kept").glob("scenario-*[0-9]/**/*.wav")
+    return sorted({re.search("/scenario-([a-z]+)", str(path))[1] for path in kept})
+
+
 @pytest.mark.skipif(not has_scenarios, reason="the tool runs no scenarios")
 def test_collects_scenarios(pytester, monkeypatch):
     monkeypatch.setenv("CABINAUDIO_TOOL", TOOL)
     programs = [os.path.dirname(os.environ[name]) for name in ("CABINAUDIO_SERVER",
-                                                               "CABINAUDIO_RUN")]
+                                                               "CABINAUDIO_LAUNCHER")]
     monkeypatch.setenv("PATH", ":".join([*programs, os.environ["PATH"]]))
     write_wav(pytester.path / "prompt.wav", tone(1000, 1))
     for name, text in (("good", SCENARIO % (TOOL, 1000)), ("bad", SCENARIO % (TOOL, 500)),
                        ("wrong", "server --hold 1\nfly high\n")):
         (pytester.path / f"{name}.scenario").write_text(text)
-    result = pytester.runpytest_subprocess("-p", "no:cacheprovider")
+    options = ("-p", "no:cacheprovider", "--basetemp", str(pytester.path / "kept"))
+    pytester.runpytest_subprocess(*options).assert_outcomes()  # other projects have such files, too
+    pytester.makeini("[pytest]\ncabinaudio_scenarios = true\n")
+    result = pytester.runpytest_subprocess(*options)
     result.assert_outcomes(passed=1, failed=2)
+    assert kept_scenarios(pytester) == ["bad"]
+    pytester.runpytest_subprocess(*options, "--cabinaudio-keep=all")
+    assert kept_scenarios(pytester) == ["bad", "good"]
+    pytester.runpytest_subprocess(*options, "--cabinaudio-keep=none")
+    assert kept_scenarios(pytester) == []
+    missing = pytester.runpytest_subprocess(*options, "--cabinaudio-server=/nowhere/server")
+    missing.stdout.fnmatch_lines(["*/nowhere/server*"])
     result.stdout.fnmatch_lines_random(["*tone 500*", "*wrong.scenario:2: *fly*"])
 
 

@@ -6,6 +6,7 @@ import gc
 import os
 import signal
 import threading
+import time
 
 import pytest
 
@@ -106,6 +107,71 @@ def test_ctrl_c_ends_a_wait(cabin):
         with pytest.raises(KeyboardInterrupt):
             track.wait(600)
         timer.join()
+
+
+@pytest.mark.cabin(time="stepped")
+def test_ctrl_c_ends_a_write_while_time_stands(cabin):
+    with cabinaudio.Track("prompt") as track:
+        track.start()
+        timer = threading.Timer(0.1, os.kill, (os.getpid(), signal.SIGINT))
+        timer.start()
+        begin = time.monotonic()
+        with pytest.raises(KeyboardInterrupt):
+            track.write(SOUND)
+        assert time.monotonic() - begin < 15  # the library's own wait has 60 s here
+        timer.join()
+
+
+DROP = """
+holder = []
+
+def play_and_drop():
+    gone = threading.Event()
+    track = cabinaudio.Track('prompt')
+    track.on_finish = lambda: (holder.clear(), gone.set())
+    track.start()
+    track.write(SOUND[:4096])
+    holder.append(track)
+    track.write_done()
+    del track
+    assert gone.wait(60)
+    while True:
+        try:
+            cabinaudio.Track('prompt').close()
+            return
+        except cabinaudio.InvalidState:
+            time.sleep(0.001)
+"""
+
+
+@pytest.mark.skipif(IS_EMULATED, reason="the emulator has the address space")
+def test_streams_that_are_dropped_in_on_finish_leave_no_stacks(cabin, run_script):
+    ended = run_script(HEAD + DROP + """
+def address_space():
+    with open('/proc/self/statm') as file:
+        return int(file.read().split()[0]) * os.sysconf('SC_PAGESIZE')
+
+for _ in range(10):
+    play_and_drop()
+before = address_space()
+for _ in range(60):
+    play_and_drop()
+print((address_space() - before) >> 20)
+""")
+    assert ended.returncode == 0, ended.stderr
+    assert int(ended.stdout) < 240, "MiB; 60 stacks have 480"
+
+
+@pytest.mark.skipif(IS_EMULATED, reason="qemu-arm ends a forked child that makes threads")
+def test_a_child_of_a_fork_does_not_wait_for_the_parents_threads(cabin, run_script):
+    ended = run_script(HEAD + DROP + """
+play_and_drop()
+child = os.fork()
+if child == 0:
+    sys.exit(0)
+print(os.waitpid(child, 0)[1])
+""")
+    assert (ended.returncode, ended.stdout.strip()) == (0, "0"), ended.stderr
 
 
 @pytest.mark.cabin(time="real")

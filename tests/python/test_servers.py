@@ -3,6 +3,7 @@
 
 import concurrent.futures
 import os
+import signal
 import sys
 import threading
 import time
@@ -118,6 +119,136 @@ def test_errors_of_time_have_a_text_and_a_status(tmp_path):
     assert "2 streams" in result.errors[0] and "(1 " in result.errors[0]
     with pytest.raises(TimeError, match="2 streams"):
         result.require_time()
+
+
+def dead_server(directory):
+    """A server that has ended by itself."""
+    server = Server(directory)
+    os.kill(server._process.pid, signal.SIGSEGV)
+    server._process.wait()
+    return server
+
+
+def memory_of(server):
+    return [name for name in os.listdir("/dev/shm") if server.instance in name]
+
+
+def test_the_end_of_a_with_statement_judges_the_end_of_the_server(tmp_path):
+    with pytest.raises(ServerError, match="SIGSEGV"):
+        with dead_server(tmp_path / "first"):
+            pass
+    with pytest.raises(ServerError, match="SIGSEGV"):
+        with dead_server(tmp_path / "second") as server:
+            server.restart()
+    with pytest.raises(ServerError, match="2 streams"):
+        with Server(tmp_path / "third", hold=2, patience=1000):
+            with cabinaudio.Track("prompt") as track:
+                track.play(silence(0.1))
+    with pytest.raises(KeyError):  # is more important
+        with dead_server(tmp_path / "fourth"):
+            raise KeyError
+    with Server(tmp_path / "fifth") as server:
+        server.crash()
+        server.restart()
+    assert [result.status for result in server.results] == [-signal.SIGKILL, 0]
+
+
+def test_nothing_of_a_dead_server_is_left(tmp_path):
+    server = dead_server(tmp_path)
+    assert memory_of(server)
+    assert server.stop().status == -signal.SIGSEGV
+    assert memory_of(server) == []
+
+
+@pytest.mark.parametrize("thread", [False, True])
+def test_servers_end_with_the_interpreter(run_script, tmp_path, thread):
+    ended = run_script(f"""
+import threading
+import cabinaudio
+from cabinaudio.testing import Server
+
+def start():
+    global server
+    server = Server({str(tmp_path / "cabin")!r})
+    track = cabinaudio.Track("prompt")
+    print(server.instance, server._process.pid)
+
+if {thread}:
+    started = threading.Thread(target=start)
+    started.start()
+    started.join()
+else:
+    start()
+""")
+    assert (ended.returncode, ended.stderr) == (0, "")
+    instance, pid = ended.stdout.split()
+    assert not [name for name in os.listdir("/dev/shm") if instance in name]
+    with pytest.raises(ProcessLookupError):
+        os.kill(int(pid), 0)
+    assert (tmp_path / "cabin" / "report.json").exists()
+
+
+def test_the_shared_settings_are_those_of_the_present_server(tmp_path):
+    settings = cabinaudio.settings
+    for level in (-3.0, -5.0):
+        with Server(tmp_path / str(level)) as server:
+            assert cabinaudio.settings["volume.master"] == 0.0
+            cabinaudio.settings["volume.master"] = level
+            assert server.settings["volume.master"] == level
+            server.crash()
+            with pytest.raises(cabinaudio.ServerGone):
+                settings["volume.master"]
+            server.restart()
+            assert settings["volume.master"] == 0.0
+            with Server(tmp_path / f"inner{level}"):
+                settings["volume.master"] = level
+            assert settings["volume.master"] == 0.0
+
+
+def test_until_finished_waits_for_a_stream_that_has_played(cabin):
+    with pytest.raises(ServerError, match='"nobody" .* in 0.05 s: it does not exist'):
+        cabin.until_finished("nobody", 0.05)
+    with cabinaudio.Track("prompt") as track:
+        with pytest.raises(ServerError, match="it does not play"):
+            cabin.until_finished("prompt", 0)
+        track.start()
+        with pytest.raises(ServerError, match="it plays"):
+            cabin.until_finished("prompt", 0)
+        track.write(PROMPT)
+        track.write_done()
+        cabin.until_finished("prompt")
+
+
+@pytest.mark.cabin(time="stepped")
+def test_until_finished_knows_a_stream_that_is_gone_meanwhile(cabin, monkeypatch):
+    track = cabinaudio.Track("prompt")
+    track.start()
+    was_seen = threading.Event()
+    state = cabin.state
+
+    def seen():
+        found = state()
+        was_seen.set()
+        return found
+
+    monkeypatch.setattr(cabin, "state", seen)
+    with concurrent.futures.ThreadPoolExecutor() as pool:
+        waited = pool.submit(cabin.until_finished, "prompt")
+        assert was_seen.wait(60)
+        track.close()
+        assert waited.result(60) is None
+
+
+@pytest.mark.cabin(time="stepped", at=[(1000001, "stream remove nobody")])
+def test_long_times_have_all_their_digits(cabin):
+    cabin.run(123456.0)
+    assert cabin.time_state()["ms"] == 123456
+    cabin.run(876544)
+    assert cabin.time_state()["ms"] == 1000000
+    with pytest.raises(ServerError, match="number|time"):
+        cabin.run(0.0000001)
+    with pytest.raises(ValueError, match="nan"):
+        cabin.run(float("nan"))
 
 
 def test_crash_and_restart(cabin):

@@ -17,7 +17,7 @@ def of_tool(cabin, name):
     """The value as the command-line tool reads it."""
     environment = {**os.environ, "CABINAUDIO_INSTANCE": cabin.instance}
     printed = subprocess.run(
-        [os.environ["CABINAUDIO_RUN"], "--", os.environ["CABINAUDIO_TEST_TOOL"],
+        [os.environ["CABINAUDIO_LAUNCHER"], "--", os.environ["CABINAUDIO_TEST_TOOL"],
          "get", "--json", name],
         env=environment, stdout=subprocess.PIPE, text=True, check=True, timeout=120,
     )

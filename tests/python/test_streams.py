@@ -267,6 +267,62 @@ def test_write_times_out(cabin):
 
 
 @pytest.mark.cabin(time="stepped")
+def test_a_write_that_times_out_loses_nothing(cabin):
+    with cabinaudio.Track("prompt") as track:
+        track.start()
+        begin = time.monotonic()
+        with pytest.raises(cabinaudio.AudioTimeout) as late:
+            track.write(SOUND, timeout=0.3)
+        assert 0.3 <= time.monotonic() - begin < 15  # the library's own wait has 60 s here
+        done = late.value.done
+        assert track.ring_bytes - track.bytes_free <= done < len(SOUND)
+        assert track.write(SOUND[done:], block=False) == 0
+        with pytest.raises(cabinaudio.AudioTimeout) as late:
+            track.write(SOUND[done:], timeout=0)
+        assert late.value.done == 0
+        cabin.settle()
+        with concurrent.futures.ThreadPoolExecutor() as pool:
+            written = pool.submit(track.write, SOUND[done:])
+            cabin.run(1000)
+            assert written.result(60) == len(SOUND) - done
+        track.write_done()
+        cabin.run(200)
+        assert track.wait(60)
+    assert heard_bytes(cabin) == SOUND
+
+
+@pytest.mark.cabin(time="stepped")
+@pytest.mark.parametrize("end", ["stop", "close", "forget"])
+def test_what_a_write_has_left_ends_with_the_stream(cabin, end):
+    track = cabinaudio.Track("prompt")
+    track.start()
+    with pytest.raises(cabinaudio.AudioTimeout):
+        track.write(SOUND, timeout=0.05)
+    if end == "forget":
+        del track
+    else:
+        getattr(track, end)()
+    if end == "stop":
+        track.clear()
+        track.start()
+        assert track.write(SOUND[:4096]) == 4096
+        track.close()
+    cabinaudio.Track("prompt").close()
+
+
+def test_the_future_of_a_forgotten_track_is_cancelled(cabin):
+    cabin.stop_time(0)
+    track = cabinaudio.Track("prompt")
+    track.start()
+    track.write(SOUND[:4096])
+    end = track.finish()
+    assert not end.done()
+    del track
+    with pytest.raises(concurrent.futures.CancelledError):
+        end.result(60)
+
+
+@pytest.mark.cabin(time="stepped")
 def test_wait_tells_whether_it_has_ended(cabin):
     with cabinaudio.Track("prompt") as track:
         track.start()

@@ -9,6 +9,7 @@ from typing import TYPE_CHECKING, List, Optional, Tuple, Union
 
 from ._result import CheckError, Result, Sound
 from ._server import Server
+from ._text import number, quoted
 
 if TYPE_CHECKING:
     from .. import _hear
@@ -113,7 +114,7 @@ def _text(verdicts: "List[_hear.Verdict]", path: str, picture: Optional[Path]) -
 def _range(start: Optional[float], end: Optional[float]) -> str:
     if start is None and end is None:
         return ""
-    return f" [{'' if start is None else start}..{'' if end is None else end}]"
+    return f" [{'' if start is None else number(start)}..{'' if end is None else number(end)}]"
 
 
 def assert_level(
@@ -127,7 +128,7 @@ def assert_level(
 ) -> None:
     """The RMS level in dB of full scale, between two times in s."""
     __tracebackhide__ = True
-    assert_heard(heard, f"level {db} tol={tolerance}" + _range(start, end), channel=channel)
+    assert_heard(heard, f"level {number(db)} tol={number(tolerance)}" + _range(start, end), channel=channel)
 
 
 def assert_tone(
@@ -141,7 +142,7 @@ def assert_tone(
 ) -> None:
     """The strongest line of the spectrum."""
     __tracebackhide__ = True
-    text = f"tone {hz}" + ("" if level is None else f" level={level}")
+    text = f"tone {number(hz)}" + ("" if level is None else f" level={number(level)}")
     assert_heard(heard, text + _range(start, end), channel=channel)
 
 
@@ -155,7 +156,7 @@ def assert_silence(
 ) -> None:
     """No sample above this level in dB."""
     __tracebackhide__ = True
-    assert_heard(heard, f"silence below={below}" + _range(start, end), channel=channel)
+    assert_heard(heard, f"silence below={number(below)}" + _range(start, end), channel=channel)
 
 
 def assert_no_gap(
@@ -168,7 +169,7 @@ def assert_no_gap(
 ) -> None:
     """No silence of more than `longest` ms."""
     __tracebackhide__ = True
-    assert_heard(heard, f"gap-free max={longest}" + _range(start, end), channel=channel)
+    assert_heard(heard, f"gap-free max={number(longest)}" + _range(start, end), channel=channel)
 
 
 def assert_no_click(
@@ -188,16 +189,17 @@ def assert_ducked(
 ) -> None:
     """The stream is softer by so many dB while another one plays, with its ramps."""
     __tracebackhide__ = True
-    assert_heard(heard, f"ducked {name} by {by}dB during {during} tol={tolerance}")
+    streams = f"{quoted(name)} by {number(by)}dB during {quoted(during)}"
+    assert_heard(heard, f"ducked {streams} tol={number(tolerance)}")
 
 
 def assert_starts(heard: Heard, name: str, ms: float) -> None:
     """The stream's first frame is heard at this time."""
     __tracebackhide__ = True
-    assert_heard(heard, f"starts {name}@{ms}")
+    assert_heard(heard, f"starts {quoted(name)}@{number(ms)}")
 
 
 def assert_same(heard: Heard, path: Union[str, "os.PathLike[str]"]) -> None:
     """The mix has the samples of a file."""
     __tracebackhide__ = True
-    assert_heard(heard, f"same {os.fspath(path)}")
+    assert_heard(heard, f"same {quoted(os.fspath(path))}")

@@ -11,15 +11,16 @@ from typing import List, Mapping, Optional, Sequence
 
 from .._scoped import Scoped
 from ._server import Server, ServerError
+from ._text import number
 
 
 def _launcher(server: Server) -> str:
     beside = Path(server._program).with_name("cabinaudio-run")
-    found = os.environ.get("CABINAUDIO_RUN") or shutil.which("cabinaudio-run")
+    found = os.environ.get("CABINAUDIO_LAUNCHER") or shutil.which("cabinaudio-run")
     if not found and beside.exists():
         found = str(beside)
     if not found:
-        raise ServerError("cabinaudio-run is not installed, and CABINAUDIO_RUN not set")
+        raise ServerError("cabinaudio-run is not installed, and CABINAUDIO_LAUNCHER not set")
     return found
 
 
@@ -54,7 +55,8 @@ class Program(Scoped):
             return self._process.wait(timeout)
         except subprocess.TimeoutExpired:
             raise TimeoutError(
-                f"{self._process.args!r} has not ended in {timeout:g} s; its output is in {self.log}"
+                f"{self._process.args!r} has not ended in {number(timeout)} s; "
+                f"its output is in {self.log}"
             ) from None
 
     def close(self) -> None:

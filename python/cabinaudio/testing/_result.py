@@ -6,11 +6,22 @@ from __future__ import annotations
 import hashlib
 import json
 import os
+import signal
 from pathlib import Path
 from typing import TYPE_CHECKING, Any, Dict, List, Optional, Union
 
 if TYPE_CHECKING:
     from .. import _hear
+
+
+_TIME_ERRORS = 5  # exit status of the server
+
+
+def _signal_name(number: int) -> str:
+    try:
+        return signal.Signals(number).name
+    except ValueError:
+        return f"signal {number}"
 
 
 class CheckError(ValueError):
@@ -82,16 +93,19 @@ class Result:
     Attributes:
         directory: of all files
         path:      heard.wav, the mix
-        status:    the server's exit status: 5 after errors of time
+        status:    the server's exit status: 5 after errors of time, negative after a signal
         log:       path of the server's log
         trace:     path of the trace of requests and notifications
     """
 
-    def __init__(self, directory: Path, path: Path, report: Path, status: int) -> None:
+    def __init__(
+        self, directory: Path, path: Path, report: Path, status: int, was_killed: bool = False
+    ) -> None:
         self.directory = directory
         self.path = path
         self.report_path = report
         self.status = status
+        self._was_killed = was_killed  # by the test, which wanted it
         self.log = directory / "server.log"
         self.trace = directory / "trace.txt"
         self.picture: Optional[Path] = None
@@ -148,6 +162,16 @@ class Result:
     def sha256(self) -> str:
         """Of the samples of the mix: equal in every run of a test whose time is its own."""
         return hashlib.sha256(self.heard.samples.tobytes()).hexdigest()
+
+    @property
+    def fault(self) -> str:
+        """How the server has ended that should have ended by itself, "" for an end as it should be.
+        Errors of time are no fault: see `errors`."""
+        if self.status in (0, _TIME_ERRORS) or self._was_killed:
+            return ""
+        if self.status > 0:
+            return f"the server has ended with status {self.status}, see {self.log}"
+        return f"the server has ended by {_signal_name(-self.status)}, see {self.log}"
 
     def require_time(self) -> None:
         """Raises TimeError if there are errors of time."""

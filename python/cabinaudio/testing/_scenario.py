@@ -19,6 +19,8 @@ def run_scenario(
     path: Union[str, "os.PathLike[str]"],
     directory: Union[str, "os.PathLike[str]", None] = None,
     timeout: float = 600,
+    *,
+    program: Optional[str] = None,
 ) -> None:
     """Runs a scenario file with ``cabinaudio scenario`` and a server of its own.
 
@@ -26,6 +28,7 @@ def run_scenario(
         directory: keeps sound, report, trace and logs; without it those of a failure are kept in a
                    place that the text names
         timeout:   s
+        program:   path of cabinaudio-server, as for Server
 
     Raises:
         ScenarioError: an expectation is not met
@@ -38,8 +41,10 @@ def run_scenario(
         raise ServerError("cabinaudio is not installed, and CABINAUDIO_TOOL not set")
     words = [tool, "scenario", os.fspath(path)]
     words += ["--keep", os.fspath(directory)] if directory is not None else []
+    environment = {**os.environ, **({"CABINAUDIO_SERVER": program} if program else {})}
     ran = subprocess.run(
         words,
+        env=environment,
         stdin=subprocess.DEVNULL,
         stdout=subprocess.PIPE,
         stderr=subprocess.STDOUT,

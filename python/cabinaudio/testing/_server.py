@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+import atexit
 import contextlib
 import json
 import os
@@ -11,14 +12,28 @@ import select
 import shutil
 import socket
 import subprocess
+import sys
 import tempfile
 import threading
 import time as clock
 from pathlib import Path
-from typing import TYPE_CHECKING, Any, Dict, Iterable, List, Mapping, Optional, Tuple, Union
+from types import TracebackType
+from typing import (
+    TYPE_CHECKING,
+    Any,
+    Dict,
+    Iterable,
+    List,
+    Mapping,
+    Optional,
+    Tuple,
+    Type,
+    Union,
+)
 
 from .._scoped import Scoped
 from ._result import Result
+from ._text import number
 
 if TYPE_CHECKING:
     from .._settings import Settings
@@ -30,6 +45,8 @@ _CONFIG = "CABINAUDIO_CONFIG_DIR"
 _CONTROL = "/tmp/cabinaudio_control"
 _STARTUP = 60.0  # s; under an emulator on a busy machine
 _CURRENT: List["Server"] = []
+#: The variables as they were before the first of the running servers.
+_BEFORE: Dict[str, Optional[str]] = {}
 
 
 class ServerError(RuntimeError):
@@ -69,6 +86,26 @@ class _Control:
         self._socket.close()
 
 
+def _reconnect() -> None:
+    """`cabinaudio.settings` is for the server of the environment, which changes."""
+    module = sys.modules.get("cabinaudio._settings")
+    if module is not None:
+        module.shared.close()
+
+
+def _stop_all() -> None:
+    """At the end of the interpreter: the process that has started a server ends it."""
+    process = sys.modules.get("cabinaudio._process")
+    if process is not None:
+        process._close_all()  # streams first: they ask the server
+    for server in reversed(_CURRENT[:]):
+        if server._owner == os.getpid():
+            server.stop()
+
+
+atexit.register(_stop_all)
+
+
 class Server(Scoped):
     """A development server of its own instance, running when the constructor returns.
 
@@ -76,6 +113,10 @@ class Server(Scoped):
     variable CABINAUDIO_INSTANCE is changed until the server is stopped, and with it
     CABINAUDIO_CONFIG_DIR, the directory of the diagnostics settings. Close streams of an earlier
     server before.
+
+    The end of a with statement raises ServerError when a run of the server has ended by a signal or
+    with a status of its own, other than by crash(), or has errors of time. A test that expects these
+    calls stop() without a with statement and looks at the results.
 
     Args:
         directory:    of its files; by default a temporary one, which stop() leaves
@@ -117,7 +158,9 @@ class Server(Scoped):
         self.patience = patience
         self._runs = 0
         self._settings: Optional["Settings"] = None
-        self._result: Optional[Result] = None
+        #: Of the runs that have ended: more than one after restart().
+        self.results: List[Result] = []
+        self._owner = os.getpid()
         self._control: Optional[_Control] = None
         self._process: Optional["subprocess.Popen[bytes]"] = None
         self._program = program or server_program()
@@ -126,7 +169,6 @@ class Server(Scoped):
             self._options += ["--input", f"{tag}={what}"]
         self._options += _time_options(time, hold, await_ or {}, at, patience, tail, strict)
         self._options += list(args)
-        self._before = {name: os.environ.get(name) for name in (_VARIABLE, _CONFIG)}
         self._start()
 
     # ---- Start and end ---------------------------------------------------------------------------
@@ -146,8 +188,11 @@ class Server(Scoped):
             os.close(ready)
             if child >= 0:
                 os.close(child)
+        if not _CURRENT:
+            _BEFORE.update({name: os.environ.get(name) for name in (_VARIABLE, _CONFIG)})
         os.environ.update(self._variables())
         _CURRENT.append(self)
+        _reconnect()
 
     def _variables(self) -> Dict[str, str]:
         return {_VARIABLE: self.instance, _CONFIG: str(self.directory / "config")}
@@ -177,13 +222,54 @@ class Server(Scoped):
         if readable and os.read(ready, 16):
             return
         self._kill()
+        self._process = None
+        self._remove_memory()
         raise ServerError(f"the server did not start: {self.log_tail(3)}")
 
     def stop(self) -> Result:
         """Ends the server and returns what it has left; again: the same."""
-        if self._result is not None:
-            return self._result
-        status = 0
+        self._end()
+        return self.results[-1]
+
+    def close(self) -> None:
+        """As stop()."""
+        self.stop()
+
+    def __exit__(
+        self,
+        kind: Optional[Type[BaseException]],
+        value: Optional[BaseException],
+        trace: Optional[TracebackType],
+    ) -> None:
+        __tracebackhide__ = True
+        self.stop()
+        faults = self._faults()
+        if faults and kind is None:
+            raise ServerError("; ".join(faults))
+
+    def _faults(self) -> List[str]:
+        """What the ends of all runs have shown."""
+        faults = []
+        for result in self.results:
+            faults += [result.fault] if result.fault else []
+            faults += result.errors
+        return faults
+
+    def crash(self) -> None:
+        """Kills the server, as the kernel would."""
+        self._close_connections()
+        if self._process is not None:
+            has_ended = self._process.poll() is not None
+            self._note_end(self._kill(), was_killed=not has_ended)
+
+    def restart(self) -> None:
+        """Starts the server again under the same name, after crash() or while it runs. Files of the
+        new run are heard-2.wav and so on; time begins at 0."""
+        self._end()
+        self._start()
+
+    def _end(self) -> None:
+        """Ends the process, if there is one."""
         self._close_connections()
         if self._process is not None:
             self._process.terminate()
@@ -191,40 +277,28 @@ class Server(Scoped):
                 status = self._process.wait(_STARTUP)
             except subprocess.TimeoutExpired:
                 status = self._kill()
-            self._process = None
+            self._note_end(status)
         self._forget()
-        self._result = Result(self.directory, self._heard, self._report, status)
-        return self._result
 
-    def close(self) -> None:
-        """As stop()."""
-        self.stop()
-
-    def crash(self) -> None:
-        """Kills the server, as the kernel would."""
-        self._close_connections()
-        self._kill()
-
-    def restart(self) -> None:
-        """Starts the server again under the same name, after crash() or while it runs. Files of the
-        new run are heard-2.wav and so on; time begins at 0."""
-        if self._process is not None:
-            self._close_connections()
-            self._process.terminate()
-            self._process.wait(_STARTUP)
-        self._forget()
-        self._start()
+    def _note_end(self, status: int, was_killed: bool = False) -> None:
+        self._process = None
+        if status < 0:
+            self._remove_memory()
+        self.results.append(
+            Result(self.directory, self._heard, self._report, status, was_killed)
+        )
 
     def _kill(self) -> int:
         if self._process is None:
             return 0
         self._process.kill()
-        status = self._process.wait()
-        self._process = None
+        return self._process.wait()
+
+    def _remove_memory(self) -> None:
+        """A server that has ended by a signal leaves it."""
         memory = f"/dev/shm/cabinaudio-physmem-{os.geteuid()}-{self.instance}"
         with contextlib.suppress(FileNotFoundError):
             os.unlink(memory)
-        return status
 
     def _close_connections(self) -> None:
         if self._settings is not None:
@@ -238,12 +312,13 @@ class Server(Scoped):
         if self not in _CURRENT:
             return
         _CURRENT.remove(self)
+        _reconnect()
         if os.environ.get(_VARIABLE) != self.instance:
             return
-        before = dict(self._before)
+        variables: Dict[str, Optional[str]] = dict(_BEFORE)
         if _CURRENT:
-            before.update(_CURRENT[-1]._variables())
-        for name, value in before.items():
+            variables.update(_CURRENT[-1]._variables())
+        for name, value in variables.items():
             if value is None:
                 os.environ.pop(name, None)
             else:
@@ -300,11 +375,11 @@ class Server(Scoped):
 
     def run(self, ms: float) -> None:
         """Lets so much time pass (time="stepped"), and returns when it has."""
-        self.command(f"time run {ms:g}")
+        self.command(f"time run {number(ms)}")
 
     def stop_time(self, ms: Optional[float] = None) -> None:
         """Time stands, now or when it has reached `ms`."""
-        self.command("time stop" if ms is None else f"time stop {ms:g}")
+        self.command("time stop" if ms is None else f"time stop {number(ms)}")
 
     def go(self) -> None:
         """Time passes again."""
@@ -316,25 +391,41 @@ class Server(Scoped):
 
     def await_(self, name: str, ms: float = 0) -> None:
         """The stream is not heard before this time, and time waits for its start."""
-        self.command(f"time await {name} {ms:g}")
+        self.command(f"time await {name} {number(ms)}")
 
     def at(self, ms: float, command: str) -> None:
         """Makes a command when time is there."""
-        self.command(f"at {ms:g} {command}")
+        self.command(f"at {number(ms)} {command}")
 
     def settle(self) -> None:
         """Waits until every stream has written what it can at this time."""
         self.command("time settle")
 
     def until_finished(self, name: str, timeout: float = 60) -> None:
-        """Waits until a stream's end has been played. Raises ServerError."""
+        """Waits until a stream's end has been played, also of one that does not exist yet. Raises
+        ServerError."""
         deadline = clock.monotonic() + timeout
-        while clock.monotonic() < deadline:
-            streams = [one for one in self.state()["streams"] if one["name"] == name]
-            if not streams or any(one.get("finishes", 0) > 0 for one in streams):
+        has_played = False
+        while True:
+            finishes, state = self._playing(name)
+            # A stream that has ended is removed by its program at any time.
+            if finishes > 0 or (has_played and state == "does not exist"):
                 return
+            has_played = has_played or state == "plays"
+            if clock.monotonic() >= deadline:
+                raise ServerError(
+                    f'"{name}" has not been played to its end in {number(timeout)} s: it {state}'
+                )
             clock.sleep(0.005)
-        raise ServerError(f'"{name}" has not been played to its end in {timeout:g} s')
+
+    def _playing(self, name: str) -> Tuple[int, str]:
+        """How often a playback stream was played to its end, and what it does."""
+        streams = self.state()["streams"]
+        found = [one for one in streams if one["name"] == name and "finishes" in one]
+        if not found:
+            return 0, "does not exist"
+        is_active = any(one["state"] == "active" for one in found)
+        return max(one["finishes"] for one in found), "plays" if is_active else "does not play"
 
     # ---- Faults ----------------------------------------------------------------------------------
 
@@ -418,9 +509,9 @@ def _time_options(
     options += ["--tail", str(tail)] if tail is not None else []
     options += ["--strict"] if strict else []
     for name, ms in await_.items():
-        options += ["--await", f"{name}@{ms:g}"]
+        options += ["--await", f"{name}@{number(ms)}"]
     for ms, command in at:
-        options += ["--at", f"{ms:g}:{command}"]
+        options += ["--at", f"{number(ms)}:{command}"]
     return options
 
 
