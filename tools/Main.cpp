@@ -4,13 +4,13 @@
 #include "devkit/board/Board.h"
 #include "devkit/board/ServerWait.h"
 #include "tools/BoardLaunch.h"
-#include "tools/options/CommandLine.h"
 #include "tools/Duration.h"
 #include "tools/Failure.h"
 #include "tools/Json.h"
 #include "tools/LibraryLog.h"
 #include "tools/ServerSocket.h"
 #include "tools/Terminal.h"
+#include "tools/options/CommandLine.h"
 
 #include <algorithm>
 #include <cstdlib>

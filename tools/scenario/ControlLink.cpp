@@ -48,7 +48,7 @@ ControlLink::~ControlLink() {
     close(mDescriptor);
 }
 
-void ControlLink::send(const std::string& line) {
+void ControlLink::send(const std::string& line) const {
     const std::string request = line + "\n";
     // A short line fits the socket's buffer.
     if (::send(mDescriptor, request.data(), request.size(), MSG_NOSIGNAL) < 0 && errno != EPIPE &&

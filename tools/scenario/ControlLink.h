@@ -18,7 +18,7 @@ public:
     ControlLink& operator=(const ControlLink&) = delete;
 
     /// A server that is gone is no error here: receive() tells it.
-    void send(const std::string& line);
+    void send(const std::string& line) const;
 
     /// Waits for the next answer, a line.
     /// @return empty if there is none in time

@@ -278,6 +278,8 @@ class Server(Scoped):
             except subprocess.TimeoutExpired:
                 status = self._kill()
             self._note_end(status)
+        with contextlib.suppress(OSError):  # not there, or a test has put settings into it
+            (self.directory / "config").rmdir()
         self._forget()
 
     def _note_end(self, status: int, was_killed: bool = False) -> None:
