@@ -62,15 +62,14 @@ std::optional<std::string> DuckedTimes::otherAt(const Interval& interval,
 }
 
 Interval DuckedTimes::freeBefore(std::size_t frame, std::size_t length) const {
-    std::size_t end = frame;
     std::size_t begin = 0;
-    for (auto ducked = mDucked.rbegin(); ducked != mDucked.rend(); ++ducked) {
-        if (ducked->begin >= end) continue;
-        if (ducked->end < end) {
-            begin = ducked->end;
-            break;
-        }
-        end = ducked->begin;
+    std::size_t end = frame;
+    for (const Interval& ducked : mDucked) {
+        if (ducked.begin >= frame) break;
+        if (ducked.end < frame)
+            begin = ducked.end;
+        else
+            end = ducked.begin;
     }
     return {std::max(begin, end - std::min(end, length)), end};
 }
