@@ -23,8 +23,8 @@ void write(int argc, char** argv) {
     std::list<Sound> streams;
     std::vector<const Sound*> sounds;
     for (int i = FIRST_NAME; i < argc; ++i) {
-        streams.push_back(placed(*entriesOf(recording, argv[i]).front(), stemOf(recording, argv[i]),
-                                 recording.heard));
+        const StreamReport& stream = *entriesOf(recording, argv[i]).front();
+        streams.push_back(placed(stream, stemOf(recording, stream), recording.heard));
         sounds.push_back(&streams.back());
     }
     sounds.push_back(&recording.heard);

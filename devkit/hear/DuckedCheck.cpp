@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Ducking: how much softer a stream is while another one is heard, and how fast it becomes so.
+#include "devkit/hear/DuckedTimes.h"
 #include "devkit/hear/Error.h"
 #include "devkit/hear/Gains.h"
 #include "devkit/hear/Kinds.h"
@@ -38,6 +39,7 @@ struct Measured {
     std::optional<double> releaseMs;
     std::optional<std::size_t> fault;  // frame
     std::string why;
+    std::string note;  // what was left out
 };
 
 class DuckingMeter {
@@ -46,7 +48,9 @@ public:
         : mDucking(ducking),
           mRate(recording.heard.rate),
           mFrames(recording.heard.frames()),
-          mGains(recording) {}
+          mGains(recording),
+          mTimes(recording, {ducking.name, ducking.prompt},
+                 {frames(ducking.holdMs + 2 * PERIOD_MS), frames(ducking.rampMs)}) {}
 
     /// Looks at one prompt.
     [[nodiscard]] Measured measure(const Interval& prompt) const {
@@ -54,7 +58,8 @@ public:
         const std::optional<double> usual = usualGain(prompt);
         if (!usual || *usual <= 0) {
             result.fault = prompt.begin;
-            result.why = '"' + mDucking.name + "\" is not heard without \"" + mDucking.prompt + '"';
+            result.why = '"' + mDucking.name + "\" is not heard without \"" + mDucking.prompt +
+                         "\" or another stream that ducks";
             return result;
         }
         measureAttack(prompt, *usual, result);
@@ -83,24 +88,34 @@ private:
     template <typename Take>
     void forEachGain(std::size_t begin, std::size_t end, Take take) const {
         const std::size_t step = std::max<std::size_t>(frames(WINDOW_MS), 1);
-        for (std::size_t at = begin; at + step <= std::min(end, mFrames); at += step) {
+        const std::size_t stop = std::min(end, mFrames);
+        for (std::size_t at = begin; at < stop && stop - at >= step; at += step) {
             const auto gain = mGains.of(mDucking.name, at, at + step);
             if (gain && !take(at, *gain)) return;
         }
     }
 
-    /// Median before the prompt; if there is nothing to hear, behind it.
-    [[nodiscard]] std::optional<double> usualGain(const Interval& prompt) const {
+    /// The gains in times in which nothing ducks.
+    [[nodiscard]] std::vector<double> freeGains(const Interval& interval) const {
         std::vector<double> gains;
-        const auto collect = [&](std::size_t, double gain) {
-            gains.push_back(gain);
+        forEachGain(interval.begin, interval.end, [&](std::size_t at, double gain) {
+            if (!mTimes.isDucked({at, at + frames(WINDOW_MS)})) gains.push_back(gain);
             return true;
-        };
-        forEachGain(prompt.begin - std::min(prompt.begin, frames(BEFORE_MS)), prompt.begin,
-                    collect);
+        });
+        return gains;
+    }
+
+    /// Median before the prompt; if there is nothing to hear, behind it; otherwise where the stream
+    /// was last or is next heard without ducking.
+    [[nodiscard]] std::optional<double> usualGain(const Interval& prompt) const {
+        const std::size_t length = frames(BEFORE_MS);
         const std::size_t released =
             prompt.end + frames(mDucking.holdMs + 2 * PERIOD_MS + mDucking.rampMs);
-        if (gains.empty()) forEachGain(released, released + frames(BEFORE_MS), collect);
+        std::vector<double> gains =
+            freeGains({prompt.begin - std::min(prompt.begin, length), prompt.begin});
+        if (gains.empty()) gains = freeGains({released, released + length});
+        if (gains.empty()) gains = freeGains(mTimes.freeBefore(prompt.begin, length));
+        if (gains.empty()) gains = freeGains(mTimes.freeBehind(released, length));
         if (gains.empty()) return {};
         std::nth_element(gains.begin(),
                          gains.begin() + static_cast<std::ptrdiff_t>(gains.size() / 2),
@@ -135,6 +150,11 @@ private:
             prompt.end + frames(mDucking.holdMs + PERIOD_MS + mDucking.rampMs + WINDOW_MS);
         std::optional<std::size_t> ducked;
         forEachGain(prompt.end, last + frames(BEFORE_MS), [&](std::size_t at, double gain) {
+            const auto other = mTimes.otherAt({at, at + frames(WINDOW_MS)}, prompt);
+            if (other) {
+                result.note = "release not judged while \"" + *other + "\" may duck";
+                return true;
+            }
             if (std::abs(decibels(gain / usual)) > mDucking.tolerance) {
                 ducked = at;
                 return true;
@@ -142,8 +162,8 @@ private:
             result.releaseMs = ms(at - prompt.end);
             return false;
         });
-        const bool isLate =
-            result.releaseMs ? *result.releaseMs > ms(last - prompt.end) : ducked && *ducked > last;
+        if (result.releaseMs && *result.releaseMs <= ms(last - prompt.end)) result.note.clear();
+        const bool isLate = ducked && *ducked + frames(WINDOW_MS) > last;
         if (!isLate || result.fault) return;
         result.fault = last;
         result.why = "not released " + numberText(ms(last - prompt.end), 0) + " ms after the end";
@@ -153,6 +173,7 @@ private:
     const unsigned mRate;
     const std::size_t mFrames;
     const Gains mGains;
+    const DuckedTimes mTimes;
 };
 
 /// A gap that is shorter than the hold time does not end a prompt.
@@ -181,16 +202,24 @@ std::string measuredOf(const Measured& measured) {
     if (measured.attackMs) text += " " + numberText(*measured.attackMs, 0) + " ms after the start";
     if (measured.releaseMs)
         text += ", released " + numberText(*measured.releaseMs, 0) + " ms after the end";
+    if (!measured.note.empty()) text += "; " + measured.note;
     if (!measured.why.empty()) text += "; " + measured.why;
     return text;
+}
+
+/// Gains depend on the tag.
+void requireOneTag(const Recording& recording, const std::string& name) {
+    const std::vector<const StreamReport*> entries = entriesOf(recording, name);
+    for (const StreamReport* entry : entries)
+        if (entry->tag != entries.front()->tag)
+            throw Error("the report has streams \"" + name + "\" of several tags");
 }
 
 Outcome checkDucked(const Recording& recording, const View& view, const Ducking& ducking) {
     const std::string required = requirementOf(ducking);
     if (!recording.report.isPresent)
         throw Error("check of ducking: there is no report; it tells where the streams are");
-    if (entriesOf(recording, ducking.name).size() > 1)
-        throw Error("the report has several streams \"" + ducking.name + "\"");
+    requireOneTag(recording, ducking.name);
     const auto hold =
         static_cast<std::size_t>((ducking.holdMs + PERIOD_MS) * view.sound.rate / 1000);
     const DuckingMeter meter(recording, ducking);

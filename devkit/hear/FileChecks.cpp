@@ -71,7 +71,8 @@ public:
           mIsCut(isCut) {}
 
     [[nodiscard]] Outcome outcome() const {
-        const auto tolerance = frames(mLikeness.shiftTolerance);
+        requirePossibleShift();
+        const double tolerance = std::round(mLikeness.shiftTolerance * mHeard.sound.rate / 1000);
         std::ptrdiff_t offset = frames(mLikeness.shiftMs.value_or(0));
         double level = levelAt(offset);
         bool isPlaced = true;
@@ -79,7 +80,8 @@ public:
             const std::ptrdiff_t found = align(mHeard, mFile).offset;
             const double other = levelAt(found);
             if (other > level) {
-                isPlaced = !mLikeness.shiftMs || std::abs(found - offset) <= tolerance;
+                isPlaced = !mLikeness.shiftMs ||
+                           static_cast<double>(std::abs(found - offset)) <= tolerance;
                 offset = found;
                 level = other;
             }
@@ -95,6 +97,15 @@ public:
 private:
     [[nodiscard]] std::ptrdiff_t frames(double ms) const {
         return static_cast<std::ptrdiff_t>(std::llround(ms * mHeard.sound.rate / 1000));
+    }
+
+    /// With a larger shift nothing could be compared but silence, for as long as the shift is.
+    void requirePossibleShift() const {
+        const double most =
+            static_cast<double>(mHeard.frames() + mExpected.frames()) / mHeard.sound.rate;
+        if (std::abs(mLikeness.shiftMs.value_or(0)) <= 1000 * most) return;
+        throw Error("like " + mLikeness.path + ": a shift of " + numberText(*mLikeness.shiftMs, 3) +
+                    " ms is longer than the sound and the file together, " + secondsText(most));
     }
 
     /// The part of the file that falls into a range at this offset.

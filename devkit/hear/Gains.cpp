@@ -57,7 +57,7 @@ std::optional<Row> solved(std::vector<Row> rows) {
 Gains::Gains(const Recording& recording) : mHeard(recording.heard) {
     for (const StreamReport& stream : recording.report.streams) {
         if (stream.segments.empty()) continue;
-        Sound sound = placed(stream, stemOf(recording, stream.name), recording.heard);
+        Sound sound = placed(stream, stemOf(recording, stream), recording.heard);
         mStreams.push_back({stream.name, std::move(sound)});
     }
 }

@@ -18,6 +18,11 @@ unsigned bitsOf(const Sound& sound) {
     return sound.bits == 0 ? FLOAT_BITS : sound.bits;
 }
 
+/// Whether `count` frames from `begin` on are among the first `frames`. A sum might wrap.
+bool holds(std::size_t frames, std::size_t begin, std::size_t count) {
+    return begin <= frames && count <= frames - begin;
+}
+
 Sound emptyLike(const Sound& form, std::size_t frames) {
     Sound sound{form.rate, form.channels, {}, form.bits};
     sound.samples.resize(frames * form.channels);
@@ -37,13 +42,14 @@ Sound placed(const StreamReport& stream, const Sound& stem, const Sound& form) {
         const std::size_t begin = isConverted ? follows : segment.streamFrame;
         // The server's converter may round the end by one frame.
         const std::size_t slack = isConverted ? 1 : 0;
-        if (begin + segment.frames > source.frames() + slack ||
-            segment.outputFrame + segment.frames > form.frames()) {
+        if (!holds(source.frames() + slack, begin, segment.frames) ||
+            !holds(form.frames(), segment.outputFrame, segment.frames)) {
             throw Error("stream \"" + stream.name +
                         "\": the report places it where its stem or "
                         "the sound has nothing");
         }
-        const std::size_t count = std::min(segment.frames, source.frames() - begin);
+        const std::size_t there = source.frames() - std::min(begin, source.frames());
+        const std::size_t count = std::min(segment.frames, there);
         matrix.add(source.samples.data() + begin * source.channels, count,
                    output.samples.data() + segment.outputFrame * output.channels);
         follows += segment.frames;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <set>
 #include <system_error>
 
 namespace cabinaudio::hear {
@@ -13,13 +14,17 @@ namespace {
 namespace fs = std::filesystem;
 
 void readReportedStems(Recording& recording, const std::string& directory) {
+    std::set<std::string> names;
     for (const StreamReport& stream : recording.report.streams) {
-        if (stream.stem.empty() || recording.stems.contains(stream.name)) continue;
+        const bool isFirst = names.insert(stream.name).second;
+        if (stream.stem.empty()) continue;
         const fs::path path = directory.empty()
                                   ? fs::path(stream.stem)
                                   : fs::path(directory) / fs::path(stream.stem).filename();
         std::error_code error;
-        if (fs::exists(path, error)) recording.stems[stream.name] = readSound(path.string());
+        if (!fs::exists(path, error)) continue;
+        auto& stems = isFirst ? recording.stems : recording.laterStems;
+        stems[isFirst ? stream.name : stream.stem] = readSound(path.string());
     }
 }
 

@@ -14,8 +14,9 @@ struct Recording {
     Sound heard;                         // the mix
     std::map<std::string, Sound> stems;  // by name of the stream: its frames as read from the ring.
                                          // Of several streams with the same name, the first one's
-    Report report;                       // isPresent is false without a report
-    std::string path;                    // of the mix; empty: it was not read from a file
+    std::map<std::string, Sound> laterStems;  // of the others: by StreamReport::stem
+    Report report;                            // isPresent is false without a report
+    std::string path;                         // of the mix; empty: it was not read from a file
 };
 
 /// @param reportPath       what `--report` of the server wrote; empty: none

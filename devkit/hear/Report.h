@@ -8,7 +8,8 @@
 
 namespace cabinaudio::hear {
 
-/// Position of a run of a stream's frames in the output.
+/// Position of a run of a stream's frames in the output. What was read from a report is inside the
+/// output, and no sum of these numbers wraps.
 struct Segment {
     std::size_t outputFrame = 0;
     std::size_t streamFrame = 0;
@@ -33,6 +34,8 @@ struct Change {
     std::size_t frame = 0;
     double ms = 0;
     std::string what;
+    std::optional<double> db = {};  // of ducking; empty also for silence
+    std::string by = {};            // the stream that ducks; empty: none
 };
 
 /// Results of `cabinaudio-server --report FILE --stems DIR`.

@@ -13,6 +13,17 @@ namespace {
 // Below, a stem is not part of the mix.
 constexpr double LEAST_LIKENESS = 0.1;
 
+std::vector<Interval> foundIn(const Sound& heard, const Sound& stem) {
+    const Sound sound = stem.rate == heard.rate ? stem : atRate(stem, heard.rate);
+    const Alignment found = align({heard, 0, heard.frames(), {}}, sound);
+    if (found.likeness < LEAST_LIKENESS) return {};
+    const auto end = found.offset + static_cast<std::ptrdiff_t>(sound.frames());
+    return {{static_cast<std::size_t>(std::max<std::ptrdiff_t>(found.offset, 0)),
+             std::min(static_cast<std::size_t>(end), heard.frames())}};
+}
+
+}  // namespace
+
 std::vector<Interval> merged(std::vector<Interval> intervals) {
     std::sort(intervals.begin(), intervals.end(),
               [](const Interval& a, const Interval& b) { return a.begin < b.begin; });
@@ -25,17 +36,6 @@ std::vector<Interval> merged(std::vector<Interval> intervals) {
     }
     return result;
 }
-
-std::vector<Interval> foundIn(const Sound& heard, const Sound& stem) {
-    const Sound sound = stem.rate == heard.rate ? stem : atRate(stem, heard.rate);
-    const Alignment found = align({heard, 0, heard.frames(), {}}, sound);
-    if (found.likeness < LEAST_LIKENESS) return {};
-    const auto end = found.offset + static_cast<std::ptrdiff_t>(sound.frames());
-    return {{static_cast<std::size_t>(std::max<std::ptrdiff_t>(found.offset, 0)),
-             std::min(static_cast<std::size_t>(end), heard.frames())}};
-}
-
-}  // namespace
 
 std::vector<Interval> intervalsOf(const Recording& recording, const std::string& name) {
     if (!recording.report.isPresent) {
@@ -67,10 +67,14 @@ std::vector<const StreamReport*> entriesOf(const Recording& recording, const std
     return entries;
 }
 
-const Sound& stemOf(const Recording& recording, const std::string& name) {
-    const auto stem = recording.stems.find(name);
-    if (stem == recording.stems.end())
-        throw Error("stream \"" + name + "\": its stem is not there (--stems of the server)");
+const Sound& stemOf(const Recording& recording, const StreamReport& stream) {
+    const bool isFirst = entriesOf(recording, stream.name).front() == &stream;
+    const auto& stems = isFirst ? recording.stems : recording.laterStems;
+    const auto stem = stems.find(isFirst ? stream.name : stream.stem);
+    if (stem == stems.end())
+        throw Error("stream \"" + stream.name + "\": its stem" +
+                    (isFirst || stream.stem.empty() ? "" : " " + stream.stem) +
+                    " is not there (--stems of the server)");
     return stem->second;
 }
 

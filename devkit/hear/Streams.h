@@ -15,6 +15,9 @@ struct Interval {
     std::size_t end = 0;  // behind the last frame
 };
 
+/// In order; adjacent and overlapping intervals become one.
+[[nodiscard]] std::vector<Interval> merged(std::vector<Interval> intervals);
+
 /// The intervals of all streams with this name, in order; adjacent and overlapping ones are merged.
 /// Without a report, the place where the stem is found in the mix.
 /// @return empty: the stream was never heard
@@ -27,7 +30,9 @@ struct Interval {
 [[nodiscard]] std::vector<const StreamReport*> entriesOf(const Recording& recording,
                                                          const std::string& name);
 
+/// The stem of this very stream, also when others have its name.
+/// @param stream  an entry of the recording's report
 /// @throws Error when it is not there
-[[nodiscard]] const Sound& stemOf(const Recording& recording, const std::string& name);
+[[nodiscard]] const Sound& stemOf(const Recording& recording, const StreamReport& stream);
 
 }  // namespace cabinaudio::hear

@@ -5,6 +5,7 @@
 #include "devkit/server/BuiltWith.h"
 #include "devkit/server/base/ExitStatus.h"
 #include "devkit/server/outputs/OutputFactory.h"
+#include "devkit/server/time/Description.h"
 #include "devkit/text/Output.h"
 #include "devkit/text/Printable.h"
 
@@ -67,27 +68,18 @@ void describeStreams(CLI::App& app, Options& options) {
         ->check(CLI::Range(0, LONGEST_DELAY_MS));
 }
 
-constexpr std::uint64_t LONGEST_TIME_MS = 1000ULL * 60 * 60 * 24;
-
-std::optional<std::uint64_t> timeOf(std::string_view text) {
-    std::uint64_t ms = 0;
-    const auto [rest, error] = std::from_chars(text.data(), text.data() + text.size(), ms);
-    const bool isNumber = error == std::errc() && rest == text.data() + text.size();
-    return isNumber && ms <= LONGEST_TIME_MS ? std::make_optional(ms) : std::nullopt;
-}
-
 /// "NAME" or "NAME@MS"; a name may contain the character.
 Await awaitOf(const std::string& text) {
     const auto place = text.rfind('@');
     if (place == std::string::npos) return {text, 0};
-    const auto ms = timeOf(std::string_view(text).substr(place + 1));
+    const auto ms = timeIn(std::string_view(text).substr(place + 1));
     if (!ms || place == 0) throw CLI::ValidationError("--await", "not NAME or NAME@MS: " + text);
     return {text.substr(0, place), *ms};
 }
 
 TimedCommand commandOf(const std::string& text) {
     const auto place = text.find(':');
-    const auto ms = timeOf(std::string_view(text).substr(0, place));
+    const auto ms = timeIn(std::string_view(text).substr(0, place));
     if (place == std::string::npos || !ms || place + 1 == text.size())
         throw CLI::ValidationError("--at", "not MS:COMMAND: " + text);
     return {*ms, text.substr(place + 1)};

@@ -133,6 +133,18 @@ TEST_P(Shift, IsFoundAndReported) {
 
 INSTANTIATE_TEST_SUITE_P(All, Shift, testing::Values(-4800, -480, -1, 0, 1, 777, 9600));
 
+TEST_F(FileCheck, ShiftBeyondBothSoundsIsAnError) {
+    const std::vector<float> samples = noise(RATE / 10, 0.5F);
+    const std::string file = written("a.wav", soundOf(samples));
+    const Recording recording = recordingOf(samples);
+    EXPECT_EQ(errorOf(recording, "like " + file + " shift=200ms"), "");
+    for (const char* shift : {"200.1ms", "-200.1ms", "1000000s", "99999999999999999999s"})
+        EXPECT_THAT(errorOf(recording, "like " + file + " shift=" + shift),
+                    HasSubstr(" ms is longer than the sound and the file together, 0.200 s"))
+            << shift;
+    EXPECT_TRUE(isMet(recording, "like " + file + " tol=99999999999999999999s"));
+}
+
 TEST_F(FileCheck, LikeConvertsRateAndChannels) {
     const std::vector<float> heard = tone(440, -12, RATE);
     const std::string file = written("a.wav", soundOf(tone(440, -12, 44100, 44100), 1, 44100));

@@ -100,6 +100,60 @@ TEST_F(RecordingFiles, FaultsAreNamed) {
     EXPECT_THAT(errorOfReading(), HasSubstr("heard.wav: "));
 }
 
+TEST_F(RecordingFiles, PlacesOutsideTheOutputAreRefused) {
+    const auto errorWith = [this](const char* key, const json& value) {
+        json wrong = goodReport();
+        wrong["streams"][0]["segments"][0][key] = value;
+        report(wrong);
+        return errorOfReading();
+    };
+    EXPECT_EQ(errorWith("output_frame", 500), "");
+    EXPECT_EQ(errorWith("output_frame", 501),
+              path("report.json") +
+                  ": not a report of the server: stream \"prompt\", segment 0: "
+                  "\"output_frame\" is 501, not a number from 0 to 500");
+    EXPECT_THAT(errorWith("output_frame", UINT64_MAX - 99), HasSubstr("\"output_frame\" is 18446"));
+    EXPECT_THAT(errorWith("stream_frame", UINT64_MAX - 99), HasSubstr("\"stream_frame\" is 18446"));
+    EXPECT_THAT(errorWith("frames", 1001), HasSubstr("\"frames\" is 1001"));
+    EXPECT_THAT(errorWith("frames", -1), HasSubstr("\"frames\" is -1"));
+    EXPECT_THAT(errorWith("frames", 0.5), HasSubstr("\"frames\" is 0.5"));
+    json wrong = goodReport();
+    wrong["output"]["frames"] = UINT64_MAX;
+    report(wrong);
+    EXPECT_THAT(errorOfReading(), HasSubstr("not a report of the server: \"frames\" is 18446"));
+}
+
+TEST_F(RecordingFiles, StreamsOfOneNameHaveStemsOfTheirOwn) {
+    json twice = goodReport();
+    json second = twice["streams"][0];
+    second["stem"] = path("stems/auxiliary-prompt-2.wav");
+    second["segments"] = {{{"output_frame", 596}, {"stream_frame", 0}, {"frames", 400}}};
+    twice["streams"].push_back(second);
+    report(twice);
+    writeWav(path("stems/auxiliary-prompt-2.wav"), soundOf(noise(400, 0.5F, 2)), SF_FORMAT_PCM_16);
+    const Recording recording = readRecording(path("heard.wav"), path("report.json"));
+    EXPECT_EQ(recording.stems.at("prompt").frames(), 500U);
+    ASSERT_EQ(recording.laterStems.size(), 1U);
+    EXPECT_EQ(recording.laterStems.begin()->second.frames(), 400U);
+    EXPECT_THAT(verdictOf(recording, "mix").measured, HasSubstr("the sum of 2 streams"));
+    std::filesystem::remove(path("stems/auxiliary-prompt.wav"));
+    EXPECT_TRUE(readRecording(path("heard.wav"), path("report.json")).stems.empty())
+        << "the second one's is not the first one's";
+}
+
+TEST_F(RecordingFiles, ChangesTellWhatDucks) {
+    json report = goodReport();
+    report["changes"] = {{{"frame", 48}, {"what", "ducking"}, {"db", -20}, {"by", "prompt"}},
+                         {{"frame", 96}, {"what", "ducking"}, {"db", nullptr}, {"by", nullptr}}};
+    this->report(report);
+    const auto changes = readRecording(path("heard.wav"), path("report.json")).report.changes;
+    ASSERT_EQ(changes.size(), 2U);
+    EXPECT_EQ(changes[0].db, -20.0);
+    EXPECT_EQ(changes[0].by, "prompt");
+    EXPECT_EQ(changes[1].db, std::nullopt);
+    EXPECT_EQ(changes[1].by, "");
+}
+
 TEST_F(RecordingFiles, ShortenedFileIsAnError) {
     std::filesystem::resize_file(path("heard.wav"), 44 + 1000);
     EXPECT_EQ(readRecording(path("heard.wav")).heard.frames(), 250U);

@@ -112,7 +112,12 @@ TEST(Streams, WithOneNameAreHeardTogether) {
     recording.report.streams[2].name = "prompt";
     EXPECT_TRUE(isMet(recording, "lasts prompt 0.75"));
     EXPECT_TRUE(isMet(recording, "starts prompt@2500 [2..3]"));
-    EXPECT_THAT(errorOf(recording, "mix"), HasSubstr("several streams \"prompt\""));
+    EXPECT_THAT(errorOf(recording, "mix"), HasSubstr("stream \"prompt\": its stem is not there"));
+    recording.report.streams[2].stem = "stems/auxiliary-prompt-2.wav";
+    EXPECT_THAT(errorOf(recording, "mix"),
+                HasSubstr("stream \"prompt\": its stem stems/auxiliary-prompt-2.wav is not there"));
+    recording.laterStems["stems/auxiliary-prompt-2.wav"] = recording.stems["chime"];
+    EXPECT_TRUE(isMet(recording, "mix")) << verdictOf(recording, "mix").text;
 }
 
 TEST(MixCheck, IsTheSumOfTheStreams) {
@@ -132,6 +137,33 @@ TEST(MixCheck, IsTheSumOfTheStreams) {
     EXPECT_THAT(errorOf(recording, "mix"), HasSubstr("stream \"music\": its stem is not there"));
     recording.report = {};
     EXPECT_THAT(errorOf(recording, "mix"), HasSubstr("there is no report"));
+}
+
+TEST(PlayedCheck, LooksAtEachStreamOfTheName) {
+    const TemporaryDirectory directory;
+    Recording recording = threeStreams();
+    const std::string file = directory.file("prompt.wav");
+    writeWav(file, recording.stems["prompt"]);
+    recording.report.streams[2].name = "prompt";
+    recording.report.streams[2].stem = "2.wav";
+    recording.laterStems["2.wav"] = recording.stems["prompt"];
+    EXPECT_TRUE(isMet(recording, "played prompt=" + file));
+    EXPECT_THAT(verdictOf(recording, "played prompt=" + file).measured,
+                HasSubstr("2 streams, the first one: auxiliary, 0.500 s: arrived, "));
+    recording.laterStems["2.wav"] = recording.stems["chime"];
+    const Verdict verdict = verdictOf(recording, "played prompt=" + file);
+    EXPECT_FALSE(verdict.isMet);
+    EXPECT_THAT(verdict.measured, HasSubstr("stream 2 of 2, auxiliary, 0.250 s: arrived, "));
+}
+
+TEST(MixCheck, RefusesPlacesThatWrap) {
+    for (const hear::Segment& wrong :
+         {hear::Segment{SIZE_MAX - 999, 0, 1000}, hear::Segment{0, SIZE_MAX - 999, 1000}}) {
+        Recording recording = threeStreams();
+        recording.report.streams[2].segments[0] = wrong;
+        EXPECT_THAT(errorOf(recording, "mix"),
+                    HasSubstr("stream \"chime\": the report places it where"));
+    }
 }
 
 TEST(MixCheck, RefusesAReportOfSomethingElse) {

@@ -21,6 +21,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <fstream>
@@ -190,7 +191,7 @@ TEST(TimeByTheClock, IsDescribedAndTakesNoCommands) {
     EXPECT_EQ(time.at("mode"), "real");
     EXPECT_EQ(time.at("state"), "standing");
     for (const std::string line : {"time run 5", "time stop", "time go", "time await a",
-                                   "time hold 1", "time settle", "at 5 crash"})
+                                   "time until a", "time hold 1", "time settle", "at 5 crash"})
         EXPECT_EQ(server.command(line),
                   "error: time passes by itself; only --time lockstep and stepped take commands")
             << line;
@@ -218,8 +219,12 @@ TEST_F(OwnTime, RefusesWhatIsNoCommand) {
     EXPECT_EQ(command("time run soon"), "error: time run MS");
     EXPECT_EQ(command("time stop soon"), "error: time stop [MS]");
     EXPECT_EQ(command("time await"), "error: time await NAME [MS]");
+    for (const std::string ms : {"86400001", "99999999999", "99999999999999999999999"})
+        EXPECT_EQ(command("time await x " + ms), "error: time await NAME [MS], MS up to a day");
+    EXPECT_EQ(command("time await x 86400000"), "ok");
+    EXPECT_EQ(command("time await 86400001"), "ok") << "a name";
     EXPECT_EQ(command("time hold"), "error: time hold N, 0 to 1000");
-    EXPECT_EQ(command("time travel"), "error: time [run|stop|go|await|hold|settle]");
+    EXPECT_EQ(command("time travel"), "error: time [run|stop|go|await|until|hold|settle]");
     EXPECT_EQ(command("at 5"), "error: at MS COMMAND");
     EXPECT_EQ(command("at 5 dance"), "error: no such command: dance");
     EXPECT_EQ(command("at 5 time go"), "error: cannot be run at a time: time go");
@@ -232,6 +237,92 @@ TEST_F(OwnTime, RunsOnceAtATime) {
     EXPECT_EQ(command("time run 1"), "error: time runs already");
     EXPECT_EQ(command("time stop"), "ok");
     EXPECT_EQ(run.get(), "error: stopped at 20 ms");
+}
+
+TEST_F(OwnTime, EndsTheRunAtAnEarlierStop) {
+    serve({"--await", "prompt@20", "--patience", "60000"});
+    auto run = later("time run 100");
+    ASSERT_TRUE(reaches("waiting"));
+    EXPECT_EQ(command("time stop 50"), "ok");
+    auto prompt = playing("prompt", SECOND / 4);
+    EXPECT_EQ(run.get(), "error: stopped at 50 ms");
+    EXPECT_EQ(time().at("ms"), 50);
+    EXPECT_EQ(command("time run 5"), "ok") << "the next one is possible";
+    EXPECT_EQ(time().at("ms"), 55);
+    EXPECT_EQ(command("time go"), "ok");
+    EXPECT_TRUE(prompt.get());
+    EXPECT_THAT(errors(), IsEmpty());
+}
+
+TEST_F(OwnTime, EndsTheRunBeforeALaterStop) {
+    serve({"--await", "prompt@20", "--patience", "60000"});
+    auto run = later("time run 50");
+    ASSERT_TRUE(reaches("waiting"));
+    EXPECT_EQ(command("time stop 1000"), "ok");
+    auto prompt = playing("prompt", SECOND / 4);
+    EXPECT_EQ(run.get(), "ok");
+    EXPECT_EQ(time().at("ms"), 50) << "not at the end of the period";
+    EXPECT_EQ(command("time go"), "ok");
+    EXPECT_TRUE(prompt.get());
+}
+
+TEST_F(OwnTime, DoesNotSettleWhileItPasses) {
+    serve({"--hold", "1"});
+    std::atomic_bool isOver = false;
+    auto music = std::async(std::launch::async, [&isOver] {
+        Player player("music", AUDIO_TAG_AUXILIARY, STEREO);
+        bool isWritten = true;
+        while (!isOver && isWritten)
+            isWritten = player.write(sound(SECOND / 10));
+        return isWritten && player.end();
+    });
+    ASSERT_TRUE(eventually([this] { return time().at("ms") > 0; }, std::chrono::minutes(1)));
+    EXPECT_EQ(command("time settle"), "error: time passes; time stop first");
+    EXPECT_EQ(command("time stop"), "ok");
+    EXPECT_EQ(command("time settle"), "ok");
+    EXPECT_EQ(command("time go"), "ok");
+    isOver = true;
+    EXPECT_TRUE(music.get());
+    EXPECT_THAT(errors(), IsEmpty());
+}
+
+TEST_F(OwnTime, SettlesOnItsWayToAStop) {
+    serve({"--hold", "1"});
+    EXPECT_EQ(command("time stop 250"), "ok");
+    auto settled = later("time settle");
+    auto music = playing("music", SECOND / 2);
+    EXPECT_EQ(settled.get(), "ok");
+    EXPECT_EQ(command("time go"), "ok");
+    EXPECT_TRUE(music.get());
+    EXPECT_THAT(errors(), IsEmpty());
+}
+
+TEST_F(OwnTime, StandsForGoodAfterAStreamsEnd) {
+    serve({"--hold", "2"});
+    EXPECT_EQ(command("time until prompt"), "ok");
+    auto music = playing("music", SECOND);
+    EXPECT_TRUE(playing("prompt", SECOND / 4).get());
+    ASSERT_TRUE(reaches("standing"));
+    const json stands = time();
+    EXPECT_GE(stands.at("frame"), SECOND / 4);
+    EXPECT_LE(stands.at("frame"), wholePeriods(SECOND / 4)) << "in the period of the end";
+    EXPECT_EQ(command("time go"), "ok");
+    EXPECT_EQ(command("time run 100"),
+              "error: stopped at " + std::to_string(stands.at("ms").get<int>()) + " ms");
+    EXPECT_EQ(time().at("frame"), stands.at("frame"));
+    EXPECT_EQ(command("time until"), "ok") << "no longer";
+    EXPECT_EQ(command("time go"), "ok");
+    EXPECT_TRUE(music.get());
+    EXPECT_THAT(errors(), IsEmpty());
+}
+
+TEST_F(OwnTime, EndsTheRunAfterAStreamsEnd) {
+    serve({"--hold", "1"}, "stepped");
+    EXPECT_EQ(command("time until prompt"), "ok");
+    auto run = later("time run 5000");
+    EXPECT_TRUE(playing("prompt", SECOND / 4).get());
+    EXPECT_THAT(run.get(), HasSubstr("error: stopped at 25"));
+    EXPECT_THAT(errors(), IsEmpty());
 }
 
 TEST_F(OwnTime, StopsAndGoesOn) {
@@ -269,6 +360,18 @@ TEST_F(OwnTime, LetsAnAwaitedStreamBeHeardAtItsFrame) {
     EXPECT_THAT(framesOf("start", "prompt"), ElementsAre(SECOND / 2));
     EXPECT_THAT(framesOf("end", "prompt"), ElementsAre(SECOND * 3 / 4));
     EXPECT_EQ(streamIn(report(), "prompt").at("started_at_frame"), SECOND / 2);
+    EXPECT_EQ(heard().frames(), wholePeriods(SECOND));
+}
+
+TEST_F(OwnTime, AwaitsEachStartOfAName) {
+    serve({"--hold", "2", "--await", "prompt@250", "--await", "prompt@600", "--strict"});
+    auto music = playing("music", SECOND);
+    EXPECT_TRUE(playing("prompt", SECOND / 10).get());
+    EXPECT_TRUE(playing("prompt", SECOND / 10).get());
+    EXPECT_TRUE(music.get());
+    EXPECT_THAT(errors(), IsEmpty());
+    EXPECT_THAT(framesOf("start", "prompt"), ElementsAre(SECOND / 4, SECOND * 6 / 10));
+    EXPECT_THAT(framesOf("end", "prompt"), ElementsAre(SECOND * 35 / 100, SECOND * 7 / 10));
     EXPECT_EQ(heard().frames(), wholePeriods(SECOND));
 }
 

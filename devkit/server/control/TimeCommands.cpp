@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/server/control/TimeCommands.h"
 
+#include "devkit/server/base/Text.h"
 #include "devkit/server/control/Report.h"
+#include "devkit/server/time/Description.h"
 
 #include <nlohmann/json.hpp>
 
-#include <charconv>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,42 +14,37 @@
 namespace cabinaudio::server {
 namespace {
 
-constexpr std::uint64_t LONGEST_MS = 1000ULL * 60 * 60 * 24;
-
-std::optional<std::uint64_t> numberOf(std::string_view text, std::uint64_t most = LONGEST_MS) {
-    std::uint64_t number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, number);
-    const bool isNumber = error == std::errc() && rest == end && number <= most;
-    return isNumber ? std::make_optional(number) : std::nullopt;
-}
-
 std::string stop(TimeLine& time, const std::string& argument) {
-    const auto ms = numberOf(argument);
+    const auto ms = timeIn(argument);
     if (!ms && !argument.empty()) return "error: time stop [MS]";
     return time.stop(ms);
 }
 
+bool isDigits(std::string_view text) {
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
 /// A number at the end of the argument is the time, so a name cannot end in one without a time.
 std::string await(TimeLine& time, const std::string& argument) {
+    if (argument.empty()) return "error: time await NAME [MS]";
     const auto blank = argument.rfind(' ');
-    const auto ms = blank != std::string::npos && blank > 0
-                        ? numberOf(std::string_view(argument).substr(blank + 1))
-                        : std::nullopt;
-    const std::string name = ms ? argument.substr(0, blank) : argument;
-    if (name.empty()) return "error: time await NAME [MS]";
-    return time.await(name, ms);
+    const bool hasTime = blank != std::string::npos && blank > 0 &&
+                         isDigits(std::string_view(argument).substr(blank + 1));
+    if (!hasTime) return time.await(argument, std::nullopt);
+    const auto ms = timeIn(std::string_view(argument).substr(blank + 1));
+    return ms ? time.await(argument.substr(0, blank), ms)
+              : "error: time await NAME [MS], MS up to a day";
 }
 
 std::string hold(TimeLine& time, const std::string& argument) {
-    const auto streams = numberOf(argument, 1000);
+    const auto streams = numberIn(argument, 1000);
     if (!streams) return "error: time hold N, 0 to 1000";
     return time.hold(static_cast<std::uint32_t>(*streams));
 }
 
 std::string at(const Commands& commands, TimeLine& time, const std::string& argument) {
     const auto blank = argument.find(' ');
-    const auto ms = numberOf(std::string_view(argument).substr(0, blank));
+    const auto ms = timeIn(std::string_view(argument).substr(0, blank));
     if (!ms || blank == std::string::npos) return "error: at MS COMMAND";
     const std::string command = argument.substr(blank + 1);
     if (const std::string fault = commands.faultOf(command); !fault.empty())
@@ -62,7 +57,7 @@ std::string at(const Commands& commands, TimeLine& time, const std::string& argu
 void addTimeCommands(Commands& commands, TimeLine& time) {
     commands.addLater("time run",
                       [&time](const std::string& argument, const Commands::Later& later) {
-                          if (const auto ms = numberOf(argument))
+                          if (const auto ms = timeIn(argument))
                               time.run(*ms, later);
                           else
                               later("error: time run MS");
@@ -90,7 +85,7 @@ void addTimeCommands(Commands& commands, TimeLine& time) {
     add("time hold", [&time](const std::string& argument) { return hold(time, argument); });
     add("time", [&time](const std::string& argument) {
         return argument.empty() ? textOf(time.describe())
-                                : "error: time [run|stop|go|await|hold|settle]";
+                                : "error: time [run|stop|go|await|until|hold|settle]";
     });
     add("at",
         [&commands, &time](const std::string& argument) { return at(commands, time, argument); });

@@ -19,10 +19,6 @@ bool isPlaying(const PlaybackStream& stream) {
     return stream.isActive() && !stream.isEnded();
 }
 
-std::string quoted(const std::string& name) {
-    return '"' + printable(name) + '"';
-}
-
 std::string keyOf(const char* kind, std::uint32_t handle) {
     return std::string(kind) + " " + std::to_string(handle);
 }
@@ -39,7 +35,7 @@ Need lettingGo(const Stream& stream, const std::string& title, std::chrono::mill
             "letting go",
             stream.client().handle(),
             {},
-            title + " " + quoted(name) + " does not let go of its ring" + forBound(bound),
+            title + " " + inQuotes(name) + " does not let go of its ring" + forBound(bound),
             bound};
 }
 
@@ -173,7 +169,7 @@ Need Cast::dataNeed(const PlaybackStream& stream, std::size_t needed) const {
             "data",
             handle,
             queued,
-            "stream " + quoted(name) + " was started and writes nothing" +
+            "stream " + inQuotes(name) + " was started and writes nothing" +
                 forBound(mOptions.patience) + format(" (%zu of %zu frames queued)", queued, needed),
             mOptions.patience};
 }
@@ -197,7 +193,7 @@ void Cast::prepare(CaptureStream& stream, const Part& part, Readiness& readiness
              why,
              handle,
              {},
-             "capture stream " + quoted(name) + complaint + forBound(mOptions.patience),
+             "capture stream " + inQuotes(name) + complaint + forBound(mOptions.patience),
              mOptions.patience});
     };
     if (stream.isRingAwaited())

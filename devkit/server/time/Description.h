@@ -6,6 +6,8 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include <cstdint>
+#include <optional>
+#include <string_view>
 
 namespace cabinaudio::server {
 
@@ -21,6 +23,9 @@ constexpr std::uint64_t framesAt(std::uint64_t ms, std::uint32_t rate) {
 constexpr std::uint64_t millisecondsAt(std::uint64_t frame, std::uint32_t rate) {
     return (frame * 1000 + rate - 1) / rate;
 }
+
+/// The time that is the whole text, in milliseconds, up to a day; empty if it is no such time.
+std::optional<std::uint64_t> timeIn(std::string_view text);
 
 /// The description of time that passes by itself.
 nlohmann::json describeClock(TimeMode mode, bool isPassing, const Mixer& mixer);

@@ -35,10 +35,6 @@ constexpr milliseconds LONGEST_TICK{50};
 // waits is 600 ms, and this process may be held up for most of that on a busy machine.
 constexpr milliseconds NUDGE_INTERVAL{75};
 
-std::string quoted(const std::string& name) {
-    return '"' + printable(name) + '"';
-}
-
 }  // namespace
 
 Lockstep::Lockstep(EventLoop& loop, Mixer& mixer, const StreamRegistry& streams,
@@ -86,8 +82,8 @@ Lockstep::Step Lockstep::advance() {
     mWaits.release();
     mIsSettling = false;
     if (isHolding()) return Step::Rest;
-    answerRun();
     if (!mUntil.empty() && hasFinished(mUntil)) mLimit = mFrame;
+    answerRun();
     if (isAtLimit()) {
         mState = State::Standing;
         return Step::Rest;
@@ -142,7 +138,7 @@ bool Lockstep::isStartAwaited() {
              0,
              {},
              format("waited %lld ms for the start of ", static_cast<long long>(bound.count())) +
-                 quoted(start.name),
+                 inQuotes(start.name),
              bound});
     }
     return mWaits.require(Waits::Stage::Start, needs);
@@ -160,7 +156,8 @@ Lockstep::Step Lockstep::runCommand() {
     look();
     mIsActing = false;
     static constexpr std::string_view ERROR = "error: ";
-    if (answer.starts_with(ERROR)) fail(quoted(command.line) + ": " + answer.substr(ERROR.size()));
+    if (answer.starts_with(ERROR))
+        fail(inQuotes(command.line) + ": " + answer.substr(ERROR.size()));
     return Step::Later;
 }
 
@@ -168,7 +165,7 @@ Lockstep::Step Lockstep::pass() {
     const Cast::Part part = nextPart();
     const auto readiness = mCast.prepare(part, [this](const PlaybackStream& stream) {
         if (mFrame == mDrainedAt[stream.client().handle()]) return;
-        fail("stream " + quoted(stream.record().name) +
+        fail("stream " + inQuotes(stream.record().name) +
              format(" stopped writing for %lld ms and went on: raise --tail",
                     static_cast<long long>(mOptions.tail.count())));
     });
@@ -225,6 +222,7 @@ void Lockstep::mix(const Cast::Part& part) {
     if (part.endsPeriod) mCast.record();
     for (const auto& stream : mStreams.streams())
         if (stream->isDry() && !stream->isDrained()) mDrainedAt[stream->client().handle()] = mFrame;
+    if (!mLimit && mCast.started() > 0) refuseSettling();
 }
 
 // ---- What clients do ----------------------------------------------------------------------------
@@ -236,7 +234,7 @@ void Lockstep::look() {
 }
 
 void Lockstep::complain(const Cast::Event& event) {
-    const std::string stream = "stream " + quoted(event.name);
+    const std::string stream = "stream " + inQuotes(event.name);
     switch (event.kind) {
         case Cast::Event::Kind::Started:
             if (!mAgenda.isAwaited(event.name))
@@ -280,8 +278,18 @@ void Lockstep::answerSettled() {
         later("ok");
 }
 
+/// A limit before the run's end was set while it ran.
 void Lockstep::answerRun() {
-    if (mRun && mFrame >= mRun->end) endRun("ok");
+    if (mRun && mFrame >= mRun->end)
+        endRun("ok");
+    else if (isAtLimit())
+        endRun(stopped());
+}
+
+/// Where nothing limits time, a stream may write as long as it wants to.
+void Lockstep::refuseSettling() {
+    for (const Later& later : std::exchange(mSettling, {}))
+        later("error: time passes; time stop first");
 }
 
 /// Whether a stream of this name has come to its end at least once.
@@ -386,6 +394,10 @@ std::string Lockstep::tooLate() const {
     return format("error: it is %llu ms already", static_cast<unsigned long long>(ms()));
 }
 
+std::string Lockstep::stopped() const {
+    return format("error: stopped at %llu ms", static_cast<unsigned long long>(ms()));
+}
+
 void Lockstep::run(Milliseconds ms, const Later& later) {
     if (mRun) {
         later("error: time runs already");
@@ -400,8 +412,9 @@ std::string Lockstep::stop(std::optional<Milliseconds> ms) {
     if (ms && frameAt(*ms) < mFrame) return tooLate();
     if (ms && mOptions.mode == TimeMode::Stepped)
         return "error: with --time stepped, time stop takes no time";
-    if (!ms) endRun("error: stopped at " + std::to_string(this->ms()) + " ms");
     mLimit = ms ? frameAt(*ms) : mFrame;
+    if (mRun) mLimit = std::min(*mLimit, mRun->end);
+    if (isAtLimit()) endRun(stopped());
     update();
     return "ok";
 }

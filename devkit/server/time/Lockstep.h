@@ -81,6 +81,7 @@ private:
     void complain(const Cast::Event& event);
     [[nodiscard]] bool isSettled();
     void answerSettled();
+    void refuseSettling();
     void answerRun();
     [[nodiscard]] bool hasFinished(const std::string& name) const;
     void endRun(const std::string& answer);
@@ -96,6 +97,7 @@ private:
     [[nodiscard]] std::uint64_t ms() const;
     [[nodiscard]] std::uint64_t frameAt(Milliseconds ms) const;
     [[nodiscard]] std::string tooLate() const;
+    [[nodiscard]] std::string stopped() const;
 
     EventLoop& mLoop;
     Mixer& mMixer;

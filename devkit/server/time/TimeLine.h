@@ -37,7 +37,7 @@ public:
     /// Whether the output depends on more than the frames, so that the server must say so.
     [[nodiscard]] virtual bool hasErrors() const { return false; }
 
-    /// Lets `ms` of time pass and answers then.
+    /// Lets `ms` of time pass and answers then. stop() and until() end it earlier, with an error.
     virtual void run(Milliseconds ms, const Later& later);
     /// Lets time stand, now or once it is at `ms`.
     virtual std::string stop(std::optional<Milliseconds> ms);
@@ -45,7 +45,8 @@ public:
     /// @param ms  now if empty
     virtual std::string await(const std::string& name, std::optional<Milliseconds> ms);
     virtual std::string hold(std::uint32_t streams);
-    /// Answers once no stream can write more before time passes.
+    /// Answers once no stream can write more before time passes; with an error when time passes and
+    /// nothing limits it.
     virtual void settle(const Later& later);
     /// Lets time stand for good once a playback stream of this name has been played to its end,
     /// was stopped or is gone. Streams that are gone are known from the records for the report.
