@@ -149,6 +149,15 @@ TEST_F(Check, JunitHasACaseForEachCheck) {
     EXPECT_THAT(xml, Not(HasSubstr("ATTACHMENT")));
 }
 
+TEST_F(Check, VerdictsComeBeforeAJunitFileThatCannotBeWritten) {
+    const Outcome result = check(1, {"tone 440", "level -20", "--junit", FULL_DISK});
+    EXPECT_THAT(result.out, StartsWith("ok      tone 440: "));
+    EXPECT_THAT(result.out, HasSubstr("\nNOT MET level -20: "));
+    EXPECT_EQ(result.err, "cabinaudio: cannot write '/dev/full': No space left on device\n");
+    EXPECT_THAT(check(1, {"mix", "--junit", FULL_DISK}).err,
+                AllOf(HasSubstr("cannot write '/dev/full'"), HasSubstr("there is no report")));
+}
+
 #ifdef CABINAUDIO_TEST_CAIRO
 TEST_F(Check, DrawsAPictureAndTellsWhere) {
     setenv("LSAN_OPTIONS", "suppressions=" CABINAUDIO_TEST_LEAK_SUPPRESSIONS, 1);

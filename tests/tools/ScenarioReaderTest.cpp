@@ -2,6 +2,7 @@
 // Files of scenarios as they are read, without running them.
 #include "tools/scenario/Moment.h"
 #include "tools/scenario/Reader.h"
+#include "tools/scenario/ServerWords.h"
 #include "tools/scenario/Signals.h"
 #include "tools/scenario/Timeline.h"
 #include "tools/scenario/Words.h"
@@ -78,6 +79,10 @@ TEST(ScenarioMoment, IsMillisecondsOrFrames) {
 TEST(ScenarioMoment, AddsToTheOneBefore) {
     EXPECT_EQ(momentOf("+500", 48000, {96000, "2000"})->frame, 120000u);
     EXPECT_EQ(momentOf("+1f", 48000, {96000, "2000"})->text, "96001f");
+    // 1005 ms and 505 ms are half a frame each, which is lost when each is rounded.
+    const Moment before = *momentOf("1005", 44100, {0, "0"});
+    EXPECT_EQ(momentOf("+505", 44100, before)->text, "1510");
+    EXPECT_EQ(momentOf("+505", 44100, before)->frame, momentOf("1510", 44100, {0, "0"})->frame);
 }
 
 TEST(ScenarioMoment, RefusesOtherTexts) {
@@ -117,7 +122,7 @@ expect  error 'was started while time passes'
 )");
     EXPECT_THAT(scenario.serverOptions,
                 ElementsAre("--input", "input0=voice.wav", "--hold", "1", "--patience", "2000"));
-    EXPECT_EQ(scenario.serverLine, 2u);
+    EXPECT_THAT(scenario.serverLines, ElementsAre(2, 2, 2, 2, 2, 2));
     EXPECT_EQ(scenario.patience.count(), 2000);
     ASSERT_EQ(scenario.settings.size(), 1u);
     EXPECT_THAT(scenario.settings[0].assignments, ElementsAre("ducking.mode=1"));
@@ -227,10 +232,12 @@ INSTANTIATE_TEST_SUITE_P(
         BadLine{"at 2000 stall 60001",
                 "'stall 60001' lacks a number of milliseconds from 1 to 60000"},
         BadLine{"await", "'await' lacks the name of a stream"},
+        BadLine{"await ''", "'await' lacks the name of a stream"},
         BadLine{"await a soon", std::string("'soon' is no time; ") + TIMES},
         BadLine{"await a 5 6", "unexpected '6'"},
         BadLine{"until", "'until' lacks 'finished NAME' or a time"},
         BadLine{"until finished", "'until finished' lacks the name of a stream"},
+        BadLine{"until finished ''", "'until finished' lacks the name of a stream"},
         BadLine{"until finished a b", "unexpected 'b'"},
         BadLine{"until 10", "the time 10 is before 1000 of line 2; times must rise"},
         BadLine{"expect", "'expect' lacks exit, check, output or error"},
@@ -258,7 +265,7 @@ TEST(ScenarioFile, TextsThatAreNoCheckAreRefused) {
 
 TEST(ScenarioFile, OptionsOfTheScenarioItselfAreRefused) {
     EXPECT_THAT(read("server --output=null\nserver hold\nserver\nserver --at 1:crash\n"
-                     "server --patience 999\nserver --rate\nrun p p\n")
+                     "server --patience 999\nserver --rate\nserver -V\nrun p p\n")
                     .faults,
                 ElementsAre("f:1: the option --output is not for a scenario: the scenario sets it",
                             "f:2: 'hold' is no option; expected one such as --hold 1",
@@ -266,7 +273,21 @@ TEST(ScenarioFile, OptionsOfTheScenarioItselfAreRefused) {
                             "f:4: the option --at is not for a scenario: write a line 'at MS "
                             "COMMAND'",
                             "f:5: '999' of --patience is no number from 1000 to 3600000",
-                            "f:6: '' of --rate is no number from 8000 to 192000"));
+                            "f:6: '' of --rate is no number from 8000 to 192000",
+                            "f:7: the option -V is not for a scenario: it starts no server"));
+}
+
+TEST(ScenarioFile, AnOptionThatTheServerRefusesHasItsLine) {
+    const Scenario scenario = readGood(
+        "server --hold 1 --patience=2000\nserver --input a=b --input=c=d\nserver --hold-on\n"
+        "run p p\n");
+    EXPECT_EQ(optionPlace(scenario, "--hold: bad"), "f:1: ");
+    EXPECT_EQ(optionPlace(scenario, "not expected: --hold-on (try --help)"), "f:3: ");
+    EXPECT_EQ(optionPlace(scenario, "a=b: no input"), "f:2: ");
+    EXPECT_EQ(optionPlace(scenario, "c=d: no input"), "f:2: ");
+    EXPECT_EQ(optionPlace(scenario, "--hold excludes --input"), "f:1: options of lines 1, 2: ");
+    EXPECT_EQ(optionPlace(scenario, "no memory"), "f:1: options of lines 1, 2, 3: ");
+    EXPECT_EQ(optionPlace(readGood("run p p\n"), "--hold: bad"), "");
 }
 
 TEST(ScenarioFile, NothingButARestartFollowsACrash) {
@@ -294,6 +315,12 @@ TEST(ScenarioTimeline, TheServerActsAloneWhereItCan) {
     EXPECT_EQ(timeline.stops[0].actions.size(), 2u);
     EXPECT_EQ(timeline.stops[0].actions[0]->line, 5u);
     EXPECT_EQ(timeline.stops[1].at.text, "30");
+}
+
+TEST(ScenarioTimeline, AnEndlessPartLastsAnHourAfterItsLastStop) {
+    const Scenario scenario = readGood("server --rate 8000\nrun p p\nat 10000 set a.b=1\n");
+    EXPECT_EQ(lastFrame(timelineOf(scenario.parts[0], scenario.until, true), 8000), 3610u * 8000u);
+    EXPECT_EQ(lastFrame(Timeline(), 48000), 3600u * 48000u);
 }
 
 TEST(ScenarioTimeline, TimeStandsAtTheEndOfAPart) {

@@ -4,11 +4,13 @@
 #include "tests/tools/ToolTest.h"
 
 #include <dirent.h>
+#include <sys/types.h>
 
 #include <cmath>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <vector>
 
 namespace cabinaudio::test {
 
@@ -36,14 +38,19 @@ void writeTone(const std::string& path, double hz, double seconds) {
 }
 
 /// Processes whose command line contains a text.
-std::size_t processesWith(const std::string& text) {
-    std::size_t count = 0;
+std::vector<pid_t> processesNamed(const std::string& text) {
+    std::vector<pid_t> processes;
     for (const fs::directory_entry& entry : fs::directory_iterator("/proc")) {
         const std::string name = entry.path().filename();
         if (name.find_first_not_of("0123456789") != std::string::npos) continue;
-        count += contentsOf(entry.path() / "cmdline").find(text) != std::string::npos ? 1 : 0;
+        if (contentsOf(entry.path() / "cmdline").find(text) != std::string::npos)
+            processes.push_back(std::stoi(name));
     }
-    return count;
+    return processes;
+}
+
+std::size_t processesWith(const std::string& text) {
+    return processesNamed(text).size();
 }
 
 class Scenario : public ToolTest {
@@ -369,6 +376,102 @@ TEST_F(Scenario, AProgramThatFailedIsNamedWithItsLastWords) {
     EXPECT_THAT(result.out, HasSubstr("no program runs; \"music\" has ended with status 2: "));
 }
 
+TEST_F(Scenario, AServerThatDiesLeavesWhatItHas) {
+    const std::string text =
+        "run player sh -c 'cabinaudio play --name m @/music.wav; echo played; exec sleep 1000'\n"
+        "at 60000 run late true\n"
+        "expect exit player 0\n"
+        "expect check 'tone 440 [0..0.5]'\n"
+        "expect output player played\n"
+        "expect output late hello\n";
+    ToolProcess tool({"scenario", write(text), "--junit", file("junit.xml")}, setup());
+    ASSERT_TRUE(eventually([&] { return logs().find("played\n") != std::string::npos; },
+                           std::chrono::seconds(60)));
+    for (const pid_t server : processesNamed("wav:" + kept().string()))
+        kill(server, SIGKILL);
+    const Outcome result = tool.finish();
+    EXPECT_EQ(result.exitCode, 1) << result.text();
+    const std::string problem = "the server ended by itself with SIGKILL";
+    EXPECT_THAT(result.err, StartsWith("cabinaudio: " + problem));
+    expectOneLine(result.err);
+    EXPECT_THAT(result.out,
+                AllOf(StartsWith("NOT MET  exit player 0: it had not ended by itself\n"),
+                      HasSubstr("\nok       output player played: "),
+                      HasSubstr("\nNOT MET  output late hello: it was not started\n"),
+                      HasSubstr("\nNOT MET  time: the server did not tell all its errors\n"),
+                      HasSubstr("\nNOT MET  run: " + problem)));
+    for (const char* name : {"heard.wav", "server.log", "player.log", "trace.txt"})
+        EXPECT_TRUE(fs::exists(kept() / name)) << name;
+    const std::string xml = contentsOf(file("junit.xml"));
+    EXPECT_THAT(xml, HasSubstr("<failure message=\"run: " + problem));
+    EXPECT_THAT(xml, HasSubstr("tests=\"6\""));
+}
+
+TEST_F(Scenario, AServerThatDiesIsAFailureInJsonToo) {
+    const std::string text =
+        "run player sh -c 'cabinaudio play --name m @/music.wav; echo played; exec sleep 1000'\n";
+    ToolProcess tool({"scenario", write(text), "--json"}, setup());
+    ASSERT_TRUE(eventually([&] { return logs().find("played\n") != std::string::npos; },
+                           std::chrono::seconds(60)));
+    for (const pid_t server : processesNamed("wav:" + kept().string()))
+        kill(server, SIGKILL);
+    const json report = jsonOf(tool.finishExpecting(1));
+    EXPECT_EQ(report["ended"], "failed");
+    EXPECT_EQ(report["exit"], 1);
+    EXPECT_THAT(report["error"].get<std::string>(), StartsWith("the server ended by itself"));
+    EXPECT_EQ(report["directory"], kept().string());
+}
+
+TEST_F(Scenario, AServerThatHangsIsTheProblemThatIsTold) {
+    const Outcome result = play(5,
+                                "server --hold 1 --patience 1000\n"
+                                "run music cabinaudio play --name music @/music.wav\n"
+                                "at 500 stall 20000\n"
+                                "expect exit music 0\n",
+                                {"--junit", file("junit.xml")});
+    EXPECT_THAT(
+        result.out,
+        AllOf(StartsWith("NOT MET  exit music 0: it had not ended by itself\n"),
+              HasSubstr("\nNOT MET  run: waited 2 s for the answer to 'time'; time stands "),
+              Not(HasSubstr("'time stop'"))));
+    EXPECT_TRUE(fs::exists(kept() / "server.log"));
+    EXPECT_THAT(contentsOf(file("junit.xml")), HasSubstr("tests=\"3\" failures=\"3\""));
+}
+
+TEST_F(Scenario, ARefusedActionIsTheProblemOfItsLine) {
+    const json report = jsonOf(play(5,
+                                    std::string(MUSIC) + "at 500 set volume.master=-20dB\n"
+                                                         "at 500 source withdraw none\n"
+                                                         "expect check 'tone 440'\n",
+                                    {"--json"}));
+    EXPECT_EQ(report["expectations"][0]["met"], true);
+    EXPECT_EQ(report["expectations"].back()["line"], 4);
+    EXPECT_THAT(report["expectations"].back()["detail"].get<std::string>(),
+                ContainsRegex("the server answered 'error: .*' to 'source withdraw none'"));
+}
+
+TEST_F(Scenario, TheEndOfAStreamThatNeverWasIsNotMet) {
+    const Outcome result = play(5,
+                                "server --hold 1 --patience 1000\n"
+                                "run music cabinaudio play --name music @/music.wav\n"
+                                "until finished typo\n"
+                                "expect exit music 0\n");
+    EXPECT_THAT(result.out, HasSubstr("ok       exit music 0: ended with status 0\n"));
+    EXPECT_THAT(result.out, HasSubstr("NOT MET  run: all programs have ended, but no stream "
+                                      "\"typo\" has ended\n"));
+}
+
+TEST_F(Scenario, TimesAreAddedAtEveryRate) {
+    play(0,
+         "server --hold 1 --rate 44100\n"
+         "run music cabinaudio play --tag main --name music @/music.wav\n"
+         "at 505 set volume.master=-20dB\n"
+         "at +505 source withdraw music\n"
+         "until 1515\n"
+         "expect check 'level -29 tol=1 [0.55..1]'\n"
+         "expect check 'silence [1.01..1.5]'\n");
+}
+
 TEST_F(Scenario, ProgramsThatIgnoreSigtermAreKilled) {
     play(0, std::string(MUSIC) +
                 "run deaf sh -c \"trap '' TERM; while :; do sleep 1; done # @/deaf\"\n"
@@ -394,6 +497,20 @@ TEST_F(Scenario, AnInterruptionEndsEverything) {
     }
 }
 
+TEST_F(Scenario, AnInterruptionLetsProgramsEnd) {
+    const std::string text =
+        "server --hold 2\n"
+        "run player sh -c 'trap \"echo saved >@/saved; exit 0\" TERM; echo ready; "
+        "while :; do sleep 0.05; done'\n";
+    ToolProcess tool({"scenario", write(text)}, setup());
+    ASSERT_TRUE(eventually([&] { return logs().find("ready\n") != std::string::npos; },
+                           std::chrono::seconds(60)));
+    tool.send(SIGINT);
+    EXPECT_EQ(tool.finish().exitCode, 1);
+    EXPECT_EQ(contentsOf(file("saved")), "saved\n");
+    EXPECT_TRUE(isNothingKept());
+}
+
 TEST_F(Scenario, NoChildOutlivesAKilledTool) {
     const std::string text =
         "run player sh -c 'cabinaudio play --name m @/music.wav; echo played; "
@@ -408,18 +525,17 @@ TEST_F(Scenario, NoChildOutlivesAKilledTool) {
 }
 
 TEST_F(Scenario, NothingStaysInSharedMemory) {
-    const auto objects = [] {
-        std::size_t count = 0;
-        for (const fs::directory_entry& entry : fs::directory_iterator("/dev/shm"))
-            count += entry.path().filename().string().find(".s") != std::string::npos ||
-                             entry.path().filename().string().find("-s") != std::string::npos
-                         ? 1
-                         : 0;
-        return count;
-    };
-    const std::size_t before = objects();
-    play(0, std::string(MUSIC) + "at 1000 crash\nexpect exit music 3\n");
-    EXPECT_TRUE(eventually([&] { return objects() <= before; }));
+    play(0,
+         std::string(MUSIC) +
+             "run shell sh -c 'echo $CABINAUDIO_INSTANCE'\n"
+             "at 1000 crash\n"
+             "expect exit music 3\n",
+         {"--keep", file("kept")});
+    const Words instance = linesOf(contentsOf(file("kept/shell.log")));
+    ASSERT_EQ(instance.size(), 1u);
+    ASSERT_GE(instance[0].size(), 16u);
+    for (const fs::directory_entry& entry : fs::directory_iterator("/dev/shm"))
+        EXPECT_THAT(entry.path().filename().string(), Not(HasSubstr(instance[0])));
 }
 
 TEST_F(Scenario, JsonHasEveryExpectation) {
@@ -473,6 +589,22 @@ TEST_F(Scenario, WhatTheServerRefusesHasItsLine) {
     EXPECT_THAT(result.err, StartsWith("cabinaudio: " + file("test.scenario") + ":1: "));
     EXPECT_THAT(result.err, HasSubstr("--hold"));
     expectOneLine(result.err);
+    const Outcome second = play(2, "server --hold 1\nserver --bogus\nrun p true\n");
+    EXPECT_THAT(second.err, StartsWith("cabinaudio: " + file("test.scenario") + ":2: "));
+    EXPECT_THAT(second.err, HasSubstr("--bogus"));
+    const Outcome both = play(2, "server --hold 1\nserver --hold=-3\nrun p true\n");
+    EXPECT_THAT(both.err,
+                StartsWith("cabinaudio: " + file("test.scenario") + ":1: options of lines 1, 2: "));
+}
+
+TEST_F(Scenario, AServerThatCannotStartSaysHowItEnded) {
+    const std::string program = file("server");
+    std::ofstream(program) << "#!/bin/sh\nkill -KILL $$\n";
+    fs::permissions(program, fs::perms::owner_all);
+    ToolSetup other = setup();
+    other.environment[0].second = program;
+    const Outcome result = runExpecting(1, {"scenario", write("run p true\n")}, other);
+    EXPECT_EQ(result.err, "cabinaudio: the server has not started, it ended with SIGKILL\n");
 }
 
 TEST_F(Scenario, AWrongSettingHasItsLine) {
@@ -514,6 +646,7 @@ TEST_F(Scenario, OnlyDirectoriesOfScenariosAreUsedAgain) {
 TEST_F(Scenario, AFullDiskIsAFailure) {
     const Outcome result = play(1, "run p true\nexpect exit p 0\n", {"--junit", "/dev/full"});
     EXPECT_EQ(result.err, "cabinaudio: cannot write '/dev/full': No space left on device\n");
+    EXPECT_THAT(result.out, StartsWith("ok       exit p 0: ended with status 0\n"));
 }
 
 }  // namespace cabinaudio::test

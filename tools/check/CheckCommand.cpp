@@ -6,6 +6,7 @@
 #include "devkit/hear/Picture.h"
 #include "devkit/hear/Recording.h"
 #include "tools/Failure.h"
+#include "tools/Terminal.h"
 #include "tools/check/CheckReport.h"
 #include "tools/check/CheckTexts.h"
 #include "tools/check/LiveSound.h"
@@ -54,6 +55,18 @@ CheckReport checked(const CheckOptions& options, const std::vector<std::string>&
     }
 }
 
+/// In the JUnit file, if there is to be one. The error of the checks is more important than a file
+/// that cannot be written.
+void noteError(const CheckOptions& options, const std::vector<std::string>& checks,
+               const std::string& error) {
+    if (options.junitFile.empty()) return;
+    try {
+        writeJUnitError(options.junitFile, fileName(options), checks, error);
+    } catch (const Failure& failure) {
+        complain(failure.what());
+    }
+}
+
 }  // namespace
 
 ExitCode run(const CheckOptions& options, const CommonOptions& common) {
@@ -62,12 +75,12 @@ ExitCode run(const CheckOptions& options, const CommonOptions& common) {
     try {
         report = checked(options, checks);
     } catch (const Failure& failure) {
-        if (!options.junitFile.empty())
-            writeJUnitError(options.junitFile, fileName(options), checks, failure.what());
+        noteError(options, checks, failure.what());
         throw;
     }
-    if (!options.junitFile.empty()) writeJUnit(options.junitFile, report);
+    // First: where the file cannot be written, the verdicts are not lost.
     printReport(report, common.json);
+    if (!options.junitFile.empty()) writeJUnit(options.junitFile, report);
     return report.code();
 }
 

@@ -6,9 +6,11 @@
 #include "devkit/hear/Picture.h"
 #include "devkit/hear/Recording.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <system_error>
 
 namespace cabinaudio::tool::scenario {
 
@@ -25,6 +27,23 @@ std::optional<hear::Recording> recorded(const PartFiles& files, std::string& fau
     }
 }
 
+// Of sound that is drawn: about twenty minutes. All of it is in memory at once.
+constexpr std::uintmax_t MOST_BYTES = 512ULL * 1024 * 1024;
+
+/// Of the mix and the stems.
+std::uintmax_t bytesOf(const PartFiles& files) {
+    std::error_code error;
+    std::uintmax_t bytes = 0;
+    const auto add = [&](const std::string& file) {
+        const std::uintmax_t size = std::filesystem::file_size(file, error);
+        bytes += error ? 0 : size;
+    };
+    add(files.heard);
+    for (const auto& stem : std::filesystem::directory_iterator(files.stems, error))
+        add(stem.path());
+    return bytes;
+}
+
 /// The report names the check itself.
 std::string withoutCheck(const hear::Verdict& verdict) {
     const std::string begin = verdict.check + ": ";
@@ -34,11 +53,11 @@ std::string withoutCheck(const hear::Verdict& verdict) {
 }  // namespace
 
 struct Hearing::Inside {
+    PartFiles files;
     std::string fault;  // why there is no recording
     std::optional<hear::Recording> recording;
     std::vector<hear::Verdict> verdicts;
     std::map<std::string, std::pair<bool, std::string>> results;
-    std::string picture;
 
     void judge(const std::string& check) {
         if (!recording) {
@@ -59,8 +78,8 @@ struct Hearing::Inside {
 
 Hearing::Hearing(const PartFiles& files, const std::vector<std::string>& checks)
     : mInside(std::make_unique<Inside>()) {
-    mInside->picture = files.picture;
-    mInside->recording = recorded(files, mInside->fault);
+    mInside->files = files;
+    if (!checks.empty()) mInside->recording = recorded(files, mInside->fault);
     for (const std::string& check : checks)
         mInside->judge(check);
 }
@@ -74,9 +93,11 @@ std::pair<bool, std::string> Hearing::verdict(const std::string& check) const {
 }
 
 void Hearing::draw() const {
+    if (bytesOf(mInside->files) > MOST_BYTES) return;
+    if (!mInside->recording) mInside->recording = recorded(mInside->files, mInside->fault);
     if (!mInside->recording || mInside->recording->heard.frames() == 0) return;
     try {
-        hear::drawPicture(mInside->picture, *mInside->recording, mInside->verdicts);
+        hear::drawPicture(mInside->files.picture, *mInside->recording, mInside->verdicts);
     } catch (const hear::Error&) {
         // Among others: this build cannot draw. The sound is there all the same.
     }

@@ -24,8 +24,8 @@ public:
     /// @return whether the check is met, and the line for people
     [[nodiscard]] std::pair<bool, std::string> verdict(const std::string& check) const;
 
-    /// Draws the picture of the part if there is a sound. A picture that cannot be drawn is left
-    /// out.
+    /// Draws the picture of the part if there is a sound. A picture that cannot be drawn, or would
+    /// need too much memory, is left out.
     void draw() const;
 
 private:

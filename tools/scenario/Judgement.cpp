@@ -85,15 +85,25 @@ private:
     }
 
     void take(const ExpectOutput& expected) {
-        const std::string said = contentsOf(mOutcome.logs.at(expected.program));
+        const auto log = mOutcome.logs.find(expected.program);
+        if (log == mOutcome.logs.end()) {
+            mJudgement.detail = "it was not started";
+            return;
+        }
+        const std::string said = contentsOf(log->second);
         mJudgement.isMet = said.find(expected.text) != std::string::npos;
         mJudgement.detail = mJudgement.isMet ? "printed" : "not in what it printed";
         if (!mJudgement.isMet && !said.empty())
-            mJudgement.detail += "; its last line: " + lastLine(mOutcome.logs.at(expected.program));
+            mJudgement.detail += "; its last line: " + lastLine(log->second);
     }
 
     void addErrors() {
-        if (mExpectedErrors.size() == mOutcome.errors.size())
+        const bool areAllKnown =
+            std::all_of(mOutcome.parts.begin(), mOutcome.parts.end(),
+                        [](const PartResult& part) { return part.areErrorsKnown; });
+        if (!areAllKnown)
+            mJudgements.push_back({0, "time", false, "the server did not tell all its errors"});
+        else if (mExpectedErrors.size() == mOutcome.errors.size())
             mJudgements.push_back({0, "time", true, "no error that was not expected"});
         for (std::size_t i = 0; i < mOutcome.errors.size(); ++i)
             if (!mExpectedErrors.contains(i))

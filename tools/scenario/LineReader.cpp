@@ -122,8 +122,8 @@ void LineReader::takeServer(const Words& words) {
     if (!words.front().starts_with('-'))
         throw Fault(quoted(words.front()) + " is no option; expected one such as --hold 1");
     if (const std::string fault = takeOptions(words, mScenario); !fault.empty()) throw Fault(fault);
-    if (mScenario.serverLine == 0) mScenario.serverLine = mLine;
     mScenario.serverOptions.insert(mScenario.serverOptions.end(), words.begin(), words.end());
+    mScenario.serverLines.resize(mScenario.serverOptions.size(), mLine);
 }
 
 void LineReader::takeSet(const Words& words) {
@@ -144,7 +144,7 @@ void LineReader::takeRun(const Words& words) {
 
 void LineReader::takeAwait(const Words& words) {
     mHasOthers = true;
-    if (words.empty()) throw Fault("'await' lacks the name of a stream");
+    if (words.empty() || words.front().empty()) throw Fault("'await' lacks the name of a stream");
     Await await{words.front(), std::nullopt};
     if (words.size() > 1) await.at = moment(words[1]);
     requireEnd(words, 2);
@@ -239,7 +239,8 @@ void LineReader::takeUntil(const Words& words) {
         requireEnd(words, 1);
         return;
     }
-    if (words.size() == 1) throw Fault("'until finished' lacks the name of a stream");
+    if (words.size() == 1 || words[1].empty())
+        throw Fault("'until finished' lacks the name of a stream");
     until.finished = words[1];
     requireEnd(words, 2);
 }

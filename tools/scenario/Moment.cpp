@@ -15,9 +15,15 @@ std::optional<std::uint64_t> numberOf(std::string_view text) {
     return number;
 }
 
+/// The first millisecond that begins at this frame or later. The frame of a millisecond is rounded
+/// down.
+std::uint64_t startedMs(std::uint64_t frame, unsigned rate) {
+    return (frame * 1000 + rate - 1) / rate;
+}
+
 /// A frame that begins a millisecond has the shorter text.
 std::string textOf(std::uint64_t frame, unsigned rate) {
-    const std::uint64_t ms = (frame * 1000 + rate - 1) / rate;
+    const std::uint64_t ms = startedMs(frame, rate);
     return ms * rate / 1000 == frame ? std::to_string(ms) : std::to_string(frame) + "f";
 }
 
@@ -32,8 +38,11 @@ std::optional<Moment> momentOf(const std::string& text, unsigned rate, const Mom
     const std::optional<std::uint64_t> number = numberOf(rest);
     const std::uint64_t last = LONGEST_MS * rate / 1000;
     if (!number || *number > (isInFrames ? last : LONGEST_MS)) return std::nullopt;
-    std::uint64_t frame = isInFrames ? *number : *number * rate / 1000;
-    if (isRelative) frame += before.frame;
+    // Milliseconds are added before they become frames: rounded twice, the sum may be another frame
+    // than that of the whole number.
+    std::uint64_t sum = *number;
+    if (isRelative) sum += isInFrames ? before.frame : startedMs(before.frame, rate);
+    const std::uint64_t frame = isInFrames ? sum : sum * rate / 1000;
     if (frame > last) return std::nullopt;
     return Moment{frame, textOf(frame, rate)};
 }

@@ -14,7 +14,7 @@ inline constexpr std::uint64_t LONGEST_MS = 86400000;
 
 /// Reads "2000" (milliseconds), "96000f" (frames of the output), or either with a "+" before it.
 /// @param rate    of the output
-/// @param before  the start of a time with a "+"
+/// @param before  the start of a time with a "+"; begins a millisecond
 /// @return empty when the text is no time, or one after LONGEST_MS
 [[nodiscard]] std::optional<Moment> momentOf(const std::string& text, unsigned rate,
                                              const Moment& before);

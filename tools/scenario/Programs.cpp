@@ -4,6 +4,9 @@
 #include "devkit/board/Board.h"
 #include "tools/scenario/Files.h"
 #include "tools/scenario/Signals.h"
+#include "tools/scenario/Wait.h"
+
+#include <csignal>
 
 namespace cabinaudio::tool::scenario {
 
@@ -25,6 +28,17 @@ void Programs::start(const Program& program) {
 void Programs::send(const std::string& name, int signal) const {
     if (const auto child = mChildren.find(name); child != mChildren.end())
         child->second->send(signal);
+}
+
+void Programs::end(std::chrono::milliseconds grace) {
+    const auto haveEnded = [&] {
+        (void)update();
+        return haveAllEnded();
+    };
+    if (haveEnded()) return;
+    sendToAll(SIGCONT);
+    sendToAll(SIGTERM);
+    if (!Wait::regardless(grace, haveEnded)) sendToAll(SIGKILL);
 }
 
 void Programs::sendToAll(int signal) const {

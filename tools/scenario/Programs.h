@@ -6,6 +6,7 @@
 #include "tools/scenario/ResultDirectory.h"
 #include "tools/scenario/Scenario.h"
 
+#include <chrono>
 #include <map>
 #include <memory>
 #include <string>
@@ -22,7 +23,10 @@ public:
     void start(const Program& program);
     /// Without effect on a program that has ended.
     void send(const std::string& name, int signal) const;
-    void sendToAll(int signal) const;
+
+    /// Asks those that run to end, and kills them if they have not after this time. An interruption
+    /// does not end the wait.
+    void end(std::chrono::milliseconds grace);
 
     /// Looks which programs have ended. @return whether another one has since the last call
     bool update();
@@ -38,6 +42,8 @@ public:
     [[nodiscard]] const std::map<std::string, std::string>& logs() const { return mLogs; }
 
 private:
+    void sendToAll(int signal) const;
+
     const Locations& mLocations;
     const std::string mInstance;
     const ResultDirectory& mDirectory;

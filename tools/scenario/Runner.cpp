@@ -2,22 +2,23 @@
 #include "tools/scenario/Runner.h"
 
 #include "tools/Failure.h"
+#include "tools/scenario/EndOfRun.h"
 #include "tools/scenario/Instance.h"
-#include "tools/scenario/Moment.h"
+#include "tools/scenario/PartServer.h"
 #include "tools/scenario/Programs.h"
+#include "tools/scenario/Progress.h"
+#include "tools/scenario/RunFailures.h"
 #include "tools/scenario/SettingsChange.h"
-#include "tools/scenario/Signals.h"
 #include "tools/scenario/TimeState.h"
 #include "tools/scenario/Timeline.h"
 #include "tools/scenario/Wait.h"
 
-#include <sys/wait.h>
-
-#include <algorithm>
+#include <chrono>
 #include <csignal>
-#include <optional>
-#include <set>
+#include <string>
 #include <utility>
+#include <variant>
+#include <vector>
 
 namespace cabinaudio::tool::scenario {
 
@@ -34,17 +35,24 @@ public:
           mLocations(locations),
           mDirectory(directory),
           mInstance(locations),
+          mWait(interruption, scenario.patience),
+          mServer(scenario, locations, mInstance.name(), mWait),
           mPrograms(locations, mInstance.name(), directory),
-          mWait(interruption, scenario.patience) {}
+          mProgress(mServer, mPrograms, scenario.rate),
+          mEnd(scenario, mWait, mServer, mPrograms, mProgress) {}
 
     Outcome run() {
         try {
-            for (std::size_t i = 0; i < mScenario.parts.size(); ++i)
-                playPart(i);
-        } catch (const Overdue& overdue) {
-            mOutcome.problem = Problem{overdue.line(), overdue.what() + standing()};
+            attempt([&] {
+                for (std::size_t i = 0; i < mScenario.parts.size(); ++i)
+                    playPart(i);
+            });
+            finish();
+        } catch (...) {
+            mPrograms.end(GRACE);  // which may have something to save
+            throw;
         }
-        finish();
+        mPrograms.end(GRACE);
         mOutcome.logs = mPrograms.logs();
         return std::move(mOutcome);
     }
@@ -54,14 +62,36 @@ private:
     [[nodiscard]] bool isLast() const { return mPart + 1 == mScenario.parts.size(); }
     [[nodiscard]] PartResult& result() { return mOutcome.parts.back(); }
 
+    /// A step that fails becomes the problem of the outcome, unless an earlier one did.
+    template <typename Step>
+    void attempt(const Step& step) {
+        try {
+            step();
+        } catch (const Interrupted&) {
+            throw;
+        } catch (const NotFulfilled& failure) {
+            const bool isOverdue = dynamic_cast<const Overdue*>(&failure) != nullptr;
+            note({failure.line(), failure.what() + (isOverdue ? mProgress.standing() : "")});
+        } catch (const Failure& failure) {
+            // The file has an error, and nothing to judge.
+            if (failure.code() == ExitCode::Usage) throw;
+            note({0, failure.what(), ExitCode::Failed});
+        }
+    }
+
+    void note(const Problem& problem) {
+        if (!mOutcome.problem) mOutcome.problem = problem;
+    }
+
     void playPart(std::size_t number) {
         mPart = number;
+        mProgress.beginPart();
         const Timeline timeline = timelineOf(part(), mScenario.until, isLast());
         startServer(timeline);
         if (timeline.stops.empty())
             letTimePass();
         else
-            command(0, "time stop " + timeline.stops.front().at.text);
+            mServer.command(0, "time stop " + timeline.stops.front().at.text);
         if (number == 0) startPrograms();
         for (const TimedAction* timed : timeline.beginning)
             act(*timed);
@@ -69,10 +99,10 @@ private:
             waitForStop(timeline.stops[i]);
             for (const TimedAction* timed : timeline.stops[i].actions)
                 act(*timed);
-            if (!mServer) break;  // it has crashed
+            if (!mServer.isThere()) break;  // it has crashed
             if (i + 1 == timeline.stops.size()) continue;
             // Time goes on, as far as this.
-            command(0, "time stop " + timeline.stops[i + 1].at.text);
+            mServer.command(0, "time stop " + timeline.stops[i + 1].at.text);
         }
         finishPart(timeline);
     }
@@ -81,40 +111,22 @@ private:
         const bool standsAtEnd =
             part().restartAt.has_value() || (isLast() && mScenario.until.at.has_value());
         if (!isLast()) {
-            if (mServer) noteErrors();
-            endServer();
-        } else if (!standsAtEnd && mServer) {
+            if (mServer.isThere()) noteErrors();
+            mServer.end();
+        } else if (!standsAtEnd && mServer.isThere()) {
             if (!timeline.stops.empty()) letTimePass();
-            waitForEnd();
-        } else if (!mServer) {
-            mWait.until(
-                mScenario.until.line, "the programs' ends", [&] { return mPrograms.update(); },
-                [&] { return mPrograms.haveAllEnded(); });
+            mEnd.await(lastFrame(timeline, mScenario.rate));
+        } else if (!mServer.isThere()) {
+            mEnd.awaitPrograms();
         }
     }
 
     void startServer(const Timeline& timeline) {
         Words options = timeline.serverOptions;
         options.insert(options.end(), {"--state", mDirectory.file("settings.json")});
-        options.insert(options.end(), mScenario.serverOptions.begin(),
-                       mScenario.serverOptions.end());
-        mOutcome.parts.push_back({filesOfPart(), false});
-        mServer.emplace(mLocations, mInstance.name(), result().files, options);
-        while (!mServer->isReady(std::chrono::milliseconds(20))) {
-            mWait.requireNoInterruption();
-            if (const std::optional<int> status = mServer->process().ended()) refuseServer(*status);
-        }
-        mServer->connect();
-    }
-
-    [[noreturn]] void refuseServer(int status) {
-        const bool isUsage = WIFEXITED(status) && WEXITSTATUS(status) == 2;
-        const std::string place =
-            mScenario.file + ":" + std::to_string(mScenario.serverLine) + ": ";
-        throw Failure(
-            (isUsage && mScenario.serverLine != 0 ? place : "the server has not started: ") +
-                mServer->lastWords(),
-            isUsage ? ExitCode::Usage : ExitCode::Failed);
+        mOutcome.parts.push_back({filesOfPart()});
+        mServer.start(result().files, options);
+        result().areErrorsKnown = false;
     }
 
     [[nodiscard]] PartFiles filesOfPart() const {
@@ -134,36 +146,19 @@ private:
             mPrograms.start(program);
     }
 
-    /// @throws Overdue, Failure
     void waitForStop(const Stop& stop) {
-        const auto stands = [&] { return mTime.isAtLimit && mTime.frame >= stop.at.frame; };
+        const auto stands = [&] {
+            return mProgress.time().isAtLimit && mProgress.time().frame >= stop.at.frame;
+        };
         mWait.until(
-            stop.line, "time " + stop.at.text, [&] { return hasProgressed(); }, stands);
-        command(stop.line, "time settle");
+            stop.line, "time " + stop.at.text, [&] { return mProgress.update(); }, stands);
+        mServer.command(stop.line, "time settle");
     }
 
     /// As far as the scenario's end.
     void letTimePass() {
-        if (isLast() && !mScenario.until.finished.empty())
-            command(mScenario.until.line, "time until " + mScenario.until.finished);
-        command(0, "time go");
-    }
-
-    void waitForEnd() {
-        const Until& until = mScenario.until;
-        const std::string what = until.finished.empty()
-                                     ? "the programs' ends"
-                                     : "the end of stream \"" + until.finished + "\"";
-        mWait.until(
-            until.line, what, [&] { return hasProgressed(); },
-            [&] { return mPrograms.haveAllEnded() || mTime.isAtLimit; });
-    }
-
-    /// Asks for time and programs. @return whether one of them has advanced
-    bool hasProgressed() {
-        const bool hasOneEnded = mPrograms.update();
-        const TimeState before = std::exchange(mTime, timeState(ask(0, "time")));
-        return hasOneEnded || mTime.frame != before.frame;
+        if (isLast()) mEnd.announce();
+        mServer.command(0, "time go");
     }
 
     void act(const TimedAction& timed) {
@@ -172,9 +167,10 @@ private:
         if (const auto* signal = std::get_if<SignalCommand>(&timed.action))
             send(*signal, timed.line);
         if (const auto* server = std::get_if<ServerCommand>(&timed.action)) {
-            if (server->text == "crash") noteErrors();
-            command(timed.line, server->text);
-            if (server->text == "crash") endCrash(timed.line);
+            if (server->text == "crash")
+                crash(timed.line);
+            else
+                mServer.command(timed.line, server->text);
         }
     }
 
@@ -192,127 +188,51 @@ private:
                        mDirectory.file("set.log"), mWait);
     }
 
-    void endCrash(unsigned line) {
-        mWait.until(
-            line, "the server's crash", [] { return false; },
-            [&] { return mServer->process().ended().has_value(); });
+    void crash(unsigned line) {
+        noteErrors();
+        mServer.crash(line);
         result().hasCrashed = true;
-        mServer.reset();
     }
 
-    /// Sends a command that answers "ok".
-    void command(unsigned line, const std::string& text) {
-        const std::string answer = ask(line, text);
-        if (answer == "ok") return;
-        const std::string place = mScenario.file + ":" + std::to_string(line) + ": ";
-        throw Failure((line != 0 ? place : "") + "the server answered '" + answer + "' to '" +
-                      text + "'");
-    }
-
-    std::string ask(unsigned line, const std::string& text) {
-        mServer->link().send(text);
-        std::optional<std::string> answer;
-        try {
-            mWait.until(
-                line, "the answer to '" + text + "'", [] { return false; },
-                [&] {
-                    answer = mServer->link().receive(std::chrono::milliseconds(20));
-                    return answer.has_value();
-                });
-        } catch (const Failure& failure) {
-            if (failure.code() == ExitCode::NoServer && text != "crash") throwLostServer();
-            if (text != "crash") throw;
-            answer = "ok";
-        }
-        return *answer;
-    }
-
-    [[noreturn]] void throwLostServer() {
-        mWait.until(
-            0, "the server's end", [] { return false; },
-            [&] { return mServer->process().ended().has_value(); });
-        throw Failure("the server ended by itself with " + endText(*mServer->process().ended()) +
-                      ": " + mServer->lastWords());
-    }
-
-    /// Where time and programs stood when a wait took too long.
-    [[nodiscard]] std::string standing() const {
-        std::string text = "; time stands at " +
-                           std::to_string(milliseconds({mTime.frame, ""}, mScenario.rate)) + " ms";
-        if (!mTime.waitingFor.empty()) text += " for " + mTime.waitingFor;
-        const std::string running = mPrograms.running();
-        text += running.empty() ? ", no program runs" : ", still running: " + running;
-        return text + mPrograms.failures();
-    }
-
-    /// Programs with an expected end may still end by themselves; time stands meanwhile. The server
-    /// ends before the others, so that what they do from here on is neither heard nor reported.
+    /// The server ends before the programs, so that what they do from here on is neither heard nor
+    /// reported.
     void finish() {
-        if (mServer) {
-            if (!mPrograms.haveAllEnded()) command(0, "time stop");
+        attempt([&] {
+            if (!mServer.answers()) return;
+            if (!mPrograms.haveAllEnded()) mServer.command(0, "time stop");
             noteErrors();
-            if (!mOutcome.problem) awaitExpectedEnds();
-        }
+            if (!mOutcome.problem) mEnd.awaitExpected();
+        });
+        // Those that were told before the server fell silent.
+        if (!mOutcome.parts.empty() && !result().areErrorsKnown) addErrors(mProgress.time().errors);
         mPrograms.update();
         mOutcome.ends = mPrograms.ends();
-        endServer();
-        if (mPrograms.haveAllEnded()) return;
-        mPrograms.sendToAll(SIGCONT);
-        mPrograms.sendToAll(SIGTERM);
-        (void)mWait.atMost(GRACE, [&] { return mPrograms.update(), mPrograms.haveAllEnded(); });
-        mPrograms.sendToAll(SIGKILL);
-    }
-
-    void awaitExpectedEnds() {
-        std::set<std::string> expected;
-        for (const Expectation& one : mScenario.expectations)
-            if (const auto* exit = std::get_if<ExpectExit>(&one.what))
-                expected.insert(exit->program);
-        const auto haveEnded = [&] {
-            return std::all_of(expected.begin(), expected.end(),
-                               [&](const std::string& name) { return mPrograms.hasEnded(name); });
-        };
-        mPrograms.update();
-        if (haveEnded()) return;
-        try {
-            mWait.until(
-                0, "the expected ends of programs", [&] { return hasProgressed(); }, haveEnded);
-        } catch (const Overdue&) {
-            // Each program has its own expectation, which tells it.
-        }
+        attempt([&] { mServer.end(); });
     }
 
     /// The errors up to here. Later ones are not part of the test.
     void noteErrors() {
-        for (TimeError error : timeState(ask(0, "time")).errors) {
+        addErrors(timeState(mServer.ask(0, "time")).errors);
+        result().areErrorsKnown = true;
+    }
+
+    void addErrors(const std::vector<TimeError>& errors) {
+        for (TimeError error : errors) {
             error.part = mPart;
             mOutcome.errors.push_back(std::move(error));
         }
-    }
-
-    /// Ends the server; it writes its report.
-    void endServer() {
-        if (!mServer) return;
-        mServer->process().send(SIGTERM);
-        const auto hasEnded = [&] { return mServer->process().ended().has_value(); };
-        if (!mWait.atMost(mScenario.patience, hasEnded))
-            throw Failure("the server did not end; see " + result().files.log);
-        // 5: time had errors, which the report has.
-        const int status = *mServer->process().ended();
-        if (!WIFEXITED(status) || (WEXITSTATUS(status) != 0 && WEXITSTATUS(status) != 5))
-            throw Failure("the server ended with " + endText(status) + ": " + mServer->lastWords());
-        mServer.reset();
     }
 
     const Scenario& mScenario;
     const Locations& mLocations;
     const ResultDirectory& mDirectory;
     const Instance mInstance;
-    std::optional<PrivateServer> mServer;
+    const Wait mWait;
+    PartServer mServer;
     Programs mPrograms;  // ends before the server, for which clients would wait otherwise
-    Wait mWait;
+    Progress mProgress;
+    EndOfRun mEnd;
     Outcome mOutcome;
-    TimeState mTime;
     std::size_t mPart = 0;
 };
 

@@ -11,8 +11,10 @@ namespace cabinaudio::tool::scenario {
 
 /// Runs a scenario: its servers, one after the other, and its programs. Every wait ends after the
 /// scenario's patience without progress, and with the user's interruption.
-/// @return what it has left; a wait that took too long is its problem
-/// @throws Failure when it cannot be run, with ExitCode::Usage when the file is the reason
+/// @return what it has left, also when it did not come to its end: then there is a problem
+/// @throws Interrupted, and Failure with ExitCode::Usage for an error of the file that is found
+/// only
+///         now; the programs are asked to end before
 [[nodiscard]] Outcome runScenario(const Scenario& scenario, const Locations& locations,
                                   const ResultDirectory& directory,
                                   const Interruption& interruption);

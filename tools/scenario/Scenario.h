@@ -18,7 +18,9 @@ using Words = std::vector<std::string>;
 /// A position in the time of one server.
 struct Moment {
     std::uint64_t frame = 0;  // of the output
-    std::string text;         // as the server takes it: milliseconds, or frames with an "f"
+    /// Milliseconds, as the server takes them. Where no millisecond begins: frames with an "f",
+    /// which LineReader refuses.
+    std::string text;
 
     [[nodiscard]] bool operator==(const Moment& other) const { return frame == other.frame; }
     [[nodiscard]] bool operator<(const Moment& other) const { return frame < other.frame; }
@@ -113,7 +115,7 @@ struct Expectation {
 struct Scenario {
     std::string file;
     Words serverOptions;
-    unsigned serverLine = 0;  // the first line with options
+    std::vector<unsigned> serverLines;  // of each word of the options
     std::chrono::milliseconds patience{5000};
     unsigned rate = 48000;             // of the output
     std::vector<SetCommand> settings;  // before any program starts

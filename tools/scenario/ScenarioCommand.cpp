@@ -39,10 +39,13 @@ ExitCode run(const ScenarioOptions& options, const CommonOptions& common) {
     const std::vector<Judgement> judgements = judgeRun(scenario, outcome);
     const bool isMet = areAllMet(judgements);
     if (!isMet) directory.keep();
+    // First: where the file cannot be written, the verdicts are not lost.
+    printReport(scenario, outcome, judgements, directory, common.json);
+    const ExitCode code = outcome.code(isMet);
+    if (code == ExitCode::Failed) complain(outcome.problem->text);
     if (!options.junitFile.empty())
         writeJUnit(options.junitFile, scenario, outcome, judgements, directory);
-    printReport(scenario, outcome, judgements, directory, common.json);
-    return isMet ? ExitCode::Done : ExitCode::CheckNotMet;
+    return code;
 }
 
 }  // namespace cabinaudio::tool

@@ -68,13 +68,15 @@ void printReport(const Scenario& scenario, const Outcome& outcome,
     }
     const auto failed = std::count_if(judgements.begin(), judgements.end(),
                                       [](const Judgement& one) { return !one.isMet; });
-    const ExitCode code = failed == 0 ? ExitCode::Done : ExitCode::CheckNotMet;
+    const ExitCode code = outcome.code(failed == 0);
     Json report = jsonReport(scenario, outcome, judgements, directory);
     report["met"] = failed == 0;
     report["ended"] = endName(code);
     addEnd(report, code,
-           std::to_string(failed) + " of " + std::to_string(judgements.size()) +
-               " expectations not met");
+           code == ExitCode::Failed
+               ? outcome.problem->text
+               : std::to_string(failed) + " of " + std::to_string(judgements.size()) +
+                     " expectations not met");
     printJson(report);
 }
 

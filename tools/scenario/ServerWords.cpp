@@ -2,8 +2,10 @@
 #include "tools/scenario/ServerWords.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <optional>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -49,6 +51,7 @@ constexpr OwnOption OWN_OPTIONS[] = {
     {"--help", "it starts no server"},
     {"-h", "it starts no server"},
     {"--version", "it starts no server"},
+    {"-V", "it starts no server"},
 };
 
 std::string nameOf(const std::string& option) {
@@ -67,6 +70,33 @@ std::string valueAt(const Words& options, std::size_t place) {
     const std::size_t equals = options[place].find('=');
     if (equals != std::string::npos) return options[place].substr(equals + 1);
     return place + 1 < options.size() ? options[place + 1] : "";
+}
+
+/// Whether the message has this word: "--hold", and not as a part of "--hold-on".
+bool names(const std::string& message, const std::string& word) {
+    const auto isPart = [&](std::size_t at) {
+        return at < message.size() &&
+               (std::isalnum(static_cast<unsigned char>(message[at])) != 0 || message[at] == '-');
+    };
+    for (std::size_t at = message.find(word); at != std::string::npos && !word.empty();
+         at = message.find(word, at + 1))
+        if (!isPart(at - 1) && !isPart(at + word.size())) return true;
+    return false;
+}
+
+/// Lines of the options that the message names, or whose values it names.
+std::set<unsigned> linesNamedBy(const std::string& message, const Scenario& scenario,
+                                bool areValues) {
+    std::set<unsigned> lines;
+    for (std::size_t i = 0; i < scenario.serverOptions.size(); ++i) {
+        const std::string& word = scenario.serverOptions[i];
+        const bool isOption = word.starts_with('-');
+        const std::string option = isOption ? nameOf(word) : "";
+        const std::string value =
+            isOption ? word.substr(std::min(option.size() + 1, word.size())) : word;
+        if (names(message, areValues ? value : option)) lines.insert(scenario.serverLines[i]);
+    }
+    return lines;
 }
 
 std::string joined(const Words& words, std::size_t count) {
@@ -115,6 +145,19 @@ std::string takeOptions(const Words& options, Scenario& scenario) {
             scenario.patience = std::chrono::milliseconds(*number);
     }
     return "";
+}
+
+std::string optionPlace(const Scenario& scenario, const std::string& message) {
+    std::set<unsigned> lines = linesNamedBy(message, scenario, false);
+    if (lines.empty()) lines = linesNamedBy(message, scenario, true);
+    if (lines.empty()) lines.insert(scenario.serverLines.begin(), scenario.serverLines.end());
+    if (lines.empty()) return "";
+    const std::string place = scenario.file + ":" + std::to_string(*lines.begin()) + ": ";
+    if (lines.size() == 1) return place;
+    std::string all;
+    for (const unsigned line : lines)
+        all += (all.empty() ? "" : ", ") + std::to_string(line);
+    return place + "options of lines " + all + ": ";
 }
 
 bool isServerCommand(const Words& words) {

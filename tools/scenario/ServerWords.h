@@ -14,6 +14,10 @@ namespace cabinaudio::tool::scenario {
 /// Takes over options that concern the scenario too: --patience and --rate. @return a fault or ""
 [[nodiscard]] std::string takeOptions(const Words& options, Scenario& scenario);
 
+/// Where the option stands that the server's message is about, as "FILE:LINE: ". Names several
+/// lines if the message does not tell which one; empty if the file has no option.
+[[nodiscard]] std::string optionPlace(const Scenario& scenario, const std::string& message);
+
 /// Whether these words begin a command of the server's control socket that may stand at a time.
 [[nodiscard]] bool isServerCommand(const Words& words);
 

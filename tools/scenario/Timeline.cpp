@@ -53,4 +53,10 @@ Timeline timelineOf(const Part& part, const Until& until, bool isLast) {
     return timeline;
 }
 
+std::uint64_t lastFrame(const Timeline& timeline, unsigned rate) {
+    constexpr std::uint64_t HOUR_SECONDS = 3600;
+    const std::uint64_t begin = timeline.stops.empty() ? 0 : timeline.stops.back().at.frame;
+    return begin + HOUR_SECONDS * rate;
+}
+
 }  // namespace cabinaudio::tool::scenario

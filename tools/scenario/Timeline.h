@@ -3,6 +3,7 @@
 
 #include "tools/scenario/Scenario.h"
 
+#include <cstdint>
 #include <vector>
 
 namespace cabinaudio::tool::scenario {
@@ -27,5 +28,9 @@ struct Timeline {
 /// @param isLast  whether `until` ends this part
 /// @param part    must live longer than the result
 [[nodiscard]] Timeline timelineOf(const Part& part, const Until& until, bool isLast);
+
+/// The frame at which a part ends at the latest if nothing else ends it: an hour after the last
+/// stop. Sound files of programs that play for ever would grow until the disk is full.
+[[nodiscard]] std::uint64_t lastFrame(const Timeline& timeline, unsigned rate);
 
 }  // namespace cabinaudio::tool::scenario

@@ -3,6 +3,8 @@
 
 #include "tools/Duration.h"
 
+#include <thread>
+
 namespace cabinaudio::tool::scenario {
 
 namespace {
@@ -34,8 +36,18 @@ bool Wait::atMost(std::chrono::milliseconds bound, const std::function<bool()>& 
     return true;
 }
 
+bool Wait::regardless(std::chrono::milliseconds bound, const std::function<bool()>& condition) {
+    const Clock::time_point deadline = Clock::now() + bound;
+    while (!condition()) {
+        if (Clock::now() > deadline) return false;
+        std::this_thread::sleep_for(PAUSE);
+    }
+    return true;
+}
+
 void Wait::requireNoInterruption() const {
-    if (mInterruption.hasHappened()) throw Failure("interrupted by " + mInterruption.signalName());
+    if (mInterruption.hasHappened())
+        throw Interrupted("interrupted by " + mInterruption.signalName());
 }
 
 void Wait::pause() const {

@@ -1,26 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "tools/Failure.h"
 #include "tools/Interruption.h"
+#include "tools/scenario/RunFailures.h"
 
 #include <chrono>
 #include <functional>
 #include <string>
 
 namespace cabinaudio::tool::scenario {
-
-/// Thrown when a wait has seen no progress for too long.
-class Overdue : public Failure {
-public:
-    /// @param line  of the scenario's file that asks for the wait; 0: none
-    Overdue(unsigned line, const std::string& text) : Failure(text), mLine(line) {}
-
-    [[nodiscard]] unsigned line() const { return mLine; }
-
-private:
-    unsigned mLine;
-};
 
 /// The waits of a scenario. They poll, with short pauses: processes, answers and time have no
 /// descriptor in common.
@@ -33,17 +21,24 @@ public:
 
     /// Waits until the condition holds.
     /// @param progress  called before each look at the condition; true begins the bound anew
-    /// @throws Overdue, and Failure after an interruption
+    /// @throws Overdue, Interrupted
     void until(unsigned line, const std::string& what, const std::function<bool()>& progress,
                const std::function<bool()>& condition) const;
 
     /// @return whether the condition holds in time
-    /// @throws Failure after an interruption
+    /// @throws Interrupted
     [[nodiscard]] bool atMost(std::chrono::milliseconds bound,
                               const std::function<bool()>& condition) const;
 
-    /// @throws Failure after an interruption
+    /// The same, and an interruption does not end the wait.
+    [[nodiscard]] static bool regardless(std::chrono::milliseconds bound,
+                                         const std::function<bool()>& condition);
+
+    /// @throws Interrupted
     void requireNoInterruption() const;
+
+    /// Without progress, until() ends after this time.
+    [[nodiscard]] std::chrono::milliseconds bound() const { return mBound; }
 
 private:
     void pause() const;
