@@ -137,8 +137,7 @@ TEST_F(Scenario, DuckingIsHeardAtItsFrames) {
 TEST_F(Scenario, EqualRunsGiveEqualBytes) {
     const std::string text = std::string(MUSIC_AND_PROMPT) +
                              "at 500 set volume.master=-6dB\n"
-                             "at 700 source withdraw music\n"
-                             "at 900 source activate music\n"
+                             "at 700 set balance=50\n"
                              "at 1100 signal nav CONT\n"
                              "until finished prompt\n";
     std::string first;
