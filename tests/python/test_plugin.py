@@ -102,17 +102,17 @@ def test_the_end_of_a_server_is_judged(run):
     result = run(HEAD + """
 import os, signal
 
-@pytest.mark.parametrize("number", [signal.SIGSEGV, signal.SIGKILL])
+@pytest.mark.parametrize("number", [signal.SIGABRT, signal.SIGKILL])
 def test_dies(cabin, number):
     os.kill(cabin._process.pid, number)
 
 def test_dies_before_a_crash(cabin):
-    os.kill(cabin._process.pid, signal.SIGSEGV)
+    os.kill(cabin._process.pid, signal.SIGABRT)
     cabin._process.wait()
     cabin.crash()
 
 def test_dies_in_the_first_run(cabin):
-    os.kill(cabin._process.pid, signal.SIGSEGV)
+    os.kill(cabin._process.pid, signal.SIGABRT)
     cabin._process.wait()
     cabin.restart()
 
@@ -122,8 +122,8 @@ def test_crashes(cabin):
     cabin.crash()
 """)
     result.assert_outcomes(failed=4, passed=1)
-    result.stdout.fnmatch_lines(["*ServerError: the server has ended by SIGSEGV*",
-                                 "server *SIGSEGV*",
+    result.stdout.fnmatch_lines(["*ServerError: the server has ended by SIGABRT*",
+                                 "server *SIGABRT*",
                                  "*ServerError: the server has ended by SIGKILL*"])
 
 

@@ -124,7 +124,7 @@ def test_errors_of_time_have_a_text_and_a_status(tmp_path):
 def dead_server(directory):
     """A server that has ended by itself."""
     server = Server(directory)
-    os.kill(server._process.pid, signal.SIGSEGV)
+    os.kill(server._process.pid, signal.SIGABRT)
     server._process.wait()
     return server
 
@@ -134,10 +134,10 @@ def memory_of(server):
 
 
 def test_the_end_of_a_with_statement_judges_the_end_of_the_server(tmp_path):
-    with pytest.raises(ServerError, match="SIGSEGV"):
+    with pytest.raises(ServerError, match="SIGABRT"):
         with dead_server(tmp_path / "first"):
             pass
-    with pytest.raises(ServerError, match="SIGSEGV"):
+    with pytest.raises(ServerError, match="SIGABRT"):
         with dead_server(tmp_path / "second") as server:
             server.restart()
     with pytest.raises(ServerError, match="2 streams"):
@@ -156,7 +156,7 @@ def test_the_end_of_a_with_statement_judges_the_end_of_the_server(tmp_path):
 def test_nothing_of_a_dead_server_is_left(tmp_path):
     server = dead_server(tmp_path)
     assert memory_of(server)
-    assert server.stop().status == -signal.SIGSEGV
+    assert server.stop().status == -signal.SIGABRT
     assert memory_of(server) == []
 
 

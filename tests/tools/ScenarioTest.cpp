@@ -75,6 +75,7 @@ protected:
     [[nodiscard]] ToolSetup setup() const {
         ToolSetup setup;
         setup.environment = {{"CABINAUDIO_SERVER", RealServer::path()},
+                             {"LSAN_OPTIONS", "suppressions=" CABINAUDIO_TEST_LEAK_SUPPRESSIONS},
                              {"CABINAUDIO_LAUNCHER", CABINAUDIO_TEST_LAUNCHER},
                              {"TMPDIR", file("tmp")}};
         return setup;
