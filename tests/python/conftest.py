@@ -21,7 +21,7 @@ def run_script(tmp_path):
 
     def run(code, timeout=120):
         path = tmp_path / "script.py"
-        path.write_text(code)
+        path.write_text("import os; os.environ.pop('LD_PRELOAD', None)\n" + code)
         emulator = ["qemu-arm", "-L", "/"] if IS_EMULATED else []
         environment = {**os.environ, **({"LD_PRELOAD": PRELOADED} if PRELOADED else {})}
         return subprocess.run(

@@ -74,10 +74,12 @@ protected:
 
     [[nodiscard]] ToolSetup setup() const {
         ToolSetup setup;
-        setup.environment = {{"CABINAUDIO_SERVER", RealServer::path()},
-                             {"LSAN_OPTIONS", "suppressions=" CABINAUDIO_TEST_LEAK_SUPPRESSIONS},
-                             {"CABINAUDIO_LAUNCHER", CABINAUDIO_TEST_LAUNCHER},
-                             {"TMPDIR", file("tmp")}};
+        setup.environment = {
+            {"CABINAUDIO_SERVER", RealServer::path()},
+            {"LSAN_OPTIONS",
+             "print_suppressions=0:suppressions=" CABINAUDIO_TEST_LEAK_SUPPRESSIONS},
+            {"CABINAUDIO_LAUNCHER", CABINAUDIO_TEST_LAUNCHER},
+            {"TMPDIR", file("tmp")}};
         return setup;
     }
 
