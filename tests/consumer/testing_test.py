@@ -136,9 +136,13 @@ class TheExample(Kit):
                          r"Expected: meets 'ducked music by -20dB during prompt'\n"
                          r"  Actual: 3\.\d+ s, 48000 Hz, 2 channels, peak -\d+\.\d dBFS .*"
                          r"which has 0 dB.* instead of -20 dB \+-1 dB.* at 1\.\d+ s, "
-                         rf"heard in {directory}/heard\.wav, picture {directory}/heard\.png")
-        self.assert_picture(directory / "heard.png")
+                         rf"heard in {directory}/heard\.wav, picture ")
         self.assertTrue((directory / "navigation.log").exists())
+        if TOOLCHAIN:  # the target's build has no Cairo
+            self.assertIn("built without Cairo", done.stdout)
+            return
+        self.assertIn(f", picture {directory}/heard.png", done.stdout)
+        self.assert_picture(directory / "heard.png")
         case = xml.etree.ElementTree.parse(kept / "result.xml").find(".//testcase")
         properties = {one.get("name"): one.get("value") for one in case.iter("property")}
         self.assertEqual(properties["picture"], str(directory / "heard.png"))
