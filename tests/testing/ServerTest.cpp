@@ -4,6 +4,7 @@
 #include <cabinaudio/testing/Testing.h>
 
 #include "tests/support/Files.h"
+#include "tests/support/ProcessState.h"
 #include "tests/testing/helpers/MessageOf.h"
 #include "tests/testing/helpers/Playing.h"
 
@@ -221,6 +222,8 @@ TEST(TestServer, EndsWithTheThreadThatMadeIt) {
     // As when a test program is killed: nothing ends the server.
     std::thread([&] { server = std::make_unique<TestServer>(inRealTime()); }).join();
     const fs::path memory = physicalMemoryOf(*server);
+    // A thread can be joined before the kernel has noticed its end.
+    EXPECT_TRUE(cabinaudio::test::eventually([&] { return !server->isRunning(); }));
     EXPECT_EQ(server->stop().signal(), SIGKILL);
     EXPECT_FALSE(fs::exists(memory));
 }
