@@ -58,4 +58,4 @@ install(FILES devkit/server/README.md DESTINATION "${cabinaudio_pages}/devkit/se
 # By name: users build in this directory.
 install(DIRECTORY examples DESTINATION "${cabinaudio_pages}" COMPONENT documentation
     FILES_MATCHING PATTERN *.cpp PATTERN *.h PATTERN CMakeLists.txt PATTERN Makefile
-    PATTERN README.md PATTERN build EXCLUDE)
+    PATTERN README.md PATTERN *.sh PATTERN *.py PATTERN *.scenario PATTERN build EXCLUDE)

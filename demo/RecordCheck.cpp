@@ -3,25 +3,23 @@
 // server's looped input file, sample for sample; the recording of a coded call must correlate with
 // the call's input file. Writes envelopes for a picture of both recordings. The exit status is 0
 // when both checks pass, 5 when one fails, 1 when the files cannot be compared.
-#include "devkit/wavcheck/Envelope.h"
-#include "devkit/wavcheck/Sound.h"
+#include "demo/Envelope.h"
+#include "devkit/hear/Sound.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <exception>
-#include <fstream>
-#include <stdexcept>
+#include <string>
 
 namespace {
 
-using cabinaudio::wavcheck::Sound;
+using cabinaudio::hear::Sound;
 
 constexpr int EXIT_USAGE = 2;
 constexpr int EXIT_NOT_MET = 5;
 constexpr double REQUIRED = 0.9;
-constexpr int COMPARED_RATE = 16000;
-constexpr std::size_t PICTURE_COLUMNS = 1200;
+constexpr unsigned COMPARED_RATE = 16000;
 
 bool report(bool isMet, const char* what, const std::string& text) {
     std::printf("%s%s: %s\n", isMet ? "ok      " : "NOT MET ", what, text.c_str());
@@ -85,21 +83,13 @@ bool checkCall(const Sound& input, const Sound& call) {
     return report(best > REQUIRED && isLongEnough, "call", text);
 }
 
-void writeEnvelopes(const char* path, const Sound& recorded, const Sound& call) {
-    std::ofstream file(path);
-    writeEnvelope(file, recorded, PICTURE_COLUMNS);
-    writeEnvelope(file, call, PICTURE_COLUMNS);
-    file.close();
-    if (!file) throw std::runtime_error(std::string(path) + " cannot be written");
-}
-
 int check(char** files) {
-    using cabinaudio::wavcheck::readSound;
+    using cabinaudio::hear::readSound;
     const Sound recorded = readSound(files[2]);
     const Sound call = readSound(files[4]);
     const bool isRecorded = checkLoop(readSound(files[1]), recorded);
     const bool isHeard = checkCall(readSound(files[3]), call);
-    writeEnvelopes(files[5], recorded, call);
+    cabinaudio::demo::writeEnvelopes(files[5], {&recorded, &call});
     return isRecorded && isHeard ? 0 : EXIT_NOT_MET;
 }
 

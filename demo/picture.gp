@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # gnuplot -c picture.gp PLAYED PNG FIRST-TITLE SECOND-TITLE RECORDED INPUT-TITLE CALL-TITLE: draws
 # the two played streams at their positions in time, the server's output, and the two recordings.
-# PLAYED is the output of cabinaudio-wavcheck, RECORDED that of cabinaudio-recordcheck.
+# PLAYED is the output of cabinaudio-placement, RECORDED that of cabinaudio-recordcheck.
 set terminal pngcairo size 1200,1150 font "sans,11" background "#ffffff"
 set output ARG2
 stats ARG1 index 2 using 1 nooutput name "TIME_"

@@ -17,7 +17,7 @@ second=${3:-$speech/Rear_Left.wav}
 input=$speech/Front_Left.wav
 said=$speech/Side_Right.wav
 
-PATH=$build/demo:$build/devkit/server:$build/devkit/board:$build/devkit/wavcheck:$build/tools:$PATH
+PATH=$build/demo:$build/devkit/server:$build/devkit/board:$build/tools:$PATH
 
 fail() {
     printf '%s\n' "demo: $*" >&2
@@ -129,8 +129,8 @@ stop_server
 
 say "what the server heard, against the files:"
 heard=0
-cabinaudio-wavcheck --report "$work/report.json" --heard "$work/heard.wav" \
-    --envelopes "$work/envelopes" "$first_name=$first" "$second_name=$second" || heard=$?
+cabinaudio check "$work/heard.wav" --report "$work/report.json" \
+    "played $first_name=\"$first\"" "played $second_name=\"$second\"" mix || heard=$?
 say "what was recorded, against what was said:"
 recorded=0
 cabinaudio-recordcheck "$input" "$work/recorded.wav" "$said" "$work/call.opus" \
@@ -142,6 +142,8 @@ done
 left="heard.wav, recorded.wav, call.opus"
 if [ -e "$work/recorded" ] && [ "${CABINAUDIO_DEMO_PICTURE:-yes}" != no ]; then
     left="$left, heard.png"
+    cabinaudio-placement "$demo/heard.wav" "$work/report.json" "$work/envelopes" "$first_name" \
+        "$second_name" || fail "the picture has no data"
     gnuplot -c "$demo/picture.gp" "$work/envelopes" "$demo/heard.png" \
         "$(basename -- "$first"), alternative" "$(basename -- "$second"), auxiliary" \
         "$work/recorded" "$(basename -- "$input"), recorded from input0" \

@@ -10,7 +10,7 @@ failed=
 
 # Directories with our sources.
 library='foundation wire link shm diag client include'
-others='devkit tools plugins tests bench demo examples'
+others='devkit tools plugins python testing tests bench demo examples'
 
 sources() {
     for directory; do
@@ -94,6 +94,9 @@ upward_includes() {
     forbid plugins/alsa '[<"](gst|glib|gio|plugins/gstreamer)[/.]' \
         "ALSA's plug-in includes GStreamer" || status=1
     forbid plugins/gstreamer '[<"](alsa|plugins/alsa)/' "GStreamer's plug-in includes ALSA" || status=1
+    forbid testing '["](foundation|wire|link|shm|diag|client|tools|tests|devkit/(board|server))/' \
+        'the testing kit includes more than public headers and devkit/hear' || status=1
+    forbid testing/include '"' "a header of the testing kit includes a private one" || status=1
     forbid include '"' 'a public header includes a private one' || status=1
     return $status
 }
@@ -101,7 +104,7 @@ upward_includes() {
 # Rooms of the development server, from the lowest to the highest: none includes a higher one. The
 # operations of settings are exempt, because they use streams.
 room_order() {
-    above='base loop clients sound codecs cards outputs inputs settings mix rings streams taps requests control'
+    above='base loop clients sound codecs cards outputs inputs settings mix rings streams taps time requests control'
     for room in $above; do
         above=${above#"$room"}
         above=${above# }
@@ -135,7 +138,7 @@ tidy() {
         >"$commands/compile_commands.json"
     status=0
     sed -n 's/^ *"file": "\(.*\)",\{0,1\}$/\1/p' "$commands/compile_commands.json" |
-        grep -E "^$PWD/(foundation|link|shm|diag|client|devkit|tools|plugins)/" | sort -u |
+        grep -E "^$PWD/(foundation|link|shm|diag|client|devkit|tools|plugins|python|testing)/" | sort -u |
         CLEAN=$clean CHECKS=$checks xargs -P "$jobs" -n 1 sh -c '
             command=$(grep -F -B 1 "\"file\": \"$2\"" "$1/compile_commands.json" |
                 sed "s|$PWD||g")
@@ -160,8 +163,8 @@ cpp_check() {
     # shellcheck disable=SC2046,SC2086  # file names without blanks, a list of directories
     cppcheck --quiet --std=c++20 --language=c++ --library=gtk --enable=warning,performance,portability \
         --suppressions-list=devkit/cppcheck/suppressions.txt --inline-suppr -j "$jobs" \
-        -Idevkit/cppcheck -I. -Iinclude --error-exitcode=1 \
-        $library devkit/board devkit/log devkit/server devkit/wavcheck tools plugins
+        -Idevkit/cppcheck -I. -Iinclude -Itesting/include --error-exitcode=1 \
+        $library devkit/board devkit/log devkit/server devkit/hear tools plugins testing
 }
 
 # Files for Yocto and Buildroot: checks that they package everything that this build would install.

@@ -4,13 +4,13 @@
 #include "devkit/board/Board.h"
 #include "devkit/board/ServerWait.h"
 #include "tools/BoardLaunch.h"
-#include "tools/CommandLine.h"
 #include "tools/Duration.h"
 #include "tools/Failure.h"
 #include "tools/Json.h"
 #include "tools/LibraryLog.h"
 #include "tools/ServerSocket.h"
 #include "tools/Terminal.h"
+#include "tools/options/CommandLine.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -22,12 +22,20 @@ namespace cabinaudio::tool {
 
 namespace {
 
+/// A file is checked without a server.
+bool needsServer(const Command& command) {
+    const auto* check = std::get_if<CheckOptions>(&command.options);
+    return check == nullptr || check->isLive;
+}
+
 /// Prepares the process for the library: loads the board stand-in if needed.
 void prepare(const Start& start, const Command& command, char** argv) {
     const CommonOptions& common = command.common;
     if (!common.instance.empty()) setenv(board::INSTANCE_VARIABLE, common.instance.c_str(), 1);
     try {
-        enterBoard(start, common, argv);
+        // A scenario only starts programs.
+        if (!std::holds_alternative<ScenarioOptions>(command.options))
+            enterBoard(start, common, argv);
     } catch (const Failure&) {
         // The doctor reports this failure itself.
         if (!std::holds_alternative<DoctorOptions>(command.options)) throw;
@@ -43,7 +51,9 @@ void prepare(const Start& start, const Command& command, char** argv) {
 bool usesControlSocketOnly(const Command& command) {
     return std::holds_alternative<ServerOptions>(command.options) ||
            std::holds_alternative<ListenOptions>(command.options) ||
-           std::holds_alternative<TopOptions>(command.options);
+           std::holds_alternative<TopOptions>(command.options) ||
+           std::holds_alternative<CheckOptions>(command.options) ||
+           std::holds_alternative<ScenarioOptions>(command.options);
 }
 
 /// For scripts that start a server and do not know when it serves.
@@ -73,8 +83,12 @@ ExitCode runTool(int argc, char** argv) {
     const Start start = noteStart();
     std::optional<Command> command = parseCommandLine(argc, argv);
     if (!command) return ExitCode::Done;
-    prepare(start, *command, argv);
-    waitForServer(*command);
+    if (needsServer(*command)) {
+        prepare(start, *command, argv);
+        waitForServer(*command);
+    } else {
+        fillStandardDescriptors();
+    }
     if (!usesControlSocketOnly(*command)) warnOfForeignServer();
     boundWaits(*command);
     if (auto* doctor = std::get_if<DoctorOptions>(&command->options))

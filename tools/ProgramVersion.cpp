@@ -20,6 +20,8 @@ std::string programVersion() {
                {"libsbc", ""},
                {"libarchive", versionOfOptional("archive_version_string")},
                {"ncurses", versionOfOptional("curses_version")},
+               {"cairo", versionOfOptional("cairo_version_string")},
+               {"libsamplerate", versionOfOptional("src_get_version")},
                {"CLI11", CLI11_VERSION},
                {"nlohmann-json", dotted(NLOHMANN_JSON_VERSION_MAJOR, NLOHMANN_JSON_VERSION_MINOR,
                                         NLOHMANN_JSON_VERSION_PATCH)},

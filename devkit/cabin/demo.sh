@@ -10,6 +10,6 @@ cmd_demo() {
         [ -r "$file" ] || die "cannot read $file"
         set -- "$@" "$file"
     done
-    build_programs cabinaudio-wavcheck cabinaudio-recordcheck
+    build_programs cabinaudio-placement cabinaudio-recordcheck
     demo/run.sh build/native "$@"
 }

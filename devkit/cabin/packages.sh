@@ -12,7 +12,8 @@ build   libc6-dev                    C library headers
 build   android-liblog-dev           the log library
 build   libsndfile1-dev              sound files: server, player, demo
 build   libsamplerate0-dev           rate conversion in the server
-build   libfftw3-dev                 spectrum of the server's mix
+build   libfftw3-dev                 spectra: server, checks
+build   libcairo2-dev                pictures of checks
 build   libopus-dev                  uplink in Opus: server
 build   libsbc-dev                   uplink in mSBC: server, recorder
 build   libavcodec-dev               uplink in AAC: server
@@ -28,6 +29,8 @@ build   libasound2-dev               server output "alsa"
 build   libpulse-dev                 server output "pulse"
 build   libgstreamer-plugins-base1.0-dev GStreamer plug-in
 build   pkgconf                      finds its libraries
+build   pybind11-dev                 Python package
+build   python3-dev                  its headers
 test    libgtest-dev                 test framework
 test    libgmock-dev                 matchers
 test    libcap2-bin                  setcap: programs with file capabilities refuse a preload
@@ -39,6 +42,10 @@ test    libspa-0.2-modules           its null sink
 test    wireplumber                  links streams to sinks
 test    python3-jsonschema           checks what the programs print as JSON
 test    python3                      pseudo terminals for the tests of the tool
+test    python3-pytest               tests of the Python package
+test    python3-pytest-xdist         several at a time
+test    python3-numpy                arrays that it plays and records
+test    mypy                         types of the package
 test    python3-pyte                 a terminal that is only calculated: screen of top
 test    mandoc                       form of the man pages
 test    zsh                          completion
@@ -67,6 +74,7 @@ armhf   libgmock-dev:armhf
 armhf   android-liblog-dev:armhf
 armhf   libsndfile1-dev:armhf
 armhf   libsamplerate0-dev:armhf
+armhf   libfftw3-dev:armhf
 armhf   libasound2-dev:armhf
 armhf   libopus-dev:armhf
 armhf   libsbc-dev:armhf
@@ -86,6 +94,16 @@ gstarm  liborc-0.4-dev:armhf
 gstarm  libpcre2-dev:armhf
 gstarm  libunwind-dev:armhf
 gstarm  zlib1g-dev:armhf
+gstarm  libpython3.11-dev:armhf      Python package
+gstarm  python3.11-minimal:armhf     its tests
+gstarm  libpython3.11-minimal:armhf
+gstarm  libpython3.11-stdlib:armhf
+gstarm  python3-numpy:armhf
+gstarm  libblas3:armhf
+gstarm  liblapack3:armhf
+gstarm  libgfortran5:armhf
+gstarm  libexpat1:armhf
+gstarm  libssl3:armhf
 gstarm  libgstreamer1.0-0:armhf      its tests: libraries and elements, and what these load
 gstarm  libgstreamer-plugins-base1.0-0:armhf
 gstarm  gstreamer1.0-plugins-base:armhf
@@ -136,6 +154,7 @@ abi     abigail-tools                abidw, abidiff: the binary interface
 abi     dpkg-dev                     dpkg-gensymbols
 package debhelper                    Debian packages
 package dpkg-dev
+package dh-python                    Python package
 package lintian                      looks at them
 package doxygen                      reference of the headers
 chroot  mmdebstrap                   a Debian to try them in

@@ -5,6 +5,7 @@
 #include "devkit/server/BuiltWith.h"
 #include "devkit/server/base/ExitStatus.h"
 #include "devkit/server/outputs/OutputFactory.h"
+#include "devkit/server/time/Description.h"
 #include "devkit/text/Output.h"
 #include "devkit/text/Printable.h"
 
@@ -15,7 +16,9 @@
 
 #include <charconv>
 #include <cstdio>
+#include <optional>
 #include <sstream>
+#include <string_view>
 #include <vector>
 
 namespace cabinaudio::server {
@@ -50,8 +53,9 @@ void describeOutput(CLI::App& app, Options& options) {
 }
 
 void describeStreams(CLI::App& app, Options& options) {
-    app.add_flag("--fast", options.isFast,
-                 "Play as fast as clients write instead of in real time (wav and null only)");
+    app.add_flag_callback(
+        "--fast", [&options] { options.time.mode = TimeMode::Fast; },
+        "Play as fast as clients write instead of in real time (wav and null only)");
     app.add_option("--ring-periods", options.ringPeriods,
                    "Size of a stream's ring in periods of 16 ms (8)")
         ->type_name("N")
@@ -62,6 +66,74 @@ void describeStreams(CLI::App& app, Options& options) {
            "Delay before the ring of a track or sink is announced to its client (0)")
         ->type_name("MS")
         ->check(CLI::Range(0, LONGEST_DELAY_MS));
+}
+
+/// "NAME" or "NAME@MS"; a name may contain the character.
+Await awaitOf(const std::string& text) {
+    const auto place = text.rfind('@');
+    if (place == std::string::npos) return {text, 0};
+    const auto ms = timeIn(std::string_view(text).substr(place + 1));
+    if (!ms || place == 0) throw CLI::ValidationError("--await", "not NAME or NAME@MS: " + text);
+    return {text.substr(0, place), *ms};
+}
+
+TimedCommand commandOf(const std::string& text) {
+    const auto place = text.find(':');
+    const auto ms = timeIn(std::string_view(text).substr(0, place));
+    if (place == std::string::npos || !ms || place + 1 == text.size())
+        throw CLI::ValidationError("--at", "not MS:COMMAND: " + text);
+    return {*ms, text.substr(place + 1)};
+}
+
+void describeEvents(CLI::App& app, TimeOptions& time) {
+    app.add_option_function<std::vector<std::string>>(
+           "--await",
+           [&time](const std::vector<std::string>& texts) {
+               for (const std::string& text : texts)
+                   time.awaits.push_back(awaitOf(text));
+           },
+           "Time does not pass MS (0) before the stream NAME is started and ready, and NAME is not "
+           "heard earlier. May be repeated (lockstep and stepped only, as the following)")
+        ->type_name("NAME[@MS]")
+        ->allow_extra_args(false);
+    app.add_option_function<std::vector<std::string>>(
+           "--at",
+           [&time](const std::vector<std::string>& texts) {
+               for (const std::string& text : texts)
+                   time.commands.push_back(commandOf(text));
+           },
+           "Run a command of the control socket when time is at MS. May be repeated")
+        ->type_name("MS:COMMAND")
+        ->allow_extra_args(false);
+}
+
+void describeTime(CLI::App& app, TimeOptions& time) {
+    app.add_option_function<std::string>(
+           "--time", [&time](const std::string& name) { time.mode = *timeModeOf(name); },
+           "How time passes. real, the default: by the clock; fast: as fast as clients write; "
+           "lockstep: when everybody who plays or records is ready; stepped: as lockstep, but only "
+           "as far as commands say (all but real: wav and null only)")
+        ->type_name("MODE")
+        ->check([](const std::string& name) {
+            return timeModeOf(name) ? "" : "no such mode of time: " + name;
+        });
+    app.add_option("--hold", time.hold, "Time begins when N streams are started (0)")
+        ->type_name("N")
+        ->check(CLI::Range(0, 1000));
+    describeEvents(app, time);
+    const auto addMs = [&app](const char* name, std::chrono::milliseconds& value, const char* text,
+                              int least) {
+        app.add_option_function<int>(
+               name, [&value](const int& ms) { value = std::chrono::milliseconds(ms); }, text)
+            ->type_name("MS")
+            ->check(CLI::Range(least, 1000 * 60 * 60));
+    };
+    addMs("--patience", time.patience, "Real time for every wait; then time passes without (5000)",
+          1000);
+    addMs("--tail", time.tail,
+          "Real time after which an alternative stream that does not write is silent (250)", 1);
+    app.add_flag("--strict", time.isStrict,
+                 "Requests that can be heard are errors while time passes for other streams");
 }
 
 void addInput(Options& options, const std::string& text) {
@@ -157,6 +229,22 @@ void describeProgram(CLI::App& app, Options& options) {
     app.set_version_flag("-V,--version", versionText);
 }
 
+/// A problem with the time options; empty if there is none.
+std::string timeProblem(const CLI::App& app, const Options& options) {
+    const TimeOptions& time = options.time;
+    const bool isAsFast = app.count("--fast") > 0;
+    if (isAsFast && app.count("--time") > 0) return "--fast excludes --time";
+    const std::string mode = isAsFast ? "--fast" : std::string("--time ") + nameOf(time.mode);
+    if (time.mode != TimeMode::Real && !runsWithoutClock(options.output))
+        return mode + " needs --output wav:FILE or null";
+    if (time.isOwned() && options.ringPeriods < 3) return mode + " needs --ring-periods 3 or more";
+    if (time.isOwned())
+        return time.tail < time.patience ? "" : "--tail must be less than --patience";
+    for (const char* option : {"--hold", "--await", "--at", "--patience", "--tail", "--strict"})
+        if (app.count(option) > 0) return std::string(option) + " needs --time lockstep or stepped";
+    return {};
+}
+
 int usage(const std::string& problem) {
     std::fprintf(stderr, "cabinaudio-server: %s (try --help)\n", text::printable(problem).c_str());
     return EXIT_USAGE;
@@ -170,6 +258,7 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
                  "cabinaudio-server");
     describeOutput(app, options);
     describeStreams(app, options);
+    describeTime(app, options.time);
     describeCapture(app, options);
     describeRecords(app, options);
     describeUsers(app, options);
@@ -184,8 +273,8 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
     } catch (const CLI::ParseError& error) {
         return usage(error.what());
     }
-    if (options.isFast && !runsWithoutClock(options.output))
-        return usage("--fast needs --output wav:FILE or null");
+    if (const std::string problem = timeProblem(app, options); !problem.empty())
+        return usage(problem);
     return options;
 }
 

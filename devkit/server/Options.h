@@ -5,6 +5,7 @@
 #include "devkit/server/clients/Admission.h"
 #include "devkit/server/inputs/InputChoice.h"
 #include "devkit/server/outputs/Output.h"
+#include "devkit/server/time/TimeOptions.h"
 
 #include <chrono>
 #include <cstdint>
@@ -18,7 +19,7 @@ namespace cabinaudio::server {
 struct Options {
     std::string output = "auto";  // kind[:argument], see OutputFactory.h
     OutputFormat format;
-    bool isFast = false;
+    TimeOptions time;
     std::uint32_t ringPeriods = 8;
     std::chrono::milliseconds ringDelay{0};
     InputChoice inputs;

@@ -2,10 +2,15 @@
 #include "devkit/server/Server.h"
 
 #include "devkit/server/base/Log.h"
+#include "devkit/server/base/Text.h"
 #include "devkit/server/clients/ConnectType.h"
+#include "devkit/server/control/TimeCommands.h"
 #include "devkit/server/mix/InputGain.h"
 #include "devkit/server/outputs/OutputFactory.h"
 #include "devkit/server/rings/PhysicalMemory.h"
+#include "devkit/server/time/FastTime.h"
+#include "devkit/server/time/Lockstep.h"
+#include "devkit/server/time/RealTime.h"
 #include "wire/Frame.h"
 
 #include <nlohmann/json.hpp>
@@ -21,8 +26,10 @@ namespace cabinaudio::server {
 namespace {
 
 StreamRegistry::Settings streamSettings(const Options& options,
-                                        ShareMemoryUpdateNotificationCallback* onWrite) {
+                                        ShareMemoryUpdateNotificationCallback* onWrite,
+                                        std::function<std::uint64_t()> outputFrame) {
     StreamRegistry::Settings settings;
+    settings.outputFrame = std::move(outputFrame);
     settings.ringPeriods = options.ringPeriods;
     settings.ringDelay = options.ringDelay;
     settings.stemDirectory = options.stemDirectory;
@@ -43,6 +50,7 @@ CaptureRegistry::Settings captureSettings(const Options& options, const Settings
     settings.ringPeriods = options.ringPeriods;
     settings.uplinkDelay = options.uplinkDelay;
     settings.onRead = onRead;
+    settings.isRingFilledFirst = options.time.isOwned();
     return settings;
 }
 
@@ -71,42 +79,53 @@ Server::Server(const Options& options)
       mListener(mLoop, wire::SERVER_SOCKET,
                 [this](UniqueFd socket) { addClient(std::move(socket)); }),
       mControl(
-          mLoop, mAdmission, [this](const std::string& line) { return mCommands.run(line); },
+          mLoop, mAdmission,
+          [this](const std::string& line, const Commands::Later& later) {
+              mCommands.run(line, later);
+          },
           [this] { descriptorClosed(); }),
       mOutput(makeOutput(options.output, options.format)),
-      mWaker(options.isFast ? std::make_optional<Waker>(mLoop, [this] { wake(); }) : std::nullopt),
-      mStreams(mLoop, mPlaces, streamSettings(options, mWaker ? &*mWaker : nullptr)),
-      mMixer(mLoop, mStreams, mSettings, *mOutput, options.format,
-             options.isFast ? Mixer::Pace::Fast : Mixer::Pace::Steady),
+      mWaker(options.time.mode != TimeMode::Real
+                 ? std::make_optional<Waker>(mLoop, [this] { mTime->update(); })
+                 : std::nullopt),
+      mStreams(mLoop, mPlaces,
+               streamSettings(options, mWaker ? &*mWaker : nullptr,
+                              [this] { return mMixer.counters().frames; })),
+      mMixer(mStreams, mSettings, *mOutput, options.format),
       mCaptures(mLoop, mPlaces, captureSettings(options, mSettings, mWaker ? &*mWaker : nullptr)),
-      mCaptureClock(mLoop, mCaptures,
-                    options.isFast ? CaptureClock::Pace::Fast : CaptureClock::Pace::Steady),
+      mTime(makeTime()),
       mCalibration(mLoop,
                    [microphone = options.inputs.of(AUDIO_TAG_UPLINK)] {
                        return openInput(microphone, Calibration::RATE, 1);
                    }),
-      mDispatcher({mStreams, mCaptures, mSettings, mMixer, mCalibration}, mTrace),
-      mRemoteControl(mLoop, mStreams, mCaptures),
-      mTaps(mLoop, mStreams, options.format, options.isFast ? Taps::FAST_BOUND : Taps::STEADY_BOUND,
+      mDispatcher({mStreams, mCaptures, mSettings, mMixer, mCalibration}, mTrace, mReplyFaults),
+      mRemoteControl(mLoop, mStreams, mCaptures, mReplyFaults),
+      mTaps(mLoop, mStreams, options.format,
+            options.time.mode == TimeMode::Real ? Taps::STEADY_BOUND : Taps::FAST_BOUND,
             [this] { descriptorClosed(); }),
       mFeed(
           mLoop, [this] { return watchedOf(mSettings, mStreams); },
           [this] { descriptorClosed(); }) {
     options.inputs.check();
     if (!options.stateFile.empty()) mStateFile.emplace(mLoop, options.stateFile, mSettings);
+    if (!options.reportFile.empty()) mChanges.emplace(mSettings);
     // The clients of a killed server may still have its memory mapped; they must not write into the
     // rings of this server.
     PhysicalMemory::take();
     mStreams.setOnChange([this] {
         mTaps.streamsChanged();
         mMixer.update();
+        mTime->update();
         mFeed.changed();
     });
     mSettings.watch([this] {
         mMixer.update();
+        mTime->settingChanged(mDispatcher.running());
+        mTime->update();
         mFeed.changed();
     });
-    mCaptures.setOnChange([this] { mCaptureClock.update(); });
+    mCaptures.setOnChange([this] { mTime->update(); });
+    if (mChanges) keepChanges();
     addCommands();
     addListeners();
     addSubscriptions();
@@ -123,7 +142,9 @@ void Server::run() {
     log::info("plays to %s, %u Hz, %u channel%s, %s", mOutput->name().c_str(), format.rate,
               format.channels, format.channels == 1 ? "" : "s", nameOf(format.type));
     reportReady();
+    mTime->update();
     mLoop.run();
+    mTime->end();
     mTaps.end();
     mStreams.removeAll();
     mCaptures.removeAll();
@@ -138,10 +159,21 @@ void Server::reportReady() const {
     close(mOptions.readyFd);
 }
 
-/// A client has written to or read from its ring; the wake-up does not tell which client.
-void Server::wake() {
-    mMixer.update();
-    mCaptureClock.update();
+std::unique_ptr<TimeLine> Server::makeTime() {
+    if (mOptions.time.mode == TimeMode::Real)
+        return std::make_unique<RealTime>(mLoop, mMixer, mCaptures);
+    if (mOptions.time.mode == TimeMode::Fast)
+        return std::make_unique<FastTime>(mLoop, mMixer, mStreams, mCaptures);
+    return std::make_unique<Lockstep>(
+        mLoop, mMixer, mStreams, mCaptures, mOptions.time,
+        [this](const std::string& line) { return mCommands.run(line); });
+}
+
+void Server::keepChanges() {
+    mSettings.watch([this] { mChanges->settingsChanged(mMixer.counters().frames); });
+    mMixer.setOnDucked([this](float factor, const std::string& prompt) {
+        mChanges->ducked(mMixer.counters().frames, factor, prompt);
+    });
 }
 
 void Server::addCommands() {
@@ -151,6 +183,11 @@ void Server::addCommands() {
         return textOf(state);
     });
     mRemoteControl.addTo(mCommands);
+    addTimeCommands(mCommands, *mTime);
+    for (const TimedCommand& timed : mOptions.time.commands)
+        if (const std::string fault = mCommands.faultOf(timed.command); !fault.empty())
+            throw std::runtime_error("--at " + std::to_string(timed.ms) + ":" +
+                                     printable(timed.command) + ": " + fault);
 }
 
 /// A command "listen" keeps its connection: the sound follows its answer.

@@ -6,6 +6,7 @@
 #include "devkit/server/clients/Client.h"
 #include "devkit/server/clients/Listener.h"
 #include "devkit/server/control/ChangeFeed.h"
+#include "devkit/server/control/ChangeList.h"
 #include "devkit/server/control/Commands.h"
 #include "devkit/server/control/ControlSocket.h"
 #include "devkit/server/control/RemoteControl.h"
@@ -16,16 +17,17 @@
 #include "devkit/server/loop/Waker.h"
 #include "devkit/server/outputs/Output.h"
 #include "devkit/server/requests/Dispatcher.h"
+#include "devkit/server/requests/ReplyFaults.h"
 #include "devkit/server/requests/Trace.h"
 #include "devkit/server/rings/RingPlaces.h"
 #include "devkit/server/settings/Calibration.h"
 #include "devkit/server/settings/Settings.h"
 #include "devkit/server/settings/StateFile.h"
-#include "devkit/server/streams/CaptureClock.h"
 #include "devkit/server/streams/CaptureRegistry.h"
 #include "devkit/server/streams/Mixer.h"
 #include "devkit/server/streams/StreamRegistry.h"
 #include "devkit/server/taps/Taps.h"
+#include "devkit/server/time/TimeLine.h"
 
 #include <cstdint>
 #include <memory>
@@ -49,6 +51,8 @@ public:
     /// Serves until SIGTERM or SIGINT, then ends the streams and completes all files.
     /// @throws std::runtime_error when the report cannot be written
     void run();
+    /// Whether the report lists errors of time.
+    [[nodiscard]] bool hasTimeErrors() const { return mTime->hasErrors(); }
 
 private:
     // ClientOwner
@@ -63,12 +67,14 @@ private:
     void descriptorClosed();
     void addCommands();
     void addListeners();
+    void keepChanges();
     void addSubscriptions();
-    void wake();
+    [[nodiscard]] std::unique_ptr<TimeLine> makeTime();
     void erase(const Client& client);
     void reportReady() const;
     [[nodiscard]] Reported reported() const {
-        return {mStreams, mCaptures, mMixer, *mOutput, mOptions.format, mSettings, mOptions.output};
+        return {mStreams,  mCaptures,       mMixer, *mOutput,      mOptions.format,
+                mSettings, mOptions.output, *mTime, mOptions.time, mChanges ? &*mChanges : nullptr};
     }
 
     // Each member needs those before it.
@@ -89,11 +95,13 @@ private:
     RingPlaces mPlaces;
     Settings mSettings;
     std::optional<StateFile> mStateFile;
+    std::optional<ChangeList> mChanges;  // only with a report
     StreamRegistry mStreams;
     Mixer mMixer;
     CaptureRegistry mCaptures;
-    CaptureClock mCaptureClock;
+    std::unique_ptr<TimeLine> mTime;
     Calibration mCalibration;
+    ReplyFaults mReplyFaults;
     Dispatcher mDispatcher;
     RemoteControl mRemoteControl;
     Taps mTaps;

@@ -77,7 +77,7 @@ int run(int argc, const char* const* argv) {
     if (!options.stemDirectory.empty()) prepareStems(options.stemDirectory);
     Server server(options);
     server.run();
-    return EXIT_DONE;
+    return server.hasTimeErrors() ? EXIT_TIME : EXIT_DONE;
 }
 
 }  // namespace

@@ -240,8 +240,7 @@ def put_jobs(image, plan, machine_build):
 def put_demo(image, tests_build, machine_build):
     """Adds demo/run.sh and its programs."""
     for name in ["devkit/server/cabinaudio-server", "devkit/board/cabinaudio-run",
-                 "devkit/board/libcabinaudio-board.so", "devkit/wavcheck/cabinaudio-wavcheck",
-                 "demo/cabinaudio-recordcheck"]:
+                 "devkit/board/libcabinaudio-board.so", "demo/cabinaudio-recordcheck"]:
         image.program(os.path.join(machine_build, name))
     tool = os.path.join(tests_build, "tools/cabinaudio")
     image.program(tool)

@@ -23,9 +23,12 @@ TOOLCHAIN = ["BR2_INSTALL_LIBSTDCPP", "BR2_TOOLCHAIN_USES_GLIBC", "BR2_TOOLCHAIN
              "BR2_TOOLCHAIN_HAS_THREADS"]
 SWITCHES = ["BR2_PACKAGE_CABINAUDIO", "BR2_PACKAGE_CABINAUDIO_TOOLS",
             "BR2_PACKAGE_CABINAUDIO_DEVKIT", "BR2_PACKAGE_CABINAUDIO_ALSA",
-            "BR2_PACKAGE_CABINAUDIO_GSTREAMER"]
+            "BR2_PACKAGE_CABINAUDIO_GSTREAMER", "BR2_PACKAGE_CABINAUDIO_PYTHON",
+            "BR2_PACKAGE_CABINAUDIO_TESTING"]
 # Options of packages, and no packages.
-DETAILS = {"BR2_PACKAGE_FFTW_SINGLE": "BR2_PACKAGE_FFTW",
+DETAILS = {"BR2_PACKAGE_CAIRO_PNG": "BR2_PACKAGE_CAIRO",
+           "BR2_PACKAGE_FFTW_SINGLE": "BR2_PACKAGE_FFTW",
+           "BR2_PACKAGE_GTEST_GMOCK": "BR2_PACKAGE_GTEST",
            "BR2_PACKAGE_NCURSES_WCHAR": "BR2_PACKAGE_NCURSES"}
 
 
@@ -106,7 +109,8 @@ def main():
     problems = []
     options = set()
     for path in [tree / "CMakeLists.txt", *tree.glob("*/CMakeLists.txt")]:
-        options |= set(re.findall(r"option\((CABINAUDIO_\w+)", path.read_text(encoding="utf-8")))
+        options |= set(re.findall(r"(?:option|set|find_path)\((CABINAUDIO_\w+)",
+                                   path.read_text(encoding="utf-8")))
     description = (external / "external.desc").read_text(encoding="utf-8")
     if not re.fullmatch(r"name: CABINAUDIO\ndesc: \S.*\n", description):
         problems.append("external.desc is not as Buildroot wants it")

@@ -46,6 +46,10 @@ has libcabinaudio2 "$lib/libcabinaudio\.so\.2" "$lib/libcabinaudio\.so\.2\.[0-9.
 has libcabinaudio-dev "$lib/libcabinaudio\.so" "$lib/pkgconfig/cabinaudio\.pc" \
     "$lib/cmake/cabinaudio/cabinaudioConfig\.cmake" '/usr/include/cabinaudio/client/ClientTrack\.h' \
     /usr/share/doc/libcabinaudio-dev/examples/play.cpp
+has libcabinaudio-testing-dev "$lib/libcabinaudio_testing\.a" \
+    "$lib/cmake/cabinaudio/cabinaudioTesting(Targets)?\.cmake" \
+    "$lib/cmake/cabinaudio/CabinaudioDiscoverTests\.cmake" \
+    '/usr/include/cabinaudio/testing/Matchers\.h'
 has libcabinaudio-board "$lib/cabinaudio/libcabinaudio-board\.so"
 has cabinaudio-tools /usr/bin/cabinaudio /usr/share/bash-completion/completions/cabinaudio \
     /usr/share/cabinaudio/cabinaudio.schema.json \
@@ -60,8 +64,12 @@ has libasound2-plugin-cabinaudio "$lib/alsa-lib/libasound_module_pcm_cabinaudio\
     /usr/share/doc/libasound2-plugin-cabinaudio/99-cabinaudio-default.conf.example
 has gstreamer1.0-cabinaudio "$lib/gstreamer-1.0/libgstcabinaudio\.so" \
     "$lib/cabinaudio/libcabinaudio-gstreamer\.so"
+has python3-cabinaudio '/usr/lib/python3/dist-packages/cabinaudio/_cabinaudio\.cpython-.*\.so' \
+    '/usr/lib/python3/dist-packages/cabinaudio/_(board|hear)\.cpython-.*\.so' \
+    /usr/lib/python3/dist-packages/cabinaudio/testing/__init__.py \
+    '/usr/lib/python3/dist-packages/cabinaudio-[0-9.]+\.dist-info/entry_points\.txt'
 for name in libcabinaudio2 libcabinaudio-board cabinaudio-tools cabinaudio-devkit \
-    libasound2-plugin-cabinaudio gstreamer1.0-cabinaudio; do
+    libasound2-plugin-cabinaudio gstreamer1.0-cabinaudio python3-cabinaudio; do
     has "$name-dbgsym" '/usr/lib/debug/\.build-id/.*\.debug'
 done
 if ls ./*_amd64.changes >/dev/null 2>&1; then
@@ -71,11 +79,14 @@ fi
 
 field libcabinaudio2 Multi-Arch '^same$'
 field libcabinaudio-dev Multi-Arch '^same$'
+field libcabinaudio-testing-dev Multi-Arch '^same$'
+field libcabinaudio-testing-dev Depends 'libcabinaudio-dev \(= .*libgmock-dev'
 field libcabinaudio-board Multi-Arch '^same$'
 field libasound2-plugin-cabinaudio Multi-Arch '^same$'
 field libasound2-plugin-cabinaudio Depends 'libasound2 .*libcabinaudio2 '
 field gstreamer1.0-cabinaudio Multi-Arch '^same$'
 field gstreamer1.0-cabinaudio Depends 'libcabinaudio2 .*libgstreamer-plugins-base1\.0-0 '
+field python3-cabinaudio Depends 'python3 .*libcabinaudio2 '
 field cabinaudio-tools Multi-Arch '^foreign$'
 field cabinaudio-devkit Multi-Arch '^foreign$'
 field libcabinaudio2 Depends 'android-liblog .*libc6 '

@@ -31,10 +31,15 @@ install ./libasound2-plugin-cabinaudio_*.deb alsa-utils
 say "playing to it through GStreamer"
 install ./gstreamer1.0-cabinaudio_*.deb gstreamer1.0-plugins-base gstreamer1.0-tools
 /packages/tests/gstreamer
+install ./python3-cabinaudio_*.deb python3-pytest python3-pytest-xdist
+/packages/tests/python
 
 say "building a program with it"
 install ./libcabinaudio-dev_*.deb ./cabinaudio-doc_*.deb cmake g++ make pkg-config
 /packages/tests/build
+say "testing a program with it"
+install ./libcabinaudio-testing-dev_*.deb
+/packages/tests/testing
 
 if ls /packages/armhf/*.deb >/dev/null 2>&1; then
     cd /packages/armhf

@@ -103,7 +103,8 @@ def check_values(tree, recipe_path, recipe, problems):
 def check_options(tree, recipe, problems):
     declared = set()
     for path in [tree / "CMakeLists.txt", *tree.glob("*/CMakeLists.txt")]:
-        declared |= set(re.findall(r"option\((CABINAUDIO_\w+)", path.read_text(encoding="utf-8")))
+        declared |= set(re.findall(r"(?:option|set|find_path)\((CABINAUDIO_\w+)",
+                                   path.read_text(encoding="utf-8")))
     configurations = recipe.flags.get("PACKAGECONFIG", {})
     for name, value in configurations.items():
         if len(value.split(",")) < 3:
@@ -132,7 +133,7 @@ def owner(patterns, path):
 
 
 def check_files(recipe, install_tree, problems):
-    packages = ["cabinaudio-dev", "cabinaudio-doc",
+    packages = ["cabinaudio-staticdev", "cabinaudio-dev", "cabinaudio-doc",
                 *expand(recipe, recipe.values["PACKAGE_BEFORE_PN"]).split(), "cabinaudio"]
     files = {expand(recipe, name)[len("FILES:"):]: expand(recipe, value).split()
              for name, value in recipe.values.items() if name.startswith("FILES:")}
@@ -152,7 +153,8 @@ def check_files(recipe, install_tree, problems):
             problems.append(f"{name} is in no package")
         seen.add(package)
     for package in ("cabinaudio", "cabinaudio-dev", "cabinaudio-tools", "cabinaudio-devkit",
-                    "cabinaudio-alsa", "cabinaudio-gstreamer"):
+                    "cabinaudio-alsa", "cabinaudio-gstreamer", "cabinaudio-python",
+                    "cabinaudio-staticdev"):
         if package not in seen:
             problems.append(f"{package} is empty")
 

@@ -30,14 +30,13 @@ bool needsStandIn() {
     return dlsym(RTLD_DEFAULT, "cabinaudio_board_active") == nullptr && !isLoaded(LIBRARY);
 }
 
-/// Whether the library is bound behind the stand-in in this way; a module of another kind may have
-/// done so.
+}  // namespace
+
 bool bindLibrary() {
+    // A module of another kind may have done so.
     if (isLoaded(TOGETHER)) return true;
     return needsStandIn() && dlopen(TOGETHER, RTLD_NOW | RTLD_DEEPBIND) != nullptr;
 }
-
-}  // namespace
 
 void* loadModule(const std::string& path, Scope scope) {
     const bool isBound = bindLibrary();

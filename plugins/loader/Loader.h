@@ -15,6 +15,10 @@ enum class Scope {
     Program
 };
 
+/// Loads the client library behind the board's stand-in, as described below, if that is wanted.
+/// @return whether the library is bound in this way
+[[nodiscard]] bool bindLibrary();
+
 /// Loads a module that is linked with the client library, with local names.
 ///
 /// Where the development kit is installed and the process has neither the board's stand-in nor the

@@ -68,7 +68,8 @@ class AMovedTree(Installed):
 
     def testHasEveryPublicHeader(self):
         there = {path.relative_to(MOVED / "include") for path in (MOVED / "include").rglob("*.h")}
-        ours = {path.relative_to(SOURCE / "include") for path in (SOURCE / "include").rglob("*.h")}
+        ours = {path.relative_to(place) for place in (SOURCE / "include", SOURCE / "testing" / "include")
+                for path in place.rglob("*.h")}
         self.assertEqual(there, ours)
         self.assertTrue(ours)
 

@@ -18,12 +18,15 @@ VERSION = _SURROUNDINGS["version"]
 CMAKE = _SURROUNDINGS["cmake"]
 COMPILER = _SURROUNDINGS["compiler"]
 TOOLCHAIN = _SURROUNDINGS["toolchain"]
+PYTHON = _SURROUNDINGS["python"]
+PYTHON_DIR = _SURROUNDINGS["python_dir"]  # relative to the prefix
 
 EXAMPLES = ["play", "record", "settings", "reconnect", "uplink", "diagnostics"]
 
 # Where the tests leave what they have made, for the tests of the examples among others.
 MOVED = WORK / "moved" / "another place"  # the blank is part of the tests
 BUILT = WORK / "moved" / "examples"
+TESTING = WORK / "moved" / "testing"
 
 # Programs of this machine; on the target's build they come from the native one.
 LAUNCHER = Path(_SURROUNDINGS["launcher"] or MOVED / "bin" / "cabinaudio-run")

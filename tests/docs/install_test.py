@@ -20,7 +20,7 @@ class AnInstalledTree(unittest.TestCase):
 
     def test_has_the_guides_and_the_examples(self):
         installed = PREFIX / "share" / "doc" / "cabinaudio"
-        for directory in ("docs", "docs/decisions", "examples"):
+        for directory in ("docs", "docs/decisions", "examples", "examples/testing"):
             names = {path.name for path in (SOURCE / directory).iterdir()
                      if path.suffix in (".md", ".cpp", ".h")}
             there = {path.name for path in (installed / directory).iterdir()}

@@ -4,14 +4,24 @@
 A fenced block of the kind "console" is a terminal (see shell.py). One of the kind "cpp" that has a
 main() is a program, with "// NAME.cpp" in its first line: the page's terminals find it compiled as
 ./NAME, and run it. One whose first line is "// in a function" is compiled inside of one; others are
-excerpts. One of the kind "cmake" is a project that builds the page's programs.
+excerpts. One of the kind "python" is a program or a test, with "# NAME.py" in its first line: the
+page's terminals find it and run it. One of the kind "cmake" is a project that builds the page's programs.
 """
 
 import re
 import unittest
 
 from shell import run_session
-from surroundings import CMAKE, COMPILER, LIBDIR, PREFIX, SOURCE, fresh_directory, run
+from surroundings import (
+    CMAKE,
+    COMPILER,
+    LIBDIR,
+    PREFIX,
+    PYTHON_DIRECTORY,
+    SOURCE,
+    fresh_directory,
+    run,
+)
 
 GUIDES = sorted((SOURCE / "docs").glob("[a-z]*.md"))
 DECISIONS = sorted((SOURCE / "docs" / "decisions").glob("[a-z]*.md"))
@@ -78,14 +88,29 @@ def compile_programs(page, directory):
     return programs
 
 
+def write_scripts(page, directory):
+    """The Python programs of a page. Returns their paths."""
+    scripts = []
+    for text in blocks(page, "python"):
+        if named_file(text):
+            continue  # a part of it; see Excerpts
+        script = directory / re.match(r"# (\S+\.py)\n", text).group(1)
+        script.write_text(text)
+        scripts.append(script)
+    return scripts
+
+
 class Commands(unittest.TestCase):
     def test_do_what_they_say(self):
         for page in PAGES:
+            if blocks(page, "python") and not PYTHON_DIRECTORY:
+                continue
             lines = "\n".join(blocks(page, "console")).splitlines()
             if not lines:
                 continue
             with self.subTest(page.name):
-                programs = compile_programs(page, fresh_directory(f"programs-{page.stem}"))
+                directory = fresh_directory(f"programs-{page.stem}")
+                programs = compile_programs(page, directory) + write_scripts(page, directory)
                 run_session(self, page.name, lines, programs)
 
     def test_are_all_of_a_kind_that_is_tested(self):
@@ -94,7 +119,7 @@ class Commands(unittest.TestCase):
             for kind, text in _FENCE.findall(page.read_text()):
                 if "$ " in text or "cabinaudio " in text:
                     with self.subTest(page.name, block=text):
-                        self.assertIn(kind, ("console", "cpp", "cmake", ""))
+                        self.assertIn(kind, ("console", "cpp", "cmake", "python", ""))
                 if kind == "":
                     with self.subTest(page.name, block=text):
                         self.assertNotRegex(text, r"(?m)^\$? ?cabinaudio(-run|-server)? ")
@@ -112,10 +137,22 @@ class Snippets(unittest.TestCase):
                         self.assertIn(f"cabinaudio-run ./{program_name(text)}", terminal)
         self.assertGreater(count, 0)
 
+    def test_of_python_run_in_their_page(self):
+        for page in PAGES:
+            terminal = "\n".join(blocks(page, "console"))
+            for text in blocks(page, "python"):
+                if named_file(text):
+                    continue  # a part of it; see Excerpts
+                with self.subTest(page.name, program=text.splitlines()[0]):
+                    name = re.match(r"# (\S+\.py)\n", text).group(1)
+                    self.assertRegex(terminal, rf"\$ python3 .*\b{re.escape(name)}")
+
     def test_that_are_projects_build(self):
         count = 0
         for page in PAGES:
             for project in blocks(page, "cmake"):
+                if named_file(project):
+                    continue  # a part of it; see Excerpts
                 count += 1
                 directory = fresh_directory(f"project-{page.stem}")
                 compile_programs(page, directory)  # leaves their sources
@@ -140,6 +177,29 @@ class Snippets(unittest.TestCase):
         source = directory / "parts.cpp"
         source.write_text(text)
         run(COMPILER, *_WARNINGS, "-I", PREFIX / "include", "-fsyntax-only", source)
+
+
+def named_file(block):
+    """The file of the source tree that the block's first line names in a comment, if any."""
+    found = re.match(r"(?://|#) (\S+/\S+)\n", block)
+    path = SOURCE / found[1] if found else None
+    return path if path and path.is_file() else None
+
+
+class Excerpts(unittest.TestCase):
+    """Blocks whose first line is the path of a file are parts of it."""
+
+    def test_are_in_their_files(self):
+        count = 0
+        for page in PAGES:
+            for _, block in _FENCE.findall(page.read_text()):
+                file = named_file(block)
+                if file is None:
+                    continue
+                count += 1
+                with self.subTest(page.name, file=file.name):
+                    self.assertIn(block.split("\n", 1)[1], file.read_text())
+        self.assertGreater(count, 0)
 
 
 class Volumes(unittest.TestCase):

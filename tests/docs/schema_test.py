@@ -24,6 +24,8 @@ _COMMANDS = [
     ["play", "/dev/null"],
     ["play", "--raw", "/dev/zero"],
     ["record", "--raw", "/dev/null"],
+    ["check", "/dev/null", "silence"],
+    ["check", "--live", "silence [0..1]"],
     ["server", "state"],
     ["server", "crash"],
     ["nonsense"],

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """Runs what a document shows of a terminal.
 
-Lines that begin with "$ " are commands; a backslash at the end continues one, and so do lines that
-begin with "> ". The lines below a command are what it prints, in which "..." stands for anything;
+Lines that begin with "$ " are commands; a backslash at the end continues one, with or without "> "
+in the next line, and so do lines that begin with "> ". The lines below a command are what it prints, in which "..." stands for anything;
 without such lines it may print what it likes. A command has to succeed, unless the next one is
 "echo $?". All commands of a document are one session, in a directory and with a server instance of
 its own.
@@ -20,7 +20,15 @@ import signal
 import subprocess
 import time
 
-from surroundings import LIBDIR, PREFIX, clean_environment, fresh_directory, write_tone
+from surroundings import (
+    LIBDIR,
+    PREFIX,
+    PYTHON,
+    PYTHON_DIRECTORY,
+    clean_environment,
+    fresh_directory,
+    write_tone,
+)
 
 _SESSIONS = itertools.count()
 _MARK = "@@command@@"
@@ -77,7 +85,7 @@ def parse(lines):
     unfinished = False
     for line in lines:
         if unfinished:
-            commands[-1].text += "\n" + line
+            commands[-1].text += "\n" + re.sub("^> ", "", line)
         elif commands and not commands[-1].expected and re.match(r">( |$)", line):
             commands[-1].text += "\n" + line[2:]
             continue
@@ -144,15 +152,20 @@ def _started_environment(directory, programs, home):
     server = shims / "cabinaudio-server"
     server.write_text(_QUIET_SERVER.format(program=programs / "cabinaudio-server"))
     server.chmod(0o755)
+    if PYTHON_DIRECTORY:
+        (shims / "python3").symlink_to(PYTHON)
     if home is None:
         home = directory / ".home"
         home.mkdir()
+        (home / ".local").symlink_to(programs.parent)
     return clean_environment(
         PATH=f"{shims}:{programs}:{os.environ['PATH']}",
         HOME=home,
         # As if it were installed where the system looks.
         LD_LIBRARY_PATH=programs.parent / LIBDIR if programs.parent == PREFIX else "",
         ALSA_CONFIG_PATH=_alsa_configuration(directory, programs.parent),
+        PYTHONPATH=programs.parent / PYTHON_DIRECTORY,
+        PYTHONDONTWRITEBYTECODE=1,
         GST_PLUGIN_PATH=programs.parent / LIBDIR / "gstreamer-1.0",
         GST_REGISTRY=directory / ".gstreamer",
         PKG_CONFIG_PATH=programs.parent / LIBDIR / "pkgconfig",

@@ -19,6 +19,8 @@ WORK = Path(_SURROUNDINGS["work"])
 LIBDIR = _SURROUNDINGS["libdir"]  # relative to the prefix
 CMAKE = _SURROUNDINGS["cmake"]
 COMPILER = _SURROUNDINGS["compiler"]
+PYTHON = _SURROUNDINGS["python"]
+PYTHON_DIRECTORY = _SURROUNDINGS["python_directory"]  # of packages; empty: ours is not built
 
 # Where AnInstalledTree leaves it for the other tests.
 PREFIX = WORK / "prefix"

@@ -153,6 +153,10 @@ class Zsh(unittest.TestCase):
 
     def test_offers_files_to_be_played(self):
         self.assertEqual(self.complete("cabinaudio play so"), ["sound.wav"])
+        self.assertEqual(self.complete("cabinaudio check so"), ["sound", "sound.wav"])
+
+    def test_knows_the_first_words_of_checks(self):
+        self.assertEqual(self.complete("cabinaudio check sound.wav click"), ["click-free"])
 
 
 if __name__ == "__main__":

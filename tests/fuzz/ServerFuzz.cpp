@@ -37,7 +37,7 @@ void startServer() {
     server::memory_fault::install();
     server::Options options;
     options.output = "null";
-    options.isFast = true;
+    options.time.mode = server::TimeMode::Fast;
     auto* const server = new server::Server(options);
     std::thread([server] { server->run(); }).detach();
 }

@@ -103,10 +103,10 @@ TEST(CommandLines, AreAnsweredOnePerTurnOfTheLoop) {
         EventLoop::Turn::First);
     const ControlSocket control(
         loop, admission,
-        [&](const std::string& line) {
+        [&](const std::string& line, const ControlSocket::Later& later) {
             ++answers;
             ++answersInTurn;
-            return line;
+            later(line);
         },
         [] {});
     std::vector<UniqueFd> connections;

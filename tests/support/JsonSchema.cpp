@@ -160,9 +160,11 @@ std::vector<std::string> definitionsOf(const std::vector<std::string>& command) 
         {"version", {"version"}},
         {"doctor", {"doctor", "doctor_report"}},
         {"monitor", {"change", "monitor"}},
-        {"server", {"state", "command"}},
+        {"server", {"state", "command", "time"}},
         {"top", {"top", "waiting"}},
-        {"listen", {"listen"}}};
+        {"listen", {"listen"}},
+        {"scenario", {"scenario"}},
+        {"check", {"hearing"}}};
     const auto found = known.find(command.empty() ? "" : command.front());
     std::vector<std::string> definitions =
         found == known.end() ? std::vector<std::string>{} : found->second;

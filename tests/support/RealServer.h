@@ -3,7 +3,7 @@
 
 #include <sys/types.h>
 
-#include <chrono>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -39,10 +39,11 @@ public:
     [[nodiscard]] std::string output() const;
 
 private:
-    pid_t mPid = -1;
-    int mLifeFd = -1;  // readable once the server has ended
-    int mWaitStatus = 0;
+    class Process;
+
     std::string mOutputFile;
+    std::unique_ptr<Process> mProcess;
+    pid_t mPid = -1;  // until it has ended
 };
 
 }  // namespace cabinaudio::test

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Commands to a running server.
 #include "tests/support/LocalSocket.h"
+#include "tests/support/ProcessState.h"
 #include "tests/tools/ToolTest.h"
 
 #include <sys/socket.h>
@@ -105,6 +106,48 @@ TEST_F(ServerCommands, StallMakesLaterCommandsTimeOut) {
     EXPECT_THAT(result.out, IsEmpty());
     EXPECT_EQ(result.err, "cabinaudio: timed out after 0.2 s waiting for the server's answer\n");
     runExpecting(0, {"server", "state", "--timeout", "60"});
+}
+
+/// A server whose time passes on command.
+class TimeCommands : public ServerCommands {
+protected:
+    void SetUp() override { serve({"--time", "stepped"}); }
+};
+
+TEST_F(TimeCommands, LetTimePassAndShowIt) {
+    expectDone({"time", "run", "500"});
+    EXPECT_EQ(runExpecting(0, {"server", "time"}).out,
+              "stepped, standing at 500 ms (frame 24000), 0 ms left\n");
+    const json time = jsonOf(runExpecting(0, {"server", "time", "--json"}));
+    EXPECT_EQ(time["frame"], 24000);
+    expectDone({"time", "stop"});
+    expectDone({"time", "settle"});
+    EXPECT_EQ(runExpecting(1, {"server", "time", "go"}).err,
+              "cabinaudio: with --time stepped, time passes with time run only\n");
+}
+
+TEST_F(TimeCommands, AreSentWithTheirArguments) {
+    expectDone({"time", "hold", "0"});
+    expectDone({"time", "await", "a stream", "700"});
+    expectDone({"at", "600", "source", "withdraw", "a", "stream"});
+    expectDone({"fault", "wrong-magic", "start", "a stream"});
+    expectDone({"fault", "short-reply", "any"});
+    EXPECT_EQ(runExpecting(1, {"server", "at", "600", "dance"}).err,
+              "cabinaudio: no such command: dance\n");
+    EXPECT_EQ(runExpecting(1, {"server", "fault", "short-reply", "dance"}).err,
+              "cabinaudio: no request \"dance\"\n");
+}
+
+TEST_F(TimeCommands, ShowWhoIsWaitedFor) {
+    expectDone({"time", "await", "a stream", "100"});
+    ToolProcess run(Words{"server", "time", "run", "200"});
+    const auto isWaiting = [] {
+        return runTool({"server", "time"}).out.find("\nwaits for \"a stream\" (start) since ") !=
+               std::string::npos;
+    };
+    EXPECT_TRUE(eventually(isWaiting, std::chrono::minutes(1)));
+    expectDone({"time", "stop"});
+    EXPECT_EQ(run.finish().err, "cabinaudio: stopped at 100 ms\n");
 }
 
 TEST_F(ServerCommands, CrashKillsTheServer) {

@@ -49,6 +49,7 @@ TEST_F(Completion, OffersSubCommandsAndOptions) {
     EXPECT_THAT(complete({"get", "--st"}), ElementsAre("--steps"));
     EXPECT_THAT(complete({"monitor", "--c"}), ElementsAre("--count"));
     EXPECT_THAT(complete({"server", "so"}), ElementsAre("source"));
+    EXPECT_THAT(complete({"check", "a.wav", "click"}), ElementsAre("click-free"));
     EXPECT_THAT(complete({"server", "source", "wi"}), ElementsAre("withdraw"));
 }
 

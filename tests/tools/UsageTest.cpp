@@ -20,6 +20,8 @@ Subcommands:
   record                    Record what the server captures, or the uplink of a call
   listen                    Record what a running cabinaudio-server plays
   top                       Show the streams of a running cabinaudio-server, levels and load
+  scenario                  Run programs against a server of their own, and judge them
+  check                     Check what cabinaudio-server has played: tones, levels, ducking and more
   get                       Print settings as lines that set accepts
   set                       Change settings; nothing is changed if a name or value is wrong
   list                      List the settings, or find them by a word such as navigation

@@ -72,6 +72,12 @@ _cabinaudio_option() {
     esac
 }
 
+# The first words of checks: the message about a wrong one lists them.
+_cabinaudio_checks() {
+    "${COMP_WORDS[0]}" check . '?' 2>&1 >/dev/null |
+        sed -n 's/.*; the checks are \(.*\)$/\1/p' | tr -d ,
+}
+
 # Offers values for NAME=, or amounts for NAME+= and NAME-=.
 #   _cabinaudio_setting NAME BEGIN
 _cabinaudio_setting() {
@@ -124,6 +130,12 @@ _cabinaudio() {
         server)
             _cabinaudio_offer \
                 "$(_cabinaudio_words Subcommands "${COMP_WORDS[@]:1:COMP_CWORD-1}")" "$word"
+            ;;
+        check)
+            mapfile -t COMPREPLY < <(
+                compgen -f -- "$word"
+                compgen -W "$(_cabinaudio_checks)" -- "$word"
+            )
             ;;
         *)
             mapfile -t COMPREPLY < <(compgen -f -- "$word")

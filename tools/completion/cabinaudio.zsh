@@ -116,7 +116,13 @@ _cabinaudio() {
             fi
             ;;
         server) _cabinaudio_words Subcommands ${words[2,CURRENT-1]} ;;
-        listen | play | record) _files ;;
+        check)
+            # The message about a wrong check lists the others.
+            word=$(_call_program checks $words[1] check . '\?' 2>&1)
+            compadd ${(s:, :)${word##*; the checks are }}
+            _files
+            ;;
+        listen | play | record | scenario) _files ;;
     esac
 }
 

@@ -6,6 +6,7 @@
 #include "tools/Terminal.h"
 #include "tools/server/ControlLine.h"
 #include "tools/server/StateText.h"
+#include "tools/server/TimeText.h"
 
 namespace cabinaudio::tool {
 
@@ -13,10 +14,11 @@ namespace {
 
 constexpr char ERROR[] = "error: ";
 
-Json parsedState(const std::string& answer) {
-    Json state = Json::parse(answer, nullptr, false);
-    if (!state.is_object()) throw Failure("the server's answer is no state: " + answer);
-    return state;
+Json parsed(const std::string& answer, const char* what) {
+    Json document = Json::parse(answer, nullptr, false);
+    if (!document.is_object())
+        throw Failure(std::string("the server's answer is no ") + what + ": " + answer);
+    return document;
 }
 
 }  // namespace
@@ -25,14 +27,16 @@ ExitCode run(const ServerOptions& options, const CommonOptions& common) {
     // A client that is started after this command must not reach the dying server.
     const AfterCommand after =
         options.command == "crash" ? AfterCommand::WaitForServerEnd : AfterCommand::Return;
-    const std::string answer = askServer(options.command, options.timeout, after);
+    const auto timeout = options.isLong ? options.longTimeout : options.timeout;
+    const std::string answer = askServer(options.command, timeout, after);
     if (answer.rfind(ERROR, 0) == 0) throw Failure(answer.substr(sizeof ERROR - 1));
-    if (options.isState) {
-        const Json state = parsedState(answer);
+    if (options.answer != ServerOptions::Answer::Ok) {
+        const bool isState = options.answer == ServerOptions::Answer::State;
+        const Json document = parsed(answer, isState ? "state" : "time");
         if (common.json)
-            printJson(state);
+            printJson(document);
         else
-            say(stateText(state));
+            say(isState ? stateText(document) : timeText(document));
         return ExitCode::Done;
     }
     if (answer != SERVER_DONE) throw Failure("the server answered '" + answer + "'");

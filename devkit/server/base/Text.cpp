@@ -4,6 +4,7 @@
 #include "devkit/text/Printable.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 
@@ -20,6 +21,18 @@ std::string format(const char* text, ...) {
 
 std::string printable(std::string_view text) {
     return text::printableInQuotes(text);
+}
+
+std::string inQuotes(std::string_view text) {
+    return '"' + printable(text) + '"';
+}
+
+std::optional<std::uint64_t> numberIn(std::string_view text, std::uint64_t most) {
+    std::uint64_t number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    const bool isNumber = error == std::errc() && rest == end && number <= most;
+    return isNumber ? std::make_optional(number) : std::nullopt;
 }
 
 std::string fileName(std::string_view name) {

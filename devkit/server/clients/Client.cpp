@@ -173,8 +173,10 @@ void Client::handleRequest(const audio_param&, std::span<const std::uint8_t> pay
     mOwner.request(*this, payload);
 }
 
-void Client::reply(std::span<const std::uint8_t> body) {
-    const SocketFrameHeader header = frameHeader(HEADER_REPLY);
+void Client::reply(std::span<const std::uint8_t> body, ReplyDamage damage) {
+    SocketFrameHeader header = frameHeader(HEADER_REPLY);
+    if (damage == ReplyDamage::WrongMagic) header.magic = ~header.magic;
+    if (damage == ReplyDamage::Short) body = body.first(body.size() / 2);
     std::vector<std::uint8_t> message(bytesOf(header).begin(), bytesOf(header).end());
     message.insert(message.end(), body.begin(), body.end());
     send(message);

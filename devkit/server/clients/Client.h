@@ -19,6 +19,9 @@ namespace cabinaudio::server {
 
 class Client;
 
+/// Damage that is done to a reply on purpose.
+enum class ReplyDamage { None, Short, WrongMagic };
+
 /// Receives a client's messages. Called on the event loop's thread.
 class ClientOwner {
 public:
@@ -68,7 +71,8 @@ public:
     [[nodiscard]] std::string title() const;
 
     /// Sends header and body in one call, because the client reads them as one piece.
-    void reply(std::span<const std::uint8_t> body);
+    /// @param damage  Short: the second half of the body is missing
+    void reply(std::span<const std::uint8_t> body, ReplyDamage damage = ReplyDamage::None);
     void notify(std::uint32_t event, std::uint32_t param);
 
     /// Logs the reason and closes the connection.

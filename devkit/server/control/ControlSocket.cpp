@@ -55,6 +55,7 @@ void ControlSocket::accept(UniqueFd socket) {
     }
     const int fd = socket.get();
     Connection& connection = mConnections[fd];
+    connection.number = ++mLastNumber;
     connection.socket = std::move(socket);
     connection.admitted = std::move(*admitted);
     try {
@@ -124,16 +125,25 @@ void ControlSocket::answerOne() {
         mConnections.erase(fd);
         return;
     }
-    connection.output = answerTo(line) + "\n";
-    onWritable(fd);
+    answerTo(line, connection.number);
 }
 
-std::string ControlSocket::answerTo(const std::string& line) const {
+void ControlSocket::answerTo(const std::string& line, std::uint64_t number) {
+    const Later later = [this, number](const std::string& text) { answer(number, text); };
     try {
-        return mHandler(line);
+        mHandler(line, later);
     } catch (const std::exception& error) {
-        return std::string("error: ") + error.what();
+        later(std::string("error: ") + error.what());
     }
+}
+
+void ControlSocket::answer(std::uint64_t number, const std::string& text) {
+    const auto found =
+        std::find_if(mConnections.begin(), mConnections.end(),
+                     [number](const auto& item) { return item.second.number == number; });
+    if (found == mConnections.end()) return;
+    found->second.output = text + "\n";
+    onWritable(found->first);
 }
 
 bool ControlSocket::send(Connection& connection) {

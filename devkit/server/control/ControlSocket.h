@@ -8,6 +8,7 @@
 #include "devkit/server/loop/Timer.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <string>
@@ -30,8 +31,10 @@ public:
     /// Seconds allowed for the rest of a line, and for taking an answer.
     static constexpr int PATIENCE = 10;
 
-    /// Receives a line and returns the answer, both without the line end.
-    using Handler = std::function<std::string(const std::string& line)>;
+    /// Sends an answer, without the line end. Called once; the connection may be gone.
+    using Later = std::function<void(std::string answer)>;
+    /// Receives a line, without the line end. The connection's next line is read after the answer.
+    using Handler = std::function<void(const std::string& line, const Later& later)>;
 
     /// Is offered a line with its connection before the handler is. @return whether it has taken
     /// the connection, and answers itself
@@ -55,6 +58,7 @@ private:
     enum class Watch { Nothing, Input, Output };
 
     struct Connection {
+        std::uint64_t number = 0;  // never reused
         UniqueFd socket;
         Admitted admitted;
         std::string input;
@@ -69,7 +73,8 @@ private:
     void selectWait(int fd);
     void enqueue(int fd);
     void answerOne();
-    [[nodiscard]] std::string answerTo(const std::string& line) const;
+    void answerTo(const std::string& line, std::uint64_t number);
+    void answer(std::uint64_t number, const std::string& text);
     static bool send(Connection& connection);
     void watch(int fd, Watch wanted);
     void countTicks();
@@ -81,6 +86,7 @@ private:
     std::vector<Taker> mTakers;
     std::function<void()> mOnClosed;
     std::unordered_map<int, Connection> mConnections;
+    std::uint64_t mLastNumber = 0;
     std::deque<int> mLines;  // connections with a complete line, oldest first; not watched
     UniqueFd mTurn;          // always readable; watched while mLines is not empty
     Timer mClock;            // ticks while a connection has an incomplete line or answer

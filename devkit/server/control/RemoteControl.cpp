@@ -34,6 +34,12 @@ void RemoteControl::addTo(Commands& commands) {
                  [this](const std::string& argument) { return switchUplinkRing(argument); });
     commands.add("ring announce", [this](const std::string& name) { return announceRing(name); });
     commands.add("stall", [this](const std::string& argument) { return stall(argument); });
+    commands.add("fault short-reply", [this](const std::string& argument) {
+        return damageReply(ReplyDamage::Short, argument);
+    });
+    commands.add("fault wrong-magic", [this](const std::string& argument) {
+        return damageReply(ReplyDamage::WrongMagic, argument);
+    });
     commands.add("crash", [this](const std::string& argument) { return crash(argument); });
 }
 
@@ -81,6 +87,15 @@ std::string RemoteControl::announceRing(const std::string& name) {
     const bool isTold =
         stream != nullptr ? stream->announceRingAgain() : capture->announceRingAgain();
     return isTold ? "ok" : "error: \"" + printable(name) + "\" has no announced ring";
+}
+
+/// Argument: a request's name or "any", then an optional name of a client.
+std::string RemoteControl::damageReply(ReplyDamage damage, const std::string& argument) {
+    const auto blank = argument.find(' ');
+    const std::string request = argument.substr(0, blank);
+    const std::string name = blank == std::string::npos ? "" : argument.substr(blank + 1);
+    if (request.empty()) return "error: fault short-reply|wrong-magic REQUEST|any [NAME]";
+    return mReplyFaults.arm(damage, request, name) ? "ok" : noSuch("request", request);
 }
 
 // Both act after the answer has been sent.

@@ -16,6 +16,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstddef>
@@ -24,6 +25,7 @@
 #include <fstream>
 #include <optional>
 #include <stdexcept>
+#include <tuple>
 #include <utility>
 
 namespace cabinaudio::server {
@@ -235,6 +237,16 @@ json describeCapture(const CaptureStream& stream) {
     return result;
 }
 
+/// Where frames decide, the order of creation depends on the machine.
+std::vector<std::shared_ptr<StreamRecord>> sortedRecords(const Reported& reported) {
+    auto records = reported.streams.records();
+    if (!reported.timeOptions.isOwned()) return records;
+    std::stable_sort(records.begin(), records.end(), [](const auto& left, const auto& right) {
+        return std::tie(left->tag, left->name) < std::tie(right->tag, right->name);
+    });
+    return records;
+}
+
 json describeSegments(const StreamRecord& record) {
     json result = json::array();
     for (const Segment& segment : record.segments) {
@@ -250,7 +262,7 @@ json describeSegments(const StreamRecord& record) {
 json stateOf(const Reported& reported, const std::vector<std::unique_ptr<Client>>& clients) {
     json result;
     result["version"] = format("%d.%d.%d", SERVER_VERSION[0], SERVER_VERSION[1], SERVER_VERSION[2]);
-    result["fast"] = reported.mixer.isFast();
+    result["fast"] = reported.timeOptions.mode != TimeMode::Real;
     result["output"] = describeOutput(reported);
     result["inputs"] = describeInputs(reported.captures);
     result["load"] = describeLoad(reported.mixer);
@@ -287,12 +299,19 @@ json reportOf(const Reported& reported) {
     result["output"]["losses"] = reported.output.state().device.losses;
     result["output"]["dropped_frames"] = reported.output.state().droppedFrames;
     result["streams"] = json::array();
-    for (const auto& record : reported.streams.records()) {
+    for (const auto& record : sortedRecords(reported)) {
         json stream = describeRecord(*record);
+        if (reported.timeOptions.isOwned()) stream.erase("process");
         if (!record->stem.empty()) stream["stem"] = record->stem;
+        stream["started_at_frame"] =
+            record->startedAtFrame ? json(*record->startedAtFrame) : json();
         stream["segments"] = describeSegments(*record);
         result["streams"].push_back(std::move(stream));
     }
+    result["time"] = reported.time.describe();
+    if (reported.changes != nullptr)
+        result["changes"] =
+            reported.changes->describe(sortedRecords(reported), reported.format.rate);
     return result;
 }
 

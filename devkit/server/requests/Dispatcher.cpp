@@ -63,6 +63,7 @@ void Dispatcher::run(Client& client, const Operation& operation,
     std::vector<std::uint8_t> reply(operation.replySize +
                                     (returnsBlock ? blockSize(operation, payload) : 0));
     Call call{client, mServices};
+    mRunning = operation.name;
     try {
         operation.run(call, payload, reply);
     } catch (const std::exception& error) {
@@ -70,7 +71,7 @@ void Dispatcher::run(Client& client, const Operation& operation,
         constexpr std::int32_t STATUS = AUDIO_NO_MEMORY;
         std::memcpy(reply.data(), &STATUS, sizeof STATUS);
     }
-    client.reply(reply);
+    client.reply(reply, mFaults.take(operation.name, client.name()));
     const auto duration = std::chrono::steady_clock::now() - begin;
     mTrace.request(client, operation, payload, reply,
                    std::chrono::duration_cast<std::chrono::microseconds>(duration));

@@ -21,6 +21,9 @@ public:
     /// Requests a notification when the client takes data, whichever way it reads.
     void askForSpace() { ring().setWait(true); }
 
+    /// Wakes a waiting reader, whether there is data or not: its wait begins anew.
+    void wakeReader() { ring().updateWriteOffset(ring().getWriteOffset()); }
+
     /// A change of the ring's header that a correct client never makes; empty if none.
     [[nodiscard]] std::string damage() const;
 };

@@ -50,6 +50,8 @@ public:
     /// notification it has not received yet.
     [[nodiscard]] bool canBeShown() const { return isOffered() || isWithdrawing(); }
     [[nodiscard]] bool isWithdrawing() const { return mState == State::Withdrawing; }
+    /// The client has no ring, and none will be announced before the next offer().
+    [[nodiscard]] bool isAway() const { return mState == State::Away; }
     /// "away", "waiting", "offered" or "letting go".
     [[nodiscard]] const char* stateName() const;
 

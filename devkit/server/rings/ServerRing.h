@@ -34,6 +34,7 @@ protected:
     ~ServerRing() = default;
 
     [[nodiscard]] ShareMemoryEx& ring() const { return *mRing; }
+    [[nodiscard]] wire::RingHeader& header() const { return mPlace.object().header(); }
     /// Describes a changed ring size; empty if unchanged.
     [[nodiscard]] std::string sizeDamage() const;
 

@@ -2,7 +2,10 @@
 #include "devkit/server/rings/StreamRing.h"
 
 #include "devkit/server/base/Text.h"
+#include "shm/SharedSemaphore.h"
+#include "wire/Ring.h"
 
+#include <atomic>
 #include <utility>
 
 namespace cabinaudio::server {
@@ -28,6 +31,14 @@ void StreamRing::consume(const View& view, std::size_t frames) {
     // it.
     const auto offset = static_cast<std::size_t>(view.data - mBase) + frames * mFrameBytes;
     ring().updateReadOffset(static_cast<unsigned>(offset == size() ? 0 : offset));
+}
+
+/// The flag is taken back before the post: a writer that sets the flag later sees the space that
+/// was freed before, and needs no post.
+void StreamRing::wakeWriter() {
+    wire::RingHeader& shared = header();
+    if (std::atomic_ref(shared.wait).exchange(0, std::memory_order_seq_cst) == 0) return;
+    (void)sem_post(semaphoreIn(shared.writeSem));
 }
 
 std::string StreamRing::damage() const {

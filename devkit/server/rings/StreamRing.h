@@ -31,6 +31,15 @@ public:
     /// Frees the first `frames` of `view`, and wakes a waiting client.
     void consume(const View& view, std::size_t frames);
 
+    /// Whether the client's writer waits for space. May still be true shortly after consume(),
+    /// until the writer has noticed; see wakeWriter().
+    [[nodiscard]] bool isWriterWaiting() const { return ring().getWait(); }
+    /// Wakes a waiting writer, whether there is space or not: its wait begins anew. From here on
+    /// isWriterWaiting() is true only for a wait that has begun after this call.
+    void wakeWriter();
+    /// Bytes that the client can write.
+    [[nodiscard]] std::size_t freeBytes() const { return ring().getFreeSize(); }
+
     /// A change of the ring's header that a correct client never makes; empty if none.
     [[nodiscard]] std::string damage() const;
 

@@ -10,7 +10,7 @@ namespace cabinaudio::server {
 namespace {
 
 std::string quoted(const wire::Name& name) {
-    return "\"" + printable(textOf(name)) + "\"";
+    return inQuotes(textOf(name));
 }
 
 std::string named(const wire::Name& tag, const wire::Name& name) {

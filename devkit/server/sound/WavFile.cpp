@@ -53,6 +53,8 @@ WavFile::WavFile(const std::string& path, std::uint32_t rate, unsigned channels,
     info.format = SF_FORMAT_WAV | subformat;
     mFile.reset(sf_open(path.c_str(), SFM_WRITE, &info));
     if (!mFile) throw std::runtime_error(path + ": " + sf_strerror(nullptr));
+    // The peaks' chunk of float files holds the time of day: equal sound must give equal files.
+    sf_command(mFile.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
     sf_command(mFile.get(), SFC_UPDATE_HEADER_NOW, nullptr, 0);
 }
 

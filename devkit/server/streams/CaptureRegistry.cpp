@@ -102,6 +102,7 @@ CaptureStream::Parts CaptureRegistry::partsOf(Client& client, const wire::Create
         };
     }
     parts.ringDelay = mSettings.uplinkDelay;
+    parts.isRingFilledFirst = mSettings.isRingFilledFirst;
     parts.onChange = [this] { mOnChange(); };
     return parts;
 }

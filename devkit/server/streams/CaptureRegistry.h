@@ -29,6 +29,8 @@ public:
         std::optional<std::chrono::milliseconds> uplinkDelay;
         /// Factor for a channel recorded by streams of a tag; null means 1.
         std::function<float(AudioTagType tag, std::size_t channel)> gain;
+        /// See CaptureStream::Parts.
+        bool isRingFilledFirst = false;
         /// Called when a client has read from a ring; may be null.
         ShareMemoryUpdateNotificationCallback* onRead = nullptr;
     };

@@ -27,12 +27,16 @@ constexpr int PERIODS_AT_ONCE = 64;
 CaptureStream::CaptureStream(EventLoop& loop, Client& client, Parts parts)
     : mClient(client), mParts(std::move(parts)), mPeak(mParts.format.rate) {
     if (!isUplink()) return;
-    const auto make = [this] {
-        if (!mParts.ring) mParts.ring = mParts.makeRing();
-        return mParts.ring != nullptr;
-    };
     mOffer.emplace(loop, mClient, RING_READY, RING_GONE,
-                   RingOffer::Owner{make, [this] { dropRing(); }});
+                   RingOffer::Owner{[this] { return makeRing(); }, [this] { dropRing(); }});
+}
+
+/// A read finds either enough data or silence by the real clock, so a ring that is full before the
+/// client maps it gives the same data to every reader.
+bool CaptureStream::makeRing() {
+    if (!mParts.ring) mParts.ring = mParts.makeRing();
+    if (mParts.ring && mParts.isRingFilledFirst && isActive() && !mIsHeld) (void)fillUp();
+    return mParts.ring != nullptr;
 }
 
 std::int32_t CaptureStream::start() {
@@ -45,6 +49,7 @@ std::int32_t CaptureStream::start() {
         return AUDIO_INVALID_OPERATION;
     }
     mState = ACTIVE;
+    ++mStarts;
     mPeriods = 0;
     if (mOffer && mParts.ringDelay) mOffer->offer(*mParts.ringDelay);
     mParts.onChange();
@@ -130,6 +135,25 @@ bool CaptureStream::fillUp() {
     if (!hasRoom) mParts.ring->askForSpace();
     checkClient();
     return hasRoom && mClient.isOpen();
+}
+
+bool CaptureStream::makeRoom() {
+    memory_fault::take();
+    const bool hasRoom = writeOut();
+    if (!hasRoom) mParts.ring->askForSpace();
+    checkClient();
+    return hasRoom;
+}
+
+void CaptureStream::step() {
+    memory_fault::take();
+    record();
+    if (!writeOut()) mParts.ring->askForSpace();
+    checkClient();
+}
+
+void CaptureStream::wakeReader() const {
+    if (isFlowing()) mParts.ring->wakeReader();
 }
 
 void CaptureStream::record() {

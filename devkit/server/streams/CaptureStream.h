@@ -51,6 +51,8 @@ public:
         std::function<float(std::size_t channel)> gain;
         /// From a start to the announcement of an uplink's ring; empty: no announcement.
         std::optional<std::chrono::milliseconds> ringDelay;
+        /// Whether an uplink's ring is full of the input's sound when it is announced.
+        bool isRingFilledFirst = false;
         /// Called when recording may have become possible or impossible.
         std::function<void()> onChange;
     };
@@ -93,6 +95,27 @@ public:
     /// Records as much as fits, up to a limit. @return whether there was room for more
     bool fillUp();
 
+    // ---- Time that waits for streams ------------------------------------------------------------
+    /// Puts what waits for room into the ring. @return whether nothing waits any more
+    bool makeRoom();
+    /// Records one period; what does not fit waits for room.
+    void step();
+    /// A stream that is held back records nothing.
+    void hold(bool isHeld) { mIsHeld = isHeld; }
+    [[nodiscard]] bool isHeld() const { return mIsHeld; }
+    /// Whether a started stream's ring is announced, or will be, and the client has not asked for
+    /// it yet.
+    [[nodiscard]] bool isRingAwaited() const {
+        return isActive() && mOffer && !mIsRingKnown && !mOffer->isAway() &&
+               !mOffer->isWithdrawing();
+    }
+    /// Whether the client must still acknowledge that its ring was withdrawn.
+    [[nodiscard]] bool isLettingGo() const { return mOffer && mOffer->isWithdrawing(); }
+    /// Wakes a waiting reader: its wait begins anew.
+    void wakeReader() const;
+    /// Number of starts so far.
+    [[nodiscard]] std::uint32_t starts() const { return mStarts; }
+
     // ---- Queries --------------------------------------------------------------------------------
     [[nodiscard]] Client& client() const { return mClient; }
     [[nodiscard]] const Parts& parts() const { return mParts; }
@@ -113,6 +136,7 @@ public:
 
 private:
     void dropRing();
+    bool makeRing();
     void record();
     void applyVolume();
     void measure();
@@ -125,8 +149,10 @@ private:
     bool mIsRingKnown = false;        // the client has asked for its address
     AudioStreamState mState = IDLE;
     std::int32_t mVolume = FULL_VOLUME;
-    std::unique_ptr<InputSource> mInput;             // while started
-    std::unique_ptr<FrameEncoder> mEncoder;          // while started
+    std::unique_ptr<InputSource> mInput;     // while started
+    std::unique_ptr<FrameEncoder> mEncoder;  // while started
+    bool mIsHeld = false;
+    std::uint32_t mStarts = 0;
     std::uint64_t mPeriods = 0;                      // recorded since the start
     std::vector<float> mSamples;                     // of one period
     std::deque<std::vector<std::uint8_t>> mPackets;  // waiting for room

@@ -4,12 +4,11 @@
 #include "devkit/server/base/Period.h"
 
 #include <algorithm>
+#include <tuple>
+#include <utility>
 
 namespace cabinaudio::server {
 namespace {
-
-// After a longer pause of the whole machine the rest of the lost time is skipped.
-constexpr std::uint64_t MAXIMUM_CATCH_UP = 8;
 
 bool anyActive(const StreamRegistry& streams) {
     return std::any_of(streams.streams().begin(), streams.streams().end(),
@@ -18,70 +17,53 @@ bool anyActive(const StreamRegistry& streams) {
 
 }  // namespace
 
-Mixer::Mixer(EventLoop& loop, StreamRegistry& streams, const Settings& settings, Output& output,
-             const OutputFormat& format, Pace pace)
-    : mLoop(loop),
-      mStreams(streams),
+Mixer::Mixer(StreamRegistry& streams, const Settings& settings, Output& output,
+             const OutputFormat& format)
+    : mStreams(streams),
       mSettings(settings),
       mOutput(output),
       mFormat(format),
       mLargest(largest(format.type)),
-      mPace(pace),
-      mClock(loop, [this](std::uint64_t deadlines) { tick(deadlines); }),
       mDucking(format.rate),
       mLoudspeakers(format.rate, format.channels) {}
 
-void Mixer::update() {
-    mAreSettingsDue = true;
-    if (mPace == Pace::Steady) {
-        updateClock();
-    } else if (!mIsPosted) {
-        mIsPosted = true;
-        mLoop.post([this] { mixRound(); });
-    }
+bool Mixer::isWanted() const {
+    return anyActive(mStreams) || isTested();
 }
 
-void Mixer::updateClock() {
-    const bool isOver = mStreams.streams().empty() && !isTested();
-    if (mIsRunning && isOver && mLoudspeakers.heldFrames() == 0) {
-        mIsRunning = false;
-        mClock.stop();
-        mOutput.pause();
-        discardHeld();
-    } else if (!mIsRunning && (anyActive(mStreams) || isTested())) {
-        mIsRunning = true;
-        mClock.every(PERIOD);
-    }
+bool Mixer::isOver() const {
+    return mStreams.streams().empty() && !isTested() && heldFrames() == 0;
 }
 
-void Mixer::tick(std::uint64_t deadlines) {
+void Mixer::pause() {
+    mOutput.pause();
+    discardHeld();
+}
+
+std::uint64_t Mixer::periodsDue(std::uint64_t deadlines, std::uint64_t most) {
     mCounters.latePeriods += deadlines - 1;
-    const auto periods = mOutput.periodsDue(std::min(deadlines, MAXIMUM_CATCH_UP));
-    for (std::uint64_t i = 0; i < periods; ++i)
-        mixPeriod();
-    updateClock();
+    return mOutput.periodsDue(std::min(deadlines, most));
 }
 
-void Mixer::mixPeriod() {
+std::size_t Mixer::nextPeriod() const {
+    return static_cast<std::size_t>(framesOfPeriods(mFormat.rate, mCounters.periods + 1) -
+                                    framesOfPeriods(mFormat.rate, mCounters.periods));
+}
+
+void Mixer::mix(std::size_t frames, bool endsPeriod) {
     const auto begin = LoadMeter::Clock::now();
-    const auto frames =
-        static_cast<std::size_t>(framesOfPeriods(mFormat.rate, mCounters.periods + 1) -
-                                 framesOfPeriods(mFormat.rate, mCounters.periods));
+    mEndsPeriod = endsPeriod;
     addStreams(frames, true);
     handOver(frames);
     mLoad.add(begin, LoadMeter::Clock::now());
 }
 
-void Mixer::mixRound() {
-    mIsPosted = false;
+std::size_t Mixer::mixRound() {
     const auto begin = LoadMeter::Clock::now();
+    mEndsPeriod = true;
     const std::size_t frames = mixData();
     mLoad.add(begin, LoadMeter::Clock::now());
-    if (frames > 0) {
-        update();  // after other pending events
-    } else if (mStreams.streams().empty()) {
-        discardHeld();
-    }
+    return frames;
 }
 
 /// @return the frames of a round
@@ -98,30 +80,53 @@ std::size_t Mixer::addStreams(std::size_t frames, bool isSteady) {
     if (mAreSettingsDue) applySettings();
     std::size_t longest = 0;
     const PlaybackStream* prompt = nullptr;
-    for (const auto& stream : mStreams.streams()) {
+    for (PlaybackStream* const stream : mOrder) {
         const std::size_t added = stream->addTo(mMix, mCounters.frames, isSteady);
         longest = std::max(longest, added);
-        if (added > 0 && isPrompt(stream->record()) && !stream->isSilenced()) prompt = stream.get();
+        if (added > 0 && isPrompt(stream->record()) && !stream->isSilenced()) prompt = stream;
     }
-    duck(prompt, isSteady ? frames : longest);
+    hear(prompt, isSteady ? frames : longest);
     return longest;
 }
 
+/// Decides about ducking at the end of the period.
 /// @param prompt  a prompt in the last frames, or null
-void Mixer::duck(const PlaybackStream* prompt, std::size_t frames) {
-    if (mDucking.mixed(prompt != nullptr, frames)) mAreSettingsDue = true;
-    if (prompt != nullptr)
-        mPrompt = prompt->record().name;
+void Mixer::hear(const PlaybackStream* prompt, std::size_t frames) {
+    if (prompt != nullptr) mPeriodPrompt = prompt->record().name;
+    mPeriodFrames += frames;
+    if (!mEndsPeriod) return;
+    duck(std::exchange(mPeriodPrompt, std::nullopt), std::exchange(mPeriodFrames, 0));
+}
+
+/// @param prompt  name of a prompt in the last frames, if there was one
+void Mixer::duck(const std::optional<std::string>& prompt, std::size_t frames) {
+    if (mDucking.mixed(prompt.has_value(), frames)) mAreSettingsDue = true;
+    if (prompt)
+        mPrompt = *prompt;
     else if (!mDucking.isPromptHeard())
         mPrompt.clear();
 }
 
 void Mixer::applySettings() {
     mAreSettingsDue = false;
+    sortStreams();
     const RampFrames ramp = rampOf(*mSettings, mFormat.rate);
     for (const auto& stream : mStreams.streams())
         stream->setGains(gainsOf(stream->record(), *mSettings, mDucking.isPromptHeard()), ramp);
     mLoudspeakers.set(*mSettings);
+    const float ducked = duckingOf(mSettings->volume, mDucking.isPromptHeard());
+    if (std::exchange(mDuckedBy, ducked) != ducked) mOnDucked(ducked, mPrompt);
+}
+
+/// Streams of one tag and name stay in the order of their creation.
+void Mixer::sortStreams() {
+    mOrder.clear();
+    for (const auto& stream : mStreams.streams())
+        mOrder.push_back(stream.get());
+    std::stable_sort(mOrder.begin(), mOrder.end(), [](const auto* left, const auto* right) {
+        return std::tie(left->record().tag, left->record().name) <
+               std::tie(right->record().tag, right->record().name);
+    });
 }
 
 /// Without streams, only the delays still hold sound.
@@ -129,11 +134,12 @@ std::size_t Mixer::remainingFrames(std::size_t most) const {
     return mStreams.streams().empty() ? std::min(most, mLoudspeakers.heldFrames()) : 0;
 }
 
-/// Drops all sound that is still held.
 void Mixer::discardHeld() {
     mLoudspeakers.clear();
     mDucking.reset();
     mPrompt.clear();
+    mPeriodPrompt.reset();
+    mPeriodFrames = 0;
 }
 
 void Mixer::handOver(std::size_t frames) {

@@ -3,6 +3,7 @@
 
 #include <cabinaudio/foundation/AudioStatus.h>
 
+#include "devkit/server/base/Period.h"
 #include "devkit/server/mix/Peaks.h"
 #include "devkit/server/rings/MemoryFault.h"
 #include "devkit/server/sound/SampleCodec.h"
@@ -34,6 +35,7 @@ PlaybackStream::PlaybackStream(EventLoop& loop, Client& client, Parts parts)
       mGains(mRecord->format.channels, parts.outputChannels),
       mPeak(parts.outputRate),
       mHeardPeak(parts.outputRate),
+      mOutputFrame(std::move(parts.outputFrame)),
       mOnChange(std::move(parts.onChange)) {
     const StreamFormat& format = mRecord->format;
     if (format.rate != mOutputRate) mConverter.emplace(format.channels, format.rate, mOutputRate);
@@ -50,8 +52,11 @@ PlaybackStream::PlaybackStream(EventLoop& loop, Client& client, Parts parts)
 std::int32_t PlaybackStream::start() {
     if (mState == ACTIVE) return AUDIO_NO_ERROR;
     mState = ACTIVE;
+    ++mStarts;
     mIsWriteDone = mIsEnded = mIsFinished = false;
     mFlow = Flow::Dry;
+    mTail = Tail::None;
+    mTakesPart = false;
     mHasSounded = false;
     beginSound();
     mOnChange();
@@ -62,6 +67,11 @@ std::int32_t PlaybackStream::stop() {
     if (mState == IDLE) return AUDIO_NO_ERROR;
     mState = IDLE;
     mIsWriteDone = false;
+    // When the stream is over, the stop comes at any frame.
+    if (!isOver())
+        note("stop");
+    else if (!mIsEnded && !isDrained())
+        note("end");
     mOnChange();
     return AUDIO_NO_ERROR;
 }
@@ -87,6 +97,7 @@ std::int32_t PlaybackStream::getShareMemory(wire::ShareMemoryReply& reply) const
 }
 
 void PlaybackStream::offerRing(std::chrono::milliseconds delay) {
+    if (isSink() && mOffer->isAway()) note("activated");
     mOffer->offer(delay);
 }
 
@@ -95,6 +106,7 @@ bool PlaybackStream::announceRingAgain() {
 }
 
 void PlaybackStream::withdrawRing() {
+    note("withdrawn");
     mOffer->withdraw();
     mOnChange();
 }
@@ -112,29 +124,83 @@ void PlaybackStream::dropRing() {
     beginSound();
 }
 
+/// At the next frame of the output.
+void PlaybackStream::note(const char* change) {
+    mRecord->addChange(mOutputFrame(), change);
+}
+
 void PlaybackStream::notifyRemoved() {
+    note("removed");
     mClient.notify(static_cast<std::uint32_t>(wire::TrackEvent::Removed), 0);
 }
 
 std::size_t PlaybackStream::addTo(std::span<float> mix, std::uint64_t outputFrame, bool isSteady) {
     mShare.clear();
-    if (!isActive() || mIsEnded) return 0;
+    if (!isActive() || mIsEnded || mIsHeld || isDrained()) return 0;
+    if (!std::exchange(mTakesPart, true)) mRecord->addChange(outputFrame, "start");
+    if (!mRecord->startedAtFrame) mRecord->startedAtFrame = outputFrame;
     if (isCutOff()) return addSilence();
     memory_fault::take();  // discard faults caused by other streams
     const std::size_t wanted = mix.size() / mOutputChannels;
     const bool isDue = !isSteady || isReady(wanted);
     const std::size_t frames = isDue ? addDue(mix, wanted, outputFrame) : 0;
+    if (mIsEnded) mRecord->addChange(outputFrame + frames, "end");
+    if (mTail == Tail::Draining && mRing->usedFrames() == 0) {
+        mTail = Tail::Drained;
+        mRecord->addChange(outputFrame + frames, "end");
+    }
+    checkRing();
+    return frames;
+}
+
+void PlaybackStream::checkRing() {
+    if (!mRing) return;
+    const std::string damage = mRing->damage();
     if (memory_fault::take())
         mClient.fail("cut off its ring's memory");
-    else if (const std::string damage = mRing->damage(); !damage.empty())
+    else if (!damage.empty())
         mClient.fail(damage);
-    return frames;
+}
+
+std::size_t PlaybackStream::neededFrames(std::size_t outputFrames) const {
+    if (!mConverter) return outputFrames;
+    return inputFor(outputFrames) + framesOfPeriod(mRecord->format.rate);
+}
+
+bool PlaybackStream::isBehind(std::size_t outputFrames) const {
+    if (!isActive() || mIsEnded || mIsWriteDone || isWithoutRing()) return false;
+    return queuedFrames() < neededFrames(outputFrames);
+}
+
+void PlaybackStream::endIfDone() {
+    if (!isActive() || mIsEnded || !mIsWriteDone || mIsHeld) return;
+    if (!isCutOff() && (mConverter || mRing->usedFrames() > 0)) return;
+    mIsEnded = true;
+    note("end");
+    played();
+}
+
+void PlaybackStream::runDry() {
+    mTail = queuedFrames() > 0 ? Tail::Draining : Tail::Drained;
+    if (isDrained()) note("end");
+}
+
+bool PlaybackStream::isSettled() const {
+    if (!isActive() || mIsEnded || mIsWriteDone || isDry() || isWithoutRing()) return true;
+    const std::size_t period =
+        framesOfPeriod(mRecord->format.rate) * std::size_t{mRecord->format.frameBytes()};
+    return mRing && mRing->isWriterWaiting() && mRing->freeBytes() < period;
+}
+
+void PlaybackStream::wakeWriter() {
+    if (mRing && !isCutOff()) mRing->wakeWriter();
 }
 
 /// The client was told to discard its remaining data, so the stream has nothing to wait for.
 std::size_t PlaybackStream::addSilence() {
     mFlow = Flow::Dry;
     mIsEnded = mIsWriteDone;
+    if (mIsEnded) note("end");
     return 0;
 }
 

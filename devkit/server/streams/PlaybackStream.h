@@ -43,6 +43,8 @@ public:
         std::unique_ptr<WavFile> stem;  // may be null
         std::uint32_t outputRate;
         unsigned outputChannels;
+        /// The next frame of the output.
+        std::function<std::uint64_t()> outputFrame;
         /// Called when playback may have become possible or impossible.
         std::function<void()> onChange;
     };
@@ -92,6 +94,44 @@ public:
     /// The frames added last have been played: notifies the client if they were the end.
     void played();
 
+    // ---- Time that waits for streams ------------------------------------------------------------
+    /// A stream that is held back adds nothing, although it may have data.
+    void hold(bool isHeld) { mIsHeld = isHeld; }
+    /// Frames of the stream that must be queued for `outputFrames` of the output. A rate conversion
+    /// looks ahead, so it needs a period more.
+    [[nodiscard]] std::size_t neededFrames(std::size_t outputFrames) const;
+    [[nodiscard]] std::size_t queuedFrames() const { return mRing ? mRing->usedFrames() : 0; }
+    /// Whether the client must write more before `outputFrames` of the output can be mixed.
+    [[nodiscard]] bool isBehind(std::size_t outputFrames) const;
+    /// Ends a stream of which the client has announced the end, and nothing is left to mix.
+    void endIfDone();
+    /// The client writes no more for now: plays the rest, and then nothing until resume().
+    void runDry();
+    void resume() { mTail = Tail::None; }
+    /// Whether the rest is being played, or nothing, after runDry().
+    [[nodiscard]] bool isDry() const { return mTail != Tail::None; }
+    /// Whether the rest has been played.
+    [[nodiscard]] bool isDrained() const { return mTail == Tail::Drained; }
+    /// Whether a stop now could not be heard: the stream has ended, or its client, which has no way
+    /// to announce the end, sees that all was played.
+    [[nodiscard]] bool isOver() const {
+        return mIsEnded || isDrained() ||
+               (mRecord->tag == AUDIO_TAG_ALTERNATIVE && mHasSounded && queuedFrames() == 0);
+    }
+    /// Whether a sink's source is withdrawn, or a track has no ring.
+    [[nodiscard]] bool isWithoutRing() const { return mOffer && mOffer->isAway(); }
+    /// Whether the client must still acknowledge that its ring was withdrawn.
+    [[nodiscard]] bool isLettingGo() const { return mOffer && mOffer->isWithdrawing(); }
+    /// Whether the client can write nothing more before frames are taken: its writer waits, or it
+    /// has nothing to write.
+    [[nodiscard]] bool isSettled() const;
+    /// See StreamRing.
+    void wakeWriter();
+    /// Disconnects the client when it has damaged its ring.
+    void checkRing();
+    /// Number of starts so far.
+    [[nodiscard]] std::uint32_t starts() const { return mStarts; }
+
     // ---- Queries --------------------------------------------------------------------------------
     [[nodiscard]] Client& client() const { return mClient; }
     [[nodiscard]] const StreamRecord& record() const { return *mRecord; }
@@ -102,6 +142,10 @@ public:
     [[nodiscard]] const RingOffer* ringOffer() const { return mOffer ? &*mOffer : nullptr; }
     [[nodiscard]] bool isActive() const { return mState == ACTIVE; }
     [[nodiscard]] bool isWriteDone() const { return mIsWriteDone; }
+    /// The last sample has been added to the mix.
+    [[nodiscard]] bool isEnded() const { return mIsEnded; }
+    /// Whether frames were played since the start.
+    [[nodiscard]] bool hasSounded() const { return mHasSounded; }
     [[nodiscard]] float keyShift() const { return mKeyShift; }
     /// Highest amplitude of the stream's own samples in the last tenth of a second.
     /// @param outputFrame  present position in the output
@@ -113,6 +157,7 @@ public:
 
 private:
     enum class Flow { Dry, Filling, Flowing };
+    enum class Tail { None, Draining, Drained };
 
     void dropRing();
     [[nodiscard]] bool isCutOff() const { return !mRing || (mOffer && mOffer->isWithdrawing()); }
@@ -126,6 +171,7 @@ private:
     void account(std::uint64_t outputFrame, std::uint64_t streamFrame, std::size_t frames);
     void copyShare(std::size_t frames);
     void beginSound();
+    void note(const char* change);
     std::size_t addSilence();
     void measure(std::size_t frames, std::uint64_t outputFrame);
 
@@ -140,6 +186,7 @@ private:
     GainMatrix mGains;
     PeakWindow mPeak;
     PeakWindow mHeardPeak;
+    std::function<std::uint64_t()> mOutputFrame;
     std::function<void()> mOnChange;
     std::optional<RingOffer> mOffer;  // of a physical ring
 
@@ -149,6 +196,10 @@ private:
     bool mIsEnded = false;     // the last sample has been added to the mix
     bool mIsFinished = false;  // the client has been notified of the end
     Flow mFlow = Flow::Dry;
+    bool mIsHeld = false;
+    bool mTakesPart = false;  // since the start
+    Tail mTail = Tail::None;
+    std::uint32_t mStarts = 0;
     bool mHasSounded = false;            // since start
     bool mIsContinued = false;           // no data was lost since the last run of frames
     std::uint64_t mSoundStart = 0;       // stream frame that was the first after start

@@ -52,6 +52,7 @@ void StreamRegistry::add(Client& client, const wire::CreateRequest& request,
     record->tag = request.tag;
     record->type = streamTypeOf(static_cast<AudioTagType>(request.tag), request.streamParam);
     record->format = format;
+    record->keepsChanges = mSettings.keepsRecords;
     record->pid = client.process(request.pid);
     auto makeAnother = [this, &client, size = ring->size(), frameBytes = format.frameBytes()] {
         std::unique_ptr<StreamRing> another;
@@ -61,9 +62,11 @@ void StreamRegistry::add(Client& client, const wire::CreateRequest& request,
     auto stem = makeStem(*record);
     mStreams.push_back(std::make_unique<PlaybackStream>(
         mLoop, client,
-        PlaybackStream::Parts{record, std::move(ring), std::move(makeAnother), std::move(stem),
-                              mSettings.outputRate, mSettings.outputChannels,
-                              [this] { mOnChange(); }}));
+        PlaybackStream::Parts{
+            record, std::move(ring), std::move(makeAnother), std::move(stem), mSettings.outputRate,
+            mSettings.outputChannels,
+            [this] { return mSettings.outputFrame ? mSettings.outputFrame() : 0; },
+            [this] { mOnChange(); }}));
     offerRing(*mStreams.back());
     if (mSettings.keepsRecords) mRecords.push_back(std::move(record));
     log::info("%s plays %s", client.title().c_str(), format.text().c_str());

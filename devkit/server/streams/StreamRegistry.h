@@ -32,6 +32,8 @@ public:
         bool keepsRecords = false;
         std::uint32_t outputRate = 48000;
         unsigned outputChannels = 2;
+        /// The next frame of the output; null means 0.
+        std::function<std::uint64_t()> outputFrame;
         /// Called when a client has written into a ring; may be null.
         ShareMemoryUpdateNotificationCallback* onWrite = nullptr;
     };

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/JUnit.h"
+
+#include "devkit/text/Printable.h"
+#include "tools/Failure.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+
+namespace cabinaudio::tool {
+
+namespace {
+
+/// Text and attribute values. XML allows no control characters, not even escaped.
+std::string xml(const std::string& text) {
+    std::string result;
+    for (const char letter : text::printable(text)) {
+        switch (letter) {
+            case '&':
+                result += "&amp;";
+                break;
+            case '<':
+                result += "&lt;";
+                break;
+            case '>':
+                result += "&gt;";
+                break;
+            case '"':
+                result += "&quot;";
+                break;
+            default:
+                result += letter;
+        }
+    }
+    return result;
+}
+
+std::string attribute(const char* name, const std::string& value) {
+    return std::string(" ") + name + "=\"" + xml(value) + '"';
+}
+
+std::string textOf(const JUnitCase& one) {
+    std::string begin =
+        "    <testcase" + attribute("classname", one.className) + attribute("name", one.name);
+    if (!one.file.empty()) begin += attribute("file", one.file);
+    if (one.line != 0) begin += attribute("line", std::to_string(one.line));
+    if (one.result == JUnitCase::Result::Met) return begin + "/>\n";
+    const std::string element = one.result == JUnitCase::Result::Failure ? "failure" : "error";
+    return begin + ">\n      <" + element + attribute("message", one.message) + '>' +
+           xml(one.message) + "</" + element + ">\n    </testcase>\n";
+}
+
+std::string countsOf(const JUnitSuite& suite) {
+    const auto number = [&](JUnitCase::Result result) {
+        return std::to_string(
+            std::count_if(suite.cases.begin(), suite.cases.end(),
+                          [&](const JUnitCase& one) { return one.result == result; }));
+    };
+    return attribute("tests", std::to_string(suite.cases.size())) +
+           attribute("failures", number(JUnitCase::Result::Failure)) +
+           attribute("errors", number(JUnitCase::Result::Error)) + attribute("skipped", "0");
+}
+
+std::string textOf(const JUnitSuite& suite) {
+    const std::string counts = countsOf(suite);
+    std::string text = std::string(R"(<?xml version="1.0" encoding="UTF-8"?>)") + "\n<testsuites" +
+                       counts + ">\n  <testsuite" + attribute("name", suite.name) + counts + ">\n";
+    for (const JUnitCase& one : suite.cases)
+        text += textOf(one);
+    if (!suite.attachments.empty()) {
+        text += "    <system-out>";
+        for (const std::string& path : suite.attachments)
+            text += "[[ATTACHMENT|" + xml(path) + "]]\n";
+        text += "</system-out>\n";
+    }
+    return text + "  </testsuite>\n</testsuites>\n";
+}
+
+}  // namespace
+
+void writeJUnit(const std::string& path, const JUnitSuite& suite) {
+    errno = 0;
+    std::ofstream file(path, std::ios::binary);
+    file << textOf(suite);
+    file.close();
+    if (!file)
+        throw Failure("cannot write '" + path + "'" +
+                      (errno != 0 ? std::string(": ") + std::strerror(errno) : ""));
+}
+
+}  // namespace cabinaudio::tool
