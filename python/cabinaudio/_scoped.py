@@ -26,4 +26,8 @@ class Scoped(abc.ABC):
         value: Optional[BaseException],
         trace: Optional[TracebackType],
     ) -> None:
+        self._leave(kind is None)
+
+    def _leave(self, is_clean: bool) -> None:
+        """The statement has ended, and without an exception if `is_clean`."""
         self.close()

@@ -1,9 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
 """What the tests of the Python package share."""
 
+import contextlib
 import os
+import signal
 import subprocess
 import sys
+import threading
 
 import pytest
 
@@ -34,3 +37,18 @@ def run_script(tmp_path):
         )
 
     return run
+
+
+@pytest.fixture
+def ctrl_c():
+    """A context in which the interrupt key ends what runs, a moment after it has begun."""
+
+    @contextlib.contextmanager
+    def interrupted():
+        timer = threading.Timer(0.1, os.kill, (os.getpid(), signal.SIGINT))
+        timer.start()
+        with pytest.raises(KeyboardInterrupt):
+            yield
+        timer.join()
+
+    return interrupted

@@ -4,7 +4,6 @@
 import concurrent.futures
 import gc
 import os
-import signal
 import threading
 import time
 
@@ -98,29 +97,23 @@ track.close()
 
 
 @pytest.mark.cabin(time="stepped")
-def test_ctrl_c_ends_a_wait(cabin):
+def test_ctrl_c_ends_a_wait(cabin, ctrl_c):
     with cabinaudio.Track("prompt") as track:
         track.start()
         track.write(SOUND[:9600])
         track.write_done()
-        timer = threading.Timer(0.1, os.kill, (os.getpid(), signal.SIGINT))
-        timer.start()
-        with pytest.raises(KeyboardInterrupt):
+        with ctrl_c():
             track.wait(600)
-        timer.join()
 
 
 @pytest.mark.cabin(time="stepped")
-def test_ctrl_c_ends_a_write_while_time_stands(cabin):
+def test_ctrl_c_ends_a_write_while_time_stands(cabin, ctrl_c):
     with cabinaudio.Track("prompt") as track:
         track.start()
-        timer = threading.Timer(0.1, os.kill, (os.getpid(), signal.SIGINT))
-        timer.start()
         begin = time.monotonic()
-        with pytest.raises(KeyboardInterrupt):
+        with ctrl_c():
             track.write(SOUND)
         assert time.monotonic() - begin < 15  # the library's own wait has 60 s here
-        timer.join()
 
 
 DROP = """
@@ -176,14 +169,11 @@ print(os.waitpid(child, 0)[1])
 
 
 @pytest.mark.cabin(time="real")
-def test_ctrl_c_ends_a_write(cabin):
+def test_ctrl_c_ends_a_write(cabin, ctrl_c):
     with cabinaudio.Track("prompt") as track:
         track.start()
-        timer = threading.Timer(0.1, os.kill, (os.getpid(), signal.SIGINT))
-        timer.start()
-        with pytest.raises(KeyboardInterrupt):
+        with ctrl_c():
             track.write(SOUND * 600)
-        timer.join()
 
 
 @pytest.mark.cabin(time="real")

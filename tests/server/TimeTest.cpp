@@ -77,6 +77,14 @@ protected:
     [[nodiscard]] bool reaches(const std::string& state) {
         return eventually([&] { return time().at("state") == state; }, std::chrono::minutes(1));
     }
+    /// A run that waits at 20 ms for a prompt, which nobody plays yet.
+    std::future<std::string> runAsFarAsThePrompt(const std::string& line,
+                                                 const std::string& mode = "lockstep") {
+        serve({"--await", "prompt@20", "--patience", "60000"}, mode);
+        auto run = later(line);
+        EXPECT_TRUE(reaches("waiting"));
+        return run;
+    }
     [[nodiscard]] bool hasError() {
         return eventually([this] { return !time().at("errors").empty(); }, std::chrono::minutes(1));
     }
@@ -231,18 +239,14 @@ TEST_F(OwnTime, RefusesWhatIsNoCommand) {
 }
 
 TEST_F(OwnTime, RunsOnceAtATime) {
-    serve({"--await", "prompt@20"}, "stepped");
-    auto run = later("time run 100");
-    ASSERT_TRUE(reaches("waiting"));
+    auto run = runAsFarAsThePrompt("time run 100", "stepped");
     EXPECT_EQ(command("time run 1"), "error: time runs already");
     EXPECT_EQ(command("time stop"), "ok");
     EXPECT_EQ(run.get(), "error: stopped at 20 ms");
 }
 
 TEST_F(OwnTime, EndsTheRunAtAnEarlierStop) {
-    serve({"--await", "prompt@20", "--patience", "60000"});
-    auto run = later("time run 100");
-    ASSERT_TRUE(reaches("waiting"));
+    auto run = runAsFarAsThePrompt("time run 100");
     EXPECT_EQ(command("time stop 50"), "ok");
     auto prompt = playing("prompt", SECOND / 4);
     EXPECT_EQ(run.get(), "error: stopped at 50 ms");
@@ -255,9 +259,7 @@ TEST_F(OwnTime, EndsTheRunAtAnEarlierStop) {
 }
 
 TEST_F(OwnTime, EndsTheRunBeforeALaterStop) {
-    serve({"--await", "prompt@20", "--patience", "60000"});
-    auto run = later("time run 50");
-    ASSERT_TRUE(reaches("waiting"));
+    auto run = runAsFarAsThePrompt("time run 50");
     EXPECT_EQ(command("time stop 1000"), "ok");
     auto prompt = playing("prompt", SECOND / 4);
     EXPECT_EQ(run.get(), "ok");
@@ -644,9 +646,7 @@ TEST_F(OwnTime, GoesOnWithoutAFrozenClient) {
 }
 
 TEST_F(OwnTime, EndsWhileItWaits) {
-    serve({"--await", "prompt@20", "--patience", "60000"}, "stepped");
-    auto run = later("time run 100");
-    ASSERT_TRUE(reaches("waiting"));
+    auto run = runAsFarAsThePrompt("time run 100", "stepped");
     EXPECT_THAT(errors(), IsEmpty());
     EXPECT_EQ(run.get(), "error: the server ends");
 }

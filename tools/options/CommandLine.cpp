@@ -94,15 +94,15 @@ void configure(CLI::App& app) {
     app.footer(FOOTER);
 }
 
-}  // namespace
-
-std::optional<Command> parseCommandLine(int argc, char** argv) {
-    CLI::App app("Plays and records sound through the cabin audio server and looks after it.");
-    configure(app);
-    Command command;
+/// Where the options of all commands are stored while the command line is parsed.
+struct AllOptions {
     PlayOptions play;
     RawFormat raw;
     RecordOptions record;
+    ListenOptions listen;
+    TopOptions top;
+    ScenarioOptions scenario;
+    CheckOptions check;
     GetOptions get;
     SetOptions set;
     ListOptions list;
@@ -111,73 +111,91 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
     VersionOptions version;
     DoctorOptions doctor;
     ServerOptions server;
-    ListenOptions listen;
-    TopOptions top;
-    ScenarioOptions scenario;
-    CheckOptions checks;
-    addPlay(app, play, raw, command.common);
-    addRecord(app, record, command.common);
-    addListen(app, listen, command.common);
-    addTop(app, top, command.common);
-    addScenario(app, scenario, command.common);
-    addCheck(app, checks, command.common);
-    addGet(app, get, command.common);
-    addSet(app, set, command.common);
-    addList(app, list, command.common);
-    addDescribe(app, describe, command.common);
-    addMonitor(app, monitor, command.common);
-    addVersion(app, version, command.common);
-    addDoctor(app, doctor, command.common);
-    addServer(app, server, command.common);
+};
+
+/// In the order of the help.
+void addCommands(CLI::App& app, AllOptions& all, CommonOptions& common) {
+    addPlay(app, all.play, all.raw, common);
+    addRecord(app, all.record, common);
+    addListen(app, all.listen, common);
+    addTop(app, all.top, common);
+    addScenario(app, all.scenario, common);
+    addCheck(app, all.check, common);
+    addGet(app, all.get, common);
+    addSet(app, all.set, common);
+    addList(app, all.list, common);
+    addDescribe(app, all.describe, common);
+    addMonitor(app, all.monitor, common);
+    addVersion(app, all.version, common);
+    addDoctor(app, all.doctor, common);
+    addServer(app, all.server, common);
+}
+
+/// @return false when help or version was requested and has been printed
+bool parse(CLI::App& app, int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& asked) {  // help or version
         std::ostringstream printed;
         app.exit(asked, printed, printed);
         text::print(printed.str());
-        return std::nullopt;
+        return false;
     } catch (const CLI::ParseError& error) {
         refuse(app, explain(app, error));
     }
-    if (app.got_subcommand("play")) {
-        if (play.raw) play.raw = raw;
-        if (const std::string fault = optionFault(play); !fault.empty()) refuse(app, fault);
-        command.options = play;
-    } else if (app.got_subcommand("record")) {
-        completeFormat(*app.get_subcommand("record"), record);
-        if (const std::string fault = optionFault(record, command.common); !fault.empty())
-            refuse(app, fault);
-        command.options = record;
-    } else if (app.got_subcommand("listen")) {
-        if (const std::string fault = optionFault(listen, command.common); !fault.empty())
-            refuse(app, fault);
-        command.options = listen;
-    } else if (app.got_subcommand("check")) {
-        if (const std::string fault = optionFault(checks); !fault.empty()) refuse(app, fault);
-        command.options = checks;
-    } else if (app.got_subcommand("top")) {
-        if (const std::string fault = optionFault(top, command.common); !fault.empty())
-            refuse(app, fault);
-        command.options = top;
-    } else if (app.got_subcommand("scenario")) {
-        command.options = scenario;
-    } else if (app.got_subcommand("server")) {
-        command.options = server;
-    } else if (app.got_subcommand("get")) {
-        command.options = get;
-    } else if (app.got_subcommand("set")) {
-        command.options = set;
-    } else if (app.got_subcommand("list")) {
-        command.options = list;
-    } else if (app.got_subcommand("describe")) {
-        command.options = describe;
-    } else if (app.got_subcommand("monitor")) {
-        command.options = monitor;
-    } else if (app.got_subcommand("version")) {
-        command.options = version;
-    } else {
-        command.options = doctor;
-    }
+    return true;
+}
+
+/// What depends on several options.
+void complete(const CLI::App& app, AllOptions& all) {
+    if (all.play.raw) all.play.raw = all.raw;
+    if (app.got_subcommand("record")) completeFormat(*app.get_subcommand("record"), all.record);
+}
+
+/// What is wrong with the options of the command that was given, "" if nothing is.
+std::string faultOf(const CLI::App& app, const AllOptions& all, const CommonOptions& common) {
+    if (app.got_subcommand("play")) return optionFault(all.play);
+    if (app.got_subcommand("record")) return optionFault(all.record, common);
+    if (app.got_subcommand("listen")) return optionFault(all.listen, common);
+    if (app.got_subcommand("check")) return optionFault(all.check);
+    if (app.got_subcommand("top")) return optionFault(all.top, common);
+    return "";
+}
+
+/// Keeps the options of the command that was given.
+void choose(const CLI::App& app, const AllOptions& all, Command& command) {
+    const auto option = [&](const char* name, const auto& options) {
+        if (app.got_subcommand(name)) command.options = options;
+    };
+    option("play", all.play);
+    option("record", all.record);
+    option("listen", all.listen);
+    option("top", all.top);
+    option("scenario", all.scenario);
+    option("check", all.check);
+    option("get", all.get);
+    option("set", all.set);
+    option("list", all.list);
+    option("describe", all.describe);
+    option("monitor", all.monitor);
+    option("version", all.version);
+    option("doctor", all.doctor);
+    option("server", all.server);
+}
+
+}  // namespace
+
+std::optional<Command> parseCommandLine(int argc, char** argv) {
+    CLI::App app("Plays and records sound through the cabin audio server and looks after it.");
+    configure(app);
+    AllOptions all;
+    Command command;
+    addCommands(app, all, command.common);
+    if (!parse(app, argc, argv)) return std::nullopt;
+    complete(app, all);
+    if (const std::string fault = faultOf(app, all, command.common); !fault.empty())
+        refuse(app, fault);
+    choose(app, all, command);
     return command;
 }
 

@@ -17,7 +17,6 @@ import tempfile
 import threading
 import time as clock
 from pathlib import Path
-from types import TracebackType
 from typing import (
     TYPE_CHECKING,
     Any,
@@ -27,7 +26,6 @@ from typing import (
     Mapping,
     Optional,
     Tuple,
-    Type,
     Union,
 )
 
@@ -235,16 +233,11 @@ class Server(Scoped):
         """As stop()."""
         self.stop()
 
-    def __exit__(
-        self,
-        kind: Optional[Type[BaseException]],
-        value: Optional[BaseException],
-        trace: Optional[TracebackType],
-    ) -> None:
+    def _leave(self, is_clean: bool) -> None:
         __tracebackhide__ = True
         self.stop()
         faults = self._faults()
-        if faults and kind is None:
+        if faults and is_clean:
             raise ServerError("; ".join(faults))
 
     def _faults(self) -> List[str]:
