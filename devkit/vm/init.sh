@@ -1,20 +1,24 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
 # First program of the virtual machine (booted by run.py, in the image of prepare.py). Runs the jobs
-# of /plan/order one after another and powers off.
+# of /plan/order, several at a time because tests mostly wait, then those of /plan/alone one after
+# another, and powers off.
 #
-# A line of /plan/order is KIND NAME SECONDS. /plan/NAME starts the job; SECONDS is the longest time
-# without output. Kind "gtest" is a GoogleTest program: if it ends before its last test, it is
-# started again for the remaining tests. /plan/NAME.skip lists tests to leave out, in the format of
-# --gtest_filter.
+# A line of these files is KIND NAME PART SECONDS. /plan/NAME starts the job; SECONDS is the longest
+# time without output. Kind "gtest" is a GoogleTest program: /plan/NAME.PART lists the tests to run,
+# in the format of --gtest_filter. If it ends before the last of them, it is started again for the
+# remaining ones.
 #
-# Lines for the host begin with "@vm " on the console:
+# Lines for the host begin with "@vm " on the console; those from "begin" to "end" are not mixed with
+# those of another job:
 #   @vm up KERNEL            | @vm begin NAME           | @vm end NAME STATUS SECONDS
 #   @vm | LINE OF OUTPUT     | @vm alive NAME: LAST LINE OF OUTPUT | @vm down
 set -u
 export PATH=/usr/bin:/usr/sbin HOME=/tmp TMPDIR=/tmp
 umask 022
-output=/run/output
+lanes=3
+lane=alone
+output=/run/output.alone
 
 mount_all() {
     mount -t devtmpfs dev /dev
@@ -24,9 +28,16 @@ mount_all() {
     mount -t tmpfs -o mode=1777 shm /dev/shm
     mount -t tmpfs -o mode=1777 tmp /tmp
     mount -t tmpfs run /run
+    mount -t cgroup2 cgroup /sys/fs/cgroup
 }
 
-tell() { printf '@vm %s\n' "$*"; }
+# One line at a time, and not in the middle of a job's report.
+tell() {
+    (
+        flock 9
+        printf '@vm %s\n' "$*"
+    ) 9>/run/console.lock
+}
 
 last_line() { tail -n 1 "$output" | cut -c 1-160; }
 
@@ -50,23 +61,34 @@ watch_job() {
 }
 
 # run_once NAME SECONDS ARGUMENT...: runs the job and reports its output and end. Leaves no process
-# behind: a signal that the first program sends to all processes spares only itself.
+# behind: a control group holds all that the job starts.
 run_once() {
     name=$1
     seconds=$2
     shift 2
-    tell "begin $name"
+    group=/sys/fs/cgroup/$lane
+    mkdir "$group"
     began=$(date +%s)
-    "/plan/$name" "$@" >"$output" 2>&1 </dev/null &
+    # shellcheck disable=SC2016  # the words of the inner shell
+    sh -c 'echo 0 >"$0/cgroup.procs" && exec "$@"' "$group" "/plan/$name" "$@" \
+        >"$output" 2>&1 </dev/null &
     job=$!
     watch_job "$job" "$name" "$seconds" &
+    watch=$!
     status=0
     wait "$job" || status=$?
-    kill -KILL -1
-    wait
+    kill -KILL "$watch"
+    echo 1 >"$group/cgroup.kill"
+    until rmdir "$group" 2>/dev/null; do sleep 0.1; done
+    report "$name" "$status" "$(($(date +%s) - began))" 9>/run/console.lock
+}
+
+# report NAME STATUS SECONDS: the lines of a job that has ended.
+report() {
+    flock 9
+    printf '@vm begin %s\n' "$1"
     sed 's/^/@vm | /' "$output"
-    printf '\n'
-    tell "end $name $status $(($(date +%s) - began))"
+    printf '\n@vm end %s\n' "$*"
 }
 
 # The tests that the job has begun, in the format of --gtest_filter.
@@ -74,13 +96,40 @@ begun() { sed -n 's/^.*\[ RUN      \] //p' "$output" | tr '\n' ':'; }
 
 ended_early() { ! grep -q '^\[==========\] .* ran\.' "$output"; }
 
+# run_gtest NAME PART SECONDS
 run_gtest() {
-    skip=$(cat "/plan/$1.skip")
+    done=
     while :; do
-        run_once "$1" "$2" "--gtest_filter=-$skip"
+        run_once "$1" "$3" "--gtest_filter=$(cat "/plan/$1.$2")${done:+-$done}"
         more=$(begun)
         if [ -z "$more" ] || ! ended_early; then break; fi
-        skip=$skip:${more%:}
+        done=$done$more
+    done
+}
+
+# run_job KIND NAME PART SECONDS
+run_job() {
+    case $1 in
+        gtest) run_gtest "$2" "$3" "$4" ;;
+        *) run_once "$2" "$4" ;;
+    esac
+}
+
+# Takes the next line of the jobs that are left; empty when there is none.
+next_job() {
+    (
+        flock 8
+        head -n 1 /run/order
+        sed -i 1d /run/order
+    ) 8>/run/order.lock
+}
+
+run_lane() {
+    lane=lane$1
+    output=/run/output.$1
+    while line=$(next_job) && [ -n "$line" ]; do
+        # shellcheck disable=SC2086  # its words
+        run_job $line
     done
 }
 
@@ -90,11 +139,12 @@ date -s "@${NOW:-0}" >/dev/null
 # shellcheck disable=SC3045  # supported by the machine's shell
 ulimit -c 0
 tell "up $(uname -srvm), $(nproc) processors"
-while read -r kind name seconds; do
-    case $kind in
-        gtest) run_gtest "$name" "$seconds" ;;
-        *) run_once "$name" "$seconds" ;;
-    esac
-done </plan/order
+cp /plan/order /run/order
+for number in $(seq "$lanes"); do run_lane "$number" & done
+wait
+while read -r line; do
+    # shellcheck disable=SC2086  # its words
+    run_job $line
+done </plan/alone
 tell down
 poweroff -f

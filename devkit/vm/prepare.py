@@ -34,6 +34,7 @@ SUITES = ["foundation", "link", "shm", "client", "settings", "diag", "hostile", 
 PATIENCE = 3        # the machine is slow: tests get this many times their time limits
 NO_PROGRAM = "it starts no test program of the target"
 DEMO_SECONDS = 120  # longest time without output of the demo
+PART_TESTS = 50     # programs with more tests than this run in parts, several at a time
 
 
 def fail(text):
@@ -107,14 +108,12 @@ class Plan:
             return
         properties = test["properties"]
         fresh = {"path": path, "directory": properties["WORKING_DIRECTORY"], "seconds": 0,
-                 "environment": properties.get("ENVIRONMENT", []), "tests": {}, "skip": []}
+                 "environment": properties.get("ENVIRONMENT", []), "tests": {}}
         program = self.programs.setdefault(os.path.basename(path), fresh)
         if program["path"] != path or program["environment"] != fresh["environment"]:
             fail(f"{test['name']} needs another start than the other tests of its program")
         if reason is None:
             program["tests"][name] = test["name"]
-        else:
-            program["skip"].append(name)
         program["seconds"] = max(program["seconds"],
                                  PATIENCE * int(properties.get("TIMEOUT", 120)))
 
@@ -209,8 +208,8 @@ class Image:
 
 # Commands used by init.sh, by demo/run.sh and by shells that tests start.
 APPLETS = """
-basename cat chmod cut date dirname echo env expr false grep head id kill ln ls mkdir mkfifo mktemp
-mount mv nproc poweroff printf ps readlink rm sed sh sleep sort stat tail test timeout touch tr true
+basename cat chmod cp cut date dirname echo env expr false flock grep head id kill ln ls mkdir mkfifo mktemp
+mount mv nproc poweroff printf ps readlink rm sed seq sh sleep sort stat tail test timeout touch tr true
 uname uniq wc"""
 
 
@@ -219,6 +218,13 @@ def executables(directory):
     paths = [os.path.join(directory, name) for name in sorted(os.listdir(directory))]
     return [path for path in paths
             if os.path.isfile(path) and os.stat(path).st_mode & stat.S_IXUSR and is_elf(path)]
+
+
+def parts(names):
+    """The names in groups of about equal size, none larger than PART_TESTS."""
+    count = -(-len(names) // PART_TESTS)
+    return [names[len(names) * part // count:len(names) * (part + 1) // count]
+            for part in range(count)]
 
 
 def put_jobs(image, plan, machine_build):
@@ -231,10 +237,11 @@ def put_jobs(image, plan, machine_build):
         image.write("/plan/" + name, "#!/bin/sh\n"
                     f"cd {shlex.quote(program['directory'])} || exit\n"
                     f"exec {shlex.join(words)} \"$@\"\n", 0o755)
-        image.write(f"/plan/{name}.skip", ":".join(program["skip"]))
-        order.append(f"gtest {name} {program['seconds']}\n")
-    order.append(f"demo demo {DEMO_SECONDS}\n")
+        for number, names in enumerate(parts(list(program["tests"]))):
+            image.write(f"/plan/{name}.{number}", ":".join(names))
+            order.append(f"gtest {name} {number} {program['seconds']}\n")
     image.write("/plan/order", "".join(order))
+    image.write("/plan/alone", f"demo demo 0 {DEMO_SECONDS}\n")
 
 
 def put_demo(image, tests_build, machine_build):

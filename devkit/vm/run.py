@@ -100,9 +100,9 @@ class Results:
         self.outcomes = {}
 
     def take(self, lines, status):
-        """Takes the output of one run of the program. A test without an end has failed. @return a
-        complaint about the program's end, or None"""
-        test, output, complete = None, [], False
+        """Takes the output of one run of the program, which need not have all of its tests. A
+        test without an end has failed. @return a complaint about the program's end, or None"""
+        test, output, complete, failed = None, [], False, False
         for line in lines:
             begun, ended = BEGUN.search(line), ENDED.search(line)
             if begun:
@@ -110,6 +110,7 @@ class Results:
             output.append(line)
             if ended and ended[2] == test:
                 self.put(test, ended[1], output)
+                failed = failed or ended[1] == "FAILED"
                 test = None
             complete = complete or bool(SUMMARY.search(line))
         if test is not None:
@@ -118,7 +119,6 @@ class Results:
             return None
         if not complete:
             return f"ended before its last test, with status {status}"
-        failed = any(outcome == "FAILED" for outcome, _ in self.outcomes.values())
         if status != 0 and not failed:
             return f"ended with status {status}, but no test has failed"
         return None

@@ -128,6 +128,11 @@ class AMachine(unittest.TestCase):
     def test_a_status_without_a_failed_test_is_a_fault(self):
         self.expect_complaint(UP + told("p", 3, *BOTH, RAN) + DEMO + DOWN, "status 3, but no test")
 
+    def test_a_failed_test_does_not_excuse_the_status_of_another_part(self):
+        failed = [BOTH[0], "[  FAILED  ] A.one (1 ms)", RAN]
+        console = UP + told("p", 1, *failed) + told("p", 3, *BOTH[2:], RAN) + DEMO + DOWN
+        self.expect_complaint(console, "status 3, but no test")
+
     def test_an_unknown_test_is_a_fault(self):
         more = ["[ RUN      ] A.four", "[       OK ] A.four (1 ms)"]
         self.expect_complaint(UP + told("p", 0, *BOTH, *more, RAN) + DEMO + DOWN, "A.four")
