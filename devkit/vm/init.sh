@@ -31,28 +31,33 @@ mount_all() {
     mount -t cgroup2 cgroup /sys/fs/cgroup
 }
 
+# The machine's shell has no flock. Who holds a lock must not be killed.
+lock() { until mkdir "/run/$1.lock" 2>/dev/null; do sleep 0.05; done; }
+unlock() { rmdir "/run/$1.lock"; }
+
 # One line at a time, and not in the middle of a job's report.
 tell() {
-    (
-        flock 9
-        printf '@vm %s\n' "$*"
-    ) 9>/run/console.lock
+    lock console
+    printf '@vm %s\n' "$*"
+    unlock console
 }
 
 last_line() { tail -n 1 "$output" | cut -c 1-160; }
 
-# watch PROCESS NAME SECONDS: reports to the host that the machine is alive, and ends a job without
-# output.
+# watch_job PROCESS NAME SECONDS: reports to the host that the machine is alive, and ends a job
+# without output. Ends at SIGTERM, after what it is doing.
 watch_job() {
+    over=
+    trap 'over=yes' TERM
     size=
     silent=0
-    while sleep 5; do
+    while sleep 5 & wait $! && [ -z "$over" ]; do
         now=$(wc -c <"$output")
         if [ "$now" = "$size" ]; then silent=$((silent + 5)); else silent=0; fi
         size=$now
         tell "alive $2: $(last_line)"
         [ "$silent" -lt "$3" ] || {
-            tell "| without output for $silent s: ended"
+            echo "without output for $silent s: ended" >>"$output"
             kill -ABRT "$1"
             sleep 5
             kill -KILL "$1"
@@ -68,27 +73,30 @@ run_once() {
     shift 2
     group=/sys/fs/cgroup/$lane
     mkdir "$group"
+    : >"$output"
     began=$(date +%s)
     # shellcheck disable=SC2016  # the words of the inner shell
     sh -c 'echo 0 >"$0/cgroup.procs" && exec "$@"' "$group" "/plan/$name" "$@" \
-        >"$output" 2>&1 </dev/null &
+        >>"$output" 2>&1 </dev/null &
     job=$!
     watch_job "$job" "$name" "$seconds" &
     watch=$!
     status=0
     wait "$job" || status=$?
-    kill -KILL "$watch"
+    kill "$watch"
+    wait "$watch"
     echo 1 >"$group/cgroup.kill"
     until rmdir "$group" 2>/dev/null; do sleep 0.1; done
-    report "$name" "$status" "$(($(date +%s) - began))" 9>/run/console.lock
+    report "$name" "$status" "$(($(date +%s) - began))"
 }
 
 # report NAME STATUS SECONDS: the lines of a job that has ended.
 report() {
-    flock 9
+    lock console
     printf '@vm begin %s\n' "$1"
     sed 's/^/@vm | /' "$output"
     printf '\n@vm end %s\n' "$*"
+    unlock console
 }
 
 # The tests that the job has begun, in the format of --gtest_filter.
@@ -117,11 +125,10 @@ run_job() {
 
 # Takes the next line of the jobs that are left; empty when there is none.
 next_job() {
-    (
-        flock 8
-        head -n 1 /run/order
-        sed -i 1d /run/order
-    ) 8>/run/order.lock
+    lock order
+    head -n 1 /run/order
+    sed -i 1d /run/order
+    unlock order
 }
 
 run_lane() {

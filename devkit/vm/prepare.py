@@ -208,7 +208,7 @@ class Image:
 
 # Commands used by init.sh, by demo/run.sh and by shells that tests start.
 APPLETS = """
-basename cat chmod cp cut date dirname echo env expr false flock grep head id kill ln ls mkdir mkfifo mktemp
+basename cat chmod cp cut date dirname echo env expr false grep head id kill ln ls mkdir mkfifo mktemp
 mount mv nproc poweroff printf ps readlink rm sed seq sh sleep sort stat tail test timeout touch tr true
 uname uniq wc"""
 
