@@ -97,7 +97,7 @@ def test_contents(wheel):
 def test_an_environment_needs_nothing_else(environment, tmp_path):
     (tmp_path / "test_it.py").write_text(TEST)
     printed = run(environment, "-m", "pytest", "-q", "-rP", "-p", "no:cacheprovider",
-                  "--rootdir", tmp_path, tmp_path / "test_it.py")
+                  "--basetemp", tmp_path / "kept", "--rootdir", tmp_path, tmp_path / "test_it.py")
     assert "3 passed" in printed
     package = environment.parent.parent / "lib"
     loaded = [line for line in printed.splitlines() if line.endswith((".so", ".so.2"))]
