@@ -327,6 +327,13 @@ class Server(Scoped):
         return _CURRENT[-1]
 
     @property
+    def pid(self) -> int:
+        """Of the process that runs. Raises ServerError when none does."""
+        if self._process is None:
+            raise ServerError("the server has been stopped: it has no process")
+        return self._process.pid
+
+    @property
     def is_running(self) -> bool:
         """Whether the server's process runs."""
         return self._process is not None and self._process.poll() is None
