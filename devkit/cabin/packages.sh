@@ -45,6 +45,9 @@ test    python3                      pseudo terminals for the tests of the tool
 test    python3-pytest               tests of the Python package
 test    python3-pytest-xdist         several at a time
 test    python3-numpy                arrays that it plays and records
+test    python3-pip                  builds and installs its wheel
+test    python3-setuptools           packs it
+test    python3-wheel                its format
 test    mypy                         types of the package
 test    python3-pyte                 a terminal that is only calculated: screen of top
 test    mandoc                       form of the man pages

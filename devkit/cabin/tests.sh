@@ -64,11 +64,23 @@ run_tests() {
     lock_tree "$tree"
     export CABIN_LOCKED_TREE="$tree"
     result=0
+    rm -rf "$tree/tests/home/config/cabinaudio"
     fixed_addresses ctest "$@" --output-log "$tree/test.log" </dev/null 9>&- || result=$?
     unset CABIN_LOCKED_TREE
     unlock_tree
+    left_behind "$suite_name" >&2 || result=1
     [ "$result" -ne 0 ] || return 0
     [ -t 1 ] || show_failures "$suite_name"
+    return 1
+}
+
+# Tests have the user's configuration in the build tree, and remove the directories of the instances
+# that they make there. Prints those that are left, and fails if there are any.
+left_behind() {
+    left=$(ls "build/$1/tests/home/config/cabinaudio" 2>/dev/null) || return 0
+    [ -n "$left" ] || return 0
+    printf '%s: tests left directories in build/%s/tests/home/config/cabinaudio:\n' "$1" "$1"
+    printf '%s\n' "$left" | head -n 20
     return 1
 }
 

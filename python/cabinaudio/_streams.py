@@ -344,7 +344,7 @@ class _Recording(_Stream):
     def readinto(self, buffer: Buffer, block: bool = True) -> int:
         """Reads into a writable buffer and returns the number of bytes; fewer than it holds when
         there was no new data for 1 s, or without `block`. Ctrl-C ends a blocking read of the main
-        thread, except of an uplink. Errors are those of Track.write()."""
+        thread, that of an uplink after a period. Errors are those of Track.write()."""
         view = memoryview(buffer)
         if view.itemsize != 1 or view.ndim != 1:
             # The first read checks the samples of the whole buffer.

@@ -11,9 +11,11 @@ Nothing of the package is imported before a fixture is used.
 
 from __future__ import annotations
 
+import inspect
 import os
 import shutil
 import tempfile
+import unittest
 from pathlib import Path
 from typing import TYPE_CHECKING, Any, Callable, Dict, Generator, List, Optional
 
@@ -23,6 +25,7 @@ if TYPE_CHECKING:
     from .testing import Program, Result, Server, Sound
 
 _MARKS = ("cabin", "cabin_server")
+_FIXTURES = ("cabin", "cabin_server", "cabin_servers", "cabin_app", "heard")
 _servers = pytest.StashKey["List[Server]"]()
 _REPLY_TIMEOUT = 60.0  # s; a client's waits while time stands count together
 
@@ -187,12 +190,26 @@ def pytest_collect_file(file_path: Any, parent: pytest.Collector) -> Optional[py
 _failed = pytest.StashKey[bool]()
 
 
+def pytest_runtest_setup(item: pytest.Item) -> None:
+    """Python's own error would not say how a method of unittest gets a server."""
+    owner = getattr(item, "cls", None)
+    if not isinstance(item, pytest.Function) or owner is None:
+        return
+    wanted = [name for name in inspect.signature(item.function).parameters if name in _FIXTURES]
+    if wanted and issubclass(owner, unittest.TestCase):
+        pytest.fail(
+            f"{item.name}: methods of unittest.TestCase take no fixtures, not '{wanted[0]}' either: "
+            'write @pytest.mark.usefixtures("cabin") and use cabinaudio.testing.Server.current()',
+            pytrace=False,
+        )
+
+
 @pytest.hookimpl(hookwrapper=True)  # type: ignore[misc]
-def pytest_pyfunc_call(pyfuncitem: pytest.Function) -> Generator[None, Any, None]:
+def pytest_runtest_call(item: pytest.Item) -> Generator[None, Any, None]:
     """Ends a test's servers with its function, so that what their ends show is the test's failure."""
     outcome = yield
-    outcome.get_result()  # the test's own failure comes first
-    servers: List[Server] = pyfuncitem.stash.get(_servers, [])
+    outcome.get_result()  # the test's own failure comes first; that of unittest does in its report
+    servers: List[Server] = item.stash.get(_servers, [])
     for server in reversed(servers):
         server.stop()
     _require_good_ends([result for server in servers for result in server.results])

@@ -98,12 +98,22 @@ long Capture::readInto(const py::object& object, bool isBlock, std::optional<dou
     SignalCheck signals;
     const auto deadline = isBlock ? deadlineAfter(timeout) : Aside::Clock::now();
     if (const auto left = takeLeft(buffer.data(), wanted, signals, deadline)) return *left;
-    // The silence of an uplink comes at the pace of the clock.
-    const int count = isBlock && isWatched(timeout) && mUplink == nullptr
-                          ? readWatched(buffer.data(), wanted, signals, deadline)
-                          : mStream->read(buffer.data(), wanted, isBlock);
+    const bool isLeft = isBlock && isWatched(timeout);
+    int count = 0;
+    if (isLeft && mUplink == nullptr)
+        count = readWatched(buffer.data(), wanted, signals, deadline);
+    else
+        count = mStream->read(buffer.data(), isLeft ? shortest(wanted) : wanted, isBlock);
     if (count < 0) throw Failure(count, "read of \"" + mName + "\"");
     return count;
+}
+
+/// The silence of an uplink comes at the pace of the clock: a caller that may leave waits for a
+/// period of it at a time.
+int Capture::shortest(int bytes) const {
+    const int frame = mLayout.frameBytes();
+    const int period = std::max(mStream->getPerLoopSize() / frame, 1) * frame;
+    return std::min(bytes, std::max(mStream->bytesUsed() / frame * frame, period));
 }
 
 /// What is there, or a period that is waited for. @return as the library's read()
@@ -112,8 +122,7 @@ int Capture::readWatched(unsigned char* data, int bytes, SignalCheck& signals,
     const int frame = mLayout.frameBytes();
     const int used = mStream->bytesUsed() / frame * frame;
     if (used > 0) return mStream->read(data, std::min(bytes, used), true);
-    const int period = std::max(mStream->getPerLoopSize() / frame, 1) * frame;
-    auto piece = std::make_shared<Bytes>(static_cast<std::size_t>(std::min(bytes, period)));
+    auto piece = std::make_shared<Bytes>(static_cast<std::size_t>(shortest(bytes)));
     // The call keeps the stream, whoever waits for it.
     auto read = [this, piece, use = std::make_shared<Life::Use>(mLife)] {
         return mStream->read(piece->data(), static_cast<int>(piece->size()), true);

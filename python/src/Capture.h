@@ -61,6 +61,7 @@ private:
 
     void request(const char* what, int (audio::QVAudioRecord::*operation)());
     [[nodiscard]] int frameCapacity() const;
+    [[nodiscard]] int shortest(int bytes) const;
     [[nodiscard]] int readWatched(unsigned char* data, int bytes, SignalCheck& signals,
                                   const Deadline& deadline);
     [[nodiscard]] std::optional<int> takeLeft(unsigned char* data, int bytes, SignalCheck& signals,

@@ -11,11 +11,12 @@
 namespace cabinaudio::testing {
 
 Result::Result(std::shared_ptr<TestDirectory> directory, std::string directoryPath, int exitStatus,
-               int signal)
+               int signal, bool isCrash)
     : mDirectory(std::move(directory)),
       mPath(std::move(directoryPath)),
       mExitStatus(exitStatus),
-      mSignal(signal) {}
+      mSignal(signal),
+      mIsCrash(isCrash) {}
 
 Heard Result::heard() const {
     if (!mHeard) {

@@ -14,6 +14,7 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
+#include <deque>
 #include <filesystem>
 #include <optional>
 #include <system_error>
@@ -116,42 +117,59 @@ public:
         : mOwn(std::move(own)),
           mDirectory(std::move(directory)),
           mInstance(newInstance()),
-          mPatience(options.patience),
-          mProcess(serverWords(options, mDirectory), mInstance, logPath(), options.patience),
+          mOptions(options),
+          mRunDirectory(mDirectory),
+          mProcess(newProcess()),
           mChange(INSTANCE_VARIABLE, mInstance),
           mConfigChange(CONFIG_VARIABLE, configDirectory()) {
         limitWaits();
     }
 
     [[nodiscard]] std::string configDirectory() const { return mDirectory + "/config"; }
-    [[nodiscard]] std::string logPath() const { return mDirectory + "/server.log"; }
+    [[nodiscard]] std::string logPath() const { return mRunDirectory + "/server.log"; }
 
     std::string ask(const std::string& line) const {  // NOLINT(modernize-use-nodiscard): "ok"
-        std::string answer = mProcess.ask(line, mPatience + ANSWER_BOUND);
+        std::string answer = mProcess->ask(line, mOptions.patience + ANSWER_BOUND);
         if (answer.rfind("error: ", 0) == 0)
             throw Failure("command '" + line + "': " + answer.substr(answer.find(' ') + 1));
         return answer;
     }
 
     const Result& end(int signal) {
-        if (mResult) return *mResult;
-        mProcess.send(signal);
-        const int status = mProcess.wait(ANSWER_BOUND);
+        if (mHasEnded) return mResults.back();
+        const bool isCrash = signal == SIGKILL && mProcess->isRunning();
+        mProcess->send(signal);
+        const int status = mProcess->wait(ANSWER_BOUND);
         std::error_code notEmpty;  // a test has put settings there
         std::filesystem::remove(configDirectory(), notEmpty);
-        mResult.emplace(mOwn, mDirectory, WIFEXITED(status) ? WEXITSTATUS(status) : -1,
-                        WIFSIGNALED(status) ? WTERMSIG(status) : 0);
-        return *mResult;
+        mResults.emplace_back(mOwn, mRunDirectory, WIFEXITED(status) ? WEXITSTATUS(status) : -1,
+                              WIFSIGNALED(status) ? WTERMSIG(status) : 0, isCrash);
+        mHasEnded = true;
+        return mResults.back();
+    }
+
+    void startAgain() {
+        mRunDirectory = mDirectory + "/run" + std::to_string(mResults.size() + 1);
+        std::filesystem::create_directories(mRunDirectory);
+        mProcess = newProcess();
+        mHasEnded = false;
+    }
+
+    [[nodiscard]] std::unique_ptr<ServerProcess> newProcess() const {
+        return std::make_unique<ServerProcess>(serverWords(mOptions, mRunDirectory), mInstance,
+                                               logPath(), mOptions.patience);
     }
 
     std::shared_ptr<TestDirectory> mOwn;
     std::string mDirectory;
     std::string mInstance;
-    std::chrono::milliseconds mPatience;
-    ServerProcess mProcess;
+    ServerOptions mOptions;
+    std::string mRunDirectory;
+    std::unique_ptr<ServerProcess> mProcess;
     EnvironmentChange mChange;
     EnvironmentChange mConfigChange;
-    std::optional<Result> mResult;
+    std::deque<Result> mResults;
+    bool mHasEnded = false;
 };
 
 TestServer::TestServer(const ServerOptions& options) {
@@ -176,7 +194,7 @@ const std::string& TestServer::directory() const {
 }
 
 pid_t TestServer::pid() const {
-    return mInside->mProcess.pid();
+    return mInside->mProcess->pid();
 }
 
 std::string TestServer::log() const {
@@ -259,8 +277,18 @@ const Result& TestServer::stop() {
     return mInside->end(SIGTERM);
 }
 
+Result TestServer::restart() {
+    Result before = mInside->end(SIGTERM);
+    mInside->startAgain();
+    return before;
+}
+
+const std::deque<Result>& TestServer::results() const {
+    return mInside->mResults;
+}
+
 bool TestServer::isRunning() const {
-    return mInside->mProcess.isRunning();
+    return mInside->mProcess->isRunning();
 }
 
 }  // namespace cabinaudio::testing

@@ -154,6 +154,8 @@ def _started_environment(directory, programs, home):
     server.chmod(0o755)
     if PYTHON_DIRECTORY:
         (shims / "python3").symlink_to(PYTHON)
+    temporary = directory / ".tmp"  # for what a failed scenario keeps, among others
+    temporary.mkdir()
     if home is None:
         home = directory / ".home"
         home.mkdir()
@@ -161,6 +163,8 @@ def _started_environment(directory, programs, home):
     return clean_environment(
         PATH=f"{shims}:{programs}:{os.environ['PATH']}",
         HOME=home,
+        XDG_CONFIG_HOME="",
+        TMPDIR=temporary,
         # As if it were installed where the system looks.
         LD_LIBRARY_PATH=programs.parent / LIBDIR if programs.parent == PREFIX else "",
         ALSA_CONFIG_PATH=_alsa_configuration(directory, programs.parent),

@@ -5,6 +5,8 @@
 #include "tests/faults/Conversations.h"
 #include "tests/faults/Imports.h"
 #include "tests/faults/Injector.h"
+#include "tests/support/Files.h"
+#include "tests/support/InstanceFiles.h"
 
 #include <android/log.h>
 #include <gtest/gtest.h>
@@ -125,6 +127,8 @@ public:
         if (run.process < 0) throw std::runtime_error("fork");
         if (run.process == 0) {
             setenv("CABINAUDIO_INSTANCE", run.instance.c_str(), 1);
+            setenv("XDG_CONFIG_HOME", mDirectory.path().c_str(), 1);
+            setenv("TMPDIR", mDirectory.path().c_str(), 1);
             converse(conversation, fault, *run.record);
         }
         mRuns.push_back(run);
@@ -138,7 +142,7 @@ public:
         for (const Attempt& run : mRuns) {
             kill(run.process, SIGKILL);
             waitpid(run.process, nullptr, 0);
-            removeLeftovers(run.instance);
+            removeInstanceFiles(run.instance);
         }
     }
 
@@ -156,7 +160,7 @@ private:
                 }
                 const Attempt ended = *run;
                 mRuns.erase(run);
-                removeLeftovers(ended.instance);
+                removeInstanceFiles(ended.instance);
                 done(ended);
                 munmap(ended.record, sizeof(Record));
                 return;
@@ -165,15 +169,7 @@ private:
         }
     }
 
-    /// A process that ended itself has left its rings.
-    static void removeLeftovers(const std::string& instance) {
-        const std::string memory =
-            "/dev/shm/cabinaudio-physmem-" + std::to_string(geteuid()) + "-" + instance;
-        unlink(memory.c_str());
-        for (const char* const ring : {"str", "str_0x100000", "ring", "ring_0x100000"})
-            unlink(("/dev/shm/cabinaudio." + instance + "." + ring).c_str());
-    }
-
+    TemporaryDirectory mDirectory;  // of the processes, which end without removing their files
     std::vector<Attempt> mRuns;
     std::size_t mCount = 0;
 };

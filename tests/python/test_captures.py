@@ -123,6 +123,15 @@ def test_ctrl_c_ends_a_read(cabin, ctrl_c):
         assert time.monotonic() - begin < 15
 
 
+def test_ctrl_c_ends_the_read_of_an_uplink_after_a_period(cabin, ctrl_c):
+    with cabinaudio.Uplink("call") as uplink:
+        uplink.start()
+        # One wait of the library: the longest before the interpreter looks for signals.
+        assert uplink._core.read_into(bytearray(32000), True) == uplink.period_bytes
+        with ctrl_c():
+            uplink.read(3_200_000)
+
+
 def test_volume(voice):
     with cabinaudio.Record("note") as record:
         assert record.volume == 100

@@ -54,6 +54,45 @@ def test_a_prompt_that_ducks_music(run, pytester):
     assert kept(pytester) == []
 
 
+UNITTEST = HEAD + """
+import unittest
+from cabinaudio.testing import Server
+
+def play_prompt():
+    with cabinaudio.Track("prompt") as track:
+        track.play(PROMPT)
+
+@pytest.mark.usefixtures("cabin")
+class Used(unittest.TestCase):
+    def test_heard(self):
+        play_prompt()
+        assert_heard(Server.current(), "lasts prompt 2")
+
+    def test_not_heard(self):
+        play_prompt()
+        assert_heard("lasts prompt 3")
+
+    @pytest.mark.cabin(hold=2, patience=1000)
+    def test_late(self):
+        play_prompt()
+
+class Asked(unittest.TestCase):
+    def test_argument(self, cabin):
+        play_prompt()
+"""
+
+
+def test_fixtures_in_classes_of_unittest(run, pytester):
+    result = run(UNITTEST)
+    result.assert_outcomes(passed=1, failed=2, errors=1)
+    result.stdout.fnmatch_lines([
+        '*methods of unittest.TestCase take no fixtures, not \'cabin\' either: *usefixtures*',
+        "*NOT MET *lasts prompt 3*",
+        "*TimeError: *2 streams*",
+    ])
+    assert any("test_not_heard" in str(path) for path in pytester.path.glob("kept/*/cabin"))
+
+
 def test_a_failure_names_what_was_heard(run, pytester):
     result = run(PASSING.replace("-20dB", "-12dB"), "-o", "junit_family=xunit1",
                  "--junitxml", "junit.xml")
@@ -104,15 +143,15 @@ import os, signal
 
 @pytest.mark.parametrize("number", [signal.SIGABRT, signal.SIGKILL])
 def test_dies(cabin, number):
-    os.kill(cabin._process.pid, number)
+    os.kill(cabin.pid, number)
 
 def test_dies_before_a_crash(cabin):
-    os.kill(cabin._process.pid, signal.SIGABRT)
+    os.kill(cabin.pid, signal.SIGABRT)
     cabin._process.wait()
     cabin.crash()
 
 def test_dies_in_the_first_run(cabin):
-    os.kill(cabin._process.pid, signal.SIGABRT)
+    os.kill(cabin.pid, signal.SIGABRT)
     cabin._process.wait()
     cabin.restart()
 
@@ -288,7 +327,7 @@ import os, signal
 def test_it(cabin):
     print("instance", cabin.instance)
     with open("instance", "w") as file:
-        file.write(str(cabin._process.pid))
+        file.write(str(cabin.pid))
     os.kill(os.getpid(), signal.SIGKILL)
 """
     run(code)

@@ -11,9 +11,8 @@ import pytest
 
 import cabinaudio
 from cabinaudio.testing import tone
+from conftest import IS_EMULATED, IS_SANITIZED
 
-IS_EMULATED = bool(os.environ.get("CABINAUDIO_TEST_EMULATED"))
-IS_SANITIZED = bool(os.environ.get("CABINAUDIO_TEST_SANITIZED"))
 CYCLES = int(os.environ.get("CABINAUDIO_TEST_LIFE_CYCLES", "10000"))
 SOUND = tone(440, 1)
 
@@ -21,6 +20,7 @@ HEAD = """
 import os, sys, threading, time
 import cabinaudio
 from cabinaudio.testing import tone
+from conftest import IS_EMULATED, IS_SANITIZED
 SOUND = tone(440, 1)
 """
 

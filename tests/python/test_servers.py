@@ -124,7 +124,7 @@ def test_errors_of_time_have_a_text_and_a_status(tmp_path):
 def dead_server(directory):
     """A server that has ended by itself."""
     server = Server(directory)
-    os.kill(server._process.pid, signal.SIGABRT)
+    os.kill(server.pid, signal.SIGABRT)
     server._process.wait()
     return server
 
@@ -171,7 +171,7 @@ def start():
     global server
     server = Server({str(tmp_path / "cabin")!r})
     track = cabinaudio.Track("prompt")
-    print(server.instance, server._process.pid)
+    print(server.instance, server.pid)
 
 if {thread}:
     started = threading.Thread(target=start)

@@ -49,6 +49,22 @@ std::vector<std::string> operator+(std::vector<std::string> first,
     return first;
 }
 
+/// A thread of this process that never waits.
+class BusyThread {
+public:
+    ~BusyThread() {
+        mIsOver = true;
+        mThread.join();
+    }
+
+private:
+    std::atomic<bool> mIsOver{false};
+    std::thread mThread{[this] {
+        while (!mIsOver) {
+        }
+    }};
+};
+
 /// A server that owns its time, and the streams of this process.
 class OwnTime : public ::testing::Test {
 protected:
@@ -510,6 +526,34 @@ TEST_F(OwnTime, NamesTheAlternativeStreamThatWentOnAfterItsTail) {
     EXPECT_THAT(texts, ElementsAre(HasSubstr(
                            "time: stream \"chime\" stopped writing for 50 ms and went on: raise "
                            "--tail, at ")));
+}
+
+TEST_F(OwnTime, TailDoesNotCountWhileTheProgramGoesOn) {
+    serve({"--hold", "2", "--tail", "50", "--patience", "60000"});
+    Player chime("chime", AUDIO_TAG_ALTERNATIVE, STEREO);
+    {
+        const BusyThread busy;  // as a program that gets no processor
+        auto music = playing("music", SECOND / 2);
+        ASSERT_TRUE(chime.write(sound(SECOND / 10)));
+        ASSERT_TRUE(eventually([this] { return time().at("ms") >= 96; }, std::chrono::minutes(1)));
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));  // much more than a tail
+        EXPECT_EQ(time().at("ms"), 96) << "the last whole period";
+        ASSERT_TRUE(chime.write(sound(SECOND / 2)));
+        EXPECT_TRUE(music.get());
+    }
+    EXPECT_THAT(errors(), IsEmpty());
+    EXPECT_EQ(streamIn(report(), "chime").at("underruns"), 0);
+}
+
+TEST_F(OwnTime, TailEndsAfterThePatienceOfAProgramThatNeverRests) {
+    serve({"--hold", "2", "--tail", "50"});
+    const BusyThread busy;
+    Player chime("chime", AUDIO_TAG_ALTERNATIVE, STEREO);
+    auto music = playing("music", SECOND / 2);
+    ASSERT_TRUE(chime.write(sound(SECOND / 10)));
+    EXPECT_TRUE(music.get());
+    EXPECT_THAT(errors(), IsEmpty());
+    EXPECT_EQ(streamIn(report(), "chime").at("frames"), SECOND / 10);
 }
 
 TEST_F(OwnTime, NamesTheRecordingThatIsNotRead) {

@@ -10,6 +10,7 @@
 #include "tests/soak/ServerProcess.h"
 #include "tests/soak/Tally.h"
 #include "tests/soak/Worker.h"
+#include "tests/support/Files.h"
 #include "tests/support/kinds/Leftovers.h"
 
 #include <android/log.h>
@@ -112,6 +113,8 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
     const std::string instance = "soak" + std::to_string(getpid());
     setenv("CABINAUDIO_INSTANCE", instance.c_str(), 0);
+    const cabinaudio::test::TemporaryDirectory configuration;
+    setenv("XDG_CONFIG_HOME", configuration.path().c_str(), 1);
     __android_log_set_logger([](const struct __android_logger_data*, const char*) {});
     cabinaudio::setLinkPolicy({30s, true, true});
     std::thread([] {}).join();  // a sanitizer's own thread comes with the first one

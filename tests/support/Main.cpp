@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "tests/support/InstanceFiles.h"
 #include "tests/support/Metronome.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealTimeRight.h"
@@ -9,7 +10,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,19 +18,6 @@
 extern "C" __attribute__((weak)) void __tsan_acquire(void* address);
 
 namespace {
-
-/// Removes what the instance has left in shared memory: the stand-in's physical memory, and the
-/// rings of peers that were killed.
-void removeLeftovers(const std::string& instance) {
-    const std::string memory = "cabinaudio-physmem-" + std::to_string(geteuid()) + "-" + instance;
-    const std::string objects = "cabinaudio." + instance + ".";
-    std::error_code gone;
-    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", gone)) {
-        const std::string name = entry.path().filename();
-        if (name == memory || name.rfind(objects, 0) == 0)
-            std::filesystem::remove(entry.path(), gone);
-    }
-}
 
 /// A sanitizer starts a thread of its own with the first one of the program; tests that count
 /// threads want it to be there already, and this first one to be gone: in an emulator a thread is
@@ -79,7 +66,7 @@ int main(int argc, char** argv) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const int result = RUN_ALL_TESTS();
     if (!chosen) {
-        removeLeftovers(own);
+        cabinaudio::test::removeInstanceFiles(own);
         unsetenv("CABINAUDIO_INSTANCE");
     }
     if (result != 0) repeatAfterPause(arguments.data());

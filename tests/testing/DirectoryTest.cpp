@@ -107,7 +107,14 @@ TEST_F(KeptDirectories, LostServerFailsATest) {
     EXPECT_TRUE(fs::exists(kept() / "Sample.losesItsServer" / "server.log"));
 }
 
+TEST_F(KeptDirectories, ServerLostBeforeARestartFailsATest) {
+    const Outcome outcome = runTests("Sample.losesARestartedServer", true);
+    EXPECT_NE(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, HasSubstr("the server was ended by signal 9"));
+}
+
 TEST_F(KeptDirectories, TestCanExpectToLoseItsServerAndStartAnother) {
-    const Outcome outcome = runTests("Sample.expectsToLoseItsServer:Sample.startsAnother", true);
+    const Outcome outcome = runTests(
+        "Sample.expectsToLoseItsServer:Sample.startsAnother:Sample.crashesItsServer", true);
     EXPECT_EQ(outcome.exitCode, 0) << outcome.text();
 }

@@ -192,6 +192,43 @@ TEST(TestServer, CrashLeavesNoPhysicalMemoryAndASignal) {
                 HasSubstr("the server does not listen for commands"));
 }
 
+TEST(TestServer, RestartKeepsTheInstanceAndTheOptions) {
+    TestServer server(asFastAsWritten());
+    ClientVolumeSetting volume;
+    EXPECT_EQ(kit::play("chime", kit::tone(440, 0.5)), "");
+    ASSERT_EQ(volume.setMasterVolume(-20.0F), 0);
+    const std::string instance = server.instance();
+    const pid_t before = server.pid();
+    const Result first = server.restart();
+    EXPECT_EQ(first.exitStatus(), 0) << first.log();
+    EXPECT_THAT(first.heard().streams(), ::testing::ElementsAre("chime"));
+    EXPECT_NE(server.pid(), before);
+    EXPECT_EQ(server.instance(), instance);
+    float db = 1;
+    EXPECT_NE(volume.getMasterVolume(&db), 0) << "the object is of the first run";
+    EXPECT_EQ(ClientVolumeSetting().getMasterVolume(&db), 0);
+    EXPECT_EQ(db, 0.0F) << "initial value";
+    EXPECT_EQ(kit::play("bell", kit::tone(880, 0.5)), "");
+    const Result second = server.stop();
+    EXPECT_THAT(second.heard().streams(), ::testing::ElementsAre("bell"));
+    EXPECT_THAT(second.heard(), HasTone(880).between(0.1, 0.4));
+    EXPECT_EQ(second.directory(), server.directory() + "/run2");
+    EXPECT_EQ(server.results().size(), 2U);
+}
+
+TEST(TestServer, StartsAgainAfterACrash) {
+    TestServer server(inRealTime());
+    server.crash();
+    const Result crash = server.restart();
+    EXPECT_TRUE(crash.isCrash());
+    EXPECT_EQ(crash.signal(), SIGKILL);
+    EXPECT_TRUE(server.isRunning());
+    float db = 1;
+    EXPECT_EQ(ClientVolumeSetting().getMasterVolume(&db), 0);
+    EXPECT_EQ(server.stop().exitStatus(), 0);
+    EXPECT_FALSE(server.stop().isCrash());
+}
+
 TEST(TestServer, DamagesOneReply) {
     TestServer server(inRealTime());
     ClientVolumeSetting volume;

@@ -168,7 +168,18 @@ TEST_F(Check, DrawsAPictureAndTellsWhere) {
     EXPECT_THAT(contentsOf(picture), StartsWith("\x89PNG"));
     EXPECT_EQ(jsonOf(0, {"tone 440", "--picture", picture}).at("picture"), picture);
     EXPECT_TRUE(jsonOf(0, {"tone 440"}).at("picture").is_null());
-    EXPECT_THAT(check(1, {"tone 440", "--picture", FULL_DISK}).err, HasSubstr("/dev/full: "));
+}
+
+TEST_F(Check, VerdictsAreNotLostWithAPictureThatCannotBeWritten) {
+    setenv("LSAN_OPTIONS", "suppressions=" CABINAUDIO_TEST_LEAK_SUPPRESSIONS, 1);
+    const std::string junit = file("checks.xml");
+    const Outcome text =
+        check(1, {"tone 440", "level -20", "--junit", junit, "--picture", FULL_DISK});
+    EXPECT_THAT(text.out, AllOf(HasSubstr("ok      tone 440"), HasSubstr("NOT MET level -20")));
+    EXPECT_THAT(text.err, HasSubstr("/dev/full: the picture cannot be written"));
+    EXPECT_THAT(contentsOf(junit), HasSubstr("level -20: "));
+    const Outcome json = check(1, {"--json", "tone 440", "--picture", FULL_DISK});
+    EXPECT_THAT(json.out, AllOf(HasSubstr("\"met\":true"), HasSubstr("\"error\":\"/dev/full: ")));
 }
 #else
 TEST_F(Check, BuildWithoutCairoDrawsNoPicture) {

@@ -40,16 +40,33 @@ CheckReport reportOf(const CheckOptions& options, const hear::Recording& recordi
     report.channels = recording.heard.channels;
     report.frames = recording.heard.frames();
     report.verdicts = hear::judge(recording, checks, judging);
-    if (!options.pictureFile.empty()) {
-        hear::drawPicture(options.pictureFile, recording, report.verdicts);
-        report.picture = std::filesystem::absolute(options.pictureFile).string();
-    }
     return report;
 }
 
-CheckReport checked(const CheckOptions& options, const std::vector<std::string>& checks) {
+/// The picture, if there is to be one. @return why there is none; empty: all is well
+std::string draw(const CheckOptions& options, const hear::Recording& recording,
+                 CheckReport& report) {
+    if (options.pictureFile.empty()) return "";
     try {
-        return reportOf(options, recordingOf(options, checks), checks);
+        hear::drawPicture(options.pictureFile, recording, report.verdicts);
+        report.picture = std::filesystem::absolute(options.pictureFile).string();
+        return "";
+    } catch (const hear::Error& error) {
+        return error.what();
+    }
+}
+
+struct Checked {
+    CheckReport report;
+    std::string pictureFault;
+};
+
+Checked checked(const CheckOptions& options, const std::vector<std::string>& checks) {
+    try {
+        const hear::Recording recording = recordingOf(options, checks);
+        Checked checked = {reportOf(options, recording, checks), ""};
+        checked.pictureFault = draw(options, recording, checked.report);
+        return checked;
     } catch (const hear::Error& error) {
         throw Failure(error.what());
     }
@@ -71,17 +88,18 @@ void noteError(const CheckOptions& options, const std::vector<std::string>& chec
 
 ExitCode run(const CheckOptions& options, const CommonOptions& common) {
     const std::vector<std::string> checks = checkTexts(options);
-    CheckReport report;
+    Checked result;
     try {
-        report = checked(options, checks);
+        result = checked(options, checks);
     } catch (const Failure& failure) {
         noteError(options, checks, failure.what());
         throw;
     }
-    // First: where the file cannot be written, the verdicts are not lost.
-    printReport(report, common.json);
-    if (!options.junitFile.empty()) writeJUnit(options.junitFile, report);
-    return report.code();
+    // First: where a file cannot be written, the verdicts are not lost.
+    printReport(result.report, common.json);
+    if (!options.junitFile.empty()) writeJUnit(options.junitFile, result.report);
+    if (!result.pictureFault.empty()) throw Failure(result.pictureFault);
+    return result.report.code();
 }
 
 }  // namespace cabinaudio::tool

@@ -153,17 +153,29 @@ void Cast::prepare(PlaybackStream& stream, const Part& part, Readiness& readines
     }
     if (!stream.isDry() && stream.isBehind(part.frames))
         readiness.needs.push_back(dataNeed(stream, stream.neededFrames(part.frames)));
-    else
+    else {
+        mSeen[stream.client().handle()].activity.reset();
         ++readiness.ready;
+    }
 }
 
-Need Cast::dataNeed(const PlaybackStream& stream, std::size_t needed) const {
+/// On a busy machine a program may get no processor for longer than a tail: it has not stopped
+/// writing. So the wait begins anew while the program goes on, but not longer than for other
+/// streams. A program may have threads that never rest.
+std::string Cast::tailKey(const PlaybackStream& stream) {
+    Seen& seen = mSeen[stream.client().handle()];
+    if (!seen.activity) seen.activity.emplace(stream.record().pid);
+    if (seen.activity->age() < mOptions.patience && seen.activity->goesOn()) ++seen.tails;
+    return keyOf("tail", stream.client().handle()) + " " + std::to_string(seen.tails);
+}
+
+Need Cast::dataNeed(const PlaybackStream& stream, std::size_t needed) {
     const std::size_t queued = stream.queuedFrames();
     const std::string& name = stream.record().name;
     const std::uint32_t handle = stream.client().handle();
     const bool knowsEnd = stream.record().tag != AUDIO_TAG_ALTERNATIVE;
     if (!knowsEnd && (queued > 0 || stream.hasSounded()))
-        return {keyOf("tail", handle), name, "data", handle, queued, "", mOptions.tail};
+        return {tailKey(stream), name, "data", handle, queued, "", mOptions.tail};
     return {keyOf("data", handle),
             name,
             "data",

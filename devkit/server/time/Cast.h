@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "devkit/server/clients/Activity.h"
 #include "devkit/server/streams/CaptureRegistry.h"
 #include "devkit/server/streams/StreamRegistry.h"
 #include "devkit/server/time/Agenda.h"
@@ -11,6 +12,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -73,12 +75,15 @@ private:
         bool isAdmitted = false;  // takes part since its last start
         bool isCapture = false;
         bool isThere = true;
+        std::optional<Activity> activity;  // since an alternative stream writes nothing
+        unsigned tails = 0;                // waits that began meanwhile
     };
 
     void prepare(PlaybackStream& stream, const Part& part, Readiness& readiness,
                  const std::function<void(const PlaybackStream&)>& wentOn);
     void prepare(CaptureStream& stream, const Part& part, Readiness& readiness);
-    [[nodiscard]] Need dataNeed(const PlaybackStream& stream, std::size_t needed) const;
+    [[nodiscard]] Need dataNeed(const PlaybackStream& stream, std::size_t needed);
+    [[nodiscard]] std::string tailKey(const PlaybackStream& stream);
     [[nodiscard]] bool isOtherAudible(const Seen& seen) const;
     void noteChange(Seen& seen, std::uint32_t starts, bool isActive, bool isOver,
                     std::vector<Event>& events);

@@ -4,19 +4,19 @@
 from __future__ import annotations
 
 import os
-import shutil
 import subprocess
 from pathlib import Path
 from typing import List, Mapping, Optional, Sequence
 
 from .._scoped import Scoped
+from ._programs import find
 from ._server import Server, ServerError
 from ._text import number
 
 
 def _launcher(server: Server) -> str:
     beside = Path(server._program).with_name("cabinaudio-run")
-    found = os.environ.get("CABINAUDIO_LAUNCHER") or shutil.which("cabinaudio-run")
+    found = find("cabinaudio-run", "CABINAUDIO_LAUNCHER")
     if not found and beside.exists():
         found = str(beside)
     if not found:

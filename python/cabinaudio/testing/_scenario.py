@@ -4,10 +4,10 @@
 from __future__ import annotations
 
 import os
-import shutil
 import subprocess
 from typing import Optional, Union
 
+from ._programs import find
 from ._server import ServerError
 
 
@@ -36,7 +36,7 @@ def run_scenario(
                        not be run
     """
     __tracebackhide__ = True
-    tool = os.environ.get("CABINAUDIO_TOOL") or shutil.which("cabinaudio")
+    tool = find("cabinaudio", "CABINAUDIO_TOOL")
     if not tool:
         raise ServerError("cabinaudio is not installed, and CABINAUDIO_TOOL not set")
     words = [tool, "scenario", os.fspath(path)]

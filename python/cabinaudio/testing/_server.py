@@ -9,7 +9,6 @@ import json
 import os
 import secrets
 import select
-import shutil
 import socket
 import subprocess
 import sys
@@ -30,6 +29,7 @@ from typing import (
 )
 
 from .._scoped import Scoped
+from ._programs import find
 from ._result import Result
 from ._text import number
 
@@ -52,8 +52,8 @@ class ServerError(RuntimeError):
 
 
 def server_program() -> str:
-    """Path of cabinaudio-server: CABINAUDIO_SERVER, else in PATH."""
-    found = os.environ.get("CABINAUDIO_SERVER") or shutil.which("cabinaudio-server")
+    """Path of cabinaudio-server."""
+    found = find("cabinaudio-server", "CABINAUDIO_SERVER")
     if not found:
         raise ServerError("cabinaudio-server is not installed, and CABINAUDIO_SERVER not set")
     return found
@@ -325,6 +325,13 @@ class Server(Scoped):
         if not _CURRENT:
             raise ServerError("no server runs: say which sound is meant")
         return _CURRENT[-1]
+
+    @property
+    def pid(self) -> int:
+        """Of the process that runs. Raises ServerError when none does."""
+        if self._process is None:
+            raise ServerError("the server has been stopped: it has no process")
+        return self._process.pid
 
     @property
     def is_running(self) -> bool:

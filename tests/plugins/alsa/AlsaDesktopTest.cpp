@@ -48,7 +48,7 @@ TEST_F(Programs, PulseAudioPlaysThroughItsAlsaSink) {
                          "--exit-idle-time=-1", "--disable-shm=yes", "-L",
                          "module-alsa-sink device=cabinaudio rate=48000 channels=2 format=s16le",
                          "-L", "module-native-protocol-unix auth-anonymous=1 socket=" + path});
-    pulse.variables.emplace_back("XDG_RUNTIME_DIR", mDirectory.path());
+    pulse.variables.emplace_back("PULSE_RUNTIME_PATH", mDirectory.path());
     Process daemon(pulse);
     ASSERT_TRUE(comes([&] { return say(path, ""); }));
     Start play = start({"paplay", mSoundFile});

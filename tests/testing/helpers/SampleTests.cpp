@@ -41,6 +41,17 @@ TEST_F(Sample, expectsToLoseItsServer) {
     EXPECT_EQ(server().stop().signal(), SIGKILL);
 }
 
+TEST_F(Sample, losesARestartedServer) {
+    kill(server().pid(), SIGKILL);
+    server().restart();
+}
+
+TEST_F(Sample, crashesItsServer) {
+    server().crash();
+    server().restart();
+    EXPECT_THAT(heard(), HasTone(440).between(0.1, 0.4));
+}
+
 TEST_F(Sample, startsAnother) {
     const std::string first = server().instance();
     EXPECT_NE(start(options()).instance(), first);

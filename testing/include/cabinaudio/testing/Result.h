@@ -24,7 +24,7 @@ struct Change {
 class Result {
 public:
     Result(std::shared_ptr<TestDirectory> directory, std::string directoryPath, int exitStatus,
-           int signal);
+           int signal, bool isCrash = false);
 
     /// What came out of the loudspeakers.
     /// @throws Failure when there is no such file, for example after a crash
@@ -45,6 +45,8 @@ public:
     [[nodiscard]] int exitStatus() const { return mExitStatus; }
     /// The signal that ended the server; 0 for none.
     [[nodiscard]] int signal() const { return mSignal; }
+    /// Whether TestServer::crash() ended the server.
+    [[nodiscard]] bool isCrash() const { return mIsCrash; }
     /// heard.wav, report.json, stems/, server.log.
     [[nodiscard]] const std::string& directory() const { return mPath; }
 
@@ -54,6 +56,7 @@ private:
     mutable std::optional<Heard> mHeard;  // read when it is asked for
     int mExitStatus;
     int mSignal;
+    bool mIsCrash;
 };
 
 }  // namespace cabinaudio::testing

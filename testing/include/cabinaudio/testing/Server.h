@@ -9,6 +9,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <deque>
 #include <memory>
 #include <string>
 
@@ -45,7 +46,7 @@ public:
     [[nodiscard]] const std::string& instance() const;
     [[nodiscard]] const std::string& directory() const;
     [[nodiscard]] pid_t pid() const;
-    /// What it has printed so far.
+    /// What it has printed so far, in this run.
     [[nodiscard]] std::string log() const;
 
     /// Sends a line to the control socket. @return the answer, as `cabinaudio server` prints it
@@ -86,8 +87,18 @@ public:
     /// Ends the server as a crash does, and waits for that.
     void crash();
 
-    /// Ends the server, so that it writes its files. The result is the same for each call.
+    /// Ends the server, so that it writes its files. The result is the same for each call until
+    /// restart(), and stays valid.
     const Result& stop();
+    /// Starts the server again, after crash() or stop() or while it runs: in the same instance and
+    /// with the same options; time begins at 0, and settings have their initial values. Objects of
+    /// the library see the loss of the server; those made later reach the new run. Files of the
+    /// second run are in run2/ of directory(), and so on.
+    /// @return the result of the run before
+    /// @throws Failure when it does not come up
+    Result restart();
+    /// Of the runs that have ended, the first one first.
+    [[nodiscard]] const std::deque<Result>& results() const;
     [[nodiscard]] bool isRunning() const;
 
 private:

@@ -16,7 +16,8 @@ namespace cabinaudio::testing {
 /// Base of test fixtures: each test has a server of its own.
 ///
 /// At the end of a test, its programs are killed and the server is stopped. An error of time, and a
-/// server that ends with a signal or a status that no test asked for, fail the test. See
+/// server that ends with a signal or a status that no test asked for, fail the test, also in runs
+/// before a restart(); crash() asks for a signal. See
 /// TestDirectory for the files of failed tests.
 class ServerTest : public ::testing::Test {
 protected:
@@ -41,6 +42,7 @@ protected:
 
 private:
     void judgeEnd();
+    static void judge(const Result& result);
 
     TestDirectory mDirectory;
     std::unique_ptr<TestServer> mServer;
