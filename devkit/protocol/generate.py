@@ -1,0 +1,37 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""generate.py [--check]: generates, from the headers in wire/, the tables of docs/protocol.md and
+devkit/trace/WireFields.cpp. With --check nothing is written; exit status 1 means that a file does
+not match the headers.
+"""
+import sys
+
+import records
+import tables
+import wire_fields
+
+GENERATORS = (tables, wire_fields)
+
+
+def main(arguments):
+    if arguments not in ([], ["--check"]):
+        raise SystemExit(__doc__)
+    catalogue = records.Catalogue()
+    stale = False
+    for generator in GENERATORS:
+        path = records.ROOT / generator.PATH
+        text = path.read_text(encoding="utf-8") if path.exists() else ""
+        made = generator.make(catalogue, text)
+        if made == text:
+            continue
+        stale = True
+        if arguments:
+            print(f"{generator.PATH} is not what wire/ gives: run devkit/protocol/generate.py",
+                  file=sys.stderr)
+        else:
+            path.write_text(made, encoding="utf-8")
+    return 1 if arguments and stale else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
