@@ -200,6 +200,11 @@ stale_figures() {
     devkit/reliability/test_report.py 2>/dev/null && devkit/reliability/report.py --check
 }
 
+# The page of the protocol, the fields of traces and the dissector's tables match the headers.
+stale_catalogue() {
+    devkit/protocol/generate.py --check
+}
+
 check() {
     printf '%s\n' "lint: $1"
     "$1" || failed="$failed $1"
@@ -214,6 +219,7 @@ check layout
 check switched_off
 check stale_mutants
 check stale_figures
+check stale_catalogue
 check recipes
 check cpp_check
 check shell_scripts

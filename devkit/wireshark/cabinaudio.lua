@@ -739,6 +739,10 @@ local EVENTS = {
 }
 -- end catalogue
 
+if select(2, pcall(Dissector.get, "cabinaudio")) then
+    error("another copy of cabinaudio.lua is loaded already; tshark -G plugins tells where it is")
+end
+
 local proto = Proto("cabinaudio", "cabinaudio")
 proto.prefs.slow = Pref.uint("Slow reply (ms)", 100,
                              "Replies that take longer get an expert note")
