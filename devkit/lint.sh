@@ -200,6 +200,13 @@ stale_figures() {
     devkit/reliability/test_report.py 2>/dev/null && devkit/reliability/report.py --check
 }
 
+# The dissector, with the names that Wireshark gives to scripts.
+lua_scripts() {
+    luacheck --quiet --no-color --std lua52 --no-max-line-length --globals Proto ProtoField \
+        ProtoExpert Pref DissectorTable Dissector wtap base frametype expert NSTime ENC_UTF_8 -- \
+        devkit/wireshark/cabinaudio.lua
+}
+
 # The page of the protocol, the fields of traces and the dissector's tables match the headers.
 stale_catalogue() {
     devkit/protocol/generate.py --check
@@ -223,6 +230,7 @@ check stale_catalogue
 check recipes
 check cpp_check
 check shell_scripts
+check lua_scripts
 check public_headers
 check tidy
 

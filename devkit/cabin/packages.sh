@@ -169,6 +169,7 @@ lint    clang-tidy                   source checks
 lint    clang                        its headers
 lint    cppcheck                     more of them
 lint    shellcheck                   script checks
+lint    lua-check                    checks of the dissector
 lint    reuse                        licence lines
 lint    make                         the packages for other distributions
 lint    python3-kconfiglib

@@ -23,7 +23,7 @@ std::vector<trace::Record> evening() {
     talk.connect(VOLUME, "unkn");
     talk.call(joined({word(4), byte(12)}), word(0));
     talk.call(word(21), joined({word(0), real(-6.5F)}));
-    talk.call(joined({word(8), word(5), number(1)}), number(REFUSED));
+    talk.call(joined({word(8), word(21), number(1)}), number(REFUSED));
     talk.connect(2, "nav");
     talk.call(joined({word(21), word(2), word(0), word(48000), word(0), word(2), word(0), word(16),
                       word(0), number(4242)}),
@@ -51,8 +51,10 @@ TEST(WiresharkDissector, HasALineForEachMessage) {
         "server volume_setting#1 setMasterVolume(step 12) -> AUDIO_NO_ERROR 0.15 ms",
         "volume_setting#1 server getMasterVolume()",
         "server volume_setting#1 getMasterVolume() -> AUDIO_NO_ERROR, gain -6.5 dB 0.15 ms",
-        "volume_setting#1 server mute(paths AUDIO_OUT_PATH_MAIN | AUDIO_OUT_PATH_SECOND, option 1)",
-        "server volume_setting#1 mute(paths AUDIO_OUT_PATH_MAIN | AUDIO_OUT_PATH_SECOND, option 1)"
+        "volume_setting#1 server mute(paths AUDIO_OUT_PATH_MAIN | AUDIO_OUT_PATH_SECOND | 0x10, "
+        "option 1)",
+        "server volume_setting#1 mute(paths AUDIO_OUT_PATH_MAIN | AUDIO_OUT_PATH_SECOND | 0x10, "
+        "option 1)"
         " -> AUDIO_BAD_VALUE 0.15 ms",
         "#2 server connected",
     };
@@ -87,8 +89,9 @@ TEST(WiresharkDissector, LinksRepliesAndShowsValuesWithUnits) {
     EXPECT_EQ(packets.at(6).texts("cabinaudio.gain"), std::vector<std::string>{"gain: -6.5 dB"});
     EXPECT_EQ(packets.at(8).texts("cabinaudio.status"),
               std::vector<std::string>{"status: AUDIO_BAD_VALUE (-3000)"});
-    EXPECT_EQ(packets.at(7).texts("cabinaudio.paths"),
-              std::vector<std::string>{"paths: 5 (AUDIO_OUT_PATH_MAIN | AUDIO_OUT_PATH_SECOND)"});
+    EXPECT_EQ(
+        packets.at(7).texts("cabinaudio.paths"),
+        std::vector<std::string>{"paths: 21 (AUDIO_OUT_PATH_MAIN | AUDIO_OUT_PATH_SECOND | 0x10)"});
     const ShownPacket& create = packets.at(12);
     EXPECT_EQ(create.texts("cabinaudio.sample_rate"),
               std::vector<std::string>{"sampleRate: 48000 Hz"});

@@ -157,6 +157,13 @@ std::vector<Fault> replyFaults() {
              talk.add(Kind::ToServer, headerOf(196, 255, 0x191802, 64, "x"));
              talk.add(Kind::ToClient, joined({frameOf(1), word(0), word(0)}));
          }},
+        {"a long registration's reply",
+         {"surplus"},
+         [](Talk& talk) {
+             talk.connectOnly();
+             talk.add(Kind::ToServer, headerOf(196, VOLUME, 0x191802, 64));
+             talk.add(Kind::ToClient, joined({frameOf(1), word(0), word(7), word(0)}));
+         }},
         {"half a registration's reply",
          {"refused", "short_reply"},
          [](Talk& talk) {
