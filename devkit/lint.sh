@@ -202,9 +202,11 @@ stale_figures() {
 
 # The dissector, with the names that Wireshark gives to scripts.
 lua_scripts() {
-    luacheck --quiet --no-color --std lua52 --no-max-line-length --globals Proto ProtoField \
-        ProtoExpert Pref DissectorTable Dissector wtap base frametype expert NSTime ENC_UTF_8 -- \
-        devkit/wireshark/cabinaudio.lua
+    report=$(luacheck --quiet --no-color --std lua52 --no-max-line-length --globals Proto \
+        ProtoField ProtoExpert Pref DissectorTable Dissector wtap base frametype expert NSTime \
+        ENC_UTF_8 -- devkit/wireshark/cabinaudio.lua) && return 0
+    printf '%s\n' "$report"
+    return 1
 }
 
 # The page of the protocol, the fields of traces and the dissector's tables match the headers.
