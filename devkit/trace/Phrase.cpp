@@ -5,6 +5,7 @@
 #include "devkit/text/Printable.h"
 #include "devkit/trace/ConnectType.h"
 #include "devkit/trace/Describe.h"
+#include "devkit/trace/RecordHeader.h"
 #include "devkit/trace/Words.h"
 
 #include <cstring>
@@ -60,15 +61,12 @@ std::string phraseOfEvent(std::uint32_t type, std::uint32_t event, std::uint32_t
     return "<- " + describeEvent(static_cast<audio_connect_type>(type), event, param);
 }
 
-std::string subjectOf(std::uint32_t handle, std::uint32_t type, std::string_view name) {
-    return text::format("#%u ", handle) + connectTypeName(static_cast<audio_connect_type>(type)) +
-           " " + text::inQuotes(name);
-}
-
-std::string lineOf(double seconds, std::uint32_t handle, std::uint32_t type, std::string_view name,
+std::string lineOf(std::uint32_t handle, std::uint32_t type, std::string_view name,
                    std::string_view phrase) {
-    return text::format("%11.6f ", seconds) + subjectOf(handle, type, name) + " " +
-           text::printable(phrase);
+    const bool isTyped = type != UNKNOWN;
+    return text::format("#%u ", handle) +
+           (isTyped ? connectTypeName(static_cast<audio_connect_type>(type)) : "unregistered") +
+           " " + text::inQuotes(name) + " " + text::printable(phrase);
 }
 
 }  // namespace cabinaudio::trace

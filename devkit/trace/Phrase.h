@@ -21,13 +21,9 @@ namespace cabinaudio::trace {
 [[nodiscard]] std::string phraseOfEvent(std::uint32_t type, std::uint32_t event,
                                         std::uint32_t param);
 
-/// A line without its end: `   0.518681 #1 volume "unkn" registered`
-/// @param seconds  since the beginning of the trace
-/// @param name     as the client gave it
-[[nodiscard]] std::string lineOf(double seconds, std::uint32_t handle, std::uint32_t type,
-                                 std::string_view name, std::string_view phrase);
-/// "#1 volume "unkn" registered", for lines with another time.
-[[nodiscard]] std::string subjectOf(std::uint32_t handle, std::uint32_t type,
-                                    std::string_view name);
+/// A line without time and end: `#1 volume "unkn" registered`
+/// @param name  as the client gave it
+[[nodiscard]] std::string lineOf(std::uint32_t handle, std::uint32_t type, std::string_view name,
+                                 std::string_view phrase);
 
 }  // namespace cabinaudio::trace

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/server/requests/Trace.h"
 
+#include "devkit/server/base/Text.h"
 #include "devkit/text/Output.h"
 #include "devkit/trace/Phrase.h"
 
@@ -30,7 +31,8 @@ void Trace::disconnection(const Client& client) const {
 
 void Trace::print(std::uint32_t handle, const Client& client, const std::string& text) const {
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - mStart;
-    text::print(trace::lineOf(time.count(), handle, client.type(), client.name(), text) + "\n");
+    text::print(format("%11.6f ", time.count()) +
+                trace::lineOf(handle, client.type(), client.name(), text) + "\n");
 }
 
 }  // namespace cabinaudio::server
