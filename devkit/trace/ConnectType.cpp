@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "devkit/server/clients/ConnectType.h"
+#include "devkit/trace/ConnectType.h"
 
 #include <cabinaudio/foundation/AudioTypes.h>
 
-#include "devkit/server/base/Text.h"
+#include "devkit/text/Format.h"
 
 #include <array>
 #include <utility>
 
-namespace cabinaudio::server {
+namespace cabinaudio::trace {
 namespace {
 
 constexpr std::array<std::pair<audio_connect_type, const char*>, 6> CONTROL_NAMES = {{
@@ -36,7 +36,7 @@ bool isKnown(audio_connect_type type) {
 
 std::string connectTypeName(audio_connect_type type) {
     const std::string name = nameOf(type);
-    return name.empty() ? format("type %u", static_cast<unsigned>(type)) : name;
+    return name.empty() ? text::format("type %u", static_cast<unsigned>(type)) : name;
 }
 
-}  // namespace cabinaudio::server
+}  // namespace cabinaudio::trace

@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace cabinaudio::server {
+namespace cabinaudio::trace {
 
 /// Whether clients may have this type.
 bool isKnown(audio_connect_type type);
@@ -13,4 +13,4 @@ bool isKnown(audio_connect_type type);
 /// The stream's tag or the kind of settings; "type N" for unknown types.
 std::string connectTypeName(audio_connect_type type);
 
-}  // namespace cabinaudio::server
+}  // namespace cabinaudio::trace
