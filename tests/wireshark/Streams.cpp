@@ -16,7 +16,7 @@ void playAndRecord(const LogCapture& log) {
         const auto stream = kind.create();
         ASSERT_EQ(stream->initCheck(), AUDIO_NO_ERROR) << log.dump();
         ASSERT_EQ(stream->start(), AUDIO_NO_ERROR) << log.dump();
-        for (int moved = 0; moved < 16'000;) {
+        for (int moved = 0; moved < 6'000;) {
             const int step = stream->move(bytes.data(), 512, true);
             ASSERT_GT(step, 0) << log.dump();
             moved += step;
