@@ -4,6 +4,7 @@
 #include <cabinaudio/foundation/AudioTypes.h>
 
 #include "devkit/text/Format.h"
+#include "devkit/trace/WireFields.h"
 
 #include <array>
 #include <utility>
@@ -32,6 +33,22 @@ std::string nameOf(audio_connect_type type) {
 
 bool isKnown(audio_connect_type type) {
     return !nameOf(type).empty();
+}
+
+std::vector<std::string> connectTypeNames() {
+    std::vector<std::string> names;
+    for (const WireChoice& choice : connectionTypes())
+        if (const auto type = static_cast<audio_connect_type>(choice.value); isKnown(type))
+            names.push_back(nameOf(type));
+    return names;
+}
+
+std::optional<audio_connect_type> connectTypeOf(const std::string& name) {
+    for (const WireChoice& choice : connectionTypes()) {
+        const auto type = static_cast<audio_connect_type>(choice.value);
+        if (isKnown(type) && nameOf(type) == name) return type;
+    }
+    return {};
 }
 
 std::string connectTypeName(audio_connect_type type) {

@@ -94,7 +94,8 @@ void addRequest(Json& json, const Happening& happening) {
     json["operation"] = operation != nullptr ? Json(operation->name) : Json(nullptr);
     json["function"] = function;
     json["flag"] = load<audio_param>(happening.request).cmd == AUDIO_CMD_CALL_FLAG;
-    json["request"] = json["reply"] = nullptr;
+    json["request"] = nullptr;
+    json["reply"] = nullptr;
     if (operation != nullptr && payload.size() < operation->request->size)
         problem = text::format("a request of %zu bytes, expected %u", payload.size(),
                                operation->request->size);

@@ -94,6 +94,13 @@ std::string phraseOf(const Happening& happening) {
     return {};
 }
 
+/// A registration shows a new connection; a connection without one has only looked for a server.
+bool isShown(const Happening& happening) {
+    const bool isRegistered = happening.peer.type != UNKNOWN;
+    return happening.kind != Happening::Kind::Connected &&
+           (happening.kind != Happening::Kind::Disconnected || isRegistered);
+}
+
 std::string timeText(std::uint64_t timeNs, std::optional<std::uint64_t> beginNs) {
     if (!beginNs) return isoTime(timeNs);
     const auto passed = static_cast<double>(static_cast<std::int64_t>(timeNs - *beginNs));
@@ -103,7 +110,7 @@ std::string timeText(std::uint64_t timeNs, std::optional<std::uint64_t> beginNs)
 }  // namespace
 
 std::string textOf(const Happening& happening, std::optional<std::uint64_t> beginNs) {
-    if (happening.kind == Happening::Kind::Connected) return {};
+    if (!isShown(happening)) return {};
     const std::string time = timeText(happening.timeNs, beginNs) + " ";
     if (happening.kind == Happening::Kind::Lost)
         return time + format("%llu records are lost: this reader was slow",

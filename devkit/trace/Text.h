@@ -10,7 +10,7 @@
 namespace cabinaudio::trace {
 
 /// One line of text, without its end, safe for a terminal. Empty for a new connection, which its
-/// registration shows.
+/// registration shows, and for the end of a connection that has not registered.
 /// @param beginNs  the beginning of the trace, nanoseconds since 1970; empty: the line begins with
 ///                 the date instead
 [[nodiscard]] std::string textOf(const Happening& happening, std::optional<std::uint64_t> beginNs);
