@@ -2,7 +2,6 @@
 #include "devkit/board/recorder/Ring.h"
 
 #include "devkit/board/recorder/CaptureFile.h"
-#include "devkit/board/recorder/Memory.h"
 
 #include <algorithm>
 #include <atomic>
@@ -49,58 +48,129 @@ RecordFields fieldsOf(const Ring& ring, Kind kind) noexcept {
 }
 
 /// Position behind the sound that has gone through the ring. Sound for the client counts when the
-/// client has read it: before that, the cache may hold older bytes.
+/// client reads it: before that, the cache may hold older bytes.
 std::uint64_t soundEnd(const Ring& ring) noexcept {
     return ring.isToServer ? ring.writePosition : ring.readPosition;
 }
 
-/// The oldest position whose bytes are still in the ring. A writer may be writing behind its
-/// position; no write is expected to fill more than half of the ring.
-std::uint64_t oldestIntact(const Ring& ring) noexcept {
-    const std::uint64_t half = ring.capacity / 2;
-    const std::uint64_t notOverwritten =
-        ring.writePosition > half ? ring.writePosition - half : std::uint64_t{0};
-    return std::min(notOverwritten, ring.readPosition);
+/// The oldest position whose bytes are still in the ring. While the writer may be writing behind
+/// its position, only what is unread is sure, and what no write of half a ring would reach.
+std::uint64_t oldestIntact(const Ring& ring, bool mayBeWriting) noexcept {
+    const std::uint64_t kept = mayBeWriting ? ring.capacity / 2 : ring.capacity;
+    const std::uint64_t written =
+        ring.writePosition > kept ? ring.writePosition - kept : std::uint64_t{0};
+    return std::min(written, ring.readPosition);
 }
 
-/// Copies from the ring, which may end and begin again in between.
-void copyFromRing(const Ring& ring, std::uint64_t position, std::uint32_t count) noexcept {
-    const std::uint64_t back = ring.writePosition - position;
-    const auto offset = static_cast<std::uint32_t>(
-        (ring.writeOffset + std::uint64_t{ring.capacity} - back) % ring.capacity);
+SoundQueue::Piece pieceOf(const Ring& ring, std::uint32_t offset, std::uint32_t count) noexcept {
+    return {ring.data + offset, count};
+}
+
+/// Queues the sound that has gone through the ring. The sampler's sound may be overwritten while it
+/// is copied; the ring is then sampled again, and the sound counts as lost.
+void queueSound(Ring& ring, Caller caller) noexcept {
+    const bool mayBeWriting = caller == Caller::Sampler || !ring.isToServer;
+    const std::uint64_t end = soundEnd(ring);
+    const std::uint64_t begin = std::max(ring.sound.end(), oldestIntact(ring, mayBeWriting));
+    if (!ring.sound.isOpen() || begin >= end) return;
+    const auto count = static_cast<std::uint32_t>(end - begin);
+    const auto back = static_cast<std::uint32_t>(ring.writePosition - begin);
+    const std::uint32_t offset = (ring.writeOffset + ring.capacity - back) % ring.capacity;
     const std::uint32_t first = std::min(count, ring.capacity - offset);
-    copyBytes(ring.sound, ring.data + offset, first);
-    copyBytes(ring.sound + first, ring.data, count - first);
+    ring.sound.add(begin, pieceOf(ring, offset, first), pieceOf(ring, 0, count - first));
+}
+
+bool isPossible(const Ring& ring, std::uint32_t size, std::uint32_t read,
+                std::uint32_t write) noexcept {
+    return size != 0 && size <= ring.capacity && read < size && write < size;
+}
+
+std::uint32_t distance(const Ring& ring, std::uint32_t from, std::uint32_t to) noexcept {
+    return to >= from ? to - from : ring.capacity - from + to;
+}
+
+void begin(Ring& ring, std::uint32_t size, std::uint32_t read) noexcept {
+    ring.hasBegun = true;
+    ring.capacity = size;
+    ring.readOffset = read;
+    ring.writeOffset = read;
+}
+
+/// The summaries of the events since the last time.
+/// @return how many
+std::size_t takeSummaries(Ring& ring, trace::RingSummary (&summaries)[Ring::KINDS]) noexcept {
+    std::size_t taken = 0;
+    for (std::uint32_t i = 0; i < Ring::KINDS; ++i) {
+        Ring::Events& events = ring.events[i];
+        if (events.count == 0) continue;
+        const auto event = static_cast<RingEvent>(i + 1);
+        const bool isWriters =
+            event == RingEvent::Write || (event != RingEvent::Read && ring.isToServer);
+        trace::RingSummary& summary = summaries[taken++];
+        summary.event = i + 1;
+        summary.count = events.count;
+        summary.bytes = events.bytes;
+        summary.position = isWriters ? ring.writePosition : ring.readPosition;
+        summary.longestWait = events.longestWait;
+        summary.fill = static_cast<std::uint32_t>(ring.writePosition - ring.readPosition);
+        summary.size = ring.capacity;
+        events.count = 0;
+        events.bytes = 0;
+        events.longestWait = 0;
+    }
+    return taken;
+}
+
+/// @return whether there may be more
+bool writeSound(Ring& ring) noexcept {
+    SoundQueue::Taken taken = {0, nullptr, 0};
+    {
+        const Hold hold(ring.lock);
+        if (hold && ring.sound.isOpen()) taken = ring.sound.take();
+    }
+    if (taken.count == 0) return false;
+    const auto direction =
+        ring.isToServer ? trace::Direction::ToServer : trace::Direction::ToClient;
+    const trace::SoundHeader header = {ring.base + taken.position,
+                                       static_cast<std::uint32_t>(direction), 0};
+    writeRecord(fieldsOf(ring, Kind::Sound), timeNow(), {&header, sizeof header},
+                {taken.bytes, taken.count});
+    return true;
+}
+
+/// The clock may have been set back.
+bool isDue(const Ring& ring, std::uint64_t now) noexcept {
+    return now - ring.summaryTime >= SUMMARY_INTERVAL_NS || now < ring.summaryTime;
 }
 
 }  // namespace
 
-void sampleRing(Ring& ring) noexcept {
+void sampleRing(Ring& ring, Caller caller) noexcept {
     const wire::RingHeader& header = headerOf(ring);
     const std::uint32_t size = shared(header.size);
+    // Loaded first, so that it is not ahead of the writer's.
     const std::uint32_t read = shared(header.readOffset);
     const std::uint32_t write = shared(header.writeOffset);
     // Not initialised yet, or nonsense: the application does not use the ring either.
-    if (size == 0 || size > ring.capacity || read >= size || write >= size) return;
-    if (!ring.hasBegun) {
-        ring.hasBegun = true;
-        ring.capacity = size;
-        ring.readOffset = read;
-        ring.writeOffset = read;
-    }
-    const auto moved = [&](std::uint32_t from, std::uint32_t to) {
-        return to >= from ? to - from : size - from + to;
-    };
-    const std::uint32_t written = moved(ring.writeOffset, write);
+    if (!isPossible(ring, size, read, write)) return;
+    if (!ring.hasBegun) begin(ring, size, read);
+    const std::uint32_t written = distance(ring, ring.writeOffset, write);
     countMoved(ring, RingEvent::Write, written);
     ring.writePosition += written;
     ring.writeOffset = write;
-    // The reader's offset was loaded first, so it is not ahead of the writer's.
-    const std::uint32_t taken = moved(ring.readOffset, read);
+    const std::uint32_t taken = distance(ring, ring.readOffset, read);
     countMoved(ring, RingEvent::Read, taken);
     ring.readPosition += taken;
     ring.readOffset = read;
     sampleWait(ring);
+    queueSound(ring, caller);
+}
+
+void notePiece(Ring& ring, std::uint32_t offset, std::uint32_t length) noexcept {
+    if (!ring.hasBegun || offset >= ring.capacity || length > ring.capacity - offset) return;
+    const std::uint32_t from = ring.isToServer ? ring.writeOffset : ring.readOffset;
+    ring.sound.add(soundEnd(ring) + distance(ring, from, offset), pieceOf(ring, offset, length),
+                   {nullptr, 0});
 }
 
 void countCall(Ring& ring, RingEvent event, std::uint64_t waitedUs) noexcept {
@@ -109,55 +179,23 @@ void countCall(Ring& ring, RingEvent event, std::uint64_t waitedUs) noexcept {
     events.longestWait = std::max(events.longestWait, waitedUs);
 }
 
-void writeSound(Ring& ring) noexcept {
-    if (ring.sound == nullptr || !ring.hasBegun) return;
-    while (ring.soundPosition < soundEnd(ring)) {
-        ring.soundPosition = std::max(ring.soundPosition, oldestIntact(ring));
-        const auto count = static_cast<std::uint32_t>(
-            std::min<std::uint64_t>(soundEnd(ring) - ring.soundPosition, trace::MAXIMUM_SOUND));
-        const std::uint64_t position = ring.soundPosition;
-        copyFromRing(ring, position, count);
-        sampleRing(ring);
-        ring.soundPosition += count;
-        // What was overwritten during the copy is left out; the position of the next record tells.
-        const std::uint64_t intact = std::max(position, oldestIntact(ring));
-        if (intact >= ring.soundPosition) continue;
-        const auto skipped = static_cast<std::uint32_t>(intact - position);
-        const trace::SoundHeader header = {
-            ring.base + intact,
-            static_cast<std::uint32_t>(ring.isToServer ? trace::Direction::ToServer
-                                                       : trace::Direction::ToClient),
-            0};
-        writeRecord(fieldsOf(ring, Kind::Sound), timeNow(), {&header, sizeof header},
-                    {ring.sound + skipped, count - skipped});
-    }
-}
-
-void writeSummaries(Ring& ring, bool atOnce) noexcept {
+void recordRing(Ring& ring, bool isLast) noexcept {
+    trace::RingSummary summaries[Ring::KINDS];
+    std::size_t count = 0;
     const std::uint64_t now = timeNow();
-    // The clock may have been set back.
-    const bool isDue = now - ring.summaryTime >= SUMMARY_INTERVAL_NS || now < ring.summaryTime;
-    if (!isDue && !atOnce) return;
-    ring.summaryTime = now;
-    for (std::uint32_t i = 0; i < Ring::KINDS; ++i) {
-        Ring::Events& events = ring.events[i];
-        if (events.count == 0) continue;
-        const auto event = static_cast<RingEvent>(i + 1);
-        const bool isWriters =
-            event == RingEvent::Write || (event != RingEvent::Read && ring.isToServer);
-        const trace::RingSummary summary = {
-            i + 1,
-            events.count,
-            events.bytes,
-            isWriters ? ring.writePosition : ring.readPosition,
-            events.longestWait,
-            static_cast<std::uint32_t>(ring.writePosition - ring.readPosition),
-            ring.capacity};
-        events.count = 0;
-        events.bytes = 0;
-        events.longestWait = 0;
-        writeRecord(fieldsOf(ring, Kind::Ring), now, {&summary, sizeof summary});
+    {
+        const Hold hold(ring.lock);
+        if (!hold) return;
+        sampleRing(ring, Caller::Sampler);
+        if (isLast || isDue(ring, now)) {
+            ring.summaryTime = now;
+            count = takeSummaries(ring, summaries);
+        }
     }
+    while (writeSound(ring)) {
+    }
+    for (std::size_t i = 0; i < count; ++i)
+        writeRecord(fieldsOf(ring, Kind::Ring), now, {&summaries[i], sizeof summaries[i]});
 }
 
 }  // namespace cabinaudio::recorder

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "devkit/board/recorder/Lock.h"
+#include "devkit/board/recorder/SoundQueue.h"
 #include "devkit/trace/RecordHeader.h"
 #include "wire/Ring.h"
 
@@ -19,12 +20,13 @@ struct OwnMapping {
     const void* ofApplication;  // the application's mapping of the same pages
 };
 
-/// A ring that the application has mapped. Its offsets are sampled: no call of the application
-/// shows that bytes were written or read. Every function needs the lock.
+/// A ring that the application has mapped. Its offsets are sampled: the transfers themselves are no
+/// calls that could be seen.
 struct Ring {
-    Lock lock;
-    bool isUsed;
+    Lock use;   // held while records are written, and by the thread that ends the ring
+    Lock lock;  // for the rest; never held while records are written
 
+    bool isUsed;
     std::uint32_t connection;
     std::uint32_t type;
     bool isToServer;
@@ -51,20 +53,24 @@ struct Ring {
     Events events[KINDS];  // since the last summary; RingEvent less one
     std::uint64_t summaryTime;
 
-    std::uint8_t* sound;  // room for one record's sound; null unless sound is recorded
-    std::uint64_t soundPosition;
+    SoundQueue sound;
 };
 
-/// Reads the offsets and counts what has changed.
-void sampleRing(Ring& ring) noexcept;
+/// The thread that reads the ring's memory, and so whether the application may be writing to it.
+enum class Caller { Application, Sampler };
 
-/// Counts a call that shows a notification, or a wait for one.
+/// Reads the offsets, counts what has changed and queues the sound. Call with `lock`.
+void sampleRing(Ring& ring, Caller caller) noexcept;
+
+/// The application has written a piece of the ring, or will read it. Call with `lock`.
+/// @param offset  of the piece in the ring
+void notePiece(Ring& ring, std::uint32_t offset, std::uint32_t length) noexcept;
+
+/// Counts a call that shows a notification, or a wait for one. Call with `lock`.
 void countCall(Ring& ring, trace::RingEvent event, std::uint64_t waitedUs) noexcept;
 
-/// Writes the sound since the last time.
-void writeSound(Ring& ring) noexcept;
-
-/// Writes a summary of each kind of event that has happened, if the last one is old enough.
-void writeSummaries(Ring& ring, bool atOnce) noexcept;
+/// Writes what has happened since the last time: the sound, and summaries if they are due. Call
+/// with `use`.
+void recordRing(Ring& ring, bool isLast) noexcept;
 
 }  // namespace cabinaudio::recorder

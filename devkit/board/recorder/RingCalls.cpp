@@ -6,6 +6,7 @@
 #include "devkit/board/recorder/LibraryCalls.h"
 #include "devkit/board/recorder/Memory.h"
 #include "devkit/board/recorder/Rings.h"
+#include "wire/Ring.h"
 
 #include <linux/futex.h>
 #include <semaphore.h>
@@ -27,11 +28,15 @@ void* mapped(void* at, std::size_t length, int flags, int descriptor, off64_t of
     return at;
 }
 
-/// Rings in physical memory have a request for each piece that is written or will be read: so their
-/// offsets are seen at each transfer, however fast the transfers follow each other.
-void noteRequest(unsigned long number) noexcept {
+/// Rings in physical memory have a request for each piece that was written or will be read: so
+/// their transfers are seen one by one, however fast they follow each other.
+int request(libc::Ioctl* next, int descriptor, unsigned long number, void* argument) noexcept {
+    const int result = next(descriptor, number, argument);
     const auto low = static_cast<std::uint32_t>(number);  // the kernel ignores the upper bits
-    if (low == board::CACHE_CLEAN || low == board::CACHE_INVALIDATE) sampleRings();
+    if (result != 0 || (low != board::CACHE_CLEAN && low != board::CACHE_INVALIDATE)) return result;
+    const auto* range = static_cast<const wire::CacheRange*>(argument);
+    noteCacheRequest(range->start, range->length);
+    return result;
 }
 
 /// Counts a call that waits.
@@ -87,8 +92,7 @@ BOARD_EXPORT int ioctl(int descriptor, unsigned long number, ...) noexcept {
     va_start(arguments, number);
     void* argument = va_arg(arguments, void*);
     va_end(arguments);
-    noteRequest(number);
-    return libc::ioctl.find()(descriptor, number, argument);
+    return request(libc::ioctl.find(), descriptor, number, argument);
 }
 
 // Called by 32-bit programs built with 64-bit time.
@@ -98,10 +102,8 @@ int __ioctl_time64(int descriptor, unsigned long number, ...) noexcept {
     va_start(arguments, number);
     void* argument = va_arg(arguments, void*);
     va_end(arguments);
-    noteRequest(number);
     libc::Ioctl* next = libc::ioctlTime64.find();
-    if (next == nullptr) next = libc::ioctl.find();
-    return next(descriptor, number, argument);
+    return request(next != nullptr ? next : libc::ioctl.find(), descriptor, number, argument);
 }
 
 // Semaphores of rings: the C library's in 32-bit programs, futex calls in 64-bit ones.

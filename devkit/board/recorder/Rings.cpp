@@ -121,23 +121,16 @@ void clearCounts(Ring& ring) noexcept {
         events.longestWait = 0;
     }
     ring.summaryTime = timeNow();
-    ring.soundPosition = 0;
-}
-
-std::uint8_t* soundRoom() noexcept {
-    if (!recordsSound()) return nullptr;
-    void* const made = libc::mmap64.find()(nullptr, trace::MAXIMUM_SOUND, PROT_READ | PROT_WRITE,
-                                           MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    return made != MAP_FAILED ? static_cast<std::uint8_t*>(made) : nullptr;
 }
 
 /// @return whether the ring is complete
 bool beginRing(Ring& ring, const Stream& stream, const void* at, std::size_t length,
                int descriptor) noexcept {
+    const Hold holdUse(ring.use);
     const Hold hold(ring.lock);
     const bool isPhysical = ring.memory.at != nullptr;
     const std::size_t behindHeader = length - sizeof(wire::RingHeader);
-    if (!hold || (!isPhysical && behindHeader == 0)) return false;
+    if (!holdUse || !hold || (!isPhysical && behindHeader == 0)) return false;
     if (!makeOwn(ring.header, at, length, descriptor, 0, sizeof(wire::RingHeader))) return false;
     const OwnMapping& place = isPhysical ? ring.memory : ring.header;
     ring.data = static_cast<const std::uint8_t*>(place.at) + place.dataOffset;
@@ -147,9 +140,9 @@ bool beginRing(Ring& ring, const Stream& stream, const void* at, std::size_t len
     ring.isToServer = stream.type <= LAST_PLAYBACK_TYPE;
     ring.base = stream.ringBytes;
     clearCounts(ring);
-    ring.sound = soundRoom();
+    if (recordsSound()) ring.sound.open();
     ring.isUsed = true;
-    sampleRing(ring);
+    sampleRing(ring, Caller::Application);
     return true;
 }
 
@@ -175,20 +168,14 @@ void keepBytes(const Ring& ring) noexcept {
     });
 }
 
-void recordRing(Ring& ring, bool isLast) noexcept {
-    sampleRing(ring);
-    writeSound(ring);
-    writeSummaries(ring, isLast);
-}
-
 void endRing(Ring& ring) noexcept {
     recordRing(ring, true);
     keepBytes(ring);
+    const Hold hold(ring.lock);
+    ring.isUsed = false;
     dropOwn(ring.header);
     dropOwn(ring.memory);
-    if (ring.sound != nullptr) libc::munmap.find()(ring.sound, trace::MAXIMUM_SOUND);
-    ring.sound = nullptr;
-    ring.isUsed = false;
+    ring.sound.close();
     gRingCount.fetch_sub(1);
 }
 
@@ -263,8 +250,8 @@ void endMapping(const void* at) noexcept {
     if (!hold) return;
     for (Ring& ring : gRings) {
         if (ring.header.ofApplication != at && ring.memory.ofApplication != at) continue;
-        const Hold holdRing(ring.lock);
-        if (!holdRing) continue;
+        const Hold holdUse(ring.use);
+        if (!holdUse) continue;
         if (ring.isUsed)
             endRing(ring);
         else
@@ -272,13 +259,20 @@ void endMapping(const void* at) noexcept {
     }
 }
 
-void sampleRings() noexcept {
+void noteCacheRequest(std::uint32_t start, std::uint32_t length) noexcept {
     if (!hasRings() || !isRecording()) return;
     const KeepErrno keep;
     for (Ring& ring : gRings) {
-        if (!ring.isUsed || !ring.lock.tryLock()) continue;
-        if (ring.isUsed) sampleRing(ring);
-        ring.lock.unlock();
+        if (!ring.isUsed) continue;
+        const Hold hold(ring.lock);
+        if (!hold || !ring.isUsed || ring.memory.at == nullptr) continue;
+        const auto data = static_cast<std::uint32_t>(
+            reinterpret_cast<std::uintptr_t>(ring.memory.ofApplication) + ring.memory.dataOffset);
+        const std::uint32_t offset = start - data;
+        if (offset >= ring.capacity) continue;
+        sampleRing(ring, Caller::Application);
+        notePiece(ring, offset, length);
+        return;
     }
 }
 
@@ -288,11 +282,13 @@ void noteSemaphoreCall(const void* semaphore, trace::RingEvent event,
     const KeepErrno keep;
     for (Ring& ring : gRings) {
         if (!ring.isUsed || !isIn(ring.header, semaphore, sizeof(wire::RingHeader))) continue;
-        if (!ring.lock.tryLock()) return;
+        const Hold hold(ring.lock);
+        if (!hold || !ring.isUsed) return;
         // A writer's wait for space is seen in the header.
         const bool isSampled = event == trace::RingEvent::Wait && ring.isToServer;
-        if (ring.isUsed && !isSampled) countCall(ring, event, waitedUs);
-        ring.lock.unlock();
+        if (!isSampled) countCall(ring, event, waitedUs);
+        // Only the thread that posts is sure to write nothing now.
+        sampleRing(ring, event == trace::RingEvent::Notify ? Caller::Application : Caller::Sampler);
         return;
     }
 }
@@ -300,7 +296,8 @@ void noteSemaphoreCall(const void* semaphore, trace::RingEvent event,
 void recordRings(bool isLast) noexcept {
     if (!isRecording()) return;
     for (Ring& ring : gRings) {
-        const Hold hold(ring.lock);
+        if (!ring.isUsed) continue;
+        const Hold hold(ring.use);
         if (hold && ring.isUsed) recordRing(ring, isLast);
     }
 }
@@ -311,11 +308,11 @@ void dropRings() noexcept {
         object.descriptor = 0;
     gObjectCount = 0;
     for (Ring& ring : gRings) {
+        ring.use.reset();
         ring.lock.reset();
         dropOwn(ring.header);
         dropOwn(ring.memory);
-        if (ring.sound != nullptr) libc::munmap.find()(ring.sound, trace::MAXIMUM_SOUND);
-        ring.sound = nullptr;
+        ring.sound.close();
         ring.isUsed = false;
     }
     gRingCount = 0;

@@ -24,8 +24,9 @@ void noteMapping(void* at, std::size_t length, int descriptor, off64_t offset) n
 /// The application will unmap pages.
 void endMapping(const void* at) noexcept;
 
-/// Counts what the offsets show now. Never waits: for real-time threads.
-void sampleRings() noexcept;
+/// The application has cleaned or invalidated the cache for a piece of memory. Waits for no file.
+/// @param start  lower half of the address in the application's mapping
+void noteCacheRequest(std::uint32_t start, std::uint32_t length) noexcept;
 
 /// A call that posts a semaphore or waits for it has ended.
 /// @param waitedUs  0 for a post
