@@ -14,7 +14,7 @@ struct SocketFrameHeader {
     std::uint32_t headerId;               // 4   HEADER_NOTIFY or HEADER_REPLY
     std::uint32_t event;                  // 8   notification: first value
     std::uint32_t spare12;                // 12  sent as 0, not read
-    alignas(8) std::uint64_t sendTimeUs;  // 16  clock of AudioTime::now()
+    alignas(8) std::uint64_t sendTimeUs;  // 16  us, clock of AudioTime::now()
     std::uint32_t param;                  // 24  notification: second value
     std::uint32_t spare28;                // 28  sent as 0, not read
 };
@@ -39,8 +39,8 @@ struct audio_param {
     std::uint32_t cmd;                   // 0   AUDIO_CMD_*
     std::uint32_t type;                  // 4   audio_connect_type
     std::uint32_t handle;                // 8   registration: AUDIO_REGISTER_WORD
-    std::uint32_t length;                // 12  payload bytes; registration: size of name
-    alignas(8) std::uint64_t timestamp;  // 16  when it was built, clock of AudioTime::now()
+    std::uint32_t length;                // 12  bytes of payload; registration: size of name
+    alignas(8) std::uint64_t timestamp;  // 16  us, clock of AudioTime::now(), when it was built
     char name[64];                       // 24  zero-terminated; requests say NAME_UNKNOWN
 };
 static_assert(cabinaudio::wire::Layout<audio_param>);

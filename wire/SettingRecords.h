@@ -115,7 +115,7 @@ static_assert(offsetof(ChannelStepRequest, value) == 4);
 
 struct ChannelGainRequest {
     std::uint32_t function = 0;  // 0
-    std::uint32_t channel;       // 4
+    std::uint32_t channel;       // 4   mask of audio_channel_idx_e
     float gain;                  // 8   dB
 };
 static_assert(sizeof(ChannelGainRequest) == 12);
@@ -257,7 +257,7 @@ struct EffectRequest {
     std::uint32_t function = 0;  // 0
     Name tag;                    // 4
     Name effect;                 // 68
-    std::uint32_t size;          // 132
+    std::uint32_t size;          // 132  bytes that follow
 };
 static_assert(Layout<EffectRequest> && sizeof(EffectRequest) == 136);
 static_assert(offsetof(EffectRequest, tag) == 4);
@@ -334,7 +334,7 @@ static_assert(offsetof(ChannelStepReply, value) == 4);
 
 struct ChannelGainReply {
     std::int32_t status;    // 0
-    std::uint32_t channel;  // 4   clients do not look at it
+    std::uint32_t channel;  // 4   audio_channel_idx_e; clients do not look at it
     float gain;             // 8   dB
 };
 static_assert(sizeof(ChannelGainReply) == 12);
@@ -426,14 +426,14 @@ constexpr std::int32_t MIX_HARDWARE = 0;
 /// Amplitudes are in millionths of full scale; a full-scale square wave has 1000000.
 struct LevelsReply {
     std::int32_t status;      // 0
-    std::uint32_t levels[4];  // 4   by loudspeaker LF, RF, LS, RS, or by band
+    std::uint32_t levels[4];  // 4   millionths, by loudspeaker LF, RF, LS, RS, or by band
 };
 static_assert(Layout<LevelsReply> && sizeof(LevelsReply) == 20);
 static_assert(offsetof(LevelsReply, levels) == 4);
 
 struct LevelReply {
     std::int32_t status;  // 0
-    std::uint32_t level;  // 4
+    std::uint32_t level;  // 4   millionths
 };
 static_assert(Layout<LevelReply> && sizeof(LevelReply) == 8);
 static_assert(offsetof(LevelReply, level) == 4);

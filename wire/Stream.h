@@ -91,8 +91,8 @@ struct CreateReply {
     std::uint32_t spare4;         // 4
     std::uint32_t ringSize;       // 8   bytes; for a ring that is not announced
     std::int32_t perLoopSize;     // 12  bytes per server period
-    std::int32_t perLoopTime;     // 16  capture only
-    std::int32_t perLoopSamples;  // 20  capture only
+    std::int32_t perLoopTime;     // 16  ms; capture only
+    std::int32_t perLoopSamples;  // 20  frames; capture only
     std::uint32_t spare24;        // 24
 };
 static_assert(Layout<CreateReply>);

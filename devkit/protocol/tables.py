@@ -1,130 +1,71 @@
-#!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""tables.py [--check]: generates the tables of settings functions in docs/protocol.md from
-wire/Settings.h and wire/SettingRecords.h. With --check nothing is written; exit status 1 means
-that the page does not match the sources.
-"""
-import pathlib
-import re
-import sys
+"""Generates the tables of settings functions in docs/protocol.md."""
+import records
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-PAGE = ROOT / "docs" / "protocol.md"
-CATALOGUE = (ROOT / "wire" / "Settings.h").read_text(encoding="utf-8")
-RECORDS = (ROOT / "wire" / "SettingRecords.h").read_text(encoding="utf-8")
+PATH = "docs/protocol.md"
 
-ROW = re.compile(r"Setting<(\w+)Function::(\w+),\s*(\w+),\s*(\w+)>\{\s*"
-                 r'"([^"]*)",\s*"([^"]*)"(?:,\s*(NO_FLAG))?\}')
-FIELD = re.compile(r"^    (?P<type>[\w:<>, ]+?) (?P<name>\w+)(?:\[(?P<count>\d+)\])?(?: = [^;]+)?;"
-                   r"(?:[ ]*//[ ]*\d+[ ]*(?P<note>.*))?$", re.M)
 NUMBERS = {"std::uint8_t": "u8", "std::uint16_t": "u16", "std::uint32_t": "u32",
            "std::int32_t": "i32", "float": "f32"}
-UNITS = ("dB", "ms", "Hz")
-SPARE = {"1": "one unused byte", "2": "two unused bytes", "3": "three unused bytes"}
+UNITS = ("dB", "ms", "Hz")  # that the tables show
+SPARE = {1: "one unused byte", 2: "two unused bytes", 3: "three unused bytes"}
+STREAMS = ("Sink", "Track", "Capture", "Uplink")
 
 
-def functions():
-    """{(kind, enumerator): id}"""
-    found = {}
-    for kind, body in re.findall(r"enum class (\w+)Function : [\w:]+ \{(.*?)\};", CATALOGUE, re.S):
-        for name, number in re.findall(r"(\w+) = (\d+)", body):
-            found[kind, name] = int(number)
-    return found
-
-
-def sizes():
-    """{record: bytes}, from the assertions in the sources."""
-    found = {name: int(size) for name, size in
-             re.findall(r"sizeof\((\w+)\) == (\d+)\)?", RECORDS)}
-    return {**found, "FunctionRequest": 4, "StatusReply": 4}
-
-
-def field(match, types):
-    kind, name, count, note = match["type"], match["name"], match["count"], match["note"] or ""
-    if name.startswith("spare"):
-        return SPARE[count] if kind == "std::uint8_t" else "two unused bytes"
-    if kind == "Name":
-        return name
-    if name == "step":
+def field_text(catalogue, field):
+    if field.is_spare:
+        return SPARE[catalogue.size_of(field.type) * (field.count or 1)]
+    if field.type == records.TEXT:
+        return field.name
+    if field.name == "step":
         return "u8 step"
-    if kind in NUMBERS:
-        text = NUMBERS[kind] + (f"[{count}]" if count else "") + " " + name
-        unit = note.split(" ")[0] if note else ""
-        return text + (f" in {unit}" if unit in UNITS else "")
-    kind = types.get(kind, kind)
-    return f"`{kind.removeprefix('audio::')}`"
+    if field.type in NUMBERS:
+        text = NUMBERS[field.type] + (f"[{field.count}]" if field.count else "") + " " + field.name
+        return text + (f" in {field.unit}" if field.unit in UNITS else "")
+    return f"`{field.type}`"
 
 
-def contents(record):
+def contents(catalogue, name):
     """The fields after the function id or the status."""
-    if record in ("FunctionRequest", "StatusReply"):
-        return []
-    alias = re.search(rf"using {record} = (\w+)<([\w:]+)(?:, (\d+))?>;", RECORDS)
-    if alias and alias[1] == "ListReply":
-        slot = "name" if alias[2] == "Name" else f"`{alias[2]}`"
-        return ["i32 count", f"{slot}[{alias[3]}]"]
-    types = {"Value": alias[2]} if alias else {}
-    name = alias[1] if alias else record
-    body = re.search(rf"^struct {name} \{{\n(.*?)^\}};", RECORDS, re.M | re.S)
-    if body is None:
-        raise SystemExit(f"{record} is not in wire/SettingRecords.h")
-    fields = list(FIELD.finditer(body[1]))
-    if len(fields) != body[1].count("\n"):
-        raise SystemExit(f"{record} has a field that is not understood")
-    return [field(match, types) for match in fields[1:]]
+    texts = []
+    for field in catalogue.record(name).fields[1:]:
+        if field.type.startswith("List<"):
+            count, slots = catalogue.record(field.type).fields
+            slot = "name" if slots.type == records.TEXT else f"`{slots.type}`"
+            texts += [f"{NUMBERS[count.type]} count", f"{slot}[{slots.count}]"]
+        else:
+            texts.append(field_text(catalogue, field))
+    return texts
 
 
-def cell(record):
-    if record == "EffectRequest" or record == "EffectReply":
-        texts = [text for text in contents(record) if text != "u32 size"] + ["block"]
+def cell(catalogue, name):
+    texts, size = contents(catalogue, name), catalogue.record(name).size
+    if name in ("EffectRequest", "EffectReply"):
         # A block is its size followed by that many bytes.
-        return f"{', '.join(texts)} ({sizes()[record]} + size)"
-    texts = contents(record)
-    return f"{', '.join(texts)} ({sizes()[record]})" if texts else "–"
+        return f"{', '.join([*texts[:-1], 'block'])} ({size} + size)"
+    return f"{', '.join(texts)} ({size})" if texts else "–"
 
 
-def tables():
+def tables(catalogue):
     """{kind: lines of its table}"""
-    ids = functions()
-    rows = ROW.findall(CATALOGUE)
-    if len(rows) != len(re.findall(r"Setting<\w+Function::", CATALOGUE)):
-        raise SystemExit("a row of wire/Settings.h has a form that is not understood")
     made = {}
-    for kind, function, request, reply, name, meaning, no_flag in rows:
-        if kind == "Version":
-            continue  # described in its own section
-        lines = made.setdefault(kind, ["| id | function | about | payload | reply |",
-                                       "|---:|---|---|---|---|"])
-        mark = " ○" if no_flag else ""
-        lines.append(f"| {ids[kind, function]}{mark} | `{name}` | {meaning} | {cell(request)} | "
-                     f"{cell(reply)} |")
+    for operation in catalogue.operations:
+        if operation.kind in ("Version", *STREAMS):
+            continue  # described in sections of their own
+        lines = made.setdefault(operation.kind, ["| id | function | about | payload | reply |",
+                                                 "|---:|---|---|---|---|"])
+        mark = "" if operation.has_flag else " ○"
+        lines.append(f"| {operation.id}{mark} | `{operation.name}` | {operation.meaning} | "
+                     f"{cell(catalogue, operation.request)} | "
+                     f"{cell(catalogue, operation.reply)} |")
     return made
 
 
-def page(text):
+def make(catalogue, text):
     """The page with regenerated tables."""
-    for kind, lines in tables().items():
+    for kind, lines in tables(catalogue).items():
         begin, end = f"<!-- begin {kind} settings -->\n", f"<!-- end {kind} settings -->\n"
         if text.count(begin) != 1 or text.count(end) != 1:
-            raise SystemExit(f"docs/protocol.md has no place for the {kind} settings")
+            raise records.NotUnderstood(f"{PATH} has no place for the {kind} settings")
         before, rest = text.split(begin)
         text = before + begin + "\n".join(lines) + "\n" + end + rest.split(end)[1]
     return text
-
-
-def main(arguments):
-    if arguments not in ([], ["--check"]):
-        raise SystemExit(__doc__)
-    text = PAGE.read_text(encoding="utf-8")
-    made = page(text)
-    if arguments and made != text:
-        print("docs/protocol.md is not what wire/ gives: run devkit/protocol/tables.py",
-              file=sys.stderr)
-        return 1
-    if not arguments:
-        PAGE.write_text(made, encoding="utf-8")
-    return 0
-
-
-if __name__ == "__main__":
-    sys.exit(main(sys.argv[1:]))

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The tables of the protocol page: that they are those of the catalogue."""
+"""What is generated from the catalogue: that it is that of the catalogue."""
 
 import shutil
 import subprocess
@@ -10,7 +10,7 @@ from pathlib import Path
 
 from surroundings import SOURCE
 
-MAKER = "devkit/protocol/tables.py"
+MAKER = "devkit/protocol/generate.py"
 READ = [MAKER, "docs/protocol.md", "wire/SettingRecords.h", "wire/Settings.h"]
 
 
