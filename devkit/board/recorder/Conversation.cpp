@@ -126,18 +126,19 @@ bool Conversation::makeBuffer() noexcept {
 
 void Conversation::writeRequest(const std::uint8_t* message, std::size_t length,
                                 std::uint64_t time) noexcept {
-    if (wordAt(message) == AUDIO_CMD_REGISTER)
-        noteRegistration(message);
-    else
-        mFunction = length >= HEADER + sizeof mFunction ? wordAt(message + HEADER) : UNKNOWN;
+    const bool isRegistration = wordAt(message) == AUDIO_CMD_REGISTER;
+    mFunction = UNKNOWN;
+    if (!isRegistration && length >= HEADER + sizeof mFunction)
+        mFunction = wordAt(message + HEADER);
     mAwaitsReply = true;
     mRequestTime = time;
+    // The type counts from the registration on.
     writeRecord(fields(Kind::ToServer), time, {message, length});
+    if (isRegistration) noteRegistration(message);
 }
 
 void Conversation::noteRegistration(const std::uint8_t* message) noexcept {
     mType = wordAt(message + offsetof(audio_param, type));
-    mFunction = UNKNOWN;
     copyBytes(mName, message + offsetof(audio_param, name), NAME_SIZE);
 }
 

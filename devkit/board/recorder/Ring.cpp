@@ -47,10 +47,11 @@ RecordFields fieldsOf(const Ring& ring, Kind kind) noexcept {
     return {kind, ring.connection, ring.type, trace::UNKNOWN, 0};
 }
 
-/// Position behind the sound that has gone through the ring. Sound for the client counts when the
-/// client reads it: before that, the cache may hold older bytes.
+/// Position behind the sound that has gone through the ring. Sound in physical memory for the client
+/// counts when the client reads it: before that, the cache may hold older bytes.
 std::uint64_t soundEnd(const Ring& ring) noexcept {
-    return ring.isToServer ? ring.writePosition : ring.readPosition;
+    const bool isCached = ring.memory.at != nullptr;
+    return ring.isToServer || !isCached ? ring.writePosition : ring.readPosition;
 }
 
 /// The oldest position whose bytes are still in the ring. While the writer may be writing behind

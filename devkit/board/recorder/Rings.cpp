@@ -159,8 +159,7 @@ void addRing(const Stream& stream, const void* at, std::size_t length, int descr
 
 /// The stream's next ring continues to count.
 void keepBytes(const Ring& ring) noexcept {
-    const std::uint64_t bytes =
-        ring.base + (ring.isToServer ? ring.writePosition : ring.readPosition);
+    const std::uint64_t bytes = ring.base + ring.writePosition;
     visitConnections([&](Conversation& conversation) {
         const bool isTheStream = conversation.number() == ring.connection;
         if (isTheStream) conversation.setRingBytes(bytes);
