@@ -47,8 +47,8 @@ RecordFields fieldsOf(const Ring& ring, Kind kind) noexcept {
     return {kind, ring.connection, ring.type, trace::UNKNOWN, 0};
 }
 
-/// Position behind the sound that has gone through the ring. Sound in physical memory for the client
-/// counts when the client reads it: before that, the cache may hold older bytes.
+/// Position behind the sound that has gone through the ring. Sound in physical memory for the
+/// client counts when the client reads it: before that, the cache may hold older bytes.
 std::uint64_t soundEnd(const Ring& ring) noexcept {
     const bool isCached = ring.memory.at != nullptr;
     return ring.isToServer || !isCached ? ring.writePosition : ring.readPosition;
@@ -93,7 +93,6 @@ std::uint32_t distance(const Ring& ring, std::uint32_t from, std::uint32_t to) n
 void begin(Ring& ring, std::uint32_t size, std::uint32_t read) noexcept {
     ring.hasBegun = true;
     ring.capacity = size;
-    ring.readOffset = read;
     ring.writeOffset = read;
 }
 
@@ -159,19 +158,23 @@ void sampleRing(Ring& ring, Caller caller) noexcept {
     countMoved(ring, RingEvent::Write, written);
     ring.writePosition += written;
     ring.writeOffset = write;
-    const std::uint32_t taken = distance(ring, ring.readOffset, read);
-    countMoved(ring, RingEvent::Read, taken);
-    ring.readPosition += taken;
-    ring.readOffset = read;
+    // By the fill level: the reader may have moved by more than the ring's size since the last
+    // time.
+    const std::uint64_t position = ring.writePosition - distance(ring, read, write);
+    if (position > ring.readPosition) {
+        countMoved(ring, RingEvent::Read, static_cast<std::uint32_t>(position - ring.readPosition));
+        ring.readPosition = position;
+    }
     sampleWait(ring);
     queueSound(ring, caller);
 }
 
 void notePiece(Ring& ring, std::uint32_t offset, std::uint32_t length) noexcept {
     if (!ring.hasBegun || offset >= ring.capacity || length > ring.capacity - offset) return;
-    const std::uint32_t from = ring.isToServer ? ring.writeOffset : ring.readOffset;
-    ring.sound.add(soundEnd(ring) + distance(ring, from, offset), pieceOf(ring, offset, length),
-                   {nullptr, 0});
+    const std::uint64_t position =
+        ring.isToServer ? ring.writePosition + distance(ring, ring.writeOffset, offset)
+                        : ring.writePosition - distance(ring, offset, ring.writeOffset);
+    ring.sound.add(position, pieceOf(ring, offset, length), {nullptr, 0});
 }
 
 void countCall(Ring& ring, RingEvent event, std::uint64_t waitedUs) noexcept {
@@ -180,14 +183,14 @@ void countCall(Ring& ring, RingEvent event, std::uint64_t waitedUs) noexcept {
     events.longestWait = std::max(events.longestWait, waitedUs);
 }
 
-void recordRing(Ring& ring, bool isLast) noexcept {
+void recordRing(Ring& ring, Caller caller, bool isLast) noexcept {
     trace::RingSummary summaries[Ring::KINDS];
     std::size_t count = 0;
     const std::uint64_t now = timeNow();
     {
         const Hold hold(ring.lock);
         if (!hold) return;
-        sampleRing(ring, Caller::Sampler);
+        sampleRing(ring, caller);
         if (isLast || isDue(ring, now)) {
             ring.summaryTime = now;
             count = takeSummaries(ring, summaries);

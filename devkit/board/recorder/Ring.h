@@ -38,7 +38,6 @@ struct Ring {
 
     // As of the last sample.
     bool hasBegun;
-    std::uint32_t readOffset;
     std::uint32_t writeOffset;
     std::uint64_t readPosition;
     std::uint64_t writePosition;
@@ -71,6 +70,6 @@ void countCall(Ring& ring, trace::RingEvent event, std::uint64_t waitedUs) noexc
 
 /// Writes what has happened since the last time: the sound, and summaries if they are due. Call
 /// with `use`.
-void recordRing(Ring& ring, bool isLast) noexcept;
+void recordRing(Ring& ring, Caller caller, bool isLast) noexcept;
 
 }  // namespace cabinaudio::recorder

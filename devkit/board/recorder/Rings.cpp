@@ -168,7 +168,8 @@ void keepBytes(const Ring& ring) noexcept {
 }
 
 void endRing(Ring& ring) noexcept {
-    recordRing(ring, true);
+    // A ring that is being unmapped is not written to.
+    recordRing(ring, Caller::Application, true);
     keepBytes(ring);
     const Hold hold(ring.lock);
     ring.isUsed = false;
@@ -297,7 +298,7 @@ void recordRings(bool isLast) noexcept {
     for (Ring& ring : gRings) {
         if (!ring.isUsed) continue;
         const Hold hold(ring.use);
-        if (hold && ring.isUsed) recordRing(ring, isLast);
+        if (hold && ring.isUsed) recordRing(ring, Caller::Sampler, isLast);
     }
 }
 
