@@ -168,7 +168,8 @@ void check(const Options& options) {
     if (!options.hasBoard && (options.isPrivate || !options.instance.empty() ||
                               !options.configDirectory.empty() || !options.boardLibrary.empty()))
         refuseUsage("--no-board excludes the options of the board's stand-in");
-    if (options.task == Options::Task::Clean && (options.isPrivate || !options.program.empty()))
+    if (options.task == Options::Task::Clean &&
+        (options.isPrivate || !options.traceFile.empty() || !options.program.empty()))
         refuseUsage("--clean takes an instance and nothing else");
     if (options.task == Options::Task::RunProgram && options.program.empty())
         refuseUsage("no program given");
