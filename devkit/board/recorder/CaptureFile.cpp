@@ -27,12 +27,15 @@ namespace {
 
 // Above the numbers that programs close when they start others or become daemons.
 constexpr int LOWEST_DESCRIPTOR = 200;
+// Readers refuse blocks of more than 16 MiB.
+constexpr std::size_t MOST_DATA = (std::size_t{16} << 20) - 64;
 
 constinit std::atomic<int> gDescriptor{-1};
 constinit std::atomic<pid_t> gProcess{0};
 constinit std::atomic<bool> gWithSound{false};
 constinit Lock gReopening;
 constinit std::atomic<bool> gIsStopped{false};
+constinit std::atomic<bool> gHasLeftOut{false};
 constinit dev_t gDevice = 0;
 constinit ino64_t gNode = 0;
 constinit off64_t gLimit = 0;  // of the file's size; 0: none
@@ -230,6 +233,10 @@ void writeRecord(const RecordFields& fields, std::uint64_t time, Piece first, Pi
                                         fields.function,
                                         fields.detail};
     const std::size_t data = sizeof record + first.size + second.size + third.size;
+    if (data > MOST_DATA) {
+        if (!gHasLeftOut.exchange(true)) complain("messages of more than 16 MiB are left out");
+        return;
+    }
     const trace::PacketHeader packet = trace::packetHeader(time, static_cast<std::uint32_t>(data));
     const std::uint32_t zeros = 0;
     const iovec parts[] = {part(&packet, sizeof packet),

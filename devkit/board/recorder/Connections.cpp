@@ -20,7 +20,7 @@ bool isInTable(int descriptor) noexcept {
     return descriptor >= 0 && descriptor < MOST_DESCRIPTORS;
 }
 
-/// Ends the conversation, unless it goes on in the process that this one was forked from.
+/// Ends the conversation, unless it continues in the process that this one was forked from.
 void release(Connection& connection) noexcept {
     const Hold hold(connection.lock);
     if (!hold) return;

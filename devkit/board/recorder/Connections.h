@@ -13,10 +13,10 @@ namespace cabinaudio::recorder {
 /// A place for a connection. It is never freed, but used for another connection later, which the
 /// conversation's number shows.
 struct Connection {
-    Lock lock;
     Conversation conversation;
+    Lock lock;
     bool isUsed;
-    bool isInherited;  // from the process that forked this one, and not used here yet
+    bool isInherited;  // from the process that forked this one, which records its end
 };
 
 /// A connected descriptor. An earlier connection of that number ends.

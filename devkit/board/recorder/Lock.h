@@ -4,13 +4,23 @@
 #include "devkit/board/recorder/LibraryCalls.h"
 
 #include <linux/futex.h>
-#include <pthread.h>
 #include <sys/syscall.h>
+#include <sys/types.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdint>
 
 namespace cabinaudio::recorder {
+
+/// 0 until it is known. In the child of a fork, the thread has another number.
+extern constinit thread_local pid_t gThread __attribute__((tls_model("initial-exec")));
+
+/// Number of the calling thread, asked from the kernel once. The library is never loaded later than
+/// the program, so the fast model of thread-local variables works.
+[[nodiscard]] inline std::uint32_t threadNumber() noexcept {
+    return static_cast<std::uint32_t>(gThread != 0 ? gThread : (gThread = gettid()));
+}
 
 /// A lock that knows its owner. A signal handler may send on a connection whose lock the
 /// interrupted thread holds: it does not get the lock, and does not wait for it either. Waiters
@@ -19,47 +29,43 @@ class Lock {
 public:
     /// @return false when the calling thread holds the lock
     [[nodiscard]] bool lock() noexcept {
-        const auto self = static_cast<unsigned long>(pthread_self());
-        if (mOwner.load(std::memory_order_relaxed) == self) return false;
+        const std::uint32_t self = threadNumber();
         std::uint32_t seen = FREE;
-        if (!mState.compare_exchange_strong(seen, HELD, std::memory_order_acquire)) waitForIt();
-        mOwner.store(self, std::memory_order_relaxed);
-        return true;
-    }
-
-    /// @return false when a thread holds the lock
-    [[nodiscard]] bool tryLock() noexcept {
-        std::uint32_t seen = FREE;
-        if (!mState.compare_exchange_strong(seen, HELD, std::memory_order_acquire)) return false;
-        mOwner.store(static_cast<unsigned long>(pthread_self()), std::memory_order_relaxed);
+        if (mOwner.compare_exchange_strong(seen, self, std::memory_order_acquire)) return true;
+        if ((seen & ~AWAITED) == self) return false;
+        waitForIt(self);
         return true;
     }
 
     void unlock() noexcept {
-        mOwner.store(0, std::memory_order_relaxed);
-        if (mState.exchange(FREE, std::memory_order_release) == AWAITED)
-            libc::systemCall.find()(SYS_futex, &mState, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
+        if ((mOwner.exchange(FREE, std::memory_order_release) & AWAITED) != 0)
+            libc::systemCall.find()(SYS_futex, &mOwner, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
     }
 
     /// Only in the child of a fork, where the owner does not exist.
-    void reset() noexcept {
-        mOwner.store(0, std::memory_order_relaxed);
-        mState.store(FREE, std::memory_order_relaxed);
-    }
+    void reset() noexcept { mOwner.store(FREE, std::memory_order_relaxed); }
 
 private:
     static constexpr std::uint32_t FREE = 0;
-    static constexpr std::uint32_t HELD = 1;
-    static constexpr std::uint32_t AWAITED = 2;  // held, and a thread may wait
+    static constexpr std::uint32_t AWAITED = 0x80000000;  // beside the owner: a thread may wait
 
-    void waitForIt() noexcept {
-        while (mState.exchange(AWAITED, std::memory_order_acquire) != FREE)
-            libc::systemCall.find()(SYS_futex, &mState, FUTEX_WAIT_PRIVATE, AWAITED, nullptr,
+    /// The lock is marked as awaited, because other threads may wait too.
+    void waitForIt(std::uint32_t self) noexcept {
+        for (;;) {
+            std::uint32_t seen = mOwner.load(std::memory_order_relaxed);
+            if (seen == FREE) {
+                if (mOwner.compare_exchange_weak(seen, self | AWAITED, std::memory_order_acquire))
+                    return;
+                continue;
+            }
+            if ((seen & AWAITED) == 0 && !mOwner.compare_exchange_weak(seen, seen | AWAITED))
+                continue;
+            libc::systemCall.find()(SYS_futex, &mOwner, FUTEX_WAIT_PRIVATE, seen | AWAITED, nullptr,
                                     nullptr, 0);
+        }
     }
 
-    std::atomic<std::uint32_t> mState{FREE};
-    std::atomic<unsigned long> mOwner{0};
+    std::atomic<std::uint32_t> mOwner{FREE};
 };
 
 /// Holds a lock for its own life, if it could be taken.

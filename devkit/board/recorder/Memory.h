@@ -12,8 +12,19 @@ namespace cabinaudio::recorder {
 inline void copyBytes(void* to, const void* from, std::size_t count) noexcept {
     auto* target = static_cast<unsigned char*>(to);
     const auto* source = static_cast<const unsigned char*>(from);
-    for (std::size_t i = 0; i < count; ++i)
-        target[i] = source[i];
+    for (; count >= sizeof(std::size_t); count -= sizeof(std::size_t)) {
+        std::size_t word;
+        __builtin_memcpy(&word, source, sizeof word);
+        asm("" : "+r"(word));  // keeps the compiler from making the loop a call of memcpy()
+        __builtin_memcpy(target, &word, sizeof word);
+        source += sizeof word;
+        target += sizeof word;
+    }
+    for (; count > 0; --count) {
+        unsigned byte = *source++;
+        asm("" : "+r"(byte));
+        *target++ = static_cast<unsigned char>(byte);
+    }
 }
 
 /// The number at any address, in this machine's byte order.

@@ -5,6 +5,7 @@
 #include "devkit/board/recorder/CaptureFile.h"
 #include "devkit/board/recorder/Connections.h"
 #include "devkit/board/recorder/LibraryCalls.h"
+#include "devkit/board/recorder/Lock.h"
 #include "devkit/board/recorder/Rings.h"
 #include "devkit/board/recorder/Sampler.h"
 
@@ -17,9 +18,13 @@
 #include <cstdlib>
 
 namespace cabinaudio::recorder {
+
+constinit thread_local pid_t gThread = 0;
+
 namespace {
 
 void continueInChild() noexcept {
+    gThread = 0;
     inheritConnections();
     dropRings();
     forgetSampler();

@@ -27,21 +27,21 @@ struct Ring {
     Lock lock;  // for the rest; never held while records are written
 
     bool isUsed;
+    bool isToServer;
+    bool hasBegun;  // a sample was taken
     std::uint32_t connection;
     std::uint32_t type;
-    bool isToServer;
+    std::uint32_t capacity;
     std::uint64_t base;  // bytes that went through the stream's earlier rings
     OwnMapping header;
     OwnMapping memory;  // physical memory; without an address when the data is behind the header
     const std::uint8_t* data;
-    std::uint32_t capacity;
 
     // As of the last sample.
-    bool hasBegun;
-    std::uint32_t writeOffset;
     std::uint64_t readPosition;
     std::uint64_t writePosition;
     std::uint64_t waitingSince;  // 0: the writer does not wait for space
+    std::uint32_t writeOffset;
 
     struct Events {
         std::uint32_t count;

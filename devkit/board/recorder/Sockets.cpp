@@ -38,7 +38,6 @@ public:
         const Hold hold(mConnection->lock);
         Conversation& conversation = mConnection->conversation;
         mNumber = conversation.number();
-        mConnection->isInherited = false;
         mTime = timeNow();
         mIsKept = hold && count == 1 && !conversation.isSending();
         if (mIsKept) conversation.sending(parts[0].iov_base, parts[0].iov_len);
@@ -82,7 +81,6 @@ public:
         if (mConnection == nullptr) return;
         const Hold hold(mConnection->lock);
         mNumber = mConnection->conversation.number();
-        mConnection->isInherited = false;
     }
 
     ssize_t finish(ssize_t got, const iovec* parts, std::size_t count) const noexcept {
