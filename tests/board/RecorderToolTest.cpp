@@ -180,17 +180,28 @@ TEST_P(RecordedStream, HasEachByteThatWasPlayed) {
     expectSameMessages(capture, servers());
 }
 
-TEST_F(RecordedTool, HasEachByteThatWasRecorded) {
+/// In real time: without calls that show each transfer, the ring must not go around between two
+/// samples. Even so, a sample that comes late on a busy machine may miss sound.
+TEST_F(RecordedTool, HasSoundThatWasRecordedAtItsPosition) {
     const std::string samples = file("samples.wav");
-    serve({"--fast", "--input", "tone:440"});
-    record({"--trace-sound"}, {"record", "--tag", "input0", "--seconds", "0.5", samples});
-    const Sound sound = soundOf(programs(), Direction::ToClient);
-    const Sound recorded = contentOf(samples);
+    serve({"--input", "tone:440"});
+    record({"--trace-sound"}, {"record", "--tag", "input0", "--seconds", "0.3", samples});
     constexpr std::size_t HEADER = 44;
-    ASSERT_EQ(recorded.size(), HEADER + 96000);
-    ASSERT_GE(sound.size(), 96000U);
-    EXPECT_TRUE(std::equal(recorded.begin() + HEADER, recorded.end(), sound.begin()));
-    EXPECT_GE(moved(programs(), RingEvent::Write), 96000U);
+    const Sound recorded = contentOf(samples);
+    ASSERT_EQ(recorded.size(), HEADER + 57600);
+    std::size_t compared = 0;
+    for (const Record& record : ofKind(programs().records, Kind::Sound)) {
+        const auto header = partOf<SoundHeader>(record);
+        EXPECT_EQ(header.direction, static_cast<std::uint32_t>(Direction::ToClient));
+        for (std::size_t i = sizeof header; i < record.bytes.size(); ++i) {
+            const std::size_t at = HEADER + header.position + i - sizeof header;
+            if (at >= recorded.size()) break;
+            ASSERT_EQ(record.bytes[i], recorded[at]) << "position " << at - HEADER;
+            ++compared;
+        }
+    }
+    EXPECT_GT(compared, 0U);
+    EXPECT_GE(moved(programs(), RingEvent::Write), compared);
 }
 
 TEST_F(RecordedTool, HasNoSoundUnlessAsked) {

@@ -6,7 +6,6 @@
 #include <linux/futex.h>
 #include <sys/syscall.h>
 #include <sys/types.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cstdint>
@@ -14,12 +13,12 @@
 namespace cabinaudio::recorder {
 
 /// 0 until it is known. In the child of a fork, the thread has another number.
-extern constinit thread_local pid_t gThread __attribute__((tls_model("initial-exec")));
+extern constinit thread_local pid_t gThread;
 
-/// Number of the calling thread, asked from the kernel once. The library is never loaded later than
-/// the program, so the fast model of thread-local variables works.
+/// Number of the calling thread, asked from the kernel once.
 [[nodiscard]] inline std::uint32_t threadNumber() noexcept {
-    return static_cast<std::uint32_t>(gThread != 0 ? gThread : (gThread = gettid()));
+    if (gThread == 0) gThread = static_cast<pid_t>(libc::systemCall.find()(SYS_gettid));
+    return static_cast<std::uint32_t>(gThread);
 }
 
 /// A lock that knows its owner. A signal handler may send on a connection whose lock the
