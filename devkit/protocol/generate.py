@@ -1,16 +1,17 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""generate.py [--check]: generates, from the headers in wire/, the tables of docs/protocol.md and
-devkit/trace/WireFields.cpp. With --check nothing is written; exit status 1 means that a file does
-not match the headers.
+"""generate.py [--check]: generates, from the headers in wire/, the tables of docs/protocol.md,
+devkit/trace/WireFields.cpp and the tables of the Wireshark dissector. With --check nothing is
+written; exit status 1 means that a file does not match the headers.
 """
 import sys
 
+import dissector
 import records
 import tables
 import wire_fields
 
-GENERATORS = (tables, wire_fields)
+GENERATORS = (tables, wire_fields, dissector)
 
 
 def main(arguments):

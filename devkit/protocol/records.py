@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """The catalogue as data: records, operations, events and constants as the headers in wire/ (and the
-public headers that they use) declare them. A declaration that is not understood, or whose offsets
+public headers that they use) and the layout of captures declare them. A declaration that is not understood, or whose offsets
 or size differ from what its comments and assertions say, ends the program with one line.
 """
 import dataclasses
@@ -13,6 +13,7 @@ HEADERS = {name: f"{directory}/{name}.h" for directory, names in {
     "include/cabinaudio/foundation": ["AudioStatus", "AudioConnectType", "AudioTypes"],
     "wire": ["Frame", "Stream", "StreamOperations", "SettingRecords", "Settings"],
     "client": ["UplinkCodec"],
+    "devkit/trace": ["RecordHeader"],
 }.items() for name in names}
 
 PRIMITIVES = {"std::uint8_t": 1, "std::uint16_t": 2, "std::uint32_t": 4, "std::int32_t": 4,
@@ -50,11 +51,14 @@ class Field:
     @property
     def unit(self):
         """Of the value; empty without one."""
+        longer = {"frames per second": "Hz", "microseconds": "us", "moved by": "bytes",
+                  "of the ring, bytes": "bytes"}
+        for words, unit in longer.items():
+            if words in self.note:
+                return unit
         first = re.split(r"[ ,;]", self.note)[0]
         if first in UNITS:
             return first
-        if self.note.startswith("frames per second"):
-            return "Hz"
         limits = re.fullmatch(r"-?[\d.]+ to -?[\d.]+ (\w+)", self.note)
         return limits[1] if limits and limits[1] in UNITS else ""
 
@@ -206,14 +210,14 @@ class Catalogue:
             return self._constants(r"CODEC_\w+")
         if field.type in self.enums:
             return self.enums[field.type]
-        named = next((word for word in re.findall(r"\w+", field.note) if word in self.enums), None)
-        if named is not None and "::" not in field.note:
-            return self.enums[named]
         prefix = re.match(r"([A-Z_]+_)\*", field.note)
         if prefix:
             return self._constants(prefix[1] + r"\w+")
-        return {word: self.constants[word] for word in re.findall(r"[A-Z][A-Z_]+", field.note)
-                if word in self.constants}
+        words = re.findall(r"\w+", field.note)
+        named = next((word for word in words if word in self.enums), None)
+        enum = self.enums[named] if named is not None and "::" not in field.note else {}
+        return {**enum, **{word: self.constants[word] for word in words
+                           if word in self.constants}}
 
     def _constants(self, expression):
         return {name: value for name, value in self.constants.items()

@@ -186,6 +186,13 @@ void describeRecords(CLI::App& app, Options& options) {
                    "Keep the settings in FILE, as JSON: read at the start, written after changes")
         ->type_name("FILE");
     app.add_flag("--trace", options.isTraced, "Show every request and notification on stdout");
+    CLI::Option* const file =
+        app.add_option("--trace-to", options.traceFile,
+                       "Record every message, and summaries of the rings, in FILE, as pcapng for "
+                       "'cabinaudio trace' and Wireshark")
+            ->type_name("FILE");
+    app.add_flag("--trace-sound", options.isSoundTraced, "With --trace-to: record the sound, too")
+        ->needs(file);
 }
 
 std::string addGroup(AllowedUsers& allowed, const std::string& name) {

@@ -29,6 +29,8 @@ struct Options {
     std::string reportFile;
     std::string stateFile;  // empty: settings are not kept
     bool isTraced = false;
+    std::string traceFile;  // empty: nothing is recorded
+    bool isSoundTraced = false;
     std::string instance;  // empty: as in the environment
     AllowedUsers allowed;
     int readyFd = -1;

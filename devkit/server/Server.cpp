@@ -27,8 +27,10 @@ namespace {
 
 StreamRegistry::Settings streamSettings(const Options& options,
                                         ShareMemoryUpdateNotificationCallback* onWrite,
-                                        std::function<std::uint64_t()> outputFrame) {
+                                        std::function<std::uint64_t()> outputFrame,
+                                        RingWatcher& watcher) {
     StreamRegistry::Settings settings;
+    settings.watcher = &watcher;
     settings.outputFrame = std::move(outputFrame);
     settings.ringPeriods = options.ringPeriods;
     settings.ringDelay = options.ringDelay;
@@ -41,8 +43,10 @@ StreamRegistry::Settings streamSettings(const Options& options,
 }
 
 CaptureRegistry::Settings captureSettings(const Options& options, const Settings& set,
-                                          ShareMemoryUpdateNotificationCallback* onRead) {
+                                          ShareMemoryUpdateNotificationCallback* onRead,
+                                          RingWatcher& watcher) {
     CaptureRegistry::Settings settings;
+    settings.watcher = &watcher;
     settings.gain = [&set](AudioTagType tag, std::size_t channel) {
         return inputGainOf(tag, channel, set->volume);
     };
@@ -74,6 +78,7 @@ Server::Server(const Options& options)
       mTrace(options.isTraced),
       mLimits(connectionLimits()),
       mAdmission(options.allowed, mLimits),
+      mWireFeed(mLoop, mClients, [this] { descriptorClosed(); }),
       mCheckTimer(mLoop, [this](std::uint64_t) { checkClients(); }),
       // First: a second server must not touch the objects of the running one.
       mListener(mLoop, wire::SERVER_SOCKET,
@@ -89,10 +94,12 @@ Server::Server(const Options& options)
                  ? std::make_optional<Waker>(mLoop, [this] { mTime->update(); })
                  : std::nullopt),
       mStreams(mLoop, mPlaces,
-               streamSettings(options, mWaker ? &*mWaker : nullptr,
-                              [this] { return mMixer.counters().frames; })),
+               streamSettings(
+                   options, mWaker ? &*mWaker : nullptr,
+                   [this] { return mMixer.counters().frames; }, mWireFeed)),
       mMixer(mStreams, mSettings, *mOutput, options.format),
-      mCaptures(mLoop, mPlaces, captureSettings(options, mSettings, mWaker ? &*mWaker : nullptr)),
+      mCaptures(mLoop, mPlaces,
+                captureSettings(options, mSettings, mWaker ? &*mWaker : nullptr, mWireFeed)),
       mTime(makeTime()),
       mCalibration(mLoop,
                    [microphone = options.inputs.of(AUDIO_TAG_UPLINK)] {
@@ -126,8 +133,10 @@ Server::Server(const Options& options)
     });
     mCaptures.setOnChange([this] { mTime->update(); });
     if (mChanges) keepChanges();
+    if (!options.traceFile.empty()) mWireFeed.recordTo(options.traceFile, options.isSoundTraced);
     addCommands();
     addListeners();
+    addTraceReaders();
     addSubscriptions();
 }
 
@@ -148,6 +157,7 @@ void Server::run() {
     mTaps.end();
     mStreams.removeAll();
     mCaptures.removeAll();
+    mWireFeed.end();
     if (!mOptions.reportFile.empty()) writeFile(mOptions.reportFile, reportOf(reported()));
 }
 
@@ -180,6 +190,7 @@ void Server::addCommands() {
     mCommands.add("state", [this](const std::string&) {
         auto state = stateOf(reported(), mClients);
         state["listeners"] = mTaps.describe();
+        state["trace_readers"] = mWireFeed.describe();
         return textOf(state);
     });
     mRemoteControl.addTo(mCommands);
@@ -204,6 +215,18 @@ void Server::addListeners() {
     });
 }
 
+/// A command "trace" keeps its connection: a capture follows its answer.
+void Server::addTraceReaders() {
+    mControl.addTaker([this](const std::string& line, UniqueFd& socket, Admitted& admitted) {
+        if (line != "trace" && !line.starts_with("trace ")) return false;
+        return mWireFeed.add(line.size() == 5 ? "" : line.substr(6), socket, admitted);
+    });
+    // Answers the lines that were not taken.
+    mCommands.add("trace", [this](const std::string& argument) {
+        return "error: " + mWireFeed.faultOf(argument);
+    });
+}
+
 /// A command "subscribe settings" keeps its connection: the changes follow.
 void Server::addSubscriptions() {
     mControl.addTaker([this](const std::string& line, UniqueFd& socket, Admitted& admitted) {
@@ -223,6 +246,7 @@ void Server::addClient(UniqueFd socket) {
     mClients.push_back(
         std::make_unique<Client>(mLoop, std::move(socket), owner, std::move(admitted)));
     unfinished(*mClients.back());
+    mWireFeed.connected(*mClients.back());
     if (mClients.size() < mLimits.clients) return;
     log::warning("%zu clients; new clients wait until another one leaves", mClients.size());
     mListener.pause();
@@ -267,7 +291,16 @@ void Server::notified(const Client& client, std::uint32_t event, std::uint32_t p
     mTrace.notification(client, event, param);
 }
 
+void Server::received(const Client& client, std::span<const std::uint8_t> message, bool isWhole) {
+    mWireFeed.received(client, message, isWhole);
+}
+
+void Server::sent(const Client& client, std::span<const std::uint8_t> message) {
+    mWireFeed.sent(client, message);
+}
+
 void Server::disconnected(Client& client) {
+    mWireFeed.disconnected(client);
     if (client.handle() != 0) mTrace.disconnection(client);
     mLoop.post([this, gone = &client] { erase(*gone); });
 }

@@ -11,6 +11,7 @@
 #include "devkit/server/control/ControlSocket.h"
 #include "devkit/server/control/RemoteControl.h"
 #include "devkit/server/control/Report.h"
+#include "devkit/server/feed/WireFeed.h"
 #include "devkit/server/loop/EndSignals.h"
 #include "devkit/server/loop/EventLoop.h"
 #include "devkit/server/loop/Timer.h"
@@ -61,12 +62,16 @@ private:
     void notified(const Client& client, std::uint32_t event, std::uint32_t param) override;
     void disconnected(Client& client) override;
     void unfinished(const Client& client) override;
+    void received(const Client& client, std::span<const std::uint8_t> message,
+                  bool isWhole) override;
+    void sent(const Client& client, std::span<const std::uint8_t> message) override;
 
     void addClient(UniqueFd socket);
     void checkClients();
     void descriptorClosed();
     void addCommands();
     void addListeners();
+    void addTraceReaders();
     void keepChanges();
     void addSubscriptions();
     [[nodiscard]] std::unique_ptr<TimeLine> makeTime();
@@ -85,6 +90,7 @@ private:
     const ConnectionLimits mLimits;
     Admission mAdmission;
     std::vector<std::unique_ptr<Client>> mClients;
+    WireFeed mWireFeed;
     Timer mCheckTimer;         // ticks while a client is unregistered or mid-message
     bool mIsChecking = false;  // whether mCheckTimer ticks
     Listener mListener;

@@ -548,7 +548,7 @@ constexpr std::array CREATE_REQUEST_FIELDS = {
     WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
     WireField{"tag", 4, U32, 1, "", 4, nullptr, OUTPUT_TRACK_TAG_CHOICES, false},
     WireField{"codecType", 8, U32, 1, "", 4, nullptr, CREATE_REQUEST_CODEC_TYPE_CHOICES, false},
-    WireField{"sampleRate", 12, U32, 1, "frames", 4, nullptr, {}, false},
+    WireField{"sampleRate", 12, U32, 1, "Hz", 4, nullptr, {}, false},
     WireField{"codecParam", 16, U32, 1, "", 4, nullptr, {}, false},
     WireField{"channelMap", 20, U32, 1, "", 4, nullptr, CREATE_REQUEST_CHANNEL_MAP_CHOICES, false},
     WireField{"usage", 24, U32, 1, "", 4, nullptr, {}, false},

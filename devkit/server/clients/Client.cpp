@@ -60,13 +60,14 @@ void Client::onReadable() {
     audio_param header;
     std::memcpy(&header, mInput.data(), sizeof header);
     if (const std::string reason = complaint(header); !reason.empty()) {
-        fail(reason);
+        failByInput(reason);
         return;
     }
     // A registration's length field is the size of the name in it; no payload follows.
     const bool isRegistration = header.cmd == AUDIO_CMD_REGISTER;
     const std::size_t end = sizeof header + (isRegistration ? 0 : header.length);
     if (!receive(end)) return;
+    mOwner.received(*this, mInput, true);
     if (isRegistration)
         handleRegistration(header);
     else
@@ -88,7 +89,7 @@ bool Client::receive(std::size_t end) {
             continue;
         }
         if (count == 0 && !mInput.empty())
-            fail("ended in the middle of a message");
+            failByInput("ended in the middle of a message");
         else if (count == 0 || (errno != EAGAIN && errno != EINTR))
             close();
         else
@@ -110,7 +111,7 @@ void Client::waitForRest() {
 bool Client::checkProgress() {
     if (!isOpen() || !isUnfinished()) return false;
     if (++mChecks <= PATIENCE) return true;
-    fail(mHandle == 0 ? "does not register" : "does not finish its message");
+    failByInput(mHandle == 0 ? "does not register" : "does not finish its message");
     return false;
 }
 
@@ -161,6 +162,7 @@ void Client::handleRegistration(const audio_param& header) {
     mType = static_cast<audio_connect_type>(header.type);
     mName = header.name;
     mHandle = mOwner.registerClient(*this);
+    mRegistration = mInput;
 
     wire::RegistrationReply body = {};
     body.handle = mHandle;
@@ -179,6 +181,7 @@ void Client::reply(std::span<const std::uint8_t> body, ReplyDamage damage) {
     if (damage == ReplyDamage::Short) body = body.first(body.size() / 2);
     std::vector<std::uint8_t> message(bytesOf(header).begin(), bytesOf(header).end());
     message.insert(message.end(), body.begin(), body.end());
+    if (mRegistrationReply.empty()) mRegistrationReply = message;
     send(message);
 }
 
@@ -195,11 +198,18 @@ void Client::send(std::span<const std::uint8_t> bytes) {
     if (!isOpen()) return;
     const ssize_t sent =
         ::send(mSocket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (sent > 0) mOwner.sent(*this, bytes.first(static_cast<std::size_t>(sent)));
     if (sent == static_cast<ssize_t>(bytes.size())) return;
     if (sent < 0 && (errno == EPIPE || errno == ECONNRESET))
         close();
     else
         fail("does not read its socket");
+}
+
+/// The bytes that were received are no message.
+void Client::failByInput(const std::string& reason) {
+    if (!mInput.empty()) mOwner.received(*this, mInput, false);
+    fail(reason);
 }
 
 void Client::fail(const std::string& reason) {

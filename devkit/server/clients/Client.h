@@ -37,6 +37,12 @@ public:
     virtual void disconnected(Client& client) = 0;
     /// The client is in the middle of a message: checkProgress() must be called from now on.
     virtual void unfinished(const Client& /*client*/) {}
+    /// A message has arrived; called before it is handled.
+    /// @param isWhole  whether it is a message; else these bytes end the connection
+    virtual void received(const Client& /*client*/, std::span<const std::uint8_t> /*message*/,
+                          bool /*isWhole*/) {}
+    /// A header, and the body of a reply, were sent, as far as the socket has taken them.
+    virtual void sent(const Client& /*client*/, std::span<const std::uint8_t> /*message*/) {}
 
 protected:
     ~ClientOwner() = default;
@@ -67,6 +73,13 @@ public:
     /// The client's process as the kernel reports it, not as the client claims; the log gets one
     /// line when the two differ.
     [[nodiscard]] std::int32_t process(std::int32_t claimed);
+    /// The same, if the kernel has reported it; else 0.
+    [[nodiscard]] std::int32_t process() const { return mAdmitted ? mAdmitted->peer.process : 0; }
+    /// The registration and the reply to it, as they were on the wire; empty before.
+    [[nodiscard]] std::span<const std::uint8_t> registration() const { return mRegistration; }
+    [[nodiscard]] std::span<const std::uint8_t> registrationReply() const {
+        return mRegistrationReply;
+    }
     /// For log lines: handle, kind and name.
     [[nodiscard]] std::string title() const;
 
@@ -97,6 +110,7 @@ private:
     void handleRequest(const audio_param& header, std::span<const std::uint8_t> payload);
     [[nodiscard]] std::string complaint(const audio_param& header) const;
     void send(std::span<const std::uint8_t> bytes);
+    void failByInput(const std::string& reason);
     void close();
     [[nodiscard]] bool isUnfinished() const { return mHandle == 0 || !mInput.empty(); }
 
@@ -110,6 +124,8 @@ private:
     std::uint32_t mHandle = 0;
     audio_connect_type mType = AUDIO_CONNECT_UNKNOWN;
     std::string mName;
+    std::vector<std::uint8_t> mRegistration;
+    std::vector<std::uint8_t> mRegistrationReply;
 };
 
 }  // namespace cabinaudio::server

@@ -3,6 +3,7 @@
 
 #include "devkit/server/requests/Operations.h"
 #include "devkit/server/requests/Services.h"
+#include "devkit/server/requests/StreamTable.h"
 #include "devkit/server/streams/CaptureRegistry.h"
 #include "devkit/server/streams/CaptureStream.h"
 #include "wire/Stream.h"
@@ -66,6 +67,7 @@ constexpr std::array CAPTURE_OPERATIONS = {
     operation<&getVolume>(Id::GetVolume, "getVolume"),
     operation<&initCheck>(Id::InitCheck, "initCheck"),
 };
+static_assert(coversAll(CAPTURE_OPERATIONS, wire::CAPTURE_OPERATIONS));
 
 constexpr std::array UPLINK_OPERATIONS = {
     operation<&create>(Id::Create, "create"),
@@ -75,6 +77,7 @@ constexpr std::array UPLINK_OPERATIONS = {
     operation<&getShareMemory>(Id::GetShareMemory, "getShareMemory"),
     operation<&removeShareMemory>(Id::RemoveShareMemory, "removeShareMemory"),
 };
+static_assert(coversAll(UPLINK_OPERATIONS, wire::UPLINK_OPERATIONS));
 
 }  // namespace
 

@@ -3,6 +3,7 @@
 
 #include "devkit/server/requests/Operations.h"
 #include "devkit/server/requests/Services.h"
+#include "devkit/server/requests/StreamTable.h"
 #include "devkit/server/streams/PlaybackStream.h"
 #include "devkit/server/streams/StreamRegistry.h"
 #include "wire/Stream.h"
@@ -67,6 +68,7 @@ constexpr std::array TRACK_OPERATIONS = {
     operation<&create>(Id::Create, "create"),
     operation<&setKeyShift>(Id::SetKeyShift, "setKeyShift"),
 };
+static_assert(coversAll(TRACK_OPERATIONS, wire::TRACK_OPERATIONS));
 
 constexpr std::array SINK_OPERATIONS = {
     operation<&start>(Id::Start, "start"),
@@ -76,6 +78,7 @@ constexpr std::array SINK_OPERATIONS = {
     operation<&getShareMemory>(Id::GetShareMemory, "getShareMemory"),
     operation<&create>(Id::Create, "create"),
 };
+static_assert(coversAll(SINK_OPERATIONS, wire::SINK_OPERATIONS));
 
 }  // namespace
 

@@ -2,7 +2,9 @@
 #include "devkit/server/rings/CaptureRing.h"
 
 #include "devkit/server/base/Text.h"
+#include "wire/Ring.h"
 
+#include <atomic>
 #include <utility>
 
 namespace cabinaudio::server {
@@ -14,6 +16,10 @@ bool CaptureRing::write(std::span<const std::uint8_t> frame) {
     if (ring().getFreeSize() < frame.size()) return false;
     ring().write(frame.data(), static_cast<unsigned>(frame.size()));
     return true;
+}
+
+bool CaptureRing::notifiesReader() const {
+    return std::atomic_ref(header().readNotify).load(std::memory_order_relaxed) != 0;
 }
 
 std::string CaptureRing::damage() const {

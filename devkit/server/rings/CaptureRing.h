@@ -18,6 +18,9 @@ public:
     /// Writes all or nothing, and wakes a waiting client. @return whether it fitted
     bool write(std::span<const std::uint8_t> frame);
 
+    /// Whether write() posts the client's semaphore.
+    [[nodiscard]] bool notifiesReader() const;
+
     /// Requests a notification when the client takes data, whichever way it reads.
     void askForSpace() { ring().setWait(true); }
 

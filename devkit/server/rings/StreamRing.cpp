@@ -33,6 +33,11 @@ void StreamRing::consume(const View& view, std::size_t frames) {
     ring().updateReadOffset(static_cast<unsigned>(offset == size() ? 0 : offset));
 }
 
+bool StreamRing::notifiesWriter() const {
+    return isWriterWaiting() &&
+           std::atomic_ref(header().writeNotify).load(std::memory_order_relaxed) != 0;
+}
+
 /// The flag is taken back before the post: a writer that sets the flag later sees the space that
 /// was freed before, and needs no post.
 void StreamRing::wakeWriter() {

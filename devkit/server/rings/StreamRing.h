@@ -34,6 +34,8 @@ public:
     /// Whether the client's writer waits for space. May still be true shortly after consume(),
     /// until the writer has noticed; see wakeWriter().
     [[nodiscard]] bool isWriterWaiting() const { return ring().getWait(); }
+    /// Whether consume() posts the client's semaphore.
+    [[nodiscard]] bool notifiesWriter() const;
     /// Wakes a waiting writer, whether there is space or not: its wait begins anew. From here on
     /// isWriterWaiting() is true only for a wait that has begun after this call.
     void wakeWriter();

@@ -104,6 +104,7 @@ CaptureStream::Parts CaptureRegistry::partsOf(Client& client, const wire::Create
     parts.ringDelay = mSettings.uplinkDelay;
     parts.isRingFilledFirst = mSettings.isRingFilledFirst;
     parts.onChange = [this] { mOnChange(); };
+    parts.watcher = mSettings.watcher;
     return parts;
 }
 

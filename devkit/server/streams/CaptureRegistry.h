@@ -6,6 +6,7 @@
 #include "devkit/server/inputs/InputChoice.h"
 #include "devkit/server/loop/EventLoop.h"
 #include "devkit/server/rings/RingPlaces.h"
+#include "devkit/server/rings/RingWatcher.h"
 #include "devkit/server/streams/CaptureStream.h"
 #include "wire/Stream.h"
 
@@ -33,6 +34,8 @@ public:
         bool isRingFilledFirst = false;
         /// Called when a client has read from a ring; may be null.
         ShareMemoryUpdateNotificationCallback* onRead = nullptr;
+        /// Sees what streams write into their rings; may be null.
+        RingWatcher* watcher = nullptr;
     };
 
     CaptureRegistry(EventLoop& loop, RingPlaces& places, Settings settings);

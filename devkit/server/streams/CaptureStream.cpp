@@ -195,6 +195,7 @@ bool CaptureStream::writeOut() {
         if (packet.size() >= mParts.ring->size()) {
             ++mCounters.overruns;  // will never fit
         } else if (mParts.ring->write(packet)) {
+            if (mParts.watcher != nullptr && mParts.watcher->isWatching()) show(packet);
             mCounters.bytes += packet.size();
             ++mCounters.packets;
         } else {
@@ -203,6 +204,18 @@ bool CaptureStream::writeOut() {
         mPackets.pop_front();
     }
     return true;
+}
+
+void CaptureStream::show(std::span<const std::uint8_t> packet) {
+    RingTraffic traffic;
+    traffic.event = trace::RingEvent::Write;
+    traffic.bytes = packet;
+    traffic.begin = mCounters.bytes;
+    traffic.streamMs = 1000 * mCounters.frames / mParts.format.rate;
+    traffic.notifiesClient = mParts.ring->notifiesReader();
+    traffic.fill = static_cast<std::uint32_t>(mParts.ring->usedBytes());
+    traffic.size = mParts.ring->size();
+    mParts.watcher->moved(mClient, traffic);
 }
 
 void CaptureStream::checkClient() {

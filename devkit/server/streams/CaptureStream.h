@@ -10,6 +10,7 @@
 #include "devkit/server/mix/PeakWindow.h"
 #include "devkit/server/rings/CaptureRing.h"
 #include "devkit/server/rings/RingOffer.h"
+#include "devkit/server/rings/RingWatcher.h"
 #include "devkit/server/sound/StreamFormat.h"
 #include "wire/Stream.h"
 
@@ -20,6 +21,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace cabinaudio::server {
@@ -55,6 +57,8 @@ public:
         bool isRingFilledFirst = false;
         /// Called when recording may have become possible or impossible.
         std::function<void()> onChange;
+        /// Sees what is written into the ring; may be null.
+        RingWatcher* watcher = nullptr;
     };
 
     struct Counters {
@@ -141,6 +145,7 @@ private:
     void applyVolume();
     void measure();
     bool writeOut();
+    void show(std::span<const std::uint8_t> packet);
     void checkClient();
 
     Client& mClient;

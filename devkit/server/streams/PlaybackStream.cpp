@@ -36,7 +36,8 @@ PlaybackStream::PlaybackStream(EventLoop& loop, Client& client, Parts parts)
       mPeak(parts.outputRate),
       mHeardPeak(parts.outputRate),
       mOutputFrame(std::move(parts.outputFrame)),
-      mOnChange(std::move(parts.onChange)) {
+      mOnChange(std::move(parts.onChange)),
+      mWatcher(parts.watcher) {
     const StreamFormat& format = mRecord->format;
     if (format.rate != mOutputRate) mConverter.emplace(format.channels, format.rate, mOutputRate);
     mInput.resize(PIECE_FRAMES * format.channels);
@@ -305,9 +306,26 @@ std::size_t PlaybackStream::inputFor(std::size_t outputFrames) const {
 }
 
 void PlaybackStream::take(const StreamRing::View& view, std::size_t frames) {
+    if (mWatcher != nullptr && mWatcher->isWatching()) show(view, frames);
     if (mStem) mStem->write({view.data, frames * mRecord->format.frameBytes()});
     mRing->consume(view, frames);
     mRecord->frames += frames;
+}
+
+/// Before the frames are freed.
+void PlaybackStream::show(const StreamRing::View& view, std::size_t frames) {
+    const std::size_t frameBytes = mRecord->format.frameBytes();
+    RingTraffic traffic;
+    traffic.event = trace::RingEvent::Read;
+    traffic.bytes = {view.data, frames * frameBytes};
+    traffic.begin = mRecord->frames * frameBytes;
+    traffic.streamMs = 1000 * (mRecord->frames + frames) / mRecord->format.rate;
+    traffic.notifiesClient = mRing->notifiesWriter();
+    // The client may have changed the header since the frames were read.
+    const std::size_t used = mRing->usedFrames();
+    traffic.fill = static_cast<std::uint32_t>((used - std::min(used, frames)) * frameBytes);
+    traffic.size = mRing->size();
+    mWatcher->moved(mClient, traffic);
 }
 
 void PlaybackStream::account(std::uint64_t outputFrame, std::uint64_t streamFrame,

@@ -8,6 +8,7 @@
 #include "devkit/server/mix/PeakWindow.h"
 #include "devkit/server/mix/StreamRecord.h"
 #include "devkit/server/rings/RingOffer.h"
+#include "devkit/server/rings/RingWatcher.h"
 #include "devkit/server/rings/StreamRing.h"
 #include "devkit/server/sound/RateConverter.h"
 #include "devkit/server/sound/StreamFormat.h"
@@ -47,6 +48,8 @@ public:
         std::function<std::uint64_t()> outputFrame;
         /// Called when playback may have become possible or impossible.
         std::function<void()> onChange;
+        /// Sees what is read from the ring; may be null.
+        RingWatcher* watcher = nullptr;
     };
 
     PlaybackStream(EventLoop& loop, Client& client, Parts parts);
@@ -168,6 +171,7 @@ private:
     std::size_t pullConverted(std::size_t frames);
     [[nodiscard]] std::size_t inputFor(std::size_t outputFrames) const;
     void take(const StreamRing::View& view, std::size_t frames);
+    void show(const StreamRing::View& view, std::size_t frames);
     void account(std::uint64_t outputFrame, std::uint64_t streamFrame, std::size_t frames);
     void copyShare(std::size_t frames);
     void beginSound();
@@ -188,6 +192,7 @@ private:
     PeakWindow mHeardPeak;
     std::function<std::uint64_t()> mOutputFrame;
     std::function<void()> mOnChange;
+    RingWatcher* mWatcher;
     std::optional<RingOffer> mOffer;  // of a physical ring
 
     std::optional<RateConverter> mConverter;  // null unless the rates differ

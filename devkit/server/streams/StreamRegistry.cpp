@@ -66,7 +66,7 @@ void StreamRegistry::add(Client& client, const wire::CreateRequest& request,
             record, std::move(ring), std::move(makeAnother), std::move(stem), mSettings.outputRate,
             mSettings.outputChannels,
             [this] { return mSettings.outputFrame ? mSettings.outputFrame() : 0; },
-            [this] { mOnChange(); }}));
+            [this] { mOnChange(); }, mSettings.watcher}));
     offerRing(*mStreams.back());
     if (mSettings.keepsRecords) mRecords.push_back(std::move(record));
     log::info("%s plays %s", client.title().c_str(), format.text().c_str());

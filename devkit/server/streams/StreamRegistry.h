@@ -6,6 +6,7 @@
 #include "devkit/server/loop/EventLoop.h"
 #include "devkit/server/mix/StreamRecord.h"
 #include "devkit/server/rings/RingPlaces.h"
+#include "devkit/server/rings/RingWatcher.h"
 #include "devkit/server/streams/PlaybackStream.h"
 #include "devkit/server/streams/SourceRouting.h"
 #include "wire/Stream.h"
@@ -36,6 +37,8 @@ public:
         std::function<std::uint64_t()> outputFrame;
         /// Called when a client has written into a ring; may be null.
         ShareMemoryUpdateNotificationCallback* onWrite = nullptr;
+        /// Sees what streams read from their rings; may be null.
+        RingWatcher* watcher = nullptr;
     };
 
     StreamRegistry(EventLoop& loop, RingPlaces& places, Settings settings);

@@ -5,22 +5,14 @@
 #include "devkit/server/mix/Loudspeaker.h"
 
 #include <nlohmann/json.hpp>
-#include <poll.h>
 
 #include <algorithm>
 #include <charconv>
-#include <chrono>
 #include <optional>
 #include <utility>
 
 namespace cabinaudio::server {
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-// At the server's end: for listeners that do not read, and in all.
-constexpr std::chrono::milliseconds PATIENCE{500};
-constexpr std::chrono::seconds LONGEST_END{5};
 
 /// Removes the first word. @return it, empty at the end
 std::string takeWord(std::string& text) {
@@ -160,23 +152,13 @@ void Taps::followStream(Tap& tap) {
 }
 
 void Taps::end() {
-    for (const auto& tap : mTaps)
+    std::vector<Outflow*> outflows;
+    for (const auto& tap : mTaps) {
         tap->finish(TapRecord::ServerEnded);
-    const Clock::time_point last = Clock::now() + LONGEST_END;
-    while (Clock::now() < last && waitForRoom()) {
-        for (const auto& tap : mTaps)
-            tap->send();
+        outflows.push_back(&tap->outflow());
     }
+    Outflow::drain(outflows);
     mTaps.clear();
-}
-
-/// @return false when no listener takes anything in time, or none has to
-bool Taps::waitForRoom() const {
-    std::vector<struct pollfd> entries;
-    for (const auto& tap : mTaps)
-        if (tap->isPending()) entries.push_back({tap->descriptor(), POLLOUT, 0});
-    return !entries.empty() &&
-           poll(entries.data(), entries.size(), static_cast<int>(PATIENCE.count())) > 0;
 }
 
 void Taps::removeGone() {

@@ -57,7 +57,6 @@ private:
     [[nodiscard]] std::string answerTo(const Tap::Wanted& wanted) const;
     void followStream(Tap& tap);
     void addShare(Tap& tap, std::size_t samples);
-    [[nodiscard]] bool waitForRoom() const;
     void removeGone();
 
     EventLoop& mLoop;
