@@ -28,10 +28,7 @@ std::uint32_t costOf(Likeness likeness) {
 class Table {
 public:
     Table(std::size_t recorded, std::size_t got, const Compare& likeness)
-        : mRecorded(recorded),
-          mGot(got),
-          mLikeness(likeness),
-          mCosts((recorded + 1) * (got + 1)) {
+        : mRecorded(recorded), mGot(got), mLikeness(likeness), mCosts((recorded + 1) * (got + 1)) {
         for (std::size_t r = recorded + 1; r-- > 0;)
             for (std::size_t g = got + 1; g-- > 0;)
                 cost(r, g) = cheapest(r, g);
@@ -43,8 +40,7 @@ public:
         std::size_t g = 0;
         while (r < mRecorded || g < mGot) {
             const std::uint32_t here = cost(r, g);
-            if (r < mRecorded && g < mGot &&
-                here == costOf(mLikeness(r, g)) + cost(r + 1, g + 1)) {
+            if (r < mRecorded && g < mGot && here == costOf(mLikeness(r, g)) + cost(r + 1, g + 1)) {
                 result.push_back({r++, g++});
             } else if (r < mRecorded && here == UNPAIRED + cost(r + 1, g)) {
                 result.push_back({r++, {}});

@@ -117,8 +117,8 @@ void ClientConnection::actOnReply(const Step& request, const Bytes& reply) {
 void ClientConnection::mapRing(const Ring::Place& place) {
     if (mRing && mRing->isAt(place)) return;
     mRing.reset();
-    auto made = std::make_unique<Ring>(
-        mWaker, place, mRecorded.isPlayback() ? SHM_MODE_WRITER : SHM_MODE_READER);
+    auto made = std::make_unique<Ring>(mWaker, place,
+                                       mRecorded.isPlayback() ? SHM_MODE_WRITER : SHM_MODE_READER);
     if (made->isUsable()) mRing = std::move(made);
 }
 

@@ -41,8 +41,7 @@ public:
           mWaker(options.interruption),
           mBegin(Clock::now()) {
         for (std::size_t i = 0; i < conversation.connections.size(); ++i)
-            mConnections.push_back(
-                std::make_unique<ClientConnection>(conversation, i, mWaker));
+            mConnections.push_back(std::make_unique<ClientConnection>(conversation, i, mWaker));
         mLastMatch.resize(mConnections.size());
         mRequests.resize(mConnections.size());
     }
@@ -118,8 +117,7 @@ private:
         for (const auto& connection : mConnections) {
             if (!connection->isConnected()) continue;
             connection->receive();
-            if (isKept())
-                connection->feed().setTime(static_cast<std::uint64_t>(elapsed.count()));
+            if (isKept()) connection->feed().setTime(static_cast<std::uint64_t>(elapsed.count()));
             const std::size_t bytes = connection->move();
             (connection->recorded().isPlayback() ? mResult.soundBytes : mResult.heardBytes) +=
                 bytes;
@@ -207,9 +205,9 @@ private:
         const std::size_t nextRequest = following(index, Step::Kind::Request);
         const std::size_t nextReply = following(index, Step::Kind::Reply);
         const bool isAnswered = nextReply < nextRequest;
-        connection.expectReply(
-            isAnswered ? std::optional(bodySizeOf(mConversation.steps[nextReply].bytes))
-                       : std::nullopt);
+        connection.expectReply(isAnswered
+                                   ? std::optional(bodySizeOf(mConversation.steps[nextReply].bytes))
+                                   : std::nullopt);
         mRequests[step.connection] = &step;
         ++mResult.requests;
         if (!connection.send(step, mOptions.patience)) {
@@ -227,9 +225,8 @@ private:
         ClientConnection& connection = connectionOf(step);
         const StreamAction action =
             actionOf(connection.recorded().type, functionOf(step.bytes).value_or(UINT32_MAX));
-        connection.feed().allowBefore(action == StreamAction::WriteDone
-                                          ? following(index, Step::Kind::Request)
-                                          : index);
+        connection.feed().allowBefore(
+            action == StreamAction::WriteDone ? following(index, Step::Kind::Request) : index);
         moveSound(step);
         if (action == StreamAction::Stop) drain(connection);
     }
@@ -258,9 +255,9 @@ private:
         std::size_t before = ring->used();
         while (before > 0 && connection.ring() == ring && !connection.isLost()) {
             ring->awaitReads();
-            const bool isLess = waitUntil(
-                [&] { return connection.ring() != ring || ring->used() < before; },
-                std::min(DRAIN_PATIENCE, mOptions.patience));
+            const bool isLess =
+                waitUntil([&] { return connection.ring() != ring || ring->used() < before; },
+                          std::min(DRAIN_PATIENCE, mOptions.patience));
             if (!isLess || connection.ring() != ring) return;
             before = ring->used();
         }
@@ -284,9 +281,8 @@ private:
         ClientConnection& connection = connectionOf(step);
         const Step* const request = std::exchange(mRequests[step.connection], nullptr);
         if (request == nullptr) return;  // an answer to nothing
-        const bool isThere =
-            waitUntil([&] { return connection.hasReply() || connection.isLost(); },
-                      mOptions.patience);
+        const bool isThere = waitUntil([&] { return connection.hasReply() || connection.isLost(); },
+                                       mOptions.patience);
         const std::string operation = operationOf(*request);
         const std::optional<Bytes> got = connection.takeReply(!isThere || connection.isLost());
         if (!got && connection.isLost()) return lose(step, operation);
@@ -322,9 +318,8 @@ private:
     void notification(const Step& step) {
         ClientConnection& connection = connectionOf(step);
         Arrivals& arrived = connection.notifications();
-        (void)waitUntil(
-            [&] { return matching(step) != arrived.end() || connection.isLost(); },
-            mOptions.patience);
+        (void)waitUntil([&] { return matching(step) != arrived.end() || connection.isLost(); },
+                        mOptions.patience);
         const auto found = matching(step);
         if (found == arrived.end())
             return differ(step, "notification", "", notificationText(step.bytes),
@@ -373,9 +368,9 @@ private:
     Waker mWaker;
     const Clock::time_point mBegin;
     std::vector<std::unique_ptr<ClientConnection>> mConnections;
-    std::vector<std::size_t> mLastMatch;   // by connection: the latest notification as recorded
-    std::vector<const Step*> mRequests;    // by connection: without an answer
-    std::set<std::size_t> mIsGivenUp;      // connections
+    std::vector<std::size_t> mLastMatch;  // by connection: the latest notification as recorded
+    std::vector<const Step*> mRequests;   // by connection: without an answer
+    std::set<std::size_t> mIsGivenUp;     // connections
     Result mResult;
 };
 

@@ -212,8 +212,8 @@ std::vector<FieldDifference> Fields::compareRegistrations(View recorded, View go
     const bool wasAccepted = handleOf(recorded) != 0;
     const bool isAccepted = handleOf(got) != 0;
     if (wasAccepted != isAccepted)
-        differences.push_back({"handle", wasAccepted ? "accepted" : "refused",
-                               isAccepted ? "accepted" : "refused"});
+        differences.push_back(
+            {"handle", wasAccepted ? "accepted" : "refused", isAccepted ? "accepted" : "refused"});
     if (recorded.size() != got.size() && !isIgnored("registration", "size"))
         differences.push_back({"size", bytesText(recorded.size()), bytesText(got.size())});
     return differences;

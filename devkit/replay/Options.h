@@ -17,10 +17,10 @@ enum class Timing : std::uint8_t {
 
 struct Options {
     Timing timing = Timing::Answered;
-    std::vector<std::string> ignored;              // fields that are not compared
-    std::chrono::milliseconds patience{10000};     // for each step of the other side
+    std::vector<std::string> ignored;                // fields that are not compared
+    std::chrono::milliseconds patience{10000};       // for each step of the other side
     std::chrono::milliseconds startPatience{30000};  // as a server: until the application comes
-    int interruption = -1;  // descriptor that is readable once the user wants to end
+    int interruption = -1;     // descriptor that is readable once the user wants to end
     bool hasInstance = false;  // names in shared memory are this instance's own
     /// As a server: called when it listens, before it waits for the application.
     std::function<void()> onListening;

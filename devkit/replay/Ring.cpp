@@ -28,8 +28,8 @@ bool Ring::isAt(const Place& place) const {
 std::size_t Ring::write(std::span<const std::uint8_t> bytes) {
     std::size_t done = 0;
     const auto writeMore = [&] {
-        const int count = mMemory.write(bytes.data() + done,
-                                        static_cast<unsigned>(bytes.size() - done));
+        const int count =
+            mMemory.write(bytes.data() + done, static_cast<unsigned>(bytes.size() - done));
         done += static_cast<std::size_t>(std::max(count, 0));
     };
     writeMore();

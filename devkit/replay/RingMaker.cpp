@@ -58,9 +58,9 @@ void RingMaker::claim(const std::string& object) const {
 std::unique_ptr<Ring> RingMaker::make(const Ring::Place& place, unsigned mode) {
     auto ring = std::make_unique<Ring>(mWaker, place, mode | SHM_MODE_CREATOR);
     if (!ring->isUsable())
-        throw Error(Error::Cause::System,
-                    "no memory for the ring of stream \"" + text::printableInQuotes(place.name) +
-                        "\", " + std::to_string(place.size) + " bytes");
+        throw Error(Error::Cause::System, "no memory for the ring of stream \"" +
+                                              text::printableInQuotes(place.name) + "\", " +
+                                              std::to_string(place.size) + " bytes");
     return ring;
 }
 

@@ -24,6 +24,11 @@ constexpr milliseconds GRACE{1000};
 /// Requests that may be missing before one that comes.
 constexpr std::size_t MOST_MISSING = 64;
 
+bool isAlike(const Bytes& recorded, const Bytes& message) {
+    return functionOf(recorded) == functionOf(message) &&
+           isRegistration(recorded) == isRegistration(message);
+}
+
 /// Without what differs in every run.
 Bytes normalized(Bytes message) {
     putAt(message, offsetof(audio_param, handle), std::uint32_t{0});
@@ -67,7 +72,7 @@ void ServerConnection::turn() {
     while (const std::optional<Bytes> message = isOpen() ? nextMessage() : std::nullopt)
         answer(*message);
     sendReply();
-    sendNotifications(false);
+    sendNotifications();
     moveSound();
     if (isClosed) close();
 }
@@ -109,15 +114,14 @@ void ServerConnection::answer(const Bytes& message) {
     send(reply);
 }
 
-/// The place of the recorded request that this one is. Requests may be missing before it.
+/// The place of the recorded request that this one is. Requests may be missing before it, or come
+/// later: threads of an application take turns.
 std::optional<std::size_t> ServerConnection::matching(const Bytes& message) const {
     const std::size_t next = placeOf(Step::Kind::Request, mAt);
-    if (next >= end()) return std::nullopt;
-    const Bytes& recorded = stepAt(next).bytes;
-    if (functionOf(recorded) == functionOf(message) &&
-        isRegistration(recorded) == isRegistration(message))
-        return next;
+    if (next < end() && isAlike(stepAt(next).bytes, message)) return next;
     const Bytes wanted = normalized(message);
+    for (const std::size_t place : mSkipped)
+        if (normalized(stepAt(place).bytes) == wanted) return place;
     std::size_t place = next;
     for (std::size_t i = 0; i < MOST_MISSING && place < end(); ++i) {
         if (normalized(stepAt(place).bytes) == wanted) return place;
@@ -127,17 +131,13 @@ std::optional<std::size_t> ServerConnection::matching(const Bytes& message) cons
 }
 
 void ServerConnection::answerAs(std::size_t place) {
-    sendReply();
-    sendNotifications(true);
-    for (std::size_t left = mAt; left <= place; ++left)
-        if (stepAt(left).kind == Step::Kind::Request) mProgress.received(indexAt(left));
+    if (mReply) send(*std::exchange(mReply, std::nullopt));
+    if (place >= mAt) advanceTo(place);
+    std::erase(mSkipped, place);
     const Step& request = stepAt(place);
-    mThenNs = request.timeNs;
     mSince = Clock::now();
-    mAt = place + 1;
-    const std::size_t nextRequest = placeOf(Step::Kind::Request, mAt);
-    const std::size_t reply = placeOf(Step::Kind::Reply, mAt);
-    mFeed.allowBefore(indexAt(nextRequest));
+    const std::size_t nextRequest = placeOf(Step::Kind::Request, place + 1);
+    const std::size_t reply = placeOf(Step::Kind::Reply, place + 1);
     if (reply >= nextRequest) {
         // The recorded server did not answer; it may have closed the connection.
         const std::size_t closed = placeOf(Step::Kind::Disconnected, mAt);
@@ -161,7 +161,7 @@ void ServerConnection::act(const Step& request, std::size_t reply, Bytes& answer
         case StreamAction::Create: {
             const auto made = recordAt<wire::CreateReply>(recorded, FRAME);
             if (made.status == 0 && made.ringSize > 0 && !hasAnnouncedRing(mRecorded.type))
-                mRing = mRings.inSharedMemory(mRecorded.name, made.ringSize, mode);
+                mRing = mRings.inSharedMemory(streamName(), made.ringSize, mode);
             break;
         }
         case StreamAction::Start:
@@ -188,6 +188,20 @@ void ServerConnection::act(const Step& request, std::size_t reply, Bytes& answer
     }
 }
 
+/// The request at this place has come: everything before it happens now.
+void ServerConnection::advanceTo(std::size_t place) {
+    for (; mAt < place; ++mAt) {
+        if (stepAt(mAt).kind == Step::Kind::Notification) notify(mAt);
+        if (stepAt(mAt).kind != Step::Kind::Request) continue;
+        mSkipped.push_back(mAt);
+        mProgress.received(indexAt(mAt));
+    }
+    mProgress.received(indexAt(place));
+    mThenNs = stepAt(place).timeNs;
+    mAt = place + 1;
+    mFeed.allowBefore(indexAt(placeOf(Step::Kind::Request, mAt)));
+}
+
 void ServerConnection::sendReply() {
     if (!mReply || Clock::now() < mReplyTime) return;
     Bytes reply = std::move(*mReply);
@@ -202,19 +216,22 @@ void ServerConnection::send(Bytes message) {
 
 // ---- Notifications ------------------------------------------------------------------------------
 
-/// Up to the next request. @param isForced  the request is there already
-void ServerConnection::sendNotifications(bool isForced) {
-    if (isForced && mReply) send(*std::exchange(mReply, std::nullopt));
+/// Up to the next request.
+void ServerConnection::sendNotifications() {
     for (; isOpen() && mAt < end() && !mReply; ++mAt) {
         const Step& step = stepAt(mAt);
         if (step.kind == Step::Kind::Request) return;
         if (step.kind != Step::Kind::Notification) continue;
-        if (!isForced && !(isDue(step) && isReached(step, indexAt(mAt)))) return;
-        announce(mAt);
-        send(step.bytes);
-        ++mNotifications;
-        mProgress.touch();
+        if (!isDue(step) || !isReached(step, indexAt(mAt))) return;
+        notify(mAt);
     }
+}
+
+void ServerConnection::notify(std::size_t place) {
+    announce(place);
+    send(stepAt(place).bytes);
+    ++mNotifications;
+    mProgress.touch();
 }
 
 bool ServerConnection::isDue(const Step& step) const {
@@ -234,6 +251,13 @@ bool ServerConnection::isStalled(const Step& step) const {
     return mProgress.idle() > nanoseconds(step.timeNs - mThenNs) + GRACE;
 }
 
+/// Both sides find the ring by the name that the application has given now.
+std::string ServerConnection::streamName() const {
+    const audio_param header = headerOf(mReceived.front());
+    return {std::begin(header.name),
+            std::find(std::begin(header.name), std::end(header.name), '\0')};
+}
+
 /// Makes the ring that a notification tells of, in the size that the recorded server gave it.
 void ServerConnection::announce(std::size_t place) {
     if (newsOf(mRecorded.type, frameOf(stepAt(place).bytes)) != RingNews::Ready || mRing) return;
@@ -249,7 +273,7 @@ void ServerConnection::announce(std::size_t place) {
     if (reply >= end()) return;
     const auto shown = recordAt<wire::ShareMemoryReply>(stepAt(reply).bytes, FRAME);
     if (shown.status != 0 || shown.size == 0) return;
-    mRing = mRings.inPhysicalMemory(mRecorded.name, shown.size,
+    mRing = mRings.inPhysicalMemory(streamName(), shown.size,
                                     mRecorded.isPlayback() ? SHM_MODE_READER : SHM_MODE_WRITER);
     mIsRingShown = false;
 }
@@ -307,8 +331,7 @@ void ServerConnection::giveSound() {
         const std::size_t wanted = std::min(mFeed.due(), mFeed.piece());
         if (wanted == 0) return;
         const std::span<const std::uint8_t> bytes = mFeed.next(wanted);
-        const std::size_t count =
-            bytes.empty() ? mRing->writeSilence(wanted) : mRing->write(bytes);
+        const std::size_t count = bytes.empty() ? mRing->writeSilence(wanted) : mRing->write(bytes);
         if (count == 0) return;
         mFeed.moved(count);
         mMovedBytes += count;

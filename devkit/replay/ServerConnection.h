@@ -13,6 +13,7 @@
 
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace cabinaudio::replay {
@@ -56,13 +57,16 @@ private:
     void answer(const Bytes& message);
     [[nodiscard]] std::optional<std::size_t> matching(const Bytes& message) const;
     void answerAs(std::size_t place);
+    void advanceTo(std::size_t place);
     void act(const Step& request, std::size_t reply, Bytes& answer);
     void sendReply();
 
-    void sendNotifications(bool isForced);
+    void sendNotifications();
+    void notify(std::size_t place);
     [[nodiscard]] bool isDue(const Step& step) const;
     [[nodiscard]] bool isReached(const Step& step, std::size_t index) const;
     [[nodiscard]] bool isStalled(const Step& step) const;
+    [[nodiscard]] std::string streamName() const;
     void announce(std::size_t place);
 
     void moveSound();
@@ -81,10 +85,11 @@ private:
     Improvise mImprovise;
 
     std::vector<Bytes> mReceived;
-    std::size_t mAt = 0;       // place of the next step
-    std::uint64_t mThenNs = 0;  // recorded time of the latest request that was matched
-    Clock::time_point mSince;   // when it came
-    std::optional<Bytes> mReply;  // that waits for its time
+    std::vector<std::size_t> mSkipped;  // places of requests that have not come
+    std::size_t mAt = 0;                // place of the next step
+    std::uint64_t mThenNs = 0;          // recorded time of the latest request that was matched
+    Clock::time_point mSince;           // when it came
+    std::optional<Bytes> mReply;        // that waits for its time
     Clock::time_point mReplyTime;
     std::size_t mNotifications = 0;
 

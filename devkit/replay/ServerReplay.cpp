@@ -109,7 +109,8 @@ private:
         while (UniqueFd accepted = acceptFrom(mListener)) {
             if (!mPeer) mPeer.emplace(accepted.get());
             mProgress.touch();
-            mUnmatched.push_back(std::make_unique<Unmatched>(Unmatched{Socket(std::move(accepted))}));
+            mUnmatched.push_back(
+                std::make_unique<Unmatched>(Unmatched{Socket(std::move(accepted))}));
         }
         for (const auto& waiting : mUnmatched)
             turn(*waiting);
@@ -133,9 +134,8 @@ private:
     }
 
     [[nodiscard]] bool isAnyOpen() const {
-        return !mUnmatched.empty() ||
-               std::any_of(mConnections.begin(), mConnections.end(),
-                           [](const auto& one) { return one->isOpen(); });
+        return !mUnmatched.empty() || std::any_of(mConnections.begin(), mConnections.end(),
+                                                  [](const auto& one) { return one->isOpen(); });
     }
 
     [[nodiscard]] bool isAllPlayed() const {
@@ -284,8 +284,8 @@ private:
     // ---- Differences ------------------------------------------------------------------------
 
     void differ(std::size_t record, const RecordedConnection* connection,
-                const std::string& operation, const std::string& field,
-                const std::string& recorded, const std::string& got) {
+                const std::string& operation, const std::string& field, const std::string& recorded,
+                const std::string& got) {
         Difference difference;
         difference.record = record;
         if (connection != nullptr) {
@@ -326,12 +326,27 @@ private:
                "one", "none");
     }
 
+    /// Questions about the ring come from a thread of the library: they are in order among
+    /// themselves only.
     void judgeRequests(const ServerConnection& connection, const RecordedConnection& recorded) {
-        std::vector<const Step*> steps;
-        for (const std::size_t index : recorded.steps)
-            if (mConversation.steps[index].kind == Step::Kind::Request)
-                steps.push_back(&mConversation.steps[index]);
-        const std::vector<Bytes>& received = connection.received();
+        for (const bool isAboutRing : {false, true}) {
+            std::vector<const Step*> steps;
+            for (const std::size_t index : recorded.steps) {
+                const Step& step = mConversation.steps[index];
+                if (step.kind == Step::Kind::Request &&
+                    isRingRequest(recorded.type, step.bytes) == isAboutRing)
+                    steps.push_back(&step);
+            }
+            std::vector<Bytes> received = connection.received();
+            std::erase_if(received, [&](const Bytes& message) {
+                return isRingRequest(recorded.type, message) != isAboutRing;
+            });
+            judgeRequests(recorded, steps, received);
+        }
+    }
+
+    void judgeRequests(const RecordedConnection& recorded, const std::vector<const Step*>& steps,
+                       const std::vector<Bytes>& received) {
         const auto likeness = [&](std::size_t r, std::size_t g) {
             if (functionOf(steps[r]->bytes) != functionOf(received[g]) ||
                 isRegistration(steps[r]->bytes) != isRegistration(received[g]))
@@ -342,6 +357,11 @@ private:
         for (const Pairing& pair : align(steps.size(), received.size(), likeness))
             judgePair(recorded, pair.recorded ? steps[*pair.recorded] : nullptr,
                       pair.got ? &received[*pair.got] : nullptr);
+    }
+
+    [[nodiscard]] static bool isRingRequest(std::uint32_t type, const Bytes& message) {
+        const StreamAction action = actionOf(type, functionOf(message).value_or(UINT32_MAX));
+        return action == StreamAction::ShowRing || action == StreamAction::ReleaseRing;
     }
 
     [[nodiscard]] std::vector<FieldDifference> compare(const RecordedConnection& recorded,
