@@ -171,16 +171,13 @@ void ServerConnection::act(const Step& request, std::size_t reply, Bytes& answer
             mIsWriteDone = true;
             break;
         case StreamAction::ShowRing:
-            if (mRing) {
+            if (mRing)
                 putAt(answer, FRAME + offsetof(wire::ShareMemoryReply, address),
                       mRing->place().address);
-                mIsRingShown = true;
-            }
             break;
         case StreamAction::ReleaseRing:
             moveSound();
             mRing.reset();
-            mIsRingShown = false;
             break;
         case StreamAction::Stop:
         case StreamAction::None:
@@ -229,6 +226,7 @@ void ServerConnection::sendNotifications() {
 
 void ServerConnection::notify(std::size_t place) {
     announce(place);
+    moveSound();  // an uplink's ring may hold sound when the application maps it
     send(stepAt(place).bytes);
     ++mNotifications;
     mProgress.touch();
@@ -241,7 +239,7 @@ bool ServerConnection::isDue(const Step& step) const {
 
 /// After the same requests, and the same amount of sound.
 bool ServerConnection::isReached(const Step& step, std::size_t index) const {
-    const bool hasMoved = mFeed.position() >= mFeed.before(index);
+    const bool hasMoved = mRecorded.isCapture() || mFeed.position() >= mFeed.before(index);
     const bool isOver = mIsWriteDone && (!mRing || mRing->used() == 0);
     return (hasMoved || isOver || isStalled(step)) && mProgress.isReached(index);
 }
@@ -275,7 +273,6 @@ void ServerConnection::announce(std::size_t place) {
     if (shown.status != 0 || shown.size == 0) return;
     mRing = mRings.inPhysicalMemory(streamName(), shown.size,
                                     mRecorded.isPlayback() ? SHM_MODE_READER : SHM_MODE_WRITER);
-    mIsRingShown = false;
 }
 
 // ---- Sound --------------------------------------------------------------------------------------
@@ -289,7 +286,7 @@ void ServerConnection::moveSound() {
     if (mRecorded.isPlayback()) {
         takeSound();
         takeSurplus();
-    } else if (mIsRingShown || !hasAnnouncedRing(mRecorded.type)) {
+    } else {
         giveSound();
     }
 }

@@ -96,7 +96,6 @@ private:
     SoundFeed mFeed;
     SoundCheck mSound;
     std::unique_ptr<Ring> mRing;
-    bool mIsRingShown = false;
     bool mIsWriteDone = false;
     bool mTakesSurplus = false;
     std::uint64_t mMovedBytes = 0;
