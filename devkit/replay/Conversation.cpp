@@ -7,7 +7,9 @@
 #include "devkit/trace/CaptureReader.h"
 #include "devkit/trace/Error.h"
 
+#include <algorithm>
 #include <map>
+#include <numeric>
 #include <utility>
 
 namespace cabinaudio::replay {
@@ -34,6 +36,7 @@ public:
     [[nodiscard]] Conversation finish() {
         if (mConversation.steps.empty()) fail("has no conversation");
         chooseSound();
+        moveAmounts();
         return std::move(mConversation);
     }
 
@@ -170,6 +173,54 @@ private:
             if (hasSound) forget(amounts.writes);
             if (hasSound || !amounts.writes.empty()) forget(amounts.reads);
         }
+    }
+
+    /// A summary comes later than the sound that it counts: a stop before it came after that sound.
+    void moveAmounts() {
+        std::vector<std::size_t> order(mConversation.steps.size());
+        std::iota(order.begin(), order.end(), 0);
+        std::vector<std::size_t> places = order;
+        for (const Amounts& amounts : mAmounts)
+            for (const auto* const steps : {&amounts.writes, &amounts.reads})
+                for (const std::size_t step : *steps) {
+                    places[step] = placeOf(step);
+                    mConversation.steps[step].timeNs = mConversation.steps[places[step]].timeNs;
+                }
+        // A summary goes before the step whose place it takes.
+        std::ranges::stable_sort(order, {}, [&](std::size_t step) {
+            return std::pair(places[step], places[step] == step);
+        });
+        arrange(order);
+    }
+
+    /// The step before which the sound of a summary has moved: a stop since the one before it.
+    [[nodiscard]] std::size_t placeOf(std::size_t summary) const {
+        const Step& step = mConversation.steps[summary];
+        const RecordedConnection& connection = mConversation.connections[step.connection];
+        std::size_t place = summary;
+        const auto self = std::ranges::lower_bound(connection.steps, summary);
+        for (auto at = self; at != connection.steps.begin();) {
+            const Step& before = mConversation.steps[*--at];
+            if (before.kind == Step::Kind::Sound && before.sound > 0) break;
+            if (before.kind != Step::Kind::Request) continue;
+            const StreamAction action =
+                actionOf(connection.type, functionOf(before.bytes).value_or(UINT32_MAX));
+            if (action == StreamAction::Start) break;
+            if (action == StreamAction::Stop) place = *at;
+        }
+        return place;
+    }
+
+    void arrange(const std::vector<std::size_t>& order) {
+        std::vector<Step> steps;
+        for (RecordedConnection& connection : mConversation.connections)
+            connection.steps.clear();
+        for (const std::size_t index : order) {
+            mConversation.connections[mConversation.steps[index].connection].steps.push_back(
+                steps.size());
+            steps.push_back(std::move(mConversation.steps[index]));
+        }
+        mConversation.steps = std::move(steps);
     }
 
     void forget(const std::vector<std::size_t>& steps) {

@@ -164,6 +164,7 @@ std::vector<std::string> definitionsOf(const std::vector<std::string>& command) 
         {"top", {"top", "waiting"}},
         {"listen", {"listen"}},
         {"scenario", {"scenario"}},
+        {"replay", {"replay"}},
         {"check", {"hearing"}}};
     const auto found = known.find(command.empty() ? "" : command.front());
     std::vector<std::string> definitions =
