@@ -23,13 +23,16 @@ constexpr std::uint16_t THIS_MACHINE =
     EM_NONE;
 #endif
 
-/// The library's message to the launcher. The machine distinguishes the library in an emulated
-/// program from one that was loaded into the emulator itself.
+/// The message of the preloaded library to the launcher. The machine distinguishes the library in
+/// an emulated program from one that was loaded into the emulator itself.
 struct HandshakeAnswer {
     char magic[4] = {'C', 'A', 'B', 'O'};  // 0
     std::uint16_t version = VERSION;       // 4
     std::uint16_t machine = THIS_MACHINE;  // 6
 };
 static_assert(sizeof(HandshakeAnswer) == 8);
+
+/// Answers if the launcher offers it to this process, and removes the offer.
+void answerLauncher() noexcept;
 
 }  // namespace cabinaudio::board

@@ -50,7 +50,8 @@ has libcabinaudio-testing-dev "$lib/libcabinaudio_testing\.a" \
     "$lib/cmake/cabinaudio/cabinaudioTesting(Targets)?\.cmake" \
     "$lib/cmake/cabinaudio/CabinaudioDiscoverTests\.cmake" \
     '/usr/include/cabinaudio/testing/Matchers\.h'
-has libcabinaudio-board "$lib/cabinaudio/libcabinaudio-board\.so"
+has libcabinaudio-board "$lib/cabinaudio/libcabinaudio-board\.so" \
+    "$lib/cabinaudio/libcabinaudio-recorder\.so"
 has cabinaudio-tools /usr/bin/cabinaudio /usr/share/bash-completion/completions/cabinaudio \
     /usr/share/cabinaudio/cabinaudio.schema.json \
     /usr/share/zsh/vendor-completions/_cabinaudio '/usr/share/man/man1/cabinaudio\.1\.gz'

@@ -60,6 +60,13 @@ TEST_F(Launcher, RefusesWrongUsageWithAHint) {
                                    {"--config-dir", "", PROBE},
                                    {"--wait", "soon", PROBE},
                                    {"--wait", "-1", PROBE},
+                                   {"--trace", "", PROBE},
+                                   {"--trace"},
+                                   {"--trace-sound", PROBE},
+                                   {"--no-board", PROBE},
+                                   {"--trace", "f", "--no-board", "--private", PROBE},
+                                   {"--trace", "f", "--no-board", "-i", "a", PROBE},
+                                   {"--trace", "f", "--clean"},
                                    {"--clean", PROBE},
                                    {"--clean", "--private"},
                                    {"--private=yes", PROBE}};

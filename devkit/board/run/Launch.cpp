@@ -5,6 +5,7 @@
 #include "devkit/board/Names.h"
 #include "devkit/board/ServerOwner.h"
 #include "devkit/board/ServerWait.h"
+#include "devkit/board/run/Capture.h"
 #include "devkit/board/run/Command.h"
 #include "devkit/board/run/DryRun.h"
 #include "devkit/board/run/Leftovers.h"
@@ -83,11 +84,36 @@ std::string skipReason(const Program& program, const LoadedObjects& objects) {
     return "the loader left it out";
 }
 
+/// The libraries of ours to preload, in this order: the recorder sees the names that the program
+/// uses, before the stand-in maps them.
+struct OwnLibraries {
+    std::string recorder;  // "" without one
+    std::string board;     // "" without one
+
+    std::vector<std::string> all() const {
+        std::vector<std::string> libraries;
+        for (const std::string& library : {recorder, board})
+            if (!library.empty()) libraries.push_back(library);
+        return libraries;
+    }
+};
+
+OwnLibraries findLibraries(const Options& options, const ElfFile& program) {
+    OwnLibraries libraries;
+    if (options.hasBoard) libraries.board = findBoardLibrary(options.boardLibrary, program);
+    if (!options.traceFile.empty() || isInCapture())
+        libraries.recorder = loadablePath(findRecorder(libraries.board, program));
+    if (options.hasBoard) libraries.board = loadablePath(libraries.board);
+    return libraries;
+}
+
 void checkObjects(const Program& program, const LoadedObjects& objects,
-                  const std::string& library) {
-    if (!objects.contains(library)) {
-        throw Refusal("the board library cannot be preloaded into " + program.binary + ": " +
-                      skipReason(program, objects));
+                  const OwnLibraries& libraries) {
+    for (const std::string& library : libraries.all()) {
+        if (objects.contains(library)) continue;
+        const char* name = library == libraries.board ? "board library" : "recorder";
+        throw Refusal(std::string("the ") + name + " cannot be preloaded into " + program.binary +
+                      ": " + skipReason(program, objects));
     }
     if (!objects.missing.empty()) {
         throw Refusal(program.binary + " needs " + objects.missing + ", which is not found",
@@ -96,30 +122,33 @@ void checkObjects(const Program& program, const LoadedObjects& objects,
 }
 
 /// Determines the preloads, in an order that the program's loader accepts.
-void arrangePreloads(Command& command, const Program& program, const std::string& library,
+void arrangePreloads(Command& command, const Program& program, const OwnLibraries& libraries,
                      std::chrono::seconds timeout) {
     std::vector<std::string> preloads;
     if (!command.isEmulated()) preloads = foreignPreloads();
-    preloads.push_back(library);
+    for (const std::string& library : libraries.all())
+        preloads.push_back(library);
     command.preload(preloads);
     LoadedObjects objects = dryRun(command, timeout);
-    checkObjects(program, objects, library);
+    checkObjects(program, objects, libraries);
     const std::string sanitizer = objects.sanitizer();
     if (!sanitizer.empty()) {
         // A sanitizer's run time must be the first of all objects.
         preloads.insert(preloads.begin(), loadablePath(sanitizer));
         command.preload(preloads);
         objects = dryRun(command, timeout);
-        checkObjects(program, objects, library);
+        checkObjects(program, objects, libraries);
     }
 }
 
-void reportLaunch(const Program& program, const Command& command, const std::string& library,
+void reportLaunch(const Program& program, const Command& command, const OwnLibraries& libraries,
                   const std::string& instance) {
-    std::fprintf(stderr, "cabinaudio-run: %s%s, instance %s, %s\n",
+    std::string list;
+    for (const std::string& library : libraries.all())
+        list += ", " + text::printable(library);
+    std::fprintf(stderr, "cabinaudio-run: %s%s, instance %s%s\n",
                  text::printable(program.path).c_str(), command.isEmulated() ? " in qemu-arm" : "",
-                 instance.empty() ? "(common)" : instance.c_str(),
-                 text::printable(library).c_str());
+                 instance.empty() ? "(common)" : instance.c_str(), list.c_str());
 }
 
 // Set by the tool `cabinaudio` when it starts itself through this launcher. The tool prints the
@@ -136,16 +165,19 @@ void warnOfForeignServer(const std::string& instance) {
 }  // namespace
 
 void launch(const Options& options) {
-    const std::string instance = chooseInstance(options);
+    // Without the stand-in, instances have no meaning: the program uses the names of the board.
+    const std::string instance = options.hasBoard ? chooseInstance(options) : std::string();
     chooseConfigDirectory(options);
     const Program program = inspectProgram(options.program);
     Command command(program);
-    const std::string library = loadablePath(findBoardLibrary(options.boardLibrary, program.elf));
-    arrangePreloads(command, program, library, options.timeout);
-    if (options.verbose) reportLaunch(program, command, library, instance);
+    const OwnLibraries libraries = findLibraries(options, program.elf);
+    arrangePreloads(command, program, libraries, options.timeout);
+    if (!options.traceFile.empty()) beginCapture(options.traceFile, options.traceSound);
+    if (options.verbose) reportLaunch(program, command, libraries, instance);
     waitForServer(instance, options.wait);
     warnOfForeignServer(instance);
     const Watcher watcher({program.path, program.elf.machine, options.timeout,
+                           options.hasBoard ? "board library" : "recorder",
                            options.isPrivate ? instance : std::string()});
     watcher.offer();
     command.execute();

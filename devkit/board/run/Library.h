@@ -22,4 +22,9 @@ constexpr char ARM_LIBRARY_VARIABLE[] = "CABINAUDIO_ARMHF_BOARD_LIB";
 /// @throws Refusal when none fits
 std::string findBoardLibrary(const std::string& given, const ElfFile& program);
 
+/// The absolute path of the recorder for a program: beside the board library, "" for none, or where
+/// that is searched from step 3 on.
+/// @throws Refusal when none fits
+std::string findRecorder(const std::string& boardLibrary, const ElfFile& program);
+
 }  // namespace cabinaudio::run

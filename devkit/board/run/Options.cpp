@@ -27,6 +27,11 @@ device, diagnostics file, real-time threads. 32-bit ARM programs run in qemu-arm
                          removed when PROGRAM ends
       --config-dir DIR   directory of the diagnostics file audio_config
       --board-lib PATH   use this libcabinaudio-board.so
+      --trace FILE       record PROGRAM's messages with the server, and events of its
+                         rings, in FILE (pcapng; see 'cabinaudio trace')
+      --trace-sound      record the sound that goes through the rings, too
+      --no-board         with --trace: PROGRAM uses this machine's own devices, as on
+                         a board
       --timeout SECONDS  time limit for loading PROGRAM's libraries (default 30)
       --wait SECONDS     first wait for a server of the instance to listen, so long
                          at most
@@ -48,6 +53,9 @@ constexpr int BOARD_LIBRARY = 258;
 constexpr int TIMEOUT = 259;
 constexpr int CLEAN = 260;
 constexpr int WAIT = 261;
+constexpr int TRACE = 262;
+constexpr int TRACE_SOUND = 263;
+constexpr int NO_BOARD = 264;
 
 const option LONG_OPTIONS[] = {
     {"instance", required_argument, nullptr, 'i'},
@@ -60,6 +68,9 @@ const option LONG_OPTIONS[] = {
     {"help", no_argument, nullptr, 'h'},
     {"version", no_argument, nullptr, 'V'},
     {"wait", required_argument, nullptr, WAIT},
+    {"trace", required_argument, nullptr, TRACE},
+    {"trace-sound", no_argument, nullptr, TRACE_SOUND},
+    {"no-board", no_argument, nullptr, NO_BOARD},
     {nullptr, 0, nullptr, 0},
 };
 
@@ -118,6 +129,15 @@ void take(int found, const char* argument, Options& options) {
         case WAIT:
             options.wait = waitArgument(argument);
             break;
+        case TRACE:
+            options.traceFile = pathArgument("--trace", argument);
+            break;
+        case TRACE_SOUND:
+            options.traceSound = true;
+            break;
+        case NO_BOARD:
+            options.hasBoard = false;
+            break;
         case CLEAN:
             options.task = Options::Task::Clean;
             break;
@@ -142,7 +162,14 @@ std::string badOption(char** argv) {
 void check(const Options& options) {
     if (options.isPrivate && !options.instance.empty())
         refuseUsage("--private and --instance exclude each other");
-    if (options.task == Options::Task::Clean && (options.isPrivate || !options.program.empty()))
+    if (options.traceSound && options.traceFile.empty()) refuseUsage("--trace-sound needs --trace");
+    if (!options.hasBoard && options.traceFile.empty())
+        refuseUsage("--no-board needs --trace, or nothing is loaded into the program");
+    if (!options.hasBoard && (options.isPrivate || !options.instance.empty() ||
+                              !options.configDirectory.empty() || !options.boardLibrary.empty()))
+        refuseUsage("--no-board excludes the options of the board's stand-in");
+    if (options.task == Options::Task::Clean &&
+        (options.isPrivate || !options.traceFile.empty() || !options.program.empty()))
         refuseUsage("--clean takes an instance and nothing else");
     if (options.task == Options::Task::RunProgram && options.program.empty())
         refuseUsage("no program given");

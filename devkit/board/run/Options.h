@@ -16,6 +16,9 @@ struct Options {
     bool isPrivate = false;
     std::string configDirectory;
     std::string boardLibrary;
+    bool hasBoard = true;   // false: the devices are the machine's own
+    std::string traceFile;  // "" for none
+    bool traceSound = false;
     std::chrono::seconds timeout{30};
     std::chrono::milliseconds wait{0};  // for a server to listen
     bool verbose = false;

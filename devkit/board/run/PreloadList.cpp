@@ -2,6 +2,7 @@
 #include "devkit/board/run/PreloadList.h"
 
 #include "devkit/board/Board.h"
+#include "devkit/board/recorder/Recorder.h"
 #include "devkit/board/run/LinkDirectory.h"
 
 #include <unistd.h>
@@ -39,9 +40,10 @@ std::vector<std::string> foreignPreloads() {
     while (!rest.empty()) {
         const std::string_view entry = rest.substr(0, rest.find_first_of(SEPARATORS));
         rest.remove_prefix(std::min(entry.size() + 1, rest.size()));
-        const bool isBoard = fs::path(entry).filename() == board::LIBRARY_NAME ||
-                             fs::path(entry).filename().native().starts_with(loadableLinkPrefix());
-        if (!entry.empty() && !isBoard) entries.emplace_back(entry);
+        const std::string name = fs::path(entry).filename();
+        const bool isOurs = name == board::LIBRARY_NAME || name == recorder::LIBRARY_NAME ||
+                            name.starts_with(loadableLinkPrefix());
+        if (!entry.empty() && !isOurs) entries.emplace_back(entry);
     }
     return entries;
 }

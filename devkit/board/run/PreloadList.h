@@ -6,8 +6,8 @@
 
 namespace cabinaudio::run {
 
-/// The entries of LD_PRELOAD in the environment, without board libraries: of two, the second would
-/// map names that the first has already mapped.
+/// The entries of LD_PRELOAD in the environment, without board libraries and recorders: of two, the
+/// second would map names that the first has already mapped, or record messages twice.
 std::vector<std::string> foreignPreloads();
 
 /// A path that the loader (and the emulator's option) take literally. A blank, ':', ',' or '$'

@@ -77,8 +77,8 @@ private:
         const std::string when = answer == Answer::Late
                                      ? " within " + std::to_string(mDuty.timeout.count()) + " s"
                                      : std::string();
-        std::fprintf(stderr, "cabinaudio-run: %s was ended: the board library did not answer%s\n",
-                     text::printable(mDuty.program).c_str(), when.c_str());
+        std::fprintf(stderr, "cabinaudio-run: %s was ended: the %s did not answer%s\n",
+                     text::printable(mDuty.program).c_str(), mDuty.library, when.c_str());
     }
 
     /// Without a process descriptor there is no safe way to wait for the process.

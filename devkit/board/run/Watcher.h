@@ -9,7 +9,7 @@
 
 namespace cabinaudio::run {
 
-/// A process beside the program that waits for the answer of the board library in exactly that
+/// A process beside the program that waits for the answer of the preloaded library in exactly that
 /// process. The dry run has shown that the library will be loaded; if the real run differs, the
 /// watcher ends the program.
 ///
@@ -21,6 +21,7 @@ public:
         std::string program;             // for the message
         std::uint16_t machine;           // machine of the expected library
         std::chrono::seconds timeout;    // for the answer
+        const char* library;             // that answers, for the message
         std::string instanceToRemove{};  // "" to remove nothing
     };
 
