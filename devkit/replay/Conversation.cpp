@@ -36,7 +36,7 @@ public:
     [[nodiscard]] Conversation finish() {
         if (mConversation.steps.empty()) fail("has no conversation");
         chooseSound();
-        moveAmounts();
+        orderSound();
         return std::move(mConversation);
     }
 
@@ -67,6 +67,7 @@ private:
             connection.number = record.connection;
             mConversation.connections.push_back(connection);
             mAmounts.emplace_back();
+            mStops.emplace_back();
             if (record.kind != Kind::Connected) checkBegin(record);
         }
         return found->second;
@@ -113,6 +114,7 @@ private:
     std::size_t keep(Step step, Step::Kind kind, Bytes bytes) {
         step.kind = kind;
         step.bytes = std::move(bytes);
+        mPlaces.push_back(nextPlace(step, kind));
         const std::size_t index = mConversation.steps.size();
         mConversation.connections[step.connection].steps.push_back(index);
         mConversation.steps.push_back(std::move(step));
@@ -175,40 +177,30 @@ private:
         }
     }
 
-    /// A summary comes later than the sound that it counts: a stop before it came after that sound.
-    void moveAmounts() {
+    /// A record of sound may come later than the sound: a stop before it came after that sound.
+    void orderSound() {
         std::vector<std::size_t> order(mConversation.steps.size());
         std::iota(order.begin(), order.end(), 0);
-        std::vector<std::size_t> places = order;
-        for (const Amounts& amounts : mAmounts)
-            for (const auto* const steps : {&amounts.writes, &amounts.reads})
-                for (const std::size_t step : *steps) {
-                    places[step] = placeOf(step);
-                    mConversation.steps[step].timeNs = mConversation.steps[places[step]].timeNs;
-                }
-        // A summary goes before the step whose place it takes.
+        // Sound goes before the step whose place it takes.
         std::ranges::stable_sort(order, {}, [&](std::size_t step) {
-            return std::pair(places[step], places[step] == step);
+            return std::pair(mPlaces[step], mPlaces[step] == step);
         });
+        for (std::size_t step = 0; step < mPlaces.size(); ++step)
+            mConversation.steps[step].timeNs = mConversation.steps[mPlaces[step]].timeNs;
         arrange(order);
     }
 
-    /// The step before which the sound of a summary has moved: a stop since the one before it.
-    [[nodiscard]] std::size_t placeOf(std::size_t summary) const {
-        const Step& step = mConversation.steps[summary];
-        const RecordedConnection& connection = mConversation.connections[step.connection];
-        std::size_t place = summary;
-        const auto self = std::ranges::lower_bound(connection.steps, summary);
-        for (auto at = self; at != connection.steps.begin();) {
-            const Step& before = mConversation.steps[*--at];
-            if (before.kind == Step::Kind::Sound && before.sound > 0) break;
-            if (before.kind != Step::Kind::Request) continue;
-            const StreamAction action =
-                actionOf(connection.type, functionOf(before.bytes).value_or(UINT32_MAX));
-            if (action == StreamAction::Start) break;
-            if (action == StreamAction::Stop) place = *at;
-        }
-        return place;
+    /// Of a step of this kind that is added now: that of a stop without a start since, for sound.
+    [[nodiscard]] std::size_t nextPlace(const Step& step, Step::Kind kind) {
+        const std::size_t here = mConversation.steps.size();
+        const std::uint32_t type = mConversation.connections[step.connection].type;
+        std::optional<std::size_t>& stop = mStops[step.connection];
+        if (kind == Step::Kind::Sound) return stop.value_or(here);
+        if (kind != Step::Kind::Request) return here;
+        const StreamAction action = actionOf(type, functionOf(step.bytes).value_or(UINT32_MAX));
+        if (action == StreamAction::Start) stop.reset();
+        if (action == StreamAction::Stop && !stop) stop = here;
+        return here;
     }
 
     void arrange(const std::vector<std::size_t>& order) {
@@ -229,8 +221,10 @@ private:
     }
 
     Conversation mConversation;
-    std::vector<Amounts> mAmounts;                  // by connection
-    std::map<std::uint32_t, std::size_t> mIndices;  // by the connection's number
+    std::vector<Amounts> mAmounts;                   // by connection
+    std::vector<std::optional<std::size_t>> mStops;  // by connection: step of a stop
+    std::vector<std::size_t> mPlaces;                // by step: where it belongs
+    std::map<std::uint32_t, std::size_t> mIndices;   // by the connection's number
     std::size_t mNumber = 0;
     std::uint64_t mStart = 0;
 };

@@ -159,6 +159,8 @@ void ServerConnection::act(const Step& request, std::size_t reply, Bytes& answer
     const unsigned mode = mRecorded.isPlayback() ? SHM_MODE_READER : SHM_MODE_WRITER;
     switch (actionOf(mRecorded.type, functionOf(request.bytes).value_or(UINT32_MAX))) {
         case StreamAction::Create: {
+            const auto create = recordAt<wire::CreateRequest>(request.bytes, sizeof(audio_param));
+            mIsCoded = create.format.codecType != 0;
             const auto made = recordAt<wire::CreateReply>(recorded, FRAME);
             if (made.status == 0 && made.ringSize > 0 && !hasAnnouncedRing(mRecorded.type))
                 mRing = mRings.inSharedMemory(streamName(), made.ringSize, mode);
@@ -328,6 +330,8 @@ void ServerConnection::giveSound() {
         const std::size_t wanted = std::min(mFeed.due(), mFeed.piece());
         if (wanted == 0) return;
         const std::span<const std::uint8_t> bytes = mFeed.next(wanted);
+        // Zeros are no frames. Without any frame the library gives silence.
+        if (bytes.empty() && mIsCoded) return mFeed.skip();
         const std::size_t count = bytes.empty() ? mRing->writeSilence(wanted) : mRing->write(bytes);
         if (count == 0) return;
         mFeed.moved(count);

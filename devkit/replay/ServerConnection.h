@@ -96,6 +96,7 @@ private:
     SoundFeed mFeed;
     SoundCheck mSound;
     std::unique_ptr<Ring> mRing;
+    bool mIsCoded = false;
     bool mIsWriteDone = false;
     bool mTakesSurplus = false;
     std::uint64_t mMovedBytes = 0;

@@ -299,6 +299,16 @@ private:
         mResult.differences.push_back(difference);
     }
 
+    /// Of connections whose sound was not recorded.
+    void noteSilence(const RecordedConnection& recorded) {
+        const bool hasAmount = std::ranges::any_of(recorded.steps, [&](std::size_t index) {
+            return mConversation.steps[index].sound > 0;
+        });
+        if (recorded.isCapture() && !recorded.hasSound && hasAmount)
+            mResult.warnings.push_back(recorded.title() +
+                                       " records silence: its sound was not recorded");
+    }
+
     void judge() {
         if (mIsStalled)
             mResult.warnings.push_back("the application did nothing for " +
@@ -312,6 +322,7 @@ private:
                 connection->movedBytes();
             judgeRequests(*connection, recorded);
             judgeSound(*connection, recorded);
+            noteSilence(recorded);
         }
         for (std::size_t i = 0; i < mIsUsed.size(); ++i)
             if (!mIsUsed[i] && mConversation.connections[i].isRegistered)
