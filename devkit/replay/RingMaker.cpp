@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/replay/RingMaker.h"
 
+#include "devkit/board/Names.h"
 #include "devkit/replay/Error.h"
 #include "devkit/server/base/UniqueFd.h"
 #include "devkit/text/Printable.h"
@@ -8,6 +9,7 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -37,6 +39,17 @@ std::string objectName(const std::string& text) {
 }
 
 }  // namespace
+
+/// As the server does when it ends.
+RingMaker::~RingMaker() {
+    const char* const instance = board::instanceInEnvironment();
+    if (!mHasMemory || instance == nullptr) return;
+    for (unsigned place = 0; place < board::PHYSICAL_MEMORY_PLACES; ++place) {
+        board::PathText path;
+        board::physicalMemoryPath(instance, geteuid(), place, path);
+        (void)unlink(path.c_str());
+    }
+}
 
 /// Makes a new object, so that the ring is not in one that another program has.
 void RingMaker::claim(const std::string& object) const {
@@ -81,6 +94,7 @@ std::unique_ptr<Ring> RingMaker::inPhysicalMemory(const std::string& name, std::
     char suffix[16];
     std::snprintf(suffix, sizeof suffix, "_0x%x", address);
     claim(objectName(name + suffix));
+    mHasMemory = true;
     return make({name, size, true, address}, mode);
 }
 

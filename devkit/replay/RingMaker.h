@@ -16,6 +16,11 @@ public:
     ///                     from before may be removed
     RingMaker(Waker& waker, bool hasInstance) : mWaker(waker), mHasInstance(hasInstance) {}
 
+    /// Removes the file that stands for the physical memory, if there was a ring in it.
+    ~RingMaker();
+    RingMaker(const RingMaker&) = delete;
+    RingMaker& operator=(const RingMaker&) = delete;
+
     /// A ring of a stream of this name.
     /// @param mode  SHM_MODE_* bits of the server's end
     /// @throws Error  its memory cannot be had
@@ -30,6 +35,7 @@ private:
 
     Waker& mWaker;
     bool mHasInstance;
+    bool mHasMemory = false;
     std::uint32_t mNextAddress = 0x40000000;  // below are devices
 };
 
