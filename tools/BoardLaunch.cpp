@@ -34,14 +34,17 @@ std::filesystem::path thisProgram() {
     return std::filesystem::read_symlink("/proc/self/exe", error);
 }
 
-/// Beside this program, or in the build tree. Empty when there is none.
-std::filesystem::path launcher() {
+}  // namespace
+
+std::filesystem::path launcherProgram() {
     const std::filesystem::path here = thisProgram().parent_path();
     for (const std::filesystem::path& place :
          {here / LAUNCHER, here.parent_path() / "devkit" / "board" / LAUNCHER})
         if (access(place.c_str(), X_OK) == 0) return place;
     return {};
 }
+
+namespace {
 
 std::string descriptorList(const ClosedDescriptors& closed) {
     std::string list = "-";
@@ -108,7 +111,7 @@ void enterBoard(const Start& start, const CommonOptions& options, char** argv) {
     if (isUsable(Devices::MEMORY) && isUsable(Devices::CACHE)) return;
     if (start.launched)
         throw Failure("cabinaudio-run has not loaded the board stand-in; reinstall it");
-    const std::filesystem::path program = launcher();
+    const std::filesystem::path program = launcherProgram();
     if (program.empty())
         throw Failure(
             "the board's devices are missing and cabinaudio-run is not beside this program; "

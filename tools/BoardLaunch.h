@@ -5,6 +5,7 @@
 #include "tools/CommonOptions.h"
 #include "tools/StandardDescriptors.h"
 
+#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -23,6 +24,9 @@ struct Devices {
     static constexpr char MEMORY[] = "/dev/mem";
     static constexpr char CACHE[] = "/dev/cache";
 };
+
+/// The launcher beside this program, or that of the build tree. Empty when there is none.
+[[nodiscard]] std::filesystem::path launcherProgram();
 
 /// @return whether the stand-in is loaded in this process
 [[nodiscard]] bool boardIsActive();

@@ -58,6 +58,12 @@ bool usesControlSocketOnly(const Command& command) {
            std::holds_alternative<ScenarioOptions>(command.options);
 }
 
+/// Such a command listens in place of the server.
+bool isServer(const Command& command) {
+    const auto* replay = std::get_if<ReplayOptions>(&command.options);
+    return replay != nullptr && replay->asServer;
+}
+
 /// For scripts that start a server and do not know when it serves.
 void waitForServer(const Command& command) {
     const std::chrono::milliseconds bound = command.common.wait;
@@ -87,11 +93,11 @@ ExitCode runTool(int argc, char** argv) {
     if (!command) return ExitCode::Done;
     if (needsServer(*command)) {
         prepare(start, *command, argv);
-        waitForServer(*command);
+        if (!isServer(*command)) waitForServer(*command);
     } else {
         fillStandardDescriptors();
     }
-    if (!usesControlSocketOnly(*command)) warnOfForeignServer();
+    if (!usesControlSocketOnly(*command) && !isServer(*command)) warnOfForeignServer();
     boundWaits(*command);
     if (auto* doctor = std::get_if<DoctorOptions>(&command->options))
         doctor->closedDescriptors = start.closedDescriptors;

@@ -44,6 +44,7 @@ COVERED = {
     "cabinaudio-listen.1": [["cabinaudio", "listen"]],
     "cabinaudio-play.1": [["cabinaudio", "play"]],
     "cabinaudio-record.1": [["cabinaudio", "record"]],
+    "cabinaudio-replay.1": [["cabinaudio", "replay"]],
     "cabinaudio-scenario.1": [["cabinaudio", "scenario"]],
     "cabinaudio-settings.1": [
         ["cabinaudio", "get"],

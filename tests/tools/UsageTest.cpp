@@ -22,6 +22,7 @@ Subcommands:
   top                       Show the streams of a running cabinaudio-server, levels and load
   scenario                  Run programs against a server of their own, and judge them
   check                     Check what cabinaudio-server has played: tones, levels, ducking and more
+  replay                    Play one side of a recorded conversation, and compare the other side
   get                       Print settings as lines that set accepts
   set                       Change settings; nothing is changed if a name or value is wrong
   list                      List the settings, or find them by a word such as navigation
@@ -70,7 +71,7 @@ TEST_P(SubCommand, PrintsHelpWithoutAServer) {
 
 INSTANTIATE_TEST_SUITE_P(Any, SubCommand,
                          testing::Values("play", "record", "listen", "top", "get", "set", "list",
-                                         "describe", "monitor", "version", "doctor"),
+                                         "describe", "monitor", "version", "doctor", "replay"),
                          [](const auto& test) { return wordsOf(test.param); });
 
 class WrongCommandLine : public testing::TestWithParam<Refusal> {};
@@ -140,6 +141,17 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"record a.wav --seconds 0", "--seconds: must be a number from 0.001"},
         Refusal{"record a.wav --rate 7999", "--rate: must be a number from 8000"},
         Refusal{"record a.wav --channels 7", "--channels: must be a number from 1 to 6"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    OfReplay, WrongCommandLine,
+    testing::Values(Refusal{"replay", "FILE is required"},
+                    Refusal{"replay a --as nobody", "--as: must be one of client, server"},
+                    Refusal{"replay a --timing fast", "--timing: must be one of answered, kept"},
+                    Refusal{"replay a --patience 0", "--patience: must be a number from 0.01"},
+                    Refusal{"replay a --ignore nothing", "--ignore: there is no field 'nothing'"},
+                    Refusal{"replay a --ignore duck.gain",
+                            "--ignore: there is no field 'duck.gain'"},
+                    Refusal{"replay a -- true", "an application needs --as server"}));
 
 INSTANTIATE_TEST_SUITE_P(
     OfServer, WrongCommandLine,

@@ -104,6 +104,7 @@ struct AllOptions {
     ScenarioOptions scenario;
     CheckOptions check;
     TraceOptions trace;
+    ReplayOptions replay;
     GetOptions get;
     SetOptions set;
     ListOptions list;
@@ -123,6 +124,7 @@ void addCommands(CLI::App& app, AllOptions& all, CommonOptions& common) {
     addScenario(app, all.scenario, common);
     addCheck(app, all.check, common);
     addTrace(app, all.trace, common);
+    addReplay(app, all.replay, common);
     addGet(app, all.get, common);
     addSet(app, all.set, common);
     addList(app, all.list, common);
@@ -148,6 +150,13 @@ bool parse(CLI::App& app, int argc, char** argv) {
     return true;
 }
 
+/// Number of words before the "--" that begins the words of an application, which are not for the
+/// parser. All words for commands that start none.
+int wordsToParse(int argc, char** argv) {
+    if (argc < 2 || std::string_view(argv[1]) != "replay") return argc;
+    return static_cast<int>(std::find(argv, argv + argc, std::string_view("--")) - argv);
+}
+
 /// What depends on several options.
 void complete(const CLI::App& app, AllOptions& all) {
     if (all.play.raw) all.play.raw = all.raw;
@@ -160,6 +169,7 @@ std::string faultOf(const CLI::App& app, const AllOptions& all, const CommonOpti
     if (app.got_subcommand("record")) return optionFault(all.record, common);
     if (app.got_subcommand("listen")) return optionFault(all.listen, common);
     if (app.got_subcommand("check")) return optionFault(all.check);
+    if (app.got_subcommand("replay")) return optionFault(all.replay);
     if (app.got_subcommand("top")) return optionFault(all.top, common);
     if (app.got_subcommand("trace")) return optionFault(all.trace, common);
     return "";
@@ -177,6 +187,7 @@ void choose(const CLI::App& app, const AllOptions& all, Command& command) {
     option("scenario", all.scenario);
     option("check", all.check);
     option("trace", all.trace);
+    option("replay", all.replay);
     option("get", all.get);
     option("set", all.set);
     option("list", all.list);
@@ -195,7 +206,9 @@ std::optional<Command> parseCommandLine(int argc, char** argv) {
     AllOptions all;
     Command command;
     addCommands(app, all, command.common);
-    if (!parse(app, argc, argv)) return std::nullopt;
+    const int parsed = wordsToParse(argc, argv);
+    if (!parse(app, parsed, argv)) return std::nullopt;
+    if (parsed < argc) all.replay.application.assign(argv + parsed + 1, argv + argc);
     complete(app, all);
     if (const std::string fault = faultOf(app, all, command.common); !fault.empty())
         refuse(app, fault);

@@ -7,6 +7,7 @@
 #include "tools/listen/Listen.h"
 #include "tools/play/Play.h"
 #include "tools/record/Record.h"
+#include "tools/replay/Replay.h"
 #include "tools/scenario/ScenarioCommand.h"
 #include "tools/server/Server.h"
 #include "tools/settings/Describe.h"
@@ -29,7 +30,7 @@ struct Command {
     CommonOptions common;
     std::variant<PlayOptions, RecordOptions, GetOptions, SetOptions, ListOptions, DescribeOptions,
                  MonitorOptions, VersionOptions, DoctorOptions, ServerOptions, ListenOptions,
-                 TopOptions, CheckOptions, ScenarioOptions, TraceOptions>
+                 TopOptions, CheckOptions, ScenarioOptions, ReplayOptions, TraceOptions>
         options;
 };
 
