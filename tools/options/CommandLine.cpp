@@ -103,6 +103,7 @@ struct AllOptions {
     TopOptions top;
     ScenarioOptions scenario;
     CheckOptions check;
+    CheckServerOptions checkServer;
     GetOptions get;
     SetOptions set;
     ListOptions list;
@@ -121,6 +122,7 @@ void addCommands(CLI::App& app, AllOptions& all, CommonOptions& common) {
     addTop(app, all.top, common);
     addScenario(app, all.scenario, common);
     addCheck(app, all.check, common);
+    addCheckServer(app, all.checkServer, common);
     addGet(app, all.get, common);
     addSet(app, all.set, common);
     addList(app, all.list, common);
@@ -158,6 +160,7 @@ std::string faultOf(const CLI::App& app, const AllOptions& all, const CommonOpti
     if (app.got_subcommand("record")) return optionFault(all.record, common);
     if (app.got_subcommand("listen")) return optionFault(all.listen, common);
     if (app.got_subcommand("check")) return optionFault(all.check);
+    if (app.got_subcommand("check-server")) return optionFault(all.checkServer);
     if (app.got_subcommand("top")) return optionFault(all.top, common);
     return "";
 }
@@ -173,6 +176,7 @@ void choose(const CLI::App& app, const AllOptions& all, Command& command) {
     option("top", all.top);
     option("scenario", all.scenario);
     option("check", all.check);
+    option("check-server", all.checkServer);
     option("get", all.get);
     option("set", all.set);
     option("list", all.list);

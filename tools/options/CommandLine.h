@@ -3,6 +3,7 @@
 
 #include "tools/CommonOptions.h"
 #include "tools/check/CheckCommand.h"
+#include "tools/contract/CheckServer.h"
 #include "tools/doctor/Doctor.h"
 #include "tools/listen/Listen.h"
 #include "tools/play/Play.h"
@@ -28,7 +29,7 @@ struct Command {
     CommonOptions common;
     std::variant<PlayOptions, RecordOptions, GetOptions, SetOptions, ListOptions, DescribeOptions,
                  MonitorOptions, VersionOptions, DoctorOptions, ServerOptions, ListenOptions,
-                 TopOptions, CheckOptions, ScenarioOptions>
+                 TopOptions, CheckOptions, ScenarioOptions, CheckServerOptions>
         options;
 };
 
