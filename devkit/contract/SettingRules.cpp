@@ -5,7 +5,9 @@
 #include "wire/Settings.h"
 
 #include <algorithm>
+#include <cmath>
 #include <exception>
+#include <string_view>
 #include <utility>
 
 namespace cabinaudio::contract {
@@ -16,13 +18,35 @@ std::uint32_t commandOf(bool hasFlag) {
     return hasFlag ? AUDIO_CMD_CALL_FLAG : AUDIO_CMD_CALL;
 }
 
+const Readable* readable(const std::string& name) {
+    const auto& all = readableSettings();
+    const auto found = std::find_if(all.begin(), all.end(),
+                                    [&](const Readable& setting) { return setting.name == name; });
+    return found != all.end() ? &*found : nullptr;
+}
+
+/// The setting that tells the value without rounding: a volume in steps is also one in dB.
+const Readable& exact(const Readable& setting) {
+    constexpr std::string_view STEP = "step";
+    if (!setting.name.ends_with(STEP)) return setting;
+    const Readable* gain =
+        readable(setting.name.substr(0, setting.name.size() - STEP.size()) + "gain");
+    return gain != nullptr ? *gain : setting;
+}
+
+/// Sets a setting back to its present value.
+Restoration restorationOf(Session& session, Connection& connection, const Readable& setting) {
+    const Readable& kept = exact(setting);
+    return {session, setting.name, kept.type,
+            join(kept.setter, kept.setKey, valueOf(connection, kept)), kept.hasFlag};
+}
+
 /// Sets another value, reads it and sets the first one back.
 void checkReadable(Session& session, const Readable& setting) {
     Connection connection(session, setting.type, wire::NAME_UNKNOWN);
     const Bytes before = valueOf(connection, setting);
     const Bytes& other = before == setting.first ? setting.second : setting.first;
-    const Restoration restoration(session, setting.name, setting.type,
-                                  join(setting.setter, setting.setKey, before), setting.hasFlag);
+    const Restoration restoration = restorationOf(session, connection, setting);
     const std::int32_t status = setValue(connection, setting, other);
     require(status == 0, "status 0 for the value " + hexText(other),
             "status " + std::to_string(status));
@@ -35,19 +59,12 @@ void requireRefusal(Connection& connection, const Refused& refused) {
     require(status != 0, "a refusal of " + refused.value, "status 0");
 }
 
-const Readable& readable(const std::string& name) {
-    const auto& all = readableSettings();
-    return *std::find_if(all.begin(), all.end(),
-                         [&](const Readable& setting) { return setting.name == name; });
-}
-
 void checkRefused(Session& session, const Refused& refused) {
     Connection connection(session, refused.type, wire::NAME_UNKNOWN);
     if (refused.readable.empty()) return requireRefusal(connection, refused);
-    const Readable& setting = readable(refused.readable);
+    const Readable& setting = *readable(refused.readable);
     const Bytes before = valueOf(connection, setting);
-    const Restoration restoration(session, setting.name, setting.type,
-                                  join(setting.setter, setting.setKey, before), setting.hasFlag);
+    const Restoration restoration = restorationOf(session, connection, setting);
     requireRefusal(connection, refused);
     const Bytes after = valueOf(connection, setting);
     require(after == before, "the value " + hexText(before) + " after a refusal", hexText(after));
@@ -81,7 +98,8 @@ void checkSpeakerDelay(Session& session) {
     constexpr std::uint32_t FRONT_LEFT = 1;
     constexpr float US = 1000.0F;
     const auto change = [&](float ms) {
-        return join(idOf(Id::SetSpeakerDelay), FRONT_LEFT, static_cast<std::int32_t>(ms * US));
+        return join(idOf(Id::SetSpeakerDelay), FRONT_LEFT,
+                    static_cast<std::int32_t>(std::lround(ms * US)));
     };
     Connection connection(session, AUDIO_CONNECT_APP_SETTING, wire::NAME_UNKNOWN);
     const auto delay = [&] {

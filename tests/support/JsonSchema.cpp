@@ -164,7 +164,8 @@ std::vector<std::string> definitionsOf(const std::vector<std::string>& command) 
         {"top", {"top", "waiting"}},
         {"listen", {"listen"}},
         {"scenario", {"scenario"}},
-        {"check", {"hearing"}}};
+        {"check", {"hearing"}},
+        {"check-server", {"contract", "rules"}}};
     const auto found = known.find(command.empty() ? "" : command.front());
     std::vector<std::string> definitions =
         found == known.end() ? std::vector<std::string>{} : found->second;
