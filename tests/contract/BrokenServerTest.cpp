@@ -14,7 +14,7 @@ using testing::ElementsAre;
 
 constexpr std::string_view SETTINGS = "settings.";
 // Most of the time of a run is waiting.
-constexpr std::size_t AT_ONCE = 6;
+constexpr std::size_t AT_ONCE = 8;
 // Tests of one program can run at the same time.
 constexpr std::size_t PARTS = 4;
 

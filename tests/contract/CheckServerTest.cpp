@@ -47,7 +47,7 @@ TEST_F(CheckServer, DevelopmentServerKeepsAllRulesInLockstep) {
 /// The values of all settings that can be read.
 std::vector<std::string> values() {
     std::vector<std::string> lines;
-    const json list = jsonOf(runTool({"list", "--json"}));
+    const json list = jsonOf(runTool({"get", "--json"}));
     for (const json& setting : list.at("settings"))
         lines.push_back(setting.at("name").dump() + "=" + setting.at("value").dump());
     return lines;
@@ -55,10 +55,11 @@ std::vector<std::string> values() {
 
 TEST_F(CheckServer, SettingsAreSetBack) {
     serve({"--fast"});
-    runExpecting(0, {"set", "volume.master=-6.2", "volume.channel.LF=-3.3", "mute.main=on",
+    runExpecting(0, {"set", "volume.master=-6.2dB", "volume.channel.LF=-3.3dB", "mute.main=on",
                      "aec.quality=7", "speaker.delay.LF=3", "destination.uplink=recorder",
                      "mixer.upmix=1", "volume.ramp=70,80"});
     const std::vector<std::string> before = values();
+    ASSERT_THAT(before, testing::Contains("\"volume.master\"=-6.2"));
     const json report = jsonOf(runExpecting(0, {"check-server", "--json"}));
     EXPECT_THAT(report.at("not_restored"), IsEmpty());
     EXPECT_EQ(values(), before);
@@ -74,8 +75,8 @@ TEST_F(CheckServer, SafeRunChangesNothing) {
                             "registration.refuses_unknown", "frame.magic", "frame.header_id",
                             "frame.unused_bytes", "frame.times", "frame.one_piece",
                             "request.version", "request.lengths", "request.both_commands"));
-    EXPECT_THAT(mServer->output(), Not(HasSubstr(" plays ")));
-    EXPECT_THAT(mServer->output(), Not(HasSubstr(" records ")));
+    EXPECT_THAT(mServer->output(), Not(HasSubstr("\" plays ")));
+    EXPECT_THAT(mServer->output(), Not(HasSubstr("\" records ")));
 }
 
 TEST_F(CheckServer, PatternsChooseRules) {
