@@ -41,15 +41,27 @@ std::string attribute(const char* name, const std::string& value) {
     return std::string(" ") + name + "=\"" + xml(value) + '"';
 }
 
+/// Of a test that was not met.
+const char* elementOf(JUnitCase::Result result) {
+    switch (result) {
+        case JUnitCase::Result::Failure:
+            return "failure";
+        case JUnitCase::Result::Skipped:
+            return "skipped";
+        default:
+            return "error";
+    }
+}
+
 std::string textOf(const JUnitCase& one) {
     std::string begin =
         "    <testcase" + attribute("classname", one.className) + attribute("name", one.name);
     if (!one.file.empty()) begin += attribute("file", one.file);
     if (one.line != 0) begin += attribute("line", std::to_string(one.line));
     if (one.result == JUnitCase::Result::Met) return begin + "/>\n";
-    const std::string element = one.result == JUnitCase::Result::Failure ? "failure" : "error";
-    return begin + ">\n      <" + element + attribute("message", one.message) + '>' +
-           xml(one.message) + "</" + element + ">\n    </testcase>\n";
+    begin += ">\n      <" + std::string(elementOf(one.result)) + attribute("message", one.message);
+    if (one.result == JUnitCase::Result::Skipped) return begin + "/>\n    </testcase>\n";
+    return begin + '>' + xml(one.message) + "</" + elementOf(one.result) + ">\n    </testcase>\n";
 }
 
 std::string countsOf(const JUnitSuite& suite) {
@@ -60,7 +72,8 @@ std::string countsOf(const JUnitSuite& suite) {
     };
     return attribute("tests", std::to_string(suite.cases.size())) +
            attribute("failures", number(JUnitCase::Result::Failure)) +
-           attribute("errors", number(JUnitCase::Result::Error)) + attribute("skipped", "0");
+           attribute("errors", number(JUnitCase::Result::Error)) +
+           attribute("skipped", number(JUnitCase::Result::Skipped));
 }
 
 std::string textOf(const JUnitSuite& suite) {

@@ -9,7 +9,7 @@ namespace cabinaudio::tool {
 
 /// One test of a suite, as servers for continuous integration read it.
 struct JUnitCase {
-    enum class Result : std::uint8_t { Met, Failure, Error };
+    enum class Result : std::uint8_t { Met, Failure, Error, Skipped };
 
     std::string className;
     std::string name;

@@ -22,8 +22,10 @@ namespace cabinaudio::tool {
 
 namespace {
 
-/// A file is checked, or shown, without a server.
+/// A file is checked, or shown, without a server, and rules are listed without one.
 bool needsServer(const Command& command) {
+    if (const auto* rules = std::get_if<CheckServerOptions>(&command.options))
+        return !rules->isList;
     const auto* check = std::get_if<CheckOptions>(&command.options);
     const auto* trace = std::get_if<TraceOptions>(&command.options);
     return (check == nullptr || check->isLive) && (trace == nullptr || trace->file.empty());

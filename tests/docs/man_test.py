@@ -41,6 +41,7 @@ COVERED = {
         ["cabinaudio", "server", "crash"],
     ],
     "cabinaudio-check.1": [["cabinaudio", "check"]],
+    "cabinaudio-check-server.1": [["cabinaudio", "check-server"]],
     "cabinaudio-listen.1": [["cabinaudio", "listen"]],
     "cabinaudio-play.1": [["cabinaudio", "play"]],
     "cabinaudio-record.1": [["cabinaudio", "record"]],

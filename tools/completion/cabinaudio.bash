@@ -68,6 +68,7 @@ _cabinaudio_option() {
     case $kind in
         FILE) mapfile -t COMPREPLY < <(compgen -f -- "$3") ;;
         DIR) mapfile -t COMPREPLY < <(compgen -d -- "$3") ;;
+        PATTERN) _cabinaudio_offer "$("${COMP_WORDS[0]}" "$1" --list 2>/dev/null | cut -d ' ' -f 1)" "$3" ;;
         *) _cabinaudio_offer "$(_cabinaudio_choices "$1" "$2")" "$3" ;;
     esac
 }

@@ -72,6 +72,10 @@ _cabinaudio_option() {
         '') return 1 ;;
         FILE) _files ;;
         DIR) _files -/ ;;
+        PATTERN)
+            values=(${${(f)"$(_call_program rules $words[1] ${(q)1} --list 2>/dev/null)"}%% *})
+            compadd -a values
+            ;;
         *)
             # The message about a wrong value lists the others. No instance has the name ".", so
             # nothing is done in any case.

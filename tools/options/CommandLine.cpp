@@ -105,6 +105,7 @@ struct AllOptions {
     CheckOptions check;
     TraceOptions trace;
     ReplayOptions replay;
+    CheckServerOptions checkServer;
     GetOptions get;
     SetOptions set;
     ListOptions list;
@@ -125,6 +126,7 @@ void addCommands(CLI::App& app, AllOptions& all, CommonOptions& common) {
     addCheck(app, all.check, common);
     addTrace(app, all.trace, common);
     addReplay(app, all.replay, common);
+    addCheckServer(app, all.checkServer, common);
     addGet(app, all.get, common);
     addSet(app, all.set, common);
     addList(app, all.list, common);
@@ -170,6 +172,7 @@ std::string faultOf(const CLI::App& app, const AllOptions& all, const CommonOpti
     if (app.got_subcommand("listen")) return optionFault(all.listen, common);
     if (app.got_subcommand("check")) return optionFault(all.check);
     if (app.got_subcommand("replay")) return optionFault(all.replay);
+    if (app.got_subcommand("check-server")) return optionFault(all.checkServer);
     if (app.got_subcommand("top")) return optionFault(all.top, common);
     if (app.got_subcommand("trace")) return optionFault(all.trace, common);
     return "";
@@ -188,6 +191,7 @@ void choose(const CLI::App& app, const AllOptions& all, Command& command) {
     option("check", all.check);
     option("trace", all.trace);
     option("replay", all.replay);
+    option("check-server", all.checkServer);
     option("get", all.get);
     option("set", all.set);
     option("list", all.list);

@@ -3,6 +3,7 @@
 
 #include "tools/CommonOptions.h"
 #include "tools/check/CheckCommand.h"
+#include "tools/contract/CheckServer.h"
 #include "tools/doctor/Doctor.h"
 #include "tools/listen/Listen.h"
 #include "tools/play/Play.h"
@@ -30,7 +31,8 @@ struct Command {
     CommonOptions common;
     std::variant<PlayOptions, RecordOptions, GetOptions, SetOptions, ListOptions, DescribeOptions,
                  MonitorOptions, VersionOptions, DoctorOptions, ServerOptions, ListenOptions,
-                 TopOptions, CheckOptions, ScenarioOptions, ReplayOptions, TraceOptions>
+                 TopOptions, CheckOptions, ScenarioOptions, CheckServerOptions, ReplayOptions,
+                 TraceOptions>
         options;
 };
 

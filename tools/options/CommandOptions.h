@@ -21,6 +21,7 @@ void addListen(CLI::App& app, ListenOptions& options, CommonOptions& common);
 void addCheck(CLI::App& app, CheckOptions& options, CommonOptions& common);
 void addTrace(CLI::App& app, TraceOptions& options, CommonOptions& common);
 void addReplay(CLI::App& app, ReplayOptions& options, CommonOptions& common);
+void addCheckServer(CLI::App& app, CheckServerOptions& options, CommonOptions& common);
 void addTop(CLI::App& app, TopOptions& options, CommonOptions& common);
 
 void addServer(CLI::App& app, ServerOptions& options, CommonOptions& common);
