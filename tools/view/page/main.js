@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: Apache-2.0
+// The page: events in, pictures out. Levels are drawn once a frame at most, and only after events.
+import { cabin } from "./cabin.js";
+import { byId, make, setText } from "./dom.js";
+import { fadeAndBalance } from "./fade.js";
+import { Feed } from "./feed.js";
+import { flow, zones } from "./flow.js";
+import { settingList } from "./list.js";
+import { captures, equalisers, requests, spectrum } from "./panels.js";
+import { Settings } from "./settings.js";
+import { duckingText } from "./strips.js";
+import { themeSwitch } from "./theme.js";
+
+const settings = new Settings();
+const picture = cabin(byId("cabin"));
+const way = flow(settings, byId("flow"));
+let parts = null;
+let list = null;
+let live = null;
+let isDrawn = true;
+
+function showBanner(text) {
+    byId("banner").hidden = !text;
+    setText(byId("banner"), text);
+    byId("controls").disabled = Boolean(text);
+    document.body.classList.toggle("gone", Boolean(text));
+}
+
+function showServer({ kind, version, instance }) {
+    const texts = [kind === "development" ? "development server" : "server",
+        version && `version ${version}`, instance && `instance ${instance}`];
+    byId("server").replaceChildren(...texts.filter(Boolean).map((text) => make("span", {}, text)));
+}
+
+/** Zones by their loudspeakers: of the server, or front, rear and the others. */
+function zonesOf({ zones: given, loudspeakers = [] }) {
+    const index = (name) => loudspeakers.findIndex((one) => one.name === name);
+    if (given?.[0]?.loudspeakers) {
+        return given.map((zone) => ({ name: zone.name, indexes: zone.loudspeakers.map(index) }));
+    }
+    const having = (name, end) => ({
+        name,
+        indexes: loudspeakers.flatMap(({ position }, at) => (end.test(position ?? "") ? [at] : [])),
+    });
+    return [having("front", /front|cent/), having("rear", /rear/)].filter((zone) => zone.indexes.length);
+}
+
+// Most controls stay when a server comes back.
+function updateControls() {
+    if (!list) {
+        fadeAndBalance(settings, picture.picture, byId("fade"));
+        equalisers(settings, byId("equalisers"));
+        list = settingList(settings, byId("list"));
+    } else {
+        list.update();
+    }
+}
+
+function change({ changes = {}, added, removed }) {
+    settings.change(changes);
+    if (!added && !removed) return;
+    settings.load(added ?? {});
+    settings.remove(removed ?? []);
+    updateControls();
+}
+
+function load(event) {
+    settings.load(event.settings ?? {});
+    const known = event.server.kind === "development";
+    const loudspeakers = event.loudspeakers ?? [];
+    showServer(event.server);
+    updateControls();
+    picture.load(loudspeakers);
+    way.load({ loudspeakers, known });
+    parts = {
+        known,
+        spectrum: spectrum(byId("spectrum"), known),
+        captures: captures(settings, byId("captures"), known),
+        requests: requests(byId("requests"), known),
+        zones: zones(byId("zones"), zonesOf(event)),
+    };
+    showBanner("");
+    show({ streams: [], loudspeakers: [], captures: [], spectrum: [], requests: [] });
+}
+
+function show(event) {
+    const streams = event.streams ?? [];
+    picture.show(event.loudspeakers ?? []);
+    way.show(streams, event.loudspeakers ?? []);
+    parts.zones.show(streams);
+    parts.spectrum.show(event.spectrum ?? []);
+    parts.captures.show(event.captures ?? []);
+    parts.requests.show(event.requests ?? []);
+    setText(byId("ducking"), duckingText(streams));
+}
+
+function drawLive() {
+    isDrawn = true;
+    if (live && parts) show(live);
+    live = null;
+}
+
+function receive(event) {
+    // Requests of a skipped event must not be lost.
+    live = { ...event, requests: [...(live?.requests ?? []), ...(event.requests ?? [])] };
+    if (isDrawn) requestAnimationFrame(drawLive);
+    isDrawn = false;
+}
+
+themeSwitch(byId("theme"));
+new Feed({
+    cabin: load,
+    settings: change,
+    live: receive,
+    gone: (event) => showBanner(event.text || "The server is gone. This page waits for it."),
+    lost: () => showBanner("cabinaudio view does not answer. Start it again, and open its address."),
+});

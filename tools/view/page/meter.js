@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+// A level meter from -60 to 0 dB. Screen readers read its text beside it, when they are asked to.
+import { make, setStyle, setText } from "./dom.js";
+import { decibel, meterPart } from "./text.js";
+
+/** Returns {node, label, show(db)}. A cover is scaled over a fixed gradient: no layout, no paint of it. */
+export function meter() {
+    const cover = make("span", { class: "cover" });
+    const node = make("span", { class: "meter", "aria-hidden": "true" }, cover);
+    const label = make("span", { class: "level" });
+    return {
+        node,
+        label,
+        show(db) {
+            setStyle(cover, "transform", `scaleX(${1 - meterPart(db)})`);
+            setText(label, decibel(db === null || db === undefined ? null : Math.round(db)));
+        },
+    };
+}
