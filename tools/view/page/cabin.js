@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The cabin from above: body, seats, loudspeakers that glow by level. The front is at the top.
-import { draw, setAttribute, setStyle } from "./dom.js";
-import { decibel, meterPart } from "./text.js";
+import { draw, setStyle } from "./dom.js";
+import { meterPart } from "./text.js";
 
 // Places in the drawing, by a loudspeaker's name; positions name the same places.
 const PLACES = {
@@ -59,13 +59,13 @@ function loudspeaker([x, y], name) {
         draw("circle", { class: "cone", cx: x, cy: y, r: 5 }),
         draw("text", { x, y: y + 26 }, name));
     const show = (db, muted) => {
-        // Silence does not glow; -60 dB just shows. 20 steps keep repaints rare.
+        // Silence does not glow; -60 dB just shows. Ten steps keep repaints rare.
         const part = db === null || db === undefined ? 0 : 0.12 + 0.88 * meterPart(db);
-        setStyle(glow, "opacity", String(muted ? 0 : Math.round(part * 20) / 20));
+        setStyle(glow, "opacity", String(muted ? 0 : Math.round(part * 10) / 10));
         node.classList.toggle("off", Boolean(muted));
     };
     show(null, false);
-    return { node, show };
+    return { name, node, show };
 }
 
 function gradient() {
@@ -89,12 +89,9 @@ export function cabin(parent) {
                 PLACES[name] ?? PLACES[POSITIONS[position]] ?? [40 + 34 * (index % 8), 20], name));
             speakers.replaceChildren(...shown.map((one) => one.node));
         },
+        /** `levels`: what is known of the loudspeakers, by name. */
         show(levels) {
-            shown.forEach((one, index) => one.show(levels[index]?.peak_db, levels[index]?.muted));
-        },
-        describe(names, levels) {
-            const texts = names.map((name, index) => `${name} ${decibel(levels[index]?.peak_db)}`);
-            setAttribute(picture, "aria-label", `The cabin from above: ${texts.join(", ")}`);
+            for (const { name, show } of shown) show(levels.get(name)?.peak_db, levels.get(name)?.muted);
         },
     };
 }

@@ -75,7 +75,7 @@ function entryField(settings, name, label, attributes, read, write) {
 function numberField(settings, name, label, info) {
     return entryField(settings, name, label, {
         type: "number", step: "any", min: info.minimum, max: info.maximum, class: "number",
-        placeholder: info.value === null ? "not known" : null,
+        placeholder: info.value === null ? "?" : null,
     }, Number, String);
 }
 
@@ -100,14 +100,13 @@ function numberFields(settings, name, info) {
     return inputs;
 }
 
-function choice(settings, name, info) {
-    const select = make("select", { "aria-label": name },
-        ...info.choices.map((text) => make("option", { value: text }, String(text))));
-    select.addEventListener("change", () => settings.set(name, select.value));
-    settings.watch(name, ({ value, pending }) => {
-        if (!pending && value !== null) select.value = value;
+/** Words that a number may be instead, such as start or off: a button each. */
+function words(settings, name, info) {
+    return (info.choices ?? []).map((word) => {
+        const button = make("button", { type: "button", "aria-label": `${name}: ${word}` }, word);
+        button.addEventListener("click", () => settings.set(name, word));
+        return button;
     });
-    return select;
 }
 
 /** Some of the loudspeakers, as LF+RF or none. */
@@ -147,22 +146,27 @@ function scalar(settings, name, info) {
     const range = {
         minimum: isGain ? Math.max(info.minimum, SLIDER_LEAST_DB) : info.minimum,
         maximum: info.maximum,
-        step: isGain ? 0.5 : info.type === "integer" ? 1 : span(info) > 200 ? 1 : 0.5,
+        step: info.type === "integer" || span(info) > 200 ? 1 : 0.5,
         unit: info.unit,
     };
     return [slider(settings, name, `${name} slider`, range), field, unit];
 }
 
+function numeric(settings, name, info) {
+    const buttons = words(settings, name, info);
+    if (buttons.length > 0 && span(info) === 0) return buttons;
+    if (Array.isArray(info.value) || info.count > 1) {
+        return [...numberFields(settings, name, info),
+            make("span", { class: "unit" }, info.unit ?? "")];
+    }
+    return [...buttons, ...scalar(settings, name, info)];
+}
+
 function parts(settings, name, info) {
     if (!info.writable) return [readOnly(settings, name, info)];
-    if (info.choices?.length) return [choice(settings, name, info)];
     if (info.type === "switch") return [toggle(settings, name, name)];
     if (info.type === "loudspeakers") return [loudspeakers(settings, name)];
-    const several = Array.isArray(info.value) || info.count > 1;
-    if (["gain", "number", "integer"].includes(info.type)) {
-        return several ? [...numberFields(settings, name, info),
-            make("span", { class: "unit" }, info.unit ?? "")] : scalar(settings, name, info);
-    }
+    if (["gain", "number", "integer"].includes(info.type)) return numeric(settings, name, info);
     return [entryField(settings, name, name,
         { type: "text", class: info.type === "bytes" ? "bytes" : "text" }, String, String)];
 }

@@ -4,14 +4,11 @@
 import { answerLine, gainSlider, settingRow, toggle } from "./control.js";
 import { draw, make, setAttribute, setStyle, setText } from "./dom.js";
 import { meter } from "./meter.js";
-import { pathOf, strips } from "./strips.js";
+import { strips } from "./strips.js";
 import { meterPart } from "./text.js";
 
-const PATHS = ["main", "alternative", "auxiliary", "second"];
-
-function pathCard(settings, name) {
-    const [volume, mute] = [`volume.${name}`, `mute.${name}`];
-    const names = [volume, mute].filter((one) => settings.info(one));
+function pathCard(settings, { name, volume, mute }) {
+    const names = [volume, mute].filter((one) => one && settings.info(one));
     const node = make("article", { class: "path" });
     const head = make("div", { class: "strip-head" }, make("h4", {}, name));
     node.append(head);
@@ -25,10 +22,11 @@ function gainPart(settings, name, label) {
     return make("div", { class: "path-controls" }, ...gainSlider(settings, name, label));
 }
 
-function mixerCard(settings) {
+function mixerCard(settings, master) {
     const node = make("article", { class: "mixer" }, make("h4", {}, "Master"));
-    node.append(gainPart(settings, "volume.master", "Master volume"),
-        answerLine(settings, ["volume.master"], node));
+    if (settings.info(master)) {
+        node.append(gainPart(settings, master, "Master volume"), answerLine(settings, [master], node));
+    }
     for (const name of ["ducking.mode", "ducking.target", "duck"]) {
         if (settings.info(name)) node.append(settingRow(settings, name));
     }
@@ -44,7 +42,7 @@ function loudspeakerCard(settings, { name }) {
         node.append(gainPart(settings, gain, `Volume of loudspeaker ${name}`),
             answerLine(settings, [gain], node));
     }
-    return { node, show: (db) => level.show(db) };
+    return { name, node, show: level.show };
 }
 
 function column(title, ...children) {
@@ -84,20 +82,20 @@ class Flow {
     }
 
     /** After a connection to a server. */
-    load({ loudspeakers = [], known }) {
+    load({ loudspeakers, paths, master, known }) {
         this.#scope?.end();
         this.#scope = this.#settings.scope();
         const settings = this.#scope;
-        this.#paths = new Map(PATHS.map((name) => [name, pathCard(settings, name)]));
+        this.#paths = new Map(paths.map((path) => [path.name, pathCard(settings, path)]));
         this.#speakers = loudspeakers.map((one) => loudspeakerCard(settings, one));
-        this.#mixer = mixerCard(settings);
+        this.#mixer = mixerCard(settings, master);
         this.#known = known;
         this.#parent.replaceChildren(this.#lines,
             column("Streams", this.#none, this.#list),
             column("Paths", ...this.#paths.values()),
             column("Mixer", this.#mixer),
             column("Loudspeakers", ...this.#speakers.map((one) => one.node)));
-        this.show([], []);
+        this.show([], new Map());
     }
 
     show(streams, levels) {
@@ -105,7 +103,7 @@ class Flow {
         setText(this.#none, !this.#known ? "Levels and streams are not known to this server."
             : streams.length === 0 ? "No stream plays." : "");
         if (this.#strips.show(streams)) this.#stale = true;
-        this.#speakers.forEach((one, index) => one.show(levels[index]?.peak_db));
+        for (const { name, show } of this.#speakers) show(levels.get(name)?.peak_db);
         if (this.#stale) this.#layOut(streams);
         this.#light(streams, levels);
     }
@@ -113,18 +111,20 @@ class Flow {
     // Geometry is read only when parts came, went or changed their size.
     #layOut(streams = null) {
         if (!this.#mixer) return;
-        if (streams) this.#wanted = streams.map(({ id, kind }) => ({ id, path: pathOf({ kind }) }));
+        if (streams) this.#wanted = streams.map(({ id, output }) => ({ id, path: output }));
         this.#stale = false;
         const origin = this.#parent.getBoundingClientRect();
         const place = (node) => node.getBoundingClientRect();
         const edges = [];
         for (const { id, path } of this.#wanted) {
             const node = this.#strips.node(id);
-            if (node) edges.push({ stream: id, from: node, to: this.#paths.get(path) });
+            const to = this.#paths.get(path);
+            if (node && to) edges.push({ stream: id, from: node, to });
         }
         for (const [path, node] of this.#paths) edges.push({ path, from: node, to: this.#mixer });
-        this.#speakers.forEach(({ node }, index) =>
-            edges.push({ speaker: index, from: this.#mixer, to: node }));
+        for (const { name, node } of this.#speakers) {
+            edges.push({ speaker: name, from: this.#mixer, to: node });
+        }
         const shapes = edges.map(({ from, to }) => curve(place(from), place(to), origin));
         this.#edges = edges.map((edge, index) =>
             ({ ...edge, line: draw("path", { d: shapes[index] }) }));
@@ -139,11 +139,11 @@ class Flow {
         for (const stream of streams) {
             const part = stream.state === "active" && !stream.muted ? meterPart(stream.level_db) : 0;
             byId.set(stream.id, part);
-            byPath.set(pathOf(stream), Math.max(byPath.get(pathOf(stream)) ?? 0, part));
+            byPath.set(stream.output, Math.max(byPath.get(stream.output) ?? 0, part));
         }
         for (const { stream, path, speaker, line } of this.#edges) {
             const part = stream !== undefined ? byId.get(stream)
-                : path !== undefined ? byPath.get(path) : meterPart(levels[speaker]?.peak_db);
+                : path !== undefined ? byPath.get(path) : meterPart(levels.get(speaker)?.peak_db);
             // Five steps: each change repaints the lines.
             setStyle(line, "opacity", String(0.15 + Math.ceil((part ?? 0) * 4) / 4 * 0.85));
         }
@@ -154,20 +154,22 @@ export function flow(settings, parent) {
     return new Flow(settings, parent);
 }
 
-/** Zones with the streams that are heard there: `list` has their names and loudspeakers' indexes. */
+/** Zones with the streams that are heard there. */
 export function zones(parent, list) {
     const rows = list.map((zone) => ({ zone, text: make("dd") }));
     parent.replaceChildren(...rows.map(({ zone, text }) =>
         make("div", {}, make("dt", {}, zone.name), text)));
     return {
-        show(streams) {
-            for (const { zone, text } of rows) setText(text, heardIn(zone, streams));
+        /** `names`: of the loudspeakers, in the order of the streams' levels. */
+        show(streams, names) {
+            for (const { zone, text } of rows) setText(text, heardIn(zone, streams, names));
         },
     };
 }
 
-function heardIn(zone, streams) {
-    const heard = streams.filter((stream) => stream.state === "active" && !stream.muted &&
-        zone.indexes.some((index) => (stream.loudspeakers_db?.[index] ?? -Infinity) > -60));
-    return heard.map((stream) => stream.name).join(", ") || "quiet";
+function heardIn(zone, streams, names) {
+    const indexes = zone.loudspeakers.map((name) => names.indexOf(name));
+    return streams.filter(({ state, loudspeakers_db: levels }) => state === "active" &&
+        indexes.some((index) => (levels?.[index] ?? -Infinity) > -60))
+        .map(({ name }) => name).join(", ") || "quiet";
 }

@@ -32,19 +32,6 @@ function showServer({ kind, version, instance }) {
     byId("server").replaceChildren(...texts.filter(Boolean).map((text) => make("span", {}, text)));
 }
 
-/** Zones by their loudspeakers: of the server, or front, rear and the others. */
-function zonesOf({ zones: given, loudspeakers = [] }) {
-    const index = (name) => loudspeakers.findIndex((one) => one.name === name);
-    if (given?.[0]?.loudspeakers) {
-        return given.map((zone) => ({ name: zone.name, indexes: zone.loudspeakers.map(index) }));
-    }
-    const having = (name, end) => ({
-        name,
-        indexes: loudspeakers.flatMap(({ position }, at) => (end.test(position ?? "") ? [at] : [])),
-    });
-    return [having("front", /front|cent/), having("rear", /rear/)].filter((zone) => zone.indexes.length);
-}
-
 // Most controls stay when a server comes back.
 function updateControls() {
     if (!list) {
@@ -71,13 +58,13 @@ function load(event) {
     showServer(event.server);
     updateControls();
     picture.load(loudspeakers);
-    way.load({ loudspeakers, known });
+    way.load({ loudspeakers, paths: event.paths ?? [], master: event.master, known });
     parts = {
         known,
         spectrum: spectrum(byId("spectrum"), known),
         captures: captures(settings, byId("captures"), known),
         requests: requests(byId("requests"), known),
-        zones: zones(byId("zones"), zonesOf(event)),
+        zones: zones(byId("zones"), event.zones ?? []),
     };
     showBanner("");
     show({ streams: [], loudspeakers: [], captures: [], spectrum: [], requests: [] });
@@ -85,9 +72,10 @@ function load(event) {
 
 function show(event) {
     const streams = event.streams ?? [];
-    picture.show(event.loudspeakers ?? []);
-    way.show(streams, event.loudspeakers ?? []);
-    parts.zones.show(streams);
+    const levels = new Map((event.loudspeakers ?? []).map((one) => [one.name, one]));
+    picture.show(levels);
+    way.show(streams, levels);
+    parts.zones.show(streams, [...levels.keys()]);
     parts.spectrum.show(event.spectrum ?? []);
     parts.captures.show(event.captures ?? []);
     parts.requests.show(event.requests ?? []);

@@ -3,38 +3,36 @@
 import { settingRow } from "./control.js";
 import { keep, make, setStyle, setText } from "./dom.js";
 import { meter } from "./meter.js";
-import { clockText, decibel, meterPart } from "./text.js";
+import { clockText, meterPart } from "./text.js";
 
 const MOST_REQUESTS = 40;
 const UNKNOWN = "Not known to this server.";
 
-/** The server's name of a band, or its number. */
-function band(label) {
-    const bar = make("span", { class: "bar" });
-    const text = make("span", { class: "band-level" });
-    const node = make("div", { class: "band", "aria-hidden": "true" },
-        make("span", { class: "bar-frame" }, bar), make("span", { class: "band-name" }, label), text);
-    return {
-        node,
-        show(db) {
-            setStyle(bar, "transform", `scaleY(${meterPart(db)})`);
-            setText(text, decibel(db === null || db === undefined ? null : Math.round(db)));
-        },
-    };
+const LABELLED_HZ = [40, 160, 630, 2500, 10000];
+const nearest = (bands, hz) => bands.reduce((best, band) =>
+    (Math.abs(Math.log(band.hz / hz)) < Math.abs(Math.log(best.hz / hz)) ? band : best));
+const hzText = (hz) => (hz < 1000 ? `${hz} Hz` : `${hz / 1000} kHz`);
+
+/** A bar for each band, and names below some. */
+function bars(bands, frame) {
+    const named = new Map(LABELLED_HZ.map((hz) => [nearest(bands, hz), hz]));
+    const all = bands.map(() => make("span", { class: "bar" }));
+    frame.replaceChildren(...bands.map((band, index) => make("span", { class: "band" },
+        make("span", { class: "bar-frame" }, all[index]),
+        make("span", { class: "band-name" }, named.has(band) ? hzText(named.get(band)) : ""))));
+    return all;
 }
 
+/** The output's spectrum: bands with their middle frequency and level. */
 export function spectrum(parent, known) {
-    let bands = [];
     const frame = make("div", { class: "bands", role: "img", "aria-label": "Spectrum of the output" });
     parent.replaceChildren(known ? frame : make("p", { class: "nothing" }, UNKNOWN));
+    let shown = [];
     return {
-        show(levels) {
-            if (bands.length !== levels.length) {
-                bands = levels.map((level, index) => band(level?.name ?? `band ${index + 1}`));
-                frame.replaceChildren(...bands.map((one) => one.node));
-            }
-            levels.forEach((level, index) =>
-                bands[index].show(typeof level === "object" && level ? level.db : level));
+        show(bands) {
+            if (shown.length !== bands.length) shown = bands.length > 0 ? bars(bands, frame) : [];
+            bands.forEach(({ db }, index) =>
+                setStyle(shown[index], "transform", `scaleY(${meterPart(db)})`));
         },
     };
 }
@@ -52,7 +50,7 @@ export function equalisers(settings, parent) {
 }
 
 function capture(first) {
-    const name = make("h4", {}, first.name);
+    const name = make("h3", {}, first.name);
     const level = meter();
     const about = make("p", { class: "about" });
     const node = make("article", { class: "strip", "data-capture": first.name },
@@ -60,8 +58,8 @@ function capture(first) {
     return {
         node,
         update(one) {
-            const texts = [one.kind, one.codec && `codec ${one.codec}`, one.ring && `ring ${one.ring}`,
-                one.state, one.program, one.overruns > 0 && `overruns ${one.overruns}`];
+            const texts = [one.program, one.tag, one.codec && `codec ${one.codec}`,
+                one.ring && `ring ${one.ring}`, one.state, one.overruns > 0 && `overruns ${one.overruns}`];
             setText(about, texts.filter(Boolean).join(" \u00b7 "));
             level.show(one.level_db);
         },
@@ -76,7 +74,7 @@ export function captures(settings, parent, known) {
     return {
         show(streams) {
             setText(none, !known ? UNKNOWN : streams.length === 0 ? "Nothing is recorded." : "");
-            keep(list, streams, (one, index) => one.id ?? `${one.name} ${index}`, capture);
+            keep(list, streams, (one) => one.id, capture);
         },
     };
 }

@@ -5,34 +5,28 @@ import { keep, make, setText } from "./dom.js";
 import { meter } from "./meter.js";
 import { number } from "./text.js";
 
-const TAGS_WITH_VOLUME = ["main", "alternative", "auxiliary"];
-/** The path of a stream by its tag: invocation outputs play on the second path. */
-export const pathOf = (stream) => (TAGS_WITH_VOLUME.includes(stream.kind) ? stream.kind : "second");
-
-function volumePart(settings, stream, frame) {
-    const path = pathOf(stream);
+function controls(settings, stream, frame) {
+    const { name, output, volume, volume_setting: gain } = stream;
+    const mute = `mute.${output}`;
     const nodes = [];
-    const names = [];
-    if (TAGS_WITH_VOLUME.includes(stream.kind)) {
-        const name = `volume.track.${stream.kind}.${stream.name}`;
-        if (settings.value(name) === null && typeof stream.volume === "number") {
-            settings.change({ [name]: stream.volume });
-        }
-        nodes.push(...gainSlider(settings, name, `Volume of ${stream.name}`));
-        names.push(name);
+    if (gain) {
+        if (!settings.info(gain)) settings.change({ [gain]: volume });
+        nodes.push(...gainSlider(settings, gain, `Volume of ${name}`));
     }
-    const mute = `mute.${path}`;
     if (settings.info(mute)) {
-        nodes.push(toggle(settings, mute, `Mute path ${path}`, "muted", "mute"));
-        names.push(mute);
+        nodes.push(toggle(settings, mute, `Mute path ${output}, with ${name}`, "muted", "mute"));
     }
-    return [make("div", { class: "strip-controls" }, ...nodes), answerLine(settings, names, frame)];
+    return [make("div", { class: "strip-controls" }, ...nodes),
+        answerLine(settings, gain ? [gain, mute] : [mute], frame)];
 }
 
-function details(stream) {
-    const type = stream.type && stream.type !== stream.kind ? ` \u00b7 ${stream.type}` : "";
-    const pid = stream.pid ? ` (${stream.pid})` : "";
-    return `${stream.program || "unknown program"}${pid} \u00b7 ${stream.kind}${type}`;
+function about({ program, pid, tag, type, kind }) {
+    const who = `${program || "unknown program"}${pid ? ` (${pid})` : ""}`;
+    return `${who} \u00b7 ${tag} ${kind} \u00b7 ${type}`;
+}
+
+function stateOf({ state, source }) {
+    return source === "withdrawn" ? "withdrawn" : state;
 }
 
 function duckText(stream) {
@@ -44,7 +38,7 @@ function strip(allSettings, first) {
     const settings = allSettings.scope();
     const name = make("h4", { class: "strip-name" });
     const state = make("span", { class: "state" });
-    const about = make("p", { class: "about" });
+    const origin = make("p", { class: "about" });
     const level = meter();
     const queue = make("span");
     const underruns = make("span");
@@ -52,23 +46,25 @@ function strip(allSettings, first) {
     const node = make("article", { class: "strip", "data-stream": first.name });
     node.append(
         make("div", { class: "strip-head" }, name, state, level.label),
-        level.node, about, ...volumePart(settings, first, node),
+        level.node, origin, ...controls(settings, first, node),
         make("p", { class: "counts" }, queue, underruns, ducked));
     return {
         node,
         end: () => settings.end(),
         update(stream) {
             setText(name, stream.name);
-            setText(state, stream.state);
-            setText(about, details(stream));
+            setText(state, stateOf(stream));
+            setText(origin, about(stream));
             level.show(stream.state === "active" ? stream.level_db : null);
             setText(queue, `queue ${Math.round((stream.queue_ms ?? 0) / 4) * 4} ms`);
             setText(underruns, `underruns ${stream.underruns}`);
             underruns.classList.toggle("bad", stream.underruns > 0);
             setText(ducked, duckText(stream));
             node.classList.toggle("muted", Boolean(stream.muted));
-            if (typeof stream.volume === "number" && TAGS_WITH_VOLUME.includes(stream.kind)) {
-                settings.change({ [`volume.track.${stream.kind}.${stream.name}`]: stream.volume });
+            // A track's volume may have no description; its value is here.
+            const gain = stream.volume_setting;
+            if (gain && !settings.info(gain) && settings.value(gain) !== stream.volume) {
+                settings.change({ [gain]: stream.volume });
             }
         },
     };

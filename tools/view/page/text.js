@@ -12,6 +12,11 @@ export function number(value, digits = 0) {
     return (Number(rounded) === 0 ? (0).toFixed(digits) : rounded).replace("-", "\u2212");
 }
 
+/** A level in whole dB. */
+export function levelText(db) {
+    return db === null || db === undefined ? "silent" : `${number(db, 0)} dB`;
+}
+
 /** Position of a level on a meter from -60 dB (0) to 0 dB (1), in steps of 1 %. */
 export function meterPart(db) {
     if (db === null || db === undefined) return 0;
