@@ -61,13 +61,25 @@ export function toggle(settings, name, label, on = "on", off = "off") {
     return button;
 }
 
+/** True while somebody types: a value from the server must not replace the text then. */
+function typing(input) {
+    let isTyping = false;
+    input.addEventListener("input", () => { isTyping = true; });
+    for (const end of ["change", "blur"]) {
+        input.addEventListener(end, () => { isTyping = false; });
+    }
+    return () => isTyping;
+}
+
 function entryField(settings, name, label, attributes, read, write) {
     const input = make("input", { ...attributes, "aria-label": label });
+    const isTyping = typing(input);
     input.addEventListener("change", () => {
         if (input.value !== "") settings.set(name, read(input.value));
     });
     settings.watch(name, ({ value, pending }) => {
-        if (!pending && value !== null && value !== undefined) input.value = write(value);
+        if (pending || isTyping() || value === null || value === undefined) return;
+        input.value = write(value);
     });
     return input;
 }
@@ -86,6 +98,7 @@ function numberFields(settings, name, info) {
         type: "number", step: "any", min: info.minimum, max: info.maximum, class: "number",
         "aria-label": `${name}, number ${index + 1}`,
     }));
+    const areTyped = inputs.map(typing);
     for (const input of inputs) {
         input.addEventListener("change", () => {
             if (inputs.every((one) => one.value !== "")) {
@@ -94,7 +107,7 @@ function numberFields(settings, name, info) {
         });
     }
     settings.watch(name, ({ value, pending }) => {
-        if (pending || !Array.isArray(value)) return;
+        if (pending || !Array.isArray(value) || areTyped.some((isTyping) => isTyping())) return;
         inputs.forEach((input, index) => { input.value = value[index]; });
     });
     return inputs;

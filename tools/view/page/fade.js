@@ -36,7 +36,8 @@ function drawPoint() {
             "aria-roledescription": "point with two directions",
             "aria-valuemin": -LIMIT, "aria-valuemax": LIMIT, "aria-valuenow": 0,
         },
-        draw("circle", { class: "halo", r: 17 }), draw("circle", { class: "knob", r: 10 })),
+        draw("circle", { class: "reach", r: 26 }), draw("circle", { class: "halo", r: 17 }),
+        draw("circle", { class: "knob", r: 10 })),
     };
 }
 
@@ -53,9 +54,10 @@ class Point {
         this.#picture = picture;
         const { field, across, along, handle } = this.#shapes;
         picture.append(draw("g", { class: "point" }, field, across, along, handle));
-        for (const node of [field, handle]) {
-            node.addEventListener("pointerdown", (event) => this.#take(event));
-        }
+        handle.addEventListener("pointerdown", (event) => this.#take(event));
+        field.addEventListener("pointerdown", (event) => {
+            if (event.pointerType === "mouse") this.#take(event);
+        });
         picture.addEventListener("pointermove", (event) => this.#drag(event));
         for (const end of ["pointerup", "pointercancel", "lostpointercapture"]) {
             picture.addEventListener(end, () => this.#release());

@@ -67,7 +67,7 @@ function load(event) {
         zones: zones(byId("zones"), event.zones ?? []),
     };
     showBanner("");
-    show({ streams: [], loudspeakers: [], captures: [], spectrum: [], requests: [] });
+    show({});
 }
 
 function show(event) {
@@ -95,11 +95,17 @@ function receive(event) {
     isDrawn = false;
 }
 
+function leave(text) {
+    showBanner(text);
+    live = null;
+    if (parts) show({});
+}
+
 themeSwitch(byId("theme"));
 new Feed({
     cabin: load,
     settings: change,
     live: receive,
-    gone: (event) => showBanner(event.text || "The server is gone. This page waits for it."),
-    lost: () => showBanner("cabinaudio view does not answer. Start it again, and open its address."),
+    gone: (event) => leave(event.text || "The server is gone. This page waits for it."),
+    lost: () => leave("cabinaudio view does not answer. Start it again, and open its address."),
 });

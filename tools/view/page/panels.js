@@ -15,7 +15,7 @@ const hzText = (hz) => (hz < 1000 ? `${hz} Hz` : `${hz / 1000} kHz`);
 
 /** A bar for each band, and names below some. */
 function bars(bands, frame) {
-    const named = new Map(LABELLED_HZ.map((hz) => [nearest(bands, hz), hz]));
+    const named = new Map(bands.length === 0 ? [] : LABELLED_HZ.map((hz) => [nearest(bands, hz), hz]));
     const all = bands.map(() => make("span", { class: "bar" }));
     frame.replaceChildren(...bands.map((band, index) => make("span", { class: "band" },
         make("span", { class: "bar-frame" }, all[index]),
@@ -30,7 +30,7 @@ export function spectrum(parent, known) {
     let shown = [];
     return {
         show(bands) {
-            if (shown.length !== bands.length) shown = bands.length > 0 ? bars(bands, frame) : [];
+            if (shown.length !== bands.length) shown = bars(bands, frame);
             bands.forEach(({ db }, index) =>
                 setStyle(shown[index], "transform", `scaleY(${meterPart(db)})`));
         },
