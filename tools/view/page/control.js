@@ -80,6 +80,8 @@ function entryField(settings, name, label, attributes, read, write) {
     settings.watch(name, ({ value, pending }) => {
         if (pending || isTyping() || value === null || value === undefined) return;
         input.value = write(value);
+        // A word, such as off, is no number.
+        if (input.value === "") input.placeholder = String(value);
     });
     return input;
 }
@@ -88,7 +90,7 @@ function numberField(settings, name, label, info) {
     return entryField(settings, name, label, {
         type: "number", step: "any", min: info.minimum, max: info.maximum, class: "number",
         placeholder: info.value === null ? "?" : null,
-    }, Number, String);
+    }, Number, (value) => (typeof value === "number" ? String(value) : ""));
 }
 
 /** Several numbers, such as left and right: all are sent together. */

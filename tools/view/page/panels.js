@@ -79,11 +79,11 @@ export function captures(settings, parent, known) {
     };
 }
 
-function requestRow({ time_ms, who, name, request, status, us }) {
+function requestRow({ time_ms, who, request, status, us }) {
     const failed = status !== 0 && status !== null && status !== undefined;
     return make("tr", failed ? { class: "bad" } : {},
         make("td", {}, clockText(time_ms)), make("td", {}, String(who ?? "")),
-        make("td", { class: "request" }, String(name ?? request ?? "")),
+        make("td", { class: "request" }, String(request ?? "")),
         make("td", {}, failed ? String(status) : "ok"),
         make("td", {}, us === null || us === undefined ? "" : String(us)));
 }
