@@ -61,6 +61,7 @@ programs chromium                    a browser
 programs ffmpeg                      plays and records, tells what is in a file
 programs libsox-fmt-alsa             sox plays and records
 programs mpv                         pauses and seeks
+programs nodejs                      drives the browser in the tests of the tool's page
 programs sox
 consume make                         the examples as their users build them
 consume pkgconf
