@@ -110,15 +110,19 @@ SettingsModel::Result SettingsModel::set(const std::string& name, const Json& va
         return result;
     }
     if (result.status != AUDIO_NO_ERROR) result.error = refusalText(result.status);
-    const auto readBack = [this](const Named& one) -> Json {
-        if (!one.setting->get) return nullptr;
-        const Reading reading = mSession.get(one);
-        if (reading.status != AUDIO_NO_ERROR) return nullptr;
-        return valueJson(one.setting->type, reading.value);
-    };
+    // The server notifies a change before it answers.
+    if (mFeed) takeChanges();
     result.value = readBack(*named);
     if (!partner.is_null()) result.partner = readBack(*directory().find(named->setting->partner));
     return result;
+}
+
+/// From the server where it has such an operation.
+Json SettingsModel::readBack(const Named& named) {
+    if (!named.setting->get) return valueOf(named);
+    const Reading reading = mSession.get(named);
+    if (reading.status != AUDIO_NO_ERROR) return nullptr;
+    return valueJson(named.setting->type, reading.value);
 }
 
 void SettingsModel::setAsAsked(const Named& named, const Json& value, const Json& partner,

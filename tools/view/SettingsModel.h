@@ -51,6 +51,7 @@ private:
     [[nodiscard]] Directory directory();
     void find();
     [[nodiscard]] Json valueOf(const Named& named);
+    [[nodiscard]] Json readBack(const Named& named);
     void put(const std::string& name, const Json& value);
     void dropVanished();
     [[nodiscard]] bool isFedValue(const Named& named) const;
