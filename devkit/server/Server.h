@@ -9,6 +9,7 @@
 #include "devkit/server/control/ChangeList.h"
 #include "devkit/server/control/Commands.h"
 #include "devkit/server/control/ControlSocket.h"
+#include "devkit/server/control/LiveState.h"
 #include "devkit/server/control/RemoteControl.h"
 #include "devkit/server/control/Report.h"
 #include "devkit/server/loop/EndSignals.h"
@@ -102,7 +103,9 @@ private:
     std::unique_ptr<TimeLine> mTime;
     Calibration mCalibration;
     ReplyFaults mReplyFaults;
+    RequestLog mRequestLog;
     Dispatcher mDispatcher;
+    LiveState mLive;
     RemoteControl mRemoteControl;
     Taps mTaps;
     ChangeFeed mFeed;

@@ -16,6 +16,7 @@
 #include "tools/settings/Set.h"
 #include "tools/top/Top.h"
 #include "tools/version/Version.h"
+#include "tools/view/View.h"
 
 #include <optional>
 #include <variant>
@@ -28,7 +29,7 @@ struct Command {
     CommonOptions common;
     std::variant<PlayOptions, RecordOptions, GetOptions, SetOptions, ListOptions, DescribeOptions,
                  MonitorOptions, VersionOptions, DoctorOptions, ServerOptions, ListenOptions,
-                 TopOptions, CheckOptions, ScenarioOptions>
+                 TopOptions, CheckOptions, ScenarioOptions, ViewOptions>
         options;
 };
 

@@ -21,6 +21,8 @@ void addListen(CLI::App& app, ListenOptions& options, CommonOptions& common);
 void addCheck(CLI::App& app, CheckOptions& options, CommonOptions& common);
 void addTop(CLI::App& app, TopOptions& options, CommonOptions& common);
 
+void addView(CLI::App& app, ViewOptions& options, CommonOptions& common);
+
 void addServer(CLI::App& app, ServerOptions& options, CommonOptions& common);
 
 void addGet(CLI::App& app, GetOptions& options, CommonOptions& common);

@@ -156,7 +156,8 @@ function span({ minimum, maximum }) {
 function scalar(settings, name, info) {
     const field = numberField(settings, name, info.unit ? `${name} in ${info.unit}` : name, info);
     const unit = make("span", { class: "unit" }, info.unit ?? "");
-    if (info.value === null || span(info) > LARGEST_SLIDER) return [field, unit];
+    // A slider cannot show that the value is unknown, or a word.
+    if (info.value === null || info.choices || span(info) > LARGEST_SLIDER) return [field, unit];
     const isGain = info.type === "gain";
     const range = {
         minimum: isGain ? Math.max(info.minimum, SLIDER_LEAST_DB) : info.minimum,

@@ -22,7 +22,7 @@ function controls(settings, stream, frame) {
 
 function about({ program, pid, tag, type, kind }) {
     const who = `${program || "unknown program"}${pid ? ` (${pid})` : ""}`;
-    return `${who} \u00b7 ${tag} ${kind} \u00b7 ${type}`;
+    return `${who} \u00b7 ${tag}${kind === "sink" ? " sink" : ""} \u00b7 ${type}`;
 }
 
 function stateOf({ state, source }) {
