@@ -4,6 +4,7 @@
 import { answerLine, gainSlider, settingRow, toggle } from "./control.js";
 import { draw, make, setAttribute, setStyle, setText } from "./dom.js";
 import { meter } from "./meter.js";
+import { textsAreDue } from "./pace.js";
 import { strips } from "./strips.js";
 import { meterPart } from "./text.js";
 
@@ -105,7 +106,7 @@ class Flow {
         if (this.#strips.show(streams)) this.#stale = true;
         for (const { name, show } of this.#speakers) show(levels.get(name)?.peak_db);
         if (this.#stale) this.#layOut(streams);
-        this.#light(streams, levels);
+        if (textsAreDue()) this.#light(streams, levels);
     }
 
     // Geometry is read only when parts came, went or changed their size.
@@ -162,6 +163,7 @@ export function zones(parent, list) {
     return {
         /** `names`: of the loudspeakers, in the order of the streams' levels. */
         show(streams, names) {
+            if (!textsAreDue()) return;
             for (const { zone, text } of rows) setText(text, heardIn(zone, streams, names));
         },
     };

@@ -6,6 +6,7 @@ import { fadeAndBalance } from "./fade.js";
 import { Feed } from "./feed.js";
 import { flow, zones } from "./flow.js";
 import { settingList } from "./list.js";
+import { beginPicture } from "./pace.js";
 import { captures, equalisers, requests, spectrum } from "./panels.js";
 import { Settings } from "./settings.js";
 import { duckingText } from "./strips.js";
@@ -67,10 +68,12 @@ function load(event) {
         zones: zones(byId("zones"), event.zones ?? []),
     };
     showBanner("");
-    show({});
+    show({}, true);
 }
 
-function show(event) {
+/** `isWhole`: all of it at once, not only what changes fast. */
+function show(event, isWhole = false) {
+    beginPicture(isWhole);
     const streams = event.streams ?? [];
     const levels = new Map((event.loudspeakers ?? []).map((one) => [one.name, one]));
     picture.show(levels);
@@ -98,7 +101,7 @@ function receive(event) {
 function leave(text) {
     showBanner(text);
     live = null;
-    if (parts) show({});
+    if (parts) show({}, true);
 }
 
 themeSwitch(byId("theme"));

@@ -96,7 +96,7 @@ export function requests(parent, known) {
     }
     const rows = make("tbody");
     parent.replaceChildren(make("table", {}, make("thead", {}, make("tr", {},
-        ...["time", "program", "request", "answer", "\u00b5s"].map((title) =>
+        ...["time", "from", "request", "reply", "\u00b5s"].map((title) =>
             make("th", { scope: "col" }, title)))), rows));
     return {
         show(list) {

@@ -3,6 +3,7 @@
 import { answerLine, gainSlider, toggle } from "./control.js";
 import { keep, make, setText } from "./dom.js";
 import { meter } from "./meter.js";
+import { textsAreDue } from "./pace.js";
 import { number } from "./text.js";
 
 function controls(settings, stream, frame) {
@@ -21,7 +22,7 @@ function controls(settings, stream, frame) {
 }
 
 function about({ program, pid, tag, type, kind }) {
-    const who = `${program || "unknown program"}${pid ? ` (${pid})` : ""}`;
+    const who = `${program || "unknown program"}${pid ? ` ${pid}` : ""}`;
     return `${who} \u00b7 ${tag}${kind === "sink" ? " sink" : ""} \u00b7 ${type}`;
 }
 
@@ -52,10 +53,11 @@ function strip(allSettings, first) {
         node,
         end: () => settings.end(),
         update(stream) {
+            level.show(stream.state === "active" ? stream.level_db : null);
+            if (!textsAreDue() && name.textContent === stream.name) return;
             setText(name, stream.name);
             setText(state, stateOf(stream));
             setText(origin, about(stream));
-            level.show(stream.state === "active" ? stream.level_db : null);
             setText(queue, `queue ${Math.round((stream.queue_ms ?? 0) / 4) * 4} ms`);
             setText(underruns, `underruns ${stream.underruns}`);
             underruns.classList.toggle("bad", stream.underruns > 0);
