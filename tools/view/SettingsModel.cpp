@@ -26,6 +26,10 @@ bool isOfVolume(const Named& named) {
     return named.setting->functions.connection == AUDIO_CONNECT_VOLUME_SETTING;
 }
 
+bool isList(const Named& named) {
+    return named.setting->type.kind == Kind::List;
+}
+
 Failure notUnderstood(const Json::exception& error) {
     return Failure(std::string("the server's settings are not understood: ") + error.what());
 }
@@ -49,14 +53,18 @@ void SettingsModel::takeChanges() {
     if (isChanged) find();
 }
 
-/// Settings that are not notified are read when they are new, and later in turn.
+/// Settings that are not notified are read when they are new, and lists of streams when the streams
+/// are others.
 void SettingsModel::find() {
     const Directory found = directory();
+    const Json streams = mFeed ? mFeed->document().at("streams") : Json(nullptr);
+    const bool areOther = std::exchange(mStreams, streams) != streams;
     mNames.clear();
     for (Named& named : found.all())
         if (!named.setting->isMeter) mNames.push_back(std::move(named));
     for (const Named& named : mNames)
-        if (isFedValue(named) || !mSettings.contains(named.name)) put(named.name, valueOf(named));
+        if (isFedValue(named) || !mSettings.contains(named.name) || (areOther && isList(named)))
+            put(named.name, valueOf(named));
     dropVanished();
     for (const Named& named : mNames) {
         ShownSetting& setting = mSettings[named.name];
@@ -66,20 +74,19 @@ void SettingsModel::find() {
 }
 
 void SettingsModel::readSome() {
-    if (!mFeed && ++mReads % READS_PER_LIST == 0) find();
+    if (++mReads % READS_PER_LIST == 0) find();
     bool isChanged = false;
     const auto read = [&](const Named& named) {
         const Json value = valueOf(named);
         isChanged |= value != mSettings[named.name].value;
         put(named.name, value);
     };
-    if (!mFeed)
-        for (const Named& named : mNames)
-            if (isOfVolume(named) && named.setting->get) read(named);
+    for (const Named& named : mNames)
+        if (isOfVolume(named) && named.setting->get) read(named);
     std::size_t left = IN_TURN;
     for (std::size_t i = 0; i < mNames.size() && left > 0; ++i) {
         const Named& named = mNames[mNext++ % mNames.size()];
-        if (isFedValue(named) || (!mFeed && isOfVolume(named)) || !named.setting->get) continue;
+        if (isOfVolume(named) || !named.setting->get) continue;
         read(named);
         --left;
     }

@@ -31,11 +31,10 @@ public:
 
     /// Takes the changes that have arrived. Does not wait.
     void takeChanges();
-    /// Reads the settings that are due. Call every READ_PAUSE.
+    /// Reads the settings that are due, where none is notified. Call every READ_PAUSE.
     void readSome();
     static constexpr std::chrono::milliseconds READ_PAUSE{150};
 
-    /// Reads or sets a setting, for a request of the page.
     struct Result {
         Json value;               // as read back; null if it cannot be read
         Json partner;             // the same of the related setting, if it was set
@@ -61,6 +60,7 @@ private:
     const std::chrono::milliseconds mTimeout;
     std::unique_ptr<Subscription> mFeed;
     Texts mTypes;
+    Json mStreams;              // of the last notification
     std::vector<Named> mNames;  // all but meters
     std::size_t mNext = 0;      // of mNames: the next one whose turn it is
     unsigned mReads = 0;
