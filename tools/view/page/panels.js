@@ -8,7 +8,7 @@ import { clockText, meterPart } from "./text.js";
 const MOST_REQUESTS = 40;
 const UNKNOWN = "Not known to this server.";
 
-const LABELLED_HZ = [63, 250, 1000, 4000, 12500];
+const LABELLED_HZ = [63, 250, 1000, 4000, 10000];
 const nearest = (bands, hz) => bands.reduce((best, band) =>
     (Math.abs(Math.log(band.hz / hz)) < Math.abs(Math.log(best.hz / hz)) ? band : best));
 const hzText = (hz) => (hz < 1000 ? `${hz} Hz` : `${hz / 1000} kHz`);
