@@ -154,24 +154,3 @@ class Flow {
 export function flow(settings, parent) {
     return new Flow(settings, parent);
 }
-
-/** Zones with the streams that are heard there. */
-export function zones(parent, list) {
-    const rows = list.map((zone) => ({ zone, text: make("dd") }));
-    parent.replaceChildren(...rows.map(({ zone, text }) =>
-        make("div", {}, make("dt", {}, zone.name), text)));
-    return {
-        /** `names`: of the loudspeakers, in the order of the streams' levels. */
-        show(streams, names) {
-            if (!textsAreDue()) return;
-            for (const { zone, text } of rows) setText(text, heardIn(zone, streams, names));
-        },
-    };
-}
-
-function heardIn(zone, streams, names) {
-    const indexes = zone.loudspeakers.map((name) => names.indexOf(name));
-    return streams.filter(({ state, loudspeakers_db: levels }) => state === "active" &&
-        indexes.some((index) => (levels?.[index] ?? -Infinity) > -60))
-        .map(({ name }) => name).join(", ") || "quiet";
-}

@@ -1,16 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 // The page: events in, pictures out. Levels are drawn once a frame at most, and only after events.
 import { cabin } from "./cabin.js";
+import { captures } from "./captures.js";
 import { byId, make, setText } from "./dom.js";
+import { equalisers } from "./equalisers.js";
 import { fadeAndBalance } from "./fade.js";
 import { Feed } from "./feed.js";
-import { flow, zones } from "./flow.js";
+import { flow } from "./flow.js";
 import { settingList } from "./list.js";
 import { beginPicture } from "./pace.js";
-import { captures, equalisers, requests, spectrum } from "./panels.js";
+import { requests } from "./requests.js";
 import { Settings } from "./settings.js";
+import { spectrum } from "./spectrum.js";
 import { duckingText } from "./strips.js";
 import { themeSwitch } from "./theme.js";
+import { zones } from "./zones.js";
 
 const settings = new Settings();
 const picture = cabin(byId("cabin"));
