@@ -114,8 +114,9 @@ install_modules() {
     fi
     cp tests/view/package.json tests/view/package-lock.json "$1/"
     (cd "$1" && npm ci --ignore-scripts --no-audit --no-fund >npm.log 2>&1 </dev/null) || {
+        # The tests are skipped then, and the summary says so.
         tail -n 5 "$1/npm.log" >&2
-        die "npm could not install the modules of tests/view; see $1/npm.log"
+        say "npm could not install the modules of tests/view; see $1/npm.log"
     }
 }
 

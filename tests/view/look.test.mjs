@@ -25,7 +25,7 @@ before(async () => {
         document.querySelector("#ducking").textContent !== "");
     await page.evaluate(readFileSync(axeFile(), "utf8"));
     // Parts outside the view are not rendered otherwise, and not looked at.
-    await page.evaluate(() => document.querySelectorAll(".setting, .strip").forEach((node) => {
+    await page.evaluate(() => document.querySelectorAll("#settings, .tiles .card, .strip").forEach((node) => {
         node.style.contentVisibility = "visible";
     }));
 });

@@ -36,7 +36,7 @@ test("a playing stream's level appears", async () => {
         const db = Number(text.replace("\u2212", "-").replace(" dB", ""));
         return db <= -11 && db >= -16;
     });
-    assert.match(await strip.locator(".about").textContent(), /^cabinaudio \(\d+\) . main sink . media$/);
+    assert.match(await strip.locator(".about").textContent(), /^cabinaudio \d+ . main sink . media$/);
     assert.equal(await strip.locator(".state").textContent(), "active");
     await until(page, () => Number(document.querySelector(
         ".loudspeaker[data-name='LF'] .glow").style.opacity) > 0.5);
@@ -147,6 +147,43 @@ test("a crash of the server and its return are shown", async () => {
     cabin.tool("set", "volume.second=-3dB");
     await until(page, () => document.querySelector(
         "#list [data-name='volume.second'] input[type=number]").value === "-3");
+});
+
+test("a hidden page gives up its events, and takes them up again", async () => {
+    const hide = (isHidden) => page.evaluate((value) => {
+        Object.defineProperty(document, "hidden", { configurable: true, get: () => value });
+        document.dispatchEvent(new Event("visibilitychange"));
+    }, isHidden);
+    const isEvents = (request) => request.url() === `${address}events`;
+    const ended = page.waitForEvent("requestfailed", isEvents);
+    await hide(true);
+    await ended;
+    cabin.tool("set", "volume.second=-4dB");
+    const begun = page.waitForRequest(isEvents);
+    await hide(false);
+    await begun;
+    await until(page, () => document.querySelector(
+        "#list [data-name='volume.second'] input[type=number]").value === "-4");
+});
+
+test("another server's levels are said to be unknown", async () => {
+    const { page: other } = await openPage(browser, address);
+    const event = await other.evaluate(() => new Promise((resolve) => {
+        const source = new EventSource("events");
+        source.addEventListener("cabin", ({ data }) => {
+            source.close();
+            resolve(JSON.parse(data));
+        });
+    }));
+    event.server = { kind: "other", instance: "", version: null, time: null };
+    await other.route("**/events", (route) => route.fulfill({
+        contentType: "text/event-stream", body: `event: cabin\ndata: ${JSON.stringify(event)}\n\n`,
+    }));
+    await other.reload();
+    await until(other, () => ["flow", "spectrum", "captures", "requests"].every((id) =>
+        document.getElementById(id).textContent.includes("ot known to this server.")));
+    assert.match(await other.locator("#server").textContent(), /^server$/);
+    await other.context().close();
 });
 
 function statusOf(url, { headers = {}, method = "GET", body } = {}) {

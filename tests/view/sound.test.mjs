@@ -12,7 +12,7 @@ let cabin, browser, page;
 
 before(async () => {
     cabin = new Cabin();
-    await cabin.startServer("--time", "stepped");
+    await cabin.startServer("--time", "stepped", "--await", "tone");
     cabin.tool("set", "mixer.upmix=1");
     browser = await launchBrowser();
     ({ page } = await openPage(browser, await cabin.view()));

@@ -38,10 +38,9 @@ export const axeFile = () => modules.resolve("axe-core/axe.min.js");
 
 export async function launchBrowser() {
     const { chromium } = modules("playwright-core");
-    // Chromium refuses to sandbox root's pages.
+    // Chromium cannot sandbox pages of root, or in most containers. It only gets this page.
     return chromium.launch({
-        executablePath: CHROMIUM, timeout: BOUND_MS,
-        args: ["--disable-gpu", ...(process.getuid() === 0 ? ["--no-sandbox"] : [])],
+        executablePath: CHROMIUM, timeout: BOUND_MS, args: ["--disable-gpu", "--no-sandbox"],
     });
 }
 
@@ -59,7 +58,7 @@ function bounded(promise, what) {
     return Promise.race([promise, bound]).finally(() => clearTimeout(timer));
 }
 
-/** One mono second of a sine with this amplitude, as often as said. */
+/** A mono WAV file with a sine. */
 function sineFile(file, { hz = 440, amplitude = 0.25, seconds = 20 } = {}) {
     const rate = 48000;
     const data = Buffer.alloc(seconds * rate * 2);
@@ -143,9 +142,10 @@ export class Cabin {
             ["ignore", "ignore", "ignore"]);
     }
 
-    /** Records in the background. */
+    /** Records an uplink in Opus in the background. */
     record(name, ...options) {
-        return this.#spawn(TOOL, ["record", "--name", name, ...options, path.join(this.directory, `${name}.opus`)],
+        const file = path.join(this.directory, `${name}.opus`);
+        return this.#spawn(TOOL, ["record", "--name", name, ...options, file],
             ["ignore", "ignore", "ignore"]);
     }
 

@@ -23,14 +23,15 @@ function answerOf(settings, name, frame) {
 }
 
 /** A slider of a number. While it is being moved, values from the server do not move it. */
-export function slider(settings, name, label, range) {
+export function slider(settings, name, label, range,
+    send = (value) => settings.set(name, value)) {
     const input = make("input", {
         type: "range", min: range.minimum, max: range.maximum, step: range.step, "aria-label": label,
     });
-    input.addEventListener("input", () => settings.set(name, Number(input.value)));
-    settings.watch(name, (entry) => {
-        if (typeof entry.value !== "number") return;
-        if (!entry.pending) input.value = entry.value;
+    input.addEventListener("input", () => send(Number(input.value)));
+    settings.watch(name, ({ value, pending, isHeld }) => {
+        if (typeof value !== "number") return;
+        if (!pending && !isHeld) input.value = value;
         setAttribute(input, "aria-valuetext", valueText(Number(input.value), range.unit));
     });
     return input;
@@ -156,7 +157,8 @@ function span({ minimum, maximum }) {
 function scalar(settings, name, info) {
     const field = numberField(settings, name, info.unit ? `${name} in ${info.unit}` : name, info);
     const unit = make("span", { class: "unit" }, info.unit ?? "");
-    if (info.value === null || span(info) > LARGEST_SLIDER) return [field, unit];
+    // A slider cannot show that the value is unknown, or a word.
+    if (info.value === null || info.choices || span(info) > LARGEST_SLIDER) return [field, unit];
     const isGain = info.type === "gain";
     const range = {
         minimum: isGain ? Math.max(info.minimum, SLIDER_LEAST_DB) : info.minimum,

@@ -105,16 +105,21 @@ class Point {
         event.preventDefault();
     }
 
+    /** Both values go in one request, so that the last one has both. */
+    moveTo({ fade = this.#fade, balance = this.#balance }) {
+        this.#move(fade, balance);
+    }
+
     #move(fade, balance) {
         const before = [this.#fade, this.#balance];
         [this.#fade, this.#balance] = [clamp(fade), clamp(balance)];
-        if (this.#fade !== before[0]) this.#settings.set("fade", this.#fade);
-        if (this.#balance !== before[1]) this.#settings.set("balance", this.#balance);
+        if (this.#fade === before[0] && this.#balance === before[1]) return;
+        this.#settings.set("fade", this.#fade, this.#balance);
         this.#show();
     }
 
-    #accept(name, { value, pending }) {
-        if (this.#held || pending || typeof value !== "number") return;
+    #accept(name, { value, pending, isHeld }) {
+        if (this.#held || pending || isHeld || typeof value !== "number") return;
         if (name === "fade") this.#fade = value;
         else this.#balance = value;
         this.#show();
@@ -132,19 +137,20 @@ class Point {
     }
 }
 
-function row(settings, name, label, low, high) {
+function row(settings, name, label, [low, high], send) {
     const text = make("output", { class: "value" });
     settings.watch(name, ({ value }) => setText(text, typeof value === "number" ? String(value) : ""));
     return make("div", { class: "axis-row" },
         make("span", { class: "axis-name" }, label), make("span", { class: "end" }, low),
-        slider(settings, name, label, { minimum: -LIMIT, maximum: LIMIT, step: 1, unit: null }),
+        slider(settings, name, label, { minimum: -LIMIT, maximum: LIMIT, step: 1, unit: null }, send),
         make("span", { class: "end" }, high), text);
 }
 
 /** The point in `picture` and its sliders in `parent`. */
 export function fadeAndBalance(settings, picture, parent) {
-    new Point(settings, picture);
-    parent.append(row(settings, "fade", "Fade", "rear", "front"),
-        row(settings, "balance", "Balance", "left", "right"));
-    parent.append(answerLine(settings, ["fade", "balance"], parent));
+    const point = new Point(settings, picture);
+    parent.append(
+        row(settings, "fade", "Fade", ["rear", "front"], (fade) => point.moveTo({ fade })),
+        row(settings, "balance", "Balance", ["left", "right"], (balance) => point.moveTo({ balance })),
+        answerLine(settings, ["fade", "balance"], parent));
 }

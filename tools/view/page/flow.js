@@ -4,6 +4,7 @@
 import { answerLine, gainSlider, settingRow, toggle } from "./control.js";
 import { draw, make, setAttribute, setStyle, setText } from "./dom.js";
 import { meter } from "./meter.js";
+import { textsAreDue } from "./pace.js";
 import { strips } from "./strips.js";
 import { meterPart } from "./text.js";
 
@@ -105,7 +106,7 @@ class Flow {
         if (this.#strips.show(streams)) this.#stale = true;
         for (const { name, show } of this.#speakers) show(levels.get(name)?.peak_db);
         if (this.#stale) this.#layOut(streams);
-        this.#light(streams, levels);
+        if (textsAreDue()) this.#light(streams, levels);
     }
 
     // Geometry is read only when parts came, went or changed their size.
@@ -152,24 +153,4 @@ class Flow {
 
 export function flow(settings, parent) {
     return new Flow(settings, parent);
-}
-
-/** Zones with the streams that are heard there. */
-export function zones(parent, list) {
-    const rows = list.map((zone) => ({ zone, text: make("dd") }));
-    parent.replaceChildren(...rows.map(({ zone, text }) =>
-        make("div", {}, make("dt", {}, zone.name), text)));
-    return {
-        /** `names`: of the loudspeakers, in the order of the streams' levels. */
-        show(streams, names) {
-            for (const { zone, text } of rows) setText(text, heardIn(zone, streams, names));
-        },
-    };
-}
-
-function heardIn(zone, streams, names) {
-    const indexes = zone.loudspeakers.map((name) => names.indexOf(name));
-    return streams.filter(({ state, loudspeakers_db: levels }) => state === "active" &&
-        indexes.some((index) => (levels?.[index] ?? -Infinity) > -60))
-        .map(({ name }) => name).join(", ") || "quiet";
 }

@@ -1,15 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 // The page: events in, pictures out. Levels are drawn once a frame at most, and only after events.
 import { cabin } from "./cabin.js";
+import { captures } from "./captures.js";
 import { byId, make, setText } from "./dom.js";
+import { equalisers } from "./equalisers.js";
 import { fadeAndBalance } from "./fade.js";
 import { Feed } from "./feed.js";
-import { flow, zones } from "./flow.js";
+import { flow } from "./flow.js";
 import { settingList } from "./list.js";
-import { captures, equalisers, requests, spectrum } from "./panels.js";
+import { beginPicture } from "./pace.js";
+import { requests } from "./requests.js";
 import { Settings } from "./settings.js";
+import { spectrum } from "./spectrum.js";
 import { duckingText } from "./strips.js";
 import { themeSwitch } from "./theme.js";
+import { zones } from "./zones.js";
 
 const settings = new Settings();
 const picture = cabin(byId("cabin"));
@@ -67,10 +72,12 @@ function load(event) {
         zones: zones(byId("zones"), event.zones ?? []),
     };
     showBanner("");
-    show({});
+    show({}, true);
 }
 
-function show(event) {
+/** `isWhole`: all of it at once, not only what changes fast. */
+function show(event, isWhole = false) {
+    beginPicture(isWhole);
     const streams = event.streams ?? [];
     const levels = new Map((event.loudspeakers ?? []).map((one) => [one.name, one]));
     picture.show(levels);
@@ -98,7 +105,7 @@ function receive(event) {
 function leave(text) {
     showBanner(text);
     live = null;
-    if (parts) show({});
+    if (parts) show({}, true);
 }
 
 themeSwitch(byId("theme"));

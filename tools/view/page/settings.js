@@ -6,11 +6,14 @@ const PAUSE_MS = 50;
 
 const wait = (ms) => new Promise((resume) => setTimeout(resume, ms));
 
-async function post(name, value) {
+// Fade and balance are two views of the same four gains: one request sets both.
+const PARTNERS = { fade: "balance", balance: "fade" };
+
+async function post(name, value, partner) {
     const answer = await fetch("set", {
         method: "POST",
         headers: { "Content-Type": "application/json" },
-        body: JSON.stringify({ name, value }),
+        body: JSON.stringify({ name, value, partner }),
     });
     if (!answer.ok) throw new Error(`cabinaudio view answered ${answer.status}`);
     return answer.json();
@@ -19,7 +22,7 @@ async function post(name, value) {
 export class Settings {
     #entries = new Map();
     #send;
-    // One request at a time: fade and balance, for example, change the same four gains.
+    // One request at a time, in the order of the changes.
     #turn = Promise.resolve();
 
     constructor(send = post) {
@@ -57,7 +60,7 @@ export class Settings {
         return this.#entries.get(name)?.value;
     }
 
-    /** Calls `listener({value, pending, error})` now and after each change. Returns its end. */
+    /** Calls `listener({value, pending, isHeld, error})` now and after each change. Returns its end. */
     watch(name, listener) {
         const entry = this.#entry(name);
         entry.listeners.add(listener);
@@ -70,10 +73,13 @@ export class Settings {
         return new Scope(this);
     }
 
-    /** Sets a setting. While a request is on its way, only the latest value waits behind it. */
-    set(name, value) {
+    /**
+     * Sets a setting. While a request is on its way, only the latest value waits behind it.
+     * `partner`: value of the partner, for fade or balance only.
+     */
+    set(name, value, partner) {
         const entry = this.#entry(name);
-        entry.next = { value };
+        entry.next = { value, partner };
         entry.error = null;
         if (!entry.pending) this.#run(entry);
     }
@@ -81,7 +87,8 @@ export class Settings {
     #entry(name) {
         let entry = this.#entries.get(name);
         if (!entry) {
-            entry = { name, value: null, pending: false, error: null, listeners: new Set() };
+            entry = { name, value: null, pending: false, isHeld: false, error: null,
+                listeners: new Set() };
             this.#entries.set(name, entry);
         }
         return entry;
@@ -89,29 +96,42 @@ export class Settings {
 
     // A value from elsewhere does not move a control that is being moved here: the answer will.
     #accept(entry, value) {
-        if (entry.pending) return;
+        if (entry.pending || entry.isHeld) return;
         entry.value = value;
         this.#tell(entry);
     }
 
+    // The partner of a pair that is being set.
+    #hold(entry, isHeld) {
+        const partner = PARTNERS[entry.name];
+        if (!partner) return;
+        this.#entry(partner).isHeld = isHeld;
+        this.#tell(this.#entry(partner));
+    }
+
     async #run(entry) {
         entry.pending = true;
+        this.#hold(entry, true);
         while (entry.next) {
-            const { value } = entry.next;
+            const wanted = entry.next;
             entry.next = null;
             this.#tell(entry);
-            const request = this.#turn.then(() => this.#request(entry, value));
+            const request = this.#turn.then(() => this.#request(entry, wanted));
             this.#turn = request;
             await Promise.all([request, wait(PAUSE_MS)]);
         }
         entry.pending = false;
+        this.#hold(entry, false);
         this.#tell(entry);
     }
 
-    async #request(entry, value) {
+    async #request(entry, { value, partner }) {
         try {
-            const answer = await this.#send(entry.name, value);
+            const answer = await this.#send(entry.name, value, partner);
             entry.error = answer.error?.text ?? null;
+            if (typeof answer.partner === "number") {
+                this.#entry(PARTNERS[entry.name]).value = answer.partner;
+            }
             if (answer.value !== undefined && answer.value !== null) entry.value = answer.value;
             else if (!answer.error) entry.value = value;
         } catch (problem) {
@@ -148,8 +168,8 @@ class Scope {
         return this.#settings.value(name);
     }
 
-    set(name, value) {
-        this.#settings.set(name, value);
+    set(name, value, partner) {
+        this.#settings.set(name, value, partner);
     }
 
     watch(name, listener) {

@@ -3,6 +3,7 @@
 import { answerLine, gainSlider, toggle } from "./control.js";
 import { keep, make, setText } from "./dom.js";
 import { meter } from "./meter.js";
+import { textsAreDue } from "./pace.js";
 import { number } from "./text.js";
 
 function controls(settings, stream, frame) {
@@ -21,8 +22,8 @@ function controls(settings, stream, frame) {
 }
 
 function about({ program, pid, tag, type, kind }) {
-    const who = `${program || "unknown program"}${pid ? ` (${pid})` : ""}`;
-    return `${who} \u00b7 ${tag} ${kind} \u00b7 ${type}`;
+    const who = `${program || "unknown program"}${pid ? ` ${pid}` : ""}`;
+    return `${who} \u00b7 ${tag}${kind === "sink" ? " sink" : ""} \u00b7 ${type}`;
 }
 
 function stateOf({ state, source }) {
@@ -34,38 +35,48 @@ function duckText(stream) {
         `lowered by ${name}: ${number(db, 0)} dB`).join(", ");
 }
 
+/** The texts of a strip. */
+function texts() {
+    return {
+        name: make("h4", { class: "strip-name" }),
+        state: make("span", { class: "state" }),
+        origin: make("p", { class: "about" }),
+        queue: make("span"),
+        underruns: make("span"),
+        ducked: make("span", { class: "ducked" }),
+    };
+}
+
+function write(text, stream) {
+    setText(text.name, stream.name);
+    setText(text.state, stateOf(stream));
+    setText(text.origin, about(stream));
+    setText(text.queue, `queue ${Math.round((stream.queue_ms ?? 0) / 4) * 4} ms`);
+    setText(text.underruns, `underruns ${stream.underruns}`);
+    text.underruns.classList.toggle("bad", stream.underruns > 0);
+    setText(text.ducked, duckText(stream));
+}
+
 function strip(allSettings, first) {
     const settings = allSettings.scope();
-    const name = make("h4", { class: "strip-name" });
-    const state = make("span", { class: "state" });
-    const origin = make("p", { class: "about" });
+    const text = texts();
     const level = meter();
-    const queue = make("span");
-    const underruns = make("span");
-    const ducked = make("span", { class: "ducked" });
     const node = make("article", { class: "strip", "data-stream": first.name });
     node.append(
-        make("div", { class: "strip-head" }, name, state, level.label),
-        level.node, origin, ...controls(settings, first, node),
-        make("p", { class: "counts" }, queue, underruns, ducked));
+        make("div", { class: "strip-head" }, text.name, text.state, level.label),
+        level.node, text.origin, ...controls(settings, first, node),
+        make("p", { class: "counts" }, text.queue, text.underruns, text.ducked));
     return {
         node,
         end: () => settings.end(),
         update(stream) {
-            setText(name, stream.name);
-            setText(state, stateOf(stream));
-            setText(origin, about(stream));
             level.show(stream.state === "active" ? stream.level_db : null);
-            setText(queue, `queue ${Math.round((stream.queue_ms ?? 0) / 4) * 4} ms`);
-            setText(underruns, `underruns ${stream.underruns}`);
-            underruns.classList.toggle("bad", stream.underruns > 0);
-            setText(ducked, duckText(stream));
+            if (!textsAreDue() && text.name.textContent === stream.name) return;
+            write(text, stream);
             node.classList.toggle("muted", Boolean(stream.muted));
             // A track's volume may have no description; its value is here.
             const gain = stream.volume_setting;
-            if (gain && !settings.info(gain) && settings.value(gain) !== stream.volume) {
-                settings.change({ [gain]: stream.volume });
-            }
+            if (gain && !settings.info(gain)) settings.change({ [gain]: stream.volume });
         },
     };
 }

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Numbers and values as texts.
 
+/** Of what only a development server knows. */
+export const UNKNOWN = "Not known to this server.";
+
 /** Gain or level in dB, with a real minus sign; null is silence. */
 export function decibel(db) {
     if (db === null || db === undefined || db <= -103.5) return "silent";
