@@ -4,8 +4,9 @@
 # one as an alternative track (ring in shared memory) and one as an auxiliary track (ring in
 # physical memory), and compares the server's output with the files. At the same time records an
 # input of the server, and the uplink of a call that is coded in Opus and whose ring is announced
-# late, and compares both with the input files. Writes heard.wav, recorded.wav, call.opus and
-# heard.png to the directory of this script. The exit status is 0 only if all comparisons pass.
+# late, and compares both with the input files. Writes heard.wav, recorded.wav, call.opus, cabin.svg
+# (the cabin while both play) and heard.png to the directory of this script. The exit status is 0
+# only if all comparisons pass.
 # With CABINAUDIO_DEMO_PICTURE=no it draws no heard.png and needs no gnuplot.
 set -eu
 
@@ -108,6 +109,17 @@ record input0 "$work/recorded.wav" 2.5 --channels 1 &
 recorder=$!
 record uplink "$work/call.opus" 3.5 --codec opus &
 caller=$!
+# The cabin while both play. A player that fails is reported below.
+both_play() {
+    cabinaudio server state | grep -c 'active ' | grep -q '[2-9]'
+}
+tries=0
+until both_play || [ "$tries" -ge 50 ]; do
+    tries=$((tries + 1))
+    sleep 0.02
+done
+seen=0
+cabinaudio view --export "$work/cabin.svg" >/dev/null || seen=$?
 first_status=0
 second_status=0
 wait "$first_player" || first_status=$?
@@ -136,10 +148,11 @@ recorded=0
 cabinaudio-recordcheck "$input" "$work/recorded.wav" "$said" "$work/call.opus" \
     "$work/recorded" || recorded=$?
 
-for file in heard.wav recorded.wav call.opus; do
+[ "$seen" -eq 0 ] || fail "the picture of the cabin could not be drawn"
+for file in heard.wav recorded.wav call.opus cabin.svg; do
     mv -f "$work/$file" "$demo/$file"
 done
-left="heard.wav, recorded.wav, call.opus"
+left="heard.wav, recorded.wav, call.opus, cabin.svg"
 if [ -e "$work/recorded" ] && [ "${CABINAUDIO_DEMO_PICTURE:-yes}" != no ]; then
     left="$left, heard.png"
     cabinaudio-placement "$demo/heard.wav" "$work/report.json" "$work/envelopes" "$first_name" \

@@ -16,8 +16,9 @@ Usage: ./cabin COMMAND [ARGUMENT...]
                          processors, in a virtual machine), all; failures are listed at the end
        [--long]          include the long tests
        [--programs]      install the large programs that play and record through the plug-ins,
-                         such as a browser, and fail if a test is skipped because one is missing;
-                         otherwise the missing programs are listed at the end
+                         such as a browser, and the modules that drive it; fail if a test is
+                         skipped because one is missing; otherwise the missing programs are
+                         listed at the end
   bench [NAME...]        run the benchmarks (default: all of them, into bench/results.json and
                          docs/performance.md)
         --page NAME...   run some, and make the page with the stored results of the others

@@ -24,6 +24,7 @@ build   libflac-dev                  FLAC from pipes: player
 build   libarchive-dev               reports of the tool
 build   libcli11-dev                 command lines of server and tool
 build   nlohmann-json3-dev           JSON of server and tool
+build   libcpp-httplib-dev           page of the tool's view
 build   libncurses-dev               screen of the tool's top
 build   libasound2-dev               server output "alsa"
 build   libpulse-dev                 server output "pulse"
@@ -65,6 +66,7 @@ programs chromium                    a browser
 programs ffmpeg                      plays and records, tells what is in a file
 programs libsox-fmt-alsa             sox plays and records
 programs mpv                         pauses and seeks
+programs nodejs                      drives the browser in the tests of the tool's page
 programs sox
 consume make                         the examples as their users build them
 consume pkgconf

@@ -31,6 +31,7 @@ cmd_test() {
         esac
         build "$suite"
         [ "$suite" != armhf-vm ] || make_machine "$long"
+        [ -z "$all_programs" ] || install_modules "build/$suite/tests/view"
         run_tests "$suite" "$long" || failed=1
         [ "$suite" != armhf-vm ] || cat "$(machine_programs)" || failed=1
         missing=$(missing_programs "$suite")
@@ -110,6 +111,25 @@ failed_tests() {
     sed -n '/^The following tests FAILED:/,$ s/^[[:blank:]]*\([0-9][0-9]* - \)/    \1/p' \
         "build/$1/test.log" 2>/dev/null |
         awk 'NR <= 50 { print } END { if (NR > 50) print "    ... " NR - 50 " more, see test.log" }'
+}
+
+# install_modules DIRECTORY: the modules of npm with which tests drive a browser, in their directory of
+# a build tree that has these tests. Debian's npm does not go with Node.js from elsewhere, which
+# brings its own.
+install_modules() {
+    [ -d "$1" ] || return 0
+    command -v npm >/dev/null || install_packages npm
+    # npm writes the second file at its end.
+    if cmp -s tests/view/package-lock.json "$1/package-lock.json" &&
+        [ -e "$1/node_modules/.package-lock.json" ]; then
+        return 0
+    fi
+    cp tests/view/package.json tests/view/package-lock.json "$1/"
+    (cd "$1" && npm ci --ignore-scripts --no-audit --no-fund >npm.log 2>&1 </dev/null) || {
+        # The tests are skipped then, and the summary says so.
+        tail -n 5 "$1/npm.log" >&2
+        say "npm could not install the modules of tests/view; see $1/npm.log"
+    }
 }
 
 # Programs without which tests were skipped: these tests say "NAME is not installed".

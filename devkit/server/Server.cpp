@@ -105,7 +105,9 @@ Server::Server(const Options& options)
                    [microphone = options.inputs.of(AUDIO_TAG_UPLINK)] {
                        return openInput(microphone, Calibration::RATE, 1);
                    }),
-      mDispatcher({mStreams, mCaptures, mSettings, mMixer, mCalibration}, mTrace, mReplyFaults),
+      mDispatcher({mStreams, mCaptures, mSettings, mMixer, mCalibration}, mTrace, mReplyFaults,
+                  mRequestLog),
+      mLive({mStreams, mCaptures, mMixer, mSettings, mRequestLog, options.time.mode}),
       mRemoteControl(mLoop, mStreams, mCaptures, mReplyFaults),
       mTaps(mLoop, mStreams, options.format,
             options.time.mode == TimeMode::Real ? Taps::STEADY_BOUND : Taps::FAST_BOUND,
@@ -193,6 +195,7 @@ void Server::addCommands() {
         state["trace_readers"] = mWireFeed.describe();
         return textOf(state);
     });
+    mCommands.add("live", [this](const std::string& argument) { return mLive.answer(argument); });
     mRemoteControl.addTo(mCommands);
     addTimeCommands(mCommands, *mTime);
     for (const TimedCommand& timed : mOptions.time.commands)

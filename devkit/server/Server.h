@@ -9,6 +9,7 @@
 #include "devkit/server/control/ChangeList.h"
 #include "devkit/server/control/Commands.h"
 #include "devkit/server/control/ControlSocket.h"
+#include "devkit/server/control/LiveState.h"
 #include "devkit/server/control/RemoteControl.h"
 #include "devkit/server/control/Report.h"
 #include "devkit/server/feed/WireFeed.h"
@@ -108,7 +109,9 @@ private:
     std::unique_ptr<TimeLine> mTime;
     Calibration mCalibration;
     ReplyFaults mReplyFaults;
+    RequestLog mRequestLog;
     Dispatcher mDispatcher;
+    LiveState mLive;
     RemoteControl mRemoteControl;
     Taps mTaps;
     ChangeFeed mFeed;

@@ -55,6 +55,7 @@ COVERED = {
         ["cabinaudio", "monitor"],
     ],
     "cabinaudio-top.1": [["cabinaudio", "top"]],
+    "cabinaudio-view.1": [["cabinaudio", "view"]],
     "cabinaudio-run.1": [["cabinaudio-run"]],
     "cabinaudio-server.1": [["cabinaudio-server"]],
 }

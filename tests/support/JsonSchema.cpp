@@ -163,6 +163,7 @@ std::vector<std::string> definitionsOf(const std::vector<std::string>& command) 
         {"server", {"state", "command", "time"}},
         {"top", {"top", "waiting"}},
         {"listen", {"listen"}},
+        {"view", {"view_address", "view_picture"}},
         {"scenario", {"scenario"}},
         {"check", {"hearing"}},
         {"trace",

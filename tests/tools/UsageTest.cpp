@@ -20,6 +20,7 @@ Subcommands:
   record                    Record what the server captures, or the uplink of a call
   listen                    Record what a running cabinaudio-server plays
   top                       Show the streams of a running cabinaudio-server, levels and load
+  view                      Show the cabin in a browser, or draw a picture of it
   scenario                  Run programs against a server of their own, and judge them
   check                     Check what cabinaudio-server has played: tones, levels, ducking and more
   replay                    Play one side of a recorded conversation, and compare the other side
@@ -70,8 +71,9 @@ TEST_P(SubCommand, PrintsHelpWithoutAServer) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Any, SubCommand,
-                         testing::Values("play", "record", "listen", "top", "get", "set", "list",
-                                         "describe", "monitor", "version", "doctor", "replay"),
+                         testing::Values("play", "record", "listen", "top", "view", "get", "set",
+                                         "list", "describe", "monitor", "version", "doctor",
+                                         "replay"),
                          [](const auto& test) { return wordsOf(test.param); });
 
 class WrongCommandLine : public testing::TestWithParam<Refusal> {};

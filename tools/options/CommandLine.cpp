@@ -101,6 +101,7 @@ struct AllOptions {
     RecordOptions record;
     ListenOptions listen;
     TopOptions top;
+    ViewOptions view;
     ScenarioOptions scenario;
     CheckOptions check;
     TraceOptions trace;
@@ -122,6 +123,7 @@ void addCommands(CLI::App& app, AllOptions& all, CommonOptions& common) {
     addRecord(app, all.record, common);
     addListen(app, all.listen, common);
     addTop(app, all.top, common);
+    addView(app, all.view, common);
     addScenario(app, all.scenario, common);
     addCheck(app, all.check, common);
     addTrace(app, all.trace, common);
@@ -175,6 +177,7 @@ std::string faultOf(const CLI::App& app, const AllOptions& all, const CommonOpti
     if (app.got_subcommand("check-server")) return optionFault(all.checkServer);
     if (app.got_subcommand("top")) return optionFault(all.top, common);
     if (app.got_subcommand("trace")) return optionFault(all.trace, common);
+    if (app.got_subcommand("view")) return optionFault(all.view);
     return "";
 }
 
@@ -187,6 +190,7 @@ void choose(const CLI::App& app, const AllOptions& all, Command& command) {
     option("record", all.record);
     option("listen", all.listen);
     option("top", all.top);
+    option("view", all.view);
     option("scenario", all.scenario);
     option("check", all.check);
     option("trace", all.trace);

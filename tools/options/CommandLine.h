@@ -19,6 +19,7 @@
 #include "tools/top/Top.h"
 #include "tools/trace/TraceCommand.h"
 #include "tools/version/Version.h"
+#include "tools/view/View.h"
 
 #include <optional>
 #include <variant>
@@ -33,7 +34,7 @@ struct Command {
                  MonitorOptions, VersionOptions, DoctorOptions, ServerOptions, ListenOptions,
                  TopOptions, CheckOptions, ScenarioOptions, CheckServerOptions, ReplayOptions,
                  TraceOptions>
-        options;
+        TopOptions, CheckOptions, ScenarioOptions, ViewOptions > options;
 };
 
 /// @return empty when help or version was requested and has been printed

@@ -24,6 +24,8 @@ void addReplay(CLI::App& app, ReplayOptions& options, CommonOptions& common);
 void addCheckServer(CLI::App& app, CheckServerOptions& options, CommonOptions& common);
 void addTop(CLI::App& app, TopOptions& options, CommonOptions& common);
 
+void addView(CLI::App& app, ViewOptions& options, CommonOptions& common);
+
 void addServer(CLI::App& app, ServerOptions& options, CommonOptions& common);
 
 void addGet(CLI::App& app, GetOptions& options, CommonOptions& common);

@@ -32,6 +32,9 @@ public:
     /// The document after the last change that next() has returned.
     [[nodiscard]] const Json& document() const { return mDocument; }
 
+    /// Readable when a part of a change has arrived, or the server has gone.
+    [[nodiscard]] int descriptor() const { return mSocket; }
+
     /// Waits for the next change and applies it.
     /// @return empty when the time is over, or at an interruption
     /// @throws Failure when the server has gone or has dropped this subscriber

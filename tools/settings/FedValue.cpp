@@ -237,4 +237,12 @@ std::optional<Value> fedValue(const Json& document, const Named& named) {
     return table().at(named.setting->name)(document, named.names);
 }
 
+LiveNames fedNames(const Json& document, const Texts& types) {
+    LiveNames live{types, {}};
+    for (const Json& stream : document.at("streams"))
+        live.tracks.emplace_back(stream.at("tag").get<std::string>(),
+                                 stream.at("name").get<std::string>());
+    return live;
+}
+
 }  // namespace cabinaudio::tool

@@ -17,4 +17,8 @@ namespace cabinaudio::tool {
 /// @throws Json::exception when the document is not that of this version
 [[nodiscard]] std::optional<Value> fedValue(const Json& document, const Named& named);
 
+/// The names of the streams in the document, and these types.
+/// @throws Json::exception when the document is not that of this version
+[[nodiscard]] LiveNames fedNames(const Json& document, const Texts& types);
+
 }  // namespace cabinaudio::tool

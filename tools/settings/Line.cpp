@@ -52,6 +52,11 @@ std::string unreadableText(const Named& named, std::int32_t status) {
     return "cannot read " + named.name + ": " + why;
 }
 
+std::string refusalText(std::int32_t status) {
+    if (status == AUDIO_INVALID_OPERATION) return "this server does not have it";
+    return "the server refused it: " + statusText(status);
+}
+
 std::string onlySetText(const Named& named) {
     return named.name + " can only be set: servers have no operation that tells it";
 }

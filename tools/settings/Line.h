@@ -24,6 +24,9 @@ namespace cabinaudio::tool {
 /// Why a setting could not be read; `status` is the server's.
 [[nodiscard]] std::string unreadableText(const Named& named, std::int32_t status);
 
+/// Why a setting could not be set; `status` is the server's.
+[[nodiscard]] std::string refusalText(std::int32_t status);
+
 /// "it is read-only" and the like, for messages about settings that cannot be read or set.
 [[nodiscard]] std::string onlySetText(const Named& named);
 

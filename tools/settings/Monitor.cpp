@@ -75,7 +75,7 @@ public:
     void watch() {
         try {
             (void)mSession.directory();  // fails if the server cannot be asked
-            mTypes = streamTypes();
+            mTypes = mSession.streamTypes();
             mFeed = Subscription::open(mSession.interruption().event(), mOptions.timeout);
             look(presentTime(), Which::All);
             // To stderr: stdout carries only changes, for programs.
@@ -185,28 +185,14 @@ private:
 
     /// The settings to watch, some of which may not exist at present.
     [[nodiscard]] std::vector<Named> selected() {
-        const Directory directory = mFeed ? Directory(fedNames()) : mSession.directory();
+        const Directory directory =
+            mFeed ? Directory(fedNames(mFeed->document(), mTypes)) : mSession.directory();
         if (mOptions.names.empty()) return directory.all();
         std::vector<std::string> names;
         for (const std::string& name : mOptions.names)
             if (!isOfStreams(name) || directory.matches(name)) names.push_back(name);
         if (names.empty()) return {};
         return directory.select(names);
-    }
-
-    [[nodiscard]] LiveNames fedNames() const {
-        LiveNames live{mTypes, {}};
-        for (const Json& stream : mFeed->document().at("streams"))
-            live.tracks.emplace_back(stream.at("tag").get<std::string>(),
-                                     stream.at("name").get<std::string>());
-        return live;
-    }
-
-    /// The server has the same types all the time.
-    [[nodiscard]] Texts streamTypes() {
-        const std::optional<Named> types = Directory(std::nullopt).find("types");
-        const Reading reading = mSession.get(*types);
-        return reading.status == AUDIO_NO_ERROR ? std::get<Texts>(reading.value) : Texts();
     }
 
     Session& mSession;

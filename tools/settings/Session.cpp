@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/settings/Session.h"
 
+#include <cabinaudio/client/ClientVersionSetting.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 
 #include "devkit/text/Output.h"
@@ -11,6 +12,7 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
 
 namespace cabinaudio::tool {
@@ -19,6 +21,13 @@ namespace {
 
 /// The library's status when the request did not reach the server, or no answer came back.
 constexpr std::int32_t NOT_SENT = 1;
+
+using VersionTriple = std::array<std::int32_t, 3>;
+
+std::string versionText(const VersionTriple& parts) {
+    return std::to_string(parts[0]) + "." + std::to_string(parts[1]) + "." +
+           std::to_string(parts[2]);
+}
 
 }  // namespace
 
@@ -91,15 +100,35 @@ Directory Session::directory() {
     requireServer();
     LiveNames live;
     // A server without these lists has no such names; that is not an error.
-    check(ask("the stream types", [&] { return mClients.volume().getStreamTypeList(live.types); }));
+    check(
+        ask("the stream types", [&] { return mClients->volume().getStreamTypeList(live.types); }));
     std::vector<audio::audio_track_info_t> records;
-    check(ask("the streams", [&] { return mClients.source().getActiveTracksInfo(records); }));
+    check(ask("the streams", [&] { return mClients->source().getActiveTracksInfo(records); }));
     for (const auto& record : records) {
         const wire::TrackInfo track = trackOf(record);
         const std::string name = textOf(track.name);
         if (!name.empty()) live.tracks.emplace_back(textOf(track.tag), name);
     }
     return Directory(live);
+}
+
+Texts Session::streamTypes() {
+    const std::optional<Named> types = Directory(std::nullopt).find("types");
+    const Reading reading = get(*types);
+    return reading.status == AUDIO_NO_ERROR ? std::get<Texts>(reading.value) : Texts();
+}
+
+std::string Session::serverVersion() {
+    VersionTriple first = {};
+    VersionTriple second = {};
+    std::int32_t third = 0;
+    const std::int32_t status = ask("its version", [&] {
+        ClientVersionSetting setting;
+        return setting.getServerVersions(first.data(), second.data(), &third);
+    });
+    check(status);
+    if (status != AUDIO_NO_ERROR) return "";
+    return versionText(first) + ", " + versionText(second);
 }
 
 Directory Session::directoryOrFixed() {
@@ -109,21 +138,21 @@ Directory Session::directoryOrFixed() {
 Reading Session::get(const Named& named, bool inSteps) {
     const Setting::Get& get =
         inSteps && named.setting->getSteps ? named.setting->getSteps : named.setting->get;
-    Reading reading = ask(named.name.c_str(), [&] { return get(mClients, named.names); });
+    Reading reading = ask(named.name.c_str(), [&] { return get(*mClients, named.names); });
     check(reading.status);
     return reading;
 }
 
 std::int32_t Session::set(const Named& named, const Value& value) {
     const std::int32_t status =
-        ask(named.name.c_str(), [&] { return named.setting->set(mClients, named.names, value); });
+        ask(named.name.c_str(), [&] { return named.setting->set(*mClients, named.names, value); });
     check(status);
     return status;
 }
 
 std::int32_t Session::set(const Named& named, const Value& value, const Value& partner) {
     const std::int32_t status =
-        ask(named.name.c_str(), [&] { return named.setting->setBoth(mClients, value, partner); });
+        ask(named.name.c_str(), [&] { return named.setting->setBoth(*mClients, value, partner); });
     check(status);
     return status;
 }

@@ -13,6 +13,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -52,6 +53,13 @@ public:
     /// Sets two settings in one request.
     [[nodiscard]] std::int32_t set(const Named& named, const Value& value, const Value& partner);
 
+    /// The names of the stream types; empty if the server does not tell them.
+    [[nodiscard]] Texts streamTypes();
+    /// The server's two version triples, "1.2.3, 4.5.6"; empty if it does not tell them.
+    [[nodiscard]] std::string serverVersion();
+    /// Drops all connections; the next request makes new ones. For servers that have come back.
+    void reconnect() { mClients.emplace(); }
+
     /// Throws when what was printed could not be written; for commands that print for a long time.
     static void endIfOutputIsLost();
 
@@ -77,7 +85,7 @@ private:
     const CommonOptions& mCommon;
     Json mReport = Json::object();
     std::string mFailureNote;
-    Clients mClients;
+    std::optional<Clients> mClients{std::in_place};
     Interruption mInterruption;
     Watchdog mWatchdog;
 };

@@ -3,7 +3,6 @@
 
 #include <cabinaudio/foundation/AudioStatus.h>
 
-#include "tools/Names.h"
 #include "tools/Terminal.h"
 #include "tools/settings/Assignments.h"
 #include "tools/settings/Line.h"
@@ -23,11 +22,6 @@ std::string rest(const std::vector<Assignment>& all, std::size_t failed) {
     std::string text = done.empty() ? "; nothing was set" : "; set:" + done;
     if (!left.empty()) text += "; not set:" + left;
     return text;
-}
-
-std::string reason(std::int32_t status) {
-    if (status == AUDIO_INVALID_OPERATION) return "this server does not have it";
-    return "the server refused it: " + statusText(status);
 }
 
 Value presentValue(Session& session, const Assignment& one) {
@@ -61,7 +55,8 @@ void set(Session& session, const Assignment& one) {
     const Value value = one.change ? nextValue(session, one) : one.value;
     const std::int32_t status =
         one.partner ? session.set(one.named, value, *one.partner) : session.set(one.named, value);
-    if (status != AUDIO_NO_ERROR) throw Failure("cannot set " + one.text + ": " + reason(status));
+    if (status != AUDIO_NO_ERROR)
+        throw Failure("cannot set " + one.text + ": " + refusalText(status));
     if (session.wantsJson()) session.report("set").push_back(one.text);
 }
 

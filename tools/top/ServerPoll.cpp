@@ -11,14 +11,14 @@
 
 namespace cabinaudio::tool::top {
 
-void ServerPoll::ask() {
+void ServerPoll::ask(const std::string& question) {
     if (mAskedAt) {
         if (Clock::now() - *mAskedAt >= mTimeout) lose("it does not answer");
         return;
     }
     try {
         if (!mSocket) mSocket.emplace();
-        mSocket->send("state\n");
+        mSocket->send(question + "\n");
         mAskedAt = Clock::now();
     } catch (const Failure& failure) {
         lose(failure.code() == ExitCode::NoServer ? "it is not running" : failure.what());

@@ -21,7 +21,7 @@ public:
     explicit ServerPoll(std::chrono::milliseconds timeout) : mTimeout(timeout) {}
 
     /// Sends the question, unless an answer is still awaited. Connects if necessary.
-    void ask();
+    void ask(const std::string& question = "state");
     /// Call when the descriptor is readable. @return a new state
     [[nodiscard]] std::optional<Json> receive();
 

@@ -7,6 +7,7 @@
 #include "devkit/server/base/Text.h"
 #include "devkit/server/base/Version.h"
 #include "devkit/server/clients/Program.h"
+#include "devkit/server/control/GainsJson.h"
 #include "devkit/server/mix/GainChain.h"
 #include "devkit/server/mix/Loudspeaker.h"
 #include "devkit/server/settings/Names.h"
@@ -109,20 +110,6 @@ double rounded(double value, double parts) {
     return std::round(value * parts) / parts;
 }
 
-/// Null for silence, and for less than the smallest step of 32 bits.
-json decibels(float amplitude, double parts) {
-    if (amplitude < 4e-10F) return nullptr;
-    return rounded(20.0 * std::log10(double{amplitude}), parts) + 0.0;  // no negative zero
-}
-
-json peakOf(float amplitude) {
-    return decibels(amplitude, 10.0);
-}
-
-json textOrNull(const std::string& text) {
-    return text.empty() ? json() : json(text);
-}
-
 json describeLoad(const Mixer& mixer) {
     const LoadMeter::Load load = mixer.load();
     return {{"mix_percent", rounded(load.share * 100.0, 100.0)},
@@ -149,19 +136,6 @@ json programName(std::int32_t process) {
     return program ? json(*program) : json();
 }
 
-json describeGains(const Reported& reported, const StreamRecord& stream) {
-    json result = json::array();
-    for (const GainLink& link : gainChainOf(stream, *reported.settings, reported.format.channels,
-                                            reported.mixer.prompt())) {
-        result.push_back({{"stage", link.stage},
-                          {"setting", textOrNull(link.setting)},
-                          {"db", decibels(link.factor, 100.0)},
-                          {"muted", link.isMuted},
-                          {"by", textOrNull(link.cause)}});
-    }
-    return result;
-}
-
 /// The sound's way from the ring to the loudspeakers.
 void describeSound(const Reported& reported, const PlaybackStream& stream, json& result) {
     const std::size_t queued = stream.ring() != nullptr ? stream.ring()->usedFrames() : 0;
@@ -172,7 +146,8 @@ void describeSound(const Reported& reported, const PlaybackStream& stream, json&
     const std::uint64_t now = reported.mixer.counters().frames;
     result["peak_db"] = peakOf(stream.peak(now));
     result["heard_db"] = peakOf(stream.heardPeak(now));
-    result["gains"] = describeGains(reported, stream.record());
+    result["gains"] = describeGains(gainChainOf(stream.record(), *reported.settings,
+                                                reported.format.channels, reported.mixer.prompt()));
 }
 
 json describeRecord(const StreamRecord& record) {

@@ -32,9 +32,20 @@ public:
     void clear();
     /// A mono output counts as both front loudspeakers.
     [[nodiscard]] Levels levels();
+    /// The loudspeakers' levels alone. A mono output counts as both front loudspeakers.
+    [[nodiscard]] std::array<float, 4> rms() const;
+
+    struct Band {
+        unsigned hz;  // nominal centre
+        float level;  // from the mean power of the measured loudspeakers
+    };
+    /// Thirds of an octave from 50 Hz to 16 kHz.
+    [[nodiscard]] std::vector<Band> thirds();
 
 private:
-    void addBands(std::size_t channel, std::array<float, 4>& powers);
+    [[nodiscard]] float levelOf(float power) const;
+    /// @param powers  one more than edges
+    void addBands(std::size_t channel, std::span<const float> edges, std::span<float> powers);
 
     std::uint32_t mRate;
     std::size_t mChannels;

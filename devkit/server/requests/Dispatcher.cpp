@@ -5,6 +5,7 @@
 
 #include "devkit/server/base/Log.h"
 #include "devkit/server/base/Text.h"
+#include "devkit/server/clients/ConnectType.h"
 #include "devkit/server/requests/Operation.h"
 #include "wire/Stream.h"
 
@@ -55,7 +56,18 @@ void Dispatcher::refuse(Client& client, std::uint32_t function,
                  static_cast<unsigned>(client.type()));
     const std::span body(reinterpret_cast<const std::uint8_t*>(&reply), sizeof reply);
     client.reply(body);
+    remember(client, format("function %u", function), reply.status, {});
     mTrace.request(client, payload, body, {});
+}
+
+void Dispatcher::remember(const Client& client, const std::string& request, std::int32_t status,
+                          std::chrono::steady_clock::duration duration) {
+    mLog.add({.time = std::chrono::system_clock::now(),
+              .who = connectTypeName(client.type()),
+              .name = client.name(),
+              .request = request,
+              .status = status,
+              .duration = std::chrono::duration_cast<std::chrono::microseconds>(duration)});
 }
 
 void Dispatcher::run(Client& client, const Operation& operation,
@@ -75,6 +87,9 @@ void Dispatcher::run(Client& client, const Operation& operation,
     }
     client.reply(reply, mFaults.take(operation.name, client.name()));
     const auto duration = std::chrono::steady_clock::now() - begin;
+    std::int32_t status = 0;
+    std::memcpy(&status, reply.data(), sizeof status);
+    remember(client, operation.name, status, duration);
     mTrace.request(client, payload, reply,
                    std::chrono::duration_cast<std::chrono::microseconds>(duration));
 }

@@ -3,9 +3,11 @@
 
 #include "devkit/server/clients/Client.h"
 #include "devkit/server/requests/ReplyFaults.h"
+#include "devkit/server/requests/RequestLog.h"
 #include "devkit/server/requests/Services.h"
 #include "devkit/server/requests/Trace.h"
 
+#include <chrono>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -17,8 +19,8 @@ struct Operation;
 /// Finds the operation of a request, runs it and sends the reply.
 class Dispatcher {
 public:
-    Dispatcher(Services services, const Trace& trace, ReplyFaults& faults)
-        : mServices(services), mTrace(trace), mFaults(faults) {}
+    Dispatcher(Services services, const Trace& trace, ReplyFaults& faults, RequestLog& log)
+        : mServices(services), mTrace(trace), mFaults(faults), mLog(log) {}
 
     /// @param payload  at least the function id
     void dispatch(Client& client, std::span<const std::uint8_t> payload);
@@ -28,11 +30,14 @@ public:
 
 private:
     void refuse(Client& client, std::uint32_t function, std::span<const std::uint8_t> payload);
+    void remember(const Client& client, const std::string& request, std::int32_t status,
+                  std::chrono::steady_clock::duration duration);
     void run(Client& client, const Operation& operation, std::span<const std::uint8_t> payload);
 
     Services mServices;
     const Trace& mTrace;
     ReplyFaults& mFaults;
+    RequestLog& mLog;
     std::string mRunning;
 };
 
