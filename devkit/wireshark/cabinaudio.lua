@@ -846,7 +846,7 @@ local function note(item, name, text)
     item:add_proto_expert_info(experts[name], text)
 end
 
--- ---- What earlier packets told ------------------------------------------------------------------
+-- ---- State between packets ----------------------------------------------------------------------
 
 -- pending    the last request of a connection, until it is answered
 -- handles    handle of a connection, from its registration

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -73,6 +74,34 @@ TEST(WiresharkDissector, HasALineForEachMessage) {
                     "cabinaudio.operation == \"setMasterVolume\" && cabinaudio.step > 10 "
                     "|| cabinaudio.gain < -6 || cabinaudio.notification == \"RingReady\""),
               (std::vector{all[3], all[6], end[0]}));
+}
+
+/// The filters in the table of the page: code in the first column.
+std::vector<std::string> documentedFilters() {
+    std::vector<std::string> filters;
+    std::istringstream page(contentsOf(CABINAUDIO_TEST_PAGE));
+    for (std::string line; std::getline(page, line);) {
+        if (line.rfind("| `cabinaudio.", 0) != 0) continue;
+        const std::string column = line.substr(0, line.rfind(" | "));
+        for (std::size_t at = column.find('`'); at != std::string::npos;) {
+            const std::size_t end = column.find('`', at + 1);
+            filters.push_back(column.substr(at + 1, end - at - 1));
+            at = column.find('`', end + 1);
+        }
+    }
+    return filters;
+}
+
+TEST(WiresharkDissector, KnowsTheFiltersOfItsPage) {
+    const TemporaryDirectory directory;
+    const std::string capture = directory.file("evening.pcapng");
+    trace::CaptureWriter(capture).flush();
+    const auto filters = documentedFilters();
+    EXPECT_GE(filters.size(), 10U);
+    std::string any;
+    for (const std::string& filter : filters)
+        any += (any.empty() ? "(" : " || (") + filter + ")";
+    EXPECT_TRUE(lines(capture, any).empty()) << "an empty capture";
 }
 
 TEST(WiresharkDissector, LinksRepliesAndShowsValuesWithUnits) {

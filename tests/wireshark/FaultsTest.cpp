@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Records that are not as they should be: each gets its expert note, and none of its bytes is left
-// out.
+// Faulty records: each gets its expert note, and each of its bytes is shown.
 #include "tests/settings/Row.h"
 #include "tests/wireshark/Dissected.h"
 #include "tests/wireshark/Talk.h"

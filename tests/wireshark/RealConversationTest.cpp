@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What library and development server say to each other, recorded by the server: every operation of
-// the settings, a stream of each kind with its sound, and the demo.
+// Messages of the library and the development server, recorded by the server: every operation of the
+// settings, a stream of each kind with its sound, and the demo.
 #include "devkit/trace/CaptureReader.h"
 #include "devkit/trace/WireFields.h"
 #include "tests/settings/Row.h"
@@ -92,7 +92,7 @@ private:
     std::set<std::string> mNotifications;
 };
 
-TEST(WiresharkDissector, DecodesWhatLibraryAndServerSay) {
+TEST(WiresharkDissector, DecodesLibraryAndServer) {
     const TemporaryDirectory directory;
     const std::string capture = directory.file("conversation.pcapng");
     const LogCapture log;
