@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/replay/Title.h"
 
-#include "devkit/server/clients/ConnectType.h"
+#include "devkit/trace/ConnectType.h"
 #include "devkit/text/Printable.h"
 #include "devkit/trace/WireFields.h"
 

@@ -56,6 +56,7 @@ COVERED = {
     ],
     "cabinaudio-top.1": [["cabinaudio", "top"]],
     "cabinaudio-view.1": [["cabinaudio", "view"]],
+    "cabinaudio-trace.1": [["cabinaudio", "trace"]],
     "cabinaudio-run.1": [["cabinaudio-run"]],
     "cabinaudio-server.1": [["cabinaudio-server"]],
 }

@@ -126,7 +126,7 @@ _cabinaudio() {
             compadd ${(s:, :)${word##*; the checks are }}
             _files
             ;;
-        listen | play | record | replay | scenario) _files ;;
+        listen | play | record | replay | scenario | trace) _files ;;
     esac
 }
 

@@ -33,8 +33,8 @@ struct Command {
     std::variant<PlayOptions, RecordOptions, GetOptions, SetOptions, ListOptions, DescribeOptions,
                  MonitorOptions, VersionOptions, DoctorOptions, ServerOptions, ListenOptions,
                  TopOptions, CheckOptions, ScenarioOptions, CheckServerOptions, ReplayOptions,
-                 TraceOptions>
-        TopOptions, CheckOptions, ScenarioOptions, ViewOptions > options;
+                 TraceOptions, ViewOptions>
+        options;
 };
 
 /// @return empty when help or version was requested and has been printed

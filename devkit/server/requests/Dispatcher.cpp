@@ -5,7 +5,7 @@
 
 #include "devkit/server/base/Log.h"
 #include "devkit/server/base/Text.h"
-#include "devkit/server/clients/ConnectType.h"
+#include "devkit/trace/ConnectType.h"
 #include "devkit/server/requests/Operation.h"
 #include "wire/Stream.h"
 
