@@ -41,6 +41,8 @@ def clean_environment(**more):
         for name, value in os.environ.items()
         if not name.startswith(("PKG_CONFIG_", "CABINAUDIO_")) and name != "CMAKE_PREFIX_PATH"
     }
+    if "HOME" in more:
+        environment.pop("XDG_CONFIG_HOME", None)  # that of the test run
     environment.update({name: str(value) for name, value in more.items()})
     return environment
 

@@ -126,7 +126,11 @@ def test_ctrl_c_ends_a_read(cabin, ctrl_c):
 def test_ctrl_c_ends_the_read_of_an_uplink_after_a_period(cabin, ctrl_c):
     with cabinaudio.Uplink("call") as uplink:
         uplink.start()
-        # One wait of the library: the longest before the interpreter looks for signals.
+        cabin.ring(False)
+        deadline = time.monotonic() + 60
+        while uplink.ring_bytes and time.monotonic() < deadline:
+            time.sleep(0.01)
+        # Silence. One wait of the library: the longest before the interpreter looks for signals.
         assert uplink._core.read_into(bytearray(32000), True) == uplink.period_bytes
         with ctrl_c():
             uplink.read(3_200_000)

@@ -20,7 +20,6 @@ HEAD = """
 import os, sys, threading, time
 import cabinaudio
 from cabinaudio.testing import tone
-from conftest import IS_EMULATED, IS_SANITIZED
 SOUND = tone(440, 1)
 """
 

@@ -115,6 +115,7 @@ def main():
     os.environ["CABINAUDIO_INSTANCE"] = f"top-picture-{os.getpid()}"
     os.environ.pop("NO_COLOR", None)
     with tempfile.TemporaryDirectory() as directory:
+        os.environ["CABINAUDIO_CONFIG_DIR"] = directory
         drawn = take_picture(build / "tools/cabinaudio", build / "devkit/server/cabinaudio-server",
                              pathlib.Path(directory))
     pathlib.Path(picture).write_text(drawn, encoding="utf-8")

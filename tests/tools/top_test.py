@@ -42,6 +42,7 @@ class TopScreen(unittest.TestCase):
         os.environ.pop("NO_COLOR", None)
         directory = tempfile.TemporaryDirectory()
         self.addCleanup(directory.cleanup)
+        os.environ["CABINAUDIO_CONFIG_DIR"] = directory.name
         self.sound = pathlib.Path(directory.name) / "tone.wav"
         write_tone(self.sound)
         self.server = None

@@ -33,6 +33,7 @@ class Alsamixer(unittest.TestCase):
         os.environ["CABINAUDIO_INSTANCE"] = f"alsamixer-{os.getpid()}"
         directory = tempfile.TemporaryDirectory()
         self.addCleanup(directory.cleanup)
+        os.environ["CABINAUDIO_CONFIG_DIR"] = directory.name
         self.configuration = pathlib.Path(directory.name) / "asound.conf"
         self.configuration.write_text(
             f"</usr/share/alsa/alsa.conf>\n<{DEFINITIONS}>\n"
