@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/replay/Title.h"
 
-#include "devkit/trace/ConnectType.h"
 #include "devkit/text/Printable.h"
+#include "devkit/trace/ConnectType.h"
 #include "devkit/trace/WireFields.h"
 
 namespace cabinaudio::replay {
 
 std::string titleOf(std::uint32_t type, const std::string& name) {
-    return server::connectTypeName(static_cast<audio_connect_type>(type)) + " \"" +
+    return trace::connectTypeName(static_cast<audio_connect_type>(type)) + " \"" +
            text::printableInQuotes(name) + '"';
 }
 

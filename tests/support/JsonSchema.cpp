@@ -168,8 +168,8 @@ std::vector<std::string> definitionsOf(const std::vector<std::string>& command) 
         {"check", {"hearing"}},
         {"trace",
          {"trace_connection", "trace_registration", "trace_request", "trace_notification",
-          "trace_ring", "trace_sound", "trace_lost", "trace_bytes", "trace"}}},
-        {"replay", {"replay"}}},
+          "trace_ring", "trace_sound", "trace_lost", "trace_bytes", "trace"}},
+        {"replay", {"replay"}},
         {"check-server", {"contract", "rules"}}};
     const auto found = known.find(command.empty() ? "" : command.front());
     std::vector<std::string> definitions =
