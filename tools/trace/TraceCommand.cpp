@@ -94,10 +94,15 @@ private:
     }
 
     void put(const std::string& line) {
-        if (!mFile)
+        if (!mFile) {
             text::print(line);
-        else
+            return;
+        }
+        try {
             mFile->write({reinterpret_cast<const std::uint8_t*>(line.data()), line.size()});
+        } catch (const Failure& failure) {
+            throw Failure(mOptions.output + ": " + failure.what());
+        }
     }
 
     /// Ends early when nobody reads the output any more.
@@ -116,19 +121,18 @@ private:
 
     /// The last object of JSON tells the end, in the file as well.
     ExitCode finish() {
-        const ExitCode code = exitCode(mReport.ending.kind);
-        const Json json = toJson(mReport, mOptions.output);
         try {
-            if (mFormat == TraceFormat::JsonLines) put(jsonLine(json) + "\n");
+            if (mFormat == TraceFormat::JsonLines)
+                put(jsonLine(toJson(mReport, mOptions.output)) + "\n");
             if (mFile) mFile->close();
         } catch (const Failure& failure) {
-            complain(failure.what());
-            return ExitCode::Failed;
+            mReport.ending = {StreamEnd::Failed, failure.what()};
         }
+        const ExitCode code = exitCode(mReport.ending.kind);
         if (mReport.lostRecords != 0)
             complain(std::to_string(mReport.lostRecords) +
                      " records are lost: this program was too slow for the server");
-        if (isToFile(mOptions) && mIsJson) printJson(json);
+        if (isToFile(mOptions) && mIsJson) printJson(toJson(mReport, mOptions.output));
         if (code != ExitCode::Done)
             complain(mReport.ending.text);
         else if (isToFile(mOptions) && !mIsJson)
