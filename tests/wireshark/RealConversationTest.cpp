@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Messages of the library and the development server, recorded by the server: every operation of the
-// settings, a stream of each kind with its sound, and the demo.
+// Messages of the library and the development server, recorded by the server: every operation of
+// the settings, a stream of each kind with its sound, and the demo.
 #include "devkit/trace/CaptureReader.h"
 #include "devkit/trace/WireFields.h"
 #include "tests/settings/Row.h"

@@ -63,7 +63,7 @@ void Dispatcher::refuse(Client& client, std::uint32_t function,
 void Dispatcher::remember(const Client& client, const std::string& request, std::int32_t status,
                           std::chrono::steady_clock::duration duration) {
     mLog.add({.time = std::chrono::system_clock::now(),
-              .who = connectTypeName(client.type()),
+              .who = trace::connectTypeName(client.type()),
               .name = client.name(),
               .request = request,
               .status = status,
