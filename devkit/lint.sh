@@ -200,6 +200,20 @@ stale_figures() {
     devkit/reliability/test_report.py 2>/dev/null && devkit/reliability/report.py --check
 }
 
+# The dissector, with the names that Wireshark gives to scripts.
+lua_scripts() {
+    report=$(luacheck --quiet --no-color --std lua52 --no-max-line-length --globals Proto \
+        ProtoField ProtoExpert Pref DissectorTable Dissector wtap base frametype expert NSTime \
+        ENC_UTF_8 -- devkit/wireshark/cabinaudio.lua) && return 0
+    printf '%s\n' "$report"
+    return 1
+}
+
+# The page of the protocol, the fields of traces and the dissector's tables match the headers.
+stale_catalogue() {
+    devkit/protocol/generate.py --check
+}
+
 check() {
     printf '%s\n' "lint: $1"
     "$1" || failed="$failed $1"
@@ -214,9 +228,11 @@ check layout
 check switched_off
 check stale_mutants
 check stale_figures
+check stale_catalogue
 check recipes
 check cpp_check
 check shell_scripts
+check lua_scripts
 check public_headers
 check tidy
 

@@ -48,6 +48,7 @@ test    python3-numpy                arrays that it plays and records
 test    mypy                         types of the package
 test    python3-pyte                 a terminal that is only calculated: screen of top
 test    mandoc                       form of the man pages
+test    tshark                       the dissector of captures
 test    zsh                          completion
 sound   pulseaudio                   a sound server to restart; see sound_server()
 plugins alsa-utils                   players, recorders and mixers of ALSA
@@ -168,6 +169,7 @@ lint    clang-tidy                   source checks
 lint    clang                        its headers
 lint    cppcheck                     more of them
 lint    shellcheck                   script checks
+lint    lua-check                    checks of the dissector
 lint    reuse                        licence lines
 lint    make                         the packages for other distributions
 lint    python3-kconfiglib

@@ -14,23 +14,29 @@ import wire_fields
 GENERATORS = (tables, wire_fields, dissector)
 
 
+def outdated(root=records.ROOT):
+    """{path: new text} of the files that do not match the headers."""
+    catalogue = records.Catalogue(root)
+    found = {}
+    for generator in GENERATORS:
+        path = root / generator.PATH
+        text = path.read_text(encoding="utf-8") if path.exists() else ""
+        made = generator.make(catalogue, text)
+        if made != text:
+            found[generator.PATH] = made
+    return found
+
+
 def main(arguments):
     if arguments not in ([], ["--check"]):
         raise SystemExit(__doc__)
-    catalogue = records.Catalogue()
-    stale = False
-    for generator in GENERATORS:
-        path = records.ROOT / generator.PATH
-        text = path.read_text(encoding="utf-8") if path.exists() else ""
-        made = generator.make(catalogue, text)
-        if made == text:
-            continue
-        stale = True
+    stale = outdated()
+    for path, text in stale.items():
         if arguments:
-            print(f"{generator.PATH} is not what wire/ gives: run devkit/protocol/generate.py",
+            print(f"{path} is not what wire/ gives: run devkit/protocol/generate.py",
                   file=sys.stderr)
         else:
-            path.write_text(made, encoding="utf-8")
+            (records.ROOT / path).write_text(text, encoding="utf-8")
     return 1 if arguments and stale else 0
 
 

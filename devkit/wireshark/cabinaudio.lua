@@ -739,6 +739,10 @@ local EVENTS = {
 }
 -- end catalogue
 
+if select(2, pcall(Dissector.get, "cabinaudio")) then
+    error("another copy of cabinaudio.lua is loaded already; tshark -G plugins tells where it is")
+end
+
 local proto = Proto("cabinaudio", "cabinaudio")
 proto.prefs.slow = Pref.uint("Slow reply (ms)", 100,
                              "Replies that take longer get an expert note")
@@ -748,6 +752,7 @@ local FRAME_MAGIC = 0x00112233
 local REGISTER, CALL, CALL_WITH_FLAG = 196, 195, 198
 local NOTIFICATION, REPLY = 0, 1  -- header ids
 local TO_CLIENT = 1  -- direction of sound
+local NAMELESS = "unkn"  -- name of a client without one
 local LONGEST_SUMMARY = 160  -- bytes of the arguments of a request in the Info column
 
 -- ---- Fields -------------------------------------------------------------------------------------
@@ -841,7 +846,7 @@ local function note(item, name, text)
     item:add_proto_expert_info(experts[name], text)
 end
 
--- ---- What earlier packets told ------------------------------------------------------------------
+-- ---- State between packets ----------------------------------------------------------------------
 
 -- pending    the last request of a connection, until it is answered
 -- handles    handle of a connection, from its registration
@@ -1124,8 +1129,9 @@ end
 local function showRegistration(packet, header, rest)
     addSurplus(packet.tree, rest)
     local name = header.values.name
-    if not packet.pinfo.visited and name ~= "" then state.clients[packet.connection] = name end
-    local text = string.format("register %sas %s", name ~= "" and '"' .. name .. '" ' or "",
+    local isNamed = name ~= "" and name ~= NAMELESS
+    if not packet.pinfo.visited and isNamed then state.clients[packet.connection] = name end
+    local text = string.format("register %sas %s", isNamed and '"' .. name .. '" ' or "",
                                typeName(header.values.type))
     info(packet, text)
     await(packet, {text = text, registers = true})
@@ -1414,10 +1420,9 @@ end
 local function showSound(packet, bytes)
     local shown, rest = showWhole(packet, "SoundHeader", bytes)
     if rest then packet.tree:add(own.data, rest) end
-    local direction = shown.values.direction == TO_CLIENT and "to the client"
-        or "to the server"
-    info(packet, string.format("sound: %d bytes %s from byte %s", rest and rest:len() or 0,
-                               direction, tostring(shown.values.position or "?")))
+    packet.isToClient = shown.values.direction == TO_CLIENT
+    info(packet, string.format("sound: %d bytes from byte %s", rest and rest:len() or 0,
+                               tostring(shown.values.position or "?")))
 end
 
 local function showLost(packet, bytes)
@@ -1441,8 +1446,8 @@ local KINDS = {
     [6] = {show = showLost},
 }
 
-local function showColumns(packet, isToClient)
-    local client = clientOf(packet)
+local function showColumns(packet)
+    local client, isToClient = clientOf(packet), packet.isToClient
     packet.pinfo.cols.protocol = "cabinaudio"
     packet.pinfo.cols.src = isToClient and "server" or client
     packet.pinfo.cols.dst = isToClient and client or "server"
@@ -1461,9 +1466,10 @@ local function showKind(packet, kind, bytes)
         note(packet.tree, "length", "A message without bytes")
         info(packet, "a message without bytes")
     else
+        packet.isToClient = row.isToClient
         row.show(packet, bytes)
     end
-    showColumns(packet, row and row.isToClient)
+    showColumns(packet)
 end
 
 local function checkHeader(shown)

@@ -53,7 +53,8 @@ has libcabinaudio-testing-dev "$lib/libcabinaudio_testing\.a" \
 has libcabinaudio-board "$lib/cabinaudio/libcabinaudio-board\.so"
 has cabinaudio-tools /usr/bin/cabinaudio /usr/share/bash-completion/completions/cabinaudio \
     /usr/share/cabinaudio/cabinaudio.schema.json \
-    /usr/share/zsh/vendor-completions/_cabinaudio '/usr/share/man/man1/cabinaudio\.1\.gz'
+    /usr/share/zsh/vendor-completions/_cabinaudio "$lib/wireshark/plugins/cabinaudio\.lua" \
+    '/usr/share/man/man1/cabinaudio\.1\.gz'
 has cabinaudio-devkit /usr/bin/cabinaudio-run /usr/bin/cabinaudio-server \
     '/usr/share/man/man1/cabinaudio-(run|server)\.1\.gz'
 has libcabinaudio-board "$lib/alsa-lib/libasound_module_pcm_cabinaudio-devkit\.so" \

@@ -34,6 +34,10 @@ install ./gstreamer1.0-cabinaudio_*.deb gstreamer1.0-plugins-base gstreamer1.0-t
 install ./python3-cabinaudio_*.deb python3-pytest python3-pytest-xdist
 /packages/tests/python
 
+say "showing its conversations in Wireshark"
+install tshark
+/packages/tests/wireshark
+
 say "building a program with it"
 install ./libcabinaudio-dev_*.deb ./cabinaudio-doc_*.deb cmake g++ make pkg-config
 /packages/tests/build

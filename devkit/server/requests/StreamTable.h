@@ -13,20 +13,23 @@
 
 namespace cabinaudio::server {
 
-/// Whether a table has exactly the operations of a kind of stream, by id, name and sizes.
+/// Whether a table has this operation, by id, name and sizes.
+template <std::size_t SIZE, typename Row>
+constexpr bool covers(const std::array<Operation, SIZE>& table, const Row& entry) {
+    return std::any_of(table.begin(), table.end(), [&](const Operation& row) {
+        return row.id == static_cast<std::uint32_t>(Row::ID) &&
+               std::string_view(row.name) == entry.name &&
+               row.requestSize == sizeof(typename Row::Request) &&
+               row.replySize == sizeof(typename Row::Reply);
+    });
+}
+
+/// Whether a table has exactly the operations of a kind of stream.
 template <std::size_t SIZE, typename... Rows>
 constexpr bool coversAll(const std::array<Operation, SIZE>& table,
                          const std::tuple<Rows...>& catalogue) {
-    const auto isCovered = [&]<typename Row>(const Row& entry) {
-        return std::any_of(table.begin(), table.end(), [&](const Operation& row) {
-            return row.id == static_cast<std::uint32_t>(Row::ID) &&
-                   std::string_view(row.name) == entry.name &&
-                   row.requestSize == sizeof(typename Row::Request) &&
-                   row.replySize == sizeof(typename Row::Reply);
-        });
-    };
-    return SIZE == sizeof...(Rows) &&
-           std::apply([&](const Rows&... rows) { return (isCovered(rows) && ...); }, catalogue);
+    const auto coversThese = [&](const Rows&... rows) { return (covers(table, rows) && ...); };
+    return SIZE == sizeof...(Rows) && std::apply(coversThese, catalogue);
 }
 
 }  // namespace cabinaudio::server

@@ -38,7 +38,8 @@ FILES:${PN} = "${libdir}/libcabinaudio.so.* ${libdir}/libcabinaudio-log.so.*"
 FILES:${PN}-dev = "${includedir} ${libdir}/libcabinaudio.so ${libdir}/cmake ${libdir}/pkgconfig"
 FILES:${PN}-staticdev = "${libdir}/libcabinaudio_testing.a"
 FILES:${PN}-doc = "${docdir} ${mandir}"
-FILES:${PN}-tools = "${bindir}/cabinaudio ${datadir}/cabinaudio ${datadir}/bash-completion ${datadir}/zsh"
+FILES:${PN}-tools = "${bindir}/cabinaudio ${datadir}/cabinaudio ${datadir}/bash-completion ${datadir}/zsh \
+    ${libdir}/wireshark"
 FILES:${PN}-gstreamer = "${libdir}/gstreamer-1.0 ${libdir}/cabinaudio/libcabinaudio-gstreamer.so"
 FILES:${PN}-devkit = "${bindir}/cabinaudio-run ${bindir}/cabinaudio-server ${libdir}/cabinaudio \
     ${libdir}/alsa-lib/*cabinaudio*devkit.so ${datadir}/alsa/alsa.conf.d/51-cabinaudio-devkit.conf"
