@@ -162,11 +162,13 @@ TEST_F(TraceCommand, RefusesWithOneLine) {
 
 TEST_F(TraceCommand, OfAFileThatCannotBeWrittenFails) {
     converse();
-    EXPECT_THAT(runExpecting(1, {"trace", all(), "--output", "/dev/full"}).err,
-                HasSubstr("/dev/full: No space left on device"));
-    EXPECT_THAT(
-        runExpecting(1, {"trace", all(), "--format", "pcapng", "--output", "/dev/full"}).err,
-        HasSubstr("/dev/full: No space left on device"));
+    for (const Words& words :
+         {Words{"trace", all()}, Words{"trace", all(), "--format", "pcapng"}}) {
+        const Outcome outcome = runExpecting(1, with(words, {"--output", "/dev/full"}));
+        expectOneLine(outcome.err);
+        EXPECT_THAT(outcome.err,
+                    AllOf(HasSubstr("/dev/full: "), HasSubstr("No space left on device")));
+    }
 }
 
 TEST_F(TraceCommand, FollowsARunningServerUntilItEndsOrTheUserDoes) {
