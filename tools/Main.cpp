@@ -22,10 +22,11 @@ namespace cabinaudio::tool {
 
 namespace {
 
-/// A file is checked without a server.
+/// A file is checked, or shown, without a server.
 bool needsServer(const Command& command) {
     const auto* check = std::get_if<CheckOptions>(&command.options);
-    return check == nullptr || check->isLive;
+    const auto* trace = std::get_if<TraceOptions>(&command.options);
+    return (check == nullptr || check->isLive) && (trace == nullptr || trace->file.empty());
 }
 
 /// Prepares the process for the library: loads the board stand-in if needed.
@@ -53,6 +54,7 @@ bool usesControlSocketOnly(const Command& command) {
            std::holds_alternative<ListenOptions>(command.options) ||
            std::holds_alternative<TopOptions>(command.options) ||
            std::holds_alternative<CheckOptions>(command.options) ||
+           std::holds_alternative<TraceOptions>(command.options) ||
            std::holds_alternative<ScenarioOptions>(command.options);
 }
 

@@ -3,7 +3,6 @@
 
 #include "devkit/server/base/Log.h"
 #include "devkit/server/base/Text.h"
-#include "devkit/server/clients/ConnectType.h"
 #include "devkit/server/control/TimeCommands.h"
 #include "devkit/server/mix/InputGain.h"
 #include "devkit/server/outputs/OutputFactory.h"
@@ -11,6 +10,7 @@
 #include "devkit/server/time/FastTime.h"
 #include "devkit/server/time/Lockstep.h"
 #include "devkit/server/time/RealTime.h"
+#include "devkit/trace/ConnectType.h"
 #include "wire/Frame.h"
 
 #include <nlohmann/json.hpp>
@@ -271,7 +271,7 @@ void Server::descriptorClosed() {
 }
 
 std::uint32_t Server::registerClient(Client& client) {
-    if (!isKnown(client.type())) return 0;
+    if (!trace::isKnown(client.type())) return 0;
     const auto isUsed = [this](std::uint32_t handle) {
         return std::any_of(mClients.begin(), mClients.end(),
                            [handle](const auto& other) { return other->handle() == handle; });

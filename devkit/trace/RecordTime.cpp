@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devkit/trace/RecordTime.h"
 
+#include "devkit/text/Format.h"
+
 #include <chrono>
 #include <cmath>
+#include <ctime>
 
 namespace cabinaudio::trace {
 namespace {
@@ -41,6 +44,15 @@ std::uint64_t nanosecondsOf(std::uint64_t units, std::uint8_t resolution, std::i
     const std::uint64_t added = static_cast<std::uint64_t>(offset) * SECOND;
     if (perSecond == 0) return added;
     return added + units / perSecond * SECOND + partOf(units % perSecond, perSecond);
+}
+
+std::string isoTime(std::uint64_t nanoseconds) {
+    const auto seconds = static_cast<std::time_t>(nanoseconds / SECOND);
+    struct tm utc = {};
+    gmtime_r(&seconds, &utc);
+    char date[64];
+    std::strftime(date, sizeof date, "%Y-%m-%dT%H:%M:%S", &utc);
+    return text::format("%s.%09uZ", date, static_cast<unsigned>(nanoseconds % SECOND));
 }
 
 std::uint64_t nanosecondsNow() {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 namespace cabinaudio::trace {
 
@@ -11,6 +12,9 @@ namespace cabinaudio::trace {
 /// @param offset      seconds to add
 [[nodiscard]] std::uint64_t nanosecondsOf(std::uint64_t units, std::uint8_t resolution,
                                           std::int64_t offset);
+
+/// "2026-11-23T09:31:32.123456789Z"
+[[nodiscard]] std::string isoTime(std::uint64_t nanoseconds);
 
 /// Now, nanoseconds since 1970. Any thread.
 [[nodiscard]] std::uint64_t nanosecondsNow();

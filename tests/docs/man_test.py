@@ -53,6 +53,7 @@ COVERED = {
         ["cabinaudio", "monitor"],
     ],
     "cabinaudio-top.1": [["cabinaudio", "top"]],
+    "cabinaudio-trace.1": [["cabinaudio", "trace"]],
     "cabinaudio-run.1": [["cabinaudio-run"]],
     "cabinaudio-server.1": [["cabinaudio-server"]],
 }

@@ -3,7 +3,6 @@
 // Parts of the server without the server.
 #include "devkit/server/base/Period.h"
 #include "devkit/server/base/Text.h"
-#include "devkit/server/clients/ConnectType.h"
 #include "devkit/server/control/Commands.h"
 #include "devkit/server/inputs/InputChoice.h"
 #include "devkit/server/loop/EventLoop.h"
@@ -16,6 +15,7 @@
 #include "devkit/server/sound/ChannelMatrix.h"
 #include "devkit/server/sound/SampleCodec.h"
 #include "devkit/server/sound/StreamFormat.h"
+#include "devkit/trace/ConnectType.h"
 #include "tests/support/ProcessState.h"
 
 #include <fcntl.h>
@@ -246,11 +246,11 @@ TEST(ClientName, IsShownWithoutControlCharacters) {
 }
 
 TEST(ConnectTypes, HaveNames) {
-    EXPECT_EQ(connectTypeName(AUDIO_CONNECT_MAIN), "main");
-    EXPECT_EQ(connectTypeName(AUDIO_CONNECT_RECORD_CONTROL), "record control");
-    EXPECT_EQ(connectTypeName(static_cast<audio_connect_type>(200)), "type 200");
-    EXPECT_TRUE(isKnown(AUDIO_CONNECT_UPLINK));
-    EXPECT_FALSE(isKnown(AUDIO_CONNECT_UNKNOWN));
+    EXPECT_EQ(trace::connectTypeName(AUDIO_CONNECT_MAIN), "main");
+    EXPECT_EQ(trace::connectTypeName(AUDIO_CONNECT_RECORD_CONTROL), "record control");
+    EXPECT_EQ(trace::connectTypeName(static_cast<audio_connect_type>(200)), "type 200");
+    EXPECT_TRUE(trace::isKnown(AUDIO_CONNECT_UPLINK));
+    EXPECT_FALSE(trace::isKnown(AUDIO_CONNECT_UNKNOWN));
 }
 
 TEST(OutputTexts, AreAcceptedOrRefused) {

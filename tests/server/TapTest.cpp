@@ -39,7 +39,7 @@ protected:
     Records drain(Tap& tap) {
         std::vector<std::uint8_t> all;
         std::array<std::uint8_t, 65536> part;
-        for (ssize_t got = 1; got > 0; tap.send()) {
+        for (ssize_t got = 1; got > 0; tap.outflow().send()) {
             got = recv(mListener.get(), part.data(), part.size(), 0);
             if (got > 0) all.insert(all.end(), part.begin(), part.begin() + got);
         }

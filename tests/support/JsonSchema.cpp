@@ -164,7 +164,10 @@ std::vector<std::string> definitionsOf(const std::vector<std::string>& command) 
         {"top", {"top", "waiting"}},
         {"listen", {"listen"}},
         {"scenario", {"scenario"}},
-        {"check", {"hearing"}}};
+        {"check", {"hearing"}},
+        {"trace",
+         {"trace_connection", "trace_registration", "trace_request", "trace_notification",
+          "trace_ring", "trace_sound", "trace_lost", "trace_bytes", "trace"}}};
     const auto found = known.find(command.empty() ? "" : command.front());
     std::vector<std::string> definitions =
         found == known.end() ? std::vector<std::string>{} : found->second;

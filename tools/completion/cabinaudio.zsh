@@ -122,7 +122,7 @@ _cabinaudio() {
             compadd ${(s:, :)${word##*; the checks are }}
             _files
             ;;
-        listen | play | record | scenario) _files ;;
+        listen | play | record | scenario | trace) _files ;;
     esac
 }
 

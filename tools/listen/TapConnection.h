@@ -4,7 +4,7 @@
 #include "devkit/server/taps/TapRecord.h"
 #include "tools/Interruption.h"
 #include "tools/record/RecordFormat.h"
-#include "tools/server/ControlLine.h"
+#include "tools/server/ControlStream.h"
 
 #include <chrono>
 #include <cstddef>
@@ -12,7 +12,6 @@
 #include <optional>
 #include <span>
 #include <string>
-#include <vector>
 
 namespace cabinaudio::tool {
 
@@ -42,19 +41,12 @@ public:
     [[nodiscard]] std::span<const std::uint8_t> samples() const;
 
 private:
-    enum class Wait { Readable, Closed, Interrupted, Overdue };
-
-    [[nodiscard]] std::string receiveAnswer(Clock::time_point deadline);
     void readFormat(const std::string& answer);
     [[nodiscard]] bool takeRecord();
-    [[nodiscard]] Wait waitForMore(const std::optional<Clock::time_point>& deadline);
 
-    const Interruption& mInterruption;
-    const std::chrono::milliseconds mTimeout;
-    const ControlSocket mSocket;
+    ControlStream mStream;
     RecordFormat mFormat;
-    std::vector<std::uint8_t> mInput;
-    std::size_t mTaken = 0;  // bytes at the front that belong to records received before
+    std::size_t mRecordBytes = 0;  // of the last record, at the front of the input
     server::TapHeader mHeader{Kind::Samples, 0};
 };
 

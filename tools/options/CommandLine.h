@@ -15,6 +15,7 @@
 #include "tools/settings/Monitor.h"
 #include "tools/settings/Set.h"
 #include "tools/top/Top.h"
+#include "tools/trace/TraceCommand.h"
 #include "tools/version/Version.h"
 
 #include <optional>
@@ -28,7 +29,7 @@ struct Command {
     CommonOptions common;
     std::variant<PlayOptions, RecordOptions, GetOptions, SetOptions, ListOptions, DescribeOptions,
                  MonitorOptions, VersionOptions, DoctorOptions, ServerOptions, ListenOptions,
-                 TopOptions, CheckOptions, ScenarioOptions>
+                 TopOptions, CheckOptions, ScenarioOptions, TraceOptions>
         options;
 };
 

@@ -19,6 +19,7 @@ void completeFormat(const CLI::App& command, RecordOptions& options);
 
 void addListen(CLI::App& app, ListenOptions& options, CommonOptions& common);
 void addCheck(CLI::App& app, CheckOptions& options, CommonOptions& common);
+void addTrace(CLI::App& app, TraceOptions& options, CommonOptions& common);
 void addTop(CLI::App& app, TopOptions& options, CommonOptions& common);
 
 void addServer(CLI::App& app, ServerOptions& options, CommonOptions& common);

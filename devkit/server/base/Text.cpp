@@ -5,26 +5,11 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdarg>
-#include <cstdio>
 
 namespace cabinaudio::server {
 
-std::string format(const char* text, ...) {
-    char buffer[512];
-    std::va_list arguments;
-    va_start(arguments, text);
-    std::vsnprintf(buffer, sizeof buffer, text, arguments);
-    va_end(arguments);
-    return buffer;
-}
-
 std::string printable(std::string_view text) {
     return text::printableInQuotes(text);
-}
-
-std::string inQuotes(std::string_view text) {
-    return '"' + printable(text) + '"';
 }
 
 std::optional<std::uint64_t> numberIn(std::string_view text, std::uint64_t most) {

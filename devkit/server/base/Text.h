@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "devkit/text/Format.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -8,14 +10,11 @@
 
 namespace cabinaudio::server {
 
-/// printf into a string.
-std::string format(const char* text, ...) __attribute__((format(printf, 1, 2)));
+using text::format;
+using text::inQuotes;
 
 /// Text from a client or a file, escaped for display, also between double quotes.
 std::string printable(std::string_view text);
-
-/// The same between double quotes, as names are shown in sentences.
-std::string inQuotes(std::string_view text);
 
 /// The decimal number that is the whole text; empty if there is none, or it is above `most`.
 std::optional<std::uint64_t> numberIn(std::string_view text, std::uint64_t most);

@@ -5,7 +5,7 @@
 
 #include "devkit/server/base/Log.h"
 #include "devkit/server/base/Text.h"
-#include "devkit/server/clients/ConnectType.h"
+#include "devkit/trace/ConnectType.h"
 
 #include <sys/epoll.h>
 #include <sys/socket.h>
@@ -51,7 +51,7 @@ Client::~Client() {
 
 std::string Client::title() const {
     if (mHandle == 0) return "client (not registered)";
-    return format("client %u %s \"%s\"", mHandle, connectTypeName(mType).c_str(),
+    return format("client %u %s \"%s\"", mHandle, trace::connectTypeName(mType).c_str(),
                   printable(mName).c_str());
 }
 

@@ -6,13 +6,13 @@
 #include "devkit/server/base/Period.h"
 #include "devkit/server/base/Text.h"
 #include "devkit/server/base/Version.h"
-#include "devkit/server/clients/ConnectType.h"
 #include "devkit/server/clients/Program.h"
 #include "devkit/server/mix/GainChain.h"
 #include "devkit/server/mix/Loudspeaker.h"
 #include "devkit/server/settings/Names.h"
 #include "devkit/server/settings/SettingsJson.h"
 #include "devkit/text/Printable.h"
+#include "devkit/trace/ConnectType.h"
 
 #include <nlohmann/json.hpp>
 
@@ -271,7 +271,7 @@ json stateOf(const Reported& reported, const std::vector<std::unique_ptr<Client>
     for (const auto& client : clients) {
         result["clients"].push_back({{"handle", client->handle()},
                                      {"type", static_cast<std::uint32_t>(client->type())},
-                                     {"type_name", connectTypeName(client->type())},
+                                     {"type_name", trace::connectTypeName(client->type())},
                                      {"name", client->name()}});
     }
     result["streams"] = json::array();

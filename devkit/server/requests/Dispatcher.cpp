@@ -40,20 +40,22 @@ void Dispatcher::dispatch(Client& client, std::span<const std::uint8_t> payload)
         std::find_if(operations.begin(), operations.end(),
                      [&](const Operation& candidate) { return candidate.id == function; });
     if (operation == operations.end())
-        refuse(client, function);
+        refuse(client, function, payload);
     else if (!isComplete(*operation, payload))
         client.fail(format("%s with a payload of %zu bytes", operation->name, payload.size()));
     else
         run(client, *operation, payload);
 }
 
-void Dispatcher::refuse(Client& client, std::uint32_t function) {
+void Dispatcher::refuse(Client& client, std::uint32_t function,
+                        std::span<const std::uint8_t> payload) {
     wire::StatusReply reply = {};
     reply.status = AUDIO_INVALID_OPERATION;
     log::warning("%s: unknown function %u on connection type %u", client.title().c_str(), function,
                  static_cast<unsigned>(client.type()));
-    client.reply({reinterpret_cast<const std::uint8_t*>(&reply), sizeof reply});
-    mTrace.unknownRequest(client, function, reply.status);
+    const std::span body(reinterpret_cast<const std::uint8_t*>(&reply), sizeof reply);
+    client.reply(body);
+    mTrace.request(client, payload, body, {});
 }
 
 void Dispatcher::run(Client& client, const Operation& operation,
@@ -73,7 +75,7 @@ void Dispatcher::run(Client& client, const Operation& operation,
     }
     client.reply(reply, mFaults.take(operation.name, client.name()));
     const auto duration = std::chrono::steady_clock::now() - begin;
-    mTrace.request(client, operation, payload, reply,
+    mTrace.request(client, payload, reply,
                    std::chrono::duration_cast<std::chrono::microseconds>(duration));
 }
 

@@ -27,7 +27,7 @@ public:
     [[nodiscard]] const std::string& running() const { return mRunning; }
 
 private:
-    void refuse(Client& client, std::uint32_t function);
+    void refuse(Client& client, std::uint32_t function, std::span<const std::uint8_t> payload);
     void run(Client& client, const Operation& operation, std::span<const std::uint8_t> payload);
 
     Services mServices;

@@ -4,7 +4,6 @@
 #include <cabinaudio/foundation/AudioConnectType.h>
 
 #include "devkit/server/clients/Client.h"
-#include "devkit/server/requests/Describe.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -30,15 +29,13 @@ enum class Block { None, Sent, Returned };
 /// A request known to the server: a row of its connection type's table.
 struct Operation {
     std::uint32_t id;
-    const char* name;         // in trace lines
+    const char* name;         // as in the catalogue
     std::size_t requestSize;  // minimum payload: function id included, block excluded
     std::size_t replySize;    // without a block
     Block block;
     /// `payload` has at least requestSize bytes, plus the block; `reply` has replySize bytes, plus
     /// the block if any, zero-filled.
     void (*run)(Call& call, std::span<const std::uint8_t> payload, std::span<std::uint8_t> reply);
-    std::string (*describeRequest)(std::span<const std::uint8_t> payload);
-    std::string (*describeReply)(std::span<const std::uint8_t> reply);
 };
 
 namespace detail {
@@ -48,11 +45,6 @@ Record load(std::span<const std::uint8_t> bytes) {
     Record record;
     std::memcpy(&record, bytes.data(), sizeof record);
     return record;
-}
-
-template <typename Record>
-std::string describeBytes(std::span<const std::uint8_t> bytes) {
-    return describe(load<Record>(bytes));
 }
 
 template <typename Function>
@@ -103,14 +95,8 @@ constexpr Operation operation(Id id, const char* name) {
     using Types = detail::Signature<decltype(FUNCTION)>;
     using Request = typename Types::RequestType;
     using Reply = typename Types::ReplyType;
-    return {static_cast<std::uint32_t>(id),
-            name,
-            sizeof(Request),
-            sizeof(Reply),
-            Types::BLOCK,
-            &detail::run<FUNCTION>,
-            &detail::describeBytes<Request>,
-            &detail::describeBytes<Reply>};
+    return {static_cast<std::uint32_t>(id), name, sizeof(Request), sizeof(Reply), Types::BLOCK,
+            &detail::run<FUNCTION>};
 }
 
 /// Operations of a connection type; empty for types without any.

@@ -2,11 +2,11 @@
 #pragma once
 
 #include "devkit/server/clients/Client.h"
-#include "devkit/server/requests/Operation.h"
 
 #include <chrono>
 #include <cstdint>
 #include <span>
+#include <string>
 
 namespace cabinaudio::server {
 
@@ -17,15 +17,12 @@ public:
     explicit Trace(bool isEnabled);
 
     void registration(const Client& client, std::uint32_t handle) const;
-    void request(const Client& client, const Operation& operation,
-                 std::span<const std::uint8_t> payload, std::span<const std::uint8_t> reply,
-                 std::chrono::microseconds duration) const;
-    void unknownRequest(const Client& client, std::uint32_t function, std::int32_t status) const;
+    void request(const Client& client, std::span<const std::uint8_t> payload,
+                 std::span<const std::uint8_t> reply, std::chrono::microseconds duration) const;
     void notification(const Client& client, std::uint32_t event, std::uint32_t param) const;
     void disconnection(const Client& client) const;
 
 private:
-    void print(const Client& client, const std::string& text) const;
     void print(std::uint32_t handle, const Client& client, const std::string& text) const;
 
     bool mIsEnabled;

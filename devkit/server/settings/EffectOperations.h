@@ -2,6 +2,8 @@
 #pragma once
 
 #include "devkit/server/requests/Operation.h"
+#include "wire/SettingRecords.h"
+#include "wire/Stream.h"
 
 #include <cstdint>
 #include <span>

@@ -3,6 +3,7 @@
 
 #include <cabinaudio/foundation/AudioTypes.h>
 
+#include "devkit/trace/Names.h"
 #include "wire/Settings.h"
 
 #include <cstddef>
@@ -14,8 +15,7 @@
 /// Texts in requests and replies, and the values they name.
 namespace cabinaudio::server {
 
-/// The text of a field, which need not be terminated.
-[[nodiscard]] std::string textOf(const wire::Name& name);
+using trace::textOf;
 /// Copies a text into a zeroed field, cut so that a terminator remains.
 void put(std::string_view text, wire::Name& name);
 
@@ -30,19 +30,17 @@ void put(std::string_view text, wire::Name& name);
 [[nodiscard]] bool isTrackTag(const std::string& text);
 [[nodiscard]] bool isStreamType(const std::string& text);
 
-inline constexpr std::uint32_t ALL_LOUDSPEAKERS = 0x3F;  // of audio_channel_idx_e
-inline constexpr std::uint32_t ALL_PATHS = 0x0F;         // of audio_out_path_id_e
+using trace::ALL_LOUDSPEAKERS;
+using trace::ALL_PATHS;
+using trace::loudspeakerNames;
+using trace::pathNames;
 
 /// Whether `mask` is a non-empty mask of loudspeakers (audio_channel_idx_e).
 [[nodiscard]] bool isLoudspeakers(std::uint32_t mask);
 /// The number of the one loudspeaker in a mask; empty for none or several.
 [[nodiscard]] std::optional<std::size_t> loudspeakerOf(std::uint32_t mask);
-/// "LF", or "LF+RF" for several.
-[[nodiscard]] std::string loudspeakerNames(std::uint32_t mask);
 
 /// Whether `mask` is a non-empty mask of paths (audio_out_path_id_e).
 [[nodiscard]] bool isPaths(std::uint32_t mask);
-/// "main", or "main+second" for several.
-[[nodiscard]] std::string pathNames(std::uint32_t mask);
 
 }  // namespace cabinaudio::server

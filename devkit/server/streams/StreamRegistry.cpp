@@ -7,7 +7,6 @@
 #include "devkit/server/base/Log.h"
 #include "devkit/server/base/Period.h"
 #include "devkit/server/base/Text.h"
-#include "devkit/server/clients/ConnectType.h"
 #include "devkit/server/settings/StreamTypes.h"
 
 #include <algorithm>

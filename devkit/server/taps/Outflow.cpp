@@ -37,8 +37,8 @@ void Outflow::append(const void* bytes, std::size_t size) {
     mBuffer.insert(mBuffer.end(), begin, begin + size);
 }
 
-void Outflow::send() {
-    if (mIsGone || mSent == mBuffer.size()) return;
+bool Outflow::send() {
+    if (mIsGone || mSent == mBuffer.size()) return false;
     const ssize_t sent = ::send(mSocket.get(), mBuffer.data() + mSent, mBuffer.size() - mSent,
                                 MSG_NOSIGNAL | MSG_DONTWAIT);
     if (sent < 0 && errno != EAGAIN && errno != EINTR) mIsGone = true;
@@ -49,6 +49,7 @@ void Outflow::send() {
         mSent = 0;
     }
     watch();
+    return sent > 0;
 }
 
 /// The other side sends nothing: input is the end of its connection, or is ignored.

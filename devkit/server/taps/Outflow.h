@@ -25,8 +25,8 @@ public:
     Outflow& operator=(const Outflow&) = delete;
 
     void append(const void* bytes, std::size_t size);
-    /// Sends what the connection takes without waiting.
-    void send();
+    /// Sends what the connection takes without waiting. @return whether it took anything
+    bool send();
 
     /// Whether the other side has closed its connection.
     [[nodiscard]] bool isGone() const { return mIsGone; }

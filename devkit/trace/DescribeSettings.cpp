@@ -1,32 +1,40 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "devkit/server/settings/DescribeSettings.h"
+#include "devkit/trace/DescribeSettings.h"
 
-#include "devkit/server/base/Text.h"
-#include "devkit/server/settings/Names.h"
+#include "devkit/text/Format.h"
+#include "devkit/text/Printable.h"
+#include "devkit/trace/Names.h"
 
+#include <algorithm>
+#include <cstring>
 #include <iterator>
+#include <string_view>
 
-namespace cabinaudio::server {
+namespace cabinaudio::trace {
 namespace {
 
+std::string plain(const wire::Name& name) {
+    return text::printableInQuotes(textOf(name));
+}
+
 std::string quoted(const wire::Name& name) {
-    return inQuotes(textOf(name));
+    return text::inQuotes(textOf(name));
 }
 
 std::string named(const wire::Name& tag, const wire::Name& name) {
-    return printable(textOf(tag)) + " " + quoted(name);
+    return plain(tag) + " " + quoted(name);
 }
 
 std::string step(std::uint8_t value) {
-    return format("step %u", unsigned{value});
+    return text::format("step %u", unsigned{value});
 }
 
 std::string dB(float value) {
-    return format("%g dB", static_cast<double>(value));
+    return text::format("%g dB", static_cast<double>(value));
 }
 
 std::string ms(float value) {
-    return format("%g ms", static_cast<double>(value));
+    return text::format("%g ms", static_cast<double>(value));
 }
 
 std::string onOff(bool isOn) {
@@ -34,11 +42,11 @@ std::string onOff(bool isOn) {
 }
 
 std::string word(std::uint32_t value) {
-    return format("%u", value);
+    return text::format("%u", value);
 }
 
 std::string number(std::int32_t value) {
-    return format("%d", value);
+    return text::format("%d", value);
 }
 
 template <typename Items, typename Describe>
@@ -55,13 +63,15 @@ std::string joined(const Items& items, Describe describe) {
     return joined(items, std::size(items), describe);
 }
 
+/// A foreign count may be wrong.
 template <typename List, typename Describe>
 std::string listed(const List& list, Describe describe) {
-    return joined(list.slots, static_cast<std::size_t>(list.count), describe, ", ");
+    const auto count = static_cast<std::size_t>(std::max(list.count, 0));
+    return joined(list.slots, std::min(count, std::size(list.slots)), describe, ", ");
 }
 
 std::string record(std::uint32_t selector, std::size_t size) {
-    return format("selector %u, %zu bytes", selector, size);
+    return text::format("selector %u, %zu bytes", selector, size);
 }
 
 }  // namespace
@@ -73,7 +83,7 @@ std::string describe(const wire::NumberRequest& request) {
 }
 
 std::string describe(const wire::TwoNumbersRequest& request) {
-    return format("%d, %d", request.first, request.second);
+    return text::format("%d, %d", request.first, request.second);
 }
 
 std::string describe(const wire::ChannelRequest& request) {
@@ -113,19 +123,19 @@ std::string describe(const wire::ChannelGainRequest& request) {
 }
 
 std::string describe(const wire::InputGainRequest& request) {
-    return format("input %u, ", request.input) + dB(request.left) + ", " + dB(request.right);
+    return text::format("input %u, ", request.input) + dB(request.left) + ", " + dB(request.right);
 }
 
 std::string describe(const wire::NameRequest& request) {
-    return printable(textOf(request.name));
+    return plain(request.name);
 }
 
 std::string describe(const wire::NameStepRequest& request) {
-    return printable(textOf(request.name)) + ", " + step(request.step);
+    return plain(request.name) + ", " + step(request.step);
 }
 
 std::string describe(const wire::NameGainRequest& request) {
-    return printable(textOf(request.name)) + ", " + dB(request.gain);
+    return plain(request.name) + ", " + dB(request.gain);
 }
 
 std::string describe(const wire::TwoNamesRequest& request) {
@@ -165,8 +175,8 @@ std::string describe(const wire::PcmInterfaceRequest& request) {
 }
 
 std::string describe(const wire::I2sFormatRequest& request) {
-    return format("selection %u, %u, %u", request.selection, request.first,
-                  unsigned{request.second});
+    return text::format("selection %u, %u, %u", request.selection, request.first,
+                        unsigned{request.second});
 }
 
 std::string describe(const wire::EqualizerRequest& request) {
@@ -186,7 +196,7 @@ std::string describe(const wire::EffectSwitchRequest& request) {
 }
 
 std::string describe(const wire::EffectRequest& request) {
-    return named(request.tag, request.effect) + format(", %u bytes", request.size);
+    return named(request.tag, request.effect) + text::format(", %u bytes", request.size);
 }
 
 // ---- Replies ------------------------------------------------------------------------------------
@@ -253,7 +263,8 @@ std::string describe(const wire::TracksReply& reply) {
 
 std::string describe(const wire::OutputTracksReply& reply) {
     return listed(reply.list, [](const wire::OutputTrack& track) {
-        return "\"" + printable(track.name) + "\"" + (track.isActive != 0 ? " active" : " idle");
+        const std::string_view name(track.name, strnlen(track.name, sizeof track.name));
+        return text::inQuotes(name) + (track.isActive != 0 ? " active" : " idle");
     });
 }
 
@@ -286,7 +297,7 @@ std::string describe(const wire::HandsfreeEqualizerReply& reply) {
 }
 
 std::string describe(const wire::EffectReply& reply) {
-    return format("%u bytes", reply.size);
+    return text::format("%u bytes", reply.size);
 }
 
-}  // namespace cabinaudio::server
+}  // namespace cabinaudio::trace

@@ -8,7 +8,7 @@
 #include <string>
 
 /// Text forms of settings requests and replies for trace lines.
-namespace cabinaudio::server {
+namespace cabinaudio::trace {
 
 std::string describe(const wire::NumberRequest& request);
 std::string describe(const wire::TwoNumbersRequest& request);
@@ -64,4 +64,4 @@ std::string describe(const wire::NonLinearReply& reply);
 std::string describe(const wire::HandsfreeEqualizerReply& reply);
 std::string describe(const wire::EffectReply& reply);
 
-}  // namespace cabinaudio::server
+}  // namespace cabinaudio::trace

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "devkit/server/settings/DescribeSettings.h"
+#include "devkit/trace/DescribeSettings.h"
 #include "wire/Settings.h"
 #include "wire/Stream.h"
 
@@ -10,7 +10,7 @@
 
 /// Text forms of requests, replies and notifications for trace lines. Requests without arguments
 /// and replies without results give empty texts.
-namespace cabinaudio::server {
+namespace cabinaudio::trace {
 
 std::string describe(const wire::FunctionRequest& request);
 std::string describe(const wire::CreateRequest& request);
@@ -31,4 +31,4 @@ std::string describeEvent(audio_connect_type type, std::uint32_t event, std::uin
 /// The status's name, or its number when it has no name.
 std::string statusName(std::int32_t status);
 
-}  // namespace cabinaudio::server
+}  // namespace cabinaudio::trace

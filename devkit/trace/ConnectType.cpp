@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "devkit/server/clients/ConnectType.h"
+#include "devkit/trace/ConnectType.h"
 
 #include <cabinaudio/foundation/AudioTypes.h>
 
-#include "devkit/server/base/Text.h"
+#include "devkit/text/Format.h"
+#include "devkit/trace/WireFields.h"
 
 #include <array>
 #include <utility>
 
-namespace cabinaudio::server {
+namespace cabinaudio::trace {
 namespace {
 
 constexpr std::array<std::pair<audio_connect_type, const char*>, 6> CONTROL_NAMES = {{
@@ -34,9 +35,25 @@ bool isKnown(audio_connect_type type) {
     return !nameOf(type).empty();
 }
 
-std::string connectTypeName(audio_connect_type type) {
-    const std::string name = nameOf(type);
-    return name.empty() ? format("type %u", static_cast<unsigned>(type)) : name;
+std::vector<std::string> connectTypeNames() {
+    std::vector<std::string> names;
+    for (const WireChoice& choice : connectionTypes())
+        if (const auto type = static_cast<audio_connect_type>(choice.value); isKnown(type))
+            names.push_back(nameOf(type));
+    return names;
 }
 
-}  // namespace cabinaudio::server
+std::optional<audio_connect_type> connectTypeOf(const std::string& name) {
+    for (const WireChoice& choice : connectionTypes()) {
+        const auto type = static_cast<audio_connect_type>(choice.value);
+        if (isKnown(type) && nameOf(type) == name) return type;
+    }
+    return {};
+}
+
+std::string connectTypeName(audio_connect_type type) {
+    const std::string name = nameOf(type);
+    return name.empty() ? text::format("type %u", static_cast<unsigned>(type)) : name;
+}
+
+}  // namespace cabinaudio::trace

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "devkit/server/requests/Describe.h"
+#include "devkit/trace/Describe.h"
 
 #include <cabinaudio/foundation/AudioStatus.h>
 
-#include "devkit/server/base/Text.h"
+#include "devkit/text/Format.h"
 #include "wire/Frame.h"
 
-namespace cabinaudio::server {
+namespace cabinaudio::trace {
 namespace {
 
 /// Null for an unknown event.
@@ -33,16 +33,16 @@ std::string describe(const wire::FunctionRequest&) {
 }
 
 std::string describe(const wire::CreateRequest& request) {
-    return format("tag %u, %s, parameter %d, process %d", request.tag,
-                  describe(request.format).c_str(), request.streamParam, request.pid);
+    return text::format("tag %u, %s, parameter %d, process %d", request.tag,
+                        describe(request.format).c_str(), request.streamParam, request.pid);
 }
 
 std::string describe(const wire::KeyShiftRequest& request) {
-    return format("%g", static_cast<double>(request.key));
+    return text::format("%g", static_cast<double>(request.key));
 }
 
 std::string describe(const wire::VolumeRequest& request) {
-    return format("%d", request.volume);
+    return text::format("%d", request.volume);
 }
 
 std::string describe(const wire::StatusReply&) {
@@ -51,31 +51,32 @@ std::string describe(const wire::StatusReply&) {
 
 std::string describe(const wire::CreateReply& reply) {
     const std::string sizes =
-        format("ring %u bytes, per loop %d bytes", reply.ringSize, reply.perLoopSize);
+        text::format("ring %u bytes, per loop %d bytes", reply.ringSize, reply.perLoopSize);
     if (reply.perLoopTime == 0) return sizes;
-    return sizes + format(", %d ms, %d frames", reply.perLoopTime, reply.perLoopSamples);
+    return sizes + text::format(", %d ms, %d frames", reply.perLoopTime, reply.perLoopSamples);
 }
 
 std::string describe(const wire::VolumeReply& reply) {
-    return format("%d", reply.volume);
+    return text::format("%d", reply.volume);
 }
 
 std::string describe(const wire::ShareMemoryReply& reply) {
-    return format("address 0x%x, %u bytes", reply.address, reply.size);
+    return text::format("address 0x%x, %u bytes", reply.address, reply.size);
 }
 
 std::string describe(const wire::VersionReply& reply) {
-    return format("%d.%d.%d, %d.%d.%d, %d", reply.first[0], reply.first[1], reply.first[2],
-                  reply.second[0], reply.second[1], reply.second[2], reply.third);
+    return text::format("%d.%d.%d, %d.%d.%d, %d", reply.first[0], reply.first[1], reply.first[2],
+                        reply.second[0], reply.second[1], reply.second[2], reply.third);
 }
 
 std::string describe(const AudioFormatDesc& desc) {
     if (desc.codecType != 0) {
-        return format("codec %u, %u Hz, channel map %u", desc.codecType, desc.sampleRate,
-                      static_cast<unsigned>(desc.channelMap));
+        return text::format("codec %u, %u Hz, channel map %u", desc.codecType, desc.sampleRate,
+                            static_cast<unsigned>(desc.channelMap));
     }
-    return format("%u Hz, channel map %u, %u bits", desc.sampleRate,
-                  static_cast<unsigned>(desc.channelMap), static_cast<unsigned>(desc.bitDepth));
+    return text::format("%u Hz, channel map %u, %u bits", desc.sampleRate,
+                        static_cast<unsigned>(desc.channelMap),
+                        static_cast<unsigned>(desc.bitDepth));
 }
 
 std::string describeEvent(audio_connect_type type, std::uint32_t event, std::uint32_t param) {
@@ -96,7 +97,7 @@ std::string describeEvent(audio_connect_type type, std::uint32_t event, std::uin
         default:
             break;
     }
-    return words != nullptr ? words : format("notification %u, %u", event, param);
+    return words != nullptr ? words : text::format("notification %u, %u", event, param);
 }
 
 std::string statusName(std::int32_t status) {
@@ -118,8 +119,8 @@ std::string statusName(std::int32_t status) {
         case AUDIO_INVALID_STATE:
             return "invalid state";
         default:
-            return format("status %d", status);
+            return text::format("status %d", status);
     }
 }
 
-}  // namespace cabinaudio::server
+}  // namespace cabinaudio::trace
