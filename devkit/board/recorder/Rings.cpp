@@ -56,6 +56,14 @@ bool isRingOf(const char* object, const Conversation& conversation) noexcept {
     return *rest == '\0' || strncmp(rest, "_0x", 3) == 0 || length == Conversation::NAME_SIZE - 1;
 }
 
+/// Whether the pages are those of the ring in physical memory that the server has named.
+bool isMemoryOf(const Stream& stream, std::size_t length, off64_t offset,
+                std::uint32_t page) noexcept {
+    const std::uint32_t within = stream.ringAddress % page;
+    return stream.ringSize != 0 && offset == off64_t{stream.ringAddress - within} &&
+           length >= std::uint64_t{stream.ringSize} + within;
+}
+
 template <typename Matches>
 bool findStream(Stream& stream, Matches matches) noexcept {
     bool isFound = false;
@@ -235,9 +243,7 @@ void noteMapping(void* at, std::size_t length, int descriptor, off64_t offset) n
     if (stream.connection != 0) return addRing(stream, at, length, descriptor);
     const std::uint32_t page = static_cast<std::uint32_t>(getpagesize());
     const auto isThere = [&](const Conversation& other) {
-        const std::uint32_t within = other.ringAddress() % page;
-        return other.ringSize() != 0 && offset == off64_t{other.ringAddress() - within} &&
-               length >= std::uint64_t{other.ringSize()} + within;
+        return isMemoryOf(streamOf(other), length, offset, page);
     };
     if (findStream(stream, isThere))
         addMemory(stream, at, length, descriptor, offset, stream.ringAddress % page);

@@ -12,17 +12,17 @@ struct Options {
     enum class Task { RunProgram, Clean, Help, Version };
 
     Task task = Task::RunProgram;
-    std::string instance;
     bool isPrivate = false;
+    bool hasBoard = true;  // false: the devices are the machine's own
+    bool traceSound = false;
+    bool verbose = false;
+    std::string instance;
     std::string configDirectory;
     std::string boardLibrary;
-    bool hasBoard = true;   // false: the devices are the machine's own
     std::string traceFile;  // "" for none
-    bool traceSound = false;
     std::chrono::seconds timeout{30};
     std::chrono::milliseconds wait{0};  // for a server to listen
-    bool verbose = false;
-    std::vector<std::string> program;  // with its arguments
+    std::vector<std::string> program;   // with its arguments
 };
 
 /// @throws Refusal with USAGE
