@@ -22,7 +22,7 @@ Subcommands:
   top                       Show the streams of a running cabinaudio-server, levels and load
   scenario                  Run programs against a server of their own, and judge them
   check                     Check what cabinaudio-server has played: tones, levels, ducking and more
-  trace                     Show requests, replies, notifications and rings by name, live or of a
+  trace                     Show requests, replies, notifications and rings by name, live or of a capture
   replay                    Play one side of a recorded conversation, and compare the other side
   get                       Print settings as lines that set accepts
   set                       Change settings; nothing is changed if a name or value is wrong
