@@ -23,7 +23,7 @@ Subcommands:
   view                      Show the cabin in a browser, or draw a picture of it
   scenario                  Run programs against a server of their own, and judge them
   check                     Check what cabinaudio-server has played: tones, levels, ducking and more
-  trace                     Show requests, replies, notifications and rings by name, live or of a
+  trace                     Show requests, replies, notifications and rings by name, live or of a capture
   replay                    Play one side of a recorded conversation, and compare the other side
   get                       Print settings as lines that set accepts
   set                       Change settings; nothing is changed if a name or value is wrong
