@@ -70,8 +70,8 @@ TEST_P(SubCommand, PrintsHelpWithoutAServer) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Any, SubCommand,
-                         testing::Values("play", "record", "listen", "top", "view", "get", "set", "list",
-                                         "describe", "monitor", "version", "doctor"),
+                         testing::Values("play", "record", "listen", "top", "view", "get", "set",
+                                         "list", "describe", "monitor", "version", "doctor"),
                          [](const auto& test) { return wordsOf(test.param); });
 
 class WrongCommandLine : public testing::TestWithParam<Refusal> {};
