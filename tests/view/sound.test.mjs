@@ -12,7 +12,8 @@ let cabin, browser, page;
 
 before(async () => {
     cabin = new Cabin();
-    await cabin.startServer("--time", "stepped", "--await", "tone");
+    // The browser may take long on a busy machine; time stands meanwhile.
+    await cabin.startServer("--time", "stepped", "--await", "tone", "--patience", "60000");
     cabin.tool("set", "mixer.upmix=1");
     browser = await launchBrowser();
     ({ page } = await openPage(browser, await cabin.view()));

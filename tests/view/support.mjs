@@ -138,7 +138,7 @@ export class Cabin {
     play(name, { tag = "main", ...tone } = {}) {
         const file = path.join(this.directory, `tone-${this.#children.length}.wav`);
         sineFile(file, tone);
-        return this.#spawn(TOOL, ["play", "--tag", tag, "--name", name, file],
+        return this.#spawn(TOOL, ["play", "--timeout", "120", "--tag", tag, "--name", name, file],
             ["ignore", "ignore", "ignore"]);
     }
 
