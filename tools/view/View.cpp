@@ -136,8 +136,9 @@ private:
     }
 
     [[nodiscard]] std::chrono::milliseconds pause(bool isWatched) {
-        if (!isWatched) return IDLE_PAUSE;
-        const Clock::time_point next = mModel.settings().isFed() ? mNextLive : mNextRead;
+        const bool isFed = mModel.settings().isFed();
+        if (!isWatched || (isFed && mModel.live() == nullptr)) return IDLE_PAUSE;
+        const Clock::time_point next = isFed ? mNextLive : mNextRead;
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now());
         return std::clamp<std::chrono::milliseconds>(left, 0ms, IDLE_PAUSE);
     }
