@@ -80,8 +80,9 @@ void Ring::Unmap::operator()(std::uint8_t* at) const {
 }
 
 Ring::Mapping Ring::mapped(int descriptor, std::size_t length, std::uint64_t offset) {
-    void* const at = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor,
-                          static_cast<off_t>(offset));
+    // Physical addresses do not fit into an off_t of 32 bits.
+    void* const at = mmap64(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor,
+                            static_cast<off64_t>(offset));
     if (at == MAP_FAILED) throw Broken("memory that can be mapped", std::strerror(errno));
     return {static_cast<std::uint8_t*>(at), Unmap{length}};
 }
