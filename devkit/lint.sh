@@ -164,7 +164,7 @@ cpp_check() {
     cppcheck --quiet --std=c++20 --language=c++ --library=gtk --enable=warning,performance,portability \
         --suppressions-list=devkit/cppcheck/suppressions.txt --inline-suppr -j "$jobs" \
         -Idevkit/cppcheck -I. -Iinclude -Itesting/include --error-exitcode=1 \
-        $library devkit/board devkit/log devkit/server devkit/contract devkit/hear tools plugins testing
+        $library devkit/board devkit/log devkit/server devkit/contract devkit/hear devkit/replay devkit/trace tools plugins testing
 }
 
 # Files for Yocto and Buildroot: checks that they package everything that this build would install.

@@ -35,12 +35,7 @@ private:
 
 class Capture final : public TraceOutput {
 public:
-    explicit Capture(const std::string& file) {
-        mWriter = guarded([&] {
-            if (file != "-") return std::make_unique<trace::CaptureWriter>(file);
-            return std::make_unique<trace::CaptureWriter>(STDOUT_FILENO, "standard output");
-        });
-    }
+    explicit Capture(const std::string& file) : mWriter(open(file)) {}
 
     void add(const trace::Record& record) override {
         guarded([&] { mWriter->write(record); });
@@ -60,7 +55,14 @@ private:
         }
     }
 
-    std::unique_ptr<trace::CaptureWriter> mWriter;
+    static std::unique_ptr<trace::CaptureWriter> open(const std::string& file) {
+        return guarded([&] {
+            if (file != "-") return std::make_unique<trace::CaptureWriter>(file);
+            return std::make_unique<trace::CaptureWriter>(STDOUT_FILENO, "standard output");
+        });
+    }
+
+    const std::unique_ptr<trace::CaptureWriter> mWriter;
 };
 
 }  // namespace
