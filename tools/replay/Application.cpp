@@ -50,6 +50,7 @@ Application::Application(const std::vector<std::string>& words, const std::strin
                          bool keepsOut) {
     std::vector<std::string> kept = words;
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (std::string& word : kept)
         pointers.push_back(word.data());
     pointers.push_back(nullptr);
