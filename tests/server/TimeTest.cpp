@@ -52,14 +52,20 @@ std::vector<std::string> operator+(std::vector<std::string> first,
 /// A thread of this process that never waits.
 class BusyThread {
 public:
+    BusyThread() {
+        while (!mIsBusy)  // at its start a thread may rest
+            std::this_thread::yield();
+    }
     ~BusyThread() {
         mIsOver = true;
         mThread.join();
     }
 
 private:
+    std::atomic<bool> mIsBusy{false};
     std::atomic<bool> mIsOver{false};
     std::thread mThread{[this] {
+        mIsBusy = true;
         while (!mIsOver) {
         }
     }};
@@ -529,14 +535,15 @@ TEST_F(OwnTime, NamesTheAlternativeStreamThatWentOnAfterItsTail) {
 }
 
 TEST_F(OwnTime, TailDoesNotCountWhileTheProgramGoesOn) {
-    serve({"--hold", "2", "--tail", "50", "--patience", "60000"});
+    // More than the longest pause of the server that counts as waiting.
+    serve({"--hold", "2", "--tail", "200", "--patience", "60000"});
     Player chime("chime", AUDIO_TAG_ALTERNATIVE, STEREO);
     {
         const BusyThread busy;  // as a program that gets no processor
         auto music = playing("music", SECOND / 2);
         ASSERT_TRUE(chime.write(sound(SECOND / 10)));
         ASSERT_TRUE(eventually([this] { return time().at("ms") >= 96; }, std::chrono::minutes(1)));
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));  // much more than a tail
+        std::this_thread::sleep_for(std::chrono::milliseconds(500));  // much more than a tail
         EXPECT_EQ(time().at("ms"), 96) << "the last whole period";
         ASSERT_TRUE(chime.write(sound(SECOND / 2)));
         EXPECT_TRUE(music.get());
