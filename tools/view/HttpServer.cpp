@@ -138,9 +138,8 @@ private:
             !isOwn(request.get_header_value("Host")) || !isOwnOrigin ||
             request.get_header_value_count("Origin") > 1)
             response.status = 403;
-        else if (!isSame(request.path.substr(0, mToken.size() + 2), "/" + mToken + "/"))
-            response.status = 404;
-        else if (request.method != "GET" && request.method != "POST")
+        else if (!isSame(request.path.substr(0, mToken.size() + 2), "/" + mToken + "/") ||
+                 (request.method != "GET" && request.method != "POST"))
             response.status = 404;
         else
             return true;

@@ -35,6 +35,8 @@ public:
     void readSome();
     static constexpr std::chrono::milliseconds READ_PAUSE{150};
 
+    // The JSON type asserts in its move.
+    // NOLINTNEXTLINE(bugprone-exception-escape)
     struct Result {
         Json value;               // as read back; null if it cannot be read
         Json partner;             // the same of the related setting, if it was set

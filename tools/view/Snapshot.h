@@ -12,6 +12,7 @@
 namespace cabinaudio::tool::view {
 
 /// A setting as the page gets it.
+// NOLINTNEXTLINE(bugprone-exception-escape): the JSON type asserts in its move
 struct ShownSetting {
     Json description;  // "type", "unit" ...
     Json value;        // null: there is none at present, or it cannot be read
