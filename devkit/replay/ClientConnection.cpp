@@ -26,8 +26,7 @@ bool beginsFrame(const Bytes& bytes) {
 
 ClientConnection::ClientConnection(const Conversation& conversation, std::size_t index,
                                    Waker& waker)
-    : mConversation(conversation),
-      mRecorded(conversation.connections[index]),
+    : mRecorded(conversation.connections[index]),
       mWaker(waker),
       mFeed(conversation, index) {}
 

@@ -60,7 +60,6 @@ private:
     void parse();
     void mapRing(const Ring::Place& place);
 
-    const Conversation& mConversation;
     const RecordedConnection& mRecorded;
     Waker& mWaker;
     std::optional<Socket> mSocket;
