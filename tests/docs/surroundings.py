@@ -28,11 +28,12 @@ BIN = PREFIX / "bin"
 
 
 def clean_environment(**more):
-    """The environment without what could lead to another installed tree."""
+    """The environment without what could lead to another installed tree, or open a window."""
     environment = {
         name: value
         for name, value in os.environ.items()
-        if not name.startswith(("PKG_CONFIG_", "CABINAUDIO_", "LD_", "CMAKE_PREFIX_PATH"))
+        if not name.startswith(("PKG_CONFIG_", "CABINAUDIO_", "LD_", "CMAKE_PREFIX_PATH", "DISPLAY",
+                                "WAYLAND_DISPLAY"))
     }
     environment.update({name: str(value) for name, value in more.items()})
     return environment

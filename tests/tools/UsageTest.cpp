@@ -25,6 +25,7 @@ Subcommands:
   check                     Check what cabinaudio-server has played: tones, levels, ducking and more
   trace                     Show requests, replies, notifications and rings by name, live or of a capture
   replay                    Play one side of a recorded conversation, and compare the other side
+  check-server              Check which rules of the protocol the running server keeps
   get                       Print settings as lines that set accepts
   set                       Change settings; nothing is changed if a name or value is wrong
   list                      List the settings, or find them by a word such as navigation

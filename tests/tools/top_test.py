@@ -74,7 +74,8 @@ class TopScreen(unittest.TestCase):
     def test_shows_streams_and_levels_in_80_columns(self):
         self.play("radio", "main")
         top = self.top()
-        lines = top.wait_for(lambda lines: any(
+        # The bottom line is the last one that is drawn.
+        lines = top.wait_for(lambda lines: lines[-1] and any(
             re.match(r"radio +\d+ main +active +0\.0 +-12\.\d █+", line) for line in lines))
         self.assertRegex(lines[0], r"^cabinaudio top  \d\d:\d\d:\d\d  mix \d+\.\d % of 16\.0 ms")
         self.assertTrue(any(re.match(r"  LF    -1\d\.\d dB █+", line) for line in lines), lines)
