@@ -55,7 +55,7 @@ TEST_P(BrokenServer, FailsExactlyTheRuleThatIsBroken) {
 
 INSTANTIATE_TEST_SUITE_P(Part, BrokenServer, testing::Range(std::size_t{0}, PARTS));
 
-#ifndef CABINAUDIO_TEST_ALL_RULES
+#if !CABINAUDIO_TEST_WITH_SETTINGS
 TEST(BrokenServers, BreakEveryRuleOnce) {
     std::vector<std::string> rules = brokenRules(true);
     std::vector<std::string> listed = listedRules();
