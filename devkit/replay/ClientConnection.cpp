@@ -26,9 +26,7 @@ bool beginsFrame(const Bytes& bytes) {
 
 ClientConnection::ClientConnection(const Conversation& conversation, std::size_t index,
                                    Waker& waker)
-    : mRecorded(conversation.connections[index]),
-      mWaker(waker),
-      mFeed(conversation, index) {}
+    : mRecorded(conversation.connections[index]), mWaker(waker), mFeed(conversation, index) {}
 
 void ClientConnection::connect() {
     mSocket.emplace(connectToServer());

@@ -5,8 +5,8 @@
 
 #include "devkit/server/base/Log.h"
 #include "devkit/server/base/Text.h"
-#include "devkit/trace/ConnectType.h"
 #include "devkit/server/requests/Operation.h"
+#include "devkit/trace/ConnectType.h"
 #include "wire/Stream.h"
 
 #include <algorithm>
