@@ -111,7 +111,7 @@ record uplink "$work/call.opus" 3.5 --codec opus &
 caller=$!
 # The cabin while both play. A player that fails is reported below.
 both_play() {
-    cabinaudio server state | grep -c 'active ' | grep -q '[2-9]'
+    cabinaudio-run -- cabinaudio server state | grep -c 'active ' | grep -q '[2-9]'
 }
 tries=0
 until both_play || [ "$tries" -ge 50 ]; do
@@ -119,7 +119,7 @@ until both_play || [ "$tries" -ge 50 ]; do
     sleep 0.02
 done
 seen=0
-cabinaudio view --export "$work/cabin.svg" >/dev/null || seen=$?
+cabinaudio-run -- cabinaudio view --export "$work/cabin.svg" >/dev/null || seen=$?
 first_status=0
 second_status=0
 wait "$first_player" || first_status=$?
