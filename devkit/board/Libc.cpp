@@ -22,15 +22,6 @@ constinit Next<UseAddress> bind("bind");
 constinit Next<ShmOpen> shmOpen("shm_open");
 constinit Next<ShmUnlink> shmUnlink("shm_unlink");
 constinit Next<PthreadCreate> pthreadCreate("pthread_create");
-
-namespace {
-
-template <typename... Functions>
-void findEach(Next<Functions>&... functions) noexcept {
-    (static_cast<void>(functions.find()), ...);
-}
-
-}  // namespace
 }  // namespace libc
 
 void findAllOfLibc() noexcept {

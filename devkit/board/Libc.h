@@ -37,6 +37,11 @@ private:
     std::atomic<Function*> mFunction{nullptr};
 };
 
+template <typename... Functions>
+void findEach(Next<Functions>&... functions) noexcept {
+    (static_cast<void>(functions.find()), ...);
+}
+
 namespace libc {
 
 using Open = int(const char*, int, ...);

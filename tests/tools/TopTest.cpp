@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // `cabinaudio top` as lines; its screen has tests of its own.
 #include "tests/support/TerminalText.h"
-#include "tests/tools/ToolTest.h"
+#include "tests/tools/PlayingToolTest.h"
 
 #include <csignal>
 
@@ -12,18 +12,7 @@ namespace {
 using testing::ContainsRegex;
 using testing::EndsWith;
 
-class Top : public ToolTest {
-protected:
-    void playForever(const std::string& name) {
-        writeSound(file("sound.wav"), {.frames = 480000});
-        mPlayer = std::make_unique<ToolProcess>(
-            Words{"play", "--tag", "auxiliary", "--name", name, file("sound.wav")});
-        while (mServer->command("state").find("\"active\"") == std::string::npos) {
-        }
-    }
-
-    std::unique_ptr<ToolProcess> mPlayer;
-};
+class Top : public PlayingToolTest {};
 
 }  // namespace
 

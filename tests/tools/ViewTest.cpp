@@ -4,7 +4,7 @@
 
 #include "devkit/server/base/UniqueFd.h"
 #include "tests/support/JsonSchema.h"
-#include "tests/tools/ToolTest.h"
+#include "tests/tools/PlayingToolTest.h"
 #include "wire/Settings.h"
 
 #include <arpa/inet.h>
@@ -167,18 +167,7 @@ private:
     std::string mReceived;
 };
 
-class ViewTool : public ToolTest {
-protected:
-    void playForever(const std::string& name) {
-        writeSound(file("sound.wav"), {.frames = 480000});
-        mPlayer = std::make_unique<ToolProcess>(
-            Words{"play", "--tag", "auxiliary", "--name", name, file("sound.wav")});
-        while (mServer->command("state").find("\"active\"") == std::string::npos) {
-        }
-    }
-
-    std::unique_ptr<ToolProcess> mPlayer;
-};
+class ViewTool : public PlayingToolTest {};
 
 }  // namespace
 

@@ -2,6 +2,7 @@
 #include "tools/replay/Application.h"
 
 #include "devkit/board/Board.h"
+#include "tools/ChildProcess.h"
 #include "tools/Failure.h"
 
 #include <poll.h>
@@ -23,15 +24,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds GRACE{1};
 constexpr int LOOK_MS = 10;
-
-/// This process handles or blocks signals; the application begins without.
-void forgetSignals() {
-    for (int signal = 1; signal < NSIG; ++signal)
-        std::signal(signal, SIG_DFL);
-    sigset_t none;
-    sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, nullptr);
-}
 
 [[noreturn]] void becomeProgram(char** words, bool keepsOut, pid_t parent) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/scenario/Child.h"
 
+#include "tools/ChildProcess.h"
 #include "tools/Failure.h"
 
 #include <fcntl.h>
@@ -67,15 +68,6 @@ struct Prepared {
     int input, output, error, ready;
     pid_t parent;
 };
-
-/// This process handles or blocks signals; its children begin without.
-void forgetSignals() {
-    for (int signal = 1; signal < NSIG; ++signal)
-        std::signal(signal, SIG_DFL);
-    sigset_t none;
-    sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, nullptr);
-}
 
 [[noreturn]] void becomeProgram(const Prepared& prepared) {
     // Nobody else would end the child if this process were killed.

@@ -25,15 +25,6 @@ constinit Next<SystemCall> systemCall("syscall");
 constinit Next<SemaphoreCall> semaphorePost("sem_post");
 constinit Next<SemaphoreCall> semaphoreWait("sem_wait");
 
-namespace {
-
-template <typename... Functions>
-void findEach(Next<Functions>&... functions) noexcept {
-    (static_cast<void>(functions.find()), ...);
-}
-
-}  // namespace
-
 void findAll() noexcept {
     findEach(libc::connect, libc::send, libc::sendto, libc::sendmsg);
     findEach(libc::recv, libc::recvfrom, libc::recvmsg, checkedRecv, checkedRecvfrom);
