@@ -222,6 +222,16 @@ def usage():
     )
 
 
+def settled(quiet):
+    """The usage as soon as threads and names in shared memory are as in `quiet`, or after 30 s.
+    A thread is listed until the kernel has taken it down, and the server removes a ring's name after
+    the stream's end."""
+    end = time.monotonic() + 30
+    while (now := usage())[2:] != quiet[2:] and time.monotonic() < end:
+        time.sleep(0.01)
+    return now
+
+
 def live(number):
     """One of several kinds of lives: started or not, closed or forgotten."""
     if number % 5 == 0:
@@ -240,13 +250,15 @@ def live(number):
 
 @pytest.mark.cabin(time="real", args=["--quiet"])
 def test_many_lives_leave_nothing(cabin):
+    quiet = usage()
     for number in range(CYCLES // 10):
         live(number)
-    before = usage()
+    before = settled(quiet)
     for number in range(CYCLES):
         live(number)
-    after = usage()
+    after = settled(quiet)
     assert after[1:] == before[1:]
+    assert after[2:] == quiet[2:]
     # The emulator keeps memory of its own for each thread that has ended, and the address sanitizer
     # keeps what was freed.
     if not IS_EMULATED and not IS_SANITIZED:

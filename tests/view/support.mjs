@@ -88,7 +88,7 @@ export class Cabin {
     directory = mkdtempSync(path.join(tmpdir(), "cabinaudio-view-"));
     wav = path.join(this.directory, "heard.wav");
     #environment = {
-        ...process.env, HOME: this.directory,
+        ...process.env, HOME: this.directory, XDG_CONFIG_HOME: path.join(this.directory, ".config"),
         CABINAUDIO_INSTANCE: `view-${process.pid}-${++instances}`,
     };
     #children = [];
