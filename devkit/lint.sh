@@ -122,32 +122,10 @@ layout() {
     sources $library $others | xargs -P "$jobs" -n 40 clang-format --dry-run -Werror
 }
 
-# Delivered sources that this build compiles, because clang-tidy needs their command lines; without
-# the precompiled headers of another compiler, which it cannot read. Its counts of suppressed
-# warnings on stderr are dropped. A clean source is checked again only after a change of the source,
-# a header of ours, its command line, the checks or clang-tidy.
-# shellcheck disable=SC2016  # the inner shell's parameters
+# Sources that this build compiles, because clang-tidy needs their command lines. In tests it looks at
+# names only.
 tidy() {
-    clean=${XDG_CACHE_HOME:-$HOME/.cache}/cabinaudio/tidy
-    mkdir -p "$clean" && find "$clean" -type f -mtime +30 -delete
-    # shellcheck disable=SC2086  # a list of directories
-    checks=$({ clang-tidy --version && cat .clang-tidy &&
-        find $library $others -name '*.h' | sort | xargs cat; } | sha256sum)
-    commands=$(mktemp -d)
-    sed 's| -include [^ ]*/cmake_pch\.hxx||' "$build/compile_commands.json" \
-        >"$commands/compile_commands.json"
-    status=0
-    sed -n 's/^ *"file": "\(.*\)",\{0,1\}$/\1/p' "$commands/compile_commands.json" |
-        grep -E "^$PWD/(foundation|link|shm|diag|client|devkit|tools|plugins|python|testing)/" | sort -u |
-        CLEAN=$clean CHECKS=$checks xargs -P "$jobs" -n 1 sh -c '
-            command=$(grep -F -B 1 "\"file\": \"$2\"" "$1/compile_commands.json" |
-                sed "s|$PWD||g")
-            key=$({ echo "$CHECKS $command" && cat "$2"; } | sha256sum | cut -d " " -f 1)
-            [ -e "$CLEAN/$key" ] || {
-                clang-tidy -p "$1" --quiet "$2" 2>/dev/null && : >"$CLEAN/$key"
-            }' sh "$commands" || status=1
-    rm -rf "$commands"
-    return $status
+    devkit/tidy/test_tidy.py 2>/dev/null && devkit/tidy/tidy.py --jobs "$jobs" "$build"
 }
 
 # Each check that .clang-tidy disables is mentioned in its comments.

@@ -239,27 +239,27 @@ TEST(VolumeClient, RefusesAnUnknownTag) {
 }
 
 template <typename Number, typename = void>
-constexpr bool isVolume = false;
+constexpr bool IS_VOLUME = false;
 template <typename Number>
 constexpr bool
-    isVolume<Number, std::void_t<decltype(std::declval<ClientVolumeSetting&>().setMasterVolume(
-                         std::declval<Number>()))>> = true;
+    IS_VOLUME<Number, std::void_t<decltype(std::declval<ClientVolumeSetting&>().setMasterVolume(
+                          std::declval<Number>()))>> = true;
 
-static_assert(isVolume<int> && isVolume<double> && isVolume<unsigned long long>);
+static_assert(IS_VOLUME<int> && IS_VOLUME<double> && IS_VOLUME<unsigned long long>);
 // Other types do not silently become a step or a gain.
-static_assert(!isVolume<bool>);
-static_assert(!isVolume<audio::audio_channel_idx_e>);
-static_assert(!isVolume<const char*>);
+static_assert(!IS_VOLUME<bool>);
+static_assert(!IS_VOLUME<audio::audio_channel_idx_e>);
+static_assert(!IS_VOLUME<const char*>);
 
 template <typename Number, typename = void>
-constexpr bool isStep = false;
+constexpr bool IS_STEP = false;
 template <typename Number>
 constexpr bool
-    isStep<Number, std::void_t<decltype(std::declval<ClientVolumeSetting&>().setVolumeByStreamType(
-                       "", std::declval<Number>()))>> = true;
+    IS_STEP<Number, std::void_t<decltype(std::declval<ClientVolumeSetting&>().setVolumeByStreamType(
+                        "", std::declval<Number>()))>> = true;
 
-static_assert(isStep<int> && isStep<double> && isStep<unsigned char>);
-static_assert(!isStep<bool> && !isStep<const char*> && !isStep<std::nullptr_t>);
+static_assert(IS_STEP<int> && IS_STEP<double> && IS_STEP<unsigned char>);
+static_assert(!IS_STEP<bool> && !IS_STEP<const char*> && !IS_STEP<std::nullptr_t>);
 using audio::QVAudioSetting::stepOf;
 static_assert(stepOf(148) == 148 && stepOf(300) == 255 && stepOf(-1) == 255);
 static_assert(stepOf(147.5) == 147 && stepOf(256.0) == 255 && stepOf(-0.5) == 255);

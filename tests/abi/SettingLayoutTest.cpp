@@ -30,25 +30,25 @@ static_assert(sizeof(void*) != 4 || sizeof(ClientSourceSetting) == 136);
 
 /// Copied as bytes, and aligned so that a record may lie wherever a word may.
 template <typename Record, std::size_t SIZE>
-constexpr bool isRecord = sizeof(Record) == SIZE && alignof(Record) <= 4 &&
-                          std::is_trivially_copyable_v<Record>&& std::is_standard_layout_v<Record>;
+constexpr bool IS_RECORD = sizeof(Record) == SIZE && alignof(Record) <= 4 &&
+                           std::is_trivially_copyable_v<Record>&& std::is_standard_layout_v<Record>;
 
-static_assert(isRecord<audio::audio_channel_gain_t, 8>);
-static_assert(isRecord<audio::audio_dac_output_mapping_tbl_t, 24>);
-static_assert(isRecord<audio::audio_i2s_output_mapping_tbl_t, 32>);
-static_assert(isRecord<audio::audio_pcm_hw_intf_cfg_t, 20>);
-static_assert(isRecord<audio::audio_i2s_format_parameter_t, 8>);  // of which 6 travel
-static_assert(isRecord<audio::audio_output_src_parameter_t, 52>);
-static_assert(isRecord<audio::audio_track_info_t, 200>);
-static_assert(isRecord<audio::audio_ext_eq_parameter_t, 564>);
-static_assert(isRecord<audio::audio_eq_spectrum_t, 16>);
-static_assert(isRecord<audio::audio_nlp_config_t, 16>);
-static_assert(isRecord<audio::audio_handsfree_eq_t, 104>);
-static_assert(isRecord<audio::audio_dacgain_ctrl_t, 4>);
-static_assert(isRecord<audio::audio_out_data_energy_t, 16>);
-static_assert(isRecord<audio::effect_param_t, 4>);
-static_assert(isRecord<audio::audio_mixer_gain_t, 8>);
-static_assert(isRecord<audio::audio_mixer_matrix_t, 20>);
+static_assert(IS_RECORD<audio::audio_channel_gain_t, 8>);
+static_assert(IS_RECORD<audio::audio_dac_output_mapping_tbl_t, 24>);
+static_assert(IS_RECORD<audio::audio_i2s_output_mapping_tbl_t, 32>);
+static_assert(IS_RECORD<audio::audio_pcm_hw_intf_cfg_t, 20>);
+static_assert(IS_RECORD<audio::audio_i2s_format_parameter_t, 8>);  // of which 6 travel
+static_assert(IS_RECORD<audio::audio_output_src_parameter_t, 52>);
+static_assert(IS_RECORD<audio::audio_track_info_t, 200>);
+static_assert(IS_RECORD<audio::audio_ext_eq_parameter_t, 564>);
+static_assert(IS_RECORD<audio::audio_eq_spectrum_t, 16>);
+static_assert(IS_RECORD<audio::audio_nlp_config_t, 16>);
+static_assert(IS_RECORD<audio::audio_handsfree_eq_t, 104>);
+static_assert(IS_RECORD<audio::audio_dacgain_ctrl_t, 4>);
+static_assert(IS_RECORD<audio::audio_out_data_energy_t, 16>);
+static_assert(IS_RECORD<audio::effect_param_t, 4>);
+static_assert(IS_RECORD<audio::audio_mixer_gain_t, 8>);
+static_assert(IS_RECORD<audio::audio_mixer_matrix_t, 20>);
 
 // Lists of them lie side by side in replies and in vectors.
 static_assert(sizeof(audio::audio_output_src_parameter_t[20]) == 1040);

@@ -65,7 +65,7 @@ struct Look {
         Once() { placesIn<Class>() = {placeOf<Class>(MEMBERS)...}; }
     };
     static inline Once once;
-    static inline Once* const use = &once;
+    static inline Once* const USE = &once;
 };
 
 template <typename Class, typename Skeleton>

@@ -88,11 +88,11 @@ TEST_P(Device, OtherPathsGoToTheKernel) {
     EXPECT_EQ(errno, ENOENT);
 }
 
-const char* volatile NOTHING = nullptr;
+const char* volatile noPath = nullptr;
 
 // Called through pointers: compilers know that the functions themselves want no null path.
 TEST(NullPath, GoesToTheKernel) {
-    const char* nothing = NOTHING;
+    const char* nothing = noPath;
     int (*volatile plain)(const char*, int, ...) = ::open;
     int (*volatile large)(const char*, int, ...) = ::open64;
     int (*volatile beside)(int, const char*, int, ...) = ::openat;

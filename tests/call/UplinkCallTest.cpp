@@ -55,8 +55,9 @@ protected:
         const int count = record.read(buffer.data(), bytes, true);
         EXPECT_GT(count, static_cast<int>(HEADER)) << log.dump();
         if (count <= static_cast<int>(HEADER)) return {};
-        const std::size_t length = static_cast<std::size_t>(buffer[0]) << 24 | buffer[1] << 16 |
-                                   buffer[2] << 8 | buffer[3];
+        std::size_t length = 0;
+        for (std::size_t i = 0; i < 4; ++i)
+            length = length << 8 | buffer[i];
         EXPECT_EQ(HEADER + length, static_cast<std::size_t>(count));
         return {buffer.begin() + HEADER, buffer.begin() + count};
     }

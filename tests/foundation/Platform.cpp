@@ -118,7 +118,7 @@ int countJoin(pthread_t thread, void** result) {
 
 Failing::Failing(const char* function, int error, Work work) {
     tError = error;
-    tStillWorks = work == Work::done;
+    tStillWorks = work == Work::Done;
     tFailing = function;
 }
 

@@ -13,9 +13,9 @@ class Failing {
 public:
     /// Whether the function still does its work. Set-up and clean-up must, or what follows them
     /// would work on garbage.
-    enum class Work { skipped, done };
+    enum class Work { Skipped, Done };
 
-    Failing(const char* function, int error, Work work = Work::skipped);
+    Failing(const char* function, int error, Work work = Work::Skipped);
     ~Failing();
     Failing(const Failing&) = delete;
     Failing& operator=(const Failing&) = delete;

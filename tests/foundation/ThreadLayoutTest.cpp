@@ -42,7 +42,7 @@ struct Look {
         Once() { gOffsets = offsets(MEMBERS...); }
     };
     static inline Once once;
-    static inline Once* const use = &once;
+    static inline Once* const USE = &once;
 };
 template struct Look<&AudioThread::mRunning, &AudioThread::mName, &AudioThread::mPolicy,
                      &AudioThread::mPriority, &AudioThread::mThread, &AudioThread::mLock,

@@ -46,7 +46,7 @@ template <>
 struct Call<&V::setTrackChannelGain> {
     static void run(V& volume, Input& in) {
         const auto gains = std::make_unique<float[]>(8);
-        for (int i = 0; i < 8; ++i)
+        for (std::size_t i = 0; i < 8; ++i)
             gains[i] = in.gain();
         const char* const tag = in.flag() ? "auxiliary" : in.orNull(in.name());
         const char* const name = in.orNull(in.text());

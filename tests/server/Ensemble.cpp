@@ -113,7 +113,7 @@ std::vector<std::string> perform(const std::vector<Voice>& voices) {
 }
 
 std::vector<Voice> ensemble(unsigned count) {
-    static const std::vector<Voice> KINDS = {
+    static const std::vector<Voice> kinds = {
         {"music", AUDIO_TAG_MAIN, 48000, 2, 1, 40000, 1777, 0},
         {"chime", AUDIO_TAG_ALTERNATIVE, 44100, 1, 1, 20011, 333, 0},
         {"voice", AUDIO_TAG_INPUT0, 16000, 1, 1, 8000, 200, 0},
@@ -124,7 +124,7 @@ std::vector<Voice> ensemble(unsigned count) {
         {"invocation", AUDIO_TAG_OUTPUT_INVOCATION, 48000, 1, 1, 20000, 999, 0}};
     std::vector<Voice> voices;
     for (unsigned i = 0; i < count; ++i) {
-        Voice voice = KINDS[i % KINDS.size()];
+        Voice voice = kinds[i % kinds.size()];
         // Two sinks would share the source, in the order of their creation.
         if (i > 0 && voice.tag == AUDIO_TAG_MAIN) voice.tag = AUDIO_TAG_AUXILIARY;
         voice.name += std::to_string(i);

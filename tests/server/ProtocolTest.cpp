@@ -68,7 +68,8 @@ TEST_F(ClientProtocol, RegistrationAnswersWithAFrameAndTheHandle) {
 TEST_F(ClientProtocol, EveryKnownTypeGetsItsOwnHandle) {
     std::set<std::uint32_t> handles;
     std::vector<std::unique_ptr<RawClient>> clients;
-    for (const unsigned type : {0, 1, 2, 3, 64, 65, 66, 67, 68, 128, 129, 130, 131, 132, 133}) {
+    for (const unsigned type :
+         {0U, 1U, 2U, 3U, 64U, 65U, 66U, 67U, 68U, 128U, 129U, 130U, 131U, 132U, 133U}) {
         clients.push_back(
             std::make_unique<RawClient>(static_cast<audio_connect_type>(type), "client"));
         EXPECT_NE(clients.back()->handle(), 0U) << type;

@@ -37,11 +37,11 @@ protected:
         EXPECT_EQ(cabinaudio::sem_init(semaphore, 1, 0), 0);
         struct sigaction action = {};
         action.sa_handler = onFault;
-        EXPECT_EQ(sigaction(SIGSEGV, &action, &previous), 0);
+        EXPECT_EQ(sigaction(SIGSEGV, &action, &mPrevious), 0);
         step = IDLE;
     }
     ~LeavingWaiter() override {
-        EXPECT_EQ(sigaction(SIGSEGV, &previous, nullptr), 0);
+        EXPECT_EQ(sigaction(SIGSEGV, &mPrevious, nullptr), 0);
         munmap(front, 2 * page);
     }
 
@@ -93,7 +93,7 @@ private:
         }
     }
 
-    struct sigaction previous = {};
+    struct sigaction mPrevious = {};
 };
 
 TEST_F(LeavingWaiter, MarksTheSemaphoreAgainForAWaiterThatArrivedMeanwhile) {

@@ -17,7 +17,7 @@ public:
     }
 };
 
-[[maybe_unused]] ::testing::Environment* const programs =
+[[maybe_unused]] ::testing::Environment* const PROGRAMS =
     ::testing::AddGlobalTestEnvironment(new Programs);
 
 }  // namespace

@@ -19,7 +19,6 @@ using trace::Kind;
 constexpr std::uint32_t AUXILIARY = 2;
 constexpr std::uint32_t SET_MASTER_STEP = 4;
 constexpr std::uint32_t GET_MASTER_GAIN = 21;
-constexpr std::uint32_t START = 6;
 
 /// One way to break a conversation; the last record gets the notes.
 struct Fault {
