@@ -99,6 +99,10 @@ def test_faults_at_a_time(cabin):
         music.start()
         # How much of it is discarded is decided by the library's real half second.
         assert music.write(MUSIC) > 0
+        # Meanwhile time may have stood: it has to reach the activation before the stream ends.
+        bound = time.monotonic() + 60
+        while cabin.time_state()["ms"] < 1000 and time.monotonic() < bound:
+            time.sleep(0.01)
     changes = [(change["what"], change["ms"]) for change in cabin.stop().report["changes"]]
     assert ("withdrawn", 500) in changes, changes
 

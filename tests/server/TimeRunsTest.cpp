@@ -66,6 +66,20 @@ Take takeOf(const std::vector<Voice>& voices, std::vector<std::string> arguments
     return take;
 }
 
+/// Whether the machine stood still for so long that the library gave up a wait for space, which it
+/// does after 600 ms. Such a take says nothing about others.
+bool isDisturbed(const Take& take) {
+    const std::string givenUp = "write: " + std::to_string(AUDIO_TIMED_OUT);
+    return std::find(take.results.begin(), take.results.end(), givenUp) != take.results.end();
+}
+
+Take undisturbedTakeOf(const std::vector<Voice>& voices) {
+    Take take = takeOf(voices, timeOf(voices));
+    for (int more = 2; isDisturbed(take) && more > 0; --more)
+        take = takeOf(voices, timeOf(voices));
+    return take;
+}
+
 void expectEqual(const Take& first, const Take& other, int run) {
     EXPECT_EQ(first.results, other.results) << "in run " << run;
     EXPECT_EQ(first.report, other.report) << "in run " << run;
@@ -80,7 +94,7 @@ protected:
 
 TEST_P(LockstepRuns, StreamsOfAllKindsAreHeardAlike) {
     const auto voices = ensemble(GetParam());
-    const Take first = takeOf(voices, timeOf(voices));
+    const Take first = undisturbedTakeOf(voices);
     ASSERT_EQ(first.status, 0) << first.report;
     const json report = json::parse(first.report);
     EXPECT_EQ(report.at("time").at("errors"), json::array());
@@ -89,7 +103,7 @@ TEST_P(LockstepRuns, StreamsOfAllKindsAreHeardAlike) {
     for (const json& stream : report.at("streams"))
         EXPECT_EQ(stream.at("underruns"), 0) << stream;
     for (int run = 1; run < runs() && !HasFailure(); ++run)
-        expectEqual(first, takeOf(voices, timeOf(voices)), run);
+        expectEqual(first, undisturbedTakeOf(voices), run);
 }
 
 // ---- Beside real time ---------------------------------------------------------------------------
