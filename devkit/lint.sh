@@ -46,6 +46,13 @@ without_licence() {
     done | complain "no ${tag}Identifier in the first two lines"
 }
 
+# Runs a command, and prints what it says only if it fails.
+quietly() {
+    report=$("$@" 2>&1) && return 0
+    printf '%s\n' "$report"
+    return 1
+}
+
 # Every file has a licence, and every licence its text. Prints only errors.
 reuse_rules() {
     report=$(reuse lint 2>&1) && ! printf '%s\n' "$report" | grep 'ERROR' && return 0
@@ -125,7 +132,7 @@ layout() {
 # Sources that this build compiles, because clang-tidy needs their command lines. In tests it looks at
 # names only.
 tidy() {
-    devkit/tidy/test_tidy.py 2>/dev/null && devkit/tidy/tidy.py --jobs "$jobs" "$build"
+    quietly devkit/tidy/test_tidy.py && devkit/tidy/tidy.py --jobs "$jobs" "$build"
 }
 
 # Each check that .clang-tidy disables is mentioned in its comments.
@@ -170,21 +177,19 @@ links() {
 
 # Code that the mutants change exists in the library exactly once.
 stale_mutants() {
-    devkit/mutation/test_places.py 2>/dev/null && devkit/mutation/mutate.py --check
+    quietly devkit/mutation/test_places.py && devkit/mutation/mutate.py --check
 }
 
 # The page of recorded runs matches their results, and that check fails when it should.
 stale_figures() {
-    devkit/reliability/test_report.py 2>/dev/null && devkit/reliability/report.py --check
+    quietly devkit/reliability/test_report.py && devkit/reliability/report.py --check
 }
 
 # The dissector, with the names that Wireshark gives to scripts.
 lua_scripts() {
-    report=$(luacheck --quiet --no-color --std lua52 --no-max-line-length --globals Proto \
+    quietly luacheck --quiet --no-color --std lua52 --no-max-line-length --globals Proto \
         ProtoField ProtoExpert Pref DissectorTable Dissector wtap base frametype expert NSTime \
-        ENC_UTF_8 -- devkit/wireshark/cabinaudio.lua) && return 0
-    printf '%s\n' "$report"
-    return 1
+        ENC_UTF_8 -- devkit/wireshark/cabinaudio.lua
 }
 
 # The page of the protocol, the fields of traces and the dissector's tables match the headers.

@@ -83,14 +83,6 @@ ChildResult runInChild(std::chrono::milliseconds bound, const std::function<void
     return result;
 }
 
-void forgetSignals() {
-    for (int signal = 1; signal < NSIG; ++signal)
-        std::signal(signal, SIG_DFL);
-    sigset_t none;
-    sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, nullptr);
-}
-
 void silenceStandardError() {
     const int nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (nothing >= 0) dup2(nothing, STDERR_FILENO);

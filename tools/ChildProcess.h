@@ -30,9 +30,6 @@ struct ChildResult {
 [[nodiscard]] ChildResult runInChild(std::chrono::milliseconds bound,
                                      const std::function<void(int answers)>& work);
 
-/// In a child: no signal is handled or blocked, as a program expects at its start.
-void forgetSignals();
-
 /// In a child: messages of libraries go nowhere.
 void silenceStandardError();
 

@@ -88,6 +88,25 @@ class Tidy(unittest.TestCase):
         commands.write_text(commands.read_text().replace("-o Two.o", "-DX -o Two.o"))
         self.assertEqual(self.tidy(), (0, "", 1))
 
+    def test_a_source_is_checked_in_each_way_in_which_it_is_compiled(self):
+        self.write(self.tree / "link" / "Two.cpp", "#ifdef X\nint Two_() { return 2; }\n#endif\n")
+        commands = self.tree / "build" / "compile_commands.json"
+        entries = json.loads(commands.read_text())
+        other = {**entries[1], "command": entries[1]["command"].replace("-o Two.o", "-o Other.o")}
+        commands.write_text(json.dumps([*entries, other]))
+        self.assertEqual(self.tidy(), (0, "", 2))
+        other["command"] += " -DX"
+        commands.write_text(json.dumps([*entries, other]))
+        status, said, runs = self.tidy()
+        self.assertEqual((status, runs), (1, 1))
+        self.assertIn("Two.cpp:2:5: error", said)
+
+    def test_what_a_crash_left_empty_counts_for_nothing(self):
+        self.tidy()
+        for file in (self.root / "cache").glob("cabinaudio/tidy/*/*"):
+            file.write_text("")
+        self.assertEqual(self.tidy(), (0, "", 2))
+
     def test_files_are_those_that_the_build_compiles(self):
         self.assertEqual(self.tidy("link/Two.cpp"), (0, "", 1))
         status, said, _ = self.tidy("link/Good.h")

@@ -10,6 +10,7 @@ path, so that clones share it.
 """
 import argparse
 import concurrent.futures
+import contextlib
 import functools
 import hashlib
 import json
@@ -28,6 +29,7 @@ DIRECTORIES = ("foundation", "link", "shm", "diag", "client", "devkit", "tools",
 KEPT_S = 30 * 24 * 3600
 # Another compiler's precompiled header, which clang-tidy cannot read.
 PRECOMPILED = re.compile(r" -include \S+/cmake_pch\.hxx")
+OUTPUT = re.compile(r" -o \S+")
 
 
 @functools.lru_cache(maxsize=None)
@@ -57,15 +59,19 @@ class Memory:
     def __init__(self, directory):
         self.directory = directory
         directory.mkdir(parents=True, exist_ok=True)
+        now = time.time()
         for file in directory.glob("*/*"):
-            if file.stat().st_mtime < time.time() - KEPT_S:
-                file.unlink()
+            # Another clone may do the same.
+            with contextlib.suppress(FileNotFoundError):
+                if file.stat().st_mtime < now - KEPT_S:
+                    file.unlink()
 
     def knows(self, source):
         for file in (self.directory / source.key()).glob("*"):
             lines = file.read_text(encoding="utf-8").splitlines()
             parts = [line.split(" ", 1) for line in lines]
-            if all(digest_of(source.root / name) == digest for digest, name in parts):
+            # Empty after a crash, it would be true of everything.
+            if parts and all(digest_of(source.root / name) == digest for digest, name in parts):
                 os.utime(file)
                 return True
         return False
@@ -82,16 +88,23 @@ class Memory:
 
 
 class Source:
-    def __init__(self, root, entry):
+    """A source, with each way in which it is compiled."""
+
+    def __init__(self, root, path):
         self.root = root
+        self.path = path
+        self.directory = None
+        self.commands = {}  # by what matters of them
+
+    def add(self, entry):
         self.directory = entry["directory"]
-        self.path = Path(entry["file"])
-        self.command = PRECOMPILED.sub("", entry["command"])
+        command = PRECOMPILED.sub("", entry["command"])
+        self.commands.setdefault(OUTPUT.sub("", command), command)
 
     def key(self):
         """Of everything but files that the source includes."""
         parts = [version(), checks_of(self.path.parent, self.root), str(self.name()).encode(),
-                 self.command.replace(str(self.root), "").encode()]
+                 *(one.replace(str(self.root), "").encode() for one in self.commands.values())]
         return hashlib.sha256(b"\0".join(parts)).hexdigest()
 
     def name(self):
@@ -99,17 +112,17 @@ class Source:
 
     def files(self):
         """Names of the source and the files of the tree that it includes."""
-        words = shlex.split(self.command)
+        return sorted(set().union(*map(self.files_with, self.commands)))
+
+    def files_with(self, command):
+        words = shlex.split(command)
         compiler = next(i for i, word in enumerate(words) if re.search(r"(\+\+|cc)(-\d+)?$", word))
-        words = words[compiler + 1:]
-        output = words.index("-o")
-        del words[output:output + 2]
-        done = subprocess.run(["clang++", *words, "-w", "-MM", "-MT", "x"], cwd=self.directory,
+        done = subprocess.run(["clang++", *words[compiler + 1:], "-w", "-MM", "-MT", "x"], cwd=self.directory,
                               check=True, stdout=subprocess.PIPE, text=True)
         names = shlex.split(done.stdout.replace("\\\n", " "))[1:]
         paths = {Path(os.path.normpath(os.path.join(self.directory, name))) for name in names}
-        return sorted(str(path.relative_to(self.root)) for path in paths
-                      if path.is_relative_to(self.root))
+        return {str(path.relative_to(self.root)) for path in paths
+                if path.is_relative_to(self.root)}
 
     def check(self, commands):
         """Returns clang-tidy's findings. Its counts of suppressed warnings are dropped."""
@@ -121,7 +134,7 @@ class Source:
 
 
 def sources_of(root, build, chosen):
-    """The first command of each source of ours."""
+    """Our sources that the build compiles; of these, the chosen ones if there are any."""
     with open(build / "compile_commands.json", encoding="utf-8") as file:
         entries = json.load(file)
     sources = {}
@@ -130,7 +143,7 @@ def sources_of(root, build, chosen):
         if not path.is_relative_to(root) or path.relative_to(root).parts[0] not in DIRECTORIES:
             continue
         if not chosen or path in chosen:
-            sources.setdefault(path, Source(root, entry))
+            sources.setdefault(path, Source(root, path)).add(entry)
     for path in chosen:
         if path not in sources:
             sys.exit(f"tidy.py: {path} is not compiled in {build}")
@@ -159,8 +172,8 @@ def main():
     commands = tempfile.mkdtemp()
     try:
         with open(os.path.join(commands, "compile_commands.json"), "w", encoding="utf-8") as file:
-            json.dump([{"directory": one.directory, "file": str(one.path), "command": one.command}
-                       for one in sources], file)
+            json.dump([{"directory": one.directory, "file": str(one.path), "command": command}
+                       for one in sources for command in one.commands.values()], file)
         with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
             jobs = [pool.submit(judge, source, memory, commands) for source in sources]
             failed = 0

@@ -160,8 +160,7 @@ class HourOne(Installed):
                 ["bash", "-c", script], cwd=directory, stdin=subprocess.DEVNULL, check=False,
                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=240,
                 env=clean_environment(
-                    HOME=self.home, XDG_CONFIG_HOME=self.home / ".config",
-                    PATH=f"{self.prefix / 'bin'}:{os.environ['PATH']}",
+                    HOME=self.home, PATH=f"{self.prefix / 'bin'}:{os.environ['PATH']}",
                     PULSE_SERVER=sound.address,
                     CABINAUDIO_INSTANCE=f"hour-one-{os.getpid()}"))
         subprocess.run([self.prefix / "bin" / "cabinaudio-run", "--instance",

@@ -163,7 +163,6 @@ def _started_environment(directory, programs, home):
     return clean_environment(
         PATH=f"{shims}:{programs}:{os.environ['PATH']}",
         HOME=home,
-        XDG_CONFIG_HOME=home / ".config",
         TMPDIR=temporary,
         # As if it were installed where the system looks.
         LD_LIBRARY_PATH=programs.parent / LIBDIR if programs.parent == PREFIX else "",

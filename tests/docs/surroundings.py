@@ -28,13 +28,16 @@ BIN = PREFIX / "bin"
 
 
 def clean_environment(**more):
-    """The environment without what could lead to another installed tree, or open a window."""
+    """The environment without what could lead to another installed tree, or open a window. Whoever
+    has a HOME of its own has its configuration there, too."""
     environment = {
         name: value
         for name, value in os.environ.items()
         if not name.startswith(("PKG_CONFIG_", "CABINAUDIO_", "LD_", "CMAKE_PREFIX_PATH", "DISPLAY",
                                 "WAYLAND_DISPLAY"))
     }
+    if "HOME" in more:
+        environment.pop("XDG_CONFIG_HOME", None)
     environment.update({name: str(value) for name, value in more.items()})
     return environment
 

@@ -73,6 +73,7 @@ bool isDisturbed(const Take& take) {
     return std::find(take.results.begin(), take.results.end(), givenUp) != take.results.end();
 }
 
+/// One of three takes at most: all three are disturbed only by a server that wakes nobody.
 Take undisturbedTakeOf(const std::vector<Voice>& voices) {
     Take take = takeOf(voices, timeOf(voices));
     for (int more = 2; isDisturbed(take) && more > 0; --more)

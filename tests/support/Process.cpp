@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/support/Process.h"
 
+#include "devkit/process/Signals.h"
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -74,15 +76,6 @@ std::vector<char*> pointersTo(Words& texts) {
         all.push_back(text.data());
     all.push_back(nullptr);
     return all;
-}
-
-/// A test may run where the shell ignores SIGINT.
-void forgetSignals() {
-    for (int signal = 1; signal < NSIG; ++signal)
-        std::signal(signal, SIG_DFL);
-    sigset_t none;
-    sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
 /// What the child does; everything that takes memory was prepared before the fork, because other

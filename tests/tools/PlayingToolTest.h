@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tests/support/ProcessState.h"
 #include "tests/tools/ToolTest.h"
+
+#include <gtest/gtest.h>
 
 #include <memory>
 #include <string>
@@ -16,8 +19,8 @@ protected:
         writeSound(file("sound.wav"), {.frames = 480000});
         mPlayer = std::make_unique<ToolProcess>(
             Words{"play", "--tag", "auxiliary", "--name", name, file("sound.wav")});
-        while (mServer->command("state").find("\"active\"") == std::string::npos) {
-        }
+        ASSERT_TRUE(eventually(
+            [&] { return mServer->command("state").find("\"active\"") != std::string::npos; }));
     }
 
     std::unique_ptr<ToolProcess> mPlayer;

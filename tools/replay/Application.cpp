@@ -2,7 +2,7 @@
 #include "tools/replay/Application.h"
 
 #include "devkit/board/Board.h"
-#include "tools/ChildProcess.h"
+#include "devkit/process/Signals.h"
 #include "tools/Failure.h"
 
 #include <poll.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/scenario/Child.h"
 
-#include "tools/ChildProcess.h"
+#include "devkit/process/Signals.h"
 #include "tools/Failure.h"
 
 #include <fcntl.h>
