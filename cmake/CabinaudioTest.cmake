@@ -1,5 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
-# One test program; each of its GoogleTest cases becomes a CTest test.
+# One test program; each of its GoogleTest cases becomes a CTest test. With CABINAUDIO_TEST_SHARDS
+# its cases are divided among that many tests instead: where a process takes long to start (an
+# emulator, a sanitizer), starting one for each case takes longer than all cases.
 #   cabinaudio_add_test(<name> SOURCES <file>... [LIBS <target>...] [LABELS <label>...]
 #                       [TIMEOUT <seconds>] [INTERPOSES <family>...])
 # INTERPOSES: families of functions that the program defines itself, see tests/interpose.
@@ -42,10 +44,38 @@ function(cabinaudio_add_test name)
         list(GET cabinaudio_long_tests ${place} seconds)
         list(APPEND properties COST ${seconds})
     endif()
-    gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
-                         DISCOVERY_TIMEOUT 120 PROPERTIES ${properties})
+    if(CABINAUDIO_TEST_SHARDS)
+        math(EXPR timeout "${arg_TIMEOUT} + 480")
+        cabinaudio_add_shards(${name} ${properties} TIMEOUT ${timeout})
+    else()
+        gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
+                             DISCOVERY_TIMEOUT 120 PROPERTIES ${properties})
+    endif()
     set_property(GLOBAL APPEND PROPERTY cabinaudio_test_programs ${name})
 endfunction()
+
+# Of n shards, GoogleTest gives the first one the cases 1, n + 1, 2n + 1 and so on.
+function(cabinaudio_add_shards program)
+    set(count ${CABINAUDIO_TEST_SHARDS})
+    if(program IN_LIST cabinaudio_slow_programs)
+        math(EXPR count "4 * ${count}")
+    endif()
+    math(EXPR last "${count} - 1")
+    foreach(index RANGE ${last})
+        math(EXPR number "${index} + 1")
+        add_test(NAME "${program}.${number}of${count}" COMMAND ${program})
+        set_tests_properties("${program}.${number}of${count}" PROPERTIES ${ARGN}
+            ENVIRONMENT "GTEST_TOTAL_SHARDS=${count};GTEST_SHARD_INDEX=${index}")
+    endforeach()
+endfunction()
+
+# Programs whose cases together take more than ten seconds on an idle machine, most of them waits.
+# They have four times as many shards, so that these run in parallel.
+set(cabinaudio_slow_programs
+    alsa-programs-test alsa-test call-test client-storm-test client-stream-test client-test
+    gst-sink-test gst-source-test hear-test hearing-test kill-test server-half-open-test
+    server-settings-test server-test server-time-test sound-test test-tool test-tool-bounds
+    test-tool-doctor test-tool-replay test-tool-scenario)
 
 # Seconds of a program's longest test, for programs with tests of two and more. CTest starts long
 # tests first; without these figures, the first run in a new build tree ends with a few long tests

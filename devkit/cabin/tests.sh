@@ -87,11 +87,14 @@ left_behind() {
 }
 
 # Prints the output of failed tests: for each test the first lines, which contain the failed check,
-# and the last ones. With a common cause, the first tests show it.
+# and the last ones, without the cases that passed. With a common cause, the first tests show it.
 show_failures() {
     [ -e "build/$1/test.log" ] || return 0
     awk -v most=80 -v tests=50 '
+        function line(text) { if (++count <= most) print text; else { last[count % 20] = text; if (kept < 20) ++kept } }
+        function unfinished() { for (i = 1; i <= held; ++i) line(case_lines[i]); held = 0 }
         function rest() {
+            unfinished()
             if (count > most + kept) print "    ... " count - most - kept " lines, see test.log"
             for (i = kept - 1; i >= 0; --i) print last[(count - i) % 20]
             count = kept = 0
@@ -101,17 +104,25 @@ show_failures() {
                                       if (shown) print; next }
         /^ *Start +[0-9]+: / { next }
         /% tests passed/ { rest(); shown = 0 }
-        shown && ++count <= most { print; next }
-        shown { last[count % 20] = $0; if (kept < 20) ++kept }
+        !shown { next }
+        /^\[ RUN      \] / { unfinished(); case_lines[++held] = $0; next }
+        /^\[       OK \] / { held = 0; next }
+        /^\[  (FAILED|SKIPPED) / { unfinished() }
+        held { case_lines[++held] = $0; next }
+        { line($0) }
         END { rest(); if (failures > tests)
                   print "... " failures - tests " more failed tests, see test.log" }' "build/$1/test.log"
 }
 
-# Names of the failed tests, indented, limited to a readable number.
+# Names of the failed tests, and of the failed cases of shards, indented, limited to a readable number.
 failed_tests() {
-    sed -n '/^The following tests FAILED:/,$ s/^[[:blank:]]*\([0-9][0-9]* - \)/    \1/p' \
-        "build/$1/test.log" 2>/dev/null |
-        awk 'NR <= 50 { print } END { if (NR > 50) print "    ... " NR - 50 " more, see test.log" }'
+    {
+        sed -n '/^The following tests FAILED:/,$ s/^[[:blank:]]*\([0-9][0-9]* - \)/    \1/p' \
+            "build/$1/test.log" 2>/dev/null
+        awk '/^ *[0-9]+\/[0-9]+ +Test +#/ { in_shard = / [^ ]+\.[0-9]+of[0-9]+ / }
+             in_shard && sub(/^\[  FAILED  \] /, "") && sub(/ \([0-9]+ ms\)$/, "") { print "        " $0 }' \
+            "build/$1/test.log" 2>/dev/null
+    } | awk 'NR <= 50 { print } END { if (NR > 50) print "    ... " NR - 50 " more, see test.log" }'
 }
 
 # install_modules DIRECTORY: the modules of npm with which tests drive a browser, in their directory of
@@ -141,16 +152,27 @@ missing_programs() {
         "build/$1/Testing/Temporary/LastTest.log" 2>/dev/null || true
 }
 
-# The ten tests that took longest, with their seconds.
+# The ten tests or cases of shards that took longest, with their seconds.
 slowest_tests() {
-    sed -n 's/^ *[0-9]*\/[0-9]* \{1,\}Test \{1,\}#[0-9]*: \([^ ]*\) .* \([0-9.]*\) sec.*/\2 \1/p' \
-        "build/$1/test.log" 2>/dev/null | sort -k1,1nr -k2 | head -n 10 |
+    awk '/^[0-9]+\/[0-9]+ Test: / { name = $3; in_shard = name ~ /\.[0-9]+of[0-9]+$/ }
+         /^Test time = / && !in_shard { print $4, name }
+         in_shard && /^\[ *(OK|FAILED) *\] .* \([0-9]+ ms\)$/ {
+             took = $(NF - 1); sub(/^\(/, "", took)
+             sub(/^\[ *(OK|FAILED) *\] /, ""); sub(/,? .*/, "")
+             sub(/\.[0-9]+of[0-9]+$/, "", name); printf "%.2f %s.%s\n", took / 1000, name, $0 }' \
+        "build/$1/Testing/Temporary/LastTest.log" 2>/dev/null | sort -k1,1nr -k2 | head -n 10 |
         awk 'NR == 1 { print "    slowest tests:" } { printf "    %8.2f s  %s\n", $1, $2 }'
 }
 
+# The closing line of CTest; where tests are shards, also the number of cases that they ran.
 closing_line() {
-    grep -E '% tests passed' "build/$1/test.log" 2>/dev/null ||
-        echo "no closing line, see build/$1/test.log"
+    line=$(grep -E '% tests passed' "build/$1/test.log" 2>/dev/null) ||
+        line="no closing line, see build/$1/test.log"
+    cases=$(awk '/^[0-9]+\/[0-9]+ Test: / { in_shard = $3 ~ /\.[0-9]+of[0-9]+$/ }
+                 in_shard && /^\[==========\] Running [0-9]+ tests? from / { count += $3 }
+                 END { if (count) print count }' \
+        "build/$1/Testing/Temporary/LastTest.log" 2>/dev/null) || cases=
+    printf '%s\n' "$line${cases:+ ($cases cases in the shards)}"
 }
 
 cmd_coverage() {

@@ -9,8 +9,9 @@ It writes to MACHINE/devkit/vm
   plan.json       the programs and their tests, for run.py
   tests.cmake     the tests, for CTest
 
-The tests are the CTest tests of TESTS. Left out are those in not-run.txt, which cannot run in the
-machine, and those that start no test program, such as checks of object code.
+The tests are the cases of the programs that CTest starts in TESTS. Left out are those in
+not-run.txt, which cannot run in the machine, and what starts no test program, such as checks of
+object code.
 """
 import argparse
 import fnmatch
@@ -67,14 +68,32 @@ def not_run():
         return [line.split(None, 1) for line in file.read().splitlines() if line[:1] not in "#"]
 
 
-def split_command(test, tests_build):
-    """The test's program and GoogleTest name, or None when it starts no test program."""
+def program_of(test, tests_build):
+    """The words with which CTest starts the test's program, the program last; None when it starts
+    none."""
     command = test["command"]
-    programs = [word for word in command if word.startswith(tests_build + "/tests/")]
-    names = [word.split("=", 1)[1] for word in command if word.startswith("--gtest_filter=")]
-    if len(programs) != 1 or len(names) != 1:
-        return None, None
-    return programs[0], names[0]
+    places = [place for place, word in enumerate(command)
+              if word.startswith(tests_build + "/tests/") and is_elf(word)]
+    if len(places) != 1:
+        return None
+    return command[:places[0] + 1]
+
+
+def cases_of(words):
+    """The names of a GoogleTest program's cases, as GoogleTest lists them."""
+    run = subprocess.run([*words, "--gtest_list_tests"], check=True, stdout=subprocess.PIPE,
+                         text=True)
+    names = []
+    suite = None
+    for line in run.stdout.splitlines():
+        name = line.split("  # ")[0].rstrip()
+        if line.startswith("  "):
+            names.append(suite + name.strip())
+        elif name.endswith("."):
+            suite = name
+    if not names:
+        fail(f"{words[-1]} lists no tests")
+    return names
 
 
 class Plan:
@@ -87,35 +106,42 @@ class Plan:
         reasons = not_run()
         used = set()
         for test in listed_tests(tests_build):
-            if "long" in test["properties"].get("LABELS", []):
-                if not with_long:
-                    continue
-                self.long_seconds += int(test["properties"].get("TIMEOUT", 120))
-            found = [pair for pair in reasons if fnmatch.fnmatchcase(test["name"], pair[0])]
-            used.update(pair[0] for pair in found)
-            self.add(test, tests_build, found[0][1] if found else None)
+            words = program_of(test, tests_build)
+            if words is None:
+                used |= self.leave_out(test["name"], reasons, NO_PROGRAM)
+            elif with_long or "long" not in test["properties"].get("LABELS", []):
+                self.add(test, words)
+        for name, program in self.programs.items():
+            for case in cases_of(program.pop("words")):
+                left_out = self.leave_out(f"{name}.{case}", reasons)
+                used |= left_out
+                if not left_out:
+                    program["tests"][case] = f"{name}.{case}"
         unused = [pair[0] for pair in reasons if pair[0] not in used]
         if unused:
             fail("not-run.txt names tests that do not exist: " + ", ".join(unused))
 
-    def add(self, test, tests_build, reason):
-        path, name = split_command(test, tests_build)
-        if path is None and reason is None:
-            reason = NO_PROGRAM
+    def leave_out(self, name, reasons, otherwise=None):
+        """Leaves a test out, if there is a reason. Returns the patterns that name it."""
+        found = [pair for pair in reasons if fnmatch.fnmatchcase(name, pair[0])]
+        reason = found[0][1] if found else otherwise
         if reason is not None:
-            self.left_out.append({"name": test["name"], "reason": reason})
-        if path is None:
-            return
+            self.left_out.append({"name": name, "reason": reason})
+        return {pair[0] for pair in found}
+
+    def add(self, test, words):
+        """Adds the program of a test, or one more test of that program."""
         properties = test["properties"]
-        fresh = {"path": path, "directory": properties["WORKING_DIRECTORY"], "seconds": 0,
-                 "environment": properties.get("ENVIRONMENT", []), "tests": {}}
-        program = self.programs.setdefault(os.path.basename(path), fresh)
-        if program["path"] != path or program["environment"] != fresh["environment"]:
+        if "long" in properties.get("LABELS", []):
+            self.long_seconds += int(properties.get("TIMEOUT", 120))
+        environment = [one for one in properties.get("ENVIRONMENT", [])
+                       if not one.startswith("GTEST_")]
+        fresh = {"path": words[-1], "words": words, "directory": properties["WORKING_DIRECTORY"],
+                 "seconds": PATIENCE * int(properties.get("TIMEOUT", 120)),
+                 "environment": environment, "tests": {}}
+        program = self.programs.setdefault(os.path.basename(words[-1]), fresh)
+        if program != fresh:
             fail(f"{test['name']} needs another start than the other tests of its program")
-        if reason is None:
-            program["tests"][name] = test["name"]
-        program["seconds"] = max(program["seconds"],
-                                 PATIENCE * int(properties.get("TIMEOUT", 120)))
 
 
 # Files ----------------------------------------------------------------------------------------

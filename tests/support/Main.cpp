@@ -32,10 +32,26 @@ void startFirstThread() {
 constexpr int MOST_ATTEMPTS = 10;
 constexpr const char* ATTEMPT = "CABINAUDIO_TEST_ATTEMPT";
 
-/// Begins the program anew when it failed with a server at real pace while the machine stood
-/// still: sound was lost then, or a wait was over, for no reason of the program's. Returns when it
-/// did not, or when it has been tried often enough.
-void repeatAfterPause(char** arguments) {
+/// The failed cases as a filter; empty when a failure belongs to none.
+std::string failedCases() {
+    std::string names;
+    const auto& all = *testing::UnitTest::GetInstance();
+    for (int i = 0; i < all.total_test_suite_count(); ++i) {
+        const auto& suite = *all.GetTestSuite(i);
+        if (suite.ad_hoc_test_result().Failed()) return {};
+        for (int k = 0; k < suite.total_test_count(); ++k) {
+            const auto& test = *suite.GetTestInfo(k);
+            if (!test.result()->Failed()) continue;
+            names += (names.empty() ? "" : ":") + std::string(suite.name()) + "." + test.name();
+        }
+    }
+    return names;
+}
+
+/// Begins the program anew, with its failed cases only, when it failed with a server at real pace
+/// while the machine stood still: sound was lost then, or a wait was over, for no reason of the
+/// program's. Returns when it did not, or when it has been tried often enough.
+void repeatAfterPause(std::vector<char*> arguments) {
     const char* const before = std::getenv(ATTEMPT);
     const int attempt = before != nullptr ? std::atoi(before) : 1;
     const auto pause = cabinaudio::test::Metronome::longestPause();
@@ -44,7 +60,13 @@ void repeatAfterPause(char** arguments) {
                 static_cast<long long>(pause.count()), attempt + 1);
     std::fflush(nullptr);
     setenv(ATTEMPT, std::to_string(attempt + 1).c_str(), 1);
-    execv("/proc/self/exe", arguments);
+    std::string filter = "--gtest_filter=" + failedCases();
+    if (!failedCases().empty()) {
+        // The last one counts.
+        arguments.insert(arguments.end() - 1, filter.data());
+        unsetenv("GTEST_TOTAL_SHARDS");
+    }
+    execv("/proc/self/exe", arguments.data());
 }
 
 }  // namespace
@@ -59,6 +81,8 @@ int main(int argc, char** argv) {
     std::vector<char*> arguments(argv, argv + argc + 1);
     const bool chosen = std::getenv("CABINAUDIO_INSTANCE") != nullptr;
     const std::string own = "test" + std::to_string(getpid());
+    // An earlier process of that number may have been killed.
+    if (!chosen) cabinaudio::test::removeInstanceFiles(own);
     setenv("CABINAUDIO_INSTANCE", own.c_str(), 0);
     __android_log_set_logger([](const struct __android_logger_data*, const char*) {});
     startFirstThread();
@@ -69,6 +93,6 @@ int main(int argc, char** argv) {
         cabinaudio::test::removeInstanceFiles(own);
         unsetenv("CABINAUDIO_INSTANCE");
     }
-    if (result != 0) repeatAfterPause(arguments.data());
+    if (result != 0) repeatAfterPause(arguments);
     return result;
 }
