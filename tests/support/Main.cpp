@@ -32,6 +32,15 @@ void startFirstThread() {
 constexpr int MOST_ATTEMPTS = 10;
 constexpr const char* ATTEMPT = "CABINAUDIO_TEST_ATTEMPT";
 
+/// Test programs that a test starts run all of their own tests: GoogleTest has divided this program's
+/// when this is set up.
+class ShardsOfThisProgramOnly : public testing::Environment {
+    void SetUp() override {
+        unsetenv("GTEST_TOTAL_SHARDS");
+        unsetenv("GTEST_SHARD_INDEX");
+    }
+};
+
 /// The failed cases as a filter; empty when a failure belongs to none.
 std::string failedCases() {
     std::string names;
@@ -64,7 +73,6 @@ void repeatAfterPause(std::vector<char*> arguments) {
     if (!failedCases().empty()) {
         // The last one counts.
         arguments.insert(arguments.end() - 1, filter.data());
-        unsetenv("GTEST_TOTAL_SHARDS");
     }
     execv("/proc/self/exe", arguments.data());
 }
@@ -87,6 +95,7 @@ int main(int argc, char** argv) {
     __android_log_set_logger([](const struct __android_logger_data*, const char*) {});
     startFirstThread();
     testing::InitGoogleTest(&argc, argv);
+    testing::AddGlobalTestEnvironment(new ShardsOfThisProgramOnly);  // GoogleTest deletes it
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const int result = RUN_ALL_TESTS();
     if (!chosen) {
