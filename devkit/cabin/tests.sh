@@ -91,10 +91,17 @@ left_behind() {
 show_failures() {
     [ -e "build/$1/test.log" ] || return 0
     awk -v most=80 -v tests=50 '
-        function line(text) { if (++count <= most) print text; else { last[count % 20] = text; if (kept < 20) ++kept } }
-        function unfinished() { for (i = 1; i <= held; ++i) line(case_lines[i]); held = 0 }
+        function line(text) {
+            if (++count <= most) { print text; return }
+            last[count % 20] = text
+            if (kept < 20) ++kept
+        }
+        function finish_case() {
+            for (i = 1; i <= held; ++i) line(lines[i])
+            held = 0
+        }
         function rest() {
-            unfinished()
+            finish_case()
             if (count > most + kept) print "    ... " count - most - kept " lines, see test.log"
             for (i = kept - 1; i >= 0; --i) print last[(count - i) % 20]
             count = kept = 0
@@ -105,10 +112,11 @@ show_failures() {
         /^ *Start +[0-9]+: / { next }
         /% tests passed/ { rest(); shown = 0 }
         !shown { next }
-        /^\[ RUN      \] / { unfinished(); case_lines[++held] = $0; next }
+        /^\[----------\] / { next }
+        /^\[ RUN      \] / { finish_case(); lines[++held] = $0; next }
         /^\[       OK \] / { held = 0; next }
-        /^\[  (FAILED|SKIPPED) / { unfinished() }
-        held { case_lines[++held] = $0; next }
+        /^\[  (FAILED|SKIPPED) / { finish_case() }
+        held { lines[++held] = $0; next }
         { line($0) }
         END { rest(); if (failures > tests)
                   print "... " failures - tests " more failed tests, see test.log" }' "build/$1/test.log"
@@ -119,7 +127,11 @@ failed_tests() {
     {
         sed -n '/^The following tests FAILED:/,$ s/^[[:blank:]]*\([0-9][0-9]* - \)/    \1/p' \
             "build/$1/test.log" 2>/dev/null
-        awk '/^ *[0-9]+\/[0-9]+ +Test +#/ { in_shard = / [^ ]+\.[0-9]+of[0-9]+ / }
+        awk 'function finish_case() { if (running != "") print "        " running " did not end"; running = "" }
+             /^ *[0-9]+\/[0-9]+ +Test +#/ { finish_case(); in_shard = / [^ ]+\.[0-9]+of[0-9]+ / }
+             /% tests passed/ { finish_case() }
+             in_shard && /^\[ RUN      \] / { running = $4 }
+             in_shard && /^\[( +OK|  FAILED|  SKIPPED) +\] / { running = "" }
              in_shard && sub(/^\[  FAILED  \] /, "") && sub(/ \([0-9]+ ms\)$/, "") { print "        " $0 }' \
             "build/$1/test.log" 2>/dev/null
     } | awk 'NR <= 50 { print } END { if (NR > 50) print "    ... " NR - 50 " more, see test.log" }'
