@@ -8,6 +8,7 @@
 #include "tools/ServerSocket.h"
 #include "tools/StandardDescriptors.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace cabinaudio::tool {
@@ -31,14 +32,31 @@ struct ServerRecord {
     std::int64_t durationUs;
 };
 
-/// The library accepts no socket whose number is that of a standard descriptor. While descriptor 0
-/// is closed, clients cannot connect: their constructors return at once, whatever the server does.
+/// The library accepts no socket whose number is that of a standard descriptor. While all three are
+/// closed, clients cannot connect: their constructors return soon, whatever the server does. One
+/// closed descriptor is not enough: under a sanitizer, a starting thread opens two for a moment.
 class NoConnections {
 public:
-    NoConnections() { close(STDIN_FILENO); }
-    ~NoConnections() { fillStandardDescriptors(); }
+    NoConnections() {
+        for (int number = 0; number < COUNT; ++number)
+            mKept[number] = fcntl(number, F_DUPFD_CLOEXEC, COUNT);
+        for (int number = 0; number < COUNT; ++number)
+            close(number);
+    }
+    ~NoConnections() {
+        for (int number = 0; number < COUNT; ++number) {
+            dup2(mKept[number], number);
+            close(mKept[number]);
+        }
+        fillStandardDescriptors();
+    }
     NoConnections(const NoConnections&) = delete;
     NoConnections& operator=(const NoConnections&) = delete;
+
+private:
+    static constexpr int COUNT = 3;
+
+    int mKept[COUNT] = {};
 };
 
 ClientVersions askLibrary() {
