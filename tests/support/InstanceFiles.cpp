@@ -21,8 +21,8 @@ fs::path configurationOfTheUser() {
     return fs::path(variable("HOME")) / ".config";
 }
 
-/// Whether a name is "cabinaudio-physmem-USER-INSTANCE", with ".PLACE" or without: tests run servers
-/// as other users, too.
+/// Whether a name is "cabinaudio-physmem-USER-INSTANCE", with ".PLACE" or without: tests run
+/// servers as other users, too.
 bool isMemory(const std::string& name, const std::string& instance) {
     constexpr std::string_view START = "cabinaudio-physmem-";
     if (!name.starts_with(START)) return false;

@@ -32,8 +32,8 @@ void startFirstThread() {
 constexpr int MOST_ATTEMPTS = 10;
 constexpr const char* ATTEMPT = "CABINAUDIO_TEST_ATTEMPT";
 
-/// Test programs that a test starts run all of their own tests: GoogleTest has divided this program's
-/// when this is set up.
+/// Test programs that a test starts run all of their own tests: GoogleTest has divided this
+/// program's when this is set up.
 class ShardsOfThisProgramOnly : public testing::Environment {
     void SetUp() override {
         unsetenv("GTEST_TOTAL_SHARDS");
