@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/support/InstanceFiles.h"
-#include "tests/support/Metronome.h"
+#include "tests/support/Interruptions.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RealTimeRight.h"
 
@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <thread>
@@ -29,9 +28,6 @@ void startFirstThread() {
         std::abort();
 }
 
-constexpr int MOST_ATTEMPTS = 10;
-constexpr const char* ATTEMPT = "CABINAUDIO_TEST_ATTEMPT";
-
 /// Test programs that a test starts run all of their own tests: GoogleTest has divided this
 /// program's when this is set up.
 class ShardsOfThisProgramOnly : public testing::Environment {
@@ -40,42 +36,6 @@ class ShardsOfThisProgramOnly : public testing::Environment {
         unsetenv("GTEST_SHARD_INDEX");
     }
 };
-
-/// The failed cases as a filter; empty when a failure belongs to none.
-std::string failedCases() {
-    std::string names;
-    const auto& all = *testing::UnitTest::GetInstance();
-    for (int i = 0; i < all.total_test_suite_count(); ++i) {
-        const auto& suite = *all.GetTestSuite(i);
-        if (suite.ad_hoc_test_result().Failed()) return {};
-        for (int k = 0; k < suite.total_test_count(); ++k) {
-            const auto& test = *suite.GetTestInfo(k);
-            if (!test.result()->Failed()) continue;
-            names += (names.empty() ? "" : ":") + std::string(suite.name()) + "." + test.name();
-        }
-    }
-    return names;
-}
-
-/// Begins the program anew, with its failed cases only, when it failed with a server at real pace
-/// while the machine stood still: sound was lost then, or a wait was over, for no reason of the
-/// program's. Returns when it did not, or when it has been tried often enough.
-void repeatAfterPause(std::vector<char*> arguments) {
-    const char* const before = std::getenv(ATTEMPT);
-    const int attempt = before != nullptr ? std::atoi(before) : 1;
-    const auto pause = cabinaudio::test::Metronome::longestPause();
-    if (pause < cabinaudio::test::Metronome::bridged() || attempt >= MOST_ATTEMPTS) return;
-    std::printf("the machine stood still for %lld ms: once more, attempt %d\n",
-                static_cast<long long>(pause.count()), attempt + 1);
-    std::fflush(nullptr);
-    setenv(ATTEMPT, std::to_string(attempt + 1).c_str(), 1);
-    std::string filter = "--gtest_filter=" + failedCases();
-    if (!failedCases().empty()) {
-        // The last one counts.
-        arguments.insert(arguments.end() - 1, filter.data());
-    }
-    execv("/proc/self/exe", arguments.data());
-}
 
 }  // namespace
 
@@ -95,13 +55,15 @@ int main(int argc, char** argv) {
     __android_log_set_logger([](const struct __android_logger_data*, const char*) {});
     startFirstThread();
     testing::InitGoogleTest(&argc, argv);
-    testing::AddGlobalTestEnvironment(new ShardsOfThisProgramOnly);  // GoogleTest deletes it
+    testing::AddGlobalTestEnvironment(new ShardsOfThisProgramOnly);  // GoogleTest deletes both
+    auto* const interruptions = new cabinaudio::test::Interruptions;
+    testing::UnitTest::GetInstance()->listeners().Append(interruptions);
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const int result = RUN_ALL_TESTS();
     if (!chosen) {
         cabinaudio::test::removeInstanceFiles(own);
         unsetenv("CABINAUDIO_INSTANCE");
     }
-    if (result != 0) repeatAfterPause(arguments);
+    if (result != 0) interruptions->repeatFailedCases(arguments);
     return result;
 }

@@ -24,7 +24,8 @@ using Pause = std::atomic<std::int64_t>;  // in microseconds
 static_assert(Pause::is_always_lock_free);
 
 std::atomic<Pause*> gLongest{nullptr};
-std::atomic<std::int64_t> gBridgedMs{100};
+constexpr std::int64_t USUALLY_BRIDGED_MS = 100;
+std::atomic<std::int64_t> gBridgedMs{USUALLY_BRIDGED_MS};
 
 /// As the kernel's interface of this width has it, whatever the C library makes of times.
 struct KernelTime {
@@ -89,6 +90,11 @@ void startOnce() {
 void Metronome::start() {
     static std::once_flag isStarted;
     std::call_once(isStarted, startOnce);
+}
+
+void Metronome::startCase() {
+    gBridgedMs = USUALLY_BRIDGED_MS;
+    if (Pause* const longest = gLongest) longest->store(0, std::memory_order_relaxed);
 }
 
 std::chrono::milliseconds Metronome::longestPause() {

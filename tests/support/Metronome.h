@@ -6,13 +6,17 @@
 namespace cabinaudio::test {
 
 /// Measures for how long the machine let nothing run. A test of a server at real pace proves
-/// nothing when it stood still for longer than the sound that is queued: Main.cpp runs it again.
+/// nothing when it stood still for longer than the sound that is queued: Interruptions.h runs it
+/// again.
 ///
 /// A process of its own, so that tests may count threads and fork.
 class Metronome {
 public:
     /// The first call starts it; it ends with the process that is the caller.
     static void start();
+
+    /// The longest pause and the bridged one are those of one test case.
+    static void startCase();
 
     /// How much later than it wanted to it has woken up at worst; 0 before start().
     [[nodiscard]] static std::chrono::milliseconds longestPause();
