@@ -61,11 +61,12 @@ function(cabinaudio_add_shards program)
         math(EXPR count "4 * ${count}")
     endif()
     math(EXPR last "${count} - 1")
+    list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
     foreach(index RANGE ${last})
         math(EXPR number "${index} + 1")
         add_test(NAME "${program}.${number}of${count}" COMMAND ${program})
         set_tests_properties("${program}.${number}of${count}" PROPERTIES ${ARGN}
-            ENVIRONMENT "GTEST_TOTAL_SHARDS=${count};GTEST_SHARD_INDEX=${index}")
+            ENVIRONMENT "GTEST_TOTAL_SHARDS=${count};GTEST_SHARD_INDEX=${index};CABINAUDIO_TEST_EMULATOR=${emulator}")
     endforeach()
 endfunction()
 

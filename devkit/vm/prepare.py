@@ -135,7 +135,7 @@ class Plan:
         if "long" in properties.get("LABELS", []):
             self.long_seconds += int(properties.get("TIMEOUT", 120))
         environment = [one for one in properties.get("ENVIRONMENT", [])
-                       if not one.startswith("GTEST_")]
+                       if not one.startswith(("GTEST_", "CABINAUDIO_TEST_EMULATOR="))]
         fresh = {"path": words[-1], "words": words, "directory": properties["WORKING_DIRECTORY"],
                  "seconds": PATIENCE * int(properties.get("TIMEOUT", 120)),
                  "environment": environment, "tests": {}}

@@ -15,8 +15,8 @@ class Interruptions : public testing::EmptyTestEventListener {
 public:
     /// After all tests. Returns when a case failed by itself, or when it has been tried often
     /// enough.
-    /// @param arguments  of the program, the last one null
-    void repeatFailedCases(std::vector<char*> arguments) const;
+    /// @param arguments  of the program, the first one its path
+    void repeatFailedCases(std::vector<std::string> arguments) const;
 
 private:
     void OnTestStart(const testing::TestInfo& test) override;

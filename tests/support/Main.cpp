@@ -46,7 +46,7 @@ int main(int argc, char** argv) {
     // real-time thread does not let them: both processors then do nothing else for 95 % of the
     // time.
     if (&__tsan_acquire != nullptr) cabinaudio::test::giveUpRealTime();
-    std::vector<char*> arguments(argv, argv + argc + 1);
+    const std::vector<std::string> arguments(argv, argv + argc);
     const bool chosen = std::getenv("CABINAUDIO_INSTANCE") != nullptr;
     const std::string own = "test" + std::to_string(getpid());
     // An earlier process of that number may have been killed.

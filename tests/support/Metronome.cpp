@@ -20,10 +20,15 @@ namespace {
 
 constexpr std::int64_t BEAT_US = 10000;  // less than a second
 
-using Pause = std::atomic<std::int64_t>;  // in microseconds
-static_assert(Pause::is_always_lock_free);
+/// What the test and its metronome share.
+struct Beats {
+    std::atomic<std::int64_t> longestUs{0};
+    std::atomic<bool> isOver{false};
+};
+static_assert(std::atomic<std::int64_t>::is_always_lock_free);
+static_assert(std::atomic<bool>::is_always_lock_free);
 
-std::atomic<Pause*> gLongest{nullptr};
+std::atomic<Beats*> gBeats{nullptr};
 constexpr std::int64_t USUALLY_BRIDGED_MS = 100;
 std::atomic<std::int64_t> gBridgedMs{USUALLY_BRIDGED_MS};
 
@@ -55,34 +60,35 @@ void closeAll() {
         syscall(SYS_close, fd);
 }
 
-[[noreturn]] void beat(pid_t test, Pause& longest) {
+[[noreturn]] void beat(pid_t test, Beats& beats) {
     prctl(PR_SET_NAME, "metronome");
     closeAll();
-    while (syscall(SYS_kill, test, 0) == 0 || errno == EPERM) {
+    while (!beats.isOver.load(std::memory_order_relaxed) &&
+           (syscall(SYS_kill, test, 0) == 0 || errno == EPERM)) {
         const std::int64_t begin = nowUs();
         pause(BEAT_US);
         const std::int64_t late = nowUs() - begin - BEAT_US;
-        if (late > longest.load(std::memory_order_relaxed))
-            longest.store(late, std::memory_order_relaxed);
+        if (late > beats.longestUs.load(std::memory_order_relaxed))
+            beats.longestUs.store(late, std::memory_order_relaxed);
     }
     _exit(0);
 }
 
 void startOnce() {
     void* const page =
-        mmap(nullptr, sizeof(Pause), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        mmap(nullptr, sizeof(Beats), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (page == MAP_FAILED) return;
-    auto* const longest = new (page) Pause(0);
+    auto* const beats = new (page) Beats;
     const pid_t test = getpid();
     const pid_t child = fork();
     if (child == 0) {
         // Nobody's child, so that a test that waits for any child does not meet it.
-        if (fork() == 0) beat(test, *longest);
+        if (fork() == 0) beat(test, *beats);
         _exit(0);
     }
     while (child > 0 && waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
     }
-    gLongest = longest;
+    gBeats = beats;
 }
 
 }  // namespace
@@ -94,13 +100,17 @@ void Metronome::start() {
 
 void Metronome::startCase() {
     gBridgedMs = USUALLY_BRIDGED_MS;
-    if (Pause* const longest = gLongest) longest->store(0, std::memory_order_relaxed);
+    if (Beats* const beats = gBeats) beats->longestUs.store(0, std::memory_order_relaxed);
+}
+
+void Metronome::end() {
+    if (Beats* const beats = gBeats) beats->isOver.store(true, std::memory_order_relaxed);
 }
 
 std::chrono::milliseconds Metronome::longestPause() {
-    const Pause* const longest = gLongest;
+    const Beats* const beats = gBeats;
     return std::chrono::milliseconds(
-        longest != nullptr ? longest->load(std::memory_order_relaxed) / 1000 : 0);
+        beats != nullptr ? beats->longestUs.load(std::memory_order_relaxed) / 1000 : 0);
 }
 
 void Metronome::setBridged(std::chrono::milliseconds pause) {

@@ -15,6 +15,9 @@ public:
     /// The first call starts it; it ends with the process that is the caller.
     static void start();
 
+    /// For a process that becomes another program.
+    static void end();
+
     /// The longest pause and the bridged one are those of one test case.
     static void startCase();
 
