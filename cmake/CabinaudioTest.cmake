@@ -34,6 +34,9 @@ function(cabinaudio_add_test name)
         -Wl,--no-as-needed cabinaudio-board -Wl,--as-needed
         cabinaudio-build cabinaudio-test-support ${arg_LIBS} ${library} cabinaudio-log
         GTest::gmock GTest::gtest Threads::Threads ${CMAKE_DL_LIBS})
+    if(CABINAUDIO_TEST_SHARDS)
+        math(EXPR arg_TIMEOUT "${arg_TIMEOUT} + 480")  # a case that takes long, and the others
+    endif()
     set(properties TIMEOUT ${arg_TIMEOUT})
     if(arg_LABELS)
         list(APPEND properties LABELS "${arg_LABELS}")
@@ -45,8 +48,7 @@ function(cabinaudio_add_test name)
         list(APPEND properties COST ${seconds})
     endif()
     if(CABINAUDIO_TEST_SHARDS)
-        math(EXPR timeout "${arg_TIMEOUT} + 480")
-        cabinaudio_add_shards(${name} ${properties} TIMEOUT ${timeout})
+        cabinaudio_add_shards(${name} ${properties})
     else()
         gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
                              DISCOVERY_TIMEOUT 120 PROPERTIES ${properties})
@@ -64,9 +66,11 @@ function(cabinaudio_add_shards program)
     list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
     foreach(index RANGE ${last})
         math(EXPR number "${index} + 1")
-        add_test(NAME "${program}.${number}of${count}" COMMAND ${program})
-        set_tests_properties("${program}.${number}of${count}" PROPERTIES ${ARGN}
-            ENVIRONMENT "GTEST_TOTAL_SHARDS=${count};GTEST_SHARD_INDEX=${index};CABINAUDIO_TEST_EMULATOR=${emulator}")
+        set(shard "${program}.${number}of${count}")
+        set(variables GTEST_TOTAL_SHARDS=${count} GTEST_SHARD_INDEX=${index}
+            "CABINAUDIO_TEST_EMULATOR=${emulator}")  # by which the program repeats failed cases
+        add_test(NAME "${shard}" COMMAND ${program})
+        set_tests_properties("${shard}" PROPERTIES ${ARGN} ENVIRONMENT "${variables}")
     endforeach()
 endfunction()
 

@@ -8,7 +8,6 @@
 #include "tools/ServerSocket.h"
 #include "tools/StandardDescriptors.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace cabinaudio::tool {
@@ -38,25 +37,12 @@ struct ServerRecord {
 class NoConnections {
 public:
     NoConnections() {
-        for (int number = 0; number < COUNT; ++number)
-            mKept[number] = fcntl(number, F_DUPFD_CLOEXEC, COUNT);
-        for (int number = 0; number < COUNT; ++number)
-            close(number);
+        for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+            close(standard);
     }
-    ~NoConnections() {
-        for (int number = 0; number < COUNT; ++number) {
-            dup2(mKept[number], number);
-            close(mKept[number]);
-        }
-        fillStandardDescriptors();
-    }
+    ~NoConnections() { fillStandardDescriptors(); }
     NoConnections(const NoConnections&) = delete;
     NoConnections& operator=(const NoConnections&) = delete;
-
-private:
-    static constexpr int COUNT = 3;
-
-    int mKept[COUNT] = {};
 };
 
 ClientVersions askLibrary() {

@@ -122,13 +122,20 @@ show_failures() {
                   print "... " failures - tests " more failed tests, see test.log" }' "build/$1/test.log"
 }
 
+# A shard's name ends like this, as an extended regular expression.
+shard='[.][0-9]+of[0-9]+'
+
 # Names of the failed tests, and of the failed cases of shards, indented, limited to a readable number.
 failed_tests() {
     {
         sed -n '/^The following tests FAILED:/,$ s/^[[:blank:]]*\([0-9][0-9]* - \)/    \1/p' \
             "build/$1/test.log" 2>/dev/null
-        awk 'function finish_case() { if (running != "") print "        " running " did not end"; running = "" }
-             /^ *[0-9]+\/[0-9]+ +Test +#/ { finish_case(); in_shard = / [^ ]+\.[0-9]+of[0-9]+ / }
+        awk -v shard="$shard " '
+             function finish_case() {
+                 if (running != "") print "        " running " did not end"
+                 running = ""
+             }
+             /^ *[0-9]+\/[0-9]+ +Test +#/ { finish_case(); in_shard = $0 ~ shard }
              /% tests passed/ { finish_case() }
              in_shard && /^\[ RUN      \] / { running = $4 }
              in_shard && /^\[( +OK|  FAILED|  SKIPPED) +\] / { running = "" }
@@ -166,22 +173,25 @@ missing_programs() {
 
 # The ten tests or cases of shards that took longest, with their seconds.
 slowest_tests() {
-    awk '/^[0-9]+\/[0-9]+ Test: / { name = $3; in_shard = name ~ /\.[0-9]+of[0-9]+$/ }
+    awk -v shard="$shard\$" '
+         /^[0-9]+\/[0-9]+ Test: / { name = $3; in_shard = name ~ shard }
          /^Test time = / && !in_shard { print $4, name }
          in_shard && /^\[ *(OK|FAILED) *\] .* \([0-9]+ ms\)$/ {
              took = $(NF - 1); sub(/^\(/, "", took)
              sub(/^\[ *(OK|FAILED) *\] /, ""); sub(/,? .*/, "")
-             sub(/\.[0-9]+of[0-9]+$/, "", name); printf "%.2f %s.%s\n", took / 1000, name, $0 }' \
+             sub(shard, "", name); printf "%.2f %s.%s\n", took / 1000, name, $0 }' \
         "build/$1/Testing/Temporary/LastTest.log" 2>/dev/null | sort -k1,1nr -k2 | head -n 10 |
         awk 'NR == 1 { print "    slowest tests:" } { printf "    %8.2f s  %s\n", $1, $2 }'
 }
 
-# The closing line of CTest; where tests are shards, also the number of cases that they ran.
+# The closing line of CTest; where tests are shards, also the number of cases that they ran. Cases
+# that a shard began anew count once.
 closing_line() {
     line=$(grep -E '% tests passed' "build/$1/test.log" 2>/dev/null) ||
         line="no closing line, see build/$1/test.log"
-    cases=$(awk '/^[0-9]+\/[0-9]+ Test: / { in_shard = $3 ~ /\.[0-9]+of[0-9]+$/ }
-                 in_shard && /^\[==========\] Running [0-9]+ tests? from / { count += $3 }
+    cases=$(awk -v shard="$shard\$" '
+                 /^[0-9]+\/[0-9]+ Test: / { is_new = $3 ~ shard }
+                 is_new && /^\[==========\] Running [0-9]+ tests? from / { count += $3; is_new = 0 }
                  END { if (count) print count }' \
         "build/$1/Testing/Temporary/LastTest.log" 2>/dev/null) || cases=
     printf '%s\n' "$line${cases:+ ($cases cases in the shards)}"

@@ -117,8 +117,8 @@ class Source:
     def files_with(self, command):
         words = shlex.split(command)
         compiler = next(i for i, word in enumerate(words) if re.search(r"(\+\+|cc)(-\d+)?$", word))
-        done = subprocess.run(["clang++", *words[compiler + 1:], "-w", "-MM", "-MT", "x"], cwd=self.directory,
-                              check=True, stdout=subprocess.PIPE, text=True)
+        done = subprocess.run(["clang++", *words[compiler + 1:], "-w", "-MM", "-MT", "x"],
+                              cwd=self.directory, check=True, stdout=subprocess.PIPE, text=True)
         names = shlex.split(done.stdout.replace("\\\n", " "))[1:]
         paths = {Path(os.path.normpath(os.path.join(self.directory, name))) for name in names}
         return {str(path.relative_to(self.root)) for path in paths

@@ -24,14 +24,15 @@ namespace {
 bool isMetronomeOf(pid_t group, const std::filesystem::path& process) {
     std::ifstream file(process / "stat");
     const std::string stat(std::istreambuf_iterator<char>(file), {});
-    const auto name = stat.find(" (metronome) ");
-    if (name == std::string::npos) return false;
-    std::istringstream rest(stat.substr(name + 13));
+    const std::string name = " (metronome) ";
+    const auto found = stat.find(name);
+    if (found == std::string::npos) return false;
+    std::istringstream rest(stat.substr(found + name.size()));
     std::string state;
     pid_t parent = 0;
-    pid_t found = 0;
-    rest >> state >> parent >> found;
-    return found == group;
+    pid_t groupOfProcess = 0;
+    rest >> state >> parent >> groupOfProcess;
+    return groupOfProcess == group;
 }
 
 /// Also that of an earlier attempt, which may be about to end. @return whether there is one
@@ -53,7 +54,7 @@ void pause() {
     Metronome::start();
     const auto isLate = [] { return Metronome::longestPause() >= Metronome::bridged(); };
     ASSERT_TRUE(eventually([&isLate] {
-        // Once may be before this program's has begun.
+        // The metronome has its name before it has begun to measure: a first pause may go unseen.
         if (!signalMetronomes(SIGSTOP)) return false;
         std::this_thread::sleep_for(2 * Metronome::bridged());
         signalMetronomes(SIGCONT);
