@@ -7,6 +7,10 @@
 
 namespace cabinaudio::tool {
 
+double milliseconds(std::chrono::nanoseconds duration) {
+    return std::chrono::duration<double, std::milli>(duration).count();
+}
+
 std::string secondsText(std::chrono::milliseconds duration) {
     char text[32];
     std::snprintf(text, sizeof text, "%g s", static_cast<double>(duration.count()) / 1000);

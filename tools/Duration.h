@@ -6,6 +6,9 @@
 
 namespace cabinaudio::tool {
 
+/// A duration in milliseconds, with fractions.
+[[nodiscard]] double milliseconds(std::chrono::nanoseconds duration);
+
 /// "5 s", "0.25 s".
 [[nodiscard]] std::string secondsText(std::chrono::milliseconds duration);
 

@@ -53,7 +53,7 @@ const char* elementOf(JUnitCase::Result result) {
     }
 }
 
-std::string textOf(const JUnitCase& one) {
+std::string caseText(const JUnitCase& one) {
     std::string begin =
         "    <testcase" + attribute("classname", one.className) + attribute("name", one.name);
     if (!one.file.empty()) begin += attribute("file", one.file);
@@ -76,12 +76,12 @@ std::string countsOf(const JUnitSuite& suite) {
            attribute("skipped", number(JUnitCase::Result::Skipped));
 }
 
-std::string textOf(const JUnitSuite& suite) {
+std::string caseText(const JUnitSuite& suite) {
     const std::string counts = countsOf(suite);
     std::string text = std::string(R"(<?xml version="1.0" encoding="UTF-8"?>)") + "\n<testsuites" +
                        counts + ">\n  <testsuite" + attribute("name", suite.name) + counts + ">\n";
     for (const JUnitCase& one : suite.cases)
-        text += textOf(one);
+        text += caseText(one);
     if (!suite.attachments.empty()) {
         text += "    <system-out>";
         for (const std::string& path : suite.attachments)
@@ -96,7 +96,7 @@ std::string textOf(const JUnitSuite& suite) {
 void writeJUnit(const std::string& path, const JUnitSuite& suite) {
     errno = 0;
     std::ofstream file(path, std::ios::binary);
-    file << textOf(suite);
+    file << caseText(suite);
     file.close();
     if (!file)
         throw Failure("cannot write '" + path + "'" +

@@ -16,6 +16,11 @@ Json orNull(const std::optional<double>& ms) {
     return ms ? Json(roundedMs(*ms)) : Json(nullptr);
 }
 
+std::string textAt(const Json& object, const char* key) {
+    const auto found = object.find(key);
+    return found != object.end() && found->is_string() ? found->get<std::string>() : "";
+}
+
 double roundedMs(double ms) {
     return std::round(ms * 1000) / 1000;
 }

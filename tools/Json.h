@@ -17,6 +17,9 @@ using Json = nlohmann::ordered_json;
 [[nodiscard]] Json orNull(const std::string& text);
 [[nodiscard]] Json orNull(const std::optional<double>& ms);
 
+/// The text of a key; empty when there is none.
+[[nodiscard]] std::string textAt(const Json& object, const char* key);
+
 /// Rounded to a microsecond; more digits would be noise.
 [[nodiscard]] double roundedMs(double ms);
 

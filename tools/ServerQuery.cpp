@@ -19,9 +19,6 @@ using Clock = std::chrono::steady_clock;
 // The library answers this without a server, so only an overloaded machine needs the limit.
 constexpr std::chrono::seconds OWN_VERSION_BOUND{30};
 
-// The library's status of a request without an answer.
-constexpr std::int32_t UNANSWERED = 1;
-
 /// The child's record about the server.
 struct ServerRecord {
     bool registered;
@@ -54,7 +51,7 @@ ClientVersions askLibrary() {
     return versions;
 }
 
-ServerRecord askServer() {
+ServerRecord queryVersions() {
     ServerRecord record = {};
     const Clock::time_point start = Clock::now();
     ClientVersionSetting setting;
@@ -84,6 +81,11 @@ Reach reached(const ServerRecord& record) {
 
 }  // namespace
 
+std::string dotted(const VersionTriple& triple) {
+    return std::to_string(triple[0]) + "." + std::to_string(triple[1]) + "." +
+           std::to_string(triple[2]);
+}
+
 ServerQuery queryServer(std::chrono::milliseconds bound) {
     ServerQuery query;
     // A separate child: the time limit applies to the server only.
@@ -91,7 +93,7 @@ ServerQuery queryServer(std::chrono::milliseconds bound) {
     ClientVersions client;
     if (takeRecord(child.output, client)) query.client = client;
 
-    child = runInChild(bound, sendAnswer<askServer>);
+    child = runInChild(bound, sendAnswer<queryVersions>);
     query.reach = child.end == ChildEnd::Overdue ? Reach::Silent : Reach::Crashed;
     ServerRecord server;
     if (takeRecord(child.output, server)) {

@@ -5,10 +5,17 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <string>
 
 namespace cabinaudio::tool {
 
 using VersionTriple = std::array<std::int32_t, 3>;
+
+/// "2.24.25".
+[[nodiscard]] std::string dotted(const VersionTriple& triple);
+
+/// The library's status of a request without an answer.
+inline constexpr std::int32_t UNANSWERED = 1;
 
 struct ClientVersions {
     VersionTriple first;

@@ -6,6 +6,7 @@
 
 #include "tools/Duration.h"
 #include "tools/Names.h"
+#include "tools/ServerQuery.h"
 #include "tools/ServerSocket.h"
 #include "tools/server/StreamTwin.h"
 
@@ -14,9 +15,6 @@
 namespace cabinaudio::tool {
 
 namespace {
-
-/// The library's status of a request without an answer.
-constexpr std::int32_t UNANSWERED = 1;
 
 /// Whether the server answers a new client. Takes at most a request's time limit.
 bool serverAnswers() {

@@ -32,6 +32,9 @@ enum class StreamEnd {
 /// Name for JSON. @param done  the name of a successful end
 [[nodiscard]] const char* endName(StreamEnd end, const char* done);
 
+/// After this time without progress, check whether the stream still exists.
+inline constexpr std::chrono::milliseconds SUSPICION{500};
+
 /// An end and its description. Thrown to leave a stream early.
 struct Ending {
     StreamEnd kind = StreamEnd::Failed;

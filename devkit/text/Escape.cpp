@@ -10,7 +10,7 @@ namespace cabinaudio::text {
 
 namespace {
 
-constexpr std::string_view DIGITS = "0123456789ABCDEF";
+constexpr std::string_view HEX_DIGITS = "0123456789ABCDEF";
 
 /// Non-ASCII characters include letters, but also control characters for terminals.
 bool isPlain(const Front& front) {
@@ -24,7 +24,7 @@ bool isPlain(const Front& front) {
 
 int digitOf(char letter) {
     if (letter >= 'a' && letter <= 'f') letter = static_cast<char>(letter - 'a' + 'A');
-    const std::size_t digit = DIGITS.find(letter);
+    const std::size_t digit = HEX_DIGITS.find(letter);
     return digit == std::string_view::npos ? -1 : static_cast<int>(digit);
 }
 
@@ -42,7 +42,7 @@ std::string escaped(const std::string& text) {
         }
         for (const char letter : piece) {
             const auto byte = static_cast<unsigned char>(letter);
-            word += {'%', DIGITS[byte / 16], DIGITS[byte % 16]};
+            word += {'%', HEX_DIGITS[byte / 16], HEX_DIGITS[byte % 16]};
         }
     }
     return word;

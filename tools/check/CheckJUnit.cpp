@@ -6,7 +6,7 @@ namespace cabinaudio::tool {
 
 namespace {
 
-constexpr char CLASS[] = "cabinaudio.check";
+constexpr char CHECK_CLASS[] = "cabinaudio.check";
 
 }  // namespace
 
@@ -14,7 +14,7 @@ void writeJUnit(const std::string& path, const CheckReport& report) {
     JUnitSuite suite{report.file, {}, {}};
     for (const hear::Verdict& verdict : report.verdicts) {
         const auto result = verdict.isMet ? JUnitCase::Result::Met : JUnitCase::Result::Failure;
-        suite.cases.push_back({CLASS, verdict.check, result, verdict.text, {}, 0});
+        suite.cases.push_back({CHECK_CLASS, verdict.check, result, verdict.text, {}, 0});
     }
     if (!report.picture.empty()) suite.attachments.push_back(report.picture);
     writeJUnit(path, suite);
@@ -24,7 +24,7 @@ void writeJUnitError(const std::string& path, const std::string& file,
                      const std::vector<std::string>& checks, const std::string& error) {
     JUnitSuite suite{file, {}, {}};
     for (const std::string& check : checks)
-        suite.cases.push_back({CLASS, check, JUnitCase::Result::Error, error, {}, 0});
+        suite.cases.push_back({CHECK_CLASS, check, JUnitCase::Result::Error, error, {}, 0});
     writeJUnit(path, suite);
 }
 

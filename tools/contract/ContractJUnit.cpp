@@ -6,10 +6,10 @@ namespace cabinaudio::tool {
 
 namespace {
 
-constexpr char CLASS[] = "cabinaudio.check-server";
+constexpr char RULE_CLASS[] = "cabinaudio.check-server";
 
 JUnitCase caseOf(const contract::Result& result) {
-    JUnitCase one{CLASS, result.rule->name, JUnitCase::Result::Met, {}, {}, 0};
+    JUnitCase one{RULE_CLASS, result.rule->name, JUnitCase::Result::Met, {}, {}, 0};
     switch (result.verdict) {
         case contract::Verdict::Holds:
             break;

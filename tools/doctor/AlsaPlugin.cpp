@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr char PACKAGE[] = "libasound2-plugin-cabinaudio";
+constexpr char ALSA_PACKAGE[] = "libasound2-plugin-cabinaudio";
 constexpr char ALSA_LIBRARY[] = "libasound.so.2";
 constexpr char PCM_MODULE[] = "libasound_module_pcm_cabinaudio.so";
 constexpr char CTL_MODULE[] = "libasound_module_ctl_cabinaudio.so";
@@ -96,21 +96,16 @@ void askAlsa(int answers) {
     answer(answers, text.data(), text.size());
 }
 
-std::string textOf(const Json& facts, const char* key) {
-    const Json value = facts.value(key, Json());
-    return value.is_string() ? value.get<std::string>() : "";
-}
-
 /// All that this program knows of the plug-in.
 struct AlsaPlugin {
     AlsaPlugin(const Json& facts, const std::string& complaints)
-        : library(textOf(facts, "library")),
-          ownDirectory(textOf(facts, "directory")),
-          dataDirectory(textOf(facts, "data")),
-          pcmIsDefined(!textOf(facts, "pcm").empty()),
-          ctlIsDefined(!textOf(facts, "ctl").empty()),
-          pcmModule(textOf(facts, "pcm_module")),
-          ctlModule(textOf(facts, "ctl_module")),
+        : library(textAt(facts, "library")),
+          ownDirectory(textAt(facts, "directory")),
+          dataDirectory(textAt(facts, "data")),
+          pcmIsDefined(!textAt(facts, "pcm").empty()),
+          ctlIsDefined(!textAt(facts, "ctl").empty()),
+          pcmModule(textAt(facts, "pcm_module")),
+          ctlModule(textAt(facts, "ctl_module")),
           complaint(complaints.substr(0, complaints.find('\n'))) {
         const char* const other = std::getenv("ALSA_PLUGIN_DIR");
         directory = other != nullptr ? other : ownDirectory;
@@ -197,7 +192,7 @@ void warnOfDefinition(const AlsaPlugin& plugin, Check& check) {
     const std::string name = plugin.pcmIsDefined ? "ctl.cabinaudio" : "pcm.cabinaudio";
     if (plugin.complaint.empty())
         warn("not_defined", name + " is not defined: only definitions of your own have the plug-in",
-             cureOfDefinition(plugin, DEFINITION, PACKAGE), check);
+             cureOfDefinition(plugin, DEFINITION, ALSA_PACKAGE), check);
     else
         warn("not_defined", name + " cannot be read: " + plugin.complaint,
              "mend the definitions of ALSA", check);
@@ -233,13 +228,13 @@ void judge(const AlsaPlugin& plugin, Check& check) {
     if (findHidden(plugin, check)) return;
     if (!plugin.isInstalled()) {
         check.value = "not_installed";
-        check.detail = std::string("not installed; package ") + PACKAGE;
+        check.detail = std::string("not installed; package ") + ALSA_PACKAGE;
         return;
     }
     const std::vector<PluginFile> files = plugin.files();
     for (const PluginFile& file : files)
         check.more["files"].push_back(file.toJson());
-    if (findLostOpener(plugin, check) || findProblem(files, PACKAGE, check) ||
+    if (findLostOpener(plugin, check) || findProblem(files, ALSA_PACKAGE, check) ||
         findWarning(plugin, check))
         return;
     check.value = "ready";

@@ -106,7 +106,7 @@ Json toJson(const std::vector<Check>& checks) {
     return array;
 }
 
-std::string textOf(const std::vector<Check>& checks, bool colour) {
+std::string linesOf(const std::vector<Check>& checks, bool colour) {
     std::string text;
     for (const Check& check : checks)
         text += line(check, colour) + "\n";
@@ -118,7 +118,7 @@ void print(const std::vector<Check>& checks, bool json) {
         printJson(toJson(checks));
         return;
     }
-    std::string text = textOf(checks, mayColour(STDOUT_FILENO));
+    std::string text = linesOf(checks, mayColour(STDOUT_FILENO));
     text.pop_back();  // the last line's end
     say(text);
 }
@@ -146,7 +146,7 @@ void printContent(const std::string& file, const std::vector<Member>& members, b
 void report(const Examination& all, const DoctorOptions& options, const CommonOptions& common,
             ExitCode code) {
     const std::vector<Member> members = membersOf(
-        {all.query, all.server, textOf(all.checks, false), toJson(all.checks)}, common.logFile);
+        {all.query, all.server, linesOf(all.checks, false), toJson(all.checks)}, common.logFile);
     writeReport(options.reportFile, archiveOf("cabinaudio-report", members));
     printContent(options.reportFile, members, common.json, code);
 }

@@ -17,7 +17,7 @@ namespace {
 using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 
-constexpr char PACKAGE[] = "gstreamer1.0-cabinaudio";
+constexpr char GSTREAMER_PACKAGE[] = "gstreamer1.0-cabinaudio";
 constexpr char GSTREAMER_LIBRARY[] = "libgstreamer-1.0.so.0";
 constexpr char PLUGIN[] = "libgstcabinaudio.so";
 constexpr char ELEMENTS[] = "../cabinaudio/libcabinaudio-gstreamer.so";
@@ -90,7 +90,7 @@ void judgeAbsent(const std::string& own, Check& check) {
     const std::string hidden = findBelow(own);
     if (hidden.empty()) {
         check.value = "not_installed";
-        check.detail = std::string("not installed; package ") + PACKAGE;
+        check.detail = std::string("not installed; package ") + GSTREAMER_PACKAGE;
         return;
     }
     check.warning = true;
@@ -107,7 +107,7 @@ void judge(const std::string& plugin, Check& check) {
     if (hasKit) files.push_back(lookAt(directory + "/" + KIT_LIBRARY));
     for (const PluginFile& file : files)
         check.more["files"].push_back(file.toJson());
-    if (findProblem(files, PACKAGE, check)) {
+    if (findProblem(files, GSTREAMER_PACKAGE, check)) {
         // It does not try such a plug-in again while the file is the same.
         check.cure += "; then remove ~/.cache/gstreamer-1.0, where GStreamer has noted the failure";
         return;

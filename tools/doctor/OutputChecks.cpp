@@ -9,18 +9,12 @@ Json outputOf(const ServerState& server) {
     return server.state.value("output", Json::object());
 }
 
-/// The text of a key; empty when it is absent or null.
-std::string textOf(const Json& object, const char* key) {
-    const auto found = object.find(key);
-    return found != object.end() && found->is_string() ? found->get<std::string>() : "";
-}
-
 std::uint64_t countOf(const Json& object, const char* key) {
     const auto found = object.find(key);
     return found != object.end() && found->is_number_unsigned() ? found->get<std::uint64_t>() : 0;
 }
 
-constexpr char CURE[] =
+constexpr char OUTPUT_CURE[] =
     "look at the server's log; start the desktop's sound server again, or choose another --output";
 
 }  // namespace
@@ -28,18 +22,18 @@ constexpr char CURE[] =
 Check checkOutput(const ServerState& server) {
     if (server.state.is_null()) return withoutState("output", server);
     const Json output = outputOf(server);
-    const std::string name = textOf(output, "name");
-    const std::string state = textOf(output, "state");
+    const std::string name = textAt(output, "name");
+    const std::string state = textAt(output, "state");
     Check check{"output", state != "lost", orNull(state), "plays to " + name};
     check.more = {{"output", name}, {"losses", countOf(output, "losses")}};
     if (!check.ok) {
-        check.detail = name + " is lost since " + textOf(output, "since") + ": " +
-                       textOf(output, "problem") + "; nothing is heard";
-        check.cure = CURE;
-    } else if (const std::string warning = textOf(output, "warning"); !warning.empty()) {
+        check.detail = name + " is lost since " + textAt(output, "since") + ": " +
+                       textAt(output, "problem") + "; nothing is heard";
+        check.cure = OUTPUT_CURE;
+    } else if (const std::string warning = textAt(output, "warning"); !warning.empty()) {
         check.warning = true;
         check.detail = warning;
-        check.cure = CURE;
+        check.cure = OUTPUT_CURE;
     } else if (state.empty()) {
         check.detail += "; this server does not tell whether it is open";
     }
@@ -61,8 +55,8 @@ Check checkOutputErrors(const ServerState& server) {
     check.detail = std::to_string(recent) + " in the last minute, " +
                    std::to_string(countOf(output, "errors")) + " since the start";
     if (!check.warning) return check;
-    check.detail += "; the last one: " + textOf(output, "last_error");
-    check.cure = CURE;
+    check.detail += "; the last one: " + textAt(output, "last_error");
+    check.cure = OUTPUT_CURE;
     return check;
 }
 
@@ -74,8 +68,8 @@ Check checkRates(const ServerState& server) {
     std::string others;
     for (const Json& stream : server.state.value("streams", Json::array())) {
         if (!stream.contains("underruns") || countOf(stream, "rate_hz") == rate) continue;
-        check.value.push_back(textOf(stream, "name"));
-        others += ", " + textOf(stream, "name") + " with " +
+        check.value.push_back(textAt(stream, "name"));
+        others += ", " + textAt(stream, "name") + " with " +
                   std::to_string(countOf(stream, "rate_hz")) + " Hz is converted";
     }
     check.detail += others.empty() ? "; no stream is converted" : others;

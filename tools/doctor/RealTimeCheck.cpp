@@ -56,14 +56,14 @@ std::string limitText(rlim_t limit) {
     return limit == RLIM_INFINITY ? "unlimited" : std::to_string(limit);
 }
 
-constexpr char CURE[] =
+constexpr char REAL_TIME_CURE[] =
     "raise the rtprio limit to 99 (/etc/security/limits.d, or LimitRTPRIO=99 of a service), "
     "or in a container add --cap-add SYS_NICE";
 
 }  // namespace
 
 Check checkRealTime() {
-    Check check{"real_time", false, "refused", "", CURE};
+    Check check{"real_time", false, "refused", "", REAL_TIME_CURE};
     struct rlimit limit = {};
     getrlimit(RLIMIT_RTPRIO, &limit);
     check.more = {{"rtprio_limit", limitOf(limit.rlim_cur)}, {"priority", nullptr}};

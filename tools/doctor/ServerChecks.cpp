@@ -16,12 +16,7 @@ namespace cabinaudio::tool {
 
 namespace {
 
-std::string dotted(const VersionTriple& triple) {
-    return std::to_string(triple[0]) + "." + std::to_string(triple[1]) + "." +
-           std::to_string(triple[2]);
-}
-
-std::string milliseconds(std::chrono::microseconds duration) {
+std::string millisecondText(std::chrono::microseconds duration) {
     char text[32];
     std::snprintf(text, sizeof text, "%.1f ms", static_cast<double>(duration.count()) / 1000);
     return text;
@@ -48,7 +43,7 @@ Check checkServer(const ServerQuery& query, std::chrono::milliseconds bound) {
         case Reach::Answered:
             check.ok = true;
             check.value = "answered";
-            check.detail = who + " answers in " + milliseconds(query.took) + ", version " +
+            check.detail = who + " answers in " + millisecondText(query.took) + ", version " +
                            dotted(query.server->first);
             check.more["answer_ms"] = static_cast<double>(query.took.count()) / 1000;
             break;

@@ -12,7 +12,8 @@ constexpr int MAXIMAL_CHANNELS = 6;
 constexpr int LOWEST_RATE = 8000;
 constexpr int HIGHEST_RATE = 192000;
 
-std::unique_ptr<SoundReader> open(const std::string& path, const std::optional<RawFormat>& raw) {
+std::unique_ptr<SoundReader> openReader(const std::string& path,
+                                        const std::optional<RawFormat>& raw) {
     auto input = std::make_unique<InputBytes>(path);
     if (!raw) return openSound(std::move(input));
     return openRaw(std::move(input), *raw, std::nullopt);
@@ -21,7 +22,7 @@ std::unique_ptr<SoundReader> open(const std::string& path, const std::optional<R
 }  // namespace
 
 AudioFile::AudioFile(const std::string& path, const std::optional<RawFormat>& raw)
-    : mReader(open(path, raw)), mShape(mReader->shape()) {
+    : mReader(openReader(path, raw)), mShape(mReader->shape()) {
     check();
     mFormat.sampleRate = static_cast<std::uint32_t>(mShape.rate);
     mFormat.channelMap = AudioTypes::getChannelMapType(mShape.channels);

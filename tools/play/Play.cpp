@@ -69,9 +69,9 @@ std::optional<ExitCode> checkFiles(const PlayOptions& options, const CommonOptio
     return std::nullopt;
 }
 
-class Session {
+class PlaySession {
 public:
-    Session(const PlayOptions& options, const CommonOptions& common)
+    PlaySession(const PlayOptions& options, const CommonOptions& common)
         : mOptions(options),
           mCommon(common),
           mLine(!common.verbose),
@@ -127,7 +127,7 @@ std::string optionFault(const PlayOptions& options) {
 
 ExitCode run(const PlayOptions& options, const CommonOptions& common) {
     if (const auto bad = checkFiles(options, common)) return *bad;
-    Session session(options, common);
+    PlaySession session(options, common);
     for (std::size_t index = 0; index < options.files.size(); ++index) {
         const ExitCode code = session.play(index);
         if (code != ExitCode::Done) return code;

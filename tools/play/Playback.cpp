@@ -19,9 +19,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// After this time without progress, check whether the stream still exists.
-constexpr auto SUSPICION = 500ms;
-
 /// A write waits up to a second for the ring and then for space; the rest is margin for load.
 constexpr std::chrono::milliseconds LONGEST_WRITE = 3000ms;
 
@@ -31,10 +28,6 @@ constexpr auto DISCARDED_BLOCKING = 500ms;
 constexpr auto DISCARDED_ELSE = 100ms;
 
 constexpr auto PROGRESS_INTERVAL = 100ms;
-
-double milliseconds(std::chrono::nanoseconds duration) {
-    return std::chrono::duration<double, std::milli>(duration).count();
-}
 
 /// Whether the server is known to take data without a clock. Then an empty ring is no underrun.
 bool serverIsFast() {

@@ -28,9 +28,9 @@ RecordReport blankReport(const RecordOptions& options) {
     return report;
 }
 
-class Session {
+class RecordSession {
 public:
-    Session(const RecordOptions& options, const CommonOptions& common)
+    RecordSession(const RecordOptions& options, const CommonOptions& common)
         : mOptions(options),
           mCommon(common),
           mReport(blankReport(options)),
@@ -90,7 +90,7 @@ std::string optionFault(const RecordOptions& options, const CommonOptions& commo
 }
 
 ExitCode run(const RecordOptions& options, const CommonOptions& common) {
-    return Session(options, common).record();
+    return RecordSession(options, common).record();
 }
 
 }  // namespace cabinaudio::tool

@@ -5,6 +5,7 @@
 #include <cabinaudio/client/ClientRecordRt.h>
 #include <cabinaudio/foundation/AudioStatus.h>
 
+#include "tools/Duration.h"
 #include "tools/Failure.h"
 #include "tools/record/OpusPacket.h"
 
@@ -19,9 +20,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// After this time without data, check whether the stream still exists.
-constexpr auto SUSPICION = 500ms;
-
 /// A read waits up to a second for each piece of data; the rest is margin for load.
 constexpr std::chrono::milliseconds LONGEST_READ = 3000ms;
 
@@ -32,10 +30,6 @@ constexpr std::size_t LARGEST_FRAME = std::size_t{1} << 20;
 
 constexpr std::size_t MSBC_FRAME = 57;
 constexpr double MSBC_FRAME_MS = 7.5;
-
-double milliseconds(std::chrono::nanoseconds duration) {
-    return std::chrono::duration<double, std::milli>(duration).count();
-}
 
 }  // namespace
 

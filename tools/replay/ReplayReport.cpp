@@ -16,7 +16,7 @@ namespace cabinaudio::tool {
 
 namespace {
 
-constexpr char CLASS[] = "cabinaudio.replay";
+constexpr char REPLAY_CLASS[] = "cabinaudio.replay";
 
 std::string counted(std::uint64_t count, const std::string& one) {
     return std::to_string(count) + " " + one + (count == 1 ? "" : "s");
@@ -83,7 +83,7 @@ Json toJson(const replay::Result& result, const ReplayOptions& options) {
 }
 
 JUnitCase caseOf(const replay::Result& result, std::uint32_t number, const std::string& name) {
-    JUnitCase one{CLASS, name, JUnitCase::Result::Met, {}, {}, 0};
+    JUnitCase one{REPLAY_CLASS, name, JUnitCase::Result::Met, {}, {}, 0};
     for (const replay::Difference& difference : result.differences) {
         if (difference.connection != number) continue;
         one.result = JUnitCase::Result::Failure;
@@ -123,8 +123,9 @@ void writeJUnit(const std::string& path, const replay::Conversation& conversatio
 }
 
 void writeJUnitError(const std::string& path, const std::string& file, const std::string& error) {
-    writeJUnit(path,
-               JUnitSuite{file, {{CLASS, "replay", JUnitCase::Result::Error, error, {}, 0}}, {}});
+    writeJUnit(
+        path,
+        JUnitSuite{file, {{REPLAY_CLASS, "replay", JUnitCase::Result::Error, error, {}, 0}}, {}});
 }
 
 }  // namespace cabinaudio::tool

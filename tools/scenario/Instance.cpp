@@ -18,7 +18,7 @@ namespace cabinaudio::tool::scenario {
 namespace {
 
 constexpr std::chrono::seconds CLEANING_BOUND{5};
-constexpr std::chrono::milliseconds PAUSE{1};
+constexpr std::chrono::milliseconds CLEANING_PAUSE{1};
 
 }  // namespace
 
@@ -39,7 +39,7 @@ Instance::~Instance() {
         Child cleaner(start);
         const auto deadline = std::chrono::steady_clock::now() + CLEANING_BOUND;
         while (!cleaner.ended() && std::chrono::steady_clock::now() < deadline)
-            std::this_thread::sleep_for(PAUSE);
+            std::this_thread::sleep_for(CLEANING_PAUSE);
     } catch (const Failure&) {
         // Without a process, objects remain; the next start of this machine removes them.
     }

@@ -1,19 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/scenario/Moment.h"
 
-#include <charconv>
+#include "tools/scenario/Words.h"
+
 #include <string_view>
 
 namespace cabinaudio::tool::scenario {
 
 namespace {
-
-std::optional<std::uint64_t> numberOf(std::string_view text) {
-    std::uint64_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    return number;
-}
 
 /// The first millisecond that begins at this frame or later. The frame of a millisecond is rounded
 /// down.
@@ -35,7 +29,7 @@ std::optional<Moment> momentOf(const std::string& text, unsigned rate, const Mom
     if (isRelative) rest.remove_prefix(1);
     const bool isInFrames = rest.ends_with('f');
     if (isInFrames) rest.remove_suffix(1);
-    const std::optional<std::uint64_t> number = numberOf(rest);
+    const std::optional<std::uint64_t> number = numberOf<std::uint64_t>(rest);
     const std::uint64_t last = LONGEST_MS * rate / 1000;
     if (!number || *number > (isInFrames ? last : LONGEST_MS)) return std::nullopt;
     // Milliseconds are added before they become frames: rounded twice, the sum may be another frame

@@ -14,9 +14,9 @@
 
 namespace cabinaudio::tool {
 
-namespace {
+namespace scenario {
 
-using namespace scenario;
+namespace {
 
 /// Prints all errors of a file; the last one ends the program.
 Scenario readOrRefuse(const std::string& file) {
@@ -29,7 +29,10 @@ Scenario readOrRefuse(const std::string& file) {
 
 }  // namespace
 
+}  // namespace scenario
+
 ExitCode run(const ScenarioOptions& options, const CommonOptions& common) {
+    using namespace scenario;
     const Scenario scenario = readOrRefuse(options.file);
     const Interruption interruption;
     Interruption::receiveHere();

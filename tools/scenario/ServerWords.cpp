@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/scenario/ServerWords.h"
 
+#include "tools/scenario/Words.h"
+
 #include <algorithm>
 #include <cctype>
-#include <charconv>
 #include <optional>
 #include <set>
 #include <string_view>
@@ -56,13 +57,6 @@ constexpr OwnOption OWN_OPTIONS[] = {
 
 std::string nameOf(const std::string& option) {
     return option.substr(0, option.find('='));
-}
-
-std::optional<unsigned> numberOf(std::string_view text) {
-    unsigned number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    return number;
 }
 
 /// The value of the option at this place, as "--rate 48000" or "--rate=48000".
@@ -132,7 +126,7 @@ std::string takeOptions(const Words& options, Scenario& scenario) {
         const std::string name = nameOf(options[i]);
         if (name != "--patience" && name != "--rate") continue;
         const std::string value = valueAt(options, i);
-        const std::optional<unsigned> number = numberOf(value);
+        const std::optional<unsigned> number = numberOf<unsigned>(value);
         const bool isRate = name == "--rate";
         const unsigned lowest = isRate ? 8000 : 1000;
         const unsigned highest = isRate ? 192000 : 3600000;
@@ -180,7 +174,8 @@ std::string commandFault(const Words& words) {
         return "unexpected '" + words[count + most] + "' after '" + joined(words, count + most) +
                "'; a name with blanks needs quotes";
     }
-    const std::optional<unsigned> ms = arguments == 1 ? numberOf(words[count]) : std::nullopt;
+    const std::optional<unsigned> ms =
+        arguments == 1 ? numberOf<unsigned>(words[count]) : std::nullopt;
     if (ms && *ms >= 1 && *ms <= 60000) return "";
     return "'" + joined(words, words.size()) + "' lacks a number of milliseconds from 1 to 60000";
 }

@@ -11,7 +11,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds PAUSE{2};
+constexpr std::chrono::milliseconds PROGRESS_PAUSE{2};
 
 }  // namespace
 
@@ -40,7 +40,7 @@ bool Wait::regardless(std::chrono::milliseconds bound, const std::function<bool(
     const Clock::time_point deadline = Clock::now() + bound;
     while (!condition()) {
         if (Clock::now() > deadline) return false;
-        std::this_thread::sleep_for(PAUSE);
+        std::this_thread::sleep_for(PROGRESS_PAUSE);
     }
     return true;
 }
@@ -52,7 +52,7 @@ void Wait::requireNoInterruption() const {
 
 void Wait::pause() const {
     requireNoInterruption();
-    waitForAny({&mInterruption.event()}, PAUSE);
+    waitForAny({&mInterruption.event()}, PROGRESS_PAUSE);
 }
 
 }  // namespace cabinaudio::tool::scenario

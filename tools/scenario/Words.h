@@ -3,7 +3,10 @@
 
 #include "tools/scenario/Scenario.h"
 
+#include <charconv>
+#include <optional>
 #include <string_view>
+#include <system_error>
 
 namespace cabinaudio::tool::scenario {
 
@@ -17,5 +20,14 @@ struct Line {
 /// backslash makes the next character ordinary, and a word that begins with # starts a comment.
 /// Nothing is expanded.
 [[nodiscard]] Line splitLine(std::string_view text);
+
+/// A whole number and nothing else.
+template <typename Number>
+[[nodiscard]] std::optional<Number> numberOf(std::string_view text) {
+    Number number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    return number;
+}
 
 }  // namespace cabinaudio::tool::scenario

@@ -8,6 +8,8 @@ namespace cabinaudio::tool {
 
 /// The server's answer to a successful command.
 inline constexpr char SERVER_DONE[] = "ok";
+/// What the answer to another one begins with.
+inline constexpr char SERVER_ERROR[] = "error: ";
 
 /// A connection to the development server's control socket, non-blocking.
 class ControlSocket {

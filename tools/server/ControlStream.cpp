@@ -15,7 +15,6 @@ namespace cabinaudio::tool {
 
 namespace {
 
-constexpr char ERROR[] = "error: ";
 constexpr std::size_t CHUNK = 65536;
 
 }  // namespace
@@ -26,7 +25,7 @@ ControlStream::ControlStream(const Interruption& interruption, const std::string
     mSocket.warnOfForeignServer();
     mSocket.send(command + "\n");
     mAnswer = receiveAnswer(Clock::now() + timeout);
-    if (mAnswer.starts_with(ERROR)) throw Failure(mAnswer.substr(sizeof ERROR - 1));
+    if (mAnswer.starts_with(SERVER_ERROR)) throw Failure(mAnswer.substr(sizeof SERVER_ERROR - 1));
 }
 
 std::string ControlStream::receiveAnswer(Clock::time_point deadline) {

@@ -12,8 +12,6 @@ namespace cabinaudio::tool {
 
 namespace {
 
-constexpr char ERROR[] = "error: ";
-
 Json parsed(const std::string& answer, const char* what) {
     Json document = Json::parse(answer, nullptr, false);
     if (!document.is_object())
@@ -29,7 +27,7 @@ ExitCode run(const ServerOptions& options, const CommonOptions& common) {
         options.command == "crash" ? AfterCommand::WaitForServerEnd : AfterCommand::Return;
     const auto timeout = options.isLong ? options.longTimeout : options.timeout;
     const std::string answer = askServer(options.command, timeout, after);
-    if (answer.rfind(ERROR, 0) == 0) throw Failure(answer.substr(sizeof ERROR - 1));
+    if (answer.rfind(SERVER_ERROR, 0) == 0) throw Failure(answer.substr(sizeof SERVER_ERROR - 1));
     if (options.answer != ServerOptions::Answer::Ok) {
         const bool isState = options.answer == ServerOptions::Answer::State;
         const Json document = parsed(answer, isState ? "state" : "time");

@@ -43,11 +43,11 @@ int connectToControl() {
 
 /// A dying process closes its sockets one by one, so it may listen a little longer.
 [[noreturn]] void throwEnd() {
-    constexpr std::chrono::milliseconds PAUSE{2};
+    constexpr std::chrono::milliseconds LISTEN_PAUSE{2};
     constexpr std::chrono::milliseconds BOUND{500};
     const Clock::time_point deadline = Clock::now() + BOUND;
     while (serverListens() && Clock::now() < deadline)
-        std::this_thread::sleep_for(PAUSE);
+        std::this_thread::sleep_for(LISTEN_PAUSE);
     if (serverListens()) throw Failure("the server has closed the connection");
     throw Failure("the server went away", ExitCode::NoServer);
 }

@@ -15,7 +15,7 @@ namespace {
 
 using Scale = Change::Scale;
 
-[[noreturn]] void refuse(const std::string& why) {
+[[noreturn]] void refuseChange(const std::string& why) {
     throw std::invalid_argument(why);
 }
 
@@ -41,14 +41,14 @@ bool isWhole(const Type& type, Scale scale) {
 double parsedNumber(const Type& type, std::string_view text) {
     const std::string_view whole = text;
     if (!text.empty() && isSign(text.front()))
-        refuse("an amount has no sign of its own: write 3+ or 3- for a change by 3");
+        refuseChange("an amount has no sign of its own: write 3+ or 3- for a change by 3");
     const bool mustBeWhole = isWhole(type, takeScale(type, text));
     std::int64_t integer = 0;
     double number = 0;
     if (mustBeWhole && parseNumber(text, integer)) return static_cast<double>(integer);
     if (!mustBeWhole && parseNumber(text, number) && std::isfinite(number)) return number;
-    refuse("'" + std::string(whole) + "' is no amount of a change" +
-           (type.kind == Kind::Gain ? "; a number without dB or % is a volume step" : ""));
+    refuseChange("'" + std::string(whole) + "' is no amount of a change" +
+                 (type.kind == Kind::Gain ? "; a number without dB or % is a volume step" : ""));
 }
 
 /// @param parts  amounts without the sign of the change
@@ -59,7 +59,8 @@ Change parsedParts(const Type& type, const std::vector<std::string>& parts,
         const std::size_t part = parts.size() == 1 ? 0 : i;  // one for all
         std::string_view unit = parts[part];
         const Scale scale = takeScale(type, unit);
-        if (i > 0 && scale != change.scale) refuse("must be all in dB, all in steps or all in %");
+        if (i > 0 && scale != change.scale)
+            refuseChange("must be all in dB, all in steps or all in %");
         change.scale = scale;
         const double number = parsedNumber(type, parts[part]);
         change.amounts.push_back(signs[part] == '-' ? -number : number);
@@ -69,7 +70,7 @@ Change parsedParts(const Type& type, const std::vector<std::string>& parts,
 
 void checkCount(const Type& type, std::size_t count) {
     if (count != 1 && count != type.count)
-        refuse("must be one amount, or " + std::to_string(type.count) + " of them");
+        refuseChange("must be one amount, or " + std::to_string(type.count) + " of them");
 }
 
 /// A value that is clamped to a range, and whether it had to be.
@@ -147,7 +148,7 @@ void refuseSign(const Setting& setting, Scale scale, const std::string& part) {
                                                        : "this value";
     const std::string ways = waysToWrite(setting, scale, part);
     if (!ways.empty()) why += std::string("; ") + what + " has no sign: write " + ways;
-    refuse(why);
+    refuseChange(why);
 }
 
 }  // namespace
@@ -163,7 +164,7 @@ std::optional<Change> parsedChange(const Type& type, const std::string& text) {
     const auto changes = std::count_if(parts.begin(), parts.end(), isChange);
     if (changes == 0) return std::nullopt;
     if (static_cast<std::size_t>(changes) != parts.size())
-        refuse("must be all values, or all changes");
+        refuseChange("must be all values, or all changes");
     checkCount(type, parts.size());
     std::string signs;
     for (std::string& part : parts) {
@@ -175,8 +176,8 @@ std::optional<Change> parsedChange(const Type& type, const std::string& text) {
 
 Change parsedAmount(const Type& type, const std::string& text, char sign) {
     if (!isNumeric(type))
-        refuse(std::string("is no number, and takes no ") + sign + "=: it must be " +
-               rangeText(type));
+        refuseChange(std::string("is no number, and takes no ") + sign + "=: it must be " +
+                     rangeText(type));
     const std::vector<std::string> parts = split(text, ',');
     checkCount(type, parts.size());
     return parsedParts(type, parts, std::string(parts.size(), sign));

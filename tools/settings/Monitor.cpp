@@ -89,7 +89,7 @@ public:
     }
 
 private:
-    enum class Which { Fed, Polled, All };
+    enum class Which { FromServer, Polled, All };
 
     struct Seen {
         std::string line;  // as printed
@@ -107,7 +107,7 @@ private:
             waitForAny({&mSession.interruption().event()}, mOptions.interval);
         } else if (auto change = mFeed->next(mOptions.interval)) {
             do
-                look(stampOf(change->time), Which::Fed);
+                look(stampOf(change->time), Which::FromServer);
             while (!isOver() && (change = mFeed->next(std::chrono::milliseconds(0))));
         }
         if (!isOver()) look(presentTime(), Which::Polled);
@@ -139,7 +139,7 @@ private:
         }
         ++mPolled;
         std::optional<Value> value;
-        if (which != Which::Fed) {
+        if (which != Which::FromServer) {
             const Reading reading = mSession.get(named);
             if (reading.status != AUDIO_NO_ERROR) return;
             value = reading.value;

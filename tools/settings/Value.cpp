@@ -21,7 +21,7 @@ const char* const LOUDSPEAKERS[6] = {"LF", "RF", "LS", "RS", "CF", "L1"};
 
 namespace {
 
-[[noreturn]] void refuse(const std::string& why) {
+[[noreturn]] void refuseValue(const std::string& why) {
     throw std::invalid_argument(why);
 }
 
@@ -64,7 +64,7 @@ float parseReal(const Type& type, std::string_view text) {
     float number = 0;
     // NaN is in no range.
     if (!parseNumber(text, number) || !(number >= type.low && number <= type.high))
-        refuse(expected(type));
+        refuseValue(expected(type));
     return number;
 }
 
@@ -72,9 +72,9 @@ float parseReal(const Type& type, std::string_view text) {
 float parsePercent(const Type& type, std::string_view number) {
     double percent = 0;
     // NaN is in no range.
-    if (!parseNumber(number, percent) || !(percent >= 0)) refuse(expected(type));
+    if (!parseNumber(number, percent) || !(percent >= 0)) refuseValue(expected(type));
     const double dB = gainOfPercent(percent, type.low);
-    if (!(dB <= type.high)) refuse(expected(type) + "; 100% is 0dB, 200% is 6.02dB");
+    if (!(dB <= type.high)) refuseValue(expected(type) + "; 100% is 0dB, 200% is 6.02dB");
     return static_cast<float>(dB);
 }
 
@@ -95,13 +95,13 @@ Value parseGains(const Type& type, const std::vector<std::string>& parts) {
         if (!parseNumber(bare, step) || step < 0 || step > largestStep(type)) {
             float number = 0;
             if (parseNumber(bare, number))
-                refuse(expected(type) + "; a number without dB is a volume step");
-            refuse(expected(type));
+                refuseValue(expected(type) + "; a number without dB is a volume step");
+            refuseValue(expected(type));
         }
         steps.steps.push_back(static_cast<std::uint8_t>(step));
     }
     if (!gains.empty() && !steps.steps.empty())
-        refuse("must be all gains in dB or %, or all steps");
+        refuseValue("must be all gains in dB or %, or all steps");
     if (!gains.empty()) return gains;
     return steps;
 }
@@ -114,7 +114,7 @@ std::int64_t parseWordOrInteger(const Type& type, const std::string& part) {
     std::int64_t number = 0;
     if (!parseInteger(bare, number) || static_cast<double>(number) < type.low ||
         static_cast<double>(number) > type.high)
-        refuse(expected(type));
+        refuseValue(expected(type));
     return number;
 }
 
@@ -124,7 +124,7 @@ bool parseSwitch(const Type& type, const std::string& text) {
                            [&](const char* word) { return isSameWord(text, word); });
     };
     if (isOneOf({"on", "true", "1"})) return true;
-    if (!isOneOf({"off", "false", "0"})) refuse(expected(type));
+    if (!isOneOf({"off", "false", "0"})) refuseValue(expected(type));
     return false;
 }
 
@@ -133,7 +133,7 @@ std::int64_t parseLoudspeakers(const Type& type, const std::string& text) {
     std::int64_t mask = 0;
     for (const std::string& name : split(text, '+')) {
         const auto found = std::find(std::begin(LOUDSPEAKERS), std::end(LOUDSPEAKERS), name);
-        if (found == std::end(LOUDSPEAKERS)) refuse(expected(type));
+        if (found == std::end(LOUDSPEAKERS)) refuseValue(expected(type));
         mask |= std::int64_t{1} << (found - std::begin(LOUDSPEAKERS));
     }
     return mask;
@@ -148,21 +148,21 @@ std::string loudspeakersText(std::int64_t mask) {
 }
 
 Octets parseHex(const std::string& text) {
-    if (text.size() % 2 != 0) refuse("has an odd number of hex digits");
+    if (text.size() % 2 != 0) refuseValue("has an odd number of hex digits");
     Octets bytes(text.size() / 2);
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         const char* digits = text.data() + 2 * i;
         if (std::from_chars(digits, digits + 2, bytes[i], 16).ptr != digits + 2)
-            refuse("must be hex digits, or @ and the name of a file");
+            refuseValue("must be hex digits, or @ and the name of a file");
     }
     return bytes;
 }
 
 Octets readFile(const std::string& name) {
     std::ifstream file(name, std::ios::binary);
-    if (!file) refuse("cannot open file " + name);
+    if (!file) refuseValue("cannot open file " + name);
     Octets bytes{std::istreambuf_iterator<char>(file), {}};
-    if (file.bad()) refuse("cannot read file " + name);
+    if (file.bad()) refuseValue("cannot read file " + name);
     return bytes;
 }
 
@@ -170,8 +170,8 @@ Octets parseBytes(const Type& type, const std::string& text) {
     const bool isFile = !text.empty() && text.front() == '@';
     Octets bytes = isFile ? readFile(text.substr(1)) : parseHex(text);
     if (bytes.size() > type.count)
-        refuse("has " + std::to_string(bytes.size()) + " bytes; " + std::to_string(type.count) +
-               " is the most");
+        refuseValue("has " + std::to_string(bytes.size()) + " bytes; " +
+                    std::to_string(type.count) + " is the most");
     return bytes;
 }
 
@@ -341,7 +341,7 @@ Value parsedValue(const Type& type, const std::string& text) {
     const bool isMeasure = type.kind == Kind::Gain || type.kind == Kind::Real;
     if (isMeasure && parts.size() == 1) parts.resize(type.count, parts.front());  // one for all
     const bool isCounted = isMeasure || type.kind == Kind::Integer;
-    if (isCounted && parts.size() != type.count) refuse(expected(type));
+    if (isCounted && parts.size() != type.count) refuseValue(expected(type));
     switch (type.kind) {
         case Kind::Gain:
             return parseGains(type, parts);
@@ -363,7 +363,8 @@ Value parsedValue(const Type& type, const std::string& text) {
             return parseSwitch(type, text);
         case Kind::Text: {
             std::string plain = text::unescaped(text);
-            if (plain.size() > 63 || plain.find('\0') != std::string::npos) refuse(expected(type));
+            if (plain.size() > 63 || plain.find('\0') != std::string::npos)
+                refuseValue(expected(type));
             return plain;
         }
         case Kind::Bytes:
@@ -372,7 +373,7 @@ Value parsedValue(const Type& type, const std::string& text) {
         case Kind::List:
             break;
     }
-    refuse("can only be read");
+    refuseValue("can only be read");
 }
 
 }  // namespace cabinaudio::tool

@@ -147,7 +147,7 @@ private:
 };
 
 /// One JSON object for each state.
-class Lines : public Watching {
+class JsonLines : public Watching {
 public:
     using Watching::Watching;
 
@@ -239,7 +239,7 @@ ExitCode run(const TopOptions& options, const CommonOptions& common) {
     else if (options.once)
         printTable(state);
     else if (common.json)
-        Lines(options).watch();
+        JsonLines(options).watch();
     else
         Display(options).watch();
     return ExitCode::Done;

@@ -14,9 +14,10 @@ namespace cabinaudio::tool {
 
 namespace {
 
-class Lines final : public TraceOutput {
+class LineOutput final : public TraceOutput {
 public:
-    Lines(LineMaker maker, LineTaker taker) : mMaker(std::move(maker)), mTaker(std::move(taker)) {}
+    LineOutput(LineMaker maker, LineTaker taker)
+        : mMaker(std::move(maker)), mTaker(std::move(taker)) {}
 
     void add(const trace::Record& record) override { put(mConversations.add(record)); }
     void flush() override {}
@@ -68,7 +69,7 @@ private:
 }  // namespace
 
 std::unique_ptr<TraceOutput> makeLines(LineMaker maker, LineTaker taker) {
-    return std::make_unique<Lines>(std::move(maker), std::move(taker));
+    return std::make_unique<LineOutput>(std::move(maker), std::move(taker));
 }
 
 std::unique_ptr<TraceOutput> makeCapture(const std::string& file) {

@@ -14,13 +14,13 @@ namespace cabinaudio::tool {
 
 namespace {
 
-struct Verdict {
+struct Conclusion {
     ExitCode code;
     const char* name;  // in JSON
     std::string text;  // for stderr
 };
 
-Verdict judge(const ServerQuery& query, const VersionOptions& options) {
+Conclusion judge(const ServerQuery& query, const VersionOptions& options) {
     switch (query.reach) {
         case Reach::Answered:
             return {ExitCode::Done, "answered", ""};
@@ -42,11 +42,6 @@ Verdict judge(const ServerQuery& query, const VersionOptions& options) {
     return {ExitCode::Failed, "crashed", "the library crashed in the version query"};
 }
 
-std::string dotted(const VersionTriple& triple) {
-    return std::to_string(triple[0]) + "." + std::to_string(triple[1]) + "." +
-           std::to_string(triple[2]);
-}
-
 void printRow(const char* name, const std::string& client, const std::string& server) {
     std::printf("%-8s%-12s%s\n", name, client.c_str(), server.c_str());
 }
@@ -62,7 +57,7 @@ void printTable(const ServerQuery& query) {
     printRow("third", none, server ? std::to_string(server->third) : none);
 }
 
-Json toJson(const ServerQuery& query, const Verdict& verdict) {
+Json toJson(const ServerQuery& query, const Conclusion& conclusion) {
     Json json;
     json["client"] = nullptr;
     if (query.client)
@@ -72,13 +67,13 @@ Json toJson(const ServerQuery& query, const Verdict& verdict) {
         json["server"] = {{"first", query.server->first},
                           {"second", query.server->second},
                           {"third", query.server->third}};
-    json["ended"] = verdict.name;
+    json["ended"] = conclusion.name;
     json["status"] = query.status;
     json["status_name"] = statusName(query.status);
     json["answer_ms"] = nullptr;
     if (query.reach == Reach::Answered)
         json["answer_ms"] = static_cast<double>(query.took.count()) / 1000;
-    addEnd(json, verdict.code, verdict.text);
+    addEnd(json, conclusion.code, conclusion.text);
     return json;
 }
 
@@ -86,13 +81,13 @@ Json toJson(const ServerQuery& query, const Verdict& verdict) {
 
 ExitCode run(const VersionOptions& options, const CommonOptions& common) {
     const ServerQuery query = queryServer(options.timeout);
-    const Verdict verdict = judge(query, options);
+    const Conclusion conclusion = judge(query, options);
     if (common.json)
-        printJson(toJson(query, verdict));
+        printJson(toJson(query, conclusion));
     else
         printTable(query);
-    if (verdict.code != ExitCode::Done) complain(verdict.text);
-    return verdict.code;
+    if (conclusion.code != ExitCode::Done) complain(conclusion.text);
+    return conclusion.code;
 }
 
 }  // namespace cabinaudio::tool

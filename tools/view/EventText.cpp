@@ -9,7 +9,7 @@ namespace cabinaudio::tool::view {
 namespace {
 
 // A browser that has gone is noticed when something is sent.
-constexpr std::chrono::milliseconds LONGEST_SILENCE{5000};
+constexpr std::chrono::milliseconds LONGEST_EVENT_SILENCE{5000};
 constexpr char SIGN_OF_LIFE[] = ":\n\n";
 
 std::string dumped(const Json& json) {
@@ -26,7 +26,7 @@ Json whole(const ShownSetting& setting) {
 
 std::optional<std::string> EventText::next() {
     for (;;) {
-        const Board::Pointer snapshot = mBoard.next(mSeen, LONGEST_SILENCE);
+        const Board::Pointer snapshot = mBoard.next(mSeen, LONGEST_EVENT_SILENCE);
         if (snapshot == nullptr) return std::nullopt;
         if (snapshot == mSeen) return SIGN_OF_LIFE;
         std::string text = textOf(*snapshot);

@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 // As many as the server keeps.
 constexpr std::size_t REQUESTS = 32;
 // A standing picture is sent now and then: its time goes on.
-constexpr auto LONGEST_SILENCE = 1000ms;
+constexpr auto LONGEST_PICTURE_SILENCE = 1000ms;
 
 /// Without the braces.
 std::string membersOf(const Json& json) {
@@ -53,7 +53,7 @@ bool LiveFeed::receive() {
     }();
     const Clock::time_point now = Clock::now();
     if (mLive && timeless == mShown && lastRequest == mLastRequest &&
-        now - mShownAt < LONGEST_SILENCE)
+        now - mShownAt < LONGEST_PICTURE_SILENCE)
         return false;
     mShown = timeless;
     mShownAt = now;
