@@ -15,6 +15,11 @@ target_compile_options(cabinaudio-build INTERFACE
 if(CABINAUDIO_WERROR)
     target_compile_options(cabinaudio-build INTERFACE -Werror)
 endif()
+if(CABINAUDIO_UNITY)
+    # g++ permits test fixtures in an anonymous namespace, but not in files that others include.
+    target_compile_options(cabinaudio-build INTERFACE
+        $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+endif()
 if(CABINAUDIO_SANITIZE)
     target_compile_options(cabinaudio-build INTERFACE
         -fsanitize=${CABINAUDIO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer

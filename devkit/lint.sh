@@ -1,11 +1,13 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# lint.sh BUILD-DIRECTORY [JOBS]: every check that needs no running program. The build directory
-# must be configured (compile_commands.json). Runs all checks, then fails if one of them did.
+# lint.sh BUILD SOURCES [JOBS]: every check that needs no running program. BUILD is a build directory,
+# SOURCES one that is configured to compile each source by itself (compile_commands.json). Runs all
+# checks, then fails if one of them did.
 set -u
 cd "$(dirname -- "$0")/.." || exit 1
 build=$1
-jobs=${2:-2}
+commands=$2
+jobs=${3:-2}
 failed=
 
 # Directories with our sources.
@@ -132,7 +134,7 @@ layout() {
 # Sources that this build compiles, because clang-tidy needs their command lines. In tests it looks at
 # names only.
 tidy() {
-    quietly devkit/tidy/test_tidy.py && devkit/tidy/tidy.py --jobs "$jobs" "$build"
+    quietly devkit/tidy/test_tidy.py && devkit/tidy/tidy.py --jobs "$jobs" "$commands"
 }
 
 # Each check that .clang-tidy disables is mentioned in its comments.

@@ -21,7 +21,7 @@ build() {
     name=$1
     shift
     case $name in
-        native | coverage) need build test consume "$(sound_server)" ;;
+        native | edit | coverage) need build test consume "$(sound_server)" ;;
         asan | tsan) need build test asan "$(sound_server)" ;;
         fuzz) need build test asan ;;
         armhf)
@@ -45,6 +45,14 @@ build() {
     logged "$log" cmake --build --preset "$name" --parallel "$(jobs)" "$@"
     unlock_tree
     say "built $name in $(($(date +%s) - began)) s"
+}
+
+# configure NAME: only writes the commands that would compile the sources.
+configure() {
+    own_tree "build/$1"
+    lock_tree "build/$1"
+    logged "build/$1/build.log" cmake --preset "$1"
+    unlock_tree
 }
 
 # Everything that users get, without the tests.

@@ -10,10 +10,12 @@ Usage: ./cabin COMMAND [ARGUMENT...]
                          an input and a call at the same time, compare the output and the
                          recordings with the sources, and plot them: demo/heard.wav,
                          recorded.wav, call.opus, heard.png
-  test [BUILD...]        build and run the tests: native (default), asan, tsan, armhf (programs of
-                         the target in an emulator), armhf-time64 (rings, threads and streams of
-                         the target with 64-bit times), armhf-vm (a kernel of the target with two
-                         processors, in a virtual machine), all; failures are listed at the end
+  test [BUILD...]        build and run the tests: native (default), edit (the same with each source
+                         compiled by itself: a rebuild after an edit is shorter), asan, tsan, armhf
+                         (programs of the target in an emulator), armhf-time64 (rings, threads and
+                         streams of the target with 64-bit times), armhf-vm (a kernel of the target
+                         with two processors, in a virtual machine), all (but edit); failures are
+                         listed at the end
        [--long]          include the long tests
        [--programs]      install the large programs that play and record through the plug-ins,
                          such as a browser, and the modules that drive it; fail if a test is
@@ -41,8 +43,8 @@ Usage: ./cabin COMMAND [ARGUMENT...]
                          through rings between programs of this machine and of the target, all pairs
   models                 check all states of the models of rings, replies and destructors, and that
                          faults in the same models are found
-  build [BUILD]          build only: native (default), asan, tsan, fuzz, armhf, armhf-time64,
-                         armhf-vm, bench
+  build [BUILD]          build only: native (default), edit, asan, tsan, fuzz, armhf,
+                         armhf-time64, armhf-vm, bench
   install [PREFIX]       install library, server, launcher, tool, plug-ins, guides and examples
                          (default: ~/.local)
   abi [--update]         compare the binary interface, native and armhf, with the recorded one;
@@ -50,6 +52,7 @@ Usage: ./cabin COMMAND [ARGUMENT...]
   package [native|armhf] build Debian packages (default: native), in build/package/<name>
        [--test]          install, use and purge them in a separate Debian system; with both
                          names, the armhf packages beside the native ones
+       [--built]         with the packages of the last build
   docs                   generate the reference of the headers and the man pages as HTML in
                          build/docs/, and check that everything is documented
   format                 format the sources

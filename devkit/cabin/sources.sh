@@ -26,7 +26,8 @@ cmd_format() {
 cmd_lint() {
     need format lint
     build native
-    devkit/lint.sh build/native "$(jobs)"
+    configure edit
+    devkit/lint.sh build/native build/edit "$(jobs)"
 }
 
 sources() {

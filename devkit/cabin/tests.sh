@@ -11,7 +11,7 @@ cmd_test() {
             --long) long=yes ;;
             --programs) all_programs=yes ;;
             all) builds="$builds native asan tsan armhf armhf-time64 armhf-vm" ;;
-            native | asan | tsan | armhf | armhf-time64 | armhf-vm) builds="$builds $word" ;;
+            native | edit | asan | tsan | armhf | armhf-time64 | armhf-vm) builds="$builds $word" ;;
             *) bad_usage "unknown argument '$word' of test" ;;
         esac
     done
