@@ -16,13 +16,13 @@ namespace {
 
 constexpr std::uint64_t MS = 1000;  // in microseconds
 
-Bytes question() {
+Bytes initCheckRequest() {
     return join(idOf(wire::StreamFunction::InitCheck));
 }
 
 /// Header of a reply, without the tests of Connection.
 SocketFrameHeader answerHeader(Connection& connection) {
-    connection.sendRequest(question(), AUDIO_CMD_CALL);
+    connection.sendRequest(initCheckRequest(), AUDIO_CMD_CALL);
     const auto header = recordAt<SocketFrameHeader>(connection.receive(sizeof(SocketFrameHeader)));
     (void)connection.receive(sizeof(wire::StatusReply));
     return header;
@@ -73,7 +73,7 @@ void times(Session& session) {
 
 void onePiece(Session& session) {
     Connection connection(session, AUDIO_CONNECT_AUXILIARY, session.rule);
-    connection.sendRequest(question(), AUDIO_CMD_CALL);
+    connection.sendRequest(initCheckRequest(), AUDIO_CMD_CALL);
     for (const std::size_t size : {sizeof(SocketFrameHeader), sizeof(wire::StatusReply)}) {
         const std::size_t came = connection.receiveOnce(size).size();
         require(came == size, std::to_string(size) + " bytes in one piece",

@@ -13,7 +13,7 @@ namespace {
 
 constexpr auto VERSION_TYPE = AUDIO_CONNECT_VERSION_SETTING;
 
-Bytes question() {
+Bytes versionsRequest() {
     return join(idOf(wire::VersionFunction::GetServerVersions));
 }
 
@@ -26,7 +26,8 @@ void requireEnd(const Session& session, const Connection& connection, const std:
 void unknownCommand(Session& session) {
     Connection connection(session, VERSION_TYPE, wire::NAME_UNKNOWN);
     constexpr std::uint32_t NO_COMMAND = 4711;
-    connection.send(join(connection.header(question().size(), NO_COMMAND), question()));
+    connection.send(
+        join(connection.header(versionsRequest().size(), NO_COMMAND), versionsRequest()));
     requireEnd(session, connection, "command 4711");
 }
 
@@ -34,15 +35,15 @@ void implausibleLength(Session& session) {
     Connection connection(session, VERSION_TYPE, wire::NAME_UNKNOWN);
     audio_param header = connection.header(0);
     header.length = std::numeric_limits<std::uint32_t>::max();
-    connection.send(join(header, question()));
+    connection.send(join(header, versionsRequest()));
     requireEnd(session, connection, "a payload of 4294967295 bytes");
 }
 
 void requestFirst(Session& session) {
     const Connection connection(session);
-    audio_param header = connection.header(question().size());
+    audio_param header = connection.header(versionsRequest().size());
     header.type = VERSION_TYPE;
-    connection.send(join(header, question()));
+    connection.send(join(header, versionsRequest()));
     requireEnd(session, connection, "a request before the registration");
 }
 
@@ -62,7 +63,7 @@ void garbage(Session& session) {
 /// The rest comes late; meanwhile others are served.
 void halfMessage(Session& session) {
     Connection connection(session, VERSION_TYPE, wire::NAME_UNKNOWN);
-    const Bytes message = join(connection.header(question().size()), question());
+    const Bytes message = join(connection.header(versionsRequest().size()), versionsRequest());
     const auto middle = message.begin() + static_cast<std::ptrdiff_t>(message.size() / 2);
     connection.send({message.begin(), middle});
     requireService(session, "half a message");

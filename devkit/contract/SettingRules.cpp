@@ -27,10 +27,10 @@ const Readable* readable(const std::string& name) {
 
 /// The setting that tells the value without rounding: a volume in steps is also one in dB.
 const Readable& exact(const Readable& setting) {
-    constexpr std::string_view STEP = "step";
-    if (!setting.name.ends_with(STEP)) return setting;
+    constexpr std::string_view SUFFIX = "step";
+    if (!setting.name.ends_with(SUFFIX)) return setting;
     const Readable* gain =
-        readable(setting.name.substr(0, setting.name.size() - STEP.size()) + "gain");
+        readable(setting.name.substr(0, setting.name.size() - SUFFIX.size()) + "gain");
     return gain != nullptr ? *gain : setting;
 }
 

@@ -14,7 +14,6 @@ namespace cabinaudio::hear {
 namespace {
 
 // The server's rules, see devkit/server/README.md.
-constexpr double PERIOD_MS = 16;
 constexpr double HOLD_MS = 200;
 constexpr double RAMP_MS = 20;
 

@@ -10,7 +10,6 @@
 namespace cabinaudio::hear {
 namespace {
 
-constexpr double LEVEL_TOLERANCE_DB = 0.5;
 constexpr double SILENCE_DB = -90;
 constexpr double GAP_DB = -80;
 constexpr double GAP_MS = 1;

@@ -7,6 +7,9 @@
 
 namespace cabinaudio::hear {
 
+/// Tolerance of a level, unless the check names another one.
+inline constexpr double LEVEL_TOLERANCE_DB = 0.5;
+
 struct Peak {
     double amplitude = 0;
     std::size_t frame = 0;  // of the first sample with it

@@ -15,7 +15,6 @@ namespace {
 
 constexpr double ONSET_TOLERANCE_MS = 1;
 constexpr double ONSET_DB = -80;
-constexpr double PERIOD_MS = 16;
 
 /// First frame of the stream in the view: from report or stem, otherwise the onset of any sound.
 std::optional<std::size_t> startOf(const Recording& recording, const View& view,

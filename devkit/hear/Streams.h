@@ -9,6 +9,9 @@
 
 namespace cabinaudio::hear {
 
+/// Period of the server, see devkit/server/README.md.
+inline constexpr double PERIOD_MS = 16;
+
 /// Frames of the output in which a stream is heard.
 struct Interval {
     std::size_t begin = 0;

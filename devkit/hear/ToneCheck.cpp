@@ -14,7 +14,6 @@ namespace {
 
 constexpr double TOLERANCE_HZ = 1;
 constexpr double TOLERANCE_RATIO = 0.005;
-constexpr double LEVEL_TOLERANCE_DB = 0.5;
 constexpr double ABOVE_REST_DB = 20;
 // With fewer, the lines of positive and negative frequencies overlap.
 constexpr double FEWEST_PERIODS = 5;

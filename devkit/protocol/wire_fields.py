@@ -19,8 +19,6 @@ HEAD = """\
 namespace cabinaudio::trace {
 namespace {
 
-using enum FieldType;
-
 // clang-format off
 """
 
@@ -125,8 +123,8 @@ def record_lines(catalogue, choices, name):
         named = choices.add(leaf.choices, f"{constant(name)}_{constant(leaf.name)}_CHOICES")
         slots = f"&{constant(leaf.record)}" if leaf.record else "nullptr"
         mask = "true" if leaf.is_mask else "false"
-        lines.append(f"    WireField{{{text(leaf.name)}, {leaf.offset}, {leaf.type}, {leaf.count}, "
-                     f"{text(leaf.unit)}, {leaf.size}, {slots}, {named}, {mask}}},")
+        lines.append(f"    WireField{{{text(leaf.name)}, {leaf.offset}, FieldType::{leaf.type}, "
+                     f"{leaf.count}, {text(leaf.unit)}, {leaf.size}, {slots}, {named}, {mask}}},")
     block = "true" if name in fields.WITH_BLOCK else "false"
     size = catalogue.record(name).size
     return lines + ["};", f"constexpr WireRecord {constant(name)} = {{{text(name)}, {size}, "

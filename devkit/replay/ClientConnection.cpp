@@ -16,8 +16,6 @@ namespace cabinaudio::replay {
 
 namespace {
 
-constexpr std::size_t FRAME = sizeof(SocketFrameHeader);
-
 bool beginsFrame(const Bytes& bytes) {
     return recordAt<std::uint32_t>(bytes, 0) == FRAME_MAGIC;
 }
@@ -63,14 +61,14 @@ void ClientConnection::receive() {
 
 void ClientConnection::parse() {
     Bytes& received = mSocket->received();
-    while (received.size() >= FRAME) {
+    while (received.size() >= FRAME_SIZE) {
         const SocketFrameHeader frame = frameOf(received);
         if (frame.magic == FRAME_MAGIC && frame.headerId == HEADER_NOTIFY) {
-            mNotifications.push_back({mArrivals++, mSocket->take(FRAME)});
+            mNotifications.push_back({mArrivals++, mSocket->take(FRAME_SIZE)});
             actOnNotification(mNotifications.back().message);
             continue;
         }
-        const std::size_t size = FRAME + mExpectedBody.value_or(0);
+        const std::size_t size = FRAME_SIZE + mExpectedBody.value_or(0);
         if (received.size() < size) return;
         Bytes reply = mSocket->take(mExpectedBody ? size : received.size());
         // The next frame begins with its magic word; anything else belongs to this reply.
@@ -94,18 +92,18 @@ std::optional<Bytes> ClientConnection::takeReply(bool isOver) {
 
 void ClientConnection::actOnReply(const Step& request, const Bytes& reply) {
     if (isRegistration(request.bytes)) {
-        mHandle = recordAt<wire::RegistrationReply>(reply, FRAME).handle;
+        mHandle = recordAt<wire::RegistrationReply>(reply, FRAME_SIZE).handle;
         return;
     }
     const StreamAction action =
         actionOf(mRecorded.type, functionOf(request.bytes).value_or(UINT32_MAX));
     if (action == StreamAction::Create && !hasAnnouncedRing(mRecorded.type)) {
-        const auto made = recordAt<wire::CreateReply>(reply, FRAME);
+        const auto made = recordAt<wire::CreateReply>(reply, FRAME_SIZE);
         if (made.status == 0 && made.ringSize > 0)
             mapRing({mRecorded.name, made.ringSize, false, 0});
     }
     if (action == StreamAction::ShowRing) {
-        const auto shown = recordAt<wire::ShareMemoryReply>(reply, FRAME);
+        const auto shown = recordAt<wire::ShareMemoryReply>(reply, FRAME_SIZE);
         if (shown.status == 0 && shown.size > 0)
             mapRing({mRecorded.name, shown.size, true, shown.address});
     }

@@ -46,6 +46,9 @@ void putAt(Bytes& bytes, std::size_t offset, const Record& record) {
     return recordAt<std::uint32_t>(message, sizeof(audio_param));
 }
 
+/// Bytes of a server's message before its body.
+inline constexpr std::size_t FRAME_SIZE = sizeof(SocketFrameHeader);
+
 /// Parts of a server's message.
 [[nodiscard]] inline SocketFrameHeader frameOf(std::span<const std::uint8_t> message) {
     return recordAt<SocketFrameHeader>(message, 0);

@@ -17,7 +17,6 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
 
-constexpr std::size_t FRAME = sizeof(SocketFrameHeader);
 constexpr std::uint32_t LARGEST_PAYLOAD = 1 << 20;
 /// Time in which a reply must reach the application although its sound is not as recorded.
 constexpr milliseconds GRACE{1000};
@@ -161,7 +160,7 @@ void ServerConnection::act(const Step& request, std::size_t reply, Bytes& answer
         case StreamAction::Create: {
             const auto create = recordAt<wire::CreateRequest>(request.bytes, sizeof(audio_param));
             mIsCoded = create.format.codecType != 0;
-            const auto made = recordAt<wire::CreateReply>(recorded, FRAME);
+            const auto made = recordAt<wire::CreateReply>(recorded, FRAME_SIZE);
             if (made.status == 0 && made.ringSize > 0 && !hasAnnouncedRing(mRecorded.type))
                 mRing = mRings.inSharedMemory(streamName(), made.ringSize, mode);
             break;
@@ -174,7 +173,7 @@ void ServerConnection::act(const Step& request, std::size_t reply, Bytes& answer
             break;
         case StreamAction::ShowRing:
             if (mRing)
-                putAt(answer, FRAME + offsetof(wire::ShareMemoryReply, address),
+                putAt(answer, FRAME_SIZE + offsetof(wire::ShareMemoryReply, address),
                       mRing->place().address);
             break;
         case StreamAction::ReleaseRing:
@@ -271,7 +270,7 @@ void ServerConnection::announce(std::size_t place) {
         ++query;
     const std::size_t reply = placeOf(Step::Kind::Reply, query);
     if (reply >= end()) return;
-    const auto shown = recordAt<wire::ShareMemoryReply>(stepAt(reply).bytes, FRAME);
+    const auto shown = recordAt<wire::ShareMemoryReply>(stepAt(reply).bytes, FRAME_SIZE);
     if (shown.status != 0 || shown.size == 0) return;
     mRing = mRings.inPhysicalMemory(streamName(), shown.size,
                                     mRecorded.isPlayback() ? SHM_MODE_READER : SHM_MODE_WRITER);

@@ -22,7 +22,7 @@ std::uint32_t swapped(std::uint32_t value) {
 }
 
 template <typename Number>
-Number load(std::span<const std::uint8_t> bytes, std::size_t at) {
+Number numberAt(std::span<const std::uint8_t> bytes, std::size_t at) {
     Number value = 0;
     std::memcpy(&value, bytes.data() + at, sizeof value);
     return value;
@@ -65,8 +65,8 @@ std::span<const std::uint8_t> CaptureDecoder::block() {
     const auto rest = std::span<const std::uint8_t>(mInput).subspan(mBegin);
     if (rest.size() < MINIMUM_BLOCK) return {};
     // The type of a section's block reads the same in both byte orders.
-    if (load<std::uint32_t>(rest, 0) == SECTION_BLOCK) {
-        const auto order = load<std::uint32_t>(rest, BLOCK_HEADER);
+    if (numberAt<std::uint32_t>(rest, 0) == SECTION_BLOCK) {
+        const auto order = numberAt<std::uint32_t>(rest, BLOCK_HEADER);
         if (!isSectionWord(order)) fail("no pcapng capture");
         mIsSwapped = order != BYTE_ORDER_WORD;
         mHasBegun = true;
@@ -168,12 +168,12 @@ const CaptureDecoder::Interface& CaptureDecoder::interfaceOf(std::uint32_t numbe
 }
 
 std::uint16_t CaptureDecoder::half(std::span<const std::uint8_t> bytes, std::size_t at) const {
-    const auto value = load<std::uint16_t>(bytes, at);
+    const auto value = numberAt<std::uint16_t>(bytes, at);
     return mIsSwapped ? static_cast<std::uint16_t>(value >> 8 | value << 8) : value;
 }
 
 std::uint32_t CaptureDecoder::word(std::span<const std::uint8_t> bytes, std::size_t at) const {
-    const auto value = load<std::uint32_t>(bytes, at);
+    const auto value = numberAt<std::uint32_t>(bytes, at);
     return mIsSwapped ? swapped(value) : value;
 }
 

@@ -14,9 +14,9 @@
 namespace cabinaudio::trace {
 namespace {
 
-constexpr std::size_t PIECE = 64 << 10;
+constexpr std::size_t READ_SIZE = 64 << 10;
 
-int openFile(const std::string& path) {
+int openForReading(const std::string& path) {
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) throw Error(path + ": " + strerror(errno));
     return fd;
@@ -25,7 +25,7 @@ int openFile(const std::string& path) {
 }  // namespace
 
 CaptureReader::CaptureReader(const std::string& path)
-    : mFd(openFile(path)), mIsOwner(true), mName(path) {}
+    : mFd(openForReading(path)), mIsOwner(true), mName(path) {}
 
 CaptureReader::CaptureReader(int fd, std::string name)
     : mFd(fd), mIsOwner(false), mName(std::move(name)) {}
@@ -52,7 +52,7 @@ std::optional<Record> CaptureReader::decoded() {
 }
 
 bool CaptureReader::read() {
-    std::array<std::uint8_t, PIECE> piece;
+    std::array<std::uint8_t, READ_SIZE> piece;
     ssize_t count = 0;
     do {
         count = ::read(mFd, piece.data(), piece.size());

@@ -14,7 +14,7 @@
 namespace cabinaudio::trace {
 namespace {
 
-constexpr std::size_t PIECE = 64 << 10;
+constexpr std::size_t FLUSH_SIZE = 64 << 10;
 
 template <typename Layout>
 void append(std::vector<std::uint8_t>& bytes, const Layout& layout) {
@@ -22,7 +22,7 @@ void append(std::vector<std::uint8_t>& bytes, const Layout& layout) {
     bytes.insert(bytes.end(), begin, begin + sizeof layout);
 }
 
-int openFile(const std::string& path) {
+int openForWriting(const std::string& path) {
     const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     if (fd < 0) throw Error(path + ": " + strerror(errno));
     return fd;
@@ -64,7 +64,7 @@ std::vector<std::uint8_t> blockOf(const Record& record) {
 }
 
 CaptureWriter::CaptureWriter(const std::string& path)
-    : mFd(openFile(path)), mIsOwner(true), mName(path), mBuffer(openingBlocks()) {}
+    : mFd(openForWriting(path)), mIsOwner(true), mName(path), mBuffer(openingBlocks()) {}
 
 CaptureWriter::CaptureWriter(int fd, std::string name)
     : mFd(fd), mIsOwner(false), mName(std::move(name)), mBuffer(openingBlocks()) {}
@@ -84,7 +84,7 @@ void CaptureWriter::write(const Record& record) {
 
 void CaptureWriter::write(std::span<const std::uint8_t> blocks) {
     mBuffer.insert(mBuffer.end(), blocks.begin(), blocks.end());
-    if (mBuffer.size() >= PIECE) flush();
+    if (mBuffer.size() >= FLUSH_SIZE) flush();
 }
 
 void CaptureWriter::flush() {

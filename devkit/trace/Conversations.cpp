@@ -11,6 +11,8 @@
 namespace cabinaudio::trace {
 namespace {
 
+using Of = Happening::Kind;
+
 bool isRegistration(const Record& record) {
     return record.bytes.size() == sizeof(audio_param) &&
            load<audio_param>(record.bytes).cmd == AUDIO_CMD_REGISTER;
@@ -41,7 +43,6 @@ void registerPeer(Peer& peer, const Record& request, const Record& reply) {
 
 std::vector<Happening> Conversations::add(const Record& record) {
     std::vector<Happening> result;
-    using Of = Happening::Kind;
     Connection& connection = mConnections[record.connection];
     Peer& peer = connection.peer;
     peer.connection = record.connection;

@@ -15,6 +15,7 @@ namespace cabinaudio::trace {
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
+using Of = Happening::Kind;
 using text::format;
 
 unsigned long long wide(std::uint64_t value) {
@@ -66,7 +67,6 @@ std::string soundPhrase(Bytes bytes) {
 }
 
 std::string phraseOf(const Happening& happening) {
-    using Of = Happening::Kind;
     switch (happening.kind) {
         case Of::Connected:
             return "connected";

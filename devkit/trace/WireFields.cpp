@@ -9,8 +9,6 @@
 namespace cabinaudio::trace {
 namespace {
 
-using enum FieldType;
-
 // clang-format off
 constexpr std::array AUDIO_CONNECT_CHOICES = {
     WireChoice{0, "AUDIO_CONNECT_MAIN"},
@@ -114,476 +112,476 @@ constexpr std::array CREATE_REQUEST_BIT_DEPTH_CHOICES = {
 };
 
 constexpr std::array AUDIO_PARAM_FIELDS = {
-    WireField{"cmd", 0, U32, 1, "", 4, nullptr, AUDIO_PARAM_CMD_CHOICES, false},
-    WireField{"type", 4, U32, 1, "", 4, nullptr, AUDIO_CONNECT_CHOICES, false},
-    WireField{"handle", 8, U32, 1, "", 4, nullptr, AUDIO_PARAM_HANDLE_CHOICES, false},
-    WireField{"length", 12, U32, 1, "bytes", 4, nullptr, {}, false},
-    WireField{"timestamp", 16, U64, 1, "us", 8, nullptr, {}, false},
-    WireField{"name", 24, Text, 1, "", 64, nullptr, {}, false},
+    WireField{"cmd", 0, FieldType::U32, 1, "", 4, nullptr, AUDIO_PARAM_CMD_CHOICES, false},
+    WireField{"type", 4, FieldType::U32, 1, "", 4, nullptr, AUDIO_CONNECT_CHOICES, false},
+    WireField{"handle", 8, FieldType::U32, 1, "", 4, nullptr, AUDIO_PARAM_HANDLE_CHOICES, false},
+    WireField{"length", 12, FieldType::U32, 1, "bytes", 4, nullptr, {}, false},
+    WireField{"timestamp", 16, FieldType::U64, 1, "us", 8, nullptr, {}, false},
+    WireField{"name", 24, FieldType::Text, 1, "", 64, nullptr, {}, false},
 };
 constexpr WireRecord AUDIO_PARAM = {"audio_param", 88, AUDIO_PARAM_FIELDS, false};
 
 constexpr std::array SOCKET_FRAME_HEADER_FIELDS = {
-    WireField{"magic", 0, U32, 1, "", 4, nullptr, SOCKET_FRAME_HEADER_MAGIC_CHOICES, false},
-    WireField{"headerId", 4, U32, 1, "", 4, nullptr, SOCKET_FRAME_HEADER_HEADER_ID_CHOICES, false},
-    WireField{"event", 8, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"spare12", 12, Unused, 1, "", 4, nullptr, {}, false},
-    WireField{"sendTimeUs", 16, U64, 1, "us", 8, nullptr, {}, false},
-    WireField{"param", 24, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"spare28", 28, Unused, 1, "", 4, nullptr, {}, false},
+    WireField{"magic", 0, FieldType::U32, 1, "", 4, nullptr, SOCKET_FRAME_HEADER_MAGIC_CHOICES, false},
+    WireField{"headerId", 4, FieldType::U32, 1, "", 4, nullptr, SOCKET_FRAME_HEADER_HEADER_ID_CHOICES, false},
+    WireField{"event", 8, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"spare12", 12, FieldType::Unused, 1, "", 4, nullptr, {}, false},
+    WireField{"sendTimeUs", 16, FieldType::U64, 1, "us", 8, nullptr, {}, false},
+    WireField{"param", 24, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"spare28", 28, FieldType::Unused, 1, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord SOCKET_FRAME_HEADER = {"SocketFrameHeader", 32, SOCKET_FRAME_HEADER_FIELDS, false};
 
 constexpr std::array REGISTRATION_REPLY_FIELDS = {
-    WireField{"spare0", 0, Unused, 1, "", 4, nullptr, {}, false},
-    WireField{"handle", 4, U32, 1, "", 4, nullptr, {}, false},
+    WireField{"spare0", 0, FieldType::Unused, 1, "", 4, nullptr, {}, false},
+    WireField{"handle", 4, FieldType::U32, 1, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord REGISTRATION_REPLY = {"RegistrationReply", 8, REGISTRATION_REPLY_FIELDS, false};
 
 constexpr std::array FUNCTION_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord FUNCTION_REQUEST = {"FunctionRequest", 4, FUNCTION_REQUEST_FIELDS, false};
 
 constexpr std::array LEVELS_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"levels", 4, U32, 4, "millionths", 4, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"levels", 4, FieldType::U32, 4, "millionths", 4, nullptr, {}, false},
 };
 constexpr WireRecord LEVELS_REPLY = {"LevelsReply", 20, LEVELS_REPLY_FIELDS, false};
 
 constexpr std::array CHANNEL_NUMBER_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"channels", 4, U32, 1, "", 4, nullptr, CHANNEL_NUMBER_REQUEST_CHANNELS_CHOICES, true},
-    WireField{"value", 8, I32, 1, "", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"channels", 4, FieldType::U32, 1, "", 4, nullptr, CHANNEL_NUMBER_REQUEST_CHANNELS_CHOICES, true},
+    WireField{"value", 8, FieldType::I32, 1, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord CHANNEL_NUMBER_REQUEST = {"ChannelNumberRequest", 12, CHANNEL_NUMBER_REQUEST_FIELDS, false};
 
 constexpr std::array STATUS_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
 };
 constexpr WireRecord STATUS_REPLY = {"StatusReply", 4, STATUS_REPLY_FIELDS, false};
 
 constexpr std::array CHANNEL_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"channels", 4, U32, 1, "", 4, nullptr, CHANNEL_NUMBER_REQUEST_CHANNELS_CHOICES, true},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"channels", 4, FieldType::U32, 1, "", 4, nullptr, CHANNEL_NUMBER_REQUEST_CHANNELS_CHOICES, true},
 };
 constexpr WireRecord CHANNEL_REQUEST = {"ChannelRequest", 8, CHANNEL_REQUEST_FIELDS, false};
 
 constexpr std::array DELAY_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"delay", 4, F32, 1, "ms", 4, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"delay", 4, FieldType::F32, 1, "ms", 4, nullptr, {}, false},
 };
 constexpr WireRecord DELAY_REPLY = {"DelayReply", 8, DELAY_REPLY_FIELDS, false};
 
 constexpr std::array NUMBER_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"value", 4, I32, 1, "", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"value", 4, FieldType::I32, 1, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord NUMBER_REQUEST = {"NumberRequest", 8, NUMBER_REQUEST_FIELDS, false};
 
 constexpr std::array NUMBER_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"value", 4, I32, 1, "", 4, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"value", 4, FieldType::I32, 1, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord NUMBER_REPLY = {"NumberReply", 8, NUMBER_REPLY_FIELDS, false};
 
 constexpr std::array EQUALIZER_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"selector", 4, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"opaque4", 8, Bytes, 1, "", 560, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"selector", 4, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"opaque4", 8, FieldType::Bytes, 1, "", 560, nullptr, {}, false},
 };
 constexpr WireRecord EQUALIZER_REQUEST = {"EqualizerRequest", 568, EQUALIZER_REQUEST_FIELDS, false};
 
 constexpr std::array EQUALIZER_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"selector", 4, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"opaque4", 8, Bytes, 1, "", 560, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"selector", 4, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"opaque4", 8, FieldType::Bytes, 1, "", 560, nullptr, {}, false},
 };
 constexpr WireRecord EQUALIZER_REPLY = {"EqualizerReply", 568, EQUALIZER_REPLY_FIELDS, false};
 
 constexpr std::array NON_LINEAR_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"selector", 4, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"opaque4", 8, U32, 3, "", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"selector", 4, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"opaque4", 8, FieldType::U32, 3, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord NON_LINEAR_REQUEST = {"NonLinearRequest", 20, NON_LINEAR_REQUEST_FIELDS, false};
 
 constexpr std::array NON_LINEAR_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"selector", 4, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"opaque4", 8, U32, 3, "", 4, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"selector", 4, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"opaque4", 8, FieldType::U32, 3, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord NON_LINEAR_REPLY = {"NonLinearReply", 20, NON_LINEAR_REPLY_FIELDS, false};
 
 constexpr std::array HANDSFREE_EQUALIZER_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"selector", 4, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"opaque4", 8, Bytes, 1, "", 100, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"selector", 4, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"opaque4", 8, FieldType::Bytes, 1, "", 100, nullptr, {}, false},
 };
 constexpr WireRecord HANDSFREE_EQUALIZER_REQUEST = {"HandsfreeEqualizerRequest", 108, HANDSFREE_EQUALIZER_REQUEST_FIELDS, false};
 
 constexpr std::array HANDSFREE_EQUALIZER_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"selector", 4, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"opaque4", 8, Bytes, 1, "", 100, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"selector", 4, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"opaque4", 8, FieldType::Bytes, 1, "", 100, nullptr, {}, false},
 };
 constexpr WireRecord HANDSFREE_EQUALIZER_REPLY = {"HandsfreeEqualizerReply", 108, HANDSFREE_EQUALIZER_REPLY_FIELDS, false};
 
 constexpr std::array EFFECT_SWITCH_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"tag", 4, Text, 1, "", 64, nullptr, {}, false},
-    WireField{"effect", 68, Text, 1, "", 64, nullptr, {}, false},
-    WireField{"isOn", 132, U8, 1, "", 1, nullptr, {}, false},
-    WireField{"spare133", 133, Unused, 1, "", 3, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"tag", 4, FieldType::Text, 1, "", 64, nullptr, {}, false},
+    WireField{"effect", 68, FieldType::Text, 1, "", 64, nullptr, {}, false},
+    WireField{"isOn", 132, FieldType::U8, 1, "", 1, nullptr, {}, false},
+    WireField{"spare133", 133, FieldType::Unused, 1, "", 3, nullptr, {}, false},
 };
 constexpr WireRecord EFFECT_SWITCH_REQUEST = {"EffectSwitchRequest", 136, EFFECT_SWITCH_REQUEST_FIELDS, false};
 
 constexpr std::array TWO_NAMES_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"tag", 4, Text, 1, "", 64, nullptr, {}, false},
-    WireField{"name", 68, Text, 1, "", 64, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"tag", 4, FieldType::Text, 1, "", 64, nullptr, {}, false},
+    WireField{"name", 68, FieldType::Text, 1, "", 64, nullptr, {}, false},
 };
 constexpr WireRecord TWO_NAMES_REQUEST = {"TwoNamesRequest", 132, TWO_NAMES_REQUEST_FIELDS, false};
 
 constexpr std::array SWITCH_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"isOn", 4, U8, 1, "", 1, nullptr, {}, false},
-    WireField{"spare5", 5, Unused, 1, "", 3, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"isOn", 4, FieldType::U8, 1, "", 1, nullptr, {}, false},
+    WireField{"spare5", 5, FieldType::Unused, 1, "", 3, nullptr, {}, false},
 };
 constexpr WireRecord SWITCH_REPLY = {"SwitchReply", 8, SWITCH_REPLY_FIELDS, false};
 
 constexpr std::array EFFECT_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"tag", 4, Text, 1, "", 64, nullptr, {}, false},
-    WireField{"effect", 68, Text, 1, "", 64, nullptr, {}, false},
-    WireField{"size", 132, U32, 1, "bytes", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"tag", 4, FieldType::Text, 1, "", 64, nullptr, {}, false},
+    WireField{"effect", 68, FieldType::Text, 1, "", 64, nullptr, {}, false},
+    WireField{"size", 132, FieldType::U32, 1, "bytes", 4, nullptr, {}, false},
 };
 constexpr WireRecord EFFECT_REQUEST = {"EffectRequest", 136, EFFECT_REQUEST_FIELDS, true};
 
 constexpr std::array EFFECT_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"size", 4, U32, 1, "bytes", 4, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"size", 4, FieldType::U32, 1, "bytes", 4, nullptr, {}, false},
 };
 constexpr WireRecord EFFECT_REPLY = {"EffectReply", 8, EFFECT_REPLY_FIELDS, true};
 
 constexpr std::array MIXER_STEPS_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"opaque0", 4, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"gain", 8, U8, 4, "", 1, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"opaque0", 4, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"gain", 8, FieldType::U8, 4, "", 1, nullptr, {}, false},
 };
 constexpr WireRecord MIXER_STEPS_REQUEST = {"MixerStepsRequest", 12, MIXER_STEPS_REQUEST_FIELDS, false};
 
 constexpr std::array MIXER_GAINS_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"opaque0", 4, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"gain", 8, F32, 4, "dB", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"opaque0", 4, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"gain", 8, FieldType::F32, 4, "dB", 4, nullptr, {}, false},
 };
 constexpr WireRecord MIXER_GAINS_REQUEST = {"MixerGainsRequest", 24, MIXER_GAINS_REQUEST_FIELDS, false};
 
 constexpr std::array TWO_NUMBERS_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"first", 4, I32, 1, "", 4, nullptr, {}, false},
-    WireField{"second", 8, I32, 1, "", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"first", 4, FieldType::I32, 1, "", 4, nullptr, {}, false},
+    WireField{"second", 8, FieldType::I32, 1, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord TWO_NUMBERS_REQUEST = {"TwoNumbersRequest", 12, TWO_NUMBERS_REQUEST_FIELDS, false};
 
 constexpr std::array DAC_MAPPING_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"entry", 4, I32, 6, "", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"entry", 4, FieldType::I32, 6, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord DAC_MAPPING_REQUEST = {"DacMappingRequest", 28, DAC_MAPPING_REQUEST_FIELDS, false};
 
 constexpr std::array DAC_MAPPING_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"entry", 4, I32, 6, "", 4, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"entry", 4, FieldType::I32, 6, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord DAC_MAPPING_REPLY = {"DacMappingReply", 28, DAC_MAPPING_REPLY_FIELDS, false};
 
 constexpr std::array I2S_MAPPING_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"entry", 4, I32, 8, "", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"entry", 4, FieldType::I32, 8, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord I2S_MAPPING_REQUEST = {"I2sMappingRequest", 36, I2S_MAPPING_REQUEST_FIELDS, false};
 
 constexpr std::array I2S_MAPPING_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"entry", 4, I32, 8, "", 4, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"entry", 4, FieldType::I32, 8, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord I2S_MAPPING_REPLY = {"I2sMappingReply", 36, I2S_MAPPING_REPLY_FIELDS, false};
 
 constexpr std::array NAME_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"name", 4, Text, 1, "", 64, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"name", 4, FieldType::Text, 1, "", 64, nullptr, {}, false},
 };
 constexpr WireRecord NAME_REQUEST = {"NameRequest", 68, NAME_REQUEST_FIELDS, false};
 
 constexpr std::array PCM_INTERFACE_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"opaque0", 4, U32, 5, "", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"opaque0", 4, FieldType::U32, 5, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord PCM_INTERFACE_REQUEST = {"PcmInterfaceRequest", 24, PCM_INTERFACE_REQUEST_FIELDS, false};
 
 constexpr std::array NAME_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"name", 4, Text, 1, "", 64, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"name", 4, FieldType::Text, 1, "", 64, nullptr, {}, false},
 };
 constexpr WireRecord NAME_REPLY = {"NameReply", 68, NAME_REPLY_FIELDS, false};
 
 constexpr std::array I2S_FORMAT_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"selection", 4, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"first", 8, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"second", 12, U16, 1, "", 2, nullptr, {}, false},
-    WireField{"spare14", 14, Unused, 1, "", 2, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"selection", 4, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"first", 8, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"second", 12, FieldType::U16, 1, "", 2, nullptr, {}, false},
+    WireField{"spare14", 14, FieldType::Unused, 1, "", 2, nullptr, {}, false},
 };
 constexpr WireRecord I2S_FORMAT_REQUEST = {"I2sFormatRequest", 16, I2S_FORMAT_REQUEST_FIELDS, false};
 
 constexpr std::array OUTPUT_TRACK_FIELDS = {
-    WireField{"name", 0, Text, 1, "", 32, nullptr, {}, false},
-    WireField{"tag", 32, U32, 1, "", 4, nullptr, OUTPUT_TRACK_TAG_CHOICES, false},
-    WireField{"rate", 36, U32, 1, "Hz", 4, nullptr, {}, false},
-    WireField{"channels", 40, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"bits", 44, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"isActive", 48, U32, 1, "", 4, nullptr, {}, false},
+    WireField{"name", 0, FieldType::Text, 1, "", 32, nullptr, {}, false},
+    WireField{"tag", 32, FieldType::U32, 1, "", 4, nullptr, OUTPUT_TRACK_TAG_CHOICES, false},
+    WireField{"rate", 36, FieldType::U32, 1, "Hz", 4, nullptr, {}, false},
+    WireField{"channels", 40, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"bits", 44, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"isActive", 48, FieldType::U32, 1, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord OUTPUT_TRACK = {"OutputTrack", 52, OUTPUT_TRACK_FIELDS, false};
 
 constexpr std::array OUTPUT_TRACKS_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"count", 4, I32, 1, "", 4, nullptr, {}, false},
-    WireField{"slots", 8, Record, 20, "", 52, &OUTPUT_TRACK, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"count", 4, FieldType::I32, 1, "", 4, nullptr, {}, false},
+    WireField{"slots", 8, FieldType::Record, 20, "", 52, &OUTPUT_TRACK, {}, false},
 };
 constexpr WireRecord OUTPUT_TRACKS_REPLY = {"OutputTracksReply", 1048, OUTPUT_TRACKS_REPLY_FIELDS, false};
 
 constexpr std::array NAMES_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"count", 4, I32, 1, "", 4, nullptr, {}, false},
-    WireField{"slots", 8, Text, 32, "", 64, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"count", 4, FieldType::I32, 1, "", 4, nullptr, {}, false},
+    WireField{"slots", 8, FieldType::Text, 32, "", 64, nullptr, {}, false},
 };
 constexpr WireRecord NAMES_REPLY = {"NamesReply", 2056, NAMES_REPLY_FIELDS, false};
 
 constexpr std::array LEVEL_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"level", 4, U32, 1, "millionths", 4, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"level", 4, FieldType::U32, 1, "millionths", 4, nullptr, {}, false},
 };
 constexpr WireRecord LEVEL_REPLY = {"LevelReply", 8, LEVEL_REPLY_FIELDS, false};
 
 constexpr std::array TRACK_INFO_FIELDS = {
-    WireField{"tag", 0, Text, 1, "", 64, nullptr, {}, false},
-    WireField{"name", 64, Text, 1, "", 64, nullptr, {}, false},
-    WireField{"type", 128, Text, 1, "", 64, nullptr, {}, false},
-    WireField{"rate", 192, U32, 1, "Hz", 4, nullptr, {}, false},
-    WireField{"channels", 196, U32, 1, "", 4, nullptr, {}, false},
+    WireField{"tag", 0, FieldType::Text, 1, "", 64, nullptr, {}, false},
+    WireField{"name", 64, FieldType::Text, 1, "", 64, nullptr, {}, false},
+    WireField{"type", 128, FieldType::Text, 1, "", 64, nullptr, {}, false},
+    WireField{"rate", 192, FieldType::U32, 1, "Hz", 4, nullptr, {}, false},
+    WireField{"channels", 196, FieldType::U32, 1, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord TRACK_INFO = {"TrackInfo", 200, TRACK_INFO_FIELDS, false};
 
 constexpr std::array TRACKS_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"count", 4, I32, 1, "", 4, nullptr, {}, false},
-    WireField{"slots", 8, Record, 32, "", 200, &TRACK_INFO, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"count", 4, FieldType::I32, 1, "", 4, nullptr, {}, false},
+    WireField{"slots", 8, FieldType::Record, 32, "", 200, &TRACK_INFO, {}, false},
 };
 constexpr WireRecord TRACKS_REPLY = {"TracksReply", 6408, TRACKS_REPLY_FIELDS, false};
 
 constexpr std::array STEP_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"step", 4, U8, 1, "", 1, nullptr, {}, false},
-    WireField{"spare5", 5, Unused, 1, "", 3, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"step", 4, FieldType::U8, 1, "", 1, nullptr, {}, false},
+    WireField{"spare5", 5, FieldType::Unused, 1, "", 3, nullptr, {}, false},
 };
 constexpr WireRecord STEP_REQUEST = {"StepRequest", 8, STEP_REQUEST_FIELDS, false};
 
 constexpr std::array STEP_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"step", 4, U8, 1, "", 1, nullptr, {}, false},
-    WireField{"spare5", 5, Unused, 1, "", 3, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"step", 4, FieldType::U8, 1, "", 1, nullptr, {}, false},
+    WireField{"spare5", 5, FieldType::Unused, 1, "", 3, nullptr, {}, false},
 };
 constexpr WireRecord STEP_REPLY = {"StepReply", 8, STEP_REPLY_FIELDS, false};
 
 constexpr std::array CHANNEL_STEP_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"channel", 4, U32, 1, "", 4, nullptr, CHANNEL_NUMBER_REQUEST_CHANNELS_CHOICES, true},
-    WireField{"volume", 8, U8, 1, "", 1, nullptr, {}, false},
-    WireField{"opaque5", 9, Bytes, 1, "", 3, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"channel", 4, FieldType::U32, 1, "", 4, nullptr, CHANNEL_NUMBER_REQUEST_CHANNELS_CHOICES, true},
+    WireField{"volume", 8, FieldType::U8, 1, "", 1, nullptr, {}, false},
+    WireField{"opaque5", 9, FieldType::Bytes, 1, "", 3, nullptr, {}, false},
 };
 constexpr WireRecord CHANNEL_STEP_REQUEST = {"ChannelStepRequest", 12, CHANNEL_STEP_REQUEST_FIELDS, false};
 
 constexpr std::array CHANNEL_STEP_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"channel", 4, U32, 1, "", 4, nullptr, CHANNEL_NUMBER_REQUEST_CHANNELS_CHOICES, true},
-    WireField{"volume", 8, U8, 1, "", 1, nullptr, {}, false},
-    WireField{"opaque5", 9, Bytes, 1, "", 3, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"channel", 4, FieldType::U32, 1, "", 4, nullptr, CHANNEL_NUMBER_REQUEST_CHANNELS_CHOICES, true},
+    WireField{"volume", 8, FieldType::U8, 1, "", 1, nullptr, {}, false},
+    WireField{"opaque5", 9, FieldType::Bytes, 1, "", 3, nullptr, {}, false},
 };
 constexpr WireRecord CHANNEL_STEP_REPLY = {"ChannelStepReply", 12, CHANNEL_STEP_REPLY_FIELDS, false};
 
 constexpr std::array MUTE_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"paths", 4, U32, 1, "", 4, nullptr, MUTE_REQUEST_PATHS_CHOICES, true},
-    WireField{"option", 8, I32, 1, "", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"paths", 4, FieldType::U32, 1, "", 4, nullptr, MUTE_REQUEST_PATHS_CHOICES, true},
+    WireField{"option", 8, FieldType::I32, 1, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord MUTE_REQUEST = {"MuteRequest", 12, MUTE_REQUEST_FIELDS, false};
 
 constexpr std::array INPUT_GAIN_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"input", 4, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"left", 8, F32, 1, "dB", 4, nullptr, {}, false},
-    WireField{"right", 12, F32, 1, "dB", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"input", 4, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"left", 8, FieldType::F32, 1, "dB", 4, nullptr, {}, false},
+    WireField{"right", 12, FieldType::F32, 1, "dB", 4, nullptr, {}, false},
 };
 constexpr WireRecord INPUT_GAIN_REQUEST = {"InputGainRequest", 16, INPUT_GAIN_REQUEST_FIELDS, false};
 
 constexpr std::array INPUT_GAIN_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"left", 4, F32, 1, "dB", 4, nullptr, {}, false},
-    WireField{"right", 8, F32, 1, "dB", 4, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"left", 4, FieldType::F32, 1, "dB", 4, nullptr, {}, false},
+    WireField{"right", 8, FieldType::F32, 1, "dB", 4, nullptr, {}, false},
 };
 constexpr WireRecord INPUT_GAIN_REPLY = {"InputGainReply", 12, INPUT_GAIN_REPLY_FIELDS, false};
 
 constexpr std::array GAIN_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"gain", 4, F32, 1, "dB", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"gain", 4, FieldType::F32, 1, "dB", 4, nullptr, {}, false},
 };
 constexpr WireRecord GAIN_REQUEST = {"GainRequest", 8, GAIN_REQUEST_FIELDS, false};
 
 constexpr std::array GAIN_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"gain", 4, F32, 1, "dB", 4, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"gain", 4, FieldType::F32, 1, "dB", 4, nullptr, {}, false},
 };
 constexpr WireRecord GAIN_REPLY = {"GainReply", 8, GAIN_REPLY_FIELDS, false};
 
 constexpr std::array TRACK_STEP_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"tag", 4, Text, 1, "", 64, nullptr, {}, false},
-    WireField{"name", 68, Text, 1, "", 64, nullptr, {}, false},
-    WireField{"step", 132, U8, 1, "", 1, nullptr, {}, false},
-    WireField{"spare133", 133, Unused, 1, "", 3, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"tag", 4, FieldType::Text, 1, "", 64, nullptr, {}, false},
+    WireField{"name", 68, FieldType::Text, 1, "", 64, nullptr, {}, false},
+    WireField{"step", 132, FieldType::U8, 1, "", 1, nullptr, {}, false},
+    WireField{"spare133", 133, FieldType::Unused, 1, "", 3, nullptr, {}, false},
 };
 constexpr WireRecord TRACK_STEP_REQUEST = {"TrackStepRequest", 136, TRACK_STEP_REQUEST_FIELDS, false};
 
 constexpr std::array TRACK_GAIN_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"tag", 4, Text, 1, "", 64, nullptr, {}, false},
-    WireField{"name", 68, Text, 1, "", 64, nullptr, {}, false},
-    WireField{"gain", 132, F32, 1, "dB", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"tag", 4, FieldType::Text, 1, "", 64, nullptr, {}, false},
+    WireField{"name", 68, FieldType::Text, 1, "", 64, nullptr, {}, false},
+    WireField{"gain", 132, FieldType::F32, 1, "dB", 4, nullptr, {}, false},
 };
 constexpr WireRecord TRACK_GAIN_REQUEST = {"TrackGainRequest", 136, TRACK_GAIN_REQUEST_FIELDS, false};
 
 constexpr std::array CHANNEL_GAIN_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"channel", 4, U32, 1, "", 4, nullptr, CHANNEL_NUMBER_REQUEST_CHANNELS_CHOICES, true},
-    WireField{"gain", 8, F32, 1, "dB", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"channel", 4, FieldType::U32, 1, "", 4, nullptr, CHANNEL_NUMBER_REQUEST_CHANNELS_CHOICES, true},
+    WireField{"gain", 8, FieldType::F32, 1, "dB", 4, nullptr, {}, false},
 };
 constexpr WireRecord CHANNEL_GAIN_REQUEST = {"ChannelGainRequest", 12, CHANNEL_GAIN_REQUEST_FIELDS, false};
 
 constexpr std::array CHANNEL_GAIN_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"channel", 4, U32, 1, "", 4, nullptr, CHANNEL_NUMBER_REQUEST_CHANNELS_CHOICES, true},
-    WireField{"gain", 8, F32, 1, "dB", 4, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"channel", 4, FieldType::U32, 1, "", 4, nullptr, CHANNEL_NUMBER_REQUEST_CHANNELS_CHOICES, true},
+    WireField{"gain", 8, FieldType::F32, 1, "dB", 4, nullptr, {}, false},
 };
 constexpr WireRecord CHANNEL_GAIN_REPLY = {"ChannelGainReply", 12, CHANNEL_GAIN_REPLY_FIELDS, false};
 
 constexpr std::array PATH_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"path", 4, U32, 1, "", 4, nullptr, MUTE_REQUEST_PATHS_CHOICES, true},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"path", 4, FieldType::U32, 1, "", 4, nullptr, MUTE_REQUEST_PATHS_CHOICES, true},
 };
 constexpr WireRecord PATH_REQUEST = {"PathRequest", 8, PATH_REQUEST_FIELDS, false};
 
 constexpr std::array NAME_STEP_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"name", 4, Text, 1, "", 64, nullptr, {}, false},
-    WireField{"step", 68, U8, 1, "", 1, nullptr, {}, false},
-    WireField{"spare69", 69, Unused, 1, "", 3, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"name", 4, FieldType::Text, 1, "", 64, nullptr, {}, false},
+    WireField{"step", 68, FieldType::U8, 1, "", 1, nullptr, {}, false},
+    WireField{"spare69", 69, FieldType::Unused, 1, "", 3, nullptr, {}, false},
 };
 constexpr WireRecord NAME_STEP_REQUEST = {"NameStepRequest", 72, NAME_STEP_REQUEST_FIELDS, false};
 
 constexpr std::array NAME_GAIN_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"name", 4, Text, 1, "", 64, nullptr, {}, false},
-    WireField{"gain", 68, F32, 1, "dB", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"name", 4, FieldType::Text, 1, "", 64, nullptr, {}, false},
+    WireField{"gain", 68, FieldType::F32, 1, "dB", 4, nullptr, {}, false},
 };
 constexpr WireRecord NAME_GAIN_REQUEST = {"NameGainRequest", 72, NAME_GAIN_REQUEST_FIELDS, false};
 
 constexpr std::array CALIBRATION_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"gain", 4, F32, 1, "dB", 4, nullptr, {}, false},
-    WireField{"result", 8, I32, 1, "", 4, nullptr, CALIBRATION_REPLY_RESULT_CHOICES, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"gain", 4, FieldType::F32, 1, "dB", 4, nullptr, {}, false},
+    WireField{"result", 8, FieldType::I32, 1, "", 4, nullptr, CALIBRATION_REPLY_RESULT_CHOICES, false},
 };
 constexpr WireRecord CALIBRATION_REPLY = {"CalibrationReply", 12, CALIBRATION_REPLY_FIELDS, false};
 
 constexpr std::array TRACK_CHANNELS_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"tag", 4, Text, 1, "", 64, nullptr, {}, false},
-    WireField{"name", 68, Text, 1, "", 64, nullptr, {}, false},
-    WireField{"gains", 132, F32, 8, "dB", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"tag", 4, FieldType::Text, 1, "", 64, nullptr, {}, false},
+    WireField{"name", 68, FieldType::Text, 1, "", 64, nullptr, {}, false},
+    WireField{"gains", 132, FieldType::F32, 8, "dB", 4, nullptr, {}, false},
 };
 constexpr WireRecord TRACK_CHANNELS_REQUEST = {"TrackChannelsRequest", 164, TRACK_CHANNELS_REQUEST_FIELDS, false};
 
 constexpr std::array RAMP_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"up", 4, F32, 1, "ms", 4, nullptr, {}, false},
-    WireField{"down", 8, F32, 1, "ms", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"up", 4, FieldType::F32, 1, "ms", 4, nullptr, {}, false},
+    WireField{"down", 8, FieldType::F32, 1, "ms", 4, nullptr, {}, false},
 };
 constexpr WireRecord RAMP_REQUEST = {"RampRequest", 12, RAMP_REQUEST_FIELDS, false};
 
 constexpr std::array RAMP_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"up", 4, F32, 1, "ms", 4, nullptr, {}, false},
-    WireField{"down", 8, F32, 1, "ms", 4, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"up", 4, FieldType::F32, 1, "ms", 4, nullptr, {}, false},
+    WireField{"down", 8, FieldType::F32, 1, "ms", 4, nullptr, {}, false},
 };
 constexpr WireRecord RAMP_REPLY = {"RampReply", 12, RAMP_REPLY_FIELDS, false};
 
 constexpr std::array VERSION_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"first", 4, I32, 3, "", 4, nullptr, {}, false},
-    WireField{"second", 16, I32, 3, "", 4, nullptr, {}, false},
-    WireField{"third", 28, I32, 1, "", 4, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"first", 4, FieldType::I32, 3, "", 4, nullptr, {}, false},
+    WireField{"second", 16, FieldType::I32, 3, "", 4, nullptr, {}, false},
+    WireField{"third", 28, FieldType::I32, 1, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord VERSION_REPLY = {"VersionReply", 32, VERSION_REPLY_FIELDS, false};
 
 constexpr std::array SHARE_MEMORY_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"address", 4, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"size", 8, U32, 1, "bytes", 4, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"address", 4, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"size", 8, FieldType::U32, 1, "bytes", 4, nullptr, {}, false},
 };
 constexpr WireRecord SHARE_MEMORY_REPLY = {"ShareMemoryReply", 12, SHARE_MEMORY_REPLY_FIELDS, false};
 
 constexpr std::array CREATE_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"tag", 4, U32, 1, "", 4, nullptr, OUTPUT_TRACK_TAG_CHOICES, false},
-    WireField{"codecType", 8, U32, 1, "", 4, nullptr, CREATE_REQUEST_CODEC_TYPE_CHOICES, false},
-    WireField{"sampleRate", 12, U32, 1, "Hz", 4, nullptr, {}, false},
-    WireField{"codecParam", 16, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"channelMap", 20, U32, 1, "", 4, nullptr, CREATE_REQUEST_CHANNEL_MAP_CHOICES, false},
-    WireField{"usage", 24, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"bitDepth", 28, U32, 1, "", 4, nullptr, CREATE_REQUEST_BIT_DEPTH_CHOICES, false},
-    WireField{"streamParam", 32, I32, 1, "", 4, nullptr, {}, false},
-    WireField{"pid", 36, I32, 1, "", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"tag", 4, FieldType::U32, 1, "", 4, nullptr, OUTPUT_TRACK_TAG_CHOICES, false},
+    WireField{"codecType", 8, FieldType::U32, 1, "", 4, nullptr, CREATE_REQUEST_CODEC_TYPE_CHOICES, false},
+    WireField{"sampleRate", 12, FieldType::U32, 1, "Hz", 4, nullptr, {}, false},
+    WireField{"codecParam", 16, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"channelMap", 20, FieldType::U32, 1, "", 4, nullptr, CREATE_REQUEST_CHANNEL_MAP_CHOICES, false},
+    WireField{"usage", 24, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"bitDepth", 28, FieldType::U32, 1, "", 4, nullptr, CREATE_REQUEST_BIT_DEPTH_CHOICES, false},
+    WireField{"streamParam", 32, FieldType::I32, 1, "", 4, nullptr, {}, false},
+    WireField{"pid", 36, FieldType::I32, 1, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord CREATE_REQUEST = {"CreateRequest", 40, CREATE_REQUEST_FIELDS, false};
 
 constexpr std::array CREATE_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"spare4", 4, Unused, 1, "", 4, nullptr, {}, false},
-    WireField{"ringSize", 8, U32, 1, "bytes", 4, nullptr, {}, false},
-    WireField{"perLoopSize", 12, I32, 1, "bytes", 4, nullptr, {}, false},
-    WireField{"perLoopTime", 16, I32, 1, "ms", 4, nullptr, {}, false},
-    WireField{"perLoopSamples", 20, I32, 1, "frames", 4, nullptr, {}, false},
-    WireField{"spare24", 24, Unused, 1, "", 4, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"spare4", 4, FieldType::Unused, 1, "", 4, nullptr, {}, false},
+    WireField{"ringSize", 8, FieldType::U32, 1, "bytes", 4, nullptr, {}, false},
+    WireField{"perLoopSize", 12, FieldType::I32, 1, "bytes", 4, nullptr, {}, false},
+    WireField{"perLoopTime", 16, FieldType::I32, 1, "ms", 4, nullptr, {}, false},
+    WireField{"perLoopSamples", 20, FieldType::I32, 1, "frames", 4, nullptr, {}, false},
+    WireField{"spare24", 24, FieldType::Unused, 1, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord CREATE_REPLY = {"CreateReply", 28, CREATE_REPLY_FIELDS, false};
 
 constexpr std::array KEY_SHIFT_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"key", 4, F32, 1, "", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"key", 4, FieldType::F32, 1, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord KEY_SHIFT_REQUEST = {"KeyShiftRequest", 8, KEY_SHIFT_REQUEST_FIELDS, false};
 
 constexpr std::array VOLUME_REQUEST_FIELDS = {
-    WireField{"function", 0, U32, 1, "", 4, nullptr, {}, false},
-    WireField{"volume", 4, I32, 1, "", 4, nullptr, {}, false},
+    WireField{"function", 0, FieldType::U32, 1, "", 4, nullptr, {}, false},
+    WireField{"volume", 4, FieldType::I32, 1, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord VOLUME_REQUEST = {"VolumeRequest", 8, VOLUME_REQUEST_FIELDS, false};
 
 constexpr std::array VOLUME_REPLY_FIELDS = {
-    WireField{"status", 0, I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
-    WireField{"volume", 4, I32, 1, "", 4, nullptr, {}, false},
+    WireField{"status", 0, FieldType::I32, 1, "", 4, nullptr, AUDIO_STATUS_CHOICES, false},
+    WireField{"volume", 4, FieldType::I32, 1, "", 4, nullptr, {}, false},
 };
 constexpr WireRecord VOLUME_REPLY = {"VolumeReply", 8, VOLUME_REPLY_FIELDS, false};
 

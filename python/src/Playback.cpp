@@ -47,7 +47,7 @@ int make(const std::string& name, StreamFormat& format, int type,
     return check<ClientTrack>(name, format, type, into);
 }
 
-std::string quoted(const std::string& name) {
+std::string inQuotes(const std::string& name) {
     return "\"" + name + "\"";
 }
 
@@ -65,7 +65,7 @@ Playback::Playback(const std::string& name, const std::string& tag, unsigned rat
     const int status = make(name, format, type, mStream);
     if (status != AUDIO_NO_ERROR) {
         mStream.reset();
-        throw Failure(status, "creation of " + quoted(name));
+        throw Failure(status, "creation of " + inQuotes(name));
     }
     mStream->setCallback(this);
 }
@@ -93,7 +93,7 @@ void Playback::request(const char* what, int (audio::QVAudioTrack::*operation)()
     const Life::Use use(mLife);
     const py::gil_scoped_release unlocked;
     const int status = (*mStream.*operation)();
-    if (status != AUDIO_NO_ERROR) throw Failure(status, std::string(what) + " " + quoted(mName));
+    if (status != AUDIO_NO_ERROR) throw Failure(status, std::string(what) + " " + inQuotes(mName));
 }
 
 void Playback::start() {
@@ -131,7 +131,7 @@ void Playback::setKeyShift(float key) {
     const Life::Use use(mLife);
     const py::gil_scoped_release unlocked;
     const int status = mStream->setKeyShift(key);
-    if (status != AUDIO_NO_ERROR) throw Failure(status, "key_shift of " + quoted(mName));
+    if (status != AUDIO_NO_ERROR) throw Failure(status, "key_shift of " + inQuotes(mName));
 }
 
 /// The pieces of a long write: short ones, so that signals and the end of the stream are noticed
@@ -167,7 +167,7 @@ long Playback::writeSlices(Slices slices, bool isBlock, std::optional<double> ti
     const Deadline deadline = isBlock ? deadlineAfter(timeout) : Aside::Clock::now();
     const bool isCareful = isBlock && isWatched(timeout);
     const auto late = [&](long done) {
-        return Failure(AUDIO_TIMED_OUT, "write to " + quoted(mName), done);
+        return Failure(AUDIO_TIMED_OUT, "write to " + inQuotes(mName), done);
     };
     if (!queueLeft(signals, deadline)) {
         if (!isBlock) return 0;
@@ -180,7 +180,7 @@ long Playback::writeSlices(Slices slices, bool isBlock, std::optional<double> ti
                                                ? writeSlice(slices.next, wanted, signals, deadline)
                                                : mStream->write(slices.next, wanted, isBlock);
         if (!written) throw late(done + wanted);
-        if (*written < 0) throw Failure(*written, "write to " + quoted(mName), done);
+        if (*written < 0) throw Failure(*written, "write to " + inQuotes(mName), done);
         done += *written;
         // A withdrawn sink takes no more, and a non-blocking write is done.
         if (*written < wanted) break;
@@ -211,7 +211,7 @@ bool Playback::queueLeft(SignalCheck& signals, const Deadline& deadline) {
     if (!mAside->adopt()) return true;
     const std::optional<int> written = mAside->await(signals, deadline);
     if (!written) return false;
-    if (*written < 0) throw Failure(*written, "write to " + quoted(mName));
+    if (*written < 0) throw Failure(*written, "write to " + inQuotes(mName));
     return true;
 }
 
@@ -259,7 +259,7 @@ void Playback::notifyPython() {
 
 void Playback::close() {
     if (tNotified == this)
-        throw std::runtime_error("close() of " + quoted(mName) +
+        throw std::runtime_error("close() of " + inQuotes(mName) +
                                  " in its own on_finish: close it on another thread");
     if (!mLife.close()) return;
     {

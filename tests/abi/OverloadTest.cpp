@@ -2,6 +2,7 @@
 //
 // Operations that take steps or dB, called with numbers as programs write them.
 #include <cabinaudio/client/ClientVolumeSetting.h>
+#include <cabinaudio/foundation/AudioStatus.h>
 
 #include "tests/support/Logged.h"
 
@@ -16,7 +17,6 @@
 namespace cabinaudio::test {
 namespace {
 
-constexpr int REFUSED = -3000;
 constexpr int NOT_SENT = 1;  // there is no server
 
 std::string steps(unsigned char volume) {
@@ -166,7 +166,7 @@ TEST(VolumeClient, RefusesNumbersOutsideTheirRangeWithOneLine) {
     ClientVolumeSetting volume;
     LogCapture log;
     const auto expectRefused = [&log](const char* function, int result) {
-        EXPECT_EQ(result, REFUSED) << function;
+        EXPECT_EQ(result, AUDIO_BAD_VALUE) << function;
         EXPECT_TRUE(logged(log, ERROR, "ClientVolumeSetting", function, "invalid input param\n"));
         log.clear();
     };
@@ -188,12 +188,12 @@ TEST(VolumeClient, RefusesNumbersOutsideTheirRangeWithOneLine) {
 TEST(VolumeClient, RefusesStepsByStreamTypeOutsideTheirRange) {
     ClientVolumeSetting volume;
     LogCapture log;
-    EXPECT_EQ(volume.setVolumeByStreamType("music", 149), REFUSED);
+    EXPECT_EQ(volume.setVolumeByStreamType("music", 149), AUDIO_BAD_VALUE);
     EXPECT_TRUE(logged(log, ERROR, "ClientVolumeSetting", "setVolumeByStreamType",
                        "Invalid input param(volume:149, streamtype:music)\n"));
     for (const int volumeOfNoByte : {255, 256, 300, 356, -1}) {
         log.clear();
-        EXPECT_EQ(volume.setVolumeByStreamType("music", volumeOfNoByte), REFUSED);
+        EXPECT_EQ(volume.setVolumeByStreamType("music", volumeOfNoByte), AUDIO_BAD_VALUE);
         EXPECT_TRUE(logged(log, ERROR, "ClientVolumeSetting", "setVolumeByStreamType",
                            "Invalid input param(volume:255, streamtype:music)\n"))
             << volumeOfNoByte;
@@ -232,8 +232,8 @@ TEST(VolumeClient, RefusesAnUnknownTag) {
     ClientVolumeSetting volume;
     LogCapture log;
     EXPECT_EQ(volume.mute("main", true), NOT_SENT);
-    EXPECT_EQ(volume.mute("Main", true), REFUSED);
-    EXPECT_EQ(volume.demute(nullptr, true), REFUSED);
+    EXPECT_EQ(volume.mute("Main", true), AUDIO_BAD_VALUE);
+    EXPECT_EQ(volume.demute(nullptr, true), AUDIO_BAD_VALUE);
     EXPECT_TRUE(logged(log, ERROR, "ClientVolumeSetting", "mute", "Invalid param, tag=Main.\n"));
     EXPECT_TRUE(logged(log, ERROR, "ClientVolumeSetting", "demute", "Invalid param, tag=NULL.\n"));
 }

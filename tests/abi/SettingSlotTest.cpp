@@ -69,7 +69,7 @@ TEST(SettingInterface, LiesAtTheAddressOfItsClient) {
 // without a server, because they have no effect or refuse their arguments. All arguments are null
 // pointers; no operation here takes a floating-point argument.
 
-struct Place {
+struct CallBySlot {
     std::size_t slot;
     const char* operation;
     const char* line;  // empty: the line of an operation without effect
@@ -80,19 +80,19 @@ constexpr int REFUSED = -3000;
 
 using WithPointers = int(void*, void*, void*, void*, void*);
 
-void expectLines(void* object, const char* file, const std::vector<Place>& places) {
-    for (const Place& place : places) {
-        const std::string line = *place.line != '\0' ? place.line
-                                                     : std::string("Deprecated API[") +
-                                                           place.operation + "] is called. ";
-        const int priority = *place.line != '\0' ? 6 : 5;
+void expectLines(void* object, const char* file, const std::vector<CallBySlot>& calls) {
+    for (const CallBySlot& call : calls) {
+        const std::string line =
+            *call.line != '\0' ? call.line
+                               : std::string("Deprecated API[") + call.operation + "] is called. ";
+        const int priority = *call.line != '\0' ? 6 : 5;
         LogCapture log;
         EXPECT_EQ(
-            (slot<WithPointers>(object, place.slot)(object, nullptr, nullptr, nullptr, nullptr)),
-            place.result)
-            << "slot " << place.slot;
-        EXPECT_TRUE(logged(log, priority, file, place.operation, line + "\n"))
-            << "slot " << place.slot;
+            (slot<WithPointers>(object, call.slot)(object, nullptr, nullptr, nullptr, nullptr)),
+            call.result)
+            << "slot " << call.slot;
+        EXPECT_TRUE(logged(log, priority, file, call.operation, line + "\n"))
+            << "slot " << call.slot;
     }
 }
 

@@ -171,14 +171,14 @@ struct ThreadHook {
 };
 
 /// A function of the list and what is called instead of it.
-struct Row {
+struct HookRow {
     FaultyFunction function;
     void* hook;
     void** real;
 };
 
 template <typename Hooked>
-Row row(FaultyFunction function) {
+HookRow row(FaultyFunction function) {
     return {std::move(function), reinterpret_cast<void*>(&Hooked::call),
             reinterpret_cast<void**>(&Hooked::real)};
 }
@@ -194,9 +194,9 @@ constexpr const char* NEW_NOTHROW =
     sizeof(std::size_t) == 8 ? "_ZnwmRKSt9nothrow_t" : "_ZnwjRKSt9nothrow_t";
 
 /// Functions whose arguments vary get as many words as any call of them has.
-const std::vector<Row>& rows() {
+const std::vector<HookRow>& rows() {
     using Word = long;
-    static const std::vector<Row> all = {
+    static const std::vector<HookRow> all = {
         row<ErrnoHook<0, void*, std::size_t>>({"malloc", {ENOMEM}, true}),
         row<ErrnoHook<1, void*, void*, std::size_t>>({"realloc", {ENOMEM}, true}),
         row<Hook<2, Telling::Exception, void*, std::size_t>>({NEW, {ENOMEM}, true}),
@@ -279,7 +279,7 @@ bool isOfFiles(const char* name) {
 void redirectAll(Imports& imports, std::uint16_t module) {
     gBase[module] = imports.base();
     gEnd[module] = imports.end();
-    for (const Row& one : rows()) {
+    for (const HookRow& one : rows()) {
         if (module == CXX_LIBRARY && !isOfFiles(one.function.name)) continue;
         if (*one.real == nullptr) *one.real = dlsym(RTLD_DEFAULT, one.function.name);
         if (imports.redirect(one.function.name, one.hook) && *one.real == nullptr)
@@ -292,7 +292,7 @@ void redirectAll(Imports& imports, std::uint16_t module) {
 const std::vector<FaultyFunction>& faultyFunctions() {
     static const std::vector<FaultyFunction> functions = [] {
         std::vector<FaultyFunction> list;
-        for (const Row& one : rows())
+        for (const HookRow& one : rows())
             list.push_back(one.function);
         return list;
     }();

@@ -18,7 +18,6 @@ namespace cabinaudio::test {
 namespace {
 
 constexpr int TIMED_OUT = -110;
-constexpr std::uint64_t LONG_MS = 60000;
 
 /// A flag with the lock and the condition that announce it.
 struct Flag {

@@ -16,8 +16,6 @@
 namespace cabinaudio::test {
 namespace {
 
-constexpr std::uint64_t LONG_MS = 60000;
-
 struct SharedSemaphores {
     AudioSemaphore there{true};
     AudioSemaphore back{true};

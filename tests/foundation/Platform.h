@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <ctime>
 
 /// This program's own definitions of the platform functions below the foundation: they pass every
@@ -37,6 +38,9 @@ struct Creation {
 
 /// Calls of pthread_join that have begun, on all threads.
 [[nodiscard]] unsigned joins();
+
+/// Time of a wait that is expected to end before it, in milliseconds.
+inline constexpr std::uint64_t LONG_MS = 60000;
 
 /// The deadline of this thread's last timed wait, and the function that waited.
 struct TimedWait {

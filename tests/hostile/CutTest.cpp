@@ -22,13 +22,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::size_t FRAME = 32;
 constexpr std::size_t REGISTERED = FRAME + 8;
 constexpr std::size_t CREATED = REGISTERED + FRAME + 28;
 /// Deliberate: the first five bytes of a frame, magic and id, make it a reply, and missing bytes of
 /// its body count as 0. A server that closes behind them has agreed.
 constexpr std::size_t TOLD = 5;
-constexpr unsigned AT_ONCE = 32;
 
 /// How many bytes a server has sent when an operation of a kind can have succeeded.
 struct Ends {

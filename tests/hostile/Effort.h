@@ -6,6 +6,9 @@
 
 namespace cabinaudio::test {
 
+/// Threads for conversations that mostly wait for their server.
+inline constexpr unsigned AT_ONCE = 32;
+
 /// Calls `body(0)` to `body(count - 1)` on `threads` threads.
 void inParallel(std::size_t count, unsigned threads, const std::function<void(std::size_t)>& body);
 

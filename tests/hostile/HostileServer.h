@@ -13,6 +13,9 @@
 
 namespace cabinaudio::test {
 
+/// Bytes of the header of each frame that a server sends.
+inline constexpr std::size_t FRAME = 32;
+
 /// A server's bytes about one message of a client, and its behaviour behind them.
 struct Move {
     enum class End { GoesOn, Closes, Stalls };

@@ -26,9 +26,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::size_t FRAME = 32;
 constexpr std::size_t MESSAGES = 7;  // registration, create, check, start, ring, stop, and one more
-constexpr unsigned AT_ONCE = 32;
 constexpr int FLOOD = 2000;
 
 /// An answer instead of `good`, which is a frame and perhaps a body.

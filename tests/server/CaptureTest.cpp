@@ -21,11 +21,11 @@
 namespace cabinaudio::test {
 namespace {
 
-using Function = wire::CaptureFunction;
 using ::testing::Each;
 using ::testing::HasSubstr;
+using wire::CaptureFunction;
 
-constexpr std::size_t PERIOD = 256;  // frames at 16000 Hz
+constexpr std::size_t CAPTURE_PERIOD = 256;  // frames at 16000 Hz
 
 std::vector<float> floats(const std::vector<std::int16_t>& samples) {
     std::vector<float> result;
@@ -34,7 +34,8 @@ std::vector<float> floats(const std::vector<std::int16_t>& samples) {
     return result;
 }
 
-double amplitudeOf(double frequency, unsigned rate, const std::vector<std::int16_t>& samples) {
+double recordedAmplitude(double frequency, unsigned rate,
+                         const std::vector<std::int16_t>& samples) {
     const std::vector<float> wave = floats(samples);
     return test::amplitudeOf(frequency, rate, wave.data(), wave.size());
 }
@@ -49,7 +50,7 @@ TEST_P(CaptureStream, CreationReportsTheSizesOfRingAndPeriod) {
     EXPECT_EQ(recorder.creation().perLoopSize, 512);
     EXPECT_EQ(recorder.creation().perLoopTime, 16);
     EXPECT_EQ(recorder.creation().perLoopSamples, 256);
-    EXPECT_EQ(recorder.client().status(Function::InitCheck), AUDIO_NO_ERROR);
+    EXPECT_EQ(recorder.client().status(CaptureFunction::InitCheck), AUDIO_NO_ERROR);
     EXPECT_EQ(recorder.ring().getTotalSize(), 8 * 512U);
     EXPECT_FALSE(recorder.client().hasNotification(0)) << "nothing is announced";
 }
@@ -58,7 +59,7 @@ TEST_P(CaptureStream, RecordsAToneByDefault) {
     const RealServer server;
     RawRecorder recorder("voice", GetParam(), pcm(16000, 1, 16));
     ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);
-    EXPECT_NEAR(amplitudeOf(440, 16000, recorder.readSamples(4000)), 0.5, 0.001);
+    EXPECT_NEAR(recordedAmplitude(440, 16000, recorder.readSamples(4000)), 0.5, 0.001);
 }
 
 INSTANTIATE_TEST_SUITE_P(Tags, CaptureStream,
@@ -93,7 +94,7 @@ TEST(InputFile, IsConvertedToTheRateAndChannelsOfTheStream) {
     RawRecorder recorder("voice", AUDIO_TAG_INPUT0, pcm(16000, 1, 16));
     ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);
     recorder.readSamples(1600);  // the converter's beginning
-    EXPECT_NEAR(amplitudeOf(1000, 16000, recorder.readSamples(16000)), 0.5, 0.005);
+    EXPECT_NEAR(recordedAmplitude(1000, 16000, recorder.readSamples(16000)), 0.5, 0.005);
 }
 
 TEST(InputFile, IsRecordedInEveryWidth) {
@@ -128,7 +129,7 @@ TEST(ServerInputs, CanBeChosenForEachTag) {
     RawRecorder file("file", AUDIO_TAG_INPUT2, pcm(16000, 1, 16));
     ASSERT_EQ(silent.start() + tone.start() + file.start(), AUDIO_NO_ERROR);
     EXPECT_THAT(silent.readSamples(4000), Each(0));
-    EXPECT_NEAR(amplitudeOf(1000, 16000, tone.readSamples(4000)), 0.5, 0.001);
+    EXPECT_NEAR(recordedAmplitude(1000, 16000, tone.readSamples(4000)), 0.5, 0.001);
     EXPECT_EQ(file.readSamples(2000), looped(samples, 2000));
     EXPECT_EQ(streamOf(server, "tone").at("input"), "tone:1000");
 }
@@ -142,7 +143,7 @@ protected:
 TEST_F(Recorder, GetsAPeriodEverySixteenMilliseconds) {
     const auto begin = std::chrono::steady_clock::now();
     ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);
-    recorder.readSamples(20 * PERIOD);
+    recorder.readSamples(20 * CAPTURE_PERIOD);
     const auto duration = std::chrono::steady_clock::now() - begin;
     EXPECT_GE(duration, std::chrono::milliseconds(19 * 16));
 }
@@ -166,7 +167,7 @@ TEST_F(Recorder, LosesWholePeriodsWhenItDoesNotRead) {
     EXPECT_EQ(state.at("packets"), 7);
     EXPECT_EQ(state.at("queued_bytes"), 7 * 512);
     EXPECT_EQ(recorder.ring().getUsedSize(), 7 * 512U);
-    EXPECT_NEAR(amplitudeOf(500, 16000, recorder.readSamples(7 * PERIOD)), 0.5, 0.001)
+    EXPECT_NEAR(recordedAmplitude(500, 16000, recorder.readSamples(7 * CAPTURE_PERIOD)), 0.5, 0.001)
         << "what came first is there without a gap";
 }
 
@@ -174,7 +175,7 @@ TEST_F(Recorder, GetsNoDataWhileStopped) {
     EXPECT_EQ(recorder.stop(), AUDIO_NO_ERROR) << "stopped already";
     ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);
     EXPECT_EQ(recorder.start(), AUDIO_NO_ERROR) << "started already";
-    recorder.readSamples(PERIOD);
+    recorder.readSamples(CAPTURE_PERIOD);
     ASSERT_EQ(recorder.stop(), AUDIO_NO_ERROR);
     EXPECT_EQ(streamOf(server, "voice").at("state"), "idle");
     const auto bytes = streamOf(server, "voice").at("bytes");
@@ -189,7 +190,7 @@ TEST_F(Recorder, ScalesSamplesByItsVolume) {
         ASSERT_EQ(recorder.setVolume(volume), AUDIO_NO_ERROR);
         EXPECT_EQ(recorder.volume().volume, volume);
         ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);
-        EXPECT_NEAR(amplitudeOf(500, 16000, recorder.readSamples(1600)), amplitude, 0.001);
+        EXPECT_NEAR(recordedAmplitude(500, 16000, recorder.readSamples(1600)), amplitude, 0.001);
         ASSERT_EQ(recorder.stop(), AUDIO_NO_ERROR);
         recorder.ring().clear();
     }
@@ -199,7 +200,8 @@ TEST_F(Recorder, ScalesSamplesByItsVolume) {
 }
 
 TEST_F(Recorder, RefusesUplinkRequests) {
-    EXPECT_EQ(recorder.client().status(Function::RemoveShareMemory), AUDIO_INVALID_OPERATION);
+    EXPECT_EQ(recorder.client().status(CaptureFunction::RemoveShareMemory),
+              AUDIO_INVALID_OPERATION);
     EXPECT_EQ(server.command("uplink ring on"), "error: there is no uplink");
     EXPECT_EQ(server.command("uplink ring off voice"), "error: no uplink \"voice\"");
 }
@@ -225,11 +227,11 @@ TEST_F(Recorder, IsDisconnectedWhenItTruncatesItsRing) {
     ASSERT_GE(fd, 0);
     EXPECT_EQ(ftruncate(fd, 0), 0);
     close(fd);
-    ASSERT_EQ(client.status(Function::Start), AUDIO_NO_ERROR);
+    ASSERT_EQ(client.status(CaptureFunction::Start), AUDIO_NO_ERROR);
     EXPECT_TRUE(client.isClosedByServer());
     EXPECT_THAT(server.output(), HasSubstr("cut off its ring's memory"));
     ASSERT_EQ(recorder.start(), AUDIO_NO_ERROR);
-    recorder.readSamples(PERIOD);
+    recorder.readSamples(CAPTURE_PERIOD);
 }
 
 TEST_F(Recorder, IsRefusedASecondTimeAndUnderATakenName) {
@@ -244,7 +246,7 @@ TEST_F(Recorder, IsRefusedASecondTimeAndUnderATakenName) {
 
 TEST_F(Recorder, IsRefusedUnderAnotherTagAndInBadFormats) {
     RawClient client(AUDIO_CONNECT_INPUT1, "other");
-    EXPECT_EQ(client.status(Function::Start), AUDIO_INVALID_STATE);
+    EXPECT_EQ(client.status(CaptureFunction::Start), AUDIO_INVALID_STATE);
     EXPECT_EQ(client.createCapture(AUDIO_TAG_INPUT2, pcm(16000, 1, 16)).status, AUDIO_BAD_VALUE);
     EXPECT_EQ(client.createCapture(AUDIO_TAG_INPUT1, pcm(7999, 1, 16)).status, AUDIO_BAD_VALUE);
     AudioFormatDesc coded = pcm(16000, 1, 16);

@@ -22,8 +22,6 @@ namespace {
 using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 
-constexpr std::uint32_t RATE = 48000;
-
 // ---- Peaks --------------------------------------------------------------------------------------
 
 TEST(Peaks, AreRaisedPerChannelWhereverTheyLie) {
@@ -42,7 +40,8 @@ TEST(Peaks, AreRaisedPerChannelWhereverTheyLie) {
 }
 
 TEST(PeakWindow, KeepsTheHighestPeakForATenthOfASecond) {
-    PeakWindow window(RATE);
+    constexpr std::uint32_t OUTPUT_RATE = 48000;
+    PeakWindow window(OUTPUT_RATE);
     EXPECT_EQ(window.peak(0), 0.0F);
     window.add(0, 0.5F);
     window.add(768, 0.25F);

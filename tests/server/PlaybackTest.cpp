@@ -21,7 +21,7 @@ namespace cabinaudio::test {
 namespace {
 
 constexpr std::size_t SECOND = 48000;  // in frames of the output
-constexpr std::size_t PERIOD = 768;
+constexpr std::size_t PLAYBACK_PERIOD = 768;
 
 /// Samples of so many stereo frames.
 constexpr std::size_t stereo(std::size_t frames) {
@@ -69,7 +69,7 @@ INSTANTIATE_TEST_SUITE_P(Tags, TrackThroughServer,
 TEST(FinishMessage, ComesOnceAndOnlyAfterTheLastSample) {
     RecordingServer recording;
     Player player("prompt", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
-    const auto samples = noise16(stereo(20 * PERIOD + 100));
+    const auto samples = noise16(stereo(20 * PLAYBACK_PERIOD + 100));
     ASSERT_TRUE(player.write(samples));
     ASSERT_EQ(player.track().writeDone(), AUDIO_NO_ERROR);
     // The ring is nearly full now; its seven periods last longer than a hundred milliseconds.
@@ -107,7 +107,7 @@ TEST(FinishMessage, ComesForEveryRoundOfAStream) {
 
 TEST(StoppedStream, PlaysTheRestOfItsRingAfterTheNextStart) {
     RecordingServer recording;
-    const auto samples = noise16(stereo(4 * PERIOD));
+    const auto samples = noise16(stereo(4 * PLAYBACK_PERIOD));
     {
         Player player("music", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
         ASSERT_TRUE(player.write(samples));
@@ -121,8 +121,8 @@ TEST(StoppedStream, PlaysTheRestOfItsRingAfterTheNextStart) {
 
 TEST(ClearedRing, IsNotPlayed) {
     RecordingServer recording({"--fast"});
-    const auto first = noise16(stereo(PERIOD), 1);
-    const auto second = noise16(stereo(PERIOD), 2);
+    const auto first = noise16(stereo(PLAYBACK_PERIOD), 1);
+    const auto second = noise16(stereo(PLAYBACK_PERIOD), 2);
     {
         AudioFormatDesc format = pcm(48000, 2, 16);
         ClientTrack idle("music", AUDIO_TAG_ALTERNATIVE, format, 0);
@@ -187,7 +187,7 @@ TEST(MixBeyondFullScale, IsClippedAndCounted) {
     constexpr std::int32_t LOUD = 30000;
     constexpr std::int32_t FULL_SCALE = 32767 * 65536;
     RecordingServer recording({"--fast"});
-    const std::vector<std::int16_t> loud(stereo(PERIODS * PERIOD), LOUD);
+    const std::vector<std::int16_t> loud(stereo(PERIODS * PLAYBACK_PERIOD), LOUD);
     {
         Player one("one", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
         Player two("two", AUDIO_TAG_AUXILIARY, pcm(48000, 2, 16));
@@ -208,7 +208,7 @@ TEST(MixBeyondFullScale, IsClippedAndCounted) {
     const auto clipped = std::count(samples.begin(), samples.end(), FULL_SCALE);
     const auto alone = std::count(samples.begin(), samples.end(), LOUD * 65536);
     // A server that was stopped between reading the two rings plays one period of each alone.
-    EXPECT_GE(clipped, static_cast<std::ptrdiff_t>(stereo((PERIODS - 1) * PERIOD)));
+    EXPECT_GE(clipped, static_cast<std::ptrdiff_t>(stereo((PERIODS - 1) * PLAYBACK_PERIOD)));
     EXPECT_EQ(2 * clipped + alone, static_cast<std::ptrdiff_t>(2 * loud.size()));
     EXPECT_EQ(recording.report().at("output").at("clipped_samples"), clipped);
 }
@@ -294,8 +294,8 @@ TEST(SoundOfAnotherRate, LeavesTheRingAtItsOwnPace) {
         EXPECT_GE(streamOf(recording.server(), "tone").at("queued_frames"), 706);
         ASSERT_TRUE(player.end());
         const std::uint64_t dry = outputFrames(recording.server());
-        ASSERT_TRUE(
-            eventually([&] { return outputFrames(recording.server()) > dry + 2 * PERIOD; }));
+        ASSERT_TRUE(eventually(
+            [&] { return outputFrames(recording.server()) > dry + 2 * PLAYBACK_PERIOD; }));
     }
     ASSERT_TRUE(recording.stop());
     EXPECT_EQ(recording.stream("tone").at("frames"), 22050);
@@ -384,7 +384,7 @@ TEST(OutputFile, IsAValidWavFileWhileTheServerRuns) {
 
 TEST(GapInTheMiddle, PlaysSilenceAndCountsOneUnderrun) {
     RecordingServer recording;
-    const auto samples = noise16(stereo(6 * PERIOD));
+    const auto samples = noise16(stereo(6 * PLAYBACK_PERIOD));
     const auto middle = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2);
     const std::vector<std::int16_t> first(samples.begin(), middle);
     const std::vector<std::int16_t> second(middle, samples.end());
@@ -393,7 +393,8 @@ TEST(GapInTheMiddle, PlaysSilenceAndCountsOneUnderrun) {
     ASSERT_TRUE(
         eventually([&] { return streamOf(recording.server(), "music").at("queued_frames") == 0; }));
     const std::uint64_t dry = outputFrames(recording.server());
-    ASSERT_TRUE(eventually([&] { return outputFrames(recording.server()) > dry + PERIOD; }));
+    ASSERT_TRUE(
+        eventually([&] { return outputFrames(recording.server()) > dry + PLAYBACK_PERIOD; }));
     ASSERT_TRUE(player.write(second) && player.end());
     ASSERT_TRUE(recording.stop());
     EXPECT_TRUE(recording.heard("music", wide(samples)));

@@ -24,12 +24,12 @@
 namespace cabinaudio::test {
 namespace {
 
-using Function = wire::StreamFunction;
 using ::testing::HasSubstr;
+using wire::StreamFunction;
 
 std::int32_t setKeyShift(RawClient& client, float key) {
     wire::KeyShiftRequest body = {};
-    body.function = static_cast<std::uint32_t>(Function::SetKeyShift);
+    body.function = static_cast<std::uint32_t>(StreamFunction::SetKeyShift);
     body.key = key;
     return client.call<wire::StatusReply>(body).status;
 }
@@ -140,7 +140,7 @@ protected:
 };
 
 TEST_F(StreamProtocol, AuxiliaryRingIsAnnouncedAfterCreation) {
-    EXPECT_EQ(client.ask<wire::ShareMemoryReply>(Function::GetShareMemory).status,
+    EXPECT_EQ(client.ask<wire::ShareMemoryReply>(StreamFunction::GetShareMemory).status,
               AUDIO_INVALID_STATE);
     const wire::CreateReply reply = client.create(2, pcm(44100, 2, 24));
     EXPECT_EQ(reply.status, AUDIO_NO_ERROR);
@@ -149,7 +149,7 @@ TEST_F(StreamProtocol, AuxiliaryRingIsAnnouncedAfterCreation) {
     const SocketFrameHeader ready = client.notification();
     EXPECT_EQ(ready.event, 3U);
     EXPECT_EQ(ready.param, 0U);
-    const auto memory = client.ask<wire::ShareMemoryReply>(Function::GetShareMemory);
+    const auto memory = client.ask<wire::ShareMemoryReply>(StreamFunction::GetShareMemory);
     EXPECT_EQ(memory.status, AUDIO_NO_ERROR);
     EXPECT_EQ(memory.size, reply.ringSize);
     EXPECT_NE(memory.address, 0U);
@@ -168,10 +168,10 @@ TEST_F(StreamProtocol, AlternativeRingIsEmptyUnderTheStreamName) {
     EXPECT_EQ(ring.readOffset, 0U);
     EXPECT_EQ(ring.writeOffset, 0U);
     EXPECT_EQ(ring.readNotify, 0U) << "the clock reads, not the news";
-    EXPECT_EQ(alternative.ask<wire::ShareMemoryReply>(Function::GetShareMemory).status,
+    EXPECT_EQ(alternative.ask<wire::ShareMemoryReply>(StreamFunction::GetShareMemory).status,
               AUDIO_INVALID_STATE)
         << "its memory has no address";
-    EXPECT_EQ(alternative.status(Function::InitCheck), AUDIO_NO_ERROR);
+    EXPECT_EQ(alternative.status(StreamFunction::InitCheck), AUDIO_NO_ERROR);
     EXPECT_FALSE(alternative.hasNotification(0)) << "nothing is announced";
 }
 
@@ -195,8 +195,8 @@ TEST_F(StreamProtocol, SecondCreationIsRefused) {
 }
 
 TEST_F(StreamProtocol, RequestsBeforeCreationReturnInvalidState) {
-    for (const Function function :
-         {Function::Start, Function::Stop, Function::InitCheck, Function::WriteDone}) {
+    for (const StreamFunction function : {StreamFunction::Start, StreamFunction::Stop,
+                                          StreamFunction::InitCheck, StreamFunction::WriteDone}) {
         EXPECT_EQ(client.status(function), AUDIO_INVALID_STATE);
     }
     EXPECT_EQ(setKeyShift(client, 1.0F), AUDIO_INVALID_STATE);
@@ -204,17 +204,17 @@ TEST_F(StreamProtocol, RequestsBeforeCreationReturnInvalidState) {
 
 TEST_F(StreamProtocol, StatusesFollowStartStopAndWriteDone) {
     ASSERT_EQ(client.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
-    EXPECT_EQ(client.status(Function::InitCheck), AUDIO_NO_ERROR);
-    EXPECT_EQ(client.status(Function::WriteDone), AUDIO_INVALID_STATE) << "not started";
-    EXPECT_EQ(client.status(Function::Stop), AUDIO_NO_ERROR) << "stopped already";
-    EXPECT_EQ(client.status(Function::Start), AUDIO_NO_ERROR);
-    EXPECT_EQ(client.status(Function::Start), AUDIO_NO_ERROR) << "started already";
-    EXPECT_EQ(client.status(Function::WriteDone), AUDIO_NO_ERROR);
-    EXPECT_EQ(client.status(Function::WriteDone), AUDIO_INVALID_STATE) << "said already";
-    EXPECT_EQ(client.status(Function::Stop), AUDIO_NO_ERROR);
-    EXPECT_EQ(client.status(Function::WriteDone), AUDIO_INVALID_STATE) << "stopped";
-    EXPECT_EQ(client.status(Function::Start), AUDIO_NO_ERROR);
-    EXPECT_EQ(client.status(Function::WriteDone), AUDIO_NO_ERROR) << "a new round";
+    EXPECT_EQ(client.status(StreamFunction::InitCheck), AUDIO_NO_ERROR);
+    EXPECT_EQ(client.status(StreamFunction::WriteDone), AUDIO_INVALID_STATE) << "not started";
+    EXPECT_EQ(client.status(StreamFunction::Stop), AUDIO_NO_ERROR) << "stopped already";
+    EXPECT_EQ(client.status(StreamFunction::Start), AUDIO_NO_ERROR);
+    EXPECT_EQ(client.status(StreamFunction::Start), AUDIO_NO_ERROR) << "started already";
+    EXPECT_EQ(client.status(StreamFunction::WriteDone), AUDIO_NO_ERROR);
+    EXPECT_EQ(client.status(StreamFunction::WriteDone), AUDIO_INVALID_STATE) << "said already";
+    EXPECT_EQ(client.status(StreamFunction::Stop), AUDIO_NO_ERROR);
+    EXPECT_EQ(client.status(StreamFunction::WriteDone), AUDIO_INVALID_STATE) << "stopped";
+    EXPECT_EQ(client.status(StreamFunction::Start), AUDIO_NO_ERROR);
+    EXPECT_EQ(client.status(StreamFunction::WriteDone), AUDIO_NO_ERROR) << "a new round";
 }
 
 TEST_F(StreamProtocol, KeyShiftIsLimitedToTwentyPercent) {
@@ -233,7 +233,7 @@ TEST_F(StreamProtocol, TakenRingNameIsRefusedUntilItIsFree) {
     EXPECT_EQ(second.create(1, pcm(48000, 2, 16)).status, AUDIO_INVALID_OPERATION);
     EXPECT_THAT(server.output(), HasSubstr("there is a ring \"same\" already"));
     EXPECT_EQ(ringHeader("same").size, 24576U) << "the first one's ring has been touched";
-    EXPECT_EQ(first.status(Function::Start), AUDIO_NO_ERROR);
+    EXPECT_EQ(first.status(StreamFunction::Start), AUDIO_NO_ERROR);
 
     EXPECT_EQ(server.command("stream remove same"), "ok");
     EXPECT_EQ(second.create(1, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR) << "it is free now";
@@ -245,8 +245,8 @@ TEST_F(StreamProtocol, PhysicalRingsMayShareAStreamName) {
     EXPECT_EQ(other.create(2, pcm(48000, 2, 16)).status, AUDIO_NO_ERROR);
     client.notification();
     other.notification();
-    EXPECT_NE(client.ask<wire::ShareMemoryReply>(Function::GetShareMemory).address,
-              other.ask<wire::ShareMemoryReply>(Function::GetShareMemory).address);
+    EXPECT_NE(client.ask<wire::ShareMemoryReply>(StreamFunction::GetShareMemory).address,
+              other.ask<wire::ShareMemoryReply>(StreamFunction::GetShareMemory).address);
 }
 
 TEST_F(StreamProtocol, BadObjectNameGetsNoRing) {
@@ -264,12 +264,13 @@ TEST(ServerRings, HaveTheLengthAndDelayOfTheCommandLine) {
     RawClient client(AUDIO_CONNECT_OUTPUT_INVOCATION, "stream");
     const std::uint64_t before = AudioTime::now();
     EXPECT_EQ(client.create(3, pcm(48000, 2, 16)).ringSize, 3 * 768 * 4U);
-    EXPECT_EQ(client.ask<wire::ShareMemoryReply>(Function::GetShareMemory).status,
+    EXPECT_EQ(client.ask<wire::ShareMemoryReply>(StreamFunction::GetShareMemory).status,
               AUDIO_INVALID_STATE)
         << "not there yet";
     EXPECT_EQ(client.notification().event, 3U);
     EXPECT_GE(AudioTime::now() - before, 50000U);
-    EXPECT_EQ(client.ask<wire::ShareMemoryReply>(Function::GetShareMemory).status, AUDIO_NO_ERROR);
+    EXPECT_EQ(client.ask<wire::ShareMemoryReply>(StreamFunction::GetShareMemory).status,
+              AUDIO_NO_ERROR);
 }
 
 TEST(ServerMemory, ReturnsNoMemoryUntilAStreamIsRemoved) {

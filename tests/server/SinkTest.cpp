@@ -23,8 +23,8 @@
 namespace cabinaudio::test {
 namespace {
 
-using Function = wire::StreamFunction;
 using ::testing::HasSubstr;
+using wire::StreamFunction;
 
 constexpr std::uint32_t ACTIVATED = 3;
 constexpr std::uint32_t DEACTIVATED = 4;
@@ -44,7 +44,7 @@ public:
     std::uint32_t event() { return mClient.notification().event; }
 
     wire::ShareMemoryReply memory() {
-        return mClient.ask<wire::ShareMemoryReply>(Function::GetShareMemory);
+        return mClient.ask<wire::ShareMemoryReply>(StreamFunction::GetShareMemory);
     }
     /// Asks for the ring and maps it. @return whether there is one
     bool map() {
@@ -64,7 +64,7 @@ public:
     }
     std::int32_t acknowledgeWithdrawal() {
         mRing.reset();
-        return mClient.status(Function::SourceDeactivated);
+        return mClient.status(StreamFunction::SourceDeactivated);
     }
 
 private:
@@ -97,8 +97,8 @@ TEST_F(SinkRouting, NewSinkIsActivatedAndGetsItsRing) {
 
 TEST_F(SinkRouting, SinkHasNeitherInitCheckNorKeyShift) {
     RawSink sink("music");
-    EXPECT_EQ(sink.client().status(Function::InitCheck), AUDIO_INVALID_OPERATION);
-    EXPECT_EQ(sink.client().status(Function::SetKeyShift), AUDIO_INVALID_OPERATION);
+    EXPECT_EQ(sink.client().status(StreamFunction::InitCheck), AUDIO_INVALID_OPERATION);
+    EXPECT_EQ(sink.client().status(StreamFunction::SetKeyShift), AUDIO_INVALID_OPERATION);
 }
 
 TEST_F(SinkRouting, NewestSinkIsTheSource) {
@@ -146,7 +146,7 @@ TEST_F(SinkRouting, SinkIsReactivatedOnlyAfterItsAcknowledgement) {
     ASSERT_EQ(server.command("source withdraw music"), "ok");
     ASSERT_EQ(server.command("source activate music"), "ok");
     EXPECT_EQ(sink.event(), DEACTIVATED);
-    ASSERT_EQ(sink.client().status(Function::Start), AUDIO_NO_ERROR);
+    ASSERT_EQ(sink.client().status(StreamFunction::Start), AUDIO_NO_ERROR);
     EXPECT_FALSE(sink.client().hasNotification(50));
     EXPECT_EQ(sink.acknowledgeWithdrawal(), AUDIO_NO_ERROR);
     EXPECT_EQ(sink.event(), ACTIVATED);
@@ -206,7 +206,7 @@ TEST_F(SinkRouting, RemovedSinkIsNotifiedAndTheOtherActivated) {
     first.acknowledgeWithdrawal();
     EXPECT_EQ(server.command("stream remove second"), "ok");
     EXPECT_EQ(second.event(), REMOVED);
-    EXPECT_EQ(second.client().status(Function::Start), AUDIO_INVALID_STATE);
+    EXPECT_EQ(second.client().status(StreamFunction::Start), AUDIO_INVALID_STATE);
     EXPECT_EQ(first.event(), ACTIVATED);
 }
 
@@ -214,10 +214,10 @@ TEST_F(SinkRouting, WithdrawnSinkFinishesAtOnce) {
     RawSink sink("music");
     ASSERT_EQ(sink.event(), ACTIVATED);
     ASSERT_TRUE(sink.map());
-    ASSERT_EQ(sink.client().status(Function::Start), AUDIO_NO_ERROR);
+    ASSERT_EQ(sink.client().status(StreamFunction::Start), AUDIO_NO_ERROR);
     ASSERT_EQ(server.command("source withdraw music"), "ok");
     ASSERT_EQ(sink.event(), DEACTIVATED);
-    ASSERT_EQ(sink.client().status(Function::WriteDone), AUDIO_NO_ERROR);
+    ASSERT_EQ(sink.client().status(StreamFunction::WriteDone), AUDIO_NO_ERROR);
     EXPECT_EQ(sink.event(), FINISHED);
 }
 
@@ -247,8 +247,8 @@ TEST(SinkThroughServer, PlaysToTheLastSampleThenFinishes) {
         ASSERT_EQ(sink.event(), ACTIVATED);
         ASSERT_TRUE(sink.map());
         ASSERT_EQ(sink.write(samples), 3000U);
-        ASSERT_EQ(sink.client().status(Function::Start), AUDIO_NO_ERROR);
-        ASSERT_EQ(sink.client().status(Function::WriteDone), AUDIO_NO_ERROR);
+        ASSERT_EQ(sink.client().status(StreamFunction::Start), AUDIO_NO_ERROR);
+        ASSERT_EQ(sink.client().status(StreamFunction::WriteDone), AUDIO_NO_ERROR);
         EXPECT_EQ(sink.event(), FINISHED);
     }
     ASSERT_TRUE(recording.stop());
@@ -266,14 +266,14 @@ TEST(SinkThroughServer, DiscardsAndCountsTheRestOfItsWithdrawnRing) {
         ASSERT_EQ(sink.write(noise16(2 * 3000, 7)), 3000U);
         ASSERT_EQ(recording.server().command("source withdraw music"), "ok");
         ASSERT_EQ(sink.event(), DEACTIVATED);
-        ASSERT_EQ(sink.client().status(Function::Start), AUDIO_NO_ERROR);
+        ASSERT_EQ(sink.client().status(StreamFunction::Start), AUDIO_NO_ERROR);
         ASSERT_EQ(sink.acknowledgeWithdrawal(), AUDIO_NO_ERROR);
         EXPECT_EQ(streamOf(recording.server(), "music").at("discarded_frames"), 3000);
         ASSERT_EQ(recording.server().command("source activate music"), "ok");
         ASSERT_EQ(sink.event(), ACTIVATED);
         ASSERT_TRUE(sink.map());
         ASSERT_EQ(sink.write(samples), 1000U);
-        ASSERT_EQ(sink.client().status(Function::WriteDone), AUDIO_NO_ERROR);
+        ASSERT_EQ(sink.client().status(StreamFunction::WriteDone), AUDIO_NO_ERROR);
         EXPECT_EQ(sink.event(), FINISHED);
     }
     ASSERT_TRUE(recording.stop());
@@ -320,7 +320,7 @@ TEST(SinkThroughServer, AccountsForEveryFrameInThousandRoutings) {
     int activations = 0;
     {
         RawSink sink("music");
-        ASSERT_EQ(sink.client().status(Function::Start), AUDIO_NO_ERROR);
+        ASSERT_EQ(sink.client().status(StreamFunction::Start), AUDIO_NO_ERROR);
         std::atomic<bool> isOver{false};
         std::thread router([&] {
             for (int i = 0; i < ROUTINGS; ++i) {

@@ -18,8 +18,8 @@
 namespace cabinaudio::test {
 namespace {
 
-using Function = wire::CaptureFunction;
 using ::testing::HasSubstr;
+using wire::CaptureFunction;
 
 constexpr std::uint32_t RING_STATE = 2;
 
@@ -57,9 +57,9 @@ TEST_F(Uplink, CreationReportsThePeriodButNoRing) {
     EXPECT_EQ(uplink.creation().perLoopSize, 512);
     EXPECT_EQ(uplink.creation().perLoopTime, 16);
     EXPECT_EQ(uplink.creation().perLoopSamples, 256);
-    EXPECT_EQ(uplink.client().status(Function::InitCheck), AUDIO_NO_ERROR);
+    EXPECT_EQ(uplink.client().status(CaptureFunction::InitCheck), AUDIO_NO_ERROR);
     EXPECT_EQ(uplink.memory().status, AUDIO_INVALID_STATE);
-    EXPECT_EQ(uplink.client().status(Function::GetVolume), AUDIO_INVALID_OPERATION)
+    EXPECT_EQ(uplink.client().status(CaptureFunction::GetVolume), AUDIO_INVALID_OPERATION)
         << "it has no volume";
     EXPECT_FALSE(uplink.client().hasNotification(0)) << "not before it is started";
 }

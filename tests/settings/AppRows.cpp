@@ -9,7 +9,7 @@ using Channel = audio::audio_channel_idx_e;
 const std::string LONG(100, 'e');
 const std::string CUT(63, 'e');
 
-std::vector<Row> numberRows() {
+std::vector<OperationRow> numberRows() {
     return {
         setter("SetSpeakerDelay", 198, {word(22), word(4), word(1500)},
                [](A& a) { return a.setSpeakerDelay(Channel{4}, 1.5F); }),
@@ -47,7 +47,7 @@ std::vector<Row> numberRows() {
     };
 }
 
-std::vector<Row> recordRows() {
+std::vector<OperationRow> recordRows() {
     return {
         getter("GetEqualizerSpectrum", 198, {word(11)}, pattern(16),
                [](A& a, Outputs& out) {
@@ -95,7 +95,7 @@ std::vector<Row> recordRows() {
     };
 }
 
-std::vector<Row> effectRows() {
+std::vector<OperationRow> effectRows() {
     return {
         setter("SetEffectEnabled", 198, {word(4096), text("main"), text("reverb"), byte(1)},
                [](A& a) { return a.setEffectEnabled("main", "reverb", true); }),
@@ -124,7 +124,7 @@ std::vector<Row> effectRows() {
 
 }  // namespace
 
-std::vector<Row> appRows() {
+std::vector<OperationRow> appRows() {
     return ofType(128, {numberRows(), recordRows(), effectRows()});
 }
 

@@ -15,13 +15,13 @@
 namespace cabinaudio::wire {
 namespace {
 
-using test::Row;
+using test::OperationRow;
 
 /// Connection type and function id.
 using Function = std::pair<std::uint32_t, std::uint32_t>;
 
-std::vector<Row> allRows() {
-    return test::rowsWhere([](const Row&) { return true; });
+std::vector<OperationRow> allRows() {
+    return test::rowsWhere([](const OperationRow&) { return true; });
 }
 
 std::uint32_t wordOf(const test::Bytes& bytes, std::size_t at) {
@@ -31,7 +31,7 @@ std::uint32_t wordOf(const test::Bytes& bytes, std::size_t at) {
 }
 
 /// Whether a request of these bytes has a block behind its record.
-bool hasBlock(const Row& row) {
+bool hasBlock(const OperationRow& row) {
     return row.type == test::RECORD_CONTROL ||
            (row.type == test::APP &&
             (wordOf(row.request, 0) == 4098 || wordOf(row.request, 0) == 4099));
@@ -50,7 +50,7 @@ TEST(SettingCatalogue, HasTheSizesAndCommandsOfTheRows) {
     std::map<Function, SettingRow> catalogue;
     for (const SettingRow& row : settingRows())
         catalogue[{row.connection, row.id}] = row;
-    for (const Row& row : allRows()) {
+    for (const OperationRow& row : allRows()) {
         SCOPED_TRACE(row.test);
         const auto found = catalogue.find({row.type, wordOf(row.request, 0)});
         ASSERT_NE(found, catalogue.end());
@@ -64,7 +64,7 @@ TEST(SettingCatalogue, HasTheSizesAndCommandsOfTheRows) {
 
 TEST(SettingCatalogue, HasARowForEachFunction) {
     std::map<Function, int> rows;
-    for (const Row& row : allRows())
+    for (const OperationRow& row : allRows())
         ++rows[{row.type, wordOf(row.request, 0)}];
     forEachSetting([&](const auto& setting) {
         if (setting.CONNECTION == AUDIO_CONNECT_VERSION_SETTING) return;

@@ -157,7 +157,7 @@ INSTANTIATE_TEST_SUITE_P(
         Effects{"Capture", 133, 0, 1,
                 [](auto& c, auto&&... with) { return c.record().set(with...); },
                 [](auto& c, auto&&... with) { return c.record().get(with...); }}),
-    ROW_NAME);
+    TEST_NAME);
 
 }  // namespace
 }  // namespace cabinaudio::test

@@ -10,10 +10,10 @@ namespace cabinaudio::test {
 namespace {
 
 /// A request of the object waits for the server's reply.
-class ObjectInUse : public ::testing::TestWithParam<Row> {};
+class ObjectInUse : public ::testing::TestWithParam<OperationRow> {};
 
 TEST_P(ObjectInUse, RefusesASecondRequest) {
-    const Row& row = GetParam();
+    const OperationRow& row = GetParam();
     ScriptedServer server;
     LogCapture log;
     server.on(row.type, functionOf(row), Answer::bytes(joined({word(0), row.results})).held());
@@ -37,10 +37,10 @@ TEST_P(ObjectInUse, RefusesASecondRequest) {
 }
 
 /// The server ended after the registration.
-class ObjectWithoutServer : public ::testing::TestWithParam<Row> {};
+class ObjectWithoutServer : public ::testing::TestWithParam<OperationRow> {};
 
 TEST_P(ObjectWithoutServer, ReturnsNotSent) {
-    const Row& row = GetParam();
+    const OperationRow& row = GetParam();
     ScriptedServer server;
     const Clients clients(row.type);
     server.stop();
@@ -52,21 +52,21 @@ TEST_P(ObjectWithoutServer, ReturnsNotSent) {
 }
 
 /// One of each kind: with and without results, of numbers only, with texts, of any length.
-std::vector<Row> oneOfEachKind() {
+std::vector<OperationRow> oneOfEachKind() {
     const std::vector<std::string> names = {"SetMasterVolumeInSteps",  "GetChannelGainInSteps",
                                             "StartMicGainCalibration", "GetStreamTypeList",
                                             "GetOutPutSource",         "GetActiveTracksInfo",
                                             "GetDuplexOfAEC",          "GetEffectParameter",
                                             "SetDACGainControl",       "SetUpMixMode"};
-    return rowsWhere([&](const Row& row) {
+    return rowsWhere([&](const OperationRow& row) {
         return row.type == RECORD_CONTROL ||
                std::find(names.begin(), names.end(), row.test) != names.end();
     });
 }
 
-INSTANTIATE_TEST_SUITE_P(For, ObjectInUse, ::testing::ValuesIn(oneOfEachKind()), ROW_NAME);
+INSTANTIATE_TEST_SUITE_P(For, ObjectInUse, ::testing::ValuesIn(oneOfEachKind()), TEST_NAME);
 
-INSTANTIATE_TEST_SUITE_P(For, ObjectWithoutServer, ::testing::ValuesIn(oneOfEachKind()), ROW_NAME);
+INSTANTIATE_TEST_SUITE_P(For, ObjectWithoutServer, ::testing::ValuesIn(oneOfEachKind()), TEST_NAME);
 
 }  // namespace
 }  // namespace cabinaudio::test

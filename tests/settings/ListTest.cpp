@@ -131,7 +131,7 @@ std::vector<List> lists() {
     };
 }
 
-INSTANTIATE_TEST_SUITE_P(Items, ReplyList, ::testing::ValuesIn(lists()), ROW_NAME);
+INSTANTIATE_TEST_SUITE_P(Items, ReplyList, ::testing::ValuesIn(lists()), TEST_NAME);
 
 TEST(OutputTrackArray, IsFilledAndItsCountIsTheServers) {
     ScriptedServer server;

@@ -19,7 +19,7 @@ const Bytes DECIBELS =
 
 }  // namespace
 
-std::vector<Row> mixerRows() {
+std::vector<OperationRow> mixerRows() {
     return ofType(
         129, {{
                  setter("SetUpMixMode", 198, {word(2), word(0x80000001)},

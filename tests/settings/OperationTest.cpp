@@ -15,7 +15,7 @@ namespace {
 
 constexpr int SERVER_ERROR = -42;
 
-class SettingOperation : public ::testing::TestWithParam<Row> {
+class SettingOperation : public ::testing::TestWithParam<OperationRow> {
 protected:
     SettingOperation() : row(GetParam()), server(std::in_place) {}
 
@@ -71,7 +71,7 @@ protected:
         });
     }
 
-    const Row row;
+    const OperationRow row;
     LogCapture log;
     std::optional<ScriptedServer> server;
     Outputs outputs;
@@ -131,12 +131,12 @@ TEST_P(SettingOperation, ReportsEachFailureOnTheWay) {
     expectNoResults();
 }
 
-INSTANTIATE_TEST_SUITE_P(Volume, SettingOperation, ::testing::ValuesIn(volumeRows()), ROW_NAME);
-INSTANTIATE_TEST_SUITE_P(Source, SettingOperation, ::testing::ValuesIn(sourceRows()), ROW_NAME);
-INSTANTIATE_TEST_SUITE_P(App, SettingOperation, ::testing::ValuesIn(appRows()), ROW_NAME);
-INSTANTIATE_TEST_SUITE_P(Mixer, SettingOperation, ::testing::ValuesIn(mixerRows()), ROW_NAME);
+INSTANTIATE_TEST_SUITE_P(Volume, SettingOperation, ::testing::ValuesIn(volumeRows()), TEST_NAME);
+INSTANTIATE_TEST_SUITE_P(Source, SettingOperation, ::testing::ValuesIn(sourceRows()), TEST_NAME);
+INSTANTIATE_TEST_SUITE_P(App, SettingOperation, ::testing::ValuesIn(appRows()), TEST_NAME);
+INSTANTIATE_TEST_SUITE_P(Mixer, SettingOperation, ::testing::ValuesIn(mixerRows()), TEST_NAME);
 INSTANTIATE_TEST_SUITE_P(Capture, SettingOperation, ::testing::ValuesIn(recordControlRows()),
-                         ROW_NAME);
+                         TEST_NAME);
 
 }  // namespace
 }  // namespace cabinaudio::test

@@ -18,10 +18,10 @@
 namespace cabinaudio::test {
 namespace {
 
-class SettingResult : public ::testing::TestWithParam<Row> {};
+class SettingResult : public ::testing::TestWithParam<OperationRow> {};
 
 TEST_P(SettingResult, IsStoredBeforeTheBlocksAreFreed) {
-    const Row& row = GetParam();
+    const OperationRow& row = GetParam();
     ScriptedServer server;
     server.on(row.type, functionOf(row), Answer::bytes(joined({word(0), row.results})));
     const Clients clients(row.type);
@@ -38,18 +38,18 @@ TEST_P(SettingResult, IsStoredBeforeTheBlocksAreFreed) {
 }
 
 /// Results that an operation stores, or adds to a container, that its caller has handed in.
-std::vector<Row> withResults() {
+std::vector<OperationRow> withResults() {
     // The tables hand in something else for these, or get them through another operation.
     const std::vector<std::string> others = {
         "GetOutPutSource",        "GetInputDestination",    "GetActiveTracksInfo",
         "GetOutPutTrackInfoList", "GetActivedSourceNumber", "GetDownlinkDelayEstimation"};
-    return rowsWhere([&](const Row& row) {
+    return rowsWhere([&](const OperationRow& row) {
         return (!row.stored.empty() || !row.texts.empty()) &&
                std::find(others.begin(), others.end(), row.test) == others.end();
     });
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, SettingResult, ::testing::ValuesIn(withResults()), ROW_NAME);
+INSTANTIATE_TEST_SUITE_P(Of, SettingResult, ::testing::ValuesIn(withResults()), TEST_NAME);
 
 TEST(ActiveTracks, AreAppendedBeforeTheBlocksAreFreed) {
     ScriptedServer server;

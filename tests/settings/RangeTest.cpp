@@ -135,9 +135,9 @@ std::vector<Gain> mixerGains() {
     };
 }
 
-INSTANTIATE_TEST_SUITE_P(Volume, GainRange, ::testing::ValuesIn(volumeGains()), ROW_NAME);
-INSTANTIATE_TEST_SUITE_P(Track, GainRange, ::testing::ValuesIn(trackChannelGains()), ROW_NAME);
-INSTANTIATE_TEST_SUITE_P(Mixer, GainRange, ::testing::ValuesIn(mixerGains()), ROW_NAME);
+INSTANTIATE_TEST_SUITE_P(Volume, GainRange, ::testing::ValuesIn(volumeGains()), TEST_NAME);
+INSTANTIATE_TEST_SUITE_P(Track, GainRange, ::testing::ValuesIn(trackChannelGains()), TEST_NAME);
+INSTANTIATE_TEST_SUITE_P(Mixer, GainRange, ::testing::ValuesIn(mixerGains()), TEST_NAME);
 
 TEST(TrackGains, AreRefusedForTheFirstBadGain) {
     ScriptedServer server;

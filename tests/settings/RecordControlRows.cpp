@@ -3,7 +3,7 @@
 
 namespace cabinaudio::test {
 
-std::vector<Row> recordControlRows() {
+std::vector<OperationRow> recordControlRows() {
     using R = audio::QVAudioRecordControl::AudioRecordControl;
     static const std::string longTag(70, 'x');
     return ofType(

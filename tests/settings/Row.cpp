@@ -79,24 +79,25 @@ Bytes Outputs::first(std::size_t size) const {
     return Bytes(mBytes, mBytes + size);
 }
 
-std::vector<Row> ofType(std::uint32_t type, const std::vector<std::vector<Row>>& parts) {
-    std::vector<Row> rows;
-    for (const std::vector<Row>& part : parts)
+std::vector<OperationRow> ofType(std::uint32_t type,
+                                 const std::vector<std::vector<OperationRow>>& parts) {
+    std::vector<OperationRow> rows;
+    for (const std::vector<OperationRow>& part : parts)
         rows.insert(rows.end(), part.begin(), part.end());
-    for (Row& row : rows)
+    for (OperationRow& row : rows)
         row.type = type;
     return rows;
 }
 
-std::vector<Row> rowsWhere(const std::function<bool(const Row&)>& isWanted) {
-    std::vector<Row> chosen;
+std::vector<OperationRow> rowsWhere(const std::function<bool(const OperationRow&)>& isWanted) {
+    std::vector<OperationRow> chosen;
     for (const auto& rows :
          {volumeRows(), sourceRows(), appRows(), mixerRows(), recordControlRows()})
         std::copy_if(rows.begin(), rows.end(), std::back_inserter(chosen), isWanted);
     return chosen;
 }
 
-std::uint32_t functionOf(const Row& row) {
+std::uint32_t functionOf(const OperationRow& row) {
     return static_cast<std::uint32_t>(row.request[0] + 256 * row.request[1]);
 }
 

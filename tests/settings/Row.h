@@ -137,7 +137,7 @@ struct Details {
 };
 
 /// One operation with one set of arguments.
-struct Row : Details {
+struct OperationRow : Details {
     const char* test;       // what its test is called
     std::uint32_t command;  // command word: 198, or 195 without the flag
     Bytes request;          // everything behind the header
@@ -164,41 +164,42 @@ template <typename Function>
 
 /// An operation that gets results and stores something.
 template <typename Function>
-[[nodiscard]] Row getter(const char* test, std::uint32_t command,
-                         std::initializer_list<Bytes> request, const Bytes& results,
-                         const Bytes& stored, Function function, Details details = {}) {
+[[nodiscard]] OperationRow getter(const char* test, std::uint32_t command,
+                                  std::initializer_list<Bytes> request, const Bytes& results,
+                                  const Bytes& stored, Function function, Details details = {}) {
     if (details.replySize == 0) details.replySize = static_cast<std::uint32_t>(4 + results.size());
     return {details, test, command, joined(request), callOf(function), results, stored, 0};
 }
 /// The same for an operation that stores the results as they are.
 template <typename Function>
-[[nodiscard]] Row getter(const char* test, std::uint32_t command,
-                         std::initializer_list<Bytes> request, const Bytes& results,
-                         Function function, const Details& details = {}) {
+[[nodiscard]] OperationRow getter(const char* test, std::uint32_t command,
+                                  std::initializer_list<Bytes> request, const Bytes& results,
+                                  Function function, const Details& details = {}) {
     return getter(test, command, request, results, results, function, details);
 }
 /// An operation that gets nothing but a status.
 template <typename Function>
-[[nodiscard]] Row setter(const char* test, std::uint32_t command,
-                         std::initializer_list<Bytes> request, Function function,
-                         const Details& details = {}) {
+[[nodiscard]] OperationRow setter(const char* test, std::uint32_t command,
+                                  std::initializer_list<Bytes> request, Function function,
+                                  const Details& details = {}) {
     return getter(test, command, request, {}, {}, function, details);
 }
 
 /// All these rows, of one connection type.
-[[nodiscard]] std::vector<Row> ofType(std::uint32_t type,
-                                      const std::vector<std::vector<Row>>& parts);
+[[nodiscard]] std::vector<OperationRow> ofType(std::uint32_t type,
+                                               const std::vector<std::vector<OperationRow>>& parts);
 
-[[nodiscard]] std::vector<Row> volumeRows();
-[[nodiscard]] std::vector<Row> sourceRows();
-[[nodiscard]] std::vector<Row> appRows();
-[[nodiscard]] std::vector<Row> mixerRows();
-[[nodiscard]] std::vector<Row> recordControlRows();
+[[nodiscard]] std::vector<OperationRow> volumeRows();
+[[nodiscard]] std::vector<OperationRow> sourceRows();
+[[nodiscard]] std::vector<OperationRow> appRows();
+[[nodiscard]] std::vector<OperationRow> mixerRows();
+[[nodiscard]] std::vector<OperationRow> recordControlRows();
 /// The rows of all tables that `isWanted` selects.
-[[nodiscard]] std::vector<Row> rowsWhere(const std::function<bool(const Row&)>& isWanted);
+[[nodiscard]] std::vector<OperationRow> rowsWhere(
+    const std::function<bool(const OperationRow&)>& isWanted);
 
 /// Function id.
-[[nodiscard]] std::uint32_t functionOf(const Row& row);
+[[nodiscard]] std::uint32_t functionOf(const OperationRow& row);
 
 /// Rows of all tables are shown by the names of their tests.
 template <typename AnyRow>
@@ -209,6 +210,6 @@ void PrintTo(const NamedRow auto& row, std::ostream* stream) {
     *stream << row.test;
 }
 /// For INSTANTIATE_TEST_SUITE_P.
-inline constexpr auto ROW_NAME = [](const auto& info) { return std::string(info.param.test); };
+inline constexpr auto TEST_NAME = [](const auto& info) { return std::string(info.param.test); };
 
 }  // namespace cabinaudio::test

@@ -100,7 +100,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(Getter{"Output", 24, "main", &audio::QVAudioSetting::Source::getOutPutSource},
                       Getter{"Input", 25, "uplink",
                              &audio::QVAudioSetting::Source::getInputDestination}),
-    ROW_NAME);
+    TEST_NAME);
 
 TEST(KeptNames, AreSeparateForOutputAndInput) {
     ScriptedServer server;

@@ -28,7 +28,7 @@ int shown(const std::vector<Record>& records, int result, Outputs& outputs) {
     return result;
 }
 
-std::vector<Row> nameRows() {
+std::vector<OperationRow> nameRows() {
     return {
         setter("SetOutPutSource", 198, {word(14), text("main"), text("radio")},
                [](S& s) { return s.setOutPutSource("radio", "main"); }),
@@ -62,7 +62,7 @@ std::vector<Row> nameRows() {
     };
 }
 
-std::vector<Row> trackRows() {
+std::vector<OperationRow> trackRows() {
     return {
         getter("GetActiveTracksName", 198, {word(36), text(CUT)},
                joined({word(2), text("radio"), text("phone")}), {},
@@ -116,7 +116,7 @@ std::vector<Row> trackRows() {
     };
 }
 
-std::vector<Row> hardwareRows() {
+std::vector<OperationRow> hardwareRows() {
     return {
         setter("SetInputMuxPin", 198, {word(5), word(1), number(-6)},
                [](S& s) { return s.setInputMuxPin(Mux{1}, Pin{-6}); }, {.logged = "setAdcMuxPin"}),
@@ -203,7 +203,7 @@ std::vector<Row> hardwareRows() {
 
 }  // namespace
 
-std::vector<Row> sourceRows() {
+std::vector<OperationRow> sourceRows() {
     return ofType(130, {nameRows(), trackRows(), hardwareRows()});
 }
 

@@ -22,7 +22,7 @@ int trackChannelGains(V& volume) {
     return volume.setTrackChannelGain("auxiliary", "radio", gains);
 }
 
-std::vector<Row> outputRows() {
+std::vector<OperationRow> outputRows() {
     return {
         setter("SetMainAudioDunkingMode", 198, {word(2), word(0x12345678)},
                [](V& v) { return v.setMainAudioDunkingMode(0x12345678); }),
@@ -68,7 +68,7 @@ std::vector<Row> outputRows() {
     };
 }
 
-std::vector<Row> channelAndTrackRows() {
+std::vector<OperationRow> channelAndTrackRows() {
     return {
         setter("SetChannelGainInSteps", 198, {word(6), word(4), {148, 9, 8, 7}},
                [](V& v) {
@@ -135,7 +135,7 @@ std::vector<Row> channelAndTrackRows() {
     };
 }
 
-std::vector<Row> muteRows() {
+std::vector<OperationRow> muteRows() {
     return {
         setter("MuteMain", 198, {word(8), word(1), word(1)},
                [](V& v) { return v.mute("main", true); }),
@@ -177,7 +177,7 @@ std::vector<Row> muteRows() {
     };
 }
 
-std::vector<Row> microphoneRows() {
+std::vector<OperationRow> microphoneRows() {
     return {
         setter("SetUpLinkGain", 198, {word(14), real(1e30F)},
                [](V& v) { return v.setUpLinkGain(1e30F); }),
@@ -210,7 +210,7 @@ std::vector<Row> microphoneRows() {
 
 }  // namespace
 
-std::vector<Row> volumeRows() {
+std::vector<OperationRow> volumeRows() {
     return ofType(131, {outputRows(), channelAndTrackRows(), muteRows(), microphoneRows()});
 }
 

@@ -13,8 +13,6 @@
 namespace cabinaudio::test {
 namespace {
 
-constexpr unsigned SIZE = 64;
-
 /// An application's buffer whose first access is a fault, at which the ring's offsets are noted.
 class WatchedBuffer {
 public:
@@ -66,6 +64,8 @@ private:
 /// A ring in physical memory and one behind its header, whose operations have ways of their own.
 class CopyOrder : public RingFixture, public ::testing::WithParamInterface<bool> {
 protected:
+    static constexpr unsigned SIZE = 64;
+
     const std::unique_ptr<ShareMemoryEx> ring = either(GetParam(), SIZE);
     const Object object{nameOf(GetParam()), sizeof(wire::RingHeader)};
 };

@@ -12,7 +12,6 @@
 namespace cabinaudio::test {
 namespace {
 
-constexpr unsigned SIZE = 16;
 constexpr struct timespec TIME = {5, 7'999'999};
 constexpr std::uint64_t TIME_IN_MILLISECONDS = 5007;
 
@@ -45,6 +44,8 @@ protected:
         EXPECT_EQ(readings, 1u);
         EXPECT_EQ(ring->getUpdateTime(), TIME_IN_MILLISECONDS);
     }
+
+    static constexpr unsigned SIZE = 16;
 
     const std::unique_ptr<ShareMemoryEx> ring = posix(SIZE);
     const Object object{posixName(), SIZE + sizeof(wire::RingHeader)};

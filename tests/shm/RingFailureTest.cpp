@@ -113,19 +113,19 @@ TEST_P(InertRingFor, IsLoggedAndLeavesNothingMapped) {
     expectNoSuccess();
 }
 
-constexpr bool POSIX = false;
-constexpr bool PHYSICAL = true;
+constexpr bool POSIX_RING = false;
+constexpr bool PHYSICAL_RING = true;
 constexpr Refusal REFUSALS[] = {
-    {"NoMemoryDevice", "open", EACCES, 0, PHYSICAL, 16, false, "open(/dev/mem)"},
-    {"NoObject", "shm_open", EMFILE, 0, PHYSICAL, 16, false, "shm_open(@)"},
-    {"NoMapping", "mmap", ENOMEM, 0, POSIX, 100, true, "mmap(@, 164)"},
-    {"NoMappingOfTheHeader", "mmap", ENOMEM, 1, PHYSICAL, 100, true, "mmap(@, 64)"},
-    {"NoSpace", "fallocate", ENOSPC, 0, POSIX, 100, true, "mmap(@, 164)"},
-    {"NoMemory", "fallocate", ENOMEM, 0, POSIX, 100, true, "mmap(@, 164)"},
-    {"NoQuota", "fallocate", EDQUOT, 0, POSIX, 100, true, "mmap(@, 164)"},
-    {"NoSuchLength", "fallocate", EFBIG, 0, POSIX, 100, true, "mmap(@, 164)"},
-    {"NoSpaceForTheHeader", "fallocate", ENOSPC, 0, PHYSICAL, 100, true, "mmap(@, 64)"},
-    {"ASizeBeyond32Bits", nullptr, EOVERFLOW, 0, POSIX, 0xffffffff, true, "mmap(@, 63)"},
+    {"NoMemoryDevice", "open", EACCES, 0, PHYSICAL_RING, 16, false, "open(/dev/mem)"},
+    {"NoObject", "shm_open", EMFILE, 0, PHYSICAL_RING, 16, false, "shm_open(@)"},
+    {"NoMapping", "mmap", ENOMEM, 0, POSIX_RING, 100, true, "mmap(@, 164)"},
+    {"NoMappingOfTheHeader", "mmap", ENOMEM, 1, PHYSICAL_RING, 100, true, "mmap(@, 64)"},
+    {"NoSpace", "fallocate", ENOSPC, 0, POSIX_RING, 100, true, "mmap(@, 164)"},
+    {"NoMemory", "fallocate", ENOMEM, 0, POSIX_RING, 100, true, "mmap(@, 164)"},
+    {"NoQuota", "fallocate", EDQUOT, 0, POSIX_RING, 100, true, "mmap(@, 164)"},
+    {"NoSuchLength", "fallocate", EFBIG, 0, POSIX_RING, 100, true, "mmap(@, 164)"},
+    {"NoSpaceForTheHeader", "fallocate", ENOSPC, 0, PHYSICAL_RING, 100, true, "mmap(@, 64)"},
+    {"ASizeBeyond32Bits", nullptr, EOVERFLOW, 0, POSIX_RING, 0xffffffff, true, "mmap(@, 63)"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Refused, InertRingFor, ::testing::ValuesIn(REFUSALS), ROW_NAME);

@@ -13,7 +13,7 @@
 namespace cabinaudio::test {
 namespace {
 
-constexpr int PATIENCE_MS = 60000;
+constexpr int LINE_PATIENCE_MS = 60000;
 
 /// Gives a new socket and the name to bind(2) or connect(2).
 server::UniqueFd socketWith(int (*name)(int, const sockaddr*, socklen_t), const std::string& text,
@@ -57,7 +57,7 @@ void ControlClient::say(const std::string& text) const {
 std::string ControlClient::line() const {
     std::string line;
     char letter = 0;
-    while (isReadable(mFd.get(), PATIENCE_MS) && recv(mFd.get(), &letter, 1, 0) == 1) {
+    while (isReadable(mFd.get(), LINE_PATIENCE_MS) && recv(mFd.get(), &letter, 1, 0) == 1) {
         if (letter == '\n') return line;
         line += letter;
     }

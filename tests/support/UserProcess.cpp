@@ -20,7 +20,7 @@
 namespace cabinaudio::test {
 namespace {
 
-constexpr int PATIENCE_MS = 120000;
+constexpr int REPORT_PATIENCE_MS = 120000;
 
 /// Makes this process another user's, for good. @return false, with errno, when it may not
 bool become(const User& user) {
@@ -82,7 +82,7 @@ const std::string& UserProcess::report() {
     while (mReport >= 0) {
         pollfd entry = {mReport, POLLIN, 0};
         std::array<char, 4096> chunk;
-        const bool isReady = poll(&entry, 1, PATIENCE_MS) > 0;
+        const bool isReady = poll(&entry, 1, REPORT_PATIENCE_MS) > 0;
         const ssize_t count = isReady ? read(mReport, chunk.data(), chunk.size()) : 0;
         if (count > 0) {
             mText.append(chunk.data(), static_cast<std::size_t>(count));

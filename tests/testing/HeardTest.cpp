@@ -11,11 +11,11 @@ using namespace cabinaudio::testing;
 
 namespace {
 
-constexpr unsigned RATE = 1000;
+constexpr unsigned BURSTS_RATE = 1000;
 
 /// Silence with sound in [0.1, 0.2) and [0.205, 0.3) on the left, and in [0.5, 0.6) on the right.
 Sound bursts() {
-    Sound sound{RATE, 2, std::vector<float>(2 * RATE), {}};
+    Sound sound{BURSTS_RATE, 2, std::vector<float>(2 * BURSTS_RATE), {}};
     const auto fill = [&](unsigned channel, unsigned from, unsigned to) {
         for (unsigned frame = from; frame < to; ++frame)
             sound.samples[2 * frame + channel] = frame % 2 == 0 ? 0.5F : -0.5F;
@@ -82,7 +82,7 @@ TEST(Heard, NamesAFileThatCannotBeRead) {
 TEST(Sound, HasChannels) {
     const Sound right = bursts().channel(1);
     EXPECT_EQ(right.channels, 1U);
-    EXPECT_EQ(right.frames(), RATE);
+    EXPECT_EQ(right.frames(), BURSTS_RATE);
     EXPECT_EQ(right.samples[500], 0.5F);
     EXPECT_EQ(right.samples[100], 0.0F);
     EXPECT_THROW((void)bursts().channel(2), Failure);

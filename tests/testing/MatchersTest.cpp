@@ -16,19 +16,20 @@ using ::testing::Not;
 
 namespace {
 
-constexpr unsigned RATE = 48000;
+constexpr unsigned TONE_RATE = 48000;
 
 /// A tone in stereo, for a second. An amplitude of 0.5 has a level of -9.03 dB.
 Sound tone(double hz = 440, double amplitude = 0.5) {
-    Sound sound{RATE, 2, {}, {}};
-    for (unsigned i = 0; i < RATE; ++i)
-        sound.samples.insert(sound.samples.end(), 2,
-                             static_cast<float>(amplitude * std::sin(2 * M_PI * hz * i / RATE)));
+    Sound sound{TONE_RATE, 2, {}, {}};
+    for (unsigned i = 0; i < TONE_RATE; ++i)
+        sound.samples.insert(
+            sound.samples.end(), 2,
+            static_cast<float>(amplitude * std::sin(2 * M_PI * hz * i / TONE_RATE)));
     return sound;
 }
 
 Sound silence() {
-    return {RATE, 2, std::vector<float>(2 * RATE), {}};
+    return {TONE_RATE, 2, std::vector<float>(2 * TONE_RATE), {}};
 }
 
 /// The tone with a part of it replaced.
@@ -76,7 +77,7 @@ TEST(Matchers, WriteTheTextOfTheCheck) {
 }
 
 TEST(Matchers, LookAtTheRangeAndTheLoudspeakerAskedFor) {
-    const Sound sound = toneWith(RATE / 2, RATE / 2, 0);
+    const Sound sound = toneWith(TONE_RATE / 2, TONE_RATE / 2, 0);
     EXPECT_THAT(sound, HasTone(440).between(0, 0.5));
     EXPECT_THAT(sound, IsSilent().between(0.5, 1));
     Sound left = tone();
@@ -93,13 +94,14 @@ TEST(Matchers, ExplainWhatWasMeasuredAndWhere) {
     EXPECT_THAT(explanation(HasTone(880).between(0.25, 0.75), tone()),
                 AllOf(HasSubstr("which has 440"), HasSubstr("instead of 880 Hz +-4.4 Hz"),
                       HasSubstr(" from 0.250 s to 0.750 s")));
-    EXPECT_THAT(explanation(IsSilent(), toneWith(0, RATE / 4, 0)),
+    EXPECT_THAT(explanation(IsSilent(), toneWith(0, TONE_RATE / 4, 0)),
                 AllOf(HasSubstr("instead of below -90 dBFS"), HasSubstr(" at 0.250 s")));
-    EXPECT_THAT(explanation(HasNoGap(), toneWith(RATE / 2, 480, 0)),
+    EXPECT_THAT(explanation(HasNoGap(), toneWith(TONE_RATE / 2, 480, 0)),
                 AllOf(HasSubstr("longest gap 10"), HasSubstr(" at 0.500 s")));
-    EXPECT_THAT(explanation(HasNoClick(), toneWith(RATE / 4, 1, 0.9F)), HasSubstr(" at 0.250 s"));
+    EXPECT_THAT(explanation(HasNoClick(), toneWith(TONE_RATE / 4, 1, 0.9F)),
+                HasSubstr(" at 0.250 s"));
     EXPECT_THAT(explanation(Lasts(2), tone()), HasSubstr("2"));
-    EXPECT_THAT(explanation(IsNotClipped(), toneWith(RATE / 4, 3, 1)),
+    EXPECT_THAT(explanation(IsNotClipped(), toneWith(TONE_RATE / 4, 3, 1)),
                 AllOf(HasSubstr("6 samples at the limit"), HasSubstr(" at 0.250 s")));
 }
 

@@ -45,7 +45,7 @@ class ScenarioLine : public testing::TestWithParam<BadLine> {};
 constexpr char ACTIONS[] =
     "expected set, run, signal, restart, source activate, source withdraw, stream remove, ring "
     "announce, uplink ring on, uplink ring off, fault short-reply, fault wrong-magic, stall, crash";
-constexpr char TIMES[] =
+constexpr char EXPECTED_TIMES[] =
     "expected milliseconds such as 2000, frames such as 96000f, or +500 after the line before";
 
 }  // namespace
@@ -198,8 +198,8 @@ INSTANTIATE_TEST_SUITE_P(
                 "'set' without a time stands before the programs; later, write 'at MS set ...'"},
         BadLine{"run late ./late",
                 "'run' without a time stands before all times; later, write 'at MS run ...'"},
-        BadLine{"at", std::string("'at' lacks a time; ") + TIMES},
-        BadLine{"at 2s crash", std::string("'2s' is no time; ") + TIMES},
+        BadLine{"at", std::string("'at' lacks a time; ") + EXPECTED_TIMES},
+        BadLine{"at 2s crash", std::string("'2s' is no time; ") + EXPECTED_TIMES},
         BadLine{"at 999 crash", "the time 999 is before 1000 of line 2; times must rise"},
         BadLine{"at 47952f crash", "the time 999 is before 1000 of line 2; times must rise"},
         BadLine{"at 96001f crash",
@@ -233,7 +233,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "'stall 60001' lacks a number of milliseconds from 1 to 60000"},
         BadLine{"await", "'await' lacks the name of a stream"},
         BadLine{"await ''", "'await' lacks the name of a stream"},
-        BadLine{"await a soon", std::string("'soon' is no time; ") + TIMES},
+        BadLine{"await a soon", std::string("'soon' is no time; ") + EXPECTED_TIMES},
         BadLine{"await a 5 6", "unexpected '6'"},
         BadLine{"until", "'until' lacks 'finished NAME' or a time"},
         BadLine{"until finished", "'until finished' lacks the name of a stream"},

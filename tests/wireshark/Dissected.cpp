@@ -50,7 +50,7 @@ std::string attribute(const std::string& line, const std::string& name) {
     return unescaped(line.substr(from, line.find('"', from) - from));
 }
 
-std::size_t number(const std::string& line, const std::string& name) {
+std::size_t numericAttribute(const std::string& line, const std::string& name) {
     const std::string text = attribute(line, name);
     return text.empty() ? 0 : std::stoul(text);
 }
@@ -62,8 +62,8 @@ std::optional<ShownField> fieldOf(const std::string& line) {
     field.name = attribute(line, "name");
     field.text = attribute(line, "showname");
     field.value = attribute(line, "value");
-    field.at = number(line, "pos");
-    field.size = number(line, "size");
+    field.at = numericAttribute(line, "pos");
+    field.size = numericAttribute(line, "size");
     field.isLeaf = line.size() > 1 && line.compare(line.size() - 2, 2, "/>") == 0;
     if (field.text.empty()) field.text = attribute(line, "show");
     return field;

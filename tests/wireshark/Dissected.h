@@ -9,6 +9,9 @@
 
 namespace cabinaudio::test {
 
+/// Bytes of each packet in front of those of its record.
+inline constexpr std::size_t RECORD_HEADER = 32;
+
 /// A line of a packet's details.
 struct ShownField {
     std::string name;   // in filters; "" for a heading

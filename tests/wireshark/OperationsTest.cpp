@@ -25,7 +25,6 @@ using trace::WireField;
 using trace::WireOperation;
 using trace::WireRecord;
 
-constexpr std::size_t RECORD_HEADER = 32;
 constexpr std::size_t CLIENT_HEADER = RECORD_HEADER + 88;
 constexpr std::size_t FRAME_HEADER = RECORD_HEADER + 32;
 
@@ -54,7 +53,7 @@ class Conversation {
 public:
     Conversation() {
         std::uint32_t type = trace::UNKNOWN;
-        for (const Row& row : rowsWhere([](const Row&) { return true; })) {
+        for (const OperationRow& row : rowsWhere([](const OperationRow&) { return true; })) {
             if (row.type != type) mTalk.connect(row.type);
             type = row.type;
             Bytes reply = joined({word(0), row.results});

@@ -27,14 +27,14 @@ namespace {
 
 using trace::Kind;
 
-constexpr std::size_t RECORD_HEADER = 32;
 constexpr std::uint32_t VERSION = 132;
 
 /// Calls each operation of the settings. The server refuses some of the arguments.
 void callAllSettings() {
     for (const std::uint32_t type : {VOLUME, SOURCE, APP, MIXER, RECORD_CONTROL}) {
         const Clients clients(type);
-        for (const Row& row : rowsWhere([&](const Row& any) { return any.type == type; })) {
+        for (const OperationRow& row :
+             rowsWhere([&](const OperationRow& any) { return any.type == type; })) {
             Outputs outputs;
             (void)row.call(clients, outputs);
         }

@@ -22,7 +22,6 @@ constexpr std::uint32_t MOST_PAYLOAD = 64 << 20;
 // Most bytes of a message that is put together from pieces.
 constexpr std::size_t PART_SIZE = std::size_t{1} << 20;
 
-constexpr std::uint32_t LAST_PLAYBACK_TYPE = 3;
 constexpr std::uint32_t FIRST_CAPTURE_TYPE = 64;
 constexpr std::uint32_t LAST_CAPTURE_TYPE = 68;
 

@@ -9,6 +9,9 @@
 
 namespace cabinaudio::recorder {
 
+/// Last audio_connect_type of playback streams; the first is 0.
+inline constexpr std::uint32_t LAST_PLAYBACK_TYPE = 3;
+
 /// One connection to the server as the calls of the application show it: bytes become messages, and
 /// messages become records. Not synchronised; its owner has a lock.
 ///

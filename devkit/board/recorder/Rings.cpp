@@ -18,7 +18,6 @@ namespace {
 
 constexpr std::size_t MOST_RINGS = 64;
 constexpr std::size_t MOST_OBJECTS = 32;
-constexpr std::uint32_t LAST_PLAYBACK_TYPE = 3;
 
 /// A stream that a mapping belongs to.
 struct Stream {

@@ -11,6 +11,10 @@ namespace cabinaudio::server {
 /// once.
 inline constexpr std::chrono::milliseconds PERIOD(16);
 
+/// Most periods that a clock makes up for at once. After a longer pause of the whole machine the
+/// rest of the lost time is skipped.
+inline constexpr std::uint64_t MAXIMUM_CATCH_UP = 8;
+
 /// Frames of a period, rounded up.
 constexpr std::uint32_t framesOfPeriod(std::uint32_t rate) {
     return static_cast<std::uint32_t>((std::uint64_t{rate} * PERIOD.count() + 999) / 1000);

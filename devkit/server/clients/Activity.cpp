@@ -43,15 +43,15 @@ std::chrono::steady_clock::duration Activity::age() const {
 }
 
 bool Activity::goesOn() {
-    bool isAny = false;
+    bool isAnyBusy = false;
     std::error_code isOver;
     fs::directory_iterator entry(mThreads, isOver);
     for (; !isOver && entry != fs::directory_iterator(); entry.increment(isOver)) {
         const Thread thread = threadIn(entry->path());
         const auto seen = mRests.emplace(entry->path().filename(), thread.rests).first;
-        isAny |= thread.state == 'D' || (thread.state == 'R' && thread.rests == seen->second);
+        isAnyBusy |= thread.state == 'D' || (thread.state == 'R' && thread.rests == seen->second);
     }
-    return isAny;
+    return isAnyBusy;
 }
 
 }  // namespace cabinaudio::server

@@ -12,14 +12,14 @@ namespace {
 // Linux cuts a process's name to this length.
 constexpr std::size_t LONGEST_NAME = 15;
 
-std::string contentOf(std::int32_t process, const char* file) {
+std::string readProcessFile(std::int32_t process, const char* file) {
     std::ifstream stream("/proc/" + std::to_string(process) + "/" + file);
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 /// The program's own file name, from the command line.
 std::string commandOf(std::int32_t process) {
-    std::string command = contentOf(process, "cmdline");
+    std::string command = readProcessFile(process, "cmdline");
     command.resize(std::min(command.size(), command.find('\0')));
     return command.substr(command.rfind('/') + 1);
 }
@@ -29,7 +29,7 @@ std::string commandOf(std::int32_t process) {
 /// The command line is the process's own to change, so it only completes a name that was cut.
 std::optional<std::string> programOf(std::int32_t process) {
     if (process <= 0) return std::nullopt;
-    std::string name = contentOf(process, "comm");
+    std::string name = readProcessFile(process, "comm");
     if (!name.empty() && name.back() == '\n') name.pop_back();
     if (name.empty()) return std::nullopt;
     if (name.size() < LONGEST_NAME) return name;

@@ -37,7 +37,7 @@ Type* checked(Type* pointer) {
     return pointer;
 }
 
-struct Free {
+struct AvFree {
     void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
     void operator()(AVFormatContext* context) const { avformat_free_context(context); }
     void operator()(AVFrame* frame) const { av_frame_free(&frame); }
@@ -48,7 +48,7 @@ struct Free {
     }
 };
 template <typename Type>
-using Owned = std::unique_ptr<Type, Free>;
+using Owned = std::unique_ptr<Type, AvFree>;
 
 /// Wraps packets into LOAS frames; the muxer appends each frame to `bytes`.
 class LoasMuxer {

@@ -19,7 +19,7 @@ constexpr std::size_t LARGEST_PACKET = 1275;  // of a single codec frame
 constexpr std::uint32_t BIT_RATE_OF_A_CHANNEL = 32000;
 // Fixed bytes that clients expect after the length.
 constexpr std::array<std::uint8_t, 4> MARK = {1, 2, 3, 4};
-constexpr std::size_t HEADER = 4 + MARK.size();
+constexpr std::size_t FRAME_HEADER = 4 + MARK.size();
 
 class OpusFrames : public BlockEncoder {
 public:
@@ -37,9 +37,9 @@ public:
 
 protected:
     void encodeBlock(std::span<const float> block, const Output& output) override {
-        std::vector<std::uint8_t> frame(HEADER + LARGEST_PACKET);
+        std::vector<std::uint8_t> frame(FRAME_HEADER + LARGEST_PACKET);
         const opus_int32 size = opus_encode_float(mEncoder.get(), block.data(), mFrames,
-                                                  frame.data() + HEADER, LARGEST_PACKET);
+                                                  frame.data() + FRAME_HEADER, LARGEST_PACKET);
         if (size < 0) {
             log::error("opus: %s", opus_strerror(size));
             return;
@@ -47,7 +47,7 @@ protected:
         for (unsigned i = 0; i < 4; ++i)
             frame[i] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(size) >> (24 - 8 * i));
         std::copy(MARK.begin(), MARK.end(), frame.begin() + 4);
-        frame.resize(HEADER + static_cast<std::size_t>(size));
+        frame.resize(FRAME_HEADER + static_cast<std::size_t>(size));
         output(std::move(frame));
     }
 

@@ -11,11 +11,11 @@ namespace {
 
 using nlohmann::json;
 
+}  // namespace
+
 json textOrNull(const std::string& text) {
     return text.empty() ? json() : json(text);
 }
-
-}  // namespace
 
 json decibels(float amplitude, double parts) {
     if (amplitude < 4e-10F) return nullptr;

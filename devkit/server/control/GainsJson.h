@@ -5,9 +5,13 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include <string>
 #include <vector>
 
 namespace cabinaudio::server {
+
+/// Null for an empty text.
+nlohmann::json textOrNull(const std::string& text);
 
 /// An amplitude in dB, to 1 / `parts`: further digits would be noise. Null for silence, and for
 /// less than the smallest step of 32 bits.

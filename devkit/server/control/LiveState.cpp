@@ -28,12 +28,8 @@ using Wall = std::chrono::system_clock;
 
 constexpr std::size_t MOST_PROGRAMS = 256;
 
-json milliseconds(Wall::time_point time) {
+json millisecondsSince1970(Wall::time_point time) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count();
-}
-
-json orNull(const std::string& text) {
-    return text.empty() ? json() : json(text);
 }
 
 const GainLink* findStage(const std::vector<GainLink>& chain, std::string_view stage) {
@@ -58,7 +54,7 @@ void describeGain(const std::vector<GainLink>& chain, json& result) {
     const GainLink* const mute = findStage(chain, "mute");
     constexpr std::string_view PREFIX = "mute.";
     result["volume"] = decibels(track->factor, 100.0);
-    result["volume_setting"] = orNull(track->setting);
+    result["volume_setting"] = textOrNull(track->setting);
     result["output"] = mute->setting.substr(PREFIX.size());
     result["muted"] =
         std::any_of(chain.begin(), chain.end(), [](const GainLink& link) { return link.isMuted; });
@@ -76,7 +72,7 @@ std::string LiveState::answer(const std::string& argument) {
     if (!argument.empty() && (error != std::errc() || stop != end))
         return "error: no number of a request: " + printable(argument);
     const json result = {
-        {"time_ms", milliseconds(Wall::now())},
+        {"time_ms", millisecondsSince1970(Wall::now())},
         {"version", format("%d.%d.%d", SERVER_VERSION[0], SERVER_VERSION[1], SERVER_VERSION[2])},
         {"time", nameOf(mSources.time)},
         {"loudspeakers", describeLoudspeakers()},
@@ -113,7 +109,7 @@ json LiveState::describeStreams() {
     json result = json::array();
     for (const auto& stream : mSources.streams.streams()) {
         json one = describe(*stream);
-        one["program"] = orNull(programOf(stream->record().pid));
+        one["program"] = textOrNull(programOf(stream->record().pid));
         result.push_back(std::move(one));
     }
     return result;
@@ -171,7 +167,7 @@ json LiveState::describeCaptures() {
             {{"id", stream->client().handle()},
              {"name", stream->client().name()},
              {"kind", stream->isUplink() ? "uplink" : "capture"},
-             {"program", orNull(programOf(parts.pid))},
+             {"program", textOrNull(programOf(parts.pid))},
              {"pid", parts.pid},
              {"tag", AudioTypes::getTag(static_cast<AudioTagType>(parts.tag))},
              {"codec", nameOf(parts.codec)},
@@ -193,7 +189,7 @@ json LiveState::describeRequests(std::uint64_t known) const {
     for (const RequestLog::Entry& entry : mSources.requests.entries()) {
         if (entry.number <= known) continue;
         result.push_back({{"number", entry.number},
-                          {"time_ms", milliseconds(entry.time)},
+                          {"time_ms", millisecondsSince1970(entry.time)},
                           {"who", entry.who},
                           {"name", entry.name},
                           {"request", entry.request},

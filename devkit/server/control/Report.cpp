@@ -34,10 +34,6 @@ namespace {
 
 using nlohmann::json;
 
-json orNull(const std::string& text) {
-    return text.empty() ? json() : json(text);
-}
-
 /// "2026-11-22T19:01:02.345+00:00"
 json timeOf(const std::optional<std::chrono::system_clock::time_point>& time) {
     if (!time) return {};
@@ -55,7 +51,7 @@ json timeOf(const std::optional<std::chrono::system_clock::time_point>& time) {
 /// Whether a card or microphone is open or lost.
 void describeDevice(const DeviceState& device, json& result) {
     result["state"] = device.isLost() ? "lost" : "open";
-    result["problem"] = orNull(device.problem);
+    result["problem"] = textOrNull(device.problem);
     result["since"] = timeOf(device.since);
     result["lost_ms"] = device.isLost() ? json(device.lostFor.count()) : json();
     result["losses"] = device.losses;
@@ -85,10 +81,10 @@ json describeOutput(const Reported& reported) {
     describeDevice(state.device, result);
     result["requested"] = reported.requestedOutput;
     result["recent_errors"] = state.device.recentErrors;
-    result["last_error"] = orNull(state.device.lastError);
+    result["last_error"] = textOrNull(state.device.lastError);
     result["dropped_frames"] = state.droppedFrames;
     result["latency_ms"] = latencyOf(state.latencyMs);
-    result["warning"] = orNull(state.warning);
+    result["warning"] = textOrNull(state.warning);
     return result;
 }
 

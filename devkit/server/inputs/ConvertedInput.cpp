@@ -12,7 +12,7 @@
 namespace cabinaudio::server {
 namespace {
 
-constexpr std::size_t PIECE_FRAMES = 256;
+constexpr std::size_t SOURCE_PIECE_FRAMES = 256;
 
 class ConvertedInput : public InputSource {
 public:
@@ -21,7 +21,7 @@ public:
           mRate(rate),
           mChannels(channels),
           mMatrix(mSource->channels(), channels),
-          mPiece(PIECE_FRAMES * mSource->channels()) {
+          mPiece(SOURCE_PIECE_FRAMES * mSource->channels()) {
         if (mSource->rate() != rate) mConverter.emplace(mSource->channels(), mSource->rate(), rate);
     }
 
@@ -48,9 +48,9 @@ private:
         while (done < count) {
             if (mPieceFrames == 0) {
                 mSource->read(mPiece);
-                mPieceFrames = PIECE_FRAMES;
+                mPieceFrames = SOURCE_PIECE_FRAMES;
             }
-            const float* in = &mPiece[(PIECE_FRAMES - mPieceFrames) * channels];
+            const float* in = &mPiece[(SOURCE_PIECE_FRAMES - mPieceFrames) * channels];
             const auto progress =
                 mConverter->convert(in, mPieceFrames, &mRead[done * channels], count - done);
             if (progress.taken + progress.written == 0) return;  // would loop forever

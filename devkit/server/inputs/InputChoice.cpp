@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::string_view TONE = "tone:";
 // Before the event loop runs.
-constexpr std::chrono::seconds START_PATIENCE{20};
+constexpr std::chrono::seconds CHECK_PATIENCE{20};
 constexpr double LOWEST_TONE = 1;
 constexpr double HIGHEST_TONE = 96000;
 
@@ -81,7 +81,7 @@ void InputChoice::check() const {
     for (const auto& [tag, text] : mByTag)
         texts.insert(text);
     for (const std::string& text : texts)
-        openInput(text, 48000, 2, START_PATIENCE);
+        openInput(text, 48000, 2, CHECK_PATIENCE);
 }
 
 std::unique_ptr<InputSource> openInput(const std::string& text, std::uint32_t rate,

@@ -25,10 +25,10 @@ using std::chrono::milliseconds;
 constexpr std::size_t PERIOD_SAMPLES =
     std::size_t{framesOfPeriod(Microphone::RATE)} * Microphone::CHANNELS;
 // When the queue is full, the oldest samples are dropped.
-constexpr std::size_t LONGEST_QUEUE = 8 * PERIOD_SAMPLES;
+constexpr std::size_t MOST_QUEUED_SAMPLES = 8 * PERIOD_SAMPLES;
 // A microphone that gives nothing for so long is opened again. One that starts may need two
 // seconds.
-constexpr milliseconds STALL{5000};
+constexpr milliseconds MICROPHONE_STALL{5000};
 // For the reader's end. A device that is being opened takes longer.
 constexpr milliseconds END_PATIENCE{50};
 
@@ -196,7 +196,7 @@ void MicrophoneReader::listen() {
         const auto samples = std::span(mSamples).first(progress.count);
         decodeSamples(2, reinterpret_cast<const std::uint8_t*>(mHeard.data()), samples);
         queue(samples);
-    } else if (now - mLastHeard > STALL) {
+    } else if (now - mLastHeard > MICROPHONE_STALL) {
         lose(mMicrophone->name() + ": gives no sound");
     }
     if (!progress.isLost && !progress.problem.empty()) mHealth.failed(progress.problem);
@@ -211,8 +211,8 @@ void MicrophoneReader::lose(const std::string& problem) {
 void MicrophoneReader::queue(std::span<const float> samples) {
     Lock lock(mLock);
     mQueue.insert(mQueue.end(), samples.begin(), samples.end());
-    if (mQueue.size() <= LONGEST_QUEUE) return;
-    mQueue.erase(mQueue.begin(), mQueue.end() - static_cast<std::ptrdiff_t>(LONGEST_QUEUE));
+    if (mQueue.size() <= MOST_QUEUED_SAMPLES) return;
+    mQueue.erase(mQueue.begin(), mQueue.end() - static_cast<std::ptrdiff_t>(MOST_QUEUED_SAMPLES));
     // A device without a clock gives samples at once, always.
     const auto deadline = Clock::now() + PERIOD / 2;
     while (!mIsOver && mChanged.waitUntil(lock, deadline)) {

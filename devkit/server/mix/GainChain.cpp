@@ -6,6 +6,7 @@
 #include "devkit/server/base/Text.h"
 #include "devkit/server/mix/Loudspeaker.h"
 #include "devkit/server/settings/Names.h"
+#include "devkit/server/settings/StreamTypes.h"
 #include "devkit/server/sound/ChannelMatrix.h"
 #include "devkit/text/Escape.h"
 
@@ -14,8 +15,6 @@
 
 namespace cabinaudio::server {
 namespace {
-
-constexpr const char* NAVIGATION = "navigation";
 
 /// The input of the descriptions below.
 struct Way {
@@ -28,7 +27,7 @@ struct Way {
     [[nodiscard]] bool isMain() const { return tag() == AUDIO_TAG_MAIN; }
     [[nodiscard]] bool isAlternative() const { return tag() == AUDIO_TAG_ALTERNATIVE; }
     [[nodiscard]] bool isSecond() const { return tag() == AUDIO_TAG_OUTPUT_INVOCATION; }
-    [[nodiscard]] bool isNavigation() const { return stream.type == NAVIGATION; }
+    [[nodiscard]] bool isNavigation() const { return stream.type == NAVIGATION_TYPE; }
     [[nodiscard]] const StreamGains& at(GainStage stage) const {
         return stages[static_cast<std::size_t>(stage)];
     }

@@ -12,7 +12,7 @@
 namespace cabinaudio::server {
 namespace {
 
-struct Free {
+struct FftwFree {
     void operator()(void* memory) const { fftwf_free(memory); }
 };
 
@@ -40,8 +40,8 @@ struct Spectrum::Transform {
     Transform(const Transform&) = delete;
     Transform& operator=(const Transform&) = delete;
 
-    std::unique_ptr<float, Free> in;
-    std::unique_ptr<fftwf_complex, Free> out;
+    std::unique_ptr<float, FftwFree> in;
+    std::unique_ptr<fftwf_complex, FftwFree> out;
     fftwf_plan plan;
 };
 

@@ -5,6 +5,7 @@
 
 #include "devkit/server/mix/Loudspeaker.h"
 #include "devkit/server/settings/GainCurve.h"
+#include "devkit/server/settings/StreamTypes.h"
 
 #include <algorithm>
 #include <functional>
@@ -13,7 +14,6 @@
 namespace cabinaudio::server {
 namespace {
 
-constexpr const char* NAVIGATION = "navigation";
 constexpr float LONGEST_RAMP_MS = 60'000;
 
 AudioTagType tagOf(const StreamRecord& stream) {
@@ -62,7 +62,7 @@ void applyGains(const MixerSettings::Gains& mixer, StreamGains& gains) {
 }
 
 void applyMixer(const StreamRecord& stream, const MixerSettings& mixer, StreamGains& gains) {
-    if (stream.type == NAVIGATION) {
+    if (stream.type == NAVIGATION_TYPE) {
         if (mixer.navigationMode == 0) gains.common = 0.0F;
         applyGains(mixer.navigation, gains);
     }
@@ -144,7 +144,7 @@ float duckingOf(const VolumeSettings& volume, bool isPromptHeard) {
 
 bool isPrompt(const StreamRecord& stream) {
     if (stream.tag == AUDIO_TAG_MAIN) return false;  // it would duck itself
-    return stream.tag == AUDIO_TAG_ALTERNATIVE || stream.type == NAVIGATION;
+    return stream.tag == AUDIO_TAG_ALTERNATIVE || stream.type == NAVIGATION_TYPE;
 }
 
 RampFrames rampOf(const SettingsData& settings, std::uint32_t rate) {

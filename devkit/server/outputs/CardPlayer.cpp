@@ -14,13 +14,13 @@ namespace {
 using std::chrono::milliseconds;
 
 // Half a second: a sound server that is held up for less loses nothing.
-constexpr std::size_t LONGEST_QUEUE = 32;
+constexpr std::size_t MOST_QUEUED_PERIODS = 32;
 // A card that takes nothing for so long is opened again.
-constexpr milliseconds STALL{2000};
+constexpr milliseconds CARD_STALL{2000};
 // From opening a card until it takes data at its own pace.
-constexpr milliseconds START_PATIENCE{3000};
+constexpr milliseconds CARD_START_PATIENCE{3000};
 constexpr milliseconds DRAIN_PATIENCE{700};
-// Opening may try several cards, each of which may need OPEN_PATIENCE and START_PATIENCE.
+// Opening may try several cards, each of which may need OPEN_PATIENCE and CARD_START_PATIENCE.
 constexpr milliseconds AWAIT_START{20000};
 // Playing the queue, draining, and a reserve.
 constexpr milliseconds AWAIT_END{1500};
@@ -54,7 +54,7 @@ void CardPlayer::push(Bytes period) {
         const Lock lock(mLock);
         mIsActive = true;
         if (!mHasCard) return;
-        if (mQueue.size() >= LONGEST_QUEUE) {
+        if (mQueue.size() >= MOST_QUEUED_PERIODS) {
             mDroppedFrames += period.size() / (mFormat.channels * sizeOf(mFormat.type));
             return;
         }
@@ -172,7 +172,7 @@ bool CardPlayer::open(std::size_t opener) {
 
 /// Plays silence until the card takes data at its own pace. @return an error text
 std::string CardPlayer::startUp(SoundCard& card) {
-    const auto deadline = Clock::now() + START_PATIENCE;
+    const auto deadline = Clock::now() + CARD_START_PATIENCE;
     std::size_t missing = START_PERIODS * mSilence.size();
     while (missing > 0) {
         const auto part = std::span(mSilence).first(std::min(missing, mSilence.size()));
@@ -220,14 +220,14 @@ void CardPlayer::heardAgain(const std::string& before, milliseconds silence) {
 
 /// Plays a part of a period, or waits for one.
 void CardPlayer::playSome() {
-    bool isAny = !mPending.empty();
+    bool hasPending = !mPending.empty();
     bool isActive = true;
-    if (!isAny) {
+    if (!hasPending) {
         Lock lock(mLock);
-        isAny = takeNext(lock);
+        hasPending = takeNext(lock);
         isActive = mIsActive;
     }
-    if (isAny)
+    if (hasPending)
         playPending();
     else if (!isActive && Clock::now() >= mNextSilence)
         playSilence();
@@ -262,7 +262,7 @@ void CardPlayer::playPending() {
         mNextSilence = now + SILENCE_INTERVAL;
     }
     notice(progress);
-    if (mCard && now - mLastTaken > STALL) lose(mCard->name() + ": takes no sound");
+    if (mCard && now - mLastTaken > CARD_STALL) lose(mCard->name() + ": takes no sound");
 }
 
 /// A full card takes no silence, and needs none.
@@ -315,7 +315,7 @@ void CardPlayer::reportDrops() {
     std::uint64_t dropped = 0;
     {
         const Lock lock(mLock);
-        if (mDroppedFrames == mReportedDrops || mQueue.size() >= LONGEST_QUEUE) return;
+        if (mDroppedFrames == mReportedDrops || mQueue.size() >= MOST_QUEUED_PERIODS) return;
         dropped = mDroppedFrames - std::exchange(mReportedDrops, mDroppedFrames);
     }
     mNextDropReport = Clock::now() + DROP_REPORT_INTERVAL;
@@ -326,7 +326,8 @@ void CardPlayer::reportDrops() {
 
 /// Plays the rest of the queue, with a limit.
 void CardPlayer::finish() {
-    const auto deadline = Clock::now() + LONGEST_QUEUE * PERIOD + milliseconds(CARD_LATENCY_MS);
+    const auto deadline =
+        Clock::now() + MOST_QUEUED_PERIODS * PERIOD + milliseconds(CARD_LATENCY_MS);
     while (mCard && Clock::now() < deadline) {
         if (mPending.empty()) {
             Lock lock(mLock);

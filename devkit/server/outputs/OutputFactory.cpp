@@ -49,7 +49,7 @@ std::unique_ptr<Output> makeNull(const std::string&, const OutputFormat&) {
 
 enum class Argument { None, Optional, Required };
 
-struct Kind {
+struct OutputKind {
     const char* name;
     Argument argument;
     bool hasClock;
@@ -57,23 +57,24 @@ struct Kind {
 };
 
 constexpr std::array KINDS = {
-    Kind{"auto", Argument::None, true, makeAuto},
-    Kind{"pulse", Argument::None, true, makePulse},
-    Kind{"alsa", Argument::Optional, true, makeAlsa},
-    Kind{"wav", Argument::Required, false, makeWav},
-    Kind{"null", Argument::None, false, makeNull},
+    OutputKind{"auto", Argument::None, true, makeAuto},
+    OutputKind{"pulse", Argument::None, true, makePulse},
+    OutputKind{"alsa", Argument::Optional, true, makeAlsa},
+    OutputKind{"wav", Argument::Required, false, makeWav},
+    OutputKind{"null", Argument::None, false, makeNull},
 };
 
 struct Request {
-    const Kind* kind;  // null when unknown
+    const OutputKind* kind;  // null when unknown
     std::string argument;
 };
 
 Request parse(const std::string& text) {
     const auto colon = text.find(':');
     const std::string name = text.substr(0, colon);
-    const auto kind = std::find_if(KINDS.begin(), KINDS.end(),
-                                   [&](const Kind& candidate) { return candidate.name == name; });
+    const auto kind = std::find_if(KINDS.begin(), KINDS.end(), [&](const OutputKind& candidate) {
+        return candidate.name == name;
+    });
     return {kind != KINDS.end() ? kind : nullptr,
             colon == std::string::npos ? std::string() : text.substr(colon + 1)};
 }
@@ -91,7 +92,7 @@ std::string checkOutput(const std::string& text) {
 }
 
 bool runsWithoutClock(const std::string& text) {
-    const Kind* kind = parse(text).kind;
+    const OutputKind* kind = parse(text).kind;
     return kind != nullptr && !kind->hasClock;
 }
 

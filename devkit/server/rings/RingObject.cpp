@@ -73,7 +73,7 @@ int openNew(const std::string& path) {
 }
 
 /// Creates the object, replacing a ring that was left behind. @return the status
-std::int32_t open(const Client& client, const std::string& name, UniqueFd& fd) {
+std::int32_t openObject(const Client& client, const std::string& name, UniqueFd& fd) {
     const std::string path = "/" + name;
     fd = UniqueFd(openNew(path));
     if (!fd && errno == EEXIST) {
@@ -102,7 +102,8 @@ RingHeader* mapHeader(int fd) {
 std::int32_t RingObject::make(const Client& client, const std::string& name,
                               std::unique_ptr<RingObject>& object) {
     UniqueFd fd;
-    if (const std::int32_t status = open(client, name, fd); status != AUDIO_NO_ERROR) return status;
+    if (const std::int32_t status = openObject(client, name, fd); status != AUDIO_NO_ERROR)
+        return status;
     std::string path = "/" + name;
     struct stat64 made = {};
     // The directory may have its own access rules for new objects (a default ACL).

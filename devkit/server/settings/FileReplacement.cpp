@@ -29,12 +29,12 @@ constexpr mode_t PERMISSIONS = 0777;
 constexpr char PREFIX[] = ".cabinaudio-state-";
 constexpr std::size_t RANDOM_DIGITS = 16;
 
-struct Place {
+struct FilePlace {
     std::string directory;
     std::string name;
 };
 
-Place placeOf(const std::string& path) {
+FilePlace placeOf(const std::string& path) {
     const fs::path whole(path);
     const std::string directory = whole.parent_path();
     return {directory.empty() ? "." : directory, whole.filename()};

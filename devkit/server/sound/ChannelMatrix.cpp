@@ -7,7 +7,14 @@
 namespace cabinaudio::server {
 namespace {
 
-enum Place : std::size_t { LEFT_FRONT, RIGHT_FRONT, LEFT_SURROUND, RIGHT_SURROUND, CENTRE, LOW };
+enum ChannelPlace : std::size_t {
+    LEFT_FRONT,
+    RIGHT_FRONT,
+    LEFT_SURROUND,
+    RIGHT_SURROUND,
+    CENTRE,
+    LOW
+};
 
 constexpr float THREE_DB_DOWN = 0.70710678F;
 

@@ -6,12 +6,6 @@
 #include <algorithm>
 
 namespace cabinaudio::server {
-namespace {
-
-// After a longer pause of the whole machine the rest of the lost time is skipped.
-constexpr std::uint64_t MAXIMUM_CATCH_UP = 8;
-
-}  // namespace
 
 CaptureClock::CaptureClock(EventLoop& loop, CaptureRegistry& captures, Pace pace)
     : mLoop(loop),

@@ -16,8 +16,8 @@ namespace cabinaudio::server {
 namespace {
 
 constexpr auto RING_STATE = static_cast<std::uint32_t>(wire::CaptureEvent::RingState);
-constexpr RingOffer::Notification RING_READY = {RING_STATE, 1};
-constexpr RingOffer::Notification RING_GONE = {RING_STATE, 0};
+constexpr RingOffer::Notification CAPTURE_RING_READY = {RING_STATE, 1};
+constexpr RingOffer::Notification CAPTURE_RING_GONE = {RING_STATE, 0};
 
 // Limits one call: other handlers wait for the event loop.
 constexpr int PERIODS_AT_ONCE = 64;
@@ -27,7 +27,7 @@ constexpr int PERIODS_AT_ONCE = 64;
 CaptureStream::CaptureStream(EventLoop& loop, Client& client, Parts parts)
     : mClient(client), mParts(std::move(parts)), mPeak(mParts.format.rate) {
     if (!isUplink()) return;
-    mOffer.emplace(loop, mClient, RING_READY, RING_GONE,
+    mOffer.emplace(loop, mClient, CAPTURE_RING_READY, CAPTURE_RING_GONE,
                    RingOffer::Owner{[this] { return makeRing(); }, [this] { dropRing(); }});
 }
 

@@ -14,12 +14,13 @@
 namespace cabinaudio::server {
 namespace {
 
-constexpr std::size_t PIECE_FRAMES = 1024;
+constexpr std::size_t CONVERTED_PIECE_FRAMES = 1024;
 
-constexpr RingOffer::Notification RING_READY = {
+constexpr RingOffer::Notification PLAYBACK_RING_READY = {
     static_cast<std::uint32_t>(wire::TrackEvent::RingReady), 0};
-static_assert(RING_READY.event == static_cast<std::uint32_t>(wire::SinkEvent::SourceActivated));
-constexpr RingOffer::Notification RING_GONE = {
+static_assert(PLAYBACK_RING_READY.event ==
+              static_cast<std::uint32_t>(wire::SinkEvent::SourceActivated));
+constexpr RingOffer::Notification PLAYBACK_RING_GONE = {
     static_cast<std::uint32_t>(wire::SinkEvent::SourceDeactivated), 0};
 
 }  // namespace
@@ -40,13 +41,13 @@ PlaybackStream::PlaybackStream(EventLoop& loop, Client& client, Parts parts)
       mWatcher(parts.watcher) {
     const StreamFormat& format = mRecord->format;
     if (format.rate != mOutputRate) mConverter.emplace(format.channels, format.rate, mOutputRate);
-    mInput.resize(PIECE_FRAMES * format.channels);
+    mInput.resize(CONVERTED_PIECE_FRAMES * format.channels);
     if (!mRing->isPhysical()) return;
     const auto make = [this] {
         if (!mRing) mRing = mMakeRing();
         return mRing != nullptr;
     };
-    mOffer.emplace(loop, mClient, RING_READY, RING_GONE,
+    mOffer.emplace(loop, mClient, PLAYBACK_RING_READY, PLAYBACK_RING_GONE,
                    RingOffer::Owner{make, [this] { dropRing(); }});
 }
 
@@ -281,7 +282,8 @@ std::size_t PlaybackStream::pullConverted(std::size_t frames) {
         const std::size_t held = mConverter->takeOut(&mPulled[done * channels], frames - done);
         done += held;
         if (done == frames || (held == 0 && view.frames == 0)) break;
-        const std::size_t count = std::min({view.frames, PIECE_FRAMES, inputFor(frames - done)});
+        const std::size_t count =
+            std::min({view.frames, CONVERTED_PIECE_FRAMES, inputFor(frames - done)});
         decodeSamples(mRecord->format.bytesPerSample, view.data,
                       std::span(mInput).first(count * channels));
         const auto progress =

@@ -7,12 +7,6 @@
 #include <nlohmann/json.hpp>
 
 namespace cabinaudio::server {
-namespace {
-
-// After a longer pause of the whole machine the rest of the lost time is skipped.
-constexpr std::uint64_t MAXIMUM_CATCH_UP = 8;
-
-}  // namespace
 
 RealTime::RealTime(EventLoop& loop, Mixer& mixer, CaptureRegistry& captures)
     : mMixer(mixer),

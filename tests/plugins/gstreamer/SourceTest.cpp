@@ -37,9 +37,6 @@ constexpr std::size_t LOOP = 24000;  // frames of the input, which the server re
 constexpr std::size_t FRAME = 4;     // bytes, two channels
 constexpr GstClockTime PERIOD = 16 * GST_MSECOND;
 
-/// As often as elements change their state in a test.
-constexpr int ROUNDS = 200;
-
 /// Whether the samples are a piece of a sound that is repeated.
 template <typename Sample>
 bool isPieceOf(std::vector<Sample> sound, const std::vector<Sample>& piece) {
@@ -225,6 +222,7 @@ TEST_F(GstSource, PauseStopsTheStreamAndResumptionBeginsWithNewSound) {
 TEST_F(GstSource, SurvivesManyChangesOfState) {
     const auto server = serve();
     Capturing capturing("cabinaudiosrc");
+    constexpr int ROUNDS = 200;
     ASSERT_EQ(capturing.changeStates(ROUNDS), "");
     ASSERT_TRUE(capture(capturing));
     EXPECT_TRUE(isPiece(capturing.samples()));

@@ -34,7 +34,6 @@ namespace {
 constexpr double TONE = 500.0;                        // Hz
 constexpr GstClockTime PACKET = 20 * GST_MSECOND;     // of Opus
 constexpr GstClockTime AAC_FRAME = 64 * GST_MSECOND;  // at 16000 Hz
-constexpr int ROUNDS = 100;
 
 using Bytes = std::vector<unsigned char>;
 
@@ -415,6 +414,7 @@ TEST_F(GstUplink, TimesBeginAnewAfterReady) {
 TEST_F(GstUplink, SurvivesManyChangesOfState) {
     const auto server = serve();
     Capturing capturing("cabinaudiouplinksrc");
+    constexpr int ROUNDS = 100;
     ASSERT_EQ(capturing.changeStates(ROUNDS), "");
     EXPECT_TRUE(stateOf(*server).at("streams").empty());
 }
