@@ -15,11 +15,11 @@ namespace {
 using Outcome = FramedRing::Outcome;
 
 constexpr unsigned RING_BYTES = 1024;
-constexpr LogSite SITE{"ClientRecordRt", "read"};
 
 /// A ring and the frames in it, of the codec with the long header (Opus) or the short one (LOAS).
 class FramedRingTest : public ::testing::Test {
 protected:
+    static constexpr LogSite SITE{"ClientRecordRt", "read"};
     std::unique_ptr<ShareMemoryEx> ring = posixRing("frames", RING_BYTES);
     FramedRing opus{*ring, CODEC_OPUS, OPUS_HEADER_BYTES};
     FramedRing loas{*ring, CODEC_LOAS, LOAS_HEADER_BYTES};

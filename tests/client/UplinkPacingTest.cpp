@@ -6,11 +6,11 @@
 namespace cabinaudio::test {
 namespace {
 
-constexpr std::uint32_t BYTES_PER_MS = 32;  // 16 kHz, one channel, 16 bits
 constexpr std::uint32_t MOST_BYTES = 1024;
 constexpr std::uint64_t START_MS = 5'000'000;
 
 struct UplinkPacingTest : ::testing::Test {
+    static constexpr std::uint32_t BYTES_PER_MS = 32;  // 16 kHz, one channel, 16 bits
     std::atomic<std::uint64_t> readBytes{0};
     std::atomic<std::uint64_t> startMs{START_MS};
     UplinkPacing pacing{BYTES_PER_MS, MOST_BYTES, readBytes, startMs};

@@ -15,9 +15,9 @@ namespace {
 
 constexpr std::uint32_t BYTES_PER_MS = 32;
 constexpr std::uint8_t UNTOUCHED = 0x5a;  // no sample of the noise is as loud
-constexpr LogSite SITE{"ClientRecordRt", "read"};
 
 struct UplinkSilenceTest : ::testing::Test {
+    static constexpr LogSite SITE{"ClientRecordRt", "read"};
     /// One channel at 16 kHz unless changed.
     AudioFormatDesc format{CODEC_PCM, 16'000, 0, AUDIO_CHANNEL_MAP_1, 0, AUDIO_BIT_DEPTH_16};
     Bytes buffer = Bytes(1024, UNTOUCHED);

@@ -22,7 +22,7 @@
 namespace cabinaudio::test {
 namespace {
 
-constexpr int ROUNDS_PER_SERVER = 200;  // a scripted server keeps each request
+constexpr int SETTING_ROUNDS_PER_SERVER = 200;  // a scripted server keeps each request
 
 // ---- Destroyed while a request is under way -----------------------------------------------------
 
@@ -51,7 +51,7 @@ TEST_P(RequestRace, RequestEndsWhenItsObjectIsDestroyed) {
     const int count = rounds(2);
     std::size_t made = 0;
     for (int round = 0; round < count && !HasFailure(); ++round) {
-        if (round % ROUNDS_PER_SERVER == 0) {
+        if (round % SETTING_ROUNDS_PER_SERVER == 0) {
             server = nullptr;
             server = std::make_unique<ScriptedServer>();
             made = 0;
@@ -120,7 +120,7 @@ private:
 TEST(RequestsOfOneObject, AreRefusedWhenConcurrentAndNeverTorn) {
     std::atomic<int> torn{0};
     const int count = rounds(6);
-    for (int round = 0; round < count; round += ROUNDS_PER_SERVER) {
+    for (int round = 0; round < count; round += SETTING_ROUNDS_PER_SERVER) {
         ScriptedServer server;
         server.onOther([&](const Request& request) {
             const Bytes& bytes = request.payload;
@@ -136,7 +136,7 @@ TEST(RequestsOfOneObject, AreRefusedWhenConcurrentAndNeverTorn) {
         std::vector<std::thread> threads;
         for (CallUser& user : users)
             threads.emplace_back([&] {
-                for (int i = 0; i < ROUNDS_PER_SERVER; ++i)
+                for (int i = 0; i < SETTING_ROUNDS_PER_SERVER; ++i)
                     user.use();
             });
         for (std::thread& thread : threads)

@@ -16,8 +16,8 @@ namespace cabinaudio::test {
 namespace {
 
 constexpr int SIZE = RING_SIZE;
-constexpr int MOST_NOTIFICATIONS = 200;  // in a round
-constexpr int ROUNDS_PER_SERVER = 200;   // a scripted server keeps each request
+constexpr int MOST_NOTIFICATIONS = 200;        // in a round
+constexpr int STREAM_ROUNDS_PER_SERVER = 200;  // a scripted server keeps each request
 
 using Random = std::minstd_rand;
 
@@ -134,7 +134,7 @@ TEST_P(StreamRace, DestructionAtAnyMomentEndsEachCall) {
     std::unique_ptr<RaceServer> server;
     const int count = rounds(16);
     for (int round = 0; round < count && !HasFailure(); ++round) {
-        if (round % ROUNDS_PER_SERVER == 0) {
+        if (round % STREAM_ROUNDS_PER_SERVER == 0) {
             server.reset();
             server = std::make_unique<RaceServer>(kind);
         }
