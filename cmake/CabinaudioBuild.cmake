@@ -18,7 +18,9 @@ endif()
 if(CABINAUDIO_UNITY)
     # g++ permits test fixtures in an anonymous namespace, but not in files that others include.
     target_compile_options(cabinaudio-build INTERFACE
-        $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+        $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>
+        # Collecting garbage below 1 GB of memory takes a fifth of the time of large units.
+        $<$<CXX_COMPILER_ID:GNU>:--param=ggc-min-heapsize=1048576>)
 endif()
 if(CABINAUDIO_SANITIZE)
     target_compile_options(cabinaudio-build INTERFACE
