@@ -31,10 +31,12 @@ cmd_abi() {
 
 cmd_package() {
     try=
+    built=
     kinds=
     for word; do
         case $word in
             --test) try=yes ;;
+            --built) built=yes ;;
             native | armhf) kinds="$kinds $word" ;;
             *) bad_usage "unknown argument '$word' of package" ;;
         esac
@@ -44,6 +46,20 @@ cmd_package() {
         *native* | " armhf"*) ;;
         *) bad_usage "--test needs the native packages, too" ;;
     esac
+    [ -z "$built" ] || [ -n "$try" ] || bad_usage "--built is for --test"
+    [ -n "$built" ] || build_packages
+    [ -n "$try" ] || return 0
+    need chroot
+    set -- build/package/native
+    case "$kinds" in *armhf*) set -- "$@" build/package/armhf ;; esac
+    for directory; do
+        [ -e "$directory/complete" ] || die "no packages in $directory: leave out --built"
+    done
+    as_root packaging/debian/chroot.sh "$@"
+}
+
+# build_packages: those of $kinds.
+build_packages() {
     need build package
     own_tree build/package
     for kind in $kinds; do
@@ -53,9 +69,4 @@ cmd_package() {
         fi
         packaging/debian/build.sh "$kind" "build/package/$kind"
     done
-    [ -n "$try" ] || return 0
-    need chroot
-    set -- build/package/native
-    case "$kinds" in *armhf*) set -- "$@" build/package/armhf ;; esac
-    as_root packaging/debian/chroot.sh "$@"
 }

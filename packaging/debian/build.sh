@@ -62,3 +62,4 @@ lintian --allow-root --fail-on error --tag-display-limit 0 "$out"/*.changes >"$o
 }
 cat "$out/lintian.log"
 "$here/contents.sh" "$out"
+: >"$out/complete"  # the last build got as far as this
