@@ -46,6 +46,7 @@ cmd_package() {
         *native* | " armhf"*) ;;
         *) bad_usage "--test needs the native packages, too" ;;
     esac
+    [ -z "$built" ] || [ -n "$try" ] || bad_usage "--built is for --test"
     [ -n "$built" ] || build_packages
     [ -n "$try" ] || return 0
     need chroot
