@@ -137,6 +137,11 @@ tidy() {
     quietly devkit/tidy/test_tidy.py && devkit/tidy/tidy.py --jobs "$jobs" "$commands"
 }
 
+# Names of a source that hide those of others in its unit, and that check fails when it should.
+hidden_names() {
+    quietly devkit/units/test_units.py && devkit/units/units.py "$build"
+}
+
 # Each check that .clang-tidy disables is mentioned in its comments.
 switched_off() {
     sed -n 's/^  -\([a-z].*[^,]\),\{0,1\}$/\1/p' .clang-tidy | while read -r name; do
@@ -211,6 +216,7 @@ check links
 check reuse_rules
 check layout
 check switched_off
+check hidden_names
 check stale_mutants
 check stale_figures
 check stale_catalogue

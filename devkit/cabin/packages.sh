@@ -173,6 +173,7 @@ format  clang-format                 source layout
 lint    clang-tidy                   source checks
 lint    clang                        its headers
 lint    cppcheck                     more of them
+lint    universal-ctags              names in sources that are compiled together
 lint    shellcheck                   script checks
 lint    lua-check                    checks of the dissector
 lint    reuse                        licence lines

@@ -22,7 +22,7 @@ constexpr std::array<std::pair<audio_connect_type, const char*>, 6> CONTROL_NAME
 }};
 
 /// A stream's connection type equals the number of its tag.
-std::string nameOf(audio_connect_type type) {
+std::string typeName(audio_connect_type type) {
     for (const auto& [control, name] : CONTROL_NAMES) {
         if (control == type) return name;
     }
@@ -32,27 +32,27 @@ std::string nameOf(audio_connect_type type) {
 }  // namespace
 
 bool isKnown(audio_connect_type type) {
-    return !nameOf(type).empty();
+    return !typeName(type).empty();
 }
 
 std::vector<std::string> connectTypeNames() {
     std::vector<std::string> names;
     for (const WireChoice& choice : connectionTypes())
         if (const auto type = static_cast<audio_connect_type>(choice.value); isKnown(type))
-            names.push_back(nameOf(type));
+            names.push_back(typeName(type));
     return names;
 }
 
 std::optional<audio_connect_type> connectTypeOf(const std::string& name) {
     for (const WireChoice& choice : connectionTypes()) {
         const auto type = static_cast<audio_connect_type>(choice.value);
-        if (isKnown(type) && nameOf(type) == name) return type;
+        if (isKnown(type) && typeName(type) == name) return type;
     }
     return {};
 }
 
 std::string connectTypeName(audio_connect_type type) {
-    const std::string name = nameOf(type);
+    const std::string name = typeName(type);
     return name.empty() ? text::format("type %u", static_cast<unsigned>(type)) : name;
 }
 

@@ -10,18 +10,18 @@ namespace cabinaudio::trace {
 namespace {
 
 /// Null for an unknown event.
-const char* wordsOf(wire::TrackEvent event) {
+const char* eventWords(wire::TrackEvent event) {
     if (event == wire::TrackEvent::RingReady) return "ring ready";
     return event == wire::TrackEvent::Finished ? "finished" : nullptr;
 }
 
-const char* wordsOf(wire::SinkEvent event) {
+const char* eventWords(wire::SinkEvent event) {
     if (event == wire::SinkEvent::SourceActivated) return "source activated";
     if (event == wire::SinkEvent::SourceDeactivated) return "source deactivated";
     return event == wire::SinkEvent::Finished ? "finished" : nullptr;
 }
 
-const char* wordsOf(wire::CaptureEvent event, std::uint32_t value) {
+const char* eventWords(wire::CaptureEvent event, std::uint32_t value) {
     if (event != wire::CaptureEvent::RingState) return nullptr;
     return value != 0 ? "ring ready" : "ring gone";
 }
@@ -84,15 +84,15 @@ std::string describeEvent(audio_connect_type type, std::uint32_t event, std::uin
     const char* words = nullptr;
     switch (type) {
         case AUDIO_CONNECT_MAIN:
-            words = wordsOf(static_cast<wire::SinkEvent>(event));
+            words = eventWords(static_cast<wire::SinkEvent>(event));
             break;
         case AUDIO_CONNECT_ALTERNATIVE:
         case AUDIO_CONNECT_AUXILIARY:
         case AUDIO_CONNECT_OUTPUT_INVOCATION:
-            words = wordsOf(static_cast<wire::TrackEvent>(event));
+            words = eventWords(static_cast<wire::TrackEvent>(event));
             break;
         case AUDIO_CONNECT_UPLINK:
-            words = wordsOf(static_cast<wire::CaptureEvent>(event), param);
+            words = eventWords(static_cast<wire::CaptureEvent>(event), param);
             break;
         default:
             break;

@@ -23,7 +23,7 @@ Json floatOf(Bytes bytes) {
     return std::stod(text::format("%.9g", static_cast<double>(value)));
 }
 
-Json textOf(Bytes bytes) {
+Json textField(Bytes bytes) {
     const auto* const begin = reinterpret_cast<const char*>(bytes.data());
     return std::string(begin, strnlen(begin, bytes.size()));
 }
@@ -44,7 +44,7 @@ Json elementOf(const WireField& field, Bytes bytes) {
         case FieldType::F32:
             return floatOf(bytes);
         case FieldType::Text:
-            return textOf(bytes);
+            return textField(bytes);
         case FieldType::Record:
             return fieldsOf(*field.slots, bytes, "");
         case FieldType::Bytes:

@@ -66,7 +66,7 @@ std::string soundPhrase(Bytes bytes) {
                   behind(bytes, sizeof header).size(), wide(header.position));
 }
 
-std::string phraseOf(const Happening& happening) {
+std::string happeningPhrase(const Happening& happening) {
     switch (happening.kind) {
         case Of::Connected:
             return "connected";
@@ -116,7 +116,7 @@ std::string textOf(const Happening& happening, std::optional<std::uint64_t> begi
         return time + format("%llu records are lost: this reader was slow",
                              wide(load<LostRecords>(happening.bytes).count));
     const Peer& peer = happening.peer;
-    return time + lineOf(peer.handle, peer.type, peer.name, phraseOf(happening));
+    return time + lineOf(peer.handle, peer.type, peer.name, happeningPhrase(happening));
 }
 
 }  // namespace cabinaudio::trace

@@ -14,7 +14,7 @@ using Mux = audio::audio_input_mux_id_e;
 using Channel = audio::audio_channel_idx_e;
 
 constexpr int LOWEST = -2147483647 - 1;
-const std::string FULL(64, 'f');
+const std::string TOO_LONG(64, 'f');
 
 // ---- Volumes ------------------------------------------------------------------------------------
 
@@ -69,8 +69,8 @@ TEST_F(VolumeSetting, RefusesUnknownTagsOfMutes) {
     bool muted = true;
     expectRefused("getMuteState", "Invalid param, tag=NULL.\n",
                   volume.getMuteState(nullptr, muted));
-    expectRefused("getMuteState", "Invalid param, tag=" + FULL + ".\n",
-                  volume.getMuteState(FULL.c_str(), muted));
+    expectRefused("getMuteState", "Invalid param, tag=" + TOO_LONG + ".\n",
+                  volume.getMuteState(TOO_LONG.c_str(), muted));
     EXPECT_TRUE(muted);
 }
 
@@ -82,8 +82,8 @@ TEST_F(VolumeSetting, RefusesBadTrackVolumes) {
     // "second" has no tracks. Texts of 64 bytes or more do not fit their fields.
     for (const auto& [tag, name] :
          {Names{nullptr, "radio"}, Names{"main", nullptr}, Names{"second", "radio"},
-          Names{"Main", "radio"}, Names{"", "radio"}, Names{"main", FULL.c_str()},
-          Names{FULL.c_str(), "radio"}}) {
+          Names{"Main", "radio"}, Names{"", "radio"}, Names{"main", TOO_LONG.c_str()},
+          Names{TOO_LONG.c_str(), "radio"}}) {
         SCOPED_TRACE(testing::Message() << "tag " << tag << ", name " << name);
         U8 step = 5;
         float gain = 5;
@@ -159,7 +159,7 @@ protected:
 
 TEST_F(SourceSetting, RefusesBadSourceNames) {
     const char* const message = "bad source name\n";
-    for (const char* const bad : {static_cast<const char*>(nullptr), FULL.c_str()}) {
+    for (const char* const bad : {static_cast<const char*>(nullptr), TOO_LONG.c_str()}) {
         expectRefused("setOutPutSource", message, source.setOutPutSource(bad, "main"));
         expectRefused("setOutPutSource", message, source.setOutPutSource("radio", bad));
         expectRefused("setInputDestination", message, source.setInputDestination(bad, "phone"));

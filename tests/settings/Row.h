@@ -38,6 +38,9 @@ constexpr std::uint32_t SOURCE = 130;
 constexpr std::uint32_t VOLUME = 131;
 constexpr std::uint32_t RECORD_CONTROL = 133;
 
+/// The longest name that fits its field.
+inline const std::string LONGEST(63, 'n');
+
 [[nodiscard]] Bytes word(std::uint32_t value);
 [[nodiscard]] Bytes number(std::int32_t value);
 [[nodiscard]] Bytes real(float value);

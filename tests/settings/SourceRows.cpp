@@ -11,7 +11,6 @@ using Channel = audio::audio_channel_idx_e;
 using OutputTag = audio::audio_output_src_tag_e;
 using OutputTrack = audio::audio_output_src_parameter_t;
 
-const std::string LONGEST(63, 'n');
 const std::string LONG(80, 'o');
 const std::string CUT(63, 'o');
 

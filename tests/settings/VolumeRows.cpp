@@ -9,7 +9,6 @@ using U8 = unsigned char;
 using Mux = audio::audio_input_mux_id_e;
 using Channel = audio::audio_channel_idx_e;
 
-const std::string LONGEST(63, 'n');
 const std::string FULL(64, 't');
 
 int streamTypes(V& volume, Outputs& outputs) {

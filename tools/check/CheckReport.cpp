@@ -12,7 +12,7 @@ namespace cabinaudio::tool {
 
 namespace {
 
-std::string lineOf(const hear::Verdict& verdict) {
+std::string verdictLine(const hear::Verdict& verdict) {
     return (verdict.isMet ? "ok      " : "NOT MET ") + text::printable(verdict.text);
 }
 
@@ -66,7 +66,7 @@ void printReport(const CheckReport& report, bool json) {
         return;
     }
     for (const hear::Verdict& verdict : report.verdicts)
-        say(lineOf(verdict));
+        say(verdictLine(verdict));
 }
 
 }  // namespace cabinaudio::tool

@@ -39,7 +39,7 @@ const char* variable(const std::string& name) {
     return ofVersion != nullptr ? ofVersion : std::getenv(name.c_str());
 }
 
-void addList(const char* list, std::vector<std::string>& directories) {
+void addDirectories(const char* list, std::vector<std::string>& directories) {
     std::istringstream words(list);
     for (std::string word; std::getline(words, word, ':');)
         if (!word.empty()) directories.push_back(word);
@@ -58,9 +58,9 @@ std::string userDirectory() {
 /// In the order in which GStreamer looks; the first plug-in of a name counts.
 std::vector<std::string> directoriesOf(const std::string& own) {
     std::vector<std::string> directories;
-    if (const char* const more = variable("GST_PLUGIN_PATH")) addList(more, directories);
+    if (const char* const more = variable("GST_PLUGIN_PATH")) addDirectories(more, directories);
     if (const char* const system = variable("GST_PLUGIN_SYSTEM_PATH")) {
-        addList(system, directories);
+        addDirectories(system, directories);
     } else {
         if (const std::string user = userDirectory(); !user.empty()) directories.push_back(user);
         directories.push_back(own);

@@ -13,7 +13,7 @@ bool isSilent(const Json& gain) {
     return gain.value("db", Json()).is_null();
 }
 
-double decibels(const Json& gain) {
+double decibelsOf(const Json& gain) {
     return gain.at("db").get<double>();
 }
 
@@ -32,13 +32,13 @@ std::string partText(const Json& gain) {
         if (stage == "mute") return by.is_string() ? by.get<std::string>() + " muted" : "muted";
         return name + (stage == "mixer" ? " off" : " muted");
     }
-    const std::string level = isSilent(gain) ? "silent" : decibelText(decibels(gain));
+    const std::string level = isSilent(gain) ? "silent" : decibelText(decibelsOf(gain));
     return name + " " + level + (by.is_string() ? " by " + by.get<std::string>() : "");
 }
 
 /// Stages without an effect are left out, but for the stream's own volumes.
 bool isShown(const Json& gain) {
-    return isOwnVolume(gain.value("stage", "")) || isSilent(gain) || decibels(gain) != 0.0;
+    return isOwnVolume(gain.value("stage", "")) || isSilent(gain) || decibelsOf(gain) != 0.0;
 }
 
 struct Way {
@@ -57,8 +57,9 @@ Way wayOf(const Json& gains, const ServerState& server) {
             way.silent.push_back(&gain);
             continue;
         }
-        way.sum += decibels(gain);
-        if (way.softest == nullptr || decibels(gain) < decibels(*way.softest)) way.softest = &gain;
+        way.sum += decibelsOf(gain);
+        if (way.softest == nullptr || decibelsOf(gain) < decibelsOf(*way.softest))
+            way.softest = &gain;
     }
     return way;
 }

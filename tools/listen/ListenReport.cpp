@@ -28,7 +28,7 @@ std::string subjectOf(const ListenOptions& options) {
     return text;
 }
 
-std::string lineOf(const ListenReport& report, const ListenOptions& options) {
+std::string endLine(const ListenReport& report, const ListenOptions& options) {
     std::string line = fileName(options) + ": " + report.ending.text;
     if (report.frames == 0) return line + "; nothing was played";
     line += ", " + clockText(secondsOf(report.frames, report.format)) + " of " + subjectOf(options);
@@ -56,7 +56,7 @@ Json toJson(const ListenReport& report, const ListenOptions& options) {
         {"peak_db", isSilent ? Json(nullptr) : Json(roundedMs(decibels(*report.peak)))},
         {"ended", endName(report.ending.kind, "heard")},
         {"text", report.ending.text}};
-    addEnd(json, exitCode(report.ending.kind), isDone ? "" : lineOf(report, options));
+    addEnd(json, exitCode(report.ending.kind), isDone ? "" : endLine(report, options));
     return json;
 }
 
@@ -73,9 +73,9 @@ void printReport(const ListenReport& report, const ListenOptions& options, bool 
         complain(fileName(options) + " was too slow: " + std::to_string(report.lostFrames) +
                  " frames did not fit into the server's buffer and are silent");
     if (report.ending.kind != StreamEnd::Done)
-        complain(lineOf(report, options));
+        complain(endLine(report, options));
     else if (!json && options.file != "-")
-        say(text::printable(lineOf(report, options)));
+        say(text::printable(endLine(report, options)));
 }
 
 }  // namespace cabinaudio::tool

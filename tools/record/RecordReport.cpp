@@ -48,7 +48,7 @@ Json toJson(const RecordReport& report) {
     return json;
 }
 
-std::string decibelText(double peak) {
+std::string peakText(double peak) {
     char text[32];
     std::snprintf(text, sizeof text, "%.1f dB", decibels(peak));
     return text;
@@ -59,7 +59,7 @@ std::string details(const RecordReport& report) {
     if (report.silentMs > 0) text += ", " + clockText(report.silentMs / 1000) + " of it silence";
     if (report.readTimeouts != 0)
         text += "; reads timed out: " + std::to_string(report.readTimeouts);
-    if (report.peak) text += "; peak " + decibelText(*report.peak);
+    if (report.peak) text += "; peak " + peakText(*report.peak);
     return text;
 }
 

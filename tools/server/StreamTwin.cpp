@@ -37,7 +37,7 @@ bool isTwin(const Json& stream, const std::string& name) {
     return stream.value("name", "") == name && !stream.contains("ring_address");
 }
 
-std::string twinText(const Json& stream) {
+std::string describeTwin(const Json& stream) {
     const bool isPlayed = stream.contains("type");
     std::string text =
         std::string("a stream of this name ") + (isPlayed ? "plays" : "records") + " already";
@@ -63,7 +63,7 @@ std::string twinText(AudioTagType tag, const std::string& name, std::chrono::mil
     if (!isRingNamedAsStream(tag)) return {};
     if (const std::optional<Json> state = developmentState(bound)) {
         for (const Json& stream : state->value("streams", Json::array()))
-            if (isTwin(stream, name)) return twinText(stream);
+            if (isTwin(stream, name)) return describeTwin(stream);
         return {};
     }
     return isListed(name) ? "a stream of this name plays already" : "";

@@ -6,30 +6,16 @@
 
 #include "devkit/text/Output.h"
 #include "tools/Duration.h"
+#include "tools/ServerQuery.h"
 #include "tools/ServerSocket.h"
 #include "tools/Terminal.h"
 #include "tools/settings/TrackRecords.h"
 
 #include <unistd.h>
 
-#include <array>
 #include <cstdio>
 
 namespace cabinaudio::tool {
-
-namespace {
-
-/// The library's status when the request did not reach the server, or no answer came back.
-constexpr std::int32_t NOT_SENT = 1;
-
-using VersionTriple = std::array<std::int32_t, 3>;
-
-std::string versionText(const VersionTriple& parts) {
-    return std::to_string(parts[0]) + "." + std::to_string(parts[1]) + "." +
-           std::to_string(parts[2]);
-}
-
-}  // namespace
 
 Session::Session(const SettingsOptions& options, const CommonOptions& common)
     : mOptions(options),
@@ -91,7 +77,7 @@ void Session::requireServer() const {
 void Session::check(std::int32_t status) const {
     if (status == AUDIO_NOT_CONNECTED)
         throw Failure("the server did not register this client; see 'cabinaudio doctor'");
-    if (status != NOT_SENT) return;
+    if (status != UNANSWERED) return;
     if (!serverListens()) throw Failure("the server went away", ExitCode::NoServer);
     throw Failure("the request did not go through; see -v or 'cabinaudio doctor'");
 }
@@ -128,7 +114,7 @@ std::string Session::serverVersion() {
     });
     check(status);
     if (status != AUDIO_NO_ERROR) return "";
-    return versionText(first) + ", " + versionText(second);
+    return dotted(first) + ", " + dotted(second);
 }
 
 Directory Session::directoryOrFixed() {

@@ -35,7 +35,7 @@ constexpr std::size_t FILE_COLUMNS = 200;
 // A key's effect is awaited, while the screen stands still.
 constexpr std::chrono::milliseconds LONGEST_CHANGE{2000};
 
-std::string timeText(Wall::time_point time, const char* format) {
+std::string localTime(Wall::time_point time, const char* format) {
     const std::time_t seconds = Wall::to_time_t(time);
     struct tm local = {};
     localtime_r(&seconds, &local);
@@ -44,7 +44,7 @@ std::string timeText(Wall::time_point time, const char* format) {
 }
 
 std::string isoTime(Wall::time_point time) {
-    return timeText(time, "%Y-%m-%dT%H:%M:%S%z");
+    return localTime(time, "%Y-%m-%dT%H:%M:%S%z");
 }
 
 Json stateNow(const TopOptions& options) {
@@ -68,7 +68,7 @@ std::size_t lineWidth() {
 
 void printTable(const Json& state) {
     View view;
-    view.time = timeText(Wall::now(), "%H:%M:%S");
+    view.time = localTime(Wall::now(), "%H:%M:%S");
     for (const Line& line : listOf(sorted(state, view.order), view, lineWidth(), glyphsOfLocale()))
         say(plainText(line));
 }
@@ -183,7 +183,7 @@ private:
     void onLoss() override {
         mFigures = {};
         mView.waitingFor = "waiting for the server since " +
-                           timeText(*server().lostSince(), "%H:%M:%S") + ": " + server().problem();
+                           localTime(*server().lostSince(), "%H:%M:%S") + ": " + server().problem();
         onInput();
     }
 
@@ -207,7 +207,7 @@ private:
     }
 
     void draw() {
-        mView.time = timeText(Wall::now(), "%H:%M:%S");
+        mView.time = localTime(Wall::now(), "%H:%M:%S");
         Screen::draw(screenOf(mFigures, mView, Screen::size(), mGlyphs));
     }
 

@@ -123,7 +123,7 @@ private:
     ExitCode finish() {
         try {
             if (mFormat == TraceFormat::JsonLines)
-                put(jsonLine(toJson(mReport, mOptions.output)) + "\n");
+                put(jsonLine(reportJson(mReport, mOptions.output)) + "\n");
             if (mFile) mFile->close();
         } catch (const Failure& failure) {
             mReport.ending = {StreamEnd::Failed, failure.what()};
@@ -132,7 +132,7 @@ private:
         if (mReport.lostRecords != 0)
             complain(std::to_string(mReport.lostRecords) +
                      " records are lost: this program was too slow for the server");
-        if (isToFile(mOptions) && mIsJson) printJson(toJson(mReport, mOptions.output));
+        if (isToFile(mOptions) && mIsJson) printJson(reportJson(mReport, mOptions.output));
         if (code != ExitCode::Done)
             complain(mReport.ending.text);
         else if (isToFile(mOptions) && !mIsJson)

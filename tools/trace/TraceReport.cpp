@@ -22,7 +22,7 @@ void TraceReport::count(const trace::Record& record) {
     connections.insert(record.connection);
 }
 
-Json toJson(const TraceReport& report, const std::string& file) {
+Json reportJson(const TraceReport& report, const std::string& file) {
     const bool isDone = report.ending.kind == StreamEnd::Done;
     Json json = {
         {"file", file == "-" ? Json(nullptr) : Json(file)}, {"records", report.records},

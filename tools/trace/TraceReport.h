@@ -23,7 +23,7 @@ struct TraceReport {
 };
 
 /// @param file  of the output; "-" is standard output
-[[nodiscard]] Json toJson(const TraceReport& report, const std::string& file);
+[[nodiscard]] Json reportJson(const TraceReport& report, const std::string& file);
 
 /// "trace.pcapng: 120 records of 3 connections; the server ended"
 [[nodiscard]] std::string lineOf(const TraceReport& report, const std::string& file);

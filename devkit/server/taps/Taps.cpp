@@ -28,7 +28,7 @@ SampleType numberType(SampleType type) {
 }
 
 /// @return LOUDSPEAKERS if there is no such loudspeaker
-std::size_t loudspeakerOf(const std::string& text) {
+std::size_t loudspeakerNumber(const std::string& text) {
     std::size_t loudspeaker = 0;
     const char* const end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, loudspeaker);
@@ -84,7 +84,7 @@ std::variant<Tap::Wanted, std::string> Taps::parse(const std::string& argument) 
         return "no such format: " + printable(type);
     wanted.type = *sampleType;
     if (loudspeaker != "-") {
-        wanted.loudspeaker = loudspeakerOf(loudspeaker);
+        wanted.loudspeaker = loudspeakerNumber(loudspeaker);
         wanted.channel = channelOf(wanted.loudspeaker, mFormat.channels);
         if (!wanted.channel)
             return "the output has no loudspeaker " + printable(loudspeaker) +

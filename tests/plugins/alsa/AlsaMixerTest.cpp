@@ -20,10 +20,10 @@
 
 namespace cabinaudio::test {
 
-namespace {
-
-using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+namespace {
 
 /// A control device that an application has opened.
 class AlsaMixer : public testing::Test {
