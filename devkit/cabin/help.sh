@@ -52,7 +52,7 @@ Usage: ./cabin COMMAND [ARGUMENT...]
   package [native|armhf] build Debian packages (default: native), in build/package/<name>
        [--test]          install, use and purge them in a separate Debian system; with both
                          names, the armhf packages beside the native ones
-       [--built]         with the packages of the last build
+       [--built]         with --test: the packages of the last build, without building them
   docs                   generate the reference of the headers and the man pages as HTML in
                          build/docs/, and check that everything is documented
   format                 format the sources

@@ -47,7 +47,8 @@ cmd_package() {
         *) bad_usage "--test needs the native packages, too" ;;
     esac
     [ -z "$built" ] || [ -n "$try" ] || bad_usage "--built is for --test"
-    [ -n "$built" ] || build_packages
+    # shellcheck disable=SC2086  # a list of names
+    [ -n "$built" ] || build_packages $kinds
     [ -n "$try" ] || return 0
     need chroot
     set -- build/package/native
@@ -58,11 +59,11 @@ cmd_package() {
     as_root packaging/debian/chroot.sh "$@"
 }
 
-# build_packages: those of $kinds.
+# build_packages KIND...
 build_packages() {
     need build package
     own_tree build/package
-    for kind in $kinds; do
+    for kind; do
         if [ "$kind" = armhf ]; then
             need armhf pkgarm
             unpack_target
