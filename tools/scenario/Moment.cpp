@@ -29,7 +29,7 @@ std::optional<Moment> momentOf(const std::string& text, unsigned rate, const Mom
     if (isRelative) rest.remove_prefix(1);
     const bool isInFrames = rest.ends_with('f');
     if (isInFrames) rest.remove_suffix(1);
-    const std::optional<std::uint64_t> number = numberOf<std::uint64_t>(rest);
+    const std::optional<std::uint64_t> number = numberOf<std::uint64_t>(std::string(rest));
     const std::uint64_t last = LONGEST_MS * rate / 1000;
     if (!number || *number > (isInFrames ? last : LONGEST_MS)) return std::nullopt;
     // Milliseconds are added before they become frames: rounded twice, the sum may be another frame

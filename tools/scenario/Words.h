@@ -5,6 +5,7 @@
 
 #include <charconv>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <system_error>
 
@@ -23,10 +24,11 @@ struct Line {
 
 /// A whole number and nothing else.
 template <typename Number>
-[[nodiscard]] std::optional<Number> numberOf(std::string_view text) {
+[[nodiscard]] std::optional<Number> numberOf(const std::string& text) {
     Number number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || rest != end) return std::nullopt;
     return number;
 }
 
