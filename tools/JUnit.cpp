@@ -76,7 +76,7 @@ std::string countsOf(const JUnitSuite& suite) {
            attribute("skipped", number(JUnitCase::Result::Skipped));
 }
 
-std::string caseText(const JUnitSuite& suite) {
+std::string suiteText(const JUnitSuite& suite) {
     const std::string counts = countsOf(suite);
     std::string text = std::string(R"(<?xml version="1.0" encoding="UTF-8"?>)") + "\n<testsuites" +
                        counts + ">\n  <testsuite" + attribute("name", suite.name) + counts + ">\n";
@@ -96,7 +96,7 @@ std::string caseText(const JUnitSuite& suite) {
 void writeJUnit(const std::string& path, const JUnitSuite& suite) {
     errno = 0;
     std::ofstream file(path, std::ios::binary);
-    file << caseText(suite);
+    file << suiteText(suite);
     file.close();
     if (!file)
         throw Failure("cannot write '" + path + "'" +

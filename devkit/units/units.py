@@ -27,7 +27,7 @@ ANONYMOUS = "(anonymous)"
 FOUND_BY_TYPE = {"PrintTo"}
 # Macros, which ctags takes for declarations of functions.
 MACRO = re.compile(r"offsetof|[A-Z][A-Z_]*")
-INCLUDED = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
+INCLUDED = re.compile(r'^\s*#\s*include\s+["<]([^">]+)[">]', re.MULTILINE)
 SILENT = re.compile(r'//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"', re.DOTALL)
 
 # The scope is a namespace, with ANONYMOUS at its end if only its source sees the name.
@@ -61,8 +61,7 @@ class Files:
         text = path.read_text(encoding="utf-8")
         places = (self.root, self.root / "include", self.root / "testing/include", path.parent)
         return {next((place / name for place in places if (place / name).is_file()), None)
-                for name in INCLUDED.findall(text.replace("<cabinaudio/", '"cabinaudio/')
-                                             .replace(".h>", '.h"'))} - {None}
+                for name in INCLUDED.findall(text)} - {None}
 
     @functools.lru_cache(maxsize=None)
     def headers_of(self, path):
